@@ -1,0 +1,10 @@
+# Warnings and sanitizers for every target of the project; linked by each of them, never installed.
+add_library(qzstorage_compiler_settings INTERFACE)
+target_compile_options(qzstorage_compiler_settings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+
+if(QZSTORAGE_SANITIZE)
+    target_compile_options(qzstorage_compiler_settings INTERFACE
+        -fsanitize=${QZSTORAGE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(qzstorage_compiler_settings INTERFACE -fsanitize=${QZSTORAGE_SANITIZE})
+endif()

@@ -1,0 +1,4 @@
+#pragma once
+
+// Marks what the host libraries export. Everything else in them is compiled hidden.
+#define QZFL_EXPORT __attribute__((visibility("default")))

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "hostapi/Export.h"
+
+#include <boost/exception/exception.hpp>
+
+#include <string>
+
+namespace foundation::core::except {
+
+/// Base of the exceptions that libraries of this family throw among themselves.
+///
+/// An object can be copied to the heap without knowing its class (`clone`) and thrown again by its own class
+/// (`rethrow`), both inherited from Boost.Exception's clone_base; the second base carries Boost.Exception's
+/// error information, which copies share by reference count.
+///
+/// The order of the virtual operations is part of the binary interface: clone, rethrow, the two destructor
+/// slots, what, both convert_str, getMessage.
+///
+/// Thread safety: an object is never changed once it is built, so any number of threads may read it.
+class QZFL_EXPORT IException : public boost::exception_detail::clone_base, public boost::exception {
+public:
+    IException() = default;
+    IException(const IException&) = default;
+    IException& operator=(const IException&) = default;
+    ~IException() noexcept override;
+
+    /// The message in UTF-8; an unpaired surrogate in it becomes U+FFFD.
+    virtual std::string what() const;
+
+    /// `text` in UTF-8; each unpaired surrogate becomes U+FFFD.
+    virtual std::string convert_str(const std::u16string& text) const;
+
+    /// `text` in UTF-16; each ill-formed UTF-8 sequence becomes U+FFFD.
+    virtual std::u16string convert_str(const std::string& text) const;
+
+    /// A copy of the message.
+    virtual std::u16string getMessage() const = 0;
+};
+
+} // namespace foundation::core::except

@@ -1,0 +1,7 @@
+#include "hostapi/storage/provider/ByteStream.h"
+
+namespace foundation::storage::provider {
+
+ByteStream::~ByteStream() = default;
+
+} // namespace foundation::storage::provider

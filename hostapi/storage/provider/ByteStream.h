@@ -1,0 +1,46 @@
+#pragma once
+
+#include "hostapi/Export.h"
+
+#include <ios>
+
+namespace foundation::storage::provider {
+
+/// An open file: a sequence of bytes and this stream's own position in it.
+///
+/// Whoever was handed a stream owns it. It must be destroyed before the library that made it is unloaded.
+///
+/// Thread safety: two streams may be used from two threads, also when they are open on one file; one stream
+/// is for one thread at a time.
+class QZFL_EXPORT ByteStream {
+public:
+    ByteStream() = default;
+    ByteStream(const ByteStream&) = delete;
+    ByteStream& operator=(const ByteStream&) = delete;
+    virtual ~ByteStream();
+
+    /// Copies bytes from the position on into `buffer` and moves the position behind them.
+    /// @param buffer  room for `count` bytes
+    /// @param count   number of bytes wanted
+    /// @return number of bytes copied, at least 1; -1 when there is none (end of file, or `count` is 0)
+    virtual long read(char* buffer, long count) = 0;
+
+    /// Writes `count` bytes at the position, or at the end for a stream opened to append, and moves the
+    /// position behind them. The file grows as needed.
+    /// @param buffer  `count` bytes
+    /// @param count   number of bytes
+    /// @return `count`
+    /// @throws std::bad_alloc or std::length_error when the file cannot grow
+    virtual long write(const char* buffer, long count) = 0;
+
+    /// Moves the position.
+    /// @param offset     bytes, from `direction`
+    /// @param direction  the beginning, the position or the end
+    /// @return the new position; -1, with the position unchanged, when it would lie outside the file
+    virtual std::streampos seek(long offset, std::ios_base::seekdir direction) = 0;
+
+    /// Makes what was written visible to other streams on the file, where the provider holds writes back.
+    virtual void flush() = 0;
+};
+
+} // namespace foundation::storage::provider

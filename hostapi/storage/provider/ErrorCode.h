@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+
+namespace foundation::storage::provider {
+
+/// Why a provider operation failed. The numbers are part of the binary interface.
+enum class ErrorCode : std::int32_t {
+    FolderNotEmpty = 0, ///< a folder to be removed still holds entries
+    ReadOnly = 2,       ///< the entry, or a folder that must change, is read-only
+    AlreadyExists = 3,  ///< the entry, or the destination of a move or copy, already exists
+    NotFound = 4,       ///< the entry, or its parent folder, does not exist
+    NotOffered = 5,     ///< this kind of storage does not offer the operation at all
+};
+
+static_assert(static_cast<std::int32_t>(ErrorCode::FolderNotEmpty) == 0);
+static_assert(static_cast<std::int32_t>(ErrorCode::ReadOnly) == 2);
+static_assert(static_cast<std::int32_t>(ErrorCode::AlreadyExists) == 3);
+static_assert(static_cast<std::int32_t>(ErrorCode::NotFound) == 4);
+static_assert(static_cast<std::int32_t>(ErrorCode::NotOffered) == 5);
+
+} // namespace foundation::storage::provider

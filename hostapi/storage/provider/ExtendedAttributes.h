@@ -1,0 +1,17 @@
+#pragma once
+
+#include "hostapi/storage/provider/FolderEntry.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+namespace foundation::storage::provider {
+
+/// What a provider tells of an entry of either kind.
+struct ExtendedAttributes {
+    FolderEntry::EntryType type = FolderEntry::EntryType::File;
+    unsigned long size = 0;                ///< bytes; 0 for a folder
+    boost::posix_time::ptime lastModified; ///< UTC, to the microsecond
+    bool writable = false;
+};
+
+} // namespace foundation::storage::provider

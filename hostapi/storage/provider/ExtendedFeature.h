@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+
+namespace foundation::storage::provider {
+
+/// Optional properties a provider may claim. The numbers are part of the binary interface.
+enum class ExtendedFeature : std::int32_t {
+    VolatileStorage = 6, ///< the content lives only as long as the provider object
+};
+
+static_assert(static_cast<std::int32_t>(ExtendedFeature::VolatileStorage) == 6);
+
+} // namespace foundation::storage::provider

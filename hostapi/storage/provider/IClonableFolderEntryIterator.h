@@ -1,0 +1,18 @@
+#pragma once
+
+#include "hostapi/storage/provider/IFolderEntryIterator.h"
+
+#include <memory>
+
+namespace foundation::storage::provider {
+
+/// Gives `Iterator` the `clone` operation by its copy constructor.
+template <class Iterator>
+class IClonableFolderEntryIterator : public IFolderEntryIterator {
+public:
+    std::unique_ptr<IFolderEntryIterator> clone() const override {
+        return std::make_unique<Iterator>(static_cast<const Iterator&>(*this));
+    }
+};
+
+} // namespace foundation::storage::provider

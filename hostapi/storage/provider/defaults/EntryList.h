@@ -1,0 +1,27 @@
+#pragma once
+
+#include "hostapi/storage/provider/FolderEntry.h"
+#include "hostapi/storage/provider/IFolderEntryIterator.h"
+#include "hostapi/storage/provider/WildcardPattern.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace foundation::storage::provider {
+
+using EntryList = std::vector<FolderEntry>;
+
+/// Everything that `listing` has left, in its order.
+EntryList readEntries(std::unique_ptr<IFolderEntryIterator> listing);
+
+/// The entries whose names match, in their order.
+EntryList onlyMatching(EntryList entries, const WildcardPattern& pattern);
+
+/// The names alone, in the order of the entries.
+std::vector<std::u16string> namesOf(const EntryList& entries);
+
+/// A listing that yields `entries`.
+std::unique_ptr<IFolderEntryIterator> listingOf(EntryList entries);
+
+} // namespace foundation::storage::provider

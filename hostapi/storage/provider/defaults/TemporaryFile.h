@@ -1,0 +1,44 @@
+#pragma once
+
+#include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ReplacementPolicy.h"
+#include "hostapi/storage/provider/StorageIRI.h"
+
+#include <memory>
+
+namespace foundation::storage::provider {
+
+/// A new file beside a given location, which is moved to that location once it is complete.
+///
+/// Owns the file at its own location from construction until `moveIntoPlace` succeeds; the destructor removes
+/// what is still owned. Nobody else can remove it by accident: its name holds an unpaired surrogate, which no
+/// name that came from UTF-8 does. Failures name the location that the caller works for, never the temporary
+/// one. The provider must outlive it. For one thread.
+class TemporaryFile {
+public:
+    /// @param place       where the file is to go; it is made in the same folder
+    /// @param workingFor  the location that failures name
+    /// @throws Exception  `NotFound` when the folder is missing, `ReadOnly` when it is read-only
+    TemporaryFile(const IProvider& provider, const StorageIRI& place, const StorageIRI& workingFor);
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile();
+
+    /// A stream for writing, which must be gone before the file is moved.
+    std::unique_ptr<ByteStream> open() const;
+
+    /// @throws Exception  `AlreadyExists` naming the place; other codes naming the location worked for
+    void moveIntoPlace(const ReplacementPolicy& policy);
+
+private:
+    [[noreturn]] void rethrowForCaller(const Exception& failure) const;
+
+    const IProvider& provider_;
+    StorageIRI place_;
+    StorageIRI workingFor_;
+    StorageIRI location_;
+    bool isOwned_ = true;
+};
+
+} // namespace foundation::storage::provider
