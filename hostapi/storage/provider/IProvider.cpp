@@ -149,6 +149,9 @@ void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long lo
 
 } // namespace
 
+// The binary interface hands over patterns and callbacks by value, so that overriding providers may keep
+// them. NOLINTBEGIN(performance-unnecessary-value-param)
+
 IProvider::~IProvider() = default;
 
 void IProvider::doCreateFolderRecursive(const StorageIRI& iri) const {
@@ -274,7 +277,7 @@ void IProvider::doStopChangePollingMechanism(const StorageIRI& iri) const {
 }
 
 IProvider::PathComparator IProvider::doGetPathComparator(const StorageIRI&) const {
-    return std::less<std::u16string_view>();
+    return std::less<>();
 }
 
 StorageIRI IProvider::doGetCanonicalLocation(const StorageIRI& iri) const {
@@ -322,5 +325,7 @@ void IProvider::doTruncateToSize(const StorageIRI& iri, unsigned long long size)
         growFile(*this, iri, size - currentSize);
     }
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 } // namespace foundation::storage::provider

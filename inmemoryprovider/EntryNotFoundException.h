@@ -1,0 +1,14 @@
+#pragma once
+
+#include "inmemoryprovider/EntryException.h"
+
+namespace storage::inmemoryprovider {
+
+/// There is no entry of the wanted kind at the path.
+class EntryNotFoundException : public EntryException<EntryNotFoundException> {
+public:
+    explicit EntryNotFoundException(const InMemoryEntryPath& path) noexcept
+        : EntryException(path, u" could not be found") {}
+};
+
+} // namespace storage::inmemoryprovider

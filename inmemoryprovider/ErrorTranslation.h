@@ -1,0 +1,89 @@
+#pragma once
+
+#include "inmemoryprovider/EntryExistsException.h"
+#include "inmemoryprovider/EntryNotFoundException.h"
+#include "inmemoryprovider/FolderNotEmptyException.h"
+#include "inmemoryprovider/ReadOnlyException.h"
+
+#include "hostapi/storage/provider/ErrorCode.h"
+#include "hostapi/storage/provider/StorageIRI.h"
+
+#include <optional>
+
+namespace storage::inmemoryprovider {
+
+/// What the host is told for one class of internal exception.
+struct HostError {
+    /// Which location of an operation that has two of them the error names.
+    enum class Location { Source, Destination };
+
+    foundation::storage::provider::ErrorCode code;
+    Location location = Location::Source;
+};
+
+/// What the host is told for each class of internal exception in one operation. A class without an entry
+/// passes through as it is.
+struct ErrorTranslation {
+    std::optional<HostError> notFound = {};
+    std::optional<HostError> exists = {};
+    std::optional<HostError> readOnly = {};
+    std::optional<HostError> notEmpty = {};
+
+    /// Runs `call`, whose internal exceptions leave as the host's Exception.
+    /// @param source       the location that the operation was given
+    /// @param destination  the second one, or the same again
+    template <class Call>
+    auto run(const foundation::storage::provider::StorageIRI& source,
+             const foundation::storage::provider::StorageIRI& destination, const Call& call) const {
+        try {
+            return call();
+        } catch (const EntryNotFoundException&) {
+            raise(notFound, source, destination);
+        } catch (const EntryExistsException&) {
+            raise(exists, source, destination);
+        } catch (const ReadOnlyException&) {
+            raise(readOnly, source, destination);
+        } catch (const FolderNotEmptyException&) {
+            raise(notEmpty, source, destination);
+        }
+    }
+
+    /// The same for an operation on one location.
+    template <class Call>
+    auto run(const foundation::storage::provider::StorageIRI& iri, const Call& call) const {
+        return run(iri, iri, call);
+    }
+
+private:
+    [[noreturn]] static void raise(const std::optional<HostError>& error,
+                                   const foundation::storage::provider::StorageIRI& source,
+                                   const foundation::storage::provider::StorageIRI& destination);
+};
+
+/// The translation of every operation that needs one. That a folder which is not empty has one code when it
+/// is removed and another when it is in the way of a move is deliberate.
+namespace translations {
+
+using enum foundation::storage::provider::ErrorCode;
+using enum HostError::Location;
+
+inline constexpr ErrorTranslation create{
+    .notFound = HostError{NotFound}, .exists = HostError{AlreadyExists}, .readOnly = HostError{ReadOnly}};
+inline constexpr ErrorTranslation removeFile{.notFound = HostError{NotFound},
+                                             .readOnly = HostError{ReadOnly}};
+inline constexpr ErrorTranslation removeFolder{
+    .notFound = HostError{NotFound}, .readOnly = HostError{ReadOnly}, .notEmpty = HostError{FolderNotEmpty}};
+inline constexpr ErrorTranslation openStream = create;
+inline constexpr ErrorTranslation openReadOnlyStream{.notFound = HostError{NotFound}};
+inline constexpr ErrorTranslation getAttributes{.notFound = HostError{NotFound}};
+inline constexpr ErrorTranslation moveFile{.notFound = HostError{NotFound, Source},
+                                           .exists = HostError{AlreadyExists, Destination},
+                                           .readOnly = HostError{ReadOnly, Source}};
+inline constexpr ErrorTranslation moveFolder{.notFound = HostError{NotFound, Source},
+                                             .exists = HostError{AlreadyExists, Destination},
+                                             .readOnly = HostError{ReadOnly, Source},
+                                             .notEmpty = HostError{AlreadyExists, Destination}};
+
+} // namespace translations
+
+} // namespace storage::inmemoryprovider

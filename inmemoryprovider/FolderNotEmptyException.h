@@ -1,0 +1,14 @@
+#pragma once
+
+#include "inmemoryprovider/EntryException.h"
+
+namespace storage::inmemoryprovider {
+
+/// The folder at the path would have to go, but holds entries.
+class FolderNotEmptyException : public EntryException<FolderNotEmptyException> {
+public:
+    explicit FolderNotEmptyException(const InMemoryEntryPath& path) noexcept
+        : EntryException(path, u" is not empty") {}
+};
+
+} // namespace storage::inmemoryprovider

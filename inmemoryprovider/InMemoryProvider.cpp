@@ -1,0 +1,181 @@
+#include "inmemoryprovider/InMemoryProvider.h"
+
+#include "inmemoryprovider/ErrorTranslation.h"
+#include "inmemoryprovider/access/FileFolderEntryIterator.h"
+#include "inmemoryprovider/access/is_file_or_folder_predicate.h"
+#include "inmemoryprovider/access/is_file_predicate.h"
+#include "inmemoryprovider/access/is_folder_predicate.h"
+
+#include "hostapi/storage/provider/Exception.h"
+
+#include <string_view>
+
+namespace storage::inmemoryprovider {
+
+using foundation::storage::provider::ByteStream;
+using foundation::storage::provider::ErrorCode;
+using foundation::storage::provider::Exception;
+using foundation::storage::provider::FileAttributes;
+using foundation::storage::provider::FolderAttributes;
+using foundation::storage::provider::IFolderEntryIterator;
+using foundation::storage::provider::StorageIRI;
+
+namespace {
+
+constexpr std::u16string_view rootPath = u"/";
+
+InMemoryEntryPath pathOf(const StorageIRI& iri) {
+    return InMemoryEntryPath(iri.getResolvedPath());
+}
+
+} // namespace
+
+InMemoryProvider::InMemoryProvider() = default;
+InMemoryProvider::~InMemoryProvider() = default;
+
+void InMemoryProvider::doCreateFile(const StorageIRI& iri) const {
+    translations::create.run(iri, [&] { fileSystem_.addFileEntry(pathOf(iri)); });
+}
+
+void InMemoryProvider::doCreateFolder(const StorageIRI& iri) const {
+    translations::create.run(iri, [&] { fileSystem_.addFolderEntry(pathOf(iri)); });
+}
+
+bool InMemoryProvider::doFileExists(const StorageIRI& iri) const {
+    if (isRootLocation(iri)) {
+        return false;
+    }
+    const auto entry = findEntry(pathOf(iri));
+    return entry && !entry->isFolder();
+}
+
+bool InMemoryProvider::doFolderExists(const StorageIRI& iri) const {
+    if (isRootLocation(iri)) {
+        return true;
+    }
+    const auto entry = findEntry(pathOf(iri));
+    return entry && entry->isFolder();
+}
+
+void InMemoryProvider::doRemoveFile(const StorageIRI& iri) const {
+    translations::removeFile.run(iri, [&] { fileSystem_.removeFileEntry(pathOf(iri)); });
+}
+
+void InMemoryProvider::doRemoveFolder(const StorageIRI& iri) const {
+    translations::removeFolder.run(iri, [&] { fileSystem_.removeFolderEntry(pathOf(iri)); });
+}
+
+void InMemoryProvider::doMoveFile(const StorageIRI& source, const StorageIRI& destination,
+                                  const ReplacementPolicy& policy) const {
+    const auto sourcePath = pathOf(source);
+    const auto destinationPath = pathOf(destination);
+    translations::moveFile.run(source, destination,
+                               [&] { fileSystem_.moveFileEntry(sourcePath, destinationPath, policy); });
+}
+
+void InMemoryProvider::doMoveFolder(const StorageIRI& source, const StorageIRI& destination,
+                                    const ReplacementPolicy& policy) const {
+    const auto sourcePath = pathOf(source);
+    const auto destinationPath = pathOf(destination);
+    translations::moveFolder.run(source, destination,
+                                 [&] { fileSystem_.moveFolderEntry(sourcePath, destinationPath, policy); });
+}
+
+FileAttributes InMemoryProvider::doGetFileAttributes(const StorageIRI& iri) const {
+    const auto path = pathOf(iri);
+    return translations::getAttributes.run(iri, [&] {
+        const auto size = fileSystem_.getFileEntrySize(path);
+        const auto lastModified = fileSystem_.getFileEntryLastModified(path);
+        const bool writable = fileSystem_.fileIsWritable(path);
+        return FileAttributes(size, lastModified, writable);
+    });
+}
+
+FolderAttributes InMemoryProvider::doGetFolderAttributes(const StorageIRI& iri) const {
+    const auto path = pathOf(iri);
+    if (isRootLocation(iri)) {
+        const auto root = rootFolder();
+        return FolderAttributes(root->getLastModifiedTime(), root->isWritable());
+    }
+    return translations::getAttributes.run(iri, [&] {
+        const auto lastModified = fileSystem_.getFolderEntryLastModified(path);
+        const bool writable = fileSystem_.folderIsWritable(path);
+        return FolderAttributes(lastModified, writable);
+    });
+}
+
+std::unique_ptr<ByteStream> InMemoryProvider::doOpenStream(const StorageIRI& iri,
+                                                           const ByteStreamOpenOptions& options) const {
+    return translations::openStream.run(iri,
+                                        [&] { return fileSystem_.checkOutFileEntry(pathOf(iri), options); });
+}
+
+std::unique_ptr<ByteStream> InMemoryProvider::doOpenReadOnlyStream(const StorageIRI& iri) const {
+    return translations::openReadOnlyStream.run(iri,
+                                                [&] { return fileSystem_.checkOutFileEntry(pathOf(iri)); });
+}
+
+std::unique_ptr<IFolderEntryIterator> InMemoryProvider::doListAll(const StorageIRI& iri) const {
+    return list<is_file_or_folder_predicate>(iri);
+}
+
+std::unique_ptr<IFolderEntryIterator> InMemoryProvider::doListFiles(const StorageIRI& iri) const {
+    return list<is_file_predicate>(iri);
+}
+
+std::unique_ptr<IFolderEntryIterator> InMemoryProvider::doListFolders(const StorageIRI& iri) const {
+    return list<is_folder_predicate>(iri);
+}
+
+void InMemoryProvider::doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const {
+    if (isRootLocation(iri)) {
+        rootFolder()->setLastModifiedTime(time);
+        return;
+    }
+    requireEntry(pathOf(iri), iri)->setLastModifiedTime(time);
+}
+
+void InMemoryProvider::doSetWritable(const StorageIRI& iri, bool writable) const {
+    if (!iri.hasParent()) {
+        rootFolder()->setWritable(writable);
+        return;
+    }
+    requireEntry(InMemoryEntryPath(iri.getPath()), iri)->setWritable(writable);
+}
+
+bool InMemoryProvider::doHasFeature(const ExtendedFeature& feature) const {
+    return feature == ExtendedFeature::VolatileStorage;
+}
+
+bool InMemoryProvider::isRootLocation(const StorageIRI& iri) {
+    return !iri.hasParent() || iri.getResolvedPath() == rootPath;
+}
+
+std::shared_ptr<InMemoryFolderEntry> InMemoryProvider::rootFolder() const {
+    return fileSystem_.getFolderEntry(InMemoryEntryPath(std::u16string(rootPath)));
+}
+
+std::shared_ptr<InMemoryEntry> InMemoryProvider::findEntry(const InMemoryEntryPath& path) const {
+    const auto folder = fileSystem_.getFolderEntry(path.parentPath());
+    return folder ? folder->getEntry(path) : nullptr;
+}
+
+std::shared_ptr<InMemoryEntry> InMemoryProvider::requireEntry(const InMemoryEntryPath& path,
+                                                              const StorageIRI& iri) const {
+    auto entry = findEntry(path);
+    if (!entry) {
+        throw Exception(ErrorCode::NotFound, iri);
+    }
+    return entry;
+}
+
+template <class Predicate>
+std::unique_ptr<IFolderEntryIterator> InMemoryProvider::list(const StorageIRI& iri) const {
+    const auto folder = fileSystem_.getFolderEntry(pathOf(iri));
+    if (!folder) {
+        throw Exception(ErrorCode::NotFound, iri);
+    }
+    return std::make_unique<FileFolderEntryIterator<Predicate>>(folder->getLightWeightRepresentation());
+}
+
+} // namespace storage::inmemoryprovider

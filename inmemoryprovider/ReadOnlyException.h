@@ -1,0 +1,14 @@
+#pragma once
+
+#include "inmemoryprovider/EntryException.h"
+
+namespace storage::inmemoryprovider {
+
+/// The entry at the path would have to change, but is not writable.
+class ReadOnlyException : public EntryException<ReadOnlyException> {
+public:
+    explicit ReadOnlyException(const InMemoryEntryPath& path) noexcept
+        : EntryException(path, u" is read-only.") {}
+};
+
+} // namespace storage::inmemoryprovider

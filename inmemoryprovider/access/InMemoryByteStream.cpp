@@ -1,0 +1,25 @@
+#include "inmemoryprovider/access/InMemoryByteStream.h"
+
+#include <utility>
+
+namespace storage::inmemoryprovider {
+
+InMemoryByteStream::InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
+                                       foundation::storage::provider::ByteStreamAppend append) noexcept
+    : entry_(std::move(entry)), append_(append) {}
+
+long InMemoryByteStream::read(char* buffer, long count) {
+    return entry_->read(buffer, count, position_);
+}
+
+long InMemoryByteStream::write(const char* buffer, long count) {
+    return entry_->write(buffer, count, position_, append_);
+}
+
+std::streampos InMemoryByteStream::seek(long offset, std::ios_base::seekdir direction) {
+    return entry_->seek(offset, direction, position_);
+}
+
+void InMemoryByteStream::flush() {}
+
+} // namespace storage::inmemoryprovider

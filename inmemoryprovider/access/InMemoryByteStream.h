@@ -1,0 +1,35 @@
+#pragma once
+
+#include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
+
+#include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/ByteStreamAppend.h"
+
+#include <ios>
+#include <memory>
+
+namespace storage::inmemoryprovider {
+
+/// An open file of the in-memory file system.
+///
+/// Shares the file's node, so it goes on reading and writing the same bytes after the file was removed, moved
+/// or replaced. Owns its position, in bytes. Takes no lock of its own; each operation takes the one of the
+/// file's bytes. Nothing is ever held back, so there is nothing to flush.
+class InMemoryByteStream : public foundation::storage::provider::ByteStream {
+public:
+    /// A stream at the beginning of `entry`, which is not empty.
+    InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
+                       foundation::storage::provider::ByteStreamAppend append) noexcept;
+
+    long read(char* buffer, long count) override;
+    long write(const char* buffer, long count) override;
+    std::streampos seek(long offset, std::ios_base::seekdir direction) override;
+    void flush() override;
+
+private:
+    std::shared_ptr<InMemoryFileEntry> entry_;
+    foundation::storage::provider::ByteStreamAppend append_;
+    unsigned long position_ = 0;
+};
+
+} // namespace storage::inmemoryprovider

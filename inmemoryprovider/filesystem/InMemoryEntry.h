@@ -1,0 +1,63 @@
+#pragma once
+
+#include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+#include <atomic>
+#include <string>
+
+namespace storage::inmemoryprovider {
+
+/// A node of the tree: what files and folders have in common. Always held by std::shared_ptr.
+///
+/// Owns its full path, which never changes, its last-modified time and its writable flag. The two are atomic:
+/// operations of the file system change them under its mutex, the provider's walks outside it. No lock is
+/// taken.
+///
+/// Thread safety: every operation may be called from any number of threads.
+class InMemoryEntry {
+public:
+    /// @param lastModified  UTC, to the microsecond
+    InMemoryEntry(InMemoryEntryPath path, boost::posix_time::ptime lastModified, bool writable);
+    InMemoryEntry(const InMemoryEntry&) = delete;
+    InMemoryEntry& operator=(const InMemoryEntry&) = delete;
+    virtual ~InMemoryEntry();
+
+    bool isFolder() const { return doIsFolder(); }
+
+    /// A copy of the full path.
+    InMemoryEntryPath getPath() const { return path_; }
+
+    /// The full path itself, valid as long as this entry.
+    const InMemoryEntryPath& path() const noexcept { return path_; }
+
+    /// The last component of the path; "/" for the root.
+    std::u16string getName() const { return path_.filename(); }
+
+    /// UTC, to the microsecond.
+    boost::posix_time::ptime getLastModifiedTime() const noexcept;
+
+    /// Any time is taken, also one before the present one.
+    void setLastModifiedTime(const boost::posix_time::ptime& time) noexcept;
+
+    bool isWritable() const noexcept;
+
+    void setWritable(bool writable) noexcept;
+
+    /// Same kind and same path; times and flags are not compared.
+    bool operator==(const InMemoryEntry& other) const {
+        return isFolder() == other.isFolder() && path_ == other.path_;
+    }
+
+private:
+    virtual bool doIsFolder() const = 0;
+
+    InMemoryEntryPath path_;
+    std::atomic<boost::posix_time::ptime> lastModified_;
+    std::atomic<bool> writable_;
+
+    static_assert(decltype(lastModified_)::is_always_lock_free);
+};
+
+} // namespace storage::inmemoryprovider

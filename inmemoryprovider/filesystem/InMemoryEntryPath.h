@@ -1,0 +1,56 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace storage::inmemoryprovider {
+
+/// The full path of an entry: UTF-16 code units with "/" as separator.
+///
+/// Owns one text. Construction normalises its two ends; nothing else is changed or rejected: separators
+/// inside stay as they are, "." and ".." are names like others, letter case and Unicode composition
+/// distinguish. "/" is the root; the empty path is its parent.
+///
+/// Thread safety: a value without locks; concurrent reading is safe.
+class InMemoryEntryPath {
+public:
+    /// Normalises `text`: one "/" goes from its end; then as many code units go from its beginning as "/"
+    /// stand in a row from the second code unit on. So "///a/" becomes "/a". The first code unit is not
+    /// looked at, so "a/b" becomes "/b": every spelling of one text gives one key. Texts of fewer than 2 code
+    /// units stay as they are.
+    explicit InMemoryEntryPath(std::u16string text) noexcept;
+
+    /// A copy of the text.
+    std::u16string string() const { return text_; }
+
+    /// The text itself, valid as long as this object is neither changed nor destroyed.
+    std::u16string_view view() const noexcept { return text_; }
+
+    /// The path of the folder this entry belongs to: the text before the last "/", normalised. "/" for an
+    /// entry of the root; empty for the root and for a text without "/".
+    InMemoryEntryPath parentPath() const;
+
+    /// Whether there is a "/" in the text; false for the root.
+    bool hasParent() const noexcept;
+
+    /// The text behind the last "/"; "/" for the root, the whole text when there is no "/".
+    std::u16string filename() const;
+
+    /// Appends "/" and `name` in normal form, and returns this path. The whole is not normalised again, so
+    /// the root with "b" appended is "//b".
+    /// @throws std::bad_alloc with the path unchanged
+    InMemoryEntryPath& append(std::u16string name);
+
+    /// Whether this is `folder` itself or an entry at any depth below it.
+    bool isWithin(const InMemoryEntryPath& folder) const;
+
+    bool operator==(const InMemoryEntryPath& other) const noexcept { return text_ == other.text_; }
+
+    /// By unsigned code units; a beginning of a text sorts before the text.
+    bool operator<(const InMemoryEntryPath& other) const noexcept { return text_ < other.text_; }
+
+private:
+    std::u16string text_;
+};
+
+} // namespace storage::inmemoryprovider

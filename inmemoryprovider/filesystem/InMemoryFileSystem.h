@@ -1,0 +1,159 @@
+#pragma once
+
+#include "inmemoryprovider/filesystem/InMemoryEntry.h"
+#include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
+#include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
+#include "inmemoryprovider/filesystem/InMemoryFolderEntry.h"
+#include "inmemoryprovider/filesystem/LeftRightMap.h"
+
+#include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/ByteStreamOpenOptions.h"
+#include "hostapi/storage/provider/ReplacementPolicy.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+namespace storage::inmemoryprovider {
+
+/// A whole file system: the tree of folders and files under the root "/", and the map of all its folders by
+/// path.
+///
+/// Owns the folder map, and through it the tree. `mutex_` guards the shape of the tree and excludes all
+/// writers of the map. Lock order: `mutex_` first, then at most one lock of a node, taken inside one
+/// operation of that node. No node ever calls back. `getFolderEntry` takes no lock, and reading and writing
+/// through streams only the file's.
+///
+/// Between calls, also after one that failed:
+/// - "/" is a folder in the map; it is never removed or replaced;
+/// - the map holds exactly the folders of the tree, each under its own path;
+/// - the parent path of every other entry names a folder in the map, which has the entry among its children.
+///
+/// Each operation checks everything, then allocates, then changes the tree with nothing left that can throw.
+/// So a failed one changed nothing; except the moves, which roll nothing back once they have begun. What an
+/// operation takes out of the tree dies after `mutex_` was released, except the emptied nodes that a move
+/// leaves behind.
+///
+/// Failures are the internal exceptions. Each names the path that the comment of the operation tells; unless
+/// it tells another, a missing parent folder is EntryNotFoundException and a read-only parent
+/// ReadOnlyException, both naming the parent's path. Every operation may also throw std::bad_alloc.
+///
+/// Thread safety: every public operation may be called from any number of threads.
+class InMemoryFileSystem {
+public:
+    /// An empty file system: the root alone, stamped with the current time.
+    InMemoryFileSystem();
+
+    /// Makes the root folder; one that is there already stays.
+    void createRootEntry();
+
+    /// Adds an empty, writable folder and stamps it and its parent with one reading of the clock.
+    /// @throws EntryExistsException  naming `path`, when anything stands there or the path has no parent
+    void addFolderEntry(const InMemoryEntryPath& path);
+
+    /// Adds an empty, writable file and stamps it and its parent with one reading of the clock.
+    /// @throws EntryExistsException  naming `path`, when anything stands there
+    void addFileEntry(const InMemoryEntryPath& path);
+
+    /// Removes an empty folder and stamps its parent.
+    /// @throws EntryNotFoundException   naming `path`, when there is no folder
+    /// @throws FolderNotEmptyException  naming `path`, whether or not the folder is read-only
+    /// @throws ReadOnlyException        naming the parent, or else `path` when the folder itself is read-only
+    void removeFolderEntry(const InMemoryEntryPath& path);
+
+    /// Removes a file and stamps its parent.
+    /// @throws EntryNotFoundException  naming `path`, when there is no file
+    /// @throws ReadOnlyException       naming the parent, or else `path` when the file itself is read-only
+    void removeFileEntry(const InMemoryEntryPath& path);
+
+    // Queries. The first path without an entry of the wanted kind, the parent's before its child's, is named
+    // by EntryNotFoundException. They do not reach the root, which has no parent.
+
+    /// In bytes.
+    std::uint64_t getFileEntrySize(const InMemoryEntryPath& path) const;
+    boost::posix_time::ptime getFileEntryLastModified(const InMemoryEntryPath& path) const;
+    boost::posix_time::ptime getFolderEntryLastModified(const InMemoryEntryPath& path) const;
+    bool fileIsWritable(const InMemoryEntryPath& path) const;
+    bool folderIsWritable(const InMemoryEntryPath& path) const;
+
+    /// The folder at `path`, the root included, or an empty pointer. Takes no lock and never waits, however
+    /// long a change of the tree takes.
+    std::shared_ptr<InMemoryFolderEntry> getFolderEntry(const InMemoryEntryPath& path) const;
+
+    /// Moves a file. A new node at `target` takes over the bytes and the writable flag; it and both parents
+    /// are stamped with one reading of the clock. A replaced file is removed before the last checks, which
+    /// are those of the two parents' flags. So a file moved onto itself, replacing allowed, is removed, and
+    /// then not found.
+    /// @throws EntryNotFoundException  naming the source's parent; `source`, when no file is there; the
+    /// target's
+    ///                                 parent
+    /// @throws EntryExistsException    naming `target`, when a folder is there, or a file and the policy
+    /// refuses
+    /// @throws ReadOnlyException       naming `target`, the target's parent or the source's parent
+    void moveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
+                       const foundation::storage::provider::ReplacementPolicy& policy);
+
+    /// Moves a folder and everything below it, folder by folder: new nodes take the place of the old ones,
+    /// all of them and both parents stamped with one reading of the clock. Moved folders are writable, moved
+    /// files keep their flag. A replaced empty folder is removed before the last checks. A read-only folder
+    /// below `source` stops the move where it is; what has been moved until then stays moved.
+    /// @throws EntryNotFoundException   naming the source's parent; `source`, when no folder is there; the
+    /// target's
+    ///                                  parent
+    /// @throws EntryExistsException     naming `target`, when a file is there, or a folder and the policy
+    /// refuses, or
+    ///                                  when it is `source` or below it
+    /// @throws FolderNotEmptyException  naming `target`
+    /// @throws ReadOnlyException        naming `target`, a parent, `source` or the folder below it that
+    /// stopped the
+    ///                                  move
+    void moveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
+                         const foundation::storage::provider::ReplacementPolicy& policy);
+
+    /// Opens a file for reading and writing, creating and emptying it as `options` say. Stamps the file, and
+    /// its parent when the file is created, with one reading of the clock.
+    /// @throws EntryNotFoundException  naming the parent; `path`, when no file is there and it must exist
+    /// @throws EntryExistsException    naming `path`, when a folder is there
+    /// @throws ReadOnlyException       naming `path`; the parent, when the file would have to be created
+    std::unique_ptr<foundation::storage::provider::ByteStream>
+    checkOutFileEntry(const InMemoryEntryPath& path,
+                      const foundation::storage::provider::ByteStreamOpenOptions& options);
+
+    /// Opens a file for reading; changes nothing, and the writable flag does not matter.
+    /// @throws EntryNotFoundException  naming the parent; `path`, when no file is there
+    std::unique_ptr<foundation::storage::provider::ByteStream>
+    checkOutFileEntry(const InMemoryEntryPath& path) const;
+
+private:
+    using FolderMap = LeftRightMap<InMemoryEntryPath, std::shared_ptr<InMemoryFolderEntry>>;
+    enum class EntryKind { File, Folder };
+    struct FolderMove;
+
+    // The operations below are for holders of `mutex_`.
+
+    std::shared_ptr<InMemoryFolderEntry> doGetFolderEntry(const InMemoryEntryPath& path) const;
+    void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder);
+    void removeFolderFromFSMap(const InMemoryEntryPath& path);
+
+    /// Puts a new folder both among its parent's children and into the map, or, out of memory, nowhere.
+    void linkFolder(InMemoryFolderEntry& parent, const std::shared_ptr<InMemoryFolderEntry>& folder);
+
+    std::shared_ptr<InMemoryFolderEntry> requireParent(const InMemoryEntryPath& path) const;
+    static std::shared_ptr<InMemoryEntry> requireChild(const InMemoryFolderEntry& parent,
+                                                       const InMemoryEntryPath& path, EntryKind kind);
+
+    void moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
+                           const boost::posix_time::ptime& time);
+    void moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
+                             const boost::posix_time::ptime& time);
+    FolderMove beginFolderMove(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
+                               const boost::posix_time::ptime& time);
+    void finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time);
+
+    FolderMap folders_;
+    mutable std::mutex mutex_;
+};
+
+} // namespace storage::inmemoryprovider

@@ -1,0 +1,34 @@
+#include "inmemoryprovider/filesystem/TreeRules.h"
+
+#include "inmemoryprovider/EntryExistsException.h"
+#include "inmemoryprovider/ReadOnlyException.h"
+
+namespace storage::inmemoryprovider {
+
+boost::posix_time::ptime currentTime() {
+    return boost::posix_time::microsec_clock::universal_time();
+}
+
+std::shared_ptr<InMemoryFileEntry> makeFileEntry(const InMemoryEntryPath& path,
+                                                 const boost::posix_time::ptime& time) {
+    return std::make_shared<InMemoryFileEntry>(path, time, newEntriesAreWritable);
+}
+
+std::shared_ptr<InMemoryFolderEntry> makeFolderEntry(const InMemoryEntryPath& path,
+                                                     const boost::posix_time::ptime& time) {
+    return std::make_shared<InMemoryFolderEntry>(path, time, newEntriesAreWritable);
+}
+
+void requireWritable(const InMemoryEntry& entry) {
+    if (!entry.isWritable()) {
+        throw ReadOnlyException(entry.path());
+    }
+}
+
+void requireNoChild(const InMemoryFolderEntry& parent, const InMemoryEntryPath& path) {
+    if (parent.doChildExist(path)) {
+        throw EntryExistsException(path);
+    }
+}
+
+} // namespace storage::inmemoryprovider

@@ -1,0 +1,65 @@
+#include "tests/inmemoryprovider/FailingAllocation.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+enum class Mode { Off, Counting, Failed };
+
+thread_local Mode mode = Mode::Off;
+thread_local std::size_t left = 0;
+
+void* allocate(std::size_t size) {
+    if (mode == Mode::Counting && left-- == 0) {
+        mode = Mode::Failed;
+        throw std::bad_alloc();
+    }
+    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    return allocate(size);
+}
+
+void* operator new[](std::size_t size) {
+    return allocate(size);
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}
+
+namespace storage::inmemoryprovider {
+
+FailingAllocation::FailingAllocation(std::size_t allowed) noexcept {
+    left = allowed;
+    mode = Mode::Counting;
+}
+
+FailingAllocation::~FailingAllocation() {
+    mode = Mode::Off;
+}
+
+bool FailingAllocation::happened() const noexcept {
+    return mode == Mode::Failed;
+}
+
+} // namespace storage::inmemoryprovider

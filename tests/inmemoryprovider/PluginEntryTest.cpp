@@ -1,0 +1,60 @@
+#include "inmemoryprovider/PluginEntry.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+
+namespace storage::inmemoryprovider {
+namespace {
+
+using foundation::storage::provider::IProvider;
+using foundation::storage::provider::StorageIRI;
+
+TEST(PluginEntry, installsAnEmptyProvider) {
+    std::shared_ptr<IProvider> provider;
+    buildProvider_V1(&provider);
+    ASSERT_NE(provider, nullptr);
+    EXPECT_TRUE(provider->doFolderExists(StorageIRI(u"/")));
+    EXPECT_FALSE(provider->doListAll(StorageIRI(u"/"))->hasNext());
+    EXPECT_EQ(provider.use_count(), 1);
+}
+
+TEST(PluginEntry, destroysTheProviderItReplacesUnlessOthersHoldIt) {
+    std::shared_ptr<IProvider> provider;
+    buildProvider_V1(&provider);
+    provider->doCreateFile(StorageIRI(u"/f"));
+    const std::weak_ptr<IProvider> first = provider;
+    buildProvider_V1(&provider);
+    EXPECT_TRUE(first.expired());
+    EXPECT_FALSE(provider->doFileExists(StorageIRI(u"/f")));
+
+    const auto second = provider;
+    buildProvider_V1(&provider);
+    EXPECT_NE(provider, second);
+    EXPECT_TRUE(second->doFolderExists(StorageIRI(u"/")));
+}
+
+TEST(PluginEntry, eachProviderHasATreeOfItsOwn) {
+    std::shared_ptr<IProvider> one;
+    std::shared_ptr<IProvider> two;
+    buildProvider_V1(&one);
+    buildProvider_V1(&two);
+    one->doCreateFile(StorageIRI(u"/f"));
+    EXPECT_FALSE(two->doFileExists(StorageIRI(u"/f")));
+}
+
+TEST(PluginEntry, refusesANullPointer) {
+    EXPECT_THROW(buildProvider_V1(nullptr), std::invalid_argument);
+}
+
+TEST(PluginEntry, buildsProvidersForHostsInCpp) {
+    const std::shared_ptr<InMemoryProvider> one = buildInMemoryProvider();
+    const std::shared_ptr<IProvider> two = buildInMemoryProvider();
+    one->doCreateFile(StorageIRI(u"/f"));
+    EXPECT_TRUE(one->doFileExists(StorageIRI(u"/f")));
+    EXPECT_FALSE(two->doFileExists(StorageIRI(u"/f")));
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider

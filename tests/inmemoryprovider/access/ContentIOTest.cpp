@@ -1,0 +1,259 @@
+#include "inmemoryprovider/access/ContentIO.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+namespace storage::inmemoryprovider {
+namespace {
+
+using foundation::storage::provider::ByteStreamAppend;
+
+constexpr auto appending = ByteStreamAppend::AppendAtEnd;
+constexpr auto atPosition = ByteStreamAppend::WriteAtPosition;
+constexpr auto atPositionByAnotherNumber = static_cast<ByteStreamAppend>(7);
+constexpr long most = std::numeric_limits<long>::max();
+
+class ContentIOTest : public testing::Test {
+protected:
+    void fill(const std::string& bytes) { content.assign(bytes.begin(), bytes.end()); }
+
+    std::string bytes() const { return {content.begin(), content.end()}; }
+
+    long write(const std::string& text, ByteStreamAppend append) {
+        return writeContent(content, text.data(), static_cast<long>(text.size()), position, append);
+    }
+
+    /// What a read of `count` copied, or "none".
+    std::string read(long count) {
+        std::string buffer(64, '.');
+        const long copied = readContent(content, buffer.data(), count, position);
+        return copied < 0 ? "none" : buffer.substr(0, static_cast<std::size_t>(copied));
+    }
+
+    long seek(long offset, std::ios_base::seekdir direction) {
+        return static_cast<long>(std::streamoff(seekContent(content, offset, direction, position)));
+    }
+
+    std::vector<std::uint8_t> content;
+    unsigned long position = 0;
+};
+
+TEST_F(ContentIOTest, readingAnEmptyFileGivesNone) {
+    EXPECT_EQ(read(1), "none");
+    EXPECT_EQ(read(0), "none");
+    EXPECT_EQ(read(-1), "none");
+    EXPECT_EQ(position, 0U);
+}
+
+TEST_F(ContentIOTest, readsUpToTheEndAndThenNone) {
+    fill("0123456789");
+    position = 7;
+    EXPECT_EQ(read(60), "789");
+    EXPECT_EQ(position, 10U);
+    EXPECT_EQ(read(60), "none");
+    EXPECT_EQ(position, 10U);
+}
+
+TEST_F(ContentIOTest, readsNoMoreThanAskedFor) {
+    fill("0123456789");
+    EXPECT_EQ(read(4), "0123");
+    EXPECT_EQ(read(1), "4");
+    EXPECT_EQ(position, 5U);
+}
+
+TEST_F(ContentIOTest, readingZeroBytesGivesNoneAndDoesNotMove) {
+    fill("0123456789");
+    position = 3;
+    EXPECT_EQ(read(0), "none");
+    EXPECT_EQ(position, 3U);
+}
+
+TEST_F(ContentIOTest, aNegativeCountReadsAllThatIsLeft) {
+    fill("0123456789");
+    position = 6;
+    EXPECT_EQ(read(-1), "6789");
+    EXPECT_EQ(position, 10U);
+}
+
+TEST_F(ContentIOTest, readingBehindTheEndGivesNoneAndDoesNotMove) {
+    fill("0123");
+    position = 50;
+    EXPECT_EQ(read(10), "none");
+    EXPECT_EQ(read(-1), "none");
+    EXPECT_EQ(position, 50U);
+}
+
+TEST_F(ContentIOTest, appendsAtTheEndWhereverThePositionWas) {
+    fill("0123456789");
+    position = 2;
+    EXPECT_EQ(write("abcd", appending), 4);
+    EXPECT_EQ(bytes(), "0123456789abcd");
+    EXPECT_EQ(position, 14U);
+}
+
+TEST_F(ContentIOTest, appendingNothingMovesToTheEnd) {
+    fill("0123456789");
+    position = 2;
+    EXPECT_EQ(write("", appending), 0);
+    EXPECT_EQ(position, 10U);
+    EXPECT_EQ(bytes(), "0123456789");
+}
+
+TEST_F(ContentIOTest, overwritesInsideTheFile) {
+    fill("0123456789");
+    position = 2;
+    EXPECT_EQ(write("ab", atPosition), 2);
+    EXPECT_EQ(bytes(), "01ab456789");
+    EXPECT_EQ(position, 4U);
+}
+
+TEST_F(ContentIOTest, overwritesUpToTheEndAndAppendsTheRest) {
+    fill("0123456789");
+    position = 8;
+    EXPECT_EQ(write("abcde", atPosition), 5);
+    EXPECT_EQ(bytes(), "01234567abcde");
+    EXPECT_EQ(position, 13U);
+}
+
+TEST_F(ContentIOTest, overwritesExactlyToTheEnd) {
+    fill("0123");
+    position = 2;
+    EXPECT_EQ(write("ab", atPosition), 2);
+    EXPECT_EQ(bytes(), "01ab");
+    EXPECT_EQ(position, 4U);
+}
+
+TEST_F(ContentIOTest, everyNumberButZeroWritesAtThePosition) {
+    fill("0123");
+    position = 1;
+    EXPECT_EQ(write("x", atPositionByAnotherNumber), 1);
+    EXPECT_EQ(bytes(), "0x23");
+}
+
+TEST_F(ContentIOTest, writingBehindTheEndJoinsTheEndWithoutAGap) {
+    position = 50;
+    EXPECT_EQ(write("abcd", atPosition), 4);
+    EXPECT_EQ(bytes(), "abcd");
+    EXPECT_EQ(position, 4U);
+}
+
+TEST_F(ContentIOTest, writingNothingLeavesThePositionAlsoBehindTheEnd) {
+    fill("0123");
+    position = 50;
+    EXPECT_EQ(write("", atPosition), 0);
+    EXPECT_EQ(position, 50U);
+    position = 2;
+    EXPECT_EQ(write("", atPosition), 0);
+    EXPECT_EQ(position, 2U);
+    EXPECT_EQ(bytes(), "0123");
+}
+
+TEST_F(ContentIOTest, aNegativeCountWritesNothingAndComesBack) {
+    fill("0123");
+    position = 2;
+    EXPECT_EQ(writeContent(content, "abc", -3, position, atPosition), -3);
+    EXPECT_EQ(position, 2U);
+    EXPECT_EQ(writeContent(content, "abc", -3, position, appending), -3);
+    EXPECT_EQ(position, 4U);
+    EXPECT_EQ(bytes(), "0123");
+}
+
+TEST_F(ContentIOTest, growingAtLeastDoublesTheCapacity) {
+    content.reserve(100);
+    fill(std::string(10, 'x'));
+    position = 10;
+    write(std::string(91, 'y'), atPosition);
+    EXPECT_EQ(content.capacity(), 200U);
+    write(std::string(500, 'z'), atPosition);
+    EXPECT_EQ(content.capacity(), 601U);
+}
+
+TEST_F(ContentIOTest, smallAppendsReallocateRarely) {
+    int reallocations = 0;
+    for (int i = 0; i < 100000; ++i) {
+        const auto capacity = content.capacity();
+        write("x", appending);
+        reallocations += content.capacity() != capacity ? 1 : 0;
+    }
+    EXPECT_LT(reallocations, 20);
+}
+
+TEST_F(ContentIOTest, aSizeNoVectorCanHaveLeavesTheOverwrittenPartAndThePosition) {
+    fill("0123456789");
+    position = 8;
+    std::string buffer = "ab";
+    // Only the two bytes that are overwritten are ever read from the buffer.
+    EXPECT_THROW(writeContent(content, buffer.data(), most, position, atPosition), std::exception);
+    EXPECT_EQ(bytes(), "01234567ab");
+    EXPECT_EQ(position, 10U);
+    EXPECT_THROW(writeContent(content, buffer.data(), most, position, appending), std::length_error);
+    EXPECT_EQ(bytes(), "01234567ab");
+    EXPECT_EQ(position, 10U);
+}
+
+TEST_F(ContentIOTest, seeksFromTheBeginningThePositionAndTheEnd) {
+    fill("0123456789");
+    EXPECT_EQ(seek(4, std::ios_base::beg), 4);
+    EXPECT_EQ(position, 4U);
+    EXPECT_EQ(seek(3, std::ios_base::cur), 7);
+    EXPECT_EQ(seek(-5, std::ios_base::cur), 2);
+    EXPECT_EQ(seek(-1, std::ios_base::end), 9);
+    EXPECT_EQ(seek(0, std::ios_base::end), 10);
+    EXPECT_EQ(seek(10, std::ios_base::beg), 10);
+    EXPECT_EQ(position, 10U);
+}
+
+TEST_F(ContentIOTest, seeksInAnEmptyFileOnlyToItsBeginning) {
+    EXPECT_EQ(seek(0, std::ios_base::end), 0);
+    EXPECT_EQ(seek(1, std::ios_base::beg), -1);
+    EXPECT_EQ(seek(-1, std::ios_base::cur), -1);
+    EXPECT_EQ(position, 0U);
+}
+
+TEST_F(ContentIOTest, doesNotMoveWhenTheTargetLiesOutsideTheFile) {
+    fill("0123456789");
+    position = 5;
+    EXPECT_EQ(seek(11, std::ios_base::beg), -1);
+    EXPECT_EQ(seek(-1, std::ios_base::beg), -1);
+    EXPECT_EQ(seek(6, std::ios_base::cur), -1);
+    EXPECT_EQ(seek(-6, std::ios_base::cur), -1);
+    EXPECT_EQ(seek(1, std::ios_base::end), -1);
+    EXPECT_EQ(position, 5U);
+}
+
+TEST_F(ContentIOTest, refusesADirectionItDoesNotKnow) {
+    fill("0123456789");
+    position = 5;
+    EXPECT_EQ(seek(0, static_cast<std::ios_base::seekdir>(77)), -1);
+    EXPECT_EQ(position, 5U);
+}
+
+TEST_F(ContentIOTest, refusesASumThatOverflows) {
+    fill("0123456789");
+    position = 5;
+    EXPECT_EQ(seek(most, std::ios_base::cur), -1);
+    EXPECT_EQ(seek(most, std::ios_base::end), -1);
+    EXPECT_EQ(seek(std::numeric_limits<long>::min(), std::ios_base::cur), -1);
+    EXPECT_EQ(position, 5U);
+}
+
+TEST_F(ContentIOTest, seeksRelativeToAPositionBehindTheEnd) {
+    fill("0123456789");
+    position = 50;
+    EXPECT_EQ(seek(0, std::ios_base::cur), -1);
+    EXPECT_EQ(seek(-45, std::ios_base::cur), 5);
+}
+
+TEST_F(ContentIOTest, aSeekResultHasNoConversionState) {
+    fill("0123");
+    const std::streampos result = seekContent(content, 2, std::ios_base::beg, position);
+    EXPECT_EQ(result.state().__count, 0);
+    EXPECT_EQ(result, std::streampos(2));
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider

@@ -1,0 +1,120 @@
+#include "inmemoryprovider/access/FileFolderEntryIterator.h"
+#include "inmemoryprovider/access/is_file_or_folder_predicate.h"
+#include "inmemoryprovider/access/is_file_predicate.h"
+#include "inmemoryprovider/access/is_folder_predicate.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace storage::inmemoryprovider {
+namespace {
+
+using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::IFolderEntryIterator;
+
+using Snapshot = InMemoryFolderEntry::LightWeightRepresentation;
+using All = FileFolderEntryIterator<is_file_or_folder_predicate>;
+using Files = FileFolderEntryIterator<is_file_predicate>;
+using Folders = FileFolderEntryIterator<is_folder_predicate>;
+
+constexpr auto aFile = FolderEntry::EntryType::File;
+constexpr auto aFolder = FolderEntry::EntryType::Folder;
+
+Snapshot snapshot(const std::vector<std::pair<std::u16string, FolderEntry::EntryType>>& children) {
+    Snapshot result;
+    for (const auto& [name, type] : children) {
+        result.try_emplace(InMemoryEntryPath(u"/f/" + name), name, type == aFolder);
+    }
+    return result;
+}
+
+std::vector<FolderEntry> rest(IFolderEntryIterator& iterator) {
+    std::vector<FolderEntry> entries;
+    while (iterator.hasNext()) {
+        iterator.step();
+        entries.push_back(iterator.getEntry());
+    }
+    return entries;
+}
+
+template <class Listing>
+std::vector<FolderEntry> list(const Snapshot& children) {
+    Listing listing(children);
+    return rest(listing);
+}
+
+TEST(FileFolderEntryIterator, anEmptyFolderHasNothingOfAnyKind) {
+    EXPECT_FALSE(All(Snapshot()).hasNext());
+    EXPECT_FALSE(Files(Snapshot()).hasNext());
+    EXPECT_FALSE(Folders(Snapshot()).hasNext());
+}
+
+TEST(FileFolderEntryIterator, aFolderOfOnlyTheOtherKindHasNothing) {
+    const auto folders = snapshot({{u"a", aFolder}, {u"b", aFolder}});
+    const auto files = snapshot({{u"a", aFile}, {u"b", aFile}});
+    EXPECT_FALSE(Files(folders).hasNext());
+    EXPECT_FALSE(Folders(files).hasNext());
+    EXPECT_EQ(list<All>(folders), (std::vector{FolderEntry(u"a", aFolder), FolderEntry(u"b", aFolder)}));
+}
+
+TEST(FileFolderEntryIterator, yieldsTheAcceptedKindInTheOrderOfPaths) {
+    const auto children =
+        snapshot({{u"b", aFile}, {u"a", aFolder}, {u"d", aFolder}, {u"c", aFile}, {u"e", aFile}});
+    EXPECT_EQ(list<All>(children),
+              (std::vector{FolderEntry(u"a", aFolder), FolderEntry(u"b", aFile), FolderEntry(u"c", aFile),
+                           FolderEntry(u"d", aFolder), FolderEntry(u"e", aFile)}));
+    EXPECT_EQ(list<Files>(children),
+              (std::vector{FolderEntry(u"b", aFile), FolderEntry(u"c", aFile), FolderEntry(u"e", aFile)}));
+    EXPECT_EQ(list<Folders>(children), (std::vector{FolderEntry(u"a", aFolder), FolderEntry(u"d", aFolder)}));
+}
+
+TEST(FileFolderEntryIterator, readingTheEntryDoesNotMove) {
+    All listing(snapshot({{u"a", aFolder}, {u"b", aFile}}));
+    listing.step();
+    EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFolder));
+    EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFolder));
+    EXPECT_TRUE(listing.hasNext());
+}
+
+TEST(FileFolderEntryIterator, keepsTheLastEntryAtTheEnd) {
+    Files listing(snapshot({{u"a", aFile}, {u"b", aFolder}}));
+    listing.step();
+    EXPECT_FALSE(listing.hasNext());
+    EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFile));
+}
+
+TEST(FileFolderEntryIterator, aCloneYieldsWhatIsLeftIndependently) {
+    const auto children = snapshot({{u"a", aFile}, {u"b", aFolder}, {u"c", aFile}, {u"d", aFile}});
+    Files listing(children);
+    listing.step();
+    const auto clone = listing.clone();
+    const std::vector<FolderEntry> left{FolderEntry(u"c", aFile), FolderEntry(u"d", aFile)};
+    EXPECT_EQ(rest(*clone), left);
+    EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFile));
+    EXPECT_EQ(rest(listing), left);
+}
+
+TEST(FileFolderEntryIterator, aCloneOutlivesItsOriginal) {
+    auto listing = std::make_unique<All>(snapshot({{u"a", aFile}, {u"b", aFolder}}));
+    listing->step();
+    const auto clone = listing->clone();
+    listing.reset();
+    EXPECT_EQ(rest(*clone), (std::vector{FolderEntry(u"b", aFolder)}));
+}
+
+TEST(FileFolderEntryIterator, aCloneAtTheBeginningAndAtTheEndStandsThereToo) {
+    All listing(snapshot({{u"a", aFile}}));
+    EXPECT_EQ(rest(*listing.clone()), (std::vector{FolderEntry(u"a", aFile)}));
+    listing.step();
+    EXPECT_FALSE(listing.clone()->hasNext());
+}
+
+TEST(FileFolderEntryIterator, clonesAreOfTheSameKindOfListing) {
+    const Folders listing(snapshot({{u"a", aFile}}));
+    EXPECT_NE(dynamic_cast<Folders*>(listing.clone().get()), nullptr);
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider

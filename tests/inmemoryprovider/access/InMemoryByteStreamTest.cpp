@@ -1,0 +1,73 @@
+#include "inmemoryprovider/access/InMemoryByteStream.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+
+namespace storage::inmemoryprovider {
+namespace {
+
+using foundation::storage::provider::ByteStream;
+using foundation::storage::provider::ByteStreamAppend;
+
+class InMemoryByteStreamTest : public testing::Test {
+protected:
+    std::unique_ptr<ByteStream> open(ByteStreamAppend append) const {
+        return std::make_unique<InMemoryByteStream>(file, append);
+    }
+
+    static std::string readAll(ByteStream& stream) {
+        std::array<char, 64> buffer{};
+        const long count = stream.read(buffer.data(), buffer.size());
+        return count < 0 ? "" : std::string(buffer.data(), static_cast<std::size_t>(count));
+    }
+
+    std::shared_ptr<InMemoryFileEntry> file = std::make_shared<InMemoryFileEntry>(
+        InMemoryEntryPath(u"/f"), boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3)), true);
+};
+
+TEST_F(InMemoryByteStreamTest, beginsAtTheBeginning) {
+    const auto stream = open(ByteStreamAppend::WriteAtPosition);
+    EXPECT_EQ(stream->seek(0, std::ios_base::cur), std::streampos(0));
+}
+
+TEST_F(InMemoryByteStreamTest, eachStreamHasItsOwnPositionOnSharedBytes) {
+    const auto writer = open(ByteStreamAppend::WriteAtPosition);
+    const auto reader = open(ByteStreamAppend::WriteAtPosition);
+    EXPECT_EQ(writer->write("hello", 5), 5);
+    EXPECT_EQ(readAll(*reader), "hello");
+    EXPECT_EQ(writer->write("!", 1), 1);
+    EXPECT_EQ(readAll(*reader), "!");
+    EXPECT_EQ(writer->read(nullptr, 1), -1);
+}
+
+TEST_F(InMemoryByteStreamTest, writesInTheModeItWasOpenedIn) {
+    open(ByteStreamAppend::WriteAtPosition)->write("hello", 5);
+    const auto appender = open(ByteStreamAppend::AppendAtEnd);
+    appender->write("!", 1);
+    open(ByteStreamAppend::WriteAtPosition)->write("J", 1);
+    appender->seek(0, std::ios_base::beg);
+    EXPECT_EQ(readAll(*appender), "Jello!");
+}
+
+TEST_F(InMemoryByteStreamTest, flushChangesNothing) {
+    const auto stream = open(ByteStreamAppend::WriteAtPosition);
+    stream->write("abc", 3);
+    stream->flush();
+    EXPECT_EQ(stream->seek(0, std::ios_base::cur), std::streampos(3));
+    EXPECT_EQ(file->getFileSize(), 3U);
+}
+
+TEST_F(InMemoryByteStreamTest, keepsTheFileAliveUntilItIsDestroyed) {
+    const std::weak_ptr<InMemoryFileEntry> observer = file;
+    auto stream = open(ByteStreamAppend::WriteAtPosition);
+    file.reset();
+    EXPECT_EQ(stream->write("abc", 3), 3);
+    EXPECT_FALSE(observer.expired());
+    stream.reset();
+    EXPECT_TRUE(observer.expired());
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider

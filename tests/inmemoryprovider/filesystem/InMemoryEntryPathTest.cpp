@@ -1,0 +1,142 @@
+#include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace storage::inmemoryprovider {
+namespace {
+
+using Path = InMemoryEntryPath;
+
+struct Derivation {
+    std::u16string input;
+    std::u16string expected;
+};
+
+class NormalisationTest : public testing::TestWithParam<Derivation> {};
+
+TEST_P(NormalisationTest, bringsTheTextIntoNormalForm) {
+    const Path path(GetParam().input);
+    EXPECT_EQ(path.string(), GetParam().expected);
+    EXPECT_EQ(path.view(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    InMemoryEntryPath, NormalisationTest,
+    testing::Values(Derivation{u"", u""}, Derivation{u"/", u"/"}, Derivation{u"a", u"a"},
+                    Derivation{u"//", u"/"}, Derivation{u"///", u"/"}, Derivation{u"////", u"/"},
+                    Derivation{u"/a", u"/a"}, Derivation{u"/a/", u"/a"}, Derivation{u"/a//", u"/a/"},
+                    Derivation{u"/a///", u"/a//"}, Derivation{u"//a", u"/a"}, Derivation{u"///a", u"/a"},
+                    Derivation{u"///a/", u"/a"}, Derivation{u"/a//b", u"/a//b"}, Derivation{u"a/b", u"/b"},
+                    Derivation{u"a//b", u"/b"}, Derivation{u"ab/c", u"ab/c"}, Derivation{u"a/", u"a"},
+                    Derivation{u"a//", u"/"}, Derivation{u"ab/", u"ab"}, Derivation{u"/.", u"/."},
+                    Derivation{u"/../a/./b", u"/../a/./b"}, Derivation{u"/\U0001F600/", u"/\U0001F600"},
+                    Derivation{u"\xD800/b", u"/b"}));
+
+class ParentPathTest : public testing::TestWithParam<Derivation> {};
+
+TEST_P(ParentPathTest, isTheTextBeforeTheLastSeparator) {
+    EXPECT_EQ(Path(GetParam().input).parentPath().string(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, ParentPathTest,
+                         testing::Values(Derivation{u"/", u""}, Derivation{u"", u""}, Derivation{u"a", u""},
+                                         Derivation{u"/a", u"/"}, Derivation{u"/a/b", u"/a"},
+                                         Derivation{u"/a/b/c", u"/a/b"}, Derivation{u"/a//", u"/a"},
+                                         Derivation{u"/a//b", u"/a"}, Derivation{u"/a///b", u"/a/"},
+                                         Derivation{u"ab/c", u"ab"}, Derivation{u"ab/c/d", u"ab/c"}));
+
+struct HasParent {
+    std::u16string input;
+    bool expected;
+};
+
+class HasParentTest : public testing::TestWithParam<HasParent> {};
+
+TEST_P(HasParentTest, asksForASeparatorInAPathThatIsNotTheRoot) {
+    EXPECT_EQ(Path(GetParam().input).hasParent(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, HasParentTest,
+                         testing::Values(HasParent{u"", false}, HasParent{u"/", false},
+                                         HasParent{u"a", false}, HasParent{u"/a", true},
+                                         HasParent{u"a/b", true}, HasParent{u"ab/c", true}));
+
+class FilenameTest : public testing::TestWithParam<Derivation> {};
+
+TEST_P(FilenameTest, isTheLastComponent) {
+    EXPECT_EQ(Path(GetParam().input).filename(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, FilenameTest,
+                         testing::Values(Derivation{u"/", u"/"}, Derivation{u"", u""}, Derivation{u"a", u"a"},
+                                         Derivation{u"/a/b", u"b"}, Derivation{u"/a//", u""},
+                                         Derivation{u"ab/c", u"c"},
+                                         Derivation{u"/\U0001F600", u"\U0001F600"}));
+
+struct Appending {
+    std::u16string base;
+    std::u16string name;
+    std::u16string expected;
+};
+
+class AppendTest : public testing::TestWithParam<Appending> {};
+
+TEST_P(AppendTest, joinsWithOneSeparatorAndLeavesTheWholeAsItIs) {
+    Path path(GetParam().base);
+    Path& result = path.append(GetParam().name);
+    EXPECT_EQ(&result, &path);
+    EXPECT_EQ(path.string(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, AppendTest,
+                         testing::Values(Appending{u"/", u"b", u"//b"}, Appending{u"/a", u"b", u"/a/b"},
+                                         Appending{u"/a", u"/b", u"/a//b"}, Appending{u"/a", u"b/", u"/a/b"},
+                                         Appending{u"/a", u"b/c", u"/a//c"}, Appending{u"/a", u"", u"/a/"},
+                                         Appending{u"", u"b", u"/b"}, Appending{u"/a//", u"b", u"/a//b"}));
+
+TEST(InMemoryEntryPath, ordersByUnsignedCodeUnits) {
+    std::vector<Path> paths{Path(u"/a0"), Path(u"/\xFFFF"),     Path(u"/a/b"), Path(u"/b"), Path(u"/a"),
+                            Path(u"/A"),  Path(u"/\U0001F600"), Path(u"/a-b"), Path(u"/"),  Path(u"")};
+    std::sort(paths.begin(), paths.end());
+    const std::vector<Path> expected{
+        Path(u""),     Path(u"/"),   Path(u"/A"), Path(u"/a"),          Path(u"/a-b"),
+        Path(u"/a/b"), Path(u"/a0"), Path(u"/b"), Path(u"/\U0001F600"), Path(u"/\xFFFF")};
+    EXPECT_EQ(paths, expected);
+}
+
+TEST(InMemoryEntryPath, isNotLessThanItself) {
+    EXPECT_FALSE(Path(u"/a") < Path(u"/a"));
+}
+
+TEST(InMemoryEntryPath, equalsWhatHasTheSameCodeUnits) {
+    EXPECT_EQ(Path(u"/a/"), Path(u"//a"));
+    EXPECT_FALSE(Path(u"/a") == Path(u"/A"));
+    EXPECT_FALSE(Path(u"/a") == Path(u"/ab"));
+    EXPECT_FALSE(Path(u"/\u00E9") == Path(u"/e\u0301"));
+}
+
+struct Within {
+    std::u16string path;
+    std::u16string folder;
+    bool expected;
+};
+
+class WithinTest : public testing::TestWithParam<Within> {};
+
+TEST_P(WithinTest, followsTheParentsAndNotTheText) {
+    EXPECT_EQ(Path(GetParam().path).isWithin(Path(GetParam().folder)), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, WithinTest,
+                         testing::Values(Within{u"/a", u"/a", true}, Within{u"/a/b/c", u"/a", true},
+                                         Within{u"/a/b", u"/", true}, Within{u"/ab", u"/a", false},
+                                         Within{u"/a", u"/a/b", false}, Within{u"/b", u"/a", false},
+                                         Within{u"/a//b", u"/a", true}, Within{u"/a//b", u"/a//", false},
+                                         Within{u"/a///b", u"/a//", true}, Within{u"/a", u"", true},
+                                         Within{u"", u"", true}));
+
+} // namespace
+} // namespace storage::inmemoryprovider
