@@ -6,5 +6,6 @@ target_compile_options(qzstorage_compiler_settings INTERFACE
 if(QZSTORAGE_SANITIZE)
     target_compile_options(qzstorage_compiler_settings INTERFACE
         -fsanitize=${QZSTORAGE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_compile_definitions(qzstorage_compiler_settings INTERFACE QZSTORAGE_SANITIZED)
     target_link_options(qzstorage_compiler_settings INTERFACE -fsanitize=${QZSTORAGE_SANITIZE})
 endif()

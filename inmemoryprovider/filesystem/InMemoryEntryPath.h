@@ -44,10 +44,11 @@ public:
     /// Whether this is `folder` itself or an entry at any depth below it.
     bool isWithin(const InMemoryEntryPath& folder) const;
 
-    bool operator==(const InMemoryEntryPath& other) const noexcept { return text_ == other.text_; }
+    /// Same length and same code units.
+    bool operator==(const InMemoryEntryPath& other) const noexcept;
 
     /// By unsigned code units; a beginning of a text sorts before the text.
-    bool operator<(const InMemoryEntryPath& other) const noexcept { return text_ < other.text_; }
+    bool operator<(const InMemoryEntryPath& other) const noexcept;
 
 private:
     std::u16string text_;

@@ -150,7 +150,9 @@ void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long lo
 } // namespace
 
 // The binary interface hands over patterns and callbacks by value, so that overriding providers may keep
-// them. NOLINTBEGIN(performance-unnecessary-value-param)
+// them.
+
+// NOLINTBEGIN(performance-unnecessary-value-param)
 
 IProvider::~IProvider() = default;
 
@@ -281,7 +283,7 @@ IProvider::PathComparator IProvider::doGetPathComparator(const StorageIRI&) cons
 }
 
 StorageIRI IProvider::doGetCanonicalLocation(const StorageIRI& iri) const {
-    return StorageIRI(iri.getResolvedPath());
+    return StorageIRI(isRoot(iri) ? std::u16string(u"/") : iri.getResolvedPath());
 }
 
 FilenameSensitivity IProvider::doGetFilenameSensitivity(const StorageIRI&) const {

@@ -1,5 +1,5 @@
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
-#include "tests/inmemoryprovider/SmallStack.h"
+#include "tests/support/SmallStack.h"
 
 #include <gtest/gtest.h>
 
@@ -10,11 +10,12 @@ namespace {
 
 using foundation::storage::provider::ReplacementPolicy;
 
-constexpr int depth = 4000;
+using tests::greatDepth;
+using tests::runOnSmallStack;
 
 std::u16string deepPath(const std::u16string& top) {
     std::u16string text = u"/" + top;
-    for (int level = 1; level < depth; ++level) {
+    for (int level = 1; level < greatDepth; ++level) {
         text += u"/d";
     }
     return text;
@@ -22,7 +23,7 @@ std::u16string deepPath(const std::u16string& top) {
 
 void addChain(InMemoryFileSystem& fileSystem, const std::u16string& top) {
     std::u16string text = u"/" + top;
-    for (int level = 0; level < depth; ++level) {
+    for (int level = 0; level < greatDepth; ++level) {
         fileSystem.addFolderEntry(InMemoryEntryPath(text));
         text += u"/d";
     }
@@ -48,7 +49,7 @@ TEST(DeepTree, aChainThatOnlyItsTopHoldsIsDestroyedOnASmallStack) {
     auto top = std::make_shared<InMemoryFolderEntry>(InMemoryEntryPath(u"/d"), time, true);
     auto bottom = top;
     auto text = top->getPath();
-    for (int level = 0; level < depth; ++level) {
+    for (int level = 0; level < greatDepth; ++level) {
         text.append(u"d");
         auto next = std::make_shared<InMemoryFolderEntry>(text, time, true);
         bottom->addChild(next);

@@ -111,6 +111,25 @@ TEST(InMemoryEntryPath, isNotLessThanItself) {
     EXPECT_FALSE(Path(u"/a") < Path(u"/a"));
 }
 
+TEST(InMemoryEntryPath, comparesLongTextsLikeShortOnes) {
+    const std::u16string beginning = u"/a folder with a long name";
+    for (std::size_t length = 1; length <= beginning.size(); ++length) {
+        const auto common = beginning.substr(0, length);
+        const Path shorter(common + u"x");
+        const Path greater(common + u"y and more");
+        const Path longer(common + u"xx");
+        EXPECT_TRUE(shorter < greater);
+        EXPECT_FALSE(greater < shorter);
+        EXPECT_TRUE(shorter < longer);
+        EXPECT_FALSE(longer < shorter);
+        EXPECT_TRUE(longer < greater);
+        EXPECT_FALSE(shorter == greater);
+        EXPECT_FALSE(shorter == longer);
+        EXPECT_FALSE(Path(common + u"\xFF00") < Path(common + u"\x00FF"));
+        EXPECT_TRUE(Path(common + u"xy") == Path(common + u"xy"));
+    }
+}
+
 TEST(InMemoryEntryPath, equalsWhatHasTheSameCodeUnits) {
     EXPECT_EQ(Path(u"/a/"), Path(u"//a"));
     EXPECT_FALSE(Path(u"/a") == Path(u"/A"));

@@ -1,0 +1,32 @@
+#include "hostapi/storage/provider/ByteStreamOpenOptions.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+using namespace foundation::storage::provider;
+
+namespace {
+
+std::array<std::int32_t, 4> fieldsOf(const ByteStreamOpenOptions& options) {
+    std::array<std::int32_t, 4> fields{};
+    static_assert(sizeof(fields) == sizeof(options));
+    std::memcpy(fields.data(), &options, sizeof(options));
+    return fields;
+}
+
+TEST(ByteStreamOpenOptions, LayOutFourNumbersInTheOrderOfTheBinaryInterface) {
+    const ByteStreamOpenOptions options{.hint = 7,
+                                        .existence = ByteStreamExistence::MustExist,
+                                        .content = ByteStreamContent::Empty,
+                                        .append = ByteStreamAppend::AppendAtEnd};
+    EXPECT_EQ(fieldsOf(options), (std::array<std::int32_t, 4>{7, 1, 0, 0}));
+}
+
+TEST(ByteStreamOpenOptions, CreateAMissingFileAndKeepAnExistingOneByDefault) {
+    EXPECT_EQ(fieldsOf({}), (std::array<std::int32_t, 4>{0, 0, 1, 1}));
+}
+
+} // namespace

@@ -1,0 +1,21 @@
+#include "hostapi/storage/provider/ByteStream.h"
+
+#include "tests/hostapi/VtableSlot.h"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+using foundation::storage::provider::ByteStream;
+
+namespace {
+
+TEST(ByteStream, HasItsOperationsBehindTheDestructorInTheOrderOfTheBinaryInterface) {
+    static_assert(std::has_virtual_destructor_v<ByteStream>);
+    EXPECT_EQ(vtableSlot(&ByteStream::read), 2);
+    EXPECT_EQ(vtableSlot(&ByteStream::write), 3);
+    EXPECT_EQ(vtableSlot(&ByteStream::seek), 4);
+    EXPECT_EQ(vtableSlot(&ByteStream::flush), 5);
+}
+
+} // namespace

@@ -1,0 +1,81 @@
+#include "hostapi/storage/provider/Exception.h"
+
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+using foundation::storage::provider::ErrorCode;
+using foundation::storage::provider::Exception;
+using foundation::storage::provider::StorageIRI;
+
+namespace {
+
+TEST(Exception, TellsItsCodeAndLocation) {
+    const StorageIRI iri(u"/mounted/f", u"/f", true);
+    const Exception exception(ErrorCode::ReadOnly, iri);
+    EXPECT_EQ(exception.getErrorCode(), ErrorCode::ReadOnly);
+    EXPECT_EQ(exception.getIRI(), iri);
+}
+
+TEST(Exception, SaysThePathAndTheReasonInPlainWords) {
+    const auto textFor = [](ErrorCode code) {
+        return std::string(Exception(code, StorageIRI(u"/a/f")).what());
+    };
+    EXPECT_EQ(textFor(ErrorCode::FolderNotEmpty), "/a/f: folder is not empty");
+    EXPECT_EQ(textFor(ErrorCode::ReadOnly), "/a/f: read-only, or in a read-only folder");
+    EXPECT_EQ(textFor(ErrorCode::AlreadyExists), "/a/f: already exists");
+    EXPECT_EQ(textFor(ErrorCode::NotFound), "/a/f: no such file or folder");
+    EXPECT_EQ(textFor(ErrorCode::NotOffered), "/a/f: this provider does not offer the operation");
+}
+
+TEST(Exception, SaysThePathThatTheCallerGaveInUtf8) {
+    const Exception exception(ErrorCode::NotFound, StorageIRI(u"/mounted/x", u"/\u00e9\xd800", true));
+    EXPECT_STREQ(exception.what(), "/\xc3\xa9\xef\xbf\xbd: no such file or folder");
+}
+
+TEST(Exception, HasATextForCodesWithoutAName) {
+    const Exception exception(static_cast<ErrorCode>(99), StorageIRI(u"/f"));
+    EXPECT_EQ(exception.getErrorCode(), static_cast<ErrorCode>(99));
+    EXPECT_STREQ(exception.what(), "/f: failed for a reason that this host does not know");
+}
+
+TEST(Exception, DescribesACodeWithoutALocation) {
+    EXPECT_STREQ(Exception::describe(ErrorCode::NotFound), "no such file or folder");
+}
+
+TEST(Exception, SharesItsStateWithItsCopies) {
+    static_assert(std::is_nothrow_copy_constructible_v<Exception>);
+    static_assert(std::is_nothrow_copy_assignable_v<Exception>);
+    const Exception original(ErrorCode::NotFound, StorageIRI(u"/f"));
+    const std::vector<Exception> copies(2, original);
+    Exception assigned(ErrorCode::ReadOnly, StorageIRI(u"/g"));
+    assigned = original;
+    EXPECT_EQ(&copies.front().getIRI(), &original.getIRI());
+    EXPECT_EQ(copies.back().what(), original.what());
+    EXPECT_EQ(assigned.what(), original.what());
+    EXPECT_EQ(assigned.getErrorCode(), ErrorCode::NotFound);
+}
+
+TEST(Exception, LeavesItsLocationToItsCopies) {
+    std::optional<Exception> original(std::in_place, ErrorCode::NotFound, StorageIRI(u"/f"));
+    const Exception copy(*original);
+    const StorageIRI& iri = original->getIRI();
+    original.reset();
+    EXPECT_EQ(iri, StorageIRI(u"/f"));
+    EXPECT_EQ(&copy.getIRI(), &iri);
+}
+
+TEST(Exception, IsAStandardException) {
+    try {
+        throw Exception(ErrorCode::AlreadyExists, StorageIRI(u"/f"));
+    } catch (const std::exception& exception) {
+        EXPECT_STREQ(exception.what(), "/f: already exists");
+    }
+}
+
+} // namespace

@@ -1,0 +1,19 @@
+#include "hostapi/storage/provider/FolderAttributes.h"
+
+#include <boost/date_time/gregorian/gregorian_types.hpp>
+#include <gtest/gtest.h>
+
+using foundation::storage::provider::FolderAttributes;
+
+namespace {
+
+TEST(FolderAttributes, TellWhatTheyWereGiven) {
+    const boost::posix_time::ptime time(boost::gregorian::date(2024, 2, 29),
+                                        boost::posix_time::microseconds(123456));
+    const FolderAttributes writable(time, true);
+    EXPECT_EQ(writable.getLastModified(), time);
+    EXPECT_TRUE(writable.isWritable());
+    EXPECT_FALSE(FolderAttributes(time, false).isWritable());
+}
+
+} // namespace

@@ -1,0 +1,23 @@
+#include "hostapi/storage/provider/FolderEntry.h"
+
+#include <gtest/gtest.h>
+
+using foundation::storage::provider::FolderEntry;
+
+namespace {
+
+TEST(FolderEntry, TellsNameAndKind) {
+    const FolderEntry file(u"f", FolderEntry::EntryType::File);
+    EXPECT_EQ(file.getName(), u"f");
+    EXPECT_EQ(file.getType(), FolderEntry::EntryType::File);
+    EXPECT_EQ(FolderEntry(u"d", FolderEntry::EntryType::Folder).getType(), FolderEntry::EntryType::Folder);
+}
+
+TEST(FolderEntry, EqualsAnotherOfTheSameNameAndKind) {
+    const FolderEntry file(u"x", FolderEntry::EntryType::File);
+    EXPECT_EQ(file, FolderEntry(u"x", FolderEntry::EntryType::File));
+    EXPECT_NE(file, FolderEntry(u"X", FolderEntry::EntryType::File));
+    EXPECT_NE(file, FolderEntry(u"x", FolderEntry::EntryType::Folder));
+}
+
+} // namespace

@@ -1,0 +1,64 @@
+#include "hostapi/storage/provider/IFolderEntryIterator.h"
+
+#include "hostapi/storage/provider/IClonableFolderEntryIterator.h"
+#include "tests/hostapi/VtableSlot.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <string>
+
+using namespace foundation::storage::provider;
+
+namespace {
+
+class Countdown final : public IClonableFolderEntryIterator<Countdown> {
+public:
+    Countdown(int left, int& destroyed) : left_(left), destroyed_(destroyed) {}
+    Countdown(const Countdown&) = default;
+    Countdown& operator=(const Countdown&) = delete;
+    ~Countdown() override { ++destroyed_; }
+
+    FolderEntry getEntry() const override {
+        return {std::u16string(static_cast<std::size_t>(left_), u'x'), FolderEntry::EntryType::File};
+    }
+    bool hasNext() const override { return left_ > 0; }
+    void step() override { --left_; }
+
+private:
+    int left_;
+    int& destroyed_;
+};
+
+TEST(IFolderEntryIterator, HasItsOperationsInTheOrderOfTheBinaryInterface) {
+    EXPECT_EQ(vtableSlot(&IFolderEntryIterator::getEntry), 0);
+    EXPECT_EQ(vtableSlot(&IFolderEntryIterator::hasNext), 1);
+    EXPECT_EQ(vtableSlot(&IFolderEntryIterator::step), 2);
+    EXPECT_EQ(vtableSlot(&IFolderEntryIterator::clone), 3);
+}
+
+TEST(IFolderEntryIterator, HasItsDestructorsBehindItsOperations) {
+    int destroyed = 0;
+    alignas(Countdown) std::array<std::byte, sizeof(Countdown)> room{};
+    callVtableSlot(new (room.data()) Countdown(1, destroyed), 4);
+    EXPECT_EQ(destroyed, 1);
+    callVtableSlot(new Countdown(1, destroyed), 5);
+    EXPECT_EQ(destroyed, 2);
+}
+
+TEST(IClonableFolderEntryIterator, ClonesByCopyingTheConcreteIterator) {
+    int destroyed = 0;
+    Countdown original(2, destroyed);
+    const std::unique_ptr<IFolderEntryIterator> clone = original.clone();
+    original.step();
+    original.step();
+    EXPECT_FALSE(original.hasNext());
+    ASSERT_TRUE(clone->hasNext());
+    clone->step();
+    EXPECT_EQ(clone->getEntry().getName(), u"x");
+}
+
+} // namespace

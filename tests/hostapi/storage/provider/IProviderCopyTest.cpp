@@ -1,0 +1,346 @@
+#include "hostapi/core/except/UtfConversion.h"
+#include "tests/hostapi/storage/provider/InterposedProvider.h"
+#include "tests/hostapi/storage/provider/ProviderTest.h"
+
+#include <boost/date_time/gregorian/gregorian_types.hpp>
+
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+using namespace foundation::storage::provider;
+using Operation = InterposedProvider::Operation;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr auto refuseExisting = static_cast<ReplacementPolicy>(0);
+constexpr auto replaceExisting = static_cast<ReplacementPolicy>(1);
+constexpr auto refuseExistingFile = static_cast<ReplacementPolicy>(4);
+constexpr auto unnamedPolicy = static_cast<ReplacementPolicy>(7);
+
+std::string bytes(std::size_t size) {
+    std::string content;
+    for (std::size_t i = 0; i < size; ++i) {
+        content += static_cast<char>(i * 31 + i / 256);
+    }
+    return content;
+}
+
+/// The folder /to is where copies of the file /from/f go; each test says what stands in it beforehand.
+class IProviderCopy : public ProviderTest {
+protected:
+    IProviderCopy() {
+        makeFolder(u"/from");
+        makeFolder(u"/to");
+        makeFile(u"/from/f", "new bytes");
+    }
+
+    void copy(ReplacementPolicy policy = refuseExisting) const {
+        provider_->doCopyFile(source_, destination_, policy);
+    }
+
+    /// The default operation on the same files, with `before` called before each of the operations it uses.
+    void copyRacing(InterposedProvider::Interposition before,
+                    ReplacementPolicy policy = refuseExisting) const {
+        InterposedProvider(provider_, std::move(before)).doCopyFile(source_, destination_, policy);
+    }
+
+    const StorageIRI source_ = at(u"/from/f");
+    const StorageIRI destination_ = at(u"/to/f");
+};
+
+TEST_F(IProviderCopy, GivesTheDestinationTheSameBytes) {
+    copy();
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+    EXPECT_EQ(contentOf(u"/from/f"), "new bytes");
+    EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
+    EXPECT_THAT(namesIn(u"/from"), ElementsAre(u"f"));
+}
+
+TEST_F(IProviderCopy, CopiesFilesOfAnyNumberOfBlocks) {
+    constexpr std::size_t block = std::size_t{64} * 1024;
+    for (const std::size_t size : {std::size_t{0}, std::size_t{1}, block - 1, block, block + 1, 3 * block}) {
+        provider_->doRemoveFile(source_);
+        makeFile(u"/from/f", bytes(size));
+        copy(replaceExisting);
+        EXPECT_TRUE(contentOf(u"/to/f") == bytes(size)) << size;
+    }
+}
+
+TEST_F(IProviderCopy, MakesAFileWithBytesOfItsOwn) {
+    copy();
+    provider_->doOpenStream(source_, {})->write("NEW", 3);
+    EXPECT_EQ(contentOf(u"/from/f"), "NEW bytes");
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+}
+
+TEST_F(IProviderCopy, MakesAWritableFileOfAReadOnlyOne) {
+    makeReadOnly(u"/from/f");
+    copy();
+    EXPECT_TRUE(provider_->doGetFileAttributes(destination_).isWritable());
+    EXPECT_FALSE(provider_->doGetFileAttributes(source_).isWritable());
+}
+
+TEST_F(IProviderCopy, StampsTheCopyAndLeavesTheTimeOfTheSource) {
+    const boost::posix_time::ptime old(boost::gregorian::date(2000, 1, 1));
+    provider_->doSetLastModified(source_, old);
+    const auto before = boost::posix_time::microsec_clock::universal_time();
+    copy();
+    EXPECT_GE(provider_->doGetFileAttributes(destination_).getLastModified(), before);
+    EXPECT_EQ(provider_->doGetFileAttributes(source_).getLastModified(), old);
+}
+
+TEST_F(IProviderCopy, CopiesWithinOneFolderAndIntoTheRoot) {
+    provider_->doCopyFile(source_, at(u"/from/g"), refuseExisting);
+    provider_->doCopyFile(source_, at(u"/g"), refuseExisting);
+    EXPECT_EQ(contentOf(u"/from/g"), "new bytes");
+    EXPECT_EQ(contentOf(u"/g"), "new bytes");
+    EXPECT_THAT(namesIn(u"/"), ElementsAre(u"from", u"g", u"to"));
+}
+
+TEST_F(IProviderCopy, AcceptsASeparatorAtTheEndOfTheDestination) {
+    provider_->doCopyFile(source_, at(u"/to/f/"), refuseExisting);
+    EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
+}
+
+TEST_F(IProviderCopy, FollowsTheResolvedPaths) {
+    provider_->doCopyFile(StorageIRI(u"/from/f", u"/alias/x", true), StorageIRI(u"/to/f", u"/alias/y", true),
+                          refuseExisting);
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+}
+
+TEST_F(IProviderCopy, RefusesAnExistingFileUnderTheRefusingPolicies) {
+    makeFile(u"/to/f", "old");
+    for (const ReplacementPolicy policy : {refuseExisting, refuseExistingFile}) {
+        EXPECT_THAT([&] { copy(policy); }, failsWith(ErrorCode::AlreadyExists, destination_));
+        EXPECT_EQ(contentOf(u"/to/f"), "old");
+    }
+}
+
+TEST_F(IProviderCopy, ReplacesAnExistingFileUnderEveryOtherPolicy) {
+    makeFile(u"/to/f", "old and longer than the new");
+    for (const ReplacementPolicy policy : {replaceExisting, unnamedPolicy}) {
+        copy(policy);
+        EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+        EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
+    }
+}
+
+TEST_F(IProviderCopy, LeavesTheReplacedBytesToStreamsThatAreOpenOnThem) {
+    makeFile(u"/to/f", "old");
+    const auto stream = provider_->doOpenReadOnlyStream(destination_);
+    copy(replaceExisting);
+    std::string content(3, '\0');
+    EXPECT_EQ(stream->read(content.data(), 3), 3);
+    EXPECT_EQ(content, "old");
+}
+
+TEST_F(IProviderCopy, RefusesAFolderInTheWayUnderEveryPolicy) {
+    makeFolder(u"/to/f");
+    for (const ReplacementPolicy policy :
+         {refuseExisting, replaceExisting, refuseExistingFile, unnamedPolicy}) {
+        EXPECT_THAT([&] { copy(policy); }, failsWith(ErrorCode::AlreadyExists, destination_));
+    }
+    EXPECT_THAT([&] { provider_->doCopyFile(source_, at(u"/"), replaceExisting); },
+                failsWith(ErrorCode::AlreadyExists, at(u"/")));
+    EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
+    EXPECT_THAT(namesIn(u"/"), ElementsAre(u"from", u"to"));
+}
+
+TEST_F(IProviderCopy, RefusesAnOccupiedDestinationBeforeItCopiesAnything) {
+    int created = 0;
+    const auto countCreations = [&](Operation operation, const StorageIRI&) {
+        created += operation == Operation::CreateFile ? 1 : 0;
+    };
+    makeFile(u"/to/f", "old");
+    EXPECT_THROW(copyRacing(countCreations, refuseExisting), Exception);
+    EXPECT_THROW(copyRacing(countCreations, refuseExistingFile), Exception);
+    provider_->doRemoveFile(destination_);
+    makeFolder(u"/to/f");
+    EXPECT_THROW(copyRacing(countCreations, replaceExisting), Exception);
+    EXPECT_EQ(created, 0);
+}
+
+TEST_F(IProviderCopy, OfAMissingFileOrAFolderNamesTheSource) {
+    const StorageIRI missing(u"/from/missing", u"/alias", true);
+    EXPECT_THAT([&] { provider_->doCopyFile(missing, destination_, replaceExisting); },
+                failsWith(ErrorCode::NotFound, missing));
+    EXPECT_THAT([&] { provider_->doCopyFile(at(u"/from"), destination_, replaceExisting); },
+                failsWith(ErrorCode::NotFound, at(u"/from")));
+    EXPECT_THAT(namesIn(u"/to"), IsEmpty());
+}
+
+TEST_F(IProviderCopy, TellsAMissingSourceBeforeAnOccupiedDestination) {
+    makeFile(u"/to/f");
+    EXPECT_THAT([&] { provider_->doCopyFile(at(u"/from/missing"), destination_, refuseExisting); },
+                failsWith(ErrorCode::NotFound, at(u"/from/missing")));
+}
+
+TEST_F(IProviderCopy, IntoAMissingFolderNamesTheSource) {
+    EXPECT_THAT([&] { provider_->doCopyFile(source_, at(u"/missing/f"), replaceExisting); },
+                failsWith(ErrorCode::NotFound, source_));
+    EXPECT_THAT([&] { provider_->doCopyFile(source_, at(u"/from/f/below"), replaceExisting); },
+                failsWith(ErrorCode::NotFound, source_));
+}
+
+TEST_F(IProviderCopy, IntoAReadOnlyFolderNamesTheSource) {
+    makeReadOnly(u"/to");
+    EXPECT_THAT([&] { copy(); }, failsWith(ErrorCode::ReadOnly, source_));
+    EXPECT_THAT(namesIn(u"/to"), IsEmpty());
+}
+
+TEST_F(IProviderCopy, OntoAReadOnlyFileNamesTheSourceAndLeavesNothingElseBehind) {
+    makeFile(u"/to/f", "old");
+    makeReadOnly(u"/to/f");
+    EXPECT_THAT([&] { copy(replaceExisting); }, failsWith(ErrorCode::ReadOnly, source_));
+    EXPECT_EQ(contentOf(u"/to/f"), "old");
+    EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
+}
+
+TEST_F(IProviderCopy, OntoItselfKeepsTheBytes) {
+    provider_->doCopyFile(source_, source_, replaceExisting);
+    EXPECT_EQ(contentOf(u"/from/f"), "new bytes");
+    EXPECT_THAT([&] { provider_->doCopyFile(source_, source_, refuseExisting); },
+                failsWith(ErrorCode::AlreadyExists, source_));
+    EXPECT_EQ(contentOf(u"/from/f"), "new bytes");
+    EXPECT_THAT(namesIn(u"/from"), ElementsAre(u"f"));
+}
+
+TEST_F(IProviderCopy, ReportsAfterEachBlockHowManyBytesAreCopied) {
+    provider_->doRemoveFile(source_);
+    makeFile(u"/from/f", bytes(2 * 65536 + 17));
+    std::vector<unsigned long long> reports;
+    provider_->doCopyFileAtomic(source_, destination_, refuseExisting,
+                                [&](unsigned long long copied) { reports.push_back(copied); });
+    EXPECT_THAT(reports, ElementsAre(65536U, 131072U, 131089U));
+    EXPECT_TRUE(contentOf(u"/to/f") == bytes(2 * 65536 + 17));
+}
+
+TEST_F(IProviderCopy, GoesWithoutReports) {
+    provider_->doCopyFileAtomic(source_, destination_, refuseExisting, {});
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+}
+
+TEST_F(IProviderCopy, ShowsNothingAtTheDestinationUntilItIsComplete) {
+    makeFile(u"/to/f", "old");
+    provider_->doCopyFileAtomic(source_, destination_, replaceExisting,
+                                [&](unsigned long long) { EXPECT_EQ(contentOf(u"/to/f"), "old"); });
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+}
+
+TEST_F(IProviderCopy, EndedByItsReportLeavesNothingBehind) {
+    makeFile(u"/to/f", "old");
+    const auto end = [](unsigned long long) { throw std::runtime_error("enough"); };
+    EXPECT_THROW(provider_->doCopyFileAtomic(source_, destination_, replaceExisting, end),
+                 std::runtime_error);
+    EXPECT_THROW(provider_->doCopyFileAtomic(source_, at(u"/to/g"), replaceExisting, end),
+                 std::runtime_error);
+    EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
+    EXPECT_EQ(contentOf(u"/to/f"), "old");
+}
+
+TEST_F(IProviderCopy, PassesOnWhatItsReportThrowsUnchanged) {
+    const StorageIRI other = at(u"/elsewhere");
+    EXPECT_THAT(
+        [&] {
+            provider_->doCopyFileAtomic(source_, destination_, refuseExisting, [&](unsigned long long) {
+                throw Exception(ErrorCode::ReadOnly, other);
+            });
+        },
+        failsWith(ErrorCode::ReadOnly, other));
+}
+
+TEST_F(IProviderCopy, UsesATemporaryNameThatNoUtf8TextSpells) {
+    std::optional<std::u16string> seen;
+    provider_->doCopyFileAtomic(source_, destination_, refuseExisting,
+                                [&](unsigned long long) { seen = namesIn(u"/to").at(0); });
+    using namespace foundation::core::except;
+    ASSERT_TRUE(seen);
+    EXPECT_NE(toReadableUtf16(toReadableUtf8(*seen)), *seen);
+}
+
+TEST_F(IProviderCopy, UsesSuchANameAlsoBesideANameThatEndsInHalfAPair) {
+    const std::u16string odd = u"/to/f" + std::u16string(1, char16_t{0xD83D});
+    std::optional<std::u16string> seen;
+    provider_->doCopyFileAtomic(source_, at(odd), refuseExisting,
+                                [&](unsigned long long) { seen = namesIn(u"/to").at(0); });
+    using namespace foundation::core::except;
+    ASSERT_TRUE(seen);
+    EXPECT_NE(toReadableUtf16(toReadableUtf8(*seen)), *seen);
+    EXPECT_EQ(contentOf(odd), "new bytes");
+}
+
+TEST_F(IProviderCopy, LeavesAFileAloneThatHasItsTemporaryName) {
+    std::optional<StorageIRI> taken;
+    copyRacing([&](Operation operation, const StorageIRI& iri) {
+        if (operation == Operation::CreateFile && !taken) {
+            taken = iri;
+            makeFile(iri.getPath(), "somebody else's");
+        }
+    });
+    ASSERT_TRUE(taken);
+    EXPECT_EQ(contentOf(taken->getPath()), "somebody else's");
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+    EXPECT_EQ(namesIn(u"/to").size(), 2U);
+}
+
+TEST_F(IProviderCopy, RefusesAFileThatAnotherThreadPutsAtTheDestinationMeanwhile) {
+    EXPECT_THAT(
+        [&] {
+            copyRacing([&](Operation operation, const StorageIRI&) {
+                if (operation == Operation::MoveFile) {
+                    makeFile(u"/to/f", "somebody else's");
+                }
+            });
+        },
+        failsWith(ErrorCode::AlreadyExists, destination_));
+    EXPECT_EQ(contentOf(u"/to/f"), "somebody else's");
+    EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
+}
+
+TEST_F(IProviderCopy, NamesTheSourceWhenAnotherThreadRemovesItsTemporaryFile) {
+    for (const Operation moment : {Operation::OpenStream, Operation::MoveFile}) {
+        EXPECT_THAT(
+            [&] {
+                copyRacing([&](Operation operation, const StorageIRI& iri) {
+                    if (operation == moment) {
+                        provider_->doRemoveFile(iri);
+                    }
+                });
+            },
+            failsWith(ErrorCode::NotFound, source_));
+        EXPECT_THAT(namesIn(u"/to"), IsEmpty());
+    }
+}
+
+TEST_F(IProviderCopy, NamesTheSourceWhenTheFolderBecomesReadOnlyMeanwhile) {
+    EXPECT_THAT(
+        [&] {
+            copyRacing([&](Operation operation, const StorageIRI&) {
+                if (operation == Operation::MoveFile) {
+                    makeReadOnly(u"/to");
+                }
+            });
+        },
+        failsWith(ErrorCode::ReadOnly, source_));
+    EXPECT_FALSE(provider_->doFileExists(destination_));
+}
+
+TEST_F(IProviderCopy, LeavesNothingBehindWhenMemoryRunsOut) {
+    for (const Operation moment : {Operation::OpenStream, Operation::MoveFile}) {
+        EXPECT_THROW(copyRacing([&](Operation operation, const StorageIRI&) {
+                         if (operation == moment) {
+                             throw std::bad_alloc();
+                         }
+                     }),
+                     std::bad_alloc);
+        EXPECT_THAT(namesIn(u"/to"), IsEmpty());
+    }
+}
+
+} // namespace

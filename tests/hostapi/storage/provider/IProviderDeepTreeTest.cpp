@@ -1,0 +1,34 @@
+#include "tests/hostapi/storage/provider/ProviderTest.h"
+#include "tests/support/SmallStack.h"
+
+using namespace foundation::storage::provider;
+
+namespace {
+
+using storage::tests::greatDepth;
+using storage::tests::runOnSmallStack;
+
+std::u16string chain() {
+    std::u16string path;
+    for (int level = 0; level < greatDepth; ++level) {
+        path += u"/d";
+    }
+    return path;
+}
+
+using IProviderDeepTree = ProviderTest;
+
+TEST_F(IProviderDeepTree, IsMadeListedAndRemovedOnASmallStack) {
+    const std::u16string deepest = chain();
+    runOnSmallStack([&] {
+        provider_->doCreateFolderRecursive(at(deepest));
+        makeFile(deepest + u"/f");
+        EXPECT_EQ(provider_->doListAllRecursiveNamesOnly(at(u"/")).size(), std::size_t{greatDepth} + 1);
+        EXPECT_EQ(provider_->doListAllRecursiveNamesOnlyWildcards(at(u"/"), u"f"),
+                  Names{deepest.substr(1) + u"/f"});
+        provider_->doRemoveFolderRecursively(at(u"/d"));
+    });
+    EXPECT_THAT(namesIn(u"/"), testing::IsEmpty());
+}
+
+} // namespace

@@ -1,0 +1,210 @@
+#include "tests/hostapi/storage/provider/InterposedProvider.h"
+#include "tests/hostapi/storage/provider/ProviderTest.h"
+
+#include <new>
+
+using namespace foundation::storage::provider;
+using Operation = InterposedProvider::Operation;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+using IProviderCreateFolderRecursive = ProviderTest;
+
+TEST_F(IProviderCreateFolderRecursive, MakesTheFolderAndEveryMissingOneAboveIt) {
+    makeFolder(u"/a");
+    provider_->doCreateFolderRecursive(at(u"/a/b/c"));
+    EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"b"));
+    EXPECT_THAT(namesIn(u"/a/b"), ElementsAre(u"c"));
+    EXPECT_THAT(namesIn(u"/a/b/c"), IsEmpty());
+}
+
+TEST_F(IProviderCreateFolderRecursive, LeavesAnExistingFolderAsItIs) {
+    makeFolder(u"/a");
+    makeFile(u"/a/f");
+    provider_->doCreateFolderRecursive(at(u"/a"));
+    EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"f"));
+}
+
+TEST_F(IProviderCreateFolderRecursive, TakesTheRootForAFolderThatIsThere) {
+    EXPECT_NO_THROW(provider_->doCreateFolderRecursive(at(u"/")));
+    EXPECT_NO_THROW(provider_->doCreateFolderRecursive(at(u"")));
+    EXPECT_NO_THROW(provider_->doCreateFolderRecursive(StorageIRI(u"/mounted/here", u"/", false)));
+    EXPECT_THAT(namesIn(u"/"), IsEmpty());
+}
+
+TEST_F(IProviderCreateFolderRecursive, AcceptsASeparatorAtTheEnd) {
+    provider_->doCreateFolderRecursive(at(u"/a/b/"));
+    EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"b"));
+}
+
+TEST_F(IProviderCreateFolderRecursive, TakesRepeatedSeparatorsAsTheProviderDoes) {
+    provider_->doCreateFolderRecursive(at(u"//a//b"));
+    EXPECT_TRUE(provider_->doFolderExists(at(u"/a")));
+    EXPECT_TRUE(provider_->doFolderExists(at(u"//a//b")));
+}
+
+TEST_F(IProviderCreateFolderRecursive, NamesAFileInTheWay) {
+    makeFolder(u"/a");
+    makeFile(u"/a/f", "x");
+    EXPECT_THAT([&] { provider_->doCreateFolderRecursive(at(u"/a/f/b/c")); },
+                failsWith(ErrorCode::AlreadyExists, at(u"/a/f")));
+    EXPECT_THAT([&] { provider_->doCreateFolderRecursive(at(u"/a/f")); },
+                failsWith(ErrorCode::AlreadyExists, at(u"/a/f")));
+    EXPECT_EQ(contentOf(u"/a/f"), "x");
+}
+
+TEST_F(IProviderCreateFolderRecursive, NamesTheFolderThatAReadOnlyFolderCannotTake) {
+    makeFolder(u"/a");
+    makeReadOnly(u"/a");
+    EXPECT_THAT([&] { provider_->doCreateFolderRecursive(at(u"/a/b/c")); },
+                failsWith(ErrorCode::ReadOnly, at(u"/a/b")));
+    EXPECT_NO_THROW(provider_->doCreateFolderRecursive(at(u"/a")));
+}
+
+TEST_F(IProviderCreateFolderRecursive, FollowsTheResolvedPathAndNamesTheCallersLocation) {
+    const StorageIRI iri(u"/real/b", u"/alias/b", true);
+    provider_->doCreateFolderRecursive(iri);
+    EXPECT_TRUE(provider_->doFolderExists(at(u"/real/b")));
+    provider_->doRemoveFolder(at(u"/real/b"));
+    makeFile(u"/real/b");
+    EXPECT_THAT([&] { provider_->doCreateFolderRecursive(iri); }, failsWith(ErrorCode::AlreadyExists, iri));
+}
+
+TEST_F(IProviderCreateFolderRecursive, GoesOnWhenAnotherThreadMakesTheFolderMeanwhile) {
+    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
+        if (operation == Operation::CreateFolder) {
+            provider_->doCreateFolder(iri);
+        }
+    });
+    raced.doCreateFolderRecursive(at(u"/a/b"));
+    EXPECT_TRUE(provider_->doFolderExists(at(u"/a/b")));
+}
+
+TEST_F(IProviderCreateFolderRecursive, NamesAFileThatAnotherThreadMakesMeanwhile) {
+    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
+        if (operation == Operation::CreateFolder) {
+            provider_->doCreateFile(iri);
+        }
+    });
+    EXPECT_THAT([&] { raced.doCreateFolderRecursive(at(u"/a/b")); },
+                failsWith(ErrorCode::AlreadyExists, at(u"/a")));
+}
+
+using IProviderRemoveFolderRecursively = ProviderTest;
+
+TEST_F(IProviderRemoveFolderRecursively, RemovesTheFolderAndEverythingBelow) {
+    provider_->doCreateFolderRecursive(at(u"/a/b/c"));
+    makeFolder(u"/a/empty");
+    makeFile(u"/a/f");
+    makeFile(u"/a/b/f");
+    makeFile(u"/a/b/c/f");
+    makeFolder(u"/a-b");
+    makeFile(u"/a0");
+    provider_->doRemoveFolderRecursively(at(u"/a"));
+    EXPECT_THAT(namesIn(u"/"), ElementsAre(u"a-b", u"a0"));
+}
+
+TEST_F(IProviderRemoveFolderRecursively, RemovesAnEmptyFolder) {
+    makeFolder(u"/a");
+    provider_->doRemoveFolderRecursively(at(u"/a"));
+    EXPECT_THAT(namesIn(u"/"), IsEmpty());
+}
+
+TEST_F(IProviderRemoveFolderRecursively, OfTheRootRemovesOnlyWhatItHolds) {
+    provider_->doCreateFolderRecursive(at(u"/a/b"));
+    makeFile(u"/f");
+    provider_->doRemoveFolderRecursively(at(u"/"));
+    EXPECT_THAT(namesIn(u"/"), IsEmpty());
+}
+
+TEST_F(IProviderRemoveFolderRecursively, KnowsTheRootByItsResolvedPathAndByItsMissingParent) {
+    EXPECT_NO_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"/", u"/mounted", true)));
+    makeFolder(u"/top");
+    makeFile(u"/top/f");
+    provider_->doRemoveFolderRecursively(StorageIRI(u"/top", u"/", false));
+    EXPECT_THAT(namesIn(u"/"), ElementsAre(u"top"));
+    EXPECT_THAT(namesIn(u"/top"), IsEmpty());
+}
+
+TEST_F(IProviderRemoveFolderRecursively, OfAMissingFolderOrAFileNamesIt) {
+    makeFile(u"/f");
+    EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(at(u"/missing")); },
+                failsWith(ErrorCode::NotFound, at(u"/missing")));
+    EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(at(u"/f")); },
+                failsWith(ErrorCode::NotFound, at(u"/f")));
+    EXPECT_TRUE(provider_->doFileExists(at(u"/f")));
+}
+
+TEST_F(IProviderRemoveFolderRecursively, StopsAtAnEntryThatCannotBeRemovedAndNamesIt) {
+    provider_->doCreateFolderRecursive(at(u"/a/b"));
+    makeFile(u"/a/b/1");
+    makeFile(u"/a/b/2");
+    makeFile(u"/a/b/3");
+    makeReadOnly(u"/a/b/2");
+    EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(at(u"/a")); },
+                failsWith(ErrorCode::ReadOnly, at(u"/a/b/2")));
+    EXPECT_THAT(namesIn(u"/a/b"), ElementsAre(u"2", u"3"));
+}
+
+TEST_F(IProviderRemoveFolderRecursively, NamesAReadOnlyFolderBelowOnceItIsEmpty) {
+    provider_->doCreateFolderRecursive(at(u"/a/b"));
+    makeReadOnly(u"/a/b");
+    EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(at(u"/a")); },
+                failsWith(ErrorCode::ReadOnly, at(u"/a/b")));
+}
+
+TEST_F(IProviderRemoveFolderRecursively, NamesTheCallersLocationWhenTheFolderItselfStays) {
+    const StorageIRI iri(u"/a", u"/alias", true);
+    makeFolder(u"/a");
+    makeReadOnly(u"/a");
+    EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(iri); }, failsWith(ErrorCode::ReadOnly, iri));
+}
+
+TEST_F(IProviderRemoveFolderRecursively, GoesOnWhenAnotherThreadHasRemovedAnEntry) {
+    provider_->doCreateFolderRecursive(at(u"/a/b"));
+    makeFile(u"/a/b/f");
+    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
+        if (operation == Operation::RemoveFile) {
+            provider_->doRemoveFile(iri);
+        } else if (operation == Operation::RemoveFolder && iri == at(u"/a/b")) {
+            provider_->doRemoveFolder(iri);
+        }
+    });
+    raced.doRemoveFolderRecursively(at(u"/a"));
+    EXPECT_THAT(namesIn(u"/"), IsEmpty());
+}
+
+TEST_F(IProviderRemoveFolderRecursively, NamesAFolderThatAnotherThreadPutsSomethingInto) {
+    provider_->doCreateFolderRecursive(at(u"/a/b"));
+    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
+        if (operation == Operation::RemoveFolder && iri == at(u"/a/b")) {
+            makeFile(u"/a/b/new");
+        }
+    });
+    EXPECT_THAT([&] { raced.doRemoveFolderRecursively(at(u"/a")); },
+                failsWith(ErrorCode::FolderNotEmpty, at(u"/a/b")));
+    EXPECT_THAT(namesIn(u"/a/b"), ElementsAre(u"new"));
+}
+
+TEST_F(IProviderRemoveFolderRecursively, ComesToAnEndOnAFolderWithoutAName) {
+    makeFolder(u"/a");
+    provider_->doCreateFolder(at(u"/a//"));
+    ASSERT_THAT(namesIn(u"/a"), ElementsAre(u""));
+    EXPECT_THROW(provider_->doRemoveFolderRecursively(at(u"/a")), Exception);
+    EXPECT_THAT(namesIn(u"/a"), ElementsAre(u""));
+}
+
+TEST_F(IProviderRemoveFolderRecursively, PassesOnFailuresThatAreNotTheStorages) {
+    makeFolder(u"/a");
+    makeFile(u"/a/f");
+    const InterposedProvider failing(provider_, [&](Operation operation, const StorageIRI&) {
+        if (operation == Operation::RemoveFile) {
+            throw std::bad_alloc();
+        }
+    });
+    EXPECT_THROW(failing.doRemoveFolderRecursively(at(u"/a")), std::bad_alloc);
+}
+
+} // namespace

@@ -1,0 +1,129 @@
+#include "tests/hostapi/storage/provider/InterposedProvider.h"
+#include "tests/hostapi/storage/provider/ProviderTest.h"
+
+#include <array>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+using namespace foundation::storage::provider;
+using Operation = InterposedProvider::Operation;
+
+namespace {
+
+class IProviderTruncate : public ProviderTest {
+protected:
+    IProviderTruncate() { makeFile(u"/f", "0123456789"); }
+
+    void truncate(unsigned long long size) const { provider_->doTruncateToSize(iri_, size); }
+
+    const StorageIRI iri_ = at(u"/f");
+};
+
+TEST_F(IProviderTruncate, KeepsTheFirstBytesOfAShrinkingFile) {
+    truncate(9);
+    EXPECT_EQ(contentOf(u"/f"), "012345678");
+    truncate(1);
+    EXPECT_EQ(contentOf(u"/f"), "0");
+}
+
+TEST_F(IProviderTruncate, EmptiesAFile) {
+    truncate(0);
+    EXPECT_EQ(contentOf(u"/f"), "");
+    truncate(0);
+    EXPECT_EQ(contentOf(u"/f"), "");
+}
+
+TEST_F(IProviderTruncate, FillsAGrowingFileWithZeros) {
+    truncate(11);
+    EXPECT_EQ(contentOf(u"/f"), std::string("0123456789\0", 11));
+    truncate(13);
+    EXPECT_EQ(contentOf(u"/f"), std::string("0123456789\0\0\0", 13));
+}
+
+TEST_F(IProviderTruncate, GrowsByAnyNumberOfBlocks) {
+    for (const std::size_t added : {std::size_t{65535}, std::size_t{65536}, std::size_t{65537 + 65536}}) {
+        truncate(10);
+        truncate(10 + added);
+        EXPECT_TRUE(contentOf(u"/f") == "0123456789" + std::string(added, '\0')) << added;
+    }
+}
+
+TEST_F(IProviderTruncate, ShrinksFilesOfManyBlocks) {
+    std::string content;
+    for (int i = 0; i < 200'000; ++i) {
+        content += static_cast<char>(i * 7 + i / 256);
+    }
+    makeFile(u"/large", content);
+    provider_->doTruncateToSize(at(u"/large"), 150'001);
+    EXPECT_TRUE(contentOf(u"/large") == content.substr(0, 150'001));
+}
+
+TEST_F(IProviderTruncate, KeepsTheBytesOfAFileThatHasTheSizeAlready) {
+    truncate(10);
+    EXPECT_EQ(contentOf(u"/f"), "0123456789");
+}
+
+TEST_F(IProviderTruncate, ShowsTheChangeToOpenStreams) {
+    const auto stream = provider_->doOpenReadOnlyStream(iri_);
+    truncate(4);
+    std::array<char, 10> buffer{};
+    EXPECT_EQ(stream->seek(0, std::ios_base::end), std::streampos(4));
+    EXPECT_EQ(stream->seek(0, std::ios_base::beg), std::streampos(0));
+    EXPECT_EQ(stream->read(buffer.data(), 10), 4);
+}
+
+TEST_F(IProviderTruncate, OfAMissingFileOrAFolderNamesItAndMakesNothing) {
+    makeFolder(u"/d");
+    for (const unsigned long long size : {0ULL, 5ULL}) {
+        EXPECT_THAT([&] { provider_->doTruncateToSize(at(u"/missing"), size); },
+                    failsWith(ErrorCode::NotFound, at(u"/missing")));
+        EXPECT_THAT([&] { provider_->doTruncateToSize(at(u"/d"), size); },
+                    failsWith(ErrorCode::NotFound, at(u"/d")));
+    }
+    EXPECT_FALSE(provider_->doFileExists(at(u"/missing")));
+}
+
+TEST_F(IProviderTruncate, OfAReadOnlyFileNamesItWhateverTheSize) {
+    makeReadOnly(u"/f");
+    for (const unsigned long long size : {0ULL, 5ULL, 10ULL, 15ULL}) {
+        EXPECT_THAT([&] { truncate(size); }, failsWith(ErrorCode::ReadOnly, iri_)) << size;
+    }
+    EXPECT_EQ(contentOf(u"/f"), "0123456789");
+}
+
+TEST_F(IProviderTruncate, RefusesSizesThatNoFileCanHave) {
+    constexpr unsigned long long largest = std::numeric_limits<unsigned long long>::max();
+    constexpr unsigned long long tooLarge =
+        static_cast<unsigned long long>(std::numeric_limits<long>::max()) + 1;
+    EXPECT_THROW(truncate(largest), std::length_error);
+    EXPECT_THROW(truncate(tooLarge), std::length_error);
+    EXPECT_EQ(contentOf(u"/f"), "0123456789");
+}
+
+TEST_F(IProviderTruncate, LosesNothingWhenMemoryRunsOutForTheBytesThatStay) {
+    const InterposedProvider failing(provider_, [](Operation operation, const StorageIRI&) {
+        if (operation == Operation::OpenReadOnlyStream) {
+            throw std::bad_alloc();
+        }
+    });
+    EXPECT_THROW(failing.doTruncateToSize(iri_, 5), std::bad_alloc);
+    EXPECT_EQ(contentOf(u"/f"), "0123456789");
+}
+
+TEST_F(IProviderTruncate, DoesNotBringBackAFileThatAnotherThreadRemovesMeanwhile) {
+    for (const unsigned long long size : {5ULL, 15ULL}) {
+        if (!provider_->doFileExists(iri_)) {
+            makeFile(u"/f", "0123456789");
+        }
+        const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
+            if (operation == Operation::OpenStream) {
+                provider_->doRemoveFile(iri);
+            }
+        });
+        EXPECT_THAT([&] { raced.doTruncateToSize(iri_, size); }, failsWith(ErrorCode::NotFound, iri_));
+        EXPECT_FALSE(provider_->doFileExists(iri_));
+    }
+}
+
+} // namespace

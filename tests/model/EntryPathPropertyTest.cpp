@@ -1,0 +1,119 @@
+// The entry path against a plain restatement of its rules: on every short text, and on random ones.
+// How to run a failure again stands in ModelTest.cpp.
+
+#include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
+#include "tests/model/PathPool.h"
+#include "tests/model/PathRules.h"
+#include "tests/model/ShownText.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace storage::inmemoryprovider::tests {
+
+namespace {
+
+/// Every text of up to `longest` code units made of separators and two letters.
+std::vector<std::u16string> shortTexts(std::size_t longest) {
+    std::vector<std::u16string> texts = {u""};
+    for (std::size_t i = 0; i < texts.size() && texts[i].size() < longest; ++i) {
+        for (const char16_t unit : {u'/', u'a', u'b'}) {
+            texts.push_back(texts[i] + unit);
+        }
+    }
+    return texts;
+}
+
+/// Mostly separators and few letters; surrogates in and out of pairs, and the first and last code units.
+std::u16string anyText() {
+    const std::u16string units = std::u16string(u"////ab.\xD83D\xDE00\xE000\xFFFF") + u'\0';
+    return *rc::gen::container<std::u16string>(rc::gen::elementOf(units)).as("text");
+}
+
+/// The rule that `text` breaks; empty when it breaks none.
+std::string ruleBrokenBy(const std::u16string& text) {
+    const InMemoryEntryPath path(text);
+    if (path.string() != normalised(text)) {
+        return "normal form";
+    }
+    if (path.parentPath().string() != parentOf(path.string())) {
+        return "parent";
+    }
+    if (path.hasParent() != hasParent(path.string())) {
+        return "has parent";
+    }
+    if (path.filename() != nameOf(path.string())) {
+        return "name";
+    }
+    return "";
+}
+
+TEST(EntryPathProperties, EveryShortTextFollowsTheRules) {
+    for (const auto& text : shortTexts(7)) {
+        EXPECT_EQ(ruleBrokenBy(text), "") << shown(text);
+    }
+}
+
+TEST(EntryPathProperties, EveryPairOfShortTextsIsOrderedAndAppendedByTheRules) {
+    for (const auto& leftText : shortTexts(4)) {
+        for (const auto& rightText : shortTexts(4)) {
+            const InMemoryEntryPath left(leftText);
+            const InMemoryEntryPath right(rightText);
+            const auto where = shown(leftText) + " and " + shown(rightText);
+            EXPECT_EQ(left < right, sortsBefore(left.string(), right.string())) << where;
+            EXPECT_EQ(left == right, left.string() == right.string()) << where;
+            EXPECT_EQ(left.isWithin(right), isSelfOrBelow(left.string(), right.string())) << where;
+            InMemoryEntryPath whole = left;
+            EXPECT_EQ(&whole.append(rightText), &whole) << where;
+            EXPECT_EQ(whole.string(), appended(left.string(), rightText)) << where;
+        }
+    }
+}
+
+RC_GTEST_PROP(EntryPathProperties, AnyTextFollowsTheRules, ()) {
+    RC_ASSERT(ruleBrokenBy(anyText()) == "");
+}
+
+RC_GTEST_PROP(EntryPathProperties, AnyTwoTextsAreOrderedByCodeUnits, ()) {
+    const InMemoryEntryPath left(anyText());
+    const InMemoryEntryPath right(anyText());
+    RC_ASSERT((left < right) == sortsBefore(left.string(), right.string()));
+    RC_ASSERT((right < left) == sortsBefore(right.string(), left.string()));
+    RC_ASSERT((left == right) == (!(left < right) && !(right < left)));
+}
+
+RC_GTEST_PROP(EntryPathProperties, AnyTextCanBeAppendedAgainAndAgain, ()) {
+    InMemoryEntryPath path(anyText());
+    std::u16string expected = path.string();
+    for (int i = 0; i < 3; ++i) {
+        const std::u16string name = anyText();
+        expected = appended(expected, name);
+        RC_ASSERT(path.append(name).string() == expected);
+        RC_ASSERT(path.parentPath().string() == parentOf(expected));
+        RC_ASSERT(path.filename() == nameOf(expected));
+    }
+}
+
+RC_GTEST_PROP(EntryPathProperties, TheWayUpFromAnyPathEndsAtTheEmptyPath, ()) {
+    InMemoryEntryPath path(anyText());
+    while (!path.string().empty()) {
+        const InMemoryEntryPath parent = path.parentPath();
+        RC_ASSERT(parent.string().size() < path.string().size());
+        path = parent;
+    }
+}
+
+TEST(EntryPathProperties, EveryPathHasAnAddressThatLeadsToIt) {
+    for (const auto& text : pathPool()) {
+        const auto path = normalised(text);
+        EXPECT_EQ(InMemoryEntryPath(addressOf(path)).string(), path) << shown(text);
+    }
+}
+
+} // namespace
+
+} // namespace storage::inmemoryprovider::tests

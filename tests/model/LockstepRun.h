@@ -1,0 +1,109 @@
+#pragma once
+
+#include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/IFolderEntryIterator.h"
+#include "hostapi/storage/provider/IProvider.h"
+#include "tests/model/Operation.h"
+#include "tests/model/OutcomeTally.h"
+#include "tests/model/ReferenceModel.h"
+#include "tests/model/StampLedger.h"
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace storage::inmemoryprovider::tests {
+
+/// A provider and the model, taken through one sequence of operations side by side. After every step the
+/// whole tree that the provider shows must be the model's.
+class LockstepRun {
+public:
+    /// @param tally  is told how each step ended
+    explicit LockstepRun(OutcomeTally& tally);
+
+    /// @return nothing when the two agreed to the end; else what they disagreed on and all the steps up to
+    /// there
+    std::optional<std::string> run(const std::vector<Operation>& operations);
+
+private:
+    using IProvider = foundation::storage::provider::IProvider;
+    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using ByteStream = foundation::storage::provider::ByteStream;
+    using FileAttributes = foundation::storage::provider::FileAttributes;
+    using FolderEntry = foundation::storage::provider::FolderEntry;
+    using IFolderEntryIterator = foundation::storage::provider::IFolderEntryIterator;
+
+    /// Thrown at the first disagreement.
+    struct Mismatch {
+        std::string what;
+    };
+
+    struct OpenStream {
+        std::unique_ptr<ByteStream> real;
+        ModelStream model;
+    };
+
+    struct OpenListing {
+        std::unique_ptr<IFolderEntryIterator> real;
+        std::vector<FolderEntry> expected;
+        std::size_t next = 0;
+        std::u16string folder;
+        ListingKind kind = ListingKind::All;
+    };
+
+    void step(const Operation& operation);
+    void onLocation(const Operation& operation, const StorageIRI& iri);
+    void onCreation(const Operation& operation, const StorageIRI& iri);
+    void onRemoval(const Operation& operation, const StorageIRI& iri);
+    void onExistence(const Operation& operation, const StorageIRI& iri);
+    void onAttributes(const Operation& operation, const StorageIRI& iri);
+    void onSetter(const Operation& operation, const StorageIRI& iri);
+    void onMove(const Operation& operation, const StorageIRI& source, const StorageIRI& destination);
+    void onOpen(const Operation& operation, const StorageIRI& iri);
+    void onList(const Operation& operation, const StorageIRI& iri);
+    void onStream(const Operation& operation);
+    void onListing(const Operation& operation);
+
+    void readStream(OpenStream& stream, long count);
+    void writeStream(OpenStream& stream, long count);
+    void seekStream(OpenStream& stream, long offset, std::ios_base::seekdir direction);
+    void stepListing(OpenListing& listing);
+
+    /// Runs `call` on the provider and holds its ending against `expected`.
+    /// @return what it returned; nothing when it failed as it should
+    template <class Value, class Call>
+    auto ending(OperationKind kind, const Result<Value>& expected, const StorageIRI& source,
+                const StorageIRI& destination, Call call) -> std::optional<std::invoke_result_t<Call>>;
+
+    void compareTree();
+    void compareFolder(const StorageIRI& iri, const ModelEntry& folder,
+                       const std::vector<FolderEntry>& listing);
+    void compareFile(const StorageIRI& iri, const ModelEntry& file);
+    void compareFileAttributes(const FileAttributes& seen, const ModelEntry& file);
+    template <class Attributes>
+    void compareFlagAndTime(const Attributes& seen, const ModelEntry& entry);
+    void compareExistence();
+    bool canBeListed(const StorageIRI& iri) const;
+    void outliveTheProvider();
+
+    std::unique_ptr<IFolderEntryIterator> list(const StorageIRI& iri, ListingKind kind) const;
+    static void require(bool agreed, const char* what);
+    void noteHalfDone(OperationKind kind, const std::vector<std::u16string>& before,
+                      foundation::storage::provider::ErrorCode code);
+    void note(OperationKind kind, const std::string& outcome) { tally_.count(nameOf(kind), outcome); }
+
+    OutcomeTally& tally_;
+    std::shared_ptr<IProvider> provider_;
+    ReferenceModel model_;
+    StampLedger ledger_;
+    std::vector<OpenStream> streams_;
+    std::vector<OpenListing> listings_;
+    std::set<std::u16string> knownPaths_; ///< every path of the pool, and every one that ever held an entry
+    std::vector<std::string> transcript_;
+};
+
+} // namespace storage::inmemoryprovider::tests

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "hostapi/storage/provider/ByteStreamAppend.h"
+
+#include <ios>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace storage::inmemoryprovider::tests {
+
+/// An open file of the model: the bytes it shares with the tree and with other streams, and its own position.
+class ModelStream {
+public:
+    ModelStream(std::shared_ptr<std::string> bytes, foundation::storage::provider::ByteStreamAppend append);
+
+    /// The bytes read; empty where the provider answers -1. A negative count asks for all that is left.
+    std::string read(long count);
+
+    /// Takes the whole of `data`; empty also stands for a negative count.
+    void write(std::string_view data);
+
+    /// The new position, or -1.
+    long seek(long offset, std::ios_base::seekdir direction);
+
+    const std::shared_ptr<std::string>& bytes() const { return bytes_; }
+    bool isPastEnd() const { return position_ > size(); }
+
+private:
+    long size() const { return static_cast<long>(bytes_->size()); }
+
+    std::shared_ptr<std::string> bytes_;
+    foundation::storage::provider::ByteStreamAppend append_;
+    long position_ = 0;
+};
+
+} // namespace storage::inmemoryprovider::tests

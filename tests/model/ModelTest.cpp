@@ -1,0 +1,103 @@
+// Random sequences of everything a host can do, held against the reference model.
+//
+// A failure prints the shortest sequence that still fails, its seed, and at the very end a line to run it
+// again:
+//   RC_PARAMS="reproduce=..." model_tests
+// RC_PARAMS="seed=..." repeats a whole run, RC_PARAMS="max_success=5000" tries more than the usual hundred
+// sequences for each test.
+
+#include "tests/model/LockstepRun.h"
+#include "tests/model/OperationGenerator.h"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <sstream>
+
+namespace storage::inmemoryprovider::tests {
+
+namespace {
+
+void agreesOn(Mix mix) {
+    const auto operations = *sequencesRichIn(mix);
+    OutcomeTally tally;
+    if (const auto disagreement = LockstepRun(tally).run(operations)) {
+        RC_FAIL(*disagreement);
+    }
+}
+
+RC_GTEST_PROP(ProviderAndModel, AgreeOnEverydaySequences, ()) {
+    agreesOn(Mix::Everyday);
+}
+
+RC_GTEST_PROP(ProviderAndModel, AgreeOnSequencesRichInMoves, ()) {
+    agreesOn(Mix::Moves);
+}
+
+RC_GTEST_PROP(ProviderAndModel, AgreeOnSequencesRichInReadingAndWriting, ()) {
+    agreesOn(Mix::Content);
+}
+
+RC_GTEST_PROP(ProviderAndModel, AgreeOnSequencesRichInWeirdPaths, ()) {
+    agreesOn(Mix::WeirdPaths);
+}
+
+/// Endings that take a tree of some depth to come about. Sequences that never get there would prove little.
+struct DeepEnding {
+    const char* operation;
+    const char* outcome;
+};
+
+constexpr auto deepEndings = std::to_array<DeepEnding>({
+    {"doRemoveFile", "code 2"},
+    {"doRemoveFolder", "code 0"},
+    {"doRemoveFolder", "code 2"},
+    {"doOpenStream", "code 2"},
+    {"doOpenStream", "code 3"},
+    {"doOpenStream", "created the file"},
+    {"doMoveFile", "code 2"},
+    {"doMoveFile", "code 3"},
+    {"doMoveFile", "replaced its target"},
+    {"doMoveFile", "replaced a file that was open"},
+    {"doMoveFile", "failed when its target was gone, code 2"},
+    {"doMoveFile", "failed when its target was gone, code 4"},
+    {"doMoveFolder", "code 2"},
+    {"doMoveFolder", "code 3"},
+    {"doMoveFolder", "replaced its target"},
+    {"doMoveFolder", "took more than two entries along"},
+    {"doMoveFolder", "failed when its target was gone, code 2"},
+    {"doMoveFolder", "stopped midway, code 2"},
+    {"doMoveFolder", "stopped midway, code 3"},
+    {"doMoveFolder", "stopped midway, code 4"},
+    {"stream read", "the file had left the tree"},
+    {"stream read", "from a position past the end"},
+    {"stream write", "the file had left the tree"},
+    {"stream write", "from a position past the end"},
+    {"listing step", "the folder had changed"},
+    {"listing clone", "behind some entries"},
+});
+
+TEST(ProviderAndModel, MeetInEveryDeepEnding) {
+    constexpr std::uint64_t sequencesPerMix = 15;
+    OutcomeTally tally;
+    for (const Mix mix : {Mix::Everyday, Mix::Moves, Mix::Content, Mix::WeirdPaths}) {
+        for (std::uint64_t seed = 1; seed <= sequencesPerMix; ++seed) {
+            const auto operations = sequencesRichIn(mix)(rc::Random(seed)).value();
+            const auto disagreement = LockstepRun(tally).run(operations);
+            ASSERT_FALSE(disagreement.has_value()) << *disagreement;
+        }
+    }
+    std::ostringstream counts;
+    tally.print(counts);
+    for (const auto& ending : deepEndings) {
+        EXPECT_GT(tally.of(ending.operation, ending.outcome), 0U)
+            << ending.operation << ": " << ending.outcome << "\n"
+            << counts.str();
+    }
+}
+
+} // namespace
+
+} // namespace storage::inmemoryprovider::tests

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <ostream>
+#include <string>
+
+namespace storage::inmemoryprovider::tests {
+
+/// How often each operation ended how, over many sequences: shows that the random sequences reach what they
+/// are meant to reach.
+class OutcomeTally {
+public:
+    void count(const std::string& operation, const std::string& outcome) { ++counts_[operation][outcome]; }
+
+    std::size_t of(const std::string& operation, const std::string& outcome) const;
+
+    /// One line for each operation and outcome.
+    void print(std::ostream& out) const;
+
+private:
+    std::map<std::string, std::map<std::string, std::size_t>> counts_;
+};
+
+} // namespace storage::inmemoryprovider::tests

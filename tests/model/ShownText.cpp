@@ -1,0 +1,30 @@
+#include "tests/model/ShownText.h"
+
+namespace storage::inmemoryprovider::tests {
+
+using foundation::storage::provider::StorageIRI;
+
+std::string shown(std::u16string_view text) {
+    std::string result = "\"";
+    for (const char16_t unit : text) {
+        if (unit >= u' ' && unit <= u'~') {
+            result += static_cast<char>(unit);
+        } else {
+            result += "\\x";
+            for (int shift = 12; shift >= 0; shift -= 4) {
+                result += "0123456789ABCDEF"[unit >> shift & 0xF];
+            }
+        }
+    }
+    return result + "\"";
+}
+
+std::string shown(const StorageIRI& iri) {
+    if (iri == StorageIRI(iri.getPath())) {
+        return shown(iri.getPath());
+    }
+    return "{" + shown(iri.getResolvedPath()) + ", " + shown(iri.getPath()) + ", " +
+           (iri.hasParent() ? "has parent" : "no parent") + "}";
+}
+
+} // namespace storage::inmemoryprovider::tests
