@@ -23,8 +23,9 @@ std::string shown(const StorageIRI& iri) {
     if (iri == StorageIRI(iri.getPath())) {
         return shown(iri.getPath());
     }
-    return "{" + shown(iri.getResolvedPath()) + ", " + shown(iri.getPath()) + ", " +
-           (iri.hasParent() ? "has parent" : "no parent") + "}";
+    std::string result = "{";
+    result.append(shown(iri.getResolvedPath())).append(", ").append(shown(iri.getPath()));
+    return result.append(iri.hasParent() ? ", has parent}" : ", no parent}");
 }
 
 } // namespace storage::inmemoryprovider::tests

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace storage::host {
+
+/// The options and operands of one command, to parse one command line with.
+///
+/// Thread safety: one object is for one thread.
+class CommandSyntax {
+public:
+    static constexpr std::size_t any = std::numeric_limits<std::size_t>::max();
+
+    /// @param name      the command
+    /// @param synopsis  its options and operands in a line, for people
+    /// @param summary   what it does, in a sentence
+    CommandSyntax(std::string_view name, std::string_view synopsis, std::string_view summary);
+    CommandSyntax(const CommandSyntax&) = delete;
+    CommandSyntax& operator=(const CommandSyntax&) = delete;
+    ~CommandSyntax();
+
+    /// An option without a value.
+    /// @param name    "-l"
+    /// @param target  becomes true when the option is given; must live until the line is parsed
+    void flag(const std::string& name, bool& target, const std::string& description);
+
+    /// An option with a value.
+    /// @param name    "-L", or a whole word such as "-name"
+    /// @param value   what the value is called in the help
+    /// @param target  receives the value; must live until the line is parsed
+    void option(const std::string& name, const std::string& value, std::optional<std::string>& target,
+                const std::string& description);
+
+    /// How many words may stand beside the options; `any` is no limit. None, unless this is called.
+    void operands(std::size_t least, std::size_t most);
+
+    /// Parses the words behind the command's name. Options and operands may be mixed; all that follows "--"
+    /// are operands.
+    /// @return the operands; nothing when the line asks for help
+    /// @throws UsageError
+    std::optional<std::vector<std::string>> parse(std::vector<std::string> words);
+
+    /// The help text, several lines.
+    std::string help() const;
+
+private:
+    struct HelpLine {
+        std::string term;
+        std::string description;
+    };
+
+    void translateWordOptions(std::vector<std::string>& words) const;
+    std::vector<std::string> collectOperands() const;
+
+    std::string name_;
+    std::string synopsis_;
+    std::string summary_;
+    std::unique_ptr<CLI::App> app_; ///< behind a pointer, for its header takes seconds to compile
+    std::vector<HelpLine> helpLines_;
+    std::vector<std::string> wordOptions_; ///< as the user writes them, with one dash
+    std::size_t least_ = 0;
+    std::size_t most_ = 0;
+};
+
+} // namespace storage::host

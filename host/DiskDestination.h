@@ -1,0 +1,29 @@
+#pragma once
+
+#include "host/TopAttributes.h"
+
+#include <string>
+
+namespace storage::host {
+
+/// Where on the disk the sources of one command go: into a folder that exists, each under its own name, or
+/// else to the destination path itself, of which there can be only one.
+class DiskDestination {
+public:
+    /// @param operand  the destination as the user gave it
+    /// @param sources  how many entries are to go there
+    /// @throws CommandError when there are several and the destination is not a folder
+    DiskDestination(const std::string& operand, std::size_t sources);
+
+    /// Where a source of this name goes. A source without a name goes to the destination itself.
+    std::string of(const std::string& name) const;
+
+    /// What becomes of the folder that a source of this name goes to.
+    TopAttributes attributesFor(const std::string& name) const;
+
+private:
+    std::string path_;
+    bool isFolder_;
+};
+
+} // namespace storage::host

@@ -1,0 +1,36 @@
+#include "host/Failure.h"
+
+#include "host/CommandError.h"
+#include "host/Utf.h"
+#include "hostapi/core/except/IException.h"
+#include "hostapi/storage/provider/Exception.h"
+
+#include <new>
+#include <system_error>
+
+namespace storage::host {
+
+using foundation::core::except::IException;
+using foundation::storage::provider::Exception;
+
+Failure Failure::ofCurrentException(const std::string& path) {
+    try {
+        throw;
+    } catch (const CommandError& error) {
+        return {error.path(), error.what()};
+    } catch (const Exception& error) {
+        return {printable(error.getIRI().getPath()), Exception::describe(error.getErrorCode())};
+    } catch (const std::bad_alloc&) {
+        return {path, "out of memory"};
+    } catch (const std::system_error& error) {
+        return {path, error.code().message()};
+    } catch (const std::exception& error) {
+        return {path, error.what()};
+    } catch (const IException& error) {
+        return {path, error.what()};
+    } catch (...) {
+        return {path, "unknown failure"};
+    }
+}
+
+} // namespace storage::host

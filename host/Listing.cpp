@@ -1,0 +1,22 @@
+#include "host/Listing.h"
+
+#include <algorithm>
+
+namespace storage::host {
+
+using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::IFolderEntryIterator;
+
+std::vector<FolderEntry> sortedEntries(std::unique_ptr<IFolderEntryIterator> listing) {
+    std::vector<FolderEntry> entries;
+    while (listing->hasNext()) {
+        listing->step();
+        entries.push_back(listing->getEntry());
+    }
+    std::sort(entries.begin(), entries.end(), [](const FolderEntry& left, const FolderEntry& right) {
+        return left.getName() < right.getName();
+    });
+    return entries;
+}
+
+} // namespace storage::host

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "hostapi/storage/provider/FolderEntry.h"
+#include "hostapi/storage/provider/IFolderEntryIterator.h"
+
+#include <memory>
+#include <vector>
+
+namespace storage::host {
+
+/// The entries of a listing in the order of their names' code units.
+std::vector<foundation::storage::provider::FolderEntry>
+sortedEntries(std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> listing);
+
+} // namespace storage::host

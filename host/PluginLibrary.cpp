@@ -1,0 +1,73 @@
+#include "host/PluginLibrary.h"
+
+#include "host/Failure.h"
+#include "host/PluginError.h"
+#include "host/Utf.h"
+#include "hostapi/storage/provider/ProviderEntryPoint.h"
+
+#include <cerrno>
+#include <cstring>
+#include <dlfcn.h>
+#include <filesystem>
+#include <string_view>
+#include <unistd.h>
+
+namespace storage::host {
+
+using foundation::storage::provider::ProviderEntryPoint;
+using foundation::storage::provider::providerEntryPointName;
+
+namespace {
+
+PluginError pluginError(const std::string& path, const std::string& reason) {
+    return PluginError(printable(path) + ": " + printable(reason));
+}
+
+/// Why the last operation of the dynamic linker failed, without the path that it may put in front.
+std::string linkerReason(const std::string& path) {
+    const char* const text = ::dlerror();
+    std::string_view reason = text == nullptr ? "unknown failure" : text;
+    if (reason.starts_with(path + ": ")) {
+        reason.remove_prefix(path.size() + 2);
+    }
+    return std::string(reason);
+}
+
+} // namespace
+
+void PluginLibrary::Closer::operator()(void* handle) const {
+    ::dlclose(handle);
+}
+
+PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
+    if (::access(path.c_str(), R_OK) != 0) {
+        throw pluginError(path_, std::strerror(errno));
+    }
+    // Absolute, as the linker searches its own folders for a bare name.
+    const std::string absolute = std::filesystem::absolute(path).string();
+    handle_.reset(::dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL));
+    if (!handle_) {
+        throw pluginError(path_, "cannot be loaded as a plug-in: " + linkerReason(absolute));
+    }
+}
+
+std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildProvider() const {
+    const auto entryPoint =
+        reinterpret_cast<ProviderEntryPoint*>(::dlsym(handle_.get(), providerEntryPointName));
+    if (entryPoint == nullptr) {
+        throw pluginError(path_,
+                          std::string("not a storage-provider plug-in: it has no ") + providerEntryPointName);
+    }
+    std::shared_ptr<IProvider> provider;
+    try {
+        entryPoint(&provider);
+    } catch (...) {
+        throw pluginError(path_, "the plug-in gave no provider: " + Failure::ofCurrentException("").reason);
+    }
+    if (!provider) {
+        throw pluginError(path_, "the plug-in gave no provider");
+    }
+    return provider;
+}
+
+} // namespace storage::host

@@ -1,0 +1,124 @@
+#include "host/Shell.h"
+
+#include "host/CommandLineLexer.h"
+#include "host/CommandTable.h"
+#include "host/Glob.h"
+#include "host/Interrupted.h"
+#include "host/OutputError.h"
+#include "host/UsageError.h"
+
+#include <csignal>
+#include <fmt/format.h>
+#include <utility>
+
+namespace storage::host {
+
+ExitStatus Shell::run(LineSource& lines) {
+    ExitStatus result = ExitStatus::Success;
+    while (!linesEnded_ && !session_.ended()) {
+        const ExitStatus status = runNext(lines);
+        if (stopsAt(status)) {
+            return status;
+        }
+        if (status != ExitStatus::Success && failureHandling_ == FailureHandling::KeepGoing) {
+            result = ExitStatus::Failure;
+        }
+        if (failureHandling_ == FailureHandling::AskPerson && interruption_.pending() == SIGINT) {
+            interruption_.clear(); // it was meant for the command that has ended
+        }
+    }
+    return result;
+}
+
+/// Reading a line can fail like running one.
+ExitStatus Shell::runNext(LineSource& lines) {
+    std::optional<std::string> line;
+    session_.console().beginCommand("");
+    try {
+        interruption_.check();
+        line = lines.next();
+    } catch (const Interrupted&) {
+        return ExitStatus::Interrupted;
+    } catch (...) {
+        session_.console().report(Failure::ofCurrentException(""));
+        linesEnded_ = true;
+        return ExitStatus::Failure;
+    }
+    if (!line) {
+        linesEnded_ = true;
+        return ExitStatus::Success;
+    }
+    ++lineNumber_;
+    return execute(*line);
+}
+
+ExitStatus Shell::execute(std::string_view line) {
+    session_.console().beginCommand("");
+    try {
+        runLine(line);
+        session_.console().out().flush();
+        return session_.console().failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
+    } catch (const OutputError&) {
+        throw;
+    } catch (const Interrupted&) {
+        session_.console().report({"", "interrupted"});
+        return ExitStatus::Interrupted;
+    } catch (const UsageError& error) {
+        session_.console().report({"", error.what()});
+        return ExitStatus::Usage;
+    } catch (...) {
+        session_.console().report(Failure::ofCurrentException(""));
+        return ExitStatus::Failure;
+    }
+}
+
+void Shell::runLine(std::string_view line) {
+    std::vector<Word> words;
+    try {
+        words = CommandLineLexer(line).words();
+    } catch (const UsageError& error) {
+        throw UsageError(place() + error.what());
+    }
+    if (words.empty()) {
+        return;
+    }
+    const CommandInfo* const info = findCommand(words.front().text);
+    if (info == nullptr) {
+        throw UsageError(fmt::format("{}{}: unknown command (try 'help')", place(), words.front().text));
+    }
+    session_.console().beginCommand(words.front().text);
+    std::vector<std::string> expanded;
+    const Glob glob(session_.provider(), session_.currentFolder());
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        for (std::string& text : glob.expand(words[i])) {
+            expanded.push_back(std::move(text));
+        }
+    }
+    runCommand(*info, std::move(expanded));
+}
+
+void Shell::runCommand(const CommandInfo& info, std::vector<std::string> words) {
+    const auto command = info.make();
+    CommandSyntax syntax(info.name, info.synopsis, info.summary);
+    command->declare(syntax);
+    const auto operands = syntax.parse(command->arrange(std::move(words)));
+    if (operands) {
+        command->run(session_, *operands);
+    } else {
+        session_.console().out() << syntax.help();
+    }
+}
+
+/// Where a line stands that cannot be named by its command.
+std::string Shell::place() const {
+    return failureHandling_ == FailureHandling::AskPerson ? "" : fmt::format("line {}: ", lineNumber_);
+}
+
+bool Shell::stopsAt(ExitStatus status) const {
+    if (status == ExitStatus::Interrupted) {
+        return failureHandling_ != FailureHandling::AskPerson || interruption_.pending() != SIGINT;
+    }
+    return status != ExitStatus::Success && failureHandling_ == FailureHandling::Stop;
+}
+
+} // namespace storage::host

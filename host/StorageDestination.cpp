@@ -1,0 +1,22 @@
+#include "host/StorageDestination.h"
+
+namespace storage::host {
+
+StorageDestination::StorageDestination(const Session& session, const std::string& operand,
+                                       std::size_t sources)
+    : path_(session.resolve(operand)),
+      isFolder_(session.existence(path_) == Session::EntryExistence::Folder) {
+    if (sources > 1) {
+        session.requireFolder(path_);
+    }
+}
+
+StoragePath StorageDestination::of(std::u16string_view name) const {
+    return isFolder_ && !name.empty() ? path_.child(name) : path_;
+}
+
+TopAttributes StorageDestination::attributesFor(std::u16string_view name) const {
+    return isFolder_ && name.empty() ? TopAttributes::Untouched : TopAttributes::FromSource;
+}
+
+} // namespace storage::host

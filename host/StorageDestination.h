@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/Session.h"
+#include "host/TopAttributes.h"
+
+#include <string>
+#include <string_view>
+
+namespace storage::host {
+
+/// Where in the storage the sources of one command go: into a folder that exists, each under its own name, or
+/// else to the destination path itself, of which there can be only one.
+class StorageDestination {
+public:
+    /// @param operand  the destination as the user gave it
+    /// @param sources  how many entries are to go there
+    /// @throws CommandError when there are several and the destination is not a folder
+    StorageDestination(const Session& session, const std::string& operand, std::size_t sources);
+
+    /// Where a source of this name goes. A source without a name goes to the destination itself.
+    StoragePath of(std::u16string_view name) const;
+
+    /// What becomes of the folder that a source of this name goes to.
+    TopAttributes attributesFor(std::u16string_view name) const;
+
+private:
+    StoragePath path_;
+    bool isFolder_;
+};
+
+} // namespace storage::host

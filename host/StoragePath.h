@@ -1,0 +1,53 @@
+#pragma once
+
+#include "hostapi/storage/provider/StorageIRI.h"
+
+#include <string>
+#include <string_view>
+
+namespace storage::host {
+
+/// An absolute path of the storage in its one canonical spelling: "/" or names joined by single slashes, with
+/// "." and ".." resolved. A value.
+class StoragePath {
+public:
+    /// The root folder.
+    StoragePath() : text_(u"/") {}
+
+    /// The path that `text` names for someone who stands in `base`. ".." of the root is the root.
+    static StoragePath resolve(const StoragePath& base, std::u16string_view text);
+
+    bool isRoot() const noexcept { return text_.size() == 1; }
+
+    /// The last name; empty for the root.
+    std::u16string_view name() const noexcept;
+
+    /// The folder that holds this entry; the root for the root.
+    StoragePath parent() const;
+
+    /// The entry called `name` in this folder. The name is taken as it is.
+    StoragePath child(std::u16string_view name) const;
+
+    /// Whether `other` is this entry or lies anywhere below it.
+    bool contains(const StoragePath& other) const noexcept;
+
+    /// Where this path lies after its ancestor (or itself) `from` became `to`.
+    StoragePath rebased(const StoragePath& from, const StoragePath& to) const;
+
+    const std::u16string& text() const noexcept { return text_; }
+
+    /// The path for people to read, on one line.
+    std::string printed() const;
+
+    foundation::storage::provider::StorageIRI iri() const;
+
+    bool operator==(const StoragePath&) const = default;
+
+private:
+    void enter(std::u16string_view name);
+    void leave();
+
+    std::u16string text_;
+};
+
+} // namespace storage::host

@@ -1,0 +1,24 @@
+#include "host/commands/CommandFactories.h"
+
+namespace storage::host {
+
+namespace {
+
+class CdCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(0, 1); }
+
+    void run(Session& session, const Words& operands) override {
+        const StoragePath folder = operands.empty() ? StoragePath() : session.resolve(operands.front());
+        session.requireFolder(folder);
+        session.setCurrentFolder(folder);
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeCdCommand() {
+    return std::make_unique<CdCommand>();
+}
+
+} // namespace storage::host

@@ -1,0 +1,39 @@
+#include "host/UsageError.h"
+#include "host/commands/CommandFactories.h"
+
+namespace storage::host {
+
+namespace {
+
+class ChmodCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
+
+    /// "-w" is the mode, not an option.
+    Words arrange(Words words) const override {
+        if (!words.empty() && words.front() == "-w") {
+            words.insert(words.begin(), "--");
+        }
+        return words;
+    }
+
+    void run(Session& session, const Words& operands) override {
+        const std::string& mode = operands.front();
+        if (mode != "+w" && mode != "-w") {
+            throw UsageError("'" + mode + "' is neither +w nor -w");
+        }
+        for (std::size_t i = 1; i < operands.size(); ++i) {
+            session.console().attempt(operands[i], [&] {
+                session.provider().doSetWritable(session.resolve(operands[i]).iri(), mode == "+w");
+            });
+        }
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeChmodCommand() {
+    return std::make_unique<ChmodCommand>();
+}
+
+} // namespace storage::host

@@ -1,0 +1,76 @@
+#include "host/CommandError.h"
+#include "host/StorageDestination.h"
+#include "host/TransferRules.h"
+#include "host/TreeWalk.h"
+#include "host/commands/CommandFactories.h"
+
+namespace storage::host {
+
+namespace {
+
+using foundation::storage::provider::ReplacementPolicy;
+using Step = TreeWalk::Step;
+
+class CpCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override {
+        syntax.flag("-r", recursive_, "copy folders and all they hold, too");
+        syntax.operands(2, CommandSyntax::any);
+    }
+
+    void run(Session& session, const Words& operands) override {
+        const StorageDestination destination(session, operands.back(), operands.size() - 1);
+        for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
+            session.console().attempt(operands[i], [&] {
+                const StoragePath source = session.resolve(operands[i]);
+                copy(session, source, destination.of(source.name()));
+            });
+        }
+    }
+
+private:
+    void copy(Session& session, const StoragePath& source, const StoragePath& target) const {
+        if (session.requireEntry(source) == Session::EntryExistence::Folder && !recursive_) {
+            throw CommandError(source.printed(), "is a folder, which only cp -r copies");
+        }
+        refuseImpossibleTransfer(session, source, target);
+        for (TreeWalk walk(session.provider(), source); const auto step = walk.next();) {
+            session.interruption().check();
+            session.console().attempt(step->path.printed(), [&] {
+                visit(session, walk, *step, step->path.rebased(source, target));
+            });
+        }
+    }
+
+    static void visit(Session& session, TreeWalk& walk, const Step& step, const StoragePath& target) {
+        switch (step.kind) {
+        case Step::Kind::File:
+            copyFile(session, step.path, target);
+            break;
+        case Step::Kind::Folder:
+            if (!session.provider().doFolderExists(target.iri())) {
+                session.provider().doCreateFolder(target.iri());
+            }
+            walk.descend();
+            break;
+        case Step::Kind::FolderDone:
+            break;
+        }
+    }
+
+    static void copyFile(Session& session, const StoragePath& source, const StoragePath& target) {
+        refuseReadOnlyFile(session, target);
+        session.provider().doCopyFileAtomic(source.iri(), target.iri(), ReplacementPolicy::ReplaceExisting,
+                                            [&](unsigned long long) { session.interruption().check(); });
+    }
+
+    bool recursive_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeCpCommand() {
+    return std::make_unique<CpCommand>();
+}
+
+} // namespace storage::host

@@ -1,0 +1,39 @@
+#include "host/DiskDestination.h"
+#include "host/DiskName.h"
+#include "host/Exporter.h"
+#include "host/commands/CommandFactories.h"
+
+namespace storage::host {
+
+namespace {
+
+class ExportCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
+
+    void run(Session& session, const Words& operands) override {
+        const DiskDestination destination(operands.back(), operands.size() - 1);
+        TransferTotals totals;
+        {
+            Exporter exporter(session);
+            for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
+                session.console().attempt(operands[i], [&] {
+                    const StoragePath source = session.resolve(operands[i]);
+                    session.requireEntry(source);
+                    const std::string name = source.isRoot() ? "" : toDiskName(source.name(), source);
+                    exporter.run(source, destination.of(name), destination.attributesFor(name));
+                });
+            }
+            totals = exporter.totals();
+        } // takes its progress off the terminal
+        session.console().out() << "exported " << totals.summary() << '\n';
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeExportCommand() {
+    return std::make_unique<ExportCommand>();
+}
+
+} // namespace storage::host

@@ -1,0 +1,87 @@
+#include "host/CommandError.h"
+#include "host/Spelling.h"
+#include "host/UsageError.h"
+#include "host/Utf.h"
+#include "host/commands/CommandFactories.h"
+#include "hostapi/storage/provider/WildcardPattern.h"
+
+namespace storage::host {
+
+namespace {
+
+using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::IFolderEntryIterator;
+using foundation::storage::provider::WildcardPattern;
+
+class FindCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override {
+        syntax.option("-name", "PATTERN", pattern_, "only names that match; quote * and ? in it");
+        syntax.option("-type", "f|d", type_, "only files, or only folders");
+        syntax.operands(0, CommandSyntax::any);
+    }
+
+    void run(Session& session, const Words& operands) override {
+        if (type_ && *type_ != "f" && *type_ != "d") {
+            throw UsageError("-type: '" + *type_ + "' is neither f nor d");
+        }
+        readPattern();
+        for (const std::string& word : operands.empty() ? Words{"."} : operands) {
+            session.console().attempt(word, [&] { findBelow(session, word); });
+        }
+    }
+
+private:
+    void readPattern() {
+        if (pattern_) {
+            const auto text = toUtf16(*pattern_);
+            if (!text) {
+                throw CommandError(*pattern_, "the pattern is not UTF-8");
+            }
+            patternText_ = *text;
+        }
+    }
+
+    void findBelow(Session& session, const std::string& word) {
+        const StoragePath top = session.resolve(word);
+        const bool isFolder = session.requireEntry(top) == Session::EntryExistence::Folder;
+        const auto type = isFolder ? FolderEntry::EntryType::Folder : FolderEntry::EntryType::File;
+        if (isWanted(type) && WildcardPattern(patternText_).matches(top.name())) {
+            session.console().out() << session.console().shown(spelledAfter(word, top, top)) << '\n';
+        }
+        if (!isFolder) {
+            return;
+        }
+        const auto listing = list(session, top);
+        while (listing->hasNext()) {
+            session.interruption().check();
+            listing->step();
+            const FolderEntry entry = listing->getEntry();
+            if (isWanted(entry.getType())) {
+                const auto spelling = spelledAfter(word, top, top.child(entry.getName()));
+                session.console().out() << session.console().shown(spelling) << '\n';
+            }
+        }
+    }
+
+    std::unique_ptr<IFolderEntryIterator> list(Session& session, const StoragePath& top) const {
+        return pattern_ ? session.provider().doListAllRecursiveWildcards(top.iri(), patternText_)
+                        : session.provider().doListAllRecursive(top.iri());
+    }
+
+    bool isWanted(FolderEntry::EntryType type) const {
+        return !type_ || (*type_ == "d") == (type == FolderEntry::EntryType::Folder);
+    }
+
+    std::optional<std::string> pattern_;
+    std::optional<std::string> type_;
+    std::u16string patternText_ = u"*";
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeFindCommand() {
+    return std::make_unique<FindCommand>();
+}
+
+} // namespace storage::host

@@ -1,0 +1,48 @@
+#include "host/CommandTable.h"
+#include "host/UsageError.h"
+#include "host/commands/CommandFactories.h"
+
+#include <fmt/format.h>
+
+namespace storage::host {
+
+namespace {
+
+class HelpCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(0, 1); }
+
+    void run(Session& session, const Words& operands) override {
+        session.console().out() << (operands.empty() ? overview() : explain(operands.front()));
+    }
+
+private:
+    static std::string overview() {
+        std::string text;
+        for (const CommandInfo& command : commandTable()) {
+            text += fmt::format("{:<10}{}\n", command.name, command.summary);
+        }
+        return text +
+               "\n'help COMMAND' explains the options of a command. Words are quoted as in a shell:\n"
+               "'text', \"text\", \\c; unquoted * and ? match paths of the storage; # begins a comment.\n";
+    }
+
+    static std::string explain(const std::string& name) {
+        const CommandInfo* const info = findCommand(name);
+        if (info == nullptr) {
+            throw UsageError("there is no command '" + name + "'");
+        }
+        const auto command = info->make();
+        CommandSyntax syntax(info->name, info->synopsis, info->summary);
+        command->declare(syntax);
+        return syntax.help();
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeHelpCommand() {
+    return std::make_unique<HelpCommand>();
+}
+
+} // namespace storage::host

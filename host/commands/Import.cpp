@@ -1,0 +1,46 @@
+#include "host/CommandError.h"
+#include "host/DiskFolder.h"
+#include "host/Importer.h"
+#include "host/StorageDestination.h"
+#include "host/Utf.h"
+#include "host/commands/CommandFactories.h"
+
+namespace storage::host {
+
+namespace {
+
+class ImportCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
+
+    void run(Session& session, const Words& operands) override {
+        const StorageDestination destination(session, operands.back(), operands.size() - 1);
+        TransferTotals totals;
+        {
+            Importer importer(session);
+            for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
+                session.console().attempt(operands[i],
+                                          [&] { import(importer, diskOperand(operands[i]), destination); });
+            }
+            totals = importer.totals();
+        } // takes its progress off the terminal
+        session.console().out() << "imported " << totals.summary() << '\n';
+    }
+
+private:
+    static void import(Importer& importer, const std::string& source, const StorageDestination& destination) {
+        const auto name = toUtf16(diskName(source));
+        if (!name) {
+            throw CommandError(source, "the name is not UTF-8");
+        }
+        importer.run(source, destination.of(*name), destination.attributesFor(*name));
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeImportCommand() {
+    return std::make_unique<ImportCommand>();
+}
+
+} // namespace storage::host

@@ -1,0 +1,32 @@
+#include "host/CommandError.h"
+#include "host/commands/CommandFactories.h"
+
+namespace storage::host {
+
+namespace {
+
+class RmdirCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(1, CommandSyntax::any); }
+
+    void run(Session& session, const Words& operands) override {
+        for (const std::string& word : operands) {
+            session.console().attempt(word, [&] {
+                const StoragePath path = session.resolve(word);
+                session.requireFolder(path);
+                if (path.isRoot()) {
+                    throw CommandError(path.printed(), "the root folder cannot be removed");
+                }
+                session.provider().doRemoveFolder(path.iri());
+            });
+        }
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeRmdirCommand() {
+    return std::make_unique<RmdirCommand>();
+}
+
+} // namespace storage::host

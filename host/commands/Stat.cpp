@@ -1,0 +1,40 @@
+#include "host/FileTime.h"
+#include "host/commands/CommandFactories.h"
+
+#include <fmt/format.h>
+
+namespace storage::host {
+
+namespace {
+
+using foundation::storage::provider::FolderEntry;
+
+class StatCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(1, CommandSyntax::any); }
+
+    void run(Session& session, const Words& operands) override {
+        for (const std::string& word : operands) {
+            session.console().attempt(word, [&] { show(session, session.resolve(word)); });
+        }
+    }
+
+private:
+    static void show(Session& session, const StoragePath& path) {
+        session.requireEntry(path);
+        const auto attributes = session.provider().doGetExtendedAttributes(path.iri());
+        session.console().out() << fmt::format(
+            "    path: {}\n    kind: {}\n   bytes: {}\nmodified: {}\nwritable: {}\n",
+            session.console().shown(path.text()),
+            attributes.type == FolderEntry::EntryType::Folder ? "folder" : "file", attributes.size,
+            formatMicroseconds(attributes.lastModified), attributes.writable ? "yes" : "no");
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeStatCommand() {
+    return std::make_unique<StatCommand>();
+}
+
+} // namespace storage::host

@@ -1,0 +1,36 @@
+#include "host/commands/CommandFactories.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+namespace storage::host {
+
+namespace {
+
+class TouchCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(1, CommandSyntax::any); }
+
+    void run(Session& session, const Words& operands) override {
+        for (const std::string& word : operands) {
+            session.console().attempt(word, [&] { touch(session, session.resolve(word)); });
+        }
+    }
+
+private:
+    static void touch(Session& session, const StoragePath& path) {
+        if (session.existence(path) == Session::EntryExistence::Missing) {
+            session.provider().doCreateFile(path.iri());
+        } else {
+            session.provider().doSetLastModified(path.iri(),
+                                                 boost::posix_time::microsec_clock::universal_time());
+        }
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeTouchCommand() {
+    return std::make_unique<TouchCommand>();
+}
+
+} // namespace storage::host

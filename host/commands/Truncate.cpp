@@ -1,0 +1,68 @@
+#include "host/UsageError.h"
+#include "host/commands/CommandFactories.h"
+
+#include <charconv>
+#include <limits>
+#include <string_view>
+
+namespace storage::host {
+
+namespace {
+
+constexpr std::string_view units = "KMGT"; ///< each 1024 times the one before
+
+unsigned long long parseSize(const std::string& text) {
+    const UsageError error("-s: '" + text + "' is not a size");
+    unsigned long long size = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, failure] = std::from_chars(text.data(), end, size);
+    if (failure != std::errc()) {
+        throw error;
+    }
+    if (rest == end) {
+        return size;
+    }
+    const std::size_t unit = units.find(*rest);
+    const unsigned shift = 10 * (static_cast<unsigned>(unit) + 1);
+    if (unit == std::string_view::npos || rest + 1 != end ||
+        size > (std::numeric_limits<unsigned long long>::max() >> shift)) {
+        throw error;
+    }
+    return size << shift;
+}
+
+class TruncateCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override {
+        syntax.option("-s", "SIZE", sizeText_, "bytes, or with K, M, G or T behind it, units of 1024");
+        syntax.operands(1, CommandSyntax::any);
+    }
+
+    void run(Session& session, const Words& operands) override {
+        if (!sizeText_) {
+            throw UsageError("-s SIZE is missing");
+        }
+        const unsigned long long size = parseSize(*sizeText_);
+        for (const std::string& word : operands) {
+            session.console().attempt(word, [&] {
+                const StoragePath path = session.resolve(word);
+                if (session.existence(path) == Session::EntryExistence::Missing) {
+                    session.provider().doCreateFile(path.iri());
+                }
+                session.refuseFolder(path);
+                session.provider().doTruncateToSize(path.iri(), size);
+            });
+        }
+    }
+
+private:
+    std::optional<std::string> sizeText_;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeTruncateCommand() {
+    return std::make_unique<TruncateCommand>();
+}
+
+} // namespace storage::host

@@ -1,0 +1,124 @@
+#include "host/DescriptorLineSource.h"
+#include "host/DescriptorOutput.h"
+#include "host/FileDescriptor.h"
+#include "host/OutputError.h"
+#include "host/PluginError.h"
+#include "host/PluginLibrary.h"
+#include "host/ProgramOptions.h"
+#include "host/Shell.h"
+#include "host/TerminalLineSource.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <iostream>
+#include <unistd.h>
+
+namespace storage::host {
+
+namespace {
+
+OutputKind kindOf(int descriptor) {
+    return ::isatty(descriptor) == 1 ? OutputKind::Terminal : OutputKind::Plain;
+}
+
+bool isForPerson(const ProgramOptions& options) {
+    return !options.script && kindOf(STDIN_FILENO) == OutputKind::Terminal &&
+           kindOf(STDOUT_FILENO) == OutputKind::Terminal;
+}
+
+/// A standard descriptor that the caller closed would otherwise be given to the next file that is opened, and
+/// output would land in it. Reading or writing these fails like a closed one.
+void fillStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) < 0) {
+            ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+ExitStatus runScript(const ProgramOptions& options, Session& session, Interruption& interruption) {
+    const FileDescriptor script(*options.script, O_RDONLY);
+    DescriptorLineSource lines(script.number(), *options.script, interruption);
+    return Shell(session, interruption, options.failureHandling).run(lines);
+}
+
+ExitStatus runLines(const ProgramOptions& options, Session& session, Interruption& interruption) {
+    if (options.script) {
+        return runScript(options, session, interruption);
+    }
+    if (isForPerson(options)) {
+        TerminalLineSource lines(session, interruption);
+        return Shell(session, interruption, FailureHandling::AskPerson).run(lines);
+    }
+    DescriptorLineSource lines(STDIN_FILENO, "standard input", interruption);
+    return Shell(session, interruption, options.failureHandling).run(lines);
+}
+
+ExitStatus runSession(const ProgramOptions& options, Console& console) {
+    Interruption interruption;
+    // The library must outlive everything that comes out of it.
+    const PluginLibrary library(options.plugin);
+    const std::shared_ptr<foundation::storage::provider::IProvider> provider = library.buildProvider();
+    ExitStatus status = ExitStatus::Failure;
+    Session session(provider, console, interruption);
+    try {
+        status = runLines(options, session, interruption);
+        provider->doShutdown();
+    } catch (const OutputError&) {
+        throw;
+    } catch (...) {
+        console.beginCommand("");
+        console.report(Failure::ofCurrentException(""));
+        status = ExitStatus::Failure;
+    }
+    return status;
+}
+
+ExitStatus runProgram(const ProgramOptions& options) {
+    DescriptorOutput buffer(STDOUT_FILENO);
+    std::ostream out(&buffer);
+    out.exceptions(std::ios_base::badbit);
+    Console console(out, kindOf(STDOUT_FILENO), std::cerr, kindOf(STDERR_FILENO));
+    try {
+        if (options.message) {
+            out << *options.message << std::flush;
+            return ExitStatus::Success;
+        }
+        return runSession(options, console);
+    } catch (const OutputError& error) {
+        const bool readerIsGone = error.code().value() == EPIPE || error.code().value() == EBADF;
+        if (!readerIsGone) {
+            std::cerr << "qzstorage: standard output: " << error.code().message() << '\n';
+        }
+        return ExitStatus::Failure;
+    }
+}
+
+ExitStatus runGuarded(int argc, const char* const* argv) {
+    try {
+        return runProgram(ProgramOptions::parse(argc, argv));
+    } catch (const UsageError& error) {
+        std::cerr << "qzstorage: " << error.what() << " (try 'qzstorage --help')\n";
+        return ExitStatus::Usage;
+    } catch (const PluginError& error) {
+        std::cerr << "qzstorage: " << error.what() << '\n';
+    } catch (const std::bad_alloc&) {
+        std::fputs("qzstorage: out of memory\n", stderr);
+    } catch (const std::exception& error) {
+        std::cerr << "qzstorage: " << error.what() << '\n';
+    }
+    return ExitStatus::Failure;
+}
+
+} // namespace
+
+} // namespace storage::host
+
+int main(int argc, char** argv) {
+    storage::host::fillStandardDescriptors();
+    std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is noticed by the write that fails,
+    std::signal(SIGXFSZ, SIG_IGN); // and so is a limit on the size of files
+    return static_cast<int>(storage::host::runGuarded(argc, argv));
+}
