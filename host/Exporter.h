@@ -23,9 +23,9 @@ public:
     explicit Exporter(Session& session);
 
     /// Exports one existing entry and everything below it.
-    /// @param target  path on disk where the entry itself comes to stand; a folder that is there is added to,
-    /// a
-    ///                file replaced, anything else refused
+    /// @param target         path on disk where the entry itself comes to stand; a folder that is there is
+    ///                       added to, a file replaced, anything else refused
+    /// @param topAttributes  Untouched for a folder that is only to be filled, which a link may lead to
     /// @throws Interrupted
     void run(const StoragePath& source, const std::string& target, TopAttributes topAttributes);
 

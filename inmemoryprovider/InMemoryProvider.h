@@ -11,9 +11,10 @@ namespace storage::inmemoryprovider {
 /// Owns one file system and nothing else: each operation turns its locations into paths, calls the file
 /// system and tells the host of failures in the host's terms. See IProvider for what the operations do.
 ///
-/// Takes no lock of its own; the file system and its nodes guard themselves. The existence tests, the two
-/// setters and the listings find a folder and then a child in it in two steps, so an entry that is removed
-/// between the steps counts as missing. They never wait for a change of the tree that is under way.
+/// Takes no lock of its own; the file system and its nodes guard themselves. The existence tests and the two setters
+/// find a folder and then a child in it in two steps, so an entry that is removed or moved between the steps counts as
+/// missing. Neither they nor the listings wait for a change of the tree that is under way, and they may see the middle
+/// of a move.
 ///
 /// Thread safety: every operation may be called from any number of threads.
 class InMemoryProvider : public foundation::storage::provider::IProvider {

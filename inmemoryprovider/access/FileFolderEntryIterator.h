@@ -47,7 +47,9 @@ public:
 
     void step() override {
         const auto& [name, isFolder] = current_->second;
-        entry_.emplace(name, static_cast<FolderEntry::EntryType>(isFolder));
+        FolderEntry entry(
+            name, static_cast<FolderEntry::EntryType>(isFolder)); // may fail; the last entry stays then
+        entry_ = std::move(entry);
         ++current_;
         skipRejected();
     }

@@ -82,33 +82,27 @@ public:
     /// long a change of the tree takes.
     std::shared_ptr<InMemoryFolderEntry> getFolderEntry(const InMemoryEntryPath& path) const;
 
-    /// Moves a file. A new node at `target` takes over the bytes and the writable flag; it and both parents
-    /// are stamped with one reading of the clock. A replaced file is removed before the last checks, which
-    /// are those of the two parents' flags. So a file moved onto itself, replacing allowed, is removed, and
-    /// then not found.
-    /// @throws EntryNotFoundException  naming the source's parent; `source`, when no file is there; the
-    /// target's
-    ///                                 parent
-    /// @throws EntryExistsException    naming `target`, when a folder is there, or a file and the policy
-    /// refuses
+    /// Moves a file. A new node at `target` takes over the bytes and the writable flag; it and both parents are
+    /// stamped with one reading of the clock. A replaced file is removed before the last checks, which are those of
+    /// the two parents' flags. So a file moved onto itself, replacing allowed, is removed, and then not found.
+    /// @throws EntryNotFoundException  naming the source's parent; `source`, when no file is there; the target's parent
+    /// @throws EntryExistsException    naming `target`, when a folder is there, or a file and the policy refuses
     /// @throws ReadOnlyException       naming `target`, the target's parent or the source's parent
     void moveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                        const foundation::storage::provider::ReplacementPolicy& policy);
 
-    /// Moves a folder and everything below it, folder by folder: new nodes take the place of the old ones,
-    /// all of them and both parents stamped with one reading of the clock. Moved folders are writable, moved
-    /// files keep their flag. A replaced empty folder is removed before the last checks. A read-only folder
-    /// below `source` stops the move where it is; what has been moved until then stays moved.
-    /// @throws EntryNotFoundException   naming the source's parent; `source`, when no folder is there; the
-    /// target's
-    ///                                  parent
-    /// @throws EntryExistsException     naming `target`, when a file is there, or a folder and the policy
-    /// refuses, or
-    ///                                  when it is `source` or below it
+    /// Moves a folder and everything below it, folder by folder: new nodes take the place of the old ones, all of
+    /// them and both parents stamped with one reading of the clock. Moved folders are writable, moved files keep
+    /// their flag. A replaced empty folder is removed before the last checks.
+    ///
+    /// What is below `source` can stop the move where it is; what has been moved until then stays moved. A read-only
+    /// folder does; and, because names can be empty, an entry whose new path is taken already or names no folder.
+    /// @throws EntryNotFoundException   naming the source's parent; `source`, when no folder is there; the target's
+    ///                                  parent; the folder that an entry below would have to go to
+    /// @throws EntryExistsException     naming `target`, when a file is there, or a folder and the policy refuses, or
+    ///                                  when it is `source` or below it; the new path of an entry below
     /// @throws FolderNotEmptyException  naming `target`
-    /// @throws ReadOnlyException        naming `target`, a parent, `source` or the folder below it that
-    /// stopped the
-    ///                                  move
+    /// @throws ReadOnlyException        naming `target`, a parent, `source`, or a folder below it
     void moveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                          const foundation::storage::provider::ReplacementPolicy& policy);
 

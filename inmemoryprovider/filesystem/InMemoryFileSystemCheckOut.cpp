@@ -4,6 +4,8 @@
 #include "inmemoryprovider/access/InMemoryByteStream.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
+#include <utility>
+
 namespace storage::inmemoryprovider {
 
 using foundation::storage::provider::ByteStream;

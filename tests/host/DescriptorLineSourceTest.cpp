@@ -2,6 +2,7 @@
 #include "host/CommandError.h"
 #include "host/FileDescriptor.h"
 #include "host/Interrupted.h"
+#include "tests/host/DefaultSignals.h"
 #include "tests/host/TemporaryFolder.h"
 
 #include <csignal>
@@ -28,6 +29,7 @@ protected:
     }
 
     TemporaryFolder folder_;
+    DefaultSignals defaultSignals_;
     Interruption interruption_;
 };
 

@@ -1,5 +1,6 @@
 #include "host/Interruption.h"
 #include "host/Interrupted.h"
+#include "tests/host/DefaultSignals.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@ using storage::host::Interrupted;
 using storage::host::Interruption;
 
 TEST(InterruptionTest, ASignalIsSeenAtTheNextCheckAndUntilItIsCleared) {
+    const DefaultSignals defaultSignals;
     Interruption interruption;
     interruption.check();
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

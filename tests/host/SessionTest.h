@@ -6,6 +6,7 @@
 #include "host/PluginLibrary.h"
 #include "host/Session.h"
 #include "host/Shell.h"
+#include "tests/host/DefaultSignals.h"
 #include "tests/host/HookedProvider.h"
 #include "tests/host/TemporaryFolder.h"
 
@@ -36,6 +37,7 @@ protected:
     TemporaryFolder disk_;
     std::ostringstream out_;
     std::ostringstream err_;
+    DefaultSignals defaultSignals_;
     storage::host::Interruption interruption_;
     storage::host::PluginLibrary library_;
     std::shared_ptr<HookedProvider> provider_;

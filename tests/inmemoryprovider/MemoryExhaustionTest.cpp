@@ -1,4 +1,4 @@
-#include "inmemoryprovider/InMemoryProvider.h"
+#include "inmemoryprovider/PluginEntry.h"
 #include "inmemoryprovider/ReadOnlyException.h"
 #include "tests/inmemoryprovider/FailingAllocation.h"
 
@@ -313,22 +313,34 @@ TEST(MemoryExhaustion, aListingStaysWhereItIs) {
         }
     }
     EXPECT_TRUE(ranOut);
+    EXPECT_EQ(listing->getEntry(), second);
     EXPECT_TRUE(listing->hasNext());
     listing->step();
     EXPECT_EQ(u"/a/" + listing->getEntry().getName(), newEntry.getPath());
 }
 
-TEST(MemoryExhaustion, aProviderIsBuiltWholeOrNotAtAll) {
-    std::size_t allowed = 0;
-    for (bool built = false; !built; ++allowed) {
-        const FailingAllocation failure(allowed);
-        try {
-            built = std::make_shared<InMemoryProvider>() != nullptr;
-        } catch (const std::bad_alloc&) {
-            EXPECT_TRUE(failure.happened());
+TEST(MemoryExhaustion, aProviderIsBuiltWholeOrTheCallersPointerStaysAsItIs) {
+    for (std::size_t allowed = 0;; ++allowed) {
+        const auto old = std::make_shared<SampleTree>()->provider;
+        std::shared_ptr<IProvider> provider = old;
+        bool ranOut = false;
+        {
+            const FailingAllocation failure(allowed);
+            try {
+                buildProvider_V1(&provider);
+            } catch (const std::bad_alloc&) {
+                ranOut = true;
+            }
+            EXPECT_EQ(ranOut, failure.happened());
         }
+        if (!ranOut) {
+            EXPECT_NE(provider, old);
+            EXPECT_GT(allowed, 1U);
+            return;
+        }
+        EXPECT_EQ(provider, old);
+        EXPECT_TRUE(provider->doFileExists(nestedFile));
     }
-    EXPECT_GT(allowed, 1U);
 }
 
 TEST(MemoryExhaustionDeathTest, noExceptionIsThrownWithoutItsMessage) {

@@ -17,7 +17,7 @@ namespace foundation::core::except {
 /// The order of the virtual operations is part of the binary interface: clone, rethrow, the two destructor
 /// slots, what, both convert_str, getMessage.
 ///
-/// Thread safety: an object is never changed once it is built, so any number of threads may read it.
+/// Thread safety: any number of threads may read an object while nobody adds error information to it.
 class QZFL_EXPORT IException : public boost::exception_detail::clone_base, public boost::exception {
 public:
     IException() = default;

@@ -2,6 +2,7 @@
 
 #include "hostapi/core/except/UtfConversion.h"
 
+#include <cstdint>
 #include <string>
 
 namespace foundation::storage::provider {
@@ -12,9 +13,23 @@ struct Exception::State {
     std::string text;
 };
 
+namespace {
+
+constexpr const char* unknownReason = "failed for a reason that this host does not know";
+
+std::string textOf(ErrorCode code, const StorageIRI& iri) {
+    const char* reason = Exception::describe(code);
+    std::string text = core::except::toReadableUtf8(iri.getPath()).append(": ").append(reason);
+    if (reason == unknownReason) {
+        text.append(" (code ").append(std::to_string(static_cast<std::int32_t>(code))).append(")");
+    }
+    return text;
+}
+
+} // namespace
+
 Exception::Exception(const ErrorCode& code, const StorageIRI& iri)
-    : state_(std::make_shared<const State>(
-          State{code, iri, core::except::toReadableUtf8(iri.getPath()) + ": " + describe(code)})) {}
+    : state_(std::make_shared<const State>(State{code, iri, textOf(code, iri)})) {}
 
 Exception::Exception(const Exception&) noexcept = default;
 Exception& Exception::operator=(const Exception&) noexcept = default;
@@ -45,7 +60,7 @@ const char* Exception::describe(ErrorCode code) noexcept {
     case ErrorCode::NotOffered:
         return "this provider does not offer the operation";
     }
-    return "failed for a reason that this host does not know";
+    return unknownReason;
 }
 
 } // namespace foundation::storage::provider

@@ -75,11 +75,13 @@ public:
     /// Whether a folder stands at `iri`. Never throws for a missing entry.
     virtual bool doFolderExists(const StorageIRI& iri) const = 0;
 
+    /// Removes a file. Streams that are open on it stay usable.
     virtual void doRemoveFile(const StorageIRI& iri) const = 0;
 
     /// Moves a file. A missing source, or destination folder, is `NotFound` and a read-only folder or
     /// replaced file `ReadOnly`, both naming the source; an entry in the way is `AlreadyExists` naming the
-    /// destination.
+    /// destination. A file that is to be replaced may be gone although the move then fails: when the folder
+    /// of the source turns out to be read-only, when the file was to replace itself, or out of memory.
     virtual void doMoveFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const = 0;
 
@@ -91,13 +93,18 @@ public:
     /// removed already is no failure. Of the root, only what it holds is removed.
     virtual void doRemoveFolderRecursively(const StorageIRI& iri) const;
 
-    /// Moves a folder with everything below it. Failures as for `doMoveFile`; a destination folder that holds
-    /// anything is `AlreadyExists` too.
+    /// Moves a folder with everything below it; moved folders become writable, moved files keep their flag.
+    /// Failures as for `doMoveFile`; a destination folder that holds anything, or a destination that is the
+    /// source or lies below it, is `AlreadyExists` too. A read-only folder below the source, or running out of
+    /// memory, may stop the move midway: what has been moved stays moved, and nothing else is lost than an
+    /// empty folder that was to be replaced.
     virtual void doMoveFolder(const StorageIRI& source, const StorageIRI& destination,
                               const ReplacementPolicy& policy) const = 0;
 
+    /// The attributes of a file. A folder at `iri` is `NotFound`. Not one atomic snapshot.
     virtual FileAttributes doGetFileAttributes(const StorageIRI& iri) const = 0;
 
+    /// The attributes of a folder. A file at `iri` is `NotFound`. Not one atomic snapshot.
     virtual FolderAttributes doGetFolderAttributes(const StorageIRI& iri) const = 0;
 
     /// Opens a file for reading and writing.
@@ -149,10 +156,10 @@ public:
                                                                              std::u16string pattern) const;
 
     /// Copies a file's bytes into a file of its own at `destination`, writable and with the current time.
-    /// Failures as for `doMoveFile`. The copy appears at its destination in one step, complete, so a failure
-    /// leaves the destination as it was; copying a file onto itself keeps its bytes. Until then the bytes are
-    /// in a temporary file in the same folder, which a failure removes unless the folder has become read-only
-    /// meanwhile.
+    /// Failures as for `doMoveFile`. The bytes are copied to a temporary file in the same folder, which is then
+    /// moved to the destination; so the copy is complete when it appears, a failure before that leaves the
+    /// destination as it was, and copying a file onto itself keeps its bytes. A failure removes the temporary
+    /// file unless the folder has become read-only meanwhile.
     virtual void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const;
 
@@ -188,7 +195,7 @@ public:
     /// The order of paths in this storage: by UTF-16 code units.
     virtual PathComparator doGetPathComparator(const StorageIRI& iri) const;
 
-    /// The location under its one canonical spelling: the resolved path.
+    /// The location by its resolved path alone, the root as "/". Other spellings of a path are left as they are.
     virtual StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const;
 
     /// Names are case-sensitive by default.

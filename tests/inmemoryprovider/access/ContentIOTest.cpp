@@ -67,6 +67,8 @@ TEST_F(ContentIOTest, readsNoMoreThanAskedFor) {
 
 TEST_F(ContentIOTest, readingZeroBytesGivesNoneAndDoesNotMove) {
     fill("0123456789");
+    EXPECT_EQ(read(0), "none");
+    EXPECT_EQ(position, 0U);
     position = 3;
     EXPECT_EQ(read(0), "none");
     EXPECT_EQ(position, 3U);

@@ -76,8 +76,11 @@ TEST_F(MoveFileTest, replacesAFileUnderEveryPolicyButTwo) {
         addFile(u"/f", "new");
         addFile(u"/g", "old");
         makeReadOnly(u"/f");
+        age({u"/", u"/f", u"/g"});
         movingFile(u"/f", u"/g", policy)();
         EXPECT_FALSE(exists(u"/f"));
+        EXPECT_GT(timeOf(u"/g"), longAgo);
+        EXPECT_EQ(timeOf(u"/"), timeOf(u"/g"));
         EXPECT_EQ(bytesOf(u"/g"), "new");
         EXPECT_FALSE(isWritable(u"/g"));
         node(u"/g")->setWritable(true);

@@ -41,7 +41,7 @@ TEST(Exception, SaysThePathThatTheCallerGaveInUtf8) {
 TEST(Exception, HasATextForCodesWithoutAName) {
     const Exception exception(static_cast<ErrorCode>(99), StorageIRI(u"/f"));
     EXPECT_EQ(exception.getErrorCode(), static_cast<ErrorCode>(99));
-    EXPECT_STREQ(exception.what(), "/f: failed for a reason that this host does not know");
+    EXPECT_STREQ(exception.what(), "/f: failed for a reason that this host does not know (code 99)");
 }
 
 TEST(Exception, DescribesACodeWithoutALocation) {
