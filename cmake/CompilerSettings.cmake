@@ -3,9 +3,10 @@ add_library(qzstorage_compiler_settings INTERFACE)
 target_compile_options(qzstorage_compiler_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 
+# The check of vtable pointers wants the type information of classes that the plug-in hides.
 if(QZSTORAGE_SANITIZE)
     target_compile_options(qzstorage_compiler_settings INTERFACE
-        -fsanitize=${QZSTORAGE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        -fsanitize=${QZSTORAGE_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_compile_definitions(qzstorage_compiler_settings INTERFACE QZSTORAGE_SANITIZED)
     target_link_options(qzstorage_compiler_settings INTERFACE -fsanitize=${QZSTORAGE_SANITIZE})
 endif()
