@@ -1,5 +1,6 @@
 #include "host/DescriptorOutput.h"
 
+#include "host/Interruption.h"
 #include "host/OutputError.h"
 
 #include <cerrno>
@@ -32,6 +33,9 @@ void DescriptorOutput::writeOut() {
         const ssize_t written = ::write(descriptor_, next, static_cast<std::size_t>(end - next));
         if (written < 0 && errno != EINTR) {
             throw OutputError(errno);
+        }
+        if (written < 0) {
+            Interruption::check(); // whoever waits for a reader that does not read can still stop
         }
         next += written > 0 ? written : 0;
     }

@@ -2,6 +2,7 @@
 
 #include "host/TopAttributes.h"
 
+#include <set>
 #include <string>
 
 namespace storage::host {
@@ -16,7 +17,8 @@ public:
     DiskDestination(const std::string& operand, std::size_t sources);
 
     /// Where a source of this name goes. A source without a name goes to the destination itself.
-    std::string of(const std::string& name) const;
+    /// @throws CommandError when another source of the command went there already
+    std::string of(const std::string& name);
 
     /// What becomes of the folder that a source of this name goes to.
     TopAttributes attributesFor(const std::string& name) const;
@@ -24,6 +26,7 @@ public:
 private:
     std::string path_;
     bool isFolder_;
+    std::set<std::string> taken_; ///< what `of` has given away
 };
 
 } // namespace storage::host

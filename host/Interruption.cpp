@@ -33,13 +33,13 @@ Interruption::~Interruption() {
     }
 }
 
-void Interruption::check() const {
+void Interruption::check() {
     if (pending() != 0) {
         throw Interrupted();
     }
 }
 
-int Interruption::pending() const noexcept {
+int Interruption::pending() noexcept {
     return pendingSignal;
 }
 

@@ -20,12 +20,12 @@ public:
     Interruption& operator=(const Interruption&) = delete;
 
     /// @throws Interrupted when a signal has arrived since the last `clear`
-    void check() const;
+    static void check();
 
     /// The signal that has arrived since the last `clear`, or 0.
-    int pending() const noexcept;
+    static int pending() noexcept;
 
-    void clear() noexcept;
+    static void clear() noexcept;
 
 private:
     static constexpr std::array<int, 3> signals_{SIGINT, SIGTERM, SIGHUP};

@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstring>
 #include <dlfcn.h>
+#include <elf.h>
 #include <filesystem>
+#include <fstream>
 #include <string_view>
 #include <unistd.h>
 
@@ -33,6 +35,27 @@ std::string linkerReason(const std::string& path) {
     return std::string(reason);
 }
 
+/// Whether a file breaks off before the end of what its own header promises. The linker would map it all the same,
+/// and the program die of the first access behind the end.
+bool breaksOff(const std::string& path) {
+    std::ifstream file(path, std::ios_base::binary);
+    Elf64_Ehdr header{};
+    if (!file.read(reinterpret_cast<char*>(&header), sizeof header) ||
+        std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_phentsize != sizeof(Elf64_Phdr)) {
+        return false; // no library at all; that the linker tells itself
+    }
+    const std::uintmax_t size = std::filesystem::file_size(path);
+    file.seekg(static_cast<std::streamoff>(header.e_phoff));
+    for (unsigned i = 0; i < header.e_phnum; ++i) {
+        Elf64_Phdr segment{};
+        if (!file.read(reinterpret_cast<char*>(&segment), sizeof segment) ||
+            segment.p_offset + segment.p_filesz > size) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 void PluginLibrary::Closer::operator()(void* handle) const {
@@ -42,6 +65,12 @@ void PluginLibrary::Closer::operator()(void* handle) const {
 PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     if (::access(path.c_str(), R_OK) != 0) {
         throw pluginError(path_, std::strerror(errno));
+    }
+    if (!std::filesystem::is_regular_file(path)) {
+        throw pluginError(path_, "not a regular file");
+    }
+    if (breaksOff(path)) {
+        throw pluginError(path_, "cannot be loaded as a plug-in: the file is cut short");
     }
     // Absolute, as the linker searches its own folders for a bare name.
     const std::string absolute = std::filesystem::absolute(path).string();

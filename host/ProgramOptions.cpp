@@ -38,7 +38,8 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     CLI::App app(description, "qzstorage");
     app.set_version_flag("--version", "qzstorage " QZSTORAGE_VERSION);
     app.require_subcommand(1);
-    app.add_option("--plugin", options.plugin, "The plug-in's shared library")->type_name("PATH");
+    const CLI::Option* const plugin =
+        app.add_option("--plugin", options.plugin, "The plug-in's shared library")->type_name("PATH");
 
     CLI::App* const shell =
         app.add_subcommand("shell", "Run lines typed at a prompt, or from the standard input");
@@ -63,6 +64,9 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     }
     if (*run) {
         options.script = script;
+    }
+    if ((plugin->count() > 0 && options.plugin.empty()) || (options.script && options.script->empty())) {
+        throw UsageError("the path of a script or plug-in is empty");
     }
     if (keepGoing) {
         options.failureHandling = FailureHandling::KeepGoing;

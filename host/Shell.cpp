@@ -61,6 +61,7 @@ ExitStatus Shell::execute(std::string_view line) {
     } catch (const OutputError&) {
         throw;
     } catch (const Interrupted&) {
+        session_.console().out().clear(); // it may have been writing
         session_.console().report({"", "interrupted"});
         return ExitStatus::Interrupted;
     } catch (const UsageError& error) {

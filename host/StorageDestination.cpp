@@ -1,5 +1,7 @@
 #include "host/StorageDestination.h"
 
+#include "host/CommandError.h"
+
 namespace storage::host {
 
 StorageDestination::StorageDestination(const Session& session, const std::string& operand,
@@ -11,8 +13,12 @@ StorageDestination::StorageDestination(const Session& session, const std::string
     }
 }
 
-StoragePath StorageDestination::of(std::u16string_view name) const {
-    return isFolder_ && !name.empty() ? path_.child(name) : path_;
+StoragePath StorageDestination::of(std::u16string_view name) {
+    StoragePath target = isFolder_ && !name.empty() ? path_.child(name) : path_;
+    if (!taken_.insert(target.text()).second) {
+        throw CommandError(target.printed(), "another source of this name went there already");
+    }
+    return target;
 }
 
 TopAttributes StorageDestination::attributesFor(std::u16string_view name) const {

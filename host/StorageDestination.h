@@ -3,6 +3,7 @@
 #include "host/Session.h"
 #include "host/TopAttributes.h"
 
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -18,7 +19,8 @@ public:
     StorageDestination(const Session& session, const std::string& operand, std::size_t sources);
 
     /// Where a source of this name goes. A source without a name goes to the destination itself.
-    StoragePath of(std::u16string_view name) const;
+    /// @throws CommandError when another source of the command went there already
+    StoragePath of(std::u16string_view name);
 
     /// What becomes of the folder that a source of this name goes to.
     TopAttributes attributesFor(std::u16string_view name) const;
@@ -26,6 +28,7 @@ public:
 private:
     StoragePath path_;
     bool isFolder_;
+    std::set<std::u16string> taken_; ///< what `of` has given away
 };
 
 } // namespace storage::host

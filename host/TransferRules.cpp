@@ -14,6 +14,15 @@ void refuseImpossibleTransfer(const Session& session, const StoragePath& source,
     requireWritableFolder(session, target.parent());
 }
 
+void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path) {
+    if (path.isRoot()) {
+        throw CommandError(path.printed(), "the root folder cannot be removed");
+    }
+    if (path.contains(session.currentFolder())) {
+        throw CommandError(path.printed(), "the session stands in this folder; leave it first, with cd");
+    }
+}
+
 void refuseReadOnlyFile(const Session& session, const StoragePath& path) {
     if (session.existence(path) == Session::EntryExistence::File &&
         !session.provider().doGetFileAttributes(path.iri()).isWritable()) {

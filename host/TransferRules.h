@@ -10,6 +10,10 @@ namespace storage::host {
 /// @throws CommandError
 void refuseImpossibleTransfer(const Session& session, const StoragePath& source, const StoragePath& target);
 
+/// Refuses to remove the root, or a folder that the session stands in.
+/// @throws CommandError
+void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path);
+
 /// Refuses to replace a read-only file.
 /// @throws CommandError
 void refuseReadOnlyFile(const Session& session, const StoragePath& path);

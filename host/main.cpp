@@ -88,8 +88,7 @@ ExitStatus runProgram(const ProgramOptions& options) {
         }
         return runSession(options, console);
     } catch (const OutputError& error) {
-        const bool readerIsGone = error.code().value() == EPIPE || error.code().value() == EBADF;
-        if (!readerIsGone) {
+        if (error.code().value() != EPIPE) { // whose reader is gone wants no more to be said
             std::cerr << "qzstorage: standard output: " << error.code().message() << '\n';
         }
         return ExitStatus::Failure;

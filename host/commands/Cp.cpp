@@ -19,7 +19,7 @@ public:
     }
 
     void run(Session& session, const Words& operands) override {
-        const StorageDestination destination(session, operands.back(), operands.size() - 1);
+        StorageDestination destination(session, operands.back(), operands.size() - 1);
         for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
             session.console().attempt(operands[i], [&] {
                 const StoragePath source = session.resolve(operands[i]);

@@ -12,7 +12,7 @@ public:
     void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
 
     void run(Session& session, const Words& operands) override {
-        const DiskDestination destination(operands.back(), operands.size() - 1);
+        DiskDestination destination(operands.back(), operands.size() - 1);
         TransferTotals totals;
         {
             Exporter exporter(session);

@@ -14,7 +14,7 @@ public:
     void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
 
     void run(Session& session, const Words& operands) override {
-        const StorageDestination destination(session, operands.back(), operands.size() - 1);
+        StorageDestination destination(session, operands.back(), operands.size() - 1);
         TransferTotals totals;
         {
             Importer importer(session);
@@ -28,7 +28,7 @@ public:
     }
 
 private:
-    static void import(Importer& importer, const std::string& source, const StorageDestination& destination) {
+    static void import(Importer& importer, const std::string& source, StorageDestination& destination) {
         const auto name = toUtf16(diskName(source));
         if (!name) {
             throw CommandError(source, "the name is not UTF-8");

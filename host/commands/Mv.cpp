@@ -28,7 +28,7 @@ public:
     }
 
     void run(Session& session, const Words& operands) override {
-        const StorageDestination destination(session, operands.back(), operands.size() - 1);
+        StorageDestination destination(session, operands.back(), operands.size() - 1);
         for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
             session.console().attempt(operands[i], [&] {
                 const StoragePath source = session.resolve(operands[i]);
@@ -55,6 +55,9 @@ private:
             session.provider().doMoveFile(source.iri(), target.iri(), policy);
         }
         session.imports().moved(source, target);
+        if (source.contains(session.currentFolder())) {
+            session.setCurrentFolder(session.currentFolder().rebased(source, target));
+        }
     }
 
     bool force_ = false;

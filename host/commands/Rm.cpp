@@ -1,4 +1,5 @@
 #include "host/CommandError.h"
+#include "host/TransferRules.h"
 #include "host/TreeWalk.h"
 #include "host/commands/CommandFactories.h"
 
@@ -29,9 +30,7 @@ private:
         if (isFolder && !recursive_) {
             throw CommandError(path.printed(), "is a folder");
         }
-        if (path.isRoot()) {
-            throw CommandError(path.printed(), "the root folder cannot be removed");
-        }
+        refuseRemovingCurrentFolder(session, path);
         if (force_) {
             makeFilesWritable(session, path);
         }

@@ -1,4 +1,4 @@
-#include "host/CommandError.h"
+#include "host/TransferRules.h"
 #include "host/commands/CommandFactories.h"
 
 namespace storage::host {
@@ -14,9 +14,7 @@ public:
             session.console().attempt(word, [&] {
                 const StoragePath path = session.resolve(word);
                 session.requireFolder(path);
-                if (path.isRoot()) {
-                    throw CommandError(path.printed(), "the root folder cannot be removed");
-                }
+                refuseRemovingCurrentFolder(session, path);
                 session.provider().doRemoveFolder(path.iri());
             });
         }

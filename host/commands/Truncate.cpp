@@ -9,6 +9,8 @@ namespace storage::host {
 
 namespace {
 
+constexpr unsigned long long largest = std::numeric_limits<long>::max(); ///< what a stream can count
+constexpr unsigned long long growthStep = 64ULL << 20U;
 constexpr std::string_view units = "KMGT"; ///< each 1024 times the one before
 
 unsigned long long parseSize(const std::string& text) {
@@ -16,7 +18,7 @@ unsigned long long parseSize(const std::string& text) {
     unsigned long long size = 0;
     const char* const end = text.data() + text.size();
     const auto [rest, failure] = std::from_chars(text.data(), end, size);
-    if (failure != std::errc()) {
+    if (failure != std::errc() || size > largest) {
         throw error;
     }
     if (rest == end) {
@@ -24,8 +26,7 @@ unsigned long long parseSize(const std::string& text) {
     }
     const std::size_t unit = units.find(*rest);
     const unsigned shift = 10 * (static_cast<unsigned>(unit) + 1);
-    if (unit == std::string_view::npos || rest + 1 != end ||
-        size > (std::numeric_limits<unsigned long long>::max() >> shift)) {
+    if (unit == std::string_view::npos || rest + 1 != end || size > largest >> shift) {
         throw error;
     }
     return size << shift;
@@ -50,12 +51,31 @@ public:
                     session.provider().doCreateFile(path.iri());
                 }
                 session.refuseFolder(path);
-                session.provider().doTruncateToSize(path.iri(), size);
+                resize(session, path, size);
             });
         }
     }
 
 private:
+    /// Grows in steps, as each is one call of the provider that nothing can interrupt; a file that cannot be grown
+    /// to the end gets its old size back.
+    static void resize(Session& session, const StoragePath& path, unsigned long long size) {
+        const auto& provider = session.provider();
+        const unsigned long long oldSize = provider.doGetFileAttributes(path.iri()).getSize();
+        try {
+            for (unsigned long long reached = oldSize; reached + growthStep < size; reached += growthStep) {
+                session.interruption().check();
+                provider.doTruncateToSize(path.iri(), reached + growthStep);
+            }
+            provider.doTruncateToSize(path.iri(), size);
+        } catch (...) {
+            if (oldSize < size) {
+                provider.doTruncateToSize(path.iri(), oldSize);
+            }
+            throw;
+        }
+    }
+
     std::optional<std::string> sizeText_;
 };
 

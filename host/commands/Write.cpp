@@ -25,6 +25,11 @@ public:
     }
 
     void run(Session& session, const Words& operands) override {
+        session.console().attempt(operands.front(), [&] { put(session, operands); });
+    }
+
+private:
+    void put(Session& session, const Words& operands) const {
         std::string text;
         for (std::size_t i = 1; i < operands.size(); ++i) {
             text += (i > 1 ? " " : "") + operands[i];
@@ -36,7 +41,6 @@ public:
             .write(text.data(), static_cast<std::streamsize>(text.size()));
     }
 
-private:
     const ByteStreamOpenOptions options_;
 };
 

@@ -1,12 +1,21 @@
 #include "host/DescriptorOutput.h"
 #include "host/FileDescriptor.h"
+#include "host/Interrupted.h"
+#include "host/Interruption.h"
 #include "host/OutputError.h"
+#include "tests/host/DefaultSignals.h"
 #include "tests/host/TemporaryFolder.h"
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <pthread.h>
+#include <string>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -48,6 +57,36 @@ TEST(DescriptorOutputTest, SaysWhyAWriteFailedInTheMiddleOfALongOutputToo) {
     std::ostream out(&buffer);
     out.exceptions(std::ios_base::badbit);
     EXPECT_THROW(out << std::string(1 << 20, 'x'), OutputError);
+}
+
+TEST(DescriptorOutputTest, ASignalEndsTheWaitForAReaderThatDoesNotRead) {
+    const DefaultSignals defaultSignals;
+    const Interruption interruption;
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const pthread_t writer = ::pthread_self();
+    std::atomic<bool> ended = false;
+    // More than once, for a signal that comes before the wait does not end it.
+    std::thread user([&] {
+        while (!ended) {
+            ::pthread_kill(writer, SIGINT);
+            std::this_thread::yield();
+        }
+    });
+    DescriptorOutput buffer(ends[1]);
+    std::ostream out(&buffer);
+    out.exceptions(std::ios_base::badbit);
+    EXPECT_THROW(
+        {
+            for (int i = 0; i < 1000; ++i) {
+                out << std::string(1000, 'x');
+            }
+        },
+        Interrupted);
+    ended = true;
+    user.join();
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 } // namespace

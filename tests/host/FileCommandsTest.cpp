@@ -2,6 +2,8 @@
 
 #include <csignal>
 #include <gmock/gmock.h>
+#include <new>
+#include <utility>
 
 namespace {
 
@@ -188,6 +190,45 @@ TEST_F(FileCommandsTest, TruncateRefusesOddSizesAndFolders) {
     EXPECT_EQ(errors(), "qzstorage: truncate: -s SIZE is missing\n");
     EXPECT_EQ(fail("truncate -s 1 /"), "qzstorage: truncate: /: is a folder\n");
     EXPECT_EQ(succeed("ls"), "");
+}
+
+TEST_F(FileCommandsTest, TheFolderThatTheSessionStandsInIsNotRemoved) {
+    succeed("mkdir -p /a/b/c");
+    succeed("cd /a/b");
+    for (const auto& [word, path] : {std::pair{".", "/a/b"}, {"..", "/a"}, {"c/..", "/a/b"}}) {
+        for (const std::string command : {"rm -r", "rmdir"}) {
+            EXPECT_EQ(fail(command + " " + word),
+                      "qzstorage: " + command.substr(0, command.find(' ')) + ": " + path +
+                          ": the session stands in this folder; leave it first, with cd\n");
+        }
+    }
+    succeed("rm -r c");
+    EXPECT_EQ(succeed("find /"), "/\n/a\n/a/b\n");
+}
+
+TEST_F(FileCommandsTest, AFileThatCannotBeGrownToTheEndGetsItsOldSizeBack) {
+    succeed("write /f old");
+    int writes = 0;
+    provider_->beforeWrite = [&] {
+        if (++writes == 50) {
+            throw std::bad_alloc();
+        }
+    };
+    EXPECT_EQ(fail("truncate -s 10M /f"), "qzstorage: truncate: /f: out of memory\n");
+    EXPECT_EQ(succeed("cat /f"), "old\n");
+}
+
+TEST_F(FileCommandsTest, GrowingAFileCanBeInterrupted) {
+    succeed("write /f old");
+    int writes = 0;
+    provider_->beforeWrite = [&] {
+        if (++writes == 1) {
+            std::raise(SIGINT);
+        }
+    };
+    EXPECT_EQ(run("truncate -s 200M /f"), ExitStatus::Interrupted);
+    interruption_.clear();
+    EXPECT_EQ(succeed("cat /f"), "old\n");
 }
 
 } // namespace

@@ -38,6 +38,26 @@ TEST_F(MoveAndCopyTest, SeveralSourcesNeedAFolder) {
     EXPECT_EQ(all(), "/\n/a\n/a/f\n/a/s\n/a/s/g\n/d\n/h\n");
 }
 
+TEST_F(MoveAndCopyTest, TwoSourcesOfOneNameDoNotReplaceEachOther) {
+    succeed("mkdir /e");
+    succeed("write /e/f other");
+    for (const std::string command : {"cp", "mv -f"}) {
+        EXPECT_EQ(fail(command + " /a/f /e/f /d"),
+                  "qzstorage: " + command.substr(0, 2) +
+                      ": /d/f: another source of this name went there already\n");
+        EXPECT_EQ(succeed("cat /d/f /e/f"), "one\nother\n");
+    }
+}
+
+TEST_F(MoveAndCopyTest, MvOfTheCurrentFolderTakesTheSessionAlong) {
+    succeed("cd /a/s");
+    succeed("mv /a /d");
+    EXPECT_EQ(succeed("pwd"), "/d/a/s\n");
+    succeed("mv . /moved");
+    EXPECT_EQ(succeed("pwd"), "/moved\n");
+    EXPECT_EQ(succeed("cat g"), "two\n");
+}
+
 TEST_F(MoveAndCopyTest, MvRefusesAnExistingFileUnlessForced) {
     EXPECT_EQ(fail("mv /h /a/f"), "qzstorage: mv: /a/f: already exists\n");
     EXPECT_EQ(succeed("cat /h /a/f"), "three\none\n");

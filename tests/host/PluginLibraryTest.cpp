@@ -3,6 +3,7 @@
 #include "tests/host/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -48,7 +49,24 @@ TEST(PluginLibraryTest, RefusesAFileThatIsNoLibrary) {
     EXPECT_EQ(errorFor(path), path + ": cannot be loaded as a plug-in: file too short");
     folder.write("plugin.so", std::string(10000, 'x'));
     EXPECT_EQ(errorFor(path), path + ": cannot be loaded as a plug-in: invalid ELF header");
-    EXPECT_THAT(errorFor(folder.path()), MatchesRegex(".*: cannot be loaded as a plug-in: .*"));
+}
+
+TEST(PluginLibraryTest, RefusesWhatIsNoFile) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(errorFor(folder.path()), folder.path() + ": not a regular file");
+    const std::string fifo = folder / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(errorFor(fifo), fifo + ": not a regular file");
+}
+
+TEST(PluginLibraryTest, RefusesALibraryThatIsCutShort) {
+    const TemporaryFolder folder;
+    const std::string whole = readFile(TEST_PLUGIN);
+    for (const std::size_t length :
+         {whole.size() / 4, std::size_t{2000}, std::size_t{100}, std::size_t{64}}) {
+        const std::string path = folder.write("plugin.so", whole.substr(0, length));
+        EXPECT_EQ(errorFor(path), path + ": cannot be loaded as a plug-in: the file is cut short") << length;
+    }
 }
 
 TEST(PluginLibraryTest, RefusesALibraryWithoutEntryPoint) {

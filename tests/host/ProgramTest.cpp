@@ -137,13 +137,23 @@ TEST(ProgramTest, AClosedInputIsAFailure) {
     EXPECT_EQ(run.status(), 1);
 }
 
-TEST(ProgramTest, AClosedOutputEndsQuietlyAndLandsInNoFile) {
+TEST(ProgramTest, AClosedOutputIsReportedAndLandsInNoFile) {
     const TemporaryFolder folder;
     const std::string lines = "write /f content\nexport /f " + folder / "f" + "\n";
     const ProgramRun run({"shell"}, lines, [] { ::close(STDOUT_FILENO); });
-    EXPECT_EQ(run.errors(), "");
+    EXPECT_EQ(run.errors(), "qzstorage: standard output: Bad file descriptor\n");
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(readFile(folder / "f"), "content\n");
+}
+
+TEST(ProgramTest, AnEmptyPathOfAScriptOrPluginIsWrongUsage) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"run", ""}, std::vector<std::string>{"--plugin", "", "shell"}}) {
+        const ProgramRun run(arguments);
+        EXPECT_EQ(run.status(), 2);
+        EXPECT_EQ(run.errors(),
+                  "qzstorage: the path of a script or plug-in is empty (try 'qzstorage --help')\n");
+    }
 }
 
 TEST(ProgramTest, AReaderThatGoesAwayEndsQuietly) {

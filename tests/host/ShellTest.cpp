@@ -116,13 +116,13 @@ TEST_F(ShellTest, ATerminationEndsAPersonsSessionToo) {
 
 TEST_F(ShellTest, MemoryRunningOutFailsTheCommandOnly) {
     provider_->beforeWrite = [] { throw std::bad_alloc(); };
-    EXPECT_EQ(fail("write /f x"), "qzstorage: write: out of memory\n");
+    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: out of memory\n");
     succeed("ls");
 }
 
 TEST_F(ShellTest, WhatAPluginThrowsIsReported) {
     provider_->beforeWrite = [] { throw 42; };
-    EXPECT_EQ(fail("write /f x"), "qzstorage: write: unknown failure\n");
+    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: unknown failure\n");
 }
 
 } // namespace
