@@ -89,7 +89,7 @@ void CommandSyntax::translateWordOptions(std::vector<std::string>& words) const 
         }
         const bool isWordOption =
             std::find(wordOptions_.begin(), wordOptions_.end(), word) != wordOptions_.end();
-        word = isWordOption ? '-' + word : hidden(word);
+        word = isWordOption ? word.insert(0, 1, '-') : hidden(word);
     }
 }
 

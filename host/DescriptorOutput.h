@@ -20,7 +20,7 @@ private:
     void writeOut();
 
     int descriptor_;
-    std::array<char, 65536> buffer_;
+    std::array<char, 65536> buffer_{};
 };
 
 } // namespace storage::host

@@ -26,7 +26,7 @@ DiskDestination::DiskDestination(const std::string& operand, std::size_t sources
 }
 
 std::string DiskDestination::of(const std::string& name) {
-    const std::string target = isFolder_ && !name.empty() ? diskChild(path_, name) : path_;
+    std::string target = isFolder_ && !name.empty() ? diskChild(path_, name) : path_;
     if (!taken_.insert(target).second) {
         throw CommandError(target, "another source of this name went there already");
     }

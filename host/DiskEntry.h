@@ -13,10 +13,10 @@ struct DiskEntry {
     enum class Kind { File, Folder, SymbolicLink, Socket, Fifo, Device };
     enum class Links { Follow, Inspect };
 
-    Kind kind;
-    unsigned long long size; ///< bytes
+    Kind kind = Kind::File;
+    unsigned long long size = 0; ///< bytes
     boost::posix_time::ptime lastModified;
-    bool writable; ///< by its owner
+    bool writable = false; ///< by its owner
 
     /// @throws CommandError
     static DiskEntry at(const std::string& path, Links links);

@@ -20,6 +20,7 @@ public:
     FileDescriptor(FileDescriptor&& other) noexcept;
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(FileDescriptor&&) = delete;
     ~FileDescriptor();
 
     int number() const noexcept { return number_; }

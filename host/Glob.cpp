@@ -82,6 +82,7 @@ std::vector<std::string> Glob::expand(const Word& word) const {
     }
 
     std::vector<std::string> result;
+    result.reserve(candidates.size());
     for (Candidate& candidate : candidates) {
         result.push_back((candidate.spelling.starts_with('-') ? "./" : "") + candidate.spelling);
     }

@@ -6,7 +6,7 @@ namespace storage::host {
 
 namespace {
 
-volatile std::sig_atomic_t pendingSignal = 0;
+volatile std::sig_atomic_t pendingSignal = 0; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables)
 
 extern "C" void rememberSignal(int signal) {
     pendingSignal = signal;

@@ -95,7 +95,7 @@ private:
         }
     }
 
-    void showLong(Session& session, const std::vector<Row>& rows) {
+    static void showLong(Session& session, const std::vector<Row>& rows) {
         std::vector<std::pair<const Row*, ExtendedAttributes>> described;
         unsigned long largest = 0;
         for (const Row& row : rows) {

@@ -14,12 +14,12 @@ constexpr unsigned long long growthStep = 64ULL << 20U;
 constexpr std::string_view units = "KMGT"; ///< each 1024 times the one before
 
 unsigned long long parseSize(const std::string& text) {
-    const UsageError error("-s: '" + text + "' is not a size");
+    const auto refuse = [&text] { throw UsageError("-s: '" + text + "' is not a size"); };
     unsigned long long size = 0;
     const char* const end = text.data() + text.size();
     const auto [rest, failure] = std::from_chars(text.data(), end, size);
     if (failure != std::errc() || size > largest) {
-        throw error;
+        refuse();
     }
     if (rest == end) {
         return size;
@@ -27,7 +27,7 @@ unsigned long long parseSize(const std::string& text) {
     const std::size_t unit = units.find(*rest);
     const unsigned shift = 10 * (static_cast<unsigned>(unit) + 1);
     if (unit == std::string_view::npos || rest + 1 != end || size > largest >> shift) {
-        throw error;
+        refuse();
     }
     return size << shift;
 }
