@@ -84,7 +84,7 @@ private:
         showRows(session, rows);
     }
 
-    void showRows(Session& session, const std::vector<Row>& rows) {
+    void showRows(Session& session, const std::vector<Row>& rows) const {
         if (long_) {
             showLong(session, rows);
             return;
