@@ -84,8 +84,7 @@ void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const 
     const std::lock_guard lock(mutex_);
     requireChild(*requireParent(source), source, EntryKind::Folder);
     const auto targetParent = requireParent(target);
-    const bool targetExists = targetParent->doChildExist(target);
-    if (targetExists) {
+    if (targetParent->doChildExist(target)) {
         replaced = targetParent->getFolderEntry(target);
         if (refusesExistingFolder(policy) || !replaced) {
             throw EntryExistsException(target);
@@ -98,7 +97,7 @@ void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const 
     }
     requireOutside(target, source);
 
-    if (targetExists) {
+    if (replaced) {
         targetParent->removeChild(target);
         removeFolderFromFSMap(target);
     }
