@@ -3,6 +3,14 @@ add_library(qzstorage_compiler_settings INTERFACE)
 target_compile_options(qzstorage_compiler_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 
+# For the libraries whose coverage is measured; clang's own counters, which know branches too.
+add_library(qzstorage_coverage INTERFACE)
+if(QZSTORAGE_COVERAGE)
+    target_compile_options(qzstorage_coverage INTERFACE
+        -fprofile-instr-generate=${PROJECT_BINARY_DIR}/profiles/%4m.profraw -fcoverage-mapping)
+    target_link_options(qzstorage_coverage INTERFACE -fprofile-instr-generate)
+endif()
+
 # The check of vtable pointers wants the type information of classes that the plug-in hides.
 if(QZSTORAGE_SANITIZE)
     target_compile_options(qzstorage_compiler_settings INTERFACE

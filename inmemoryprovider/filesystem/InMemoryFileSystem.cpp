@@ -44,10 +44,10 @@ void InMemoryFileSystem::addFileEntry(const InMemoryEntryPath& path) {
 }
 
 void InMemoryFileSystem::removeFileEntry(const InMemoryEntryPath& path) {
-    std::shared_ptr<InMemoryEntry> removed; // outlives the lock
+    std::shared_ptr<InMemoryFileEntry> removed; // outlives the lock
     const std::lock_guard lock(mutex_);
     const auto parent = requireParent(path);
-    removed = requireChild(*parent, path, EntryKind::File);
+    removed = requireFile(*parent, path);
     requireWritable(*parent);
     requireWritable(*removed);
 
@@ -59,10 +59,7 @@ void InMemoryFileSystem::removeFolderEntry(const InMemoryEntryPath& path) {
     std::shared_ptr<InMemoryFolderEntry> removed; // outlives the lock
     const std::lock_guard lock(mutex_);
     const auto parent = requireParent(path);
-    removed = parent->getFolderEntry(path);
-    if (!removed) {
-        throw EntryNotFoundException(path);
-    }
+    removed = requireFolder(*parent, path);
     if (!removed->empty()) {
         throw FolderNotEmptyException(path);
     }
@@ -76,31 +73,27 @@ void InMemoryFileSystem::removeFolderEntry(const InMemoryEntryPath& path) {
 
 std::uint64_t InMemoryFileSystem::getFileEntrySize(const InMemoryEntryPath& path) const {
     const std::lock_guard lock(mutex_);
-    const auto file = requireParent(path)->getFileEntry(path);
-    if (!file) {
-        throw EntryNotFoundException(path);
-    }
-    return file->getFileSize();
+    return requireFile(*requireParent(path), path)->getFileSize();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFileEntryLastModified(const InMemoryEntryPath& path) const {
     const std::lock_guard lock(mutex_);
-    return requireChild(*requireParent(path), path, EntryKind::File)->getLastModifiedTime();
+    return requireFile(*requireParent(path), path)->getLastModifiedTime();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFolderEntryLastModified(const InMemoryEntryPath& path) const {
     const std::lock_guard lock(mutex_);
-    return requireChild(*requireParent(path), path, EntryKind::Folder)->getLastModifiedTime();
+    return requireFolder(*requireParent(path), path)->getLastModifiedTime();
 }
 
 bool InMemoryFileSystem::fileIsWritable(const InMemoryEntryPath& path) const {
     const std::lock_guard lock(mutex_);
-    return requireChild(*requireParent(path), path, EntryKind::File)->isWritable();
+    return requireFile(*requireParent(path), path)->isWritable();
 }
 
 bool InMemoryFileSystem::folderIsWritable(const InMemoryEntryPath& path) const {
     const std::lock_guard lock(mutex_);
-    return requireChild(*requireParent(path), path, EntryKind::Folder)->isWritable();
+    return requireFolder(*requireParent(path), path)->isWritable();
 }
 
 std::shared_ptr<InMemoryFolderEntry> InMemoryFileSystem::getFolderEntry(const InMemoryEntryPath& path) const {
@@ -116,8 +109,9 @@ void InMemoryFileSystem::addFolderToFSMap(const std::shared_ptr<InMemoryFolderEn
     folders_.insert(FolderMap::prepare(folder->path(), folder));
 }
 
-void InMemoryFileSystem::removeFolderFromFSMap(const InMemoryEntryPath& path) {
-    folders_.erase(path);
+InMemoryFileSystem::FolderMap::Element
+InMemoryFileSystem::removeFolderFromFSMap(const InMemoryEntryPath& path) {
+    return folders_.erase(path);
 }
 
 void InMemoryFileSystem::linkFolder(InMemoryFolderEntry& parent,
@@ -135,16 +129,6 @@ std::shared_ptr<InMemoryFolderEntry> InMemoryFileSystem::requireParent(const InM
         throw EntryNotFoundException(parentPath);
     }
     return parent;
-}
-
-std::shared_ptr<InMemoryEntry> InMemoryFileSystem::requireChild(const InMemoryFolderEntry& parent,
-                                                                const InMemoryEntryPath& path,
-                                                                EntryKind kind) {
-    auto child = parent.getEntry(path);
-    if (!child || child->isFolder() != (kind == EntryKind::Folder)) {
-        throw EntryNotFoundException(path);
-    }
-    return child;
 }
 
 } // namespace storage::inmemoryprovider

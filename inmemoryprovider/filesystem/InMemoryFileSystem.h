@@ -32,9 +32,10 @@ namespace storage::inmemoryprovider {
 /// - the parent path of every other entry names a folder in the map, which has the entry among its children.
 ///
 /// Each operation checks everything, then allocates, then changes the tree with nothing left that can throw.
-/// So a failed one changed nothing; except the moves, which roll nothing back once they have begun. What an
-/// operation takes out of the tree dies after `mutex_` was released, except the emptied nodes that a move
-/// leaves behind.
+/// So a failed one changed nothing; except the moves, which roll nothing back once they have begun. Memory
+/// that runs out stops a folder move between two entries, and leaves any other operation, a file move among
+/// them, as if it had not been called. What an operation takes out of the tree dies after `mutex_` was
+/// released, except the emptied nodes that a move leaves behind.
 ///
 /// Failures are the internal exceptions. Each names the path that the comment of the operation tells; unless
 /// it tells another, a missing parent folder is EntryNotFoundException and a read-only parent
@@ -122,28 +123,26 @@ public:
 
 private:
     using FolderMap = LeftRightMap<InMemoryEntryPath, std::shared_ptr<InMemoryFolderEntry>>;
-    enum class EntryKind { File, Folder };
     struct FolderMove;
 
     // The operations below are for holders of `mutex_`.
 
     std::shared_ptr<InMemoryFolderEntry> doGetFolderEntry(const InMemoryEntryPath& path) const;
     void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder);
-    void removeFolderFromFSMap(const InMemoryEntryPath& path);
+    /// The caller decides where what was removed dies.
+    FolderMap::Element removeFolderFromFSMap(const InMemoryEntryPath& path);
 
     /// Puts a new folder both among its parent's children and into the map, or, out of memory, nowhere.
     void linkFolder(InMemoryFolderEntry& parent, const std::shared_ptr<InMemoryFolderEntry>& folder);
 
     std::shared_ptr<InMemoryFolderEntry> requireParent(const InMemoryEntryPath& path) const;
-    static std::shared_ptr<InMemoryEntry> requireChild(const InMemoryFolderEntry& parent,
-                                                       const InMemoryEntryPath& path, EntryKind kind);
 
     void moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                            const boost::posix_time::ptime& time);
     void moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                              const boost::posix_time::ptime& time);
-    FolderMove beginFolderMove(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                               const boost::posix_time::ptime& time);
+    FolderMove planFolderMove(const InMemoryEntryPath& source, const InMemoryEntryPath& target) const;
+    void beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time);
     void finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time);
 
     FolderMap folders_;

@@ -4,8 +4,6 @@
 #include "inmemoryprovider/access/InMemoryByteStream.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
-#include <utility>
-
 namespace storage::inmemoryprovider {
 
 using foundation::storage::provider::ByteStream;
@@ -47,11 +45,8 @@ std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemory
 
 std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path) const {
     const std::lock_guard lock(mutex_);
-    auto file = requireParent(path)->getFileEntry(path);
-    if (!file) {
-        throw EntryNotFoundException(path);
-    }
-    return std::make_unique<InMemoryByteStream>(std::move(file), ByteStreamAppend::WriteAtPosition);
+    return std::make_unique<InMemoryByteStream>(requireFile(*requireParent(path), path),
+                                                ByteStreamAppend::WriteAtPosition);
 }
 
 } // namespace storage::inmemoryprovider

@@ -1,10 +1,10 @@
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 
 #include "inmemoryprovider/EntryExistsException.h"
-#include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -43,30 +43,31 @@ struct InMemoryFileSystem::FolderMove {
 
 void InMemoryFileSystem::moveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                        const ReplacementPolicy& policy) {
-    std::shared_ptr<InMemoryEntry> replaced; // outlives the lock
+    InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
     const std::lock_guard lock(mutex_);
-    requireChild(*requireParent(source), source, EntryKind::File);
+    requireFile(*requireParent(source), source);
     const auto targetParent = requireParent(target);
-    replaced = targetParent->getEntry(target);
-    if (replaced) {
-        if (replaced->isFolder() || refusesExistingFile(policy)) {
+    if (const auto existing = targetParent->getEntry(target)) {
+        if (existing->isFolder() || refusesExistingFile(policy)) {
             throw EntryExistsException(target);
         }
-        requireWritable(*replaced);
+        requireWritable(*existing);
         requireWritable(*targetParent);
-        targetParent->removeChild(target);
+        replaced = targetParent->takeChild(target);
     }
-    moveFileEntryImpl(source, target, currentTime());
+    try {
+        moveFileEntryImpl(source, target, currentTime());
+    } catch (const std::bad_alloc&) {
+        targetParent->restoreChild(std::move(replaced));
+        throw;
+    }
 }
 
 void InMemoryFileSystem::moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                            const boost::posix_time::ptime& time) {
     const auto sourceParent = requireParent(source);
     const auto targetParent = requireParent(target);
-    const auto file = sourceParent->getFileEntry(source);
-    if (!file) {
-        throw EntryNotFoundException(source); // the file was the one that it was to replace
-    }
+    const auto file = requireFile(*sourceParent, source); // it may have been the one that it was to replace
     requireWritable(*sourceParent);
     requireWritable(*targetParent);
 
@@ -80,34 +81,40 @@ void InMemoryFileSystem::moveFileEntryImpl(const InMemoryEntryPath& source, cons
 
 void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                          const ReplacementPolicy& policy) {
-    std::shared_ptr<InMemoryFolderEntry> replaced; // outlives the lock
+    InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
     const std::lock_guard lock(mutex_);
-    requireChild(*requireParent(source), source, EntryKind::Folder);
+    requireFolder(*requireParent(source), source);
     const auto targetParent = requireParent(target);
     if (targetParent->doChildExist(target)) {
-        replaced = targetParent->getFolderEntry(target);
-        if (refusesExistingFolder(policy) || !replaced) {
+        const auto existing = targetParent->getFolderEntry(target);
+        if (refusesExistingFolder(policy) || !existing) {
             throw EntryExistsException(target);
         }
-        if (!replaced->empty()) {
+        if (!existing->empty()) {
             throw FolderNotEmptyException(target);
         }
-        requireWritable(*replaced);
+        requireWritable(*existing);
         requireWritable(*targetParent);
     }
     requireOutside(target, source);
 
-    if (replaced) {
-        targetParent->removeChild(target);
-        removeFolderFromFSMap(target);
+    // Each takes out nothing when nothing is to be replaced.
+    replaced = targetParent->takeChild(target);
+    auto registration = removeFolderFromFSMap(target);
+    try {
+        moveFolderEntryImpl(source, target, currentTime());
+    } catch (const std::bad_alloc&) {
+        // Both change nothing once the moved folder has taken the place.
+        targetParent->restoreChild(std::move(replaced));
+        folders_.insert(std::move(registration));
+        throw;
     }
-    moveFolderEntryImpl(source, target, currentTime());
 }
 
 void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                              const boost::posix_time::ptime& time) {
     std::vector<FolderMove> moves; // from the outermost folder to the innermost, so that depth costs no stack
-    moves.push_back(beginFolderMove(source, target, time));
+    beginFolderMove(moves.emplace_back(planFolderMove(source, target)), time);
     while (!moves.empty()) {
         FolderMove& move = moves.back();
         if (move.nextChild == move.folder->end()) {
@@ -123,25 +130,26 @@ void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, co
         requireNoChild(*requireParent(childTarget), childTarget);
         if (child->isFolder()) {
             requireOutside(childTarget, childSource);
-            moves.push_back(beginFolderMove(childSource, childTarget, time));
+            beginFolderMove(moves.emplace_back(planFolderMove(childSource, childTarget)), time);
         } else {
             moveFileEntryImpl(childSource, childTarget, time);
         }
     }
 }
 
-InMemoryFileSystem::FolderMove InMemoryFileSystem::beginFolderMove(const InMemoryEntryPath& source,
-                                                                   const InMemoryEntryPath& target,
-                                                                   const boost::posix_time::ptime& time) {
+InMemoryFileSystem::FolderMove InMemoryFileSystem::planFolderMove(const InMemoryEntryPath& source,
+                                                                  const InMemoryEntryPath& target) const {
     FolderMove move{source, target, requireParent(source), requireParent(target), {}, {}};
-    move.folder = move.sourceParent->getFolderEntry(source);
+    move.folder = requireFolder(*move.sourceParent, source);
+    move.nextChild = move.folder->begin();
+    return move;
+}
+
+void InMemoryFileSystem::beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time) {
     requireWritable(*move.sourceParent);
     requireWritable(*move.folder);
     requireWritable(*move.targetParent);
-
-    linkFolder(*move.targetParent, makeFolderEntry(target, time));
-    move.nextChild = move.folder->begin();
-    return move;
+    linkFolder(*move.targetParent, makeFolderEntry(move.target, time));
 }
 
 void InMemoryFileSystem::finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time) {

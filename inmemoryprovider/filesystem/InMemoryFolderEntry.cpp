@@ -43,9 +43,19 @@ void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child) {
 }
 
 void InMemoryFolderEntry::removeChild(const InMemoryEntryPath& path) {
-    Children::node_type removed; // outlives the lock, and with it the child
+    takeChild(path);
+}
+
+InMemoryFolderEntry::Children::node_type
+InMemoryFolderEntry::takeChild(const InMemoryEntryPath& path) noexcept {
     const std::lock_guard lock(mutex_);
-    removed = children_.extract(path);
+    return children_.extract(path);
+}
+
+void InMemoryFolderEntry::restoreChild(Children::node_type child) noexcept {
+    decltype(children_)::insert_return_type unneeded; // outlives the lock
+    const std::lock_guard lock(mutex_);
+    unneeded = children_.insert(std::move(child));
 }
 
 std::shared_ptr<InMemoryEntry> InMemoryFolderEntry::doGetEntry(const InMemoryEntryPath& path) const {

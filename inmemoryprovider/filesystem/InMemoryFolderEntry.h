@@ -44,6 +44,12 @@ public:
     /// the folder's mutex was released.
     void removeChild(const InMemoryEntryPath& path);
 
+    /// As `removeChild`, but hands the child to the caller, who decides where it dies, or restores it.
+    Children::node_type takeChild(const InMemoryEntryPath& path) noexcept;
+
+    /// Puts back what `takeChild` took out, unless its place has been taken. Allocates nothing.
+    void restoreChild(Children::node_type child) noexcept;
+
     /// The child at `path`, or an empty pointer.
     std::shared_ptr<InMemoryEntry> getEntry(const InMemoryEntryPath& path) const { return doGetEntry(path); }
     std::shared_ptr<InMemoryEntry> doGetEntry(const InMemoryEntryPath& path) const;

@@ -26,10 +26,15 @@ class LeftRightMap {
     using Map = std::map<Key, Value>;
 
 public:
-    /// Everything an insertion allocates, made before the first change.
-    class Insertion {
+    /// An element outside the map: everything that its insertion takes, so that it allocates nothing.
+    class Element {
+    public:
+        /// What the element holds; an empty value if it is none.
+        Value value() const { return nodes_[0] ? nodes_[0].mapped() : Value(); }
+
+    private:
         friend LeftRightMap;
-        std::array<typename Map::node_type, 2> nodes;
+        std::array<typename Map::node_type, 2> nodes_;
     };
 
     LeftRightMap() = default;
@@ -47,27 +52,28 @@ public:
     Value findAsWriter(const Key& key) const noexcept { return valueIn(copies_[published_.load()], key); }
 
     /// Does the allocating part of an insertion. May throw and changes nothing.
-    static Insertion prepare(const Key& key, const Value& value) {
-        Insertion insertion;
-        for (auto& node : insertion.nodes) {
+    static Element prepare(const Key& key, const Value& value) {
+        Element element;
+        for (auto& node : element.nodes_) {
             Map single;
             single.emplace(key, value);
             node = single.extract(single.begin());
         }
-        return insertion;
+        return element;
     }
 
-    /// Inserts what was prepared; a value that is already under the key stays. For the writer.
-    void insert(Insertion insertion) noexcept {
-        changeBoth([&](std::size_t copy) { copies_[copy].insert(std::move(insertion.nodes[copy])); });
+    /// Inserts what was prepared or erased; a value that is already under the key stays, and none changes
+    /// nothing. For the writer.
+    void insert(Element element) noexcept {
+        changeBoth([&](std::size_t copy) { copies_[copy].insert(std::move(element.nodes_[copy])); });
     }
 
-    /// Removes the value under `key` and hands it to the caller, who decides where it dies; an empty value
-    /// when there is none. For the writer.
-    Value erase(const Key& key) noexcept {
-        std::array<typename Map::node_type, 2> erased;
-        changeBoth([&](std::size_t copy) { erased[copy] = copies_[copy].extract(key); });
-        return erased[0] ? std::move(erased[0].mapped()) : Value();
+    /// Takes out the element under `key`, if there is one, and hands it to the caller, who decides where it
+    /// dies, or inserts it again. For the writer.
+    Element erase(const Key& key) noexcept {
+        Element erased;
+        changeBoth([&](std::size_t copy) { erased.nodes_[copy] = copies_[copy].extract(key); });
+        return erased;
     }
 
 private:

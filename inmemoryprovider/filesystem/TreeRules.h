@@ -30,6 +30,16 @@ std::shared_ptr<InMemoryFolderEntry> makeFolderEntry(const InMemoryEntryPath& pa
 /// @throws ReadOnlyException  naming the entry, when it is not writable
 void requireWritable(const InMemoryEntry& entry);
 
+/// The file at `path` in `parent`.
+/// @throws EntryNotFoundException  naming `path`, also when a folder is there
+std::shared_ptr<InMemoryFileEntry> requireFile(const InMemoryFolderEntry& parent,
+                                               const InMemoryEntryPath& path);
+
+/// The folder at `path` in `parent`.
+/// @throws EntryNotFoundException  naming `path`, also when a file is there
+std::shared_ptr<InMemoryFolderEntry> requireFolder(const InMemoryFolderEntry& parent,
+                                                   const InMemoryEntryPath& path);
+
 /// @throws EntryExistsException  naming `path`, when `parent` has a child of either kind there
 void requireNoChild(const InMemoryFolderEntry& parent, const InMemoryEntryPath& path);
 

@@ -50,6 +50,33 @@ TEST_F(InMemoryFolderEntryTest, keepsTheChildThatWasThereFirst) {
     EXPECT_EQ(std::distance(folder.begin(), folder.end()), 1);
 }
 
+TEST_F(InMemoryFolderEntryTest, handsATakenChildToTheCaller) {
+    folder.addChild(makeFile(u"/f/a"));
+    const std::weak_ptr<InMemoryEntry> observer = folder.getEntry(path(u"/f/a"));
+    {
+        const auto taken = folder.takeChild(path(u"/f/a"));
+        EXPECT_EQ(taken.mapped(), observer.lock());
+        EXPECT_TRUE(folder.empty());
+    }
+    EXPECT_TRUE(observer.expired());
+    EXPECT_TRUE(folder.takeChild(path(u"/f/a")).empty());
+}
+
+TEST_F(InMemoryFolderEntryTest, restoresATakenChildUnlessItsPlaceIsTaken) {
+    const auto first = makeFile(u"/f/a");
+    const auto second = makeFile(u"/f/a");
+    folder.addChild(first);
+    folder.restoreChild(folder.takeChild(path(u"/f/a")));
+    EXPECT_EQ(folder.getEntry(path(u"/f/a")), first);
+
+    auto taken = folder.takeChild(path(u"/f/a"));
+    folder.addChild(second);
+    folder.restoreChild(std::move(taken));
+    EXPECT_EQ(folder.getEntry(path(u"/f/a")), second);
+    folder.restoreChild(folder.takeChild(path(u"/f/b")));
+    EXPECT_EQ(std::distance(folder.begin(), folder.end()), 1);
+}
+
 TEST_F(InMemoryFolderEntryTest, findsAChildAsWhatItIsOnly) {
     const auto file = makeFile(u"/f/a");
     const auto subfolder = makeFolder(u"/f/b");

@@ -52,7 +52,7 @@ TEST(LeftRightMap, handsTheErasedValueToTheCaller) {
     const std::weak_ptr<int> observer = value;
     insert(map, 1, value);
     value.reset();
-    auto erased = map.erase(1);
+    auto erased = map.erase(1).value();
     EXPECT_EQ(*erased, 1);
     EXPECT_EQ(map.find(1), nullptr);
     EXPECT_EQ(erased.use_count(), 1);
@@ -63,7 +63,24 @@ TEST(LeftRightMap, handsTheErasedValueToTheCaller) {
 TEST(LeftRightMap, erasingAnAbsentKeyGivesNothing) {
     Map map;
     insert(map, 1, std::make_shared<int>(1));
-    EXPECT_EQ(map.erase(2), nullptr);
+    EXPECT_EQ(map.erase(2).value(), nullptr);
+    EXPECT_NE(map.find(1), nullptr);
+}
+
+TEST(LeftRightMap, anErasedElementCanBeInsertedAgain) {
+    Map map;
+    const auto value = std::make_shared<int>(1);
+    insert(map, 1, value);
+    map.insert(map.erase(1));
+    EXPECT_EQ(map.find(1), value);
+    EXPECT_EQ(map.findAsWriter(1), value);
+}
+
+TEST(LeftRightMap, insertingAnElementThatIsNoneChangesNothing) {
+    Map map;
+    insert(map, 1, std::make_shared<int>(1));
+    map.insert(map.erase(2));
+    EXPECT_EQ(map.find(2), nullptr);
     EXPECT_NE(map.find(1), nullptr);
 }
 
@@ -144,7 +161,7 @@ TEST(LeftRightMap, readersSeeEveryKeyThatNoWriterTouches) {
     for (int i = 0; i < 1000; ++i) {
         const int key = 2 * (i % fixedKeys) + 1;
         insert(map, key, std::make_shared<int>(key));
-        EXPECT_EQ(*map.erase(key), key);
+        EXPECT_EQ(*map.erase(key).value(), key);
     }
     stop = true;
     for (auto& reader : readers) {
