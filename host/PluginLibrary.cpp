@@ -1,6 +1,7 @@
 #include "host/PluginLibrary.h"
 
 #include "host/Failure.h"
+#include "host/LibraryBoundProvider.h"
 #include "host/PluginError.h"
 #include "host/Utf.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
@@ -13,6 +14,7 @@
 #include <fstream>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 
 namespace storage::host {
 
@@ -58,10 +60,6 @@ bool breaksOff(const std::string& path) {
 
 } // namespace
 
-void PluginLibrary::Closer::operator()(void* handle) const {
-    ::dlclose(handle);
-}
-
 PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     if (::access(path.c_str(), R_OK) != 0) {
         throw pluginError(path_, std::strerror(errno));
@@ -74,10 +72,11 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     }
     // Absolute, as the linker searches its own folders for a bare name.
     const std::string absolute = std::filesystem::absolute(path).string();
-    handle_.reset(::dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL));
-    if (!handle_) {
+    void* const handle = ::dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
         throw pluginError(path_, "cannot be loaded as a plug-in: " + linkerReason(absolute));
     }
+    handle_.reset(handle, ::dlclose);
 }
 
 std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildProvider() const {
@@ -96,7 +95,7 @@ std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildProvider() const {
     if (!provider) {
         throw pluginError(path_, "the plug-in gave no provider");
     }
-    return provider;
+    return std::make_shared<LibraryBoundProvider>(handle_, std::move(provider));
 }
 
 } // namespace storage::host

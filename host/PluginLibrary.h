@@ -9,8 +9,9 @@ namespace storage::host {
 
 /// A provider plug-in, loaded.
 ///
-/// Owns the library, which is unloaded with the object. Every provider made by it, every stream and listing,
-/// and every exception thrown by them must be gone by then. Thread safety: one object is for one thread.
+/// Shares the library with every provider that it makes and with their streams and listings; the library is
+/// unloaded with the last of them all. Exceptions of classes that the plug-in itself defines must be gone by
+/// then. Thread safety: one object is for one thread.
 class PluginLibrary {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -19,17 +20,13 @@ public:
     /// @throws PluginError
     explicit PluginLibrary(const std::string& path);
 
-    /// A new provider.
+    /// A new provider, which may outlive this object.
     /// @throws PluginError
     std::shared_ptr<IProvider> buildProvider() const;
 
 private:
-    struct Closer {
-        void operator()(void* handle) const;
-    };
-
     std::string path_;
-    std::unique_ptr<void, Closer> handle_;
+    std::shared_ptr<void> handle_;
 };
 
 } // namespace storage::host

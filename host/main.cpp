@@ -58,7 +58,7 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
 
 ExitStatus runSession(const ProgramOptions& options, Console& console) {
     Interruption interruption;
-    // The library must outlive everything that comes out of it.
+    // Outlives the plug-in's exceptions, which do not keep it loaded as all else does that comes out of it.
     const PluginLibrary library(options.plugin);
     const std::shared_ptr<foundation::storage::provider::IProvider> provider = library.buildProvider();
     ExitStatus status = ExitStatus::Failure;

@@ -1,5 +1,5 @@
 #include "hostapi/storage/provider/Exception.h"
-#include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include "tests/support/LoadedPlugin.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -12,59 +12,30 @@
 namespace {
 
 using namespace foundation::storage::provider;
+using storage::tests::LoadedPlugin;
+using storage::tests::pluginIsLoaded;
 
 constexpr const char* pluginPath = QZSTORAGE_PLUGIN_PATH;
 
-/// The plug-in as a host loads it: none of its symbols become visible to others.
-class LoadedPlugin {
-public:
-    LoadedPlugin() : handle_(dlopen(pluginPath, RTLD_NOW | RTLD_LOCAL)) {
-        if (handle_ == nullptr) {
-            throw std::runtime_error(dlerror());
-        }
-    }
-    LoadedPlugin(const LoadedPlugin&) = delete;
-    LoadedPlugin& operator=(const LoadedPlugin&) = delete;
-    ~LoadedPlugin() { dlclose(handle_); }
-
-    std::shared_ptr<IProvider> build() const {
-        auto* entryPoint = reinterpret_cast<ProviderEntryPoint*>(dlsym(handle_, providerEntryPointName));
-        std::shared_ptr<IProvider> provider;
-        entryPoint(&provider);
-        return provider;
-    }
-
-private:
-    void* handle_;
-};
-
-bool pluginIsLoaded() {
-    void* handle = dlopen(pluginPath, RTLD_NOW | RTLD_NOLOAD);
-    if (handle != nullptr) {
-        dlclose(handle);
-    }
-    return handle != nullptr;
-}
-
 TEST(Plugin, isLoadedUsedAndUnloadedAgainAndAgain) {
     for (int round = 0; round < 20; ++round) {
-        ASSERT_FALSE(pluginIsLoaded());
+        ASSERT_FALSE(pluginIsLoaded(pluginPath));
         {
-            const LoadedPlugin plugin;
+            const LoadedPlugin plugin(pluginPath);
             const auto provider = plugin.build();
             provider->doCreateFolder(StorageIRI(u"/a"));
             const auto stream = provider->doOpenStream(StorageIRI(u"/a/f"), {});
             stream->write("abc", 3);
             const auto listing = provider->doListAll(StorageIRI(u"/a"));
             EXPECT_TRUE(listing->clone()->hasNext());
-            EXPECT_TRUE(pluginIsLoaded());
+            EXPECT_TRUE(pluginIsLoaded(pluginPath));
         }
-        ASSERT_FALSE(pluginIsLoaded());
+        ASSERT_FALSE(pluginIsLoaded(pluginPath));
     }
 }
 
 TEST(Plugin, itsHostCatchesExceptionsByType) {
-    const LoadedPlugin plugin;
+    const LoadedPlugin plugin(pluginPath);
     const auto provider = plugin.build();
     try {
         provider->doRemoveFile(StorageIRI(u"/missing"));
@@ -80,14 +51,14 @@ TEST(Plugin, itsHostCatchesExceptionsByType) {
 TEST(Plugin, anExceptionOutlivesThePlugin) {
     std::exception_ptr kept;
     {
-        const LoadedPlugin plugin;
+        const LoadedPlugin plugin(pluginPath);
         try {
             plugin.build()->doRemoveFile(StorageIRI(u"/missing"));
         } catch (const Exception& error) {
             kept = std::make_exception_ptr(error);
         }
     }
-    ASSERT_FALSE(pluginIsLoaded());
+    ASSERT_FALSE(pluginIsLoaded(pluginPath));
     try {
         std::rethrow_exception(kept);
     } catch (const Exception& error) {
@@ -108,7 +79,7 @@ TEST(Plugin, isLoadedAndUnloadedByThreadsAtOnce) {
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {
             for (int round = 0; round < 20; ++round) {
-                const LoadedPlugin plugin;
+                const LoadedPlugin plugin(pluginPath);
                 const auto provider = plugin.build();
                 provider->doCreateFile(StorageIRI(u"/f"));
                 EXPECT_TRUE(provider->doFileExists(StorageIRI(u"/f")));
@@ -118,7 +89,7 @@ TEST(Plugin, isLoadedAndUnloadedByThreadsAtOnce) {
     for (auto& thread : threads) {
         thread.join();
     }
-    EXPECT_FALSE(pluginIsLoaded());
+    EXPECT_FALSE(pluginIsLoaded(pluginPath));
 }
 
 } // namespace

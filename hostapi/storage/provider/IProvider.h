@@ -41,7 +41,8 @@ namespace foundation::storage::provider {
 /// Thread safety: every operation but `doShutdown` may be called from any number of threads at once.
 ///
 /// Lifetime: streams and listings belong to the caller and may outlive the provider object, but provider,
-/// streams and listings must all be destroyed before the library that made them is unloaded.
+/// streams and listings must all be destroyed before the library that made them is unloaded. `ProviderEntryPoint`
+/// says of everything else whether it may outlive the library.
 class QZFL_EXPORT IProvider {
 public:
     using EventCallback =

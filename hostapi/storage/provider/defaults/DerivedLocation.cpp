@@ -9,15 +9,11 @@ namespace {
 
 constexpr char16_t separator = u'/';
 
-bool endsInSeparator(const std::u16string& path) {
-    return !path.empty() && path.back() == separator;
-}
-
 } // namespace
 
 StorageIRI locationBelow(const StorageIRI& folder, std::u16string_view relativePath) {
     std::u16string path = folder.getResolvedPath();
-    if (!endsInSeparator(path)) {
+    if (!path.ends_with(separator)) {
         path += separator;
     }
     path += relativePath;
@@ -26,7 +22,7 @@ StorageIRI locationBelow(const StorageIRI& folder, std::u16string_view relativeP
 
 StorageIRI locationBeside(const StorageIRI& entry, std::u16string_view ending) {
     std::u16string path = entry.getResolvedPath();
-    if (endsInSeparator(path)) {
+    if (path.ends_with(separator)) {
         path.pop_back(); // "/a/" is spelled like a folder but is the entry "/a"
     }
     path += ending;

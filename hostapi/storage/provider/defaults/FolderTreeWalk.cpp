@@ -14,9 +14,6 @@ bool FolderTreeWalk::advance() {
     if (event_ == Event::FolderEntered) {
         levels_.push_back({relativePath_.size(), listEnteredFolder()});
     }
-    if (levels_.empty()) {
-        return false;
-    }
     Level& level = levels_.back();
     relativePath_.resize(level.pathLength);
     if (level.next == level.entries.size()) {

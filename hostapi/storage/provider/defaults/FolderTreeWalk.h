@@ -30,7 +30,8 @@ public:
     /// @throws Exception  `NotFound` naming `top` when there is no such folder
     FolderTreeWalk(const IProvider& provider, const StorageIRI& top);
 
-    /// Goes on to the next event. False when there is none left; the top folder itself gives no event.
+    /// Goes on to the next event. False when there is none left, and the walk over; the top folder itself gives
+    /// no event.
     bool advance();
 
     Event event() const noexcept { return event_; }

@@ -111,6 +111,16 @@ TEST_F(IProviderTruncate, LosesNothingWhenMemoryRunsOutForTheBytesThatStay) {
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
+TEST_F(IProviderTruncate, KeepsWhatIsLeftOfAFileThatAnotherThreadShrinksMeanwhile) {
+    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
+        if (operation == Operation::OpenReadOnlyStream) {
+            provider_->doTruncateToSize(iri, 3);
+        }
+    });
+    raced.doTruncateToSize(iri_, 5);
+    EXPECT_EQ(contentOf(u"/f"), "012");
+}
+
 TEST_F(IProviderTruncate, DoesNotBringBackAFileThatAnotherThreadRemovesMeanwhile) {
     for (const unsigned long long size : {5ULL, 15ULL}) {
         if (!provider_->doFileExists(iri_)) {

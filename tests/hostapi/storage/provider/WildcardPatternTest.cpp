@@ -94,6 +94,7 @@ TEST(WildcardPattern, CountsAnUnpairedSurrogateAsOneCharacter) {
     EXPECT_TRUE(matches(u"?", trail));
     EXPECT_TRUE(matches(u"??", trail + lead));
     EXPECT_TRUE(matches(u"?a", lead + u"a"));
+    EXPECT_TRUE(matches(u"??", lead + u"\uE000"));
 }
 
 TEST(WildcardPattern, TakesEveryOtherCharacterForItself) {

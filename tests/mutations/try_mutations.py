@@ -1,0 +1,317 @@
+#!/usr/bin/env python3
+"""Breaks the plug-in's code in one small way after the other and tells which breaks no test noticed.
+
+    tests/mutations/try_mutations.py [--list] [--only TEXT]... [--jobs N] [--work FOLDER] [--report FILE]
+
+Works on copies of the source tree, never on the tree itself. Each mutation changes one place of inmemoryprovider/: a
+condition turned round or made constant, a statement left out, two neighbouring statements exchanged, a comparison or
+constant altered, an enumerator or exception replaced, a lock not taken. It counts as noticed when a test fails, crashes
+or does not end; as no mutation when the compiler refuses it. What the ordinary tests let pass is tried again under the
+thread sanitizer, for locks show only there.
+
+accepted.txt beside this file lists the mutations that change nothing a user or caller could see, each with the reason.
+Exits with 1 when any other survives.
+"""
+
+import argparse
+import concurrent.futures
+import os
+import pathlib
+import queue
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+ACCEPTED = pathlib.Path(__file__).with_name("accepted.txt")
+CONFIGURE = ["-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14", "-DCMAKE_BUILD_TYPE=None"]
+PLAIN = {
+    "name": "plain",
+    "configure": ["-DCMAKE_CXX_FLAGS=-O0"],
+    "targets": ["inmemoryprovider_tests", "memory_exhaustion_tests", "linked_plugin_tests", "plugin_tests", "model_tests"],
+    "runs": [
+        ["bin/inmemoryprovider_tests"],
+        ["bin/memory_exhaustion_tests"],
+        ["bin/linked_plugin_tests"],
+        ["bin/plugin_tests"],
+        ["bin/model_tests"],
+    ],
+}
+THREADS = {
+    "name": "threads",
+    "configure": ["-DCMAKE_CXX_FLAGS=-O1 -g1", "-DQZSTORAGE_SANITIZE=thread"],
+    "targets": ["inmemoryprovider_tests", "thread_trial"],
+    "runs": [
+        ["bin/inmemoryprovider_tests", "--gtest_filter=*Race*:*Concurren*:*LeftRight*"],
+        ["bin/thread_trial", "--operations", "200000"],
+    ],
+}
+LONGEST_RUN = 300  # seconds; a test that takes longer hangs
+
+ENUMERATIONS = {
+    "ErrorCode": ["FolderNotEmpty", "ReadOnly", "AlreadyExists", "NotFound"],
+    "ReplacementPolicy": ["RefuseExisting", "ReplaceExisting", "RefuseExistingFile"],
+    "ByteStreamAppend": ["AppendAtEnd", "WriteAtPosition"],
+    "EntryType": ["File", "Folder"],
+    "ios_base": ["beg", "cur", "end"],
+}
+EXCEPTIONS = ["EntryExistsException", "EntryNotFoundException", "FolderNotEmptyException", "ReadOnlyException"]
+SWAPPED = {
+    "==": "!=", "!=": "==", "<=": "<", ">=": ">", "<": "<=", ">": ">=", "&&": "||", "||": "&&", "+": "-", "-": "+",
+    "+=": "-=", "-=": "+=", "*": "/",
+}
+
+
+class Mutation:
+    """One change: `text` takes the place of what stands at [begin, end) in `path`."""
+
+    def __init__(self, path, source, begin, end, text, kind):
+        self.path = path
+        self.begin = begin
+        self.end = end
+        self.text = text
+        line = source.count("\n", 0, begin) + 1
+        shown = " ".join(source[begin:end].split())
+        became = " ".join(text.split()) or "nothing"
+        self.key = f"{path}: {kind}: {shown} -> {became}"
+        self.name = f"{path}:{line}: {kind}: {shown} -> {became}"
+
+
+def without_comments(source):
+    """The source with comments, strings, includes and attributes blanked out, every position kept."""
+
+    def blank(match):
+        return re.sub(r"[^\n]", " ", match.group(0))
+
+    pattern = r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|^\s*#[^\n]*|\[\[\w+\]\]|\btemplate <[^\n]*>'
+    return re.sub(pattern, blank, source, flags=re.S | re.M)
+
+
+def closing(code, opening):
+    """The position after the bracket that closes the one at `opening`."""
+    depth = 0
+    for position in range(opening, len(code)):
+        if code[position] in "([{":
+            depth += 1
+        elif code[position] in ")]}":
+            depth -= 1
+            if depth == 0:
+                return position + 1
+    return len(code)
+
+
+def statements(code):
+    """[begin, end) of each simple statement inside a function, and of each `if` whose block is one throw."""
+    found = []
+    for match in re.finditer(r"(?<=[;{}])\s*(?=[^\s;{}#])", code):
+        begin = match.end()
+        if re.match(r"if \(", code[begin:]):
+            end = closing(code, begin + 3)
+            block = re.match(r"\s*\{\s*throw [^;{}]*;\s*\}", code[end:])
+            if block:
+                found.append((begin, end + block.end(), "check"))
+            continue
+        depth = 0
+        position = begin
+        while position < len(code) and (depth > 0 or code[position] not in ";{}"):
+            depth += (code[position] in "([") - (code[position] in ")]")
+            position += 1
+        text = code[begin:position]
+        if position < len(code) and code[position] == ";" and code[:begin].count("{") - code[:begin].count("}") > 1:
+            if re.match(r"const std::(lock_guard|scoped_lock)", text):
+                found.append((begin, position + 1, "lock"))
+            elif re.match(r"(return|throw|const|auto|using|static|constexpr|case|default|break|continue|std::size_t \w+ =|"
+                          r"friend|public|private|explicit|virtual|mutable|struct|enum)\b", text):
+                continue
+            elif re.search(r"= (delete|default)$|\boverride$", text):
+                continue
+            elif re.match(r"[\w:<>,& ]+ \w+(\(|;|$| = )", text) and not re.match(r"[\w.>\-]+\(", text):
+                continue  # a declaration
+            else:
+                found.append((begin, position + 1, "statement"))
+    return found
+
+
+def mutations_of(path):
+    source = (ROOT / path).read_text()
+    code = without_comments(source)
+    result = []
+
+    def add(begin, end, text, kind):
+        result.append(Mutation(path, source, begin, end, text, kind))
+
+    for match in re.finditer(r"\b(if|while) \(", code):
+        end = closing(code, match.end() - 1)
+        condition = source[match.end():end - 1]
+        if re.match(r"const auto|auto", condition):
+            continue
+        forms = ["!({})", "false && ({})"] + (["true || ({})"] if match.group(1) == "if" else [])
+        for form in forms:
+            add(match.end(), end - 1, form.format(condition), "condition")
+
+    simple = statements(code)
+    for begin, end, kind in simple:
+        if kind != "check":
+            add(begin, end, "", "lock left out" if kind == "lock" else "left out")
+    for (begin, end, kind), (next_begin, next_end, next_kind) in zip(simple, simple[1:]):
+        if code[end:next_begin].strip() == "" and "lock" not in (kind, next_kind):
+            exchanged = source[next_begin:next_end] + source[end:next_begin] + source[begin:end]
+            add(begin, next_end, exchanged, "exchanged")
+
+    for match in re.finditer(r" (==|!=|<=|>=|<|>|&&|\|\||\+=|-=|\+|-|\*) (?=[\w(!-])", code):
+        add(match.start(1), match.end(1), SWAPPED[match.group(1)], "operator")
+    for match in re.finditer(r"(?<![\w.:'\"])(\d+)(?![\w.'])", code):
+        if code[:match.start()].count("{") > 0 and not re.search(r"(alignas|array<[^>]*)$", code[:match.start()]):
+            add(match.start(), match.end(), str(int(match.group(1)) + 1), "constant")
+    for match in re.finditer(r"\b(true|false)\b", code):
+        add(match.start(), match.end(), "false" if match.group(1) == "true" else "true", "constant")
+    for match in re.finditer(r"u'/'", source):
+        add(match.start(), match.end(), "u'|'", "constant")
+    for match in re.finditer(r"\bu?\"[^\"\n]+\"", source):
+        line = source[source.rfind("\n", 0, match.start()) + 1:match.start()]
+        if "#include" not in line and "//" not in line:
+            add(match.start(), match.end(), match.group(0)[:-1] + "~\"", "constant")
+    for match in re.finditer(r"\b(\w+)::(\w+)\b", code):
+        for other in ENUMERATIONS.get(match.group(1), []):
+            if match.group(2) in ENUMERATIONS[match.group(1)] and other != match.group(2):
+                add(match.start(2), match.end(2), other, "enumerator")
+    for match in re.finditer(r"\bthrow (\w+Exception)\(", code):
+        for other in EXCEPTIONS:
+            if other != match.group(1):
+                add(match.start(1), match.end(1), f"storage::inmemoryprovider::{other}", "exception")
+    for match in re.finditer(r"\breturn ([^;{}]+);", code):
+        add(match.start(1), match.end(1), "{}", "result")
+    for match in re.finditer(r"(?<=[\w)>])(\.|->)(load|store|fetch_add|fetch_sub)\(", code):
+        end = closing(code, match.end() - 1)
+        comma = ", " if code[match.end():end - 1].strip() else ""
+        add(end - 1, end - 1, comma + "std::memory_order_relaxed", "order of memory")
+    return result
+
+
+def all_mutations():
+    names = subprocess.run(["git", "ls-files", "inmemoryprovider/*.cpp", "inmemoryprovider/*.h"], cwd=ROOT, check=True,
+                           capture_output=True, text=True).stdout.split()
+    return [mutation for name in names for mutation in mutations_of(name)]
+
+
+def run(command, folder, seconds):
+    """Whether the command succeeded in time."""
+    try:
+        return subprocess.run(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                              timeout=seconds).returncode == 0
+    except subprocess.TimeoutExpired:
+        return False
+
+
+class Copy:
+    """A copy of the tree with builds of its own, for one worker."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        if not folder.exists():
+            files = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT, check=True,
+                                   capture_output=True, text=True).stdout.split("\0")
+            for name in filter(None, files):
+                (folder / name).parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy2(ROOT / name, folder / name)
+
+    def build(self, stage):
+        build = self.folder / "build" / stage["name"]
+        if not (build / "build.ninja").exists():
+            subprocess.run(["cmake", "-S", str(self.folder), "-B", str(build), *CONFIGURE, *stage["configure"]], check=True,
+                           stdout=subprocess.DEVNULL)
+        return run(["cmake", "--build", str(build), "--parallel", "1", "--target", *stage["targets"]], self.folder, 1200)
+
+    def passes(self, stage):
+        build = self.folder / "build" / stage["name"]
+        for command in stage["runs"]:
+            arguments = ["--gtest_fail_fast", "--gtest_brief"] if command[0].endswith("_tests") else []
+            if not run([str(build / command[0]), *command[1:], *arguments], build, LONGEST_RUN):
+                return False
+        return True
+
+    def expect_sound(self):
+        for stage in (PLAIN, THREADS):
+            if not (self.build(stage) and self.passes(stage)):
+                sys.exit(f"try_mutations: the unchanged code does not pass its {stage['name']} tests")
+
+    def attempt(self, mutation):
+        path = self.folder / mutation.path
+        source = path.read_text()
+        path.write_text(source[:mutation.begin] + mutation.text + source[mutation.end:])
+        try:
+            if not self.build(PLAIN):
+                return "refused"
+            if not self.passes(PLAIN):
+                return "noticed"
+            if not self.build(THREADS):
+                return "refused"
+            return "survived" if self.passes(THREADS) else "noticed"
+        finally:
+            path.write_text(source)
+
+
+def accepted_mutations():
+    lines = ACCEPTED.read_text().splitlines()
+    return {line for line in lines if line and not line.startswith("#")}
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--list", action="store_true", help="only print the mutations")
+    parser.add_argument("--only", action="append", default=[], metavar="TEXT", help="those whose line has this text")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many at once")
+    parser.add_argument("--work", type=pathlib.Path, help="where the copies are made and kept (else they are removed)")
+    parser.add_argument("--report", type=pathlib.Path, help="where each result is appended; what is there is not tried again")
+    options = parser.parse_args()
+
+    mutations = [m for m in all_mutations() if not options.only or any(text in m.name for text in options.only)]
+    if options.list:
+        print("\n".join(m.name for m in mutations))
+        return 0
+    results = {}
+    if options.report and options.report.exists():
+        results = dict(reversed(line.split("\t", 1)) for line in options.report.read_text().splitlines())
+    work = options.work or pathlib.Path(tempfile.mkdtemp())
+    copies = queue.Queue()
+    for worker in range(options.jobs):
+        copies.put(Copy(work / str(worker)))
+
+    def attempt(mutation):
+        copy = copies.get()
+        try:
+            return mutation, copy.attempt(mutation)
+        finally:
+            copies.put(copy)
+
+    try:
+        with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+            list(pool.map(lambda copy: copy.expect_sound(), list(copies.queue)))
+            left = [m for m in mutations if m.name not in results]
+            for done in concurrent.futures.as_completed([pool.submit(attempt, m) for m in left]):
+                mutation, result = done.result()
+                results[mutation.name] = result
+                if options.report:
+                    with options.report.open("a") as report:
+                        report.write(f"{result}\t{mutation.name}\n")
+                if sys.stderr.isatty():
+                    print(f"\r{len(results)} of {len(mutations)}", end="", file=sys.stderr)
+    finally:
+        if not options.work:
+            shutil.rmtree(work)
+
+    accepted = accepted_mutations()
+    tried = [m for m in mutations if results[m.name] != "refused"]
+    survivors = [m for m in tried if results[m.name] == "survived"]
+    unexplained = [m for m in survivors if m.key not in accepted]
+    for mutation in unexplained:
+        print(f"survived: {mutation.name}")
+    print(f"mutations: {len(tried)} tried, {len(tried) - len(survivors)} noticed, "
+          f"{len(survivors) - len(unexplained)} survived that change nothing to be seen, {len(unexplained)} survived")
+    return 1 if unexplained else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
