@@ -1,14 +1,13 @@
 #include "inmemoryprovider/InMemoryProvider.h"
 #include "inmemoryprovider/access/ContentGuard.h"
-
-#include "hostapi/storage/provider/Exception.h"
+#include "tests/support/Answer.h"
+#include "tests/support/RunTogether.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <barrier>
-#include <functional>
 #include <memory>
+#include <mutex>
 #include <random>
 #include <string>
 #include <thread>
@@ -18,125 +17,28 @@ namespace storage::inmemoryprovider {
 namespace {
 
 using namespace foundation::storage::provider;
-
-/// Runs every task on a thread of its own, all of them from one moment on.
-void runTogether(const std::vector<std::function<void()>>& tasks) {
-    std::barrier start(static_cast<std::ptrdiff_t>(tasks.size()));
-    std::vector<std::thread> threads;
-    for (const auto& task : tasks) {
-        threads.emplace_back([&start, &task] {
-            start.arrive_and_wait();
-            task();
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-}
-
-/// -1 when `call` succeeds, else the code of its failure.
-int codeOf(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const Exception& error) {
-        return static_cast<int>(error.getErrorCode());
-    }
-    return -1;
-}
-
-TEST(Concurrency, ofTwoThreadsThatCreateOneFileExactlyOneSucceeds) {
-    for (int round = 0; round < 200; ++round) {
-        const InMemoryProvider provider;
-        int first = 0;
-        int second = 0;
-        runTogether({[&] { first = codeOf([&] { provider.doCreateFile(StorageIRI(u"/f")); }); },
-                     [&] { second = codeOf([&] { provider.doCreateFile(StorageIRI(u"/f")); }); }});
-        EXPECT_EQ(std::min(first, second), -1);
-        EXPECT_EQ(std::max(first, second), 3);
-    }
-}
-
-TEST(Concurrency, ofTwoThreadsThatMoveOneFileExactlyOneSucceeds) {
-    for (int round = 0; round < 200; ++round) {
-        const InMemoryProvider provider;
-        provider.doCreateFile(StorageIRI(u"/f"));
-        const auto move = [&](const char16_t* target) {
-            return codeOf([&] {
-                provider.doMoveFile(StorageIRI(u"/f"), StorageIRI(target), ReplacementPolicy::RefuseExisting);
-            });
-        };
-        int first = 0;
-        int second = 0;
-        runTogether({[&] { first = move(u"/g"); }, [&] { second = move(u"/h"); }});
-        EXPECT_EQ(std::min(first, second), -1);
-        EXPECT_EQ(std::max(first, second), 4);
-        EXPECT_EQ(provider.doFileExists(StorageIRI(u"/g")), first == -1);
-        EXPECT_EQ(provider.doFileExists(StorageIRI(u"/h")), second == -1);
-    }
-}
-
-constexpr int recordsPerStream = 500;
-constexpr std::size_t recordSize = 16;
-
-void appendRecords(ByteStream& stream, char mark) {
-    const std::string record(recordSize, mark);
-    for (int i = 0; i < recordsPerStream; ++i) {
-        stream.write(record.data(), recordSize);
-    }
-}
-
-TEST(Concurrency, appendsOfSeveralStreamsLoseAndTearNothingThoughTheFileMoves) {
-    const InMemoryProvider provider;
-    ByteStreamOpenOptions appending;
-    appending.append = ByteStreamAppend::AppendAtEnd;
-    const auto oldStreamA = provider.doOpenStream(StorageIRI(u"/f"), appending);
-    const auto oldStreamB = provider.doOpenStream(StorageIRI(u"/f"), appending);
-    std::atomic<bool> moved = false;
-    const auto appendAfterMove = [&](char mark) {
-        moved.wait(false);
-        appendRecords(*provider.doOpenStream(StorageIRI(u"/g"), appending), mark);
-    };
-    runTogether({[&] { appendRecords(*oldStreamA, 'a'); }, [&] { appendRecords(*oldStreamB, 'b'); },
-                 [&] { appendAfterMove('c'); }, [&] { appendAfterMove('d'); },
-                 [&] {
-                     provider.doMoveFile(StorageIRI(u"/f"), StorageIRI(u"/g"),
-                                         ReplacementPolicy::RefuseExisting);
-                     moved = true;
-                     moved.notify_all();
-                 }});
-
-    const auto reader = provider.doOpenReadOnlyStream(StorageIRI(u"/g"));
-    std::map<char, int> records;
-    std::string record(recordSize, '\0');
-    while (reader->read(record.data(), recordSize) == static_cast<long>(recordSize)) {
-        EXPECT_EQ(record, std::string(recordSize, record[0]));
-        ++records[record[0]];
-    }
-    const std::map<char, int> expected{
-        {'a', recordsPerStream}, {'b', recordsPerStream}, {'c', recordsPerStream}, {'d', recordsPerStream}};
-    EXPECT_EQ(records, expected);
-}
+using tests::answerOf;
+using tests::runTogether;
 
 TEST(Concurrency, lookingUpAFolderNeverWaitsForAnOperationOfTheTree) {
+    const InMemoryEntryPath path(u"/f");
+    const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));
     for (int round = 0; round < 50; ++round) {
         InMemoryFileSystem fileSystem;
-        fileSystem.addFileEntry(InMemoryEntryPath(u"/f"));
+        fileSystem.addFileEntry(path);
         const auto root = fileSystem.getFolderEntry(InMemoryEntryPath(u"/"));
-        const auto content = root->getFileEntry(InMemoryEntryPath(u"/f"))->getContent();
-        std::unique_lock held(guardOf(content));
-        std::atomic<bool> asking = false;
-        // Asks for a size with the tree locked, and cannot go on while the content is held.
-        std::thread operation([&] {
-            asking = true;
-            fileSystem.getFileEntrySize(InMemoryEntryPath(u"/f"));
-        });
-        while (!asking) {
+        const auto file = root->getFileEntry(path);
+        file->setLastModifiedTime(longAgo);
+        std::unique_lock held(guardOf(file->getContent()));
+        // Stamps the file and then empties it, all of it with the tree locked. Once the stamp shows, the thread is
+        // between the two, and cannot go on while the content is held.
+        std::thread operation(
+            [&] { fileSystem.checkOutFileEntry(path, {.content = ByteStreamContent::Empty}); });
+        while (file->getLastModifiedTime() == longAgo) {
             std::this_thread::yield();
         }
-        for (int look = 0; look < 100; ++look) {
-            EXPECT_EQ(fileSystem.getFolderEntry(InMemoryEntryPath(u"/")), root);
-            std::this_thread::yield();
-        }
+        EXPECT_EQ(fileSystem.getFolderEntry(InMemoryEntryPath(u"/")), root);
+        EXPECT_EQ(fileSystem.getFolderEntry(path), nullptr);
         held.unlock();
         operation.join();
     }
@@ -151,18 +53,18 @@ TEST(Concurrency, readersFollowAFolderThatIsMovedBackAndForth) {
     const auto read = [&] {
         while (!stop) {
             for (const auto* path : {u"/a/s/f", u"/b/s/f"}) {
-                codeOf([&] {
+                answerOf([&] {
                     char byte = 0;
                     EXPECT_EQ(provider.doOpenReadOnlyStream(StorageIRI(path))->read(&byte, 1), 1);
                     EXPECT_EQ(byte, 'a');
                 });
-                codeOf([&] { EXPECT_EQ(provider.doGetFileAttributes(StorageIRI(path)).getSize(), 3U); });
+                answerOf([&] { EXPECT_EQ(provider.doGetFileAttributes(StorageIRI(path)).getSize(), 3U); });
                 provider.doFileExists(StorageIRI(path));
-                codeOf([&] { provider.doSetLastModified(StorageIRI(path), boost::posix_time::ptime()); });
+                answerOf([&] { provider.doSetLastModified(StorageIRI(path), boost::posix_time::ptime()); });
             }
             for (const auto* path : {u"/a", u"/b", u"/a/s", u"/b/s"}) {
-                codeOf([&] { provider.doListAll(StorageIRI(path))->clone(); });
-                codeOf([&] { provider.doSetWritable(StorageIRI(path), true); });
+                answerOf([&] { provider.doListAll(StorageIRI(path))->clone(); });
+                answerOf([&] { provider.doSetWritable(StorageIRI(path), true); });
             }
         }
     };
@@ -209,7 +111,7 @@ TEST(Concurrency, aStormOfAllOperationsLeavesTheTreeSound) {
         for (int i = 0; i < 4000; ++i) {
             const auto iri = any();
             const auto policy = static_cast<ReplacementPolicy>(random() % 6);
-            codeOf([&] {
+            answerOf([&] {
                 switch (random() % 14) {
                 case 0:
                 case 1:

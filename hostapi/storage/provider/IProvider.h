@@ -160,7 +160,8 @@ public:
     /// Failures as for `doMoveFile`. The bytes are copied to a temporary file in the same folder, which is then
     /// moved to the destination; so the copy is complete when it appears, a failure before that leaves the
     /// destination as it was, and copying a file onto itself keeps its bytes. A failure removes the temporary
-    /// file unless the folder has become read-only meanwhile.
+    /// file unless the folder was moved or has become read-only meanwhile, or memory has run out for the removal
+    /// too.
     virtual void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const;
 

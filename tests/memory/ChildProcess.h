@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+
+namespace storage::tests {
+
+enum class ChildOutcome {
+    Done,
+    Terminated, ///< std::terminate was called
+    Broken,     ///< an expectation failed, or the child ended in another way
+};
+
+/// Runs `task` in a child process. Its failed expectations are printed, and make the outcome `Broken`.
+ChildOutcome runInChild(const std::function<void()>& task);
+
+} // namespace storage::tests

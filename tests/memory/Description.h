@@ -1,0 +1,39 @@
+#pragma once
+
+#include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/EntryExistence.h"
+#include "hostapi/storage/provider/ExtendedAttributes.h"
+#include "hostapi/storage/provider/FileAttributes.h"
+#include "hostapi/storage/provider/FilenameSensitivity.h"
+#include "hostapi/storage/provider/FolderAttributes.h"
+#include "hostapi/storage/provider/IFolderEntryIterator.h"
+#include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/StorageIRI.h"
+
+#include <ios>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace storage::tests {
+
+// What an operation gave, as text, so that two answers can be compared. Streams are read and listings stepped through
+// to their ends.
+
+std::string described(bool answer);
+std::string described(long number);
+std::string described(std::streampos position);
+std::string described(const std::vector<std::u16string>& names);
+std::string described(const foundation::storage::provider::StorageIRI& iri);
+std::string described(foundation::storage::provider::EntryExistence existence);
+std::string described(foundation::storage::provider::FilenameSensitivity sensitivity);
+std::string described(const foundation::storage::provider::FileAttributes& attributes);
+std::string described(const foundation::storage::provider::FolderAttributes& attributes);
+std::string described(const foundation::storage::provider::ExtendedAttributes& attributes);
+std::string described(const foundation::storage::provider::FolderEntry& entry);
+std::string described(const foundation::storage::provider::IProvider::PathComparator& comparator);
+std::string described(foundation::storage::provider::ByteStream& stream);
+std::string described(const std::unique_ptr<foundation::storage::provider::ByteStream>& stream);
+std::string described(const std::unique_ptr<foundation::storage::provider::IFolderEntryIterator>& listing);
+
+} // namespace storage::tests

@@ -1,0 +1,89 @@
+#include "inmemoryprovider/PluginEntry.h"
+#include "inmemoryprovider/ReadOnlyException.h"
+#include "tests/memory/ChildProcess.h"
+#include "tests/memory/FailingAllocation.h"
+#include "tests/memory/TreeShape.h"
+#include "tests/memory/TreeSnapshot.h"
+#include "tests/memory/TrialTally.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <new>
+
+namespace storage::tests {
+namespace {
+
+using foundation::storage::provider::IProvider;
+
+/// Builds providers until memory is enough; after each failure the caller's pointer is as it was. Gives the last one.
+std::shared_ptr<IProvider>
+buildWithoutMemory(const char* name, const std::function<void(std::shared_ptr<IProvider>&)>& buildProvider) {
+    const auto old = build(treeShapes().back());
+    const auto before = takeSnapshot(*old);
+    for (std::size_t failures = 0;; ++failures) {
+        std::shared_ptr<IProvider> provider = old;
+        bool ranOut = false;
+        {
+            const FailingAllocation failure(failures);
+            try {
+                buildProvider(provider);
+            } catch (const std::bad_alloc&) {
+                ranOut = true;
+            }
+            EXPECT_EQ(ranOut, failure.happened());
+        }
+        if (!ranOut) {
+            EXPECT_GT(failures, 1U);
+            TrialTally::instance().countOperation(name);
+            return provider;
+        }
+        TrialTally::instance().countFailurePoints(1);
+        EXPECT_EQ(provider, old);
+        EXPECT_TRUE(isSameTree(takeSnapshot(*old), before, Times::All));
+    }
+}
+
+void expectToHoldTheRootAlone(const IProvider& provider) {
+    EXPECT_EQ(takeSnapshot(provider).size(), 1U);
+    provider.doCreateFolder(foundation::storage::provider::StorageIRI(u"/a"));
+    EXPECT_EQ(takeSnapshot(provider).size(), 2U);
+}
+
+TEST(WhenMemoryRunsOut, theEntryPointBuildsAWholeProviderOrLeavesThePointerAlone) {
+    expectToHoldTheRootAlone(
+        *buildWithoutMemory("buildProvider_V1", [](auto& provider) { buildProvider_V1(&provider); }));
+}
+
+TEST(WhenMemoryRunsOut, aProviderIsBuiltWholeOrNotAtAll) {
+    expectToHoldTheRootAlone(*buildWithoutMemory("buildInMemoryProvider", [](auto& provider) {
+        provider = inmemoryprovider::buildInMemoryProvider();
+    }));
+}
+
+TEST(WhenMemoryRunsOut, aProviderDiesAllTheSame) {
+    for (const auto& shape : treeShapes()) {
+        auto provider = build(shape);
+        {
+            const FailingAllocation failure(0);
+            provider.reset();
+            EXPECT_FALSE(failure.happened()) << shape.name;
+        }
+        TrialTally::instance().countOperationOn(shape.name, "destruction of a provider");
+    }
+}
+
+TEST(WhenMemoryRunsOut, noInternalExceptionIsThrownWithoutItsMessage) {
+    const inmemoryprovider::InMemoryEntryPath longPath(std::u16string(100, u'x'));
+    const auto outcome = runInChild([&] {
+        const FailingAllocation failure(0);
+        try {
+            throw inmemoryprovider::ReadOnlyException(longPath);
+        } catch (const std::bad_alloc&) { // would leave nobody to tell of the refusal
+        }
+    });
+    EXPECT_EQ(outcome, ChildOutcome::Terminated);
+}
+
+} // namespace
+} // namespace storage::tests

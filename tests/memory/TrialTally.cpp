@@ -1,0 +1,26 @@
+#include "tests/memory/TrialTally.h"
+
+namespace storage::tests {
+
+TrialTally& TrialTally::instance() {
+    static TrialTally tally;
+    return tally;
+}
+
+void TrialTally::countOperation(const std::string& operation) {
+    operations_.insert(operation);
+    ++sweeps_;
+}
+
+void TrialTally::countOperationOn(const std::string& tree, const std::string& operation) {
+    trees_.insert(tree);
+    countOperation(operation);
+}
+
+std::string TrialTally::summary() const {
+    return std::to_string(operations_.size()) + " operations on " + std::to_string(trees_.size()) +
+           " trees (" + std::to_string(sweeps_) + " sweeps), " + std::to_string(failurePoints_) +
+           " failure points (" + std::to_string(endings_) + " in messages of internal exceptions)";
+}
+
+} // namespace storage::tests

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "hostapi/storage/provider/ErrorCode.h"
+#include "hostapi/storage/provider/Exception.h"
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace storage::tests {
+
+/// How a call of a provider ended: without a code when it succeeded, else with the code and the path of its failure.
+struct Answer {
+    std::optional<foundation::storage::provider::ErrorCode> code;
+    std::u16string named;
+
+    bool succeeded() const { return !code; }
+    bool operator==(const Answer&) const = default;
+};
+
+inline void PrintTo(const Answer& answer, std::ostream* out) {
+    if (answer.succeeded()) {
+        *out << "success";
+        return;
+    }
+    const foundation::storage::provider::StorageIRI iri(answer.named);
+    *out << foundation::storage::provider::Exception(*answer.code, iri).what();
+}
+
+template <class Call>
+Answer answerOf(const Call& call) {
+    try {
+        call();
+    } catch (const foundation::storage::provider::Exception& failure) {
+        return {failure.getErrorCode(), failure.getIRI().getPath()};
+    }
+    return {};
+}
+
+} // namespace storage::tests

@@ -1,0 +1,34 @@
+#include "tests/trials/threads/AllowedFailure.h"
+
+#include "tests/trials/threads/PathUniverse.h"
+
+namespace storage::trials {
+
+using foundation::storage::provider::Exception;
+using foundation::storage::provider::StorageIRI;
+
+namespace {
+
+bool isNamed(const StorageIRI& iri, AllowedFailure::Named named, const Attempt& attempt) {
+    const auto& path = iri.getResolvedPath();
+    const auto& source = attempt.source.getResolvedPath();
+    switch (named) {
+    case AllowedFailure::Named::Source:
+        return iri == attempt.source;
+    case AllowedFailure::Named::Destination:
+        return iri == attempt.destination;
+    case AllowedFailure::Named::SourceOrAbove:
+        return isPossible(path) && isSelfOrBelow(source, path);
+    case AllowedFailure::Named::SourceOrBelow:
+        return isPossible(path) && isSelfOrBelow(path, source);
+    }
+    return false;
+}
+
+} // namespace
+
+bool AllowedFailure::allows(const Exception& failure, const Attempt& attempt) const {
+    return failure.getErrorCode() == code && isNamed(failure.getIRI(), named, attempt);
+}
+
+} // namespace storage::trials
