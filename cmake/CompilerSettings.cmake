@@ -18,3 +18,8 @@ if(QZSTORAGE_SANITIZE)
     target_compile_definitions(qzstorage_compiler_settings INTERFACE QZSTORAGE_SANITIZED)
     target_link_options(qzstorage_compiler_settings INTERFACE -fsanitize=${QZSTORAGE_SANITIZE})
 endif()
+
+# Lets the fuzz targets see which code they reach; without them it does nothing.
+if(QZSTORAGE_FUZZ)
+    target_compile_options(qzstorage_compiler_settings INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -39,6 +39,9 @@ std::u16string inFolder(const std::u16string& folder, std::uint8_t name) {
 } // namespace
 
 std::u16string resolve(const PathChoice& choice, const ReferenceModel& model) {
+    if (choice.from == PathChoice::From::Text) {
+        return choice.text;
+    }
     if (choice.from != PathChoice::From::Pool) {
         const auto paths = pathsOfKind(model, choice.from);
         if (!paths.empty()) {

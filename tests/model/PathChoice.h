@@ -15,11 +15,13 @@ struct PathChoice {
         Folder,   ///< a folder that is there
         File,     ///< a file that is there
         InFolder, ///< a name in a folder that is there
+        Text,     ///< a text of its own
     };
 
     From from = From::Pool;
     std::uint8_t pick = 0; ///< which one of them, modulo their number
     std::uint8_t name = 0; ///< InFolder: which name
+    std::u16string text;   ///< Text: the text
 };
 
 /// The text of the path, as a caller would write it.

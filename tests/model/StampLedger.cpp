@@ -12,7 +12,9 @@ void StampLedger::awaitTick() {
 }
 
 void StampLedger::noteSet(const ptime& time) {
-    known_.insert(time);
+    if (!time.is_not_a_date_time()) { // which no order holds, nor does the clock say it
+        known_.insert(time);
+    }
 }
 
 bool StampLedger::agrees(const ModelTime& expected, const ptime& seen) {

@@ -27,27 +27,17 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 ACCEPTED = pathlib.Path(__file__).with_name("accepted.txt")
 CONFIGURE = ["-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14", "-DCMAKE_BUILD_TYPE=None"]
-PLAIN = {
-    "name": "plain",
-    "configure": ["-DCMAKE_CXX_FLAGS=-O0"],
-    "targets": ["inmemoryprovider_tests", "memory_exhaustion_tests", "linked_plugin_tests", "plugin_tests", "model_tests"],
-    "runs": [
-        ["bin/inmemoryprovider_tests"],
-        ["bin/memory_exhaustion_tests"],
-        ["bin/linked_plugin_tests"],
-        ["bin/plugin_tests"],
-        ["bin/model_tests"],
-    ],
-}
-THREADS = {
-    "name": "threads",
-    "configure": ["-DCMAKE_CXX_FLAGS=-O1 -g1", "-DQZSTORAGE_SANITIZE=thread"],
-    "targets": ["inmemoryprovider_tests", "thread_trial"],
-    "runs": [
-        ["bin/inmemoryprovider_tests", "--gtest_filter=*Race*:*Concurren*:*LeftRight*"],
-        ["bin/thread_trial", "--operations", "200000"],
-    ],
-}
+PLAIN = ["-DCMAKE_CXX_FLAGS=-O0"]
+THREADS = ["-DCMAKE_CXX_FLAGS=-O1 -g1", "-DQZSTORAGE_SANITIZE=thread"]
+# One after the other, until one notices: a build folder and its settings, and the tests that are built and run there.
+STAGES = [
+    ("plain", PLAIN, [["inmemoryprovider_tests"]]),
+    ("plain", PLAIN, [["memory_exhaustion_tests"], ["linked_plugin_tests"], ["plugin_tests"], ["model_tests"]]),
+    ("threads", THREADS, [
+        ["inmemoryprovider_tests", "--gtest_filter=*Race*:*Racing*:*Concurren*:*LeftRight*"],
+        ["thread_trial", "--operations", "200000"],
+    ]),
+]
 LONGEST_RUN = 300  # seconds; a test that takes longer hangs
 
 ENUMERATIONS = {
@@ -217,38 +207,37 @@ class Copy:
                 (folder / name).parent.mkdir(parents=True, exist_ok=True)
                 shutil.copy2(ROOT / name, folder / name)
 
-    def build(self, stage):
-        build = self.folder / "build" / stage["name"]
-        if not (build / "build.ninja").exists():
-            subprocess.run(["cmake", "-S", str(self.folder), "-B", str(build), *CONFIGURE, *stage["configure"]], check=True,
-                           stdout=subprocess.DEVNULL)
-        return run(["cmake", "--build", str(build), "--parallel", "1", "--target", *stage["targets"]], self.folder, 1200)
-
     def passes(self, stage):
-        build = self.folder / "build" / stage["name"]
-        for command in stage["runs"]:
-            arguments = ["--gtest_fail_fast", "--gtest_brief"] if command[0].endswith("_tests") else []
-            if not run([str(build / command[0]), *command[1:], *arguments], build, LONGEST_RUN):
+        """Whether the stage's tests pass; None when they do not build."""
+        name, settings, tests = stage
+        build = self.folder / "build" / name
+        if not (build / "build.ninja").exists():
+            subprocess.run(["cmake", "-S", str(self.folder), "-B", str(build), *CONFIGURE, *settings], check=True,
+                           stdout=subprocess.DEVNULL)
+        targets = [test[0] for test in tests]
+        if not run(["cmake", "--build", str(build), "--parallel", "1", "--target", *targets], self.folder, 1200):
+            return None
+        for test in tests:
+            arguments = ["--gtest_fail_fast", "--gtest_brief"] if test[0].endswith("_tests") else []
+            if not run([str(build / "bin" / test[0]), *test[1:], *arguments], build, LONGEST_RUN):
                 return False
         return True
 
     def expect_sound(self):
-        for stage in (PLAIN, THREADS):
-            if not (self.build(stage) and self.passes(stage)):
-                sys.exit(f"try_mutations: the unchanged code does not pass its {stage['name']} tests")
+        for stage in STAGES:
+            if not self.passes(stage):
+                raise SystemExit(f"try_mutations: the unchanged code does not pass {stage}")
 
     def attempt(self, mutation):
         path = self.folder / mutation.path
         source = path.read_text()
         path.write_text(source[:mutation.begin] + mutation.text + source[mutation.end:])
         try:
-            if not self.build(PLAIN):
-                return "refused"
-            if not self.passes(PLAIN):
-                return "noticed"
-            if not self.build(THREADS):
-                return "refused"
-            return "survived" if self.passes(THREADS) else "noticed"
+            for stage in STAGES:
+                passed = self.passes(stage)
+                if not passed:
+                    return "refused" if passed is None else "noticed"
+            return "survived"
         finally:
             path.write_text(source)
 

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/Console.h"
+#include "host/ExitStatus.h"
+#include "host/Interruption.h"
+#include "host/Session.h"
+#include "host/Shell.h"
+#include "tests/fuzz/SmallProvider.h"
+
+#include <memory>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+/// A session that runs the lines of one script over a small in-memory storage, and fails when the shell does what
+/// its user may not see.
+///
+/// Commands that read or write the disk are passed over. Borrows the interruption.
+class ScriptRun {
+public:
+    /// @param outKind  what the results are written to
+    ScriptRun(storage::host::Interruption& interruption, storage::host::OutputKind outKind);
+
+    /// Runs the lines up to the end of the session, and then holds the tree against itself.
+    /// @return how many lines were run
+    unsigned long long run(std::string_view script);
+
+private:
+    using ExitStatus = storage::host::ExitStatus;
+
+    void runLine(const std::string& line);
+    void checkOutput(const std::string& command) const;
+    void checkErrors(ExitStatus status) const;
+    void checkTree() const;
+    void checkFolder(const storage::host::StoragePath& path) const;
+    void checkFile(const storage::host::StoragePath& path) const;
+
+    storage::host::OutputKind outKind_;
+    std::ostringstream out_;
+    std::ostringstream err_;
+    std::shared_ptr<SmallProvider> provider_;
+    storage::host::Console console_;
+    storage::host::Session session_;
+    storage::host::Shell shell_;
+};
