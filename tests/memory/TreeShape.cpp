@@ -161,7 +161,7 @@ TreeShape wideFolder() {
 
 TreeShape readOnlyEntries() {
     return {.name = "readOnlyEntries",
-            .entries = {folder(u"/open folder"), readOnly(fullFile(u"/open folder/locked file")),
+            .entries = {folder(u"/open folder"), readOnly(fullFile(u"/open folder/a locked file")),
                         emptyFile(u"/open folder/empty file"), readOnly(folder(u"/locked folder")),
                         fullFile(u"/locked folder/plain file"), folder(u"/locked folder/empty folder"),
                         folder(u"/guarded folder"), fullFile(u"/guarded folder/a file"),
@@ -177,7 +177,7 @@ TreeShape readOnlyEntries() {
             .folder = at(u"/open folder"),
             .newInFolder = at(u"/open folder/new entry"),
             .emptyFolder = at(u"/empty folder"),
-            .readOnlyFile = at(u"/open folder/locked file"),
+            .readOnlyFile = at(u"/open folder/a locked file"),
             .readOnlyFolder = at(u"/locked folder"),
             .fileInReadOnlyFolder = at(u"/locked folder/plain file"),
             .emptyFolderInReadOnlyFolder = at(u"/locked folder/empty folder"),
