@@ -1,8 +1,16 @@
 #include "host/ByteStreamDevice.h"
 
+#include "hostapi/storage/provider/HandedOut.h"
+
 #include <stdexcept>
 
 namespace storage::host {
+
+using foundation::storage::provider::ByteStream;
+using foundation::storage::provider::handedOut;
+
+ByteStreamDevice::ByteStreamDevice(std::unique_ptr<ByteStream> stream)
+    : stream_(handedOut(std::move(stream), "stream")) {}
 
 std::streamsize ByteStreamDevice::read(char* buffer, std::streamsize count) {
     std::streamsize done = 0;
@@ -10,6 +18,9 @@ std::streamsize ByteStreamDevice::read(char* buffer, std::streamsize count) {
         const long got = stream_->read(buffer + done, static_cast<long>(count - done));
         if (got <= 0) {
             break;
+        }
+        if (got > count - done) {
+            throw std::runtime_error("the plug-in read more bytes than it was asked for");
         }
         done += got;
     }

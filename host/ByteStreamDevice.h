@@ -19,10 +19,11 @@ public:
     using char_type = char;
     using category = boost::iostreams::seekable_device_tag;
 
-    explicit ByteStreamDevice(std::unique_ptr<foundation::storage::provider::ByteStream> stream)
-        : stream_(std::move(stream)) {}
+    /// @throws std::runtime_error when there is no stream
+    explicit ByteStreamDevice(std::unique_ptr<foundation::storage::provider::ByteStream> stream);
 
     /// @return bytes read, fewer than `count` only at the end of the file; -1 when there is none
+    /// @throws std::runtime_error when the provider claims to have read more than it was asked for
     std::streamsize read(char* buffer, std::streamsize count);
 
     /// @return `count`

@@ -23,6 +23,11 @@ std::string unhidden(const std::string& word) {
                                                                                        : word;
 }
 
+/// Whether an option is a whole word behind one dash.
+bool isWord(const std::string& name) {
+    return name.size() > 2;
+}
+
 bool looksLikeOption(const std::string& word) {
     return word.size() > 1 && word.front() == '-';
 }
@@ -45,13 +50,10 @@ void CommandSyntax::flag(const std::string& name, bool& target, const std::strin
 
 void CommandSyntax::option(const std::string& name, const std::string& value,
                            std::optional<std::string>& target, const std::string& description) {
-    const bool isWord = name.size() > 2;
-    if (isWord) {
-        wordOptions_.push_back(name);
-    }
-    app_->add_option_function<std::string>((isWord ? "-" : "") + name,
-                                           [&target](const std::string& text) { target = unhidden(text); })
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    CLI::Option* const parsed = app_->add_option_function<std::string>(
+        (isWord(name) ? "-" : "") + name, [&target](const std::string& text) { target = unhidden(text); });
+    parsed->multi_option_policy(CLI::MultiOptionPolicy::TakeLast); // more than one are refused afterwards
+    options_.push_back({name, value, parsed});
     helpLines_.push_back({name + ' ' + value, description});
 }
 
@@ -67,9 +69,12 @@ std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::st
         app_->parse(words);
     } catch (const CLI::CallForHelp&) {
         return std::nullopt;
+    } catch (const CLI::ArgumentMismatch& error) {
+        refuseMissingValue(error);
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
     }
+    refuseRepeatedOptions();
     auto operands = collectOperands();
     if (operands.size() < least_) {
         throw UsageError(fmt::format("missing operand, usage: {} {}", name_, synopsis_));
@@ -83,13 +88,35 @@ std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::st
 /// Prepares the words up to "--" for the parser, which knows options of more than one letter only with two
 /// dashes.
 void CommandSyntax::translateWordOptions(std::vector<std::string>& words) const {
+    bool isValue = false;
     for (std::string& word : words) {
-        if (word == "--") {
+        if (word == "--" && !isValue) {
             return;
         }
-        const bool isWordOption =
-            std::find(wordOptions_.begin(), wordOptions_.end(), word) != wordOptions_.end();
-        word = isWordOption ? word.insert(0, 1, '-') : hidden(word);
+        const bool isOption =
+            !isValue && std::any_of(options_.begin(), options_.end(),
+                                    [&word](const Option& option) { return option.name == word; });
+        word = isOption && isWord(word) ? word.insert(0, 1, '-') : hidden(word);
+        isValue = isOption;
+    }
+}
+
+/// The parser's own words name an option with the dashes that it knows it by.
+void CommandSyntax::refuseMissingValue(const CLI::ArgumentMismatch& error) const {
+    const std::string text = error.what();
+    for (const Option& option : options_) {
+        if (text.starts_with(option.parsed->get_name() + ':')) {
+            throw UsageError(fmt::format("{} needs a value, {}", option.name, option.value));
+        }
+    }
+    throw UsageError(text);
+}
+
+void CommandSyntax::refuseRepeatedOptions() const {
+    for (const Option& option : options_) {
+        if (option.parsed->count() > 1) {
+            throw UsageError(fmt::format("{} is given more than once", option.name));
+        }
     }
 }
 

@@ -9,7 +9,9 @@
 
 namespace CLI {
 class App;
-}
+class ArgumentMismatch;
+class Option;
+} // namespace CLI
 
 namespace storage::host {
 
@@ -33,7 +35,7 @@ public:
     /// @param target  becomes true when the option is given; must live until the line is parsed
     void flag(const std::string& name, bool& target, const std::string& description);
 
-    /// An option with a value.
+    /// An option with a value, which may be given once.
     /// @param name    "-L", or a whole word such as "-name"
     /// @param value   what the value is called in the help
     /// @param target  receives the value; must live until the line is parsed
@@ -53,12 +55,20 @@ public:
     std::string help() const;
 
 private:
+    /// An option with a value.
+    struct Option {
+        std::string name; ///< as the user writes it
+        std::string value;
+        const CLI::Option* parsed;
+    };
     struct HelpLine {
         std::string term;
         std::string description;
     };
 
     void translateWordOptions(std::vector<std::string>& words) const;
+    [[noreturn]] void refuseMissingValue(const CLI::ArgumentMismatch& error) const;
+    void refuseRepeatedOptions() const;
     std::vector<std::string> collectOperands() const;
 
     std::string name_;
@@ -66,7 +76,7 @@ private:
     std::string summary_;
     std::unique_ptr<CLI::App> app_; ///< behind a pointer, for its header takes seconds to compile
     std::vector<HelpLine> helpLines_;
-    std::vector<std::string> wordOptions_; ///< as the user writes them, with one dash
+    std::vector<Option> options_;
     std::size_t least_ = 0;
     std::size_t most_ = 0;
 };

@@ -59,10 +59,11 @@ void Console::printLine(const std::string& path, const std::string& text) {
     std::string line = "qzstorage: ";
     for (const std::string& part : {command_, path}) {
         if (!part.empty()) {
-            line += printable(part) + ": ";
+            line += printableInMessage(part) + ": ";
         }
     }
-    err_ << line + printable(text) + '\n' << std::flush; // in one piece, also when others write there
+    err_ << line + printableInMessage(text) + '\n'
+         << std::flush; // in one piece, also when others write there
 }
 
 } // namespace storage::host

@@ -33,7 +33,7 @@ public:
     std::size_t failuresOfCommand() const noexcept { return failures_; }
 
     /// Reports a failure of the command in one line: "qzstorage: COMMAND: PATH: reason". Control characters
-    /// and ill-formed bytes are escaped.
+    /// and ill-formed bytes are escaped, what is endless is shortened.
     void report(const Failure& failure);
 
     /// Prints "qzstorage: COMMAND: PATH: text" without counting a failure.

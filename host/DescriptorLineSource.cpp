@@ -12,6 +12,7 @@ namespace storage::host {
 namespace {
 
 constexpr std::size_t blockSize = 65536;
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 } // namespace
 
@@ -19,6 +20,14 @@ DescriptorLineSource::DescriptorLineSource(int descriptor, std::string name, con
     : descriptor_(descriptor), name_(std::move(name)), interruption_(interruption), block_(blockSize) {}
 
 std::optional<std::string> DescriptorLineSource::next() {
+    auto line = readLine();
+    if (line && std::exchange(firstLine_, false) && line->starts_with(byteOrderMark)) {
+        line->erase(0, byteOrderMark.size());
+    }
+    return line;
+}
+
+std::optional<std::string> DescriptorLineSource::readLine() {
     std::string line;
     while (position_ < end_ || fill()) {
         const auto begin = block_.begin() + static_cast<std::ptrdiff_t>(position_);
@@ -28,6 +37,9 @@ std::optional<std::string> DescriptorLineSource::next() {
         position_ = static_cast<std::size_t>(newline - block_.begin());
         if (newline != end) {
             ++position_;
+            if (line.ends_with('\r')) {
+                line.pop_back();
+            }
             return line;
         }
     }

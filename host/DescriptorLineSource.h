@@ -8,7 +8,8 @@
 
 namespace storage::host {
 
-/// Lines of any length from a file or pipe, handed out as soon as they have arrived.
+/// Lines of any length from a file or pipe, handed out as soon as they have arrived. What editors put around
+/// them is taken off: a carriage return before the newline, a byte order mark at the beginning.
 ///
 /// Borrows the descriptor. Thread safety: one object is for one thread.
 class DescriptorLineSource final : public LineSource {
@@ -20,6 +21,7 @@ public:
     std::optional<std::string> next() override;
 
 private:
+    std::optional<std::string> readLine();
     bool fill();
 
     const int descriptor_;
@@ -28,6 +30,7 @@ private:
     std::vector<char> block_;
     std::size_t position_ = 0;
     std::size_t end_ = 0;
+    bool firstLine_ = true;
 };
 
 } // namespace storage::host

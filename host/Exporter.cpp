@@ -77,13 +77,13 @@ void Exporter::run(const StoragePath& source, const std::string& target, TopAttr
 
 void Exporter::visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target) {
     if (step.kind == Kind::FolderDone) {
-        const std::string done = std::move(open_.back());
+        const std::string done = std::move(open_.back().path);
         open_.pop_back();
         leaveFolder(step, done);
         return;
     }
     const std::string path =
-        step.depth == 0 ? target : diskChild(open_.back(), toDiskName(step.name, step.path));
+        step.depth == 0 ? target : diskChild(open_.back().path, toDiskName(step.name, step.path));
     if (step.kind == Kind::Folder) {
         enterFolder(walk, path);
     } else {
@@ -96,7 +96,8 @@ void Exporter::enterFolder(TreeWalk& walk, const std::string& target) {
     const bool isNamed = open_.empty() && topAttributes_ == TopAttributes::Untouched;
     makeDiskFolder(target, isNamed ? DiskEntry::Links::Follow : DiskEntry::Links::Inspect);
     walk.descend();
-    open_.push_back(target);
+    // A folder that takes its attributes from the storage may have become read-only by an earlier export.
+    open_.push_back({target, isNamed ? nullptr : std::make_unique<const TemporaryWriteAccess>(target)});
     ++totals_.folders;
     progress_.countEntry();
 }

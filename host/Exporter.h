@@ -3,10 +3,12 @@
 #include "host/FileDescriptor.h"
 #include "host/ProgressMeter.h"
 #include "host/Session.h"
+#include "host/TemporaryWriteAccess.h"
 #include "host/TopAttributes.h"
 #include "host/TransferTotals.h"
 #include "host/TreeWalk.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,6 +35,11 @@ public:
     const TransferTotals& totals() const noexcept { return totals_; }
 
 private:
+    struct OpenFolder {
+        std::string path; ///< on disk
+        std::unique_ptr<const TemporaryWriteAccess> access;
+    };
+
     void visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target);
     void enterFolder(TreeWalk& walk, const std::string& target);
     void leaveFolder(const TreeWalk::Step& step, const std::string& target);
@@ -43,7 +50,7 @@ private:
     ProgressMeter progress_;
     TransferTotals totals_;
     TopAttributes topAttributes_ = TopAttributes::FromSource;
-    std::vector<std::string> open_; ///< the paths on disk of the folders that the walk is in
+    std::vector<OpenFolder> open_; ///< the folders that the walk is in
     std::vector<char> buffer_;
 };
 

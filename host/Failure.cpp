@@ -13,13 +13,23 @@ namespace storage::host {
 using foundation::core::except::IException;
 using foundation::storage::provider::Exception;
 
+namespace {
+
+/// What the exception says behind its path: of a code without a name, the number too.
+std::string reasonOf(const Exception& error) {
+    const std::string text = error.what();
+    return text.substr(text.rfind(Exception::describe(error.getErrorCode())));
+}
+
+} // namespace
+
 Failure Failure::ofCurrentException(const std::string& path) {
     try {
         throw;
     } catch (const CommandError& error) {
         return {error.path(), error.what()};
     } catch (const Exception& error) {
-        return {printable(error.getIRI().getPath()), Exception::describe(error.getErrorCode())};
+        return {printable(error.getIRI().getPath()), reasonOf(error)};
     } catch (const std::bad_alloc&) {
         return {path, "out of memory"};
     } catch (const std::system_error& error) {

@@ -9,10 +9,12 @@
 
 namespace storage::host {
 
-FileDescriptor::FileDescriptor(const std::string& path, int flags, unsigned mode)
-    : path_(path), number_(::open(path.c_str(), flags | O_CLOEXEC, mode)) {
-    if (number_ < 0) {
-        throw diskError(path_, errno);
+FileDescriptor::FileDescriptor(const std::string& path, int flags, unsigned mode) : path_(path) {
+    while ((number_ = ::open(path.c_str(), flags | O_CLOEXEC, mode)) < 0) {
+        if (errno != EINTR) {
+            throw diskError(path_, errno);
+        }
+        Interruption::check();
     }
 }
 

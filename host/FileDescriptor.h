@@ -16,6 +16,7 @@ public:
     /// @param path   path on disk
     /// @param flags  as for open(2); closed on exec in any case
     /// @param mode   permissions of a file that is created, before the umask
+    /// @throws Interrupted when a signal ends an opening that waits
     FileDescriptor(const std::string& path, int flags, unsigned mode = 0);
     FileDescriptor(FileDescriptor&& other) noexcept;
     FileDescriptor(const FileDescriptor&) = delete;
@@ -39,7 +40,7 @@ public:
 
 private:
     std::string path_;
-    int number_;
+    int number_ = -1;
 };
 
 } // namespace storage::host

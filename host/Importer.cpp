@@ -22,6 +22,7 @@ Importer::Importer(Session& session)
 
 void Importer::run(const std::string& source, const StoragePath& target, TopAttributes topAttributes) {
     const DiskEntry entry = DiskEntry::at(source, DiskEntry::Links::Follow);
+    session_.refuseFileAbove(target);
     switch (entry.kind) {
     case DiskEntry::Kind::Folder:
         importTree(source, target, entry, topAttributes);

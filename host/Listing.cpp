@@ -1,13 +1,17 @@
 #include "host/Listing.h"
 
+#include "hostapi/storage/provider/HandedOut.h"
+
 #include <algorithm>
 
 namespace storage::host {
 
 using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::handedOut;
 using foundation::storage::provider::IFolderEntryIterator;
 
 std::vector<FolderEntry> sortedEntries(std::unique_ptr<IFolderEntryIterator> listing) {
+    listing = handedOut(std::move(listing), "listing");
     std::vector<FolderEntry> entries;
     while (listing->hasNext()) {
         listing->step();

@@ -12,6 +12,7 @@
 #include <elf.h>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string_view>
 #include <unistd.h>
 #include <utility>
@@ -37,15 +38,27 @@ std::string linkerReason(const std::string& path) {
     return std::string(reason);
 }
 
-/// Whether a file breaks off before the end of what its own header promises. The linker would map it all the same,
-/// and the program die of the first access behind the end.
-bool breaksOff(const std::string& path) {
-    std::ifstream file(path, std::ios_base::binary);
+/// The header of a library; nothing when the file is none, which the linker tells itself.
+std::optional<Elf64_Ehdr> readHeader(std::ifstream& file) {
     Elf64_Ehdr header{};
     if (!file.read(reinterpret_cast<char*>(&header), sizeof header) ||
         std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_phentsize != sizeof(Elf64_Phdr)) {
-        return false; // no library at all; that the linker tells itself
+        return std::nullopt;
     }
+    return header;
+}
+
+/// Whether a library is for processors that this program does not run on. The linker would say that the file is
+/// missing.
+bool isForAnotherMachine(const Elf64_Ehdr& header) {
+    std::ifstream self("/proc/self/exe", std::ios_base::binary);
+    const auto own = readHeader(self);
+    return own && own->e_machine != header.e_machine;
+}
+
+/// Whether a library breaks off before the end of what its own header promises. The linker would map it all the
+/// same, and the program die of the first access behind the end.
+bool breaksOff(const std::string& path, std::ifstream& file, const Elf64_Ehdr& header) {
     const std::uintmax_t size = std::filesystem::file_size(path);
     file.seekg(static_cast<std::streamoff>(header.e_phoff));
     for (unsigned i = 0; i < header.e_phnum; ++i) {
@@ -58,18 +71,27 @@ bool breaksOff(const std::string& path) {
     return false;
 }
 
+void refuseUnloadable(const std::string& path) {
+    if (::access(path.c_str(), R_OK) != 0) {
+        throw pluginError(path, std::strerror(errno));
+    }
+    if (!std::filesystem::is_regular_file(path)) {
+        throw pluginError(path, "not a regular file");
+    }
+    std::ifstream file(path, std::ios_base::binary);
+    const auto header = readHeader(file);
+    if (header && isForAnotherMachine(*header)) {
+        throw pluginError(path, "cannot be loaded as a plug-in: it was built for another kind of processor");
+    }
+    if (header && breaksOff(path, file, *header)) {
+        throw pluginError(path, "cannot be loaded as a plug-in: the file is cut short");
+    }
+}
+
 } // namespace
 
 PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
-    if (::access(path.c_str(), R_OK) != 0) {
-        throw pluginError(path_, std::strerror(errno));
-    }
-    if (!std::filesystem::is_regular_file(path)) {
-        throw pluginError(path_, "not a regular file");
-    }
-    if (breaksOff(path)) {
-        throw pluginError(path_, "cannot be loaded as a plug-in: the file is cut short");
-    }
+    refuseUnloadable(path_);
     // Absolute, as the linker searches its own folders for a bare name.
     const std::string absolute = std::filesystem::absolute(path).string();
     void* const handle = ::dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);

@@ -11,7 +11,7 @@ namespace {
 constexpr std::chrono::milliseconds redrawInterval(100);
 
 std::string scaled(double bytes) {
-    constexpr const char* units[] = {"bytes", "KiB", "MiB", "GiB"};
+    constexpr const char* units[] = {"B", "KiB", "MiB", "GiB"};
     std::size_t unit = 0;
     for (; bytes >= 1024 && unit + 1 < std::size(units); ++unit) {
         bytes /= 1024;
@@ -51,8 +51,8 @@ void ProgressMeter::redraw() {
     lastDrawn_ = now;
     const auto transferred = static_cast<double>(bytes_);
     const double elapsed = std::chrono::duration<double>(now - start_).count();
-    console_.drawProgress(
-        fmt::format("{} entries, {}, {}/s", entries_, scaled(transferred), scaled(transferred / elapsed)));
+    console_.drawProgress(fmt::format("{}, {}, {}/s", counted(entries_, "entry", "entries"),
+                                      scaled(transferred), scaled(transferred / elapsed)));
 }
 
 } // namespace storage::host

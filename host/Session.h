@@ -44,7 +44,7 @@ public:
     EntryExistence existence(const StoragePath& path) const;
 
     /// What stands at `path`, which must be something.
-    /// @throws CommandError when nothing is there
+    /// @throws CommandError when nothing is there, naming the file above `path` if that is why
     EntryExistence requireEntry(const StoragePath& path) const;
 
     /// @throws CommandError unless a folder stands at `path`
@@ -53,7 +53,11 @@ public:
     /// @throws CommandError unless a file stands at `path`
     void requireFile(const StoragePath& path) const;
 
-    /// @throws CommandError when a folder stands at `path`
+    /// Refuses a path that leads through a file, where nothing can ever be.
+    /// @throws CommandError naming the file
+    void refuseFileAbove(const StoragePath& path) const;
+
+    /// @throws CommandError when a folder stands at `path`, or a file above it
     void refuseFolder(const StoragePath& path) const;
 
 private:

@@ -88,14 +88,24 @@ void Shell::runLine(std::string_view line) {
         throw UsageError(fmt::format("{}{}: unknown command (try 'help')", place(), words.front().text));
     }
     session_.console().beginCommand(words.front().text);
+    std::vector<std::string> expanded = expand(std::span(words).subspan(1));
+    if (session_.console().failuresOfCommand() == 0) {
+        runCommand(*info, std::move(expanded));
+    }
+}
+
+/// The words with their patterns replaced by what matches. A provider that fails here fails the command.
+std::vector<std::string> Shell::expand(std::span<const Word> words) {
     std::vector<std::string> expanded;
     const Glob glob(session_.provider(), session_.currentFolder());
-    for (std::size_t i = 1; i < words.size(); ++i) {
-        for (std::string& text : glob.expand(words[i])) {
-            expanded.push_back(std::move(text));
-        }
+    for (const Word& word : words) {
+        session_.console().attempt(word.text, [&] {
+            for (std::string& text : glob.expand(word)) {
+                expanded.push_back(std::move(text));
+            }
+        });
     }
-    runCommand(*info, std::move(expanded));
+    return expanded;
 }
 
 void Shell::runCommand(const CommandInfo& info, std::vector<std::string> words) {

@@ -6,8 +6,10 @@
 #include "host/Interruption.h"
 #include "host/LineSource.h"
 #include "host/Session.h"
+#include "host/Word.h"
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +35,7 @@ public:
 private:
     ExitStatus runNext(LineSource& lines);
     void runLine(std::string_view line);
+    std::vector<std::string> expand(std::span<const Word> words);
     void runCommand(const CommandInfo& info, std::vector<std::string> words);
     std::string place() const;
     bool stopsAt(ExitStatus status) const;

@@ -4,6 +4,13 @@
 
 namespace storage::host {
 
+std::optional<StorageDestination> StorageDestination::find(const Session& session, const std::string& operand,
+                                                           std::size_t sources) {
+    std::optional<StorageDestination> destination;
+    session.console().attempt(operand, [&] { destination = StorageDestination(session, operand, sources); });
+    return destination;
+}
+
 StorageDestination::StorageDestination(const Session& session, const std::string& operand,
                                        std::size_t sources)
     : path_(session.resolve(operand)),

@@ -1,6 +1,7 @@
 #include "host/TemporaryDiskFile.h"
 
 #include "host/CommandError.h"
+#include "host/DiskEntry.h"
 #include "host/DiskError.h"
 
 #include <cerrno>
@@ -19,7 +20,7 @@ std::string freePathBeside(const std::string& target) {
     const std::string folder = target.substr(0, target.rfind('/') + 1);
     for (unsigned number = 0;; ++number) {
         std::string path = fmt::format("{}.qzstorage-{}-{}", folder, ::getpid(), number);
-        if (::access(path.c_str(), F_OK) != 0) {
+        if (!DiskEntry::exists(path)) {
             return path;
         }
     }

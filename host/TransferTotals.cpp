@@ -13,8 +13,12 @@ std::string TransferTotals::summary() const {
     return text;
 }
 
-std::string counted(unsigned long long number, const char* noun) {
-    return fmt::format("{} {}{}", number, noun, number == 1 ? "" : "s");
+std::string counted(unsigned long long number, const std::string& noun) {
+    return counted(number, noun, noun + 's');
+}
+
+std::string counted(unsigned long long number, const std::string& singular, const std::string& plural) {
+    return fmt::format("{} {}", number, number == 1 ? singular : plural);
 }
 
 } // namespace storage::host

@@ -1,5 +1,6 @@
 #include "host/TreeWalk.h"
 
+#include "host/CommandError.h"
 #include "host/Listing.h"
 
 #include <utility>
@@ -45,6 +46,11 @@ std::optional<TreeWalk::Step> TreeWalk::next() {
 }
 
 void TreeWalk::descend() {
+    if (lastFolder_ && lastFolder_->name.empty() && lastFolder_->depth > 0) {
+        // Its path leads to the folder above again, and the walk would never end.
+        throw CommandError(lastFolder_->path.printed(),
+                           "a folder without a name, which nothing can look into");
+    }
     if (lastFolder_) {
         auto entries = sortedEntries(provider_.doListAll(lastFolder_->path.iri()));
         open_.push_back({*std::exchange(lastFolder_, std::nullopt), std::move(entries), 0});

@@ -8,8 +8,23 @@ namespace storage::host {
 
 namespace {
 
+constexpr std::size_t longestInMessage = 5000; ///< bytes
+constexpr std::size_t keptOfEachEnd = 1000;
+constexpr int longestCharacter = 4;
+
 constexpr bool isControl(char32_t character) {
     return character < 0x20 || (character >= 0x7F && character < 0xA0);
+}
+
+/// Marks of the direction of writing and separators of lines: a name with one of them can look like another
+/// name, or like two.
+constexpr bool isLayout(char32_t character) {
+    return character == 0x061C || character == 0x200E || character == 0x200F ||
+           (character >= 0x2028 && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
+}
+
+constexpr bool isInsideCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
 void appendPrintable(std::string& result, char32_t character) {
@@ -19,7 +34,7 @@ void appendPrintable(std::string& result, char32_t character) {
         result += "\\t";
     } else if (character < 0x80 && isControl(character)) {
         result += fmt::format("\\x{:02X}", static_cast<unsigned>(character));
-    } else if (isControl(character)) {
+    } else if (isControl(character) || isLayout(character)) {
         result += fmt::format("\\u{:04X}", static_cast<unsigned>(character));
     } else {
         utf8::append(character, std::back_inserter(result));
@@ -86,6 +101,20 @@ std::string printable(std::u16string_view text) {
         }
     }
     return result;
+}
+
+std::string printableInMessage(std::string_view text) {
+    if (text.size() <= longestInMessage) {
+        return printable(text);
+    }
+    std::size_t headEnd = keptOfEachEnd;
+    std::size_t tailBegin = text.size() - keptOfEachEnd;
+    for (int i = 1; i < longestCharacter; ++i) {
+        headEnd -= isInsideCharacter(text[headEnd]) ? 1 : 0;
+        tailBegin += isInsideCharacter(text[tailBegin]) ? 1 : 0;
+    }
+    return fmt::format("{}...({} bytes left out)...{}", printable(text.substr(0, headEnd)),
+                       tailBegin - headEnd, printable(text.substr(tailBegin)));
 }
 
 } // namespace storage::host

@@ -1,12 +1,13 @@
 #include "host/DescriptorLineSource.h"
 #include "host/DescriptorOutput.h"
 #include "host/FileDescriptor.h"
+#include "host/Interrupted.h"
 #include "host/OutputError.h"
-#include "host/PluginError.h"
 #include "host/PluginLibrary.h"
 #include "host/ProgramOptions.h"
 #include "host/Shell.h"
 #include "host/TerminalLineSource.h"
+#include "host/Utf.h"
 
 #include <cerrno>
 #include <csignal>
@@ -39,7 +40,8 @@ void fillStandardDescriptors() {
 }
 
 ExitStatus runScript(const ProgramOptions& options, Session& session, Interruption& interruption) {
-    const FileDescriptor script(*options.script, O_RDONLY);
+    interruption.check();
+    const FileDescriptor script(*options.script, O_RDONLY); // waits, if it is a fifo
     DescriptorLineSource lines(script.number(), *options.script, interruption);
     return Shell(session, interruption, options.failureHandling).run(lines);
 }
@@ -68,6 +70,9 @@ ExitStatus runSession(const ProgramOptions& options, Console& console) {
         provider->doShutdown();
     } catch (const OutputError&) {
         throw;
+    } catch (const Interrupted& interrupted) {
+        console.report({"", interrupted.what()});
+        status = ExitStatus::Interrupted;
     } catch (...) {
         console.beginCommand("");
         console.report(Failure::ofCurrentException(""));
@@ -95,18 +100,20 @@ ExitStatus runProgram(const ProgramOptions& options) {
     }
 }
 
+void complain(const std::string& text) {
+    std::cerr << "qzstorage: " + printableInMessage(text) + '\n';
+}
+
 ExitStatus runGuarded(int argc, const char* const* argv) {
     try {
         return runProgram(ProgramOptions::parse(argc, argv));
     } catch (const UsageError& error) {
-        std::cerr << "qzstorage: " << error.what() << " (try 'qzstorage --help')\n";
+        complain(std::string(error.what()) + " (try 'qzstorage --help')");
         return ExitStatus::Usage;
-    } catch (const PluginError& error) {
-        std::cerr << "qzstorage: " << error.what() << '\n';
     } catch (const std::bad_alloc&) {
         std::fputs("qzstorage: out of memory\n", stderr);
     } catch (const std::exception& error) {
-        std::cerr << "qzstorage: " << error.what() << '\n';
+        complain(error.what());
     }
     return ExitStatus::Failure;
 }

@@ -9,9 +9,12 @@ public:
     void declare(CommandSyntax& syntax) override { syntax.operands(0, 1); }
 
     void run(Session& session, const Words& operands) override {
-        const StoragePath folder = operands.empty() ? StoragePath() : session.resolve(operands.front());
-        session.requireFolder(folder);
-        session.setCurrentFolder(folder);
+        const std::string word = operands.empty() ? "/" : operands.front();
+        session.console().attempt(word, [&] {
+            const StoragePath folder = session.resolve(word);
+            session.requireFolder(folder);
+            session.setCurrentFolder(folder);
+        });
     }
 };
 

@@ -24,7 +24,9 @@ public:
         }
         for (std::size_t i = 1; i < operands.size(); ++i) {
             session.console().attempt(operands[i], [&] {
-                session.provider().doSetWritable(session.resolve(operands[i]).iri(), mode == "+w");
+                const StoragePath path = session.resolve(operands[i]);
+                session.requireEntry(path);
+                session.provider().doSetWritable(path.iri(), mode == "+w");
             });
         }
     }

@@ -3,6 +3,7 @@
 #include "host/UsageError.h"
 #include "host/Utf.h"
 #include "host/commands/CommandFactories.h"
+#include "hostapi/storage/provider/HandedOut.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 
 namespace storage::host {
@@ -10,6 +11,7 @@ namespace storage::host {
 namespace {
 
 using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::handedOut;
 using foundation::storage::provider::IFolderEntryIterator;
 using foundation::storage::provider::WildcardPattern;
 
@@ -52,7 +54,7 @@ private:
         if (!isFolder) {
             return;
         }
-        const auto listing = list(session, top);
+        const auto listing = handedOut(list(session, top), "listing");
         while (listing->hasNext()) {
             session.interruption().check();
             listing->step();

@@ -14,13 +14,16 @@ public:
     void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
 
     void run(Session& session, const Words& operands) override {
-        StorageDestination destination(session, operands.back(), operands.size() - 1);
+        auto destination = StorageDestination::find(session, operands.back(), operands.size() - 1);
+        if (!destination) {
+            return;
+        }
         TransferTotals totals;
         {
             Importer importer(session);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i],
-                                          [&] { import(importer, diskOperand(operands[i]), destination); });
+                                          [&] { import(importer, diskOperand(operands[i]), *destination); });
             }
             totals = importer.totals();
         } // takes its progress off the terminal

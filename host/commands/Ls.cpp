@@ -51,7 +51,7 @@ public:
         firstSection_ = files.empty();
         headings_ = words.size() > 1 || recursive_;
         for (const std::string& folder : folders) {
-            showFolders(session, folder);
+            session.console().attempt(folder, [&] { showFolders(session, folder); });
         }
     }
 

@@ -19,6 +19,7 @@ public:
 
 private:
     void make(Session& session, const StoragePath& path) const {
+        session.refuseFileAbove(path);
         if (parents_) {
             session.provider().doCreateFolderRecursive(path.iri());
         } else {

@@ -1,4 +1,4 @@
-#include "host/StorageDestination.h"
+#include "host/TransferLoop.h"
 #include "host/TransferRules.h"
 #include "host/TreeWalk.h"
 #include "host/commands/CommandFactories.h"
@@ -28,13 +28,9 @@ public:
     }
 
     void run(Session& session, const Words& operands) override {
-        StorageDestination destination(session, operands.back(), operands.size() - 1);
-        for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
-            session.console().attempt(operands[i], [&] {
-                const StoragePath source = session.resolve(operands[i]);
-                move(session, source, destination.of(source.name()));
-            });
-        }
+        transferEach(session, operands, [&](const StoragePath& source, const StoragePath& target) {
+            move(session, source, target);
+        });
     }
 
 private:

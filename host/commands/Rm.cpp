@@ -7,6 +7,8 @@ namespace storage::host {
 
 namespace {
 
+using Step = TreeWalk::Step;
+
 class RmCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
@@ -31,23 +33,27 @@ private:
             throw CommandError(path.printed(), "is a folder");
         }
         refuseRemovingCurrentFolder(session, path);
-        if (force_) {
-            makeFilesWritable(session, path);
-        }
-        if (isFolder) {
-            session.provider().doRemoveFolderRecursively(path.iri());
-        } else {
-            session.provider().doRemoveFile(path.iri());
+        // Entry by entry, as a provider that is asked to remove a whole tree cannot be interrupted.
+        for (TreeWalk walk(session.provider(), path); const auto step = walk.next();) {
+            session.interruption().check();
+            visit(session, walk, *step);
         }
     }
 
-    static void makeFilesWritable(Session& session, const StoragePath& top) {
-        for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
-            session.interruption().check();
-            if (step->kind == TreeWalk::Step::Kind::File) {
-                session.provider().doSetWritable(step->path.iri(), true);
+    void visit(Session& session, TreeWalk& walk, const Step& step) const {
+        switch (step.kind) {
+        case Step::Kind::File:
+            if (force_) {
+                session.provider().doSetWritable(step.path.iri(), true);
             }
+            session.provider().doRemoveFile(step.path.iri());
+            break;
+        case Step::Kind::Folder:
             walk.descend();
+            break;
+        case Step::Kind::FolderDone:
+            session.provider().doRemoveFolder(step.path.iri());
+            break;
         }
     }
 

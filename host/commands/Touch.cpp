@@ -19,6 +19,7 @@ public:
 private:
     static void touch(Session& session, const StoragePath& path) {
         if (session.existence(path) == Session::EntryExistence::Missing) {
+            session.refuseFileAbove(path);
             session.provider().doCreateFile(path.iri());
         } else {
             session.provider().doSetLastModified(path.iri(),

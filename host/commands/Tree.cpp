@@ -22,6 +22,11 @@ public:
     void run(Session& session, const Words& operands) override {
         readDepth();
         const std::string word = operands.empty() ? "." : operands.front();
+        session.console().attempt(word, [&] { show(session, word); });
+    }
+
+private:
+    void show(Session& session, const std::string& word) {
         const StoragePath top = session.resolve(word);
         session.requireEntry(top);
         session.console().out() << session.console().shown(spelledAfter(word, top, top)) << '\n';
@@ -33,7 +38,6 @@ public:
                                 << counted(folders_, "folder") << ", " << counted(files_, "file") << '\n';
     }
 
-private:
     void readDepth() {
         if (!depthText_) {
             return;

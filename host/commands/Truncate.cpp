@@ -47,10 +47,10 @@ public:
         for (const std::string& word : operands) {
             session.console().attempt(word, [&] {
                 const StoragePath path = session.resolve(word);
+                session.refuseFolder(path);
                 if (session.existence(path) == Session::EntryExistence::Missing) {
                     session.provider().doCreateFile(path.iri());
                 }
-                session.refuseFolder(path);
                 resize(session, path, size);
             });
         }

@@ -65,4 +65,23 @@ TEST(ByteStreamDevicePieceTest, WritesPieceByPieceAndSaysWhenNoMoreIsTaken) {
     EXPECT_THROW(ByteStreamDevice(std::make_unique<SlowStream>()).write("abcd", 4), std::runtime_error);
 }
 
+/// Claims to have read one byte more than there was room for.
+class BoastfulStream final : public ByteStream {
+public:
+    long read(char*, long count) override { return count + 1; }
+    long write(const char*, long count) override { return count; }
+    std::streampos seek(long, std::ios_base::seekdir) override { return -1; }
+    void flush() override {}
+};
+
+TEST_F(ByteStreamDeviceTest, RefusesAStreamThatReadsMoreThanItWasAskedFor) {
+    ByteStreamDevice device(std::make_unique<BoastfulStream>());
+    char buffer[10];
+    EXPECT_THROW(device.read(buffer, sizeof buffer), std::runtime_error);
+}
+
+TEST_F(ByteStreamDeviceTest, RefusesAStreamThatIsNone) {
+    EXPECT_THROW(ByteStreamDevice(nullptr), std::runtime_error);
+}
+
 } // namespace

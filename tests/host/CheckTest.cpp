@@ -114,12 +114,6 @@ TEST_F(CheckTest, LeavesOutWhatAnImportSkips) {
     EXPECT_EQ(difference(), "qzstorage: check: /n/link: not on disk\n");
 }
 
-TEST_F(CheckTest, ANameThatIsNotUtf8IsADifference) {
-    disk_.write("src/\xFF", "x");
-    EXPECT_EQ(difference(),
-              "qzstorage: check: " + disk_ / "src/\\xFF" + ": missing, as the name is not UTF-8\n");
-}
-
 TEST_F(CheckTest, ChecksEveryImportOfTheSessionEachAgainstItsOwnSource) {
     disk_.write("other/h", "1234567");
     succeed("import " + disk_ / "other" + " /n");

@@ -8,7 +8,6 @@ namespace {
 using storage::host::CommandSyntax;
 using storage::host::UsageError;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Optional;
 
@@ -56,9 +55,9 @@ TEST_F(CommandSyntaxTest, TakesWholeWordsBehindOneDash) {
     EXPECT_EQ(name_, "*.h");
 }
 
-TEST_F(CommandSyntaxTest, TheLastOfTwoValuesCounts) {
-    syntax_.parse({"-L", "1", "-L", "2"});
-    EXPECT_EQ(depth_, "2");
+TEST_F(CommandSyntaxTest, RefusesTwoValues) {
+    EXPECT_EQ(usageError({"-L", "1", "-L", "2"}), "-L is given more than once");
+    EXPECT_EQ(usageError({"-name", "a", "b", "-name", "a"}), "-name is given more than once");
 }
 
 TEST_F(CommandSyntaxTest, KeepsOddOperandsAsTheyAre) {
@@ -69,6 +68,13 @@ TEST_F(CommandSyntaxTest, KeepsOddValuesAsTheyAre) {
     syntax_.parse({"-name", "[a,b]", "-L", "++"});
     EXPECT_EQ(name_, "[a,b]");
     EXPECT_EQ(depth_, "++");
+}
+
+TEST_F(CommandSyntaxTest, TakesAValueThatLooksLikeAnOption) {
+    syntax_.parse({"-name", "-name", "-L", "-l"});
+    EXPECT_EQ(name_, "-name");
+    EXPECT_EQ(depth_, "-l");
+    EXPECT_FALSE(long_);
 }
 
 TEST_F(CommandSyntaxTest, AllAfterTwoDashesAreOperands) {
@@ -93,7 +99,9 @@ TEST_F(CommandSyntaxTest, RefusesTooFewAndTooManyOperands) {
 }
 
 TEST_F(CommandSyntaxTest, RefusesAnOptionWithoutItsValue) {
-    EXPECT_THAT(usageError({"-L"}), HasSubstr("-L"));
+    EXPECT_EQ(usageError({"-L"}), "-L needs a value, DEPTH");
+    EXPECT_EQ(usageError({"-lL"}), "-L needs a value, DEPTH");
+    EXPECT_EQ(usageError({"a", "-name"}), "-name needs a value, PATTERN");
 }
 
 TEST_F(CommandSyntaxTest, AsksForHelp) {

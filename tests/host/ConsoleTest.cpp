@@ -83,6 +83,8 @@ TEST(ConsoleShownTest, KeepsNamesAsTheyAreButForATerminal) {
     const Console terminal(out, OutputKind::Terminal, out, OutputKind::Plain);
     EXPECT_EQ(plain.shown(u"ä\nb"), "ä\nb");
     EXPECT_EQ(terminal.shown(u"ä\nb"), "ä\\nb");
+    EXPECT_EQ(plain.shown(u"a\x202E"), "a\u202E");
+    EXPECT_EQ(terminal.shown(u"a\x202E"), "a\\u202E");
     EXPECT_EQ(plain.shown(u"a\xD800"), "a\\uD800");
 }
 

@@ -41,6 +41,19 @@ TEST_F(DescriptorLineSourceTest, GivesALastLineWithoutNewline) {
     EXPECT_THAT(linesOf("a\nb"), ElementsAre("a", "b"));
 }
 
+TEST_F(DescriptorLineSourceTest, TakesOffWhatEditorsPutAroundLines) {
+    EXPECT_THAT(linesOf("\xEF\xBB\xBF"
+                        "a\r\n\r\nb\rc\r\r\n\xEF\xBB\xBF"
+                        "d\r\n"),
+                ElementsAre("a", "", "b\rc\r",
+                            "\xEF\xBB\xBF"
+                            "d"));
+    EXPECT_THAT(linesOf("\xEF\xBB\xBF"
+                        "a"),
+                ElementsAre("a"));
+    EXPECT_THAT(linesOf(std::string(65535, 'x') + "\r\ny\r\n"), ElementsAre(std::string(65535, 'x'), "y"));
+}
+
 TEST_F(DescriptorLineSourceTest, GivesNothingOfAnEmptyFile) {
     EXPECT_THAT(linesOf(""), IsEmpty());
 }

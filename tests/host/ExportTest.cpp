@@ -1,18 +1,12 @@
 #include "tests/host/SessionTest.h"
 
-#include <csignal>
-#include <fcntl.h>
 #include <filesystem>
-#include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using foundation::storage::provider::StorageIRI;
-using testing::MatchesRegex;
 
 class ExportTest : public SessionTest {
 protected:
@@ -138,78 +132,6 @@ TEST_F(ExportTest, AMissingSourceOrFolderIsNamed) {
     EXPECT_EQ(fail("export /a/f " + disk_ / "x/y"),
               "qzstorage: export: " + disk_ / "x/y" + ": No such file or directory\n");
     EXPECT_EQ(output(), "exported 0 folders, 0 files, 0 bytes\n");
-}
-
-TEST_F(ExportTest, NamesThatTheDiskCannotHaveAreRefusedAndTheRestGoesOn) {
-    provider_->doCreateFile(StorageIRI(u"/a/\xD800"));
-    provider_->doCreateFile(StorageIRI(u"/a/.."));
-    provider_->doCreateFile(StorageIRI(std::u16string(u"/a/n\0l", 6)));
-    provider_->doCreateFile(StorageIRI(u"/a/" + std::u16string(300, u'x')));
-    const std::string errors = fail("export /a " + disk_ / "out");
-    EXPECT_EQ(errors, "qzstorage: export: /a/..: the disk cannot have an entry of this name\n"
-                      "qzstorage: export: /a/n\\x00l: the disk cannot have an entry of this name\n"
-                      "qzstorage: export: " +
-                          disk_ / "out/" + std::string(300, 'x') + ": File name too long\n" +
-                          "qzstorage: export: /a/\\uD800: the name cannot be converted to UTF-8\n");
-    EXPECT_EQ(namesIn(disk_ / "out"), "f s");
-    EXPECT_EQ(namesIn(disk_.path()), "out");
-}
-
-TEST_F(ExportTest, TheNameOfASourceMustBePossibleOnDiskToo) {
-    provider_->doCreateFile(StorageIRI(std::u16string(u"/n\0l", 4)));
-    EXPECT_EQ(fail(std::string("export /n\0l ", 12) + disk_.path()),
-              "qzstorage: export: /n\\x00l: the disk cannot have an entry of this name\n");
-}
-
-TEST_F(ExportTest, AnInterruptedExportLeavesWholeFilesOnly) {
-    succeed("truncate -s 1M /a/g");
-    provider_->beforeRead = [reads = 0]() mutable {
-        if (++reads == 4) {
-            std::raise(SIGINT);
-        }
-    };
-    EXPECT_EQ(run("export /a " + disk_ / "out"), ExitStatus::Interrupted);
-    EXPECT_EQ(errors(), "qzstorage: export: interrupted\n");
-    EXPECT_EQ(namesIn(disk_ / "out"), "f");
-}
-
-TEST_F(ExportTest, AFileThatCannotBeReadWholeDoesNotTouchTheOneOnDisk) {
-    succeed("truncate -s 1M /a/f");
-    disk_.write("a/f", "old");
-    provider_->beforeRead = [reads = 0]() mutable {
-        if (++reads == 2) {
-            throw std::runtime_error("torn");
-        }
-    };
-    EXPECT_EQ(fail("export /a " + disk_.path()), "qzstorage: export: /a/f: torn\n");
-    EXPECT_EQ(readFile(disk_ / "a/f"), "old");
-    EXPECT_EQ(namesIn(disk_ / "a"), "f s");
-}
-
-TEST_F(ExportTest, AFullDiskIsReportedForEachFileThatDoesNotFit) {
-    succeed("truncate -s 1M /a/big");
-    rlimit before{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    const rlimit small{65536, before.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-    const std::string errors = fail("export /a " + disk_ / "out");
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
-    std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(errors, "qzstorage: export: " + disk_ / "out/big" + ": File too large\n");
-    EXPECT_EQ(namesIn(disk_ / "out"), "f s");
-    EXPECT_EQ(output(), "exported 2 folders, 2 files, 8 bytes\n");
-}
-
-TEST_F(ExportTest, ATreeThatIsTooDeepForTheDiskIsReportedOnce) {
-    StorageIRI folder(u"/deep");
-    provider_->doCreateFolder(folder);
-    for (int depth = 0; depth < 30; ++depth) {
-        folder = StorageIRI(folder.getPath() + u'/' + std::u16string(200, u'd'));
-        provider_->doCreateFolder(folder);
-    }
-    EXPECT_THAT(fail("export /deep " + disk_ / "out"),
-                MatchesRegex("qzstorage: export: [^\n]*: File name too long\n"));
 }
 
 } // namespace

@@ -112,6 +112,15 @@ TEST_F(ListingCommandsTest, FindReportsWhatItCannotDo) {
     EXPECT_EQ(fail("find -name \xFF"), "qzstorage: find: \\xFF: the pattern is not UTF-8\n");
 }
 
+TEST_F(ListingCommandsTest, FindRefusesOptionsThatItCannotFollow) {
+    EXPECT_EQ(run("find / -name"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: find: -name needs a value, PATTERN\n");
+    EXPECT_EQ(run("find -name '*.h' -name '*.cpp'"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: find: -name is given more than once\n");
+    EXPECT_EQ(run("find -type f -type d"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: find: -type is given more than once\n");
+}
+
 TEST_F(ListingCommandsTest, StatShowsAllThereIs) {
     provider_->doSetLastModified(
         StorageIRI(u"/top.h"),
@@ -149,6 +158,14 @@ TEST_F(ListingCommandsTest, CdGoesToFoldersOnly) {
     EXPECT_EQ(fail("cd ''"), "qzstorage: cd: '': an empty path\n");
     EXPECT_EQ(fail("cd \xC0"), "qzstorage: cd: \\xC0: the name is not UTF-8\n");
     EXPECT_EQ(succeed("pwd"), "/\n");
+}
+
+TEST_F(ListingCommandsTest, AFileOnTheWayIsNamedAsWhatItIs) {
+    for (const std::string command : {"ls", "tree", "find", "stat", "du", "cat", "cd"}) {
+        EXPECT_EQ(fail(command + " /top.h/x/y"), "qzstorage: " + command + ": /top.h: not a folder\n");
+        EXPECT_EQ(fail(command + " /doc/x/y"),
+                  "qzstorage: " + command + ": /doc/x/y: no such file or folder\n");
+    }
 }
 
 TEST_F(ListingCommandsTest, HelpListsEveryCommandAndExplainsOne) {

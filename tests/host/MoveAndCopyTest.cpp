@@ -1,8 +1,5 @@
 #include "tests/host/SessionTest.h"
 
-#include <csignal>
-#include <gmock/gmock.h>
-
 namespace {
 
 /// mv and cp.
@@ -164,14 +161,6 @@ TEST_F(MoveAndCopyTest, CpAddsToFoldersThatAreThere) {
     EXPECT_EQ(fail("cp -r /a /d"), "qzstorage: cp: /d/a/f: already exists\n")
         << "a folder is in a file's way";
     EXPECT_EQ(succeed("find /d"), "/d\n/d/a\n/d/a/f\n/d/a/s\n/d/a/s/g\n/d/a/x\n");
-}
-
-TEST_F(MoveAndCopyTest, AnInterruptedCopyLeavesNothingBehind) {
-    succeed("truncate -s 10M /big");
-    provider_->beforeRead = [] { std::raise(SIGINT); };
-    EXPECT_EQ(run("cp /big /d"), ExitStatus::Interrupted);
-    EXPECT_EQ(errors(), "qzstorage: cp: interrupted\n");
-    EXPECT_TRUE(provider_->doListAllNamesOnly(foundation::storage::provider::StorageIRI(u"/d")).empty());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tests/host/ProgramRun.h"
 
+#include "tests/host/DefaultSignals.h"
 #include "tests/host/TemporaryFolder.h"
 
 #include <fcntl.h>
@@ -29,7 +30,7 @@ void redirect(const std::string& path, int flags, int descriptor) {
 } // namespace
 
 ProgramRun::ProgramRun(const std::vector<std::string>& arguments, const std::string& input,
-                       const Preparation& prepare) {
+                       const Preparation& prepare, const Company& meanwhile) {
     const TemporaryFolder folder;
     const std::string in = folder.write("in", input);
     const pid_t process = ::fork();
@@ -37,12 +38,14 @@ ProgramRun::ProgramRun(const std::vector<std::string>& arguments, const std::str
         redirect(in, O_RDONLY, STDIN_FILENO);
         redirect(folder / "out", O_WRONLY | O_CREAT, STDOUT_FILENO);
         redirect(folder / "err", O_WRONLY | O_CREAT, STDERR_FILENO);
+        const DefaultSignals inForce;
         prepare();
         execute(arguments);
     }
+    meanwhile(process);
     int state = 0;
     ::waitpid(process, &state, 0);
-    status_ = WIFEXITED(state) ? WEXITSTATUS(state) : 128 + WTERMSIG(state);
+    status_ = WIFEXITED(state) ? WEXITSTATUS(state) : -WTERMSIG(state);
     output_ = readFile(folder / "out");
     errors_ = readFile(folder / "err");
 }

@@ -5,6 +5,7 @@
 namespace {
 
 using storage::host::printable;
+using storage::host::printableInMessage;
 using storage::host::toUtf16;
 using storage::host::toUtf8;
 
@@ -35,6 +36,34 @@ TEST(UtfTest, PrintsBytesOnOneLine) {
     EXPECT_EQ(printable("a\nb\tc\x1B[2J\x7F"), "a\\nb\\tc\\x1B[2J\\x7F");
     EXPECT_EQ(printable("a\xFF\xC3z"), "a\\xFF\\xC3z");
     EXPECT_EQ(printable("\xC2\x9B"), "\\u009B") << "a control character of the second block";
+}
+
+TEST(UtfTest, PrintsWhatTurnsTheDirectionOfWritingAsNumbers) {
+    EXPECT_EQ(printable(u"invoice\u202Efdp.exe"), "invoice\\u202Efdp.exe");
+    const std::u16string all =
+        u"\u061C\u200E\u200F\u2028\u2029\u202A\u202B\u202C\u202D\u202E\u2066\u2067\u2068\u2069";
+    const std::string numbers = "\\u061C\\u200E\\u200F\\u2028\\u2029\\u202A\\u202B\\u202C\\u202D\\u202E"
+                                "\\u2066\\u2067\\u2068\\u2069";
+    EXPECT_EQ(printable(all), numbers);
+    EXPECT_EQ(printable(*toUtf8(all)), numbers);
+    const std::u16string harmless = u"\u05D0\u200D\u2027\u202F\u2065\u206A";
+    EXPECT_EQ(printable(harmless), toUtf8(harmless));
+}
+
+TEST(UtfTest, ShortensAMessageThatNobodyWouldRead) {
+    const std::string path(4096, 'x');
+    EXPECT_EQ(printableInMessage(path), path) << "the longest path of the disk";
+    EXPECT_EQ(printableInMessage("a\n"), "a\\n");
+    EXPECT_EQ(printableInMessage(std::string(1 << 20, 'x')),
+              std::string(1000, 'x') + "...(1046576 bytes left out)..." + std::string(1000, 'x'));
+    std::string characters = "x";
+    for (int i = 0; i < 3000; ++i) {
+        characters += "€";
+    }
+    const std::string shortened = printableInMessage(characters);
+    EXPECT_EQ(shortened.substr(0, 1004), characters.substr(0, 1000) + "...(");
+    EXPECT_TRUE(toUtf16(shortened)) << "no character is cut in two";
+    EXPECT_EQ(printableInMessage(std::string(6000, '\x80')).substr(0, 4), "\\x80");
 }
 
 TEST(UtfTest, PrintsUtf16OnOneLine) {

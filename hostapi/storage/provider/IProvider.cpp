@@ -1,5 +1,6 @@
 #include "hostapi/storage/provider/IProvider.h"
 
+#include "hostapi/storage/provider/HandedOut.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 #include "hostapi/storage/provider/defaults/EntryList.h"
 #include "hostapi/storage/provider/defaults/FolderTreeWalk.h"
@@ -102,7 +103,7 @@ void copyBytes(ByteStream& from, ByteStream& to, const IProvider::CopyProgress& 
 
 void copyFile(const IProvider& provider, const StorageIRI& source, const StorageIRI& destination,
               const ReplacementPolicy& policy, const IProvider::CopyProgress& progress) {
-    std::unique_ptr<ByteStream> from = provider.doOpenReadOnlyStream(source);
+    std::unique_ptr<ByteStream> from = handedOut(provider.doOpenReadOnlyStream(source), "stream");
     refuseOccupied(provider, destination, policy);
     TemporaryFile copy(provider, destination, source);
     copyBytes(*from, *copy.open(), progress);
@@ -113,7 +114,7 @@ void copyFile(const IProvider& provider, const StorageIRI& source, const Storage
 /// Up to `size` bytes from the file's beginning; fewer only when the file has fewer.
 std::vector<char> readBeginning(const IProvider& provider, const StorageIRI& iri, std::size_t size) {
     std::vector<char> bytes(size);
-    const std::unique_ptr<ByteStream> stream = provider.doOpenReadOnlyStream(iri);
+    const auto stream = handedOut(provider.doOpenReadOnlyStream(iri), "stream");
     std::size_t filled = 0;
     while (filled < size) {
         const long count = stream->read(bytes.data() + filled, static_cast<long>(size - filled));
@@ -126,18 +127,24 @@ std::vector<char> readBeginning(const IProvider& provider, const StorageIRI& iri
     return bytes;
 }
 
+std::unique_ptr<ByteStream> openForWriting(const IProvider& provider, const StorageIRI& iri,
+                                           const ByteStreamOpenOptions& options) {
+    return handedOut(provider.doOpenStream(iri, options), "stream");
+}
+
 void shrinkFile(const IProvider& provider, const StorageIRI& iri, std::size_t size) {
     // The bytes that stay are in memory before the file is emptied: running out of memory here loses nothing.
     const std::vector<char> kept = readBeginning(provider, iri, size);
-    const auto stream = provider.doOpenStream(
-        iri, {.existence = ByteStreamExistence::MustExist, .content = ByteStreamContent::Empty});
+    const auto stream = openForWriting(
+        provider, iri, {.existence = ByteStreamExistence::MustExist, .content = ByteStreamContent::Empty});
     stream->write(kept.data(), static_cast<long>(kept.size()));
     stream->flush();
 }
 
 void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long long missing) {
-    const auto stream = provider.doOpenStream(
-        iri, {.existence = ByteStreamExistence::MustExist, .append = ByteStreamAppend::AppendAtEnd});
+    const auto stream = openForWriting(
+        provider, iri,
+        {.existence = ByteStreamExistence::MustExist, .append = ByteStreamAppend::AppendAtEnd});
     const std::vector<char> zeros(blockSize);
     while (missing > 0) {
         const auto count = std::min<unsigned long long>(missing, zeros.size());

@@ -1,0 +1,134 @@
+#include "hostapi/core/except/IException.h"
+#include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include "inmemoryprovider/PluginEntry.h"
+#include "tests/host/HookedProvider.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <new>
+#include <sstream>
+#include <stdexcept>
+
+/// A plug-in that works but for one operation, wherever a path has "bad" in it. The environment says what goes wrong:
+/// BAD_PLUGIN="OPERATION MISDEED", where the operation is one that HookedProvider names, or "entry".
+
+namespace {
+
+using namespace foundation::storage::provider;
+
+/// A class that no host can know.
+struct UnknownFailure {};
+
+class OwnException final : public foundation::core::except::IException {
+public:
+    std::u16string getMessage() const override { return u"the tape is torn"; }
+    const boost::exception_detail::clone_base* clone() const override { return new OwnException(*this); }
+    void rethrow() const override { throw *this; }
+};
+
+struct Wish {
+    std::string operation;
+    std::string misdeed;
+
+    static Wish read() {
+        const char* const text = std::getenv("BAD_PLUGIN");
+        std::istringstream words(text == nullptr ? "" : text);
+        Wish wish;
+        words >> wish.operation >> wish.misdeed;
+        return wish;
+    }
+};
+
+/// Does what can be done inside any operation.
+void misbehave(const std::string& misdeed, const StorageIRI& iri) {
+    if (misdeed == "standard") {
+        throw std::runtime_error("the tape\nis stuck");
+    }
+    if (misdeed == "number") {
+        throw 42;
+    }
+    if (misdeed == "unknown") {
+        throw UnknownFailure();
+    }
+    if (misdeed == "own") {
+        throw OwnException();
+    }
+    if (misdeed == "memory") {
+        throw std::bad_alloc();
+    }
+    if (misdeed == "code") {
+        throw Exception(static_cast<ErrorCode>(77), iri);
+    }
+    if (misdeed.starts_with("signal")) {
+        std::raise(std::stoi(misdeed.substr(6)));
+    }
+    if (misdeed == "announce") {
+        std::cout << "ready\n" << std::flush;
+    }
+}
+
+/// The listing of a folder that holds a folder without a name.
+class NamelessListing final : public IFolderEntryIterator {
+public:
+    FolderEntry getEntry() const override { return {u"", FolderEntry::EntryType::Folder}; }
+    bool hasNext() const override { return left_; }
+    void step() override { left_ = false; }
+    std::unique_ptr<IFolderEntryIterator> clone() const override {
+        return std::make_unique<NamelessListing>(*this);
+    }
+
+private:
+    bool left_ = true;
+};
+
+class BadProvider final : public HookedProvider {
+public:
+    explicit BadProvider(Wish wish)
+        : HookedProvider(storage::inmemoryprovider::buildInMemoryProvider()), wish_(std::move(wish)) {
+        before = [this](const std::string& operation, const StorageIRI& iri) {
+            if (operation == wish_.operation && (isBad(iri) || operation == "shutdown")) {
+                misbehave(wish_.misdeed, iri);
+            }
+        };
+    }
+
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const ByteStreamOpenOptions& options) const override {
+        return wants("openStream", "nothing", iri) ? nullptr : HookedProvider::doOpenStream(iri, options);
+    }
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        return wants("openReadOnlyStream", "nothing", iri) ? nullptr
+                                                           : HookedProvider::doOpenReadOnlyStream(iri);
+    }
+    Listing doListAll(const StorageIRI& iri) const override {
+        if (wants("listAll", "nameless", iri)) {
+            return std::make_unique<NamelessListing>();
+        }
+        return wants("listAll", "nothing", iri) ? nullptr : HookedProvider::doListAll(iri);
+    }
+    Listing doListFolders(const StorageIRI& iri) const override {
+        return wants("listFolders", "nothing", iri) ? nullptr : HookedProvider::doListFolders(iri);
+    }
+
+private:
+    static bool isBad(const StorageIRI& iri) { return iri.getPath().find(u"bad") != std::u16string::npos; }
+
+    bool wants(const std::string& operation, const std::string& misdeed, const StorageIRI& iri) const {
+        return operation == wish_.operation && misdeed == wish_.misdeed && isBad(iri);
+    }
+
+    const Wish wish_;
+};
+
+} // namespace
+
+void buildProvider_V1(std::shared_ptr<IProvider>* provider) {
+    const Wish wish = Wish::read();
+    if (wish.operation == "entry") {
+        misbehave(wish.misdeed, StorageIRI(u"/"));
+    }
+    if (wish.operation != "entry" || wish.misdeed != "nothing") {
+        *provider = std::make_shared<BadProvider>(wish);
+    }
+}
