@@ -49,7 +49,7 @@ std::string inSingleQuotes(const std::string& text) {
     return result + "'";
 }
 
-/// Words that are quoted again as a whole must come back, with no special meaning left in them.
+/// Words that are put in quotes as a whole must come back, with no special meaning left in them.
 void checkWords(const std::vector<Word>& words) {
     std::string line;
     for (const Word& word : words) {
@@ -74,7 +74,7 @@ bool isPrintable(std::string_view line) {
     return printable(line) == line;
 }
 
-/// The text without its last newline, if it has one.
+/// Without their newlines; the last line need not have one.
 std::vector<std::string> linesOf(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {
@@ -128,7 +128,7 @@ void ScriptRun::runLine(const std::string& line) {
     checkOutput(command);
 }
 
-/// The bytes of a file are printed as they are; so are the names in it, but not on a terminal.
+/// Names are UTF-8, on a terminal without control characters; only the bytes of files are printed as they are.
 void ScriptRun::checkOutput(const std::string& command) const {
     if (command == "cat") {
         return;

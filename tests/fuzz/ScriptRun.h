@@ -12,8 +12,9 @@
 #include <string>
 #include <string_view>
 
-/// A session that runs the lines of one script over a small in-memory storage, and fails when the shell does what
-/// its user may not see.
+/// A session that runs the lines of one script over a small in-memory storage. Fails when the user would be
+/// shown something wrong: a failure untold, a line that is no message, output that is not text, a tree that
+/// contradicts itself.
 ///
 /// Commands that read or write the disk are passed over. Borrows the interruption.
 class ScriptRun {

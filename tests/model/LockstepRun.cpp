@@ -93,7 +93,8 @@ ListingKind listingKindOf(OperationKind kind) {
 
 } // namespace
 
-LockstepRun::LockstepRun(OutcomeTally& tally) : tally_(tally) {
+LockstepRun::LockstepRun(OutcomeTally& tally, std::size_t changesPerComparison)
+    : tally_(tally), changesPerComparison_(changesPerComparison) {
     for (const auto& text : pathPool()) {
         knownPaths_.insert(normalised(text));
     }
@@ -106,7 +107,7 @@ std::optional<std::string> LockstepRun::run(const std::vector<Operation>& operat
         compareTree();
         for (const auto& operation : operations) {
             step(operation);
-            if (isToChangeSomething(operation.kind)) {
+            if (isToChangeSomething(operation.kind) && ++changes_ % changesPerComparison_ == 0) {
                 compareTree();
             }
         }

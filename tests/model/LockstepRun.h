@@ -18,12 +18,14 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// A provider and the model, taken through one sequence of operations side by side. After every step the
-/// whole tree that the provider shows must be the model's.
+/// A provider and the model, taken through one sequence of operations side by side. The whole tree that the provider
+/// shows must be the model's.
 class LockstepRun {
 public:
-    /// @param tally  is told how each step ended
-    explicit LockstepRun(OutcomeTally& tally);
+    /// @param tally                 is told how each step ended
+    /// @param changesPerComparison  the trees are compared each time that so many steps were to change something, and
+    ///                              at the end
+    explicit LockstepRun(OutcomeTally& tally, std::size_t changesPerComparison = 1);
 
     /// @return nothing when the two agreed to the end; else what they disagreed on and all the steps up to
     /// there
@@ -97,6 +99,8 @@ private:
     void note(OperationKind kind, const std::string& outcome) { tally_.count(nameOf(kind), outcome); }
 
     OutcomeTally& tally_;
+    std::size_t changesPerComparison_;
+    std::size_t changes_ = 0;
     std::shared_ptr<IProvider> provider_;
     ReferenceModel model_;
     StampLedger ledger_;
