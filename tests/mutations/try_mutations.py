@@ -68,7 +68,8 @@ class Mutation:
         line = source.count("\n", 0, begin) + 1
         shown = " ".join(source[begin:end].split())
         became = " ".join(text.split()) or "nothing"
-        self.key = f"{path}: {kind}: {shown} -> {became}"
+        whole_line = source[source.rfind("\n", 0, begin) + 1:source.find("\n", end)].split("\n")[0].strip()
+        self.key = f"{path}: {kind}: {shown} -> {became}: in {whole_line}"
         self.name = f"{path}:{line}: {kind}: {shown} -> {became}"
 
 

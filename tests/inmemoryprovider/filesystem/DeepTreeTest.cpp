@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace storage::inmemoryprovider {
 namespace {
@@ -44,21 +46,38 @@ TEST(DeepTree, isMovedAndDestroyedOnASmallStack) {
     });
 }
 
-TEST(DeepTree, aChainThatOnlyItsTopHoldsIsDestroyedOnASmallStack) {
-    const auto time = boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3));
+std::shared_ptr<InMemoryFolderEntry> addFolder(InMemoryFolderEntry& parent, const std::u16string& name) {
+    auto path = parent.getPath();
+    path.append(name);
+    auto folder = std::make_shared<InMemoryFolderEntry>(path, parent.getLastModifiedTime(), true);
+    parent.addChild(folder);
+    return folder;
+}
+
+/// A deep chain that only its top holds, with the folders `beside` the way down at each level.
+void expectDestroyedOnASmallStack(const std::vector<std::u16string>& beside) {
+    const boost::posix_time::ptime time(boost::gregorian::date(2001, 2, 3));
     auto top = std::make_shared<InMemoryFolderEntry>(InMemoryEntryPath(u"/d"), time, true);
     auto bottom = top;
-    auto text = top->getPath();
     for (int level = 0; level < greatDepth; ++level) {
-        text.append(u"d");
-        auto next = std::make_shared<InMemoryFolderEntry>(text, time, true);
-        bottom->addChild(next);
-        bottom = std::move(next);
+        for (const auto& name : beside) {
+            addFolder(*bottom, name);
+        }
+        bottom = addFolder(*bottom, u"d");
     }
-    const std::weak_ptr<InMemoryFolderEntry> observer = bottom;
+    const std::weak_ptr<InMemoryFolderEntry> deepest = bottom;
     bottom.reset();
     runOnSmallStack([&] { top.reset(); });
-    EXPECT_TRUE(observer.expired());
+    EXPECT_TRUE(deepest.expired());
+}
+
+TEST(DeepTree, aChainThatOnlyItsTopHoldsIsDestroyedOnASmallStack) {
+    expectDestroyedOnASmallStack({});
+}
+
+TEST(DeepTree, isDestroyedOnASmallStackAlsoWithFoldersBesideTheWayDown) {
+    expectDestroyedOnASmallStack({u"c"});
+    expectDestroyedOnASmallStack({u"e"});
 }
 
 } // namespace
