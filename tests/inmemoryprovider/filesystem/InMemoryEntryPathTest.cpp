@@ -130,6 +130,13 @@ TEST(InMemoryEntryPath, comparesLongTextsLikeShortOnes) {
     }
 }
 
+TEST(InMemoryEntryPath, ordersCodeUnitsOfZeroLikeOthers) {
+    const InMemoryEntryPath zeros(std::u16string(4, u'\0') + u"c");
+    const InMemoryEntryPath letters(u"aaaab");
+    EXPECT_LT(zeros, letters);
+    EXPECT_FALSE(letters < zeros);
+}
+
 TEST(InMemoryEntryPath, equalsWhatHasTheSameCodeUnits) {
     EXPECT_EQ(Path(u"/a/"), Path(u"//a"));
     EXPECT_FALSE(Path(u"/a") == Path(u"/A"));
