@@ -82,11 +82,13 @@ void InMemoryFileSystem::moveFileEntryImpl(const InMemoryEntryPath& source, cons
 void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                          const ReplacementPolicy& policy) {
     InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
+    FolderMap::Element registration;
     const std::lock_guard lock(mutex_);
     requireFolder(*requireParent(source), source);
     const auto targetParent = requireParent(target);
+    std::shared_ptr<InMemoryFolderEntry> existing;
     if (targetParent->doChildExist(target)) {
-        const auto existing = targetParent->getFolderEntry(target);
+        existing = targetParent->getFolderEntry(target);
         if (refusesExistingFolder(policy) || !existing) {
             throw EntryExistsException(target);
         }
@@ -98,13 +100,14 @@ void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const 
     }
     requireOutside(target, source);
 
-    // Each takes out nothing when nothing is to be replaced.
-    replaced = targetParent->takeChild(target);
-    auto registration = removeFolderFromFSMap(target);
+    if (existing) {
+        replaced = targetParent->takeChild(target);
+        registration = removeFolderFromFSMap(target);
+    }
     try {
         moveFolderEntryImpl(source, target, currentTime());
     } catch (const std::bad_alloc&) {
-        // Both change nothing once the moved folder has taken the place.
+        // Both change nothing when nothing was replaced, or once the moved folder has taken the place.
         targetParent->restoreChild(std::move(replaced));
         folders_.insert(std::move(registration));
         throw;
