@@ -45,7 +45,7 @@ bool InMemoryProvider::doFileExists(const StorageIRI& iri) const {
     if (isRootLocation(iri)) {
         return false;
     }
-    const auto entry = findEntry(pathOf(iri));
+    const auto entry = findEntry(iri.getResolvedPath());
     return entry && !entry->isFolder();
 }
 
@@ -53,7 +53,7 @@ bool InMemoryProvider::doFolderExists(const StorageIRI& iri) const {
     if (isRootLocation(iri)) {
         return true;
     }
-    const auto entry = findEntry(pathOf(iri));
+    const auto entry = findEntry(iri.getResolvedPath());
     return entry && entry->isFolder();
 }
 
@@ -82,12 +82,9 @@ void InMemoryProvider::doMoveFolder(const StorageIRI& source, const StorageIRI& 
 }
 
 FileAttributes InMemoryProvider::doGetFileAttributes(const StorageIRI& iri) const {
-    const auto path = pathOf(iri);
     return translations::getAttributes.run(iri, [&] {
-        const auto size = fileSystem_.getFileEntrySize(path);
-        const auto lastModified = fileSystem_.getFileEntryLastModified(path);
-        const bool writable = fileSystem_.fileIsWritable(path);
-        return FileAttributes(size, lastModified, writable);
+        const auto attributes = fileSystem_.getFileEntryAttributes(pathOf(iri));
+        return FileAttributes(attributes.size, attributes.lastModified, attributes.writable);
     });
 }
 
@@ -132,7 +129,7 @@ void InMemoryProvider::doSetLastModified(const StorageIRI& iri, const boost::pos
         rootFolder()->setLastModifiedTime(time);
         return;
     }
-    requireEntry(pathOf(iri), iri)->setLastModifiedTime(time);
+    requireEntry(iri.getResolvedPath(), iri)->setLastModifiedTime(time);
 }
 
 void InMemoryProvider::doSetWritable(const StorageIRI& iri, bool writable) const {
@@ -140,7 +137,7 @@ void InMemoryProvider::doSetWritable(const StorageIRI& iri, bool writable) const
         rootFolder()->setWritable(writable);
         return;
     }
-    requireEntry(InMemoryEntryPath(iri.getPath()), iri)->setWritable(writable);
+    requireEntry(iri.getPath(), iri)->setWritable(writable);
 }
 
 bool InMemoryProvider::doHasFeature(const ExtendedFeature& feature) const {
@@ -155,12 +152,11 @@ std::shared_ptr<InMemoryFolderEntry> InMemoryProvider::rootFolder() const {
     return fileSystem_.getFolderEntry(InMemoryEntryPath(std::u16string(rootPath)));
 }
 
-std::shared_ptr<InMemoryEntry> InMemoryProvider::findEntry(const InMemoryEntryPath& path) const {
-    const auto folder = fileSystem_.getFolderEntry(path.parentPath());
-    return folder ? folder->getEntry(path) : nullptr;
+std::shared_ptr<InMemoryEntry> InMemoryProvider::findEntry(std::u16string_view path) const {
+    return fileSystem_.getEntry(InMemoryEntryPath::normalView(path));
 }
 
-std::shared_ptr<InMemoryEntry> InMemoryProvider::requireEntry(const InMemoryEntryPath& path,
+std::shared_ptr<InMemoryEntry> InMemoryProvider::requireEntry(std::u16string_view path,
                                                               const StorageIRI& iri) const {
     auto entry = findEntry(path);
     if (!entry) {

@@ -11,10 +11,8 @@ namespace storage::inmemoryprovider {
 /// Owns one file system and nothing else: each operation turns its locations into paths, calls the file
 /// system and tells the host of failures in the host's terms. See IProvider for what the operations do.
 ///
-/// Takes no lock of its own; the file system and its nodes guard themselves. The existence tests and the two setters
-/// find a folder and then a child in it in two steps, so an entry that is removed or moved between the steps counts as
-/// missing. Neither they nor the listings wait for a change of the tree that is under way, and they may see the middle
-/// of a move.
+/// Takes no lock of its own; the file system and its nodes guard themselves. The existence tests, the two setters and
+/// the listings do not wait for a change of the tree that is under way, and may see the middle of a move.
 ///
 /// Thread safety: every operation may be called from any number of threads.
 class InMemoryProvider : public foundation::storage::provider::IProvider {
@@ -45,7 +43,6 @@ public:
     void doMoveFolder(const StorageIRI& source, const StorageIRI& destination,
                       const ReplacementPolicy& policy) const override;
 
-    /// Size, time and flag are read one after the other; another thread may change the file in between.
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override;
     FolderAttributes doGetFolderAttributes(const StorageIRI& iri) const override;
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -65,11 +62,11 @@ private:
     static bool isRootLocation(const StorageIRI& iri);
     std::shared_ptr<InMemoryFolderEntry> rootFolder() const;
 
-    /// The entry at `path`, or an empty pointer; the root is never found.
-    std::shared_ptr<InMemoryEntry> findEntry(const InMemoryEntryPath& path) const;
+    /// The entry at the path that is made of `path`, or an empty pointer; the root is never found.
+    std::shared_ptr<InMemoryEntry> findEntry(std::u16string_view path) const;
 
     /// As findEntry, but a missing entry is the host's NotFound at `iri`.
-    std::shared_ptr<InMemoryEntry> requireEntry(const InMemoryEntryPath& path, const StorageIRI& iri) const;
+    std::shared_ptr<InMemoryEntry> requireEntry(std::u16string_view path, const StorageIRI& iri) const;
 
     template <class Predicate>
     std::unique_ptr<IFolderEntryIterator> list(const StorageIRI& iri) const;

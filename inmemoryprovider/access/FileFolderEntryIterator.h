@@ -34,8 +34,8 @@ public:
     FileFolderEntryIterator(const FileFolderEntryIterator& other)
         : foundation::storage::provider::IClonableFolderEntryIterator<FileFolderEntryIterator>(other),
           snapshot_(other.snapshot_),
-          current_(
-              std::next(snapshot_.begin(), std::distance(other.snapshot_.begin(), Position(other.current_)))),
+          current_(std::next(snapshot_.begin(), std::distance(other.snapshot_.begin(),
+                                                              Snapshot::const_iterator(other.current_)))),
           end_(snapshot_.end()) {}
 
     FileFolderEntryIterator& operator=(const FileFolderEntryIterator&) = delete;
@@ -46,16 +46,15 @@ public:
     bool hasNext() const override { return current_ != end_; }
 
     void step() override {
-        const auto& [name, isFolder] = current_->second;
-        FolderEntry entry(
-            name, static_cast<FolderEntry::EntryType>(isFolder)); // may fail; the last entry stays then
-        entry_ = std::move(entry);
+        auto& [name, isFolder] = current_->second;
+        // Nobody asks the snapshot for a name again that has been given, so it need not be copied.
+        entry_.emplace(std::move(name), static_cast<FolderEntry::EntryType>(isFolder));
         ++current_;
         skipRejected();
     }
 
 private:
-    using Position = Snapshot::const_iterator;
+    using Position = Snapshot::iterator;
 
     void skipRejected() {
         while (current_ != end_ && !Predicate::accepts(current_->second.second)) {

@@ -13,7 +13,7 @@ namespace storage::inmemoryprovider {
 ///
 /// Owns its full path, which never changes, its last-modified time and its writable flag. The two are atomic:
 /// operations of the file system change them under its mutex, the provider's walks outside it. No lock is
-/// taken.
+/// taken, and nothing else is told by them, so their order towards other memory does not matter.
 ///
 /// Thread safety: every operation may be called from any number of threads.
 class InMemoryEntry {

@@ -1,6 +1,7 @@
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -14,39 +15,49 @@ constexpr char16_t separator = u'/';
 constexpr std::u16string_view root = u"/";
 
 std::u16string normalised(std::u16string text) noexcept {
-    if (text.size() < 2) {
-        return text;
-    }
-    if (text.back() == separator) {
-        text.pop_back();
-    }
-    const auto runEnd = text.find_first_not_of(separator, 1);
-    const auto runLength = (runEnd == std::u16string::npos ? text.size() : runEnd) - 1;
-    text.erase(0, runLength);
+    const std::u16string_view kept = InMemoryEntryPath::normalView(text);
+    const auto removedInFront = static_cast<std::size_t>(kept.data() - text.data());
+    text.resize(removedInFront + kept.size());
+    text.erase(0, removedInFront);
     return text;
+}
+
+constexpr std::size_t unitsPerWord = sizeof(std::uint64_t) / sizeof(char16_t);
+
+/// The bits in which the words at one place in two texts differ.
+std::uint64_t differenceAt(const char16_t* left, const char16_t* right) noexcept {
+    std::uint64_t leftWord = 0;
+    std::uint64_t rightWord = 0;
+    std::memcpy(&leftWord, left, sizeof leftWord);
+    std::memcpy(&rightWord, right, sizeof rightWord);
+    return leftWord ^ rightWord;
+}
+
+/// The number of equal code units before the first that differs in the word.
+std::size_t equalUnitsIn(std::uint64_t difference) noexcept {
+    const int equalBits = std::endian::native == std::endian::little ? std::countr_zero(difference)
+                                                                     : std::countl_zero(difference);
+    return static_cast<std::size_t>(equalBits) / (8 * sizeof(char16_t));
 }
 
 /// The number of code units at the beginning that both texts have in common.
 ///
 /// Paths of one tree share long beginnings, which the standard library would compare unit by unit; this goes
-/// a machine word at a time.
+/// a machine word at a time, the last of which may overlap the one before.
 std::size_t commonLength(std::u16string_view left, std::u16string_view right) noexcept {
-    constexpr std::size_t unitsPerWord = sizeof(std::uint64_t) / sizeof(char16_t);
     const std::size_t length = std::min(left.size(), right.size());
-    std::size_t position = 0;
-    for (; position + unitsPerWord <= length; position += unitsPerWord) {
-        std::uint64_t leftWord = 0;
-        std::uint64_t rightWord = 0;
-        std::memcpy(&leftWord, left.data() + position, sizeof leftWord);
-        std::memcpy(&rightWord, right.data() + position, sizeof rightWord);
-        if (leftWord != rightWord) {
-            break;
+    if (length < unitsPerWord) {
+        const auto end = left.begin() + static_cast<std::ptrdiff_t>(length);
+        return static_cast<std::size_t>(std::mismatch(left.begin(), end, right.begin()).first - left.begin());
+    }
+    const std::size_t last = length - unitsPerWord;
+    for (std::size_t position = 0; position < last; position += unitsPerWord) {
+        if (const auto difference = differenceAt(left.data() + position, right.data() + position)) {
+            return position + equalUnitsIn(difference);
         }
     }
-    while (position < length && left[position] == right[position]) {
-        ++position;
-    }
-    return position;
+    return last +
+           equalUnitsIn(differenceAt(left.data() + last, right.data() + last)); // all equal: all bits 0
 }
 
 } // namespace
@@ -54,34 +65,56 @@ std::size_t commonLength(std::u16string_view left, std::u16string_view right) no
 InMemoryEntryPath::InMemoryEntryPath(std::u16string text) noexcept : text_(normalised(std::move(text))) {}
 
 InMemoryEntryPath InMemoryEntryPath::parentPath() const {
-    const auto last = text_.rfind(separator);
-    if (last == std::u16string::npos || text_ == root) {
-        return InMemoryEntryPath(std::u16string());
+    InMemoryEntryPath parent{std::u16string()};
+    parent.text_ = parentView(); // which is in normal form; to normalise once more could change it
+    return parent;
+}
+
+std::u16string_view InMemoryEntryPath::normalView(std::u16string_view text) noexcept {
+    if (text.size() < 2) {
+        return text;
     }
-    if (last == 0) {
-        return InMemoryEntryPath(std::u16string(root));
+    if (text.back() == separator) {
+        text.remove_suffix(1);
     }
-    return InMemoryEntryPath(text_.substr(0, last));
+    const auto runEnd = text.find_first_not_of(separator, 1);
+    text.remove_prefix((runEnd == std::u16string_view::npos ? text.size() : runEnd) - 1);
+    return text;
+}
+
+std::u16string_view InMemoryEntryPath::parentOf(std::u16string_view path) noexcept {
+    const auto last = path.rfind(separator);
+    if (last == std::u16string_view::npos || path == root) {
+        return {};
+    }
+    return last == 0 ? path.substr(0, 1) : normalView(path.substr(0, last));
 }
 
 bool InMemoryEntryPath::hasParent() const noexcept {
     return text_ != root && text_.find(separator) != std::u16string::npos;
 }
 
-std::u16string InMemoryEntryPath::filename() const {
+std::u16string_view InMemoryEntryPath::filenameView() const noexcept {
     const auto last = text_.rfind(separator);
     if (last == std::u16string::npos || text_ == root) {
         return text_;
     }
-    return text_.substr(last + 1);
+    return view().substr(last + 1);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers have names to give away
 InMemoryEntryPath& InMemoryEntryPath::append(std::u16string name) {
-    const std::u16string component = normalised(std::move(name));
-    text_.reserve(text_.size() + 1 + component.size());
-    text_ += separator;
-    text_ += component;
-    return *this;
+    return *this = appended(name);
+}
+
+InMemoryEntryPath InMemoryEntryPath::appended(std::u16string_view name) const {
+    const std::u16string_view component = normalView(name);
+    InMemoryEntryPath path{std::u16string()};
+    path.text_.reserve(text_.size() + 1 + component.size());
+    path.text_ += text_;
+    path.text_ += separator;
+    path.text_ += component;
+    return path;
 }
 
 bool InMemoryEntryPath::isWithin(const InMemoryEntryPath& folder) const {
@@ -97,17 +130,12 @@ bool InMemoryEntryPath::isWithin(const InMemoryEntryPath& folder) const {
     return ancestor == folder;
 }
 
-bool InMemoryEntryPath::operator==(const InMemoryEntryPath& other) const noexcept {
-    return text_.size() == other.text_.size() &&
-           std::memcmp(text_.data(), other.text_.data(), text_.size() * sizeof(char16_t)) == 0;
-}
-
-bool InMemoryEntryPath::operator<(const InMemoryEntryPath& other) const noexcept {
-    const std::size_t common = commonLength(text_, other.text_);
-    if (common == other.text_.size()) {
+bool InMemoryEntryPath::isBefore(std::u16string_view left, std::u16string_view right) noexcept {
+    const std::size_t common = commonLength(left, right);
+    if (common == right.size()) {
         return false;
     }
-    return common == text_.size() || text_[common] < other.text_[common];
+    return common == left.size() || left[common] < right[common];
 }
 
 } // namespace storage::inmemoryprovider

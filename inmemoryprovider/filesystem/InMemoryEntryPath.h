@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstring>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -20,6 +22,12 @@ public:
     /// units stay as they are.
     explicit InMemoryEntryPath(std::u16string text) noexcept;
 
+    /// The text of the path that is made of `text`: a part of it. For look-ups, which need no path of their own.
+    static std::u16string_view normalView(std::u16string_view text) noexcept;
+
+    /// The text of the parent of the path with the text `path`: a part of it.
+    static std::u16string_view parentOf(std::u16string_view path) noexcept;
+
     /// A copy of the text.
     std::u16string string() const { return text_; }
 
@@ -30,28 +38,60 @@ public:
     /// entry of the root; empty for the root and for a text without "/".
     InMemoryEntryPath parentPath() const;
 
+    /// The text of `parentPath`: a part of this text, valid as long as `view`.
+    std::u16string_view parentView() const noexcept { return parentOf(text_); }
+
     /// Whether there is a "/" in the text; false for the root.
     bool hasParent() const noexcept;
 
     /// The text behind the last "/"; "/" for the root, the whole text when there is no "/".
-    std::u16string filename() const;
+    std::u16string filename() const { return std::u16string(filenameView()); }
+
+    /// The text of `filename`: a part of this text, valid as long as `view`.
+    std::u16string_view filenameView() const noexcept;
 
     /// Appends "/" and `name` in normal form, and returns this path. The whole is not normalised again, so
     /// the root with "b" appended is "//b".
     /// @throws std::bad_alloc with the path unchanged
     InMemoryEntryPath& append(std::u16string name);
 
+    /// A copy of this path with `name` appended, in one allocation.
+    /// @throws std::bad_alloc
+    InMemoryEntryPath appended(std::u16string_view name) const;
+
     /// Whether this is `folder` itself or an entry at any depth below it.
     bool isWithin(const InMemoryEntryPath& folder) const;
 
     /// Same length and same code units.
-    bool operator==(const InMemoryEntryPath& other) const noexcept;
+    bool operator==(const InMemoryEntryPath& other) const noexcept { return *this == other.view(); }
+    bool operator==(std::u16string_view text) const noexcept {
+        return text_.size() == text.size() &&
+               std::memcmp(text_.data(), text.data(), text.size() * sizeof(char16_t)) == 0;
+    }
 
     /// By unsigned code units; a beginning of a text sorts before the text.
-    bool operator<(const InMemoryEntryPath& other) const noexcept;
+    bool operator<(const InMemoryEntryPath& other) const noexcept { return isBefore(text_, other.text_); }
+
+    /// The order of `operator<`, of texts.
+    static bool isBefore(std::u16string_view left, std::u16string_view right) noexcept;
 
 private:
     std::u16string text_;
 };
 
 } // namespace storage::inmemoryprovider
+
+/// Lets maps by path be searched for a text without making a path of it.
+template <>
+struct std::less<storage::inmemoryprovider::InMemoryEntryPath> {
+    using Path = storage::inmemoryprovider::InMemoryEntryPath;
+    using is_transparent = void;
+
+    bool operator()(const Path& left, const Path& right) const noexcept { return left < right; }
+    bool operator()(const Path& left, std::u16string_view right) const noexcept {
+        return Path::isBefore(left.view(), right);
+    }
+    bool operator()(std::u16string_view left, const Path& right) const noexcept {
+        return Path::isBefore(left, right.view());
+    }
+};

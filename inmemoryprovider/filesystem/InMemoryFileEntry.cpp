@@ -3,49 +3,94 @@
 #include "inmemoryprovider/access/ContentGuard.h"
 #include "inmemoryprovider/access/ContentIO.h"
 
+#include <mutex>
 #include <utility>
 
 namespace storage::inmemoryprovider {
 
+namespace {
+
+/// What is read of a file without content.
+const std::vector<std::uint8_t> noBytes;
+
+} // namespace
+
 InMemoryFileEntry::InMemoryFileEntry(InMemoryEntryPath path, boost::posix_time::ptime lastModified,
                                      bool writable, std::shared_ptr<std::vector<std::uint8_t>> content)
     : InMemoryEntry(std::move(path), lastModified, writable),
-      content_(std::move(content)),
-      mutex_(guardOf(content_)) {}
+      contentState_(isGuardedContent(content) ? ContentState::Guarded : ContentState::Foreign),
+      content_(std::move(content)) {}
 
 InMemoryFileEntry::InMemoryFileEntry(InMemoryEntryPath path, boost::posix_time::ptime lastModified,
                                      bool writable)
-    : InMemoryFileEntry(std::move(path), lastModified, writable, makeGuardedContent()) {}
+    : InMemoryEntry(std::move(path), lastModified, writable) {}
 
 std::uint64_t InMemoryFileEntry::getFileSize() const {
-    const std::lock_guard lock(mutex_);
+    if (!hasContent()) {
+        return 0;
+    }
+    const std::lock_guard lock(contentMutex());
     return content_->size();
 }
 
 std::shared_ptr<std::vector<std::uint8_t>> InMemoryFileEntry::getContent() {
-    const std::lock_guard lock(mutex_);
+    makeContent();
     return content_;
 }
 
+bool InMemoryFileEntry::hasContent() const noexcept {
+    return contentState() != ContentState::None;
+}
+
+std::mutex& InMemoryFileEntry::contentMutex() const noexcept {
+    return contentState() == ContentState::Guarded ? static_cast<GuardedContent&>(*content_).mutex
+                                                   : guardAt(content_.get());
+}
+
+void InMemoryFileEntry::makeContent() {
+    if (hasContent()) {
+        return;
+    }
+    const std::lock_guard lock(guardAt(this));
+    if (!hasContent()) {
+        content_ = makeGuardedContent();
+        contentState_.store(ContentState::Guarded, std::memory_order_release);
+    }
+}
+
 long InMemoryFileEntry::read(char* buffer, long count, unsigned long& position) {
-    const std::lock_guard lock(mutex_);
+    if (!hasContent()) {
+        return readContent(noBytes, buffer, count, position);
+    }
+    const std::lock_guard lock(contentMutex());
     return readContent(*content_, buffer, count, position);
 }
 
 long InMemoryFileEntry::write(const char* buffer, long count, unsigned long& position,
                               foundation::storage::provider::ByteStreamAppend append) {
-    const std::lock_guard lock(mutex_);
+    if (count <= 0 && !hasContent()) {
+        std::vector<std::uint8_t> nothing;
+        return writeContent(nothing, buffer, count, position, append);
+    }
+    makeContent();
+    const std::lock_guard lock(contentMutex());
     return writeContent(*content_, buffer, count, position, append);
 }
 
 std::streampos InMemoryFileEntry::seek(long offset, std::ios_base::seekdir direction,
                                        unsigned long& position) {
-    const std::lock_guard lock(mutex_);
+    if (!hasContent()) {
+        return seekContent(noBytes, offset, direction, position);
+    }
+    const std::lock_guard lock(contentMutex());
     return seekContent(*content_, offset, direction, position);
 }
 
 void InMemoryFileEntry::truncate() {
-    const std::lock_guard lock(mutex_);
+    if (!hasContent()) {
+        return;
+    }
+    const std::lock_guard lock(contentMutex());
     content_->clear();
 }
 

@@ -4,6 +4,7 @@
 
 #include "hostapi/storage/provider/ByteStreamAppend.h"
 
+#include <atomic>
 #include <cstdint>
 #include <ios>
 #include <memory>
@@ -18,7 +19,8 @@ namespace storage::inmemoryprovider {
 /// guards the bytes belongs to the bytes, not to the node: all who share them lock the same one. It is the
 /// last lock that any thread takes, and each operation holds it from start to end.
 ///
-/// The pointer to the bytes is never null and never changes.
+/// The bytes are made when they are first asked for or written: a file that stays empty takes no more memory than
+/// its node. Once made, the pointer to them never changes.
 ///
 /// Thread safety: every operation may be called from any number of threads; a position is its caller's own.
 class InMemoryFileEntry : public InMemoryEntry {
@@ -33,8 +35,12 @@ public:
     /// In bytes.
     std::uint64_t getFileSize() const;
 
-    /// The bytes themselves, shared and not copied. Who touches them has to exclude this file's operations.
+    /// The bytes themselves, shared and not copied; never null. Who touches them has to exclude this file's operations.
+    /// @throws std::bad_alloc
     std::shared_ptr<std::vector<std::uint8_t>> getContent();
+
+    /// Whether there are bytes to share. Without, the file is empty.
+    bool hasContent() const noexcept;
 
     /// See readContent.
     long read(char* buffer, long count, unsigned long& position);
@@ -53,8 +59,16 @@ public:
 private:
     bool doIsFolder() const override;
 
+    /// Whether there are bytes, and if so, which mutex guards them: their own, or, when they were made elsewhere, one
+    /// chosen by their address.
+    enum class ContentState : std::uint8_t { None, Guarded, Foreign };
+
+    ContentState contentState() const noexcept { return contentState_.load(std::memory_order_acquire); }
+    std::mutex& contentMutex() const noexcept;
+    void makeContent();
+
+    std::atomic<ContentState> contentState_ = ContentState::None; ///< set once, after `content_`
     std::shared_ptr<std::vector<std::uint8_t>> content_;
-    std::mutex& mutex_;
 };
 
 } // namespace storage::inmemoryprovider

@@ -3,6 +3,7 @@
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
+#include "inmemoryprovider/filesystem/SpinningLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
 #include <utility>
@@ -14,95 +15,119 @@ InMemoryFileSystem::InMemoryFileSystem() {
 }
 
 void InMemoryFileSystem::createRootEntry() {
-    const std::lock_guard lock(mutex_);
+    const SpinningLock lock(mutex_);
     addFolderToFSMap(makeFolderEntry(InMemoryEntryPath(u"/"), currentTime()));
 }
 
 void InMemoryFileSystem::addFolderEntry(const InMemoryEntryPath& path) {
-    const std::lock_guard lock(mutex_);
+    const SpinningLock lock(mutex_);
     if (!path.hasParent()) {
         throw EntryExistsException(path);
     }
-    const auto parent = requireParent(path);
-    requireNoChild(*parent, path);
-    requireWritable(*parent);
+    auto& parent = requireParent(path);
+    requireNoChild(parent, path);
+    requireWritable(parent);
 
     const auto now = currentTime();
-    linkFolder(*parent, makeFolderEntry(path, now));
-    parent->setLastModifiedTime(now);
+    linkFolder(parent, makeFolderEntry(path, now));
+    parent.setLastModifiedTime(now);
 }
 
-void InMemoryFileSystem::addFileEntry(const InMemoryEntryPath& path) {
-    const std::lock_guard lock(mutex_);
-    const auto parent = requireParent(path);
-    requireNoChild(*parent, path);
-    requireWritable(*parent);
+void InMemoryFileSystem::addFileEntry(InMemoryEntryPath&& path) {
+    const SpinningLock lock(mutex_);
+    auto& parent = requireParent(path);
+    requireNoChild(parent, path);
+    requireWritable(parent);
 
     const auto now = currentTime();
-    parent->addChild(makeFileEntry(path, now));
-    parent->setLastModifiedTime(now);
+    parent.addChild(makeFileEntry(std::move(path), now));
+    parent.setLastModifiedTime(now);
 }
 
 void InMemoryFileSystem::removeFileEntry(const InMemoryEntryPath& path) {
-    std::shared_ptr<InMemoryFileEntry> removed; // outlives the lock
-    const std::lock_guard lock(mutex_);
-    const auto parent = requireParent(path);
-    removed = requireFile(*parent, path);
-    requireWritable(*parent);
-    requireWritable(*removed);
+    InMemoryFolderEntry::Children::node_type removed; // outlives the lock
+    const SpinningLock lock(mutex_);
+    auto& parent = requireParent(path);
+    const auto file = requireFile(parent, path);
+    requireWritable(parent);
+    requireWritable(*file->second);
 
-    parent->removeChild(path);
-    parent->setLastModifiedTime(currentTime());
+    removed = parent.takeChild(file);
+    parent.setLastModifiedTime(currentTime());
 }
 
 void InMemoryFileSystem::removeFolderEntry(const InMemoryEntryPath& path) {
-    std::shared_ptr<InMemoryFolderEntry> removed; // outlives the lock
-    const std::lock_guard lock(mutex_);
-    const auto parent = requireParent(path);
-    removed = requireFolder(*parent, path);
-    if (!removed->empty()) {
+    InMemoryFolderEntry::Children::node_type removed; // outlives the lock
+    const SpinningLock lock(mutex_);
+    auto& parent = requireParent(path);
+    const auto folder = requireFolder(parent, path);
+    if (!folderOf(*folder).empty()) {
         throw FolderNotEmptyException(path);
     }
-    requireWritable(*parent);
-    requireWritable(*removed);
+    requireWritable(parent);
+    requireWritable(*folder->second);
 
-    parent->removeChild(path);
+    removed = parent.takeChild(folder);
     removeFolderFromFSMap(path);
-    parent->setLastModifiedTime(currentTime());
+    parent.setLastModifiedTime(currentTime());
+}
+
+FileEntryAttributes InMemoryFileSystem::getFileEntryAttributes(const InMemoryEntryPath& path) const {
+    const auto file = findFile(path);
+    return {file->getFileSize(), file->getLastModifiedTime(), file->isWritable()};
 }
 
 std::uint64_t InMemoryFileSystem::getFileEntrySize(const InMemoryEntryPath& path) const {
-    const std::lock_guard lock(mutex_);
-    return requireFile(*requireParent(path), path)->getFileSize();
+    const SpinningLock lock(mutex_);
+    return fileOf(*requireFile(requireParent(path), path)).getFileSize();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFileEntryLastModified(const InMemoryEntryPath& path) const {
-    const std::lock_guard lock(mutex_);
-    return requireFile(*requireParent(path), path)->getLastModifiedTime();
+    const SpinningLock lock(mutex_);
+    return requireFile(requireParent(path), path)->second->getLastModifiedTime();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFolderEntryLastModified(const InMemoryEntryPath& path) const {
-    const std::lock_guard lock(mutex_);
-    return requireFolder(*requireParent(path), path)->getLastModifiedTime();
+    const SpinningLock lock(mutex_);
+    return requireFolder(requireParent(path), path)->second->getLastModifiedTime();
 }
 
 bool InMemoryFileSystem::fileIsWritable(const InMemoryEntryPath& path) const {
-    const std::lock_guard lock(mutex_);
-    return requireFile(*requireParent(path), path)->isWritable();
+    const SpinningLock lock(mutex_);
+    return requireFile(requireParent(path), path)->second->isWritable();
 }
 
 bool InMemoryFileSystem::folderIsWritable(const InMemoryEntryPath& path) const {
-    const std::lock_guard lock(mutex_);
-    return requireFolder(*requireParent(path), path)->isWritable();
+    const SpinningLock lock(mutex_);
+    return requireFolder(requireParent(path), path)->second->isWritable();
 }
 
 std::shared_ptr<InMemoryFolderEntry> InMemoryFileSystem::getFolderEntry(const InMemoryEntryPath& path) const {
-    return folders_.find(path);
+    return folders_.find(path.view());
 }
 
-std::shared_ptr<InMemoryFolderEntry>
-InMemoryFileSystem::doGetFolderEntry(const InMemoryEntryPath& path) const {
-    return folders_.findAsWriter(path);
+std::shared_ptr<InMemoryEntry> InMemoryFileSystem::getEntry(std::u16string_view path) const noexcept {
+    return folders_.visit(InMemoryEntryPath::parentOf(path),
+                          [&](const std::shared_ptr<InMemoryFolderEntry>* parent) {
+                              return parent == nullptr ? nullptr : (*parent)->getEntry(path);
+                          });
+}
+
+std::shared_ptr<InMemoryFileEntry> InMemoryFileSystem::findFile(const InMemoryEntryPath& path) const {
+    // Without the mutex at first, so that those who ask and those who change the tree do not get in each other's way.
+    const auto start = moves_.start();
+    auto entry = getEntry(path.view());
+    if (!entry || entry->isFolder() || !moves_.undisturbedSince(start)) {
+        entry.reset();
+        const SpinningLock lock(mutex_);
+        entry = requireFile(requireParent(path), path)->second;
+    }
+    return std::static_pointer_cast<InMemoryFileEntry>(std::move(entry));
+}
+
+InMemoryFolderEntry* InMemoryFileSystem::doGetFolderEntry(std::u16string_view path) const noexcept {
+    const auto* folder = folders_.findAsWriter(path);
+    return folder == nullptr ? nullptr : folder->get();
 }
 
 void InMemoryFileSystem::addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder) {
@@ -111,7 +136,7 @@ void InMemoryFileSystem::addFolderToFSMap(const std::shared_ptr<InMemoryFolderEn
 
 InMemoryFileSystem::FolderMap::Element
 InMemoryFileSystem::removeFolderFromFSMap(const InMemoryEntryPath& path) {
-    return folders_.erase(path);
+    return folders_.erase(path.view());
 }
 
 void InMemoryFileSystem::linkFolder(InMemoryFolderEntry& parent,
@@ -122,13 +147,12 @@ void InMemoryFileSystem::linkFolder(InMemoryFolderEntry& parent,
     folders_.insert(std::move(registration));
 }
 
-std::shared_ptr<InMemoryFolderEntry> InMemoryFileSystem::requireParent(const InMemoryEntryPath& path) const {
-    const auto parentPath = path.parentPath();
-    auto parent = doGetFolderEntry(parentPath);
-    if (!parent) {
-        throw EntryNotFoundException(parentPath);
+InMemoryFolderEntry& InMemoryFileSystem::requireParent(const InMemoryEntryPath& path) const {
+    auto* parent = doGetFolderEntry(path.parentView());
+    if (parent == nullptr) {
+        throw EntryNotFoundException(path.parentPath());
     }
-    return parent;
+    return *parent;
 }
 
 } // namespace storage::inmemoryprovider

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "inmemoryprovider/filesystem/FileEntryAttributes.h"
 #include "inmemoryprovider/filesystem/InMemoryEntry.h"
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
 #include "inmemoryprovider/filesystem/InMemoryFolderEntry.h"
+#include "inmemoryprovider/filesystem/IndexedPathMap.h"
 #include "inmemoryprovider/filesystem/LeftRightMap.h"
+#include "inmemoryprovider/filesystem/MoveCounter.h"
 
 #include "hostapi/storage/provider/ByteStream.h"
 #include "hostapi/storage/provider/ByteStreamOpenOptions.h"
@@ -12,9 +15,11 @@
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <string_view>
 
 namespace storage::inmemoryprovider {
 
@@ -42,6 +47,7 @@ namespace storage::inmemoryprovider {
 /// ReadOnlyException, both naming the parent's path. Every operation may also throw std::bad_alloc.
 ///
 /// Thread safety: every public operation may be called from any number of threads.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): what different threads change lies on different cache lines
 class InMemoryFileSystem {
 public:
     /// An empty file system: the root alone, stamped with the current time.
@@ -56,7 +62,8 @@ public:
 
     /// Adds an empty, writable file and stamps it and its parent with one reading of the clock.
     /// @throws EntryExistsException  naming `path`, when anything stands there
-    void addFileEntry(const InMemoryEntryPath& path);
+    void addFileEntry(const InMemoryEntryPath& path) { addFileEntry(InMemoryEntryPath(path)); }
+    void addFileEntry(InMemoryEntryPath&& path);
 
     /// Removes an empty folder and stamps its parent.
     /// @throws EntryNotFoundException   naming `path`, when there is no folder
@@ -72,6 +79,10 @@ public:
     // Queries. The first path without an entry of the wanted kind, the parent's before its child's, is named
     // by EntryNotFoundException. They do not reach the root, which has no parent.
 
+    /// All three of a file, which is found once. They are read one after the other; another thread may change the
+    /// file in between. Waits for nothing but a move.
+    FileEntryAttributes getFileEntryAttributes(const InMemoryEntryPath& path) const;
+
     /// In bytes.
     std::uint64_t getFileEntrySize(const InMemoryEntryPath& path) const;
     boost::posix_time::ptime getFileEntryLastModified(const InMemoryEntryPath& path) const;
@@ -82,6 +93,10 @@ public:
     /// The folder at `path`, the root included, or an empty pointer. Takes no lock and never waits, however
     /// long a change of the tree takes.
     std::shared_ptr<InMemoryFolderEntry> getFolderEntry(const InMemoryEntryPath& path) const;
+
+    /// The entry at the path with the text `path`, or an empty pointer; the root is never found. Takes no lock but the parent folder's, so
+    /// it does not wait for a change under way; it may meet the middle of a move.
+    std::shared_ptr<InMemoryEntry> getEntry(std::u16string_view path) const noexcept;
 
     /// Moves a file. A new node at `target` takes over the bytes and the writable flag; it and both parents are
     /// stamped with one reading of the clock. A replaced file is removed before the last checks, which are those of
@@ -122,12 +137,15 @@ public:
     checkOutFileEntry(const InMemoryEntryPath& path) const;
 
 private:
-    using FolderMap = LeftRightMap<InMemoryEntryPath, std::shared_ptr<InMemoryFolderEntry>>;
+    using FolderMap = LeftRightMap<InMemoryEntryPath, std::shared_ptr<InMemoryFolderEntry>,
+                                   IndexedPathMap<std::shared_ptr<InMemoryFolderEntry>>>;
+    using Child = InMemoryFolderEntry::Children::const_iterator;
     struct FolderMove;
 
     // The operations below are for holders of `mutex_`.
 
-    std::shared_ptr<InMemoryFolderEntry> doGetFolderEntry(const InMemoryEntryPath& path) const;
+    /// The folder at `path`, or a null pointer. It lasts as long as it stays in the tree.
+    InMemoryFolderEntry* doGetFolderEntry(std::u16string_view path) const noexcept;
     void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder);
     /// The caller decides where what was removed dies.
     FolderMap::Element removeFolderFromFSMap(const InMemoryEntryPath& path);
@@ -135,18 +153,34 @@ private:
     /// Puts a new folder both among its parent's children and into the map, or, out of memory, nowhere.
     void linkFolder(InMemoryFolderEntry& parent, const std::shared_ptr<InMemoryFolderEntry>& folder);
 
-    std::shared_ptr<InMemoryFolderEntry> requireParent(const InMemoryEntryPath& path) const;
+    InMemoryFolderEntry& requireParent(const InMemoryEntryPath& path) const;
+
+    // Those above are for holders of `mutex_`, as are those below; this one takes it, if a move gets in its way.
+
+    /// The file at `path`, as the tree was at one moment.
+    /// @throws EntryNotFoundException  naming the parent; `path`, when no file is there
+    std::shared_ptr<InMemoryFileEntry> findFile(const InMemoryEntryPath& path) const;
 
     void moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                            const boost::posix_time::ptime& time);
     void moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                              const boost::posix_time::ptime& time);
-    FolderMove planFolderMove(const InMemoryEntryPath& source, const InMemoryEntryPath& target) const;
+    /// Puts a new node at `target` in the place of `file`, which is a child of `sourceParent`.
+    /// @param spare  none, or a node of the children's map for the new child; afterwards the old child's
+    static void relinkFile(InMemoryFolderEntry& sourceParent, Child file, InMemoryFolderEntry& targetParent,
+                           InMemoryEntryPath&& target, const boost::posix_time::ptime& time,
+                           InMemoryFolderEntry::Children::node_type& spare);
+    static FolderMove planFolderMove(InMemoryFolderEntry& sourceParent, const InMemoryEntryPath& source,
+                                     InMemoryFolderEntry& targetParent, const InMemoryEntryPath& target);
+    InMemoryFolderEntry& newParentOf(const InMemoryEntryPath& childTarget, const FolderMove& move) const;
     void beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time);
     void finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time);
 
+    static constexpr std::size_t cacheLine = 64;
+
     FolderMap folders_;
     mutable std::mutex mutex_;
+    alignas(cacheLine) MoveCounter moves_; ///< read by those who leave the mutex alone
 };
 
 } // namespace storage::inmemoryprovider

@@ -2,6 +2,7 @@
 
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/access/InMemoryByteStream.h"
+#include "inmemoryprovider/filesystem/SpinningLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
 namespace storage::inmemoryprovider {
@@ -14,26 +15,27 @@ using foundation::storage::provider::ByteStreamOpenOptions;
 
 std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path,
                                                                   const ByteStreamOpenOptions& options) {
-    const std::lock_guard lock(mutex_);
-    const auto parent = requireParent(path);
-    auto file = parent->getFileEntry(path);
+    const SpinningLock lock(mutex_);
+    auto& parent = requireParent(path);
+    const auto child = parent.findChild(path);
+    const bool create = !child || (*child)->second->isFolder();
     const auto now = currentTime();
-    const bool create = !file;
     if (create) {
-        requireNoChild(*parent, path); // a folder
+        requireNoChild(parent, path); // a folder
         if (options.existence == ByteStreamExistence::MustExist) {
             throw EntryNotFoundException(path);
         }
-        requireWritable(*parent);
-        file = makeFileEntry(path, now);
+        requireWritable(parent);
     } else {
-        requireWritable(*file);
+        requireWritable(*(*child)->second);
     }
 
+    auto file =
+        create ? makeFileEntry(path, now) : std::static_pointer_cast<InMemoryFileEntry>((*child)->second);
     auto stream = std::make_unique<InMemoryByteStream>(file, options.append);
     if (create) {
-        parent->addChild(file);
-        parent->setLastModifiedTime(now);
+        parent.addChild(file);
+        parent.setLastModifiedTime(now);
     }
     // Nothing can fail from here on. Opening for writing counts as modification, whatever is written.
     file->setLastModifiedTime(now);
@@ -44,9 +46,7 @@ std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemory
 }
 
 std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path) const {
-    const std::lock_guard lock(mutex_);
-    return std::make_unique<InMemoryByteStream>(requireFile(*requireParent(path), path),
-                                                ByteStreamAppend::WriteAtPosition);
+    return std::make_unique<InMemoryByteStream>(findFile(path), ByteStreamAppend::WriteAtPosition);
 }
 
 } // namespace storage::inmemoryprovider

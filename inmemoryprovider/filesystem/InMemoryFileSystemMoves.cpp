@@ -2,8 +2,10 @@
 
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
+#include "inmemoryprovider/filesystem/SpinningLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
+#include <atomic>
 #include <new>
 #include <utility>
 #include <vector>
@@ -29,86 +31,122 @@ void requireOutside(const InMemoryEntryPath& target, const InMemoryEntryPath& so
     }
 }
 
+/// What takes the place of a file in the tree: a new node of the same flag that shares the bytes. Since the move began,
+/// the mutex of the file's folder must have been taken, so that no holder of the file escapes notice.
+std::shared_ptr<InMemoryFileEntry> makeSuccessor(const std::shared_ptr<InMemoryEntry>& entry,
+                                                 InMemoryEntryPath&& path,
+                                                 const boost::posix_time::ptime& time) {
+    auto& file = static_cast<InMemoryFileEntry&>(*entry);
+    // A file without bytes has them made to be shared only if somebody but the tree can still write to the old node.
+    const bool heldByTreeAlone = entry.use_count() == 1;
+    std::atomic_thread_fence(std::memory_order_acquire); // all that the last other holder did is seen
+    if (heldByTreeAlone && !file.hasContent()) {
+        return std::make_shared<InMemoryFileEntry>(std::move(path), time, file.isWritable());
+    }
+    return std::make_shared<InMemoryFileEntry>(std::move(path), time, file.isWritable(), file.getContent());
+}
+
 } // namespace
 
 /// One folder on its way, its new node linked and some of its children perhaps moved.
 struct InMemoryFileSystem::FolderMove {
     InMemoryEntryPath source;
     InMemoryEntryPath target;
-    std::shared_ptr<InMemoryFolderEntry> sourceParent;
-    std::shared_ptr<InMemoryFolderEntry> targetParent;
-    std::shared_ptr<InMemoryFolderEntry> folder;
-    InMemoryFolderEntry::Children::const_iterator nextChild;
+    InMemoryFolderEntry* sourceParent;
+    InMemoryFolderEntry* targetParent;
+    Child place; ///< of the folder in its old parent
+    Child nextChild;
+    Child lastChild; ///< the end, which stays the same whatever is taken out
+    InMemoryFolderEntry* newFolder = nullptr;
 };
 
 void InMemoryFileSystem::moveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                        const ReplacementPolicy& policy) {
     InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
-    const std::lock_guard lock(mutex_);
-    requireFile(*requireParent(source), source);
-    const auto targetParent = requireParent(target);
-    if (const auto existing = targetParent->getEntry(target)) {
-        if (existing->isFolder() || refusesExistingFile(policy)) {
+    const SpinningLock lock(mutex_);
+    const MoveCounter::Move move(moves_);
+    requireFile(requireParent(source), source);
+    auto& targetParent = requireParent(target);
+    if (const auto existing = targetParent.findChild(target)) {
+        if ((*existing)->second->isFolder() || refusesExistingFile(policy)) {
             throw EntryExistsException(target);
         }
-        requireWritable(*existing);
-        requireWritable(*targetParent);
-        replaced = targetParent->takeChild(target);
+        requireWritable(*(*existing)->second);
+        requireWritable(targetParent);
+        replaced = targetParent.takeChild(*existing);
     }
     try {
         moveFileEntryImpl(source, target, currentTime());
     } catch (const std::bad_alloc&) {
-        targetParent->restoreChild(std::move(replaced));
+        targetParent.putChild(std::move(replaced));
         throw;
     }
 }
 
 void InMemoryFileSystem::moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                            const boost::posix_time::ptime& time) {
-    const auto sourceParent = requireParent(source);
-    const auto targetParent = requireParent(target);
-    const auto file = requireFile(*sourceParent, source); // it may have been the one that it was to replace
-    requireWritable(*sourceParent);
-    requireWritable(*targetParent);
+    auto& sourceParent = requireParent(source);
+    auto& targetParent = requireParent(target);
+    const auto file = requireFile(sourceParent, source); // it may have been the one that it was to replace
+    sourceParent.settleReaders();
+    InMemoryFolderEntry::Children::node_type old;
+    relinkFile(sourceParent, file, targetParent, InMemoryEntryPath(target), time, old);
+}
 
-    targetParent->addChild(
-        std::make_shared<InMemoryFileEntry>(target, time, file->isWritable(), file->getContent()));
+void InMemoryFileSystem::relinkFile(InMemoryFolderEntry& sourceParent, Child file,
+                                    InMemoryFolderEntry& targetParent, InMemoryEntryPath&& target,
+                                    const boost::posix_time::ptime& time,
+                                    InMemoryFolderEntry::Children::node_type& spare) {
+    requireWritable(sourceParent);
+    requireWritable(targetParent);
+
+    auto moved = makeSuccessor(file->second, std::move(target), time);
+    if (spare) {
+        spare.key() = moved->path();
+        spare.mapped() = std::move(moved);
+    } else {
+        spare = InMemoryFolderEntry::makeChild(std::move(moved));
+    }
+    spare = targetParent.putChild(std::move(spare));
+    if (spare) {
+        throw EntryExistsException(spare.key());
+    }
     // Nothing can fail from here on.
-    sourceParent->removeChild(source);
-    targetParent->setLastModifiedTime(time);
-    sourceParent->setLastModifiedTime(time);
+    spare = sourceParent.takeChild(file);
+    targetParent.setLastModifiedTime(time);
+    sourceParent.setLastModifiedTime(time);
 }
 
 void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                          const ReplacementPolicy& policy) {
     InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
     FolderMap::Element registration;
-    const std::lock_guard lock(mutex_);
-    requireFolder(*requireParent(source), source);
-    const auto targetParent = requireParent(target);
-    std::shared_ptr<InMemoryFolderEntry> existing;
-    if (targetParent->doChildExist(target)) {
-        existing = targetParent->getFolderEntry(target);
-        if (refusesExistingFolder(policy) || !existing) {
+    const SpinningLock lock(mutex_);
+    const MoveCounter::Move move(moves_);
+    requireFolder(requireParent(source), source);
+    auto& targetParent = requireParent(target);
+    const auto existing = targetParent.findChild(target);
+    if (existing) {
+        if (refusesExistingFolder(policy) || !(*existing)->second->isFolder()) {
             throw EntryExistsException(target);
         }
-        if (!existing->empty()) {
+        if (!folderOf(**existing).empty()) {
             throw FolderNotEmptyException(target);
         }
-        requireWritable(*existing);
-        requireWritable(*targetParent);
+        requireWritable(*(*existing)->second);
+        requireWritable(targetParent);
     }
     requireOutside(target, source);
 
     if (existing) {
-        replaced = targetParent->takeChild(target);
+        replaced = targetParent.takeChild(*existing);
         registration = removeFolderFromFSMap(target);
     }
     try {
         moveFolderEntryImpl(source, target, currentTime());
     } catch (const std::bad_alloc&) {
         // Both change nothing when nothing was replaced, or once the moved folder has taken the place.
-        targetParent->restoreChild(std::move(replaced));
+        targetParent.putChild(std::move(replaced));
         folders_.insert(std::move(registration));
         throw;
     }
@@ -117,46 +155,65 @@ void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const 
 void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                              const boost::posix_time::ptime& time) {
     std::vector<FolderMove> moves; // from the outermost folder to the innermost, so that depth costs no stack
-    beginFolderMove(moves.emplace_back(planFolderMove(source, target)), time);
+    InMemoryFolderEntry::Children::node_type
+        spare; // what held one file in its old folder holds the next in its new one
+    beginFolderMove(
+        moves.emplace_back(planFolderMove(requireParent(source), source, requireParent(target), target)),
+        time);
     while (!moves.empty()) {
         FolderMove& move = moves.back();
-        if (move.nextChild == move.folder->end()) {
+        if (move.nextChild == move.lastChild) {
             finishFolderMove(move, time);
             moves.pop_back();
             continue;
         }
-        const auto child = (move.nextChild++)->second; // its move takes it out of the folder
-        const auto childSource = child->getPath();
-        auto childTarget = move.target;
-        childTarget.append(child->getName());
-        // Names that are empty can bring two children to one path.
-        requireNoChild(*requireParent(childTarget), childTarget);
-        if (child->isFolder()) {
-            requireOutside(childTarget, childSource);
-            beginFolderMove(moves.emplace_back(planFolderMove(childSource, childTarget)), time);
+        const auto child = move.nextChild++; // its move takes it out of the folder
+        auto childTarget = move.target.appended(child->first.filenameView());
+        auto& childParent = newParentOf(childTarget, move);
+        auto& folder = folderOf(*move.place);
+        if (child->second->isFolder()) {
+            requireNoChild(childParent, childTarget);
+            requireOutside(childTarget, child->first);
+            beginFolderMove(
+                moves.emplace_back(planFolderMove(folder, child->first, childParent, childTarget)), time);
         } else {
-            moveFileEntryImpl(childSource, childTarget, time);
+            relinkFile(folder, child, childParent, std::move(childTarget), time, spare);
         }
     }
 }
 
-InMemoryFileSystem::FolderMove InMemoryFileSystem::planFolderMove(const InMemoryEntryPath& source,
-                                                                  const InMemoryEntryPath& target) const {
-    FolderMove move{source, target, requireParent(source), requireParent(target), {}, {}};
-    move.folder = requireFolder(*move.sourceParent, source);
-    move.nextChild = move.folder->begin();
-    return move;
+InMemoryFileSystem::FolderMove InMemoryFileSystem::planFolderMove(InMemoryFolderEntry& sourceParent,
+                                                                  const InMemoryEntryPath& source,
+                                                                  InMemoryFolderEntry& targetParent,
+                                                                  const InMemoryEntryPath& target) {
+    const auto place = requireFolder(sourceParent, source);
+    const auto& folder = folderOf(*place);
+    return {source, target, &sourceParent, &targetParent, place, folder.begin(), folder.end()};
+}
+
+InMemoryFolderEntry& InMemoryFileSystem::newParentOf(const InMemoryEntryPath& childTarget,
+                                                     const FolderMove& move) const {
+    if (childTarget.parentView() == move.target.view()) {
+        return *move.newFolder;
+    }
+    // Names that are empty can bring a child to another folder, and two children to one path.
+    auto& parent = requireParent(childTarget);
+    requireNoChild(parent, childTarget);
+    return parent;
 }
 
 void InMemoryFileSystem::beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time) {
     requireWritable(*move.sourceParent);
-    requireWritable(*move.folder);
+    requireWritable(*move.place->second);
     requireWritable(*move.targetParent);
-    linkFolder(*move.targetParent, makeFolderEntry(move.target, time));
+    const auto folder = makeFolderEntry(move.target, time);
+    linkFolder(*move.targetParent, folder);
+    move.newFolder = folder.get();
+    folder->expectChildren(folderOf(*move.place).expectEmptying());
 }
 
 void InMemoryFileSystem::finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time) {
-    move.sourceParent->removeChild(move.source);
+    move.sourceParent->takeChild(move.place);
     removeFolderFromFSMap(move.source);
     move.sourceParent->setLastModifiedTime(time);
     move.targetParent->setLastModifiedTime(time);

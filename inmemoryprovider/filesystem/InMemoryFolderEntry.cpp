@@ -20,7 +20,7 @@ void InMemoryFolderEntry::releaseChildren(std::shared_ptr<InMemoryFolderEntry>& 
     Children released;
     {
         const std::lock_guard lock(mutex_);
-        released.swap(children_);
+        released = children_.release();
     }
     for (auto& [path, child] : released) {
         // Nobody can take a new reference to a child that only a dying folder holds.
@@ -39,43 +39,78 @@ bool InMemoryFolderEntry::empty() const {
 
 void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child) {
     const std::lock_guard lock(mutex_);
-    children_.try_emplace(child->path(), std::move(child));
+    const InMemoryEntryPath& path = child->path();
+    children_.tryEmplace(path, std::move(child));
 }
 
 void InMemoryFolderEntry::removeChild(const InMemoryEntryPath& path) {
-    takeChild(path);
+    Children::node_type removed; // outlives the lock
+    const std::lock_guard lock(mutex_);
+    if (const auto child = children_.find(path.view()); child != children_.end()) {
+        removed = children_.extract(child);
+    }
+}
+
+std::optional<InMemoryFolderEntry::Children::const_iterator>
+InMemoryFolderEntry::findChild(const InMemoryEntryPath& path) const noexcept {
+    const auto found = children_.find(path.view());
+    return found == children_.end() ? std::nullopt : std::optional(found);
 }
 
 InMemoryFolderEntry::Children::node_type
-InMemoryFolderEntry::takeChild(const InMemoryEntryPath& path) noexcept {
+InMemoryFolderEntry::takeChild(Children::const_iterator child) noexcept {
     const std::lock_guard lock(mutex_);
-    return children_.extract(path);
+    return children_.extract(child);
 }
 
-void InMemoryFolderEntry::restoreChild(Children::node_type child) noexcept {
-    decltype(children_)::insert_return_type unneeded; // outlives the lock
-    const std::lock_guard lock(mutex_);
-    unneeded = children_.insert(std::move(child));
+InMemoryFolderEntry::Children::node_type
+InMemoryFolderEntry::makeChild(std::shared_ptr<InMemoryEntry> child) {
+    const InMemoryEntryPath& path = child->path();
+    return decltype(children_)::makeNode(path, std::move(child));
 }
 
-std::shared_ptr<InMemoryEntry> InMemoryFolderEntry::doGetEntry(const InMemoryEntryPath& path) const {
+InMemoryFolderEntry::Children::node_type InMemoryFolderEntry::putChild(Children::node_type child) noexcept {
+    const std::lock_guard lock(mutex_);
+    return children_.insert(std::move(child));
+}
+
+void InMemoryFolderEntry::settleReaders() const noexcept {
+    const std::lock_guard lock(mutex_);
+}
+
+std::size_t InMemoryFolderEntry::expectEmptying() noexcept {
+    const std::lock_guard lock(mutex_);
+    children_.dropIndex();
+    return children_.size();
+}
+
+void InMemoryFolderEntry::expectChildren(std::size_t count) noexcept {
+    const std::lock_guard lock(mutex_);
+    children_.expect(count);
+}
+
+std::shared_ptr<InMemoryEntry> InMemoryFolderEntry::getEntry(std::u16string_view path) const {
     const std::lock_guard lock(mutex_);
     const auto found = children_.find(path);
     return found == children_.end() ? nullptr : found->second;
 }
 
 std::shared_ptr<InMemoryFileEntry> InMemoryFolderEntry::getFileEntry(const InMemoryEntryPath& path) const {
-    return std::dynamic_pointer_cast<InMemoryFileEntry>(doGetEntry(path));
+    auto entry = doGetEntry(path);
+    return entry && !entry->isFolder() ? std::static_pointer_cast<InMemoryFileEntry>(std::move(entry))
+                                       : nullptr;
 }
 
 std::shared_ptr<InMemoryFolderEntry>
 InMemoryFolderEntry::getFolderEntry(const InMemoryEntryPath& path) const {
-    return std::dynamic_pointer_cast<InMemoryFolderEntry>(doGetEntry(path));
+    auto entry = doGetEntry(path);
+    return entry && entry->isFolder() ? std::static_pointer_cast<InMemoryFolderEntry>(std::move(entry))
+                                      : nullptr;
 }
 
 bool InMemoryFolderEntry::doChildExist(const InMemoryEntryPath& path) const {
     const std::lock_guard lock(mutex_);
-    return children_.find(path) != children_.end();
+    return children_.find(path.view()) != children_.end();
 }
 
 InMemoryFolderEntry::Children::const_iterator InMemoryFolderEntry::begin() const {
@@ -92,7 +127,7 @@ InMemoryFolderEntry::LightWeightRepresentation InMemoryFolderEntry::getLightWeig
     LightWeightRepresentation snapshot;
     const std::lock_guard lock(mutex_);
     for (const auto& [path, child] : children_) {
-        snapshot.try_emplace(snapshot.end(), path, child->getName(), child->isFolder());
+        snapshot.emplace_hint(snapshot.end(), path, std::pair(path.filename(), child->isFolder()));
     }
     return snapshot;
 }

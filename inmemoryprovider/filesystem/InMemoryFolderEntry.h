@@ -2,11 +2,15 @@
 
 #include "inmemoryprovider/filesystem/InMemoryEntry.h"
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
+#include "inmemoryprovider/filesystem/IndexedPathMap.h"
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace storage::inmemoryprovider {
@@ -17,9 +21,9 @@ namespace storage::inmemoryprovider {
 /// single operations of this class only, and while it is held no other lock is taken, no code of others is
 /// called but the children's lock-free accessors, and nothing is destroyed.
 ///
-/// Thread safety: every operation may be called from any number of threads, except that the iterators of
-/// `begin` and `end` are safe only while the children do not change; holding the file system's mutex ensures
-/// that.
+/// Thread safety: every operation may be called from any number of threads, except that `findChild`, and the
+/// iterators of `begin` and `end`, are safe only while the children do not change; holding the file system's
+/// mutex ensures that.
 class InMemoryFolderEntry : public InMemoryEntry {
 public:
     using Children = std::map<InMemoryEntryPath, std::shared_ptr<InMemoryEntry>>;
@@ -44,15 +48,38 @@ public:
     /// the folder's mutex was released.
     void removeChild(const InMemoryEntryPath& path);
 
-    /// As `removeChild`, but hands the child to the caller, who decides where it dies, or restores it.
-    Children::node_type takeChild(const InMemoryEntryPath& path) noexcept;
+    /// Where the child at `path` is, if there is one. Takes no lock: under the file system's mutex nobody changes
+    /// the children.
+    std::optional<Children::const_iterator> findChild(const InMemoryEntryPath& path) const noexcept;
 
-    /// Puts back what `takeChild` took out, unless its place has been taken. Allocates nothing.
-    void restoreChild(Children::node_type child) noexcept;
+    /// Takes out a child that `findChild` found and hands it to the caller, who decides where it dies, or puts it back.
+    Children::node_type takeChild(Children::const_iterator child) noexcept;
+
+    /// `child` as `putChild` takes it.
+    /// @throws std::bad_alloc
+    static Children::node_type makeChild(std::shared_ptr<InMemoryEntry> child);
+
+    /// Puts what `makeChild` made or `takeChild` took out, here or elsewhere, among the children, or, when its place has been taken, hands it
+    /// back. Never fails.
+    Children::node_type putChild(Children::node_type child) noexcept;
+
+    /// Returns when nobody is in the middle of a look-up here. Who got hold of a child before is then counted among its
+    /// holders, and who comes later knows of all that the caller has done before.
+    void settleReaders() const noexcept;
+
+    /// As `settleReaders`, and prepares the folder for all its children being taken out.
+    /// @return the number of children
+    std::size_t expectEmptying() noexcept;
+
+    /// Prepares the folder for as many children as `count`.
+    void expectChildren(std::size_t count) noexcept;
 
     /// The child at `path`, or an empty pointer.
     std::shared_ptr<InMemoryEntry> getEntry(const InMemoryEntryPath& path) const { return doGetEntry(path); }
-    std::shared_ptr<InMemoryEntry> doGetEntry(const InMemoryEntryPath& path) const;
+    std::shared_ptr<InMemoryEntry> doGetEntry(const InMemoryEntryPath& path) const {
+        return getEntry(path.view());
+    }
+    std::shared_ptr<InMemoryEntry> getEntry(std::u16string_view path) const;
 
     /// The child at `path` if it is a file, else an empty pointer.
     std::shared_ptr<InMemoryFileEntry> getFileEntry(const InMemoryEntryPath& path) const;
@@ -77,7 +104,7 @@ private:
     /// instead, so that their own children can be taken out first.
     void releaseChildren(std::shared_ptr<InMemoryFolderEntry>& doomed) noexcept;
 
-    Children children_;
+    IndexedPathMap<std::shared_ptr<InMemoryEntry>> children_;
     mutable std::mutex mutex_;
     std::shared_ptr<InMemoryFolderEntry> nextDoomed_; ///< set only while the folder is being destroyed
 };

@@ -9,7 +9,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// An ordered map that any number of threads read without ever waiting while one writer changes it.
+/// A map that any number of threads read without ever waiting while one writer changes it.
 ///
 /// Owns two copies of the map. Readers use the published copy; the writer changes the other, publishes it,
 /// waits until the last reader has left the copy published before, and repeats the change there.
@@ -20,13 +20,13 @@ namespace storage::inmemoryprovider {
 /// stream of new readers cannot hold the writer up.
 ///
 /// Between calls both copies are equal. `Value` is default-constructible, its default meaning "absent";
-/// copying it does not throw.
-template <class Key, class Value>
+/// copying it does not throw. `Map` is what a copy is kept in; its nodes are those of the ordered map.
+template <class Key, class Value, class Map = std::map<Key, Value>>
 class LeftRightMap {
-    using Map = std::map<Key, Value>;
+    using OrderedMap = std::map<Key, Value>;
 
 public:
-    /// An element outside the map: everything that its insertion takes, so that it allocates nothing.
+    /// An element outside the map: everything that its insertion cannot do without, so that it never fails.
     class Element {
     public:
         /// What the element holds; an empty value if it is none.
@@ -34,7 +34,7 @@ public:
 
     private:
         friend LeftRightMap;
-        std::array<typename Map::node_type, 2> nodes_;
+        std::array<typename OrderedMap::node_type, 2> nodes_;
     };
 
     LeftRightMap() = default;
@@ -43,19 +43,30 @@ public:
     ~LeftRightMap() = default;
 
     /// The value under `key`, or an empty one. For any thread; never waits.
-    Value find(const Key& key) const noexcept {
-        const Reading reading(*this);
-        return valueIn(copies_[published_.load()], key);
+    template <class LookUpKey>
+    Value find(const LookUpKey& key) const noexcept {
+        return visit(key, [](const Value* found) { return found == nullptr ? Value() : *found; });
     }
 
-    /// As `find`, for the one thread that may write, which need not be counted.
-    Value findAsWriter(const Key& key) const noexcept { return valueIn(copies_[published_.load()], key); }
+    /// What `use` makes of the value under `key`, or of a null pointer. For any thread. A writer waits for `use`.
+    template <class LookUpKey, class Use>
+    auto visit(const LookUpKey& key, const Use& use) const noexcept {
+        const Reading reading(*this);
+        return use(valueIn(copies_[published_.load()], key));
+    }
+
+    /// As `find`, for the one thread that may write, which need not be counted, nor given a copy: the value
+    /// lasts until it changes the map. None is a null pointer.
+    template <class LookUpKey>
+    const Value* findAsWriter(const LookUpKey& key) const noexcept {
+        return valueIn(copies_[published_.load()], key);
+    }
 
     /// Does the allocating part of an insertion. May throw and changes nothing.
     static Element prepare(const Key& key, const Value& value) {
         Element element;
         for (auto& node : element.nodes_) {
-            Map single;
+            OrderedMap single;
             single.emplace(key, value);
             node = single.extract(single.begin());
         }
@@ -70,9 +81,15 @@ public:
 
     /// Takes out the element under `key`, if there is one, and hands it to the caller, who decides where it
     /// dies, or inserts it again. For the writer.
-    Element erase(const Key& key) noexcept {
+    template <class LookUpKey>
+    Element erase(const LookUpKey& key) noexcept {
         Element erased;
-        changeBoth([&](std::size_t copy) { erased.nodes_[copy] = copies_[copy].extract(key); });
+        changeBoth([&](std::size_t copy) {
+            Map& map = copies_[copy];
+            if (const auto found = map.find(key); found != map.end()) {
+                erased.nodes_[copy] = map.extract(found);
+            }
+        });
         return erased;
     }
 
@@ -97,9 +114,10 @@ private:
         std::atomic<std::size_t>& count_;
     };
 
-    static Value valueIn(const Map& map, const Key& key) noexcept {
+    template <class LookUpKey>
+    static const Value* valueIn(const Map& map, const LookUpKey& key) noexcept {
         const auto found = map.find(key);
-        return found == map.end() ? Value() : found->second;
+        return found == map.end() ? nullptr : &found->second;
     }
 
     template <class Change>

@@ -4,27 +4,38 @@
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/ReadOnlyException.h"
 
+#include <chrono>
+#include <utility>
+
 namespace storage::inmemoryprovider {
 
 namespace {
 
-template <class Entry>
-std::shared_ptr<Entry> required(std::shared_ptr<Entry> entry, const InMemoryEntryPath& path) {
-    if (!entry) {
+enum class Kind { File, Folder };
+
+InMemoryFolderEntry::Children::const_iterator requireChild(const InMemoryFolderEntry& parent,
+                                                           const InMemoryEntryPath& path, Kind kind) {
+    const auto child = parent.findChild(path);
+    if (!child || (*child)->second->isFolder() != (kind == Kind::Folder)) {
         throw EntryNotFoundException(path);
     }
-    return entry;
+    return *child;
 }
 
 } // namespace
 
 boost::posix_time::ptime currentTime() {
-    return boost::posix_time::microsec_clock::universal_time();
+    // Boost's own reading of this clock takes the calendar apart and puts it together again, which costs more
+    // than all locks of an operation.
+    static const boost::posix_time::ptime epoch(boost::gregorian::date(1970, 1, 1));
+    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+    return epoch + boost::posix_time::microseconds(
+                       std::chrono::duration_cast<std::chrono::microseconds>(sinceEpoch).count());
 }
 
-std::shared_ptr<InMemoryFileEntry> makeFileEntry(const InMemoryEntryPath& path,
+std::shared_ptr<InMemoryFileEntry> makeFileEntry(InMemoryEntryPath path,
                                                  const boost::posix_time::ptime& time) {
-    return std::make_shared<InMemoryFileEntry>(path, time, newEntriesAreWritable);
+    return std::make_shared<InMemoryFileEntry>(std::move(path), time, newEntriesAreWritable);
 }
 
 std::shared_ptr<InMemoryFolderEntry> makeFolderEntry(const InMemoryEntryPath& path,
@@ -32,14 +43,22 @@ std::shared_ptr<InMemoryFolderEntry> makeFolderEntry(const InMemoryEntryPath& pa
     return std::make_shared<InMemoryFolderEntry>(path, time, newEntriesAreWritable);
 }
 
-std::shared_ptr<InMemoryFileEntry> requireFile(const InMemoryFolderEntry& parent,
-                                               const InMemoryEntryPath& path) {
-    return required(parent.getFileEntry(path), path);
+InMemoryFolderEntry::Children::const_iterator requireFile(const InMemoryFolderEntry& parent,
+                                                          const InMemoryEntryPath& path) {
+    return requireChild(parent, path, Kind::File);
 }
 
-std::shared_ptr<InMemoryFolderEntry> requireFolder(const InMemoryFolderEntry& parent,
-                                                   const InMemoryEntryPath& path) {
-    return required(parent.getFolderEntry(path), path);
+InMemoryFolderEntry::Children::const_iterator requireFolder(const InMemoryFolderEntry& parent,
+                                                            const InMemoryEntryPath& path) {
+    return requireChild(parent, path, Kind::Folder);
+}
+
+InMemoryFileEntry& fileOf(const InMemoryFolderEntry::Children::value_type& child) {
+    return static_cast<InMemoryFileEntry&>(*child.second);
+}
+
+InMemoryFolderEntry& folderOf(const InMemoryFolderEntry::Children::value_type& child) {
+    return static_cast<InMemoryFolderEntry&>(*child.second);
 }
 
 void requireWritable(const InMemoryEntry& entry) {
@@ -49,7 +68,7 @@ void requireWritable(const InMemoryEntry& entry) {
 }
 
 void requireNoChild(const InMemoryFolderEntry& parent, const InMemoryEntryPath& path) {
-    if (parent.doChildExist(path)) {
+    if (parent.findChild(path)) {
         throw EntryExistsException(path);
     }
 }

@@ -20,7 +20,7 @@ inline constexpr bool newEntriesAreWritable = true;
 boost::posix_time::ptime currentTime();
 
 /// An empty, writable file that belongs to no folder yet.
-std::shared_ptr<InMemoryFileEntry> makeFileEntry(const InMemoryEntryPath& path,
+std::shared_ptr<InMemoryFileEntry> makeFileEntry(InMemoryEntryPath path,
                                                  const boost::posix_time::ptime& time);
 
 /// An empty, writable folder that belongs to no folder yet.
@@ -30,15 +30,23 @@ std::shared_ptr<InMemoryFolderEntry> makeFolderEntry(const InMemoryEntryPath& pa
 /// @throws ReadOnlyException  naming the entry, when it is not writable
 void requireWritable(const InMemoryEntry& entry);
 
-/// The file at `path` in `parent`.
-/// @throws EntryNotFoundException  naming `path`, also when a folder is there
-std::shared_ptr<InMemoryFileEntry> requireFile(const InMemoryFolderEntry& parent,
-                                               const InMemoryEntryPath& path);
+// The look-ups below are for holders of the file system's mutex, who keep the children from changing.
 
-/// The folder at `path` in `parent`.
+/// The place among the children of `parent` of the file at `path`.
+/// @throws EntryNotFoundException  naming `path`, also when a folder is there
+InMemoryFolderEntry::Children::const_iterator requireFile(const InMemoryFolderEntry& parent,
+                                                          const InMemoryEntryPath& path);
+
+/// The place among the children of `parent` of the folder at `path`.
 /// @throws EntryNotFoundException  naming `path`, also when a file is there
-std::shared_ptr<InMemoryFolderEntry> requireFolder(const InMemoryFolderEntry& parent,
-                                                   const InMemoryEntryPath& path);
+InMemoryFolderEntry::Children::const_iterator requireFolder(const InMemoryFolderEntry& parent,
+                                                            const InMemoryEntryPath& path);
+
+/// The file that `child` is.
+InMemoryFileEntry& fileOf(const InMemoryFolderEntry::Children::value_type& child);
+
+/// The folder that `child` is.
+InMemoryFolderEntry& folderOf(const InMemoryFolderEntry::Children::value_type& child);
 
 /// @throws EntryExistsException  naming `path`, when `parent` has a child of either kind there
 void requireNoChild(const InMemoryFolderEntry& parent, const InMemoryEntryPath& path);

@@ -29,7 +29,7 @@ TEST(Concurrency, lookingUpAFolderNeverWaitsForAnOperationOfTheTree) {
         const auto root = fileSystem.getFolderEntry(InMemoryEntryPath(u"/"));
         const auto file = root->getFileEntry(path);
         file->setLastModifiedTime(longAgo);
-        std::unique_lock held(guardOf(file->getContent()));
+        std::unique_lock held(static_cast<GuardedContent&>(*file->getContent()).mutex);
         // Stamps the file and then empties it, all of it with the tree locked. Once the stamp shows, the thread is
         // between the two, and cannot go on while the content is held.
         std::thread operation(
@@ -96,6 +96,93 @@ void expectSound(const IProvider& provider, const std::u16string& folder) {
             EXPECT_EQ(static_cast<unsigned long>(std::streamoff(stream->seek(0, std::ios_base::end))),
                       provider.doGetFileAttributes(StorageIRI(path)).getSize());
         }
+    }
+}
+
+/// So many entries come and go that every index of them is made, doubled and halved again and again.
+TEST(Concurrency, entriesThatStayAreFoundWhileManyOthersComeAndGo) {
+    constexpr int rounds = 30;
+    constexpr char16_t some = 10;
+    constexpr char16_t many = 110;
+    const InMemoryProvider provider;
+    const auto at = [](char16_t number) {
+        return StorageIRI(std::u16string(u"/f/") + static_cast<char16_t>(u'0' + number));
+    };
+    const auto below = [&](char16_t number) { return StorageIRI(at(number).getResolvedPath() + u"/below"); };
+    const auto folderAt = [&](char16_t number) {
+        provider.doCreateFolder(at(number));
+        provider.doCreateFile(below(number));
+    };
+    provider.doCreateFolder(StorageIRI(u"/f"));
+    for (char16_t number = 0; number < some; ++number) {
+        folderAt(number);
+    }
+    std::atomic<bool> stop = false;
+    const auto look = [&] {
+        for (char16_t number = 0; !stop; number = static_cast<char16_t>((number + 1) % some)) {
+            EXPECT_TRUE(provider.doFolderExists(at(number)));
+            EXPECT_TRUE(provider.doFileExists(below(number)));
+            EXPECT_NO_THROW(provider.doSetWritable(below(number), true));
+            EXPECT_EQ(provider.doGetFileAttributes(below(number)).getSize(), 0U);
+            EXPECT_FALSE(provider.doExists(at(many)));
+        }
+    };
+    const auto comeAndGo = [&] {
+        for (int round = 0; round < rounds; ++round) {
+            for (char16_t number = some; number < many; ++number) {
+                folderAt(number);
+            }
+            provider.doMoveFolder(at(some), StorageIRI(u"/g"), ReplacementPolicy::RefuseExisting);
+            provider.doMoveFolder(StorageIRI(u"/g"), at(some), ReplacementPolicy::RefuseExisting);
+            for (char16_t number = some; number < many; ++number) {
+                provider.doRemoveFile(below(number));
+                provider.doRemoveFolder(at(number));
+            }
+        }
+        stop = true;
+    };
+    runTogether({look, look, comeAndGo});
+}
+
+/// Has two threads append to files in a folder that a third one moves, and counts on each byte.
+void expectNoFirstWriteLost() {
+    constexpr char16_t many = 60;
+    const InMemoryProvider provider;
+    const auto at = [](const std::u16string& folder, char16_t number) {
+        return StorageIRI(folder + u"/" + static_cast<char16_t>(u'0' + number));
+    };
+    provider.doCreateFolder(StorageIRI(u"/a"));
+    for (char16_t number = 0; number < many; ++number) {
+        provider.doCreateFile(at(u"/a", number));
+    }
+    std::atomic<long> written = 0;
+    const auto append = [&] {
+        for (char16_t number = 0; number < many; ++number) {
+            for (const auto* folder : {u"/a", u"/b"}) {
+                answerOf([&] {
+                    const auto stream = provider.doOpenStream(at(folder, number),
+                                                              {.existence = ByteStreamExistence::MustExist,
+                                                               .append = ByteStreamAppend::AppendAtEnd});
+                    written += stream->write("x", 1);
+                });
+            }
+        }
+    };
+    const auto move = [&] {
+        provider.doMoveFolder(StorageIRI(u"/a"), StorageIRI(u"/b"), ReplacementPolicy::RefuseExisting);
+        provider.doMoveFolder(StorageIRI(u"/b"), StorageIRI(u"/a"), ReplacementPolicy::RefuseExisting);
+    };
+    runTogether({append, append, move});
+    long found = 0;
+    for (char16_t number = 0; number < many; ++number) {
+        found += static_cast<long>(provider.doGetFileAttributes(at(u"/a", number)).getSize());
+    }
+    EXPECT_EQ(found, written);
+}
+
+TEST(Concurrency, firstWritesToManyFilesAreNotLostWhileTheirFolderMoves) {
+    for (int round = 0; round < 100 && !testing::Test::HasFailure(); ++round) {
+        expectNoFirstWriteLost();
     }
 }
 

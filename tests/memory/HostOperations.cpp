@@ -22,7 +22,8 @@ std::vector<Operation> changes() {
             .allocating(Always)
             .leaving(partlyDone),
         operation("createFolderRecursiveOfAFolder", {&Shape::folder},
-                  [](auto& p, auto& s) { p.doCreateFolderRecursive(*s.folder); }),
+                  [](auto& p, auto& s) { p.doCreateFolderRecursive(*s.folder); })
+            .allocating(Never),
         operation("removeFolderRecursively", {&Shape::removableFolder},
                   [](auto& p, auto& s) { p.doRemoveFolderRecursively(*s.removableFolder); })
             .allocating(Always)
@@ -136,17 +137,23 @@ std::vector<Operation> listings() {
 
 std::vector<Operation> queries() {
     return {
-        operation("existsForAFile", {&Shape::file}, [](auto& p, auto& s) { return p.doExists(*s.file); }),
+        operation("existsForAFile", {&Shape::file}, [](auto& p, auto& s) { return p.doExists(*s.file); })
+            .allocating(Never),
         operation("existsForAFolder", {&Shape::folder},
-                  [](auto& p, auto& s) { return p.doExists(*s.folder); }),
+                  [](auto& p, auto& s) { return p.doExists(*s.folder); })
+            .allocating(Never),
         operation("existsForNothing", {&Shape::newBelowNew},
-                  [](auto& p, auto& s) { return p.doExists(*s.newBelowNew); }),
+                  [](auto& p, auto& s) { return p.doExists(*s.newBelowNew); })
+            .allocating(Never),
         operation("existsExtendedForAFile", {&Shape::file},
-                  [](auto& p, auto& s) { return p.doExistsExtended(*s.file); }),
+                  [](auto& p, auto& s) { return p.doExistsExtended(*s.file); })
+            .allocating(Never),
         operation("existsExtendedForAFolder", {&Shape::folder},
-                  [](auto& p, auto& s) { return p.doExistsExtended(*s.folder); }),
+                  [](auto& p, auto& s) { return p.doExistsExtended(*s.folder); })
+            .allocating(Never),
         operation("existsExtendedForNothing", {&Shape::newBelowNew},
-                  [](auto& p, auto& s) { return p.doExistsExtended(*s.newBelowNew); }),
+                  [](auto& p, auto& s) { return p.doExistsExtended(*s.newBelowNew); })
+            .allocating(Never),
         operation("getExtendedAttributesOfAFile", {&Shape::file},
                   [](auto& p, auto& s) { return p.doGetExtendedAttributes(*s.file); }),
         operation("getExtendedAttributesOfAFolder", {&Shape::folder},

@@ -61,7 +61,7 @@ std::vector<Operation> onEveryListing(const std::string& kind, const Opening& op
 std::vector<Operation> listingOperations() {
     const auto step = [](auto& listing, auto&) { listing.step(); };
     std::vector<Operation> all{
-        onListing("listingOfAFolderStep", listOneFolder, step).allocating(ForLongNames),
+        onListing("listingOfAFolderStep", listOneFolder, step).allocating(Never),
         onListing("recursiveListingStep", listRecursively, step).allocating(Never),
     };
     for (const auto& some : {onEveryListing("listingOfAFolder", listOneFolder),

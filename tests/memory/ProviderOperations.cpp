@@ -26,21 +26,28 @@ std::vector<Operation> changes() {
         operation("removeFolder", {&Shape::emptyFolder},
                   [](auto& p, auto& s) { p.doRemoveFolder(*s.emptyFolder); }),
         operation("setLastModifiedOfAFile", {&Shape::file},
-                  [](auto& p, auto& s) { p.doSetLastModified(*s.file, someTime); }),
+                  [](auto& p, auto& s) { p.doSetLastModified(*s.file, someTime); })
+            .allocating(Never),
         operation("setLastModifiedOfAFolder", {&Shape::folder},
-                  [](auto& p, auto& s) { p.doSetLastModified(*s.folder, someTime); }),
+                  [](auto& p, auto& s) { p.doSetLastModified(*s.folder, someTime); })
+            .allocating(Never),
         operation("setLastModifiedOfAReadOnlyFile", {&Shape::readOnlyFile},
-                  [](auto& p, auto& s) { p.doSetLastModified(*s.readOnlyFile, someTime); }),
+                  [](auto& p, auto& s) { p.doSetLastModified(*s.readOnlyFile, someTime); })
+            .allocating(Never),
         operation("setLastModifiedOfTheRoot", {}, [](auto& p, auto&) { p.doSetLastModified(root, someTime); })
             .allocating(Never),
         operation("makeAFileReadOnly", {&Shape::file},
-                  [](auto& p, auto& s) { p.doSetWritable(*s.file, false); }),
+                  [](auto& p, auto& s) { p.doSetWritable(*s.file, false); })
+            .allocating(Never),
         operation("makeAFolderReadOnly", {&Shape::folder},
-                  [](auto& p, auto& s) { p.doSetWritable(*s.folder, false); }),
+                  [](auto& p, auto& s) { p.doSetWritable(*s.folder, false); })
+            .allocating(Never),
         operation("makeAFileWritable", {&Shape::readOnlyFile},
-                  [](auto& p, auto& s) { p.doSetWritable(*s.readOnlyFile, true); }),
+                  [](auto& p, auto& s) { p.doSetWritable(*s.readOnlyFile, true); })
+            .allocating(Never),
         operation("makeAFolderWritable", {&Shape::readOnlyFolder},
-                  [](auto& p, auto& s) { p.doSetWritable(*s.readOnlyFolder, true); }),
+                  [](auto& p, auto& s) { p.doSetWritable(*s.readOnlyFolder, true); })
+            .allocating(Never),
         operation("makeTheRootReadOnly", {}, [](auto& p, auto&) { p.doSetWritable(root, false); })
             .allocating(Never),
     };
@@ -79,19 +86,25 @@ std::vector<Operation> openings() {
 
 std::vector<Operation> queries() {
     return {
-        operation("fileExists", {&Shape::file}, [](auto& p, auto& s) { return p.doFileExists(*s.file); }),
+        operation("fileExists", {&Shape::file}, [](auto& p, auto& s) { return p.doFileExists(*s.file); })
+            .allocating(Never),
         operation("fileExistsForAFolder", {&Shape::folder},
-                  [](auto& p, auto& s) { return p.doFileExists(*s.folder); }),
+                  [](auto& p, auto& s) { return p.doFileExists(*s.folder); })
+            .allocating(Never),
         operation("fileExistsForNothing", {&Shape::newBelowNew},
-                  [](auto& p, auto& s) { return p.doFileExists(*s.newBelowNew); }),
+                  [](auto& p, auto& s) { return p.doFileExists(*s.newBelowNew); })
+            .allocating(Never),
         operation("fileExistsForTheRoot", {}, [](auto& p, auto&) { return p.doFileExists(root); })
             .allocating(Never),
         operation("folderExists", {&Shape::folder},
-                  [](auto& p, auto& s) { return p.doFolderExists(*s.folder); }),
+                  [](auto& p, auto& s) { return p.doFolderExists(*s.folder); })
+            .allocating(Never),
         operation("folderExistsForAFile", {&Shape::file},
-                  [](auto& p, auto& s) { return p.doFolderExists(*s.file); }),
+                  [](auto& p, auto& s) { return p.doFolderExists(*s.file); })
+            .allocating(Never),
         operation("folderExistsForNothing", {&Shape::newBelowNew},
-                  [](auto& p, auto& s) { return p.doFolderExists(*s.newBelowNew); }),
+                  [](auto& p, auto& s) { return p.doFolderExists(*s.newBelowNew); })
+            .allocating(Never),
         operation("folderExistsForTheRoot", {}, [](auto& p, auto&) { return p.doFolderExists(root); })
             .allocating(Never),
         operation("getFileAttributes", {&Shape::file},

@@ -8,7 +8,8 @@ namespace storage::tests {
 
 /// Lets the first allocation of the operation fail, on a tree of its own, then the second, and so on until it succeeds.
 /// After each failure the tree is what the operation guarantees, and the provider goes on working: finishing the
-/// operation gives the same tree and the same answer as on an untouched tree.
+/// operation gives the same tree and the same answer as on an untouched tree. Where the operation did without what the
+/// allocation was for, it gives them at once.
 ///
 /// All expectations fail the running test.
 void sweep(const TreeShape& shape, const Operation& operation, FailingAllocation::Extent extent);

@@ -20,7 +20,8 @@ void TrialTally::countOperationOn(const std::string& tree, const std::string& op
 std::string TrialTally::summary() const {
     return std::to_string(operations_.size()) + " operations on " + std::to_string(trees_.size()) +
            " trees (" + std::to_string(sweeps_) + " sweeps), " + std::to_string(failurePoints_) +
-           " failure points (" + std::to_string(endings_) + " in messages of internal exceptions)";
+           " failure points (" + std::to_string(endings_) + " in messages of internal exceptions, " +
+           std::to_string(survivals_) + " done without)";
 }
 
 } // namespace storage::tests

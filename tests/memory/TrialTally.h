@@ -12,6 +12,7 @@ public:
     static TrialTally& instance();
 
     void countFailurePoints(std::size_t count) { failurePoints_ += count; }
+    void countSurvivals(std::size_t count) { survivals_ += count; }
     void countEndings(std::size_t count) { endings_ += count; }
     void countOperation(const std::string& operation);
     void countOperationOn(const std::string& tree, const std::string& operation);
@@ -26,7 +27,8 @@ private:
     std::set<std::string> trees_;
     std::size_t sweeps_ = 0;
     std::size_t failurePoints_ = 0;
-    std::size_t endings_ = 0; ///< failure points at which the process ends
+    std::size_t survivals_ = 0; ///< failure points at which the operation succeeds all the same
+    std::size_t endings_ = 0;   ///< failure points at which the process ends
 };
 
 } // namespace storage::tests

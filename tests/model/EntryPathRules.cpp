@@ -3,6 +3,8 @@
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
 #include "tests/model/PathRules.h"
 
+#include <functional>
+#include <string_view>
 #include <utility>
 
 namespace storage::inmemoryprovider::tests {
@@ -20,6 +22,36 @@ std::string ruleBrokenByWayUp(InMemoryEntryPath path) {
     return "";
 }
 
+bool isPartOf(std::u16string_view whole, std::u16string_view part) {
+    return part.empty() ||
+           (part.data() >= whole.data() && part.data() + part.size() <= whole.data() + whole.size());
+}
+
+std::string ruleBrokenByViews(const InMemoryEntryPath& path) {
+    if (path.parentView() != path.parentPath().view()) {
+        return "view of the parent";
+    }
+    if (path.filenameView() != path.filename()) {
+        return "view of the name";
+    }
+    if (!isPartOf(path.view(), path.parentView()) || !isPartOf(path.view(), path.filenameView())) {
+        return "views are parts of the path";
+    }
+    return "";
+}
+
+/// For look-ups by text: they order and compare as paths do.
+std::string ruleBrokenByTexts(const InMemoryEntryPath& left, const InMemoryEntryPath& right) {
+    const std::less<InMemoryEntryPath> before;
+    const bool expected = left < right;
+    if (before(left, right) != expected || before(left, right.view()) != expected ||
+        before(left.view(), right) != expected ||
+        InMemoryEntryPath::isBefore(left.view(), right.view()) != expected) {
+        return "order of texts";
+    }
+    return (left == right.view()) == (left == right) ? "" : "equality with a text";
+}
+
 /// `expected` is the text that the path is to have; it need not be one in normal form.
 std::string ruleBrokenByPath(const InMemoryEntryPath& path, const std::u16string& expected) {
     if (path.string() != expected || path.view() != expected) {
@@ -34,7 +66,8 @@ std::string ruleBrokenByPath(const InMemoryEntryPath& path, const std::u16string
     if (path.filename() != nameOf(expected)) {
         return "name";
     }
-    return ruleBrokenByWayUp(path);
+    const std::string broken = ruleBrokenByViews(path);
+    return broken.empty() ? ruleBrokenByWayUp(path) : broken;
 }
 
 } // namespace
@@ -55,9 +88,15 @@ std::string ruleBrokenBy(const std::u16string& leftText, const std::u16string& r
     if (left.isWithin(right) != isSelfOrBelow(left.string(), right.string())) {
         return "within";
     }
+    if (const std::string broken = ruleBrokenByTexts(left, right); !broken.empty()) {
+        return broken;
+    }
     InMemoryEntryPath whole = left;
     if (&whole.append(rightText) != &whole) {
         return "append returns the path itself";
+    }
+    if (!(left.appended(rightText) == whole)) {
+        return "a copy appended to";
     }
     const std::string broken = ruleBrokenByPath(whole, appended(left.string(), rightText));
     return broken.empty() ? "" : "appended: " + broken;

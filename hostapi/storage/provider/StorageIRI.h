@@ -31,9 +31,10 @@ public:
     bool operator==(const StorageIRI&) const = default;
 
 private:
+    // What providers ask of nearly every location stands together, so that it comes from memory in one piece.
     std::u16string resolvedPath_;
-    std::u16string path_;
     bool hasParent_;
+    std::u16string path_;
 };
 
 } // namespace foundation::storage::provider

@@ -2,10 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace storage::inmemoryprovider {
 namespace {
@@ -182,6 +187,90 @@ TEST_F(ContentIOTest, smallAppendsReallocateRarely) {
         reallocations += content.capacity() != capacity ? 1 : 0;
     }
     EXPECT_LT(reallocations, 20);
+}
+
+/// Bytes of which no two neighbouring blocks are equal.
+const std::vector<std::uint8_t>& somePattern() {
+    static const auto pattern = [] {
+        std::vector<std::uint8_t> bytes(10U << 20U);
+        std::uint32_t state = 1;
+        for (auto& byte : bytes) {
+            state = state * 1'664'525U + 1'013'904'223U;
+            byte = static_cast<std::uint8_t>(state >> 24U);
+        }
+        return bytes;
+    }();
+    return pattern;
+}
+
+/// Appends the pattern by blocks until there are `size` bytes, and has a look at each growth.
+void expectKeptWhileGrowing(std::size_t size, std::size_t block) {
+    const auto& pattern = somePattern();
+    std::vector<std::uint8_t> content;
+    unsigned long position = 0;
+    while (content.size() < size) {
+        const auto sizeBefore = content.size();
+        const auto capacityBefore = content.capacity();
+        const auto added = static_cast<long>(std::min(block, size - sizeBefore));
+        const auto* bytes = reinterpret_cast<const char*>(pattern.data() + sizeBefore);
+        ASSERT_EQ(writeContent(content, bytes, added, position, appending), added);
+        ASSERT_EQ(content.size(), sizeBefore + static_cast<std::size_t>(added));
+        ASSERT_EQ(position, content.size());
+        ASSERT_TRUE(content.capacity() == capacityBefore || content.capacity() >= 2 * capacityBefore);
+    }
+    EXPECT_EQ(std::memcmp(content.data(), pattern.data(), size), 0);
+}
+
+constexpr std::size_t mebibyte = 1U << 20U;
+
+TEST(LargeContent, keepsAllBytesWhileItGrowsByBlocks) {
+    for (const std::size_t block : {4'096U, 65'536U, 65'537U, 700'001U}) {
+        SCOPED_TRACE(block);
+        expectKeptWhileGrowing(9 * mebibyte + 5, block);
+    }
+}
+
+/// From here on contents grow generously.
+constexpr std::size_t border = 2 * mebibyte;
+
+TEST(LargeContent, keepsAllBytesOfSizesAroundTheBorder) {
+    for (const std::size_t size : {border - 1, border, border + 1, 2 * border, 2 * border + 1}) {
+        for (const std::size_t block : {std::size_t{1000}, border - 1, border, border + 1, size}) {
+            SCOPED_TRACE(testing::Message() << size << " bytes by " << block);
+            expectKeptWhileGrowing(size, block);
+        }
+    }
+}
+
+TEST(LargeContent, growsRarely) {
+    std::vector<std::uint8_t> content;
+    unsigned long position = 0;
+    const std::string block(65'536, 'x');
+    int growths = 0;
+    while (content.size() < 64 * mebibyte) {
+        const auto capacity = content.capacity();
+        writeContent(content, block.data(), static_cast<long>(block.size()), position, appending);
+        growths += content.capacity() != capacity ? 1 : 0;
+    }
+    EXPECT_LE(growths, 8);
+}
+
+TEST_F(ContentIOTest, aLargeWriteOverTheEndKeepsWhatStandsBeforeIt) {
+    fill("0123456789");
+    position = 8;
+    const std::string large(3 * mebibyte, 'x');
+    write(large, atPosition);
+    EXPECT_EQ(bytes(), "01234567" + large);
+    EXPECT_EQ(position, content.size());
+}
+
+TEST_F(ContentIOTest, aLargeFileThatWasEmptiedGoesOnFromItsBeginning) {
+    write(std::string(2 * mebibyte, 'x'), appending);
+    const auto capacity = content.capacity();
+    content.clear();
+    write("abc", appending);
+    EXPECT_EQ(bytes(), "abc");
+    EXPECT_EQ(content.capacity(), capacity);
 }
 
 TEST_F(ContentIOTest, aSizeNoVectorCanHaveLeavesTheOverwrittenPartAndThePosition) {

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
+#include <string_view>
 #include <vector>
 
 namespace storage::inmemoryprovider {
@@ -38,7 +40,9 @@ INSTANTIATE_TEST_SUITE_P(
 class ParentPathTest : public testing::TestWithParam<Derivation> {};
 
 TEST_P(ParentPathTest, isTheTextBeforeTheLastSeparator) {
-    EXPECT_EQ(Path(GetParam().input).parentPath().string(), GetParam().expected);
+    const Path path(GetParam().input);
+    EXPECT_EQ(path.parentPath().string(), GetParam().expected);
+    EXPECT_EQ(path.parentView(), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, ParentPathTest,
@@ -67,7 +71,9 @@ INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, HasParentTest,
 class FilenameTest : public testing::TestWithParam<Derivation> {};
 
 TEST_P(FilenameTest, isTheLastComponent) {
-    EXPECT_EQ(Path(GetParam().input).filename(), GetParam().expected);
+    const Path path(GetParam().input);
+    EXPECT_EQ(path.filename(), GetParam().expected);
+    EXPECT_EQ(path.filenameView(), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, FilenameTest,
@@ -86,6 +92,8 @@ class AppendTest : public testing::TestWithParam<Appending> {};
 
 TEST_P(AppendTest, joinsWithOneSeparatorAndLeavesTheWholeAsItIs) {
     Path path(GetParam().base);
+    EXPECT_EQ(path.appended(GetParam().name).string(), GetParam().expected);
+    EXPECT_EQ(path, Path(GetParam().base));
     Path& result = path.append(GetParam().name);
     EXPECT_EQ(&result, &path);
     EXPECT_EQ(path.string(), GetParam().expected);
@@ -105,6 +113,29 @@ TEST(InMemoryEntryPath, ordersByUnsignedCodeUnits) {
         Path(u""),     Path(u"/"),   Path(u"/A"), Path(u"/a"),          Path(u"/a-b"),
         Path(u"/a/b"), Path(u"/a0"), Path(u"/b"), Path(u"/\U0001F600"), Path(u"/\xFFFF")};
     EXPECT_EQ(paths, expected);
+}
+
+TEST(InMemoryEntryPath, isFoundInAMapByItsText) {
+    const std::map<Path, int> map{{Path(u""), 0}, {Path(u"/"), 1}, {Path(u"/a"), 2}, {Path(u"/a/b"), 3}};
+    for (const auto& [path, value] : map) {
+        EXPECT_EQ(map.find(path.view())->second, value);
+        EXPECT_EQ(path, path.view());
+    }
+    EXPECT_EQ(map.find(std::u16string_view())->second, 0);
+    for (const auto* absent : {u"/a/", u"//a", u"a", u"/b", u"/a/bb"}) {
+        EXPECT_EQ(map.find(std::u16string_view(absent)), map.end()) << "a text is not normalised";
+    }
+}
+
+TEST(InMemoryEntryPath, viewsOfAnAppendedPathFollowItsText) {
+    Path path(u"/");
+    path.append(u"b");
+    EXPECT_EQ(path.parentView(), u"/");
+    EXPECT_EQ(path.filenameView(), u"b");
+    path.append(u"");
+    EXPECT_EQ(path.string(), u"//b/");
+    EXPECT_EQ(path.parentView(), u"/b");
+    EXPECT_EQ(path.filenameView(), u"");
 }
 
 TEST(InMemoryEntryPath, isNotLessThanItself) {

@@ -1,10 +1,15 @@
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
 
+#include "tests/support/RunTogether.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace storage::inmemoryprovider {
 namespace {
@@ -30,6 +35,86 @@ TEST_F(InMemoryFileEntryTest, beginsEmptyWithContentOfItsOwn) {
     ASSERT_NE(file.getContent(), nullptr);
     EXPECT_TRUE(file.getContent()->empty());
     EXPECT_EQ(file.getFileSize(), 0U);
+}
+
+TEST_F(InMemoryFileEntryTest, isAnEmptyFileBeforeItHasContent) {
+    EXPECT_FALSE(file.hasContent());
+    EXPECT_EQ(file.getFileSize(), 0U);
+    char buffer = 'x';
+    EXPECT_EQ(file.read(&buffer, 1, position), -1);
+    EXPECT_EQ(file.read(&buffer, 0, position), -1);
+    EXPECT_EQ(file.read(&buffer, -1, position), -1);
+    EXPECT_EQ(buffer, 'x');
+    EXPECT_EQ(file.seek(0, std::ios_base::end, position), std::streampos(0));
+    EXPECT_EQ(file.seek(1, std::ios_base::beg, position), std::streampos(-1));
+    EXPECT_EQ(file.seek(-1, std::ios_base::cur, position), std::streampos(-1));
+    file.truncate();
+    EXPECT_EQ(position, 0U);
+    EXPECT_FALSE(file.hasContent()) << "none of these needs any";
+}
+
+TEST_F(InMemoryFileEntryTest, leavesAPositionBehindTheEndWhereItIsBeforeItHasContent) {
+    position = 7;
+    char buffer = 0;
+    EXPECT_EQ(file.read(&buffer, 1, position), -1);
+    EXPECT_EQ(file.seek(0, std::ios_base::cur, position), std::streampos(-1));
+    EXPECT_EQ(position, 7U);
+    EXPECT_EQ(file.seek(-7, std::ios_base::cur, position), std::streampos(0));
+}
+
+TEST_F(InMemoryFileEntryTest, keepsTheContentThatWasAskedForFirst) {
+    const auto content = file.getContent();
+    ASSERT_NE(content, nullptr);
+    EXPECT_TRUE(file.hasContent());
+    file.write("abc", 3, position, ByteStreamAppend::WriteAtPosition);
+    file.truncate();
+    file.write("d", 1, position, ByteStreamAppend::AppendAtEnd);
+    EXPECT_EQ(file.getContent(), content);
+    EXPECT_EQ(bytes(file), "d");
+}
+
+TEST_F(InMemoryFileEntryTest, keepsTheContentThatWasMadeByTheFirstWrite) {
+    file.write("abc", 3, position, ByteStreamAppend::WriteAtPosition);
+    EXPECT_TRUE(file.hasContent());
+    EXPECT_EQ(bytes(file), "abc");
+    EXPECT_EQ(file.getContent(), file.getContent());
+}
+
+TEST_F(InMemoryFileEntryTest, hasContentFromTheBeginningWhenItIsGivenSome) {
+    const InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent());
+    EXPECT_TRUE(other.hasContent());
+}
+
+TEST_F(InMemoryFileEntryTest, givesTheSameContentToAllWhoAskForItAtOnce) {
+    for (int round = 0; round < 500; ++round) {
+        InMemoryFileEntry asked(path(), someTime, true);
+        std::array<std::shared_ptr<std::vector<std::uint8_t>>, 2> contents;
+        tests::runTogether(
+            {[&] { contents[0] = asked.getContent(); }, [&] { contents[1] = asked.getContent(); }});
+        ASSERT_NE(contents[0], nullptr);
+        ASSERT_EQ(contents[0], contents[1]);
+        ASSERT_EQ(asked.getContent(), contents[0]);
+    }
+}
+
+TEST_F(InMemoryFileEntryTest, losesNoByteOfTwoFirstWritesAtOnce) {
+    for (int round = 0; round < 500; ++round) {
+        InMemoryFileEntry written(path(), someTime, true);
+        std::uint64_t seen = 0;
+        const auto append = [&] {
+            unsigned long own = 0;
+            written.write("x", 1, own, ByteStreamAppend::AppendAtEnd);
+        };
+        const auto look = [&] {
+            char buffer = 0;
+            unsigned long own = 0;
+            seen = written.getFileSize();
+            const long count = written.read(&buffer, 1, own);
+            EXPECT_TRUE(count == 1 ? buffer == 'x' : seen == 0 && count == -1);
+        };
+        tests::runTogether({append, append, look});
+        ASSERT_EQ(bytes(written), "xx");
+    }
 }
 
 TEST_F(InMemoryFileEntryTest, sharesTheContentItIsGiven) {

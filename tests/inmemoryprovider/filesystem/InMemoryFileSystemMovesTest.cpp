@@ -9,6 +9,8 @@
 namespace storage::inmemoryprovider {
 namespace {
 
+using foundation::storage::provider::ByteStream;
+using foundation::storage::provider::ByteStreamAppend;
 using foundation::storage::provider::ReplacementPolicy;
 
 constexpr auto refuse = ReplacementPolicy::RefuseExisting;
@@ -16,6 +18,7 @@ constexpr auto replace = ReplacementPolicy::ReplaceExisting;
 constexpr auto refuseFile = ReplacementPolicy::RefuseExistingFile;
 constexpr auto unnamed = static_cast<ReplacementPolicy>(5);
 constexpr auto negative = static_cast<ReplacementPolicy>(-1);
+constexpr auto append = ByteStreamAppend::AppendAtEnd;
 
 class MovesFixture : public FileSystemFixture {
 protected:
@@ -51,6 +54,55 @@ TEST_F(MoveFileTest, takesTheBytesAlongAndStampsFileAndFolders) {
     EXPECT_EQ(timeOf(u"/b"), timeOf(u"/b/g"));
     EXPECT_EQ(timeOf(u"/"), longAgo);
     EXPECT_EQ(oldNode->getLastModifiedTime(), longAgo);
+}
+
+TEST_F(MoveFileTest, ofAFileNeverWrittenToMakesOneThatIsEmptyAndCanBeWrittenTo) {
+    addFile(u"/f");
+    movingFile(u"/f", u"/g", refuse)();
+    EXPECT_FALSE(file(u"/g")->hasContent());
+    EXPECT_EQ(file(u"/g")->getFileSize(), 0U);
+    fileSystem.checkOutFileEntry(path(u"/g"), {})->write("abc", 3);
+    EXPECT_EQ(bytesOf(u"/g"), "abc");
+}
+
+/// Bytes that are written through the old node after the move are bytes of the new one, and the other way round.
+TEST_F(MoveFileTest, ofAFileNeverWrittenToSharesTheBytesWithAnOpenStream) {
+    addFile(u"/f");
+    const auto stream = fileSystem.checkOutFileEntry(path(u"/f"), {});
+    movingFile(u"/f", u"/g", refuse)();
+    EXPECT_EQ(stream->write("abc", 3), 3);
+    EXPECT_EQ(bytesOf(u"/g"), "abc");
+    unsigned long position = 0;
+    file(u"/g")->write("defg", 4, position, append);
+    std::string read(8, '.');
+    EXPECT_EQ(stream->read(read.data(), 8), 4);
+    EXPECT_EQ(read, "defg....");
+}
+
+TEST_F(MoveFileTest, ofAFileNeverWrittenToSharesTheBytesWithAStreamThatOnlyReads) {
+    addFile(u"/f");
+    const auto stream = static_cast<const InMemoryFileSystem&>(fileSystem).checkOutFileEntry(path(u"/f"));
+    movingFile(u"/f", u"/g", refuse)();
+    fileSystem.checkOutFileEntry(path(u"/g"), {})->write("abc", 3);
+    std::string read(4, '.');
+    EXPECT_EQ(stream->read(read.data(), 4), 3);
+    EXPECT_EQ(read, "abc.");
+}
+
+TEST_F(MoveFileTest, sharesTheBytesWithAStreamAlsoAfterSeveralMoves) {
+    addFile(u"/f");
+    const auto stream = fileSystem.checkOutFileEntry(path(u"/f"), {});
+    movingFile(u"/f", u"/g", refuse)();
+    movingFile(u"/g", u"/h", refuse)();
+    stream->write("abc", 3);
+    EXPECT_EQ(bytesOf(u"/h"), "abc");
+}
+
+TEST_F(MoveFileTest, ofAFileWhoseStreamWasClosedKeepsWhatTheStreamWrote) {
+    addFile(u"/f");
+    fileSystem.checkOutFileEntry(path(u"/f"), {})->write("abc", 3);
+    movingFile(u"/f", u"/g", refuse)();
+    EXPECT_EQ(bytesOf(u"/g"), "abc");
 }
 
 TEST_F(MoveFileTest, withinOneFolderStampsIt) {
@@ -216,6 +268,53 @@ TEST_F(MoveFolderTest, movesEverythingBelowAndStampsItAlike) {
     EXPECT_GT(stamp, longAgo);
     for (const auto* entry : {u"/", u"/b", u"/b/c/f", u"/b/c/e", u"/b/c/s", u"/b/c/s/g"}) {
         EXPECT_EQ(timeOf(entry), stamp);
+    }
+}
+
+TEST_F(MoveFolderTest, movesManyFilesWithTheirBytesAndStreams) {
+    constexpr int count = 100;
+    addFolder(u"/a");
+    std::vector<std::unique_ptr<ByteStream>> streams;
+    const auto nameOf = [](int number) { return std::u16string(1, static_cast<char16_t>(u'0' + number)); };
+    for (int number = 0; number < count; ++number) {
+        if (number % 2 == 0) {
+            addFile(u"/a/" + nameOf(number));
+        } else {
+            addFile(u"/a/" + nameOf(number), std::to_string(number));
+        }
+        if (number % 3 == 0) {
+            streams.push_back(
+                fileSystem.checkOutFileEntry(path(u"/a/" + nameOf(number)), {.append = append}));
+        }
+    }
+    movingFolder(u"/a", u"/b", refuse)();
+    for (const auto& stream : streams) {
+        stream->write("!", 1);
+    }
+    EXPECT_FALSE(isFolder(u"/a"));
+    for (int number = 0; number < count; ++number) {
+        ASSERT_TRUE(exists(u"/b/" + nameOf(number)));
+        EXPECT_EQ(bytesOf(u"/b/" + nameOf(number)),
+                  (number % 2 == 0 ? "" : std::to_string(number)) + (number % 3 == 0 ? "!" : ""));
+        fileSystem.removeFileEntry(path(u"/b/" + nameOf(number)));
+    }
+    fileSystem.removeFolderEntry(path(u"/b"));
+}
+
+TEST_F(MoveFolderTest, movesManyFoldersAndFindsEachByItsNewPathOnly) {
+    constexpr char16_t count = 120;
+    addFolder(u"/a");
+    for (char16_t number = 0; number < count; ++number) {
+        const std::u16string name(1, static_cast<char16_t>(u'0' + number));
+        addFolder(u"/a/" + name);
+        addFile(u"/a/" + name + u"/f", "abc");
+    }
+    movingFolder(u"/a", u"/b", refuse)();
+    for (char16_t number = 0; number < count; ++number) {
+        const std::u16string name(1, static_cast<char16_t>(u'0' + number));
+        EXPECT_FALSE(isFolder(u"/a/" + name));
+        EXPECT_TRUE(isFolder(u"/b/" + name));
+        EXPECT_EQ(bytesOf(u"/b/" + name + u"/f"), "abc");
     }
 }
 

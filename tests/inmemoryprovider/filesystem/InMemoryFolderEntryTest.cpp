@@ -54,26 +54,26 @@ TEST_F(InMemoryFolderEntryTest, handsATakenChildToTheCaller) {
     folder.addChild(makeFile(u"/f/a"));
     const std::weak_ptr<InMemoryEntry> observer = folder.getEntry(path(u"/f/a"));
     {
-        const auto taken = folder.takeChild(path(u"/f/a"));
+        const auto taken = folder.takeChild(folder.findChild(path(u"/f/a")).value());
         EXPECT_EQ(taken.mapped(), observer.lock());
         EXPECT_TRUE(folder.empty());
     }
     EXPECT_TRUE(observer.expired());
-    EXPECT_TRUE(folder.takeChild(path(u"/f/a")).empty());
+    EXPECT_FALSE(folder.findChild(path(u"/f/a")));
 }
 
 TEST_F(InMemoryFolderEntryTest, restoresATakenChildUnlessItsPlaceIsTaken) {
     const auto first = makeFile(u"/f/a");
     const auto second = makeFile(u"/f/a");
     folder.addChild(first);
-    folder.restoreChild(folder.takeChild(path(u"/f/a")));
+    folder.putChild(folder.takeChild(folder.findChild(path(u"/f/a")).value()));
     EXPECT_EQ(folder.getEntry(path(u"/f/a")), first);
 
-    auto taken = folder.takeChild(path(u"/f/a"));
+    auto taken = folder.takeChild(folder.findChild(path(u"/f/a")).value());
     folder.addChild(second);
-    folder.restoreChild(std::move(taken));
+    folder.putChild(std::move(taken));
     EXPECT_EQ(folder.getEntry(path(u"/f/a")), second);
-    folder.restoreChild(folder.takeChild(path(u"/f/b")));
+    folder.putChild(InMemoryFolderEntry::Children::node_type());
     EXPECT_EQ(std::distance(folder.begin(), folder.end()), 1);
 }
 

@@ -32,8 +32,8 @@ TEST(LeftRightMap, findsWhatWasInsertedFromBothCopies) {
     EXPECT_EQ(map.find(1), one);
     insert(map, 2, two);
     EXPECT_EQ(map.find(1), one);
-    EXPECT_EQ(map.findAsWriter(1), one);
-    EXPECT_EQ(map.findAsWriter(2), two);
+    EXPECT_EQ(*map.findAsWriter(1), one);
+    EXPECT_EQ(*map.findAsWriter(2), two);
 }
 
 TEST(LeftRightMap, keepsTheValueThatWasThereFirst) {
@@ -73,7 +73,7 @@ TEST(LeftRightMap, anErasedElementCanBeInsertedAgain) {
     insert(map, 1, value);
     map.insert(map.erase(1));
     EXPECT_EQ(map.find(1), value);
-    EXPECT_EQ(map.findAsWriter(1), value);
+    EXPECT_EQ(*map.findAsWriter(1), value);
 }
 
 TEST(LeftRightMap, insertingAnElementThatIsNoneChangesNothing) {

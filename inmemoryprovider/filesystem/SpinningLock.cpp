@@ -1,0 +1,31 @@
+#include "inmemoryprovider/filesystem/SpinningLock.h"
+
+namespace storage::inmemoryprovider {
+
+namespace {
+
+/// Some microseconds in all: several operations long, and about as long as going to sleep takes.
+constexpr int attempts = 100;
+
+/// Tells the processor that this thread waits for another.
+void relax() noexcept {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_ia32_pause();
+#elif defined(__aarch64__)
+    asm volatile("isb");
+#endif
+}
+
+} // namespace
+
+SpinningLock::SpinningLock(std::mutex& mutex) : mutex_(mutex) {
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        if (mutex_.try_lock()) {
+            return;
+        }
+        relax();
+    }
+    mutex_.lock();
+}
+
+} // namespace storage::inmemoryprovider

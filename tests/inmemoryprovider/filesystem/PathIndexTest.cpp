@@ -1,0 +1,222 @@
+#include "inmemoryprovider/filesystem/PathIndex.h"
+
+#include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace storage::inmemoryprovider {
+namespace {
+
+using Map = std::map<InMemoryEntryPath, int>;
+using Index = PathIndex<Map::iterator>;
+
+constexpr std::size_t smallestTable = 32;
+
+std::u16string nameOf(std::size_t number) {
+    std::u16string name = u"/a folder/";
+    for (const char digit : std::to_string(number)) {
+        name += static_cast<char16_t>(digit);
+    }
+    return name;
+}
+
+/// A map and the index of all its elements.
+class PathIndexTest : public testing::Test {
+protected:
+    PathIndexTest() { index.build(map.begin(), map.end(), map.size()); }
+
+    void add(const std::u16string& name) {
+        const auto [position, added] = map.try_emplace(InMemoryEntryPath(name), 0);
+        ASSERT_TRUE(added);
+        index.insert(position);
+    }
+
+    void remove(const std::u16string& name) {
+        const auto position = map.find(name);
+        ASSERT_NE(position, map.end());
+        index.erase(position);
+        map.erase(position);
+    }
+
+    /// Whether the index finds just what the map finds.
+    testing::AssertionResult findsOf(const std::vector<std::u16string>& names) const {
+        for (const auto& name : names) {
+            const auto inMap = map.find(name);
+            const auto inIndex = index.find(name);
+            if (inMap == map.end() ? inIndex != Map::iterator() : Map::const_iterator(inIndex) != inMap) {
+                return testing::AssertionFailure() << testing::PrintToString(name)
+                                                   << (inMap == map.end() ? " is found" : " is not found");
+            }
+        }
+        if (index.size() != map.size()) {
+            return testing::AssertionFailure() << "holds " << index.size() << " of " << map.size();
+        }
+        return testing::AssertionSuccess();
+    }
+
+    Map map;
+    Index index;
+};
+
+std::vector<std::u16string> namesUpTo(std::size_t count) {
+    std::vector<std::u16string> names;
+    for (std::size_t number = 0; number < count; ++number) {
+        names.push_back(nameOf(number));
+    }
+    return names;
+}
+
+/// Names whose places in the smallest table are the last two of it: together they make one run over its end.
+std::vector<std::u16string> namesOfLastHomes(std::size_t count) {
+    std::vector<std::u16string> names;
+    for (std::size_t number = 0; names.size() < count; ++number) {
+        const auto name = nameOf(number);
+        if (hashOf(name) % smallestTable >= smallestTable - 2) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+TEST_F(PathIndexTest, isNoneUntilBuiltAndAfterAReset) {
+    EXPECT_FALSE(Index());
+    EXPECT_TRUE(index);
+    add(u"/a");
+    index.reset();
+    EXPECT_FALSE(index);
+    EXPECT_EQ(index.size(), 0U);
+}
+
+TEST_F(PathIndexTest, findsNothingWhenEmpty) {
+    EXPECT_EQ(index.find(u"/a"), Map::iterator());
+    EXPECT_EQ(index.find({}), Map::iterator());
+}
+
+TEST_F(PathIndexTest, tellsAPathFromItsBeginnings) {
+    const std::vector<std::u16string> names{u"", u"/", u"a", u"/a", u"/aa", u"/aa/a", u"/aa//a"};
+    for (const auto& name : names) {
+        EXPECT_TRUE(findsOf(names));
+        add(name);
+    }
+    EXPECT_TRUE(findsOf(names));
+}
+
+TEST_F(PathIndexTest, findsTheRestOfARunOverTheEndOfTheTableWhicheverIsErased) {
+    const auto names = namesOfLastHomes(12);
+    std::mt19937 random(1);
+    for (int round = 0; round < 200; ++round) {
+        auto order = names;
+        std::shuffle(order.begin(), order.end(), random);
+        for (const auto& name : order) {
+            add(name);
+            ASSERT_TRUE(findsOf(names)) << "round " << round;
+        }
+        std::shuffle(order.begin(), order.end(), random);
+        for (const auto& name : order) {
+            remove(name);
+            ASSERT_TRUE(findsOf(names)) << "round " << round;
+        }
+    }
+}
+
+TEST_F(PathIndexTest, leavesStrangersAroundTheEndOfTheTableAlone) {
+    auto names = namesOfLastHomes(6);
+    for (std::size_t number = 1'000'000; names.size() < 24; ++number) {
+        names.push_back(nameOf(number)); // of any homes, also the first ones of the table
+    }
+    std::mt19937 random(2);
+    for (int step = 0; step < 20'000; ++step) {
+        const auto& name = names[random() % names.size()];
+        map.find(name) == map.end() ? add(name) : remove(name);
+        ASSERT_TRUE(findsOf(names)) << "step " << step;
+    }
+}
+
+TEST_F(PathIndexTest, agreesWithTheMapOnManyRandomSets) {
+    std::mt19937 random(3);
+    for (int set = 0; set < 300; ++set) {
+        std::vector<std::u16string> names;
+        const std::size_t count = 1 + random() % 120;
+        for (std::size_t i = 0; i < count; ++i) {
+            names.push_back(nameOf(1000 * static_cast<std::size_t>(set) + i));
+        }
+        for (std::size_t step = 0; step < 4 * count; ++step) {
+            const auto& name = names[random() % count];
+            map.find(name) == map.end() ? add(name) : remove(name);
+        }
+        ASSERT_TRUE(findsOf(names)) << "set " << set;
+        while (!map.empty()) {
+            remove(map.begin()->first.string());
+        }
+        ASSERT_TRUE(findsOf(names)) << "set " << set;
+    }
+}
+
+bool isPowerOfTwo(std::size_t size) {
+    return (size & (size - 1)) == 0;
+}
+
+/// Tables are doubled and halved when some power of two, or three quarters of one, is in use.
+bool isNearAResizing(std::size_t size) {
+    for (const std::size_t near : {size - 1, size, size + 1}) {
+        if (isPowerOfTwo(near) || (near % 3 == 0 && isPowerOfTwo(near / 3))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST_F(PathIndexTest, keepsAllWhileItGrowsAndShrinks) {
+    const auto names = namesUpTo(1600);
+    const auto expectSound = [&] {
+        if (isNearAResizing(map.size())) {
+            ASSERT_TRUE(findsOf(names)) << map.size();
+        }
+    };
+    for (const auto& name : names) {
+        add(name);
+        expectSound();
+    }
+    for (const auto& name : names) {
+        remove(name);
+        expectSound();
+    }
+    EXPECT_TRUE(index);
+}
+
+TEST(PathIndex, isBuiltOfAnyNumberOfElementsAndGrowsFromThere) {
+    for (const std::size_t count : {0U, 1U, 16U, 23U, 24U, 25U, 47U, 48U, 49U, 95U, 96U, 97U, 1000U}) {
+        Map map;
+        for (const auto& name : namesUpTo(count)) {
+            map.try_emplace(InMemoryEntryPath(name), 0);
+        }
+        Index index;
+        index.build(map.begin(), map.end(), map.size());
+        ASSERT_TRUE(index);
+        index.insert(map.try_emplace(InMemoryEntryPath(u"/one more"), 0).first);
+        EXPECT_EQ(index.size(), count + 1);
+        for (auto position = map.begin(); position != map.end(); ++position) {
+            EXPECT_EQ(index.find(position->first.view()), position) << count;
+        }
+        EXPECT_EQ(index.find(u"/none"), Map::iterator()) << count;
+    }
+}
+
+TEST_F(PathIndexTest, canBeBuiltAnewOverAnOldOne) {
+    add(u"/old");
+    map.clear();
+    map.try_emplace(InMemoryEntryPath(u"/new"), 0);
+    index.build(map.begin(), map.end(), map.size());
+    EXPECT_TRUE(findsOf({u"/old", u"/new"}));
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider

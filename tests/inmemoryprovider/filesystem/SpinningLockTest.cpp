@@ -1,0 +1,93 @@
+#include "inmemoryprovider/filesystem/SpinningLock.h"
+
+#include "tests/support/RunTogether.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+#include <thread>
+
+namespace storage::inmemoryprovider {
+namespace {
+
+/// Whether another thread could lock `mutex`.
+bool isFree(std::mutex& mutex) {
+    bool free = false;
+    std::thread([&] {
+        const std::unique_lock lock(mutex, std::try_to_lock);
+        free = lock.owns_lock();
+    }).join();
+    return free;
+}
+
+/// Has two threads count together, `steps` at a time.
+long countTogether(int times, int steps) {
+    std::mutex mutex;
+    volatile long count = 0;
+    const auto countOften = [&] {
+        for (int time = 0; time < times; ++time) {
+            const SpinningLock lock(mutex);
+            for (int step = 0; step < steps; ++step) {
+                count = count + 1;
+            }
+        }
+    };
+    tests::runTogether({countOften, countOften});
+    return count;
+}
+
+TEST(SpinningLock, holdsTheMutexAsLongAsItLives) {
+    std::mutex mutex;
+    {
+        const SpinningLock lock(mutex);
+        EXPECT_FALSE(isFree(mutex));
+    }
+    EXPECT_TRUE(isFree(mutex));
+}
+
+TEST(SpinningLock, letsOneThreadInAtATime) {
+    EXPECT_EQ(countTogether(200'000, 1), 400'000);
+}
+
+/// Far longer than anybody asks before going to sleep.
+TEST(SpinningLock, letsOneThreadInAtATimeAlsoWhenItIsHeldLong) {
+    EXPECT_EQ(countTogether(50, 500'000), 50'000'000);
+}
+
+TEST(SpinningLock, waitsUntilTheMutexIsReleased) {
+    std::mutex mutex;
+    std::atomic<bool> asking = false;
+    std::atomic<bool> released = false;
+    std::thread other;
+    {
+        const SpinningLock lock(mutex);
+        other = std::thread([&] {
+            asking = true;
+            asking.notify_all();
+            const SpinningLock own(mutex);
+            EXPECT_TRUE(released);
+        });
+        asking.wait(false);
+        for (int i = 0; i < 1000; ++i) {
+            std::this_thread::yield(); // gives the other one the time to go too far
+        }
+        released = true;
+    }
+    other.join();
+    EXPECT_TRUE(isFree(mutex));
+}
+
+TEST(SpinningLock, releasesTheMutexWhenAnExceptionLeaves) {
+    std::mutex mutex;
+    EXPECT_THROW(
+        {
+            const SpinningLock lock(mutex);
+            throw 1;
+        },
+        int);
+    EXPECT_TRUE(isFree(mutex));
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider
