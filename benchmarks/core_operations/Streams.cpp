@@ -1,0 +1,102 @@
+#include "benchmarks/core_operations/Files.h"
+#include "benchmarks/core_operations/Operations.h"
+#include "tests/trials/Fault.h"
+
+#include <array>
+#include <iterator>
+#include <memory>
+
+namespace storage::benchmarks {
+
+using foundation::storage::provider::ByteStream;
+using foundation::storage::provider::ByteStreamAppend;
+using foundation::storage::provider::ByteStreamExistence;
+using foundation::storage::provider::ByteStreamOpenOptions;
+using trials::requireThat;
+
+namespace {
+
+constexpr unsigned fileCount = 1000;
+constexpr ByteStreamOpenOptions existing{.existence = ByteStreamExistence::MustExist};
+
+using Block = std::array<char, 4096>;
+
+constexpr Block blockOf(char content) {
+    Block block{};
+    block.fill(content);
+    return block;
+}
+
+/// Files of one block each.
+Scattered createFilled(const IProvider& storage, const Block& content) {
+    createFolder(storage, u"/files");
+    Scattered files = scatteredFiles(u"/files", fileCount);
+    for (const auto& file : files) {
+        storage.doOpenStream(file, {})->write(content.data(), std::ssize(content));
+    }
+    return files;
+}
+
+} // namespace
+
+Measurement readFile(const IProvider& storage) {
+    constexpr char content = 7;
+    const Scattered files = createFilled(storage, blockOf(content));
+    const auto sum = std::make_shared<long>(0);
+    return {fileCount,
+            [&storage, files, sum] {
+                Block block;
+                for (const auto& file : files) {
+                    block.back() = 0;
+                    *sum += storage.doOpenReadOnlyStream(file)->read(block.data(), std::ssize(block));
+                    *sum += block.back();
+                }
+            },
+            [sum] {
+                const long expected = fileCount * (std::ssize(Block()) + content);
+                requireThat(*sum == expected, "bytes read and last bytes sum up to ", *sum, ", not ",
+                            expected);
+            }};
+}
+
+Measurement overwriteFile(const IProvider& storage) {
+    const Scattered files = createFilled(storage, blockOf('a'));
+    return {
+        fileCount,
+        [&storage, files] {
+            const Block block = blockOf('b');
+            for (const auto& file : files) {
+                storage.doOpenStream(file, existing)->write(block.data(), std::ssize(block));
+            }
+        },
+        [&storage, files] {
+            Block block;
+            for (const auto& file : files) {
+                const auto size = storage.doOpenReadOnlyStream(file)->read(block.data(), std::ssize(block));
+                requireThat(size == std::ssize(block) && block == blockOf('b'), "a file was not overwritten");
+            }
+        }};
+}
+
+// The file grows from nothing to 6.4 MB, in leaps; what the leaps cost is in the figure.
+Measurement appendToFile(const IProvider& storage) {
+    constexpr unsigned appends = 100'000;
+    constexpr long recordSize = 64;
+    const StorageIRI file(u"/log");
+    storage.doCreateFile(file);
+    const std::shared_ptr<ByteStream> log =
+        storage.doOpenStream(file, {.append = ByteStreamAppend::AppendAtEnd});
+    return {appends,
+            [log] {
+                const Block block = blockOf('b');
+                for (unsigned turn = 0; turn < appends; ++turn) {
+                    log->write(block.data(), recordSize);
+                }
+            },
+            [&storage, file] {
+                const auto size = storage.doGetFileAttributes(file).getSize();
+                requireThat(size == appends * recordSize, "the file has ", size, " bytes");
+            }};
+}
+
+} // namespace storage::benchmarks

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "benchmarks/report/Better.h"
+#include "benchmarks/report/Rivals.h"
+
+#include <string>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// What the rows of one kind have in common. A value.
+struct RowKind {
+    std::string id; ///< as in `RowId`
+    std::string unit;
+    Better better;
+    int decimals;
+    Rivals rivals;
+};
+
+/// Every kind, in the order of the table.
+const std::vector<RowKind>& rowKinds();
+
+} // namespace storage::benchmark

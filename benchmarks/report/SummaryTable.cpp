@@ -1,0 +1,64 @@
+#include "benchmarks/report/SummaryTable.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace storage::benchmark {
+
+namespace {
+
+std::string cellText(const SummaryRow& row, const StoreKind& store) {
+    const auto cell = row.cells.find(store.id);
+    if (cell == row.cells.end()) {
+        return "-";
+    }
+    return fmt::format("{}{:.{}f}", cell->second.undisturbed == 0 ? "~" : "", cell->second.median,
+                       row.kind.decimals);
+}
+
+std::string ratioText(const SummaryRow& row, const std::vector<StoreKind>& stores) {
+    if (!row.ratio) {
+        return "-";
+    }
+    const auto rival = std::find_if(stores.begin(), stores.end(),
+                                    [&](const StoreKind& store) { return store.id == row.rival; });
+    const std::string text = fmt::format("{:.2f} ({})", *row.ratio, rival->title);
+    return *row.ratio < 1 ? "**" + text + "**" : text;
+}
+
+std::string rowText(const SummaryRow& row, const std::vector<StoreKind>& stores) {
+    std::string text = fmt::format("| {} | {} | {} |", row.row.kind, row.row.variant, row.kind.unit);
+    for (const StoreKind& store : stores) {
+        text += ' ' + cellText(row, store) + " |";
+    }
+    return text + ' ' + ratioText(row, stores) + " |\n";
+}
+
+std::string headText(const std::vector<StoreKind>& stores) {
+    std::string titles = "| row | of | unit |";
+    std::string lines = "|---|---|---|";
+    for (const StoreKind& store : stores) {
+        titles += ' ' + store.title + " |";
+        lines += "--:|";
+    }
+    return titles + " ratio |\n" + lines + "---|\n";
+}
+
+} // namespace
+
+std::string summaryTable(const std::vector<SummaryRow>& rows, const std::vector<Repetition>& repetitions,
+                         const std::vector<StoreKind>& stores) {
+    std::string text = headText(stores);
+    for (const SummaryRow& row : rows) {
+        text += rowText(row, stores);
+    }
+    const auto disturbed = std::count_if(repetitions.begin(), repetitions.end(),
+                                         [](const Repetition& each) { return each.isDisturbed(); });
+    text += fmt::format(
+        "\n{} of {} repetitions were disturbed by other load on the machine and are left out of the "
+        "medians, but for those marked ~, where all were.\n",
+        disturbed, repetitions.size());
+    return text;
+}
+
+} // namespace storage::benchmark

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "benchmarks/runner/BenchmarkOptions.h"
+#include "benchmarks/runner/Repetition.h"
+#include "benchmarks/runner/TmpfsFolder.h"
+#include "benchmarks/scenarios/Scenario.h"
+#include "benchmarks/stores/StoreKind.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// Runs all repetitions, each in a process of its own. In each repetition of a scenario the stores take turns, and
+/// each time another one begins.
+class Runner {
+public:
+    Runner(const BenchmarkOptions& options, TmpfsFolder& tmpfs);
+
+    /// @throws Interrupted
+    void run();
+
+    const std::vector<StoreKind>& stores() const { return stores_; }
+    const std::vector<Repetition>& repetitions() const { return repetitions_; }
+
+    /// How many repetitions came to no result, which was reported then.
+    std::size_t failures() const { return failures_; }
+
+private:
+    void runScenario(const Scenario& scenario, unsigned number, std::size_t first);
+    void runOne(const Scenario& scenario, const StoreKind& store, unsigned number);
+    void showProgress(const std::string& text) const;
+
+    const BenchmarkOptions& options_;
+    TmpfsFolder& tmpfs_;
+    std::vector<std::unique_ptr<Scenario>> scenarios_;
+    std::vector<StoreKind> stores_;
+    std::vector<Repetition> repetitions_;
+    std::size_t failures_ = 0;
+};
+
+} // namespace storage::benchmark

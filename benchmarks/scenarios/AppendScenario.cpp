@@ -1,0 +1,42 @@
+#include "benchmarks/scenarios/AppendScenario.h"
+
+#include "benchmarks/scenarios/PatternedBlock.h"
+#include "benchmarks/scenarios/WrongResult.h"
+
+#include <array>
+
+namespace storage::benchmark {
+
+namespace {
+
+constexpr std::size_t writeSize = 64;
+constexpr PathIndex file = 0;
+
+void verify(Store& store, PatternedBlock& block, std::uint32_t writes) {
+    expectEqual(store.fileSize(file), std::uint64_t{writes} * writeSize, "the size of the file");
+    std::array<char, writeSize> buffer{};
+    const auto stream = store.openToRead(file);
+    for (std::uint32_t i = 0; i < writes; ++i) {
+        stream->read(buffer.data(), writeSize);
+        expectTrue(block.holds(buffer.data(), i, writeSize), "the file has the bytes that were appended");
+    }
+}
+
+} // namespace
+
+AppendScenario::AppendScenario(std::uint32_t writes) : writes_(writes) {}
+
+void AppendScenario::run(const StoreKind& kind, Measurements& measurements) const {
+    const auto store = kind.build();
+    PatternedBlock block(64);
+    store->prepare({"/file"});
+    auto stream = store->createStream(file, std::uint64_t{writes_} * writeSize);
+    const Timing timing = measure(writes_, withoutBudget, [&](std::size_t i) {
+        stream->write(block.stamped(i, writeSize), writeSize);
+    });
+    stream.reset();
+    measurements.addCost({"append", "64 bytes"}, timing);
+    verify(*store, block, writes_);
+}
+
+} // namespace storage::benchmark

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "benchmarks/scenarios/Scenario.h"
+
+#include <cstdint>
+
+namespace storage::benchmark {
+
+/// Small writes, one after the other, through one stream.
+class AppendScenario final : public Scenario {
+public:
+    explicit AppendScenario(std::uint32_t writes);
+
+    std::string name() const override { return "append"; }
+    bool suits(const StoreKind& kind) const override { return kind.can(Ability::Append); }
+    void run(const StoreKind& kind, Measurements& measurements) const override;
+
+private:
+    std::uint32_t writes_;
+};
+
+} // namespace storage::benchmark

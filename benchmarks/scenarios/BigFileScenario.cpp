@@ -1,0 +1,152 @@
+#include "benchmarks/scenarios/BigFileScenario.h"
+
+#include "benchmarks/scenarios/AlignedBuffer.h"
+#include "benchmarks/scenarios/PathList.h"
+#include "benchmarks/scenarios/PatternedBlock.h"
+#include "benchmarks/scenarios/RandomOrder.h"
+#include "benchmarks/scenarios/WrongResult.h"
+
+#include <fmt/format.h>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace storage::benchmark {
+
+namespace {
+
+constexpr std::size_t randomReads = 100'000;
+constexpr std::size_t randomReadSize = 4096;
+
+/// One run: files that hold blocks numbered from 0 on in each.
+class BigFileRun {
+public:
+    BigFileRun(const StoreKind& kind, std::uint64_t fileSize, std::uint64_t allSizes);
+
+    double write();
+    double overwrite();
+    double read();
+    void verify();
+    Timing readAtRandom();
+
+private:
+    double writeBlocks(Stream& stream, std::uint64_t file);
+    std::uint64_t numberOf(std::uint64_t file, std::uint64_t block) const { return file * blocks_ + block; }
+
+    std::uint64_t fileSize_;
+    std::uint64_t blocks_; ///< in a file
+    PathIndex files_;
+    std::unique_ptr<PatternedBlock> content_ = std::make_unique<PatternedBlock>(1);
+    AlignedBuffer buffer_{PatternedBlock::size};
+    std::unique_ptr<Store> store_;
+};
+
+BigFileRun::BigFileRun(const StoreKind& kind, std::uint64_t fileSize, std::uint64_t allSizes)
+    : fileSize_(fileSize),
+      blocks_(fileSize / PatternedBlock::size),
+      files_(static_cast<PathIndex>(allSizes / fileSize)),
+      store_(kind.build()) {
+    PathList paths;
+    for (PathIndex file = 0; file < files_; ++file) {
+        paths.add(fmt::format("/file{:04}", file));
+    }
+    store_->prepare(paths.all());
+}
+
+double BigFileRun::writeBlocks(Stream& stream, std::uint64_t file) {
+    return measure(blocks_, withoutBudget,
+                   [&](std::size_t block) {
+                       stream.write(content_->stamped(numberOf(file, block)), PatternedBlock::size);
+                   })
+        .seconds;
+}
+
+double BigFileRun::write() {
+    double seconds = 0;
+    for (PathIndex file = 0; file < files_; ++file) {
+        seconds += writeBlocks(*store_->createStream(file, fileSize_), file);
+    }
+    return seconds;
+}
+
+double BigFileRun::overwrite() {
+    content_ = std::make_unique<PatternedBlock>(2);
+    double seconds = 0;
+    for (PathIndex file = 0; file < files_; ++file) {
+        seconds += writeBlocks(*store_->openToOverwrite(file), file);
+    }
+    return seconds;
+}
+
+double BigFileRun::read() {
+    double seconds = 0;
+    for (PathIndex file = 0; file < files_; ++file) {
+        const auto stream = store_->openToRead(file);
+        std::uint64_t sum = 0;
+        seconds += measure(blocks_, withoutBudget, [&](std::size_t) {
+                       stream->read(buffer_.data(), PatternedBlock::size);
+                       sum += PatternedBlock::firstWord(buffer_.data());
+                   }).seconds;
+        std::uint64_t expected = 0;
+        for (std::uint64_t block = 0; block < blocks_; ++block) {
+            expected += content_->wordAt(numberOf(file, block) * PatternedBlock::size);
+        }
+        expectEqual(sum, expected, "the sum of what was read");
+    }
+    return seconds;
+}
+
+void BigFileRun::verify() {
+    for (PathIndex file = 0; file < files_; ++file) {
+        const auto stream = store_->openToRead(file);
+        for (std::uint64_t block = 0; block < blocks_; ++block) {
+            stream->read(buffer_.data(), PatternedBlock::size);
+            expectTrue(content_->holds(buffer_.data(), numberOf(file, block)),
+                       "a file has the bytes that were written");
+        }
+    }
+}
+
+Timing BigFileRun::readAtRandom() {
+    std::vector<std::uint64_t> offsets(randomReads);
+    auto random = fixedRandom();
+    std::uint64_t expected = 0;
+    for (std::uint64_t& offset : offsets) {
+        offset = random() % ((fileSize_ - randomReadSize) / 8 + 1) * 8;
+        expected += content_->wordAt(offset);
+    }
+    const auto stream = store_->openToRead(0);
+    std::uint64_t sum = 0;
+    const Timing timing = measure(randomReads, withoutBudget, [&](std::size_t i) {
+        stream->readAt(offsets[i], buffer_.data(), randomReadSize);
+        sum += PatternedBlock::firstWord(buffer_.data());
+    });
+    expectEqual(sum, expected, "the sum of what was read at random");
+    return timing;
+}
+
+} // namespace
+
+BigFileScenario::BigFileScenario(std::string variant, std::uint64_t fileSize, std::uint64_t allSizes)
+    : variant_(std::move(variant)), fileSize_(fileSize), allSizes_(allSizes) {}
+
+void BigFileScenario::run(const StoreKind& kind, Measurements& measurements) const {
+    const auto bytes = static_cast<double>(allSizes_);
+    const auto row = [&](const char* rowKind) { return RowId{rowKind, variant_, fileSize_}; };
+    BigFileRun run(kind, fileSize_, allSizes_);
+    const double writing = run.write();
+    run.verify();
+    if (kind.can(Ability::Write)) {
+        measurements.addBandwidth(row("write"), bytes, writing);
+    }
+    if (kind.can(Ability::OverwriteInPlace)) {
+        measurements.addBandwidth(row("overwrite"), bytes, run.overwrite());
+        run.verify();
+    }
+    measurements.addBandwidth(row("read"), bytes, run.read());
+    if (fileSize_ == allSizes_) {
+        measurements.addCost(row("random read"), run.readAtRandom());
+    }
+}
+
+} // namespace storage::benchmark

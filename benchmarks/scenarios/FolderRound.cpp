@@ -1,0 +1,159 @@
+#include "benchmarks/scenarios/FolderRound.h"
+
+#include "benchmarks/scenarios/RandomOrder.h"
+#include "benchmarks/scenarios/WrongResult.h"
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+
+namespace storage::benchmark {
+
+namespace {
+
+constexpr std::uint32_t samples = 20;
+
+ListingSummary summaryOf(const PathList& paths, PathIndex folder, const std::vector<PathIndex>& entries) {
+    ListingSummary summary;
+    const std::string prefix = paths[folder] + '/';
+    for (const PathIndex entry : entries) {
+        if (paths[entry].starts_with(prefix)) {
+            summary.add(paths[entry].data() + prefix.size(), paths[entry].size() - prefix.size(),
+                        EntryKind::File);
+        }
+    }
+    return summary;
+}
+
+} // namespace
+
+FolderRound::FolderRound(const StoreKind& kind, const FolderPlan& plan, std::string variant,
+                         Measurements& measurements)
+    : kind_(kind),
+      plan_(plan),
+      variant_(std::move(variant)),
+      measurements_(measurements),
+      store_(kind.build()),
+      present_(plan.count) {
+    store_->prepare(plan_.paths.all());
+    std::iota(present_.begin(), present_.end(), plan_.files);
+}
+
+void FolderRound::run() {
+    create();
+    giveContent();
+    attributes();
+    missing();
+    list();
+    if (kind_.can(Ability::MoveFile)) {
+        move("move file inside", plan_.order.data(), plan_.renamed);
+        move("move file between", plan_.order.data() + plan_.moves, plan_.others);
+    }
+}
+
+void FolderRound::runRemovals() {
+    makeFiles();
+    const std::size_t half = present_.size() / 2;
+    auto random = fixedRandom();
+    std::shuffle(present_.begin() + static_cast<std::ptrdiff_t>(half), present_.end(), random);
+    remove("remove in order", 0, half);
+    remove("remove at random", half, present_.size());
+    present_.clear();
+    verifyListings();
+}
+
+void FolderRound::create() {
+    measurements_.addCost(row("create"), makeFiles());
+    verifyListings();
+}
+
+Timing FolderRound::makeFiles() {
+    store_->createFolder(plan_.folder);
+    store_->createFolder(plan_.otherFolder);
+    return measure(plan_.count, withoutBudget,
+                   [&](std::size_t i) { store_->createFile(plan_.files + static_cast<PathIndex>(i)); });
+}
+
+/// Some files are not empty, so that sizes tell whether attributes are those of the right file.
+std::uint64_t FolderRound::sizeOf(std::uint32_t file) const {
+    return kind_.can(Ability::OverwriteFile) && file % 128 == 7 ? 1 + file % 5 : 0;
+}
+
+void FolderRound::giveContent() {
+    for (std::uint32_t file = 0; file < plan_.count; ++file) {
+        if (sizeOf(file) > 0) {
+            store_->overwriteFile(plan_.files + file, "content", sizeOf(file));
+        }
+    }
+}
+
+void FolderRound::attributes() {
+    std::uint64_t sizes = 0;
+    const Timing timing = measure(plan_.queries, plan_.queryBudget, [&](std::size_t i) {
+        sizes += store_->fileSize(plan_.files + plan_.order[i]);
+    });
+    measurements_.addCost(row("attributes"), timing);
+    std::uint64_t expected = 0;
+    for (std::size_t i = 0; i < timing.operations; ++i) {
+        expected += sizeOf(plan_.order[i]);
+    }
+    expectEqual(sizes, expected, "the sum of sizes");
+}
+
+void FolderRound::missing() {
+    std::uint64_t found = 0;
+    const Timing timing = measure(plan_.queries, plan_.queryBudget, [&](std::size_t i) {
+        found += store_->exists(plan_.missing + plan_.missingOrder[i]) ? 1 : 0;
+    });
+    measurements_.addCost(row("missing"), timing);
+    expectEqual(found, 0, "missing names that were found");
+    for (std::uint32_t i = 0; i < samples; ++i) {
+        expectTrue(store_->exists(plan_.files + plan_.order[i]), "a file exists");
+    }
+}
+
+void FolderRound::list() {
+    ListingSummary seen;
+    Timing timing =
+        measure(plan_.listings, withoutBudget, [&](std::size_t) { seen += store_->list(plan_.folder); });
+    timing.operations = seen.entries;
+    measurements_.addCost(row("list"), timing);
+    ListingSummary expected;
+    for (std::uint32_t i = 0; i < plan_.listings; ++i) {
+        expected += summaryOf(plan_.paths, plan_.folder, present_);
+    }
+    expectTrue(seen == expected, "every listing has all names");
+}
+
+void FolderRound::move(const char* rowKind, const std::uint32_t* files, PathIndex destinations) {
+    const Timing timing = measure(plan_.moves, plan_.queryBudget, [&](std::size_t i) {
+        store_->moveFile(plan_.files + files[i], destinations + static_cast<PathIndex>(i));
+    });
+    measurements_.addCost(row(rowKind), timing);
+    for (std::uint32_t i = 0; i < timing.operations; ++i) {
+        present_[files[i]] = destinations + i;
+        if (i < samples) {
+            expectTrue(!store_->exists(plan_.files + files[i]), "a moved file is gone from where it was");
+            expectEqual(store_->fileSize(destinations + i), sizeOf(files[i]), "the size of a moved file");
+        }
+    }
+    verifyListings();
+}
+
+void FolderRound::remove(const char* rowKind, std::size_t begin, std::size_t end) {
+    const Timing timing =
+        measure(end - begin, withoutBudget, [&](std::size_t i) { store_->removeFile(present_[begin + i]); });
+    measurements_.addCost(row(rowKind), timing);
+    for (std::size_t i = 0; i < samples; ++i) {
+        expectTrue(!store_->exists(present_[begin + i]), "a removed file is gone");
+    }
+}
+
+void FolderRound::verifyListings() {
+    for (const PathIndex folder : {plan_.folder, plan_.otherFolder}) {
+        expectTrue(store_->list(folder) == summaryOf(plan_.paths, folder, present_),
+                   plan_.paths[folder] + " holds what it should");
+    }
+}
+
+} // namespace storage::benchmark

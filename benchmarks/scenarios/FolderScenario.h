@@ -1,0 +1,23 @@
+#pragma once
+
+#include "benchmarks/scenarios/Scenario.h"
+
+#include <cstdint>
+
+namespace storage::benchmark {
+
+/// Files in one folder: make them, look at them, list and move them; in each round with a new store.
+class FolderScenario final : public Scenario {
+public:
+    FolderScenario(std::string variant, std::uint32_t count);
+
+    std::string name() const override { return "folder-" + variant_; }
+    bool suits(const StoreKind& kind) const override { return kind.can(Ability::Create); }
+    void run(const StoreKind& kind, Measurements& measurements) const override;
+
+private:
+    std::string variant_;
+    std::uint32_t count_;
+};
+
+} // namespace storage::benchmark

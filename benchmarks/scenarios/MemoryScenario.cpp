@@ -1,0 +1,48 @@
+#include "benchmarks/scenarios/MemoryScenario.h"
+
+#include "benchmarks/scenarios/PathList.h"
+#include "benchmarks/scenarios/WrongResult.h"
+
+#include <fmt/format.h>
+#include <fstream>
+#include <unistd.h>
+#include <utility>
+
+namespace storage::benchmark {
+
+namespace {
+
+/// Bytes of this process that are in memory.
+std::uint64_t residentBytes() {
+    std::uint64_t all = 0;
+    std::uint64_t resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return resident * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+} // namespace
+
+MemoryScenario::MemoryScenario(std::string variant, std::string namePrefix, std::uint32_t files)
+    : variant_(std::move(variant)), namePrefix_(std::move(namePrefix)), files_(files) {}
+
+void MemoryScenario::run(const StoreKind& kind, Measurements& measurements) const {
+    PathList paths; // stays to the end, so that no store can use its memory again
+    for (std::uint32_t i = 0; i < files_; ++i) {
+        paths.add(fmt::format("/{}{:05x}", namePrefix_, i));
+    }
+    const auto store = kind.build();
+    store->prepare(paths.all());
+    const std::uint64_t before = residentBytes();
+    for (PathIndex file = 0; file < files_; ++file) {
+        store->createFile(file);
+    }
+    const std::uint64_t after = residentBytes();
+    std::uint64_t found = 0;
+    for (PathIndex file = 0; file < files_; ++file) {
+        found += store->exists(file) ? 1 : 0;
+    }
+    expectEqual(found, files_, "the number of files");
+    measurements.add({"memory", variant_}, static_cast<double>(after - before) / files_);
+}
+
+} // namespace storage::benchmark

@@ -1,0 +1,104 @@
+#include "benchmarks/scenarios/MoveFolderScenario.h"
+
+#include "benchmarks/scenarios/PathList.h"
+#include "benchmarks/scenarios/WrongResult.h"
+
+#include <fmt/format.h>
+#include <memory>
+#include <utility>
+
+namespace storage::benchmark {
+
+namespace {
+
+constexpr std::uint32_t filesInFolder = 100;
+
+/// One run: the tree under its first name, the names that it is moved to, and the tree under the last of them.
+class MoveFolderRun {
+public:
+    MoveFolderRun(const StoreKind& kind, std::uint32_t files, std::uint32_t moves);
+
+    void fill();
+    Timing move();
+    void verify();
+
+private:
+    PathIndex addTree(PathIndex top);
+    std::uint32_t descendants() const { return folders_ + folders_ * filesInFolder; }
+    bool isFolder(std::uint32_t descendant) const { return descendant % (filesInFolder + 1) == 0; }
+
+    std::uint32_t folders_;
+    std::uint32_t moves_;
+    PathList paths_;       ///< first the names of the folder, one for each move and one before
+    PathIndex before_ = 0; ///< the first descendant, each folder before its files
+    PathIndex after_ = 0;
+    std::unique_ptr<Store> store_;
+};
+
+MoveFolderRun::MoveFolderRun(const StoreKind& kind, std::uint32_t files, std::uint32_t moves)
+    : folders_(files / filesInFolder), moves_(moves), store_(kind.build()) {
+    for (std::uint32_t i = 0; i <= moves; ++i) {
+        paths_.add(fmt::format("/place-{:04}", i));
+    }
+    before_ = addTree(0);
+    after_ = addTree(moves_);
+    store_->prepare(paths_.all());
+}
+
+PathIndex MoveFolderRun::addTree(PathIndex top) {
+    const auto first = static_cast<PathIndex>(paths_.all().size());
+    for (std::uint32_t folder = 0; folder < folders_; ++folder) {
+        const std::string path = fmt::format("{}/folder-{:04}", paths_[top], folder);
+        paths_.add(path);
+        for (std::uint32_t file = 0; file < filesInFolder; ++file) {
+            paths_.add(fmt::format("{}/file-{:03}", path, file));
+        }
+    }
+    return first;
+}
+
+void MoveFolderRun::fill() {
+    store_->createFolder(0);
+    for (std::uint32_t i = 0; i < descendants(); ++i) {
+        if (isFolder(i)) {
+            store_->createFolder(before_ + i);
+        } else {
+            store_->createFile(before_ + i);
+        }
+    }
+}
+
+Timing MoveFolderRun::move() {
+    Timing timing = measure(moves_, withoutBudget, [&](std::size_t i) {
+        store_->moveFolder(static_cast<PathIndex>(i), static_cast<PathIndex>(i + 1));
+    });
+    timing.operations *= descendants();
+    return timing;
+}
+
+void MoveFolderRun::verify() {
+    expectEqual(store_->list(moves_).entries, folders_, "the number of moved folders");
+    for (std::uint32_t i = 0; i < descendants(); ++i) {
+        expectTrue(!store_->exists(before_ + i), "a moved entry is gone from where it was");
+        if (isFolder(i)) {
+            expectEqual(store_->list(after_ + i).entries, filesInFolder,
+                        "the number of files in a moved folder");
+        } else {
+            expectEqual(store_->fileSize(after_ + i), 0, "the size of a moved file");
+        }
+    }
+}
+
+} // namespace
+
+MoveFolderScenario::MoveFolderScenario(std::string variant, std::uint32_t files, std::uint32_t moves)
+    : variant_(std::move(variant)), files_(files), moves_(moves) {}
+
+void MoveFolderScenario::run(const StoreKind& kind, Measurements& measurements) const {
+    MoveFolderRun run(kind, files_, moves_);
+    run.fill();
+    measurements.addCost({"move folder", variant_, files_}, run.move());
+    run.verify();
+}
+
+} // namespace storage::benchmark

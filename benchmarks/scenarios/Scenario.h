@@ -1,0 +1,28 @@
+#pragma once
+
+#include "benchmarks/scenarios/Measurements.h"
+#include "benchmarks/stores/StoreKind.h"
+
+#include <string>
+
+namespace storage::benchmark {
+
+/// A workload that fills a store, times its operations one kind after the other, and verifies what they did. Runs
+/// once in a process.
+class Scenario {
+public:
+    Scenario() = default;
+    Scenario(const Scenario&) = delete;
+    Scenario& operator=(const Scenario&) = delete;
+    virtual ~Scenario() = default;
+
+    virtual std::string name() const = 0;
+
+    /// Whether a kind of store can do any of it.
+    virtual bool suits(const StoreKind& kind) const = 0;
+
+    /// @throws WrongResult, and what the store throws
+    virtual void run(const StoreKind& kind, Measurements& measurements) const = 0;
+};
+
+} // namespace storage::benchmark

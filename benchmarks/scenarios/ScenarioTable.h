@@ -1,0 +1,14 @@
+#pragma once
+
+#include "benchmarks/scenarios/Form.h"
+#include "benchmarks/scenarios/Scenario.h"
+
+#include <memory>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// Every scenario, in the order of the table of results.
+std::vector<std::unique_ptr<Scenario>> scenarioTable(Form form);
+
+} // namespace storage::benchmark

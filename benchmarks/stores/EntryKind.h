@@ -1,0 +1,7 @@
+#pragma once
+
+namespace storage::benchmark {
+
+enum class EntryKind { File, Folder };
+
+} // namespace storage::benchmark
