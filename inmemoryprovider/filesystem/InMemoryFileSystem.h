@@ -29,7 +29,8 @@ namespace storage::inmemoryprovider {
 /// Owns the folder map, and through it the tree. `mutex_` guards the shape of the tree and excludes all
 /// writers of the map. Lock order: `mutex_` first, then at most one lock of a node, taken inside one
 /// operation of that node. No node ever calls back. `getFolderEntry` takes no lock, and reading and writing
-/// through streams only the file's.
+/// through streams only the file's. Attributes of files and streams for reading are found without `mutex_`, too;
+/// `moves_` tells whether a move was in the way.
 ///
 /// Between calls, also after one that failed:
 /// - "/" is a folder in the map; it is never removed or replaced;
@@ -142,6 +143,10 @@ private:
     using Child = InMemoryFolderEntry::Children::const_iterator;
     struct FolderMove;
 
+    /// The file at `path`, as the tree was at one moment. Takes `mutex_` if a move gets in the way.
+    /// @throws EntryNotFoundException  naming the parent; `path`, when no file is there
+    std::shared_ptr<InMemoryFileEntry> findFile(const InMemoryEntryPath& path) const;
+
     // The operations below are for holders of `mutex_`.
 
     /// The folder at `path`, or a null pointer. It lasts as long as it stays in the tree.
@@ -154,12 +159,6 @@ private:
     void linkFolder(InMemoryFolderEntry& parent, const std::shared_ptr<InMemoryFolderEntry>& folder);
 
     InMemoryFolderEntry& requireParent(const InMemoryEntryPath& path) const;
-
-    // Those above are for holders of `mutex_`, as are those below; this one takes it, if a move gets in its way.
-
-    /// The file at `path`, as the tree was at one moment.
-    /// @throws EntryNotFoundException  naming the parent; `path`, when no file is there
-    std::shared_ptr<InMemoryFileEntry> findFile(const InMemoryEntryPath& path) const;
 
     void moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                            const boost::posix_time::ptime& time);

@@ -48,7 +48,8 @@ std::shared_ptr<InMemoryFileEntry> makeSuccessor(const std::shared_ptr<InMemoryE
 
 } // namespace
 
-/// One folder on its way, its new node linked and some of its children perhaps moved.
+/// One folder on its way, its new node linked and some of its children perhaps moved. All that it points to stays in the
+/// tree until the folder has been moved.
 struct InMemoryFileSystem::FolderMove {
     InMemoryEntryPath source;
     InMemoryEntryPath target;
@@ -155,8 +156,8 @@ void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const 
 void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                              const boost::posix_time::ptime& time) {
     std::vector<FolderMove> moves; // from the outermost folder to the innermost, so that depth costs no stack
-    InMemoryFolderEntry::Children::node_type
-        spare; // what held one file in its old folder holds the next in its new one
+    // What held one file in its old folder holds the next one in its new folder.
+    InMemoryFolderEntry::Children::node_type spare;
     beginFolderMove(
         moves.emplace_back(planFolderMove(requireParent(source), source, requireParent(target), target)),
         time);

@@ -59,8 +59,8 @@ public:
     /// @throws std::bad_alloc
     static Children::node_type makeChild(std::shared_ptr<InMemoryEntry> child);
 
-    /// Puts what `makeChild` made or `takeChild` took out, here or elsewhere, among the children, or, when its place has been taken, hands it
-    /// back. Never fails.
+    /// Puts what `makeChild` made, or `takeChild` took out here or elsewhere, among the children; or, when its place has
+    /// been taken, hands it back. Never fails.
     Children::node_type putChild(Children::node_type child) noexcept;
 
     /// Returns when nobody is in the middle of a look-up here. Who got hold of a child before is then counted among its
