@@ -56,6 +56,7 @@ PairRates ratesOf(const Work& one, const Work& other, double seconds) {
     return {total, total / mean};
 }
 
+constexpr std::size_t cacheLine = 64;
 constexpr std::uint32_t watchedFiles = 10'000;
 constexpr std::uint32_t changingFiles = 1'000;
 
@@ -75,8 +76,13 @@ private:
     PathIndex changingFolder_ = 1;
     PathIndex watched_ = 2;
     PathIndex changing_ = watched_ + watchedFiles;
-    std::size_t next_ = 0;
-    std::uint64_t sizes_ = 0;
+
+    /// What the one thread changes lies apart from what the other reads.
+    struct alignas(cacheLine) LookUps {
+        std::size_t next = 0;
+        std::uint64_t sizes = 0;
+    };
+    LookUps lookUps_;
 };
 
 TreeWorks::TreeWorks(const StoreKind& kind) : store_(kind.build()) {
@@ -100,10 +106,12 @@ TreeWorks::TreeWorks(const StoreKind& kind) : store_(kind.build()) {
 std::uint64_t TreeWorks::lookUp() {
     constexpr std::size_t many = 100;
     static_assert(watchedFiles % many == 0);
-    for (std::size_t i = next_; i < next_ + many; ++i) {
-        sizes_ += store_->fileSize(watched_ + order_[i]);
+    std::uint64_t sizes = 0;
+    for (std::size_t i = lookUps_.next; i < lookUps_.next + many; ++i) {
+        sizes += store_->fileSize(watched_ + order_[i]);
     }
-    next_ = (next_ + many) % watchedFiles;
+    lookUps_.sizes += sizes;
+    lookUps_.next = (lookUps_.next + many) % watchedFiles;
     return many;
 }
 
@@ -118,13 +126,13 @@ std::uint64_t TreeWorks::change() {
 }
 
 void TreeWorks::verify() {
-    expectEqual(sizes_, 0, "the sum of the sizes of empty files");
+    expectEqual(lookUps_.sizes, 0, "the sum of the sizes of empty files");
     expectEqual(store_->list(watchedFolder_).entries, watchedFiles, "files that nobody removed");
     expectEqual(store_->list(changingFolder_).entries, 0, "files that were all removed");
 }
 
-/// Reads of 4 KiB at random in a file of its own.
-class ReadingWork {
+/// Reads of 4 KiB at random in a file of its own. Shares no cache line with that of the other thread.
+class alignas(cacheLine) ReadingWork {
 public:
     static constexpr std::uint64_t fileSize = 64 << 20;
 
