@@ -4,7 +4,7 @@
 
 #include <fmt/xchar.h>
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 using foundation::storage::provider::ReplacementPolicy;
 using trials::requireThat;
@@ -95,4 +95,4 @@ Measurement moveFolder(const IProvider& storage) {
             }};
 }
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations

@@ -12,7 +12,7 @@
 #include <map>
 #include <string>
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 namespace {
 
@@ -62,10 +62,10 @@ void printNames() {
 
 } // namespace
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations
 
 int main(int argc, char** argv) {
-    using namespace storage::benchmarks;
+    using namespace storage::core_operations;
     CLI::App options(
         "Runs one core operation of the plug-in many times and prints how many times, for Callgrind to\n"
         "count its instructions: only they are seen when that is started with --instr-atstart=no.");

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <random>
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 Scattered scattered(unsigned count, const std::function<std::u16string(unsigned number)>& locationOf) {
     Scattered locations;
@@ -37,4 +37,4 @@ unsigned long countOfFiles(const IProvider& storage, std::span<const StorageIRI>
     return static_cast<unsigned long>(std::ranges::count_if(files, exists));
 }
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
@@ -28,4 +28,4 @@ void createFiles(const IProvider& storage, std::span<const StorageIRI> files);
 /// How many of the files there are.
 unsigned long countOfFiles(const IProvider& storage, std::span<const StorageIRI> files);
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 using trials::requireThat;
 
@@ -91,4 +91,4 @@ Measurement listFolder(const IProvider& storage) {
             }};
 }
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations

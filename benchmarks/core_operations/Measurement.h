@@ -2,7 +2,7 @@
 
 #include <functional>
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 /// One core operation, ready to be counted: everything that it needs is in the storage. What the two functions hold
 /// is their own; the storage outlives them.
@@ -12,4 +12,4 @@ struct Measurement {
     std::function<void()> check; ///< throws unless `run` did what it was to do
 };
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations

@@ -6,7 +6,7 @@
 // Each of these fills the empty storage and makes ready what is to be counted there. The order in which entries are
 // taken is random and the same in every run, so that nothing gains from neighbours that were used just before.
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 using foundation::storage::provider::IProvider;
 
@@ -35,4 +35,4 @@ Measurement overwriteFile(const IProvider& storage);
 /// Appends 64 bytes, again and again through one stream, to a file that was empty.
 Measurement appendToFile(const IProvider& storage);
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations

@@ -3,7 +3,7 @@
 #include <ctime>
 #include <sys/time.h>
 
-using storage::benchmarks::stoppedClock;
+using storage::core_operations::stoppedClock;
 
 extern "C" __attribute__((visibility("default"))) int gettimeofday(timeval* time, void* /*zone*/) noexcept {
     *time = {.tv_sec = stoppedClock, .tv_usec = 0};

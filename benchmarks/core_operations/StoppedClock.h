@@ -2,7 +2,7 @@
 
 #include <ctime>
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 /// What every clock of this program tells, in seconds since 1970: a real one would be in the figures, for a reading is
 /// turned into a date month by month.
@@ -10,4 +10,4 @@ namespace storage::benchmarks {
 /// Linking this replaces `gettimeofday` and `clock_gettime` in the whole program, shared libraries included.
 inline constexpr std::time_t stoppedClock = 1'750'000'000;
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations

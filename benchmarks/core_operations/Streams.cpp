@@ -6,7 +6,7 @@
 #include <iterator>
 #include <memory>
 
-namespace storage::benchmarks {
+namespace storage::core_operations {
 
 using foundation::storage::provider::ByteStream;
 using foundation::storage::provider::ByteStreamAppend;
@@ -99,4 +99,4 @@ Measurement appendToFile(const IProvider& storage) {
             }};
 }
 
-} // namespace storage::benchmarks
+} // namespace storage::core_operations

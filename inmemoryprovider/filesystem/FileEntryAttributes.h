@@ -6,7 +6,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// What a file tells of itself, as it was at one moment.
+/// What a file tells of itself.
 struct FileEntryAttributes {
     std::uint64_t size = 0; ///< in bytes
     boost::posix_time::ptime lastModified;

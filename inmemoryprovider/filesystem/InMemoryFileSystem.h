@@ -95,8 +95,8 @@ public:
     /// long a change of the tree takes.
     std::shared_ptr<InMemoryFolderEntry> getFolderEntry(const InMemoryEntryPath& path) const;
 
-    /// The entry at the path with the text `path`, or an empty pointer; the root is never found. Takes no lock but the parent folder's, so
-    /// it does not wait for a change under way; it may meet the middle of a move.
+    /// The entry at the path with the text `path`, or an empty pointer; the root is never found. Takes no lock but
+    /// the parent folder's, so it does not wait for a change under way; it may meet the middle of a move.
     std::shared_ptr<InMemoryEntry> getEntry(std::u16string_view path) const noexcept;
 
     /// Moves a file. A new node at `target` takes over the bytes and the writable flag; it and both parents are

@@ -1,5 +1,7 @@
 #include "inmemoryprovider/filesystem/InMemoryFolderEntry.h"
 
+#include "inmemoryprovider/filesystem/MapNode.h"
+
 #include <utility>
 
 namespace storage::inmemoryprovider {
@@ -66,7 +68,7 @@ InMemoryFolderEntry::takeChild(Children::const_iterator child) noexcept {
 InMemoryFolderEntry::Children::node_type
 InMemoryFolderEntry::makeChild(std::shared_ptr<InMemoryEntry> child) {
     const InMemoryEntryPath& path = child->path();
-    return decltype(children_)::makeNode(path, std::move(child));
+    return makeMapNode<Children>(path, std::move(child));
 }
 
 InMemoryFolderEntry::Children::node_type InMemoryFolderEntry::putChild(Children::node_type child) noexcept {

@@ -49,14 +49,6 @@ public:
         noteInserted(map_.try_emplace(hint(), path, std::move(value)), sizeBefore);
     }
 
-    /// An element outside the map.
-    /// @throws std::bad_alloc
-    static node_type makeNode(const InMemoryEntryPath& path, Value value) {
-        Map single;
-        single.try_emplace(path, std::move(value));
-        return single.extract(single.begin());
-    }
-
     /// Inserts `node`, or, when there is an element at its path already, hands it back. None changes nothing.
     node_type insert(node_type node) noexcept {
         const auto sizeBefore = map_.size();

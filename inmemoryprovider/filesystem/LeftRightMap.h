@@ -1,5 +1,7 @@
 #pragma once
 
+#include "inmemoryprovider/filesystem/MapNode.h"
+
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -66,9 +68,7 @@ public:
     static Element prepare(const Key& key, const Value& value) {
         Element element;
         for (auto& node : element.nodes_) {
-            OrderedMap single;
-            single.emplace(key, value);
-            node = single.extract(single.begin());
+            node = makeMapNode<OrderedMap>(key, value);
         }
         return element;
     }

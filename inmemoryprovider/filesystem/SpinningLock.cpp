@@ -7,12 +7,10 @@ namespace {
 /// Some microseconds in all: several operations long, and about as long as going to sleep takes.
 constexpr int attempts = 100;
 
-/// Tells the processor that this thread waits for another.
+/// Tells a processor that can be told that this thread waits for another.
 void relax() noexcept {
-#if defined(__x86_64__) || defined(__i386__)
+#if defined(__x86_64__)
     __builtin_ia32_pause();
-#elif defined(__aarch64__)
-    asm volatile("isb");
 #endif
 }
 
