@@ -8,6 +8,7 @@
 #include "host/Shell.h"
 #include "host/TerminalLineSource.h"
 #include "host/Utf.h"
+#include "host/mount/MountRun.h"
 
 #include <cerrno>
 #include <csignal>
@@ -91,7 +92,8 @@ ExitStatus runProgram(const ProgramOptions& options) {
             out << *options.message << std::flush;
             return ExitStatus::Success;
         }
-        return runSession(options, console);
+        return options.mount ? runMount(options.plugin, *options.mount, console)
+                             : runSession(options, console);
     } catch (const OutputError& error) {
         if (error.code().value() != EPIPE) { // whose reader is gone wants no more to be said
             std::cerr << "qzstorage: standard output: " << error.code().message() << '\n';

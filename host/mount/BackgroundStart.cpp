@@ -1,0 +1,66 @@
+#include "host/mount/BackgroundStart.h"
+
+#include "host/mount/SystemCall.h"
+
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace storage::host {
+
+namespace {
+
+/// The status of a process that has ended, in this program's terms.
+ExitStatus statusOf(int child) {
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? static_cast<ExitStatus>(WEXITSTATUS(status)) : ExitStatus::Failure;
+}
+
+std::array<int, 2> makePipe() {
+    std::array<int, 2> ends{};
+    checked(::pipe2(ends.data(), O_CLOEXEC), "pipe2");
+    return ends;
+}
+
+} // namespace
+
+BackgroundStart::BackgroundStart() : BackgroundStart(makePipe()) {}
+
+BackgroundStart::BackgroundStart(const std::array<int, 2>& ends) : child_(checked(::fork(), "fork")) {
+    const bool isStarter = child_ != 0;
+    pipe_ = ends[isStarter ? 0 : 1];
+    ::close(ends[isStarter ? 1 : 0]);
+}
+
+BackgroundStart::~BackgroundStart() {
+    ::close(pipe_);
+}
+
+std::optional<ExitStatus> BackgroundStart::waitAsStarter() const {
+    if (child_ == 0) {
+        return std::nullopt;
+    }
+    char sign = 0;
+    ssize_t count = -1;
+    while ((count = ::read(pipe_, &sign, 1)) < 0 && errno == EINTR) {
+        ::kill(child_, Interruption::pending());
+    }
+    return count == 1 ? ExitStatus::Success : statusOf(child_);
+}
+
+void BackgroundStart::ready() const {
+    ::setsid();
+    checked(::chdir("/"), "chdir");
+    const int nowhere = checked(::open("/dev/null", O_RDWR | O_CLOEXEC), "open");
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        checked(::dup2(nowhere, descriptor), "dup2");
+    }
+    ::close(nowhere);
+    checked(static_cast<int>(::write(pipe_, "", 1)), "write");
+}
+
+} // namespace storage::host

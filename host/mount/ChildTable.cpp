@@ -1,0 +1,47 @@
+#include "host/mount/ChildTable.h"
+
+#include <utility>
+
+namespace storage::host {
+
+Inode* ChildTable::find(std::u16string_view name) const noexcept {
+    const auto found = byName_.find(name);
+    return found == byName_.end() ? nullptr : found->second.get();
+}
+
+Inode* ChildTable::after(std::uint64_t position) const noexcept {
+    const auto next = byPosition_.upper_bound(position);
+    return next == byPosition_.end() ? nullptr : next->second;
+}
+
+Inode& ChildTable::add(std::unique_ptr<Inode> child) {
+    Inode& added = *child;
+    const auto place = byPosition_.emplace_hint(byPosition_.end(), nextPosition_, &added);
+    try {
+        byName_.emplace(added.name, std::move(child));
+    } catch (...) {
+        byPosition_.erase(place);
+        throw;
+    }
+    added.position = nextPosition_++;
+    return added;
+}
+
+std::unique_ptr<Inode> ChildTable::remove(const Inode& child) noexcept {
+    byPosition_.erase(child.position);
+    return std::move(byName_.extract(child.name).mapped());
+}
+
+void ChildTable::moveHere(ChildTable& from, const Inode& child, std::u16string name) noexcept {
+    auto place = from.byPosition_.extract(child.position);
+    auto node = from.byName_.extract(child.name);
+    Inode& moved = *node.mapped();
+    moved.name = std::move(name);
+    moved.position = nextPosition_++;
+    node.key() = moved.name;
+    place.key() = moved.position;
+    byName_.insert(std::move(node));
+    byPosition_.insert(byPosition_.end(), std::move(place));
+}
+
+} // namespace storage::host

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "host/mount/Inode.h"
+
+#include <map>
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+
+namespace storage::host {
+
+/// The known entries of one folder, by name and in the order of a listing.
+///
+/// Owns the inodes. A child keeps its position as long as it keeps its name, and a new one goes behind all others:
+/// a listing that is read in pieces misses nothing that stays and repeats nothing. Guarded by the tree's lock.
+class ChildTable {
+public:
+    static constexpr std::uint64_t firstPosition = 3; ///< behind "." and ".."
+
+    /// The child of that name, or nothing.
+    Inode* find(std::u16string_view name) const noexcept;
+
+    bool empty() const noexcept { return byName_.empty(); }
+
+    /// The next child of a listing that has come as far as `position`, or nothing at its end.
+    Inode* after(std::uint64_t position) const noexcept;
+
+    /// Adds a child whose name is not there yet.
+    /// @throws std::bad_alloc with nothing changed
+    Inode& add(std::unique_ptr<Inode> child);
+
+    std::unique_ptr<Inode> remove(const Inode& child) noexcept;
+
+    /// From here on one child can be moved here without memory.
+    void makeRoom() { byName_.reserve(byName_.size() + 1); }
+
+    /// Takes `child` out of `from` and puts it here under a name that is free here.
+    void moveHere(ChildTable& from, const Inode& child, std::u16string name) noexcept;
+
+    /// Calls `visit` with every child.
+    template <typename Visit>
+    void forEach(const Visit& visit) const {
+        for (const auto& [position, child] : byPosition_) {
+            visit(*child);
+        }
+    }
+
+private:
+    std::unordered_map<std::u16string_view, std::unique_ptr<Inode>> byName_; ///< each key is its inode's name
+    std::map<std::uint64_t, Inode*> byPosition_;
+    std::uint64_t nextPosition_ = firstPosition;
+};
+
+} // namespace storage::host

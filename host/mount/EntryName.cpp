@@ -1,0 +1,31 @@
+#include "host/mount/EntryName.h"
+
+#include "host/Utf.h"
+#include "host/mount/Refused.h"
+
+#include <cerrno>
+
+namespace storage::host {
+
+std::u16string storageNameOf(std::string_view name) {
+    if (name.size() > longestEntryName) {
+        throw Refused(ENAMETOOLONG);
+    }
+    auto result = toUtf16(name);
+    if (!result) {
+        throw Refused(EILSEQ);
+    }
+    return *std::move(result);
+}
+
+std::optional<std::string> programNameOf(std::u16string_view name) {
+    using namespace std::string_view_literals;
+    auto result = toUtf8(name);
+    if (!result || result->empty() || result->size() > longestEntryName || *result == "." ||
+        *result == ".." || result->find_first_of("/\0"sv) != std::string::npos) {
+        return std::nullopt;
+    }
+    return result;
+}
+
+} // namespace storage::host

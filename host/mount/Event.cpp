@@ -1,0 +1,20 @@
+#include "host/mount/Event.h"
+
+#include "host/mount/SystemCall.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace storage::host {
+
+Event::Event() : descriptor_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {}
+
+Event::~Event() {
+    ::close(descriptor_);
+}
+
+void Event::happen() const noexcept {
+    ::eventfd_write(descriptor_, 1);
+}
+
+} // namespace storage::host

@@ -1,0 +1,208 @@
+#include "host/mount/FileContents.h"
+
+#include "host/FileTime.h"
+#include "host/mount/LiftedFlag.h"
+#include "host/mount/Refused.h"
+#include "hostapi/storage/provider/HandedOut.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <limits>
+#include <new>
+#include <shared_mutex>
+
+namespace storage::host {
+
+using foundation::storage::provider::ByteStreamContent;
+using foundation::storage::provider::ByteStreamExistence;
+using foundation::storage::provider::handedOut;
+
+namespace {
+
+constexpr std::size_t zeroBlockSize = 1U << 20U;
+constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
+
+void stand(OpenStream& open, std::uint64_t offset) {
+    if (open.position == offset) {
+        return;
+    }
+    if (open.stream->seek(static_cast<long>(offset), std::ios_base::beg) < 0) {
+        throw Refused(EIO);
+    }
+    open.position = offset;
+}
+
+/// A storage without memory for a file's bytes is, to a program that writes, a full one.
+void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<const char> bytes) {
+    stand(open, offset);
+    try {
+        open.stream->write(bytes.data(), static_cast<long>(bytes.size()));
+    } catch (const std::bad_alloc&) {
+        throw Refused(ENOSPC);
+    }
+    open.position += bytes.size();
+    file.storedSize = std::max(file.storedSize, open.position);
+}
+
+/// Fills with zeros from the end of the file up to `size`.
+void extend(FileInode& file, OpenStream& open, std::uint64_t size) {
+    static const std::array<char, zeroBlockSize> zeros{};
+    for (std::uint64_t end = file.attributes.size; end < size;) {
+        const auto count = std::min<std::uint64_t>(zeros.size(), size - end);
+        put(file, open, end, std::span(zeros).first(count));
+        end += count;
+    }
+}
+
+} // namespace
+
+std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<char> buffer) {
+    auto held = access(file, OpenStream::Access::ReadOnly);
+    if (offset >= file.attributes.size) {
+        return 0;
+    }
+    const auto wanted = std::min<std::uint64_t>(buffer.size(), file.attributes.size - offset);
+    OpenStream& open = held.streamOf(file);
+    stand(open, offset);
+    std::size_t filled = 0;
+    while (filled < wanted) {
+        const long count = open.stream->read(buffer.data() + filled, static_cast<long>(wanted - filled));
+        if (count <= 0) {
+            throw Refused(EIO);
+        }
+        filled += static_cast<std::size_t>(count);
+        open.position += static_cast<std::uint64_t>(count);
+    }
+    return filled;
+}
+
+/// A gap between the end and the offset is filled first: a stream would put the bytes at the end. What a truncation
+/// left there is overwritten on the way.
+void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
+    auto held = access(file, OpenStream::Access::ReadWrite);
+    if (offset > largestSize - bytes.size()) {
+        throw Refused(EFBIG);
+    }
+    OpenStream& open = held.streamOf(file);
+    requireRoom(file, offset + bytes.size());
+    extend(file, open, offset);
+    put(file, open, offset, bytes);
+    file.attributes.size = std::max(file.attributes.size, offset + bytes.size());
+}
+
+void FileContents::reach(FileInode& file, std::uint64_t size) {
+    auto held = access(file, OpenStream::Access::ReadWrite);
+    requireRoom(file, size);
+    extend(file, held.streamOf(file), size);
+    file.attributes.size = std::max(file.attributes.size, size);
+}
+
+/// A storage can shorten a file only by copying what stays. So the rest is left where it is until it is the larger
+/// part: then no byte is copied that was not written before, however often a program truncates.
+void FileContents::resize(FileInode& file, InodeGuards::Held& held, std::uint64_t size) {
+    if (size > file.attributes.size) {
+        requireRoom(file, size);
+        extend(file, streamOf(file, held, OpenStream::Access::ReadWrite), size);
+    }
+    file.attributes.size = size;
+    if (file.detached) {
+        return;
+    }
+    if (size == 0 && file.storedSize > 0) {
+        empty(file, held);
+    } else if (size < file.storedSize / 2) {
+        settle(file, held);
+    }
+}
+
+void FileContents::settle(FileInode& file, InodeGuards::Held& held) {
+    if (file.detached || file.storedSize <= file.attributes.size) {
+        return;
+    }
+    const StorageIRI location = InodeTree::locationOf(file);
+    const LiftedFlag writable(provider_, location, file);
+    held.closeStreamOf(file);
+    provider_.doTruncateToSize(location, file.attributes.size);
+    file.storedSize = file.attributes.size;
+    provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
+}
+
+void FileContents::detach(FileInode& file) {
+    auto held = guards_.hold(file);
+    OpenStream last;
+    try {
+        last = std::move(streamOf(file, held, OpenStream::Access::ReadWrite));
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
+        // Without memory it is more important that something can be removed than that it can still be read.
+    }
+    held.closeStreamOf(file);
+    file.lastStream = std::move(last);
+    file.detached = true;
+}
+
+void FileContents::attach(FileInode& file) {
+    const auto held = guards_.hold(file);
+    file.detached = false;
+    file.lastStream = OpenStream();
+}
+
+/// The file's guard, with its attributes known and its stream open.
+InodeGuards::Held FileContents::access(FileInode& file, OpenStream::Access access) {
+    {
+        auto held = guards_.hold(file);
+        if (file.attributesKnown && held.streamOf(file).serves(access)) {
+            return held;
+        }
+    }
+    const std::shared_lock lock(tree_.lock());
+    auto held = guards_.hold(file);
+    tree_.loadAttributes(file);
+    streamOf(file, held, access);
+    return held;
+}
+
+OpenStream& FileContents::streamOf(FileInode& file, InodeGuards::Held& held, OpenStream::Access access) {
+    OpenStream& stream = held.streamOf(file);
+    if (!stream.serves(access)) {
+        stream = open(file, access);
+    }
+    return stream;
+}
+
+/// To a storage, opening for writing is a modification; to programs only writing is.
+OpenStream FileContents::open(const FileInode& file, OpenStream::Access access) {
+    if (file.detached) {
+        throw Refused(EIO);
+    }
+    const StorageIRI location = InodeTree::locationOf(file);
+    if (access == OpenStream::Access::ReadOnly) {
+        return {handedOut(provider_.doOpenReadOnlyStream(location), "stream"), access, 0};
+    }
+    const LiftedFlag writable(provider_, location, file);
+    OpenStream opened{
+        handedOut(provider_.doOpenStream(location, {.existence = ByteStreamExistence::MustExist}), "stream"),
+        access, 0};
+    provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
+    return opened;
+}
+
+void FileContents::empty(FileInode& file, InodeGuards::Held& held) {
+    const StorageIRI location = InodeTree::locationOf(file);
+    const LiftedFlag writable(provider_, location, file);
+    OpenStream& stream = held.streamOf(file);
+    stream = OpenStream();
+    stream = {handedOut(provider_.doOpenStream(location, {.existence = ByteStreamExistence::MustExist,
+                                                          .content = ByteStreamContent::Empty}),
+                        "stream"),
+              OpenStream::Access::ReadWrite, 0};
+    file.storedSize = 0;
+}
+
+void FileContents::requireRoom(const FileInode& file, std::uint64_t size) {
+    if (size > file.storedSize) {
+        space_.require(size - file.storedSize);
+    }
+}
+
+} // namespace storage::host

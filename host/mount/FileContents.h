@@ -1,0 +1,65 @@
+#pragma once
+
+#include "host/mount/InodeGuards.h"
+#include "host/mount/InodeTree.h"
+#include "host/mount/StorageSpace.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace storage::host {
+
+/// Reads, writes and resizes files the way programs expect it, over streams that know nothing of gaps and of sizes.
+///
+/// Borrows provider, tree, guards and space. Offsets and sizes are in bytes.
+/// Thread safety: any number of threads.
+class FileContents {
+public:
+    using IProvider = foundation::storage::provider::IProvider;
+    using StorageIRI = foundation::storage::provider::StorageIRI;
+
+    FileContents(const IProvider& provider, InodeTree& tree, InodeGuards& guards, StorageSpace& space)
+        : provider_(provider), tree_(tree), guards_(guards), space_(space) {}
+
+    /// Reads what there is from `offset` on. Needs no lock.
+    /// @return number of bytes; fewer than asked for only at the end of the file
+    std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer);
+
+    /// Writes all of `bytes` at `offset`. Needs no lock.
+    /// @throws Refused ENOSPC when there is no room, with the file as programs see it unchanged
+    void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
+
+    /// Makes the file at least `size` bytes long. Needs no lock.
+    /// @throws Refused ENOSPC when there is no room, with the file as programs see it unchanged
+    void reach(FileInode& file, std::uint64_t size);
+
+    /// Gives the file `size` bytes; what is new is zeros. Needs the tree's lock, shared, and the file's guard; its
+    /// attributes must be known. The storage may stamp the file.
+    /// @throws Refused ENOSPC when there is no room, with the file unchanged
+    void resize(FileInode& file, InodeGuards::Held& held, std::uint64_t size);
+
+    /// Makes the storage hold no more than programs see. Needs what `resize` needs.
+    void settle(FileInode& file, InodeGuards::Held& held);
+
+    /// Keeps the bytes of a file that is about to be removed within reach of the programs that have it open. Needs
+    /// the tree's lock, alone.
+    void detach(FileInode& file);
+
+    /// Takes `detach` back: the file was not removed.
+    void attach(FileInode& file);
+
+private:
+    InodeGuards::Held access(FileInode& file, OpenStream::Access access);
+    OpenStream& streamOf(FileInode& file, InodeGuards::Held& held, OpenStream::Access access);
+    OpenStream open(const FileInode& file, OpenStream::Access access);
+    void empty(FileInode& file, InodeGuards::Held& held);
+    void requireRoom(const FileInode& file, std::uint64_t size);
+
+    const IProvider& provider_;
+    InodeTree& tree_;
+    InodeGuards& guards_;
+    StorageSpace& space_;
+};
+
+} // namespace storage::host

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "host/mount/ChildTable.h"
+
+namespace storage::host {
+
+/// A folder of a mounted storage. Owns its known children, which the tree's lock guards.
+struct FolderInode final : Inode {
+    FolderInode(std::u16string entryName, std::uint64_t entryNumber) noexcept
+        : Inode(Kind::Folder, std::move(entryName), entryNumber) {}
+
+    ChildTable children;
+    bool childrenComplete =
+        false; ///< every child that a program can name is known, so what is not here does not exist
+    bool timeKnown =
+        false; ///< otherwise the storage has stamped the folder since; guarded like the attributes
+};
+
+} // namespace storage::host

@@ -1,0 +1,131 @@
+#include "host/mount/FolderMove.h"
+
+#include "host/mount/Refused.h"
+#include "hostapi/storage/provider/HandedOut.h"
+
+#include <cerrno>
+#include <utility>
+
+namespace storage::host {
+
+using foundation::storage::provider::FileAttributes;
+using foundation::storage::provider::FolderAttributes;
+using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::handedOut;
+using foundation::storage::provider::ReplacementPolicy;
+using foundation::storage::provider::StorageIRI;
+
+namespace {
+
+StorageIRI inside(const StorageIRI& folder, const std::u16string& below) {
+    return StorageIRI(folder.getPath() + below);
+}
+
+/// Tidying up goes on after a step that failed.
+template <typename Step>
+void attempt(const Step& step) noexcept {
+    try {
+        step();
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+    }
+}
+
+} // namespace
+
+FolderMove::FolderMove(const IProvider& provider, StorageIRI source, StorageIRI destination)
+    : provider_(provider),
+      source_(std::move(source)),
+      destination_(std::move(destination)),
+      replaces_(provider.doFolderExists(destination_)) {
+    if (replaces_ && handedOut(provider.doListAll(destination_), "listing")->hasNext()) {
+        throw Refused(ENOTEMPTY);
+    }
+    record({}, true);
+    for (std::size_t i = 0; i < entries_.size(); ++i) { // NOLINT(modernize-loop-convert): they get more
+        if (entries_[i].isFolder) {
+            recordChildren(std::u16string(entries_[i].below));
+        }
+    }
+}
+
+void FolderMove::run() {
+    try {
+        makeFoldersWritable();
+        provider_.doMoveFolder(source_, destination_, ReplacementPolicy::ReplaceExisting);
+    } catch (...) {
+        moveBack();
+        restoreAttributes(source_);
+        throw;
+    }
+    restoreAttributes(destination_);
+}
+
+void FolderMove::record(std::u16string below, bool isFolder) {
+    const StorageIRI location = inside(source_, below);
+    if (isFolder) {
+        const FolderAttributes folder = provider_.doGetFolderAttributes(location);
+        entries_.push_back({std::move(below), isFolder, folder.isWritable(), folder.getLastModified()});
+    } else {
+        const FileAttributes file = provider_.doGetFileAttributes(location);
+        entries_.push_back({std::move(below), isFolder, file.isWritable(), file.getLastModified()});
+    }
+}
+
+void FolderMove::recordChildren(const std::u16string& below) {
+    const auto listing = handedOut(provider_.doListAll(inside(source_, below)), "listing");
+    while (listing->hasNext()) {
+        listing->step();
+        const FolderEntry entry = listing->getEntry();
+        record(below + u'/' + entry.getName(), entry.getType() == FolderEntry::EntryType::Folder);
+    }
+}
+
+void FolderMove::makeFoldersWritable() const {
+    for (const Entry& entry : entries_) {
+        if (entry.isFolder && !entry.writable) {
+            provider_.doSetWritable(inside(source_, entry.below), true);
+        }
+    }
+}
+
+/// What has arrived goes back, each folder before what it held; then the folders that have been emptied go.
+void FolderMove::moveBack() const {
+    for (const Entry& entry : entries_) {
+        attempt([&] {
+            const StorageIRI old = inside(source_, entry.below);
+            const StorageIRI moved = inside(destination_, entry.below);
+            if (!entry.isFolder && provider_.doFileExists(moved)) {
+                provider_.doMoveFile(moved, old, ReplacementPolicy::RefuseExisting);
+            } else if (entry.isFolder && !provider_.doFolderExists(old)) {
+                provider_.doCreateFolder(old);
+            }
+        });
+    }
+    // NOLINTNEXTLINE(modernize-loop-convert): clang 14 has no view for that
+    for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+        attempt([&] {
+            const bool staysThere = entry->below.empty() && replaces_;
+            const StorageIRI moved = inside(destination_, entry->below);
+            if (entry->isFolder && !staysThere && provider_.doFolderExists(moved)) {
+                provider_.doRemoveFolder(moved);
+            }
+        });
+    }
+    if (replaces_ && !provider_.doFolderExists(destination_)) {
+        attempt([&] { provider_.doCreateFolder(destination_); });
+    }
+}
+
+void FolderMove::restoreAttributes(const StorageIRI& folder) const noexcept {
+    for (const Entry& entry : entries_) {
+        attempt([&] {
+            const StorageIRI location = inside(folder, entry.below);
+            provider_.doSetLastModified(location, entry.modified);
+            if (entry.isFolder && !entry.writable) {
+                provider_.doSetWritable(location, false);
+            }
+        });
+    }
+}
+
+} // namespace storage::host

@@ -1,0 +1,335 @@
+#include "host/mount/FuseOperations.h"
+
+#include "host/mount/EntryName.h"
+#include "host/mount/MountedStorage.h"
+#include "host/mount/Refused.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <limits>
+#include <linux/fs.h>
+#include <memory>
+#include <sys/statvfs.h>
+#include <unistd.h>
+#include <vector>
+
+namespace storage::host {
+
+namespace {
+
+/// Nobody but the kernel's own users changes the tree, so what it has been told stays true until it changes it.
+constexpr double forever = std::numeric_limits<int>::max();
+constexpr unsigned nanosecondsKept = 1000; ///< storages keep microseconds
+constexpr mode_t anyExecution = S_IXUSR | S_IXGRP | S_IXOTH;
+constexpr unsigned pendingRequests = 64; ///< of reading ahead and writing back
+
+MountedStorage& storageOf(fuse_req_t request) {
+    return *static_cast<MountedStorage*>(fuse_req_userdata(request));
+}
+
+/// The kernel's number of an inode is its address, but for the root.
+Inode& inodeOf(fuse_req_t request, fuse_ino_t number) {
+    return number == FUSE_ROOT_ID ? storageOf(request).root()
+                                  : *reinterpret_cast<Inode*>(number); // NOLINT(performance-no-int-to-ptr)
+}
+
+FolderInode& folderOf(fuse_req_t request, fuse_ino_t number) {
+    return static_cast<FolderInode&>(inodeOf(request, number));
+}
+
+FileInode& fileOf(fuse_req_t request, fuse_ino_t number) {
+    return static_cast<FileInode&>(inodeOf(request, number));
+}
+
+fuse_entry_param entryOf(const MountedStorage::Found& found) {
+    fuse_entry_param entry{};
+    entry.ino = reinterpret_cast<fuse_ino_t>(found.inode);
+    entry.attr = found.status;
+    entry.attr_timeout = forever;
+    entry.entry_timeout = forever;
+    return entry;
+}
+
+/// Runs an operation that replies by itself unless it throws.
+template <typename Operation>
+void answer(fuse_req_t request, const Operation& operation) noexcept {
+    try {
+        operation();
+    } catch (...) {
+        fuse_reply_err(request, errnoOfCurrentException());
+    }
+}
+
+template <typename Operation>
+void answerDone(fuse_req_t request, const Operation& operation) noexcept {
+    answer(request, [&] {
+        operation();
+        fuse_reply_err(request, 0);
+    });
+}
+
+/// A missing entry is an answer too, which the kernel remembers. A program that gave up meanwhile does not get the
+/// reference.
+template <typename Operation>
+void answerEntry(fuse_req_t request, const Operation& operation) noexcept {
+    answer(request, [&] {
+        MountedStorage& storage = storageOf(request);
+        const MountedStorage::Found found = operation();
+        const fuse_entry_param entry = entryOf(found);
+        if (fuse_reply_entry(request, &entry) == -ENOENT && found.inode != nullptr) {
+            storage.release(*found.inode, 1);
+        }
+    });
+}
+
+/// The kernel writes back what programs wrote, in pieces as large as it can, and keeps times and sizes of open files
+/// itself. Files and folders are opened, flushed and closed without asking.
+void startUp(void*, fuse_conn_info* connection) {
+    connection->want |= connection->capable & FUSE_CAP_WRITEBACK_CACHE;
+    connection->want |= connection->capable & FUSE_CAP_EXPLICIT_INVAL_DATA;
+    connection->want &= ~static_cast<unsigned>(FUSE_CAP_AUTO_INVAL_DATA | FUSE_CAP_SPLICE_READ |
+                                               FUSE_CAP_SPLICE_WRITE | FUSE_CAP_SPLICE_MOVE);
+    connection->time_gran = nanosecondsKept;
+    connection->max_background = pendingRequests;
+    connection->congestion_threshold = pendingRequests;
+}
+
+void lookUp(fuse_req_t request, fuse_ino_t parent, const char* name) {
+    answerEntry(request, [&] { return storageOf(request).lookUp(folderOf(request, parent), name); });
+}
+
+void forget(fuse_req_t request, fuse_ino_t number, std::uint64_t references) {
+    storageOf(request).release(inodeOf(request, number), references);
+    fuse_reply_none(request);
+}
+
+void forgetMany(fuse_req_t request, std::size_t count, fuse_forget_data* forgotten) {
+    for (std::size_t i = 0; i < count; ++i) {
+        storageOf(request).release(inodeOf(request, forgotten[i].ino), forgotten[i].nlookup);
+    }
+    fuse_reply_none(request);
+}
+
+void getAttributes(fuse_req_t request, fuse_ino_t number, fuse_file_info*) {
+    answer(request, [&] {
+        const struct stat status = storageOf(request).status(inodeOf(request, number));
+        fuse_reply_attr(request, &status, forever);
+    });
+}
+
+std::optional<timespec> wantedTime(int wanted, int explicitFlag, int nowFlag, const timespec& time) {
+    if ((wanted & nowFlag) != 0) {
+        timespec now{};
+        ::clock_gettime(CLOCK_REALTIME, &now);
+        return now;
+    }
+    return (wanted & explicitFlag) != 0 ? std::optional(time) : std::nullopt;
+}
+
+AttributeChange changeOf(const struct stat& attributes, int wanted) {
+    AttributeChange change;
+    if ((wanted & FUSE_SET_ATTR_MODE) != 0) {
+        change.permissions = attributes.st_mode;
+    }
+    if ((wanted & FUSE_SET_ATTR_SIZE) != 0) {
+        change.size = static_cast<std::uint64_t>(attributes.st_size);
+    }
+    if ((wanted & FUSE_SET_ATTR_UID) != 0) {
+        change.owner = attributes.st_uid;
+    }
+    if ((wanted & FUSE_SET_ATTR_GID) != 0) {
+        change.group = attributes.st_gid;
+    }
+    change.modified = wantedTime(wanted, FUSE_SET_ATTR_MTIME, FUSE_SET_ATTR_MTIME_NOW, attributes.st_mtim);
+    change.accessed = wantedTime(wanted, FUSE_SET_ATTR_ATIME, FUSE_SET_ATTR_ATIME_NOW, attributes.st_atim);
+    change.changed = wantedTime(wanted, FUSE_SET_ATTR_CTIME, 0, attributes.st_ctim);
+    return change;
+}
+
+void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attributes, int wanted,
+                   fuse_file_info*) {
+    answer(request, [&] {
+        const struct stat status =
+            storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted));
+        fuse_reply_attr(request, &status, forever);
+    });
+}
+
+/// Also how files are created: without an operation of its own for that, the kernel makes the file and opens it.
+void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode, dev_t) {
+    answerEntry(request, [&] {
+        if (!S_ISREG(mode)) {
+            throw Refused(EPERM);
+        }
+        return storageOf(request).makeFile(folderOf(request, parent), name,
+                                           mode & ~static_cast<mode_t>(S_IFMT));
+    });
+}
+
+void makeFolder(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode) {
+    answerEntry(request, [&] {
+        return storageOf(request).makeFolder(folderOf(request, parent), name,
+                                             mode & ~static_cast<mode_t>(S_IFMT));
+    });
+}
+
+void removeFile(fuse_req_t request, fuse_ino_t parent, const char* name) {
+    answerDone(request, [&] { storageOf(request).removeFile(folderOf(request, parent), name); });
+}
+
+void removeFolder(fuse_req_t request, fuse_ino_t parent, const char* name) {
+    answerDone(request, [&] { storageOf(request).removeFolder(folderOf(request, parent), name); });
+}
+
+/// Asked only when permissions are nobody's concern but the superuser's, who may do everything but run what is no
+/// program.
+void checkAccess(fuse_req_t request, fuse_ino_t number, int wanted) {
+    answerDone(request, [&] {
+        const struct stat status = storageOf(request).status(inodeOf(request, number));
+        if ((wanted & X_OK) != 0 && S_ISREG(status.st_mode) && (status.st_mode & anyExecution) == 0) {
+            throw Refused(EACCES);
+        }
+    });
+}
+
+/// Storages have no place for links.
+void refuseSymbolicLink(fuse_req_t request, const char*, fuse_ino_t, const char*) {
+    fuse_reply_err(request, EPERM);
+}
+
+void refuseLink(fuse_req_t request, fuse_ino_t, fuse_ino_t, const char*) {
+    fuse_reply_err(request, EPERM);
+}
+
+void rename(fuse_req_t request, fuse_ino_t parent, const char* name, fuse_ino_t newParent,
+            const char* newName, unsigned flags) {
+    answerDone(request, [&] {
+        if ((flags & ~static_cast<unsigned>(RENAME_NOREPLACE)) != 0) {
+            throw Refused(EINVAL);
+        }
+        storageOf(request).rename(folderOf(request, parent), name, folderOf(request, newParent), newName,
+                                  flags == RENAME_NOREPLACE ? MountedStorage::Replacement::Refused
+                                                            : MountedStorage::Replacement::Allowed);
+    });
+}
+
+/// The kernel takes this for "needs no opening", from now on without asking.
+void needsNoOpening(fuse_req_t request, fuse_ino_t, fuse_file_info*) {
+    fuse_reply_err(request, ENOSYS);
+}
+
+void read(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset, fuse_file_info*) {
+    thread_local std::vector<char> buffer;
+    answer(request, [&] {
+        if (buffer.size() < size) {
+            buffer.resize(size);
+        }
+        const std::size_t count = storageOf(request).read(
+            fileOf(request, number), static_cast<std::uint64_t>(offset), std::span(buffer).first(size));
+        fuse_reply_buf(request, buffer.data(), count);
+    });
+}
+
+void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t size, off_t offset,
+           fuse_file_info*) {
+    answer(request, [&] {
+        storageOf(request).write(fileOf(request, number), static_cast<std::uint64_t>(offset),
+                                 std::span(bytes, size));
+        fuse_reply_write(request, size);
+    });
+}
+
+/// Only what can be kept is promised: room inside the file's size.
+void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off_t length, fuse_file_info*) {
+    answerDone(request, [&] {
+        if (mode != 0) {
+            throw Refused(EOPNOTSUPP);
+        }
+        storageOf(request).reach(fileOf(request, number), static_cast<std::uint64_t>(offset + length));
+    });
+}
+
+void listFolder(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t position,
+                MountedStorage::ListingDetail detail) {
+    answer(request, [&] {
+        const auto buffer = std::make_unique_for_overwrite<char[]>(size);
+        std::size_t used = 0;
+        const auto add = [&](const std::string& name, const MountedStorage::Found& found,
+                             std::uint64_t next) {
+            char* const room = buffer.get() + used;
+            const auto end = static_cast<off_t>(next);
+            std::size_t taken = 0;
+            if (detail == MountedStorage::ListingDetail::Attributes) {
+                const fuse_entry_param entry = entryOf(found);
+                taken = fuse_add_direntry_plus(request, room, size - used, name.c_str(), &entry, end);
+            } else {
+                taken = fuse_add_direntry(request, room, size - used, name.c_str(), &found.status, end);
+            }
+            if (taken > size - used) {
+                return false;
+            }
+            used += taken;
+            return true;
+        };
+        storageOf(request).list(folderOf(request, number), static_cast<std::uint64_t>(position), detail, add);
+        fuse_reply_buf(request, buffer.get(), used);
+    });
+}
+
+void listNames(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t position, fuse_file_info*) {
+    listFolder(request, number, size, position, MountedStorage::ListingDetail::Names);
+}
+
+void listAttributes(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t position,
+                    fuse_file_info*) {
+    listFolder(request, number, size, position, MountedStorage::ListingDetail::Attributes);
+}
+
+void getSpace(fuse_req_t request, fuse_ino_t) {
+    answer(request, [&] {
+        constexpr unsigned long block = 4096;
+        const auto info = storageOf(request).space();
+        struct statvfs space {};
+        space.f_bsize = block;
+        space.f_frsize = block;
+        space.f_blocks = info.capacity / block;
+        space.f_bfree = info.available / block;
+        space.f_bavail = space.f_bfree;
+        space.f_namemax = longestEntryName;
+        fuse_reply_statfs(request, &space);
+    });
+}
+
+} // namespace
+
+const fuse_lowlevel_ops& fuseOperations() {
+    static const fuse_lowlevel_ops operations = [] {
+        fuse_lowlevel_ops table{};
+        table.init = startUp;
+        table.lookup = lookUp;
+        table.forget = forget;
+        table.forget_multi = forgetMany;
+        table.getattr = getAttributes;
+        table.setattr = setAttributes;
+        table.mknod = makeNode;
+        table.mkdir = makeFolder;
+        table.unlink = removeFile;
+        table.rmdir = removeFolder;
+        table.symlink = refuseSymbolicLink;
+        table.link = refuseLink;
+        table.rename = rename;
+        table.access = checkAccess;
+        table.open = needsNoOpening;
+        table.opendir = needsNoOpening;
+        table.read = read;
+        table.write = write;
+        table.fallocate = allocate;
+        table.readdir = listNames;
+        table.readdirplus = listAttributes;
+        table.statfs = getSpace;
+        return table;
+    }();
+    return operations;
+}
+
+} // namespace storage::host

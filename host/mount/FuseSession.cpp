@@ -1,0 +1,114 @@
+#include "host/mount/FuseSession.h"
+
+#include "host/CommandError.h"
+#include "host/DiskError.h"
+#include "host/mount/FuseOperations.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace storage::host {
+
+namespace {
+
+/// What the library said last, in place of its printing it.
+std::string& lastComplaint() {
+    static std::string text;
+    return text;
+}
+
+void rememberComplaint(fuse_log_level, const char* format, va_list arguments) {
+    std::array<char, 500> line{};
+    std::vsnprintf(line.data(), line.size(), format, arguments);
+    lastComplaint() = line.data();
+    while (!lastComplaint().empty() && lastComplaint().back() == '\n') {
+        lastComplaint().pop_back();
+    }
+}
+
+void refuseUnmountable(const std::string& mountPoint) {
+    struct stat status {};
+    if (::stat(mountPoint.c_str(), &status) != 0) {
+        const std::string advice = errno == ENOENT ? "there is no such folder; make it first"
+                                   : errno == ENOTCONN
+                                       ? "a mount whose program has gone is still there; take it "
+                                         "away with 'fusermount3 -u' first"
+                                       : diskError(mountPoint, errno).what();
+        throw CommandError(mountPoint, advice);
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        throw CommandError(mountPoint, "not a folder; a storage can be mounted at a folder only");
+    }
+    if (::access("/dev/fuse", F_OK) != 0) {
+        throw CommandError("/dev/fuse",
+                           "missing, so nothing can be mounted here; load the kernel's module 'fuse'");
+    }
+}
+
+/// A superuser alone among his files may do everything with them. For everybody else the kernel must look at
+/// permissions, which costs a request after every change of a folder.
+bool needsPermissions(const MountOptions& options) {
+    return ::geteuid() != 0 || options.users == MountOptions::Users::Everybody;
+}
+
+std::string libraryOptions(const MountOptions& options) {
+    std::string text = "fsname=qzstorage,subtype=qzstorage";
+    text += needsPermissions(options) ? ",default_permissions" : "";
+    text += options.writing == MountOptions::Writing::Refused ? ",ro" : "";
+    text += options.users == MountOptions::Users::Everybody ? ",allow_other" : "";
+    return text;
+}
+
+void run(std::vector<std::string> words) {
+    std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
+    for (std::string& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    pid_t child = 0;
+    if (::posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ) == 0) {
+        while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+        }
+    }
+}
+
+} // namespace
+
+FuseSession::FuseSession(MountedStorage& storage, const MountOptions& options)
+    : mountPoint_(options.mountPoint) {
+    refuseUnmountable(mountPoint_);
+    fuse_set_log_func(rememberComplaint);
+    std::string text = libraryOptions(options);
+    std::array<std::string, 3> words{"qzstorage", "-o", text};
+    std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};
+    fuse_args arguments{static_cast<int>(pointers.size()), pointers.data(), 0};
+    session_.reset(fuse_session_new(&arguments, &fuseOperations(), sizeof(fuse_lowlevel_ops), &storage));
+    fuse_opt_free_args(&arguments);
+    if (!session_ || fuse_session_mount(session_.get(), mountPoint_.c_str()) != 0) {
+        throw CommandError(mountPoint_, "cannot be mounted: " + lastComplaint());
+    }
+}
+
+FuseSession::~FuseSession() {
+    fuse_session_unmount(session_.get());
+}
+
+void FuseSession::unmountOrderly() const {
+    const int folder = ::open(mountPoint_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folder >= 0) {
+        ::syncfs(folder);
+        ::close(folder);
+    }
+    run({"fusermount3", "-u", "-q", "--", mountPoint_});
+}
+
+} // namespace storage::host

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "host/mount/FuseVersion.h"
+#include "host/mount/MountOptions.h"
+#include "host/mount/MountedStorage.h"
+
+#include <memory>
+
+namespace storage::host {
+
+/// A storage mounted at a folder of the disk, from construction to destruction.
+///
+/// Owns the connection to the kernel and the mount; borrows the storage. Thread safety: one object is for one thread,
+/// but `device` is for any number.
+class FuseSession {
+public:
+    /// @throws CommandError when the storage cannot be mounted there
+    FuseSession(MountedStorage& storage, const MountOptions& options);
+
+    /// Unmounts, unless that has been done. Programs that still have files open there find them gone.
+    ~FuseSession();
+
+    FuseSession(const FuseSession&) = delete;
+    FuseSession& operator=(const FuseSession&) = delete;
+
+    fuse_session* device() const noexcept { return session_.get(); }
+
+    /// Brings what programs have written to the storage and takes the mount away if nobody uses it. Others must be
+    /// answering requests meanwhile.
+    void unmountOrderly() const;
+
+private:
+    struct Destroy {
+        void operator()(fuse_session* session) const noexcept { fuse_session_destroy(session); }
+    };
+
+    const std::string mountPoint_;
+    std::unique_ptr<fuse_session, Destroy> session_;
+};
+
+} // namespace storage::host

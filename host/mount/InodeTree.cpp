@@ -1,0 +1,191 @@
+#include "host/mount/InodeTree.h"
+
+#include "host/FileTime.h"
+#include "host/mount/EntryName.h"
+#include "hostapi/storage/provider/HandedOut.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
+using foundation::storage::provider::FileAttributes;
+using foundation::storage::provider::FolderAttributes;
+using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::handedOut;
+using foundation::storage::provider::StorageIRI;
+
+namespace {
+
+/// What a storage does not keep of permissions is what most entries of a disk have.
+constexpr mode_t filePermissions = 0644;
+constexpr mode_t folderPermissions = 0755;
+constexpr mode_t writeBits = 0222;
+
+constexpr mode_t permissionsOf(mode_t usual, bool writable) {
+    return writable ? usual : usual & ~writeBits;
+}
+
+timespec programTime(const boost::posix_time::ptime& time) {
+    return time.is_special() ? timespec{} : toDiskTime(time);
+}
+
+bool isBefore(const timespec& left, const timespec& right) {
+    return left.tv_sec != right.tv_sec ? left.tv_sec < right.tv_sec : left.tv_nsec < right.tv_nsec;
+}
+
+std::u16string pathOf(const Inode& inode, std::u16string_view below) {
+    std::size_t length = below.empty() ? 0 : below.size() + 1;
+    for (const Inode* each = &inode; each->parent != nullptr; each = each->parent) {
+        length += each->name.size() + 1;
+    }
+    std::u16string path(std::max<std::size_t>(length, 1), u'/');
+    std::size_t end = length;
+    const auto prepend = [&](std::u16string_view name) {
+        end -= name.size();
+        name.copy(path.data() + end, name.size());
+        --end; // the separator is there
+    };
+    if (!below.empty()) {
+        prepend(below);
+    }
+    for (const Inode* each = &inode; each->parent != nullptr; each = each->parent) {
+        prepend(each->name);
+    }
+    return path;
+}
+
+} // namespace
+
+InodeTree::InodeTree(const IProvider& provider, InodeGuards& guards)
+    : provider_(provider), guards_(guards), root_(std::u16string(), nextNumber_++) {}
+
+StorageIRI InodeTree::locationOf(const Inode& inode) {
+    return StorageIRI(pathOf(inode, {}));
+}
+
+StorageIRI InodeTree::locationOf(const FolderInode& folder, std::u16string_view name) {
+    return StorageIRI(pathOf(folder, name));
+}
+
+bool InodeTree::isSettled(const FolderInode& folder, std::u16string_view name) noexcept {
+    return folder.childrenComplete || folder.isRemoved() || folder.children.find(name) != nullptr;
+}
+
+Inode* InodeTree::find(FolderInode& folder, std::u16string_view name) {
+    return isSettled(folder, name) ? folder.children.find(name) : ask(folder, name);
+}
+
+Inode* InodeTree::ask(FolderInode& folder, std::u16string_view name) {
+    switch (provider_.doExistsExtended(locationOf(folder, name))) {
+    case EntryExistence::File:
+        return &add(folder, Inode::Kind::File, std::u16string(name));
+    case EntryExistence::Folder:
+        return &add(folder, Inode::Kind::Folder, std::u16string(name));
+    default:
+        return nullptr;
+    }
+}
+
+void InodeTree::complete(FolderInode& folder) {
+    if (folder.childrenComplete || folder.isRemoved()) {
+        return;
+    }
+    const auto listing = handedOut(provider_.doListAll(locationOf(folder)), "listing");
+    while (listing->hasNext()) {
+        listing->step();
+        const FolderEntry entry = listing->getEntry();
+        if (programNameOf(entry.getName()) && folder.children.find(entry.getName()) == nullptr) {
+            add(folder,
+                entry.getType() == FolderEntry::EntryType::Folder ? Inode::Kind::Folder : Inode::Kind::File,
+                entry.getName());
+        }
+    }
+    folder.childrenComplete = true;
+}
+
+void InodeTree::loadAttributes(Inode& inode) {
+    if (inode.isFolder()) {
+        loadFolder(static_cast<FolderInode&>(inode));
+    } else if (!inode.attributesKnown) {
+        loadFile(static_cast<FileInode&>(inode));
+    }
+}
+
+void InodeTree::loadFile(FileInode& file) {
+    const FileAttributes stored = provider_.doGetFileAttributes(locationOf(file));
+    const timespec modified = programTime(stored.getLastModified());
+    file.attributes = {permissionsOf(filePermissions, stored.isWritable()), stored.getSize(), modified,
+                       modified, modified};
+    file.storedSize = stored.getSize();
+    file.attributesKnown = true;
+}
+
+void InodeTree::loadFolder(FolderInode& folder) {
+    if (folder.timeKnown || folder.isRemoved()) {
+        return;
+    }
+    const FolderAttributes stored = provider_.doGetFolderAttributes(locationOf(folder));
+    EntryAttributes& attributes = folder.attributes;
+    attributes.modified = programTime(stored.getLastModified());
+    if (!folder.attributesKnown) {
+        attributes.permissions = permissionsOf(folderPermissions, stored.isWritable());
+        attributes.accessed = attributes.modified;
+        folder.attributesKnown = true;
+    }
+    if (isBefore(attributes.changed, attributes.modified)) {
+        attributes.changed = attributes.modified;
+    }
+    folder.timeKnown = true;
+}
+
+void InodeTree::forgetTimeOf(FolderInode& folder) {
+    const auto held = guards_.hold(folder);
+    folder.timeKnown = false;
+}
+
+std::unique_ptr<Inode> InodeTree::make(Inode::Kind kind, std::u16string name) {
+    if (kind == Inode::Kind::Folder) {
+        return std::make_unique<FolderInode>(std::move(name), nextNumber_++);
+    }
+    return std::make_unique<FileInode>(std::move(name), nextNumber_++);
+}
+
+Inode& InodeTree::add(FolderInode& folder, Inode::Kind kind, std::u16string name) {
+    Inode& added = folder.children.add(make(kind, std::move(name)));
+    added.parent = &folder;
+    return added;
+}
+
+void InodeTree::discard(Inode& inode) noexcept {
+    inode.parent->children.remove(inode);
+}
+
+InodeTree::RemovedPlace InodeTree::prepareRemoval(const Inode& inode) {
+    Removed place;
+    place.emplace(&inode, nullptr);
+    return place.extract(place.begin());
+}
+
+void InodeTree::remove(Inode& inode, RemovedPlace place) noexcept {
+    place.mapped() = inode.parent->children.remove(inode);
+    inode.parent = nullptr;
+    if (inode.references != 0) {
+        removed_.insert(std::move(place));
+    }
+}
+
+void InodeTree::release(Inode& inode, std::uint64_t count) {
+    {
+        const std::shared_lock lock(lock_);
+        if (inode.references.fetch_sub(count) != count || !inode.isRemoved()) {
+            return;
+        }
+    }
+    RemovedPlace last; // goes after the lock: its bytes may be many
+    const std::unique_lock lock(lock_);
+    last = removed_.extract(&inode);
+}
+
+} // namespace storage::host

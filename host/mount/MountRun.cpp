@@ -1,0 +1,176 @@
+#include "host/mount/MountRun.h"
+
+#include "host/CommandError.h"
+#include "host/DiskDestination.h"
+#include "host/DiskEntry.h"
+#include "host/DiskError.h"
+#include "host/Exporter.h"
+#include "host/Importer.h"
+#include "host/Interrupted.h"
+#include "host/OutputError.h"
+#include "host/PluginLibrary.h"
+#include "host/Session.h"
+#include "host/mount/BackgroundStart.h"
+#include "host/mount/Executables.h"
+#include "host/mount/FuseSession.h"
+#include "host/mount/FuseWorkers.h"
+#include "host/mount/MountedStorage.h"
+#include "host/mount/SystemLog.h"
+#include "host/mount/WriteBack.h"
+
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <sys/statvfs.h>
+#include <unistd.h>
+#include <vector>
+
+namespace storage::host {
+
+namespace {
+
+/// The content of a folder becomes the content of the storage's root, all of it or the program ends.
+void importContent(Session& session, const std::string& folder) {
+    if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
+        throw CommandError(folder, "not a folder; its content is what would be imported");
+    }
+    TransferTotals totals;
+    {
+        Importer importer(session);
+        importer.run(folder, StoragePath(), TopAttributes::Untouched);
+        totals = importer.totals();
+    } // takes its progress off the terminal
+    if (session.console().failuresOfCommand() > 0) {
+        throw CommandError(folder, "not all of it could be imported, so nothing was mounted");
+    }
+    session.console().out() << "imported " << totals.summary() << '\n' << std::flush;
+}
+
+/// What cannot be exported at the end is better known before anything is in the storage.
+void refuseUnwritable(const std::string& path) {
+    const bool exists = std::filesystem::exists(path);
+    const std::string folder = exists ? path : std::filesystem::path(path).parent_path().string();
+    if (exists && !std::filesystem::is_directory(path)) {
+        throw CommandError(path, "not a folder; the storage's content could not be exported there");
+    }
+    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
+        throw diskError(folder, errno);
+    }
+}
+
+/// Reports to the console what could not be exported.
+void exportContent(Session& session, const std::string& path) {
+    DiskDestination destination(path, 1);
+    Exporter exporter(session);
+    exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));
+}
+
+/// Asks the mount something: the answer means that programs get answers too.
+void requireAnswer(const std::string& mountPoint) {
+    struct statvfs space {};
+    if (::statvfs(mountPoint.c_str(), &space) != 0) {
+        throw diskError(mountPoint, errno);
+    }
+}
+
+/// One run of the program, from the loading of the plug-in to the export at the end.
+class Mount {
+public:
+    Mount(const MountOptions& options, Console& console, Interruption& interruption,
+          const BackgroundStart* background)
+        : options_(options), console_(console), interruption_(interruption), background_(background) {}
+
+    ExitStatus run(const std::string& plugin) {
+        const PluginLibrary library(plugin);
+        const std::shared_ptr<foundation::storage::provider::IProvider> provider = library.buildProvider();
+        if (options_.exportTo) {
+            refuseUnwritable(*options_.exportTo);
+        }
+        if (options_.importFrom) {
+            Session session(provider, console_, interruption_);
+            importContent(session, *options_.importFrom);
+        }
+        const std::vector<std::string> executables = serve(*provider);
+        const ExitStatus status =
+            options_.exportTo ? exportAtEnd(provider, executables) : ExitStatus::Success;
+        provider->doShutdown();
+        return status;
+    }
+
+private:
+    /// @return paths of the files that can be run
+    std::vector<std::string> serve(const foundation::storage::provider::IProvider& provider) {
+        MountedStorage storage(provider);
+        if (options_.importFrom) {
+            adoptExecutables(storage, *options_.importFrom);
+        }
+        const FuseSession session(storage, options_);
+        FuseWorkers workers(session, options_.threads);
+        requireAnswer(options_.mountPoint);
+        allowMoreWriteBack(options_.mountPoint);
+        announce();
+        if (workers.waitForEnd() == FuseWorkers::End::Interrupted) {
+            session.unmountOrderly();
+        }
+        workers.stop();
+        storage.settle();
+        return storage.executables();
+    }
+
+    void announce() const {
+        if (background_ != nullptr) {
+            background_->ready();
+        } else {
+            console_.out() << "mounted at " << options_.mountPoint << "; Ctrl-C or 'fusermount3 -u' ends it\n"
+                           << std::flush;
+        }
+    }
+
+    /// In the background there is no terminal left to report to.
+    ExitStatus exportAtEnd(const std::shared_ptr<foundation::storage::provider::IProvider>& provider,
+                           const std::vector<std::string>& executables) {
+        interruption_.clear(); // what ended the mount does not end the export too
+        SystemLog log;
+        std::ostream logStream(&log);
+        std::ostream nowhere(nullptr);
+        Console logged(nowhere, OutputKind::Plain, logStream, OutputKind::Plain);
+        Console& console = background_ != nullptr ? logged : console_;
+        console.beginCommand("mount");
+        Session session(provider, console, interruption_);
+        console.attempt(*options_.exportTo, [&] { exportContent(session, *options_.exportTo); });
+        makeExecutable(executables, *options_.exportTo, console);
+        return console.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
+    }
+
+    const MountOptions& options_;
+    Console& console_;
+    Interruption& interruption_;
+    const BackgroundStart* const background_; ///< none in the foreground
+};
+
+} // namespace
+
+ExitStatus runMount(const std::string& plugin, const MountOptions& options, Console& console) {
+    Interruption interruption;
+    std::optional<BackgroundStart> background;
+    console.beginCommand("mount");
+    try {
+        if (options.place == MountOptions::Place::Background) {
+            background.emplace();
+            if (const auto status = background->waitAsStarter()) {
+                return *status;
+            }
+        }
+        return Mount(options, console, interruption, background ? &*background : nullptr).run(plugin);
+    } catch (const OutputError&) {
+        throw;
+    } catch (const Interrupted& interrupted) {
+        console.report({"", interrupted.what()});
+        return ExitStatus::Interrupted;
+    } catch (...) {
+        console.report(Failure::ofCurrentException(""));
+        return ExitStatus::Failure;
+    }
+}
+
+} // namespace storage::host
