@@ -10,10 +10,7 @@ struct FolderInode final : Inode {
         : Inode(Kind::Folder, std::move(entryName), entryNumber) {}
 
     ChildTable children;
-    bool childrenComplete =
-        false; ///< every child that a program can name is known, so what is not here does not exist
-    bool timeKnown =
-        false; ///< otherwise the storage has stamped the folder since; guarded like the attributes
+    bool childrenComplete = false; ///< what programs could name and is not here does not exist
 };
 
 } // namespace storage::host

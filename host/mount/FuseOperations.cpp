@@ -1,6 +1,7 @@
 #include "host/mount/FuseOperations.h"
 
 #include "host/mount/EntryName.h"
+#include "host/mount/KernelTime.h"
 #include "host/mount/MountedStorage.h"
 #include "host/mount/Refused.h"
 
@@ -119,9 +120,7 @@ void getAttributes(fuse_req_t request, fuse_ino_t number, fuse_file_info*) {
 
 std::optional<timespec> wantedTime(int wanted, int explicitFlag, int nowFlag, const timespec& time) {
     if ((wanted & nowFlag) != 0) {
-        timespec now{};
-        ::clock_gettime(CLOCK_REALTIME, &now);
-        return now;
+        return kernelTime();
     }
     return (wanted & explicitFlag) != 0 ? std::optional(time) : std::nullopt;
 }

@@ -31,10 +31,6 @@ timespec programTime(const boost::posix_time::ptime& time) {
     return time.is_special() ? timespec{} : toDiskTime(time);
 }
 
-bool isBefore(const timespec& left, const timespec& right) {
-    return left.tv_sec != right.tv_sec ? left.tv_sec < right.tv_sec : left.tv_nsec < right.tv_nsec;
-}
-
 std::u16string pathOf(const Inode& inode, std::u16string_view below) {
     std::size_t length = below.empty() ? 0 : below.size() + 1;
     for (const Inode* each = &inode; each->parent != nullptr; each = each->parent) {
@@ -106,43 +102,42 @@ void InodeTree::complete(FolderInode& folder) {
 }
 
 void InodeTree::loadAttributes(Inode& inode) {
+    if (inode.attributesKnown) {
+        return;
+    }
     if (inode.isFolder()) {
         loadFolder(static_cast<FolderInode&>(inode));
-    } else if (!inode.attributesKnown) {
+    } else {
         loadFile(static_cast<FileInode&>(inode));
     }
+    inode.attributesKnown = true;
 }
 
-void InodeTree::loadFile(FileInode& file) {
+void InodeTree::loadFile(FileInode& file) const {
     const FileAttributes stored = provider_.doGetFileAttributes(locationOf(file));
     const timespec modified = programTime(stored.getLastModified());
     file.attributes = {permissionsOf(filePermissions, stored.isWritable()), stored.getSize(), modified,
                        modified, modified};
     file.storedSize = stored.getSize();
-    file.attributesKnown = true;
 }
 
-void InodeTree::loadFolder(FolderInode& folder) {
-    if (folder.timeKnown || folder.isRemoved()) {
-        return;
-    }
+void InodeTree::loadFolder(FolderInode& folder) const {
     const FolderAttributes stored = provider_.doGetFolderAttributes(locationOf(folder));
-    EntryAttributes& attributes = folder.attributes;
-    attributes.modified = programTime(stored.getLastModified());
-    if (!folder.attributesKnown) {
-        attributes.permissions = permissionsOf(folderPermissions, stored.isWritable());
-        attributes.accessed = attributes.modified;
-        folder.attributesKnown = true;
-    }
-    if (isBefore(attributes.changed, attributes.modified)) {
-        attributes.changed = attributes.modified;
-    }
-    folder.timeKnown = true;
+    const timespec modified = programTime(stored.getLastModified());
+    folder.attributes = {permissionsOf(folderPermissions, stored.isWritable()), 0, modified, modified,
+                         modified};
 }
 
-void InodeTree::forgetTimeOf(FolderInode& folder) {
+/// The storage has stamped the folder too, but by another clock.
+void InodeTree::stamp(FolderInode& folder, const timespec& time) noexcept {
     const auto held = guards_.hold(folder);
-    folder.timeKnown = false;
+    folder.attributes.modified = time;
+    folder.attributes.changed = time;
+    try {
+        provider_.doSetLastModified(locationOf(folder), fromDiskTime(time));
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+        // The change has been made; programs see the time that is kept here.
+    }
 }
 
 std::unique_ptr<Inode> InodeTree::make(Inode::Kind kind, std::u16string name) {

@@ -50,8 +50,9 @@ public:
     /// Gets to know the attributes of an entry. Needs the lock, shared, and the inode's guard.
     void loadAttributes(Inode& inode);
 
-    /// Notes that the storage has stamped a folder. Needs the lock, shared.
-    void forgetTimeOf(FolderInode& folder);
+    /// Makes a folder one that was changed at `time`, by a change of its entries. Its attributes must be known. Needs
+    /// the lock, alone.
+    void stamp(FolderInode& folder, const timespec& time) noexcept;
 
     /// Adds an entry without attributes. Needs the lock, alone.
     /// @throws std::bad_alloc with nothing changed
@@ -74,8 +75,8 @@ public:
 private:
     std::unique_ptr<Inode> make(Inode::Kind kind, std::u16string name);
     Inode* ask(FolderInode& folder, std::u16string_view name);
-    void loadFile(FileInode& file);
-    void loadFolder(FolderInode& folder);
+    void loadFile(FileInode& file) const;
+    void loadFolder(FolderInode& folder) const;
 
     const IProvider& provider_;
     InodeGuards& guards_;

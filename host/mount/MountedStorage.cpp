@@ -4,6 +4,7 @@
 #include "host/mount/EntryName.h"
 #include "host/mount/FolderMove.h"
 #include "host/mount/KeptContent.h"
+#include "host/mount/KernelTime.h"
 #include "host/mount/LiftedFlag.h"
 #include "host/mount/Refused.h"
 
@@ -24,10 +25,6 @@ constexpr mode_t permissionBits = 07777;
 constexpr mode_t anyExecution = 0111;
 constexpr blksize_t blockSize = 4096;      ///< bytes, for programs that ask what to read at a time
 constexpr std::uint64_t statusBlock = 512; ///< bytes, the unit of st_blocks
-
-timespec now() {
-    return toDiskTime(boost::posix_time::microsec_clock::universal_time());
-}
 
 /// As the storage keeps it.
 timespec rounded(const timespec& time) {
@@ -112,7 +109,7 @@ struct stat MountedStorage::change(Inode& inode, const AttributeChange& change) 
         }
         auto& file = static_cast<FileInode&>(inode);
         if (*change.size != attributes.size && !modified) {
-            modified = now();
+            modified = kernelTime();
         }
         contents_.resize(file, held, *change.size);
         modified = modified.value_or(attributes.modified); // the storage may have stamped it
@@ -132,7 +129,7 @@ struct stat MountedStorage::change(Inode& inode, const AttributeChange& change) 
         attributes = changed;
     }
     attributes.accessed = change.accessed.value_or(attributes.accessed);
-    attributes.changed = change.changed.value_or(now());
+    attributes.changed = change.changed.value_or(kernelTime());
     return show(inode);
 }
 
@@ -151,6 +148,7 @@ void MountedStorage::removeFile(FolderInode& folder, std::string_view name) {
     const std::unique_lock lock(tree_.lock());
     Inode& inode = requireChild(folder, entryName, Inode::Kind::File);
     removing(inode, [&] { provider_.doRemoveFile(InodeTree::locationOf(inode)); });
+    tree_.stamp(folder, kernelTime());
 }
 
 void MountedStorage::removeFolder(FolderInode& folder, std::string_view name) {
@@ -158,6 +156,7 @@ void MountedStorage::removeFolder(FolderInode& folder, std::string_view name) {
     const std::unique_lock lock(tree_.lock());
     Inode& inode = requireChild(folder, entryName, Inode::Kind::Folder);
     removing(inode, [&] { provider_.doRemoveFolder(InodeTree::locationOf(inode)); });
+    tree_.stamp(folder, kernelTime());
 }
 
 void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderInode& newFolder,
@@ -185,10 +184,11 @@ void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderIn
     }
     newFolder.children.moveHere(folder.children, *source, std::move(to));
     source->parent = &newFolder;
-    tree_.forgetTimeOf(folder);
-    tree_.forgetTimeOf(newFolder);
+    const timespec time = kernelTime();
+    tree_.stamp(folder, time);
+    tree_.stamp(newFolder, time);
     const auto held = guards_.hold(*source);
-    source->attributes.changed = now();
+    source->attributes.changed = time;
 }
 
 void MountedStorage::list(FolderInode& folder, std::uint64_t position, ListingDetail detail,
@@ -288,17 +288,19 @@ void MountedStorage::createIn(FolderInode& folder, Inode& inode, mode_t permissi
     } else {
         provider_.doCreateFile(location);
     }
-    tree_.forgetTimeOf(folder);
+    const timespec time = kernelTime();
+    inode.attributes = {permissions & permissionBits, 0, time, time, time};
+    inode.attributesKnown = true;
     try {
-        statusOf(inode);
-        if (EntryAttributes{permissions}.isWritable() != inode.attributes.isWritable()) {
-            provider_.doSetWritable(location, !inode.attributes.isWritable());
+        provider_.doSetLastModified(location, fromDiskTime(time));
+        if (!inode.attributes.isWritable()) {
+            provider_.doSetWritable(location, false);
         }
-        inode.attributes.permissions = permissions & permissionBits;
     } catch (...) {
         inode.isFolder() ? provider_.doRemoveFolder(location) : provider_.doRemoveFile(location);
         throw;
     }
+    tree_.stamp(folder, time);
 }
 
 Inode& MountedStorage::requireChild(FolderInode& folder, const std::u16string& name, Inode::Kind kind) {
@@ -355,7 +357,6 @@ void MountedStorage::removing(Inode& inode, const Step& step) {
     content.keep();
     writable.release();
     tree_.remove(inode, std::move(place));
-    tree_.forgetTimeOf(folder);
 }
 
 /// Moves what the storage has. Both folders keep their flags, the entry keeps its time.
