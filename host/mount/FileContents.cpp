@@ -21,6 +21,7 @@ using foundation::storage::provider::handedOut;
 namespace {
 
 constexpr std::size_t zeroBlockSize = 1U << 20U;
+constexpr std::uint64_t growthStep = 32U << 20U; ///< bytes, filled in some milliseconds
 constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
 
 void stand(OpenStream& open, std::uint64_t offset) {
@@ -45,13 +46,19 @@ void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<cons
     file.storedSize = std::max(file.storedSize, open.position);
 }
 
+/// Where a file has not been filled with zeros yet.
+std::uint64_t unfilledFrom(const FileInode& file) {
+    return std::max(file.attributes.size, file.zerosEnd);
+}
+
 /// Fills with zeros from the end of the file up to `size`.
 void extend(FileInode& file, OpenStream& open, std::uint64_t size) {
     static const std::array<char, zeroBlockSize> zeros{};
-    for (std::uint64_t end = file.attributes.size; end < size;) {
-        const auto count = std::min<std::uint64_t>(zeros.size(), size - end);
-        put(file, open, end, std::span(zeros).first(count));
-        end += count;
+    while (unfilledFrom(file) < size) {
+        const std::uint64_t begin = unfilledFrom(file);
+        const auto count = std::min<std::uint64_t>(zeros.size(), size - begin);
+        put(file, open, begin, std::span(zeros).first(count));
+        file.zerosEnd = begin + count;
     }
 }
 
@@ -80,22 +87,37 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
 /// A gap between the end and the offset is filled first: a stream would put the bytes at the end. What a truncation
 /// left there is overwritten on the way.
 void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
-    auto held = access(file, OpenStream::Access::ReadWrite);
     if (offset > largestSize - bytes.size()) {
         throw Refused(EFBIG);
     }
+    prepare(file, offset);
+    auto held = access(file, OpenStream::Access::ReadWrite);
     OpenStream& open = held.streamOf(file);
     requireRoom(file, offset + bytes.size());
     extend(file, open, offset);
+    file.zerosEnd = std::min(file.zerosEnd, offset); // also when the writing fails midway
     put(file, open, offset, bytes);
     file.attributes.size = std::max(file.attributes.size, offset + bytes.size());
 }
 
 void FileContents::reach(FileInode& file, std::uint64_t size) {
+    prepare(file, size);
     auto held = access(file, OpenStream::Access::ReadWrite);
     requireRoom(file, size);
     extend(file, held.streamOf(file), size);
     file.attributes.size = std::max(file.attributes.size, size);
+}
+
+void FileContents::prepare(FileInode& file, std::uint64_t size) {
+    for (;;) {
+        auto held = access(file, OpenStream::Access::ReadWrite);
+        const std::uint64_t begin = unfilledFrom(file);
+        if (size <= begin + growthStep) {
+            return;
+        }
+        requireRoom(file, size);
+        extend(file, held.streamOf(file), begin + growthStep);
+    }
 }
 
 /// A storage can shorten a file only by copying what stays. So the rest is left where it is until it is the larger
@@ -105,6 +127,7 @@ void FileContents::resize(FileInode& file, InodeGuards::Held& held, std::uint64_
         requireRoom(file, size);
         extend(file, streamOf(file, held, OpenStream::Access::ReadWrite), size);
     }
+    file.zerosEnd = size < file.attributes.size ? size : file.zerosEnd;
     file.attributes.size = size;
     if (file.detached) {
         return;

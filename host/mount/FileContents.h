@@ -34,6 +34,11 @@ public:
     /// @throws Refused ENOSPC when there is no room, with the file as programs see it unchanged
     void reach(FileInode& file, std::uint64_t size);
 
+    /// Gets ready for a file that is to grow to `size`, in steps between which others come in. What is left to be done
+    /// does not take long. Needs no lock.
+    /// @throws Refused ENOSPC when there is no room, with the file as programs see it unchanged
+    void prepare(FileInode& file, std::uint64_t size);
+
     /// Gives the file `size` bytes; what is new is zeros. Needs the tree's lock, shared, and the file's guard; its
     /// attributes must be known. The storage may stamp the file.
     /// @throws Refused ENOSPC when there is no room, with the file unchanged

@@ -2,12 +2,11 @@
 
 #include "host/CommandError.h"
 #include "host/DiskError.h"
+#include "host/mount/CapturedErrors.h"
 #include "host/mount/FuseOperations.h"
 
 #include <array>
 #include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/stat.h>
@@ -18,21 +17,6 @@
 namespace storage::host {
 
 namespace {
-
-/// What the library said last, in place of its printing it.
-std::string& lastComplaint() {
-    static std::string text;
-    return text;
-}
-
-void rememberComplaint(fuse_log_level, const char* format, va_list arguments) {
-    std::array<char, 500> line{};
-    std::vsnprintf(line.data(), line.size(), format, arguments);
-    lastComplaint() = line.data();
-    while (!lastComplaint().empty() && lastComplaint().back() == '\n') {
-        lastComplaint().pop_back();
-    }
-}
 
 void refuseUnmountable(const std::string& mountPoint) {
     struct stat status {};
@@ -86,15 +70,14 @@ void run(std::vector<std::string> words) {
 FuseSession::FuseSession(MountedStorage& storage, const MountOptions& options)
     : mountPoint_(options.mountPoint) {
     refuseUnmountable(mountPoint_);
-    fuse_set_log_func(rememberComplaint);
-    std::string text = libraryOptions(options);
-    std::array<std::string, 3> words{"qzstorage", "-o", text};
+    std::array<std::string, 3> words{"qzstorage", "-o", libraryOptions(options)};
     std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};
     fuse_args arguments{static_cast<int>(pointers.size()), pointers.data(), 0};
+    const CapturedErrors errors; // the library and its helper program print theirs
     session_.reset(fuse_session_new(&arguments, &fuseOperations(), sizeof(fuse_lowlevel_ops), &storage));
     fuse_opt_free_args(&arguments);
     if (!session_ || fuse_session_mount(session_.get(), mountPoint_.c_str()) != 0) {
-        throw CommandError(mountPoint_, "cannot be mounted: " + lastComplaint());
+        throw CommandError(mountPoint_, "cannot be mounted: " + errors.firstLine());
     }
 }
 
@@ -102,12 +85,15 @@ FuseSession::~FuseSession() {
     fuse_session_unmount(session_.get());
 }
 
-void FuseSession::unmountOrderly() const {
+void FuseSession::writeBack() const {
     const int folder = ::open(mountPoint_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder >= 0) {
         ::syncfs(folder);
         ::close(folder);
     }
+}
+
+void FuseSession::unmountUnused() const {
     run({"fusermount3", "-u", "-q", "--", mountPoint_});
 }
 

@@ -25,9 +25,12 @@ public:
 
     fuse_session* device() const noexcept { return session_.get(); }
 
-    /// Brings what programs have written to the storage and takes the mount away if nobody uses it. Others must be
-    /// answering requests meanwhile.
-    void unmountOrderly() const;
+    /// Makes the kernel send what programs have written. Others must be answering requests meanwhile, and may still be
+    /// when this returns.
+    void writeBack() const;
+
+    /// Takes the mount away, if nobody uses it. Others must be answering requests meanwhile.
+    void unmountUnused() const;
 
 private:
     struct Destroy {

@@ -41,6 +41,7 @@ private:
     sigset_t before_{};
 };
 
+constexpr std::chrono::seconds longestDrain(20);
 constexpr unsigned pileOfRequests = 16;            ///< that one thread does not work off by itself
 constexpr std::uint32_t longTransfer = 64U << 10U; ///< bytes
 
@@ -113,6 +114,11 @@ FuseWorkers::End FuseWorkers::waitForEnd() const {
     return Interruption::pending() == 0 ? End::Unmounted : End::Interrupted;
 }
 
+void FuseWorkers::drain() {
+    std::unique_lock lock(mutex_);
+    quiet_.wait_for(lock, longestDrain, [this] { return isQuiet() || fuse_session_exited(device_) != 0; });
+}
+
 void FuseWorkers::stop() {
     {
         const std::lock_guard lock(mutex_);
@@ -162,18 +168,35 @@ bool FuseWorkers::nextRequest(fuse_buf& request, unsigned& inARow) {
     return false;
 }
 
-int FuseWorkers::receivePatiently(fuse_buf& request) const {
+int FuseWorkers::receivePatiently(fuse_buf& request) {
     const Clock::time_point end = Clock::now() + patience;
     int received = -EAGAIN;
     while (received == -EAGAIN && Clock::now() < end) {
         received = fuse_session_receive_buf(device_, &request);
     }
     if (received == -EAGAIN) {
-        std::array<pollfd, 2> waiting{
-            {{fuse_session_fd(device_), POLLIN, 0}, {stopping_.descriptor(), POLLIN, 0}}};
-        ::poll(waiting.data(), waiting.size(), -1);
+        sleepUntilRequest();
     }
     return received;
+}
+
+void FuseWorkers::sleepUntilRequest() {
+    {
+        const std::lock_guard lock(mutex_);
+        waiting_ = true;
+    }
+    quiet_.notify_all();
+    std::array<pollfd, 2> waiting{
+        {{fuse_session_fd(device_), POLLIN, 0}, {stopping_.descriptor(), POLLIN, 0}}};
+    ::poll(waiting.data(), waiting.size(), -1);
+    const std::lock_guard lock(mutex_);
+    waiting_ = false;
+}
+
+/// Whether nobody works and nothing waits to be worked on. Needs the mutex: then nobody begins meanwhile.
+bool FuseWorkers::isQuiet() const {
+    pollfd device{fuse_session_fd(device_), POLLIN, 0};
+    return waiting_ && resting_ + 1 == threads_.size() && ::poll(&device, 1, 0) == 0;
 }
 
 /// Waits to be called, if another thread looks for requests. @return whether it did
@@ -184,6 +207,7 @@ bool FuseWorkers::rest() {
     }
     --readers_;
     ++resting_;
+    quiet_.notify_all();
     called_.wait(lock, [this] { return calls_ > 0 || fuse_session_exited(device_) != 0; });
     --resting_;
     calls_ -= calls_ > 0 ? 1 : 0;

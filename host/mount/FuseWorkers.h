@@ -36,13 +36,19 @@ public:
     /// Waits until the mount has been taken away or one of the signals arrives that `Interruption` knows.
     End waitForEnd() const;
 
+    /// Waits until no request is left to be answered: what the kernel has been told to write back has arrived. Programs
+    /// that never stop asking are not waited for.
+    void drain();
+
     /// Ends the threads, each after the request that it is at.
     void stop();
 
 private:
     void answerRequests();
     bool nextRequest(fuse_buf& request, unsigned& inARow);
-    int receivePatiently(fuse_buf& request) const;
+    int receivePatiently(fuse_buf& request);
+    void sleepUntilRequest();
+    bool isQuiet() const;
     bool rest();
     void callOne();
     void answer(const fuse_buf& request);
@@ -52,8 +58,10 @@ private:
     const Event stopping_; ///< wakes the threads for the last time
     const Event ended_;    ///< the mount has been taken away
     MemoryReserve reserve_;
-    std::mutex mutex_; ///< guards the three below
+    std::mutex mutex_; ///< guards what is below, but for the threads
     std::condition_variable called_;
+    std::condition_variable quiet_; ///< perhaps nobody works
+    bool waiting_ = false;          ///< the only thread that looks for requests sleeps until there is one
     unsigned readers_;     ///< threads that look for requests, or are at a short one and will look again
     unsigned resting_ = 0; ///< threads that wait to be called
     unsigned calls_ = 0;   ///< that no thread has heard yet

@@ -110,7 +110,9 @@ private:
         allowMoreWriteBack(options_.mountPoint);
         announce();
         if (workers.waitForEnd() == FuseWorkers::End::Interrupted) {
-            session.unmountOrderly();
+            session.writeBack();
+            workers.drain();
+            session.unmountUnused();
         }
         workers.stop();
         storage.settle();

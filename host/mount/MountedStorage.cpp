@@ -56,6 +56,12 @@ struct stat identify(const Inode& inode) {
     return status;
 }
 
+void requireFile(const Inode& inode) {
+    if (inode.isFolder()) {
+        throw Refused(EISDIR);
+    }
+}
+
 void refuseImpossibleRename(const Inode& source, const FolderInode& folder, const Inode* target) {
     if (isWithin(folder, source)) {
         throw Refused(EINVAL);
@@ -98,15 +104,16 @@ struct stat MountedStorage::status(Inode& inode) {
 /// A size that changes is a modification, whatever the storage makes of the time.
 struct stat MountedStorage::change(Inode& inode, const AttributeChange& change) {
     requireChangeable(change);
+    if (change.size) {
+        requireFile(inode);
+        contents_.prepare(static_cast<FileInode&>(inode), *change.size);
+    }
     const std::shared_lock lock(tree_.lock());
     auto held = guards_.hold(inode);
     tree_.loadAttributes(inode);
     EntryAttributes& attributes = inode.attributes;
     std::optional<timespec> modified = change.modified;
     if (change.size) {
-        if (inode.isFolder()) {
-            throw Refused(EISDIR);
-        }
         auto& file = static_cast<FileInode&>(inode);
         if (*change.size != attributes.size && !modified) {
             modified = kernelTime();
