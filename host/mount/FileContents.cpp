@@ -24,6 +24,9 @@ constexpr std::size_t zeroBlockSize = 1U << 20U;
 constexpr std::uint64_t growthStep = 32U << 20U; ///< bytes, filled in some milliseconds
 constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
 
+/// Of a stream that failed, which may have come some way.
+constexpr std::uint64_t unknownPosition = std::numeric_limits<std::uint64_t>::max();
+
 void stand(OpenStream& open, std::uint64_t offset) {
     if (open.position == offset) {
         return;
@@ -37,12 +40,13 @@ void stand(OpenStream& open, std::uint64_t offset) {
 /// A storage without memory for a file's bytes is, to a program that writes, a full one.
 void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<const char> bytes) {
     stand(open, offset);
+    open.position = unknownPosition;
     try {
         open.stream->write(bytes.data(), static_cast<long>(bytes.size()));
     } catch (const std::bad_alloc&) {
         throw Refused(ENOSPC);
     }
-    open.position += bytes.size();
+    open.position = offset + bytes.size();
     file.storedSize = std::max(file.storedSize, open.position);
 }
 
@@ -72,6 +76,7 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
     const auto wanted = std::min<std::uint64_t>(buffer.size(), file.attributes.size - offset);
     OpenStream& open = held.streamOf(file);
     stand(open, offset);
+    open.position = unknownPosition;
     std::size_t filled = 0;
     while (filled < wanted) {
         const long count = open.stream->read(buffer.data() + filled, static_cast<long>(wanted - filled));
@@ -79,8 +84,8 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
             throw Refused(EIO);
         }
         filled += static_cast<std::size_t>(count);
-        open.position += static_cast<std::uint64_t>(count);
     }
+    open.position = offset + filled;
     return filled;
 }
 
@@ -109,15 +114,17 @@ void FileContents::reach(FileInode& file, std::uint64_t size) {
 }
 
 void FileContents::prepare(FileInode& file, std::uint64_t size) {
-    for (;;) {
+    while (isFarFrom(file, size)) {
         auto held = access(file, OpenStream::Access::ReadWrite);
-        const std::uint64_t begin = unfilledFrom(file);
-        if (size <= begin + growthStep) {
-            return;
-        }
         requireRoom(file, size);
-        extend(file, held.streamOf(file), begin + growthStep);
+        extend(file, held.streamOf(file), std::min(size, unfilledFrom(file) + growthStep));
     }
+}
+
+/// Whether growing to `size` takes more than one step, or may: a file that nothing is known of is looked at by the step.
+bool FileContents::isFarFrom(const FileInode& file, std::uint64_t size) {
+    const auto held = guards_.hold(file);
+    return size > growthStep && (!file.attributesKnown || size > unfilledFrom(file) + growthStep);
 }
 
 /// A storage can shorten a file only by copying what stays. So the rest is left where it is until it is the larger
@@ -129,12 +136,22 @@ void FileContents::resize(FileInode& file, InodeGuards::Held& held, std::uint64_
     }
     file.zerosEnd = size < file.attributes.size ? size : file.zerosEnd;
     file.attributes.size = size;
+    try {
+        shedRest(file, held);
+    } catch (...) {
+        if (file.attributes.size != size) {
+            throw;
+        } // else the file is as programs want it, and the rest may stay
+    }
+}
+
+void FileContents::shedRest(FileInode& file, InodeGuards::Held& held) {
     if (file.detached) {
         return;
     }
-    if (size == 0 && file.storedSize > 0) {
+    if (file.attributes.size == 0 && file.storedSize > 0) {
         empty(file, held);
-    } else if (size < file.storedSize / 2) {
+    } else if (file.attributes.size < file.storedSize / 2) {
         settle(file, held);
     }
 }
@@ -146,7 +163,14 @@ void FileContents::settle(FileInode& file, InodeGuards::Held& held) {
     const StorageIRI location = InodeTree::locationOf(file);
     const LiftedFlag writable(provider_, location, file);
     held.closeStreamOf(file);
-    provider_.doTruncateToSize(location, file.attributes.size);
+    file.zerosEnd = 0;
+    try {
+        provider_.doTruncateToSize(location, file.attributes.size);
+    } catch (...) { // midway, bytes may be lost that were to stay
+        file.storedSize = provider_.doGetFileAttributes(location).getSize();
+        file.attributes.size = std::min(file.attributes.size, file.storedSize);
+        throw;
+    }
     file.storedSize = file.attributes.size;
     provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
 }

@@ -58,6 +58,8 @@ private:
     InodeGuards::Held access(FileInode& file, OpenStream::Access access);
     OpenStream& streamOf(FileInode& file, InodeGuards::Held& held, OpenStream::Access access);
     OpenStream open(const FileInode& file, OpenStream::Access access);
+    bool isFarFrom(const FileInode& file, std::uint64_t size);
+    void shedRest(FileInode& file, InodeGuards::Held& held);
     void empty(FileInode& file, InodeGuards::Held& held);
     void requireRoom(const FileInode& file, std::uint64_t size);
 

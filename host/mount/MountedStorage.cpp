@@ -62,6 +62,13 @@ void requireFile(const Inode& inode) {
     }
 }
 
+/// A folder that is gone has no place in the storage.
+void requirePresent(const FolderInode& folder) {
+    if (folder.isRemoved()) {
+        throw Refused(ENOENT);
+    }
+}
+
 void refuseImpossibleRename(const Inode& source, const FolderInode& folder, const Inode* target) {
     if (isWithin(folder, source)) {
         throw Refused(EINVAL);
@@ -122,8 +129,14 @@ struct stat MountedStorage::change(Inode& inode, const AttributeChange& change) 
         modified = modified.value_or(attributes.modified); // the storage may have stamped it
     }
     if (modified) {
-        if (!inode.isRemoved()) {
-            provider_.doSetLastModified(InodeTree::locationOf(inode), fromDiskTime(*modified));
+        try {
+            if (!inode.isRemoved()) {
+                provider_.doSetLastModified(InodeTree::locationOf(inode), fromDiskTime(*modified));
+            }
+        } catch (...) {
+            if (!change.size) { // else the file has its new size already, so that must not fail any more
+                throw;
+            }
         }
         attributes.modified = rounded(*modified);
     }
@@ -171,6 +184,7 @@ void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderIn
     const std::u16string from = storageNameOf(name);
     std::u16string to = storageNameOf(newName);
     const std::unique_lock lock(tree_.lock());
+    requirePresent(newFolder);
     Inode* const source = tree_.find(folder, from);
     Inode* const target = tree_.find(newFolder, to);
     if (source == nullptr) {
@@ -206,14 +220,24 @@ void MountedStorage::list(FolderInode& folder, std::uint64_t position, ListingDe
         (position < 2 && !visit("..", {nullptr, identify(above)}, 2))) {
         return;
     }
+    bool tookAny = position < 2;
     for (Inode* child = folder.children.after(position); child != nullptr;
          child = folder.children.after(child->position)) {
         const bool isCounted = detail == ListingDetail::Attributes;
-        const Found entry{child, isCounted ? statusOf(*child) : identify(*child)};
+        Found entry{child, identify(*child)};
+        try {
+            entry.status = isCounted ? statusOf(*child) : entry.status;
+        } catch (...) {
+            if (tookAny) { // with references that the caller is to hear of; the next piece fails
+                return;
+            }
+            throw;
+        }
         if (!visit(programNameOf(child->name).value(), entry, child->position)) {
             return;
         }
         child->references += isCounted ? 1 : 0;
+        tookAny = true;
     }
 }
 
@@ -272,6 +296,7 @@ MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string
                                                 mode_t permissions) {
     std::u16string entryName = storageNameOf(name);
     const std::unique_lock lock(tree_.lock());
+    requirePresent(folder);
     if (tree_.find(folder, entryName) != nullptr) {
         throw Refused(EEXIST);
     }
