@@ -47,6 +47,9 @@ public:
     /// Whether the error stream has a place for a line that is rewritten again and again.
     bool showsProgress() const noexcept { return errKind_ == OutputKind::Terminal; }
 
+    /// The error stream has no place for such a line any more.
+    void showNoProgress() noexcept { errKind_ = OutputKind::Plain; }
+
     void drawProgress(const std::string& line);
     void clearProgress();
 

@@ -77,7 +77,9 @@ private:
         if (path.empty()) {
             throw UsageError("the path of a folder is empty");
         }
-        return std::filesystem::absolute(path).lexically_normal();
+        // As it is written otherwise: ".." behind a link leads elsewhere than the text says.
+        const std::string whole = std::filesystem::absolute(path);
+        return whole.substr(0, std::max<std::size_t>(whole.find_last_not_of('/') + 1, 1));
     }
 
     CLI::App* command_;

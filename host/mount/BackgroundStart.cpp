@@ -5,6 +5,7 @@
 #include <array>
 #include <csignal>
 #include <fcntl.h>
+#include <iostream>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,6 +38,9 @@ BackgroundStart::BackgroundStart(const std::array<int, 2>& ends) : child_(checke
 }
 
 BackgroundStart::~BackgroundStart() {
+    if (errors_ != nullptr) {
+        std::cerr.rdbuf(errors_);
+    }
     ::close(pipe_);
 }
 
@@ -52,7 +56,7 @@ std::optional<ExitStatus> BackgroundStart::waitAsStarter() const {
     return count == 1 ? ExitStatus::Success : statusOf(child_);
 }
 
-void BackgroundStart::ready() const {
+void BackgroundStart::ready() {
     ::setsid();
     checked(::chdir("/"), "chdir");
     const int nowhere = checked(::open("/dev/null", O_RDWR | O_CLOEXEC), "open");
@@ -60,6 +64,7 @@ void BackgroundStart::ready() const {
         checked(::dup2(nowhere, descriptor), "dup2");
     }
     ::close(nowhere);
+    errors_ = std::cerr.rdbuf(&log_);
     checked(static_cast<int>(::write(pipe_, "", 1)), "write");
 }
 

@@ -16,14 +16,14 @@ Inode* ChildTable::after(std::uint64_t position) const noexcept {
 
 Inode& ChildTable::add(std::unique_ptr<Inode> child) {
     Inode& added = *child;
-    const auto place = byPosition_.emplace_hint(byPosition_.end(), nextPosition_, &added);
+    const auto place = byPosition_.emplace_hint(byPosition_.begin(), nextPosition_, &added);
     try {
         byName_.emplace(added.name, std::move(child));
     } catch (...) {
         byPosition_.erase(place);
         throw;
     }
-    added.position = nextPosition_++;
+    added.position = newPosition();
     return added;
 }
 
@@ -32,16 +32,17 @@ std::unique_ptr<Inode> ChildTable::remove(const Inode& child) noexcept {
     return std::move(byName_.extract(child.name).mapped());
 }
 
-void ChildTable::moveHere(ChildTable& from, const Inode& child, std::u16string name) noexcept {
+void ChildTable::moveHere(ChildTable& from, const Inode& child, std::u16string name,
+                          std::uint64_t position) noexcept {
     auto place = from.byPosition_.extract(child.position);
     auto node = from.byName_.extract(child.name);
     Inode& moved = *node.mapped();
     moved.name = std::move(name);
-    moved.position = nextPosition_++;
+    moved.position = position;
     node.key() = moved.name;
-    place.key() = moved.position;
+    place.key() = position;
     byName_.insert(std::move(node));
-    byPosition_.insert(byPosition_.end(), std::move(place));
+    byPosition_.insert(std::move(place));
 }
 
 } // namespace storage::host

@@ -11,12 +11,14 @@ namespace storage::host {
 
 /// The known entries of one folder, by name and in the order of a listing.
 ///
-/// Owns the inodes. A child keeps its position as long as it keeps its name, and a new one goes behind all others:
-/// a listing that is read in pieces misses nothing that stays and repeats nothing. Guarded by the tree's lock.
+/// Owns the inodes. A child keeps its position as long as it stays in the folder, one that takes another's place takes
+/// its position, and a new one goes before all others: a listing that is read in pieces misses nothing that stays,
+/// repeats nothing, and ends, whatever a program does with each entry that it meets. Guarded by the tree's lock.
 class ChildTable {
-public:
-    static constexpr std::uint64_t firstPosition = 3; ///< behind "." and ".."
+    static constexpr std::uint64_t lastPosition = std::uint64_t{1}
+                                                  << 62U; ///< programs get it as a signed number
 
+public:
     /// The child of that name, or nothing.
     Inode* find(std::u16string_view name) const noexcept;
 
@@ -34,8 +36,12 @@ public:
     /// From here on one child can be moved here without memory.
     void makeRoom() { byName_.reserve(byName_.size() + 1); }
 
-    /// Takes `child` out of `from` and puts it here under a name that is free here.
-    void moveHere(ChildTable& from, const Inode& child, std::u16string name) noexcept;
+    /// A position that no child has, before all that have one.
+    std::uint64_t newPosition() noexcept { return nextPosition_--; }
+
+    /// Takes `child` out of `from`, which may be this table, and puts it here under a name and at a position that are
+    /// free here then.
+    void moveHere(ChildTable& from, const Inode& child, std::u16string name, std::uint64_t position) noexcept;
 
     /// Calls `visit` with every child.
     template <typename Visit>
@@ -48,7 +54,7 @@ public:
 private:
     std::unordered_map<std::u16string_view, std::unique_ptr<Inode>> byName_; ///< each key is its inode's name
     std::map<std::uint64_t, Inode*> byPosition_;
-    std::uint64_t nextPosition_ = firstPosition;
+    std::uint64_t nextPosition_ = lastPosition; ///< "." and ".." have 1 and 2
 };
 
 } // namespace storage::host

@@ -9,23 +9,38 @@
 #include <array>
 #include <cerrno>
 #include <limits>
+#include <mutex>
 #include <new>
 #include <shared_mutex>
+#include <vector>
 
 namespace storage::host {
 
 using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::ByteStreamExistence;
 using foundation::storage::provider::handedOut;
+using foundation::storage::provider::ReplacementPolicy;
+using foundation::storage::provider::StorageIRI;
 
 namespace {
 
 constexpr std::size_t zeroBlockSize = 1U << 20U;
-constexpr std::uint64_t growthStep = 32U << 20U; ///< bytes, filled in some milliseconds
+constexpr std::size_t copyBlockSize = 1U << 20U;
+constexpr std::uint64_t muchRest = 64U << 10U;    ///< bytes, below which shedding is not worth its while
+constexpr const char16_t* unseenName = u"\xD800"; ///< that no program can spell or is shown
+constexpr std::uint64_t growthStep = 32U << 20U;  ///< bytes, filled in some milliseconds
 constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
 
 /// Of a stream that failed, which may have come some way.
 constexpr std::uint64_t unknownPosition = std::numeric_limits<std::uint64_t>::max();
+
+void removeQuietly(const foundation::storage::provider::IProvider& provider,
+                   const StorageIRI& location) noexcept {
+    try {
+        provider.doRemoveFile(location);
+    } catch (...) { // NOLINT(bugprone-empty-catch): it may never have been made
+    }
+}
 
 void stand(OpenStream& open, std::uint64_t offset) {
     if (open.position == offset) {
@@ -35,6 +50,21 @@ void stand(OpenStream& open, std::uint64_t offset) {
         throw Refused(EIO);
     }
     open.position = offset;
+}
+
+/// Fills the buffer.
+void get(OpenStream& open, std::uint64_t offset, std::span<char> buffer) {
+    stand(open, offset);
+    open.position = unknownPosition;
+    for (std::size_t filled = 0; filled < buffer.size();) {
+        const long count =
+            open.stream->read(buffer.data() + filled, static_cast<long>(buffer.size() - filled));
+        if (count <= 0) {
+            throw Refused(EIO);
+        }
+        filled += static_cast<std::size_t>(count);
+    }
+    open.position = offset + buffer.size();
 }
 
 /// A storage without memory for a file's bytes is, to a program that writes, a full one.
@@ -66,6 +96,18 @@ void extend(FileInode& file, OpenStream& open, std::uint64_t size) {
     }
 }
 
+/// What is to go behind the end goes first: when there is no room for it, nothing has been overwritten either.
+void overwriteAndAppend(FileInode& file, OpenStream& open, std::uint64_t offset,
+                        std::span<const char> bytes) {
+    const std::uint64_t inside = std::min<std::uint64_t>(file.storedSize - offset, bytes.size());
+    if (inside < bytes.size()) {
+        put(file, open, offset + inside, bytes.subspan(inside));
+    }
+    if (inside > 0) {
+        put(file, open, offset, bytes.first(inside));
+    }
+}
+
 } // namespace
 
 std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<char> buffer) {
@@ -74,19 +116,8 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
         return 0;
     }
     const auto wanted = std::min<std::uint64_t>(buffer.size(), file.attributes.size - offset);
-    OpenStream& open = held.streamOf(file);
-    stand(open, offset);
-    open.position = unknownPosition;
-    std::size_t filled = 0;
-    while (filled < wanted) {
-        const long count = open.stream->read(buffer.data() + filled, static_cast<long>(wanted - filled));
-        if (count <= 0) {
-            throw Refused(EIO);
-        }
-        filled += static_cast<std::size_t>(count);
-    }
-    open.position = offset + filled;
-    return filled;
+    get(held.streamOf(file), offset, buffer.first(wanted));
+    return wanted;
 }
 
 /// A gap between the end and the offset is filled first: a stream would put the bytes at the end. What a truncation
@@ -95,22 +126,41 @@ void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const 
     if (offset > largestSize - bytes.size()) {
         throw Refused(EFBIG);
     }
-    prepare(file, offset);
-    auto held = access(file, OpenStream::Access::ReadWrite);
-    OpenStream& open = held.streamOf(file);
-    requireRoom(file, offset + bytes.size());
-    extend(file, open, offset);
-    file.zerosEnd = std::min(file.zerosEnd, offset); // also when the writing fails midway
-    put(file, open, offset, bytes);
-    file.attributes.size = std::max(file.attributes.size, offset + bytes.size());
+    growing(file, [&] {
+        prepare(file, offset);
+        auto held = access(file, OpenStream::Access::ReadWrite);
+        OpenStream& open = held.streamOf(file);
+        requireRoom(file, offset + bytes.size());
+        extend(file, open, offset);
+        file.zerosEnd = std::min(file.zerosEnd, offset);
+        overwriteAndAppend(file, open, offset, bytes);
+        file.attributes.size = std::max(file.attributes.size, offset + bytes.size());
+    });
 }
 
 void FileContents::reach(FileInode& file, std::uint64_t size) {
-    prepare(file, size);
-    auto held = access(file, OpenStream::Access::ReadWrite);
-    requireRoom(file, size);
-    extend(file, held.streamOf(file), size);
-    file.attributes.size = std::max(file.attributes.size, size);
+    growing(file, [&] {
+        prepare(file, size);
+        auto held = access(file, OpenStream::Access::ReadWrite);
+        requireRoom(file, size);
+        extend(file, held.streamOf(file), size);
+        file.attributes.size = std::max(file.attributes.size, size);
+    });
+}
+
+void FileContents::prepareToGrow(FileInode& file, std::uint64_t size) {
+    growing(file, [&] { prepare(file, size); });
+}
+
+/// Growing that fails gives back what it took.
+template <typename Step>
+void FileContents::growing(FileInode& file, const Step& step) {
+    try {
+        step();
+    } catch (...) {
+        shedRest(file);
+        throw;
+    }
 }
 
 void FileContents::prepare(FileInode& file, std::uint64_t size) {
@@ -127,52 +177,88 @@ bool FileContents::isFarFrom(const FileInode& file, std::uint64_t size) {
     return size > growthStep && (!file.attributesKnown || size > unfilledFrom(file) + growthStep);
 }
 
-/// A storage can shorten a file only by copying what stays. So the rest is left where it is until it is the larger
-/// part: then no byte is copied that was not written before, however often a program truncates.
 void FileContents::resize(FileInode& file, InodeGuards::Held& held, std::uint64_t size) {
     if (size > file.attributes.size) {
         requireRoom(file, size);
         extend(file, streamOf(file, held, OpenStream::Access::ReadWrite), size);
+    } else {
+        file.zerosEnd = size;
     }
-    file.zerosEnd = size < file.attributes.size ? size : file.zerosEnd;
     file.attributes.size = size;
+}
+
+/// A storage can shorten a file only by copying what stays. So the rest is left where it is until it is the larger part:
+/// then no byte is copied that was not written before, however often a program truncates.
+void FileContents::shedRest(FileInode& file) noexcept {
     try {
-        shedRest(file, held);
-    } catch (...) {
-        if (file.attributes.size != size) {
-            throw;
-        } // else the file is as programs want it, and the rest may stay
+        if (hasMuchRest(file)) {
+            const std::unique_lock lock(tree_.lock());
+            shorten(file);
+        }
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+        // It stays until the file is removed, or written over.
     }
 }
 
-void FileContents::shedRest(FileInode& file, InodeGuards::Held& held) {
-    if (file.detached) {
-        return;
-    }
-    if (file.attributes.size == 0 && file.storedSize > 0) {
-        empty(file, held);
-    } else if (file.attributes.size < file.storedSize / 2) {
-        settle(file, held);
-    }
+bool FileContents::hasMuchRest(const FileInode& file) {
+    const auto held = guards_.hold(file);
+    return !file.detached && file.storedSize - file.attributes.size >= muchRest &&
+           file.attributes.size < file.storedSize / 2;
 }
 
-void FileContents::settle(FileInode& file, InodeGuards::Held& held) {
-    if (file.detached || file.storedSize <= file.attributes.size) {
+void FileContents::settle(FileInode& file) {
+    if (!file.attributesKnown || file.detached) {
         return;
     }
+    if (file.storedSize > file.attributes.size) {
+        shorten(file);
+    }
+    provider_.doSetLastModified(InodeTree::locationOf(file), fromDiskTime(file.attributes.modified));
+}
+
+/// What stays goes to a new file, which then takes the place of the old: a storage may keep the memory of a file that it
+/// shortens, and loses bytes when it fails midway.
+void FileContents::shorten(FileInode& file) {
+    if (file.isRemoved()) {
+        return;
+    }
+    FolderInode& folder = *file.parent;
+    tree_.requireAttributes(folder);
+    auto held = guards_.hold(file);
     const StorageIRI location = InodeTree::locationOf(file);
+    const LiftedFlag folderWritable(provider_, InodeTree::locationOf(folder), folder);
     const LiftedFlag writable(provider_, location, file);
-    held.closeStreamOf(file);
-    file.zerosEnd = 0;
+    const StorageIRI shorter = InodeTree::locationOf(folder, unseenName);
     try {
-        provider_.doTruncateToSize(location, file.attributes.size);
-    } catch (...) { // midway, bytes may be lost that were to stay
-        file.storedSize = provider_.doGetFileAttributes(location).getSize();
-        file.attributes.size = std::min(file.attributes.size, file.storedSize);
+        copyTo(shorter, file, held.streamOf(file));
+        provider_.doMoveFile(shorter, location, ReplacementPolicy::ReplaceExisting);
+    } catch (...) {
+        removeQuietly(provider_, shorter);
         throw;
     }
+    held.closeStreamOf(file);
     file.storedSize = file.attributes.size;
+    file.zerosEnd = 0;
     provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
+    provider_.doSetLastModified(InodeTree::locationOf(folder), fromDiskTime(folder.attributes.modified));
+}
+
+/// Copies what programs see of the file.
+void FileContents::copyTo(const StorageIRI& destination, const FileInode& file, OpenStream& open) {
+    if (!open.serves(OpenStream::Access::ReadOnly)) {
+        open = this->open(file, OpenStream::Access::ReadOnly);
+    }
+    const auto copy =
+        handedOut(provider_.doOpenStream(destination, {.content = ByteStreamContent::Empty}), "stream");
+    std::vector<char> block(std::min<std::uint64_t>(file.attributes.size, copyBlockSize));
+    for (std::uint64_t offset = 0; offset < file.attributes.size;) {
+        const auto part =
+            std::span(block).first(std::min<std::uint64_t>(block.size(), file.attributes.size - offset));
+        get(open, offset, part);
+        copy->write(part.data(), static_cast<long>(part.size()));
+        offset += part.size();
+    }
+    copy->flush();
 }
 
 void FileContents::detach(FileInode& file) {
@@ -232,18 +318,6 @@ OpenStream FileContents::open(const FileInode& file, OpenStream::Access access) 
         access, 0};
     provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
     return opened;
-}
-
-void FileContents::empty(FileInode& file, InodeGuards::Held& held) {
-    const StorageIRI location = InodeTree::locationOf(file);
-    const LiftedFlag writable(provider_, location, file);
-    OpenStream& stream = held.streamOf(file);
-    stream = OpenStream();
-    stream = {handedOut(provider_.doOpenStream(location, {.existence = ByteStreamExistence::MustExist,
-                                                          .content = ByteStreamContent::Empty}),
-                        "stream"),
-              OpenStream::Access::ReadWrite, 0};
-    file.storedSize = 0;
 }
 
 void FileContents::requireRoom(const FileInode& file, std::uint64_t size) {

@@ -37,15 +37,18 @@ public:
     /// Gets ready for a file that is to grow to `size`, in steps between which others come in. What is left to be done
     /// does not take long. Needs no lock.
     /// @throws Refused ENOSPC when there is no room, with the file as programs see it unchanged
-    void prepare(FileInode& file, std::uint64_t size);
+    void prepareToGrow(FileInode& file, std::uint64_t size);
 
     /// Gives the file `size` bytes; what is new is zeros. Needs the tree's lock, shared, and the file's guard; its
-    /// attributes must be known. The storage may stamp the file.
+    /// attributes must be known.
     /// @throws Refused ENOSPC when there is no room, with the file unchanged
     void resize(FileInode& file, InodeGuards::Held& held, std::uint64_t size);
 
-    /// Makes the storage hold no more than programs see. Needs what `resize` needs.
-    void settle(FileInode& file, InodeGuards::Held& held);
+    /// Lets go of what the storage holds of a file beyond what programs see, when that is much. Needs no lock.
+    void shedRest(FileInode& file) noexcept;
+
+    /// Makes the storage hold what programs see, and no more, at the time that they see. Needs the tree's lock, alone.
+    void settle(FileInode& file);
 
     /// Keeps the bytes of a file that is about to be removed within reach of the programs that have it open. Needs
     /// the tree's lock, alone.
@@ -58,9 +61,13 @@ private:
     InodeGuards::Held access(FileInode& file, OpenStream::Access access);
     OpenStream& streamOf(FileInode& file, InodeGuards::Held& held, OpenStream::Access access);
     OpenStream open(const FileInode& file, OpenStream::Access access);
+    template <typename Step>
+    void growing(FileInode& file, const Step& step);
+    void prepare(FileInode& file, std::uint64_t size);
+    bool hasMuchRest(const FileInode& file);
+    void shorten(FileInode& file);
+    void copyTo(const StorageIRI& destination, const FileInode& file, OpenStream& open);
     bool isFarFrom(const FileInode& file, std::uint64_t size);
-    void shedRest(FileInode& file, InodeGuards::Held& held);
-    void empty(FileInode& file, InodeGuards::Held& held);
     void requireRoom(const FileInode& file, std::uint64_t size);
 
     const IProvider& provider_;

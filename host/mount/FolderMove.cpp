@@ -111,9 +111,11 @@ void FolderMove::moveBack() const {
             }
         });
     }
-    if (replaces_ && !provider_.doFolderExists(destination_)) {
-        attempt([&] { provider_.doCreateFolder(destination_); });
-    }
+    attempt([&] {
+        if (replaces_ && !provider_.doFolderExists(destination_)) {
+            provider_.doCreateFolder(destination_);
+        }
+    });
 }
 
 void FolderMove::restoreAttributes(const StorageIRI& folder) const noexcept {

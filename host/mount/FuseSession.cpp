@@ -7,12 +7,8 @@
 
 #include <array>
 #include <cerrno>
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace storage::host {
 
@@ -51,50 +47,24 @@ std::string libraryOptions(const MountOptions& options) {
     return text;
 }
 
-void run(std::vector<std::string> words) {
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
-    pid_t child = 0;
-    if (::posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments.data(), environ) == 0) {
-        while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    }
-}
-
 } // namespace
 
-FuseSession::FuseSession(MountedStorage& storage, const MountOptions& options)
-    : mountPoint_(options.mountPoint) {
-    refuseUnmountable(mountPoint_);
+FuseSession::FuseSession(MountedStorage& storage, const MountOptions& options) {
+    refuseUnmountable(options.mountPoint);
     std::array<std::string, 3> words{"qzstorage", "-o", libraryOptions(options)};
     std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};
     fuse_args arguments{static_cast<int>(pointers.size()), pointers.data(), 0};
     const CapturedErrors errors; // the library and its helper program print theirs
     session_.reset(fuse_session_new(&arguments, &fuseOperations(), sizeof(fuse_lowlevel_ops), &storage));
     fuse_opt_free_args(&arguments);
-    if (!session_ || fuse_session_mount(session_.get(), mountPoint_.c_str()) != 0) {
-        throw CommandError(mountPoint_, "cannot be mounted: " + errors.firstLine());
+    if (!session_ || fuse_session_mount(session_.get(), options.mountPoint.c_str()) != 0) {
+        throw CommandError(options.mountPoint, "cannot be mounted: " + errors.firstLine());
     }
+    place_ = MountPlace(options.mountPoint);
 }
 
 FuseSession::~FuseSession() {
-    fuse_session_unmount(session_.get());
-}
-
-void FuseSession::writeBack() const {
-    const int folder = ::open(mountPoint_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder >= 0) {
-        ::syncfs(folder);
-        ::close(folder);
-    }
-}
-
-void FuseSession::unmountUnused() const {
-    run({"fusermount3", "-u", "-q", "--", mountPoint_});
+    place_.takeAway(); // and the connection is cut with the session
 }
 
 } // namespace storage::host

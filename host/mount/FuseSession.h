@@ -2,6 +2,7 @@
 
 #include "host/mount/FuseVersion.h"
 #include "host/mount/MountOptions.h"
+#include "host/mount/MountPlace.h"
 #include "host/mount/MountedStorage.h"
 
 #include <memory>
@@ -24,21 +25,15 @@ public:
     FuseSession& operator=(const FuseSession&) = delete;
 
     fuse_session* device() const noexcept { return session_.get(); }
-
-    /// Makes the kernel send what programs have written. Others must be answering requests meanwhile, and may still be
-    /// when this returns.
-    void writeBack() const;
-
-    /// Takes the mount away, if nobody uses it. Others must be answering requests meanwhile.
-    void unmountUnused() const;
+    const MountPlace& place() const noexcept { return place_; }
 
 private:
     struct Destroy {
         void operator()(fuse_session* session) const noexcept { fuse_session_destroy(session); }
     };
 
-    const std::string mountPoint_;
     std::unique_ptr<fuse_session, Destroy> session_;
+    MountPlace place_;
 };
 
 } // namespace storage::host

@@ -113,6 +113,11 @@ void InodeTree::loadAttributes(Inode& inode) {
     inode.attributesKnown = true;
 }
 
+void InodeTree::requireAttributes(Inode& inode) {
+    const auto held = guards_.hold(inode);
+    loadAttributes(inode);
+}
+
 void InodeTree::loadFile(FileInode& file) const {
     const FileAttributes stored = provider_.doGetFileAttributes(locationOf(file));
     const timespec modified = programTime(stored.getLastModified());

@@ -50,6 +50,9 @@ public:
     /// Gets to know the attributes of an entry. Needs the lock, shared, and the inode's guard.
     void loadAttributes(Inode& inode);
 
+    /// As `loadAttributes`, without the guard.
+    void requireAttributes(Inode& inode);
+
     /// Makes a folder one that was changed at `time`, by a change of its entries. Its attributes must be known. Needs
     /// the lock, alone.
     void stamp(FolderInode& folder, const timespec& time) noexcept;

@@ -15,7 +15,6 @@
 #include "host/mount/FuseSession.h"
 #include "host/mount/FuseWorkers.h"
 #include "host/mount/MountedStorage.h"
-#include "host/mount/SystemLog.h"
 #include "host/mount/WriteBack.h"
 
 #include <filesystem>
@@ -77,7 +76,7 @@ void requireAnswer(const std::string& mountPoint) {
 class Mount {
 public:
     Mount(const MountOptions& options, Console& console, Interruption& interruption,
-          const BackgroundStart* background)
+          BackgroundStart* background)
         : options_(options), console_(console), interruption_(interruption), background_(background) {}
 
     ExitStatus run(const std::string& plugin) {
@@ -86,20 +85,22 @@ public:
         if (options_.exportTo) {
             refuseUnwritable(*options_.exportTo);
         }
+        Session session(provider, console_, interruption_);
         if (options_.importFrom) {
-            Session session(provider, console_, interruption_);
             importContent(session, *options_.importFrom);
         }
-        const std::vector<std::string> executables = serve(*provider);
-        const ExitStatus status =
-            options_.exportTo ? exportAtEnd(provider, executables) : ExitStatus::Success;
+        serve(*provider);
+        if (options_.exportTo) {
+            interruption_.clear(); // what ended the mount does not end the export too
+            console_.attempt(*options_.exportTo, [&] { exportContent(session, *options_.exportTo); });
+            makeExecutable(executables_, *options_.exportTo, console_);
+        }
         provider->doShutdown();
-        return status;
+        return console_.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
     }
 
 private:
-    /// @return paths of the files that can be run
-    std::vector<std::string> serve(const foundation::storage::provider::IProvider& provider) {
+    void serve(const foundation::storage::provider::IProvider& provider) {
         MountedStorage storage(provider);
         if (options_.importFrom) {
             adoptExecutables(storage, *options_.importFrom);
@@ -110,44 +111,40 @@ private:
         allowMoreWriteBack(options_.mountPoint);
         announce();
         if (workers.waitForEnd() == FuseWorkers::End::Interrupted) {
-            session.writeBack();
+            session.place().writeBack();
             workers.drain();
-            session.unmountUnused();
+            session.place().takeAway(); // which sends the rest, if nobody uses it
         }
         workers.stop();
-        storage.settle();
-        return storage.executables();
+        finish(storage);
     }
 
-    void announce() const {
+    void announce() {
         if (background_ != nullptr) {
             background_->ready();
+            console_.showNoProgress();
         } else {
             console_.out() << "mounted at " << options_.mountPoint << "; Ctrl-C or 'fusermount3 -u' ends it\n"
                            << std::flush;
         }
     }
 
-    /// In the background there is no terminal left to report to.
-    ExitStatus exportAtEnd(const std::shared_ptr<foundation::storage::provider::IProvider>& provider,
-                           const std::vector<std::string>& executables) {
-        interruption_.clear(); // what ended the mount does not end the export too
-        SystemLog log;
-        std::ostream logStream(&log);
-        std::ostream nowhere(nullptr);
-        Console logged(nowhere, OutputKind::Plain, logStream, OutputKind::Plain);
-        Console& console = background_ != nullptr ? logged : console_;
-        console.beginCommand("mount");
-        Session session(provider, console, interruption_);
-        console.attempt(*options_.exportTo, [&] { exportContent(session, *options_.exportTo); });
-        makeExecutable(executables, *options_.exportTo, console);
-        return console.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
+    /// Whatever fails here, what can be exported is.
+    void finish(MountedStorage& storage) {
+        console_.attempt(options_.mountPoint, [&] {
+            for (const Failure& failure : storage.settle()) {
+                console_.report(
+                    {failure.path, "its end or its time is not as it was seen: " + failure.reason});
+            }
+        });
+        console_.attempt(options_.mountPoint, [&] { executables_ = storage.executables(); });
     }
 
     const MountOptions& options_;
     Console& console_;
     Interruption& interruption_;
-    const BackgroundStart* const background_; ///< none in the foreground
+    BackgroundStart* const background_; ///< none in the foreground
+    std::vector<std::string> executables_;
 };
 
 } // namespace

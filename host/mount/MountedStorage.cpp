@@ -108,45 +108,33 @@ struct stat MountedStorage::status(Inode& inode) {
     return statusOf(inode);
 }
 
-/// A size that changes is a modification, whatever the storage makes of the time.
 struct stat MountedStorage::change(Inode& inode, const AttributeChange& change) {
     requireChangeable(change);
-    if (change.size) {
-        requireFile(inode);
-        contents_.prepare(static_cast<FileInode&>(inode), *change.size);
+    if (!change.size) {
+        return apply(change, inode);
     }
+    requireFile(inode);
+    auto& file = static_cast<FileInode&>(inode);
+    contents_.prepareToGrow(file, *change.size);
+    const struct stat status = apply(change, inode);
+    contents_.shedRest(file);
+    return status;
+}
+
+/// A size that changes is a modification.
+struct stat MountedStorage::apply(const AttributeChange& change, Inode& inode) {
     const std::shared_lock lock(tree_.lock());
     auto held = guards_.hold(inode);
     tree_.loadAttributes(inode);
     EntryAttributes& attributes = inode.attributes;
-    std::optional<timespec> modified = change.modified;
-    if (change.size) {
-        auto& file = static_cast<FileInode&>(inode);
-        if (*change.size != attributes.size && !modified) {
-            modified = kernelTime();
-        }
-        contents_.resize(file, held, *change.size);
-        modified = modified.value_or(attributes.modified); // the storage may have stamped it
-    }
-    if (modified) {
-        try {
-            if (!inode.isRemoved()) {
-                provider_.doSetLastModified(InodeTree::locationOf(inode), fromDiskTime(*modified));
-            }
-        } catch (...) {
-            if (!change.size) { // else the file has its new size already, so that must not fail any more
-                throw;
-            }
-        }
-        attributes.modified = rounded(*modified);
+    if (change.size && *change.size != attributes.size) {
+        contents_.resize(static_cast<FileInode&>(inode), held, *change.size);
+        setModifiedAnyway(inode, change.modified.value_or(kernelTime()));
+    } else if (change.modified) {
+        setModified(inode, *change.modified);
     }
     if (change.permissions) {
-        EntryAttributes changed = attributes;
-        changed.permissions = *change.permissions & permissionBits;
-        if (changed.isWritable() != attributes.isWritable() && !inode.isRemoved()) {
-            provider_.doSetWritable(InodeTree::locationOf(inode), changed.isWritable());
-        }
-        attributes = changed;
+        setPermissions(inode, *change.permissions & permissionBits);
     }
     attributes.accessed = change.accessed.value_or(attributes.accessed);
     attributes.changed = change.changed.value_or(kernelTime());
@@ -198,12 +186,15 @@ void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderIn
     }
     refuseImpossibleRename(*source, newFolder, target);
     newFolder.children.makeRoom();
+    const std::uint64_t position = target != nullptr       ? target->position
+                                   : &folder == &newFolder ? source->position
+                                                           : newFolder.children.newPosition();
     if (target != nullptr) {
         removing(*target, [&] { move(*source, newFolder, to); });
     } else {
         move(*source, newFolder, to);
     }
-    newFolder.children.moveHere(folder.children, *source, std::move(to));
+    newFolder.children.moveHere(folder.children, *source, std::move(to), position);
     source->parent = &newFolder;
     const timespec time = kernelTime();
     tree_.stamp(folder, time);
@@ -252,13 +243,18 @@ std::vector<std::string> MountedStorage::executables() {
     return paths;
 }
 
-void MountedStorage::settle() {
+std::vector<Failure> MountedStorage::settle() {
+    std::vector<Failure> failures;
     const std::unique_lock lock(tree_.lock());
     forEachKnownFile([&](FileInode& file) {
-        auto held = guards_.hold(file);
-        contents_.settle(file, held);
+        try {
+            contents_.settle(file);
+        } catch (...) {
+            failures.push_back(Failure::ofCurrentException(shownPathOf(file)));
+        }
     });
     guards_.closeStreams();
+    return failures;
 }
 
 /// Needs the tree's lock, shared.
@@ -419,6 +415,31 @@ void MountedStorage::moveFile(FileInode& file, const StorageIRI& destination) {
     } catch (...) { // NOLINT(bugprone-empty-catch)
         // The file has moved, so the rename must not fail any more.
     }
+}
+
+void MountedStorage::setModified(Inode& inode, const timespec& time) const {
+    if (!inode.isRemoved()) {
+        provider_.doSetLastModified(InodeTree::locationOf(inode), fromDiskTime(time));
+    }
+    inode.attributes.modified = rounded(time);
+}
+
+/// After what cannot be undone: a storage that does not take the time gets it in the end.
+void MountedStorage::setModifiedAnyway(Inode& inode, const timespec& time) const noexcept {
+    try {
+        setModified(inode, time);
+    } catch (...) {
+        inode.attributes.modified = rounded(time);
+    }
+}
+
+void MountedStorage::setPermissions(Inode& inode, mode_t permissions) const {
+    EntryAttributes changed = inode.attributes;
+    changed.permissions = permissions;
+    if (changed.isWritable() != inode.attributes.isWritable() && !inode.isRemoved()) {
+        provider_.doSetWritable(InodeTree::locationOf(inode), changed.isWritable());
+    }
+    inode.attributes = changed;
 }
 
 void MountedStorage::requireChangeable(const AttributeChange& change) const {

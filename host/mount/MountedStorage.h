@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/Failure.h"
 #include "host/mount/AttributeChange.h"
 #include "host/mount/FileContents.h"
 #include "host/mount/InodeGuards.h"
@@ -86,7 +87,8 @@ public:
     std::vector<std::string> executables();
 
     /// Makes the storage itself be what programs saw, when no more operations come.
-    void settle();
+    /// @return the files of which that is not so: with bytes behind their end, or at another time
+    std::vector<Failure> settle();
 
 private:
     Found makeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind, mode_t permissions);
@@ -99,6 +101,10 @@ private:
     void moveFile(FileInode& file, const StorageIRI& destination);
     template <typename Step>
     void removing(Inode& inode, const Step& step);
+    struct stat apply(const AttributeChange& change, Inode& inode);
+    void setModified(Inode& inode, const timespec& time) const;
+    void setModifiedAnyway(Inode& inode, const timespec& time) const noexcept;
+    void setPermissions(Inode& inode, mode_t permissions) const;
     void requireChangeable(const AttributeChange& change) const;
     template <typename Visit>
     void forEachKnownFile(const Visit& visit);
