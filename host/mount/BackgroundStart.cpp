@@ -4,8 +4,11 @@
 
 #include <array>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <iostream>
+#include <stdexcept>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,7 +21,11 @@ ExitStatus statusOf(int child) {
     int status = 0;
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    return WIFEXITED(status) ? static_cast<ExitStatus>(WEXITSTATUS(status)) : ExitStatus::Failure;
+    if (WIFSIGNALED(status)) {
+        throw std::runtime_error(std::string("the process in the background was ended: ") +
+                                 ::strsignal(WTERMSIG(status)));
+    }
+    return static_cast<ExitStatus>(WEXITSTATUS(status));
 }
 
 std::array<int, 2> makePipe() {

@@ -34,14 +34,6 @@ constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long
 /// Of a stream that failed, which may have come some way.
 constexpr std::uint64_t unknownPosition = std::numeric_limits<std::uint64_t>::max();
 
-void removeQuietly(const foundation::storage::provider::IProvider& provider,
-                   const StorageIRI& location) noexcept {
-    try {
-        provider.doRemoveFile(location);
-    } catch (...) { // NOLINT(bugprone-empty-catch): it may never have been made
-    }
-}
-
 void stand(OpenStream& open, std::uint64_t offset) {
     if (open.position == offset) {
         return;
@@ -229,18 +221,31 @@ void FileContents::shorten(FileInode& file) {
     const LiftedFlag folderWritable(provider_, InodeTree::locationOf(folder), folder);
     const LiftedFlag writable(provider_, location, file);
     const StorageIRI shorter = InodeTree::locationOf(folder, unseenName);
+    space_.require(file.attributes.size);
     try {
         copyTo(shorter, file, held.streamOf(file));
+        held.closeStreamOf(file);
         provider_.doMoveFile(shorter, location, ReplacementPolicy::ReplaceExisting);
     } catch (...) {
-        removeQuietly(provider_, shorter);
+        keepOne(location, shorter);
         throw;
     }
-    held.closeStreamOf(file);
     file.storedSize = file.attributes.size;
     file.zerosEnd = 0;
     provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
     provider_.doSetLastModified(InodeTree::locationOf(folder), fromDiskTime(folder.attributes.modified));
+}
+
+/// A move that fails may have removed what it was to replace; then the copy is all that there is.
+void FileContents::keepOne(const StorageIRI& original, const StorageIRI& copy) const noexcept {
+    try {
+        if (provider_.doFileExists(original)) {
+            provider_.doRemoveFile(copy);
+        } else {
+            provider_.doMoveFile(copy, original, ReplacementPolicy::RefuseExisting);
+        }
+    } catch (...) { // NOLINT(bugprone-empty-catch): the copy may never have been made
+    }
 }
 
 /// Copies what programs see of the file.

@@ -66,6 +66,7 @@ private:
     void prepare(FileInode& file, std::uint64_t size);
     bool hasMuchRest(const FileInode& file);
     void shorten(FileInode& file);
+    void keepOne(const StorageIRI& original, const StorageIRI& copy) const noexcept;
     void copyTo(const StorageIRI& destination, const FileInode& file, OpenStream& open);
     bool isFarFrom(const FileInode& file, std::uint64_t size);
     void requireRoom(const FileInode& file, std::uint64_t size);

@@ -45,6 +45,7 @@ FileInode& fileOf(fuse_req_t request, fuse_ino_t number) {
 fuse_entry_param entryOf(const MountedStorage::Found& found) {
     fuse_entry_param entry{};
     entry.ino = reinterpret_cast<fuse_ino_t>(found.inode);
+    entry.generation = found.status.st_ino; // addresses are used again, numbers are not
     entry.attr = found.status;
     entry.attr_timeout = forever;
     entry.entry_timeout = forever;
@@ -83,13 +84,15 @@ void answerEntry(fuse_req_t request, const Operation& operation) noexcept {
     });
 }
 
-/// The kernel writes back what programs wrote, in pieces as large as it can, and keeps times and sizes of open files
-/// itself. Files and folders are opened, flushed and closed without asking.
+/// What the kernel may do by itself: look up and list in one folder side by side, list with attributes, read ahead, keep
+/// times and sizes of files, and write back late, in pieces as large as it can. Nothing else: a file that is emptied when
+/// it is opened must be emptied by a request of its own, as opening is none.
+constexpr unsigned wantedAbilities = FUSE_CAP_ASYNC_READ | FUSE_CAP_ASYNC_DIO | FUSE_CAP_PARALLEL_DIROPS |
+                                     FUSE_CAP_READDIRPLUS | FUSE_CAP_READDIRPLUS_AUTO |
+                                     FUSE_CAP_WRITEBACK_CACHE | FUSE_CAP_EXPLICIT_INVAL_DATA;
+
 void startUp(void*, fuse_conn_info* connection) {
-    connection->want |= connection->capable & FUSE_CAP_WRITEBACK_CACHE;
-    connection->want |= connection->capable & FUSE_CAP_EXPLICIT_INVAL_DATA;
-    connection->want &= ~static_cast<unsigned>(FUSE_CAP_AUTO_INVAL_DATA | FUSE_CAP_SPLICE_READ |
-                                               FUSE_CAP_SPLICE_WRITE | FUSE_CAP_SPLICE_MOVE);
+    connection->want = connection->capable & wantedAbilities;
     connection->time_gran = nanosecondsKept;
     connection->max_background = pendingRequests;
     connection->congestion_threshold = pendingRequests;

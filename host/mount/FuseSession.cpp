@@ -27,6 +27,9 @@ void refuseUnmountable(const std::string& mountPoint) {
     if (!S_ISDIR(status.st_mode)) {
         throw CommandError(mountPoint, "not a folder; a storage can be mounted at a folder only");
     }
+    if (mountPoint == "/") {
+        throw CommandError(mountPoint, "the root folder cannot be a mount point");
+    }
     if (::access("/dev/fuse", F_OK) != 0) {
         throw CommandError("/dev/fuse",
                            "missing, so nothing can be mounted here; load the kernel's module 'fuse'");

@@ -57,6 +57,19 @@ std::u16string pathOf(const Inode& inode, std::u16string_view below) {
 InodeTree::InodeTree(const IProvider& provider, InodeGuards& guards)
     : provider_(provider), guards_(guards), root_(std::u16string(), nextNumber_++) {}
 
+InodeTree::~InodeTree() {
+    for (FolderInode* folder = &root_; folder != nullptr;) {
+        Inode* const child = folder->children.after(0);
+        if (child == nullptr) { // then the folder goes with the next turn
+            folder = folder->parent;
+        } else if (child->isFolder() && !static_cast<FolderInode*>(child)->children.empty()) {
+            folder = static_cast<FolderInode*>(child);
+        } else {
+            folder->children.remove(*child);
+        }
+    }
+}
+
 StorageIRI InodeTree::locationOf(const Inode& inode) {
     return StorageIRI(pathOf(inode, {}));
 }

@@ -30,6 +30,12 @@ public:
 
     InodeTree(const IProvider& provider, InodeGuards& guards);
 
+    /// Takes no stack for depth.
+    ~InodeTree();
+
+    InodeTree(const InodeTree&) = delete;
+    InodeTree& operator=(const InodeTree&) = delete;
+
     std::shared_mutex& lock() noexcept { return lock_; }
     FolderInode& root() noexcept { return root_; }
 

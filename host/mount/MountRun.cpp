@@ -57,6 +57,16 @@ void refuseUnwritable(const std::string& path) {
     }
 }
 
+/// What the mount knows of names would not be true of a storage for which others are the same.
+void refuseCaseInsensitive(const foundation::storage::provider::IProvider& provider,
+                           const std::string& plugin) {
+    using foundation::storage::provider::FilenameSensitivity;
+    using foundation::storage::provider::StorageIRI;
+    if (provider.doGetFilenameSensitivity(StorageIRI(u"/")) != FilenameSensitivity::CaseSensitive) {
+        throw CommandError(plugin, "a storage that ignores the case of names cannot be mounted");
+    }
+}
+
 /// Reports to the console what could not be exported.
 void exportContent(Session& session, const std::string& path) {
     DiskDestination destination(path, 1);
@@ -72,16 +82,31 @@ void requireAnswer(const std::string& mountPoint) {
     }
 }
 
+/// With the mount point by its own path, not by one of links: the kernel knows it by that. One that is not there is for
+/// the mounting to complain of.
+MountOptions resolved(MountOptions options) {
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::canonical(options.mountPoint, error);
+    if (!error) {
+        options.mountPoint = path;
+    }
+    return options;
+}
+
 /// One run of the program, from the loading of the plug-in to the export at the end.
 class Mount {
 public:
     Mount(const MountOptions& options, Console& console, Interruption& interruption,
           BackgroundStart* background)
-        : options_(options), console_(console), interruption_(interruption), background_(background) {}
+        : options_(resolved(options)),
+          console_(console),
+          interruption_(interruption),
+          background_(background) {}
 
     ExitStatus run(const std::string& plugin) {
         const PluginLibrary library(plugin);
         const std::shared_ptr<foundation::storage::provider::IProvider> provider = library.buildProvider();
+        refuseCaseInsensitive(*provider, plugin);
         if (options_.exportTo) {
             refuseUnwritable(*options_.exportTo);
         }
@@ -140,7 +165,7 @@ private:
         console_.attempt(options_.mountPoint, [&] { executables_ = storage.executables(); });
     }
 
-    const MountOptions& options_;
+    const MountOptions options_;
     Console& console_;
     Interruption& interruption_;
     BackgroundStart* const background_; ///< none in the foreground

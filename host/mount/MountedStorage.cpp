@@ -9,6 +9,7 @@
 #include "host/mount/Refused.h"
 
 #include <cerrno>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <unistd.h>
@@ -23,8 +24,9 @@ namespace {
 
 constexpr mode_t permissionBits = 07777;
 constexpr mode_t anyExecution = 0111;
-constexpr blksize_t blockSize = 4096;      ///< bytes, for programs that ask what to read at a time
-constexpr std::uint64_t statusBlock = 512; ///< bytes, the unit of st_blocks
+constexpr std::uint64_t roomOfEntry = 1024; ///< bytes, that an empty entry takes here and in a storage, about
+constexpr blksize_t blockSize = 4096;       ///< bytes, for programs that ask what to read at a time
+constexpr std::uint64_t statusBlock = 512;  ///< bytes, the unit of st_blocks
 
 /// As the storage keeps it.
 timespec rounded(const timespec& time) {
@@ -296,6 +298,7 @@ MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string
     if (tree_.find(folder, entryName) != nullptr) {
         throw Refused(EEXIST);
     }
+    space_.require(roomOfEntry);
     Inode& inode = tree_.add(folder, kind, std::move(entryName));
     try {
         createIn(folder, inode, permissions);
@@ -381,10 +384,21 @@ void MountedStorage::removing(Inode& inode, const Step& step) {
     KeptContent content(contents_, inode); // first: it may lift the inode's flag, and restore it
     const LiftedFlag folderWritable(provider_, InodeTree::locationOf(folder), folder);
     LiftedFlag writable(provider_, InodeTree::locationOf(inode), inode);
-    step();
+    std::exception_ptr failure;
+    try {
+        step();
+    } catch (...) {
+        failure = std::current_exception();
+        if (provider_.doExists(InodeTree::locationOf(inode))) {
+            throw;
+        } // else it is gone all the same, as a move may leave it
+    }
     content.keep();
     writable.release();
     tree_.remove(inode, std::move(place));
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
 }
 
 /// Moves what the storage has. Both folders keep their flags, the entry keeps its time.

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <fstream>
 #include <string>
+#include <vector>
 
 namespace storage::host {
 
@@ -36,15 +37,67 @@ ProviderStorageInfo readMemoryInfo() {
     return info;
 }
 
-/// A container may have less memory than the machine. Nothing is subtracted where no limit is set.
-void applyMemoryLimit(ProviderStorageInfo& info) {
-    unsigned long long limit = 0;
-    unsigned long long used = 0;
-    std::ifstream limitFile("/sys/fs/cgroup/memory.max"); // has no number in it when there is no limit
-    std::ifstream usedFile("/sys/fs/cgroup/memory.current");
-    if (limitFile >> limit && usedFile >> used) {
-        info.capacity = std::min(info.capacity, limit);
-        info.available = std::min(info.available, limit - std::min(limit, used));
+/// The files in which the kernel tells what a group of processes may use and uses.
+struct GroupFiles {
+    std::string limit;
+    std::string use;
+    std::string statistics;
+
+    static GroupFiles ofVersion1(const std::string& folder) {
+        return {folder + "/memory.limit_in_bytes", folder + "/memory.usage_in_bytes",
+                folder + "/memory.stat"};
+    }
+    static GroupFiles ofVersion2(const std::string& folder) {
+        return {folder + "/memory.max", folder + "/memory.current", folder + "/memory.stat"};
+    }
+};
+
+/// Of the groups that this process belongs to, and of a container's own.
+std::vector<GroupFiles> groupsOfProcess() {
+    std::vector<GroupFiles> files{GroupFiles::ofVersion2("/sys/fs/cgroup")};
+    std::ifstream groups("/proc/self/cgroup");
+    for (std::string line; std::getline(groups, line);) { // number:controllers:path
+        const std::size_t controllers = line.find(':') + 1;
+        const std::size_t path = line.find(':', controllers) + 1;
+        const std::string kind = line.substr(controllers, path - controllers);
+        if (kind == ":") {
+            files.push_back(GroupFiles::ofVersion2("/sys/fs/cgroup" + line.substr(path)));
+        } else if (kind == "memory:") {
+            files.push_back(GroupFiles::ofVersion1("/sys/fs/cgroup/memory" + line.substr(path)));
+        }
+    }
+    return files;
+}
+
+/// Bytes of cached files, which give way to anything else.
+unsigned long long readReclaimable(const std::string& statistics) {
+    unsigned long long cached = 0;
+    unsigned long long shared = 0;
+    std::ifstream file(statistics);
+    std::string name;
+    unsigned long long bytes = 0;
+    while (file >> name >> bytes) {
+        if (name == "file" || name == "cache") {
+            cached = bytes;
+        } else if (name == "shmem") {
+            shared = bytes;
+        }
+    }
+    return cached - std::min(cached, shared);
+}
+
+/// A group may have less memory than the machine.
+void applyMemoryLimits(ProviderStorageInfo& info) {
+    for (const GroupFiles& group : groupsOfProcess()) {
+        unsigned long long limit = 0;
+        unsigned long long used = 0;
+        std::ifstream limitFile(group.limit); // no number is in it when there is no limit
+        std::ifstream useFile(group.use);
+        if (limitFile >> limit && useFile >> used) {
+            used -= std::min(used, readReclaimable(group.statistics));
+            info.capacity = std::min(info.capacity, limit);
+            info.available = std::min(info.available, limit - std::min(limit, used));
+        }
     }
 }
 
@@ -59,7 +112,7 @@ ProviderStorageInfo StorageSpace::info() const {
         }
     }
     ProviderStorageInfo info = readMemoryInfo();
-    applyMemoryLimit(info);
+    applyMemoryLimits(info);
     info.available -= std::min<unsigned long long>(info.available, reserve);
     return info;
 }
