@@ -7,12 +7,24 @@
 
 #include <array>
 #include <cerrno>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 namespace storage::host {
 
 namespace {
+
+/// Over which another would hide it, also from the program that is to take it away.
+bool isMountOfFuse(const std::string& folder) {
+    struct stat here {};
+    struct stat above {};
+    struct statfs system {};
+    return ::stat(folder.c_str(), &here) == 0 && ::stat((folder + "/..").c_str(), &above) == 0 &&
+           ::statfs(folder.c_str(), &system) == 0 && here.st_dev != above.st_dev &&
+           system.f_type == FUSE_SUPER_MAGIC;
+}
 
 void refuseUnmountable(const std::string& mountPoint) {
     struct stat status {};
@@ -26,6 +38,10 @@ void refuseUnmountable(const std::string& mountPoint) {
     }
     if (!S_ISDIR(status.st_mode)) {
         throw CommandError(mountPoint, "not a folder; a storage can be mounted at a folder only");
+    }
+    if (isMountOfFuse(mountPoint)) {
+        throw CommandError(mountPoint,
+                           "something is mounted there already; end it with 'fusermount3 -u' first");
     }
     if (mountPoint == "/") {
         throw CommandError(mountPoint, "the root folder cannot be a mount point");

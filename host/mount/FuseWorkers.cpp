@@ -144,6 +144,7 @@ void FuseWorkers::answerRequests() {
         fuse_session_exit(device_);
     }
     called_.notify_all();
+    quiet_.notify_all();
     ended_.happen();
 }
 

@@ -60,13 +60,15 @@ void run(std::vector<std::string> words) {
 
 MountPlace::MountPlace(const std::string& path) : device_(deviceAt(path)) {}
 
-void MountPlace::writeBack() const {
+bool MountPlace::writeBack() const {
     const auto path = find();
     const int folder = path ? ::open(path->c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
-    if (folder >= 0) {
-        ::syncfs(folder);
-        ::close(folder);
+    if (folder < 0) {
+        return false;
     }
+    ::syncfs(folder);
+    ::close(folder);
+    return true;
 }
 
 void MountPlace::takeAway() const {

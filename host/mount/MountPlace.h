@@ -18,7 +18,8 @@ public:
 
     /// Makes the kernel send what programs have written. Somebody must be answering it meanwhile, and may still be when
     /// this returns.
-    void writeBack() const;
+    /// @return whether the mount could be reached: not when something else is mounted over it
+    bool writeBack() const;
 
     /// Takes the mount away, at once if nobody uses it, else from the eyes of programs that do not use it yet. Where
     /// something else is mounted over it, it stays.

@@ -136,7 +136,10 @@ private:
         allowMoreWriteBack(options_.mountPoint);
         announce();
         if (workers.waitForEnd() == FuseWorkers::End::Interrupted) {
-            session.place().writeBack();
+            if (!session.place().writeBack()) {
+                console_.report(
+                    {options_.mountPoint, "something is mounted over it: what was not yet saved is lost"});
+            }
             workers.drain();
             session.place().takeAway(); // which sends the rest, if nobody uses it
         }

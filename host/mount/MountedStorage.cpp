@@ -58,6 +58,19 @@ struct stat identify(const Inode& inode) {
     return status;
 }
 
+/// Lets go of a file's rest in the end, whatever comes.
+class ShedRestAfterwards {
+public:
+    ShedRestAfterwards(FileContents& contents, FileInode& file) : contents_(contents), file_(file) {}
+    ~ShedRestAfterwards() { contents_.shedRest(file_); }
+    ShedRestAfterwards(const ShedRestAfterwards&) = delete;
+    ShedRestAfterwards& operator=(const ShedRestAfterwards&) = delete;
+
+private:
+    FileContents& contents_;
+    FileInode& file_;
+};
+
 void requireFile(const Inode& inode) {
     if (inode.isFolder()) {
         throw Refused(EISDIR);
@@ -118,9 +131,8 @@ struct stat MountedStorage::change(Inode& inode, const AttributeChange& change) 
     requireFile(inode);
     auto& file = static_cast<FileInode&>(inode);
     contents_.prepareToGrow(file, *change.size);
-    const struct stat status = apply(change, inode);
-    contents_.shedRest(file);
-    return status;
+    const ShedRestAfterwards shedding(contents_, file); // what was in vain, and what is too much now
+    return apply(change, inode);
 }
 
 /// A size that changes is a modification.
