@@ -151,6 +151,9 @@ AttributeChange changeOf(const struct stat& attributes, int wanted) {
 void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attributes, int wanted,
                    fuse_file_info*) {
     answer(request, [&] {
+        if ((wanted & FUSE_SET_ATTR_CTIME) != 0) {
+            hearKernelTime(attributes->st_ctim);
+        }
         const struct stat status =
             storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted));
         fuse_reply_attr(request, &status, forever);

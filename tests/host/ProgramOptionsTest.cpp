@@ -1,0 +1,87 @@
+#include "host/ProgramOptions.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace {
+
+using storage::host::MountOptions;
+using storage::host::ProgramOptions;
+using storage::host::UsageError;
+
+ProgramOptions parse(std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), "qzstorage");
+    return ProgramOptions::parse(static_cast<int>(arguments.size()), arguments.data());
+}
+
+MountOptions parseMount(std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), "mount");
+    return parse(std::move(arguments)).mount.value();
+}
+
+std::string here(const std::string& name) {
+    return (std::filesystem::current_path() / name).string();
+}
+
+TEST(ProgramOptionsTest, OtherCommandsMountNothing) {
+    EXPECT_FALSE(parse({"shell"}).mount);
+    EXPECT_FALSE(parse({"run", "script"}).mount);
+}
+
+TEST(ProgramOptionsTest, AMountNeedsAMountPointAlone) {
+    const MountOptions options = parseMount({"/some/folder"});
+    EXPECT_EQ(options.mountPoint, "/some/folder");
+    EXPECT_FALSE(options.importFrom);
+    EXPECT_FALSE(options.exportTo);
+    EXPECT_EQ(options.place, MountOptions::Place::Foreground);
+    EXPECT_EQ(options.writing, MountOptions::Writing::Allowed);
+    EXPECT_EQ(options.users, MountOptions::Users::Owner);
+    EXPECT_GE(options.threads, 2U);
+    EXPECT_LE(options.threads, 8U);
+}
+
+TEST(ProgramOptionsTest, EachOptionOfAMountIsTaken) {
+    const MountOptions options =
+        parseMount({"--background", "--import", "/in", "--export-on-exit", "/out", "--read-only",
+                    "--allow-other", "--threads", "17", "/some/folder"});
+    EXPECT_EQ(options.mountPoint, "/some/folder");
+    EXPECT_EQ(options.importFrom, "/in");
+    EXPECT_EQ(options.exportTo, "/out");
+    EXPECT_EQ(options.place, MountOptions::Place::Background);
+    EXPECT_EQ(options.writing, MountOptions::Writing::Refused);
+    EXPECT_EQ(options.users, MountOptions::Users::Everybody);
+    EXPECT_EQ(options.threads, 17U);
+}
+
+TEST(ProgramOptionsTest, PathsOfAMountBecomeAbsolute) {
+    const MountOptions options = parseMount({"folder/", "--import", "in", "--export-on-exit", "a/../out"});
+    EXPECT_EQ(options.mountPoint, here("folder"));
+    EXPECT_EQ(options.importFrom, here("in"));
+    EXPECT_EQ(options.exportTo, here("a/../out")) << "a may be a link, behind which .. is elsewhere";
+    EXPECT_EQ(parseMount({"/"}).mountPoint, "/");
+}
+
+TEST(ProgramOptionsTest, AMountTakesAPlugin) {
+    EXPECT_EQ(parse({"--plugin", "/p.so", "mount", "/m"}).plugin, "/p.so");
+    EXPECT_NE(parse({"mount", "/m"}).plugin, "") << "the one that belongs to the program";
+}
+
+TEST(ProgramOptionsTest, WrongUseOfAMountIsRefused) {
+    using Arguments = std::vector<const char*>;
+    for (const Arguments& arguments : {Arguments{"mount"},
+                                       {"mount", ""},
+                                       {"mount", "/m", "/n"},
+                                       {"mount", "/m", "--import"},
+                                       {"mount", "/m", "--import", ""},
+                                       {"mount", "/m", "--export-on-exit", ""},
+                                       {"mount", "/m", "--threads", "0"},
+                                       {"mount", "/m", "--threads", "257"},
+                                       {"mount", "/m", "--threads", "many"},
+                                       {"mount", "/m", "--unknown"},
+                                       {"mount", "/m", "shell"}}) {
+        EXPECT_THROW(parse(arguments), UsageError) << testing::PrintToString(arguments);
+    }
+}
+
+} // namespace

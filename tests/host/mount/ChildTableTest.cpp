@@ -1,0 +1,146 @@
+#include "host/mount/ChildTable.h"
+#include "host/mount/FileInode.h"
+
+#include <gmock/gmock.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+using storage::host::ChildTable;
+using storage::host::FileInode;
+using storage::host::Inode;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ChildTableTest : public testing::Test {
+protected:
+    Inode& add(ChildTable& table, const std::u16string& name) {
+        return table.add(std::make_unique<FileInode>(name, nextNumber_++));
+    }
+
+    /// The names that a listing yields which has come as far as `position`.
+    static std::vector<std::u16string> namesAfter(const ChildTable& table, std::uint64_t position) {
+        std::vector<std::u16string> names;
+        for (const Inode* child = table.after(position); child != nullptr; child = table.after(position)) {
+            names.push_back(child->name);
+            position = child->position;
+        }
+        return names;
+    }
+
+    static void move(ChildTable& from, const Inode& child, ChildTable& to, std::u16string name,
+                     std::uint64_t position) {
+        to.makeRoom();
+        to.moveHere(from, child, std::move(name), position);
+    }
+
+    ChildTable table_;
+    std::uint64_t nextNumber_ = 2;
+};
+
+TEST_F(ChildTableTest, FindsChildrenByTheirNames) {
+    EXPECT_TRUE(table_.empty());
+    Inode& a = add(table_, u"a");
+    Inode& longName = add(table_, std::u16string(200, u'x'));
+    EXPECT_FALSE(table_.empty());
+    EXPECT_EQ(table_.find(u"a"), &a);
+    EXPECT_EQ(table_.find(std::u16string(200, u'x')), &longName);
+    EXPECT_EQ(table_.find(u"A"), nullptr);
+    EXPECT_EQ(table_.find(u""), nullptr);
+}
+
+TEST_F(ChildTableTest, ListsTheLastThatCameFirst) {
+    EXPECT_EQ(table_.after(0), nullptr);
+    Inode& z = add(table_, u"z");
+    add(table_, u"a");
+    Inode& m = add(table_, u"m");
+    EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"m", u"a", u"z"));
+    EXPECT_THAT(namesAfter(table_, m.position), ElementsAre(u"a", u"z"));
+    EXPECT_THAT(namesAfter(table_, z.position), IsEmpty());
+}
+
+TEST_F(ChildTableTest, LeavesRoomForTwoPositionsInFront) {
+    EXPECT_GT(add(table_, u"a").position, 2U);
+}
+
+TEST_F(ChildTableTest, AListingUnderWayDoesNotMeetWhatIsAdded) {
+    Inode& first = add(table_, u"a");
+    add(table_, u"b");
+    const std::uint64_t reached = table_.find(u"b")->position;
+    add(table_, u"c");
+    EXPECT_THAT(namesAfter(table_, reached), ElementsAre(u"a"));
+    table_.remove(first);
+    add(table_, u"a");
+    EXPECT_THAT(namesAfter(table_, reached), IsEmpty());
+}
+
+TEST_F(ChildTableTest, AListingGoesOnWhereARemovedChildWas) {
+    add(table_, u"a");
+    Inode& b = add(table_, u"b");
+    add(table_, u"c");
+    const std::uint64_t reached = b.position;
+    const std::unique_ptr<Inode> removed = table_.remove(b);
+    EXPECT_EQ(removed.get(), &b);
+    EXPECT_EQ(removed->name, u"b");
+    EXPECT_EQ(table_.find(u"b"), nullptr);
+    EXPECT_THAT(namesAfter(table_, reached), ElementsAre(u"a"));
+    EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"c", u"a"));
+}
+
+TEST_F(ChildTableTest, AChildMovesToAnotherTable) {
+    Inode& child = add(table_, u"a");
+    add(table_, u"stays");
+    ChildTable other;
+    add(other, u"x");
+    move(table_, child, other, std::u16string(100, u'n'), other.newPosition());
+    EXPECT_EQ(other.find(std::u16string(100, u'n')), &child);
+    EXPECT_EQ(child.name, std::u16string(100, u'n'));
+    EXPECT_EQ(table_.find(u"a"), nullptr);
+    EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"stays"));
+    EXPECT_THAT(namesAfter(other, 0), ElementsAre(std::u16string(100, u'n'), u"x"));
+}
+
+TEST_F(ChildTableTest, AChildCanKeepItsPlaceUnderAnotherName) {
+    Inode& child = add(table_, u"a");
+    add(table_, u"b");
+    move(table_, child, table_, u"c", child.position);
+    EXPECT_EQ(table_.find(u"c"), &child);
+    EXPECT_EQ(table_.find(u"a"), nullptr);
+    EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"c"));
+}
+
+TEST_F(ChildTableTest, AChildCanTakeThePlaceOfAnother) {
+    Inode& replaced = add(table_, u"old");
+    add(table_, u"b");
+    Inode& child = add(table_, u"new");
+    const std::uint64_t position = replaced.position;
+    table_.remove(replaced);
+    move(table_, child, table_, u"old", position);
+    EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"old"));
+}
+
+TEST_F(ChildTableTest, VisitsEveryChild) {
+    add(table_, u"a");
+    add(table_, u"b");
+    std::vector<std::u16string> visited;
+    table_.forEach([&](const Inode& child) { visited.push_back(child.name); });
+    EXPECT_THAT(visited, testing::UnorderedElementsAre(u"a", u"b"));
+}
+
+TEST_F(ChildTableTest, HoldsThousandsThatComeAndGo) {
+    constexpr std::uint64_t count = 5000;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::string digits = std::to_string(i);
+        add(table_, std::u16string(digits.begin(), digits.end()));
+    }
+    for (std::uint64_t i = 0; i < count; i += 2) {
+        const std::string digits = std::to_string(i);
+        table_.remove(*table_.find(std::u16string(digits.begin(), digits.end())));
+    }
+    EXPECT_EQ(namesAfter(table_, 0).size(), count / 2);
+    EXPECT_EQ(table_.find(u"100"), nullptr);
+    EXPECT_NE(table_.find(u"101"), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,123 @@
+#include "host/mount/InodeGuards.h"
+#include "tests/support/RunTogether.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using foundation::storage::provider::ByteStream;
+using storage::host::FileInode;
+using storage::host::InodeGuards;
+using storage::host::OpenStream;
+
+class InodeGuardsTest : public testing::Test {
+protected:
+    /// A stream that counts itself as long as it is open.
+    class CountedStream final : public ByteStream {
+    public:
+        explicit CountedStream(int& count) : count_(count) { ++count_; }
+        CountedStream(const CountedStream&) = delete;
+        CountedStream& operator=(const CountedStream&) = delete;
+        ~CountedStream() override { --count_; }
+        long read(char*, long) override { return -1; }
+        long write(const char*, long count) override { return count; }
+        std::streampos seek(long, std::ios_base::seekdir) override { return 0; }
+        void flush() override {}
+
+    private:
+        int& count_;
+    };
+
+    OpenStream stream() {
+        return {std::make_unique<CountedStream>(openStreams_), OpenStream::Access::ReadWrite, 0};
+    }
+
+    ByteStream* openStreamOf(FileInode& file) {
+        auto held = guards_.hold(file);
+        held.streamOf(file) = stream();
+        return held.streamOf(file).stream.get();
+    }
+
+    ByteStream* streamOf(FileInode& file) { return guards_.hold(file).streamOf(file).stream.get(); }
+
+    int openStreams_ = 0;
+    InodeGuards guards_;
+    FileInode file_{u"f", 7};
+};
+
+TEST_F(InodeGuardsTest, AStreamStaysOpenFromOneAccessToTheNext) {
+    EXPECT_EQ(streamOf(file_), nullptr);
+    ByteStream* const opened = openStreamOf(file_);
+    EXPECT_EQ(streamOf(file_), opened);
+    EXPECT_EQ(openStreams_, 1);
+}
+
+TEST_F(InodeGuardsTest, NoFileIsGivenTheStreamOfAnother) {
+    openStreamOf(file_);
+    for (std::uint64_t number = 8; number < 2000; ++number) {
+        FileInode other(u"g", number);
+        ASSERT_EQ(streamOf(other), nullptr) << number;
+    }
+    EXPECT_EQ(streamOf(file_), nullptr) << "some other had the same place";
+}
+
+TEST_F(InodeGuardsTest, AnyNumberOfFilesKeepsABoundedNumberOfStreams) {
+    std::vector<std::unique_ptr<FileInode>> files;
+    for (std::uint64_t number = 1; number <= 5000; ++number) {
+        files.push_back(std::make_unique<FileInode>(u"f", number));
+        openStreamOf(*files.back());
+    }
+    EXPECT_LE(openStreams_, 256);
+    EXPECT_GT(openStreams_, 0);
+    guards_.closeStreams();
+    EXPECT_EQ(openStreams_, 0);
+}
+
+TEST_F(InodeGuardsTest, ClosesTheStreamOfOneFileAlone) {
+    FileInode other(u"g", 8);
+    openStreamOf(file_);
+    openStreamOf(other);
+    guards_.hold(file_).closeStreamOf(file_);
+    EXPECT_EQ(streamOf(file_), nullptr);
+    EXPECT_NE(streamOf(other), nullptr);
+    EXPECT_EQ(openStreams_, 1);
+}
+
+TEST_F(InodeGuardsTest, LeavesTheStreamOfAnotherFileAtTheSamePlaceOpen) {
+    openStreamOf(file_);
+    for (std::uint64_t number = 8; number < 2000; ++number) {
+        const FileInode other(u"g", number);
+        guards_.hold(other).closeStreamOf(other);
+    }
+    EXPECT_EQ(openStreams_, 1);
+}
+
+TEST_F(InodeGuardsTest, ARemovedFileHasAStreamOfItsOwnThatStaysOpen) {
+    FileInode removed(u"r", 7);
+    openStreamOf(file_);
+    removed.detached = true;
+    removed.lastStream = stream();
+    EXPECT_EQ(streamOf(removed), removed.lastStream.stream.get());
+    EXPECT_NE(streamOf(file_), nullptr) << "the same place, but not needed";
+    guards_.hold(removed).closeStreamOf(removed);
+    guards_.closeStreams();
+    EXPECT_EQ(streamOf(file_), nullptr);
+    EXPECT_NE(streamOf(removed), nullptr);
+}
+
+TEST_F(InodeGuardsTest, OneThreadAtATimeHoldsTheGuardOfAnInode) {
+    constexpr int turns = 2000;
+    int sum = 0;
+    const auto addUp = [&] {
+        for (int i = 0; i < turns; ++i) {
+            const auto held = guards_.hold(file_);
+            ++sum;
+        }
+    };
+    storage::tests::runTogether({addUp, addUp, addUp});
+    EXPECT_EQ(sum, 3 * turns);
+}
+
+} // namespace

@@ -1,0 +1,339 @@
+#include "tests/host/ProgramRun.h"
+#include "tests/host/TemporaryFolder.h"
+#include "tests/host/TreeSnapshot.h"
+#include "tests/host/Unprivileged.h"
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <optional>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+bool runs(const std::string& line) {
+    return std::system((line + " >/dev/null 2>&1").c_str()) == 0; // NOLINT(cert-env33-c)
+}
+
+/// Whether the kernel lets a superuser mount anything of this kind here, as containers often may not.
+bool mayMount(int device) {
+    const TemporaryFolder folder;
+    const std::string options = "fd=" + std::to_string(device) + ",rootmode=40000,user_id=0,group_id=0";
+    const bool isMounted =
+        ::mount("test", folder.path().c_str(), "fuse", MS_NOSUID | MS_NODEV, options.c_str()) == 0;
+    if (isMounted) {
+        ::umount2(folder.path().c_str(), MNT_DETACH);
+    }
+    return isMounted;
+}
+
+/// Why nothing can be mounted on this machine, or nothing.
+std::optional<std::string> obstacle() {
+    const int device = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
+    if (device < 0) {
+        return "/dev/fuse is missing or may not be opened, so nothing can be mounted here";
+    }
+    const bool isPermitted = ::geteuid() != 0 || mayMount(device);
+    ::close(device);
+    if (!isPermitted) {
+        return "mounting is not permitted here";
+    }
+    return runs("command -v fusermount3") ? std::nullopt : std::optional("fusermount3 is missing");
+}
+
+/// The program as it mounts, from its start to its end.
+class MountProgramTest : public testing::Test {
+protected:
+    using Words = std::vector<std::string>;
+
+    void TearDown() override { // what a broken program leaves behind would hinder the tidying up
+        if (isMounted()) {
+            ADD_FAILURE() << "the mount is still there";
+            runs("fusermount3 -u -z " + mountPoint_);
+        }
+    }
+
+    bool isMounted() const {
+        struct stat inside {};
+        struct stat outside {};
+        return ::stat(mountPoint_.c_str(), &inside) != 0 || ::stat(disk_.path().c_str(), &outside) != 0 ||
+               inside.st_dev != outside.st_dev;
+    }
+
+    bool unmount() const { return runs("fusermount3 -u " + mountPoint_); }
+
+    std::string inside(const std::string& name) const { return mountPoint_ + '/' + name; }
+
+    static void write(const std::string& path, const std::string& content) {
+        std::ofstream(path, std::ios::binary) << content;
+    }
+
+    TemporaryFolder disk_;
+    const std::string mountPoint_ = disk_.makeFolder("mount");
+};
+
+/// The same where the machine lets it come so far.
+class MountingTest : public MountProgramTest {
+protected:
+    void SetUp() override {
+        if (const auto reason = obstacle()) {
+            GTEST_SKIP() << *reason;
+        }
+    }
+
+    /// Runs the program in the foreground, and something else as soon as it has said that it is mounted.
+    ProgramRun runMounted(const Words& options, const ProgramRun::Company& whenMounted) {
+        Words words{"mount", mountPoint_};
+        words.insert(words.end(), options.begin(), options.end());
+        std::array<int, 2> pipe{};
+        EXPECT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
+        return {words, "", [&] { ::dup2(pipe[1], STDOUT_FILENO); },
+                [&](pid_t process) {
+                    ::close(pipe[1]);
+                    readAnnouncement(pipe[0]);
+                    ::close(pipe[0]);
+                    if (said_.ends_with("ends it\n")) {
+                        EXPECT_TRUE(isMounted());
+                        whenMounted(process);
+                    }
+                }};
+    }
+
+    /// Until the program ends, or has said that it is mounted.
+    void readAnnouncement(int descriptor) {
+        said_.clear();
+        for (char byte = 0; !said_.ends_with("ends it\n") && ::read(descriptor, &byte, 1) == 1;) {
+            said_ += byte;
+        }
+    }
+
+    static void expectSuccess(const ProgramRun& run) {
+        EXPECT_EQ(run.status(), 0);
+        EXPECT_EQ(run.errors(), "");
+    }
+
+    std::string said_;
+};
+
+TEST_F(MountProgramTest, WrongUsageIsOneLineAndStatusTwo) {
+    for (const Words& words : {Words{"mount"},
+                               {"mount", ""},
+                               {"mount", mountPoint_, "another"},
+                               {"mount", mountPoint_, "--threads", "0"},
+                               {"mount", mountPoint_, "--import"},
+                               {"mount", mountPoint_, "--frobnicate"}}) {
+        const ProgramRun run(words);
+        EXPECT_EQ(run.status(), 2);
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]* \\(try 'qzstorage --help'\\)\n"));
+        EXPECT_EQ(run.output(), "");
+        EXPECT_FALSE(isMounted());
+    }
+}
+
+TEST_F(MountProgramTest, WhatCannotBeMountedIsToldInOneLine) {
+    const std::string file = disk_.write("file", "content");
+    const std::string folder = disk_.makeFolder("folder");
+    const std::string closed = disk_.makeFolder("closed");
+    fs::permissions(closed, fs::perms::owner_read | fs::perms::owner_exec);
+    struct Case {
+        Words words;
+        std::string reason;
+    };
+    for (const auto& [words, reason] : std::vector<Case>{
+             {{"mount", disk_ / "missing"}, "missing: there is no such folder; make it first"},
+             {{"mount", file}, "file: not a folder; a storage can be mounted at a folder only"},
+             {{"mount", file + "/below"}, "file/below: "},
+             {{"--plugin", disk_ / "none.so", "mount", mountPoint_}, "none.so: "},
+             {{"--plugin", file, "mount", mountPoint_}, "file: "},
+             {{"--plugin", std::string(TEST_BAD_PLUGINS) + "/libNoEntryPoint.so", "mount", mountPoint_},
+              "libNoEntryPoint.so"},
+             {{"mount", mountPoint_, "--import", disk_ / "missing"}, "missing: "},
+             {{"mount", mountPoint_, "--import", file},
+              "file: not a folder; its content is what would be imported"},
+             {{"mount", mountPoint_, "--export-on-exit", file}, "file: not a folder; "},
+             {{"mount", mountPoint_, "--export-on-exit", disk_ / "missing/out"}, "missing: "},
+             {{"mount", mountPoint_, "--export-on-exit", closed + "/out"}, "closed: "},
+             {{"mount", mountPoint_, "--export-on-exit", closed}, "closed: "}}) {
+        for (const bool inBackground : {false, true}) {
+            Words all = words;
+            if (inBackground) {
+                all.emplace_back("--background");
+            }
+            const ProgramRun run(all, "", dropFilePrivileges);
+            EXPECT_EQ(run.status(), 1) << reason;
+            EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: mount: [^\n]*\n")) << reason;
+            EXPECT_THAT(run.errors(), HasSubstr(reason));
+            EXPECT_EQ(run.output(), "") << reason;
+            EXPECT_FALSE(isMounted()) << reason;
+        }
+    }
+    EXPECT_EQ(namesIn(disk_.path()), "closed file folder mount") << "nothing has been made";
+}
+
+TEST_F(MountingTest, IsAnOrdinaryFolderUntilASignalEndsIt) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const ProgramRun run = runMounted({}, [&](pid_t process) {
+            write(inside("f"), "content");
+            fs::create_directories(inside("d/s"));
+            fs::rename(inside("f"), inside("d/s/g"));
+            EXPECT_EQ(readFile(inside("d/s/g")), "content");
+            ::kill(process, signal);
+        });
+        expectSuccess(run);
+        EXPECT_EQ(said_, "mounted at " + mountPoint_ + "; Ctrl-C or 'fusermount3 -u' ends it\n");
+        EXPECT_FALSE(isMounted()) << signal;
+        EXPECT_EQ(namesIn(mountPoint_), "");
+    }
+}
+
+TEST_F(MountingTest, TheUsualCommandEndsIt) {
+    const ProgramRun run = runMounted({"--threads", "1"}, [&](pid_t) {
+        write(inside("f"), "content");
+        EXPECT_EQ(readFile(inside("f")), "content");
+        EXPECT_TRUE(unmount());
+    });
+    expectSuccess(run);
+    EXPECT_FALSE(isMounted());
+}
+
+TEST_F(MountingTest, InTheBackgroundItAnswersWhenTheCommandReturns) {
+    ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0); // to wait for what goes on in the background
+    const std::string out = disk_ / "out";
+    const ProgramRun run({"mount", "--background", mountPoint_, "--export-on-exit", out});
+    expectSuccess(run);
+    EXPECT_EQ(run.output(), "");
+    EXPECT_TRUE(isMounted());
+    write(inside("f"), "content");
+    EXPECT_EQ(readFile(inside("f")), "content");
+    EXPECT_TRUE(unmount());
+    int state = -1;
+    ::waitpid(-1, &state, 0);
+    ::prctl(PR_SET_CHILD_SUBREAPER, 0);
+    EXPECT_EQ(state, 0);
+    EXPECT_FALSE(isMounted());
+    EXPECT_EQ(readFile(out + "/f"), "content");
+}
+
+TEST_F(MountingTest, WhatAProgramHasJustWrittenIsExportedAlsoWhileItHasTheFileOpen) {
+    const std::string out = disk_ / "out";
+    const std::string content(3'000'000, 'x');
+    int file = -1;
+    const ProgramRun run = runMounted({"--export-on-exit", out}, [&](pid_t process) {
+        file = ::open(inside("f").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        EXPECT_EQ(::write(file, content.data(), content.size()), static_cast<ssize_t>(content.size()));
+        ::kill(process, SIGINT);
+    });
+    ::close(file);
+    expectSuccess(run);
+    EXPECT_FALSE(isMounted());
+    EXPECT_TRUE(readFile(out + "/f") == content);
+}
+
+TEST_F(MountingTest, ATruncatedFileIsExportedAsProgramsSeeIt) {
+    const std::string out = disk_ / "out";
+    const ProgramRun run = runMounted({"--export-on-exit", out}, [&](pid_t process) {
+        write(inside("f"), std::string(100, 'x'));
+        fs::resize_file(inside("f"), 60);
+        ::kill(process, SIGTERM);
+    });
+    expectSuccess(run);
+    EXPECT_EQ(readFile(out + "/f"), std::string(60, 'x'));
+}
+
+TEST_F(MountingTest, GoesThereAndBack) {
+    disk_.write("in/d/s/f", std::string(100'000, 'x'));
+    disk_.write("in/ä😀", "name");
+    disk_.write("in/fixed", "read-only");
+    disk_.makeFolder("in/empty");
+    fs::permissions(disk_ / "in/fixed", fs::perms::owner_read);
+    const fs::file_time_type time = fs::file_time_type::clock::now() - std::chrono::hours(5000);
+    fs::last_write_time(disk_ / "in/d/s/f", time);
+    const std::string out = disk_ / "out";
+    const ProgramRun run =
+        runMounted({"--import", disk_ / "in", "--export-on-exit", out}, [&](pid_t process) {
+            EXPECT_EQ(snapshotOf(mountPoint_), snapshotOf(disk_ / "in"));
+            fs::rename(inside("d"), inside("moved"));
+            fs::rename(inside("moved"), inside("d"));
+            ::kill(process, SIGTERM);
+        });
+    expectSuccess(run);
+    EXPECT_THAT(said_, HasSubstr("imported "));
+    EXPECT_EQ(snapshotOf(out), snapshotOf(disk_ / "in"));
+    EXPECT_EQ(fs::status(out + "/fixed").permissions() & fs::perms::owner_write, fs::perms::none);
+    EXPECT_LE(std::chrono::abs(fs::last_write_time(out + "/d/s/f") - time), std::chrono::microseconds(1));
+}
+
+TEST_F(MountingTest, ReadOnlyRefusesAllChanges) {
+    disk_.write("in/f", "content");
+    const ProgramRun run = runMounted({"--read-only", "--import", disk_ / "in"}, [&](pid_t process) {
+        EXPECT_EQ(readFile(inside("f")), "content");
+        EXPECT_EQ(::open(inside("g").c_str(), O_WRONLY | O_CREAT, 0600), -1);
+        EXPECT_EQ(errno, EROFS);
+        EXPECT_EQ(::unlink(inside("f").c_str()), -1);
+        EXPECT_EQ(errno, EROFS);
+        EXPECT_EQ(::mkdir(inside("d").c_str(), 0700), -1);
+        EXPECT_EQ(errno, EROFS);
+        EXPECT_EQ(::truncate(inside("f").c_str(), 0), -1);
+        EXPECT_EQ(errno, EROFS);
+        ::kill(process, SIGINT);
+    });
+    expectSuccess(run);
+}
+
+TEST_F(MountingTest, WhatStoragesDoNotHaveIsRefusedByItsNumber) {
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        write(inside("f"), "content");
+        EXPECT_EQ(::link(inside("f").c_str(), inside("g").c_str()), -1);
+        EXPECT_EQ(errno, EPERM);
+        EXPECT_EQ(::symlink("f", inside("g").c_str()), -1);
+        EXPECT_EQ(errno, EPERM);
+        EXPECT_EQ(::mkfifo(inside("g").c_str(), 0600), -1);
+        EXPECT_EQ(errno, EPERM);
+        EXPECT_EQ(::open(inside("caf\xE9").c_str(), O_WRONLY | O_CREAT, 0600), -1);
+        EXPECT_EQ(errno, EILSEQ);
+        EXPECT_EQ(namesIn(mountPoint_), "f");
+        ::kill(process, SIGINT);
+    });
+    expectSuccess(run);
+}
+
+TEST_F(MountingTest, AnExportThatFailsIsReported) {
+    const std::string out = disk_ / "out";
+    const ProgramRun run = runMounted({"--export-on-exit", out}, [&](pid_t process) {
+        write(inside("f"), "content");
+        write(out, "in the way");
+        ::kill(process, SIGINT);
+    });
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: mount: [^\n]*\n"));
+    EXPECT_EQ(readFile(out), "in the way");
+    EXPECT_FALSE(isMounted());
+}
+
+TEST_F(MountingTest, TwoStoragesCanBeMountedAtOnce) {
+    const std::string other = disk_.makeFolder("other");
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        write(inside("f"), "content");
+        ASSERT_EQ(ProgramRun({"mount", "--background", other}).status(), 0);
+        EXPECT_EQ(namesIn(other), "");
+        write(other + "/g", "another");
+        EXPECT_EQ(namesIn(mountPoint_), "f");
+        EXPECT_TRUE(runs("fusermount3 -u " + other));
+        ::kill(process, SIGINT);
+    });
+    expectSuccess(run);
+}
+
+} // namespace

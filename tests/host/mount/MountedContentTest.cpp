@@ -1,0 +1,353 @@
+#include "tests/host/mount/MountedStorageTest.h"
+
+#include <cerrno>
+#include <limits>
+#include <new>
+
+namespace {
+
+using foundation::storage::provider::ByteStreamOpenOptions;
+using foundation::storage::provider::ProviderStorageInfo;
+using foundation::storage::provider::StorageIRI;
+
+/// Reading, writing and resizing files.
+class MountedContentTest : public MountedStorageTest {
+protected:
+    static constexpr std::uint64_t mebibyte = 1U << 20U;
+
+    /// The storage never holds fewer bytes than programs see, and at most about twice as many, or little more.
+    void expectModestRest(FileInode& file, const std::string& path) {
+        const std::uint64_t seen = mount_.sizeOf(file);
+        const std::uint64_t held = storedSize(path);
+        EXPECT_GE(held, seen);
+        EXPECT_LE(held, std::max<std::uint64_t>(2 * seen + 1, seen + (64U << 10U)));
+    }
+
+    static std::string pattern(std::size_t size, std::size_t seed = 1) {
+        std::string bytes(size, '\0');
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes[i] = static_cast<char>((i * 31 + i / 251 + seed) % 255 + 1); // never a zero
+        }
+        return bytes;
+    }
+};
+
+TEST_F(MountedContentTest, WhatIsWrittenIsRead) {
+    FileInode& file = mount_.makeFile("/f");
+    EXPECT_EQ(mount_.bytesOf(file), "");
+    mount_.write(file, 0, "hello world");
+    mount_.write(file, 6, "earth");
+    EXPECT_EQ(mount_.bytesOf(file), "hello earth");
+    EXPECT_EQ(mount_.read(file, 6, 3), "ear");
+    EXPECT_EQ(mount_.read(file, 11, 5), "");
+    EXPECT_EQ(mount_.read(file, 1000, 5), "");
+    EXPECT_EQ(mount_.read(file, 0, 0), "");
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, WhatTheStorageHeldBeforeIsReadAndOverwritten) {
+    memory_->doOpenStream(StorageIRI(u"/f"), {})->write("old bytes", 9);
+    FileInode& file = mount_.file("/f");
+    EXPECT_EQ(mount_.bytesOf(file), "old bytes");
+    mount_.write(file, 4, "BYTES and more");
+    EXPECT_EQ(mount_.bytesOf(file), "old BYTES and more");
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, AWriteBehindTheEndFillsTheGapWithZeros) {
+    FileInode& file = mount_.makeFile("/f", "abc");
+    mount_.write(file, 6, "xyz");
+    EXPECT_EQ(mount_.bytesOf(file), std::string("abc\0\0\0xyz", 9));
+    FileInode& large = mount_.makeFile("/large");
+    mount_.write(large, 3 * mebibyte + 5, "end");
+    EXPECT_EQ(mount_.bytesOf(large), std::string(3 * mebibyte + 5, '\0') + "end");
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, NoOldBytesComeBackInAGapAfterATruncation) {
+    FileInode& file = mount_.makeFile("/f", pattern(100));
+    mount_.resize(file, 60);
+    EXPECT_EQ(storedSize("/f"), 100U) << "the rest is to be there, or nothing is tested here";
+    mount_.write(file, 90, "x");
+    EXPECT_EQ(mount_.bytesOf(file), pattern(100).substr(0, 60) + std::string(30, '\0') + "x");
+    mount_.resize(file, 70);
+    mount_.write(file, 70, "yy");
+    EXPECT_EQ(mount_.bytesOf(file), pattern(100).substr(0, 60) + std::string(10, '\0') + "yy");
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, NoOldBytesComeBackWhenAFileGrowsAfterATruncation) {
+    for (const std::uint64_t size : {0U, 1U, 40U, 60U, 99U}) {
+        for (const std::uint64_t larger : {61U, 99U, 100U, 101U, 300U}) {
+            FileInode& file = mount_.makeFile("/f", pattern(100));
+            mount_.resize(file, size);
+            size < larger ? mount_.resize(file, larger) : void();
+            std::string expected = pattern(100).substr(0, size);
+            expected.resize(std::max(size, larger), '\0');
+            if (size < larger) {
+                EXPECT_EQ(mount_.bytesOf(file), expected) << size << ' ' << larger;
+            }
+            mount_.removeFile("/f");
+        }
+    }
+}
+
+TEST_F(MountedContentTest, NoOldBytesComeBackByReaching) {
+    FileInode& file = mount_.makeFile("/f", pattern(100));
+    mount_.resize(file, 60);
+    mount_.storage().reach(file, 50);
+    EXPECT_EQ(mount_.sizeOf(file), 60U) << "reaching never shortens";
+    mount_.storage().reach(file, 120);
+    EXPECT_EQ(mount_.bytesOf(file), pattern(100).substr(0, 60) + std::string(60, '\0'));
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, NoReadGoesBeyondTheEndThatProgramsSee) {
+    FileInode& file = mount_.makeFile("/f", pattern(100));
+    mount_.resize(file, 60);
+    EXPECT_EQ(mount_.read(file, 50, 100), pattern(100).substr(50, 10));
+    EXPECT_EQ(mount_.read(file, 60, 10), "");
+    EXPECT_EQ(mount_.read(file, 70, 10), "");
+}
+
+TEST_F(MountedContentTest, AFileCanBeTruncatedToAnySize) {
+    const std::string bytes = pattern(1000);
+    FileInode& file = mount_.makeFile("/f", bytes);
+    std::string expected = bytes;
+    for (const std::size_t size : {999U, 700U, 500U, 499U, 1200U, 900U, 3U, 2U, 1U, 0U, 0U, 7U, 3U, 100U}) {
+        mount_.resize(file, size);
+        expected.resize(size, '\0');
+        ASSERT_EQ(mount_.bytesOf(file), expected) << size;
+        expectModestRest(file, "/f");
+    }
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, EveryTruncationByOneByteKeepsWhatStays) {
+    std::string expected = pattern(600);
+    FileInode& file = mount_.makeFile("/f", expected);
+    while (!expected.empty()) {
+        expected.pop_back();
+        mount_.resize(file, expected.size());
+        ASSERT_EQ(mount_.bytesOf(file), expected);
+        expectModestRest(file, "/f");
+    }
+}
+
+TEST_F(MountedContentTest, TruncationsDoNotCopyTheFileEachTime) {
+    constexpr std::size_t size = 64U << 10U;
+    FileInode& file = mount_.makeFile("/f", pattern(size));
+    int emptied = 0;
+    provider_.before = [&](const std::string& operation, const auto&) {
+        emptied += operation == "openStream" ? 1 : 0;
+    };
+    for (std::size_t rest = size; rest > 0; --rest) {
+        mount_.resize(file, rest - 1);
+    }
+    EXPECT_LE(emptied, 2 * 17) << "one for each power of two, and one to go on writing";
+}
+
+TEST_F(MountedContentTest, SettlingLeavesWhatProgramsSee) {
+    FileInode& file = mount_.makeFile("/f", pattern(100));
+    mount_.setModified(file, longAgo);
+    mount_.resize(file, 60);
+    mount_.makeFolder("/d");
+    mount_.resize(mount_.makeFile("/d/g", pattern(50)), 30);
+    mount_.setPermissions(mount_.file("/d/g"), 0444);
+    expectStorageAsSeen();
+    EXPECT_EQ(stored("/f").content, pattern(100).substr(0, 60));
+    EXPECT_EQ(stored("/d/g").content, pattern(50).substr(0, 30));
+    EXPECT_FALSE(stored("/d/g").isWritable);
+}
+
+TEST_F(MountedContentTest, ManySizesAfterOneAnother) {
+    FileInode& file = mount_.makeFile("/f");
+    std::string expected;
+    std::size_t size = 1;
+    for (int i = 0; i < 300; ++i) {
+        size = (size * 7919 + 13) % 5000;
+        mount_.resize(file, size);
+        expected.resize(size, '\0');
+        const std::size_t offset = (size * 31) % 6000;
+        const std::string piece = pattern(size % 97 + 1, size);
+        mount_.write(file, offset, piece);
+        expected.resize(std::max(expected.size(), offset + piece.size()), '\0');
+        expected.replace(offset, piece.size(), piece);
+        ASSERT_EQ(mount_.bytesOf(file), expected) << "step " << i;
+        ASSERT_GE(storedSize("/f"), expected.size());
+    }
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, NoFileIsLargerThanAnOffsetCanBe) {
+    constexpr auto largest = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
+    FileInode& file = mount_.makeFile("/f", "abc");
+    EXPECT_EQ(errnoOf([&] { mount_.write(file, largest, "x"); }), EFBIG);
+    EXPECT_EQ(errnoOf([&] { mount_.write(file, largest - 2, "xyz"); }), EFBIG);
+    EXPECT_EQ(mount_.bytesOf(file), "abc");
+}
+
+TEST_F(MountedContentTest, AFolderHasNoSize) {
+    storage::host::AttributeChange change;
+    change.size = 0;
+    EXPECT_EQ(errnoOf([&] { mount_.storage().change(mount_.makeFolder("/d"), change); }), EISDIR);
+}
+
+/// A storage that says how much room it has.
+class BoundedProvider final : public HookedProvider {
+public:
+    using HookedProvider::HookedProvider;
+
+    ProviderStorageInfo doGetProviderStorageInfo(const StorageIRI&) const override {
+        return {1000, available};
+    }
+
+    std::uint64_t available = 1000;
+};
+
+TEST_F(MountedContentTest, WithoutRoomAFileStaysAsItIs) {
+    BoundedProvider provider(memory_);
+    MountedTree mount(provider);
+    provider.available = 1100; // for the entry and its bytes
+    FileInode& file = mount.makeFile("/f", "abc");
+    mount.setModified(file, longAgo);
+    provider.available = 10;
+    EXPECT_EQ(errnoOf([&] { mount.makeFile("/g", std::string(2000, 'x')); }), ENOSPC);
+    EXPECT_EQ(errnoOf([&] { mount.write(file, 2000, "x"); }), ENOSPC);
+    EXPECT_EQ(errnoOf([&] { mount.write(file, 0, std::string(2000, 'x')); }), ENOSPC);
+    EXPECT_EQ(errnoOf([&] { mount.resize(file, 2000); }), ENOSPC);
+    EXPECT_EQ(errnoOf([&] { mount.storage().reach(file, 2000); }), ENOSPC);
+    EXPECT_EQ(mount.bytesOf(file), "abc");
+    EXPECT_EQ(mount.modifiedOf(file), longAgo);
+    EXPECT_EQ(mount.storage().space().available, 10U);
+    EXPECT_EQ(storedSize("/f"), 3U);
+    mount.write(file, 0, "xyz");
+    EXPECT_EQ(mount.bytesOf(file), "xyz") << "what takes no room goes on";
+    provider.available = 50000;
+    mount.write(file, 2000, "x");
+    EXPECT_EQ(mount.sizeOf(file), 2001U);
+}
+
+TEST_F(MountedContentTest, OverwritingTakesNoRoom) {
+    BoundedProvider provider(memory_);
+    MountedTree mount(provider);
+    provider.available = 5000;
+    FileInode& file = mount.makeFile("/f", pattern(100));
+    mount.resize(file, 60);
+    provider.available = 0;
+    mount.write(file, 0, pattern(100, 7));
+    EXPECT_EQ(mount.bytesOf(file), pattern(100, 7)) << "the rest of the truncation is room too";
+}
+
+TEST_F(MountedContentTest, MemoryThatRunsOutIsAFullStorage) {
+    FileInode& file = mount_.makeFile("/f", "abc");
+    for (int number = 1; number <= 3; ++number) {
+        int count = 0;
+        provider_.beforeWrite = [&] {
+            if (++count == number) {
+                throw std::bad_alloc();
+            }
+        };
+        EXPECT_EQ(errnoOf([&] { mount_.write(file, 2 * mebibyte + 3, "end"); }), ENOSPC);
+        EXPECT_EQ(mount_.bytesOf(file), "abc");
+        count = 0;
+        EXPECT_EQ(errnoOf([&] { mount_.resize(file, 2 * mebibyte + 4); }), number <= 3 ? ENOSPC : 0);
+        EXPECT_EQ(mount_.bytesOf(file), "abc");
+        count = 0;
+        EXPECT_EQ(errnoOf([&] { mount_.storage().reach(file, 2 * mebibyte + 4); }), ENOSPC);
+        EXPECT_EQ(mount_.bytesOf(file), "abc");
+    }
+    provider_.beforeWrite = [] {};
+    mount_.write(file, 5, "x");
+    EXPECT_EQ(mount_.bytesOf(file), std::string("abc\0\0x", 6));
+    expectStorageAsSeen();
+}
+
+/// As long as the storage only keeps more than programs see, nothing has gone wrong.
+TEST_F(MountedContentTest, AShorteningSucceedsAlsoWhenTheStorageCannotGiveTheRestBack) {
+    for (const char* const failing : {"openReadOnlyStream", "read", "openStream", "getFileAttributes"}) {
+        FileInode& file = mount_.makeFile("/f", pattern(100));
+        provider_.before = [&](const std::string& operation, const StorageIRI&) {
+            if (operation == failing) {
+                throw std::bad_alloc();
+            }
+        };
+        for (const std::uint64_t size : {40U, 3U, 0U}) {
+            EXPECT_EQ(errnoOf([&] { mount_.resize(file, size); }), 0) << failing << size;
+            EXPECT_EQ(mount_.sizeOf(file), size);
+        }
+        provider_.before = [](const char*, const auto&) {};
+        mount_.write(file, 3, "x");
+        EXPECT_EQ(mount_.bytesOf(file), std::string("\0\0\0x", 4)) << failing;
+        expectStorageAsSeen();
+        mount_.removeFile("/f");
+    }
+}
+
+TEST_F(MountedContentTest, ATruncationSucceedsAlsoWhenTheStorageCannotLetGoOfTheRest) {
+    const std::string bytes = pattern(mebibyte);
+    FileInode& file = mount_.makeFile("/f", bytes);
+    provider_.beforeWrite = [] { throw std::runtime_error("the tape is torn"); };
+    mount_.resize(file, 5);
+    EXPECT_EQ(mount_.bytesOf(file), bytes.substr(0, 5));
+    EXPECT_EQ(storedSize("/f"), mebibyte);
+    provider_.beforeWrite = [] {};
+    mount_.write(file, 7, "x");
+    EXPECT_EQ(mount_.bytesOf(file), bytes.substr(0, 5) + std::string("\0\0x", 3));
+    expectStorageAsSeen();
+}
+
+/// A storage whose files can be overwritten, but not grow: as storages do it, a write that needs more room has
+/// overwritten what there was, and has moved, before it fails.
+class FullProvider final : public HookedProvider {
+public:
+    using HookedProvider::HookedProvider;
+
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const ByteStreamOpenOptions& options) const override {
+        return std::make_unique<FullStream>(HookedProvider::doOpenStream(iri, options), isFull);
+    }
+
+    bool isFull = false;
+
+private:
+    class FullStream final : public ByteStream {
+    public:
+        FullStream(std::unique_ptr<ByteStream> inner, const bool& isFull)
+            : inner_(std::move(inner)), isFull_(isFull) {}
+
+        long read(char* buffer, long count) override { return inner_->read(buffer, count); }
+        long write(const char* buffer, long count) override {
+            const long position = inner_->seek(0, std::ios_base::cur);
+            const long room = inner_->seek(0, std::ios_base::end) - std::streampos(position);
+            inner_->seek(position, std::ios_base::beg);
+            if (isFull_ && room < count) {
+                inner_->write(buffer, room);
+                throw std::bad_alloc();
+            }
+            return inner_->write(buffer, count);
+        }
+        std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+            return inner_->seek(offset, direction);
+        }
+        void flush() override { inner_->flush(); }
+
+    private:
+        std::unique_ptr<ByteStream> inner_;
+        const bool& isFull_;
+    };
+};
+
+TEST_F(MountedContentTest, AWriteAfterOneThatFailedMidwayGoesWhereItBelongs) {
+    FullProvider provider(memory_);
+    MountedTree mount(provider);
+    FileInode& file = mount.makeFile("/f", "0123456789");
+    provider.isFull = true;
+    EXPECT_EQ(errnoOf([&] { mount.write(file, 4, "4567890123"); }), ENOSPC);
+    provider.isFull = false;
+    mount.write(file, 4, "ab");
+    EXPECT_EQ(mount.bytesOf(file), "0123ab6789");
+    EXPECT_EQ(mount.sizeOf(file), 10U);
+}
+
+} // namespace

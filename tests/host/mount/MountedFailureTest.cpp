@@ -1,0 +1,186 @@
+#include "host/PluginLibrary.h"
+#include "hostapi/storage/provider/Exception.h"
+#include "tests/host/mount/ErrnoOf.h"
+#include "tests/host/mount/FailingStep.h"
+#include "tests/host/mount/MountedTree.h"
+#include "tests/host/mount/StepwiseProvider.h"
+
+#include <cerrno>
+#include <functional>
+#include <gmock/gmock.h>
+#include <iostream>
+#include <new>
+
+namespace {
+
+using foundation::storage::provider::ErrorCode;
+using foundation::storage::provider::Exception;
+using foundation::storage::provider::IProvider;
+using foundation::storage::provider::StorageIRI;
+using storage::host::PluginLibrary;
+using testing::AnyOf;
+
+/// An operation of a program, and what it makes of the tree that every test here begins with.
+struct Use {
+    std::string name;
+    std::function<void(MountedTree&)> run;
+};
+
+void PrintTo(const Use& use, std::ostream* out) {
+    *out << use.name;
+}
+
+constexpr std::size_t size = 3U << 20U; ///< of large files, so that zeros come in several pieces
+
+const std::vector<Use> uses{
+    {"look up", [](MountedTree& mount) { mount.at("/d/s/b"); }},
+    {"look up what is missing", [](MountedTree& mount) { mount.find("/d/x"); }},
+    {"list", [](MountedTree& mount) { mount.namesIn(mount.folder("/d")); }},
+    {"read", [](MountedTree& mount) { mount.bytesOf(mount.file("/f")); }},
+    {"make a file", [](MountedTree& mount) { mount.makeFile("/d/new"); }},
+    {"make a read-only file", [](MountedTree& mount) { mount.makeFile("/d/new", "", 0400); }},
+    {"make a file in a read-only folder", [](MountedTree& mount) { mount.makeFile("/r/new"); }},
+    {"make a folder", [](MountedTree& mount) { mount.makeFolder("/d/new"); }},
+    {"make a read-only folder", [](MountedTree& mount) { mount.makeFolder("/d/new", 0500); }},
+    {"remove a file", [](MountedTree& mount) { mount.removeFile("/f"); }},
+    {"remove a read-only file", [](MountedTree& mount) { mount.removeFile("/r/fixed"); }},
+    {"remove a folder", [](MountedTree& mount) { mount.removeFolder("/empty"); }},
+    {"rename a file", [](MountedTree& mount) { mount.rename("/f", "/d/new"); }},
+    {"rename over a file", [](MountedTree& mount) { mount.rename("/f", "/d/a"); }},
+    {"rename over a read-only file", [](MountedTree& mount) { mount.rename("/f", "/r/fixed"); }},
+    {"rename a folder", [](MountedTree& mount) { mount.rename("/d", "/new"); }},
+    {"rename over a folder", [](MountedTree& mount) { mount.rename("/d", "/empty"); }},
+    {"rename out of a read-only folder", [](MountedTree& mount) { mount.rename("/r/fixed", "/r/new"); }},
+    {"rename a read-only folder", [](MountedTree& mount) { mount.rename("/r", "/d/new"); }},
+    {"write", [](MountedTree& mount) { mount.write(mount.file("/f"), 2, "XYZ"); }},
+    {"write to a read-only file", [](MountedTree& mount) { mount.write(mount.file("/r/fixed"), 2, "XYZ"); }},
+    {"write behind the end", [](MountedTree& mount) { mount.write(mount.file("/f"), size, "XYZ"); }},
+    {"reach", [](MountedTree& mount) { mount.storage().reach(mount.file("/f"), size); }},
+    {"grow", [](MountedTree& mount) { mount.resize(mount.file("/f"), size); }},
+    {"empty", [](MountedTree& mount) { mount.resize(mount.file("/f"), 0); }},
+    {"shorten a little", [](MountedTree& mount) { mount.resize(mount.file("/f"), 30); }},
+    {"set permissions", [](MountedTree& mount) { mount.setPermissions(mount.file("/f"), 0400); }},
+    {"set permissions of a folder", [](MountedTree& mount) { mount.setPermissions(mount.at("/r"), 0700); }},
+    {"set the time",
+     [](MountedTree& mount) {
+         mount.setModified(mount.at("/f"), {1000, 0});
+     }},
+};
+
+/// A flag of the storage that could not be put back fails nothing: programs go by the permissions that the mount knows.
+std::map<std::string, std::string> contentsOf(const TreeDescription& tree) {
+    std::map<std::string, std::string> contents;
+    for (const auto& [path, entry] : tree) {
+        contents[path] = entry.content;
+    }
+    return contents;
+}
+
+/// Every single operation of the storage that a program's operation takes fails in turn, in a tree of its own.
+class MountedFailureTest : public testing::TestWithParam<Use> {
+public:
+    static void TearDownTestSuite() {
+        std::cout << uses.size() << " operations of programs: " << operations_
+                  << " failures of the storage, of which the program was told " << failures_ << '\n';
+    }
+
+protected:
+    using Fail = std::function<void()>;
+
+    static constexpr std::size_t content = 40;
+
+    void fill() {
+        memory_ = library_.buildProvider();
+        for (const auto* const folder : {u"/d", u"/d/s", u"/empty", u"/r"}) {
+            memory_->doCreateFolder(StorageIRI(folder));
+        }
+        for (const auto* const file : {u"/f", u"/d/a", u"/d/s/b", u"/r/fixed"}) {
+            memory_->doOpenStream(StorageIRI(file), {})->write(std::string(content, 'x').data(), content);
+        }
+        for (const auto* const path : {u"/f", u"/d/a", u"/d/s/b", u"/r/fixed"}) {
+            memory_->doSetLastModified(StorageIRI(path),
+                                       boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3)));
+        }
+        for (const auto* const path : {u"/r/fixed", u"/r"}) {
+            memory_->doSetWritable(StorageIRI(path), false);
+        }
+    }
+
+    /// What is in the storage after an operation that goes well.
+    TreeDescription afterSuccess(const Use& use) {
+        fill();
+        MountedTree mount(*memory_);
+        use.run(mount);
+        mount.storage().settle();
+        return withoutTimes(describe(*memory_));
+    }
+
+    /// @param failure  what the storage throws
+    /// @param errors   what a program may be told of it
+    void failEverywhere(const Use& use, const Fail& failure, const testing::Matcher<int>& errors) {
+        const TreeDescription after = afterSuccess(use);
+        fill();
+        const TreeDescription before = withoutTimes(describe(*memory_));
+        int failures = 0;
+        int number = 1;
+        for (;; ++number) {
+            SCOPED_TRACE(use.name + ", operation " + std::to_string(number));
+            fill();
+            StepwiseProvider provider(memory_);
+            MountedTree mount(provider);
+            int error = 0;
+            {
+                const FailingStep step(provider, number, failure);
+                error = errnoOf([&] { use.run(mount); });
+                if (!step.happened()) {
+                    break;
+                }
+            }
+            EXPECT_THAT(error, AnyOf(0, errors));
+            failures += error == 0 ? 0 : 1;
+            EXPECT_EQ(withoutTimes(mount.describe()), error == 0 ? after : before);
+            mount.storage().settle();
+            if (error == 0) {
+                EXPECT_EQ(contentsOf(describe(*memory_)), contentsOf(after));
+            } else {
+                EXPECT_EQ(withoutTimes(describe(*memory_)), before);
+                EXPECT_EQ(errnoOf([&] { use.run(mount); }), 0) << "the second time";
+                mount.storage().settle();
+                EXPECT_EQ(withoutTimes(describe(*memory_)), after) << "the second time";
+            }
+        }
+        EXPECT_GT(failures, 0);
+        operations_ += number - 1;
+        failures_ += failures;
+    }
+
+    PluginLibrary library_{TEST_PLUGIN};
+    std::shared_ptr<IProvider> memory_;
+
+    static inline int operations_ = 0;
+    static inline int failures_ = 0;
+};
+
+TEST_P(MountedFailureTest, LeavesMountAndStorageAsTheyWereOrAsTheyAreToBe) {
+    failEverywhere(
+        GetParam(), [] { throw Exception(static_cast<ErrorCode>(77), StorageIRI(u"/")); }, EIO);
+    failEverywhere(
+        GetParam(), [] { throw Exception(ErrorCode::ReadOnly, StorageIRI(u"/")); }, EACCES);
+}
+
+TEST_P(MountedFailureTest, OfMemoryLeavesMountAndStorageAsTheyWereOrAsTheyAreToBe) {
+    failEverywhere(
+        GetParam(), [] { throw std::bad_alloc(); }, AnyOf(ENOMEM, ENOSPC));
+}
+
+std::string nameOf(const testing::TestParamInfo<Use>& info) {
+    std::string name;
+    for (const char character : info.param.name) {
+        name += std::isalnum(static_cast<unsigned char>(character)) != 0 ? character : '_';
+    }
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEveryOperation, MountedFailureTest, testing::ValuesIn(uses), nameOf);
+
+} // namespace

@@ -1,0 +1,150 @@
+#include "tests/host/mount/MountedStorageTest.h"
+
+#include <cerrno>
+#include <map>
+
+namespace {
+
+using foundation::storage::provider::StorageIRI;
+using testing::IsEmpty;
+
+/// What programs learn of entries, and what the storage is asked for it.
+class MountedLookupTest : public MountedStorageTest {
+protected:
+    /// How often the storage is asked anything meanwhile.
+    template <typename Operation>
+    int questionsOf(const Operation& operation) {
+        int count = 0;
+        provider_.before = [&](const char*, const auto&) { ++count; };
+        operation();
+        provider_.before = [](const char*, const auto&) {};
+        return count;
+    }
+};
+
+TEST_F(MountedLookupTest, FindsWhatTheStorageHolds) {
+    memory_->doCreateFolder(StorageIRI(u"/d"));
+    memory_->doOpenStream(StorageIRI(u"/d/f"), {})->write("abc", 3);
+    const auto folder = mount_.storage().lookUp(mount_.storage().root(), "d");
+    ASSERT_NE(folder.inode, nullptr);
+    EXPECT_TRUE(folder.inode->isFolder());
+    EXPECT_EQ(folder.status.st_mode, S_IFDIR | 0755U);
+    const auto file = mount_.storage().lookUp(static_cast<FolderInode&>(*folder.inode), "f");
+    ASSERT_NE(file.inode, nullptr);
+    EXPECT_EQ(file.status.st_mode, S_IFREG | 0644U);
+    EXPECT_EQ(file.status.st_size, 3);
+    EXPECT_EQ(file.status.st_blocks, 1);
+    EXPECT_EQ(file.status.st_nlink, 1U);
+    EXPECT_EQ(file.status.st_uid, ::geteuid());
+    EXPECT_EQ(file.status.st_gid, ::getegid());
+    EXPECT_EQ(file.inode->references, 1U);
+}
+
+TEST_F(MountedLookupTest, WhatIsNotThereIsNoFailure) {
+    EXPECT_EQ(mount_.storage().lookUp(mount_.storage().root(), "x").inode, nullptr);
+}
+
+TEST_F(MountedLookupTest, NamesAreUtf8AndAtMost255BytesLong) {
+    FolderInode& root = mount_.storage().root();
+    EXPECT_EQ(errnoOf([&] { mount_.storage().lookUp(root, "caf\xE9"); }), EILSEQ);
+    EXPECT_EQ(errnoOf([&] { mount_.storage().lookUp(root, std::string(256, 'x')); }), ENAMETOOLONG);
+    EXPECT_EQ(errnoOf([&] { mount_.makeFile("/caf\xE9"); }), EILSEQ);
+    EXPECT_EQ(errnoOf([&] { mount_.makeFolder("/" + std::string(256, 'x')); }), ENAMETOOLONG);
+    mount_.makeFile("/café 😀");
+    EXPECT_TRUE(memory_->doFileExists(StorageIRI(u"/café 😀")));
+    EXPECT_EQ(errnoOf([&] { mount_.rename("/café 😀", "/caf\xE9"); }), EILSEQ);
+    EXPECT_EQ(errnoOf([&] { mount_.storage().removeFile(root, "\xFF"); }), EILSEQ);
+    EXPECT_EQ(errnoOf([&] { mount_.storage().removeFolder(root, "\xFF"); }), EILSEQ);
+}
+
+TEST_F(MountedLookupTest, TheStorageIsAskedForAnEntryOnce) {
+    memory_->doCreateFile(StorageIRI(u"/f"));
+    memory_->doCreateFolder(StorageIRI(u"/d"));
+    mount_.at("/f");
+    mount_.at("/d");
+    EXPECT_EQ(questionsOf([&] {
+                  mount_.at("/f");
+                  mount_.at("/d");
+                  mount_.sizeOf(mount_.at("/f"));
+              }),
+              0);
+}
+
+TEST_F(MountedLookupTest, TheStorageIsNotAskedForWhatAListingHasShown) {
+    memory_->doCreateFile(StorageIRI(u"/f"));
+    mount_.namesIn(mount_.storage().root());
+    EXPECT_EQ(questionsOf([&] {
+                  mount_.find("/missing");
+                  mount_.namesIn(mount_.storage().root());
+              }),
+              0);
+    mount_.at("/f");
+    EXPECT_EQ(questionsOf([&] { mount_.at("/f"); }), 0);
+}
+
+TEST_F(MountedLookupTest, TheStorageIsNotAskedForWhatIsInANewFolder) {
+    mount_.makeFolder("/d");
+    EXPECT_EQ(questionsOf([&] {
+                  EXPECT_EQ(mount_.find("/d/x"), nullptr);
+                  EXPECT_THAT(mount_.namesIn(mount_.folder("/d")), IsEmpty());
+              }),
+              0);
+}
+
+TEST_F(MountedLookupTest, ReadingAndWritingOpensAFileOnce) {
+    FileInode& file = mount_.makeFile("/f", "abc");
+    mount_.bytesOf(file);
+    std::map<std::string, int> opened;
+    provider_.before = [&](const std::string& operation, const auto&) { ++opened[operation]; };
+    for (int i = 0; i < 10; ++i) {
+        mount_.write(file, 3 + static_cast<std::uint64_t>(i), "x");
+        mount_.bytesOf(file);
+    }
+    EXPECT_EQ(opened.count("openStream") + opened.count("openReadOnlyStream"), 0U);
+    EXPECT_EQ(mount_.bytesOf(file), "abcxxxxxxxxxx");
+}
+
+TEST_F(MountedLookupTest, AnEntryKeepsItsNumberAsLongAsItExists) {
+    mount_.makeFile("/f");
+    mount_.makeFolder("/d");
+    const auto numberOf = [&](const std::string& path) {
+        return mount_.storage().status(mount_.at(path)).st_ino;
+    };
+    const ino_t number = numberOf("/f");
+    EXPECT_NE(numberOf("/d"), number);
+    EXPECT_NE(numberOf("/"), number);
+    mount_.close(mount_.open("/f")); // nobody refers to it any more
+    EXPECT_EQ(numberOf("/f"), number);
+    mount_.rename("/f", "/d/g");
+    EXPECT_EQ(numberOf("/d/g"), number);
+    mount_.rename("/d", "/e");
+    EXPECT_EQ(numberOf("/e/g"), number);
+    mount_.removeFile("/e/g");
+    mount_.makeFile("/e/g");
+    EXPECT_NE(numberOf("/e/g"), number);
+}
+
+TEST_F(MountedLookupTest, ManyKnownEntriesHaveNumbersOfTheirOwn) {
+    std::map<ino_t, std::string> numbers;
+    for (int i = 0; i < 1000; ++i) {
+        const std::string path = "/" + std::to_string(i);
+        mount_.makeFile(path, path);
+        EXPECT_TRUE(numbers.emplace(mount_.storage().status(mount_.at(path)).st_ino, path).second);
+    }
+    for (const auto& [number, path] : numbers) {
+        EXPECT_EQ(mount_.bytesOf(mount_.file(path)), path);
+    }
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedLookupTest, ADeepTreeIsReached) {
+    std::string path;
+    for (int i = 0; i < 500; ++i) {
+        path += "/d";
+        mount_.makeFolder(path);
+    }
+    mount_.makeFile(path + "/f", "deep");
+    EXPECT_EQ(mount_.bytesOf(mount_.file(path + "/f")), "deep");
+}
+
+} // namespace

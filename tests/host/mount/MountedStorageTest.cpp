@@ -1,0 +1,18 @@
+#include "tests/host/mount/MountedStorageTest.h"
+
+#include "host/Utf.h"
+
+using foundation::storage::provider::StorageIRI;
+
+std::uint64_t MountedStorageTest::storedSize(const std::string& path) const {
+    return memory_->doGetFileAttributes(StorageIRI(storage::host::toUtf16(path).value())).getSize();
+}
+
+void MountedStorageTest::expectStorageAsSeen() {
+    mount_.storage().settle();
+    EXPECT_EQ(describe(*memory_), mount_.describe());
+}
+
+bool operator==(const timespec& left, const timespec& right) {
+    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+}

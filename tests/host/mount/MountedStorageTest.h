@@ -1,0 +1,38 @@
+#pragma once
+
+#include "host/PluginLibrary.h"
+#include "tests/host/HookedProvider.h"
+#include "tests/host/mount/ErrnoOf.h"
+#include "tests/host/mount/MountedTree.h"
+
+#include <gmock/gmock.h>
+#include <memory>
+#include <string>
+
+/// A mounted in-memory storage.
+class MountedStorageTest : public testing::Test {
+protected:
+    using FileInode = storage::host::FileInode;
+    using FolderInode = storage::host::FolderInode;
+    using Inode = storage::host::Inode;
+    using MountedStorage = storage::host::MountedStorage;
+    using Replacement = MountedStorage::Replacement;
+
+    static constexpr timespec longAgo{981'173'106, 123'456'000};
+
+    /// What the storage itself holds, by path as `describe` has it.
+    EntryDescription stored(const std::string& path) const { return describe(*memory_).at(path); }
+
+    /// How many bytes the storage holds for the file.
+    std::uint64_t storedSize(const std::string& path) const;
+
+    /// Expects the storage to hold just what programs see.
+    void expectStorageAsSeen();
+
+    storage::host::PluginLibrary library_{TEST_PLUGIN};
+    std::shared_ptr<foundation::storage::provider::IProvider> memory_ = library_.buildProvider();
+    HookedProvider provider_{memory_};
+    MountedTree mount_{provider_};
+};
+
+bool operator==(const timespec& left, const timespec& right);

@@ -1,0 +1,202 @@
+#include "host/FileTime.h"
+#include "tests/host/mount/MountedStorageTest.h"
+
+#include <cerrno>
+
+namespace {
+
+using foundation::storage::provider::StorageIRI;
+using storage::host::AttributeChange;
+
+/// The times of entries.
+class MountedTimeTest : public MountedStorageTest {
+protected:
+    const std::string longAgoText = "2001-02-03 04:05:06.123456 UTC";
+};
+
+TEST_F(MountedTimeTest, OpeningForWritingIsNoModification) {
+    FileInode& file = mount_.makeFile("/f", "abc");
+    mount_.setModified(file, longAgo);
+    mount_.storage().settle(); // closes the stream
+    mount_.storage().reach(file, 1);
+    EXPECT_EQ(mount_.modifiedOf(file), longAgo);
+    EXPECT_EQ(stored("/f").modified, longAgoText);
+}
+
+TEST_F(MountedTimeTest, ReadingIsNoModification) {
+    FileInode& file = mount_.makeFile("/f", "abc");
+    mount_.setModified(file, longAgo);
+    mount_.storage().settle();
+    mount_.bytesOf(file);
+    EXPECT_EQ(mount_.modifiedOf(file), longAgo);
+    EXPECT_EQ(stored("/f").modified, longAgoText);
+}
+
+TEST_F(MountedTimeTest, ATruncationIsAModification) {
+    for (const std::uint64_t size : {60U, 30U, 0U, 200U}) {
+        FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
+        mount_.setModified(file, longAgo);
+        mount_.resize(file, size);
+        EXPECT_GT(mount_.modifiedOf(file).tv_sec, longAgo.tv_sec) << size;
+        expectStorageAsSeen();
+        mount_.removeFile("/f");
+    }
+}
+
+TEST_F(MountedTimeTest, ATruncationWithATimeHasThatTime) {
+    for (const std::uint64_t size : {60U, 30U, 0U, 100U, 200U}) {
+        FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
+        AttributeChange change;
+        change.size = size;
+        change.modified = longAgo;
+        EXPECT_EQ(mount_.storage().change(file, change).st_mtim, longAgo);
+        EXPECT_EQ(stored("/f").modified, longAgoText) << size;
+        expectStorageAsSeen();
+        mount_.removeFile("/f");
+    }
+}
+
+TEST_F(MountedTimeTest, ATruncationToThePresentSizeIsNoModification) {
+    FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
+    mount_.setModified(file, longAgo);
+    mount_.resize(file, 100);
+    EXPECT_EQ(mount_.modifiedOf(file), longAgo);
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedTimeTest, SettlingIsNoModification) {
+    FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
+    mount_.resize(file, 60);
+    mount_.setModified(file, longAgo);
+    mount_.storage().settle();
+    EXPECT_EQ(storedSize("/f"), 60U);
+    EXPECT_EQ(stored("/f").modified, longAgoText);
+}
+
+TEST_F(MountedTimeTest, IsKeptToTheMicrosecond) {
+    Inode& file = mount_.makeFile("/f");
+    AttributeChange change;
+    change.modified = timespec{1'700'000'000, 123'456'789};
+    const timespec kept{1'700'000'000, 123'456'000};
+    EXPECT_EQ(mount_.storage().change(file, change).st_mtim, kept);
+    EXPECT_EQ(stored("/f").modified, "2023-11-14 22:13:20.123456 UTC");
+    Inode& folder = mount_.makeFolder("/d");
+    EXPECT_EQ(mount_.storage().change(folder, change).st_mtim, kept);
+    EXPECT_EQ(mount_.modifiedOf(folder), kept);
+    EXPECT_EQ(stored("/d/").modified, "2023-11-14 22:13:20.123456 UTC");
+    mount_.setModified(mount_.storage().root(), longAgo);
+    EXPECT_EQ(stored("/").modified, longAgoText);
+}
+
+TEST_F(MountedTimeTest, BeforeTheEpochItIsATimeToo) {
+    Inode& file = mount_.makeFile("/f");
+    mount_.setModified(file, {-1, 999'999'000});
+    EXPECT_EQ(mount_.modifiedOf(file), (timespec{-1, 999'999'000}));
+    EXPECT_EQ(stored("/f").modified, "1969-12-31 23:59:59.999999 UTC");
+}
+
+TEST_F(MountedTimeTest, WhatStoragesCannotKeepBecomesTheNearestTheyCan) {
+    Inode& file = mount_.makeFile("/f");
+    constexpr std::time_t year = 31'556'952;
+    mount_.setModified(file, {-1000 * year, 0}); // 970
+    EXPECT_EQ(stored("/f").modified, "1400-01-01 00:00:00.000000 UTC");
+    mount_.setModified(file, {10'000 * year, 0}); // 11970
+    EXPECT_EQ(stored("/f").modified.substr(0, 10), "9999-12-31");
+    EXPECT_LT(mount_.modifiedOf(file).tv_sec, 8100 * year) << "what is shown is what is kept";
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedTimeTest, OfAccessAndOfChangeAreKeptByTheMount) {
+    Inode& file = mount_.makeFile("/f");
+    AttributeChange change;
+    change.accessed = timespec{1000, 5000};
+    change.changed = timespec{2000, 6000};
+    mount_.storage().change(file, change);
+    mount_.setModified(file, longAgo);
+    const struct stat status = mount_.storage().status(file);
+    EXPECT_EQ(status.st_atim, (timespec{1000, 5000}));
+    EXPECT_EQ(status.st_mtim, longAgo);
+    EXPECT_GT(status.st_ctim.tv_sec, 1'000'000'000) << "a change of the modification time is a change";
+    change.modified = longAgo;
+    mount_.storage().change(file, change);
+    EXPECT_EQ(mount_.storage().status(file).st_ctim, (timespec{2000, 6000}));
+    mount_.rename("/f", "/g");
+    EXPECT_EQ(mount_.storage().status(file).st_atim, (timespec{1000, 5000}));
+}
+
+TEST_F(MountedTimeTest, ARenameKeepsTheTimeOfAFile) {
+    Inode& file = mount_.makeFile("/f", "abc");
+    mount_.setModified(file, longAgo);
+    mount_.rename("/f", "/g");
+    EXPECT_EQ(mount_.modifiedOf(file), longAgo);
+    EXPECT_EQ(stored("/g").modified, longAgoText);
+    mount_.makeFile("/target");
+    mount_.rename("/g", "/target");
+    EXPECT_EQ(stored("/target").modified, longAgoText);
+}
+
+TEST_F(MountedTimeTest, ARenameKeepsTheTimesOfAFolderAndOfAllBelow) {
+    mount_.makeFolder("/d");
+    mount_.makeFolder("/d/s");
+    mount_.makeFile("/d/s/f", "abc");
+    for (const char* const path : {"/d/s/f", "/d/s", "/d"}) {
+        mount_.setModified(mount_.at(path), longAgo);
+    }
+    mount_.rename("/d", "/e");
+    for (const char* const path : {"/e/s/f", "/e/s/", "/e/"}) {
+        EXPECT_EQ(stored(path).modified, longAgoText) << path;
+    }
+    EXPECT_EQ(mount_.modifiedOf(mount_.at("/e")), longAgo);
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedTimeTest, AFolderIsModifiedByWhatIsDoneInIt) {
+    FolderInode& folder = mount_.makeFolder("/d");
+    FolderInode& other = mount_.makeFolder("/e");
+    const auto expectModified = [&](FolderInode& inode) {
+        EXPECT_GT(mount_.modifiedOf(inode).tv_sec, longAgo.tv_sec);
+        EXPECT_GE(mount_.storage().status(inode).st_ctim.tv_sec, mount_.modifiedOf(inode).tv_sec);
+        mount_.setModified(inode, longAgo);
+    };
+    mount_.setModified(folder, longAgo);
+    mount_.setModified(other, longAgo);
+    mount_.makeFile("/d/f");
+    expectModified(folder);
+    mount_.makeFolder("/d/s");
+    expectModified(folder);
+    mount_.rename("/d/f", "/e/f");
+    expectModified(folder);
+    expectModified(other);
+    mount_.removeFile("/e/f");
+    expectModified(other);
+    mount_.removeFolder("/d/s");
+    expectModified(folder);
+    EXPECT_EQ(mount_.modifiedOf(folder), longAgo);
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedTimeTest, AStorageWithoutATimeOfAFileShowsTheEpoch) {
+    memory_->doCreateFile(StorageIRI(u"/f"));
+    memory_->doSetLastModified(StorageIRI(u"/f"), boost::posix_time::ptime());
+    EXPECT_EQ(mount_.modifiedOf(mount_.at("/f")), timespec{});
+}
+
+TEST_F(MountedTimeTest, NobodyElseCanOwnAnEntry) {
+    Inode& file = mount_.makeFile("/f");
+    mount_.setModified(file, longAgo);
+    AttributeChange change;
+    change.modified = timespec{1000, 0};
+    change.owner = ::geteuid();
+    change.group = ::getegid();
+    EXPECT_EQ(errnoOf([&] { mount_.storage().change(file, change); }), 0);
+    change.owner = ::geteuid() + 1;
+    change.modified = longAgo;
+    EXPECT_EQ(errnoOf([&] { mount_.storage().change(file, change); }), EPERM);
+    change.owner = ::geteuid();
+    change.group = ::getegid() + 1;
+    EXPECT_EQ(errnoOf([&] { mount_.storage().change(file, change); }), EPERM);
+    EXPECT_EQ(mount_.modifiedOf(file), (timespec{1000, 0})) << "nothing of a refused change is done";
+    EXPECT_EQ(mount_.storage().status(file).st_uid, ::geteuid());
+}
+
+} // namespace

@@ -1,0 +1,162 @@
+#include "tests/host/mount/MountedTree.h"
+
+#include "host/FileTime.h"
+
+#include <stdexcept>
+
+using storage::host::AttributeChange;
+
+namespace {
+
+std::string parentOf(const std::string& path) {
+    return path.substr(0, path.rfind('/'));
+}
+
+std::string nameOf(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+} // namespace
+
+MountedTree::Inode* MountedTree::find(const std::string& path) {
+    if (path.empty() || path == "/") {
+        return &storage_.root();
+    }
+    Inode* const above = find(parentOf(path));
+    if (above == nullptr || !above->isFolder()) {
+        return nullptr;
+    }
+    Inode* const found = storage_.lookUp(static_cast<FolderInode&>(*above), nameOf(path)).inode;
+    if (found != nullptr) {
+        storage_.release(*found, 1);
+    }
+    return found;
+}
+
+MountedTree::Inode& MountedTree::at(const std::string& path) {
+    Inode* const inode = find(path);
+    if (inode == nullptr) {
+        throw std::runtime_error(path + " is not there");
+    }
+    return *inode;
+}
+
+MountedTree::FileInode& MountedTree::file(const std::string& path) {
+    Inode& inode = at(path);
+    if (inode.isFolder()) {
+        throw std::runtime_error(path + " is not a file");
+    }
+    return static_cast<FileInode&>(inode);
+}
+
+MountedTree::FolderInode& MountedTree::folder(const std::string& path) {
+    Inode& inode = at(path);
+    if (!inode.isFolder()) {
+        throw std::runtime_error(path + " is not a folder");
+    }
+    return static_cast<FolderInode&>(inode);
+}
+
+MountedTree::FileInode& MountedTree::open(const std::string& path) {
+    Inode* const found = storage_.lookUp(folder(parentOf(path)), nameOf(path)).inode;
+    if (found == nullptr || found->isFolder()) {
+        throw std::runtime_error(path + " is no file to be opened");
+    }
+    return static_cast<FileInode&>(*found);
+}
+
+MountedTree::FileInode& MountedTree::makeFile(const std::string& path, std::string_view content,
+                                              mode_t permissions) {
+    const auto made = storage_.makeFile(folder(parentOf(path)), nameOf(path), permissions);
+    auto& file = static_cast<FileInode&>(*made.inode);
+    if (!content.empty()) {
+        write(file, 0, content);
+    }
+    storage_.release(file, 1);
+    return file;
+}
+
+MountedTree::FolderInode& MountedTree::makeFolder(const std::string& path, mode_t permissions) {
+    const auto made = storage_.makeFolder(folder(parentOf(path)), nameOf(path), permissions);
+    storage_.release(*made.inode, 1);
+    return static_cast<FolderInode&>(*made.inode);
+}
+
+void MountedTree::removeFile(const std::string& path) {
+    storage_.removeFile(folder(parentOf(path)), nameOf(path));
+}
+
+void MountedTree::removeFolder(const std::string& path) {
+    storage_.removeFolder(folder(parentOf(path)), nameOf(path));
+}
+
+void MountedTree::rename(const std::string& from, const std::string& to,
+                         MountedStorage::Replacement replacement) {
+    storage_.rename(folder(parentOf(from)), nameOf(from), folder(parentOf(to)), nameOf(to), replacement);
+}
+
+std::string MountedTree::read(FileInode& file, std::uint64_t offset, std::size_t count) {
+    std::string bytes(count, '?');
+    bytes.resize(storage_.read(file, offset, bytes));
+    return bytes;
+}
+
+std::string MountedTree::bytesOf(FileInode& file) {
+    constexpr std::size_t more = 10; // than there are, which must not be given
+    return read(file, 0, sizeOf(file) + more);
+}
+
+void MountedTree::write(FileInode& file, std::uint64_t offset, std::string_view bytes) {
+    storage_.write(file, offset, bytes);
+}
+
+void MountedTree::resize(FileInode& file, std::uint64_t size) {
+    AttributeChange change;
+    change.size = size;
+    storage_.change(file, change);
+}
+
+void MountedTree::setModified(Inode& inode, const timespec& time) {
+    AttributeChange change;
+    change.modified = time;
+    storage_.change(inode, change);
+}
+
+void MountedTree::setPermissions(Inode& inode, mode_t permissions) {
+    AttributeChange change;
+    change.permissions = permissions;
+    storage_.change(inode, change);
+}
+
+std::vector<std::string> MountedTree::namesIn(FolderInode& folder) {
+    std::vector<std::string> names;
+    storage_.list(folder, 2, MountedStorage::ListingDetail::Names, [&](const std::string& name, auto&, auto) {
+        names.push_back(name);
+        return true;
+    });
+    return names;
+}
+
+TreeDescription MountedTree::describe() {
+    TreeDescription tree;
+    describeFolder(storage_.root(), "/", tree);
+    return tree;
+}
+
+void MountedTree::describeFolder(FolderInode& folder, const std::string& path, TreeDescription& tree) {
+    const auto describeEntry = [&](Inode& inode, std::string content) {
+        const struct stat status = storage_.status(inode);
+        const auto modified = storage::host::fromDiskTime(status.st_mtim);
+        return EntryDescription{std::move(content), storage::host::formatMicroseconds(modified),
+                                (status.st_mode & S_IWUSR) != 0};
+    };
+    tree.emplace(path, describeEntry(folder, "folder"));
+    for (const std::string& name : namesIn(folder)) {
+        Inode& inode = at(path + name);
+        if (inode.isFolder()) {
+            describeFolder(static_cast<FolderInode&>(inode), path + name + '/', tree);
+        } else {
+            tree.emplace(path + name, describeEntry(inode, bytesOf(static_cast<FileInode&>(inode))));
+        }
+    }
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "host/mount/MountedStorage.h"
+#include "tests/host/mount/TreeDescription.h"
+
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The operations of a mounted storage on paths, the way the kernel makes them when a program names a path: one lookup
+/// after the other, each reference given back unless it says so.
+///
+/// Owns the mounted storage; borrows the provider. Thread safety: any number of threads.
+class MountedTree {
+public:
+    using FileInode = storage::host::FileInode;
+    using FolderInode = storage::host::FolderInode;
+    using Inode = storage::host::Inode;
+    using MountedStorage = storage::host::MountedStorage;
+
+    explicit MountedTree(const foundation::storage::provider::IProvider& provider) : storage_(provider) {}
+
+    MountedStorage& storage() { return storage_; }
+
+    /// The entry, or nothing.
+    Inode* find(const std::string& path);
+
+    /// An entry that must be there.
+    FileInode& file(const std::string& path);
+    FolderInode& folder(const std::string& path);
+    Inode& at(const std::string& path);
+
+    /// As `file`, with a reference for the caller, to be given back with `close`.
+    FileInode& open(const std::string& path);
+    void close(FileInode& file) { storage_.release(file, 1); }
+
+    FileInode& makeFile(const std::string& path, std::string_view content = "", mode_t permissions = 0644);
+    FolderInode& makeFolder(const std::string& path, mode_t permissions = 0755);
+    void removeFile(const std::string& path);
+    void removeFolder(const std::string& path);
+    void rename(const std::string& from, const std::string& to,
+                MountedStorage::Replacement replacement = MountedStorage::Replacement::Allowed);
+
+    std::string read(FileInode& file, std::uint64_t offset, std::size_t count);
+    /// All that programs see of a file.
+    std::string bytesOf(FileInode& file);
+    void write(FileInode& file, std::uint64_t offset, std::string_view bytes);
+    void resize(FileInode& file, std::uint64_t size);
+    void setModified(Inode& inode, const timespec& time);
+    void setPermissions(Inode& inode, mode_t permissions);
+    mode_t permissionsOf(Inode& inode) { return storage_.status(inode).st_mode & 07777U; }
+    std::uint64_t sizeOf(Inode& inode) { return static_cast<std::uint64_t>(storage_.status(inode).st_size); }
+    timespec modifiedOf(Inode& inode) { return storage_.status(inode).st_mtim; }
+
+    /// The names in a folder in the order of its listing, without "." and "..".
+    std::vector<std::string> namesIn(FolderInode& folder);
+
+    /// All that programs see.
+    TreeDescription describe();
+
+private:
+    void describeFolder(FolderInode& folder, const std::string& path, TreeDescription& tree);
+
+    MountedStorage storage_;
+};

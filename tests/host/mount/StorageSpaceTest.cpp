@@ -1,0 +1,117 @@
+#include "host/mount/StorageSpace.h"
+#include "hostapi/storage/provider/Exception.h"
+#include "tests/host/MockProvider.h"
+#include "tests/host/mount/ErrnoOf.h"
+
+#include <cerrno>
+#include <sys/sysinfo.h>
+
+namespace {
+
+using foundation::storage::provider::ErrorCode;
+using foundation::storage::provider::Exception;
+using foundation::storage::provider::ProviderStorageInfo;
+using foundation::storage::provider::StorageIRI;
+using storage::host::StorageSpace;
+using testing::_;
+using testing::NiceMock;
+using testing::Return;
+using testing::Throw;
+
+class StorageSpaceTest : public testing::Test {
+protected:
+    static constexpr std::uint64_t mebibyte = 1U << 20U;
+
+    /// From here on the storage tells how much of its room is left.
+    void offer(std::uint64_t capacity) {
+        capacity_ = capacity;
+        ON_CALL(provider_, doGetProviderStorageInfo(StorageIRI(u"/")))
+            .WillByDefault([this](const StorageIRI&) {
+                ++asked_;
+                return ProviderStorageInfo{capacity_, capacity_ - used_};
+            });
+    }
+
+    void failWith(ErrorCode code) {
+        ON_CALL(provider_, doGetProviderStorageInfo(_))
+            .WillByDefault(Throw(Exception(code, StorageIRI(u"/"))));
+    }
+
+    /// Takes room like a file that grows. @return the number of errno(3), 0 for success
+    int take(std::uint64_t bytes) {
+        const int error = errnoOf([&] { space_.require(bytes); });
+        used_ += error == 0 ? bytes : 0;
+        return error;
+    }
+
+    NiceMock<MockProvider> provider_;
+    StorageSpace space_{provider_};
+    std::uint64_t capacity_ = 0;
+    std::uint64_t used_ = 0;
+    int asked_ = 0;
+};
+
+TEST_F(StorageSpaceTest, IsWhatTheStorageSays) {
+    offer(1000);
+    take(400);
+    EXPECT_EQ(space_.info().capacity, 1000U);
+    EXPECT_EQ(space_.info().available, 600U);
+}
+
+TEST_F(StorageSpaceTest, OfAStorageThatDoesNotSayIsTheMachinesMemory) {
+    failWith(ErrorCode::NotOffered);
+    struct sysinfo machine {};
+    ASSERT_EQ(::sysinfo(&machine), 0);
+    const ProviderStorageInfo info = space_.info();
+    EXPECT_GT(info.available, 0U);
+    EXPECT_LT(info.available, info.capacity);
+    EXPECT_LE(info.capacity, machine.totalram * machine.mem_unit);
+    EXPECT_EQ(errnoOf([&] { space_.require(mebibyte); }), 0);
+    EXPECT_EQ(errnoOf([&] { space_.require(info.capacity); }), ENOSPC) << "something is left to the machine";
+}
+
+TEST_F(StorageSpaceTest, AnotherFailureOfTheStorageIsTold) {
+    failWith(ErrorCode::NotFound);
+    EXPECT_EQ(errnoOf([&] { space_.info(); }), ENOENT);
+    EXPECT_EQ(take(1), ENOENT);
+}
+
+TEST_F(StorageSpaceTest, IsGivenToTheLastByte) {
+    offer(1000);
+    EXPECT_EQ(take(1001), ENOSPC);
+    EXPECT_EQ(take(600), 0);
+    EXPECT_EQ(take(401), ENOSPC);
+    EXPECT_EQ(take(400), 0);
+    EXPECT_EQ(take(0), 0);
+    EXPECT_EQ(take(1), ENOSPC);
+}
+
+TEST_F(StorageSpaceTest, NeverMoreIsGivenThanThereIs) {
+    for (const std::uint64_t step : {1000U, 70'000U, 3'000'000U, 100'000'000U}) {
+        used_ = 0;
+        offer(200 * mebibyte + 77);
+        while (take(step) == 0) {
+            ASSERT_LE(used_, capacity_);
+        }
+        EXPECT_GT(used_ + step, capacity_) << "as long as there is room, it is given";
+    }
+}
+
+TEST_F(StorageSpaceTest, WhatBecomesFreeIsGivenAgain) {
+    offer(1000);
+    EXPECT_EQ(take(1000), 0);
+    EXPECT_EQ(take(10), ENOSPC);
+    used_ = 100;
+    EXPECT_EQ(take(900), 0);
+    EXPECT_EQ(take(10), ENOSPC);
+}
+
+TEST_F(StorageSpaceTest, TheStorageIsSeldomAsked) {
+    offer(1000 * mebibyte);
+    for (int i = 0; i < 10'000; ++i) {
+        ASSERT_EQ(take(4096), 0);
+    }
+    EXPECT_EQ(asked_, 1);
+}
+
+} // namespace
