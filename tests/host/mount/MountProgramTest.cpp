@@ -252,6 +252,46 @@ TEST_F(MountingTest, ATruncatedFileIsExportedAsProgramsSeeIt) {
     EXPECT_EQ(readFile(out + "/f"), std::string(60, 'x'));
 }
 
+TEST_F(MountingTest, AFileThatIsEmptiedByOpeningItIsEmptyForTheStorageToo) {
+    const std::string exported = disk_.path() + "/exported";
+    expectSuccess(runMounted({"--export-on-exit", exported}, [&](pid_t) {
+        write(inside("f"), std::string(1000, 'x'));
+        write(inside("f"), "short");
+        EXPECT_TRUE(unmount());
+    }));
+    EXPECT_EQ(fs::file_size(exported + "/f"), 5U);
+}
+
+TEST_F(MountingTest, WhatCanBeRunIsImportedAndExportedSo) {
+    const std::string source = disk_.makeFolder("source");
+    const std::string exported = disk_.path() + "/exported";
+    write(source + "/program", "#!/bin/sh\n");
+    write(source + "/text", "text");
+    fs::permissions(source + "/program", fs::perms::owner_exec, fs::perm_options::add);
+    expectSuccess(runMounted({"--import", source, "--export-on-exit", exported}, [&](pid_t) {
+        EXPECT_EQ(::access(inside("program").c_str(), X_OK), 0);
+        EXPECT_NE(::access(inside("text").c_str(), X_OK), 0);
+        write(inside("built"), "#!/bin/sh\n");
+        fs::permissions(inside("built"), fs::perms::owner_exec, fs::perm_options::add);
+        EXPECT_TRUE(unmount());
+    }));
+    for (const char* name : {"/program", "/built"}) {
+        EXPECT_EQ(::access((exported + name).c_str(), X_OK), 0) << name;
+    }
+    EXPECT_NE(::access((exported + "/text").c_str(), X_OK), 0);
+}
+
+TEST_F(MountingTest, AMountIsNotHiddenByAnother) {
+    expectSuccess(runMounted({}, [&](pid_t) {
+        const ProgramRun second({"mount", mountPoint_});
+        EXPECT_EQ(second.status(), 1);
+        EXPECT_THAT(second.errors(),
+                    MatchesRegex("qzstorage: mount: [^\n]*something is mounted there already[^\n]*\n"));
+        EXPECT_TRUE(unmount());
+    }));
+    EXPECT_FALSE(isMounted());
+}
+
 TEST_F(MountingTest, GoesThereAndBack) {
     disk_.write("in/d/s/f", std::string(100'000, 'x'));
     disk_.write("in/ä😀", "name");
