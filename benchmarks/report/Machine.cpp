@@ -30,10 +30,10 @@ std::string valueOf(const std::string& path, const std::string& name) {
     return "unknown";
 }
 
-std::string kernel() {
+utsname systemNames() {
     utsname names{};
     ::uname(&names);
-    return fmt::format("{} {} {}", names.sysname, names.release, names.machine);
+    return names;
 }
 
 std::string compiler() {
@@ -50,6 +50,11 @@ std::string cacheSize(int index) {
 
 } // namespace
 
+std::string kernelRelease() {
+    const utsname names = systemNames();
+    return fmt::format("{} {}", names.sysname, names.release);
+}
+
 std::vector<std::pair<std::string, std::string>> describeMachine() {
     return {
         {"date", fmt::format("{:%Y-%m-%d %H:%M} UTC", fmt::gmtime(std::time(nullptr)))},
@@ -60,7 +65,7 @@ std::vector<std::pair<std::string, std::string>> describeMachine() {
         {"level 2 cache", cacheSize(2)},
         {"level 3 cache", cacheSize(3)},
         {"memory", valueOf("/proc/meminfo", "MemTotal")},
-        {"kernel", kernel()},
+        {"kernel", kernelRelease() + ' ' + systemNames().machine},
         {"transparent huge pages", firstLineOf("/sys/kernel/mm/transparent_hugepage/enabled")},
         {"transparent huge pages of tmpfs", firstLineOf("/sys/kernel/mm/transparent_hugepage/shmem_enabled")},
         {"compiler", compiler()},

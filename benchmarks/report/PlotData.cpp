@@ -1,10 +1,10 @@
 #include "benchmarks/report/PlotData.h"
 
+#include "benchmarks/report/ReportFile.h"
+
 #include <algorithm>
 #include <fmt/format.h>
-#include <fstream>
 #include <map>
-#include <stdexcept>
 #include <string>
 
 namespace storage::benchmark {
@@ -38,11 +38,7 @@ Lines linesOf(const std::vector<SummaryRow>& rows) {
 void writePlotData(const std::vector<SummaryRow>& rows, const std::filesystem::path& folder) {
     for (const auto& [path, lines] : linesOf(rows)) {
         std::filesystem::create_directories((folder / path).parent_path());
-        std::ofstream file(folder / path);
-        file << lines << std::flush;
-        if (!file) {
-            throw std::runtime_error((folder / path).string() + ": cannot be written");
-        }
+        writeReportFile(folder / path, lines);
     }
 }
 

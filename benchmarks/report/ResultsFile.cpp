@@ -18,9 +18,9 @@ Json machineObject() {
     return object;
 }
 
-Json storeObjects(const std::vector<StoreKind>& stores) {
+Json storeObjects(const std::vector<Contender>& stores) {
     Json objects = Json::array();
-    for (const StoreKind& store : stores) {
+    for (const Contender& store : stores) {
         objects.push_back({{"id", store.id}, {"title", store.title}, {"version", store.version}});
     }
     return objects;
@@ -35,26 +35,37 @@ Json repetitionObject(const Repetition& repetition) {
                                 {"amount", each.amount},
                                 {"seconds", each.seconds}});
     }
-    return {{"scenario", repetition.scenario},
-            {"store", repetition.store},
-            {"number", repetition.number},
-            {"disturbed", repetition.isDisturbed()},
-            {"seconds", repetition.seconds},
-            {"processor seconds", repetition.processorSeconds},
-            {"processor seconds of others", repetition.othersSeconds},
-            {"stolen seconds", repetition.stolenSeconds},
-            {"measurements", measurements}};
+    const Load& load = repetition.load;
+    Json object{{"scenario", repetition.scenario},
+                {"store", repetition.store},
+                {"number", repetition.number},
+                {"disturbed", repetition.isDisturbed()},
+                {"seconds", load.seconds},
+                {"processor seconds", load.processorSeconds},
+                {"processor seconds of others", load.othersSeconds},
+                {"stolen seconds", load.stolenSeconds},
+                {"measurements", measurements}};
+    if (load.serverSeconds) {
+        object["processor seconds of the server"] = *load.serverSeconds;
+    }
+    return object;
 }
 
 Json summaryObject(const SummaryRow& row) {
     Json medians;
     for (const auto& [store, cell] : row.cells) {
-        medians[store] = {{"median", cell.median}, {"undisturbed", cell.undisturbed}};
+        medians[store] = {{"median", cell.median},
+                          {"smallest", cell.smallest},
+                          {"largest", cell.largest},
+                          {"undisturbed", cell.undisturbed}};
     }
     Json object{{"row", row.row.kind}, {"of", row.row.variant}, {"unit", row.kind.unit}, {"stores", medians}};
     if (row.ratio) {
         object["rival"] = row.rival;
         object["ratio"] = *row.ratio;
+    }
+    if (row.kind.goal) {
+        object["goal"] = *row.kind.goal;
     }
     return object;
 }
@@ -62,7 +73,7 @@ Json summaryObject(const SummaryRow& row) {
 } // namespace
 
 std::string resultsFile(const std::vector<SummaryRow>& rows, const std::vector<Repetition>& repetitions,
-                        const std::vector<StoreKind>& stores) {
+                        const std::vector<Contender>& stores) {
     Json document{{"machine", machineObject()}, {"stores", storeObjects(stores)}};
     for (const SummaryRow& row : rows) {
         document["summary"].push_back(summaryObject(row));

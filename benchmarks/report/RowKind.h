@@ -3,6 +3,7 @@
 #include "benchmarks/report/Better.h"
 #include "benchmarks/report/Rivals.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,9 +16,10 @@ struct RowKind {
     Better better;
     int decimals;
     Rivals rivals;
+    std::optional<double> goal = {}; ///< how many times better than its rival the measured one is to be
 };
 
-/// Every kind, in the order of the table.
+/// Every kind of what the plug-in is measured by, in the order of the table.
 const std::vector<RowKind>& rowKinds();
 
 } // namespace storage::benchmark

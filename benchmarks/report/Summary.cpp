@@ -9,10 +9,9 @@ namespace {
 
 using Found = std::vector<std::pair<const Repetition*, double>>;
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t middle = values.size() / 2;
-    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+double medianOf(const std::vector<double>& sorted) {
+    const std::size_t middle = sorted.size() / 2;
+    return sorted.size() % 2 == 1 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
 }
 
 SummaryCell summarizeCell(const Found& found) {
@@ -24,10 +23,12 @@ SummaryCell summarizeCell(const Found& found) {
             undisturbed.push_back(value);
         }
     }
-    return {median(undisturbed.empty() ? all : undisturbed), undisturbed.size()};
+    std::vector<double>& counted = undisturbed.empty() ? all : undisturbed;
+    std::sort(counted.begin(), counted.end());
+    return {medianOf(counted), counted.front(), counted.back(), undisturbed.size()};
 }
 
-bool isRival(const RowKind& kind, const StoreKind& store) {
+bool isRival(const RowKind& kind, const Contender& store) {
     return store.role == (kind.rivals == Rivals::Peers ? StoreRole::Peer : StoreRole::Floor);
 }
 
@@ -35,10 +36,10 @@ bool isBetter(const RowKind& kind, double value, double than) {
     return kind.better == Better::Lower ? value < than : value > than;
 }
 
-void compare(SummaryRow& row, const std::vector<StoreKind>& stores) {
+void compare(SummaryRow& row, const std::vector<Contender>& stores) {
     std::optional<double> own;
     std::optional<double> best;
-    for (const StoreKind& store : stores) {
+    for (const Contender& store : stores) {
         const auto cell = row.cells.find(store.id);
         if (cell == row.cells.end()) {
             continue;
@@ -87,10 +88,11 @@ SummaryRow summarizeRow(const RowId& id, const RowKind& kind, const std::vector<
 
 } // namespace
 
-std::vector<SummaryRow> summarize(const std::vector<Repetition>& repetitions,
-                                  const std::vector<StoreKind>& stores) {
+std::vector<SummaryRow> summarize(const std::vector<RowKind>& kinds,
+                                  const std::vector<Repetition>& repetitions,
+                                  const std::vector<Contender>& stores) {
     std::vector<SummaryRow> rows;
-    for (const RowKind& kind : rowKinds()) {
+    for (const RowKind& kind : kinds) {
         for (const RowId& id : rowsOf(kind, repetitions)) {
             rows.push_back(summarizeRow(id, kind, repetitions));
             compare(rows.back(), stores);

@@ -3,7 +3,7 @@
 #include "benchmarks/report/RowKind.h"
 #include "benchmarks/runner/Repetition.h"
 #include "benchmarks/scenarios/RowId.h"
-#include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/stores/Contender.h"
 
 #include <map>
 #include <optional>
@@ -12,10 +12,12 @@
 
 namespace storage::benchmark {
 
-/// The median of what the repetitions found for one row and one store. A value.
+/// What the repetitions found for one row and one store. A value.
 struct SummaryCell {
     double median = 0;
-    std::size_t undisturbed = 0; ///< repetitions that the median is of; of all of them, when there is none
+    double smallest = 0;
+    double largest = 0;
+    std::size_t undisturbed = 0; ///< repetitions that the others are of; of all of them, when there is none
 };
 
 /// One row: what each store reached, and how the plug-in compares. A value.
@@ -27,8 +29,9 @@ struct SummaryRow {
     std::optional<double> ratio;              ///< how many times better than the rival the plug-in is
 };
 
-/// Sums up the repetitions that went well, in the order of `rowKinds`.
-std::vector<SummaryRow> summarize(const std::vector<Repetition>& repetitions,
-                                  const std::vector<StoreKind>& stores);
+/// Sums up the repetitions that went well, in the order of the kinds.
+std::vector<SummaryRow> summarize(const std::vector<RowKind>& kinds,
+                                  const std::vector<Repetition>& repetitions,
+                                  const std::vector<Contender>& stores);
 
 } // namespace storage::benchmark

@@ -1,5 +1,7 @@
 #include "benchmarks/report/SummaryTable.h"
 
+#include "benchmarks/report/DisturbedText.h"
+
 #include <algorithm>
 #include <fmt/format.h>
 
@@ -7,7 +9,7 @@ namespace storage::benchmark {
 
 namespace {
 
-std::string cellText(const SummaryRow& row, const StoreKind& store) {
+std::string cellText(const SummaryRow& row, const Contender& store) {
     const auto cell = row.cells.find(store.id);
     if (cell == row.cells.end()) {
         return "-";
@@ -16,28 +18,28 @@ std::string cellText(const SummaryRow& row, const StoreKind& store) {
                        row.kind.decimals);
 }
 
-std::string ratioText(const SummaryRow& row, const std::vector<StoreKind>& stores) {
+std::string ratioText(const SummaryRow& row, const std::vector<Contender>& stores) {
     if (!row.ratio) {
         return "-";
     }
     const auto rival = std::find_if(stores.begin(), stores.end(),
-                                    [&](const StoreKind& store) { return store.id == row.rival; });
+                                    [&](const Contender& store) { return store.id == row.rival; });
     const std::string text = fmt::format("{:.2f} ({})", *row.ratio, rival->title);
     return *row.ratio < 1 ? "**" + text + "**" : text;
 }
 
-std::string rowText(const SummaryRow& row, const std::vector<StoreKind>& stores) {
+std::string rowText(const SummaryRow& row, const std::vector<Contender>& stores) {
     std::string text = fmt::format("| {} | {} | {} |", row.row.kind, row.row.variant, row.kind.unit);
-    for (const StoreKind& store : stores) {
+    for (const Contender& store : stores) {
         text += ' ' + cellText(row, store) + " |";
     }
     return text + ' ' + ratioText(row, stores) + " |\n";
 }
 
-std::string headText(const std::vector<StoreKind>& stores) {
+std::string headText(const std::vector<Contender>& stores) {
     std::string titles = "| row | of | unit |";
     std::string lines = "|---|---|---|";
-    for (const StoreKind& store : stores) {
+    for (const Contender& store : stores) {
         titles += ' ' + store.title + " |";
         lines += "--:|";
     }
@@ -47,18 +49,12 @@ std::string headText(const std::vector<StoreKind>& stores) {
 } // namespace
 
 std::string summaryTable(const std::vector<SummaryRow>& rows, const std::vector<Repetition>& repetitions,
-                         const std::vector<StoreKind>& stores) {
+                         const std::vector<Contender>& stores) {
     std::string text = headText(stores);
     for (const SummaryRow& row : rows) {
         text += rowText(row, stores);
     }
-    const auto disturbed = std::count_if(repetitions.begin(), repetitions.end(),
-                                         [](const Repetition& each) { return each.isDisturbed(); });
-    text += fmt::format(
-        "\n{} of {} repetitions were disturbed by other load on the machine and are left out of the "
-        "medians, but for those marked ~, where all were.\n",
-        disturbed, repetitions.size());
-    return text;
+    return text + disturbedText(repetitions);
 }
 
 } // namespace storage::benchmark

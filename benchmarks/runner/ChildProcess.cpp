@@ -8,27 +8,28 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <fmt/ranges.h>
+#include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace storage::benchmark {
 
 namespace {
 
-constexpr const char* self = "/proc/self/exe";
-
-[[noreturn]] void becomeChild(int output, const std::vector<std::string>& arguments) {
+[[noreturn]] void becomeChild(int output, std::vector<std::string>& command) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::dup2(output, STDOUT_FILENO);
-    std::vector<char*> pointers{const_cast<char*>(self)};
-    for (const std::string& argument : arguments) {
-        pointers.push_back(const_cast<char*>(argument.c_str()));
+    std::vector<char*> pointers;
+    for (std::string& word : command) {
+        pointers.push_back(word.data());
     }
     pointers.push_back(nullptr);
-    ::execv(self, pointers.data());
+    ::execvp(pointers.front(), pointers.data());
     ::_exit(127);
 }
 
@@ -54,7 +55,7 @@ double secondsOf(const timeval& time) {
 
 } // namespace
 
-ChildProcess ChildProcess::run(const std::vector<std::string>& arguments) {
+ChildProcess ChildProcess::run(std::vector<std::string> command) {
     std::array<int, 2> pipe{};
     if (::pipe2(pipe.data(), O_CLOEXEC) != 0) {
         throw std::system_error(errno, std::generic_category(), "pipe");
@@ -62,7 +63,7 @@ ChildProcess ChildProcess::run(const std::vector<std::string>& arguments) {
     const auto start = std::chrono::steady_clock::now();
     const pid_t child = ::fork();
     if (child == 0) {
-        becomeChild(pipe[1], arguments);
+        becomeChild(pipe[1], command);
     }
     ::close(pipe[1]);
     ChildProcess result;
@@ -79,6 +80,19 @@ ChildProcess ChildProcess::run(const std::vector<std::string>& arguments) {
         throw Interrupted();
     }
     return result;
+}
+
+ChildProcess ChildProcess::runSelf(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "/proc/self/exe");
+    return run(std::move(arguments));
+}
+
+ChildProcess ChildProcess::runSuccessfully(const std::vector<std::string>& command) {
+    ChildProcess child = run(command);
+    if (!child.succeeded) {
+        throw std::runtime_error(fmt::format("failed: {}", fmt::join(command, " ")));
+    }
+    return child;
 }
 
 } // namespace storage::benchmark

@@ -12,9 +12,16 @@ struct ChildProcess {
     double processorSeconds = 0; ///< that it computed
     bool succeeded = false;
 
-    /// Runs this program once more, with other arguments. It dies with this process.
+    /// Runs a program with arguments, which dies with this process.
     /// @throws Interrupted, after the other process was stopped
-    static ChildProcess run(const std::vector<std::string>& arguments);
+    static ChildProcess run(std::vector<std::string> command);
+
+    /// Runs this program once more, with other arguments.
+    static ChildProcess runSelf(std::vector<std::string> arguments);
+
+    /// As `run`.
+    /// @throws std::runtime_error when the program fails
+    static ChildProcess runSuccessfully(const std::vector<std::string>& command);
 };
 
 } // namespace storage::benchmark

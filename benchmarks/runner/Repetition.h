@@ -1,5 +1,6 @@
 #pragma once
 
+#include "benchmarks/runner/Load.h"
 #include "benchmarks/scenarios/Measurement.h"
 
 #include <string>
@@ -12,14 +13,10 @@ struct Repetition {
     std::string scenario;
     std::string store;
     unsigned number = 0;
-    double seconds = 0;          ///< that the process lived
-    double processorSeconds = 0; ///< that it computed
-    double othersSeconds = 0;    ///< that other processes computed meanwhile
-    double stolenSeconds = 0;    ///< that the machine below this one took away meanwhile
+    Load load;
     std::vector<Measurement> measurements;
 
-    /// Whether something else on the machine may show in the figures.
-    bool isDisturbed() const;
+    bool isDisturbed() const { return load.isDisturbed(); }
 };
 
 } // namespace storage::benchmark

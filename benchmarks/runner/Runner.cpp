@@ -1,26 +1,21 @@
 #include "benchmarks/runner/Runner.h"
 
 #include "benchmarks/runner/ChildProcess.h"
+#include "benchmarks/runner/LoadMeter.h"
 #include "benchmarks/runner/MeasurementText.h"
-#include "benchmarks/runner/ProcessorTimes.h"
+#include "benchmarks/runner/Progress.h"
 #include "benchmarks/scenarios/ScenarioTable.h"
 #include "benchmarks/stores/StoreKinds.h"
 
 #include <algorithm>
-#include <ctime>
 #include <fmt/format.h>
 #include <fnmatch.h>
 #include <iostream>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace storage::benchmark {
 
 namespace {
-
-double ownProcessorSeconds() {
-    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
-}
 
 std::vector<StoreKind> chosen(const std::vector<StoreKind>& stores, const std::vector<std::string>& ids) {
     std::vector<StoreKind> found;
@@ -79,26 +74,16 @@ void Runner::runOne(const Scenario& scenario, const StoreKind& store, unsigned n
     if (options_.form == Form::Short) {
         arguments.emplace_back("--short");
     }
-    const ProcessorTimes before = ProcessorTimes::now();
-    const double ownBefore = ownProcessorSeconds();
-    const ChildProcess child = ChildProcess::run(arguments);
-    const ProcessorTimes after = ProcessorTimes::now();
+    const LoadMeter meter;
+    const ChildProcess child = ChildProcess::runSelf(arguments);
+    const Load load = meter.read(child);
     if (!child.succeeded) {
         std::cerr << fmt::format("{}, {}: failed\n", scenario.name(), store.title);
         ++failures_;
         tmpfs_.clear();
         return;
     }
-    const double own = child.processorSeconds + ownProcessorSeconds() - ownBefore;
-    repetitions_.push_back({scenario.name(), store.id, number, child.seconds, child.processorSeconds,
-                            std::max(0.0, after.busy - before.busy - own), after.stolen - before.stolen,
-                            fromText(child.output)});
-}
-
-void Runner::showProgress(const std::string& text) const {
-    if (::isatty(STDERR_FILENO) == 1) {
-        std::cerr << "\r\x1b[K" << text << std::flush;
-    }
+    repetitions_.push_back({scenario.name(), store.id, number, load, fromText(child.output)});
 }
 
 } // namespace storage::benchmark

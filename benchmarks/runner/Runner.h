@@ -30,7 +30,6 @@ public:
 private:
     void runScenario(const Scenario& scenario, unsigned number, std::size_t first);
     void runOne(const Scenario& scenario, const StoreKind& store, unsigned number);
-    void showProgress(const std::string& text) const;
 
     const BenchmarkOptions& options_;
     TmpfsFolder& tmpfs_;

@@ -37,13 +37,13 @@ private:
     std::uint64_t blocks_; ///< in a file
     PathIndex files_;
     std::unique_ptr<PatternedBlock> content_ = std::make_unique<PatternedBlock>(1);
-    AlignedBuffer buffer_{PatternedBlock::size};
+    AlignedBuffer buffer_{PatternedBlock::usualSize};
     std::unique_ptr<Store> store_;
 };
 
 BigFileRun::BigFileRun(const StoreKind& kind, std::uint64_t fileSize, std::uint64_t allSizes)
     : fileSize_(fileSize),
-      blocks_(fileSize / PatternedBlock::size),
+      blocks_(fileSize / PatternedBlock::usualSize),
       files_(static_cast<PathIndex>(allSizes / fileSize)),
       store_(kind.build()) {
     PathList paths;
@@ -56,7 +56,7 @@ BigFileRun::BigFileRun(const StoreKind& kind, std::uint64_t fileSize, std::uint6
 double BigFileRun::writeBlocks(Stream& stream, std::uint64_t file) {
     return measure(blocks_, withoutBudget,
                    [&](std::size_t block) {
-                       stream.write(content_->stamped(numberOf(file, block)), PatternedBlock::size);
+                       stream.write(content_->stamped(numberOf(file, block)), PatternedBlock::usualSize);
                    })
         .seconds;
 }
@@ -84,12 +84,12 @@ double BigFileRun::read() {
         const auto stream = store_->openToRead(file);
         std::uint64_t sum = 0;
         seconds += measure(blocks_, withoutBudget, [&](std::size_t) {
-                       stream->read(buffer_.data(), PatternedBlock::size);
+                       stream->read(buffer_.data(), PatternedBlock::usualSize);
                        sum += PatternedBlock::firstWord(buffer_.data());
                    }).seconds;
         std::uint64_t expected = 0;
         for (std::uint64_t block = 0; block < blocks_; ++block) {
-            expected += content_->wordAt(numberOf(file, block) * PatternedBlock::size);
+            expected += content_->wordAt(numberOf(file, block) * PatternedBlock::usualSize);
         }
         expectEqual(sum, expected, "the sum of what was read");
     }
@@ -100,7 +100,7 @@ void BigFileRun::verify() {
     for (PathIndex file = 0; file < files_; ++file) {
         const auto stream = store_->openToRead(file);
         for (std::uint64_t block = 0; block < blocks_; ++block) {
-            stream->read(buffer_.data(), PatternedBlock::size);
+            stream->read(buffer_.data(), PatternedBlock::usualSize);
             expectTrue(content_->holds(buffer_.data(), numberOf(file, block)),
                        "a file has the bytes that were written");
         }

@@ -21,8 +21,16 @@ void Measurements::addCost(const RowId& row, const Timing& timing) {
 }
 
 void Measurements::addBandwidth(const RowId& row, double bytes, double seconds) {
-    Measurement& sum = sumUp(row, bytes, seconds);
-    sum.value = sum.amount / sum.seconds / 1e9;
+    addRate(row, bytes, seconds, 1e9);
+}
+
+void Measurements::addThousands(const RowId& row, const Timing& timing) {
+    addRate(row, static_cast<double>(timing.operations), timing.seconds, 1e3);
+}
+
+void Measurements::addRate(const RowId& row, double amount, double seconds, double unit) {
+    Measurement& sum = sumUp(row, amount, seconds);
+    sum.value = sum.amount / sum.seconds / unit;
 }
 
 void Measurements::add(const RowId& row, double value) {

@@ -16,6 +16,12 @@ public:
     /// To a row whose value is gigabytes per second.
     void addBandwidth(const RowId& row, double bytes, double seconds);
 
+    /// To a row whose value is thousands of operations per second.
+    void addThousands(const RowId& row, const Timing& timing);
+
+    /// To a row whose value is how many times `unit` of an amount a second.
+    void addRate(const RowId& row, double amount, double seconds, double unit);
+
     /// To a row whose value stands for itself.
     void add(const RowId& row, double value);
 

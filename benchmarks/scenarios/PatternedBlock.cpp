@@ -1,23 +1,23 @@
 #include "benchmarks/scenarios/PatternedBlock.h"
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 
 namespace storage::benchmark {
 
-PatternedBlock::PatternedBlock(std::uint64_t salt) : salt_(salt) {
+PatternedBlock::PatternedBlock(std::uint64_t salt, std::size_t size)
+    : salt_(salt), size_(size), pattern_(size / sizeof(std::uint64_t)) {
     std::mt19937_64 random(salt);
-    for (std::uint64_t& word : pattern_) {
-        word = random();
-    }
-    block_ = pattern_;
+    std::generate(pattern_.begin(), pattern_.end(), random);
+    std::copy(pattern_.begin(), pattern_.end(), block_);
 }
 
 const char* PatternedBlock::stamped(std::uint64_t number, std::size_t count) {
     block_[stampedWords_ - 1] = pattern_[stampedWords_ - 1];
     stampedWords_ = count / sizeof(std::uint64_t);
     block_[0] = block_[stampedWords_ - 1] = stampOf(number);
-    return reinterpret_cast<const char*>(block_.data());
+    return memory_.data();
 }
 
 bool PatternedBlock::holds(const char* bytes, std::uint64_t number, std::size_t count) {
@@ -25,8 +25,8 @@ bool PatternedBlock::holds(const char* bytes, std::uint64_t number, std::size_t 
 }
 
 std::uint64_t PatternedBlock::wordAt(std::uint64_t offset) const {
-    const std::uint64_t word = offset % size / sizeof(std::uint64_t);
-    return word == 0 || word == words - 1 ? stampOf(offset / size) : pattern_[word];
+    const std::uint64_t word = offset % size_ / sizeof(std::uint64_t);
+    return word == 0 || word == pattern_.size() - 1 ? stampOf(offset / size_) : pattern_[word];
 }
 
 std::uint64_t PatternedBlock::firstWord(const char* bytes) {

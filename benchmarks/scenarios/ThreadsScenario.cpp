@@ -158,8 +158,8 @@ private:
 ReadingWork::ReadingWork(Store& store, PathIndex file) : content_(file + 1) {
     {
         const auto stream = store.createStream(file, fileSize);
-        for (std::uint64_t block = 0; block < fileSize / PatternedBlock::size; ++block) {
-            stream->write(content_.stamped(block), PatternedBlock::size);
+        for (std::uint64_t block = 0; block < fileSize / PatternedBlock::usualSize; ++block) {
+            stream->write(content_.stamped(block), PatternedBlock::usualSize);
         }
     }
     auto random = fixedRandom();

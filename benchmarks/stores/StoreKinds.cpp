@@ -1,5 +1,6 @@
 #include "benchmarks/stores/StoreKinds.h"
 
+#include "benchmarks/report/Machine.h"
 #include "benchmarks/stores/HashMapStore.h"
 #include "benchmarks/stores/MemcpyStore.h"
 #include "benchmarks/stores/ProviderStore.h"
@@ -14,23 +15,12 @@
 #include "benchmarks/stores/LlvmStore.h"
 #endif
 
-#include <sys/utsname.h>
-
 namespace storage::benchmark {
 
 namespace {
 
-std::string kernelRelease() {
-    utsname names{};
-    ::uname(&names);
-    return std::string("Linux ") + names.release;
-}
-
 StoreKind pluginKind(const std::string& plugin) {
-    return {"provider",
-            "plug-in",
-            QZSTORAGE_VERSION,
-            StoreRole::Plugin,
+    return {{"provider", "plug-in", QZSTORAGE_VERSION, StoreRole::Plugin},
             ProviderStore::abilities(),
             [plugin]() -> std::unique_ptr<Store> {
                 static auto* const buildProvider = ProviderStore::load(plugin);
@@ -40,8 +30,9 @@ StoreKind pluginKind(const std::string& plugin) {
 
 template <typename StoreType>
 StoreKind plainKind(std::string id, std::string title, std::string version, StoreRole role) {
-    return {std::move(id), std::move(title),       std::move(version),
-            role,          StoreType::abilities(), [] { return std::make_unique<StoreType>(); }};
+    return {{std::move(id), std::move(title), std::move(version), role}, StoreType::abilities(), [] {
+                return std::make_unique<StoreType>();
+            }};
 }
 
 } // namespace
@@ -49,7 +40,8 @@ StoreKind plainKind(std::string id, std::string title, std::string version, Stor
 std::vector<StoreKind> storeKinds(const std::string& plugin, const std::filesystem::path& tmpfsFolder) {
     std::vector<StoreKind> kinds{pluginKind(plugin)};
     if (!tmpfsFolder.empty()) {
-        kinds.push_back({"tmpfs", "tmpfs", kernelRelease(), StoreRole::Peer, TmpfsStore::abilities(),
+        kinds.push_back({{"tmpfs", "tmpfs", kernelRelease(), StoreRole::Peer},
+                         TmpfsStore::abilities(),
                          [tmpfsFolder] { return std::make_unique<TmpfsStore>(tmpfsFolder); }});
     }
 #ifdef QZSTORAGE_WITH_ROCKSDB

@@ -53,6 +53,13 @@ std::optional<std::string> obstacle() {
     return runs("command -v fusermount3") ? std::nullopt : std::optional("fusermount3 is missing");
 }
 
+/// For the preparation of a ProgramRun: a program that does not end by itself when it should, and holds up everybody who
+/// uses its mount, is ended all the same.
+void limitTime() {
+    constexpr unsigned patience = 120; // seconds, many times what any test here takes
+    ::alarm(patience);
+}
+
 /// The program as it mounts, from its start to its end.
 class MountProgramTest : public testing::Test {
 protected:
@@ -99,16 +106,20 @@ protected:
         words.insert(words.end(), options.begin(), options.end());
         std::array<int, 2> pipe{};
         EXPECT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
-        return {words, "", [&] { ::dup2(pipe[1], STDOUT_FILENO); },
-                [&](pid_t process) {
-                    ::close(pipe[1]);
-                    readAnnouncement(pipe[0]);
-                    ::close(pipe[0]);
-                    if (said_.ends_with("ends it\n")) {
-                        EXPECT_TRUE(isMounted());
-                        whenMounted(process);
-                    }
-                }};
+        const auto prepare = [&] {
+            ::dup2(pipe[1], STDOUT_FILENO);
+            limitTime();
+        };
+        const auto accompany = [&](pid_t process) {
+            ::close(pipe[1]);
+            readAnnouncement(pipe[0]);
+            ::close(pipe[0]);
+            if (said_.ends_with("ends it\n")) {
+                EXPECT_TRUE(isMounted());
+                whenMounted(process);
+            }
+        };
+        return {words, "", prepare, accompany};
     }
 
     /// Until the program ends, or has said that it is mounted.
@@ -171,7 +182,10 @@ TEST_F(MountProgramTest, WhatCannotBeMountedIsToldInOneLine) {
             if (inBackground) {
                 all.emplace_back("--background");
             }
-            const ProgramRun run(all, "", dropFilePrivileges);
+            const ProgramRun run(all, "", [] {
+                dropFilePrivileges();
+                limitTime();
+            });
             EXPECT_EQ(run.status(), 1) << reason;
             EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: mount: [^\n]*\n")) << reason;
             EXPECT_THAT(run.errors(), HasSubstr(reason));

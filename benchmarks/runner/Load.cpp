@@ -1,11 +1,11 @@
-#include "benchmarks/runner/Repetition.h"
+#include "benchmarks/runner/Load.h"
 
 namespace storage::benchmark {
 
-bool Repetition::isDisturbed() const {
+bool Load::isDisturbed() const {
     constexpr double tolerance = 0.05;
     constexpr double smallestCounted = 0.02; // two ticks of the clock by which the kernel counts
-    const bool waited = processorSeconds < seconds * (1 - tolerance) - smallestCounted;
+    const bool waited = !serverSeconds && processorSeconds < seconds * (1 - tolerance) - smallestCounted;
     const bool shared = othersSeconds + stolenSeconds > seconds * tolerance + smallestCounted;
     return waited || shared;
 }

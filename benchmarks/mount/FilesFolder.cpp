@@ -1,0 +1,115 @@
+#include "benchmarks/mount/FilesFolder.h"
+
+#include "benchmarks/scenarios/WrongResult.h"
+#include "benchmarks/stores/FileStream.h"
+#include "benchmarks/stores/FolderListing.h"
+#include "benchmarks/stores/SystemCall.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace storage::benchmark {
+
+namespace {
+
+ListingSummary expectedListing(const std::vector<std::string>& paths) {
+    ListingSummary summary;
+    for (const std::string& path : paths) {
+        const std::string name = std::filesystem::path(path).filename();
+        summary.add(name.c_str(), name.size(), EntryKind::File);
+    }
+    return summary;
+}
+
+} // namespace
+
+FilesFolder::FilesFolder(const std::filesystem::path& parent, std::uint32_t files)
+    : folder_(parent / "files") {
+    std::filesystem::create_directory(folder_);
+    for (std::uint32_t file = 0; file < files; ++file) {
+        names_.push_back(fmt::format("{}/f{:07}", folder_, file));
+        laterNames_.push_back(fmt::format("{}/g{:07}", folder_, file));
+    }
+}
+
+Timing FilesFolder::create() {
+    return measure(names_.size(), withoutBudget, [&](std::size_t file) {
+        FileStream stream(names_[file].c_str(), O_WRONLY | O_CREAT | O_EXCL);
+        stream.write(content_.stamped(file), fileSize);
+        stream.close();
+    });
+}
+
+Timing FilesFolder::stat(std::uint32_t rounds) {
+    std::uint64_t bytes = 0;
+    const Timing timing = measure(rounds * names_.size(), withoutBudget, [&](std::size_t i) {
+        struct stat attributes;
+        checked(::stat(names_[i % names_.size()].c_str(), &attributes), "stat");
+        bytes += S_ISREG(attributes.st_mode) ? static_cast<std::uint64_t>(attributes.st_size) : 0;
+    });
+    expectEqual(bytes, timing.operations * fileSize, "the sizes of the files together");
+    return timing;
+}
+
+Timing FilesFolder::list(std::uint32_t rounds) {
+    ListingSummary found;
+    const Timing timing =
+        measure(rounds, withoutBudget, [&](std::size_t) { found += listFolder(folder_.c_str()); });
+    expectListed(found, rounds);
+    return {rounds * names_.size(), timing.seconds};
+}
+
+Timing FilesFolder::listWithAttributes(std::uint32_t rounds) {
+    ListingSummary found;
+    std::uint64_t bytes = 0;
+    const Timing timing = measure(rounds, withoutBudget, [&](std::size_t) {
+        visitFolder(folder_.c_str(), [&](int folder, const dirent& entry) {
+            struct stat attributes;
+            checked(::fstatat(folder, entry.d_name, &attributes, AT_SYMLINK_NOFOLLOW), "stat");
+            bytes += static_cast<std::uint64_t>(attributes.st_size);
+            addEntry(found, entry);
+        });
+    });
+    expectListed(found, rounds);
+    expectEqual(bytes, found.entries * fileSize, "the sizes of the files together");
+    return {rounds * names_.size(), timing.seconds};
+}
+
+void FilesFolder::expectListed(const ListingSummary& found, std::uint32_t rounds) const {
+    const ListingSummary once = expectedListing(names_);
+    ListingSummary expected;
+    for (std::uint32_t round = 0; round < rounds; ++round) {
+        expected += once;
+    }
+    expectTrue(found == expected, "a listing has every name, as that of a file");
+}
+
+Timing FilesFolder::rename() {
+    const Timing timing = measure(names_.size(), withoutBudget, [&](std::size_t file) {
+        checked(std::rename(names_[file].c_str(), laterNames_[file].c_str()), "rename");
+    });
+    expectTrue(listFolder(folder_.c_str()) == expectedListing(laterNames_), "every file has its later name");
+    expectContents();
+    return timing;
+}
+
+void FilesFolder::expectContents() {
+    for (std::size_t file = 0; file < laterNames_.size(); ++file) {
+        FileStream(laterNames_[file].c_str(), O_RDONLY).read(buffer_.data(), fileSize);
+        expectTrue(content_.holds(buffer_.data(), file), "a file has the bytes that were written");
+    }
+}
+
+Timing FilesFolder::unlink() {
+    const Timing timing = measure(laterNames_.size(), withoutBudget, [&](std::size_t file) {
+        checked(::unlink(laterNames_[file].c_str()), "unlink");
+    });
+    expectEqual(listFolder(folder_.c_str()).entries, 0, "files that are left");
+    expectTrue(::access(laterNames_.front().c_str(), F_OK) != 0, "a removed file is gone");
+    return timing;
+}
+
+} // namespace storage::benchmark

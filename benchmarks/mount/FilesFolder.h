@@ -1,0 +1,42 @@
+#pragma once
+
+#include "benchmarks/scenarios/AlignedBuffer.h"
+#include "benchmarks/scenarios/PatternedBlock.h"
+#include "benchmarks/scenarios/Timing.h"
+#include "benchmarks/stores/ListingSummary.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// A folder of files of 4 KiB, and the timed and verified steps of its life. Each file has one name until all are renamed,
+/// and another one then.
+class FilesFolder {
+public:
+    FilesFolder(const std::filesystem::path& parent, std::uint32_t files);
+
+    Timing create();
+    Timing stat(std::uint32_t rounds);
+    Timing list(std::uint32_t rounds);
+    Timing listWithAttributes(std::uint32_t rounds);
+    Timing rename();
+    Timing unlink();
+
+private:
+    static constexpr std::size_t fileSize = 4096;
+
+    void expectListed(const ListingSummary& found, std::uint32_t rounds) const;
+    void expectContents();
+
+    std::string folder_;
+    std::vector<std::string> names_;
+    std::vector<std::string> laterNames_;
+    PatternedBlock content_{4096, fileSize};
+    AlignedBuffer buffer_{fileSize};
+};
+
+} // namespace storage::benchmark

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "benchmarks/mount/SourceTree.h"
+#include "benchmarks/scenarios/Measurements.h"
+
+#include <filesystem>
+#include <string>
+
+namespace storage::benchmark {
+
+/// Work of programs in a folder, timed and verified. Runs once in a process, in an empty folder.
+class Job {
+public:
+    Job() = default;
+    Job(const Job&) = delete;
+    Job& operator=(const Job&) = delete;
+    virtual ~Job() = default;
+
+    virtual std::string name() const = 0;
+
+    /// @throws WrongResult, and what system calls fail with
+    virtual void run(const std::filesystem::path& folder, const SourceTree& source,
+                     Measurements& measurements) const = 0;
+};
+
+} // namespace storage::benchmark

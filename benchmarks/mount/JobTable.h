@@ -1,0 +1,14 @@
+#pragma once
+
+#include "benchmarks/mount/Job.h"
+#include "benchmarks/scenarios/Form.h"
+
+#include <memory>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// All jobs there are.
+std::vector<std::unique_ptr<Job>> jobTable(Form form);
+
+} // namespace storage::benchmark

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "benchmarks/report/RowKind.h"
+
+#include <vector>
+
+namespace storage::benchmark {
+
+/// Every kind of row of the jobs, in the order of the table.
+const std::vector<RowKind>& mountRowKinds();
+
+} // namespace storage::benchmark

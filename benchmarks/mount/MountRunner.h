@@ -1,0 +1,44 @@
+#pragma once
+
+#include "benchmarks/mount/Job.h"
+#include "benchmarks/mount/MountBenchmarkOptions.h"
+#include "benchmarks/mount/PlaceKind.h"
+#include "benchmarks/mount/QuietMachine.h"
+#include "benchmarks/runner/Repetition.h"
+#include "benchmarks/runner/TmpfsFolder.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// Runs all repetitions, each in a process and a place of its own. In each round of a job the places take turns, and each
+/// time another one begins. What other load has disturbed is done again in further rounds.
+class MountRunner {
+public:
+    /// @throws std::runtime_error
+    explicit MountRunner(const MountBenchmarkOptions& options);
+
+    /// @throws std::runtime_error at the first wrong result, Interrupted
+    void run();
+
+    const std::vector<PlaceKind>& places() const { return places_; }
+    const std::vector<Repetition>& repetitions() const { return repetitions_; }
+
+private:
+    unsigned mostRounds() const;
+    bool isWanted(const Job& job, const PlaceKind& place, unsigned round) const;
+    void runJob(const Job& job, unsigned round, std::size_t first);
+    void runOne(const Job& job, const PlaceKind& place, unsigned round);
+
+    const MountBenchmarkOptions& options_;
+    TmpfsFolder sourceFolder_;
+    TmpfsFolder room_; ///< of the place that is measured at the time
+    QuietMachine quietMachine_{std::chrono::minutes(5)};
+    std::vector<PlaceKind> places_;
+    std::vector<std::unique_ptr<Job>> jobs_;
+    std::vector<Repetition> repetitions_;
+};
+
+} // namespace storage::benchmark

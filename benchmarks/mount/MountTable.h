@@ -1,0 +1,14 @@
+#pragma once
+
+#include "benchmarks/report/Summary.h"
+
+#include <string>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// The summary as a table in Markdown that holds each ratio against its goal.
+std::string mountTable(const std::vector<SummaryRow>& rows, const std::vector<Repetition>& repetitions,
+                       const std::vector<Contender>& places);
+
+} // namespace storage::benchmark

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// A folder that a process of its own serves. Owns the mount and with it that process: both are gone after the object.
+class MountedFolder {
+public:
+    /// @param command  mounts in the background, and returns when the mount answers; takes the mount point at its end
+    /// @throws std::runtime_error, Interrupted
+    MountedFolder(std::vector<std::string> command, std::filesystem::path mountPoint);
+    ~MountedFolder();
+    MountedFolder(const MountedFolder&) = delete;
+    MountedFolder& operator=(const MountedFolder&) = delete;
+
+    /// What the serving process has computed.
+    double serverSeconds() const;
+
+private:
+    void mount(const std::vector<std::string>& command);
+    void unmount() noexcept;
+    void awaitServer() noexcept;
+
+    std::string program_;
+    std::filesystem::path mountPoint_;
+    pid_t server_ = 0;
+    int serverHandle_ = -1; ///< readable when the process has ended
+};
+
+} // namespace storage::benchmark

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "benchmarks/runner/Repetition.h"
+
+#include <string>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// What is said below a table of repetitions that other load has disturbed.
+std::string disturbedText(const std::vector<Repetition>& repetitions);
+
+} // namespace storage::benchmark
