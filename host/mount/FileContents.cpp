@@ -20,7 +20,6 @@ using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::ByteStreamExistence;
 using foundation::storage::provider::handedOut;
 using foundation::storage::provider::ReplacementPolicy;
-using foundation::storage::provider::StorageIRI;
 
 namespace {
 

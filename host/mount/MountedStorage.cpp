@@ -18,7 +18,6 @@
 namespace storage::host {
 
 using foundation::storage::provider::ReplacementPolicy;
-using foundation::storage::provider::StorageIRI;
 
 namespace {
 
