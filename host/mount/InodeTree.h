@@ -43,8 +43,7 @@ public:
     static StorageIRI locationOf(const Inode& inode);
     static StorageIRI locationOf(const FolderInode& folder, std::u16string_view name);
 
-    /// The child of that name, or nothing, as far as the storage need not be asked; `isSettled` tells. Needs the lock,
-    /// shared.
+    /// Whether the storage need not be asked for the child of that name. Needs the lock, shared.
     static bool isSettled(const FolderInode& folder, std::u16string_view name) noexcept;
 
     /// The child of that name, or nothing. Needs the lock, alone, unless it is settled.
