@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
@@ -83,7 +84,20 @@ FuseSession::FuseSession(MountedStorage& storage, const MountOptions& options) {
 }
 
 FuseSession::~FuseSession() {
-    place_.takeAway(); // and the connection is cut with the session
+    place_.takeAway();
+    cutConnection();
+    fuse_session_unmount(session_.get());
+}
+
+/// Programs that still use the mount find it gone. The library, which would unmount whatever stands at the path by now,
+/// takes the end of a pipe that nobody reads for a connection that has been cut, and leaves it at that.
+void FuseSession::cutConnection() const noexcept {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
+        ::close(ends[0]);
+        ::dup2(ends[1], fuse_session_fd(session_.get()));
+        ::close(ends[1]);
+    }
 }
 
 } // namespace storage::host

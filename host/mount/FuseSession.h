@@ -28,6 +28,8 @@ public:
     const MountPlace& place() const noexcept { return place_; }
 
 private:
+    void cutConnection() const noexcept;
+
     struct Destroy {
         void operator()(fuse_session* session) const noexcept { fuse_session_destroy(session); }
     };

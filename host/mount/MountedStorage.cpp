@@ -321,7 +321,7 @@ MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string
 }
 
 void MountedStorage::createIn(FolderInode& folder, Inode& inode, mode_t permissions) {
-    statusOf(folder);
+    tree_.requireAttributes(folder);
     const LiftedFlag writable(provider_, InodeTree::locationOf(folder), folder);
     const StorageIRI location = InodeTree::locationOf(inode);
     if (inode.isFolder()) {
@@ -389,8 +389,8 @@ struct stat MountedStorage::show(const Inode& inode) const {
 template <typename Step>
 void MountedStorage::removing(Inode& inode, const Step& step) {
     FolderInode& folder = *inode.parent;
-    statusOf(folder);
-    statusOf(inode);
+    tree_.requireAttributes(folder);
+    tree_.requireAttributes(inode);
     auto place = InodeTree::prepareRemoval(inode);
     KeptContent content(contents_, inode); // first: it may lift the inode's flag, and restore it
     const LiftedFlag folderWritable(provider_, InodeTree::locationOf(folder), folder);
@@ -415,9 +415,9 @@ void MountedStorage::removing(Inode& inode, const Step& step) {
 /// Moves what the storage has. Both folders keep their flags, the entry keeps its time.
 void MountedStorage::move(Inode& source, FolderInode& folder, const std::u16string& name) {
     FolderInode& oldFolder = *source.parent;
-    statusOf(source);
-    statusOf(oldFolder);
-    statusOf(folder);
+    tree_.requireAttributes(source);
+    tree_.requireAttributes(oldFolder);
+    tree_.requireAttributes(folder);
     const StorageIRI destination = InodeTree::locationOf(folder, name);
     const LiftedFlag oldWritable(provider_, InodeTree::locationOf(oldFolder), oldFolder);
     const LiftedFlag newWritable(provider_, InodeTree::locationOf(folder), folder);
