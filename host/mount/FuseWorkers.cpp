@@ -85,8 +85,8 @@ bool isGrowing(const fuse_buf& request) {
 
 } // namespace
 
-FuseWorkers::FuseWorkers(const FuseSession& session, unsigned count)
-    : device_(session.device()), readers_(count) {
+FuseWorkers::FuseWorkers(const FuseSession& session, MemoryReserve& reserve, unsigned count)
+    : device_(session.device()), reserve_(reserve), readers_(count) {
     const int descriptor = fuse_session_fd(device_);
     checked(::fcntl(descriptor, F_SETFL, checked(::fcntl(descriptor, F_GETFL), "fcntl") | O_NONBLOCK),
             "fcntl");
@@ -240,14 +240,18 @@ void FuseWorkers::answer(const fuse_buf& request) {
     ++readers_;
 }
 
+/// While the reserve is given up, nobody makes anything grow: it would be gone for good.
 void FuseWorkers::process(const fuse_buf& request) {
-    const bool needsReserve = MemoryReserve::isNeeded() && !isGrowing(request);
-    if (needsReserve) {
+    if (isGrowing(request)) {
+        const std::shared_lock lock(reserveMutex_);
+        fuse_session_process_buf(device_, &request);
+    } else if (reserve_.isNeeded()) {
+        const std::unique_lock lock(reserveMutex_);
         reserve_.giveUp();
-    }
-    fuse_session_process_buf(device_, &request);
-    if (needsReserve) {
+        fuse_session_process_buf(device_, &request);
         reserve_.restore();
+    } else {
+        fuse_session_process_buf(device_, &request);
     }
 }
 

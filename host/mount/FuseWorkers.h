@@ -6,6 +6,7 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <shared_mutex>
 #include <thread>
 #include <vector>
 
@@ -18,12 +19,13 @@ namespace storage::host {
 /// it calls another before it begins with a long one, and when requests pile up. A thread that finds nothing to do
 /// rests, unless it is the only one that looks.
 ///
-/// Owns the threads; borrows the session. Signals are left to the thread that made the object.
+/// Owns the threads; borrows the session and the reserve. Signals are left to the thread that made the object.
 /// Thread safety: one object is for one thread.
 class FuseWorkers {
 public:
-    /// @param count  number of threads
-    FuseWorkers(const FuseSession& session, unsigned count);
+    /// @param reserve  for requests that find no memory
+    /// @param count    number of threads
+    FuseWorkers(const FuseSession& session, MemoryReserve& reserve, unsigned count);
 
     /// As `stop`.
     ~FuseWorkers();
@@ -55,9 +57,10 @@ private:
     void process(const fuse_buf& request);
 
     fuse_session* const device_;
-    const Event stopping_; ///< wakes the threads for the last time
-    const Event ended_;    ///< the mount has been taken away
-    MemoryReserve reserve_;
+    const Event stopping_;           ///< wakes the threads for the last time
+    const Event ended_;              ///< the mount has been taken away
+    std::shared_mutex reserveMutex_; ///< guards the reserve; shared by what may take memory and keep it
+    MemoryReserve& reserve_;
     std::mutex mutex_; ///< guards what is below, but for the threads
     std::condition_variable called_;
     std::condition_variable quiet_; ///< perhaps nobody works

@@ -1,17 +1,21 @@
 #include "host/mount/MemoryReserve.h"
 
 #include <new>
+#include <sys/mman.h>
 
 namespace storage::host {
 
 namespace {
 
-constexpr std::size_t ordinaryNeed = 16U
-                                     << 10U; ///< bytes, more than a request takes that is not about content
+/// Bytes, many times what a request takes that is not about content.
+constexpr std::size_t ordinaryNeed = 100U << 10U;
 
 } // namespace
 
-bool MemoryReserve::isNeeded() noexcept {
+bool MemoryReserve::isNeeded() const noexcept {
+    if (!isComplete_) {
+        return true; // what was given up is still missing, so there is no more than that
+    }
     void* volatile probe =
         ::operator new(ordinaryNeed, std::nothrow); // volatile: it must not be optimised away
     const bool failed = probe == nullptr;
@@ -20,15 +24,25 @@ bool MemoryReserve::isNeeded() noexcept {
 }
 
 void MemoryReserve::giveUp() noexcept {
-    const std::lock_guard lock(mutex_);
-    memory_.reset();
+    isComplete_ = false;
+    for (void*& piece : pieces_) {
+        if (piece != nullptr) {
+            ::munmap(piece, pieceSize);
+            piece = nullptr;
+        }
+    }
 }
 
 void MemoryReserve::restore() noexcept {
-    const std::lock_guard lock(mutex_);
-    if (!memory_) {
-        memory_.reset(new (std::nothrow) char[size]);
+    bool isComplete = true;
+    for (void*& piece : pieces_) {
+        if (piece == nullptr) {
+            piece = ::mmap(nullptr, pieceSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+            piece = piece == MAP_FAILED ? nullptr : piece;
+        }
+        isComplete = isComplete && piece != nullptr;
     }
+    isComplete_ = isComplete;
 }
 
 } // namespace storage::host

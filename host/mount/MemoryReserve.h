@@ -1,32 +1,38 @@
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstddef>
-#include <memory>
-#include <mutex>
 
 namespace storage::host {
 
 /// Memory that is put aside for the time when there is none left, so that programs can still look around in a mount
 /// and remove what they need least.
 ///
-/// Owns the memory; a mutex of its own guards it. Thread safety: any number of threads.
+/// Owns pieces of address space, which take no memory of the machine. Thread safety: `isNeeded` from any number of threads,
+/// the rest from one at a time.
 class MemoryReserve {
 public:
     MemoryReserve() { restore(); }
+    ~MemoryReserve() { giveUp(); }
+    MemoryReserve(const MemoryReserve&) = delete;
+    MemoryReserve& operator=(const MemoryReserve&) = delete;
+
+    bool isComplete() const noexcept { return isComplete_; }
 
     /// Whether there is not even memory for an ordinary request.
-    static bool isNeeded() noexcept;
+    bool isNeeded() const noexcept;
 
     void giveUp() noexcept;
 
-    /// Puts memory aside again, if there is any.
+    /// Puts aside again what there is.
     void restore() noexcept;
 
 private:
-    static constexpr std::size_t size = 1U << 20U; ///< bytes
+    static constexpr std::size_t pieceSize = 512U << 10U; ///< bytes
 
-    std::mutex mutex_;
-    std::unique_ptr<char[]> memory_;
+    std::array<void*, 4> pieces_{}; ///< null where there was no memory for one
+    std::atomic<bool> isComplete_{false};
 };
 
 } // namespace storage::host

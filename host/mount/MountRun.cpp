@@ -131,7 +131,7 @@ private:
             adoptExecutables(storage, *options_.importFrom);
         }
         const FuseSession session(storage, options_);
-        FuseWorkers workers(session, options_.threads);
+        FuseWorkers workers(session, storage.reserve(), options_.threads);
         requireAnswer(options_.mountPoint);
         allowMoreWriteBack(options_.mountPoint);
         announce();

@@ -83,6 +83,9 @@ public:
 
     ProviderStorageInfo space() const { return space_.info(); }
 
+    /// For those who answer requests, to be given up while one is answered that can only make room.
+    MemoryReserve& reserve() noexcept { return space_.reserve(); }
+
     /// The files that programs may be started from, as paths below the mount point.
     std::vector<std::string> executables();
 

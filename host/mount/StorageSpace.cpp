@@ -18,8 +18,8 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-constexpr std::uint64_t grant = 64U << 20U;    ///< bytes that may be taken without asking again
-constexpr std::uint64_t reserve = 128U << 20U; ///< bytes left to the rest of the machine
+constexpr std::uint64_t grant = 64U << 20U;         ///< bytes that may be taken without asking again
+constexpr std::uint64_t leftToOthers = 128U << 20U; ///< bytes left to the rest of the machine
 
 ProviderStorageInfo readMemoryInfo() {
     ProviderStorageInfo info{0, 0};
@@ -113,11 +113,14 @@ ProviderStorageInfo StorageSpace::info() const {
     }
     ProviderStorageInfo info = readMemoryInfo();
     applyMemoryLimits(info);
-    info.available -= std::min<unsigned long long>(info.available, reserve);
+    info.available -= std::min<unsigned long long>(info.available, leftToOthers);
     return info;
 }
 
 void StorageSpace::require(std::uint64_t bytes) {
+    if (!reserve_.isComplete()) {
+        throw Refused(ENOSPC);
+    }
     if (bytes <= grant &&
         granted_.fetch_sub(static_cast<std::int64_t>(bytes)) >= static_cast<std::int64_t>(bytes)) {
         return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/mount/MemoryReserve.h"
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/ProviderStorageInfo.h"
 
@@ -22,6 +23,9 @@ public:
     /// Capacity and what is left of it, in bytes.
     ProviderStorageInfo info() const;
 
+    /// Memory for the time when there is none; nothing may grow until it has all been put aside again.
+    MemoryReserve& reserve() noexcept { return reserve_; }
+
     /// Refuses growth for which there is no room.
     /// @param bytes  by which a file is to grow
     /// @throws Refused ENOSPC
@@ -29,6 +33,7 @@ public:
 
 private:
     const IProvider& provider_;
+    MemoryReserve reserve_;
     std::atomic<std::int64_t> granted_{0}; ///< bytes that may be taken before asking again
 };
 
