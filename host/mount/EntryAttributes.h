@@ -6,6 +6,8 @@
 
 namespace storage::host {
 
+constexpr mode_t anyExecution = 0111; ///< the permissions with which a file can be run
+
 /// What stat(2) shows of an entry. A value.
 struct EntryAttributes {
     mode_t permissions = 0; ///< without the kind; storages keep no more of it than the owner's write bit

@@ -13,7 +13,6 @@ namespace storage::host {
 
 namespace {
 
-constexpr mode_t execution = S_IXUSR | S_IXGRP | S_IXOTH;
 constexpr mode_t reading = S_IRUSR | S_IRGRP | S_IROTH;
 
 mode_t executableForReaders(mode_t mode) {
@@ -51,7 +50,7 @@ void adoptExecutables(MountedStorage& storage, const std::string& folder) {
          each.increment(error)) {
         struct stat status {};
         if (::lstat(each->path().c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-            (status.st_mode & execution) != 0) {
+            (status.st_mode & anyExecution) != 0) {
             adopt(storage, each->path().lexically_relative(folder));
         }
     }

@@ -21,8 +21,7 @@ namespace {
 /// Nobody but the kernel's own users changes the tree, so what it has been told stays true until it changes it.
 constexpr double forever = std::numeric_limits<int>::max();
 constexpr unsigned nanosecondsKept = 1000; ///< storages keep microseconds
-constexpr mode_t anyExecution = S_IXUSR | S_IXGRP | S_IXOTH;
-constexpr unsigned pendingRequests = 64; ///< of reading ahead and writing back
+constexpr unsigned pendingRequests = 64;   ///< of reading ahead and writing back
 
 MountedStorage& storageOf(fuse_req_t request) {
     return *static_cast<MountedStorage*>(fuse_req_userdata(request));

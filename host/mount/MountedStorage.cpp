@@ -22,7 +22,6 @@ using foundation::storage::provider::ReplacementPolicy;
 namespace {
 
 constexpr mode_t permissionBits = 07777;
-constexpr mode_t anyExecution = 0111;
 constexpr std::uint64_t roomOfEntry = 1024; ///< bytes, that an empty entry takes here and in a storage, about
 constexpr blksize_t blockSize = 4096;       ///< bytes, for programs that ask what to read at a time
 constexpr std::uint64_t statusBlock = 512;  ///< bytes, the unit of st_blocks

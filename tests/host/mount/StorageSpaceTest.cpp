@@ -97,6 +97,15 @@ TEST_F(StorageSpaceTest, NeverMoreIsGivenThanThereIs) {
     }
 }
 
+TEST_F(StorageSpaceTest, NothingGrowsWhileTheReserveIsNeededButEmptyingGoesOn) {
+    offer(1000);
+    space_.reserve().giveUp();
+    EXPECT_EQ(take(1), ENOSPC);
+    EXPECT_EQ(take(0), 0);
+    space_.reserve().restore();
+    EXPECT_EQ(take(1), 0);
+}
+
 TEST_F(StorageSpaceTest, WhatBecomesFreeIsGivenAgain) {
     offer(1000);
     EXPECT_EQ(take(1000), 0);
