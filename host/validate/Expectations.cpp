@@ -1,0 +1,71 @@
+#include "host/validate/Expectations.h"
+
+#include "host/Failure.h"
+#include "host/Utf.h"
+#include "host/validate/CheckSkipped.h"
+#include "host/validate/RuleBroken.h"
+
+#include <array>
+#include <fmt/format.h>
+
+namespace storage::host {
+
+using namespace foundation::storage::provider;
+
+namespace {
+
+std::string failureText(ErrorCode code, const StorageIRI& location) {
+    return fmt::format("code {} ({}) naming {}", static_cast<int>(code), Exception::describe(code),
+                       printable(location.getPath()));
+}
+
+} // namespace
+
+void expect(bool holds, std::string_view reason) {
+    if (!holds) {
+        throw RuleBroken(std::string(reason));
+    }
+}
+
+void expectFailure(const std::function<void()>& action, ErrorCode code, const StorageIRI& location,
+                   std::string_view operation) {
+    const std::string expected = failureText(code, location);
+    try {
+        action();
+    } catch (const Exception& failure) {
+        expect(failure.getErrorCode() == code && failure.getIRI() == location,
+               fmt::format("{} fails with {}, not with {}", operation,
+                           failureText(failure.getErrorCode(), failure.getIRI()), expected));
+        return;
+    } catch (...) {
+        throw RuleBroken(fmt::format("{} fails with \"{}\", not with {}", operation,
+                                     Failure::ofCurrentException("").reason, expected));
+    }
+    throw RuleBroken(fmt::format("{} succeeds; it must fail with {}", operation, expected));
+}
+
+void skip(std::string_view reason) {
+    throw CheckSkipped(std::string(reason));
+}
+
+void makeFile(const IProvider& provider, const StorageIRI& iri, std::string_view bytes) {
+    provider.doCreateFile(iri);
+    if (!bytes.empty()) {
+        const auto size = static_cast<long>(bytes.size());
+        const long written = provider.doOpenStream(iri, {})->write(bytes.data(), size);
+        expect(written == size, fmt::format("writing {} bytes answers {}", size, written));
+    }
+}
+
+std::string contentOf(const IProvider& provider, const StorageIRI& iri) {
+    const auto stream = provider.doOpenReadOnlyStream(iri);
+    std::array<char, 65536> block{};
+    std::string content;
+    long count = 0;
+    while ((count = stream->read(block.data(), static_cast<long>(block.size()))) > 0) {
+        content.append(block.data(), static_cast<std::size_t>(count));
+    }
+    return content;
+}
+
+} // namespace storage::host

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "host/validate/Check.h"
+
+#include <span>
+
+// One table for each subject.
+namespace storage::host::checks {
+
+std::span<const Check> entryPoint();
+std::span<const Check> creatingAndRemoving();
+std::span<const Check> attributes();
+std::span<const Check> paths();
+std::span<const Check> times();
+std::span<const Check> writableFlag();
+std::span<const Check> openingStreams();
+std::span<const Check> readingAndWriting();
+std::span<const Check> listings();
+std::span<const Check> movingFiles();
+std::span<const Check> movingFolders();
+std::span<const Check> derivedOperations();
+std::span<const Check> threads();
+std::span<const Check> exhaustedMemory();
+
+} // namespace storage::host::checks
