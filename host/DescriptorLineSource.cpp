@@ -11,13 +11,13 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::size_t blockSize = 65536;
+constexpr std::size_t readAtOnce = 65536;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 } // namespace
 
 DescriptorLineSource::DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption)
-    : descriptor_(descriptor), name_(std::move(name)), interruption_(interruption), block_(blockSize) {}
+    : descriptor_(descriptor), name_(std::move(name)), interruption_(interruption), block_(readAtOnce) {}
 
 std::optional<std::string> DescriptorLineSource::next() {
     auto line = readLine();

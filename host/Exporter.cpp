@@ -7,6 +7,7 @@
 #include "host/DiskFolder.h"
 #include "host/DiskName.h"
 #include "host/FileTime.h"
+#include "host/PermissionBits.h"
 #include "host/TemporaryDiskFile.h"
 #include "host/TransferBuffer.h"
 
@@ -17,13 +18,11 @@
 namespace storage::host {
 
 using boost::posix_time::ptime;
-using Kind = TreeWalk::Step::Kind;
+using StepKind = TreeWalk::Step::Kind;
 
 namespace {
 
 constexpr mode_t newFolderMode = 0777;
-constexpr mode_t writeBits = 0222;
-constexpr mode_t permissionBits = 07777;
 
 void refuseInTheWay(const std::string& path, DiskEntry::Kind kind) {
     throw CommandError(path, std::string(describe(kind)) + " is in the way");
@@ -76,7 +75,7 @@ void Exporter::run(const StoragePath& source, const std::string& target, TopAttr
 }
 
 void Exporter::visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target) {
-    if (step.kind == Kind::FolderDone) {
+    if (step.kind == StepKind::FolderDone) {
         const std::string done = std::move(open_.back().path);
         open_.pop_back();
         leaveFolder(step, done);
@@ -84,7 +83,7 @@ void Exporter::visit(TreeWalk& walk, const TreeWalk::Step& step, const std::stri
     }
     const std::string path =
         step.depth == 0 ? target : diskChild(open_.back().path, toDiskName(step.name, step.path));
-    if (step.kind == Kind::Folder) {
+    if (step.kind == StepKind::Folder) {
         enterFolder(walk, path);
     } else {
         exportFile(step.path, path);

@@ -13,8 +13,6 @@ using boost::posix_time::seconds;
 
 namespace {
 
-constexpr long microsecondsPerSecond = 1'000'000;
-
 ptime epoch() {
     return ptime(date(1970, 1, 1));
 }

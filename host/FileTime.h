@@ -7,6 +7,8 @@
 
 namespace storage::host {
 
+inline constexpr long microsecondsPerSecond = 1'000'000;
+
 /// A time of the disk as storages keep it: UTC, rounded down to the microsecond. What lies outside the years
 /// 1400 to 9999 becomes the nearest time inside.
 boost::posix_time::ptime fromDiskTime(const timespec& time);

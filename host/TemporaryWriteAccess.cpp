@@ -1,16 +1,12 @@
 #include "host/TemporaryWriteAccess.h"
 
+#include "host/PermissionBits.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace storage::host {
-
-namespace {
-
-constexpr mode_t permissionBits = 07777;
-
-} // namespace
 
 TemporaryWriteAccess::TemporaryWriteAccess(const std::string& path) : path_(path) {
     struct stat status {};

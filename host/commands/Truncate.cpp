@@ -10,7 +10,7 @@ namespace storage::host {
 namespace {
 
 constexpr unsigned long long largest = std::numeric_limits<long>::max(); ///< what a stream can count
-constexpr unsigned long long growthStep = 64ULL << 20U;
+constexpr unsigned long long reportedStep = 64ULL << 20U;
 constexpr std::string_view units = "KMGT"; ///< each 1024 times the one before
 
 unsigned long long parseSize(const std::string& text) {
@@ -63,9 +63,10 @@ private:
         const auto& provider = session.provider();
         const unsigned long long oldSize = provider.doGetFileAttributes(path.iri()).getSize();
         try {
-            for (unsigned long long reached = oldSize; reached + growthStep < size; reached += growthStep) {
+            for (unsigned long long reached = oldSize; reached + reportedStep < size;
+                 reached += reportedStep) {
                 session.interruption().check();
-                provider.doTruncateToSize(path.iri(), reached + growthStep);
+                provider.doTruncateToSize(path.iri(), reached + reportedStep);
             }
             provider.doTruncateToSize(path.iri(), size);
         } catch (...) {

@@ -23,7 +23,7 @@ using foundation::storage::provider::ReplacementPolicy;
 
 namespace {
 
-constexpr std::size_t blockSize = 1U << 20U;      ///< bytes filled or copied at a time
+constexpr std::size_t copiedAtOnce = 1U << 20U;   ///< bytes filled or copied at a time
 constexpr std::uint64_t muchRest = 64U << 10U;    ///< bytes, below which shedding is not worth its while
 constexpr const char16_t* unseenName = u"\xD800"; ///< that no program can spell or is shown
 constexpr std::uint64_t growthStep = 32U << 20U;  ///< bytes, filled in some milliseconds
@@ -77,7 +77,7 @@ std::uint64_t unfilledFrom(const FileInode& file) {
 
 /// Fills with zeros from the end of the file up to `size`.
 void extend(FileInode& file, OpenStream& open, std::uint64_t size) {
-    static const std::array<char, blockSize> zeros{};
+    static const std::array<char, copiedAtOnce> zeros{};
     while (unfilledFrom(file) < size) {
         const std::uint64_t begin = unfilledFrom(file);
         const auto count = std::min<std::uint64_t>(zeros.size(), size - begin);
@@ -253,7 +253,7 @@ void FileContents::copyTo(const StorageIRI& destination, const FileInode& file, 
     }
     const auto copy =
         handedOut(provider_.doOpenStream(destination, {.content = ByteStreamContent::Empty}), "stream");
-    std::vector<char> block(std::min<std::uint64_t>(file.attributes.size, blockSize));
+    std::vector<char> block(std::min<std::uint64_t>(file.attributes.size, copiedAtOnce));
     for (std::uint64_t offset = 0; offset < file.attributes.size;) {
         const auto part =
             std::span(block).first(std::min<std::uint64_t>(block.size(), file.attributes.size - offset));

@@ -1,6 +1,7 @@
 #include "host/mount/InodeTree.h"
 
 #include "host/FileTime.h"
+#include "host/PermissionBits.h"
 #include "host/mount/EntryName.h"
 #include "hostapi/storage/provider/HandedOut.h"
 
@@ -21,7 +22,6 @@ namespace {
 /// What a storage does not keep of permissions is what most entries of a disk have.
 constexpr mode_t filePermissions = 0644;
 constexpr mode_t folderPermissions = 0755;
-constexpr mode_t writeBits = 0222;
 
 constexpr mode_t permissionsOf(mode_t usual, bool writable) {
     return writable ? usual : usual & ~writeBits;

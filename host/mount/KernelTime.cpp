@@ -1,13 +1,13 @@
 #include "host/mount/KernelTime.h"
 
+#include "host/FileTime.h"
+
 #include <atomic>
 #include <cstdint>
 
 namespace storage::host {
 
 namespace {
-
-constexpr std::int64_t microsecondsPerSecond = 1'000'000;
 
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the kernel has but one clock, too
 std::atomic<std::int64_t> latestHeard{0}; ///< microseconds

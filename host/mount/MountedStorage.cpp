@@ -1,6 +1,7 @@
 #include "host/mount/MountedStorage.h"
 
 #include "host/FileTime.h"
+#include "host/PermissionBits.h"
 #include "host/mount/EntryName.h"
 #include "host/mount/FolderMove.h"
 #include "host/mount/KeptContent.h"
@@ -21,10 +22,9 @@ using foundation::storage::provider::ReplacementPolicy;
 
 namespace {
 
-constexpr mode_t permissionBits = 07777;
 constexpr std::uint64_t roomOfEntry = 1024; ///< bytes, that an empty entry takes here and in a storage, about
-constexpr blksize_t blockSize = 4096;       ///< bytes, for programs that ask what to read at a time
-constexpr std::uint64_t statusBlock = 512;  ///< bytes, the unit of st_blocks
+constexpr blksize_t preferredBlockSize = 4096; ///< bytes, for programs that ask what to read at a time
+constexpr std::uint64_t statusBlock = 512;     ///< bytes, the unit of st_blocks
 
 /// As the storage keeps it.
 timespec rounded(const timespec& time) {
@@ -376,7 +376,7 @@ struct stat MountedStorage::show(const Inode& inode) const {
     status.st_uid = owner_;
     status.st_gid = group_;
     status.st_size = static_cast<off_t>(attributes.size);
-    status.st_blksize = blockSize;
+    status.st_blksize = preferredBlockSize;
     status.st_blocks = static_cast<blkcnt_t>((attributes.size + statusBlock - 1) / statusBlock);
     status.st_mtim = attributes.modified;
     status.st_atim = attributes.accessed;

@@ -11,7 +11,7 @@ namespace storage::inmemoryprovider {
 namespace {
 
 /// What is read of a file without content.
-const std::vector<std::uint8_t> noBytes;
+const std::vector<std::uint8_t> emptyContent;
 
 } // namespace
 
@@ -60,7 +60,7 @@ void InMemoryFileEntry::makeContent() {
 
 long InMemoryFileEntry::read(char* buffer, long count, unsigned long& position) {
     if (!hasContent()) {
-        return readContent(noBytes, buffer, count, position);
+        return readContent(emptyContent, buffer, count, position);
     }
     const std::lock_guard lock(contentMutex());
     return readContent(*content_, buffer, count, position);
@@ -80,7 +80,7 @@ long InMemoryFileEntry::write(const char* buffer, long count, unsigned long& pos
 std::streampos InMemoryFileEntry::seek(long offset, std::ios_base::seekdir direction,
                                        unsigned long& position) {
     if (!hasContent()) {
-        return seekContent(noBytes, offset, direction, position);
+        return seekContent(emptyContent, offset, direction, position);
     }
     const std::lock_guard lock(contentMutex());
     return seekContent(*content_, offset, direction, position);

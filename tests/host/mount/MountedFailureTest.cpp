@@ -30,7 +30,7 @@ void PrintTo(const Use& use, std::ostream* out) {
     *out << use.name;
 }
 
-constexpr std::size_t size = 3U << 20U; ///< of large files, so that zeros come in several pieces
+constexpr std::size_t largeSize = 3U << 20U; ///< of large files, so that zeros come in several pieces
 
 const std::vector<Use> uses{
     {"look up", [](MountedTree& mount) { mount.at("/d/s/b"); }},
@@ -54,9 +54,9 @@ const std::vector<Use> uses{
     {"rename a read-only folder", [](MountedTree& mount) { mount.rename("/r", "/d/new"); }},
     {"write", [](MountedTree& mount) { mount.write(mount.file("/f"), 2, "XYZ"); }},
     {"write to a read-only file", [](MountedTree& mount) { mount.write(mount.file("/r/fixed"), 2, "XYZ"); }},
-    {"write behind the end", [](MountedTree& mount) { mount.write(mount.file("/f"), size, "XYZ"); }},
-    {"reach", [](MountedTree& mount) { mount.storage().reach(mount.file("/f"), size); }},
-    {"grow", [](MountedTree& mount) { mount.resize(mount.file("/f"), size); }},
+    {"write behind the end", [](MountedTree& mount) { mount.write(mount.file("/f"), largeSize, "XYZ"); }},
+    {"reach", [](MountedTree& mount) { mount.storage().reach(mount.file("/f"), largeSize); }},
+    {"grow", [](MountedTree& mount) { mount.resize(mount.file("/f"), largeSize); }},
     {"empty", [](MountedTree& mount) { mount.resize(mount.file("/f"), 0); }},
     {"shorten a little", [](MountedTree& mount) { mount.resize(mount.file("/f"), 30); }},
     {"set permissions", [](MountedTree& mount) { mount.setPermissions(mount.file("/f"), 0400); }},
