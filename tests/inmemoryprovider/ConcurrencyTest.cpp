@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::concurrency_test {
 namespace {
 
 using namespace foundation::storage::provider;
@@ -251,4 +251,4 @@ TEST(Concurrency, aStormOfAllOperationsLeavesTheTreeSound) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::concurrency_test

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::error_translation_test {
 namespace {
 
 using foundation::storage::provider::Exception;
@@ -80,4 +80,4 @@ TEST(ErrorTranslation, passesResultsOn) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::error_translation_test

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_provider_test {
 namespace {
 
 using namespace foundation::storage::provider;
@@ -355,4 +355,4 @@ TEST_F(InMemoryProviderTest, movingFoldersFails) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_provider_test

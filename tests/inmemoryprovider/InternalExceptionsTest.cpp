@@ -10,7 +10,7 @@
 #include <string>
 #include <type_traits>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::internal_exceptions_test {
 namespace {
 
 using foundation::core::except::IInternalException;
@@ -71,4 +71,4 @@ TYPED_TEST(EachInternalException, cannotFailToBeBuilt) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::internal_exceptions_test

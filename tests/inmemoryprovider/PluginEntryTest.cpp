@@ -5,7 +5,7 @@
 #include <memory>
 #include <stdexcept>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::plugin_entry_test {
 namespace {
 
 using foundation::storage::provider::IProvider;
@@ -57,4 +57,4 @@ TEST(PluginEntry, buildsProvidersForHostsInCpp) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::plugin_entry_test

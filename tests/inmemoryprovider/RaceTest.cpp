@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::race_test {
 namespace {
 
 using namespace foundation::storage::provider;
@@ -623,4 +623,4 @@ TEST(RacingNodes, aFolderMayBeAskedAnythingWhileItsChildrenChange) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::race_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::content_guard_test {
 namespace {
 
 std::mutex* mutexOf(const std::shared_ptr<std::vector<std::uint8_t>>& content) {
@@ -43,4 +43,4 @@ TEST(ContentGuard, anAddressAlwaysChoosesTheSameMutex) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::content_guard_test

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::content_io_test {
 namespace {
 
 using foundation::storage::provider::ByteStreamAppend;
@@ -347,4 +347,4 @@ TEST_F(ContentIOTest, aSeekResultHasNoConversionState) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::content_io_test

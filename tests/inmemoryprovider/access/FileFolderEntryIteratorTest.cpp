@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::file_folder_entry_iterator_test {
 namespace {
 
 using foundation::storage::provider::FolderEntry;
@@ -153,4 +153,4 @@ TEST(FileFolderEntryIterator, clonesAreOfTheSameKindOfListing) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::file_folder_entry_iterator_test

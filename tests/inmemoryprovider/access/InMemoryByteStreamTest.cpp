@@ -5,7 +5,7 @@
 #include <array>
 #include <string>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_byte_stream_test {
 namespace {
 
 using foundation::storage::provider::ByteStream;
@@ -70,4 +70,4 @@ TEST_F(InMemoryByteStreamTest, keepsTheFileAliveUntilItIsDestroyed) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_byte_stream_test

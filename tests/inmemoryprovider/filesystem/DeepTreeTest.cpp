@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::deep_tree_test {
 namespace {
 
 using foundation::storage::provider::ReplacementPolicy;
@@ -81,4 +81,4 @@ TEST(DeepTree, isDestroyedOnASmallStackAlsoWithFoldersBesideTheWayDown) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::deep_tree_test

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_entry_path_test {
 namespace {
 
 using Path = InMemoryEntryPath;
@@ -196,4 +196,4 @@ INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, WithinTest,
                                          Within{u"", u"", true}));
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_entry_path_test

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_entry_test {
 namespace {
 
 const boost::posix_time::ptime early(boost::gregorian::date(2001, 2, 3), boost::posix_time::microseconds(4));
@@ -57,4 +57,4 @@ TEST(InMemoryEntry, tellsItsKind) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_entry_test

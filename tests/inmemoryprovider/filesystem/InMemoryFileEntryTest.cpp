@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_file_entry_test {
 namespace {
 
 using foundation::storage::provider::ByteStreamAppend;
@@ -186,4 +186,4 @@ TEST_F(InMemoryFileEntryTest, excludesTheEntryThatSharesBytesMadeElsewhere) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_file_entry_test

@@ -7,7 +7,7 @@
 
 #include <array>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_file_system_check_out_test {
 namespace {
 
 using foundation::storage::provider::ByteStream;
@@ -219,4 +219,4 @@ TEST_F(CheckOutTest, aStreamSharesItsBytesWithTheFileThatAMoveMade) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_file_system_check_out_test

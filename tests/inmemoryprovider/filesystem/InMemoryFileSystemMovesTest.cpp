@@ -6,7 +6,7 @@
 #include "inmemoryprovider/ReadOnlyException.h"
 #include "tests/inmemoryprovider/ThrowsNaming.h"
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_file_system_moves_test {
 namespace {
 
 using foundation::storage::provider::ByteStream;
@@ -542,4 +542,4 @@ TEST_F(MoveFolderTest, aStreamOpenedBeforeTheMoveSharesTheBytesAfterIt) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_file_system_moves_test

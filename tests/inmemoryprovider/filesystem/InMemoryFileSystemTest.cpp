@@ -6,7 +6,7 @@
 #include "inmemoryprovider/ReadOnlyException.h"
 #include "tests/inmemoryprovider/ThrowsNaming.h"
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_file_system_test {
 namespace {
 
 boost::posix_time::ptime clockNow() {
@@ -285,4 +285,4 @@ TEST_F(InMemoryFileSystemTest, namesThatDifferOnlyInCaseAreDifferent) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_file_system_test

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::in_memory_folder_entry_test {
 namespace {
 
 const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
@@ -153,4 +153,4 @@ TEST(InMemoryFolderEntryDestruction, releasesWhatNobodyElseHoldsAndNothingMore) 
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::in_memory_folder_entry_test

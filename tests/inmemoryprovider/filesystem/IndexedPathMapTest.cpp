@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::indexed_path_map_test {
 namespace {
 
 using Value = std::shared_ptr<int>;
@@ -233,4 +233,4 @@ TEST(IndexedPathMap, canBeUsedAgainAfterItsElementsWereReleased) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::indexed_path_map_test

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::left_right_map_test {
 namespace {
 
 using Map = LeftRightMap<int, std::shared_ptr<int>>;
@@ -170,4 +170,4 @@ TEST(LeftRightMap, readersSeeEveryKeyThatNoWriterTouches) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::left_right_map_test

@@ -9,7 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::path_hash_test {
 namespace {
 
 constexpr std::size_t longest = 40;
@@ -124,4 +124,4 @@ TEST(PathHash, differsForTextsThatHoldTheNumbersItIsMadeWith) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::path_hash_test

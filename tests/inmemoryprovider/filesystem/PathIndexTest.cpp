@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::path_index_test {
 namespace {
 
 using Map = std::map<InMemoryEntryPath, int>;
@@ -219,4 +219,4 @@ TEST_F(PathIndexTest, canBeBuiltAnewOverAnOldOne) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::path_index_test

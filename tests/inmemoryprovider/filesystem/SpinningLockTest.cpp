@@ -8,7 +8,7 @@
 #include <mutex>
 #include <thread>
 
-namespace storage::inmemoryprovider {
+namespace storage::inmemoryprovider::spinning_lock_test {
 namespace {
 
 /// Whether another thread could lock `mutex`.
@@ -90,4 +90,4 @@ TEST(SpinningLock, releasesTheMutexWhenAnExceptionLeaves) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider
+} // namespace storage::inmemoryprovider::spinning_lock_test

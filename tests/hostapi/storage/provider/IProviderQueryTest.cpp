@@ -6,8 +6,8 @@ using namespace foundation::storage::provider;
 
 namespace {
 
-const boost::posix_time::ptime someTime(boost::gregorian::date(2024, 2, 29),
-                                        boost::posix_time::microseconds(123456));
+const boost::posix_time::ptime leapDay(boost::gregorian::date(2024, 2, 29),
+                                       boost::posix_time::microseconds(123456));
 
 class IProviderQuery : public ProviderTest {
 protected:
@@ -35,32 +35,32 @@ TEST_F(IProviderQuery, TellsWhatStandsAtALocation) {
 }
 
 TEST_F(IProviderQuery, GivesTheAttributesOfAFile) {
-    provider_->doSetLastModified(at(u"/d/f"), someTime);
+    provider_->doSetLastModified(at(u"/d/f"), leapDay);
     const ExtendedAttributes writable = provider_->doGetExtendedAttributes(at(u"/d/f"));
     EXPECT_EQ(writable.type, FolderEntry::EntryType::File);
     EXPECT_EQ(writable.size, 5U);
-    EXPECT_EQ(writable.lastModified, someTime);
+    EXPECT_EQ(writable.lastModified, leapDay);
     EXPECT_TRUE(writable.writable);
     makeReadOnly(u"/d/f");
     EXPECT_FALSE(provider_->doGetExtendedAttributes(at(u"/d/f")).writable);
 }
 
 TEST_F(IProviderQuery, GivesTheAttributesOfAFolder) {
-    provider_->doSetLastModified(at(u"/d"), someTime);
+    provider_->doSetLastModified(at(u"/d"), leapDay);
     const ExtendedAttributes writable = provider_->doGetExtendedAttributes(at(u"/d"));
     EXPECT_EQ(writable.type, FolderEntry::EntryType::Folder);
     EXPECT_EQ(writable.size, 0U);
-    EXPECT_EQ(writable.lastModified, someTime);
+    EXPECT_EQ(writable.lastModified, leapDay);
     EXPECT_TRUE(writable.writable);
     makeReadOnly(u"/d");
     EXPECT_FALSE(provider_->doGetExtendedAttributes(at(u"/d")).writable);
 }
 
 TEST_F(IProviderQuery, GivesTheAttributesOfTheRoot) {
-    provider_->doSetLastModified(at(u"/"), someTime);
+    provider_->doSetLastModified(at(u"/"), leapDay);
     const ExtendedAttributes root = provider_->doGetExtendedAttributes(at(u"/"));
     EXPECT_EQ(root.type, FolderEntry::EntryType::Folder);
-    EXPECT_EQ(root.lastModified, someTime);
+    EXPECT_EQ(root.lastModified, leapDay);
 }
 
 TEST_F(IProviderQuery, HasNoAttributesOfAMissingEntryAndNamesIt) {

@@ -12,18 +12,18 @@ using foundation::storage::provider::IProvider;
 
 namespace {
 
-struct Operation {
+struct SlotOperation {
     std::ptrdiff_t order;
     const char* name;
     std::ptrdiff_t slot;
 };
 
 #define OPERATION(order, name)                                                                               \
-    Operation {                                                                                              \
+    SlotOperation {                                                                                          \
         order, #name, vtableSlot(&IProvider::name)                                                           \
     }
 
-const std::array<Operation, 51> operations{
+const std::array<SlotOperation, 51> operations{
     OPERATION(1, doCreateFile),
     OPERATION(2, doCreateFolder),
     OPERATION(3, doCreateFolderRecursive),
@@ -81,7 +81,7 @@ const std::array<Operation, 51> operations{
 
 TEST(IProvider, HasItsOperationsBehindTheDestructorInTheOrderOfTheBinaryInterface) {
     static_assert(std::has_virtual_destructor_v<IProvider>);
-    for (const Operation& operation : operations) {
+    for (const SlotOperation& operation : operations) {
         EXPECT_EQ(operation.slot, operation.order + 1) << operation.name;
     }
 }
