@@ -1,16 +1,96 @@
-# What a host's developer installs: the libraries, their headers, the program and a package to find them by.
+# What is installed, and of which component it is; each component but "texts" is a package of its own, see Package.cmake.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS qzfl qzflstorageprovider qzstorageinmemoryprovider EXPORT qzstorageTargets)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/hostapi ${PROJECT_SOURCE_DIR}/inmemoryprovider
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage
+set(packaged ${PROJECT_SOURCE_DIR}/packaging)
+
+# libNAME.so -> libNAME.so.1 -> libNAME.so.1.0.0; docs/versioning.md says when the major number is raised.
+set_target_properties(qzfl qzflstorageprovider qzstorageinmemoryprovider PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR})
+
+install(TARGETS qzfl qzflstorageprovider EXPORT qzstorageTargets
+    LIBRARY COMPONENT libraries NAMELINK_COMPONENT development)
+# Hosts load the plug-in by its plain name, so that is not for development alone.
+install(TARGETS qzstorageinmemoryprovider EXPORT qzstorageTargets LIBRARY COMPONENT plugin)
+install(TARGETS qzstorage RUNTIME COMPONENT tool)
+
+# Of the plug-in, what PluginEntry.h takes: hosts in C++ get a pointer to the class of its provider.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/hostapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage
+    COMPONENT development
     FILES_MATCHING PATTERN "*.h"
     PATTERN "defaults" EXCLUDE)
+foreach(header
+        InMemoryProvider
+        PluginEntry
+        filesystem/FileEntryAttributes
+        filesystem/InMemoryEntry
+        filesystem/InMemoryEntryPath
+        filesystem/InMemoryFileEntry
+        filesystem/InMemoryFileSystem
+        filesystem/InMemoryFolderEntry
+        filesystem/IndexedPathMap
+        filesystem/LeftRightMap
+        filesystem/MapNode
+        filesystem/MoveCounter
+        filesystem/PathHash
+        filesystem/PathIndex)
+    cmake_path(GET header PARENT_PATH folder)
+    install(FILES ${PROJECT_SOURCE_DIR}/inmemoryprovider/${header}.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage/inmemoryprovider/${folder}
+        COMPONENT development)
+endforeach()
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/qzstorage)
-install(EXPORT qzstorageTargets NAMESPACE qzstorage:: DESTINATION ${package_folder})
+install(EXPORT qzstorageTargets NAMESPACE qzstorage:: DESTINATION ${package_folder} COMPONENT development)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/qzstorageConfig.cmake.in
     ${PROJECT_BINARY_DIR}/qzstorageConfig.cmake INSTALL_DESTINATION ${package_folder})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/qzstorageConfig.cmake ${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cmake
-    DESTINATION ${package_folder})
+    DESTINATION ${package_folder} COMPONENT development)
+
+# The same for those who use pkg-config. Paths start from the file itself, so the whole tree may be moved.
+function(install_pkg_config name description requires)
+    set(folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    file(RELATIVE_PATH prefix_from_folder /${folder} /)
+    configure_file(${packaged}/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${folder} COMPONENT development)
+endfunction()
+install_pkg_config(qzfl "Exceptions and text conversion of storage providers" "")
+install_pkg_config(qzflstorageprovider "Interface between hosts and storage-provider plug-ins" qzfl)
+install_pkg_config(qzstorageinmemoryprovider "Storage provider whose files live in memory" qzflstorageprovider)
+
+# Writes `source`, compressed as Debian wants it, to `result` in the build folder.
+function(compress source result)
+    find_program(GZIP_PROGRAM gzip REQUIRED)
+    execute_process(COMMAND ${GZIP_PROGRAM} -9 --no-name --to-stdout ${source}
+        OUTPUT_FILE ${PROJECT_BINARY_DIR}/${result} COMMAND_ERROR_IS_FATAL ANY)
+    set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
+endfunction()
+
+configure_file(${PROJECT_SOURCE_DIR}/docs/qzstorage.1 ${PROJECT_BINARY_DIR}/qzstorage.1 @ONLY)
+compress(${PROJECT_BINARY_DIR}/qzstorage.1 qzstorage.1.gz)
+install(FILES ${PROJECT_BINARY_DIR}/qzstorage.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+
+install(FILES ${PROJECT_SOURCE_DIR}/completion/qzstorage.bash
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME qzstorage COMPONENT tool)
+# Debian keeps its own folder for packages.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND EXISTS /etc/debian_version)
+    set(zsh_folder zsh/vendor-completions)
+else()
+    set(zsh_folder zsh/site-functions)
+endif()
+install(FILES ${PROJECT_SOURCE_DIR}/completion/_qzstorage
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/${zsh_folder} COMPONENT tool)
+
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN "*.json")
+if(EXISTS ${PROJECT_SOURCE_DIR}/examples)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+endif()
+# The reference of the interface, if it was built.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/reference DESTINATION ${CMAKE_INSTALL_DOCDIR}
+    COMPONENT documentation OPTIONAL)
+
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT texts)

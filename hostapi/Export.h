@@ -1,4 +1,7 @@
 #pragma once
 
-// Marks what the host libraries export. Everything else in them is compiled hidden.
+/// @file
+/// What the host libraries let out.
+
+/// Marks what the host libraries export. Everything else in them is compiled hidden.
 #define QZFL_EXPORT __attribute__((visibility("default")))

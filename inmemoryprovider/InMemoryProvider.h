@@ -55,6 +55,9 @@ public:
 
     /// Finds the entry by the location's own path, not its resolved one, and takes for the root only what has
     /// no parent.
+    /// @param iri       a file or folder
+    /// @param writable  what the flag is to be
+    /// @throws Exception `NotFound` when nothing stands there
     void doSetWritable(const StorageIRI& iri, bool writable) const override;
     bool doHasFeature(const ExtendedFeature& feature) const override;
 

@@ -6,6 +6,10 @@
 
 #include <memory>
 
+/// @file
+/// The two ways to a provider in memory: for hosts that load the library, and for hosts that link it.
+
+/// Marks what the plug-in exports. Everything else in it is hidden.
 #define QZSTORAGE_PLUGIN_EXPORT __attribute__((visibility("default")))
 
 /// The entry point of the plug-in: stores a new provider with an empty file system in `*provider`, which lets
@@ -21,6 +25,7 @@ buildProvider_V1(std::shared_ptr<foundation::storage::provider::IProvider>* prov
 namespace storage::inmemoryprovider {
 
 /// A new provider with an empty file system, for hosts in C++ that link the library.
+/// @return the provider, alive as long as a pointer to it
 /// @throws std::bad_alloc
 QZSTORAGE_PLUGIN_EXPORT std::shared_ptr<InMemoryProvider> buildInMemoryProvider();
 

@@ -21,20 +21,29 @@ namespace foundation::core::except {
 class QZFL_EXPORT IException : public boost::exception_detail::clone_base, public boost::exception {
 public:
     IException() = default;
+    /// Shares the error information.
     IException(const IException&) = default;
+    /// Shares the error information.
+    /// @return this exception
     IException& operator=(const IException&) = default;
     ~IException() noexcept override;
 
-    /// The message in UTF-8; an unpaired surrogate in it becomes U+FFFD.
+    /// The message, for people.
+    /// @return it in UTF-8; an unpaired surrogate in it becomes U+FFFD
     virtual std::string what() const;
 
-    /// `text` in UTF-8; each unpaired surrogate becomes U+FFFD.
+    /// Converts a message, for people.
+    /// @param text  in UTF-16
+    /// @return it in UTF-8; each unpaired surrogate becomes U+FFFD
     virtual std::string convert_str(const std::u16string& text) const;
 
-    /// `text` in UTF-16; each ill-formed UTF-8 sequence becomes U+FFFD.
+    /// Converts a message, for people.
+    /// @param text  in UTF-8
+    /// @return it in UTF-16; each ill-formed sequence becomes U+FFFD
     virtual std::u16string convert_str(const std::string& text) const;
 
-    /// A copy of the message.
+    /// The message.
+    /// @return a copy of it, in UTF-16
     virtual std::u16string getMessage() const = 0;
 };
 

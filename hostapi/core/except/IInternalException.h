@@ -8,7 +8,10 @@ namespace foundation::core::except {
 class QZFL_EXPORT IInternalException : public IException {
 public:
     IInternalException() = default;
+    /// Shares the error information.
     IInternalException(const IInternalException&) = default;
+    /// Shares the error information.
+    /// @return this exception
     IInternalException& operator=(const IInternalException&) = default;
     ~IInternalException() noexcept override;
 };

@@ -12,9 +12,9 @@ namespace foundation::storage::provider {
 /// How a stream is to be opened. Order and size of the fields are part of the binary interface.
 struct ByteStreamOpenOptions {
     std::int32_t hint = 0; ///< the host's own; providers may ignore it
-    ByteStreamExistence existence = ByteStreamExistence::CreateIfMissing;
-    ByteStreamContent content = ByteStreamContent::Keep;
-    ByteStreamAppend append = ByteStreamAppend::WriteAtPosition;
+    ByteStreamExistence existence = ByteStreamExistence::CreateIfMissing; ///< whether a missing file is made
+    ByteStreamContent content = ByteStreamContent::Keep;                  ///< whether the file is emptied
+    ByteStreamAppend append = ByteStreamAppend::WriteAtPosition;          ///< where writes go
 };
 
 static_assert(sizeof(ByteStreamOpenOptions) == 16);

@@ -6,9 +6,9 @@ namespace foundation::storage::provider {
 
 /// What stands at a location.
 enum class EntryExistence : std::int32_t {
-    Missing = 0,
-    File = 1,
-    Folder = 2,
+    Missing = 0, ///< nothing
+    File = 1,    ///< a file
+    Folder = 2,  ///< a folder
 };
 
 } // namespace foundation::storage::provider

@@ -15,22 +15,32 @@ namespace foundation::storage::provider {
 /// one object.
 class QZFL_EXPORT Exception : public std::exception {
 public:
+    /// @param code  why
+    /// @param iri   the location concerned
     /// @throws std::bad_alloc
     Exception(const ErrorCode& code, const StorageIRI& iri);
+    /// Shares the state.
     Exception(const Exception&) noexcept;
+    /// Shares the state.
+    /// @return this exception
     Exception& operator=(const Exception&) noexcept;
     ~Exception() override;
 
+    /// Why the operation failed.
+    /// @return the code, perhaps one without a name here
     ErrorCode getErrorCode() const noexcept;
 
-    /// The location concerned. The reference is valid as long as this object or a copy of it.
+    /// The location concerned.
+    /// @return it, valid as long as this object or a copy of it
     const StorageIRI& getIRI() const noexcept;
 
-    /// The path and the reason in plain words, in UTF-8, for example "/a/f: no such file or folder".
+    /// The path and the reason in plain words.
+    /// @return UTF-8, for example "/a/f: no such file or folder"
     const char* what() const noexcept override;
 
-    /// The reason alone in plain words, for example "no such file or folder". Codes without a name here give
-    /// a text too.
+    /// The reason alone in plain words.
+    /// @param code  any number; one without a name here gives a text too
+    /// @return for example "no such file or folder"
     static const char* describe(ErrorCode code) noexcept;
 
 private:

@@ -8,10 +8,10 @@ namespace foundation::storage::provider {
 
 /// What a provider tells of an entry of either kind.
 struct ExtendedAttributes {
-    FolderEntry::EntryType type = FolderEntry::EntryType::File;
-    unsigned long size = 0;                ///< bytes; 0 for a folder
-    boost::posix_time::ptime lastModified; ///< UTC, to the microsecond
-    bool writable = false;
+    FolderEntry::EntryType type = FolderEntry::EntryType::File; ///< file or folder
+    unsigned long size = 0;                                     ///< bytes; 0 for a folder
+    boost::posix_time::ptime lastModified;                      ///< UTC, to the microsecond
+    bool writable = false; ///< as in `FileAttributes` and `FolderAttributes`
 };
 
 } // namespace foundation::storage::provider

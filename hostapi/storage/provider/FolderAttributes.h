@@ -13,7 +13,12 @@ public:
     /// @param writable      whether entries may be added to and removed from the folder
     FolderAttributes(const boost::posix_time::ptime& lastModified, bool writable);
 
+    /// When the entry was last changed.
+    /// @return UTC, to the microsecond
     const boost::posix_time::ptime& getLastModified() const noexcept { return lastModified_; }
+
+    /// The writable flag.
+    /// @return whether entries may be added to and removed from the folder
     bool isWritable() const noexcept { return writable_; }
 
 private:

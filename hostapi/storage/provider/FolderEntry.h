@@ -12,17 +12,32 @@ class QZFL_EXPORT FolderEntry {
 public:
     /// The numbers are part of the binary interface.
     enum class EntryType : std::int32_t {
-        File = 0,
-        Folder = 1,
+        File = 0,   ///< holds bytes
+        Folder = 1, ///< holds entries
     };
 
     /// @param name  the entry's name; in a recursive listing its path relative to the listed folder
+    /// @param type  file or folder
     FolderEntry(std::u16string name, EntryType type);
 
+    /// The entry's name, or its path in a recursive listing.
+    /// @return it, valid as long as this object
     const std::u16string& getName() const noexcept { return name_; }
+
+    /// Whether the entry is a file or a folder.
+    /// @return the kind
     EntryType getType() const noexcept { return type_; }
 
-    bool operator==(const FolderEntry&) const = default;
+    /// Same name and kind.
+    /// @param other  is compared with this
+    /// @return whether they are equal
+    bool operator==(const FolderEntry& other) const noexcept {
+        return name_ == other.name_ && type_ == other.type_;
+    }
+    /// Another name or kind.
+    /// @param other  is compared with this
+    /// @return whether they differ
+    bool operator!=(const FolderEntry& other) const noexcept { return !(*this == other); }
 
 private:
     std::u16string name_;

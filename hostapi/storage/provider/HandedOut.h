@@ -8,7 +8,9 @@ namespace foundation::storage::provider {
 
 /// Passes on a stream or listing that a provider handed out. A provider that keeps its word never hands out an
 /// empty pointer; one that does not must not take its host down.
-/// @param what  names it for people, for example "stream"
+/// @param object  what was handed out
+/// @param what    names it for people, for example "stream"
+/// @return the same object
 /// @throws std::runtime_error when there is none
 template <typename T>
 std::unique_ptr<T> handedOut(std::unique_ptr<T> object, const char* what) {

@@ -15,10 +15,12 @@ namespace foundation::storage::provider {
 /// Thread safety: one iterator is for one thread at a time; clones may be used from different threads.
 class QZFL_EXPORT IFolderEntryIterator {
 public:
-    /// A copy of the entry that the last `step` arrived at. Not allowed before the first `step`.
+    /// The entry that the last `step` arrived at. Not allowed before the first `step`.
+    /// @return a copy of it
     virtual FolderEntry getEntry() const = 0;
 
     /// Whether `step` has another entry to arrive at.
+    /// @return false at the end
     virtual bool hasNext() const = 0;
 
     /// Moves to the next entry. Not allowed unless `hasNext`.
@@ -26,13 +28,17 @@ public:
 
     /// An independent iterator that yields the entries this one has left. Its own `getEntry` is not allowed
     /// before its first `step`.
+    /// @return the iterator; the caller's own
     virtual std::unique_ptr<IFolderEntryIterator> clone() const = 0;
 
     virtual ~IFolderEntryIterator();
 
 protected:
     IFolderEntryIterator() = default;
+    /// For `clone`.
     IFolderEntryIterator(const IFolderEntryIterator&) = default;
+    /// For derived classes.
+    /// @return this iterator
     IFolderEntryIterator& operator=(const IFolderEntryIterator&) = default;
 };
 

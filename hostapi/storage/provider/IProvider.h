@@ -45,11 +45,14 @@ namespace foundation::storage::provider {
 /// says of everything else whether it may outlive the library.
 class QZFL_EXPORT IProvider {
 public:
+    /// Told of each change of what events were asked for: what happened to which entry. The destination is that of a move.
     using EventCallback =
         std::function<void(StorageEventKind kind, StorageIRI source, StorageIRI destination,
                            FolderEntry::EntryType type, const boost::property_tree::ptree& details)>;
+
     /// Called after each copied block with the number of bytes copied so far. Throwing ends the copy.
     using CopyProgress = std::function<void(unsigned long long bytesCopied)>;
+
     /// Whether the first path sorts before the second.
     using PathComparator = std::function<bool(std::u16string_view, std::u16string_view)>;
 
@@ -58,170 +61,350 @@ public:
     IProvider& operator=(const IProvider&) = delete;
     virtual ~IProvider();
 
-    /// Makes an empty, writable file.
+    /// Makes an empty, writable file with the current time.
+    /// @param iri  where nothing stands yet, in an existing folder
+    /// @throws Exception `NotFound` without the folder, `AlreadyExists` when a file or folder stands there, `ReadOnly` when the
+    ///         folder is read-only
     virtual void doCreateFile(const StorageIRI& iri) const = 0;
 
-    /// Makes an empty, writable folder.
+    /// Makes an empty, writable folder with the current time.
+    /// @param iri  where nothing stands yet, in an existing folder
+    /// @throws Exception as `doCreateFile`
     virtual void doCreateFolder(const StorageIRI& iri) const = 0;
 
-    /// Makes a folder and every missing folder above it. A folder that is already there is no failure, also
-    /// when another thread made it meanwhile; a file in the way is `AlreadyExists` naming the file's
-    /// location, and any other failure names the folder that could not be made. Not atomic: folders made
-    /// before a failure stay.
+    /// Makes a folder and every missing folder above it. A folder that is already there is no failure, also when another
+    /// thread made it meanwhile. Not atomic: folders made before a failure stay.
+    /// @param iri  the innermost folder
+    /// @throws Exception `AlreadyExists` naming a file that is in the way; any other failure names the folder that could not be
+    ///         made
     virtual void doCreateFolderRecursive(const StorageIRI& iri) const;
 
-    /// Whether a file stands at `iri`. Never throws for a missing entry.
+    /// Whether a file stands there. Never throws for a missing entry.
+    /// @param iri  any location
+    /// @return true for a file; false for a folder, and where nothing stands
     virtual bool doFileExists(const StorageIRI& iri) const = 0;
 
-    /// Whether a folder stands at `iri`. Never throws for a missing entry.
+    /// Whether a folder stands there. Never throws for a missing entry.
+    /// @param iri  any location
+    /// @return true for a folder; false for a file, and where nothing stands
     virtual bool doFolderExists(const StorageIRI& iri) const = 0;
 
     /// Removes a file. Streams that are open on it stay usable.
+    /// @param iri  a file
+    /// @throws Exception `NotFound` when no file stands there, `ReadOnly` when the file or its folder is read-only
     virtual void doRemoveFile(const StorageIRI& iri) const = 0;
 
-    /// Moves a file. A missing source, or destination folder, is `NotFound` and a read-only folder or
-    /// replaced file `ReadOnly`, both naming the source; an entry in the way is `AlreadyExists` naming the
-    /// destination. A file that is to be replaced may be gone although the move then fails: when the folder
-    /// of the source turns out to be read-only, when the file was to replace itself, or out of memory.
+    /// Moves a file. A file that is to be replaced may be gone although the move
+    /// then fails: when the folder of the source turns out to be read-only, when the file was to replace itself, or out of
+    /// memory.
+    /// @param source       a file
+    /// @param destination  its new location, in an existing folder
+    /// @param policy       what to do when something stands there; a folder never gives way
+    /// @throws Exception `NotFound` without the source or the folder of the destination and `ReadOnly` for a read-only folder or
+    ///         replaced file, both naming the source; `AlreadyExists` for what is in the way, naming the destination
     virtual void doMoveFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const = 0;
 
-    /// Removes an empty folder; one that holds anything is `FolderNotEmpty`.
+    /// Removes an empty folder.
+    /// @param iri  a folder
+    /// @throws Exception `NotFound` when no folder stands there, `FolderNotEmpty` when it holds anything, `ReadOnly` when it or
+    ///         its folder is read-only
     virtual void doRemoveFolder(const StorageIRI& iri) const = 0;
 
-    /// Removes a folder and everything below it, children first. Not atomic: a failure names the entry that
-    /// could not be removed, and what was removed before it is gone. An entry below that another thread has
-    /// removed already is no failure. Of the root, only what it holds is removed.
+    /// Removes a folder and everything below it, children first. Not atomic: what was removed before a failure is gone. An
+    /// entry below that another thread has removed already is no failure. Of the root, only what it holds is removed.
+    /// @param iri  a folder
+    /// @throws Exception as `doRemoveFile` and `doRemoveFolder`, naming the entry that could not be removed
     virtual void doRemoveFolderRecursively(const StorageIRI& iri) const;
 
-    /// Moves a folder with everything below it; moved folders become writable, moved files keep their flag.
-    /// Failures as for `doMoveFile`; a destination folder that holds anything, or a destination that is the
-    /// source or lies below it, is `AlreadyExists` too. A read-only folder below the source, or running out of
-    /// memory, may stop the move midway: what has been moved stays moved, and nothing else is lost than an
-    /// empty folder that was to be replaced.
+    /// Moves a folder with everything below it; moved folders become writable, moved files keep their flag. A read-only
+    /// folder below the source, or running out of memory, may stop the move midway: what has been moved stays moved, and
+    /// nothing else is lost than an empty folder that was to be replaced.
+    /// @param source       a folder
+    /// @param destination  its new location, in an existing folder
+    /// @param policy       what to do when something stands there; only an empty folder ever gives way
+    /// @throws Exception as `doMoveFile`; a destination that is the source or lies below it is `AlreadyExists` too
     virtual void doMoveFolder(const StorageIRI& source, const StorageIRI& destination,
                               const ReplacementPolicy& policy) const = 0;
 
-    /// The attributes of a file. A folder at `iri` is `NotFound`. Not one atomic snapshot.
+    /// The attributes of a file. Not one atomic snapshot.
+    /// @param iri  a file
+    /// @return its size, last-modified time and writable flag
+    /// @throws Exception `NotFound` when no file stands there
     virtual FileAttributes doGetFileAttributes(const StorageIRI& iri) const = 0;
 
-    /// The attributes of a folder. A file at `iri` is `NotFound`. Not one atomic snapshot.
+    /// The attributes of a folder. Not one atomic snapshot.
+    /// @param iri  a folder
+    /// @return its last-modified time and writable flag
+    /// @throws Exception `NotFound` when no folder stands there
     virtual FolderAttributes doGetFolderAttributes(const StorageIRI& iri) const = 0;
 
-    /// Opens a file for reading and writing.
+    /// Opens a file for reading and writing, at its beginning.
+    /// @param iri      a file, or where one is to be made
+    /// @param options  whether a missing file is made, an existing one emptied, and where writes go
+    /// @return the stream; the caller's own
+    /// @throws Exception `NotFound` without the folder, or when the file must exist and does not; `AlreadyExists` or `NotFound`
+    ///         when a folder stands there; `ReadOnly` when the file, or for a new one its folder, is read-only
     virtual std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                                      const ByteStreamOpenOptions& options) const = 0;
 
-    /// Opens a file for reading. The caller keeps writes away from the stream.
+    /// Opens a file for reading, at its beginning, also when it is read-only. The caller keeps writes away from the stream.
+    /// @param iri  a file
+    /// @return the stream; the caller's own
+    /// @throws Exception `NotFound` when nothing stands there; a folder is refused as by `doOpenStream`
     virtual std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const = 0;
 
-    /// Not offered by default: throws `NotOffered`.
+    /// Opens a stream whose writes take effect together. Not offered by default.
+    /// @param iri      a file
+    /// @param options  as for `doOpenStream`
+    /// @return the stream; the caller's own
+    /// @throws Exception `NotOffered`
     virtual std::unique_ptr<ByteStream> doOpenTransactionalStream(const StorageIRI& iri,
                                                                   const ByteStreamOpenOptions& options) const;
 
-    /// Not offered by default: throws `NotOffered`.
+    /// Opens a stream whose writes are gathered elsewhere until they take effect together. Not offered by default.
+    /// @param iri      a file
+    /// @param scratch  where they are gathered
+    /// @param options  as for `doOpenStream`
+    /// @return the stream; the caller's own
+    /// @throws Exception `NotOffered`
     virtual std::unique_ptr<ByteStream>
     doOpenTransactionalStreamAtScratchLocation(const StorageIRI& iri, const StorageIRI& scratch,
                                                const ByteStreamOpenOptions& options) const;
 
-    // Listings. Each is a snapshot of one folder, or of each folder in turn for the recursive ones. A listing
-    // yields files and folders (All), files or folders. A wildcard pattern is matched against an entry's own
-    // name, as `WildcardPattern` does. NamesOnly gives the names without the kinds. A recursive listing
-    // yields each folder before what it holds and every entry by its path relative to `iri`, with "/" between
-    // the names; its pattern chooses what is yielded, not which folders are entered, and a folder that is
-    // removed while the listing is made counts as empty. Listing a file or a missing folder is `NotFound`.
+    /// @name Listings
+    /// Each is a snapshot of one folder, or of each folder in turn for the recursive ones. A listing yields files and folders
+    /// (All), files or folders. A wildcard pattern is matched against an entry's own name, as `WildcardPattern` does.
+    /// NamesOnly gives the names without the kinds. A recursive listing yields each folder before what it holds and every
+    /// entry by its path relative to the listed folder, with "/" between the names; its pattern chooses what is yielded, not
+    /// which folders are entered, and a folder that is removed while the listing is made counts as empty.
+    /// @{
 
+    /// Files and folders in a folder.
+    /// @param iri  a folder
+    /// @return the listing, before its first step; the caller's own
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::unique_ptr<IFolderEntryIterator> doListAll(const StorageIRI& iri) const = 0;
+
+    /// Files and folders in a folder whose names match.
+    /// @param iri      a folder
+    /// @param pattern  of names
+    /// @return the listing, before its first step; the caller's own
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::unique_ptr<IFolderEntryIterator> doListAllWildcards(const StorageIRI& iri,
                                                                      std::u16string pattern) const;
+
+    /// Files in a folder.
+    /// @param iri  a folder
+    /// @return the listing, before its first step; the caller's own
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::unique_ptr<IFolderEntryIterator> doListFiles(const StorageIRI& iri) const = 0;
+
+    /// Files in a folder whose names match.
+    /// @param iri      a folder
+    /// @param pattern  of names
+    /// @return the listing, before its first step; the caller's own
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::unique_ptr<IFolderEntryIterator> doListFilesWildcards(const StorageIRI& iri,
                                                                        std::u16string pattern) const;
+
+    /// Folders in a folder.
+    /// @param iri  a folder
+    /// @return the listing, before its first step; the caller's own
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::unique_ptr<IFolderEntryIterator> doListFolders(const StorageIRI& iri) const = 0;
+
+    /// Folders in a folder whose names match.
+    /// @param iri      a folder
+    /// @param pattern  of names
+    /// @return the listing, before its first step; the caller's own
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::unique_ptr<IFolderEntryIterator> doListFoldersWildcards(const StorageIRI& iri,
                                                                          std::u16string pattern) const;
+
+    /// The names of files and folders in a folder.
+    /// @param iri  a folder
+    /// @return the names, in the order of the listing
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::vector<std::u16string> doListAllNamesOnly(const StorageIRI& iri) const;
+
+    /// The names of files and folders in a folder that match.
+    /// @param iri      a folder
+    /// @param pattern  of names
+    /// @return the names, in the order of the listing
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::vector<std::u16string> doListAllNamesOnlyWildcards(const StorageIRI& iri,
                                                                     std::u16string pattern) const;
+
+    /// The names of folders in a folder.
+    /// @param iri  a folder
+    /// @return the names, in the order of the listing
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::vector<std::u16string> doListFoldersNamesOnly(const StorageIRI& iri) const;
+
+    /// The names of folders in a folder that match.
+    /// @param iri      a folder
+    /// @param pattern  of names
+    /// @return the names, in the order of the listing
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::vector<std::u16string> doListFoldersNamesOnlyWildcards(const StorageIRI& iri,
                                                                         std::u16string pattern) const;
+
+    /// The names of files in a folder.
+    /// @param iri  a folder
+    /// @return the names, in the order of the listing
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::vector<std::u16string> doListFilesNamesOnly(const StorageIRI& iri) const;
+
+    /// The names of files in a folder that match.
+    /// @param iri      a folder
+    /// @param pattern  of names
+    /// @return the names, in the order of the listing
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::vector<std::u16string> doListFilesNamesOnlyWildcards(const StorageIRI& iri,
                                                                       std::u16string pattern) const;
+
+    /// Everything below a folder.
+    /// @param iri  a folder
+    /// @return the listing, before its first step; the caller's own
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::unique_ptr<IFolderEntryIterator> doListAllRecursive(const StorageIRI& iri) const;
+
+    /// Everything below a folder whose own name matches.
+    /// @param iri      a folder
+    /// @param pattern  of names
+    /// @return the listing, before its first step; the caller's own
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::unique_ptr<IFolderEntryIterator> doListAllRecursiveWildcards(const StorageIRI& iri,
                                                                               std::u16string pattern) const;
+
+    /// The relative paths of everything below a folder.
+    /// @param iri  a folder
+    /// @return the paths, in the order of the listing
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::vector<std::u16string> doListAllRecursiveNamesOnly(const StorageIRI& iri) const;
+
+    /// The relative paths of everything below a folder whose own name matches.
+    /// @param iri      a folder
+    /// @param pattern  of names
+    /// @return the paths, in the order of the listing
+    /// @throws Exception `NotFound` when no folder stands there
     virtual std::vector<std::u16string> doListAllRecursiveNamesOnlyWildcards(const StorageIRI& iri,
                                                                              std::u16string pattern) const;
 
-    /// Copies a file's bytes into a file of its own at `destination`, writable and with the current time.
-    /// Failures as for `doMoveFile`. The bytes are copied to a temporary file in the same folder, which is then
-    /// moved to the destination; so the copy is complete when it appears, a failure before that leaves the
-    /// destination as it was, and copying a file onto itself keeps its bytes. A failure removes the temporary
-    /// file unless the folder was moved or has become read-only meanwhile, or memory has run out for the removal
-    /// too.
+    /// @}
+
+    /// Copies a file's bytes into a file of its own, writable and with the current time. The bytes are copied to a temporary
+    /// file in the same folder, which is then moved to the destination; so the copy is complete when it appears, a failure
+    /// before that leaves the destination as it was, and copying a file onto itself keeps its bytes. A failure removes the
+    /// temporary file unless the folder was moved or has become read-only meanwhile, or memory has run out for the removal too.
+    /// @param source       a file
+    /// @param destination  the location of the copy, in an existing folder
+    /// @param policy       what to do when something stands there
+    /// @throws Exception as `doMoveFile`
     virtual void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const;
 
-    /// As `doCopyFile`, telling `progress` (which may be empty) how far it is.
+    /// As `doCopyFile`, telling how far it is.
+    /// @param source       a file
+    /// @param destination  the location of the copy, in an existing folder
+    /// @param policy       what to do when something stands there
+    /// @param progress     may be empty
+    /// @throws Exception as `doMoveFile`; and whatever `progress` throws
     virtual void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination,
                                   const ReplacementPolicy& policy, CopyProgress progress) const;
 
     /// Sets the last-modified time of a file or folder.
+    /// @param iri   a file or folder
     /// @param time  UTC, to the microsecond
+    /// @throws Exception `NotFound` when nothing stands there
     virtual void doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const = 0;
 
-    /// Sets the writable flag of a file or folder.
+    /// Sets the writable flag of a file or folder, also of a read-only one.
+    /// @param iri       a file or folder
+    /// @param writable  what the flag is to be
+    /// @throws Exception `NotFound` when nothing stands there
     virtual void doSetWritable(const StorageIRI& iri, bool writable) const = 0;
 
-    /// Not offered by default: throws `NotOffered`.
+    /// Tells of changes in a folder. Not offered by default.
+    /// @param iri       what to watch
+    /// @param callback  is called for each change
+    /// @throws Exception `NotOffered`
     virtual void doPublishFolderEventsFor(const StorageIRI& iri, EventCallback callback) const;
 
-    /// Not offered by default: throws `NotOffered`.
+    /// Tells of changes of a file. Not offered by default.
+    /// @param iri       what to watch
+    /// @param callback  is called for each change
+    /// @throws Exception `NotOffered`
     virtual void doPublishFileEventsFor(const StorageIRI& iri, EventCallback callback) const;
 
-    /// Not offered by default: throws `NotOffered`.
+    /// Ends telling of changes. Not offered by default.
+    /// @param iri  what was watched
+    /// @throws Exception `NotOffered`
     virtual void doStopPublishingEventsFor(const StorageIRI& iri) const;
 
-    /// Not offered by default: throws `NotOffered`.
+    /// Begins to look for changes again and again, where the storage does not tell of them. Not offered by default.
+    /// @param iri       what to watch
+    /// @param callback  is called for each change
+    /// @throws Exception `NotOffered`
     virtual void doStartChangePollingMechanism(const StorageIRI& iri, EventCallback callback) const;
 
-    /// Not offered by default: throws `NotOffered`.
+    /// Ends looking for changes. Not offered by default.
+    /// @param iri  what was watched
+    /// @throws Exception `NotOffered`
     virtual void doStopChangePollingMechanism(const StorageIRI& iri) const;
 
-    /// Whether the provider claims `feature`. Never fails.
+    /// Whether the provider claims a feature. Never fails.
+    /// @param feature  any number, also one that has no name here
+    /// @return false for whatever the provider does not know
     virtual bool doHasFeature(const ExtendedFeature& feature) const = 0;
 
-    /// The order of paths in this storage: by UTF-16 code units.
+    /// The order of paths in this storage: by UTF-16 code units by default.
+    /// @param iri  a location of the storage
+    /// @return the order; it must not outlive the library
     virtual PathComparator doGetPathComparator(const StorageIRI& iri) const;
 
     /// The location by its resolved path alone, the root as "/". Other spellings of a path are left as they are.
+    /// @param iri  any location
+    /// @return the location
     virtual StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const;
 
-    /// Names are case-sensitive by default.
+    /// Whether names that differ only in letter case are different names. They are by default.
+    /// @param iri  a location of the storage
+    /// @return the sensitivity
     virtual FilenameSensitivity doGetFilenameSensitivity(const StorageIRI& iri) const;
 
     /// Called once, when no other operation is under way or to come. Nothing to do by default.
     virtual void doShutdown();
 
-    /// Whether a file or a folder stands at `iri`.
+    /// Whether a file or a folder stands there.
+    /// @param iri  any location
+    /// @return false where nothing stands
     virtual bool doExists(const StorageIRI& iri) const;
 
-    /// What stands at `iri`.
+    /// What stands there.
+    /// @param iri  any location
+    /// @return `Missing`, `File` or `Folder`
     virtual EntryExistence doExistsExtended(const StorageIRI& iri) const;
 
     /// The attributes of a file or folder. Not one atomic snapshot.
+    /// @param iri  a file or folder
+    /// @return its kind, size, last-modified time and writable flag
+    /// @throws Exception `NotFound` when nothing stands there
     virtual ExtendedAttributes doGetExtendedAttributes(const StorageIRI& iri) const;
 
-    /// Not offered by default: throws `NotOffered`.
+    /// The room that the storage has. Not offered by default.
+    /// @param iri  a location of the storage
+    /// @return capacity and what is left of it
+    /// @throws Exception `NotOffered`
     virtual ProviderStorageInfo doGetProviderStorageInfo(const StorageIRI& iri) const;
 
-    /// Gives an existing file `size` bytes: a shrinking file keeps its first bytes, a growing one is filled
-    /// with zeros. Streams that are open on the file see the change. Not atomic: a shrinking file is emptied
-    /// and rewritten from a copy of the bytes that stay, which is held in memory meanwhile; growth that fails
-    /// keeps the zeros added so far.
+    /// Gives an existing file a size: a shrinking file keeps its first bytes, a growing one is filled with zeros. Streams that
+    /// are open on the file see the change. Not atomic: a shrinking file is emptied and rewritten from a copy of the bytes that
+    /// stay, which is held in memory meanwhile; growth that fails keeps the zeros added so far.
+    /// @param iri   a file
+    /// @param size  its bytes afterwards
+    /// @throws Exception `NotFound` when no file stands there, `ReadOnly` when it is read-only
     /// @throws std::length_error with the file unchanged when `size` is more than a `long` can hold
     virtual void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const;
 };

@@ -19,6 +19,7 @@ namespace foundation::storage::provider {
 /// defines.
 using ProviderEntryPoint = void(std::shared_ptr<IProvider>* provider);
 
+/// The name that hosts look the function up by.
 inline constexpr const char* providerEntryPointName = "buildProvider_V1";
 
 } // namespace foundation::storage::provider

@@ -6,10 +6,10 @@ namespace foundation::storage::provider {
 
 /// What a provider that publishes events reports of an entry.
 enum class StorageEventKind : std::int32_t {
-    Created = 0,
-    Changed = 1,
-    Removed = 2,
-    Moved = 3,
+    Created = 0, ///< it is new
+    Changed = 1, ///< its bytes or attributes are others
+    Removed = 2, ///< it is gone
+    Moved = 3,   ///< it is at another location
 };
 
 } // namespace foundation::storage::provider

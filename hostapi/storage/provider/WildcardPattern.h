@@ -13,19 +13,30 @@ namespace foundation::storage::provider {
 /// Thread safety: a value; matching from several threads is safe.
 class QZFL_EXPORT WildcardPattern {
 public:
+    /// One step of a pattern.
     struct Element {
-        enum class Kind { Literal, AnyCharacter, AnyRun };
+        /// What it stands for.
+        enum class Kind {
+            Literal,      ///< one code unit, itself
+            AnyCharacter, ///< "?"
+            AnyRun,       ///< "*"
+        };
 
-        Kind kind;
+        Kind kind;     ///< what it stands for
         char16_t unit; ///< the code unit of a Literal; unused otherwise
     };
 
     /// Every "*" and "?" of `text` is a wildcard.
+    /// @param text  the pattern
     explicit WildcardPattern(std::u16string_view text);
 
     /// For callers in whose language wildcards can be quoted.
+    /// @param elements  the pattern, step by step
     explicit WildcardPattern(std::vector<Element> elements);
 
+    /// Whether the pattern stands for a name.
+    /// @param name  the whole name
+    /// @return true when all of it matches
     bool matches(std::u16string_view name) const noexcept;
 
 private:

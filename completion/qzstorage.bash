@@ -1,0 +1,52 @@
+# Completion of qzstorage for bash.
+
+# The candidates for the word under the cursor go to COMPREPLY.
+_qzstorage_words() {
+    mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current")
+}
+
+_qzstorage_paths() {
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen "-$1" -- "$current")
+}
+
+# The candidates for what follows an option that takes a value; fails when $1 is no such option.
+_qzstorage_value() {
+    case $1 in
+        --plugin | --junit) _qzstorage_paths f ;;
+        --import | --export-on-exit) _qzstorage_paths d ;;
+        --profile) _qzstorage_words "any in-memory" ;;
+        --threads | --only | --seed | --timeout | --jobs) COMPREPLY=() ;;
+        *) return 1 ;;
+    esac
+}
+
+_qzstorage() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command="" i
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        case ${COMP_WORDS[i]} in
+            --plugin) ((i++)) ;;
+            -*) ;;
+            *)
+                command=${COMP_WORDS[i]}
+                break
+                ;;
+        esac
+    done
+    COMPREPLY=()
+    ! _qzstorage_value "$previous" || return 0
+    case $command:$current in
+        shell:-* | run:-*) _qzstorage_words "--help --plugin --keep-going" ;;
+        mount:-*)
+            _qzstorage_words "--help --plugin --background --import --export-on-exit --read-only --allow-other --threads"
+            ;;
+        validate:-*) _qzstorage_words "--help --plugin --profile --list --only --json --junit --seed --timeout --jobs" ;;
+        inspect:-*) _qzstorage_words "--help --plugin --json" ;;
+        run:* | validate:* | inspect:*) _qzstorage_paths f ;;
+        mount:*) _qzstorage_paths d ;;
+        :-*) _qzstorage_words "--help --version --plugin" ;;
+        :*) _qzstorage_words "shell run mount validate inspect" ;;
+    esac
+}
+
+complete -F _qzstorage qzstorage

@@ -1,0 +1,60 @@
+#include "LoadedPlugin.h"
+
+#include "PluginError.h"
+
+#include <hostapi/storage/provider/ProviderEntryPoint.h>
+
+#include <dlfcn.h>
+
+#include <exception>
+#include <utility>
+
+using foundation::storage::provider::IProvider;
+using foundation::storage::provider::ProviderEntryPoint;
+using foundation::storage::provider::providerEntryPointName;
+
+namespace {
+
+// [owner]
+/// A provider and the library that it came from. The members are destroyed from the last to the first.
+struct ProviderInLibrary {
+    std::shared_ptr<void> library;
+    std::shared_ptr<IProvider> provider;
+};
+// [owner]
+
+} // namespace
+
+// [load]
+LoadedPlugin::LoadedPlugin(const std::filesystem::path& path) : path_(path.string()) {
+    // LOCAL keeps the names of two plug-ins apart. Exceptions are caught by type all the same: their classes live in the
+    // libraries that the host itself is linked with.
+    void* const handle = ::dlopen(path_.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+        throw PluginError(std::string("cannot be loaded: ") + ::dlerror());
+    }
+    library_.reset(handle, ::dlclose);
+}
+// [load]
+
+// [build]
+std::shared_ptr<IProvider> LoadedPlugin::buildProvider() const {
+    auto* const build =
+        reinterpret_cast<ProviderEntryPoint*>(::dlsym(library_.get(), providerEntryPointName));
+    if (build == nullptr) {
+        throw PluginError(path_ + ": not a provider plug-in, for it exports no " + providerEntryPointName);
+    }
+    std::shared_ptr<IProvider> provider;
+    try {
+        build(&provider);
+    } catch (const std::exception& failure) {
+        throw PluginError(path_ + ": gave no provider: " + failure.what());
+    }
+    if (!provider) {
+        throw PluginError(path_ + ": gave no provider");
+    }
+    // The host's pointer is of the host's own making, so that copies of it, weak ones too, need nothing of the library.
+    auto owner = std::make_shared<ProviderInLibrary>(ProviderInLibrary{library_, std::move(provider)});
+    return std::shared_ptr<IProvider>(owner, owner->provider.get());
+}
+// [build]
