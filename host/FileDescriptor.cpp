@@ -18,6 +18,13 @@ FileDescriptor::FileDescriptor(const std::string& path, int flags, unsigned mode
     }
 }
 
+FileDescriptor FileDescriptor::adopt(int number, std::string name) {
+    FileDescriptor adopted;
+    adopted.path_ = std::move(name);
+    adopted.number_ = number;
+    return adopted;
+}
+
 FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
     : path_(std::move(other.path_)), number_(std::exchange(other.number_, -1)) {}
 

@@ -18,6 +18,9 @@ public:
     /// @param mode   permissions of a file that is created, before the umask
     /// @throws Interrupted when a signal ends an opening that waits
     FileDescriptor(const std::string& path, int flags, unsigned mode = 0);
+    /// Takes over a descriptor that is open already.
+    /// @param name  stands for the path in failures
+    static FileDescriptor adopt(int number, std::string name);
     FileDescriptor(FileDescriptor&& other) noexcept;
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
@@ -39,6 +42,8 @@ public:
     void close();
 
 private:
+    FileDescriptor() = default;
+
     std::string path_;
     int number_ = -1;
 };

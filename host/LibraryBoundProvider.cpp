@@ -18,17 +18,23 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-/// A plug-in that gives nothing is told from one that gives something.
-template <class Bound, class Made>
-std::unique_ptr<Made> boundTo(const std::shared_ptr<void>& library, std::unique_ptr<Made> made) {
-    return made ? std::make_unique<Bound>(library, std::move(made)) : nullptr;
+/// What `make` has the plug-in make, bound to its library. The memory for that is taken first: the plug-in must not have
+/// done something that is then lost for want of it. A plug-in that gives nothing is told from one that gives something.
+template <class Bound, class Make>
+auto boundTo(const std::shared_ptr<void>& library, const Make& make) -> decltype(make()) {
+    auto bound = std::make_unique<Bound>(library);
+    return bound->take(make()) ? std::move(bound) : nullptr;
 }
 
 /// The library stands before what came out of it, and so goes after it.
 class BoundStream final : public ByteStream {
 public:
-    BoundStream(std::shared_ptr<void> library, std::unique_ptr<ByteStream> stream) noexcept
-        : library_(std::move(library)), stream_(std::move(stream)) {}
+    explicit BoundStream(std::shared_ptr<void> library) noexcept : library_(std::move(library)) {}
+
+    bool take(std::unique_ptr<ByteStream> stream) noexcept {
+        stream_ = std::move(stream);
+        return stream_ != nullptr;
+    }
 
     long read(char* buffer, long count) override { return stream_->read(buffer, count); }
     long write(const char* buffer, long count) override { return stream_->write(buffer, count); }
@@ -45,14 +51,18 @@ private:
 /// As BoundStream.
 class BoundListing final : public IFolderEntryIterator {
 public:
-    BoundListing(std::shared_ptr<void> library, std::unique_ptr<IFolderEntryIterator> listing) noexcept
-        : library_(std::move(library)), listing_(std::move(listing)) {}
+    explicit BoundListing(std::shared_ptr<void> library) noexcept : library_(std::move(library)) {}
+
+    bool take(std::unique_ptr<IFolderEntryIterator> listing) noexcept {
+        listing_ = std::move(listing);
+        return listing_ != nullptr;
+    }
 
     FolderEntry getEntry() const override { return listing_->getEntry(); }
     bool hasNext() const override { return listing_->hasNext(); }
     void step() override { listing_->step(); }
     std::unique_ptr<IFolderEntryIterator> clone() const override {
-        return boundTo<BoundListing>(library_, listing_->clone());
+        return boundTo<BoundListing>(library_, [this] { return listing_->clone(); });
     }
 
 private:
@@ -124,49 +134,54 @@ FolderAttributes LibraryBoundProvider::doGetFolderAttributes(const StorageIRI& i
 
 std::unique_ptr<ByteStream> LibraryBoundProvider::doOpenStream(const StorageIRI& iri,
                                                                const ByteStreamOpenOptions& options) const {
-    return bound(provider_->doOpenStream(iri, options));
+    return boundTo<BoundStream>(library_, [&] { return provider_->doOpenStream(iri, options); });
 }
 
 std::unique_ptr<ByteStream> LibraryBoundProvider::doOpenReadOnlyStream(const StorageIRI& iri) const {
-    return bound(provider_->doOpenReadOnlyStream(iri));
+    return boundTo<BoundStream>(library_, [&] { return provider_->doOpenReadOnlyStream(iri); });
 }
 
 std::unique_ptr<ByteStream>
 LibraryBoundProvider::doOpenTransactionalStream(const StorageIRI& iri,
                                                 const ByteStreamOpenOptions& options) const {
-    return bound(provider_->doOpenTransactionalStream(iri, options));
+    return boundTo<BoundStream>(library_, [&] { return provider_->doOpenTransactionalStream(iri, options); });
 }
 
 std::unique_ptr<ByteStream> LibraryBoundProvider::doOpenTransactionalStreamAtScratchLocation(
     const StorageIRI& iri, const StorageIRI& scratch, const ByteStreamOpenOptions& options) const {
-    return bound(provider_->doOpenTransactionalStreamAtScratchLocation(iri, scratch, options));
+    return boundTo<BoundStream>(library_, [&] {
+        return provider_->doOpenTransactionalStreamAtScratchLocation(iri, scratch, options);
+    });
 }
 
 std::unique_ptr<IFolderEntryIterator> LibraryBoundProvider::doListAll(const StorageIRI& iri) const {
-    return bound(provider_->doListAll(iri));
+    return boundTo<BoundListing>(library_, [&] { return provider_->doListAll(iri); });
 }
 
 std::unique_ptr<IFolderEntryIterator> LibraryBoundProvider::doListAllWildcards(const StorageIRI& iri,
                                                                                std::u16string pattern) const {
-    return bound(provider_->doListAllWildcards(iri, std::move(pattern)));
+    return boundTo<BoundListing>(library_,
+                                 [&] { return provider_->doListAllWildcards(iri, std::move(pattern)); });
 }
 
 std::unique_ptr<IFolderEntryIterator> LibraryBoundProvider::doListFiles(const StorageIRI& iri) const {
-    return bound(provider_->doListFiles(iri));
+    return boundTo<BoundListing>(library_, [&] { return provider_->doListFiles(iri); });
 }
 
 std::unique_ptr<IFolderEntryIterator>
 LibraryBoundProvider::doListFilesWildcards(const StorageIRI& iri, std::u16string pattern) const {
-    return bound(provider_->doListFilesWildcards(iri, std::move(pattern)));
+    return boundTo<BoundListing>(library_,
+                                 [&] { return provider_->doListFilesWildcards(iri, std::move(pattern)); });
 }
 
 std::unique_ptr<IFolderEntryIterator> LibraryBoundProvider::doListFolders(const StorageIRI& iri) const {
-    return bound(provider_->doListFolders(iri));
+    return boundTo<BoundListing>(library_, [&] { return provider_->doListFolders(iri); });
 }
 
 std::unique_ptr<IFolderEntryIterator>
 LibraryBoundProvider::doListFoldersWildcards(const StorageIRI& iri, std::u16string pattern) const {
-    return bound(provider_->doListFoldersWildcards(iri, std::move(pattern)));
+    return boundTo<BoundListing>(library_,
+                                 [&] { return provider_->doListFoldersWildcards(iri, std::move(pattern)); });
 }
 
 std::vector<std::u16string> LibraryBoundProvider::doListAllNamesOnly(const StorageIRI& iri) const {
@@ -197,12 +212,13 @@ LibraryBoundProvider::doListFilesNamesOnlyWildcards(const StorageIRI& iri, std::
 }
 
 std::unique_ptr<IFolderEntryIterator> LibraryBoundProvider::doListAllRecursive(const StorageIRI& iri) const {
-    return bound(provider_->doListAllRecursive(iri));
+    return boundTo<BoundListing>(library_, [&] { return provider_->doListAllRecursive(iri); });
 }
 
 std::unique_ptr<IFolderEntryIterator>
 LibraryBoundProvider::doListAllRecursiveWildcards(const StorageIRI& iri, std::u16string pattern) const {
-    return bound(provider_->doListAllRecursiveWildcards(iri, std::move(pattern)));
+    return boundTo<BoundListing>(
+        library_, [&] { return provider_->doListAllRecursiveWildcards(iri, std::move(pattern)); });
 }
 
 std::vector<std::u16string> LibraryBoundProvider::doListAllRecursiveNamesOnly(const StorageIRI& iri) const {
@@ -293,15 +309,6 @@ ProviderStorageInfo LibraryBoundProvider::doGetProviderStorageInfo(const Storage
 
 void LibraryBoundProvider::doTruncateToSize(const StorageIRI& iri, unsigned long long size) const {
     provider_->doTruncateToSize(iri, size);
-}
-
-std::unique_ptr<ByteStream> LibraryBoundProvider::bound(std::unique_ptr<ByteStream> stream) const {
-    return boundTo<BoundStream>(library_, std::move(stream));
-}
-
-std::unique_ptr<IFolderEntryIterator>
-LibraryBoundProvider::bound(std::unique_ptr<IFolderEntryIterator> listing) const {
-    return boundTo<BoundListing>(library_, std::move(listing));
 }
 
 } // namespace storage::host

@@ -102,9 +102,6 @@ public:
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override;
 
 private:
-    std::unique_ptr<ByteStream> bound(std::unique_ptr<ByteStream> stream) const;
-    std::unique_ptr<IFolderEntryIterator> bound(std::unique_ptr<IFolderEntryIterator> listing) const;
-
     std::shared_ptr<void> library_;
     std::shared_ptr<IProvider> provider_; // after the library, so that it goes first
 };

@@ -8,6 +8,10 @@
 
 namespace storage::host {
 
+/// What a listing has left, in its own order.
+std::vector<foundation::storage::provider::FolderEntry>
+readEntries(std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> listing);
+
 /// The entries of a listing in the order of their names' code units.
 std::vector<foundation::storage::provider::FolderEntry>
 sortedEntries(std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> listing);

@@ -4,7 +4,6 @@
 #include "host/LibraryBoundProvider.h"
 #include "host/PluginError.h"
 #include "host/Utf.h"
-#include "hostapi/storage/provider/ProviderEntryPoint.h"
 
 #include <cerrno>
 #include <cstring>
@@ -101,23 +100,36 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     handle_.reset(handle, ::dlclose);
 }
 
-std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildProvider() const {
-    const auto entryPoint =
+ProviderEntryPoint* PluginLibrary::entryPoint() const {
+    const auto function =
         reinterpret_cast<ProviderEntryPoint*>(::dlsym(handle_.get(), providerEntryPointName));
-    if (entryPoint == nullptr) {
+    if (function == nullptr) {
         throw pluginError(path_,
                           std::string("not a storage-provider plug-in: it has no ") + providerEntryPointName);
     }
+    return function;
+}
+
+std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildProvider() const {
+    return std::make_shared<LibraryBoundProvider>(handle_, buildUnboundProvider());
+}
+
+void PluginLibrary::lookAtProvider(const std::function<void(const IProvider&)>& look) const {
+    look(*buildUnboundProvider());
+}
+
+std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildUnboundProvider() const {
+    ProviderEntryPoint* const build = entryPoint();
     std::shared_ptr<IProvider> provider;
     try {
-        entryPoint(&provider);
+        build(&provider);
     } catch (...) {
         throw pluginError(path_, "the plug-in gave no provider: " + Failure::ofCurrentException("").reason);
     }
     if (!provider) {
         throw pluginError(path_, "the plug-in gave no provider");
     }
-    return std::make_shared<LibraryBoundProvider>(handle_, std::move(provider));
+    return provider;
 }
 
 } // namespace storage::host

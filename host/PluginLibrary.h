@@ -1,7 +1,9 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ProviderEntryPoint.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -20,11 +22,25 @@ public:
     /// @throws PluginError
     explicit PluginLibrary(const std::string& path);
 
+    /// The shared library on disk, as it was given.
+    const std::string& path() const { return path_; }
+
+    /// The plug-in's own function. Unlike those of `buildProvider`, the providers that it makes do not hold the library.
+    /// @throws PluginError when there is none
+    foundation::storage::provider::ProviderEntryPoint* entryPoint() const;
+
     /// A new provider, which may outlive this object.
     /// @throws PluginError
     std::shared_ptr<IProvider> buildProvider() const;
 
+    /// Shows the provider itself, without what keeps the library loaded: it is there for the call alone, and so must be
+    /// all that comes out of it.
+    /// @throws PluginError
+    void lookAtProvider(const std::function<void(const IProvider&)>& look) const;
+
 private:
+    std::shared_ptr<IProvider> buildUnboundProvider() const;
+
     std::string path_;
     std::shared_ptr<void> handle_;
 };

@@ -1,9 +1,12 @@
 #include "host/ProgramOptions.h"
 
+#include "host/UsageError.h"
+#include "host/inspect/InspectSyntax.h"
+#include "host/mount/MountSyntax.h"
+#include "host/validate/ValidateSyntax.h"
+
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
-#include <thread>
 
 namespace storage::host {
 
@@ -11,8 +14,9 @@ namespace {
 
 constexpr const char* description =
     R"(A shell for storage-provider plug-ins: lists, reads, writes, moves, imports, exports
-and checks the files of a storage, or mounts it as a folder for every program. By default
-that is the in-memory one, whose content lasts as long as the session or the mount.)";
+and checks the files of a storage, or mounts it as a folder for every program; and tells
+whether a plug-in keeps the rules that hosts rely on. By default the plug-in is the in-memory
+one, whose content lasts as long as the session or the mount.)";
 
 constexpr const char* examples = R"(Examples:
   qzstorage shell                     work at a prompt; 'help' lists the commands
@@ -21,6 +25,8 @@ constexpr const char* examples = R"(Examples:
   printf '%s\n' 'import /usr/include /include' "find /include -name '*.hpp'" check | qzstorage shell
   qzstorage --plugin ./libmyprovider.so shell
   qzstorage mount --background ~/fast  mount it at a folder; 'fusermount3 -u ~/fast' ends it
+  qzstorage validate ./libmyprovider.so  does it keep the rules that hosts rely on?
+  qzstorage inspect ./libmyprovider.so   what is in it?
 
 Exit status: 0 all went well, 1 a command failed, 2 wrong usage, 130 interrupted.)";
 
@@ -32,87 +38,48 @@ std::string defaultPlugin() {
     return !std::filesystem::exists(installed) && std::filesystem::exists(beside) ? beside : installed;
 }
 
-/// More threads than processors would only take turns, and one alone would let a long write hold up everybody.
-unsigned usualThreads() {
-    return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
-}
-
-/// The options of `mount`, to be read by the library and then made a value.
-class MountSyntax {
+/// The options of `shell` and `run`, to be read by the library.
+class LinesSyntax {
 public:
-    explicit MountSyntax(CLI::App& app) {
-        command_ = app.add_subcommand("mount", "Mount the storage at a folder, for every program to use");
-        command_->add_option("MOUNTPOINT", options_.mountPoint, "The folder")->required()->type_name("");
-        command_->add_flag("--background", background_, "Return as soon as the mount answers");
-        command_->add_option("--import", import_, "Begin with the content of a folder of the disk")
-            ->type_name("DISK-PATH");
-        command_->add_option("--export-on-exit", export_, "Copy the content to the disk at the end")
-            ->type_name("DISK-PATH");
-        command_->add_flag("--read-only", readOnly_, "Refuse all changes");
-        command_->add_flag("--allow-other", allowOther_,
-                           "Let other users in, as far as permissions let them");
-        command_->add_option("--threads", options_.threads, "How many requests to work on at once")
-            ->type_name("N")
-            ->check(CLI::Range(1, 256).description(""))
-            ->capture_default_str();
+    explicit LinesSyntax(CLI::App& app) : run_(app.add_subcommand("run", "Run the lines of a script")) {
+        CLI::App* const shell =
+            app.add_subcommand("shell", "Run lines typed at a prompt, or from the standard input");
+        for (CLI::App* const command : {shell, run_}) {
+            command->add_flag("--keep-going", keepGoing_, "Go on after a command that failed");
+        }
+        run_->add_option("SCRIPT", script_, "The script's path")->required()->type_name("");
     }
 
-    /// @throws UsageError
-    std::optional<MountOptions> result() const {
-        if (!*command_) {
-            return std::nullopt;
-        }
-        MountOptions options = options_;
-        options.mountPoint = absolute(options_.mountPoint);
-        options.importFrom = import_ ? std::optional(absolute(*import_)) : std::nullopt;
-        options.exportTo = export_ ? std::optional(absolute(*export_)) : std::nullopt;
-        options.place = background_ ? MountOptions::Place::Background : MountOptions::Place::Foreground;
-        options.writing = readOnly_ ? MountOptions::Writing::Refused : MountOptions::Writing::Allowed;
-        options.users = allowOther_ ? MountOptions::Users::Everybody : MountOptions::Users::Owner;
-        return options;
+    std::optional<std::string> script() const { return *run_ ? std::optional(script_) : std::nullopt; }
+
+    FailureHandling failureHandling() const {
+        return keepGoing_ ? FailureHandling::KeepGoing : FailureHandling::Stop;
     }
 
 private:
-    static std::string absolute(const std::string& path) {
-        if (path.empty()) {
-            throw UsageError("the path of a folder is empty");
-        }
-        // As it is written otherwise: ".." behind a link leads elsewhere than the text says.
-        const std::string whole = std::filesystem::absolute(path);
-        return whole.substr(0, std::max<std::size_t>(whole.find_last_not_of('/') + 1, 1));
-    }
-
-    CLI::App* command_;
-    MountOptions options_{.threads = usualThreads()};
-    std::optional<std::string> import_;
-    std::optional<std::string> export_;
-    bool background_ = false;
-    bool readOnly_ = false;
-    bool allowOther_ = false;
+    CLI::App* run_;
+    std::string script_;
+    bool keepGoing_ = false;
 };
+
+bool isEmpty(const std::optional<std::string>& path) {
+    return path && path->empty();
+}
 
 } // namespace
 
 ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     ProgramOptions options;
-    std::string script;
-    bool keepGoing = false;
+    std::optional<std::string> plugin;
     CLI::App app(description, "qzstorage");
     app.set_version_flag("--version", "qzstorage " QZSTORAGE_VERSION);
     app.require_subcommand(1);
     app.fallthrough(); // options of the program are understood behind a subcommand too
-    const CLI::Option* const plugin =
-        app.add_option("--plugin", options.plugin, "The plug-in's shared library")->type_name("PATH");
-
-    CLI::App* const shell =
-        app.add_subcommand("shell", "Run lines typed at a prompt, or from the standard input");
-    CLI::App* const run = app.add_subcommand("run", "Run the lines of a script");
-    for (CLI::App* const command : {shell, run}) {
-        command->add_flag("--keep-going", keepGoing, "Go on after a command that failed");
-    }
+    app.add_option("--plugin", plugin, "The plug-in's shared library")->type_name("PATH");
+    const LinesSyntax lines(app);
     const MountSyntax mount(app);
-    run->add_option("SCRIPT", script, "The script's path")->required()->type_name("");
-
+    const ValidateSyntax validate(app);
+    const InspectSyntax inspect(app);
     app.footer(examples); // only now, as subcommands would take it over
 
     try {
@@ -126,19 +93,20 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
     }
-    if (*run) {
-        options.script = script;
+    options.script = lines.script();
+    options.failureHandling = lines.failureHandling();
+    options.mount = mount.result();
+    options.validate = validate.result(plugin);
+    options.inspect = inspect.result(plugin);
+    if (options.validate) {
+        plugin = options.validate->plugin;
+    } else if (options.inspect) {
+        plugin = options.inspect->plugin;
     }
-    if ((plugin->count() > 0 && options.plugin.empty()) || (options.script && options.script->empty())) {
+    if (isEmpty(plugin) || isEmpty(options.script)) {
         throw UsageError("the path of a script or plug-in is empty");
     }
-    options.mount = mount.result();
-    if (keepGoing) {
-        options.failureHandling = FailureHandling::KeepGoing;
-    }
-    if (options.plugin.empty()) {
-        options.plugin = defaultPlugin();
-    }
+    options.plugin = plugin ? *plugin : defaultPlugin();
     return options;
 }
 

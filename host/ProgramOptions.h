@@ -2,7 +2,9 @@
 
 #include "host/FailureHandling.h"
 #include "host/UsageError.h"
+#include "host/inspect/InspectOptions.h"
 #include "host/mount/MountOptions.h"
+#include "host/validate/ValidateOptions.h"
 
 #include <optional>
 #include <string>
@@ -14,8 +16,10 @@ struct ProgramOptions {
     std::string plugin;                ///< path of the plug-in
     std::optional<std::string> script; ///< path of the script; none for the standard input or a terminal
     FailureHandling failureHandling = FailureHandling::Stop;
-    std::optional<MountOptions> mount;  ///< to be mounted instead of running lines
-    std::optional<std::string> message; ///< to be printed instead of running anything
+    std::optional<MountOptions> mount;       ///< to be mounted instead of running lines
+    std::optional<ValidateOptions> validate; ///< to be held to the rules instead
+    std::optional<InspectOptions> inspect;   ///< to be looked at instead
+    std::optional<std::string> message;      ///< to be printed instead of running anything
 
     /// @throws UsageError
     static ProgramOptions parse(int argc, const char* const* argv);

@@ -1,3 +1,4 @@
+#include "host/CommandError.h"
 #include "host/DescriptorLineSource.h"
 #include "host/DescriptorOutput.h"
 #include "host/FileDescriptor.h"
@@ -8,7 +9,10 @@
 #include "host/Shell.h"
 #include "host/TerminalLineSource.h"
 #include "host/Utf.h"
+#include "host/inspect/InspectRun.h"
 #include "host/mount/MountRun.h"
+#include "host/validate/CheckCatalogue.h"
+#include "host/validate/ValidateRun.h"
 
 #include <cerrno>
 #include <csignal>
@@ -82,6 +86,19 @@ ExitStatus runSession(const ProgramOptions& options, Console& console) {
     return status;
 }
 
+ExitStatus runTask(const ProgramOptions& options, Console& console) {
+    if (options.mount) {
+        return runMount(options.plugin, *options.mount, console);
+    }
+    if (options.validate) {
+        return runValidate(options.plugin, *options.validate, checkCatalogue(), console);
+    }
+    if (options.inspect) {
+        return runInspect(options.plugin, *options.inspect, console);
+    }
+    return runSession(options, console);
+}
+
 ExitStatus runProgram(const ProgramOptions& options) {
     DescriptorOutput buffer(STDOUT_FILENO);
     std::ostream out(&buffer);
@@ -92,8 +109,7 @@ ExitStatus runProgram(const ProgramOptions& options) {
             out << *options.message << std::flush;
             return ExitStatus::Success;
         }
-        return options.mount ? runMount(options.plugin, *options.mount, console)
-                             : runSession(options, console);
+        return runTask(options, console);
     } catch (const OutputError& error) {
         if (error.code().value() != EPIPE) { // whose reader is gone wants no more to be said
             std::cerr << "qzstorage: standard output: " << error.code().message() << '\n';
@@ -112,6 +128,11 @@ ExitStatus runGuarded(int argc, const char* const* argv) {
     } catch (const UsageError& error) {
         complain(std::string(error.what()) + " (try 'qzstorage --help')");
         return ExitStatus::Usage;
+    } catch (const Interrupted& interrupted) {
+        complain(interrupted.what());
+        return ExitStatus::Interrupted;
+    } catch (const CommandError& error) {
+        complain(error.path() + ": " + error.what());
     } catch (const std::bad_alloc&) {
         std::fputs("qzstorage: out of memory\n", stderr);
     } catch (const std::exception& error) {

@@ -2,10 +2,12 @@
 
 #include "host/Failure.h"
 #include "host/Utf.h"
+#include "host/validate/CheckContext.h"
 #include "host/validate/CheckSkipped.h"
 #include "host/validate/RuleBroken.h"
+#include "host/validate/StreamSteps.h"
+#include "host/validate/TreeDescription.h"
 
-#include <array>
 #include <fmt/format.h>
 
 namespace storage::host {
@@ -58,14 +60,16 @@ void makeFile(const IProvider& provider, const StorageIRI& iri, std::string_view
 }
 
 std::string contentOf(const IProvider& provider, const StorageIRI& iri) {
-    const auto stream = provider.doOpenReadOnlyStream(iri);
-    std::array<char, 65536> block{};
-    std::string content;
-    long count = 0;
-    while ((count = stream->read(block.data(), static_cast<long>(block.size()))) > 0) {
-        content.append(block.data(), static_cast<std::size_t>(count));
-    }
-    return content;
+    return readRest(*openForReading(provider, iri));
+}
+
+void expectRefusal(CheckContext& context, const std::function<void()>& action, ErrorCode code,
+                   const StorageIRI& location, std::string_view operation) {
+    const std::string before = describeTree(context.provider(), context.at(u""));
+    expectFailure(action, code, location, operation);
+    const std::string after = describeTree(context.provider(), context.at(u""));
+    expect(after == before,
+           fmt::format("{} fails, but changes something; before:\n{}\nafter:\n{}", operation, before, after));
 }
 
 } // namespace storage::host

@@ -1,13 +1,20 @@
+#include "host/Listing.h"
+#include "host/Utf.h"
 #include "host/validate/CheckContext.h"
 #include "host/validate/Expectations.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/EntryKind.h"
 
 #include <array>
+#include <fmt/format.h>
+#include <map>
+#include <optional>
 
 namespace storage::host::checks {
 
 using namespace foundation::storage::provider;
 
+namespace creating_and_removing_checks {
 namespace {
 
 void newFileIsEmpty(CheckContext& context) {
@@ -18,26 +25,386 @@ void newFileIsEmpty(CheckContext& context) {
     expect(contentOf(provider, file).empty(), "the new file has bytes");
 }
 
-void creatingOverFileFails(CheckContext& context) {
+void newFolderIsEmpty(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI folder = context.at(u"d");
+    provider.doCreateFolder(folder);
+    expect(provider.doFolderExists(folder), "the new folder does not exist");
+    expect(!provider.doListAll(folder)->hasNext(), "the new folder holds something");
+}
+
+void fileOverFile(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI file = context.at(u"f");
     makeFile(provider, file, "kept");
-    expectFailure([&] { provider.doCreateFile(file); }, ErrorCode::AlreadyExists, file,
-                  "creating a file where a file is");
-    expect(contentOf(provider, file) == "kept", "creating a file where a file is changes its bytes");
+    expectRefusal(
+        context, [&] { provider.doCreateFile(file); }, ErrorCode::AlreadyExists, file,
+        "creating a file where a file is");
 }
 
+template <const EntryKind& wanted, const EntryKind& there>
+void overAnEntry(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"e");
+    (provider.*there.create)(entry);
+    expectRefusal(
+        context, [&] { (provider.*wanted.create)(entry); }, ErrorCode::AlreadyExists, entry,
+        fmt::format("creating a {} where a {} is", wanted.name, there.name));
+}
+
+template <const EntryKind& kind>
+void creatingInMissingFolder(CheckContext& context) {
+    const StorageIRI entry = context.at(u"missing/e");
+    expectRefusal(
+        context, [&] { (context.provider().*kind.create)(entry); }, ErrorCode::NotFound, entry,
+        fmt::format("creating a {} in a folder that is not there", kind.name));
+}
+
+template <const EntryKind& kind>
+void creatingBelowFile(CheckContext& context) {
+    makeFile(context.provider(), context.at(u"f"), "kept");
+    const StorageIRI entry = context.at(u"f/e");
+    expectRefusal(
+        context, [&] { (context.provider().*kind.create)(entry); }, ErrorCode::NotFound, entry,
+        fmt::format("creating a {} below a file", kind.name));
+}
+
+void removedFileIsGone(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "old");
+    provider.doRemoveFile(file);
+    expect(!provider.doFileExists(file), "the removed file exists");
+    expect(!provider.doListAll(context.at(u""))->hasNext(), "the removed file is listed");
+    provider.doCreateFile(file);
+    expect(contentOf(provider, file).empty(), "a new file in place of a removed one has bytes");
+}
+
+void removedFolderIsGone(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI folder = context.at(u"d");
+    provider.doCreateFolder(folder);
+    provider.doRemoveFolder(folder);
+    expect(!provider.doFolderExists(folder), "the removed folder exists");
+    expect(!provider.doListAll(context.at(u""))->hasNext(), "the removed folder is listed");
+    provider.doCreateFile(folder);
+    expect(provider.doFileExists(folder), "a file cannot take the place of a removed folder");
+}
+
+template <const EntryKind& kind>
+void removingMissing(CheckContext& context) {
+    const StorageIRI entry = context.at(u"missing");
+    expectRefusal(
+        context, [&] { (context.provider().*kind.remove)(entry); }, ErrorCode::NotFound, entry,
+        fmt::format("removing a {} that is not there", kind.name));
+}
+
+template <const EntryKind& kind>
+void removingInMissingFolder(CheckContext& context) {
+    const StorageIRI entry = context.at(u"missing/e");
+    expectRefusal(
+        context, [&] { (context.provider().*kind.remove)(entry); }, ErrorCode::NotFound, entry,
+        fmt::format("removing a {} in a folder that is not there", kind.name));
+}
+
+template <const EntryKind& wanted, const EntryKind& there>
+void removingOtherKind(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"e");
+    (provider.*there.create)(entry);
+    expectRefusal(
+        context, [&] { (provider.*wanted.remove)(entry); }, ErrorCode::NotFound, entry,
+        fmt::format("removing a {} as a {}", there.name, wanted.name));
+}
+
+template <const EntryKind& inside>
+void removingNonEmptyFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI folder = context.at(u"d");
+    provider.doCreateFolder(folder);
+    (provider.*inside.create)(context.at(u"d/e"));
+    expectRefusal(
+        context, [&] { provider.doRemoveFolder(folder); }, ErrorCode::FolderNotEmpty, folder,
+        fmt::format("removing a folder that holds a {}", inside.name));
+}
+
+void removingEmptiedFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI folder = context.at(u"d");
+    provider.doCreateFolder(folder);
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        (provider.*kind->create)(context.at(u"d/e"));
+        (provider.*kind->remove)(context.at(u"d/e"));
+    }
+    provider.doRemoveFolder(folder);
+    expect(!provider.doFolderExists(folder), "a folder that was emptied and removed exists");
+}
+
+void removingLeavesOthers(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const std::array others{u"ff", u"f.1", u"f1", u"f-1", u"e"};
+    for (const char16_t* name : others) {
+        provider.doCreateFile(context.at(name));
+    }
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        (provider.*kind->create)(context.at(u"f"));
+        (provider.*kind->remove)(context.at(u"f"));
+        expect(sortedEntries(provider.doListAll(context.at(u""))).size() == others.size(),
+               fmt::format("removing a {} takes another entry along", kind->name));
+    }
+}
+
+void sameNameElsewhere(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"n"));
+    provider.doCreateFolder(context.at(u"n/n"));
+    makeFile(provider, context.at(u"n/n/n"), "inner");
+    provider.doCreateFolder(context.at(u"m"));
+    makeFile(provider, context.at(u"m/n"), "other");
+    provider.doRemoveFile(context.at(u"n/n/n"));
+    expect(contentOf(provider, context.at(u"m/n")) == "other",
+           "a file shares its fate with one of the same name");
+    expect(provider.doFolderExists(context.at(u"n/n")),
+           "a folder shares its fate with what is called as it is");
+}
+
+std::u16string numbered(std::size_t number) {
+    const std::string digits = std::to_string(number);
+    return u"entry " + std::u16string(digits.begin(), digits.end());
+}
+
+void manyEntries(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    constexpr std::size_t count = 500;
+    for (std::size_t i = 0; i < count; ++i) {
+        (provider.*(i % 2 == 0 ? fileKind : folderKind).create)(context.at(numbered(i)));
+    }
+    for (std::size_t i = 0; i < count; i += 2) {
+        provider.doRemoveFile(context.at(numbered(i)));
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        expect(provider.doFolderExists(context.at(numbered(i))) == (i % 2 == 1) &&
+                   !provider.doFileExists(context.at(numbered(i))),
+               fmt::format(
+                   "of {} files and folders in one folder, every file removed, {} is not as it should be",
+                   count, printable(numbered(i))));
+    }
+    expect(sortedEntries(provider.doListAll(context.at(u""))).size() == count / 2,
+           "a folder that holds many entries lists another number of them");
+}
+
+/// What random creating and removing must lead to, kept in a plain map of paths.
+class History {
+public:
+    explicit History(CheckContext& context) : context_(context), provider_(context.provider()) {}
+
+    void step() {
+        const std::u16string path = anyPath();
+        const EntryKind& kind = context_.random()() % 2 == 0 ? fileKind : folderKind;
+        const bool creates = context_.random()() % 3 != 0;
+        const auto failure = creates ? failureOfCreating(path) : failureOfRemoving(path, kind);
+        const StorageIRI iri = context_.at(path);
+        const auto action = [&] { (provider_.*(creates ? kind.create : kind.remove))(iri); };
+        if (failure) {
+            expectFailure(action, *failure, iri,
+                          fmt::format("{} a {}", creates ? "creating" : "removing", kind.name));
+            return;
+        }
+        action();
+        if (creates) {
+            entries_[path] = &kind;
+        } else {
+            entries_.erase(path);
+        }
+    }
+
+    void expectSame(const std::u16string& folder) const {
+        for (const FolderEntry& entry : sortedEntries(provider_.doListAll(context_.at(folder)))) {
+            const std::u16string path = folder.empty() ? entry.getName() : folder + u"/" + entry.getName();
+            expect(entries_.contains(path),
+                   fmt::format("{} is listed, though it was never made or was removed", printable(path)));
+        }
+        for (const auto& [path, kind] : entries_) {
+            expect((provider_.*kind->exists)(context_.at(path)), fmt::format("{} is lost", printable(path)));
+        }
+    }
+
+private:
+    /// One of few, so that paths meet.
+    std::u16string anyPath() {
+        std::u16string path;
+        for (auto depth = context_.random()() % 3 + 1; depth > 0; --depth) {
+            path += path.empty() ? u"" : u"/";
+            path += static_cast<char16_t>(u'a' + context_.random()() % 3);
+        }
+        return path;
+    }
+
+    bool isFolder(const std::u16string& path) const {
+        const auto found = entries_.find(path);
+        return path.empty() || (found != entries_.end() && found->second == &folderKind);
+    }
+
+    std::optional<ErrorCode> failureOfCreating(const std::u16string& path) const {
+        const auto separator = path.rfind(u'/');
+        if (separator != std::u16string::npos && !isFolder(path.substr(0, separator))) {
+            return ErrorCode::NotFound;
+        }
+        return entries_.contains(path) ? std::optional(ErrorCode::AlreadyExists) : std::nullopt;
+    }
+
+    std::optional<ErrorCode> failureOfRemoving(const std::u16string& path, const EntryKind& kind) const {
+        const auto found = entries_.find(path);
+        if (found == entries_.end() || found->second != &kind) {
+            return ErrorCode::NotFound;
+        }
+        const auto below = entries_.lower_bound(path + u"/");
+        const bool holdsSomething = below != entries_.end() && below->first.starts_with(path + u"/");
+        return holdsSomething ? std::optional(ErrorCode::FolderNotEmpty) : std::nullopt;
+    }
+
+    CheckContext& context_;
+    const IProvider& provider_;
+    std::map<std::u16string, const EntryKind*> entries_;
+};
+
+void longHistory(CheckContext& context) {
+    History history(context);
+    for (int i = 0; i < 1000; ++i) {
+        history.step();
+    }
+    history.expectSame(u"");
+}
+
+void creatingRootFolder(CheckContext& context) {
+    const StorageIRI root(u"/");
+    expectRefusal(
+        context, [&] { context.provider().doCreateFolder(root); }, ErrorCode::AlreadyExists, root,
+        "creating the root as a folder");
+}
+
+void creatingRootFile(CheckContext& context) {
+    const StorageIRI root(u"/");
+    expectRefusal(
+        context, [&] { context.provider().doCreateFile(root); }, ErrorCode::NotFound, root,
+        "creating the root as a file");
+}
+
+template <const EntryKind& kind>
+void removingRoot(CheckContext& context) {
+    const StorageIRI root(u"/");
+    const StorageIRI ownFolder = context.at(u"");
+    expectRefusal(
+        context, [&] { (context.provider().*kind.remove)(root); }, ErrorCode::NotFound, root,
+        fmt::format("removing the root as a {}", kind.name));
+    context.provider().doRemoveFolder(ownFolder);
+    expectFailure([&] { (context.provider().*kind.remove)(root); }, ErrorCode::NotFound, root,
+                  fmt::format("removing the empty root as a {}", kind.name));
+    expect(context.provider().doFolderExists(root), "the root is gone");
+}
+
+void deepFolders(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    constexpr int depth = 1000;
+    std::u16string path = u"d";
+    for (int i = 0; i < depth; ++i, path += u"/d") {
+        provider.doCreateFolder(context.at(path));
+    }
+    makeFile(provider, context.at(path), "deep");
+    expect(contentOf(provider, context.at(path)) == "deep", "a file below many folders has other bytes");
+    provider.doRemoveFile(context.at(path));
+    for (int i = 0; i < depth; ++i) {
+        path.resize(path.size() - 2);
+        provider.doRemoveFolder(context.at(path));
+    }
+    expect(!provider.doFolderExists(context.at(u"d")), "a removed tower of folders is still there");
+}
+
+constexpr auto any = Profile::AnyProvider;
+constexpr auto inMemory = Profile::InMemoryProvider;
+
 constexpr std::array table{
-    Check{"2.1", "creating.new-file-is-empty", "A new file exists and is empty.", Profile::AnyProvider,
-          newFileIsEmpty},
-    Check{"2.2", "creating.file-over-file", "Creating a file where a file is fails with AlreadyExists.",
-          Profile::AnyProvider, creatingOverFileFails},
+    Check{"2.1", "creating.new-file-is-empty", "A new file exists and is empty.", any, newFileIsEmpty},
+    Check{"2.2", "creating.file-over-file", "Creating a file where a file is fails with AlreadyExists.", any,
+          fileOverFile},
+    Check{"2.3", "creating.file-over-folder", "Creating a file where a folder is fails with AlreadyExists.",
+          any, overAnEntry<fileKind, folderKind>},
+    Check{"2.4", "creating.folder-over-file", "Creating a folder where a file is fails with AlreadyExists.",
+          any, overAnEntry<folderKind, fileKind>},
+    Check{"2.5", "creating.folder-over-folder",
+          "Creating a folder where a folder is fails with AlreadyExists.", any,
+          overAnEntry<folderKind, folderKind>},
+    Check{"2.6", "creating.file-in-missing-folder",
+          "Creating a file in a folder that is not there fails with NotFound naming the file; no folder is "
+          "made.",
+          any, creatingInMissingFolder<fileKind>},
+    Check{"2.7", "creating.folder-in-missing-folder",
+          "Creating a folder in a folder that is not there fails with NotFound naming the new one; none is "
+          "made.",
+          any, creatingInMissingFolder<folderKind>},
+    Check{"2.8", "creating.file-below-file", "Creating a file below a file fails with NotFound.", any,
+          creatingBelowFile<fileKind>},
+    Check{"2.9", "creating.folder-below-file", "Creating a folder below a file fails with NotFound.", any,
+          creatingBelowFile<folderKind>},
+    Check{"2.10", "creating.new-folder-is-empty", "A new folder exists and is empty.", any, newFolderIsEmpty},
+    Check{"2.11", "creating.removed-file-is-gone",
+          "A removed file no longer exists nor is listed; a new one in its place is empty.", any,
+          removedFileIsGone},
+    Check{"2.12", "creating.removed-folder-is-gone",
+          "A removed folder no longer exists nor is listed; a file may take its place.", any,
+          removedFolderIsGone},
+    Check{"2.13", "creating.removing-missing-file", "Removing a file that is not there fails with NotFound.",
+          any, removingMissing<fileKind>},
+    Check{"2.14", "creating.removing-missing-folder",
+          "Removing a folder that is not there fails with NotFound.", any, removingMissing<folderKind>},
+    Check{"2.15", "creating.removing-file-in-missing-folder",
+          "Removing a file in a folder that is not there fails with NotFound naming the file.", any,
+          removingInMissingFolder<fileKind>},
+    Check{"2.16", "creating.removing-folder-in-missing-folder",
+          "Removing a folder in a folder that is not there fails with NotFound naming the folder to be "
+          "removed.",
+          any, removingInMissingFolder<folderKind>},
+    Check{"2.17", "creating.removing-folder-as-file",
+          "Removing as a file what is a folder fails with NotFound; the folder stays.", any,
+          removingOtherKind<fileKind, folderKind>},
+    Check{"2.18", "creating.removing-file-as-folder",
+          "Removing as a folder what is a file fails with NotFound; the file stays.", any,
+          removingOtherKind<folderKind, fileKind>},
+    Check{"2.19", "creating.removing-folder-with-file",
+          "Removing a folder that holds a file fails with FolderNotEmpty; both stay.", any,
+          removingNonEmptyFolder<fileKind>},
+    Check{"2.20", "creating.removing-folder-with-folder",
+          "Removing a folder that holds an empty folder fails with FolderNotEmpty; both stay.", any,
+          removingNonEmptyFolder<folderKind>},
+    Check{"2.21", "creating.removing-emptied-folder",
+          "A folder whose entries were all removed can be removed.", any, removingEmptiedFolder},
+    Check{"2.22", "creating.removing-leaves-others",
+          "Removing an entry leaves those beside it, however alike the names.", any, removingLeavesOthers},
+    Check{"2.23", "creating.same-name-elsewhere",
+          "Entries of one name in different folders have nothing in common.", any, sameNameElsewhere},
+    Check{"2.24", "creating.many-entries", "A folder keeps hundreds of entries apart and loses none.", any,
+          manyEntries},
+    Check{"2.25", "creating.long-history",
+          "After any sequence of creating and removing, refused or not, there is what was made and not "
+          "removed.",
+          any, longHistory},
+    Check{"2.26", "creating.root-as-folder", "Creating the root as a folder fails with AlreadyExists.", any,
+          creatingRootFolder},
+    Check{"2.27", "creating.root-as-file", "Creating the root as a file fails with NotFound.", inMemory,
+          creatingRootFile},
+    Check{"2.28", "creating.removing-root-folder",
+          "Removing the root as a folder fails with NotFound, empty or not.", inMemory,
+          removingRoot<folderKind>},
+    Check{"2.29", "creating.removing-root-file", "Removing the root as a file fails with NotFound.", inMemory,
+          removingRoot<fileKind>},
+    Check{"2.30", "creating.deep-folders", "Folders can be nested a thousand deep.", inMemory, deepFolders},
 };
 
 } // namespace
+} // namespace creating_and_removing_checks
 
 std::span<const Check> creatingAndRemoving() {
-    return table;
+    return creating_and_removing_checks::table;
 }
 
 } // namespace storage::host::checks

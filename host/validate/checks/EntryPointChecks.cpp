@@ -1,11 +1,319 @@
+#include "host/Listing.h"
 #include "host/validate/CheckContext.h"
+#include "host/validate/CopiedPlugin.h"
 #include "host/validate/Expectations.h"
 #include "host/validate/checks/CheckGroups.h"
 
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
+#include <limits>
+#include <stdexcept>
+#include <sys/mman.h>
+#include <unistd.h>
+
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+
+namespace entry_point_checks {
+namespace {
+
+/// As the entry point gives it: nothing stands between.
+using Owner = std::shared_ptr<IProvider>;
+
+Owner buildFrom(const PluginLibrary& library) {
+    Owner owner;
+    library.entryPoint()(&owner);
+    expect(owner != nullptr, "the entry point stores no provider");
+    return owner;
+}
+
+Owner build(CheckContext& context) {
+    context.provider(); // or this one might come between two that the check makes
+    return buildFrom(context.library());
+}
+
+/// The folder "d" of the check's own, in a storage that may be a new one without the check's folder.
+StorageIRI makeFolder(CheckContext& context, const IProvider& provider) {
+    if (!provider.doFolderExists(context.at(u""))) {
+        provider.doCreateFolder(context.at(u""));
+    }
+    provider.doCreateFolder(context.at(u"d"));
+    return context.at(u"d");
+}
+
+/// A little of everything, and nothing left of it.
+void use(CheckContext& context, const IProvider& provider) {
+    const StorageIRI folder = makeFolder(context, provider);
+    const StorageIRI file = context.at(u"d/f");
+    const StorageIRI moved = context.at(u"d/g");
+    makeFile(provider, file, "bytes");
+    provider.doMoveFile(file, moved, ReplacementPolicy::RefuseExisting);
+    expect(contentOf(provider, moved) == "bytes", "a file has other bytes than were written");
+    expect(sortedEntries(provider.doListAll(folder)).size() == 1,
+           "a folder with one file lists another number");
+    expectFailure([&] { provider.doRemoveFile(file); }, ErrorCode::NotFound, file,
+                  "removing what was moved away");
+    provider.doRemoveFolderRecursively(folder);
+}
+
+const StorageIRI root(u"/");
+const StorageIRI child(u"/child");
+
+void givesAProvider(CheckContext& context) {
+    const Owner provider = buildFrom(context.library());
+    expect(provider->doFolderExists(root), "the new provider has no root folder");
+    use(context, *provider);
+}
+
+void newEachTime(CheckContext& context) {
+    const Owner first = build(context);
+    const Owner second = build(context);
+    expect(first != second, "two calls of the entry point store the same provider");
+}
+
+void letsGoOfHeldProvider(CheckContext& context) {
+    Owner owner = build(context);
+    const std::weak_ptr<IProvider> held = owner;
+    context.library().entryPoint()(&owner);
+    expect(owner != nullptr && held.expired(),
+           "the provider that the pointer held lives on without an owner");
+}
+
+void leavesOtherOwners(CheckContext& context) {
+    Owner owner = build(context);
+    const Owner other = owner;
+    const StorageIRI folder = makeFolder(context, *other);
+    context.library().entryPoint()(&owner);
+    expect(owner != other, "the entry point left the pointer as it was");
+    expect(other->doFolderExists(folder), "a provider with another owner lost what was in it");
+}
+
+void goesWithLastOwner(CheckContext& context) {
+    Owner owner = build(context);
+    use(context, *owner);
+    const std::weak_ptr<IProvider> held = owner;
+    owner.reset();
+    expect(held.expired(), "a provider lives on when its last owner is gone");
+}
+
+void nullPointerIsRefused(CheckContext& context) {
+    try {
+        context.library().entryPoint()(nullptr);
+    } catch (const std::invalid_argument&) {
+        return;
+    }
+    expect(false, "the entry point does not refuse a null pointer");
+}
+
+void newStorageIsEmpty(CheckContext& context) {
+    const Owner provider = build(context);
+    expect(!provider->doListAll(root)->hasNext(), "the root of a new storage holds something");
+    expect(provider->doGetFolderAttributes(root).isWritable(), "the root of a new storage is read-only");
+}
+
+void storagesAreApart(CheckContext& context) {
+    Owner first = build(context);
+    const Owner second = build(context);
+    makeFile(*first, child, "first");
+    expect(!second->doFileExists(child), "what is made in one storage is in another");
+    makeFile(*second, child, "second");
+    expect(contentOf(*first, child) == "first", "a file in one storage changes one in another");
+    first.reset();
+    expect(contentOf(*second, child) == "second", "a storage that goes takes along what is in another");
+    expect(!build(context)->doFileExists(child), "what was in a storage that is gone is in a new one");
+}
+
+constexpr std::array<std::int32_t, 10> oddNumbers{0,
+                                                  1,
+                                                  5,
+                                                  7,
+                                                  8,
+                                                  255,
+                                                  256,
+                                                  -1,
+                                                  std::numeric_limits<std::int32_t>::min(),
+                                                  std::numeric_limits<std::int32_t>::max()};
+
+void everyFeatureIsAnswered(CheckContext& context) {
+    const Owner provider = build(context);
+    for (const std::int32_t number : oddNumbers) {
+        const auto feature = static_cast<ExtendedFeature>(number);
+        expect(provider->doHasFeature(feature) == provider->doHasFeature(feature),
+               fmt::format("whether the provider has feature {} has two answers", number));
+    }
+}
+
+void volatileStorageAlone(CheckContext& context) {
+    const Owner provider = build(context);
+    expect(provider->doHasFeature(ExtendedFeature::VolatileStorage),
+           "the provider does not claim VolatileStorage");
+    for (const std::int32_t number : oddNumbers) {
+        expect(!provider->doHasFeature(static_cast<ExtendedFeature>(number)),
+               fmt::format("the provider claims feature {}", number));
+    }
+}
+
+void shutsDown(CheckContext& context) {
+    Owner provider = build(context);
+    use(context, *provider);
+    provider->doShutdown();
+    provider.reset();
+    use(context, *build(context));
+}
+
+void listingOutlivesProvider(CheckContext& context) {
+    Owner provider = build(context);
+    const StorageIRI folder = makeFolder(context, *provider);
+    for (const char16_t* path : {u"d/a", u"d/b", u"d/c"}) {
+        provider->doCreateFile(context.at(path));
+    }
+    auto listing = provider->doListAll(folder);
+    listing->step();
+    provider->doRemoveFolderRecursively(folder);
+    provider.reset();
+    expect(readEntries(listing->clone()).size() == 2 && readEntries(std::move(listing)).size() == 2,
+           "a listing, or its clone, does not go on when the provider is gone");
+}
+
+/// What is printed while this object lives, by whichever way.
+class CapturedOutput {
+public:
+    CapturedOutput() : file_(::memfd_create("output", MFD_CLOEXEC)) {
+        std::fflush(nullptr);
+        for (std::size_t i = 0; i < kept_.size(); ++i) {
+            kept_[i] = ::dup(numbers[i]);
+            ::dup2(file_, numbers[i]);
+        }
+    }
+    CapturedOutput(const CapturedOutput&) = delete;
+    CapturedOutput& operator=(const CapturedOutput&) = delete;
+    ~CapturedOutput() {
+        std::fflush(nullptr);
+        for (std::size_t i = 0; i < kept_.size(); ++i) {
+            ::dup2(kept_[i], numbers[i]);
+            ::close(kept_[i]);
+        }
+        ::close(file_);
+    }
+
+    off_t size() const {
+        std::fflush(nullptr);
+        return ::lseek(file_, 0, SEEK_END);
+    }
+
+private:
+    static constexpr std::array numbers{STDOUT_FILENO, STDERR_FILENO};
+
+    int file_;
+    std::array<int, 2> kept_{};
+};
+
+void printsNothing(CheckContext& context) {
+    context.provider();
+    off_t printed = 0;
+    {
+        const CapturedOutput output;
+        const CopiedPlugin plugin(context.library().path());
+        use(context, *buildFrom(plugin.library()));
+        printed = output.size();
+    }
+    expect(printed == 0, fmt::format("{} bytes were printed by loading the plug-in and using it", printed));
+}
+
+long entriesOf(const char* folder) {
+    const std::filesystem::directory_iterator entries(folder);
+    return std::distance(begin(entries), end(entries));
+}
+
+void expectNoneMore(CheckContext& context, const char* processFolder, std::string_view what) {
+    context.provider();
+    const long before = entriesOf(processFolder);
+    const Owner provider = build(context);
+    use(context, *provider);
+    const StorageIRI folder = makeFolder(context, *provider);
+    const auto stream = provider->doOpenStream(context.at(u"d/f"), {});
+    const auto listing = provider->doListAll(folder);
+    const long after = entriesOf(processFolder);
+    expect(after == before, fmt::format("with a provider, a stream and a listing the process has {} more {}",
+                                        after - before, what));
+}
+
+void opensNoFile(CheckContext& context) {
+    expectNoneMore(context, "/proc/self/fd", "open files");
+}
+
+void startsNoThread(CheckContext& context) {
+    expectNoneMore(context, "/proc/self/task", "threads");
+}
+
+bool isMapped(std::string_view name) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find(name) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void unloadsWithoutTrace(CheckContext& context) {
+    {
+        const CopiedPlugin plugin(context.library().path());
+        use(context, *buildFrom(plugin.library()));
+        expect(isMapped(CopiedPlugin::mappedName), "a library that is loaded is not mapped");
+    }
+    expect(!isMapped(CopiedPlugin::mappedName), "the library stays mapped when it was unloaded");
+}
+
+constexpr auto any = Profile::AnyProvider;
+constexpr auto inMemory = Profile::InMemoryProvider;
+
+constexpr std::array table{
+    Check{"1.1", "entry.gives-a-provider", "The entry point stores a provider that works.", any,
+          givesAProvider},
+    Check{"1.2", "entry.new-each-time", "Each call of the entry point makes another provider.", any,
+          newEachTime},
+    Check{"1.3", "entry.lets-go-of-held", "The caller's pointer lets go of the provider that it held before.",
+          any, letsGoOfHeldProvider},
+    Check{"1.4", "entry.leaves-other-owners",
+          "A provider that another pointer holds as well stays when the entry point is called again.", any,
+          leavesOtherOwners},
+    Check{"1.5", "entry.goes-with-last-owner",
+          "The host alone decides when a provider goes: with its last owner.", any, goesWithLastOwner},
+    Check{"1.6", "entry.null-pointer", "The entry point refuses a null pointer with std::invalid_argument.",
+          inMemory, nullPointerIsRefused},
+    Check{"1.7", "entry.new-storage-is-empty", "A new storage holds its root alone, which is writable.",
+          inMemory, newStorageIsEmpty},
+    Check{"1.8", "entry.storages-are-apart",
+          "Two providers have nothing in common, and what was in one goes with it.", inMemory,
+          storagesAreApart},
+    Check{"1.9", "entry.features-are-answered", "doHasFeature answers for every number, always the same.",
+          any, everyFeatureIsAnswered},
+    Check{"1.10", "entry.volatile-storage-alone",
+          "The provider claims the feature VolatileStorage and no other.", inMemory, volatileStorageAlone},
+    Check{"1.11", "entry.shuts-down", "A provider can be shut down, let go, and followed by another.", any,
+          shutsDown},
+    Check{"1.12", "entry.listing-outlives-provider",
+          "A listing and its clones go on when the provider is gone.", any, listingOutlivesProvider},
+    Check{"1.13", "entry.prints-nothing", "Loading and using the plug-in prints nothing.", inMemory,
+          printsNothing},
+    Check{"1.14", "entry.opens-no-file", "The provider, its streams and its listings keep no file open.",
+          inMemory, opensNoFile},
+    Check{"1.15", "entry.starts-no-thread", "The provider, its streams and its listings have no thread.",
+          inMemory, startsNoThread},
+    Check{"1.16", "entry.unloads-without-trace",
+          "When all is let go, the library can be unloaded and is gone.", inMemory, unloadsWithoutTrace},
+};
+
+} // namespace
+} // namespace entry_point_checks
+
 std::span<const Check> entryPoint() {
-    return {};
+    return entry_point_checks::table;
 }
 
 } // namespace storage::host::checks

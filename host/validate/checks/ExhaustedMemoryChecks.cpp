@@ -1,11 +1,385 @@
 #include "host/validate/CheckContext.h"
+#include "host/validate/ExhaustedMemory.h"
 #include "host/validate/Expectations.h"
+#include "host/validate/LongAgo.h"
+#include "host/validate/Policies.h"
+#include "host/validate/RuleBroken.h"
+#include "host/validate/StreamSteps.h"
+#include "host/validate/TreeDescription.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "hostapi/storage/provider/HandedOut.h"
+
+#include <array>
+#include <fmt/format.h>
+#include <new>
+#include <stdexcept>
 
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+
+namespace exhausted_memory_checks {
+namespace {
+
+/// What came of an operation for which there was little memory. Told without allocating.
+enum class Outcome { Done, OutOfMemory, FailedOtherwise };
+
+/// How little: from nothing to more than any of the operations needs at a time.
+constexpr std::size_t mostLeft = 200'000;
+
+std::size_t nextLeft(std::size_t left) {
+    return left < 2048 ? left + 32 : left + left / 8;
+}
+
+void needExhaustibleMemory() {
+#if defined(QZSTORAGE_SANITIZED)
+    skip("memory cannot be exhausted under a sanitizer, which ends the process instead");
+#endif
+}
+
+Outcome attempt(const std::function<void()>& operation, std::size_t left) {
+    const ExhaustedMemory exhausted(left);
+    try {
+        operation();
+        return Outcome::Done;
+    } catch (const std::bad_alloc&) {
+        return Outcome::OutOfMemory;
+    } catch (const std::length_error&) {
+        return Outcome::OutOfMemory;
+    } catch (...) {
+        return Outcome::FailedOtherwise;
+    }
+}
+
+/// An operation, and the locations that it needs. Those are made before, for they take memory too.
+struct Trial {
+    const char* name;
+    std::function<void()> prepare; ///< makes the same state each time, whatever state there is
+    std::function<void()> operation;
+};
+
+/// Runs the operation again and again, each time with a little more memory, until it succeeds.
+/// @param afterFailure  is called after every failure, when there is memory again
+void sweep(const Trial& trial, const std::function<void()>& afterFailure) {
+    for (std::size_t left = 0; left < mostLeft; left = nextLeft(left)) {
+        trial.prepare();
+        const Outcome outcome = attempt(trial.operation, left);
+        if (outcome == Outcome::Done) {
+            return;
+        }
+        expect(outcome == Outcome::OutOfMemory,
+               fmt::format("{} fails otherwise than with std::bad_alloc when {} bytes of memory are left",
+                           trial.name, left));
+        afterFailure();
+    }
+}
+
+/// Every failure of the operation leaves everything below the check's folder as it was, times too.
+void expectUnchanged(CheckContext& context, const Trial& trial) {
+    std::string before;
+    const Trial noting{trial.name,
+                       [&] {
+                           trial.prepare();
+                           before = describeTree(context.provider(), context.at(u""));
+                       },
+                       trial.operation};
+    sweep(noting, [&] {
+        const std::string after = describeTree(context.provider(), context.at(u""));
+        expect(after == before,
+               fmt::format("{} runs out of memory, but changes something; before:\n{}\nafter:\n{}",
+                           trial.name, before, after));
+    });
+}
+
+/// The locations of a small tree, which stays the same for all trials of a check.
+class SmallTree {
+public:
+    explicit SmallTree(CheckContext& context)
+        : top(context.at(u"top")),
+          file(context.at(u"top/file")),
+          empty(context.at(u"top/empty")),
+          folder(context.at(u"top/folder")),
+          inner(context.at(u"top/folder/inner")),
+          innermost(context.at(u"top/folder/sub/innermost")),
+          newEntry(context.at(u"top/entry that is new and whose name is of some length")),
+          provider_(context.provider()) {}
+
+    void make() const {
+        if (provider_.doFolderExists(top)) {
+            provider_.doRemoveFolderRecursively(top);
+        }
+        provider_.doCreateFolder(top);
+        makeFile(provider_, file, "0123456789");
+        provider_.doCreateFolder(empty);
+        provider_.doCreateFolder(folder);
+        makeFile(provider_, inner, "inner");
+        provider_.doCreateFolder(StorageIRI(folder.getPath() + u"/sub"));
+        makeFile(provider_, innermost, "innermost");
+        for (const StorageIRI& each : {file, empty, folder, top}) {
+            provider_.doSetLastModified(each, longAgo());
+        }
+    }
+
+    Trial trial(const char* name, std::function<void(const IProvider&)> operation) const {
+        return {name, [this] { make(); }, [this, operation = std::move(operation)] { operation(provider_); }};
+    }
+
+    const StorageIRI top;
+    const StorageIRI file;
+    const StorageIRI empty;
+    const StorageIRI folder;
+    const StorageIRI inner;
+    const StorageIRI innermost;
+    const StorageIRI newEntry;
+
+private:
+    const IProvider& provider_;
+};
+
+std::vector<Trial> creations(const SmallTree& tree) {
+    return {
+        tree.trial("creating a file", [&](const IProvider& p) { p.doCreateFile(tree.newEntry); }),
+        tree.trial("creating a folder", [&](const IProvider& p) { p.doCreateFolder(tree.newEntry); }),
+    };
+}
+
+std::vector<Trial> removals(const SmallTree& tree) {
+    return {
+        tree.trial("removing a file", [&](const IProvider& p) { p.doRemoveFile(tree.file); }),
+        tree.trial("removing a folder", [&](const IProvider& p) { p.doRemoveFolder(tree.empty); }),
+    };
+}
+
+std::vector<Trial> openings(const SmallTree& tree) {
+    return {
+        tree.trial("opening a missing file", [&](const IProvider& p) { p.doOpenStream(tree.newEntry, {}); }),
+        tree.trial("opening a file to write", [&](const IProvider& p) { p.doOpenStream(tree.file, {}); }),
+        tree.trial(
+            "opening a file to empty it",
+            [&](const IProvider& p) { p.doOpenStream(tree.file, {.content = ByteStreamContent::Empty}); }),
+        tree.trial("opening a file to read", [&](const IProvider& p) { p.doOpenReadOnlyStream(tree.file); }),
+    };
+}
+
+std::vector<Trial> queries(const SmallTree& tree) {
+    return {
+        tree.trial("asking for a file", [&](const IProvider& p) { p.doFileExists(tree.file); }),
+        tree.trial("asking for a file's attributes",
+                   [&](const IProvider& p) { p.doGetFileAttributes(tree.file); }),
+        tree.trial("asking for a folder's attributes",
+                   [&](const IProvider& p) { p.doGetFolderAttributes(tree.folder); }),
+        tree.trial("listing", [&](const IProvider& p) { p.doListAll(tree.top); }),
+        tree.trial("listing a tree", [&](const IProvider& p) { p.doListAllRecursive(tree.top); }),
+        tree.trial("cloning a listing", [&](const IProvider& p) { p.doListAll(tree.top)->clone(); }),
+    };
+}
+
+std::vector<Trial> settings(const SmallTree& tree) {
+    return {
+        tree.trial("setting a flag", [&](const IProvider& p) { p.doSetWritable(tree.folder, true); }),
+        tree.trial("setting a time", [&](const IProvider& p) { p.doSetLastModified(tree.file, longAgo()); }),
+    };
+}
+
+std::vector<Trial> fileMoves(const SmallTree& tree) {
+    return {
+        tree.trial("moving a file",
+                   [&](const IProvider& p) { p.doMoveFile(tree.file, tree.newEntry, policies::refuse); }),
+        tree.trial("replacing a file",
+                   [&](const IProvider& p) { p.doMoveFile(tree.file, tree.inner, policies::replace); }),
+    };
+}
+
+std::vector<Trial> folderMoves(const SmallTree& tree) {
+    return {
+        tree.trial("moving a folder",
+                   [&](const IProvider& p) { p.doMoveFolder(tree.folder, tree.newEntry, policies::refuse); }),
+        tree.trial("replacing a folder",
+                   [&](const IProvider& p) { p.doMoveFolder(tree.folder, tree.empty, policies::replace); }),
+    };
+}
+
+using Trials = std::vector<Trial> (*)(const SmallTree&);
+constexpr std::array<Trials, 7> everything{creations, removals,  openings,   queries,
+                                           settings,  fileMoves, folderMoves};
+
+void onlyBadAlloc(CheckContext& context) {
+    needExhaustibleMemory();
+    const SmallTree tree(context);
+    for (const Trials trials : everything) {
+        for (const Trial& trial : trials(tree)) {
+            sweep(trial, [] {});
+        }
+    }
+}
+
+void everythingWorksAgain(CheckContext& context) {
+    needExhaustibleMemory();
+    const SmallTree tree(context);
+    for (const Trials trials : everything) {
+        for (const Trial& trial : trials(tree)) {
+            trial.prepare();
+            attempt(trial.operation, 0);
+            trial.prepare();
+            trial.operation();
+        }
+    }
+}
+
+/// No trial of one kind changes anything when it fails.
+template <Trials trials>
+void nothingChanges(CheckContext& context) {
+    needExhaustibleMemory();
+    const SmallTree tree(context);
+    for (const Trial& trial : trials(tree)) {
+        expectUnchanged(context, trial);
+    }
+}
+
+/// At which of two places a file stands. @throws RuleBroken at neither or both
+const StorageIRI& placeOf(const IProvider& provider, const StorageIRI& before, const StorageIRI& after) {
+    expect(provider.doFileExists(before) != provider.doFileExists(after),
+           "after a move that ran out of memory, a file is at neither place or at both");
+    return provider.doFileExists(before) ? before : after;
+}
+
+void movedFileIsNotLost(CheckContext& context) {
+    needExhaustibleMemory();
+    const SmallTree tree(context);
+    const IProvider& provider = context.provider();
+    sweep(fileMoves(tree).front(), [&] {
+        expect(contentOf(provider, placeOf(provider, tree.file, tree.newEntry)) == "0123456789",
+               "after a move that ran out of memory, a file has other bytes");
+    });
+}
+
+void nothingOfAMovedFolderIsLost(CheckContext& context) {
+    needExhaustibleMemory();
+    const SmallTree tree(context);
+    const IProvider& provider = context.provider();
+    const StorageIRI newInner(tree.newEntry.getPath() + u"/inner");
+    const StorageIRI newInnermost(tree.newEntry.getPath() + u"/sub/innermost");
+    sweep(folderMoves(tree).front(), [&] {
+        expect(contentOf(provider, placeOf(provider, tree.inner, newInner)) == "inner" &&
+                   contentOf(provider, placeOf(provider, tree.innermost, newInnermost)) == "innermost",
+               "after a move that ran out of memory, a file of the folder has other bytes");
+    });
+}
+
+void copyIsWholeOrNotThere(CheckContext& context) {
+    needExhaustibleMemory();
+    const SmallTree tree(context);
+    const IProvider& provider = context.provider();
+    const Trial copy = tree.trial("copying onto a file", [&](const IProvider& p) {
+        p.doCopyFile(tree.file, tree.inner, policies::replace);
+    });
+    sweep(copy, [&] {
+        expect(contentOf(provider, tree.file) == "0123456789" && contentOf(provider, tree.inner) == "inner",
+               "a copy that ran out of memory has changed its source or its destination");
+    });
+}
+
+void truncationKeepsBytes(CheckContext& context) {
+    needExhaustibleMemory();
+    const SmallTree tree(context);
+    const IProvider& provider = context.provider();
+    const Trial shrink =
+        tree.trial("shortening a file", [&](const IProvider& p) { p.doTruncateToSize(tree.file, 4); });
+    sweep(shrink, [&] {
+        const std::string content = contentOf(provider, tree.file);
+        expect(content == "0123456789" || content == "0123",
+               fmt::format("shortening a file to 4 bytes runs out of memory and leaves \"{}\"", content));
+    });
+    const Trial grow =
+        tree.trial("lengthening a file", [&](const IProvider& p) { p.doTruncateToSize(tree.file, 5000); });
+    sweep(grow, [&] {
+        const std::string content = contentOf(provider, tree.file);
+        expect(content.starts_with("0123456789") && content.size() <= 5000 &&
+                   content.find_first_not_of('\0', 10) == std::string::npos,
+               "lengthening a file runs out of memory and leaves something other than its bytes and zeros");
+    });
+}
+
+void failedAppendChangesNothing(CheckContext& context) {
+    needExhaustibleMemory();
+    const SmallTree tree(context);
+    const IProvider& provider = context.provider();
+    const std::string added(3000, 'x');
+    std::unique_ptr<ByteStream> stream;
+    const Trial append{"writing at the end of a file",
+                       [&] {
+                           tree.make();
+                           stream = openToAppend(provider, tree.file);
+                       },
+                       [&] { stream->write(added.data(), static_cast<long>(added.size())); }};
+    sweep(append, [&] {
+        expect(contentOf(provider, tree.file) == "0123456789",
+               "a write that ran out of memory has changed the file");
+        writeText(*stream, "x");
+        expect(contentOf(provider, tree.file) == "0123456789x",
+               "a stream does not write any more after a write that ran out of memory");
+    });
+}
+
+void readingNeedsNoMemory(CheckContext& context) {
+    needExhaustibleMemory();
+    makeFile(context.provider(), context.at(u"f"), "0123456789");
+    const auto stream = openStream(context.provider(), context.at(u"f"));
+    std::array<char, 10> buffer{};
+    const Outcome outcome = attempt(
+        [&] {
+            stream->read(buffer.data(), 10);
+            stream->seek(2, std::ios_base::beg);
+            stream->write("ab", 2);
+            stream->flush();
+        },
+        0);
+    expect(outcome == Outcome::Done, "reading, seeking or writing over old bytes fails without memory");
+    expect(std::string_view(buffer.data(), 10) == "0123456789" &&
+               contentOf(context.provider(), context.at(u"f")) == "01ab456789",
+           "reading, seeking or writing over old bytes goes wrong without memory");
+}
+
+constexpr std::array table{
+    Check{"14.1", "memory.bad-alloc", "Whatever runs out of memory fails with std::bad_alloc.",
+          Profile::AnyProvider, onlyBadAlloc},
+    Check{"14.2", "memory.works-again", "Whatever ran out of memory works when there is memory again.",
+          Profile::AnyProvider, everythingWorksAgain},
+    Check{"14.3", "memory.creating", "Creating that runs out of memory changes nothing.",
+          Profile::InMemoryProvider, nothingChanges<creations>},
+    Check{"14.4", "memory.removing", "Removing that runs out of memory changes nothing.",
+          Profile::InMemoryProvider, nothingChanges<removals>},
+    Check{"14.5", "memory.opening",
+          "Opening that runs out of memory changes nothing: no new file, no stamp, no byte emptied away.",
+          Profile::InMemoryProvider, nothingChanges<openings>},
+    Check{"14.6", "memory.queries", "A query or listing that runs out of memory changes nothing.",
+          Profile::InMemoryProvider, nothingChanges<queries>},
+    Check{"14.7", "memory.moving-files",
+          "Moving a file that runs out of memory changes nothing; a file to be replaced is put back.",
+          Profile::InMemoryProvider, nothingChanges<fileMoves>},
+    Check{"14.8", "memory.moved-file-not-lost",
+          "A file whose move runs out of memory is at one of its two places, with its bytes.",
+          Profile::AnyProvider, movedFileIsNotLost},
+    Check{"14.9", "memory.moved-folder-not-lost",
+          "Of a folder whose move runs out of memory every file is at one of its two places.",
+          Profile::AnyProvider, nothingOfAMovedFolderIsLost},
+    Check{"14.10", "memory.copying",
+          "A copy that runs out of memory leaves its source and its destination as they were.",
+          Profile::AnyProvider, copyIsWholeOrNotThere},
+    Check{"14.11", "memory.truncating", "Truncating that runs out of memory loses no byte that was to stay.",
+          Profile::InMemoryProvider, truncationKeepsBytes},
+    Check{"14.12", "memory.appending",
+          "A write at the end that runs out of memory changes no byte, and its stream works on.",
+          Profile::InMemoryProvider, failedAppendChangesNothing},
+    Check{"14.13", "memory.reading", "Reading, seeking and writing over old bytes need no memory.",
+          Profile::InMemoryProvider, readingNeedsNoMemory},
+};
+
+} // namespace
+} // namespace exhausted_memory_checks
+
 std::span<const Check> exhaustedMemory() {
-    return {};
+    return exhausted_memory_checks::table;
 }
 
 } // namespace storage::host::checks

@@ -1,11 +1,401 @@
 #include "host/validate/CheckContext.h"
 #include "host/validate/Expectations.h"
+#include "host/validate/LongAgo.h"
+#include "host/validate/Policies.h"
+#include "host/validate/WriteProtection.h"
 #include "host/validate/checks/CheckGroups.h"
+
+#include <array>
+#include <fmt/format.h>
 
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+
+namespace moving_file_checks {
+namespace {
+
+constexpr std::array refusing{policies::refuse, policies::refuseFile};
+
+/// A folder "a" with the file "a/f" that holds "moved", and a folder "b".
+void makeTree(CheckContext& context) {
+    context.provider().doCreateFolder(context.at(u"a"));
+    context.provider().doCreateFolder(context.at(u"b"));
+    makeFile(context.provider(), context.at(u"a/f"), "moved");
+}
+
+void move(CheckContext& context, std::u16string_view source, std::u16string_view destination,
+          ReplacementPolicy policy = policies::replace) {
+    context.provider().doMoveFile(context.at(source), context.at(destination), policy);
+}
+
+/// The move fails under every policy, and changes nothing.
+void expectRefused(CheckContext& context, std::u16string_view source, std::u16string_view destination,
+                   ErrorCode code, const StorageIRI& location, std::string_view operation) {
+    for (const ReplacementPolicy policy : policies::all) {
+        expectRefusal(
+            context, [&] { move(context, source, destination, policy); }, code, location,
+            fmt::format("{} under policy {}", operation, static_cast<int>(policy)));
+    }
+}
+
+void expectMoved(CheckContext& context, std::u16string_view source, std::u16string_view destination) {
+    const IProvider& provider = context.provider();
+    expect(!provider.doFileExists(context.at(source)), "a moved file is still at its old place");
+    expect(provider.doFileExists(context.at(destination)), "a moved file is not at its new place");
+    expect(contentOf(provider, context.at(destination)) == "moved",
+           "a moved file has other bytes than before");
+}
+
+void movesUnderEveryPolicy(CheckContext& context) {
+    makeTree(context);
+    for (const ReplacementPolicy policy : policies::all) {
+        move(context, u"a/f", u"b/g", policy);
+        expectMoved(context, u"a/f", u"b/g");
+        move(context, u"b/g", u"b/h", policy);
+        expectMoved(context, u"b/g", u"b/h");
+        move(context, u"b/h", u"a/f", policy);
+        expectMoved(context, u"b/h", u"a/f");
+    }
+}
+
+void siblingsStay(CheckContext& context) {
+    makeTree(context);
+    for (const std::u16string_view sibling : {u"a/f0", u"a/ff", u"a/e", u"b/g0"}) {
+        makeFile(context.provider(), context.at(sibling), "stays");
+    }
+    move(context, u"a/f", u"b/g");
+    for (const std::u16string_view sibling : {u"a/f0", u"a/ff", u"a/e", u"b/g0"}) {
+        expect(contentOf(context.provider(), context.at(sibling)) == "stays",
+               "moving a file changes another one beside it");
+    }
+}
+
+void oldPlaceIsFree(CheckContext& context) {
+    makeTree(context);
+    move(context, u"a/f", u"b/g");
+    makeFile(context.provider(), context.at(u"a/f"), "new");
+    expect(contentOf(context.provider(), context.at(u"b/g")) == "moved",
+           "a new file at the old place of a moved one changes that one");
+    expect(contentOf(context.provider(), context.at(u"a/f")) == "new",
+           "a new file at the old place of a moved one has other bytes than it was given");
+}
+
+void missingSource(CheckContext& context) {
+    makeTree(context);
+    for (const std::u16string_view source : {u"a/missing", u"missing/f", u"a/f/below"}) {
+        expectRefused(context, source, u"b/g", ErrorCode::NotFound, context.at(source),
+                      "moving a missing file");
+    }
+}
+
+void missingSourceOntoFile(CheckContext& context) {
+    makeTree(context);
+    expectRefused(context, u"a/missing", u"a/f", ErrorCode::NotFound, context.at(u"a/missing"),
+                  "moving a missing file onto a file");
+}
+
+void missingDestinationFolder(CheckContext& context) {
+    makeTree(context);
+    for (const std::u16string_view destination : {u"missing/g", u"a/f/below"}) {
+        expectRefused(context, u"a/f", destination, ErrorCode::NotFound, context.at(u"a/f"),
+                      "moving a file into a folder that is missing");
+    }
+}
+
+void folderAtTheSource(CheckContext& context) {
+    makeTree(context);
+    for (const std::u16string_view destination : {u"c", u"a/f", u"missing/c"}) {
+        expectRefused(context, u"b", destination, ErrorCode::NotFound, context.at(u"b"),
+                      "moving a folder as a file");
+    }
+}
+
+void existingFileIsRefused(CheckContext& context) {
+    makeTree(context);
+    makeFile(context.provider(), context.at(u"b/g"), "kept");
+    for (const ReplacementPolicy policy : refusing) {
+        expectRefusal(
+            context, [&] { move(context, u"a/f", u"b/g", policy); }, ErrorCode::AlreadyExists,
+            context.at(u"b/g"),
+            fmt::format("moving a file onto a file under policy {}", static_cast<int>(policy)));
+    }
+}
+
+/// `policy` lets a file be replaced by one of other size.
+void expectReplaced(CheckContext& context, ReplacementPolicy policy) {
+    makeFile(context.provider(), context.at(u"b/g"), "replaced by the move");
+    move(context, u"a/f", u"b/g", policy);
+    expectMoved(context, u"a/f", u"b/g");
+    move(context, u"b/g", u"a/f", policy);
+}
+
+void existingFileIsReplaced(CheckContext& context) {
+    makeTree(context);
+    expectReplaced(context, policies::replace);
+}
+
+void policiesWithoutName(CheckContext& context) {
+    makeTree(context);
+    for (const ReplacementPolicy policy : policies::withoutName) {
+        expectReplaced(context, policy);
+    }
+}
+
+void existingFolderIsRefused(CheckContext& context) {
+    makeTree(context);
+    context.provider().doCreateFolder(context.at(u"b/empty"));
+    context.provider().doCreateFolder(context.at(u"b/full"));
+    makeFile(context.provider(), context.at(u"b/full/g"), "kept");
+    for (const std::u16string_view destination : {u"b/empty", u"b/full", u"a"}) {
+        expectRefused(context, u"a/f", destination, ErrorCode::AlreadyExists, context.at(destination),
+                      "moving a file onto a folder");
+    }
+}
+
+void readOnlySourceFolder(CheckContext& context) {
+    makeTree(context);
+    const WriteProtection protection(context.provider(), context.at(u"a"));
+    for (const std::u16string_view destination : {u"b/g", u"a/g"}) {
+        expectRefused(context, u"a/f", destination, ErrorCode::ReadOnly, context.at(u"a/f"),
+                      "moving a file out of a read-only folder");
+    }
+}
+
+void readOnlyDestinationFolder(CheckContext& context) {
+    makeTree(context);
+    const WriteProtection protection(context.provider(), context.at(u"b"));
+    expectRefused(context, u"a/f", u"b/g", ErrorCode::ReadOnly, context.at(u"a/f"),
+                  "moving a file into a read-only folder");
+}
+
+/// Replacing "b/g" fails with `ReadOnly` naming the source.
+void expectNotReplaced(CheckContext& context, std::string_view operation) {
+    expectRefusal(
+        context, [&] { move(context, u"a/f", u"b/g", policies::replace); }, ErrorCode::ReadOnly,
+        context.at(u"a/f"), operation);
+}
+
+void readOnlyReplacedFile(CheckContext& context) {
+    makeTree(context);
+    makeFile(context.provider(), context.at(u"b/g"), "kept");
+    const WriteProtection protection(context.provider(), context.at(u"b/g"));
+    expectNotReplaced(context, "moving a file onto a read-only file");
+}
+
+void replacedInReadOnlyFolder(CheckContext& context) {
+    makeTree(context);
+    makeFile(context.provider(), context.at(u"b/g"), "kept");
+    const WriteProtection protection(context.provider(), context.at(u"b"));
+    expectNotReplaced(context, "moving a file onto a file in a read-only folder");
+}
+
+void orderOfTests(CheckContext& context) {
+    makeTree(context);
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"b/g"), "kept");
+    provider.doCreateFolder(context.at(u"b/sub"));
+    const WriteProtection sourceFolder(provider, context.at(u"a"));
+    const WriteProtection destinationFolder(provider, context.at(u"b"));
+    const WriteProtection destination(provider, context.at(u"b/g"));
+    expectRefused(context, u"a/missing", u"b/g", ErrorCode::NotFound, context.at(u"a/missing"),
+                  "moving a missing file from a read-only folder into another");
+    expectRefused(context, u"a/f", u"missing/g", ErrorCode::NotFound, context.at(u"a/f"),
+                  "moving a file from a read-only folder into a missing one");
+    expectRefused(context, u"a/f", u"b/sub", ErrorCode::AlreadyExists, context.at(u"b/sub"),
+                  "moving a file from a read-only folder onto a folder in another");
+    for (const ReplacementPolicy policy : refusing) {
+        expectRefusal(
+            context, [&] { move(context, u"a/f", u"b/g", policy); }, ErrorCode::AlreadyExists,
+            context.at(u"b/g"),
+            "moving a file from a read-only folder onto a read-only file that is to stay");
+    }
+}
+
+void readOnlyFileMoves(CheckContext& context) {
+    makeTree(context);
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"b/h"), "replaced");
+    provider.doSetWritable(context.at(u"a/f"), false);
+    move(context, u"a/f", u"b/g");
+    expect(!provider.doGetFileAttributes(context.at(u"b/g")).isWritable(),
+           "a read-only file is writable at its new place");
+    move(context, u"b/g", u"b/h");
+    expect(!provider.doGetFileAttributes(context.at(u"b/h")).isWritable(),
+           "a read-only file takes the flag of the file that it replaces");
+    expectMoved(context, u"b/g", u"b/h");
+    provider.doSetWritable(context.at(u"b/h"), true);
+}
+
+void everythingIsStampedAlike(CheckContext& context) {
+    makeTree(context);
+    const IProvider& provider = context.provider();
+    const auto expectStamps = [&](std::u16string_view source, std::u16string_view destination) {
+        for (const std::u16string_view each : {u"", u"a", u"b", u"a/f"}) {
+            provider.doSetLastModified(context.at(each), longAgo());
+        }
+        move(context, source, destination);
+        const auto time = provider.doGetFileAttributes(context.at(destination)).getLastModified();
+        expect(time != longAgo(), "a move does not stamp the moved file");
+        expect(provider.doGetFolderAttributes(context.at(u"a")).getLastModified() == time,
+               "a move does not stamp the source's folder with the time of the moved file");
+        expect(provider.doGetFolderAttributes(context.at(u"")).getLastModified() == longAgo(),
+               "a move stamps a folder that does not change");
+        return time;
+    };
+    const auto time = expectStamps(u"a/f", u"b/g");
+    expect(provider.doGetFolderAttributes(context.at(u"b")).getLastModified() == time,
+           "a move does not stamp the destination's folder with the time of the moved file");
+    move(context, u"b/g", u"a/f");
+    expectStamps(u"a/f", u"a/g");
+    expect(provider.doGetFolderAttributes(context.at(u"b")).getLastModified() == longAgo(),
+           "a move within a folder stamps another one");
+}
+
+void replacedFileGoesFirst(CheckContext& context) {
+    makeTree(context);
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"b/g"), "replaced");
+    const WriteProtection protection(provider, context.at(u"a"));
+    expectFailure([&] { move(context, u"a/f", u"b/g"); }, ErrorCode::ReadOnly, context.at(u"a/f"),
+                  "moving a file out of a read-only folder onto a file");
+    expect(
+        !provider.doFileExists(context.at(u"b/g")),
+        "the file that was to be replaced is still there when the source's folder turns out to be read-only");
+    expect(contentOf(provider, context.at(u"a/f")) == "moved", "a move that failed takes the source's bytes");
+}
+
+void sourceSurvivesFailure(CheckContext& context) {
+    makeTree(context);
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"b/g"), "replaced");
+    const WriteProtection protection(provider, context.at(u"a"));
+    expectFailure([&] { move(context, u"a/f", u"b/g"); }, ErrorCode::ReadOnly, context.at(u"a/f"),
+                  "moving a file out of a read-only folder onto a file");
+    expect(contentOf(provider, context.at(u"a/f")) == "moved", "a move that failed takes the source's bytes");
+    expect(!provider.doFileExists(context.at(u"b/g")) ||
+               contentOf(provider, context.at(u"b/g")) == "replaced",
+           "after a move that failed, the destination holds neither nothing nor what it held");
+}
+
+void ontoItselfIsRefused(CheckContext& context) {
+    makeTree(context);
+    for (const ReplacementPolicy policy : refusing) {
+        expectRefusal(
+            context, [&] { move(context, u"a/f", u"a/f", policy); }, ErrorCode::AlreadyExists,
+            context.at(u"a/f"), "moving a file onto itself under a policy that refuses existing files");
+    }
+}
+
+void ontoItselfReplacing(CheckContext& context) {
+    makeTree(context);
+    const IProvider& provider = context.provider();
+    expectFailure([&] { move(context, u"a/f", u"a/f"); }, ErrorCode::NotFound, context.at(u"a/f"),
+                  "replacing a file by itself");
+    expect(!provider.doExists(context.at(u"a/f")), "a file that was to be replaced by itself is still there");
+    provider.doCreateFile(context.at(u"a/f"));
+}
+
+void readOnlyOntoItself(CheckContext& context) {
+    makeTree(context);
+    const WriteProtection protection(context.provider(), context.at(u"a/f"));
+    expectRefusal(
+        context, [&] { move(context, u"a/f", u"a/f"); }, ErrorCode::ReadOnly, context.at(u"a/f"),
+        "replacing a read-only file by itself");
+}
+
+void rootIsNeitherSourceNorDestination(CheckContext& context) {
+    makeTree(context);
+    const StorageIRI root(u"/");
+    for (const ReplacementPolicy policy : policies::all) {
+        expectRefusal(
+            context, [&] { context.provider().doMoveFile(root, context.at(u"b/g"), policy); },
+            ErrorCode::NotFound, root, "moving the root as a file");
+        expectRefusal(
+            context, [&] { context.provider().doMoveFile(context.at(u"a/f"), root, policy); },
+            ErrorCode::NotFound, context.at(u"a/f"), "moving a file onto the root");
+    }
+}
+
+constexpr std::array table{
+    Check{"10.1", "moving-files.to-a-free-place",
+          "Under every policy a file moves to a free place, in its own folder or another, with its bytes.",
+          Profile::AnyProvider, movesUnderEveryPolicy},
+    Check{"10.2", "moving-files.siblings-stay", "Moving a file changes no file beside it.",
+          Profile::AnyProvider, siblingsStay},
+    Check{"10.3", "moving-files.old-place-is-free",
+          "At the old place of a moved file there can be a new one, which has nothing to do with it.",
+          Profile::AnyProvider, oldPlaceIsFree},
+    Check{"10.4", "moving-files.missing-source",
+          "Moving a missing file fails with NotFound naming the source.", Profile::AnyProvider,
+          missingSource},
+    Check{"10.5", "moving-files.missing-source-onto-file",
+          "Moving a missing file onto a file fails with NotFound too, and leaves that file.",
+          Profile::AnyProvider, missingSourceOntoFile},
+    Check{"10.6", "moving-files.missing-destination-folder",
+          "Moving a file into a folder that is missing fails with NotFound naming the source.",
+          Profile::AnyProvider, missingDestinationFolder},
+    Check{"10.7", "moving-files.folder-at-the-source",
+          "A folder at the source is no file: NotFound naming the source.", Profile::InMemoryProvider,
+          folderAtTheSource},
+    Check{"10.8", "moving-files.existing-file-refused",
+          "RefuseExisting and RefuseExistingFile refuse a file in the way: AlreadyExists naming the "
+          "destination.",
+          Profile::AnyProvider, existingFileIsRefused},
+    Check{"10.9", "moving-files.existing-file-replaced", "ReplaceExisting replaces a file in the way.",
+          Profile::AnyProvider, existingFileIsReplaced},
+    Check{"10.10", "moving-files.policies-without-name",
+          "A policy whose number has no name replaces a file in the way.", Profile::AnyProvider,
+          policiesWithoutName},
+    Check{"10.11", "moving-files.existing-folder",
+          "Under every policy a folder in the way is AlreadyExists naming the destination.",
+          Profile::AnyProvider, existingFolderIsRefused},
+    Check{"10.12", "moving-files.read-only-source-folder",
+          "Moving a file out of a read-only folder fails with ReadOnly naming the source.",
+          Profile::AnyProvider, readOnlySourceFolder},
+    Check{"10.13", "moving-files.read-only-destination-folder",
+          "Moving a file into a read-only folder fails with ReadOnly naming the source.",
+          Profile::AnyProvider, readOnlyDestinationFolder},
+    Check{"10.14", "moving-files.read-only-replaced-file",
+          "Replacing a read-only file fails with ReadOnly naming the source.", Profile::AnyProvider,
+          readOnlyReplacedFile},
+    Check{"10.15", "moving-files.replaced-in-read-only-folder",
+          "Replacing a file in a read-only folder fails with ReadOnly naming the source.",
+          Profile::AnyProvider, replacedInReadOnlyFolder},
+    Check{"10.16", "moving-files.order-of-tests",
+          "What is missing counts before what is in the way, and that before what is read-only.",
+          Profile::InMemoryProvider, orderOfTests},
+    Check{"10.17", "moving-files.flag-moves",
+          "A read-only file can be moved and stays read-only, also where it replaces a writable one.",
+          Profile::InMemoryProvider, readOnlyFileMoves},
+    Check{"10.18", "moving-files.stamps",
+          "The moved file and both folders are stamped with one time; nothing else is stamped.",
+          Profile::InMemoryProvider, everythingIsStampedAlike},
+    Check{"10.19", "moving-files.source-survives-failure",
+          "A move that fails because the source's folder is read-only leaves the source whole.",
+          Profile::AnyProvider, sourceSurvivesFailure},
+    Check{"10.20", "moving-files.replaced-goes-first",
+          "The file to be replaced is gone when the source's folder then turns out to be read-only.",
+          Profile::InMemoryProvider, replacedFileGoesFirst},
+    Check{"10.21", "moving-files.onto-itself",
+          "Moving a file onto itself is AlreadyExists where existing files are refused.",
+          Profile::AnyProvider, ontoItselfIsRefused},
+    Check{"10.22", "moving-files.onto-itself-replacing",
+          "Replacing a file by itself removes it and fails with NotFound.", Profile::InMemoryProvider,
+          ontoItselfReplacing},
+    Check{"10.23", "moving-files.read-only-onto-itself",
+          "Replacing a read-only file by itself fails with ReadOnly and leaves it.", Profile::AnyProvider,
+          readOnlyOntoItself},
+    Check{"10.24", "moving-files.root",
+          "The root is neither a file to be moved nor a destination: NotFound naming the source.",
+          Profile::InMemoryProvider, rootIsNeitherSourceNorDestination},
+};
+
+} // namespace
+} // namespace moving_file_checks
+
 std::span<const Check> movingFiles() {
-    return {};
+    return moving_file_checks::table;
 }
 
 } // namespace storage::host::checks

@@ -1,11 +1,373 @@
 #include "host/validate/CheckContext.h"
 #include "host/validate/Expectations.h"
+#include "host/validate/LongAgo.h"
+#include "host/validate/StreamSteps.h"
+#include "host/validate/WriteProtection.h"
 #include "host/validate/checks/CheckGroups.h"
+
+#include <array>
+#include <fmt/format.h>
+#include <limits>
 
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+
+namespace opening_stream_checks {
+namespace {
+
+constexpr ByteStreamOpenOptions mustExist{.existence = ByteStreamExistence::MustExist};
+constexpr ByteStreamOpenOptions emptied{.content = ByteStreamContent::Empty};
+constexpr ByteStreamOpenOptions mustExistEmptied{.existence = ByteStreamExistence::MustExist,
+                                                 .content = ByteStreamContent::Empty};
+constexpr ByteStreamOpenOptions appending{.append = ByteStreamAppend::AppendAtEnd};
+constexpr std::array everyWay{ByteStreamOpenOptions{}, mustExist, emptied, mustExistEmptied, appending};
+
+/// Numbers that no option has a name for, and one that every provider has to take as such.
+constexpr std::array<std::int32_t, 4> unnamedNumbers{2, 7, -1, std::numeric_limits<std::int32_t>::min()};
+
+bool isWithin(const boost::posix_time::ptime& time, const boost::posix_time::ptime& first,
+              const boost::posix_time::ptime& last) {
+    return first <= time && time <= last;
+}
+
+boost::posix_time::ptime now() {
+    return boost::posix_time::microsec_clock::universal_time();
+}
+
+void missingFileIsCreated(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const ByteStreamOpenOptions& options : {ByteStreamOpenOptions{}, emptied, appending}) {
+        const StorageIRI file = context.at(u"f");
+        const auto stream = openStream(provider, file, options);
+        expect(provider.doFileExists(file), "opening a missing file does not create it");
+        expect(readRest(*stream).empty(), "a file that opening created has bytes");
+        expect(provider.doGetFileAttributes(file).isWritable(), "a file that opening created is read-only");
+        provider.doRemoveFile(file);
+    }
+}
+
+void missingFileMustExist(CheckContext& context) {
+    const StorageIRI file = context.at(u"f");
+    for (const ByteStreamOpenOptions& options : {mustExist, mustExistEmptied}) {
+        expectRefusal(
+            context, [&] { openStream(context.provider(), file, options); }, ErrorCode::NotFound, file,
+            "opening a missing file that must exist");
+    }
+}
+
+void contentIsKept(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "0123456789");
+    for (const ByteStreamOpenOptions& options : {ByteStreamOpenOptions{}, mustExist, appending}) {
+        openStream(provider, file, options);
+        expect(contentOf(provider, file) == "0123456789", "opening a file to keep its bytes changes them");
+    }
+}
+
+void contentIsEmptied(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const ByteStreamOpenOptions& options : {emptied, mustExistEmptied}) {
+        const StorageIRI file = context.at(u"f");
+        makeFile(provider, file, "0123456789");
+        const auto stream = openStream(provider, file, options);
+        expect(readRest(*stream).empty(), "a stream that empties its file has bytes to read");
+        expect(contentOf(provider, file).empty(), "opening a file to empty it leaves bytes in it");
+        expect(provider.doGetFileAttributes(file).getSize() == 0, "an emptied file does not tell size 0");
+        provider.doRemoveFile(file);
+    }
+}
+
+void emptyingIsSeenByOthers(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "0123456789");
+    const auto other = openForReading(provider, file);
+    openStream(provider, file, emptied);
+    expect(readRest(*other).empty(), "a stream still reads bytes that another opening has emptied away");
+}
+
+void streamsBeginAtTheBeginning(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "0123456789");
+    expect(positionOf(*openStream(provider, file)) == 0, "a stream for writing does not begin at position 0");
+    expect(positionOf(*openForReading(provider, file)) == 0,
+           "a stream for reading does not begin at position 0");
+    expect(readRest(*openForReading(provider, file)) == "0123456789",
+           "a new stream does not read the file from its beginning");
+}
+
+void appendingStreamsBeginAtTheBeginning(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "0123456789");
+    const auto stream = openToAppend(provider, file);
+    expect(positionOf(*stream) == 0 && readRest(*stream) == "0123456789",
+           "a stream that appends does not begin at position 0");
+}
+
+void missingFileForReading(CheckContext& context) {
+    const StorageIRI file = context.at(u"f");
+    expectRefusal(
+        context, [&] { openForReading(context.provider(), file); }, ErrorCode::NotFound, file,
+        "opening a missing file for reading");
+}
+
+/// Opening `file` fails in every way with `NotFound`.
+void expectUnreachable(CheckContext& context, const StorageIRI& file, std::string_view operation) {
+    for (const ByteStreamOpenOptions& options : everyWay) {
+        expectRefusal(
+            context, [&] { openStream(context.provider(), file, options); }, ErrorCode::NotFound, file,
+            operation);
+    }
+    expectRefusal(
+        context, [&] { openForReading(context.provider(), file); }, ErrorCode::NotFound, file, operation);
+}
+
+void folderAboveIsMissing(CheckContext& context) {
+    expectUnreachable(context, context.at(u"missing/f"), "opening a file in a missing folder");
+}
+
+void fileAboveIsNoFolder(CheckContext& context) {
+    makeFile(context.provider(), context.at(u"f"), "kept");
+    expectUnreachable(context, context.at(u"f/g"), "opening a file below a file");
+}
+
+void readOnlyFileIsRefused(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "kept");
+    const WriteProtection protection(provider, file);
+    for (const ByteStreamOpenOptions& options : everyWay) {
+        expectRefusal(
+            context, [&] { openStream(provider, file, options); }, ErrorCode::ReadOnly, file,
+            "opening a read-only file for writing");
+    }
+}
+
+void readOnlyFileIsReadable(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    const StorageIRI file = context.at(u"d/f");
+    makeFile(provider, file, "bytes");
+    const WriteProtection folderProtection(provider, context.at(u"d"));
+    const WriteProtection protection(provider, file);
+    expect(contentOf(provider, file) == "bytes", "a read-only file in a read-only folder reads differently");
+}
+
+void creatingInReadOnlyFolderIsRefused(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    const WriteProtection protection(provider, context.at(u"d"));
+    const StorageIRI file = context.at(u"d/f");
+    for (const ByteStreamOpenOptions& options : {ByteStreamOpenOptions{}, emptied, appending}) {
+        expectRefusal(
+            context, [&] { openStream(provider, file, options); }, ErrorCode::ReadOnly, file,
+            "opening a missing file in a read-only folder");
+    }
+}
+
+void existingFileInReadOnlyFolderOpens(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    const StorageIRI file = context.at(u"d/f");
+    makeFile(provider, file, "old");
+    const WriteProtection protection(provider, context.at(u"d"));
+    writeText(*openStream(provider, file), "new");
+    expect(contentOf(provider, file) == "new", "writing to a file in a read-only folder does not reach it");
+}
+
+void folderIsNoFile(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI folder = context.at(u"d");
+    provider.doCreateFolder(folder);
+    const auto expectRefused = [&](const std::function<void()>& open) {
+        try {
+            open();
+        } catch (const Exception& failure) {
+            expect(failure.getIRI() == folder, "opening a folder fails, but names another location");
+            return;
+        }
+        expect(false, "opening a folder succeeds");
+    };
+    for (const ByteStreamOpenOptions& options : everyWay) {
+        expectRefused([&] { openStream(provider, folder, options); });
+    }
+    expectRefused([&] { openForReading(provider, folder); });
+}
+
+void codesOfFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI folder = context.at(u"d");
+    provider.doCreateFolder(folder);
+    for (const ByteStreamOpenOptions& options : everyWay) {
+        expectRefusal(
+            context, [&] { openStream(provider, folder, options); }, ErrorCode::AlreadyExists, folder,
+            "opening a folder for writing");
+    }
+    expectRefusal(
+        context, [&] { openForReading(provider, folder); }, ErrorCode::NotFound, folder,
+        "opening a folder for reading");
+}
+
+void orderOfTests(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    provider.doCreateFolder(context.at(u"d/sub"));
+    const WriteProtection protection(provider, context.at(u"d"));
+    const WriteProtection folderProtection(provider, context.at(u"d/sub"));
+    expectRefusal(
+        context, [&] { openStream(provider, context.at(u"d/sub"), mustExist); }, ErrorCode::AlreadyExists,
+        context.at(u"d/sub"), "opening a read-only folder in a read-only folder as a file that must exist");
+    expectRefusal(
+        context, [&] { openStream(provider, context.at(u"d/f"), mustExist); }, ErrorCode::NotFound,
+        context.at(u"d/f"), "opening a missing file that must exist in a read-only folder");
+}
+
+void openingForWritingStamps(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    for (const ByteStreamOpenOptions& options : everyWay) {
+        openStream(provider, file);
+        provider.doSetLastModified(file, longAgo());
+        provider.doSetLastModified(context.at(u""), longAgo());
+        const auto before = now();
+        openStream(provider, file, options);
+        expect(isWithin(provider.doGetFileAttributes(file).getLastModified(), before, now()),
+               "opening an existing file for writing does not stamp it with the current time");
+        expect(provider.doGetFolderAttributes(context.at(u"")).getLastModified() == longAgo(),
+               "opening an existing file stamps its folder");
+    }
+}
+
+void creationStamps(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI folder = context.at(u"");
+    provider.doSetLastModified(folder, longAgo());
+    const auto before = now();
+    openStream(provider, context.at(u"f"));
+    const auto time = provider.doGetFileAttributes(context.at(u"f")).getLastModified();
+    expect(isWithin(time, before, now()), "a file that opening created has not the current time");
+    expect(provider.doGetFolderAttributes(folder).getLastModified() == time,
+           "a file that opening created and its folder have different times");
+}
+
+void readingStampsNothing(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "bytes");
+    provider.doSetLastModified(file, longAgo());
+    readRest(*openForReading(provider, file));
+    expect(provider.doGetFileAttributes(file).getLastModified() == longAgo(),
+           "opening a file for reading stamps it");
+}
+
+void unnamedNumbersMeanTheDefault(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const std::int32_t number : unnamedNumbers) {
+        const StorageIRI file = context.at(u"f");
+        openStream(provider, file, {.existence = static_cast<ByteStreamExistence>(number)});
+        expect(provider.doFileExists(file),
+               fmt::format("existence {} does not create a missing file", number));
+        writeText(*openStream(provider, file), "0123456789");
+        const auto stream = openStream(provider, file,
+                                       {.content = static_cast<ByteStreamContent>(number),
+                                        .append = static_cast<ByteStreamAppend>(number)});
+        writeText(*stream, "ab");
+        expect(contentOf(provider, file) == "ab23456789",
+               fmt::format("content {0} or append {0} is not taken like 1", number));
+        provider.doRemoveFile(file);
+    }
+}
+
+void hintChangesNothing(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "0123456789");
+    for (const std::int32_t hint : {1, 4, -1, std::numeric_limits<std::int32_t>::max()}) {
+        writeText(*openStream(provider, file, {.hint = hint}), "ab");
+        expect(contentOf(provider, file) == "ab23456789",
+               fmt::format("hint {} changes what a stream does", hint));
+    }
+}
+
+void rootIsNoFile(CheckContext& context) {
+    expectUnreachable(context, StorageIRI(u"/"), "opening the root");
+}
+
+constexpr std::array table{
+    Check{"7.1", "opening.missing-file-is-created",
+          "Opening a missing file for writing creates it, empty and writable, unless it must exist.",
+          Profile::AnyProvider, missingFileIsCreated},
+    Check{"7.2", "opening.must-exist",
+          "Opening a missing file that must exist fails with NotFound and creates nothing.",
+          Profile::AnyProvider, missingFileMustExist},
+    Check{"7.3", "opening.content-is-kept", "Opening a file with Keep leaves its bytes as they are.",
+          Profile::AnyProvider, contentIsKept},
+    Check{"7.4", "opening.content-is-emptied",
+          "Opening a file with Empty empties it by the opening itself, also when nothing is written.",
+          Profile::AnyProvider, contentIsEmptied},
+    Check{"7.5", "opening.emptying-is-seen",
+          "A file that one opening empties is empty for streams that are already open.", Profile::AnyProvider,
+          emptyingIsSeenByOthers},
+    Check{"7.6", "opening.position-is-the-beginning",
+          "A new stream, for reading or for writing at its position, begins at position 0.",
+          Profile::AnyProvider, streamsBeginAtTheBeginning},
+    Check{"7.7", "opening.append-begins-at-the-beginning",
+          "A stream that appends begins at position 0 too; only its writes go to the end.",
+          Profile::InMemoryProvider, appendingStreamsBeginAtTheBeginning},
+    Check{"7.8", "opening.missing-file-for-reading",
+          "Opening a missing file for reading fails with NotFound and creates nothing.", Profile::AnyProvider,
+          missingFileForReading},
+    Check{"7.9", "opening.missing-folder",
+          "Opening a file in a missing folder fails with NotFound naming the file.", Profile::AnyProvider,
+          folderAboveIsMissing},
+    Check{"7.10", "opening.below-a-file", "Opening a file below a file fails with NotFound naming it.",
+          Profile::AnyProvider, fileAboveIsNoFolder},
+    Check{"7.11", "opening.read-only-file",
+          "Opening a read-only file for writing fails with ReadOnly and does not even empty it.",
+          Profile::AnyProvider, readOnlyFileIsRefused},
+    Check{"7.12", "opening.read-only-file-for-reading",
+          "A read-only file in a read-only folder can be opened for reading.", Profile::AnyProvider,
+          readOnlyFileIsReadable},
+    Check{"7.13", "opening.read-only-folder",
+          "Opening a missing file in a read-only folder fails with ReadOnly naming the file.",
+          Profile::AnyProvider, creatingInReadOnlyFolderIsRefused},
+    Check{"7.14", "opening.existing-in-read-only-folder",
+          "A writable file in a read-only folder can be opened for writing.", Profile::AnyProvider,
+          existingFileInReadOnlyFolderOpens},
+    Check{"7.15", "opening.folder-is-no-file", "Opening a folder fails naming the folder.",
+          Profile::AnyProvider, folderIsNoFile},
+    Check{"7.16", "opening.codes-of-a-folder",
+          "Opening a folder fails with AlreadyExists for writing and with NotFound for reading.",
+          Profile::InMemoryProvider, codesOfFolder},
+    Check{"7.17", "opening.order-of-tests",
+          "A folder of the name counts before a file that must exist, and that before a read-only folder.",
+          Profile::InMemoryProvider, orderOfTests},
+    Check{"7.18", "opening.stamps-the-file",
+          "Opening an existing file for writing stamps it with the current time, and nothing else.",
+          Profile::InMemoryProvider, openingForWritingStamps},
+    Check{"7.19", "opening.creation-stamps-both",
+          "Opening a missing file stamps the new file and its folder with one current time.",
+          Profile::InMemoryProvider, creationStamps},
+    Check{"7.20", "opening.reading-stamps-nothing", "Opening a file for reading does not change its time.",
+          Profile::InMemoryProvider, readingStampsNothing},
+    Check{"7.21", "opening.numbers-without-a-name",
+          "An option whose number has no name means CreateIfMissing, Keep or WriteAtPosition.",
+          Profile::AnyProvider, unnamedNumbersMeanTheDefault},
+    Check{"7.22", "opening.hint", "The hint of the open options changes nothing that a host can see.",
+          Profile::AnyProvider, hintChangesNothing},
+    Check{"7.23", "opening.root", "Opening the root as a file fails with NotFound in every way.",
+          Profile::InMemoryProvider, rootIsNoFile},
+};
+
+} // namespace
+} // namespace opening_stream_checks
+
 std::span<const Check> openingStreams() {
-    return {};
+    return opening_stream_checks::table;
 }
 
 } // namespace storage::host::checks

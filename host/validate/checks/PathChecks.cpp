@@ -1,11 +1,276 @@
+#include "host/Listing.h"
+#include "host/Utf.h"
 #include "host/validate/CheckContext.h"
 #include "host/validate/Expectations.h"
+#include "host/validate/LongAgo.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/EntryKind.h"
+
+#include <algorithm>
+#include <array>
+#include <fmt/format.h>
+#include <vector>
 
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+
+namespace path_checks {
+namespace {
+
+using Names = std::vector<std::u16string>;
+
+/// Makes a file of each name, whose bytes are its number, and expects to find each again, under its own name.
+void expectNamesKept(CheckContext& context, const Names& names) {
+    const IProvider& provider = context.provider();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        makeFile(provider, context.at(names[i]), std::to_string(i));
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        expect(contentOf(provider, context.at(names[i])) == std::to_string(i),
+               fmt::format("the file called \"{}\" has the bytes of another", printable(names[i])));
+    }
+    Names sorted = names;
+    std::sort(sorted.begin(), sorted.end());
+    Names listed;
+    for (const FolderEntry& entry : sortedEntries(provider.doListAll(context.at(u"")))) {
+        listed.push_back(entry.getName());
+    }
+    const auto [made, seen] = std::mismatch(sorted.begin(), sorted.end(), listed.begin(), listed.end());
+    expect(made == sorted.end() && seen == listed.end(),
+           fmt::format("files were made of {} names; listed are {}, of which the first to differ is \"{}\"",
+                       names.size(), listed.size(), printable(seen == listed.end() ? u"" : *seen)));
+}
+
+void plainNames(CheckContext& context) {
+    expectNamesKept(context,
+                    {u"a", u"a b", u" lead", u".hidden", u"a.b.c", u"-dash", u"~", u"#%&+", u"(1)", u"0"});
+}
+
+/// Nothing here has a second form that a storage might turn it into.
+void namesOfTheWorld(CheckContext& context) {
+    expectNamesKept(context, {u"Straße", u"中文", u"Ωμ", u"שלום", u"\U0001F600", u"x\U0001F680y"});
+}
+
+void similarNames(CheckContext& context) {
+    expectNamesKept(context, {u"a", u"aa", u"aaa", u"ab", u"a0", u"a-", u"a.a", u"a a"});
+}
+
+void caseAsTold(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"Name"), "first");
+    const bool sensitive =
+        provider.doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive;
+    expect(provider.doFileExists(context.at(u"nAME")) == !sensitive,
+           fmt::format("the storage says that names are case-{}sensitive, but a file is {} in other case",
+                       sensitive ? "" : "in", sensitive ? "found" : "not found"));
+}
+
+void caseSensitive(CheckContext& context) {
+    expect(context.provider().doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive,
+           "the provider says that names are case-insensitive");
+    expectNamesKept(context, {u"name", u"Name", u"NAME", u"ß", u"ss", u"SS", u"i", u"I", u"İ", u"ı"});
+}
+
+void codeUnits(CheckContext& context) {
+    expectNamesKept(context, {u"\u00E9", u"e\u0301", u"\uFB01", u"fi", u"\u212B", u"\u00C5",
+                              std::u16string(1, u'\xD800'), std::u16string(1, u'\xDC00'),
+                              std::u16string(1, u'\0'), u"\uFEFFa"});
+}
+
+void noSpecialNames(CheckContext& context) {
+    expectNamesKept(context,
+                    {u".", u"..", u"...", u"*", u"?", u"a\\b", u"C:", u"nul", u"\n", u"a\tb", u"a "});
+}
+
+void dotsAreNotResolved(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    makeFile(provider, context.at(u"f"), "");
+    for (const char16_t* path : {u"d/../f", u"./f"}) {
+        expect(!provider.doFileExists(context.at(path)),
+               fmt::format("{} leads to a file, though there is no folder of that name", printable(path)));
+    }
+}
+
+void longNames(CheckContext& context) {
+    expectNamesKept(context, {std::u16string(10'000, u'n'), std::u16string(10'000, u'n') + u"1"});
+}
+
+/// `spelled` must lead to the file `f` of the folder `d`, whichever operation is asked.
+void expectSameFile(CheckContext& context, const std::u16string& spelled) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    const StorageIRI file(spelled);
+    makeFile(provider, file, "here");
+    expect(contentOf(provider, context.at(u"d/f")) == "here",
+           fmt::format("a file made as {} is not where {} is", printable(spelled),
+                       printable(context.at(u"d/f").getPath())));
+    const auto entries = sortedEntries(provider.doListAll(context.at(u"d")));
+    expect(entries.size() == 1 && entries.front().getName() == u"f",
+           fmt::format("a file made as {} is not listed as \"f\"", printable(spelled)));
+    provider.doRemoveFile(file);
+}
+
+void trailingSlash(CheckContext& context) {
+    expectSameFile(context, context.at(u"d/f/").getPath());
+}
+
+void leadingSlashes(CheckContext& context) {
+    expectSameFile(context, u"//" + context.at(u"d/f").getPath());
+}
+
+void twoTrailingSlashes(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    makeFile(provider, context.at(u"d//"), "nameless");
+    const auto entries = sortedEntries(provider.doListAll(context.at(u"d")));
+    expect(entries.size() == 1 && entries.front().getName().empty(),
+           "a file made with two slashes behind its folder is not the one without a name in it");
+    expect(provider.doFolderExists(context.at(u"d")), "a file without a name takes the place of its folder");
+}
+
+void innerSlashes(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    makeFile(provider, context.at(u"d/f"), "one");
+    makeFile(provider, context.at(u"d//f"), "two");
+    expect(contentOf(provider, context.at(u"d/f")) == "one" &&
+               contentOf(provider, context.at(u"d//f")) == "two",
+           "paths with one slash and with two between the same names are one");
+    const auto entries = sortedEntries(provider.doListAll(context.at(u"d")));
+    expect(entries.size() == 2 && entries.front().getName() == u"f" && entries.back().getName() == u"f",
+           "files with one slash and with two before the same name are not both listed by that name");
+}
+
+void relativePaths(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    makeFile(provider, StorageIRI(u"x/relative"), "");
+    expect(provider.doFileExists(StorageIRI(u"/relative")),
+           "a path with a slash at its second place does not begin there");
+    for (const char16_t* path : {u"xy/relative", u"relative"}) {
+        const StorageIRI file(path);
+        expectFailure([&] { provider.doCreateFile(file); }, ErrorCode::NotFound, file,
+                      fmt::format("creating a file at {}", printable(path)));
+    }
+    const StorageIRI folder(u"relative");
+    expectFailure([&] { provider.doCreateFolder(folder); }, ErrorCode::AlreadyExists, folder,
+                  "creating a folder at a path without a slash");
+}
+
+/// A location whose host resolves aliases.
+StorageIRI alias(const StorageIRI& target) {
+    return {target.getResolvedPath(), u"/alias", target.hasParent()};
+}
+
+void resolvedPathUsed(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    makeFile(provider, alias(context.at(u"f")), "bytes");
+    provider.doCreateFolder(alias(context.at(u"d")));
+    expect(provider.doFileExists(context.at(u"f")) && provider.doFolderExists(context.at(u"d")),
+           "what is made at a location is not at its resolved path");
+    expect(provider.doFileExists(alias(context.at(u"f"))) &&
+               provider.doFolderExists(alias(context.at(u"d"))) &&
+               provider.doGetFileAttributes(alias(context.at(u"f"))).getSize() == 5 &&
+               !provider.doListAll(alias(context.at(u"d")))->hasNext(),
+           "what is asked of a location is not answered of its resolved path");
+    provider.doSetLastModified(alias(context.at(u"d")), longAgo());
+    expect(contentOf(provider, alias(context.at(u"f"))) == "bytes" &&
+               provider.doGetFolderAttributes(context.at(u"d")).getLastModified() <=
+                   longAgo() + boost::gregorian::days(1),
+           "a stream or a time for a location is not for its resolved path");
+    provider.doRemoveFile(alias(context.at(u"f")));
+    provider.doRemoveFolder(alias(context.at(u"d")));
+    expect(!provider.doListAll(context.at(u""))->hasNext(),
+           "removing a location removes not what is at its resolved path");
+}
+
+void locationNamedAsGiven(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI missing = alias(context.at(u"missing"));
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        expectRefusal(
+            context, [&] { (provider.*kind->remove)(missing); }, ErrorCode::NotFound, missing,
+            fmt::format("removing a missing {}, given by a path and another one that it resolves to,",
+                        kind->name));
+    }
+}
+
+void rootIsWhatHasNoParent(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI withoutParent(u"/anything", u"/anything", false);
+    const StorageIRI slash(u"/", u"/alias", true);
+    for (const StorageIRI& root : {withoutParent, slash}) {
+        expect(provider.doFolderExists(root) && !provider.doFileExists(root),
+               fmt::format("{} {} parent is not taken for the root", printable(root.getResolvedPath()),
+                           root.hasParent() ? "with a" : "without"));
+        provider.doGetFolderAttributes(root);
+    }
+    const StorageIRI slashes(u"//", u"//", true);
+    expect(!provider.doFolderExists(slashes), "// with a parent is taken for the root");
+}
+
+void rootHasManySpellings(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const char16_t* path : {u"", u"/", u"//", u"///"}) {
+        const StorageIRI root(path);
+        expect(provider.doFolderExists(root) && !provider.doFileExists(root),
+               fmt::format("\"{}\" is not found as the root folder", printable(path)));
+    }
+}
+
+constexpr auto any = Profile::AnyProvider;
+constexpr auto inMemory = Profile::InMemoryProvider;
+
+constexpr std::array table{
+    Check{"4.1", "paths.plain-names", "Names with spaces, dots and signs are kept as they are.", any,
+          plainNames},
+    Check{"4.2", "paths.names-of-the-world",
+          "Names in any script are kept as they are, also outside the first plane.", any, namesOfTheWorld},
+    Check{"4.3", "paths.similar-names", "Names that begin alike are different names.", any, similarNames},
+    Check{"4.4", "paths.case-as-told",
+          "Names that differ in case are two exactly where doGetFilenameSensitivity says so.", any,
+          caseAsTold},
+    Check{"4.5", "paths.case-is-kept", "Names that differ in case are two names.", inMemory, caseSensitive},
+    Check{"4.6", "paths.code-units",
+          "Names are compared code unit by code unit; any code unit but the slash may be in one.", inMemory,
+          codeUnits},
+    Check{"4.7", "paths.no-special-names",
+          "No name means anything: dots and wildcards are names like others.", inMemory, noSpecialNames},
+    Check{"4.8", "paths.dots-are-not-resolved",
+          "A path with one dot or two for a name leads through a folder of that name only.", inMemory,
+          dotsAreNotResolved},
+    Check{"4.9", "paths.long-names", "A name may have ten thousand code units.", inMemory, longNames},
+    Check{"4.10", "paths.trailing-slash", "One slash at the end of a path is ignored.", inMemory,
+          trailingSlash},
+    Check{"4.11", "paths.two-trailing-slashes",
+          "Of two slashes at the end one stays: it is the entry without a name in that folder.", inMemory,
+          twoTrailingSlashes},
+    Check{"4.12", "paths.leading-slashes", "More slashes at the beginning of a path are as good as one.",
+          inMemory, leadingSlashes},
+    Check{"4.13", "paths.inner-slashes",
+          "Two slashes between names make another path than one, in the same folder.", inMemory,
+          innerSlashes},
+    Check{"4.14", "paths.relative",
+          "A path without a leading slash is in no folder, but for one whose second unit is a slash: it "
+          "begins there.",
+          inMemory, relativePaths},
+    Check{"4.15", "paths.resolved-path-is-used", "The resolved path of a location tells where it is.", any,
+          resolvedPathUsed},
+    Check{"4.16", "paths.location-named-as-given",
+          "A failure names the location with everything that the caller gave.", any, locationNamedAsGiven},
+    Check{"4.17", "paths.root-by-parent",
+          "A location without a parent is the root, and so is one resolved to \"/\".", inMemory,
+          rootIsWhatHasNoParent},
+    Check{"4.18", "paths.root-spellings", "The location of an empty path, or of slashes alone, is the root.",
+          any, rootHasManySpellings},
+};
+
+} // namespace
+} // namespace path_checks
+
 std::span<const Check> paths() {
-    return {};
+    return path_checks::table;
 }
 
 } // namespace storage::host::checks

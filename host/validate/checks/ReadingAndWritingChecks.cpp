@@ -1,11 +1,618 @@
+#include "host/Utf.h"
 #include "host/validate/CheckContext.h"
 #include "host/validate/Expectations.h"
+#include "host/validate/LongAgo.h"
+#include "host/validate/Policies.h"
+#include "host/validate/StreamSteps.h"
 #include "host/validate/checks/CheckGroups.h"
+
+#include <algorithm>
+#include <array>
+#include <fmt/format.h>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <vector>
 
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+
+namespace reading_and_writing_checks {
+namespace {
+
+constexpr auto fromBeginning = std::ios_base::beg;
+constexpr auto fromPosition = std::ios_base::cur;
+constexpr auto fromEnd = std::ios_base::end;
+constexpr long longest = std::numeric_limits<long>::max();
+
+/// A file of the ten digits, and a stream that writes at its position.
+std::unique_ptr<ByteStream> openDigits(CheckContext& context) {
+    makeFile(context.provider(), context.at(u"f"), "0123456789");
+    return openStream(context.provider(), context.at(u"f"));
+}
+
+void expectContent(CheckContext& context, std::u16string_view path, std::string_view bytes,
+                   std::string_view occasion) {
+    const std::string content = contentOf(context.provider(), context.at(path));
+    const auto beginning = [](std::string_view text) { return printable(text.substr(0, 80)); };
+    expect(content == bytes, fmt::format(R"({}, the file holds "{}", not "{}")", occasion, beginning(content),
+                                         beginning(bytes)));
+}
+
+void everyByteIsKept(CheckContext& context) {
+    std::string bytes;
+    for (int value = 0; value < 512; ++value) {
+        bytes += static_cast<char>(value % 256);
+    }
+    makeFile(context.provider(), context.at(u"f"), bytes);
+    expect(contentOf(context.provider(), context.at(u"f")) == bytes,
+           "bytes of every value are not read as they were written");
+}
+
+void largeWriteIsKept(CheckContext& context) {
+    std::string bytes((std::size_t{4} << 20U) + 17, '\0');
+    for (std::size_t i = 0; i < bytes.size(); i += 8) {
+        bytes[i] = static_cast<char>(context.random()());
+    }
+    const auto stream = openStream(context.provider(), context.at(u"f"));
+    writeText(*stream, bytes);
+    writeText(*stream, "end");
+    expect(contentOf(context.provider(), context.at(u"f")) == bytes + "end",
+           "4 MiB written at once are not read as they were written");
+    expect(context.provider().doGetFileAttributes(context.at(u"f")).getSize() == bytes.size() + 3,
+           "the size of a file of 4 MiB is wrong");
+}
+
+void writingGoesOnBehindWhatWasWritten(CheckContext& context) {
+    const auto stream = openStream(context.provider(), context.at(u"f"));
+    for (const std::string_view part : {"ab", "c", "def"}) {
+        writeText(*stream, part);
+    }
+    expectContent(context, u"f", "abcdef", "after three writes");
+    expect(positionOf(*stream) == 6, "the position is not behind what was written");
+}
+
+void writingOverwritesAndGrows(CheckContext& context) {
+    const auto stream = openDigits(context);
+    seekTo(*stream, 2, fromBeginning);
+    writeText(*stream, "ab");
+    expectContent(context, u"f", "01ab456789", "after overwriting 2 bytes");
+    seekTo(*stream, 8, fromBeginning);
+    writeText(*stream, "abcde");
+    expectContent(context, u"f", "01ab4567abcde", "after writing 5 bytes, 2 before the end");
+    expect(positionOf(*stream) == 13, "the position is not behind a write that lets the file grow");
+}
+
+void writingNothingChangesNothing(CheckContext& context) {
+    const auto stream = openDigits(context);
+    seekTo(*stream, 3, fromBeginning);
+    expect(stream->write("x", 0) == 0, "writing 0 bytes does not answer 0");
+    expect(positionOf(*stream) == 3, "writing 0 bytes moves the position");
+    expect(openToAppend(context.provider(), context.at(u"f"))->write("x", 0) == 0,
+           "appending 0 bytes does not answer 0");
+    expectContent(context, u"f", "0123456789", "after writing 0 bytes");
+}
+
+void readingGoesOnBehindWhatWasRead(CheckContext& context) {
+    const auto stream = openDigits(context);
+    std::string bytes;
+    for (std::string part; !(part = readOnce(*stream, 3)).empty();) {
+        bytes += part;
+        expect(positionOf(*stream) == static_cast<long>(bytes.size()),
+               "the position is not behind what was read");
+    }
+    expect(bytes == "0123456789", "reading in parts does not give what was written");
+}
+
+void readingAtTheEndGivesNothing(CheckContext& context) {
+    const auto stream = openDigits(context);
+    seekTo(*stream, 0, fromEnd);
+    std::array<char, 4> buffer{'k', 'e', 'p', 't'};
+    expect(stream->read(buffer.data(), 4) == -1, "reading at the end does not answer -1");
+    expect(std::string_view(buffer.data(), 4) == "kept", "reading at the end touches the buffer");
+    expect(positionOf(*stream) == 10, "reading at the end moves the position");
+}
+
+void readingNothingGivesNothing(CheckContext& context) {
+    const auto stream = openDigits(context);
+    seekTo(*stream, 3, fromBeginning);
+    char untouched = 'k';
+    expect(stream->read(&untouched, 0) == -1, "reading 0 bytes does not answer -1");
+    expect(untouched == 'k' && positionOf(*stream) == 3, "reading 0 bytes does something");
+}
+
+void readingStopsAtTheEnd(CheckContext& context) {
+    const auto stream = openDigits(context);
+    seekTo(*stream, 7, fromBeginning);
+    std::string buffer(100, 'k');
+    const long count = stream->read(buffer.data(), 100);
+    expect(count >= 1 && count <= 3, fmt::format("reading 100 bytes, 3 before the end, answers {}", count));
+    const std::string expected = std::string("789").substr(0, static_cast<std::size_t>(count)) +
+                                 std::string(static_cast<std::size_t>(100 - count), 'k');
+    expect(buffer == expected, "reading touches more of the buffer than it says, or gives other bytes");
+}
+
+void seekingInEveryDirection(CheckContext& context) {
+    const auto stream = openDigits(context);
+    const auto expectSeek = [&](long offset, std::ios_base::seekdir direction, long target, char next) {
+        const long answer = seekTo(*stream, offset, direction);
+        expect(answer == target, fmt::format("a seek to position {} answers {}", target, answer));
+        expect(readOnce(*stream, 1) == std::string(1, next),
+               fmt::format("after a seek to position {}, another byte is read", target));
+    };
+    expectSeek(4, fromBeginning, 4, '4');
+    expectSeek(2, fromPosition, 7, '7');
+    expectSeek(-6, fromPosition, 2, '2');
+    expectSeek(-1, fromEnd, 9, '9');
+    expectSeek(-10, fromEnd, 0, '0');
+    expectSeek(0, fromPosition, 1, '1');
+}
+
+void seekingToTheEnd(CheckContext& context) {
+    const auto stream = openDigits(context);
+    expect(seekTo(*stream, 10, fromBeginning) == 10 && seekTo(*stream, 0, fromEnd) == 10,
+           "a seek to the end of the file does not answer its size");
+    writeText(*stream, "ab");
+    expectContent(context, u"f", "0123456789ab", "after a write at the end");
+    const auto empty = openStream(context.provider(), context.at(u"empty"));
+    expect(seekTo(*empty, 0, fromEnd) == 0, "a seek to the end of an empty file does not answer 0");
+}
+
+void seekingOutsideFails(CheckContext& context) {
+    const auto stream = openDigits(context);
+    seekTo(*stream, 5, fromBeginning);
+    const auto expectFailed = [&](long offset, std::ios_base::seekdir direction) {
+        const long answer = seekTo(*stream, offset, direction);
+        expect(answer == -1, fmt::format("a seek outside the file, by {}, answers {}", offset, answer));
+        expect(positionOf(*stream) == 5, "a failed seek moves the position");
+    };
+    for (const long offset : {-1L, 11L, longest, std::numeric_limits<long>::min()}) {
+        expectFailed(offset, fromBeginning);
+    }
+    for (const long offset : {-6L, 6L, longest, std::numeric_limits<long>::min()}) {
+        expectFailed(offset, fromPosition);
+    }
+    for (const long offset : {-11L, 1L, longest, std::numeric_limits<long>::min()}) {
+        expectFailed(offset, fromEnd);
+    }
+}
+
+void seekingInNoDirectionFails(CheckContext& context) {
+    const auto stream = openDigits(context);
+    seekTo(*stream, 5, fromBeginning);
+    expect(seekTo(*stream, 1, static_cast<std::ios_base::seekdir>(7)) == -1 && positionOf(*stream) == 5,
+           "a seek in a direction that there is not does not fail with -1");
+}
+
+void flushChangesNothing(CheckContext& context) {
+    const auto stream = openDigits(context);
+    seekTo(*stream, 4, fromBeginning);
+    stream->flush();
+    stream->flush();
+    expect(positionOf(*stream) == 4, "flushing moves the position");
+    openForReading(context.provider(), context.at(u"f"))->flush();
+    expectContent(context, u"f", "0123456789", "after flushing");
+}
+
+void streamsShareBytes(CheckContext& context) {
+    const auto writer = openDigits(context);
+    const auto reader = openForReading(context.provider(), context.at(u"f"));
+    expect(readOnce(*reader, 1) == "0", "a stream does not read the first byte");
+    writeText(*writer, "abc");
+    expect(readOnce(*reader, 1) == "b", "a stream does not read what another has written over old bytes");
+    seekTo(*writer, 0, fromEnd);
+    writeText(*writer, "xyz");
+    seekTo(*reader, -3, fromEnd);
+    expect(readRest(*reader) == "xyz", "a stream does not read what another has written at the end");
+}
+
+void writesAreVisibleAtOnce(CheckContext& context) {
+    const auto writer = openDigits(context);
+    const auto reader = openForReading(context.provider(), context.at(u"f"));
+    writer->write("abcdefghijkl", 12);
+    expect(readRest(*reader) == "abcdefghijkl", "a write is not visible to another stream without a flush");
+    expect(context.provider().doGetFileAttributes(context.at(u"f")).getSize() == 12,
+           "a write is not visible in the size of the file without a flush");
+}
+
+void positionsAreIndependent(CheckContext& context) {
+    const auto first = openDigits(context);
+    const auto second = openStream(context.provider(), context.at(u"f"));
+    const auto third = openForReading(context.provider(), context.at(u"f"));
+    seekTo(*first, 5, fromBeginning);
+    readOnce(*second, 2);
+    writeText(*first, "x");
+    expect(positionOf(*first) == 6 && positionOf(*second) == 2 && positionOf(*third) == 0,
+           "the position of one stream follows that of another");
+}
+
+void appendingGoesToTheEnd(CheckContext& context) {
+    openDigits(context);
+    const auto stream = openToAppend(context.provider(), context.at(u"f"));
+    writeText(*stream, "a");
+    seekTo(*stream, 2, fromBeginning);
+    writeText(*stream, "bcd");
+    expectContent(context, u"f", "0123456789abcd", "after appending from position 2");
+    expect(positionOf(*stream) == 14, "the position is not behind what was appended");
+    expect(seekTo(*stream, 8, fromBeginning) == 8 && readOnce(*stream, 3) == "89a",
+           "a stream that appends cannot be read anywhere");
+}
+
+void appendersLoseNothing(CheckContext& context) {
+    const auto first = openToAppend(context.provider(), context.at(u"f"));
+    const auto second = openToAppend(context.provider(), context.at(u"f"));
+    std::string expected;
+    for (int i = 0; i < 20; ++i) {
+        const std::string record = fmt::format("record {};", i);
+        writeText(i % 3 == 0 ? *second : *first, record);
+        expected += record;
+    }
+    expectContent(context, u"f", expected, "after 20 appends of two streams in turn");
+}
+
+/// A stream whose file was emptied while its position was 5.
+std::unique_ptr<ByteStream> openBehindTheEnd(CheckContext& context) {
+    auto stream = openDigits(context);
+    seekTo(*stream, 5, fromBeginning);
+    openStream(context.provider(), context.at(u"f"), {.content = ByteStreamContent::Empty});
+    return stream;
+}
+
+void positionBehindTheEnd(CheckContext& context) {
+    const auto stream = openBehindTheEnd(context);
+    expect(readOnce(*stream, 3).empty(), "a stream reads bytes from behind the end of its file");
+    expect(seekTo(*stream, 0, fromPosition) == -1, "a seek to a position behind the end does not answer -1");
+    expect(seekTo(*stream, 0, fromBeginning) == 0 && readOnce(*stream, 1).empty(),
+           "a stream whose file was emptied cannot go back to the beginning");
+    writeText(*stream, "new");
+    expectContent(context, u"f", "new", "after a write to a file that was emptied");
+}
+
+void writingBehindTheEnd(CheckContext& context) {
+    const auto stream = openBehindTheEnd(context);
+    expect(stream->write("x", 0) == 0, "writing 0 bytes behind the end does not answer 0");
+    expectContent(context, u"f", "", "after writing 0 bytes behind the end");
+    writeText(*stream, "abcd");
+    expectContent(context, u"f", "abcd", "after a write at a position behind the end");
+    expect(positionOf(*stream) == 4, "the position is not behind what was written at the real end");
+}
+
+void appendingNothingMovesToTheEnd(CheckContext& context) {
+    openDigits(context);
+    const auto stream = openToAppend(context.provider(), context.at(u"f"));
+    stream->write("x", 0);
+    expect(positionOf(*stream) == 10, "appending 0 bytes does not move the position to the end");
+}
+
+void growingTooFarFails(CheckContext& context) {
+    openDigits(context);
+    const auto stream = openToAppend(context.provider(), context.at(u"f"));
+    try {
+        stream->write("x", longest);
+        expect(false, "appending more bytes than there can be succeeds");
+    } catch (const std::bad_alloc&) {
+    } catch (const std::length_error&) {
+    }
+    expectContent(context, u"f", "0123456789", "after a write that could not be");
+    writeText(*stream, "ab");
+    expectContent(context, u"f", "0123456789ab", "after a write that could be");
+}
+
+void streamOutlivesRemoval(CheckContext& context) {
+    const auto stream = openDigits(context);
+    const auto reader = openForReading(context.provider(), context.at(u"f"));
+    context.provider().doRemoveFile(context.at(u"f"));
+    expect(readOnce(*stream, 4) == "0123", "a stream cannot read its file after the removal");
+    writeText(*stream, "abcd");
+    seekTo(*stream, 0, fromEnd);
+    writeText(*stream, "xyz");
+    seekTo(*stream, 0, fromBeginning);
+    expect(readRest(*stream) == "0123abcd89xyz", "a stream does not read what it wrote after the removal");
+    expect(readRest(*reader) == "0123abcd89xyz", "two streams of a removed file do not share its bytes");
+}
+
+void removedFileStaysRemoved(CheckContext& context) {
+    const auto stream = openDigits(context);
+    context.provider().doRemoveFile(context.at(u"f"));
+    writeText(*stream, "abcd");
+    expect(!context.provider().doFileExists(context.at(u"f")), "writing brings a removed file back");
+    context.provider().doCreateFile(context.at(u"f"));
+    writeText(*stream, "efgh");
+    expectContent(context, u"f", "", "when a new file stands where the stream's file was");
+    writeText(*openStream(context.provider(), context.at(u"f")), "new");
+    seekTo(*stream, 0, fromBeginning);
+    expect(readRest(*stream) == "abcdefgh89", "a new file takes the bytes of a removed one's stream");
+}
+
+/// What an old stream writes is in the moved file, and the other way round.
+void expectShared(CheckContext& context, ByteStream& old, std::u16string_view movedTo) {
+    seekTo(old, 0, fromBeginning);
+    writeText(old, "ab");
+    expectContent(context, movedTo, "ab23456789", "after a write through a stream opened before the move");
+    const auto stream = openStream(context.provider(), context.at(movedTo));
+    seekTo(*stream, 0, fromEnd);
+    writeText(*stream, "xyz");
+    expect(readRest(old) == "23456789xyz", "a stream opened before the move does not read what is new");
+    openStream(context.provider(), context.at(movedTo), {.content = ByteStreamContent::Empty});
+    expect(readOnce(old, 1).empty(), "a stream opened before the move reads bytes that were emptied away");
+}
+
+void streamFollowsMovedFile(CheckContext& context) {
+    const auto stream = openDigits(context);
+    context.provider().doCreateFolder(context.at(u"d"));
+    context.provider().doMoveFile(context.at(u"f"), context.at(u"d/g"), policies::refuse);
+    expectShared(context, *stream, u"d/g");
+    context.provider().doRemoveFile(context.at(u"d/g"));
+    seekTo(*stream, 0, fromBeginning);
+    writeText(*stream, "alive");
+    expect(!context.provider().doFileExists(context.at(u"f")), "a stream brings its file back to its place");
+}
+
+void streamFollowsEmptyMovedFile(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const auto stream = openStream(provider, context.at(u"f"));
+    provider.doMoveFile(context.at(u"f"), context.at(u"g"), policies::refuse);
+    writeText(*stream, "first");
+    expectContent(context, u"g", "first", "after the first write of a stream opened before the move");
+}
+
+void streamFollowsMovedFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"a"));
+    provider.doCreateFolder(context.at(u"a/b"));
+    makeFile(provider, context.at(u"a/b/f"), "0123456789");
+    const auto stream = openStream(provider, context.at(u"a/b/f"));
+    provider.doMoveFolder(context.at(u"a"), context.at(u"c"), policies::refuse);
+    expectShared(context, *stream, u"c/b/f");
+}
+
+void streamKeepsReplacedFile(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const auto stream = openDigits(context);
+    makeFile(provider, context.at(u"g"), "other");
+    provider.doMoveFile(context.at(u"g"), context.at(u"f"), policies::replace);
+    writeText(*stream, "ab");
+    expectContent(context, u"f", "other", "after a write through a stream on the file that was replaced");
+    expect(readRest(*stream) == "23456789", "a stream on a replaced file has lost its bytes");
+}
+
+void streamOutlivesProvider(CheckContext& context) {
+    auto provider = context.library().buildProvider();
+    provider->doCreateFolderRecursive(context.at(u""));
+    makeFile(*provider, context.at(u"f"), "0123456789");
+    const auto stream = openStream(*provider, context.at(u"f"));
+    const auto reader = openForReading(*provider, context.at(u"f"));
+    provider.reset();
+    writeText(*stream, "ab");
+    expect(readRest(*reader) == "ab23456789", "streams do not work on when their provider is gone");
+}
+
+void streamsStampNothing(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const auto stream = openDigits(context);
+    provider.doSetLastModified(context.at(u"f"), longAgo());
+    provider.doSetLastModified(context.at(u""), longAgo());
+    writeText(*stream, "abcdefghijkl");
+    seekTo(*stream, 0, fromBeginning);
+    readRest(*stream);
+    expect(provider.doGetFileAttributes(context.at(u"f")).getLastModified() == longAgo() &&
+               provider.doGetFolderAttributes(context.at(u"")).getLastModified() == longAgo(),
+           "reading, writing or seeking changes a time");
+}
+
+void flagComesTooLateForOpenStreams(CheckContext& context) {
+    const auto stream = openDigits(context);
+    context.provider().doSetWritable(context.at(u"f"), false);
+    writeText(*stream, "ab");
+    expectContent(context, u"f", "ab23456789",
+                  "after a write through a stream opened before the file was read-only");
+    expect(!context.provider().doGetFileAttributes(context.at(u"f")).isWritable(),
+           "writing makes a file writable");
+    context.provider().doSetWritable(context.at(u"f"), true);
+}
+
+/// A stream beside what it should do.
+struct ModelledStream {
+    std::unique_ptr<ByteStream> stream;
+    bool appends;
+    std::size_t position = 0;
+};
+
+/// Random steps on one file through several streams, and on a plain string.
+class RandomSteps {
+public:
+    explicit RandomSteps(CheckContext& context) : context_(context) {
+        for (int i = 0; i < 3; ++i) {
+            streams_.push_back({openStream(context.provider(), context.at(u"f")), false});
+            streams_.push_back({openToAppend(context.provider(), context.at(u"f")), true});
+        }
+    }
+
+    void step() {
+        ModelledStream& chosen = streams_[below(streams_.size())];
+        switch (below(8)) {
+        case 0:
+        case 1:
+        case 2:
+            return write(chosen);
+        case 3:
+        case 4:
+            return seek(chosen);
+        case 5:
+            return below(20) == 0 ? empty() : read(chosen);
+        default:
+            return read(chosen);
+        }
+    }
+
+    void compare() {
+        expect(contentOf(context_.provider(), context_.at(u"f")) == model_,
+               "after random steps, the file holds other bytes than were written");
+    }
+
+private:
+    std::size_t below(std::size_t limit) { return context_.random()() % limit; }
+
+    void write(ModelledStream& chosen) {
+        const std::string bytes(below(below(10) == 0 ? 5000 : 40) + 1,
+                                static_cast<char>(context_.random()()));
+        writeText(*chosen.stream, bytes);
+        const std::size_t at = chosen.appends ? model_.size() : chosen.position;
+        model_.replace(at, std::min(bytes.size(), model_.size() - at), bytes);
+        chosen.position = at + bytes.size();
+        expectPosition(chosen);
+    }
+
+    void read(ModelledStream& chosen) {
+        const std::size_t count = below(3000) + 1;
+        const std::string bytes = readOnce(*chosen.stream, static_cast<long>(count));
+        const std::size_t left = model_.size() - chosen.position;
+        expect(bytes.empty() == (left == 0) && bytes == model_.substr(chosen.position, bytes.size()),
+               fmt::format("a read at position {} of {} bytes gives other bytes than were written",
+                           chosen.position, model_.size()));
+        chosen.position += bytes.size();
+        expectPosition(chosen);
+    }
+
+    void seek(ModelledStream& chosen) {
+        const auto size = static_cast<long>(model_.size());
+        const auto position = static_cast<long>(chosen.position);
+        const long target = static_cast<long>(below(model_.size() + 40)) - 20;
+        const bool inside = target >= 0 && target <= size;
+        const std::array<std::pair<std::ios_base::seekdir, long>, 3> ways{
+            {{fromBeginning, target}, {fromPosition, target - position}, {fromEnd, target - size}}};
+        const auto& [direction, offset] = ways[below(ways.size())];
+        expect(seekTo(*chosen.stream, offset, direction) == (inside ? target : -1),
+               fmt::format("a seek from position {} to {} of {} bytes has a wrong answer", position, target,
+                           size));
+        chosen.position = inside ? static_cast<std::size_t>(target) : chosen.position;
+        expectPosition(chosen);
+    }
+
+    void empty() {
+        openStream(context_.provider(), context_.at(u"f"), {.content = ByteStreamContent::Empty});
+        model_.clear();
+        for (ModelledStream& each : streams_) {
+            each.position = 0;
+            expect(seekTo(*each.stream, 0, fromBeginning) == 0, "a seek to the beginning of a file fails");
+        }
+    }
+
+    static void expectPosition(ModelledStream& chosen) {
+        expect(positionOf(*chosen.stream) == static_cast<long>(chosen.position),
+               "after random steps, a position is not where it should be");
+    }
+
+    CheckContext& context_;
+    std::vector<ModelledStream> streams_;
+    std::string model_;
+};
+
+void randomSteps(CheckContext& context) {
+    RandomSteps steps(context);
+    for (int i = 0; i < 4000; ++i) {
+        steps.step();
+        if (i % 100 == 0) {
+            steps.compare();
+        }
+    }
+    steps.compare();
+}
+
+constexpr std::array table{
+    Check{"8.1", "streams.every-byte", "Bytes of every value are read as they were written.",
+          Profile::AnyProvider, everyByteIsKept},
+    Check{"8.2", "streams.large-write", "Several MiB written at once are read as they were written.",
+          Profile::AnyProvider, largeWriteIsKept},
+    Check{"8.3", "streams.write-moves-position",
+          "A write answers its count and moves the position behind what it wrote.", Profile::AnyProvider,
+          writingGoesOnBehindWhatWasWritten},
+    Check{"8.4", "streams.write-overwrites",
+          "A write at the position overwrites what is there and lets the file grow for the rest.",
+          Profile::AnyProvider, writingOverwritesAndGrows},
+    Check{"8.5", "streams.write-nothing", "Writing 0 bytes answers 0 and changes no byte.",
+          Profile::AnyProvider, writingNothingChangesNothing},
+    Check{"8.6", "streams.read-moves-position",
+          "A read gives at least one byte unless at the end, and moves the position behind what it gave.",
+          Profile::AnyProvider, readingGoesOnBehindWhatWasRead},
+    Check{"8.7", "streams.read-at-end", "A read at the end answers -1 and moves nothing.",
+          Profile::AnyProvider, readingAtTheEndGivesNothing},
+    Check{"8.8", "streams.read-nothing", "A read of 0 bytes answers -1 and moves nothing.",
+          Profile::AnyProvider, readingNothingGivesNothing},
+    Check{"8.9", "streams.read-stops-at-end",
+          "A read of more bytes than there are gives those that are, and touches no more of the buffer.",
+          Profile::AnyProvider, readingStopsAtTheEnd},
+    Check{"8.10", "streams.seek", "A seek from the beginning, the position or the end answers where it went.",
+          Profile::AnyProvider, seekingInEveryDirection},
+    Check{"8.11", "streams.seek-to-end", "A seek exactly to the end is inside the file.",
+          Profile::AnyProvider, seekingToTheEnd},
+    Check{"8.12", "streams.seek-outside",
+          "A seek to before the beginning or behind the end answers -1 and moves nothing.",
+          Profile::AnyProvider, seekingOutsideFails},
+    Check{"8.13", "streams.seek-unknown-direction",
+          "A seek in a direction that there is not answers -1 and moves nothing.", Profile::InMemoryProvider,
+          seekingInNoDirectionFails},
+    Check{"8.14", "streams.flush", "A flush changes neither bytes nor position.", Profile::AnyProvider,
+          flushChangesNothing},
+    Check{"8.15", "streams.shared-bytes",
+          "What one stream has written and flushed, every other stream on the file reads.",
+          Profile::AnyProvider, streamsShareBytes},
+    Check{"8.16", "streams.visible-at-once", "What one stream writes is visible everywhere without a flush.",
+          Profile::InMemoryProvider, writesAreVisibleAtOnce},
+    Check{"8.17", "streams.own-position", "Every stream has a position of its own.", Profile::AnyProvider,
+          positionsAreIndependent},
+    Check{"8.18", "streams.append",
+          "A write of a stream that appends goes to the end, wherever the position was, which follows it.",
+          Profile::AnyProvider, appendingGoesToTheEnd},
+    Check{"8.19", "streams.two-appenders", "Streams that append to one file in turn lose nothing.",
+          Profile::AnyProvider, appendersLoseNothing},
+    Check{"8.20", "streams.position-behind-end",
+          "A stream whose file was emptied under it reads nothing until it seeks, and then works on.",
+          Profile::AnyProvider, positionBehindTheEnd},
+    Check{"8.21", "streams.write-behind-end",
+          "A write at a position behind the end goes to the end; no gap is filled.",
+          Profile::InMemoryProvider, writingBehindTheEnd},
+    Check{"8.22", "streams.append-nothing", "Appending 0 bytes moves the position to the end.",
+          Profile::InMemoryProvider, appendingNothingMovesToTheEnd},
+    Check{"8.23", "streams.grow-too-far",
+          "A write that no memory could hold fails with std::length_error or std::bad_alloc, the file as it "
+          "was.",
+          Profile::InMemoryProvider, growingTooFarFails},
+    Check{"8.24", "streams.outlive-removal", "Streams on a removed file stay usable and share its bytes.",
+          Profile::AnyProvider, streamOutlivesRemoval},
+    Check{"8.25", "streams.removed-stays-removed",
+          "A stream on a removed file brings nothing back and has nothing to do with a new file of the name.",
+          Profile::AnyProvider, removedFileStaysRemoved},
+    Check{"8.26", "streams.follow-moved-file",
+          "A stream opened before a file was moved shares its bytes with the file at the new place.",
+          Profile::InMemoryProvider, streamFollowsMovedFile},
+    Check{"8.27", "streams.follow-empty-moved-file",
+          "A stream opened on an empty file that was moved then writes to the file at the new place.",
+          Profile::InMemoryProvider, streamFollowsEmptyMovedFile},
+    Check{"8.28", "streams.follow-moved-folder",
+          "A stream opened before a folder above its file was moved shares the bytes at the new place.",
+          Profile::InMemoryProvider, streamFollowsMovedFolder},
+    Check{"8.29", "streams.keep-replaced-file",
+          "A stream on a file that a move replaced keeps the old bytes to itself.", Profile::InMemoryProvider,
+          streamKeepsReplacedFile},
+    Check{"8.30", "streams.outlive-provider", "Streams work on when their provider is gone.",
+          Profile::AnyProvider, streamOutlivesProvider},
+    Check{"8.31", "streams.stamp-nothing", "Reading, writing and seeking change no time.",
+          Profile::InMemoryProvider, streamsStampNothing},
+    Check{"8.32", "streams.flag-comes-too-late",
+          "A stream opened before its file became read-only writes on.", Profile::InMemoryProvider,
+          flagComesTooLateForOpenStreams},
+    Check{"8.33", "streams.random-steps",
+          "Random steps of several streams give what the same steps on a plain sequence of bytes give.",
+          Profile::AnyProvider, randomSteps},
+};
+
+} // namespace
+} // namespace reading_and_writing_checks
+
 std::span<const Check> readingAndWriting() {
-    return {};
+    return reading_and_writing_checks::table;
 }
 
 } // namespace storage::host::checks

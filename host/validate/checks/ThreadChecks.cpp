@@ -1,11 +1,557 @@
+#include "host/Failure.h"
 #include "host/validate/CheckContext.h"
 #include "host/validate/Expectations.h"
+#include "host/validate/Policies.h"
+#include "host/validate/RuleBroken.h"
+#include "host/validate/StreamSteps.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "hostapi/storage/provider/HandedOut.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <barrier>
+#include <exception>
+#include <fmt/format.h>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <vector>
 
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+
+namespace thread_checks {
+namespace {
+
+constexpr int threadCount = 4;
+constexpr int raceRounds = 200;
+
+/// The first failure of several threads. Any of them may tell it.
+class FirstFailure {
+public:
+    void takeCurrent() {
+        const std::lock_guard lock(mutex_);
+        if (!failure_) {
+            failure_ = std::current_exception();
+        }
+    }
+
+    /// @throws RuleBroken when there was one
+    void rethrow() const {
+        if (!failure_) {
+            return;
+        }
+        try {
+            std::rethrow_exception(failure_);
+        } catch (const RuleBroken&) {
+            throw;
+        } catch (...) {
+            throw RuleBroken("in one of several threads: " + Failure::ofCurrentException("").reason);
+        }
+    }
+
+private:
+    std::mutex mutex_;
+    std::exception_ptr failure_;
+};
+
+/// Runs `task` on four threads at once. @param task  is told which of them it is
+void together(const std::function<void(int thread)>& task) {
+    std::barrier<> start(threadCount);
+    FirstFailure failure;
+    std::vector<std::thread> threads;
+    threads.reserve(threadCount);
+    for (int thread = 0; thread < threadCount; ++thread) {
+        threads.emplace_back([&, thread] {
+            start.arrive_and_wait();
+            try {
+                task(thread);
+            } catch (...) {
+                failure.takeCurrent();
+            }
+        });
+    }
+    for (std::thread& each : threads) {
+        each.join();
+    }
+    failure.rethrow();
+}
+
+/// Runs `step` on four threads, which begin every round at once.
+void race(const std::function<void(int thread, int round)>& step) {
+    std::barrier<> begin(threadCount);
+    together([&](int thread) {
+        for (int round = 0; round < raceRounds; ++round) {
+            begin.arrive_and_wait();
+            try {
+                step(thread, round);
+            } catch (...) {
+                begin.arrive_and_drop(); // the others go on without this one
+                throw;
+            }
+        }
+    });
+}
+
+/// Two threads do `work` at least so many times each, while two others do `meanwhile` over and over until they are done.
+/// However the threads are given processors, both have gone on beside each other for a while.
+void besides(int times, const std::function<void()>& work,
+             const std::function<void(int thread, int round)>& meanwhile) {
+    constexpr int enough = 40;
+    std::atomic<int> rounds = 0; // of those who do `meanwhile`
+    std::atomic<int> working = 2;
+    together([&](int thread) {
+        const bool works = thread >= 2;
+        try {
+            for (int i = 0; works ? i < times || rounds < enough : working > 0; ++i) {
+                works ? work() : meanwhile(thread, i);
+                rounds += works ? 0 : 1;
+            }
+        } catch (...) {
+            rounds = enough; // nobody waits for this thread
+            working -= works ? 1 : 0;
+            throw;
+        }
+        working -= works ? 1 : 0;
+    });
+}
+
+std::u16string numbered(std::u16string_view name, int number) {
+    const std::string digits = std::to_string(number);
+    return std::u16string(name) + std::u16string(digits.begin(), digits.end());
+}
+
+/// Whether `action` succeeds.
+/// @throws RuleBroken when it fails otherwise than with one of these codes
+template <class Action>
+bool succeeds(const Action& action, std::initializer_list<ErrorCode> codes) {
+    try {
+        action();
+        return true;
+    } catch (const Exception& failure) {
+        expect(std::find(codes.begin(), codes.end(), failure.getErrorCode()) != codes.end(),
+               fmt::format("a race is lost with {}", failure.what()));
+        return false;
+    }
+}
+
+/// Four threads do the same; in every round exactly one succeeds, and the others fail with `code`.
+void expectOneWinner(const std::function<void(int thread, int round)>& action, ErrorCode code,
+                     std::string_view operation) {
+    std::vector<std::atomic<int>> winners(raceRounds);
+    race([&](int thread, int round) {
+        if (succeeds([&] { action(thread, round); }, {code})) {
+            ++winners[static_cast<std::size_t>(round)];
+        }
+    });
+    for (const std::atomic<int>& each : winners) {
+        expect(each == 1, fmt::format("of 4 threads {}, {} succeed", operation, each.load()));
+    }
+}
+
+void oneCreatesTheFile(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    expectOneWinner([&](int, int round) { provider.doCreateFile(context.at(numbered(u"f", round))); },
+                    ErrorCode::AlreadyExists, "creating one file");
+}
+
+void oneCreatesTheFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    expectOneWinner([&](int, int round) { provider.doCreateFolder(context.at(numbered(u"d", round))); },
+                    ErrorCode::AlreadyExists, "creating one folder");
+}
+
+void makeNumberedFiles(CheckContext& context) {
+    for (int round = 0; round < raceRounds; ++round) {
+        makeFile(context.provider(), context.at(numbered(u"f", round)), "bytes");
+    }
+}
+
+void oneRemovesTheFile(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    makeNumberedFiles(context);
+    expectOneWinner([&](int, int round) { provider.doRemoveFile(context.at(numbered(u"f", round))); },
+                    ErrorCode::NotFound, "removing one file");
+}
+
+void oneMovesTheFile(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    makeNumberedFiles(context);
+    for (int thread = 0; thread < threadCount; ++thread) {
+        provider.doCreateFolder(context.at(numbered(u"d", thread)));
+    }
+    expectOneWinner(
+        [&](int thread, int round) {
+            provider.doMoveFile(context.at(numbered(u"f", round)),
+                                context.at(numbered(u"d", thread) + numbered(u"/f", round)),
+                                policies::refuse);
+        },
+        ErrorCode::NotFound, "moving one file");
+    std::size_t files = 0;
+    for (int thread = 0; thread < threadCount; ++thread) {
+        files += provider.doListFilesNamesOnly(context.at(numbered(u"d", thread))).size();
+    }
+    expect(files == raceRounds,
+           fmt::format("of {} files that threads moved, {} have arrived", raceRounds, files));
+}
+
+void openersShareTheNewFile(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    race([&](int, int round) {
+        writeText(*openToAppend(provider, context.at(numbered(u"f", round))), "record;");
+    });
+    for (int round = 0; round < raceRounds; ++round) {
+        expect(contentOf(provider, context.at(numbered(u"f", round))) == "record;record;record;record;",
+               "what one of 4 threads wrote to a file that they all opened and created is lost");
+    }
+}
+
+constexpr std::array cycle{u"a", u"b", u"c"};
+
+using MoveOperation = void (IProvider::*)(const StorageIRI&, const StorageIRI&,
+                                          const ReplacementPolicy&) const;
+
+/// The one place of the cycle where something stands.
+StorageIRI placeInCycle(CheckContext& context) {
+    const auto names = context.provider().doListAllNamesOnly(context.at(u""));
+    expect(names.size() == 1, fmt::format("what 4 threads moved around is at {} places", names.size()));
+    return context.at(names.front());
+}
+
+/// Two threads move what is at one of three places on to the next one, two to the one before. Now and then they stop,
+/// and it is at one place.
+StorageIRI moveInCycle(CheckContext& context, MoveOperation move) {
+    const auto moveOn = [&](int thread, int place) {
+        const StorageIRI source = context.at(cycle[static_cast<std::size_t>(place % 3)]);
+        const StorageIRI destination =
+            context.at(cycle[static_cast<std::size_t>((place + 1 + thread % 2) % 3)]);
+        (context.provider().*move)(source, destination, policies::refuse);
+    };
+    for (int stop = 0; stop < 50; ++stop) {
+        together([&](int thread) {
+            for (int i = 0; i < 25; ++i) {
+                succeeds([&] { moveOn(thread, i); }, {ErrorCode::NotFound, ErrorCode::AlreadyExists});
+            }
+        });
+        placeInCycle(context);
+    }
+    return placeInCycle(context);
+}
+
+void fileMovesInCycles(CheckContext& context) {
+    makeFile(context.provider(), context.at(u"a"), "bytes");
+    expect(contentOf(context.provider(), moveInCycle(context, &IProvider::doMoveFile)) == "bytes",
+           "a file that 4 threads moved around has other bytes");
+}
+
+void folderMovesInCycles(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"a"));
+    provider.doCreateFolder(context.at(u"a/sub"));
+    makeFile(provider, context.at(u"a/f"), "bytes");
+    makeFile(provider, context.at(u"a/sub/g"), "more");
+    const std::u16string place = moveInCycle(context, &IProvider::doMoveFolder).getPath();
+    expect(contentOf(provider, StorageIRI(place + u"/f")) == "bytes" &&
+               contentOf(provider, StorageIRI(place + u"/sub/g")) == "more" &&
+               provider.doListAllRecursiveNamesOnly(StorageIRI(place)).size() == 3,
+           "a folder that 4 threads moved around holds something else");
+}
+
+/// A record that tells its thread and number, of many lengths.
+std::string record(int thread, int number) {
+    return fmt::format("<{}.{}{}>", thread, number,
+                       std::string(static_cast<std::size_t>(number * 7 % 60), '.'));
+}
+
+/// Takes the records of a file apart. @throws RuleBroken at one that is torn, twice there or out of order
+void expectWholeRecords(const std::string& content, int recordsOfEach) {
+    std::array<int, threadCount> next{};
+    std::size_t position = 0;
+    while (position < content.size()) {
+        const int thread = position + 1 < content.size() ? content[position + 1] - '0' : -1;
+        expect(thread >= 0 && thread < threadCount, "an appended record is torn");
+        const std::string expected = record(thread, next[static_cast<std::size_t>(thread)]++);
+        expect(content.compare(position, expected.size(), expected) == 0,
+               "an appended record is torn or lost");
+        position += expected.size();
+    }
+    expect(std::all_of(next.begin(), next.end(), [&](int count) { return count == recordsOfEach; }),
+           "an appended record is lost");
+}
+
+void appendsAreWhole(CheckContext& context) {
+    constexpr int recordsOfEach = 500;
+    context.provider().doCreateFile(context.at(u"f"));
+    together([&](int thread) {
+        const auto stream = openToAppend(context.provider(), context.at(u"f"));
+        for (int number = 0; number < recordsOfEach; ++number) {
+            writeText(*stream, record(thread, number));
+        }
+    });
+    expectWholeRecords(contentOf(context.provider(), context.at(u"f")), recordsOfEach);
+}
+
+void blocksAreWhole(CheckContext& context) {
+    constexpr std::size_t blockSize = 8192;
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"f"), std::string(blockSize, 'x'));
+    const auto read = [&] {
+        const std::string block = readOnce(*openForReading(provider, context.at(u"f")), blockSize);
+        expect(block == std::string(blockSize, block.front()), "a read sees half of a write");
+    };
+    const auto write = [&](int thread, int round) {
+        const auto letter = static_cast<char>('a' + (round + thread) % 26);
+        writeText(*openStream(provider, context.at(u"f")), std::string(blockSize, letter));
+    };
+    besides(300, read, write);
+}
+
+void listingsMissNothing(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    std::set<std::u16string> staying;
+    for (int i = 0; i < 20; ++i) {
+        staying.insert(numbered(u"m", i));
+        provider.doCreateFile(context.at(numbered(u"m", i)));
+    }
+    const auto comeAndGo = [&](int thread, int round) {
+        const StorageIRI file = context.at(numbered(round % 2 == 0 ? u"a" : u"z", thread));
+        provider.doCreateFile(file);
+        provider.doRemoveFile(file);
+    };
+    const auto list = [&] {
+        std::set<std::u16string> seen;
+        const auto listing = handedOut(provider.doListAll(context.at(u"")), "listing");
+        while (listing->hasNext()) {
+            listing->step();
+            expect(seen.insert(listing->getEntry().getName()).second, "a listing yields an entry twice");
+        }
+        expect(std::includes(seen.begin(), seen.end(), staying.begin(), staying.end()),
+               "a listing misses a file that stays while others come and go");
+    };
+    besides(300, list, comeAndGo);
+}
+
+void emptyingUnderReaders(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const std::string bytes = "abcdefghijklmnopqrstuvwxyz";
+    makeFile(provider, context.at(u"f"), bytes);
+    const auto read = [&] {
+        const std::string first = readOnce(*openForReading(provider, context.at(u"f")), 10);
+        expect(first == bytes.substr(0, first.size()),
+               "a stream reads bytes that were never there when its file is emptied and written again");
+    };
+    const auto emptyAndWrite = [&](int, int) {
+        writeText(*openStream(provider, context.at(u"f"), {.content = ByteStreamContent::Empty}), bytes);
+    };
+    besides(1000, read, emptyAndWrite);
+}
+
+void everyRecursiveCreatorSucceeds(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    race([&](int, int round) {
+        provider.doCreateFolderRecursive(context.at(numbered(u"d", round) + u"/sub/subsub"));
+    });
+    for (int round = 0; round < raceRounds; ++round) {
+        expect(provider.doFolderExists(context.at(numbered(u"d", round) + u"/sub/subsub")),
+               "a folder that 4 threads created with those above it is missing");
+    }
+}
+
+void recursiveRemoversDoNotCollide(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (int round = 0; round < raceRounds; ++round) {
+        provider.doCreateFolder(context.at(numbered(u"d", round)));
+        provider.doCreateFile(context.at(numbered(u"d", round) + u"/f"));
+        provider.doCreateFile(context.at(numbered(u"d", round) + u"/g"));
+    }
+    std::atomic<int> winners = 0;
+    race([&](int, int round) {
+        const StorageIRI folder = context.at(numbered(u"d", round));
+        try {
+            provider.doRemoveFolderRecursively(folder);
+            ++winners;
+        } catch (const Exception& failure) {
+            expect(failure.getErrorCode() == ErrorCode::NotFound && failure.getIRI() == folder,
+                   fmt::format("removing what another thread removes too fails with {}", failure.what()));
+        }
+    });
+    expect(winners == raceRounds, "a folder is removed by two threads, or by none");
+    expect(provider.doListAllNamesOnly(context.at(u"")).empty(),
+           "a folder that 4 threads removed is still there");
+}
+
+void copiesAppearWhole(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    std::vector<std::string> contents;
+    for (int thread = 0; thread < threadCount; ++thread) {
+        contents.emplace_back(5000, static_cast<char>('a' + thread));
+        makeFile(provider, context.at(numbered(u"f", thread)), contents.back());
+    }
+    makeFile(provider, context.at(u"g"), contents.front());
+    const auto look = [&] {
+        std::string content;
+        if (succeeds([&] { content = contentOf(provider, context.at(u"g")); }, {ErrorCode::NotFound})) {
+            expect(std::find(contents.begin(), contents.end(), content) != contents.end(),
+                   "a copy appears before it is complete");
+        }
+    };
+    const auto copy = [&](int thread, int round) {
+        provider.doCopyFile(context.at(numbered(u"f", (thread + round) % threadCount)), context.at(u"g"),
+                            policies::replace);
+    };
+    besides(300, look, copy);
+    expect(provider.doListAllNamesOnly(context.at(u"")).size() == threadCount + 1,
+           "threads that copied files leave something behind");
+}
+
+void queriesFailOnlyWithNotFound(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const auto comeAndGo = [&](int thread, int) {
+        const std::u16string folder = numbered(u"d", thread);
+        provider.doCreateFolder(context.at(folder));
+        makeFile(provider, context.at(folder + u"/f"), "bytes");
+        provider.doMoveFile(context.at(folder + u"/f"), context.at(folder + u"/g"), policies::refuse);
+        provider.doRemoveFolderRecursively(context.at(folder));
+    };
+    const auto ask = [&] {
+        const StorageIRI file = context.at(u"d0/f");
+        provider.doFileExists(file);
+        succeeds([&] { provider.doGetFileAttributes(file); }, {ErrorCode::NotFound});
+        succeeds([&] { provider.doGetFolderAttributes(context.at(u"d0")); }, {ErrorCode::NotFound});
+        succeeds([&] { readRest(*openForReading(provider, file)); }, {ErrorCode::NotFound});
+        succeeds([&] { provider.doListAll(context.at(u"d0")); }, {ErrorCode::NotFound});
+        succeeds([&] { provider.doGetExtendedAttributes(file); }, {ErrorCode::NotFound});
+    };
+    besides(300, ask, comeAndGo);
+}
+
+void threadsDoNotDisturbEachOther(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    together([&](int thread) {
+        const std::u16string folder = numbered(u"d", thread);
+        provider.doCreateFolder(context.at(folder));
+        for (int i = 0; i < 100; ++i) {
+            const StorageIRI file = context.at(folder + numbered(u"/f", i));
+            makeFile(provider, file, fmt::format("{}", thread * 1000 + i));
+            if (i % 2 == 0) {
+                provider.doMoveFile(file, context.at(folder + numbered(u"/g", i)), policies::refuse);
+            }
+            if (i % 4 == 1) {
+                provider.doRemoveFile(file);
+            }
+        }
+    });
+    for (int thread = 0; thread < threadCount; ++thread) {
+        const std::u16string folder = numbered(u"d", thread);
+        expect(provider.doListAllNamesOnly(context.at(folder)).size() == 75,
+               "threads that each work in a folder of their own disturb each other");
+        for (int i = 0; i < 100; i += 2) {
+            expect(contentOf(provider, context.at(folder + numbered(u"/g", i))) ==
+                       std::to_string(thread * 1000 + i),
+                   "a file of one thread has other bytes than the thread gave it");
+        }
+    }
+}
+
+void timesAreWhole(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFile(context.at(u"f"));
+    const auto timeOf = [](int number) {
+        using namespace boost::posix_time;
+        return ptime(boost::gregorian::date(2001, 2, 3), hours(number) + seconds(number));
+    };
+    provider.doSetLastModified(context.at(u"f"), timeOf(1));
+    const auto read = [&] {
+        const auto time = provider.doGetFileAttributes(context.at(u"f")).getLastModified();
+        expect(time == timeOf(static_cast<int>(time.time_of_day().hours())),
+               "a time is read that nobody has set while threads set others");
+    };
+    const auto set = [&](int thread, int round) {
+        provider.doSetLastModified(context.at(u"f"), timeOf(1 + (round + thread) % 5));
+    };
+    besides(1000, read, set);
+}
+
+void clonesAreIndependent(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (int i = 0; i < 50; ++i) {
+        provider.doCreateFile(context.at(numbered(u"f", i)));
+    }
+    const auto listing = handedOut(provider.doListAll(context.at(u"")), "listing");
+    std::vector<std::unique_ptr<IFolderEntryIterator>> clones;
+    clones.reserve(threadCount);
+    for (int thread = 0; thread < threadCount; ++thread) {
+        clones.push_back(handedOut(listing->clone(), "clone of a listing"));
+    }
+    together([&](int thread) {
+        IFolderEntryIterator& clone = *clones[static_cast<std::size_t>(thread)];
+        std::set<std::u16string> seen;
+        while (clone.hasNext()) {
+            clone.step();
+            seen.insert(clone.getEntry().getName());
+        }
+        expect(seen.size() == 50,
+               fmt::format("a clone of a listing of 50 files yields {} of them", seen.size()));
+    });
+}
+
+constexpr std::array table{
+    Check{"13.1", "threads.one-creates-file", "Of several threads that create one file, one succeeds.",
+          Profile::AnyProvider, oneCreatesTheFile},
+    Check{"13.2", "threads.one-creates-folder", "Of several threads that create one folder, one succeeds.",
+          Profile::AnyProvider, oneCreatesTheFolder},
+    Check{"13.3", "threads.one-removes-file",
+          "Of several threads that remove one file, one succeeds; the others find nothing.",
+          Profile::AnyProvider, oneRemovesTheFile},
+    Check{"13.4", "threads.one-moves-file",
+          "Of several threads that move one file, one succeeds; the others find nothing.",
+          Profile::AnyProvider, oneMovesTheFile},
+    Check{"13.5", "threads.openers-share-new-file",
+          "Threads that open a missing file at once all get streams on one new file.", Profile::AnyProvider,
+          openersShareTheNewFile},
+    Check{"13.6", "threads.file-in-cycles",
+          "A file that threads move around is at one place in the end, with its bytes.", Profile::AnyProvider,
+          fileMovesInCycles},
+    Check{"13.7", "threads.folder-in-cycles",
+          "A folder that threads move around is at one place in the end, with all that it holds.",
+          Profile::AnyProvider, folderMovesInCycles},
+    Check{"13.8", "threads.appends-are-whole",
+          "Records that threads append to one file are whole, all there, and in order for each thread.",
+          Profile::AnyProvider, appendsAreWhole},
+    Check{"13.9", "threads.blocks-are-whole", "A read sees all of another thread's write or nothing of it.",
+          Profile::InMemoryProvider, blocksAreWhole},
+    Check{"13.10", "threads.listings-miss-nothing",
+          "A listing has every entry that stays exactly once while others come and go.", Profile::AnyProvider,
+          listingsMissNothing},
+    Check{"13.11", "threads.emptying-under-readers",
+          "While a file is emptied and written again, readers read only bytes that were there.",
+          Profile::AnyProvider, emptyingUnderReaders},
+    Check{"13.12", "threads.recursive-creators",
+          "Threads that create one folder with those above it all succeed.", Profile::AnyProvider,
+          everyRecursiveCreatorSucceeds},
+    Check{"13.13", "threads.recursive-removers",
+          "Of threads that remove one tree, one succeeds and the others are told that the tree is gone.",
+          Profile::AnyProvider, recursiveRemoversDoNotCollide},
+    Check{"13.14", "threads.copies-appear-whole", "A copy is complete when it appears to other threads.",
+          Profile::AnyProvider, copiesAppearWhole},
+    Check{"13.15", "threads.queries", "Queries of what comes and goes fail with NotFound alone.",
+          Profile::AnyProvider, queriesFailOnlyWithNotFound},
+    Check{"13.16", "threads.own-folders",
+          "Threads that work in folders of their own do not disturb each other.", Profile::AnyProvider,
+          threadsDoNotDisturbEachOther},
+    Check{"13.17", "threads.times-are-whole", "A time that is read is one that somebody has set.",
+          Profile::AnyProvider, timesAreWhole},
+    Check{"13.18", "threads.clones", "Clones of one listing can be used on different threads.",
+          Profile::AnyProvider, clonesAreIndependent},
+};
+
+} // namespace
+} // namespace thread_checks
+
 std::span<const Check> threads() {
-    return {};
+    return thread_checks::table;
 }
 
 } // namespace storage::host::checks

@@ -1,11 +1,304 @@
+#include "host/FileTime.h"
 #include "host/validate/CheckContext.h"
 #include "host/validate/Expectations.h"
+#include "host/validate/LongAgo.h"
+#include "host/validate/TreeDescription.h"
+#include "host/validate/UtcNow.h"
+#include "host/validate/WriteProtection.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/EntryKind.h"
+
+#include <array>
+#include <fmt/format.h>
 
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+using boost::posix_time::ptime;
+using boost::posix_time::time_duration;
+
+namespace time_checks {
+namespace {
+
+// Storages may keep coarser times than hosts give, and the clock of another machine may be wrong, but not by so much
+// that local time could pass for it.
+const time_duration coarseness = boost::posix_time::seconds(2);
+const time_duration clockError = boost::posix_time::minutes(10);
+
+void expectNear(const ptime& seen, const ptime& expected, const time_duration& tolerance,
+                std::string_view what) {
+    expect(!seen.is_special() && seen >= expected - tolerance && seen <= expected + tolerance,
+           fmt::format("{} is {}, not {}", what, formatMicroseconds(seen), formatMicroseconds(expected)));
+}
+
+/// Runs an action and expects it to have stamped an entry while it ran.
+void expectStamped(const std::function<void()>& action, const std::function<ptime()>& stamp,
+                   std::string_view what) {
+    const ptime before = utcNow();
+    action();
+    const ptime after = utcNow();
+    const ptime seen = stamp();
+    expect(seen >= before && seen <= after,
+           fmt::format("{} is {}, not between {} and {}, when it happened", what, formatMicroseconds(seen),
+                       formatMicroseconds(before), formatMicroseconds(after)));
+}
+
+template <const EntryKind& kind>
+void newEntryIsStamped(CheckContext& context) {
+    const StorageIRI entry = context.at(u"e");
+    (context.provider().*kind.create)(entry);
+    expectNear(kind.lastModified(context.provider(), entry), utcNow(), clockError,
+               fmt::format("the time of a new {}", kind.name));
+}
+
+template <const EntryKind& kind>
+void newEntryIsStampedExactly(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"e");
+    expectStamped([&] { (provider.*kind.create)(entry); }, [&] { return kind.lastModified(provider, entry); },
+                  fmt::format("the time of a new {}", kind.name));
+}
+
+template <const EntryKind& kind>
+void newEntryStampsFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doSetLastModified(context.at(u""), longAgo());
+    (provider.*kind.create)(context.at(u"e"));
+    expect(folderKind.lastModified(provider, context.at(u"")) ==
+               kind.lastModified(provider, context.at(u"e")),
+           fmt::format("a new {} and the folder that it is in have different times", kind.name));
+}
+
+template <const EntryKind& kind>
+void removingStampsFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    (provider.*kind.create)(context.at(u"e"));
+    provider.doSetLastModified(context.at(u""), longAgo());
+    expectStamped([&] { (provider.*kind.remove)(context.at(u"e")); },
+                  [&] { return folderKind.lastModified(provider, context.at(u"")); },
+                  fmt::format("the time of a folder that a {} was removed from", kind.name));
+}
+
+/// A folder two levels above and the neighbours keep their times.
+void othersAreNotStamped(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    provider.doCreateFile(context.at(u"d/neighbour"));
+    provider.doSetLastModified(context.at(u"d/neighbour"), longAgo());
+    provider.doSetLastModified(context.at(u""), longAgo());
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        (provider.*kind->create)(context.at(u"d/e"));
+        (provider.*kind->remove)(context.at(u"d/e"));
+        expect(folderKind.lastModified(provider, context.at(u"")) == longAgo(),
+               fmt::format("a {} that comes and goes stamps more than its own folder", kind->name));
+        expect(fileKind.lastModified(provider, context.at(u"d/neighbour")) == longAgo(),
+               fmt::format("a {} that comes and goes stamps its neighbours", kind->name));
+    }
+}
+
+template <const EntryKind& kind>
+void timeIsReadBack(CheckContext& context) {
+    const StorageIRI entry = context.at(u"e");
+    (context.provider().*kind.create)(entry);
+    context.provider().doSetLastModified(entry, longAgo());
+    expectNear(kind.lastModified(context.provider(), entry), longAgo(), coarseness,
+               fmt::format("the time of a {} that was set", kind.name));
+}
+
+template <const EntryKind& kind>
+void timeIsReadBackExactly(CheckContext& context) {
+    using boost::gregorian::date;
+    using boost::posix_time::microseconds;
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"e");
+    (provider.*kind.create)(entry);
+    for (const ptime& time :
+         {ptime(date(2024, 2, 29), microseconds(123'456)), ptime(date(1969, 12, 31), microseconds(1)),
+          ptime(boost::posix_time::min_date_time), ptime(boost::posix_time::max_date_time),
+          ptime(boost::posix_time::pos_infin)}) {
+        provider.doSetLastModified(entry, time);
+        const ptime seen = kind.lastModified(provider, entry);
+        expect(seen == time, fmt::format("the time of a {} was set to {} and is {}", kind.name,
+                                         formatMicroseconds(time), formatMicroseconds(seen)));
+    }
+}
+
+void timeGoesBack(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        const StorageIRI entry = context.at(u"e");
+        (provider.*kind->create)(entry);
+        for (const int days : {1, -1}) {
+            const ptime time = longAgo() + boost::gregorian::days(days);
+            provider.doSetLastModified(entry, time);
+            expectNear(kind->lastModified(provider, entry), time, coarseness,
+                       fmt::format("the time of a {} that was set forth and back", kind->name));
+        }
+        (provider.*kind->remove)(entry);
+    }
+}
+
+void timeOfEachEntry(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const std::array kinds{&fileKind, &folderKind, &fileKind, &folderKind};
+    const auto entry = [&](std::size_t i) { return context.at(std::u16string(i + 1, u'e')); };
+    const auto time = [](std::size_t i) {
+        return longAgo() + boost::posix_time::hours(static_cast<long>(i));
+    };
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        (provider.*kinds[i]->create)(entry(i));
+        provider.doSetLastModified(entry(i), time(i));
+    }
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        expectNear(kinds[i]->lastModified(provider, entry(i)), time(i), coarseness,
+                   fmt::format("the time of a {}, set before those of its neighbours,", kinds[i]->name));
+    }
+}
+
+void timeOfMissing(CheckContext& context) {
+    makeFile(context.provider(), context.at(u"f"), "");
+    for (const char16_t* path : {u"missing", u"missing/e", u"f/e"}) {
+        const StorageIRI entry = context.at(path);
+        expectRefusal(
+            context, [&] { context.provider().doSetLastModified(entry, longAgo()); }, ErrorCode::NotFound,
+            entry, "setting the time of what is not there");
+    }
+}
+
+void settingTimeChangesNothingElse(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    makeFile(provider, context.at(u"d/f"), "bytes");
+    for (const char16_t* path : {u"d/f", u"d"}) {
+        provider.doSetLastModified(context.at(path), longAgo());
+    }
+    const std::string before = describeTree(provider, context.at(u""));
+    for (const char16_t* path : {u"d/f", u"d"}) {
+        provider.doSetLastModified(context.at(path), longAgo() + boost::posix_time::hours(1));
+        provider.doSetLastModified(context.at(path), longAgo());
+    }
+    const std::string after = describeTree(provider, context.at(u""));
+    expect(after == before,
+           fmt::format("times that were set to and fro leave something else behind; before:\n{}\n"
+                       "after:\n{}",
+                       before, after));
+}
+
+void timeOfRoot(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI ownFolder = context.at(u"");
+    provider.doSetLastModified(StorageIRI(u"/"), longAgo());
+    expect(folderKind.lastModified(provider, StorageIRI(u"/")) == longAgo(),
+           "the root has another time than was set");
+    expect(folderKind.lastModified(provider, ownFolder) != longAgo(),
+           "the root's time became that of a folder in it");
+    provider.doSetLastModified(StorageIRI(u"/any", u"/any", false), longAgo() + boost::posix_time::hours(1));
+    expect(folderKind.lastModified(provider, StorageIRI(u"/")) == longAgo() + boost::posix_time::hours(1),
+           "the root has another time than was set for a location without a parent");
+}
+
+template <const EntryKind& kind>
+void readOnlyTakesTime(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"e");
+    (provider.*kind.create)(entry);
+    const WriteProtection entryIsReadOnly(provider, entry);
+    const WriteProtection folderIsReadOnly(provider, context.at(u""));
+    provider.doSetLastModified(entry, longAgo());
+    expect(kind.lastModified(provider, entry) == longAgo(),
+           fmt::format("a read-only {} has another time than was set", kind.name));
+}
+
+void flagStampsNothing(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        const StorageIRI entry = context.at(u"e");
+        (provider.*kind->create)(entry);
+        provider.doSetLastModified(entry, longAgo());
+        provider.doSetLastModified(context.at(u""), longAgo());
+        provider.doSetWritable(entry, false);
+        provider.doSetWritable(entry, true);
+        expect(kind->lastModified(provider, entry) == longAgo() &&
+                   folderKind.lastModified(provider, context.at(u"")) == longAgo(),
+               fmt::format("setting the flag of a {} stamps it or its folder", kind->name));
+        (provider.*kind->remove)(entry);
+    }
+}
+
+void transferStampsNothing(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    const auto stream = provider.doOpenStream(file, {});
+    provider.doSetLastModified(file, longAgo());
+    provider.doSetLastModified(context.at(u""), longAgo());
+    std::array<char, 5> block{};
+    stream->write("bytes", 5);
+    stream->flush();
+    stream->seek(0, std::ios_base::beg);
+    stream->read(block.data(), 5);
+    expect(fileKind.lastModified(provider, file) == longAgo() &&
+               folderKind.lastModified(provider, context.at(u"")) == longAgo(),
+           "reading or writing through an open stream stamps the file or its folder");
+}
+
+constexpr auto any = Profile::AnyProvider;
+constexpr auto inMemory = Profile::InMemoryProvider;
+
+constexpr std::array table{
+    Check{"5.1", "times.new-file", "A new file has the current time, in UTC.", any,
+          newEntryIsStamped<fileKind>},
+    Check{"5.2", "times.new-folder", "A new folder has the current time, in UTC.", any,
+          newEntryIsStamped<folderKind>},
+    Check{"5.3", "times.new-file-exactly", "A new file has the time of its making, to the microsecond.",
+          inMemory, newEntryIsStampedExactly<fileKind>},
+    Check{"5.4", "times.new-folder-exactly", "A new folder has the time of its making, to the microsecond.",
+          inMemory, newEntryIsStampedExactly<folderKind>},
+    Check{"5.5", "times.new-file-stamps-folder", "A new file and the folder that it is in have one time.",
+          inMemory, newEntryStampsFolder<fileKind>},
+    Check{"5.6", "times.new-folder-stamps-folder", "A new folder and the folder that it is in have one time.",
+          inMemory, newEntryStampsFolder<folderKind>},
+    Check{"5.7", "times.removed-file-stamps-folder", "Removing a file stamps its folder.", inMemory,
+          removingStampsFolder<fileKind>},
+    Check{"5.8", "times.removed-folder-stamps-folder", "Removing a folder stamps the one that it was in.",
+          inMemory, removingStampsFolder<folderKind>},
+    Check{"5.9", "times.others-are-not-stamped",
+          "What comes or goes stamps its own folder alone, none above and no neighbour.", inMemory,
+          othersAreNotStamped},
+    Check{"5.10", "times.file-time-is-kept", "The time that a file is given is told again, to 2 seconds.",
+          any, timeIsReadBack<fileKind>},
+    Check{"5.11", "times.folder-time-is-kept", "The time that a folder is given is told again, to 2 seconds.",
+          any, timeIsReadBack<folderKind>},
+    Check{"5.12", "times.file-time-is-exact", "Any time that a file is given is kept, to the microsecond.",
+          inMemory, timeIsReadBackExactly<fileKind>},
+    Check{"5.13", "times.folder-time-is-exact",
+          "Any time that a folder is given is kept, to the microsecond.", inMemory,
+          timeIsReadBackExactly<folderKind>},
+    Check{"5.14", "times.may-go-back", "An entry can be given an earlier time than it has.", any,
+          timeGoesBack},
+    Check{"5.15", "times.own-for-each", "Each entry of a folder has a time of its own.", any,
+          timeOfEachEntry},
+    Check{"5.16", "times.missing",
+          "Setting the time of what is not there, or lies below a file, fails with NotFound.", any,
+          timeOfMissing},
+    Check{"5.17", "times.nothing-else", "Setting a time changes nothing else, neither below nor above.",
+          inMemory, settingTimeChangesNothingElse},
+    Check{"5.18", "times.root", "The root takes a time.", inMemory, timeOfRoot},
+    Check{"5.19", "times.read-only-file", "A read-only file takes a time.", inMemory,
+          readOnlyTakesTime<fileKind>},
+    Check{"5.20", "times.read-only-folder", "A read-only folder takes a time.", inMemory,
+          readOnlyTakesTime<folderKind>},
+    Check{"5.21", "times.flag-stamps-nothing", "Setting the writable flag stamps nothing.", inMemory,
+          flagStampsNothing},
+    Check{"5.22", "times.transfer-stamps-nothing",
+          "Reading and writing through a stream that is open stamps nothing; opening it did.", inMemory,
+          transferStampsNothing},
+};
+
+} // namespace
+} // namespace time_checks
+
 std::span<const Check> times() {
-    return {};
+    return time_checks::table;
 }
 
 } // namespace storage::host::checks

@@ -1,11 +1,297 @@
 #include "host/validate/CheckContext.h"
 #include "host/validate/Expectations.h"
+#include "host/validate/StreamSteps.h"
+#include "host/validate/WriteProtection.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/EntryKind.h"
+
+#include <array>
+#include <fmt/format.h>
 
 namespace storage::host::checks {
 
+using namespace foundation::storage::provider;
+
+namespace writable_flag_checks {
+namespace {
+
+template <const EntryKind& kind>
+void flagIsReadBack(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"e");
+    (provider.*kind.create)(entry);
+    for (const bool writable : {true, false, false, true}) {
+        provider.doSetWritable(entry, writable);
+        expect(kind.isWritable(provider, entry) == writable,
+               fmt::format("a {} that was made {} is not", kind.name, writable ? "writable" : "read-only"));
+    }
+}
+
+void flagOfEachEntry(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        (provider.*kind->create)(context.at(u"protected"));
+        (provider.*kind->create)(context.at(u"neighbour"));
+        {
+            const WriteProtection isReadOnly(provider, context.at(u"protected"));
+            expect(kind->isWritable(provider, context.at(u"neighbour")) &&
+                       folderKind.isWritable(provider, context.at(u"")),
+                   fmt::format("a read-only {} makes its neighbour or its folder read-only too", kind->name));
+        }
+        (provider.*kind->remove)(context.at(u"protected"));
+        (provider.*kind->remove)(context.at(u"neighbour"));
+    }
+}
+
+template <const EntryKind& kind>
+void creatingInReadOnlyFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    const WriteProtection isReadOnly(provider, context.at(u"d"));
+    const StorageIRI entry = context.at(u"d/e");
+    expectRefusal(
+        context, [&] { (provider.*kind.create)(entry); }, ErrorCode::ReadOnly, entry,
+        fmt::format("creating a {} in a read-only folder", kind.name));
+}
+
+template <const EntryKind& kind>
+void removingFromReadOnlyFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"d/e");
+    provider.doCreateFolder(context.at(u"d"));
+    (provider.*kind.create)(entry);
+    const WriteProtection isReadOnly(provider, context.at(u"d"));
+    expectRefusal(
+        context, [&] { (provider.*kind.remove)(entry); }, ErrorCode::ReadOnly, entry,
+        fmt::format("removing a {} from a read-only folder", kind.name));
+}
+
+template <const EntryKind& kind>
+void removingReadOnlyEntry(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"e");
+    (provider.*kind.create)(entry);
+    const WriteProtection isReadOnly(provider, entry);
+    expectRefusal(
+        context, [&] { (provider.*kind.remove)(entry); }, ErrorCode::ReadOnly, entry,
+        fmt::format("removing a read-only {}", kind.name));
+}
+
+void writableAgain(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    makeFile(provider, context.at(u"d/f"), "");
+    for (const char16_t* path : {u"d/f", u"d"}) {
+        provider.doSetWritable(context.at(path), false);
+        provider.doSetWritable(context.at(path), true);
+    }
+    provider.doCreateFile(context.at(u"d/new"));
+    provider.doRemoveFile(context.at(u"d/new"));
+    provider.doRemoveFile(context.at(u"d/f"));
+    provider.doRemoveFolder(context.at(u"d"));
+    expect(!provider.doFolderExists(context.at(u"d")),
+           "a folder that is writable again and was removed exists");
+}
+
+/// Only the entries of a read-only folder stay the same, not what is in them.
+void belowReadOnlyFolder(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    provider.doCreateFolder(context.at(u"d/inner"));
+    makeFile(provider, context.at(u"d/f"), "old");
+    const WriteProtection isReadOnly(provider, context.at(u"d"));
+    expect(fileKind.isWritable(provider, context.at(u"d/f")) &&
+               folderKind.isWritable(provider, context.at(u"d/inner")),
+           "what is in a read-only folder is read-only too");
+    writeText(*openStream(provider, context.at(u"d/f")), "new");
+    expect(contentOf(provider, context.at(u"d/f")) == "new",
+           "a file in a read-only folder cannot be written to");
+    provider.doCreateFile(context.at(u"d/inner/f"));
+    provider.doRemoveFile(context.at(u"d/inner/f"));
+}
+
+void readOnlyCanBeRead(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    makeFile(provider, context.at(u"d/f"), "bytes");
+    const WriteProtection fileIsReadOnly(provider, context.at(u"d/f"));
+    const WriteProtection folderIsReadOnly(provider, context.at(u"d"));
+    expect(contentOf(provider, context.at(u"d/f")) == "bytes", "a read-only file has other bytes");
+    expect(provider.doGetFileAttributes(context.at(u"d/f")).getSize() == 5,
+           "a read-only file tells another size");
+    expect(provider.doListAll(context.at(u"d"))->hasNext(), "a read-only folder lists nothing");
+    expect(provider.doFileExists(context.at(u"d/f")), "a file in a read-only folder does not exist");
+}
+
+void flagOfMissing(CheckContext& context) {
+    makeFile(context.provider(), context.at(u"f"), "");
+    for (const char16_t* path : {u"missing", u"missing/e", u"f/e"}) {
+        const StorageIRI entry = context.at(path);
+        for (const bool writable : {true, false}) {
+            expectRefusal(
+                context, [&] { context.provider().doSetWritable(entry, writable); }, ErrorCode::NotFound,
+                entry, "setting the flag of what is not there");
+        }
+    }
+}
+
+/// What is in the way counts before the folder's flag.
+void existenceBeforeFlag(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI entry = context.at(u"d/e");
+    provider.doCreateFolder(context.at(u"d"));
+    provider.doCreateFile(entry);
+    const WriteProtection isReadOnly(provider, context.at(u"d"));
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        expectRefusal(
+            context, [&] { (provider.*kind->create)(entry); }, ErrorCode::AlreadyExists, entry,
+            fmt::format("creating a {} where a file is, in a read-only folder,", kind->name));
+    }
+}
+
+/// What is missing, or of the other kind, counts before the flags.
+void absenceBeforeFlag(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"d"));
+    provider.doCreateFile(context.at(u"d/file"));
+    provider.doCreateFolder(context.at(u"d/folder"));
+    const WriteProtection fileIsReadOnly(provider, context.at(u"d/file"));
+    const WriteProtection innerIsReadOnly(provider, context.at(u"d/folder"));
+    const WriteProtection folderIsReadOnly(provider, context.at(u"d"));
+    const auto expectNotFound = [&](const EntryKind& kind, std::u16string_view path) {
+        const StorageIRI entry = context.at(path);
+        expectRefusal(
+            context, [&] { (provider.*kind.remove)(entry); }, ErrorCode::NotFound, entry,
+            fmt::format("removing, from a read-only folder, a {} that is missing or of the other kind",
+                        kind.name));
+    };
+    expectNotFound(fileKind, u"d/missing");
+    expectNotFound(folderKind, u"d/missing");
+    expectNotFound(fileKind, u"d/folder");
+    expectNotFound(folderKind, u"d/file");
+}
+
+/// That a folder is not empty counts before its flag and that of the folder it is in.
+void contentBeforeFlag(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI folder = context.at(u"d/full");
+    provider.doCreateFolder(context.at(u"d"));
+    provider.doCreateFolder(folder);
+    provider.doCreateFile(context.at(u"d/full/f"));
+    const WriteProtection innerIsReadOnly(provider, folder);
+    const WriteProtection outerIsReadOnly(provider, context.at(u"d"));
+    expectRefusal(
+        context, [&] { provider.doRemoveFolder(folder); }, ErrorCode::FolderNotEmpty, folder,
+        "removing a read-only folder that is not empty from a read-only one");
+}
+
+void pathIsUsed(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"f"), "");
+    makeFile(provider, context.at(u"resolved"), "");
+    const StorageIRI location(context.at(u"resolved").getPath(), context.at(u"f").getPath(), true);
+    provider.doSetWritable(location, false);
+    expect(!fileKind.isWritable(provider, context.at(u"f")) &&
+               fileKind.isWritable(provider, context.at(u"resolved")),
+           "the flag is not set at the path as it was given, but at what it resolves to");
+    const StorageIRI missing(context.at(u"resolved").getPath(), context.at(u"missing").getPath(), true);
+    expectRefusal(
+        context, [&] { provider.doSetWritable(missing, false); }, ErrorCode::NotFound, missing,
+        "setting the flag at a path where nothing is");
+}
+
+void flagOfRoot(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI root(u"/");
+    const StorageIRI child = StorageIRI(u"/child");
+    const StorageIRI inside = context.at(u"f");
+    {
+        const WriteProtection isReadOnly(provider, root);
+        expect(!folderKind.isWritable(provider, root), "a read-only root tells that it is writable");
+        for (const EntryKind* kind : {&fileKind, &folderKind}) {
+            expectRefusal(
+                context, [&] { (provider.*kind->create)(child); }, ErrorCode::ReadOnly, child,
+                fmt::format("creating a {} in a read-only root", kind->name));
+        }
+        provider.doCreateFile(inside);
+    }
+    provider.doCreateFile(child);
+}
+
+void rootFlagNeedsRootLocation(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doSetWritable(StorageIRI(u"/any", u"/any", false), false);
+    expect(!folderKind.isWritable(provider, StorageIRI(u"/")),
+           "a location without a parent is not taken for the root");
+    provider.doSetWritable(StorageIRI(u"/"), true);
+    const StorageIRI withParent(u"/", u"/", true);
+    expectFailure([&] { provider.doSetWritable(withParent, false); }, ErrorCode::NotFound, withParent,
+                  "setting the flag of a location \"/\" that has a parent");
+    expect(folderKind.isWritable(provider, StorageIRI(u"/")),
+           "a location \"/\" that has a parent is taken for the root");
+}
+
+constexpr auto any = Profile::AnyProvider;
+constexpr auto inMemory = Profile::InMemoryProvider;
+
+constexpr std::array table{
+    Check{"6.1", "writable.file-flag-is-kept",
+          "The flag that a file is given is told again, as often as it is set.", any,
+          flagIsReadBack<fileKind>},
+    Check{"6.2", "writable.folder-flag-is-kept",
+          "The flag that a folder is given is told again, as often as it is set.", any,
+          flagIsReadBack<folderKind>},
+    Check{"6.3", "writable.own-for-each", "Each entry of a folder, and the folder, has a flag of its own.",
+          any, flagOfEachEntry},
+    Check{"6.4", "writable.no-new-file",
+          "Creating a file in a read-only folder fails with ReadOnly naming the file.", any,
+          creatingInReadOnlyFolder<fileKind>},
+    Check{"6.5", "writable.no-new-folder",
+          "Creating a folder in a read-only folder fails with ReadOnly naming the new one.", any,
+          creatingInReadOnlyFolder<folderKind>},
+    Check{"6.6", "writable.no-file-removed",
+          "Removing a file from a read-only folder fails with ReadOnly naming the file.", any,
+          removingFromReadOnlyFolder<fileKind>},
+    Check{"6.7", "writable.no-folder-removed",
+          "Removing a folder from a read-only folder fails with ReadOnly naming the one to be removed.", any,
+          removingFromReadOnlyFolder<folderKind>},
+    Check{"6.8", "writable.read-only-file-stays", "Removing a read-only file fails with ReadOnly.", any,
+          removingReadOnlyEntry<fileKind>},
+    Check{"6.9", "writable.read-only-folder-stays", "Removing a read-only empty folder fails with ReadOnly.",
+          inMemory, removingReadOnlyEntry<folderKind>},
+    Check{"6.10", "writable.writable-again", "What is made writable again can be changed and removed again.",
+          any, writableAgain},
+    Check{"6.11", "writable.below-read-only-folder",
+          "In a read-only folder the bytes of files, and the entries of folders, can still be changed.", any,
+          belowReadOnlyFolder},
+    Check{"6.12", "writable.read-only-can-be-read", "What is read-only can be read, listed and asked about.",
+          any, readOnlyCanBeRead},
+    Check{"6.13", "writable.missing",
+          "Setting the flag of what is not there, or lies below a file, fails with NotFound.", any,
+          flagOfMissing},
+    Check{"6.14", "writable.existence-before-flag",
+          "Creating what exists in a read-only folder fails with AlreadyExists, not ReadOnly.", inMemory,
+          existenceBeforeFlag},
+    Check{"6.15", "writable.absence-before-flag",
+          "Removing what is missing, or of the other kind, is NotFound also where everything is read-only.",
+          inMemory, absenceBeforeFlag},
+    Check{"6.16", "writable.content-before-flag",
+          "Removing a folder that is not empty is FolderNotEmpty also where everything is read-only.",
+          inMemory, contentBeforeFlag},
+    Check{"6.17", "writable.path-is-used",
+          "doSetWritable goes by the path as it was given, not by the resolved one.", inMemory, pathIsUsed},
+    Check{"6.18", "writable.root", "A read-only root takes no entries; what is below it is not concerned.",
+          inMemory, flagOfRoot},
+    Check{"6.19", "writable.root-has-no-parent",
+          "doSetWritable takes for the root what has no parent, and nothing else.", inMemory,
+          rootFlagNeedsRootLocation},
+};
+
+} // namespace
+} // namespace writable_flag_checks
+
 std::span<const Check> writableFlag() {
-    return {};
+    return writable_flag_checks::table;
 }
 
 } // namespace storage::host::checks

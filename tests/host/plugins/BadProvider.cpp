@@ -9,6 +9,7 @@
 #include <new>
 #include <sstream>
 #include <stdexcept>
+#include <unistd.h>
 
 /// A plug-in that works but for one operation, wherever a path has "bad" in it. The environment says what goes wrong:
 /// BAD_PLUGIN="OPERATION MISDEED", where the operation is one that HookedProvider names, or "entry".
@@ -62,6 +63,9 @@ void misbehave(const std::string& misdeed, const StorageIRI& iri) {
     }
     if (misdeed.starts_with("signal")) {
         std::raise(std::stoi(misdeed.substr(6)));
+    }
+    while (misdeed == "wait") {
+        ::pause();
     }
     if (misdeed == "announce") {
         std::cout << "ready\n" << std::flush;

@@ -5,7 +5,20 @@
 std::vector<Fault> allFaults() {
     std::vector<Fault> all;
     for (const auto& table : {
+             faults::entryPoint(),
              faults::creatingAndRemoving(),
+             faults::attributes(),
+             faults::paths(),
+             faults::times(),
+             faults::writableFlag(),
+             faults::openingStreams(),
+             faults::readingAndWriting(),
+             faults::listings(),
+             faults::movingFiles(),
+             faults::movingFolders(),
+             faults::derivedOperations(),
+             faults::threads(),
+             faults::exhaustedMemory(),
          }) {
         all.insert(all.end(), table.begin(), table.end());
     }

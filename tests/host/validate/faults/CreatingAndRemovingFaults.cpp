@@ -1,20 +1,20 @@
-#include "inmemoryprovider/PluginEntry.h"
-#include "tests/host/HookedProvider.h"
+#include "tests/host/validate/faults/BrokenProvider.h"
 #include "tests/host/validate/faults/FaultTables.h"
+#include "tests/host/validate/faults/LocationParts.h"
 
 #include <array>
+#include <map>
 
 namespace faults {
 
 using namespace foundation::storage::provider;
 
+namespace creating_and_removing_faults {
 namespace {
 
 /// A file that is there is created once more, as if nothing were.
-class CreatingTwice final : public HookedProvider {
+class CreatingTwice final : public BrokenProvider {
 public:
-    CreatingTwice() : HookedProvider(storage::inmemoryprovider::buildInMemoryProvider()) {}
-
     void doCreateFile(const StorageIRI& iri) const override {
         if (!doFileExists(iri)) {
             HookedProvider::doCreateFile(iri);
@@ -22,19 +22,399 @@ public:
     }
 };
 
-template <class Provider>
-std::shared_ptr<IProvider> build() {
-    return std::make_shared<Provider>();
-}
+/// An empty folder gives way to a new file.
+class FileReplacesFolder final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        if (doFolderExists(iri)) {
+            doRemoveFolder(iri);
+        }
+        HookedProvider::doCreateFile(iri);
+    }
+};
+
+/// A folder that cannot be made is always said to be missing something.
+class ExistsAsNotFound final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        try {
+            HookedProvider::doCreateFolder(iri);
+        } catch (const Exception&) {
+            throw Exception(ErrorCode::NotFound, iri);
+        }
+    }
+};
+
+/// A folder that is there already is as good as a new one.
+class FolderMadeAgain final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        if (!iri.hasParent() || !doFolderExists(iri)) {
+            HookedProvider::doCreateFolder(iri);
+        }
+    }
+};
+
+/// Folders that are missing above a new file are made along with it.
+class MissingFoldersMade final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        if (iri.hasParent() && !doFileExists(parentOf(iri))) {
+            doCreateFolderRecursive(parentOf(iri));
+        }
+        HookedProvider::doCreateFile(iri);
+    }
+};
+
+/// The folder that is missing is named instead of the one that was to be made in it.
+class ParentNamed final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        if (iri.hasParent() && !doExists(parentOf(iri))) {
+            throw Exception(ErrorCode::NotFound, parentOf(iri));
+        }
+        HookedProvider::doCreateFolder(iri);
+    }
+};
+
+/// A file that stands where a folder should be is told of as if it were in the way.
+class FileAboveFile final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        if (iri.hasParent() && doFileExists(parentOf(iri))) {
+            throw Exception(ErrorCode::AlreadyExists, parentOf(iri));
+        }
+        HookedProvider::doCreateFile(iri);
+    }
+};
+
+class FileAboveFolder final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        if (iri.hasParent() && doFileExists(parentOf(iri))) {
+            throw Exception(ErrorCode::AlreadyExists, iri);
+        }
+        HookedProvider::doCreateFolder(iri);
+    }
+};
+
+/// A new file has what the last one of its name had.
+class OldBytesBack final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        std::string bytes(100, ' ');
+        const long count = doFileExists(iri) ? doOpenReadOnlyStream(iri)->read(bytes.data(), 100) : 0;
+        bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+        HookedProvider::doRemoveFile(iri);
+        removed_[iri.getPath()] = bytes;
+    }
+
+    void doCreateFile(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFile(iri);
+        const std::string& bytes = removed_[iri.getPath()];
+        doOpenStream(iri, {})->write(bytes.data(), static_cast<long>(bytes.size()));
+    }
+
+private:
+    mutable std::map<std::u16string, std::string> removed_;
+};
+
+/// A removed folder leaves its name behind.
+class RemovedFolderStaysTaken final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        HookedProvider::doRemoveFolder(iri);
+        removed_[iri.getPath()] = true;
+    }
+
+    bool doFolderExists(const StorageIRI& iri) const override {
+        return removed_.contains(iri.getPath()) || HookedProvider::doFolderExists(iri);
+    }
+
+private:
+    mutable std::map<std::u16string, bool> removed_;
+};
+
+/// What is not there need not be removed.
+class MissingFileRemoved final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        if (doExists(iri)) {
+            HookedProvider::doRemoveFile(iri);
+        }
+    }
+};
+
+class MissingFolderIsNotEmpty final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        if (!doExists(iri)) {
+            throw Exception(ErrorCode::FolderNotEmpty, iri);
+        }
+        HookedProvider::doRemoveFolder(iri);
+    }
+};
+
+/// The folder that is missing is named instead of the file in it.
+class ParentOfRemovedNamed final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        if (iri.hasParent() && !doFolderExists(parentOf(iri))) {
+            throw Exception(ErrorCode::NotFound, parentOf(iri));
+        }
+        HookedProvider::doRemoveFile(iri);
+    }
+};
+
+/// One way of removing for both kinds.
+class RemoveFileTakesFolders final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        if (iri.hasParent() && doFolderExists(iri)) {
+            HookedProvider::doRemoveFolder(iri);
+            return;
+        }
+        HookedProvider::doRemoveFile(iri);
+    }
+};
+
+class RemoveFolderTakesFiles final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        if (doFileExists(iri)) {
+            HookedProvider::doRemoveFile(iri);
+            return;
+        }
+        HookedProvider::doRemoveFolder(iri);
+    }
+};
+
+/// A folder goes with everything in it.
+class RemovesWholeTrees final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        for (const std::u16string& name : doListFilesNamesOnly(iri)) {
+            doRemoveFile(childOf(iri, name));
+        }
+        HookedProvider::doRemoveFolder(iri);
+    }
+};
+
+/// A folder that holds something is told of as if it were in the way.
+class NotEmptyAsExists final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        try {
+            HookedProvider::doRemoveFolder(iri);
+        } catch (const Exception& failure) {
+            throw Exception(failure.getErrorCode() == ErrorCode::FolderNotEmpty ? ErrorCode::AlreadyExists
+                                                                                : failure.getErrorCode(),
+                            iri);
+        }
+    }
+};
+
+/// What has been in a folder counts as being in it.
+class NeverEmptyAgain final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFile(iri);
+        used_[parentOf(iri).getPath()] = true;
+    }
+
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        if (used_.contains(iri.getPath())) {
+            throw Exception(ErrorCode::FolderNotEmpty, iri);
+        }
+        HookedProvider::doRemoveFolder(iri);
+    }
+
+private:
+    mutable std::map<std::u16string, bool> used_;
+};
+
+/// A file goes with all whose names begin as its own does.
+class RemovesByPrefix final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        HookedProvider::doRemoveFile(iri);
+        for (const std::u16string& name : doListFilesNamesOnly(parentOf(iri))) {
+            if (name.starts_with(nameOf(iri))) {
+                HookedProvider::doRemoveFile(childOf(parentOf(iri), name));
+            }
+        }
+    }
+};
+
+/// Every hundredth file is forgotten.
+class LosesAFile final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFile(iri);
+        if (++created_ % 100 == 0) {
+            HookedProvider::doRemoveFile(iri);
+        }
+    }
+
+private:
+    mutable int created_ = 0;
+};
+
+/// The root is made when somebody asks for it.
+class RootMadeAgain final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        if (iri.hasParent()) {
+            HookedProvider::doCreateFolder(iri);
+        }
+    }
+};
+
+/// New files begin with a mark.
+class NewFileHasBytes final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFile(iri);
+        doOpenStream(iri, {})->write("mark", 4);
+    }
+};
+
+/// New folders begin with a file for what is to be known of them.
+class NewFolderHoldsFile final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFolder(iri);
+        doCreateFile(childOf(iri, u".about"));
+    }
+};
+
+class ParentOfRemovedFolderNamed final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        if (iri.hasParent() && !doFolderExists(parentOf(iri))) {
+            throw Exception(ErrorCode::NotFound, parentOf(iri));
+        }
+        HookedProvider::doRemoveFolder(iri);
+    }
+};
+
+/// Files are known by their names alone.
+class NamesakesRemoved final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        HookedProvider::doRemoveFile(iri);
+        removeAll(StorageIRI(u"/"), nameOf(iri));
+    }
+
+private:
+    void removeAll(const StorageIRI& folder, const std::u16string& name) const {
+        for (const std::u16string& path : doListAllRecursiveNamesOnly(folder)) {
+            const StorageIRI found(u"/" + path);
+            if (nameOf(found) == name && doFileExists(found)) {
+                HookedProvider::doRemoveFile(found);
+            }
+        }
+    }
+};
+
+/// The name of a removed file is not for folders any more.
+class NameKeptForFiles final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        HookedProvider::doRemoveFile(iri);
+        removed_[iri.getPath()] = true;
+    }
+
+    void doCreateFolder(const StorageIRI& iri) const override {
+        if (removed_.contains(iri.getPath())) {
+            throw Exception(ErrorCode::AlreadyExists, iri);
+        }
+        HookedProvider::doCreateFolder(iri);
+    }
+
+private:
+    mutable std::map<std::u16string, bool> removed_;
+};
+
+class RootMadeAsFile final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        if (!iri.hasParent()) {
+            throw Exception(ErrorCode::AlreadyExists, iri);
+        }
+        HookedProvider::doCreateFile(iri);
+    }
+};
+
+/// An empty root is as good as none.
+class EmptyRootRemoved final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        if (iri.hasParent() || doListAll(iri)->hasNext()) {
+            HookedProvider::doRemoveFolder(iri);
+        }
+    }
+};
+
+class RootIsProtected final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        if (!iri.hasParent()) {
+            throw Exception(ErrorCode::ReadOnly, iri);
+        }
+        HookedProvider::doRemoveFile(iri);
+    }
+};
+
+/// Paths are not longer than those of a disk.
+class DepthLimited final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        if (iri.getPath().size() > 1024) {
+            throw Exception(ErrorCode::NotFound, iri);
+        }
+        HookedProvider::doCreateFolder(iri);
+    }
+};
 
 constexpr std::array table{
+    Fault{"NewFileHasBytes", "2.1", build<NewFileHasBytes>},
     Fault{"CreatingTwice", "2.2", build<CreatingTwice>},
+    Fault{"FileReplacesFolder", "2.3", build<FileReplacesFolder>},
+    Fault{"ExistsAsNotFound", "2.4", build<ExistsAsNotFound>},
+    Fault{"FolderMadeAgain", "2.5", build<FolderMadeAgain>},
+    Fault{"MissingFoldersMade", "2.6", build<MissingFoldersMade>},
+    Fault{"ParentNamed", "2.7", build<ParentNamed>},
+    Fault{"FileAboveFile", "2.8", build<FileAboveFile>},
+    Fault{"FileAboveFolder", "2.9", build<FileAboveFolder>},
+    Fault{"NewFolderHoldsFile", "2.10", build<NewFolderHoldsFile>},
+    Fault{"OldBytesBack", "2.11", build<OldBytesBack>},
+    Fault{"RemovedFolderStaysTaken", "2.12", build<RemovedFolderStaysTaken>},
+    Fault{"MissingFileRemoved", "2.13", build<MissingFileRemoved>},
+    Fault{"MissingFolderIsNotEmpty", "2.14", build<MissingFolderIsNotEmpty>},
+    Fault{"ParentOfRemovedNamed", "2.15", build<ParentOfRemovedNamed>},
+    Fault{"ParentOfRemovedFolderNamed", "2.16", build<ParentOfRemovedFolderNamed>},
+    Fault{"RemoveFileTakesFolders", "2.17", build<RemoveFileTakesFolders>},
+    Fault{"RemoveFolderTakesFiles", "2.18", build<RemoveFolderTakesFiles>},
+    Fault{"RemovesWholeTrees", "2.19", build<RemovesWholeTrees>},
+    Fault{"NotEmptyAsExists", "2.20", build<NotEmptyAsExists>},
+    Fault{"NeverEmptyAgain", "2.21", build<NeverEmptyAgain>},
+    Fault{"RemovesByPrefix", "2.22", build<RemovesByPrefix>},
+    Fault{"NamesakesRemoved", "2.23", build<NamesakesRemoved>},
+    Fault{"LosesAFile", "2.24", build<LosesAFile>},
+    Fault{"NameKeptForFiles", "2.25", build<NameKeptForFiles>},
+    Fault{"RootMadeAgain", "2.26", build<RootMadeAgain>},
+    Fault{"RootMadeAsFile", "2.27", build<RootMadeAsFile>},
+    Fault{"EmptyRootRemoved", "2.28", build<EmptyRootRemoved>},
+    Fault{"RootIsProtected", "2.29", build<RootIsProtected>},
+    Fault{"DepthLimited", "2.30", build<DepthLimited>},
 };
 
 } // namespace
+} // namespace creating_and_removing_faults
 
 std::span<const Fault> creatingAndRemoving() {
-    return table;
+    return creating_and_removing_faults::table;
 }
 
 } // namespace faults

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "host/Console.h"
+#include "host/ExitStatus.h"
+#include "host/inspect/InspectOptions.h"
+
+#include <string>
+
+namespace storage::host {
+
+/// Shows what a plug-in is made of.
+/// @param plugin  path of the plug-in
+/// @return Failure when it gives no provider, too
+/// @throws PluginError, OutputError
+ExitStatus runInspect(const std::string& plugin, const InspectOptions& options, Console& console);
+
+} // namespace storage::host

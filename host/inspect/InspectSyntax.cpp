@@ -1,0 +1,35 @@
+#include "host/inspect/InspectSyntax.h"
+
+#include "host/PluginOperand.h"
+#include "host/UsageError.h"
+
+#include <CLI/CLI.hpp>
+
+namespace storage::host {
+
+namespace {
+
+constexpr const char* examples = R"(Examples:
+  qzstorage inspect ./libmyprovider.so
+  qzstorage inspect --json ./libmyprovider.so
+
+Exit status: 0 it is a plug-in, 1 it is none or cannot be loaded, 2 wrong usage.
+)";
+
+} // namespace
+
+InspectSyntax::InspectSyntax(CLI::App& app)
+    : command_(app.add_subcommand("inspect", "Show what a plug-in is made of, and change nothing")) {
+    command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")->type_name("");
+    command_->add_flag("--json", json_, "Print the result as JSON");
+    command_->footer(examples);
+}
+
+std::optional<InspectOptions> InspectSyntax::result(const std::optional<std::string>& plugin) const {
+    if (!*command_) {
+        return std::nullopt;
+    }
+    return InspectOptions{namedPlugin(plugin, plugin_), json_ ? ReportFormat::Json : ReportFormat::Text};
+}
+
+} // namespace storage::host

@@ -1,0 +1,72 @@
+#include "host/inspect/PluginDescription.h"
+
+#include "host/Failure.h"
+#include "host/PluginError.h"
+#include "host/PluginLibrary.h"
+#include "host/Utf.h"
+#include "hostapi/storage/provider/ProviderEntryPoint.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace storage::host {
+
+using foundation::storage::provider::ExtendedFeature;
+using foundation::storage::provider::IProvider;
+using foundation::storage::provider::providerEntryPointName;
+
+namespace {
+
+constexpr int mostFeatures = 256;
+
+std::vector<int> featuresOf(const IProvider& provider) {
+    std::vector<int> features;
+    for (int number = 0; number < mostFeatures; ++number) {
+        if (provider.doHasFeature(static_cast<ExtendedFeature>(number))) {
+            features.push_back(number);
+        }
+    }
+    return features;
+}
+
+void describeProvider(const PluginLibrary& library, PluginDescription& description) {
+    try {
+        library.lookAtProvider([&](const IProvider& provider) {
+            description.own = ownOperations(provider);
+            description.features = featuresOf(provider);
+        });
+    } catch (const PluginError& error) {
+        description.whyNoProvider = error.what();
+    } catch (...) {
+        description.whyNoProvider =
+            "the provider cannot say which features it has: " + Failure::ofCurrentException("").reason;
+    }
+}
+
+} // namespace
+
+PluginDescription PluginDescription::of(const std::string& path) {
+    const PluginLibrary library(path);
+    PluginDescription description;
+    description.file = std::filesystem::absolute(path).lexically_normal();
+    description.size = std::filesystem::file_size(path);
+    description.library = ElfDescription::read(path);
+    auto& exports = description.library.exports;
+    const auto entryPoint = std::find(exports.begin(), exports.end(), providerEntryPointName);
+    description.hasEntryPoint = entryPoint != exports.end();
+    if (description.hasEntryPoint) {
+        exports.erase(entryPoint);
+    }
+    describeProvider(library, description);
+    return description;
+}
+
+std::size_t ownCount(const PluginDescription& plugin) {
+    return static_cast<std::size_t>(std::count(plugin.own.begin(), plugin.own.end(), true));
+}
+
+std::string featureName(int number) {
+    return static_cast<ExtendedFeature>(number) == ExtendedFeature::VolatileStorage ? "VolatileStorage" : "";
+}
+
+} // namespace storage::host

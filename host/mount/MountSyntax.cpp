@@ -1,0 +1,61 @@
+#include "host/mount/MountSyntax.h"
+
+#include "host/UsageError.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <thread>
+
+namespace storage::host {
+
+namespace {
+
+/// More threads than processors would only take turns, and one alone would let a long write hold up everybody.
+unsigned usualThreads() {
+    return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
+}
+
+std::string absolute(const std::string& path) {
+    if (path.empty()) {
+        throw UsageError("the path of a folder is empty");
+    }
+    // As it is written otherwise: ".." behind a link leads elsewhere than the text says.
+    const std::string whole = std::filesystem::absolute(path);
+    return whole.substr(0, std::max<std::size_t>(whole.find_last_not_of('/') + 1, 1));
+}
+
+} // namespace
+
+MountSyntax::MountSyntax(CLI::App& app)
+    : command_(app.add_subcommand("mount", "Mount the storage at a folder, for every program to use")),
+      options_{.threads = usualThreads()} {
+    command_->add_option("MOUNTPOINT", options_.mountPoint, "The folder")->required()->type_name("");
+    command_->add_flag("--background", background_, "Return as soon as the mount answers");
+    command_->add_option("--import", import_, "Begin with the content of a folder of the disk")
+        ->type_name("DISK-PATH");
+    command_->add_option("--export-on-exit", export_, "Copy the content to the disk at the end")
+        ->type_name("DISK-PATH");
+    command_->add_flag("--read-only", readOnly_, "Refuse all changes");
+    command_->add_flag("--allow-other", allowOther_, "Let other users in, as far as permissions let them");
+    command_->add_option("--threads", options_.threads, "How many requests to work on at once")
+        ->type_name("N")
+        ->check(CLI::Range(1, 256).description(""))
+        ->capture_default_str();
+}
+
+std::optional<MountOptions> MountSyntax::result() const {
+    if (!*command_) {
+        return std::nullopt;
+    }
+    MountOptions options = options_;
+    options.mountPoint = absolute(options_.mountPoint);
+    options.importFrom = import_ ? std::optional(absolute(*import_)) : std::nullopt;
+    options.exportTo = export_ ? std::optional(absolute(*export_)) : std::nullopt;
+    options.place = background_ ? MountOptions::Place::Background : MountOptions::Place::Foreground;
+    options.writing = readOnly_ ? MountOptions::Writing::Refused : MountOptions::Writing::Allowed;
+    options.users = allowOther_ ? MountOptions::Users::Everybody : MountOptions::Users::Owner;
+    return options;
+}
+
+} // namespace storage::host

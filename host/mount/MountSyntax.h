@@ -1,0 +1,39 @@
+#pragma once
+
+#include "host/mount/MountOptions.h"
+
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace storage::host {
+
+/// The options of `mount`, to be read by the library and then made a value.
+///
+/// Borrows the application, which refers to it: both must stay until the command line has been read. Thread safety: one
+/// object is for one thread.
+class MountSyntax {
+public:
+    explicit MountSyntax(CLI::App& app);
+    MountSyntax(const MountSyntax&) = delete;
+    MountSyntax& operator=(const MountSyntax&) = delete;
+    ~MountSyntax() = default;
+
+    /// Nothing when the command line is another subcommand's.
+    /// @throws UsageError
+    std::optional<MountOptions> result() const;
+
+private:
+    CLI::App* command_;
+    MountOptions options_;
+    std::optional<std::string> import_;
+    std::optional<std::string> export_;
+    bool background_ = false;
+    bool readOnly_ = false;
+    bool allowOther_ = false;
+};
+
+} // namespace storage::host

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "hostapi/storage/provider/ReplacementPolicy.h"
+
+#include <array>
+#include <limits>
+
+// Every policy that a host can pass, those without a name among them.
+namespace storage::host::policies {
+
+using foundation::storage::provider::ReplacementPolicy;
+
+constexpr ReplacementPolicy unnamed(std::int32_t number) {
+    return static_cast<ReplacementPolicy>(number);
+}
+
+inline constexpr auto refuse = ReplacementPolicy::RefuseExisting;
+inline constexpr auto replace = ReplacementPolicy::ReplaceExisting;
+inline constexpr auto refuseFile = ReplacementPolicy::RefuseExistingFile;
+
+inline constexpr std::array withoutName{unnamed(2),
+                                        unnamed(3),
+                                        unnamed(5),
+                                        unnamed(6),
+                                        unnamed(-1),
+                                        unnamed(std::numeric_limits<std::int32_t>::max()),
+                                        unnamed(std::numeric_limits<std::int32_t>::min())};
+inline constexpr std::array all{refuse, replace, refuseFile, unnamed(2), unnamed(5), unnamed(-1)};
+
+} // namespace storage::host::policies

@@ -1,0 +1,41 @@
+#include "host/validate/ReplayCommand.h"
+
+#include "host/validate/ProfileName.h"
+
+#include <fmt/format.h>
+
+namespace storage::host {
+
+namespace {
+
+constexpr const char* harmless = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@%=-";
+
+std::string quotedForShell(const std::string& word) {
+    if (!word.empty() && word.find_first_not_of(harmless) == std::string::npos) {
+        return word;
+    }
+    std::string quoted = "'";
+    for (const char letter : word) {
+        quoted += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
+    }
+    return quoted + "'";
+}
+
+/// A path that no program takes for an option.
+std::string asOperand(const std::string& path) {
+    return path.starts_with('-') ? "./" + path : path;
+}
+
+} // namespace
+
+std::string replayCommand(const ValidateOptions& options, const Check& check) {
+    std::string command =
+        fmt::format("qzstorage validate --profile {} --seed {}", profileName(options.profile), options.seed);
+    if (options.timeLimit != ValidateOptions().timeLimit) {
+        command += fmt::format(" --timeout {}", options.timeLimit.count());
+    }
+    command += fmt::format(" --only {}", check.number);
+    return options.plugin ? command + ' ' + quotedForShell(asOperand(*options.plugin)) : command;
+}
+
+} // namespace storage::host

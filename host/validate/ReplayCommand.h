@@ -1,0 +1,13 @@
+#pragma once
+
+#include "host/validate/Check.h"
+#include "host/validate/ValidateOptions.h"
+
+#include <string>
+
+namespace storage::host {
+
+/// The command line, quoted for a shell, that makes one check of a run again, with everything that it depends on.
+std::string replayCommand(const ValidateOptions& options, const Check& check);
+
+} // namespace storage::host

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "hostapi/storage/provider/IProvider.h"
+
+#include <string>
+
+namespace storage::host {
+
+/// Which times a description tells. Those of folders change whenever an entry comes or goes, also for a moment.
+enum class TimesTold { All, None };
+
+/// A folder and everything in it: paths, kinds, writable flags, times and bytes, one line an entry, in the order of the
+/// paths. Two descriptions are equal when nothing that a host can see differs.
+std::string describeTree(const foundation::storage::provider::IProvider& provider,
+                         const foundation::storage::provider::StorageIRI& folder,
+                         TimesTold times = TimesTold::All);
+
+} // namespace storage::host

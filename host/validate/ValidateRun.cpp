@@ -1,0 +1,92 @@
+#include "host/validate/ValidateRun.h"
+
+#include "host/FileDescriptor.h"
+#include "host/validate/CheckProgress.h"
+#include "host/validate/CheckRunner.h"
+#include "host/validate/CheckSelection.h"
+#include "host/validate/ReplayCommand.h"
+#include "host/validate/RuleList.h"
+#include "host/validate/ValidationJUnit.h"
+#include "host/validate/ValidationJson.h"
+#include "host/validate/ValidationText.h"
+
+#include <fcntl.h>
+
+namespace storage::host {
+
+namespace {
+
+/// One run over the checks that were selected.
+class Validation {
+public:
+    Validation(const std::string& plugin, const ValidateOptions& options, const CheckSelection& selection,
+               Console& console)
+        : options_(options),
+          console_(console),
+          runner_(plugin, options.profile, options.seed, options.timeLimit),
+          progress_(console, selection.size()),
+          record_{plugin, options.profile, options.seed, selection.leftOut, {}} {}
+
+    ValidationRecord run(const CheckSelection& selection) {
+        runner_.requireProvider();
+        std::ostream silence(nullptr);
+        ValidationText text(options_.format == ReportFormat::Text ? console_.out() : silence);
+        text.printBegin(record_);
+        for (const CheckSelection::Group& group : selection.groups) {
+            record_.groups.push_back(runGroup(group));
+            console_.clearProgress();
+            text.printGroup(record_.groups.back());
+        }
+        text.printEnd(record_);
+        return record_;
+    }
+
+private:
+    GroupRecord runGroup(const CheckSelection::Group& group) {
+        GroupRecord record{group.group, {}};
+        for (const Check* const check : group.checks) {
+            progress_.begin(*check);
+            record.checks.push_back({check, runner_.run(*check), replayCommand(options_, *check)});
+        }
+        return record;
+    }
+
+    const ValidateOptions& options_;
+    Console& console_;
+    const CheckRunner runner_;
+    CheckProgress progress_;
+    ValidationRecord record_;
+};
+
+/// Opened before the run: what cannot be written is better known at once, and an old report is no longer taken for this
+/// one's.
+std::optional<FileDescriptor> openForJUnit(const ValidateOptions& options) {
+    if (!options.junitFile) {
+        return std::nullopt;
+    }
+    return FileDescriptor(*options.junitFile, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+}
+
+} // namespace
+
+ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options,
+                       std::span<const CheckGroup> catalogue, Console& console) {
+    const auto selection = CheckSelection::of(catalogue, options.profile, options.only);
+    if (options.task == ValidateOptions::Task::List) {
+        printRules(console.out(), selection, options.format);
+        return ExitStatus::Success;
+    }
+    const Interruption interruption;
+    auto junit = openForJUnit(options);
+    const ValidationRecord record = Validation(plugin, options, selection, console).run(selection);
+    if (options.format == ReportFormat::Json) {
+        printJson(console.out(), record);
+    }
+    if (junit) {
+        junit->write(junitXml(record));
+        junit->close();
+    }
+    return record.totals().allKept() ? ExitStatus::Success : ExitStatus::Failure;
+}
+
+} // namespace storage::host

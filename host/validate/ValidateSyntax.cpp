@@ -1,0 +1,76 @@
+#include "host/validate/ValidateSyntax.h"
+
+#include "host/PluginOperand.h"
+#include "host/UsageError.h"
+#include "host/validate/ProfileName.h"
+
+#include <CLI/CLI.hpp>
+#include <random>
+
+namespace storage::host {
+
+namespace {
+
+constexpr long longestTimeLimit = 86400;
+
+constexpr const char* examples = R"(Examples:
+  qzstorage validate                           the plug-in that comes with this program
+  qzstorage validate ./libmyprovider.so        one of your own
+  qzstorage validate --only '7.*' --only '*append*' ./libmyprovider.so
+  qzstorage validate --junit report.xml ./libmyprovider.so
+  qzstorage validate --list                    which rules there are
+
+Exit status: 0 no rule is broken, 1 one is or the plug-in cannot be used, 2 wrong usage,
+130 interrupted.
+)";
+
+} // namespace
+
+ValidateSyntax::ValidateSyntax(CLI::App& app)
+    : command_(
+          app.add_subcommand("validate", "Check that a plug-in keeps the rules between hosts and plug-ins")) {
+    command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")->type_name("");
+    command_
+        ->add_option("--profile", profile_,
+                     "Which rules: those for any provider, or all that the in-memory one keeps")
+        ->type_name("any|in-memory")
+        ->check(CLI::IsMember(profileNames()).description(""));
+    command_->add_flag("--list", list_, "List the rules, and check nothing");
+    command_->add_option("--only", options_.only, "Only rules whose number or name matches; may be repeated")
+        ->type_name("PATTERN")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->expected(1)
+        ->allow_extra_args(false);
+    command_->add_flag("--json", json_, "Print the result as JSON");
+    command_->add_option("--junit", options_.junitFile, "Write the result as JUnit XML, too")
+        ->type_name("FILE");
+    command_->add_option("--seed", seed_, "Where random numbers begin; another at each run by default")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber.description(""));
+    command_->add_option("--timeout", timeLimit_, "How long one check may take")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1L, longestTimeLimit).description(""))
+        ->capture_default_str();
+    command_->footer(examples);
+}
+
+std::optional<ValidateOptions> ValidateSyntax::result(const std::optional<std::string>& plugin) const {
+    if (!*command_) {
+        return std::nullopt;
+    }
+    ValidateOptions options = options_;
+    options.task = list_ ? ValidateOptions::Task::List : ValidateOptions::Task::Check;
+    options.plugin = namedPlugin(plugin, plugin_);
+    options.profile = profile_ ? profileNamed(*profile_) : usualProfile(options);
+    options.format = json_ ? ReportFormat::Json : ReportFormat::Text;
+    options.seed = seed_ ? *seed_ : std::random_device{}();
+    options.timeLimit = std::chrono::seconds(timeLimit_);
+    return options;
+}
+
+/// A list shows everything; a plug-in that somebody names may be of any kind.
+Profile ValidateSyntax::usualProfile(const ValidateOptions& options) const {
+    return list_ || !options.plugin ? Profile::InMemoryProvider : Profile::AnyProvider;
+}
+
+} // namespace storage::host

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <chrono>
+#include <fstream>
+#include <string>
+#include <sys/types.h>
+#include <thread>
+
+/// 'T' of a process that was stopped, 'Z' of one that has ended and that nobody has waited for yet; '-' of none.
+inline char stateOf(pid_t process) {
+    std::string number;
+    std::string name;
+    char state = '-';
+    std::ifstream("/proc/" + std::to_string(process) + "/stat") >> number >> name >> state;
+    return state;
+}
+
+inline bool hasEnded(pid_t process) {
+    return stateOf(process) == '-' || stateOf(process) == 'Z';
+}
+
+/// Waits for the end of a process; after a minute, in vain.
+inline bool endsSoon(pid_t process) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!hasEnded(process) && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    return hasEnded(process);
+}

@@ -1,0 +1,100 @@
+#include "tests/host/ProgramRun.h"
+#include "tests/host/TemporaryFolder.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+using Json = nlohmann::json;
+
+const std::string badPlugin = TEST_BAD_PLUGINS "/libBadProvider.so";
+const std::string noPlugin = TEST_BAD_PLUGINS "/libNoEntryPoint.so";
+
+ProgramRun inspectBad(const std::vector<std::string>& arguments, const char* wrong) {
+    return {arguments, "", [&] { ::setenv("BAD_PLUGIN", wrong, /*replace*/ 1); }};
+}
+
+TEST(InspectProgramTest, ShowsWhatThePluginIsMadeOf) {
+    const ProgramRun run({"inspect", TEST_PLUGIN});
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(run.errors(), "");
+    EXPECT_THAT(run.output(), StartsWith("file         " TEST_PLUGIN "\nsize         "));
+    EXPECT_THAT(run.output(), HasSubstr("\nneeds        libqzflstorageprovider.so"));
+    EXPECT_THAT(run.output(),
+                HasSubstr("\nentry point  buildProvider_V1\nalso exports storage::inmemoryprovider::"
+                          "buildInMemoryProvider()\n"));
+    EXPECT_THAT(run.output(), HasSubstr("\nfeatures     6 VolatileStorage\n"));
+    EXPECT_THAT(run.output(), HasSubstr("\noperations   51: 18 of its own, 33 of the host\n"
+                                        "         own doCreateFile\n         own doCreateFolder\n"
+                                        "        host doCreateFolderRecursive\n"));
+    EXPECT_TRUE(run.output().ends_with("        host doTruncateToSize\n"));
+}
+
+TEST(InspectProgramTest, ShowsTheSameAsJson) {
+    const ProgramRun run({"inspect", "--json"});
+    EXPECT_EQ(run.status(), 0);
+    const Json plugin = Json::parse(run.output());
+    EXPECT_EQ(plugin["tool"], "qzstorage");
+    EXPECT_TRUE(std::filesystem::equivalent(plugin["file"].get<std::string>(), TEST_PLUGIN));
+    EXPECT_EQ(plugin["size"], std::filesystem::file_size(TEST_PLUGIN));
+    EXPECT_THAT(plugin["soname"].get<std::string>(), StartsWith("libqzstorageinmemoryprovider.so"));
+    EXPECT_THAT(plugin["needed"].get<std::vector<std::string>>(),
+                Contains(StartsWith("libqzflstorageprovider.so")));
+    EXPECT_EQ(plugin["entryPoint"], Json::parse(R"({"name": "buildProvider_V1", "exported": true})"));
+    EXPECT_EQ(plugin["otherExports"], Json::array({"storage::inmemoryprovider::buildInMemoryProvider()"}));
+    const Json& provider = plugin["provider"];
+    EXPECT_EQ(provider["features"], Json::parse(R"([{"number": 6, "name": "VolatileStorage"}])"));
+    EXPECT_EQ(provider["ownOperations"], 18);
+    EXPECT_EQ(provider["hostOperations"], 33);
+    ASSERT_EQ(provider["operations"].size(), 51U);
+    EXPECT_EQ(provider["operations"][2], Json::parse(R"({"name": "doCreateFolderRecursive", "by": "host"})"));
+}
+
+TEST(InspectProgramTest, TellsWhatAnotherPluginHasOfItsOwn) {
+    const ProgramRun run = inspectBad({"inspect", badPlugin}, "");
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_THAT(run.output(), HasSubstr("51: 19 of its own, 32 of the host\n"));
+    EXPECT_THAT(run.output(), HasSubstr("\n         own doShutdown\n"));
+}
+
+TEST(InspectProgramTest, ALibraryWithoutEntryPointIsShownAllTheSame) {
+    const ProgramRun run({"inspect", noPlugin});
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_THAT(run.output(),
+                HasSubstr("\nentry point  buildProvider_V1 is missing\nalso exports answer\n"
+                          "no provider  " +
+                          noPlugin + ": not a storage-provider plug-in: it has no buildProvider_V1\n"));
+    const Json plugin = Json::parse(ProgramRun({"inspect", "--json", noPlugin}).output());
+    EXPECT_EQ(plugin["entryPoint"]["exported"], false);
+    EXPECT_THAT(plugin["provider"]["failure"].get<std::string>(), HasSubstr("it has no buildProvider_V1"));
+}
+
+TEST(InspectProgramTest, WhyThereIsNoProviderIsTold) {
+    EXPECT_THAT(inspectBad({"inspect", badPlugin}, "entry nothing").output(),
+                HasSubstr("\nno provider  " + badPlugin + ": the plug-in gave no provider\n"));
+    const ProgramRun run = inspectBad({"inspect", badPlugin}, "entry own");
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_THAT(run.output(), HasSubstr("the plug-in gave no provider: the tape is torn\n"));
+}
+
+TEST(InspectProgramTest, WhatIsNoLibraryIsOneLine) {
+    const TemporaryFolder folder;
+    const std::string file = folder.write("file", "some text");
+    const ProgramRun run({"inspect", file});
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(run.output(), "");
+    EXPECT_THAT(run.errors(), StartsWith("qzstorage: " + file + ": cannot be loaded as a plug-in: "));
+}
+
+TEST(InspectProgramTest, HelpShowsExamples) {
+    EXPECT_THAT(ProgramRun({"inspect", "--help"}).output(), HasSubstr("Examples:\n  qzstorage inspect "));
+}
+
+} // namespace

@@ -1,0 +1,80 @@
+#include "host/validate/CheckRunner.h"
+
+#include "host/PluginError.h"
+#include "host/validate/CheckContext.h"
+#include "host/validate/Expectations.h"
+#include "tests/host/validate/ExpectVerdict.h"
+#include "tests/support/LoadedPlugin.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace storage::host;
+using foundation::storage::provider::ErrorCode;
+using foundation::storage::provider::Exception;
+using foundation::storage::provider::StorageIRI;
+using testing::HasSubstr;
+using testing::ThrowsMessage;
+
+using Body = void (*)(CheckContext&);
+
+CheckOutcome outcomeOf(Body body, Profile profile = Profile::AnyProvider, std::uint64_t seed = 1) {
+    const CheckRunner runner(TEST_PLUGIN, profile, seed, std::chrono::seconds(60));
+    return runner.run({"1.1", "some.rule", "Some rule.", Profile::AnyProvider, body});
+}
+
+TEST(CheckRunnerTest, TellsWhatACheckFinds) {
+    expectVerdict(
+        outcomeOf([](CheckContext& context) { makeFile(context.provider(), context.at(u"f"), "x"); }),
+        CheckResult::Pass, "");
+    expectVerdict(outcomeOf([](CheckContext&) { expect(false, "it is not so"); }), CheckResult::Fail,
+                  "it is not so");
+    expectVerdict(outcomeOf([](CheckContext&) { skip("not here"); }), CheckResult::Skip, "not here");
+}
+
+TEST(CheckRunnerTest, WhateverElseLeavesACheckIsAFailure) {
+    expectVerdict(
+        outcomeOf([](CheckContext& context) { context.provider().doRemoveFile(StorageIRI(u"/missing")); }),
+        CheckResult::Fail, "unexpected failure: /missing: no such file or folder");
+    expectVerdict(outcomeOf([](CheckContext&) { throw std::bad_alloc(); }), CheckResult::Fail,
+                  "unexpected failure: out of memory");
+    expectVerdict(outcomeOf([](CheckContext&) { throw 5; }),
+                  CheckResult::Fail, // NOLINT(hicpp-exception-baseclass)
+                  "unexpected failure: unknown failure");
+}
+
+TEST(CheckRunnerTest, ACheckKnowsProfileAndSeed) {
+    const Body tell = [](CheckContext& context) {
+        skip((context.isInMemoryProvider() ? "in memory " : "any ") + std::to_string(context.random()()));
+    };
+    const std::string first = outcomeOf(tell, Profile::InMemoryProvider, 7).verdict.reason;
+    EXPECT_THAT(first, HasSubstr("in memory"));
+    EXPECT_EQ(outcomeOf(tell, Profile::InMemoryProvider, 7).verdict.reason, first);
+    EXPECT_NE(outcomeOf(tell, Profile::InMemoryProvider, 8).verdict.reason, first);
+    EXPECT_THAT(outcomeOf(tell).verdict.reason, HasSubstr("any"));
+}
+
+TEST(CheckRunnerTest, APluginThatGivesAProviderIsAccepted) {
+    const CheckRunner runner(TEST_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60));
+    EXPECT_NO_THROW(runner.requireProvider());
+}
+
+TEST(CheckRunnerTest, APluginThatGivesNoneIsRefused) {
+    const CheckRunner runner("/missing.so", Profile::AnyProvider, 1, std::chrono::seconds(60));
+    EXPECT_THAT([&] { runner.requireProvider(); },
+                ThrowsMessage<PluginError>("/missing.so: No such file or directory"));
+}
+
+TEST(CheckRunnerTest, ThePluginIsLoadedInTheProcessesAlone) {
+    const CheckRunner runner(TEST_BAD_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60));
+    runner.requireProvider();
+    expectVerdict(runner.run({"1.1", "some.rule", "Some rule.", Profile::AnyProvider,
+                              [](CheckContext&) {
+                                  expect(storage::tests::pluginIsLoaded(TEST_BAD_PLUGIN), "it is not loaded");
+                              }}),
+                  CheckResult::Pass, "");
+    EXPECT_FALSE(storage::tests::pluginIsLoaded(TEST_BAD_PLUGIN));
+}
+
+} // namespace

@@ -1,0 +1,44 @@
+#include "host/validate/CheckCatalogue.h"
+#include "host/validate/CheckRunner.h"
+#include "tests/host/validate/AllFaults.h"
+
+#include <cstdlib>
+#include <iostream>
+
+// Holds every broken provider to every rule and prints what catches it: one rule at least must.
+
+namespace {
+
+using namespace storage::host;
+
+constexpr std::chrono::seconds limit(10);
+
+/// The numbers of the rules that the broken plug-in, as the environment says how, does not keep.
+std::string catchers() {
+    const CheckRunner runner(TEST_BROKEN_PLUGIN, Profile::InMemoryProvider, 1, limit);
+    std::string numbers;
+    for (const CheckGroup& group : checkCatalogue()) {
+        for (const Check& check : group.checks) {
+            const CheckResult result = runner.run(check).verdict.result;
+            if (result == CheckResult::Fail || result == CheckResult::Crash) {
+                numbers += (numbers.empty() ? "" : " ") + std::string(check.number);
+            }
+        }
+    }
+    return numbers;
+}
+
+} // namespace
+
+int main() {
+    std::size_t caught = 0;
+    const std::vector<Fault> faults = allFaults();
+    for (const Fault& fault : faults) {
+        ::setenv("BROKEN_PLUGIN", fault.name, /*replace*/ 1);
+        const std::string numbers = catchers();
+        caught += numbers.empty() ? 0 : 1;
+        std::cout << fault.name << ": " << (numbers.empty() ? "NOT CAUGHT" : numbers) << '\n' << std::flush;
+    }
+    std::cout << "faults: " << caught << " of " << faults.size() << " broken providers caught\n";
+    return caught == faults.size() ? EXIT_SUCCESS : EXIT_FAILURE;
+}

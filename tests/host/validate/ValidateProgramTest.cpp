@@ -1,0 +1,152 @@
+#include "tests/host/ProcessState.h"
+#include "tests/host/ProgramRun.h"
+#include "tests/host/TemporaryFolder.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+using Arguments = std::vector<std::string>;
+
+/// Runs the program with something wrong in the plug-in that the environment is told of.
+ProgramRun runWith(
+    const char* variable, const char* wrong, const Arguments& arguments,
+    const ProgramRun::Company& meanwhile = [](pid_t) {}) {
+    return {arguments, "", [&] { ::setenv(variable, wrong, /*replace*/ 1); }, meanwhile};
+}
+
+/// Waits until a process has a child.
+pid_t childOf(pid_t process) {
+    const std::string children =
+        "/proc/" + std::to_string(process) + "/task/" + std::to_string(process) + "/children";
+    for (;;) {
+        pid_t child = 0;
+        if (std::ifstream(children) >> child) {
+            return child;
+        }
+        std::this_thread::yield();
+    }
+}
+
+TEST(ValidateProgramTest, ItsOwnPluginKeepsEveryRule) {
+    const ProgramRun run({"validate", "--seed", "7", "--only", "2.*"});
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_THAT(run.output(),
+                MatchesRegex("validating /[^\n]*/libqzstorageinmemoryprovider\\.so: profile in-memory, "
+                             "seed 7\n 2 Creating and removing: [0-9]+ passed\n"
+                             "[0-9]+ rules: [0-9]+ passed\n"));
+    EXPECT_EQ(run.errors(), "");
+}
+
+TEST(ValidateProgramTest, ABrokenRuleIsTold) {
+    const Arguments arguments{"validate", "--only", "2.2", TEST_BROKEN_PLUGIN};
+    const ProgramRun run = runWith("BROKEN_PLUGIN", "CreatingTwice", arguments);
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_THAT(run.output(), HasSubstr("\n   FAILED 2.2 creating."));
+    EXPECT_THAT(run.output(), HasSubstr("\n1 rule: 1 failed\n"));
+    EXPECT_THAT(run.output(), HasSubstr("profile any, seed "));
+}
+
+TEST(ValidateProgramTest, TheReplayLineReplays) {
+    const std::string program = std::filesystem::path(TEST_PROGRAM).parent_path();
+    const TemporaryFolder folder;
+    const std::string plugin = folder / "it's a plug-in.so";
+    std::filesystem::create_symlink(TEST_BROKEN_PLUGIN, plugin);
+    const ProgramRun run = runWith("BROKEN_PLUGIN", "CreatingTwice", {"validate", "--only", "2.*", plugin});
+    const std::string mark = "replay: ";
+    const std::size_t begin = run.output().find(mark) + mark.size();
+    const std::string line = run.output().substr(begin, run.output().find('\n', begin) - begin);
+    ASSERT_THAT(line, StartsWith("qzstorage validate --profile any --seed "));
+    const std::string out = folder / "out";
+    const std::string shell =
+        "PATH=" + program + ":$PATH BROKEN_PLUGIN=CreatingTwice; export BROKEN_PLUGIN; " + line + " >" + out;
+    EXPECT_EQ(WEXITSTATUS(std::system(shell.c_str())), 1); // NOLINT(cert-env33-c)
+    EXPECT_THAT(readFile(out), HasSubstr("\n      " + mark + line + "\n1 rule: 1 failed\n"));
+}
+
+TEST(ValidateProgramTest, APluginThatCannotBeUsedIsOneLine) {
+    const ProgramRun missing({"validate", "/missing.so"});
+    EXPECT_EQ(missing.status(), 1);
+    EXPECT_EQ(missing.output(), "");
+    EXPECT_EQ(missing.errors(), "qzstorage: /missing.so: No such file or directory\n");
+    const std::string plugin = TEST_BAD_PLUGIN;
+    const ProgramRun none = runWith("BAD_PLUGIN", "entry standard", {"validate", plugin});
+    EXPECT_EQ(none.status(), 1);
+    EXPECT_EQ(none.errors(),
+              "qzstorage: " + plugin + ": the plug-in gave no provider: the tape\\nis stuck\n");
+    const ProgramRun crash = runWith("BAD_PLUGIN", "entry signal9", {"validate", plugin});
+    EXPECT_EQ(crash.status(), 1);
+    EXPECT_EQ(crash.errors(), "qzstorage: " + plugin + ": the process that loaded it ended by SIGKILL\n");
+}
+
+TEST(ValidateProgramTest, WhatThePluginPrintsIsNoPartOfTheReport) {
+    const ProgramRun run = runWith("BAD_PLUGIN", "entry announce",
+                                   {"validate", "--seed", "7", "--only", "2.1", TEST_BAD_PLUGIN});
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(run.output(), "validating " TEST_BAD_PLUGIN ": profile any, seed 7\n"
+                            " 2 Creating and removing: 1 passed\n1 rule: 1 passed\n");
+    EXPECT_EQ(run.errors(), "");
+}
+
+TEST(ValidateProgramTest, CtrlCEndsTheRunAndItsProcess) {
+    pid_t child = 0;
+    const ProgramRun run =
+        runWith("BAD_PLUGIN", "entry wait", {"validate", TEST_BAD_PLUGIN}, [&](pid_t program) {
+            child = childOf(program);
+            ::kill(program, SIGINT);
+        });
+    EXPECT_EQ(run.status(), 130);
+    EXPECT_EQ(run.errors(), "qzstorage: interrupted\n");
+    EXPECT_TRUE(hasEnded(child));
+}
+
+TEST(ValidateProgramTest, ItsProcessEndsWithItHoweverItEnds) {
+    const ProgramRun run =
+        runWith("BAD_PLUGIN", "entry wait", {"validate", TEST_BAD_PLUGIN}, [](pid_t program) {
+            const pid_t child = childOf(program);
+            ::kill(program, SIGKILL);
+            EXPECT_TRUE(endsSoon(child));
+        });
+    EXPECT_EQ(run.status(), -SIGKILL);
+}
+
+TEST(ValidateProgramTest, ATimeLimitIsKept) {
+    const ProgramRun run =
+        runWith("BAD_PLUGIN", "entry wait", {"validate", "--timeout", "1", TEST_BAD_PLUGIN});
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(run.errors(),
+              "qzstorage: " TEST_BAD_PLUGIN ": the process that loaded it did not end within 1 s\n");
+}
+
+TEST(ValidateProgramTest, AReportThatCannotBeWrittenIsToldFirst) {
+    const ProgramRun run({"validate", "--junit", "/missing/report.xml"});
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(run.output(), "");
+    EXPECT_EQ(run.errors(), "qzstorage: /missing/report.xml: No such file or directory\n");
+}
+
+TEST(ValidateProgramTest, WrongUsageIsOneLineAndStatusTwo) {
+    const ProgramRun nothing({"validate", "--only", "x*"});
+    EXPECT_EQ(nothing.status(), 2);
+    EXPECT_EQ(nothing.errors(),
+              "qzstorage: no rule has a number or name like 'x*' (try 'qzstorage --help')\n");
+    const ProgramRun twice({"--plugin", "/p.so", "validate", "/q.so"});
+    EXPECT_EQ(twice.status(), 2);
+    EXPECT_THAT(twice.errors(), StartsWith("qzstorage: the plug-in is named twice: "));
+}
+
+TEST(ValidateProgramTest, HelpShowsExamples) {
+    const ProgramRun run({"validate", "--help"});
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_THAT(run.output(), HasSubstr("Examples:\n  qzstorage validate "));
+}
+
+} // namespace

@@ -1,0 +1,495 @@
+#include "hostapi/storage/provider/IClonableFolderEntryIterator.h"
+#include "hostapi/storage/provider/WildcardPattern.h"
+#include "tests/host/validate/faults/BrokenMoves.h"
+#include "tests/host/validate/faults/FaultTables.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <new>
+#include <stdexcept>
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+
+namespace derived_operation_faults {
+namespace {
+
+using Names = std::vector<std::u16string>;
+using Policy = ReplacementPolicy;
+
+/// A listing of given entries.
+class EntryListing : public IClonableFolderEntryIterator<EntryListing> {
+public:
+    explicit EntryListing(std::vector<FolderEntry> entries) : entries_(std::move(entries)) {}
+
+    FolderEntry getEntry() const override { return entries_[next_ - 1]; }
+    bool hasNext() const override { return next_ < entries_.size(); }
+    void step() override { ++next_; }
+
+protected:
+    const std::vector<FolderEntry>& entries() const { return entries_; }
+
+private:
+    std::vector<FolderEntry> entries_;
+    std::size_t next_ = 0;
+};
+
+/// A listing whose clones begin anew.
+class RestartingListing final : public EntryListing {
+public:
+    using EntryListing::EntryListing;
+    std::unique_ptr<IFolderEntryIterator> clone() const override {
+        return std::make_unique<RestartingListing>(entries());
+    }
+};
+
+std::vector<FolderEntry> entriesOf(std::unique_ptr<IFolderEntryIterator> listing) {
+    std::vector<FolderEntry> entries;
+    while (listing->hasNext()) {
+        listing->step();
+        entries.push_back(listing->getEntry());
+    }
+    return entries;
+}
+
+std::u16string withoutQuestionMarks(std::u16string pattern) {
+    std::replace(pattern.begin(), pattern.end(), u'?', u'*');
+    return pattern;
+}
+
+/// Only the folder itself is made.
+struct MakingOneFolder : BrokenProvider {
+    void doCreateFolderRecursive(const StorageIRI& iri) const override { doCreateFolder(iri); }
+};
+
+/// A folder that is there is in the way of itself.
+struct ExistingFolderInTheWay : BrokenProvider {
+    void doCreateFolderRecursive(const StorageIRI& iri) const override {
+        if (doFolderExists(iri)) {
+            throw Exception(ErrorCode::AlreadyExists, iri);
+        }
+        BrokenProvider::doCreateFolderRecursive(iri);
+    }
+};
+
+/// Failures to make folders name the last of them.
+template <ErrorCode code>
+struct NamingTheLastFolder : BrokenProvider {
+    void doCreateFolderRecursive(const StorageIRI& iri) const override {
+        naming(code, iri, [&] { BrokenProvider::doCreateFolderRecursive(iri); });
+    }
+};
+
+/// What begins like the folder is removed with it.
+struct RemovingByPrefix : BrokenProvider {
+    void doRemoveFolderRecursively(const StorageIRI& iri) const override {
+        BrokenProvider::doRemoveFolderRecursively(iri);
+        if (const StorageIRI sibling(iri.getPath() + u"0"); doFileExists(sibling)) {
+            doRemoveFile(sibling);
+        }
+    }
+};
+
+/// A folder that is missing has been removed.
+struct MissingIsRemoved : BrokenProvider {
+    void doRemoveFolderRecursively(const StorageIRI& iri) const override {
+        if (doFolderExists(iri)) {
+            BrokenProvider::doRemoveFolderRecursively(iri);
+        }
+    }
+};
+
+/// Failures to remove a tree name the tree.
+struct NamingTheTree : BrokenProvider {
+    void doRemoveFolderRecursively(const StorageIRI& iri) const override {
+        naming(ErrorCode::ReadOnly, iri, [&] { BrokenProvider::doRemoveFolderRecursively(iri); });
+    }
+};
+
+/// The root is to be removed like any folder, which fails.
+struct RemovingTheRoot : BrokenProvider {
+    void doRemoveFolderRecursively(const StorageIRI& iri) const override {
+        BrokenProvider::doRemoveFolderRecursively(iri);
+        if (!iri.hasParent()) {
+            doRemoveFolder(iri);
+        }
+    }
+};
+
+/// "?" is taken for "*" where entries are listed.
+struct QuestionMarkIsAnyRun : BrokenProvider {
+    Listing doListAllWildcards(const StorageIRI& iri, std::u16string pattern) const override {
+        return BrokenProvider::doListAllWildcards(iri, withoutQuestionMarks(std::move(pattern)));
+    }
+};
+
+/// "?" is taken for "*" where names are listed.
+struct QuestionMarkIsAnyRunInNames : BrokenProvider {
+    Names doListFilesNamesOnlyWildcards(const StorageIRI& iri, std::u16string pattern) const override {
+        return BrokenProvider::doListFilesNamesOnlyWildcards(iri, withoutQuestionMarks(std::move(pattern)));
+    }
+};
+
+/// The names of folders end in "/".
+struct FolderNamesMarked : BrokenProvider {
+    Names doListFoldersNamesOnly(const StorageIRI& iri) const override {
+        Names names = BrokenProvider::doListFoldersNamesOnly(iri);
+        for (std::u16string& name : names) {
+            name += u'/';
+        }
+        return names;
+    }
+};
+
+/// A recursive listing stops at the first level.
+struct ListingOneLevel : BrokenProvider {
+    Listing doListAllRecursive(const StorageIRI& iri) const override { return doListAll(iri); }
+};
+
+/// A recursive listing yields what folders hold first.
+struct ListingFromBelow : BrokenProvider {
+    Listing doListAllRecursive(const StorageIRI& iri) const override {
+        auto entries = entriesOf(BrokenProvider::doListAllRecursive(iri));
+        std::reverse(entries.begin(), entries.end());
+        return std::make_unique<EntryListing>(std::move(entries));
+    }
+};
+
+/// A pattern keeps recursive listings out of folders that it does not match.
+struct PatternKeepsOut : BrokenProvider {
+    Listing doListAllRecursiveWildcards(const StorageIRI& iri, std::u16string pattern) const override {
+        auto entries = entriesOf(BrokenProvider::doListAllRecursiveWildcards(iri, pattern));
+        const WildcardPattern entered(pattern);
+        std::erase_if(entries, [&](const FolderEntry& entry) {
+            const std::size_t end = entry.getName().find(u'/');
+            return end != std::u16string::npos && !entered.matches(entry.getName().substr(0, end));
+        });
+        return std::make_unique<EntryListing>(std::move(entries));
+    }
+};
+
+/// A recursive list of names has no paths.
+struct NamesWithoutPaths : BrokenProvider {
+    Names doListAllRecursiveNamesOnly(const StorageIRI& iri) const override {
+        Names names = BrokenProvider::doListAllRecursiveNamesOnly(iri);
+        for (std::u16string& name : names) {
+            name.erase(0, name.rfind(u'/') + 1);
+        }
+        return names;
+    }
+};
+
+/// A folder that is missing has no names in it.
+struct MissingIsEmpty : BrokenProvider {
+    Names doListAllNamesOnly(const StorageIRI& iri) const override {
+        return doFolderExists(iri) ? BrokenProvider::doListAllNamesOnly(iri) : Names();
+    }
+};
+
+/// The clone of a listing begins anew.
+struct CloneBeginsAnew : BrokenProvider {
+    Listing doListFilesWildcards(const StorageIRI& iri, std::u16string pattern) const override {
+        return std::make_unique<RestartingListing>(
+            entriesOf(BrokenProvider::doListFilesWildcards(iri, std::move(pattern))));
+    }
+};
+
+/// A copy is another name of its source.
+class CopyingByLinking final : public BrokenProvider {
+public:
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        BrokenProvider::doCopyFile(source, destination, policy);
+        sources_.insert_or_assign(destination.getPath(), source);
+    }
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        return sound().doOpenStream(linked(iri), options);
+    }
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        return sound().doOpenReadOnlyStream(linked(iri));
+    }
+
+private:
+    const StorageIRI& linked(const StorageIRI& iri) const {
+        const auto found = sources_.find(iri.getPath());
+        return found == sources_.end() ? iri : found->second;
+    }
+
+    mutable std::map<std::u16string, StorageIRI> sources_;
+};
+
+/// Only the first block is copied.
+struct CopyingOneBlock : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        BrokenProvider::doCopyFile(source, destination, policy);
+        if (doGetFileAttributes(destination).getSize() > 65536) {
+            doTruncateToSize(destination, 65536);
+        }
+    }
+};
+
+/// A copy has the flag of its source.
+struct CopyingTheFlag : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        BrokenProvider::doCopyFile(source, destination, policy);
+        doSetWritable(destination, doGetFileAttributes(source).isWritable());
+    }
+};
+
+/// Failures of a copy name its destination.
+template <ErrorCode code>
+struct CopyNamesDestination : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        naming(code, destination, [&] { BrokenProvider::doCopyFile(source, destination, policy); });
+    }
+};
+
+/// The policy of a copy is not looked at.
+struct CopyIgnoresPolicy : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& /*policy*/) const override {
+        BrokenProvider::doCopyFile(source, destination, Policy::ReplaceExisting);
+    }
+};
+
+/// A copy onto a folder goes into it.
+struct CopyIntoFolder : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        BrokenProvider::doCopyFile(
+            source, doFolderExists(destination) ? below(destination, u"copy") : destination, policy);
+    }
+};
+
+/// The destination is emptied first, also when it is the source.
+struct CopyEmptiesFirst : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        if (policy == Policy::ReplaceExisting && doFileExists(destination)) {
+            doOpenStream(destination, {.content = ByteStreamContent::Empty});
+        }
+        BrokenProvider::doCopyFile(source, destination, policy);
+    }
+};
+
+/// A folder is something that exists, and not what is to be copied.
+struct CopyingFolderExists : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        if (doFolderExists(source)) {
+            throw Exception(ErrorCode::AlreadyExists, source);
+        }
+        BrokenProvider::doCopyFile(source, destination, policy);
+    }
+};
+
+/// The progress is told block by block.
+struct ProgressByBlocks : BrokenProvider {
+    void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
+                          CopyProgress progress) const override {
+        unsigned long long told = 0;
+        BrokenProvider::doCopyFileAtomic(source, destination, policy, [&](unsigned long long copied) {
+            progress(copied - told);
+            told = copied;
+        });
+    }
+};
+
+/// A copy that is ended has emptied its destination.
+struct EndedCopyEmpties : BrokenProvider {
+    void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
+                          CopyProgress progress) const override {
+        try {
+            BrokenProvider::doCopyFileAtomic(source, destination, policy, std::move(progress));
+        } catch (...) {
+            doOpenStream(destination, {.content = ByteStreamContent::Empty});
+            throw;
+        }
+    }
+};
+
+/// Only files exist.
+struct OnlyFilesExist : BrokenProvider {
+    bool doExists(const StorageIRI& iri) const override { return doFileExists(iri); }
+};
+
+/// The size of a folder is the number of its entries.
+struct FolderHasSize : BrokenProvider {
+    ExtendedAttributes doGetExtendedAttributes(const StorageIRI& iri) const override {
+        ExtendedAttributes attributes = BrokenProvider::doGetExtendedAttributes(iri);
+        if (attributes.type == FolderEntry::EntryType::Folder) {
+            attributes.size = doListAllNamesOnly(iri).size();
+        }
+        return attributes;
+    }
+};
+
+/// Truncating only shortens.
+struct TruncatingOnlyShortens : BrokenProvider {
+    void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
+        BrokenProvider::doTruncateToSize(
+            iri, std::min<unsigned long long>(size, doGetFileAttributes(iri).getSize()));
+    }
+};
+
+/// A truncated file is a new one.
+struct TruncatingByCopying : BrokenProvider {
+    void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
+        BrokenProvider::doCopyFile(iri, iri, Policy::ReplaceExisting);
+        BrokenProvider::doTruncateToSize(iri, size);
+    }
+};
+
+/// A file that is to be truncated is made if it is missing.
+struct TruncatingCreates : BrokenProvider {
+    void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
+        doOpenStream(iri, {});
+        BrokenProvider::doTruncateToSize(iri, size);
+    }
+};
+
+/// Truncating does not look at the flag.
+struct TruncatingIgnoresFlag : BrokenProvider {
+    void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
+        ignoringFlag(*this, iri, [&] { BrokenProvider::doTruncateToSize(iri, size); });
+    }
+};
+
+/// A size that cannot be is one for which there is no memory.
+struct TruncatingRunsOutOfMemory : BrokenProvider {
+    void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
+        try {
+            BrokenProvider::doTruncateToSize(iri, size);
+        } catch (const std::length_error&) {
+            throw std::bad_alloc();
+        }
+    }
+};
+
+/// What is not offered names the second location.
+struct NamingTheScratchLocation : BrokenProvider {
+    std::unique_ptr<ByteStream>
+    doOpenTransactionalStreamAtScratchLocation(const StorageIRI& /*iri*/, const StorageIRI& scratch,
+                                               const OpenOptions& /*options*/) const override {
+        throw Exception(ErrorCode::NotOffered, scratch);
+    }
+};
+
+/// Events are taken note of and never come.
+struct SilentEvents : BrokenProvider {
+    void doPublishFileEventsFor(const StorageIRI& /*iri*/, EventCallback /*callback*/) const override {}
+};
+
+/// There is more room than the capacity.
+struct MoreRoomThanCapacity : BrokenProvider {
+    ProviderStorageInfo doGetProviderStorageInfo(const StorageIRI& /*iri*/) const override {
+        return {.capacity = 1000, .available = 1001};
+    }
+};
+
+/// A path comes before itself.
+struct PathBeforeItself : BrokenProvider {
+    PathComparator doGetPathComparator(const StorageIRI& /*iri*/) const override {
+        return [](std::u16string_view first, std::u16string_view second) { return first <= second; };
+    }
+};
+
+/// Paths are ordered by characters, where pairs of surrogates come last.
+struct OrderByCharacters : BrokenProvider {
+    PathComparator doGetPathComparator(const StorageIRI& /*iri*/) const override {
+        return [](std::u16string_view first, std::u16string_view second) {
+            const auto rank = [](char16_t unit) {
+                return unit >= 0xD800 && unit <= 0xDFFF ? 0x10000 + unit : unit;
+            };
+            return std::lexicographical_compare(first.begin(), first.end(), second.begin(), second.end(),
+                                                [&](char16_t a, char16_t b) { return rank(a) < rank(b); });
+        };
+    }
+};
+
+/// The canonical location goes one deeper each time.
+struct CanonicalBelow : BrokenProvider {
+    StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const override { return below(iri, u"."); }
+};
+
+/// The canonical location goes by the path that was given.
+struct CanonicalByGivenPath : BrokenProvider {
+    StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const override {
+        return StorageIRI(iri.getPath());
+    }
+};
+
+/// Case is said not to matter.
+struct SayingCaseInsensitive : BrokenProvider {
+    FilenameSensitivity doGetFilenameSensitivity(const StorageIRI& /*iri*/) const override {
+        return FilenameSensitivity::CaseInsensitive;
+    }
+};
+
+/// Shutting down is not offered.
+struct NoShutdown : BrokenProvider {
+    void doShutdown() override { throw Exception(ErrorCode::NotOffered, StorageIRI(u"/")); }
+};
+
+constexpr std::array table{
+    Fault{"MakingOneFolder", "12.1", build<MakingOneFolder>},
+    Fault{"ExistingFolderInTheWay", "12.2", build<ExistingFolderInTheWay>},
+    Fault{"FileInTheWayNotNamed", "12.3", build<NamingTheLastFolder<ErrorCode::AlreadyExists>>},
+    Fault{"FolderNotMadeNotNamed", "12.4", build<NamingTheLastFolder<ErrorCode::ReadOnly>>},
+    Fault{"RemovingByPrefix", "12.5", build<RemovingByPrefix>},
+    Fault{"MissingIsRemoved", "12.6", build<MissingIsRemoved>},
+    Fault{"NamingTheTree", "12.7", build<NamingTheTree>},
+    Fault{"RemovingTheRoot", "12.8", build<RemovingTheRoot>},
+    Fault{"QuestionMarkIsAnyRun", "12.9", build<QuestionMarkIsAnyRun>},
+    Fault{"QuestionMarkIsAnyRunInNames", "12.10", build<QuestionMarkIsAnyRunInNames>},
+    Fault{"FolderNamesMarked", "12.11", build<FolderNamesMarked>},
+    Fault{"ListingOneLevel", "12.12", build<ListingOneLevel>},
+    Fault{"ListingFromBelow", "12.13", build<ListingFromBelow>},
+    Fault{"PatternKeepsOut", "12.14", build<PatternKeepsOut>},
+    Fault{"NamesWithoutPaths", "12.15", build<NamesWithoutPaths>},
+    Fault{"MissingIsEmpty", "12.16", build<MissingIsEmpty>},
+    Fault{"CloneBeginsAnew", "12.17", build<CloneBeginsAnew>},
+    Fault{"CopyingByLinking", "12.18", build<CopyingByLinking>},
+    Fault{"CopyingOneBlock", "12.19", build<CopyingOneBlock>},
+    Fault{"CopyingTheFlag", "12.20", build<CopyingTheFlag>},
+    Fault{"MissingCopyNamesDestination", "12.21", build<CopyNamesDestination<ErrorCode::NotFound>>},
+    Fault{"CopyIgnoresPolicy", "12.22", build<CopyIgnoresPolicy>},
+    Fault{"CopyIntoFolder", "12.23", build<CopyIntoFolder>},
+    Fault{"CopyEmptiesFirst", "12.24", build<CopyEmptiesFirst>},
+    Fault{"ReadOnlyCopyNamesDestination", "12.25", build<CopyNamesDestination<ErrorCode::ReadOnly>>},
+    Fault{"CopyingFolderExists", "12.26", build<CopyingFolderExists>},
+    Fault{"ProgressByBlocks", "12.27", build<ProgressByBlocks>},
+    Fault{"EndedCopyEmpties", "12.28", build<EndedCopyEmpties>},
+    Fault{"OnlyFilesExist", "12.29", build<OnlyFilesExist>},
+    Fault{"FolderHasSize", "12.30", build<FolderHasSize>},
+    Fault{"TruncatingOnlyShortens", "12.31", build<TruncatingOnlyShortens>},
+    Fault{"TruncatingByCopying", "12.32", build<TruncatingByCopying>},
+    Fault{"TruncatingCreates", "12.33", build<TruncatingCreates>},
+    Fault{"TruncatingIgnoresFlag", "12.34", build<TruncatingIgnoresFlag>},
+    Fault{"TruncatingRunsOutOfMemory", "12.35", build<TruncatingRunsOutOfMemory>},
+    Fault{"NamingTheScratchLocation", "12.36", build<NamingTheScratchLocation>},
+    Fault{"SilentEvents", "12.37", build<SilentEvents>},
+    Fault{"MoreRoomThanCapacity", "12.38", build<MoreRoomThanCapacity>},
+    Fault{"PathBeforeItself", "12.39", build<PathBeforeItself>},
+    Fault{"OrderByCharacters", "12.40", build<OrderByCharacters>},
+    Fault{"CanonicalBelow", "12.41", build<CanonicalBelow>},
+    Fault{"CanonicalByGivenPath", "12.42", build<CanonicalByGivenPath>},
+    Fault{"SayingCaseInsensitive", "12.43", build<SayingCaseInsensitive>},
+    Fault{"SayingThatCaseDoesNotMatter", "12.44", build<SayingCaseInsensitive>},
+    Fault{"NoShutdown", "12.45", build<NoShutdown>},
+};
+
+} // namespace
+} // namespace derived_operation_faults
+
+std::span<const Fault> derivedOperations() {
+    return derived_operation_faults::table;
+}
+
+} // namespace faults

@@ -1,0 +1,429 @@
+#include "tests/host/validate/faults/BrokenProvider.h"
+#include "tests/host/validate/faults/FaultTables.h"
+#include "tests/host/validate/faults/LocationParts.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <vector>
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+
+namespace listing_faults {
+namespace {
+
+using Listing = HookedProvider::Listing;
+using Entries = std::vector<FolderEntry>;
+using Type = FolderEntry::EntryType;
+
+Entries restOf(const Listing& listing) {
+    Entries entries;
+    while (listing->hasNext()) {
+        listing->step();
+        entries.push_back(listing->getEntry());
+    }
+    return entries;
+}
+
+/// A listing of given entries that breaks no rule.
+class SoundListing : public IFolderEntryIterator {
+public:
+    SoundListing(const IProvider& provider, const StorageIRI& folder, Entries entries)
+        : provider_(provider), folder_(folder), entries_(std::move(entries)) {}
+
+    FolderEntry getEntry() const override { return entries_[next_ - 1]; }
+    bool hasNext() const override { return next_ < entries_.size(); }
+    void step() override { ++next_; }
+    Listing clone() const override { return std::make_unique<SoundListing>(*this); }
+
+protected:
+    const IProvider& provider_;
+    const StorageIRI folder_;
+    Entries entries_;
+    mutable std::size_t next_ = 0;
+};
+
+/// A provider whose listings are of a class that breaks a rule.
+template <class BrokenListing>
+class BrokenListings final : public BrokenProvider {
+public:
+    Listing doListAll(const StorageIRI& iri) const override {
+        return broken(iri, HookedProvider::doListAll(iri));
+    }
+    Listing doListFiles(const StorageIRI& iri) const override {
+        return broken(iri, HookedProvider::doListFiles(iri));
+    }
+    Listing doListFolders(const StorageIRI& iri) const override {
+        return broken(iri, HookedProvider::doListFolders(iri));
+    }
+
+private:
+    Listing broken(const StorageIRI& iri, const Listing& listing) const {
+        return std::make_unique<BrokenListing>(sound(), iri, restOf(listing));
+    }
+};
+
+/// The entries are those that the folder has now.
+class NotASnapshot final : public SoundListing {
+public:
+    using SoundListing::SoundListing;
+
+    bool hasNext() const override { return next_ < restOf(provider_.doListAll(folder_)).size(); }
+    void step() override {
+        entries_ = restOf(provider_.doListAll(folder_));
+        ++next_;
+    }
+};
+
+/// What is gone is passed over.
+class RemovedPassedOver final : public SoundListing {
+public:
+    using SoundListing::SoundListing;
+
+    bool hasNext() const override {
+        while (next_ < entries_.size() && !provider_.doExists(childOf(folder_, entries_[next_].getName()))) {
+            ++next_;
+        }
+        return next_ < entries_.size();
+    }
+};
+
+/// Each step looks whether there is a folder still.
+class NeedsItsFolder final : public SoundListing {
+public:
+    using SoundListing::SoundListing;
+
+    void step() override {
+        provider_.doGetFolderAttributes(folder_);
+        SoundListing::step();
+    }
+};
+
+class CloneRestarts final : public SoundListing {
+public:
+    using SoundListing::SoundListing;
+
+    Listing clone() const override { return std::make_unique<SoundListing>(provider_, folder_, entries_); }
+};
+
+/// A clone begins behind the entry that comes next.
+class CloneSkipsOne final : public SoundListing {
+public:
+    using SoundListing::SoundListing;
+
+    Listing clone() const override {
+        const auto from = std::min(next_ + (next_ > 0 ? 1 : 0), entries_.size());
+        return std::make_unique<SoundListing>(
+            provider_, folder_, Entries(entries_.begin() + static_cast<long>(from), entries_.end()));
+    }
+};
+
+/// A clone is the folder once more.
+class CloneReadsAgain final : public SoundListing {
+public:
+    using SoundListing::SoundListing;
+
+    Listing clone() const override {
+        Entries now = restOf(provider_.doListAll(folder_));
+        now.erase(now.begin(), now.begin() + static_cast<long>(std::min(next_, now.size())));
+        return std::make_unique<SoundListing>(provider_, folder_, now);
+    }
+};
+
+/// A listing and its clones have one position.
+class ClonesMoveTogether final : public IFolderEntryIterator {
+public:
+    ClonesMoveTogether(const IProvider& provider, const StorageIRI& folder, Entries entries)
+        : shared_(std::make_shared<SoundListing>(provider, folder, std::move(entries))) {}
+
+    FolderEntry getEntry() const override { return shared_->getEntry(); }
+    bool hasNext() const override { return shared_->hasNext(); }
+    void step() override { shared_->step(); }
+    Listing clone() const override { return std::make_unique<ClonesMoveTogether>(*this); }
+
+private:
+    std::shared_ptr<SoundListing> shared_;
+};
+
+/// A clone has nothing of its own.
+class CloneNeedsListing final : public IFolderEntryIterator {
+public:
+    CloneNeedsListing(const IProvider& provider, const StorageIRI& folder, Entries entries)
+        : owned_(std::make_shared<SoundListing>(provider, folder, std::move(entries))), used_(owned_) {}
+    explicit CloneNeedsListing(const std::shared_ptr<SoundListing>& used) : used_(used) {}
+
+    FolderEntry getEntry() const override { return used_.lock()->getEntry(); }
+    bool hasNext() const override { return !used_.expired() && used_.lock()->hasNext(); }
+    void step() override { used_.lock()->step(); }
+    Listing clone() const override { return std::make_unique<CloneNeedsListing>(used_.lock()); }
+
+private:
+    std::shared_ptr<SoundListing> owned_;
+    std::weak_ptr<SoundListing> used_;
+};
+
+/// To ask for the next is to go there.
+class AskingMoves final : public SoundListing {
+public:
+    using SoundListing::SoundListing;
+
+    bool hasNext() const override { return next_++ < entries_.size(); }
+    void step() override {}
+    FolderEntry getEntry() const override { return entries_[std::min(next_, entries_.size()) - 1]; }
+};
+
+/// Behind the last entry there is none.
+class LastEntryForgotten final : public SoundListing {
+public:
+    using SoundListing::SoundListing;
+
+    FolderEntry getEntry() const override {
+        return hasNext() ? SoundListing::getEntry() : FolderEntry(u"", Type::File);
+    }
+};
+
+/// The kinds are chosen on the way, too late for hasNext.
+class ChoosesLate final : public BrokenProvider {
+public:
+    Listing doListFiles(const StorageIRI& iri) const override {
+        class Late final : public SoundListing {
+        public:
+            using SoundListing::SoundListing;
+
+            bool hasNext() const override { return next_ < restOf(provider_.doListAll(folder_)).size(); }
+        };
+        return std::make_unique<Late>(sound(), iri, restOf(HookedProvider::doListFiles(iri)));
+    }
+};
+
+/// One more change of what a listing yields.
+template <void (*change)(const IProvider&, const StorageIRI&, Entries&)>
+class ChangedListings final : public BrokenProvider {
+public:
+    Listing doListAll(const StorageIRI& iri) const override {
+        return changed(iri, HookedProvider::doListAll(iri));
+    }
+    Listing doListFiles(const StorageIRI& iri) const override {
+        return changed(iri, HookedProvider::doListFiles(iri));
+    }
+    Listing doListFolders(const StorageIRI& iri) const override {
+        return changed(iri, HookedProvider::doListFolders(iri));
+    }
+
+private:
+    Listing changed(const StorageIRI& iri, const Listing& listing) const {
+        Entries entries = restOf(listing);
+        change(sound(), iri, entries);
+        return std::make_unique<SoundListing>(sound(), iri, entries);
+    }
+};
+
+void kindsSwapped(const IProvider&, const StorageIRI&, Entries& entries) {
+    for (FolderEntry& entry : entries) {
+        entry = FolderEntry(entry.getName(), entry.getType() == Type::File ? Type::Folder : Type::File);
+    }
+}
+
+void withDot(const IProvider&, const StorageIRI&, Entries& entries) {
+    entries.insert(entries.begin(), FolderEntry(u".", Type::Folder));
+}
+
+void withWhatIsBelow(const IProvider& provider, const StorageIRI& folder, Entries& entries) {
+    entries = restOf(provider.doListAllRecursive(folder));
+}
+
+void withoutFirst(const IProvider&, const StorageIRI&, Entries& entries) {
+    if (entries.size() > 1) {
+        entries.erase(entries.begin());
+    }
+}
+
+void lettersFirst(const IProvider&, const StorageIRI&, Entries& entries) {
+    const auto rank = [](const FolderEntry& entry) {
+        const char16_t unit = entry.getName().empty() ? u'\0' : entry.getName().front();
+        return unit >= 0xD800 && unit < 0xE000 ? 0x10000 : static_cast<int>(unit);
+    };
+    std::stable_sort(entries.begin(), entries.end(), [&](const FolderEntry& left, const FolderEntry& right) {
+        return rank(left) < rank(right);
+    });
+}
+
+/// Files come with folders.
+class FilesWithFolders final : public BrokenProvider {
+public:
+    Listing doListFiles(const StorageIRI& iri) const override { return doListAll(iri); }
+};
+
+/// The last folder is not looked at.
+class LastFolderLost final : public BrokenProvider {
+public:
+    Listing doListFolders(const StorageIRI& iri) const override {
+        Entries entries = restOf(HookedProvider::doListFolders(iri));
+        if (entries.size() > 1) {
+            entries.pop_back();
+        }
+        return std::make_unique<SoundListing>(sound(), iri, entries);
+    }
+};
+
+/// A clone of the folders is one of everything.
+class CloneForgetsKind final : public BrokenProvider {
+public:
+    Listing doListFolders(const StorageIRI& iri) const override {
+        class Forgetting final : public SoundListing {
+        public:
+            using SoundListing::SoundListing;
+
+            Listing clone() const override { return provider_.doListAll(folder_); }
+        };
+        return std::make_unique<Forgetting>(sound(), iri, restOf(HookedProvider::doListFolders(iri)));
+    }
+};
+
+/// Far down, files are not looked for any more.
+class FewFilesFarDown final : public BrokenProvider {
+public:
+    Listing doListFiles(const StorageIRI& iri) const override {
+        const bool isFarDown = std::count(iri.getPath().begin(), iri.getPath().end(), u'/') > 2;
+        return isFarDown ? std::make_unique<SoundListing>(sound(), iri, Entries())
+                         : HookedProvider::doListFiles(iri);
+    }
+};
+
+/// Nothing is in what is not there.
+class MissingListsNothing final : public BrokenProvider {
+public:
+    Listing doListAll(const StorageIRI& iri) const override {
+        return iri.hasParent() && !doExists(iri) ? std::make_unique<SoundListing>(sound(), iri, Entries())
+                                                 : HookedProvider::doListAll(iri);
+    }
+};
+
+/// A failure of one listing is said to be another's.
+class FilesOfMissing final : public BrokenProvider {
+public:
+    Listing doListFiles(const StorageIRI& iri) const override {
+        if (iri.hasParent() && !doExists(iri)) {
+            throw Exception(ErrorCode::NotFound, parentOf(iri));
+        }
+        return HookedProvider::doListFiles(iri);
+    }
+};
+
+class FoldersOfMissing final : public BrokenProvider {
+public:
+    Listing doListFolders(const StorageIRI& iri) const override {
+        if (iri.hasParent() && !doExists(iri)) {
+            throw Exception(ErrorCode::FolderNotEmpty, iri);
+        }
+        return HookedProvider::doListFolders(iri);
+    }
+};
+
+/// A file is a listing of itself.
+class FileListsItself final : public BrokenProvider {
+public:
+    Listing doListAll(const StorageIRI& iri) const override {
+        return doFileExists(iri)
+                   ? std::make_unique<SoundListing>(sound(), iri, Entries{{nameOf(iri), Type::File}})
+                   : HookedProvider::doListAll(iri);
+    }
+};
+
+class FilesOfFile final : public BrokenProvider {
+public:
+    Listing doListFiles(const StorageIRI& iri) const override {
+        return HookedProvider::doListFiles(doFileExists(iri) ? parentOf(iri) : iri);
+    }
+};
+
+class FoldersOfFile final : public BrokenProvider {
+public:
+    Listing doListFolders(const StorageIRI& iri) const override {
+        if (doFileExists(iri)) {
+            throw Exception(ErrorCode::AlreadyExists, iri);
+        }
+        return HookedProvider::doListFolders(iri);
+    }
+};
+
+/// A folder has one listing, whoever asks.
+class OneListingForAll final : public BrokenProvider {
+public:
+    Listing doListAll(const StorageIRI& iri) const override {
+        const std::weak_ptr<IFolderEntryIterator>& known = known_[iri.getPath()];
+        auto shared = known.lock();
+        if (!shared) {
+            shared = HookedProvider::doListAll(iri);
+            known_[iri.getPath()] = shared;
+        }
+        return std::make_unique<Shared>(shared);
+    }
+
+private:
+    class Shared final : public IFolderEntryIterator {
+    public:
+        explicit Shared(std::shared_ptr<IFolderEntryIterator> shared) : shared_(std::move(shared)) {}
+
+        FolderEntry getEntry() const override { return shared_->getEntry(); }
+        bool hasNext() const override { return shared_->hasNext(); }
+        void step() override { shared_->step(); }
+        Listing clone() const override { return shared_->clone(); }
+
+    private:
+        std::shared_ptr<IFolderEntryIterator> shared_;
+    };
+
+    mutable std::map<std::u16string, std::weak_ptr<IFolderEntryIterator>> known_;
+};
+
+/// The root does not tell what is in it.
+class RootKeepsQuiet final : public BrokenProvider {
+public:
+    Listing doListFolders(const StorageIRI& iri) const override {
+        return iri.hasParent() ? HookedProvider::doListFolders(iri)
+                               : std::make_unique<SoundListing>(sound(), iri, Entries());
+    }
+};
+
+constexpr std::array table{
+    Fault{"KindsSwapped", "9.1", build<ChangedListings<kindsSwapped>>},
+    Fault{"FirstEntryLost", "9.1", build<ChangedListings<withoutFirst>>},
+    Fault{"FilesWithFolders", "9.2", build<FilesWithFolders>},
+    Fault{"LastFolderLost", "9.3", build<LastFolderLost>},
+    Fault{"DotIsListed", "9.4", build<ChangedListings<withDot>>},
+    Fault{"ChoosesLate", "9.5", build<ChoosesLate>},
+    Fault{"ListsWhatIsBelow", "9.6", build<ChangedListings<withWhatIsBelow>>},
+    Fault{"MissingListsNothing", "9.7", build<MissingListsNothing>},
+    Fault{"FilesOfMissing", "9.8", build<FilesOfMissing>},
+    Fault{"FoldersOfMissing", "9.9", build<FoldersOfMissing>},
+    Fault{"FileListsItself", "9.10", build<FileListsItself>},
+    Fault{"FilesOfFile", "9.11", build<FilesOfFile>},
+    Fault{"FoldersOfFile", "9.12", build<FoldersOfFile>},
+    Fault{"NotASnapshot", "9.13", build<BrokenListings<NotASnapshot>>},
+    Fault{"RemovedPassedOver", "9.14", build<BrokenListings<RemovedPassedOver>>},
+    Fault{"ListingNeedsFolder", "9.15", build<BrokenListings<NeedsItsFolder>>},
+    Fault{"CloneRestarts", "9.16", build<BrokenListings<CloneRestarts>>},
+    Fault{"CloneSkipsOne", "9.17", build<BrokenListings<CloneSkipsOne>>},
+    Fault{"CloneForgetsKind", "9.18", build<CloneForgetsKind>},
+    Fault{"ClonesMoveTogether", "9.19", build<BrokenListings<ClonesMoveTogether>>},
+    Fault{"CloneNeedsListing", "9.20", build<BrokenListings<CloneNeedsListing>>},
+    Fault{"CloneReadsAgain", "9.21", build<BrokenListings<CloneReadsAgain>>},
+    Fault{"AskingMoves", "9.22", build<BrokenListings<AskingMoves>>},
+    Fault{"LastEntryForgotten", "9.23", build<BrokenListings<LastEntryForgotten>>},
+    Fault{"OneListingForAll", "9.24", build<OneListingForAll>},
+    Fault{"RootKeepsQuiet", "9.25", build<RootKeepsQuiet>},
+    Fault{"CharactersInOrder", "9.26", build<ChangedListings<lettersFirst>>},
+    Fault{"FewFilesFarDown", "9.27", build<FewFilesFarDown>},
+};
+
+} // namespace
+} // namespace listing_faults
+
+std::span<const Fault> listings() {
+    return listing_faults::table;
+}
+
+} // namespace faults

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "hostapi/storage/provider/StorageIRI.h"
+
+namespace faults {
+
+/// The folder that a location is in. Not for the root.
+inline foundation::storage::provider::StorageIRI
+parentOf(const foundation::storage::provider::StorageIRI& iri) {
+    const std::u16string& path = iri.getResolvedPath();
+    const auto separator = path.rfind(u'/');
+    return foundation::storage::provider::StorageIRI(separator == 0 ? u"/" : path.substr(0, separator));
+}
+
+/// What a location is called in its folder.
+inline std::u16string nameOf(const foundation::storage::provider::StorageIRI& iri) {
+    const std::u16string& path = iri.getResolvedPath();
+    return path.substr(path.rfind(u'/') + 1);
+}
+
+/// The location of an entry of a folder.
+inline foundation::storage::provider::StorageIRI
+childOf(const foundation::storage::provider::StorageIRI& folder, const std::u16string& name) {
+    return foundation::storage::provider::StorageIRI(folder.getResolvedPath() + u"/" + name);
+}
+
+} // namespace faults

@@ -1,0 +1,284 @@
+#include "tests/host/validate/faults/BrokenMoves.h"
+#include "tests/host/validate/faults/FaultTables.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+
+namespace moving_folder_faults {
+namespace {
+
+using Policy = ReplacementPolicy;
+
+void removeIfThere(const IProvider& sound, const StorageIRI& iri) {
+    if (sound.doFileExists(iri)) {
+        sound.doRemoveFile(iri);
+    }
+}
+
+/// One of the files below does not arrive.
+void losingAChild(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    sound.doMoveFolder(from, to, policy);
+    removeIfThere(sound, below(to, u"s/t/h"));
+}
+
+/// Folders below a moved one are not known by their new paths.
+class StaleFolderMap final : public BrokenProvider {
+public:
+    void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        sound().doMoveFolder(from, to, policy);
+        moved_ = to.getPath() + u"/";
+    }
+    void doCreateFile(const StorageIRI& iri) const override {
+        if (!moved_.empty() && folderOf(iri).getPath().starts_with(moved_)) {
+            throw Exception(ErrorCode::NotFound, iri);
+        }
+        sound().doCreateFile(iri);
+    }
+
+private:
+    mutable std::u16string moved_;
+};
+
+/// A new folder where a moved one was finds folders of that one there.
+class OldTreeComesBack final : public BrokenProvider {
+public:
+    void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        sound().doMoveFolder(from, to, policy);
+        left_ = from;
+    }
+    void doCreateFolder(const StorageIRI& iri) const override {
+        sound().doCreateFolder(iri);
+        if (left_ == iri) {
+            sound().doCreateFolder(below(iri, u"e"));
+        }
+    }
+
+private:
+    mutable std::optional<StorageIRI> left_;
+};
+
+/// Whatever begins like the source's path belongs to it.
+void takingSiblings(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    sound.doMoveFolder(from, to, policy);
+    const StorageIRI sibling(from.getPath() + u"b");
+    if (sound.doFolderExists(sibling)) {
+        sound.doMoveFolder(sibling, StorageIRI(to.getPath() + u"b"), policy);
+    }
+}
+
+/// Files deeper than some 60 folders get lost.
+void losingDepth(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    sound.doMoveFolder(from, to, policy);
+    for (const std::u16string& path : sound.doListAllRecursiveNamesOnly(to)) {
+        if (std::count(path.begin(), path.end(), u'/') > 60) {
+            removeIfThere(sound, below(to, path));
+        }
+    }
+}
+
+/// Of each folder, 256 files arrive.
+void losingWidth(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    sound.doMoveFolder(from, to, policy);
+    const auto names = sound.doListAllNamesOnly(to);
+    for (std::size_t i = 256; i < names.size(); ++i) {
+        removeIfThere(sound, below(to, names[i]));
+    }
+}
+
+/// What is missing is said to be missing where it was to go.
+void namingDestinationWhenMissing(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                                  Policy policy) {
+    naming(ErrorCode::NotFound, sound.doExists(from) ? from : to,
+           [&] { sound.doMoveFolder(from, to, policy); });
+}
+
+/// A missing destination folder is made.
+void makingDestinationFolder(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                             Policy policy) {
+    sound.doCreateFolderRecursive(folderOf(to));
+    sound.doMoveFolder(from, to, policy);
+}
+
+/// What is at the source is moved, whatever it is.
+void movingFilesToo(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    sound.doFileExists(from) ? sound.doMoveFile(from, to, policy) : sound.doMoveFolder(from, to, policy);
+}
+
+/// The policy is not looked at.
+void ignoringPolicy(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy /*policy*/) {
+    sound.doMoveFolder(from, to, Policy::ReplaceExisting);
+}
+
+/// A policy that refuses existing files refuses folders too.
+void refusingFoldersWithFiles(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                              Policy policy) {
+    sound.doMoveFolder(from, to, policy == Policy::RefuseExistingFile ? Policy::RefuseExisting : policy);
+}
+
+/// A negative policy is taken for one that refuses.
+void refusingNegativePolicies(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                              Policy policy) {
+    sound.doMoveFolder(from, to, static_cast<int>(policy) < 0 ? Policy::RefuseExisting : policy);
+}
+
+/// A full folder in the way has the code that it has when it is removed.
+void fullFolderIsNotEmpty(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                          Policy policy) {
+    if (policy == Policy::ReplaceExisting && sound.doFolderExists(to) &&
+        !sound.doListAllNamesOnly(to).empty()) {
+        throw Exception(ErrorCode::FolderNotEmpty, to);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
+/// A file gives way to a folder.
+void replacingFiles(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    if (policy == Policy::ReplaceExisting && sound.doFolderExists(from)) {
+        removeIfThere(sound, to);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
+/// Moving a folder onto itself is nothing to do.
+void ontoItselfSucceeds(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    if (from != to) {
+        sound.doMoveFolder(from, to, policy);
+    }
+}
+
+/// A place below the source does not exist.
+void belowItselfIsMissing(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                          Policy policy) {
+    if (to.getPath().starts_with(from.getPath() + u"/")) {
+        throw Exception(ErrorCode::NotFound, from);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
+/// The flag of the source's folder is not looked at.
+void ignoringSourceParent(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                          Policy policy) {
+    ignoringFlag(sound, folderOf(from), [&] { sound.doMoveFolder(from, to, policy); });
+}
+
+/// The flag of the source is not looked at.
+void ignoringSource(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    ignoringFlag(sound, from, [&] { sound.doMoveFolder(from, to, policy); });
+}
+
+/// A read-only destination is named itself.
+void namingReadOnlyDestination(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                               Policy policy) {
+    naming(ErrorCode::ReadOnly, isReadOnly(sound, folderOf(to)) ? to : from,
+           [&] { sound.doMoveFolder(from, to, policy); });
+}
+
+/// The flag of a folder that is replaced is not looked at.
+void ignoringReplacedFlag(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                          Policy policy) {
+    ignoringFlag(sound, to, [&] { sound.doMoveFolder(from, to, policy); });
+}
+
+/// Flags are looked at before anything else.
+void flagsFirst(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    if (isReadOnly(sound, folderOf(from)) || isReadOnly(sound, from)) {
+        throw Exception(ErrorCode::ReadOnly, from);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
+/// Moved files are new ones, and writable.
+void forgettingFlags(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    sound.doMoveFolder(from, to, policy);
+    for (const std::u16string& path : sound.doListAllRecursiveNamesOnly(to)) {
+        sound.doSetWritable(below(to, path), true);
+    }
+}
+
+/// Only the moved folder itself is stamped, what it holds keeps its time.
+void keepingInnerTimes(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    const auto time = sound.doGetFileAttributes(below(from, u"s/g")).getLastModified();
+    sound.doMoveFolder(from, to, policy);
+    sound.doSetLastModified(below(to, u"s/g"), time);
+}
+
+/// What a failed move has made is removed, although something has been moved there.
+void removingTheBeginning(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                          Policy policy) {
+    try {
+        sound.doMoveFolder(from, to, policy);
+    } catch (const Exception&) {
+        sound.doRemoveFolderRecursively(to);
+        throw;
+    }
+}
+
+/// Every flag below is looked at before anything is moved.
+void allOrNothing(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    for (const std::u16string& path : sound.doListAllRecursiveNamesOnly(from)) {
+        if (isReadOnly(sound, below(from, path))) {
+            throw Exception(ErrorCode::ReadOnly, from);
+        }
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
+/// All flags are looked at before the replaced folder goes.
+void sparingTheReplaced(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    if (sound.doFolderExists(to) && (isReadOnly(sound, from) || isReadOnly(sound, folderOf(from)))) {
+        throw Exception(ErrorCode::ReadOnly, from);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
+/// The root is a folder, and as such in the way.
+void rootInTheWay(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    if (!to.hasParent()) {
+        throw Exception(ErrorCode::AlreadyExists, to);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
+constexpr std::array table{
+    Fault{"LostChild", "11.1", build<MovingFolders<losingAChild>>},
+    Fault{"StaleFolderMap", "11.2", build<StaleFolderMap>},
+    Fault{"OldTreeComesBack", "11.3", build<OldTreeComesBack>},
+    Fault{"FolderTakesSiblings", "11.4", build<MovingFolders<takingSiblings>>},
+    Fault{"LostDepth", "11.5", build<MovingFolders<losingDepth>>},
+    Fault{"LostWidth", "11.6", build<MovingFolders<losingWidth>>},
+    Fault{"MissingFolderNamesDestination", "11.7", build<MovingFolders<namingDestinationWhenMissing>>},
+    Fault{"DestinationFolderIsMade", "11.8", build<MovingFolders<makingDestinationFolder>>},
+    Fault{"FileMovesAsFolder", "11.9", build<MovingFolders<movingFilesToo>>},
+    Fault{"FolderPolicyIgnored", "11.10", build<MovingFolders<ignoringPolicy>>},
+    Fault{"RefuseFileRefusesFolder", "11.11", build<MovingFolders<refusingFoldersWithFiles>>},
+    Fault{"NegativeFolderPolicyRefuses", "11.12", build<MovingFolders<refusingNegativePolicies>>},
+    Fault{"FullFolderIsNotEmpty", "11.13", build<MovingFolders<fullFolderIsNotEmpty>>},
+    Fault{"FolderReplacesFile", "11.14", build<MovingFolders<replacingFiles>>},
+    Fault{"FolderOntoItselfSucceeds", "11.15", build<MovingFolders<ontoItselfSucceeds>>},
+    Fault{"BelowItselfIsMissing", "11.16", build<MovingFolders<belowItselfIsMissing>>},
+    Fault{"SourceParentFlagIgnored", "11.17", build<MovingFolders<ignoringSourceParent>>},
+    Fault{"SourceFlagIgnored", "11.18", build<MovingFolders<ignoringSource>>},
+    Fault{"ReadOnlyFolderIsNamed", "11.19", build<MovingFolders<namingReadOnlyDestination>>},
+    Fault{"ReplacedFolderFlagIgnored", "11.20", build<MovingFolders<ignoringReplacedFlag>>},
+    Fault{"FolderFlagsFirst", "11.21", build<MovingFolders<flagsFirst>>},
+    Fault{"MovedFilesLoseTheirFlags", "11.22", build<MovingFolders<forgettingFlags>>},
+    Fault{"InnerTimesStay", "11.23", build<MovingFolders<keepingInnerTimes>>},
+    Fault{"FailedMoveRemovesItsBeginning", "11.24", build<MovingFolders<removingTheBeginning>>},
+    Fault{"FolderMoveIsAllOrNothing", "11.25", build<MovingFolders<allOrNothing>>},
+    Fault{"ReplacedFolderIsSpared", "11.26", build<MovingFolders<sparingTheReplaced>>},
+    Fault{"RootInTheWayOfFolder", "11.27", build<MovingFolders<rootInTheWay>>},
+};
+
+} // namespace
+} // namespace moving_folder_faults
+
+std::span<const Fault> movingFolders() {
+    return moving_folder_faults::table;
+}
+
+} // namespace faults

@@ -1,0 +1,523 @@
+#include "tests/host/validate/faults/BrokenProvider.h"
+#include "tests/host/validate/faults/BrokenStream.h"
+#include "tests/host/validate/faults/FaultTables.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+#include <limits>
+#include <string>
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+
+namespace reading_and_writing_faults {
+namespace {
+
+/// How a stream came about.
+struct Opening {
+    std::shared_ptr<const IProvider> provider;
+    StorageIRI iri;
+    ByteStreamOpenOptions options;
+};
+
+/// A provider all of whose streams are made by `Stream`, from a sound stream and its opening.
+template <class Stream>
+class WithStreams : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        return std::make_unique<Stream>(sound().doOpenStream(iri, options),
+                                        Opening{sharedSound(), iri, options});
+    }
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        return std::make_unique<Stream>(sound().doOpenReadOnlyStream(iri), Opening{sharedSound(), iri, {}});
+    }
+};
+
+class OpenedStream : public BrokenStream {
+public:
+    OpenedStream(std::unique_ptr<ByteStream> stream, Opening opening)
+        : BrokenStream(std::move(stream)), opening_(std::move(opening)) {}
+
+protected:
+    const Opening& opening() const { return opening_; }
+    bool appends() const { return opening_.options.append == ByteStreamAppend::AppendAtEnd; }
+    bool fileIsThere() const { return opening_.provider->doFileExists(opening_.iri); }
+    std::streamoff position() { return sound().seek(0, std::ios_base::cur); }
+
+private:
+    Opening opening_;
+};
+
+/// Reading ends at a control character that once ended texts.
+class EndAtControlZ final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        const long copied = OpenedStream::read(buffer, count);
+        const long end = copied > 0 ? std::find(buffer, buffer + copied, '\x1A') - buffer : copied;
+        return end == 0 ? -1 : end;
+    }
+};
+
+/// Only the first MiB of a write arrives.
+class FirstMebibyte final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        OpenedStream::write(buffer, std::min(count, 1L << 20));
+        return count;
+    }
+};
+
+/// A write leaves the position where it was.
+class WriteWithoutMoving final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        const auto before = position();
+        const long answer = OpenedStream::write(buffer, count);
+        seek(before, std::ios_base::beg);
+        return answer;
+    }
+};
+
+/// A write that begins within the file ends with it.
+class WriteWithinFile final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        const auto before = position();
+        const auto left = seek(0, std::ios_base::end) - std::streampos(before);
+        seek(before, std::ios_base::beg);
+        OpenedStream::write(buffer, left > 0 ? std::min(count, static_cast<long>(left)) : count);
+        return count;
+    }
+};
+
+/// Writing nothing is answered like reading nothing.
+class WritingNothingFails final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        return count == 0 ? -1 : OpenedStream::write(buffer, count);
+    }
+};
+
+/// A read skips the byte behind what it gave.
+class SkippingRead final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        const long copied = OpenedStream::read(buffer, count);
+        seek(1, std::ios_base::cur);
+        return copied;
+    }
+};
+
+/// A read at the end gives 0 bytes.
+class ZeroAtTheEnd final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        return count == 0 ? -1 : std::max(OpenedStream::read(buffer, count), 0L);
+    }
+};
+
+/// A read of 0 bytes gives 0 bytes.
+class ZeroForNothing final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        return count == 0 ? 0 : OpenedStream::read(buffer, count);
+    }
+};
+
+/// The buffer is cleared before it is filled.
+class ClearedBuffer final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        const long copied = OpenedStream::read(buffer, count);
+        std::fill(buffer + std::max(copied, 0L), buffer + count, '\0');
+        return copied;
+    }
+};
+
+/// Offsets from the end count backwards.
+class EndCountsBackwards final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+        return OpenedStream::seek(direction == std::ios_base::end ? -offset : offset, direction);
+    }
+};
+
+/// The end of the file counts as outside.
+class EndIsOutside final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+        const auto before = position();
+        const auto answer = OpenedStream::seek(offset, direction);
+        if (answer == OpenedStream::seek(0, std::ios_base::end)) {
+            OpenedStream::seek(before, std::ios_base::beg);
+            return -1;
+        }
+        return OpenedStream::seek(answer == -1 ? before : std::streamoff(answer), std::ios_base::beg);
+    }
+};
+
+/// A seek to behind the end goes to the end.
+class SeekStopsAtTheEnd final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+        const auto answer = OpenedStream::seek(offset, direction);
+        return answer == -1 && offset > 0 ? OpenedStream::seek(0, std::ios_base::end) : answer;
+    }
+};
+
+/// A direction that there is not is the beginning.
+class AnyDirection final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+        const bool known = direction == std::ios_base::cur || direction == std::ios_base::end;
+        return OpenedStream::seek(offset, known ? direction : std::ios_base::beg);
+    }
+};
+
+/// A flush goes back to the beginning.
+class FlushRewinds final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    void flush() override { seek(0, std::ios_base::beg); }
+};
+
+/// Streams for reading read the bytes of the moment when they were opened.
+class ReadingACopy final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        const auto apart = storage::inmemoryprovider::buildInMemoryProvider();
+        const StorageIRI copy(u"/copy");
+        const auto from = sound().doOpenReadOnlyStream(iri);
+        const auto to = apart->doOpenStream(copy, {});
+        std::array<char, 256> block{};
+        for (long count = 0; (count = from->read(block.data(), 256)) > 0;) {
+            to->write(block.data(), count);
+        }
+        return apart->doOpenReadOnlyStream(copy);
+    }
+};
+
+/// Writes are held back until the flush.
+class HoldingBack final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        held_.append(buffer, static_cast<std::size_t>(count));
+        return count;
+    }
+    void flush() override {
+        OpenedStream::write(held_.data(), static_cast<long>(held_.size()));
+        held_.clear();
+    }
+
+private:
+    std::string held_;
+};
+
+/// All streams have one position.
+class OnePosition final : public OpenedStream {
+    template <class Use>
+    auto atCommon(const Use& use) {
+        static std::streamoff common = 0;
+        sound().seek(common, std::ios_base::beg);
+        const auto answer = use();
+        common = position();
+        return answer;
+    }
+
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        return atCommon([&] { return OpenedStream::read(buffer, count); });
+    }
+    long write(const char* buffer, long count) override {
+        return atCommon([&] { return OpenedStream::write(buffer, count); });
+    }
+    std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+        return atCommon([&] { return OpenedStream::seek(offset, direction); });
+    }
+};
+
+/// A stream that appends begins at the end and then writes at its position.
+class AppendingOnlyAtFirst final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        OpenOptions atPosition = options;
+        atPosition.append = ByteStreamAppend::WriteAtPosition;
+        auto stream = sound().doOpenStream(iri, atPosition);
+        if (options.append == ByteStreamAppend::AppendAtEnd) {
+            stream->seek(0, std::ios_base::end);
+        }
+        return stream;
+    }
+};
+
+/// A stream that appends goes by the end as it knows it.
+class AppendingByItsOwnEnd final : public OpenedStream {
+public:
+    AppendingByItsOwnEnd(std::unique_ptr<ByteStream> stream, const Opening& opening)
+        : OpenedStream(appending(opening) ? atPosition(opening) : std::move(stream), opening),
+          end_(sound().seek(0, std::ios_base::end)) {
+        sound().seek(0, std::ios_base::beg);
+    }
+    long write(const char* buffer, long count) override {
+        if (!appends()) {
+            return OpenedStream::write(buffer, count);
+        }
+        sound().seek(end_, std::ios_base::beg);
+        end_ += count;
+        return OpenedStream::write(buffer, count);
+    }
+
+private:
+    static bool appending(const Opening& opening) {
+        return opening.options.append == ByteStreamAppend::AppendAtEnd;
+    }
+    static std::unique_ptr<ByteStream> atPosition(const Opening& opening) {
+        return opening.provider->doOpenStream(opening.iri, {});
+    }
+
+    std::streamoff end_;
+};
+
+/// Behind the end there are zeros to read.
+class ZerosBehindTheEnd final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        if (position() != -1) {
+            return OpenedStream::read(buffer, count);
+        }
+        std::fill(buffer, buffer + count, '\0');
+        return count;
+    }
+};
+
+/// A write behind the end fills the gap with zeros.
+class FilledGap final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        if (count > 0 && position() == -1) {
+            const std::string zeros(static_cast<std::size_t>(last_), '\0');
+            OpenedStream::write(zeros.data(), last_);
+        }
+        return OpenedStream::write(buffer, count);
+    }
+    std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+        const auto answer = OpenedStream::seek(offset, direction);
+        last_ = std::max(static_cast<long>(std::streamoff(answer)), last_);
+        return answer;
+    }
+
+private:
+    long last_ = 0;
+};
+
+/// Appending nothing does nothing at all.
+class AppendingNothingStays final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        return count == 0 ? 0 : OpenedStream::write(buffer, count);
+    }
+};
+
+/// What is too much is thrown away in silence.
+class TooMuchIsDropped final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        return count == std::numeric_limits<long>::max() ? count : OpenedStream::write(buffer, count);
+    }
+};
+
+/// A stream has nothing to read when its file is gone.
+class DyingWithTheFile final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        return fileIsThere() ? OpenedStream::read(buffer, count) : -1;
+    }
+};
+
+/// Writing brings a removed file back.
+class WritingRevives final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        if (!fileIsThere()) {
+            opening().provider->doCreateFile(opening().iri);
+        }
+        return OpenedStream::write(buffer, count);
+    }
+};
+
+/// A file is moved by way of a copy.
+class MovingByCopying final : public BrokenProvider {
+public:
+    void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        sound().doCopyFile(from, to, policy);
+        sound().doRemoveFile(from);
+    }
+};
+
+/// A file without bytes is made anew at its new place.
+class MovingEmptyByCreating final : public BrokenProvider {
+public:
+    void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        if (sound().doGetFileAttributes(from).getSize() > 0) {
+            return sound().doMoveFile(from, to, policy);
+        }
+        sound().doCreateFile(to);
+        sound().doRemoveFile(from);
+    }
+};
+
+/// The files of a moved folder have bytes of their own.
+class MovingFoldersByCopying final : public BrokenProvider {
+public:
+    void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        sound().doMoveFolder(from, to, policy);
+        for (auto listing = sound().doListAllRecursive(to); listing->hasNext();) {
+            listing->step();
+            const StorageIRI entry(to.getPath() + u"/" + listing->getEntry().getName());
+            if (sound().doFileExists(entry)) {
+                sound().doCopyFile(entry, entry, Policy::ReplaceExisting);
+            }
+        }
+    }
+};
+
+/// A file is replaced by writing the new bytes into it.
+class ReplacingByWriting final : public BrokenProvider {
+public:
+    void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        if (policy != Policy::ReplaceExisting || !sound().doFileExists(to)) {
+            return sound().doMoveFile(from, to, policy);
+        }
+        std::array<char, 256> block{};
+        const long count = sound().doOpenReadOnlyStream(from)->read(block.data(), 256);
+        sound().doOpenStream(to, {.content = ByteStreamContent::Empty})->write(block.data(), count);
+        sound().doRemoveFile(from);
+    }
+};
+
+/// A stream has nothing to read when its provider is gone.
+class DyingWithTheProvider final : public BrokenProvider {
+    class Stream final : public BrokenStream {
+    public:
+        Stream(std::unique_ptr<ByteStream> stream, std::weak_ptr<const IProvider> provider)
+            : BrokenStream(std::move(stream)), provider_(std::move(provider)) {}
+        long read(char* buffer, long count) override {
+            return provider_.expired() ? -1 : BrokenStream::read(buffer, count);
+        }
+
+    private:
+        std::weak_ptr<const IProvider> provider_;
+    };
+
+public:
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        return std::make_unique<Stream>(sound().doOpenReadOnlyStream(iri), sharedSound());
+    }
+};
+
+/// A write stamps its file.
+class WritingStamps final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        opening().provider->doSetLastModified(opening().iri,
+                                              boost::posix_time::microsec_clock::universal_time());
+        return OpenedStream::write(buffer, count);
+    }
+};
+
+/// Every write asks for the flag.
+class WritingAsksForTheFlag final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        if (!opening().provider->doGetFileAttributes(opening().iri).isWritable()) {
+            throw Exception(ErrorCode::ReadOnly, opening().iri);
+        }
+        return OpenedStream::write(buffer, count);
+    }
+};
+
+/// Behind the first block of a write, one byte is lost.
+class BlockBoundary final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        constexpr long block = 4096;
+        std::string bytes(buffer, static_cast<std::size_t>(count));
+        if (count > block) {
+            bytes[block] = static_cast<char>(~bytes[block]);
+        }
+        return OpenedStream::write(bytes.data(), count);
+    }
+};
+
+constexpr std::array table{
+    Fault{"EndAtControlZ", "8.1", build<WithStreams<EndAtControlZ>>},
+    Fault{"FirstMebibyte", "8.2", build<WithStreams<FirstMebibyte>>},
+    Fault{"WriteWithoutMoving", "8.3", build<WithStreams<WriteWithoutMoving>>},
+    Fault{"WriteWithinFile", "8.4", build<WithStreams<WriteWithinFile>>},
+    Fault{"WritingNothingFails", "8.5", build<WithStreams<WritingNothingFails>>},
+    Fault{"SkippingRead", "8.6", build<WithStreams<SkippingRead>>},
+    Fault{"ZeroAtTheEnd", "8.7", build<WithStreams<ZeroAtTheEnd>>},
+    Fault{"ZeroForNothing", "8.8", build<WithStreams<ZeroForNothing>>},
+    Fault{"ClearedBuffer", "8.9", build<WithStreams<ClearedBuffer>>},
+    Fault{"EndCountsBackwards", "8.10", build<WithStreams<EndCountsBackwards>>},
+    Fault{"EndIsOutside", "8.11", build<WithStreams<EndIsOutside>>},
+    Fault{"SeekStopsAtTheEnd", "8.12", build<WithStreams<SeekStopsAtTheEnd>>},
+    Fault{"AnyDirection", "8.13", build<WithStreams<AnyDirection>>},
+    Fault{"FlushRewinds", "8.14", build<WithStreams<FlushRewinds>>},
+    Fault{"ReadingACopy", "8.15", build<ReadingACopy>},
+    Fault{"HoldingBack", "8.16", build<WithStreams<HoldingBack>>},
+    Fault{"OnePosition", "8.17", build<WithStreams<OnePosition>>},
+    Fault{"AppendingOnlyAtFirst", "8.18", build<AppendingOnlyAtFirst>},
+    Fault{"AppendingByItsOwnEnd", "8.19", build<WithStreams<AppendingByItsOwnEnd>>},
+    Fault{"ZerosBehindTheEnd", "8.20", build<WithStreams<ZerosBehindTheEnd>>},
+    Fault{"FilledGap", "8.21", build<WithStreams<FilledGap>>},
+    Fault{"AppendingNothingStays", "8.22", build<WithStreams<AppendingNothingStays>>},
+    Fault{"TooMuchIsDropped", "8.23", build<WithStreams<TooMuchIsDropped>>},
+    Fault{"DyingWithTheFile", "8.24", build<WithStreams<DyingWithTheFile>>},
+    Fault{"WritingRevives", "8.25", build<WithStreams<WritingRevives>>},
+    Fault{"MovingByCopying", "8.26", build<MovingByCopying>},
+    Fault{"MovingEmptyByCreating", "8.27", build<MovingEmptyByCreating>},
+    Fault{"MovingFoldersByCopying", "8.28", build<MovingFoldersByCopying>},
+    Fault{"ReplacingByWriting", "8.29", build<ReplacingByWriting>},
+    Fault{"DyingWithTheProvider", "8.30", build<DyingWithTheProvider>},
+    Fault{"WritingStamps", "8.31", build<WithStreams<WritingStamps>>},
+    Fault{"WritingAsksForTheFlag", "8.32", build<WithStreams<WritingAsksForTheFlag>>},
+    Fault{"BlockBoundary", "8.33", build<WithStreams<BlockBoundary>>},
+};
+
+} // namespace
+} // namespace reading_and_writing_faults
+
+std::span<const Fault> readingAndWriting() {
+    return reading_and_writing_faults::table;
+}
+
+} // namespace faults

@@ -1,0 +1,348 @@
+#include "tests/host/validate/faults/BrokenMoves.h"
+#include "tests/host/validate/faults/BrokenStream.h"
+#include "tests/host/validate/faults/FaultTables.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+
+namespace thread_faults {
+namespace {
+
+using Policy = ReplacementPolicy;
+
+/// Lets other threads in where the broken provider holds no lock although it should.
+void openTheWindow() {
+    for (int i = 0; i < 20; ++i) {
+        std::this_thread::yield();
+    }
+}
+
+/// Does `action`, and does not care whether another thread has been faster.
+template <class Action>
+void anyway(const Action& action) {
+    try {
+        action();
+    } catch (const Exception&) { // as a provider that looks first and then acts blindly
+    }
+}
+
+/// Looks whether the file is there, and creates it afterwards.
+struct LookingThenCreatingFile : BrokenProvider {
+    void doCreateFile(const StorageIRI& iri) const override {
+        if (doExists(iri)) {
+            throw Exception(ErrorCode::AlreadyExists, iri);
+        }
+        openTheWindow();
+        anyway([&] { sound().doCreateFile(iri); });
+    }
+};
+
+/// Looks whether the folder is there, and creates it afterwards.
+struct LookingThenCreatingFolder : BrokenProvider {
+    void doCreateFolder(const StorageIRI& iri) const override {
+        if (doExists(iri)) {
+            throw Exception(ErrorCode::AlreadyExists, iri);
+        }
+        openTheWindow();
+        anyway([&] { sound().doCreateFolder(iri); });
+    }
+};
+
+/// Looks whether the file is there, and removes it afterwards.
+struct LookingThenRemoving : BrokenProvider {
+    void doRemoveFile(const StorageIRI& iri) const override {
+        if (!doFileExists(iri)) {
+            throw Exception(ErrorCode::NotFound, iri);
+        }
+        openTheWindow();
+        anyway([&] { sound().doRemoveFile(iri); });
+    }
+};
+
+/// Moves by copying and removing, between which other threads move too.
+void copyingThenRemoving(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                         Policy policy) {
+    sound.doCopyFile(from, to, policy);
+    openTheWindow();
+    anyway([&] { sound.doRemoveFile(from); });
+}
+
+/// Looks whether the file is there, and makes a new one afterwards in any case.
+struct LookingThenOpening : BrokenProvider {
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        if (!doFileExists(iri)) {
+            openTheWindow();
+            anyway([&] { sound().doRemoveFile(iri); });
+        }
+        return sound().doOpenStream(iri, options);
+    }
+};
+
+/// A file on its way is nowhere for a moment.
+void vanishingOnTheWay(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    std::array<char, 16> bytes{};
+    const long count = sound.doOpenReadOnlyStream(from)->read(bytes.data(), 16);
+    if (sound.doFileExists(to) && policy == Policy::RefuseExisting) {
+        throw Exception(ErrorCode::AlreadyExists, to);
+    }
+    openTheWindow();
+    sound.doOpenStream(to, {})->write(bytes.data(), std::max(count, 0L));
+    anyway([&] { sound.doRemoveFile(from); });
+}
+
+/// A folder is moved entry by entry, between which other threads move too.
+void movingEntryByEntry(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy) {
+    const auto names = sound.doListAllNamesOnly(from);
+    openTheWindow();
+    sound.doCreateFolder(to);
+    for (const std::u16string& name : names) {
+        openTheWindow();
+        anyway([&] { sound.doMoveFile(below(from, name), below(to, name), Policy::RefuseExisting); });
+        anyway([&] { sound.doMoveFolder(below(from, name), below(to, name), Policy::RefuseExisting); });
+    }
+    anyway([&] { sound.doRemoveFolder(from); });
+}
+
+/// A write goes in two halves, between which other threads write.
+struct TornWrite : BrokenStream {
+    using BrokenStream::BrokenStream;
+    long write(const char* buffer, long count) override {
+        sound().write(buffer, count / 2);
+        openTheWindow();
+        sound().write(buffer + count / 2, count - count / 2);
+        return count;
+    }
+};
+
+/// A read asks for the size first and believes it.
+struct ReadBelievingTheSize : BrokenStream {
+    using BrokenStream::BrokenStream;
+    long read(char* buffer, long count) override {
+        const auto position = sound().seek(0, std::ios_base::cur);
+        const auto end = sound().seek(0, std::ios_base::end);
+        sound().seek(std::streamoff(position), std::ios_base::beg);
+        openTheWindow();
+        const long expected = std::min(count, static_cast<long>(end - position));
+        const long copied = std::max(sound().read(buffer, expected), 0L);
+        std::fill(buffer + copied, buffer + std::max(expected, copied), '\0');
+        return expected > 0 ? expected : -1;
+    }
+};
+
+template <class Stream>
+class StreamsOfThreads final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        return std::make_unique<Stream>(sound().doOpenStream(iri, options));
+    }
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        return std::make_unique<Stream>(sound().doOpenReadOnlyStream(iri));
+    }
+};
+
+/// A listing that counts its way through what the folder holds at each moment.
+class LiveListing final : public IFolderEntryIterator {
+public:
+    LiveListing(std::shared_ptr<const IProvider> provider, StorageIRI folder)
+        : provider_(std::move(provider)), folder_(std::move(folder)) {}
+
+    FolderEntry getEntry() const override { return *entry_; }
+    bool hasNext() const override {
+        openTheWindow();
+        fetched_ = fetch();
+        return fetched_.has_value();
+    }
+    void step() override {
+        entry_ = fetched_;
+        ++next_;
+    }
+    std::unique_ptr<IFolderEntryIterator> clone() const override {
+        return std::make_unique<LiveListing>(provider_, folder_);
+    }
+
+private:
+    std::optional<FolderEntry> fetch() const {
+        auto listing = provider_->doListAll(folder_);
+        for (std::size_t i = 0; listing->hasNext(); ++i) {
+            listing->step();
+            if (i == next_) {
+                return listing->getEntry();
+            }
+        }
+        return std::nullopt;
+    }
+
+    std::shared_ptr<const IProvider> provider_;
+    StorageIRI folder_;
+    std::size_t next_ = 0;
+    mutable std::optional<FolderEntry> fetched_;
+    std::optional<FolderEntry> entry_;
+};
+
+struct ListingLive : BrokenProvider {
+    Listing doListAll(const StorageIRI& iri) const override {
+        return std::make_unique<LiveListing>(sharedSound(), iri);
+    }
+};
+
+/// Folders above that another thread made meanwhile are in the way.
+struct CreatorsCollide : BrokenProvider {
+    void doCreateFolderRecursive(const StorageIRI& iri) const override {
+        if (doFolderExists(iri)) {
+            return;
+        }
+        if (!doFolderExists(folderOf(iri))) {
+            doCreateFolderRecursive(folderOf(iri));
+        }
+        openTheWindow();
+        sound().doCreateFolder(iri);
+    }
+};
+
+/// An entry below that another thread has removed is a failure.
+struct RemoversCollide : BrokenProvider {
+    void doRemoveFolderRecursively(const StorageIRI& iri) const override {
+        for (const std::u16string& name : sound().doListAllNamesOnly(iri)) {
+            openTheWindow();
+            doFolderExists(below(iri, name)) ? doRemoveFolderRecursively(below(iri, name))
+                                             : sound().doRemoveFile(below(iri, name));
+        }
+        if (iri.hasParent()) {
+            sound().doRemoveFolder(iri);
+        }
+    }
+};
+
+/// A copy is written in place, where it can be seen.
+struct CopyingInPlace : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& /*policy*/) const override {
+        const auto from = sound().doOpenReadOnlyStream(source);
+        const auto to = sound().doOpenStream(destination, {.content = ByteStreamContent::Empty});
+        std::array<char, 1000> block{};
+        for (long count = 0; (count = from->read(block.data(), 1000)) > 0;) {
+            openTheWindow();
+            to->write(block.data(), count);
+        }
+    }
+};
+
+/// What is gone at the second look was never thought to be.
+struct QueriesGetConfused : BrokenProvider {
+    FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
+        const bool wasThere = doFileExists(iri);
+        openTheWindow();
+        if (wasThere && !doFileExists(iri)) {
+            throw std::logic_error("a file has vanished");
+        }
+        return sound().doGetFileAttributes(iri);
+    }
+};
+
+/// All threads write down in one place what they are about to remove.
+class CommonNote final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        note(iri);
+        openTheWindow();
+        anyway([&] { sound().doRemoveFile(noted()); });
+    }
+
+private:
+    void note(const StorageIRI& iri) const {
+        const std::lock_guard lock(mutex_);
+        noted_ = iri;
+    }
+    StorageIRI noted() const {
+        const std::lock_guard lock(mutex_);
+        return *noted_;
+    }
+
+    mutable std::mutex mutex_;
+    mutable std::optional<StorageIRI> noted_;
+};
+
+/// A time is set in two steps: hours first.
+struct TimeInTwoSteps : BrokenProvider {
+    void doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const override {
+        using namespace boost::posix_time;
+        sound().doSetLastModified(iri, ptime(time.date(), hours(time.time_of_day().hours())));
+        openTheWindow();
+        sound().doSetLastModified(iri, time);
+    }
+};
+
+/// A listing whose clones all count on in one place.
+class CommonPlace final : public IFolderEntryIterator {
+public:
+    explicit CommonPlace(std::vector<FolderEntry> entries)
+        : CommonPlace(std::move(entries), std::make_shared<std::atomic<std::size_t>>(0)) {}
+    CommonPlace(std::vector<FolderEntry> entries, std::shared_ptr<std::atomic<std::size_t>> next)
+        : entries_(std::move(entries)), next_(std::move(next)) {}
+
+    FolderEntry getEntry() const override { return entries_[current_]; }
+    bool hasNext() const override { return *next_ < entries_.size(); }
+    void step() override { current_ = std::min((*next_)++, entries_.size() - 1); }
+    std::unique_ptr<IFolderEntryIterator> clone() const override {
+        return std::make_unique<CommonPlace>(entries_, next_);
+    }
+
+private:
+    std::vector<FolderEntry> entries_;
+    std::shared_ptr<std::atomic<std::size_t>> next_;
+    std::size_t current_ = 0;
+};
+
+struct ClonesCountTogether : BrokenProvider {
+    Listing doListAll(const StorageIRI& iri) const override {
+        std::vector<FolderEntry> entries;
+        for (auto listing = sound().doListAll(iri); listing->hasNext();) {
+            listing->step();
+            entries.push_back(listing->getEntry());
+        }
+        return std::make_unique<CommonPlace>(std::move(entries));
+    }
+};
+
+constexpr std::array table{
+    Fault{"LookingThenCreatingFile", "13.1", build<LookingThenCreatingFile>},
+    Fault{"LookingThenCreatingFolder", "13.2", build<LookingThenCreatingFolder>},
+    Fault{"LookingThenRemoving", "13.3", build<LookingThenRemoving>},
+    Fault{"CopyingThenRemoving", "13.4", build<MovingFiles<copyingThenRemoving>>},
+    Fault{"LookingThenOpening", "13.5", build<LookingThenOpening>},
+    Fault{"VanishingOnTheWay", "13.6", build<MovingFiles<vanishingOnTheWay>>},
+    Fault{"MovingEntryByEntry", "13.7", build<MovingFolders<movingEntryByEntry>>},
+    Fault{"TornAppend", "13.8", build<StreamsOfThreads<TornWrite>>},
+    Fault{"TornBlock", "13.9", build<StreamsOfThreads<TornWrite>>},
+    Fault{"ListingLive", "13.10", build<ListingLive>},
+    Fault{"ReadBelievingTheSize", "13.11", build<StreamsOfThreads<ReadBelievingTheSize>>},
+    Fault{"CreatorsCollide", "13.12", build<CreatorsCollide>},
+    Fault{"RemoversCollide", "13.13", build<RemoversCollide>},
+    Fault{"CopyingInPlace", "13.14", build<CopyingInPlace>},
+    Fault{"QueriesGetConfused", "13.15", build<QueriesGetConfused>},
+    Fault{"CommonNote", "13.16", build<CommonNote>},
+    Fault{"TimeInTwoSteps", "13.17", build<TimeInTwoSteps>},
+    Fault{"ClonesCountTogether", "13.18", build<ClonesCountTogether>},
+};
+
+} // namespace
+} // namespace thread_faults
+
+std::span<const Fault> threads() {
+    return thread_faults::table;
+}
+
+} // namespace faults

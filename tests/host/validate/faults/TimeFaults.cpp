@@ -1,0 +1,260 @@
+#include "tests/host/validate/faults/BrokenProvider.h"
+#include "tests/host/validate/faults/FaultTables.h"
+#include "tests/host/validate/faults/LocationParts.h"
+
+#include <array>
+#include <string_view>
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+using boost::posix_time::ptime;
+
+namespace time_faults {
+namespace {
+
+ptime now() {
+    return boost::posix_time::microsec_clock::universal_time();
+}
+
+ptime toSeconds(const ptime& time) {
+    return time - boost::posix_time::microseconds(time.time_of_day().total_microseconds() % 1'000'000);
+}
+
+/// New files have the time of a place east of here.
+class LocalTime final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFile(iri);
+        doSetLastModified(iri, now() + boost::posix_time::hours(2));
+    }
+};
+
+/// Folders have no time until they are given one.
+class NewFolderHasNoTime final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFolder(iri);
+        doSetLastModified(iri, ptime());
+    }
+};
+
+/// Times of files are told in seconds.
+class FileTimeInSeconds final : public BrokenProvider {
+public:
+    FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
+        const FileAttributes exact = HookedProvider::doGetFileAttributes(iri);
+        return {exact.getSize(), toSeconds(exact.getLastModified()), exact.isWritable()};
+    }
+};
+
+/// New folders have a time in seconds.
+class NewFolderTimeInSeconds final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFolder(iri);
+        doSetLastModified(iri, toSeconds(now()));
+    }
+};
+
+/// A folder's time is its own affair.
+class NewFileLeavesFolder final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        const ptime old = sound().doGetFolderAttributes(parentOf(iri)).getLastModified();
+        HookedProvider::doCreateFile(iri);
+        doSetLastModified(parentOf(iri), old);
+    }
+};
+
+/// The clock is read once for the new folder and once for the one that it is in.
+class ClockReadTwice final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFolder(iri);
+        doSetLastModified(parentOf(iri), now() + boost::posix_time::microseconds(1));
+    }
+};
+
+/// Removing is no modification.
+class RemovingFileStampsNothing final : public BrokenProvider {
+public:
+    void doRemoveFile(const StorageIRI& iri) const override {
+        const ptime old = sound().doGetFolderAttributes(parentOf(iri)).getLastModified();
+        HookedProvider::doRemoveFile(iri);
+        doSetLastModified(parentOf(iri), old);
+    }
+};
+
+/// What loses a folder is stamped by a clock that is late.
+class RemovingFolderStampsEarly final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        HookedProvider::doRemoveFolder(iri);
+        doSetLastModified(parentOf(iri), now() - boost::posix_time::seconds(1));
+    }
+};
+
+/// A change is a change of everything above.
+class AllAboveStamped final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFile(iri);
+        for (StorageIRI folder = parentOf(iri); folder.hasParent(); folder = parentOf(folder)) {
+            doSetLastModified(folder, now());
+        }
+    }
+};
+
+class FileTimeNotKept final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        HookedProvider::doSetLastModified(iri, doFileExists(iri) ? now() : time);
+    }
+};
+
+class FolderTimeNotKept final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        HookedProvider::doSetLastModified(iri, doFolderExists(iri) ? now() : time);
+    }
+};
+
+/// Times are cut to seconds on their way in.
+class SetTimeInSeconds final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        HookedProvider::doSetLastModified(iri, time.is_special() ? time : toSeconds(time));
+    }
+};
+
+/// No folder is older than the calendar of machines.
+class NoFolderBefore1970 final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        static const ptime first(boost::gregorian::date(1970, 1, 1));
+        HookedProvider::doSetLastModified(iri, doFolderExists(iri) && time < first ? first : time);
+    }
+};
+
+/// A modification cannot be earlier than the one before.
+class OnlyForward final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        const ptime old = sound().doGetExtendedAttributes(iri).lastModified;
+        if (time > old || old > now() - boost::posix_time::hours(1)) {
+            HookedProvider::doSetLastModified(iri, time);
+        }
+    }
+};
+
+/// The time of one is the time of all.
+class NeighboursTakeTime final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        HookedProvider::doSetLastModified(iri, time);
+        for (const std::u16string& name : doListAllNamesOnly(parentOf(iri))) {
+            HookedProvider::doSetLastModified(childOf(parentOf(iri), name), time);
+        }
+    }
+};
+
+/// What is not there cannot have another time.
+class TimeOfMissingIgnored final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        if (doExists(iri)) {
+            HookedProvider::doSetLastModified(iri, time);
+        }
+    }
+};
+
+/// A new time of an entry is a change of its folder.
+class SettingTimeStampsFolder final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        HookedProvider::doSetLastModified(iri, time);
+        HookedProvider::doSetLastModified(parentOf(iri), now());
+    }
+};
+
+class RootTakesNoTime final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        if (!iri.hasParent()) {
+            throw Exception(ErrorCode::NotFound, iri);
+        }
+        HookedProvider::doSetLastModified(iri, time);
+    }
+};
+
+/// What is read-only cannot be changed in any way.
+template <bool (IProvider::*protects)(const StorageIRI&) const>
+class ReadOnlyTakesNoTime final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        if ((this->*protects)(iri) && !sound().doGetExtendedAttributes(iri).writable) {
+            throw Exception(ErrorCode::ReadOnly, iri);
+        }
+        HookedProvider::doSetLastModified(iri, time);
+    }
+};
+
+class FlagStamps final : public BrokenProvider {
+public:
+    void doSetWritable(const StorageIRI& iri, bool writable) const override {
+        HookedProvider::doSetWritable(iri, writable);
+        doSetLastModified(iri, now());
+    }
+};
+
+class StreamStampsByWriting final : public BrokenProvider {
+public:
+    StreamStampsByWriting() {
+        before = [this](const char* operation, const StorageIRI& iri) {
+            if (std::string_view(operation) == "write") {
+                sound().doSetLastModified(iri, now());
+            }
+        };
+    }
+
+    // With hooks: a stream here never outlives its provider.
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        return HookedProvider::doOpenStream(iri, options);
+    }
+};
+
+constexpr std::array table{
+    Fault{"LocalTime", "5.1", build<LocalTime>},
+    Fault{"NewFolderHasNoTime", "5.2", build<NewFolderHasNoTime>},
+    Fault{"FileTimeInSeconds", "5.3", build<FileTimeInSeconds>},
+    Fault{"NewFolderTimeInSeconds", "5.4", build<NewFolderTimeInSeconds>},
+    Fault{"NewFileLeavesFolder", "5.5", build<NewFileLeavesFolder>},
+    Fault{"ClockReadTwice", "5.6", build<ClockReadTwice>},
+    Fault{"RemovingFileStampsNothing", "5.7", build<RemovingFileStampsNothing>},
+    Fault{"RemovingFolderStampsEarly", "5.8", build<RemovingFolderStampsEarly>},
+    Fault{"AllAboveStamped", "5.9", build<AllAboveStamped>},
+    Fault{"FileTimeNotKept", "5.10", build<FileTimeNotKept>},
+    Fault{"FolderTimeNotKept", "5.11", build<FolderTimeNotKept>},
+    Fault{"SetTimeInSeconds", "5.12", build<SetTimeInSeconds>},
+    Fault{"NoFolderBefore1970", "5.13", build<NoFolderBefore1970>},
+    Fault{"OnlyForward", "5.14", build<OnlyForward>},
+    Fault{"NeighboursTakeTime", "5.15", build<NeighboursTakeTime>},
+    Fault{"TimeOfMissingIgnored", "5.16", build<TimeOfMissingIgnored>},
+    Fault{"SettingTimeStampsFolder", "5.17", build<SettingTimeStampsFolder>},
+    Fault{"RootTakesNoTime", "5.18", build<RootTakesNoTime>},
+    Fault{"ReadOnlyFileTakesNoTime", "5.19", build<ReadOnlyTakesNoTime<&IProvider::doFileExists>>},
+    Fault{"ReadOnlyFolderTakesNoTime", "5.20", build<ReadOnlyTakesNoTime<&IProvider::doFolderExists>>},
+    Fault{"FlagStamps", "5.21", build<FlagStamps>},
+    Fault{"StreamStampsByWriting", "5.22", build<StreamStampsByWriting>},
+};
+
+} // namespace
+} // namespace time_faults
+
+std::span<const Fault> times() {
+    return time_faults::table;
+}
+
+} // namespace faults
