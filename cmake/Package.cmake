@@ -110,6 +110,7 @@ package(development libqzstorage-dev
     DESCRIPTION "What it takes to write a host for storage-provider plug-ins, or such a
 plug-in: the headers of the interface and of the in-memory provider, CMake
 package and pkg-config files.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "qzstorage, qzstorage-doc")
 
 package(tool qzstorage
     SECTION utils

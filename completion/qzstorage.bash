@@ -16,7 +16,7 @@ _qzstorage_value() {
         --plugin | --junit) _qzstorage_paths f ;;
         --import | --export-on-exit) _qzstorage_paths d ;;
         --profile) _qzstorage_words "any in-memory" ;;
-        --threads | --only | --seed | --timeout | --jobs) COMPREPLY=() ;;
+        --threads | --only | --seed | --timeout) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -40,7 +40,7 @@ _qzstorage() {
         mount:-*)
             _qzstorage_words "--help --plugin --background --import --export-on-exit --read-only --allow-other --threads"
             ;;
-        validate:-*) _qzstorage_words "--help --plugin --profile --list --only --json --junit --seed --timeout --jobs" ;;
+        validate:-*) _qzstorage_words "--help --plugin --profile --list --only --json --junit --seed --timeout" ;;
         inspect:-*) _qzstorage_words "--help --plugin --json" ;;
         run:* | validate:* | inspect:*) _qzstorage_paths f ;;
         mount:*) _qzstorage_paths d ;;

@@ -276,7 +276,8 @@ bool LibraryBoundProvider::doHasFeature(const ExtendedFeature& feature) const {
 }
 
 IProvider::PathComparator LibraryBoundProvider::doGetPathComparator(const StorageIRI& iri) const {
-    return BoundComparator{library_, provider_->doGetPathComparator(iri)};
+    PathComparator comparator = provider_->doGetPathComparator(iri);
+    return comparator ? BoundComparator{library_, std::move(comparator)} : PathComparator();
 }
 
 StorageIRI LibraryBoundProvider::doGetCanonicalLocation(const StorageIRI& iri) const {

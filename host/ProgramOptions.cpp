@@ -66,6 +66,20 @@ bool isEmpty(const std::optional<std::string>& path) {
     return path && path->empty();
 }
 
+/// What to say when no command was recognised, or an argument of one is missing.
+std::string reasonOf(const CLI::RequiredError& error, const CLI::App& app) {
+    if (!app.get_subcommands().empty()) {
+        return error.what();
+    }
+    std::string known;
+    for (const CLI::App* const command : app.get_subcommands(nullptr)) {
+        known += known.empty() ? command->get_name() : ", " + command->get_name();
+    }
+    const std::vector<std::string> words = app.remaining();
+    return (words.empty() ? "no command given" : words.front() + ": no such command") + "; there are " +
+           known;
+}
+
 } // namespace
 
 ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
@@ -90,6 +104,8 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     } catch (const CLI::CallForVersion& version) {
         options.message = std::string(version.what()) + '\n';
         return options;
+    } catch (const CLI::RequiredError& error) {
+        throw UsageError(reasonOf(error, app));
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
     }
@@ -103,8 +119,9 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     } else if (options.inspect) {
         plugin = options.inspect->plugin;
     }
-    if (isEmpty(plugin) || isEmpty(options.script)) {
-        throw UsageError("the path of a script or plug-in is empty");
+    if (isEmpty(plugin) || isEmpty(options.script) ||
+        (options.validate && isEmpty(options.validate->junitFile))) {
+        throw UsageError("the path of a script, plug-in or report is empty");
     }
     options.plugin = plugin ? *plugin : defaultPlugin();
     return options;

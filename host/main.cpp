@@ -149,5 +149,6 @@ int main(int argc, char** argv) {
     storage::host::fillStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is noticed by the write that fails,
     std::signal(SIGXFSZ, SIG_IGN); // and so is a limit on the size of files
+    std::signal(SIGCHLD, SIG_DFL); // who ignores it is not told how its processes ended
     return static_cast<int>(storage::host::runGuarded(argc, argv));
 }

@@ -47,7 +47,9 @@ public:
                 readSymbols(section, header, description);
             }
         }
-        std::sort(description.exports.begin(), description.exports.end());
+        auto& names = description.exports; // variants of one constructor have one name
+        std::sort(names.begin(), names.end());
+        names.erase(std::unique(names.begin(), names.end()), names.end());
         return description;
     }
 

@@ -2,11 +2,26 @@
 
 #include "host/inspect/DescriptionJson.h"
 #include "host/inspect/DescriptionText.h"
+#include "host/inspect/OutputToErrors.h"
+#include "host/validate/LoadingTrial.h"
 
 namespace storage::host {
 
+namespace {
+
+constexpr std::chrono::seconds limit(60);
+
+PluginDescription describe(const std::string& plugin) {
+    tryInProcess(
+        plugin, [&] { PluginDescription::of(plugin); }, limit);
+    const OutputToErrors plugInTalksElsewhere;
+    return PluginDescription::of(plugin);
+}
+
+} // namespace
+
 ExitStatus runInspect(const std::string& plugin, const InspectOptions& options, Console& console) {
-    const auto description = PluginDescription::of(plugin);
+    const PluginDescription description = describe(plugin);
     if (options.format == ReportFormat::Json) {
         printJson(console.out(), description);
     } else {

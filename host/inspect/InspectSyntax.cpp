@@ -1,7 +1,6 @@
 #include "host/inspect/InspectSyntax.h"
 
 #include "host/PluginOperand.h"
-#include "host/UsageError.h"
 
 #include <CLI/CLI.hpp>
 
@@ -9,7 +8,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* inspectExamples = R"(Examples:
   qzstorage inspect ./libmyprovider.so
   qzstorage inspect --json ./libmyprovider.so
 
@@ -22,7 +21,7 @@ InspectSyntax::InspectSyntax(CLI::App& app)
     : command_(app.add_subcommand("inspect", "Show what a plug-in is made of, and change nothing")) {
     command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")->type_name("");
     command_->add_flag("--json", json_, "Print the result as JSON");
-    command_->footer(examples);
+    command_->footer(inspectExamples);
 }
 
 std::optional<InspectOptions> InspectSyntax::result(const std::optional<std::string>& plugin) const {

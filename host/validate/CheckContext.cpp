@@ -1,6 +1,6 @@
 #include "host/validate/CheckContext.h"
 
-#include <unistd.h>
+#include <fmt/format.h>
 
 namespace storage::host {
 
@@ -8,9 +8,12 @@ namespace {
 
 constexpr std::u16string_view ownFolder = u"/qzstorage-validate-";
 
-std::u16string digits(long number) {
-    const std::string text = std::to_string(number);
-    return {text.begin(), text.end()};
+/// No two checks have the same, on whichever machines: one that ended early leaves its folder in a storage that keeps
+/// its content.
+std::u16string folderOfItsOwn() {
+    std::random_device random;
+    const std::string number = fmt::format("{:08x}{:08x}", random(), random());
+    return std::u16string(ownFolder).append(number.begin(), number.end());
 }
 
 } // namespace
@@ -43,7 +46,7 @@ CheckContext::StorageIRI CheckContext::at(std::u16string_view path) {
 
 void CheckContext::makeFolder() {
     provider_ = library_.buildProvider();
-    std::u16string folder = std::u16string(ownFolder) + digits(::getpid());
+    std::u16string folder = folderOfItsOwn();
     provider_->doCreateFolder(StorageIRI(folder));
     folder_ = std::move(folder);
 }

@@ -133,9 +133,10 @@ bool CheckProcess::takeOutput() {
 }
 
 CheckVerdict CheckProcess::verdict(End end, int status, milliseconds limit) const {
-    const std::string ending = end == End::TimeOver
-                                   ? fmt::format("did not end within {:g} s", inSeconds(limit))
-                                   : howItEnded(status);
+    const std::string ending =
+        end == End::TimeOver
+            ? fmt::format("did not end within {:g} s (--timeout gives more)", inSeconds(limit))
+            : howItEnded(status);
     if (announced_.empty()) {
         return {CheckResult::Crash, ending};
     }

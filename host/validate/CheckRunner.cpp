@@ -1,13 +1,13 @@
 #include "host/validate/CheckRunner.h"
 
 #include "host/Failure.h"
-#include "host/PluginError.h"
-#include "host/PluginLibrary.h"
-#include "host/Utf.h"
 #include "host/validate/CheckContext.h"
 #include "host/validate/CheckProcess.h"
 #include "host/validate/CheckSkipped.h"
+#include "host/validate/LoadingTrial.h"
 #include "host/validate/RuleBroken.h"
+
+#include <optional>
 
 namespace storage::host {
 
@@ -19,9 +19,9 @@ CheckVerdict unexpected() {
             "unexpected failure: " + (failure.path.empty() ? "" : failure.path + ": ") + failure.reason};
 }
 
-CheckVerdict verdictOf(const Check& check, CheckContext& context) {
+CheckVerdict verdictOf(const std::function<void()>& check) {
     try {
-        check.run(context);
+        check();
         return {CheckResult::Pass, ""};
     } catch (const RuleBroken& broken) {
         return {CheckResult::Fail, broken.what()};
@@ -32,33 +32,19 @@ CheckVerdict verdictOf(const Check& check, CheckContext& context) {
     }
 }
 
-CheckVerdict verdictOfLoading(const std::string& plugin) {
-    try {
-        PluginLibrary(plugin).buildProvider();
-        return {CheckResult::Pass, ""};
-    } catch (const PluginError& error) {
-        return {CheckResult::Fail, error.what()};
-    }
-}
-
 } // namespace
 
 void CheckRunner::requireProvider() const {
-    CheckProcess process(
-        [this](const CheckProcess::Announce& announce) { announce(verdictOfLoading(plugin_)); });
-    const CheckVerdict verdict = process.wait(limit_).verdict;
-    if (verdict.result == CheckResult::Crash) {
-        throw PluginError(printable(plugin_) + ": the process that loaded it " + verdict.reason);
-    }
-    if (verdict.result == CheckResult::Fail) {
-        throw PluginError(verdict.reason);
-    }
+    const auto beginCheck = [this] { CheckContext(plugin_, profile_, seed_).provider(); };
+    tryInProcess(plugin_, beginCheck, limit_);
 }
 
 CheckOutcome CheckRunner::run(const Check& check) const {
     CheckProcess process([&](const CheckProcess::Announce& announce) {
-        CheckContext context(plugin_, profile_, seed_);
-        announce(verdictOf(check, context)); // before provider and library go, which may end the process
+        std::optional<CheckContext> context;
+        announce(verdictOf([&] { // before provider and library go, which may end the process
+            check.run(context.emplace(plugin_, profile_, seed_));
+        }));
     });
     return process.wait(limit_);
 }

@@ -53,9 +53,11 @@ void requireSelected(std::span<const CheckGroup> catalogue, Profile profile, con
     if (selected.size() > 0) {
         return;
     }
-    throw UsageError(selected.leftOut > 0
-                         ? fmt::format("'{}' names no rule of the profile {}", pattern, profileName(profile))
-                         : fmt::format("no rule has a number or name like '{}'", pattern));
+    throw UsageError(
+        selected.leftOut > 0
+            ? fmt::format("'{}' names no rule of the profile {}", pattern, profileName(profile))
+            : fmt::format("no rule has a number or name like '{}'; 'qzstorage validate --list' has all",
+                          pattern));
 }
 
 } // namespace

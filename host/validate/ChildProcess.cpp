@@ -3,6 +3,7 @@
 #include "host/FileDescriptor.h"
 #include "host/mount/SystemCall.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -27,7 +28,9 @@ void endWith(pid_t starter) {
 
 /// One byte is too little for a core file, and tells the kernel not to hand a core to a program either, as none would.
 void writeNoCore() {
-    const rlimit limit{1, 1};
+    rlimit limit{};
+    checked(::getrlimit(RLIMIT_CORE, &limit), "getrlimit");
+    limit.rlim_cur = std::min<rlim_t>(1, limit.rlim_max);
     checked(::setrlimit(RLIMIT_CORE, &limit), "setrlimit");
 }
 
@@ -74,8 +77,9 @@ ChildProcess::~ChildProcess() {
 
 int ChildProcess::end() noexcept {
     const pid_t id = std::exchange(id_, 0);
-    int status = 0;
+    int status = SIGKILL; // unless the kernel tells otherwise
     if (id != 0) {
+        ::kill(id, SIGKILL);  // also when it has left its group
         ::kill(-id, SIGKILL); // before the process is waited for, as its number is its own until then
         while (::waitpid(id, &status, 0) < 0 && errno == EINTR) {
         }

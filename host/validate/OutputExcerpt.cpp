@@ -9,16 +9,16 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::size_t keptOfEachEnd = 2000;
+constexpr std::size_t keptOfOutputEnds = 2000;
 
 } // namespace
 
 void OutputExcerpt::append(std::string_view bytes) {
-    const std::size_t toHead = std::min(keptOfEachEnd - head_.size(), bytes.size());
+    const std::size_t toHead = std::min(keptOfOutputEnds - head_.size(), bytes.size());
     head_ += bytes.substr(0, toHead);
     tail_ += bytes.substr(toHead);
-    if (tail_.size() > keptOfEachEnd) {
-        const std::size_t excess = tail_.size() - keptOfEachEnd;
+    if (tail_.size() > keptOfOutputEnds) {
+        const std::size_t excess = tail_.size() - keptOfOutputEnds;
         tail_.erase(0, excess);
         leftOut_ += excess;
     }

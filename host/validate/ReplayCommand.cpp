@@ -1,5 +1,6 @@
 #include "host/validate/ReplayCommand.h"
 
+#include "host/Utf.h"
 #include "host/validate/ProfileName.h"
 
 #include <fmt/format.h>
@@ -10,9 +11,23 @@ namespace {
 
 constexpr const char* harmless = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@%=-";
 
+/// For what cannot be shown as it is.
+std::string quotedByNumbers(const std::string& word) {
+    std::string quoted = "$'";
+    for (const char letter : word) {
+        const bool isHarmless = std::string_view(harmless).find(letter) != std::string_view::npos;
+        quoted += isHarmless ? std::string(1, letter)
+                             : fmt::format("\\x{:02x}", static_cast<unsigned char>(letter));
+    }
+    return quoted + "'";
+}
+
 std::string quotedForShell(const std::string& word) {
     if (!word.empty() && word.find_first_not_of(harmless) == std::string::npos) {
         return word;
+    }
+    if (printable(word) != word) {
+        return quotedByNumbers(word);
     }
     std::string quoted = "'";
     for (const char letter : word) {

@@ -1,5 +1,6 @@
 #include "host/validate/ValidateRun.h"
 
+#include "host/CommandError.h"
 #include "host/FileDescriptor.h"
 #include "host/validate/CheckProgress.h"
 #include "host/validate/CheckRunner.h"
@@ -11,6 +12,8 @@
 #include "host/validate/ValidationText.h"
 
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 
 namespace storage::host {
 
@@ -58,12 +61,21 @@ private:
     ValidationRecord record_;
 };
 
+/// Somebody who forgets the report's name would lose the plug-in.
+void refuseToOverwrite(const std::string& path) {
+    if (std::filesystem::is_regular_file(path) && std::filesystem::file_size(path) > 0 &&
+        std::ifstream(path, std::ios_base::binary).get() != '<') {
+        throw CommandError(path, "is no XML report, and is not overwritten");
+    }
+}
+
 /// Opened before the run: what cannot be written is better known at once, and an old report is no longer taken for this
 /// one's.
 std::optional<FileDescriptor> openForJUnit(const ValidateOptions& options) {
     if (!options.junitFile) {
         return std::nullopt;
     }
+    refuseToOverwrite(*options.junitFile);
     return FileDescriptor(*options.junitFile, O_WRONLY | O_CREAT | O_TRUNC, 0666);
 }
 

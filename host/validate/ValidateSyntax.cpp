@@ -2,9 +2,13 @@
 
 #include "host/PluginOperand.h"
 #include "host/UsageError.h"
+#include "host/Utf.h"
 #include "host/validate/ProfileName.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <fmt/format.h>
+#include <limits>
 #include <random>
 
 namespace storage::host {
@@ -13,7 +17,7 @@ namespace {
 
 constexpr long longestTimeLimit = 86400;
 
-constexpr const char* examples = R"(Examples:
+constexpr const char* validateExamples = R"(Examples:
   qzstorage validate                           the plug-in that comes with this program
   qzstorage validate ./libmyprovider.so        one of your own
   qzstorage validate --only '7.*' --only '*append*' ./libmyprovider.so
@@ -24,6 +28,16 @@ Exit status: 0 no rule is broken, 1 one is or the plug-in cannot be used, 2 wron
 130 interrupted.
 )";
 
+std::uint64_t seedOf(const std::string& text) {
+    std::uint64_t seed = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        throw UsageError(fmt::format("--seed {}: a seed is a number from 0 to {}", printableInMessage(text),
+                                     std::numeric_limits<std::uint64_t>::max()));
+    }
+    return seed;
+}
+
 } // namespace
 
 ValidateSyntax::ValidateSyntax(CLI::App& app)
@@ -32,26 +46,28 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
     command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")->type_name("");
     command_
         ->add_option("--profile", profile_,
-                     "Which rules: those for any provider, or all that the in-memory one keeps")
+                     "Which rules: those for any provider, the default when a plug-in is named, or all that "
+                     "the in-memory one keeps")
         ->type_name("any|in-memory")
         ->check(CLI::IsMember(profileNames()).description(""));
-    command_->add_flag("--list", list_, "List the rules, and check nothing");
+    CLI::Option* const list = command_->add_flag("--list", list_, "List the rules, and check nothing");
     command_->add_option("--only", options_.only, "Only rules whose number or name matches; may be repeated")
         ->type_name("PATTERN")
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->expected(1)
         ->allow_extra_args(false);
     command_->add_flag("--json", json_, "Print the result as JSON");
-    command_->add_option("--junit", options_.junitFile, "Write the result as JUnit XML, too")
-        ->type_name("FILE");
+    CLI::Option* const junit =
+        command_->add_option("--junit", options_.junitFile, "Write the result as JUnit XML, too")
+            ->type_name("FILE");
+    list->excludes(junit);
     command_->add_option("--seed", seed_, "Where random numbers begin; another at each run by default")
-        ->type_name("N")
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->type_name("N");
     command_->add_option("--timeout", timeLimit_, "How long one check may take")
         ->type_name("SECONDS")
         ->check(CLI::Range(1L, longestTimeLimit).description(""))
         ->capture_default_str();
-    command_->footer(examples);
+    command_->footer(validateExamples);
 }
 
 std::optional<ValidateOptions> ValidateSyntax::result(const std::optional<std::string>& plugin) const {
@@ -63,7 +79,7 @@ std::optional<ValidateOptions> ValidateSyntax::result(const std::optional<std::s
     options.plugin = namedPlugin(plugin, plugin_);
     options.profile = profile_ ? profileNamed(*profile_) : usualProfile(options);
     options.format = json_ ? ReportFormat::Json : ReportFormat::Text;
-    options.seed = seed_ ? *seed_ : std::random_device{}();
+    options.seed = seed_ ? seedOf(*seed_) : std::random_device{}();
     options.timeLimit = std::chrono::seconds(timeLimit_);
     return options;
 }

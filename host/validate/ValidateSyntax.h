@@ -35,7 +35,7 @@ private:
     ValidateOptions options_;
     std::optional<std::string> plugin_;
     std::optional<std::string> profile_;
-    std::optional<std::uint64_t> seed_;
+    std::optional<std::string> seed_;
     long timeLimit_ = options_.timeLimit.count();
     bool list_ = false;
     bool json_ = false;

@@ -1,7 +1,7 @@
 #include "host/ProgramOptions.h"
 
 #include <filesystem>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <vector>
 
 namespace {
@@ -82,6 +82,13 @@ TEST(ProgramOptionsTest, WrongUseOfAMountIsRefused) {
                                        {"mount", "/m", "shell"}}) {
         EXPECT_THROW(parse(arguments), UsageError) << testing::PrintToString(arguments);
     }
+}
+
+TEST(ProgramOptionsTest, AnUnknownCommandIsToldWithThoseThatThereAre) {
+    const std::string known = "; there are run, shell, mount, validate, inspect";
+    EXPECT_THAT([] { parse({"help"}); }, testing::ThrowsMessage<UsageError>("help: no such command" + known));
+    EXPECT_THAT([] { parse({}); }, testing::ThrowsMessage<UsageError>("no command given" + known));
+    EXPECT_THAT([] { parse({"run"}); }, testing::ThrowsMessage<UsageError>("SCRIPT is required"));
 }
 
 } // namespace

@@ -100,7 +100,7 @@ TEST(ProgramTest, AnEmptyPathOfAScriptOrPluginIsWrongUsage) {
         const ProgramRun run(arguments);
         EXPECT_EQ(run.status(), 2);
         EXPECT_EQ(run.errors(),
-                  "qzstorage: the path of a script or plug-in is empty (try 'qzstorage --help')\n");
+                  "qzstorage: the path of a script, plug-in or report is empty (try 'qzstorage --help')\n");
     }
 }
 

@@ -5,6 +5,7 @@
 #include "host/validate/Policies.h"
 #include "host/validate/StreamSteps.h"
 #include "host/validate/TreeDescription.h"
+#include "host/validate/UtcNow.h"
 #include "host/validate/WriteProtection.h"
 #include "host/validate/checks/CheckGroups.h"
 #include "hostapi/storage/provider/HandedOut.h"
@@ -184,7 +185,7 @@ void rootIsOnlyEmptied(CheckContext& context) {
 /// A folder "l" with names for patterns.
 void makeNames(CheckContext& context) {
     createFolders(context, {u"l", u"l/ab", u"l/b", u"l/a.d"});
-    createFiles(context, {u"l/a", u"l/abc", u"l/b.txt", u"l/\U0001F600"});
+    createFiles(context, {u"l/a", u"l/abc", u"l/b.txt", u"l/q"});
 }
 
 struct PatternCase {
@@ -194,8 +195,8 @@ struct PatternCase {
 
 std::vector<PatternCase> patternCases() {
     return {
-        {u"*", {u"a", u"ab/", u"abc", u"b/", u"a.d/", u"b.txt", u"\U0001F600"}},
-        {u"?", {u"a", u"b/", u"\U0001F600"}},
+        {u"*", {u"a", u"ab/", u"abc", u"b/", u"a.d/", u"b.txt", u"q"}},
+        {u"?", {u"a", u"b/", u"q"}},
         {u"a*", {u"a", u"ab/", u"abc", u"a.d/"}},
         {u"*b*", {u"ab/", u"abc", u"b/", u"b.txt"}},
         {u"a?", {u"ab/"}},
@@ -432,14 +433,17 @@ void copyIsWritableAndNew(CheckContext& context) {
     makeSource(context);
     const IProvider& provider = context.provider();
     provider.doSetLastModified(context.at(u"a/f"), longAgo());
+    const auto before = provider.doGetFileAttributes(context.at(u"a/f")).getLastModified();
     const WriteProtection protection(provider, context.at(u"a/f"));
     for (const CopyOperation copy : copyOperations) {
         copy(provider, context.at(u"a/f"), context.at(u"b/g"), policies::replace);
         const FileAttributes attributes = provider.doGetFileAttributes(context.at(u"b/g"));
         expect(attributes.isWritable(), "a copy of a read-only file is read-only");
-        expect(attributes.getLastModified() != longAgo(), "a copy has the time of its source");
+        expect((attributes.getLastModified() - utcNow()).abs() <=
+                   boost::posix_time::minutes(10), // clocks of a network differ
+               "a copy has not the time of the copying");
     }
-    expect(provider.doGetFileAttributes(context.at(u"a/f")).getLastModified() == longAgo(),
+    expect(provider.doGetFileAttributes(context.at(u"a/f")).getLastModified() == before,
            "copying a file changes its time");
 }
 
@@ -668,6 +672,9 @@ StorageIRI elsewhere() {
     return StorageIRI(u"/elsewhere");
 }
 
+void ignoreEvent(StorageEventKind, const StorageIRI&, const StorageIRI&, FolderEntry::EntryType,
+                 const boost::property_tree::ptree&) {}
+
 constexpr std::array<OptionalOperation, 8> optionalOperations{{
     {"doOpenTransactionalStream",
      [](const IProvider& p, const StorageIRI& iri) { p.doOpenTransactionalStream(iri, {}); }},
@@ -676,13 +683,13 @@ constexpr std::array<OptionalOperation, 8> optionalOperations{{
          p.doOpenTransactionalStreamAtScratchLocation(iri, elsewhere(), {});
      }},
     {"doPublishFolderEventsFor",
-     [](const IProvider& p, const StorageIRI& iri) { p.doPublishFolderEventsFor(iri, {}); }},
+     [](const IProvider& p, const StorageIRI& iri) { p.doPublishFolderEventsFor(iri, ignoreEvent); }},
     {"doPublishFileEventsFor",
-     [](const IProvider& p, const StorageIRI& iri) { p.doPublishFileEventsFor(iri, {}); }},
+     [](const IProvider& p, const StorageIRI& iri) { p.doPublishFileEventsFor(iri, ignoreEvent); }},
     {"doStopPublishingEventsFor",
      [](const IProvider& p, const StorageIRI& iri) { p.doStopPublishingEventsFor(iri); }},
     {"doStartChangePollingMechanism",
-     [](const IProvider& p, const StorageIRI& iri) { p.doStartChangePollingMechanism(iri, {}); }},
+     [](const IProvider& p, const StorageIRI& iri) { p.doStartChangePollingMechanism(iri, ignoreEvent); }},
     {"doStopChangePollingMechanism",
      [](const IProvider& p, const StorageIRI& iri) { p.doStopChangePollingMechanism(iri); }},
     {"doGetProviderStorageInfo",
@@ -781,20 +788,6 @@ void canonicalLocationIsTheResolvedPath(CheckContext& context) {
     expectCanonical(StorageIRI(u""), u"/");
     expectCanonical(StorageIRI(u"///"), u"/");
     expectCanonical(StorageIRI(u"/", u"/mounted", true), u"/");
-}
-
-void sensitivityIsTrue(CheckContext& context) {
-    const IProvider& provider = context.provider();
-    createFiles(context, {u"name"});
-    const bool sensitive =
-        provider.doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive;
-    expect(provider.doFileExists(context.at(u"NAME")) != sensitive,
-           "a file is found by a name in another case, or not, against what the provider says");
-}
-
-void namesAreCaseSensitive(CheckContext& context) {
-    expect(context.provider().doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive,
-           "the provider does not say that case matters");
 }
 
 void shutdownIsQuiet(CheckContext& context) {
@@ -920,12 +913,7 @@ constexpr std::array table{
     Check{"12.42", "derived.canonical-is-resolved",
           "The canonical location is the resolved path as it is spelled, and / for the root.",
           Profile::InMemoryProvider, canonicalLocationIsTheResolvedPath},
-    Check{"12.43", "derived.sensitivity",
-          "Whether the case of names matters is what doGetFilenameSensitivity says.", Profile::AnyProvider,
-          sensitivityIsTrue},
-    Check{"12.44", "derived.case-sensitive", "doGetFilenameSensitivity says CaseSensitive.",
-          Profile::InMemoryProvider, namesAreCaseSensitive},
-    Check{"12.45", "derived.shutdown", "doShutdown, after the last operation, does not fail.",
+    Check{"12.43", "derived.shutdown", "doShutdown, after the last operation, does not fail.",
           Profile::AnyProvider, shutdownIsQuiet},
 };
 

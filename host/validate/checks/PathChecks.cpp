@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <fmt/format.h>
+#include <iterator>
 #include <vector>
 
 namespace storage::host::checks {
@@ -20,9 +21,26 @@ namespace {
 
 using Names = std::vector<std::u16string>;
 
+/// What a name may hold is up to the storage, unless it is in memory.
+bool isTaken(CheckContext& context, const std::u16string& name) {
+    try {
+        context.provider().doCreateFile(context.at(name));
+        context.provider().doRemoveFile(context.at(name));
+        return true;
+    } catch (const Exception&) {
+        return context.isInMemoryProvider();
+    }
+}
+
 /// Makes a file of each name, whose bytes are its number, and expects to find each again, under its own name.
-void expectNamesKept(CheckContext& context, const Names& names) {
+void expectNamesKept(CheckContext& context, const Names& wanted) {
     const IProvider& provider = context.provider();
+    Names names;
+    std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(names),
+                 [&](const std::u16string& name) { return isTaken(context, name); });
+    if (names.empty()) {
+        skip("the storage takes no such names");
+    }
     for (std::size_t i = 0; i < names.size(); ++i) {
         makeFile(provider, context.at(names[i]), std::to_string(i));
     }

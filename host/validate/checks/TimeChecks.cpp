@@ -225,22 +225,6 @@ void flagStampsNothing(CheckContext& context) {
     }
 }
 
-void transferStampsNothing(CheckContext& context) {
-    const IProvider& provider = context.provider();
-    const StorageIRI file = context.at(u"f");
-    const auto stream = provider.doOpenStream(file, {});
-    provider.doSetLastModified(file, longAgo());
-    provider.doSetLastModified(context.at(u""), longAgo());
-    std::array<char, 5> block{};
-    stream->write("bytes", 5);
-    stream->flush();
-    stream->seek(0, std::ios_base::beg);
-    stream->read(block.data(), 5);
-    expect(fileKind.lastModified(provider, file) == longAgo() &&
-               folderKind.lastModified(provider, context.at(u"")) == longAgo(),
-           "reading or writing through an open stream stamps the file or its folder");
-}
-
 constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
@@ -289,9 +273,6 @@ constexpr std::array table{
           readOnlyTakesTime<folderKind>},
     Check{"5.21", "times.flag-stamps-nothing", "Setting the writable flag stamps nothing.", inMemory,
           flagStampsNothing},
-    Check{"5.22", "times.transfer-stamps-nothing",
-          "Reading and writing through a stream that is open stamps nothing; opening it did.", inMemory,
-          transferStampsNothing},
 };
 
 } // namespace

@@ -73,7 +73,8 @@ TEST(CheckCatalogueTest, EveryFaultIsCaughtByTheRuleThatItBreaks) {
     const CheckRunner runner(TEST_BROKEN_PLUGIN, Profile::InMemoryProvider, 1, timeLimit);
     const std::vector<Check> checks = allChecks();
     std::set<std::string> names;
-    for (const Fault& fault : allFaults()) {
+    const std::vector<Fault> faults = allFaults();
+    for (const Fault& fault : faults) {
         ASSERT_TRUE(names.insert(fault.name).second) << fault.name << " is there twice";
         ::setenv("BROKEN_PLUGIN", fault.name, /*replace*/ 1);
         const auto check = std::find_if(checks.begin(), checks.end(), [&](const Check& each) {
@@ -85,8 +86,13 @@ TEST(CheckCatalogueTest, EveryFaultIsCaughtByTheRuleThatItBreaks) {
             << fault.name << " is not caught by " << check->number << ' ' << check->rule << '\n'
             << outcome.verdict.reason;
     }
-    std::cout << allFaults().size() << " broken providers, each caught by one of " << checks.size()
-              << " rules\n";
+    for (const Check& check : checks) {
+        EXPECT_TRUE(
+            std::any_of(faults.begin(), faults.end(),
+                        [&](const Fault& fault) { return std::string(check.number) == fault.caughtBy; }))
+            << check.number << ": no broken provider shows that the check can fail";
+    }
+    std::cout << faults.size() << " broken providers, each caught by one of " << checks.size() << " rules\n";
 }
 
 } // namespace

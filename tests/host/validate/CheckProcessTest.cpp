@@ -92,16 +92,17 @@ TEST(CheckProcessTest, ACrashAfterTheVerdictIsStillOne) {
 
 TEST(CheckProcessTest, WhatNeverEndsIsEnded) {
     expectVerdict(outcomeOf([](const auto&) { waitForEver(); }, soon), CheckResult::Crash,
-                  "did not end within 0.05 s");
+                  "did not end within 0.05 s (--timeout gives more)");
     expectVerdict(outcomeOf([](const auto&) { std::raise(SIGSTOP); }, soon), CheckResult::Crash,
-                  "did not end within 0.05 s");
+                  "did not end within 0.05 s (--timeout gives more)");
     expectVerdict(outcomeOf(
                       [](const auto& announce) {
                           announce(pass);
                           waitForEver();
                       },
                       soon),
-                  CheckResult::Crash, "did not end within 0.05 s after the check itself");
+                  CheckResult::Crash,
+                  "did not end within 0.05 s (--timeout gives more) after the check itself");
 }
 
 TEST(CheckProcessTest, WhatIsPrintedIsCaught) {
@@ -149,7 +150,7 @@ TEST(CheckProcessTest, AnOutputThatIsClosedOrEndlessEndsNothing) {
             }
         },
         soon);
-    expectVerdict(endless, CheckResult::Crash, "did not end within 0.05 s");
+    expectVerdict(endless, CheckResult::Crash, "did not end within 0.05 s (--timeout gives more)");
 }
 
 TEST(CheckProcessTest, ThereIsNothingToRead) {

@@ -45,7 +45,8 @@ TEST(CheckSelectionTest, APatternThatSelectsNothingIsWrongUsage) {
         EXPECT_THROW(selected(Profile::InMemoryProvider, {"1.1", pattern}), UsageError) << pattern;
     }
     EXPECT_THAT([] { selected(Profile::InMemoryProvider, {"x*"}); },
-                ThrowsMessage<UsageError>("no rule has a number or name like 'x*'"));
+                ThrowsMessage<UsageError>(
+                    "no rule has a number or name like 'x*'; 'qzstorage validate --list' has all"));
     EXPECT_THAT([] { selected(Profile::AnyProvider, {"2.1"}); },
                 ThrowsMessage<UsageError>("'2.1' names no rule of the profile any"));
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -72,6 +73,30 @@ TEST(ValidateProgramTest, TheReplayLineReplays) {
     EXPECT_THAT(readFile(out), HasSubstr("\n      " + mark + line + "\n1 rule: 1 failed\n"));
 }
 
+TEST(ValidateProgramTest, WorksWhereNoCoreFileIsAllowedAndEndedChildrenAreForgotten) {
+    const auto prepare = [] {
+        const rlimit none{0, 0};
+        ::setrlimit(RLIMIT_CORE, &none);
+        std::signal(SIGCHLD, SIG_IGN);
+    };
+    const ProgramRun run({"validate", "--only", "2.*"}, "", prepare);
+    EXPECT_EQ(run.status(), 0) << run.output();
+    EXPECT_EQ(run.errors(), "");
+}
+
+TEST(ValidateProgramTest, AReportOverwritesNothingButReports) {
+    const TemporaryFolder folder;
+    const std::string plugin = folder / "plugin.so";
+    std::filesystem::copy_file(TEST_PLUGIN, plugin);
+    const ProgramRun run({"validate", "--only", "2.1", "--junit", plugin});
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(run.errors(), "qzstorage: " + plugin + ": is no XML report, and is not overwritten\n");
+    EXPECT_EQ(std::filesystem::file_size(plugin), std::filesystem::file_size(TEST_PLUGIN));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(ProgramRun({"validate", "--only", "2.1", "--junit", folder / "report.xml"}).status(), 0);
+    }
+}
+
 TEST(ValidateProgramTest, APluginThatCannotBeUsedIsOneLine) {
     const ProgramRun missing({"validate", "/missing.so"});
     EXPECT_EQ(missing.status(), 1);
@@ -122,8 +147,8 @@ TEST(ValidateProgramTest, ATimeLimitIsKept) {
     const ProgramRun run =
         runWith("BAD_PLUGIN", "entry wait", {"validate", "--timeout", "1", TEST_BAD_PLUGIN});
     EXPECT_EQ(run.status(), 1);
-    EXPECT_EQ(run.errors(),
-              "qzstorage: " TEST_BAD_PLUGIN ": the process that loaded it did not end within 1 s\n");
+    EXPECT_EQ(run.errors(), "qzstorage: " TEST_BAD_PLUGIN
+                            ": the process that loaded it did not end within 1 s (--timeout gives more)\n");
 }
 
 TEST(ValidateProgramTest, AReportThatCannotBeWrittenIsToldFirst) {
@@ -136,8 +161,8 @@ TEST(ValidateProgramTest, AReportThatCannotBeWrittenIsToldFirst) {
 TEST(ValidateProgramTest, WrongUsageIsOneLineAndStatusTwo) {
     const ProgramRun nothing({"validate", "--only", "x*"});
     EXPECT_EQ(nothing.status(), 2);
-    EXPECT_EQ(nothing.errors(),
-              "qzstorage: no rule has a number or name like 'x*' (try 'qzstorage --help')\n");
+    EXPECT_EQ(nothing.errors(), "qzstorage: no rule has a number or name like 'x*'; 'qzstorage validate "
+                                "--list' has all (try 'qzstorage --help')\n");
     const ProgramRun twice({"--plugin", "/p.so", "validate", "/q.so"});
     EXPECT_EQ(twice.status(), 2);
     EXPECT_THAT(twice.errors(), StartsWith("qzstorage: the plug-in is named twice: "));

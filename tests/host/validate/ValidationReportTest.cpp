@@ -92,7 +92,7 @@ TEST_F(ValidationReportTest, JsonTellsEverything) {
     EXPECT_EQ(run(), ExitStatus::Failure);
     const Json report = Json::parse(out_.str());
     EXPECT_EQ(report["tool"], "qzstorage");
-    EXPECT_EQ(report["version"], "1.0.0");
+    EXPECT_EQ(report["version"], QZSTORAGE_VERSION);
     EXPECT_EQ(report["plugin"], TEST_PLUGIN);
     EXPECT_EQ(report["profile"], "in-memory");
     EXPECT_EQ(report["seed"], 7);
@@ -186,6 +186,8 @@ TEST(ReplayCommandTest, NamesAllThatACheckDependsOn) {
     EXPECT_EQ(replayCommand(options, check),
               "qzstorage validate --profile in-memory --seed 18446744073709551615 --timeout 5 --only 1.2 "
               "'./lib x'\\''s.so'");
+    options.plugin = "x\n'\xFF.so";
+    EXPECT_THAT(replayCommand(options, check), EndsWith(" $'x\\x0a\\x27\\xff.so'"));
     options.plugin = "-x.so";
     EXPECT_THAT(replayCommand(options, check), EndsWith(" ./-x.so"));
 }

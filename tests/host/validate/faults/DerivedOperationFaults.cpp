@@ -480,9 +480,7 @@ constexpr std::array table{
     Fault{"OrderByCharacters", "12.40", build<OrderByCharacters>},
     Fault{"CanonicalBelow", "12.41", build<CanonicalBelow>},
     Fault{"CanonicalByGivenPath", "12.42", build<CanonicalByGivenPath>},
-    Fault{"SayingCaseInsensitive", "12.43", build<SayingCaseInsensitive>},
-    Fault{"SayingThatCaseDoesNotMatter", "12.44", build<SayingCaseInsensitive>},
-    Fault{"NoShutdown", "12.45", build<NoShutdown>},
+    Fault{"NoShutdown", "12.43", build<NoShutdown>},
 };
 
 } // namespace

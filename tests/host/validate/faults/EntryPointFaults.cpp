@@ -162,12 +162,18 @@ Owner buildStaying() {
     return buildInMemoryProvider();
 }
 
+/// The entry point of the broken plug-in does not look where it stores.
+Owner buildInMemory() {
+    return buildInMemoryProvider();
+}
+
 constexpr std::array table{
     Fault{"NoProvider", "1.1", buildNone},
     Fault{"SameAgain", "1.2", buildSameAgain},
     Fault{"EveryProviderRemembered", "1.3", buildRemembered},
     Fault{"TakesStorageOver", "1.4", buildTakingOver},
     Fault{"LastProviderRemembered", "1.5", buildLastRemembered},
+    Fault{"StoresWithoutLooking", "1.6", buildInMemory},
     Fault{"BeginsWithFolder", "1.7", buildWithFolder},
     Fault{"OneStorageForAll", "1.8", buildSharing},
     Fault{"UnknownFeatureThrows", "1.9", build<UnknownFeatureThrows>},

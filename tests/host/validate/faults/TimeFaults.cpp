@@ -208,23 +208,6 @@ public:
     }
 };
 
-class StreamStampsByWriting final : public BrokenProvider {
-public:
-    StreamStampsByWriting() {
-        before = [this](const char* operation, const StorageIRI& iri) {
-            if (std::string_view(operation) == "write") {
-                sound().doSetLastModified(iri, now());
-            }
-        };
-    }
-
-    // With hooks: a stream here never outlives its provider.
-    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
-                                             const OpenOptions& options) const override {
-        return HookedProvider::doOpenStream(iri, options);
-    }
-};
-
 constexpr std::array table{
     Fault{"LocalTime", "5.1", build<LocalTime>},
     Fault{"NewFolderHasNoTime", "5.2", build<NewFolderHasNoTime>},
@@ -247,7 +230,6 @@ constexpr std::array table{
     Fault{"ReadOnlyFileTakesNoTime", "5.19", build<ReadOnlyTakesNoTime<&IProvider::doFileExists>>},
     Fault{"ReadOnlyFolderTakesNoTime", "5.20", build<ReadOnlyTakesNoTime<&IProvider::doFolderExists>>},
     Fault{"FlagStamps", "5.21", build<FlagStamps>},
-    Fault{"StreamStampsByWriting", "5.22", build<StreamStampsByWriting>},
 };
 
 } // namespace
