@@ -53,9 +53,7 @@ void skip(std::string_view reason) {
 void makeFile(const IProvider& provider, const StorageIRI& iri, std::string_view bytes) {
     provider.doCreateFile(iri);
     if (!bytes.empty()) {
-        const auto size = static_cast<long>(bytes.size());
-        const long written = provider.doOpenStream(iri, {})->write(bytes.data(), size);
-        expect(written == size, fmt::format("writing {} bytes answers {}", size, written));
+        writeText(*openStream(provider, iri), bytes);
     }
 }
 

@@ -2,6 +2,7 @@
 #include "host/validate/Expectations.h"
 #include "host/validate/LongAgo.h"
 #include "host/validate/StreamSteps.h"
+#include "host/validate/UtcNow.h"
 #include "host/validate/WriteProtection.h"
 #include "host/validate/checks/CheckGroups.h"
 
@@ -29,10 +30,6 @@ constexpr std::array<std::int32_t, 4> unnamedNumbers{2, 7, -1, std::numeric_limi
 bool isWithin(const boost::posix_time::ptime& time, const boost::posix_time::ptime& first,
               const boost::posix_time::ptime& last) {
     return first <= time && time <= last;
-}
-
-boost::posix_time::ptime now() {
-    return boost::posix_time::microsec_clock::universal_time();
 }
 
 void missingFileIsCreated(CheckContext& context) {
@@ -233,9 +230,9 @@ void openingForWritingStamps(CheckContext& context) {
         openStream(provider, file);
         provider.doSetLastModified(file, longAgo());
         provider.doSetLastModified(context.at(u""), longAgo());
-        const auto before = now();
+        const auto before = utcNow();
         openStream(provider, file, options);
-        expect(isWithin(provider.doGetFileAttributes(file).getLastModified(), before, now()),
+        expect(isWithin(provider.doGetFileAttributes(file).getLastModified(), before, utcNow()),
                "opening an existing file for writing does not stamp it with the current time");
         expect(provider.doGetFolderAttributes(context.at(u"")).getLastModified() == longAgo(),
                "opening an existing file stamps its folder");
@@ -246,10 +243,10 @@ void creationStamps(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI folder = context.at(u"");
     provider.doSetLastModified(folder, longAgo());
-    const auto before = now();
+    const auto before = utcNow();
     openStream(provider, context.at(u"f"));
     const auto time = provider.doGetFileAttributes(context.at(u"f")).getLastModified();
-    expect(isWithin(time, before, now()), "a file that opening created has not the current time");
+    expect(isWithin(time, before, utcNow()), "a file that opening created has not the current time");
     expect(provider.doGetFolderAttributes(folder).getLastModified() == time,
            "a file that opening created and its folder have different times");
 }
