@@ -1,8 +1,8 @@
 #include "host/ProgramOptions.h"
 
-#include "host/UsageError.h"
 #include "host/inspect/InspectSyntax.h"
 #include "host/mount/MountSyntax.h"
+#include "host/support/UsageError.h"
 #include "host/validate/ValidateSyntax.h"
 
 #include <CLI/CLI.hpp>

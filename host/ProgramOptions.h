@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/FailureHandling.h"
-#include "host/UsageError.h"
 #include "host/inspect/InspectOptions.h"
 #include "host/mount/MountOptions.h"
+#include "host/shell/FailureHandling.h"
+#include "host/support/UsageError.h"
 #include "host/validate/ValidateOptions.h"
 
 #include <optional>

@@ -1,18 +1,19 @@
-#include "host/CommandError.h"
-#include "host/DescriptorLineSource.h"
-#include "host/DescriptorOutput.h"
-#include "host/FileDescriptor.h"
-#include "host/Interrupted.h"
-#include "host/OutputError.h"
-#include "host/PluginLibrary.h"
 #include "host/ProgramOptions.h"
-#include "host/Shell.h"
-#include "host/TerminalLineSource.h"
-#include "host/Utf.h"
+#include "host/commands/CommandTable.h"
+#include "host/console/DescriptorOutput.h"
+#include "host/disk/FileDescriptor.h"
 #include "host/inspect/InspectRun.h"
 #include "host/mount/MountRun.h"
-#include "host/validate/CheckCatalogue.h"
+#include "host/plugin/PluginLibrary.h"
+#include "host/shell/DescriptorLineSource.h"
+#include "host/shell/Shell.h"
+#include "host/shell/TerminalLineSource.h"
+#include "host/support/CommandError.h"
+#include "host/support/Interrupted.h"
+#include "host/support/OutputError.h"
+#include "host/support/Utf.h"
 #include "host/validate/ValidateRun.h"
+#include "host/validate/checks/CheckCatalogue.h"
 
 #include <cerrno>
 #include <csignal>
@@ -48,7 +49,7 @@ ExitStatus runScript(const ProgramOptions& options, Session& session, Interrupti
     interruption.check();
     const FileDescriptor script(*options.script, O_RDONLY); // waits, if it is a fifo
     DescriptorLineSource lines(script.number(), *options.script, interruption);
-    return Shell(session, interruption, options.failureHandling).run(lines);
+    return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
 }
 
 ExitStatus runLines(const ProgramOptions& options, Session& session, Interruption& interruption) {
@@ -57,10 +58,10 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
     }
     if (isForPerson(options)) {
         TerminalLineSource lines(session, interruption);
-        return Shell(session, interruption, FailureHandling::AskPerson).run(lines);
+        return Shell(commandTable(), session, interruption, FailureHandling::AskPerson).run(lines);
     }
     DescriptorLineSource lines(STDIN_FILENO, "standard input", interruption);
-    return Shell(session, interruption, options.failureHandling).run(lines);
+    return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
 }
 
 ExitStatus runSession(const ProgramOptions& options, Console& console) {

@@ -1,6 +1,6 @@
-#include "host/ByteStreamDevice.h"
-#include "host/TransferBuffer.h"
 #include "host/commands/CommandFactories.h"
+#include "host/storage/ByteStreamDevice.h"
+#include "host/transfer/TransferBuffer.h"
 
 #include <boost/iostreams/copy.hpp>
 

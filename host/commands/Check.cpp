@@ -1,8 +1,9 @@
-#include "host/Checker.h"
-#include "host/CommandError.h"
-#include "host/DiskFolder.h"
-#include "host/UsageError.h"
 #include "host/commands/CommandFactories.h"
+#include "host/disk/DiskFolder.h"
+#include "host/support/CommandError.h"
+#include "host/support/Counted.h"
+#include "host/support/UsageError.h"
+#include "host/transfer/Checker.h"
 
 namespace storage::host {
 

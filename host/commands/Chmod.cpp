@@ -1,5 +1,5 @@
-#include "host/UsageError.h"
 #include "host/commands/CommandFactories.h"
+#include "host/support/UsageError.h"
 
 namespace storage::host {
 

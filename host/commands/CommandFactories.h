@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Command.h"
+#include "host/shell/Command.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
-#include "host/Spelling.h"
-#include "host/TreeWalk.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/Spelling.h"
+#include "host/storage/TreeWalk.h"
 
 namespace storage::host {
 

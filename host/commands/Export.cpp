@@ -1,7 +1,7 @@
-#include "host/DiskDestination.h"
-#include "host/DiskName.h"
-#include "host/Exporter.h"
 #include "host/commands/CommandFactories.h"
+#include "host/transfer/DiskDestination.h"
+#include "host/transfer/DiskName.h"
+#include "host/transfer/Exporter.h"
 
 namespace storage::host {
 

@@ -1,8 +1,8 @@
-#include "host/CommandError.h"
-#include "host/Spelling.h"
-#include "host/UsageError.h"
-#include "host/Utf.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/Spelling.h"
+#include "host/support/CommandError.h"
+#include "host/support/UsageError.h"
+#include "host/support/Utf.h"
 #include "hostapi/storage/provider/HandedOut.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 

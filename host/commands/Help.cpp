@@ -1,6 +1,6 @@
-#include "host/CommandTable.h"
-#include "host/UsageError.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/CommandTable.h"
+#include "host/support/UsageError.h"
 
 #include <fmt/format.h>
 
@@ -28,7 +28,7 @@ private:
     }
 
     static std::string explain(const std::string& name) {
-        const CommandInfo* const info = findCommand(name);
+        const CommandInfo* const info = findCommand(commandTable(), name);
         if (info == nullptr) {
             throw UsageError("there is no command '" + name + "'");
         }

@@ -1,9 +1,9 @@
-#include "host/CommandError.h"
-#include "host/DiskFolder.h"
-#include "host/Importer.h"
-#include "host/StorageDestination.h"
-#include "host/Utf.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/StorageDestination.h"
+#include "host/disk/DiskFolder.h"
+#include "host/support/CommandError.h"
+#include "host/support/Utf.h"
+#include "host/transfer/Importer.h"
 
 namespace storage::host {
 

@@ -1,8 +1,8 @@
-#include "host/FileTime.h"
-#include "host/Listing.h"
-#include "host/Spelling.h"
-#include "host/TreeWalk.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/Spelling.h"
+#include "host/storage/Listing.h"
+#include "host/storage/TreeWalk.h"
+#include "host/support/FileTime.h"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
-#include "host/TransferLoop.h"
-#include "host/TransferRules.h"
-#include "host/TreeWalk.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/TransferLoop.h"
+#include "host/commands/TransferRules.h"
+#include "host/storage/TreeWalk.h"
 
 namespace storage::host {
 

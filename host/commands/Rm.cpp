@@ -1,7 +1,7 @@
-#include "host/CommandError.h"
-#include "host/TransferRules.h"
-#include "host/TreeWalk.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/TransferRules.h"
+#include "host/storage/TreeWalk.h"
+#include "host/support/CommandError.h"
 
 namespace storage::host {
 

@@ -1,5 +1,5 @@
-#include "host/TransferRules.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/TransferRules.h"
 
 namespace storage::host {
 

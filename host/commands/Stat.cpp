@@ -1,5 +1,5 @@
-#include "host/FileTime.h"
 #include "host/commands/CommandFactories.h"
+#include "host/support/FileTime.h"
 
 #include <fmt/format.h>
 

@@ -1,8 +1,8 @@
-#include "host/Spelling.h"
-#include "host/TransferTotals.h"
-#include "host/TreeWalk.h"
-#include "host/UsageError.h"
 #include "host/commands/CommandFactories.h"
+#include "host/commands/Spelling.h"
+#include "host/storage/TreeWalk.h"
+#include "host/support/Counted.h"
+#include "host/support/UsageError.h"
 
 #include <charconv>
 

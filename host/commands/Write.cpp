@@ -1,5 +1,5 @@
-#include "host/ByteStreamDevice.h"
 #include "host/commands/CommandFactories.h"
+#include "host/storage/ByteStreamDevice.h"
 
 namespace storage::host {
 

@@ -1,6 +1,6 @@
 #include "host/inspect/DescriptionJson.h"
 
-#include "host/Utf.h"
+#include "host/support/Utf.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
 
 #include <nlohmann/json.hpp>

@@ -1,6 +1,6 @@
 #include "host/inspect/DescriptionText.h"
 
-#include "host/Utf.h"
+#include "host/support/Utf.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #include "host/inspect/ElfDescription.h"
 
-#include "host/CommandError.h"
-#include "host/FileDescriptor.h"
+#include "host/disk/FileDescriptor.h"
+#include "host/support/CommandError.h"
 
 #include <algorithm>
 #include <cstdlib>

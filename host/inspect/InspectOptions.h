@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/ReportFormat.h"
+#include "host/support/ReportFormat.h"
 
 #include <optional>
 #include <string>

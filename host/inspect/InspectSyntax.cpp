@@ -1,6 +1,6 @@
 #include "host/inspect/InspectSyntax.h"
 
-#include "host/PluginOperand.h"
+#include "host/plugin/PluginOperand.h"
 
 #include <CLI/CLI.hpp>
 

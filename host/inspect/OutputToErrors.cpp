@@ -1,6 +1,6 @@
 #include "host/inspect/OutputToErrors.h"
 
-#include "host/mount/SystemCall.h"
+#include "host/support/SystemCall.h"
 
 #include <cstdio>
 #include <fcntl.h>

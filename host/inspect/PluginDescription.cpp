@@ -1,9 +1,9 @@
 #include "host/inspect/PluginDescription.h"
 
-#include "host/Failure.h"
-#include "host/PluginError.h"
-#include "host/PluginLibrary.h"
-#include "host/Utf.h"
+#include "host/plugin/PluginError.h"
+#include "host/plugin/PluginLibrary.h"
+#include "host/support/Failure.h"
+#include "host/support/Utf.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
 
 #include <algorithm>

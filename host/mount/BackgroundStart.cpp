@@ -1,6 +1,6 @@
 #include "host/mount/BackgroundStart.h"
 
-#include "host/mount/SystemCall.h"
+#include "host/support/SystemCall.h"
 
 #include <array>
 #include <csignal>

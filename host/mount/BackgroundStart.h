@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/ExitStatus.h"
-#include "host/Interruption.h"
 #include "host/mount/SystemLog.h"
+#include "host/support/ExitStatus.h"
+#include "host/support/Interruption.h"
 
 #include <array>
 #include <optional>

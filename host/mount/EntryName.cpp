@@ -1,7 +1,7 @@
 #include "host/mount/EntryName.h"
 
-#include "host/Utf.h"
 #include "host/mount/Refused.h"
+#include "host/support/Utf.h"
 
 #include <cerrno>
 

@@ -1,6 +1,6 @@
 #include "host/mount/Event.h"
 
-#include "host/mount/SystemCall.h"
+#include "host/support/SystemCall.h"
 
 #include <sys/eventfd.h>
 #include <unistd.h>

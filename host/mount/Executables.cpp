@@ -1,8 +1,8 @@
 #include "host/mount/Executables.h"
 
-#include "host/DiskError.h"
-#include "host/DiskFolder.h"
-#include "host/FileDescriptor.h"
+#include "host/disk/DiskError.h"
+#include "host/disk/DiskFolder.h"
+#include "host/disk/FileDescriptor.h"
 
 #include <cerrno>
 #include <fcntl.h>

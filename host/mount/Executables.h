@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Console.h"
+#include "host/console/Console.h"
 #include "host/mount/MountedStorage.h"
 
 #include <string>

@@ -1,8 +1,8 @@
 #include "host/mount/FileContents.h"
 
-#include "host/FileTime.h"
 #include "host/mount/LiftedFlag.h"
 #include "host/mount/Refused.h"
+#include "host/support/FileTime.h"
 #include "hostapi/storage/provider/HandedOut.h"
 
 #include <algorithm>

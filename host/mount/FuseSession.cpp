@@ -1,9 +1,9 @@
 #include "host/mount/FuseSession.h"
 
-#include "host/CommandError.h"
-#include "host/DiskError.h"
+#include "host/disk/DiskError.h"
 #include "host/mount/CapturedErrors.h"
 #include "host/mount/FuseOperations.h"
+#include "host/support/CommandError.h"
 
 #include <array>
 #include <cerrno>

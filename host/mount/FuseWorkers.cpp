@@ -1,7 +1,7 @@
 #include "host/mount/FuseWorkers.h"
 
-#include "host/Interruption.h"
-#include "host/mount/SystemCall.h"
+#include "host/support/Interruption.h"
+#include "host/support/SystemCall.h"
 
 #include <array>
 #include <cerrno>

@@ -1,8 +1,8 @@
 #include "host/mount/InodeTree.h"
 
-#include "host/FileTime.h"
-#include "host/PermissionBits.h"
+#include "host/disk/PermissionBits.h"
 #include "host/mount/EntryName.h"
+#include "host/support/FileTime.h"
 #include "hostapi/storage/provider/HandedOut.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "host/mount/KernelTime.h"
 
-#include "host/FileTime.h"
+#include "host/support/FileTime.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/Console.h"
-#include "host/ExitStatus.h"
+#include "host/console/Console.h"
 #include "host/mount/MountOptions.h"
+#include "host/support/ExitStatus.h"
 
 #include <string>
 

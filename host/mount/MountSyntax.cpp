@@ -1,6 +1,6 @@
 #include "host/mount/MountSyntax.h"
 
-#include "host/UsageError.h"
+#include "host/support/UsageError.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

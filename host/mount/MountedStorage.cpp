@@ -1,13 +1,13 @@
 #include "host/mount/MountedStorage.h"
 
-#include "host/FileTime.h"
-#include "host/PermissionBits.h"
+#include "host/disk/PermissionBits.h"
 #include "host/mount/EntryName.h"
 #include "host/mount/FolderMove.h"
 #include "host/mount/KeptContent.h"
 #include "host/mount/KernelTime.h"
 #include "host/mount/LiftedFlag.h"
 #include "host/mount/Refused.h"
+#include "host/support/FileTime.h"
 
 #include <cerrno>
 #include <exception>

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "host/Failure.h"
 #include "host/mount/AttributeChange.h"
 #include "host/mount/FileContents.h"
 #include "host/mount/InodeGuards.h"
 #include "host/mount/InodeTree.h"
 #include "host/mount/StorageSpace.h"
+#include "host/support/Failure.h"
 
 #include <cstdint>
 #include <functional>

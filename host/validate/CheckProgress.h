@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/Console.h"
-#include "host/validate/Check.h"
+#include "host/console/Console.h"
+#include "host/validate/rules/Check.h"
 
 #include <cstddef>
 

@@ -1,11 +1,11 @@
 #include "host/validate/CheckRunner.h"
 
-#include "host/Failure.h"
-#include "host/validate/CheckContext.h"
-#include "host/validate/CheckProcess.h"
-#include "host/validate/CheckSkipped.h"
-#include "host/validate/LoadingTrial.h"
-#include "host/validate/RuleBroken.h"
+#include "host/process/CheckProcess.h"
+#include "host/process/LoadingTrial.h"
+#include "host/support/Failure.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/rules/CheckSkipped.h"
+#include "host/validate/rules/RuleBroken.h"
 
 #include <optional>
 

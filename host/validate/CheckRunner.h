@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/validate/Check.h"
-#include "host/validate/CheckOutcome.h"
-#include "host/validate/Profile.h"
+#include "host/process/CheckOutcome.h"
+#include "host/validate/rules/Check.h"
+#include "host/validate/rules/Profile.h"
 
 #include <chrono>
 #include <cstdint>

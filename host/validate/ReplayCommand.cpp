@@ -1,7 +1,7 @@
 #include "host/validate/ReplayCommand.h"
 
-#include "host/Utf.h"
-#include "host/validate/ProfileName.h"
+#include "host/support/Utf.h"
+#include "host/validate/rules/ProfileName.h"
 
 #include <fmt/format.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/validate/Check.h"
 #include "host/validate/ValidateOptions.h"
+#include "host/validate/rules/Check.h"
 
 #include <string>
 

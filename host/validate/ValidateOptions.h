@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/ReportFormat.h"
-#include "host/validate/Profile.h"
+#include "host/support/ReportFormat.h"
+#include "host/validate/rules/Profile.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,15 +1,15 @@
 #include "host/validate/ValidateRun.h"
 
-#include "host/CommandError.h"
-#include "host/FileDescriptor.h"
+#include "host/disk/FileDescriptor.h"
+#include "host/support/CommandError.h"
 #include "host/validate/CheckProgress.h"
 #include "host/validate/CheckRunner.h"
-#include "host/validate/CheckSelection.h"
 #include "host/validate/ReplayCommand.h"
-#include "host/validate/RuleList.h"
-#include "host/validate/ValidationJUnit.h"
-#include "host/validate/ValidationJson.h"
-#include "host/validate/ValidationText.h"
+#include "host/validate/report/RuleList.h"
+#include "host/validate/report/ValidationJUnit.h"
+#include "host/validate/report/ValidationJson.h"
+#include "host/validate/report/ValidationText.h"
+#include "host/validate/rules/CheckSelection.h"
 
 #include <fcntl.h>
 #include <filesystem>

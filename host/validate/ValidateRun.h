@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/Console.h"
-#include "host/ExitStatus.h"
-#include "host/validate/CheckGroup.h"
+#include "host/console/Console.h"
+#include "host/support/ExitStatus.h"
 #include "host/validate/ValidateOptions.h"
+#include "host/validate/rules/CheckGroup.h"
 
 #include <span>
 #include <string>

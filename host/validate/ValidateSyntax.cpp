@@ -1,9 +1,9 @@
 #include "host/validate/ValidateSyntax.h"
 
-#include "host/PluginOperand.h"
-#include "host/UsageError.h"
-#include "host/Utf.h"
-#include "host/validate/ProfileName.h"
+#include "host/plugin/PluginOperand.h"
+#include "host/support/UsageError.h"
+#include "host/support/Utf.h"
+#include "host/validate/rules/ProfileName.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>

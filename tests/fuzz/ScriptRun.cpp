@@ -1,10 +1,10 @@
 #include "tests/fuzz/ScriptRun.h"
 
-#include "host/CommandLineLexer.h"
-#include "host/Listing.h"
-#include "host/TreeWalk.h"
-#include "host/UsageError.h"
-#include "host/Utf.h"
+#include "host/shell/CommandLineLexer.h"
+#include "host/storage/Listing.h"
+#include "host/storage/TreeWalk.h"
+#include "host/support/UsageError.h"
+#include "host/support/Utf.h"
 #include "inmemoryprovider/PluginEntry.h"
 #include "tests/fuzz/Fail.h"
 

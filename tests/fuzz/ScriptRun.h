@@ -1,10 +1,10 @@
 #pragma once
 
-#include "host/Console.h"
-#include "host/ExitStatus.h"
-#include "host/Interruption.h"
-#include "host/Session.h"
-#include "host/Shell.h"
+#include "host/console/Console.h"
+#include "host/session/Session.h"
+#include "host/shell/Shell.h"
+#include "host/support/ExitStatus.h"
+#include "host/support/Interruption.h"
 #include "tests/fuzz/SmallProvider.h"
 
 #include <memory>

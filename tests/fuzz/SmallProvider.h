@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/host/HookedProvider.h"
+#include "tests/support/HookedProvider.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
-#include "tests/host/ProgramRun.h"
-#include "tests/host/TemporaryFolder.h"
-#include "tests/host/Unprivileged.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Unprivileged.h"
 
 #include <cstdlib>
 #include <elf.h>

@@ -1,5 +1,5 @@
-#include "tests/host/ProgramRun.h"
-#include "tests/host/TemporaryFolder.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>

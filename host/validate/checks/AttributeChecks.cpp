@@ -1,8 +1,8 @@
-#include "host/validate/CheckContext.h"
-#include "host/validate/Expectations.h"
-#include "host/validate/TreeDescription.h"
 #include "host/validate/checks/CheckGroups.h"
 #include "host/validate/checks/EntryKind.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/TreeDescription.h"
 
 #include <array>
 #include <fmt/format.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/validate/Check.h"
+#include "host/validate/rules/Check.h"
 
 #include <span>
 

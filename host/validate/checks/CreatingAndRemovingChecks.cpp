@@ -1,9 +1,9 @@
-#include "host/Listing.h"
-#include "host/Utf.h"
-#include "host/validate/CheckContext.h"
-#include "host/validate/Expectations.h"
+#include "host/storage/Listing.h"
+#include "host/support/Utf.h"
 #include "host/validate/checks/CheckGroups.h"
 #include "host/validate/checks/EntryKind.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/Expectations.h"
 
 #include <array>
 #include <fmt/format.h>

@@ -1,8 +1,8 @@
-#include "host/Listing.h"
-#include "host/validate/CheckContext.h"
-#include "host/validate/CopiedPlugin.h"
-#include "host/validate/Expectations.h"
+#include "host/storage/Listing.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/CopiedPlugin.h"
+#include "host/validate/kit/Expectations.h"
 
 #include <array>
 #include <cstdio>

@@ -1,9 +1,9 @@
-#include "host/validate/CheckContext.h"
-#include "host/validate/Expectations.h"
-#include "host/validate/LongAgo.h"
-#include "host/validate/Policies.h"
-#include "host/validate/WriteProtection.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/LongAgo.h"
+#include "host/validate/kit/Policies.h"
+#include "host/validate/kit/WriteProtection.h"
 
 #include <array>
 #include <fmt/format.h>

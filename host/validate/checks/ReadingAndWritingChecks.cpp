@@ -1,10 +1,10 @@
-#include "host/Utf.h"
-#include "host/validate/CheckContext.h"
-#include "host/validate/Expectations.h"
-#include "host/validate/LongAgo.h"
-#include "host/validate/Policies.h"
-#include "host/validate/StreamSteps.h"
+#include "host/support/Utf.h"
 #include "host/validate/checks/CheckGroups.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/LongAgo.h"
+#include "host/validate/kit/Policies.h"
+#include "host/validate/kit/StreamSteps.h"
 
 #include <algorithm>
 #include <array>

@@ -1,12 +1,12 @@
-#include "host/FileTime.h"
-#include "host/validate/CheckContext.h"
-#include "host/validate/Expectations.h"
-#include "host/validate/LongAgo.h"
-#include "host/validate/TreeDescription.h"
-#include "host/validate/UtcNow.h"
-#include "host/validate/WriteProtection.h"
+#include "host/support/FileTime.h"
 #include "host/validate/checks/CheckGroups.h"
 #include "host/validate/checks/EntryKind.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/LongAgo.h"
+#include "host/validate/kit/TreeDescription.h"
+#include "host/validate/kit/UtcNow.h"
+#include "host/validate/kit/WriteProtection.h"
 
 #include <array>
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #include "host/inspect/ProviderOperations.h"
 #include "inmemoryprovider/PluginEntry.h"
-#include "tests/host/HookedProvider.h"
-#include "tests/host/MockProvider.h"
+#include "tests/support/HookedProvider.h"
+#include "tests/support/MockProvider.h"
 
 #include <cstring>
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 #include "host/mount/FolderMove.h"
-#include "host/PluginLibrary.h"
+#include "host/plugin/PluginLibrary.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/StepwiseProvider.h"

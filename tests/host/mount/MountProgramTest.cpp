@@ -1,7 +1,7 @@
-#include "tests/host/ProgramRun.h"
-#include "tests/host/TemporaryFolder.h"
-#include "tests/host/TreeSnapshot.h"
-#include "tests/host/Unprivileged.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TreeSnapshot.h"
+#include "tests/support/Unprivileged.h"
 
 #include <array>
 #include <csignal>

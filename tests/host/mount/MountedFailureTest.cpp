@@ -1,4 +1,4 @@
-#include "host/PluginLibrary.h"
+#include "host/plugin/PluginLibrary.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/FailingStep.h"

@@ -1,6 +1,6 @@
 #include "tests/host/mount/MountedStorageTest.h"
 
-#include "host/Utf.h"
+#include "host/support/Utf.h"
 
 using foundation::storage::provider::StorageIRI;
 

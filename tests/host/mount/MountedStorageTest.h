@@ -1,9 +1,9 @@
 #pragma once
 
-#include "host/PluginLibrary.h"
-#include "tests/host/HookedProvider.h"
+#include "host/plugin/PluginLibrary.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/MountedTree.h"
+#include "tests/support/HookedProvider.h"
 
 #include <gmock/gmock.h>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "host/FileTime.h"
+#include "host/support/FileTime.h"
 #include "tests/host/mount/MountedStorageTest.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "tests/host/mount/MountedTree.h"
 
-#include "host/FileTime.h"
+#include "host/support/FileTime.h"
 
 #include <stdexcept>
 

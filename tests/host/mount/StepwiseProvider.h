@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/host/HookedProvider.h"
+#include "tests/support/HookedProvider.h"
 
 /// A provider that moves folders in steps which a hook can stop: the new folder is made, what the old one holds is
 /// moved, the old one is removed. So a move may end midway, as it may in every storage.

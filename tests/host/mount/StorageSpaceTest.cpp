@@ -1,7 +1,7 @@
 #include "host/mount/StorageSpace.h"
 #include "hostapi/storage/provider/Exception.h"
-#include "tests/host/MockProvider.h"
 #include "tests/host/mount/ErrnoOf.h"
+#include "tests/support/MockProvider.h"
 
 #include <cerrno>
 #include <sys/sysinfo.h>

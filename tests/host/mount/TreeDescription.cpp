@@ -1,8 +1,8 @@
 #include "tests/host/mount/TreeDescription.h"
 
-#include "host/FileTime.h"
-#include "host/Utf.h"
-#include "tests/host/TreeSnapshot.h"
+#include "host/support/FileTime.h"
+#include "host/support/Utf.h"
+#include "tests/support/TreeSnapshot.h"
 
 #include <ostream>
 

@@ -1,7 +1,7 @@
 #include "hostapi/core/except/IException.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
 #include "inmemoryprovider/PluginEntry.h"
-#include "tests/host/HookedProvider.h"
+#include "tests/support/HookedProvider.h"
 
 #include <csignal>
 #include <cstdlib>

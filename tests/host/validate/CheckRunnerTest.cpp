@@ -1,9 +1,9 @@
 #include "host/validate/CheckRunner.h"
 
-#include "host/PluginError.h"
-#include "host/validate/CheckContext.h"
-#include "host/validate/Expectations.h"
-#include "tests/host/validate/ExpectVerdict.h"
+#include "host/plugin/PluginError.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/Expectations.h"
+#include "tests/host/process/ExpectVerdict.h"
 #include "tests/support/LoadedPlugin.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
-#include "host/validate/CheckCatalogue.h"
 #include "host/validate/CheckRunner.h"
-#include "tests/host/validate/AllFaults.h"
+#include "host/validate/checks/CheckCatalogue.h"
+#include "tests/host/validate/faults/AllFaults.h"
 
 #include <cstdlib>
 #include <iostream>

@@ -1,6 +1,6 @@
-#include "tests/host/ProcessState.h"
-#include "tests/host/ProgramRun.h"
-#include "tests/host/TemporaryFolder.h"
+#include "tests/support/ProcessState.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <csignal>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "inmemoryprovider/PluginEntry.h"
-#include "tests/host/HookedProvider.h"
+#include "tests/support/HookedProvider.h"
 
 namespace faults {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/host/validate/Fault.h"
+#include "tests/host/validate/faults/Fault.h"
 
 #include <span>
 

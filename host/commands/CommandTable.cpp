@@ -1,0 +1,45 @@
+#include "host/commands/CommandTable.h"
+
+#include "host/commands/CommandFactories.h"
+
+namespace storage::host {
+
+namespace {
+
+constexpr CommandInfo commands[] = {
+    {"ls", "[-l] [-R] [PATTERN...]", "List files, and what folders hold.", makeLsCommand},
+    {"tree", "[-L DEPTH] [PATH]", "Draw a tree and count its folders and files.", makeTreeCommand},
+    {"find", "[PATH...] [-name PATTERN] [-type f|d]", "List entries at any depth.", makeFindCommand},
+    {"stat", "PATH...", "Show all there is to know of entries.", makeStatCommand},
+    {"du", "[-s] [PATH...]", "Sum up the bytes of files, folder by folder.", makeDuCommand},
+    {"cd", "[PATH]", "Change the current folder, without PATH to the root.", makeCdCommand},
+    {"pwd", "", "Print the current folder.", makePwdCommand},
+    {"mkdir", "[-p] PATH...", "Make folders.", makeMkdirCommand},
+    {"rmdir", "PATH...", "Remove empty folders.", makeRmdirCommand},
+    {"rm", "[-r] [-f] PATH...", "Remove files, with -r folders too.", makeRmCommand},
+    {"cp", "[-r] SOURCE... DESTINATION", "Copy files, with -r folders too.", makeCpCommand},
+    {"mv", "[-f] SOURCE... DESTINATION", "Move or rename files and folders.", makeMvCommand},
+    {"touch", "PATH...", "Set times to now, making missing files.", makeTouchCommand},
+    {"chmod", "+w|-w PATH...", "Make entries writable or read-only.", makeChmodCommand},
+    {"cat", "PATH...", "Print the bytes of files.", makeCatCommand},
+    {"write", "PATH [TEXT...]", "Replace a file's content by a line of text.", makeWriteCommand},
+    {"append", "PATH [TEXT...]", "Add a line of text to a file.", makeAppendCommand},
+    {"truncate", "-s SIZE PATH...", "Cut files off, or fill them up with zeros, at SIZE bytes.",
+     makeTruncateCommand},
+    {"import", "DISK-PATH... PATH", "Copy files and folders from the disk into the storage.",
+     makeImportCommand},
+    {"export", "PATH... DISK-PATH", "Copy files and folders from the storage to the disk.",
+     makeExportCommand},
+    {"check", "[-t] [PATH DISK-PATH]", "Compare what was imported, or PATH, with the disk.",
+     makeCheckCommand},
+    {"help", "[COMMAND]", "List the commands, or explain one.", makeHelpCommand},
+    {"exit", "", "End the session.", makeExitCommand},
+};
+
+} // namespace
+
+std::span<const CommandInfo> commandTable() {
+    return commands;
+}
+
+} // namespace storage::host

@@ -1,0 +1,35 @@
+#include "host/commands/StorageDestination.h"
+
+#include "host/support/CommandError.h"
+
+namespace storage::host {
+
+std::optional<StorageDestination> StorageDestination::find(const Session& session, const std::string& operand,
+                                                           std::size_t sources) {
+    std::optional<StorageDestination> destination;
+    session.console().attempt(operand, [&] { destination = StorageDestination(session, operand, sources); });
+    return destination;
+}
+
+StorageDestination::StorageDestination(const Session& session, const std::string& operand,
+                                       std::size_t sources)
+    : path_(session.resolve(operand)),
+      isFolder_(session.existence(path_) == Session::EntryExistence::Folder) {
+    if (sources > 1) {
+        session.requireFolder(path_);
+    }
+}
+
+StoragePath StorageDestination::of(std::u16string_view name) {
+    StoragePath target = isFolder_ && !name.empty() ? path_.child(name) : path_;
+    if (!taken_.insert(target.text()).second) {
+        throw CommandError(target.printed(), "another source of this name went there already");
+    }
+    return target;
+}
+
+TopAttributes StorageDestination::attributesFor(std::u16string_view name) const {
+    return isFolder_ && name.empty() ? TopAttributes::Untouched : TopAttributes::FromSource;
+}
+
+} // namespace storage::host

@@ -1,0 +1,69 @@
+#include "host/console/Console.h"
+
+#include "host/support/Interrupted.h"
+#include "host/support/OutputError.h"
+#include "host/support/UsageError.h"
+#include "host/support/Utf.h"
+
+#include <utility>
+
+namespace storage::host {
+
+std::string Console::shown(std::u16string_view text) const {
+    auto utf8 = toUtf8(text);
+    return outKind_ == OutputKind::Terminal || !utf8 ? printable(text) : *std::move(utf8);
+}
+
+void Console::beginCommand(std::string command) {
+    command_ = std::move(command);
+    failures_ = 0;
+}
+
+void Console::report(const Failure& failure) {
+    ++failures_;
+    printLine(failure.path, failure.reason);
+}
+
+void Console::notice(const std::string& path, const std::string& text) {
+    printLine(path, text);
+}
+
+void Console::attempt(const std::string& path, const std::function<void()>& step) {
+    try {
+        step();
+    } catch (const Interrupted&) {
+        throw;
+    } catch (const OutputError&) {
+        throw;
+    } catch (const UsageError&) {
+        throw;
+    } catch (...) {
+        report(Failure::ofCurrentException(path));
+    }
+}
+
+void Console::drawProgress(const std::string& line) {
+    err_ << "\r\033[K" << line << std::flush;
+    progressShown_ = true;
+}
+
+void Console::clearProgress() {
+    if (std::exchange(progressShown_, false)) {
+        err_ << "\r\033[K" << std::flush;
+    }
+}
+
+void Console::printLine(const std::string& path, const std::string& text) {
+    clearProgress();
+    out_.flush();
+    std::string line = "qzstorage: ";
+    for (const std::string& part : {command_, path}) {
+        if (!part.empty()) {
+            line += printableInMessage(part) + ": ";
+        }
+    }
+    err_ << line + printableInMessage(text) + '\n'
+         << std::flush; // in one piece, also when others write there
+}
+
+} // namespace storage::host

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "host/console/OutputKind.h"
+#include "host/support/Failure.h"
+
+#include <cstddef>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+namespace storage::host {
+
+/// Everything the program says: results on the output, failures and progress on the error stream, in an order
+/// that makes sense when both go to one place.
+///
+/// Borrows its two streams. Between calls the progress line is either not there or the last thing on the
+/// error stream. Thread safety: one object is for one thread.
+class Console {
+public:
+    Console(std::ostream& out, OutputKind outKind, std::ostream& err, OutputKind errKind)
+        : out_(out), outKind_(outKind), err_(err), errKind_(errKind) {}
+
+    std::ostream& out() { return out_; }
+
+    /// A name or path as results show it: as it is, but without control characters on a terminal. What UTF-8
+    /// cannot spell is escaped in any case.
+    std::string shown(std::u16string_view text) const;
+
+    /// From here on failures are those of `command`, and none has been reported yet.
+    void beginCommand(std::string command);
+
+    std::size_t failuresOfCommand() const noexcept { return failures_; }
+
+    /// Reports a failure of the command in one line: "qzstorage: COMMAND: PATH: reason". Control characters
+    /// and ill-formed bytes are escaped, what is endless is shortened.
+    void report(const Failure& failure);
+
+    /// Prints "qzstorage: COMMAND: PATH: text" without counting a failure.
+    void notice(const std::string& path, const std::string& text);
+
+    /// Runs one step of the command; what it throws is reported and the command can go on with the next one.
+    /// Interrupted, OutputError and UsageError end the command and pass.
+    /// @param path  the path to name when the exception has none
+    void attempt(const std::string& path, const std::function<void()>& step);
+
+    /// Whether the error stream has a place for a line that is rewritten again and again.
+    bool showsProgress() const noexcept { return errKind_ == OutputKind::Terminal; }
+
+    /// The error stream has no place for such a line any more.
+    void showNoProgress() noexcept { errKind_ = OutputKind::Plain; }
+
+    void drawProgress(const std::string& line);
+    void clearProgress();
+
+private:
+    void printLine(const std::string& path, const std::string& text);
+
+    std::ostream& out_;
+    OutputKind outKind_;
+    std::ostream& err_;
+    OutputKind errKind_;
+    std::string command_;
+    std::size_t failures_ = 0;
+    bool progressShown_ = false;
+};
+
+} // namespace storage::host

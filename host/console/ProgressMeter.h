@@ -1,0 +1,35 @@
+#pragma once
+
+#include "host/console/Console.h"
+
+#include <chrono>
+
+namespace storage::host {
+
+/// Shows a person at a terminal how far a transfer is: entries, bytes, rate. Elsewhere it shows nothing.
+///
+/// Borrows the console; takes its line away when it is destroyed. Thread safety: one object is for one
+/// thread.
+class ProgressMeter {
+public:
+    explicit ProgressMeter(Console& console);
+    ~ProgressMeter();
+    ProgressMeter(const ProgressMeter&) = delete;
+    ProgressMeter& operator=(const ProgressMeter&) = delete;
+
+    void countEntry();
+    void countBytes(unsigned long long bytes);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void redraw();
+
+    Console& console_;
+    const Clock::time_point start_ = Clock::now();
+    Clock::time_point lastDrawn_ = start_;
+    unsigned long long entries_ = 0;
+    unsigned long long bytes_ = 0;
+};
+
+} // namespace storage::host

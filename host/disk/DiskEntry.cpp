@@ -1,0 +1,78 @@
+#include "host/disk/DiskEntry.h"
+
+#include "host/disk/DiskError.h"
+#include "host/support/FileTime.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace storage::host {
+
+namespace {
+
+DiskEntry::Kind kindOf(mode_t mode) {
+    switch (mode & S_IFMT) {
+    case S_IFREG:
+        return DiskEntry::Kind::File;
+    case S_IFDIR:
+        return DiskEntry::Kind::Folder;
+    case S_IFLNK:
+        return DiskEntry::Kind::SymbolicLink;
+    case S_IFSOCK:
+        return DiskEntry::Kind::Socket;
+    case S_IFIFO:
+        return DiskEntry::Kind::Fifo;
+    default:
+        return DiskEntry::Kind::Device;
+    }
+}
+
+DiskEntry fromStatus(const struct stat& status) {
+    return {kindOf(status.st_mode), static_cast<unsigned long long>(status.st_size),
+            fromDiskTime(status.st_mtim), (status.st_mode & S_IWUSR) != 0};
+}
+
+} // namespace
+
+DiskEntry DiskEntry::at(const std::string& path, Links links) {
+    struct stat status {};
+    const int flags = links == Links::Follow ? 0 : AT_SYMLINK_NOFOLLOW;
+    if (::fstatat(AT_FDCWD, path.c_str(), &status, flags) != 0) {
+        throw diskError(path, errno);
+    }
+    return fromStatus(status);
+}
+
+DiskEntry DiskEntry::of(const FileDescriptor& file) {
+    struct stat status {};
+    if (::fstat(file.number(), &status) != 0) {
+        throw diskError(file.path(), errno);
+    }
+    return fromStatus(status);
+}
+
+bool DiskEntry::exists(const std::string& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+const char* describe(DiskEntry::Kind kind) {
+    switch (kind) {
+    case DiskEntry::Kind::File:
+        return "a file";
+    case DiskEntry::Kind::Folder:
+        return "a folder";
+    case DiskEntry::Kind::SymbolicLink:
+        return "a symbolic link";
+    case DiskEntry::Kind::Socket:
+        return "a socket";
+    case DiskEntry::Kind::Fifo:
+        return "a fifo";
+    case DiskEntry::Kind::Device:
+        break;
+    }
+    return "a device";
+}
+
+} // namespace storage::host

@@ -1,0 +1,11 @@
+#include "host/disk/DiskError.h"
+
+#include <system_error>
+
+namespace storage::host {
+
+CommandError diskError(const std::string& path, int error) {
+    return {path, std::generic_category().message(error)};
+}
+
+} // namespace storage::host

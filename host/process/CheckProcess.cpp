@@ -1,0 +1,152 @@
+#include "host/process/CheckProcess.h"
+
+#include "host/support/Interruption.h"
+#include "host/support/SystemCall.h"
+#include "host/support/Utf.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+namespace storage::host {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/// How long a signal that arrives between two waits may go unnoticed.
+constexpr milliseconds longestWait(100);
+
+/// More than a pipe holds; what a process that ran away still writes is nobody's concern.
+constexpr std::size_t mostLeftInPipe = 1U << 20U;
+
+/// A descriptor that is readable once a process has ended. The library of Debian 12 declares its own function for C alone.
+FileDescriptor openProcess(pid_t id) {
+    return FileDescriptor::adopt(checked(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)), "pidfd_open"),
+                                 "process");
+}
+
+void announceTo(const FileDescriptor& pipe, const CheckVerdict& verdict) {
+    const std::string message =
+        static_cast<char>(verdict.result) + printableInMessage(verdict.reason); // in one piece
+    pipe.write(message);
+}
+
+/// Runs in the new process.
+void runTask(const CheckProcess::Task& task, const Pipe& verdict, const Pipe& output) {
+    checked(::dup2(output.writeEnd.number(), STDOUT_FILENO), "dup2");
+    checked(::dup2(output.writeEnd.number(), STDERR_FILENO), "dup2");
+    std::setvbuf(stdout, nullptr, _IONBF, 0); // a crash is to lose nothing
+    task([&](const CheckVerdict& announced) { announceTo(verdict.writeEnd, announced); });
+}
+
+/// Hands on what there is to be read.
+/// @return whether there may be more later
+template <class Taker>
+bool take(const FileDescriptor& pipe, Taker&& taker) {
+    std::array<char, 65536> buffer{};
+    for (std::size_t total = 0; total < mostLeftInPipe;) {
+        const ssize_t count = ::read(pipe.number(), buffer.data(), buffer.size());
+        if (count <= 0) {
+            return count < 0;
+        }
+        taker(std::string_view(buffer.data(), static_cast<std::size_t>(count)));
+        total += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+/// "SIGSEGV".
+std::string signalName(int signal) {
+    const char* const name = ::sigabbrev_np(signal);
+    return name == nullptr ? fmt::format("signal {}", signal) : fmt::format("SIG{}", name);
+}
+
+std::string howItEnded(int status) {
+    return WIFSIGNALED(status) ? "ended by " + signalName(WTERMSIG(status))
+                               : fmt::format("ended with exit status {}", WEXITSTATUS(status));
+}
+
+double inSeconds(milliseconds time) {
+    return std::chrono::duration<double>(time).count();
+}
+
+bool endedWell(int status) {
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+} // namespace
+
+CheckProcess::CheckProcess(const Task& task)
+    : CheckProcess(task, Pipe::make("verdict"), Pipe::make("output")) {}
+
+CheckProcess::CheckProcess(const Task& task, Pipe verdict, Pipe output)
+    : process_([&] { runTask(task, verdict, output); }),
+      ended_(openProcess(process_.id())),
+      verdictEnd_(std::move(verdict.readEnd)),
+      outputEnd_(std::move(output.readEnd)) {}
+
+CheckOutcome CheckProcess::wait(milliseconds limit) {
+    const End end = watch(start_ + limit);
+    const int status = process_.end();
+    takeVerdict();
+    takeOutput();
+    const auto duration = std::chrono::duration_cast<milliseconds>(Clock::now() - start_);
+    return {verdict(end, status, limit), output_.text(), duration};
+}
+
+CheckProcess::End CheckProcess::watch(Clock::time_point deadline) {
+    std::array<pollfd, 3> sources{
+        {{ended_.number(), POLLIN, 0}, {verdictEnd_.number(), POLLIN, 0}, {outputEnd_.number(), POLLIN, 0}}};
+    for (auto now = Clock::now(); now < deadline; now = Clock::now()) {
+        Interruption::check();
+        const auto wait = std::min(std::chrono::ceil<milliseconds>(deadline - now), longestWait);
+        if (::poll(sources.data(), sources.size(), static_cast<int>(wait.count())) <= 0) {
+            continue;
+        }
+        if (sources[0].revents != 0) {
+            return End::ByItself;
+        }
+        if (sources[1].revents != 0 && !takeVerdict()) {
+            sources[1].fd = -1; // closed at the other end: there is nothing to wait for
+        }
+        if (sources[2].revents != 0 && !takeOutput()) {
+            sources[2].fd = -1;
+        }
+    }
+    return End::TimeOver;
+}
+
+bool CheckProcess::takeVerdict() {
+    return take(verdictEnd_, [this](std::string_view bytes) { announced_ += bytes; });
+}
+
+bool CheckProcess::takeOutput() {
+    return take(outputEnd_, [this](std::string_view bytes) { output_.append(bytes); });
+}
+
+CheckVerdict CheckProcess::verdict(End end, int status, milliseconds limit) const {
+    const std::string ending =
+        end == End::TimeOver
+            ? fmt::format("did not end within {:g} s (--timeout gives more)", inSeconds(limit))
+            : howItEnded(status);
+    if (announced_.empty()) {
+        return {CheckResult::Crash, ending};
+    }
+    CheckVerdict announced{static_cast<CheckResult>(announced_.front()), announced_.substr(1)};
+    if (end == End::ByItself && endedWell(status)) {
+        return announced;
+    }
+    return announced.result == CheckResult::Fail
+               ? CheckVerdict{CheckResult::Fail, announced.reason + "; then the check " + ending}
+               : CheckVerdict{CheckResult::Crash, ending + " after the check itself"};
+}
+
+} // namespace storage::host

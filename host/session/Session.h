@@ -1,0 +1,72 @@
+#pragma once
+
+#include "host/console/Console.h"
+#include "host/session/ImportLog.h"
+#include "host/storage/StoragePath.h"
+#include "host/support/Interruption.h"
+#include "hostapi/storage/provider/IProvider.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace storage::host {
+
+/// What the commands of one session share: the storage, the current folder, the imports made so far, and the
+/// ways to talk to the user and to hear that the user wants to stop.
+///
+/// Holds the provider; borrows console and interruption. The current folder need not exist any more.
+/// Thread safety: one object is for one thread.
+class Session {
+public:
+    using IProvider = foundation::storage::provider::IProvider;
+    using EntryExistence = foundation::storage::provider::EntryExistence;
+
+    Session(std::shared_ptr<const IProvider> provider, Console& console, const Interruption& interruption)
+        : provider_(std::move(provider)), console_(console), interruption_(interruption) {}
+
+    const IProvider& provider() const noexcept { return *provider_; }
+    Console& console() const noexcept { return console_; }
+    const Interruption& interruption() const noexcept { return interruption_; }
+    ImportLog& imports() noexcept { return imports_; }
+
+    const StoragePath& currentFolder() const noexcept { return currentFolder_; }
+    void setCurrentFolder(const StoragePath& folder) { currentFolder_ = folder; }
+
+    /// Asks whoever reads the command lines to read no more.
+    void end() noexcept { ended_ = true; }
+    bool ended() const noexcept { return ended_; }
+
+    /// The path that a word of a command names.
+    /// @throws CommandError when the word is empty or not UTF-8
+    StoragePath resolve(std::string_view word) const;
+
+    EntryExistence existence(const StoragePath& path) const;
+
+    /// What stands at `path`, which must be something.
+    /// @throws CommandError when nothing is there, naming the file above `path` if that is why
+    EntryExistence requireEntry(const StoragePath& path) const;
+
+    /// @throws CommandError unless a folder stands at `path`
+    void requireFolder(const StoragePath& path) const;
+
+    /// @throws CommandError unless a file stands at `path`
+    void requireFile(const StoragePath& path) const;
+
+    /// Refuses a path that leads through a file, where nothing can ever be.
+    /// @throws CommandError naming the file
+    void refuseFileAbove(const StoragePath& path) const;
+
+    /// @throws CommandError when a folder stands at `path`, or a file above it
+    void refuseFolder(const StoragePath& path) const;
+
+private:
+    std::shared_ptr<const IProvider> provider_;
+    Console& console_;
+    const Interruption& interruption_;
+    StoragePath currentFolder_;
+    ImportLog imports_;
+    bool ended_ = false;
+};
+
+} // namespace storage::host

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/session/Session.h"
+#include "host/shell/CommandSyntax.h"
+
+#include <string>
+#include <vector>
+
+namespace storage::host {
+
+/// One command of the language, made for one command line: first `declare`, then `run`.
+class Command {
+public:
+    using Words = std::vector<std::string>;
+
+    Command() = default;
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+    virtual ~Command() = default;
+
+    /// Says which options and operands the command takes. Option values are stored in this object.
+    virtual void declare(CommandSyntax& syntax) = 0;
+
+    /// The words of the line as the syntax is to see them, for commands with words that only look like
+    /// options.
+    virtual Words arrange(Words words) const { return words; }
+
+    /// Does the work. Failures that do not end the command are reported to the session's console.
+    /// @param operands  as many as were declared
+    /// @throws UsageError, CommandError, Interrupted, OutputError, and whatever the provider throws
+    virtual void run(Session& session, const Words& operands) = 0;
+};
+
+} // namespace storage::host

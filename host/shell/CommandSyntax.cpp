@@ -1,0 +1,147 @@
+#include "host/shell/CommandSyntax.h"
+
+#include "host/support/UsageError.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace storage::host {
+
+namespace {
+
+/// The parser ends at this word, which has no meaning in this language; a mark in front hides it.
+constexpr std::string_view parserTerminator = "++";
+constexpr char mark = '\0';
+
+std::string hidden(const std::string& word) {
+    return word == parserTerminator ? mark + word : word;
+}
+
+std::string unhidden(const std::string& word) {
+    return !word.empty() && word.front() == mark && word.substr(1) == parserTerminator ? word.substr(1)
+                                                                                       : word;
+}
+
+/// Whether an option is a whole word behind one dash.
+bool isWord(const std::string& name) {
+    return name.size() > 2;
+}
+
+bool looksLikeOption(const std::string& word) {
+    return word.size() > 1 && word.front() == '-';
+}
+
+} // namespace
+
+CommandSyntax::CommandSyntax(std::string_view name, std::string_view synopsis, std::string_view summary)
+    : name_(name), synopsis_(synopsis), summary_(summary), app_(std::make_unique<CLI::App>(summary_, name_)) {
+    app_->set_help_flag("--help");
+    // Operands are collected here, as the parser would take one in square brackets for a list of several.
+    app_->allow_extras();
+}
+
+CommandSyntax::~CommandSyntax() = default;
+
+void CommandSyntax::flag(const std::string& name, bool& target, const std::string& description) {
+    app_->add_flag(name, target);
+    helpLines_.push_back({name, description});
+}
+
+void CommandSyntax::option(const std::string& name, const std::string& value,
+                           std::optional<std::string>& target, const std::string& description) {
+    CLI::Option* const parsed = app_->add_option_function<std::string>(
+        (isWord(name) ? "-" : "") + name, [&target](const std::string& text) { target = unhidden(text); });
+    parsed->multi_option_policy(CLI::MultiOptionPolicy::TakeLast); // more than one are refused afterwards
+    options_.push_back({name, value, parsed});
+    helpLines_.push_back({name + ' ' + value, description});
+}
+
+void CommandSyntax::operands(std::size_t least, std::size_t most) {
+    least_ = least;
+    most_ = most;
+}
+
+std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::string> words) {
+    translateWordOptions(words);
+    std::reverse(words.begin(), words.end()); // as the parser wants it
+    try {
+        app_->parse(words);
+    } catch (const CLI::CallForHelp&) {
+        return std::nullopt;
+    } catch (const CLI::ArgumentMismatch& error) {
+        refuseMissingValue(error);
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what());
+    }
+    refuseRepeatedOptions();
+    auto operands = collectOperands();
+    if (operands.size() < least_) {
+        throw UsageError(fmt::format("missing operand, usage: {} {}", name_, synopsis_));
+    }
+    if (operands.size() > most_) {
+        throw UsageError(fmt::format("one operand too many: '{}'", operands[most_]));
+    }
+    return operands;
+}
+
+/// Prepares the words up to "--" for the parser, which knows options of more than one letter only with two
+/// dashes.
+void CommandSyntax::translateWordOptions(std::vector<std::string>& words) const {
+    bool isValue = false;
+    for (std::string& word : words) {
+        if (word == "--" && !isValue) {
+            return;
+        }
+        const bool isOption =
+            !isValue && std::any_of(options_.begin(), options_.end(),
+                                    [&word](const Option& option) { return option.name == word; });
+        word = isOption && isWord(word) ? word.insert(0, 1, '-') : hidden(word);
+        isValue = isOption;
+    }
+}
+
+/// The parser's own words name an option with the dashes that it knows it by.
+void CommandSyntax::refuseMissingValue(const CLI::ArgumentMismatch& error) const {
+    const std::string text = error.what();
+    for (const Option& option : options_) {
+        if (text.starts_with(option.parsed->get_name() + ':')) {
+            throw UsageError(fmt::format("{} needs a value, {}", option.name, option.value));
+        }
+    }
+    throw UsageError(text);
+}
+
+void CommandSyntax::refuseRepeatedOptions() const {
+    for (const Option& option : options_) {
+        if (option.parsed->count() > 1) {
+            throw UsageError(fmt::format("{} is given more than once", option.name));
+        }
+    }
+}
+
+std::vector<std::string> CommandSyntax::collectOperands() const {
+    std::vector<std::string> result;
+    bool optionsEnded = false;
+    for (const std::string& word : app_->remaining()) {
+        if (!optionsEnded && word == "--") {
+            optionsEnded = true;
+        } else if (!optionsEnded && looksLikeOption(word)) {
+            throw UsageError(fmt::format("unknown option '{}'", word));
+        } else {
+            result.push_back(optionsEnded ? word : unhidden(word));
+        }
+    }
+    return result;
+}
+
+std::string CommandSyntax::help() const {
+    std::string text =
+        fmt::format("usage: {}{}{}\n{}\n", name_, synopsis_.empty() ? "" : " ", synopsis_, summary_);
+    for (const HelpLine& line : helpLines_) {
+        text += fmt::format("  {:<16}{}\n", line.term, line.description);
+    }
+    return text;
+}
+
+} // namespace storage::host

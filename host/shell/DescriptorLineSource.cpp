@@ -1,0 +1,65 @@
+#include "host/shell/DescriptorLineSource.h"
+
+#include "host/disk/DiskError.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <unistd.h>
+#include <utility>
+
+namespace storage::host {
+
+namespace {
+
+constexpr std::size_t readAtOnce = 65536;
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+} // namespace
+
+DescriptorLineSource::DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption)
+    : descriptor_(descriptor), name_(std::move(name)), interruption_(interruption), block_(readAtOnce) {}
+
+std::optional<std::string> DescriptorLineSource::next() {
+    auto line = readLine();
+    if (line && std::exchange(firstLine_, false) && line->starts_with(byteOrderMark)) {
+        line->erase(0, byteOrderMark.size());
+    }
+    return line;
+}
+
+std::optional<std::string> DescriptorLineSource::readLine() {
+    std::string line;
+    while (position_ < end_ || fill()) {
+        const auto begin = block_.begin() + static_cast<std::ptrdiff_t>(position_);
+        const auto end = block_.begin() + static_cast<std::ptrdiff_t>(end_);
+        const auto newline = std::find(begin, end, '\n');
+        line.append(begin, newline);
+        position_ = static_cast<std::size_t>(newline - block_.begin());
+        if (newline != end) {
+            ++position_;
+            if (line.ends_with('\r')) {
+                line.pop_back();
+            }
+            return line;
+        }
+    }
+    return line.empty() ? std::nullopt : std::optional(std::move(line)); // a last line may lack its newline
+}
+
+/// Reads what is there; false at the end.
+bool DescriptorLineSource::fill() {
+    for (;;) {
+        interruption_.check();
+        const ssize_t got = ::read(descriptor_, block_.data(), block_.size());
+        if (got >= 0) {
+            position_ = 0;
+            end_ = static_cast<std::size_t>(got);
+            return got > 0;
+        }
+        if (errno != EINTR) {
+            throw diskError(name_, errno);
+        }
+    }
+}
+
+} // namespace storage::host

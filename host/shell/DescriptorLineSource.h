@@ -1,0 +1,36 @@
+#pragma once
+
+#include "host/shell/LineSource.h"
+#include "host/support/Interruption.h"
+
+#include <string>
+#include <vector>
+
+namespace storage::host {
+
+/// Lines of any length from a file or pipe, handed out as soon as they have arrived. What editors put around
+/// them is taken off: a carriage return before the newline, a byte order mark at the beginning.
+///
+/// Borrows the descriptor. Thread safety: one object is for one thread.
+class DescriptorLineSource final : public LineSource {
+public:
+    /// @param descriptor  open for reading
+    /// @param name        what failures call it
+    DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption);
+
+    std::optional<std::string> next() override;
+
+private:
+    std::optional<std::string> readLine();
+    bool fill();
+
+    const int descriptor_;
+    const std::string name_;
+    const Interruption& interruption_;
+    std::vector<char> block_;
+    std::size_t position_ = 0;
+    std::size_t end_ = 0;
+    bool firstLine_ = true;
+};
+
+} // namespace storage::host

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "host/session/Session.h"
+#include "host/shell/CommandInfo.h"
+#include "host/shell/FailureHandling.h"
+#include "host/shell/LineSource.h"
+#include "host/shell/Word.h"
+#include "host/support/ExitStatus.h"
+#include "host/support/Interruption.h"
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace storage::host {
+
+/// Runs the lines of the language in a session.
+///
+/// Borrows the table of commands, session and interruption. Thread safety: one object is for one thread.
+class Shell {
+public:
+    /// @param commands  all that a line can name
+    Shell(std::span<const CommandInfo> commands, Session& session, Interruption& interruption,
+          FailureHandling failureHandling)
+        : commands_(commands),
+          session_(session),
+          interruption_(interruption),
+          failureHandling_(failureHandling) {}
+
+    /// Runs lines until they or the session end, or a failure stops them.
+    /// @throws OutputError when nobody takes the output any more
+    ExitStatus run(LineSource& lines);
+
+    /// Runs one line. What goes wrong has been reported when this returns.
+    /// @throws OutputError when nobody takes the output any more
+    ExitStatus execute(std::string_view line);
+
+private:
+    ExitStatus runNext(LineSource& lines);
+    void runLine(std::string_view line);
+    std::vector<std::string> expand(std::span<const Word> words);
+    void runCommand(const CommandInfo& info, std::vector<std::string> words);
+    std::string place() const;
+    bool stopsAt(ExitStatus status) const;
+
+    const std::span<const CommandInfo> commands_;
+    Session& session_;
+    Interruption& interruption_;
+    const FailureHandling failureHandling_;
+    unsigned long long lineNumber_ = 0;
+    bool linesEnded_ = false;
+};
+
+} // namespace storage::host

@@ -1,0 +1,31 @@
+#include "host/storage/Listing.h"
+
+#include "hostapi/storage/provider/HandedOut.h"
+
+#include <algorithm>
+
+namespace storage::host {
+
+using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::handedOut;
+using foundation::storage::provider::IFolderEntryIterator;
+
+std::vector<FolderEntry> readEntries(std::unique_ptr<IFolderEntryIterator> listing) {
+    listing = handedOut(std::move(listing), "listing");
+    std::vector<FolderEntry> entries;
+    while (listing->hasNext()) {
+        listing->step();
+        entries.push_back(listing->getEntry());
+    }
+    return entries;
+}
+
+std::vector<FolderEntry> sortedEntries(std::unique_ptr<IFolderEntryIterator> listing) {
+    auto entries = readEntries(std::move(listing));
+    std::sort(entries.begin(), entries.end(), [](const FolderEntry& left, const FolderEntry& right) {
+        return left.getName() < right.getName();
+    });
+    return entries;
+}
+
+} // namespace storage::host

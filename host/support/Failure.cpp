@@ -1,0 +1,46 @@
+#include "host/support/Failure.h"
+
+#include "host/support/CommandError.h"
+#include "host/support/Utf.h"
+#include "hostapi/core/except/IException.h"
+#include "hostapi/storage/provider/Exception.h"
+
+#include <new>
+#include <system_error>
+
+namespace storage::host {
+
+using foundation::core::except::IException;
+using foundation::storage::provider::Exception;
+
+namespace {
+
+/// What the exception says behind its path: of a code without a name, the number too.
+std::string reasonOf(const Exception& error) {
+    const std::string text = error.what();
+    return text.substr(text.rfind(Exception::describe(error.getErrorCode())));
+}
+
+} // namespace
+
+Failure Failure::ofCurrentException(const std::string& path) {
+    try {
+        throw;
+    } catch (const CommandError& error) {
+        return {error.path(), error.what()};
+    } catch (const Exception& error) {
+        return {printable(error.getIRI().getPath()), reasonOf(error)};
+    } catch (const std::bad_alloc&) {
+        return {path, "out of memory"};
+    } catch (const std::system_error& error) {
+        return {path, error.code().message()};
+    } catch (const std::exception& error) {
+        return {path, error.what()};
+    } catch (const IException& error) {
+        return {path, error.what()};
+    } catch (...) {
+        return {path, "unknown failure"};
+    }
+}
+
+} // namespace storage::host

@@ -1,0 +1,58 @@
+#include "host/support/FileTime.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+namespace storage::host {
+
+using boost::gregorian::date;
+using boost::posix_time::microseconds;
+using boost::posix_time::ptime;
+using boost::posix_time::seconds;
+
+namespace {
+
+ptime epoch() {
+    return ptime(date(1970, 1, 1));
+}
+
+} // namespace
+
+ptime fromDiskTime(const timespec& time) {
+    static const ptime earliest(date(1400, 1, 1));
+    static const ptime latest(date(9999, 12, 31));
+    const long second = std::clamp(time.tv_sec, (earliest - epoch()).total_seconds(),
+                                   static_cast<std::time_t>((latest - epoch()).total_seconds()));
+    return epoch() + seconds(second) + microseconds(time.tv_nsec / 1000);
+}
+
+timespec toDiskTime(const ptime& time) {
+    if (time.is_special()) {
+        return {0, UTIME_OMIT};
+    }
+    const long total = (time - epoch()).total_microseconds();
+    const long micros = ((total % microsecondsPerSecond) + microsecondsPerSecond) % microsecondsPerSecond;
+    return {(total - micros) / microsecondsPerSecond, micros * 1000};
+}
+
+std::string formatSeconds(const ptime& time) {
+    if (time.is_special()) {
+        return "-";
+    }
+    const auto day = time.date().year_month_day();
+    const auto clock = time.time_of_day();
+    return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", static_cast<int>(day.year),
+                       static_cast<int>(day.month), static_cast<int>(day.day), clock.hours(), clock.minutes(),
+                       clock.seconds());
+}
+
+std::string formatMicroseconds(const ptime& time) {
+    if (time.is_special()) {
+        return "-";
+    }
+    const long micros = time.time_of_day().total_microseconds() % microsecondsPerSecond;
+    return fmt::format("{}.{:06} UTC", formatSeconds(time), micros);
+}
+
+} // namespace storage::host

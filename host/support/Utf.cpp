@@ -1,0 +1,120 @@
+#include "host/support/Utf.h"
+
+#include <fmt/format.h>
+#include <iterator>
+#include <utf8.h>
+
+namespace storage::host {
+
+namespace {
+
+constexpr std::size_t longestInMessage = 5000; ///< bytes
+constexpr std::size_t keptOfEachEnd = 1000;
+constexpr int longestCharacter = 4;
+
+constexpr bool isControl(char32_t character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0);
+}
+
+/// Marks of the direction of writing and separators of lines: a name with one of them can look like another
+/// name, or like two.
+constexpr bool isLayout(char32_t character) {
+    return character == 0x061C || character == 0x200E || character == 0x200F ||
+           (character >= 0x2028 && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
+}
+
+constexpr bool isInsideCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+void appendPrintable(std::string& result, char32_t character) {
+    if (character == U'\n') {
+        result += "\\n";
+    } else if (character == U'\t') {
+        result += "\\t";
+    } else if (character < 0x80 && isControl(character)) {
+        result += fmt::format("\\x{:02X}", static_cast<unsigned>(character));
+    } else if (isControl(character) || isLayout(character)) {
+        result += fmt::format("\\u{:04X}", static_cast<unsigned>(character));
+    } else {
+        utf8::append(character, std::back_inserter(result));
+    }
+}
+
+constexpr bool isLeadSurrogate(char16_t unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+constexpr bool isTrailSurrogate(char16_t unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+} // namespace
+
+std::optional<std::u16string> toUtf16(std::string_view text) {
+    if (!utf8::is_valid(text.begin(), text.end())) {
+        return std::nullopt;
+    }
+    std::u16string result;
+    result.reserve(text.size());
+    utf8::utf8to16(text.begin(), text.end(), std::back_inserter(result));
+    return result;
+}
+
+std::optional<std::string> toUtf8(std::u16string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    try {
+        utf8::utf16to8(text.begin(), text.end(), std::back_inserter(result));
+    } catch (const utf8::invalid_utf16&) {
+        return std::nullopt;
+    }
+    return result;
+}
+
+std::string printable(std::string_view text) {
+    std::string result;
+    auto position = text.begin();
+    while (position != text.end()) {
+        const auto invalid = utf8::find_invalid(position, text.end());
+        while (position != invalid) {
+            appendPrintable(result, static_cast<char32_t>(utf8::next(position, invalid)));
+        }
+        if (position != text.end()) {
+            result += fmt::format("\\x{:02X}", static_cast<unsigned char>(*position));
+            ++position;
+        }
+    }
+    return result;
+}
+
+std::string printable(std::u16string_view text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (isLeadSurrogate(text[i]) && i + 1 < text.size() && isTrailSurrogate(text[i + 1])) {
+            appendPrintable(result, 0x10000U + ((text[i] - 0xD800U) << 10U) + (text[i + 1] - 0xDC00U));
+            ++i;
+        } else if (isLeadSurrogate(text[i]) || isTrailSurrogate(text[i])) {
+            result += fmt::format("\\u{:04X}", static_cast<unsigned>(text[i]));
+        } else {
+            appendPrintable(result, text[i]);
+        }
+    }
+    return result;
+}
+
+std::string printableInMessage(std::string_view text) {
+    if (text.size() <= longestInMessage) {
+        return printable(text);
+    }
+    std::size_t headEnd = keptOfEachEnd;
+    std::size_t tailBegin = text.size() - keptOfEachEnd;
+    for (int i = 1; i < longestCharacter; ++i) {
+        headEnd -= isInsideCharacter(text[headEnd]) ? 1 : 0;
+        tailBegin += isInsideCharacter(text[tailBegin]) ? 1 : 0;
+    }
+    return fmt::format("{}...({} bytes left out)...{}", printable(text.substr(0, headEnd)),
+                       tailBegin - headEnd, printable(text.substr(tailBegin)));
+}
+
+} // namespace storage::host

@@ -1,0 +1,40 @@
+#include "host/transfer/DiskDestination.h"
+
+#include "host/disk/DiskEntry.h"
+#include "host/disk/DiskFolder.h"
+#include "host/support/CommandError.h"
+
+namespace storage::host {
+
+namespace {
+
+bool isFolder(const std::string& path) {
+    try {
+        return DiskEntry::at(path, DiskEntry::Links::Follow).kind == DiskEntry::Kind::Folder;
+    } catch (const CommandError&) {
+        return false; // what is wrong with the path is said when something is written there
+    }
+}
+
+} // namespace
+
+DiskDestination::DiskDestination(const std::string& operand, std::size_t sources)
+    : path_(diskOperand(operand)), isFolder_(isFolder(path_)) {
+    if (sources > 1 && !isFolder_) {
+        throw CommandError(path_, "not a folder");
+    }
+}
+
+std::string DiskDestination::of(const std::string& name) {
+    std::string target = isFolder_ && !name.empty() ? diskChild(path_, name) : path_;
+    if (!taken_.insert(target).second) {
+        throw CommandError(target, "another source of this name went there already");
+    }
+    return target;
+}
+
+TopAttributes DiskDestination::attributesFor(const std::string& name) const {
+    return isFolder_ && name.empty() ? TopAttributes::Untouched : TopAttributes::FromSource;
+}
+
+} // namespace storage::host

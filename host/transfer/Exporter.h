@@ -1,0 +1,57 @@
+#pragma once
+
+#include "host/console/ProgressMeter.h"
+#include "host/disk/FileDescriptor.h"
+#include "host/disk/TemporaryWriteAccess.h"
+#include "host/session/Session.h"
+#include "host/storage/TreeWalk.h"
+#include "host/transfer/TopAttributes.h"
+#include "host/transfer/TransferTotals.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace storage::host {
+
+/// Copies files and trees from the storage to the disk, with times and writable flags.
+///
+/// Goes on after a failure, which the console counts. A file stands under its name on disk complete or not at
+/// all. Depth costs memory but no stack; a file of any size passes through one buffer.
+///
+/// Borrows the session. Thread safety: one object is for one thread.
+class Exporter {
+public:
+    explicit Exporter(Session& session);
+
+    /// Exports one existing entry and everything below it.
+    /// @param target         path on disk where the entry itself comes to stand; a folder that is there is
+    ///                       added to, a file replaced, anything else refused
+    /// @param topAttributes  Untouched for a folder that is only to be filled, which a link may lead to
+    /// @throws Interrupted
+    void run(const StoragePath& source, const std::string& target, TopAttributes topAttributes);
+
+    /// What was exported by all runs.
+    const TransferTotals& totals() const noexcept { return totals_; }
+
+private:
+    struct OpenFolder {
+        std::string path; ///< on disk
+        std::unique_ptr<const TemporaryWriteAccess> access;
+    };
+
+    void visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target);
+    void enterFolder(TreeWalk& walk, const std::string& target);
+    void leaveFolder(const TreeWalk::Step& step, const std::string& target);
+    void exportFile(const StoragePath& source, const std::string& target);
+    unsigned long long copyBytes(const StoragePath& source, const FileDescriptor& to);
+
+    Session& session_;
+    ProgressMeter progress_;
+    TransferTotals totals_;
+    TopAttributes topAttributes_ = TopAttributes::FromSource;
+    std::vector<OpenFolder> open_; ///< the folders that the walk is in
+    std::vector<char> buffer_;
+};
+
+} // namespace storage::host

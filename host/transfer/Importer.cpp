@@ -1,0 +1,143 @@
+#include "host/transfer/Importer.h"
+
+#include "host/disk/DiskFolder.h"
+#include "host/storage/ByteStreamDevice.h"
+#include "host/storage/UnfinishedFile.h"
+#include "host/support/CommandError.h"
+#include "host/support/Utf.h"
+#include "host/transfer/TransferBuffer.h"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <utility>
+
+namespace storage::host {
+
+using foundation::storage::provider::ByteStreamContent;
+using foundation::storage::provider::ByteStreamOpenOptions;
+using foundation::storage::provider::StorageIRI;
+
+Importer::Importer(Session& session)
+    : session_(session), progress_(session.console()), buffer_(transferBufferSize) {}
+
+void Importer::run(const std::string& source, const StoragePath& target, TopAttributes topAttributes) {
+    const DiskEntry entry = DiskEntry::at(source, DiskEntry::Links::Follow);
+    session_.refuseFileAbove(target);
+    switch (entry.kind) {
+    case DiskEntry::Kind::Folder:
+        importTree(source, target, entry, topAttributes);
+        break;
+    case DiskEntry::Kind::File:
+        importFile(source, target, DiskEntry::Links::Follow);
+        logImport(source, target);
+        break;
+    default:
+        throw CommandError(source, std::string(describe(entry.kind)) + ", not a file or folder");
+    }
+}
+
+void Importer::importTree(const std::string& source, const StoragePath& target, const DiskEntry& entry,
+                          TopAttributes topAttributes) {
+    open_.clear(); // an interrupted run leaves its folders here
+    enterFolder(source, target, entry, topAttributes, DiskEntry::Links::Follow);
+    logImport(source, target); // from here on, whatever is missing is for a check to find
+    while (!open_.empty()) {
+        session_.interruption().check();
+        importNext();
+    }
+}
+
+void Importer::logImport(const std::string& source, const StoragePath& target) {
+    session_.imports().add({std::filesystem::absolute(source).lexically_normal().string(), target});
+}
+
+/// One step: the next entry of the innermost open folder, or the folder's end.
+void Importer::importNext() {
+    OpenFolder& folder = open_.back();
+    if (folder.next == folder.names.size()) {
+        const OpenFolder done = std::move(folder);
+        open_.pop_back();
+        session_.console().attempt(done.target.printed(), [&] { leaveFolder(done); });
+        return;
+    }
+    const std::string& name = folder.names[folder.next++];
+    const std::string source = diskChild(folder.source, name);
+    const auto storageName = toUtf16(name);
+    if (!storageName) {
+        session_.console().report({source, "the name is not UTF-8"});
+        return;
+    }
+    const StoragePath target = folder.target.child(*storageName);
+    session_.console().attempt(source, [&] { importChild(source, target); });
+}
+
+void Importer::importChild(const std::string& source, const StoragePath& target) {
+    const DiskEntry entry = DiskEntry::at(source, DiskEntry::Links::Inspect);
+    switch (entry.kind) {
+    case DiskEntry::Kind::Folder:
+        enterFolder(source, target, entry, TopAttributes::FromSource, DiskEntry::Links::Inspect);
+        break;
+    case DiskEntry::Kind::File:
+        importFile(source, target, DiskEntry::Links::Inspect);
+        break;
+    default:
+        ++totals_.skipped;
+        session_.console().notice(source, std::string("skipped, ") + describe(entry.kind));
+    }
+}
+
+void Importer::enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
+                           TopAttributes keeps, DiskEntry::Links links) {
+    OpenFolder folder{source, target, entry, keeps, listDiskFolder(source, links), 0};
+    if (!session_.provider().doFolderExists(target.iri())) {
+        session_.provider().doCreateFolder(target.iri());
+    }
+    open_.push_back(std::move(folder));
+    ++totals_.folders;
+    progress_.countEntry();
+}
+
+/// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
+void Importer::leaveFolder(const OpenFolder& folder) {
+    if (folder.keeps == TopAttributes::FromSource) {
+        applyAttributes(folder.target, folder.attributes);
+    }
+}
+
+void Importer::importFile(const std::string& source, const StoragePath& target, DiskEntry::Links links) {
+    // Not blocking: a fifo that has taken the file's place would wait for a writer for ever.
+    const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | (links == DiskEntry::Links::Follow ? 0 : O_NOFOLLOW);
+    const FileDescriptor from(source, flags);
+    const DiskEntry attributes = DiskEntry::of(from);
+    if (attributes.kind != DiskEntry::Kind::File) {
+        throw CommandError(source, std::string("became ") + describe(attributes.kind));
+    }
+    copyBytes(from, target);
+    applyAttributes(target, attributes);
+    ++totals_.files;
+    progress_.countEntry();
+}
+
+void Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) {
+    const ByteStreamOpenOptions options{.content = ByteStreamContent::Empty};
+    const StorageIRI iri = target.iri();
+    auto stream = session_.provider().doOpenStream(iri, options);
+    UnfinishedFile file(session_.provider(), iri);
+    ByteStreamDevice to(std::move(stream));
+    unsigned long long copied = 0;
+    while (const std::size_t count = from.read(buffer_, session_.interruption())) {
+        to.write(buffer_.data(), static_cast<std::streamsize>(count));
+        copied += count;
+        progress_.countBytes(count);
+        session_.interruption().check();
+    }
+    file.finish();
+    totals_.bytes += copied;
+}
+
+void Importer::applyAttributes(const StoragePath& target, const DiskEntry& attributes) {
+    session_.provider().doSetLastModified(target.iri(), attributes.lastModified);
+    session_.provider().doSetWritable(target.iri(), attributes.writable);
+}
+
+} // namespace storage::host

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "host/console/ProgressMeter.h"
+#include "host/disk/DiskEntry.h"
+#include "host/session/Session.h"
+#include "host/transfer/TopAttributes.h"
+#include "host/transfer/TransferTotals.h"
+
+#include <string>
+#include <vector>
+
+namespace storage::host {
+
+/// Copies files and trees from the disk into the storage, with times and writable flags.
+///
+/// Goes on after a failure, which the console counts. A file is in the storage complete or not at all. Depth
+/// costs memory but no stack; a file of any size passes through one buffer.
+///
+/// Borrows the session and adds what it imports to the session's log. Thread safety: one object is for one
+/// thread.
+class Importer {
+public:
+    explicit Importer(Session& session);
+
+    /// Imports one entry and everything below it.
+    /// @param source  path on disk; a symbolic link here is followed, unlike the ones below
+    /// @param target  where the entry itself comes to stand; a folder that is there is added to, a file
+    /// replaced
+    /// @throws CommandError when the entry itself cannot be imported
+    /// @throws Interrupted
+    void run(const std::string& source, const StoragePath& target, TopAttributes topAttributes);
+
+    /// What was imported by all runs.
+    const TransferTotals& totals() const noexcept { return totals_; }
+
+private:
+    struct OpenFolder {
+        std::string source;
+        StoragePath target;
+        DiskEntry attributes;
+        TopAttributes keeps;
+        std::vector<std::string> names;
+        std::size_t next;
+    };
+
+    void importTree(const std::string& source, const StoragePath& target, const DiskEntry& entry,
+                    TopAttributes topAttributes);
+    void logImport(const std::string& source, const StoragePath& target);
+    void importNext();
+    void importChild(const std::string& source, const StoragePath& target);
+    void enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
+                     TopAttributes keeps, DiskEntry::Links links);
+    void leaveFolder(const OpenFolder& folder);
+    void importFile(const std::string& source, const StoragePath& target, DiskEntry::Links links);
+    void copyBytes(const FileDescriptor& from, const StoragePath& target);
+    void applyAttributes(const StoragePath& target, const DiskEntry& attributes);
+
+    Session& session_;
+    ProgressMeter progress_;
+    TransferTotals totals_;
+    std::vector<OpenFolder> open_;
+    std::vector<char> buffer_;
+};
+
+} // namespace storage::host

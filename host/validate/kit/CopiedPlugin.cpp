@@ -1,0 +1,35 @@
+#include "host/validate/kit/CopiedPlugin.h"
+
+#include <cerrno>
+#include <fstream>
+#include <iterator>
+#include <sys/mman.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace storage::host {
+
+namespace {
+
+std::string bytesOf(const std::string& path) {
+    std::ifstream file(path, std::ios_base::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+CopiedPlugin::CopiedPlugin(const std::string& path) : copy_(::memfd_create("copied-plug-in", MFD_CLOEXEC)) {
+    if (copy_ < 0) {
+        throw std::system_error(errno, std::generic_category(), "memfd_create");
+    }
+    const std::string copied = "/proc/self/fd/" + std::to_string(copy_);
+    std::ofstream(copied, std::ios_base::binary) << bytesOf(path);
+    library_.emplace(copied);
+}
+
+CopiedPlugin::~CopiedPlugin() {
+    library_.reset();
+    ::close(copy_);
+}
+
+} // namespace storage::host

@@ -1,0 +1,78 @@
+#include "host/validate/kit/ExhaustedMemory.h"
+
+#include <array>
+#include <new>
+#include <utility>
+
+namespace storage::host {
+
+namespace {
+
+/// Blocks from this size on are not kept apart by their sizes when they are freed: what is left of one can be cut to
+/// any size.
+constexpr std::size_t divisible = 2048;
+
+/// Has the stack take what it may need from the system, which soon gives nothing.
+void growStack() {
+    std::array<volatile char, std::size_t{256} * 1024> stack{};
+    for (std::size_t i = 0; i < stack.size(); i += 1024) {
+        stack[i] = 0;
+    }
+}
+
+/// The first exception of a process may allocate.
+void throwOnce() {
+    try {
+        throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+    }
+}
+
+} // namespace
+
+ExhaustedMemory::ExhaustedMemory(std::size_t left) {
+    growStack();
+    throwOnce();
+    take(divisible + left); // a member knows of it, so that the compiler cannot do without it
+    reserve_ = std::exchange(blocks_, nullptr);
+    ::getrlimit(RLIMIT_AS, &limitBefore_);
+    const rlimit nothing{0, limitBefore_.rlim_max};
+    ::setrlimit(RLIMIT_AS, &nothing);
+    takeEverything();
+    ::operator delete(reserve_);
+    if (left > 0) {
+        take(divisible); // the rest of the reserve is what is left
+    } else {
+        takeEverything();
+    }
+}
+
+ExhaustedMemory::~ExhaustedMemory() {
+    ::setrlimit(RLIMIT_AS, &limitBefore_);
+    while (blocks_ != nullptr) {
+        ::operator delete(std::exchange(blocks_, blocks_->next));
+    }
+}
+
+bool ExhaustedMemory::take(std::size_t size) {
+    void* const memory = ::operator new(size, std::nothrow);
+    if (memory == nullptr) {
+        return false;
+    }
+    blocks_ = new (memory) Block{blocks_};
+    return true;
+}
+
+void ExhaustedMemory::takeEverything() {
+    for (std::size_t size = std::size_t{64} << 20U; size >= divisible; size /= 2) {
+        while (take(size)) {
+        }
+    }
+    constexpr std::size_t smallestStep = 16;
+    for (std::size_t size = divisible; size >= sizeof(Block); size -= smallestStep) {
+        while (take(size)) {
+        }
+    }
+}
+
+} // namespace storage::host

@@ -1,0 +1,66 @@
+#include "host/validate/kit/StreamSteps.h"
+
+#include "host/validate/kit/Expectations.h"
+#include "hostapi/storage/provider/HandedOut.h"
+
+#include <array>
+#include <fmt/format.h>
+
+namespace storage::host {
+
+using namespace foundation::storage::provider;
+
+namespace {
+
+constexpr const char* handedOutKind = "stream";
+
+} // namespace
+
+std::unique_ptr<ByteStream> openStream(const IProvider& provider, const StorageIRI& iri,
+                                       const ByteStreamOpenOptions& options) {
+    return handedOut(provider.doOpenStream(iri, options), handedOutKind);
+}
+
+std::unique_ptr<ByteStream> openForReading(const IProvider& provider, const StorageIRI& iri) {
+    return handedOut(provider.doOpenReadOnlyStream(iri), handedOutKind);
+}
+
+std::unique_ptr<ByteStream> openToAppend(const IProvider& provider, const StorageIRI& iri) {
+    return openStream(provider, iri, {.append = ByteStreamAppend::AppendAtEnd});
+}
+
+void writeText(ByteStream& stream, std::string_view bytes) {
+    const auto size = static_cast<long>(bytes.size());
+    const long written = stream.write(bytes.data(), size);
+    expect(written == size, fmt::format("writing {} bytes answers {}", size, written));
+    stream.flush();
+}
+
+std::string readOnce(ByteStream& stream, long count) {
+    std::string bytes(static_cast<std::size_t>(count), '\0');
+    const long copied = stream.read(bytes.data(), count);
+    expect(copied == -1 || (copied > 0 && copied <= count),
+           fmt::format("reading {} bytes answers {}", count, copied));
+    bytes.resize(copied > 0 ? static_cast<std::size_t>(copied) : 0);
+    return bytes;
+}
+
+std::string readRest(ByteStream& stream) {
+    std::array<char, 65536> block{};
+    std::string bytes;
+    long count = 0;
+    while ((count = stream.read(block.data(), static_cast<long>(block.size()))) > 0) {
+        bytes.append(block.data(), static_cast<std::size_t>(count));
+    }
+    return bytes;
+}
+
+long seekTo(ByteStream& stream, long offset, std::ios_base::seekdir direction) {
+    return static_cast<long>(std::streamoff(stream.seek(offset, direction)));
+}
+
+long positionOf(ByteStream& stream) {
+    return seekTo(stream, 0, std::ios_base::cur);
+}
+
+} // namespace storage::host

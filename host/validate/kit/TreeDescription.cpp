@@ -1,0 +1,69 @@
+#include "host/validate/kit/TreeDescription.h"
+
+#include "host/support/Utf.h"
+#include "host/validate/kit/Expectations.h"
+#include "hostapi/storage/provider/HandedOut.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <vector>
+
+namespace storage::host {
+
+using namespace foundation::storage::provider;
+
+namespace {
+
+class Describer {
+public:
+    Describer(const IProvider& provider, TimesTold times) : provider_(provider), times_(times) {}
+
+    void addFolder(const StorageIRI& folder) {
+        const FolderAttributes attributes = provider_.doGetFolderAttributes(folder);
+        addLine(folder, "folder", attributes.isWritable(), attributes.getLastModified());
+        const auto listing = handedOut(provider_.doListAll(folder), "listing");
+        while (listing->hasNext()) {
+            listing->step();
+            const FolderEntry entry = listing->getEntry();
+            const StorageIRI location(folder.getPath() + u"/" + entry.getName());
+            entry.getType() == FolderEntry::EntryType::Folder ? addFolder(location) : addFile(location);
+        }
+    }
+
+    std::string text() {
+        std::sort(lines_.begin(), lines_.end());
+        return fmt::format("{}", fmt::join(lines_, "\n"));
+    }
+
+private:
+    void addFile(const StorageIRI& file) {
+        const FileAttributes attributes = provider_.doGetFileAttributes(file);
+        addLine(file, fmt::format("file of {} bytes", attributes.getSize()), attributes.isWritable(),
+                attributes.getLastModified());
+        lines_.back() += printable(contentOf(provider_, file));
+    }
+
+    void addLine(const StorageIRI& iri, std::string_view kind, bool writable,
+                 const boost::posix_time::ptime& time) {
+        static const boost::posix_time::ptime epoch(boost::gregorian::date(1970, 1, 1));
+        lines_.push_back(fmt::format("{} is a {} {} ", printable(iri.getPath()),
+                                     writable ? "writable" : "read-only", kind));
+        if (times_ == TimesTold::All) {
+            lines_.back() += fmt::format("of {} us ", (time - epoch).total_microseconds());
+        }
+    }
+
+    const IProvider& provider_;
+    TimesTold times_;
+    std::vector<std::string> lines_;
+};
+
+} // namespace
+
+std::string describeTree(const IProvider& provider, const StorageIRI& folder, TimesTold times) {
+    Describer describer(provider, times);
+    describer.addFolder(folder);
+    return describer.text();
+}
+
+} // namespace storage::host

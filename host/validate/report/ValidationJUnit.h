@@ -1,0 +1,12 @@
+#pragma once
+
+#include "host/validate/report/ValidationRecord.h"
+
+#include <string>
+
+namespace storage::host {
+
+/// All that a run found out as a JUnit XML document: a group is a test suite, a failed rule a failure, a crash an error.
+std::string junitXml(const ValidationRecord& record);
+
+} // namespace storage::host

@@ -1,0 +1,81 @@
+#include "host/validate/rules/CheckSelection.h"
+
+#include "host/support/UsageError.h"
+#include "host/support/Utf.h"
+#include "host/validate/rules/ProfileName.h"
+#include "hostapi/storage/provider/WildcardPattern.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace storage::host {
+
+using foundation::storage::provider::WildcardPattern;
+
+namespace {
+
+using Patterns = std::vector<std::string>;
+
+bool matches(const std::string& pattern, const Check& check) {
+    const WildcardPattern wanted(toUtf16(pattern).value_or(u""));
+    return wanted.matches(toUtf16(check.number).value()) || wanted.matches(toUtf16(check.name).value());
+}
+
+bool isAskedFor(const Check& check, const Patterns& patterns) {
+    return patterns.empty() || std::any_of(patterns.begin(), patterns.end(),
+                                           [&](const std::string& each) { return matches(each, check); });
+}
+
+bool has(Profile profile, const Check& check) {
+    return profile == Profile::InMemoryProvider || check.profile == Profile::AnyProvider;
+}
+
+CheckSelection select(std::span<const CheckGroup> catalogue, Profile profile, const Patterns& patterns) {
+    CheckSelection selection;
+    for (const CheckGroup& group : catalogue) {
+        CheckSelection::Group selected{&group, {}};
+        for (const Check& check : group.checks) {
+            if (isAskedFor(check, patterns) && has(profile, check)) {
+                selected.checks.push_back(&check);
+            } else if (isAskedFor(check, patterns)) {
+                ++selection.leftOut;
+            }
+        }
+        if (!selected.checks.empty()) {
+            selection.groups.push_back(std::move(selected));
+        }
+    }
+    return selection;
+}
+
+void requireSelected(std::span<const CheckGroup> catalogue, Profile profile, const std::string& pattern) {
+    const CheckSelection selected = select(catalogue, profile, {pattern});
+    if (selected.size() > 0) {
+        return;
+    }
+    throw UsageError(
+        selected.leftOut > 0
+            ? fmt::format("'{}' names no rule of the profile {}", pattern, profileName(profile))
+            : fmt::format("no rule has a number or name like '{}'; 'qzstorage validate --list' has all",
+                          pattern));
+}
+
+} // namespace
+
+CheckSelection CheckSelection::of(std::span<const CheckGroup> catalogue, Profile profile,
+                                  const Patterns& patterns) {
+    for (const std::string& pattern : patterns) {
+        requireSelected(catalogue, profile, pattern);
+    }
+    return select(catalogue, profile, patterns);
+}
+
+std::size_t CheckSelection::size() const {
+    std::size_t sum = 0;
+    for (const Group& group : groups) {
+        sum += group.checks.size();
+    }
+    return sum;
+}
+
+} // namespace storage::host

@@ -1,0 +1,235 @@
+#include "tests/support/SessionTest.h"
+
+#include <csignal>
+#include <gmock/gmock.h>
+#include <new>
+#include <utility>
+
+namespace {
+
+using foundation::storage::provider::StorageIRI;
+using testing::HasSubstr;
+
+/// mkdir, rmdir, rm, touch, chmod, cat, write, append, truncate.
+class FileCommandsTest : public SessionTest {
+protected:
+    boost::posix_time::ptime timeOf(const std::u16string& path) {
+        return provider_->doGetExtendedAttributes(StorageIRI(path)).lastModified;
+    }
+};
+
+TEST_F(FileCommandsTest, MkdirMakesFolders) {
+    succeed("mkdir /a /a/b c");
+    EXPECT_EQ(succeed("find / -type d"), "/\n/a\n/a/b\n/c\n");
+}
+
+TEST_F(FileCommandsTest, MkdirRefusesWhatIsThereAndMissingParents) {
+    succeed("mkdir /a");
+    EXPECT_EQ(fail("mkdir /a /x/y /b"), "qzstorage: mkdir: /a: already exists\n"
+                                        "qzstorage: mkdir: /x/y: no such file or folder\n");
+    EXPECT_EQ(succeed("ls"), "a\nb\n");
+}
+
+TEST_F(FileCommandsTest, MkdirWithParentsMakesAllThatIsMissing) {
+    succeed("mkdir -p /a/b/c");
+    succeed("mkdir -p /a/b/c /a/d/e");
+    EXPECT_EQ(succeed("find / -type d"), "/\n/a\n/a/b\n/a/b/c\n/a/d\n/a/d/e\n");
+    succeed("touch /f");
+    EXPECT_EQ(fail("mkdir -p /f"), "qzstorage: mkdir: /f: already exists\n");
+}
+
+TEST_F(FileCommandsTest, NothingIsMadeOrFoundBelowAFile) {
+    succeed("mkdir /a");
+    succeed("touch /a/f");
+    disk_.write("f", "x");
+    for (const std::string& command : std::vector<std::string>{
+             "mkdir", "mkdir -p", "touch", "write", "append", "truncate -s 1", "chmod +w", "rm", "rmdir",
+             "import " + disk_ / "f", "import " + disk_.path()}) {
+        EXPECT_EQ(fail(command + " /a/f/x/y"),
+                  "qzstorage: " + command.substr(0, command.find(' ')) + ": /a/f: not a folder\n");
+    }
+    EXPECT_EQ(succeed("find /"), "/\n/a\n/a/f\n");
+    succeed("rm -f /a/f/x");
+}
+
+TEST_F(FileCommandsTest, RmdirRemovesEmptyFoldersOnly) {
+    succeed("mkdir -p /a/b /c");
+    succeed("touch /f");
+    EXPECT_EQ(fail("rmdir /a /c /f /x /"), "qzstorage: rmdir: /a: folder is not empty\n"
+                                           "qzstorage: rmdir: /f: not a folder\n"
+                                           "qzstorage: rmdir: /x: no such file or folder\n"
+                                           "qzstorage: rmdir: /: the root folder cannot be removed\n");
+    EXPECT_EQ(succeed("ls"), "a\nf\n");
+}
+
+TEST_F(FileCommandsTest, RmRemovesFilesAndGoesOnAfterFailures) {
+    succeed("touch /f /g");
+    succeed("mkdir /a");
+    EXPECT_EQ(fail("rm /f /x /a /g"), "qzstorage: rm: /x: no such file or folder\n"
+                                      "qzstorage: rm: /a: is a folder\n");
+    EXPECT_EQ(succeed("ls"), "a\n");
+}
+
+TEST_F(FileCommandsTest, RmRemovesWholeTreesWhenAsked) {
+    succeed("mkdir -p /a/b/c");
+    succeed("touch /a/f /a/b/g");
+    succeed("rm -r /a");
+    EXPECT_EQ(succeed("ls"), "");
+}
+
+TEST_F(FileCommandsTest, RmKeepsReadOnlyFilesUnlessForced) {
+    succeed("mkdir /a");
+    succeed("touch /f /a/g");
+    succeed("chmod -w /f /a/g");
+    EXPECT_EQ(fail("rm /f"), "qzstorage: rm: /f: read-only, or in a read-only folder\n");
+    EXPECT_EQ(fail("rm -r /a"), "qzstorage: rm: /a/g: read-only, or in a read-only folder\n");
+    EXPECT_EQ(succeed("find / -type f"), "/a/g\n/f\n");
+    succeed("rm -r -f /f /a");
+    EXPECT_EQ(succeed("ls"), "");
+}
+
+TEST_F(FileCommandsTest, RmForcedDoesNotMindWhatIsMissing) {
+    succeed("rm -f /nowhere /no/where");
+}
+
+TEST_F(FileCommandsTest, RmNeverRemovesTheRoot) {
+    succeed("touch /f");
+    EXPECT_EQ(fail("rm -rf /"), "qzstorage: rm: /: the root folder cannot be removed\n");
+    EXPECT_EQ(fail("rm -rf .."), "qzstorage: rm: /: the root folder cannot be removed\n");
+    EXPECT_EQ(succeed("ls"), "f\n");
+}
+
+TEST_F(FileCommandsTest, TouchMakesFilesAndSetsTimes) {
+    const boost::posix_time::ptime old(boost::gregorian::date(2000, 1, 1));
+    succeed("touch /f");
+    succeed("mkdir /a");
+    for (const char16_t* path : {u"/f", u"/a"}) {
+        provider_->doSetLastModified(StorageIRI(path), old);
+    }
+    succeed("touch /f /a /g");
+    for (const char16_t* path : {u"/f", u"/a", u"/g"}) {
+        EXPECT_GT(timeOf(path), old);
+    }
+    EXPECT_EQ(fail("touch /x/y"), "qzstorage: touch: /x/y: no such file or folder\n");
+}
+
+TEST_F(FileCommandsTest, ChmodSetsTheWritableFlag) {
+    succeed("touch /f");
+    succeed("mkdir /a");
+    succeed("chmod -w /f /a");
+    EXPECT_THAT(succeed("stat /f"), HasSubstr("writable: no"));
+    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: read-only, or in a read-only folder\n");
+    EXPECT_EQ(fail("touch /a/g"), "qzstorage: touch: /a/g: read-only, or in a read-only folder\n");
+    succeed("chmod +w /f /a");
+    succeed("write /f x");
+    succeed("touch /a/g");
+}
+
+TEST_F(FileCommandsTest, ChmodKnowsTwoModesOnly) {
+    EXPECT_EQ(run("chmod 644 /f"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: chmod: '644' is neither +w nor -w\n");
+    EXPECT_EQ(run("chmod -x /f"), ExitStatus::Usage);
+    EXPECT_EQ(run("chmod -w"), ExitStatus::Usage);
+    EXPECT_EQ(fail("chmod -w /f"), "qzstorage: chmod: /f: no such file or folder\n");
+}
+
+TEST_F(FileCommandsTest, WriteReplacesContentByALine) {
+    succeed("write /f hello 'big  world'");
+    EXPECT_EQ(succeed("cat /f"), "hello big  world\n");
+    succeed("write /f");
+    EXPECT_EQ(succeed("cat /f"), "\n");
+}
+
+TEST_F(FileCommandsTest, WriteTakesAnyWordsAsText) {
+    succeed("write /f -n -- --help ++ [a,b] '*'");
+    EXPECT_EQ(succeed("cat /f"), "-n -- --help ++ [a,b] *\n");
+    succeed("write -- -f -x");
+    EXPECT_EQ(succeed("cat ./-f"), "-x\n");
+}
+
+TEST_F(FileCommandsTest, AppendAddsALine) {
+    succeed("append /f one");
+    succeed("append /f two");
+    EXPECT_EQ(succeed("cat /f"), "one\ntwo\n");
+}
+
+TEST_F(FileCommandsTest, WriteAndAppendRefuseFoldersAndMissingParents) {
+    succeed("mkdir /a");
+    for (const std::string command : {"write", "append"}) {
+        EXPECT_EQ(fail(command + " /a x"), "qzstorage: " + command + ": /a: is a folder\n");
+        EXPECT_EQ(fail(command + " /x/y x"), "qzstorage: " + command + ": /x/y: no such file or folder\n");
+    }
+}
+
+TEST_F(FileCommandsTest, CatPrintsFilesOneAfterTheOther) {
+    succeed("write /f one");
+    succeed("write /g two");
+    succeed("mkdir /a");
+    EXPECT_EQ(succeed("cat /f /g /f"), "one\ntwo\none\n");
+    EXPECT_EQ(fail("cat /f /x /a /g"), "qzstorage: cat: /x: no such file or folder\n"
+                                       "qzstorage: cat: /a: is a folder\n");
+    EXPECT_EQ(output(), "one\ntwo\n");
+}
+
+TEST_F(FileCommandsTest, TruncateSetsTheSize) {
+    succeed("write /f 123456789");
+    succeed("truncate -s 4 /f /new");
+    EXPECT_EQ(succeed("cat /f"), "1234");
+    EXPECT_EQ(succeed("du /f /new"), "4\t/f\n4\t/new\n");
+    succeed("truncate -s 3K /f");
+    EXPECT_EQ(succeed("cat /f"), "1234" + std::string(3068, '\0'));
+    succeed("truncate -s 1M /f");
+    EXPECT_EQ(succeed("du /f"), "1048576\t/f\n");
+}
+
+TEST_F(FileCommandsTest, TruncateRefusesOddSizesAndFolders) {
+    for (const std::string size :
+         {"x", "1x", "1KK", "", "-1", "1.5", "17179869184G", "99999999999999999999"}) {
+        EXPECT_EQ(run("truncate -s '" + size + "' /f"), ExitStatus::Usage) << size;
+    }
+    EXPECT_EQ(run("truncate /f"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: truncate: -s SIZE is missing\n");
+    EXPECT_EQ(fail("truncate -s 1 /"), "qzstorage: truncate: /: is a folder\n");
+    EXPECT_EQ(succeed("ls"), "");
+}
+
+TEST_F(FileCommandsTest, TheFolderThatTheSessionStandsInIsNotRemoved) {
+    succeed("mkdir -p /a/b/c");
+    succeed("cd /a/b");
+    for (const auto& [word, path] : {std::pair{".", "/a/b"}, {"..", "/a"}, {"c/..", "/a/b"}}) {
+        for (const std::string command : {"rm -r", "rmdir"}) {
+            EXPECT_EQ(fail(command + " " + word),
+                      "qzstorage: " + command.substr(0, command.find(' ')) + ": " + path +
+                          ": the session stands in this folder; leave it first, with cd\n");
+        }
+    }
+    succeed("rm -r c");
+    EXPECT_EQ(succeed("find /"), "/\n/a\n/a/b\n");
+}
+
+TEST_F(FileCommandsTest, AFileThatCannotBeGrownToTheEndGetsItsOldSizeBack) {
+    succeed("write /f old");
+    int writes = 0;
+    provider_->beforeWrite = [&] {
+        if (++writes == 50) {
+            throw std::bad_alloc();
+        }
+    };
+    EXPECT_EQ(fail("truncate -s 10M /f"), "qzstorage: truncate: /f: out of memory\n");
+    EXPECT_EQ(succeed("cat /f"), "old\n");
+}
+
+TEST_F(FileCommandsTest, GrowingAFileCanBeInterrupted) {
+    succeed("write /f old");
+    int writes = 0;
+    provider_->beforeWrite = [&] {
+        if (++writes == 1) {
+            std::raise(SIGINT);
+        }
+    };
+    EXPECT_EQ(run("truncate -s 200M /f"), ExitStatus::Interrupted);
+    interruption_.clear();
+    EXPECT_EQ(succeed("cat /f"), "old\n");
+}
+
+} // namespace

@@ -1,0 +1,142 @@
+#include "tests/support/SessionTest.h"
+
+#include <fcntl.h>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <new>
+#include <sys/stat.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+class ImportTest : public SessionTest {
+protected:
+    void setTime(const std::string& path, time_t seconds, long nanoseconds) {
+        const timespec times[2] = {{0, UTIME_OMIT}, {seconds, nanoseconds}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    }
+};
+
+TEST_F(ImportTest, BringsAWholeTreeAndCountsIt) {
+    disk_.write("src/f", "one\n");
+    disk_.write("src/s/g", "four");
+    disk_.makeFolder("src/empty");
+    EXPECT_EQ(succeed("import " + disk_ / "src" + " /new"), "imported 3 folders, 2 files, 8 bytes\n");
+    EXPECT_EQ(succeed("find /"), "/\n/new\n/new/empty\n/new/f\n/new/s\n/new/s/g\n");
+    EXPECT_EQ(succeed("cat /new/f /new/s/g"), "one\nfour");
+}
+
+TEST_F(ImportTest, GoesIntoAnExistingFolderUnderItsOwnName) {
+    disk_.write("src/f", "one");
+    disk_.write("g", "x");
+    EXPECT_EQ(succeed("import " + disk_ / "src/" + " " + disk_ / "g" + " /"),
+              "imported 1 folder, 2 files, 4 bytes\n");
+    EXPECT_EQ(succeed("find /"), "/\n/g\n/src\n/src/f\n");
+}
+
+TEST_F(ImportTest, AFolderWithoutANameGivesItsContent) {
+    disk_.write("src/f", "one");
+    succeed("mkdir /d");
+    succeed("import " + disk_ / "src/." + " /d");
+    EXPECT_EQ(succeed("find /d"), "/d\n/d/f\n");
+}
+
+TEST_F(ImportTest, SeveralSourcesNeedAFolder) {
+    disk_.write("f", "one");
+    EXPECT_EQ(fail("import " + disk_ / "f" + " " + disk_ / "f" + " /x"),
+              "qzstorage: import: /x: no such file or folder\n");
+}
+
+TEST_F(ImportTest, AMissingFolderForTheTargetIsAFailure) {
+    disk_.write("f", "one");
+    EXPECT_EQ(fail("import " + disk_ / "f" + " /x/y"), "qzstorage: import: /x/y: no such file or folder\n");
+    EXPECT_EQ(fail("import " + disk_.path() + " /x/y"), "qzstorage: import: /x/y: no such file or folder\n");
+    EXPECT_EQ(output(), "imported 0 folders, 0 files, 0 bytes\n");
+}
+
+TEST_F(ImportTest, AddsToWhatIsThereAndReplacesFiles) {
+    disk_.write("src/f", "new");
+    succeed("mkdir /src");
+    succeed("write /src/f a long old line");
+    succeed("write /src/g kept");
+    succeed("import " + disk_ / "src" + " /");
+    EXPECT_EQ(succeed("cat /src/f /src/g"), "newkept\n");
+}
+
+TEST_F(ImportTest, KeepsTimesToTheMicrosecond) {
+    disk_.write("src/s/f", "x");
+    setTime(disk_ / "src/s/f", 1709211909, 123456789);
+    setTime(disk_ / "src/s", 1000000000, 1999);
+    setTime(disk_ / "src", -1, 0);
+    succeed("import " + disk_ / "src" + " /n");
+    EXPECT_THAT(succeed("stat /n/s/f"), HasSubstr("modified: 2024-02-29 13:05:09.123456 UTC"));
+    EXPECT_THAT(succeed("stat /n/s"), HasSubstr("modified: 2001-09-09 01:46:40.000001 UTC"));
+    EXPECT_THAT(succeed("stat /n"), HasSubstr("modified: 1969-12-31 23:59:59.000000 UTC"));
+}
+
+TEST_F(ImportTest, KeepsTheWritableFlagAlsoOfFoldersThatHoldSomething) {
+    disk_.write("src/s/f", "x");
+    disk_.write("src/g", "x");
+    fs::permissions(disk_ / "src/s/f", fs::perms::owner_read);
+    fs::permissions(disk_ / "src/s", fs::perms::owner_read | fs::perms::owner_exec);
+    succeed("import " + disk_ / "src" + " /n");
+    EXPECT_THAT(succeed("stat /n/s/f"), HasSubstr("writable: no"));
+    EXPECT_THAT(succeed("stat /n/s"), HasSubstr("writable: no"));
+    EXPECT_THAT(succeed("stat /n/g"), HasSubstr("writable: yes"));
+    EXPECT_THAT(succeed("stat /n"), HasSubstr("writable: yes"));
+}
+
+TEST_F(ImportTest, LeavesTheFlagOfAFolderThatItOnlyFills) {
+    disk_.write("src/f", "x");
+    setTime(disk_ / "src", 1000000000, 0);
+    fs::permissions(disk_ / "src", fs::perms::owner_read | fs::perms::owner_exec);
+    succeed("import " + disk_ / "src/." + " /");
+    EXPECT_THAT(succeed("stat /"), HasSubstr("writable: yes"));
+    EXPECT_THAT(succeed("stat /"), testing::Not(HasSubstr("2001-09-09")));
+}
+
+TEST_F(ImportTest, AFileThatDoesNotFitIsNotThereAfterwardsAndTheRestGoesOn) {
+    disk_.write("src/a", std::string(1 << 20, 'x'));
+    disk_.write("src/b", "x");
+    provider_->beforeWrite = [writes = 0]() mutable {
+        if (++writes == 3) {
+            throw std::bad_alloc();
+        }
+    };
+    EXPECT_EQ(fail("import " + disk_ / "src" + " /n"),
+              "qzstorage: import: " + disk_ / "src/a" + ": out of memory\n");
+    EXPECT_EQ(succeed("find /n"), "/n\n/n/b\n");
+}
+
+TEST_F(ImportTest, AReadOnlyFileIsNotReplaced) {
+    disk_.write("src/f", "new");
+    succeed("write /f old");
+    succeed("chmod -w /f");
+    EXPECT_EQ(fail("import " + disk_ / "src/f" + " /"),
+              "qzstorage: import: /f: read-only, or in a read-only folder\n");
+    EXPECT_EQ(succeed("cat /f"), "old\n");
+}
+
+TEST_F(ImportTest, FilesLargerThanTheBufferComeWhole) {
+    std::string content;
+    for (int i = 0; i < 200000; ++i) {
+        content += std::to_string(i) + '\n';
+    }
+    disk_.write("big", content);
+    succeed("import " + disk_ / "big" + " /");
+    EXPECT_EQ(succeed("cat /big"), content);
+}
+
+TEST_F(ImportTest, OddPathsAreRefusedWithTheirName) {
+    EXPECT_EQ(fail("import '' /x"), "qzstorage: import: '': an empty path\n");
+    EXPECT_EQ(fail("import " + disk_ / "none" + " /x"),
+              "qzstorage: import: " + disk_ / "none" + ": No such file or directory\n");
+    EXPECT_EQ(fail(std::string("import /tmp\0x /x", 16)),
+              "qzstorage: import: /tmp\\x00x: a path on disk cannot contain NUL\n");
+    EXPECT_EQ(fail("import /" + std::string(4500, 'x') + " /x"),
+              "qzstorage: import: /" + std::string(4500, 'x') + ": File name too long\n");
+}
+
+} // namespace

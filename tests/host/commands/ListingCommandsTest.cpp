@@ -1,0 +1,200 @@
+#include "tests/support/SessionTest.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using foundation::storage::provider::StorageIRI;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+/// ls, tree, find, stat, du, cd, pwd, help.
+class ListingCommandsTest : public SessionTest {
+protected:
+    ListingCommandsTest() {
+        succeed("mkdir -p /src/lib /doc");
+        succeed("write /src/lib/x.h 1234");
+        succeed("write /src/lib/y.cpp 1");
+        succeed("write /top.h 12");
+    }
+};
+
+TEST_F(ListingCommandsTest, LsListsTheCurrentFolder) {
+    EXPECT_EQ(succeed("ls"), "doc\nsrc\ntop.h\n");
+    succeed("cd /src/lib");
+    EXPECT_EQ(succeed("ls"), "x.h\ny.cpp\n");
+}
+
+TEST_F(ListingCommandsTest, LsOfAnEmptyFolderIsEmpty) {
+    EXPECT_EQ(succeed("ls /doc"), "");
+}
+
+TEST_F(ListingCommandsTest, LsShowsFilesFirstThenFoldersUnderHeadings) {
+    EXPECT_EQ(succeed("ls /src /top.h /doc"), "/top.h\n\n/src:\nlib\n\n/doc:\n");
+}
+
+TEST_F(ListingCommandsTest, LsShowsMatchesOfPatternsAsTheyAreSpelt) {
+    succeed("cd /src");
+    EXPECT_EQ(succeed("ls lib/*"), "lib/x.h\nlib/y.cpp\n");
+}
+
+TEST_F(ListingCommandsTest, LsRecursivelyShowsEveryFolder) {
+    EXPECT_EQ(succeed("ls -R /src"), "/src:\nlib\n\n/src/lib:\nx.h\ny.cpp\n");
+    succeed("cd /src");
+    EXPECT_EQ(succeed("ls -R"), ".:\nlib\n\n./lib:\nx.h\ny.cpp\n");
+}
+
+TEST_F(ListingCommandsTest, LsInLongFormShowsKindFlagBytesAndTime) {
+    succeed("chmod -w /src/lib/y.cpp");
+    provider_->doSetLastModified(StorageIRI(u"/src/lib/x.h"),
+                                 boost::posix_time::ptime(boost::gregorian::date(2024, 2, 29)));
+    provider_->doSetLastModified(StorageIRI(u"/src/lib/y.cpp"),
+                                 boost::posix_time::ptime(boost::gregorian::date(1999, 12, 31),
+                                                          boost::posix_time::time_duration(23, 59, 58)));
+    succeed("truncate -s 12345 /src/lib/x.h");
+    provider_->doSetLastModified(StorageIRI(u"/src/lib/x.h"),
+                                 boost::posix_time::ptime(boost::gregorian::date(2024, 2, 29)));
+    EXPECT_EQ(succeed("ls -l /src/lib"), "-rw 12345 2024-02-29 00:00:00 x.h\n"
+                                         "-r-     2 1999-12-31 23:59:58 y.cpp\n");
+    EXPECT_THAT(succeed("ls -l /src"), MatchesRegex("drw 0 [-0-9]+ [:0-9]+ lib\n"));
+}
+
+TEST_F(ListingCommandsTest, LsGoesOnAfterWhatIsMissing) {
+    EXPECT_EQ(fail("ls /nowhere /top.h"), "qzstorage: ls: /nowhere: no such file or folder\n");
+    EXPECT_EQ(output(), "/top.h\n");
+    EXPECT_EQ(fail("ls *.zip"), "qzstorage: ls: /*.zip: no such file or folder\n");
+}
+
+TEST_F(ListingCommandsTest, TreeDrawsAndCounts) {
+    EXPECT_EQ(succeed("tree"), ".\n"
+                               "├── doc\n"
+                               "├── src\n"
+                               "│   └── lib\n"
+                               "│       ├── x.h\n"
+                               "│       └── y.cpp\n"
+                               "└── top.h\n"
+                               "\n4 folders, 3 files\n");
+}
+
+TEST_F(ListingCommandsTest, TreeDrawsToADepthButCountsAll) {
+    EXPECT_EQ(succeed("tree -L 1 /src"), "/src\n└── lib\n\n2 folders, 2 files\n");
+    EXPECT_EQ(succeed("tree /top.h"), "/top.h\n\n0 folders, 1 file\n");
+}
+
+TEST_F(ListingCommandsTest, TreeRefusesOddDepths) {
+    EXPECT_EQ(run("tree -L x"), ExitStatus::Usage);
+    EXPECT_EQ(run("tree -L 0"), ExitStatus::Usage);
+    EXPECT_EQ(run("tree -L 3x"), ExitStatus::Usage);
+    EXPECT_THAT(errors(), HasSubstr("'3x' is not a number of levels"));
+    EXPECT_EQ(fail("tree /nowhere"), "qzstorage: tree: /nowhere: no such file or folder\n");
+}
+
+TEST_F(ListingCommandsTest, FindListsAllWithTheStart) {
+    EXPECT_EQ(succeed("find /src"), "/src\n/src/lib\n/src/lib/x.h\n/src/lib/y.cpp\n");
+    succeed("cd /src");
+    EXPECT_EQ(succeed("find"), ".\n./lib\n./lib/x.h\n./lib/y.cpp\n");
+    EXPECT_EQ(succeed("find lib/"), "lib/\nlib/x.h\nlib/y.cpp\n");
+    EXPECT_EQ(succeed("find / -type d"), "/\n/doc\n/src\n/src/lib\n");
+}
+
+TEST_F(ListingCommandsTest, FindFiltersByNameAndKind) {
+    EXPECT_EQ(succeed("find / -name '*.h'"), "/src/lib/x.h\n/top.h\n");
+    EXPECT_EQ(succeed("find /src -type f"), "/src/lib/x.h\n/src/lib/y.cpp\n");
+    EXPECT_EQ(succeed("find / -name '?oc' -type d"), "/doc\n");
+    EXPECT_EQ(succeed("find / -name '?oc' -type f"), "");
+    EXPECT_EQ(succeed("find /top.h /doc -name '*o*'"), "/top.h\n/doc\n");
+}
+
+TEST_F(ListingCommandsTest, FindReportsWhatItCannotDo) {
+    EXPECT_EQ(fail("find /nowhere /doc"), "qzstorage: find: /nowhere: no such file or folder\n");
+    EXPECT_EQ(output(), "/doc\n");
+    EXPECT_EQ(run("find -type x"), ExitStatus::Usage);
+    EXPECT_EQ(fail("find -name \xFF"), "qzstorage: find: \\xFF: the pattern is not UTF-8\n");
+}
+
+TEST_F(ListingCommandsTest, FindRefusesOptionsThatItCannotFollow) {
+    EXPECT_EQ(run("find / -name"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: find: -name needs a value, PATTERN\n");
+    EXPECT_EQ(run("find -name '*.h' -name '*.cpp'"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: find: -name is given more than once\n");
+    EXPECT_EQ(run("find -type f -type d"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: find: -type is given more than once\n");
+}
+
+TEST_F(ListingCommandsTest, StatShowsAllThereIs) {
+    provider_->doSetLastModified(
+        StorageIRI(u"/top.h"),
+        boost::posix_time::ptime(boost::gregorian::date(2024, 2, 29), boost::posix_time::microseconds(123)));
+    succeed("chmod -w /top.h");
+    EXPECT_EQ(succeed("stat top.h"), "    path: /top.h\n"
+                                     "    kind: file\n"
+                                     "   bytes: 3\n"
+                                     "modified: 2024-02-29 00:00:00.000123 UTC\n"
+                                     "writable: no\n");
+    EXPECT_THAT(succeed("stat /"), HasSubstr("kind: folder\n"));
+    EXPECT_EQ(fail("stat /nowhere"), "qzstorage: stat: /nowhere: no such file or folder\n");
+}
+
+TEST_F(ListingCommandsTest, DuSumsUpFolderByFolder) {
+    EXPECT_EQ(succeed("du /"), "0\t/doc\n7\t/src/lib\n7\t/src\n10\t/\n");
+    EXPECT_EQ(succeed("du -s / /src /top.h"), "10\t/\n7\t/src\n3\t/top.h\n");
+    EXPECT_EQ(fail("du /nowhere /doc"), "qzstorage: du: /nowhere: no such file or folder\n");
+    EXPECT_EQ(output(), "0\t/doc\n");
+}
+
+TEST_F(ListingCommandsTest, CdAndPwdKeepTheCurrentFolder) {
+    EXPECT_EQ(succeed("pwd"), "/\n");
+    succeed("cd src/lib");
+    EXPECT_EQ(succeed("pwd"), "/src/lib\n");
+    succeed("cd ..");
+    EXPECT_EQ(succeed("pwd"), "/src\n");
+    succeed("cd");
+    EXPECT_EQ(succeed("pwd"), "/\n");
+}
+
+TEST_F(ListingCommandsTest, CdGoesToFoldersOnly) {
+    EXPECT_EQ(fail("cd /top.h"), "qzstorage: cd: /top.h: not a folder\n");
+    EXPECT_EQ(fail("cd /nowhere"), "qzstorage: cd: /nowhere: no such file or folder\n");
+    EXPECT_EQ(fail("cd ''"), "qzstorage: cd: '': an empty path\n");
+    EXPECT_EQ(fail("cd \xC0"), "qzstorage: cd: \\xC0: the name is not UTF-8\n");
+    EXPECT_EQ(succeed("pwd"), "/\n");
+}
+
+TEST_F(ListingCommandsTest, AFileOnTheWayIsNamedAsWhatItIs) {
+    for (const std::string command : {"ls", "tree", "find", "stat", "du", "cat", "cd"}) {
+        EXPECT_EQ(fail(command + " /top.h/x/y"), "qzstorage: " + command + ": /top.h: not a folder\n");
+        EXPECT_EQ(fail(command + " /doc/x/y"),
+                  "qzstorage: " + command + ": /doc/x/y: no such file or folder\n");
+    }
+}
+
+TEST_F(ListingCommandsTest, HelpListsEveryCommandAndExplainsOne) {
+    EXPECT_THAT(succeed("help"), HasSubstr("\ncheck     Compare "));
+    EXPECT_THAT(succeed("help find"), HasSubstr("usage: find [PATH...] [-name PATTERN] [-type f|d]\n"));
+    EXPECT_EQ(succeed("find --help"), succeed("help find"));
+    EXPECT_EQ(run("help frobnicate"), ExitStatus::Usage);
+}
+
+TEST_F(ListingCommandsTest, DepthCostsNoStack) {
+    std::string deep;
+    for (int depth = 0; depth < 1500; ++depth) {
+        deep += "/d";
+    }
+    succeed("mkdir -p " + deep);
+    succeed("write " + deep + "/f bottom");
+    EXPECT_EQ(succeed("tree -L 1 /d"), "/d\n└── d\n\n1500 folders, 1 file\n");
+    EXPECT_EQ(succeed("find /d -name f"), deep + "/f\n");
+    EXPECT_EQ(succeed("du -s /d"), "7\t/d\n");
+    succeed("cp -r /d /e");
+    succeed("mv /e /g");
+    succeed("rm -rf /d /g");
+    EXPECT_EQ(succeed("ls"), "doc\nsrc\ntop.h\n");
+}
+
+TEST_F(ListingCommandsTest, NamesThatUtf8CannotSpellAreShownEscaped) {
+    provider_->doCreateFile(StorageIRI(u"/doc/\xD800"));
+    EXPECT_EQ(succeed("ls /doc"), "\\uD800\n");
+    EXPECT_EQ(succeed("find /doc -type f"), "/doc/\\uD800\n");
+}
+
+} // namespace

@@ -1,0 +1,91 @@
+#include "host/console/Console.h"
+#include "host/support/CommandError.h"
+#include "host/support/Interrupted.h"
+#include "host/support/OutputError.h"
+#include "host/support/UsageError.h"
+#include "hostapi/storage/provider/Exception.h"
+
+#include <gtest/gtest.h>
+#include <new>
+#include <sstream>
+
+namespace {
+
+using namespace storage::host;
+using foundation::storage::provider::ErrorCode;
+using foundation::storage::provider::Exception;
+using foundation::storage::provider::StorageIRI;
+
+class ConsoleTest : public testing::Test {
+protected:
+    ConsoleTest() { console_.beginCommand("ls"); }
+
+    std::ostringstream both_; ///< output and errors as they come
+    Console console_{both_, OutputKind::Plain, both_, OutputKind::Plain};
+};
+
+TEST_F(ConsoleTest, AFailureNamesCommandPathAndReason) {
+    console_.report({"/a", "gone"});
+    EXPECT_EQ(both_.str(), "qzstorage: ls: /a: gone\n");
+    EXPECT_EQ(console_.failuresOfCommand(), 1U);
+}
+
+TEST_F(ConsoleTest, LeavesOutWhatIsNotConcerned) {
+    console_.report({"", "gone"});
+    console_.beginCommand("");
+    console_.report({"", "lost"});
+    EXPECT_EQ(both_.str(), "qzstorage: ls: gone\nqzstorage: lost\n");
+}
+
+TEST_F(ConsoleTest, AFailureIsOneLineWhateverItsTextHolds) {
+    console_.report({"/a\n\xFF", "torn\x1B[0m"});
+    EXPECT_EQ(both_.str(), "qzstorage: ls: /a\\n\\xFF: torn\\x1B[0m\n");
+}
+
+TEST_F(ConsoleTest, ANoticeIsNoFailure) {
+    console_.notice("/a", "skipped");
+    EXPECT_EQ(both_.str(), "qzstorage: ls: /a: skipped\n");
+    EXPECT_EQ(console_.failuresOfCommand(), 0U);
+}
+
+TEST_F(ConsoleTest, ANewCommandHasNotFailedYet) {
+    console_.report({"/a", "gone"});
+    console_.beginCommand("cat");
+    EXPECT_EQ(console_.failuresOfCommand(), 0U);
+}
+
+TEST_F(ConsoleTest, EveryExceptionOfAStepBecomesALine) {
+    console_.attempt("/p", [] { throw CommandError("/q", "odd"); });
+    console_.attempt("/p", [] { throw Exception(ErrorCode::NotFound, StorageIRI(u"/x")); });
+    console_.attempt("/p", [] { throw std::bad_alloc(); });
+    console_.attempt("/p", [] { throw std::runtime_error("broken"); });
+    console_.attempt("/p", [] { throw std::system_error(ENOSPC, std::generic_category()); });
+    console_.attempt("/p", [] { throw 42; });
+    EXPECT_EQ(both_.str(), "qzstorage: ls: /q: odd\n"
+                           "qzstorage: ls: /x: no such file or folder\n"
+                           "qzstorage: ls: /p: out of memory\n"
+                           "qzstorage: ls: /p: broken\n"
+                           "qzstorage: ls: /p: No space left on device\n"
+                           "qzstorage: ls: /p: unknown failure\n");
+    EXPECT_EQ(console_.failuresOfCommand(), 6U);
+}
+
+TEST_F(ConsoleTest, WhatEndsTheCommandPasses) {
+    EXPECT_THROW(console_.attempt("", [] { throw Interrupted(); }), Interrupted);
+    EXPECT_THROW(console_.attempt("", [] { throw OutputError(EPIPE); }), OutputError);
+    EXPECT_THROW(console_.attempt("", [] { throw UsageError("what?"); }), UsageError);
+    EXPECT_EQ(both_.str(), "");
+}
+
+TEST(ConsoleShownTest, KeepsNamesAsTheyAreButForATerminal) {
+    std::ostringstream out;
+    const Console plain(out, OutputKind::Plain, out, OutputKind::Plain);
+    const Console terminal(out, OutputKind::Terminal, out, OutputKind::Plain);
+    EXPECT_EQ(plain.shown(u"ä\nb"), "ä\nb");
+    EXPECT_EQ(terminal.shown(u"ä\nb"), "ä\\nb");
+    EXPECT_EQ(plain.shown(u"a\x202E"), "a\u202E");
+    EXPECT_EQ(terminal.shown(u"a\x202E"), "a\\u202E");
+    EXPECT_EQ(plain.shown(u"a\xD800"), "a\\uD800");
+}
+
+} // namespace

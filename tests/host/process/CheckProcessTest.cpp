@@ -1,0 +1,206 @@
+#include "host/process/CheckProcess.h"
+#include "tests/host/process/ExpectVerdict.h"
+#include "tests/support/ProcessState.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <iostream>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+using namespace storage::host;
+using std::chrono::milliseconds;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr milliseconds plenty(60000);
+constexpr milliseconds soon(50);
+
+const CheckVerdict pass{CheckResult::Pass, ""};
+
+CheckOutcome outcomeOf(const CheckProcess::Task& task, milliseconds limit = plenty) {
+    CheckProcess process(task);
+    return process.wait(limit);
+}
+
+/// As by default, whatever a sanitizer makes of it.
+void raiseByDefault(int signal) {
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+[[noreturn]] void waitForEver() {
+    for (;;) {
+        ::pause();
+    }
+}
+
+TEST(CheckProcessTest, TellsWhatWasAnnounced) {
+    for (const CheckVerdict& verdict :
+         {pass, CheckVerdict{CheckResult::Fail, "the reason"}, CheckVerdict{CheckResult::Skip, "no time"}}) {
+        expectVerdict(outcomeOf([&](const auto& announce) { announce(verdict); }), verdict.result,
+                      verdict.reason);
+    }
+}
+
+TEST(CheckProcessTest, AReasonIsOneShownLine) {
+    const CheckVerdict verdict{CheckResult::Fail, "a\nb\x1B\xFF" + std::string(100000, 'x')};
+    const CheckOutcome outcome = outcomeOf([&](const auto& announce) { announce(verdict); });
+    EXPECT_THAT(outcome.verdict.reason, StartsWith("a\\nb\\x1B\\xFFxxx"));
+    EXPECT_THAT(outcome.verdict.reason, HasSubstr("bytes left out"));
+}
+
+TEST(CheckProcessTest, ASignalIsACrash) {
+    for (const auto& [signal, name] :
+         {std::pair(SIGSEGV, "SIGSEGV"), {SIGABRT, "SIGABRT"}, {SIGINT, "SIGINT"}}) {
+        expectVerdict(outcomeOf([wanted = signal](const auto&) { raiseByDefault(wanted); }),
+                      CheckResult::Crash, std::string("ended by ") + name);
+    }
+}
+
+TEST(CheckProcessTest, EndingTheProcessIsACrash) {
+    expectVerdict(outcomeOf([](const auto&) { ::_exit(0); }), CheckResult::Crash, "ended with exit status 0");
+    expectVerdict(outcomeOf([](const auto&) { std::_Exit(7); }), CheckResult::Crash,
+                  "ended with exit status 7");
+}
+
+TEST(CheckProcessTest, WhatLeavesTheTaskIsACrash) {
+    const CheckOutcome outcome = outcomeOf([](const auto&) {
+        std::signal(SIGABRT, SIG_DFL);
+        throw 5; // NOLINT(hicpp-exception-baseclass)
+    });
+    expectVerdict(outcome, CheckResult::Crash, "ended by SIGABRT");
+    EXPECT_THAT(outcome.output, HasSubstr("terminat"));
+}
+
+TEST(CheckProcessTest, ACrashAfterTheVerdictIsStillOne) {
+    expectVerdict(outcomeOf([](const auto& announce) {
+                      announce(pass);
+                      raiseByDefault(SIGSEGV);
+                  }),
+                  CheckResult::Crash, "ended by SIGSEGV after the check itself");
+    expectVerdict(outcomeOf([](const auto& announce) {
+                      announce({CheckResult::Fail, "the reason"});
+                      ::_exit(1);
+                  }),
+                  CheckResult::Fail, "the reason; then the check ended with exit status 1");
+}
+
+TEST(CheckProcessTest, WhatNeverEndsIsEnded) {
+    expectVerdict(outcomeOf([](const auto&) { waitForEver(); }, soon), CheckResult::Crash,
+                  "did not end within 0.05 s (--timeout gives more)");
+    expectVerdict(outcomeOf([](const auto&) { std::raise(SIGSTOP); }, soon), CheckResult::Crash,
+                  "did not end within 0.05 s (--timeout gives more)");
+    expectVerdict(outcomeOf(
+                      [](const auto& announce) {
+                          announce(pass);
+                          waitForEver();
+                      },
+                      soon),
+                  CheckResult::Crash,
+                  "did not end within 0.05 s (--timeout gives more) after the check itself");
+}
+
+TEST(CheckProcessTest, WhatIsPrintedIsCaught) {
+    const CheckOutcome outcome = outcomeOf([](const auto& announce) {
+        std::cout << "by a stream\n";
+        std::printf("by C, without a newline");
+        std::fflush(stdout);
+        std::cerr << "\nerror\x1B[31m\n";
+        announce(pass);
+    });
+    expectVerdict(outcome, CheckResult::Pass, "");
+    EXPECT_EQ(outcome.output, "by a stream\nby C, without a newline\nerror\\x1B[31m");
+}
+
+TEST(CheckProcessTest, LinesBeforeACrashAreNotLost) {
+    const CheckOutcome outcome = outcomeOf([](const auto&) {
+        std::printf("last words\n");
+        ::_exit(1);
+    });
+    EXPECT_EQ(outcome.output, "last words");
+}
+
+TEST(CheckProcessTest, WhoPrintsALotIsNotHeldUpAndIsShortened) {
+    const CheckOutcome outcome = outcomeOf([](const auto& announce) {
+        std::cout << "first\n" << std::string(3000000, 'z') << "\nlast\n";
+        announce(pass);
+    });
+    expectVerdict(outcome, CheckResult::Pass, "");
+    EXPECT_THAT(outcome.output, StartsWith("first\nzzz"));
+    EXPECT_THAT(outcome.output, HasSubstr("zzz\n...(2996012 bytes left out)...\nzzz"));
+    EXPECT_TRUE(outcome.output.ends_with("zzz\nlast"));
+}
+
+TEST(CheckProcessTest, AnOutputThatIsClosedOrEndlessEndsNothing) {
+    const CheckOutcome closed = outcomeOf([](const auto& announce) {
+        ::close(STDOUT_FILENO);
+        ::close(STDERR_FILENO);
+        announce(pass);
+    });
+    expectVerdict(closed, CheckResult::Pass, "");
+    const CheckOutcome endless = outcomeOf(
+        [](const auto&) {
+            for (;;) {
+                std::cout << "again\n";
+            }
+        },
+        soon);
+    expectVerdict(endless, CheckResult::Crash, "did not end within 0.05 s (--timeout gives more)");
+}
+
+TEST(CheckProcessTest, ThereIsNothingToRead) {
+    const CheckOutcome outcome = outcomeOf([](const auto& announce) {
+        std::string line;
+        announce({CheckResult::Fail, std::getline(std::cin, line) ? "a line" : "the end"});
+    });
+    expectVerdict(outcome, CheckResult::Fail, "the end");
+}
+
+TEST(CheckProcessTest, AThreadThatStillRunsKeepsNothingUp) {
+    const CheckOutcome outcome = outcomeOf([](const auto& announce) {
+        std::thread(waitForEver).detach();
+        announce(pass);
+    });
+    expectVerdict(outcome, CheckResult::Pass, "");
+}
+
+/// It holds the pipes open, too.
+TEST(CheckProcessTest, AProcessThatWasLeftBehindIsEnded) {
+    const CheckOutcome outcome = outcomeOf([](const auto& announce) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            waitForEver();
+        }
+        std::cout << child;
+        announce(pass);
+    });
+    expectVerdict(outcome, CheckResult::Pass, "");
+    EXPECT_TRUE(endsSoon(std::stoi(outcome.output)));
+}
+
+TEST(CheckProcessTest, NoProcessOutlivesTheObject) {
+    pid_t process = 0;
+    {
+        const ChildProcess child([] { waitForEver(); });
+        process = child.id();
+        EXPECT_FALSE(hasEnded(process));
+    }
+    EXPECT_TRUE(hasEnded(process));
+}
+
+TEST(CheckProcessTest, TheKeyboardDoesNotReachItAndItLeavesNoCore) {
+    const CheckOutcome outcome = outcomeOf([](const auto& announce) {
+        rlimit core{};
+        ::getrlimit(RLIMIT_CORE, &core);
+        std::cout << (::getpgrp() == ::getpid()) << ' ' << core.rlim_cur;
+        announce(pass);
+    });
+    EXPECT_EQ(outcome.output, "1 1");
+}
+
+} // namespace

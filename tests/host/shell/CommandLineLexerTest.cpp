@@ -1,0 +1,88 @@
+#include "host/shell/CommandLineLexer.h"
+#include "host/support/UsageError.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using storage::host::CommandLineLexer;
+using storage::host::UsageError;
+using storage::host::Word;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> texts(std::string_view line) {
+    std::vector<std::string> result;
+    for (const Word& word : CommandLineLexer(line).words()) {
+        EXPECT_EQ(word.text.size(), word.quoted.size());
+        result.push_back(word.text);
+    }
+    return result;
+}
+
+/// Which wildcards of the only word are special, as text: "*.?" with the quoted characters left out.
+std::string wildcards(std::string_view line) {
+    const Word word = CommandLineLexer(line).words().at(0);
+    std::string result;
+    for (std::size_t i = 0; i < word.text.size(); ++i) {
+        if (word.isWildcard(i)) {
+            result += word.text[i];
+        }
+    }
+    return result;
+}
+
+TEST(CommandLineLexerTest, SplitsWordsAtBlanks) {
+    EXPECT_THAT(texts("ls -l  /a\t/b "), ElementsAre("ls", "-l", "/a", "/b"));
+}
+
+TEST(CommandLineLexerTest, FindsNoWordsInAnEmptyOrBlankLine) {
+    EXPECT_THAT(texts(""), IsEmpty());
+    EXPECT_THAT(texts(" \t "), IsEmpty());
+}
+
+TEST(CommandLineLexerTest, SingleQuotesKeepEverything) {
+    EXPECT_THAT(texts(R"('a b' '\' '"' '#')"), ElementsAre("a b", "\\", "\"", "#"));
+}
+
+TEST(CommandLineLexerTest, DoubleQuotesKeepAllButEscapedQuotesAndBackslashes) {
+    EXPECT_THAT(texts(R"("a b" "it's" "x\"y" "a\\b" "a\nb" "\$\`")"),
+                ElementsAre("a b", "it's", "x\"y", "a\\b", "a\\nb", "$`"));
+}
+
+TEST(CommandLineLexerTest, ABackslashKeepsTheNextCharacter) {
+    EXPECT_THAT(texts(R"(a\ b \' \\ \# \*)"), ElementsAre("a b", "'", "\\", "#", "*"));
+}
+
+TEST(CommandLineLexerTest, QuotedPartsJoinTheirNeighbours) {
+    EXPECT_THAT(texts(R"(a'b c'"d e"\ f)"), ElementsAre("ab cd e f"));
+}
+
+TEST(CommandLineLexerTest, EmptyQuotesMakeAnEmptyWord) {
+    EXPECT_THAT(texts(R"(x '' "")"), ElementsAre("x", "", ""));
+}
+
+TEST(CommandLineLexerTest, ACommentBeginsAtTheStartOfAWordOnly) {
+    EXPECT_THAT(texts("ls a#b # c d 'e"), ElementsAre("ls", "a#b"));
+    EXPECT_THAT(texts("# nothing"), IsEmpty());
+}
+
+TEST(CommandLineLexerTest, OnlyUnquotedWildcardsAreSpecial) {
+    EXPECT_EQ(wildcards("a*b?"), "*?");
+    EXPECT_EQ(wildcards(R"('*'"?"\*)"), "");
+    EXPECT_EQ(wildcards("'*'?"), "?");
+}
+
+TEST(CommandLineLexerTest, RefusesWhatIsNotClosed) {
+    EXPECT_THROW(texts("ls 'a b"), UsageError);
+    EXPECT_THROW(texts("ls \"a b"), UsageError);
+    EXPECT_THROW(texts("ls \"a b\\\""), UsageError);
+    EXPECT_THROW(texts("ls a\\"), UsageError);
+}
+
+TEST(CommandLineLexerTest, TakesALineOfOneMebibyte) {
+    const std::string longWord(1 << 20, 'x');
+    EXPECT_THAT(texts("write f " + longWord), ElementsAre("write", "f", longWord));
+}
+
+} // namespace

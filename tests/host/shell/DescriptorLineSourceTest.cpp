@@ -1,0 +1,95 @@
+#include "host/shell/DescriptorLineSource.h"
+#include "host/disk/FileDescriptor.h"
+#include "host/support/CommandError.h"
+#include "host/support/Interrupted.h"
+#include "tests/support/DefaultSignals.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace storage::host;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class DescriptorLineSourceTest : public testing::Test {
+protected:
+    std::vector<std::string> linesOf(const std::string& content) {
+        const FileDescriptor file(folder_.write("script", content), O_RDONLY);
+        DescriptorLineSource lines(file.number(), "script", interruption_);
+        std::vector<std::string> result;
+        while (auto line = lines.next()) {
+            result.push_back(*line);
+        }
+        return result;
+    }
+
+    TemporaryFolder folder_;
+    DefaultSignals defaultSignals_;
+    Interruption interruption_;
+};
+
+TEST_F(DescriptorLineSourceTest, GivesEachLineWithoutItsNewline) {
+    EXPECT_THAT(linesOf("a\n\nb c\n"), ElementsAre("a", "", "b c"));
+}
+
+TEST_F(DescriptorLineSourceTest, GivesALastLineWithoutNewline) {
+    EXPECT_THAT(linesOf("a\nb"), ElementsAre("a", "b"));
+}
+
+TEST_F(DescriptorLineSourceTest, TakesOffWhatEditorsPutAroundLines) {
+    EXPECT_THAT(linesOf("\xEF\xBB\xBF"
+                        "a\r\n\r\nb\rc\r\r\n\xEF\xBB\xBF"
+                        "d\r\n"),
+                ElementsAre("a", "", "b\rc\r",
+                            "\xEF\xBB\xBF"
+                            "d"));
+    EXPECT_THAT(linesOf("\xEF\xBB\xBF"
+                        "a"),
+                ElementsAre("a"));
+    EXPECT_THAT(linesOf(std::string(65535, 'x') + "\r\ny\r\n"), ElementsAre(std::string(65535, 'x'), "y"));
+}
+
+TEST_F(DescriptorLineSourceTest, GivesNothingOfAnEmptyFile) {
+    EXPECT_THAT(linesOf(""), IsEmpty());
+}
+
+TEST_F(DescriptorLineSourceTest, GivesLinesThatAreLongerThanAnyBuffer) {
+    const std::string longLine(3 << 20, 'x');
+    EXPECT_THAT(linesOf(longLine + "\nb\n"), ElementsAre(longLine, "b"));
+}
+
+TEST_F(DescriptorLineSourceTest, GivesALineOfAPipeBeforeThePipeEnds) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    ASSERT_EQ(::write(ends[1], "a\nb", 3), 3);
+    DescriptorLineSource lines(ends[0], "pipe", interruption_);
+    EXPECT_EQ(lines.next(), "a");
+    ::close(ends[1]);
+    EXPECT_EQ(lines.next(), "b");
+    ::close(ends[0]);
+}
+
+TEST_F(DescriptorLineSourceTest, SaysWhatCannotBeRead) {
+    const FileDescriptor folder(folder_.path(), O_RDONLY);
+    DescriptorLineSource lines(folder.number(), "my script", interruption_);
+    try {
+        lines.next();
+        FAIL() << "nothing was thrown";
+    } catch (const CommandError& error) {
+        EXPECT_EQ(error.path(), "my script");
+        EXPECT_STREQ(error.what(), "Is a directory");
+    }
+}
+
+TEST_F(DescriptorLineSourceTest, StopsWhenTheUserWantsTo) {
+    DescriptorLineSource lines(STDIN_FILENO, "input", interruption_);
+    std::raise(SIGINT);
+    EXPECT_THROW(lines.next(), Interrupted);
+}
+
+} // namespace

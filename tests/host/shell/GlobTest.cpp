@@ -1,0 +1,87 @@
+#include "host/shell/Glob.h"
+#include "host/shell/CommandLineLexer.h"
+#include "tests/support/SessionTest.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using storage::host::CommandLineLexer;
+using storage::host::Glob;
+using testing::ElementsAre;
+
+class GlobTest : public SessionTest {
+protected:
+    GlobTest() {
+        for (const char* line : {"mkdir -p /src/lib /src/bin '/src/a*'", "touch /src/lib/x.h /src/lib/y.h",
+                                 "touch /src/lib/z.cpp /src/bin/x.h '/src/a*/f' /src/.hidden /top.h"}) {
+            succeed(line);
+        }
+    }
+
+    std::vector<std::string> expand(const std::string& quoted) {
+        const Glob glob(session_.provider(), session_.currentFolder());
+        return glob.expand(CommandLineLexer(quoted).words().at(0));
+    }
+};
+
+TEST_F(GlobTest, LeavesWordsWithoutWildcardsAlone) {
+    EXPECT_THAT(expand("/src/lib"), ElementsAre("/src/lib"));
+    EXPECT_THAT(expand("//src/../nowhere/"), ElementsAre("//src/../nowhere/"));
+}
+
+TEST_F(GlobTest, LeavesPatternsWithoutMatchAlone) {
+    EXPECT_THAT(expand("/src/*.txt"), ElementsAre("/src/*.txt"));
+    EXPECT_THAT(expand("/nowhere/*"), ElementsAre("/nowhere/*"));
+    EXPECT_THAT(expand("/top.h/*"), ElementsAre("/top.h/*"));
+}
+
+TEST_F(GlobTest, MatchesNamesInSortedOrder) {
+    EXPECT_THAT(expand("/src/lib/*.h"), ElementsAre("/src/lib/x.h", "/src/lib/y.h"));
+    EXPECT_THAT(expand("/src/lib/?.*"), ElementsAre("/src/lib/x.h", "/src/lib/y.h", "/src/lib/z.cpp"));
+    EXPECT_THAT(expand("/src/*"), ElementsAre("/src/.hidden", "/src/a*", "/src/bin", "/src/lib"));
+}
+
+TEST_F(GlobTest, MatchesComponentByComponent) {
+    EXPECT_THAT(expand("/*/*/x.h"), ElementsAre("/src/bin/x.h", "/src/lib/x.h"));
+    EXPECT_THAT(expand("/s*/?i?/z*"), ElementsAre("/src/lib/z.cpp"));
+    EXPECT_THAT(expand("/*/x.h"), ElementsAre("/*/x.h")) << "a wildcard does not match a slash";
+}
+
+TEST_F(GlobTest, KeepsTheSpellingOfTheWord) {
+    succeed("cd /src");
+    EXPECT_THAT(expand("lib/*.h"), ElementsAre("lib/x.h", "lib/y.h"));
+    EXPECT_THAT(expand("./b*"), ElementsAre("./bin"));
+    EXPECT_THAT(expand("../*.h"), ElementsAre("../top.h"));
+    EXPECT_THAT(expand("/src//l*"), ElementsAre("/src//lib"));
+}
+
+TEST_F(GlobTest, ASlashBehindAPatternWantsFolders) {
+    EXPECT_THAT(expand("/*/"), ElementsAre("/src/"));
+}
+
+TEST_F(GlobTest, QuotedWildcardsMatchThemselves) {
+    EXPECT_THAT(expand("/src/'a*'/*"), ElementsAre("/src/a*/f"));
+    EXPECT_THAT(expand("/src/\\**"), ElementsAre("/src/**"));
+}
+
+TEST_F(GlobTest, AQuestionMarkMatchesOneCharacterOfAnyScript) {
+    succeed("touch /😀.h /ä.h '/?😀'");
+    EXPECT_THAT(expand("/?.h"), ElementsAre("/ä.h", "/😀.h"));
+    EXPECT_THAT(expand("/😀?h"), ElementsAre("/😀.h"));
+    EXPECT_THAT(expand("/'?'?"), ElementsAre("/?😀"));
+}
+
+TEST_F(GlobTest, AMatchNeverLooksLikeAnOption) {
+    succeed("touch /-rf");
+    EXPECT_THAT(expand("-*"), ElementsAre("./-rf"));
+    EXPECT_THAT(expand("/-*"), ElementsAre("/-rf"));
+}
+
+TEST_F(GlobTest, NamesThatUtf8CannotSpellMatchNothing) {
+    provider_->doCreateFile(foundation::storage::provider::StorageIRI(u"/src/bin/\xD800"));
+    EXPECT_THAT(expand("/src/bin/*"), ElementsAre("/src/bin/x.h"));
+    EXPECT_THAT(expand("/src/\xFF*"), ElementsAre("/src/\xFF*"));
+}
+
+} // namespace

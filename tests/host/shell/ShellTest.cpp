@@ -1,0 +1,129 @@
+#include "host/commands/CommandTable.h"
+#include "tests/support/SessionTest.h"
+
+#include <csignal>
+#include <deque>
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace storage::host;
+using testing::HasSubstr;
+
+/// Lines that are there from the start.
+class GivenLines final : public LineSource {
+public:
+    explicit GivenLines(std::deque<std::string> lines) : lines_(std::move(lines)) {}
+
+    std::optional<std::string> next() override {
+        if (lines_.empty()) {
+            return std::nullopt;
+        }
+        std::string line = lines_.front();
+        lines_.pop_front();
+        return line;
+    }
+
+private:
+    std::deque<std::string> lines_;
+};
+
+class ShellTest : public SessionTest {
+protected:
+    ExitStatus runAll(FailureHandling handling, std::deque<std::string> lines) {
+        GivenLines source(std::move(lines));
+        return Shell(storage::host::commandTable(), session_, interruption_, handling).run(source);
+    }
+};
+
+TEST_F(ShellTest, EmptyLinesAndCommentsDoNothing) {
+    EXPECT_EQ(succeed(""), "");
+    EXPECT_EQ(succeed("   # ls"), "");
+}
+
+TEST_F(ShellTest, AnUnknownCommandIsAUsageError) {
+    EXPECT_EQ(run("frobnicate x"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: frobnicate: unknown command (try 'help')\n");
+    EXPECT_EQ(run("''"), ExitStatus::Usage);
+}
+
+TEST_F(ShellTest, AUsageErrorIsOneLineThatNamesTheCommand) {
+    EXPECT_EQ(run("ls -z"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: ls: unknown option '-z'\n");
+    EXPECT_EQ(run("mkdir"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: mkdir: missing operand, usage: mkdir [-p] PATH...\n");
+}
+
+TEST_F(ShellTest, PatternsAreExpandedForEveryCommand) {
+    succeed("touch /a.h /b.h /c");
+    succeed("rm /*.h");
+    EXPECT_EQ(succeed("ls"), "c\n");
+}
+
+TEST_F(ShellTest, AScriptStopsAtItsFirstFailure) {
+    EXPECT_EQ(runAll(FailureHandling::Stop, {"pwd", "ls /x", "touch /f"}), ExitStatus::Failure);
+    EXPECT_EQ(output(), "/\n");
+    EXPECT_EQ(errors(), "qzstorage: ls: /x: no such file or folder\n");
+    EXPECT_EQ(succeed("ls"), "");
+}
+
+TEST_F(ShellTest, AScriptStopsAtAUsageErrorAndNamesTheLine) {
+    EXPECT_EQ(runAll(FailureHandling::Stop, {"", "ls 'x", "touch /f"}), ExitStatus::Usage);
+    EXPECT_EQ(errors(), "qzstorage: line 2: a single quote is not closed\n");
+    EXPECT_EQ(succeed("ls"), "");
+}
+
+TEST_F(ShellTest, AScriptThatKeepsGoingTellsOfAFailureInTheEnd) {
+    EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"ls /x", "frobnicate", "touch /f"}), ExitStatus::Failure);
+    EXPECT_EQ(succeed("ls"), "f\n");
+    EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"pwd"}), ExitStatus::Success);
+}
+
+TEST_F(ShellTest, APersonsFailuresStopNothing) {
+    EXPECT_EQ(runAll(FailureHandling::AskPerson, {"ls /x", "ls 'x", "touch /f"}), ExitStatus::Success);
+    EXPECT_EQ(errors(),
+              "qzstorage: ls: /x: no such file or folder\nqzstorage: a single quote is not closed\n");
+    EXPECT_EQ(succeed("ls"), "f\n");
+}
+
+TEST_F(ShellTest, ExitEndsTheSession) {
+    EXPECT_EQ(runAll(FailureHandling::Stop, {"touch /f", "exit", "touch /g"}), ExitStatus::Success);
+    EXPECT_EQ(succeed("ls"), "f\n");
+}
+
+TEST_F(ShellTest, ExitAfterAFailureStillTellsOfIt) {
+    EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"ls /x", "exit"}), ExitStatus::Failure);
+}
+
+TEST_F(ShellTest, AnInterruptedScriptEndsAlsoWhenItKeepsGoing) {
+    succeed("truncate -s 1M /f");
+    provider_->beforeRead = [] { std::raise(SIGINT); };
+    EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"cat /f", "touch /g"}), ExitStatus::Interrupted);
+    EXPECT_EQ(provider_->doFileExists(foundation::storage::provider::StorageIRI(u"/g")), false);
+}
+
+TEST_F(ShellTest, APersonInterruptsTheRunningCommandOnly) {
+    succeed("truncate -s 1M /f");
+    provider_->beforeRead = [] { std::raise(SIGINT); };
+    EXPECT_EQ(runAll(FailureHandling::AskPerson, {"cat /f", "touch /g"}), ExitStatus::Success);
+    EXPECT_TRUE(provider_->doFileExists(foundation::storage::provider::StorageIRI(u"/g")));
+}
+
+TEST_F(ShellTest, ATerminationEndsAPersonsSessionToo) {
+    succeed("truncate -s 1M /f");
+    provider_->beforeRead = [] { std::raise(SIGTERM); };
+    EXPECT_EQ(runAll(FailureHandling::AskPerson, {"cat /f", "touch /g"}), ExitStatus::Interrupted);
+}
+
+TEST_F(ShellTest, MemoryRunningOutFailsTheCommandOnly) {
+    provider_->beforeWrite = [] { throw std::bad_alloc(); };
+    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: out of memory\n");
+    succeed("ls");
+}
+
+TEST_F(ShellTest, WhatAPluginThrowsIsReported) {
+    provider_->beforeWrite = [] { throw 42; };
+    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: unknown failure\n");
+}
+
+} // namespace

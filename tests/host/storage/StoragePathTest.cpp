@@ -1,0 +1,62 @@
+#include "host/storage/StoragePath.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using storage::host::StoragePath;
+
+StoragePath path(std::u16string_view text) {
+    return StoragePath::resolve(StoragePath(), text);
+}
+
+TEST(StoragePathTest, ResolvesAbsoluteWords) {
+    EXPECT_EQ(path(u"/").text(), u"/");
+    EXPECT_EQ(path(u"///").text(), u"/");
+    EXPECT_EQ(path(u"/a//b/").text(), u"/a/b");
+    EXPECT_EQ(path(u"/a/./b/../c").text(), u"/a/c");
+    EXPECT_EQ(path(u"/../..").text(), u"/");
+    EXPECT_EQ(path(u"/...").text(), u"/...");
+}
+
+TEST(StoragePathTest, ResolvesRelativeWordsFromTheFolder) {
+    const StoragePath base = path(u"/a/b");
+    EXPECT_EQ(StoragePath::resolve(base, u"c").text(), u"/a/b/c");
+    EXPECT_EQ(StoragePath::resolve(base, u".").text(), u"/a/b");
+    EXPECT_EQ(StoragePath::resolve(base, u"../c").text(), u"/a/c");
+    EXPECT_EQ(StoragePath::resolve(base, u"../../../..").text(), u"/");
+    EXPECT_EQ(StoragePath::resolve(base, u"/x").text(), u"/x");
+}
+
+TEST(StoragePathTest, KnowsNameAndParent) {
+    EXPECT_EQ(path(u"/a/b").name(), u"b");
+    EXPECT_EQ(path(u"/a/b").parent(), path(u"/a"));
+    EXPECT_EQ(path(u"/a").parent(), StoragePath());
+    EXPECT_EQ(StoragePath().name(), u"");
+    EXPECT_EQ(StoragePath().parent(), StoragePath());
+    EXPECT_EQ(StoragePath().child(u"a").text(), u"/a");
+}
+
+TEST(StoragePathTest, ContainsItselfAndWhatIsBelow) {
+    EXPECT_TRUE(path(u"/a").contains(path(u"/a")));
+    EXPECT_TRUE(path(u"/a").contains(path(u"/a/b/c")));
+    EXPECT_TRUE(StoragePath().contains(path(u"/a")));
+    EXPECT_FALSE(path(u"/a").contains(path(u"/ab")));
+    EXPECT_FALSE(path(u"/a").contains(path(u"/a-b")));
+    EXPECT_FALSE(path(u"/a/b").contains(path(u"/a")));
+}
+
+TEST(StoragePathTest, FollowsAMovedAncestor) {
+    EXPECT_EQ(path(u"/a/b/c").rebased(path(u"/a"), path(u"/x/y")), path(u"/x/y/b/c"));
+    EXPECT_EQ(path(u"/a").rebased(path(u"/a"), path(u"/x")), path(u"/x"));
+    EXPECT_EQ(path(u"/a/b").rebased(path(u"/"), path(u"/x")), path(u"/x/a/b"));
+    EXPECT_EQ(path(u"/a/b").rebased(path(u"/a"), path(u"/")), path(u"/b"));
+}
+
+TEST(StoragePathTest, NamesItsLocationToTheProvider) {
+    EXPECT_EQ(path(u"/a/b").iri().getResolvedPath(), u"/a/b");
+    EXPECT_TRUE(path(u"/a").iri().hasParent());
+    EXPECT_FALSE(StoragePath().iri().hasParent());
+}
+
+} // namespace

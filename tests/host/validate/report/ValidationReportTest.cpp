@@ -1,0 +1,195 @@
+#include "host/console/Console.h"
+#include "host/validate/ReplayCommand.h"
+#include "host/validate/ValidateRun.h"
+#include "tests/host/validate/rules/MadeUpChecks.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/xml_parser.hpp>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace {
+
+using namespace storage::host;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+using Json = nlohmann::json;
+using Xml = boost::property_tree::ptree;
+
+class ValidationReportTest : public testing::Test {
+protected:
+    ValidationReportTest() {
+        options_.profile = Profile::InMemoryProvider;
+        options_.seed = 7;
+        options_.plugin = TEST_PLUGIN;
+    }
+
+    ExitStatus run(OutputKind errors = OutputKind::Plain) {
+        Console console(out_, OutputKind::Plain, err_, errors);
+        return runValidate(TEST_PLUGIN, options_, madeUpChecks(), console);
+    }
+
+    static std::string replay(const std::string& number, const std::string& profile = "in-memory") {
+        return "qzstorage validate --profile " + profile + " --seed 7 --only " + number + " " TEST_PLUGIN;
+    }
+
+    ValidateOptions options_;
+    std::ostringstream out_;
+    std::ostringstream err_;
+};
+
+TEST_F(ValidationReportTest, TextTellsWhatIsNotAPass) {
+    EXPECT_EQ(run(), ExitStatus::Failure);
+    EXPECT_EQ(out_.str(), "validating " TEST_PLUGIN ": profile in-memory, seed 7\n"
+                          " 1 Letters: 1 passed, 1 failed, 1 skipped\n"
+                          "   FAILED 1.2 letters.broken: B comes after A.\n"
+                          "      B comes <before> A\n"
+                          "      replay: " +
+                              replay("1.2") +
+                              "\n"
+                              "   skipped 1.3 letters.skipped: C is a letter.\n"
+                              "      no C here\n"
+                              " 2 Numbers: 1 passed, 1 crashed\n"
+                              "   CRASHED 2.2 numbers.crash: 2 is even.\n"
+                              "      ended with exit status 3\n"
+                              "      | last\\x01words\n"
+                              "      | of 2\n"
+                              "      replay: " +
+                              replay("2.2") + "\n5 rules: 2 passed, 1 failed, 1 crashed, 1 skipped\n");
+    EXPECT_EQ(err_.str(), "");
+}
+
+TEST_F(ValidationReportTest, TextTellsWhatTheProfileLeavesOut) {
+    options_.profile = Profile::AnyProvider;
+    run();
+    EXPECT_THAT(out_.str(), HasSubstr(": profile any, seed 7\n"));
+    EXPECT_THAT(out_.str(),
+                EndsWith("\n4 rules: 1 passed, 1 failed, 1 crashed, 1 skipped; left out: 1 rule that "
+                         "only the in-memory provider keeps\n"));
+}
+
+TEST_F(ValidationReportTest, NothingBrokenIsSuccess) {
+    options_.only = {"1.1", "1.3", "2.1"};
+    EXPECT_EQ(run(), ExitStatus::Success);
+    EXPECT_THAT(out_.str(), EndsWith("\n3 rules: 2 passed, 1 skipped\n"));
+    options_.only = {"1.2"};
+    EXPECT_EQ(run(), ExitStatus::Failure);
+    options_.only = {"2.2"};
+    EXPECT_EQ(run(), ExitStatus::Failure);
+}
+
+TEST_F(ValidationReportTest, ATerminalShowsProgressAndLosesItInTheEnd) {
+    run(OutputKind::Terminal);
+    EXPECT_THAT(err_.str(), HasSubstr("\r\033[K2 of 5: 1.2 letters.broken\r"));
+    EXPECT_THAT(err_.str(), EndsWith("5 of 5: 2.2 numbers.crash\r\033[K"));
+}
+
+TEST_F(ValidationReportTest, JsonTellsEverything) {
+    options_.format = ReportFormat::Json;
+    EXPECT_EQ(run(), ExitStatus::Failure);
+    const Json report = Json::parse(out_.str());
+    EXPECT_EQ(report["tool"], "qzstorage");
+    EXPECT_EQ(report["version"], QZSTORAGE_VERSION);
+    EXPECT_EQ(report["plugin"], TEST_PLUGIN);
+    EXPECT_EQ(report["profile"], "in-memory");
+    EXPECT_EQ(report["seed"], 7);
+    EXPECT_EQ(report["totals"],
+              Json::parse(R"({"rules": 5, "passed": 2, "failed": 1, "crashed": 1, "skipped": 1,
+                                                "leftOut": 0})"));
+    ASSERT_EQ(report["rules"].size(), 5U);
+    Json crash = report["rules"][4];
+    EXPECT_TRUE(crash["milliseconds"].is_number_unsigned() || crash["milliseconds"].is_number_integer());
+    crash.erase("milliseconds");
+    EXPECT_EQ(crash, Json::parse(R"({"number": "2.2", "name": "numbers.crash", "group": "Numbers",
+                                     "rule": "2 is even.", "profile": "any", "result": "crash",
+                                     "reason": "ended with exit status 3", "output": "last\\x01words\nof 2",
+                                     "replay": ")" +
+                                 replay("2.2") + "\"}"));
+    std::string results;
+    for (const Json& rule : report["rules"]) {
+        results += rule["result"].get<std::string>() + " ";
+    }
+    EXPECT_EQ(results, "pass fail skip pass crash ");
+}
+
+TEST_F(ValidationReportTest, JUnitTellsEverything) {
+    const TemporaryFolder folder;
+    options_.junitFile = folder / "report.xml";
+    EXPECT_EQ(run(), ExitStatus::Failure);
+    EXPECT_THAT(out_.str(), HasSubstr("5 rules")) << "the text is printed as well";
+    Xml document;
+    read_xml(folder / "report.xml", document);
+    const Xml& suites = document.get_child("testsuites");
+    EXPECT_EQ(suites.get<int>("<xmlattr>.tests"), 5);
+    EXPECT_EQ(suites.get<int>("<xmlattr>.failures"), 1);
+    EXPECT_EQ(suites.get<int>("<xmlattr>.errors"), 1);
+    EXPECT_EQ(suites.get<int>("<xmlattr>.skipped"), 1);
+    std::vector<Xml> tests;
+    for (const auto& [element, suite] : suites) {
+        for (const auto& [part, test] : suite) {
+            if (part == "testcase") {
+                tests.push_back(test);
+            }
+        }
+    }
+    ASSERT_EQ(tests.size(), 5U);
+    EXPECT_EQ(tests[0].get<std::string>("<xmlattr>.name"), "1.1 letters.kept");
+    EXPECT_EQ(tests[0].get<std::string>("<xmlattr>.classname"), "Letters");
+    EXPECT_EQ(tests[1].get<std::string>("failure.<xmlattr>.message"), "B comes <before> A");
+    EXPECT_EQ(tests[1].get<std::string>("failure"), "B comes after A.\nreplay: " + replay("1.2") + "\n");
+    EXPECT_EQ(tests[2].get<std::string>("skipped.<xmlattr>.message"), "no C here");
+    EXPECT_EQ(tests[3].count("failure") + tests[3].count("error") + tests[3].count("skipped"), 0U);
+    EXPECT_EQ(tests[4].get<std::string>("error.<xmlattr>.message"), "ended with exit status 3");
+    EXPECT_THAT(tests[4].get<std::string>("error"), EndsWith("\nlast\\x01words\nof 2"));
+}
+
+TEST_F(ValidationReportTest, AJUnitFileThatCannotBeWrittenIsToldBeforeTheRun) {
+    const TemporaryFolder folder;
+    options_.junitFile = folder / "missing/report.xml";
+    EXPECT_ANY_THROW(run());
+    EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(ValidationReportTest, RulesAreListedWithoutAPlugin) {
+    options_.task = ValidateOptions::Task::List;
+    std::ostringstream err;
+    Console console(out_, OutputKind::Plain, err, OutputKind::Plain);
+    EXPECT_EQ(runValidate("/missing.so", options_, madeUpChecks(), console), ExitStatus::Success);
+    EXPECT_EQ(out_.str(), "1 Letters\n"
+                          "  1.1    letters.kept    any       A is a letter.\n"
+                          "  1.2    letters.broken  any       B comes after A.\n"
+                          "  1.3    letters.skipped any       C is a letter.\n"
+                          "2 Numbers\n"
+                          "  2.1    numbers.kept    in-memory 1 is a number.\n"
+                          "  2.2    numbers.crash   any       2 is even.\n");
+    out_.str("");
+    options_.format = ReportFormat::Json;
+    options_.only = {"2.1"};
+    EXPECT_EQ(runValidate("/missing.so", options_, madeUpChecks(), console), ExitStatus::Success);
+    EXPECT_EQ(Json::parse(out_.str()),
+              Json::parse(R"({"rules": [{"number": "2.1", "name": "numbers.kept", "group": "Numbers",
+                                         "rule": "1 is a number.", "profile": "in-memory"}]})"));
+}
+
+TEST(ReplayCommandTest, NamesAllThatACheckDependsOn) {
+    const Check& check = madeUpChecks()[0].checks[1];
+    ValidateOptions options;
+    options.seed = 18446744073709551615U;
+    EXPECT_EQ(replayCommand(options, check),
+              "qzstorage validate --profile any --seed 18446744073709551615 --only 1.2");
+    options.profile = Profile::InMemoryProvider;
+    options.timeLimit = std::chrono::seconds(5);
+    options.plugin = "./lib x's.so";
+    EXPECT_EQ(replayCommand(options, check),
+              "qzstorage validate --profile in-memory --seed 18446744073709551615 --timeout 5 --only 1.2 "
+              "'./lib x'\\''s.so'");
+    options.plugin = "x\n'\xFF.so";
+    EXPECT_THAT(replayCommand(options, check), EndsWith(" $'x\\x0a\\x27\\xff.so'"));
+    options.plugin = "-x.so";
+    EXPECT_THAT(replayCommand(options, check), EndsWith(" ./-x.so"));
+}
+
+} // namespace

@@ -1,0 +1,54 @@
+#include "host/validate/rules/CheckSelection.h"
+
+#include "host/support/UsageError.h"
+#include "tests/host/validate/rules/MadeUpChecks.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace storage::host;
+using testing::ThrowsMessage;
+
+using Patterns = std::vector<std::string>;
+
+std::string selected(Profile profile, const Patterns& patterns) {
+    std::string numbers;
+    for (const auto& group : CheckSelection::of(madeUpChecks(), profile, patterns).groups) {
+        for (const Check* const check : group.checks) {
+            numbers += (numbers.empty() ? "" : " ") + std::string(check->number);
+        }
+    }
+    return numbers;
+}
+
+TEST(CheckSelectionTest, AProfileSelectsItsRules) {
+    EXPECT_EQ(selected(Profile::InMemoryProvider, {}), "1.1 1.2 1.3 2.1 2.2");
+    EXPECT_EQ(selected(Profile::AnyProvider, {}), "1.1 1.2 1.3 2.2");
+    EXPECT_EQ(CheckSelection::of(madeUpChecks(), Profile::InMemoryProvider, {}).leftOut, 0U);
+    EXPECT_EQ(CheckSelection::of(madeUpChecks(), Profile::AnyProvider, {}).leftOut, 1U);
+    EXPECT_EQ(CheckSelection::of(madeUpChecks(), Profile::AnyProvider, {}).size(), 4U);
+}
+
+TEST(CheckSelectionTest, PatternsSelectByNumberOrName) {
+    EXPECT_EQ(selected(Profile::InMemoryProvider, {"1.*"}), "1.1 1.2 1.3");
+    EXPECT_EQ(selected(Profile::InMemoryProvider, {"numbers.*"}), "2.1 2.2");
+    EXPECT_EQ(selected(Profile::InMemoryProvider, {"*kept*"}), "1.1 2.1");
+    EXPECT_EQ(selected(Profile::InMemoryProvider, {"2.2", "?.1", "letters.kept"}), "1.1 2.1 2.2");
+    EXPECT_EQ(selected(Profile::InMemoryProvider, {"1.1"}), "1.1");
+    EXPECT_EQ(CheckSelection::of(madeUpChecks(), Profile::AnyProvider, {"1.*"}).leftOut, 0U);
+    EXPECT_EQ(CheckSelection::of(madeUpChecks(), Profile::AnyProvider, {"2.*"}).leftOut, 1U);
+}
+
+TEST(CheckSelectionTest, APatternThatSelectsNothingIsWrongUsage) {
+    for (const char* const pattern : {"3.*", "1", "", "Letters.kept", "\xFF"}) {
+        EXPECT_THROW(selected(Profile::InMemoryProvider, {"1.1", pattern}), UsageError) << pattern;
+    }
+    EXPECT_THAT([] { selected(Profile::InMemoryProvider, {"x*"}); },
+                ThrowsMessage<UsageError>(
+                    "no rule has a number or name like 'x*'; 'qzstorage validate --list' has all"));
+    EXPECT_THAT([] { selected(Profile::AnyProvider, {"2.1"}); },
+                ThrowsMessage<UsageError>("'2.1' names no rule of the profile any"));
+}
+
+} // namespace

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "host/console/Console.h"
+#include "host/plugin/PluginLibrary.h"
+#include "host/session/Session.h"
+#include "host/shell/Shell.h"
+#include "host/support/ExitStatus.h"
+#include "host/support/Interruption.h"
+#include "tests/support/DefaultSignals.h"
+#include "tests/support/HookedProvider.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <sstream>
+#include <string>
+
+/// A session over the in-memory storage whose output is captured line by line.
+class SessionTest : public testing::Test {
+protected:
+    using ExitStatus = storage::host::ExitStatus;
+
+    SessionTest();
+
+    /// Runs a line; output() and errors() are its own.
+    ExitStatus run(const std::string& line);
+
+    /// Runs a line that must go well, and returns its output.
+    std::string succeed(const std::string& line);
+
+    /// Runs a line that must fail, and returns its errors.
+    std::string fail(const std::string& line);
+
+    std::string output() const { return out_.str(); }
+    std::string errors() const { return err_.str(); }
+
+    TemporaryFolder disk_;
+    std::ostringstream out_;
+    std::ostringstream err_;
+    DefaultSignals defaultSignals_;
+    storage::host::Interruption interruption_;
+    storage::host::PluginLibrary library_;
+    std::shared_ptr<HookedProvider> provider_;
+    storage::host::Console console_;
+    storage::host::Session session_;
+    storage::host::Shell shell_;
+};
