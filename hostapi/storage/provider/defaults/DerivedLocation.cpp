@@ -11,6 +11,10 @@ constexpr char16_t separator = u'/';
 
 } // namespace
 
+bool isRoot(const StorageIRI& iri) {
+    return !iri.hasParent() || iri.getResolvedPath() == u"/";
+}
+
 StorageIRI locationBelow(const StorageIRI& folder, std::u16string_view relativePath) {
     std::u16string path = folder.getResolvedPath();
     if (!path.ends_with(separator)) {

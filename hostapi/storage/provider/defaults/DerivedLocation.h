@@ -6,6 +6,9 @@
 
 namespace foundation::storage::provider {
 
+/// Whether `iri` names the folder that has none above it.
+bool isRoot(const StorageIRI& iri);
+
 // Locations that the default operations derive from the caller's. Their resolved path and their path are the
 // same text, so that it makes no difference which of the two an operation goes by.
 

@@ -1,7 +1,7 @@
 #include "hostapi/core/except/IException.h"
 
 #include "hostapi/core/except/IInternalException.h"
-#include "tests/hostapi/VtableSlot.h"
+#include "tests/support/VtableSlot.h"
 
 #include <boost/exception/all.hpp>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "hostapi/storage/provider/ByteStream.h"
 
-#include "tests/hostapi/VtableSlot.h"
+#include "tests/support/VtableSlot.h"
 
 #include <gtest/gtest.h>
 

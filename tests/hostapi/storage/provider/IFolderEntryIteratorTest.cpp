@@ -1,7 +1,7 @@
 #include "hostapi/storage/provider/IFolderEntryIterator.h"
 
 #include "hostapi/storage/provider/IClonableFolderEntryIterator.h"
-#include "tests/hostapi/VtableSlot.h"
+#include "tests/support/VtableSlot.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "hostapi/core/except/UtfConversion.h"
-#include "tests/hostapi/storage/provider/InterposedProvider.h"
-#include "tests/hostapi/storage/provider/ProviderTest.h"
+#include "tests/hostapi/storage/provider/defaults/InterposedProvider.h"
+#include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 

@@ -1,5 +1,5 @@
-#include "tests/hostapi/storage/provider/InterposedProvider.h"
-#include "tests/hostapi/storage/provider/ProviderTest.h"
+#include "tests/hostapi/storage/provider/defaults/InterposedProvider.h"
+#include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 
 #include <new>
 

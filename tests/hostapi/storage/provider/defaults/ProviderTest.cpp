@@ -1,4 +1,4 @@
-#include "tests/hostapi/storage/provider/ProviderTest.h"
+#include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 
 #include "hostapi/core/except/UtfConversion.h"
 #include "inmemoryprovider/PluginEntry.h"

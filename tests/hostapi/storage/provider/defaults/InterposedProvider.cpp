@@ -1,4 +1,4 @@
-#include "tests/hostapi/storage/provider/InterposedProvider.h"
+#include "tests/hostapi/storage/provider/defaults/InterposedProvider.h"
 
 #include <utility>
 

@@ -1,0 +1,71 @@
+#include "hostapi/storage/provider/IProvider.h"
+
+#include "hostapi/storage/provider/defaults/DerivedLocation.h"
+#include "hostapi/storage/provider/defaults/FolderTreeWalk.h"
+
+#include <cstddef>
+#include <string>
+
+namespace foundation::storage::provider {
+
+namespace {
+
+void createFolderUnlessThere(const IProvider& provider, const StorageIRI& iri) {
+    if (provider.doFolderExists(iri)) {
+        return;
+    }
+    try {
+        provider.doCreateFolder(iri);
+    } catch (const Exception& failure) {
+        const bool madeMeanwhile =
+            failure.getErrorCode() == ErrorCode::AlreadyExists && provider.doFolderExists(iri);
+        if (!madeMeanwhile) {
+            throw;
+        }
+    }
+}
+
+/// Removes what the walk has arrived at, once nothing is left in it.
+void removeVisited(const IProvider& provider, const FolderTreeWalk& walk) {
+    try {
+        switch (walk.event()) {
+        case FolderTreeWalk::Event::FileMet:
+            provider.doRemoveFile(walk.location());
+            break;
+        case FolderTreeWalk::Event::FolderEntered:
+            break;
+        case FolderTreeWalk::Event::FolderLeft:
+            provider.doRemoveFolder(walk.location());
+            break;
+        }
+    } catch (const Exception& failure) {
+        if (failure.getErrorCode() != ErrorCode::NotFound) {
+            throw; // an entry that is gone already is just what was wanted
+        }
+    }
+}
+
+} // namespace
+
+void IProvider::doCreateFolderRecursive(const StorageIRI& iri) const {
+    if (doFolderExists(iri)) {
+        return;
+    }
+    const std::u16string& path = iri.getResolvedPath();
+    // What is before a separator at the very beginning is the root, which is always there.
+    for (std::size_t end = path.find(u'/', 1); end != std::u16string::npos; end = path.find(u'/', end + 1)) {
+        createFolderUnlessThere(*this, StorageIRI(path.substr(0, end)));
+    }
+    createFolderUnlessThere(*this, iri);
+}
+
+void IProvider::doRemoveFolderRecursively(const StorageIRI& iri) const {
+    for (FolderTreeWalk walk(*this, iri); walk.advance();) {
+        removeVisited(*this, walk);
+    }
+    if (!isRoot(iri)) {
+        doRemoveFolder(iri);
+    }
+}
+
+} // namespace foundation::storage::provider
