@@ -1,17 +1,23 @@
 #pragma once
 
-#include "host/process/CheckVerdict.h"
-
 #include <chrono>
 #include <string>
 
 namespace storage::host {
 
-/// How a check's process went. A value.
+/// How a check ended. A value.
 struct CheckOutcome {
-    CheckVerdict verdict;
-    std::string output; ///< lines that the process printed, safe to show, shortened
-    std::chrono::milliseconds duration;
+    enum class Result {
+        Pass,  ///< the provider keeps the rule
+        Fail,  ///< the provider breaks the rule
+        Skip,  ///< the check does not apply to this provider or machine
+        Crash, ///< the check's process ended, or was killed, before it announced a result
+    };
+
+    Result result;
+    std::string reason;   ///< one line; empty for a pass
+    std::string output{}; ///< the lines that the check's process printed, printable, shortened
+    std::chrono::milliseconds duration{};
 };
 
 } // namespace storage::host

@@ -20,6 +20,7 @@ namespace storage::host {
 namespace {
 
 using std::chrono::milliseconds;
+using Result = CheckOutcome::Result;
 
 /// How long a signal that arrives between two waits may go unnoticed.
 constexpr milliseconds longestWait(100);
@@ -33,7 +34,7 @@ FileDescriptor openProcess(pid_t id) {
                                  "process");
 }
 
-void announceTo(const FileDescriptor& pipe, const CheckVerdict& verdict) {
+void announceTo(const FileDescriptor& pipe, const CheckOutcome& verdict) {
     const std::string message =
         static_cast<char>(verdict.result) + printableInMessage(verdict.reason); // in one piece
     pipe.write(message);
@@ -44,7 +45,7 @@ void runTask(const CheckProcess::Task& task, const Pipe& verdict, const Pipe& ou
     checked(::dup2(output.writeEnd.number(), STDOUT_FILENO), "dup2");
     checked(::dup2(output.writeEnd.number(), STDERR_FILENO), "dup2");
     std::setvbuf(stdout, nullptr, _IONBF, 0); // a crash is to lose nothing
-    task([&](const CheckVerdict& announced) { announceTo(verdict.writeEnd, announced); });
+    task([&](const CheckOutcome& announced) { announceTo(verdict.writeEnd, announced); });
 }
 
 /// Hands on what there is to be read.
@@ -98,8 +99,10 @@ CheckOutcome CheckProcess::wait(milliseconds limit) {
     const int status = process_.end();
     takeVerdict();
     takeOutput();
-    const auto duration = std::chrono::duration_cast<milliseconds>(Clock::now() - start_);
-    return {verdict(end, status, limit), output_.text(), duration};
+    CheckOutcome outcome = verdict(end, status, limit);
+    outcome.output = output_.text();
+    outcome.duration = std::chrono::duration_cast<milliseconds>(Clock::now() - start_);
+    return outcome;
 }
 
 CheckProcess::End CheckProcess::watch(Clock::time_point deadline) {
@@ -132,21 +135,21 @@ bool CheckProcess::takeOutput() {
     return take(outputEnd_, [this](std::string_view bytes) { output_.append(bytes); });
 }
 
-CheckVerdict CheckProcess::verdict(End end, int status, milliseconds limit) const {
+CheckOutcome CheckProcess::verdict(End end, int status, milliseconds limit) const {
     const std::string ending =
         end == End::TimeOver
             ? fmt::format("did not end within {:g} s (--timeout gives more)", inSeconds(limit))
             : howItEnded(status);
     if (announced_.empty()) {
-        return {CheckResult::Crash, ending};
+        return {Result::Crash, ending};
     }
-    CheckVerdict announced{static_cast<CheckResult>(announced_.front()), announced_.substr(1)};
+    CheckOutcome announced{static_cast<Result>(announced_.front()), announced_.substr(1)};
     if (end == End::ByItself && endedWell(status)) {
         return announced;
     }
-    return announced.result == CheckResult::Fail
-               ? CheckVerdict{CheckResult::Fail, announced.reason + "; then the check " + ending}
-               : CheckVerdict{CheckResult::Crash, ending + " after the check itself"};
+    return announced.result == Result::Fail
+               ? CheckOutcome{Result::Fail, announced.reason + "; then the check " + ending}
+               : CheckOutcome{Result::Crash, ending + " after the check itself"};
 }
 
 } // namespace storage::host

@@ -11,20 +11,21 @@
 
 namespace storage::host {
 
-/// A process of its own for code that may do anything to it: whatever that is, there is an outcome.
+/// Isolates a check in a process: there is an outcome whatever the check does to the process.
 ///
-/// Owns the process and one end of the pipes that its verdict and its output come through. Thread safety: as
-/// `ChildProcess`; one object is for one thread.
+/// Owns the process, and the read ends of the pipes for its verdict and its output. Thread safety: as `ChildProcess`; one
+/// object is for one thread.
 class CheckProcess {
 public:
-    using Announce = std::function<void(const CheckVerdict&)>;
-    /// Runs in the process and announces one verdict. Passing counts only if the process then ends by itself and well.
+    /// Sends result and reason to this program.
+    using Announce = std::function<void(const CheckOutcome& verdict)>;
+    /// Runs in the process and announces one verdict. A pass counts only if the process then exits by itself with status 0.
     using Task = std::function<void(const Announce& announce)>;
 
     /// @throws std::system_error
     explicit CheckProcess(const Task& task);
 
-    /// Waits for the end, and makes an end when the time is over. To be called once.
+    /// Waits for the process to end, and kills it at the time limit. To be called once.
     /// @throws Interrupted
     CheckOutcome wait(std::chrono::milliseconds limit);
 
@@ -37,7 +38,7 @@ private:
     End watch(Clock::time_point deadline);
     bool takeVerdict();
     bool takeOutput();
-    CheckVerdict verdict(End end, int status, std::chrono::milliseconds limit) const;
+    CheckOutcome verdict(End end, int status, std::chrono::milliseconds limit) const;
 
     Clock::time_point start_ = Clock::now();
     ChildProcess process_;

@@ -9,16 +9,18 @@ namespace storage::host {
 
 namespace {
 
-CheckVerdict verdictOf(const std::string& plugin, const std::function<void()>& work) {
+using Result = CheckOutcome::Result;
+
+CheckOutcome verdictOf(const std::string& plugin, const std::function<void()>& work) {
     try {
         work();
-        return {CheckResult::Pass, ""};
+        return {Result::Pass, ""};
     } catch (const PluginError& error) {
-        return {CheckResult::Fail, error.what()};
+        return {Result::Fail, error.what()};
     } catch (...) {
         const Failure failure = Failure::ofCurrentException("");
-        return {CheckResult::Fail, printable(plugin) + ": " +
-                                       (failure.path.empty() ? "" : failure.path + ": ") + failure.reason};
+        return {Result::Fail, printable(plugin) + ": " + (failure.path.empty() ? "" : failure.path + ": ") +
+                                  failure.reason};
     }
 }
 
@@ -28,13 +30,12 @@ void tryInProcess(const std::string& plugin, const std::function<void()>& work,
                   std::chrono::milliseconds limit) {
     CheckProcess process([&](const CheckProcess::Announce& announce) { announce(verdictOf(plugin, work)); });
     const CheckOutcome outcome = process.wait(limit);
-    if (outcome.verdict.result == CheckResult::Crash) {
+    if (outcome.result == Result::Crash) {
         const std::string lastWords = outcome.output.empty() ? "" : "; it said: " + outcome.output;
-        throw PluginError(printable(plugin) + ": the process that loaded it " + outcome.verdict.reason +
-                          lastWords);
+        throw PluginError(printable(plugin) + ": the process that loaded it " + outcome.reason + lastWords);
     }
-    if (outcome.verdict.result == CheckResult::Fail) {
-        throw PluginError(outcome.verdict.reason);
+    if (outcome.result == Result::Fail) {
+        throw PluginError(outcome.reason);
     }
 }
 

@@ -4,8 +4,6 @@
 #include "host/process/LoadingTrial.h"
 #include "host/support/Failure.h"
 #include "host/validate/kit/CheckContext.h"
-#include "host/validate/rules/CheckSkipped.h"
-#include "host/validate/rules/RuleBroken.h"
 
 #include <optional>
 
@@ -13,20 +11,22 @@ namespace storage::host {
 
 namespace {
 
-CheckVerdict unexpected() {
+using Result = CheckOutcome::Result;
+
+CheckOutcome unexpected() {
     const Failure failure = Failure::ofCurrentException("");
-    return {CheckResult::Fail,
+    return {Result::Fail,
             "unexpected failure: " + (failure.path.empty() ? "" : failure.path + ": ") + failure.reason};
 }
 
-CheckVerdict verdictOf(const std::function<void()>& check) {
+CheckOutcome verdictOf(const std::function<void()>& check) {
     try {
         check();
-        return {CheckResult::Pass, ""};
+        return {Result::Pass, ""};
     } catch (const RuleBroken& broken) {
-        return {CheckResult::Fail, broken.what()};
+        return {Result::Fail, broken.what()};
     } catch (const CheckSkipped& skipped) {
-        return {CheckResult::Skip, skipped.what()};
+        return {Result::Skip, skipped.what()};
     } catch (...) {
         return unexpected();
     }

@@ -2,7 +2,6 @@
 
 #include "host/process/CheckOutcome.h"
 #include "host/validate/rules/Check.h"
-#include "host/validate/rules/Profile.h"
 
 #include <chrono>
 #include <cstdint>
@@ -10,19 +9,19 @@
 
 namespace storage::host {
 
-/// Holds one plug-in to rules, each in a process of its own, so that this program never loads it.
+/// Checks one plug-in against rules, each in a process of its own, so that this program never loads it.
 ///
 /// A value. Thread safety: this program must have no other thread while a check runs.
 class CheckRunner {
 public:
     /// @param plugin   path of the plug-in
-    /// @param profile  what it is held to
-    /// @param seed     where the random numbers of every check begin
-    /// @param limit    how long one check may take
+    /// @param profile  the rules that apply to it
+    /// @param seed     of the random numbers of every check
+    /// @param limit    time limit of one check
     CheckRunner(std::string plugin, Profile profile, std::uint64_t seed, std::chrono::milliseconds limit)
         : plugin_(std::move(plugin)), profile_(profile), seed_(seed), limit_(limit) {}
 
-    /// What no rule could be checked without.
+    /// Requires a provider of the plug-in, without which no rule can be checked.
     /// @throws PluginError, Interrupted
     void requireProvider() const;
 

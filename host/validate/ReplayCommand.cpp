@@ -1,7 +1,6 @@
 #include "host/validate/ReplayCommand.h"
 
 #include "host/support/Utf.h"
-#include "host/validate/rules/ProfileName.h"
 
 #include <fmt/format.h>
 

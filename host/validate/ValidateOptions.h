@@ -11,7 +11,7 @@
 
 namespace storage::host {
 
-/// How a plug-in is to be validated. A value.
+/// The options of `validate`. A value.
 struct ValidateOptions {
     enum class Task { Check, List };
 

@@ -5,7 +5,6 @@
 #include "host/validate/CheckProgress.h"
 #include "host/validate/CheckRunner.h"
 #include "host/validate/ReplayCommand.h"
-#include "host/validate/report/RuleList.h"
 #include "host/validate/report/ValidationJUnit.h"
 #include "host/validate/report/ValidationJson.h"
 #include "host/validate/report/ValidationText.h"
@@ -19,7 +18,7 @@ namespace storage::host {
 
 namespace {
 
-/// One run over the checks that were selected.
+/// One run of the selected checks.
 class Validation {
 public:
     Validation(const std::string& plugin, const ValidateOptions& options, const CheckSelection& selection,
@@ -45,8 +44,8 @@ public:
     }
 
 private:
-    GroupRecord runGroup(const CheckSelection::Group& group) {
-        GroupRecord record{group.group, {}};
+    ValidationRecord::Group runGroup(const CheckSelection::Group& group) {
+        ValidationRecord::Group record{group.group, {}};
         for (const Check* const check : group.checks) {
             progress_.begin(*check);
             record.checks.push_back({check, runner_.run(*check), replayCommand(options_, *check)});
@@ -79,13 +78,21 @@ std::optional<FileDescriptor> openForJUnit(const ValidateOptions& options) {
     return FileDescriptor(*options.junitFile, O_WRONLY | O_CREAT | O_TRUNC, 0666);
 }
 
+void printSelected(std::ostream& out, const CheckSelection& selection, ReportFormat format) {
+    if (format == ReportFormat::Json) {
+        printRulesAsJson(out, selection);
+    } else {
+        printRules(out, selection);
+    }
+}
+
 } // namespace
 
 ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options,
                        std::span<const CheckGroup> catalogue, Console& console) {
     const auto selection = CheckSelection::of(catalogue, options.profile, options.only);
     if (options.task == ValidateOptions::Task::List) {
-        printRules(console.out(), selection, options.format);
+        printSelected(console.out(), selection, options.format);
         return ExitStatus::Success;
     }
     const Interruption interruption;

@@ -3,14 +3,14 @@
 #include "host/console/Console.h"
 #include "host/support/ExitStatus.h"
 #include "host/validate/ValidateOptions.h"
-#include "host/validate/rules/CheckGroup.h"
+#include "host/validate/rules/Check.h"
 
 #include <span>
 #include <string>
 
 namespace storage::host {
 
-/// Holds a plug-in to the rules of a catalogue, or lists them.
+/// Checks a plug-in against the rules of a catalogue, or lists the rules.
 /// @param plugin  path of the plug-in
 /// @throws UsageError, PluginError, Interrupted, OutputError
 ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options,

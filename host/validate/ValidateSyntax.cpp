@@ -3,7 +3,6 @@
 #include "host/plugin/PluginOperand.h"
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
-#include "host/validate/rules/ProfileName.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>

@@ -1,7 +1,5 @@
 #include "host/validate/checks/CheckCatalogue.h"
 
-#include "host/validate/checks/CheckGroups.h"
-
 #include <array>
 
 namespace storage::host {

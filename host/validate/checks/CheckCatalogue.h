@@ -1,12 +1,32 @@
 #pragma once
 
-#include "host/validate/rules/CheckGroup.h"
+#include "host/validate/rules/Check.h"
 
 #include <span>
 
 namespace storage::host {
 
-/// All groups, in the order of their numbers. The catalogue is the contract: docs/contract.md says the same, rule by rule.
+/// All groups, in the order of their numbers. The catalogue is the contract: docs/contract.md states the same rules.
 std::span<const CheckGroup> checkCatalogue();
+
+// The checks of each group.
+namespace checks {
+
+std::span<const Check> entryPoint();
+std::span<const Check> creatingAndRemoving();
+std::span<const Check> attributes();
+std::span<const Check> paths();
+std::span<const Check> times();
+std::span<const Check> writableFlag();
+std::span<const Check> openingStreams();
+std::span<const Check> readingAndWriting();
+std::span<const Check> listings();
+std::span<const Check> movingFiles();
+std::span<const Check> movingFolders();
+std::span<const Check> derivedOperations();
+std::span<const Check> threads();
+std::span<const Check> exhaustedMemory();
+
+} // namespace checks
 
 } // namespace storage::host

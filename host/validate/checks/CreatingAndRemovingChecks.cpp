@@ -1,9 +1,11 @@
 #include "host/storage/Listing.h"
 #include "host/support/Utf.h"
-#include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/CheckCatalogue.h"
 #include "host/validate/checks/EntryKind.h"
 #include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/ExpectRefusal.h"
 #include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/StreamSteps.h"
 
 #include <array>
 #include <fmt/format.h>

@@ -1,8 +1,9 @@
 #include "host/storage/Listing.h"
-#include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/CheckCatalogue.h"
 #include "host/validate/kit/CheckContext.h"
 #include "host/validate/kit/CopiedPlugin.h"
 #include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/StreamSteps.h"
 
 #include <array>
 #include <cstdio>

@@ -1,12 +1,12 @@
-#include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/CheckCatalogue.h"
 #include "host/validate/kit/CheckContext.h"
 #include "host/validate/kit/ExhaustedMemory.h"
 #include "host/validate/kit/Expectations.h"
-#include "host/validate/kit/LongAgo.h"
 #include "host/validate/kit/Policies.h"
 #include "host/validate/kit/StreamSteps.h"
+#include "host/validate/kit/Times.h"
 #include "host/validate/kit/TreeDescription.h"
-#include "host/validate/rules/RuleBroken.h"
+#include "host/validate/rules/Check.h"
 #include "hostapi/storage/provider/HandedOut.h"
 
 #include <array>

@@ -1,9 +1,9 @@
-#include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/CheckCatalogue.h"
 #include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/ExpectRefusal.h"
 #include "host/validate/kit/Expectations.h"
-#include "host/validate/kit/LongAgo.h"
 #include "host/validate/kit/StreamSteps.h"
-#include "host/validate/kit/UtcNow.h"
+#include "host/validate/kit/Times.h"
 #include "host/validate/kit/WriteProtection.h"
 
 #include <array>

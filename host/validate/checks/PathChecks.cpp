@@ -1,10 +1,12 @@
 #include "host/storage/Listing.h"
 #include "host/support/Utf.h"
-#include "host/validate/checks/CheckGroups.h"
+#include "host/validate/checks/CheckCatalogue.h"
 #include "host/validate/checks/EntryKind.h"
 #include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/ExpectRefusal.h"
 #include "host/validate/kit/Expectations.h"
-#include "host/validate/kit/LongAgo.h"
+#include "host/validate/kit/StreamSteps.h"
+#include "host/validate/kit/Times.h"
 
 #include <algorithm>
 #include <array>

@@ -2,11 +2,7 @@
 
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
-#include "host/validate/kit/CheckContext.h"
-#include "host/validate/kit/StreamSteps.h"
-#include "host/validate/kit/TreeDescription.h"
-#include "host/validate/rules/CheckSkipped.h"
-#include "host/validate/rules/RuleBroken.h"
+#include "host/validate/rules/Check.h"
 
 #include <fmt/format.h>
 
@@ -48,26 +44,6 @@ void expectFailure(const std::function<void()>& action, ErrorCode code, const St
 
 void skip(std::string_view reason) {
     throw CheckSkipped(std::string(reason));
-}
-
-void makeFile(const IProvider& provider, const StorageIRI& iri, std::string_view bytes) {
-    provider.doCreateFile(iri);
-    if (!bytes.empty()) {
-        writeText(*openStream(provider, iri), bytes);
-    }
-}
-
-std::string contentOf(const IProvider& provider, const StorageIRI& iri) {
-    return readRest(*openForReading(provider, iri));
-}
-
-void expectRefusal(CheckContext& context, const std::function<void()>& action, ErrorCode code,
-                   const StorageIRI& location, std::string_view operation) {
-    const std::string before = describeTree(context.provider(), context.at(u""));
-    expectFailure(action, code, location, operation);
-    const std::string after = describeTree(context.provider(), context.at(u""));
-    expect(after == before,
-           fmt::format("{} fails, but changes something; before:\n{}\nafter:\n{}", operation, before, after));
 }
 
 } // namespace storage::host

@@ -63,4 +63,15 @@ long positionOf(ByteStream& stream) {
     return seekTo(stream, 0, std::ios_base::cur);
 }
 
+void makeFile(const IProvider& provider, const StorageIRI& iri, std::string_view bytes) {
+    provider.doCreateFile(iri);
+    if (!bytes.empty()) {
+        writeText(*openStream(provider, iri), bytes);
+    }
+}
+
+std::string contentOf(const IProvider& provider, const StorageIRI& iri) {
+    return readRest(*openForReading(provider, iri));
+}
+
 } // namespace storage::host

@@ -37,4 +37,12 @@ long seekTo(foundation::storage::provider::ByteStream& stream, long offset, std:
 
 long positionOf(foundation::storage::provider::ByteStream& stream);
 
+/// Makes a file with these bytes.
+void makeFile(const foundation::storage::provider::IProvider& provider,
+              const foundation::storage::provider::StorageIRI& iri, std::string_view bytes);
+
+/// All bytes of a file, through a stream of its own.
+std::string contentOf(const foundation::storage::provider::IProvider& provider,
+                      const foundation::storage::provider::StorageIRI& iri);
+
 } // namespace storage::host

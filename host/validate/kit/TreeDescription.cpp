@@ -1,7 +1,7 @@
 #include "host/validate/kit/TreeDescription.h"
 
 #include "host/support/Utf.h"
-#include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/StreamSteps.h"
 #include "hostapi/storage/provider/HandedOut.h"
 
 #include <algorithm>

@@ -1,7 +1,6 @@
 #include "host/validate/report/ValidationJUnit.h"
 
 #include "host/support/Utf.h"
-#include "host/validate/rules/ProfileName.h"
 
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
@@ -18,7 +17,7 @@ std::string seconds(std::chrono::milliseconds time) {
     return fmt::format("{:.3f}", std::chrono::duration<double>(time).count());
 }
 
-void putTotals(ptree& suite, const CheckTotals& totals) {
+void putTotals(ptree& suite, const ValidationRecord::Totals& totals) {
     suite.put("<xmlattr>.tests", totals.all());
     suite.put("<xmlattr>.failures", totals.failed);
     suite.put("<xmlattr>.errors", totals.crashed);
@@ -26,29 +25,29 @@ void putTotals(ptree& suite, const CheckTotals& totals) {
 }
 
 /// What went wrong, as the element that says how.
-void addTrouble(ptree& test, const char* element, const CheckRecord& record) {
-    const CheckOutcome& outcome = record.outcome;
-    ptree trouble(fmt::format("{}\nreplay: {}\n{}", record.check->rule, record.replay, outcome.output));
-    trouble.put("<xmlattr>.message", outcome.verdict.reason);
+void addTrouble(ptree& test, const char* element, const ValidationRecord::CheckRun& run) {
+    const CheckOutcome& outcome = run.outcome;
+    ptree trouble(fmt::format("{}\nreplay: {}\n{}", run.check->rule, run.replay, outcome.output));
+    trouble.put("<xmlattr>.message", outcome.reason);
     test.add_child(element, trouble);
 }
 
-ptree testCase(const GroupRecord& group, const CheckRecord& record) {
+ptree testCase(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
     ptree test;
-    test.put("<xmlattr>.classname", group.group->title);
-    test.put("<xmlattr>.name", fmt::format("{} {}", record.check->number, record.check->name));
-    test.put("<xmlattr>.time", seconds(record.outcome.duration));
-    switch (record.outcome.verdict.result) {
-    case CheckResult::Pass:
+    test.put("<xmlattr>.classname", group.title);
+    test.put("<xmlattr>.name", fmt::format("{} {}", run.check->number, run.check->name));
+    test.put("<xmlattr>.time", seconds(run.outcome.duration));
+    switch (run.outcome.result) {
+    case CheckOutcome::Result::Pass:
         break;
-    case CheckResult::Fail:
-        addTrouble(test, "failure", record);
+    case CheckOutcome::Result::Fail:
+        addTrouble(test, "failure", run);
         break;
-    case CheckResult::Crash:
-        addTrouble(test, "error", record);
+    case CheckOutcome::Result::Crash:
+        addTrouble(test, "error", run);
         break;
-    case CheckResult::Skip:
-        test.put("skipped.<xmlattr>.message", record.outcome.verdict.reason);
+    case CheckOutcome::Result::Skip:
+        test.put("skipped.<xmlattr>.message", run.outcome.reason);
         break;
     }
     return test;
@@ -61,20 +60,20 @@ void addProperty(ptree& suite, const char* name, const std::string& value) {
     suite.add_child("properties.property", property);
 }
 
-ptree testSuite(const ValidationRecord& record, const GroupRecord& group) {
+ptree testSuite(const ValidationRecord& record, const ValidationRecord::Group& group) {
     ptree suite;
     suite.put("<xmlattr>.name", fmt::format("{} {}", group.group->number, group.group->title));
     putTotals(suite, group.totals());
     std::chrono::milliseconds time{};
-    for (const CheckRecord& each : group.checks) {
-        time += each.outcome.duration;
+    for (const ValidationRecord::CheckRun& run : group.checks) {
+        time += run.outcome.duration;
     }
     suite.put("<xmlattr>.time", seconds(time));
     addProperty(suite, "plugin", printable(record.plugin));
     addProperty(suite, "profile", profileName(record.profile));
     addProperty(suite, "seed", std::to_string(record.seed));
-    for (const CheckRecord& each : group.checks) {
-        suite.add_child("testcase", testCase(group, each));
+    for (const ValidationRecord::CheckRun& run : group.checks) {
+        suite.add_child("testcase", testCase(*group.group, run));
     }
     return suite;
 }
@@ -85,7 +84,7 @@ std::string junitXml(const ValidationRecord& record) {
     ptree suites;
     suites.put("<xmlattr>.name", "qzstorage validate");
     putTotals(suites, record.totals());
-    for (const GroupRecord& group : record.groups) {
+    for (const ValidationRecord::Group& group : record.groups) {
         suites.add_child("testsuite", testSuite(record, group));
     }
     ptree document;

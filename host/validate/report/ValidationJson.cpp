@@ -1,8 +1,8 @@
 #include "host/validate/report/ValidationJson.h"
 
 #include "host/support/Utf.h"
-#include "host/validate/report/RuleJson.h"
-#include "host/validate/rules/ProfileName.h"
+
+#include <nlohmann/json.hpp>
 
 namespace storage::host {
 
@@ -10,37 +10,55 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-const char* resultName(CheckResult result) {
+const char* resultName(CheckOutcome::Result result) {
     switch (result) {
-    case CheckResult::Pass:
+    case CheckOutcome::Result::Pass:
         return "pass";
-    case CheckResult::Fail:
+    case CheckOutcome::Result::Fail:
         return "fail";
-    case CheckResult::Skip:
+    case CheckOutcome::Result::Skip:
         return "skip";
-    case CheckResult::Crash:
+    case CheckOutcome::Result::Crash:
         return "crash";
     }
     return "";
 }
 
-Json recordJson(const CheckGroup& group, const CheckRecord& record) {
-    Json json = ruleJson(group, *record.check);
-    json["result"] = resultName(record.outcome.verdict.result);
-    json["reason"] = record.outcome.verdict.reason;
-    json["output"] = record.outcome.output;
-    json["milliseconds"] = record.outcome.duration.count();
-    json["replay"] = record.replay;
+Json ruleJson(const CheckGroup& group, const Check& check) {
+    return {{"number", check.number},
+            {"name", check.name},
+            {"group", group.title},
+            {"rule", check.rule},
+            {"profile", profileName(check.profile)}};
+}
+
+Json runJson(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
+    Json json = ruleJson(group, *run.check);
+    json["result"] = resultName(run.outcome.result);
+    json["reason"] = run.outcome.reason;
+    json["output"] = run.outcome.output;
+    json["milliseconds"] = run.outcome.duration.count();
+    json["replay"] = run.replay;
     return json;
 }
 
 Json totalsJson(const ValidationRecord& record) {
-    const CheckTotals totals = record.totals();
+    const ValidationRecord::Totals totals = record.totals();
     return {{"rules", totals.all()},     {"passed", totals.passed},   {"failed", totals.failed},
             {"crashed", totals.crashed}, {"skipped", totals.skipped}, {"leftOut", record.leftOut}};
 }
 
 } // namespace
+
+void printRulesAsJson(std::ostream& out, const CheckSelection& selection) {
+    Json rules = Json::array();
+    for (const CheckSelection::Group& group : selection.groups) {
+        for (const Check* const check : group.checks) {
+            rules.push_back(ruleJson(*group.group, *check));
+        }
+    }
+    out << Json{{"rules", std::move(rules)}}.dump(2) << '\n' << std::flush;
+}
 
 void printJson(std::ostream& out, const ValidationRecord& record) {
     Json json{{"tool", "qzstorage"},
@@ -50,9 +68,9 @@ void printJson(std::ostream& out, const ValidationRecord& record) {
               {"seed", record.seed},
               {"totals", totalsJson(record)},
               {"rules", Json::array()}};
-    for (const GroupRecord& group : record.groups) {
-        for (const CheckRecord& each : group.checks) {
-            json["rules"].push_back(recordJson(*group.group, each));
+    for (const ValidationRecord::Group& group : record.groups) {
+        for (const ValidationRecord::CheckRun& run : group.checks) {
+            json["rules"].push_back(runJson(*group.group, run));
         }
     }
     out << json.dump(2) << '\n' << std::flush;

@@ -1,10 +1,59 @@
 #include "host/validate/report/ValidationRecord.h"
 
+#include <fmt/format.h>
+
 namespace storage::host {
 
-CheckTotals ValidationRecord::totals() const {
-    CheckTotals totals;
-    for (const GroupRecord& group : groups) {
+void ValidationRecord::Totals::count(CheckOutcome::Result result) {
+    switch (result) {
+    case CheckOutcome::Result::Pass:
+        ++passed;
+        break;
+    case CheckOutcome::Result::Fail:
+        ++failed;
+        break;
+    case CheckOutcome::Result::Skip:
+        ++skipped;
+        break;
+    case CheckOutcome::Result::Crash:
+        ++crashed;
+        break;
+    }
+}
+
+ValidationRecord::Totals& ValidationRecord::Totals::operator+=(const Totals& other) {
+    passed += other.passed;
+    failed += other.failed;
+    crashed += other.crashed;
+    skipped += other.skipped;
+    return *this;
+}
+
+std::string ValidationRecord::Totals::summary() const {
+    std::string text;
+    const auto add = [&](std::size_t number, const char* what) {
+        if (number > 0) {
+            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", number, what);
+        }
+    };
+    add(passed, "passed");
+    add(failed, "failed");
+    add(crashed, "crashed");
+    add(skipped, "skipped");
+    return text;
+}
+
+ValidationRecord::Totals ValidationRecord::Group::totals() const {
+    Totals totals;
+    for (const CheckRun& run : checks) {
+        totals.count(run.outcome.result);
+    }
+    return totals;
+}
+
+ValidationRecord::Totals ValidationRecord::totals() const {
+    Totals totals;
+    for (const Group& group : groups) {
         totals += group.totals();
     }
     return totals;

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "host/validate/report/GroupRecord.h"
-#include "host/validate/rules/Profile.h"
+#include "host/process/CheckOutcome.h"
+#include "host/validate/rules/Check.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -11,13 +12,45 @@ namespace storage::host {
 
 /// Everything that a run found out. A value; it refers to the catalogue.
 struct ValidationRecord {
+    /// A check that was run.
+    struct CheckRun {
+        const Check* check;
+        CheckOutcome outcome;
+        std::string replay; ///< the command line, quoted for a shell, that runs this check again
+    };
+
+    /// How many checks ended with each result.
+    struct Totals {
+        std::size_t passed = 0;
+        std::size_t failed = 0;
+        std::size_t crashed = 0;
+        std::size_t skipped = 0;
+
+        void count(CheckOutcome::Result result);
+        Totals& operator+=(const Totals& other);
+
+        std::size_t all() const { return passed + failed + crashed + skipped; }
+        bool allKept() const { return failed + crashed == 0; }
+
+        /// "5 passed, 1 failed", without the results that no check ended with.
+        std::string summary() const;
+    };
+
+    /// The checks of a group that were run.
+    struct Group {
+        const CheckGroup* group;
+        std::vector<CheckRun> checks;
+
+        Totals totals() const;
+    };
+
     std::string plugin; ///< path
     Profile profile;
     std::uint64_t seed;
-    std::size_t leftOut; ///< rules asked for that the profile does not have
-    std::vector<GroupRecord> groups;
+    std::size_t leftOut; ///< number of selected rules that the profile does not have
+    std::vector<Group> groups;
 
-    CheckTotals totals() const;
+    Totals totals() const;
 };
 
 } // namespace storage::host

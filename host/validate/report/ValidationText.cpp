@@ -2,23 +2,26 @@
 
 #include "host/support/Counted.h"
 #include "host/support/Utf.h"
-#include "host/validate/rules/ProfileName.h"
 
+#include <algorithm>
+#include <cstring>
 #include <fmt/format.h>
 
 namespace storage::host {
 
 namespace {
 
-const char* resultText(CheckResult result) {
+using Result = CheckOutcome::Result;
+
+const char* resultText(Result result) {
     switch (result) {
-    case CheckResult::Pass:
+    case Result::Pass:
         return "passed";
-    case CheckResult::Fail:
+    case Result::Fail:
         return "FAILED";
-    case CheckResult::Skip:
+    case Result::Skip:
         return "skipped";
-    case CheckResult::Crash:
+    case Result::Crash:
         return "CRASHED";
     }
     return "";
@@ -37,34 +40,51 @@ std::string marked(const std::string& lines, const std::string& mark) {
 
 } // namespace
 
+void printRules(std::ostream& out, const CheckSelection& selection) {
+    std::size_t width = 0;
+    for (const CheckSelection::Group& group : selection.groups) {
+        for (const Check* const check : group.checks) {
+            width = std::max(width, std::strlen(check->name));
+        }
+    }
+    for (const CheckSelection::Group& group : selection.groups) {
+        out << fmt::format("{} {}\n", group.group->number, group.group->title);
+        for (const Check* const check : group.checks) {
+            out << fmt::format("  {:<6} {:<{}} {:<9} {}\n", check->number, check->name, width,
+                               profileName(check->profile), check->rule);
+        }
+    }
+    out << std::flush;
+}
+
 void ValidationText::printBegin(const ValidationRecord& record) {
     out_ << fmt::format("validating {}: profile {}, seed {}\n", printable(record.plugin),
                         profileName(record.profile), record.seed)
          << std::flush;
 }
 
-void ValidationText::printGroup(const GroupRecord& group) {
+void ValidationText::printGroup(const ValidationRecord::Group& group) {
     out_ << fmt::format("{:>2} {}: {}\n", group.group->number, group.group->title, group.totals().summary());
-    for (const CheckRecord& record : group.checks) {
-        if (record.outcome.verdict.result != CheckResult::Pass) {
-            printCheck(record);
+    for (const ValidationRecord::CheckRun& run : group.checks) {
+        if (run.outcome.result != Result::Pass) {
+            printCheck(run);
         }
     }
     out_ << std::flush;
 }
 
-void ValidationText::printCheck(const CheckRecord& record) {
-    const CheckVerdict& verdict = record.outcome.verdict;
-    out_ << fmt::format("   {} {} {}: {}\n", resultText(verdict.result), record.check->number,
-                        record.check->name, record.check->rule)
-         << fmt::format("      {}\n", verdict.reason);
-    if (verdict.result != CheckResult::Skip) {
-        out_ << marked(record.outcome.output, "      | ") << fmt::format("      replay: {}\n", record.replay);
+void ValidationText::printCheck(const ValidationRecord::CheckRun& run) {
+    const CheckOutcome& outcome = run.outcome;
+    out_ << fmt::format("   {} {} {}: {}\n", resultText(outcome.result), run.check->number, run.check->name,
+                        run.check->rule)
+         << fmt::format("      {}\n", outcome.reason);
+    if (outcome.result != Result::Skip) {
+        out_ << marked(outcome.output, "      | ") << fmt::format("      replay: {}\n", run.replay);
     }
 }
 
 void ValidationText::printEnd(const ValidationRecord& record) {
-    const CheckTotals totals = record.totals();
+    const ValidationRecord::Totals totals = record.totals();
     out_ << counted(totals.all(), "rule") << ": " << totals.summary();
     if (record.leftOut > 0) {
         out_ << fmt::format("; left out: {} that only the in-memory provider keeps",

@@ -1,13 +1,16 @@
 #pragma once
 
-#include "host/validate/report/GroupRecord.h"
 #include "host/validate/report/ValidationRecord.h"
+#include "host/validate/rules/CheckSelection.h"
 
 #include <ostream>
 
 namespace storage::host {
 
-/// The report of a run for people, group by group as the run goes on.
+/// Prints the rules, one line each below the title of their group.
+void printRules(std::ostream& out, const CheckSelection& selection);
+
+/// The report of a run as text, group by group while the run goes on.
 ///
 /// Borrows the stream. Thread safety: one object is for one thread.
 class ValidationText {
@@ -15,11 +18,11 @@ public:
     explicit ValidationText(std::ostream& out) : out_(out) {}
 
     void printBegin(const ValidationRecord& record);
-    void printGroup(const GroupRecord& group);
+    void printGroup(const ValidationRecord::Group& group);
     void printEnd(const ValidationRecord& record);
 
 private:
-    void printCheck(const CheckRecord& record);
+    void printCheck(const ValidationRecord::CheckRun& run);
 
     std::ostream& out_;
 };

@@ -2,20 +2,41 @@
 
 #include "host/validate/rules/Profile.h"
 
+#include <span>
+#include <stdexcept>
+
 namespace storage::host {
 
 class CheckContext;
 
-/// One rule of the contract between hosts and providers, and how it is put to the test. A value.
+/// The provider breaks the rule. The text says what was expected and what was seen.
+class RuleBroken : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The check does not apply to this provider or machine. The text says why.
+class CheckSkipped : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// One rule of the contract between hosts and providers, and its check. A value.
 struct Check {
-    const char* number; ///< "GROUP.RULE", for example "4.2"; belongs to this rule for ever
+    const char* number; ///< "GROUP.RULE", for example "4.2"; permanent
     const char* name;   ///< for example "paths.case-is-kept"
-    const char*
-        rule; ///< what a provider does, in one line, for example "Names that differ in case are two names."
-    Profile profile; ///< of which providers the rule holds
-    /// Returns when the rule was kept. Runs in a process of its own, so it may do anything to it.
+    const char* rule;   ///< one line, for example "Names that differ in case are two names."
+    Profile profile;    ///< the providers that the rule applies to
+    /// Returns when the provider keeps the rule. Runs in a process of its own, and may do anything to it.
     /// @throws RuleBroken, CheckSkipped
     void (*run)(CheckContext& context);
+};
+
+/// The rules about one subject. A value; the checks are in a table with static storage duration.
+struct CheckGroup {
+    int number;        ///< the numbers of its checks begin with it
+    const char* title; ///< for example "Paths"
+    std::span<const Check> checks;
 };
 
 } // namespace storage::host

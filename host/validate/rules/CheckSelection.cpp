@@ -2,7 +2,6 @@
 
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
-#include "host/validate/rules/ProfileName.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 
 #include <algorithm>

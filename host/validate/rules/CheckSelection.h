@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/validate/rules/CheckGroup.h"
+#include "host/validate/rules/Check.h"
 
 #include <cstddef>
 #include <string>

@@ -1,11 +1,22 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 namespace storage::host {
 
-/// Of which providers a rule holds.
+/// Which providers a rule applies to.
 enum class Profile {
-    AnyProvider,      ///< of every provider, whatever its storage is made of
-    InMemoryProvider, ///< of the in-memory provider alone: where others are free, it is not
+    AnyProvider,      ///< every provider, whatever its storage is made of
+    InMemoryProvider, ///< only the in-memory provider: other providers may do otherwise
 };
+
+/// As on the command line, for example "in-memory".
+const char* profileName(Profile profile);
+
+std::vector<std::string> profileNames();
+
+/// @param name  one of `profileNames`
+Profile profileNamed(const std::string& name);
 
 } // namespace storage::host

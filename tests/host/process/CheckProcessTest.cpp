@@ -1,5 +1,5 @@
 #include "host/process/CheckProcess.h"
-#include "tests/host/process/ExpectVerdict.h"
+#include "tests/support/ExpectVerdict.h"
 #include "tests/support/ProcessState.h"
 
 #include <csignal>
@@ -13,6 +13,7 @@
 namespace {
 
 using namespace storage::host;
+using Result = CheckOutcome::Result;
 using std::chrono::milliseconds;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -20,7 +21,7 @@ using testing::StartsWith;
 constexpr milliseconds plenty(60000);
 constexpr milliseconds soon(50);
 
-const CheckVerdict pass{CheckResult::Pass, ""};
+const CheckOutcome pass{Result::Pass, ""};
 
 CheckOutcome outcomeOf(const CheckProcess::Task& task, milliseconds limit = plenty) {
     CheckProcess process(task);
@@ -40,32 +41,31 @@ void raiseByDefault(int signal) {
 }
 
 TEST(CheckProcessTest, TellsWhatWasAnnounced) {
-    for (const CheckVerdict& verdict :
-         {pass, CheckVerdict{CheckResult::Fail, "the reason"}, CheckVerdict{CheckResult::Skip, "no time"}}) {
+    for (const CheckOutcome& verdict :
+         {pass, CheckOutcome{Result::Fail, "the reason"}, CheckOutcome{Result::Skip, "no time"}}) {
         expectVerdict(outcomeOf([&](const auto& announce) { announce(verdict); }), verdict.result,
                       verdict.reason);
     }
 }
 
 TEST(CheckProcessTest, AReasonIsOneShownLine) {
-    const CheckVerdict verdict{CheckResult::Fail, "a\nb\x1B\xFF" + std::string(100000, 'x')};
+    const CheckOutcome verdict{Result::Fail, "a\nb\x1B\xFF" + std::string(100000, 'x')};
     const CheckOutcome outcome = outcomeOf([&](const auto& announce) { announce(verdict); });
-    EXPECT_THAT(outcome.verdict.reason, StartsWith("a\\nb\\x1B\\xFFxxx"));
-    EXPECT_THAT(outcome.verdict.reason, HasSubstr("bytes left out"));
+    EXPECT_THAT(outcome.reason, StartsWith("a\\nb\\x1B\\xFFxxx"));
+    EXPECT_THAT(outcome.reason, HasSubstr("bytes left out"));
 }
 
 TEST(CheckProcessTest, ASignalIsACrash) {
     for (const auto& [signal, name] :
          {std::pair(SIGSEGV, "SIGSEGV"), {SIGABRT, "SIGABRT"}, {SIGINT, "SIGINT"}}) {
-        expectVerdict(outcomeOf([wanted = signal](const auto&) { raiseByDefault(wanted); }),
-                      CheckResult::Crash, std::string("ended by ") + name);
+        expectVerdict(outcomeOf([wanted = signal](const auto&) { raiseByDefault(wanted); }), Result::Crash,
+                      std::string("ended by ") + name);
     }
 }
 
 TEST(CheckProcessTest, EndingTheProcessIsACrash) {
-    expectVerdict(outcomeOf([](const auto&) { ::_exit(0); }), CheckResult::Crash, "ended with exit status 0");
-    expectVerdict(outcomeOf([](const auto&) { std::_Exit(7); }), CheckResult::Crash,
-                  "ended with exit status 7");
+    expectVerdict(outcomeOf([](const auto&) { ::_exit(0); }), Result::Crash, "ended with exit status 0");
+    expectVerdict(outcomeOf([](const auto&) { std::_Exit(7); }), Result::Crash, "ended with exit status 7");
 }
 
 TEST(CheckProcessTest, WhatLeavesTheTaskIsACrash) {
@@ -73,7 +73,7 @@ TEST(CheckProcessTest, WhatLeavesTheTaskIsACrash) {
         std::signal(SIGABRT, SIG_DFL);
         throw 5; // NOLINT(hicpp-exception-baseclass)
     });
-    expectVerdict(outcome, CheckResult::Crash, "ended by SIGABRT");
+    expectVerdict(outcome, Result::Crash, "ended by SIGABRT");
     EXPECT_THAT(outcome.output, HasSubstr("terminat"));
 }
 
@@ -82,18 +82,18 @@ TEST(CheckProcessTest, ACrashAfterTheVerdictIsStillOne) {
                       announce(pass);
                       raiseByDefault(SIGSEGV);
                   }),
-                  CheckResult::Crash, "ended by SIGSEGV after the check itself");
+                  Result::Crash, "ended by SIGSEGV after the check itself");
     expectVerdict(outcomeOf([](const auto& announce) {
-                      announce({CheckResult::Fail, "the reason"});
+                      announce({Result::Fail, "the reason"});
                       ::_exit(1);
                   }),
-                  CheckResult::Fail, "the reason; then the check ended with exit status 1");
+                  Result::Fail, "the reason; then the check ended with exit status 1");
 }
 
 TEST(CheckProcessTest, WhatNeverEndsIsEnded) {
-    expectVerdict(outcomeOf([](const auto&) { waitForEver(); }, soon), CheckResult::Crash,
+    expectVerdict(outcomeOf([](const auto&) { waitForEver(); }, soon), Result::Crash,
                   "did not end within 0.05 s (--timeout gives more)");
-    expectVerdict(outcomeOf([](const auto&) { std::raise(SIGSTOP); }, soon), CheckResult::Crash,
+    expectVerdict(outcomeOf([](const auto&) { std::raise(SIGSTOP); }, soon), Result::Crash,
                   "did not end within 0.05 s (--timeout gives more)");
     expectVerdict(outcomeOf(
                       [](const auto& announce) {
@@ -101,8 +101,7 @@ TEST(CheckProcessTest, WhatNeverEndsIsEnded) {
                           waitForEver();
                       },
                       soon),
-                  CheckResult::Crash,
-                  "did not end within 0.05 s (--timeout gives more) after the check itself");
+                  Result::Crash, "did not end within 0.05 s (--timeout gives more) after the check itself");
 }
 
 TEST(CheckProcessTest, WhatIsPrintedIsCaught) {
@@ -113,7 +112,7 @@ TEST(CheckProcessTest, WhatIsPrintedIsCaught) {
         std::cerr << "\nerror\x1B[31m\n";
         announce(pass);
     });
-    expectVerdict(outcome, CheckResult::Pass, "");
+    expectVerdict(outcome, Result::Pass, "");
     EXPECT_EQ(outcome.output, "by a stream\nby C, without a newline\nerror\\x1B[31m");
 }
 
@@ -130,7 +129,7 @@ TEST(CheckProcessTest, WhoPrintsALotIsNotHeldUpAndIsShortened) {
         std::cout << "first\n" << std::string(3000000, 'z') << "\nlast\n";
         announce(pass);
     });
-    expectVerdict(outcome, CheckResult::Pass, "");
+    expectVerdict(outcome, Result::Pass, "");
     EXPECT_THAT(outcome.output, StartsWith("first\nzzz"));
     EXPECT_THAT(outcome.output, HasSubstr("zzz\n...(2996012 bytes left out)...\nzzz"));
     EXPECT_TRUE(outcome.output.ends_with("zzz\nlast"));
@@ -142,7 +141,7 @@ TEST(CheckProcessTest, AnOutputThatIsClosedOrEndlessEndsNothing) {
         ::close(STDERR_FILENO);
         announce(pass);
     });
-    expectVerdict(closed, CheckResult::Pass, "");
+    expectVerdict(closed, Result::Pass, "");
     const CheckOutcome endless = outcomeOf(
         [](const auto&) {
             for (;;) {
@@ -150,15 +149,15 @@ TEST(CheckProcessTest, AnOutputThatIsClosedOrEndlessEndsNothing) {
             }
         },
         soon);
-    expectVerdict(endless, CheckResult::Crash, "did not end within 0.05 s (--timeout gives more)");
+    expectVerdict(endless, Result::Crash, "did not end within 0.05 s (--timeout gives more)");
 }
 
 TEST(CheckProcessTest, ThereIsNothingToRead) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         std::string line;
-        announce({CheckResult::Fail, std::getline(std::cin, line) ? "a line" : "the end"});
+        announce({Result::Fail, std::getline(std::cin, line) ? "a line" : "the end"});
     });
-    expectVerdict(outcome, CheckResult::Fail, "the end");
+    expectVerdict(outcome, Result::Fail, "the end");
 }
 
 TEST(CheckProcessTest, AThreadThatStillRunsKeepsNothingUp) {
@@ -166,7 +165,7 @@ TEST(CheckProcessTest, AThreadThatStillRunsKeepsNothingUp) {
         std::thread(waitForEver).detach();
         announce(pass);
     });
-    expectVerdict(outcome, CheckResult::Pass, "");
+    expectVerdict(outcome, Result::Pass, "");
 }
 
 /// It holds the pipes open, too.
@@ -179,7 +178,7 @@ TEST(CheckProcessTest, AProcessThatWasLeftBehindIsEnded) {
         std::cout << child;
         announce(pass);
     });
-    expectVerdict(outcome, CheckResult::Pass, "");
+    expectVerdict(outcome, Result::Pass, "");
     EXPECT_TRUE(endsSoon(std::stoi(outcome.output)));
 }
 

@@ -3,7 +3,8 @@
 #include "host/plugin/PluginError.h"
 #include "host/validate/kit/CheckContext.h"
 #include "host/validate/kit/Expectations.h"
-#include "tests/host/process/ExpectVerdict.h"
+#include "host/validate/kit/StreamSteps.h"
+#include "tests/support/ExpectVerdict.h"
 #include "tests/support/LoadedPlugin.h"
 
 #include <gmock/gmock.h>
@@ -11,6 +12,7 @@
 namespace {
 
 using namespace storage::host;
+using Result = CheckOutcome::Result;
 using foundation::storage::provider::ErrorCode;
 using foundation::storage::provider::Exception;
 using foundation::storage::provider::StorageIRI;
@@ -27,20 +29,20 @@ CheckOutcome outcomeOf(Body body, Profile profile = Profile::AnyProvider, std::u
 TEST(CheckRunnerTest, TellsWhatACheckFinds) {
     expectVerdict(
         outcomeOf([](CheckContext& context) { makeFile(context.provider(), context.at(u"f"), "x"); }),
-        CheckResult::Pass, "");
-    expectVerdict(outcomeOf([](CheckContext&) { expect(false, "it is not so"); }), CheckResult::Fail,
+        Result::Pass, "");
+    expectVerdict(outcomeOf([](CheckContext&) { expect(false, "it is not so"); }), Result::Fail,
                   "it is not so");
-    expectVerdict(outcomeOf([](CheckContext&) { skip("not here"); }), CheckResult::Skip, "not here");
+    expectVerdict(outcomeOf([](CheckContext&) { skip("not here"); }), Result::Skip, "not here");
 }
 
 TEST(CheckRunnerTest, WhateverElseLeavesACheckIsAFailure) {
     expectVerdict(
         outcomeOf([](CheckContext& context) { context.provider().doRemoveFile(StorageIRI(u"/missing")); }),
-        CheckResult::Fail, "unexpected failure: /missing: no such file or folder");
-    expectVerdict(outcomeOf([](CheckContext&) { throw std::bad_alloc(); }), CheckResult::Fail,
+        Result::Fail, "unexpected failure: /missing: no such file or folder");
+    expectVerdict(outcomeOf([](CheckContext&) { throw std::bad_alloc(); }), Result::Fail,
                   "unexpected failure: out of memory");
     expectVerdict(outcomeOf([](CheckContext&) { throw 5; }),
-                  CheckResult::Fail, // NOLINT(hicpp-exception-baseclass)
+                  Result::Fail, // NOLINT(hicpp-exception-baseclass)
                   "unexpected failure: unknown failure");
 }
 
@@ -48,11 +50,11 @@ TEST(CheckRunnerTest, ACheckKnowsProfileAndSeed) {
     const Body tell = [](CheckContext& context) {
         skip((context.isInMemoryProvider() ? "in memory " : "any ") + std::to_string(context.random()()));
     };
-    const std::string first = outcomeOf(tell, Profile::InMemoryProvider, 7).verdict.reason;
+    const std::string first = outcomeOf(tell, Profile::InMemoryProvider, 7).reason;
     EXPECT_THAT(first, HasSubstr("in memory"));
-    EXPECT_EQ(outcomeOf(tell, Profile::InMemoryProvider, 7).verdict.reason, first);
-    EXPECT_NE(outcomeOf(tell, Profile::InMemoryProvider, 8).verdict.reason, first);
-    EXPECT_THAT(outcomeOf(tell).verdict.reason, HasSubstr("any"));
+    EXPECT_EQ(outcomeOf(tell, Profile::InMemoryProvider, 7).reason, first);
+    EXPECT_NE(outcomeOf(tell, Profile::InMemoryProvider, 8).reason, first);
+    EXPECT_THAT(outcomeOf(tell).reason, HasSubstr("any"));
 }
 
 TEST(CheckRunnerTest, APluginThatGivesAProviderIsAccepted) {
@@ -73,7 +75,7 @@ TEST(CheckRunnerTest, ThePluginIsLoadedInTheProcessesAlone) {
                               [](CheckContext&) {
                                   expect(storage::tests::pluginIsLoaded(TEST_BAD_PLUGIN), "it is not loaded");
                               }}),
-                  CheckResult::Pass, "");
+                  Result::Pass, "");
     EXPECT_FALSE(storage::tests::pluginIsLoaded(TEST_BAD_PLUGIN));
 }
 

@@ -10,6 +10,7 @@
 namespace {
 
 using namespace storage::host;
+using Result = CheckOutcome::Result;
 
 constexpr std::chrono::seconds limit(10);
 
@@ -19,8 +20,8 @@ std::string catchers() {
     std::string numbers;
     for (const CheckGroup& group : checkCatalogue()) {
         for (const Check& check : group.checks) {
-            const CheckResult result = runner.run(check).verdict.result;
-            if (result == CheckResult::Fail || result == CheckResult::Crash) {
+            const Result result = runner.run(check).result;
+            if (result == Result::Fail || result == Result::Crash) {
                 numbers += (numbers.empty() ? "" : " ") + std::string(check.number);
             }
         }

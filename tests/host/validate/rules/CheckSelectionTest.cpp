@@ -1,7 +1,7 @@
 #include "host/validate/rules/CheckSelection.h"
 
 #include "host/support/UsageError.h"
-#include "tests/host/validate/rules/MadeUpChecks.h"
+#include "tests/support/MadeUpChecks.h"
 
 #include <gmock/gmock.h>
 

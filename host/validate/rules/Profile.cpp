@@ -1,4 +1,4 @@
-#include "host/validate/rules/ProfileName.h"
+#include "host/validate/rules/Profile.h"
 
 namespace storage::host {
 

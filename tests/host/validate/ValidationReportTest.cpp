@@ -1,7 +1,7 @@
-#include "host/console/Console.h"
-#include "host/validate/ReplayCommand.h"
 #include "host/validate/ValidateRun.h"
-#include "tests/host/validate/rules/MadeUpChecks.h"
+
+#include "host/console/Console.h"
+#include "tests/support/MadeUpChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <boost/property_tree/ptree.hpp>
@@ -172,24 +172,6 @@ TEST_F(ValidationReportTest, RulesAreListedWithoutAPlugin) {
     EXPECT_EQ(Json::parse(out_.str()),
               Json::parse(R"({"rules": [{"number": "2.1", "name": "numbers.kept", "group": "Numbers",
                                          "rule": "1 is a number.", "profile": "in-memory"}]})"));
-}
-
-TEST(ReplayCommandTest, NamesAllThatACheckDependsOn) {
-    const Check& check = madeUpChecks()[0].checks[1];
-    ValidateOptions options;
-    options.seed = 18446744073709551615U;
-    EXPECT_EQ(replayCommand(options, check),
-              "qzstorage validate --profile any --seed 18446744073709551615 --only 1.2");
-    options.profile = Profile::InMemoryProvider;
-    options.timeLimit = std::chrono::seconds(5);
-    options.plugin = "./lib x's.so";
-    EXPECT_EQ(replayCommand(options, check),
-              "qzstorage validate --profile in-memory --seed 18446744073709551615 --timeout 5 --only 1.2 "
-              "'./lib x'\\''s.so'");
-    options.plugin = "x\n'\xFF.so";
-    EXPECT_THAT(replayCommand(options, check), EndsWith(" $'x\\x0a\\x27\\xff.so'"));
-    options.plugin = "-x.so";
-    EXPECT_THAT(replayCommand(options, check), EndsWith(" ./-x.so"));
 }
 
 } // namespace

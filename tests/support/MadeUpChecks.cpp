@@ -1,7 +1,4 @@
-#include "tests/host/validate/rules/MadeUpChecks.h"
-
-#include "host/validate/kit/CheckContext.h"
-#include "host/validate/kit/Expectations.h"
+#include "tests/support/MadeUpChecks.h"
 
 #include <array>
 #include <unistd.h>
@@ -12,9 +9,9 @@ std::span<const CheckGroup> madeUpChecks() {
     static const std::array letters{
         Check{"1.1", "letters.kept", "A is a letter.", Profile::AnyProvider, [](CheckContext&) {}},
         Check{"1.2", "letters.broken", "B comes after A.", Profile::AnyProvider,
-              [](CheckContext&) { expect(false, "B comes <before> A"); }},
+              [](CheckContext&) { throw RuleBroken("B comes <before> A"); }},
         Check{"1.3", "letters.skipped", "C is a letter.", Profile::AnyProvider,
-              [](CheckContext&) { skip("no C here"); }},
+              [](CheckContext&) { throw CheckSkipped("no C here"); }},
     };
     static const std::array numbers{
         Check{"2.1", "numbers.kept", "1 is a number.", Profile::InMemoryProvider, [](CheckContext&) {}},

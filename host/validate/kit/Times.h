@@ -4,7 +4,12 @@
 
 namespace storage::host {
 
-/// A time that nothing is stamped with unless a check does it.
+/// The current time as providers keep it.
+inline boost::posix_time::ptime utcNow() {
+    return boost::posix_time::microsec_clock::universal_time();
+}
+
+/// A time that an entry has only when a check sets it.
 inline boost::posix_time::ptime longAgo() {
     return boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3), boost::posix_time::hours(4));
 }

@@ -1,0 +1,22 @@
+#include "host/validate/kit/ExpectRefusal.h"
+
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/TreeDescription.h"
+
+#include <fmt/format.h>
+
+namespace storage::host {
+
+using namespace foundation::storage::provider;
+
+void expectRefusal(CheckContext& context, const std::function<void()>& action, ErrorCode code,
+                   const StorageIRI& location, std::string_view operation) {
+    const std::string before = describeTree(context.provider(), context.at(u""));
+    expectFailure(action, code, location, operation);
+    const std::string after = describeTree(context.provider(), context.at(u""));
+    expect(after == before,
+           fmt::format("{} fails, but changes something; before:\n{}\nafter:\n{}", operation, before, after));
+}
+
+} // namespace storage::host

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "hostapi/storage/provider/IProvider.h"
+
+#include <functional>
+#include <string_view>
+
+namespace storage::host {
+
+class CheckContext;
+
+/// As `expectFailure`, and nothing in the check's own folder changes: no entry, no byte, no flag, no time.
+void expectRefusal(CheckContext& context, const std::function<void()>& action,
+                   foundation::storage::provider::ErrorCode code,
+                   const foundation::storage::provider::StorageIRI& location, std::string_view operation);
+
+} // namespace storage::host
