@@ -66,11 +66,9 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
 
 ExitStatus runSession(const ProgramOptions& options, Console& console) {
     Interruption interruption;
-    // Outlives the plug-in's exceptions, which do not keep it loaded as all else does that comes out of it.
-    const PluginLibrary library(options.plugin);
-    const std::shared_ptr<foundation::storage::provider::IProvider> provider = library.buildProvider();
+    const LoadedProvider provider = PluginLibrary(options.plugin).buildProvider(); // outlives its exceptions
     ExitStatus status = ExitStatus::Failure;
-    Session session(provider, console, interruption);
+    Session session(*provider, console, interruption);
     try {
         status = runLines(options, session, interruption);
         provider->doShutdown();

@@ -31,10 +31,9 @@ std::vector<int> featuresOf(const IProvider& provider) {
 
 void describeProvider(const PluginLibrary& library, PluginDescription& description) {
     try {
-        library.lookAtProvider([&](const IProvider& provider) {
-            description.own = ownOperations(provider);
-            description.features = featuresOf(provider);
-        });
+        const LoadedProvider provider = library.buildProvider();
+        description.own = ownOperations(*provider);
+        description.features = featuresOf(*provider);
     } catch (const PluginError& error) {
         description.whyNoProvider = error.what();
     } catch (...) {

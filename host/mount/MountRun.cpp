@@ -93,7 +93,7 @@ MountOptions resolved(MountOptions options) {
     return options;
 }
 
-/// One run of the program, from the loading of the plug-in to the export at the end.
+/// One run of the program, from the making of the provider to the export at the end.
 class Mount {
 public:
     Mount(const MountOptions& options, Console& console, Interruption& interruption,
@@ -103,14 +103,13 @@ public:
           interruption_(interruption),
           background_(background) {}
 
-    ExitStatus run(const std::string& plugin) {
-        const PluginLibrary library(plugin);
-        const std::shared_ptr<foundation::storage::provider::IProvider> provider = library.buildProvider();
-        refuseCaseInsensitive(*provider, plugin);
+    ExitStatus run(const PluginLibrary& library) {
+        const LoadedProvider provider = library.buildProvider();
+        refuseCaseInsensitive(*provider, library.path());
         if (options_.exportTo) {
             refuseUnwritable(*options_.exportTo);
         }
-        Session session(provider, console_, interruption_);
+        Session session(*provider, console_, interruption_);
         if (options_.importFrom) {
             importContent(session, *options_.importFrom);
         }
@@ -180,6 +179,7 @@ private:
 ExitStatus runMount(const std::string& plugin, const MountOptions& options, Console& console) {
     Interruption interruption;
     std::optional<BackgroundStart> background;
+    std::optional<PluginLibrary> library; // outlives the exceptions of the plug-in's own classes
     console.beginCommand("mount");
     try {
         if (options.place == MountOptions::Place::Background) {
@@ -188,7 +188,8 @@ ExitStatus runMount(const std::string& plugin, const MountOptions& options, Cons
                 return *status;
             }
         }
-        return Mount(options, console, interruption, background ? &*background : nullptr).run(plugin);
+        library.emplace(plugin);
+        return Mount(options, console, interruption, background ? &*background : nullptr).run(*library);
     } catch (const OutputError&) {
         throw;
     } catch (const Interrupted& interrupted) {

@@ -1,6 +1,5 @@
 #include "host/plugin/PluginLibrary.h"
 
-#include "host/plugin/LibraryBoundProvider.h"
 #include "host/plugin/PluginError.h"
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
@@ -18,6 +17,7 @@
 
 namespace storage::host {
 
+using foundation::storage::provider::IProvider;
 using foundation::storage::provider::ProviderEntryPoint;
 using foundation::storage::provider::providerEntryPointName;
 
@@ -110,15 +110,7 @@ ProviderEntryPoint* PluginLibrary::entryPoint() const {
     return function;
 }
 
-std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildProvider() const {
-    return std::make_shared<LibraryBoundProvider>(handle_, buildUnboundProvider());
-}
-
-void PluginLibrary::lookAtProvider(const std::function<void(const IProvider&)>& look) const {
-    look(*buildUnboundProvider());
-}
-
-std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildUnboundProvider() const {
+LoadedProvider PluginLibrary::buildProvider() const {
     ProviderEntryPoint* const build = entryPoint();
     std::shared_ptr<IProvider> provider;
     try {
@@ -129,7 +121,7 @@ std::shared_ptr<PluginLibrary::IProvider> PluginLibrary::buildUnboundProvider() 
     if (!provider) {
         throw pluginError(path_, "the plug-in gave no provider");
     }
-    return provider;
+    return {handle_, std::move(provider)};
 }
 
 } // namespace storage::host

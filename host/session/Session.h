@@ -6,7 +6,6 @@
 #include "host/support/Interruption.h"
 #include "hostapi/storage/provider/IProvider.h"
 
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -15,17 +14,17 @@ namespace storage::host {
 /// What the commands of one session share: the storage, the current folder, the imports made so far, and the
 /// ways to talk to the user and to hear that the user wants to stop.
 ///
-/// Holds the provider; borrows console and interruption. The current folder need not exist any more.
+/// Borrows provider, console and interruption. The current folder need not exist any more.
 /// Thread safety: one object is for one thread.
 class Session {
 public:
     using IProvider = foundation::storage::provider::IProvider;
     using EntryExistence = foundation::storage::provider::EntryExistence;
 
-    Session(std::shared_ptr<const IProvider> provider, Console& console, const Interruption& interruption)
-        : provider_(std::move(provider)), console_(console), interruption_(interruption) {}
+    Session(const IProvider& provider, Console& console, const Interruption& interruption)
+        : provider_(provider), console_(console), interruption_(interruption) {}
 
-    const IProvider& provider() const noexcept { return *provider_; }
+    const IProvider& provider() const noexcept { return provider_; }
     Console& console() const noexcept { return console_; }
     const Interruption& interruption() const noexcept { return interruption_; }
     ImportLog& imports() noexcept { return imports_; }
@@ -61,7 +60,7 @@ public:
     void refuseFolder(const StoragePath& path) const;
 
 private:
-    std::shared_ptr<const IProvider> provider_;
+    const IProvider& provider_;
     Console& console_;
     const Interruption& interruption_;
     StoragePath currentFolder_;

@@ -1,5 +1,6 @@
 #include "tests/fuzz/ScriptRun.h"
 
+#include "host/commands/CommandTable.h"
 #include "host/shell/CommandLineLexer.h"
 #include "host/storage/Listing.h"
 #include "host/storage/TreeWalk.h"
@@ -95,8 +96,8 @@ ScriptRun::ScriptRun(Interruption& interruption, OutputKind outKind)
     : outKind_(outKind),
       provider_(std::make_shared<SmallProvider>(newProvider())),
       console_(out_, outKind, err_, OutputKind::Plain),
-      session_(provider_, console_, interruption),
-      shell_(session_, interruption, FailureHandling::KeepGoing) {}
+      session_(*provider_, console_, interruption),
+      shell_(commandTable(), session_, interruption, FailureHandling::KeepGoing) {}
 
 unsigned long long ScriptRun::run(std::string_view script) {
     unsigned long long linesRun = 0;

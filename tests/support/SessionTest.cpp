@@ -1,15 +1,16 @@
 #include "tests/support/SessionTest.h"
 
 #include "host/commands/CommandTable.h"
+#include "tests/support/SharedProvider.h"
 
 using storage::host::FailureHandling;
 using storage::host::OutputKind;
 
 SessionTest::SessionTest()
     : library_(TEST_PLUGIN),
-      provider_(std::make_shared<HookedProvider>(library_.buildProvider())),
+      provider_(std::make_shared<HookedProvider>(sharedProvider(library_.buildProvider()))),
       console_(out_, OutputKind::Plain, err_, OutputKind::Plain),
-      session_(provider_, console_, interruption_),
+      session_(*provider_, console_, interruption_),
       shell_(storage::host::commandTable(), session_, interruption_, FailureHandling::AskPerson) {}
 
 SessionTest::ExitStatus SessionTest::run(const std::string& line) {

@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 #include <limits>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -378,11 +379,11 @@ void streamKeepsReplacedFile(CheckContext& context) {
 }
 
 void streamOutlivesProvider(CheckContext& context) {
-    auto provider = context.library().buildProvider();
-    provider->doCreateFolderRecursive(context.at(u""));
-    makeFile(*provider, context.at(u"f"), "0123456789");
-    const auto stream = openStream(*provider, context.at(u"f"));
-    const auto reader = openForReading(*provider, context.at(u"f"));
+    std::optional<LoadedProvider> provider(context.library().buildProvider());
+    (*provider)->doCreateFolderRecursive(context.at(u""));
+    makeFile(**provider, context.at(u"f"), "0123456789");
+    const auto stream = openStream(**provider, context.at(u"f"));
+    const auto reader = openForReading(**provider, context.at(u"f"));
     provider.reset();
     writeText(*stream, "ab");
     expect(readRest(*reader) == "ab23456789", "streams do not work on when their provider is gone");

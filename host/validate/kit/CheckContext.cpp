@@ -24,7 +24,7 @@ CheckContext::CheckContext(const std::string& plugin, Profile profile, std::uint
 CheckContext::~CheckContext() {
     try {
         if (!folder_.empty()) {
-            provider_->doRemoveFolderRecursively(StorageIRI(folder_));
+            (*provider_)->doRemoveFolderRecursively(StorageIRI(folder_));
         }
     } catch (...) { // the check has its result, and a broken provider may not be able to remove
     }
@@ -34,7 +34,7 @@ const CheckContext::IProvider& CheckContext::provider() {
     if (!provider_) {
         makeFolder();
     }
-    return *provider_;
+    return **provider_;
 }
 
 CheckContext::StorageIRI CheckContext::at(std::u16string_view path) {
@@ -45,9 +45,9 @@ CheckContext::StorageIRI CheckContext::at(std::u16string_view path) {
 }
 
 void CheckContext::makeFolder() {
-    provider_ = library_.buildProvider();
+    provider_.emplace(library_.buildProvider());
     std::u16string folder = folderOfItsOwn();
-    provider_->doCreateFolder(StorageIRI(folder));
+    (*provider_)->doCreateFolder(StorageIRI(folder));
     folder_ = std::move(folder);
 }
 

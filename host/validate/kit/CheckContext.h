@@ -3,7 +3,7 @@
 #include "host/plugin/PluginLibrary.h"
 #include "host/validate/rules/Profile.h"
 
-#include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <string_view>
@@ -51,7 +51,7 @@ private:
     PluginLibrary library_;
     Profile profile_;
     std::mt19937_64 random_;
-    std::shared_ptr<IProvider> provider_; // after the library, so that it goes first
+    std::optional<LoadedProvider> provider_;
     std::u16string folder_;
 };
 

@@ -4,6 +4,7 @@
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/StepwiseProvider.h"
 #include "tests/host/mount/TreeDescription.h"
+#include "tests/support/SharedProvider.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>
@@ -24,7 +25,7 @@ protected:
 
     /// As if nothing had ever been in the storage but what the tests begin with.
     void fill() {
-        memory_ = library_.buildProvider();
+        memory_ = sharedProvider(library_.buildProvider());
         for (const auto* const folder :
              {u"/d", u"/d/s", u"/d/s/deep", u"/d/s/deep/er", u"/d/empty", u"/to"}) {
             memory_->doCreateFolder(StorageIRI(folder));

@@ -4,6 +4,7 @@
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/MountedTree.h"
 #include "tests/host/mount/StepwiseProvider.h"
+#include "tests/support/SharedProvider.h"
 
 #include <cerrno>
 #include <functional>
@@ -90,7 +91,7 @@ protected:
     static constexpr std::size_t content = 40;
 
     void fill() {
-        memory_ = library_.buildProvider();
+        memory_ = sharedProvider(library_.buildProvider());
         for (const auto* const folder : {u"/d", u"/d/s", u"/empty", u"/r"}) {
             memory_->doCreateFolder(StorageIRI(folder));
         }

@@ -4,6 +4,7 @@
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/MountedTree.h"
 #include "tests/support/HookedProvider.h"
+#include "tests/support/SharedProvider.h"
 
 #include <gmock/gmock.h>
 #include <memory>
@@ -30,7 +31,8 @@ protected:
     void expectStorageAsSeen();
 
     storage::host::PluginLibrary library_{TEST_PLUGIN};
-    std::shared_ptr<foundation::storage::provider::IProvider> memory_ = library_.buildProvider();
+    std::shared_ptr<foundation::storage::provider::IProvider> memory_ =
+        sharedProvider(library_.buildProvider());
     HookedProvider provider_{memory_};
     MountedTree mount_{provider_};
 };
