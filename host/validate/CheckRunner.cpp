@@ -1,7 +1,9 @@
 #include "host/validate/CheckRunner.h"
 
+#include "host/plugin/PluginError.h"
 #include "host/process/CheckProcess.h"
 #include "host/process/LoadingTrial.h"
+#include "host/support/CommandError.h"
 #include "host/support/Failure.h"
 #include "host/validate/kit/CheckContext.h"
 
@@ -35,7 +37,18 @@ CheckOutcome verdictOf(const std::function<void()>& check) {
 } // namespace
 
 void CheckRunner::requireProvider() const {
-    const auto beginCheck = [this] { CheckContext(plugin_, profile_, seed_).provider(); };
+    const auto beginCheck = [this] {
+        CheckContext context(plugin_, profile_, seed_);
+        try {
+            context.provider();
+        } catch (const PluginError&) {
+            throw;
+        } catch (
+            ...) { // no exception of the plug-in's own classes may outlive the context, which holds the library
+            const Failure failure = Failure::ofCurrentException("");
+            throw CommandError(failure.path, failure.reason);
+        }
+    };
     tryInProcess(plugin_, beginCheck, limit_);
 }
 

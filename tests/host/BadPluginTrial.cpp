@@ -327,4 +327,26 @@ TEST_F(BadPluginTrial, AShutdownThatThrowsFailsTheSession) {
     }
 }
 
+TEST_F(BadPluginTrial, AMountWhoseStorageFailsAtOnceIsOneClearLine) {
+    for (const Misdeed& misdeed : thrown) {
+        const ProgramRun run = runOn("getFilenameSensitivity", misdeed.name, {"mount", disk_ / "folder"}, "");
+        SCOPED_TRACE(misdeed.name);
+        EXPECT_EQ(run.status(), 1);
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: mount: (/: )?" + misdeed.reason + '\n'));
+        EXPECT_EQ(run.output(), "");
+    }
+}
+
+TEST_F(BadPluginTrial, AValidationWhoseStorageFailsAtOnceIsOneClearLine) {
+    for (const Misdeed& misdeed : thrown) {
+        const ProgramRun run = runOn("createFolder", misdeed.name, {"validate"}, "");
+        SCOPED_TRACE(misdeed.name);
+        EXPECT_EQ(run.status(), 1);
+        EXPECT_THAT(run.errors(),
+                    MatchesRegex("qzstorage: [^\n]*/libBadProvider.so: (/qzstorage-validate-[0-9a-f]+: )?" +
+                                 misdeed.reason + '\n'));
+        EXPECT_EQ(run.output(), "");
+    }
+}
+
 } // namespace

@@ -61,7 +61,7 @@ TEST(InspectProgramTest, ShowsTheSameAsJson) {
 TEST(InspectProgramTest, TellsWhatAnotherPluginHasOfItsOwn) {
     const ProgramRun run = inspectBad({"inspect", badPlugin}, "");
     EXPECT_EQ(run.status(), 0);
-    EXPECT_THAT(run.output(), HasSubstr("51: 19 of its own, 32 of the host\n"));
+    EXPECT_THAT(run.output(), HasSubstr("51: 20 of its own, 31 of the host\n"));
     EXPECT_THAT(run.output(), HasSubstr("\n         own doShutdown\n"));
 }
 

@@ -11,8 +11,9 @@
 #include <stdexcept>
 #include <unistd.h>
 
-/// A plug-in that works but for one operation, wherever a path has "bad" in it. The environment says what goes wrong:
-/// BAD_PLUGIN="OPERATION MISDEED", where the operation is one that HookedProvider names, or "entry".
+/// A plug-in that works but for one operation, wherever a path has "bad" in it or is of a validation. The environment
+/// says what goes wrong: BAD_PLUGIN="OPERATION MISDEED", where the operation is one that HookedProvider names, "entry" or
+/// "getFilenameSensitivity". "shutdown" and "getFilenameSensitivity" go wrong for any path.
 
 namespace {
 
@@ -91,7 +92,7 @@ public:
     explicit BadProvider(Wish wish)
         : HookedProvider(storage::inmemoryprovider::buildInMemoryProvider()), wish_(std::move(wish)) {
         before = [this](const std::string& operation, const StorageIRI& iri) {
-            if (operation == wish_.operation && (isBad(iri) || operation == "shutdown")) {
+            if (operation == wish_.operation && (isBad(iri) || isOfStorage(operation))) {
                 misbehave(wish_.misdeed, iri);
             }
         };
@@ -114,9 +115,20 @@ public:
     Listing doListFolders(const StorageIRI& iri) const override {
         return wants("listFolders", "nothing", iri) ? nullptr : HookedProvider::doListFolders(iri);
     }
+    FilenameSensitivity doGetFilenameSensitivity(const StorageIRI& iri) const override {
+        before("getFilenameSensitivity", iri);
+        return HookedProvider::doGetFilenameSensitivity(iri);
+    }
 
 private:
-    static bool isBad(const StorageIRI& iri) { return iri.getPath().find(u"bad") != std::u16string::npos; }
+    static bool isBad(const StorageIRI& iri) {
+        const std::u16string& path = iri.getPath();
+        return path.find(u"bad") != std::u16string::npos || path.find(u"validate") != std::u16string::npos;
+    }
+
+    static bool isOfStorage(const std::string& operation) {
+        return operation == "shutdown" || operation == "getFilenameSensitivity";
+    }
 
     bool wants(const std::string& operation, const std::string& misdeed, const StorageIRI& iri) const {
         return operation == wish_.operation && misdeed == wish_.misdeed && isBad(iri);
