@@ -3,7 +3,7 @@
 #include "host/support/CommandError.h"
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 
 namespace storage::host {
@@ -11,8 +11,8 @@ namespace storage::host {
 namespace {
 
 using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::handedOut;
 using foundation::storage::provider::IFolderEntryIterator;
+using foundation::storage::provider::requireNonNull;
 using foundation::storage::provider::WildcardPattern;
 
 class FindCommand final : public Command {
@@ -54,7 +54,7 @@ private:
         if (!isFolder) {
             return;
         }
-        const auto listing = handedOut(list(session, top), "listing");
+        const auto listing = requireNonNull(list(session, top), "listing");
         while (listing->hasNext()) {
             session.interruption().check();
             listing->step();

@@ -3,7 +3,7 @@
 #include "host/mount/LiftedFlag.h"
 #include "host/mount/Refused.h"
 #include "host/support/FileTime.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
 #include <array>
@@ -18,8 +18,8 @@ namespace storage::host {
 
 using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::handedOut;
 using foundation::storage::provider::ReplacementPolicy;
+using foundation::storage::provider::requireNonNull;
 
 namespace {
 
@@ -252,7 +252,7 @@ void FileContents::copyTo(const StorageIRI& destination, const FileInode& file, 
         open = this->open(file, OpenStream::Access::ReadOnly);
     }
     const auto copy =
-        handedOut(provider_.doOpenStream(destination, {.content = ByteStreamContent::Empty}), "stream");
+        requireNonNull(provider_.doOpenStream(destination, {.content = ByteStreamContent::Empty}), "stream");
     std::vector<char> block(std::min<std::uint64_t>(file.attributes.size, copiedAtOnce));
     for (std::uint64_t offset = 0; offset < file.attributes.size;) {
         const auto part =
@@ -313,11 +313,12 @@ OpenStream FileContents::open(const FileInode& file, OpenStream::Access access) 
     }
     const StorageIRI location = InodeTree::locationOf(file);
     if (access == OpenStream::Access::ReadOnly) {
-        return {handedOut(provider_.doOpenReadOnlyStream(location), "stream"), access, 0};
+        return {requireNonNull(provider_.doOpenReadOnlyStream(location), "stream"), access, 0};
     }
     const LiftedFlag writable(provider_, location, file);
     OpenStream opened{
-        handedOut(provider_.doOpenStream(location, {.existence = ByteStreamExistence::MustExist}), "stream"),
+        requireNonNull(provider_.doOpenStream(location, {.existence = ByteStreamExistence::MustExist}),
+                       "stream"),
         access, 0};
     provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
     return opened;

@@ -1,7 +1,7 @@
 #include "host/mount/FolderMove.h"
 
 #include "host/mount/Refused.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <cerrno>
 #include <utility>
@@ -11,8 +11,8 @@ namespace storage::host {
 using foundation::storage::provider::FileAttributes;
 using foundation::storage::provider::FolderAttributes;
 using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::handedOut;
 using foundation::storage::provider::ReplacementPolicy;
+using foundation::storage::provider::requireNonNull;
 using foundation::storage::provider::StorageIRI;
 
 namespace {
@@ -37,7 +37,7 @@ FolderMove::FolderMove(const IProvider& provider, StorageIRI source, StorageIRI 
       source_(std::move(source)),
       destination_(std::move(destination)),
       replaces_(provider.doFolderExists(destination_)) {
-    if (replaces_ && handedOut(provider.doListAll(destination_), "listing")->hasNext()) {
+    if (replaces_ && requireNonNull(provider.doListAll(destination_), "listing")->hasNext()) {
         throw Refused(ENOTEMPTY);
     }
     record({}, true);
@@ -72,7 +72,7 @@ void FolderMove::record(std::u16string below, bool isFolder) {
 }
 
 void FolderMove::recordChildren(const std::u16string& below) {
-    const auto listing = handedOut(provider_.doListAll(inside(source_, below)), "listing");
+    const auto listing = requireNonNull(provider_.doListAll(inside(source_, below)), "listing");
     while (listing->hasNext()) {
         listing->step();
         const FolderEntry entry = listing->getEntry();

@@ -3,7 +3,7 @@
 #include "host/disk/PermissionBits.h"
 #include "host/mount/EntryName.h"
 #include "host/support/FileTime.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
 #include <mutex>
@@ -14,7 +14,7 @@ using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::FileAttributes;
 using foundation::storage::provider::FolderAttributes;
 using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::handedOut;
+using foundation::storage::provider::requireNonNull;
 using foundation::storage::provider::StorageIRI;
 
 namespace {
@@ -101,7 +101,7 @@ void InodeTree::complete(FolderInode& folder) {
     if (folder.childrenComplete || folder.isRemoved()) {
         return;
     }
-    const auto listing = handedOut(provider_.doListAll(locationOf(folder)), "listing");
+    const auto listing = requireNonNull(provider_.doListAll(locationOf(folder)), "listing");
     while (listing->hasNext()) {
         listing->step();
         const FolderEntry entry = listing->getEntry();

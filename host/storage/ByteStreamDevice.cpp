@@ -1,16 +1,16 @@
 #include "host/storage/ByteStreamDevice.h"
 
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <stdexcept>
 
 namespace storage::host {
 
 using foundation::storage::provider::ByteStream;
-using foundation::storage::provider::handedOut;
+using foundation::storage::provider::requireNonNull;
 
 ByteStreamDevice::ByteStreamDevice(std::unique_ptr<ByteStream> stream)
-    : stream_(handedOut(std::move(stream), "stream")) {}
+    : stream_(requireNonNull(std::move(stream), "stream")) {}
 
 std::streamsize ByteStreamDevice::read(char* buffer, std::streamsize count) {
     std::streamsize done = 0;

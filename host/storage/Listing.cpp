@@ -1,17 +1,17 @@
 #include "host/storage/Listing.h"
 
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
 
 namespace storage::host {
 
 using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::handedOut;
 using foundation::storage::provider::IFolderEntryIterator;
+using foundation::storage::provider::requireNonNull;
 
 std::vector<FolderEntry> readEntries(std::unique_ptr<IFolderEntryIterator> listing) {
-    listing = handedOut(std::move(listing), "listing");
+    listing = requireNonNull(std::move(listing), "listing");
     std::vector<FolderEntry> entries;
     while (listing->hasNext()) {
         listing->step();

@@ -8,7 +8,7 @@
 #include "host/validate/kit/Times.h"
 #include "host/validate/kit/TreeDescription.h"
 #include "host/validate/kit/WriteProtection.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
 #include <array>
@@ -61,7 +61,7 @@ Names markedNames(IFolderEntryIterator& listing) {
 }
 
 Names markedNames(Listing listing) {
-    return markedNames(*handedOut(std::move(listing), "listing"));
+    return markedNames(*requireNonNull(std::move(listing), "listing"));
 }
 
 Names unmarked(Names names) {
@@ -345,12 +345,12 @@ void derivedListingsAreSnapshots(CheckContext& context) {
         createFolders(context, {u"s"});
         createFiles(context, {u"s/a", u"s/b", u"s/c"});
         const Listing listing =
-            handedOut(recursive ? provider.doListAllRecursiveWildcards(context.at(u"s"), u"*")
-                                : provider.doListFilesWildcards(context.at(u"s"), u"*"),
-                      "listing");
+            requireNonNull(recursive ? provider.doListAllRecursiveWildcards(context.at(u"s"), u"*")
+                                     : provider.doListFilesWildcards(context.at(u"s"), u"*"),
+                           "listing");
         listing->step();
         const Names first{listing->getEntry().getName()};
-        const Listing clone = handedOut(listing->clone(), "clone of a listing");
+        const Listing clone = requireNonNull(listing->clone(), "clone of a listing");
         provider.doRemoveFile(context.at(u"s/b"));
         createFiles(context, {u"s/d"});
         const Names rest = markedNames(*listing);

@@ -7,7 +7,7 @@
 #include "host/validate/kit/Times.h"
 #include "host/validate/kit/TreeDescription.h"
 #include "host/validate/rules/Check.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <array>
 #include <fmt/format.h>

@@ -5,7 +5,7 @@
 #include "host/validate/kit/Policies.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/rules/Check.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
 #include <array>
@@ -322,7 +322,7 @@ void listingsMissNothing(CheckContext& context) {
     };
     const auto list = [&] {
         std::set<std::u16string> seen;
-        const auto listing = handedOut(provider.doListAll(context.at(u"")), "listing");
+        const auto listing = requireNonNull(provider.doListAll(context.at(u"")), "listing");
         while (listing->hasNext()) {
             listing->step();
             expect(seen.insert(listing->getEntry().getName()).second, "a listing yields an entry twice");
@@ -480,11 +480,11 @@ void clonesAreIndependent(CheckContext& context) {
     for (int i = 0; i < 50; ++i) {
         provider.doCreateFile(context.at(numbered(u"f", i)));
     }
-    const auto listing = handedOut(provider.doListAll(context.at(u"")), "listing");
+    const auto listing = requireNonNull(provider.doListAll(context.at(u"")), "listing");
     std::vector<std::unique_ptr<IFolderEntryIterator>> clones;
     clones.reserve(threadCount);
     for (int thread = 0; thread < threadCount; ++thread) {
-        clones.push_back(handedOut(listing->clone(), "clone of a listing"));
+        clones.push_back(requireNonNull(listing->clone(), "clone of a listing"));
     }
     together([&](int thread) {
         IFolderEntryIterator& clone = *clones[static_cast<std::size_t>(thread)];

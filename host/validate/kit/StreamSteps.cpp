@@ -1,7 +1,7 @@
 #include "host/validate/kit/StreamSteps.h"
 
 #include "host/validate/kit/Expectations.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <array>
 #include <fmt/format.h>
@@ -10,19 +10,13 @@ namespace storage::host {
 
 using namespace foundation::storage::provider;
 
-namespace {
-
-constexpr const char* handedOutKind = "stream";
-
-} // namespace
-
 std::unique_ptr<ByteStream> openStream(const IProvider& provider, const StorageIRI& iri,
                                        const ByteStreamOpenOptions& options) {
-    return handedOut(provider.doOpenStream(iri, options), handedOutKind);
+    return requireNonNull(provider.doOpenStream(iri, options), "stream");
 }
 
 std::unique_ptr<ByteStream> openForReading(const IProvider& provider, const StorageIRI& iri) {
-    return handedOut(provider.doOpenReadOnlyStream(iri), handedOutKind);
+    return requireNonNull(provider.doOpenReadOnlyStream(iri), "stream");
 }
 
 std::unique_ptr<ByteStream> openToAppend(const IProvider& provider, const StorageIRI& iri) {

@@ -2,7 +2,7 @@
 
 #include "host/support/Utf.h"
 #include "host/validate/kit/StreamSteps.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -21,7 +21,7 @@ public:
     void addFolder(const StorageIRI& folder) {
         const FolderAttributes attributes = provider_.doGetFolderAttributes(folder);
         addLine(folder, "folder", attributes.isWritable(), attributes.getLastModified());
-        const auto listing = handedOut(provider_.doListAll(folder), "listing");
+        const auto listing = requireNonNull(provider_.doListAll(folder), "listing");
         while (listing->hasNext()) {
             listing->step();
             const FolderEntry entry = listing->getEntry();

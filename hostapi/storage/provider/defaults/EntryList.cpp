@@ -1,6 +1,6 @@
 #include "hostapi/storage/provider/defaults/EntryList.h"
 
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/defaults/VectorFolderEntryIterator.h"
 
 #include <utility>
@@ -8,7 +8,7 @@
 namespace foundation::storage::provider {
 
 EntryList readEntries(std::unique_ptr<IFolderEntryIterator> listing) {
-    listing = handedOut(std::move(listing), "listing");
+    listing = requireNonNull(std::move(listing), "listing");
     EntryList entries;
     while (listing->hasNext()) {
         listing->step();

@@ -1,6 +1,6 @@
 #include "hostapi/storage/provider/IProvider.h"
 
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/defaults/TemporaryFile.h"
 
 #include <cstddef>
@@ -40,7 +40,7 @@ void copyBytes(ByteStream& from, ByteStream& to, const IProvider::CopyProgress& 
 
 void copyFile(const IProvider& provider, const StorageIRI& source, const StorageIRI& destination,
               const ReplacementPolicy& policy, const IProvider::CopyProgress& progress) {
-    std::unique_ptr<ByteStream> from = handedOut(provider.doOpenReadOnlyStream(source), "stream");
+    std::unique_ptr<ByteStream> from = requireNonNull(provider.doOpenReadOnlyStream(source), "stream");
     refuseOccupied(provider, destination, policy);
     TemporaryFile copy(provider, destination, source);
     copyBytes(*from, *copy.open(), progress);

@@ -1,6 +1,6 @@
 #include "hostapi/storage/provider/IProvider.h"
 
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -17,7 +17,7 @@ constexpr std::size_t blockSize = std::size_t{64} * 1024;
 /// Up to `size` bytes from the file's beginning; fewer only when the file has fewer.
 std::vector<char> readBeginning(const IProvider& provider, const StorageIRI& iri, std::size_t size) {
     std::vector<char> bytes(size);
-    const auto stream = handedOut(provider.doOpenReadOnlyStream(iri), "stream");
+    const auto stream = requireNonNull(provider.doOpenReadOnlyStream(iri), "stream");
     std::size_t filled = 0;
     while (filled < size) {
         const long count = stream->read(bytes.data() + filled, static_cast<long>(size - filled));
@@ -32,7 +32,7 @@ std::vector<char> readBeginning(const IProvider& provider, const StorageIRI& iri
 
 std::unique_ptr<ByteStream> openForWriting(const IProvider& provider, const StorageIRI& iri,
                                            const ByteStreamOpenOptions& options) {
-    return handedOut(provider.doOpenStream(iri, options), "stream");
+    return requireNonNull(provider.doOpenStream(iri, options), "stream");
 }
 
 void shrinkFile(const IProvider& provider, const StorageIRI& iri, std::size_t size) {

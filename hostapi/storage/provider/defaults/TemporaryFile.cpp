@@ -1,7 +1,7 @@
 #include "hostapi/storage/provider/defaults/TemporaryFile.h"
 
 #include "hostapi/storage/provider/Exception.h"
-#include "hostapi/storage/provider/HandedOut.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/defaults/DerivedLocation.h"
 
 #include <string>
@@ -57,8 +57,8 @@ TemporaryFile::~TemporaryFile() {
 
 std::unique_ptr<ByteStream> TemporaryFile::open() const {
     try {
-        return handedOut(provider_.doOpenStream(location_, {.existence = ByteStreamExistence::MustExist}),
-                         "stream");
+        return requireNonNull(
+            provider_.doOpenStream(location_, {.existence = ByteStreamExistence::MustExist}), "stream");
     } catch (const Exception& failure) {
         rethrowForCaller(failure);
     }
