@@ -1,5 +1,7 @@
 #include "benchmarks/stores/ProviderStore.h"
 
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
+
 #include <dlfcn.h>
 #include <filesystem>
 #include <stdexcept>
@@ -16,30 +18,18 @@ constexpr ByteStreamOpenOptions toMake{0, ByteStreamExistence::CreateIfMissing, 
 constexpr ByteStreamOpenOptions toOverwrite{0, ByteStreamExistence::MustExist, ByteStreamContent::Keep,
                                             ByteStreamAppend::WriteAtPosition};
 
-void writeFully(ByteStream& stream, const char* bytes, std::size_t count) {
-    if (stream.write(bytes, static_cast<long>(count)) != static_cast<long>(count)) {
-        throw std::runtime_error("the plug-in wrote less than it was given");
-    }
-}
-
-void readFully(ByteStream& stream, char* buffer, std::size_t count) {
-    if (stream.read(buffer, static_cast<long>(count)) != static_cast<long>(count)) {
-        throw std::runtime_error("the plug-in read less than there is");
-    }
-}
-
 class ProviderStream final : public Stream {
 public:
     explicit ProviderStream(std::unique_ptr<ByteStream> stream) : stream_(std::move(stream)) {}
 
-    void write(const char* bytes, std::size_t count) override { writeFully(*stream_, bytes, count); }
-    void read(char* buffer, std::size_t count) override { readFully(*stream_, buffer, count); }
+    void write(const char* bytes, std::size_t count) override { writeAll(*stream_, {bytes, count}); }
+    void read(char* buffer, std::size_t count) override { readExactly(*stream_, buffer, count); }
 
     void readAt(std::uint64_t offset, char* buffer, std::size_t count) override {
         if (stream_->seek(static_cast<long>(offset), std::ios_base::beg) < 0) {
             throw std::runtime_error("the plug-in cannot seek to where bytes are");
         }
-        readFully(*stream_, buffer, count);
+        readExactly(*stream_, buffer, count);
     }
 
 private:
@@ -126,11 +116,11 @@ void ProviderStore::removeFile(PathIndex path) {
 }
 
 void ProviderStore::readFile(PathIndex path, char* buffer, std::size_t count) {
-    readFully(*provider_->doOpenReadOnlyStream(paths_[path]), buffer, count);
+    readExactly(*provider_->doOpenReadOnlyStream(paths_[path]), buffer, count);
 }
 
 void ProviderStore::overwriteFile(PathIndex path, const char* bytes, std::size_t count) {
-    writeFully(*provider_->doOpenStream(paths_[path], toOverwrite), bytes, count);
+    writeAll(*provider_->doOpenStream(paths_[path], toOverwrite), {bytes, count});
 }
 
 std::unique_ptr<Stream> ProviderStore::createStream(PathIndex path, std::uint64_t /*size*/) {

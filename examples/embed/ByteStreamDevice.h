@@ -1,10 +1,12 @@
 #pragma once
 
 #include <hostapi/storage/provider/ByteStream.h>
+#include <hostapi/storage/provider/ByteStreamTransfer.h>
 
 #include <boost/iostreams/categories.hpp>
 #include <boost/iostreams/positioning.hpp>
 
+#include <cstddef>
 #include <ios>
 #include <memory>
 #include <utility>
@@ -27,7 +29,8 @@ public:
     }
 
     std::streamsize write(const char* buffer, std::streamsize count) {
-        return stream_->write(buffer, static_cast<long>(count));
+        writeAll(*stream_, {buffer, static_cast<std::size_t>(count)}); // or throws
+        return count;
     }
 
     std::streampos seek(boost::iostreams::stream_offset offset, std::ios_base::seekdir direction) {

@@ -1,6 +1,7 @@
 #include "ByteStreamDevice.h"
 
 #include <hostapi/core/except/UtfConversion.h>
+#include <hostapi/storage/provider/ByteStreamTransfer.h>
 #include <hostapi/storage/provider/IProvider.h>
 #include <inmemoryprovider/PluginEntry.h>
 
@@ -71,15 +72,14 @@ void moveFileThatIsOpen(const IProvider& provider) {
 
     const std::unique_ptr<ByteStream> stream = provider.doOpenStream(before, appending());
     provider.doMoveFile(before, after, ReplacementPolicy::RefuseExisting);
-    stream->write("salt\n", 5); // the stream went with the file
+    writeAll(*stream, "salt\n"); // the stream went with the file
     printFile(provider, after);
 
     provider.doRemoveFile(after);
     stream->seek(0, std::ios_base::beg);
     char bytes[5] = {};
-    const long count = stream->read(bytes, sizeof bytes); // the bytes live as long as a stream holds them
-    std::cout << "removed, but still to be read: " << std::string(bytes, static_cast<std::size_t>(count))
-              << '\n';
+    readExactly(*stream, bytes, sizeof bytes); // the bytes live as long as a stream holds them
+    std::cout << "removed, but still to be read: " << std::string(bytes, sizeof bytes) << '\n';
 }
 // [moved]
 

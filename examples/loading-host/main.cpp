@@ -2,6 +2,7 @@
 #include "PluginError.h"
 #include "PluginFolders.h"
 
+#include <hostapi/storage/provider/ByteStreamTransfer.h>
 #include <hostapi/storage/provider/IProvider.h>
 
 #include <dlfcn.h>
@@ -23,7 +24,7 @@ std::shared_ptr<ByteStream> streamFrom(const std::filesystem::path& path) {
     const LoadedPlugin plugin(path);
     const std::shared_ptr<IProvider> provider = plugin.buildProvider();
     const StorageIRI file(u"/greeting");
-    provider->doOpenStream(file, {})->write("hello", 5);
+    writeAll(*provider->doOpenStream(file, {}), "hello");
     return plugin.hold(provider->doOpenReadOnlyStream(file));
 }
 // [outlive]
@@ -40,8 +41,8 @@ bool isLoaded(const std::filesystem::path& path) {
 void use(const std::filesystem::path& path) {
     std::shared_ptr<ByteStream> stream = streamFrom(path);
     char bytes[5] = {};
-    const long count = stream->read(bytes, sizeof bytes);
-    std::cout << "read: " << std::string(bytes, count > 0 ? static_cast<std::size_t>(count) : 0) << '\n';
+    readExactly(*stream, bytes, sizeof bytes);
+    std::cout << "read: " << std::string(bytes, sizeof bytes) << '\n';
 
     std::cout << "while the stream is there, the library is " << (isLoaded(path) ? "loaded" : "unloaded")
               << '\n';

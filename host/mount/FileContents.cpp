@@ -3,6 +3,7 @@
 #include "host/mount/LiftedFlag.h"
 #include "host/mount/Refused.h"
 #include "host/support/FileTime.h"
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
@@ -46,14 +47,7 @@ void stand(OpenStream& open, std::uint64_t offset) {
 void get(OpenStream& open, std::uint64_t offset, std::span<char> buffer) {
     stand(open, offset);
     open.position = unknownPosition;
-    for (std::size_t filled = 0; filled < buffer.size();) {
-        const long count =
-            open.stream->read(buffer.data() + filled, static_cast<long>(buffer.size() - filled));
-        if (count <= 0) {
-            throw Refused(EIO);
-        }
-        filled += static_cast<std::size_t>(count);
-    }
+    readExactly(*open.stream, buffer.data(), buffer.size());
     open.position = offset + buffer.size();
 }
 
@@ -62,7 +56,7 @@ void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<cons
     stand(open, offset);
     open.position = unknownPosition;
     try {
-        open.stream->write(bytes.data(), static_cast<long>(bytes.size()));
+        writeAll(*open.stream, {bytes.data(), bytes.size()});
     } catch (const std::bad_alloc&) {
         throw Refused(ENOSPC);
     }
@@ -258,7 +252,7 @@ void FileContents::copyTo(const StorageIRI& destination, const FileInode& file, 
         const auto part =
             std::span(block).first(std::min<std::uint64_t>(block.size(), file.attributes.size - offset));
         get(open, offset, part);
-        copy->write(part.data(), static_cast<long>(part.size()));
+        writeAll(*copy, {part.data(), part.size()});
         offset += part.size();
     }
     copy->flush();

@@ -1,8 +1,9 @@
 #include "host/storage/ByteStreamDevice.h"
 
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 
-#include <stdexcept>
+#include <cstddef>
 
 namespace storage::host {
 
@@ -13,30 +14,13 @@ ByteStreamDevice::ByteStreamDevice(std::unique_ptr<ByteStream> stream)
     : stream_(requireNonNull(std::move(stream), "stream")) {}
 
 std::streamsize ByteStreamDevice::read(char* buffer, std::streamsize count) {
-    std::streamsize done = 0;
-    while (done < count) {
-        const long got = stream_->read(buffer + done, static_cast<long>(count - done));
-        if (got <= 0) {
-            break;
-        }
-        if (got > count - done) {
-            throw std::runtime_error("the plug-in read more bytes than it was asked for");
-        }
-        done += got;
-    }
-    return done == 0 ? -1 : done;
+    const std::size_t done = readUpTo(*stream_, buffer, static_cast<std::size_t>(count));
+    return done == 0 ? -1 : static_cast<std::streamsize>(done);
 }
 
 std::streamsize ByteStreamDevice::write(const char* buffer, std::streamsize count) {
-    std::streamsize done = 0;
-    while (done < count) {
-        const long written = stream_->write(buffer + done, static_cast<long>(count - done));
-        if (written <= 0) {
-            throw std::runtime_error("the storage takes no more bytes");
-        }
-        done += written;
-    }
-    return done;
+    writeAll(*stream_, {buffer, static_cast<std::size_t>(count)});
+    return count;
 }
 
 std::streampos ByteStreamDevice::seek(boost::iostreams::stream_offset offset,

@@ -27,7 +27,7 @@ public:
     std::streamsize read(char* buffer, std::streamsize count);
 
     /// @return `count`
-    /// @throws std::runtime_error when the provider takes no more
+    /// @throws std::runtime_error when the provider writes another number of bytes
     std::streamsize write(const char* buffer, std::streamsize count);
 
     /// @throws std::ios_base::failure when the position would lie outside the file

@@ -1,6 +1,7 @@
 #include "tests/support/TreeSnapshot.h"
 
 #include "host/support/Utf.h"
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <filesystem>
@@ -15,11 +16,7 @@ namespace {
 std::string bytesOf(const IProvider& provider, const StorageIRI& iri) {
     std::string bytes(provider.doGetFileAttributes(iri).getSize(), '\0');
     const auto stream = provider.doOpenReadOnlyStream(iri);
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        done += static_cast<std::size_t>(
-            stream->read(bytes.data() + done, static_cast<long>(bytes.size() - done)));
-    }
+    readExactly(*stream, bytes.data(), bytes.size());
     return bytes;
 }
 

@@ -5,6 +5,7 @@
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/TreeDescription.h"
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 
 #include <array>
 #include <fmt/format.h>
@@ -56,7 +57,7 @@ void sizeOfFile(CheckContext& context) {
     for (const unsigned long size : {0UL, 1UL, 4096UL, 70'001UL}) {
         const std::string bytes(size, 'x');
         if (size != 0) {
-            provider.doOpenStream(file, {})->write(bytes.data(), static_cast<long>(size));
+            writeAll(*openStream(provider, file), bytes);
         }
         const unsigned long told = provider.doGetFileAttributes(file).getSize();
         expect(told == size,
@@ -67,8 +68,8 @@ void sizeOfFile(CheckContext& context) {
 void sizeWhileOpen(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI file = context.at(u"f");
-    const auto stream = provider.doOpenStream(file, {});
-    stream->write("12345", 5);
+    const auto stream = openStream(provider, file);
+    writeAll(*stream, "12345");
     expect(provider.doGetFileAttributes(file).getSize() == 5,
            "what an open stream has written is not in the file's size at once");
 }

@@ -7,7 +7,7 @@
 #include "host/validate/kit/Times.h"
 #include "host/validate/kit/TreeDescription.h"
 #include "host/validate/rules/Check.h"
-#include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 
 #include <array>
 #include <fmt/format.h>
@@ -312,7 +312,7 @@ void failedAppendChangesNothing(CheckContext& context) {
                            tree.make();
                            stream = openToAppend(provider, tree.file);
                        },
-                       [&] { stream->write(added.data(), static_cast<long>(added.size())); }};
+                       [&] { writeAll(*stream, added); }};
     sweep(append, [&] {
         expect(contentOf(provider, tree.file) == "0123456789",
                "a write that ran out of memory has changed the file");
@@ -329,9 +329,9 @@ void readingNeedsNoMemory(CheckContext& context) {
     std::array<char, 10> buffer{};
     const Outcome outcome = attempt(
         [&] {
-            stream->read(buffer.data(), 10);
+            readExactly(*stream, buffer.data(), buffer.size());
             stream->seek(2, std::ios_base::beg);
-            stream->write("ab", 2);
+            writeAll(*stream, "ab");
             stream->flush();
         },
         0);

@@ -5,6 +5,7 @@
 #include "host/validate/kit/Policies.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/Times.h"
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 
 #include <algorithm>
 #include <array>
@@ -211,7 +212,7 @@ void streamsShareBytes(CheckContext& context) {
 void writesAreVisibleAtOnce(CheckContext& context) {
     const auto writer = openDigits(context);
     const auto reader = openForReading(context.provider(), context.at(u"f"));
-    writer->write("abcdefghijkl", 12);
+    writeAll(*writer, "abcdefghijkl");
     expect(readRest(*reader) == "abcdefghijkl", "a write is not visible to another stream without a flush");
     expect(context.provider().doGetFileAttributes(context.at(u"f")).getSize() == 12,
            "a write is not visible in the size of the file without a flush");

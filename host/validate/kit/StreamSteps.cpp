@@ -1,6 +1,7 @@
 #include "host/validate/kit/StreamSteps.h"
 
 #include "host/validate/kit/Expectations.h"
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <array>
@@ -24,9 +25,7 @@ std::unique_ptr<ByteStream> openToAppend(const IProvider& provider, const Storag
 }
 
 void writeText(ByteStream& stream, std::string_view bytes) {
-    const auto size = static_cast<long>(bytes.size());
-    const long written = stream.write(bytes.data(), size);
-    expect(written == size, fmt::format("writing {} bytes answers {}", size, written));
+    writeAll(stream, bytes);
     stream.flush();
 }
 
@@ -42,10 +41,11 @@ std::string readOnce(ByteStream& stream, long count) {
 std::string readRest(ByteStream& stream) {
     std::array<char, 65536> block{};
     std::string bytes;
-    long count = 0;
-    while ((count = stream.read(block.data(), static_cast<long>(block.size()))) > 0) {
-        bytes.append(block.data(), static_cast<std::size_t>(count));
-    }
+    std::size_t count = 0;
+    do {
+        count = readUpTo(stream, block.data(), block.size());
+        bytes.append(block.data(), count);
+    } while (count == block.size());
     return bytes;
 }
 

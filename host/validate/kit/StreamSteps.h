@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-// The steps that checks of streams are made of. Each throws RuleBroken when a stream breaks its word on the way.
+// The steps that checks of streams are made of. Each throws when a stream breaks its contract.
 namespace storage::host {
 
 std::unique_ptr<foundation::storage::provider::ByteStream>

@@ -1,4 +1,5 @@
 #include "tests/host/mount/MountedStorageTest.h"
+#include "tests/support/MiscountingProvider.h"
 
 #include <cerrno>
 #include <limits>
@@ -337,6 +338,25 @@ private:
         const bool& isFull_;
     };
 };
+
+TEST_F(MountedContentTest, AWrongCountOfTheStorageIsAnError) {
+    int number = 0;
+    for (const auto& wrong :
+         std::vector<MiscountingProvider::Count>{[](long count) { return count - 1; }, [](long) { return 0; },
+                                                 [](long count) { return count + 1; }}) {
+        MiscountingProvider provider(memory_);
+        MountedTree mount(provider);
+        FileInode& file = mount.makeFile("/f" + std::to_string(++number), "0123456789");
+        provider.written = wrong;
+        EXPECT_EQ(errnoOf([&] { mount.write(file, 2, "abc"); }), EIO);
+        provider.written = MiscountingProvider::right;
+        mount.write(file, 2, "abc");
+        provider.copied = wrong;
+        EXPECT_EQ(errnoOf([&] { mount.read(file, 0, 5); }), EIO);
+        provider.copied = MiscountingProvider::right;
+        EXPECT_EQ(mount.bytesOf(file), "01abc56789");
+    }
+}
 
 TEST_F(MountedContentTest, AWriteAfterOneThatFailedMidwayGoesWhereItBelongs) {
     FullProvider provider(memory_);

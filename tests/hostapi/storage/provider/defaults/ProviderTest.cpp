@@ -1,6 +1,7 @@
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 
 #include "hostapi/core/except/UtfConversion.h"
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "inmemoryprovider/PluginEntry.h"
 
 #include <array>
@@ -44,8 +45,7 @@ void ProviderTest::makeFolder(const std::u16string& path) const {
 
 void ProviderTest::makeFile(const std::u16string& path, std::string_view content) const {
     provider_->doCreateFile(at(path));
-    const auto stream = provider_->doOpenStream(at(path), {});
-    stream->write(content.data(), static_cast<long>(content.size()));
+    writeAll(*provider_->doOpenStream(at(path), {}), content);
 }
 
 void ProviderTest::makeReadOnly(const std::u16string& path) const {
@@ -56,10 +56,11 @@ std::string ProviderTest::contentOf(const std::u16string& path) const {
     const auto stream = provider_->doOpenReadOnlyStream(at(path));
     std::string content;
     std::array<char, 1000> block{};
-    long count = 0;
-    while ((count = stream->read(block.data(), static_cast<long>(block.size()))) > 0) {
-        content.append(block.data(), static_cast<std::size_t>(count));
-    }
+    std::size_t count = 0;
+    do {
+        count = readUpTo(*stream, block.data(), block.size());
+        content.append(block.data(), count);
+    } while (count == block.size());
     return content;
 }
 
