@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/storage/ByteStreamDevice.h"
+#include "host/storage/EntryRules.h"
 #include "host/transfer/TransferBuffer.h"
 
 #include <boost/iostreams/copy.hpp>
@@ -38,7 +39,7 @@ public:
 
 private:
     static void print(Session& session, const StoragePath& path) {
-        session.requireFile(path);
+        requireFile(session.provider(), path);
         boost::iostreams::copy(ByteStreamDevice(session.provider().doOpenReadOnlyStream(path.iri())),
                                ConsoleSink(session), static_cast<std::streamsize>(transferBufferSize));
     }

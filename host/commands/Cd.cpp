@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/storage/EntryRules.h"
 
 namespace storage::host {
 
@@ -12,7 +13,7 @@ public:
         const std::string word = operands.empty() ? "/" : operands.front();
         session.console().attempt(word, [&] {
             const StoragePath folder = session.resolve(word);
-            session.requireFolder(folder);
+            requireFolder(session.provider(), folder);
             session.setCurrentFolder(folder);
         });
     }

@@ -19,7 +19,8 @@ public:
     void run(Session& session, const Words& operands) override {
         TransferTotals totals;
         {
-            Checker checker(session, times_ ? Checker::Times::Compare : Checker::Times::Ignore);
+            Checker checker(session.provider(), session.console(), session.interruption(), session.imports(),
+                            times_ ? Checker::Times::Compare : Checker::Times::Ignore);
             for (const ImportRecord& record : recordsToCheck(session, operands)) {
                 session.console().attempt(record.path.printed(),
                                           [&] { checker.run(record.path, record.diskPath); });

@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/storage/EntryRules.h"
 #include "host/support/UsageError.h"
 
 namespace storage::host {
@@ -25,7 +26,7 @@ public:
         for (std::size_t i = 1; i < operands.size(); ++i) {
             session.console().attempt(operands[i], [&] {
                 const StoragePath path = session.resolve(operands[i]);
-                session.requireEntry(path);
+                requireEntry(session.provider(), path);
                 session.provider().doSetWritable(path.iri(), mode == "+w");
             });
         }

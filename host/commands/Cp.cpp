@@ -1,6 +1,7 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/TransferLoop.h"
 #include "host/commands/TransferRules.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
 
@@ -8,6 +9,7 @@ namespace storage::host {
 
 namespace {
 
+using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::ReplacementPolicy;
 using Step = TreeWalk::Step;
 
@@ -26,7 +28,7 @@ public:
 
 private:
     void copy(Session& session, const StoragePath& source, const StoragePath& target) const {
-        if (session.requireEntry(source) == Session::EntryExistence::Folder && !recursive_) {
+        if (requireEntry(session.provider(), source) == EntryExistence::Folder && !recursive_) {
             throw CommandError(source.printed(), "is a folder, which only cp -r copies");
         }
         refuseImpossibleTransfer(session, source, target);

@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/Spelling.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 
 namespace storage::host {
@@ -24,7 +25,7 @@ public:
 private:
     void sumUp(Session& session, const std::string& word) {
         const StoragePath top = session.resolve(word);
-        session.requireEntry(top);
+        requireEntry(session.provider(), top);
         sums_ = {0};
         for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
             session.interruption().check();

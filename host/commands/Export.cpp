@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/storage/EntryRules.h"
 #include "host/transfer/DiskDestination.h"
 #include "host/transfer/DiskName.h"
 #include "host/transfer/Exporter.h"
@@ -15,11 +16,11 @@ public:
         DiskDestination destination(operands.back(), operands.size() - 1);
         TransferTotals totals;
         {
-            Exporter exporter(session);
+            Exporter exporter(session.provider(), session.console(), session.interruption());
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i], [&] {
                     const StoragePath source = session.resolve(operands[i]);
-                    session.requireEntry(source);
+                    requireEntry(session.provider(), source);
                     const std::string name = source.isRoot() ? "" : toDiskName(source.name(), source);
                     exporter.run(source, destination.of(name), destination.attributesFor(name));
                 });

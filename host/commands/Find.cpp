@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/Spelling.h"
+#include "host/storage/EntryRules.h"
 #include "host/support/CommandError.h"
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
@@ -10,6 +11,7 @@ namespace storage::host {
 
 namespace {
 
+using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::FolderEntry;
 using foundation::storage::provider::IFolderEntryIterator;
 using foundation::storage::provider::requireNonNull;
@@ -46,7 +48,7 @@ private:
 
     void findBelow(Session& session, const std::string& word) {
         const StoragePath top = session.resolve(word);
-        const bool isFolder = session.requireEntry(top) == Session::EntryExistence::Folder;
+        const bool isFolder = requireEntry(session.provider(), top) == EntryExistence::Folder;
         const auto type = isFolder ? FolderEntry::EntryType::Folder : FolderEntry::EntryType::File;
         if (isWanted(type) && WildcardPattern(patternText_).matches(top.name())) {
             session.console().out() << session.console().shown(spelledAfter(word, top, top)) << '\n';

@@ -20,7 +20,8 @@ public:
         }
         TransferTotals totals;
         {
-            Importer importer(session);
+            Importer importer(session.provider(), session.console(), session.interruption(),
+                              session.imports());
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i],
                                           [&] { import(importer, diskOperand(operands[i]), *destination); });

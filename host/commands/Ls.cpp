@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/Spelling.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/Listing.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/FileTime.h"
@@ -11,6 +12,7 @@ namespace storage::host {
 
 namespace {
 
+using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::ExtendedAttributes;
 using foundation::storage::provider::FolderEntry;
 
@@ -40,7 +42,7 @@ public:
         for (const std::string& word : words) {
             session.console().attempt(word, [&] {
                 const StoragePath path = session.resolve(word);
-                if (session.requireEntry(path) == Session::EntryExistence::Folder) {
+                if (requireEntry(session.provider(), path) == EntryExistence::Folder) {
                     folders.push_back(word);
                 } else {
                     files.push_back({spelledAfter(word, path, path), path});

@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/storage/EntryRules.h"
 
 namespace storage::host {
 
@@ -19,7 +20,7 @@ public:
 
 private:
     void make(Session& session, const StoragePath& path) const {
-        session.refuseFileAbove(path);
+        refuseFileAbove(session.provider(), path);
         if (parents_) {
             session.provider().doCreateFolderRecursive(path.iri());
         } else {

@@ -1,12 +1,14 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/TransferLoop.h"
 #include "host/commands/TransferRules.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 
 namespace storage::host {
 
 namespace {
 
+using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::ReplacementPolicy;
 
 /// A provider may stop half-way at a read-only folder and leave the tree in two pieces.
@@ -35,7 +37,7 @@ public:
 
 private:
     void move(Session& session, const StoragePath& source, const StoragePath& target) const {
-        const bool isFolder = session.requireEntry(source) == Session::EntryExistence::Folder;
+        const bool isFolder = requireEntry(session.provider(), source) == EntryExistence::Folder;
         refuseImpossibleTransfer(session, source, target);
         // A provider may remove what is to be replaced before it finds that the source cannot leave its
         // folder.

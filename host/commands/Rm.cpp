@@ -1,9 +1,12 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/TransferRules.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
 
 namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
 
 namespace {
 
@@ -25,10 +28,10 @@ public:
 
 private:
     void remove(Session& session, const StoragePath& path) const {
-        if (force_ && session.existence(path) == Session::EntryExistence::Missing) {
+        if (force_ && existence(session.provider(), path) == EntryExistence::Missing) {
             return;
         }
-        const bool isFolder = session.requireEntry(path) == Session::EntryExistence::Folder;
+        const bool isFolder = requireEntry(session.provider(), path) == EntryExistence::Folder;
         if (isFolder && !recursive_) {
             throw CommandError(path.printed(), "is a folder");
         }

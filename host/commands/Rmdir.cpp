@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/TransferRules.h"
+#include "host/storage/EntryRules.h"
 
 namespace storage::host {
 
@@ -13,7 +14,7 @@ public:
         for (const std::string& word : operands) {
             session.console().attempt(word, [&] {
                 const StoragePath path = session.resolve(word);
-                session.requireFolder(path);
+                requireFolder(session.provider(), path);
                 refuseRemovingCurrentFolder(session, path);
                 session.provider().doRemoveFolder(path.iri());
             });

@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/storage/EntryRules.h"
 #include "host/support/FileTime.h"
 
 #include <fmt/format.h>
@@ -21,7 +22,7 @@ public:
 
 private:
     static void show(Session& session, const StoragePath& path) {
-        session.requireEntry(path);
+        requireEntry(session.provider(), path);
         const auto attributes = session.provider().doGetExtendedAttributes(path.iri());
         session.console().out() << fmt::format(
             "    path: {}\n    kind: {}\n   bytes: {}\nmodified: {}\nwritable: {}\n",

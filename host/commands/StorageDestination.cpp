@@ -1,8 +1,11 @@
 #include "host/commands/StorageDestination.h"
 
+#include "host/storage/EntryRules.h"
 #include "host/support/CommandError.h"
 
 namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
 
 std::optional<StorageDestination> StorageDestination::find(const Session& session, const std::string& operand,
                                                            std::size_t sources) {
@@ -14,9 +17,9 @@ std::optional<StorageDestination> StorageDestination::find(const Session& sessio
 StorageDestination::StorageDestination(const Session& session, const std::string& operand,
                                        std::size_t sources)
     : path_(session.resolve(operand)),
-      isFolder_(session.existence(path_) == Session::EntryExistence::Folder) {
+      isFolder_(existence(session.provider(), path_) == EntryExistence::Folder) {
     if (sources > 1) {
-        session.requireFolder(path_);
+        requireFolder(session.provider(), path_);
     }
 }
 

@@ -1,8 +1,11 @@
 #include "host/commands/CommandFactories.h"
+#include "host/storage/EntryRules.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
 
 namespace {
 
@@ -18,8 +21,8 @@ public:
 
 private:
     static void touch(Session& session, const StoragePath& path) {
-        if (session.existence(path) == Session::EntryExistence::Missing) {
-            session.refuseFileAbove(path);
+        if (existence(session.provider(), path) == EntryExistence::Missing) {
+            refuseFileAbove(session.provider(), path);
             session.provider().doCreateFile(path.iri());
         } else {
             session.provider().doSetLastModified(path.iri(),

@@ -1,14 +1,17 @@
 #include "host/commands/TransferRules.h"
 
+#include "host/storage/EntryRules.h"
 #include "host/support/CommandError.h"
 
 namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
 
 void refuseImpossibleTransfer(const Session& session, const StoragePath& source, const StoragePath& target) {
     if (source == target) {
         throw CommandError(source.printed(), "source and destination are the same");
     }
-    if (source.contains(target) && session.existence(source) == Session::EntryExistence::Folder) {
+    if (source.contains(target) && existence(session.provider(), source) == EntryExistence::Folder) {
         throw CommandError(source.printed(), "a folder cannot go below itself, to " + target.printed());
     }
     requireWritableFolder(session, target.parent());
@@ -24,14 +27,14 @@ void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path
 }
 
 void refuseReadOnlyFile(const Session& session, const StoragePath& path) {
-    if (session.existence(path) == Session::EntryExistence::File &&
+    if (existence(session.provider(), path) == EntryExistence::File &&
         !session.provider().doGetFileAttributes(path.iri()).isWritable()) {
         throw CommandError(path.printed(), "the file is read-only");
     }
 }
 
 void requireWritableFolder(const Session& session, const StoragePath& path) {
-    session.requireFolder(path);
+    requireFolder(session.provider(), path);
     refuseReadOnlyFolder(session, path);
 }
 

@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/Spelling.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/Counted.h"
 #include "host/support/UsageError.h"
@@ -28,7 +29,7 @@ public:
 private:
     void show(Session& session, const std::string& word) {
         const StoragePath top = session.resolve(word);
-        session.requireEntry(top);
+        requireEntry(session.provider(), top);
         session.console().out() << session.console().shown(spelledAfter(word, top, top)) << '\n';
         for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
             session.interruption().check();

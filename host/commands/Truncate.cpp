@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/storage/EntryRules.h"
 #include "host/support/UsageError.h"
 
 #include <charconv>
@@ -6,6 +7,8 @@
 #include <string_view>
 
 namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
 
 namespace {
 
@@ -47,8 +50,8 @@ public:
         for (const std::string& word : operands) {
             session.console().attempt(word, [&] {
                 const StoragePath path = session.resolve(word);
-                session.refuseFolder(path);
-                if (session.existence(path) == Session::EntryExistence::Missing) {
+                refuseFolder(session.provider(), path);
+                if (existence(session.provider(), path) == EntryExistence::Missing) {
                     session.provider().doCreateFile(path.iri());
                 }
                 resize(session, path, size);

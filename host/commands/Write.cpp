@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/storage/ByteStreamDevice.h"
+#include "host/storage/EntryRules.h"
 
 namespace storage::host {
 
@@ -36,7 +37,7 @@ private:
         }
         text += '\n';
         const StoragePath path = session.resolve(operands.front());
-        session.refuseFolder(path);
+        refuseFolder(session.provider(), path);
         ByteStreamDevice(session.provider().doOpenStream(path.iri(), options_))
             .write(text.data(), static_cast<std::streamsize>(text.size()));
     }

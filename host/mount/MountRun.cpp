@@ -9,7 +9,7 @@
 #include "host/mount/MountedStorage.h"
 #include "host/mount/WriteBack.h"
 #include "host/plugin/PluginLibrary.h"
-#include "host/session/Session.h"
+#include "host/session/ImportLog.h"
 #include "host/support/CommandError.h"
 #include "host/support/Interrupted.h"
 #include "host/support/OutputError.h"
@@ -26,23 +26,29 @@
 
 namespace storage::host {
 
+using foundation::storage::provider::FilenameSensitivity;
+using foundation::storage::provider::IProvider;
+using foundation::storage::provider::StorageIRI;
+
 namespace {
 
 /// The content of a folder becomes the content of the storage's root, all of it or the program ends.
-void importContent(Session& session, const std::string& folder) {
+void importContent(const IProvider& provider, Console& console, const Interruption& interruption,
+                   const std::string& folder) {
     if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
         throw CommandError(folder, "not a folder; its content is what would be imported");
     }
     TransferTotals totals;
     {
-        Importer importer(session);
+        ImportLog imports; // read by nobody: the mount checks nothing
+        Importer importer(provider, console, interruption, imports);
         importer.run(folder, StoragePath(), TopAttributes::Untouched);
         totals = importer.totals();
     } // takes its progress off the terminal
-    if (session.console().failuresOfCommand() > 0) {
+    if (console.failuresOfCommand() > 0) {
         throw CommandError(folder, "not all of it could be imported, so nothing was mounted");
     }
-    session.console().out() << "imported " << totals.summary() << '\n' << std::flush;
+    console.out() << "imported " << totals.summary() << '\n' << std::flush;
 }
 
 /// What cannot be exported at the end is better known before anything is in the storage.
@@ -58,19 +64,17 @@ void refuseUnwritable(const std::string& path) {
 }
 
 /// What the mount knows of names would not be true of a storage for which others are the same.
-void refuseCaseInsensitive(const foundation::storage::provider::IProvider& provider,
-                           const std::string& plugin) {
-    using foundation::storage::provider::FilenameSensitivity;
-    using foundation::storage::provider::StorageIRI;
+void refuseCaseInsensitive(const IProvider& provider, const std::string& plugin) {
     if (provider.doGetFilenameSensitivity(StorageIRI(u"/")) != FilenameSensitivity::CaseSensitive) {
         throw CommandError(plugin, "a storage that ignores the case of names cannot be mounted");
     }
 }
 
 /// Reports to the console what could not be exported.
-void exportContent(Session& session, const std::string& path) {
+void exportContent(const IProvider& provider, Console& console, const Interruption& interruption,
+                   const std::string& path) {
     DiskDestination destination(path, 1);
-    Exporter exporter(session);
+    Exporter exporter(provider, console, interruption);
     exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));
 }
 
@@ -109,14 +113,14 @@ public:
         if (options_.exportTo) {
             refuseUnwritable(*options_.exportTo);
         }
-        Session session(*provider, console_, interruption_);
         if (options_.importFrom) {
-            importContent(session, *options_.importFrom);
+            importContent(*provider, console_, interruption_, *options_.importFrom);
         }
         serve(*provider);
         if (options_.exportTo) {
             interruption_.clear(); // what ended the mount does not end the export too
-            console_.attempt(*options_.exportTo, [&] { exportContent(session, *options_.exportTo); });
+            console_.attempt(*options_.exportTo,
+                             [&] { exportContent(*provider, console_, interruption_, *options_.exportTo); });
             makeExecutable(executables_, *options_.exportTo, console_);
         }
         provider->doShutdown();
@@ -124,7 +128,7 @@ public:
     }
 
 private:
-    void serve(const foundation::storage::provider::IProvider& provider) {
+    void serve(const IProvider& provider) {
         MountedStorage storage(provider);
         if (options_.importFrom) {
             adoptExecutables(storage, *options_.importFrom);

@@ -1,10 +1,19 @@
 #pragma once
 
-#include "host/session/ImportRecord.h"
+#include "host/storage/StoragePath.h"
 
+#include <string>
 #include <vector>
 
 namespace storage::host {
+
+/// That an entry of the disk was imported, and where its copy is now. A value.
+struct ImportRecord {
+    std::string diskPath; ///< absolute
+    StoragePath path;
+
+    bool operator==(const ImportRecord&) const = default;
+};
 
 /// The imports of a session, for checking them later. No record stands in it twice.
 /// Thread safety: one object is for one thread.

@@ -19,7 +19,6 @@ namespace storage::host {
 class Session {
 public:
     using IProvider = foundation::storage::provider::IProvider;
-    using EntryExistence = foundation::storage::provider::EntryExistence;
 
     Session(const IProvider& provider, Console& console, const Interruption& interruption)
         : provider_(provider), console_(console), interruption_(interruption) {}
@@ -39,25 +38,6 @@ public:
     /// The path that a word of a command names.
     /// @throws CommandError when the word is empty or not UTF-8
     StoragePath resolve(std::string_view word) const;
-
-    EntryExistence existence(const StoragePath& path) const;
-
-    /// What stands at `path`, which must be something.
-    /// @throws CommandError when nothing is there, naming the file above `path` if that is why
-    EntryExistence requireEntry(const StoragePath& path) const;
-
-    /// @throws CommandError unless a folder stands at `path`
-    void requireFolder(const StoragePath& path) const;
-
-    /// @throws CommandError unless a file stands at `path`
-    void requireFile(const StoragePath& path) const;
-
-    /// Refuses a path that leads through a file, where nothing can ever be.
-    /// @throws CommandError naming the file
-    void refuseFileAbove(const StoragePath& path) const;
-
-    /// @throws CommandError when a folder stands at `path`, or a file above it
-    void refuseFolder(const StoragePath& path) const;
 
 private:
     const IProvider& provider_;

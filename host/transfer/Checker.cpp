@@ -2,6 +2,7 @@
 
 #include "host/disk/DiskFolder.h"
 #include "host/storage/ByteStreamDevice.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/Listing.h"
 #include "host/support/FileTime.h"
 #include "host/support/Utf.h"
@@ -13,6 +14,7 @@
 
 namespace storage::host {
 
+using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::FolderEntry;
 
 namespace {
@@ -31,23 +33,27 @@ const char* describeWritable(bool writable) {
 
 } // namespace
 
-Checker::Checker(Session& session, Times times)
-    : session_(session),
+Checker::Checker(const IProvider& provider, Console& console, const Interruption& interruption,
+                 const ImportLog& imports, Times times)
+    : provider_(provider),
+      console_(console),
+      interruption_(interruption),
+      imports_(imports),
       times_(times),
-      progress_(session.console()),
+      progress_(console),
       buffer_(transferBufferSize),
       diskBuffer_(transferBufferSize) {}
 
 void Checker::run(const StoragePath& path, const std::string& diskPath) {
     open_.clear();
     const auto kind = DiskEntry::at(diskPath, DiskEntry::Links::Follow).kind;
-    const bool isFolder = session_.requireEntry(path) == Session::EntryExistence::Folder;
+    const bool isFolder = requireEntry(provider_, path) == EntryExistence::Folder;
     compareEntries(path, isFolder ? EntryType::Folder : EntryType::File, {diskPath, kind});
     while (!open_.empty()) {
-        session_.interruption().check();
+        interruption_.check();
         const Pair pair = std::move(open_.back());
         open_.pop_back();
-        session_.console().attempt(pair.path.printed(), [&] { compareFolders(pair); });
+        console_.attempt(pair.path.printed(), [&] { compareFolders(pair); });
     }
 }
 
@@ -55,16 +61,15 @@ void Checker::compareFolders(const Pair& pair) {
     DiskChildren onDisk = listDisk(pair.diskPath);
     ++totals_.folders;
     progress_.countEntry();
-    for (const FolderEntry& entry : sortedEntries(session_.provider().doListAll(pair.path.iri()))) {
-        session_.interruption().check();
+    for (const FolderEntry& entry : sortedEntries(provider_.doListAll(pair.path.iri()))) {
+        interruption_.check();
         const StoragePath path = pair.path.child(entry.getName());
         const auto found = onDisk.find(entry.getName());
         if (found == onDisk.end()) {
             reportNotOnDisk(path);
             continue;
         }
-        session_.console().attempt(path.printed(),
-                                   [&] { compareEntries(path, entry.getType(), found->second); });
+        console_.attempt(path.printed(), [&] { compareEntries(path, entry.getType(), found->second); });
         onDisk.erase(found);
     }
     for (const auto& [name, child] : onDisk) {
@@ -76,7 +81,7 @@ void Checker::compareFolders(const Pair& pair) {
 Checker::DiskChildren Checker::listDisk(const std::string& folder) {
     DiskChildren children;
     for (const std::string& name : listDiskFolder(folder, DiskEntry::Links::Follow)) {
-        session_.console().attempt(folder, [&] { addDiskChild(folder, name, children); });
+        console_.attempt(folder, [&] { addDiskChild(folder, name, children); });
     }
     return children;
 }
@@ -89,7 +94,7 @@ void Checker::addDiskChild(const std::string& folder, const std::string& name, D
     }
     const auto storageName = toUtf16(name);
     if (!storageName) {
-        session_.console().report({path, "missing, as the name is not UTF-8"});
+        console_.report({path, "missing, as the name is not UTF-8"});
         return;
     }
     children.emplace(*storageName, DiskChild{path, kind});
@@ -108,7 +113,7 @@ void Checker::compareEntries(const StoragePath& path, EntryType type, const Disk
 }
 
 void Checker::reportNotOnDisk(const StoragePath& path) {
-    if (!session_.imports().hasImportAt(path)) {
+    if (!imports_.hasImportAt(path)) {
         report(path, "not on disk");
     }
 }
@@ -122,13 +127,13 @@ void Checker::compareFiles(const Pair& pair) {
 }
 
 void Checker::compareBytes(const Pair& pair, const FileDescriptor& onDisk) {
-    ByteStreamDevice stored(session_.provider().doOpenReadOnlyStream(pair.path.iri()));
+    ByteStreamDevice stored(provider_.doOpenReadOnlyStream(pair.path.iri()));
     unsigned long long offset = 0;
     for (;;) {
-        session_.interruption().check();
+        interruption_.check();
         const auto got = stored.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
         const auto count = static_cast<std::size_t>(std::max<std::streamsize>(got, 0));
-        const std::size_t diskCount = onDisk.read(diskBuffer_, session_.interruption());
+        const std::size_t diskCount = onDisk.read(diskBuffer_, interruption_);
         const auto [here, there] =
             std::mismatch(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(count),
                           diskBuffer_.begin(), diskBuffer_.begin() + static_cast<std::ptrdiff_t>(diskCount));
@@ -147,7 +152,7 @@ void Checker::compareBytes(const Pair& pair, const FileDescriptor& onDisk) {
 }
 
 void Checker::compareAttributes(const Pair& pair, const DiskEntry& onDisk) {
-    const auto stored = session_.provider().doGetFileAttributes(pair.path.iri());
+    const auto stored = provider_.doGetFileAttributes(pair.path.iri());
     if (stored.isWritable() != onDisk.writable) {
         report(pair.path, fmt::format("{}, but {} is {}", describeWritable(stored.isWritable()),
                                       pair.diskPath, describeWritable(onDisk.writable)));
@@ -160,7 +165,7 @@ void Checker::compareAttributes(const Pair& pair, const DiskEntry& onDisk) {
 }
 
 void Checker::report(const StoragePath& path, const std::string& difference) {
-    session_.console().report({path.printed(), difference});
+    console_.report({path.printed(), difference});
 }
 
 } // namespace storage::host

@@ -2,9 +2,12 @@
 
 #include "host/console/ProgressMeter.h"
 #include "host/disk/DiskEntry.h"
-#include "host/session/Session.h"
+#include "host/session/ImportLog.h"
+#include "host/storage/StoragePath.h"
+#include "host/support/Interruption.h"
 #include "host/transfer/TransferTotals.h"
 #include "hostapi/storage/provider/FolderEntry.h"
+#include "hostapi/storage/provider/IProvider.h"
 
 #include <map>
 #include <string>
@@ -15,14 +18,17 @@ namespace storage::host {
 /// Compares trees of the storage with trees of the disk: names, kinds, bytes, the writable flags of files
 /// and, if wanted, the times of files. Symbolic links and other entries that an import skips do not count.
 ///
-/// Every difference is reported to the console as a failure. Borrows the session.
+/// Every difference is reported to the console as a failure. Borrows provider, console, interruption and log.
 /// Thread safety: one object is for one thread.
 class Checker {
 public:
     enum class Times { Ignore, Compare };
     using EntryType = foundation::storage::provider::FolderEntry::EntryType;
 
-    Checker(Session& session, Times times);
+    using IProvider = foundation::storage::provider::IProvider;
+
+    Checker(const IProvider& provider, Console& console, const Interruption& interruption,
+            const ImportLog& imports, Times times);
 
     /// Compares one entry and everything below it. The copy of another import that stands inside the tree is
     /// left out, as it is compared with a source of its own.
@@ -53,7 +59,10 @@ private:
     void compareAttributes(const Pair& pair, const DiskEntry& onDisk);
     void report(const StoragePath& path, const std::string& difference);
 
-    Session& session_;
+    const IProvider& provider_;
+    Console& console_;
+    const Interruption& interruption_;
+    const ImportLog& imports_;
     const Times times_;
     ProgressMeter progress_;
     TransferTotals totals_;

@@ -61,16 +61,20 @@ void applyAttributes(const FileDescriptor& entry, const ptime& lastModified, boo
 
 } // namespace
 
-Exporter::Exporter(Session& session)
-    : session_(session), progress_(session.console()), buffer_(transferBufferSize) {}
+Exporter::Exporter(const IProvider& provider, Console& console, const Interruption& interruption)
+    : provider_(provider),
+      console_(console),
+      interruption_(interruption),
+      progress_(console),
+      buffer_(transferBufferSize) {}
 
 void Exporter::run(const StoragePath& source, const std::string& target, TopAttributes topAttributes) {
     topAttributes_ = topAttributes;
     open_.clear();
-    TreeWalk walk(session_.provider(), source);
+    TreeWalk walk(provider_, source);
     while (const auto step = walk.next()) {
-        session_.interruption().check();
-        session_.console().attempt(step->path.printed(), [&] { visit(walk, *step, target); });
+        interruption_.check();
+        console_.attempt(step->path.printed(), [&] { visit(walk, *step, target); });
     }
 }
 
@@ -106,7 +110,7 @@ void Exporter::leaveFolder(const TreeWalk::Step& step, const std::string& target
     if (step.depth == 0 && topAttributes_ == TopAttributes::Untouched) {
         return;
     }
-    const auto attributes = session_.provider().doGetFolderAttributes(step.path.iri());
+    const auto attributes = provider_.doGetFolderAttributes(step.path.iri());
     applyAttributes(FileDescriptor(target, O_RDONLY | O_DIRECTORY), attributes.getLastModified(),
                     attributes.isWritable());
 }
@@ -121,7 +125,7 @@ void Exporter::exportFile(const StoragePath& source, const std::string& target) 
     TemporaryDiskFile temporary(target);
     try {
         const auto bytes = copyBytes(source, temporary.file());
-        const auto attributes = session_.provider().doGetFileAttributes(source.iri());
+        const auto attributes = provider_.doGetFileAttributes(source.iri());
         applyAttributes(temporary.file(), attributes.getLastModified(), attributes.isWritable());
         temporary.moveIntoPlace();
         totals_.bytes += bytes;
@@ -133,7 +137,7 @@ void Exporter::exportFile(const StoragePath& source, const std::string& target) 
 }
 
 unsigned long long Exporter::copyBytes(const StoragePath& source, const FileDescriptor& to) {
-    ByteStreamDevice from(session_.provider().doOpenReadOnlyStream(source.iri()));
+    ByteStreamDevice from(provider_.doOpenReadOnlyStream(source.iri()));
     unsigned long long copied = 0;
     std::streamsize count = 0;
     while ((count = from.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()))) > 0) {
@@ -141,7 +145,7 @@ unsigned long long Exporter::copyBytes(const StoragePath& source, const FileDesc
         to.write(std::span(buffer_).first(bytes));
         copied += bytes;
         progress_.countBytes(bytes);
-        session_.interruption().check();
+        interruption_.check();
     }
     return copied;
 }

@@ -3,10 +3,11 @@
 #include "host/console/ProgressMeter.h"
 #include "host/disk/FileDescriptor.h"
 #include "host/disk/TemporaryWriteAccess.h"
-#include "host/session/Session.h"
 #include "host/storage/TreeWalk.h"
+#include "host/support/Interruption.h"
 #include "host/transfer/TopAttributes.h"
 #include "host/transfer/TransferTotals.h"
+#include "hostapi/storage/provider/IProvider.h"
 
 #include <memory>
 #include <string>
@@ -19,10 +20,12 @@ namespace storage::host {
 /// Goes on after a failure, which the console counts. A file stands under its name on disk complete or not at
 /// all. Depth costs memory but no stack; a file of any size passes through one buffer.
 ///
-/// Borrows the session. Thread safety: one object is for one thread.
+/// Borrows provider, console and interruption. Thread safety: one object is for one thread.
 class Exporter {
 public:
-    explicit Exporter(Session& session);
+    using IProvider = foundation::storage::provider::IProvider;
+
+    Exporter(const IProvider& provider, Console& console, const Interruption& interruption);
 
     /// Exports one existing entry and everything below it.
     /// @param target         path on disk where the entry itself comes to stand; a folder that is there is
@@ -46,7 +49,9 @@ private:
     void exportFile(const StoragePath& source, const std::string& target);
     unsigned long long copyBytes(const StoragePath& source, const FileDescriptor& to);
 
-    Session& session_;
+    const IProvider& provider_;
+    Console& console_;
+    const Interruption& interruption_;
     ProgressMeter progress_;
     TransferTotals totals_;
     TopAttributes topAttributes_ = TopAttributes::FromSource;

@@ -2,6 +2,7 @@
 
 #include "host/disk/DiskFolder.h"
 #include "host/storage/ByteStreamDevice.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/UnfinishedFile.h"
 #include "host/support/CommandError.h"
 #include "host/support/Utf.h"
@@ -17,12 +18,18 @@ using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::ByteStreamOpenOptions;
 using foundation::storage::provider::StorageIRI;
 
-Importer::Importer(Session& session)
-    : session_(session), progress_(session.console()), buffer_(transferBufferSize) {}
+Importer::Importer(const IProvider& provider, Console& console, const Interruption& interruption,
+                   ImportLog& imports)
+    : provider_(provider),
+      console_(console),
+      interruption_(interruption),
+      imports_(imports),
+      progress_(console),
+      buffer_(transferBufferSize) {}
 
 void Importer::run(const std::string& source, const StoragePath& target, TopAttributes topAttributes) {
     const DiskEntry entry = DiskEntry::at(source, DiskEntry::Links::Follow);
-    session_.refuseFileAbove(target);
+    refuseFileAbove(provider_, target);
     switch (entry.kind) {
     case DiskEntry::Kind::Folder:
         importTree(source, target, entry, topAttributes);
@@ -42,13 +49,13 @@ void Importer::importTree(const std::string& source, const StoragePath& target, 
     enterFolder(source, target, entry, topAttributes, DiskEntry::Links::Follow);
     logImport(source, target); // from here on, whatever is missing is for a check to find
     while (!open_.empty()) {
-        session_.interruption().check();
+        interruption_.check();
         importNext();
     }
 }
 
 void Importer::logImport(const std::string& source, const StoragePath& target) {
-    session_.imports().add({std::filesystem::absolute(source).lexically_normal().string(), target});
+    imports_.add({std::filesystem::absolute(source).lexically_normal().string(), target});
 }
 
 /// One step: the next entry of the innermost open folder, or the folder's end.
@@ -57,18 +64,18 @@ void Importer::importNext() {
     if (folder.next == folder.names.size()) {
         const OpenFolder done = std::move(folder);
         open_.pop_back();
-        session_.console().attempt(done.target.printed(), [&] { leaveFolder(done); });
+        console_.attempt(done.target.printed(), [&] { leaveFolder(done); });
         return;
     }
     const std::string& name = folder.names[folder.next++];
     const std::string source = diskChild(folder.source, name);
     const auto storageName = toUtf16(name);
     if (!storageName) {
-        session_.console().report({source, "the name is not UTF-8"});
+        console_.report({source, "the name is not UTF-8"});
         return;
     }
     const StoragePath target = folder.target.child(*storageName);
-    session_.console().attempt(source, [&] { importChild(source, target); });
+    console_.attempt(source, [&] { importChild(source, target); });
 }
 
 void Importer::importChild(const std::string& source, const StoragePath& target) {
@@ -82,15 +89,15 @@ void Importer::importChild(const std::string& source, const StoragePath& target)
         break;
     default:
         ++totals_.skipped;
-        session_.console().notice(source, std::string("skipped, ") + describe(entry.kind));
+        console_.notice(source, std::string("skipped, ") + describe(entry.kind));
     }
 }
 
 void Importer::enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
                            TopAttributes keeps, DiskEntry::Links links) {
     OpenFolder folder{source, target, entry, keeps, listDiskFolder(source, links), 0};
-    if (!session_.provider().doFolderExists(target.iri())) {
-        session_.provider().doCreateFolder(target.iri());
+    if (!provider_.doFolderExists(target.iri())) {
+        provider_.doCreateFolder(target.iri());
     }
     open_.push_back(std::move(folder));
     ++totals_.folders;
@@ -121,23 +128,23 @@ void Importer::importFile(const std::string& source, const StoragePath& target, 
 void Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) {
     const ByteStreamOpenOptions options{.content = ByteStreamContent::Empty};
     const StorageIRI iri = target.iri();
-    auto stream = session_.provider().doOpenStream(iri, options);
-    UnfinishedFile file(session_.provider(), iri);
+    auto stream = provider_.doOpenStream(iri, options);
+    UnfinishedFile file(provider_, iri);
     ByteStreamDevice to(std::move(stream));
     unsigned long long copied = 0;
-    while (const std::size_t count = from.read(buffer_, session_.interruption())) {
+    while (const std::size_t count = from.read(buffer_, interruption_)) {
         to.write(buffer_.data(), static_cast<std::streamsize>(count));
         copied += count;
         progress_.countBytes(count);
-        session_.interruption().check();
+        interruption_.check();
     }
     file.finish();
     totals_.bytes += copied;
 }
 
 void Importer::applyAttributes(const StoragePath& target, const DiskEntry& attributes) {
-    session_.provider().doSetLastModified(target.iri(), attributes.lastModified);
-    session_.provider().doSetWritable(target.iri(), attributes.writable);
+    provider_.doSetLastModified(target.iri(), attributes.lastModified);
+    provider_.doSetWritable(target.iri(), attributes.writable);
 }
 
 } // namespace storage::host

@@ -2,9 +2,12 @@
 
 #include "host/console/ProgressMeter.h"
 #include "host/disk/DiskEntry.h"
-#include "host/session/Session.h"
+#include "host/session/ImportLog.h"
+#include "host/storage/StoragePath.h"
+#include "host/support/Interruption.h"
 #include "host/transfer/TopAttributes.h"
 #include "host/transfer/TransferTotals.h"
+#include "hostapi/storage/provider/IProvider.h"
 
 #include <string>
 #include <vector>
@@ -16,11 +19,14 @@ namespace storage::host {
 /// Goes on after a failure, which the console counts. A file is in the storage complete or not at all. Depth
 /// costs memory but no stack; a file of any size passes through one buffer.
 ///
-/// Borrows the session and adds what it imports to the session's log. Thread safety: one object is for one
-/// thread.
+/// Borrows provider, console, interruption and log. Thread safety: one object is for one thread.
 class Importer {
 public:
-    explicit Importer(Session& session);
+    using IProvider = foundation::storage::provider::IProvider;
+
+    /// @param imports  records each run
+    Importer(const IProvider& provider, Console& console, const Interruption& interruption,
+             ImportLog& imports);
 
     /// Imports one entry and everything below it.
     /// @param source  path on disk; a symbolic link here is followed, unlike the ones below
@@ -55,7 +61,10 @@ private:
     void copyBytes(const FileDescriptor& from, const StoragePath& target);
     void applyAttributes(const StoragePath& target, const DiskEntry& attributes);
 
-    Session& session_;
+    const IProvider& provider_;
+    Console& console_;
+    const Interruption& interruption_;
+    ImportLog& imports_;
     ProgressMeter progress_;
     TransferTotals totals_;
     std::vector<OpenFolder> open_;

@@ -1,0 +1,76 @@
+#include "host/storage/EntryRules.h"
+
+#include "host/support/CommandError.h"
+#include "hostapi/storage/provider/Exception.h"
+
+#include <string>
+
+namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
+using foundation::storage::provider::ErrorCode;
+using foundation::storage::provider::Exception;
+using foundation::storage::provider::IProvider;
+
+namespace {
+
+[[noreturn]] void refuseAsFolder(const StoragePath& path) {
+    throw CommandError(path.printed(), "not a folder");
+}
+
+} // namespace
+
+EntryExistence existence(const IProvider& provider, const StoragePath& path) {
+    return provider.doExistsExtended(path.iri());
+}
+
+EntryExistence requireEntry(const IProvider& provider, const StoragePath& path) {
+    const EntryExistence found = existence(provider, path);
+    if (found == EntryExistence::Missing) {
+        refuseFileAbove(provider, path);
+        throw CommandError(path.printed(), Exception::describe(ErrorCode::NotFound));
+    }
+    return found;
+}
+
+void requireFolder(const IProvider& provider, const StoragePath& path) {
+    if (requireEntry(provider, path) == EntryExistence::File) {
+        refuseAsFolder(path);
+    }
+}
+
+void requireFile(const IProvider& provider, const StoragePath& path) {
+    requireEntry(provider, path);
+    refuseFolder(provider, path);
+}
+
+void refuseFolder(const IProvider& provider, const StoragePath& path) {
+    switch (existence(provider, path)) {
+    case EntryExistence::Folder:
+        throw CommandError(path.printed(), "is a folder");
+    case EntryExistence::File:
+        break;
+    case EntryExistence::Missing:
+        refuseFileAbove(provider, path);
+    }
+}
+
+void refuseFileAbove(const IProvider& provider, const StoragePath& path) {
+    if (provider.doFolderExists(path.parent().iri())) {
+        return;
+    }
+    // From the root down, as the way to what is missing may be long and most of it missing, too.
+    const std::u16string& text = path.text();
+    for (std::size_t end = text.find(u'/', 1); end != std::u16string::npos; end = text.find(u'/', end + 1)) {
+        const StoragePath above = StoragePath::resolve(StoragePath(), text.substr(0, end));
+        const EntryExistence found = existence(provider, above);
+        if (found == EntryExistence::File) {
+            refuseAsFolder(above);
+        }
+        if (found == EntryExistence::Missing) {
+            return;
+        }
+    }
+}
+
+} // namespace storage::host

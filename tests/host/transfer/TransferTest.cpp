@@ -1,0 +1,84 @@
+#include "host/plugin/PluginLibrary.h"
+#include "host/transfer/Exporter.h"
+#include "host/transfer/Importer.h"
+#include "tests/support/DefaultSignals.h"
+#include "tests/support/MiscountingProvider.h"
+#include "tests/support/SharedProvider.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <sstream>
+
+namespace {
+
+using foundation::storage::provider::StorageIRI;
+using storage::host::Console;
+using storage::host::Exporter;
+using storage::host::Importer;
+using storage::host::ImportLog;
+using storage::host::Interruption;
+using storage::host::OutputKind;
+using storage::host::PluginLibrary;
+using storage::host::StoragePath;
+using storage::host::TopAttributes;
+using testing::HasSubstr;
+
+const std::vector<MiscountingProvider::Count> wrongCounts{[](long count) { return count - 1; },
+                                                          [](long) { return 0; }, [](long) { return -1; },
+                                                          [](long count) { return count + 1; }};
+
+/// Imports and exports of a storage that may return wrong counts, without a shell.
+class TransferTest : public testing::Test {
+protected:
+    void import() {
+        Importer(provider_, console_, interruption_, imports_)
+            .run(disk_ / "src", StoragePath().child(u"copy"), TopAttributes::FromSource);
+    }
+
+    void exportAll() {
+        Exporter(provider_, console_, interruption_)
+            .run(StoragePath().child(u"copy"), disk_ / "out", TopAttributes::FromSource);
+    }
+
+    TemporaryFolder disk_;
+    std::ostringstream out_;
+    std::ostringstream err_;
+    DefaultSignals defaultSignals_;
+    Interruption interruption_;
+    Console console_{out_, OutputKind::Plain, err_, OutputKind::Plain};
+    ImportLog imports_;
+    MiscountingProvider provider_{sharedProvider(PluginLibrary(TEST_PLUGIN).buildProvider())};
+};
+
+TEST_F(TransferTest, ImportsAreLoggedAndExportedAgain) {
+    disk_.write("src/f", "content");
+    import();
+    EXPECT_TRUE(imports_.hasImportAt(StoragePath().child(u"copy")));
+    exportAll();
+    EXPECT_EQ(readFile(disk_ / "out/f"), "content");
+    EXPECT_EQ(err_.str(), "");
+}
+
+TEST_F(TransferTest, AWriteOfAWrongCountFailsTheImportOfThatFile) {
+    disk_.write("src/f", "content");
+    for (const auto& wrong : wrongCounts) {
+        err_.str("");
+        provider_.written = wrong;
+        import();
+        EXPECT_THAT(err_.str(),
+                    HasSubstr("src/f: the plug-in wrote " + std::to_string(wrong(7)) + " of 7 bytes\n"));
+        EXPECT_FALSE(provider_.doFileExists(StorageIRI(u"/copy/f")));
+    }
+}
+
+TEST_F(TransferTest, AReadOfTooManyBytesFailsTheExportOfThatFile) {
+    disk_.write("src/f", "content");
+    import();
+    provider_.copied = [](long count) { return count + 1; };
+    exportAll();
+    EXPECT_EQ(err_.str(), "qzstorage: /copy/f: the plug-in read more bytes than it was asked for\n");
+    EXPECT_FALSE(std::filesystem::exists(disk_ / "out/f"));
+}
+
+} // namespace
