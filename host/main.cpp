@@ -1,6 +1,7 @@
 #include "host/ProgramOptions.h"
 #include "host/commands/CommandTable.h"
 #include "host/console/DescriptorOutput.h"
+#include "host/console/RunReported.h"
 #include "host/disk/FileDescriptor.h"
 #include "host/inspect/InspectRun.h"
 #include "host/mount/MountRun.h"
@@ -8,10 +9,8 @@
 #include "host/shell/DescriptorLineSource.h"
 #include "host/shell/Shell.h"
 #include "host/shell/TerminalLineSource.h"
-#include "host/support/CommandError.h"
-#include "host/support/Interrupted.h"
 #include "host/support/OutputError.h"
-#include "host/support/Utf.h"
+#include "host/support/UsageError.h"
 #include "host/validate/ValidateRun.h"
 #include "host/validate/checks/CheckCatalogue.h"
 
@@ -20,6 +19,9 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <iostream>
+#include <new>
+#include <stdexcept>
+#include <system_error>
 #include <unistd.h>
 
 namespace storage::host {
@@ -67,25 +69,20 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
 ExitStatus runSession(const ProgramOptions& options, Console& console) {
     Interruption interruption;
     const LoadedProvider provider = PluginLibrary(options.plugin).buildProvider(); // outlives its exceptions
-    ExitStatus status = ExitStatus::Failure;
-    Session session(*provider, console, interruption);
-    try {
-        status = runLines(options, session, interruption);
+    return runReported(console, [&] {
+        Session session(*provider, console, interruption);
+        const ExitStatus status = runLines(options, session, interruption);
+        console.beginCommand(""); // a failure from here on is of no command
         provider->doShutdown();
-    } catch (const OutputError&) {
-        throw;
-    } catch (const Interrupted& interrupted) {
-        console.report({"", interrupted.what()});
-        status = ExitStatus::Interrupted;
-    } catch (...) {
-        console.beginCommand("");
-        console.report(Failure::ofCurrentException(""));
-        status = ExitStatus::Failure;
-    }
-    return status;
+        return status;
+    });
 }
 
 ExitStatus runTask(const ProgramOptions& options, Console& console) {
+    if (options.message) {
+        console.out() << *options.message << std::flush;
+        return ExitStatus::Success;
+    }
     if (options.mount) {
         return runMount(options.plugin, *options.mount, console);
     }
@@ -98,44 +95,32 @@ ExitStatus runTask(const ProgramOptions& options, Console& console) {
     return runSession(options, console);
 }
 
-ExitStatus runProgram(const ProgramOptions& options) {
+/// Adds to failures of the command line where help is, and to those of the system which call failed.
+ExitStatus runCommandLine(int argc, const char* const* argv, Console& console) {
+    try {
+        return runTask(ProgramOptions::parse(argc, argv), console);
+    } catch (const UsageError& error) {
+        throw UsageError(std::string(error.what()) + " (try 'qzstorage --help')");
+    } catch (const OutputError&) {
+        throw;
+    } catch (const std::system_error& error) {
+        throw std::runtime_error(error.what());
+    }
+}
+
+ExitStatus runProgram(int argc, const char* const* argv) {
     DescriptorOutput buffer(STDOUT_FILENO);
     std::ostream out(&buffer);
     out.exceptions(std::ios_base::badbit);
     Console console(out, kindOf(STDOUT_FILENO), std::cerr, kindOf(STDERR_FILENO));
     try {
-        if (options.message) {
-            out << *options.message << std::flush;
-            return ExitStatus::Success;
-        }
-        return runTask(options, console);
+        return runReported(console, [&] { return runCommandLine(argc, argv, console); });
     } catch (const OutputError& error) {
         if (error.code().value() != EPIPE) { // whose reader is gone wants no more to be said
             std::cerr << "qzstorage: standard output: " << error.code().message() << '\n';
         }
-        return ExitStatus::Failure;
-    }
-}
-
-void complain(const std::string& text) {
-    std::cerr << "qzstorage: " + printableInMessage(text) + '\n';
-}
-
-ExitStatus runGuarded(int argc, const char* const* argv) {
-    try {
-        return runProgram(ProgramOptions::parse(argc, argv));
-    } catch (const UsageError& error) {
-        complain(std::string(error.what()) + " (try 'qzstorage --help')");
-        return ExitStatus::Usage;
-    } catch (const Interrupted& interrupted) {
-        complain(interrupted.what());
-        return ExitStatus::Interrupted;
-    } catch (const CommandError& error) {
-        complain(error.path() + ": " + error.what());
-    } catch (const std::bad_alloc&) {
+    } catch (const std::bad_alloc&) { // not even for the message is there memory
         std::fputs("qzstorage: out of memory\n", stderr);
-    } catch (const std::exception& error) {
-        complain(error.what());
     }
     return ExitStatus::Failure;
 }
@@ -149,5 +134,5 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is noticed by the write that fails,
     std::signal(SIGXFSZ, SIG_IGN); // and so is a limit on the size of files
     std::signal(SIGCHLD, SIG_DFL); // who ignores it is not told how its processes ended
-    return static_cast<int>(storage::host::runGuarded(argc, argv));
+    return static_cast<int>(storage::host::runProgram(argc, argv));
 }

@@ -1,5 +1,6 @@
 #include "host/mount/MountRun.h"
 
+#include "host/console/RunReported.h"
 #include "host/disk/DiskEntry.h"
 #include "host/disk/DiskError.h"
 #include "host/mount/BackgroundStart.h"
@@ -11,8 +12,6 @@
 #include "host/plugin/PluginLibrary.h"
 #include "host/session/ImportLog.h"
 #include "host/support/CommandError.h"
-#include "host/support/Interrupted.h"
-#include "host/support/OutputError.h"
 #include "host/transfer/DiskDestination.h"
 #include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
@@ -185,7 +184,7 @@ ExitStatus runMount(const std::string& plugin, const MountOptions& options, Cons
     std::optional<BackgroundStart> background;
     std::optional<PluginLibrary> library; // outlives the exceptions of the plug-in's own classes
     console.beginCommand("mount");
-    try {
+    return runReported(console, [&] {
         if (options.place == MountOptions::Place::Background) {
             background.emplace();
             if (const auto status = background->waitAsStarter()) {
@@ -194,15 +193,7 @@ ExitStatus runMount(const std::string& plugin, const MountOptions& options, Cons
         }
         library.emplace(plugin);
         return Mount(options, console, interruption, background ? &*background : nullptr).run(*library);
-    } catch (const OutputError&) {
-        throw;
-    } catch (const Interrupted& interrupted) {
-        console.report({"", interrupted.what()});
-        return ExitStatus::Interrupted;
-    } catch (...) {
-        console.report(Failure::ofCurrentException(""));
-        return ExitStatus::Failure;
-    }
+    });
 }
 
 } // namespace storage::host

@@ -18,9 +18,7 @@ CheckOutcome verdictOf(const std::string& plugin, const std::function<void()>& w
     } catch (const PluginError& error) {
         return {Result::Fail, error.what()};
     } catch (...) {
-        const Failure failure = Failure::ofCurrentException("");
-        return {Result::Fail, printable(plugin) + ": " + (failure.path.empty() ? "" : failure.path + ": ") +
-                                  failure.reason};
+        return {Result::Fail, printable(plugin) + ": " + Failure::ofCurrentException("").text()};
     }
 }
 

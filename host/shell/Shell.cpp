@@ -1,9 +1,9 @@
 #include "host/shell/Shell.h"
 
+#include "host/console/RunReported.h"
 #include "host/shell/CommandLineLexer.h"
 #include "host/shell/Glob.h"
 #include "host/support/Interrupted.h"
-#include "host/support/OutputError.h"
 #include "host/support/UsageError.h"
 
 #include <csignal>
@@ -35,41 +35,26 @@ ExitStatus Shell::runNext(LineSource& lines) {
     session_.console().beginCommand("");
     try {
         interruption_.check();
-        line = lines.next();
-    } catch (const Interrupted&) {
+        session_.console().attempt("", [&] { line = lines.next(); });
+    } catch (const Interrupted&) { // without a message: no command has been interrupted
         return ExitStatus::Interrupted;
-    } catch (...) {
-        session_.console().report(Failure::ofCurrentException(""));
-        linesEnded_ = true;
-        return ExitStatus::Failure;
     }
     if (!line) {
         linesEnded_ = true;
-        return ExitStatus::Success;
+        return session_.console().failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
     }
     ++lineNumber_;
     return execute(*line);
 }
 
 ExitStatus Shell::execute(std::string_view line) {
-    session_.console().beginCommand("");
-    try {
+    Console& console = session_.console();
+    console.beginCommand("");
+    return runReported(console, [&] {
         runLine(line);
-        session_.console().out().flush();
-        return session_.console().failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
-    } catch (const OutputError&) {
-        throw;
-    } catch (const Interrupted&) {
-        session_.console().out().clear(); // it may have been writing
-        session_.console().report({"", "interrupted"});
-        return ExitStatus::Interrupted;
-    } catch (const UsageError& error) {
-        session_.console().report({"", error.what()});
-        return ExitStatus::Usage;
-    } catch (...) {
-        session_.console().report(Failure::ofCurrentException(""));
-        return ExitStatus::Failure;
-    }
+        console.out().flush();
+        return console.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
+    });
 }
 
 void Shell::runLine(std::string_view line) {

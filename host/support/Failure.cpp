@@ -43,4 +43,8 @@ Failure Failure::ofCurrentException(const std::string& path) {
     }
 }
 
+std::string Failure::text() const {
+    return path.empty() ? reason : path + ": " + reason;
+}
+
 } // namespace storage::host

@@ -13,6 +13,9 @@ struct Failure {
     /// that only a plug-in knows.
     /// @param path  used when the exception itself names no path
     static Failure ofCurrentException(const std::string& path);
+
+    /// "path: reason", or the reason alone.
+    std::string text() const;
 };
 
 } // namespace storage::host

@@ -16,9 +16,7 @@ namespace {
 using Result = CheckOutcome::Result;
 
 CheckOutcome unexpected() {
-    const Failure failure = Failure::ofCurrentException("");
-    return {Result::Fail,
-            "unexpected failure: " + (failure.path.empty() ? "" : failure.path + ": ") + failure.reason};
+    return {Result::Fail, "unexpected failure: " + Failure::ofCurrentException("").text()};
 }
 
 CheckOutcome verdictOf(const std::function<void()>& check) {

@@ -1,0 +1,27 @@
+#include "host/console/RunReported.h"
+
+#include "host/support/Interrupted.h"
+#include "host/support/OutputError.h"
+#include "host/support/UsageError.h"
+
+namespace storage::host {
+
+ExitStatus runReported(Console& console, const std::function<ExitStatus()>& task) {
+    try {
+        return task();
+    } catch (const OutputError&) {
+        throw;
+    } catch (const Interrupted& interrupted) {
+        console.out().clear(); // the task may have been writing
+        console.report({"", interrupted.what()});
+        return ExitStatus::Interrupted;
+    } catch (const UsageError& error) {
+        console.report({"", error.what()});
+        return ExitStatus::Usage;
+    } catch (...) {
+        console.report(Failure::ofCurrentException(""));
+        return ExitStatus::Failure;
+    }
+}
+
+} // namespace storage::host
