@@ -7,8 +7,7 @@ using storage::host::FailureHandling;
 using storage::host::OutputKind;
 
 SessionTest::SessionTest()
-    : library_(TEST_PLUGIN),
-      provider_(std::make_shared<HookedProvider>(sharedProvider(library_.buildProvider()))),
+    : provider_(std::make_shared<HookedProvider>(sharedProvider(TEST_PLUGIN))),
       console_(out_, OutputKind::Plain, err_, OutputKind::Plain),
       session_(*provider_, console_, interruption_),
       shell_(storage::host::commandTable(), session_, interruption_, FailureHandling::AskPerson) {}

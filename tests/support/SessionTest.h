@@ -1,7 +1,6 @@
 #pragma once
 
 #include "host/console/Console.h"
-#include "host/plugin/PluginLibrary.h"
 #include "host/session/Session.h"
 #include "host/shell/Shell.h"
 #include "host/support/ExitStatus.h"
@@ -39,7 +38,6 @@ protected:
     std::ostringstream err_;
     DefaultSignals defaultSignals_;
     storage::host::Interruption interruption_;
-    storage::host::PluginLibrary library_;
     std::shared_ptr<HookedProvider> provider_;
     storage::host::Console console_;
     storage::host::Session session_;

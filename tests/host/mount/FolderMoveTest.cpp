@@ -1,5 +1,4 @@
 #include "host/mount/FolderMove.h"
-#include "host/plugin/PluginLibrary.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/StepwiseProvider.h"
@@ -16,7 +15,6 @@ namespace {
 using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
 using storage::host::FolderMove;
-using storage::host::PluginLibrary;
 
 /// A storage with folders and files of all kinds in "/d", of which no two have the same time.
 class FolderMoveTest : public testing::Test {
@@ -25,7 +23,7 @@ protected:
 
     /// As if nothing had ever been in the storage but what the tests begin with.
     void fill() {
-        memory_ = sharedProvider(library_.buildProvider());
+        memory_ = sharedProvider(TEST_PLUGIN);
         for (const auto* const folder :
              {u"/d", u"/d/s", u"/d/s/deep", u"/d/s/deep/er", u"/d/empty", u"/to"}) {
             memory_->doCreateFolder(StorageIRI(folder));
@@ -72,7 +70,6 @@ protected:
         return {error, step.happened()};
     }
 
-    PluginLibrary library_{TEST_PLUGIN};
     std::shared_ptr<IProvider> memory_;
 };
 

@@ -1,4 +1,3 @@
-#include "host/plugin/PluginLibrary.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/FailingStep.h"
@@ -18,7 +17,6 @@ using foundation::storage::provider::ErrorCode;
 using foundation::storage::provider::Exception;
 using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
-using storage::host::PluginLibrary;
 using testing::AnyOf;
 
 /// An operation of a program, and what it makes of the tree that every test here begins with.
@@ -91,7 +89,7 @@ protected:
     static constexpr std::size_t content = 40;
 
     void fill() {
-        memory_ = sharedProvider(library_.buildProvider());
+        memory_ = sharedProvider(TEST_PLUGIN);
         for (const auto* const folder : {u"/d", u"/d/s", u"/empty", u"/r"}) {
             memory_->doCreateFolder(StorageIRI(folder));
         }
@@ -155,7 +153,6 @@ protected:
         failures_ += failures;
     }
 
-    PluginLibrary library_{TEST_PLUGIN};
     std::shared_ptr<IProvider> memory_;
 
     static inline int operations_ = 0;

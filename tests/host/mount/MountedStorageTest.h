@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/plugin/PluginLibrary.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/MountedTree.h"
 #include "tests/support/HookedProvider.h"
@@ -30,9 +29,7 @@ protected:
     /// Expects the storage to hold just what programs see.
     void expectStorageAsSeen();
 
-    storage::host::PluginLibrary library_{TEST_PLUGIN};
-    std::shared_ptr<foundation::storage::provider::IProvider> memory_ =
-        sharedProvider(library_.buildProvider());
+    std::shared_ptr<foundation::storage::provider::IProvider> memory_ = sharedProvider(TEST_PLUGIN);
     HookedProvider provider_{memory_};
     MountedTree mount_{provider_};
 };
