@@ -2,7 +2,7 @@
 
 #include "host/inspect/InspectOptions.h"
 #include "host/mount/MountOptions.h"
-#include "host/shell/FailureHandling.h"
+#include "host/shell/Shell.h"
 #include "host/support/UsageError.h"
 #include "host/validate/ValidateOptions.h"
 

@@ -9,7 +9,6 @@
 #include "host/shell/DescriptorLineSource.h"
 #include "host/shell/Shell.h"
 #include "host/shell/TerminalLineSource.h"
-#include "host/support/OutputError.h"
 #include "host/support/UsageError.h"
 #include "host/validate/ValidateRun.h"
 #include "host/validate/checks/CheckCatalogue.h"

@@ -1,7 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
-#include "host/transfer/TransferBuffer.h"
 
 #include <boost/iostreams/copy.hpp>
 

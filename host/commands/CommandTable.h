@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/shell/CommandInfo.h"
+#include "host/shell/Command.h"
 
 #include <span>
 

@@ -1,5 +1,5 @@
 #include "host/commands/CommandFactories.h"
-#include "host/commands/Spelling.h"
+#include "host/commands/DisplayPath.h"
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 
@@ -52,7 +52,7 @@ private:
         sums_.back() += sum;
         if (step.depth == 0 || (step.kind == Step::Kind::FolderDone && !summary_)) {
             session.console().out() << sum << '\t'
-                                    << session.console().shown(spelledAfter(word, top, step.path)) << '\n';
+                                    << session.console().shown(displayPath(word, top, step.path)) << '\n';
         }
     }
 

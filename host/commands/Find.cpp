@@ -1,5 +1,5 @@
 #include "host/commands/CommandFactories.h"
-#include "host/commands/Spelling.h"
+#include "host/commands/DisplayPath.h"
 #include "host/storage/EntryRules.h"
 #include "host/support/CommandError.h"
 #include "host/support/UsageError.h"
@@ -51,7 +51,7 @@ private:
         const bool isFolder = requireEntry(session.provider(), top) == EntryExistence::Folder;
         const auto type = isFolder ? FolderEntry::EntryType::Folder : FolderEntry::EntryType::File;
         if (isWanted(type) && WildcardPattern(patternText_).matches(top.name())) {
-            session.console().out() << session.console().shown(spelledAfter(word, top, top)) << '\n';
+            session.console().out() << session.console().shown(displayPath(word, top, top)) << '\n';
         }
         if (!isFolder) {
             return;
@@ -62,8 +62,8 @@ private:
             listing->step();
             const FolderEntry entry = listing->getEntry();
             if (isWanted(entry.getType())) {
-                const auto spelling = spelledAfter(word, top, top.child(entry.getName()));
-                session.console().out() << session.console().shown(spelling) << '\n';
+                const auto displayed = displayPath(word, top, top.child(entry.getName()));
+                session.console().out() << session.console().shown(displayed) << '\n';
             }
         }
     }

@@ -1,5 +1,5 @@
 #include "host/commands/CommandFactories.h"
-#include "host/commands/Spelling.h"
+#include "host/commands/DisplayPath.h"
 #include "host/storage/EntryRules.h"
 #include "host/storage/Listing.h"
 #include "host/storage/TreeWalk.h"
@@ -45,7 +45,7 @@ public:
                 if (requireEntry(session.provider(), path) == EntryExistence::Folder) {
                     folders.push_back(word);
                 } else {
-                    files.push_back({spelledAfter(word, path, path), path});
+                    files.push_back({displayPath(word, path, path), path});
                 }
             });
         }
@@ -65,7 +65,7 @@ private:
                 continue;
             }
             session.console().attempt(step->path.printed(), [&] {
-                showFolder(session, step->path, spelledAfter(word, top, step->path));
+                showFolder(session, step->path, displayPath(word, top, step->path));
                 if (recursive_) {
                     walk.descend();
                 }

@@ -31,8 +31,8 @@ StoragePath StorageDestination::of(std::u16string_view name) {
     return target;
 }
 
-TopAttributes StorageDestination::attributesFor(std::u16string_view name) const {
-    return isFolder_ && name.empty() ? TopAttributes::Untouched : TopAttributes::FromSource;
+RootAttributes StorageDestination::attributesFor(std::u16string_view name) const {
+    return isFolder_ && name.empty() ? RootAttributes::Untouched : RootAttributes::FromSource;
 }
 
 } // namespace storage::host

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/session/Session.h"
-#include "host/transfer/TopAttributes.h"
+#include "host/transfer/RootAttributes.h"
 
 #include <optional>
 #include <set>
@@ -26,7 +26,7 @@ public:
     StoragePath of(std::u16string_view name);
 
     /// What becomes of the folder that a source of this name goes to.
-    TopAttributes attributesFor(std::u16string_view name) const;
+    RootAttributes attributesFor(std::u16string_view name) const;
 
 private:
     StorageDestination(const Session& session, const std::string& operand, std::size_t sources);

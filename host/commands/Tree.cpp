@@ -1,5 +1,5 @@
 #include "host/commands/CommandFactories.h"
-#include "host/commands/Spelling.h"
+#include "host/commands/DisplayPath.h"
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/Counted.h"
@@ -30,7 +30,7 @@ private:
     void show(Session& session, const std::string& word) {
         const StoragePath top = session.resolve(word);
         requireEntry(session.provider(), top);
-        session.console().out() << session.console().shown(spelledAfter(word, top, top)) << '\n';
+        session.console().out() << session.console().shown(displayPath(word, top, top)) << '\n';
         for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
             session.interruption().check();
             session.console().attempt(step->path.printed(), [&] { visit(session, walk, *step); });

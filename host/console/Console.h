@@ -1,6 +1,5 @@
 #pragma once
 
-#include "host/console/OutputKind.h"
 #include "host/support/Failure.h"
 
 #include <cstddef>
@@ -10,6 +9,12 @@
 #include <string_view>
 
 namespace storage::host {
+
+/// Who reads a stream of the program.
+enum class OutputKind {
+    Terminal, ///< a person, now
+    Plain,    ///< a file, a pipe or a test
+};
 
 /// Everything the program says: results on the output, failures and progress on the error stream, in an order
 /// that makes sense when both go to one place.

@@ -1,7 +1,6 @@
 #include "host/console/DescriptorOutput.h"
 
 #include "host/support/Interruption.h"
-#include "host/support/OutputError.h"
 
 #include <cerrno>
 #include <unistd.h>

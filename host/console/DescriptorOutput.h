@@ -2,8 +2,16 @@
 
 #include <array>
 #include <streambuf>
+#include <system_error>
 
 namespace storage::host {
+
+/// A write to the standard output failed. It ends the session, as nobody would see the rest.
+class OutputError : public std::system_error {
+public:
+    /// @param error  the errno of the write that failed
+    explicit OutputError(int error) : std::system_error(error, std::generic_category()) {}
+};
 
 /// The buffer of an output stream on a file descriptor, which it borrows. Unlike the standard library's own
 /// it says why a write failed: by OutputError, which passes through a stream whose exceptions() has badbit.

@@ -1,6 +1,6 @@
 #include "host/disk/DiskEntry.h"
 
-#include "host/disk/DiskError.h"
+#include "host/support/CommandError.h"
 #include "host/support/FileTime.h"
 
 #include <cerrno>

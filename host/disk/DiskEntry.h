@@ -1,12 +1,16 @@
 #pragma once
 
 #include "host/disk/FileDescriptor.h"
+#include <sys/stat.h>
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <string>
 
 namespace storage::host {
+
+inline constexpr mode_t permissionBits = 07777; ///< in the mode of a file
+inline constexpr mode_t writeBits = 0222;       ///< of owner, group and others
 
 /// What the disk tells of one of its entries, in the terms of a storage. A value.
 struct DiskEntry {

@@ -1,6 +1,5 @@
 #include "host/disk/DiskFolder.h"
 
-#include "host/disk/DiskError.h"
 #include "host/support/CommandError.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "host/disk/FileDescriptor.h"
 
-#include "host/disk/DiskError.h"
+#include "host/support/CommandError.h"
 
 #include <cerrno>
 #include <fcntl.h>

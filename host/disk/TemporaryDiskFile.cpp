@@ -1,7 +1,6 @@
 #include "host/disk/TemporaryDiskFile.h"
 
 #include "host/disk/DiskEntry.h"
-#include "host/disk/DiskError.h"
 #include "host/support/CommandError.h"
 
 #include <cerrno>

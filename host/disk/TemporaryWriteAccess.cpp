@@ -1,6 +1,6 @@
 #include "host/disk/TemporaryWriteAccess.h"
 
-#include "host/disk/PermissionBits.h"
+#include "host/disk/DiskEntry.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

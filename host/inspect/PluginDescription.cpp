@@ -1,6 +1,5 @@
 #include "host/inspect/PluginDescription.h"
 
-#include "host/plugin/PluginError.h"
 #include "host/plugin/PluginLibrary.h"
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"

@@ -1,8 +1,8 @@
 #include "host/mount/Executables.h"
 
-#include "host/disk/DiskError.h"
 #include "host/disk/DiskFolder.h"
 #include "host/disk/FileDescriptor.h"
+#include "host/support/CommandError.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,6 +1,5 @@
 #include "host/mount/FuseSession.h"
 
-#include "host/disk/DiskError.h"
 #include "host/mount/CapturedErrors.h"
 #include "host/mount/FuseOperations.h"
 #include "host/support/CommandError.h"

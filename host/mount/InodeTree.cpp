@@ -1,6 +1,6 @@
 #include "host/mount/InodeTree.h"
 
-#include "host/disk/PermissionBits.h"
+#include "host/disk/DiskEntry.h"
 #include "host/mount/EntryName.h"
 #include "host/support/FileTime.h"
 #include "hostapi/storage/provider/RequireNonNull.h"

@@ -2,7 +2,6 @@
 
 #include "host/console/RunReported.h"
 #include "host/disk/DiskEntry.h"
-#include "host/disk/DiskError.h"
 #include "host/mount/BackgroundStart.h"
 #include "host/mount/Executables.h"
 #include "host/mount/FuseSession.h"
@@ -41,7 +40,7 @@ void importContent(const IProvider& provider, Console& console, const Interrupti
     {
         ImportLog imports; // read by nobody: the mount checks nothing
         Importer importer(provider, console, interruption, imports);
-        importer.run(folder, StoragePath(), TopAttributes::Untouched);
+        importer.run(folder, StoragePath(), RootAttributes::Untouched);
         totals = importer.totals();
     } // takes its progress off the terminal
     if (console.failuresOfCommand() > 0) {

@@ -1,6 +1,6 @@
 #include "host/mount/MountedStorage.h"
 
-#include "host/disk/PermissionBits.h"
+#include "host/disk/DiskEntry.h"
 #include "host/mount/EntryName.h"
 #include "host/mount/FolderMove.h"
 #include "host/mount/KeptContent.h"

@@ -1,6 +1,5 @@
 #include "host/plugin/PluginLibrary.h"
 
-#include "host/plugin/PluginError.h"
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
 

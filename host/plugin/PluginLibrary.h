@@ -2,11 +2,18 @@
 
 #include "host/plugin/LoadedProvider.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include <stdexcept>
 
 #include <memory>
 #include <string>
 
 namespace storage::host {
+
+/// A plug-in that cannot be loaded or gives no provider. The text is one line: the path and the reason.
+class PluginError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 /// A provider plug-in, loaded.
 ///

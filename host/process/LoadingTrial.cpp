@@ -1,6 +1,6 @@
 #include "host/process/LoadingTrial.h"
 
-#include "host/plugin/PluginError.h"
+#include "host/plugin/PluginLibrary.h"
 #include "host/process/CheckProcess.h"
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"

@@ -3,7 +3,10 @@
 #include "host/session/Session.h"
 #include "host/shell/CommandSyntax.h"
 
+#include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace storage::host {
@@ -30,5 +33,16 @@ public:
     /// @throws UsageError, CommandError, Interrupted, OutputError, and whatever the provider throws
     virtual void run(Session& session, const Words& operands) = 0;
 };
+
+/// One row of the table of commands.
+struct CommandInfo {
+    std::string_view name;
+    std::string_view synopsis; ///< options and operands
+    std::string_view summary;  ///< what it does, a sentence
+    std::unique_ptr<Command> (*make)();
+};
+
+/// The command of this name in a table; null when there is none.
+const CommandInfo* findCommand(std::span<const CommandInfo> commands, std::string_view name);
 
 } // namespace storage::host

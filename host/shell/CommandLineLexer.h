@@ -1,11 +1,23 @@
 #pragma once
 
-#include "host/shell/Word.h"
+#include <cstddef>
+#include <string>
 
 #include <string_view>
 #include <vector>
 
 namespace storage::host {
+
+/// One word of a command line with its quotes removed. A value.
+///
+/// `quoted` has one flag for each byte of `text`: whether quotes or a backslash took its special meaning
+/// away.
+struct Word {
+    std::string text;
+    std::vector<bool> quoted;
+
+    bool isWildcard(std::size_t i) const { return (text[i] == '*' || text[i] == '?') && !quoted[i]; }
+};
 
 /// Splits one command line into words as a POSIX shell does: blanks separate words, 'single' and "double"
 /// quotes and the backslash take special meanings away, "#" at the start of a word begins a comment. No other

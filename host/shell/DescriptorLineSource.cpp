@@ -1,6 +1,6 @@
 #include "host/shell/DescriptorLineSource.h"
 
-#include "host/disk/DiskError.h"
+#include "host/support/CommandError.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/shell/Word.h"
+#include "host/shell/CommandLineLexer.h"
 #include "host/storage/StoragePath.h"
 #include "hostapi/storage/provider/IProvider.h"
 

@@ -3,7 +3,7 @@
 #include "host/console/RunReported.h"
 #include "host/shell/CommandLineLexer.h"
 #include "host/shell/Glob.h"
-#include "host/support/Interrupted.h"
+#include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 
 #include <csignal>

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "host/session/Session.h"
-#include "host/shell/CommandInfo.h"
-#include "host/shell/FailureHandling.h"
+#include "host/shell/Command.h"
+#include "host/shell/CommandLineLexer.h"
 #include "host/shell/LineSource.h"
-#include "host/shell/Word.h"
 #include "host/support/ExitStatus.h"
 #include "host/support/Interruption.h"
 
@@ -15,6 +14,13 @@
 #include <vector>
 
 namespace storage::host {
+
+/// What a failing command does to the lines behind it.
+enum class FailureHandling {
+    Stop,      ///< they are not run
+    KeepGoing, ///< they are run, but the status at the end tells of the failure
+    AskPerson, ///< a person at a terminal has seen it and decides
+};
 
 /// Runs the lines of the language in a session.
 ///

@@ -5,10 +5,14 @@
 #include <boost/iostreams/categories.hpp>
 #include <boost/iostreams/positioning.hpp>
 
+#include <cstddef>
 #include <ios>
 #include <memory>
 
 namespace storage::host {
+
+/// Bytes that are copied or compared at a time.
+inline constexpr std::size_t transferBufferSize = std::size_t{256} * 1024;
 
 /// A Boost.Iostreams device over a stream of a provider, so that the library's algorithms and streams work on
 /// the files of a storage. Reads and writes share one position, as in the stream itself.

@@ -20,4 +20,9 @@ private:
     std::string path_;
 };
 
+/// The failure of a system call on a path of the disk.
+/// @param path   path on disk, of any bytes
+/// @param error  the errno of the call
+CommandError diskError(const std::string& path, int error);
+
 } // namespace storage::host

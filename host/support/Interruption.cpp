@@ -1,7 +1,5 @@
 #include "host/support/Interruption.h"
 
-#include "host/support/Interrupted.h"
-
 namespace storage::host {
 
 namespace {

@@ -2,8 +2,16 @@
 
 #include <array>
 #include <csignal>
+#include <exception>
 
 namespace storage::host {
+
+/// Unwinds a command that the user asked to stop. Only `runReported` and the shell handle it; everything else cleans up and
+/// lets it pass.
+class Interrupted : public std::exception {
+public:
+    const char* what() const noexcept override { return "interrupted"; }
+};
 
 /// Turns the signals that ask the program to stop into a flag that commands look at between two steps, so
 /// that whatever they were making is tidied up by ordinary unwinding.

@@ -6,7 +6,6 @@
 #include "host/storage/Listing.h"
 #include "host/support/FileTime.h"
 #include "host/support/Utf.h"
-#include "host/transfer/TransferBuffer.h"
 
 #include <algorithm>
 #include <fcntl.h>

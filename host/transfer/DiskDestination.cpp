@@ -33,8 +33,8 @@ std::string DiskDestination::of(const std::string& name) {
     return target;
 }
 
-TopAttributes DiskDestination::attributesFor(const std::string& name) const {
-    return isFolder_ && name.empty() ? TopAttributes::Untouched : TopAttributes::FromSource;
+RootAttributes DiskDestination::attributesFor(const std::string& name) const {
+    return isFolder_ && name.empty() ? RootAttributes::Untouched : RootAttributes::FromSource;
 }
 
 } // namespace storage::host

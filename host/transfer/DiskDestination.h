@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/transfer/TopAttributes.h"
+#include "host/transfer/RootAttributes.h"
 
 #include <set>
 #include <string>
@@ -21,7 +21,7 @@ public:
     std::string of(const std::string& name);
 
     /// What becomes of the folder that a source of this name goes to.
-    TopAttributes attributesFor(const std::string& name) const;
+    RootAttributes attributesFor(const std::string& name) const;
 
 private:
     std::string path_;

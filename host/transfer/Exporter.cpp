@@ -1,15 +1,12 @@
 #include "host/transfer/Exporter.h"
 
 #include "host/disk/DiskEntry.h"
-#include "host/disk/DiskError.h"
 #include "host/disk/DiskFolder.h"
-#include "host/disk/PermissionBits.h"
 #include "host/disk/TemporaryDiskFile.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
 #include "host/support/FileTime.h"
 #include "host/transfer/DiskName.h"
-#include "host/transfer/TransferBuffer.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -68,8 +65,8 @@ Exporter::Exporter(const IProvider& provider, Console& console, const Interrupti
       progress_(console),
       buffer_(transferBufferSize) {}
 
-void Exporter::run(const StoragePath& source, const std::string& target, TopAttributes topAttributes) {
-    topAttributes_ = topAttributes;
+void Exporter::run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes) {
+    rootAttributes_ = rootAttributes;
     open_.clear();
     TreeWalk walk(provider_, source);
     while (const auto step = walk.next()) {
@@ -96,7 +93,7 @@ void Exporter::visit(TreeWalk& walk, const TreeWalk::Step& step, const std::stri
 
 void Exporter::enterFolder(TreeWalk& walk, const std::string& target) {
     // Only a folder that the user named, to be filled, may be reached through a link.
-    const bool isNamed = open_.empty() && topAttributes_ == TopAttributes::Untouched;
+    const bool isNamed = open_.empty() && rootAttributes_ == RootAttributes::Untouched;
     makeDiskFolder(target, isNamed ? DiskEntry::Links::Follow : DiskEntry::Links::Inspect);
     walk.descend();
     // A folder that takes its attributes from the storage may have become read-only by an earlier export.
@@ -107,7 +104,7 @@ void Exporter::enterFolder(TreeWalk& walk, const std::string& target) {
 
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
 void Exporter::leaveFolder(const TreeWalk::Step& step, const std::string& target) {
-    if (step.depth == 0 && topAttributes_ == TopAttributes::Untouched) {
+    if (step.depth == 0 && rootAttributes_ == RootAttributes::Untouched) {
         return;
     }
     const auto attributes = provider_.doGetFolderAttributes(step.path.iri());

@@ -5,7 +5,7 @@
 #include "host/disk/TemporaryWriteAccess.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/Interruption.h"
-#include "host/transfer/TopAttributes.h"
+#include "host/transfer/RootAttributes.h"
 #include "host/transfer/TransferTotals.h"
 #include "hostapi/storage/provider/IProvider.h"
 
@@ -28,11 +28,11 @@ public:
     Exporter(const IProvider& provider, Console& console, const Interruption& interruption);
 
     /// Exports one existing entry and everything below it.
-    /// @param target         path on disk where the entry itself comes to stand; a folder that is there is
-    ///                       added to, a file replaced, anything else refused
-    /// @param topAttributes  Untouched for a folder that is only to be filled, which a link may lead to
+    /// @param target          path on disk where the entry itself comes to stand; a folder that is there is
+    ///                        added to, a file replaced, anything else refused
+    /// @param rootAttributes  Untouched for a folder that is only to be filled, which a link may lead to
     /// @throws Interrupted
-    void run(const StoragePath& source, const std::string& target, TopAttributes topAttributes);
+    void run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes);
 
     /// What was exported by all runs.
     const TransferTotals& totals() const noexcept { return totals_; }
@@ -54,7 +54,7 @@ private:
     const Interruption& interruption_;
     ProgressMeter progress_;
     TransferTotals totals_;
-    TopAttributes topAttributes_ = TopAttributes::FromSource;
+    RootAttributes rootAttributes_ = RootAttributes::FromSource;
     std::vector<OpenFolder> open_; ///< the folders that the walk is in
     std::vector<char> buffer_;
 };

@@ -6,7 +6,6 @@
 #include "host/storage/UnfinishedFile.h"
 #include "host/support/CommandError.h"
 #include "host/support/Utf.h"
-#include "host/transfer/TransferBuffer.h"
 
 #include <fcntl.h>
 #include <filesystem>
@@ -27,12 +26,12 @@ Importer::Importer(const IProvider& provider, Console& console, const Interrupti
       progress_(console),
       buffer_(transferBufferSize) {}
 
-void Importer::run(const std::string& source, const StoragePath& target, TopAttributes topAttributes) {
+void Importer::run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes) {
     const DiskEntry entry = DiskEntry::at(source, DiskEntry::Links::Follow);
     refuseFileAbove(provider_, target);
     switch (entry.kind) {
     case DiskEntry::Kind::Folder:
-        importTree(source, target, entry, topAttributes);
+        importTree(source, target, entry, rootAttributes);
         break;
     case DiskEntry::Kind::File:
         importFile(source, target, DiskEntry::Links::Follow);
@@ -44,9 +43,9 @@ void Importer::run(const std::string& source, const StoragePath& target, TopAttr
 }
 
 void Importer::importTree(const std::string& source, const StoragePath& target, const DiskEntry& entry,
-                          TopAttributes topAttributes) {
+                          RootAttributes rootAttributes) {
     open_.clear(); // an interrupted run leaves its folders here
-    enterFolder(source, target, entry, topAttributes, DiskEntry::Links::Follow);
+    enterFolder(source, target, entry, rootAttributes, DiskEntry::Links::Follow);
     logImport(source, target); // from here on, whatever is missing is for a check to find
     while (!open_.empty()) {
         interruption_.check();
@@ -82,7 +81,7 @@ void Importer::importChild(const std::string& source, const StoragePath& target)
     const DiskEntry entry = DiskEntry::at(source, DiskEntry::Links::Inspect);
     switch (entry.kind) {
     case DiskEntry::Kind::Folder:
-        enterFolder(source, target, entry, TopAttributes::FromSource, DiskEntry::Links::Inspect);
+        enterFolder(source, target, entry, RootAttributes::FromSource, DiskEntry::Links::Inspect);
         break;
     case DiskEntry::Kind::File:
         importFile(source, target, DiskEntry::Links::Inspect);
@@ -94,7 +93,7 @@ void Importer::importChild(const std::string& source, const StoragePath& target)
 }
 
 void Importer::enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
-                           TopAttributes keeps, DiskEntry::Links links) {
+                           RootAttributes keeps, DiskEntry::Links links) {
     OpenFolder folder{source, target, entry, keeps, listDiskFolder(source, links), 0};
     if (!provider_.doFolderExists(target.iri())) {
         provider_.doCreateFolder(target.iri());
@@ -106,7 +105,7 @@ void Importer::enterFolder(const std::string& source, const StoragePath& target,
 
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
 void Importer::leaveFolder(const OpenFolder& folder) {
-    if (folder.keeps == TopAttributes::FromSource) {
+    if (folder.keeps == RootAttributes::FromSource) {
         applyAttributes(folder.target, folder.attributes);
     }
 }

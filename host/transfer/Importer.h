@@ -5,7 +5,7 @@
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
-#include "host/transfer/TopAttributes.h"
+#include "host/transfer/RootAttributes.h"
 #include "host/transfer/TransferTotals.h"
 #include "hostapi/storage/provider/IProvider.h"
 
@@ -34,7 +34,7 @@ public:
     /// replaced
     /// @throws CommandError when the entry itself cannot be imported
     /// @throws Interrupted
-    void run(const std::string& source, const StoragePath& target, TopAttributes topAttributes);
+    void run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
 
     /// What was imported by all runs.
     const TransferTotals& totals() const noexcept { return totals_; }
@@ -44,18 +44,18 @@ private:
         std::string source;
         StoragePath target;
         DiskEntry attributes;
-        TopAttributes keeps;
+        RootAttributes keeps;
         std::vector<std::string> names;
         std::size_t next;
     };
 
     void importTree(const std::string& source, const StoragePath& target, const DiskEntry& entry,
-                    TopAttributes topAttributes);
+                    RootAttributes rootAttributes);
     void logImport(const std::string& source, const StoragePath& target);
     void importNext();
     void importChild(const std::string& source, const StoragePath& target);
     void enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
-                     TopAttributes keeps, DiskEntry::Links links);
+                     RootAttributes keeps, DiskEntry::Links links);
     void leaveFolder(const OpenFolder& folder);
     void importFile(const std::string& source, const StoragePath& target, DiskEntry::Links links);
     void copyBytes(const FileDescriptor& from, const StoragePath& target);

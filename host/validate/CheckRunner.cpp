@@ -1,6 +1,6 @@
 #include "host/validate/CheckRunner.h"
 
-#include "host/plugin/PluginError.h"
+#include "host/plugin/PluginLibrary.h"
 #include "host/process/CheckProcess.h"
 #include "host/process/LoadingTrial.h"
 #include "host/support/CommandError.h"

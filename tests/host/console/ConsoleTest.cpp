@@ -1,7 +1,7 @@
 #include "host/console/Console.h"
+#include "host/console/DescriptorOutput.h"
 #include "host/support/CommandError.h"
-#include "host/support/Interrupted.h"
-#include "host/support/OutputError.h"
+#include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 #include "hostapi/storage/provider/Exception.h"
 

@@ -1,8 +1,6 @@
 #include "host/console/DescriptorOutput.h"
 #include "host/disk/FileDescriptor.h"
-#include "host/support/Interrupted.h"
 #include "host/support/Interruption.h"
-#include "host/support/OutputError.h"
 #include "tests/support/DefaultSignals.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,7 +1,7 @@
 #include "host/shell/DescriptorLineSource.h"
 #include "host/disk/FileDescriptor.h"
 #include "host/support/CommandError.h"
-#include "host/support/Interrupted.h"
+#include "host/support/Interruption.h"
 #include "tests/support/DefaultSignals.h"
 #include "tests/support/TemporaryFolder.h"
 

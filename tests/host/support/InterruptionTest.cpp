@@ -1,5 +1,4 @@
 #include "host/support/Interruption.h"
-#include "host/support/Interrupted.h"
 #include "tests/support/DefaultSignals.h"
 
 #include <csignal>

@@ -1,4 +1,3 @@
-#include "host/plugin/PluginLibrary.h"
 #include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
 #include "tests/support/DefaultSignals.h"
@@ -19,9 +18,8 @@ using storage::host::Importer;
 using storage::host::ImportLog;
 using storage::host::Interruption;
 using storage::host::OutputKind;
-using storage::host::PluginLibrary;
+using storage::host::RootAttributes;
 using storage::host::StoragePath;
-using storage::host::TopAttributes;
 using testing::HasSubstr;
 
 const std::vector<MiscountingProvider::Count> wrongCounts{[](long count) { return count - 1; },
@@ -33,12 +31,12 @@ class TransferTest : public testing::Test {
 protected:
     void import() {
         Importer(provider_, console_, interruption_, imports_)
-            .run(disk_ / "src", StoragePath().child(u"copy"), TopAttributes::FromSource);
+            .run(disk_ / "src", StoragePath().child(u"copy"), RootAttributes::FromSource);
     }
 
     void exportAll() {
         Exporter(provider_, console_, interruption_)
-            .run(StoragePath().child(u"copy"), disk_ / "out", TopAttributes::FromSource);
+            .run(StoragePath().child(u"copy"), disk_ / "out", RootAttributes::FromSource);
     }
 
     TemporaryFolder disk_;
@@ -48,7 +46,7 @@ protected:
     Interruption interruption_;
     Console console_{out_, OutputKind::Plain, err_, OutputKind::Plain};
     ImportLog imports_;
-    MiscountingProvider provider_{sharedProvider(PluginLibrary(TEST_PLUGIN).buildProvider())};
+    MiscountingProvider provider_{sharedProvider(TEST_PLUGIN)};
 };
 
 TEST_F(TransferTest, ImportsAreLoggedAndExportedAgain) {

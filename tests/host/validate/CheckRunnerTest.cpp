@@ -1,6 +1,6 @@
 #include "host/validate/CheckRunner.h"
 
-#include "host/plugin/PluginError.h"
+#include "host/plugin/PluginLibrary.h"
 #include "host/validate/kit/CheckContext.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"

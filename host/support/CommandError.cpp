@@ -1,4 +1,4 @@
-#include "host/disk/DiskError.h"
+#include "host/support/CommandError.h"
 
 #include <system_error>
 

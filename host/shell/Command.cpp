@@ -1,4 +1,4 @@
-#include "host/shell/CommandInfo.h"
+#include "host/shell/Command.h"
 
 #include <algorithm>
 

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace storage::host {
+
+/// Whether the root folder of a transferred tree gets the time and the writable flag of its source.
+enum class RootAttributes {
+    FromSource,
+    Untouched, ///< the folder existed before and is only filled
+};
+
+} // namespace storage::host
