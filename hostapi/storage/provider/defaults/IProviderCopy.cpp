@@ -1,5 +1,6 @@
 #include "hostapi/storage/provider/IProvider.h"
 
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/defaults/TemporaryFile.h"
 
@@ -27,10 +28,10 @@ void refuseOccupied(const IProvider& provider, const StorageIRI& destination, Re
 void copyBytes(ByteStream& from, ByteStream& to, const IProvider::CopyProgress& progress) {
     std::vector<char> block(blockSize);
     unsigned long long copied = 0;
-    long count = 0;
-    while ((count = from.read(block.data(), static_cast<long>(block.size()))) > 0) {
-        to.write(block.data(), count);
-        copied += static_cast<unsigned long>(count);
+    std::size_t count = 0;
+    while ((count = readUpTo(from, block.data(), block.size())) > 0) {
+        writeAll(to, {block.data(), count});
+        copied += count;
         if (progress) {
             progress(copied);
         }

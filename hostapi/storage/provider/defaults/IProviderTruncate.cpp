@@ -1,5 +1,6 @@
 #include "hostapi/storage/provider/IProvider.h"
 
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
@@ -18,15 +19,7 @@ constexpr std::size_t blockSize = std::size_t{64} * 1024;
 std::vector<char> readBeginning(const IProvider& provider, const StorageIRI& iri, std::size_t size) {
     std::vector<char> bytes(size);
     const auto stream = requireNonNull(provider.doOpenReadOnlyStream(iri), "stream");
-    std::size_t filled = 0;
-    while (filled < size) {
-        const long count = stream->read(bytes.data() + filled, static_cast<long>(size - filled));
-        if (count <= 0) {
-            break;
-        }
-        filled += static_cast<std::size_t>(count);
-    }
-    bytes.resize(filled);
+    bytes.resize(readUpTo(*stream, bytes.data(), size));
     return bytes;
 }
 
@@ -40,7 +33,7 @@ void shrinkFile(const IProvider& provider, const StorageIRI& iri, std::size_t si
     const std::vector<char> kept = readBeginning(provider, iri, size);
     const auto stream = openForWriting(
         provider, iri, {.existence = ByteStreamExistence::MustExist, .content = ByteStreamContent::Empty});
-    stream->write(kept.data(), static_cast<long>(kept.size()));
+    writeAll(*stream, {kept.data(), kept.size()});
     stream->flush();
 }
 
@@ -50,8 +43,8 @@ void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long lo
         {.existence = ByteStreamExistence::MustExist, .append = ByteStreamAppend::AppendAtEnd});
     const std::vector<char> zeros(blockSize);
     while (missing > 0) {
-        const auto count = std::min<unsigned long long>(missing, zeros.size());
-        stream->write(zeros.data(), static_cast<long>(count));
+        const std::size_t count = std::min<unsigned long long>(missing, zeros.size());
+        writeAll(*stream, {zeros.data(), count});
         missing -= count;
     }
     stream->flush();
