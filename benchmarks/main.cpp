@@ -3,13 +3,13 @@
 #include "benchmarks/report/ResultsFile.h"
 #include "benchmarks/report/Summary.h"
 #include "benchmarks/report/SummaryTable.h"
+#include "benchmarks/results/Timing.h"
 #include "benchmarks/runner/BenchmarkOptions.h"
-#include "benchmarks/runner/GuardedMain.h"
 #include "benchmarks/runner/RepetitionProcess.h"
 #include "benchmarks/runner/Runner.h"
-#include "benchmarks/runner/StopSignal.h"
-#include "benchmarks/runner/TmpfsFolder.h"
-#include "benchmarks/scenarios/Timing.h"
+#include "benchmarks/system/GuardedMain.h"
+#include "benchmarks/system/StopSignal.h"
+#include "benchmarks/system/TmpfsFolder.h"
 
 #include <fmt/format.h>
 #include <iostream>

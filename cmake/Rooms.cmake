@@ -1,4 +1,5 @@
-# Libraries of the program's folders. What one may be linked with is what its folder may include: cmake/rooms.txt.
+# Libraries of the folders of the program and of the benchmarks. What one may be linked with is what its folder may
+# include: cmake/rooms.txt.
 set(rooms_table ${PROJECT_SOURCE_DIR}/cmake/rooms.txt)
 set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${rooms_table})
 
@@ -7,8 +8,7 @@ function(room_library folder result)
     if(folder MATCHES "^hostapi")
         set(library qzflstorageprovider)
     else()
-        string(REGEX REPLACE "^host" "qzstorage_host" library ${folder})
-        string(REPLACE "/" "_" library ${library})
+        string(REPLACE "/" "_" library "qzstorage_${folder}")
     endif()
     set(${result} ${library} PARENT_SCOPE)
 endfunction()
@@ -16,14 +16,15 @@ endfunction()
 # Declares the library of the folder that this is called in, with all sources there, and links it by the table.
 #   LIBRARIES          others that its headers show
 #   PRIVATE_LIBRARIES  others
+#   OPTIONAL_SOURCES   left to the caller, which adds them where their dependencies are found
 function(add_room)
-    cmake_parse_arguments(PARSE_ARGV 0 arg "" "" "LIBRARIES;PRIVATE_LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 0 arg "" "" "LIBRARIES;PRIVATE_LIBRARIES;OPTIONAL_SOURCES")
     file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
     file(STRINGS ${rooms_table} row REGEX "^${folder}:")
-    string(REGEX REPLACE "^[^:]*: *" "" allowed "${row}")
-    if(NOT allowed)
+    if(NOT row)
         message(FATAL_ERROR "${rooms_table}: no row of ${folder}")
     endif()
+    string(REGEX REPLACE "^[^:]*: *" "" allowed "${row}")
     string(REPLACE " " ";" allowed "${allowed}")
     if(allowed STREQUAL "*")
         file(STRINGS ${rooms_table} allowed REGEX "^host/")
@@ -31,9 +32,11 @@ function(add_room)
     endif()
 
     file(GLOB sources CONFIGURE_DEPENDS *.cpp)
-    list(REMOVE_ITEM sources ${CMAKE_CURRENT_SOURCE_DIR}/main.cpp)
+    list(TRANSFORM arg_OPTIONAL_SOURCES PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+    list(REMOVE_ITEM sources ${CMAKE_CURRENT_SOURCE_DIR}/main.cpp ${arg_OPTIONAL_SOURCES})
     room_library(${folder} library)
     add_library(${library} STATIC ${sources})
+    target_include_directories(${library} PUBLIC ${PROJECT_SOURCE_DIR})
     foreach(other ${allowed})
         room_library(${other} other_library)
         target_link_libraries(${library} PUBLIC ${other_library})

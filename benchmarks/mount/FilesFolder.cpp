@@ -1,9 +1,9 @@
 #include "benchmarks/mount/FilesFolder.h"
 
-#include "benchmarks/scenarios/WrongResult.h"
-#include "benchmarks/stores/FileStream.h"
-#include "benchmarks/stores/FolderListing.h"
-#include "benchmarks/stores/SystemCall.h"
+#include "benchmarks/workload/FileStream.h"
+#include "benchmarks/workload/FolderListing.h"
+#include "benchmarks/workload/SystemCall.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <cstdio>
 #include <fcntl.h>

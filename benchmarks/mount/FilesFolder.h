@@ -1,9 +1,9 @@
 #pragma once
 
-#include "benchmarks/scenarios/AlignedBuffer.h"
-#include "benchmarks/scenarios/PatternedBlock.h"
-#include "benchmarks/scenarios/Timing.h"
-#include "benchmarks/stores/ListingSummary.h"
+#include "benchmarks/results/Timing.h"
+#include "benchmarks/workload/AlignedBuffer.h"
+#include "benchmarks/workload/ListingSummary.h"
+#include "benchmarks/workload/PatternedBlock.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "benchmarks/mount/SourceTree.h"
-#include "benchmarks/scenarios/Measurements.h"
+#include "benchmarks/results/Measurements.h"
 
 #include <filesystem>
 #include <string>

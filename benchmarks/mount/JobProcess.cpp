@@ -1,7 +1,7 @@
 #include "benchmarks/mount/JobProcess.h"
 
 #include "benchmarks/mount/JobTable.h"
-#include "benchmarks/runner/MeasurementText.h"
+#include "benchmarks/results/MeasurementText.h"
 
 #include <algorithm>
 #include <iostream>

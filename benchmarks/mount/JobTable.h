@@ -1,7 +1,7 @@
 #pragma once
 
 #include "benchmarks/mount/Job.h"
-#include "benchmarks/scenarios/Form.h"
+#include "benchmarks/workload/Form.h"
 
 #include <memory>
 #include <vector>

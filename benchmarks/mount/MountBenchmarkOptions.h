@@ -1,6 +1,6 @@
 #pragma once
 
-#include "benchmarks/scenarios/Form.h"
+#include "benchmarks/workload/Form.h"
 
 #include <string>
 #include <vector>

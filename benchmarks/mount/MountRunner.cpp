@@ -3,10 +3,10 @@
 #include "benchmarks/mount/JobTable.h"
 #include "benchmarks/mount/Place.h"
 #include "benchmarks/mount/PlaceKinds.h"
-#include "benchmarks/runner/ChildProcess.h"
-#include "benchmarks/runner/LoadMeter.h"
-#include "benchmarks/runner/MeasurementText.h"
-#include "benchmarks/runner/Progress.h"
+#include "benchmarks/results/MeasurementText.h"
+#include "benchmarks/system/ChildProcess.h"
+#include "benchmarks/system/LoadMeter.h"
+#include "benchmarks/system/Progress.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -4,8 +4,8 @@
 #include "benchmarks/mount/MountBenchmarkOptions.h"
 #include "benchmarks/mount/PlaceKind.h"
 #include "benchmarks/mount/QuietMachine.h"
-#include "benchmarks/runner/Repetition.h"
-#include "benchmarks/runner/TmpfsFolder.h"
+#include "benchmarks/results/Repetition.h"
+#include "benchmarks/system/TmpfsFolder.h"
 
 #include <memory>
 #include <string>

@@ -1,9 +1,9 @@
 #include "benchmarks/mount/MountedFolder.h"
 
-#include "benchmarks/runner/ChildProcess.h"
-#include "benchmarks/runner/Interrupted.h"
-#include "benchmarks/runner/ProcessSeconds.h"
-#include "benchmarks/stores/SystemCall.h"
+#include "benchmarks/system/ChildProcess.h"
+#include "benchmarks/system/ProcessSeconds.h"
+#include "benchmarks/system/StopSignal.h"
+#include "benchmarks/workload/SystemCall.h"
 
 #include <chrono>
 #include <csignal>

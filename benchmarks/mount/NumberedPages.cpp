@@ -1,7 +1,7 @@
 #include "benchmarks/mount/NumberedPages.h"
 
-#include "benchmarks/scenarios/WrongResult.h"
-#include "benchmarks/stores/FileStream.h"
+#include "benchmarks/workload/FileStream.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <fcntl.h>
 #include <numeric>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "benchmarks/scenarios/AlignedBuffer.h"
-#include "benchmarks/scenarios/PatternedBlock.h"
+#include "benchmarks/workload/AlignedBuffer.h"
+#include "benchmarks/workload/PatternedBlock.h"
 
 #include <cstddef>
 #include <cstdint>

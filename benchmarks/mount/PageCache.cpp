@@ -1,8 +1,8 @@
 #include "benchmarks/mount/PageCache.h"
 
-#include "benchmarks/scenarios/WrongResult.h"
-#include "benchmarks/stores/FileStream.h"
-#include "benchmarks/stores/SystemCall.h"
+#include "benchmarks/workload/FileStream.h"
+#include "benchmarks/workload/SystemCall.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <algorithm>
 #include <fcntl.h>

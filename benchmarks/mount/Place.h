@@ -2,7 +2,7 @@
 
 #include "benchmarks/mount/MountedFolder.h"
 #include "benchmarks/mount/PlaceKind.h"
-#include "benchmarks/runner/TmpfsFolder.h"
+#include "benchmarks/system/TmpfsFolder.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "benchmarks/stores/Contender.h"
+#include "benchmarks/results/Contender.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #include "benchmarks/mount/PlaceKinds.h"
 
-#include "benchmarks/report/Machine.h"
+#include "benchmarks/system/Machine.h"
 
 #include <algorithm>
 #include <stdexcept>

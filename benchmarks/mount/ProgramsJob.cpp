@@ -1,7 +1,7 @@
 #include "benchmarks/mount/ProgramsJob.h"
 
-#include "benchmarks/runner/ChildProcess.h"
-#include "benchmarks/scenarios/WrongResult.h"
+#include "benchmarks/system/ChildProcess.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <algorithm>
 #include <cstdint>

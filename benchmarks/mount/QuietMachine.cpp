@@ -1,7 +1,7 @@
 #include "benchmarks/mount/QuietMachine.h"
 
-#include "benchmarks/runner/ProcessorTimes.h"
-#include "benchmarks/runner/StopSignal.h"
+#include "benchmarks/system/ProcessorTimes.h"
+#include "benchmarks/system/StopSignal.h"
 
 #include <algorithm>
 #include <thread>

@@ -2,10 +2,10 @@
 
 #include "benchmarks/mount/NumberedPages.h"
 #include "benchmarks/mount/PageCache.h"
-#include "benchmarks/scenarios/RandomOrder.h"
-#include "benchmarks/scenarios/Timing.h"
-#include "benchmarks/scenarios/WrongResult.h"
-#include "benchmarks/stores/FileStream.h"
+#include "benchmarks/results/Timing.h"
+#include "benchmarks/workload/FileStream.h"
+#include "benchmarks/workload/RandomOrder.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <fcntl.h>
 #include <vector>

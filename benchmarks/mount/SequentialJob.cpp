@@ -1,11 +1,11 @@
 #include "benchmarks/mount/SequentialJob.h"
 
 #include "benchmarks/mount/PageCache.h"
-#include "benchmarks/scenarios/AlignedBuffer.h"
-#include "benchmarks/scenarios/PatternedBlock.h"
-#include "benchmarks/scenarios/Timing.h"
-#include "benchmarks/scenarios/WrongResult.h"
-#include "benchmarks/stores/FileStream.h"
+#include "benchmarks/results/Timing.h"
+#include "benchmarks/workload/AlignedBuffer.h"
+#include "benchmarks/workload/FileStream.h"
+#include "benchmarks/workload/PatternedBlock.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <fcntl.h>
 

@@ -2,8 +2,8 @@
 
 #include "benchmarks/mount/NumberedPages.h"
 #include "benchmarks/mount/PageCache.h"
-#include "benchmarks/scenarios/Timing.h"
-#include "benchmarks/stores/FileStream.h"
+#include "benchmarks/results/Timing.h"
+#include "benchmarks/workload/FileStream.h"
 
 #include <fcntl.h>
 

@@ -1,8 +1,8 @@
 #include "benchmarks/mount/SourceTree.h"
 
 #include "benchmarks/report/ReportFile.h"
-#include "benchmarks/runner/ChildProcess.h"
-#include "benchmarks/scenarios/RandomOrder.h"
+#include "benchmarks/system/ChildProcess.h"
+#include "benchmarks/workload/RandomOrder.h"
 
 #include <fmt/format.h>
 #include <random>

@@ -5,9 +5,9 @@
 #include "benchmarks/mount/MountTable.h"
 #include "benchmarks/report/ReportFile.h"
 #include "benchmarks/report/ResultsFile.h"
-#include "benchmarks/runner/GuardedMain.h"
-#include "benchmarks/runner/StopSignal.h"
-#include "benchmarks/scenarios/Timing.h"
+#include "benchmarks/results/Timing.h"
+#include "benchmarks/system/GuardedMain.h"
+#include "benchmarks/system/StopSignal.h"
 
 #include <fmt/format.h>
 #include <iostream>

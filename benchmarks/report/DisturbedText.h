@@ -1,6 +1,6 @@
 #pragma once
 
-#include "benchmarks/runner/Repetition.h"
+#include "benchmarks/results/Repetition.h"
 
 #include <string>
 #include <vector>

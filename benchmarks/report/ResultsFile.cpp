@@ -1,6 +1,6 @@
 #include "benchmarks/report/ResultsFile.h"
 
-#include "benchmarks/report/Machine.h"
+#include "benchmarks/system/Machine.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,13 +1,19 @@
 #pragma once
 
-#include "benchmarks/report/Better.h"
-#include "benchmarks/report/Rivals.h"
-
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace storage::benchmark {
+
+/// What the plug-in is compared with in a row.
+enum class Rivals {
+    Peers,
+    Floor ///< where peers do less than the contract of the plug-in demands
+};
+
+/// Which values of a row are the better ones.
+enum class Better { Lower, Higher };
 
 /// What the rows of one kind have in common. A value.
 struct RowKind {

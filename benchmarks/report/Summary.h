@@ -1,9 +1,9 @@
 #pragma once
 
 #include "benchmarks/report/RowKind.h"
-#include "benchmarks/runner/Repetition.h"
-#include "benchmarks/scenarios/RowId.h"
-#include "benchmarks/stores/Contender.h"
+#include "benchmarks/results/Contender.h"
+#include "benchmarks/results/Measurement.h"
+#include "benchmarks/results/Repetition.h"
 
 #include <map>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "benchmarks/runner/RepetitionProcess.h"
 
-#include "benchmarks/runner/MeasurementText.h"
+#include "benchmarks/results/MeasurementText.h"
 #include "benchmarks/scenarios/ScenarioTable.h"
 #include "benchmarks/stores/StoreKinds.h"
 

@@ -1,11 +1,11 @@
 #include "benchmarks/runner/Runner.h"
 
-#include "benchmarks/runner/ChildProcess.h"
-#include "benchmarks/runner/LoadMeter.h"
-#include "benchmarks/runner/MeasurementText.h"
-#include "benchmarks/runner/Progress.h"
+#include "benchmarks/results/MeasurementText.h"
 #include "benchmarks/scenarios/ScenarioTable.h"
 #include "benchmarks/stores/StoreKinds.h"
+#include "benchmarks/system/ChildProcess.h"
+#include "benchmarks/system/LoadMeter.h"
+#include "benchmarks/system/Progress.h"
 
 #include <algorithm>
 #include <fmt/format.h>

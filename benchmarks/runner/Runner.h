@@ -1,10 +1,10 @@
 #pragma once
 
+#include "benchmarks/results/Repetition.h"
 #include "benchmarks/runner/BenchmarkOptions.h"
-#include "benchmarks/runner/Repetition.h"
-#include "benchmarks/runner/TmpfsFolder.h"
 #include "benchmarks/scenarios/Scenario.h"
 #include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/system/TmpfsFolder.h"
 
 #include <memory>
 #include <string>

@@ -1,7 +1,7 @@
 #include "benchmarks/scenarios/AppendScenario.h"
 
-#include "benchmarks/scenarios/PatternedBlock.h"
-#include "benchmarks/scenarios/WrongResult.h"
+#include "benchmarks/workload/PatternedBlock.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <array>
 

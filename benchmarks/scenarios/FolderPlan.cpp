@@ -1,6 +1,6 @@
 #include "benchmarks/scenarios/FolderPlan.h"
 
-#include "benchmarks/scenarios/RandomOrder.h"
+#include "benchmarks/workload/RandomOrder.h"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #include "benchmarks/scenarios/FolderRound.h"
 
-#include "benchmarks/scenarios/RandomOrder.h"
-#include "benchmarks/scenarios/WrongResult.h"
+#include "benchmarks/workload/RandomOrder.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "benchmarks/results/Measurements.h"
 #include "benchmarks/scenarios/FolderPlan.h"
-#include "benchmarks/scenarios/Measurements.h"
 #include "benchmarks/stores/StoreKind.h"
 
 #include <memory>

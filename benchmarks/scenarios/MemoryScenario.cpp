@@ -1,7 +1,7 @@
 #include "benchmarks/scenarios/MemoryScenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
-#include "benchmarks/scenarios/WrongResult.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <fmt/format.h>
 #include <fstream>

@@ -1,7 +1,7 @@
 #include "benchmarks/scenarios/MoveFolderScenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
-#include "benchmarks/scenarios/WrongResult.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <fmt/format.h>
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "benchmarks/scenarios/Measurements.h"
+#include "benchmarks/results/Measurements.h"
 #include "benchmarks/stores/StoreKind.h"
 
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "benchmarks/scenarios/Form.h"
 #include "benchmarks/scenarios/Scenario.h"
+#include "benchmarks/workload/Form.h"
 
 #include <memory>
 #include <vector>

@@ -1,10 +1,10 @@
 #include "benchmarks/scenarios/ThreadsScenario.h"
 
-#include "benchmarks/scenarios/AlignedBuffer.h"
 #include "benchmarks/scenarios/PathList.h"
-#include "benchmarks/scenarios/PatternedBlock.h"
-#include "benchmarks/scenarios/RandomOrder.h"
-#include "benchmarks/scenarios/WrongResult.h"
+#include "benchmarks/workload/AlignedBuffer.h"
+#include "benchmarks/workload/PatternedBlock.h"
+#include "benchmarks/workload/RandomOrder.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <fmt/format.h>
 #include <functional>

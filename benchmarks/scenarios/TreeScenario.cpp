@@ -1,8 +1,8 @@
 #include "benchmarks/scenarios/TreeScenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
-#include "benchmarks/scenarios/RandomOrder.h"
-#include "benchmarks/scenarios/WrongResult.h"
+#include "benchmarks/workload/RandomOrder.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <fmt/format.h>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "benchmarks/stores/ListingSummary.h"
-#include "benchmarks/stores/Stream.h"
+#include "benchmarks/workload/ListingSummary.h"
+#include "benchmarks/workload/Stream.h"
 
 #include <cstddef>
 #include <cstdint>

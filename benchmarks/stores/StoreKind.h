@@ -1,7 +1,7 @@
 #pragma once
 
+#include "benchmarks/results/Contender.h"
 #include "benchmarks/stores/Ability.h"
-#include "benchmarks/stores/Contender.h"
 #include "benchmarks/stores/Store.h"
 
 #include <functional>

@@ -1,10 +1,10 @@
 #include "benchmarks/stores/StoreKinds.h"
 
-#include "benchmarks/report/Machine.h"
 #include "benchmarks/stores/HashMapStore.h"
 #include "benchmarks/stores/MemcpyStore.h"
 #include "benchmarks/stores/ProviderStore.h"
 #include "benchmarks/stores/TmpfsStore.h"
+#include "benchmarks/system/Machine.h"
 #ifdef QZSTORAGE_WITH_ROCKSDB
 #include "benchmarks/stores/RocksDbStore.h"
 #endif

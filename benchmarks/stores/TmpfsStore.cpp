@@ -1,8 +1,8 @@
 #include "benchmarks/stores/TmpfsStore.h"
 
-#include "benchmarks/stores/FileStream.h"
-#include "benchmarks/stores/FolderListing.h"
-#include "benchmarks/stores/SystemCall.h"
+#include "benchmarks/workload/FileStream.h"
+#include "benchmarks/workload/FolderListing.h"
+#include "benchmarks/workload/SystemCall.h"
 
 #include <cstdio>
 #include <fcntl.h>

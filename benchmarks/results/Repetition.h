@@ -1,0 +1,22 @@
+#pragma once
+
+#include "benchmarks/results/Load.h"
+#include "benchmarks/results/Measurement.h"
+
+#include <string>
+#include <vector>
+
+namespace storage::benchmark {
+
+/// One run of one scenario with one store, in a process of its own. A value.
+struct Repetition {
+    std::string scenario;
+    std::string store;
+    unsigned number = 0;
+    Load load;
+    std::vector<Measurement> measurements;
+
+    bool isDisturbed() const { return load.isDisturbed(); }
+};
+
+} // namespace storage::benchmark

@@ -1,7 +1,0 @@
-#pragma once
-
-namespace storage::benchmark {
-
-enum class EntryKind { File, Folder };
-
-} // namespace storage::benchmark

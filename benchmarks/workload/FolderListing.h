@@ -1,0 +1,36 @@
+#pragma once
+
+#include "benchmarks/workload/ListingSummary.h"
+
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <memory>
+#include <system_error>
+
+namespace storage::benchmark {
+
+/// Lists a folder of the machine's file system to its end: visit(descriptor of the folder, entry) for each entry but the
+/// folder itself and its parent.
+/// @throws std::system_error
+template <typename Visit>
+void visitFolder(const char* path, Visit visit) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(path), ::closedir);
+    if (!listing) {
+        throw std::system_error(errno, std::generic_category(), "opendir");
+    }
+    while (const dirent* const entry = ::readdir(listing.get())) {
+        if (std::strcmp(entry->d_name, ".") != 0 && std::strcmp(entry->d_name, "..") != 0) {
+            visit(::dirfd(listing.get()), *entry);
+        }
+    }
+}
+
+/// Adds an entry of a listing to its summary.
+void addEntry(ListingSummary& summary, const dirent& entry);
+
+/// What there is to list in a folder.
+/// @throws std::system_error
+ListingSummary listFolder(const char* path);
+
+} // namespace storage::benchmark
