@@ -24,13 +24,17 @@ constexpr int failed = 1;
 void report(const BenchmarkOptions& options, const Runner& runner) {
     const std::vector<Contender> stores(runner.stores().begin(), runner.stores().end());
     const auto rows = summarize(rowKinds(), runner.repetitions(), stores);
-    const std::string table = summaryTable(rows, runner.repetitions(), stores);
+    const auto run = RunDescription::now(options.command);
+    const std::string table = summaryTable(rows, runner.repetitions(), stores) + run.text();
     std::cout << table;
     if (!options.table.empty()) {
         writeReportFile(options.table, table);
     }
-    if (!options.json.empty()) {
-        writeReportFile(options.json, resultsFile(rows, runner.repetitions(), stores));
+    if (!options.results.empty()) {
+        writeReportFile(options.results, resultLines(run, rows, runner.repetitions(), stores));
+    }
+    if (!options.runs.empty()) {
+        writeReportFile(options.runs, repetitionLines(runner.repetitions()));
     }
     if (!options.data.empty()) {
         writePlotData(rows, options.data);

@@ -31,7 +31,10 @@ MountBenchmarkOptions MountBenchmarkOptions::parse(int argc, char** argv) {
     app.add_option("--program", options.program, "The program that mounts the storage")->type_name("PATH");
     app.add_option("--pass-through", options.passThrough, "The pass-through file system's program")
         ->type_name("PATH");
-    app.add_option("--json", options.json, "Write everything there is to tell")->type_name("FILE");
+    app.add_option("--command", options.command, "What to name as the command of the run (this program)")
+        ->type_name("TEXT");
+    app.add_option("--results", options.results, "Write the results as lines of JSON")->type_name("FILE");
+    app.add_option("--runs", options.runs, "Write each repetition as a line of JSON")->type_name("FILE");
     app.add_option("--table", options.table, "Write the table here, too")->type_name("FILE");
     app.add_option("--job", options.job)->group("");
     app.add_option("--folder", options.folder)->group("");

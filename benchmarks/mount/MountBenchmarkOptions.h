@@ -11,11 +11,13 @@ namespace storage::benchmark {
 struct MountBenchmarkOptions {
     Form form = Form::Full;
     unsigned repetitions = 5;
-    std::string only = "*";          ///< jobs to run, as a pattern of their names
-    std::vector<std::string> places; ///< ids of places to run them in; none for all
-    std::string program;             ///< the program that mounts
-    std::string passThrough;         ///< the peer
-    std::string json;                ///< files to write; empty for none
+    std::string only = "*";                            ///< jobs to run, as a pattern of their names
+    std::vector<std::string> places;                   ///< ids of places to run them in; none for all
+    std::string program;                               ///< the program that mounts
+    std::string passThrough;                           ///< the peer
+    std::string command = "qzstorage_mount_benchmark"; ///< that results name
+    std::string results;                               ///< files to write; empty for none
+    std::string runs;
     std::string table;
     std::string help; ///< to be printed instead of running anything; empty when not asked for
 

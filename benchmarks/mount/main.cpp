@@ -19,13 +19,17 @@ namespace {
 void report(const MountBenchmarkOptions& options, const MountRunner& runner) {
     const std::vector<Contender> places(runner.places().begin(), runner.places().end());
     const auto rows = summarize(mountRowKinds(), runner.repetitions(), places);
-    const std::string table = mountTable(rows, runner.repetitions(), places);
+    const auto run = RunDescription::now(options.command);
+    const std::string table = mountTable(rows, runner.repetitions(), places) + run.text();
     std::cout << table;
     if (!options.table.empty()) {
         writeReportFile(options.table, table);
     }
-    if (!options.json.empty()) {
-        writeReportFile(options.json, resultsFile(rows, runner.repetitions(), places));
+    if (!options.results.empty()) {
+        writeReportFile(options.results, resultLines(run, rows, runner.repetitions(), places));
+    }
+    if (!options.runs.empty()) {
+        writeReportFile(options.runs, repetitionLines(runner.repetitions()));
     }
 }
 

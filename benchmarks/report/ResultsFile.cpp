@@ -1,8 +1,10 @@
 #include "benchmarks/report/ResultsFile.h"
 
-#include "benchmarks/system/Machine.h"
+#include "benchmarks/report/DisturbedText.h"
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <string>
 
 namespace storage::benchmark {
 
@@ -10,12 +12,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json machineObject() {
-    Json object;
-    for (const auto& [name, value] : describeMachine()) {
-        object[name] = value;
-    }
-    return object;
+std::string line(const Json& object) {
+    return object.dump() + '\n';
+}
+
+/// Without the digits that no two runs share.
+double rounded(double value) {
+    return std::stod(fmt::format("{:.8g}", value));
 }
 
 Json storeObjects(const std::vector<Contender>& stores) {
@@ -24,6 +27,41 @@ Json storeObjects(const std::vector<Contender>& stores) {
         objects.push_back({{"id", store.id}, {"title", store.title}, {"version", store.version}});
     }
     return objects;
+}
+
+Json runObject(const RunDescription& run, const std::vector<Repetition>& repetitions,
+               const std::vector<Contender>& stores) {
+    Json object{{"command", run.command}};
+    for (const auto& [name, value] : run.machine) {
+        object[name] = value;
+    }
+    object["repetitions"] = repetitions.size();
+    object["disturbed"] = countDisturbed(repetitions);
+    object["stores"] = storeObjects(stores);
+    return object;
+}
+
+Json cellObject(const SummaryRow& row, const Contender& store, const SummaryCell& cell) {
+    Json object{{"row", row.row.kind},
+                {"of", row.row.variant},
+                {"unit", row.kind.unit},
+                {"store", store.id},
+                {"median", rounded(cell.median)},
+                {"smallest", rounded(cell.smallest)},
+                {"largest", rounded(cell.largest)},
+                {"repetitions", cell.repetitions},
+                {"undisturbed", cell.undisturbed}};
+    if (store.role != StoreRole::Plugin) {
+        return object;
+    }
+    if (row.ratio) {
+        object["rival"] = row.rival;
+        object["ratio"] = rounded(*row.ratio);
+    }
+    if (row.kind.goal) {
+        object["goal"] = *row.kind.goal;
+    }
+    return object;
 }
 
 Json repetitionObject(const Repetition& repetition) {
@@ -51,37 +89,28 @@ Json repetitionObject(const Repetition& repetition) {
     return object;
 }
 
-Json summaryObject(const SummaryRow& row) {
-    Json medians;
-    for (const auto& [store, cell] : row.cells) {
-        medians[store] = {{"median", cell.median},
-                          {"smallest", cell.smallest},
-                          {"largest", cell.largest},
-                          {"undisturbed", cell.undisturbed}};
-    }
-    Json object{{"row", row.row.kind}, {"of", row.row.variant}, {"unit", row.kind.unit}, {"stores", medians}};
-    if (row.ratio) {
-        object["rival"] = row.rival;
-        object["ratio"] = *row.ratio;
-    }
-    if (row.kind.goal) {
-        object["goal"] = *row.kind.goal;
-    }
-    return object;
-}
-
 } // namespace
 
-std::string resultsFile(const std::vector<SummaryRow>& rows, const std::vector<Repetition>& repetitions,
-                        const std::vector<Contender>& stores) {
-    Json document{{"machine", machineObject()}, {"stores", storeObjects(stores)}};
+std::string resultLines(const RunDescription& run, const std::vector<SummaryRow>& rows,
+                        const std::vector<Repetition>& repetitions, const std::vector<Contender>& stores) {
+    std::string lines = line(runObject(run, repetitions, stores));
     for (const SummaryRow& row : rows) {
-        document["summary"].push_back(summaryObject(row));
+        for (const Contender& store : stores) {
+            const auto cell = row.cells.find(store.id);
+            if (cell != row.cells.end()) {
+                lines += line(cellObject(row, store, cell->second));
+            }
+        }
     }
+    return lines;
+}
+
+std::string repetitionLines(const std::vector<Repetition>& repetitions) {
+    std::string lines;
     for (const Repetition& repetition : repetitions) {
-        document["repetitions"].push_back(repetitionObject(repetition));
+        lines += line(repetitionObject(repetition));
     }
-    return document.dump(1) + '\n';
+    return lines;
 }
 
 } // namespace storage::benchmark

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "benchmarks/report/RunDescription.h"
 #include "benchmarks/report/Summary.h"
 
 #include <string>
@@ -7,8 +8,11 @@
 
 namespace storage::benchmark {
 
-/// Everything there is to tell of a run, as JSON: the machine, the stores, each repetition, the summary.
-std::string resultsFile(const std::vector<SummaryRow>& rows, const std::vector<Repetition>& repetitions,
-                        const std::vector<Contender>& stores);
+/// The results of a run as lines of JSON: first the run with its stores, then each row of each store.
+std::string resultLines(const RunDescription& run, const std::vector<SummaryRow>& rows,
+                        const std::vector<Repetition>& repetitions, const std::vector<Contender>& stores);
+
+/// All measurements of a run, unsummarized, as lines of JSON, one for each repetition.
+std::string repetitionLines(const std::vector<Repetition>& repetitions);
 
 } // namespace storage::benchmark

@@ -25,7 +25,7 @@ SummaryCell summarizeCell(const Found& found) {
     }
     std::vector<double>& counted = undisturbed.empty() ? all : undisturbed;
     std::sort(counted.begin(), counted.end());
-    return {medianOf(counted), counted.front(), counted.back(), undisturbed.size()};
+    return {medianOf(counted), counted.front(), counted.back(), found.size(), undisturbed.size()};
 }
 
 bool isRival(const RowKind& kind, const Contender& store) {

@@ -17,7 +17,8 @@ struct SummaryCell {
     double median = 0;
     double smallest = 0;
     double largest = 0;
-    std::size_t undisturbed = 0; ///< repetitions that the others are of; of all of them, when there is none
+    std::size_t repetitions = 0;
+    std::size_t undisturbed = 0; ///< repetitions that the figures are of; if there is none, they are of all
 };
 
 /// One row: what each store reached, and how the plug-in compares. A value.

@@ -32,7 +32,10 @@ BenchmarkOptions BenchmarkOptions::parse(int argc, char** argv) {
         ->delimiter(',')
         ->type_name("ID,...");
     app.add_option("--plugin", options.plugin, "The plug-in's shared library")->type_name("PATH");
-    app.add_option("--json", options.json, "Write everything there is to tell")->type_name("FILE");
+    app.add_option("--command", options.command, "What to name as the command of the run (this program)")
+        ->type_name("TEXT");
+    app.add_option("--results", options.results, "Write the results as lines of JSON")->type_name("FILE");
+    app.add_option("--runs", options.runs, "Write each repetition as a line of JSON")->type_name("FILE");
     app.add_option("--table", options.table, "Write the table here, too")->type_name("FILE");
     app.add_option("--data", options.data, "Write the data of the plots")->type_name("FOLDER");
     app.add_option("--scenario", options.scenario)->group("");

@@ -14,7 +14,9 @@ struct BenchmarkOptions {
     std::string only = "*";          ///< scenarios to run, as a pattern of their names
     std::vector<std::string> stores; ///< ids of stores to run; none for all
     std::string plugin;
-    std::string json; ///< files and folders to write; empty for none
+    std::string command = "qzstorage_benchmark"; ///< that results name
+    std::string results;                         ///< files and folders to write; empty for none
+    std::string runs;
     std::string table;
     std::string data;
     std::string help; ///< to be printed instead of running anything; empty when not asked for
