@@ -14,7 +14,8 @@ install(TARGETS qzfl qzflstorageprovider EXPORT qzstorageTargets
 install(TARGETS qzstorageinmemoryprovider EXPORT qzstorageTargets LIBRARY COMPONENT plugin)
 install(TARGETS qzstorage RUNTIME COMPONENT tool)
 
-# Of the plug-in, what PluginEntry.h takes: hosts in C++ get a pointer to the class of its provider.
+# Of the plug-in, PluginEntry.h and all that it includes. A forward declaration of InMemoryProvider would not be enough: hosts
+# convert the pointer that they get to one to IProvider, which requires the complete class, and that holds the tree by value.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/hostapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage
     COMPONENT development
     FILES_MATCHING PATTERN "*.h"
