@@ -1,5 +1,5 @@
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
-#include "tests/host/validate/faults/AllFaults.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
 
 #include <cstdlib>
 #include <stdexcept>

@@ -1,6 +1,6 @@
 #include "host/validate/CheckRunner.h"
 #include "host/validate/checks/CheckCatalogue.h"
-#include "tests/host/validate/faults/AllFaults.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #include "hostapi/storage/provider/IClonableFolderEntryIterator.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 #include "tests/host/validate/faults/BrokenMoves.h"
-#include "tests/host/validate/faults/FaultTables.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "tests/host/validate/faults/BrokenMoves.h"
 #include "tests/host/validate/faults/BrokenStream.h"
-#include "tests/host/validate/faults/FaultTables.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 #include "tests/host/validate/faults/BrokenMoves.h"
-#include "tests/host/validate/faults/FaultTables.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 #include "tests/host/validate/faults/BrokenProvider.h"
-#include "tests/host/validate/faults/FaultTables.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
 #include "tests/host/validate/faults/LocationParts.h"
 
 #include <array>

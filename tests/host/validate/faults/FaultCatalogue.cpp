@@ -1,6 +1,4 @@
-#include "tests/host/validate/faults/AllFaults.h"
-
-#include "tests/host/validate/faults/FaultTables.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
 
 std::vector<Fault> allFaults() {
     std::vector<Fault> all;

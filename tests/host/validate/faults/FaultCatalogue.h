@@ -1,10 +1,22 @@
 #pragma once
 
-#include "tests/host/validate/faults/Fault.h"
+#include "hostapi/storage/provider/IProvider.h"
 
+#include <memory>
 #include <span>
+#include <vector>
 
-// One table for each file of checks that has faults of its own.
+/// One way to break a provider that is the in-memory one otherwise.
+struct Fault {
+    const char* name;     ///< for example "CreatingTwice"; selects the fault of the broken plug-in
+    const char* caughtBy; ///< number of the rule that it breaks
+    std::shared_ptr<foundation::storage::provider::IProvider> (*build)();
+};
+
+/// The faults of all tables.
+std::vector<Fault> allFaults();
+
+// One table for each group of checks.
 namespace faults {
 
 std::span<const Fault> entryPoint();
