@@ -16,13 +16,13 @@ struct ValidateOptions {
     enum class Task { Check, List };
 
     Task task = Task::Check;
-    std::optional<std::string> plugin; ///< as the user named it; none for the one that comes with the program
+    std::optional<std::string> plugin; ///< as the user named it; none for the plug-in of this program
     Profile profile = Profile::AnyProvider;
-    std::vector<std::string> only; ///< patterns for numbers and names of rules; none for all
+    std::vector<std::string> only; ///< patterns of rule numbers or names; none for all rules
     ReportFormat format = ReportFormat::Text;
     std::optional<std::string> junitFile;
     std::uint64_t seed = 0;
-    std::chrono::seconds timeLimit{60}; ///< for each check
+    std::chrono::seconds timeLimit{60}; ///< of each check
 };
 
 } // namespace storage::host

@@ -11,9 +11,9 @@ namespace storage::host {
 /// @throws RuleBroken unless it holds
 void expect(bool holds, std::string_view reason);
 
-/// @param action     what is to fail with the host's `Exception`
-/// @param code       that it is to carry
-/// @param location   that it is to name
+/// @param action     must fail with the host's `Exception`
+/// @param code       expected code of the exception
+/// @param location   expected location of the exception
 /// @param operation  for people, for example "creating a file that is there"
 /// @throws RuleBroken when the action succeeds or fails otherwise
 void expectFailure(const std::function<void()>& action, foundation::storage::provider::ErrorCode code,

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-// The steps that checks of streams are made of. Each throws when a stream breaks its contract.
+// Steps that checks share: streams and the bytes of files. Each throws when a stream breaks its contract.
 namespace storage::host {
 
 std::unique_ptr<foundation::storage::provider::ByteStream>
@@ -26,22 +26,22 @@ openToAppend(const foundation::storage::provider::IProvider& provider,
 /// Writes all of it and flushes, so that other streams see it.
 void writeText(foundation::storage::provider::ByteStream& stream, std::string_view bytes);
 
-/// What a single read of at most `count` bytes gives; nothing at the end.
+/// The bytes of a single read of at most `count` bytes; empty at the end of the file.
 std::string readOnce(foundation::storage::provider::ByteStream& stream, long count);
 
 /// All bytes from the position on.
 std::string readRest(foundation::storage::provider::ByteStream& stream);
 
-/// The answer of a seek as a number.
+/// @return the position that the seek returns, as a number
 long seekTo(foundation::storage::provider::ByteStream& stream, long offset, std::ios_base::seekdir direction);
 
 long positionOf(foundation::storage::provider::ByteStream& stream);
 
-/// Makes a file with these bytes.
+/// Creates a file with these bytes.
 void makeFile(const foundation::storage::provider::IProvider& provider,
               const foundation::storage::provider::StorageIRI& iri, std::string_view bytes);
 
-/// All bytes of a file, through a stream of its own.
+/// All bytes of a file, read through a new stream.
 std::string contentOf(const foundation::storage::provider::IProvider& provider,
                       const foundation::storage::provider::StorageIRI& iri);
 

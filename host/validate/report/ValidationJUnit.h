@@ -6,7 +6,7 @@
 
 namespace storage::host {
 
-/// All that a run found out as a JUnit XML document: a group is a test suite, a failed rule a failure, a crash an error.
+/// The record as a JUnit XML document: a group is a test suite, a failed rule a failure, a crash an error.
 std::string junitXml(const ValidationRecord& record);
 
 } // namespace storage::host

@@ -10,7 +10,7 @@ namespace storage::host {
 /// Prints the rules as one JSON object.
 void printRulesAsJson(std::ostream& out, const CheckSelection& selection);
 
-/// Prints all that a run found out as one JSON object.
+/// Prints the record as one JSON object.
 void printJson(std::ostream& out, const ValidationRecord& record);
 
 } // namespace storage::host

@@ -10,7 +10,7 @@
 
 namespace storage::host {
 
-/// Everything that a run found out. A value; it refers to the catalogue.
+/// The results of a run. A value; it refers to the catalogue.
 struct ValidationRecord {
     /// A check that was run.
     struct CheckRun {

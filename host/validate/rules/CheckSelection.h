@@ -8,7 +8,7 @@
 
 namespace storage::host {
 
-/// The checks of a catalogue that a provider is to be put to. A value; it refers to the catalogue's checks.
+/// The selected checks of a catalogue. A value; it refers to the catalogue's checks.
 struct CheckSelection {
     struct Group {
         const CheckGroup* group;
@@ -16,9 +16,9 @@ struct CheckSelection {
     };
 
     std::vector<Group> groups;
-    std::size_t leftOut = 0; ///< of the checks asked for, how many the profile does not have
+    std::size_t leftOut = 0; ///< number of checks that match the patterns but are not in the profile
 
-    /// @param patterns  each with "*" and "?" for a number or a name; none for all checks
+    /// @param patterns  of numbers or names, with "*" and "?"; none for all checks
     /// @throws UsageError when a pattern selects nothing
     static CheckSelection of(std::span<const CheckGroup> catalogue, Profile profile,
                              const std::vector<std::string>& patterns);
