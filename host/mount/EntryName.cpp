@@ -1,6 +1,6 @@
 #include "host/mount/EntryName.h"
 
-#include "host/mount/Refused.h"
+#include "host/mount/ErrnoError.h"
 #include "host/support/Utf.h"
 
 #include <cerrno>
@@ -9,11 +9,11 @@ namespace storage::host {
 
 std::u16string storageNameOf(std::string_view name) {
     if (name.size() > longestEntryName) {
-        throw Refused(ENAMETOOLONG);
+        throw ErrnoError(ENAMETOOLONG);
     }
     auto result = toUtf16(name);
     if (!result) {
-        throw Refused(EILSEQ);
+        throw ErrnoError(EILSEQ);
     }
     return *std::move(result);
 }

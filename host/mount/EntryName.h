@@ -10,7 +10,7 @@ namespace storage::host {
 constexpr std::size_t longestEntryName = 255; ///< bytes of UTF-8, as on every Linux file system
 
 /// The name that a storage keeps for what a program calls `name`.
-/// @throws Refused EILSEQ when the name is not UTF-8, ENAMETOOLONG when it is too long
+/// @throws ErrnoError EILSEQ when the name is not UTF-8, ENAMETOOLONG when it is too long
 std::u16string storageNameOf(std::string_view name);
 
 /// The name by which programs can reach an entry of the storage; nothing for an entry that they cannot name: one

@@ -1,7 +1,7 @@
 #include "host/mount/FileContents.h"
 
+#include "host/mount/ErrnoError.h"
 #include "host/mount/LiftedFlag.h"
-#include "host/mount/Refused.h"
 #include "host/support/FileTime.h"
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
@@ -38,7 +38,7 @@ void stand(OpenStream& open, std::uint64_t offset) {
         return;
     }
     if (open.stream->seek(static_cast<long>(offset), std::ios_base::beg) < 0) {
-        throw Refused(EIO);
+        throw ErrnoError(EIO);
     }
     open.position = offset;
 }
@@ -58,7 +58,7 @@ void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<cons
     try {
         writeAll(*open.stream, {bytes.data(), bytes.size()});
     } catch (const std::bad_alloc&) {
-        throw Refused(ENOSPC);
+        throw ErrnoError(ENOSPC);
     }
     open.position = offset + bytes.size();
     file.storedSize = std::max(file.storedSize, open.position);
@@ -108,7 +108,7 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
 /// left there is overwritten on the way.
 void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
     if (offset > largestSize - bytes.size()) {
-        throw Refused(EFBIG);
+        throw ErrnoError(EFBIG);
     }
     growing(file, [&] {
         prepare(file, offset);
@@ -303,7 +303,7 @@ OpenStream& FileContents::streamOf(FileInode& file, InodeGuards::Held& held, Ope
 /// To a storage, opening for writing is a modification; to programs only writing is.
 OpenStream FileContents::open(const FileInode& file, OpenStream::Access access) {
     if (file.detached) {
-        throw Refused(EIO);
+        throw ErrnoError(EIO);
     }
     const StorageIRI location = InodeTree::locationOf(file);
     if (access == OpenStream::Access::ReadOnly) {

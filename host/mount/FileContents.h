@@ -27,21 +27,21 @@ public:
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer);
 
     /// Writes all of `bytes` at `offset`. Needs no lock.
-    /// @throws Refused ENOSPC when there is no room, with the file as programs see it unchanged
+    /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
     void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
 
     /// Makes the file at least `size` bytes long. Needs no lock.
-    /// @throws Refused ENOSPC when there is no room, with the file as programs see it unchanged
+    /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
     void reach(FileInode& file, std::uint64_t size);
 
     /// Gets ready for a file that is to grow to `size`, in steps between which others come in. What is left to be done
     /// does not take long. Needs no lock.
-    /// @throws Refused ENOSPC when there is no room, with the file as programs see it unchanged
+    /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
     void prepareToGrow(FileInode& file, std::uint64_t size);
 
     /// Gives the file `size` bytes; what is new is zeros. Needs the tree's lock, shared, and the file's guard; its
     /// attributes must be known.
-    /// @throws Refused ENOSPC when there is no room, with the file unchanged
+    /// @throws ErrnoError ENOSPC when there is no room, with the file unchanged
     void resize(FileInode& file, InodeGuards::Held& held, std::uint64_t size);
 
     /// Lets go of what the storage holds of a file beyond what programs see, when that is much. Needs no lock.

@@ -1,6 +1,6 @@
 #include "host/mount/FolderMove.h"
 
-#include "host/mount/Refused.h"
+#include "host/mount/ErrnoError.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <cerrno>
@@ -38,7 +38,7 @@ FolderMove::FolderMove(const IProvider& provider, StorageIRI source, StorageIRI 
       destination_(std::move(destination)),
       replaces_(provider.doFolderExists(destination_)) {
     if (replaces_ && requireNonNull(provider.doListAll(destination_), "listing")->hasNext()) {
-        throw Refused(ENOTEMPTY);
+        throw ErrnoError(ENOTEMPTY);
     }
     record({}, true);
     for (std::size_t i = 0; i < entries_.size(); ++i) { // NOLINT(modernize-loop-convert): they get more

@@ -19,7 +19,7 @@ public:
 
     /// @param source       an existing folder
     /// @param destination  a free path, or an empty folder, which gives way; in a writable folder
-    /// @throws Refused ENOTEMPTY when the destination is a folder that holds anything
+    /// @throws ErrnoError ENOTEMPTY when the destination is a folder that holds anything
     FolderMove(const IProvider& provider, StorageIRI source, StorageIRI destination);
 
     /// @throws what the storage throws, with everything where it was, unless memory runs out for that too

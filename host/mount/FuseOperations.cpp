@@ -1,9 +1,9 @@
 #include "host/mount/FuseOperations.h"
 
 #include "host/mount/EntryName.h"
+#include "host/mount/ErrnoError.h"
 #include "host/mount/KernelTime.h"
 #include "host/mount/MountedStorage.h"
-#include "host/mount/Refused.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -151,7 +151,7 @@ void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attribute
                    fuse_file_info*) {
     answer(request, [&] {
         if ((wanted & FUSE_SET_ATTR_CTIME) != 0) {
-            hearKernelTime(attributes->st_ctim);
+            noteKernelTimestamp(attributes->st_ctim);
         }
         const struct stat status =
             storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted));
@@ -163,7 +163,7 @@ void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attribute
 void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode, dev_t) {
     answerEntry(request, [&] {
         if (!S_ISREG(mode)) {
-            throw Refused(EPERM);
+            throw ErrnoError(EPERM);
         }
         return storageOf(request).makeFile(folderOf(request, parent), name,
                                            mode & ~static_cast<mode_t>(S_IFMT));
@@ -191,7 +191,7 @@ void checkAccess(fuse_req_t request, fuse_ino_t number, int wanted) {
     answerDone(request, [&] {
         const struct stat status = storageOf(request).status(inodeOf(request, number));
         if ((wanted & X_OK) != 0 && S_ISREG(status.st_mode) && (status.st_mode & anyExecution) == 0) {
-            throw Refused(EACCES);
+            throw ErrnoError(EACCES);
         }
     });
 }
@@ -209,7 +209,7 @@ void rename(fuse_req_t request, fuse_ino_t parent, const char* name, fuse_ino_t 
             const char* newName, unsigned flags) {
     answerDone(request, [&] {
         if ((flags & ~static_cast<unsigned>(RENAME_NOREPLACE)) != 0) {
-            throw Refused(EINVAL);
+            throw ErrnoError(EINVAL);
         }
         storageOf(request).rename(folderOf(request, parent), name, folderOf(request, newParent), newName,
                                   flags == RENAME_NOREPLACE ? MountedStorage::Replacement::Refused
@@ -247,7 +247,7 @@ void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t
 void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off_t length, fuse_file_info*) {
     answerDone(request, [&] {
         if (mode != 0) {
-            throw Refused(EOPNOTSUPP);
+            throw ErrnoError(EOPNOTSUPP);
         }
         storageOf(request).reach(fileOf(request, number), static_cast<std::uint64_t>(offset + length));
     });

@@ -9,8 +9,8 @@ namespace storage::host {
 
 namespace {
 
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): the kernel has but one clock, too
-std::atomic<std::int64_t> latestHeard{0}; ///< microseconds
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): there is one kernel clock
+std::atomic<std::int64_t> latestNoted{0}; ///< microseconds
 
 std::int64_t toMicroseconds(const timespec& time) {
     return time.tv_sec * microsecondsPerSecond + time.tv_nsec / 1000;
@@ -25,17 +25,17 @@ std::int64_t read(clockid_t clock) {
 } // namespace
 
 timespec kernelTime() {
-    const std::int64_t heard = latestHeard;
+    const std::int64_t noted = latestNoted;
     const std::int64_t coarse = read(CLOCK_REALTIME_COARSE);
-    const std::int64_t time = heard > coarse ? heard : coarse;
+    const std::int64_t time = noted > coarse ? noted : coarse;
     return {time / microsecondsPerSecond, time % microsecondsPerSecond * 1000};
 }
 
-void hearKernelTime(const timespec& time) {
-    const std::int64_t heard = toMicroseconds(time);
-    std::int64_t latest = latestHeard;
-    while (heard > latest && heard <= read(CLOCK_REALTIME) &&
-           !latestHeard.compare_exchange_weak(latest, heard)) {
+void noteKernelTimestamp(const timespec& time) {
+    const std::int64_t noted = toMicroseconds(time);
+    std::int64_t latest = latestNoted;
+    while (noted > latest && noted <= read(CLOCK_REALTIME) &&
+           !latestNoted.compare_exchange_weak(latest, noted)) {
     }
 }
 

@@ -4,12 +4,13 @@
 
 namespace storage::host {
 
-/// The present time as the kernel stamps files with it, in whole microseconds. The kernel stamps most changes by itself;
-/// a finer clock here would make them look earlier than changes that came before them. Never before a time that the
-/// kernel has been heard to use. Thread safety: any number of threads.
+/// The current time as the kernel stamps files with it, in whole microseconds. The kernel stamps most changes itself from
+/// its coarse clock; a finer clock here would order these changes before earlier ones. Never earlier than a timestamp
+/// that was noted. Thread-safe.
 timespec kernelTime();
 
-/// Notes a stamp of the kernel's: its clock may be a little ahead of the coarse one that everybody can read.
-void hearKernelTime(const timespec& time);
+/// Notes a timestamp that the kernel sent: it may be slightly ahead of the coarse clock that this process reads.
+/// Thread-safe.
+void noteKernelTimestamp(const timespec& time);
 
 } // namespace storage::host

@@ -2,11 +2,11 @@
 
 #include "host/disk/DiskEntry.h"
 #include "host/mount/EntryName.h"
+#include "host/mount/ErrnoError.h"
 #include "host/mount/FolderMove.h"
 #include "host/mount/KeptContent.h"
 #include "host/mount/KernelTime.h"
 #include "host/mount/LiftedFlag.h"
-#include "host/mount/Refused.h"
 #include "host/support/FileTime.h"
 
 #include <cerrno>
@@ -71,25 +71,25 @@ private:
 
 void requireFile(const Inode& inode) {
     if (inode.isFolder()) {
-        throw Refused(EISDIR);
+        throw ErrnoError(EISDIR);
     }
 }
 
 /// A folder that is gone has no place in the storage.
 void requirePresent(const FolderInode& folder) {
     if (folder.isRemoved()) {
-        throw Refused(ENOENT);
+        throw ErrnoError(ENOENT);
     }
 }
 
 void refuseImpossibleRename(const Inode& source, const FolderInode& folder, const Inode* target) {
     if (isWithin(folder, source)) {
-        throw Refused(EINVAL);
+        throw ErrnoError(EINVAL);
     }
     if (target == nullptr || source.kind == target->kind) {
         return;
     }
-    throw Refused(source.isFolder() ? ENOTDIR : EISDIR);
+    throw ErrnoError(source.isFolder() ? ENOTDIR : EISDIR);
 }
 
 } // namespace
@@ -188,10 +188,10 @@ void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderIn
     Inode* const source = tree_.find(folder, from);
     Inode* const target = tree_.find(newFolder, to);
     if (source == nullptr) {
-        throw Refused(ENOENT);
+        throw ErrnoError(ENOENT);
     }
     if (target != nullptr && replacement == Replacement::Refused) {
-        throw Refused(EEXIST);
+        throw ErrnoError(EEXIST);
     }
     if (target == source) {
         return;
@@ -306,7 +306,7 @@ MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string
     const std::unique_lock lock(tree_.lock());
     requirePresent(folder);
     if (tree_.find(folder, entryName) != nullptr) {
-        throw Refused(EEXIST);
+        throw ErrnoError(EEXIST);
     }
     space_.require(roomOfEntry);
     Inode& inode = tree_.add(folder, kind, std::move(entryName));
@@ -347,10 +347,10 @@ void MountedStorage::createIn(FolderInode& folder, Inode& inode, mode_t permissi
 Inode& MountedStorage::requireChild(FolderInode& folder, const std::u16string& name, Inode::Kind kind) {
     Inode* const inode = tree_.find(folder, name);
     if (inode == nullptr) {
-        throw Refused(ENOENT);
+        throw ErrnoError(ENOENT);
     }
     if (inode->kind != kind) {
-        throw Refused(inode->isFolder() ? EISDIR : ENOTDIR);
+        throw ErrnoError(inode->isFolder() ? EISDIR : ENOTDIR);
     }
     return *inode;
 }
@@ -468,7 +468,7 @@ void MountedStorage::setPermissions(Inode& inode, mode_t permissions) const {
 
 void MountedStorage::requireChangeable(const AttributeChange& change) const {
     if (change.owner.value_or(owner_) != owner_ || change.group.value_or(group_) != group_) {
-        throw Refused(EPERM);
+        throw ErrnoError(EPERM);
     }
 }
 

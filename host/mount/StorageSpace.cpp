@@ -1,6 +1,6 @@
 #include "host/mount/StorageSpace.h"
 
-#include "host/mount/Refused.h"
+#include "host/mount/ErrnoError.h"
 #include "hostapi/storage/provider/Exception.h"
 
 #include <algorithm>
@@ -122,7 +122,7 @@ void StorageSpace::require(std::uint64_t bytes) {
         return; // also without memory: emptying a file makes room
     }
     if (!reserve_.isComplete()) {
-        throw Refused(ENOSPC);
+        throw ErrnoError(ENOSPC);
     }
     if (bytes <= grant &&
         granted_.fetch_sub(static_cast<std::int64_t>(bytes)) >= static_cast<std::int64_t>(bytes)) {
@@ -131,7 +131,7 @@ void StorageSpace::require(std::uint64_t bytes) {
     const std::uint64_t available = info().available;
     if (bytes > available) {
         granted_ = 0;
-        throw Refused(ENOSPC);
+        throw ErrnoError(ENOSPC);
     }
     granted_ = static_cast<std::int64_t>(std::min(available - bytes, grant));
 }

@@ -28,7 +28,7 @@ public:
 
     /// Refuses growth for which there is no room.
     /// @param bytes  by which a file is to grow
-    /// @throws Refused ENOSPC
+    /// @throws ErrnoError ENOSPC
     void require(std::uint64_t bytes);
 
 private:

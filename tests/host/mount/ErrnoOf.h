@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/mount/Refused.h"
+#include "host/mount/ErrnoError.h"
 
-/// The number of errno(3) that an operation ends with; 0 when it succeeds.
+/// The error number of an operation that throws; 0 when it succeeds.
 template <typename Operation>
 int errnoOf(const Operation& operation) {
     try {

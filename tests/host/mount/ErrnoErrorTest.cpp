@@ -1,4 +1,4 @@
-#include "host/mount/Refused.h"
+#include "host/mount/ErrnoError.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "tests/host/mount/ErrnoOf.h"
 
@@ -12,7 +12,7 @@ namespace {
 using foundation::storage::provider::ErrorCode;
 using foundation::storage::provider::Exception;
 using foundation::storage::provider::StorageIRI;
-using storage::host::Refused;
+using storage::host::ErrnoError;
 
 template <typename Thrown>
 int errnoOfThrown(const Thrown& thrown) {
@@ -23,7 +23,7 @@ int errnoOfCode(ErrorCode code) {
     return errnoOfThrown(Exception(code, StorageIRI(u"/f")));
 }
 
-TEST(RefusedTest, EveryFailureOfAStorageHasANumber) {
+TEST(ErrnoErrorTest, EveryErrorCodeOfAProviderHasANumber) {
     EXPECT_EQ(errnoOfCode(ErrorCode::FolderNotEmpty), ENOTEMPTY);
     EXPECT_EQ(errnoOfCode(ErrorCode::ReadOnly), EACCES);
     EXPECT_EQ(errnoOfCode(ErrorCode::AlreadyExists), EEXIST);
@@ -31,19 +31,19 @@ TEST(RefusedTest, EveryFailureOfAStorageHasANumber) {
     EXPECT_EQ(errnoOfCode(ErrorCode::NotOffered), EOPNOTSUPP);
 }
 
-TEST(RefusedTest, ACodeThatNobodyKnowsIsAnErrorOfInputOrOutput) {
+TEST(ErrnoErrorTest, AnUnknownErrorCodeIsEio) {
     EXPECT_EQ(errnoOfCode(static_cast<ErrorCode>(1)), EIO);
     EXPECT_EQ(errnoOfCode(static_cast<ErrorCode>(77)), EIO);
     EXPECT_EQ(errnoOfCode(static_cast<ErrorCode>(-1)), EIO);
 }
 
-TEST(RefusedTest, WhatIsRefusedHasTheNumberItWasRefusedWith) {
-    EXPECT_EQ(errnoOfThrown(Refused(ENOSPC)), ENOSPC);
-    EXPECT_EQ(errnoOfThrown(Refused(EISDIR)), EISDIR);
-    EXPECT_STREQ(Refused(ENOSPC).what(), "No space left on device");
+TEST(ErrnoErrorTest, AnErrnoErrorKeepsItsNumber) {
+    EXPECT_EQ(errnoOfThrown(ErrnoError(ENOSPC)), ENOSPC);
+    EXPECT_EQ(errnoOfThrown(ErrnoError(EISDIR)), EISDIR);
+    EXPECT_STREQ(ErrnoError(ENOSPC).what(), "No space left on device");
 }
 
-TEST(RefusedTest, EveryOtherExceptionHasANumberToo) {
+TEST(ErrnoErrorTest, EveryOtherExceptionHasANumberToo) {
     EXPECT_EQ(errnoOfThrown(std::bad_alloc()), ENOMEM);
     EXPECT_EQ(errnoOfThrown(std::length_error("too long")), EFBIG);
     EXPECT_EQ(errnoOfThrown(std::runtime_error("the tape is torn")), EIO);

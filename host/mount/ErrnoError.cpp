@@ -1,4 +1,4 @@
-#include "host/mount/Refused.h"
+#include "host/mount/ErrnoError.h"
 
 #include "hostapi/storage/provider/Exception.h"
 
@@ -32,15 +32,15 @@ int errnoOf(ErrorCode code) {
 
 } // namespace
 
-const char* Refused::what() const noexcept {
-    return ::strerrordesc_np(error_);
+const char* ErrnoError::what() const noexcept {
+    return ::strerrordesc_np(number_);
 }
 
 int errnoOfCurrentException() noexcept {
     try {
         throw;
-    } catch (const Refused& refused) {
-        return refused.error();
+    } catch (const ErrnoError& error) {
+        return error.number();
     } catch (const Exception& error) {
         return errnoOf(error.getErrorCode());
     } catch (const std::bad_alloc&) {
