@@ -1,11 +1,13 @@
 #pragma once
 
-#include "host/mount/FuseVersion.h"
+// The version of libfuse's interface that this program uses.
+#define FUSE_USE_VERSION 314
+
+#include <fuse_lowlevel.h>
 
 namespace storage::host {
 
-/// What the kernel asks of a mounted storage, request by request. The user data of the session is a
-/// `MountedStorage`.
+/// The kernel's requests to a mounted storage, one function each. The session's user data is the `MountedStorage`.
 const fuse_lowlevel_ops& fuseOperations();
 
 } // namespace storage::host

@@ -1,7 +1,6 @@
 #include "host/mount/FuseSession.h"
 
 #include "host/mount/CapturedErrors.h"
-#include "host/mount/FuseOperations.h"
 #include "host/support/CommandError.h"
 
 #include <array>

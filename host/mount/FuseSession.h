@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/mount/FuseVersion.h"
+#include "host/mount/FuseOperations.h"
 #include "host/mount/MountOptions.h"
 #include "host/mount/MountPlace.h"
 #include "host/mount/MountedStorage.h"

@@ -1,22 +1,38 @@
 #pragma once
 
-#include "host/mount/EntryAttributes.h"
+#include "hostapi/storage/provider/ByteStream.h"
 
 #include <atomic>
 #include <cstdint>
+#include <ctime>
+#include <memory>
 #include <string>
+#include <sys/types.h>
 #include <utility>
 
 namespace storage::host {
 
 struct FolderInode;
 
-/// An entry of a mounted storage: name and place as the storage has them, attributes as programs see them, and how
-/// many references the kernel holds.
+constexpr mode_t anyExecution = 0111; ///< the permission bits that make a file executable
+
+/// What stat(2) shows of an entry. A value.
+struct EntryAttributes {
+    mode_t permissions = 0; ///< without the file type; providers keep only the owner's write bit
+    std::uint64_t size = 0; ///< bytes; 0 for a folder
+    timespec modified{};    ///< UTC, whole microseconds
+    timespec accessed{};    ///< kept by the mount only
+    timespec changed{};     ///< kept by the mount only
+
+    bool isWritable() const noexcept { return (permissions & 0200U) != 0; }
+};
+
+/// An entry of a mounted storage: name and place as the storage has them, attributes as programs see them, and the
+/// kernel's reference count.
 ///
 /// Lives as long as its entry exists, so that its number stays the same, and on as long as the kernel refers to it.
-/// Name, place and position are guarded by the tree's lock. The attributes are guarded by the inode's guard
-/// (`InodeGuards`); whoever changes the permissions holds the tree's lock too, shared.
+/// Name, parent and position are guarded by the tree's lock. The attributes are guarded by the inode's guard
+/// (`InodeGuards`); a change of the permissions requires the tree's lock too, shared.
 struct Inode {
     enum class Kind { File, Folder };
 
@@ -28,18 +44,46 @@ struct Inode {
     bool isRemoved() const noexcept { return parent == nullptr && !name.empty(); }
 
     const Kind kind;
-    const std::uint64_t number;               ///< shown by stat(2), never used twice
+    const std::uint64_t number;               ///< shown by stat(2), never reused
     std::u16string name;                      ///< empty for the root
-    FolderInode* parent = nullptr;            ///< none for the root and for what has been removed
+    FolderInode* parent = nullptr;            ///< null for the root and for removed entries
     std::uint64_t position = 0;               ///< in the listing of the parent
-    std::atomic<std::uint64_t> references{0}; ///< the kernel's
+    std::atomic<std::uint64_t> references{0}; ///< held by the kernel
 
     EntryAttributes attributes;
-    bool attributesKnown = false; ///< otherwise they are still to be asked of the storage
+    bool attributesKnown = false; ///< otherwise the provider has to be asked
 
 protected:
     Inode(Kind entryKind, std::u16string entryName, std::uint64_t entryNumber) noexcept
         : kind(entryKind), number(entryNumber), name(std::move(entryName)) {}
+};
+
+/// A stream of the provider, its access mode and its position. A move-only value.
+struct OpenStream {
+    enum class Access { ReadOnly, ReadWrite };
+
+    std::unique_ptr<foundation::storage::provider::ByteStream> stream;
+    Access access = Access::ReadOnly;
+    std::uint64_t position = 0; ///< bytes
+
+    bool serves(Access wanted) const noexcept {
+        return stream && (access == Access::ReadWrite || wanted == Access::ReadOnly);
+    }
+};
+
+/// A file of a mounted storage.
+///
+/// The storage may hold more bytes than programs see, never fewer: `storedSize >= attributes.size` while the
+/// attributes are known. The bytes beyond the size are slack: left behind by a truncation, or zeros that the file is
+/// about to grow into. All members are guarded like the attributes.
+struct FileInode final : Inode {
+    FileInode(std::u16string entryName, std::uint64_t entryNumber) noexcept
+        : Inode(Kind::File, std::move(entryName), entryNumber) {}
+
+    std::uint64_t storedSize = 0; ///< bytes that the storage holds
+    std::uint64_t zerosEnd = 0;   ///< if beyond the size: the end of the zeros at the start of the slack
+    bool detached = false;        ///< removed from the storage: only `lastStream` still reaches the bytes
+    OpenStream lastStream;
 };
 
 } // namespace storage::host

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/mount/FileInode.h"
+#include "host/mount/Inode.h"
 
 #include <array>
 #include <cstddef>

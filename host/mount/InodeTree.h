@@ -1,7 +1,6 @@
 #pragma once
 
-#include "host/mount/FileInode.h"
-#include "host/mount/FolderInode.h"
+#include "host/mount/ChildTable.h"
 #include "host/mount/InodeGuards.h"
 #include "hostapi/storage/provider/IProvider.h"
 
@@ -11,6 +10,15 @@
 #include <string_view>
 
 namespace storage::host {
+
+/// A folder of a mounted storage. Owns its known children, which the tree's lock guards.
+struct FolderInode final : Inode {
+    FolderInode(std::u16string entryName, std::uint64_t entryNumber) noexcept
+        : Inode(Kind::Folder, std::move(entryName), entryNumber) {}
+
+    ChildTable children;
+    bool childrenComplete = false; ///< what programs could name and is not here does not exist
+};
 
 /// The entries of a mounted storage that have been asked for: what they are called, where they stand and what their
 /// attributes are. The mount is the storage's only user, so what is known here stays true, and a lookup or a listing

@@ -17,6 +17,9 @@ namespace storage::host {
 
 namespace {
 
+constexpr int shareOfDirtyPages =
+    5; ///< percent of the dirty pages of all devices together; FUSE mounts start with 1
+
 /// The device of what stands at a path; 0 when nothing can be said. Asks nobody: the mount itself might not answer.
 dev_t deviceAt(const std::string& path) {
     struct statx status {};
@@ -59,6 +62,11 @@ void run(std::vector<std::string> words) {
 } // namespace
 
 MountPlace::MountPlace(const std::string& path) : device_(deviceAt(path)) {}
+
+void MountPlace::raiseWriteBackLimit() const {
+    std::ofstream(fmt::format("/sys/class/bdi/{}:{}/max_ratio", major(device_), minor(device_)))
+        << shareOfDirtyPages;
+}
 
 bool MountPlace::writeBack() const {
     const auto path = find();

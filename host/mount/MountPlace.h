@@ -16,6 +16,10 @@ public:
     /// @param path  where the mount has just been made
     explicit MountPlace(const std::string& path);
 
+    /// Lets the kernel hold back more dirty pages of this mount than of untrusted mounts by default, so that programs and
+    /// write-back work side by side instead of taking turns. Only root may set that; for other users nothing changes.
+    void raiseWriteBackLimit() const;
+
     /// Makes the kernel send what programs have written. Somebody must be answering it meanwhile, and may still be when
     /// this returns.
     /// @return whether the mount could be reached: not when something else is mounted over it

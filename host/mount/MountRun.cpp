@@ -7,7 +7,6 @@
 #include "host/mount/FuseSession.h"
 #include "host/mount/FuseWorkers.h"
 #include "host/mount/MountedStorage.h"
-#include "host/mount/WriteBack.h"
 #include "host/plugin/PluginLibrary.h"
 #include "host/session/ImportLog.h"
 #include "host/support/CommandError.h"
@@ -134,7 +133,7 @@ private:
         const FuseSession session(storage, options_);
         FuseWorkers workers(session, storage.reserve(), options_.threads);
         requireAnswer(options_.mountPoint);
-        allowMoreWriteBack(options_.mountPoint);
+        session.place().raiseWriteBackLimit();
         announce();
         if (workers.waitForEnd() == FuseWorkers::End::Interrupted) {
             if (!session.place().writeBack()) {

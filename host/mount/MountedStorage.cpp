@@ -4,7 +4,6 @@
 #include "host/mount/EntryName.h"
 #include "host/mount/ErrnoError.h"
 #include "host/mount/FolderMove.h"
-#include "host/mount/KeptContent.h"
 #include "host/mount/KernelTime.h"
 #include "host/mount/LiftedFlag.h"
 #include "host/support/FileTime.h"

@@ -1,5 +1,5 @@
 #include "host/mount/ChildTable.h"
-#include "host/mount/FileInode.h"
+#include "host/mount/Inode.h"
 
 #include <gmock/gmock.h>
 #include <string>
