@@ -18,28 +18,28 @@ Inode& ChildTable::add(std::unique_ptr<Inode> child) {
     Inode& added = *child;
     const auto place = byPosition_.emplace_hint(byPosition_.begin(), nextPosition_, &added);
     try {
-        byName_.emplace(added.name, std::move(child));
+        byName_.emplace(added.place_.name, std::move(child));
     } catch (...) {
         byPosition_.erase(place);
         throw;
     }
-    added.position = newPosition();
+    added.place_.position = newPosition();
     return added;
 }
 
 std::unique_ptr<Inode> ChildTable::remove(const Inode& child) noexcept {
-    byPosition_.erase(child.position);
-    return std::move(byName_.extract(child.name).mapped());
+    byPosition_.erase(child.place_.position);
+    return std::move(byName_.extract(child.place_.name).mapped());
 }
 
 void ChildTable::moveHere(ChildTable& from, const Inode& child, std::u16string name,
                           std::uint64_t position) noexcept {
-    auto place = from.byPosition_.extract(child.position);
-    auto node = from.byName_.extract(child.name);
+    auto place = from.byPosition_.extract(child.place_.position);
+    auto node = from.byName_.extract(child.place_.name);
     Inode& moved = *node.mapped();
-    moved.name = std::move(name);
-    moved.position = position;
-    node.key() = moved.name;
+    moved.place_.name = std::move(name);
+    moved.place_.position = position;
+    node.key() = moved.place_.name;
     place.key() = position;
     byName_.insert(std::move(node));
     byPosition_.insert(std::move(place));

@@ -11,20 +11,24 @@ namespace storage::host {
 
 /// The known entries of one folder, by name and in the order of a listing.
 ///
-/// Owns the inodes. A child keeps its position as long as it stays in the folder, one that takes another's place takes
-/// its position, and a new one goes before all others: a listing that is read in pieces misses nothing that stays,
-/// repeats nothing, and ends, whatever a program does with each entry that it meets. Guarded by the tree's lock.
+/// Owns the inodes. A child keeps its position as long as it stays in the folder; a replacement takes the position of
+/// the entry that it replaces; a new child goes before all others. So a listing that is read in pieces misses no entry
+/// that stays, repeats none, and ends, whatever a program does with the entries meanwhile.
+/// Externally synchronized: guarded by the tree's lock.
 class ChildTable {
     static constexpr std::uint64_t lastPosition = std::uint64_t{1}
                                                   << 62U; ///< programs get it as a signed number
 
 public:
-    /// The child of that name, or nothing.
+    /// The child of that name, or null.
     Inode* find(std::u16string_view name) const noexcept;
+
+    static const std::u16string& nameOf(const Inode& child) noexcept { return child.place_.name; }
+    static std::uint64_t positionOf(const Inode& child) noexcept { return child.place_.position; }
 
     bool empty() const noexcept { return byName_.empty(); }
 
-    /// The next child of a listing that has come as far as `position`, or nothing at its end.
+    /// The next child of a listing after `position`, or null at its end.
     Inode* after(std::uint64_t position) const noexcept;
 
     /// Adds a child whose name is not there yet.
@@ -33,14 +37,13 @@ public:
 
     std::unique_ptr<Inode> remove(const Inode& child) noexcept;
 
-    /// From here on one child can be moved here without memory.
+    /// Allocates what `moveHere` requires for one child.
     void makeRoom() { byName_.reserve(byName_.size() + 1); }
 
     /// A position that no child has, before all that have one.
     std::uint64_t newPosition() noexcept { return nextPosition_--; }
 
-    /// Takes `child` out of `from`, which may be this table, and puts it here under a name and at a position that are
-    /// free here then.
+    /// Moves `child` here from `from`, which may be this table. Name and position must be free here by then.
     void moveHere(ChildTable& from, const Inode& child, std::u16string name, std::uint64_t position) noexcept;
 
     /// Calls `visit` with every child.

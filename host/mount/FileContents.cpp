@@ -10,9 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <limits>
-#include <mutex>
 #include <new>
-#include <shared_mutex>
 #include <vector>
 
 namespace storage::host {
@@ -25,12 +23,12 @@ using foundation::storage::provider::requireNonNull;
 namespace {
 
 constexpr std::size_t copiedAtOnce = 1U << 20U;   ///< bytes filled or copied at a time
-constexpr std::uint64_t muchRest = 64U << 10U;    ///< bytes, below which shedding is not worth its while
-constexpr const char16_t* unseenName = u"\xD800"; ///< that no program can spell or is shown
-constexpr std::uint64_t growthStep = 32U << 20U;  ///< bytes, filled in some milliseconds
+constexpr std::uint64_t muchSlack = 64U << 10U;   ///< bytes, below which trimming does not pay
+constexpr const char16_t* unseenName = u"\xD800"; ///< not valid UTF-16, so no program can use or see it
+constexpr std::uint64_t growthStep = 32U << 20U;  ///< bytes, filled within milliseconds
 constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
 
-/// Of a stream that failed, which may have come some way.
+/// Of a stream that failed.
 constexpr std::uint64_t unknownPosition = std::numeric_limits<std::uint64_t>::max();
 
 void stand(OpenStream& open, std::uint64_t offset) {
@@ -51,7 +49,7 @@ void get(OpenStream& open, std::uint64_t offset, std::span<char> buffer) {
     open.position = offset + buffer.size();
 }
 
-/// A storage without memory for a file's bytes is, to a program that writes, a full one.
+/// A provider that has no memory for a file's bytes is a full file system to the program that writes.
 void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<const char> bytes) {
     stand(open, offset);
     open.position = unknownPosition;
@@ -64,7 +62,7 @@ void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<cons
     file.storedSize = std::max(file.storedSize, open.position);
 }
 
-/// Where a file has not been filled with zeros yet.
+/// The end of the bytes and of the zeros that follow them.
 std::uint64_t unfilledFrom(const FileInode& file) {
     return std::max(file.attributes.size, file.zerosEnd);
 }
@@ -80,7 +78,7 @@ void extend(FileInode& file, OpenStream& open, std::uint64_t size) {
     }
 }
 
-/// What is to go behind the end goes first: when there is no room for it, nothing has been overwritten either.
+/// Appends first: if there is no room for that, nothing has been overwritten.
 void overwriteAndAppend(FileInode& file, OpenStream& open, std::uint64_t offset,
                         std::span<const char> bytes) {
     const std::uint64_t inside = std::min<std::uint64_t>(file.storedSize - offset, bytes.size());
@@ -104,8 +102,8 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
     return wanted;
 }
 
-/// A gap between the end and the offset is filled first: a stream would put the bytes at the end. What a truncation
-/// left there is overwritten on the way.
+/// Fills a gap between the end and the offset first: a stream would append the bytes. That also overwrites the slack of
+/// a truncation.
 void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
     if (offset > largestSize - bytes.size()) {
         throw ErrnoError(EFBIG);
@@ -122,7 +120,7 @@ void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const 
     });
 }
 
-void FileContents::reach(FileInode& file, std::uint64_t size) {
+void FileContents::ensureSize(FileInode& file, std::uint64_t size) {
     growing(file, [&] {
         prepare(file, size);
         auto held = access(file, OpenStream::Access::ReadWrite);
@@ -136,13 +134,13 @@ void FileContents::prepareToGrow(FileInode& file, std::uint64_t size) {
     growing(file, [&] { prepare(file, size); });
 }
 
-/// Growing that fails gives back what it took.
+/// Frees the slack again if growing fails.
 template <typename Step>
 void FileContents::growing(FileInode& file, const Step& step) {
     try {
         step();
     } catch (...) {
-        shedRest(file);
+        trimSlack(file);
         throw;
     }
 }
@@ -155,67 +153,68 @@ void FileContents::prepare(FileInode& file, std::uint64_t size) {
     }
 }
 
-/// Whether growing to `size` takes more than one step, or may: a file that nothing is known of is looked at by the step.
+/// Whether growing to `size` takes, or may take, more than one step. The step loads attributes that are not known.
 bool FileContents::isFarFrom(const FileInode& file, std::uint64_t size) {
     const auto held = guards_.hold(file);
     return size > growthStep && (!file.attributesKnown || size > unfilledFrom(file) + growthStep);
 }
 
-void FileContents::resize(FileInode& file, InodeGuards::Held& held, std::uint64_t size) {
+void FileContents::resize(const LockedTree& tree, FileInode& file, InodeGuards::Held& held,
+                          std::uint64_t size) {
     if (size > file.attributes.size) {
         requireRoom(file, size);
-        extend(file, streamOf(file, held, OpenStream::Access::ReadWrite), size);
+        extend(file, streamOf(tree, file, held, OpenStream::Access::ReadWrite), size);
     } else {
         file.zerosEnd = size;
     }
     file.attributes.size = size;
 }
 
-/// A storage can shorten a file only by copying what stays. So the rest is left where it is until it is the larger part:
-/// then no byte is copied that was not written before, however often a program truncates.
-void FileContents::shedRest(FileInode& file) noexcept {
+/// A file can be shortened only by copying the bytes that stay. Trimming only when the slack is the larger part makes
+/// truncation amortized O(1) per byte written.
+void FileContents::trimSlack(FileInode& file) noexcept {
     try {
-        if (hasMuchRest(file)) {
-            const std::unique_lock lock(tree_.lock());
-            shorten(file);
+        if (hasMuchSlack(file)) {
+            const ExclusiveTree tree(tree_);
+            shorten(tree, file);
         }
     } catch (...) { // NOLINT(bugprone-empty-catch)
-        // It stays until the file is removed, or written over.
+        // The slack stays until the file is removed or grows into it.
     }
 }
 
-bool FileContents::hasMuchRest(const FileInode& file) {
+bool FileContents::hasMuchSlack(const FileInode& file) {
     const auto held = guards_.hold(file);
-    return !file.detached && file.storedSize - file.attributes.size >= muchRest &&
+    return !file.detached && file.storedSize - file.attributes.size >= muchSlack &&
            file.attributes.size < file.storedSize / 2;
 }
 
-void FileContents::settle(FileInode& file) {
+void FileContents::settle(const ExclusiveTree& tree, FileInode& file) {
     if (!file.attributesKnown || file.detached) {
         return;
     }
     if (file.storedSize > file.attributes.size) {
-        shorten(file);
+        shorten(tree, file);
     }
-    provider_.doSetLastModified(InodeTree::locationOf(file), fromDiskTime(file.attributes.modified));
+    provider_.doSetLastModified(tree.locationOf(file), fromDiskTime(file.attributes.modified));
 }
 
-/// What stays goes to a new file, which then takes the place of the old: a storage may keep the memory of a file that it
-/// shortens, and loses bytes when it fails midway.
-void FileContents::shorten(FileInode& file) {
-    if (file.isRemoved()) {
+/// Copies the bytes that stay to a new file, which then replaces the old one: a provider may keep the memory of a file
+/// that it truncates, and would lose bytes if it failed midway.
+void FileContents::shorten(const ExclusiveTree& tree, FileInode& file) {
+    if (tree.isRemoved(file)) {
         return;
     }
-    FolderInode& folder = *file.parent;
-    tree_.requireAttributes(folder);
+    FolderInode& folder = *tree.parentOf(file);
+    tree.loadAttributes(folder);
     auto held = guards_.hold(file);
-    const StorageIRI location = InodeTree::locationOf(file);
-    const LiftedFlag folderWritable(provider_, InodeTree::locationOf(folder), folder);
-    const LiftedFlag writable(provider_, location, file);
-    const StorageIRI shorter = InodeTree::locationOf(folder, unseenName);
+    const StorageIRI location = tree.locationOf(file);
+    const LiftedFlag folderWritable(provider_, tree, folder);
+    const LiftedFlag writable(provider_, tree, file);
+    const StorageIRI shorter = tree.locationOf(folder, unseenName);
     space_.require(file.attributes.size);
     try {
-        copyTo(shorter, file, held.streamOf(file));
+        copyTo(shorter, tree, file, held.streamOf(file));
         held.closeStreamOf(file);
         provider_.doMoveFile(shorter, location, ReplacementPolicy::ReplaceExisting);
     } catch (...) {
@@ -225,10 +224,10 @@ void FileContents::shorten(FileInode& file) {
     file.storedSize = file.attributes.size;
     file.zerosEnd = 0;
     provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
-    provider_.doSetLastModified(InodeTree::locationOf(folder), fromDiskTime(folder.attributes.modified));
+    provider_.doSetLastModified(tree.locationOf(folder), fromDiskTime(folder.attributes.modified));
 }
 
-/// A move that fails may have removed what it was to replace; then the copy is all that there is.
+/// A move that fails may have removed its target; then only the copy is left.
 void FileContents::keepOne(const StorageIRI& original, const StorageIRI& copy) const noexcept {
     try {
         if (provider_.doFileExists(original)) {
@@ -240,10 +239,11 @@ void FileContents::keepOne(const StorageIRI& original, const StorageIRI& copy) c
     }
 }
 
-/// Copies what programs see of the file.
-void FileContents::copyTo(const StorageIRI& destination, const FileInode& file, OpenStream& open) {
+/// Copies the file without its slack.
+void FileContents::copyTo(const StorageIRI& destination, const LockedTree& tree, const FileInode& file,
+                          OpenStream& open) {
     if (!open.serves(OpenStream::Access::ReadOnly)) {
-        open = this->open(file, OpenStream::Access::ReadOnly);
+        open = this->open(tree, file, OpenStream::Access::ReadOnly);
     }
     const auto copy =
         requireNonNull(provider_.doOpenStream(destination, {.content = ByteStreamContent::Empty}), "stream");
@@ -258,13 +258,13 @@ void FileContents::copyTo(const StorageIRI& destination, const FileInode& file, 
     copy->flush();
 }
 
-void FileContents::detach(FileInode& file) {
+void FileContents::detach(const ExclusiveTree& tree, FileInode& file) {
     auto held = guards_.hold(file);
     OpenStream last;
     try {
-        last = std::move(streamOf(file, held, OpenStream::Access::ReadWrite));
+        last = std::move(streamOf(tree, file, held, OpenStream::Access::ReadWrite));
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
-        // Without memory it is more important that something can be removed than that it can still be read.
+        // Out of memory, removing the file is more important than reading it afterwards.
     }
     held.closeStreamOf(file);
     file.lastStream = std::move(last);
@@ -277,7 +277,7 @@ void FileContents::attach(FileInode& file) {
     file.lastStream = OpenStream();
 }
 
-/// The file's guard, with its attributes known and its stream open.
+/// Acquires the file's guard, with its attributes known and its stream open.
 InodeGuards::Held FileContents::access(FileInode& file, OpenStream::Access access) {
     {
         auto held = guards_.hold(file);
@@ -285,31 +285,32 @@ InodeGuards::Held FileContents::access(FileInode& file, OpenStream::Access acces
             return held;
         }
     }
-    const std::shared_lock lock(tree_.lock());
+    const SharedTree tree(tree_);
     auto held = guards_.hold(file);
-    tree_.loadAttributes(file);
-    streamOf(file, held, access);
+    tree.loadAttributes(file, held);
+    streamOf(tree, file, held, access);
     return held;
 }
 
-OpenStream& FileContents::streamOf(FileInode& file, InodeGuards::Held& held, OpenStream::Access access) {
+OpenStream& FileContents::streamOf(const LockedTree& tree, FileInode& file, InodeGuards::Held& held,
+                                   OpenStream::Access access) {
     OpenStream& stream = held.streamOf(file);
     if (!stream.serves(access)) {
-        stream = open(file, access);
+        stream = open(tree, file, access);
     }
     return stream;
 }
 
-/// To a storage, opening for writing is a modification; to programs only writing is.
-OpenStream FileContents::open(const FileInode& file, OpenStream::Access access) {
+/// A provider stamps a file when it is opened for writing; programs expect that of a write only.
+OpenStream FileContents::open(const LockedTree& tree, const FileInode& file, OpenStream::Access access) {
     if (file.detached) {
         throw ErrnoError(EIO);
     }
-    const StorageIRI location = InodeTree::locationOf(file);
+    const StorageIRI location = tree.locationOf(file);
     if (access == OpenStream::Access::ReadOnly) {
         return {requireNonNull(provider_.doOpenReadOnlyStream(location), "stream"), access, 0};
     }
-    const LiftedFlag writable(provider_, location, file);
+    const LiftedFlag writable(provider_, tree, file);
     OpenStream opened{
         requireNonNull(provider_.doOpenStream(location, {.existence = ByteStreamExistence::MustExist}),
                        "stream"),

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/mount/InodeGuards.h"
-#include "host/mount/InodeTree.h"
+#include "host/mount/LockedTree.h"
 #include "host/mount/StorageSpace.h"
 
 #include <cstddef>
@@ -10,10 +10,11 @@
 
 namespace storage::host {
 
-/// Reads, writes and resizes files the way programs expect it, over streams that know nothing of gaps and of sizes.
+/// Reads, writes and resizes files the way programs expect it, through streams that support neither gaps nor truncation.
+/// A file may hold slack in the storage, see `FileInode`.
 ///
-/// Borrows provider, tree, guards and space. Offsets and sizes are in bytes.
-/// Thread safety: any number of threads.
+/// Borrows provider, tree, guards and space. Offsets and sizes are in bytes. Functions without a `LockedTree` acquire
+/// the locks themselves. Thread-safe.
 class FileContents {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -22,52 +23,52 @@ public:
     FileContents(const IProvider& provider, InodeTree& tree, InodeGuards& guards, StorageSpace& space)
         : provider_(provider), tree_(tree), guards_(guards), space_(space) {}
 
-    /// Reads what there is from `offset` on. Needs no lock.
-    /// @return number of bytes; fewer than asked for only at the end of the file
+    /// Reads from `offset` on.
+    /// @return number of bytes; fewer than requested only at the end of the file
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer);
 
-    /// Writes all of `bytes` at `offset`. Needs no lock.
+    /// Writes all of `bytes` at `offset`.
     /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
     void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
 
-    /// Makes the file at least `size` bytes long. Needs no lock.
+    /// Makes the file at least `size` bytes long.
     /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
-    void reach(FileInode& file, std::uint64_t size);
+    void ensureSize(FileInode& file, std::uint64_t size);
 
-    /// Gets ready for a file that is to grow to `size`, in steps between which others come in. What is left to be done
-    /// does not take long. Needs no lock.
+    /// Fills most of the slack that growing to `size` requires, in steps between which the locks are released, so that
+    /// `resize` does not hold them for long.
     /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
     void prepareToGrow(FileInode& file, std::uint64_t size);
 
-    /// Gives the file `size` bytes; what is new is zeros. Needs the tree's lock, shared, and the file's guard; its
-    /// attributes must be known.
+    /// Sets the size; new bytes are zeros. The attributes must be known.
     /// @throws ErrnoError ENOSPC when there is no room, with the file unchanged
-    void resize(FileInode& file, InodeGuards::Held& held, std::uint64_t size);
+    void resize(const LockedTree& tree, FileInode& file, InodeGuards::Held& held, std::uint64_t size);
 
-    /// Lets go of what the storage holds of a file beyond what programs see, when that is much. Needs no lock.
-    void shedRest(FileInode& file) noexcept;
+    /// Frees the file's slack in the storage if there is much of it.
+    void trimSlack(FileInode& file) noexcept;
 
-    /// Makes the storage hold what programs see, and no more, at the time that they see. Needs the tree's lock, alone.
-    void settle(FileInode& file);
+    /// Makes the storage hold what programs see: no slack, and the same time.
+    void settle(const ExclusiveTree& tree, FileInode& file);
 
-    /// Keeps the bytes of a file that is about to be removed within reach of the programs that have it open. Needs
-    /// the tree's lock, alone.
-    void detach(FileInode& file);
+    /// Keeps the bytes of a file that is about to be removed readable and writable for programs that have it open.
+    void detach(const ExclusiveTree& tree, FileInode& file);
 
-    /// Takes `detach` back: the file was not removed.
+    /// Undoes `detach`: the file was not removed.
     void attach(FileInode& file);
 
 private:
     InodeGuards::Held access(FileInode& file, OpenStream::Access access);
-    OpenStream& streamOf(FileInode& file, InodeGuards::Held& held, OpenStream::Access access);
-    OpenStream open(const FileInode& file, OpenStream::Access access);
+    OpenStream& streamOf(const LockedTree& tree, FileInode& file, InodeGuards::Held& held,
+                         OpenStream::Access access);
+    OpenStream open(const LockedTree& tree, const FileInode& file, OpenStream::Access access);
     template <typename Step>
     void growing(FileInode& file, const Step& step);
     void prepare(FileInode& file, std::uint64_t size);
-    bool hasMuchRest(const FileInode& file);
-    void shorten(FileInode& file);
+    bool hasMuchSlack(const FileInode& file);
+    void shorten(const ExclusiveTree& tree, FileInode& file);
     void keepOne(const StorageIRI& original, const StorageIRI& copy) const noexcept;
-    void copyTo(const StorageIRI& destination, const FileInode& file, OpenStream& open);
+    void copyTo(const StorageIRI& destination, const LockedTree& tree, const FileInode& file,
+                OpenStream& open);
     bool isFarFrom(const FileInode& file, std::uint64_t size);
     void requireRoom(const FileInode& file, std::uint64_t size);
 
@@ -77,16 +78,16 @@ private:
     StorageSpace& space_;
 };
 
-/// Detaches a file's bytes while its entry is being removed, and attaches them again unless that succeeds.
+/// Detaches a file's bytes while its entry is being removed, and attaches them again unless the removal succeeds.
 ///
-/// Borrows the contents. Needs the tree's lock, alone, as long as it lives. Thread safety: for one thread.
+/// Borrows the contents; the tree's lock must be held as long as the object lives. Not thread-safe.
 class KeptContent {
 public:
-    /// @param inode  the entry to be removed; a folder has no bytes
-    KeptContent(FileContents& contents, Inode& inode)
+    /// @param inode  the entry to be removed; nothing is done for a folder
+    KeptContent(FileContents& contents, const ExclusiveTree& tree, Inode& inode)
         : contents_(contents), file_(inode.isFolder() ? nullptr : &static_cast<FileInode&>(inode)) {
         if (file_ != nullptr) {
-            contents_.detach(*file_);
+            contents_.detach(tree, *file_);
         }
     }
     ~KeptContent() {
@@ -102,7 +103,7 @@ public:
 
 private:
     FileContents& contents_;
-    FileInode* file_;
+    FileInode* file_; ///< null if there is nothing to attach
 };
 
 } // namespace storage::host

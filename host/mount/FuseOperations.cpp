@@ -249,7 +249,7 @@ void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off
         if (mode != 0) {
             throw ErrnoError(EOPNOTSUPP);
         }
-        storageOf(request).reach(fileOf(request, number), static_cast<std::uint64_t>(offset + length));
+        storageOf(request).ensureSize(fileOf(request, number), static_cast<std::uint64_t>(offset + length));
     });
 }
 

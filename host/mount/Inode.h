@@ -31,8 +31,8 @@ struct EntryAttributes {
 /// kernel's reference count.
 ///
 /// Lives as long as its entry exists, so that its number stays the same, and on as long as the kernel refers to it.
-/// Name, parent and position are guarded by the tree's lock. The attributes are guarded by the inode's guard
-/// (`InodeGuards`); a change of the permissions requires the tree's lock too, shared.
+/// The place is guarded by the tree's lock and reached only through `LockedTree`, which holds it. The attributes are
+/// guarded by the inode's guard (`InodeGuards`); a change of the permissions requires the tree's lock too, shared.
 struct Inode {
     enum class Kind { File, Folder };
 
@@ -41,13 +41,9 @@ struct Inode {
     virtual ~Inode() = default;
 
     bool isFolder() const noexcept { return kind == Kind::Folder; }
-    bool isRemoved() const noexcept { return parent == nullptr && !name.empty(); }
 
     const Kind kind;
     const std::uint64_t number;               ///< shown by stat(2), never reused
-    std::u16string name;                      ///< empty for the root
-    FolderInode* parent = nullptr;            ///< null for the root and for removed entries
-    std::uint64_t position = 0;               ///< in the listing of the parent
     std::atomic<std::uint64_t> references{0}; ///< held by the kernel
 
     EntryAttributes attributes;
@@ -55,7 +51,21 @@ struct Inode {
 
 protected:
     Inode(Kind entryKind, std::u16string entryName, std::uint64_t entryNumber) noexcept
-        : kind(entryKind), number(entryNumber), name(std::move(entryName)) {}
+        : kind(entryKind), number(entryNumber), place_{std::move(entryName)} {}
+
+private:
+    friend class ChildTable;
+    friend class InodeTree;
+    friend class LockedTree;
+    friend class ExclusiveTree;
+
+    struct Place {
+        std::u16string name;           ///< empty for the root
+        FolderInode* parent = nullptr; ///< null for the root and for removed entries
+        std::uint64_t position = 0;    ///< in the listing of the parent
+    };
+
+    Place place_;
 };
 
 /// A stream of the provider, its access mode and its position. A move-only value.

@@ -3,28 +3,30 @@
 namespace storage::host {
 
 OpenStream& InodeGuards::Held::streamOf(FileInode& file) noexcept {
+    slot_->mutex.assertHeld();
     if (file.detached) {
         return file.lastStream;
     }
-    if (place_->file != &file) {
-        place_->open = OpenStream();
-        place_->file = &file;
+    if (slot_->file != &file) {
+        slot_->open = OpenStream();
+        slot_->file = &file;
     }
-    return place_->open;
+    return slot_->open;
 }
 
 void InodeGuards::Held::closeStreamOf(const FileInode& file) noexcept {
-    if (place_->file == &file) {
-        place_->open = OpenStream();
-        place_->file = nullptr;
+    slot_->mutex.assertHeld();
+    if (slot_->file == &file) {
+        slot_->open = OpenStream();
+        slot_->file = nullptr;
     }
 }
 
 void InodeGuards::closeStreams() {
-    for (Place& place : places_) {
-        const std::lock_guard lock(place.mutex);
-        place.open = OpenStream();
-        place.file = nullptr;
+    for (Slot& slot : slots_) {
+        const ScopedLock lock(slot.mutex);
+        slot.open = OpenStream();
+        slot.file = nullptr;
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/mount/Inode.h"
+#include "host/mount/Mutex.h"
 
 #include <array>
 #include <cstddef>
@@ -9,44 +10,43 @@
 namespace storage::host {
 
 /// Guards the attributes of inodes, and keeps streams open from one access of a file to the next: a fixed number of
-/// places that all inodes share, so that any number of known files takes a bounded number of locks and streams.
+/// slots that all inodes share, so that any number of known files takes a bounded number of locks and streams.
 ///
-/// Owns the streams. Lock order: the tree's lock, then one guard; nobody holds two guards.
-/// Thread safety: any number of threads.
+/// Owns the streams. No thread holds two guards; the lock order is in docs/architecture.md, "The mount". Thread-safe.
 class InodeGuards {
-    struct Place {
-        std::mutex mutex;
-        const FileInode* file = nullptr; ///< whose stream it is
-        OpenStream open;
+    struct Slot {
+        Mutex mutex;
+        const FileInode* file QZ_GUARDED_BY(mutex) = nullptr; ///< the owner of the stream
+        OpenStream open QZ_GUARDED_BY(mutex);
     };
 
 public:
-    /// An inode's guard, held.
+    /// An inode's guard, held. A function that requires the guard takes a `Held`.
     class Held {
     public:
-        /// The file's stream as it was kept for it, or one without a stream. Valid as long as the guard is held.
+        /// The stream that is kept for the file; an empty one if there is none. Valid as long as the guard is held.
         OpenStream& streamOf(FileInode& file) noexcept;
 
-        /// Closes the stream that is kept for the file, unless the file has been removed.
+        /// Closes the stream that is kept for the file, unless the file is detached.
         void closeStreamOf(const FileInode& file) noexcept;
 
     private:
         friend class InodeGuards;
-        explicit Held(Place& place) : lock_(place.mutex), place_(&place) {}
+        explicit Held(Slot& slot) : lock_(slot.mutex), slot_(&slot) {}
 
-        std::unique_lock<std::mutex> lock_;
-        Place* place_;
+        std::unique_lock<Mutex> lock_;
+        Slot* slot_;
     };
 
-    Held hold(const Inode& inode) { return Held(places_[inode.number % places_.size()]); }
+    Held hold(const Inode& inode) { return Held(slots_[inode.number % slots_.size()]); }
 
-    /// Closes every stream that is kept, but those of removed files.
+    /// Closes all streams that are kept here. Detached files have their own.
     void closeStreams();
 
 private:
-    static constexpr std::size_t placeCount = 256;
+    static constexpr std::size_t slotCount = 256;
 
-    std::array<Place, placeCount> places_;
+    std::array<Slot, slotCount> slots_;
 };
 
 } // namespace storage::host

@@ -2,22 +2,22 @@
 
 namespace storage::host {
 
-LiftedFlag::LiftedFlag(const IProvider& provider, const StorageIRI& iri, const Inode& inode)
+LiftedFlag::LiftedFlag(const IProvider& provider, const LockedTree& tree, const Inode& inode)
     : provider_(provider) {
     if (!inode.attributes.isWritable()) {
-        iri_ = iri;
-        provider_.doSetWritable(iri, true);
+        location_ = tree.locationOf(inode);
+        provider_.doSetWritable(*location_, true);
     }
 }
 
 LiftedFlag::~LiftedFlag() {
-    if (!iri_) {
+    if (!location_) {
         return;
     }
     try {
-        provider_.doSetWritable(*iri_, false);
+        provider_.doSetWritable(*location_, false);
     } catch (...) { // NOLINT(bugprone-empty-catch)
-        // The kernel goes by the inode's own permissions, which did not change.
+        // The kernel checks the permissions of the inode, which did not change.
     }
 }
 

@@ -1,15 +1,12 @@
 #pragma once
 
-#include "host/mount/AttributeChange.h"
-#include "host/mount/FileContents.h"
-#include "host/mount/InodeGuards.h"
-#include "host/mount/InodeTree.h"
+#include "host/mount/EntryChanges.h"
+#include "host/mount/MountedAttributes.h"
 #include "host/mount/StorageSpace.h"
 #include "host/support/Failure.h"
 
 #include <cstdint>
 #include <functional>
-#include <shared_mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,31 +15,27 @@
 
 namespace storage::host {
 
-/// A storage as a Linux file system: the operations that programs make through the kernel, told in terms of a
-/// provider's. What programs rely on and a provider does not have is bridged here and in the classes that this one is
-/// made of.
+/// A storage as a Linux file system: the operations that programs make through the kernel, in terms of those of a
+/// provider. What programs rely on and a provider lacks is implemented here and in the classes that this one is made of.
 ///
-/// Owns everything that the mount knows of the storage; borrows the provider, which nobody else changes meanwhile.
-/// Every entry belongs to the user who runs the program. Failures are what `errnoOfCurrentException` knows.
-///
-/// Thread safety: any number of threads.
+/// Owns everything that the mount knows of the storage; borrows the provider, which has no other user meanwhile.
+/// Failures are exceptions for `errnoOfCurrentException`. Thread-safe.
 class MountedStorage {
 public:
     using IProvider = foundation::storage::provider::IProvider;
     using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using Replacement = EntryChanges::Replacement;
 
-    /// An entry that has been looked up, to which the kernel now holds one more reference.
+    /// The result of a lookup. It counts as one more reference of the kernel.
     struct Found {
-        Inode* inode; ///< nothing when there is no such entry
+        Inode* inode; ///< null if there is no such entry
         struct stat status;
     };
 
-    enum class Replacement { Allowed, Refused };
     enum class ListingDetail { Names, Attributes };
 
-    /// Takes one entry of a listing. Of an entry whose name and kind alone are asked for, the status has kind and
-    /// number alone. @return whether it had room for the entry
+    /// Takes one entry of a listing. For `ListingDetail::Names` the status has the file type and the inode number only.
+    /// @return whether there was room for the entry
     using ListingVisitor =
         std::function<bool(const std::string& name, const Found& entry, std::uint64_t position)>;
 
@@ -52,25 +45,29 @@ public:
 
     Found lookUp(FolderInode& folder, std::string_view name);
 
-    /// The kernel has dropped references; with the last one to a removed entry its bytes go.
-    void release(Inode& inode, std::uint64_t references) { tree_.release(inode, references); }
+    /// The kernel drops references. The last one to a removed entry destroys the inode.
+    void release(Inode& inode, std::uint64_t references);
 
-    struct stat status(Inode& inode);
-    struct stat change(Inode& inode, const AttributeChange& change);
+    struct stat status(Inode& inode) {
+        return attributes_.status(inode);
+    }
+    struct stat change(Inode& inode, const AttributeChange& change) {
+        return attributes_.change(inode, change);
+    }
 
     Found makeFile(FolderInode& folder, std::string_view name, mode_t permissions);
     Found makeFolder(FolderInode& folder, std::string_view name, mode_t permissions);
     void removeFile(FolderInode& folder, std::string_view name);
     void removeFolder(FolderInode& folder, std::string_view name);
 
-    /// For everybody else the entry is at the one place or at the other, and a target that is replaced is there before
-    /// and after. Both names standing for one entry changes nothing.
+    /// Atomic for all other operations: the entry has either the old place or the new one, and the new name exists
+    /// throughout if it replaces an entry. Does nothing if both names are of one entry.
     void rename(FolderInode& folder, std::string_view name, FolderInode& newFolder, std::string_view newName,
                 Replacement replacement);
 
-    /// Visits the entries of a folder from a position on, "." and ".." at first, until the visitor has no more room.
-    /// With their attributes, each entry taken is one reference of the kernel's more, but "." and "..".
-    /// @param position  0, or what the visitor was given with the last entry it took
+    /// Visits the entries of a folder after a position, "." and ".." first, until the visitor has no more room. For
+    /// `ListingDetail::Attributes`, each entry taken except "." and ".." counts as one more reference of the kernel.
+    /// @param position  0, or the position of the last entry that was taken
     void list(FolderInode& folder, std::uint64_t position, ListingDetail detail, const ListingVisitor& visit);
 
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer) {
@@ -79,47 +76,32 @@ public:
     void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
         contents_.write(file, offset, bytes);
     }
-    void reach(FileInode& file, std::uint64_t size) { contents_.reach(file, size); }
+    void ensureSize(FileInode& file, std::uint64_t size) { contents_.ensureSize(file, size); }
 
     ProviderStorageInfo space() const { return space_.info(); }
 
-    /// For those who answer requests, to be given up while one is answered that can only make room.
+    /// To be released while a request is processed that cannot make the storage grow.
     MemoryReserve& reserve() noexcept { return space_.reserve(); }
 
-    /// The files that programs may be started from, as paths below the mount point.
+    /// The executable files, as paths below the mount point.
     std::vector<std::string> executables();
 
-    /// Makes the storage itself be what programs saw, when no more operations come.
-    /// @return the files of which that is not so: with bytes behind their end, or at another time
+    /// Makes the storage equal to what programs saw. Called at the end, after the last operation.
+    /// @return the files for which that failed: with slack after their end, or with another time
     std::vector<Failure> settle();
 
 private:
     Found makeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind, mode_t permissions);
-    void createIn(FolderInode& folder, Inode& inode, mode_t permissions);
-    Inode& requireChild(FolderInode& folder, const std::u16string& name, Inode::Kind kind);
-    Found refer(Inode& inode);
-    struct stat statusOf(Inode& inode);
-    struct stat show(const Inode& inode) const;
-    void move(Inode& source, FolderInode& folder, const std::u16string& name);
-    void moveFile(FileInode& file, const StorageIRI& destination);
-    template <typename Step>
-    void removing(Inode& inode, const Step& step);
-    struct stat apply(const AttributeChange& change, Inode& inode);
-    void setModified(Inode& inode, const timespec& time) const;
-    void setModifiedAnyway(Inode& inode, const timespec& time) const noexcept;
-    void setPermissions(Inode& inode, mode_t permissions) const;
-    void requireChangeable(const AttributeChange& change) const;
-    template <typename Visit>
-    void forEachKnownFile(const Visit& visit);
-    std::shared_lock<std::shared_mutex> lockComplete(FolderInode& folder);
+    void removeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind);
+    Found refer(const LockedTree& tree, Inode* inode);
+    void complete(FolderInode& folder);
 
-    const IProvider& provider_;
     InodeGuards guards_;
     InodeTree tree_;
     StorageSpace space_;
     FileContents contents_;
-    const uid_t owner_;
-    const gid_t group_;
+    MountedAttributes attributes_;
+    EntryChanges changes_;
 };
 
 } // namespace storage::host

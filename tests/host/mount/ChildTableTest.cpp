@@ -23,8 +23,8 @@ protected:
     static std::vector<std::u16string> namesAfter(const ChildTable& table, std::uint64_t position) {
         std::vector<std::u16string> names;
         for (const Inode* child = table.after(position); child != nullptr; child = table.after(position)) {
-            names.push_back(child->name);
-            position = child->position;
+            names.push_back(ChildTable::nameOf(*child));
+            position = ChildTable::positionOf(*child);
         }
         return names;
     }
@@ -56,18 +56,18 @@ TEST_F(ChildTableTest, ListsTheLastThatCameFirst) {
     add(table_, u"a");
     Inode& m = add(table_, u"m");
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"m", u"a", u"z"));
-    EXPECT_THAT(namesAfter(table_, m.position), ElementsAre(u"a", u"z"));
-    EXPECT_THAT(namesAfter(table_, z.position), IsEmpty());
+    EXPECT_THAT(namesAfter(table_, ChildTable::positionOf(m)), ElementsAre(u"a", u"z"));
+    EXPECT_THAT(namesAfter(table_, ChildTable::positionOf(z)), IsEmpty());
 }
 
 TEST_F(ChildTableTest, LeavesRoomForTwoPositionsInFront) {
-    EXPECT_GT(add(table_, u"a").position, 2U);
+    EXPECT_GT(ChildTable::positionOf(add(table_, u"a")), 2U);
 }
 
 TEST_F(ChildTableTest, AListingUnderWayDoesNotMeetWhatIsAdded) {
     Inode& first = add(table_, u"a");
     add(table_, u"b");
-    const std::uint64_t reached = table_.find(u"b")->position;
+    const std::uint64_t reached = ChildTable::positionOf(*table_.find(u"b"));
     add(table_, u"c");
     EXPECT_THAT(namesAfter(table_, reached), ElementsAre(u"a"));
     table_.remove(first);
@@ -79,10 +79,10 @@ TEST_F(ChildTableTest, AListingGoesOnWhereARemovedChildWas) {
     add(table_, u"a");
     Inode& b = add(table_, u"b");
     add(table_, u"c");
-    const std::uint64_t reached = b.position;
+    const std::uint64_t reached = ChildTable::positionOf(b);
     const std::unique_ptr<Inode> removed = table_.remove(b);
     EXPECT_EQ(removed.get(), &b);
-    EXPECT_EQ(removed->name, u"b");
+    EXPECT_EQ(ChildTable::nameOf(*removed), u"b");
     EXPECT_EQ(table_.find(u"b"), nullptr);
     EXPECT_THAT(namesAfter(table_, reached), ElementsAre(u"a"));
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"c", u"a"));
@@ -95,7 +95,7 @@ TEST_F(ChildTableTest, AChildMovesToAnotherTable) {
     add(other, u"x");
     move(table_, child, other, std::u16string(100, u'n'), other.newPosition());
     EXPECT_EQ(other.find(std::u16string(100, u'n')), &child);
-    EXPECT_EQ(child.name, std::u16string(100, u'n'));
+    EXPECT_EQ(ChildTable::nameOf(child), std::u16string(100, u'n'));
     EXPECT_EQ(table_.find(u"a"), nullptr);
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"stays"));
     EXPECT_THAT(namesAfter(other, 0), ElementsAre(std::u16string(100, u'n'), u"x"));
@@ -104,7 +104,7 @@ TEST_F(ChildTableTest, AChildMovesToAnotherTable) {
 TEST_F(ChildTableTest, AChildCanKeepItsPlaceUnderAnotherName) {
     Inode& child = add(table_, u"a");
     add(table_, u"b");
-    move(table_, child, table_, u"c", child.position);
+    move(table_, child, table_, u"c", ChildTable::positionOf(child));
     EXPECT_EQ(table_.find(u"c"), &child);
     EXPECT_EQ(table_.find(u"a"), nullptr);
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"c"));
@@ -114,7 +114,7 @@ TEST_F(ChildTableTest, AChildCanTakeThePlaceOfAnother) {
     Inode& replaced = add(table_, u"old");
     add(table_, u"b");
     Inode& child = add(table_, u"new");
-    const std::uint64_t position = replaced.position;
+    const std::uint64_t position = ChildTable::positionOf(replaced);
     table_.remove(replaced);
     move(table_, child, table_, u"old", position);
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"old"));
@@ -124,7 +124,7 @@ TEST_F(ChildTableTest, VisitsEveryChild) {
     add(table_, u"a");
     add(table_, u"b");
     std::vector<std::u16string> visited;
-    table_.forEach([&](const Inode& child) { visited.push_back(child.name); });
+    table_.forEach([&](const Inode& child) { visited.push_back(ChildTable::nameOf(child)); });
     EXPECT_THAT(visited, testing::UnorderedElementsAre(u"a", u"b"));
 }
 

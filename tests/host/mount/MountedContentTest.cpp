@@ -96,9 +96,9 @@ TEST_F(MountedContentTest, NoOldBytesComeBackWhenAFileGrowsAfterATruncation) {
 TEST_F(MountedContentTest, NoOldBytesComeBackByReaching) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
     mount_.resize(file, 60);
-    mount_.storage().reach(file, 50);
+    mount_.storage().ensureSize(file, 50);
     EXPECT_EQ(mount_.sizeOf(file), 60U) << "reaching never shortens";
-    mount_.storage().reach(file, 120);
+    mount_.storage().ensureSize(file, 120);
     EXPECT_EQ(mount_.bytesOf(file), pattern(100).substr(0, 60) + std::string(60, '\0'));
     expectStorageAsSeen();
 }
@@ -217,7 +217,7 @@ TEST_F(MountedContentTest, WithoutRoomAFileStaysAsItIs) {
     EXPECT_EQ(errnoOf([&] { mount.write(file, 2000, "x"); }), ENOSPC);
     EXPECT_EQ(errnoOf([&] { mount.write(file, 0, std::string(2000, 'x')); }), ENOSPC);
     EXPECT_EQ(errnoOf([&] { mount.resize(file, 2000); }), ENOSPC);
-    EXPECT_EQ(errnoOf([&] { mount.storage().reach(file, 2000); }), ENOSPC);
+    EXPECT_EQ(errnoOf([&] { mount.storage().ensureSize(file, 2000); }), ENOSPC);
     EXPECT_EQ(mount.bytesOf(file), "abc");
     EXPECT_EQ(mount.modifiedOf(file), longAgo);
     EXPECT_EQ(mount.storage().space().available, 10U);
@@ -255,7 +255,7 @@ TEST_F(MountedContentTest, MemoryThatRunsOutIsAFullStorage) {
         EXPECT_EQ(errnoOf([&] { mount_.resize(file, 2 * mebibyte + 4); }), number <= 3 ? ENOSPC : 0);
         EXPECT_EQ(mount_.bytesOf(file), "abc");
         count = 0;
-        EXPECT_EQ(errnoOf([&] { mount_.storage().reach(file, 2 * mebibyte + 4); }), ENOSPC);
+        EXPECT_EQ(errnoOf([&] { mount_.storage().ensureSize(file, 2 * mebibyte + 4); }), ENOSPC);
         EXPECT_EQ(mount_.bytesOf(file), "abc");
     }
     provider_.beforeWrite = [] {};

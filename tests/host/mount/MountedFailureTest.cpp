@@ -54,7 +54,7 @@ const std::vector<Use> uses{
     {"write", [](MountedTree& mount) { mount.write(mount.file("/f"), 2, "XYZ"); }},
     {"write to a read-only file", [](MountedTree& mount) { mount.write(mount.file("/r/fixed"), 2, "XYZ"); }},
     {"write behind the end", [](MountedTree& mount) { mount.write(mount.file("/f"), largeSize, "XYZ"); }},
-    {"reach", [](MountedTree& mount) { mount.storage().reach(mount.file("/f"), largeSize); }},
+    {"reach", [](MountedTree& mount) { mount.storage().ensureSize(mount.file("/f"), largeSize); }},
     {"grow", [](MountedTree& mount) { mount.resize(mount.file("/f"), largeSize); }},
     {"empty", [](MountedTree& mount) { mount.resize(mount.file("/f"), 0); }},
     {"shorten a little", [](MountedTree& mount) { mount.resize(mount.file("/f"), 30); }},

@@ -254,7 +254,7 @@ void MountedModelTest::truncate(const OpenFile& file) {
 
 void MountedModelTest::reach(const OpenFile& file) {
     const std::size_t size = upTo(file.entry->bytes.size() * 2);
-    mount_.storage().reach(*file.inode, size);
+    mount_.storage().ensureSize(*file.inode, size);
     file.entry->bytes.resize(std::max(size, file.entry->bytes.size()), '\0');
     mount_.setModified(*file.inode, longAgo);
     file.entry->modified = longAgo;

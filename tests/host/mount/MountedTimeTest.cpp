@@ -18,7 +18,7 @@ TEST_F(MountedTimeTest, OpeningForWritingIsNoModification) {
     FileInode& file = mount_.makeFile("/f", "abc");
     mount_.setModified(file, longAgo);
     mount_.storage().settle(); // closes the stream
-    mount_.storage().reach(file, 1);
+    mount_.storage().ensureSize(file, 1);
     EXPECT_EQ(mount_.modifiedOf(file), longAgo);
     EXPECT_EQ(stored("/f").modified, longAgoText);
 }

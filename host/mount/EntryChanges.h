@@ -1,0 +1,51 @@
+#pragma once
+
+#include "host/mount/FileContents.h"
+#include "host/mount/LockedTree.h"
+
+#include <string>
+#include <sys/types.h>
+
+namespace storage::host {
+
+/// Makes, removes and renames entries, in the storage and in the tree. A function that throws has changed nothing, except
+/// that an entry which the provider has removed nevertheless is removed from the tree too.
+///
+/// Borrows provider, guards, space and contents. Thread-safe; the tree's lock makes each function one step for all others.
+class EntryChanges {
+public:
+    using IProvider = foundation::storage::provider::IProvider;
+
+    enum class Replacement { Allowed, Refused };
+
+    EntryChanges(const IProvider& provider, InodeGuards& guards, StorageSpace& space, FileContents& contents)
+        : provider_(provider), guards_(guards), space_(space), contents_(contents) {}
+
+    /// @throws ErrnoError EEXIST, ENOSPC, ENOENT for a removed folder
+    Inode& make(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind, std::u16string name,
+                mode_t permissions);
+
+    /// @throws ErrnoError ENOENT, EISDIR, ENOTDIR
+    void remove(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind, const std::u16string& name);
+
+    /// Replaces an entry that has the new name. Does nothing if both names are of one entry.
+    /// @throws ErrnoError ENOENT, EEXIST, EINVAL, EISDIR, ENOTDIR
+    void rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, FolderInode& newFolder,
+                std::u16string newName, Replacement replacement);
+
+private:
+    using StorageIRI = foundation::storage::provider::StorageIRI;
+
+    void createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, mode_t permissions);
+    void move(const ExclusiveTree& tree, Inode& source, FolderInode& folder, const std::u16string& name);
+    void moveFile(const ExclusiveTree& tree, FileInode& file, const StorageIRI& destination);
+    template <typename Step>
+    void removing(ExclusiveTree& tree, Inode& inode, const Step& step);
+
+    const IProvider& provider_;
+    InodeGuards& guards_;
+    StorageSpace& space_;
+    FileContents& contents_;
+};
+
+} // namespace storage::host

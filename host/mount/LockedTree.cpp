@@ -1,0 +1,218 @@
+#include "host/mount/LockedTree.h"
+
+#include "host/disk/DiskEntry.h"
+#include "host/mount/EntryName.h"
+#include "host/support/FileTime.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
+
+#include <algorithm>
+
+namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
+using foundation::storage::provider::FileAttributes;
+using foundation::storage::provider::FolderAttributes;
+using foundation::storage::provider::FolderEntry;
+using foundation::storage::provider::requireNonNull;
+using foundation::storage::provider::StorageIRI;
+
+namespace {
+
+/// Providers keep the owner's write bit only. The other bits are those of most entries of a disk.
+constexpr mode_t filePermissions = 0644;
+constexpr mode_t folderPermissions = 0755;
+
+constexpr mode_t permissionsOf(mode_t usual, bool writable) {
+    return writable ? usual : usual & ~writeBits;
+}
+
+timespec programTime(const boost::posix_time::ptime& time) {
+    return time.is_special() ? timespec{} : toDiskTime(time);
+}
+
+std::u16string pathOf(const LockedTree& tree, const Inode& inode, std::u16string_view below) {
+    std::size_t length = below.empty() ? 0 : below.size() + 1;
+    for (const Inode* each = &inode; tree.parentOf(*each) != nullptr; each = tree.parentOf(*each)) {
+        length += tree.nameOf(*each).size() + 1;
+    }
+    std::u16string path(std::max<std::size_t>(length, 1), u'/');
+    std::size_t end = length;
+    const auto prepend = [&](std::u16string_view name) {
+        end -= name.size();
+        name.copy(path.data() + end, name.size());
+        --end; // the separator is there
+    };
+    if (!below.empty()) {
+        prepend(below);
+    }
+    for (const Inode* each = &inode; tree.parentOf(*each) != nullptr; each = tree.parentOf(*each)) {
+        prepend(tree.nameOf(*each));
+    }
+    return path;
+}
+
+void loadFile(FileInode& file, const FileAttributes& stored) {
+    const timespec modified = programTime(stored.getLastModified());
+    file.attributes = {permissionsOf(filePermissions, stored.isWritable()), stored.getSize(), modified,
+                       modified, modified};
+    file.storedSize = stored.getSize();
+}
+
+void loadFolder(FolderInode& folder, const FolderAttributes& stored) {
+    const timespec modified = programTime(stored.getLastModified());
+    folder.attributes = {permissionsOf(folderPermissions, stored.isWritable()), 0, modified, modified,
+                         modified};
+}
+
+} // namespace
+
+// NOLINTBEGIN(readability-convert-member-functions-to-static): see LockedTree
+
+StorageIRI LockedTree::locationOf(const Inode& inode) const {
+    return StorageIRI(pathOf(*this, inode, {}));
+}
+
+StorageIRI LockedTree::locationOf(const FolderInode& folder, std::u16string_view name) const {
+    return StorageIRI(pathOf(*this, folder, name));
+}
+
+std::string LockedTree::programPathOf(const Inode& inode) const {
+    std::string path;
+    for (const Inode* each = &inode; parentOf(*each) != nullptr; each = parentOf(*each)) {
+        path.insert(0, '/' + programNameOf(nameOf(*each)).value());
+    }
+    return path.substr(1);
+}
+
+bool LockedTree::isWithin(const Inode& inode, const FolderInode& folder) const noexcept {
+    const Inode* each = &inode;
+    while (each != nullptr && each != &folder) {
+        each = parentOf(*each);
+    }
+    return each != nullptr;
+}
+
+std::optional<Inode*> LockedTree::findKnown(const FolderInode& folder,
+                                            std::u16string_view name) const noexcept {
+    Inode* const child = folder.children_.find(name);
+    return child != nullptr || isComplete(folder) ? std::optional(child) : std::nullopt;
+}
+
+void LockedTree::loadAttributes(Inode& inode, const InodeGuards::Held&) const {
+    if (inode.attributesKnown) {
+        return;
+    }
+    if (inode.isFolder()) {
+        loadFolder(static_cast<FolderInode&>(inode),
+                   tree_.provider_.doGetFolderAttributes(locationOf(inode)));
+    } else {
+        loadFile(static_cast<FileInode&>(inode), tree_.provider_.doGetFileAttributes(locationOf(inode)));
+    }
+    inode.attributesKnown = true;
+}
+
+void LockedTree::loadAttributes(Inode& inode) const {
+    loadAttributes(inode, tree_.guards_.hold(inode));
+}
+
+Inode* ExclusiveTree::find(FolderInode& folder, std::u16string_view name) {
+    const auto known = findKnown(folder, name);
+    return known ? *known : ask(folder, name);
+}
+
+Inode* ExclusiveTree::ask(FolderInode& folder, std::u16string_view name) {
+    switch (tree_.provider_.doExistsExtended(locationOf(folder, name))) {
+    case EntryExistence::File:
+        return &add(folder, Inode::Kind::File, std::u16string(name));
+    case EntryExistence::Folder:
+        return &add(folder, Inode::Kind::Folder, std::u16string(name));
+    default:
+        return nullptr;
+    }
+}
+
+void ExclusiveTree::complete(FolderInode& folder) {
+    if (isComplete(folder)) {
+        return;
+    }
+    const auto listing = requireNonNull(tree_.provider_.doListAll(locationOf(folder)), "listing");
+    while (listing->hasNext()) {
+        listing->step();
+        const FolderEntry entry = listing->getEntry();
+        if (programNameOf(entry.getName()) && folder.children_.find(entry.getName()) == nullptr) {
+            add(folder,
+                entry.getType() == FolderEntry::EntryType::Folder ? Inode::Kind::Folder : Inode::Kind::File,
+                entry.getName());
+        }
+    }
+    folder.childrenComplete_ = true;
+}
+
+std::unique_ptr<Inode> ExclusiveTree::make(Inode::Kind kind, std::u16string name) {
+    tree_.mutex_.assertHeld();
+    if (kind == Inode::Kind::Folder) {
+        return std::make_unique<FolderInode>(std::move(name), tree_.nextNumber_++);
+    }
+    return std::make_unique<FileInode>(std::move(name), tree_.nextNumber_++);
+}
+
+Inode& ExclusiveTree::add(FolderInode& folder, Inode::Kind kind, std::u16string name) {
+    Inode& added = folder.children_.add(make(kind, std::move(name)));
+    added.place_.parent = &folder;
+    return added;
+}
+
+void ExclusiveTree::discard(Inode& inode) noexcept {
+    inode.place_.parent->children_.remove(inode);
+}
+
+ExclusiveTree::RemovedPlace ExclusiveTree::prepareRemoval(const Inode& inode) {
+    InodeTree::Removed place;
+    place.emplace(&inode, nullptr);
+    return place.extract(place.begin());
+}
+
+void ExclusiveTree::remove(Inode& inode, RemovedPlace place) noexcept {
+    tree_.mutex_.assertHeld();
+    place.mapped() = inode.place_.parent->children_.remove(inode);
+    inode.place_.parent = nullptr;
+    if (inode.references != 0) {
+        tree_.removed_.insert(std::move(place));
+    }
+}
+
+ExclusiveTree::RemovedPlace ExclusiveTree::takeRemoved(const Inode& inode) noexcept {
+    tree_.mutex_.assertHeld();
+    return tree_.removed_.extract(&inode);
+}
+
+/// A replacement takes the position of its target, an entry that stays in its folder keeps its own.
+std::uint64_t ExclusiveTree::prepareRename(const Inode& source, FolderInode& folder, const Inode* target) {
+    folder.children_.makeRoom();
+    if (target != nullptr) {
+        return positionOf(*target);
+    }
+    return parentOf(source) == &folder ? positionOf(source) : folder.children_.newPosition();
+}
+
+void ExclusiveTree::rename(Inode& source, FolderInode& folder, std::u16string name,
+                           std::uint64_t position) noexcept {
+    folder.children_.moveHere(parentOf(source)->children_, source, std::move(name), position);
+    source.place_.parent = &folder;
+}
+
+/// The storage has stamped the folder too, but by another clock.
+void ExclusiveTree::stamp(FolderInode& folder, const timespec& time) noexcept {
+    const auto held = tree_.guards_.hold(folder);
+    folder.attributes.modified = time;
+    folder.attributes.changed = time;
+    try {
+        tree_.provider_.doSetLastModified(locationOf(folder), fromDiskTime(time));
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+        // The change has been made; programs see the time that is kept here.
+    }
+}
+
+// NOLINTEND(readability-convert-member-functions-to-static)
+
+} // namespace storage::host

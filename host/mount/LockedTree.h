@@ -1,0 +1,164 @@
+#pragma once
+
+#include "host/mount/InodeTree.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace storage::host {
+
+// NOLINTBEGIN(readability-convert-member-functions-to-static): see LockedTree
+
+/// An inode tree with its lock held, shared or exclusive: names and places do not change. A function that requires the
+/// lock takes a `LockedTree`, one that requires it exclusively an `ExclusiveTree`.
+///
+/// Operations are members of an object, also where they do not use it: the object proves that the lock is held.
+/// Borrows the tree. Thread safety: one object is for one thread.
+class LockedTree {
+public:
+    using StorageIRI = foundation::storage::provider::StorageIRI;
+
+    LockedTree(const LockedTree&) = delete;
+    LockedTree& operator=(const LockedTree&) = delete;
+
+    bool isRemoved(const Inode& inode) const noexcept {
+        return inode.place_.parent == nullptr && !inode.place_.name.empty();
+    }
+    const std::u16string& nameOf(const Inode& inode) const noexcept { return inode.place_.name; }
+    std::uint64_t positionOf(const Inode& inode) const noexcept { return inode.place_.position; }
+
+    /// Null for the root and for removed entries.
+    FolderInode* parentOf(const Inode& inode) const noexcept { return inode.place_.parent; }
+
+    /// The storage's path of an entry that is not removed.
+    StorageIRI locationOf(const Inode& inode) const;
+    StorageIRI locationOf(const FolderInode& folder, std::u16string_view name) const;
+
+    /// The path below the mount point as programs spell it.
+    std::string programPathOf(const Inode& inode) const;
+
+    /// Whether the inode is the folder or anywhere below it.
+    bool isWithin(const Inode& inode, const FolderInode& folder) const noexcept;
+
+    /// The child of that name, or null if there is none; nothing if the provider has to be asked.
+    std::optional<Inode*> findKnown(const FolderInode& folder, std::u16string_view name) const noexcept;
+
+    /// Whether all children of the folder are known. That stays so.
+    bool isComplete(const FolderInode& folder) const noexcept {
+        return folder.childrenComplete_ || isRemoved(folder);
+    }
+
+    /// The next child of a listing after `position`, or null at its end.
+    Inode* childAfter(const FolderInode& folder, std::uint64_t position) const noexcept {
+        return folder.children_.after(position);
+    }
+
+    /// Calls `visit` with every known file that is not removed.
+    template <typename Visit>
+    void forEachKnownFile(const Visit& visit) const;
+
+    /// Asks the provider for an entry's attributes unless they are known.
+    /// @param held  the inode's guard
+    void loadAttributes(Inode& inode, const InodeGuards::Held& held) const;
+
+    /// As `loadAttributes`, acquires the guard itself.
+    void loadAttributes(Inode& inode) const;
+
+    /// The kernel drops `count` of its references.
+    /// @return whether that was the last to a removed entry, so that `takeRemoved` may take it
+    bool dropReferences(Inode& inode, std::uint64_t count) const noexcept {
+        return inode.references.fetch_sub(count) == count && isRemoved(inode);
+    }
+
+protected:
+    explicit LockedTree(InodeTree& tree) noexcept : tree_(tree) {}
+    ~LockedTree() = default;
+
+    InodeTree& tree_;
+};
+
+/// Holds the tree's lock, shared, as long as it lives.
+class QZ_SCOPED_CAPABILITY SharedTree final : public LockedTree {
+public:
+    explicit SharedTree(InodeTree& tree) QZ_ACQUIRE_SHARED(tree.mutex_) : LockedTree(tree) {
+        tree.mutex_.lockShared();
+    }
+    ~SharedTree() QZ_RELEASE() { tree_.mutex_.unlockShared(); }
+    SharedTree(const SharedTree&) = delete;
+    SharedTree& operator=(const SharedTree&) = delete;
+};
+
+/// Holds the tree's lock exclusively as long as it lives: the only way to change names and places.
+class QZ_SCOPED_CAPABILITY ExclusiveTree final : public LockedTree {
+public:
+    explicit ExclusiveTree(InodeTree& tree) QZ_ACQUIRE(tree.mutex_) : LockedTree(tree) { tree.mutex_.lock(); }
+    ~ExclusiveTree() QZ_RELEASE() { tree_.mutex_.unlock(); }
+    ExclusiveTree(const ExclusiveTree&) = delete;
+    ExclusiveTree& operator=(const ExclusiveTree&) = delete;
+
+    /// The child of that name, or null. Asks the provider unless the child is known.
+    Inode* find(FolderInode& folder, std::u16string_view name);
+
+    /// Asks the provider for all children of a folder.
+    void complete(FolderInode& folder);
+
+    /// Marks a folder that has just been created: it has no children.
+    void setEmpty(FolderInode& folder) noexcept { folder.childrenComplete_ = true; }
+
+    /// Adds an entry without attributes.
+    /// @throws std::bad_alloc with nothing changed
+    Inode& add(FolderInode& folder, Inode::Kind kind, std::u16string name);
+
+    /// Undoes an addition.
+    void discard(Inode& inode) noexcept;
+
+    using RemovedPlace = InodeTree::Removed::node_type;
+
+    /// Allocates what a removal requires, so that it cannot fail once the storage's entry is gone.
+    RemovedPlace prepareRemoval(const Inode& inode);
+
+    /// Takes an entry out of its folder.
+    void remove(Inode& inode, RemovedPlace place) noexcept;
+
+    /// Takes a removed entry without references out of the tree.
+    /// @return the inode, for the caller to destroy after the lock was released: a file may have many bytes
+    RemovedPlace takeRemoved(const Inode& inode) noexcept;
+
+    /// Allocates what a rename requires.
+    /// @param target  the entry that is replaced, null if there is none
+    /// @return the position that the entry takes in its new folder
+    std::uint64_t prepareRename(const Inode& source, FolderInode& folder, const Inode* target);
+
+    /// Moves an entry to a name that is free in `folder`.
+    /// @param position  as returned by `prepareRename`
+    void rename(Inode& source, FolderInode& folder, std::u16string name, std::uint64_t position) noexcept;
+
+    /// Sets the times of a folder, the attributes of which are known, after a change of its entries.
+    void stamp(FolderInode& folder, const timespec& time) noexcept;
+
+private:
+    Inode* ask(FolderInode& folder, std::u16string_view name);
+    std::unique_ptr<Inode> make(Inode::Kind kind, std::u16string name);
+};
+
+// NOLINTEND(readability-convert-member-functions-to-static)
+
+template <typename Visit>
+void LockedTree::forEachKnownFile(const Visit& visit) const {
+    std::vector<const FolderInode*> folders{&tree_.root()};
+    while (!folders.empty()) {
+        const FolderInode& folder = *folders.back();
+        folders.pop_back();
+        folder.children_.forEach([&](Inode& child) {
+            if (child.isFolder()) {
+                folders.push_back(&static_cast<FolderInode&>(child));
+            } else {
+                visit(static_cast<FileInode&>(child));
+            }
+        });
+    }
+}
+
+} // namespace storage::host

@@ -1,0 +1,155 @@
+#include "host/mount/MountedAttributes.h"
+
+#include "host/disk/DiskEntry.h"
+#include "host/mount/ErrnoError.h"
+#include "host/mount/KernelTime.h"
+#include "host/support/FileTime.h"
+
+#include <cerrno>
+#include <unistd.h>
+
+namespace storage::host {
+
+namespace {
+
+constexpr blksize_t preferredBlockSize = 4096; ///< bytes
+constexpr std::uint64_t statusBlock = 512;     ///< bytes, the unit of st_blocks
+
+/// To the resolution of the provider.
+timespec rounded(const timespec& time) {
+    return toDiskTime(fromDiskTime(time));
+}
+
+void requireFile(const Inode& inode) {
+    if (inode.isFolder()) {
+        throw ErrnoError(EISDIR);
+    }
+}
+
+/// Trims a file's slack at the end of the scope, also after an exception.
+class SlackTrimmer {
+public:
+    SlackTrimmer(FileContents& contents, FileInode& file) : contents_(contents), file_(file) {}
+    ~SlackTrimmer() { contents_.trimSlack(file_); }
+    SlackTrimmer(const SlackTrimmer&) = delete;
+    SlackTrimmer& operator=(const SlackTrimmer&) = delete;
+
+private:
+    FileContents& contents_;
+    FileInode& file_;
+};
+
+} // namespace
+
+MountedAttributes::MountedAttributes(const IProvider& provider, InodeTree& tree, InodeGuards& guards,
+                                     FileContents& contents)
+    : provider_(provider),
+      tree_(tree),
+      guards_(guards),
+      contents_(contents),
+      owner_(::geteuid()),
+      group_(::getegid()) {}
+
+struct stat MountedAttributes::status(Inode& inode) {
+    const SharedTree tree(tree_);
+    return statusOf(tree, inode);
+}
+
+struct stat MountedAttributes::statusOf(const LockedTree& tree, Inode& inode) {
+    const auto held = guards_.hold(inode);
+    tree.loadAttributes(inode, held);
+    return show(tree, inode, held);
+}
+
+struct stat MountedAttributes::identify(const Inode& inode) {
+    struct stat status {};
+    status.st_ino = inode.number;
+    status.st_mode = inode.isFolder() ? S_IFDIR : S_IFREG;
+    return status;
+}
+
+struct stat MountedAttributes::change(Inode& inode, const AttributeChange& change) {
+    requireChangeable(change);
+    if (!change.size) {
+        return apply(change, inode);
+    }
+    requireFile(inode);
+    auto& file = static_cast<FileInode&>(inode);
+    contents_.prepareToGrow(file, *change.size);
+    const SlackTrimmer trimmer(contents_, file); // of growth that failed, or of a truncation
+    return apply(change, inode);
+}
+
+/// A size that changes is a modification.
+struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode) {
+    const SharedTree tree(tree_);
+    auto held = guards_.hold(inode);
+    tree.loadAttributes(inode, held);
+    EntryAttributes& attributes = inode.attributes;
+    if (change.size && *change.size != attributes.size) {
+        contents_.resize(tree, static_cast<FileInode&>(inode), held, *change.size);
+        setModifiedAnyway(tree, inode, held, change.modified.value_or(kernelTime()));
+    } else if (change.modified) {
+        setModified(tree, inode, held, *change.modified);
+    }
+    if (change.permissions) {
+        setPermissions(tree, inode, held, *change.permissions & permissionBits);
+    }
+    attributes.accessed = change.accessed.value_or(attributes.accessed);
+    attributes.changed = change.changed.value_or(kernelTime());
+    return show(tree, inode, held);
+}
+
+/// The link count of a folder is 1, as in file systems that do not count subfolders.
+struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
+                                    const InodeGuards::Held&) const {
+    const EntryAttributes& attributes = inode.attributes;
+    struct stat status = identify(inode);
+    status.st_mode |= attributes.permissions;
+    status.st_nlink = tree.isRemoved(inode) ? 0 : 1;
+    status.st_uid = owner_;
+    status.st_gid = group_;
+    status.st_size = static_cast<off_t>(attributes.size);
+    status.st_blksize = preferredBlockSize;
+    status.st_blocks = static_cast<blkcnt_t>((attributes.size + statusBlock - 1) / statusBlock);
+    status.st_mtim = attributes.modified;
+    status.st_atim = attributes.accessed;
+    status.st_ctim = attributes.changed;
+    return status;
+}
+
+void MountedAttributes::setModified(const LockedTree& tree, Inode& inode, const InodeGuards::Held&,
+                                    const timespec& time) const {
+    if (!tree.isRemoved(inode)) {
+        provider_.doSetLastModified(tree.locationOf(inode), fromDiskTime(time));
+    }
+    inode.attributes.modified = rounded(time);
+}
+
+/// After a change that cannot be undone. If the provider refuses the time, `FileContents::settle` sets it at the end.
+void MountedAttributes::setModifiedAnyway(const LockedTree& tree, Inode& inode, const InodeGuards::Held& held,
+                                          const timespec& time) const noexcept {
+    try {
+        setModified(tree, inode, held, time);
+    } catch (...) {
+        inode.attributes.modified = rounded(time);
+    }
+}
+
+void MountedAttributes::setPermissions(const LockedTree& tree, Inode& inode, const InodeGuards::Held&,
+                                       mode_t permissions) const {
+    EntryAttributes changed = inode.attributes;
+    changed.permissions = permissions;
+    if (changed.isWritable() != inode.attributes.isWritable() && !tree.isRemoved(inode)) {
+        provider_.doSetWritable(tree.locationOf(inode), changed.isWritable());
+    }
+    inode.attributes = changed;
+}
+
+void MountedAttributes::requireChangeable(const AttributeChange& change) const {
+    if (change.owner.value_or(owner_) != owner_ || change.group.value_or(group_) != group_) {
+        throw ErrnoError(EPERM);
+    }
+}
+
+} // namespace storage::host

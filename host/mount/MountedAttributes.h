@@ -1,0 +1,64 @@
+#pragma once
+
+#include "host/mount/FileContents.h"
+#include "host/mount/LockedTree.h"
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+namespace storage::host {
+
+/// The attributes that a program sets on an entry. A value.
+struct AttributeChange {
+    std::optional<mode_t> permissions;
+    std::optional<std::uint64_t> size; ///< bytes
+    std::optional<timespec> modified;  ///< UTC
+    std::optional<timespec> accessed;
+    std::optional<timespec> changed;
+    std::optional<uid_t> owner;
+    std::optional<gid_t> group;
+};
+
+/// What programs see and set of an entry with stat(2), chmod(2), truncate(2) and utimensat(2). Every entry belongs to the
+/// user who runs the program.
+///
+/// Borrows provider, tree, guards and contents. Functions without a `LockedTree` acquire the locks themselves.
+/// Thread-safe.
+class MountedAttributes {
+public:
+    using IProvider = foundation::storage::provider::IProvider;
+
+    MountedAttributes(const IProvider& provider, InodeTree& tree, InodeGuards& guards,
+                      FileContents& contents);
+
+    struct stat status(Inode& inode);
+    struct stat statusOf(const LockedTree& tree, Inode& inode);
+
+    /// Inode number and file type only, which never change.
+    static struct stat identify(const Inode& inode);
+
+    struct stat change(Inode& inode, const AttributeChange& change);
+
+private:
+    struct stat apply(const AttributeChange& change, Inode& inode);
+    struct stat show(const LockedTree& tree, const Inode& inode, const InodeGuards::Held& held) const;
+    void setModified(const LockedTree& tree, Inode& inode, const InodeGuards::Held& held,
+                     const timespec& time) const;
+    void setModifiedAnyway(const LockedTree& tree, Inode& inode, const InodeGuards::Held& held,
+                           const timespec& time) const noexcept;
+    void setPermissions(const LockedTree& tree, Inode& inode, const InodeGuards::Held& held,
+                        mode_t permissions) const;
+    void requireChangeable(const AttributeChange& change) const;
+
+    const IProvider& provider_;
+    InodeTree& tree_;
+    InodeGuards& guards_;
+    FileContents& contents_;
+    const uid_t owner_;
+    const gid_t group_;
+};
+
+} // namespace storage::host

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "hostapi/ThreadSafetyAnnotations.h"
+
+#include <mutex>
+#include <shared_mutex>
+
+namespace storage::host {
+
+// The standard library's locks with the annotations of clang's thread-safety analysis, which libstdc++ does not have.
+
+class QZ_CAPABILITY("mutex") Mutex {
+public:
+    void lock() QZ_ACQUIRE() { mutex_.lock(); }
+    void unlock() QZ_RELEASE() { mutex_.unlock(); }
+
+    /// For functions that are called only while the mutex is held, where the analysis cannot see it.
+    void assertHeld() const noexcept QZ_ASSERT_CAPABILITY(this) {}
+
+private:
+    std::mutex mutex_;
+};
+
+class QZ_CAPABILITY("mutex") SharedMutex {
+public:
+    void lock() QZ_ACQUIRE() { mutex_.lock(); }
+    void unlock() QZ_RELEASE() { mutex_.unlock(); }
+    void lockShared() QZ_ACQUIRE_SHARED() { mutex_.lock_shared(); }
+    void unlockShared() QZ_RELEASE_SHARED() { mutex_.unlock_shared(); }
+
+    /// As `Mutex::assertHeld`, for an exclusive lock.
+    void assertHeld() const noexcept QZ_ASSERT_CAPABILITY(this) {}
+
+private:
+    std::shared_mutex mutex_;
+};
+
+/// Holds a mutex, or a shared mutex exclusively, as long as it lives.
+template <typename Lockable>
+class QZ_SCOPED_CAPABILITY ScopedLock {
+public:
+    explicit ScopedLock(Lockable& mutex) QZ_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+    ~ScopedLock() QZ_RELEASE() { mutex_.unlock(); }
+    ScopedLock(const ScopedLock&) = delete;
+    ScopedLock& operator=(const ScopedLock&) = delete;
+
+private:
+    Lockable& mutex_;
+};
+
+/// Holds a shared mutex, shared, as long as it lives.
+class QZ_SCOPED_CAPABILITY SharedScopedLock {
+public:
+    explicit SharedScopedLock(SharedMutex& mutex) QZ_ACQUIRE_SHARED(mutex) : mutex_(mutex) {
+        mutex_.lockShared();
+    }
+    ~SharedScopedLock() QZ_RELEASE() { mutex_.unlockShared(); }
+    SharedScopedLock(const SharedScopedLock&) = delete;
+    SharedScopedLock& operator=(const SharedScopedLock&) = delete;
+
+private:
+    SharedMutex& mutex_;
+};
+
+} // namespace storage::host
