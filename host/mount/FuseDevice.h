@@ -1,0 +1,38 @@
+#pragma once
+
+#include "host/mount/Event.h"
+#include "host/mount/FuseSession.h"
+#include "host/mount/MemoryReserve.h"
+#include "host/mount/Mutex.h"
+#include "host/mount/RequestDevice.h"
+
+namespace storage::host {
+
+/// The kernel's end of a mount: requests come from its descriptor, which does not block, and libfuse processes them.
+///
+/// Borrows the session and the reserve. While no memory is left, one request at a time may use the reserve; requests that
+/// make the storage grow may not. Thread-safe.
+class FuseDevice final : public RequestDevice {
+public:
+    /// @throws std::system_error
+    FuseDevice(const FuseSession& session, MemoryReserve& reserve);
+
+    bool hasEnded() const noexcept override;
+    void end() noexcept override;
+    Received receive(fuse_buf& request) override;
+    bool hasRequest() const override;
+    void waitForRequest() override;
+    bool isLong(const fuse_buf& request) const override;
+    void process(const fuse_buf& request) override;
+
+    /// Readable when the device has ended.
+    int endDescriptor() const noexcept { return ended_.descriptor(); }
+
+private:
+    fuse_session* const session_;
+    const Event ended_;        ///< `end` was called
+    SharedMutex reserveMutex_; ///< shared by requests that may allocate permanently
+    MemoryReserve& reserve_;
+};
+
+} // namespace storage::host

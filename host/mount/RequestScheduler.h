@@ -1,0 +1,56 @@
+#pragma once
+
+#include "host/mount/Mutex.h"
+#include "host/mount/RequestDevice.h"
+
+#include <chrono>
+#include <condition_variable>
+
+namespace storage::host {
+
+/// Decides which thread receives and processes the next request.
+///
+/// Most requests are short and come one after the other. The thread that processed the last one is the best to receive the
+/// next: waking another one takes longer than most requests. So one thread looks for requests as long as that is enough. It
+/// calls another one before it processes a long request, and when requests pile up. A thread that finds no request waits
+/// until it is called, unless no other thread looks for requests.
+///
+/// Borrows the device. Owns no thread and performs no I/O. Thread-safe.
+class RequestScheduler {
+public:
+    /// @param workers  number of threads that call `serve`
+    RequestScheduler(RequestDevice& device, unsigned workers);
+
+    /// Processes requests until the device has ended.
+    void serve(fuse_buf& request);
+
+    /// Ends the device and wakes all threads.
+    void stop() noexcept;
+
+    enum class Drained { Yes, No };
+
+    /// Waits until no request is processed and none is left, or until the device has ended.
+    /// @param longest  for programs that never stop making requests
+    Drained drain(std::chrono::milliseconds longest);
+
+private:
+    bool nextRequest(fuse_buf& request, unsigned& inARow);
+    RequestDevice::Received spinForRequest(fuse_buf& request);
+    void blockUntilRequest();
+    bool isQuiet() const QZ_REQUIRES(mutex_);
+    bool waitForCall();
+    void callOne() QZ_REQUIRES(mutex_);
+    void process(const fuse_buf& request);
+
+    RequestDevice& device_;
+    const unsigned workers_;
+    Mutex mutex_;
+    std::condition_variable_any called_;
+    std::condition_variable_any quiet_;          ///< `isQuiet` may have become true
+    bool blocked_ QZ_GUARDED_BY(mutex_) = false; ///< the only reader blocks in the device
+    unsigned readers_ QZ_GUARDED_BY(mutex_);     ///< threads that look for requests or process a short one
+    unsigned idle_ QZ_GUARDED_BY(mutex_) = 0;    ///< threads that wait to be called
+    unsigned calls_ QZ_GUARDED_BY(mutex_) = 0;   ///< calls that no thread has taken yet
+};
+
+} // namespace storage::host
