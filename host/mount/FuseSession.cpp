@@ -27,7 +27,9 @@ bool isMountOfFuse(const std::string& folder) {
 
 void refuseUnmountable(const std::string& mountPoint) {
     struct stat status {};
-    if (::stat(mountPoint.c_str(), &status) != 0) {
+    struct statfs system {
+    }; // asks the program of a mount, where the kernel remembers attributes of a dead one
+    if (::stat(mountPoint.c_str(), &status) != 0 || ::statfs(mountPoint.c_str(), &system) != 0) {
         const std::string advice = errno == ENOENT ? "there is no such folder; make it first"
                                    : errno == ENOTCONN
                                        ? "a mount whose program has gone is still there; take it "
@@ -78,7 +80,7 @@ FuseSession::FuseSession(MountedStorage& storage, const MountOptions& options) {
     if (!session_ || fuse_session_mount(session_.get(), options.mountPoint.c_str()) != 0) {
         throw CommandError(options.mountPoint, "cannot be mounted: " + errors.firstLine());
     }
-    place_ = MountPlace(options.mountPoint);
+    place_ = MountPlace(options.mountPoint, fuse_session_fd(session_.get()));
 }
 
 FuseSession::~FuseSession() {

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <fstream>
+#include <poll.h>
 #include <spawn.h>
 #include <sstream>
 #include <sys/mount.h>
@@ -59,9 +60,40 @@ void run(std::vector<std::string> words) {
     }
 }
 
+/// The path of what a descriptor refers to, whatever is at its name by now.
+std::string pathOf(const FileDescriptor& file) {
+    return fmt::format("/proc/self/fd/{}", file.number());
+}
+
+/// The path at which programs find the mount of a device; nothing when there is none, or something is mounted over it.
+std::optional<std::string> pathOfMount(dev_t device) {
+    const std::string wanted = fmt::format("{}:{}", major(device), minor(device));
+    std::ifstream mounts("/proc/self/mountinfo");
+    for (std::string line; std::getline(mounts, line);) {
+        std::istringstream fields(line);
+        std::string number;
+        std::string parent;
+        std::string lineDevice;
+        std::string root;
+        std::string path;
+        fields >> number >> parent >> lineDevice >> root >> path;
+        if (lineDevice == wanted && deviceAt(unescaped(path)) == device) {
+            return unescaped(path);
+        }
+    }
+    return std::nullopt;
+}
+
+/// Whether the kernel still sends requests: not after the mount has been taken away.
+bool isOpen(int connection) {
+    pollfd state{connection, POLLIN, 0};
+    return ::poll(&state, 1, 0) >= 0 && (state.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
+}
+
 } // namespace
 
-MountPlace::MountPlace(const std::string& path) : device_(deviceAt(path)) {}
+MountPlace::MountPlace(const std::string& path, int connection)
+    : device_(deviceAt(path)), connection_(connection) {}
 
 void MountPlace::raiseWriteBackLimit() const {
     std::ofstream(fmt::format("/sys/class/bdi/{}:{}/max_ratio", major(device_), minor(device_)))
@@ -69,8 +101,11 @@ void MountPlace::raiseWriteBackLimit() const {
 }
 
 bool MountPlace::writeBack() const {
-    const auto path = find();
-    const int folder = path ? ::open(path->c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
+    const auto root = open();
+    if (!root) {
+        return false;
+    }
+    const int folder = ::open(pathOf(*root).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) {
         return false;
     }
@@ -80,35 +115,30 @@ bool MountPlace::writeBack() const {
 }
 
 void MountPlace::takeAway() const {
-    const auto path = find();
-    if (!path) {
+    const auto root = open();
+    if (!root) {
         return;
     }
     if (::geteuid() == 0) {
-        ::umount2(path->c_str(), MNT_DETACH | UMOUNT_NOFOLLOW);
+        ::umount2(pathOf(*root).c_str(), MNT_DETACH);
     } else {
-        run({"fusermount3", "-u", "-q", "-z", "--", *path});
+        run({"fusermount3", "-u", "-q", "-z", "--", root->path()});
     }
 }
 
-/// The path at which programs find the mount now; nothing when it is gone, or something else is mounted over it.
-std::optional<std::string> MountPlace::find() const {
-    const std::string device = fmt::format("{}:{}", major(device_), minor(device_));
-    std::ifstream mounts("/proc/self/mountinfo");
-    std::string line;
-    while (std::getline(mounts, line)) {
-        std::istringstream fields(line);
-        std::string number;
-        std::string parent;
-        std::string lineDevice;
-        std::string root;
-        std::string path;
-        fields >> number >> parent >> lineDevice >> root >> path;
-        if (lineDevice == device && deviceAt(unescaped(path)) == device_) {
-            return unescaped(path);
-        }
+/// The root of the mount, under the path at which programs find it now. While the result exists, the mount keeps its device
+/// number; that it is this mount's is certain only if the connection is open after that.
+std::optional<FileDescriptor> MountPlace::open() const {
+    const auto path = pathOfMount(device_);
+    const int number = path ? ::open(path->c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC) : -1;
+    if (number < 0) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    auto root = FileDescriptor::adopt(number, *path);
+    if (deviceAt(pathOf(root)) != device_ || !isOpen(connection_)) {
+        return std::nullopt;
+    }
+    return root;
 }
 
 } // namespace storage::host

@@ -1,20 +1,26 @@
 #pragma once
 
+#include "host/disk/FileDescriptor.h"
+
 #include <optional>
 #include <string>
 #include <sys/types.h>
 
 namespace storage::host {
 
-/// Where a mount can be found as long as it is there: by its device, as folders above it may be renamed and other mounts
-/// made over it. A value.
+/// The mount of one connection to the kernel. Folders above it may be renamed and other mounts made over it, so it is found
+/// by its device.
+///
+/// The kernel gives the device number of a mount that is gone to the next one. So the number counts only while the
+/// connection is open: as long as it is, the device is this mount's. Borrows the connection. A value.
 class MountPlace {
 public:
     /// No mount.
     MountPlace() = default;
 
-    /// @param path  where the mount has just been made
-    explicit MountPlace(const std::string& path);
+    /// @param path        where the mount has just been made
+    /// @param connection  the descriptor of /dev/fuse that answers it
+    MountPlace(const std::string& path, int connection);
 
     /// Lets the kernel hold back more dirty pages of this mount than of untrusted mounts by default, so that programs and
     /// write-back work side by side instead of taking turns. Only root may set that; for other users nothing changes.
@@ -22,17 +28,18 @@ public:
 
     /// Makes the kernel send what programs have written. Somebody must be answering it meanwhile, and may still be when
     /// this returns.
-    /// @return whether the mount could be reached: not when something else is mounted over it
+    /// @return whether the mount could be reached: not when it is gone, or something else is mounted over it
     bool writeBack() const;
 
-    /// Takes the mount away, at once if nobody uses it, else from the eyes of programs that do not use it yet. Where
-    /// something else is mounted over it, it stays.
+    /// Unmounts this mount, at once if no program uses it, else lazily. Does nothing when it is gone already, or when
+    /// something else is mounted over it.
     void takeAway() const;
 
 private:
-    std::optional<std::string> find() const;
+    std::optional<FileDescriptor> open() const;
 
     dev_t device_ = 0;
+    int connection_ = -1;
 };
 
 } // namespace storage::host

@@ -306,6 +306,43 @@ TEST_F(MountingTest, AMountIsNotHiddenByAnother) {
     EXPECT_FALSE(isMounted());
 }
 
+TEST_F(MountingTest, AMountWhoseProgramIsGoneIsRefused) {
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        ::kill(process, SIGKILL);
+        ::waitid(P_PID, static_cast<id_t>(process), nullptr, WEXITED | WNOWAIT);
+        const ProgramRun second({"mount", mountPoint_}, "", limitTime);
+        EXPECT_EQ(second.status(), 1);
+        EXPECT_THAT(second.errors(), HasSubstr("a mount whose program has gone is still there"));
+        EXPECT_TRUE(unmount());
+        EXPECT_FALSE(isMounted()) << "another mount was made over the dead one";
+    });
+    EXPECT_EQ(run.status(), -SIGKILL);
+}
+
+/// The kernel gives the device number of a mount to the next one as soon as it is free.
+TEST_F(MountingTest, AtItsEndItLeavesMountsOfOthersAlone) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only a superuser may mount a tmpfs";
+    }
+    constexpr int count = 8; // in case another test takes the number meanwhile
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        ::kill(process, SIGSTOP);
+        int state = 0;
+        ::waitpid(process, &state, WUNTRACED);
+        EXPECT_TRUE(unmount());
+        for (int i = 0; i < count; ++i) {
+            const std::string other = disk_.makeFolder("other" + std::to_string(i));
+            EXPECT_EQ(::mount("none", other.c_str(), "tmpfs", 0, nullptr), 0);
+        }
+        ::kill(process, SIGCONT);
+    });
+    expectSuccess(run);
+    for (int i = 0; i < count; ++i) {
+        const std::string other = disk_ / ("other" + std::to_string(i));
+        EXPECT_EQ(::umount(other.c_str()), 0) << other << " is no mount any more";
+    }
+}
+
 TEST_F(MountingTest, GoesThereAndBack) {
     disk_.write("in/d/s/f", std::string(100'000, 'x'));
     disk_.write("in/ä😀", "name");
