@@ -7,6 +7,7 @@ const std::vector<RowKind>& rowKinds() {
         {"create", "ns", Better::Lower, 0, Rivals::Peers},
         {"attributes", "ns", Better::Lower, 0, Rivals::Peers},
         {"missing", "ns", Better::Lower, 0, Rivals::Peers},
+        {"create, write, release", "ns", Better::Lower, 0, Rivals::Peers},
         {"open, read, release", "ns", Better::Lower, 0, Rivals::Peers},
         {"open, overwrite, release", "ns", Better::Lower, 0, Rivals::Peers},
         {"append", "ns", Better::Lower, 1, Rivals::Peers},

@@ -22,8 +22,9 @@ std::uint64_t residentBytes() {
 
 } // namespace
 
-MemoryScenario::MemoryScenario(std::string variant, std::string namePrefix, std::uint32_t files)
-    : variant_(std::move(variant)), namePrefix_(std::move(namePrefix)), files_(files) {}
+MemoryScenario::MemoryScenario(std::string variant, std::string namePrefix, std::uint32_t files,
+                               std::size_t fileSize)
+    : variant_(std::move(variant)), namePrefix_(std::move(namePrefix)), files_(files), fileSize_(fileSize) {}
 
 void MemoryScenario::run(const StoreKind& kind, Measurements& measurements) const {
     PathList paths; // stays to the end, so that no store can use its memory again
@@ -32,16 +33,21 @@ void MemoryScenario::run(const StoreKind& kind, Measurements& measurements) cons
     }
     const auto store = kind.build();
     store->prepare(paths.all());
+    const std::string content(fileSize_, 'x');
     const std::uint64_t before = residentBytes();
     for (PathIndex file = 0; file < files_; ++file) {
-        store->createFile(file);
+        if (fileSize_ == 0) {
+            store->createFile(file);
+        } else {
+            store->createStream(file, fileSize_)->write(content.data(), fileSize_);
+        }
     }
     const std::uint64_t after = residentBytes();
     std::uint64_t found = 0;
     for (PathIndex file = 0; file < files_; ++file) {
-        found += store->exists(file) ? 1 : 0;
+        found += store->exists(file) && store->fileSize(file) == fileSize_ ? 1 : 0;
     }
-    expectEqual(found, files_, "the number of files");
+    expectEqual(found, files_, "the number of files of the right size");
     measurements.add({"memory", variant_}, static_cast<double>(after - before) / files_);
 }
 

@@ -2,19 +2,22 @@
 
 #include "benchmarks/scenarios/Scenario.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace storage::benchmark {
 
-/// Many empty files: how much the process grows for each of them.
+/// Many files of one size: how much the process grows for each of them.
 class MemoryScenario final : public Scenario {
 public:
     /// @param namePrefix  of the names of the files, which five digits follow
-    MemoryScenario(std::string variant, std::string namePrefix, std::uint32_t files);
+    /// @param fileSize  0 for empty files
+    MemoryScenario(std::string variant, std::string namePrefix, std::uint32_t files, std::size_t fileSize);
 
     std::string name() const override { return "memory-" + variant_; }
     bool suits(const StoreKind& kind) const override {
-        return kind.can(Ability::Create) && kind.can(Ability::LiveInProcess);
+        return kind.can(fileSize_ > 0 ? Ability::Write : Ability::Create) && kind.can(Ability::LiveInProcess);
     }
     void run(const StoreKind& kind, Measurements& measurements) const override;
 
@@ -22,6 +25,7 @@ private:
     std::string variant_;
     std::string namePrefix_;
     std::uint32_t files_;
+    std::size_t fileSize_;
 };
 
 } // namespace storage::benchmark

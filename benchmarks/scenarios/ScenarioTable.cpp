@@ -37,7 +37,8 @@ Scenarios fullTable() {
     add<RemovalScenario>(all, "100k", 100'000U);
     add<RemovalScenario>(all, "1M", 1'000'000U);
     add<TreeScenario>(all, 1'000U);
-    add<SmallFilesScenario>(all, 20'000U, 100'000U);
+    add<SmallFilesScenario>(all, "100-bytes", 100U, 100'000U, 400'000U);
+    add<SmallFilesScenario>(all, "4-KiB", 4096U, 20'000U, 100'000U);
     add<AppendScenario>(all, 1'000'000U);
     add<BigFileScenario>(all, "1MiB", mebibyte, gibibyte);
     add<BigFileScenario>(all, "16MiB", 16 * mebibyte, gibibyte);
@@ -46,8 +47,9 @@ Scenarios fullTable() {
     add<MoveFolderScenario>(all, "10k", 10'000U, 20U);
     add<MoveFolderScenario>(all, "100k", 100'000U, 4U);
     add<ThreadsScenario>(all, 0.4);
-    add<MemoryScenario>(all, "short-names", "f", 1'000'000U);
-    add<MemoryScenario>(all, "16-character-names", "entry-name-", 1'000'000U);
+    add<MemoryScenario>(all, "short-names", "f", 1'000'000U, 0U);
+    add<MemoryScenario>(all, "16-character-names", "entry-name-", 1'000'000U, 0U);
+    add<MemoryScenario>(all, "100-bytes", "f", 1'000'000U, 100U);
     return all;
 }
 
@@ -57,14 +59,16 @@ Scenarios shortTable() {
     add<FolderScenario>(all, "10k", 10'000U);
     add<RemovalScenario>(all, "1k", 1'000U);
     add<TreeScenario>(all, 100U);
-    add<SmallFilesScenario>(all, 1'000U, 10'000U);
+    add<SmallFilesScenario>(all, "100-bytes", 100U, 1'000U, 10'000U);
+    add<SmallFilesScenario>(all, "4-KiB", 4096U, 1'000U, 10'000U);
     add<AppendScenario>(all, 100'000U);
     add<BigFileScenario>(all, "1MiB", mebibyte, 16 * mebibyte);
     add<BigFileScenario>(all, "16MiB", 16 * mebibyte, 16 * mebibyte);
     add<MoveFolderScenario>(all, "1k", 1'000U, 20U);
     add<ThreadsScenario>(all, 0.05);
-    add<MemoryScenario>(all, "short-names", "f", 50'000U);
-    add<MemoryScenario>(all, "16-character-names", "entry-name-", 50'000U);
+    add<MemoryScenario>(all, "short-names", "f", 50'000U, 0U);
+    add<MemoryScenario>(all, "16-character-names", "entry-name-", 50'000U, 0U);
+    add<MemoryScenario>(all, "100-bytes", "f", 50'000U, 100U);
     return all;
 }
 

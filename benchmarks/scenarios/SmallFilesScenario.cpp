@@ -8,20 +8,22 @@
 
 #include <fmt/format.h>
 #include <memory>
+#include <numeric>
+#include <utility>
 #include <vector>
 
 namespace storage::benchmark {
 
 namespace {
 
-constexpr std::size_t fileSize = 4096;
+constexpr std::size_t blockSize = 4096;
 
 /// One run: the files, and what each of them holds.
 class SmallFilesRun {
 public:
-    SmallFilesRun(const StoreKind& kind, std::uint32_t files, std::uint32_t operations);
+    SmallFilesRun(const StoreKind& kind, std::size_t fileSize, std::uint32_t files, std::uint32_t operations);
 
-    void fill();
+    Timing fill();
     Timing read();
     Timing overwrite();
     void verify();
@@ -29,16 +31,18 @@ public:
 private:
     std::uint32_t fileOf(std::size_t operation) const { return order_[operation]; }
 
+    std::size_t fileSize_;
     std::vector<std::uint32_t> order_;   ///< the file of each operation
     std::vector<std::uint64_t> numbers_; ///< of the block that each file holds
     PathIndex first_ = 0;
-    PatternedBlock block_{4096};
-    AlignedBuffer buffer_{fileSize};
+    PatternedBlock block_{4096, blockSize};
+    AlignedBuffer buffer_{blockSize};
     std::unique_ptr<Store> store_;
 };
 
-SmallFilesRun::SmallFilesRun(const StoreKind& kind, std::uint32_t files, std::uint32_t operations)
-    : order_(randomOrder(operations)), numbers_(files), store_(kind.build()) {
+SmallFilesRun::SmallFilesRun(const StoreKind& kind, std::size_t fileSize, std::uint32_t files,
+                             std::uint32_t operations)
+    : fileSize_(fileSize), order_(randomOrder(operations)), numbers_(files), store_(kind.build()) {
     for (std::uint32_t& file : order_) {
         file %= files;
     }
@@ -51,24 +55,24 @@ SmallFilesRun::SmallFilesRun(const StoreKind& kind, std::uint32_t files, std::ui
     store_->prepare(paths.all());
 }
 
-void SmallFilesRun::fill() {
+Timing SmallFilesRun::fill() {
     store_->createFolder(0);
-    for (std::uint32_t file = 0; file < numbers_.size(); ++file) {
-        numbers_[file] = file;
-        store_->createStream(first_ + file, fileSize)->write(block_.stamped(file, fileSize), fileSize);
-        expectEqual(store_->fileSize(first_ + file), fileSize, "the size of a file");
-    }
+    std::iota(numbers_.begin(), numbers_.end(), 0);
+    return measure(numbers_.size(), withoutBudget, [&](std::size_t i) {
+        const auto file = static_cast<PathIndex>(i);
+        store_->createStream(first_ + file, fileSize_)->write(block_.stamped(file, fileSize_), fileSize_);
+    });
 }
 
 Timing SmallFilesRun::read() {
     std::uint64_t sum = 0;
     const Timing timing = measure(order_.size(), withoutBudget, [&](std::size_t i) {
-        store_->readFile(first_ + fileOf(i), buffer_.data(), fileSize);
+        store_->readFile(first_ + fileOf(i), buffer_.data(), fileSize_);
         sum += PatternedBlock::firstWord(buffer_.data());
     });
     std::uint64_t expected = 0;
     for (std::size_t i = 0; i < order_.size(); ++i) {
-        expected += PatternedBlock::firstWord(block_.stamped(numbers_[fileOf(i)], fileSize));
+        expected += PatternedBlock::firstWord(block_.stamped(numbers_[fileOf(i)], fileSize_));
     }
     expectEqual(sum, expected, "the sum of what was read");
     return timing;
@@ -77,7 +81,7 @@ Timing SmallFilesRun::read() {
 Timing SmallFilesRun::overwrite() {
     const std::uint64_t firstNumber = numbers_.size();
     const Timing timing = measure(order_.size(), withoutBudget, [&](std::size_t i) {
-        store_->overwriteFile(first_ + fileOf(i), block_.stamped(firstNumber + i, fileSize), fileSize);
+        store_->overwriteFile(first_ + fileOf(i), block_.stamped(firstNumber + i, fileSize_), fileSize_);
     });
     for (std::size_t i = 0; i < order_.size(); ++i) {
         numbers_[fileOf(i)] = firstNumber + i;
@@ -87,25 +91,29 @@ Timing SmallFilesRun::overwrite() {
 
 void SmallFilesRun::verify() {
     for (std::uint32_t file = 0; file < numbers_.size(); ++file) {
-        store_->readFile(first_ + file, buffer_.data(), fileSize);
-        expectTrue(block_.holds(buffer_.data(), numbers_[file], fileSize),
+        store_->readFile(first_ + file, buffer_.data(), fileSize_);
+        expectTrue(block_.holds(buffer_.data(), numbers_[file], fileSize_),
                    "a file has the bytes that it was given");
-        expectEqual(store_->fileSize(first_ + file), fileSize, "the size of a file");
+        expectEqual(store_->fileSize(first_ + file), fileSize_, "the size of a file");
     }
 }
 
 } // namespace
 
-SmallFilesScenario::SmallFilesScenario(std::uint32_t files, std::uint32_t operations)
-    : files_(files), operations_(operations) {}
+SmallFilesScenario::SmallFilesScenario(std::string variant, std::size_t fileSize, std::uint32_t files,
+                                       std::uint32_t operations)
+    : variant_(std::move(variant)), fileSize_(fileSize), files_(files), operations_(operations) {}
 
 void SmallFilesScenario::run(const StoreKind& kind, Measurements& measurements) const {
-    SmallFilesRun run(kind, files_, operations_);
-    run.fill();
-    measurements.addCost({"open, read, release", "4 KiB"}, run.read());
+    SmallFilesRun run(kind, fileSize_, files_, operations_);
+    const Timing filling = run.fill();
     run.verify();
+    if (kind.can(Ability::Write)) {
+        measurements.addCost({"create, write, release", variant_}, filling);
+    }
+    measurements.addCost({"open, read, release", variant_}, run.read());
     if (kind.can(Ability::OverwriteFile)) {
-        measurements.addCost({"open, overwrite, release", "4 KiB"}, run.overwrite());
+        measurements.addCost({"open, overwrite, release", variant_}, run.overwrite());
         run.verify();
     }
 }

@@ -2,20 +2,26 @@
 
 #include "benchmarks/scenarios/Scenario.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace storage::benchmark {
 
-/// Files of 4 KiB, each operation opening and releasing one of them.
+/// Small files of one size, each operation opening and releasing one of them.
 class SmallFilesScenario final : public Scenario {
 public:
-    SmallFilesScenario(std::uint32_t files, std::uint32_t operations);
+    /// @param variant  what the rows call the size
+    SmallFilesScenario(std::string variant, std::size_t fileSize, std::uint32_t files,
+                       std::uint32_t operations);
 
-    std::string name() const override { return "small-files"; }
+    std::string name() const override { return "small-files-" + variant_; }
     bool suits(const StoreKind& kind) const override { return kind.can(Ability::ReadFile); }
     void run(const StoreKind& kind, Measurements& measurements) const override;
 
 private:
+    std::string variant_;
+    std::size_t fileSize_;
     std::uint32_t files_;
     std::uint32_t operations_;
 };

@@ -21,7 +21,7 @@ public:
     /// The block with this number.
     const char* stamped(std::uint64_t number) { return stamped(number, size_); }
 
-    /// The first `count` bytes of the block with this number: a multiple of 8, at least 16.
+    /// The first `count` bytes of the block with this number, at least 16. The second stamp is their last whole word.
     const char* stamped(std::uint64_t number, std::size_t count);
 
     /// Whether `bytes` are the block with this number.
