@@ -4,7 +4,6 @@
 
 #include "hostapi/storage/provider/ByteStreamAppend.h"
 
-#include <atomic>
 #include <cstdint>
 #include <ios>
 #include <memory>
@@ -15,32 +14,32 @@ namespace storage::inmemoryprovider {
 
 /// A file.
 ///
-/// Shares its bytes with open streams and, after a move, with the node that took its place. The mutex that
-/// guards the bytes belongs to the bytes, not to the node: all who share them lock the same one. It is the
-/// last lock that any thread takes, and each operation holds it from start to end.
+/// Shares its bytes, and the mutex that guards them, with its open streams and, after a move, with the node that took
+/// its place: all nodes that share the bytes lock the same mutex. Each content operation holds it from start to end,
+/// access to the caller's position included. It is the last lock in the lock order.
 ///
-/// The bytes are made when they are first asked for or written: a file that stays empty takes no more memory than
-/// its node. Once made, the pointer to them never changes.
+/// Invariant: neither pointer is null, and neither changes after construction.
 ///
-/// Thread safety: every operation may be called from any number of threads; a position is its caller's own.
+/// Thread safety: every operation is thread-safe.
 class InMemoryFileEntry : public InMemoryEntry {
 public:
-    /// A file that shares the bytes of `content`, which is not null.
+    /// A file that shares the bytes of `content`, which is not null. To share them with another node, pass that node's
+    /// `mutex` too: without it, access through this node is not ordered with access by other holders of the bytes.
     InMemoryFileEntry(InMemoryEntryPath path, boost::posix_time::ptime lastModified, bool writable,
-                      std::shared_ptr<std::vector<std::uint8_t>> content);
+                      std::shared_ptr<std::vector<std::uint8_t>> content,
+                      std::shared_ptr<std::mutex> mutex = std::make_shared<std::mutex>());
 
-    /// A file of no bytes.
+    /// An empty file.
     InMemoryFileEntry(InMemoryEntryPath path, boost::posix_time::ptime lastModified, bool writable);
 
     /// In bytes.
     std::uint64_t getFileSize() const;
 
-    /// The bytes themselves, shared and not copied; never null. Who touches them has to exclude this file's operations.
-    /// @throws std::bad_alloc
-    std::shared_ptr<std::vector<std::uint8_t>> getContent();
+    /// The bytes themselves, shared and not copied; never null. Access to them requires `getMutex()`.
+    std::shared_ptr<std::vector<std::uint8_t>> getContent() { return content_; }
 
-    /// Whether there are bytes to share. Without, the file is empty.
-    bool hasContent() const noexcept;
+    /// The mutex that guards the bytes; never null.
+    std::shared_ptr<std::mutex> getMutex() const { return mutex_; }
 
     /// See readContent.
     long read(char* buffer, long count, unsigned long& position);
@@ -52,23 +51,14 @@ public:
     /// See seekContent.
     std::streampos seek(long offset, std::ios_base::seekdir direction, unsigned long& position);
 
-    /// Empties the file for all who share its bytes. The memory is kept for what is written next; nobody's
-    /// position changes.
+    /// Empties the file for all who share its bytes. Their capacity is kept; no position changes.
     void truncate();
 
 private:
     bool doIsFolder() const override;
 
-    /// Whether there are bytes, and if so, which mutex guards them: their own, or, when they were made elsewhere, one
-    /// chosen by their address.
-    enum class ContentState : std::uint8_t { None, Guarded, Foreign };
-
-    ContentState contentState() const noexcept { return contentState_.load(std::memory_order_acquire); }
-    std::mutex& contentMutex() const noexcept;
-    void makeContent();
-
-    std::atomic<ContentState> contentState_ = ContentState::None; ///< set once, after `content_`
     std::shared_ptr<std::vector<std::uint8_t>> content_;
+    std::shared_ptr<std::mutex> mutex_; ///< guards the bytes
 };
 
 } // namespace storage::inmemoryprovider

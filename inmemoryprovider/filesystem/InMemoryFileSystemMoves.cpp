@@ -5,7 +5,6 @@
 #include "inmemoryprovider/filesystem/SpinningLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
-#include <atomic>
 #include <new>
 #include <utility>
 #include <vector>
@@ -31,19 +30,12 @@ void requireOutside(const InMemoryEntryPath& target, const InMemoryEntryPath& so
     }
 }
 
-/// What takes the place of a file in the tree: a new node of the same flag that shares the bytes. Since the move began,
-/// the mutex of the file's folder must have been taken, so that no holder of the file escapes notice.
-std::shared_ptr<InMemoryFileEntry> makeSuccessor(const std::shared_ptr<InMemoryEntry>& entry,
-                                                 InMemoryEntryPath&& path,
+/// What takes the place of a file in the tree: a new node of the same flag that shares the bytes and their mutex.
+std::shared_ptr<InMemoryFileEntry> makeSuccessor(InMemoryEntry& entry, InMemoryEntryPath&& path,
                                                  const boost::posix_time::ptime& time) {
-    auto& file = static_cast<InMemoryFileEntry&>(*entry);
-    // A file without bytes has them made to be shared only if somebody but the tree can still write to the old node.
-    const bool heldByTreeAlone = entry.use_count() == 1;
-    std::atomic_thread_fence(std::memory_order_acquire); // all that the last other holder did is seen
-    if (heldByTreeAlone && !file.hasContent()) {
-        return std::make_shared<InMemoryFileEntry>(std::move(path), time, file.isWritable());
-    }
-    return std::make_shared<InMemoryFileEntry>(std::move(path), time, file.isWritable(), file.getContent());
+    auto& file = static_cast<InMemoryFileEntry&>(entry);
+    return std::make_shared<InMemoryFileEntry>(std::move(path), time, file.isWritable(), file.getContent(),
+                                               file.getMutex());
 }
 
 } // namespace
@@ -89,7 +81,6 @@ void InMemoryFileSystem::moveFileEntryImpl(const InMemoryEntryPath& source, cons
     auto& sourceParent = requireParent(source);
     auto& targetParent = requireParent(target);
     const auto file = requireFile(sourceParent, source); // it may have been the one that it was to replace
-    sourceParent.settleReaders();
     InMemoryFolderEntry::Children::node_type old;
     relinkFile(sourceParent, file, targetParent, InMemoryEntryPath(target), time, old);
 }
@@ -101,7 +92,7 @@ void InMemoryFileSystem::relinkFile(InMemoryFolderEntry& sourceParent, Child fil
     requireWritable(sourceParent);
     requireWritable(targetParent);
 
-    auto moved = makeSuccessor(file->second, std::move(target), time);
+    auto moved = makeSuccessor(*file->second, std::move(target), time);
     if (spare) {
         spare.key() = moved->path();
         spare.mapped() = std::move(moved);

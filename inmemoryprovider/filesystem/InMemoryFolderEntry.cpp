@@ -76,10 +76,6 @@ InMemoryFolderEntry::Children::node_type InMemoryFolderEntry::putChild(Children:
     return children_.insert(std::move(child));
 }
 
-void InMemoryFolderEntry::settleReaders() const noexcept {
-    const std::lock_guard lock(mutex_);
-}
-
 std::size_t InMemoryFolderEntry::expectEmptying() noexcept {
     const std::lock_guard lock(mutex_);
     children_.dropIndex();

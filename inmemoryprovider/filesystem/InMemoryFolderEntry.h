@@ -63,11 +63,7 @@ public:
     /// been taken, hands it back. Never fails.
     Children::node_type putChild(Children::node_type child) noexcept;
 
-    /// Returns when nobody is in the middle of a look-up here. Who got hold of a child before is then counted among its
-    /// holders, and who comes later knows of all that the caller has done before.
-    void settleReaders() const noexcept;
-
-    /// As `settleReaders`, and prepares the folder for all its children being taken out.
+    /// Prepares the folder for all its children being taken out.
     /// @return the number of children
     std::size_t expectEmptying() noexcept;
 

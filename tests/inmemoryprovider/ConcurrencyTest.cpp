@@ -1,5 +1,4 @@
 #include "inmemoryprovider/InMemoryProvider.h"
-#include "inmemoryprovider/access/ContentGuard.h"
 #include "tests/support/Answer.h"
 #include "tests/support/RunTogether.h"
 
@@ -29,7 +28,7 @@ TEST(Concurrency, lookingUpAFolderNeverWaitsForAnOperationOfTheTree) {
         const auto root = fileSystem.getFolderEntry(InMemoryEntryPath(u"/"));
         const auto file = root->getFileEntry(path);
         file->setLastModifiedTime(longAgo);
-        std::unique_lock held(static_cast<GuardedContent&>(*file->getContent()).mutex);
+        std::unique_lock held(*file->getMutex());
         // Stamps the file and then empties it, all of it with the tree locked. Once the stamp shows, the thread is
         // between the two, and cannot go on while the content is held.
         std::thread operation(

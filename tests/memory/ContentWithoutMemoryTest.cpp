@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <new>
 #include <string>
 #include <vector>
@@ -81,40 +82,36 @@ TEST(ContentWithoutMemory, staysAsItWasWhenThereIsNotEvenThat) {
     }
 }
 
-/// The content of a file is made at its first write.
-TEST(ContentWithoutMemory, aFirstWriteLeavesTheFileEmptyWhicheverAllocationFails) {
+/// Node, content and mutex are allocated when the file is made.
+TEST(ContentWithoutMemory, aNodeIsMadeWholeOrNotAtAll) {
     const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
+    std::shared_ptr<InMemoryFileEntry> file;
     std::size_t failures = 0;
-    for (;; ++failures) {
-        InMemoryFileEntry file(InMemoryEntryPath(u"/f"), someTime, true);
-        unsigned long position = 0;
+    for (; file == nullptr; ++failures) {
+        const FailingAllocation failure(failures);
         try {
-            const FailingAllocation failure(failures);
-            file.write("abc", 3, position, ByteStreamAppend::AppendAtEnd);
-            EXPECT_FALSE(failure.happened());
-            break;
+            file = std::make_shared<InMemoryFileEntry>(InMemoryEntryPath(u"/f"), someTime, true);
         } catch (const std::bad_alloc&) {
-            EXPECT_EQ(file.getFileSize(), 0U);
-            EXPECT_EQ(position, 0U);
-            EXPECT_EQ(file.write("abc", 3, position, ByteStreamAppend::AppendAtEnd), 3);
-            EXPECT_EQ(file.getFileSize(), 3U);
+            EXPECT_TRUE(failure.happened());
         }
     }
-    EXPECT_GT(failures, 1U);
+    EXPECT_GT(failures, 2U);
+    EXPECT_NE(file->getContent(), nullptr);
+    EXPECT_NE(file->getMutex(), nullptr);
 }
 
-TEST(ContentWithoutMemory, canBeAskedForAgainWhicheverAllocationFails) {
+TEST(ContentWithoutMemory, aFirstWriteLeavesTheFileEmptyWhenItsAllocationFails) {
     const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
     InMemoryFileEntry file(InMemoryEntryPath(u"/f"), someTime, true);
-    for (std::size_t allowed = 0; !file.hasContent(); ++allowed) {
-        const FailingAllocation failure(allowed);
-        try {
-            EXPECT_NE(file.getContent(), nullptr);
-        } catch (const std::bad_alloc&) {
-            EXPECT_FALSE(file.hasContent());
-        }
+    unsigned long position = 0;
+    {
+        const FailingAllocation failure(0);
+        EXPECT_THROW(file.write("abc", 3, position, ByteStreamAppend::AppendAtEnd), std::bad_alloc);
     }
-    EXPECT_EQ(file.getContent(), file.getContent());
+    EXPECT_EQ(file.getFileSize(), 0U);
+    EXPECT_EQ(position, 0U);
+    EXPECT_EQ(file.write("abc", 3, position, ByteStreamAppend::AppendAtEnd), 3);
+    EXPECT_EQ(file.getFileSize(), 3U);
 }
 
 } // namespace

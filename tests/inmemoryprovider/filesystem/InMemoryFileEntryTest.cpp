@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,41 +32,36 @@ protected:
     unsigned long position = 0;
 };
 
-TEST_F(InMemoryFileEntryTest, beginsEmptyWithContentOfItsOwn) {
+TEST_F(InMemoryFileEntryTest, beginsEmptyWithContentAndMutexOfItsOwn) {
+    InMemoryFileEntry other(path(), someTime, true);
     ASSERT_NE(file.getContent(), nullptr);
     EXPECT_TRUE(file.getContent()->empty());
     EXPECT_EQ(file.getFileSize(), 0U);
+    EXPECT_NE(file.getContent(), other.getContent());
+    EXPECT_NE(file.getMutex(), other.getMutex());
 }
 
-TEST_F(InMemoryFileEntryTest, isAnEmptyFileBeforeItHasContent) {
-    EXPECT_FALSE(file.hasContent());
-    EXPECT_EQ(file.getFileSize(), 0U);
-    char buffer = 'x';
-    EXPECT_EQ(file.read(&buffer, 1, position), -1);
-    EXPECT_EQ(file.read(&buffer, 0, position), -1);
-    EXPECT_EQ(file.read(&buffer, -1, position), -1);
-    EXPECT_EQ(buffer, 'x');
-    EXPECT_EQ(file.seek(0, std::ios_base::end, position), std::streampos(0));
-    EXPECT_EQ(file.seek(1, std::ios_base::beg, position), std::streampos(-1));
-    EXPECT_EQ(file.seek(-1, std::ios_base::cur, position), std::streampos(-1));
-    file.truncate();
-    EXPECT_EQ(position, 0U);
-    EXPECT_FALSE(file.hasContent()) << "none of these needs any";
+TEST_F(InMemoryFileEntryTest, keepsContentAndMutexAliveEachByItself) {
+    auto dropped = std::make_unique<InMemoryFileEntry>(path(), someTime, true);
+    dropped->write("abc", 3, position, ByteStreamAppend::AppendAtEnd);
+    const auto mutex = dropped->getMutex();
+    auto content = dropped->getContent();
+    dropped.reset();
+    EXPECT_EQ(content->size(), 3U);
+    content.reset();
+    const std::lock_guard lock(*mutex);
 }
 
-TEST_F(InMemoryFileEntryTest, leavesAPositionBehindTheEndWhereItIsBeforeItHasContent) {
-    position = 7;
-    char buffer = 0;
-    EXPECT_EQ(file.read(&buffer, 1, position), -1);
-    EXPECT_EQ(file.seek(0, std::ios_base::cur, position), std::streampos(-1));
-    EXPECT_EQ(position, 7U);
-    EXPECT_EQ(file.seek(-7, std::ios_base::cur, position), std::streampos(0));
+TEST_F(InMemoryFileEntryTest, hasAMutexOfItsOwnForBytesGivenAlone) {
+    const auto content = std::make_shared<std::vector<std::uint8_t>>(3);
+    InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, content);
+    EXPECT_EQ(other.getContent(), content);
+    ASSERT_NE(other.getMutex(), nullptr);
+    EXPECT_EQ(other.getFileSize(), 3U);
 }
 
-TEST_F(InMemoryFileEntryTest, keepsTheContentThatWasAskedForFirst) {
+TEST_F(InMemoryFileEntryTest, keepsItsContent) {
     const auto content = file.getContent();
-    ASSERT_NE(content, nullptr);
-    EXPECT_TRUE(file.hasContent());
     file.write("abc", 3, position, ByteStreamAppend::WriteAtPosition);
     file.truncate();
     file.write("d", 1, position, ByteStreamAppend::AppendAtEnd);
@@ -73,47 +69,28 @@ TEST_F(InMemoryFileEntryTest, keepsTheContentThatWasAskedForFirst) {
     EXPECT_EQ(bytes(file), "d");
 }
 
-TEST_F(InMemoryFileEntryTest, keepsTheContentThatWasMadeByTheFirstWrite) {
-    file.write("abc", 3, position, ByteStreamAppend::WriteAtPosition);
-    EXPECT_TRUE(file.hasContent());
-    EXPECT_EQ(bytes(file), "abc");
-    EXPECT_EQ(file.getContent(), file.getContent());
-}
-
-TEST_F(InMemoryFileEntryTest, hasContentFromTheBeginningWhenItIsGivenSome) {
-    const InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent());
-    EXPECT_TRUE(other.hasContent());
-}
-
-TEST_F(InMemoryFileEntryTest, givesTheSameContentToAllWhoAskForItAtOnce) {
-    for (int round = 0; round < 500; ++round) {
-        InMemoryFileEntry asked(path(), someTime, true);
-        std::array<std::shared_ptr<std::vector<std::uint8_t>>, 2> contents;
-        tests::runTogether(
-            {[&] { contents[0] = asked.getContent(); }, [&] { contents[1] = asked.getContent(); }});
-        ASSERT_NE(contents[0], nullptr);
-        ASSERT_EQ(contents[0], contents[1]);
-        ASSERT_EQ(asked.getContent(), contents[0]);
-    }
-}
-
-TEST_F(InMemoryFileEntryTest, losesNoByteOfTwoFirstWritesAtOnce) {
-    for (int round = 0; round < 500; ++round) {
-        InMemoryFileEntry written(path(), someTime, true);
-        std::uint64_t seen = 0;
-        const auto append = [&] {
-            unsigned long own = 0;
-            written.write("x", 1, own, ByteStreamAppend::AppendAtEnd);
-        };
-        const auto look = [&] {
-            char buffer = 0;
-            unsigned long own = 0;
-            seen = written.getFileSize();
-            const long count = written.read(&buffer, 1, own);
-            EXPECT_TRUE(count == 1 ? buffer == 'x' : seen == 0 && count == -1);
-        };
-        tests::runTogether({append, append, look});
-        ASSERT_EQ(bytes(written), "xx");
+/// One position shared by two threads, on an empty file: whichever operation is first, the position ends
+/// behind the bytes.
+TEST_F(InMemoryFileEntryTest, excludesAccessToASharedPosition) {
+    using Operation = void (*)(InMemoryFileEntry&, unsigned long&);
+    const Operation seekToEnd = [](InMemoryFileEntry& entry, unsigned long& shared) {
+        entry.seek(0, std::ios_base::end, shared);
+    };
+    const Operation readSome = [](InMemoryFileEntry& entry, unsigned long& shared) {
+        std::array<char, 4> buffer{};
+        entry.read(buffer.data(), 4, shared);
+    };
+    const Operation appendNothing = [](InMemoryFileEntry& entry, unsigned long& shared) {
+        entry.write("", 0, shared, ByteStreamAppend::AppendAtEnd);
+    };
+    for (const auto other : {seekToEnd, readSome, appendNothing}) {
+        for (int round = 0; round < 500; ++round) {
+            InMemoryFileEntry written(path(), someTime, true);
+            unsigned long shared = 0;
+            tests::runTogether({[&] { written.write("abcd", 4, shared, ByteStreamAppend::WriteAtPosition); },
+                                [&] { other(written, shared); }});
+            ASSERT_EQ(shared, 4U);
+        }
     }
 }
 
@@ -171,18 +148,10 @@ void appendFromTwoThreads(InMemoryFileEntry& first, InMemoryFileEntry& second, i
     other.join();
 }
 
-TEST_F(InMemoryFileEntryTest, excludesTheEntryThatSharesItsBytes) {
-    InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent());
+TEST_F(InMemoryFileEntryTest, excludesTheEntryThatSharesItsBytesAndMutex) {
+    InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent(), file.getMutex());
     appendFromTwoThreads(file, other, 20000);
     EXPECT_EQ(file.getFileSize(), 40000U);
-}
-
-TEST_F(InMemoryFileEntryTest, excludesTheEntryThatSharesBytesMadeElsewhere) {
-    const auto content = std::make_shared<std::vector<std::uint8_t>>();
-    InMemoryFileEntry one(InMemoryEntryPath(u"/g"), someTime, true, content);
-    InMemoryFileEntry two(InMemoryEntryPath(u"/h"), someTime, true, content);
-    appendFromTwoThreads(one, two, 20000);
-    EXPECT_EQ(content->size(), 40000U);
 }
 
 } // namespace
