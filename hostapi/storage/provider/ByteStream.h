@@ -20,6 +20,8 @@ public:
     virtual ~ByteStream();
 
     /// Copies bytes from the position on into `buffer` and moves the position behind them.
+    /// @pre `count` >= 0. A provider need not check: given a negative count, it may copy everything that is left of the
+    ///      file, past the end of `buffer`.
     /// @param buffer  room for `count` bytes
     /// @param count   number of bytes wanted
     /// @return number of bytes copied, at least 1; -1 when there is none (end of file, or `count` is 0)
@@ -27,6 +29,7 @@ public:
 
     /// Writes `count` bytes at the position, or at the end for a stream opened to append, and moves the
     /// position behind them. The file grows as needed.
+    /// @pre `count` >= 0. A provider need not check: given a negative count, it may read past the end of `buffer`.
     /// @param buffer  `count` bytes
     /// @param count   number of bytes
     /// @return `count`
