@@ -192,7 +192,7 @@ TEST_F(ContentIOTest, smallAppendsReallocateRarely) {
 /// Bytes of which no two neighbouring blocks are equal.
 const std::vector<std::uint8_t>& somePattern() {
     static const auto pattern = [] {
-        std::vector<std::uint8_t> bytes(10U << 20U);
+        std::vector<std::uint8_t> bytes(18U << 20U);
         std::uint32_t state = 1;
         for (auto& byte : bytes) {
             state = state * 1'664'525U + 1'013'904'223U;
@@ -226,18 +226,19 @@ constexpr std::size_t mebibyte = 1U << 20U;
 TEST(LargeContent, keepsAllBytesWhileItGrowsByBlocks) {
     for (const std::size_t block : {4'096U, 65'536U, 65'537U, 700'001U}) {
         SCOPED_TRACE(block);
-        expectKeptWhileGrowing(9 * mebibyte + 5, block);
+        expectKeptWhileGrowing(17 * mebibyte + 5, block);
     }
 }
 
-/// From here on contents grow generously.
-constexpr std::size_t border = 2 * mebibyte;
-
-TEST(LargeContent, keepsAllBytesOfSizesAroundTheBorder) {
-    for (const std::size_t size : {border - 1, border, border + 1, 2 * border, 2 * border + 1}) {
-        for (const std::size_t block : {std::size_t{1000}, border - 1, border, border + 1, size}) {
-            SCOPED_TRACE(testing::Message() << size << " bytes by " << block);
-            expectKeptWhileGrowing(size, block);
+/// Where contents begin to grow generously, to have their old pages freed early, and to be on huge pages.
+TEST(LargeContent, keepsAllBytesOfSizesAroundTheThresholds) {
+    for (const std::size_t threshold : {mebibyte / 4, 2 * mebibyte, 8 * mebibyte}) {
+        for (const std::size_t size : {threshold - 1, threshold, threshold + 1, 2 * threshold + 1}) {
+            for (const std::size_t block :
+                 {std::size_t{1000}, threshold - 1, threshold, threshold + 1, size}) {
+                SCOPED_TRACE(testing::Message() << size << " bytes by " << block);
+                expectKeptWhileGrowing(size, block);
+            }
         }
     }
 }

@@ -1,0 +1,118 @@
+#include "inmemoryprovider/access/ContentGrowth.h"
+
+#include "inmemoryprovider/access/ContentPages.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <new>
+
+namespace storage::inmemoryprovider {
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// From this size on, the copying that growth brings costs more than address space does.
+constexpr std::size_t generousFrom = 256U << 10U;
+
+/// Capacity grows eightfold from there on. The part that is not written yet takes addresses only, and all copying sums up
+/// to between 1/7 and 8/7 of the size, where doubling copies one to two times the size.
+constexpr std::size_t generousGrowth = 8;
+
+/// Smaller blocks are not worth the system calls that free their pages early.
+constexpr std::size_t freedEarlyFrom = 2U << 20U;
+
+/// Bytes are appended in blocks that fit a core's cache: a page is still there when it is overwritten after the kernel
+/// cleared it.
+constexpr std::size_t blockSize = 256U << 10U;
+
+/// Shorter appends cause few page faults, or none.
+constexpr std::size_t populatedFrom = 16U << 10U;
+
+bool addressSpaceIsLimited() noexcept {
+    rlimit limit{};
+    return ::getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+}
+
+std::size_t leastCapacityFor(const Bytes& content, std::size_t needed) {
+    const std::size_t most = content.max_size();
+    return std::max(content.capacity() > most / 2 ? most : content.capacity() * 2, needed);
+}
+
+/// Reserves generously where addresses abound, else the least that keeps appending amortized O(1).
+void reserveFor(Bytes& grown, const Bytes& content, std::size_t needed) {
+    if (needed < content.max_size() / generousGrowth && !addressSpaceIsLimited()) {
+        try {
+            grown.reserve(std::max(content.capacity() * generousGrowth, needed));
+            return;
+        } catch (const std::bad_alloc&) {
+            // More than the system commits to.
+        }
+    }
+    grown.reserve(leastCapacityFor(content, needed));
+}
+
+/// Requires the capacity.
+void appendInBlocks(Bytes& content, const std::uint8_t* bytes, std::size_t count) noexcept {
+    const bool isLarge = content.capacity() >= generousFrom;
+    for (const std::uint8_t* const end = bytes + count; bytes < end;) {
+        const std::size_t block = std::min(static_cast<std::size_t>(end - bytes), blockSize);
+        if (isLarge && block >= populatedFrom) {
+            populatePages(content.data() + content.size(), block);
+        }
+        content.insert(content.end(), bytes, bytes + block);
+        bytes += block;
+    }
+}
+
+/// Appends the bytes of `old`, and frees its pages as they are copied. Requires the capacity. Nothing can fail here: once
+/// the first page is freed, `old` is of no use.
+void takeOver(Bytes& content, Bytes& old) noexcept {
+    const bool isFreedEarly = old.capacity() >= freedEarlyFrom;
+    for (std::size_t copied = 0; copied < old.size();) {
+        std::uint8_t* const bytes = old.data() + copied;
+        const std::size_t block = std::min(leftInHugePage(bytes), old.size() - copied);
+        appendInBlocks(content, bytes, block);
+        if (isFreedEarly) {
+            freePages(bytes, block);
+        }
+        copied += block;
+    }
+}
+
+/// Makes room for `added` bytes.
+void growFor(Bytes& content, std::size_t added) {
+    if (added > content.max_size() - content.size()) {
+        content.reserve(content.max_size() + 1); // throws std::length_error
+    }
+    const std::size_t needed = content.size() + added;
+    if (needed <= content.capacity()) {
+        return;
+    }
+    if (needed < generousFrom) {
+        content.reserve(leastCapacityFor(content, needed));
+        return;
+    }
+    Bytes grown;
+    reserveFor(grown, content, needed);
+    const std::size_t hugeOffset = needed >= hugePagesFrom ? 0 : std::min(hugePagesFrom, grown.capacity());
+    adviseHugePages(grown.data() + hugeOffset, grown.capacity() - hugeOffset);
+    // Nothing can fail from here on.
+    takeOver(grown, content);
+    content.swap(grown);
+}
+
+} // namespace
+
+void appendBytes(Bytes& content, const std::uint8_t* bytes, std::size_t count) {
+    growFor(content, count);
+    appendInBlocks(content, bytes, count);
+}
+
+void trimSlack(Bytes& content) noexcept {
+    std::uint8_t* const end = content.data() + content.size();
+    freePages(end, std::min(leftInHugePage(end), content.capacity() - content.size()));
+}
+
+} // namespace storage::inmemoryprovider

@@ -1,0 +1,83 @@
+#include "inmemoryprovider/access/ContentGrowth.h"
+#include "tests/trials/ProcessMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <vector>
+
+namespace storage::inmemoryprovider::content_growth_test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t mebibyte = 1U << 20U;
+
+void appendByBlocks(Bytes& content, std::size_t size) {
+    const Bytes block(65'536, 'x');
+    while (content.size() < size) {
+        appendBytes(content, block.data(), block.size());
+    }
+}
+
+/// Sets this process's soft limit of its address space as long as it lives.
+class LimitedAddressSpace {
+public:
+    explicit LimitedAddressSpace(rlim_t bytes) {
+        ::getrlimit(RLIMIT_AS, &before_);
+        const rlimit limited{bytes, before_.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_AS, &limited), 0);
+    }
+    LimitedAddressSpace(const LimitedAddressSpace&) = delete;
+    LimitedAddressSpace& operator=(const LimitedAddressSpace&) = delete;
+    ~LimitedAddressSpace() { ::setrlimit(RLIMIT_AS, &before_); }
+
+private:
+    rlimit before_{};
+};
+
+/// Just behind a growth is where twice the size would be in memory.
+TEST(ContentGrowth, peaksAtTheSizeOfTheContent) {
+#ifdef QZSTORAGE_SANITIZED
+    GTEST_SKIP() << "sanitizers keep memory of their own";
+#endif
+    for (const std::size_t size : {17 * mebibyte, 64 * mebibyte, 129 * mebibyte}) {
+        Bytes content;
+        const trials::ProcessMemory memory;
+        appendByBlocks(content, size);
+        const auto peak = static_cast<double>(memory.peakGrowth());
+        EXPECT_LE(peak, 1.05 * static_cast<double>(size) + 2 * mebibyte) << size;
+    }
+}
+
+TEST(ContentGrowth, isEightfoldForLargeContents) {
+    Bytes content;
+    appendByBlocks(content, 3 * mebibyte);
+    EXPECT_EQ(content.capacity(), 16 * mebibyte);
+}
+
+TEST(ContentGrowth, isTwofoldWhereTheAddressSpaceIsLimited) {
+    const LimitedAddressSpace limited(rlim_t{1} << 46U);
+    Bytes content;
+    appendByBlocks(content, 17 * mebibyte);
+    EXPECT_EQ(content.capacity(), 32 * mebibyte);
+}
+
+TEST(ContentGrowth, preservesErrno) {
+    Bytes content;
+    errno = EDOM;
+    appendByBlocks(content, 20 * mebibyte);
+    EXPECT_EQ(errno, EDOM);
+}
+
+TEST(ContentGrowth, refusesASizeThatNoVectorCanHave) {
+    Bytes content(3, 'x');
+    EXPECT_THROW(appendBytes(content, content.data(), content.max_size() - 2), std::length_error);
+    EXPECT_EQ(content, Bytes(3, 'x'));
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider::content_growth_test
