@@ -1,5 +1,8 @@
 #include "inmemoryprovider/access/InMemoryByteStream.h"
 
+#include "inmemoryprovider/access/ContentGrowth.h"
+
+#include <mutex>
 #include <utility>
 
 namespace storage::inmemoryprovider {
@@ -7,6 +10,13 @@ namespace storage::inmemoryprovider {
 InMemoryByteStream::InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
                                        foundation::storage::provider::ByteStreamAppend append) noexcept
     : entry_(std::move(entry)), append_(append) {}
+
+InMemoryByteStream::~InMemoryByteStream() {
+    if (position_ >= hugePagesFrom) { // where a stream stands that has written so far
+        const std::lock_guard lock(*entry_->getMutex());
+        trimSlack(*entry_->getContent());
+    }
+}
 
 long InMemoryByteStream::read(char* buffer, long count) {
     return entry_->read(buffer, count, position_);

@@ -14,12 +14,16 @@ namespace storage::inmemoryprovider {
 ///
 /// Shares the file's node, so it goes on reading and writing the same bytes after the file was removed, moved
 /// or replaced. Owns its position, in bytes. Takes no lock of its own; each operation takes the one of the
-/// file's bytes. Nothing is ever held back, so there is nothing to flush.
+/// file's bytes, and so does the destruction of a stream that may have made a file large: it frees the unused memory of
+/// the last huge page. Nothing is ever held back, so there is nothing to flush.
 class InMemoryByteStream : public foundation::storage::provider::ByteStream {
 public:
     /// A stream at the beginning of `entry`, which is not empty.
     InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
                        foundation::storage::provider::ByteStreamAppend append) noexcept;
+    InMemoryByteStream(const InMemoryByteStream&) = delete;
+    InMemoryByteStream& operator=(const InMemoryByteStream&) = delete;
+    ~InMemoryByteStream() override;
 
     long read(char* buffer, long count) override;
     long write(const char* buffer, long count) override;

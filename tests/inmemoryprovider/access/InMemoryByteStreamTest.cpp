@@ -2,8 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace storage::inmemoryprovider::in_memory_byte_stream_test {
 namespace {
@@ -67,6 +73,35 @@ TEST_F(InMemoryByteStreamTest, keepsTheFileAliveUntilItIsDestroyed) {
     EXPECT_FALSE(observer.expired());
     stream.reset();
     EXPECT_TRUE(observer.expired());
+}
+
+/// How many of the whole pages behind the content's end, up to the end of a huge page, are in memory.
+std::ptrdiff_t residentPagesBehind(std::vector<std::uint8_t>& content) {
+    constexpr std::uintptr_t hugePage = 2U << 20U;
+    const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto begin = reinterpret_cast<std::uintptr_t>(content.data());
+    const auto first = (begin + content.size() + pageSize - 1) / pageSize * pageSize;
+    const auto last = std::min((first + hugePage - 1) / hugePage * hugePage,
+                               (begin + content.capacity()) / pageSize * pageSize);
+    std::vector<unsigned char> pages((last - first) / pageSize);
+    EXPECT_EQ(::mincore(content.data() + (first - begin), last - first, pages.data()), 0);
+    return std::count_if(pages.begin(), pages.end(), [](unsigned char page) { return (page & 1U) != 0; });
+}
+
+TEST_F(InMemoryByteStreamTest, freesTheUnusedPartOfTheLastHugePageWhenItIsClosed) {
+    constexpr std::size_t mebibyte = 1U << 20U;
+    const std::string bytes(20 * mebibyte + 5, 'x');
+    open(ByteStreamAppend::AppendAtEnd)->write(bytes.data(), static_cast<long>(bytes.size()));
+    const auto content = file->getContent();
+    content->reserve(64 * mebibyte);
+    {
+        const auto writer = open(ByteStreamAppend::AppendAtEnd);
+        writer->write("y", 1);
+        content->data()[content->size() + mebibyte / 4] = 'z'; // behind the end, as a huge page would be
+        EXPECT_GT(residentPagesBehind(*content), 0);
+    }
+    EXPECT_EQ(residentPagesBehind(*content), 0);
+    EXPECT_EQ(std::string(content->begin(), content->end()), bytes + 'y');
 }
 
 } // namespace
