@@ -75,33 +75,40 @@ TEST_F(InMemoryByteStreamTest, keepsTheFileAliveUntilItIsDestroyed) {
     EXPECT_TRUE(observer.expired());
 }
 
-/// How many of the whole pages behind the content's end, up to the end of a huge page, are in memory.
+constexpr std::size_t mebibyte = 1U << 20U;
+constexpr std::size_t hugePage = 2 * mebibyte;
+
+std::uintptr_t endOf(const std::vector<std::uint8_t>& content) {
+    return reinterpret_cast<std::uintptr_t>(content.data()) + content.size();
+}
+
+/// How many of the whole pages between the content's end, in the middle of a huge page, and the next huge page are in
+/// memory.
 std::ptrdiff_t residentPagesBehind(std::vector<std::uint8_t>& content) {
-    constexpr std::uintptr_t hugePage = 2U << 20U;
     const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
-    const auto begin = reinterpret_cast<std::uintptr_t>(content.data());
-    const auto first = (begin + content.size() + pageSize - 1) / pageSize * pageSize;
-    const auto last = std::min((first + hugePage - 1) / hugePage * hugePage,
-                               (begin + content.capacity()) / pageSize * pageSize);
+    const std::uintptr_t first = (endOf(content) + pageSize - 1) / pageSize * pageSize;
+    const std::uintptr_t last = (endOf(content) + hugePage - 1) / hugePage * hugePage;
     std::vector<unsigned char> pages((last - first) / pageSize);
-    EXPECT_EQ(::mincore(content.data() + (first - begin), last - first, pages.data()), 0);
+    EXPECT_EQ(
+        ::mincore(content.data() + content.size() + (first - endOf(content)), last - first, pages.data()), 0);
     return std::count_if(pages.begin(), pages.end(), [](unsigned char page) { return (page & 1U) != 0; });
 }
 
 TEST_F(InMemoryByteStreamTest, freesTheUnusedPartOfTheLastHugePageWhenItIsClosed) {
-    constexpr std::size_t mebibyte = 1U << 20U;
-    const std::string bytes(20 * mebibyte + 5, 'x');
+    const std::string bytes(20 * mebibyte, 'x');
     open(ByteStreamAppend::AppendAtEnd)->write(bytes.data(), static_cast<long>(bytes.size()));
     const auto content = file->getContent();
     content->reserve(64 * mebibyte);
+    const std::string more((hugePage - endOf(*content) % hugePage) + mebibyte, 'y');
     {
         const auto writer = open(ByteStreamAppend::AppendAtEnd);
-        writer->write("y", 1);
-        content->data()[content->size() + mebibyte / 4] = 'z'; // behind the end, as a huge page would be
+        writer->write(more.data(), static_cast<long>(more.size()));
+        content->data()[content->size() + mebibyte / 2] =
+            'z'; // behind the end, where a huge page has memory too
         EXPECT_GT(residentPagesBehind(*content), 0);
     }
     EXPECT_EQ(residentPagesBehind(*content), 0);
-    EXPECT_EQ(std::string(content->begin(), content->end()), bytes + 'y');
+    EXPECT_EQ(std::string(content->begin(), content->end()), bytes + more);
 }
 
 } // namespace

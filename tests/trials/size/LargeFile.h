@@ -13,7 +13,7 @@ namespace storage::trials {
 /// Owns the provider. Thread safety: for one thread.
 class LargeFile {
 public:
-    /// @param size  bytes, a multiple of 1 MiB
+    /// @param size  bytes, a multiple of 64 KiB
     explicit LargeFile(std::int64_t size);
 
     /// Says so and does nothing where memory is short.

@@ -1,3 +1,4 @@
+#include "tests/trials/size/AddressSpace.h"
 #include "tests/trials/size/DeepTree.h"
 #include "tests/trials/size/LargeFile.h"
 #include "tests/trials/size/MovedFolders.h"
@@ -8,19 +9,24 @@
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
+#include <vector>
 
 namespace storage::trials {
 
 namespace {
 
 struct Sizes {
-    unsigned long files;    ///< of the wide folder
-    unsigned long branches; ///< of the folders to be moved
-    std::int64_t bytes;     ///< of the large file
+    unsigned long files;                  ///< of the wide folder
+    unsigned long branches;               ///< of the folders to be moved
+    std::vector<std::int64_t> largeFiles; ///< in bytes
 };
 
-constexpr Sizes longForm{1'000'000, 1000, std::int64_t{6} << 30};
-constexpr Sizes shortForm{100'000, 100, std::int64_t{256} << 20};
+constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
+constexpr std::int64_t gibibyte = std::int64_t{1} << 30;
+
+// 130 MiB: just behind a growth.
+const Sizes longForm{1'000'000, 1000, {64 * mebibyte, 130 * mebibyte, gibibyte, 6 * gibibyte}};
+const Sizes shortForm{100'000, 100, {64 * mebibyte, 130 * mebibyte}};
 
 /// For a person who waits.
 void announce(const char* what) {
@@ -30,14 +36,18 @@ void announce(const char* what) {
 }
 
 void run(const Sizes& sizes) {
+    announce("limited address space");
+    AddressSpace().run();
     announce("wide folder");
     WideFolder(sizes.files).run();
     announce("moved folders");
     MovedFolders(sizes.branches).run();
     announce("deep tree");
     DeepTree().run();
-    announce("large file");
-    LargeFile(sizes.bytes).run();
+    for (const std::int64_t size : sizes.largeFiles) {
+        announce("large file");
+        LargeFile(size).run();
+    }
 }
 
 } // namespace
@@ -46,10 +56,11 @@ void run(const Sizes& sizes) {
 
 int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // a trial that crashes has told what went before
-    CLI::App options("Tries the provider with many entries, deep trees and a large file.");
+    CLI::App options(
+        "Tries the provider with little address space, many entries, deep trees and large files.");
     bool isShort = false;
     options.add_flag("--short", isShort,
-                     "100,000 files, 10,000 folders and 256 MiB in place of ten times that and 6 GiB");
+                     "100,000 files, 10,000 folders and 130 MiB in place of ten times that and 6 GiB");
     CLI11_PARSE(options, argc, argv);
     try {
         storage::trials::run(isShort ? storage::trials::shortForm : storage::trials::longForm);
