@@ -23,6 +23,11 @@ namespace storage::inmemoryprovider {
 template <class Value>
 class IndexedPathMap {
 public:
+    IndexedPathMap() = default;
+    IndexedPathMap(const IndexedPathMap&) = delete; // positions of one map mean nothing in another
+    IndexedPathMap& operator=(const IndexedPathMap&) = delete;
+    ~IndexedPathMap() = default;
+
     using Map = std::map<InMemoryEntryPath, Value>;
     using iterator = typename Map::iterator;
     using const_iterator = typename Map::const_iterator;
@@ -39,7 +44,7 @@ public:
             return map_.find(path);
         }
         const auto found = index_.find(path);
-        return found == iterator() ? map_.end() : const_iterator(found);
+        return found ? const_iterator(*found) : map_.end();
     }
 
     /// Inserts `value` at `path`, unless there is an element already: then the caller keeps it.
@@ -59,7 +64,7 @@ public:
     /// Takes an element out and hands it to the caller.
     node_type extract(const_iterator position) noexcept {
         if (position == const_iterator(lastInserted_)) {
-            lastInserted_ = iterator();
+            lastInserted_ = map_.end();
         }
         // Without changing anything, this makes an iterator of a constant one.
         const auto element = map_.erase(position, position);
@@ -82,8 +87,10 @@ public:
     /// Empties this map and hands all elements to the caller.
     Map release() noexcept {
         index_.reset();
-        lastInserted_ = iterator();
-        return std::exchange(map_, Map());
+        Map released;
+        released.swap(map_);
+        lastInserted_ = map_.end();
+        return released;
     }
 
 private:
@@ -91,7 +98,7 @@ private:
     /// search.
     const_iterator hint() const noexcept {
         const bool behindAll =
-            lastInserted_ == iterator() || const_iterator(lastInserted_) == std::prev(map_.end());
+            lastInserted_ == map_.end() || const_iterator(lastInserted_) == std::prev(map_.end());
         return behindAll ? map_.end() : const_iterator(lastInserted_);
     }
 
@@ -111,7 +118,7 @@ private:
 
     Map map_;
     PathIndex<iterator> index_;
-    iterator lastInserted_ = {}; ///< none when it was taken out
+    iterator lastInserted_ = map_.end(); ///< the end when it was taken out
 };
 
 } // namespace storage::inmemoryprovider

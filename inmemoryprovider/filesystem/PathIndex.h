@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -13,10 +14,10 @@ namespace storage::inmemoryprovider {
 
 /// Finds the elements of a map by the hash of their paths, in one step however many there are.
 ///
-/// Owns a table of positions in the map, which stay valid while the elements are in the map; a position that
-/// equals a default-made one means "none". The table is a power of two in size, at most three quarters of it
-/// in use, and a position stands at the first free place from the one that its hash names. The hashes are kept beside
-/// the positions, so that neither growing nor erasing touches an element.
+/// Owns a table of positions in the map, which stay valid while the elements are in the map. The position of a free slot
+/// is never compared: comparing it with an iterator of the map is undefined. The table is a power of two in size, at most
+/// three quarters of it in use, and a position is in the first free slot from the one that its hash names. The hashes are
+/// kept beside the positions, so that neither growing nor erasing touches an element.
 ///
 /// An index is a convenience: when there is no memory for it, it is dropped, and its owner asks the map.
 /// So nothing here throws.
@@ -35,20 +36,20 @@ public:
         reset();
         if (makeTable(capacityFor(count))) {
             for (; first != last; ++first) {
-                place({first, storedHash(first->first.view())});
+                place(first, storedHash(first->first.view()));
             }
         }
     }
 
     void reset() noexcept { *this = PathIndex(); }
 
-    /// The position of the element at `path`, or none.
-    Position find(std::u16string_view path) const noexcept {
+    /// The position of the element at `path`, if there is one.
+    std::optional<Position> find(std::u16string_view path) const noexcept {
         const auto hash = storedHash(path);
         for (std::size_t at = home(hash);; at = after(at)) {
             const Slot& slot = slots_[at];
-            if (slot.position == Position()) {
-                return {};
+            if (!slot.used) {
+                return std::nullopt;
             }
             if (slot.hash == hash && slot.position->first == path) {
                 return slot.position;
@@ -62,7 +63,7 @@ public:
             reset();
             return;
         }
-        place({position, storedHash(position->first.view())});
+        place(position, storedHash(position->first.view()));
     }
 
     /// Forgets an element, which is in the table.
@@ -72,7 +73,7 @@ public:
             hole = after(hole);
         }
         // What follows moves up, unless it would come before the place that its hash names.
-        for (std::size_t at = after(hole); slots_[at].position != Position(); at = after(at)) {
+        for (std::size_t at = after(hole); slots_[at].used; at = after(at)) {
             if (distance(home(slots_[at].hash), at) >= distance(hole, at)) {
                 slots_[hole] = slots_[at];
                 hole = at;
@@ -92,6 +93,7 @@ private:
     struct Slot {
         Position position = {};
         StoredHash hash = 0;
+        bool used = false;
     };
 
     static constexpr std::size_t smallest = 32;
@@ -126,12 +128,12 @@ private:
         return slots_ != nullptr;
     }
 
-    void place(const Slot& slot) noexcept {
-        std::size_t at = home(slot.hash);
-        while (slots_[at].position != Position()) {
+    void place(const Position& position, StoredHash hash) noexcept {
+        std::size_t at = home(hash);
+        while (slots_[at].used) {
             at = after(at);
         }
-        slots_[at] = slot;
+        slots_[at] = {position, hash, true};
         ++size_;
     }
 
@@ -141,8 +143,8 @@ private:
             return false;
         }
         for (std::size_t at = 0; at < capacity_; ++at) {
-            if (slots_[at].position != Position()) {
-                resized.place(slots_[at]);
+            if (slots_[at].used) {
+                resized.place(slots_[at].position, slots_[at].hash);
             }
         }
         *this = std::move(resized);

@@ -48,7 +48,8 @@ Index indexOf(Map& map) {
 void expectFindsAll(const Index& index, Map& map) {
     EXPECT_EQ(index.size(), map.size());
     for (auto position = map.begin(); position != map.end(); ++position) {
-        EXPECT_EQ(index.find(position->first.view()), position);
+        ASSERT_TRUE(index.find(position->first.view()));
+        EXPECT_EQ(*index.find(position->first.view()), position);
     }
 }
 

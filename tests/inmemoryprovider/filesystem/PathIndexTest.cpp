@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -51,7 +52,9 @@ protected:
         for (const auto& name : names) {
             const auto inMap = map.find(name);
             const auto inIndex = index.find(name);
-            if (inMap == map.end() ? inIndex != Map::iterator() : Map::const_iterator(inIndex) != inMap) {
+            const bool isRight =
+                inMap == map.end() ? !inIndex : inIndex && Map::const_iterator(*inIndex) == inMap;
+            if (!isRight) {
                 return testing::AssertionFailure() << testing::PrintToString(name)
                                                    << (inMap == map.end() ? " is found" : " is not found");
             }
@@ -96,8 +99,8 @@ TEST_F(PathIndexTest, isNoneUntilBuiltAndAfterAReset) {
 }
 
 TEST_F(PathIndexTest, findsNothingWhenEmpty) {
-    EXPECT_EQ(index.find(u"/a"), Map::iterator());
-    EXPECT_EQ(index.find({}), Map::iterator());
+    EXPECT_EQ(index.find(u"/a"), std::nullopt);
+    EXPECT_EQ(index.find({}), std::nullopt);
 }
 
 TEST_F(PathIndexTest, tellsAPathFromItsBeginnings) {
@@ -204,9 +207,10 @@ TEST(PathIndex, isBuiltOfAnyNumberOfElementsAndGrowsFromThere) {
         index.insert(map.try_emplace(InMemoryEntryPath(u"/one more"), 0).first);
         EXPECT_EQ(index.size(), count + 1);
         for (auto position = map.begin(); position != map.end(); ++position) {
-            EXPECT_EQ(index.find(position->first.view()), position) << count;
+            ASSERT_TRUE(index.find(position->first.view())) << count;
+            EXPECT_EQ(*index.find(position->first.view()), position) << count;
         }
-        EXPECT_EQ(index.find(u"/none"), Map::iterator()) << count;
+        EXPECT_EQ(index.find(u"/none"), std::nullopt) << count;
     }
 }
 
