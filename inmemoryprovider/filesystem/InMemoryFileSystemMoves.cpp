@@ -30,6 +30,12 @@ void requireOutside(const InMemoryEntryPath& target, const InMemoryEntryPath& so
     }
 }
 
+/// Unlike a file, a folder must be writable to be moved.
+void requireMovable(const InMemoryFolderEntry& parent, const InMemoryEntry& folder) {
+    requireWritable(parent);
+    requireWritable(folder);
+}
+
 /// What takes the place of a file in the tree: a new node of the same flag that shares the bytes and their mutex.
 std::shared_ptr<InMemoryFileEntry> makeSuccessor(InMemoryEntry& entry, InMemoryEntryPath&& path,
                                                  const boost::posix_time::ptime& time) {
@@ -149,9 +155,11 @@ void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, co
     std::vector<FolderMove> moves; // from the outermost folder to the innermost, so that depth costs no stack
     // What held one file in its old folder holds the next one in its new folder.
     InMemoryFolderEntry::Children::node_type spare;
-    beginFolderMove(
-        moves.emplace_back(planFolderMove(requireParent(source), source, requireParent(target), target)),
-        time);
+    auto& sourceParent = requireParent(source);
+    auto& targetParent = requireParent(target);
+    requireMovable(sourceParent, *requireFolder(sourceParent, source)->second);
+    requireWritable(targetParent);
+    beginFolderMove(moves.emplace_back(planFolderMove(sourceParent, source, targetParent, target)), time);
     while (!moves.empty()) {
         FolderMove& move = moves.back();
         if (move.nextChild == move.lastChild) {
@@ -161,14 +169,17 @@ void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, co
         }
         const auto child = move.nextChild++; // its move takes it out of the folder
         auto childTarget = move.target.appended(child->first.filenameView());
-        auto& childParent = newParentOf(childTarget, move);
         auto& folder = folderOf(*move.place);
         if (child->second->isFolder()) {
+            requireMovable(folder, *child->second);
+            auto& childParent = newParentOf(childTarget, move);
+            requireWritable(childParent);
             requireNoChild(childParent, childTarget);
             requireOutside(childTarget, child->first);
             beginFolderMove(
                 moves.emplace_back(planFolderMove(folder, child->first, childParent, childTarget)), time);
         } else {
+            auto& childParent = newParentOf(childTarget, move);
             relinkFile(folder, child, childParent, std::move(childTarget), time, spare);
         }
     }
@@ -188,16 +199,10 @@ InMemoryFolderEntry& InMemoryFileSystem::newParentOf(const InMemoryEntryPath& ch
     if (childTarget.parentView() == move.target.view()) {
         return *move.newFolder;
     }
-    // Names that are empty can bring a child to another folder, and two children to one path.
-    auto& parent = requireParent(childTarget);
-    requireNoChild(parent, childTarget);
-    return parent;
+    return requireParent(childTarget); // an empty name can bring a child to another folder
 }
 
 void InMemoryFileSystem::beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time) {
-    requireWritable(*move.sourceParent);
-    requireWritable(*move.place->second);
-    requireWritable(*move.targetParent);
     const auto folder = makeFolderEntry(move.target, time);
     linkFolder(*move.targetParent, folder);
     move.newFolder = folder.get();

@@ -328,6 +328,9 @@ Result<Done> ReferenceModel::relinkFolder(const std::u16string& from, const std:
 
 /// Names with "/" around them can send a child to a path that is taken, or whose folder is not there.
 Result<Done> ReferenceModel::relinkChild(const std::u16string& from, const std::u16string& to, Stamp now) {
+    if (isFolder(from) && !isWritable(from)) {
+        return readOnly;
+    }
     if (find(to) != nullptr) {
         return destinationExists;
     }

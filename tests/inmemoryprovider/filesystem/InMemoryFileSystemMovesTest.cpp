@@ -472,6 +472,17 @@ TEST_F(MoveFolderTest, ontoItselfIsRefusedAndChangesNothing) {
     EXPECT_EQ(timeOf(u"/e"), longAgo);
 }
 
+/// "/a//s" and "/a/s" both have the new path "/b/s"; the file moves first.
+TEST_F(MoveFolderTest, aReadOnlyFolderBelowIsNamedBeforeItsNewPathThatIsTaken) {
+    addFolder(u"/a");
+    addFile(u"/a//s");
+    addFolder(u"/a/s");
+    makeReadOnly(u"/a/s");
+    EXPECT_TRUE(throwsNaming<ReadOnlyException>(u"/a/s", movingFolder(u"/a", u"/b", refuse)));
+    EXPECT_FALSE(node(u"/b/s")->isFolder());
+    EXPECT_TRUE(isFolder(u"/a/s"));
+}
+
 TEST_F(MoveFolderTest, ontoItselfIsRefusedForReadOnlyFirst) {
     addFolder(u"/e");
     makeReadOnly(u"/e");
