@@ -38,10 +38,13 @@ namespace storage::inmemoryprovider {
 /// - the parent path of every other entry names a folder in the map, which has the entry among its children.
 ///
 /// Each operation checks everything, then allocates, then changes the tree with nothing left that can throw.
-/// So a failed one changed nothing; except the moves, which roll nothing back once they have begun. Memory
-/// that runs out stops a folder move between two entries, and leaves any other operation, a file move among
-/// them, as if it had not been called. What an operation takes out of the tree dies after `mutex_` was
-/// released, except the emptied nodes that a move leaves behind.
+/// So a failed operation has changed nothing, with these exceptions:
+/// - A failed allocation stops a folder move between two entries: each is at its old or its new path. A replaced folder is
+///   restored if the source has not taken its place yet. Every other operation, a file move included, changes nothing when
+///   allocation fails; a replaced file is restored.
+/// - A read-only folder stops a move where it is. What has been moved stays moved, and what was replaced stays removed.
+/// Nodes that an operation takes out of the tree are destroyed after `mutex_` is released, except the emptied nodes that a
+/// move leaves behind.
 ///
 /// Failures are the internal exceptions. Each names the path that the comment of the operation tells; unless
 /// it tells another, a missing parent folder is EntryNotFoundException and a read-only parent

@@ -94,9 +94,9 @@ public:
     /// @throws Exception `NotFound` when no file stands there, `ReadOnly` when the file or its folder is read-only
     virtual void doRemoveFile(const StorageIRI& iri) const = 0;
 
-    /// Moves a file. A file that is to be replaced may be gone although the move
-    /// then fails: when the folder of the source turns out to be read-only, when the file was to replace itself, or out of
-    /// memory.
+    /// Moves a file. A replaced file may be lost although the move fails: when the folder of the source is read-only, or
+    /// when the file was to replace itself. When allocation fails, the file is at one of its two places; the in-memory
+    /// provider then restores a replaced file, so nothing has changed.
     /// @param source       a file
     /// @param destination  its new location, in an existing folder
     /// @param policy       what to do when something stands there; a folder never gives way
@@ -118,8 +118,10 @@ public:
     virtual void doRemoveFolderRecursively(const StorageIRI& iri) const;
 
     /// Moves a folder with everything below it; moved folders become writable, moved files keep their flag. A read-only
-    /// folder below the source, or running out of memory, may stop the move midway: what has been moved stays moved, and
-    /// nothing else is lost than an empty folder that was to be replaced.
+    /// folder below the source, or a failed allocation, may stop the move midway: what has been moved stays moved, and
+    /// every entry is at its old or its new path. A replaced empty folder may be lost although the move fails: when the
+    /// source or its folder is read-only. When allocation fails before the source has taken its place, the in-memory
+    /// provider restores it.
     /// @param source       a folder
     /// @param destination  its new location, in an existing folder
     /// @param policy       what to do when something stands there; only an empty folder ever gives way
