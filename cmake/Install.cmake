@@ -34,7 +34,8 @@ foreach(header
         filesystem/MapNode
         filesystem/MoveCounter
         filesystem/PathHash
-        filesystem/PathIndex)
+        filesystem/PathIndex
+        filesystem/SpinWait)
     cmake_path(GET header PARENT_PATH folder)
     install(FILES ${PROJECT_SOURCE_DIR}/inmemoryprovider/${header}.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage/inmemoryprovider/${folder}

@@ -3,7 +3,7 @@
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
-#include "inmemoryprovider/filesystem/SpinningLock.h"
+#include "inmemoryprovider/filesystem/SpinThenBlockLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
 #include <utility>
@@ -15,12 +15,12 @@ InMemoryFileSystem::InMemoryFileSystem() {
 }
 
 void InMemoryFileSystem::createRootEntry() {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     addFolderToFSMap(makeFolderEntry(InMemoryEntryPath(u"/"), currentTime()));
 }
 
 void InMemoryFileSystem::addFolderEntry(const InMemoryEntryPath& path) {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     if (!path.hasParent()) {
         throw EntryExistsException(path);
     }
@@ -34,7 +34,7 @@ void InMemoryFileSystem::addFolderEntry(const InMemoryEntryPath& path) {
 }
 
 void InMemoryFileSystem::addFileEntry(InMemoryEntryPath&& path) {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     auto& parent = requireParent(path);
     requireNoChild(parent, path);
     requireWritable(parent);
@@ -46,7 +46,7 @@ void InMemoryFileSystem::addFileEntry(InMemoryEntryPath&& path) {
 
 void InMemoryFileSystem::removeFileEntry(const InMemoryEntryPath& path) {
     InMemoryFolderEntry::Children::node_type removed; // outlives the lock
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     auto& parent = requireParent(path);
     const auto file = requireFile(parent, path);
     requireWritable(parent);
@@ -58,7 +58,7 @@ void InMemoryFileSystem::removeFileEntry(const InMemoryEntryPath& path) {
 
 void InMemoryFileSystem::removeFolderEntry(const InMemoryEntryPath& path) {
     InMemoryFolderEntry::Children::node_type removed; // outlives the lock
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     auto& parent = requireParent(path);
     const auto folder = requireFolder(parent, path);
     if (!folderOf(*folder).empty()) {
@@ -78,27 +78,27 @@ FileEntryAttributes InMemoryFileSystem::getFileEntryAttributes(const InMemoryEnt
 }
 
 std::uint64_t InMemoryFileSystem::getFileEntrySize(const InMemoryEntryPath& path) const {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     return fileOf(*requireFile(requireParent(path), path)).getFileSize();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFileEntryLastModified(const InMemoryEntryPath& path) const {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     return requireFile(requireParent(path), path)->second->getLastModifiedTime();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFolderEntryLastModified(const InMemoryEntryPath& path) const {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     return requireFolder(requireParent(path), path)->second->getLastModifiedTime();
 }
 
 bool InMemoryFileSystem::fileIsWritable(const InMemoryEntryPath& path) const {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     return requireFile(requireParent(path), path)->second->isWritable();
 }
 
 bool InMemoryFileSystem::folderIsWritable(const InMemoryEntryPath& path) const {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     return requireFolder(requireParent(path), path)->second->isWritable();
 }
 
@@ -119,7 +119,7 @@ std::shared_ptr<InMemoryFileEntry> InMemoryFileSystem::findFile(const InMemoryEn
     auto entry = getEntry(path.view());
     if (!entry || entry->isFolder() || !moves_.undisturbedSince(start)) {
         entry.reset();
-        const SpinningLock lock(mutex_);
+        const SpinThenBlockLock lock(mutex_);
         entry = requireFile(requireParent(path), path)->second;
     }
     return std::static_pointer_cast<InMemoryFileEntry>(std::move(entry));

@@ -2,7 +2,7 @@
 
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/access/InMemoryByteStream.h"
-#include "inmemoryprovider/filesystem/SpinningLock.h"
+#include "inmemoryprovider/filesystem/SpinThenBlockLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
 namespace storage::inmemoryprovider {
@@ -15,7 +15,7 @@ using foundation::storage::provider::ByteStreamOpenOptions;
 
 std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path,
                                                                   const ByteStreamOpenOptions& options) {
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     auto& parent = requireParent(path);
     const auto child = parent.findChild(path);
     const bool create = !child || (*child)->second->isFolder();

@@ -2,7 +2,7 @@
 
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
-#include "inmemoryprovider/filesystem/SpinningLock.h"
+#include "inmemoryprovider/filesystem/SpinThenBlockLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
 #include <new>
@@ -62,7 +62,7 @@ struct InMemoryFileSystem::FolderMove {
 void InMemoryFileSystem::moveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                        const ReplacementPolicy& policy) {
     InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     const MoveCounter::Move move(moves_);
     requireFile(requireParent(source), source);
     auto& targetParent = requireParent(target);
@@ -119,7 +119,7 @@ void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const 
                                          const ReplacementPolicy& policy) {
     InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
     FolderMap::Element registration;
-    const SpinningLock lock(mutex_);
+    const SpinThenBlockLock lock(mutex_);
     const MoveCounter::Move move(moves_);
     requireFolder(requireParent(source), source);
     auto& targetParent = requireParent(target);

@@ -1,25 +1,29 @@
 #pragma once
 
 #include "inmemoryprovider/filesystem/MapNode.h"
+#include "inmemoryprovider/filesystem/SpinWait.h"
 
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <map>
-#include <thread>
 #include <utility>
 
 namespace storage::inmemoryprovider {
 
-/// A map that any number of threads read without ever waiting while one writer changes it.
+/// A map that any number of threads read without blocking while one writer changes it (left-right).
 ///
-/// Owns two copies of the map. Readers use the published copy; the writer changes the other, publishes it,
+/// Owns two copies of the map. Readers use the published copy. The writer changes the other copy, publishes it,
 /// waits until the last reader has left the copy published before, and repeats the change there.
 ///
-/// What guards it: readers count themselves in and out; a writer never touches a copy that a counted reader
-/// may use. Writers exclude one another by a lock of their own, which this class does not have. The writer's
-/// wait is for look-ups already under way, never for new ones: two counters are used in turn, so that a
-/// stream of new readers cannot hold the writer up.
+/// Synchronization: readers count themselves in and out; the writer never touches a copy that a counted reader
+/// may use. Writers are externally synchronized. The writer waits for look-ups under way, never for new ones: two
+/// counters are used in turn, so that a stream of new readers cannot hold the writer up. It spins briefly, then announces
+/// itself in the counter and sleeps; only then does the last reader make a system call.
+///
+/// All atomics are sequentially consistent. A reader counts itself in and then reads `published_`; the writer stores
+/// `published_` and then reads the counters. Each side's store must be ordered before its own load.
 ///
 /// Between calls both copies are equal. `Value` is default-constructible, its default meaning "absent";
 /// copying it does not throw. `Map` is what a copy is kept in; its nodes are those of the ordered map.
@@ -50,7 +54,8 @@ public:
         return visit(key, [](const Value* found) { return found == nullptr ? Value() : *found; });
     }
 
-    /// What `use` makes of the value under `key`, or of a null pointer. For any thread. A writer waits for `use`.
+    /// Returns `use` of the value under `key`, or of a null pointer. For any thread. The writer, and with it every change,
+    /// waits for `use`, which must not block.
     template <class LookUpKey, class Use>
     auto visit(const LookUpKey& key, const Use& use) const noexcept {
         const Reading reading(*this);
@@ -96,8 +101,13 @@ public:
 private:
     static constexpr std::size_t cacheLine = 64;
 
+    /// Set in a counter while the writer sleeps until the other bits are 0.
+    static constexpr std::uint32_t writerSleeps = std::uint32_t{1} << 31U;
+
     struct alignas(cacheLine) ReaderCount {
-        mutable std::atomic<std::size_t> value{0};
+        /// Incremented before a reader loads `published_`, so that the writer, which loads it after storing `published_`,
+        /// sees the reader or the reader sees the new copy. Decremented after the reader's last access.
+        mutable std::atomic<std::uint32_t> value{0};
     };
 
     /// Counts a reader in for as long as it lives.
@@ -108,10 +118,14 @@ private:
         }
         Reading(const Reading&) = delete;
         Reading& operator=(const Reading&) = delete;
-        ~Reading() { count_.fetch_sub(1); }
+        ~Reading() {
+            if (count_.fetch_sub(1) == (writerSleeps | 1)) {
+                wakeWaiters(count_);
+            }
+        }
 
     private:
-        std::atomic<std::size_t>& count_;
+        std::atomic<std::uint32_t>& count_;
     };
 
     template <class LookUpKey>
@@ -140,13 +154,24 @@ private:
     }
 
     static void waitUntilZero(const ReaderCount& readers) noexcept {
-        while (readers.value.load() != 0) {
-            std::this_thread::yield();
+        for (int spin = 0; spin < spinLimit; ++spin) {
+            if (readers.value.load() == 0) {
+                return;
+            }
+            spinHint();
         }
+        std::uint32_t seen = readers.value.fetch_or(writerSleeps) | writerSleeps;
+        while (seen != writerSleeps) {
+            waitWhileEqual(readers.value, seen);
+            seen = readers.value.load();
+        }
+        readers.value.fetch_and(~writerSleeps);
     }
 
     std::array<Map, 2> copies_;
+    /// The copy that new readers use; stored by the writer after its change and before it loads the counters.
     std::atomic<std::size_t> published_{0};
+    /// The counter that new readers use. A reader may act on an old value; the writer waits for both counters.
     std::atomic<std::size_t> turn_{0};
     std::array<ReaderCount, 2> readers_;
 };

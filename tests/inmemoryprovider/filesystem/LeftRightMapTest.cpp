@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
+#include <sched.h>
+
+#include <array>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -136,6 +140,82 @@ TEST(LeftRightMap, readersGoOnWhileAWriterWaitsForOneReader) {
     heldReader.join();
     writer.join();
     EXPECT_TRUE(written);
+}
+
+/// Gives the calling thread a real-time priority on one processor; false without the right to.
+bool runInRealTime(int processor, int priority) {
+    cpu_set_t processors;
+    CPU_ZERO(&processors);
+    CPU_SET(processor, &processors);
+    const sched_param parameters{.sched_priority = priority};
+    return pthread_setaffinity_np(pthread_self(), sizeof processors, &processors) == 0 &&
+           pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters) == 0;
+}
+
+/// A writer that spun for ever would never leave the processor to the reader that it waits for.
+TEST(LeftRightMap, aWriterOfHigherPriorityLeavesTheProcessorToItsReader) {
+    const int processor = sched_getcpu();
+    std::atomic<bool> mayRunInRealTime = true;
+    std::thread([&] { mayRunInRealTime = runInRealTime(processor, 1); }).join();
+    if (!mayRunInRealTime) {
+        GTEST_SKIP() << "no right to run under SCHED_FIFO";
+    }
+    LeftRightMap<HeldKey, std::shared_ptr<int>> map;
+    map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));
+    std::atomic<bool> inside = false;
+    std::thread writer([&] {
+        runInRealTime(processor, 2);
+        inside.wait(false);
+        map.insert(map.prepare(HeldKey{2}, std::make_shared<int>(2)));
+    });
+    std::thread reader([&] {
+        runInRealTime(processor, 1);
+        const std::function<void()> wakeWriter = [&] {
+            inside = true;
+            inside.notify_all(); // the writer takes the processor at once
+        };
+        EXPECT_NE(map.find(HeldKey{1, &wakeWriter}), nullptr);
+    });
+    reader.join();
+    writer.join();
+    EXPECT_NE(map.find(HeldKey{2}), nullptr);
+}
+
+TEST(LeftRightMap, aWriterSleepsUntilTheLastOfItsReadersHasLeft) {
+    for (int round = 0; round < 20; ++round) {
+        LeftRightMap<HeldKey, std::shared_ptr<int>> map;
+        map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));
+        std::atomic<int> inside = 0;
+        std::array<std::atomic<bool>, 2> leave{};
+        std::atomic<bool> written = false;
+        const auto read = [&](std::atomic<bool>& mayLeave) {
+            const std::function<void()> hold = [&] {
+                ++inside;
+                mayLeave.wait(false);
+            };
+            EXPECT_NE(map.find(HeldKey{1, &hold}), nullptr);
+        };
+        std::thread first([&] { read(leave[0]); });
+        std::thread second([&] { read(leave[1]); });
+        while (inside < 2) {
+            std::this_thread::yield();
+        }
+        std::thread writer([&] {
+            map.insert(map.prepare(HeldKey{2}, std::make_shared<int>(2)));
+            written = true;
+        });
+        while (map.find(HeldKey{2}) == nullptr) {
+            std::this_thread::yield();
+        }
+        leave[0] = true;
+        leave[0].notify_all();
+        first.join();
+        EXPECT_FALSE(written);
+        leave[1] = true;
+        leave[1].notify_all();
+        second.join();
+        writer.join();
+    }
 }
 
 TEST(LeftRightMap, readersSeeEveryKeyThatNoWriterTouches) {

@@ -1,4 +1,4 @@
-#include "inmemoryprovider/filesystem/SpinningLock.h"
+#include "inmemoryprovider/filesystem/SpinThenBlockLock.h"
 
 #include "tests/support/RunTogether.h"
 
@@ -8,7 +8,7 @@
 #include <mutex>
 #include <thread>
 
-namespace storage::inmemoryprovider::spinning_lock_test {
+namespace storage::inmemoryprovider::spin_then_block_lock_test {
 namespace {
 
 /// Whether another thread could lock `mutex`.
@@ -27,7 +27,7 @@ long countTogether(int times, int steps) {
     volatile long count = 0;
     const auto countOften = [&] {
         for (int time = 0; time < times; ++time) {
-            const SpinningLock lock(mutex);
+            const SpinThenBlockLock lock(mutex);
             for (int step = 0; step < steps; ++step) {
                 count = count + 1;
             }
@@ -37,35 +37,35 @@ long countTogether(int times, int steps) {
     return count;
 }
 
-TEST(SpinningLock, holdsTheMutexAsLongAsItLives) {
+TEST(SpinThenBlockLock, holdsTheMutexAsLongAsItLives) {
     std::mutex mutex;
     {
-        const SpinningLock lock(mutex);
+        const SpinThenBlockLock lock(mutex);
         EXPECT_FALSE(isFree(mutex));
     }
     EXPECT_TRUE(isFree(mutex));
 }
 
-TEST(SpinningLock, letsOneThreadInAtATime) {
+TEST(SpinThenBlockLock, letsOneThreadInAtATime) {
     EXPECT_EQ(countTogether(200'000, 1), 400'000);
 }
 
 /// Far longer than anybody asks before going to sleep.
-TEST(SpinningLock, letsOneThreadInAtATimeAlsoWhenItIsHeldLong) {
+TEST(SpinThenBlockLock, letsOneThreadInAtATimeAlsoWhenItIsHeldLong) {
     EXPECT_EQ(countTogether(50, 500'000), 50'000'000);
 }
 
-TEST(SpinningLock, waitsUntilTheMutexIsReleased) {
+TEST(SpinThenBlockLock, waitsUntilTheMutexIsReleased) {
     std::mutex mutex;
     std::atomic<bool> asking = false;
     std::atomic<bool> released = false;
     std::thread other;
     {
-        const SpinningLock lock(mutex);
+        const SpinThenBlockLock lock(mutex);
         other = std::thread([&] {
             asking = true;
             asking.notify_all();
-            const SpinningLock own(mutex);
+            const SpinThenBlockLock own(mutex);
             EXPECT_TRUE(released);
         });
         asking.wait(false);
@@ -78,11 +78,11 @@ TEST(SpinningLock, waitsUntilTheMutexIsReleased) {
     EXPECT_TRUE(isFree(mutex));
 }
 
-TEST(SpinningLock, releasesTheMutexWhenAnExceptionLeaves) {
+TEST(SpinThenBlockLock, releasesTheMutexWhenAnExceptionLeaves) {
     std::mutex mutex;
     EXPECT_THROW(
         {
-            const SpinningLock lock(mutex);
+            const SpinThenBlockLock lock(mutex);
             throw 1;
         },
         int);
@@ -90,4 +90,4 @@ TEST(SpinningLock, releasesTheMutexWhenAnExceptionLeaves) {
 }
 
 } // namespace
-} // namespace storage::inmemoryprovider::spinning_lock_test
+} // namespace storage::inmemoryprovider::spin_then_block_lock_test
