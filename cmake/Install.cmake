@@ -32,9 +32,9 @@ foreach(header
         filesystem/IndexedPathMap
         filesystem/LeftRightMap
         filesystem/MapNode
-        filesystem/MoveCounter
         filesystem/PathHash
         filesystem/PathIndex
+        filesystem/PathSeqLock
         filesystem/SpinWait)
     cmake_path(GET header PARENT_PATH folder)
     install(FILES ${PROJECT_SOURCE_DIR}/inmemoryprovider/${header}.h

@@ -9,6 +9,7 @@
 #include "hostapi/storage/provider/Exception.h"
 
 #include <string_view>
+#include <utility>
 
 namespace storage::inmemoryprovider {
 
@@ -89,16 +90,10 @@ FileAttributes InMemoryProvider::doGetFileAttributes(const StorageIRI& iri) cons
 }
 
 FolderAttributes InMemoryProvider::doGetFolderAttributes(const StorageIRI& iri) const {
-    const auto path = pathOf(iri);
-    if (isRootLocation(iri)) {
-        const auto root = rootFolder();
-        return FolderAttributes(root->getLastModifiedTime(), root->isWritable());
-    }
-    return translations::getAttributes.run(iri, [&] {
-        const auto lastModified = fileSystem_.getFolderEntryLastModified(path);
-        const bool writable = fileSystem_.folderIsWritable(path);
-        return FolderAttributes(lastModified, writable);
+    const auto folder = isRootLocation(iri) ? rootFolder() : translations::getAttributes.run(iri, [&] {
+        return fileSystem_.requireFolderEntry(pathOf(iri));
     });
+    return FolderAttributes(folder->getLastModifiedTime(), folder->isWritable());
 }
 
 std::unique_ptr<ByteStream> InMemoryProvider::doOpenStream(const StorageIRI& iri,
@@ -167,11 +162,11 @@ std::shared_ptr<InMemoryEntry> InMemoryProvider::requireEntry(std::u16string_vie
 
 template <class Predicate>
 std::unique_ptr<IFolderEntryIterator> InMemoryProvider::list(const StorageIRI& iri) const {
-    const auto folder = fileSystem_.getFolderEntry(pathOf(iri));
-    if (!folder) {
+    auto listing = fileSystem_.listFolder(pathOf(iri));
+    if (!listing) {
         throw Exception(ErrorCode::NotFound, iri);
     }
-    return std::make_unique<FileFolderEntryIterator<Predicate>>(folder->getLightWeightRepresentation());
+    return std::make_unique<FileFolderEntryIterator<Predicate>>(std::move(*listing));
 }
 
 } // namespace storage::inmemoryprovider

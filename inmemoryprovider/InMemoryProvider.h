@@ -11,8 +11,8 @@ namespace storage::inmemoryprovider {
 /// Owns one file system and nothing else: each operation turns its locations into paths, calls the file
 /// system and tells the host of failures in the host's terms. See IProvider for what the operations do.
 ///
-/// Takes no lock of its own; the file system and its nodes guard themselves. The existence tests, the two setters and
-/// the listings do not wait for a change of the tree that is under way, and may see the middle of a move.
+/// Takes no lock of its own; the file system and its nodes guard themselves. Every operation is one step for the others;
+/// the two setters are two, finding the entry and changing it, and so are lost on an entry that is moved in between.
 ///
 /// Thread safety: every operation may be called from any number of threads.
 class InMemoryProvider : public foundation::storage::provider::IProvider {

@@ -10,19 +10,19 @@ InMemoryEntry::InMemoryEntry(InMemoryEntryPath path, boost::posix_time::ptime la
 InMemoryEntry::~InMemoryEntry() = default;
 
 boost::posix_time::ptime InMemoryEntry::getLastModifiedTime() const noexcept {
-    return lastModified_.load(std::memory_order_relaxed);
+    return lastModified_.load(std::memory_order_acquire);
 }
 
 void InMemoryEntry::setLastModifiedTime(const boost::posix_time::ptime& time) noexcept {
-    lastModified_.store(time, std::memory_order_relaxed);
+    lastModified_.store(time, std::memory_order_release);
 }
 
 bool InMemoryEntry::isWritable() const noexcept {
-    return writable_.load(std::memory_order_relaxed);
+    return writable_.load(std::memory_order_acquire);
 }
 
 void InMemoryEntry::setWritable(bool writable) noexcept {
-    writable_.store(writable, std::memory_order_relaxed);
+    writable_.store(writable, std::memory_order_release);
 }
 
 } // namespace storage::inmemoryprovider

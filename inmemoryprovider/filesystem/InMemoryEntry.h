@@ -12,10 +12,9 @@ namespace storage::inmemoryprovider {
 /// A node of the tree: what files and folders have in common. Always held by std::shared_ptr.
 ///
 /// Owns its full path, which never changes, its last-modified time and its writable flag. The two are atomic:
-/// operations of the file system change them under its mutex, the provider's walks outside it. No lock is
-/// taken, and nothing else is told by them, so their order towards other memory does not matter.
+/// operations of the file system change them under its mutex, the provider's setters without it.
 ///
-/// Thread safety: every operation may be called from any number of threads.
+/// Thread safety: thread-safe.
 class InMemoryEntry {
 public:
     /// @param lastModified  UTC, to the microsecond
@@ -54,6 +53,7 @@ private:
     virtual bool doIsFolder() const = 0;
 
     InMemoryEntryPath path_;
+    // Stores release, loads acquire: a thread that sees one operation's stamp or flag sees all operations before it.
     std::atomic<boost::posix_time::ptime> lastModified_;
     std::atomic<bool> writable_;
 

@@ -10,6 +10,23 @@
 
 namespace storage::inmemoryprovider {
 
+namespace {
+
+std::shared_ptr<InMemoryEntry> childAt(const InMemoryFolderEntry::ChildMap& children,
+                                       std::u16string_view path) noexcept {
+    const auto child = children.find(path);
+    return child == children.end() ? nullptr : child->second;
+}
+
+/// @throws EntryNotFoundException  naming the parent of `path` if it is missing, or else `path` if the entry is
+void requireFound(bool hasParent, bool hasEntry, const InMemoryEntryPath& path) {
+    if (!hasEntry) {
+        throw EntryNotFoundException(hasParent ? path : path.parentPath());
+    }
+}
+
+} // namespace
+
 InMemoryFileSystem::InMemoryFileSystem() {
     createRootEntry();
 }
@@ -29,6 +46,7 @@ void InMemoryFileSystem::addFolderEntry(const InMemoryEntryPath& path) {
     requireWritable(parent);
 
     const auto now = currentTime();
+    const PathSeqLock::Change change(changes_, path); // the parent's children and the folder map
     linkFolder(parent, makeFolderEntry(path, now));
     parent.setLastModifiedTime(now);
 }
@@ -40,8 +58,7 @@ void InMemoryFileSystem::addFileEntry(InMemoryEntryPath&& path) {
     requireWritable(parent);
 
     const auto now = currentTime();
-    parent.addChild(makeFileEntry(std::move(path), now));
-    parent.setLastModifiedTime(now);
+    parent.addChild(makeFileEntry(std::move(path), now), now);
 }
 
 void InMemoryFileSystem::removeFileEntry(const InMemoryEntryPath& path) {
@@ -52,8 +69,7 @@ void InMemoryFileSystem::removeFileEntry(const InMemoryEntryPath& path) {
     requireWritable(parent);
     requireWritable(*file->second);
 
-    removed = parent.takeChild(file);
-    parent.setLastModifiedTime(currentTime());
+    removed = parent.takeChild(file, currentTime);
 }
 
 void InMemoryFileSystem::removeFolderEntry(const InMemoryEntryPath& path) {
@@ -67,6 +83,7 @@ void InMemoryFileSystem::removeFolderEntry(const InMemoryEntryPath& path) {
     requireWritable(parent);
     requireWritable(*folder->second);
 
+    const PathSeqLock::Change change(changes_, path); // the parent's children and the folder map
     removed = parent.takeChild(folder);
     removeFolderFromFSMap(path);
     parent.setLastModifiedTime(currentTime());
@@ -107,22 +124,88 @@ std::shared_ptr<InMemoryFolderEntry> InMemoryFileSystem::getFolderEntry(const In
 }
 
 std::shared_ptr<InMemoryEntry> InMemoryFileSystem::getEntry(std::u16string_view path) const noexcept {
-    return folders_.visit(InMemoryEntryPath::parentOf(path),
-                          [&](const std::shared_ptr<InMemoryFolderEntry>* parent) {
-                              return parent == nullptr ? nullptr : (*parent)->getEntry(path);
-                          });
+    return lookUp(path, PathSeqLock::Scope::Entry).entry;
+}
+
+std::optional<InMemoryFolderEntry::LightWeightRepresentation>
+InMemoryFileSystem::listFolder(const InMemoryEntryPath& path) const {
+    for (;;) {
+        const auto start = changes_.number();
+        const auto folder = folders_.find(path.view());
+        std::optional<PathSeqLock::Number> conflict;
+        std::optional<InMemoryFolderEntry::LightWeightRepresentation> listing;
+        if (folder) {
+            folder->read([&](const InMemoryFolderEntry::ChildMap& children) {
+                conflict = changes_.conflictWith(path.view(), PathSeqLock::Scope::Folder);
+                // In this order: a folder that has just been moved away has lost its children, and its place in the map.
+                if (!conflict && isFolderAt(path.view(), *folder)) {
+                    listing = InMemoryFolderEntry::lightWeightRepresentationOf(children);
+                }
+            });
+        } else {
+            conflict = changes_.conflictWith(path.view(), PathSeqLock::Scope::Folder);
+        }
+        if (conflict) {
+            changes_.waitForEndOf(*conflict);
+        } else if (listing || (!folder && changes_.number() == start)) {
+            return listing;
+        }
+    }
+}
+
+InMemoryFileSystem::Found InMemoryFileSystem::lookUp(std::u16string_view path,
+                                                     PathSeqLock::Scope scope) const noexcept {
+    for (;;) {
+        const auto start = changes_.number();
+        Found found;
+        std::optional<PathSeqLock::Number> conflict;
+        const auto read = [&](const InMemoryFolderEntry::ChildMap& children) {
+            conflict = changes_.conflictWith(path, scope);
+            if (!conflict) {
+                found.entry = childAt(children, path);
+            }
+        };
+        // Not to block while the folder map's writer waits for this reader, a folder in use is read afterwards.
+        std::shared_ptr<InMemoryFolderEntry> inUse;
+        folders_.visit(InMemoryEntryPath::parentOf(path),
+                       [&](const std::shared_ptr<InMemoryFolderEntry>* parent) {
+                           found.hasParent = parent != nullptr;
+                           if (parent != nullptr && !(*parent)->tryRead(read)) {
+                               inUse = *parent;
+                           }
+                       });
+        if (inUse) {
+            inUse->read(read);
+        }
+        if (!found.hasParent) {
+            conflict = changes_.conflictWith(path, scope);
+        }
+        if (conflict) {
+            changes_.waitForEndOf(*conflict);
+        } else if (found.hasParent || changes_.number() == start) {
+            return found;
+        }
+    }
 }
 
 std::shared_ptr<InMemoryFileEntry> InMemoryFileSystem::findFile(const InMemoryEntryPath& path) const {
-    // Without the mutex at first, so that those who ask and those who change the tree do not get in each other's way.
-    const auto start = moves_.start();
-    auto entry = getEntry(path.view());
-    if (!entry || entry->isFolder() || !moves_.undisturbedSince(start)) {
-        entry.reset();
-        const SpinThenBlockLock lock(mutex_);
-        entry = requireFile(requireParent(path), path)->second;
-    }
-    return std::static_pointer_cast<InMemoryFileEntry>(std::move(entry));
+    auto found = lookUp(path.view(), PathSeqLock::Scope::Entry);
+    requireFound(found.hasParent, found.entry && !found.entry->isFolder(), path);
+    return std::static_pointer_cast<InMemoryFileEntry>(std::move(found.entry));
+}
+
+std::shared_ptr<InMemoryFolderEntry>
+InMemoryFileSystem::requireFolderEntry(const InMemoryEntryPath& path) const {
+    auto found = lookUp(path.view(), PathSeqLock::Scope::Folder);
+    requireFound(found.hasParent, found.entry && found.entry->isFolder(), path);
+    return std::static_pointer_cast<InMemoryFolderEntry>(std::move(found.entry));
+}
+
+bool InMemoryFileSystem::isFolderAt(std::u16string_view path,
+                                    const InMemoryFolderEntry& folder) const noexcept {
+    return folders_.visit(path, [&](const std::shared_ptr<InMemoryFolderEntry>* found) {
+        return found != nullptr && found->get() == &folder;
+    });
 }
 
 InMemoryFolderEntry* InMemoryFileSystem::doGetFolderEntry(std::u16string_view path) const noexcept {

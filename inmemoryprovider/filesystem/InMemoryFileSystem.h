@@ -7,7 +7,7 @@
 #include "inmemoryprovider/filesystem/InMemoryFolderEntry.h"
 #include "inmemoryprovider/filesystem/IndexedPathMap.h"
 #include "inmemoryprovider/filesystem/LeftRightMap.h"
-#include "inmemoryprovider/filesystem/MoveCounter.h"
+#include "inmemoryprovider/filesystem/PathSeqLock.h"
 
 #include "hostapi/storage/provider/ByteStream.h"
 #include "hostapi/storage/provider/ByteStreamOpenOptions.h"
@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
 
 namespace storage::inmemoryprovider {
@@ -29,8 +30,11 @@ namespace storage::inmemoryprovider {
 /// Owns the folder map, and through it the tree. `mutex_` guards the shape of the tree and excludes all
 /// writers of the map. Lock order: `mutex_` first, then at most one lock of a node, taken inside one
 /// operation of that node. No node ever calls back. `getFolderEntry` takes no lock, and reading and writing
-/// through streams only the file's. Attributes of files and streams for reading are found without `mutex_`, too;
-/// `moves_` tells whether a move was in the way.
+/// through streams only the file's.
+///
+/// Look-ups, listings, attributes and opening for reading do not take `mutex_` either, only the folder's that they read.
+/// Each change is one step for them: one section under a folder's mutex, or else published in `changes_`. A reader waits
+/// for the change under way only if it concerns the reader's path, and holds nothing while it waits.
 ///
 /// Between calls, also after one that failed:
 /// - "/" is a folder in the map; it is never removed or replaced;
@@ -84,8 +88,13 @@ public:
     // by EntryNotFoundException. They do not reach the root, which has no parent.
 
     /// All three of a file, which is found once. They are read one after the other; another thread may change the
-    /// file in between. Waits for nothing but a move.
+    /// file in between.
     FileEntryAttributes getFileEntryAttributes(const InMemoryEntryPath& path) const;
+
+    /// The folder at `path`, whose time and flag the caller reads one after the other.
+    std::shared_ptr<InMemoryFolderEntry> requireFolderEntry(const InMemoryEntryPath& path) const;
+
+    // These take `mutex_`; the provider uses the two above, which do not.
 
     /// In bytes.
     std::uint64_t getFileEntrySize(const InMemoryEntryPath& path) const;
@@ -98,9 +107,13 @@ public:
     /// long a change of the tree takes.
     std::shared_ptr<InMemoryFolderEntry> getFolderEntry(const InMemoryEntryPath& path) const;
 
-    /// The entry at the path with the text `path`, or an empty pointer; the root is never found. Takes no lock but
-    /// the parent folder's, so it does not wait for a change under way; it may meet the middle of a move.
+    /// The entry at the path with the text `path`, or an empty pointer; the root is never found.
     std::shared_ptr<InMemoryEntry> getEntry(std::u16string_view path) const noexcept;
+
+    /// A snapshot of the children of the folder at `path`, the root included; none without a folder there.
+    /// @throws std::bad_alloc
+    std::optional<InMemoryFolderEntry::LightWeightRepresentation>
+    listFolder(const InMemoryEntryPath& path) const;
 
     /// Moves a file. A new node at `target` takes over the bytes and the writable flag; it and both parents are
     /// stamped with one reading of the clock. A replaced file is removed before the last checks, which are those of
@@ -146,7 +159,17 @@ private:
     using Child = InMemoryFolderEntry::Children::const_iterator;
     struct FolderMove;
 
-    /// The file at `path`, as the tree was at one moment. Takes `mutex_` if a move gets in the way.
+    struct Found {
+        bool hasParent = false; ///< whether the parent is a folder
+        std::shared_ptr<InMemoryEntry> entry;
+    };
+
+    /// What is at the path with the text `path`, as the tree was at one moment of the call.
+    Found lookUp(std::u16string_view path, PathSeqLock::Scope scope) const noexcept;
+
+    /// Whether `folder` is the one that the map has at `path`.
+    bool isFolderAt(std::u16string_view path, const InMemoryFolderEntry& folder) const noexcept;
+
     /// @throws EntryNotFoundException  naming the parent; `path`, when no file is there
     std::shared_ptr<InMemoryFileEntry> findFile(const InMemoryEntryPath& path) const;
 
@@ -182,7 +205,7 @@ private:
 
     FolderMap folders_;
     mutable std::mutex mutex_;
-    alignas(cacheLine) MoveCounter moves_; ///< read by those who leave the mutex alone
+    alignas(cacheLine) PathSeqLock changes_; ///< read by threads that do not take `mutex_`
 };
 
 } // namespace storage::inmemoryprovider

@@ -34,8 +34,7 @@ std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemory
         create ? makeFileEntry(path, now) : std::static_pointer_cast<InMemoryFileEntry>((*child)->second);
     auto stream = std::make_unique<InMemoryByteStream>(file, options.append);
     if (create) {
-        parent.addChild(file);
-        parent.setLastModifiedTime(now);
+        parent.addChild(file, now);
     }
     // Nothing can fail from here on. Opening for writing counts as modification, whatever is written.
     file->setLastModifiedTime(now);

@@ -63,15 +63,19 @@ void InMemoryFileSystem::moveFileEntry(const InMemoryEntryPath& source, const In
                                        const ReplacementPolicy& policy) {
     InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
     const SpinThenBlockLock lock(mutex_);
-    const MoveCounter::Move move(moves_);
     requireFile(requireParent(source), source);
     auto& targetParent = requireParent(target);
-    if (const auto existing = targetParent.findChild(target)) {
+    const auto existing = targetParent.findChild(target);
+    if (existing) {
         if ((*existing)->second->isFolder() || refusesExistingFile(policy)) {
             throw EntryExistsException(target);
         }
         requireWritable(*(*existing)->second);
         requireWritable(targetParent);
+    }
+
+    const PathSeqLock::Change change(changes_, source, target);
+    if (existing) {
         replaced = targetParent.takeChild(*existing);
     }
     try {
@@ -120,7 +124,6 @@ void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const 
     InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
     FolderMap::Element registration;
     const SpinThenBlockLock lock(mutex_);
-    const MoveCounter::Move move(moves_);
     requireFolder(requireParent(source), source);
     auto& targetParent = requireParent(target);
     const auto existing = targetParent.findChild(target);
@@ -136,6 +139,7 @@ void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const 
     }
     requireOutside(target, source);
 
+    const PathSeqLock::Change change(changes_, source, target);
     if (existing) {
         replaced = targetParent.takeChild(*existing);
         registration = removeFolderFromFSMap(target);

@@ -45,6 +45,14 @@ void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child) {
     children_.tryEmplace(path, std::move(child));
 }
 
+void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child,
+                                   const boost::posix_time::ptime& time) {
+    const std::lock_guard lock(mutex_);
+    const InMemoryEntryPath& path = child->path();
+    children_.tryEmplace(path, std::move(child));
+    setLastModifiedTime(time);
+}
+
 void InMemoryFolderEntry::removeChild(const InMemoryEntryPath& path) {
     Children::node_type removed; // outlives the lock
     const std::lock_guard lock(mutex_);
@@ -63,6 +71,14 @@ InMemoryFolderEntry::Children::node_type
 InMemoryFolderEntry::takeChild(Children::const_iterator child) noexcept {
     const std::lock_guard lock(mutex_);
     return children_.extract(child);
+}
+
+InMemoryFolderEntry::Children::node_type InMemoryFolderEntry::takeChild(Children::const_iterator child,
+                                                                        boost::posix_time::ptime (*clock)()) {
+    const std::lock_guard lock(mutex_);
+    auto taken = children_.extract(child);
+    setLastModifiedTime(clock());
+    return taken;
 }
 
 InMemoryFolderEntry::Children::node_type
@@ -87,9 +103,9 @@ void InMemoryFolderEntry::expectChildren(std::size_t count) noexcept {
     children_.expect(count);
 }
 
-std::shared_ptr<InMemoryEntry> InMemoryFolderEntry::getEntry(std::u16string_view path) const {
+std::shared_ptr<InMemoryEntry> InMemoryFolderEntry::doGetEntry(const InMemoryEntryPath& path) const {
     const std::lock_guard lock(mutex_);
-    const auto found = children_.find(path);
+    const auto found = children_.find(path.view());
     return found == children_.end() ? nullptr : found->second;
 }
 
@@ -122,9 +138,14 @@ InMemoryFolderEntry::Children::const_iterator InMemoryFolderEntry::end() const {
 }
 
 InMemoryFolderEntry::LightWeightRepresentation InMemoryFolderEntry::getLightWeightRepresentation() const {
-    LightWeightRepresentation snapshot;
     const std::lock_guard lock(mutex_);
-    for (const auto& [path, child] : children_) {
+    return lightWeightRepresentationOf(children_);
+}
+
+InMemoryFolderEntry::LightWeightRepresentation
+InMemoryFolderEntry::lightWeightRepresentationOf(const ChildMap& children) {
+    LightWeightRepresentation snapshot;
+    for (const auto& [path, child] : children) {
         snapshot.emplace_hint(snapshot.end(), path, std::pair(path.filename(), child->isFolder()));
     }
     return snapshot;

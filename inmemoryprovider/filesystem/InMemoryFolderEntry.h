@@ -17,18 +17,17 @@ namespace storage::inmemoryprovider {
 
 /// A folder.
 ///
-/// Owns its direct children, each under its own full path. `mutex_` guards the children; it is taken inside
-/// single operations of this class only, and while it is held no other lock is taken, no code of others is
-/// called but the children's lock-free accessors, and nothing is destroyed.
+/// Owns its direct children, each under its own full path. `mutex_` guards the children. It is acquired inside single
+/// operations of this class only. While it is held, no other lock is acquired and no node is destroyed.
 ///
-/// Thread safety: every operation may be called from any number of threads, except that `findChild`, and the
-/// iterators of `begin` and `end`, are safe only while the children do not change; holding the file system's
-/// mutex ensures that.
+/// Thread safety: thread-safe, except that `findChild` and the iterators of `begin` and `end` require that the children do
+/// not change; holding the file system's mutex ensures that.
 class InMemoryFolderEntry : public InMemoryEntry {
 public:
     using Children = std::map<InMemoryEntryPath, std::shared_ptr<InMemoryEntry>>;
     /// Of each child, under its full path: the name, and whether it is a folder.
     using LightWeightRepresentation = std::map<InMemoryEntryPath, std::pair<std::u16string, bool>>;
+    using ChildMap = IndexedPathMap<std::shared_ptr<InMemoryEntry>>;
 
     /// A folder without children.
     using InMemoryEntry::InMemoryEntry;
@@ -40,27 +39,49 @@ public:
 
     bool empty() const;
 
-    /// Adds `child` under its own path. A child that is there already stays, and the new one is dropped.
-    /// @throws std::bad_alloc with the children unchanged
-    void addChild(std::shared_ptr<InMemoryEntry> child);
+    /// Calls `use` with this folder's children under its mutex.
+    template <class Use>
+    void read(const Use& use) const {
+        const std::lock_guard lock(mutex_);
+        use(children_);
+    }
 
-    /// Lets go of the child at `path`, if there is one. When the folder was its last holder, it dies after
-    /// the folder's mutex was released.
-    void removeChild(const InMemoryEntryPath& path);
+    /// As `read`, but returns false instead of blocking when another thread holds the mutex.
+    template <class Use>
+    bool tryRead(const Use& use) const {
+        const std::unique_lock lock(mutex_, std::try_to_lock);
+        if (lock) {
+            use(children_);
+        }
+        return lock.owns_lock();
+    }
 
-    /// Where the child at `path` is, if there is one. Takes no lock: under the file system's mutex nobody changes
-    /// the children.
+    /// A snapshot of `children`, in a call of `read`; it holds no pointer into the tree.
+    /// @throws std::bad_alloc
+    static LightWeightRepresentation lightWeightRepresentationOf(const ChildMap& children);
+
+    /// Where the child at `path` is, if there is one. Takes no lock: under the file system's mutex the children do not
+    /// change.
     std::optional<Children::const_iterator> findChild(const InMemoryEntryPath& path) const noexcept;
 
-    /// Takes out a child that `findChild` found and hands it to the caller, who decides where it dies, or puts it back.
+    /// Adds `child` under its own path. If the path is taken, the existing child stays and the new one is dropped.
+    /// @throws std::bad_alloc with nothing changed
+    void addChild(std::shared_ptr<InMemoryEntry> child);
+
+    /// As `addChild`, and stamps the folder, in one step for readers.
+    void addChild(std::shared_ptr<InMemoryEntry> child, const boost::posix_time::ptime& time);
+
+    /// Takes out a child that `findChild` found. The caller decides where it is destroyed, or puts it back.
     Children::node_type takeChild(Children::const_iterator child) noexcept;
+
+    /// As `takeChild`, and stamps the folder with what `clock` returns after the removal, in one step for readers.
+    Children::node_type takeChild(Children::const_iterator child, boost::posix_time::ptime (*clock)());
 
     /// `child` as `putChild` takes it.
     /// @throws std::bad_alloc
     static Children::node_type makeChild(std::shared_ptr<InMemoryEntry> child);
 
-    /// Puts what `makeChild` made, or `takeChild` took out here or elsewhere, among the children; or, when its place has
-    /// been taken, hands it back. Never fails.
+    /// Inserts what `makeChild` made, or `takeChild` took out of any folder; returns it if its path is taken. Never fails.
     Children::node_type putChild(Children::node_type child) noexcept;
 
     /// Prepares the folder for all its children being taken out.
@@ -70,12 +91,19 @@ public:
     /// Prepares the folder for as many children as `count`.
     void expectChildren(std::size_t count) noexcept;
 
+    /// Iterators of the children, valid while they do not change.
+    Children::const_iterator begin() const;
+    Children::const_iterator end() const;
+
+    // The file system uses the operations above. Those below complete the interface of a folder for callers that hold a
+    // node alone; each is one section under the folder's mutex.
+
+    /// Releases the child at `path`, if there is one. The folder's reference is released after the mutex.
+    void removeChild(const InMemoryEntryPath& path);
+
     /// The child at `path`, or an empty pointer.
     std::shared_ptr<InMemoryEntry> getEntry(const InMemoryEntryPath& path) const { return doGetEntry(path); }
-    std::shared_ptr<InMemoryEntry> doGetEntry(const InMemoryEntryPath& path) const {
-        return getEntry(path.view());
-    }
-    std::shared_ptr<InMemoryEntry> getEntry(std::u16string_view path) const;
+    std::shared_ptr<InMemoryEntry> doGetEntry(const InMemoryEntryPath& path) const;
 
     /// The child at `path` if it is a file, else an empty pointer.
     std::shared_ptr<InMemoryFileEntry> getFileEntry(const InMemoryEntryPath& path) const;
@@ -86,10 +114,7 @@ public:
     /// Whether there is a child of either kind at `path`.
     bool doChildExist(const InMemoryEntryPath& path) const;
 
-    Children::const_iterator begin() const;
-    Children::const_iterator end() const;
-
-    /// A snapshot of the children that holds no pointer into the tree.
+    /// A snapshot of the children.
     /// @throws std::bad_alloc
     LightWeightRepresentation getLightWeightRepresentation() const;
 
@@ -100,7 +125,7 @@ private:
     /// instead, so that their own children can be taken out first.
     void releaseChildren(std::shared_ptr<InMemoryFolderEntry>& doomed) noexcept;
 
-    IndexedPathMap<std::shared_ptr<InMemoryEntry>> children_;
+    ChildMap children_;
     mutable std::mutex mutex_;
     std::shared_ptr<InMemoryFolderEntry> nextDoomed_; ///< set only while the folder is being destroyed
 };

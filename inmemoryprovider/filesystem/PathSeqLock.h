@@ -1,0 +1,90 @@
+#pragma once
+
+#include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace storage::inmemoryprovider {
+
+/// A sequence lock over the tree that readers check by path. It makes a change of several steps, such as a move, one step
+/// for readers that do not hold the lock of the changes: they wait for the change under way only if it concerns their path.
+///
+/// Owns a sequence number, odd while a change is under way, and the length and hashes of that change's paths. Hashes,
+/// because a path could be destroyed while a reader looks at it. A collision makes a reader wait without need.
+///
+/// Changes are externally synchronized. A reader that reads a folder under the folder's mutex asks `conflictWith` while
+/// it holds that mutex: all steps on that folder need it, so the answer stays true until the mutex is released. A reader
+/// of anything else asks afterwards, and starts again if `number` has changed.
+///
+/// Thread safety: all but `Change` is thread-safe.
+class PathSeqLock {
+public:
+    using Number = std::uint32_t;
+
+    /// What a reader depends on.
+    enum class Scope {
+        Entry, ///< the entry at the path: changes of this entry or of a folder above it concern it
+        Folder ///< a folder's attributes and children: changes of a child concern it, too
+    };
+
+    /// A change, under way as long as this exists. Both paths are concerned, and all below them.
+    class [[nodiscard]] Change {
+    public:
+        Change(PathSeqLock& lock, const InMemoryEntryPath& source, const InMemoryEntryPath& target) noexcept;
+        Change(PathSeqLock& lock, const InMemoryEntryPath& path) noexcept;
+        Change(const Change&) = delete;
+        Change& operator=(const Change&) = delete;
+        ~Change();
+
+    private:
+        PathSeqLock& lock_;
+    };
+
+    /// Differs before and after each beginning and end of a change.
+    Number number() const noexcept { return sequence_.load(std::memory_order_acquire); }
+
+    /// The number of the change under way if it concerns what is at `path`.
+    std::optional<Number> conflictWith(std::u16string_view path, Scope scope) const noexcept {
+        return isUnderWay(number()) ? conflictWithChange(path, scope) : std::nullopt;
+    }
+
+    /// Returns when the change that has `number` has ended.
+    void waitForEndOf(Number number) const noexcept;
+
+private:
+    struct Place {
+        explicit Place(std::u16string_view text) noexcept;
+
+        std::size_t length;
+        std::uint64_t path;
+        std::uint64_t parent;
+    };
+
+    /// Stores release, loads acquire: a reader that sees a field of a change also sees that the change before has ended.
+    struct SharedPlace {
+        void store(const Place& place) noexcept;
+        bool concerns(std::u16string_view reader, Scope scope) const noexcept;
+
+        std::atomic<std::size_t> length{0};
+        std::atomic<std::uint64_t> path{0};
+        std::atomic<std::uint64_t> parent{0};
+    };
+
+    static bool isUnderWay(Number number) noexcept { return number % 2 != 0; }
+    std::optional<Number> conflictWithChange(std::u16string_view path, Scope scope) const noexcept;
+    void begin(const Place& source, const Place& target) noexcept;
+    void end() noexcept;
+
+    /// Made odd (release) after the places are stored and before the first step; each step is released by a folder's mutex
+    /// or by the folder map, so a reader that sees a step sees the number. Made even (sequentially consistent, for waiting
+    /// readers) after the last step; a reader that sees it (acquire) sees all steps.
+    std::atomic<Number> sequence_{0};
+    std::array<SharedPlace, 2> places_;
+};
+
+} // namespace storage::inmemoryprovider

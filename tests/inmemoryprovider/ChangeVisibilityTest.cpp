@@ -1,0 +1,352 @@
+// Every change is one step for the threads that look. A change is held in the middle by holding a folder's mutex.
+
+#include "inmemoryprovider/EntryNotFoundException.h"
+#include "inmemoryprovider/InMemoryProvider.h"
+#include "tests/support/Answer.h"
+#include "tests/support/RunTogether.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace storage::inmemoryprovider::change_visibility_test {
+namespace {
+
+using foundation::storage::provider::EntryExistence;
+using foundation::storage::provider::ReplacementPolicy;
+using foundation::storage::provider::StorageIRI;
+using tests::answerOf;
+using tests::runTogether;
+
+using Path = std::u16string;
+using Names = std::vector<Path>;
+
+/// Holds a folder's mutex until released.
+class HeldFolder {
+public:
+    explicit HeldFolder(const std::shared_ptr<InMemoryFolderEntry>& folder)
+        : holder_([this, folder] {
+              folder->read([this](const auto&) {
+                  held_.set_value();
+                  release_.get_future().wait();
+              });
+          }) {
+        held_.get_future().wait();
+    }
+    HeldFolder(const HeldFolder&) = delete;
+    HeldFolder& operator=(const HeldFolder&) = delete;
+    ~HeldFolder() { release(); }
+
+    void release() {
+        if (holder_.joinable()) {
+            release_.set_value();
+            holder_.join();
+        }
+    }
+
+private:
+    std::promise<void> held_;
+    std::promise<void> release_;
+    std::thread holder_;
+};
+
+void waitUntil(const std::function<bool()>& condition) {
+    while (!condition()) {
+        std::this_thread::yield();
+    }
+}
+
+/// A file system on which a thread changes something and is held in the middle.
+class HeldChange : public testing::Test {
+protected:
+    static InMemoryEntryPath path(const Path& text) { return InMemoryEntryPath(text); }
+
+    std::shared_ptr<InMemoryFolderEntry> folder(const Path& text) {
+        return fileSystem.getFolderEntry(path(text));
+    }
+
+    /// The node itself, also in the middle of a change.
+    std::shared_ptr<InMemoryEntry> nodeIn(const Path& parent, const Path& text) {
+        return folder(parent)->getEntry(path(text));
+    }
+
+    void SetUp() override {
+        for (const auto* text : {u"/d", u"/e", u"/z", u"/a", u"/a/s"}) {
+            fileSystem.addFolderEntry(path(text));
+        }
+        for (const auto* text : {u"/d/x", u"/e/y", u"/e/other", u"/z/f", u"/a/f", u"/a/s/f"}) {
+            fileSystem.addFileEntry(path(text));
+        }
+    }
+
+    Names listed(const Path& text) {
+        Names names;
+        if (const auto listing = fileSystem.listFolder(path(text))) {
+            for (const auto& [child, nameAndKind] : *listing) {
+                names.push_back(nameAndKind.first);
+            }
+        }
+        return names;
+    }
+
+    bool exists(const Path& text) { return fileSystem.getEntry(text) != nullptr; }
+    bool isOpened(const Path& text) {
+        try {
+            return fileSystem.checkOutFileEntry(path(text)) != nullptr;
+        } catch (const EntryNotFoundException&) {
+            return false;
+        }
+    }
+
+    /// What does not lie in, and is not the folder of, a path that changes. Returns at once, or this test never ends.
+    void expectElsewhereGoesOn() {
+        EXPECT_TRUE(exists(u"/z/f"));
+        EXPECT_FALSE(exists(u"/z/missing"));
+        EXPECT_FALSE(exists(u"/missing/f"));
+        EXPECT_TRUE(isOpened(u"/z/f"));
+        EXPECT_FALSE(isOpened(u"/missing/f"));
+        EXPECT_TRUE(fileSystem.getFileEntryAttributes(path(u"/z/f")).writable);
+        EXPECT_TRUE(fileSystem.requireFolderEntry(path(u"/z"))->isWritable());
+        EXPECT_EQ(listed(u"/z"), (Names{u"f"}));
+        EXPECT_TRUE(exists(u"/d"));
+        EXPECT_TRUE(exists(u"/e"));
+    }
+
+    InMemoryFileSystem fileSystem;
+};
+
+TEST_F(HeldChange, aLookUpThatWaitsForItsFolderDoesNotHoldUpAChangeElsewhere) {
+    HeldFolder held(folder(u"/d"));
+    std::atomic<bool> begun = false;
+    auto lookUp = std::async(std::launch::async, [&] {
+        begun = true;
+        return exists(u"/d/x");
+    });
+    waitUntil([&] { return begun.load(); });
+    for (int change = 0; change < 200; ++change) { // the other thread waits by now, or by one of the next
+        fileSystem.addFolderEntry(path(u"/z/new"));
+        std::this_thread::yield();
+        fileSystem.removeFolderEntry(path(u"/z/new"));
+    }
+    held.release();
+    EXPECT_TRUE(lookUp.get());
+}
+
+TEST_F(HeldChange, aReplacedFileIsThereInTheMiddleOfTheMove) {
+    const auto replaced = nodeIn(u"/e", u"/e/y");
+    HeldFolder held(folder(u"/d"));
+    auto move = std::async(std::launch::async, [&] {
+        fileSystem.moveFileEntry(path(u"/d/x"), path(u"/e/y"), ReplacementPolicy::ReplaceExisting);
+    });
+    waitUntil([&] { return nodeIn(u"/e", u"/e/y") != replaced; });
+    expectElsewhereGoesOn();
+    EXPECT_TRUE(exists(u"/e/other"));
+
+    auto targetExists = std::async(std::launch::async, [&] { return exists(u"/e/y"); });
+    auto targetOpened = std::async(std::launch::async, [&] { return isOpened(u"/e/y"); });
+    auto targetListed = std::async(std::launch::async, [&] { return listed(u"/e"); });
+    auto sourceExists = std::async(std::launch::async, [&] { return exists(u"/d/x"); });
+    auto sourceListed = std::async(std::launch::async, [&] { return listed(u"/d"); });
+    held.release();
+    move.get();
+    EXPECT_TRUE(targetExists.get());
+    EXPECT_TRUE(targetOpened.get());
+    EXPECT_EQ(targetListed.get(), (Names{u"other", u"y"}));
+    EXPECT_FALSE(sourceExists.get());
+    EXPECT_EQ(sourceListed.get(), Names());
+}
+
+TEST_F(HeldChange, aFolderIsAtOnePlaceInTheMiddleOfItsMove) {
+    HeldFolder held(folder(u"/a/s"));
+    auto move = std::async(std::launch::async, [&] {
+        fileSystem.moveFolderEntry(path(u"/a"), path(u"/b"), ReplacementPolicy::RefuseExisting);
+    });
+    waitUntil([&] { return folder(u"/b") && nodeIn(u"/b", u"/b/f"); });
+    expectElsewhereGoesOn();
+
+    // All of these concern the move, so they wait for its end.
+    std::vector<std::future<void>> answers;
+    const auto expectAtEnd = [&](const std::function<void()>& expectation) {
+        answers.push_back(std::async(std::launch::async, expectation));
+    };
+    expectAtEnd([&] { EXPECT_EQ(listed(u"/"), (Names{u"b", u"d", u"e", u"z"})); });
+    expectAtEnd([&] { EXPECT_EQ(listed(u"/a"), Names()); });
+    expectAtEnd([&] { EXPECT_EQ(listed(u"/a/s"), Names()); });
+    expectAtEnd([&] { EXPECT_EQ(listed(u"/b"), (Names{u"f", u"s"})); });
+    expectAtEnd([&] { EXPECT_FALSE(exists(u"/a")); });
+    expectAtEnd([&] { EXPECT_FALSE(exists(u"/a/f")); });
+    expectAtEnd([&] { EXPECT_FALSE(exists(u"/a/s/f")); });
+    expectAtEnd([&] { EXPECT_TRUE(exists(u"/b")); });
+    expectAtEnd([&] { EXPECT_TRUE(exists(u"/b/s/f")); });
+    expectAtEnd([&] { EXPECT_TRUE(isOpened(u"/b/f")); });
+    expectAtEnd([&] { EXPECT_FALSE(isOpened(u"/a/f")); });
+    for (const auto& answer : answers) {
+        EXPECT_EQ(answer.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    }
+    held.release();
+    move.get();
+}
+
+// The same, left to chance.
+
+class ChangeRace : public testing::Test {
+protected:
+    /// Runs `change` again and again, and `look` until it has ended; `look` returns the number of its violations.
+    void run(int times, const std::function<void()>& change, const std::function<int()>& look) {
+        std::atomic<bool> done = false;
+        std::atomic<int> violations = 0;
+        std::atomic<int> looks = 0;
+        const auto looking = [&] {
+            while (!done || looks == 0) {
+                violations += look();
+                ++looks;
+            }
+        };
+        runTogether({[&] {
+                         for (int time = 0; time < times; ++time) {
+                             change();
+                         }
+                         done = true;
+                     },
+                     looking, looking});
+        EXPECT_EQ(violations, 0) << "of " << looks;
+    }
+
+    Names namesIn(const Path& path) { return provider.doListAllNamesOnly(StorageIRI(path)); }
+
+    InMemoryProvider provider;
+};
+
+TEST_F(ChangeRace, aFileThatIsReplacedByMovesNeverIsMissing) {
+    const StorageIRI old(u"/g");
+    const StorageIRI fresh(u"/new");
+    provider.doCreateFile(old);
+    run(
+        3000,
+        [&] {
+            provider.doCreateFile(fresh);
+            provider.doMoveFile(fresh, old, ReplacementPolicy::ReplaceExisting);
+        },
+        [&] {
+            const auto names = namesIn(u"/");
+            return (provider.doFileExists(old) ? 0 : 1) +
+                   (provider.doExistsExtended(old) == EntryExistence::File ? 0 : 1) +
+                   (!names.empty() && names.front() == u"g" ? 0 : 1) +
+                   (answerOf([&] { provider.doGetFileAttributes(old); }).succeeded() ? 0 : 1) +
+                   (answerOf([&] { provider.doOpenReadOnlyStream(old); }).succeeded() ? 0 : 1);
+        });
+}
+
+TEST_F(ChangeRace, aFileThatIsRenamedIsListedOnce) {
+    const StorageIRI one(u"/one");
+    const StorageIRI two(u"/two");
+    provider.doCreateFile(one);
+    run(
+        3000,
+        [&] {
+            provider.doMoveFile(one, two, ReplacementPolicy::RefuseExisting);
+            provider.doMoveFile(two, one, ReplacementPolicy::RefuseExisting);
+        },
+        [&] { return namesIn(u"/").size() == 1 ? 0 : 1; });
+}
+
+TEST_F(ChangeRace, aFolderThatIsRenamedIsListedOnceWithAllItHolds) {
+    const StorageIRI one(u"/one");
+    const StorageIRI two(u"/two");
+    for (const auto* folder : {u"/one", u"/one/s"}) {
+        provider.doCreateFolder(StorageIRI(folder));
+    }
+    for (const auto* file : {u"/one/f", u"/one/s/f"}) {
+        provider.doCreateFile(StorageIRI(file));
+    }
+    const auto listsAllOrNothing = [&](const Path& folder, const Names& all) {
+        Names names;
+        const bool found = answerOf([&] { names = namesIn(folder); }).succeeded();
+        return !found || names == all;
+    };
+    run(
+        1000,
+        [&] {
+            provider.doMoveFolder(one, two, ReplacementPolicy::RefuseExisting);
+            provider.doMoveFolder(two, one, ReplacementPolicy::RefuseExisting);
+        },
+        [&] {
+            int violations = namesIn(u"/").size() == 1 ? 0 : 1;
+            for (const auto* folder : {u"/one", u"/two"}) {
+                violations += listsAllOrNothing(folder, {u"f", u"s"}) ? 0 : 1;
+                violations += listsAllOrNothing(folder + Path(u"/s"), {u"f"}) ? 0 : 1;
+            }
+            return violations;
+        });
+}
+
+TEST_F(ChangeRace, anEmptyFolderThatIsReplacedByMovesNeverIsMissing) {
+    const StorageIRI old(u"/g");
+    const StorageIRI fresh(u"/new");
+    provider.doCreateFolder(old);
+    run(
+        2000,
+        [&] {
+            provider.doCreateFolder(fresh);
+            provider.doMoveFolder(fresh, old, ReplacementPolicy::ReplaceExisting);
+        },
+        [&] {
+            return (provider.doFolderExists(old) ? 0 : 1) +
+                   (answerOf([&] { provider.doListAll(old); }).succeeded() ? 0 : 1) +
+                   (answerOf([&] { provider.doGetFolderAttributes(old); }).succeeded() ? 0 : 1);
+        });
+}
+
+TEST_F(ChangeRace, aNewFolderIsInItsParentAndCanBeListedAtTheSameMoment) {
+    const StorageIRI folder(u"/a");
+    std::atomic<int> changes = 0;
+    run(
+        3000,
+        [&] {
+            provider.doCreateFolder(folder);
+            ++changes;
+            provider.doRemoveFolder(folder);
+            ++changes;
+        },
+        [&] {
+            const int before = changes;
+            const bool exists = provider.doFolderExists(folder);
+            const bool listed = answerOf([&] { provider.doListAll(folder); }).succeeded();
+            const bool existsAfter = provider.doFolderExists(folder);
+            // Between two counts one change takes effect, so the folder is seen to come or go once.
+            return changes == before && exists == existsAfter && listed != exists ? 1 : 0;
+        });
+}
+
+TEST_F(ChangeRace, aFolderHasTheTimeOfAFileThatCanBeSeenInIt) {
+    const StorageIRI folder(u"/d");
+    const StorageIRI file(u"/d/f");
+    const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));
+    provider.doCreateFolder(folder);
+    std::atomic<int> rounds = 0;
+    run(
+        2000,
+        [&] {
+            ++rounds;
+            provider.doSetLastModified(folder, longAgo);
+            ++rounds;
+            provider.doCreateFile(file);
+            provider.doRemoveFile(file);
+        },
+        [&] {
+            const int before = rounds;
+            const bool seen = provider.doFileExists(file);
+            const auto time = provider.doGetFolderAttributes(folder).getLastModified();
+            return seen && time == longAgo && rounds == before ? 1 : 0;
+        });
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider::change_visibility_test

@@ -1,0 +1,118 @@
+#include "inmemoryprovider/filesystem/PathSeqLock.h"
+
+#include "tests/support/RunTogether.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace storage::inmemoryprovider::path_seq_lock_test {
+namespace {
+
+using Scope = PathSeqLock::Scope;
+
+InMemoryEntryPath path(const std::u16string& text) {
+    return InMemoryEntryPath(text);
+}
+
+TEST(PathSeqLock, hasNoConflictsWithoutAChange) {
+    PathSeqLock lock;
+    { const PathSeqLock::Change change(lock, path(u"/a")); }
+    EXPECT_FALSE(lock.conflictWith(u"/a", Scope::Entry));
+    EXPECT_FALSE(lock.conflictWith(u"/a", Scope::Folder));
+}
+
+TEST(PathSeqLock, concernsBothPathsAndAllBelowThem) {
+    PathSeqLock lock;
+    const PathSeqLock::Change change(lock, path(u"/a/b"), path(u"/c"));
+    for (const auto scope : {Scope::Entry, Scope::Folder}) {
+        for (const auto* concerned : {u"/a/b", u"/a/b/x", u"/a/b/x/y", u"/a/b//", u"/c", u"/c/x"}) {
+            EXPECT_EQ(lock.conflictWith(concerned, scope), lock.number());
+        }
+        for (const auto* other : {u"", u"/b", u"/a/bc", u"/a/c", u"/cc", u"/d/a/b", u"a/b"}) {
+            EXPECT_FALSE(lock.conflictWith(other, scope)) << testing::PrintToString(other);
+        }
+    }
+}
+
+TEST(PathSeqLock, concernsTheFoldersOfBothPathsAsFoldersOnly) {
+    PathSeqLock lock;
+    const PathSeqLock::Change change(lock, path(u"/a/b/c"), path(u"/d"));
+    for (const auto* folder : {u"/a/b", u"/"}) {
+        EXPECT_TRUE(lock.conflictWith(folder, Scope::Folder));
+        EXPECT_FALSE(lock.conflictWith(folder, Scope::Entry));
+    }
+    EXPECT_FALSE(lock.conflictWith(u"/a", Scope::Folder));
+}
+
+TEST(PathSeqLock, aChangeOfOnePathConcernsThatPath) {
+    PathSeqLock lock;
+    const PathSeqLock::Change change(lock, path(u"/a/b"));
+    EXPECT_TRUE(lock.conflictWith(u"/a/b", Scope::Entry));
+    EXPECT_TRUE(lock.conflictWith(u"/a", Scope::Folder));
+    EXPECT_FALSE(lock.conflictWith(u"/a/c", Scope::Entry));
+}
+
+TEST(PathSeqLock, numbersEachBeginningAndEnd) {
+    PathSeqLock lock;
+    const auto before = lock.number();
+    std::optional<PathSeqLock::Change> change(std::in_place, lock, path(u"/a"));
+    const auto during = lock.number();
+    EXPECT_NE(before, during);
+    change.reset();
+    EXPECT_NE(lock.number(), before);
+    EXPECT_NE(lock.number(), during);
+    lock.waitForEndOf(during); // returns at once
+}
+
+TEST(PathSeqLock, wakesThoseThatWaitForTheEnd) {
+    PathSeqLock lock;
+    for (int round = 0; round < 50; ++round) {
+        std::optional<PathSeqLock::Change> change(std::in_place, lock, path(u"/a"));
+        std::atomic<bool> ended = false;
+        std::promise<void> asked;
+        auto waiting = std::async(std::launch::async, [&] {
+            const auto conflict = lock.conflictWith(u"/a/f", Scope::Entry);
+            asked.set_value();
+            lock.waitForEndOf(*conflict);
+            return ended.load();
+        });
+        asked.get_future().wait();
+        ended = true;
+        change.reset();
+        EXPECT_TRUE(waiting.get());
+    }
+}
+
+/// A reader between two changes must not take the number of one with the paths of the other.
+TEST(PathSeqLock, neverTellsOfAConflictWithOneChangeForThePathOfAnother) {
+    PathSeqLock lock;
+    const auto first = path(u"/a");
+    const auto second = path(u"/b");
+    std::atomic<bool> done = false;
+    const auto changeOften = [&] {
+        for (int round = 0; round < 50'000; ++round) {
+            const PathSeqLock::Change change(lock, round % 2 == 0 ? first : second);
+        }
+        done = true;
+    };
+    const auto look = [&] {
+        while (!done) {
+            // Rounds of the first path have the numbers 1, 5, 9 and so on.
+            if (const auto conflict = lock.conflictWith(u"/a", Scope::Entry)) {
+                ASSERT_EQ(*conflict % 4, 1U);
+            }
+            if (const auto conflict = lock.conflictWith(u"/b", Scope::Entry)) {
+                ASSERT_EQ(*conflict % 4, 3U);
+            }
+        }
+    };
+    tests::runTogether({changeOften, look});
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider::path_seq_lock_test
