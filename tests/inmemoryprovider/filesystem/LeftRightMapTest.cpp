@@ -162,14 +162,18 @@ TEST(LeftRightMap, aWriterOfHigherPriorityLeavesTheProcessorToItsReader) {
     }
     LeftRightMap<HeldKey, std::shared_ptr<int>> map;
     map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));
+    std::atomic<bool> writerWaits = false;
     std::atomic<bool> inside = false;
     std::thread writer([&] {
         runInRealTime(processor, 2);
+        writerWaits = true;
+        writerWaits.notify_all();
         inside.wait(false);
         map.insert(map.prepare(HeldKey{2}, std::make_shared<int>(2)));
     });
     std::thread reader([&] {
-        runInRealTime(processor, 1);
+        writerWaits.wait(false);
+        runInRealTime(processor, 1); // from here on, this thread runs only while the writer sleeps
         const std::function<void()> wakeWriter = [&] {
             inside = true;
             inside.notify_all(); // the writer takes the processor at once
