@@ -2,9 +2,9 @@
 // code units of the first, one for those of the second, then the code units, the lower byte first. What is left makes
 // the third.
 
-#include "tests/fuzz/ByteReader.h"
 #include "tests/fuzz/Fail.h"
 #include "tests/fuzz/PrintedCount.h"
+#include "tests/model/ByteReader.h"
 #include "tests/model/EntryPathRules.h"
 #include "tests/model/ShownText.h"
 

@@ -1,9 +1,9 @@
 // The bytes are a sequence of operations, which a provider and the reference model go through side by side.
 
 #include "tests/fuzz/Fail.h"
-#include "tests/fuzz/OperationReader.h"
 #include "tests/fuzz/PrintedCount.h"
 #include "tests/model/LockstepRun.h"
+#include "tests/model/OperationReader.h"
 
 using namespace storage::inmemoryprovider::tests;
 

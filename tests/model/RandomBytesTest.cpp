@@ -1,7 +1,7 @@
 // Random sequences of everything a host can do, checked against the reference model.
 
-#include "tests/fuzz/OperationReader.h"
 #include "tests/model/LockstepRun.h"
+#include "tests/model/OperationReader.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "inmemoryprovider/access/ContentGrowth.h"
-#include "tests/trials/ProcessMemory.h"
+#include "tests/support/ProcessMemory.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "tests/trials/size/DeepTree.h"
 
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/SmallStack.h"
-#include "tests/trials/ProcessMemory.h"
 #include "tests/trials/Stopwatch.h"
 
 #include <fmt/core.h>

@@ -1,6 +1,6 @@
 #include "tests/trials/size/MovedFolders.h"
 
-#include "tests/trials/ProcessMemory.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/trials/Stopwatch.h"
 
 #include "hostapi/core/except/UtfConversion.h"

@@ -1,6 +1,6 @@
 #include "tests/trials/size/WideFolder.h"
 
-#include "tests/trials/ProcessMemory.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/trials/Stopwatch.h"
 
 #include <fmt/core.h>

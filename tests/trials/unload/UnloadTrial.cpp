@@ -1,8 +1,8 @@
 #include "tests/trials/unload/PluginRound.h"
 
 #include "tests/support/LoadedPlugin.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/trials/Fault.h"
-#include "tests/trials/ProcessMemory.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/fuzz/ByteReader.h"
+#include "tests/model/ByteReader.h"
 #include "tests/model/Operation.h"
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "tests/trials/ProcessMemory.h"
+#include "tests/support/ProcessMemory.h"
 
 #include <algorithm>
 #include <fstream>

@@ -1,4 +1,4 @@
-#include "tests/fuzz/OperationReader.h"
+#include "tests/model/OperationReader.h"
 
 #include <algorithm>
 #include <limits>
