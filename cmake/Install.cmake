@@ -32,6 +32,7 @@ foreach(header
         filesystem/IndexedPathMap
         filesystem/LeftRightMap
         filesystem/MapNode
+        filesystem/MutexLock
         filesystem/PathHash
         filesystem/PathIndex
         filesystem/PathSeqLock

@@ -9,6 +9,7 @@
 #include "inmemoryprovider/filesystem/LeftRightMap.h"
 #include "inmemoryprovider/filesystem/PathSeqLock.h"
 
+#include "hostapi/ThreadSafetyAnnotations.h"
 #include "hostapi/storage/provider/ByteStream.h"
 #include "hostapi/storage/provider/ByteStreamOpenOptions.h"
 #include "hostapi/storage/provider/ReplacementPolicy.h"
@@ -173,23 +174,24 @@ private:
     /// @throws EntryNotFoundException  naming the parent; `path`, when no file is there
     std::shared_ptr<InMemoryFileEntry> findFile(const InMemoryEntryPath& path) const;
 
-    // The operations below are for holders of `mutex_`.
+    // The operations below require `mutex_`.
 
     /// The folder at `path`, or a null pointer. It lasts as long as it stays in the tree.
-    InMemoryFolderEntry* doGetFolderEntry(std::u16string_view path) const noexcept;
-    void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder);
+    InMemoryFolderEntry* doGetFolderEntry(std::u16string_view path) const noexcept QZ_REQUIRES(mutex_);
+    void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder) QZ_REQUIRES(mutex_);
     /// The caller decides where what was removed dies.
-    FolderMap::Element removeFolderFromFSMap(const InMemoryEntryPath& path);
+    FolderMap::Element removeFolderFromFSMap(const InMemoryEntryPath& path) QZ_REQUIRES(mutex_);
 
     /// Puts a new folder both among its parent's children and into the map, or, out of memory, nowhere.
-    void linkFolder(InMemoryFolderEntry& parent, const std::shared_ptr<InMemoryFolderEntry>& folder);
+    void linkFolder(InMemoryFolderEntry& parent, const std::shared_ptr<InMemoryFolderEntry>& folder)
+        QZ_REQUIRES(mutex_);
 
-    InMemoryFolderEntry& requireParent(const InMemoryEntryPath& path) const;
+    InMemoryFolderEntry& requireParent(const InMemoryEntryPath& path) const QZ_REQUIRES(mutex_);
 
     void moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                           const boost::posix_time::ptime& time);
+                           const boost::posix_time::ptime& time) QZ_REQUIRES(mutex_);
     void moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                             const boost::posix_time::ptime& time);
+                             const boost::posix_time::ptime& time) QZ_REQUIRES(mutex_);
     /// Puts a new node at `target` in the place of `file`, which is a child of `sourceParent`.
     /// @param spare  none, or a node of the children's map for the new child; afterwards the old child's
     static void relinkFile(InMemoryFolderEntry& sourceParent, Child file, InMemoryFolderEntry& targetParent,
@@ -197,9 +199,10 @@ private:
                            InMemoryFolderEntry::Children::node_type& spare);
     static FolderMove planFolderMove(InMemoryFolderEntry& sourceParent, const InMemoryEntryPath& source,
                                      InMemoryFolderEntry& targetParent, const InMemoryEntryPath& target);
-    InMemoryFolderEntry& newParentOf(const InMemoryEntryPath& childTarget, const FolderMove& move) const;
-    void beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time);
-    void finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time);
+    InMemoryFolderEntry& newParentOf(const InMemoryEntryPath& childTarget, const FolderMove& move) const
+        QZ_REQUIRES(mutex_);
+    void beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time) QZ_REQUIRES(mutex_);
+    void finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time) QZ_REQUIRES(mutex_);
 
     static constexpr std::size_t cacheLine = 64;
 

@@ -21,7 +21,7 @@ InMemoryFolderEntry::~InMemoryFolderEntry() {
 void InMemoryFolderEntry::releaseChildren(std::shared_ptr<InMemoryFolderEntry>& doomed) noexcept {
     Children released;
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         released = children_.release();
     }
     for (auto& [path, child] : released) {
@@ -35,19 +35,19 @@ void InMemoryFolderEntry::releaseChildren(std::shared_ptr<InMemoryFolderEntry>& 
 }
 
 bool InMemoryFolderEntry::empty() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return children_.empty();
 }
 
 void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const InMemoryEntryPath& path = child->path();
     children_.tryEmplace(path, std::move(child));
 }
 
 void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child,
                                    const boost::posix_time::ptime& time) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const InMemoryEntryPath& path = child->path();
     children_.tryEmplace(path, std::move(child));
     setLastModifiedTime(time);
@@ -55,7 +55,7 @@ void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child,
 
 void InMemoryFolderEntry::removeChild(const InMemoryEntryPath& path) {
     Children::node_type removed; // outlives the lock
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (const auto child = children_.find(path.view()); child != children_.end()) {
         removed = children_.extract(child);
     }
@@ -69,13 +69,13 @@ InMemoryFolderEntry::findChild(const InMemoryEntryPath& path) const noexcept {
 
 InMemoryFolderEntry::Children::node_type
 InMemoryFolderEntry::takeChild(Children::const_iterator child) noexcept {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return children_.extract(child);
 }
 
 InMemoryFolderEntry::Children::node_type InMemoryFolderEntry::takeChild(Children::const_iterator child,
                                                                         boost::posix_time::ptime (*clock)()) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     auto taken = children_.extract(child);
     setLastModifiedTime(clock());
     return taken;
@@ -88,23 +88,23 @@ InMemoryFolderEntry::makeChild(std::shared_ptr<InMemoryEntry> child) {
 }
 
 InMemoryFolderEntry::Children::node_type InMemoryFolderEntry::putChild(Children::node_type child) noexcept {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return children_.insert(std::move(child));
 }
 
 std::size_t InMemoryFolderEntry::expectEmptying() noexcept {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     children_.dropIndex();
     return children_.size();
 }
 
 void InMemoryFolderEntry::expectChildren(std::size_t count) noexcept {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     children_.expect(count);
 }
 
 std::shared_ptr<InMemoryEntry> InMemoryFolderEntry::doGetEntry(const InMemoryEntryPath& path) const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = children_.find(path.view());
     return found == children_.end() ? nullptr : found->second;
 }
@@ -123,22 +123,22 @@ InMemoryFolderEntry::getFolderEntry(const InMemoryEntryPath& path) const {
 }
 
 bool InMemoryFolderEntry::doChildExist(const InMemoryEntryPath& path) const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return children_.find(path.view()) != children_.end();
 }
 
 InMemoryFolderEntry::Children::const_iterator InMemoryFolderEntry::begin() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return children_.begin();
 }
 
 InMemoryFolderEntry::Children::const_iterator InMemoryFolderEntry::end() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return children_.end();
 }
 
 InMemoryFolderEntry::LightWeightRepresentation InMemoryFolderEntry::getLightWeightRepresentation() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return lightWeightRepresentationOf(children_);
 }
 

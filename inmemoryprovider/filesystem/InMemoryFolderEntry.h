@@ -3,6 +3,9 @@
 #include "inmemoryprovider/filesystem/InMemoryEntry.h"
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
 #include "inmemoryprovider/filesystem/IndexedPathMap.h"
+#include "inmemoryprovider/filesystem/MutexLock.h"
+
+#include "hostapi/ThreadSafetyAnnotations.h"
 
 #include <cstddef>
 #include <map>
@@ -42,13 +45,13 @@ public:
     /// Calls `use` with this folder's children under its mutex.
     template <class Use>
     void read(const Use& use) const {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         use(children_);
     }
 
     /// As `read`, but returns false instead of blocking when another thread holds the mutex.
     template <class Use>
-    bool tryRead(const Use& use) const {
+    bool tryRead(const Use& use) const QZ_NO_THREAD_ANALYSIS { // which does not know std::unique_lock
         const std::unique_lock lock(mutex_, std::try_to_lock);
         if (lock) {
             use(children_);
@@ -62,7 +65,8 @@ public:
 
     /// Where the child at `path` is, if there is one. Takes no lock: under the file system's mutex the children do not
     /// change.
-    std::optional<Children::const_iterator> findChild(const InMemoryEntryPath& path) const noexcept;
+    std::optional<Children::const_iterator>
+    findChild(const InMemoryEntryPath& path) const noexcept QZ_NO_THREAD_ANALYSIS;
 
     /// Adds `child` under its own path. If the path is taken, the existing child stays and the new one is dropped.
     /// @throws std::bad_alloc with nothing changed
@@ -125,7 +129,7 @@ private:
     /// instead, so that their own children can be taken out first.
     void releaseChildren(std::shared_ptr<InMemoryFolderEntry>& doomed) noexcept;
 
-    ChildMap children_;
+    ChildMap children_ QZ_GUARDED_BY(mutex_);
     mutable std::mutex mutex_;
     std::shared_ptr<InMemoryFolderEntry> nextDoomed_; ///< set only while the folder is being destroyed
 };
