@@ -19,7 +19,8 @@ install(TARGETS qzstorage RUNTIME COMPONENT tool)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/hostapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage
     COMPONENT development
     FILES_MATCHING PATTERN "*.h"
-    PATTERN "defaults" EXCLUDE)
+    PATTERN "defaults" EXCLUDE
+    PATTERN "ProviderOperations.h" EXCLUDE)
 foreach(header
         InMemoryProvider
         PluginEntry

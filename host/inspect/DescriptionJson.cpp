@@ -8,6 +8,7 @@
 namespace storage::host {
 
 using foundation::storage::provider::providerEntryPointName;
+using foundation::storage::provider::providerOperations;
 
 namespace {
 
@@ -24,7 +25,7 @@ Json textsJson(const std::vector<std::string>& texts) {
 Json operationsJson(const PluginDescription& plugin) {
     Json json = Json::array();
     for (std::size_t i = 0; i < plugin.own.size(); ++i) {
-        json.push_back({{"name", providerOperations[i]}, {"by", plugin.own[i] ? "plugin" : "host"}});
+        json.push_back({{"name", providerOperations[i].name}, {"by", plugin.own[i] ? "plugin" : "host"}});
     }
     return json;
 }

@@ -8,6 +8,7 @@
 namespace storage::host {
 
 using foundation::storage::provider::providerEntryPointName;
+using foundation::storage::provider::providerOperations;
 
 namespace {
 
@@ -42,7 +43,7 @@ void printProvider(std::ostream& out, const PluginDescription& plugin) {
         out, "operations",
         fmt::format("{}: {} of its own, {} of the host", plugin.own.size(), own, plugin.own.size() - own));
     for (std::size_t i = 0; i < plugin.own.size(); ++i) {
-        printLine(out, plugin.own[i] ? "         own" : "        host", providerOperations[i]);
+        printLine(out, plugin.own[i] ? "         own" : "        host", providerOperations[i].name);
     }
 }
 

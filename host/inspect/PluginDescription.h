@@ -1,9 +1,8 @@
 #pragma once
 
 #include "host/inspect/ElfDescription.h"
-#include "host/inspect/ProviderOperations.h"
+#include "host/inspect/OwnOperations.h"
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -17,8 +16,8 @@ struct PluginDescription {
     ElfDescription library;
     bool hasEntryPoint = false;
     std::string whyNoProvider; ///< empty when it gave one; all below is about that one
-    std::array<bool, providerOperations.size()> own{}; ///< for each operation, not the host's
-    std::vector<int> features;                         ///< numbers of those it claims
+    OwnOperations own{};       ///< for each operation, not the host's
+    std::vector<int> features; ///< numbers of those it claims
 
     /// Loads the plug-in and asks it for one provider, but for nothing that changes a storage.
     /// @throws PluginError when it cannot be loaded

@@ -1,11 +1,13 @@
 #include "tests/memory/Operations.h"
 #include "tests/memory/Sweep.h"
 #include "tests/memory/TrialTally.h"
+#include "tests/support/OperationProbe.h"
 
 #include <gtest/gtest.h>
 
 #include <iostream>
 #include <ostream>
+#include <set>
 
 namespace storage::tests {
 namespace {
@@ -62,6 +64,19 @@ INSTANTIATE_TEST_SUITE_P(MemoryTrial, WhenMemoryRunsOut,
                                                     streamOperations(), listingOperations(),
                                                     hostOperations()})),
                          nameOf);
+
+TEST(MemoryTrial, TriesEveryOperationOfAProvider) {
+    const auto& catalogue = foundation::storage::provider::providerOperations;
+    std::set<std::optional<std::size_t>> called;
+    for (const Case& tried : casesOf({providerOperations(), moveOperations(), hostOperations(),
+                                      refusedOperations(), refusedHostOperations()})) {
+        called.insert(OperationProbe::firstCalledBy(
+            [&](auto& provider) { tried.operation.prepare(provider, *tried.shape).run(); }));
+    }
+    for (std::size_t i = 0; i < catalogue.size(); ++i) {
+        EXPECT_TRUE(called.contains(i)) << catalogue[i].name;
+    }
+}
 
 /// Tells the figures when all is done.
 class Report : public testing::Environment {

@@ -6,15 +6,18 @@
 // RC_PARAMS="seed=..." repeats a whole run, RC_PARAMS="max_success=5000" tries more than the usual hundred
 // sequences for each test.
 
+#include "hostapi/storage/provider/ProviderOperations.h"
 #include "tests/model/LockstepRun.h"
 #include "tests/model/OperationGenerator.h"
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <sstream>
+#include <string_view>
 
 namespace storage::inmemoryprovider::tests {
 
@@ -95,6 +98,15 @@ TEST(ProviderAndModel, MeetInEveryDeepEnding) {
         EXPECT_GT(tally.of(ending.operation, ending.outcome), 0U)
             << ending.operation << ": " << ending.outcome << "\n"
             << counts.str();
+    }
+}
+
+TEST(ProviderAndModel, MeetInEveryRequiredOperation) {
+    using foundation::storage::provider::ProviderOperation;
+    for (const auto& [name, kind] : foundation::storage::provider::providerOperations) {
+        const bool isTried = std::find(operationNames.begin(), operationNames.end(),
+                                       std::string_view(name)) != operationNames.end();
+        EXPECT_TRUE(isTried || kind == ProviderOperation::Kind::Optional) << name;
     }
 }
 

@@ -1,5 +1,7 @@
 #include "tests/trials/threads/Operation.h"
 
+#include "hostapi/storage/provider/ProviderOperations.h"
+#include "tests/support/OperationProbe.h"
 #include "tests/support/Record.h"
 #include "tests/trials/Fault.h"
 #include "tests/trials/threads/AnswerChecks.h"
@@ -10,6 +12,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -286,6 +289,18 @@ std::vector<std::size_t> indicesByWeight() {
     return indices;
 }
 
+/// The name of the operation of a provider that one of the table calls.
+std::string_view nameOfCalled(const Operation& operation) {
+    Random random(1);
+    Holdings::Exchange exchange;
+    Holdings holdings(exchange);
+    const auto index = tests::OperationProbe::firstCalledBy([&](IProvider& provider) {
+        Attempt attempt{provider, StorageIRI(u"/a"), StorageIRI(u"/b"), {}, random, holdings};
+        operation.call(attempt);
+    });
+    return index ? providerOperations[*index].name : "no operation";
+}
+
 } // namespace
 
 bool Operation::isOffered() const {
@@ -307,6 +322,20 @@ const std::vector<Operation>& allOperations() {
         return operations;
     }();
     return all;
+}
+
+void requireWholeTable() {
+    std::set<std::string_view> missing;
+    for (const auto& operation : providerOperations) {
+        missing.insert(operation.name);
+    }
+    missing.erase("doShutdown"); // no other thread may call meanwhile
+    for (const Operation& operation : allOperations()) {
+        requireThat(nameOfCalled(operation) == operation.name, operation.name, " calls ",
+                    nameOfCalled(operation));
+        requireThat(missing.erase(operation.name) == 1, operation.name, " is there twice");
+    }
+    requireThat(missing.empty(), "the storm lacks ", missing.empty() ? "nothing" : *missing.begin());
 }
 
 std::size_t anyOperation(Random& random) {

@@ -25,6 +25,9 @@ struct Operation {
 /// All that can be called while other threads call too: every operation but the shutting down.
 const std::vector<Operation>& allOperations();
 
+/// @throws Fault  unless the table has each of them once, under the name of the operation that it calls
+void requireWholeTable();
+
 /// One of them, by its index.
 std::size_t anyOperation(Random& random);
 

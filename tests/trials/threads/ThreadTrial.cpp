@@ -1,5 +1,7 @@
+#include "hostapi/storage/provider/ProviderOperations.h"
 #include "tests/support/RunTogether.h"
 #include "tests/trials/Fault.h"
+#include "tests/trials/threads/Operation.h"
 #include "tests/trials/threads/StormThread.h"
 #include "tests/trials/threads/TreeInspection.h"
 
@@ -13,6 +15,9 @@
 #include <vector>
 
 namespace storage::trials {
+
+using foundation::storage::provider::providerOperations;
+
 namespace {
 
 struct Options {
@@ -23,9 +28,6 @@ struct Options {
 
 /// Between two rounds no thread runs, and every tree is looked at.
 constexpr std::size_t rounds = 16;
-
-/// What the storm does not call by chance: shutting down, which is done once to each provider.
-constexpr std::size_t operationsBesideTheTable = 1;
 
 struct Inspected {
     std::size_t trees = 0;
@@ -71,11 +73,12 @@ void print(const Options& options, const StormThread::Shared& shared, const std:
               << inspected.bytes << " bytes, " << inspected.temporaryFiles
               << " temporary files whose folder was moved away or made read-only\n"
               << "thread trial: " << options.threads << " threads, " << tally.total() << " operations, "
-              << allOperations().size() + operationsBesideTheTable << " kinds, " << shared.worlds.built()
-              << " providers built, " << rounds << " invariant checks, no fault\n";
+              << providerOperations.size() << " kinds, " << shared.worlds.built() << " providers built, "
+              << rounds << " invariant checks, no fault\n";
 }
 
 void runTrial(const Options& options) {
+    requireWholeTable();
     StormThread::Shared shared;
     std::vector<StormThread> storm;
     for (std::size_t thread = 0; thread < options.threads; ++thread) {

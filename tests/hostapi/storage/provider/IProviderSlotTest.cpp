@@ -1,89 +1,109 @@
 #include "hostapi/storage/provider/IProvider.h"
 
+#include "hostapi/storage/provider/ProviderOperations.h"
 #include "tests/support/VtableSlot.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstddef>
+#include <cxxabi.h>
+#include <dlfcn.h>
 #include <type_traits>
 
-using foundation::storage::provider::IProvider;
+namespace foundation::storage::provider {
 
 namespace {
 
-struct SlotOperation {
-    std::ptrdiff_t order;
+struct OperationSlot {
     const char* name;
     std::ptrdiff_t slot;
 };
 
-#define OPERATION(order, name)                                                                               \
-    SlotOperation {                                                                                          \
-        order, #name, vtableSlot(&IProvider::name)                                                           \
+#define SLOT(name)                                                                                           \
+    OperationSlot {                                                                                          \
+#name, vtableSlot(&IProvider::name)                                                                  \
     }
 
-const std::array<SlotOperation, 51> operations{
-    OPERATION(1, doCreateFile),
-    OPERATION(2, doCreateFolder),
-    OPERATION(3, doCreateFolderRecursive),
-    OPERATION(4, doFileExists),
-    OPERATION(5, doFolderExists),
-    OPERATION(6, doRemoveFile),
-    OPERATION(7, doMoveFile),
-    OPERATION(8, doRemoveFolder),
-    OPERATION(9, doRemoveFolderRecursively),
-    OPERATION(10, doMoveFolder),
-    OPERATION(11, doGetFileAttributes),
-    OPERATION(12, doGetFolderAttributes),
-    OPERATION(13, doOpenStream),
-    OPERATION(14, doOpenReadOnlyStream),
-    OPERATION(15, doOpenTransactionalStream),
-    OPERATION(16, doOpenTransactionalStreamAtScratchLocation),
-    OPERATION(17, doListAll),
-    OPERATION(18, doListAllWildcards),
-    OPERATION(19, doListFiles),
-    OPERATION(20, doListFilesWildcards),
-    OPERATION(21, doListFolders),
-    OPERATION(22, doListFoldersWildcards),
-    OPERATION(23, doListAllNamesOnly),
-    OPERATION(24, doListAllNamesOnlyWildcards),
-    OPERATION(25, doListFoldersNamesOnly),
-    OPERATION(26, doListFoldersNamesOnlyWildcards),
-    OPERATION(27, doListFilesNamesOnly),
-    OPERATION(28, doListFilesNamesOnlyWildcards),
-    OPERATION(29, doListAllRecursive),
-    OPERATION(30, doListAllRecursiveWildcards),
-    OPERATION(31, doListAllRecursiveNamesOnly),
-    OPERATION(32, doListAllRecursiveNamesOnlyWildcards),
-    OPERATION(33, doCopyFile),
-    OPERATION(34, doCopyFileAtomic),
-    OPERATION(35, doSetLastModified),
-    OPERATION(36, doSetWritable),
-    OPERATION(37, doPublishFolderEventsFor),
-    OPERATION(38, doPublishFileEventsFor),
-    OPERATION(39, doStopPublishingEventsFor),
-    OPERATION(40, doStartChangePollingMechanism),
-    OPERATION(41, doStopChangePollingMechanism),
-    OPERATION(42, doHasFeature),
-    OPERATION(43, doGetPathComparator),
-    OPERATION(44, doGetCanonicalLocation),
-    OPERATION(45, doGetFilenameSensitivity),
-    OPERATION(46, doShutdown),
-    OPERATION(47, doExists),
-    OPERATION(48, doExistsExtended),
-    OPERATION(49, doGetExtendedAttributes),
-    OPERATION(50, doGetProviderStorageInfo),
-    OPERATION(51, doTruncateToSize),
+/// In the order of the binary interface.
+const std::array<OperationSlot, 51> slots{
+    SLOT(doCreateFile),
+    SLOT(doCreateFolder),
+    SLOT(doCreateFolderRecursive),
+    SLOT(doFileExists),
+    SLOT(doFolderExists),
+    SLOT(doRemoveFile),
+    SLOT(doMoveFile),
+    SLOT(doRemoveFolder),
+    SLOT(doRemoveFolderRecursively),
+    SLOT(doMoveFolder),
+    SLOT(doGetFileAttributes),
+    SLOT(doGetFolderAttributes),
+    SLOT(doOpenStream),
+    SLOT(doOpenReadOnlyStream),
+    SLOT(doOpenTransactionalStream),
+    SLOT(doOpenTransactionalStreamAtScratchLocation),
+    SLOT(doListAll),
+    SLOT(doListAllWildcards),
+    SLOT(doListFiles),
+    SLOT(doListFilesWildcards),
+    SLOT(doListFolders),
+    SLOT(doListFoldersWildcards),
+    SLOT(doListAllNamesOnly),
+    SLOT(doListAllNamesOnlyWildcards),
+    SLOT(doListFoldersNamesOnly),
+    SLOT(doListFoldersNamesOnlyWildcards),
+    SLOT(doListFilesNamesOnly),
+    SLOT(doListFilesNamesOnlyWildcards),
+    SLOT(doListAllRecursive),
+    SLOT(doListAllRecursiveWildcards),
+    SLOT(doListAllRecursiveNamesOnly),
+    SLOT(doListAllRecursiveNamesOnlyWildcards),
+    SLOT(doCopyFile),
+    SLOT(doCopyFileAtomic),
+    SLOT(doSetLastModified),
+    SLOT(doSetWritable),
+    SLOT(doPublishFolderEventsFor),
+    SLOT(doPublishFileEventsFor),
+    SLOT(doStopPublishingEventsFor),
+    SLOT(doStartChangePollingMechanism),
+    SLOT(doStopChangePollingMechanism),
+    SLOT(doHasFeature),
+    SLOT(doGetPathComparator),
+    SLOT(doGetCanonicalLocation),
+    SLOT(doGetFilenameSensitivity),
+    SLOT(doShutdown),
+    SLOT(doExists),
+    SLOT(doExistsExtended),
+    SLOT(doGetExtendedAttributes),
+    SLOT(doGetProviderStorageInfo),
+    SLOT(doTruncateToSize),
 };
 
-#undef OPERATION
+#undef SLOT
 
 TEST(IProvider, HasItsOperationsBehindTheDestructorInTheOrderOfTheBinaryInterface) {
     static_assert(std::has_virtual_destructor_v<IProvider>);
-    for (const SlotOperation& operation : operations) {
-        EXPECT_EQ(operation.slot, operation.order + 1) << operation.name;
+    static_assert(providerOperations.size() == slots.size());
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+        EXPECT_STREQ(slots[i].name, providerOperations[i].name);
+        EXPECT_EQ(slots[i].slot, static_cast<std::ptrdiff_t>(firstOperationSlot + i)) << slots[i].name;
+    }
+}
+
+TEST(IProvider, HasDefaultsOfTheOptionalOperationsAlone) {
+    constexpr std::size_t beforeFunctions = 2; // the offset to the top and the type
+    const auto* const vtable =
+        static_cast<void* const*>(::dlsym(RTLD_DEFAULT, "_ZTVN10foundation7storage8provider9IProviderE"));
+    ASSERT_NE(vtable, nullptr);
+    for (std::size_t i = 0; i < providerOperations.size(); ++i) {
+        const bool isPure = vtable[beforeFunctions + firstOperationSlot + i] ==
+                            reinterpret_cast<void*>(&abi::__cxa_pure_virtual);
+        EXPECT_EQ(isPure, providerOperations[i].kind == ProviderOperation::Kind::Required)
+            << providerOperations[i].name;
     }
 }
 
 } // namespace
+
+} // namespace foundation::storage::provider

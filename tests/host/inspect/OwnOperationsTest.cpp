@@ -1,0 +1,76 @@
+#include "host/inspect/OwnOperations.h"
+#include "inmemoryprovider/PluginEntry.h"
+#include "tests/support/HookedProvider.h"
+#include "tests/support/OperationProbe.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using foundation::storage::provider::IProvider;
+using foundation::storage::provider::ProviderOperation;
+using foundation::storage::provider::providerOperations;
+using foundation::storage::provider::StorageIRI;
+using storage::host::ownOperations;
+
+using Names = std::vector<std::string>;
+
+Names namesOfOwn(const IProvider& provider) {
+    Names names;
+    const auto own = ownOperations(provider);
+    for (std::size_t i = 0; i < own.size(); ++i) {
+        if (own[i]) {
+            names.emplace_back(providerOperations[i].name);
+        }
+    }
+    return names;
+}
+
+Names required() {
+    Names names;
+    for (const auto& [name, kind] : providerOperations) {
+        if (kind == ProviderOperation::Kind::Required) {
+            names.emplace_back(name);
+        }
+    }
+    return names;
+}
+
+class FirstAndLastDefault final : public HookedProvider {
+public:
+    using HookedProvider::HookedProvider;
+    void doCreateFolderRecursive(const StorageIRI&) const override {}
+    void doTruncateToSize(const StorageIRI&, unsigned long long) const override {}
+};
+
+/// The interface is its second base.
+struct Other {
+    virtual ~Other() = default;
+    virtual void something() {}
+};
+class SecondBase final : public Other, public HookedProvider {
+public:
+    SecondBase() : HookedProvider(nullptr) {}
+};
+
+TEST(OwnOperationsTest, TheInMemoryProviderHasThoseThatEveryProviderMustHave) {
+    EXPECT_EQ(namesOfOwn(*storage::inmemoryprovider::buildInMemoryProvider()), required());
+}
+
+TEST(OwnOperationsTest, AnotherOneThatIsOverriddenIsTold) {
+    Names names = required();
+    names.emplace_back("doShutdown"); // the hooks' own
+    names.emplace_back("doCreateFolderRecursive");
+    names.emplace_back("doTruncateToSize");
+    EXPECT_THAT(namesOfOwn(FirstAndLastDefault(nullptr)), testing::UnorderedElementsAreArray(names));
+}
+
+TEST(OwnOperationsTest, AProviderMayHaveOtherBases) {
+    EXPECT_EQ(namesOfOwn(SecondBase()), namesOfOwn(HookedProvider(nullptr)));
+}
+
+TEST(OwnOperationsTest, AllMayBeOverridden) {
+    EXPECT_EQ(namesOfOwn(storage::tests::OperationProbe::provider()).size(), providerOperations.size());
+}
+
+} // namespace

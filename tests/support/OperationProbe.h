@@ -1,0 +1,66 @@
+#pragma once
+
+#include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ProviderOperations.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <typeinfo>
+#include <utility>
+
+namespace storage::tests {
+
+/// An object in the place of a provider: each operation throws its own index. It shows which operation code calls.
+///
+/// By the Itanium C++ ABI the caller cleans up after a call that throws, so one function type does for all operations.
+class OperationProbe {
+    using IProvider = foundation::storage::provider::IProvider;
+
+public:
+    /// Overrides every operation. It is never destroyed.
+    static IProvider& provider() {
+        static const Vtable vtable;
+        static const Function* vtablePointer = vtable.functions.data();
+        void* object = &vtablePointer;
+        return *static_cast<IProvider*>(object);
+    }
+
+    /// @param call  is called with the provider
+    /// @return the index in `providerOperations` of the first operation that it calls
+    template <class Call>
+    static std::optional<std::size_t> firstCalledBy(const Call& call) {
+        try {
+            call(provider());
+        } catch (const Called& called) {
+            return called.index;
+        }
+        return std::nullopt;
+    }
+
+private:
+    struct Called {
+        std::size_t index;
+    };
+    using Function = void (*)();
+    static constexpr auto count = foundation::storage::provider::providerOperations.size();
+    static constexpr auto firstSlot = foundation::storage::provider::firstOperationSlot;
+
+    template <std::size_t index>
+    static void throwIndex() {
+        throw Called{index};
+    }
+
+    template <std::size_t... indices>
+    static constexpr std::array<Function, firstSlot + count> allSlots(std::index_sequence<indices...>) {
+        return {nullptr, nullptr, &throwIndex<indices>...};
+    }
+
+    struct Vtable {
+        std::ptrdiff_t offsetToTop = 0;
+        const std::type_info* type = &typeid(IProvider); // sanitizers look at it
+        std::array<Function, firstSlot + count> functions = allSlots(std::make_index_sequence<count>());
+    };
+};
+
+} // namespace storage::tests
