@@ -1,25 +1,21 @@
 #include "tests/fuzz/SmallProvider.h"
 
+#include "tests/support/ForwardingStream.h"
+
 #include <new>
 #include <utility>
 
-class SmallProvider::SmallStream final : public ByteStream {
+class SmallProvider::SmallStream final : public ForwardingStream {
 public:
     SmallStream(std::unique_ptr<ByteStream> inner, const SmallProvider& provider)
-        : inner_(std::move(inner)), provider_(provider) {}
+        : ForwardingStream(std::move(inner)), provider_(provider) {}
 
-    long read(char* buffer, long count) override { return inner_->read(buffer, count); }
     long write(const char* buffer, long count) override {
         provider_.takeBytes(count);
-        return inner_->write(buffer, count);
+        return inner().write(buffer, count);
     }
-    std::streampos seek(long offset, std::ios_base::seekdir direction) override {
-        return inner_->seek(offset, direction);
-    }
-    void flush() override { inner_->flush(); }
 
 private:
-    std::unique_ptr<ByteStream> inner_;
     const SmallProvider& provider_;
 };
 

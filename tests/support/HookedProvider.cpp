@@ -1,37 +1,38 @@
 #include "tests/support/HookedProvider.h"
 
+#include "tests/support/ForwardingStream.h"
+
 using foundation::storage::provider::ExtendedFeature;
 using foundation::storage::provider::FileAttributes;
 using foundation::storage::provider::FolderAttributes;
 using foundation::storage::provider::FolderEntry;
 using foundation::storage::provider::IFolderEntryIterator;
 
-class HookedProvider::HookedStream final : public ByteStream {
+class HookedProvider::HookedStream final : public ForwardingStream {
 public:
     HookedStream(std::unique_ptr<ByteStream> inner, const HookedProvider& provider, const StorageIRI& iri)
-        : inner_(std::move(inner)), provider_(provider), iri_(iri) {}
+        : ForwardingStream(std::move(inner)), provider_(provider), iri_(iri) {}
 
     long read(char* buffer, long count) override {
         provider_.before("read", iri_);
         provider_.beforeRead();
-        return inner_->read(buffer, count);
+        return inner().read(buffer, count);
     }
     long write(const char* buffer, long count) override {
         provider_.before("write", iri_);
         provider_.beforeWrite();
-        return inner_->write(buffer, count);
+        return inner().write(buffer, count);
     }
     std::streampos seek(long offset, std::ios_base::seekdir direction) override {
         provider_.before("seek", iri_);
-        return inner_->seek(offset, direction);
+        return inner().seek(offset, direction);
     }
     void flush() override {
         provider_.before("flush", iri_);
-        inner_->flush();
+        inner().flush();
     }
 
 private:
-    std::unique_ptr<ByteStream> inner_;
     const HookedProvider& provider_;
     const StorageIRI iri_;
 };

@@ -5,8 +5,10 @@
 #include <functional>
 #include <memory>
 
-/// A provider that forwards everything to another one and calls hooks before, so that a test can interfere exactly
-/// there.
+/// A provider that forwards the required operations to another one, and calls hooks before them. The other operations
+/// are the defaults, so hooks are called inside them. The base of all providers that differ from another one in a test.
+///
+/// Shares the other provider. Its streams and listings borrow this one.
 class HookedProvider : public foundation::storage::provider::IProvider {
 public:
     using StorageIRI = foundation::storage::provider::StorageIRI;
@@ -18,11 +20,13 @@ public:
     /// the first location concerned.
     using Hook = std::function<void(const char* operation, const StorageIRI& iri)>;
 
-    explicit HookedProvider(std::shared_ptr<const IProvider> inner) : inner_(std::move(inner)) {}
+    explicit HookedProvider(
+        std::shared_ptr<const IProvider> inner, Hook hook = [](const char*, const StorageIRI&) {})
+        : before(std::move(hook)), inner_(std::move(inner)) {}
 
-    Hook before = [](const char*, const StorageIRI&) {}; ///< called before everything
-    std::function<void()> beforeRead = [] {};            ///< called before every read of a stream
-    std::function<void()> beforeWrite = [] {};           ///< called before every write of a stream
+    Hook before;                               ///< called before everything
+    std::function<void()> beforeRead = [] {};  ///< called before every read of a stream
+    std::function<void()> beforeWrite = [] {}; ///< called before every write of a stream
 
     void doCreateFile(const StorageIRI& iri) const override;
     void doCreateFolder(const StorageIRI& iri) const override;

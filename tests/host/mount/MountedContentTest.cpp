@@ -1,4 +1,5 @@
 #include "tests/host/mount/MountedStorageTest.h"
+#include "tests/support/ForwardingStream.h"
 #include "tests/support/MiscountingProvider.h"
 
 #include <cerrno>
@@ -312,29 +313,23 @@ public:
     bool isFull = false;
 
 private:
-    class FullStream final : public ByteStream {
+    class FullStream final : public ForwardingStream {
     public:
         FullStream(std::unique_ptr<ByteStream> inner, const bool& isFull)
-            : inner_(std::move(inner)), isFull_(isFull) {}
+            : ForwardingStream(std::move(inner)), isFull_(isFull) {}
 
-        long read(char* buffer, long count) override { return inner_->read(buffer, count); }
         long write(const char* buffer, long count) override {
-            const long position = inner_->seek(0, std::ios_base::cur);
-            const long room = inner_->seek(0, std::ios_base::end) - std::streampos(position);
-            inner_->seek(position, std::ios_base::beg);
+            const long position = seek(0, std::ios_base::cur);
+            const long room = seek(0, std::ios_base::end) - std::streampos(position);
+            seek(position, std::ios_base::beg);
             if (isFull_ && room < count) {
-                inner_->write(buffer, room);
+                inner().write(buffer, room);
                 throw std::bad_alloc();
             }
-            return inner_->write(buffer, count);
+            return inner().write(buffer, count);
         }
-        std::streampos seek(long offset, std::ios_base::seekdir direction) override {
-            return inner_->seek(offset, direction);
-        }
-        void flush() override { inner_->flush(); }
 
     private:
-        std::unique_ptr<ByteStream> inner_;
         const bool& isFull_;
     };
 };

@@ -1,4 +1,5 @@
 #include "tests/host/mount/MountedStorageTest.h"
+#include "tests/support/ForwardingStream.h"
 
 #include <cerrno>
 #include <new>
@@ -48,24 +49,17 @@ public:
     mutable int openStreams = 0;
 
 private:
-    class CountedStream final : public ByteStream {
+    class CountedStream final : public ForwardingStream {
     public:
         CountedStream(std::unique_ptr<ByteStream> inner, int& count)
-            : inner_(std::move(inner)), count_(count) {
+            : ForwardingStream(std::move(inner)), count_(count) {
             ++count_;
         }
         CountedStream(const CountedStream&) = delete;
         CountedStream& operator=(const CountedStream&) = delete;
         ~CountedStream() override { --count_; }
-        long read(char* buffer, long count) override { return inner_->read(buffer, count); }
-        long write(const char* buffer, long count) override { return inner_->write(buffer, count); }
-        std::streampos seek(long offset, std::ios_base::seekdir direction) override {
-            return inner_->seek(offset, direction);
-        }
-        void flush() override { inner_->flush(); }
 
     private:
-        std::unique_ptr<ByteStream> inner_;
         int& count_;
     };
 };

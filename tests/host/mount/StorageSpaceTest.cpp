@@ -1,9 +1,11 @@
 #include "host/mount/StorageSpace.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "tests/host/mount/ErrnoOf.h"
-#include "tests/support/MockProvider.h"
+#include "tests/support/HookedProvider.h"
 
 #include <cerrno>
+#include <functional>
+#include <gtest/gtest.h>
 #include <sys/sysinfo.h>
 
 namespace {
@@ -13,10 +15,18 @@ using foundation::storage::provider::Exception;
 using foundation::storage::provider::ProviderStorageInfo;
 using foundation::storage::provider::StorageIRI;
 using storage::host::StorageSpace;
-using testing::_;
-using testing::NiceMock;
-using testing::Return;
-using testing::Throw;
+
+class SpaceProvider final : public HookedProvider {
+public:
+    SpaceProvider() : HookedProvider(nullptr) {}
+
+    ProviderStorageInfo doGetProviderStorageInfo(const StorageIRI& iri) const override {
+        EXPECT_EQ(iri, StorageIRI(u"/"));
+        return info();
+    }
+
+    std::function<ProviderStorageInfo()> info;
+};
 
 class StorageSpaceTest : public testing::Test {
 protected:
@@ -25,16 +35,14 @@ protected:
     /// From here on the storage tells how much of its room is left.
     void offer(std::uint64_t capacity) {
         capacity_ = capacity;
-        ON_CALL(provider_, doGetProviderStorageInfo(StorageIRI(u"/")))
-            .WillByDefault([this](const StorageIRI&) {
-                ++asked_;
-                return ProviderStorageInfo{capacity_, capacity_ - used_};
-            });
+        provider_.info = [this] {
+            ++asked_;
+            return ProviderStorageInfo{capacity_, capacity_ - used_};
+        };
     }
 
     void failWith(ErrorCode code) {
-        ON_CALL(provider_, doGetProviderStorageInfo(_))
-            .WillByDefault(Throw(Exception(code, StorageIRI(u"/"))));
+        provider_.info = [code]() -> ProviderStorageInfo { throw Exception(code, StorageIRI(u"/")); };
     }
 
     /// Takes room like a file that grows. @return the number of errno(3), 0 for success
@@ -44,7 +52,7 @@ protected:
         return error;
     }
 
-    NiceMock<MockProvider> provider_;
+    SpaceProvider provider_;
     StorageSpace space_{provider_};
     std::uint64_t capacity_ = 0;
     std::uint64_t used_ = 0;

@@ -1,6 +1,6 @@
 #include "tests/host/validate/faults/BrokenMoves.h"
-#include "tests/host/validate/faults/BrokenStream.h"
 #include "tests/host/validate/faults/FaultCatalogue.h"
+#include "tests/support/ForwardingStream.h"
 
 #include <algorithm>
 #include <array>
@@ -70,7 +70,7 @@ struct RemovingThenNoting : BrokenProvider {
 struct OpeningThenWrapping : BrokenProvider {
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                              const OpenOptions& options) const override {
-        return std::make_unique<BrokenStream>(sound().doOpenStream(iri, options));
+        return std::make_unique<ForwardingStream>(sound().doOpenStream(iri, options));
     }
 };
 
@@ -142,21 +142,21 @@ struct ShorteningThroughNothing : BrokenProvider {
 };
 
 /// A write goes half by half, and keeps the half for which there was memory.
-struct WritingByHalves : BrokenStream {
-    using BrokenStream::BrokenStream;
+struct WritingByHalves : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
     long write(const char* buffer, long count) override {
-        sound().write(buffer, count / 2);
-        sound().write(buffer + count / 2, count - count / 2);
+        inner().write(buffer, count / 2);
+        inner().write(buffer + count / 2, count - count / 2);
         return count;
     }
 };
 
 /// A read goes through memory of its own.
-struct ReadingThroughMemory : BrokenStream {
-    using BrokenStream::BrokenStream;
+struct ReadingThroughMemory : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
     long read(char* buffer, long count) override {
         note();
-        return sound().read(buffer, count);
+        return inner().read(buffer, count);
     }
 };
 

@@ -1,6 +1,6 @@
 #include "tests/host/validate/faults/BrokenProvider.h"
-#include "tests/host/validate/faults/BrokenStream.h"
 #include "tests/host/validate/faults/FaultCatalogue.h"
+#include "tests/support/ForwardingStream.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #include "tests/host/validate/faults/BrokenProvider.h"
-#include "tests/host/validate/faults/BrokenStream.h"
 #include "tests/host/validate/faults/FaultCatalogue.h"
+#include "tests/support/ForwardingStream.h"
 
 #include <algorithm>
 #include <array>
@@ -36,16 +36,16 @@ public:
     }
 };
 
-class OpenedStream : public BrokenStream {
+class OpenedStream : public ForwardingStream {
 public:
     OpenedStream(std::unique_ptr<ByteStream> stream, Opening opening)
-        : BrokenStream(std::move(stream)), opening_(std::move(opening)) {}
+        : ForwardingStream(std::move(stream)), opening_(std::move(opening)) {}
 
 protected:
     const Opening& opening() const { return opening_; }
     bool appends() const { return opening_.options.append == ByteStreamAppend::AppendAtEnd; }
     bool fileIsThere() const { return opening_.provider->doFileExists(opening_.iri); }
-    std::streamoff position() { return sound().seek(0, std::ios_base::cur); }
+    std::streamoff position() { return inner().seek(0, std::ios_base::cur); }
 
 private:
     Opening opening_;
@@ -235,7 +235,7 @@ class OnePosition final : public OpenedStream {
     template <class Use>
     auto atCommon(const Use& use) {
         static std::streamoff common = 0;
-        sound().seek(common, std::ios_base::beg);
+        inner().seek(common, std::ios_base::beg);
         const auto answer = use();
         common = position();
         return answer;
@@ -274,14 +274,14 @@ class AppendingByItsOwnEnd final : public OpenedStream {
 public:
     AppendingByItsOwnEnd(std::unique_ptr<ByteStream> stream, const Opening& opening)
         : OpenedStream(appending(opening) ? atPosition(opening) : std::move(stream), opening),
-          end_(sound().seek(0, std::ios_base::end)) {
-        sound().seek(0, std::ios_base::beg);
+          end_(inner().seek(0, std::ios_base::end)) {
+        inner().seek(0, std::ios_base::beg);
     }
     long write(const char* buffer, long count) override {
         if (!appends()) {
             return OpenedStream::write(buffer, count);
         }
-        sound().seek(end_, std::ios_base::beg);
+        inner().seek(end_, std::ios_base::beg);
         end_ += count;
         return OpenedStream::write(buffer, count);
     }
@@ -422,12 +422,12 @@ public:
 
 /// A stream has nothing to read when its provider is gone.
 class DyingWithTheProvider final : public BrokenProvider {
-    class Stream final : public BrokenStream {
+    class Stream final : public ForwardingStream {
     public:
         Stream(std::unique_ptr<ByteStream> stream, std::weak_ptr<const IProvider> provider)
-            : BrokenStream(std::move(stream)), provider_(std::move(provider)) {}
+            : ForwardingStream(std::move(stream)), provider_(std::move(provider)) {}
         long read(char* buffer, long count) override {
-            return provider_.expired() ? -1 : BrokenStream::read(buffer, count);
+            return provider_.expired() ? -1 : ForwardingStream::read(buffer, count);
         }
 
     private:

@@ -1,6 +1,6 @@
 #include "tests/host/validate/faults/BrokenMoves.h"
-#include "tests/host/validate/faults/BrokenStream.h"
 #include "tests/host/validate/faults/FaultCatalogue.h"
+#include "tests/support/ForwardingStream.h"
 
 #include <algorithm>
 #include <array>
@@ -116,26 +116,26 @@ void movingEntryByEntry(const IProvider& sound, const StorageIRI& from, const St
 }
 
 /// A write goes in two halves, between which other threads write.
-struct TornWrite : BrokenStream {
-    using BrokenStream::BrokenStream;
+struct TornWrite : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
     long write(const char* buffer, long count) override {
-        sound().write(buffer, count / 2);
+        inner().write(buffer, count / 2);
         openTheWindow();
-        sound().write(buffer + count / 2, count - count / 2);
+        inner().write(buffer + count / 2, count - count / 2);
         return count;
     }
 };
 
 /// A read asks for the size first and believes it.
-struct ReadBelievingTheSize : BrokenStream {
-    using BrokenStream::BrokenStream;
+struct ReadBelievingTheSize : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
     long read(char* buffer, long count) override {
-        const auto position = sound().seek(0, std::ios_base::cur);
-        const auto end = sound().seek(0, std::ios_base::end);
-        sound().seek(std::streamoff(position), std::ios_base::beg);
+        const auto position = inner().seek(0, std::ios_base::cur);
+        const auto end = inner().seek(0, std::ios_base::end);
+        inner().seek(std::streamoff(position), std::ios_base::beg);
         openTheWindow();
         const long expected = std::min(count, static_cast<long>(end - position));
-        const long copied = std::max(sound().read(buffer, expected), 0L);
+        const long copied = std::max(inner().read(buffer, expected), 0L);
         std::fill(buffer + copied, buffer + std::max(expected, copied), '\0');
         return expected > 0 ? expected : -1;
     }

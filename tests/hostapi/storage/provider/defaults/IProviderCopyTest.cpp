@@ -1,6 +1,6 @@
 #include "hostapi/core/except/UtfConversion.h"
-#include "tests/hostapi/storage/provider/defaults/InterposedProvider.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
+#include "tests/support/HookedProvider.h"
 
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 
@@ -12,7 +12,6 @@
 #include <vector>
 
 using namespace foundation::storage::provider;
-using Operation = InterposedProvider::Operation;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -45,9 +44,8 @@ protected:
     }
 
     /// The default operation on the same files, with `before` called before each of the operations it uses.
-    void copyRacing(InterposedProvider::Interposition before,
-                    ReplacementPolicy policy = refuseExisting) const {
-        InterposedProvider(provider_, std::move(before)).doCopyFile(source_, destination_, policy);
+    void copyRacing(HookedProvider::Hook before, ReplacementPolicy policy = refuseExisting) const {
+        HookedProvider(provider_, std::move(before)).doCopyFile(source_, destination_, policy);
     }
 
     const StorageIRI source_ = at(u"/from/f");
@@ -154,8 +152,8 @@ TEST_F(IProviderCopy, RefusesAFolderInTheWayUnderEveryPolicy) {
 
 TEST_F(IProviderCopy, RefusesAnOccupiedDestinationBeforeItCopiesAnything) {
     int created = 0;
-    const auto countCreations = [&](Operation operation, const StorageIRI&) {
-        created += operation == Operation::CreateFile ? 1 : 0;
+    const auto countCreations = [&](const std::string& operation, const StorageIRI&) {
+        created += operation == "createFile" ? 1 : 0;
     };
     makeFile(u"/to/f", "old");
     EXPECT_THROW(copyRacing(countCreations, refuseExisting), Exception);
@@ -277,8 +275,8 @@ TEST_F(IProviderCopy, UsesSuchANameAlsoBesideANameThatEndsInHalfAPair) {
 
 TEST_F(IProviderCopy, LeavesAFileAloneThatHasItsTemporaryName) {
     std::optional<StorageIRI> taken;
-    copyRacing([&](Operation operation, const StorageIRI& iri) {
-        if (operation == Operation::CreateFile && !taken) {
+    copyRacing([&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "createFile" && !taken) {
             taken = iri;
             makeFile(iri.getPath(), "somebody else's");
         }
@@ -292,8 +290,8 @@ TEST_F(IProviderCopy, LeavesAFileAloneThatHasItsTemporaryName) {
 TEST_F(IProviderCopy, RefusesAFileThatAnotherThreadPutsAtTheDestinationMeanwhile) {
     EXPECT_THAT(
         [&] {
-            copyRacing([&](Operation operation, const StorageIRI&) {
-                if (operation == Operation::MoveFile) {
+            copyRacing([&](const std::string& operation, const StorageIRI&) {
+                if (operation == "moveFile") {
                     makeFile(u"/to/f", "somebody else's");
                 }
             });
@@ -304,10 +302,10 @@ TEST_F(IProviderCopy, RefusesAFileThatAnotherThreadPutsAtTheDestinationMeanwhile
 }
 
 TEST_F(IProviderCopy, NamesTheSourceWhenAnotherThreadRemovesItsTemporaryFile) {
-    for (const Operation moment : {Operation::OpenStream, Operation::MoveFile}) {
+    for (const std::string moment : {"openStream", "moveFile"}) {
         EXPECT_THAT(
             [&] {
-                copyRacing([&](Operation operation, const StorageIRI& iri) {
+                copyRacing([&](const std::string& operation, const StorageIRI& iri) {
                     if (operation == moment) {
                         provider_->doRemoveFile(iri);
                     }
@@ -321,8 +319,8 @@ TEST_F(IProviderCopy, NamesTheSourceWhenAnotherThreadRemovesItsTemporaryFile) {
 TEST_F(IProviderCopy, NamesTheSourceWhenTheFolderBecomesReadOnlyMeanwhile) {
     EXPECT_THAT(
         [&] {
-            copyRacing([&](Operation operation, const StorageIRI&) {
-                if (operation == Operation::MoveFile) {
+            copyRacing([&](const std::string& operation, const StorageIRI&) {
+                if (operation == "moveFile") {
                     makeReadOnly(u"/to");
                 }
             });
@@ -332,8 +330,8 @@ TEST_F(IProviderCopy, NamesTheSourceWhenTheFolderBecomesReadOnlyMeanwhile) {
 }
 
 TEST_F(IProviderCopy, LeavesNothingBehindWhenMemoryRunsOut) {
-    for (const Operation moment : {Operation::OpenStream, Operation::MoveFile}) {
-        EXPECT_THROW(copyRacing([&](Operation operation, const StorageIRI&) {
+    for (const std::string moment : {"openStream", "moveFile"}) {
+        EXPECT_THROW(copyRacing([&](const std::string& operation, const StorageIRI&) {
                          if (operation == moment) {
                              throw std::bad_alloc();
                          }

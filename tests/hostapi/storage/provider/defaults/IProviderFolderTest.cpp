@@ -1,10 +1,9 @@
-#include "tests/hostapi/storage/provider/defaults/InterposedProvider.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
+#include "tests/support/HookedProvider.h"
 
 #include <new>
 
 using namespace foundation::storage::provider;
-using Operation = InterposedProvider::Operation;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -73,8 +72,8 @@ TEST_F(IProviderCreateFolderRecursive, FollowsTheResolvedPathAndNamesTheCallersL
 }
 
 TEST_F(IProviderCreateFolderRecursive, GoesOnWhenAnotherThreadMakesTheFolderMeanwhile) {
-    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
-        if (operation == Operation::CreateFolder) {
+    const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "createFolder") {
             provider_->doCreateFolder(iri);
         }
     });
@@ -83,8 +82,8 @@ TEST_F(IProviderCreateFolderRecursive, GoesOnWhenAnotherThreadMakesTheFolderMean
 }
 
 TEST_F(IProviderCreateFolderRecursive, NamesAFileThatAnotherThreadMakesMeanwhile) {
-    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
-        if (operation == Operation::CreateFolder) {
+    const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "createFolder") {
             provider_->doCreateFile(iri);
         }
     });
@@ -165,10 +164,10 @@ TEST_F(IProviderRemoveFolderRecursively, NamesTheCallersLocationWhenTheFolderIts
 TEST_F(IProviderRemoveFolderRecursively, GoesOnWhenAnotherThreadHasRemovedAnEntry) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     makeFile(u"/a/b/f");
-    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
-        if (operation == Operation::RemoveFile) {
+    const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "removeFile") {
             provider_->doRemoveFile(iri);
-        } else if (operation == Operation::RemoveFolder && iri == at(u"/a/b")) {
+        } else if (operation == "removeFolder" && iri == at(u"/a/b")) {
             provider_->doRemoveFolder(iri);
         }
     });
@@ -178,8 +177,8 @@ TEST_F(IProviderRemoveFolderRecursively, GoesOnWhenAnotherThreadHasRemovedAnEntr
 
 TEST_F(IProviderRemoveFolderRecursively, NamesAFolderThatAnotherThreadPutsSomethingInto) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
-    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
-        if (operation == Operation::RemoveFolder && iri == at(u"/a/b")) {
+    const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "removeFolder" && iri == at(u"/a/b")) {
             makeFile(u"/a/b/new");
         }
     });
@@ -199,8 +198,8 @@ TEST_F(IProviderRemoveFolderRecursively, ComesToAnEndOnAFolderWithoutAName) {
 TEST_F(IProviderRemoveFolderRecursively, PassesOnFailuresThatAreNotTheStorages) {
     makeFolder(u"/a");
     makeFile(u"/a/f");
-    const InterposedProvider failing(provider_, [&](Operation operation, const StorageIRI&) {
-        if (operation == Operation::RemoveFile) {
+    const HookedProvider failing(provider_, [&](const std::string& operation, const StorageIRI&) {
+        if (operation == "removeFile") {
             throw std::bad_alloc();
         }
     });

@@ -1,12 +1,11 @@
-#include "tests/hostapi/storage/provider/defaults/InterposedProvider.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
+#include "tests/support/HookedProvider.h"
 
 #include <functional>
 #include <utility>
 #include <vector>
 
 using namespace foundation::storage::provider;
-using Operation = InterposedProvider::Operation;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -207,8 +206,8 @@ TEST_F(IProviderListing, GivesTheSameEntryUntilTheNextStep) {
 }
 
 TEST_F(IProviderListing, CountsAFolderThatIsRemovedMeanwhileAsEmpty) {
-    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
-        if (operation == Operation::ListAll && iri == at(u"/d/sub")) {
+    const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "listAll" && iri == at(u"/d/sub")) {
             provider_->doRemoveFolderRecursively(iri);
         }
     });
@@ -217,8 +216,8 @@ TEST_F(IProviderListing, CountsAFolderThatIsRemovedMeanwhileAsEmpty) {
 
 TEST_F(IProviderListing, PassesOnOtherFailuresOfAFolderBelow) {
     const StorageIRI sub = at(u"/d/sub");
-    const InterposedProvider failing(provider_, [&](Operation operation, const StorageIRI& iri) {
-        if (operation == Operation::ListAll && iri == sub) {
+    const HookedProvider failing(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "listAll" && iri == sub) {
             throw Exception(ErrorCode::ReadOnly, iri);
         }
     });

@@ -1,5 +1,5 @@
-#include "tests/hostapi/storage/provider/defaults/InterposedProvider.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
+#include "tests/support/HookedProvider.h"
 
 #include <array>
 #include <limits>
@@ -7,7 +7,6 @@
 #include <stdexcept>
 
 using namespace foundation::storage::provider;
-using Operation = InterposedProvider::Operation;
 
 namespace {
 
@@ -102,8 +101,8 @@ TEST_F(IProviderTruncate, RefusesSizesThatNoFileCanHave) {
 }
 
 TEST_F(IProviderTruncate, LosesNothingWhenMemoryRunsOutForTheBytesThatStay) {
-    const InterposedProvider failing(provider_, [](Operation operation, const StorageIRI&) {
-        if (operation == Operation::OpenReadOnlyStream) {
+    const HookedProvider failing(provider_, [](const std::string& operation, const StorageIRI&) {
+        if (operation == "openReadOnlyStream") {
             throw std::bad_alloc();
         }
     });
@@ -112,8 +111,8 @@ TEST_F(IProviderTruncate, LosesNothingWhenMemoryRunsOutForTheBytesThatStay) {
 }
 
 TEST_F(IProviderTruncate, KeepsWhatIsLeftOfAFileThatAnotherThreadShrinksMeanwhile) {
-    const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
-        if (operation == Operation::OpenReadOnlyStream) {
+    const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "openReadOnlyStream") {
             provider_->doTruncateToSize(iri, 3);
         }
     });
@@ -126,8 +125,8 @@ TEST_F(IProviderTruncate, DoesNotBringBackAFileThatAnotherThreadRemovesMeanwhile
         if (!provider_->doFileExists(iri_)) {
             makeFile(u"/f", "0123456789");
         }
-        const InterposedProvider raced(provider_, [&](Operation operation, const StorageIRI& iri) {
-            if (operation == Operation::OpenStream) {
+        const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+            if (operation == "openStream") {
                 provider_->doRemoveFile(iri);
             }
         });
