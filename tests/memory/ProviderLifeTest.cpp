@@ -1,9 +1,9 @@
 #include "inmemoryprovider/PluginEntry.h"
 #include "inmemoryprovider/ReadOnlyException.h"
-#include "tests/memory/ChildProcess.h"
+#include "tests/memory/ChildOutcome.h"
 #include "tests/memory/FailingAllocation.h"
-#include "tests/memory/TreeShape.h"
 #include "tests/memory/TreeSnapshot.h"
+#include "tests/memory/TreeShape.h"
 #include "tests/memory/TrialTally.h"
 
 #include <gtest/gtest.h>

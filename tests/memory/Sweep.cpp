@@ -1,6 +1,6 @@
 #include "tests/memory/Sweep.h"
 
-#include "tests/memory/ChildProcess.h"
+#include "tests/memory/ChildOutcome.h"
 #include "tests/memory/SharedCounter.h"
 #include "tests/memory/TrialTally.h"
 

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "host/process/ChildProcess.h"
+
+#include <cerrno>
 #include <chrono>
 #include <fstream>
 #include <string>
-#include <sys/types.h>
+#include <sys/wait.h>
 #include <thread>
 
 /// 'T' of a process that was stopped, 'Z' of one that has ended and that nobody has waited for yet; '-' of none.
@@ -26,4 +29,13 @@ inline bool endsSoon(pid_t process) {
         std::this_thread::yield();
     }
     return hasEnded(process);
+}
+
+/// Waits until a process has ended by itself.
+/// @return how, as waitpid(2) tells it
+inline int waitForEnd(storage::host::ChildProcess& process) {
+    siginfo_t info{};
+    while (::waitid(P_PID, static_cast<id_t>(process.id()), &info, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
+    }
+    return process.end();
 }

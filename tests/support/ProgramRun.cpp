@@ -1,10 +1,9 @@
 #include "tests/support/ProgramRun.h"
 
-#include "tests/support/DefaultSignals.h"
+#include "tests/support/ProcessState.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -33,18 +32,15 @@ ProgramRun::ProgramRun(const std::vector<std::string>& arguments, const std::str
                        const Preparation& prepare, const Company& meanwhile) {
     const TemporaryFolder folder;
     const std::string in = folder.write("in", input);
-    const pid_t process = ::fork();
-    if (process == 0) {
+    storage::host::ChildProcess process([&] {
         redirect(in, O_RDONLY, STDIN_FILENO);
         redirect(folder / "out", O_WRONLY | O_CREAT, STDOUT_FILENO);
         redirect(folder / "err", O_WRONLY | O_CREAT, STDERR_FILENO);
-        const DefaultSignals inForce;
         prepare();
         execute(arguments);
-    }
-    meanwhile(process);
-    int state = 0;
-    ::waitpid(process, &state, 0);
+    });
+    meanwhile(process.id());
+    const int state = waitForEnd(process);
     status_ = WIFEXITED(state) ? WEXITSTATUS(state) : -WTERMSIG(state);
     output_ = readFile(folder / "out");
     errors_ = readFile(folder / "err");
