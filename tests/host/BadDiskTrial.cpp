@@ -1,6 +1,6 @@
 #include "tests/support/ProgramRun.h"
 #include "tests/support/SessionTest.h"
-#include "tests/support/TreeSnapshot.h"
+#include "tests/support/TreeContents.h"
 #include "tests/support/Unprivileged.h"
 
 #include <csignal>
@@ -65,8 +65,8 @@ protected:
     void makeFifo(const std::string& path) { ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0); }
 
     struct State {
-        TreeSnapshot storage;
-        TreeSnapshot disk;
+        TreeContents storage;
+        TreeContents disk;
         bool operator==(const State&) const = default;
     };
 
@@ -97,13 +97,13 @@ protected:
         interruption_.clear();
     }
 
-    State state() { return {snapshotOf(*provider_), snapshotOf(disk_.path())}; }
+    State state() { return {contentsOf(takeSnapshot(*provider_)), contentsOf(disk_.path())}; }
 
     /// Every file is as it was before or as it would be after the whole command, and nothing is lost that the whole
     /// command would have left.
-    static void expectNothingHalfDone(const TreeSnapshot& now, const TreeSnapshot& before,
-                                      const TreeSnapshot& after) {
-        const auto holds = [](const TreeSnapshot& tree, const TreeSnapshot::value_type& entry) {
+    static void expectNothingHalfDone(const TreeContents& now, const TreeContents& before,
+                                      const TreeContents& after) {
+        const auto holds = [](const TreeContents& tree, const TreeContents::value_type& entry) {
             const auto found = tree.find(entry.first);
             return found != tree.end() && found->second == entry.second;
         };

@@ -76,7 +76,7 @@ namespace {
 /// Whether a moved file took along what a move does not change.
 bool isWhole(const EntrySnapshot& moved, const EntrySnapshot& original) {
     return moved.kind == original.kind && moved.bytes == original.bytes &&
-           moved.writable == original.writable;
+           moved.isWritable == original.isWritable;
 }
 
 /// Whether a move left each entry where it was or where it goes to, unharmed.
@@ -136,8 +136,7 @@ Guarantee partlyMoved(TreeShape::Role TreeShape::*source, TreeShape::Role TreeSh
         const auto from = pathOfRole(shape, source);
         const auto relocation = relocate(failure.before, from, target);
         expectEachEntryOnce(relocation, failure);
-        expectNothingElseTouched(relocation, {failure.before.at(from).folder, failure.now.at(target).folder},
-                                 failure);
+        expectNothingElseTouched(relocation, {parentOf(from), parentOf(target)}, failure);
     };
 }
 

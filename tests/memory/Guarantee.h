@@ -1,11 +1,20 @@
 #pragma once
 
-#include "tests/memory/Failure.h"
+#include "tests/memory/FailingAllocation.h"
+#include "tests/memory/TreeComparison.h"
 #include "tests/memory/TreeShape.h"
 
 #include <functional>
 
 namespace storage::tests {
+
+/// One tree in which an operation ran out of memory.
+struct Failure {
+    const TreeSnapshot& before;
+    const TreeSnapshot& now;
+    const TreeSnapshot& expected; ///< the tree when the operation succeeds
+    FailingAllocation::Extent extent;
+};
 
 /// Checks what an operation that ran out of memory must leave behind. Each of them fails the running test.
 using Guarantee = std::function<void(const TreeShape&, const Failure&)>;

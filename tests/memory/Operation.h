@@ -1,8 +1,8 @@
 #pragma once
 
-#include "tests/memory/Attempt.h"
 #include "tests/memory/Description.h"
 #include "tests/memory/Guarantee.h"
+#include "tests/memory/TreeComparison.h"
 #include "tests/memory/TreeShape.h"
 
 #include "hostapi/storage/provider/ErrorCode.h"
@@ -17,6 +17,16 @@
 #include <vector>
 
 namespace storage::tests {
+
+/// One operation about to be called on one tree, with everything prepared that is not the operation itself.
+struct Attempt {
+    std::function<void()> run;           ///< the call, for which memory may run out
+    std::function<std::string()> result; ///< tells, after a call that succeeded, what came of it; once only
+
+    /// What a user does after a failure to have the whole operation done, with the tree before it; where there is
+    /// none, the call is repeated.
+    std::function<void(const TreeSnapshot&)> finish = {};
+};
 
 /// One distinct form of an operation, to be tried on every tree that has what it needs.
 struct Operation {

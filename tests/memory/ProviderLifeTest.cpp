@@ -2,7 +2,7 @@
 #include "inmemoryprovider/ReadOnlyException.h"
 #include "tests/memory/ChildOutcome.h"
 #include "tests/memory/FailingAllocation.h"
-#include "tests/memory/TreeSnapshot.h"
+#include "tests/memory/TreeComparison.h"
 #include "tests/memory/TreeShape.h"
 #include "tests/memory/TrialTally.h"
 

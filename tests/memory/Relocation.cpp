@@ -25,10 +25,10 @@ Relocation relocate(const TreeSnapshot& tree, const std::u16string& source,
         const auto folder = folders.back();
         folders.pop_back();
         for (const auto& [path, entry] : tree) {
-            if (entry.folder != folder) {
+            if (path == u"/" || parentOf(path) != folder) {
                 continue;
             }
-            relocation[path] = relocation.at(folder) + u"/" + entry.name;
+            relocation[path] = relocation.at(folder) + path.substr(path.rfind(u'/'));
             if (entry.isFolder()) {
                 folders.push_back(path);
             }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/memory/TreeSnapshot.h"
+#include "tests/memory/TreeComparison.h"
 
 #include "hostapi/storage/provider/IProvider.h"
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "tests/memory/EntryShape.h"
-
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
@@ -13,6 +11,21 @@
 #include <vector>
 
 namespace storage::tests {
+
+/// One entry of a tree to be built.
+struct EntryShape {
+    enum class Kind {
+        Folder,
+        EmptyFile,
+        FullFile,  ///< its bytes fill the memory that it has
+        RoomyFile, ///< it has memory for some more bytes
+    };
+    enum class Access { Writable, ReadOnly };
+
+    std::u16string path;
+    Kind kind;
+    Access access = Access::Writable;
+};
 
 /// A tree to be built any number of times, always the same, and the locations in it that operations are tried on.
 struct TreeShape {

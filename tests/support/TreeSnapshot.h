@@ -2,14 +2,37 @@
 
 #include "hostapi/storage/provider/IProvider.h"
 
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+#include <iosfwd>
 #include <map>
 #include <string>
+#include <string_view>
 
-/// A whole tree: the bytes of every file by its path below the top, and "folder" for every folder, whose path ends in
-/// a slash.
-using TreeSnapshot = std::map<std::string, std::string>;
+/// All that a host can see of one entry of a storage. A value.
+struct EntrySnapshot {
+    using Kind = foundation::storage::provider::FolderEntry::EntryType;
 
-TreeSnapshot snapshotOf(const foundation::storage::provider::IProvider& provider);
+    Kind kind;
+    boost::posix_time::ptime lastModified;
+    bool isWritable;
+    std::string bytes; ///< empty for a folder
 
-/// Of a folder on disk, which need not exist. Neither links nor special files are part of a snapshot.
-TreeSnapshot snapshotOf(const std::string& diskFolder);
+    bool isFolder() const { return kind == Kind::Folder; }
+    bool operator==(const EntrySnapshot&) const = default;
+};
+
+void PrintTo(const EntrySnapshot& entry, std::ostream* out);
+
+/// Every entry of a storage by its path, the root included.
+using TreeSnapshot = std::map<std::u16string, EntrySnapshot>;
+
+/// Fails the running test unless the tree is sound: what a folder lists is found by its path, and what is found can be
+/// listed, measured and read.
+TreeSnapshot takeSnapshot(const foundation::storage::provider::IProvider& provider);
+
+/// The same for kinds, bytes and flags alone: without the times.
+TreeSnapshot withoutTimes(TreeSnapshot tree);
+
+/// The location of the entry at a path of a snapshot.
+foundation::storage::provider::StorageIRI locationOf(std::u16string_view path);

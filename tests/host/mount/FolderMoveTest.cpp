@@ -2,8 +2,8 @@
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/StepwiseProvider.h"
-#include "tests/host/mount/TreeDescription.h"
 #include "tests/support/SharedProvider.h"
+#include "tests/support/TreeSnapshot.h"
 
 #include <cerrno>
 #include <gtest/gtest.h>
@@ -47,10 +47,10 @@ protected:
     }
 
     /// A folder with all that is in it, by the path below it.
-    TreeDescription treeAt(const std::string& folder) const {
-        TreeDescription tree;
-        for (const auto& [path, entry] : describe(*memory_)) {
-            if (path.starts_with(folder + '/')) {
+    TreeSnapshot treeAt(const std::u16string& folder) const {
+        TreeSnapshot tree;
+        for (const auto& [path, entry] : takeSnapshot(*memory_)) {
+            if (path == folder || path.starts_with(folder + u'/')) {
                 tree[path.substr(folder.size())] = entry;
             }
         }
@@ -73,7 +73,10 @@ protected:
     std::shared_ptr<IProvider> memory_;
 };
 
-std::size_t countDifferences(const TreeDescription& left, const TreeDescription& right) {
+/// Without times.
+const TreeSnapshot emptyFolder{{u"", {EntrySnapshot::Kind::Folder, {}, /*isWritable*/ true, ""}}};
+
+std::size_t countDifferences(const TreeSnapshot& left, const TreeSnapshot& right) {
     std::size_t count = 0;
     for (const auto& [path, entry] : left) {
         count += right.at(path) == entry ? 0 : 1;
@@ -82,34 +85,34 @@ std::size_t countDifferences(const TreeDescription& left, const TreeDescription&
 }
 
 TEST_F(FolderMoveTest, EverythingBelowKeepsItsTimeAndItsFlag) {
-    const TreeDescription before = treeAt("/d");
+    const TreeSnapshot before = treeAt(u"/d");
     ASSERT_EQ(before.size(), 10U);
     move(*memory_, u"/to/moved");
-    EXPECT_EQ(treeAt("/to/moved"), before);
-    EXPECT_EQ(treeAt("/d"), TreeDescription());
+    EXPECT_EQ(treeAt(u"/to/moved"), before);
+    EXPECT_EQ(treeAt(u"/d"), TreeSnapshot());
 }
 
 TEST_F(FolderMoveTest, EverythingKeepsItsTimeAndItsFlagWhenAStorageMovesInSteps) {
-    const TreeDescription before = treeAt("/d");
+    const TreeSnapshot before = treeAt(u"/d");
     move(StepwiseProvider(memory_), u"/to/moved");
-    EXPECT_EQ(treeAt("/to/moved"), before);
-    EXPECT_EQ(treeAt("/d"), TreeDescription());
+    EXPECT_EQ(treeAt(u"/to/moved"), before);
+    EXPECT_EQ(treeAt(u"/d"), TreeSnapshot());
 }
 
 TEST_F(FolderMoveTest, AnEmptyFolderGivesWay) {
     memory_->doCreateFolder(StorageIRI(u"/to/moved"));
-    const TreeDescription before = treeAt("/d");
+    const TreeSnapshot before = treeAt(u"/d");
     move(*memory_, u"/to/moved");
-    EXPECT_EQ(treeAt("/to/moved"), before);
-    EXPECT_EQ(treeAt("/d"), TreeDescription());
+    EXPECT_EQ(treeAt(u"/to/moved"), before);
+    EXPECT_EQ(treeAt(u"/d"), TreeSnapshot());
 }
 
 TEST_F(FolderMoveTest, AFolderThatHoldsAnythingDoesNotGiveWay) {
     memory_->doCreateFolder(StorageIRI(u"/to/moved"));
     memory_->doCreateFile(StorageIRI(u"/to/moved/f"));
-    const TreeDescription before = describe(*memory_);
+    const TreeSnapshot before = takeSnapshot(*memory_);
     EXPECT_EQ(errnoOf([&] { move(*memory_, u"/to/moved"); }), ENOTEMPTY);
-    EXPECT_EQ(describe(*memory_), before);
+    EXPECT_EQ(takeSnapshot(*memory_), before);
 }
 
 TEST_F(FolderMoveTest, AMoveThatFailsAnywhereIsUndone) {
@@ -117,7 +120,7 @@ TEST_F(FolderMoveTest, AMoveThatFailsAnywhereIsUndone) {
     int successes = 0;
     for (int number = 1;; ++number) {
         fill();
-        const TreeDescription before = treeAt("/d");
+        const TreeSnapshot before = treeAt(u"/d");
         const Outcome outcome = moveFailingAt(number, u"/to/moved");
         if (!outcome.happened) {
             break;
@@ -125,13 +128,12 @@ TEST_F(FolderMoveTest, AMoveThatFailsAnywhereIsUndone) {
         if (outcome.error != 0) {
             ++failures;
             ASSERT_EQ(outcome.error, ENOMEM);
-            ASSERT_EQ(treeAt("/d"), before) << "step " << number;
-            ASSERT_EQ(withoutTimes(treeAt("/to")), (TreeDescription{{"/", {"folder", "", true}}}))
-                << "step " << number;
+            ASSERT_EQ(treeAt(u"/d"), before) << "step " << number;
+            ASSERT_EQ(withoutTimes(treeAt(u"/to")), emptyFolder) << "step " << number;
         } else {
             ++successes; // while times and flags are restored, one of them is lost
-            ASSERT_EQ(treeAt("/d"), TreeDescription());
-            ASSERT_LE(countDifferences(treeAt("/to/moved"), before), 1U) << "step " << number;
+            ASSERT_EQ(treeAt(u"/d"), TreeSnapshot());
+            ASSERT_LE(countDifferences(treeAt(u"/to/moved"), before), 1U) << "step " << number;
         }
     }
     std::cout << "moves of a folder: " << failures << " failed and were undone, " << successes
@@ -144,15 +146,14 @@ TEST_F(FolderMoveTest, TheFolderThatWasToGiveWayIsThereAfterAMoveThatFails) {
     for (int number = 1;; ++number) {
         fill();
         memory_->doCreateFolder(StorageIRI(u"/to/moved"));
-        const TreeDescription before = treeAt("/d");
+        const TreeSnapshot before = treeAt(u"/d");
         const Outcome outcome = moveFailingAt(number, u"/to/moved");
         if (!outcome.happened) {
             break;
         }
         if (outcome.error != 0) {
-            ASSERT_EQ(treeAt("/d"), before) << "step " << number;
-            ASSERT_EQ(withoutTimes(treeAt("/to/moved")), (TreeDescription{{"/", {"folder", "", true}}}))
-                << "step " << number;
+            ASSERT_EQ(treeAt(u"/d"), before) << "step " << number;
+            ASSERT_EQ(withoutTimes(treeAt(u"/to/moved")), emptyFolder) << "step " << number;
         }
     }
 }

@@ -1,6 +1,6 @@
 #include "tests/support/ProgramRun.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/support/TreeSnapshot.h"
+#include "tests/support/TreeContents.h"
 #include "tests/support/Unprivileged.h"
 
 #include <array>
@@ -354,14 +354,14 @@ TEST_F(MountingTest, GoesThereAndBack) {
     const std::string out = disk_ / "out";
     const ProgramRun run =
         runMounted({"--import", disk_ / "in", "--export-on-exit", out}, [&](pid_t process) {
-            EXPECT_EQ(snapshotOf(mountPoint_), snapshotOf(disk_ / "in"));
+            EXPECT_EQ(contentsOf(mountPoint_), contentsOf(disk_ / "in"));
             fs::rename(inside("d"), inside("moved"));
             fs::rename(inside("moved"), inside("d"));
             ::kill(process, SIGTERM);
         });
     expectSuccess(run);
     EXPECT_THAT(said_, HasSubstr("imported "));
-    EXPECT_EQ(snapshotOf(out), snapshotOf(disk_ / "in"));
+    EXPECT_EQ(contentsOf(out), contentsOf(disk_ / "in"));
     EXPECT_EQ(fs::status(out + "/fixed").permissions() & fs::perms::owner_write, fs::perms::none);
     EXPECT_LE(std::chrono::abs(fs::last_write_time(out + "/d/s/f") - time), std::chrono::microseconds(1));
 }

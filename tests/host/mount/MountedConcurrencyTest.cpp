@@ -102,7 +102,7 @@ TEST_F(MountedConcurrencyTest, ProgramsDoNotGetInEachOthersWay) {
     }
     expectStorageAsSeen();
     MountedTree fresh(*memory_);
-    EXPECT_EQ(withoutTimes(fresh.describe()), withoutTimes(mount_.describe()));
+    EXPECT_EQ(withoutTimes(fresh.snapshot()), withoutTimes(mount_.snapshot()));
 }
 
 /// Writers of one file, each with a part of its own, while another resizes it to no less than all parts.

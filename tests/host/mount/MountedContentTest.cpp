@@ -157,8 +157,8 @@ TEST_F(MountedContentTest, SettlingLeavesWhatProgramsSee) {
     mount_.resize(mount_.makeFile("/d/g", pattern(50)), 30);
     mount_.setPermissions(mount_.file("/d/g"), 0444);
     expectStorageAsSeen();
-    EXPECT_EQ(stored("/f").content, pattern(100).substr(0, 60));
-    EXPECT_EQ(stored("/d/g").content, pattern(50).substr(0, 30));
+    EXPECT_EQ(stored("/f").bytes, pattern(100).substr(0, 60));
+    EXPECT_EQ(stored("/d/g").bytes, pattern(50).substr(0, 30));
     EXPECT_FALSE(stored("/d/g").isWritable);
 }
 

@@ -4,6 +4,7 @@
 #include "tests/host/mount/MountedTree.h"
 #include "tests/host/mount/StepwiseProvider.h"
 #include "tests/support/SharedProvider.h"
+#include "tests/support/TreeContents.h"
 
 #include <cerrno>
 #include <functional>
@@ -66,15 +67,6 @@ const std::vector<Use> uses{
      }},
 };
 
-/// A flag of the storage that could not be put back fails nothing: programs go by the permissions that the mount knows.
-std::map<std::string, std::string> contentsOf(const TreeDescription& tree) {
-    std::map<std::string, std::string> contents;
-    for (const auto& [path, entry] : tree) {
-        contents[path] = entry.content;
-    }
-    return contents;
-}
-
 /// Every single operation of the storage that a program's operation takes fails in turn, in a tree of its own.
 class MountedFailureTest : public testing::TestWithParam<Use> {
 public:
@@ -106,20 +98,20 @@ protected:
     }
 
     /// What is in the storage after an operation that goes well.
-    TreeDescription afterSuccess(const Use& use) {
+    TreeSnapshot afterSuccess(const Use& use) {
         fill();
         MountedTree mount(*memory_);
         use.run(mount);
         mount.storage().settle();
-        return withoutTimes(describe(*memory_));
+        return withoutTimes(takeSnapshot(*memory_));
     }
 
     /// @param failure  what the storage throws
     /// @param errors   what a program may be told of it
     void failEverywhere(const Use& use, const Fail& failure, const testing::Matcher<int>& errors) {
-        const TreeDescription after = afterSuccess(use);
+        const TreeSnapshot after = afterSuccess(use);
         fill();
-        const TreeDescription before = withoutTimes(describe(*memory_));
+        const TreeSnapshot before = withoutTimes(takeSnapshot(*memory_));
         int failures = 0;
         int number = 1;
         for (;; ++number) {
@@ -137,15 +129,16 @@ protected:
             }
             EXPECT_THAT(error, AnyOf(0, errors));
             failures += error == 0 ? 0 : 1;
-            EXPECT_EQ(withoutTimes(mount.describe()), error == 0 ? after : before);
+            EXPECT_EQ(withoutTimes(mount.snapshot()), error == 0 ? after : before);
             mount.storage().settle();
             if (error == 0) {
-                EXPECT_EQ(contentsOf(describe(*memory_)), contentsOf(after));
+                // A flag that could not be put back fails nothing: programs go by the permissions that the mount knows.
+                EXPECT_EQ(contentsOf(takeSnapshot(*memory_)), contentsOf(after));
             } else {
-                EXPECT_EQ(withoutTimes(describe(*memory_)), before);
+                EXPECT_EQ(withoutTimes(takeSnapshot(*memory_)), before);
                 EXPECT_EQ(errnoOf([&] { use.run(mount); }), 0) << "the second time";
                 mount.storage().settle();
-                EXPECT_EQ(withoutTimes(describe(*memory_)), after) << "the second time";
+                EXPECT_EQ(withoutTimes(takeSnapshot(*memory_)), after) << "the second time";
             }
         }
         EXPECT_GT(failures, 0);

@@ -1,4 +1,5 @@
 #include "host/support/FileTime.h"
+#include "host/support/Utf.h"
 #include "tests/host/mount/MountedStorageTest.h"
 
 #include <cerrno>
@@ -332,11 +333,7 @@ void MountedModelTest::step() {
 
 /// What programs see is what they expect, no more and no less.
 void MountedModelTest::compareAll() {
-    std::size_t seen = 0;
-    for (const auto& [path, entry] : mount_.describe()) {
-        seen += path == "/" ? 0 : 1;
-    }
-    ASSERT_EQ(seen, model_.size());
+    ASSERT_EQ(mount_.snapshot().size(), model_.size() + 1);
     for (const auto& [path, entry] : model_) {
         expectSame(mount_.at(path), *entry, path);
     }
@@ -354,16 +351,15 @@ void MountedModelTest::closeAll() {
 
 void MountedModelTest::expectStorageAsInModel() {
     expectStorageAsSeen();
-    const TreeDescription tree = describe(*memory_);
+    const TreeSnapshot tree = takeSnapshot(*memory_);
     ASSERT_EQ(tree.size(), model_.size() + 1);
     for (const auto& [path, entry] : model_) {
-        const EntryDescription& kept = tree.at(entry->isFolder ? path + '/' : path);
-        EXPECT_EQ(kept.content, entry->isFolder ? "folder" : entry->bytes) << path;
+        const EntrySnapshot& kept = tree.at(storage::host::toUtf16(path).value());
+        EXPECT_EQ(kept.isFolder(), entry->isFolder) << path;
+        EXPECT_EQ(kept.bytes, entry->bytes) << path;
         EXPECT_EQ(kept.isWritable, (entry->permissions & S_IWUSR) != 0) << path;
         if (entry->modified) {
-            EXPECT_EQ(kept.modified,
-                      storage::host::formatMicroseconds(storage::host::fromDiskTime(*entry->modified)))
-                << path;
+            EXPECT_EQ(kept.lastModified, storage::host::fromDiskTime(*entry->modified)) << path;
         }
     }
 }

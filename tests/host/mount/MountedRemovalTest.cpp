@@ -33,7 +33,7 @@ protected:
         EXPECT_EQ(status.st_mtim, longAgo);
     }
 
-    void expectEmptyStorage() { EXPECT_EQ(describe(*memory_).size(), 1U); }
+    void expectEmptyStorage() { EXPECT_EQ(takeSnapshot(*memory_).size(), 1U); }
 };
 
 /// A storage that knows how many streams are open for writing.

@@ -16,7 +16,7 @@ TEST_F(MountedRenameTest, AFileGetsAnotherName) {
     mount_.rename("/f", "/g");
     EXPECT_EQ(mount_.find("/f"), nullptr);
     EXPECT_EQ(&mount_.at("/g"), &file);
-    EXPECT_EQ(stored("/g").content, "abc");
+    EXPECT_EQ(stored("/g").bytes, "abc");
     expectStorageAsSeen();
 }
 
@@ -56,9 +56,9 @@ TEST_F(MountedRenameTest, NoFolderReplacesOneThatHoldsAnything) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/e");
     mount_.makeFile("/e/f", "abc");
-    const TreeDescription before = mount_.describe();
+    const TreeSnapshot before = mount_.snapshot();
     EXPECT_EQ(errnoOf([&] { mount_.rename("/d", "/e"); }), ENOTEMPTY);
-    EXPECT_EQ(mount_.describe(), before);
+    EXPECT_EQ(mount_.snapshot(), before);
     expectStorageAsSeen();
 }
 
@@ -99,21 +99,21 @@ TEST_F(MountedRenameTest, OntoItselfChangesNothing) {
     mount_.setModified(mount_.at("/f"), longAgo);
     mount_.setModified(mount_.at("/d"), longAgo);
     mount_.setModified(mount_.at("/"), longAgo);
-    const TreeDescription before = mount_.describe();
+    const TreeSnapshot before = mount_.snapshot();
     mount_.rename("/f", "/f");
     mount_.rename("/d", "/d");
-    EXPECT_EQ(mount_.describe(), before);
-    EXPECT_EQ(describe(*memory_), before);
+    EXPECT_EQ(mount_.snapshot(), before);
+    EXPECT_EQ(takeSnapshot(*memory_), before);
 }
 
 TEST_F(MountedRenameTest, NoFolderMovesIntoItself) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/d/s");
-    const TreeDescription before = mount_.describe();
+    const TreeSnapshot before = mount_.snapshot();
     EXPECT_EQ(errnoOf([&] { mount_.rename("/d", "/d/x"); }), EINVAL);
     EXPECT_EQ(errnoOf([&] { mount_.rename("/d", "/d/s"); }), EINVAL);
     EXPECT_EQ(errnoOf([&] { mount_.rename("/d", "/d/s/x"); }), EINVAL);
-    EXPECT_EQ(mount_.describe(), before);
+    EXPECT_EQ(mount_.snapshot(), before);
     EXPECT_EQ(errnoOf([&] { mount_.rename("/d/s", "/d"); }), ENOTEMPTY);
     expectStorageAsSeen();
 }

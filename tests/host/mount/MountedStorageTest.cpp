@@ -4,13 +4,17 @@
 
 using foundation::storage::provider::StorageIRI;
 
+EntrySnapshot MountedStorageTest::stored(const std::string& path) const {
+    return takeSnapshot(*memory_).at(storage::host::toUtf16(path).value());
+}
+
 std::uint64_t MountedStorageTest::storedSize(const std::string& path) const {
     return memory_->doGetFileAttributes(StorageIRI(storage::host::toUtf16(path).value())).getSize();
 }
 
 void MountedStorageTest::expectStorageAsSeen() {
     mount_.storage().settle();
-    EXPECT_EQ(describe(*memory_), mount_.describe());
+    EXPECT_EQ(takeSnapshot(*memory_), mount_.snapshot());
 }
 
 bool operator==(const timespec& left, const timespec& right) {

@@ -20,8 +20,8 @@ protected:
 
     static constexpr timespec longAgo{981'173'106, 123'456'000};
 
-    /// What the storage itself holds, by path as `describe` has it.
-    EntryDescription stored(const std::string& path) const { return describe(*memory_).at(path); }
+    /// What the storage itself holds.
+    EntrySnapshot stored(const std::string& path) const;
 
     /// How many bytes the storage holds for the file.
     std::uint64_t storedSize(const std::string& path) const;

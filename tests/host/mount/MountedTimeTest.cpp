@@ -11,6 +11,10 @@ using storage::host::AttributeChange;
 /// The times of entries.
 class MountedTimeTest : public MountedStorageTest {
 protected:
+    std::string storedTime(const std::string& path) const {
+        return storage::host::formatMicroseconds(stored(path).lastModified);
+    }
+
     const std::string longAgoText = "2001-02-03 04:05:06.123456 UTC";
 };
 
@@ -20,7 +24,7 @@ TEST_F(MountedTimeTest, OpeningForWritingIsNoModification) {
     mount_.storage().settle(); // closes the stream
     mount_.storage().ensureSize(file, 1);
     EXPECT_EQ(mount_.modifiedOf(file), longAgo);
-    EXPECT_EQ(stored("/f").modified, longAgoText);
+    EXPECT_EQ(storedTime("/f"), longAgoText);
 }
 
 TEST_F(MountedTimeTest, ReadingIsNoModification) {
@@ -29,7 +33,7 @@ TEST_F(MountedTimeTest, ReadingIsNoModification) {
     mount_.storage().settle();
     mount_.bytesOf(file);
     EXPECT_EQ(mount_.modifiedOf(file), longAgo);
-    EXPECT_EQ(stored("/f").modified, longAgoText);
+    EXPECT_EQ(storedTime("/f"), longAgoText);
 }
 
 TEST_F(MountedTimeTest, ATruncationIsAModification) {
@@ -50,7 +54,7 @@ TEST_F(MountedTimeTest, ATruncationWithATimeHasThatTime) {
         change.size = size;
         change.modified = longAgo;
         EXPECT_EQ(mount_.storage().change(file, change).st_mtim, longAgo);
-        EXPECT_EQ(stored("/f").modified, longAgoText) << size;
+        EXPECT_EQ(storedTime("/f"), longAgoText) << size;
         expectStorageAsSeen();
         mount_.removeFile("/f");
     }
@@ -70,7 +74,7 @@ TEST_F(MountedTimeTest, SettlingIsNoModification) {
     mount_.setModified(file, longAgo);
     mount_.storage().settle();
     EXPECT_EQ(storedSize("/f"), 60U);
-    EXPECT_EQ(stored("/f").modified, longAgoText);
+    EXPECT_EQ(storedTime("/f"), longAgoText);
 }
 
 TEST_F(MountedTimeTest, IsKeptToTheMicrosecond) {
@@ -79,29 +83,29 @@ TEST_F(MountedTimeTest, IsKeptToTheMicrosecond) {
     change.modified = timespec{1'700'000'000, 123'456'789};
     const timespec kept{1'700'000'000, 123'456'000};
     EXPECT_EQ(mount_.storage().change(file, change).st_mtim, kept);
-    EXPECT_EQ(stored("/f").modified, "2023-11-14 22:13:20.123456 UTC");
+    EXPECT_EQ(storedTime("/f"), "2023-11-14 22:13:20.123456 UTC");
     Inode& folder = mount_.makeFolder("/d");
     EXPECT_EQ(mount_.storage().change(folder, change).st_mtim, kept);
     EXPECT_EQ(mount_.modifiedOf(folder), kept);
-    EXPECT_EQ(stored("/d/").modified, "2023-11-14 22:13:20.123456 UTC");
+    EXPECT_EQ(storedTime("/d"), "2023-11-14 22:13:20.123456 UTC");
     mount_.setModified(mount_.storage().root(), longAgo);
-    EXPECT_EQ(stored("/").modified, longAgoText);
+    EXPECT_EQ(storedTime("/"), longAgoText);
 }
 
 TEST_F(MountedTimeTest, BeforeTheEpochItIsATimeToo) {
     Inode& file = mount_.makeFile("/f");
     mount_.setModified(file, {-1, 999'999'000});
     EXPECT_EQ(mount_.modifiedOf(file), (timespec{-1, 999'999'000}));
-    EXPECT_EQ(stored("/f").modified, "1969-12-31 23:59:59.999999 UTC");
+    EXPECT_EQ(storedTime("/f"), "1969-12-31 23:59:59.999999 UTC");
 }
 
 TEST_F(MountedTimeTest, WhatStoragesCannotKeepBecomesTheNearestTheyCan) {
     Inode& file = mount_.makeFile("/f");
     constexpr std::time_t year = 31'556'952;
     mount_.setModified(file, {-1000 * year, 0}); // 970
-    EXPECT_EQ(stored("/f").modified, "1400-01-01 00:00:00.000000 UTC");
+    EXPECT_EQ(storedTime("/f"), "1400-01-01 00:00:00.000000 UTC");
     mount_.setModified(file, {10'000 * year, 0}); // 11970
-    EXPECT_EQ(stored("/f").modified.substr(0, 10), "9999-12-31");
+    EXPECT_EQ(storedTime("/f").substr(0, 10), "9999-12-31");
     EXPECT_LT(mount_.modifiedOf(file).tv_sec, 8100 * year) << "what is shown is what is kept";
     expectStorageAsSeen();
 }
@@ -129,10 +133,10 @@ TEST_F(MountedTimeTest, ARenameKeepsTheTimeOfAFile) {
     mount_.setModified(file, longAgo);
     mount_.rename("/f", "/g");
     EXPECT_EQ(mount_.modifiedOf(file), longAgo);
-    EXPECT_EQ(stored("/g").modified, longAgoText);
+    EXPECT_EQ(storedTime("/g"), longAgoText);
     mount_.makeFile("/target");
     mount_.rename("/g", "/target");
-    EXPECT_EQ(stored("/target").modified, longAgoText);
+    EXPECT_EQ(storedTime("/target"), longAgoText);
 }
 
 TEST_F(MountedTimeTest, ARenameKeepsTheTimesOfAFolderAndOfAllBelow) {
@@ -143,8 +147,8 @@ TEST_F(MountedTimeTest, ARenameKeepsTheTimesOfAFolderAndOfAllBelow) {
         mount_.setModified(mount_.at(path), longAgo);
     }
     mount_.rename("/d", "/e");
-    for (const char* const path : {"/e/s/f", "/e/s/", "/e/"}) {
-        EXPECT_EQ(stored(path).modified, longAgoText) << path;
+    for (const char* const path : {"/e/s/f", "/e/s", "/e"}) {
+        EXPECT_EQ(storedTime(path), longAgoText) << path;
     }
     EXPECT_EQ(mount_.modifiedOf(mount_.at("/e")), longAgo);
     expectStorageAsSeen();

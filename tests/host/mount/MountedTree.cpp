@@ -1,6 +1,7 @@
 #include "tests/host/mount/MountedTree.h"
 
 #include "host/support/FileTime.h"
+#include "host/support/Utf.h"
 
 #include <stdexcept>
 
@@ -137,26 +138,27 @@ std::vector<std::string> MountedTree::namesIn(FolderInode& folder) {
     return names;
 }
 
-TreeDescription MountedTree::describe() {
-    TreeDescription tree;
-    describeFolder(storage_.root(), "/", tree);
+TreeSnapshot MountedTree::snapshot() {
+    TreeSnapshot tree;
+    addFolder(storage_.root(), "", tree);
     return tree;
 }
 
-void MountedTree::describeFolder(FolderInode& folder, const std::string& path, TreeDescription& tree) {
-    const auto describeEntry = [&](Inode& inode, std::string content) {
+void MountedTree::addFolder(FolderInode& folder, const std::string& path, TreeSnapshot& tree) {
+    const auto add = [&](Inode& inode, EntrySnapshot::Kind kind, const std::string& where,
+                         std::string bytes) {
         const struct stat status = storage_.status(inode);
-        const auto modified = storage::host::fromDiskTime(status.st_mtim);
-        return EntryDescription{std::move(content), storage::host::formatMicroseconds(modified),
-                                (status.st_mode & S_IWUSR) != 0};
+        tree[storage::host::toUtf16(where).value()] = {kind, storage::host::fromDiskTime(status.st_mtim),
+                                                       (status.st_mode & S_IWUSR) != 0, std::move(bytes)};
     };
-    tree.emplace(path, describeEntry(folder, "folder"));
+    add(folder, EntrySnapshot::Kind::Folder, path.empty() ? "/" : path, "");
     for (const std::string& name : namesIn(folder)) {
-        Inode& inode = at(path + name);
+        const std::string below = path + '/' + name;
+        Inode& inode = at(below);
         if (inode.isFolder()) {
-            describeFolder(static_cast<FolderInode&>(inode), path + name + '/', tree);
+            addFolder(static_cast<FolderInode&>(inode), below, tree);
         } else {
-            tree.emplace(path + name, describeEntry(inode, bytesOf(static_cast<FileInode&>(inode))));
+            add(inode, EntrySnapshot::Kind::File, below, bytesOf(static_cast<FileInode&>(inode)));
         }
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/mount/MountedStorage.h"
-#include "tests/host/mount/TreeDescription.h"
+#include "tests/support/TreeSnapshot.h"
 
 #include <ctime>
 #include <string>
@@ -57,10 +57,10 @@ public:
     std::vector<std::string> namesIn(FolderInode& folder);
 
     /// All that programs see.
-    TreeDescription describe();
+    TreeSnapshot snapshot();
 
 private:
-    void describeFolder(FolderInode& folder, const std::string& path, TreeDescription& tree);
+    void addFolder(FolderInode& folder, const std::string& path, TreeSnapshot& tree);
 
     MountedStorage storage_;
 };

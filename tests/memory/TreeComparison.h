@@ -1,20 +1,15 @@
 #pragma once
 
-#include "tests/memory/EntrySnapshot.h"
+#include "tests/support/TreeSnapshot.h"
 
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <string>
-#include <string_view>
 
 namespace storage::tests {
-
-/// Every entry of a tree by its path, the root included.
-using TreeSnapshot = std::map<std::u16string, EntrySnapshot>;
 
 /// Which last-modified times a comparison looks at.
 enum class Times {
@@ -24,15 +19,11 @@ enum class Times {
     None,
 };
 
-/// Looks at everything there is. Along the way it is checked that the tree is sound: what a folder lists is found by
-/// its path, and what is found can be listed, measured and read.
-TreeSnapshot takeSnapshot(const foundation::storage::provider::IProvider& provider);
-
 /// The tree without the files by whose help others are copied.
 TreeSnapshot withoutTemporaries(TreeSnapshot tree);
 
-/// The location of the entry at `path`, a path out of a snapshot.
-foundation::storage::provider::StorageIRI locationOf(std::u16string_view path);
+/// The folder of the entry at a path: one separator may stand between them or, but for the root, two.
+std::u16string parentOf(const std::u16string& path);
 
 /// The path that an entry at `iri` has in a snapshot.
 std::u16string pathOf(const foundation::storage::provider::StorageIRI& iri);
