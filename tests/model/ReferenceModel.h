@@ -1,23 +1,49 @@
 #pragma once
 
 #include "hostapi/storage/provider/ByteStreamOpenOptions.h"
+#include "hostapi/storage/provider/ErrorCode.h"
 #include "hostapi/storage/provider/ExtendedFeature.h"
 #include "hostapi/storage/provider/FolderEntry.h"
 #include "hostapi/storage/provider/ReplacementPolicy.h"
 #include "hostapi/storage/provider/StorageIRI.h"
-#include "tests/model/ListingKind.h"
-#include "tests/model/ModelEntry.h"
-#include "tests/model/ModelResult.h"
 #include "tests/model/ModelStream.h"
+#include "tests/model/ModelTime.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 namespace storage::inmemoryprovider::tests {
+
+enum class ListingKind { All, Files, Folders };
+
+/// A file or folder of the model. A file has bytes, which streams share with it and which move along with it.
+struct ModelEntry {
+    std::shared_ptr<std::string> bytes; ///< null for a folder
+    ModelTime lastModified;
+    bool writable = true;
+
+    bool isFolder() const { return bytes == nullptr; }
+};
+
+/// How an operation fails: the code, and which of its locations the exception names.
+struct Failure {
+    enum class Names { Source, Destination };
+
+    foundation::storage::provider::ErrorCode code{};
+    Names names = Names::Source;
+};
+
+/// The value of an operation that has nothing to tell.
+using Done = std::monostate;
+
+template <class Value>
+using Result = std::variant<Value, Failure>;
 
 /// What a host may expect of the in-memory provider, operation by operation, written down as plainly as
 /// possible: one flat table of entries by path, searched from end to end wherever that is simplest.
