@@ -16,8 +16,8 @@ namespace storage::host {
 class InodeGuards {
     struct Slot {
         Mutex mutex;
-        const FileInode* file QZ_GUARDED_BY(mutex) = nullptr; ///< the owner of the stream
-        OpenStream open QZ_GUARDED_BY(mutex);
+        const FileInode* file QZFL_GUARDED_BY(mutex) = nullptr; ///< the owner of the stream
+        OpenStream open QZFL_GUARDED_BY(mutex);
     };
 
 public:

@@ -57,9 +57,9 @@ private:
     const IProvider& provider_;
     InodeGuards& guards_;
     SharedMutex mutex_;
-    std::uint64_t nextNumber_ QZ_GUARDED_BY(mutex_) = 1;
+    std::uint64_t nextNumber_ QZFL_GUARDED_BY(mutex_) = 1;
     FolderInode root_;
-    Removed removed_ QZ_GUARDED_BY(mutex_); ///< entries that the kernel still refers to
+    Removed removed_ QZFL_GUARDED_BY(mutex_); ///< entries that the kernel still refers to
 };
 
 } // namespace storage::host

@@ -80,21 +80,23 @@ protected:
 };
 
 /// Holds the tree's lock, shared, as long as it lives.
-class QZ_SCOPED_CAPABILITY SharedTree final : public LockedTree {
+class QZFL_SCOPED_CAPABILITY SharedTree final : public LockedTree {
 public:
-    explicit SharedTree(InodeTree& tree) QZ_ACQUIRE_SHARED(tree.mutex_) : LockedTree(tree) {
+    explicit SharedTree(InodeTree& tree) QZFL_ACQUIRE_SHARED(tree.mutex_) : LockedTree(tree) {
         tree.mutex_.lockShared();
     }
-    ~SharedTree() QZ_RELEASE() { tree_.mutex_.unlockShared(); }
+    ~SharedTree() QZFL_RELEASE() { tree_.mutex_.unlockShared(); }
     SharedTree(const SharedTree&) = delete;
     SharedTree& operator=(const SharedTree&) = delete;
 };
 
 /// Holds the tree's lock exclusively as long as it lives: the only way to change names and places.
-class QZ_SCOPED_CAPABILITY ExclusiveTree final : public LockedTree {
+class QZFL_SCOPED_CAPABILITY ExclusiveTree final : public LockedTree {
 public:
-    explicit ExclusiveTree(InodeTree& tree) QZ_ACQUIRE(tree.mutex_) : LockedTree(tree) { tree.mutex_.lock(); }
-    ~ExclusiveTree() QZ_RELEASE() { tree_.mutex_.unlock(); }
+    explicit ExclusiveTree(InodeTree& tree) QZFL_ACQUIRE(tree.mutex_) : LockedTree(tree) {
+        tree.mutex_.lock();
+    }
+    ~ExclusiveTree() QZFL_RELEASE() { tree_.mutex_.unlock(); }
     ExclusiveTree(const ExclusiveTree&) = delete;
     ExclusiveTree& operator=(const ExclusiveTree&) = delete;
 

@@ -9,27 +9,27 @@ namespace storage::host {
 
 // The standard library's locks with the annotations of clang's thread-safety analysis, which libstdc++ does not have.
 
-class QZ_CAPABILITY("mutex") Mutex {
+class QZFL_CAPABILITY("mutex") Mutex {
 public:
-    void lock() QZ_ACQUIRE() { mutex_.lock(); }
-    void unlock() QZ_RELEASE() { mutex_.unlock(); }
+    void lock() QZFL_ACQUIRE() { mutex_.lock(); }
+    void unlock() QZFL_RELEASE() { mutex_.unlock(); }
 
     /// For functions that are called only while the mutex is held, where the analysis cannot see it.
-    void assertHeld() const noexcept QZ_ASSERT_CAPABILITY(this) {}
+    void assertHeld() const noexcept QZFL_ASSERT_CAPABILITY(this) {}
 
 private:
     std::mutex mutex_;
 };
 
-class QZ_CAPABILITY("mutex") SharedMutex {
+class QZFL_CAPABILITY("mutex") SharedMutex {
 public:
-    void lock() QZ_ACQUIRE() { mutex_.lock(); }
-    void unlock() QZ_RELEASE() { mutex_.unlock(); }
-    void lockShared() QZ_ACQUIRE_SHARED() { mutex_.lock_shared(); }
-    void unlockShared() QZ_RELEASE_SHARED() { mutex_.unlock_shared(); }
+    void lock() QZFL_ACQUIRE() { mutex_.lock(); }
+    void unlock() QZFL_RELEASE() { mutex_.unlock(); }
+    void lockShared() QZFL_ACQUIRE_SHARED() { mutex_.lock_shared(); }
+    void unlockShared() QZFL_RELEASE_SHARED() { mutex_.unlock_shared(); }
 
     /// As `Mutex::assertHeld`, for an exclusive lock.
-    void assertHeld() const noexcept QZ_ASSERT_CAPABILITY(this) {}
+    void assertHeld() const noexcept QZFL_ASSERT_CAPABILITY(this) {}
 
 private:
     std::shared_mutex mutex_;
@@ -37,10 +37,10 @@ private:
 
 /// Holds a mutex, or a shared mutex exclusively, as long as it lives.
 template <typename Lockable>
-class QZ_SCOPED_CAPABILITY ScopedLock {
+class QZFL_SCOPED_CAPABILITY ScopedLock {
 public:
-    explicit ScopedLock(Lockable& mutex) QZ_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
-    ~ScopedLock() QZ_RELEASE() { mutex_.unlock(); }
+    explicit ScopedLock(Lockable& mutex) QZFL_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+    ~ScopedLock() QZFL_RELEASE() { mutex_.unlock(); }
     ScopedLock(const ScopedLock&) = delete;
     ScopedLock& operator=(const ScopedLock&) = delete;
 
@@ -49,12 +49,12 @@ private:
 };
 
 /// Holds a shared mutex, shared, as long as it lives.
-class QZ_SCOPED_CAPABILITY SharedScopedLock {
+class QZFL_SCOPED_CAPABILITY SharedScopedLock {
 public:
-    explicit SharedScopedLock(SharedMutex& mutex) QZ_ACQUIRE_SHARED(mutex) : mutex_(mutex) {
+    explicit SharedScopedLock(SharedMutex& mutex) QZFL_ACQUIRE_SHARED(mutex) : mutex_(mutex) {
         mutex_.lockShared();
     }
-    ~SharedScopedLock() QZ_RELEASE() { mutex_.unlockShared(); }
+    ~SharedScopedLock() QZFL_RELEASE() { mutex_.unlockShared(); }
     SharedScopedLock(const SharedScopedLock&) = delete;
     SharedScopedLock& operator=(const SharedScopedLock&) = delete;
 

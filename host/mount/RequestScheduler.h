@@ -37,20 +37,20 @@ private:
     bool nextRequest(fuse_buf& request, unsigned& inARow);
     RequestDevice::Received spinForRequest(fuse_buf& request);
     void blockUntilRequest();
-    bool isQuiet() const QZ_REQUIRES(mutex_);
+    bool isQuiet() const QZFL_REQUIRES(mutex_);
     bool waitForCall();
-    void callOne() QZ_REQUIRES(mutex_);
+    void callOne() QZFL_REQUIRES(mutex_);
     void process(const fuse_buf& request);
 
     RequestDevice& device_;
     const unsigned workers_;
     Mutex mutex_;
     std::condition_variable_any called_;
-    std::condition_variable_any quiet_;          ///< `isQuiet` may have become true
-    bool blocked_ QZ_GUARDED_BY(mutex_) = false; ///< the only reader blocks in the device
-    unsigned readers_ QZ_GUARDED_BY(mutex_);     ///< threads that look for requests or process a short one
-    unsigned idle_ QZ_GUARDED_BY(mutex_) = 0;    ///< threads that wait to be called
-    unsigned calls_ QZ_GUARDED_BY(mutex_) = 0;   ///< calls that no thread has taken yet
+    std::condition_variable_any quiet_;            ///< `isQuiet` may have become true
+    bool blocked_ QZFL_GUARDED_BY(mutex_) = false; ///< the only reader blocks in the device
+    unsigned readers_ QZFL_GUARDED_BY(mutex_);     ///< threads that look for requests or process a short one
+    unsigned idle_ QZFL_GUARDED_BY(mutex_) = 0;    ///< threads that wait to be called
+    unsigned calls_ QZFL_GUARDED_BY(mutex_) = 0;   ///< calls that no thread has taken yet
 };
 
 } // namespace storage::host

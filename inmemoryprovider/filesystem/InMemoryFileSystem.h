@@ -177,21 +177,21 @@ private:
     // The operations below require `mutex_`.
 
     /// The folder at `path`, or a null pointer. It lasts as long as it stays in the tree.
-    InMemoryFolderEntry* doGetFolderEntry(std::u16string_view path) const noexcept QZ_REQUIRES(mutex_);
-    void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder) QZ_REQUIRES(mutex_);
+    InMemoryFolderEntry* doGetFolderEntry(std::u16string_view path) const noexcept QZFL_REQUIRES(mutex_);
+    void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder) QZFL_REQUIRES(mutex_);
     /// The caller decides where what was removed dies.
-    FolderMap::Element removeFolderFromFSMap(const InMemoryEntryPath& path) QZ_REQUIRES(mutex_);
+    FolderMap::Element removeFolderFromFSMap(const InMemoryEntryPath& path) QZFL_REQUIRES(mutex_);
 
     /// Puts a new folder both among its parent's children and into the map, or, out of memory, nowhere.
     void linkFolder(InMemoryFolderEntry& parent, const std::shared_ptr<InMemoryFolderEntry>& folder)
-        QZ_REQUIRES(mutex_);
+        QZFL_REQUIRES(mutex_);
 
-    InMemoryFolderEntry& requireParent(const InMemoryEntryPath& path) const QZ_REQUIRES(mutex_);
+    InMemoryFolderEntry& requireParent(const InMemoryEntryPath& path) const QZFL_REQUIRES(mutex_);
 
     void moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                           const boost::posix_time::ptime& time) QZ_REQUIRES(mutex_);
+                           const boost::posix_time::ptime& time) QZFL_REQUIRES(mutex_);
     void moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                             const boost::posix_time::ptime& time) QZ_REQUIRES(mutex_);
+                             const boost::posix_time::ptime& time) QZFL_REQUIRES(mutex_);
     /// Puts a new node at `target` in the place of `file`, which is a child of `sourceParent`.
     /// @param spare  none, or a node of the children's map for the new child; afterwards the old child's
     static void relinkFile(InMemoryFolderEntry& sourceParent, Child file, InMemoryFolderEntry& targetParent,
@@ -200,9 +200,9 @@ private:
     static FolderMove planFolderMove(InMemoryFolderEntry& sourceParent, const InMemoryEntryPath& source,
                                      InMemoryFolderEntry& targetParent, const InMemoryEntryPath& target);
     InMemoryFolderEntry& newParentOf(const InMemoryEntryPath& childTarget, const FolderMove& move) const
-        QZ_REQUIRES(mutex_);
-    void beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time) QZ_REQUIRES(mutex_);
-    void finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time) QZ_REQUIRES(mutex_);
+        QZFL_REQUIRES(mutex_);
+    void beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time) QZFL_REQUIRES(mutex_);
+    void finishFolderMove(const FolderMove& move, const boost::posix_time::ptime& time) QZFL_REQUIRES(mutex_);
 
     static constexpr std::size_t cacheLine = 64;
 

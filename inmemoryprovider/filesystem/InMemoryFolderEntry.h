@@ -51,7 +51,7 @@ public:
 
     /// As `read`, but returns false instead of blocking when another thread holds the mutex.
     template <class Use>
-    bool tryRead(const Use& use) const QZ_NO_THREAD_ANALYSIS { // which does not know std::unique_lock
+    bool tryRead(const Use& use) const QZFL_NO_THREAD_ANALYSIS { // which does not know std::unique_lock
         const std::unique_lock lock(mutex_, std::try_to_lock);
         if (lock) {
             use(children_);
@@ -66,7 +66,7 @@ public:
     /// Where the child at `path` is, if there is one. Takes no lock: under the file system's mutex the children do not
     /// change.
     std::optional<Children::const_iterator>
-    findChild(const InMemoryEntryPath& path) const noexcept QZ_NO_THREAD_ANALYSIS;
+    findChild(const InMemoryEntryPath& path) const noexcept QZFL_NO_THREAD_ANALYSIS;
 
     /// Adds `child` under its own path. If the path is taken, the existing child stays and the new one is dropped.
     /// @throws std::bad_alloc with nothing changed
@@ -129,7 +129,7 @@ private:
     /// instead, so that their own children can be taken out first.
     void releaseChildren(std::shared_ptr<InMemoryFolderEntry>& doomed) noexcept;
 
-    ChildMap children_ QZ_GUARDED_BY(mutex_);
+    ChildMap children_ QZFL_GUARDED_BY(mutex_);
     mutable std::mutex mutex_;
     std::shared_ptr<InMemoryFolderEntry> nextDoomed_; ///< set only while the folder is being destroyed
 };

@@ -7,12 +7,12 @@
 namespace storage::inmemoryprovider {
 
 /// std::lock_guard, known to the analysis of thread safety.
-class QZ_SCOPED_CAPABILITY [[nodiscard]] MutexLock {
+class QZFL_SCOPED_CAPABILITY [[nodiscard]] MutexLock {
 public:
-    explicit MutexLock(std::mutex& mutex) QZ_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
+    explicit MutexLock(std::mutex& mutex) QZFL_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
-    ~MutexLock() QZ_RELEASE() { mutex_.unlock(); }
+    ~MutexLock() QZFL_RELEASE() { mutex_.unlock(); }
 
 private:
     std::mutex& mutex_;

@@ -10,12 +10,12 @@ namespace storage::inmemoryprovider {
 ///
 /// The file system's mutex is mostly held for less than putting a thread to sleep and waking it takes. Two threads that
 /// sleep whenever they contend do less together than one of them alone.
-class QZ_SCOPED_CAPABILITY [[nodiscard]] SpinThenBlockLock {
+class QZFL_SCOPED_CAPABILITY [[nodiscard]] SpinThenBlockLock {
 public:
-    explicit SpinThenBlockLock(std::mutex& mutex) QZ_ACQUIRE(mutex);
+    explicit SpinThenBlockLock(std::mutex& mutex) QZFL_ACQUIRE(mutex);
     SpinThenBlockLock(const SpinThenBlockLock&) = delete;
     SpinThenBlockLock& operator=(const SpinThenBlockLock&) = delete;
-    ~SpinThenBlockLock() QZ_RELEASE() { mutex_.unlock(); }
+    ~SpinThenBlockLock() QZFL_RELEASE() { mutex_.unlock(); }
 
 private:
     std::mutex& mutex_;
