@@ -7,7 +7,8 @@
 /// The place of a virtual member function in its class's table, counted from 0; the two places of a
 /// destructor count as well. -1 when the function is not virtual.
 ///
-/// By the Itanium C++ ABI for x86-64 a pointer to a virtual member function holds 1 plus the place in bytes.
+/// By the Itanium C++ ABI a pointer to a virtual member function holds 1 plus the place in bytes. On ARM64, where the address
+/// of a function may be odd, it holds the place in bytes, and the lowest bit of the adjustment says that it is one.
 template <class Member>
 std::ptrdiff_t vtableSlot(Member member) {
     static_assert(std::is_member_function_pointer_v<Member>);
@@ -17,10 +18,14 @@ std::ptrdiff_t vtableSlot(Member member) {
     } representation{};
     static_assert(sizeof(representation) == sizeof(member));
     std::memcpy(&representation, &member, sizeof(member));
-    if (representation.function % 2 == 0) {
-        return -1;
-    }
-    return (representation.function - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+#if defined(__aarch64__)
+    const bool isVirtual = representation.adjustment % 2 != 0;
+    const std::ptrdiff_t offset = representation.function;
+#else
+    const bool isVirtual = representation.function % 2 != 0;
+    const std::ptrdiff_t offset = representation.function - 1;
+#endif
+    return isVirtual ? offset / static_cast<std::ptrdiff_t>(sizeof(void*)) : -1;
 }
 
 /// Calls what stands at a place in the object's table, without arguments.
