@@ -1,0 +1,98 @@
+/* The steps of LeftRightMap between its readers and its writer.
+ *
+ * Safety: no reader looks into a copy that is being changed; both copies are equal between two changes; the writer, asleep, is
+ * woken. Progress: the writer gets on however many readers come, and does not spin meanwhile.
+ *
+ * All atomic operations of the code are sequentially consistent, so every execution of it is an interleaving of these steps.
+ * Readers stop at any time or never, and the writer never stops.
+ */
+
+#define READERS 2
+#define WAITING 4 /* a bit above any number of readers */
+
+bit published;   /* the copy that readers use */
+bit turn;        /* the counter that readers use */
+byte count[2];   /* the readers, and WAITING */
+bool asleep[2];  /* whether the writer sleeps until the counter changes */
+
+/* What only the checks know. */
+bit version[2];          /* of each copy; a change turns it round */
+bool changing[2];        /* whether a copy is being changed */
+byte reading[2];         /* how many readers look into a copy */
+bool announced[2];       /* whether the writer waits with its bit in the counter */
+byte spins;              /* how often the writer has looked at a counter that did not change */
+
+inline enter(c) { d_step { count[c] = count[c] + 1; spins = 0 } }
+inline leave(c) {
+    d_step { old = count[c]; count[c] = count[c] - 1; spins = 0; assert((old & WAITING) == 0 || announced[c]) }
+}
+inline wake(c) { if :: old == (WAITING | 1) -> asleep[c] = false :: else fi }
+inline lookUp(copy) {
+    d_step { reading[copy]++; assert(!changing[copy]) }
+    reading[copy]--
+}
+
+active [READERS] proctype Reader() {
+    bit t;
+    bit p;
+    byte old;
+end:
+    do
+    :: break
+    ::  t = turn;                               /* step: read the turn */
+        enter(t);                               /* step: count in */
+        p = published;                          /* step: read which copy is published */
+        lookUp(p);
+        leave(t);                               /* step: count out */
+        wake(t);                                /* step: wake the writer */
+        d_step { t = 0; p = 0; old = 0 }
+    od
+}
+
+inline change(copy) {
+    d_step { changing[copy] = true; assert(reading[copy] == 0) }
+    d_step { version[copy] = 1 - version[copy]; changing[copy] = false }
+}
+inline announce(c) { d_step { count[c] = count[c] | WAITING; v = count[c]; announced[c] = true } }
+inline sleepWhile(c, value) {
+    d_step { if :: count[c] == value -> asleep[c] = true :: else fi }
+    !asleep[c]
+}
+inline reload(c) { d_step { v = count[c]; spins++; assert(spins <= READERS + 1) } }
+inline withdraw(c) { count[c] = count[c] & (WAITING - 1) }
+inline waitForReaders(c) {
+    spins = 0;
+    if
+    :: count[c] == 0 /* seen while it spins for a while */
+    :: true ->
+        announce(c);                            /* step: announce that the writer waits */
+        do
+        :: v == WAITING -> break
+        :: else ->
+            sleepWhile(c, v);                   /* step: sleep while the counter is unchanged */
+            reload(c);                          /* step: read the counter again */
+        od;
+        atomic {
+            withdraw(c);                        /* step: withdraw the announcement */
+            announced[c] = false; v = 0
+        }
+    fi
+}
+
+active proctype Writer() {
+    bit oldCopy;
+    bit oldTurn;
+    byte v;
+    do
+    ::  oldCopy = published;
+        change(1 - oldCopy);                    /* step: change the copy that nobody uses */
+        published = 1 - oldCopy;                /* step: publish it */
+        oldTurn = turn;
+        waitForReaders(1 - oldTurn);            /* step: wait for readers with an old turn */
+        turn = 1 - oldTurn;                     /* step: turn new readers to the other counter */
+        waitForReaders(oldTurn);                /* step: wait for the readers of this turn */
+        change(oldCopy);                        /* step: change the other copy */
+progress:
+        assert(version[0] == version[1])
+    od
+}

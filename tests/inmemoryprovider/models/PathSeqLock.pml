@@ -1,0 +1,270 @@
+/* The publication of changes of several steps (PathSeqLock), and the look-ups and listings that go without the mutex of the
+ * file system.
+ *
+ * The tree: the root, in it the places D and E for a folder each, in a folder the place for one file. The writer, which holds
+ * the mutex of the file system all the time, makes any changes. Each folder that it makes or moves is a new node. A published
+ * change takes place for the others when its publication ends; a file comes and goes in one step. One reader is enough: readers
+ * change nothing that another reads, and take the mutex of a folder without waiting for anything.
+ *
+ * Safety: a look-up or listing returns what was true at one moment between its start and its end. Nobody stays asleep, nobody
+ * waits twice for one change, and nobody waits for a change that does not concern the path asked for.
+ *
+ * The folder map is one step here; LeftRightMap.pml is about it. The publication is made of loads that acquire and stores that
+ * release: a reader that sees a later value of one variable sees all earlier stores too, so what it can see is an
+ * interleaving of these steps.
+ */
+
+#define CHANGES 2
+
+#define NONE 0          /* no node */
+#define ROOT 1
+#define NODES 6         /* NONE, ROOT, two at the start, and one for each change */
+
+/* Places of folders, and two paths elsewhere. */
+#define D 0
+#define E 1
+#define U 2
+#define V 3
+
+/* The tree as it is between two steps. */
+byte map[2];            /* the folder map: the node at D, at E */
+byte child[2];          /* the root's children: the node at D, at E */
+bool file[NODES];       /* whether a folder has its file */
+bool locked[NODES];     /* the mutexes of the folders */
+
+/* The publication. */
+byte seq;
+byte source;
+byte target;
+bool asleep;            /* whether the reader sleeps until the number changes */
+
+/* What only the checks know: the tree as it is for the others, and what the reader may return: a bit for each answer. */
+bool isFolder[2];
+bool hasFile[2];
+byte possible;
+
+mtype = { entryInRoot, entryInFolder, listRoot, listFolder };
+mtype question;
+byte asked;             /* D or E */
+
+/* The answers: whether there is an entry; which folders are in the root; 0 for no folder, 1 for an empty one, 2 for one with
+ * its file. */
+inline notePossible() {
+    if
+    :: question == entryInRoot -> possible = possible | (1 << isFolder[asked])
+    :: question == entryInFolder -> possible = possible | (1 << hasFile[asked])
+    :: question == listRoot -> possible = possible | (1 << (isFolder[D] + 2 * isFolder[E]))
+    :: question == listFolder -> possible = possible | (1 << (isFolder[asked] + hasFile[asked]))
+    :: else /* the reader has not started or has ended */
+    fi
+}
+
+inline lock(mutex) { atomic { !locked[mutex] -> locked[mutex] = true } }
+inline unlock(mutex) { locked[mutex] = false }
+
+#define isAsked(p) ((p) < 2 && ((p) == asked || question == listRoot))
+#define nodeInMap (question == entryInRoot || question == listRoot -> ROOT : map[asked])
+
+/* Sets `change` to the number of the change to wait for; 0 for none. */
+inline findConflict() {
+    do
+    ::  s = seq;                                /* step: read whether a change is under way */
+        if :: s % 2 == 0 -> break :: else fi;
+        from = source;                          /* step: read the source */
+        to = target;                            /* step: read the target */
+        s2 = s;
+        s2 = seq;                               /* redundant: read the number of the change again */
+        if
+        :: s2 != s
+        :: else -> change = (isAsked(from) || isAsked(to) -> s : 0); break
+        fi
+    od;
+    s = 0;
+    d_step { s2 = 0; from = 0; to = 0 }
+}
+
+inline waitFor() {
+    d_step {
+        assert(change != waited);
+        assert(seq != change || isAsked(source) || isAsked(target));
+        waited = change
+    }
+    if
+    :: seq != change /* seen while it spins for a while */
+    :: true ->
+        d_step { if :: seq == change -> asleep = true :: else fi } /* step: sleep while the change is under way */
+        !asleep
+    fi
+}
+
+inline readAnswer() {
+    d_step {
+        if
+        :: question == entryInRoot -> answer = (child[asked] != NONE); assert(child[asked] == map[asked])
+        :: question == entryInFolder -> answer = file[node]
+        :: question == listRoot -> answer = (child[D] != NONE) + 2 * (child[E] != NONE)
+        :: question == listFolder -> answer = 1 + file[node]
+        fi
+    }
+}
+
+proctype Reader() {
+    byte s;
+    byte s2;
+    byte from;
+    byte to;
+    byte change;
+    byte waited;
+    byte start;
+    byte node;
+    byte found;
+    byte answer;
+    atomic {
+        if
+        :: question = entryInRoot
+        :: question = entryInFolder
+        :: question = listRoot
+        :: question = listFolder
+        fi;
+        if :: asked = D :: question != listRoot -> asked = E fi;
+        notePossible()
+    }
+again:
+    change = 0;
+    start = seq;
+    node = nodeInMap;                           /* step: look the folder up */
+    if
+    :: node == NONE ->
+        findConflict();                         /* step: ask for a change that hides the folder */
+        if
+        :: change != 0 -> waitFor(); goto again
+        :: else
+        fi;
+        found = start;
+        found = seq;                            /* step: ask whether a change was under way since the start */
+        if :: found != start -> goto again :: else fi
+    :: else ->
+        lock(node);                             /* step: lock the folder */
+        findConflict();                         /* step: ask for a change under way; before: look the folder up again */
+        found = node;
+        found = nodeInMap;                      /* step: look the folder up again */
+        if
+        :: change != 0 -> unlock(node); waitFor(); goto again
+        :: change == 0 && question == listFolder && found != node -> unlock(node); goto again
+        :: else
+        fi;
+        readAnswer();
+        unlock(node);                           /* step: unlock the folder */
+    fi;
+    atomic {
+        assert(possible & (1 << answer));
+        question = 0; asked = 0; possible = 0
+    }
+}
+
+inline setChild(place, value) {
+    lock(ROOT);                                 /* step: lock the parent of a folder that comes or goes */
+    /* Of two folders at one place the first one stays, here and in the map. */
+    if
+    :: value == NONE || child[place] == NONE ->
+        child[place] = value                    /* step: change the parent's children */
+    :: else
+    fi;
+    unlock(ROOT)
+}
+inline setFile(folder, value) {
+    lock(folder);                               /* step: lock the folder of a file that comes or goes */
+    file[folder] = value;                       /* step: change the folder's children */
+    unlock(folder)
+}
+
+inline insert(place) { map[place] = (map[place] == NONE -> new : map[place]) }
+
+inline publish() {
+    source = from;                              /* step: publish the source; before: publish that a change is under way */
+    target = to;                                /* step: publish the target */
+    seq = seq + 1;                              /* step: publish that a change is under way */
+}
+inline endPublication() {
+    d_step {
+        seq = seq + 1;
+        if
+        :: kind == move ->
+            isFolder[to] = true; hasFile[to] = hasFile[from]; isFolder[from] = false; hasFile[from] = false
+        :: kind == addFolder -> isFolder[from] = true
+        :: kind == removeFolder -> isFolder[from] = false
+        :: else
+        fi;
+        notePossible()
+    }
+}
+inline wakeAll() { asleep = false }
+
+mtype = { move, addFolder, removeFolder, changeFile, moveElsewhere };
+
+inline choose() {
+    if :: from = D; to = E :: from = E; to = D fi;
+    if
+    :: isFolder[from] && !hasFile[to] -> kind = move
+    :: !isFolder[from] -> kind = addFolder; to = from
+    :: isFolder[from] && !hasFile[from] -> kind = removeFolder; to = from
+    :: isFolder[from] -> kind = changeFile
+    :: from == D -> kind = moveElsewhere; from = U; to = V
+    fi
+}
+
+active proctype Writer() {
+    byte nodes = 2; /* the next node */
+    byte changes;
+    byte from;
+    byte to;
+    byte new;
+    byte old;
+    mtype kind;
+    atomic {
+        map[D] = nodes; child[D] = nodes; isFolder[D] = true; nodes++;
+        if :: file[map[D]] = true; hasFile[D] = true :: true fi;
+        if :: map[E] = nodes; child[E] = nodes; isFolder[E] = true; nodes++ :: true fi;
+        run Reader()
+    }
+    do
+    :: changes == CHANGES -> break
+    :: changes < CHANGES ->
+        atomic { changes++; choose(); new = nodes; nodes++ }
+        if
+        :: kind == changeFile ->
+            old = map[from];
+            atomic {
+                !locked[old] -> file[old] = !file[old];
+                hasFile[from] = file[old]; notePossible()
+            }
+        :: else ->
+            publish();
+            if
+            :: kind == addFolder ->
+                setChild(from, new);
+                insert(from)                    /* step: put a new folder into the map */
+            :: kind == removeFolder ->
+                setChild(from, NONE);
+                map[from] = NONE                /* step: take a removed folder out of the map */
+            :: kind == move ->
+                if
+                :: child[to] != NONE ->
+                    setChild(to, NONE);         /* step: take a replaced folder out of its parent */
+                    map[to] = NONE              /* step: take a replaced folder out of the map */
+                :: else
+                fi;
+                setChild(to, new);
+                insert(to);                     /* step: put the moved folder into the map */
+                old = map[from];
+                if :: file[old] -> setFile(new, true); setFile(old, false) :: else fi;
+                setChild(from, NONE);
+                map[from] = NONE                /* step: take the folder out of its old place in the map */
+            :: kind == moveElsewhere
+            fi;
+            endPublication();                   /* step: end the publication */
+            wakeAll();                          /* step: wake those who wait */
+        fi;
+        d_step { from = 0; to = 0; new = 0; old = 0; kind = 0 }
+    od
+}
