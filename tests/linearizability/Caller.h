@@ -1,0 +1,30 @@
+#pragma once
+
+#include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/IProvider.h"
+#include "tests/linearizability/Call.h"
+#include "tests/linearizability/Outcome.h"
+
+#include <memory>
+
+namespace storage::inmemoryprovider::tests {
+
+/// Makes calls of a provider, and owns the stream opened last. For one thread.
+class Caller {
+public:
+    explicit Caller(const foundation::storage::provider::IProvider& provider) : provider_(provider) {}
+
+    /// Whether the call can be made: reading and writing require an open stream.
+    bool canMake(const Call& call) const;
+
+    /// Makes the call. Exceptions that the contract does not know pass through.
+    Outcome make(const Call& call);
+
+private:
+    void run(const Call& call, Outcome& outcome);
+
+    const foundation::storage::provider::IProvider& provider_;
+    std::unique_ptr<foundation::storage::provider::ByteStream> stream_;
+};
+
+} // namespace storage::inmemoryprovider::tests

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "tests/linearizability/Call.h"
+#include "tests/linearizability/Outcome.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace storage::inmemoryprovider::tests {
+
+/// A call that a thread made: between `begin` and `end`, which are numbers of one order for all threads.
+struct RecordedCall {
+    std::size_t thread = 0;
+    Call call = {};
+    Outcome outcome = {};
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+/// An entry of the tree that is left in the end.
+struct LeftEntry {
+    bool folder = false;
+    std::string bytes;
+    boost::posix_time::ptime lastModified;
+    bool writable = false;
+};
+
+/// All that can be seen of one round.
+struct History {
+    std::vector<Call> preparation; ///< one after the other, before the threads start
+    std::vector<RecordedCall> calls;
+    std::map<std::u16string, LeftEntry> tree; ///< by path, the root included
+};
+
+/// As text, a line for each call and entry.
+std::string shown(const History& history);
+
+} // namespace storage::inmemoryprovider::tests

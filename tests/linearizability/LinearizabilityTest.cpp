@@ -1,0 +1,27 @@
+#include "tests/linearizability/RoundRunner.h"
+
+#include <gtest/gtest.h>
+
+namespace storage::inmemoryprovider::tests {
+namespace {
+
+/// The short form; linearizability_trial runs any number.
+#ifdef QZSTORAGE_SANITIZED
+constexpr std::size_t roundsPerMix = 500;
+#else
+constexpr std::size_t roundsPerMix = 2000;
+#endif
+
+class Linearizability : public testing::TestWithParam<RoundMix> {};
+
+TEST_P(Linearizability, eachRoundIsExplainedByAnOrderOfItsCalls) {
+    const Rounds rounds{.mix = GetParam(), .seed = 1, .first = 0, .count = roundsPerMix};
+    const auto unexplained = firstUnexplained(rounds);
+    EXPECT_FALSE(unexplained.has_value()) << shown(rounds, *unexplained);
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryMix, Linearizability, testing::ValuesIn(allMixes),
+                         [](const auto& mix) { return "mix" + std::to_string(static_cast<int>(mix.param)); });
+
+} // namespace
+} // namespace storage::inmemoryprovider::tests

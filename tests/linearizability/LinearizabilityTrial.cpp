@@ -1,0 +1,56 @@
+#include "tests/linearizability/RoundRunner.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstddef>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace storage::inmemoryprovider::tests {
+namespace {
+
+std::map<std::string, RoundMix> mixesByName() {
+    std::map<std::string, RoundMix> mixes;
+    for (const RoundMix mix : allMixes) {
+        mixes.emplace(nameOf(mix), mix);
+    }
+    return mixes;
+}
+
+/// Whether every round has an order that explains it.
+bool explains(const Rounds& rounds) {
+    if (const auto unexplained = firstUnexplained(rounds)) {
+        std::cerr << "linearizability: " << shown(rounds, *unexplained);
+        return false;
+    }
+    std::cout << "linearizability: mix " << nameOf(rounds.mix) << ", seed " << rounds.seed << ": "
+              << rounds.count * rounds.repetitions << " rounds, each explained by an order of its calls\n";
+    return true;
+}
+
+} // namespace
+} // namespace storage::inmemoryprovider::tests
+
+int main(int argc, char** argv) {
+    using namespace storage::inmemoryprovider::tests;
+    CLI::App app(
+        "Threads call a provider at once; looks for an order of the calls that explains each round.");
+    Rounds rounds{.count = 50'000};
+    std::vector<RoundMix> mixes(allMixes.begin(), allMixes.end());
+    app.add_option("--mix", mixes, "What the threads do; all mixes by default")
+        ->transform(CLI::CheckedTransformer(mixesByName()));
+    app.add_option("--seed", rounds.seed, "What the threads call follows from it")->capture_default_str();
+    app.add_option("--first", rounds.first, "The number of the first round")->capture_default_str();
+    app.add_option("--rounds", rounds.count, "How many rounds of each mix")->capture_default_str();
+    app.add_option("--repetitions", rounds.repetitions, "How often to run each round")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    bool explained = true;
+    for (const RoundMix mix : mixes) {
+        rounds.mix = mix;
+        explained = explains(rounds) && explained;
+    }
+    return explained ? EXIT_SUCCESS : EXIT_FAILURE;
+}

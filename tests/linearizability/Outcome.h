@@ -1,0 +1,30 @@
+#pragma once
+
+#include "hostapi/storage/provider/FolderEntry.h"
+#include "tests/support/Answer.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace storage::inmemoryprovider::tests {
+
+/// How a call ended. What its kind does not return keeps its initial value.
+struct Outcome {
+    storage::tests::Answer ending = {};
+    bool exists = false;
+    std::vector<foundation::storage::provider::FolderEntry> listing = {};
+    std::string bytes = {}; ///< read
+
+    // Of attributes. The search compares them one by one.
+    std::uint64_t size = 0;
+    boost::posix_time::ptime lastModified = {};
+    bool writable = false;
+};
+
+/// As text, for a call of any kind.
+std::string shown(const Outcome& outcome);
+
+} // namespace storage::inmemoryprovider::tests

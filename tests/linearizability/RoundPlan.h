@@ -1,0 +1,41 @@
+#pragma once
+
+#include "tests/linearizability/Call.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace storage::inmemoryprovider::tests {
+
+/// What the threads of a round do.
+enum class RoundMix : std::uint8_t {
+    Random,        ///< everything but setting times and flags, on paths that collide often
+    FolderMoves,   ///< one thread moves a folder to and fro, the others query, open and create below it
+    FolderComings, ///< one thread creates and removes a folder, the others query it and create below it
+    Replacement,   ///< one thread replaces a file by moves, the others query and open it
+    Setters, ///< one thread moves a folder to and fro, the others set and query times and flags of the files below
+};
+
+inline constexpr std::array allMixes = {RoundMix::Random, RoundMix::FolderMoves, RoundMix::FolderComings,
+                                        RoundMix::Replacement, RoundMix::Setters};
+inline constexpr std::array<const char*, allMixes.size()> mixNames = {
+    "random", "folder-moves", "folder-comings", "replacement", "setters"};
+
+constexpr const char* nameOf(RoundMix mix) {
+    return mixNames[static_cast<std::size_t>(mix)];
+}
+
+/// The calls of a round: those before the threads start, and those of each thread.
+struct RoundPlan {
+    std::vector<Call> preparation;
+    std::vector<std::vector<Call>> threads;
+};
+
+/// @param seed  the plan follows from it
+RoundPlan planOf(RoundMix mix, std::uint64_t seed);
+
+} // namespace storage::inmemoryprovider::tests
