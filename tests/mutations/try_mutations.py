@@ -5,9 +5,9 @@
 
 Works on copies of the source tree, never on the tree itself. Each mutation changes one place of inmemoryprovider/: a
 condition turned round or made constant, a statement left out, two neighbouring statements exchanged, a comparison or
-constant altered, an enumerator or exception replaced, a lock not taken. It counts as noticed when a test fails, crashes
-or does not end; as no mutation when the compiler refuses it. What the ordinary tests let pass is tried again under the
-thread sanitizer, for locks show only there.
+constant altered, an enumerator or exception replaced, a lock not taken, an order of memory relaxed, a fence or a wait left
+out. It counts as noticed when a test fails, crashes or does not end; as no mutation when the compiler refuses it. What the
+ordinary tests let pass is tried again under the thread sanitizer, for locks show only there.
 
 accepted.txt beside this file lists the mutations that change nothing a user or caller could see, each with the reason.
 Exits with 1 when any other survives.
@@ -35,9 +35,11 @@ SLOW = "*Rac*:*Concurrency*:*Deep*:*LeftRight*"
 STAGES = [
     ("plain", PLAIN, [["inmemoryprovider_tests", "--gtest_filter=-" + SLOW]]),
     ("plain", PLAIN, [["inmemoryprovider_tests", "--gtest_filter=" + SLOW]]),
-    ("plain", PLAIN, [["memory_exhaustion_tests"], ["linked_plugin_tests"], ["plugin_tests"], ["model_tests"]]),
+    ("plain", PLAIN, [["memory_exhaustion_tests"], ["linked_plugin_tests"], ["plugin_tests"], ["model_tests"],
+              ["linearizability_tests"]]),
     ("threads", THREADS, [
         ["inmemoryprovider_tests", "--gtest_filter=" + SLOW],
+        ["linearizability_tests"],
         ["thread_trial", "--operations", "200000"],
     ]),
 ]
@@ -51,6 +53,8 @@ ENUMERATIONS = {
     "ios_base": ["beg", "cur", "end"],
 }
 EXCEPTIONS = ["EntryExistsException", "EntryNotFoundException", "FolderNotEmptyException", "ReadOnlyException"]
+# Of a statement that waits for other threads or wakes them.
+WAIT = r"\b(wait|settle|wake|notify_)\w*\("
 SWAPPED = {
     "==": "!=", "!=": "==", "<=": "<", ">=": ">", "<": "<=", ">": ">=", "&&": "||", "||": "&&", "+": "-", "-": "+",
     "+=": "-=", "-=": "+=", "*": "/",
@@ -116,6 +120,8 @@ def statements(code):
         if position < len(code) and code[position] == ";" and code[:begin].count("{") - code[:begin].count("}") > 1:
             if re.match(r"const std::(lock_guard|scoped_lock)", text):
                 found.append((begin, position + 1, "lock"))
+            elif re.match(r"std::atomic_thread_fence\(", text):
+                found.append((begin, position + 1, "fence"))
             elif re.match(r"(return|throw|const|auto|using|static|constexpr|case|default|break|continue|std::size_t \w+ =|"
                           r"friend|public|private|explicit|virtual|mutable|struct|enum)\b", text):
                 continue
@@ -124,7 +130,7 @@ def statements(code):
             elif re.match(r"[\w:<>,& ]+ \w+(\(|;|$| = )", text) and not re.match(r"[\w.>\-]+\(", text):
                 continue  # a declaration
             else:
-                found.append((begin, position + 1, "statement"))
+                found.append((begin, position + 1, "wait" if re.search(WAIT, text) else "statement"))
     return found
 
 
@@ -148,7 +154,7 @@ def mutations_of(path):
     simple = statements(code)
     for begin, end, kind in simple:
         if kind != "check":
-            add(begin, end, "", "lock left out" if kind == "lock" else "left out")
+            add(begin, end, "", "left out" if kind == "statement" else f"{kind} left out")
     for (begin, end, kind), (next_begin, next_end, next_kind) in zip(simple, simple[1:]):
         if code[end:next_begin].strip() == "" and "lock" not in (kind, next_kind):
             exchanged = source[next_begin:next_end] + source[end:next_begin] + source[begin:end]
@@ -178,10 +184,15 @@ def mutations_of(path):
     for match in re.finditer(r"\breturn ([^;{}]+);", code):
         if match.group(1) not in ("false", "nullptr"):
             add(match.start(1), match.end(1), "{}", "result")
-    for match in re.finditer(r"(?<=[\w)>])(\.|->)(load|store|fetch_add|fetch_sub)\(", code):
+    for match in re.finditer(r"(?<=[\w)>])(\.|->)(load|store|exchange|fetch_\w+)\(", code):
         end = closing(code, match.end() - 1)
-        comma = ", " if code[match.end():end - 1].strip() else ""
-        add(end - 1, end - 1, comma + "std::memory_order_relaxed", "order of memory")
+        named = re.search(r"std::memory_order_(\w+)$", code[match.end():end - 1])
+        if not named:
+            comma = ", " if code[match.end():end - 1].strip() else ""
+            add(end - 1, end - 1, comma + "std::memory_order_relaxed", "order of memory")
+        elif named[1] != "relaxed":
+            begin = match.end() + named.start(1)
+            add(begin, begin + len(named[1]), "relaxed", "order of memory")
     return result
 
 
