@@ -5,8 +5,8 @@
 namespace storage::inmemoryprovider::tests {
 namespace {
 
-/// The short form; linearizability_trial runs any number.
-#ifdef QZSTORAGE_SANITIZED
+/// The short form; linearizability_trial runs any number. ARM64 is emulated.
+#if defined(QZSTORAGE_SANITIZED) || defined(__aarch64__)
 constexpr std::size_t roundsPerMix = 500;
 #else
 constexpr std::size_t roundsPerMix = 2000;
