@@ -106,6 +106,10 @@ void growFor(Bytes& content, std::size_t added) {
 } // namespace
 
 void appendBytes(Bytes& content, const std::uint8_t* bytes, std::size_t count) {
+    if (count < populatedFrom && count <= content.capacity() - content.size()) { // as most are
+        content.insert(content.end(), bytes, bytes + count);
+        return;
+    }
     growFor(content, count);
     appendInBlocks(content, bytes, count);
 }
