@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/ForwardingStream.h"
 #include "tests/support/HookedProvider.h"
 
 #include <algorithm>
@@ -29,33 +30,28 @@ public:
     }
 
 private:
-    class Stream final : public ByteStream {
+    class Stream final : public ForwardingStream {
     public:
         Stream(std::unique_ptr<ByteStream> inner, const MiscountingProvider& provider)
-            : inner_(std::move(inner)), provider_(provider) {}
+            : ForwardingStream(std::move(inner)), provider_(provider) {}
 
         long read(char* buffer, long count) override {
             const long wanted = provider_.copied(count);
             if (wanted <= 0) {
                 return wanted;
             }
-            const long moved = inner_->read(buffer, std::min(wanted, count));
+            const long moved = inner().read(buffer, std::min(wanted, count));
             return wanted > count ? wanted : moved;
         }
         long write(const char* buffer, long count) override {
             const long wanted = provider_.written(count);
             if (wanted > 0) {
-                inner_->write(buffer, std::min(wanted, count));
+                inner().write(buffer, std::min(wanted, count));
             }
             return wanted;
         }
-        std::streampos seek(long offset, std::ios_base::seekdir direction) override {
-            return inner_->seek(offset, direction);
-        }
-        void flush() override { inner_->flush(); }
 
     private:
-        std::unique_ptr<ByteStream> inner_;
         const MiscountingProvider& provider_;
     };
 };

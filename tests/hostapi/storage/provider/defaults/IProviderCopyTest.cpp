@@ -1,6 +1,7 @@
 #include "hostapi/core/except/UtfConversion.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 #include "tests/support/HookedProvider.h"
+#include "tests/support/MiscountingProvider.h"
 
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 
@@ -51,6 +52,29 @@ protected:
     const StorageIRI source_ = at(u"/from/f");
     const StorageIRI destination_ = at(u"/to/f");
 };
+
+TEST_F(IProviderCopy, FailsOnAShortWriteAndLeavesNothing) {
+    for (const long written : {0L, 1L, -1L}) {
+        MiscountingProvider provider(provider_);
+        provider.written = [&](long) { return written; };
+        EXPECT_THROW(provider.doCopyFile(source_, destination_, refuseExisting), std::runtime_error);
+        EXPECT_THAT(namesIn(u"/to"), IsEmpty()) << written;
+    }
+}
+
+TEST_F(IProviderCopy, FailsOnAReadOfMoreThanItAskedFor) {
+    MiscountingProvider provider(provider_);
+    provider.copied = [](long count) { return count + 1; };
+    EXPECT_THROW(provider.doCopyFile(source_, destination_, refuseExisting), std::runtime_error);
+    EXPECT_THAT(namesIn(u"/to"), IsEmpty());
+}
+
+TEST_F(IProviderCopy, AcceptsShortReads) {
+    MiscountingProvider provider(provider_);
+    provider.copied = [](long) { return 1L; };
+    provider.doCopyFile(source_, destination_, refuseExisting);
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+}
 
 TEST_F(IProviderCopy, GivesTheDestinationTheSameBytes) {
     copy();

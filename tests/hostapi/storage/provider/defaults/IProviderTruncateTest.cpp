@@ -1,5 +1,6 @@
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 #include "tests/support/HookedProvider.h"
+#include "tests/support/MiscountingProvider.h"
 
 #include <array>
 #include <limits>
@@ -24,6 +25,14 @@ TEST_F(IProviderTruncate, KeepsTheFirstBytesOfAShrinkingFile) {
     EXPECT_EQ(contentOf(u"/f"), "012345678");
     truncate(1);
     EXPECT_EQ(contentOf(u"/f"), "0");
+}
+
+TEST_F(IProviderTruncate, FailsOnAShortWrite) {
+    for (const unsigned long long size : {5ULL, 20ULL}) {
+        MiscountingProvider provider(provider_);
+        provider.written = [](long count) { return count - 1; };
+        EXPECT_THROW(provider.doTruncateToSize(iri_, size), std::runtime_error) << size;
+    }
 }
 
 TEST_F(IProviderTruncate, EmptiesAFile) {
