@@ -31,7 +31,7 @@ public:
     const StoragePath& currentFolder() const noexcept { return currentFolder_; }
     void setCurrentFolder(const StoragePath& folder) { currentFolder_ = folder; }
 
-    /// Asks whoever reads the command lines to read no more.
+    /// No further command line is to be read.
     void end() noexcept { ended_ = true; }
     bool ended() const noexcept { return ended_; }
 

@@ -8,7 +8,7 @@
 
 namespace storage::host {
 
-/// Lines of any length from a file or pipe, handed out as soon as they have arrived. What editors put around
+/// Lines of any length from a file or pipe, returned as soon as they have arrived. What editors put around
 /// them is taken off: a carriage return before the newline, a byte order mark at the beginning.
 ///
 /// Borrows the descriptor. Thread safety: one object is for one thread.

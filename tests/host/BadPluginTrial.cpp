@@ -295,7 +295,7 @@ TEST_F(BadPluginTrial, AStreamOrListingThatIsNoneIsOneClearLine) {
         const bool isStream = use.operation == "openStream" || use.operation == "openReadOnlyStream";
         if (isStream || use.operation.starts_with("list")) {
             const Misdeed none{"nothing",
-                               std::string("the plug-in handed out no ") + (isStream ? "stream" : "listing")};
+                               std::string("the plug-in returned no ") + (isStream ? "stream" : "listing")};
             expectOneClearLine(use, none, Script::Stops);
             expectOneClearLine(use, none, Script::GoesOn);
         }

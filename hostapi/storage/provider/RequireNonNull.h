@@ -15,7 +15,7 @@ namespace foundation::storage::provider {
 template <typename T>
 std::unique_ptr<T> requireNonNull(std::unique_ptr<T> object, const char* what) {
     if (!object) {
-        throw std::runtime_error(std::string("the plug-in handed out no ") + what);
+        throw std::runtime_error(std::string("the plug-in returned no ") + what);
     }
     return object;
 }

@@ -152,7 +152,7 @@ bool runInRealTime(int processor, int priority) {
            pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters) == 0;
 }
 
-/// A writer that spun for ever would never leave the processor to the reader that it waits for.
+/// A writer that only spins never leaves the processor to the reader that it waits for.
 TEST(LeftRightMap, aWriterOfHigherPriorityLeavesTheProcessorToItsReader) {
     const int processor = sched_getcpu();
     std::atomic<bool> mayRunInRealTime = true;

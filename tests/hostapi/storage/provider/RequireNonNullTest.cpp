@@ -13,5 +13,5 @@ TEST(RequireNonNullTest, ReturnsTheObject) {
 
 TEST(RequireNonNullTest, ThrowsWhenThereIsNone) {
     EXPECT_THAT([] { requireNonNull(std::unique_ptr<int>(), "listing"); },
-                ThrowsMessage<std::runtime_error>("the plug-in handed out no listing"));
+                ThrowsMessage<std::runtime_error>("the plug-in returned no listing"));
 }
