@@ -6,6 +6,7 @@
 /// The plug-in's locks are plain std::mutex members, which clang does not know as locks, so -Wthread-safety-attributes is off.
 /// Scoped locks are known only if they are annotated.
 
+/// An attribute that only clang knows.
 #ifdef __clang__
 #define QZFL_THREAD_ANNOTATION(x) __attribute__((x))
 #else

@@ -66,14 +66,14 @@ void appendInBlocks(Bytes& content, const std::uint8_t* bytes, std::size_t count
     }
 }
 
-/// Appends the bytes of `old`, and frees its pages as they are copied. Requires the capacity. Nothing can fail here: once
-/// the first page is freed, `old` is of no use.
-void takeOver(Bytes& content, Bytes& old) noexcept {
+/// Appends the bytes of `old` to `target`, and frees the old pages as they are copied. Requires the capacity. Nothing can
+/// fail here: once the first page is freed, `old` is of no use.
+void takeOver(Bytes& target, Bytes& old) noexcept {
     const bool isFreedEarly = old.capacity() >= freedEarlyFrom;
     for (std::size_t copied = 0; copied < old.size();) {
         std::uint8_t* const bytes = old.data() + copied;
         const std::size_t block = std::min(leftInHugePage(bytes), old.size() - copied);
-        appendInBlocks(content, bytes, block);
+        appendInBlocks(target, bytes, block);
         if (isFreedEarly) {
             freePages(bytes, block);
         }

@@ -7,13 +7,14 @@ namespace foundation::storage::provider {
 
 /// One operation of `IProvider`. A value.
 struct ProviderOperation {
+    /// Whether a provider must implement it.
     enum class Kind {
         Required, ///< every provider implements it
         Optional, ///< `IProvider` has a default
     };
 
-    const char* name;
-    Kind kind;
+    const char* name; ///< of the member function
+    Kind kind;        ///< whether a provider must implement it
 };
 
 /// All operations, in the order of the vtable. Internal to this project: not installed.

@@ -13,7 +13,7 @@ namespace foundation::storage::provider {
 
 namespace {
 
-constexpr std::size_t blockSize = std::size_t{64} * 1024;
+constexpr std::size_t zerosAtOnce = std::size_t{64} * 1024;
 
 /// Up to `size` bytes from the file's beginning; fewer only when the file has fewer.
 std::vector<char> readBeginning(const IProvider& provider, const StorageIRI& iri, std::size_t size) {
@@ -41,7 +41,7 @@ void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long lo
     const auto stream = openForWriting(
         provider, iri,
         {.existence = ByteStreamExistence::MustExist, .append = ByteStreamAppend::AppendAtEnd});
-    const std::vector<char> zeros(blockSize);
+    const std::vector<char> zeros(zerosAtOnce);
     while (missing > 0) {
         const std::size_t count = std::min<unsigned long long>(missing, zeros.size());
         writeAll(*stream, {zeros.data(), count});
