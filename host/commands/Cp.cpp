@@ -48,6 +48,7 @@ private:
         case Step::Kind::Folder:
             if (!session.provider().doFolderExists(target.iri())) {
                 session.provider().doCreateFolder(target.iri());
+                session.modes().copied(step.path, target);
             }
             walk.descend();
             break;
@@ -60,6 +61,7 @@ private:
         refuseReadOnlyFile(session, target);
         session.provider().doCopyFileAtomic(source.iri(), target.iri(), ReplacementPolicy::ReplaceExisting,
                                             [&](unsigned long long) { session.interruption().check(); });
+        session.modes().copied(source, target);
     }
 
     bool recursive_ = false;

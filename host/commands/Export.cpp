@@ -16,7 +16,8 @@ public:
         DiskDestination destination(operands.back(), operands.size() - 1);
         TransferTotals totals;
         {
-            Exporter exporter(session.provider(), session.console(), session.interruption());
+            Exporter exporter(session.provider(), session.console(), session.interruption(),
+                              [&](const StoragePath& path) { return session.modes().find(path); });
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i], [&] {
                     const StoragePath source = session.resolve(operands[i]);

@@ -21,7 +21,7 @@ public:
         TransferTotals totals;
         {
             Importer importer(session.provider(), session.console(), session.interruption(),
-                              session.imports());
+                              session.imports(), session.modes());
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i],
                                           [&] { import(importer, diskOperand(operands[i]), *destination); });

@@ -53,6 +53,7 @@ private:
             session.provider().doMoveFile(source.iri(), target.iri(), policy);
         }
         session.imports().moved(source, target);
+        session.modes().moved(source, target);
         if (source.contains(session.currentFolder())) {
             session.setCurrentFolder(session.currentFolder().rebased(source, target));
         }

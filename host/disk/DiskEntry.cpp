@@ -30,7 +30,7 @@ DiskEntry::Kind kindOf(mode_t mode) {
 
 DiskEntry fromStatus(const struct stat& status) {
     return {kindOf(status.st_mode), static_cast<unsigned long long>(status.st_size),
-            fromDiskTime(status.st_mtim), (status.st_mode & S_IWUSR) != 0};
+            fromDiskTime(status.st_mtim), (status.st_mode & S_IWUSR) != 0, status.st_mode & permissionBits};
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "host/disk/FileDescriptor.h"
-#include <sys/stat.h>
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <string>
+#include <sys/stat.h>
 
 namespace storage::host {
 
@@ -21,6 +21,7 @@ struct DiskEntry {
     unsigned long long size = 0; ///< bytes
     boost::posix_time::ptime lastModified;
     bool writable = false; ///< by its owner
+    mode_t mode = 0;       ///< permission bits
 
     /// @throws CommandError
     static DiskEntry at(const std::string& path, Links links);

@@ -13,7 +13,8 @@ namespace storage::host {
 
 namespace {
 
-constexpr unsigned newFileMode = 0666;
+/// Nobody else reads what is not complete; the owner of the final name may be another one.
+constexpr unsigned privateMode = 0600;
 
 std::string freePathBeside(const std::string& target) {
     const std::string folder = target.substr(0, target.rfind('/') + 1);
@@ -27,7 +28,7 @@ std::string freePathBeside(const std::string& target) {
 
 FileDescriptor create(const std::string& path, const std::string& target) {
     try {
-        return {path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, newFileMode};
+        return {path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, privateMode};
     } catch (const CommandError& error) {
         throw CommandError(target, error.what());
     }

@@ -16,6 +16,10 @@ struct FolderInode;
 
 constexpr mode_t anyExecution = 0111; ///< the permission bits that make a file executable
 
+// A storage does not keep permissions but for the writable flag: those of most entries of a disk.
+constexpr mode_t usualFilePermissions = 0644;
+constexpr mode_t usualFolderPermissions = 0755;
+
 /// What stat(2) shows of an entry. A value.
 struct EntryAttributes {
     mode_t permissions = 0; ///< without the file type; providers keep only the owner's write bit

@@ -19,8 +19,6 @@ using foundation::storage::provider::StorageIRI;
 namespace {
 
 /// Providers keep the owner's write bit only. The other bits are those of most entries of a disk.
-constexpr mode_t filePermissions = 0644;
-constexpr mode_t folderPermissions = 0755;
 
 constexpr mode_t permissionsOf(mode_t usual, bool writable) {
     return writable ? usual : usual & ~writeBits;
@@ -53,14 +51,14 @@ std::u16string pathOf(const LockedTree& tree, const Inode& inode, std::u16string
 
 void loadFile(FileInode& file, const FileAttributes& stored) {
     const timespec modified = programTime(stored.getLastModified());
-    file.attributes = {permissionsOf(filePermissions, stored.isWritable()), stored.getSize(), modified,
+    file.attributes = {permissionsOf(usualFilePermissions, stored.isWritable()), stored.getSize(), modified,
                        modified, modified};
     file.storedSize = stored.getSize();
 }
 
 void loadFolder(FolderInode& folder, const FolderAttributes& stored) {
     const timespec modified = programTime(stored.getLastModified());
-    folder.attributes = {permissionsOf(folderPermissions, stored.isWritable()), 0, modified, modified,
+    folder.attributes = {permissionsOf(usualFolderPermissions, stored.isWritable()), 0, modified, modified,
                          modified};
 }
 

@@ -3,9 +3,9 @@
 #include "host/console/RunReported.h"
 #include "host/disk/DiskEntry.h"
 #include "host/mount/BackgroundStart.h"
-#include "host/mount/Executables.h"
 #include "host/mount/FuseSession.h"
 #include "host/mount/FuseWorkers.h"
+#include "host/mount/MountedModes.h"
 #include "host/mount/MountedStorage.h"
 #include "host/plugin/PluginLibrary.h"
 #include "host/session/ImportLog.h"
@@ -30,15 +30,17 @@ using foundation::storage::provider::StorageIRI;
 namespace {
 
 /// The content of a folder becomes the content of the storage's root, all of it or the program ends.
-void importContent(const IProvider& provider, Console& console, const Interruption& interruption,
-                   const std::string& folder) {
+/// @return the permissions that it had on the disk
+EntryModes importContent(const IProvider& provider, Console& console, const Interruption& interruption,
+                         const std::string& folder) {
     if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
         throw CommandError(folder, "not a folder; its content is what would be imported");
     }
+    EntryModes modes(usualFilePermissions, usualFolderPermissions);
     TransferTotals totals;
     {
         ImportLog imports; // read by nobody: the mount checks nothing
-        Importer importer(provider, console, interruption, imports);
+        Importer importer(provider, console, interruption, imports, modes);
         importer.run(folder, StoragePath(), RootAttributes::Untouched);
         totals = importer.totals();
     } // takes its progress off the terminal
@@ -46,6 +48,7 @@ void importContent(const IProvider& provider, Console& console, const Interrupti
         throw CommandError(folder, "not all of it could be imported, so nothing was mounted");
     }
     console.out() << "imported " << totals.summary() << '\n' << std::flush;
+    return modes;
 }
 
 /// What cannot be exported at the end is better known before anything is in the storage.
@@ -68,10 +71,11 @@ void refuseCaseInsensitive(const IProvider& provider, const std::string& plugin)
 }
 
 /// Reports to the console what could not be exported.
-void exportContent(const IProvider& provider, Console& console, const Interruption& interruption,
-                   const std::string& path) {
+void exportContent(const IProvider& provider, MountedStorage& storage, Console& console,
+                   const Interruption& interruption, const std::string& path) {
     DiskDestination destination(path, 1);
-    Exporter exporter(provider, console, interruption);
+    Exporter exporter(provider, console, interruption,
+                      [&](const StoragePath& entry) { return modeOf(storage, entry); });
     exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));
 }
 
@@ -110,26 +114,28 @@ public:
         if (options_.exportTo) {
             refuseUnwritable(*options_.exportTo);
         }
+        std::optional<EntryModes> imported;
         if (options_.importFrom) {
-            importContent(*provider, console_, interruption_, *options_.importFrom);
+            imported = importContent(*provider, console_, interruption_, *options_.importFrom);
         }
-        serve(*provider);
+        MountedStorage storage(*provider);
+        if (imported) {
+            adoptModes(storage, *imported);
+            imported.reset();
+        }
+        serve(storage);
         if (options_.exportTo) {
             interruption_.clear(); // what ended the mount does not end the export too
-            console_.attempt(*options_.exportTo,
-                             [&] { exportContent(*provider, console_, interruption_, *options_.exportTo); });
-            makeExecutable(executables_, *options_.exportTo, console_);
+            console_.attempt(*options_.exportTo, [&] {
+                exportContent(*provider, storage, console_, interruption_, *options_.exportTo);
+            });
         }
         provider->doShutdown();
         return console_.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
     }
 
 private:
-    void serve(const IProvider& provider) {
-        MountedStorage storage(provider);
-        if (options_.importFrom) {
-            adoptExecutables(storage, *options_.importFrom);
-        }
+    void serve(MountedStorage& storage) {
         const FuseSession session(storage, options_);
         FuseWorkers workers(session, storage.reserve(), options_.threads);
         requireAnswer(options_.mountPoint);
@@ -165,14 +171,12 @@ private:
                     {failure.path, "its end or its time is not as it was seen: " + failure.reason});
             }
         });
-        console_.attempt(options_.mountPoint, [&] { executables_ = storage.executables(); });
     }
 
     const MountOptions options_;
     Console& console_;
     Interruption& interruption_;
     BackgroundStart* const background_; ///< none in the foreground
-    std::vector<std::string> executables_;
 };
 
 } // namespace

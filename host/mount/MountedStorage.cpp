@@ -119,18 +119,6 @@ void MountedStorage::complete(FolderInode& folder) {
     tree.complete(folder);
 }
 
-std::vector<std::string> MountedStorage::executables() {
-    std::vector<std::string> paths;
-    const SharedTree tree(tree_);
-    tree.forEachKnownFile([&](FileInode& file) {
-        const auto held = guards_.hold(file);
-        if (file.attributesKnown && (file.attributes.permissions & anyExecution) != 0) {
-            paths.push_back(tree.programPathOf(file));
-        }
-    });
-    return paths;
-}
-
 std::vector<Failure> MountedStorage::settle() {
     std::vector<Failure> failures;
     const ExclusiveTree tree(tree_);

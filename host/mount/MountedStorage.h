@@ -83,9 +83,6 @@ public:
     /// To be released while a request is processed that cannot make the storage grow.
     MemoryReserve& reserve() noexcept { return space_.reserve(); }
 
-    /// The executable files, as paths below the mount point.
-    std::vector<std::string> executables();
-
     /// Makes the storage equal to what programs saw. Called at the end, after the last operation.
     /// @return the files for which that failed: with slack after their end, or with another time
     std::vector<Failure> settle();

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "host/console/Console.h"
+#include "host/session/EntryModes.h"
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
+#include "host/support/Umask.h"
 #include "hostapi/storage/provider/IProvider.h"
 
 #include <string>
@@ -27,6 +29,7 @@ public:
     Console& console() const noexcept { return console_; }
     const Interruption& interruption() const noexcept { return interruption_; }
     ImportLog& imports() noexcept { return imports_; }
+    EntryModes& modes() noexcept { return modes_; }
 
     const StoragePath& currentFolder() const noexcept { return currentFolder_; }
     void setCurrentFolder(const StoragePath& folder) { currentFolder_ = folder; }
@@ -45,6 +48,7 @@ private:
     const Interruption& interruption_;
     StoragePath currentFolder_;
     ImportLog imports_;
+    EntryModes modes_ = EntryModes::ofUmask(currentUmask());
     bool ended_ = false;
 };
 

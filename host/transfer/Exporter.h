@@ -9,13 +9,19 @@
 #include "host/transfer/TransferTotals.h"
 #include "hostapi/storage/provider/IProvider.h"
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace storage::host {
 
-/// Copies files and trees from the storage to the disk, with times and writable flags.
+/// Copies files and trees from the storage to the disk, with times, writable flags and permissions.
+///
+/// What is not complete can be read by its owner only. A file that is replaced keeps its owner, if the user may give files
+/// away, and its permissions but for the writable flag.
 ///
 /// Goes on after a failure, which the console counts. A file stands under its name on disk complete or not at
 /// all. Depth costs memory but no stack; a file of any size passes through one buffer.
@@ -25,7 +31,11 @@ class Exporter {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
-    Exporter(const IProvider& provider, Console& console, const Interruption& interruption);
+    /// The permission bits of an entry of the storage; nothing where they are not known.
+    using ModeOf = std::function<std::optional<mode_t>(const StoragePath& path)>;
+
+    /// @param modeOf  where it returns nothing, the umask decides
+    Exporter(const IProvider& provider, Console& console, const Interruption& interruption, ModeOf modeOf);
 
     /// Exports one existing entry and everything below it.
     /// @param target          path on disk where the entry itself comes to stand; a folder that is there is
@@ -41,17 +51,20 @@ private:
     struct OpenFolder {
         std::string path; ///< on disk
         std::unique_ptr<const TemporaryWriteAccess> access;
+        std::optional<mode_t> mode; ///< that a new folder is to have in the end
     };
 
     void visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target);
-    void enterFolder(TreeWalk& walk, const std::string& target);
-    void leaveFolder(const TreeWalk::Step& step, const std::string& target);
+    void enterFolder(TreeWalk& walk, const StoragePath& source, const std::string& target);
+    void leaveFolder(const TreeWalk::Step& step, const std::string& target, std::optional<mode_t> mode);
     void exportFile(const StoragePath& source, const std::string& target);
     unsigned long long copyBytes(const StoragePath& source, const FileDescriptor& to);
 
     const IProvider& provider_;
     Console& console_;
     const Interruption& interruption_;
+    const ModeOf modeOf_;
+    const mode_t newFileMode_;
     ProgressMeter progress_;
     TransferTotals totals_;
     RootAttributes rootAttributes_ = RootAttributes::FromSource;

@@ -18,11 +18,12 @@ using foundation::storage::provider::ByteStreamOpenOptions;
 using foundation::storage::provider::StorageIRI;
 
 Importer::Importer(const IProvider& provider, Console& console, const Interruption& interruption,
-                   ImportLog& imports)
+                   ImportLog& imports, EntryModes& modes)
     : provider_(provider),
       console_(console),
       interruption_(interruption),
       imports_(imports),
+      modes_(modes),
       progress_(console),
       buffer_(transferBufferSize) {}
 
@@ -106,7 +107,7 @@ void Importer::enterFolder(const std::string& source, const StoragePath& target,
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
 void Importer::leaveFolder(const OpenFolder& folder) {
     if (folder.keeps == RootAttributes::FromSource) {
-        applyAttributes(folder.target, folder.attributes);
+        applyAttributes(folder.target, EntryModes::Kind::Folder, folder.attributes);
     }
 }
 
@@ -119,7 +120,7 @@ void Importer::importFile(const std::string& source, const StoragePath& target, 
         throw CommandError(source, std::string("became ") + describe(attributes.kind));
     }
     copyBytes(from, target);
-    applyAttributes(target, attributes);
+    applyAttributes(target, EntryModes::Kind::File, attributes);
     ++totals_.files;
     progress_.countEntry();
 }
@@ -141,7 +142,9 @@ void Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) 
     totals_.bytes += copied;
 }
 
-void Importer::applyAttributes(const StoragePath& target, const DiskEntry& attributes) {
+void Importer::applyAttributes(const StoragePath& target, EntryModes::Kind kind,
+                               const DiskEntry& attributes) {
+    modes_.set(target, kind, attributes.mode);
     provider_.doSetLastModified(target.iri(), attributes.lastModified);
     provider_.doSetWritable(target.iri(), attributes.writable);
 }

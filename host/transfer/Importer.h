@@ -2,6 +2,7 @@
 
 #include "host/console/ProgressMeter.h"
 #include "host/disk/DiskEntry.h"
+#include "host/session/EntryModes.h"
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
@@ -19,14 +20,15 @@ namespace storage::host {
 /// Goes on after a failure, which the console counts. A file is in the storage complete or not at all. Depth
 /// costs memory but no stack; a file of any size passes through one buffer.
 ///
-/// Borrows provider, console, interruption and log. Thread safety: one object is for one thread.
+/// Borrows all that it is made with. Thread safety: one object is for one thread.
 class Importer {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
     /// @param imports  records each run
+    /// @param modes    records the permissions of each entry
     Importer(const IProvider& provider, Console& console, const Interruption& interruption,
-             ImportLog& imports);
+             ImportLog& imports, EntryModes& modes);
 
     /// Imports one entry and everything below it.
     /// @param source  path on disk; a symbolic link here is followed, unlike the ones below
@@ -59,12 +61,13 @@ private:
     void leaveFolder(const OpenFolder& folder);
     void importFile(const std::string& source, const StoragePath& target, DiskEntry::Links links);
     void copyBytes(const FileDescriptor& from, const StoragePath& target);
-    void applyAttributes(const StoragePath& target, const DiskEntry& attributes);
+    void applyAttributes(const StoragePath& target, EntryModes::Kind kind, const DiskEntry& attributes);
 
     const IProvider& provider_;
     Console& console_;
     const Interruption& interruption_;
     ImportLog& imports_;
+    EntryModes& modes_;
     ProgressMeter progress_;
     TransferTotals totals_;
     std::vector<OpenFolder> open_;

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -43,6 +44,88 @@ TEST_F(ExportTest, TheRootPutsItsContentIntoTheFolder) {
     EXPECT_NE(statusOf(disk_ / "out").st_mode & 0200U, 0U) << "a folder that was there keeps its own flag";
     succeed("export / " + disk_ / "new");
     EXPECT_EQ(namesIn(disk_ / "new"), "a");
+}
+
+/// A tree of the disk with permissions that no umask gives.
+class ExportModeTest : public ExportTest {
+protected:
+    ExportModeTest() {
+        disk_.write("src/private/secret", "s");
+        disk_.write("src/program", "#!/bin/sh\n");
+        disk_.write("src/shared", "x");
+        fs::permissions(disk_ / "src/private/secret", fs::perms(0600));
+        fs::permissions(disk_ / "src/private", fs::perms(0700));
+        fs::permissions(disk_ / "src/program", fs::perms(0755));
+        fs::permissions(disk_ / "src/shared", fs::perms(0664));
+        succeed("import " + disk_ / "src" + " /");
+    }
+
+    mode_t modeOf(const std::string& name) const { return statusOf(disk_ / name).st_mode & 07777U; }
+};
+
+TEST_F(ExportModeTest, PermissionsComeBack) {
+    succeed("export /src " + disk_ / "out");
+    EXPECT_EQ(modeOf("out/private/secret"), 0600U);
+    EXPECT_EQ(modeOf("out/private"), 0700U);
+    EXPECT_EQ(modeOf("out/program"), 0755U);
+    EXPECT_EQ(modeOf("out/shared"), 0664U);
+}
+
+TEST_F(ExportModeTest, PermissionsFollowMovesAndCopies) {
+    succeed("mv /src/private /moved");
+    succeed("cp -r /moved /copy");
+    succeed("cp /src/program /run");
+    succeed("export /moved /copy /run " + disk_.path());
+    EXPECT_EQ(modeOf("moved/secret"), 0600U);
+    EXPECT_EQ(modeOf("moved"), 0700U);
+    EXPECT_EQ(modeOf("copy/secret"), 0600U);
+    EXPECT_EQ(modeOf("copy"), 0700U);
+    EXPECT_EQ(modeOf("run"), 0755U);
+}
+
+TEST_F(ExportModeTest, WhatTakesTheNameOfARemovedFileIsNew) {
+    succeed("rm -f /src/private/secret");
+    succeed("write /src/private/secret public");
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    succeed("export /src/private/secret " + disk_ / "out");
+    EXPECT_EQ(modeOf("out"), 0666U & ~mask);
+}
+
+TEST_F(ExportModeTest, TheWritableFlagIsStronger) {
+    succeed("chmod -w /src/shared /src/private");
+    succeed("export /src " + disk_ / "out");
+    EXPECT_EQ(modeOf("out/shared"), 0444U);
+    EXPECT_EQ(modeOf("out/private"), 0500U);
+}
+
+TEST_F(ExportModeTest, AReplacedFileKeepsOwnerAndPermissions) {
+    disk_.write("out/f", "before");
+    fs::permissions(disk_ / "out/f", fs::perms(0600));
+    const bool isRoot = ::geteuid() == 0;
+    constexpr uid_t nobody = 65534;
+    if (isRoot) {
+        ASSERT_EQ(::chown((disk_ / "out/f").c_str(), nobody, nobody), 0);
+    }
+    succeed("export /a/f " + disk_ / "out");
+    EXPECT_EQ(readFile(disk_ / "out/f"), "one\n");
+    EXPECT_EQ(modeOf("out/f"), 0600U);
+    EXPECT_EQ(statusOf(disk_ / "out/f").st_uid, isRoot ? nobody : ::geteuid());
+    EXPECT_EQ(statusOf(disk_ / "out/f").st_gid, isRoot ? nobody : ::getegid());
+}
+
+TEST_F(ExportModeTest, NobodyElseReadsWhatIsNotComplete) {
+    const std::string out = disk_.makeFolder("out");
+    int seen = 0;
+    provider_->beforeRead = [&] {
+        for (const auto& entry : fs::directory_iterator(out)) {
+            EXPECT_EQ(statusOf(entry.path()).st_mode & 0777U, 0600U) << entry.path();
+            ++seen;
+        }
+    };
+    succeed("export /src/program " + out);
+    EXPECT_GT(seen, 0);
+    provider_->beforeRead = [] {};
 }
 
 TEST_F(ExportTest, SeveralSourcesNeedAFolder) {

@@ -295,6 +295,35 @@ TEST_F(MountingTest, WhatCanBeRunIsImportedAndExportedSo) {
     EXPECT_NE(::access((exported + "/text").c_str(), X_OK), 0);
 }
 
+TEST_F(MountingTest, PermissionsAreKeptBothWays) {
+    const std::string source = disk_.makeFolder("source");
+    const std::string exported = disk_ / "exported";
+    disk_.write("source/private/secret", "s");
+    disk_.write("source/shared", "x");
+    fs::permissions(source + "/private/secret", fs::perms(0600));
+    fs::permissions(source + "/private", fs::perms(0700));
+    fs::permissions(source + "/shared", fs::perms(0664));
+    const auto modeOf = [](const std::string& path) {
+        return static_cast<unsigned>(fs::status(path).permissions());
+    };
+    expectSuccess(runMounted({"--import", source, "--export-on-exit", exported}, [&](pid_t) {
+        EXPECT_EQ(modeOf(inside("private/secret")), 0600U);
+        EXPECT_EQ(modeOf(inside("private")), 0700U);
+        EXPECT_EQ(modeOf(inside("shared")), 0664U);
+        write(inside("new"), "n");
+        fs::permissions(inside("new"), fs::perms(0640));
+        fs::create_directory(inside("closed"));
+        fs::permissions(inside("closed"), fs::perms(0700));
+        fs::rename(inside("private"), inside("moved"));
+        EXPECT_TRUE(unmount());
+    }));
+    EXPECT_EQ(modeOf(exported + "/moved/secret"), 0600U);
+    EXPECT_EQ(modeOf(exported + "/moved"), 0700U);
+    EXPECT_EQ(modeOf(exported + "/shared"), 0664U);
+    EXPECT_EQ(modeOf(exported + "/new"), 0640U);
+    EXPECT_EQ(modeOf(exported + "/closed"), 0700U);
+}
+
 TEST_F(MountingTest, AMountIsNotHiddenByAnother) {
     expectSuccess(runMounted({}, [&](pid_t) {
         const ProgramRun second({"mount", mountPoint_});

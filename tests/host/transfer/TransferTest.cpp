@@ -1,3 +1,4 @@
+#include "host/support/Umask.h"
 #include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
 #include "tests/support/DefaultSignals.h"
@@ -30,13 +31,14 @@ const std::vector<MiscountingProvider::Count> wrongCounts{[](long count) { retur
 class TransferTest : public testing::Test {
 protected:
     void import() {
-        Importer(provider_, console_, interruption_, imports_)
+        Importer(provider_, console_, interruption_, imports_, modes_)
             .run(disk_ / "src", StoragePath().child(u"copy"), RootAttributes::FromSource);
     }
 
     void exportAll() {
-        Exporter(provider_, console_, interruption_)
-            .run(StoragePath().child(u"copy"), disk_ / "out", RootAttributes::FromSource);
+        Exporter(provider_, console_, interruption_, [&](const StoragePath& path) {
+            return modes_.find(path);
+        }).run(StoragePath().child(u"copy"), disk_ / "out", RootAttributes::FromSource);
     }
 
     TemporaryFolder disk_;
@@ -46,6 +48,7 @@ protected:
     Interruption interruption_;
     Console console_{out_, OutputKind::Plain, err_, OutputKind::Plain};
     ImportLog imports_;
+    storage::host::EntryModes modes_ = storage::host::EntryModes::ofUmask(storage::host::currentUmask());
     MiscountingProvider provider_{sharedProvider(TEST_PLUGIN)};
 };
 
