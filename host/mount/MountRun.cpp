@@ -15,6 +15,7 @@
 #include "host/transfer/Importer.h"
 
 #include <filesystem>
+#include <malloc.h>
 #include <optional>
 #include <ostream>
 #include <sys/statvfs.h>
@@ -96,6 +97,13 @@ MountOptions resolved(MountOptions options) {
         options.mountPoint = path;
     }
     return options;
+}
+
+/// Large blocks go back to the system when they are freed. By default the C library raises this limit with each of them that
+/// is freed, and keeps the next ones: addresses that a limit on memory counts, and that removing files does not give back.
+void returnLargeBlocks() {
+    constexpr int largeFrom = 4 << 20; // bytes
+    ::mallopt(M_MMAP_THRESHOLD, largeFrom);
 }
 
 /// One run of the program, from the making of the provider to the export at the end.
@@ -193,6 +201,7 @@ ExitStatus runMount(const std::string& plugin, const MountOptions& options, Cons
                 return *status;
             }
         }
+        returnLargeBlocks();
         library.emplace(plugin);
         return Mount(options, console, interruption, background ? &*background : nullptr).run(*library);
     });
