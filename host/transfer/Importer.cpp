@@ -99,6 +99,9 @@ void Importer::enterFolder(const std::string& source, const StoragePath& target,
     if (!provider_.doFolderExists(target.iri())) {
         provider_.doCreateFolder(target.iri());
     }
+    if (keeps == RootAttributes::FromSource) { // also of a folder that an interruption leaves incomplete
+        modes_.set(target, EntryModes::Kind::Folder, entry.mode);
+    }
     open_.push_back(std::move(folder));
     ++totals_.folders;
     progress_.countEntry();
@@ -107,7 +110,7 @@ void Importer::enterFolder(const std::string& source, const StoragePath& target,
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
 void Importer::leaveFolder(const OpenFolder& folder) {
     if (folder.keeps == RootAttributes::FromSource) {
-        applyAttributes(folder.target, EntryModes::Kind::Folder, folder.attributes);
+        applyAttributes(folder.target, folder.attributes);
     }
 }
 
@@ -120,7 +123,8 @@ void Importer::importFile(const std::string& source, const StoragePath& target, 
         throw CommandError(source, std::string("became ") + describe(attributes.kind));
     }
     copyBytes(from, target);
-    applyAttributes(target, EntryModes::Kind::File, attributes);
+    modes_.set(target, EntryModes::Kind::File, attributes.mode);
+    applyAttributes(target, attributes);
     ++totals_.files;
     progress_.countEntry();
 }
@@ -142,9 +146,7 @@ void Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) 
     totals_.bytes += copied;
 }
 
-void Importer::applyAttributes(const StoragePath& target, EntryModes::Kind kind,
-                               const DiskEntry& attributes) {
-    modes_.set(target, kind, attributes.mode);
+void Importer::applyAttributes(const StoragePath& target, const DiskEntry& attributes) {
     provider_.doSetLastModified(target.iri(), attributes.lastModified);
     provider_.doSetWritable(target.iri(), attributes.writable);
 }

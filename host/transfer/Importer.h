@@ -61,7 +61,7 @@ private:
     void leaveFolder(const OpenFolder& folder);
     void importFile(const std::string& source, const StoragePath& target, DiskEntry::Links links);
     void copyBytes(const FileDescriptor& from, const StoragePath& target);
-    void applyAttributes(const StoragePath& target, EntryModes::Kind kind, const DiskEntry& attributes);
+    void applyAttributes(const StoragePath& target, const DiskEntry& attributes);
 
     const IProvider& provider_;
     Console& console_;

@@ -1,5 +1,6 @@
 #include "tests/support/SessionTest.h"
 
+#include <csignal>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -69,6 +70,15 @@ TEST_F(ExportModeTest, PermissionsComeBack) {
     EXPECT_EQ(modeOf("out/private"), 0700U);
     EXPECT_EQ(modeOf("out/program"), 0755U);
     EXPECT_EQ(modeOf("out/shared"), 0664U);
+}
+
+TEST_F(ExportModeTest, AFolderThatWasImportedInPartStaysPrivate) {
+    provider_->beforeWrite = [] { std::raise(SIGINT); };
+    EXPECT_EQ(run("import " + disk_ / "src/private" + " /part"), ExitStatus::Interrupted);
+    provider_->beforeWrite = [] {};
+    interruption_.clear();
+    succeed("export /part " + disk_ / "out");
+    EXPECT_EQ(modeOf("out"), 0700U);
 }
 
 TEST_F(ExportModeTest, PermissionsFollowMovesAndCopies) {
