@@ -44,17 +44,9 @@ void PathSeqLock::waitForEndOf(Number number) const noexcept {
     waitWhileEqual(sequence_, number);
 }
 
-std::optional<PathSeqLock::Number> PathSeqLock::conflictWithChange(std::u16string_view path,
-                                                                   Scope scope) const noexcept {
-    for (Number seen = number(); isUnderWay(seen); seen = number()) {
-        const bool concerned = std::any_of(places_.begin(), places_.end(), [&](const SharedPlace& place) {
-            return place.concerns(path, scope);
-        });
-        if (number() == seen) {
-            return concerned ? std::optional(seen) : std::nullopt;
-        }
-    }
-    return std::nullopt;
+bool PathSeqLock::changeConcerns(std::u16string_view path, Scope scope) const noexcept {
+    return std::any_of(places_.begin(), places_.end(),
+                       [&](const SharedPlace& place) { return place.concerns(path, scope); });
 }
 
 void PathSeqLock::begin(const Place& source, const Place& target) noexcept {

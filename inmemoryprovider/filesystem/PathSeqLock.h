@@ -50,7 +50,8 @@ public:
 
     /// The number of the change under way if it concerns what is at `path`.
     std::optional<Number> conflictWith(std::u16string_view path, Scope scope) const noexcept {
-        return isUnderWay(number()) ? conflictWithChange(path, scope) : std::nullopt;
+        const Number seen = number();
+        return isUnderWay(seen) && changeConcerns(path, scope) ? std::optional(seen) : std::nullopt;
     }
 
     /// Returns when the change that has `number` has ended.
@@ -76,7 +77,10 @@ private:
     };
 
     static bool isUnderWay(Number number) noexcept { return number % 2 != 0; }
-    std::optional<Number> conflictWithChange(std::u16string_view path, Scope scope) const noexcept;
+
+    /// The answer may be about the next change, or about a mixture of both; then the change that was seen has ended.
+    bool changeConcerns(std::u16string_view path, Scope scope) const noexcept;
+
     void begin(const Place& source, const Place& target) noexcept;
     void end() noexcept;
 

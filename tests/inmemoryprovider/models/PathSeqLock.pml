@@ -18,7 +18,7 @@
 
 #define NONE 0          /* no node */
 #define ROOT 1
-#define NODES 6         /* NONE, ROOT, two at the start, and one for each change */
+#define NODES (CHANGES + 4) /* NONE, ROOT, two at the start, and one for each change */
 
 /* Places of folders, and two paths elsewhere. */
 #define D 0
@@ -67,20 +67,15 @@ inline unlock(mutex) { locked[mutex] = false }
 
 /* Sets `change` to the number of the change to wait for; 0 for none. */
 inline findConflict() {
-    do
-    ::  s = seq;                                /* step: read whether a change is under way */
-        if :: s % 2 == 0 -> break :: else fi;
+    s = seq;                                    /* step: read whether a change is under way */
+    if
+    :: s % 2 == 0
+    :: else ->
         from = source;                          /* step: read the source */
         to = target;                            /* step: read the target */
-        s2 = s;
-        s2 = seq;                               /* redundant: read the number of the change again */
-        if
-        :: s2 != s
-        :: else -> change = (isAsked(from) || isAsked(to) -> s : 0); break
-        fi
-    od;
-    s = 0;
-    d_step { s2 = 0; from = 0; to = 0 }
+        change = (isAsked(from) || isAsked(to) -> s : 0)
+    fi;
+    d_step { s = 0; from = 0; to = 0 }
 }
 
 inline waitFor() {
@@ -110,7 +105,6 @@ inline readAnswer() {
 
 proctype Reader() {
     byte s;
-    byte s2;
     byte from;
     byte to;
     byte change;
