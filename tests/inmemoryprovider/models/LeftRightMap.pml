@@ -1,7 +1,8 @@
-/* The steps of LeftRightMap between its readers and its writer.
+/* The steps of LeftRightMap between its readers and its writer, and of a look-up in it that also needs a folder's mutex.
  *
  * Safety: no reader looks into a copy that is being changed; both copies are equal between two changes; the writer, asleep, is
- * woken. Progress: the writer gets on however many readers come, and does not spin meanwhile.
+ * woken. Progress: the writer gets on however many readers come, and does not spin meanwhile. A folder's mutex that is never
+ * released holds up those who need that folder, never the writer.
  *
  * All atomic operations of the code are sequentially consistent, so every execution of it is an interleaving of these steps.
  * Readers stop at any time or never, and the writer never stops.
@@ -20,6 +21,7 @@ bit version[2];          /* of each copy; a change turns it round */
 bool changing[2];        /* whether a copy is being changed */
 byte reading[2];         /* how many readers look into a copy */
 bool announced[2];       /* whether the writer waits with its bit in the counter */
+bool locked = true;      /* a folder's mutex */
 byte spins;              /* how often the writer has looked at a counter that did not change */
 
 inline enter(c) { d_step { count[c] = count[c] + 1; spins = 0 } }
@@ -28,13 +30,31 @@ inline leave(c) {
 }
 inline wake(c) { if :: old == (WAITING | 1) -> asleep[c] = false :: else fi }
 inline lookUp(copy) {
-    d_step { reading[copy]++; assert(!changing[copy]) }
+    d_step { reading[copy]++; assert(!changing[copy]); isRead = !locked }
     reading[copy]--
+}
+
+/* A thread with other work in the folder, which may keep the mutex for ever. */
+active proctype Holder() {
+    if
+    :: locked = false
+    :: true
+    fi
+}
+
+inline readIfInUse() {
+    if
+    :: isRead
+    :: else ->
+end_wait:
+        d_step { !locked -> isRead = true }
+    fi
 }
 
 active [READERS] proctype Reader() {
     bit t;
     bit p;
+    bool isRead;
     byte old;
 end:
     do
@@ -43,9 +63,10 @@ end:
         enter(t);                               /* step: count in */
         p = published;                          /* step: read which copy is published */
         lookUp(p);
-        leave(t);                               /* step: count out */
-        wake(t);                                /* step: wake the writer */
-        d_step { t = 0; p = 0; old = 0 }
+        leave(t);                               /* step: count out; before: wait for a folder in use */
+        wake(t);                                /* step: wake the writer; before: wait for a folder in use */
+        readIfInUse();                          /* step: wait for a folder in use */
+        d_step { assert(isRead); t = 0; p = 0; old = 0; isRead = false }
     od
 }
 

@@ -37,7 +37,7 @@ class Verification:
         with tempfile.TemporaryDirectory() as folder:
             (pathlib.Path(folder) / "model.pml").write_text(text)
             for command in (["spin", "-a", "model.pml"],
-                            ["gcc", "-O0", "-w", *definitions, "-DVECTORSZ=2048", "-o", "pan", "pan.c"]):
+                            ["gcc", "-O1", "-w", *definitions, "-DVECTORSZ=2048", "-o", "pan", "pan.c"]):
                 made = subprocess.run(command, cwd=folder, capture_output=True, text=True, check=False)
                 if made.returncode != 0:
                     sys.exit(f"verify: {' '.join(command)}: {made.stdout}{made.stderr}")
