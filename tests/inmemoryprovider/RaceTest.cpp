@@ -301,7 +301,11 @@ TEST_F(Race, aCopyToAFolderThatMovesSucceedsOrLeavesAtMostItsTemporaryFile) {
         provider.doCopyFile(at(u"/f"), at(u"/a/t"), ReplacementPolicy::RefuseExisting);
     };
     run(prepare, {copy, moveFolder(u"/a", u"/b", ReplacementPolicy::RefuseExisting)}, [&] {
-        EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::NotFound, u"/f"}));
+        const Path& named =
+            answer(0).named; // the source, or the temporary file that has gone with its folder
+        EXPECT_TRUE(succeeded(0) || (answer(0).code == ErrorCode::NotFound &&
+                                     (named == u"/f" || named.starts_with(u"/a/.copy-"))))
+            << testing::PrintToString(answer(0));
         EXPECT_TRUE(succeeded(1)) << testing::PrintToString(answer(1));
         EXPECT_EQ(tagAt(u"/b/t"), succeeded(0) ? std::optional<std::uint64_t>(1) : std::nullopt);
         EXPECT_LE(namesIn(u"/b").size(), 1U);

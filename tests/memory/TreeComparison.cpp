@@ -7,6 +7,7 @@
 
 #include <set>
 #include <sstream>
+#include <string_view>
 
 namespace storage::tests {
 
@@ -16,8 +17,8 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-/// The unpaired surrogate by which temporary files are known.
-constexpr char16_t markOfTemporaries = 0xD800;
+/// By which temporary files are known.
+constexpr std::u16string_view beginningOfTemporaries = u"/.copy-";
 
 bool differs(const EntrySnapshot& left, const EntrySnapshot& right, Times times) {
     EntrySnapshot compared = left;
@@ -49,8 +50,9 @@ std::string shown(const TreeSnapshot& tree, const std::u16string& path) {
 } // namespace
 
 TreeSnapshot withoutTemporaries(TreeSnapshot tree) {
-    std::erase_if(
-        tree, [](const auto& entry) { return entry.first.find(markOfTemporaries) != std::u16string::npos; });
+    std::erase_if(tree, [](const auto& entry) {
+        return entry.first.find(beginningOfTemporaries) != std::u16string::npos;
+    });
     return tree;
 }
 

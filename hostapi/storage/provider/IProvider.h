@@ -112,7 +112,8 @@ public:
     virtual void doRemoveFolder(const StorageIRI& iri) const = 0;
 
     /// Removes a folder and everything below it, children first. Not atomic: what was removed before a failure is gone. An
-    /// entry below that another thread has removed already is no failure. Of the root, only what it holds is removed.
+    /// entry below that another thread has removed already is no failure. Of the root, only what it holds is removed; the
+    /// root is each location that says it has no parent, or has no name in its resolved path.
     /// @param iri  a folder
     /// @throws Exception as `doRemoveFile` and `doRemoveFolder`, naming the entry that could not be removed
     virtual void doRemoveFolderRecursively(const StorageIRI& iri) const;
@@ -297,22 +298,29 @@ public:
     /// @}
 
     /// Copies a file's bytes into a file of its own, writable and with the current time. The bytes are copied to a temporary
-    /// file in the same folder, which is then moved to the destination; so the copy is complete when it appears, a failure
-    /// before that leaves the destination as it was, and copying a file onto itself keeps its bytes. A failure removes the
-    /// temporary file unless the folder was moved or has become read-only meanwhile, or memory has run out for the removal too.
+    /// file in the folder of the destination, ".copy-" and 16 random hexadecimal digits, which is then moved to the
+    /// destination; so the copy is complete when it appears, a failure before that leaves the destination as it was, and
+    /// copying a file onto itself keeps its bytes. A failure removes the temporary file unless the folder was moved or has
+    /// become read-only meanwhile, or memory has run out for the removal too.
+    ///
+    /// At most the bytes that the source has at the start are copied. Of a source that changes meanwhile, each block is as it
+    /// was when it was read, and what is cut off before it is read is missing.
+    ///
+    /// Looked for in this order: the source; what is in the way; a destination that is read-only; its folder.
     /// @param source       a file
     /// @param destination  the location of the copy, in an existing folder
     /// @param policy       what to do when something stands there
-    /// @throws Exception as `doMoveFile`
+    /// @throws Exception as `doMoveFile`; `NotFound` naming the temporary file when the storage refuses its name or another
+    ///         thread has removed it
     virtual void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const;
 
-    /// As `doCopyFile`, telling how far it is.
+    /// As `doCopyFile`, telling how far it is: after each block, and once with 0 for an empty file.
     /// @param source       a file
     /// @param destination  the location of the copy, in an existing folder
     /// @param policy       what to do when something stands there
     /// @param progress     may be empty
-    /// @throws Exception as `doMoveFile`; and whatever `progress` throws
+    /// @throws Exception as `doCopyFile`; and whatever `progress` throws
     virtual void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination,
                                   const ReplacementPolicy& policy, CopyProgress progress) const;
 
@@ -366,7 +374,9 @@ public:
     /// @return the order; it must not outlive the library
     virtual PathComparator doGetPathComparator(const StorageIRI& iri) const;
 
-    /// The location by its resolved path alone, the root as "/". Other spellings of a path are left as they are.
+    /// The location by its resolved path alone, in its shortest spelling: the root as "/", one separator at the beginning, none
+    /// at the end. Separators within the path, and two or more at its end, are left as they are: they may stand around names
+    /// that are empty.
     /// @param iri  any location
     /// @return the location
     virtual StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const;
@@ -403,11 +413,13 @@ public:
 
     /// Gives an existing file a size: a shrinking file keeps its first bytes, a growing one is filled with zeros. Streams that
     /// are open on the file see the change. Not atomic: a shrinking file is emptied and rewritten from a copy of the bytes that
-    /// stay, which is held in memory meanwhile; growth that fails keeps the zeros added so far.
+    /// stay, which is held in memory meanwhile; growth that fails keeps the zeros added so far. Two threads that let one file
+    /// grow do not make it larger than the larger of both sizes; bytes that another thread appends meanwhile may be lost.
     /// @param iri   a file
     /// @param size  its bytes afterwards
-    /// @throws Exception `NotFound` when no file stands there, `ReadOnly` when it is read-only
-    /// @throws std::length_error with the file unchanged when `size` is more than a `long` can hold
+    /// @throws Exception `NotFound` when no file stands there
+    /// @throws std::length_error with the file unchanged when `size` is more than a `long` can hold; looked for after `NotFound`
+    /// @throws Exception `ReadOnly` when the file is read-only; looked for last
     virtual void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const;
 };
 

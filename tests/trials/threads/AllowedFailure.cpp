@@ -9,6 +9,10 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
+std::u16string_view folderOf(std::u16string_view path) {
+    return path.substr(0, path.rfind(u'/'));
+}
+
 bool isNamed(const StorageIRI& iri, AllowedFailure::Named named, const Attempt& attempt) {
     const auto& path = iri.getResolvedPath();
     const auto& source = attempt.source.getResolvedPath();
@@ -21,6 +25,8 @@ bool isNamed(const StorageIRI& iri, AllowedFailure::Named named, const Attempt& 
         return isPossible(path) && isSelfOrBelow(source, path);
     case AllowedFailure::Named::SourceOrBelow:
         return isPossible(path) && isSelfOrBelow(path, source);
+    case AllowedFailure::Named::TemporaryFile:
+        return isTemporary(path) && folderOf(path) == folderOf(attempt.destination.getResolvedPath());
     }
     return false;
 }

@@ -14,6 +14,7 @@ struct AllowedFailure {
         Destination,
         SourceOrAbove, ///< of operations that make the folders above
         SourceOrBelow, ///< of operations that remove what is below
+        TemporaryFile, ///< of copies: in the folder of the destination
     };
 
     foundation::storage::provider::ErrorCode code;

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -43,6 +44,8 @@ const Failures asRemovalOfFolder{{NotFound}, {ReadOnly}, {FolderNotEmpty}};
 const Failures asRemovalOfAll{
     {NotFound}, {ReadOnly, Named::SourceOrBelow}, {FolderNotEmpty, Named::SourceOrBelow}};
 const Failures asMove{{NotFound}, {AlreadyExists, Named::Destination}, {ReadOnly}};
+const Failures asCopy{
+    {NotFound}, {NotFound, Named::TemporaryFile}, {AlreadyExists, Named::Destination}, {ReadOnly}};
 const Failures always{{NotOffered}};
 
 const std::u16string& pathOf(const StorageIRI& iri) {
@@ -101,10 +104,10 @@ void moveFolder(Attempt& a) {
 struct CopyStopped {};
 
 void copyWithProgress(Attempt& a) {
-    unsigned long long copied = 0;
+    std::optional<unsigned long long> copied;
     const bool stop = onceIn(4, a.random);
     const auto progress = [&](unsigned long long count) {
-        requireThat(count > copied && count % Record::size == 0, "a copy makes a strange progress");
+        requireThat(copied < count && count % Record::size == 0, "a copy makes a strange progress");
         copied = count;
         if (stop) {
             throw CopyStopped();
@@ -168,8 +171,8 @@ std::vector<Operation> changes() {
         {"doRemoveFolderRecursively", 1, asRemovalOfAll, callAtSource<&IProvider::doRemoveFolderRecursively>},
         {"doMoveFolder", 14, asMove, moveFolder},
         {"doOpenStream", 12, asCreation, openForWriting},
-        {"doCopyFile", 3, asMove, callFromSourceToDestination<&IProvider::doCopyFile>},
-        {"doCopyFileAtomic", 3, asMove, copyWithProgress},
+        {"doCopyFile", 3, asCopy, callFromSourceToDestination<&IProvider::doCopyFile>},
+        {"doCopyFileAtomic", 3, asCopy, copyWithProgress},
         {"doSetLastModified", 3, whenMissing,
          [](Attempt& a) {
              const auto year = static_cast<unsigned>(1970 + pick(a.random, 20));

@@ -13,8 +13,9 @@ constexpr char16_t highestRank = u'd';
 constexpr char16_t lowestRank = u'a';
 constexpr std::u16string_view digits = u"01";
 
-/// Copies give their temporary files names in which this stands before a number.
-constexpr char16_t temporaryMark = 0xD800;
+/// What the names of the temporary files of copies begin with, and how long they are.
+constexpr std::u16string_view temporaryBeginning = u".copy-";
+constexpr std::size_t temporaryLength = temporaryBeginning.size() + 16;
 
 std::u16string name(char16_t rank, char16_t digit) {
     return {rank, digit};
@@ -82,15 +83,15 @@ bool isSelfOrBelow(std::u16string_view path, std::u16string_view folder) {
 }
 
 bool isPossible(std::u16string_view path) {
-    const auto place = path.substr(0, path.find(temporaryMark));
-    const auto number = path.substr(std::min(path.size(), place.size() + 1));
-    const bool isNumber = number.find_first_not_of(u"0123456789") == std::u16string_view::npos;
-    return isNumber && number.empty() != isTemporary(path) &&
-           std::binary_search(everyPath().begin(), everyPath().end(), place, std::less<>());
+    if (!isTemporary(path)) {
+        return std::binary_search(everyPath().begin(), everyPath().end(), path, std::less<>());
+    }
+    const auto folder = path.substr(0, path.rfind(u'/'));
+    return path.size() - folder.size() == 1 + temporaryLength && (folder.empty() || isPossible(folder));
 }
 
 bool isTemporary(std::u16string_view path) {
-    return path.find(temporaryMark) != std::u16string_view::npos;
+    return path.substr(path.rfind(u'/') + 1).starts_with(temporaryBeginning);
 }
 
 std::string shown(std::u16string_view path) {

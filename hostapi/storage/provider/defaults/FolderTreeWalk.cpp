@@ -1,18 +1,27 @@
 #include "hostapi/storage/provider/defaults/FolderTreeWalk.h"
 
 #include "hostapi/storage/provider/Exception.h"
-#include "hostapi/storage/provider/defaults/DerivedLocation.h"
+
+#include <algorithm>
 
 namespace foundation::storage::provider {
 
-FolderTreeWalk::FolderTreeWalk(const IProvider& provider, const StorageIRI& top)
-    : provider_(provider), top_(top) {
-    levels_.push_back({0, readEntries(provider.doListAll(top))});
+namespace {
+
+bool hasEmptyName(const FolderEntry& entry) {
+    return entry.getName().empty();
+}
+
+} // namespace
+
+FolderTreeWalk::FolderTreeWalk(const IProvider& provider, const StorageIRI& top) : provider_(provider) {
+    levels_.push_back({0, top, readEntries(provider.doListAll(top))});
 }
 
 bool FolderTreeWalk::advance() {
     if (event_ == Event::FolderEntered) {
-        levels_.push_back({relativePath_.size(), listEnteredFolder()});
+        const StorageIRI folder = location();
+        levels_.push_back({relativePath_.size(), folder, listEnteredFolder(folder)});
     }
     Level& level = levels_.back();
     relativePath_.resize(level.pathLength);
@@ -23,12 +32,12 @@ bool FolderTreeWalk::advance() {
     return true;
 }
 
-EntryList FolderTreeWalk::listEnteredFolder() const {
-    if (name().empty()) {
-        return {}; // its location would be that of the folder above again, and the walk would never end
-    }
+EntryList FolderTreeWalk::listEnteredFolder(const StorageIRI& folder) const {
     try {
-        return readEntries(provider_.doListAll(location()));
+        EntryList entries = readEntries(provider_.doListAll(folder));
+        const bool mayBeFolderAboveAgain =
+            name().empty() && std::any_of(entries.begin(), entries.end(), hasEmptyName);
+        return mayBeFolderAboveAgain ? EntryList() : entries; // or the walk might never end
     } catch (const Exception& failure) {
         if (failure.getErrorCode() != ErrorCode::NotFound) {
             throw;
@@ -54,10 +63,6 @@ void FolderTreeWalk::meet(const FolderEntry& entry) {
 std::u16string_view FolderTreeWalk::name() const noexcept {
     std::u16string_view path = relativePath_;
     return path.substr(path.rfind(u'/') + 1); // without any "/" this is the whole path, npos + 1 being 0
-}
-
-StorageIRI FolderTreeWalk::location() const {
-    return locationBelow(top_, relativePath_);
 }
 
 } // namespace foundation::storage::provider

@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/StorageIRI.h"
+#include "hostapi/storage/provider/defaults/DerivedLocation.h"
 #include "hostapi/storage/provider/defaults/EntryList.h"
 
 #include <cstddef>
@@ -14,8 +15,9 @@ namespace foundation::storage::provider {
 /// Visits everything below a folder, depth first: `advance`, then look at what it arrived at.
 ///
 /// Keeps its way back in a vector, so the depth of the tree costs no stack. A folder is listed when the walk
-/// goes on from its `FolderEntered`; one that is gone by then counts as empty. What was visited may be
-/// removed while the walk goes on.
+/// goes on from its `FolderEntered`; one that is gone by then counts as empty, and so does one with an empty name that holds
+/// another entry with an empty name, as a provider that ignores empty names shows it. What was visited may be removed while
+/// the walk goes on.
 ///
 /// Owns copies of all names it still needs; the provider must outlive it. For one thread.
 /// Invariant: `levels_` holds the folders from the top down to the one whose entries are being visited.
@@ -42,21 +44,21 @@ public:
     /// The visited entry's own name.
     std::u16string_view name() const noexcept;
 
-    StorageIRI location() const;
+    StorageIRI location() const { return locationBelow(levels_.back().location, name()); }
 
 private:
     struct Level {
         std::size_t pathLength; ///< of the folder's own relative path
+        StorageIRI location;
         EntryList entries;
         std::size_t next = 0;
     };
 
-    EntryList listEnteredFolder() const;
+    EntryList listEnteredFolder(const StorageIRI& folder) const;
     bool leaveFolder();
     void meet(const FolderEntry& entry);
 
     const IProvider& provider_;
-    StorageIRI top_;
     std::vector<Level> levels_;
     std::u16string relativePath_;
     Event event_ = Event::FolderLeft;

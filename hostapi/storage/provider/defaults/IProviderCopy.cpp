@@ -4,7 +4,10 @@
 #include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/defaults/TemporaryFile.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <ios>
+#include <stdexcept>
 #include <vector>
 
 namespace foundation::storage::provider {
@@ -17,32 +20,59 @@ bool refusesExistingFile(ReplacementPolicy policy) {
     return policy == ReplacementPolicy::RefuseExisting || policy == ReplacementPolicy::RefuseExistingFile;
 }
 
+bool isReadOnlyFile(const IProvider& provider, const StorageIRI& iri) {
+    try {
+        return provider.doFileExists(iri) && !provider.doGetFileAttributes(iri).isWritable();
+    } catch (const Exception& failure) {
+        if (failure.getErrorCode() != ErrorCode::NotFound) {
+            throw;
+        }
+        return false; // another thread has removed it
+    }
+}
+
 /// Refuses early what the final move would refuse too, so that no bytes are copied in vain.
-void refuseOccupied(const IProvider& provider, const StorageIRI& destination, ReplacementPolicy policy) {
+void refuseOccupied(const IProvider& provider, const StorageIRI& source, const StorageIRI& destination,
+                    ReplacementPolicy policy) {
     if (provider.doFolderExists(destination) ||
         (refusesExistingFile(policy) && provider.doFileExists(destination))) {
         throw Exception(ErrorCode::AlreadyExists, destination);
     }
+    if (isReadOnlyFile(provider, destination)) {
+        throw Exception(ErrorCode::ReadOnly, source);
+    }
 }
 
+/// The size of the file, with the position back at its beginning.
+unsigned long long sizeOf(ByteStream& stream) {
+    const auto size = static_cast<std::streamoff>(stream.seek(0, std::ios_base::end));
+    if (size < 0 || stream.seek(0, std::ios_base::beg) != 0) {
+        throw std::runtime_error("the plug-in refused to move the position within a file");
+    }
+    return static_cast<unsigned long long>(size);
+}
+
+/// Not more than the file has at the start: it may grow as fast as it is copied.
 void copyBytes(ByteStream& from, ByteStream& to, const IProvider::CopyProgress& progress) {
+    const unsigned long long size = sizeOf(from);
     std::vector<char> block(blockSize);
     unsigned long long copied = 0;
     std::size_t count = 0;
-    while ((count = readUpTo(from, block.data(), block.size())) > 0) {
+    do {
+        count = readUpTo(from, block.data(), std::min<unsigned long long>(block.size(), size - copied));
         writeAll(to, {block.data(), count});
         copied += count;
-        if (progress) {
+        if (progress && (count > 0 || copied == 0)) {
             progress(copied);
         }
-    }
+    } while (count > 0 && copied < size);
     to.flush();
 }
 
 void copyFile(const IProvider& provider, const StorageIRI& source, const StorageIRI& destination,
               const ReplacementPolicy& policy, const IProvider::CopyProgress& progress) {
     std::unique_ptr<ByteStream> from = requireNonNull(provider.doOpenReadOnlyStream(source), "stream");
-    refuseOccupied(provider, destination, policy);
+    refuseOccupied(provider, source, destination, policy);
     TemporaryFile copy(provider, destination, source);
     copyBytes(*from, *copy.open(), progress);
     from.reset(); // source and destination may be one file

@@ -12,7 +12,7 @@ IProvider::PathComparator IProvider::doGetPathComparator(const StorageIRI&) cons
 }
 
 StorageIRI IProvider::doGetCanonicalLocation(const StorageIRI& iri) const {
-    return StorageIRI(isRoot(iri) ? std::u16string(u"/") : iri.getResolvedPath());
+    return canonicalLocation(iri);
 }
 
 FilenameSensitivity IProvider::doGetFilenameSensitivity(const StorageIRI&) const {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <ios>
 #include <limits>
 #include <stdexcept>
 #include <vector>
@@ -28,6 +29,15 @@ std::unique_ptr<ByteStream> openForWriting(const IProvider& provider, const Stor
     return requireNonNull(provider.doOpenStream(iri, options), "stream");
 }
 
+/// Moves the position to the end of the file and returns it.
+unsigned long long endOf(ByteStream& stream) {
+    const auto end = static_cast<std::streamoff>(stream.seek(0, std::ios_base::end));
+    if (end < 0) {
+        throw std::runtime_error("the plug-in refused to move the position to the end of a file");
+    }
+    return static_cast<unsigned long long>(end);
+}
+
 void shrinkFile(const IProvider& provider, const StorageIRI& iri, std::size_t size) {
     // The bytes that stay are in memory before the file is emptied: running out of memory here loses nothing.
     const std::vector<char> kept = readBeginning(provider, iri, size);
@@ -37,15 +47,13 @@ void shrinkFile(const IProvider& provider, const StorageIRI& iri, std::size_t si
     stream->flush();
 }
 
-void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long long missing) {
-    const auto stream = openForWriting(
-        provider, iri,
-        {.existence = ByteStreamExistence::MustExist, .append = ByteStreamAppend::AppendAtEnd});
+void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long long size) {
+    const auto stream = openForWriting(provider, iri, {.existence = ByteStreamExistence::MustExist});
     const std::vector<char> zeros(zerosAtOnce);
-    while (missing > 0) {
-        const std::size_t count = std::min<unsigned long long>(missing, zeros.size());
-        writeAll(*stream, {zeros.data(), count});
-        missing -= count;
+    // The end is looked up for each block, and bytes are written at a position, so that two threads that let the file grow
+    // do not make it larger than the larger of both sizes.
+    for (unsigned long long end = endOf(*stream); end < size; end = endOf(*stream)) {
+        writeAll(*stream, {zeros.data(), std::min<unsigned long long>(size - end, zeros.size())});
     }
     stream->flush();
 }
@@ -60,7 +68,7 @@ void IProvider::doTruncateToSize(const StorageIRI& iri, unsigned long long size)
     if (size < currentSize) {
         shrinkFile(*this, iri, static_cast<std::size_t>(size));
     } else {
-        growFile(*this, iri, size - currentSize);
+        growFile(*this, iri, size);
     }
 }
 

@@ -4,34 +4,41 @@
 #include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/defaults/DerivedLocation.h"
 
+#include <random>
 #include <string>
+#include <string_view>
 
 namespace foundation::storage::provider {
 
 namespace {
 
-// The high half of a surrogate pair: followed by a digit, it stays unpaired whatever the name before it is.
-constexpr char16_t unspellable = 0xD800;
-
-StorageIRI candidate(const StorageIRI& place, unsigned long number) {
-    std::u16string ending(1, unspellable);
-    for (const char digit : std::to_string(number)) {
-        ending += static_cast<char16_t>(digit);
+/// A name that nobody else uses or can foresee: two copies never meet in one temporary file, nor does one remove the other's.
+std::u16string randomName() {
+    constexpr std::u16string_view digits = u"0123456789abcdef";
+    constexpr int length = 16;
+    std::random_device random;
+    std::uniform_int_distribution<std::size_t> digit(0, digits.size() - 1);
+    std::u16string name = u".copy-";
+    for (int i = 0; i < length; ++i) {
+        name += digits[digit(random)];
     }
-    return locationBeside(place, ending);
+    return name;
 }
 
 StorageIRI createUnderFreeName(const IProvider& provider, const StorageIRI& place,
                                const StorageIRI& workingFor) {
-    for (unsigned long number = 0;; ++number) {
-        StorageIRI location = candidate(place, number);
+    for (;;) {
+        StorageIRI location = locationBeside(place, randomName());
         try {
             provider.doCreateFile(location);
             return location;
         } catch (const Exception& failure) {
-            if (failure.getErrorCode() != ErrorCode::AlreadyExists) {
-                throw Exception(failure.getErrorCode(), workingFor);
+            if (failure.getErrorCode() == ErrorCode::AlreadyExists) {
+                continue;
             }
+            const bool refusesName =
+                failure.getErrorCode() == ErrorCode::NotFound && provider.doFolderExists(folderOf(place));
+            throw Exception(failure.getErrorCode(), refusesName ? location : workingFor);
         }
     }
 }
@@ -74,7 +81,8 @@ void TemporaryFile::moveIntoPlace(const ReplacementPolicy& policy) {
 }
 
 void TemporaryFile::rethrowForCaller(const Exception& failure) const {
-    throw Exception(failure.getErrorCode(), failure.getIRI() == location_ ? workingFor_ : failure.getIRI());
+    const bool isForCaller = failure.getIRI() == location_ && failure.getErrorCode() != ErrorCode::NotFound;
+    throw Exception(failure.getErrorCode(), isForCaller ? workingFor_ : failure.getIRI());
 }
 
 } // namespace foundation::storage::provider

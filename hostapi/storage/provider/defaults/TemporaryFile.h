@@ -12,14 +12,15 @@ namespace foundation::storage::provider {
 /// A new file beside a given location, which is moved to that location once it is complete.
 ///
 /// Owns the file at its own location from construction until `moveIntoPlace` succeeds; the destructor removes
-/// what is still owned. Nobody else can remove it by accident: its name holds an unpaired surrogate, which no
-/// name that came from UTF-8 does. Failures name the location that the caller works for, never the temporary
-/// one. The provider must outlive it. For one thread.
+/// what is still owned. Its name is hidden, ".copy-" and 16 random hexadecimal digits, which every storage can hold.
+/// Failures name the location that the caller works for, but the temporary one when that is what is not found: the storage
+/// refuses its name, or another thread has removed it. The provider must outlive it. For one thread.
 class TemporaryFile {
 public:
     /// @param place       where the file is to go; it is made in the same folder
     /// @param workingFor  the location that failures name
-    /// @throws Exception  `NotFound` when the folder is missing, `ReadOnly` when it is read-only
+    /// @throws Exception  `NotFound` when the folder is missing, or naming the temporary file when the storage refuses its name;
+    ///                    `ReadOnly` when the folder is read-only
     TemporaryFile(const IProvider& provider, const StorageIRI& place, const StorageIRI& workingFor);
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -28,7 +29,8 @@ public:
     /// A stream for writing, which must be gone before the file is moved.
     std::unique_ptr<ByteStream> open() const;
 
-    /// @throws Exception  `AlreadyExists` naming the place; other codes naming the location worked for
+    /// @throws Exception  `AlreadyExists` naming the place; `NotFound` naming the temporary file when another thread has removed
+    ///                    it; other codes naming the location worked for
     void moveIntoPlace(const ReplacementPolicy& policy);
 
 private:

@@ -7,6 +7,7 @@
 
 #include <new>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -185,6 +186,10 @@ TEST_F(IProviderCopy, RefusesAnOccupiedDestinationBeforeItCopiesAnything) {
     provider_->doRemoveFile(destination_);
     makeFolder(u"/to/f");
     EXPECT_THROW(copyRacing(countCreations, replaceExisting), Exception);
+    provider_->doRemoveFolder(destination_);
+    makeFile(u"/to/f", "old");
+    makeReadOnly(u"/to/f");
+    EXPECT_THROW(copyRacing(countCreations, replaceExisting), Exception);
     EXPECT_EQ(created, 0);
 }
 
@@ -243,6 +248,14 @@ TEST_F(IProviderCopy, ReportsAfterEachBlockHowManyBytesAreCopied) {
     EXPECT_TRUE(contentOf(u"/to/f") == bytes(2 * 65536 + 17));
 }
 
+TEST_F(IProviderCopy, ReportsOnceOnAnEmptyFile) {
+    makeFile(u"/from/empty");
+    std::vector<unsigned long long> reports;
+    provider_->doCopyFileAtomic(at(u"/from/empty"), destination_, refuseExisting,
+                                [&](unsigned long long copied) { reports.push_back(copied); });
+    EXPECT_THAT(reports, ElementsAre(0U));
+}
+
 TEST_F(IProviderCopy, GoesWithoutReports) {
     provider_->doCopyFileAtomic(source_, destination_, refuseExisting, {});
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
@@ -277,24 +290,52 @@ TEST_F(IProviderCopy, PassesOnWhatItsReportThrowsUnchanged) {
         failsWith(ErrorCode::ReadOnly, other));
 }
 
-TEST_F(IProviderCopy, UsesATemporaryNameThatNoUtf8TextSpells) {
-    std::optional<std::u16string> seen;
-    provider_->doCopyFileAtomic(source_, destination_, refuseExisting,
-                                [&](unsigned long long) { seen = namesIn(u"/to").at(0); });
-    using namespace foundation::core::except;
-    ASSERT_TRUE(seen);
-    EXPECT_NE(toReadableUtf16(toReadableUtf8(*seen)), *seen);
+TEST_F(IProviderCopy, UsesAHiddenNameThatNoOtherCopyUses) {
+    std::set<std::u16string> seen;
+    constexpr std::size_t copies = 3;
+    for (std::size_t i = 0; i < copies; ++i) {
+        provider_->doCopyFileAtomic(source_, destination_, replaceExisting,
+                                    [&](unsigned long long) { seen.insert(namesIn(u"/to").at(0)); });
+    }
+    EXPECT_EQ(seen.size(), copies);
+    for (const std::u16string& name : seen) {
+        EXPECT_THAT(foundation::core::except::toReadableUtf8(name),
+                    testing::MatchesRegex("\\.copy-[0-9a-f]{16}"));
+    }
 }
 
-TEST_F(IProviderCopy, UsesSuchANameAlsoBesideANameThatEndsInHalfAPair) {
-    const std::u16string odd = u"/to/f" + std::u16string(1, char16_t{0xD83D});
-    std::optional<std::u16string> seen;
-    provider_->doCopyFileAtomic(source_, at(odd), refuseExisting,
-                                [&](unsigned long long) { seen = namesIn(u"/to").at(0); });
-    using namespace foundation::core::except;
-    ASSERT_TRUE(seen);
-    EXPECT_NE(toReadableUtf16(toReadableUtf8(*seen)), *seen);
-    EXPECT_EQ(contentOf(odd), "new bytes");
+TEST_F(IProviderCopy, NamesItsTemporaryFileWhenTheStorageRefusesItsName) {
+    std::optional<StorageIRI> refused;
+    const HookedProvider refusing(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "createFile") {
+            refused = iri;
+            throw Exception(ErrorCode::NotFound, iri);
+        }
+    });
+    try {
+        refusing.doCopyFile(source_, destination_, refuseExisting);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const Exception& failure) {
+        EXPECT_EQ(failure.getErrorCode(), ErrorCode::NotFound);
+        EXPECT_EQ(failure.getIRI(), refused);
+    }
+}
+
+TEST_F(IProviderCopy, OfAFileThatGrowsMeanwhileEndsAtTheSizeItHadAtTheStart) {
+    HookedProvider growing(provider_);
+    growing.beforeRead = [&] {
+        provider_->doOpenStream(source_, {.append = ByteStreamAppend::AppendAtEnd})->write("more", 4);
+    };
+    growing.doCopyFile(source_, destination_, refuseExisting);
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
+}
+
+TEST_F(IProviderCopy, OfAFileThatIsCutOffMeanwhileEndsThere) {
+    provider_->doRemoveFile(source_);
+    makeFile(u"/from/f", bytes(3 * 65536));
+    provider_->doCopyFileAtomic(source_, destination_, refuseExisting,
+                                [&](unsigned long long) { provider_->doTruncateToSize(source_, 65536 + 5); });
+    EXPECT_TRUE(contentOf(u"/to/f") == bytes(65536 + 5));
 }
 
 TEST_F(IProviderCopy, LeavesAFileAloneThatHasItsTemporaryName) {
@@ -325,19 +366,35 @@ TEST_F(IProviderCopy, RefusesAFileThatAnotherThreadPutsAtTheDestinationMeanwhile
     EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCopy, NamesTheSourceWhenAnotherThreadRemovesItsTemporaryFile) {
+TEST_F(IProviderCopy, NamesItsTemporaryFileWhenAnotherThreadRemovesIt) {
     for (const std::string moment : {"openStream", "moveFile"}) {
-        EXPECT_THAT(
-            [&] {
-                copyRacing([&](const std::string& operation, const StorageIRI& iri) {
-                    if (operation == moment) {
-                        provider_->doRemoveFile(iri);
-                    }
-                });
-            },
-            failsWith(ErrorCode::NotFound, source_));
+        std::optional<StorageIRI> removed;
+        try {
+            copyRacing([&](const std::string& operation, const StorageIRI& iri) {
+                if (operation == moment) {
+                    provider_->doRemoveFile(iri);
+                    removed = iri;
+                }
+            });
+            ADD_FAILURE() << "nothing thrown";
+        } catch (const Exception& failure) {
+            EXPECT_EQ(failure.getErrorCode(), ErrorCode::NotFound);
+            EXPECT_EQ(failure.getIRI(), removed);
+        }
         EXPECT_THAT(namesIn(u"/to"), IsEmpty());
     }
+}
+
+TEST_F(IProviderCopy, ReplacesAFileThatAnotherThreadRemovesMeanwhile) {
+    makeFile(u"/to/f", "old");
+    copyRacing(
+        [&](const std::string& operation, const StorageIRI& iri) {
+            if (operation == "getFileAttributes") {
+                provider_->doRemoveFile(iri);
+            }
+        },
+        replaceExisting);
+    EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
 TEST_F(IProviderCopy, NamesTheSourceWhenTheFolderBecomesReadOnlyMeanwhile) {

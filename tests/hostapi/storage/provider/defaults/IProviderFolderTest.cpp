@@ -2,12 +2,25 @@
 #include "tests/support/HookedProvider.h"
 
 #include <new>
+#include <string>
 
 using namespace foundation::storage::provider;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
+
+/// Ignores empty names in the locations of listings: there is the folder itself.
+class EmptyNamesIgnored : public HookedProvider {
+public:
+    using HookedProvider::HookedProvider;
+
+    Listing doListAll(const StorageIRI& iri) const override {
+        std::u16string path = iri.getResolvedPath();
+        path.resize(path.find_last_not_of(u'/') + 1);
+        return HookedProvider::doListAll(StorageIRI(path));
+    }
+};
 
 using IProviderCreateFolderRecursive = ProviderTest;
 
@@ -187,12 +200,33 @@ TEST_F(IProviderRemoveFolderRecursively, NamesAFolderThatAnotherThreadPutsSometh
     EXPECT_THAT(namesIn(u"/a/b"), ElementsAre(u"new"));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, ComesToAnEndOnAFolderWithoutAName) {
+TEST_F(IProviderRemoveFolderRecursively, RemovesFoldersAndFilesWithoutAName) {
     makeFolder(u"/a");
-    provider_->doCreateFolder(at(u"/a//"));
-    ASSERT_THAT(namesIn(u"/a"), ElementsAre(u""));
-    EXPECT_THROW(provider_->doRemoveFolderRecursively(at(u"/a")), Exception);
-    EXPECT_THAT(namesIn(u"/a"), ElementsAre(u""));
+    makeFolder(u"/a//");
+    makeFile(u"/a///f");
+    makeFolder(u"/a/b");
+    makeFile(u"/a/b//");
+    ASSERT_THAT(namesIn(u"/a//"), ElementsAre(u"f"));
+    ASSERT_THAT(namesIn(u"/a"), ElementsAre(u"", u"b"));
+    ASSERT_THAT(namesIn(u"/a/b"), ElementsAre(u""));
+    provider_->doRemoveFolderRecursively(at(u"/a"));
+    EXPECT_THAT(namesIn(u"/"), IsEmpty());
+}
+
+TEST_F(IProviderRemoveFolderRecursively, ComesToAnEndWhereAnEmptyNameIsTheFolderItself) {
+    makeFolder(u"/a");
+    makeFolder(u"/a//");
+    makeFile(u"/a///f");
+    const EmptyNamesIgnored provider(provider_);
+    EXPECT_THAT([&] { provider.doRemoveFolderRecursively(at(u"/a")); },
+                failsWith(ErrorCode::FolderNotEmpty, at(u"/a//")));
+}
+
+TEST_F(IProviderRemoveFolderRecursively, KnowsTheRootByAPathWithoutANameToo) {
+    makeFile(u"/f");
+    EXPECT_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"", u"/mounted", true)), Exception);
+    EXPECT_NO_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"//", u"/mounted", true)));
+    EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
 TEST_F(IProviderRemoveFolderRecursively, PassesOnFailuresThatAreNotTheStorages) {

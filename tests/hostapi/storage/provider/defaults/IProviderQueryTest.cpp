@@ -94,6 +94,23 @@ TEST_F(IProviderQuery, TakesTheResolvedPathForTheCanonicalLocation) {
     EXPECT_EQ(provider_->doGetCanonicalLocation(at(u"/missing")), at(u"/missing"));
 }
 
+TEST_F(IProviderQuery, SpellsACanonicalLocationInOneWay) {
+    for (const std::u16string path : {u"/a/b", u"//a/b", u"/a/b/", u"///a/b/"}) {
+        EXPECT_EQ(provider_->doGetCanonicalLocation(at(path)), at(u"/a/b"));
+    }
+    EXPECT_EQ(provider_->doGetCanonicalLocation(at(u"//a//b/")), at(u"/a//b"));
+    EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"//", u"/mounted", true)), at(u"/"));
+}
+
+TEST_F(IProviderQuery, KeepsAnEmptyNameInACanonicalLocation) {
+    provider_->doCreateFolder(at(u"/d//"));
+    const StorageIRI canonical = provider_->doGetCanonicalLocation(at(u"//d//"));
+    EXPECT_EQ(canonical, at(u"/d//"));
+    EXPECT_EQ(provider_->doGetCanonicalLocation(canonical), canonical);
+    provider_->doRemoveFolder(canonical);
+    EXPECT_THAT(namesIn(u"/d"), testing::ElementsAre(u"f"));
+}
+
 TEST_F(IProviderQuery, TellsLowerFromUpperCase) {
     EXPECT_EQ(provider_->doGetFilenameSensitivity(at(u"/")), FilenameSensitivity::CaseSensitive);
     makeFile(u"/d/F");

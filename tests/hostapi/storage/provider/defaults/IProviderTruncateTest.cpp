@@ -2,10 +2,14 @@
 #include "tests/support/HookedProvider.h"
 #include "tests/support/MiscountingProvider.h"
 
+#include <boost/date_time/gregorian/gregorian_types.hpp>
+
 #include <array>
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 using namespace foundation::storage::provider;
 
@@ -54,6 +58,30 @@ TEST_F(IProviderTruncate, GrowsByAnyNumberOfBlocks) {
         truncate(10);
         truncate(10 + added);
         EXPECT_TRUE(contentOf(u"/f") == "0123456789" + std::string(added, '\0')) << added;
+    }
+}
+
+TEST_F(IProviderTruncate, GrowsToTheSizeAlthoughAnotherThreadLetsTheFileGrowToo) {
+    for (const std::string moment : {"openStream", "seek"}) {
+        truncate(10);
+        bool isFirst = true;
+        const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI&) {
+            if (operation == moment && std::exchange(isFirst, false)) {
+                truncate(200000);
+            }
+        });
+        raced.doTruncateToSize(iri_, 200000);
+        EXPECT_EQ(provider_->doGetFileAttributes(iri_).getSize(), 200000U) << moment;
+        EXPECT_FALSE(isFirst);
+    }
+}
+
+TEST_F(IProviderTruncate, SetsTheTime) {
+    const boost::posix_time::ptime old(boost::gregorian::date(2000, 1, 1));
+    for (const unsigned long long size : {5ULL, 10ULL, 10ULL}) {
+        provider_->doSetLastModified(iri_, old);
+        truncate(size);
+        EXPECT_NE(provider_->doGetFileAttributes(iri_).getLastModified(), old) << size;
     }
 }
 
