@@ -52,12 +52,15 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cm
 install(FILES ${PROJECT_BINARY_DIR}/qzstorageConfig.cmake ${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cmake
     DESTINATION ${package_folder} COMPONENT development)
 
-# The same for those who use pkg-config. Paths start from the file itself, so the whole tree may be moved.
+# The same for those who use pkg-config. The prefix is known only when the files are installed; it stands there in full, for
+# pkg-config leaves out the compiler's own folders only if it recognizes them.
 function(install_pkg_config name description requires)
-    set(folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-    file(RELATIVE_PATH prefix_from_folder /${folder} /)
-    configure_file(${packaged}/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
-    install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${folder} COMPONENT development)
+    set(installation_prefix @CMAKE_INSTALL_PREFIX@)
+    set(template ${PROJECT_BINARY_DIR}/${name}.pc.in)
+    configure_file(${packaged}/library.pc.in ${template} @ONLY)
+    install(CODE "configure_file(${template} ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)" COMPONENT development)
+    install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)
 endfunction()
 install_pkg_config(qzfl "Exceptions and text conversion of storage providers" "")
 install_pkg_config(qzflstorageprovider "Interface between hosts and storage-provider plug-ins" qzfl)
