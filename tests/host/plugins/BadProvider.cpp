@@ -3,6 +3,8 @@
 #include "inmemoryprovider/PluginEntry.h"
 #include "tests/support/HookedProvider.h"
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
@@ -11,7 +13,7 @@
 #include <stdexcept>
 #include <unistd.h>
 
-/// A plug-in that works but for one operation, wherever a path has "bad" in it or is of a validation. The environment
+/// A plug-in that works but for one operation, wherever a path has "bad" in it, or is of a copy or a validation. The environment
 /// says what goes wrong: BAD_PLUGIN="OPERATION MISDEED", where the operation is one that HookedProvider names, "entry" or
 /// "getFilenameSensitivity". "shutdown" and "getFilenameSensitivity" go wrong for any path.
 
@@ -122,8 +124,10 @@ public:
 
 private:
     static bool isBad(const StorageIRI& iri) {
-        const std::u16string& path = iri.getPath();
-        return path.find(u"bad") != std::u16string::npos || path.find(u"validate") != std::u16string::npos;
+        constexpr std::array parts{u"bad", u"/.copy-", u"validate"};
+        return std::any_of(parts.begin(), parts.end(), [&](const char16_t* part) {
+            return iri.getPath().find(part) != std::u16string::npos;
+        });
     }
 
     static bool isOfStorage(const std::string& operation) {
