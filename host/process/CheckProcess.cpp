@@ -10,6 +10,8 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <poll.h>
+#include <random>
+#include <string_view>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -34,18 +36,25 @@ FileDescriptor openProcess(pid_t id) {
                                  "process");
 }
 
-void announceTo(const FileDescriptor& pipe, const CheckOutcome& verdict) {
-    const std::string message =
-        static_cast<char>(verdict.result) + printableInMessage(verdict.reason); // in one piece
-    pipe.write(message);
+constexpr std::array announcedResults{Result::Pass, Result::Fail, Result::Skip};
+
+std::string randomMark() {
+    std::random_device random;
+    return fmt::format("{:08x}{:08x}", random(), random());
+}
+
+/// In one piece.
+void announceTo(const FileDescriptor& pipe, const std::string& mark, const CheckOutcome& verdict) {
+    pipe.write(mark + static_cast<char>(verdict.result) + verdict.reason + mark);
 }
 
 /// Runs in the new process.
-void runTask(const CheckProcess::Task& task, const Pipe& verdict, const Pipe& output) {
+void runTask(const CheckProcess::Task& task, const std::string& mark, const Pipe& verdict,
+             const Pipe& output) {
     checked(::dup2(output.writeEnd.number(), STDOUT_FILENO), "dup2");
     checked(::dup2(output.writeEnd.number(), STDERR_FILENO), "dup2");
     std::setvbuf(stdout, nullptr, _IONBF, 0); // a crash is to lose nothing
-    task([&](const CheckOutcome& announced) { announceTo(verdict.writeEnd, announced); });
+    task([&](const CheckOutcome& announced) { announceTo(verdict.writeEnd, mark, announced); });
 }
 
 /// Hands on what there is to be read.
@@ -86,10 +95,11 @@ bool endedWell(int status) {
 } // namespace
 
 CheckProcess::CheckProcess(const Task& task)
-    : CheckProcess(task, Pipe::make("verdict"), Pipe::make("output")) {}
+    : CheckProcess(task, randomMark(), Pipe::make("verdict"), Pipe::make("output")) {}
 
-CheckProcess::CheckProcess(const Task& task, Pipe verdict, Pipe output)
-    : process_([&] { runTask(task, verdict, output); }),
+CheckProcess::CheckProcess(const Task& task, std::string mark, Pipe verdict, Pipe output)
+    : mark_(std::move(mark)),
+      process_([&] { runTask(task, mark_, verdict, output); }),
       ended_(openProcess(process_.id())),
       verdictEnd_(std::move(verdict.readEnd)),
       outputEnd_(std::move(output.readEnd)) {}
@@ -135,6 +145,20 @@ bool CheckProcess::takeOutput() {
     return take(outputEnd_, [this](std::string_view bytes) { output_.append(bytes); });
 }
 
+std::optional<CheckOutcome> CheckProcess::announcedVerdict() const {
+    const std::size_t around = 2 * mark_.size();
+    if (announced_.size() <= around || !announced_.starts_with(mark_) || !announced_.ends_with(mark_)) {
+        return std::nullopt;
+    }
+    const std::string_view message =
+        std::string_view(announced_).substr(mark_.size(), announced_.size() - around);
+    const auto result = static_cast<Result>(message.front());
+    if (std::find(announcedResults.begin(), announcedResults.end(), result) == announcedResults.end()) {
+        return std::nullopt;
+    }
+    return CheckOutcome{result, printableInMessage(message.substr(1))};
+}
+
 CheckOutcome CheckProcess::verdict(End end, int status, milliseconds limit) const {
     const std::string ending =
         end == End::TimeOver
@@ -143,12 +167,15 @@ CheckOutcome CheckProcess::verdict(End end, int status, milliseconds limit) cons
     if (announced_.empty()) {
         return {Result::Crash, ending};
     }
-    CheckOutcome announced{static_cast<Result>(announced_.front()), announced_.substr(1)};
-    if (end == End::ByItself && endedWell(status)) {
-        return announced;
+    const std::optional<CheckOutcome> announced = announcedVerdict();
+    if (!announced) {
+        return {Result::Crash, ending + " after writing to a descriptor that is not its own"};
     }
-    return announced.result == Result::Fail
-               ? CheckOutcome{Result::Fail, announced.reason + "; then the check " + ending}
+    if (end == End::ByItself && endedWell(status)) {
+        return *announced;
+    }
+    return announced->result == Result::Fail
+               ? CheckOutcome{Result::Fail, announced->reason + "; then the check " + ending}
                : CheckOutcome{Result::Crash, ending + " after the check itself"};
 }
 

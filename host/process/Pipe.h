@@ -4,7 +4,8 @@
 
 namespace storage::host {
 
-/// A pipe of which both ends are closed on exec and reading never waits.
+/// A pipe of which both ends are closed on exec and reading never waits. Both have high numbers, out of the way of code that
+/// closes descriptors by their numbers.
 ///
 /// Owns both ends. Thread safety: one object is for one thread.
 struct Pipe {

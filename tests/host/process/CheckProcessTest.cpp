@@ -152,6 +152,57 @@ TEST(CheckProcessTest, AnOutputThatIsClosedOrEndlessEndsNothing) {
     expectVerdict(endless, Result::Crash, "did not end within 0.05 s (--timeout gives more)");
 }
 
+/// A check that writes to everything that it inherited.
+void writeToAllInherited(std::string_view bytes) {
+    std::signal(SIGPIPE, SIG_IGN); // the test itself may have inherited a pipe that nobody reads
+    for (int number = STDERR_FILENO + 1; number < 1024; ++number) {
+        [[maybe_unused]] const ssize_t ignored = ::write(number, bytes.data(), bytes.size());
+    }
+}
+
+TEST(CheckProcessTest, AVerdictCannotBeMadeByWritingToInheritedDescriptors) {
+    const std::string ending = "ended with exit status 0 after writing to a descriptor that is not its own";
+    for (const std::string_view bytes :
+         {std::string_view("\0", 1), std::string_view("\1", 1), std::string_view("x")}) {
+        expectVerdict(outcomeOf([&](const auto&) {
+                          writeToAllInherited(bytes);
+                          ::_exit(0);
+                      }),
+                      Result::Crash, ending);
+        for (const bool isFirst : {true, false}) {
+            expectVerdict(outcomeOf([&](const auto& announce) {
+                              if (isFirst) {
+                                  writeToAllInherited(bytes);
+                              }
+                              announce(pass);
+                              if (!isFirst) {
+                                  writeToAllInherited(bytes);
+                              }
+                          }),
+                          Result::Crash, ending);
+        }
+    }
+}
+
+TEST(CheckProcessTest, ACheckThatClosesLowDescriptorsIsStillHeard) {
+    const CheckOutcome outcome = outcomeOf([](const auto& announce) {
+        for (int number = STDERR_FILENO + 1; number < 256; ++number) {
+            ::close(number);
+        }
+        announce({Result::Fail, "the reason"});
+    });
+    expectVerdict(outcome, Result::Fail, "the reason");
+}
+
+TEST(CheckProcessTest, ACheckThatClosesAllDescriptorsHasNoVerdict) {
+    const CheckOutcome outcome = outcomeOf([](const auto& announce) {
+        ::close_range(STDERR_FILENO + 1, ~0U, 0);
+        std::signal(SIGABRT, SIG_DFL);
+        announce(pass);
+    });
+    EXPECT_EQ(outcome.result, Result::Crash);
+}
+
 TEST(CheckProcessTest, ThereIsNothingToRead) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         std::string line;
