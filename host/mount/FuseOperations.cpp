@@ -1,5 +1,6 @@
 #include "host/mount/FuseOperations.h"
 
+#include "host/mount/ChangeGate.h"
 #include "host/mount/EntryName.h"
 #include "host/mount/ErrnoError.h"
 #include "host/mount/KernelTime.h"
@@ -23,8 +24,17 @@ constexpr double forever = std::numeric_limits<int>::max();
 constexpr unsigned nanosecondsKept = 1000; ///< storages keep microseconds
 constexpr unsigned pendingRequests = 64;   ///< of reading ahead and writing back
 
+RequestContext& contextOf(fuse_req_t request) {
+    return *static_cast<RequestContext*>(fuse_req_userdata(request));
+}
+
 MountedStorage& storageOf(fuse_req_t request) {
-    return *static_cast<MountedStorage*>(fuse_req_userdata(request));
+    return contextOf(request).storage;
+}
+
+/// @throws ErrnoError EROFS while changes by programs are refused
+ChangeGate::Passage requirePassage(fuse_req_t request) {
+    return {contextOf(request).gate, ChangeGate::Origin::Program};
 }
 
 /// The kernel's number of an inode is its address, but for the root.
@@ -39,6 +49,15 @@ FolderInode& folderOf(fuse_req_t request, fuse_ino_t number) {
 
 FileInode& fileOf(fuse_req_t request, fuse_ino_t number) {
     return static_cast<FileInode&>(inodeOf(request, number));
+}
+
+/// While changes are refused, the kernel must ask for the attributes of a file before each write, see `getAttributes`. So it
+/// may not take them from another reply: it ignores attributes that were invalidated while it waited for them.
+void keepAttributesInvalid(fuse_req_t request, fuse_ino_t number) {
+    const RequestContext& context = contextOf(request);
+    if (context.gate.isClosed()) {
+        invalidateAttributesOf(context.session, number);
+    }
 }
 
 fuse_entry_param entryOf(const MountedStorage::Found& found) {
@@ -98,7 +117,11 @@ void startUp(void*, fuse_conn_info* connection) {
 }
 
 void lookUp(fuse_req_t request, fuse_ino_t parent, const char* name) {
-    answerEntry(request, [&] { return storageOf(request).lookUp(folderOf(request, parent), name); });
+    answerEntry(request, [&] {
+        const MountedStorage::Found found = storageOf(request).lookUp(folderOf(request, parent), name);
+        keepAttributesInvalid(request, reinterpret_cast<fuse_ino_t>(found.inode));
+        return found;
+    });
 }
 
 void forget(fuse_req_t request, fuse_ino_t number, std::uint64_t references) {
@@ -113,8 +136,14 @@ void forgetMany(fuse_req_t request, std::size_t count, fuse_forget_data* forgott
     fuse_reply_none(request);
 }
 
-void getAttributes(fuse_req_t request, fuse_ino_t number, fuse_file_info*) {
+/// The kernel refers to an open file when it asks on behalf of a write. Other writes are not refused until they arrive here,
+/// when the program has been told of success.
+void getAttributes(fuse_req_t request, fuse_ino_t number, fuse_file_info* openFile) {
     answer(request, [&] {
+        if (openFile != nullptr && contextOf(request).gate.isClosed()) {
+            throw ErrnoError(EROFS);
+        }
+        keepAttributesInvalid(request, number);
         const struct stat status = storageOf(request).status(inodeOf(request, number));
         fuse_reply_attr(request, &status, forever);
     });
@@ -147,12 +176,21 @@ AttributeChange changeOf(const struct stat& attributes, int wanted) {
     return change;
 }
 
+/// The kernel sends the times of files that were written late, like their content.
+ChangeGate::Origin originOf(int wantedChanges) {
+    constexpr int timesOfWrites = FUSE_SET_ATTR_MTIME | FUSE_SET_ATTR_CTIME;
+    return (wantedChanges & ~timesOfWrites) == 0 ? ChangeGate::Origin::KernelCache
+                                                 : ChangeGate::Origin::Program;
+}
+
 void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attributes, int wanted,
                    fuse_file_info*) {
     answer(request, [&] {
+        const ChangeGate::Passage passage(contextOf(request).gate, originOf(wanted));
         if ((wanted & FUSE_SET_ATTR_CTIME) != 0) {
             noteKernelTimestamp(attributes->st_ctim);
         }
+        keepAttributesInvalid(request, number);
         const struct stat status =
             storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted));
         fuse_reply_attr(request, &status, forever);
@@ -165,6 +203,7 @@ void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mo
         if (!S_ISREG(mode)) {
             throw ErrnoError(EPERM);
         }
+        const auto passage = requirePassage(request);
         return storageOf(request).makeFile(folderOf(request, parent), name,
                                            mode & ~static_cast<mode_t>(S_IFMT));
     });
@@ -172,17 +211,24 @@ void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mo
 
 void makeFolder(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode) {
     answerEntry(request, [&] {
+        const auto passage = requirePassage(request);
         return storageOf(request).makeFolder(folderOf(request, parent), name,
                                              mode & ~static_cast<mode_t>(S_IFMT));
     });
 }
 
 void removeFile(fuse_req_t request, fuse_ino_t parent, const char* name) {
-    answerDone(request, [&] { storageOf(request).removeFile(folderOf(request, parent), name); });
+    answerDone(request, [&] {
+        const auto passage = requirePassage(request);
+        storageOf(request).removeFile(folderOf(request, parent), name);
+    });
 }
 
 void removeFolder(fuse_req_t request, fuse_ino_t parent, const char* name) {
-    answerDone(request, [&] { storageOf(request).removeFolder(folderOf(request, parent), name); });
+    answerDone(request, [&] {
+        const auto passage = requirePassage(request);
+        storageOf(request).removeFolder(folderOf(request, parent), name);
+    });
 }
 
 /// Asked only when permissions are nobody's concern but the superuser's, who may do everything but run what is no
@@ -211,6 +257,7 @@ void rename(fuse_req_t request, fuse_ino_t parent, const char* name, fuse_ino_t 
         if ((flags & ~static_cast<unsigned>(RENAME_NOREPLACE)) != 0) {
             throw ErrnoError(EINVAL);
         }
+        const auto passage = requirePassage(request);
         storageOf(request).rename(folderOf(request, parent), name, folderOf(request, newParent), newName,
                                   flags == RENAME_NOREPLACE ? MountedStorage::Replacement::Refused
                                                             : MountedStorage::Replacement::Allowed);
@@ -235,8 +282,11 @@ void read(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset,
 }
 
 void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t size, off_t offset,
-           fuse_file_info*) {
+           fuse_file_info* file) {
     answer(request, [&] {
+        const ChangeGate::Passage passage(contextOf(request).gate, file->writepage != 0
+                                                                       ? ChangeGate::Origin::KernelCache
+                                                                       : ChangeGate::Origin::Program);
         storageOf(request).write(fileOf(request, number), static_cast<std::uint64_t>(offset),
                                  std::span(bytes, size));
         fuse_reply_write(request, size);
@@ -249,13 +299,19 @@ void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off
         if (mode != 0) {
             throw ErrnoError(EOPNOTSUPP);
         }
+        const auto passage = requirePassage(request);
         storageOf(request).ensureSize(fileOf(request, number), static_cast<std::uint64_t>(offset + length));
     });
 }
 
-void listFolder(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t position,
-                MountedStorage::ListingDetail detail) {
+enum class ListingForm { Plain, WithAttributes };
+
+void listFolder(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t position, ListingForm form) {
     answer(request, [&] {
+        using Detail = MountedStorage::ListingDetail;
+        // See keepAttributesInvalid.
+        const bool isCounted = form == ListingForm::WithAttributes && !contextOf(request).gate.isClosed();
+        const Detail detail = isCounted ? Detail::Attributes : Detail::Names;
         const auto buffer = std::make_unique_for_overwrite<char[]>(size);
         std::size_t used = 0;
         const auto add = [&](const std::string& name, const MountedStorage::Found& found,
@@ -263,8 +319,9 @@ void listFolder(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t p
             char* const room = buffer.get() + used;
             const auto end = static_cast<off_t>(next);
             std::size_t taken = 0;
-            if (detail == MountedStorage::ListingDetail::Attributes) {
-                const fuse_entry_param entry = entryOf(found);
+            if (form == ListingForm::WithAttributes) {
+                fuse_entry_param entry = entryOf(found);
+                entry.ino = isCounted ? entry.ino : 0; // the kernel takes only name and type then
                 taken = fuse_add_direntry_plus(request, room, size - used, name.c_str(), &entry, end);
             } else {
                 taken = fuse_add_direntry(request, room, size - used, name.c_str(), &found.status, end);
@@ -281,12 +338,12 @@ void listFolder(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t p
 }
 
 void listNames(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t position, fuse_file_info*) {
-    listFolder(request, number, size, position, MountedStorage::ListingDetail::Names);
+    listFolder(request, number, size, position, ListingForm::Plain);
 }
 
 void listAttributes(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t position,
                     fuse_file_info*) {
-    listFolder(request, number, size, position, MountedStorage::ListingDetail::Attributes);
+    listFolder(request, number, size, position, ListingForm::WithAttributes);
 }
 
 void getSpace(fuse_req_t request, fuse_ino_t) {
@@ -305,6 +362,12 @@ void getSpace(fuse_req_t request, fuse_ino_t) {
 }
 
 } // namespace
+
+void invalidateAttributesOf(fuse_session* session, fuse_ino_t number) {
+    constexpr off_t noContent = -1;
+    fuse_lowlevel_notify_inval_inode(session, number, noContent,
+                                     0); // fails if the kernel does not know the inode
+}
 
 const fuse_lowlevel_ops& fuseOperations() {
     static const fuse_lowlevel_ops operations = [] {

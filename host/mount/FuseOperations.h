@@ -7,7 +7,21 @@
 
 namespace storage::host {
 
-/// The kernel's requests to a mounted storage, one function each. The session's user data is the `MountedStorage`.
+class ChangeGate;
+class MountedStorage;
+
+/// What requests work on: the user data of a session. Borrows all of it. A value.
+struct RequestContext {
+    MountedStorage& storage;
+    ChangeGate& gate;
+    fuse_session* session; ///< the session itself
+};
+
+/// The kernel's requests to a mounted storage, one function each.
 const fuse_lowlevel_ops& fuseOperations();
+
+/// Makes the kernel ask for an inode's attributes before it uses them again.
+/// @param number  the inode's number for the kernel
+void invalidateAttributesOf(fuse_session* session, fuse_ino_t number);
 
 } // namespace storage::host

@@ -69,14 +69,16 @@ std::string libraryOptions(const MountOptions& options) {
 
 } // namespace
 
-FuseSession::FuseSession(MountedStorage& storage, const MountOptions& options) {
+FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, const MountOptions& options)
+    : context_{storage, gate, nullptr} {
     refuseUnmountable(options.mountPoint);
     std::array<std::string, 3> words{"qzstorage", "-o", libraryOptions(options)};
     std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};
     fuse_args arguments{static_cast<int>(pointers.size()), pointers.data(), 0};
     const CapturedErrors errors; // the library and its helper program print theirs
-    session_.reset(fuse_session_new(&arguments, &fuseOperations(), sizeof(fuse_lowlevel_ops), &storage));
+    session_.reset(fuse_session_new(&arguments, &fuseOperations(), sizeof(fuse_lowlevel_ops), &context_));
     fuse_opt_free_args(&arguments);
+    context_.session = session_.get();
     if (!session_ || fuse_session_mount(session_.get(), options.mountPoint.c_str()) != 0) {
         throw CommandError(options.mountPoint, "cannot be mounted: " + errors.firstLine());
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/mount/ChangeGate.h"
 #include "host/mount/FuseOperations.h"
 #include "host/mount/MountOptions.h"
 #include "host/mount/MountPlace.h"
@@ -11,12 +12,12 @@ namespace storage::host {
 
 /// A storage mounted at a folder of the disk, from construction to destruction.
 ///
-/// Owns the connection to the kernel and the mount; borrows the storage. Thread safety: one object is for one thread,
+/// Owns the connection to the kernel and the mount; borrows storage and gate. Thread safety: one object is for one thread,
 /// but `device` is for any number.
 class FuseSession {
 public:
     /// @throws CommandError when the storage cannot be mounted there
-    FuseSession(MountedStorage& storage, const MountOptions& options);
+    FuseSession(MountedStorage& storage, ChangeGate& gate, const MountOptions& options);
 
     /// Unmounts, unless that has been done. Programs that still have files open there find them gone.
     ~FuseSession();
@@ -34,6 +35,7 @@ private:
         void operator()(fuse_session* session) const noexcept { fuse_session_destroy(session); }
     };
 
+    RequestContext context_;
     std::unique_ptr<fuse_session, Destroy> session_;
     MountPlace place_;
 };

@@ -2,7 +2,6 @@
 
 #include "host/support/Interruption.h"
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <poll.h>
@@ -11,8 +10,6 @@
 namespace storage::host {
 
 namespace {
-
-constexpr std::chrono::seconds longestDrain(20);
 
 /// Blocks all signals in the calling thread, and in threads that it starts, as long as it lives.
 class BlockedSignals {
@@ -64,10 +61,6 @@ FuseWorkers::End FuseWorkers::waitForEnd() const {
     while (Interruption::pending() == 0 && ::ppoll(&waiting, 1, nullptr, &blocked.before()) <= 0) {
     }
     return Interruption::pending() == 0 ? End::Unmounted : End::Interrupted;
-}
-
-void FuseWorkers::drain() {
-    scheduler_.drain(longestDrain);
 }
 
 void FuseWorkers::stop() {

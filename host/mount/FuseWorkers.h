@@ -3,6 +3,7 @@
 #include "host/mount/FuseDevice.h"
 #include "host/mount/RequestScheduler.h"
 
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -28,9 +29,12 @@ public:
     /// Waits until the mount has been taken away or a signal arrives that `Interruption` handles.
     End waitForEnd() const;
 
-    /// Waits until all requests are processed, so that what the kernel wrote back has arrived. Gives up on programs that
-    /// never stop making requests.
-    void drain();
+    /// Waits until all requests are processed, so that what the kernel wrote back has arrived.
+    /// @param longest  for programs that never stop making requests
+    RequestScheduler::Drained drain(std::chrono::milliseconds longest) { return scheduler_.drain(longest); }
+
+    /// Whether the mount has been taken away.
+    bool hasEnded() const noexcept { return device_.hasEnded(); }
 
     /// Ends the threads, each after the request that it processes.
     void stop();

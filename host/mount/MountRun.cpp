@@ -3,15 +3,15 @@
 #include "host/console/RunReported.h"
 #include "host/disk/DiskEntry.h"
 #include "host/mount/BackgroundStart.h"
+#include "host/mount/ExitExport.h"
 #include "host/mount/FuseSession.h"
 #include "host/mount/FuseWorkers.h"
+#include "host/mount/MountEnding.h"
 #include "host/mount/MountedModes.h"
 #include "host/mount/MountedStorage.h"
 #include "host/plugin/PluginLibrary.h"
 #include "host/session/ImportLog.h"
 #include "host/support/CommandError.h"
-#include "host/transfer/DiskDestination.h"
-#include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
 
 #include <filesystem>
@@ -20,7 +20,6 @@
 #include <ostream>
 #include <sys/statvfs.h>
 #include <unistd.h>
-#include <vector>
 
 namespace storage::host {
 
@@ -52,32 +51,11 @@ EntryModes importContent(const IProvider& provider, Console& console, const Inte
     return modes;
 }
 
-/// What cannot be exported at the end is better known before anything is in the storage.
-void refuseUnwritable(const std::string& path) {
-    const bool exists = std::filesystem::exists(path);
-    const std::string folder = exists ? path : std::filesystem::path(path).parent_path().string();
-    if (exists && !std::filesystem::is_directory(path)) {
-        throw CommandError(path, "not a folder; the storage's content could not be exported there");
-    }
-    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw diskError(folder, errno);
-    }
-}
-
 /// What the mount knows of names would not be true of a storage for which others are the same.
 void refuseCaseInsensitive(const IProvider& provider, const std::string& plugin) {
     if (provider.doGetFilenameSensitivity(StorageIRI(u"/")) != FilenameSensitivity::CaseSensitive) {
         throw CommandError(plugin, "a storage that ignores the case of names cannot be mounted");
     }
-}
-
-/// Reports to the console what could not be exported.
-void exportContent(const IProvider& provider, MountedStorage& storage, Console& console,
-                   const Interruption& interruption, const std::string& path) {
-    DiskDestination destination(path, 1);
-    Exporter exporter(provider, console, interruption,
-                      [&](const StoragePath& entry) { return modeOf(storage, entry); });
-    exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));
 }
 
 /// Asks the mount something: the answer means that programs get answers too.
@@ -119,8 +97,9 @@ public:
     ExitStatus run(const PluginLibrary& library) {
         const LoadedProvider provider = library.buildProvider();
         refuseCaseInsensitive(*provider, library.path());
+        std::optional<ExitExport> exitExport;
         if (options_.exportTo) {
-            refuseUnwritable(*options_.exportTo);
+            exitExport.emplace(*options_.exportTo, *provider, console_, interruption_);
         }
         std::optional<EntryModes> imported;
         if (options_.importFrom) {
@@ -131,34 +110,20 @@ public:
             adoptModes(storage, *imported);
             imported.reset();
         }
-        serve(storage);
-        if (options_.exportTo) {
-            interruption_.clear(); // what ended the mount does not end the export too
-            console_.attempt(*options_.exportTo, [&] {
-                exportContent(*provider, storage, console_, interruption_, *options_.exportTo);
-            });
-        }
+        serve(storage, exitExport ? &*exitExport : nullptr);
         provider->doShutdown();
         return console_.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
     }
 
 private:
-    void serve(MountedStorage& storage) {
-        const FuseSession session(storage, options_);
+    void serve(MountedStorage& storage, const ExitExport* exitExport) {
+        ChangeGate gate;
+        const FuseSession session(storage, gate, options_);
         FuseWorkers workers(session, storage.reserve(), options_.threads);
         requireAnswer(options_.mountPoint);
         session.place().raiseWriteBackLimit();
         announce();
-        if (workers.waitForEnd() == FuseWorkers::End::Interrupted) {
-            if (!session.place().writeBack()) {
-                console_.report(
-                    {options_.mountPoint, "something is mounted over it: what was not yet saved is lost"});
-            }
-            workers.drain();
-            session.place().takeAway(); // which sends the rest, if nobody uses it
-        }
-        workers.stop();
-        finish(storage);
+        MountEnding(options_.mountPoint, session, workers, storage, gate, exitExport, console_).run();
     }
 
     void announce() {
@@ -169,16 +134,6 @@ private:
             console_.out() << "mounted at " << options_.mountPoint << "; Ctrl-C or 'fusermount3 -u' ends it\n"
                            << std::flush;
         }
-    }
-
-    /// Whatever fails here, what can be exported is.
-    void finish(MountedStorage& storage) {
-        console_.attempt(options_.mountPoint, [&] {
-            for (const Failure& failure : storage.settle()) {
-                console_.report(
-                    {failure.path, "its end or its time is not as it was seen: " + failure.reason});
-            }
-        });
     }
 
     const MountOptions options_;

@@ -119,6 +119,17 @@ void MountedStorage::complete(FolderInode& folder) {
     tree.complete(folder);
 }
 
+std::vector<const FileInode*> MountedStorage::referencedFiles() {
+    std::vector<const FileInode*> files;
+    const SharedTree tree(tree_);
+    tree.forEachKnownFile([&](const FileInode& file) {
+        if (file.references > 0) {
+            files.push_back(&file);
+        }
+    });
+    return files;
+}
+
 std::vector<Failure> MountedStorage::settle() {
     std::vector<Failure> failures;
     const ExclusiveTree tree(tree_);

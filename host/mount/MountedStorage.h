@@ -83,7 +83,11 @@ public:
     /// To be released while a request is processed that cannot make the storage grow.
     MemoryReserve& reserve() noexcept { return space_.reserve(); }
 
-    /// Makes the storage equal to what programs saw. Called at the end, after the last operation.
+    /// The files that the kernel refers to and that are not removed. They may be destroyed meanwhile: their addresses are
+    /// their numbers for the kernel, and nothing else.
+    std::vector<const FileInode*> referencedFiles();
+
+    /// Makes the storage equal to what programs saw. Called while no program changes anything.
     /// @return the files for which that failed: with slack after their end, or with another time
     std::vector<Failure> settle();
 

@@ -1,16 +1,11 @@
-#include "tests/support/ProgramRun.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/host/mount/MountingTest.h"
 #include "tests/support/TreeContents.h"
 #include "tests/support/Unprivileged.h"
 
-#include <array>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <gmock/gmock.h>
-#include <optional>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -22,121 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::MatchesRegex;
-
-bool runs(const std::string& line) {
-    return std::system((line + " >/dev/null 2>&1").c_str()) == 0; // NOLINT(cert-env33-c)
-}
-
-/// Whether the kernel lets a superuser mount anything of this kind here, as containers often may not.
-bool mayMount(int device) {
-    const TemporaryFolder folder;
-    const std::string options = "fd=" + std::to_string(device) + ",rootmode=40000,user_id=0,group_id=0";
-    const bool isMounted =
-        ::mount("test", folder.path().c_str(), "fuse", MS_NOSUID | MS_NODEV, options.c_str()) == 0;
-    if (isMounted) {
-        ::umount2(folder.path().c_str(), MNT_DETACH);
-    }
-    return isMounted;
-}
-
-/// Why nothing can be mounted on this machine, or nothing.
-std::optional<std::string> obstacle() {
-    const int device = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
-    if (device < 0) {
-        return "/dev/fuse is missing or may not be opened, so nothing can be mounted here";
-    }
-    const bool isPermitted = ::geteuid() != 0 || mayMount(device);
-    ::close(device);
-    if (!isPermitted) {
-        return "mounting is not permitted here";
-    }
-    return runs("command -v fusermount3") ? std::nullopt : std::optional("fusermount3 is missing");
-}
-
-/// For the preparation of a ProgramRun: a program that does not end by itself when it should, and holds up everybody who
-/// uses its mount, is ended all the same.
-void limitTime() {
-    constexpr unsigned patience = 120; // seconds, many times what any test here takes
-    ::alarm(patience);
-}
-
-/// The program as it mounts, from its start to its end.
-class MountProgramTest : public testing::Test {
-protected:
-    using Words = std::vector<std::string>;
-
-    void TearDown() override { // what a broken program leaves behind would hinder the tidying up
-        if (isMounted()) {
-            ADD_FAILURE() << "the mount is still there";
-            runs("fusermount3 -u -z " + mountPoint_);
-        }
-    }
-
-    bool isMounted() const {
-        struct stat inside {};
-        struct stat outside {};
-        return ::stat(mountPoint_.c_str(), &inside) != 0 || ::stat(disk_.path().c_str(), &outside) != 0 ||
-               inside.st_dev != outside.st_dev;
-    }
-
-    bool unmount() const { return runs("fusermount3 -u " + mountPoint_); }
-
-    std::string inside(const std::string& name) const { return mountPoint_ + '/' + name; }
-
-    static void write(const std::string& path, const std::string& content) {
-        std::ofstream(path, std::ios::binary) << content;
-    }
-
-    TemporaryFolder disk_;
-    const std::string mountPoint_ = disk_.makeFolder("mount");
-};
-
-/// The same where the machine lets it come so far.
-class MountingTest : public MountProgramTest {
-protected:
-    void SetUp() override {
-        if (const auto reason = obstacle()) {
-            GTEST_SKIP() << *reason;
-        }
-    }
-
-    /// Runs the program in the foreground, and something else as soon as it has said that it is mounted.
-    ProgramRun runMounted(const Words& options, const ProgramRun::Company& whenMounted) {
-        Words words{"mount", mountPoint_};
-        words.insert(words.end(), options.begin(), options.end());
-        std::array<int, 2> pipe{};
-        EXPECT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
-        const auto prepare = [&] {
-            ::dup2(pipe[1], STDOUT_FILENO);
-            limitTime();
-        };
-        const auto accompany = [&](pid_t process) {
-            ::close(pipe[1]);
-            readAnnouncement(pipe[0]);
-            ::close(pipe[0]);
-            if (said_.ends_with("ends it\n")) {
-                EXPECT_TRUE(isMounted());
-                whenMounted(process);
-            }
-        };
-        return {words, "", prepare, accompany};
-    }
-
-    /// Until the program ends, or has said that it is mounted.
-    void readAnnouncement(int descriptor) {
-        said_.clear();
-        for (char byte = 0; !said_.ends_with("ends it\n") && ::read(descriptor, &byte, 1) == 1;) {
-            said_ += byte;
-        }
-    }
-
-    static void expectSuccess(const ProgramRun& run) {
-        EXPECT_EQ(run.status(), 0);
-        EXPECT_EQ(run.errors(), "");
-    }
-
-    std::string said_;
-};
 
 TEST_F(MountProgramTest, WrongUsageIsOneLineAndStatusTwo) {
     for (const Words& words : {Words{"mount"},
@@ -427,19 +307,6 @@ TEST_F(MountingTest, WhatStoragesDoNotHaveIsRefusedByItsNumber) {
         ::kill(process, SIGINT);
     });
     expectSuccess(run);
-}
-
-TEST_F(MountingTest, AnExportThatFailsIsReported) {
-    const std::string out = disk_ / "out";
-    const ProgramRun run = runMounted({"--export-on-exit", out}, [&](pid_t process) {
-        write(inside("f"), "content");
-        write(out, "in the way");
-        ::kill(process, SIGINT);
-    });
-    EXPECT_EQ(run.status(), 1);
-    EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: mount: [^\n]*\n"));
-    EXPECT_EQ(readFile(out), "in the way");
-    EXPECT_FALSE(isMounted());
 }
 
 TEST_F(MountingTest, TwoStoragesCanBeMountedAtOnce) {

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "host/mount/Mutex.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace storage::host {
+
+/// Lets requests change a mounted storage, or refuses them while the content is being exported.
+///
+/// What programs wrote before the gate was closed comes from the kernel's cache afterwards. It is let through, and counted:
+/// an export that began earlier may lack it. Thread-safe.
+class ChangeGate {
+public:
+    enum class Origin {
+        Program,     ///< a program waits for the reply
+        KernelCache, ///< a program has been told of success already
+    };
+
+    /// Permission for one change, as long as it lives.
+    class Passage {
+    public:
+        /// @throws ErrnoError EROFS for changes by programs while the gate is closed
+        Passage(ChangeGate& gate, Origin origin);
+
+    private:
+        const SharedScopedLock lock_;
+    };
+
+    /// Refuses changes by programs from now on. Waits for those under way.
+    void close();
+    void open();
+
+    bool isClosed() const noexcept { return closed_; }
+
+    /// Number of changes from the kernel's cache since the gate was first closed.
+    std::uint64_t lateChanges() const noexcept { return lateChanges_; }
+
+private:
+    SharedMutex mutex_;               ///< shared by changes, exclusive to close the gate
+    std::atomic<bool> closed_{false}; ///< set while the mutex is held exclusively
+    std::atomic<std::uint64_t> lateChanges_{0};
+};
+
+} // namespace storage::host

@@ -1,0 +1,46 @@
+#include "host/mount/ExitExport.h"
+
+#include "host/mount/MountedModes.h"
+#include "host/support/CommandError.h"
+#include "host/transfer/DiskDestination.h"
+#include "host/transfer/Exporter.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <unistd.h>
+#include <utility>
+
+namespace storage::host {
+
+namespace {
+
+/// What cannot be exported at the end is better known before anything is in the storage.
+void refuseUnwritable(const std::string& path) {
+    const bool exists = std::filesystem::exists(path);
+    const std::string folder = exists ? path : std::filesystem::path(path).parent_path().string();
+    if (exists && !std::filesystem::is_directory(path)) {
+        throw CommandError(path, "not a folder; the storage's content could not be exported there");
+    }
+    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
+        throw diskError(folder, errno);
+    }
+}
+
+} // namespace
+
+ExitExport::ExitExport(std::string target, const IProvider& provider, Console& console,
+                       const Interruption& interruption)
+    : target_(std::move(target)), provider_(provider), console_(console), interruption_(interruption) {
+    refuseUnwritable(target_);
+}
+
+void ExitExport::run(MountedStorage& storage) const {
+    console_.attempt(target_, [&] {
+        DiskDestination destination(target_, 1);
+        Exporter exporter(provider_, console_, interruption_,
+                          [&](const StoragePath& entry) { return modeOf(storage, entry); });
+        exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));
+    });
+}
+
+} // namespace storage::host

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "host/console/Console.h"
+#include "host/mount/ChangeGate.h"
+#include "host/mount/ExitExport.h"
+#include "host/mount/FuseSession.h"
+#include "host/mount/FuseWorkers.h"
+#include "host/mount/MountFreeze.h"
+#include "host/mount/MountedStorage.h"
+#include "host/support/Interruption.h"
+
+#include <string>
+
+namespace storage::host {
+
+/// Ends a mount without losing what programs wrote: unless it was unmounted already, it goes only when its content is
+/// exported.
+///
+/// Borrows all that it is made with; workers must be serving. Thread safety: one object is for one thread.
+class MountEnding {
+public:
+    /// @param exitExport  null if the content is not to be exported
+    MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
+                MountedStorage& storage, ChangeGate& gate, const ExitExport* exitExport, Console& console);
+
+    /// Waits until the mount is to end, and ends it. Reports to the console what went wrong.
+    void run();
+
+private:
+    enum class Saved { Yes, No };
+
+    Saved tryToEnd();
+    void flush(MountFreeze& freeze);
+    Saved save();
+    void settle();
+    void giveUp();
+
+    const std::string mountPoint_;
+    const FuseSession& session_;
+    FuseWorkers& workers_;
+    MountedStorage& storage_;
+    ChangeGate& gate_;
+    const ExitExport* const exitExport_;
+    Console& console_;
+};
+
+} // namespace storage::host

@@ -1,0 +1,46 @@
+#include "host/mount/MountFreeze.h"
+
+#include <chrono>
+
+namespace storage::host {
+
+namespace {
+
+/// Programs that never stop reading keep the workers busy. The kernel sends what it holds back in order, so when none of it
+/// has come for this long, there is none.
+constexpr std::chrono::seconds longestPause(1);
+
+} // namespace
+
+MountFreeze::MountFreeze(const FuseSession& session, FuseWorkers& workers, MountedStorage& storage,
+                         ChangeGate& gate)
+    : session_(session), workers_(workers), storage_(storage), gate_(gate) {
+    gate_.close();
+}
+
+MountFreeze::~MountFreeze() {
+    gate_.open();
+}
+
+MountFreeze::Reached MountFreeze::flush() {
+    invalidateAttributes();
+    const bool reached = session_.place().writeBack();
+    drain();
+    return reached ? Reached::Yes : Reached::No;
+}
+
+void MountFreeze::invalidateAttributes() {
+    for (const FileInode* const file : storage_.referencedFiles()) {
+        invalidateAttributesOf(session_.device(), reinterpret_cast<fuse_ino_t>(file));
+    }
+}
+
+/// The kernel hands over what it wrote back, but syncfs(2) does not wait until it has arrived.
+void MountFreeze::drain() {
+    std::uint64_t before = 0;
+    do {
+        before = gate_.lateChanges();
+    } while (workers_.drain(longestPause) == RequestScheduler::Drained::No && gate_.lateChanges() != before);
+}
+
+} // namespace storage::host

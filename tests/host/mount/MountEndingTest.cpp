@@ -1,0 +1,158 @@
+#include "tests/host/mount/MountingTest.h"
+#include "tests/support/ProcessState.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <gmock/gmock.h>
+#include <memory>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using storage::host::ChildProcess;
+using testing::HasSubstr;
+
+/// How a mount ends: what programs wrote is exported before it goes.
+class MountEndingTest : public MountingTest {
+protected:
+    const std::string out_ = disk_ / "out";
+};
+
+bool comesTrue(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!condition() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    return condition();
+}
+
+/// What a program that is running has written to its standard error stream.
+std::string errorsOf(pid_t process) {
+    return readFile("/proc/" + std::to_string(process) + "/fd/2");
+}
+
+/// Appends lines to a file until that fails, and writes to another one how many were accepted, and why no more.
+void appendLines(const std::string& path, const std::string& report) {
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    unsigned long accepted = 0;
+    while (::write(file, "line\n", 5) == 5) {
+        ++accepted;
+    }
+    const int error = errno;
+    const int result = ::open(report.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    dprintf(result, "%lu %d", accepted, error);
+    ::close(result);
+}
+
+TEST_F(MountEndingTest, WhatProgramsWroteBeforeASignalIsExported) {
+    constexpr int writers = 3;
+    constexpr off_t enough = 100'000; // bytes, most of which the kernel still holds back
+    for (int round = 0; round < 3; ++round) {
+        const std::string out = out_ + std::to_string(round);
+        const auto report = [&](int writer) { return out + "-report" + std::to_string(writer); };
+        std::vector<std::unique_ptr<ChildProcess>> programs;
+        expectSuccess(runMounted({"--export-on-exit", out}, [&](pid_t process) {
+            for (int i = 0; i < writers; ++i) {
+                const std::string path = inside(std::to_string(i));
+                programs.push_back(std::make_unique<ChildProcess>([=] { appendLines(path, report(i)); }));
+                EXPECT_TRUE(comesTrue([&] {
+                    struct stat status {};
+                    return ::stat(path.c_str(), &status) == 0 && status.st_size > enough;
+                }));
+            }
+            ::kill(process, SIGTERM);
+        }));
+        for (int i = 0; i < writers; ++i) {
+            waitForEnd(*programs[static_cast<std::size_t>(i)]);
+            unsigned long accepted = 0;
+            int error = 0;
+            ASSERT_EQ(std::sscanf(readFile(report(i)).c_str(), "%lu %d", &accepted, &error), 2);
+            EXPECT_EQ(fs::file_size(out + '/' + std::to_string(i)), 5 * accepted) << "writer " << i;
+            EXPECT_THAT(error, testing::AnyOf(EROFS, ENOTCONN, ECONNABORTED)) << "writer " << i;
+        }
+    }
+}
+
+/// The export is held up by a target that does not answer.
+TEST_F(MountEndingTest, WhileItExportsProgramsReadAndTheirChangesFail) {
+    const std::string slow = disk_.makeFolder("slow");
+    disk_.write("in/seen", "seen");
+    disk_.write("in/unseen", "unseen");
+    expectSuccess(runMountedAt(slow, {}, [&](pid_t target) {
+        fs::create_directory(slow + "/out");
+        const Words options{"--import", disk_ / "in", "--export-on-exit", slow + "/out"};
+        expectSuccess(runMounted(options, [&](pid_t process) {
+            const int seen = ::open(inside("seen").c_str(), O_RDWR | O_APPEND | O_CLOEXEC);
+            ::kill(target, SIGSTOP);
+            ::kill(process, SIGTERM);
+            EXPECT_TRUE(comesTrue([&] {
+                return ::mkdir(inside("new").c_str(), 0700) != 0 ? errno == EROFS
+                                                                 : ::rmdir(inside("new").c_str()) != 0;
+            }));
+            for (int i = 0; i < 2; ++i) { // what is asked in between does not let the next write through
+                EXPECT_EQ(::write(seen, "x", 1), -1);
+                EXPECT_EQ(errno, EROFS);
+                EXPECT_EQ(fs::file_size(inside("seen")), 4U);
+                EXPECT_EQ(readFile(inside("seen")), "seen");
+                EXPECT_EQ(namesIn(mountPoint_), "seen unseen");
+            }
+            EXPECT_EQ(readFile(inside("unseen")), "unseen");
+            EXPECT_EQ(::open(inside("new").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), -1);
+            EXPECT_EQ(errno, EROFS);
+            EXPECT_EQ(::truncate(inside("seen").c_str(), 0), -1);
+            EXPECT_EQ(errno, EROFS);
+            EXPECT_EQ(::rename(inside("seen").c_str(), inside("new").c_str()), -1);
+            EXPECT_EQ(errno, EROFS);
+            EXPECT_EQ(::unlink(inside("seen").c_str()), -1);
+            EXPECT_EQ(errno, EROFS);
+            EXPECT_EQ(::chmod(inside("seen").c_str(), 0600), -1);
+            EXPECT_EQ(errno, EROFS);
+            ::close(seen);
+            ::kill(target, SIGCONT);
+        }));
+        EXPECT_EQ(readFile(slow + "/out/seen"), "seen");
+        EXPECT_EQ(namesIn(slow + "/out"), "seen unseen");
+        ::kill(target, SIGTERM);
+    }));
+}
+
+TEST_F(MountEndingTest, AFailedExportLeavesTheMountUsableUntilASecondSignal) {
+    const ProgramRun run = runMounted({"--export-on-exit", out_}, [&](pid_t process) {
+        write(inside("f"), "content");
+        write(out_, "in the way");
+        ::kill(process, SIGINT);
+        EXPECT_TRUE(comesTrue([&] { return errorsOf(process).find("stays mounted") != std::string::npos; }));
+        EXPECT_TRUE(isMounted());
+        EXPECT_EQ(readFile(inside("f")), "content");
+        write(inside("f"), "more content");
+        EXPECT_EQ(readFile(inside("f")), "more content");
+        ::kill(process, SIGTERM);
+    });
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_THAT(run.errors(), HasSubstr("qzstorage: mount: " + out_ + ": a file is in the way\n"));
+    EXPECT_THAT(run.errors(), HasSubstr("given up"));
+    EXPECT_EQ(readFile(out_), "in the way");
+    EXPECT_FALSE(isMounted());
+}
+
+TEST_F(MountEndingTest, AFailedExportCanBeRepeatedOnceTheTargetIsRepaired) {
+    const ProgramRun run = runMounted({"--export-on-exit", out_}, [&](pid_t process) {
+        write(inside("f"), "content");
+        write(out_, "in the way");
+        ::kill(process, SIGTERM);
+        EXPECT_TRUE(comesTrue([&] { return errorsOf(process).find("stays mounted") != std::string::npos; }));
+        fs::remove(out_);
+        EXPECT_TRUE(unmount());
+    });
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(readFile(out_ + "/f"), "content");
+}
+
+} // namespace
