@@ -40,12 +40,13 @@ _qzstorage() {
         mount:-*)
             _qzstorage_words "--help --plugin --background --import --export-on-exit --read-only --allow-other --threads"
             ;;
+        unmount:-*) _qzstorage_words "--help --plugin" ;;
         validate:-*) _qzstorage_words "--help --plugin --profile --list --only --json --junit --seed --timeout" ;;
         inspect:-*) _qzstorage_words "--help --plugin --json" ;;
         run:* | validate:* | inspect:*) _qzstorage_paths f ;;
-        mount:*) _qzstorage_paths d ;;
+        mount:* | unmount:*) _qzstorage_paths d ;;
         :-*) _qzstorage_words "--help --version --plugin" ;;
-        :*) _qzstorage_words "shell run mount validate inspect" ;;
+        :*) _qzstorage_words "shell run mount unmount validate inspect" ;;
     esac
 }
 

@@ -2,6 +2,7 @@
 
 #include "host/inspect/InspectSyntax.h"
 #include "host/mount/MountSyntax.h"
+#include "host/mount/UnmountSyntax.h"
 #include "host/support/UsageError.h"
 #include "host/validate/ValidateSyntax.h"
 
@@ -24,7 +25,8 @@ constexpr const char* examples = R"(Examples:
   qzstorage run --keep-going job.qz   run all of it
   printf '%s\n' 'import /usr/include /include' "find /include -name '*.hpp'" check | qzstorage shell
   qzstorage --plugin ./libmyprovider.so shell
-  qzstorage mount --background ~/fast  mount it at a folder; 'fusermount3 -u ~/fast' ends it
+  qzstorage mount --background ~/fast  mount it at a folder
+  qzstorage unmount ~/fast            end the mount, and wait until its content is exported
   qzstorage validate ./libmyprovider.so  does it keep the rules that hosts rely on?
   qzstorage inspect ./libmyprovider.so   what is in it?
 
@@ -92,6 +94,7 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     app.add_option("--plugin", plugin, "The plug-in's shared library")->type_name("PATH");
     const LinesSyntax lines(app);
     const MountSyntax mount(app);
+    const UnmountSyntax unmount(app);
     const ValidateSyntax validate(app);
     const InspectSyntax inspect(app);
     app.footer(examples); // only now, as subcommands would take it over
@@ -112,6 +115,7 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     options.script = lines.script();
     options.failureHandling = lines.failureHandling();
     options.mount = mount.result();
+    options.unmount = unmount.result();
     options.validate = validate.result(plugin);
     options.inspect = inspect.result(plugin);
     if (options.validate) {
@@ -119,9 +123,9 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     } else if (options.inspect) {
         plugin = options.inspect->plugin;
     }
-    if (isEmpty(plugin) || isEmpty(options.script) ||
+    if (isEmpty(plugin) || isEmpty(options.script) || isEmpty(options.unmount) ||
         (options.validate && isEmpty(options.validate->junitFile))) {
-        throw UsageError("the path of a script, plug-in or report is empty");
+        throw UsageError("the path of a script, plug-in, mount point or report is empty");
     }
     options.plugin = plugin ? *plugin : defaultPlugin();
     return options;

@@ -17,6 +17,7 @@ struct ProgramOptions {
     std::optional<std::string> script; ///< path of the script; none for the standard input or a terminal
     FailureHandling failureHandling = FailureHandling::Stop;
     std::optional<MountOptions> mount;       ///< to be mounted instead of running lines
+    std::optional<std::string> unmount;      ///< mount point of a mount to be ended instead
     std::optional<ValidateOptions> validate; ///< to be held to the rules instead
     std::optional<InspectOptions> inspect;   ///< to be looked at instead
     std::optional<std::string> message;      ///< to be printed instead of running anything

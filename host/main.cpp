@@ -5,6 +5,7 @@
 #include "host/disk/FileDescriptor.h"
 #include "host/inspect/InspectRun.h"
 #include "host/mount/MountRun.h"
+#include "host/mount/UnmountRun.h"
 #include "host/plugin/PluginLibrary.h"
 #include "host/shell/DescriptorLineSource.h"
 #include "host/shell/Shell.h"
@@ -84,6 +85,9 @@ ExitStatus runTask(const ProgramOptions& options, Console& console) {
     }
     if (options.mount) {
         return runMount(options.plugin, *options.mount, console);
+    }
+    if (options.unmount) {
+        return runUnmount(*options.unmount, console);
     }
     if (options.validate) {
         return runValidate(options.plugin, *options.validate, checkCatalogue(), console);

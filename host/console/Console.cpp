@@ -22,6 +22,9 @@ void Console::beginCommand(std::string command) {
 void Console::report(const Failure& failure) {
     ++failures_;
     printLine(failure.path, failure.reason);
+    if (observer_ != nullptr) {
+        observer_->failed(failure);
+    }
 }
 
 void Console::notice(const std::string& path, const std::string& text) {
@@ -43,8 +46,13 @@ void Console::attempt(const std::string& path, const std::function<void()>& step
 }
 
 void Console::drawProgress(const std::string& line) {
-    err_ << "\r\033[K" << line << std::flush;
-    progressShown_ = true;
+    if (observer_ != nullptr) {
+        observer_->progressed(line);
+    }
+    if (errKind_ == OutputKind::Terminal) {
+        err_ << "\r\033[K" << line << std::flush;
+        progressShown_ = true;
+    }
 }
 
 void Console::clearProgress() {

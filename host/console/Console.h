@@ -16,6 +16,17 @@ enum class OutputKind {
     Plain,    ///< a file, a pipe or a test
 };
 
+/// Sees what a console says, also where nobody else does.
+class ConsoleObserver {
+public:
+    virtual ~ConsoleObserver() = default;
+
+    virtual void failed(const Failure& failure) = 0;
+
+    /// @param line  what a person would see of the progress of a transfer
+    virtual void progressed(const std::string& line) = 0;
+};
+
 /// Everything the program says: results on the output, failures and progress on the error stream, in an order
 /// that makes sense when both go to one place.
 ///
@@ -49,8 +60,11 @@ public:
     /// @param path  the path to name when the exception has none
     void attempt(const std::string& path, const std::function<void()>& step);
 
-    /// Whether the error stream has a place for a line that is rewritten again and again.
-    bool showsProgress() const noexcept { return errKind_ == OutputKind::Terminal; }
+    /// From here on the observer sees what is said, too; null for none. Borrows it.
+    void setObserver(ConsoleObserver* observer) noexcept { observer_ = observer; }
+
+    /// Whether there is a place for a line that is rewritten again and again.
+    bool showsProgress() const noexcept { return errKind_ == OutputKind::Terminal || observer_ != nullptr; }
 
     /// The error stream has no place for such a line any more.
     void showNoProgress() noexcept { errKind_ = OutputKind::Plain; }
@@ -68,6 +82,7 @@ private:
     std::string command_;
     std::size_t failures_ = 0;
     bool progressShown_ = false;
+    ConsoleObserver* observer_ = nullptr;
 };
 
 } // namespace storage::host

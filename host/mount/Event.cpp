@@ -17,4 +17,9 @@ void Event::happen() const noexcept {
     ::eventfd_write(descriptor_, 1);
 }
 
+void Event::reset() const noexcept {
+    eventfd_t count = 0;
+    ::eventfd_read(descriptor_, &count);
+}
+
 } // namespace storage::host

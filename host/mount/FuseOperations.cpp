@@ -5,6 +5,7 @@
 #include "host/mount/ErrnoError.h"
 #include "host/mount/KernelTime.h"
 #include "host/mount/MountedStorage.h"
+#include "host/mount/UnmountRequests.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -105,9 +106,9 @@ void answerEntry(fuse_req_t request, const Operation& operation) noexcept {
 /// What the kernel may do by itself: look up and list in one folder side by side, list with attributes, read ahead, keep
 /// times and sizes of files, and write back late, in pieces as large as it can. Nothing else: a file that is emptied when
 /// it is opened must be emptied by a request of its own, as opening is none.
-constexpr unsigned wantedAbilities = FUSE_CAP_ASYNC_READ | FUSE_CAP_ASYNC_DIO | FUSE_CAP_PARALLEL_DIROPS |
-                                     FUSE_CAP_READDIRPLUS | FUSE_CAP_READDIRPLUS_AUTO |
-                                     FUSE_CAP_WRITEBACK_CACHE | FUSE_CAP_EXPLICIT_INVAL_DATA;
+constexpr unsigned wantedAbilities =
+    FUSE_CAP_ASYNC_READ | FUSE_CAP_ASYNC_DIO | FUSE_CAP_PARALLEL_DIROPS | FUSE_CAP_READDIRPLUS |
+    FUSE_CAP_READDIRPLUS_AUTO | FUSE_CAP_WRITEBACK_CACHE | FUSE_CAP_EXPLICIT_INVAL_DATA | FUSE_CAP_IOCTL_DIR;
 
 void startUp(void*, fuse_conn_info* connection) {
     connection->want = connection->capable & wantedAbilities;
@@ -361,6 +362,24 @@ void getSpace(fuse_req_t request, fuse_ino_t) {
     });
 }
 
+/// Only the user who mounted, and the superuser, may end the mount.
+void control(fuse_req_t request, fuse_ino_t number, unsigned command, void*, fuse_file_info*, unsigned,
+             const void*, std::size_t, std::size_t) {
+    answer(request, [&] {
+        const bool isKnown = command == startUnmounting || command == askForUnmounting;
+        if (number != FUSE_ROOT_ID || !isKnown) {
+            throw ErrnoError(ENOTTY);
+        }
+        const uid_t user = fuse_req_ctx(request)->uid;
+        if (user != ::geteuid() && user != 0) {
+            throw ErrnoError(EPERM);
+        }
+        UnmountRequests& unmounting = contextOf(request).unmounting;
+        const UnmountStatus status = command == startUnmounting ? unmounting.start() : unmounting.status();
+        fuse_reply_ioctl(request, 0, &status, sizeof(status));
+    });
+}
+
 } // namespace
 
 void invalidateAttributesOf(fuse_session* session, fuse_ino_t number) {
@@ -394,6 +413,7 @@ const fuse_lowlevel_ops& fuseOperations() {
         table.readdir = listNames;
         table.readdirplus = listAttributes;
         table.statfs = getSpace;
+        table.ioctl = control;
         return table;
     }();
     return operations;

@@ -9,11 +9,13 @@ namespace storage::host {
 
 class ChangeGate;
 class MountedStorage;
+class UnmountRequests;
 
 /// What requests work on: the user data of a session. Borrows all of it. A value.
 struct RequestContext {
     MountedStorage& storage;
     ChangeGate& gate;
+    UnmountRequests& unmounting;
     fuse_session* session; ///< the session itself
 };
 

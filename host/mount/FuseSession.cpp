@@ -42,7 +42,7 @@ void refuseUnmountable(const std::string& mountPoint) {
     }
     if (isMountOfFuse(mountPoint)) {
         throw CommandError(mountPoint,
-                           "something is mounted there already; end it with 'fusermount3 -u' first");
+                           "something is mounted there already; end it with 'qzstorage unmount' first");
     }
     if (mountPoint == "/") {
         throw CommandError(mountPoint, "the root folder cannot be a mount point");
@@ -69,8 +69,9 @@ std::string libraryOptions(const MountOptions& options) {
 
 } // namespace
 
-FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, const MountOptions& options)
-    : context_{storage, gate, nullptr} {
+FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountRequests& unmounting,
+                         const MountOptions& options)
+    : context_{storage, gate, unmounting, nullptr} {
     refuseUnmountable(options.mountPoint);
     std::array<std::string, 3> words{"qzstorage", "-o", libraryOptions(options)};
     std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};

@@ -5,6 +5,7 @@
 #include "host/mount/MountOptions.h"
 #include "host/mount/MountPlace.h"
 #include "host/mount/MountedStorage.h"
+#include "host/mount/UnmountRequests.h"
 
 #include <memory>
 
@@ -12,12 +13,13 @@ namespace storage::host {
 
 /// A storage mounted at a folder of the disk, from construction to destruction.
 ///
-/// Owns the connection to the kernel and the mount; borrows storage and gate. Thread safety: one object is for one thread,
+/// Owns the connection to the kernel and the mount; borrows storage, gate and requests. Thread safety: one object is for one thread,
 /// but `device` is for any number.
 class FuseSession {
 public:
     /// @throws CommandError when the storage cannot be mounted there
-    FuseSession(MountedStorage& storage, ChangeGate& gate, const MountOptions& options);
+    FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountRequests& unmounting,
+                const MountOptions& options);
 
     /// Unmounts, unless that has been done. Programs that still have files open there find them gone.
     ~FuseSession();

@@ -2,6 +2,7 @@
 
 #include "host/support/Interruption.h"
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <poll.h>
@@ -55,12 +56,16 @@ FuseWorkers::~FuseWorkers() {
     stop();
 }
 
-FuseWorkers::End FuseWorkers::waitForEnd() const {
+FuseWorkers::End FuseWorkers::waitForEnd(int requested) const {
     const BlockedSignals blocked; // except while polling, so that no signal is lost just before it
-    pollfd waiting{device_.endDescriptor(), POLLIN, 0};
-    while (Interruption::pending() == 0 && ::ppoll(&waiting, 1, nullptr, &blocked.before()) <= 0) {
+    std::array<pollfd, 2> waiting{{{device_.endDescriptor(), POLLIN, 0}, {requested, POLLIN, 0}}};
+    while (Interruption::pending() == 0 &&
+           ::ppoll(waiting.data(), waiting.size(), nullptr, &blocked.before()) <= 0) {
     }
-    return Interruption::pending() == 0 ? End::Unmounted : End::Interrupted;
+    if (Interruption::pending() != 0) {
+        return End::Interrupted;
+    }
+    return waiting[0].revents != 0 ? End::Unmounted : End::Requested;
 }
 
 void FuseWorkers::stop() {

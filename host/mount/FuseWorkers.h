@@ -24,10 +24,10 @@ public:
     FuseWorkers(const FuseWorkers&) = delete;
     FuseWorkers& operator=(const FuseWorkers&) = delete;
 
-    enum class End { Unmounted, Interrupted };
+    enum class End { Unmounted, Interrupted, Requested };
 
-    /// Waits until the mount has been taken away or a signal arrives that `Interruption` handles.
-    End waitForEnd() const;
+    /// Waits until the mount has been taken away, a signal arrives that `Interruption` handles, or `requested` is readable.
+    End waitForEnd(int requested) const;
 
     /// Waits until all requests are processed, so that what the kernel wrote back has arrived.
     /// @param longest  for programs that never stop making requests

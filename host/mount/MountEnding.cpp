@@ -1,5 +1,7 @@
 #include "host/mount/MountEnding.h"
 
+#include "host/mount/EndingReport.h"
+
 #include <utility>
 
 namespace storage::host {
@@ -12,37 +14,51 @@ constexpr unsigned mostExports = 5;
 } // namespace
 
 MountEnding::MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
-                         MountedStorage& storage, ChangeGate& gate, const ExitExport* exitExport,
-                         Console& console)
+                         MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests,
+                         const ExitExport* exitExport, Console& console)
     : mountPoint_(std::move(mountPoint)),
       session_(session),
       workers_(workers),
       storage_(storage),
       gate_(gate),
+      requests_(requests),
       exitExport_(exitExport),
       console_(console) {}
 
 void MountEnding::run() {
-    bool exportFailed = false;
-    while (workers_.waitForEnd() == FuseWorkers::End::Interrupted) {
+    for (;;) {
+        const FuseWorkers::End end = workers_.waitForEnd(requests_.descriptor());
         Interruption::clear(); // what ends the mount does not end the export too
         console_.beginCommand("mount");
-        if (exportFailed) {
+        if (end == FuseWorkers::End::Unmounted) {
+            workers_.stop();
+            save();
+            return;
+        }
+        if (end == FuseWorkers::End::Interrupted && exportFailed_) {
             giveUp();
             return;
         }
-        if (tryToEnd() == Saved::Yes) {
+        if (attempt() == Saved::Yes) {
             return;
         }
-        exportFailed = true;
-        console_.notice(exitExport_->target(),
-                        "not all of it could be exported, so the storage stays mounted at " + mountPoint_ +
-                            "; another Ctrl-C or signal ends it, and what was not exported is lost");
     }
-    workers_.stop();
-    Interruption::clear();
-    console_.beginCommand("mount");
-    save();
+}
+
+/// Ends the mount, or says why it stays.
+MountEnding::Saved MountEnding::attempt() {
+    requests_.begin();
+    EndingReport report(console_, requests_);
+    if (tryToEnd() == Saved::Yes) {
+        return Saved::Yes;
+    }
+    exportFailed_ = true;
+    requests_.fail(report.summary());
+    console_.notice(exitExport_->target(),
+                    "not all of it could be exported, so the storage stays mounted; 'qzstorage unmount " +
+                        mountPoint_ +
+                        "' tries again, another Ctrl-C or signal gives up what was not exported");
+    return Saved::No;
 }
 
 MountEnding::Saved MountEnding::tryToEnd() {
@@ -58,6 +74,7 @@ MountEnding::Saved MountEnding::tryToEnd() {
             break;
         }
     }
+    requests_.finish();
     session_.place().takeAway();
     workers_.stop();
     return Saved::Yes;

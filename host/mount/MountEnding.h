@@ -7,6 +7,7 @@
 #include "host/mount/FuseWorkers.h"
 #include "host/mount/MountFreeze.h"
 #include "host/mount/MountedStorage.h"
+#include "host/mount/UnmountRequests.h"
 #include "host/support/Interruption.h"
 
 #include <string>
@@ -21,7 +22,8 @@ class MountEnding {
 public:
     /// @param exitExport  null if the content is not to be exported
     MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
-                MountedStorage& storage, ChangeGate& gate, const ExitExport* exitExport, Console& console);
+                MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests,
+                const ExitExport* exitExport, Console& console);
 
     /// Waits until the mount is to end, and ends it. Reports to the console what went wrong.
     void run();
@@ -29,6 +31,7 @@ public:
 private:
     enum class Saved { Yes, No };
 
+    Saved attempt();
     Saved tryToEnd();
     void flush(MountFreeze& freeze);
     Saved save();
@@ -40,8 +43,10 @@ private:
     FuseWorkers& workers_;
     MountedStorage& storage_;
     ChangeGate& gate_;
+    UnmountRequests& requests_;
     const ExitExport* const exitExport_;
     Console& console_;
+    bool exportFailed_ = false;
 };
 
 } // namespace storage::host

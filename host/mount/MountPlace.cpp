@@ -90,6 +90,15 @@ bool isOpen(int connection) {
     return ::poll(&state, 1, 0) >= 0 && (state.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
+/// The number behind a name in a list of options.
+std::optional<unsigned> numberIn(const std::string& options, const std::string& name) {
+    const std::size_t place = ("," + options).find("," + name + "=");
+    if (place == std::string::npos) {
+        return std::nullopt;
+    }
+    return static_cast<unsigned>(std::stoul(options.substr(place + name.size() + 1)));
+}
+
 } // namespace
 
 MountPlace::MountPlace(const std::string& path, int connection)
@@ -139,6 +148,26 @@ std::optional<FileDescriptor> MountPlace::open() const {
         return std::nullopt;
     }
     return root;
+}
+
+std::optional<MountOwner> ownerOfMountAt(const std::string& path) {
+    std::optional<MountOwner> owner;
+    std::ifstream mounts("/proc/self/mountinfo");
+    for (std::string line; std::getline(mounts, line);) {
+        std::istringstream fields(line);
+        std::string skipped;
+        std::string mountPoint;
+        fields >> skipped >> skipped >> skipped >> skipped >> mountPoint;
+        if (unescaped(mountPoint) != path) {
+            continue;
+        }
+        const std::string options = line.substr(line.rfind(' ') + 1);
+        const auto user = numberIn(options, "user_id");
+        const auto group = numberIn(options, "group_id");
+        owner =
+            user && group ? std::optional(MountOwner{*user, *group}) : std::nullopt; // the last one is on top
+    }
+    return owner;
 }
 
 } // namespace storage::host

@@ -42,4 +42,14 @@ private:
     int connection_ = -1;
 };
 
+/// A user and a group. A value.
+struct MountOwner {
+    uid_t user;
+    gid_t group;
+};
+
+/// Who has mounted what programs find at a path, if it is a FUSE mount.
+/// @param path  as the kernel knows it, without links
+std::optional<MountOwner> ownerOfMountAt(const std::string& path);
+
 } // namespace storage::host

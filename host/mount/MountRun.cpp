@@ -118,12 +118,14 @@ public:
 private:
     void serve(MountedStorage& storage, const ExitExport* exitExport) {
         ChangeGate gate;
-        const FuseSession session(storage, gate, options_);
+        UnmountRequests requests;
+        const FuseSession session(storage, gate, requests, options_);
         FuseWorkers workers(session, storage.reserve(), options_.threads);
         requireAnswer(options_.mountPoint);
         session.place().raiseWriteBackLimit();
         announce();
-        MountEnding(options_.mountPoint, session, workers, storage, gate, exitExport, console_).run();
+        MountEnding(options_.mountPoint, session, workers, storage, gate, requests, exitExport, console_)
+            .run();
     }
 
     void announce() {
@@ -131,7 +133,8 @@ private:
             background_->ready();
             console_.showNoProgress();
         } else {
-            console_.out() << "mounted at " << options_.mountPoint << "; Ctrl-C or 'fusermount3 -u' ends it\n"
+            console_.out() << "mounted at " << options_.mountPoint
+                           << "; Ctrl-C or 'qzstorage unmount' ends it\n"
                            << std::flush;
         }
     }

@@ -99,8 +99,8 @@ TEST(ProgramTest, AnEmptyPathOfAScriptOrPluginIsWrongUsage) {
          {std::vector<std::string>{"run", ""}, std::vector<std::string>{"--plugin", "", "shell"}}) {
         const ProgramRun run(arguments);
         EXPECT_EQ(run.status(), 2);
-        EXPECT_EQ(run.errors(),
-                  "qzstorage: the path of a script, plug-in or report is empty (try 'qzstorage --help')\n");
+        EXPECT_EQ(run.errors(), "qzstorage: the path of a script, plug-in, mount point or report is empty "
+                                "(try 'qzstorage --help')\n");
     }
 }
 

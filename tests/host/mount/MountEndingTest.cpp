@@ -2,15 +2,12 @@
 #include "tests/support/ProcessState.h"
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <gmock/gmock.h>
 #include <memory>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -24,14 +21,6 @@ class MountEndingTest : public MountingTest {
 protected:
     const std::string out_ = disk_ / "out";
 };
-
-bool comesTrue(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (!condition() && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::yield();
-    }
-    return condition();
-}
 
 /// What a program that is running has written to its standard error stream.
 std::string errorsOf(pid_t process) {

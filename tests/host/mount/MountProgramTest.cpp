@@ -86,7 +86,7 @@ TEST_F(MountingTest, IsAnOrdinaryFolderUntilASignalEndsIt) {
             ::kill(process, signal);
         });
         expectSuccess(run);
-        EXPECT_EQ(said_, "mounted at " + mountPoint_ + "; Ctrl-C or 'fusermount3 -u' ends it\n");
+        EXPECT_EQ(said_, "mounted at " + mountPoint_ + "; Ctrl-C or 'qzstorage unmount' ends it\n");
         EXPECT_FALSE(isMounted()) << signal;
         EXPECT_EQ(namesIn(mountPoint_), "");
     }

@@ -1,12 +1,14 @@
 #include "tests/host/mount/MountingTest.h"
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <optional>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -41,6 +43,14 @@ std::optional<std::string> obstacle() {
 
 bool runs(const std::string& line) {
     return std::system((line + " >/dev/null 2>&1").c_str()) == 0; // NOLINT(cert-env33-c)
+}
+
+bool comesTrue(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!condition() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    return condition();
 }
 
 void limitTime() {

@@ -12,6 +12,10 @@
 /// Runs a line of the shell. @return whether it succeeded
 bool runs(const std::string& line);
 
+/// Waits until a condition is met; after a minute, in vain.
+/// @return whether it is met
+bool comesTrue(const std::function<bool()>& condition);
+
 /// For the preparation of a ProgramRun: a program that does not end by itself when it should, and holds up everybody who
 /// uses its mount, is ended all the same.
 void limitTime();

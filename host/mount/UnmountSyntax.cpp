@@ -1,0 +1,16 @@
+#include "host/mount/UnmountSyntax.h"
+
+#include <CLI/CLI.hpp>
+
+namespace storage::host {
+
+UnmountSyntax::UnmountSyntax(CLI::App& app)
+    : command_(app.add_subcommand("unmount", "End a mount, and wait until its content is exported")) {
+    command_->add_option("MOUNTPOINT", mountPoint_, "The folder")->required()->type_name("");
+}
+
+std::optional<std::string> UnmountSyntax::result() const {
+    return *command_ ? std::optional(mountPoint_) : std::nullopt;
+}
+
+} // namespace storage::host

@@ -1,0 +1,141 @@
+#include "host/mount/UnmountProtocol.h"
+#include "tests/host/mount/MountingTest.h"
+#include "tests/support/ProcessState.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+/// `qzstorage unmount` with the mounts that it ends.
+class UnmountProgramTest : public MountingTest {
+protected:
+    static void expectRefused(const std::string& path, const std::string& reason) {
+        const ProgramRun run({"unmount", path});
+        EXPECT_EQ(run.status(), 1) << path;
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: unmount: [^\n]*\n")) << path;
+        EXPECT_THAT(run.errors(), HasSubstr(reason)) << path;
+    }
+
+    const std::string out_ = disk_ / "out";
+};
+
+TEST_F(UnmountProgramTest, ReturnsWhenEverythingIsExportedAndTheMountIsGone) {
+    constexpr int files = 2000;
+    expectSuccess(runMounted({"--export-on-exit", out_}, [&](pid_t) {
+        for (int i = 0; i < files; ++i) {
+            write(inside(std::to_string(i)), "content");
+        }
+        const ProgramRun run({"unmount", mountPoint_});
+        EXPECT_FALSE(isMounted());
+        EXPECT_EQ(std::distance(fs::directory_iterator(out_), {}), files);
+        expectSuccess(run);
+        EXPECT_EQ(run.output(), "");
+    }));
+}
+
+TEST_F(UnmountProgramTest, EndsAMountThatProgramsUseAndThatExportsNothing) {
+    expectSuccess(runMounted({}, [&](pid_t) {
+        const std::ofstream held(inside("f"));
+        expectSuccess(ProgramRun({"unmount", disk_ / "mount/../mount/"}));
+        EXPECT_FALSE(isMounted());
+    }));
+}
+
+TEST_F(UnmountProgramTest, ReportsAFailedExportAndCanBeRepeated) {
+    const ProgramRun mounting = runMounted({"--export-on-exit", out_}, [&](pid_t) {
+        write(inside("f"), "content");
+        write(out_, "in the way");
+        expectRefused(mountPoint_, "stays mounted: " + out_ + ": a file is in the way");
+        EXPECT_TRUE(isMounted());
+        write(inside("f"), "more content");
+        fs::remove(out_);
+        expectSuccess(ProgramRun({"unmount", mountPoint_}));
+    });
+    EXPECT_EQ(mounting.status(), 0);
+    EXPECT_EQ(readFile(out_ + "/f"), "more content");
+}
+
+/// The export is held up by a target that does not answer.
+TEST_F(UnmountProgramTest, ReportsAMountThatEndsBeforeEverythingIsExported) {
+    const std::string slow = disk_.makeFolder("slow");
+    expectSuccess(runMountedAt(slow, {}, [&](pid_t target) {
+        const ProgramRun mounting = runMounted({"--export-on-exit", slow + "/out"}, [&](pid_t process) {
+            write(inside("f"), "content");
+            ::kill(target, SIGSTOP);
+            const ProgramRun run(
+                {"unmount", mountPoint_}, "", [] {},
+                [&](pid_t) {
+                    EXPECT_TRUE(comesTrue([&] {
+                        return ::mkdir(inside("new").c_str(), 0700) != 0 ||
+                               ::rmdir(inside("new").c_str()) != 0;
+                    }));
+                    ::kill(process, SIGKILL);
+                    ::kill(target, SIGCONT);
+                });
+            EXPECT_EQ(run.status(), 1);
+            EXPECT_THAT(run.errors(), HasSubstr("the mount ended before everything was exported"));
+        });
+        EXPECT_EQ(mounting.status(), -SIGKILL);
+        EXPECT_TRUE(unmount());
+        ::kill(target, SIGTERM);
+    }));
+}
+
+TEST_F(UnmountProgramTest, RefusesWhatIsNoMountOfThisProgram) {
+    expectRefused(disk_ / "missing", "missing: No such file or directory");
+    expectRefused(disk_.path(), "no storage is mounted there");
+    expectRefused(disk_.write("file", ""), "file: Not a directory");
+    expectSuccess(runMounted({}, [&](pid_t) {
+        fs::create_directory(inside("below"));
+        expectRefused(inside("below"), "no storage is mounted there");
+        EXPECT_TRUE(isMounted());
+        EXPECT_TRUE(unmount());
+    }));
+}
+
+TEST_F(UnmountProgramTest, RefusesUsersWhoDidNotMount) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only a superuser can become another user";
+    }
+    constexpr uid_t somebody = 65534;
+    fs::permissions(disk_.path(), fs::perms(0755));
+    storage::host::UnmountStatus status;
+    expectSuccess(runMounted({"--allow-other"}, [&](pid_t) {
+        storage::host::ChildProcess stranger([&] {
+            if (::setresuid(somebody, somebody, somebody) == 0) {
+                const int folder = ::open(mountPoint_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+                ::_exit(::ioctl(folder, storage::host::startUnmounting, &status) == 0 ? 0 : errno);
+            }
+        });
+        EXPECT_EQ(WEXITSTATUS(waitForEnd(stranger)), EPERM);
+        EXPECT_TRUE(isMounted());
+        expectSuccess(ProgramRun({"unmount", mountPoint_}));
+    }));
+}
+
+TEST_F(MountProgramTest, WrongUsageOfUnmountIsOneLineAndStatusTwo) {
+    for (const Words& words : {Words{"unmount"},
+                               {"unmount", ""},
+                               {"unmount", mountPoint_, "another"},
+                               {"unmount", "--frobnicate", mountPoint_}}) {
+        const ProgramRun run(words);
+        EXPECT_EQ(run.status(), 2);
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]* \\(try 'qzstorage --help'\\)\n"));
+        EXPECT_EQ(run.output(), "");
+    }
+}
+
+} // namespace
