@@ -6,6 +6,12 @@
 
 namespace storage::host {
 
+namespace {
+
+constexpr std::size_t mostLines = 100;
+
+} // namespace
+
 EndingReport::EndingReport(Console& console, UnmountRequests& requests)
     : console_(console), requests_(requests) {
     console_.setObserver(this);
@@ -16,8 +22,8 @@ EndingReport::~EndingReport() {
 }
 
 void EndingReport::failed(const Failure& failure) {
-    if (count_++ == 0) {
-        first_ = printableInMessage(failure.text());
+    if (count_++ < mostLines) {
+        failures_.push_back(printableInMessage(failure.text()));
     }
 }
 
@@ -26,7 +32,18 @@ void EndingReport::progressed(const std::string& line) {
 }
 
 std::string EndingReport::summary() const {
-    return count_ > 1 ? fmt::format("{} (and {} more)", first_, count_ - 1) : first_;
+    if (failures_.empty()) {
+        return "";
+    }
+    return count_ > 1 ? fmt::format("{} (and {} more)", failures_.front(), count_ - 1) : failures_.front();
+}
+
+std::vector<std::string> EndingReport::lines() const {
+    std::vector<std::string> lines = failures_;
+    if (count_ > lines.size()) {
+        lines.push_back(fmt::format("and {} more", count_ - lines.size()));
+    }
+    return lines;
 }
 
 } // namespace storage::host

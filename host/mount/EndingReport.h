@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace storage::host {
 
@@ -24,11 +25,14 @@ public:
     /// The first failure, and how many there are besides.
     std::string summary() const;
 
+    /// The failures, a line each. Of very many, the first ones.
+    std::vector<std::string> lines() const;
+
 private:
     Console& console_;
     UnmountRequests& requests_;
-    std::string first_;     ///< failure, as text
-    std::size_t count_ = 0; ///< of failures
+    std::vector<std::string> failures_; ///< the first ones, as text
+    std::size_t count_ = 0;             ///< of all failures
 };
 
 } // namespace storage::host

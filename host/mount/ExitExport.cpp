@@ -34,9 +34,9 @@ ExitExport::ExitExport(std::string target, const IProvider& provider, Console& c
     refuseUnwritable(target_);
 }
 
-void ExitExport::run(MountedStorage& storage) const {
-    console_.attempt(target_, [&] {
-        DiskDestination destination(target_, 1);
+void ExitExport::copyTo(const std::string& folder, MountedStorage& storage) const {
+    console_.attempt(folder, [&] {
+        DiskDestination destination(folder, 1);
         Exporter exporter(provider_, console_, interruption_,
                           [&](const StoragePath& entry) { return modeOf(storage, entry); });
         exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));

@@ -24,7 +24,10 @@ public:
 
     /// Reports to the console what could not be exported.
     /// @throws Interrupted
-    void run(MountedStorage& storage) const;
+    void run(MountedStorage& storage) const { copyTo(target_, storage); }
+
+    /// The same, to another folder.
+    void copyTo(const std::string& folder, MountedStorage& storage) const;
 
 private:
     const std::string target_;

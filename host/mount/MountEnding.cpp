@@ -2,6 +2,9 @@
 
 #include "host/mount/EndingReport.h"
 
+#include <array>
+#include <chrono>
+#include <ctime>
 #include <utility>
 
 namespace storage::host {
@@ -11,11 +14,23 @@ namespace {
 /// Writes that the kernel accepted late are exported again, but a program that changes a mapped file never stops.
 constexpr unsigned mostExports = 5;
 
+/// A disk that comes back, or a colleague who makes room, takes a moment. After that the content is safer elsewhere.
+constexpr std::array pausesAfterExports{std::chrono::seconds(1), std::chrono::seconds(2),
+                                        std::chrono::seconds(0)};
+
+constexpr std::chrono::seconds retryPause(10); ///< when the rescue folder failed too
+
+/// @return false if a signal has arrived
+bool pause(std::chrono::seconds length) {
+    timespec time{length.count(), 0};
+    return Interruption::pending() == 0 && ::nanosleep(&time, nullptr) == 0;
+}
+
 } // namespace
 
 MountEnding::MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
                          MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests,
-                         const ExitExport* exitExport, Console& console)
+                         const ExitExport* exitExport, RescueFolder& rescue, Console& console)
     : mountPoint_(std::move(mountPoint)),
       session_(session),
       workers_(workers),
@@ -23,6 +38,7 @@ MountEnding::MountEnding(std::string mountPoint, const FuseSession& session, Fus
       gate_(gate),
       requests_(requests),
       exitExport_(exitExport),
+      rescue_(rescue),
       console_(console) {}
 
 void MountEnding::run() {
@@ -32,7 +48,7 @@ void MountEnding::run() {
         console_.beginCommand("mount");
         if (end == FuseWorkers::End::Unmounted) {
             workers_.stop();
-            save();
+            saveUnmounted();
             return;
         }
         if (end == FuseWorkers::End::Interrupted && exportFailed_) {
@@ -50,9 +66,18 @@ MountEnding::Saved MountEnding::attempt() {
     requests_.begin();
     EndingReport report(console_, requests_);
     if (tryToEnd() == Saved::Yes) {
+        rescue_.removeNote();
         return Saved::Yes;
     }
+    if (workers_.hasEnded()) {
+        return Saved::No; // it was unmounted meanwhile
+    }
+    Interruption::clear(); // it has ended the export; the next one ends the mount
     exportFailed_ = true;
+    writeNote("It is still mounted, and nothing is lost. When what is in the way has been repaired, "
+              "'qzstorage unmount " +
+                  mountPoint_ + "' exports it.",
+              report.lines());
     requests_.fail(report.summary());
     console_.notice(exitExport_->target(),
                     "not all of it could be exported, so the storage stays mounted; 'qzstorage unmount " +
@@ -98,10 +123,85 @@ MountEnding::Saved MountEnding::save() {
     try {
         exitExport_->run(storage_);
     } catch (const Interrupted& interrupted) {
-        Interruption::clear();
         console_.report({exitExport_->target(), interrupted.what()});
     }
     return console_.failuresOfCommand() == 0 ? Saved::Yes : Saved::No;
+}
+
+/// The mount is gone, so this is the only place where the content still is. A signal ends the waiting for the target; the
+/// next one, that for the rescue folder.
+void MountEnding::saveUnmounted() {
+    for (;;) {
+        std::vector<std::string> reasons;
+        if (trySeveralTimes(reasons) == Saved::Yes) {
+            rescue_.removeNote();
+            return;
+        }
+        const bool isImpatient = Interruption::pending() != 0;
+        Interruption::clear();
+        if (copyToRescue(reasons) == Saved::Yes) {
+            return;
+        }
+        if (isImpatient || !pause(retryPause)) {
+            giveUp();
+            return;
+        }
+    }
+}
+
+/// @param reasons  why the last attempt failed
+MountEnding::Saved MountEnding::trySeveralTimes(std::vector<std::string>& reasons) {
+    for (const std::chrono::seconds wait : pausesAfterExports) {
+        console_.beginCommand("mount");
+        const EndingReport report(console_, requests_);
+        if (save() == Saved::Yes) {
+            return Saved::Yes;
+        }
+        reasons = report.lines();
+        if (!pause(wait)) {
+            break;
+        }
+    }
+    return Saved::No;
+}
+
+MountEnding::Saved MountEnding::copyToRescue(const std::vector<std::string>& reasons) {
+    const auto failuresBefore = console_.failuresOfCommand();
+    writeNote("It was unmounted before that, so everything that was in it is being copied to '" +
+                  rescue_.content() +
+                  "'. If this note still says so and the program has ended, the copy is not complete.",
+              reasons);
+    try {
+        exitExport_->copyTo(rescue_.content(), storage_);
+    } catch (const Interrupted& interrupted) {
+        console_.report({rescue_.content(), interrupted.what()});
+    }
+    if (console_.failuresOfCommand() != failuresBefore) {
+        return Saved::No;
+    }
+    writeNote("It was unmounted before that, so everything that was in it has been copied to '" +
+                  rescue_.content() + "'.",
+              reasons);
+    console_.report({exitExport_->target(),
+                     "not all of it could be exported; everything is in " + rescue_.content() + " instead"});
+    return Saved::Yes;
+}
+
+void MountEnding::writeNote(const std::string& state, const std::vector<std::string>& reasons) {
+    if (exitExport_ == nullptr) {
+        return;
+    }
+    std::vector<std::string> lines{"The storage that was mounted at '" + mountPoint_ +
+                                       "' could not be exported completely to '" + exitExport_->target() +
+                                       "'.",
+                                   state, "", "What could not be exported, and why:"};
+    lines.insert(lines.end(), reasons.begin(), reasons.end());
+    try {
+        rescue_.write(lines);
+    } catch (...) {
+        const Failure failure = Failure::ofCurrentException(rescue_.path());
+        console_.notice(failure.path, "no note could be written: " + failure.reason);
+    }
 }
 
 void MountEnding::settle() {
@@ -114,6 +214,7 @@ void MountEnding::settle() {
 
 void MountEnding::giveUp() {
     console_.report({exitExport_->target(), "given up: what was not exported is lost"});
+    writeNote("A signal ended it before everything was exported. What was not exported is lost.", {});
     session_.place().takeAway();
     workers_.stop();
 }

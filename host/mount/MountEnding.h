@@ -7,15 +7,18 @@
 #include "host/mount/FuseWorkers.h"
 #include "host/mount/MountFreeze.h"
 #include "host/mount/MountedStorage.h"
+#include "host/mount/RescueFolder.h"
 #include "host/mount/UnmountRequests.h"
 #include "host/support/Interruption.h"
 
+#include <chrono>
 #include <string>
+#include <vector>
 
 namespace storage::host {
 
-/// Ends a mount without losing what programs wrote: unless it was unmounted already, it goes only when its content is
-/// exported.
+/// Ends a mount without losing what programs wrote. The mount goes only when its content is exported. If it was unmounted
+/// already, the content stays in memory until it is exported, or rescued: written to another folder.
 ///
 /// Borrows all that it is made with; workers must be serving. Thread safety: one object is for one thread.
 class MountEnding {
@@ -23,7 +26,7 @@ public:
     /// @param exitExport  null if the content is not to be exported
     MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
                 MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests,
-                const ExitExport* exitExport, Console& console);
+                const ExitExport* exitExport, RescueFolder& rescue, Console& console);
 
     /// Waits until the mount is to end, and ends it. Reports to the console what went wrong.
     void run();
@@ -35,6 +38,10 @@ private:
     Saved tryToEnd();
     void flush(MountFreeze& freeze);
     Saved save();
+    void saveUnmounted();
+    Saved trySeveralTimes(std::vector<std::string>& reasons);
+    Saved copyToRescue(const std::vector<std::string>& reasons);
+    void writeNote(const std::string& state, const std::vector<std::string>& reasons);
     void settle();
     void giveUp();
 
@@ -45,6 +52,7 @@ private:
     ChangeGate& gate_;
     UnmountRequests& requests_;
     const ExitExport* const exitExport_;
+    RescueFolder& rescue_;
     Console& console_;
     bool exportFailed_ = false;
 };

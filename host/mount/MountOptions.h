@@ -16,6 +16,8 @@ struct MountOptions {
         std::nullopt; ///< folder of the disk whose content the storage is to begin with
     std::optional<std::string> exportTo =
         std::nullopt; ///< absolute path on disk where the storage's content is to end up
+    std::optional<std::string> rescueTo =
+        std::nullopt; ///< absolute path of the folder for what cannot be exported
     Place place = Place::Foreground;
     Writing writing = Writing::Allowed;
     Users users = Users::Owner;

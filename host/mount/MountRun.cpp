@@ -9,6 +9,7 @@
 #include "host/mount/MountEnding.h"
 #include "host/mount/MountedModes.h"
 #include "host/mount/MountedStorage.h"
+#include "host/mount/RescueFolder.h"
 #include "host/plugin/PluginLibrary.h"
 #include "host/session/ImportLog.h"
 #include "host/support/CommandError.h"
@@ -92,11 +93,16 @@ public:
         : options_(resolved(options)),
           console_(console),
           interruption_(interruption),
-          background_(background) {}
+          background_(background),
+          rescue_(options_.rescueTo.value_or(RescueFolder::defaultBase()), options_.mountPoint) {}
 
     ExitStatus run(const PluginLibrary& library) {
         const LoadedProvider provider = library.buildProvider();
         refuseCaseInsensitive(*provider, library.path());
+        if (rescue_.baseHasNotes()) {
+            console_.notice(rescue_.base(),
+                            "what earlier mounts could not export is there; remove it when it is done with");
+        }
         std::optional<ExitExport> exitExport;
         if (options_.exportTo) {
             exitExport.emplace(*options_.exportTo, *provider, console_, interruption_);
@@ -124,7 +130,8 @@ private:
         requireAnswer(options_.mountPoint);
         session.place().raiseWriteBackLimit();
         announce();
-        MountEnding(options_.mountPoint, session, workers, storage, gate, requests, exitExport, console_)
+        MountEnding(options_.mountPoint, session, workers, storage, gate, requests, exitExport, rescue_,
+                    console_)
             .run();
     }
 
@@ -143,6 +150,7 @@ private:
     Console& console_;
     Interruption& interruption_;
     BackgroundStart* const background_; ///< none in the foreground
+    RescueFolder rescue_;
 };
 
 } // namespace

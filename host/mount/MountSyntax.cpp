@@ -36,6 +36,7 @@ MountSyntax::MountSyntax(CLI::App& app)
         ->type_name("DISK-PATH");
     command_->add_option("--export-on-exit", export_, "Copy the content to the disk at the end")
         ->type_name("DISK-PATH");
+    command_->add_option("--rescue", rescue_, "Where to put what cannot be exported")->type_name("DISK-PATH");
     command_->add_flag("--read-only", readOnly_, "Refuse all changes");
     command_->add_flag("--allow-other", allowOther_, "Let other users in, as far as permissions let them");
     command_->add_option("--threads", options_.threads, "How many requests to work on at once")
@@ -52,6 +53,7 @@ std::optional<MountOptions> MountSyntax::result() const {
     options.mountPoint = absolute(options_.mountPoint);
     options.importFrom = import_ ? std::optional(absolute(*import_)) : std::nullopt;
     options.exportTo = export_ ? std::optional(absolute(*export_)) : std::nullopt;
+    options.rescueTo = rescue_ ? std::optional(absolute(*rescue_)) : std::nullopt;
     options.place = background_ ? MountOptions::Place::Background : MountOptions::Place::Foreground;
     options.writing = readOnly_ ? MountOptions::Writing::Refused : MountOptions::Writing::Allowed;
     options.users = allowOther_ ? MountOptions::Users::Everybody : MountOptions::Users::Owner;

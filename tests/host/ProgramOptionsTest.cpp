@@ -29,6 +29,13 @@ TEST(ProgramOptionsTest, OtherCommandsMountNothing) {
     EXPECT_FALSE(parse({"run", "script"}).mount);
 }
 
+TEST(ProgramOptionsTest, AnUnmountingNamesTheMountPoint) {
+    EXPECT_EQ(parse({"unmount", "some/folder"}).unmount, "some/folder");
+    EXPECT_FALSE(parse({"mount", "some/folder"}).unmount);
+    EXPECT_THROW(parse({"unmount"}), storage::host::UsageError);
+    EXPECT_THROW(parse({"unmount", ""}), storage::host::UsageError);
+}
+
 TEST(ProgramOptionsTest, AMountNeedsAMountPointAlone) {
     const MountOptions options = parseMount({"/some/folder"});
     EXPECT_EQ(options.mountPoint, "/some/folder");
@@ -44,10 +51,11 @@ TEST(ProgramOptionsTest, AMountNeedsAMountPointAlone) {
 TEST(ProgramOptionsTest, EachOptionOfAMountIsTaken) {
     const MountOptions options =
         parseMount({"--background", "--import", "/in", "--export-on-exit", "/out", "--read-only",
-                    "--allow-other", "--threads", "17", "/some/folder"});
+                    "--allow-other", "--threads", "17", "--rescue", "/rescue", "/some/folder"});
     EXPECT_EQ(options.mountPoint, "/some/folder");
     EXPECT_EQ(options.importFrom, "/in");
     EXPECT_EQ(options.exportTo, "/out");
+    EXPECT_EQ(options.rescueTo, "/rescue");
     EXPECT_EQ(options.place, MountOptions::Place::Background);
     EXPECT_EQ(options.writing, MountOptions::Writing::Refused);
     EXPECT_EQ(options.users, MountOptions::Users::Everybody);
@@ -85,7 +93,7 @@ TEST(ProgramOptionsTest, WrongUseOfAMountIsRefused) {
 }
 
 TEST(ProgramOptionsTest, AnUnknownCommandIsToldWithThoseThatThereAre) {
-    const std::string known = "; there are run, shell, mount, validate, inspect";
+    const std::string known = "; there are run, shell, mount, unmount, validate, inspect";
     EXPECT_THAT([] { parse({"help"}); }, testing::ThrowsMessage<UsageError>("help: no such command" + known));
     EXPECT_THAT([] { parse({}); }, testing::ThrowsMessage<UsageError>("no command given" + known));
     EXPECT_THAT([] { parse({"run"}); }, testing::ThrowsMessage<UsageError>("SCRIPT is required"));

@@ -20,6 +20,11 @@ using testing::HasSubstr;
 class MountEndingTest : public MountingTest {
 protected:
     const std::string out_ = disk_ / "out";
+    const std::string rescue_ = disk_ / "state/rescue";
+    const Words exporting_{"--export-on-exit", out_, "--rescue", rescue_};
+
+    /// The folder that a mount has left below the rescue folder.
+    std::string rescued() const { return rescue_ + '/' + namesIn(rescue_); }
 };
 
 /// What a program that is running has written to its standard error stream.
@@ -113,7 +118,7 @@ TEST_F(MountEndingTest, WhileItExportsProgramsReadAndTheirChangesFail) {
 }
 
 TEST_F(MountEndingTest, AFailedExportLeavesTheMountUsableUntilASecondSignal) {
-    const ProgramRun run = runMounted({"--export-on-exit", out_}, [&](pid_t process) {
+    const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
         write(inside("f"), "content");
         write(out_, "in the way");
         ::kill(process, SIGINT);
@@ -122,17 +127,23 @@ TEST_F(MountEndingTest, AFailedExportLeavesTheMountUsableUntilASecondSignal) {
         EXPECT_EQ(readFile(inside("f")), "content");
         write(inside("f"), "more content");
         EXPECT_EQ(readFile(inside("f")), "more content");
+        const std::string note = readFile(rescued() + "/note.txt");
+        EXPECT_THAT(note,
+                    HasSubstr("'" + mountPoint_ + "' could not be exported completely to '" + out_ + "'"));
+        EXPECT_THAT(note, HasSubstr("It is still mounted"));
+        EXPECT_THAT(note, HasSubstr(out_ + ": a file is in the way"));
         ::kill(process, SIGTERM);
     });
     EXPECT_EQ(run.status(), 1);
     EXPECT_THAT(run.errors(), HasSubstr("qzstorage: mount: " + out_ + ": a file is in the way\n"));
     EXPECT_THAT(run.errors(), HasSubstr("given up"));
+    EXPECT_THAT(readFile(rescued() + "/note.txt"), HasSubstr("is lost"));
     EXPECT_EQ(readFile(out_), "in the way");
     EXPECT_FALSE(isMounted());
 }
 
 TEST_F(MountEndingTest, AFailedExportCanBeRepeatedOnceTheTargetIsRepaired) {
-    const ProgramRun run = runMounted({"--export-on-exit", out_}, [&](pid_t process) {
+    const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
         write(inside("f"), "content");
         write(out_, "in the way");
         ::kill(process, SIGTERM);
@@ -142,6 +153,59 @@ TEST_F(MountEndingTest, AFailedExportCanBeRepeatedOnceTheTargetIsRepaired) {
     });
     EXPECT_EQ(run.status(), 0);
     EXPECT_EQ(readFile(out_ + "/f"), "content");
+    EXPECT_EQ(namesIn(rescue_), "") << "the note is of no use any more";
+}
+
+TEST_F(MountEndingTest, WhatAnUnmountedStorageCannotExportIsRescued) {
+    const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
+        write(inside("f"), "content");
+        fs::create_directory(inside("d"));
+        write(inside("d/g"), "below");
+        write(out_, "in the way");
+        EXPECT_TRUE(unmount());
+        EXPECT_TRUE(comesTrue([&] { return errorsOf(process).find("in the way") != std::string::npos; }));
+        ::kill(process, SIGTERM); // does not wait for the target any longer
+    });
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(readFile(rescued() + "/content/f"), "content");
+    EXPECT_EQ(readFile(rescued() + "/content/d/g"), "below");
+    EXPECT_EQ(fs::status(rescued()).permissions(), fs::perms::owner_all);
+    const std::string note = readFile(rescued() + "/note.txt");
+    EXPECT_THAT(note, HasSubstr(mountPoint_));
+    EXPECT_THAT(note, HasSubstr("has been copied to '" + rescued() + "/content'"));
+    EXPECT_THAT(note, HasSubstr(out_ + ": a file is in the way"));
+    EXPECT_THAT(run.errors(), HasSubstr("everything is in " + rescued() + "/content"));
+    EXPECT_EQ(readFile(out_), "in the way");
+
+    const ProgramRun next = runMounted({"--rescue", rescue_}, [&](pid_t) { EXPECT_TRUE(unmount()); });
+    EXPECT_THAT(next.errors(), HasSubstr(rescue_ + ": what earlier mounts could not export is there"));
+}
+
+TEST_F(MountEndingTest, AnUnmountedStorageWaitsForTheTarget) {
+    const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
+        write(inside("f"), "content");
+        write(out_, "in the way");
+        EXPECT_TRUE(unmount());
+        EXPECT_TRUE(comesTrue([&] { return errorsOf(process).find("in the way") != std::string::npos; }));
+        fs::remove(out_);
+    });
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(readFile(out_ + "/f"), "content");
+    EXPECT_FALSE(fs::exists(rescue_));
+}
+
+TEST_F(MountEndingTest, WithoutAnyPlaceForItTheContentStaysUntilASignal) {
+    const std::string blocked = disk_.write("blocked", "");
+    const ProgramRun run = runMounted({"--export-on-exit", out_, "--rescue", blocked}, [&](pid_t process) {
+        write(inside("f"), "content");
+        write(out_, "in the way");
+        EXPECT_TRUE(unmount());
+        EXPECT_TRUE(comesTrue([&] { return errorsOf(process).find("in the way") != std::string::npos; }));
+        EXPECT_FALSE(hasEnded(process));
+        ::kill(process, SIGTERM);
+    });
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_THAT(run.errors(), HasSubstr("given up"));
 }
 
 } // namespace

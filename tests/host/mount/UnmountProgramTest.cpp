@@ -55,15 +55,16 @@ TEST_F(UnmountProgramTest, EndsAMountThatProgramsUseAndThatExportsNothing) {
 }
 
 TEST_F(UnmountProgramTest, ReportsAFailedExportAndCanBeRepeated) {
-    const ProgramRun mounting = runMounted({"--export-on-exit", out_}, [&](pid_t) {
-        write(inside("f"), "content");
-        write(out_, "in the way");
-        expectRefused(mountPoint_, "stays mounted: " + out_ + ": a file is in the way");
-        EXPECT_TRUE(isMounted());
-        write(inside("f"), "more content");
-        fs::remove(out_);
-        expectSuccess(ProgramRun({"unmount", mountPoint_}));
-    });
+    const ProgramRun mounting =
+        runMounted({"--export-on-exit", out_, "--rescue", disk_ / "rescue"}, [&](pid_t) {
+            write(inside("f"), "content");
+            write(out_, "in the way");
+            expectRefused(mountPoint_, "stays mounted: " + out_ + ": a file is in the way");
+            EXPECT_TRUE(isMounted());
+            write(inside("f"), "more content");
+            fs::remove(out_);
+            expectSuccess(ProgramRun({"unmount", mountPoint_}));
+        });
     EXPECT_EQ(mounting.status(), 0);
     EXPECT_EQ(readFile(out_ + "/f"), "more content");
 }

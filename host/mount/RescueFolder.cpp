@@ -1,0 +1,93 @@
+#include "host/mount/RescueFolder.h"
+
+#include "host/disk/FileDescriptor.h"
+#include "host/disk/TemporaryDiskFile.h"
+#include "host/support/CommandError.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fmt/format.h>
+#include <pwd.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace storage::host {
+
+namespace {
+
+constexpr const char* noteName = "/note.txt";
+constexpr mode_t privateFolder = 0700;
+
+/// "fast-20261122-130501-4711" for a mount point that ends in "fast".
+std::string nameFor(const std::string& mountPoint) {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    ::gmtime_r(&now, &utc);
+    std::array<char, 32> time{};
+    (void)std::strftime(time.data(), time.size(), "%Y%m%d-%H%M%S", &utc);
+    return fmt::format("{}-{}-{}", mountPoint.substr(mountPoint.rfind('/') + 1), time.data(), ::getpid());
+}
+
+void makeFolder(const std::string& path) {
+    if (::mkdir(path.c_str(), privateFolder) != 0 && errno != EEXIST) {
+        throw diskError(path, errno);
+    }
+}
+
+/// As the XDG Base Directory Specification has it: a path that is not absolute does not count.
+bool isUsable(const char* path) {
+    return path != nullptr && *path == '/';
+}
+
+} // namespace
+
+RescueFolder::RescueFolder(std::string base, const std::string& mountPoint)
+    : base_(std::move(base)), path_(base_ + '/' + nameFor(mountPoint)) {}
+
+std::string RescueFolder::defaultBase() {
+    const char* const state =
+        std::getenv("XDG_STATE_HOME"); // NOLINT(concurrency-mt-unsafe): before any thread
+    if (isUsable(state)) {
+        return std::string(state) + "/qzstorage";
+    }
+    const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): before any thread
+    if (!isUsable(home)) {
+        const passwd* const user =
+            ::getpwuid(::geteuid()); // NOLINT(concurrency-mt-unsafe): before any thread
+        home = user != nullptr ? user->pw_dir : "/var/tmp";
+    }
+    return std::string(home) + "/.local/state/qzstorage";
+}
+
+bool RescueFolder::baseHasNotes() const {
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(base_, error)) {
+        if (std::filesystem::exists(entry.path().string() + noteName, error)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void RescueFolder::write(const std::vector<std::string>& lines) {
+    std::error_code error;
+    std::filesystem::create_directories(base_, error); // what is wrong, making the folder in it reports
+    makeFolder(path_);
+    TemporaryDiskFile note(path_ + noteName);
+    for (const std::string& line : lines) {
+        note.file().write(line + '\n');
+    }
+    note.moveIntoPlace();
+}
+
+void RescueFolder::removeNote() noexcept {
+    ::unlink((path_ + noteName).c_str());
+    ::rmdir(path_.c_str()); // unless there is content
+}
+
+} // namespace storage::host
