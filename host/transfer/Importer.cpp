@@ -3,18 +3,19 @@
 #include "host/disk/DiskFolder.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
+#include "host/storage/TemporaryStorageFile.h"
 #include "host/storage/UnfinishedFile.h"
 #include "host/support/CommandError.h"
 #include "host/support/Utf.h"
 
 #include <fcntl.h>
 #include <filesystem>
+#include <new>
 #include <utility>
 
 namespace storage::host {
 
 using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamOpenOptions;
 using foundation::storage::provider::StorageIRI;
 
 Importer::Importer(const IProvider& provider, Console& console, const Interruption& interruption,
@@ -62,7 +63,7 @@ void Importer::logImport(const std::string& source, const StoragePath& target) {
 void Importer::importNext() {
     OpenFolder& folder = open_.back();
     if (folder.next == folder.names.size()) {
-        const OpenFolder done = std::move(folder);
+        OpenFolder done = std::move(folder);
         open_.pop_back();
         console_.attempt(done.target.printed(), [&] { leaveFolder(done); });
         return;
@@ -95,9 +96,11 @@ void Importer::importChild(const std::string& source, const StoragePath& target)
 
 void Importer::enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
                            RootAttributes keeps, DiskEntry::Links links) {
-    OpenFolder folder{source, target, entry, keeps, listDiskFolder(source, links), 0};
+    OpenFolder folder{source, target, entry, keeps, nullptr, listDiskFolder(source, links), 0};
     if (!provider_.doFolderExists(target.iri())) {
         provider_.doCreateFolder(target.iri());
+    } else if (keeps == RootAttributes::FromSource) { // an earlier import may have made it read-only
+        folder.lifted = std::make_unique<const LiftedFolderFlag>(provider_, target);
     }
     if (keeps == RootAttributes::FromSource) { // also of a folder that an interruption leaves incomplete
         modes_.set(target, EntryModes::Kind::Folder, entry.mode);
@@ -108,7 +111,8 @@ void Importer::enterFolder(const std::string& source, const StoragePath& target,
 }
 
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
-void Importer::leaveFolder(const OpenFolder& folder) {
+void Importer::leaveFolder(OpenFolder& folder) {
+    folder.lifted.reset();
     if (folder.keeps == RootAttributes::FromSource) {
         applyAttributes(folder.target, folder.attributes);
     }
@@ -122,19 +126,41 @@ void Importer::importFile(const std::string& source, const StoragePath& target, 
     if (attributes.kind != DiskEntry::Kind::File) {
         throw CommandError(source, std::string("became ") + describe(attributes.kind));
     }
-    copyBytes(from, target);
+    if (provider_.doFileExists(target.iri())) {
+        replaceFile(from, target);
+    } else {
+        createFile(from, target);
+    }
     modes_.set(target, EntryModes::Kind::File, attributes.mode);
     applyAttributes(target, attributes);
     ++totals_.files;
     progress_.countEntry();
 }
 
-void Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) {
-    const ByteStreamOpenOptions options{.content = ByteStreamContent::Empty};
+void Importer::createFile(const FileDescriptor& from, const StoragePath& target) {
     const StorageIRI iri = target.iri();
-    auto stream = provider_.doOpenStream(iri, options);
     UnfinishedFile file(provider_, iri);
-    ByteStreamDevice to(std::move(stream));
+    const auto bytes = copyBytes(from, target);
+    file.finish();
+    totals_.bytes += bytes;
+}
+
+void Importer::replaceFile(const FileDescriptor& from, const StoragePath& target) {
+    TemporaryStorageFile replacement(provider_, target);
+    unsigned long long bytes = 0;
+    try {
+        bytes = copyBytes(from, replacement.path());
+    } catch (const std::bad_alloc&) {
+        throw CommandError(from.path(),
+                           "out of memory: " + target.printed() +
+                               " is kept until it can be replaced, and there is no room for both");
+    }
+    replacement.moveIntoPlace();
+    totals_.bytes += bytes;
+}
+
+unsigned long long Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) {
+    ByteStreamDevice to(provider_.doOpenStream(target.iri(), {.content = ByteStreamContent::Empty}));
     unsigned long long copied = 0;
     while (const std::size_t count = from.read(buffer_, interruption_)) {
         to.write(buffer_.data(), static_cast<std::streamsize>(count));
@@ -142,8 +168,7 @@ void Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) 
         progress_.countBytes(count);
         interruption_.check();
     }
-    file.finish();
-    totals_.bytes += copied;
+    return copied;
 }
 
 void Importer::applyAttributes(const StoragePath& target, const DiskEntry& attributes) {

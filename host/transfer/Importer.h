@@ -4,12 +4,14 @@
 #include "host/disk/DiskEntry.h"
 #include "host/session/EntryModes.h"
 #include "host/session/ImportLog.h"
+#include "host/storage/LiftedFolderFlag.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
 #include "host/transfer/RootAttributes.h"
 #include "host/transfer/TransferTotals.h"
 #include "hostapi/storage/provider/IProvider.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,8 +19,8 @@ namespace storage::host {
 
 /// Copies files and trees from the disk into the storage, with times and writable flags.
 ///
-/// Goes on after a failure, which the console counts. A file is in the storage complete or not at all. Depth
-/// costs memory but no stack; a file of any size passes through one buffer.
+/// Goes on after a failure, which the console counts. A file is in the storage complete or not at all; one that it replaces
+/// stays as it was until then. Depth costs memory but no stack; a file of any size passes through one buffer.
 ///
 /// Borrows all that it is made with. Thread safety: one object is for one thread.
 class Importer {
@@ -32,8 +34,8 @@ public:
 
     /// Imports one entry and everything below it.
     /// @param source  path on disk; a symbolic link here is followed, unlike the ones below
-    /// @param target  where the entry itself comes to stand; a folder that is there is added to, a file
-    /// replaced
+    /// @param target  where the entry itself comes to stand; a folder that is there is added to, a read-only one too if it
+    ///                takes its attributes from the source; a file, also a read-only one, is replaced
     /// @throws CommandError when the entry itself cannot be imported
     /// @throws Interrupted
     void run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
@@ -47,6 +49,7 @@ private:
         StoragePath target;
         DiskEntry attributes;
         RootAttributes keeps;
+        std::unique_ptr<const LiftedFolderFlag> lifted;
         std::vector<std::string> names;
         std::size_t next;
     };
@@ -58,9 +61,11 @@ private:
     void importChild(const std::string& source, const StoragePath& target);
     void enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
                      RootAttributes keeps, DiskEntry::Links links);
-    void leaveFolder(const OpenFolder& folder);
+    void leaveFolder(OpenFolder& folder);
     void importFile(const std::string& source, const StoragePath& target, DiskEntry::Links links);
-    void copyBytes(const FileDescriptor& from, const StoragePath& target);
+    void createFile(const FileDescriptor& from, const StoragePath& target);
+    void replaceFile(const FileDescriptor& from, const StoragePath& target);
+    unsigned long long copyBytes(const FileDescriptor& from, const StoragePath& target);
     void applyAttributes(const StoragePath& target, const DiskEntry& attributes);
 
     const IProvider& provider_;

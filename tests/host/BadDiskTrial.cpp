@@ -152,6 +152,7 @@ protected:
     std::vector<std::string> commands() const {
         return {"import " + disk_ / "src" + " /n",
                 "import " + disk_ / "src/big" + " " + disk_ / "src/a" + " /d",
+                "import " + disk_ / "src/big" + " " + disk_ / "src/s" + " /a",
                 "export /a " + disk_ / "out",
                 "export / " + disk_ / "all",
                 "check /a " + disk_ / "same",

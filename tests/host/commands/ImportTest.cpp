@@ -1,5 +1,6 @@
 #include "tests/support/SessionTest.h"
 
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -9,6 +10,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using foundation::storage::provider::StorageIRI;
 using testing::HasSubstr;
 
 class ImportTest : public SessionTest {
@@ -110,13 +112,107 @@ TEST_F(ImportTest, AFileThatDoesNotFitIsNotThereAfterwardsAndTheRestGoesOn) {
     EXPECT_EQ(succeed("find /n"), "/n\n/n/b\n");
 }
 
-TEST_F(ImportTest, AReadOnlyFileIsNotReplaced) {
+TEST_F(ImportTest, AReadOnlyFileIsReplacedToo) {
     disk_.write("src/f", "new");
     succeed("write /f old");
     succeed("chmod -w /f");
-    EXPECT_EQ(fail("import " + disk_ / "src/f" + " /"),
-              "qzstorage: import: /f: read-only, or in a read-only folder\n");
-    EXPECT_EQ(succeed("cat /f"), "old\n");
+    succeed("import " + disk_ / "src/f" + " /");
+    EXPECT_EQ(succeed("cat /f"), "new");
+    EXPECT_THAT(succeed("stat /f"), HasSubstr("writable: yes"));
+}
+
+TEST_F(ImportTest, ReadOnlyFoldersCanBeImportedAgain) {
+    disk_.write("src/s/f", "one");
+    fs::permissions(disk_ / "src/s", fs::perms::owner_read | fs::perms::owner_exec);
+    succeed("import " + disk_ / "src" + " /");
+    fs::permissions(disk_ / "src/s", fs::perms::owner_all);
+    disk_.write("src/s/f", "two");
+    disk_.write("src/s/g", "three");
+    fs::permissions(disk_ / "src/s", fs::perms::owner_read | fs::perms::owner_exec);
+    succeed("import " + disk_ / "src" + " /");
+    EXPECT_EQ(succeed("cat /src/s/f /src/s/g"), "twothree");
+    EXPECT_THAT(succeed("stat /src/s"), HasSubstr("writable: no"));
+
+    provider_->beforeWrite = [this] { interruption_.clear(), std::raise(SIGINT); };
+    EXPECT_EQ(run("import " + disk_ / "src" + " /"), ExitStatus::Interrupted);
+    interruption_.clear();
+    EXPECT_THAT(succeed("stat /src/s"), HasSubstr("writable: no")) << "after an interruption";
+}
+
+/// A read-only file of the storage with a time of its own, and a file of the disk that is to replace it.
+class ReplacingImportTest : public ImportTest {
+protected:
+    ReplacingImportTest() {
+        disk_.write("old", "old");
+        setTime(disk_ / "old", 1000000000, 0);
+        fs::permissions(disk_ / "old", fs::perms::owner_read);
+        succeed("mkdir /d");
+        succeed("import " + disk_ / "old" + " /d/f");
+        before_ = succeed("stat /d/f");
+        disk_.write("new", std::string(1 << 20, 'x'));
+    }
+
+    void expectAsBefore() {
+        provider_->before = [](const char*, const StorageIRI&) {};
+        interruption_.clear();
+        EXPECT_EQ(succeed("find /d"), "/d\n/d/f\n");
+        EXPECT_EQ(succeed("cat /d/f"), "old");
+        EXPECT_EQ(succeed("stat /d/f"), before_);
+    }
+
+    std::string line() const { return "import " + disk_ / "new" + " /d/f"; }
+
+    std::string before_;
+};
+
+TEST_F(ReplacingImportTest, AFailureAtAnyCallKeepsTheOldFile) {
+    for (const std::string operation : {"createFile", "openStream", "write", "setWritable", "moveFile"}) {
+        SCOPED_TRACE(operation);
+        provider_->before = [&operation, done = false](const std::string& called, const StorageIRI&) mutable {
+            if (called == operation && !done) {
+                done = true;
+                throw std::runtime_error("torn");
+            }
+        };
+        EXPECT_THAT(fail(line()), HasSubstr("torn"));
+        expectAsBefore();
+    }
+}
+
+TEST_F(ReplacingImportTest, AnInterruptionKeepsTheOldFile) {
+    provider_->before = [&](const std::string& called, const StorageIRI&) {
+        if (called == "write") {
+            std::raise(SIGINT);
+        }
+    };
+    EXPECT_EQ(run(line()), ExitStatus::Interrupted);
+    expectAsBefore();
+}
+
+TEST_F(ReplacingImportTest, WithoutRoomForBothTheOldFileStays) {
+    provider_->before = [&](const std::string& called, const StorageIRI&) {
+        if (called == "write") {
+            throw std::bad_alloc();
+        }
+    };
+    EXPECT_EQ(fail(line()),
+              "qzstorage: import: " + disk_ / "new" +
+                  ": out of memory: /d/f is kept until it can be replaced, and there is no room for "
+                  "both\n");
+    expectAsBefore();
+}
+
+TEST_F(ReplacingImportTest, AReadOnlyFolderThatIsOnlyAddedToKeepsItsFiles) {
+    succeed("chmod -w /d");
+    EXPECT_EQ(fail(line()), "qzstorage: import: /d/f: read-only, or in a read-only folder\n");
+    expectAsBefore();
+}
+
+TEST_F(ReplacingImportTest, ATemporaryNameThatIsTakenIsLeftAlone) {
+    succeed("write /d/.qzstorage-import-0 mine");
+    succeed(line());
+    EXPECT_EQ(succeed("cat /d/.qzstorage-import-0"), "mine\n");
+    EXPECT_EQ(succeed("find /d"), "/d\n/d/.qzstorage-import-0\n/d/f\n");
 }
 
 TEST_F(ImportTest, FilesLargerThanTheBufferComeWhole) {

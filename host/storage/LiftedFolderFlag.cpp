@@ -1,0 +1,23 @@
+#include "host/storage/LiftedFolderFlag.h"
+
+namespace storage::host {
+
+LiftedFolderFlag::LiftedFolderFlag(const foundation::storage::provider::IProvider& provider,
+                                   const StoragePath& path)
+    : provider_(provider), path_(path), isLifted_(!provider.doGetFolderAttributes(path.iri()).isWritable()) {
+    if (isLifted_) {
+        provider_.doSetWritable(path_.iri(), true);
+    }
+}
+
+LiftedFolderFlag::~LiftedFolderFlag() {
+    if (!isLifted_) {
+        return;
+    }
+    try {
+        provider_.doSetWritable(path_.iri(), false);
+    } catch (...) { // what was to be done in the folder is done, or its failure is the one to report
+    }
+}
+
+} // namespace storage::host

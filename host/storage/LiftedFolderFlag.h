@@ -1,0 +1,25 @@
+#pragma once
+
+#include "host/storage/StoragePath.h"
+#include "hostapi/storage/provider/IProvider.h"
+
+namespace storage::host {
+
+/// Makes a read-only folder of the storage writable as long as the object lives. A writable one stays as it is.
+///
+/// Borrows the provider. Thread safety: one object is for one thread.
+class LiftedFolderFlag {
+public:
+    /// @param path  an existing folder
+    LiftedFolderFlag(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
+    ~LiftedFolderFlag();
+    LiftedFolderFlag(const LiftedFolderFlag&) = delete;
+    LiftedFolderFlag& operator=(const LiftedFolderFlag&) = delete;
+
+private:
+    const foundation::storage::provider::IProvider& provider_;
+    const StoragePath path_;
+    const bool isLifted_;
+};
+
+} // namespace storage::host
