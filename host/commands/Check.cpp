@@ -2,6 +2,7 @@
 #include "host/disk/DiskFolder.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
+#include "host/support/Umask.h"
 #include "host/support/UsageError.h"
 #include "host/transfer/Checker.h"
 
@@ -12,38 +13,52 @@ namespace {
 class CheckCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-t", times_, "compare the times of files, too");
+        syntax.flag("-t", times_, "compare the times of files and folders, too");
         syntax.operands(0, 2);
     }
 
     void run(Session& session, const Words& operands) override {
-        TransferTotals totals;
-        {
-            Checker checker(session.provider(), session.console(), session.interruption(), session.imports(),
-                            times_ ? Checker::Times::Compare : Checker::Times::Ignore);
-            for (const ImportRecord& record : recordsToCheck(session, operands)) {
-                session.console().attempt(record.path.printed(),
-                                          [&] { checker.run(record.path, record.diskPath); });
-            }
-            totals = checker.totals();
-        } // takes its progress off the terminal
+        if (operands.size() == 1) {
+            throw UsageError("PATH needs a DISK-PATH to be compared with");
+        }
+        if (operands.empty() && session.imports().empty()) {
+            throw CommandError("", "nothing was imported that could be checked");
+        }
+        const TransferTotals totals =
+            operands.empty() ? compare(session, session.imports(), Checker::Against::Sources)
+                             : compare(session, asImported(session, operands), Checker::Against::Export);
         const std::size_t differences = session.console().failuresOfCommand();
         session.console().out() << "check: " << totals.summary() << ": "
                                 << (differences == 0 ? "equal" : counted(differences, "difference")) << '\n';
     }
 
 private:
-    static std::vector<ImportRecord> recordsToCheck(Session& session, const Words& operands) {
-        if (operands.size() == 1) {
-            throw UsageError("PATH needs a DISK-PATH to be compared with");
-        }
-        if (operands.size() == 2) {
-            return {{diskOperand(operands[1]), session.resolve(operands[0])}};
-        }
-        if (session.imports().records().empty()) {
-            throw CommandError("", "nothing was imported that could be checked");
-        }
-        return session.imports().records();
+    /// An export leaves the attributes of a folder that exists to the disk when it puts the content of the root there.
+    static ImportLog asImported(const Session& session, const Words& operands) {
+        const StoragePath path = session.resolve(operands[0]);
+        ImportLog log;
+        log.add(diskOperand(operands[1]), path,
+                path.isRoot() ? ImportSource::Scope::ContentOnly : ImportSource::Scope::Whole);
+        return log;
+    }
+
+    TransferTotals compare(Session& session, const ImportLog& expected, Checker::Against against) const {
+        const mode_t mask = currentUmask();
+        const auto modeOf = [&](const StoragePath& path, Checker::EntryType type) {
+            const auto mode = session.modes().find(path);
+            // Of an import, permissions without a record are the usual ones; of anything else they are not known.
+            return mode || !session.imports().covers(path) ? mode : std::optional(usualMode(type) & ~mask);
+        };
+        Checker checker(session.provider(), session.console(), session.interruption(), expected, modeOf,
+                        against, times_ ? Checker::Times::Compare : Checker::Times::Ignore);
+        checker.run();
+        return checker.totals(); // its progress leaves the terminal
+    }
+
+    static mode_t usualMode(Checker::EntryType type) {
+        constexpr mode_t file = 0666;
+        constexpr mode_t folder = 0777;
+        return type == Checker::EntryType::Folder ? folder : file;
     }
 
     bool times_ = false;

@@ -2,35 +2,61 @@
 
 #include "host/storage/StoragePath.h"
 
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace storage::host {
 
-/// That an entry of the disk was imported, and where its copy is now. A value.
-struct ImportRecord {
-    std::string diskPath; ///< absolute
-    StoragePath path;
+/// A source of an import: an entry of the disk. A value.
+struct ImportSource {
+    enum class Scope {
+        Whole,       ///< with its own time, writable flag and permissions
+        ContentOnly, ///< what the folder holds was added to a folder that existed
+    };
 
-    bool operator==(const ImportRecord&) const = default;
+    std::string diskPath; ///< absolute
+    Scope scope = Scope::Whole;
+    unsigned long long order = 0; ///< a later import has a greater one
 };
 
-/// The imports of a session, for checking them later. No record stands in it twice.
+/// What was imported in a session and where its copies are now, for checking them later.
+///
+/// Several sources may have gone to one path, and one below another. They are laid over one another: the later one has
+/// replaced the files that both have. A path has each source once for each scope.
+///
 /// Thread safety: one object is for one thread.
 class ImportLog {
 public:
-    void add(ImportRecord record);
+    /// The copy of `diskPath` is at `path`, on top of what was imported there before.
+    void add(const std::string& diskPath, const StoragePath& path, ImportSource::Scope scope);
 
-    /// Follows the entry at `from`, and all below it, to `to`.
+    /// Follows the entry at `from`, and all below it, to `to`, on top of what was imported there before.
     void moved(const StoragePath& from, const StoragePath& to);
 
-    const std::vector<ImportRecord>& records() const noexcept { return records_; }
+    bool empty() const noexcept { return targets_.empty(); }
 
-    /// Whether some import put its copy exactly at `path`.
-    bool hasImportAt(const StoragePath& path) const;
+    /// The paths of copies that are not below another copy, sorted.
+    std::vector<StoragePath> topmost() const;
+
+    /// The sources whose copies are exactly at `path`, in the order of their imports.
+    std::vector<ImportSource> at(const StoragePath& path) const;
+
+    /// Names in the folder at `folder` of copies and of folders that hold copies, sorted.
+    std::vector<std::u16string> namesIn(const StoragePath& folder) const;
+
+    /// Whether the entry at `path`, with its time, writable flag and permissions, belongs to a copy.
+    bool covers(const StoragePath& path) const;
 
 private:
-    std::vector<ImportRecord> records_;
+    using Sources =
+        std::map<std::pair<std::string, ImportSource::Scope>, unsigned long long>; ///< their order
+
+    bool isBelowCopy(const StoragePath& path) const;
+
+    std::map<std::u16string, Sources> targets_; ///< by paths of the storage
+    unsigned long long lastOrder_ = 0;
 };
 
 } // namespace storage::host

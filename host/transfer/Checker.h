@@ -9,64 +9,113 @@
 #include "hostapi/storage/provider/FolderEntry.h"
 #include "hostapi/storage/provider/IProvider.h"
 
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace storage::host {
 
-/// Compares trees of the storage with trees of the disk: names, kinds, bytes, the writable flags of files
-/// and, if wanted, the times of files. Symbolic links and other entries that an import skips do not count.
+/// Compares trees of the storage with trees of the disk.
 ///
-/// Every difference is reported to the console as a failure. Borrows provider, console, interruption and log.
-/// Thread safety: one object is for one thread.
+/// Two commands use it. `check` compares every import of the session with its sources. `check PATH DISK-PATH` compares the
+/// entry at PATH with the one at DISK-PATH, most often an export, as if it had been imported from there.
+///
+/// | compared                | `check`                                 | `check PATH DISK-PATH`                        |
+/// |-------------------------|-----------------------------------------|-----------------------------------------------|
+/// | names, on both sides    | yes                                     | yes                                           |
+/// | kinds                   | yes; what an import skips is skipped    | yes; what the storage cannot hold differs     |
+/// | bytes of files          | yes                                     | yes                                           |
+/// | writable flags          | of files and folders                    | of files and folders, not of the storage root |
+/// | permissions             | all twelve bits                         | those an export carries, if they are known    |
+/// | times, with -t          | of files and folders                    | of files and folders, not of the storage root |
+///
+/// Sources that went to one path are laid over one another: a folder must hold what all of them hold, and of a file and of
+/// the attributes of a folder the last one counts. Attributes of a folder that an import only filled are not compared,
+/// neither is the time of a folder to which a later import added something. A folder that exists only to hold an import
+/// has no counterpart; what else is in it is a difference.
+///
+/// Every difference is one line, reported to the console as a failure. Of a missing or additional folder the entries below
+/// are not reported. An entry that cannot be read is a failure, too.
+///
+/// Borrows all that it is made with. Thread safety: one object is for one thread.
 class Checker {
 public:
-    enum class Times { Ignore, Compare };
+    using IProvider = foundation::storage::provider::IProvider;
     using EntryType = foundation::storage::provider::FolderEntry::EntryType;
 
-    using IProvider = foundation::storage::provider::IProvider;
+    /// The permission bits of an entry of the storage; nothing where they are not known.
+    using ModeOf = std::function<std::optional<mode_t>(const StoragePath& path, EntryType type)>;
 
+    enum class Times { Ignore, Compare };
+    enum class Against { Sources, Export };
+
+    /// @param expected  the trees of the disk, and where in the storage their copies are
     Checker(const IProvider& provider, Console& console, const Interruption& interruption,
-            const ImportLog& imports, Times times);
+            const ImportLog& expected, ModeOf modeOf, Against against, Times times);
 
-    /// Compares one entry and everything below it. The copy of another import that stands inside the tree is
-    /// left out, as it is compared with a source of its own.
+    /// Compares all copies.
     /// @throws Interrupted
-    void run(const StoragePath& path, const std::string& diskPath);
+    void run();
 
-    /// What was found on both sides by all runs.
+    /// What was found on both sides, and the bytes that are equal from the beginning of each file.
     const TransferTotals& totals() const noexcept { return totals_; }
 
 private:
-    struct Pair {
-        StoragePath path;
-        std::string diskPath;
-    };
-    struct DiskChild {
-        std::string path;
+    /// A source of an entry of the storage.
+    struct Layer {
+        ImportSource source;
         DiskEntry::Kind kind;
+        DiskEntry::Links links;
     };
-    using DiskChildren = std::map<std::u16string, DiskChild>;
+    using Layers = std::vector<Layer>; ///< in the order of their imports
 
-    void compareFolders(const Pair& pair);
-    DiskChildren listDisk(const std::string& folder);
-    void addDiskChild(const std::string& folder, const std::string& name, DiskChildren& children);
-    void compareEntries(const StoragePath& path, EntryType type, const DiskChild& onDisk);
-    void reportNotOnDisk(const StoragePath& path);
-    void compareFiles(const Pair& pair);
-    void compareBytes(const Pair& pair, const FileDescriptor& onDisk);
-    void compareAttributes(const Pair& pair, const DiskEntry& onDisk);
+    struct StoredAttributes {
+        EntryType type;
+        bool writable;
+        boost::posix_time::ptime lastModified;
+    };
+
+    struct Folder {
+        StoragePath path;
+        Layers layers; ///< folders only; none for a folder that exists to hold an import
+    };
+    /// What a folder must hold. Without layers: a folder that holds an import, or an import whose source cannot be found.
+    using Children = std::map<std::u16string, Layers>;
+
+    void compareTop(const StoragePath& path);
+    void compareFolder(const Folder& folder);
+    Children childrenOf(const Folder& folder);
+    void addChildren(const Layer& layer, Children& children);
+    void addChild(const Layer& layer, const std::string& name, Children& children);
+    Layers layersAt(const StoragePath& path);
+    bool isSkippedKind(DiskEntry::Kind kind) const;
+    const Layer* counterpart(const Layers& layers) const;
+    void compareEntry(const StoragePath& path, EntryType type, const Layers& layers);
+    void reportMissing(const StoragePath& path, const Layers& layers);
+    void compareFile(const StoragePath& path, const Layer& layer);
+    void compareBytes(const StoragePath& path, const FileDescriptor& onDisk);
+    void reportBytes(const StoragePath& path, const FileDescriptor& onDisk, unsigned long long offset,
+                     const std::string& difference);
+    void compareFolderAttributes(const Folder& folder);
+    bool isAddedToAfter(const Folder& folder, unsigned long long order) const;
+    void compareAttributes(const StoragePath& path, const StoredAttributes& stored,
+                           const std::string& diskPath, const DiskEntry& onDisk, Times times);
+    bool modesAgree(mode_t known, const StoredAttributes& stored, const DiskEntry& onDisk) const;
     void report(const StoragePath& path, const std::string& difference);
 
     const IProvider& provider_;
     Console& console_;
     const Interruption& interruption_;
-    const ImportLog& imports_;
+    const ImportLog& expected_;
+    const ModeOf modeOf_;
+    const Against against_;
     const Times times_;
     ProgressMeter progress_;
     TransferTotals totals_;
-    std::vector<Pair> open_; ///< folders on both sides that are still to be compared
+    std::vector<Folder> open_; ///< folders that are still to be compared, the next one last
     std::vector<char> buffer_;
     std::vector<char> diskBuffer_;
 };

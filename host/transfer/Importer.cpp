@@ -9,7 +9,6 @@
 #include "host/support/Utf.h"
 
 #include <fcntl.h>
-#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -37,7 +36,7 @@ void Importer::run(const std::string& source, const StoragePath& target, RootAtt
         break;
     case DiskEntry::Kind::File:
         importFile(source, target, DiskEntry::Links::Follow);
-        logImport(source, target);
+        logImport(source, target, RootAttributes::FromSource);
         break;
     default:
         throw CommandError(source, std::string(describe(entry.kind)) + ", not a file or folder");
@@ -48,15 +47,18 @@ void Importer::importTree(const std::string& source, const StoragePath& target, 
                           RootAttributes rootAttributes) {
     open_.clear(); // an interrupted run leaves its folders here
     enterFolder(source, target, entry, rootAttributes, DiskEntry::Links::Follow);
-    logImport(source, target); // from here on, whatever is missing is for a check to find
+    logImport(source, target, rootAttributes); // from here on, whatever is missing is for a check to find
     while (!open_.empty()) {
         interruption_.check();
         importNext();
     }
 }
 
-void Importer::logImport(const std::string& source, const StoragePath& target) {
-    imports_.add({std::filesystem::absolute(source).lexically_normal().string(), target});
+void Importer::logImport(const std::string& source, const StoragePath& target,
+                         RootAttributes rootAttributes) {
+    using Scope = ImportSource::Scope;
+    imports_.add(source, target,
+                 rootAttributes == RootAttributes::FromSource ? Scope::Whole : Scope::ContentOnly);
 }
 
 /// One step: the next entry of the innermost open folder, or the folder's end.

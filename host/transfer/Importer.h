@@ -56,7 +56,7 @@ private:
 
     void importTree(const std::string& source, const StoragePath& target, const DiskEntry& entry,
                     RootAttributes rootAttributes);
-    void logImport(const std::string& source, const StoragePath& target);
+    void logImport(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
     void importNext();
     void importChild(const std::string& source, const StoragePath& target);
     void enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,

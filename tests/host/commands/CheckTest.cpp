@@ -52,15 +52,21 @@ TEST_F(CheckTest, FindsAByteThatDiffers) {
     const auto stream = provider_->doOpenStream(StorageIRI(u"/n/s/g"), {});
     ASSERT_EQ(stream->seek(500000, std::ios_base::beg), std::streampos(500000));
     stream->write("y", 1);
-    EXPECT_EQ(difference(),
-              "qzstorage: check: /n/s/g: differs from " + disk_ / "src/s/g" + " from byte 500000 on\n");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/s/g: differs from " + disk_ / "src/s/g" +
+                                " from byte 500000 on: 0x79, on disk 0x78\n");
+    EXPECT_EQ(output(), "check: 2 folders, 2 files, 500003 bytes: 1 difference\n");
 }
 
 TEST_F(CheckTest, FindsFilesThatAreShorterOrLonger) {
     succeed("truncate -s 2 /n/f");
-    EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" + " from byte 2 on\n");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
+                                " from byte 2 on: it ends there; 2 bytes, on disk 3\n");
     succeed("write /n/f one");
-    EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" + " from byte 3 on\n");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
+                                " from byte 3 on: the one on disk ends there; 4 bytes, on disk 3\n");
+    succeed("write /n/f oXX");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
+                                " from byte 1 on: 0x58, on disk 0x6E; 4 bytes, on disk 3\n");
 }
 
 TEST_F(CheckTest, FindsWhatIsMissingOnEitherSide) {
@@ -104,14 +110,105 @@ TEST_F(CheckTest, ReportsEveryDifference) {
     succeed("truncate -s 2 /n/s/g");
     succeed("touch /n/new");
     fail("check");
-    EXPECT_EQ(output(), "check: 2 folders, 1 file, 0 bytes: 3 differences\n");
+    EXPECT_EQ(output(), "check: 2 folders, 1 file, 2 bytes: 3 differences\n");
 }
 
 TEST_F(CheckTest, LeavesOutWhatAnImportSkips) {
     fs::create_symlink("f", disk_ / "src/link");
-    succeed("check");
+    fs::create_symlink("f", disk_ / "src/\xFF");
+    EXPECT_EQ(succeed("check"), "check: 2 folders, 2 files, 600003 bytes, skipped 2: equal\n");
     succeed("touch /n/link");
-    EXPECT_EQ(difference(), "qzstorage: check: /n/link: not on disk\n");
+    EXPECT_EQ(difference(),
+              "qzstorage: check: /n/link: a file, but " + disk_ / "src/link" + " is a symbolic link\n");
+}
+
+TEST_F(CheckTest, FindsLinksInAnExport) {
+    succeed("export /n " + disk_ / "out");
+    fs::create_symlink("f", disk_ / "out/link");
+    EXPECT_EQ(difference("check /n " + disk_ / "out"),
+              "qzstorage: check: /n/link: missing, " + disk_ / "out/link" + " is a symbolic link\n");
+    fs::rename(disk_ / "out/link", disk_ / "out/\xFF");
+    EXPECT_EQ(difference("check /n " + disk_ / "out"),
+              "qzstorage: check: " + disk_ / "out/\\xFF" + ": missing, as the name is not UTF-8\n");
+}
+
+TEST_F(CheckTest, FindsAFolderThatBecameALinkAndDoesNotFollowIt) {
+    succeed("export /n " + disk_ / "out");
+    fs::rename(disk_ / "out/s", disk_ / "elsewhere");
+    fs::create_symlink(disk_ / "elsewhere", disk_ / "out/s");
+    EXPECT_EQ(difference("check /n " + disk_ / "out"),
+              "qzstorage: check: /n/s: a folder, but " + disk_ / "out/s" + " is a symbolic link\n");
+    fs::create_symlink(disk_ / "out", disk_ / "named");
+    fs::remove(disk_ / "out/s");
+    fs::rename(disk_ / "elsewhere", disk_ / "out/s");
+    succeed("check /n " + disk_ / "named");
+}
+
+TEST_F(CheckTest, FindsAnotherWritableFlagOfAFolder) {
+    fs::permissions(disk_ / "src/s", fs::perms::owner_write, fs::perm_options::remove);
+    EXPECT_EQ(difference(), "qzstorage: check: /n/s: writable, but " + disk_ / "src/s" + " is read-only\n");
+    EXPECT_EQ(difference("check /n " + disk_ / "src"),
+              "qzstorage: check: /n/s: writable, but " + disk_ / "src/s" + " is read-only\n");
+    fs::permissions(disk_ / "src/s", fs::perms::owner_write, fs::perm_options::add);
+    succeed("chmod -w /n");
+    EXPECT_EQ(difference(), "qzstorage: check: /n: read-only, but " + disk_ / "src" + " is writable\n");
+}
+
+TEST_F(CheckTest, FindsOtherPermissions) {
+    ASSERT_EQ(::chmod((disk_ / "src/f").c_str(), 0640), 0);
+    succeed("import " + disk_ / "src" + " /m");
+    succeed("export /m " + disk_ / "out");
+    succeed("check /m " + disk_ / "out");
+    ASSERT_EQ(::chmod((disk_ / "out/f").c_str(), 0644), 0);
+    EXPECT_EQ(difference("check /m " + disk_ / "out"),
+              "qzstorage: check: /m/f: permissions 640, but " + disk_ / "out/f" + " has 644\n");
+    ASSERT_EQ(::chmod((disk_ / "out/f").c_str(), 04640), 0);
+    EXPECT_EQ(difference("check /m " + disk_ / "out"),
+              "qzstorage: check: /m/f: permissions 640, but " + disk_ / "out/f" + " has 4640\n");
+}
+
+TEST_F(CheckTest, DoesNotMissPermissionsThatANewFileHas) {
+    succeed("export /n " + disk_ / "out");
+    ASSERT_EQ(::chmod((disk_ / "out/f").c_str(), 0601), 0);
+    EXPECT_THAT(difference("check /n " + disk_ / "out"), HasSubstr("but " + disk_ / "out/f" + " has 601\n"));
+    ASSERT_EQ(::chmod((disk_ / "src/f").c_str(), 0601), 0);
+    EXPECT_THAT(difference(), HasSubstr("but " + disk_ / "src/f" + " has 601\n"));
+}
+
+TEST_F(CheckTest, DoesNotKnowThePermissionsOfWhatTheSessionMade) {
+    disk_.write("out", "");
+    ASSERT_EQ(::chmod((disk_ / "out").c_str(), 0600), 0);
+    succeed("write /made text");
+    succeed("export /made " + disk_ / "out");
+    succeed("check /made " + disk_ / "out");
+}
+
+TEST_F(CheckTest, TheWritableFlagIsNotReportedAgainAsPermissions) {
+    ASSERT_EQ(::chmod((disk_ / "src/f").c_str(), 0464), 0);
+    succeed("import " + disk_ / "src" + " /m");
+    succeed("export /m " + disk_ / "out");
+    succeed("check /m " + disk_ / "out");
+    succeed("check /m " + disk_ / "src");
+    succeed("chmod +w /m/f");
+    EXPECT_EQ(difference("check /m " + disk_ / "out"),
+              "qzstorage: check: /m/f: writable, but " + disk_ / "out/f" + " is read-only\n");
+    succeed("export /m/f " + disk_ / "f");
+    succeed("check /m/f " + disk_ / "f");
+}
+
+TEST_F(CheckTest, ComparesTimesOfFoldersOnlyWhenAsked) {
+    succeed("export /n " + disk_ / "out");
+    succeed("touch /n/s");
+    succeed("check");
+    EXPECT_THAT(difference("check -t"), HasSubstr("check: /n/s: modified "));
+    EXPECT_THAT(difference("check -t /n " + disk_ / "out"), HasSubstr("check: /n/s: modified "));
+}
+
+TEST_F(CheckTest, DoesNotCompareAttributesThatTheRootNeverGets) {
+    disk_.makeFolder("out");
+    succeed("export / " + disk_ / "out");
+    fs::permissions(disk_ / "out", fs::perms::owner_write, fs::perm_options::remove);
+    succeed("check -t / " + disk_ / "out");
 }
 
 TEST_F(CheckTest, ChecksEveryImportOfTheSessionEachAgainstItsOwnSource) {
@@ -120,6 +217,83 @@ TEST_F(CheckTest, ChecksEveryImportOfTheSessionEachAgainstItsOwnSource) {
     EXPECT_EQ(succeed("check"), "check: 3 folders, 3 files, 600010 bytes: equal\n");
     succeed("rm /n/other/h");
     EXPECT_EQ(difference(), "qzstorage: check: /n/other/h: missing, " + disk_ / "other/h" + " is a file\n");
+}
+
+TEST_F(CheckTest, MissesNothingThatWasImportedIntoAnotherImport) {
+    disk_.write("single", "1234567");
+    succeed("import " + disk_ / "single" + " /n/s/single");
+    EXPECT_EQ(succeed("check -t"), "check: 2 folders, 3 files, 600010 bytes: equal\n");
+    succeed("export /n " + disk_ / "out");
+    succeed("check -t /n " + disk_ / "out");
+    fs::remove(disk_ / "out/s/single");
+    EXPECT_EQ(difference("check /n " + disk_ / "out"), "qzstorage: check: /n/s/single: not on disk\n");
+    succeed("write /n/s/single 12345678");
+    EXPECT_THAT(difference(), HasSubstr("/n/s/single: differs from " + disk_ / "single" + " from byte 7 on"));
+    succeed("rm /n/s/single");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/s/single: missing, " + disk_ / "single" + " is a file\n");
+    fs::remove(disk_ / "single");
+    EXPECT_EQ(difference(), "qzstorage: check: " + disk_ / "single" + ": No such file or directory\n");
+    succeed("rm -r /n/s");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/s: missing, " + disk_ / "src/s" + " is a folder\n");
+}
+
+TEST_F(CheckTest, ImportsIntoOneFolderAreOneTree) {
+    disk_.write("other/f", "another");
+    disk_.write("other/s/h", "h");
+    disk_.write("third/s/h", "third");
+    succeed("import " + disk_ / "other/." + " /n");
+    succeed("import " + disk_ / "third/." + " /n");
+    EXPECT_EQ(succeed("check -t"), "check: 2 folders, 3 files, 600012 bytes: equal\n");
+    succeed("write /n/f one");
+    EXPECT_THAT(difference(), HasSubstr("/n/f: differs from " + disk_ / "other/f from byte 0 on"));
+    succeed("import " + disk_ / "src/." + " /n");
+    succeed("check -t");
+    fs::remove(disk_ / "third/s/h");
+    EXPECT_THAT(difference(), HasSubstr("/n/s/h: differs from " + disk_ / "other/s/h from byte 0 on"));
+    fs::remove_all(disk_ / "third");
+    EXPECT_THAT(fail("check"), HasSubstr(disk_ / "third: No such file or directory\n"));
+}
+
+TEST_F(CheckTest, AFileThatReplacesAnImportIsTheOneToCompare) {
+    disk_.write("other", "another");
+    succeed("import " + disk_ / "other" + " /n/f");
+    succeed("check");
+    succeed("import " + disk_ / "src/f" + " /n/f");
+    succeed("check");
+    succeed("import " + disk_ / "other" + " /other");
+    succeed("mv -f /other /n/f");
+    succeed("check");
+    succeed("import " + disk_ / "src/f" + " /f");
+    succeed("mv -f /n/f /f");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/f: missing, " + disk_ / "src/f" + " is a file\n");
+}
+
+TEST_F(CheckTest, AFolderThatHoldsAnImportNeedsNoCounterpart) {
+    disk_.write("single", "single");
+    succeed("mkdir -p /n/made/below");
+    succeed("import " + disk_ / "single" + " /n/made/below/single");
+    EXPECT_EQ(succeed("check"), "check: 4 folders, 3 files, 600009 bytes: equal\n");
+    succeed("touch /n/made/more");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/made/more: not on disk\n");
+    succeed("rm -r /n/made");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/made: missing, a folder that imports went into\n");
+    succeed("touch /n/made");
+    EXPECT_EQ(difference(),
+              "qzstorage: check: /n/made: a file, but imports went into a folder of this name\n");
+}
+
+TEST_F(CheckTest, AFolderThatWasOnlyFilledKeepsItsAttributes) {
+    ASSERT_EQ(::chmod((disk_ / "src").c_str(), 0555), 0);
+    succeed("mkdir /m");
+    succeed("import " + disk_ / "src/." + " /m");
+    EXPECT_THAT(difference("check -t"), HasSubstr("/n: writable, but ")) << "but nothing of /m";
+}
+
+TEST_F(CheckTest, FollowsALinkThatWasImportedByItsName) {
+    fs::create_directory_symlink(disk_ / "src/s", disk_ / "link");
+    succeed("import " + disk_ / "link" + " /m");
+    succeed("import " + disk_ / "link/../f" + " /f");
+    EXPECT_EQ(succeed("check"), "check: 3 folders, 4 files, 1200006 bytes: equal\n");
 }
 
 TEST_F(CheckTest, NeedsBothPathsOrNone) {

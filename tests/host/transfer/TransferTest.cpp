@@ -55,7 +55,7 @@ protected:
 TEST_F(TransferTest, ImportsAreLoggedAndExportedAgain) {
     disk_.write("src/f", "content");
     import();
-    EXPECT_TRUE(imports_.hasImportAt(StoragePath().child(u"copy")));
+    EXPECT_TRUE(imports_.covers(StoragePath().child(u"copy")));
     exportAll();
     EXPECT_EQ(readFile(disk_ / "out/f"), "content");
     EXPECT_EQ(err_.str(), "");
