@@ -26,6 +26,10 @@ constexpr std::size_t copiedAtOnce = 1U << 20U;   ///< bytes filled or copied at
 constexpr std::uint64_t muchSlack = 64U << 10U;   ///< bytes, below which trimming does not pay
 constexpr const char16_t* unseenName = u"\xD800"; ///< not valid UTF-16, so no program can use or see it
 constexpr std::uint64_t growthStep = 32U << 20U;  ///< bytes, filled within milliseconds
+
+/// Bytes that a provider holds twice when it copies a file that grows to a larger block, at the most.
+constexpr std::uint64_t copiedByProvider = 2U << 20U;
+
 constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
 
 /// Of a stream that failed.
@@ -108,6 +112,7 @@ void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const 
     if (offset > largestSize - bytes.size()) {
         throw ErrnoError(EFBIG);
     }
+    const StorageSpace::Turn turn(space_);
     growing(file, [&] {
         prepare(file, offset);
         auto held = access(file, OpenStream::Access::ReadWrite);
@@ -121,6 +126,7 @@ void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const 
 }
 
 void FileContents::ensureSize(FileInode& file, std::uint64_t size) {
+    const StorageSpace::Turn turn(space_);
     growing(file, [&] {
         prepare(file, size);
         auto held = access(file, OpenStream::Access::ReadWrite);
@@ -321,7 +327,7 @@ OpenStream FileContents::open(const LockedTree& tree, const FileInode& file, Ope
 
 void FileContents::requireRoom(const FileInode& file, std::uint64_t size) {
     if (size > file.storedSize) {
-        space_.require(size - file.storedSize);
+        space_.require(size - file.storedSize, std::min(file.storedSize, copiedByProvider));
     }
 }
 

@@ -23,6 +23,9 @@ public:
     FileContents(const IProvider& provider, InodeTree& tree, InodeGuards& guards, StorageSpace& space)
         : provider_(provider), tree_(tree), guards_(guards), space_(space) {}
 
+    /// To be held by `prepareToGrow` and `resize`; the other functions take their turn themselves.
+    StorageSpace::Turn turn() { return StorageSpace::Turn(space_); }
+
     /// Reads from `offset` on.
     /// @return number of bytes; fewer than requested only at the end of the file
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer);

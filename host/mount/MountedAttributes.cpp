@@ -75,6 +75,7 @@ struct stat MountedAttributes::change(Inode& inode, const AttributeChange& chang
     }
     requireFile(inode);
     auto& file = static_cast<FileInode&>(inode);
+    const StorageSpace::Turn turn = contents_.turn();
     contents_.prepareToGrow(file, *change.size);
     const SlackTrimmer trimmer(contents_, file); // of growth that failed, or of a truncation
     return apply(change, inode);

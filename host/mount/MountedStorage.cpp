@@ -36,6 +36,7 @@ void MountedStorage::release(Inode& inode, std::uint64_t references) {
     ExclusiveTree::RemovedPlace last; // destroyed after the lock is released: a file may have many bytes
     ExclusiveTree tree(tree_);
     last = tree.takeRemoved(inode);
+    space_.noteRemoval();
 }
 
 MountedStorage::Found MountedStorage::makeFile(FolderInode& folder, std::string_view name,
@@ -51,6 +52,7 @@ MountedStorage::Found MountedStorage::makeFolder(FolderInode& folder, std::strin
 MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind,
                                                 mode_t permissions) {
     std::u16string entryName = storageNameOf(name);
+    const StorageSpace::Turn turn(space_);
     ExclusiveTree tree(tree_);
     return refer(tree, &changes_.make(tree, folder, kind, std::move(entryName), permissions));
 }
@@ -67,6 +69,7 @@ void MountedStorage::removeEntry(FolderInode& folder, std::string_view name, Ino
     const std::u16string entryName = storageNameOf(name);
     ExclusiveTree tree(tree_);
     changes_.remove(tree, folder, kind, entryName);
+    space_.noteRemoval();
 }
 
 void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderInode& newFolder,

@@ -1,13 +1,12 @@
 #include "host/mount/StorageSpace.h"
 
 #include "host/mount/ErrnoError.h"
+#include "host/mount/MachineMemory.h"
 #include "hostapi/storage/provider/Exception.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
-#include <string>
-#include <vector>
+#include <malloc.h>
 
 namespace storage::host {
 
@@ -18,122 +17,91 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-constexpr std::uint64_t grant = 64U << 20U;         ///< bytes that may be taken without asking again
-constexpr std::uint64_t leftToOthers = 128U << 20U; ///< bytes left to the rest of the machine
+constexpr std::uint64_t largestGrant = 64U << 20U; ///< bytes that may be taken without asking again
 
-ProviderStorageInfo readMemoryInfo() {
-    ProviderStorageInfo info{0, 0};
-    std::ifstream file("/proc/meminfo");
-    std::string name;
-    std::string unit;
-    unsigned long long kibibytes = 0;
-    while (file >> name >> kibibytes && std::getline(file, unit)) {
-        if (name == "MemTotal:") {
-            info.capacity = kibibytes * 1024;
-        } else if (name == "MemAvailable:") {
-            info.available = kibibytes * 1024;
-        }
-    }
-    return info;
+/// Bytes below which operations that grow take turns: more than the peaks of all that may be under way at that time.
+constexpr std::uint64_t scarceBelow = 64U << 20U;
+
+/// Of what is left, the part that is granted: content may take several times its bytes, in blocks that are half empty and
+/// in blocks that it outgrows.
+constexpr std::uint64_t grantedPart = 8;
+
+/// Bytes left to the rest of the machine or of the control group, and to what requests take that do not grow.
+std::uint64_t leftToOthers(std::uint64_t capacity) {
+    constexpr std::uint64_t most = 128U << 20U;
+    constexpr std::uint64_t part = 128;
+    return std::min(most, capacity / part);
 }
 
-/// The files in which the kernel tells what a group of processes may use and uses.
-struct GroupFiles {
-    std::string limit;
-    std::string use;
-    std::string statistics;
+/// Bytes of what is left to others that no operation's peak may reach into.
+constexpr std::uint64_t neverTaken = 512U << 10U;
 
-    static GroupFiles ofVersion1(const std::string& folder) {
-        return {folder + "/memory.limit_in_bytes", folder + "/memory.usage_in_bytes",
-                folder + "/memory.stat"};
-    }
-    static GroupFiles ofVersion2(const std::string& folder) {
-        return {folder + "/memory.max", folder + "/memory.current", folder + "/memory.stat"};
-    }
-};
-
-/// Of the groups that this process belongs to, and of a container's own.
-std::vector<GroupFiles> groupsOfProcess() {
-    std::vector<GroupFiles> files{GroupFiles::ofVersion2("/sys/fs/cgroup")};
-    std::ifstream groups("/proc/self/cgroup");
-    for (std::string line; std::getline(groups, line);) { // number:controllers:path
-        const std::size_t controllers = line.find(':') + 1;
-        const std::size_t path = line.find(':', controllers) + 1;
-        const std::string kind = line.substr(controllers, path - controllers);
-        if (kind == ":") {
-            files.push_back(GroupFiles::ofVersion2("/sys/fs/cgroup" + line.substr(path)));
-        } else if (kind == "memory:") {
-            files.push_back(GroupFiles::ofVersion1("/sys/fs/cgroup/memory" + line.substr(path)));
-        }
-    }
-    return files;
-}
-
-/// Bytes of cached files, which give way to anything else.
-unsigned long long readReclaimable(const std::string& statistics) {
-    unsigned long long cached = 0;
-    unsigned long long shared = 0;
-    std::ifstream file(statistics);
-    std::string name;
-    unsigned long long bytes = 0;
-    while (file >> name >> bytes) {
-        if (name == "file" || name == "cache") {
-            cached = bytes;
-        } else if (name == "shmem") {
-            shared = bytes;
-        }
-    }
-    return cached - std::min(cached, shared);
-}
-
-/// A group may have less memory than the machine.
-void applyMemoryLimits(ProviderStorageInfo& info) {
-    for (const GroupFiles& group : groupsOfProcess()) {
-        unsigned long long limit = 0;
-        unsigned long long used = 0;
-        std::ifstream limitFile(group.limit); // no number is in it when there is no limit
-        std::ifstream useFile(group.use);
-        if (limitFile >> limit && useFile >> used) {
-            used -= std::min(used, readReclaimable(group.statistics));
-            info.capacity = std::min(info.capacity, limit);
-            info.available = std::min(info.available, limit - std::min(limit, used));
-        }
-    }
+/// What an operation takes at its peak beyond its result and beyond what is left to others.
+std::uint64_t transientBeyond(std::uint64_t transient, const ProviderStorageInfo& info) {
+    const std::uint64_t covered = leftToOthers(info.capacity);
+    return transient == 0 || transient + neverTaken <= covered ? 0 : transient + neverTaken - covered;
 }
 
 } // namespace
 
-ProviderStorageInfo StorageSpace::info() const {
+StorageSpace::Turn::Turn(StorageSpace& space) : space_(space), isHeld_(space.isScarce_.load()) {
+    if (isHeld_) {
+        space_.turn_.lock();
+    }
+}
+
+StorageSpace::Turn::~Turn() {
+    if (isHeld_) {
+        space_.turn_.unlock();
+    }
+}
+
+StorageSpace::Room StorageSpace::room() const {
     try {
-        return provider_.doGetProviderStorageInfo(StorageIRI(u"/"));
+        return {provider_.doGetProviderStorageInfo(StorageIRI(u"/")), "the room of the storage", false};
     } catch (const Exception& error) {
         if (error.getErrorCode() != ErrorCode::NotOffered) {
             throw;
         }
     }
-    ProviderStorageInfo info = readMemoryInfo();
-    applyMemoryLimits(info);
-    info.available -= std::min<unsigned long long>(info.available, leftToOthers);
-    return info;
+    MachineMemory memory = MachineMemory::read();
+    memory.info.available -=
+        std::min<std::uint64_t>(memory.info.available, leftToOthers(memory.info.capacity));
+    return {memory.info, std::move(memory.limitedBy), true};
 }
 
-void StorageSpace::require(std::uint64_t bytes) {
+void StorageSpace::require(std::uint64_t bytes, std::uint64_t transient) {
     if (bytes == 0) {
         return; // also without memory: emptying a file makes room
     }
     if (!reserve_.isComplete()) {
         throw ErrnoError(ENOSPC);
     }
-    if (bytes <= grant &&
+    const bool isChecked = isScarce_ && transient > 0;
+    if (!isChecked && bytes <= largestGrant &&
         granted_.fetch_sub(static_cast<std::int64_t>(bytes)) >= static_cast<std::int64_t>(bytes)) {
         return;
     }
-    const std::uint64_t available = info().available;
-    if (bytes > available) {
+    Room room = this->room();
+    const std::uint64_t peak = bytes + (room.isMemory ? transientBeyond(transient, room.info) : 0);
+    if (peak > room.info.available && giveBack()) {
+        room = this->room();
+    }
+    isScarce_ = room.isMemory && room.info.available < scarceBelow;
+    if (peak > room.info.available) {
         granted_ = 0;
         throw ErrnoError(ENOSPC);
     }
-    granted_ = static_cast<std::int64_t>(std::min(available - bytes, grant));
+    const std::uint64_t left = room.info.available - peak;
+    granted_ = static_cast<std::int64_t>(std::min(room.isMemory ? left / grantedPart : left, largestGrant));
+}
+
+bool StorageSpace::giveBack() noexcept {
+    if (!hasRemovals_.exchange(false)) {
+        return false;
+    }
+    ::malloc_trim(0);
+    return true;
 }
 
 } // namespace storage::host
