@@ -13,6 +13,7 @@ namespace storage::host {
 namespace {
 
 constexpr std::uint32_t longTransfer = 64U << 10U; ///< bytes
+constexpr int restAfter = 100;                     ///< milliseconds without a request
 
 /// The part of a request that follows the header.
 template <typename Body>
@@ -35,8 +36,8 @@ bool isGrowing(const fuse_buf& request) {
 
 } // namespace
 
-FuseDevice::FuseDevice(const FuseSession& session, MemoryReserve& reserve)
-    : session_(session.device()), reserve_(reserve) {
+FuseDevice::FuseDevice(const FuseSession& session, StorageSpace& space)
+    : session_(session.device()), space_(space) {
     const int descriptor = fuse_session_fd(session_);
     checked(::fcntl(descriptor, F_SETFL, checked(::fcntl(descriptor, F_GETFL), "fcntl") | O_NONBLOCK),
             "fcntl");
@@ -62,6 +63,9 @@ bool FuseDevice::hasRequest() const {
 
 void FuseDevice::waitForRequest() {
     std::array<pollfd, 2> waiting{{{fuse_session_fd(session_), POLLIN, 0}, {ended_.descriptor(), POLLIN, 0}}};
+    if (space_.hasRemovals() && ::poll(waiting.data(), waiting.size(), restAfter) == 0) {
+        space_.giveBack();
+    }
     ::poll(waiting.data(), waiting.size(), -1);
 }
 
@@ -88,11 +92,11 @@ void FuseDevice::process(const fuse_buf& request) {
     if (isGrowing(request)) {
         const SharedScopedLock lock(reserveMutex_);
         fuse_session_process_buf(session_, &request);
-    } else if (reserve_.isNeeded()) {
+    } else if (space_.reserve().isNeeded()) {
         const ScopedLock lock(reserveMutex_);
-        reserve_.giveUp();
+        space_.reserve().giveUp();
         fuse_session_process_buf(session_, &request);
-        reserve_.restore();
+        space_.reserve().restore();
     } else {
         fuse_session_process_buf(session_, &request);
     }

@@ -2,20 +2,20 @@
 
 #include "host/mount/Event.h"
 #include "host/mount/FuseSession.h"
-#include "host/mount/MemoryReserve.h"
 #include "host/mount/Mutex.h"
 #include "host/mount/RequestDevice.h"
+#include "host/mount/StorageSpace.h"
 
 namespace storage::host {
 
 /// The kernel's end of a mount: requests come from its descriptor, which does not block, and libfuse processes them.
 ///
-/// Borrows the session and the reserve. While no memory is left, one request at a time may use the reserve; requests that
-/// make the storage grow may not. Thread-safe.
+/// Borrows the session and the space. While no memory is left, one request at a time may use the reserve; requests that
+/// make the storage grow may not. When requests pause after removals, memory goes back to the system. Thread-safe.
 class FuseDevice final : public RequestDevice {
 public:
     /// @throws std::system_error
-    FuseDevice(const FuseSession& session, MemoryReserve& reserve);
+    FuseDevice(const FuseSession& session, StorageSpace& space);
 
     bool hasEnded() const noexcept override;
     void end() noexcept override;
@@ -32,7 +32,7 @@ private:
     fuse_session* const session_;
     const Event ended_;        ///< `end` was called
     SharedMutex reserveMutex_; ///< shared by requests that may allocate permanently
-    MemoryReserve& reserve_;
+    StorageSpace& space_;
 };
 
 } // namespace storage::host

@@ -38,8 +38,8 @@ void serve(RequestScheduler& scheduler) {
 
 } // namespace
 
-FuseWorkers::FuseWorkers(const FuseSession& session, MemoryReserve& reserve, unsigned count)
-    : device_(session, reserve), scheduler_(device_, count) {
+FuseWorkers::FuseWorkers(const FuseSession& session, StorageSpace& space, unsigned count)
+    : device_(session, space), scheduler_(device_, count) {
     const BlockedSignals blocked;
     threads_.reserve(count);
     try {

@@ -11,12 +11,11 @@ namespace storage::host {
 
 /// The threads that process the kernel's requests, from construction until the mount has been taken away or `stop`.
 ///
-/// Owns the threads; borrows the session and the reserve. Signals are blocked in the threads. Not thread-safe.
+/// Owns the threads; borrows the session and the space. Signals are blocked in the threads. Not thread-safe.
 class FuseWorkers {
 public:
-    /// @param reserve  for requests that find no memory
-    /// @param count    number of threads
-    FuseWorkers(const FuseSession& session, MemoryReserve& reserve, unsigned count);
+    /// @param count  number of threads
+    FuseWorkers(const FuseSession& session, StorageSpace& space, unsigned count);
 
     /// As `stop`.
     ~FuseWorkers();

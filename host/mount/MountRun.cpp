@@ -6,6 +6,7 @@
 #include "host/mount/ExitExport.h"
 #include "host/mount/FuseSession.h"
 #include "host/mount/FuseWorkers.h"
+#include "host/mount/ImportSize.h"
 #include "host/mount/MountEnding.h"
 #include "host/mount/MountedModes.h"
 #include "host/mount/MountedStorage.h"
@@ -37,6 +38,7 @@ EntryModes importContent(const IProvider& provider, Console& console, const Inte
     if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
         throw CommandError(folder, "not a folder; its content is what would be imported");
     }
+    requireRoomForImport(StorageSpace(provider), folder);
     EntryModes modes(usualFilePermissions, usualFolderPermissions);
     TransferTotals totals;
     {
@@ -126,7 +128,7 @@ private:
         ChangeGate gate;
         UnmountRequests requests;
         const FuseSession session(storage, gate, requests, options_);
-        FuseWorkers workers(session, storage.reserve(), options_.threads);
+        FuseWorkers workers(session, storage.memory(), options_.threads);
         requireAnswer(options_.mountPoint);
         session.place().raiseWriteBackLimit();
         announce();

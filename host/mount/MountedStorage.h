@@ -80,8 +80,8 @@ public:
 
     ProviderStorageInfo space() const { return space_.info(); }
 
-    /// To be released while a request is processed that cannot make the storage grow.
-    MemoryReserve& reserve() noexcept { return space_.reserve(); }
+    /// The memory behind `space`: its reserve, and what removals have freed.
+    StorageSpace& memory() noexcept { return space_; }
 
     /// The files that the kernel refers to and that are not removed. They may be destroyed meanwhile: their addresses are
     /// their numbers for the kernel, and nothing else.

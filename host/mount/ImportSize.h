@@ -1,0 +1,14 @@
+#pragma once
+
+#include "host/mount/StorageSpace.h"
+
+#include <string>
+
+namespace storage::host {
+
+/// Refuses the import of a folder of the disk that does not fit into a storage, before anything is imported. What cannot
+/// be read counts nothing: the import reports it.
+/// @throws CommandError names the folder, its size and the limit
+void requireRoomForImport(const StorageSpace& space, const std::string& folder);
+
+} // namespace storage::host
