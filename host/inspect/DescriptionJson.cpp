@@ -1,6 +1,5 @@
 #include "host/inspect/DescriptionJson.h"
 
-#include "host/support/Utf.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
 
 #include <nlohmann/json.hpp>
@@ -13,14 +12,6 @@ using foundation::storage::provider::providerOperations;
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-Json textsJson(const std::vector<std::string>& texts) {
-    Json json = Json::array();
-    for (const std::string& text : texts) {
-        json.push_back(printable(text));
-    }
-    return json;
-}
 
 Json operationsJson(const PluginDescription& plugin) {
     Json json = Json::array();
@@ -54,14 +45,15 @@ Json providerJson(const PluginDescription& plugin) {
 void printJson(std::ostream& out, const PluginDescription& plugin) {
     const Json json{{"tool", "qzstorage"},
                     {"version", QZSTORAGE_VERSION},
-                    {"file", printable(plugin.file)},
+                    {"file", plugin.file},
                     {"size", plugin.size},
-                    {"soname", printable(plugin.library.soname)},
-                    {"needed", textsJson(plugin.library.needed)},
+                    {"soname", plugin.library.soname},
+                    {"needed", plugin.library.needed},
                     {"entryPoint", {{"name", providerEntryPointName}, {"exported", plugin.hasEntryPoint}}},
-                    {"otherExports", textsJson(plugin.library.exports)},
+                    {"otherExports", plugin.library.exports},
                     {"provider", providerJson(plugin)}};
-    out << json.dump(2) << '\n' << std::flush;
+    // Bytes of names that are not UTF-8, which JSON cannot hold, become U+FFFD.
+    out << json.dump(2, ' ', /*ensure_ascii*/ false, Json::error_handler_t::replace) << '\n' << std::flush;
 }
 
 } // namespace storage::host

@@ -9,12 +9,17 @@
 #include <fcntl.h>
 #include <gelf.h>
 #include <memory>
+#include <string_view>
 
 namespace storage::host {
 
 namespace {
 
+/// Symbols of C stay as they are; the demangler would take them for types.
 std::string demangled(const char* symbol) {
+    if (!std::string_view(symbol).starts_with("_Z")) {
+        return symbol;
+    }
     const std::unique_ptr<char, decltype(&std::free)> name(
         abi::__cxa_demangle(symbol, nullptr, nullptr, nullptr), &std::free);
     return name ? name.get() : symbol;

@@ -1,12 +1,14 @@
 #include "host/inspect/PluginDescription.h"
 
 #include "host/plugin/PluginLibrary.h"
+#include "host/support/CommandError.h"
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 
 namespace storage::host {
 
@@ -41,21 +43,45 @@ void describeProvider(const PluginLibrary& library, PluginDescription& descripti
     }
 }
 
+/// Reads what the file tells, also of a library that the dynamic linker refuses.
+/// @return the loaded library; nothing if it was refused, with the reason in the description
+std::optional<PluginLibrary> load(const std::string& path, PluginDescription& description) {
+    std::optional<PluginLibrary> library;
+    try {
+        library.emplace(path);
+    } catch (const PluginError& error) {
+        if (!std::filesystem::is_regular_file(path)) {
+            throw;
+        }
+        description.whyNoProvider = error.what();
+    }
+    try {
+        description.library = ElfDescription::read(path);
+    } catch (const CommandError&) {
+        if (!library) {
+            throw PluginError(description.whyNoProvider);
+        }
+        throw;
+    }
+    return library;
+}
+
 } // namespace
 
 PluginDescription PluginDescription::of(const std::string& path) {
-    const PluginLibrary library(path);
     PluginDescription description;
+    const auto library = load(path, description);
     description.file = std::filesystem::absolute(path).lexically_normal();
     description.size = std::filesystem::file_size(path);
-    description.library = ElfDescription::read(path);
     auto& exports = description.library.exports;
     const auto entryPoint = std::find(exports.begin(), exports.end(), providerEntryPointName);
     description.hasEntryPoint = entryPoint != exports.end();
     if (description.hasEntryPoint) {
         exports.erase(entryPoint);
     }
-    describeProvider(library, description);
+    if (library) {
+        describeProvider(*library, description);
+    }
     return description;
 }
 

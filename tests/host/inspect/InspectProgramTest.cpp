@@ -5,12 +5,14 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 namespace {
 
 using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 using Json = nlohmann::json;
@@ -78,6 +80,45 @@ TEST(InspectProgramTest, ALibraryWithoutEntryPointIsShownAllTheSame) {
     EXPECT_THAT(plugin["provider"]["failure"].get<std::string>(), HasSubstr("it has no buildProvider_V1"));
 }
 
+TEST(InspectProgramTest, ANameOfCIsNoType) {
+    const Json plugin = Json::parse(ProgramRun({"inspect", "--json", noPlugin}).output());
+    EXPECT_THAT(plugin["otherExports"].get<std::vector<std::string>>(),
+                AllOf(Contains("i"), Not(Contains("int"))));
+}
+
+TEST(InspectProgramTest, APathCanHaveAnyBytes) {
+    const TemporaryFolder folder;
+    const std::string library = folder / "quote\" backslash\\ line\nbreak \xC3\xBC \xFF.so";
+    std::filesystem::copy_file(noPlugin, library);
+    const Json plugin = Json::parse(ProgramRun({"inspect", "--json", library}).output());
+    EXPECT_EQ(plugin["file"], folder / "quote\" backslash\\ line\nbreak \xC3\xBC \xEF\xBF\xBD.so");
+    EXPECT_THAT(
+        ProgramRun({"inspect", library}).output(),
+        StartsWith("file         " + folder / "quote\" backslash\\ line\\nbreak \xC3\xBC \\xFF.so\n"));
+}
+
+TEST(InspectProgramTest, WhatALibraryNeedsIsShownAlsoWhenItIsMissing) {
+    const TemporaryFolder folder;
+    std::string bytes = readFile(TEST_PLUGIN);
+    const std::string needed = "libqzflstorageprovider.so";
+    ASSERT_NE(bytes.find(needed), std::string::npos);
+    for (std::size_t at = 0; (at = bytes.find(needed, at)) != std::string::npos;) {
+        bytes.replace(at, needed.size(), "libqzflstorageprovideX.so");
+    }
+    const std::string library = folder.write("library.so", bytes);
+    const ProgramRun run({"inspect", library});
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(run.errors(), "");
+    EXPECT_THAT(run.output(), HasSubstr("\nneeds        libqzflstorageprovideX.so"));
+    EXPECT_THAT(run.output(), HasSubstr("\nentry point  buildProvider_V1\n"));
+    EXPECT_THAT(run.output(), HasSubstr("\nno provider  " + library +
+                                        ": cannot be loaded as a plug-in: libqzflstorageprovideX.so"));
+    const Json plugin = Json::parse(ProgramRun({"inspect", "--json", library}).output());
+    EXPECT_THAT(plugin["needed"].get<std::vector<std::string>>(),
+                Contains(StartsWith("libqzflstorageprovideX.so")));
+    EXPECT_THAT(plugin["provider"]["failure"].get<std::string>(), HasSubstr("libqzflstorageprovideX.so"));
+}
+
 TEST(InspectProgramTest, WhyThereIsNoProviderIsTold) {
     EXPECT_THAT(inspectBad({"inspect", badPlugin}, "entry nothing").output(),
                 HasSubstr("\nno provider  " + badPlugin + ": the plug-in gave no provider\n"));
@@ -93,6 +134,9 @@ TEST(InspectProgramTest, WhatIsNoLibraryIsOneLine) {
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(run.output(), "");
     EXPECT_THAT(run.errors(), StartsWith("qzstorage: " + file + ": cannot be loaded as a plug-in: "));
+    const std::string fifo = folder / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(ProgramRun({"inspect", fifo}).errors(), "qzstorage: " + fifo + ": not a regular file\n");
 }
 
 TEST(InspectProgramTest, HelpShowsExamples) {
