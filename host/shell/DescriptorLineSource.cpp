@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <fmt/format.h>
 #include <unistd.h>
 #include <utility>
 
@@ -12,6 +13,7 @@ namespace storage::host {
 namespace {
 
 constexpr std::size_t readAtOnce = 65536;
+constexpr std::size_t longestLine = std::size_t{4} << 20;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 } // namespace
@@ -21,7 +23,7 @@ DescriptorLineSource::DescriptorLineSource(int descriptor, std::string name, con
 
 std::optional<std::string> DescriptorLineSource::next() {
     auto line = readLine();
-    if (line && std::exchange(firstLine_, false) && line->starts_with(byteOrderMark)) {
+    if (line && lineNumber_ == 1 && line->starts_with(byteOrderMark)) {
         line->erase(0, byteOrderMark.size());
     }
     return line;
@@ -29,12 +31,17 @@ std::optional<std::string> DescriptorLineSource::next() {
 
 std::optional<std::string> DescriptorLineSource::readLine() {
     std::string line;
+    ++lineNumber_;
     while (position_ < end_ || fill()) {
         const auto begin = block_.begin() + static_cast<std::ptrdiff_t>(position_);
         const auto end = block_.begin() + static_cast<std::ptrdiff_t>(end_);
         const auto newline = std::find(begin, end, '\n');
         line.append(begin, newline);
         position_ = static_cast<std::size_t>(newline - block_.begin());
+        if (line.size() > longestLine) {
+            throw CommandError(name_, fmt::format("line {} has more than {} bytes; this is not a script",
+                                                  lineNumber_, longestLine));
+        }
         if (newline != end) {
             ++position_;
             if (line.ends_with('\r')) {

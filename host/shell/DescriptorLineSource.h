@@ -8,8 +8,10 @@
 
 namespace storage::host {
 
-/// Lines of any length from a file or pipe, returned as soon as they have arrived. What editors put around
+/// Lines of up to 4 MiB from a file or pipe, returned as soon as they have arrived. What editors put around
 /// them is taken off: a carriage return before the newline, a byte order mark at the beginning.
+///
+/// A longer line is a failure, or a device without newlines would fill the memory.
 ///
 /// Borrows the descriptor. Thread safety: one object is for one thread.
 class DescriptorLineSource final : public LineSource {
@@ -30,7 +32,7 @@ private:
     std::vector<char> block_;
     std::size_t position_ = 0;
     std::size_t end_ = 0;
-    bool firstLine_ = true;
+    unsigned long long lineNumber_ = 0;
 };
 
 } // namespace storage::host

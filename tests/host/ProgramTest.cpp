@@ -25,6 +25,14 @@ TEST(ProgramTest, RunsAScript) {
     EXPECT_EQ(run.status(), 1);
 }
 
+TEST(ProgramTest, ADeviceWithoutEndIsNoScript) {
+    const ProgramRun run({"run", "--keep-going", "/dev/zero"});
+    EXPECT_EQ(run.output(), "");
+    EXPECT_EQ(run.errors(),
+              "qzstorage: /dev/zero: line 1 has more than 4194304 bytes; this is not a script\n");
+    EXPECT_EQ(run.status(), 1);
+}
+
 TEST(ProgramTest, GoesOnAfterFailuresWhenAsked) {
     const TemporaryFolder folder;
     const std::string lines = "cat /x\nwrite /g 2\ncat /g\n";

@@ -63,6 +63,18 @@ TEST_F(DescriptorLineSourceTest, GivesLinesThatAreLongerThanAnyBuffer) {
     EXPECT_THAT(linesOf(longLine + "\nb\n"), ElementsAre(longLine, "b"));
 }
 
+TEST_F(DescriptorLineSourceTest, RefusesALineOfMoreThanFourMebibytes) {
+    const std::string longest(4 << 20, 'x');
+    EXPECT_THAT(linesOf(longest + "\n" + longest), ElementsAre(longest, longest));
+    try {
+        linesOf("a\n" + longest + "x\nb\n");
+        FAIL() << "nothing was thrown";
+    } catch (const CommandError& error) {
+        EXPECT_EQ(error.path(), "script");
+        EXPECT_STREQ(error.what(), "line 2 has more than 4194304 bytes; this is not a script");
+    }
+}
+
 TEST_F(DescriptorLineSourceTest, GivesALineOfAPipeBeforeThePipeEnds) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
