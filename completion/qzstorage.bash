@@ -14,7 +14,7 @@ _qzstorage_paths() {
 _qzstorage_value() {
     case $1 in
         --plugin | --junit) _qzstorage_paths f ;;
-        --import | --export-on-exit | --rescue) _qzstorage_paths d ;;
+        --import | --export-on-exit | --sync-on-exit | --rescue) _qzstorage_paths d ;;
         --profile) _qzstorage_words "any in-memory" ;;
         --threads | --only | --seed | --timeout) COMPREPLY=() ;;
         *) return 1 ;;
@@ -38,7 +38,8 @@ _qzstorage() {
     case $command:$current in
         shell:-* | run:-*) _qzstorage_words "--help --plugin --keep-going" ;;
         mount:-*)
-            _qzstorage_words "--help --plugin --background --import --export-on-exit --rescue --read-only --allow-other --threads"
+            _qzstorage_words "--help --plugin --background --import --export-on-exit --sync-on-exit --rescue --read-only
+                --allow-other --threads"
             ;;
         unmount:-*) _qzstorage_words "--help --plugin" ;;
         validate:-*) _qzstorage_words "--help --plugin --profile --list --only --json --junit --seed --timeout" ;;

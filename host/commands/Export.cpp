@@ -1,4 +1,6 @@
 #include "host/commands/CommandFactories.h"
+#include "host/disk/DiskFolder.h"
+#include "host/disk/TargetClaim.h"
 #include "host/storage/EntryRules.h"
 #include "host/transfer/DiskDestination.h"
 #include "host/transfer/DiskName.h"
@@ -13,6 +15,7 @@ public:
     void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
 
     void run(Session& session, const Words& operands) override {
+        TargetClaim::refuseClaimed(diskOperand(operands.back()));
         DiskDestination destination(operands.back(), operands.size() - 1);
         TransferTotals totals;
         {

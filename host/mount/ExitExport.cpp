@@ -15,7 +15,7 @@ namespace storage::host {
 namespace {
 
 /// What cannot be exported at the end is better known before anything is in the storage.
-void refuseUnwritable(const std::string& path) {
+std::string requireWritable(std::string path) {
     const bool exists = std::filesystem::exists(path);
     const std::string folder = exists ? path : std::filesystem::path(path).parent_path().string();
     if (exists && !std::filesystem::is_directory(path)) {
@@ -24,14 +24,42 @@ void refuseUnwritable(const std::string& path) {
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {
         throw diskError(folder, errno);
     }
+    return path;
 }
+
+/// Puts back what was set aside, unless the export is complete.
+class AsideGuard {
+public:
+    explicit AsideGuard(ImportedTree& imported) : imported_(imported) {}
+    ~AsideGuard() { imported_.putBack(); }
+    AsideGuard(const AsideGuard&) = delete;
+    AsideGuard& operator=(const AsideGuard&) = delete;
+
+private:
+    ImportedTree& imported_;
+};
 
 } // namespace
 
 ExitExport::ExitExport(std::string target, const IProvider& provider, Console& console,
                        const Interruption& interruption)
-    : target_(std::move(target)), provider_(provider), console_(console), interruption_(interruption) {
-    refuseUnwritable(target_);
+    : target_(requireWritable(std::move(target))),
+      claim_(target_),
+      provider_(provider),
+      console_(console),
+      interruption_(interruption) {}
+
+void ExitExport::run(MountedStorage& storage) {
+    if (!imported_) {
+        copyTo(target_, storage);
+        return;
+    }
+    const AsideGuard guard(*imported_);
+    imported_->setAside(provider_, console_);
+    copyTo(target_, storage);
+    if (console_.failuresOfCommand() == 0) { // otherwise the disk may hold the only copy of what was moved
+        imported_->removeMissing(provider_, console_);
+    }
 }
 
 void ExitExport::copyTo(const std::string& folder, MountedStorage& storage) const {

@@ -30,7 +30,7 @@ bool pause(std::chrono::seconds length) {
 
 MountEnding::MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
                          MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests,
-                         const ExitExport* exitExport, RescueFolder& rescue, Console& console)
+                         ExitExport* exitExport, RescueFolder& rescue, Console& console)
     : mountPoint_(std::move(mountPoint)),
       session_(session),
       workers_(workers),

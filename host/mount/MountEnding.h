@@ -25,8 +25,8 @@ class MountEnding {
 public:
     /// @param exitExport  null if the content is not to be exported
     MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
-                MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests,
-                const ExitExport* exitExport, RescueFolder& rescue, Console& console);
+                MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests, ExitExport* exitExport,
+                RescueFolder& rescue, Console& console);
 
     /// Waits until the mount is to end, and ends it. Reports to the console what went wrong.
     void run();
@@ -51,7 +51,7 @@ private:
     MountedStorage& storage_;
     ChangeGate& gate_;
     UnmountRequests& requests_;
-    const ExitExport* const exitExport_;
+    ExitExport* const exitExport_;
     RescueFolder& rescue_;
     Console& console_;
     bool exportFailed_ = false;

@@ -10,6 +10,10 @@ struct MountOptions {
     enum class Place { Foreground, Background };
     enum class Writing { Allowed, Refused };
     enum class Users { Owner, Everybody };
+    enum class Ending {
+        Adds,         ///< the export adds to the folder and replaces files in it
+        Synchronizes, ///< it also removes what was imported from the folder and is not in the storage any more
+    };
 
     std::string mountPoint = {}; ///< absolute path of an existing folder of the disk
     std::optional<std::string> importFrom =
@@ -18,6 +22,7 @@ struct MountOptions {
         std::nullopt; ///< absolute path on disk where the storage's content is to end up
     std::optional<std::string> rescueTo =
         std::nullopt; ///< absolute path of the folder for what cannot be exported
+    Ending ending = Ending::Adds;
     Place place = Place::Foreground;
     Writing writing = Writing::Allowed;
     Users users = Users::Owner;

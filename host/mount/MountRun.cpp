@@ -111,7 +111,7 @@ public:
         }
         std::optional<EntryModes> imported;
         if (options_.importFrom) {
-            imported = importContent(*provider, console_, interruption_, *options_.importFrom);
+            imported = importContent(*provider, exitExport ? &*exitExport : nullptr);
         }
         MountedStorage storage(*provider);
         if (imported) {
@@ -124,7 +124,23 @@ public:
     }
 
 private:
-    void serve(MountedStorage& storage, const ExitExport* exitExport) {
+    EntryModes importContent(const IProvider& provider, ExitExport* exitExport) {
+        const std::string& folder = *options_.importFrom;
+        if (options_.ending == MountOptions::Ending::Adds) {
+            return host::importContent(provider, console_, interruption_, folder);
+        }
+        if (!std::filesystem::equivalent(folder, exitExport->target())) {
+            throw CommandError(exitExport->target(),
+                               "not the folder that --import names; only that can be made equal");
+        }
+        ImportedTree tree(folder); // before the import: what appears later does not count
+        EntryModes modes = host::importContent(provider, console_, interruption_, folder);
+        tree.forgetSkipped(provider);
+        exitExport->synchronize(std::move(tree));
+        return modes;
+    }
+
+    void serve(MountedStorage& storage, ExitExport* exitExport) {
         ChangeGate gate;
         UnmountRequests requests;
         const FuseSession session(storage, gate, requests, options_);

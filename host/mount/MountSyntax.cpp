@@ -32,10 +32,18 @@ MountSyntax::MountSyntax(CLI::App& app)
       options_{.threads = usualThreads()} {
     command_->add_option("MOUNTPOINT", options_.mountPoint, "The folder")->required()->type_name("");
     command_->add_flag("--background", background_, "Return as soon as the mount answers");
-    command_->add_option("--import", import_, "Begin with the content of a folder of the disk")
-        ->type_name("DISK-PATH");
-    command_->add_option("--export-on-exit", export_, "Copy the content to the disk at the end")
-        ->type_name("DISK-PATH");
+    CLI::Option* const importing =
+        command_->add_option("--import", import_, "Begin with the content of a folder of the disk")
+            ->type_name("DISK-PATH");
+    CLI::Option* const exporting =
+        command_->add_option("--export-on-exit", export_, "Copy the content to the disk at the end")
+            ->type_name("DISK-PATH");
+    command_
+        ->add_option("--sync-on-exit", sync_,
+                     "As --export-on-exit, and remove there what was imported and removed since")
+        ->type_name("DISK-PATH")
+        ->needs(importing)
+        ->excludes(exporting);
     command_->add_option("--rescue", rescue_, "Where to put what cannot be exported")->type_name("DISK-PATH");
     command_->add_flag("--read-only", readOnly_, "Refuse all changes");
     command_->add_flag("--allow-other", allowOther_, "Let other users in, as far as permissions let them");
@@ -53,6 +61,10 @@ std::optional<MountOptions> MountSyntax::result() const {
     options.mountPoint = absolute(options_.mountPoint);
     options.importFrom = import_ ? std::optional(absolute(*import_)) : std::nullopt;
     options.exportTo = export_ ? std::optional(absolute(*export_)) : std::nullopt;
+    if (sync_) {
+        options.exportTo = absolute(*sync_);
+        options.ending = MountOptions::Ending::Synchronizes;
+    }
     options.rescueTo = rescue_ ? std::optional(absolute(*rescue_)) : std::nullopt;
     options.place = background_ ? MountOptions::Place::Background : MountOptions::Place::Foreground;
     options.writing = readOnly_ ? MountOptions::Writing::Refused : MountOptions::Writing::Allowed;

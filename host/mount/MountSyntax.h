@@ -31,6 +31,7 @@ private:
     MountOptions options_;
     std::optional<std::string> import_;
     std::optional<std::string> export_;
+    std::optional<std::string> sync_;
     std::optional<std::string> rescue_;
     bool background_ = false;
     bool readOnly_ = false;

@@ -1,0 +1,101 @@
+#include "host/disk/TargetClaim.h"
+
+#include "host/support/CommandError.h"
+#include "host/support/SystemCall.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <filesystem>
+#include <fmt/format.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace storage::host {
+
+namespace {
+
+/// A name of any length as a number: FNV-1a.
+std::uint64_t hashOf(const std::string& name) {
+    std::uint64_t hash = 0xcbf29ce484222325U;
+    for (const char character : name) {
+        hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3U;
+    }
+    return hash;
+}
+
+/// Links lead to the folder that they name.
+std::filesystem::path resolved(const std::string& target) {
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::canonical(target, error);
+    return error ? std::filesystem::path(target) : path;
+}
+
+struct Address {
+    sockaddr_un name{};
+    socklen_t length = 0;
+
+    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&name); }
+};
+
+/// An abstract address, which starts with NUL.
+Address addressOf(const std::string& target) {
+    const std::filesystem::path path = resolved(target);
+    const std::string folder = path.has_parent_path() ? path.parent_path().string() : ".";
+    struct stat above {};
+    if (::stat(folder.c_str(), &above) != 0) {
+        throw diskError(folder, errno);
+    }
+    const std::string text = fmt::format("qzstorage-export-{:x}-{:x}-{:x}", above.st_dev, above.st_ino,
+                                         hashOf(path.filename().string()));
+    Address address;
+    address.name.sun_family = AF_UNIX;
+    text.copy(&address.name.sun_path[1], sizeof(address.name.sun_path) - 1);
+    address.length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + text.size());
+    return address;
+}
+
+int makeSocket() {
+    return checked(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket");
+}
+
+CommandError claimed(const std::string& target) {
+    return {target, "another mount is going to export there; end that first, or choose another folder"};
+}
+
+} // namespace
+
+TargetClaim::TargetClaim(const std::string& target) : socket_(makeSocket()) {
+    try {
+        const Address address = addressOf(target);
+        if (::bind(socket_, address.get(), address.length) != 0) {
+            throw errno == EADDRINUSE ? claimed(target) : diskError(target, errno);
+        }
+        checked(::listen(socket_, 1), "listen"); // for refuseClaimed
+    } catch (...) {
+        ::close(socket_);
+        throw;
+    }
+}
+
+TargetClaim::~TargetClaim() {
+    ::close(socket_);
+}
+
+void TargetClaim::refuseClaimed(const std::string& target) {
+    Address address;
+    try {
+        address = addressOf(target);
+    } catch (const CommandError&) {
+        return; // what is wrong with the path is said when something is written there
+    }
+    const int socket = makeSocket();
+    const bool isClaimed = ::connect(socket, address.get(), address.length) == 0 || errno == EAGAIN;
+    ::close(socket);
+    if (isClaimed) {
+        throw claimed(target);
+    }
+}
+
+} // namespace storage::host

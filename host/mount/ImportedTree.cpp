@@ -1,0 +1,183 @@
+#include "host/mount/ImportedTree.h"
+
+#include "host/disk/DiskFolder.h"
+#include "host/storage/StoragePath.h"
+#include "host/support/CommandError.h"
+#include "host/support/Utf.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <iterator>
+#include <unistd.h>
+
+namespace storage::host {
+
+using foundation::storage::provider::IProvider;
+
+namespace {
+
+constexpr int noLinks = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+std::string nameOf(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+enum class Stored { Nothing, File, Folder };
+
+Stored storedAt(const IProvider& provider, const std::string& path) {
+    const auto text = toUtf16('/' + path);
+    if (!text) {
+        return Stored::Nothing;
+    }
+    const auto iri = StoragePath::resolve(StoragePath(), *text).iri();
+    if (provider.doFileExists(iri)) {
+        return Stored::File;
+    }
+    return provider.doFolderExists(iri) ? Stored::Folder : Stored::Nothing;
+}
+
+} // namespace
+
+ImportedTree::ImportedTree(const std::string& folder) : root_(folder, O_PATH | O_DIRECTORY) {
+    std::vector<std::string> folders{""};
+    while (!folders.empty()) {
+        const std::string above = std::move(folders.back());
+        folders.pop_back();
+        for (const std::string& name : listDiskFolder(
+                 diskPath(above), above.empty() ? DiskEntry::Links::Follow : DiskEntry::Links::Inspect)) {
+            const std::string path = above.empty() ? name : above + '/' + name;
+            struct stat status {};
+            if (::lstat(diskPath(path).c_str(), &status) != 0 ||
+                (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))) {
+                continue;
+            }
+            const bool isFolder = S_ISDIR(status.st_mode);
+            entries_.emplace(path,
+                             Entry{isFolder, status.st_dev, status.st_ino, status.st_size, status.st_mtim});
+            if (isFolder) {
+                folders.push_back(path);
+            }
+        }
+    }
+}
+
+void ImportedTree::forgetSkipped(const IProvider& provider) {
+    std::erase_if(entries_, [&](const auto& entry) {
+        return storedAt(provider, entry.first) != (entry.second.isFolder ? Stored::Folder : Stored::File);
+    });
+}
+
+void ImportedTree::setAside(const IProvider& provider, Console& console) {
+    for (const auto& [path, entry] : entries_) {
+        const bool isInTheWay = storedAt(provider, path) == (entry.isFolder ? Stored::File : Stored::Folder);
+        if (!isInTheWay || !isSame(path, entry) || !isImportedThroughout(path)) {
+            continue;
+        }
+        const std::string folder = path.substr(0, path.size() - nameOf(path).size());
+        const std::string moved =
+            fmt::format("{}.qzstorage-{}-{}.replaced", folder, ::getpid(), nextAside_++);
+        console.attempt(diskPath(path), [&] {
+            const FileDescriptor above = folderOf(path);
+            if (::renameat2(above.number(), nameOf(path).c_str(), above.number(), nameOf(moved).c_str(),
+                            RENAME_NOREPLACE) != 0) {
+                throw diskError(diskPath(path), errno);
+            }
+            aside_.push_back({path, moved});
+        });
+    }
+}
+
+void ImportedTree::putBack() noexcept {
+    std::erase_if(aside_, [&](const Aside& aside) {
+        try {
+            const FileDescriptor above = folderOf(aside.original);
+            return ::renameat2(above.number(), nameOf(aside.moved).c_str(), above.number(),
+                               nameOf(aside.original).c_str(), RENAME_NOREPLACE) == 0;
+        } catch (...) {
+            return false; // it stays beside its place
+        }
+    });
+}
+
+/// From the end on, so that folders come after what was in them.
+void ImportedTree::removeMissing(const IProvider& provider, Console& console) {
+    for (const Aside& aside : aside_) {
+        for (auto next = entries_.rbegin(); next != entries_.rend(); ++next) {
+            const std::string& path = next->first;
+            if (path == aside.original || path.starts_with(aside.original + '/')) {
+                const std::string moved = aside.moved + path.substr(aside.original.size());
+                console.attempt(diskPath(moved), [&] { removeIfSame(moved, next->second); });
+            }
+        }
+    }
+    aside_.clear();
+    for (auto next = entries_.rbegin(); next != entries_.rend(); ++next) {
+        if (storedAt(provider, next->first) == Stored::Nothing) {
+            console.attempt(diskPath(next->first), [&] { removeIfSame(next->first, next->second); });
+        }
+    }
+}
+
+/// The folder in which an entry is, reached from the root without following links.
+FileDescriptor ImportedTree::folderOf(const std::string& path) const {
+    auto folder = FileDescriptor::adopt(::openat(root_.number(), ".", noLinks), root_.path());
+    for (std::size_t begin = 0, end = 0; (end = path.find('/', begin)) != std::string::npos;
+         begin = end + 1) {
+        const int next = ::openat(folder.number(), path.substr(begin, end - begin).c_str(), noLinks);
+        if (next < 0) {
+            throw diskError(diskPath(path.substr(0, end)), errno);
+        }
+        const int old = folder.number();
+        ::dup3(next, old, O_CLOEXEC);
+        ::close(next);
+    }
+    return folder;
+}
+
+/// Whether the disk still has what was imported; a missing entry is not.
+bool ImportedTree::isSame(const std::string& path, const Entry& entry) const {
+    try {
+        struct stat status {};
+        if (::fstatat(folderOf(path).number(), nameOf(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            return false;
+        }
+        const bool isFile = S_ISREG(status.st_mode) && !entry.isFolder;
+        const bool isSameFile = isFile && status.st_size == entry.size &&
+                                status.st_mtim.tv_sec == entry.modified.tv_sec &&
+                                status.st_mtim.tv_nsec == entry.modified.tv_nsec;
+        const bool isSameFolder = S_ISDIR(status.st_mode) && entry.isFolder;
+        return status.st_dev == entry.device && status.st_ino == entry.inode && (isSameFile || isSameFolder);
+    } catch (const CommandError&) {
+        return false; // a folder above it is gone, or is a link
+    }
+}
+
+/// Whether a folder holds nothing but what was imported.
+bool ImportedTree::isImportedThroughout(const std::string& path) const {
+    if (!entries_.at(path).isFolder) {
+        return true;
+    }
+    for (const std::string& name : listDiskFolder(diskPath(path), DiskEntry::Links::Inspect)) {
+        const std::string below = path + '/' + name;
+        const auto known = entries_.find(below);
+        if (known == entries_.end() || !isSame(below, known->second) || !isImportedThroughout(below)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void ImportedTree::removeIfSame(const std::string& path, const Entry& entry) const {
+    if (!isSame(path, entry)) {
+        return;
+    }
+    const int flags = entry.isFolder ? AT_REMOVEDIR : 0;
+    const bool isRemoved = ::unlinkat(folderOf(path).number(), nameOf(path).c_str(), flags) == 0;
+    if (!isRemoved && errno != ENOENT && errno != ENOTEMPTY && errno != EEXIST) {
+        throw diskError(diskPath(path), errno);
+    }
+}
+
+} // namespace storage::host

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "host/console/Console.h"
+#include "host/disk/FileDescriptor.h"
+#include "hostapi/storage/provider/IProvider.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <sys/stat.h>
+#include <vector>
+
+namespace storage::host {
+
+/// What a storage took over from a folder of the disk, so that what the storage does not have any more can be removed there.
+///
+/// An entry of the disk counts as imported only if it is still the same: inode and device, for files also size and time.
+/// Whatever else is there, or has appeared since, is never removed. Links are not followed.
+///
+/// Thread safety: one object is for one thread.
+class ImportedTree {
+public:
+    using IProvider = foundation::storage::provider::IProvider;
+
+    /// Lists a folder that is about to be imported.
+    /// @throws CommandError
+    explicit ImportedTree(const std::string& folder);
+
+    /// Forgets what the storage did not take over. To be called when it has been imported.
+    void forgetSkipped(const IProvider& provider);
+
+    /// Moves aside what is in the way because the storage has a file in place of an imported folder, or the reverse.
+    void setAside(const IProvider& provider, Console& console);
+
+    /// Undoes `setAside`, where nothing has taken the place yet.
+    void putBack() noexcept;
+
+    /// Removes what was imported and is not in the storage any more, and what was set aside. Folders in which something else is
+    /// stay. Failures are reported to the console.
+    void removeMissing(const IProvider& provider, Console& console);
+
+private:
+    struct Entry {
+        bool isFolder;
+        dev_t device;
+        ino_t inode;
+        std::int64_t size;
+        timespec modified;
+    };
+    struct Aside {
+        std::string original; ///< relative path
+        std::string moved;    ///< relative path
+    };
+    using Entries = std::map<std::string, Entry>; ///< by relative path: folders before what is in them
+
+    FileDescriptor folderOf(const std::string& path) const;
+    bool isSame(const std::string& path, const Entry& entry) const;
+    bool isImportedThroughout(const std::string& path) const;
+    void removeIfSame(const std::string& path, const Entry& entry) const;
+    std::string diskPath(const std::string& path) const { return root_.path() + '/' + path; }
+
+    FileDescriptor root_;
+    Entries entries_;
+    std::vector<Aside> aside_;
+    unsigned nextAside_ = 0; ///< in the name of what is moved aside
+};
+
+} // namespace storage::host
