@@ -182,6 +182,7 @@ void EntryChanges::moveFile(const ExclusiveTree& tree, FileInode& file, const St
     {
         auto held = guards_.hold(file);
         held.closeStreamOf(file);
+        file.isBeingCopied = false;
     }
     provider_.doMoveFile(tree.locationOf(file), destination, ReplacementPolicy::ReplaceExisting);
     try {

@@ -22,15 +22,26 @@ using foundation::storage::provider::requireNonNull;
 
 namespace {
 
-constexpr std::size_t copiedAtOnce = 1U << 20U;   ///< bytes filled or copied at a time
-constexpr std::uint64_t muchSlack = 64U << 10U;   ///< bytes, below which trimming does not pay
-constexpr const char16_t* unseenName = u"\xD800"; ///< not valid UTF-16, so no program can use or see it
-constexpr std::uint64_t growthStep = 32U << 20U;  ///< bytes, filled within milliseconds
+constexpr std::size_t copiedAtOnce = 1U << 20U;  ///< bytes filled or copied at a time
+constexpr std::uint64_t muchSlack = 64U << 10U;  ///< bytes, below which trimming does not pay
+const std::u16string unseenName = u"\xD800";     ///< not valid UTF-16, so no program can use or see it
+constexpr std::uint64_t growthStep = 32U << 20U; ///< bytes, filled within milliseconds
 
 /// Bytes that a provider holds twice when it copies a file that grows to a larger block, at the most.
 constexpr std::uint64_t copiedByProvider = 2U << 20U;
 
 constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
+
+std::u16string numberText(std::uint64_t number) {
+    const std::string digits = std::to_string(number);
+    return {digits.begin(), digits.end()};
+}
+
+void requireUnchanged(const FileInode& file) {
+    if (!file.isBeingCopied) {
+        throw ErrnoError(EBUSY);
+    }
+}
 
 /// Of a stream that failed.
 constexpr std::uint64_t unknownPosition = std::numeric_limits<std::uint64_t>::max();
@@ -55,6 +66,7 @@ void get(OpenStream& open, std::uint64_t offset, std::span<char> buffer) {
 
 /// A provider that has no memory for a file's bytes is a full file system to the program that writes.
 void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<const char> bytes) {
+    file.isBeingCopied = false;
     stand(open, offset);
     open.position = unknownPosition;
     try {
@@ -173,17 +185,31 @@ void FileContents::resize(const LockedTree& tree, FileInode& file, InodeGuards::
     } else {
         file.zerosEnd = size;
     }
+    file.isBeingCopied = false;
     file.attributes.size = size;
 }
 
 /// A file can be shortened only by copying the bytes that stay. Trimming only when the slack is the larger part makes
 /// truncation amortized O(1) per byte written.
+///
+/// Other requests go on between the blocks. One that changes this file or moves it ends the copying.
 void FileContents::trimSlack(FileInode& file) noexcept {
+    OpenStream old; // destroyed after all locks are released: it may have many bytes
     try {
-        if (hasMuchSlack(file)) {
-            const ExclusiveTree tree(tree_);
-            shorten(tree, file);
+        if (!hasMuchSlack(file)) {
+            return;
         }
+        auto copy = beginCopy(ExclusiveTree(tree_), file);
+        try {
+            while (copyBlock(file, access(file, OpenStream::Access::ReadOnly), copy)) {
+            }
+            const ExclusiveTree tree(tree_);
+            old = replaceByCopy(tree, file, copy);
+        } catch (...) {
+            discardCopy(ExclusiveTree(tree_), file, copy);
+            throw;
+        }
+        space_.noteRemoval();
     } catch (...) { // NOLINT(bugprone-empty-catch)
         // The slack stays until the file is removed or grows into it.
     }
@@ -191,7 +217,7 @@ void FileContents::trimSlack(FileInode& file) noexcept {
 
 bool FileContents::hasMuchSlack(const FileInode& file) {
     const auto held = guards_.hold(file);
-    return !file.detached && file.storedSize - file.attributes.size >= muchSlack &&
+    return !file.detached && !file.isBeingCopied && file.storedSize - file.attributes.size >= muchSlack &&
            file.attributes.size < file.storedSize / 2;
 }
 
@@ -211,61 +237,97 @@ void FileContents::shorten(const ExclusiveTree& tree, FileInode& file) {
     if (tree.isRemoved(file)) {
         return;
     }
-    FolderInode& folder = *tree.parentOf(file);
+    auto copy = beginCopy(tree, file);
+    try {
+        const auto copyNext = [&] {
+            auto held = guards_.hold(file);
+            streamOf(tree, file, held, OpenStream::Access::ReadOnly);
+            return copyBlock(file, std::move(held), copy);
+        };
+        while (copyNext()) {
+        }
+        replaceByCopy(tree, file, copy);
+    } catch (...) {
+        discardCopy(tree, file, copy);
+        throw;
+    }
+}
+
+/// The copy is in the root, which nobody can remove or rename.
+FileContents::ShorterCopy FileContents::beginCopy(const ExclusiveTree& tree, FileInode& file) {
+    FolderInode& root = tree_.root();
+    tree.loadAttributes(root);
+    const LiftedFlag writable(provider_, tree, root);
+    space_.require(file.attributes.size);
+    ShorterCopy copy{tree.locationOf(root, unseenName + numberText(file.number)), nullptr, 0};
+    copy.stream = requireNonNull(provider_.doOpenStream(copy.location, {.content = ByteStreamContent::Empty}),
+                                 "stream");
+    provider_.doSetLastModified(tree.locationOf(root), fromDiskTime(root.attributes.modified));
+    const auto held = guards_.hold(file);
+    file.isBeingCopied = true;
+    return copy;
+}
+
+/// @param held  with the file's stream open
+/// @return whether there is more to copy
+bool FileContents::copyBlock(FileInode& file, InodeGuards::Held held, ShorterCopy& copy) {
+    requireUnchanged(file);
+    const auto left = file.attributes.size - copy.size;
+    std::vector<char> block(std::min<std::uint64_t>(left, copiedAtOnce));
+    get(held.streamOf(file), copy.size, block);
+    writeAll(*copy.stream, {block.data(), block.size()});
+    copy.size += block.size();
+    return copy.size < file.attributes.size;
+}
+
+/// @return the stream of the old bytes, which frees them
+OpenStream FileContents::replaceByCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy) {
+    FolderInode& root = tree_.root();
+    FolderInode& folder = tree.isRemoved(file) ? root : *tree.parentOf(file);
+    tree.loadAttributes(root);
     tree.loadAttributes(folder);
     auto held = guards_.hold(file);
+    requireUnchanged(file);
+    copy.stream->flush();
+    copy.stream.reset();
+    OpenStream old = std::move(held.streamOf(file));
+    held.closeStreamOf(file);
     const StorageIRI location = tree.locationOf(file);
-    const LiftedFlag folderWritable(provider_, tree, folder);
-    const LiftedFlag writable(provider_, tree, file);
-    const StorageIRI shorter = tree.locationOf(folder, unseenName);
-    space_.require(file.attributes.size);
-    try {
-        copyTo(shorter, tree, file, held.streamOf(file));
-        held.closeStreamOf(file);
-        provider_.doMoveFile(shorter, location, ReplacementPolicy::ReplaceExisting);
-    } catch (...) {
-        keepOne(location, shorter);
-        throw;
+    {
+        const LiftedFlag rootWritable(provider_, tree, root);
+        const LiftedFlag folderWritable(provider_, tree, folder);
+        const LiftedFlag writable(provider_, tree, file);
+        provider_.doMoveFile(copy.location, location, ReplacementPolicy::ReplaceExisting);
     }
     file.storedSize = file.attributes.size;
     file.zerosEnd = 0;
+    file.isBeingCopied = false;
     provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
     provider_.doSetLastModified(tree.locationOf(folder), fromDiskTime(folder.attributes.modified));
+    provider_.doSetLastModified(tree.locationOf(root), fromDiskTime(root.attributes.modified));
+    return old;
 }
 
 /// A move that fails may have removed its target; then only the copy is left.
-void FileContents::keepOne(const StorageIRI& original, const StorageIRI& copy) const noexcept {
+void FileContents::discardCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy) noexcept {
     try {
-        if (provider_.doFileExists(original)) {
-            provider_.doRemoveFile(copy);
-        } else {
-            provider_.doMoveFile(copy, original, ReplacementPolicy::RefuseExisting);
+        copy.stream.reset();
+        FolderInode& root = tree_.root();
+        const LiftedFlag writable(provider_, tree, root);
+        if (tree.isRemoved(file) || provider_.doFileExists(tree.locationOf(file))) {
+            provider_.doRemoveFile(copy.location);
+        } else if (provider_.doFileExists(copy.location)) {
+            provider_.doMoveFile(copy.location, tree.locationOf(file), ReplacementPolicy::RefuseExisting);
         }
-    } catch (...) { // NOLINT(bugprone-empty-catch): the copy may never have been made
+        provider_.doSetLastModified(tree.locationOf(root), fromDiskTime(root.attributes.modified));
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+        // The copy stays, where no program can see it.
     }
-}
-
-/// Copies the file without its slack.
-void FileContents::copyTo(const StorageIRI& destination, const LockedTree& tree, const FileInode& file,
-                          OpenStream& open) {
-    if (!open.serves(OpenStream::Access::ReadOnly)) {
-        open = this->open(tree, file, OpenStream::Access::ReadOnly);
-    }
-    const auto copy =
-        requireNonNull(provider_.doOpenStream(destination, {.content = ByteStreamContent::Empty}), "stream");
-    std::vector<char> block(std::min<std::uint64_t>(file.attributes.size, copiedAtOnce));
-    for (std::uint64_t offset = 0; offset < file.attributes.size;) {
-        const auto part =
-            std::span(block).first(std::min<std::uint64_t>(block.size(), file.attributes.size - offset));
-        get(open, offset, part);
-        writeAll(*copy, {part.data(), part.size()});
-        offset += part.size();
-    }
-    copy->flush();
 }
 
 void FileContents::detach(const ExclusiveTree& tree, FileInode& file) {
     auto held = guards_.hold(file);
+    file.isBeingCopied = false;
     OpenStream last;
     try {
         last = std::move(streamOf(tree, file, held, OpenStream::Access::ReadWrite));

@@ -60,6 +60,13 @@ public:
     void attach(FileInode& file);
 
 private:
+    /// A copy of the bytes that stay when a file is shortened.
+    struct ShorterCopy {
+        StorageIRI location;
+        std::unique_ptr<foundation::storage::provider::ByteStream> stream;
+        std::uint64_t size; ///< bytes copied so far
+    };
+
     InodeGuards::Held access(FileInode& file, OpenStream::Access access);
     OpenStream& streamOf(const LockedTree& tree, FileInode& file, InodeGuards::Held& held,
                          OpenStream::Access access);
@@ -69,9 +76,10 @@ private:
     void prepare(FileInode& file, std::uint64_t size);
     bool hasMuchSlack(const FileInode& file);
     void shorten(const ExclusiveTree& tree, FileInode& file);
-    void keepOne(const StorageIRI& original, const StorageIRI& copy) const noexcept;
-    void copyTo(const StorageIRI& destination, const LockedTree& tree, const FileInode& file,
-                OpenStream& open);
+    ShorterCopy beginCopy(const ExclusiveTree& tree, FileInode& file);
+    bool copyBlock(FileInode& file, InodeGuards::Held held, ShorterCopy& copy);
+    OpenStream replaceByCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy);
+    void discardCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy) noexcept;
     bool isFarFrom(const FileInode& file, std::uint64_t size);
     void requireRoom(const FileInode& file, std::uint64_t size);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/mount/InodeLock.h"
 #include "hostapi/storage/provider/ByteStream.h"
 
 #include <atomic>
@@ -47,6 +48,7 @@ struct Inode {
     bool isFolder() const noexcept { return kind == Kind::Folder; }
 
     const Kind kind;
+    mutable InodeLock lock;                   ///< acquired through `InodeGuards`
     const std::uint64_t number;               ///< shown by stat(2), never reused
     std::atomic<std::uint64_t> references{0}; ///< held by the kernel
 
@@ -97,6 +99,7 @@ struct FileInode final : Inode {
     std::uint64_t storedSize = 0; ///< bytes that the storage holds
     std::uint64_t zerosEnd = 0;   ///< if beyond the size: the end of the zeros at the start of the slack
     bool detached = false;        ///< removed from the storage: only `lastStream` still reaches the bytes
+    bool isBeingCopied = false;   ///< to a shorter file; any change of the content or the place clears this
     OpenStream lastStream;
 };
 

@@ -4,43 +4,62 @@
 #include "host/mount/Mutex.h"
 
 #include <array>
+#include <condition_variable>
 #include <cstddef>
-#include <mutex>
+#include <utility>
 
 namespace storage::host {
 
-/// Guards the attributes of inodes, and keeps streams open from one access of a file to the next: a fixed number of
-/// slots that all inodes share, so that any number of known files takes a bounded number of locks and streams.
+/// Guards the attributes of inodes, each inode by a lock of its own, and keeps streams open from one access of a file to
+/// the next: in a fixed number of slots that all inodes share, so that any number of known files takes a bounded number of
+/// streams.
 ///
-/// Owns the streams. No thread holds two guards; the lock order is in docs/architecture.md, "The mount". Thread-safe.
+/// Owns the streams. While an inode's guard is held, the file's stream is out of its slot, so a long access holds up no
+/// other file of the slot. No thread holds two guards; the lock order is in docs/architecture.md, "The mount". Thread-safe.
 class InodeGuards {
     struct Slot {
         Mutex mutex;
-        const FileInode* file QZFL_GUARDED_BY(mutex) = nullptr; ///< the owner of the stream
+        std::condition_variable_any changed;
+        const FileInode*
+            file QZFL_GUARDED_BY(mutex) = nullptr; ///< whose stream is kept here, or was taken last
         OpenStream open QZFL_GUARDED_BY(mutex);
+        unsigned taken QZFL_GUARDED_BY(mutex) = 0;     ///< streams in use by threads that hold guards
+        bool isClosing QZFL_GUARDED_BY(mutex) = false; ///< no stream may be taken
     };
 
 public:
     /// An inode's guard, held. A function that requires the guard takes a `Held`.
     class Held {
     public:
-        /// The stream that is kept for the file; an empty one if there is none. Valid as long as the guard is held.
-        OpenStream& streamOf(FileInode& file) noexcept;
+        Held(Held&& other) noexcept
+            : inode_(std::exchange(other.inode_, nullptr)),
+              slot_(other.slot_),
+              file_(std::exchange(other.file_, nullptr)),
+              open_(std::move(other.open_)) {}
+        Held& operator=(Held&&) = delete;
+        ~Held();
+
+        /// The stream that is kept for the file; an empty one if there is none. Valid as long as the guard is held and
+        /// not moved.
+        OpenStream& streamOf(FileInode& file);
 
         /// Closes the stream that is kept for the file, unless the file is detached.
-        void closeStreamOf(const FileInode& file) noexcept;
+        void closeStreamOf(const FileInode& file);
 
     private:
         friend class InodeGuards;
-        explicit Held(Slot& slot) : lock_(slot.mutex), slot_(&slot) {}
+        Held(const Inode& inode, Slot& slot) noexcept : inode_(&inode), slot_(&slot) { inode.lock.lock(); }
 
-        std::unique_lock<Mutex> lock_;
+        const Inode* inode_; ///< null when moved from
         Slot* slot_;
+        const FileInode* file_ = nullptr; ///< owner of `open_`; null while no stream is taken
+        OpenStream open_;
     };
 
-    Held hold(const Inode& inode) { return Held(slots_[inode.number % slots_.size()]); }
+    Held hold(const Inode& inode) { return Held(inode, slots_[inode.number % slots_.size()]); }
 
-    /// Closes all streams that are kept here. Detached files have their own.
+    /// Closes all streams that are kept here, also those in use, after that use. No stream may be opened meanwhile.
+    /// Detached files have their own.
     void closeStreams();
 
 private:
