@@ -14,6 +14,7 @@
 #include "host/validate/ValidateRun.h"
 #include "host/validate/checks/CheckCatalogue.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -21,6 +22,7 @@
 #include <iostream>
 #include <new>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -76,6 +78,16 @@ ExitStatus runSession(const ProgramOptions& options, Console& console) {
         provider->doShutdown();
         return status;
     });
+}
+
+/// A transfer holds a descriptor of every folder between the top of a tree and the place where it works.
+void allowManyDescriptors() {
+    constexpr rlim_t enough = 65536;
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < enough) {
+        limit.rlim_cur = std::min(limit.rlim_max, enough);
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
 }
 
 ExitStatus runTask(const ProgramOptions& options, Console& console) {
@@ -137,5 +149,6 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is noticed by the write that fails,
     std::signal(SIGXFSZ, SIG_IGN); // and so is a limit on the size of files
     std::signal(SIGCHLD, SIG_DFL); // who ignores it is not told how its processes ended
+    storage::host::allowManyDescriptors();
     return static_cast<int>(storage::host::runProgram(argc, argv));
 }

@@ -1,5 +1,6 @@
 #include "host/disk/DiskEntry.h"
 
+#include "host/disk/DiskPath.h"
 #include "host/support/CommandError.h"
 #include "host/support/FileTime.h"
 
@@ -29,8 +30,13 @@ DiskEntry::Kind kindOf(mode_t mode) {
 }
 
 DiskEntry fromStatus(const struct stat& status) {
-    return {kindOf(status.st_mode), static_cast<unsigned long long>(status.st_size),
-            fromDiskTime(status.st_mtim), (status.st_mode & S_IWUSR) != 0, status.st_mode & permissionBits};
+    return {kindOf(status.st_mode),
+            static_cast<unsigned long long>(status.st_size),
+            fromDiskTime(status.st_mtim),
+            !isStorageTime(status.st_mtim),
+            (status.st_mode & S_IWUSR) != 0,
+            status.st_mode & permissionBits,
+            status.st_dev};
 }
 
 } // namespace
@@ -44,17 +50,20 @@ DiskEntry DiskEntry::at(const std::string& path, Links links) {
     return fromStatus(status);
 }
 
+DiskEntry DiskEntry::in(const FileDescriptor& folder, const std::string& name) {
+    struct stat status {};
+    if (::fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        throw diskError(diskChild(folder.path(), name), errno);
+    }
+    return fromStatus(status);
+}
+
 DiskEntry DiskEntry::of(const FileDescriptor& file) {
     struct stat status {};
     if (::fstat(file.number(), &status) != 0) {
         throw diskError(file.path(), errno);
     }
     return fromStatus(status);
-}
-
-bool DiskEntry::exists(const std::string& path) {
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0;
 }
 
 const char* describe(DiskEntry::Kind kind) {

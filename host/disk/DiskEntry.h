@@ -20,17 +20,21 @@ struct DiskEntry {
     Kind kind = Kind::File;
     unsigned long long size = 0; ///< bytes
     boost::posix_time::ptime lastModified;
+    bool hasFarTime =
+        false; ///< the disk's time is not one that a storage can keep; lastModified is the nearest
     bool writable = false; ///< by its owner
     mode_t mode = 0;       ///< permission bits
+    dev_t device = 0;      ///< the file system that it is on
 
     /// @throws CommandError
     static DiskEntry at(const std::string& path, Links links);
 
+    /// An entry of an open folder. A symbolic link is not followed.
+    /// @throws CommandError
+    static DiskEntry in(const FileDescriptor& folder, const std::string& name);
+
     /// @throws CommandError
     static DiskEntry of(const FileDescriptor& file);
-
-    /// Whether anything stands at `path`; a symbolic link counts, wherever it leads.
-    static bool exists(const std::string& path);
 };
 
 /// The kind in plain words with its article, for example "a symbolic link".

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/disk/DiskEntry.h"
+#include "host/disk/DiskPath.h"
 
 #include <string>
 #include <vector>
@@ -11,14 +12,8 @@ namespace storage::host {
 /// @throws CommandError
 std::vector<std::string> listDiskFolder(const std::string& path, DiskEntry::Links links);
 
-/// The path of the entry `name` in the folder at `folder`.
-std::string diskChild(const std::string& folder, const std::string& name);
-
-/// The path that a word of a command names on the disk.
-/// @throws CommandError when the word cannot be a path: it is empty or contains NUL
-std::string diskOperand(const std::string& word);
-
-/// The name that the entry at `path` has in its folder; empty when the path does not say it ("/", ".", "..").
-std::string diskName(const std::string& path);
+/// The same of an open folder, whatever has become of its path.
+/// @throws CommandError
+std::vector<std::string> listDiskFolder(const FileDescriptor& folder);
 
 } // namespace storage::host

@@ -1,5 +1,6 @@
 #include "host/disk/FileDescriptor.h"
 
+#include "host/disk/DiskPath.h"
 #include "host/support/CommandError.h"
 
 #include <cerrno>
@@ -10,12 +11,29 @@
 namespace storage::host {
 
 FileDescriptor::FileDescriptor(const std::string& path, int flags, unsigned mode) : path_(path) {
-    while ((number_ = ::open(path.c_str(), flags | O_CLOEXEC, mode)) < 0) {
+    open(AT_FDCWD, path, flags, mode);
+}
+
+FileDescriptor::FileDescriptor(const FileDescriptor& folder, const std::string& name, int flags)
+    : path_(diskChild(folder.path(), name)) {
+    open(folder.number(), name, flags | O_NOFOLLOW, 0);
+}
+
+void FileDescriptor::open(int folder, const std::string& name, int flags, unsigned mode) {
+    while ((number_ = ::openat(folder, name.c_str(), flags | O_CLOEXEC, mode)) < 0) {
         if (errno != EINTR) {
             throw diskError(path_, errno);
         }
         Interruption::check();
     }
+}
+
+FileDescriptor FileDescriptor::duplicate() const {
+    const int number = ::fcntl(number_, F_DUPFD_CLOEXEC, 0);
+    if (number < 0) {
+        throw diskError(path_, errno);
+    }
+    return adopt(number, path_);
 }
 
 FileDescriptor FileDescriptor::adopt(int number, std::string name) {

@@ -18,6 +18,8 @@ public:
     /// @param mode   permissions of a file that is created, before the umask
     /// @throws Interrupted when a signal ends an opening that waits
     FileDescriptor(const std::string& path, int flags, unsigned mode = 0);
+    /// Opens an entry of an open folder. A symbolic link is not followed, also one that has just taken the entry's place.
+    FileDescriptor(const FileDescriptor& folder, const std::string& name, int flags);
     /// Takes over a descriptor that is open already.
     /// @param name  stands for the path in failures
     static FileDescriptor adopt(int number, std::string name);
@@ -29,6 +31,9 @@ public:
 
     int number() const noexcept { return number_; }
     const std::string& path() const noexcept { return path_; }
+
+    /// Another descriptor of the same open file, which shares its position and its lock.
+    FileDescriptor duplicate() const;
 
     /// Fills `buffer` as far as the file goes.
     /// @return number of bytes, less than the buffer's size only at the end of the file
@@ -43,6 +48,8 @@ public:
 
 private:
     FileDescriptor() = default;
+
+    void open(int folder, const std::string& name, int flags, unsigned mode);
 
     std::string path_;
     int number_ = -1;

@@ -1,10 +1,10 @@
 #include "host/disk/TargetClaim.h"
 
 #include "host/support/CommandError.h"
+#include "host/support/NameHash.h"
 #include "host/support/SystemCall.h"
 
 #include <cerrno>
-#include <cstdint>
 #include <filesystem>
 #include <fmt/format.h>
 #include <sys/socket.h>
@@ -15,15 +15,6 @@
 namespace storage::host {
 
 namespace {
-
-/// A name of any length as a number: FNV-1a.
-std::uint64_t hashOf(const std::string& name) {
-    std::uint64_t hash = 0xcbf29ce484222325U;
-    for (const char character : name) {
-        hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001b3U;
-    }
-    return hash;
-}
 
 /// Links lead to the folder that they name.
 std::filesystem::path resolved(const std::string& target) {
@@ -48,7 +39,7 @@ Address addressOf(const std::string& target) {
         throw diskError(folder, errno);
     }
     const std::string text = fmt::format("qzstorage-export-{:x}-{:x}-{:x}", above.st_dev, above.st_ino,
-                                         hashOf(path.filename().string()));
+                                         nameHash(path.filename().string()));
     Address address;
     address.name.sun_family = AF_UNIX;
     text.copy(&address.name.sun_path[1], sizeof(address.name.sun_path) - 1);

@@ -1,13 +1,20 @@
 #include "host/disk/TemporaryDiskFile.h"
 
-#include "host/disk/DiskEntry.h"
+#include "host/disk/DiskFolder.h"
 #include "host/support/CommandError.h"
+#include "host/support/NameHash.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <optional>
+#include <string_view>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace storage::host {
 
@@ -16,41 +23,125 @@ namespace {
 /// Nobody else reads what is not complete; the owner of the final name may be another one.
 constexpr unsigned privateMode = 0600;
 
-std::string freePathBeside(const std::string& target) {
-    const std::string folder = target.substr(0, target.rfind('/') + 1);
-    for (unsigned number = 0;; ++number) {
-        std::string path = fmt::format("{}.qzstorage-{}-{}", folder, ::getpid(), number);
-        if (!DiskEntry::exists(path)) {
-            return path;
-        }
-    }
+constexpr std::string_view prefix = ".qzstorage-";
+constexpr std::string_view suffix = ".part";
+constexpr std::size_t hashDigits = 16;
+
+std::string temporaryName(const std::string& target, unsigned number) {
+    return fmt::format("{}{:016x}-{}{}", prefix, nameHash(target), number, suffix);
 }
 
-FileDescriptor create(const std::string& path, const std::string& target) {
-    try {
-        return {path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, privateMode};
-    } catch (const CommandError& error) {
-        throw CommandError(target, error.what());
+bool isTemporaryName(std::string_view name) {
+    if (!name.starts_with(prefix) || !name.ends_with(suffix) ||
+        name.size() <= prefix.size() + hashDigits + 1 + suffix.size()) {
+        return false;
     }
+    const auto hash = name.substr(prefix.size(), hashDigits);
+    auto number = name.substr(prefix.size() + hashDigits);
+    number = number.substr(0, number.size() - suffix.size());
+    return hash.find_first_not_of("0123456789abcdef") == std::string_view::npos && number.front() == '-' &&
+           number.substr(1).find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+bool isSameFile(const struct stat& one, const struct stat& other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// Opens what may be the temporary file of another program. Nothing else is opened, as opening can have effects.
+std::optional<FileDescriptor> openTemporary(const FileDescriptor& folder, const std::string& name) {
+    struct stat status {};
+    if (::fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
+        return std::nullopt;
+    }
+    const int number =
+        ::openat(folder.number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    return number < 0 ? std::nullopt : std::optional(FileDescriptor::adopt(number, name));
+}
+
+/// @return whether the file was the one of a program that was killed, and is removed
+bool removeIfAbandoned(WritableFolder& folder, const std::string& name) {
+    const auto file = openTemporary(folder.descriptor(), name);
+    if (!file || ::flock(file->number(), LOCK_EX | LOCK_NB) != 0) {
+        return false;
+    }
+    // Only the owner of the lock removes the file, so what has the name now keeps it.
+    struct stat opened {};
+    struct stat named {};
+    if (::fstat(file->number(), &opened) != 0 ||
+        ::fstatat(folder.descriptor().number(), name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !isSameFile(opened, named)) {
+        return false;
+    }
+    return folder.change([&](int in) { return ::unlinkat(in, name.c_str(), 0); }) == 0;
+}
+
+/// @return whether the file still has a name: another program may have removed it before it was locked
+bool lockNew(const FileDescriptor& file) {
+    if (::flock(file.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        return false;
+    }
+    struct stat status {};
+    return ::fstat(file.number(), &status) != 0 || status.st_nlink > 0;
 }
 
 } // namespace
 
-TemporaryDiskFile::TemporaryDiskFile(const std::string& target)
-    : target_(target), path_(freePathBeside(target)), file_(create(path_, target)) {}
+TemporaryDiskFile::NamedFile TemporaryDiskFile::create(WritableFolder& folder, const std::string& target) {
+    for (unsigned number = 0;;) {
+        std::string name = temporaryName(target, number);
+        const int created = folder.change([&](int in) {
+            return ::openat(in, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                            privateMode);
+        });
+        const std::string path = diskChild(folder.descriptor().path(), target);
+        if (created >= 0) {
+            NamedFile result{std::move(name), FileDescriptor::adopt(created, path)};
+            if (lockNew(result.file)) {
+                return result;
+            }
+        } else if (errno != EEXIST) {
+            throw diskError(path, errno);
+        } else if (!removeIfAbandoned(folder, name)) {
+            ++number;
+        }
+    }
+}
+
+TemporaryDiskFile::TemporaryDiskFile(WritableFolder& folder, const std::string& name)
+    : folder_(folder), target_(name), named_(create(folder, name)) {}
 
 TemporaryDiskFile::~TemporaryDiskFile() {
-    if (!path_.empty()) {
-        ::unlink(path_.c_str());
+    if (named_.name.empty()) {
+        return;
+    }
+    try {
+        folder_.change([this](int in) { return ::unlinkat(in, named_.name.c_str(), 0); });
+    } catch (...) { // interrupted again: the next export removes the file
     }
 }
 
 void TemporaryDiskFile::moveIntoPlace() {
-    file_.close();
-    if (std::rename(path_.c_str(), target_.c_str()) != 0) {
-        throw diskError(target_, errno);
+    named_.file.duplicate().close(); // the file stays locked as long as it has its temporary name
+    const int moved =
+        folder_.change([this](int in) { return ::renameat(in, named_.name.c_str(), in, target_.c_str()); });
+    if (moved != 0) {
+        throw diskError(named_.file.path(), errno);
     }
-    path_.clear();
+    named_.name.clear();
+}
+
+void TemporaryDiskFile::removeAbandonedFiles(WritableFolder& folder) {
+    std::vector<std::string> names;
+    try {
+        names = listDiskFolder(folder.descriptor());
+    } catch (const CommandError&) { // a folder that may be written to, but not read
+    }
+    for (const std::string& name : names) {
+        if (isTemporaryName(name)) {
+            removeIfAbandoned(folder, name);
+        }
+    }
 }
 
 } // namespace storage::host

@@ -2,12 +2,14 @@
 
 #include "host/disk/FileDescriptor.h"
 #include "host/disk/TemporaryDiskFile.h"
+#include "host/disk/WritableFolder.h"
 #include "host/support/CommandError.h"
 
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <filesystem>
 #include <fmt/format.h>
 #include <pwd.h>
@@ -78,7 +80,8 @@ void RescueFolder::write(const std::vector<std::string>& lines) {
     std::error_code error;
     std::filesystem::create_directories(base_, error); // what is wrong, making the folder in it reports
     makeFolder(path_);
-    TemporaryDiskFile note(path_ + noteName);
+    WritableFolder base(FileDescriptor(base_, O_RDONLY | O_DIRECTORY), WritableFolder::ReadOnly::Respect);
+    TemporaryDiskFile note(base, std::filesystem::path(path_).filename().string() + noteName);
     for (const std::string& line : lines) {
         note.file().write(line + '\n');
     }

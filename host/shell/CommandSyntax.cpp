@@ -25,7 +25,7 @@ std::string unhidden(const std::string& word) {
 
 /// Whether an option is a whole word behind one dash.
 bool isWord(const std::string& name) {
-    return name.size() > 2;
+    return name.size() > 2 && name[1] != '-';
 }
 
 bool looksLikeOption(const std::string& word) {
@@ -54,7 +54,7 @@ void CommandSyntax::option(const std::string& name, const std::string& value,
         (isWord(name) ? "-" : "") + name, [&target](const std::string& text) { target = unhidden(text); });
     parsed->multi_option_policy(CLI::MultiOptionPolicy::TakeLast); // more than one are refused afterwards
     options_.push_back({name, value, parsed});
-    helpLines_.push_back({name + ' ' + value, description});
+    helpLines_.push_back({name + (name.starts_with("--") ? '=' : ' ') + value, description});
 }
 
 void CommandSyntax::operands(std::size_t least, std::size_t most) {

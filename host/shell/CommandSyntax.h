@@ -36,7 +36,7 @@ public:
     void flag(const std::string& name, bool& target, const std::string& description);
 
     /// An option with a value, which may be given once.
-    /// @param name    "-L", or a whole word such as "-name"
+    /// @param name    "-L", a whole word such as "-name", or "--name", which takes its value behind "=" as well
     /// @param value   what the value is called in the help
     /// @param target  receives the value; must live until the line is parsed
     void option(const std::string& name, const std::string& value, std::optional<std::string>& target,

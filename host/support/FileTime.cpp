@@ -1,6 +1,5 @@
 #include "host/support/FileTime.h"
 
-#include <algorithm>
 #include <fmt/format.h>
 #include <sys/stat.h>
 
@@ -17,14 +16,31 @@ ptime epoch() {
     return ptime(date(1970, 1, 1));
 }
 
+long earliestSecond() {
+    static const long second = (ptime(date(1400, 1, 1)) - epoch()).total_seconds();
+    return second;
+}
+
+long latestSecond() {
+    constexpr long day = 24 * 60 * 60;
+    static const long second = (ptime(date(9999, 12, 31)) - epoch()).total_seconds() + day - 1;
+    return second;
+}
+
 } // namespace
 
 ptime fromDiskTime(const timespec& time) {
-    static const ptime earliest(date(1400, 1, 1));
-    static const ptime latest(date(9999, 12, 31));
-    const long second = std::clamp(time.tv_sec, (earliest - epoch()).total_seconds(),
-                                   static_cast<std::time_t>((latest - epoch()).total_seconds()));
-    return epoch() + seconds(second) + microseconds(time.tv_nsec / 1000);
+    if (time.tv_sec < earliestSecond()) {
+        return epoch() + seconds(earliestSecond());
+    }
+    if (time.tv_sec > latestSecond()) {
+        return epoch() + seconds(latestSecond()) + microseconds(microsecondsPerSecond - 1);
+    }
+    return epoch() + seconds(time.tv_sec) + microseconds(time.tv_nsec / 1000);
+}
+
+bool isStorageTime(const timespec& time) {
+    return time.tv_sec >= earliestSecond() && time.tv_sec <= latestSecond();
 }
 
 timespec toDiskTime(const ptime& time) {

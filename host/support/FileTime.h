@@ -13,6 +13,9 @@ inline constexpr long microsecondsPerSecond = 1'000'000;
 /// 1400 to 9999 becomes the nearest time inside.
 boost::posix_time::ptime fromDiskTime(const timespec& time);
 
+/// Whether a time of the disk lies in the years that storages keep.
+bool isStorageTime(const timespec& time);
+
 /// A time of a storage as the disk takes it, for utimensat(2). A time that is none ("not a date") leaves the
 /// disk's own in place.
 timespec toDiskTime(const boost::posix_time::ptime& time);

@@ -25,23 +25,25 @@ constexpr mode_t newFolderMode = 0777;
 constexpr mode_t privateFolderMode = 0700;
 constexpr mode_t newFileMode = 0666;
 
-void refuseInTheWay(const std::string& path, DiskEntry::Kind kind) {
-    throw CommandError(path, std::string(describe(kind)) + " is in the way");
+[[noreturn]] void refuseInTheWay(const FileDescriptor& folder, const std::string& name) {
+    throw CommandError(diskChild(folder.path(), name),
+                       std::string(describe(DiskEntry::in(folder, name).kind)) + " is in the way");
 }
 
-/// @return whether the folder is new
-bool makeDiskFolder(const std::string& path, mode_t mode, DiskEntry::Links links) {
-    if (::mkdir(path.c_str(), mode) == 0) {
-        return true;
+enum class Origin { Made, Found };
+
+Origin makeDiskFolder(WritableFolder& above, const std::string& name, mode_t mode) {
+    const int made = above.change([&](int in) { return ::mkdirat(in, name.c_str(), mode); });
+    if (made == 0) {
+        return Origin::Made;
     }
     if (errno != EEXIST) {
-        throw diskError(path, errno);
+        throw diskError(diskChild(above.descriptor().path(), name), errno);
     }
-    const DiskEntry existing = DiskEntry::at(path, links);
-    if (existing.kind != DiskEntry::Kind::Folder) {
-        refuseInTheWay(path, existing.kind);
+    if (DiskEntry::in(above.descriptor(), name).kind != DiskEntry::Kind::Folder) {
+        refuseInTheWay(above.descriptor(), name);
     }
-    return false;
+    return Origin::Found;
 }
 
 struct stat statusOf(const FileDescriptor& entry) {
@@ -72,13 +74,13 @@ mode_t withFlag(mode_t mode, bool writable) {
 
 /// The file that an export replaces.
 /// @throws CommandError when something else is there; a device, for one, must not be replaced by a file
-std::optional<struct stat> replacedFile(const std::string& path) {
+std::optional<struct stat> replacedFile(const FileDescriptor& folder, const std::string& name) {
     struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0) {
+    if (::fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return std::nullopt; // what else is wrong, creating the file reports
     }
     if (!S_ISREG(status.st_mode)) {
-        refuseInTheWay(path, DiskEntry::at(path, DiskEntry::Links::Inspect).kind);
+        refuseInTheWay(folder, name);
     }
     return status;
 }
@@ -105,11 +107,12 @@ Exporter::Exporter(const IProvider& provider, Console& console, const Interrupti
       modeOf_(std::move(modeOf)),
       newFileMode_(newFileMode & ~currentUmask()),
       progress_(console),
-      buffer_(transferBufferSize) {}
+      buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
 
 void Exporter::run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes) {
     rootAttributes_ = rootAttributes;
-    open_.clear();
+    open_.clear(); // an interrupted run leaves its folders here
+    above_ = {};
     TreeWalk walk(provider_, source);
     while (const auto step = walk.next()) {
         interruption_.check();
@@ -119,68 +122,104 @@ void Exporter::run(const StoragePath& source, const std::string& target, RootAtt
 
 void Exporter::visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target) {
     if (step.kind == StepKind::FolderDone) {
-        const std::string done = std::move(open_.back().path);
-        const std::optional<mode_t> mode = open_.back().mode;
+        const OpenFolder done = std::move(open_.back());
         open_.pop_back();
-        leaveFolder(step, done, mode);
+        leaveFolder(step, done);
         return;
     }
-    const std::string path =
-        step.depth == 0 ? target : diskChild(open_.back().path, toDiskName(step.name, step.path));
+    if (step.depth == 0 && step.kind == StepKind::Folder && rootAttributes_ == RootAttributes::Untouched) {
+        OpenFolder named = openNamed(target);
+        TemporaryDiskFile::removeAbandonedFiles(*named.folder);
+        enterFolder(walk, std::move(named));
+        return;
+    }
+    if (step.depth == 0) {
+        above_ = openAbove(target);
+    }
+    WritableFolder& folder = *(step.depth == 0 ? above_ : open_.back()).folder;
+    const std::string name =
+        step.depth == 0 ? target.substr(target.rfind('/') + 1) : toDiskName(step.name, step.path);
     if (step.kind == StepKind::Folder) {
-        enterFolder(walk, step.path, path);
+        enterFolder(walk, makeFolder(folder, name, step.path));
     } else {
-        exportFile(step.path, path);
+        exportFile(step.path, folder, name);
     }
 }
 
-void Exporter::enterFolder(TreeWalk& walk, const StoragePath& source, const std::string& target) {
-    // Only a folder that the user named, to be filled, may be reached through a link.
-    const bool isNamed = open_.empty() && rootAttributes_ == RootAttributes::Untouched;
-    std::optional<mode_t> mode = modeOf_(source);
-    if (!makeDiskFolder(target, mode ? privateFolderMode : newFolderMode,
-                        isNamed ? DiskEntry::Links::Follow : DiskEntry::Links::Inspect)) {
-        mode.reset();
+/// The folder that the target is to stand in, which a link may lead to, as the user named it.
+Exporter::OpenFolder Exporter::openAbove(const std::string& target) const {
+    try {
+        return openNamed(diskParent(target));
+    } catch (const CommandError& error) {
+        throw CommandError(target, error.what());
     }
+}
+
+/// A folder that the user named and that is only added to: it keeps its attributes, and need not be readable.
+Exporter::OpenFolder Exporter::openNamed(const std::string& target) const {
+    return {std::make_unique<WritableFolder>(FileDescriptor(target, O_PATH | O_DIRECTORY),
+                                             WritableFolder::ReadOnly::Respect),
+            std::nullopt};
+}
+
+Exporter::OpenFolder Exporter::makeFolder(WritableFolder& above, const std::string& name,
+                                          const StoragePath& source) const {
+    const std::optional<mode_t> mode = modeOf_(source);
+    const Origin origin = makeDiskFolder(above, name, mode ? privateFolderMode : newFolderMode);
+    OpenFolder made{
+        // A folder that takes its attributes from the storage may have become read-only by an earlier export.
+        std::make_unique<WritableFolder>(FileDescriptor(above.descriptor(), name, O_RDONLY | O_DIRECTORY),
+                                         WritableFolder::ReadOnly::Lift),
+        std::nullopt};
+    if (origin == Origin::Found) {
+        TemporaryDiskFile::removeAbandonedFiles(*made.folder);
+    } else if (mode) {
+        const mode_t inherited =
+            statusOf(made.folder->descriptor()).st_mode & S_ISGID; // from the folder above
+        made.mode = *mode | inherited;
+        made.folder->setModeAtEnd(*made.mode);
+    }
+    return made;
+}
+
+void Exporter::enterFolder(TreeWalk& walk, OpenFolder folder) {
     walk.descend();
-    // A folder that takes its attributes from the storage may have become read-only by an earlier export.
-    open_.push_back({target, isNamed ? nullptr : std::make_unique<const TemporaryWriteAccess>(target), mode});
+    open_.push_back(std::move(folder));
     ++totals_.folders;
     progress_.countEntry();
 }
 
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
-void Exporter::leaveFolder(const TreeWalk::Step& step, const std::string& target,
-                           std::optional<mode_t> mode) {
+void Exporter::leaveFolder(const TreeWalk::Step& step, const OpenFolder& done) {
     if (step.depth == 0 && rootAttributes_ == RootAttributes::Untouched) {
         return;
     }
+    const FileDescriptor& folder = done.folder->descriptor();
     const auto attributes = provider_.doGetFolderAttributes(step.path.iri());
-    const FileDescriptor folder(target, O_RDONLY | O_DIRECTORY);
-    setTime(folder, attributes.getLastModified());
-    if (mode) {
-        const mode_t inherited = statusOf(folder).st_mode & S_ISGID; // from the folder above
-        setMode(folder, withFlag(*mode | inherited, attributes.isWritable()));
-    } else if (!attributes.isWritable()) {
-        setMode(folder, statusOf(folder).st_mode & permissionBits & ~writeBits);
+    const struct stat status = statusOf(folder);
+    if (status.st_nlink == 0) {
+        throw diskError(folder.path(), ENOENT);
     }
+    setTime(folder, attributes.getLastModified());
+    if (done.mode) {
+        done.folder->setModeAtEnd(withFlag(*done.mode, attributes.isWritable()));
+    } else if (!attributes.isWritable()) {
+        done.folder->setModeAtEnd(status.st_mode & permissionBits & ~writeBits);
+    }
+    done.folder->setMode();
 }
 
-void Exporter::exportFile(const StoragePath& source, const std::string& target) {
-    const auto replaced = replacedFile(target);
-    TemporaryDiskFile temporary(target);
-    try {
-        const auto bytes = copyBytes(source, temporary.file());
-        const auto attributes = provider_.doGetFileAttributes(source.iri());
-        setTime(temporary.file(), attributes.getLastModified());
-        const mode_t mode =
-            replaced ? takeOver(temporary.file(), *replaced) : modeOf_(source).value_or(newFileMode_);
-        setMode(temporary.file(), withFlag(mode, attributes.isWritable()));
-        temporary.moveIntoPlace();
-        totals_.bytes += bytes;
-    } catch (const CommandError& error) { // the name of the temporary file would tell the user nothing
-        throw CommandError(target, error.what());
-    }
+void Exporter::exportFile(const StoragePath& source, WritableFolder& folder, const std::string& name) {
+    const auto replaced = replacedFile(folder.descriptor(), name);
+    TemporaryDiskFile temporary(folder, name);
+    const auto bytes = copyBytes(source, temporary.file());
+    const auto attributes = provider_.doGetFileAttributes(source.iri());
+    setTime(temporary.file(), attributes.getLastModified());
+    const mode_t mode =
+        replaced ? takeOver(temporary.file(), *replaced) : modeOf_(source).value_or(newFileMode_);
+    setMode(temporary.file(), withFlag(mode, attributes.isWritable()));
+    temporary.moveIntoPlace();
+    totals_.bytes += bytes;
     ++totals_.files;
     progress_.countEntry();
 }
@@ -189,9 +228,9 @@ unsigned long long Exporter::copyBytes(const StoragePath& source, const FileDesc
     ByteStreamDevice from(provider_.doOpenReadOnlyStream(source.iri()));
     unsigned long long copied = 0;
     std::streamsize count = 0;
-    while ((count = from.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()))) > 0) {
+    while ((count = from.read(buffer_.get(), transferBufferSize)) > 0) {
         const auto bytes = static_cast<std::size_t>(count);
-        to.write(std::span(buffer_).first(bytes));
+        to.write(std::span(buffer_.get(), bytes));
         copied += bytes;
         progress_.countBytes(bytes);
         interruption_.check();

@@ -2,7 +2,7 @@
 
 #include "host/console/ProgressMeter.h"
 #include "host/disk/FileDescriptor.h"
-#include "host/disk/TemporaryWriteAccess.h"
+#include "host/disk/WritableFolder.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/Interruption.h"
 #include "host/transfer/RootAttributes.h"
@@ -21,7 +21,11 @@ namespace storage::host {
 /// Copies files and trees from the storage to the disk, with times, writable flags and permissions.
 ///
 /// What is not complete can be read by its owner only. A file that is replaced keeps its owner, if the user may give files
-/// away, and its permissions but for the writable flag.
+/// away, and its permissions but for the writable flag. A folder that is made has its permissions as soon as nothing more is
+/// added to it, also after a failure or an interruption.
+///
+/// All below the target is opened folder by folder, so no link leads out of the tree. Several programs may export into one
+/// folder. What a killed one left behind is removed.
 ///
 /// Goes on after a failure, which the console counts. A file stands under its name on disk complete or not at
 /// all. Depth costs memory but no stack; a file of any size passes through one buffer.
@@ -49,15 +53,17 @@ public:
 
 private:
     struct OpenFolder {
-        std::string path; ///< on disk
-        std::unique_ptr<const TemporaryWriteAccess> access;
-        std::optional<mode_t> mode; ///< that a new folder is to have in the end
+        std::unique_ptr<WritableFolder> folder;
+        std::optional<mode_t> mode; ///< that a new folder is to have in the end, but for the writable flag
     };
 
+    OpenFolder openAbove(const std::string& target) const;
+    OpenFolder openNamed(const std::string& target) const;
+    OpenFolder makeFolder(WritableFolder& above, const std::string& name, const StoragePath& source) const;
     void visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target);
-    void enterFolder(TreeWalk& walk, const StoragePath& source, const std::string& target);
-    void leaveFolder(const TreeWalk::Step& step, const std::string& target, std::optional<mode_t> mode);
-    void exportFile(const StoragePath& source, const std::string& target);
+    void enterFolder(TreeWalk& walk, OpenFolder folder);
+    void leaveFolder(const TreeWalk::Step& step, const OpenFolder& done);
+    void exportFile(const StoragePath& source, WritableFolder& folder, const std::string& name);
     unsigned long long copyBytes(const StoragePath& source, const FileDescriptor& to);
 
     const IProvider& provider_;
@@ -68,8 +74,9 @@ private:
     ProgressMeter progress_;
     TransferTotals totals_;
     RootAttributes rootAttributes_ = RootAttributes::FromSource;
-    std::vector<OpenFolder> open_; ///< the folders that the walk is in
-    std::vector<char> buffer_;
+    OpenFolder above_;                     ///< the folder of the target
+    std::vector<OpenFolder> open_;         ///< the folders that the walk is in
+    const std::unique_ptr<char[]> buffer_; ///< of transferBufferSize; most transfers use little of it
 };
 
 } // namespace storage::host

@@ -1,15 +1,19 @@
 #include "host/transfer/Importer.h"
 
 #include "host/disk/DiskFolder.h"
+#include "host/disk/SystemFileSystem.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
 #include "host/storage/TemporaryStorageFile.h"
 #include "host/storage/UnfinishedFile.h"
 #include "host/support/CommandError.h"
+#include "host/support/FileTime.h"
 #include "host/support/Utf.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <new>
+#include <span>
 #include <utility>
 
 namespace storage::host {
@@ -17,36 +21,63 @@ namespace storage::host {
 using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::StorageIRI;
 
+namespace {
+
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY;
+// Not blocking: a fifo that has taken the file's place would wait for a writer for ever.
+constexpr int fileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
+
+/// How much of a file is written first. A provider makes the room for a file by some power of two larger whenever it runs out,
+/// and copies what it has: with this block the room ends as large as the file, and least is copied.
+/// @param size  what the disk says, which is 0 for some files that are not empty
+std::size_t firstBlock(unsigned long long size) {
+    constexpr unsigned long long growth = 8;
+    while (size > transferBufferSize) {
+        size = (size + growth - 1) / growth;
+    }
+    return size == 0 ? transferBufferSize : size;
+}
+
+} // namespace
+
 Importer::Importer(const IProvider& provider, Console& console, const Interruption& interruption,
-                   ImportLog& imports, EntryModes& modes)
+                   ImportLog& imports, EntryModes& modes, FileSystems fileSystems)
     : provider_(provider),
       console_(console),
       interruption_(interruption),
       imports_(imports),
       modes_(modes),
+      fileSystems_(fileSystems),
       progress_(console),
-      buffer_(transferBufferSize) {}
+      buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
 
 void Importer::run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes) {
-    const DiskEntry entry = DiskEntry::at(source, DiskEntry::Links::Follow);
+    const DiskEntry::Kind kind = DiskEntry::at(source, DiskEntry::Links::Follow).kind;
     refuseFileAbove(provider_, target);
-    switch (entry.kind) {
+    switch (kind) {
     case DiskEntry::Kind::Folder:
-        importTree(source, target, entry, rootAttributes);
+        importTree(source, target, rootAttributes);
         break;
     case DiskEntry::Kind::File:
-        importFile(source, target, DiskEntry::Links::Follow);
+        importFile(FileDescriptor(source, fileFlags), target);
         logImport(source, target, RootAttributes::FromSource);
         break;
     default:
-        throw CommandError(source, std::string(describe(entry.kind)) + ", not a file or folder");
+        throw CommandError(source, std::string(describe(kind)) + ", not a file or folder");
     }
 }
 
-void Importer::importTree(const std::string& source, const StoragePath& target, const DiskEntry& entry,
+void Importer::importTree(const std::string& source, const StoragePath& target,
                           RootAttributes rootAttributes) {
     open_.clear(); // an interrupted run leaves its folders here
-    enterFolder(source, target, entry, rootAttributes, DiskEntry::Links::Follow);
+    FileDescriptor folder(source, folderFlags);
+    const char* const system = fileSystems_ == FileSystems::All ? nullptr : systemFileSystemOf(folder);
+    if (system != nullptr) {
+        throw CommandError(source, fmt::format("on {}, a file system that keeps no files; "
+                                               "--one-file-system=no imports it all the same",
+                                               system));
+    }
+    enterFolder(std::move(folder), target, rootAttributes);
     logImport(source, target, rootAttributes); // from here on, whatever is missing is for a check to find
     while (!open_.empty()) {
         interruption_.check();
@@ -70,46 +101,66 @@ void Importer::importNext() {
         console_.attempt(done.target.printed(), [&] { leaveFolder(done); });
         return;
     }
-    const std::string& name = folder.names[folder.next++];
-    const std::string source = diskChild(folder.source, name);
+    const std::string name = folder.names[folder.next++];
+    const std::string source = diskChild(folder.source.path(), name);
     const auto storageName = toUtf16(name);
     if (!storageName) {
         console_.report({source, "the name is not UTF-8"});
         return;
     }
     const StoragePath target = folder.target.child(*storageName);
-    console_.attempt(source, [&] { importChild(source, target); });
+    console_.attempt(source, [&] { importChild(folder.source, name, target); });
 }
 
-void Importer::importChild(const std::string& source, const StoragePath& target) {
-    const DiskEntry entry = DiskEntry::at(source, DiskEntry::Links::Inspect);
-    switch (entry.kind) {
+void Importer::importChild(const FileDescriptor& folder, const std::string& name, const StoragePath& target) {
+    const DiskEntry::Kind kind = DiskEntry::in(folder, name).kind;
+    switch (kind) {
     case DiskEntry::Kind::Folder:
-        enterFolder(source, target, entry, RootAttributes::FromSource, DiskEntry::Links::Inspect);
+        enterFolder(FileDescriptor(folder, name, folderFlags), target, RootAttributes::FromSource);
         break;
     case DiskEntry::Kind::File:
-        importFile(source, target, DiskEntry::Links::Inspect);
+        importFile(FileDescriptor(folder, name, fileFlags), target);
         break;
     default:
         ++totals_.skipped;
-        console_.notice(source, std::string("skipped, ") + describe(entry.kind));
+        console_.notice(diskChild(folder.path(), name), std::string("skipped, ") + describe(kind));
     }
 }
 
-void Importer::enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
-                           RootAttributes keeps, DiskEntry::Links links) {
-    OpenFolder folder{source, target, entry, keeps, nullptr, listDiskFolder(source, links), 0};
+void Importer::enterFolder(FileDescriptor source, const StoragePath& target, RootAttributes keeps) {
+    const DiskEntry attributes = DiskEntry::of(source);
+    if (keeps == RootAttributes::FromSource) {
+        noticeTime(source, attributes);
+    }
+    auto names = namesIn(source, attributes);
+    OpenFolder folder{std::move(source), target, attributes, keeps, nullptr, std::move(names), 0};
     if (!provider_.doFolderExists(target.iri())) {
         provider_.doCreateFolder(target.iri());
     } else if (keeps == RootAttributes::FromSource) { // an earlier import may have made it read-only
         folder.lifted = std::make_unique<const LiftedFolderFlag>(provider_, target);
     }
     if (keeps == RootAttributes::FromSource) { // also of a folder that an interruption leaves incomplete
-        modes_.set(target, EntryModes::Kind::Folder, entry.mode);
+        modes_.set(target, EntryModes::Kind::Folder, attributes.mode);
     }
     open_.push_back(std::move(folder));
     ++totals_.folders;
     progress_.countEntry();
+}
+
+/// The entries of a folder that are to be imported: none where another file system begins that is to be left out.
+std::vector<std::string> Importer::namesIn(const FileDescriptor& folder, const DiskEntry& attributes) {
+    const bool isOther = !open_.empty() && open_.back().attributes.device != attributes.device;
+    if (isOther && fileSystems_ != FileSystems::All) {
+        const char* const system = systemFileSystemOf(folder);
+        if (system != nullptr || fileSystems_ == FileSystems::OfSource) {
+            ++totals_.skipped;
+            console_.notice(folder.path(), fmt::format("its content is skipped, {}",
+                                                       system == nullptr ? "another file system"
+                                                                         : fmt::format("on {}", system)));
+            return {};
+        }
+    }
+    return listDiskFolder(folder);
 }
 
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
@@ -120,14 +171,12 @@ void Importer::leaveFolder(OpenFolder& folder) {
     }
 }
 
-void Importer::importFile(const std::string& source, const StoragePath& target, DiskEntry::Links links) {
-    // Not blocking: a fifo that has taken the file's place would wait for a writer for ever.
-    const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | (links == DiskEntry::Links::Follow ? 0 : O_NOFOLLOW);
-    const FileDescriptor from(source, flags);
+void Importer::importFile(const FileDescriptor& from, const StoragePath& target) {
     const DiskEntry attributes = DiskEntry::of(from);
     if (attributes.kind != DiskEntry::Kind::File) {
-        throw CommandError(source, std::string("became ") + describe(attributes.kind));
+        throw CommandError(from.path(), std::string("became ") + describe(attributes.kind));
     }
+    noticeTime(from, attributes);
     if (provider_.doFileExists(target.iri())) {
         replaceFile(from, target);
     } else {
@@ -163,14 +212,24 @@ void Importer::replaceFile(const FileDescriptor& from, const StoragePath& target
 
 unsigned long long Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) {
     ByteStreamDevice to(provider_.doOpenStream(target.iri(), {.content = ByteStreamContent::Empty}));
+    ::posix_fadvise(from.number(), 0, 0, POSIX_FADV_SEQUENTIAL);
     unsigned long long copied = 0;
-    while (const std::size_t count = from.read(buffer_, interruption_)) {
-        to.write(buffer_.data(), static_cast<std::streamsize>(count));
+    std::size_t wanted = firstBlock(DiskEntry::of(from).size);
+    while (const std::size_t count = from.read(std::span(buffer_.get(), wanted), interruption_)) {
+        to.write(buffer_.get(), static_cast<std::streamsize>(count));
         copied += count;
         progress_.countBytes(count);
         interruption_.check();
+        wanted = transferBufferSize;
     }
     return copied;
+}
+
+void Importer::noticeTime(const FileDescriptor& source, const DiskEntry& attributes) {
+    if (attributes.hasFarTime) {
+        console_.notice(source.path(), "its time is outside the years 1400 to 9999 and kept as " +
+                                           formatSeconds(attributes.lastModified));
+    }
 }
 
 void Importer::applyAttributes(const StoragePath& target, const DiskEntry& attributes) {

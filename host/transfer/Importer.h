@@ -27,10 +27,17 @@ class Importer {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
+    /// Which file systems a tree is imported from. The folder where another one begins is empty then, and counts as skipped.
+    enum class FileSystems {
+        WithFiles, ///< those that keep files, and not the ones that show the state of the system, as /proc does
+        OfSource, ///< the one that the tree begins on, if it keeps files
+        All,
+    };
+
     /// @param imports  records each run
     /// @param modes    records the permissions of each entry
     Importer(const IProvider& provider, Console& console, const Interruption& interruption,
-             ImportLog& imports, EntryModes& modes);
+             ImportLog& imports, EntryModes& modes, FileSystems fileSystems = FileSystems::WithFiles);
 
     /// Imports one entry and everything below it.
     /// @param source  path on disk; a symbolic link here is followed, unlike the ones below
@@ -45,7 +52,7 @@ public:
 
 private:
     struct OpenFolder {
-        std::string source;
+        FileDescriptor source; ///< all below it is opened from here, so no link leads out of the tree
         StoragePath target;
         DiskEntry attributes;
         RootAttributes keeps;
@@ -54,18 +61,18 @@ private:
         std::size_t next;
     };
 
-    void importTree(const std::string& source, const StoragePath& target, const DiskEntry& entry,
-                    RootAttributes rootAttributes);
+    void importTree(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
     void logImport(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
     void importNext();
-    void importChild(const std::string& source, const StoragePath& target);
-    void enterFolder(const std::string& source, const StoragePath& target, const DiskEntry& entry,
-                     RootAttributes keeps, DiskEntry::Links links);
+    void importChild(const FileDescriptor& folder, const std::string& name, const StoragePath& target);
+    void enterFolder(FileDescriptor source, const StoragePath& target, RootAttributes keeps);
+    std::vector<std::string> namesIn(const FileDescriptor& folder, const DiskEntry& attributes);
     void leaveFolder(OpenFolder& folder);
-    void importFile(const std::string& source, const StoragePath& target, DiskEntry::Links links);
+    void importFile(const FileDescriptor& from, const StoragePath& target);
     void createFile(const FileDescriptor& from, const StoragePath& target);
     void replaceFile(const FileDescriptor& from, const StoragePath& target);
     unsigned long long copyBytes(const FileDescriptor& from, const StoragePath& target);
+    void noticeTime(const FileDescriptor& source, const DiskEntry& attributes);
     void applyAttributes(const StoragePath& target, const DiskEntry& attributes);
 
     const IProvider& provider_;
@@ -73,10 +80,11 @@ private:
     const Interruption& interruption_;
     ImportLog& imports_;
     EntryModes& modes_;
+    const FileSystems fileSystems_;
     ProgressMeter progress_;
     TransferTotals totals_;
     std::vector<OpenFolder> open_;
-    std::vector<char> buffer_;
+    const std::unique_ptr<char[]> buffer_; ///< of transferBufferSize; most transfers use little of it
 };
 
 } // namespace storage::host

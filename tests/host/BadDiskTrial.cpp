@@ -1,15 +1,20 @@
+#include "host/disk/FileDescriptor.h"
+#include "host/process/ChildProcess.h"
 #include "tests/support/ProgramRun.h"
 #include "tests/support/SessionTest.h"
 #include "tests/support/TreeContents.h"
 #include "tests/support/Unprivileged.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iostream>
 #include <sched.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -22,8 +27,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using foundation::storage::provider::StorageIRI;
+using storage::host::FileDescriptor;
 using testing::AnyOf;
 using testing::EndsWith;
+using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
 
@@ -47,6 +54,18 @@ protected:
         provider_->before = [operation, interfere, done = false](const std::string& called,
                                                                  const StorageIRI&) mutable {
             if (called == operation && !done) {
+                done = true;
+                interfere();
+            }
+        };
+    }
+
+    /// The same for the first call at `path`.
+    void onceAt(const std::string& operation, const std::u16string& path,
+                const std::function<void()>& interfere) {
+        provider_->before = [operation, path, interfere, done = false](const std::string& called,
+                                                                       const StorageIRI& iri) mutable {
+            if (called == operation && iri.getPath() == path && !done) {
                 done = true;
                 interfere();
             }
@@ -374,32 +393,51 @@ TEST_F(BadDiskTrial, NamesThatTheDiskCannotHaveAreNamedAndTheRestIsExported) {
               line("export: /a/n\\x00l" + notPossible));
 }
 
-TEST_F(BadDiskTrial, ATreeThatIsTooDeepForTheDiskIsReportedOnce) {
+TEST_F(BadDiskTrial, ATreeThatIsDeeperThanAPathOfTheDiskIsExportedAndImported) {
     StorageIRI folder(u"/deep");
     provider_->doCreateFolder(folder);
     for (int depth = 0; depth < 30; ++depth) {
         folder = StorageIRI(folder.getPath() + u'/' + std::u16string(200, u'd'));
         provider_->doCreateFolder(folder);
     }
-    EXPECT_THAT(fail("export /deep " + disk_ / "out"),
-                MatchesRegex("qzstorage: export: [^\n]*: File name too long\n"));
+    provider_->doCreateFile(StorageIRI(folder.getPath() + u"/f"));
+    EXPECT_EQ(succeed("export /deep " + disk_ / "out"), "exported 31 folders, 1 file, 0 bytes\n");
+    EXPECT_EQ(succeed("import " + disk_ / "out" + " /back"), "imported 31 folders, 1 file, 0 bytes\n");
+    folder = StorageIRI(u"/back" + folder.getPath().substr(5));
+    EXPECT_TRUE(provider_->doFileExists(StorageIRI(folder.getPath() + u"/f")));
 }
 
-TEST_F(BadDiskTrial, ATreeOnDiskThatIsTooDeepForAPathIsReportedOnceAndTheRestIsImported) {
-    const std::string name(200, 'd');
-    disk_.write("src/f", "x");
-    int folder = ::open((disk_ / "src").c_str(), O_RDONLY | O_DIRECTORY);
-    for (int depth = 0; depth < 30; ++depth) {
-        ASSERT_EQ(::mkdirat(folder, name.c_str(), 0700), 0);
-        const int below = ::openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY);
-        ::close(folder);
-        folder = below;
+TEST_F(BadDiskTrial, NamesAndPathsAsLongAsTheDiskAllowsAreExported) {
+    const std::string name(255, 'n');
+    succeed("write /" + name + " new");
+    succeed("export /" + name + " " + disk_.path());
+    EXPECT_EQ(readFile(disk_ / name), "new\n");
+    std::string folder = disk_.path();
+    while (folder.size() + 202 < 4095) {
+        folder += '/' + std::string(200, 'd');
     }
-    ::close(folder);
-    EXPECT_THAT(fail("import " + disk_ / "src" + " /n"),
-                MatchesRegex("qzstorage: import: [^\n]*: File name too long\n"));
-    EXPECT_EQ(succeed("find /n -type f"), "/n/f\n");
-    EXPECT_THAT(fail("check"), MatchesRegex("qzstorage: check: [^\n]*: File name too long\n"));
+    fs::create_directories(folder);
+    const std::string last(4095 - folder.size() - 1, 'f');
+    succeed("write /f new");
+    succeed("export /f " + folder + '/' + last);
+    EXPECT_EQ(readFile(folder + '/' + last), "new\n");
+}
+
+TEST_F(BadDiskTrial, ATreeWithMoreLevelsThanTheSoftLimitOfDescriptorsIsTransferred) {
+    std::string lines = "mkdir -p ";
+    for (int depth = 0; depth < 100; ++depth) {
+        lines += "/d";
+    }
+    const ProgramRun run =
+        runLines(lines + "\nexport /d " + disk_ / "out" + "\nimport " + disk_ / "out" + " /back\n", [] {
+            rlimit usual{};
+            ::getrlimit(RLIMIT_NOFILE, &usual);
+            usual.rlim_cur = std::min<rlim_t>(64, usual.rlim_max);
+            ::setrlimit(RLIMIT_NOFILE, &usual);
+        });
+    EXPECT_EQ(run.errors(), "");
+    EXPECT_EQ(run.output(),
+              "exported 100 folders, 0 files, 0 bytes\nimported 100 folders, 0 files, 0 bytes\n");
 }
 
 // --- Links and special files ---
@@ -462,6 +500,48 @@ TEST_F(BadDiskTrial, LinksAndSpecialFilesThatTheUserNamesAreFollowedOrRefused) {
                   line("export: " + disk_ / name + ": " + kind + " is in the way"));
     }
     EXPECT_EQ(namesIn(disk_.path()), "dangling f fifo loop s sock to-file to-folder");
+}
+
+// --- Other file systems ---
+
+TEST_F(BadDiskTrial, AFolderOfTheSystemsStateIsImportedOnlyOnRequest) {
+    EXPECT_EQ(fail("import /proc/self/net /n"),
+              line("import: /proc/self/net: on proc, a file system that keeps no files; "
+                   "--one-file-system=no imports it all the same"));
+    EXPECT_EQ(succeed("find /"), "/\n");
+    EXPECT_THAT(fail("import -x /proc/self/net /n"), HasSubstr("keeps no files"));
+    run("import --one-file-system=no /proc/self/net /n");
+    EXPECT_THAT(succeed("find /n -name dev"), HasSubstr("/n/dev\n"));
+    succeed("import /proc/self/status /status");
+    EXPECT_EQ(run("import --one-file-system=maybe /proc/self/net /m"), ExitStatus::Usage);
+    EXPECT_EQ(errors(), line("import: --one-file-system: 'maybe' is neither yes nor no"));
+}
+
+TEST_F(BadDiskTrial, WhereAnotherFileSystemBeginsTheFolderIsEmptyIfItIsSkipped) {
+    const std::string source = disk_.makeFolder("src");
+    disk_.makeFolder("src/proc");
+    disk_.makeFolder("src/small");
+    const auto mountBoth = [&] {
+        mountSmallDisk(source + "/small", "size=256k");
+        writeTo((source + "/small/f").c_str(), "x");
+        if (::mount("proc", (source + "/proc").c_str(), "proc", 0, nullptr) != 0) {
+            ::_exit(notPermitted);
+        }
+    };
+    const ProgramRun usual = runLines("import " + source + " /n\nfind /n\n", mountBoth);
+    if (usual.status() == notPermitted) {
+        GTEST_SKIP() << "mounting is not permitted here";
+    }
+    const std::string procSkipped = line("import: " + source + "/proc: its content is skipped, on proc");
+    EXPECT_EQ(usual.errors(), procSkipped);
+    EXPECT_EQ(usual.output(),
+              "imported 3 folders, 1 file, 1 byte, skipped 1\n/n\n/n/proc\n/n/small\n/n/small/f\n");
+    for (const std::string option : {"-x", "--one-file-system=yes", "--one-file-system yes"}) {
+        const ProgramRun one = runLines("import " + option + " " + source + " /n\nfind /n\n", mountBoth);
+        EXPECT_EQ(one.errors(), procSkipped + line("import: " + source +
+                                                   "/small: its content is skipped, another file system"));
+        EXPECT_EQ(one.output(), "imported 3 folders, 0 files, 0 bytes, skipped 2\n/n\n/n/proc\n/n/small\n");
+    }
 }
 
 // --- A tree that changes while it is read ---
@@ -570,16 +650,157 @@ TEST_F(BadDiskTrial, WhatTakesThePlaceOfAFileUnderAnExportIsNotHarmed) {
     EXPECT_FALSE(fs::is_symlink(disk_ / "a/f"));
 }
 
-TEST_F(BadDiskTrial, TemporaryNamesThatAreTakenAreLeftAlone) {
+// --- Exchanged for a link ---
+
+void exchange(const std::string& one, const std::string& other) {
+    if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) != 0) {
+        throw std::runtime_error(one + " cannot be exchanged");
+    }
+}
+
+/// A process that exchanges two entries of the disk again and again until it is destroyed.
+storage::host::ChildProcess exchanging(const std::string& one, const std::string& other) {
+    return storage::host::ChildProcess([&] {
+        for (;;) {
+            exchange(one, other);
+        }
+    });
+}
+
+class ExchangedFolderTrial : public BadDiskTrial {
+protected:
+    static constexpr int rounds = 300;
+
+    ExchangedFolderTrial() {
+        disk_.write("src/d/f", "inside");
+        disk_.write("outside/f", "secret");
+        fs::create_symlink(disk_ / "outside", disk_ / "link");
+    }
+};
+
+TEST_F(ExchangedFolderTrial, IsNotLeftByAnImport) {
+    onceAt("createFolder", u"/n/d", [&] { exchange(disk_ / "src/d", disk_ / "link"); });
+    succeed("import " + disk_ / "src" + " /n");
+    EXPECT_EQ(succeed("cat /n/d/f"), "inside");
+}
+
+TEST_F(ExchangedFolderTrial, IsNotLeftByAnExport) {
+    succeed("mkdir -p /a/s");
+    succeed("write /a/s/g new");
+    onceAt("listAll", u"/a/s", [&] { exchange(disk_ / "a/s", disk_ / "link"); });
+    succeed("export /a " + disk_.path());
+    EXPECT_EQ(namesIn(disk_ / "outside"), "f");
+    EXPECT_EQ(readFile(disk_ / "outside/f"), "secret");
+    EXPECT_EQ(namesIn(disk_ / "link"), "g");
+}
+
+TEST_F(ExchangedFolderTrial, IsNotLeftByImportsWhileAnotherProcessExchangesIt) {
+    const auto exchanger = exchanging(disk_ / "src/d", disk_ / "link");
+    int imported = 0;
+    for (int round = 0; round < rounds; ++round) {
+        run("import " + disk_ / "src" + " /n");
+        if (run("cat /n/d/f") == ExitStatus::Success) {
+            ASSERT_EQ(output(), "inside") << "round " << round;
+            ++imported;
+        }
+        succeed("rm -rf /n");
+    }
+    EXPECT_GT(imported, 0);
+}
+
+TEST_F(ExchangedFolderTrial, IsNotLeftByExportsWhileAnotherProcessExchangesIt) {
+    succeed("mkdir -p /src/d");
+    succeed("write /src/d/g new");
+    const auto exchanger = exchanging(disk_ / "src/d", disk_ / "link");
+    int exported = 0;
+    for (int round = 0; round < rounds; ++round) {
+        exported += run("export /src " + disk_.path()) == ExitStatus::Success ? 1 : 0;
+        ASSERT_EQ(namesIn(disk_ / "outside"), "f") << "round " << round;
+    }
+    EXPECT_GT(exported, 0);
+}
+
+// --- Temporary files ---
+
+class TemporaryNameTrial : public BadDiskTrial {
+protected:
+    /// The name that a file has while it is exported to `name`.
+    std::string temporaryNameOf(const std::string& name) {
+        disk_.makeFolder("watched");
+        succeed("write /watched x");
+        std::string seen;
+        provider_->beforeRead = [&] { seen = namesIn(disk_ / "watched"); };
+        succeed("export /watched " + disk_ / "watched/" + name);
+        provider_->beforeRead = [] {};
+        return seen;
+    }
+
+    static std::string numbered(std::string name, char number) {
+        name[name.rfind("-0.part") + 1] = number;
+        return name;
+    }
+};
+
+TEST_F(TemporaryNameTrial, WhatIsNotThereToBeRemovedIsLeftAlone) {
+    const std::string name = temporaryNameOf("f");
+    ASSERT_THAT(name, MatchesRegex(R"(\.qzstorage-[0-9a-f]+-0\.part)"));
+    const FileDescriptor used(disk_.write("out/" + name, "in use"), O_RDONLY);
+    ASSERT_EQ(::flock(used.number(), LOCK_EX), 0);
+    fs::create_symlink("nowhere", disk_ / ("out/" + numbered(name, '1')));
+    disk_.makeFolder("out/" + numbered(name, '2'));
+    disk_.write("out/.qzstorage-0-0.part", "of another form");
+    succeed("mkdir /out");
+    succeed("write /out/f new");
+    succeed("export /out " + disk_.path());
+    EXPECT_EQ(readFile(disk_ / "out/f"), "new\n");
+    EXPECT_EQ(readFile(disk_ / ("out/" + name)), "in use");
+    EXPECT_EQ(namesIn(disk_ / "out"),
+              ".qzstorage-0-0.part " + name + " " + numbered(name, '1') + " " + numbered(name, '2') + " f");
+}
+
+TEST_F(TemporaryNameTrial, WhatAKilledExportLeftBehindIsRemovedByTheNext) {
+    const std::string lines =
+        "mkdir -p /a/s\nwrite /a/s/bad new\nwrite /a/bad new\nexport /a " + disk_.path() + "\n";
+    const ProgramRun killed({"--plugin", badPlugin, "shell"}, lines,
+                            [] { ::setenv("BAD_PLUGIN", "read signal9", /*replace*/ 1); });
+    EXPECT_EQ(killed.status(), -SIGKILL);
+    EXPECT_THAT(namesIn(disk_ / "a"), HasSubstr(".part"));
+    const ProgramRun next = runLines("mkdir -p /a/s\nwrite /a/s/other new\nexport /a " + disk_.path() + "\n");
+    EXPECT_EQ(next.errors(), "");
+    EXPECT_EQ(namesIn(disk_ / "a"), "s");
+    EXPECT_EQ(namesIn(disk_ / "a/s"), "other");
+}
+
+TEST_F(TemporaryNameTrial, AFileTakesThePlaceThatAKilledExportLeftBehind) {
+    const std::string name = temporaryNameOf("f");
+    disk_.write("out/" + name, "left behind");
     succeed("write /f new");
-    const std::string prefix = ".qzstorage-" + std::to_string(::getpid()) + '-';
-    disk_.write(prefix + '0', "someone else's");
-    fs::create_symlink("nowhere", disk_ / (prefix + '1'));
-    disk_.makeFolder(prefix + '2');
-    succeed("export /f " + disk_.path());
-    EXPECT_EQ(readFile(disk_ / "f"), "new\n");
-    EXPECT_EQ(readFile(disk_ / (prefix + '0')), "someone else's");
-    EXPECT_EQ(namesIn(disk_.path()), prefix + "0 " + prefix + "1 " + prefix + "2 f");
+    succeed("export /f " + disk_ / "out");
+    EXPECT_EQ(namesIn(disk_ / "out"), "f");
+}
+
+TEST_F(BadDiskTrial, TwoExportsIntoOneTreeOfReadOnlyFoldersBothSucceed) {
+    std::string lines;
+    std::string chmod = "chmod -w";
+    for (int folder = 0; folder < 30; ++folder) {
+        const std::string path = "/a/" + std::to_string(folder);
+        lines += "mkdir -p " + path + "\nwrite " + path + "/f x\nwrite " + path + "/g y\n";
+        chmod += ' ' + path;
+    }
+    lines += chmod + " /a\nexport /a " + disk_.path() + "\n";
+    for (int round = 0; round < 4; ++round) {
+        const auto runSecond = [&](pid_t) {
+            const ProgramRun second({"shell"}, lines, dropFilePrivileges);
+            EXPECT_EQ(second.errors(), "");
+        };
+        const ProgramRun first({"shell"}, lines, dropFilePrivileges, runSecond);
+        EXPECT_EQ(first.errors(), "");
+    }
+    for (int folder = 0; folder < 30; ++folder) {
+        EXPECT_EQ(namesIn(disk_ / ("a/" + std::to_string(folder))), "f g");
+        EXPECT_EQ(fs::status(disk_ / ("a/" + std::to_string(folder))).permissions() & fs::perms::owner_write,
+                  fs::perms::none);
+    }
 }
 
 // --- Stopped at any point ---

@@ -81,6 +81,17 @@ TEST_F(ExportModeTest, AFolderThatWasImportedInPartStaysPrivate) {
     EXPECT_EQ(modeOf("out"), 0700U);
 }
 
+TEST_F(ExportModeTest, AFolderThatIsExportedInPartHasItsPermissions) {
+    fs::permissions(disk_ / "src/private", fs::perms(0750));
+    succeed("import " + disk_ / "src" + " /again");
+    provider_->beforeRead = [] { std::raise(SIGINT); };
+    EXPECT_EQ(run("export /again/private " + disk_ / "out"), ExitStatus::Interrupted);
+    provider_->beforeRead = [] {};
+    interruption_.clear();
+    EXPECT_EQ(modeOf("out"), 0750U);
+    EXPECT_EQ(namesIn(disk_ / "out"), "");
+}
+
 TEST_F(ExportModeTest, PermissionsFollowMovesAndCopies) {
     succeed("mv /src/private /moved");
     succeed("cp -r /moved /copy");

@@ -78,6 +78,21 @@ TEST_F(ImportTest, KeepsTimesToTheMicrosecond) {
     EXPECT_THAT(succeed("stat /n"), HasSubstr("modified: 1969-12-31 23:59:59.000000 UTC"));
 }
 
+TEST_F(ImportTest, SaysWhichTimesAStorageCannotKeep) {
+    constexpr time_t year10000 = 253402300800;
+    disk_.write("src/f", "x");
+    setTime(disk_ / "src/f", year10000, 0);
+    struct stat status {};
+    ASSERT_EQ(::stat((disk_ / "src/f").c_str(), &status), 0);
+    if (status.st_mtim.tv_sec != year10000) {
+        GTEST_SKIP() << "this disk does not keep such a time either";
+    }
+    EXPECT_EQ(run("import " + disk_ / "src" + " /n"), ExitStatus::Success);
+    EXPECT_EQ(errors(), "qzstorage: import: " + disk_ / "src/f" +
+                            ": its time is outside the years 1400 to 9999 and kept as 9999-12-31 23:59:59\n");
+    EXPECT_THAT(succeed("stat /n/f"), HasSubstr("modified: 9999-12-31 23:59:59.999999 UTC"));
+}
+
 TEST_F(ImportTest, KeepsTheWritableFlagAlsoOfFoldersThatHoldSomething) {
     disk_.write("src/s/f", "x");
     disk_.write("src/g", "x");

@@ -24,8 +24,19 @@ TEST(FileTimeTest, KeepsTimesBeforeTheEpoch) {
 }
 
 TEST(FileTimeTest, BringsFarTimesToTheNearestThatAStorageCanKeep) {
-    EXPECT_EQ(formatSeconds(fromDiskTime({std::numeric_limits<time_t>::max(), 0})), "9999-12-31 00:00:00");
-    EXPECT_EQ(formatSeconds(fromDiskTime({std::numeric_limits<time_t>::min(), 0})), "1400-01-01 00:00:00");
+    const timespec after{std::numeric_limits<time_t>::max(), 0};
+    const timespec before{std::numeric_limits<time_t>::min(), 0};
+    EXPECT_EQ(formatMicroseconds(fromDiskTime(after)), "9999-12-31 23:59:59.999999 UTC");
+    EXPECT_EQ(formatMicroseconds(fromDiskTime(before)), "1400-01-01 00:00:00.000000 UTC");
+    EXPECT_FALSE(isStorageTime(after));
+    EXPECT_FALSE(isStorageTime(before));
+}
+
+TEST(FileTimeTest, KeepsTheLastSecondOfTheYear9999) {
+    const timespec last{253402300799, 123456000};
+    EXPECT_EQ(formatMicroseconds(fromDiskTime(last)), "9999-12-31 23:59:59.123456 UTC");
+    EXPECT_TRUE(isStorageTime(last));
+    EXPECT_FALSE(isStorageTime({last.tv_sec + 1, 0}));
 }
 
 TEST(FileTimeTest, ATimeThatIsNoneLeavesTheDiskAlone) {
