@@ -18,7 +18,6 @@
 namespace storage::host {
 
 using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::FileAttributes;
 using foundation::storage::provider::FolderEntry;
 
 namespace {

@@ -67,14 +67,14 @@ private:
     /// A source of an entry of the storage.
     struct Layer {
         ImportSource source;
-        DiskEntry::Kind kind;
-        DiskEntry::Links links;
+        DiskEntry::Kind kind = DiskEntry::Kind::File;
+        DiskEntry::Links links = DiskEntry::Links::Inspect;
     };
     using Layers = std::vector<Layer>; ///< in the order of their imports
 
     struct StoredAttributes {
-        EntryType type;
-        bool writable;
+        EntryType type = EntryType::File;
+        bool writable = false;
         boost::posix_time::ptime lastModified;
     };
 
