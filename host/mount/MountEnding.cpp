@@ -18,7 +18,7 @@ constexpr unsigned mostExports = 5;
 constexpr std::array pausesAfterExports{std::chrono::seconds(1), std::chrono::seconds(2),
                                         std::chrono::seconds(0)};
 
-constexpr std::chrono::seconds retryPause(10); ///< when the rescue folder failed too
+constexpr std::chrono::seconds retryPause(5); ///< when the rescue folder failed too
 
 /// @return false if a signal has arrived
 bool pause(std::chrono::seconds length) {
