@@ -70,23 +70,25 @@ void ImportedTree::forgetSkipped(const IProvider& provider) {
 }
 
 void ImportedTree::setAside(const IProvider& provider, Console& console) {
-    for (const auto& [path, entry] : entries_) {
+    for (const auto& known : entries_) {
+        const std::string& path = known.first;
+        const Entry& entry = known.second;
         const bool isInTheWay = storedAt(provider, path) == (entry.isFolder ? Stored::File : Stored::Folder);
-        if (!isInTheWay || !isSame(path, entry) || !isImportedThroughout(path)) {
-            continue;
+        if (isInTheWay && isSame(path, entry) && isImportedThroughout(path)) {
+            console.attempt(diskPath(path), [&] { moveAside(path); });
         }
-        const std::string folder = path.substr(0, path.size() - nameOf(path).size());
-        const std::string moved =
-            fmt::format("{}.qzstorage-{}-{}.replaced", folder, ::getpid(), nextAside_++);
-        console.attempt(diskPath(path), [&] {
-            const FileDescriptor above = folderOf(path);
-            if (::renameat2(above.number(), nameOf(path).c_str(), above.number(), nameOf(moved).c_str(),
-                            RENAME_NOREPLACE) != 0) {
-                throw diskError(diskPath(path), errno);
-            }
-            aside_.push_back({path, moved});
-        });
     }
+}
+
+void ImportedTree::moveAside(const std::string& path) {
+    const std::string folder = path.substr(0, path.size() - nameOf(path).size());
+    const std::string moved = fmt::format("{}.qzstorage-{}-{}.replaced", folder, ::getpid(), nextAside_++);
+    const FileDescriptor above = folderOf(path);
+    if (::renameat2(above.number(), nameOf(path).c_str(), above.number(), nameOf(moved).c_str(),
+                    RENAME_NOREPLACE) != 0) {
+        throw diskError(diskPath(path), errno);
+    }
+    aside_.push_back({path, moved});
 }
 
 void ImportedTree::putBack() noexcept {

@@ -53,6 +53,7 @@ private:
     };
     using Entries = std::map<std::string, Entry>; ///< by relative path: folders before what is in them
 
+    void moveAside(const std::string& path);
     FileDescriptor folderOf(const std::string& path) const;
     bool isSame(const std::string& path, const Entry& entry) const;
     bool isImportedThroughout(const std::string& path) const;
