@@ -126,7 +126,7 @@ void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const 
     }
     const StorageSpace::Turn turn(space_);
     growing(file, [&] {
-        prepare(file, offset);
+        prepare(file, offset, [] { return false; });
         auto held = access(file, OpenStream::Access::ReadWrite);
         OpenStream& open = held.streamOf(file);
         requireRoom(file, offset + bytes.size());
@@ -137,10 +137,10 @@ void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const 
     });
 }
 
-void FileContents::ensureSize(FileInode& file, std::uint64_t size) {
+void FileContents::ensureSize(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted) {
     const StorageSpace::Turn turn(space_);
     growing(file, [&] {
-        prepare(file, size);
+        prepare(file, size, isInterrupted);
         auto held = access(file, OpenStream::Access::ReadWrite);
         requireRoom(file, size);
         extend(file, held.streamOf(file), size);
@@ -148,8 +148,8 @@ void FileContents::ensureSize(FileInode& file, std::uint64_t size) {
     });
 }
 
-void FileContents::prepareToGrow(FileInode& file, std::uint64_t size) {
-    growing(file, [&] { prepare(file, size); });
+void FileContents::prepareToGrow(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted) {
+    growing(file, [&] { prepare(file, size, isInterrupted); });
 }
 
 /// Frees the slack again if growing fails.
@@ -163,8 +163,11 @@ void FileContents::growing(FileInode& file, const Step& step) {
     }
 }
 
-void FileContents::prepare(FileInode& file, std::uint64_t size) {
+void FileContents::prepare(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted) {
     while (isFarFrom(file, size)) {
+        if (isInterrupted()) {
+            throw ErrnoError(EINTR);
+        }
         auto held = access(file, OpenStream::Access::ReadWrite);
         requireRoom(file, size);
         extend(file, held.streamOf(file), std::min(size, unfilledFrom(file) + growthStep));

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 
 namespace storage::host {
@@ -34,14 +35,17 @@ public:
     /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
     void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
 
+    /// Whether the program has given up a request. Asked between the steps of a long one.
+    using IsInterrupted = std::function<bool()>;
+
     /// Makes the file at least `size` bytes long.
-    /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
-    void ensureSize(FileInode& file, std::uint64_t size);
+    /// @throws ErrnoError ENOSPC when there is no room, EINTR; with the file as programs see it unchanged
+    void ensureSize(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted);
 
     /// Fills most of the slack that growing to `size` requires, in steps between which the locks are released, so that
     /// `resize` does not hold them for long.
-    /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
-    void prepareToGrow(FileInode& file, std::uint64_t size);
+    /// @throws ErrnoError ENOSPC when there is no room, EINTR; with the file as programs see it unchanged
+    void prepareToGrow(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted);
 
     /// Sets the size; new bytes are zeros. The attributes must be known.
     /// @throws ErrnoError ENOSPC when there is no room, with the file unchanged
@@ -73,7 +77,7 @@ private:
     OpenStream open(const LockedTree& tree, const FileInode& file, OpenStream::Access access);
     template <typename Step>
     void growing(FileInode& file, const Step& step);
-    void prepare(FileInode& file, std::uint64_t size);
+    void prepare(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted);
     bool hasMuchSlack(const FileInode& file);
     void shorten(const ExclusiveTree& tree, FileInode& file);
     ShorterCopy beginCopy(const ExclusiveTree& tree, FileInode& file);

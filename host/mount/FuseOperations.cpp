@@ -193,7 +193,8 @@ void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attribute
         }
         keepAttributesInvalid(request, number);
         const struct stat status =
-            storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted));
+            storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted),
+                                      [&] { return fuse_req_interrupted(request) != 0; });
         fuse_reply_attr(request, &status, forever);
     });
 }
@@ -301,7 +302,8 @@ void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off
             throw ErrnoError(EOPNOTSUPP);
         }
         const auto passage = requirePassage(request);
-        storageOf(request).ensureSize(fileOf(request, number), static_cast<std::uint64_t>(offset + length));
+        storageOf(request).ensureSize(fileOf(request, number), static_cast<std::uint64_t>(offset + length),
+                                      [&] { return fuse_req_interrupted(request) != 0; });
     });
 }
 

@@ -68,7 +68,8 @@ struct stat MountedAttributes::identify(const Inode& inode) {
     return status;
 }
 
-struct stat MountedAttributes::change(Inode& inode, const AttributeChange& change) {
+struct stat MountedAttributes::change(Inode& inode, const AttributeChange& change,
+                                      const FileContents::IsInterrupted& isInterrupted) {
     requireChangeable(change);
     if (!change.size) {
         return apply(change, inode);
@@ -76,7 +77,7 @@ struct stat MountedAttributes::change(Inode& inode, const AttributeChange& chang
     requireFile(inode);
     auto& file = static_cast<FileInode&>(inode);
     const StorageSpace::Turn turn = contents_.turn();
-    contents_.prepareToGrow(file, *change.size);
+    contents_.prepareToGrow(file, *change.size, isInterrupted);
     const SlackTrimmer trimmer(contents_, file); // of growth that failed, or of a truncation
     return apply(change, inode);
 }

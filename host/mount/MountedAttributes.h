@@ -40,7 +40,8 @@ public:
     /// Inode number and file type only, which never change.
     static struct stat identify(const Inode& inode);
 
-    struct stat change(Inode& inode, const AttributeChange& change);
+    struct stat change(Inode& inode, const AttributeChange& change,
+                       const FileContents::IsInterrupted& isInterrupted);
 
 private:
     struct stat apply(const AttributeChange& change, Inode& inode);

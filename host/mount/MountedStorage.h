@@ -25,6 +25,7 @@ public:
     using IProvider = foundation::storage::provider::IProvider;
     using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
     using Replacement = EntryChanges::Replacement;
+    using IsInterrupted = FileContents::IsInterrupted;
 
     /// The result of a lookup. It counts as one more reference of the kernel.
     struct Found {
@@ -51,8 +52,10 @@ public:
     struct stat status(Inode& inode) {
         return attributes_.status(inode);
     }
-    struct stat change(Inode& inode, const AttributeChange& change) {
-        return attributes_.change(inode, change);
+    struct stat change(
+        Inode& inode, const AttributeChange& change,
+        const IsInterrupted& isInterrupted = [] { return false; }) {
+        return attributes_.change(inode, change, isInterrupted);
     }
 
     Found makeFile(FolderInode& folder, std::string_view name, mode_t permissions);
@@ -76,7 +79,10 @@ public:
     void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
         contents_.write(file, offset, bytes);
     }
-    void ensureSize(FileInode& file, std::uint64_t size) { contents_.ensureSize(file, size); }
+    void ensureSize(
+        FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted = [] { return false; }) {
+        contents_.ensureSize(file, size, isInterrupted);
+    }
 
     ProviderStorageInfo space() const { return space_.info(); }
 

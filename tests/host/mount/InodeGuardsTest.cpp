@@ -1,6 +1,8 @@
 #include "host/mount/InodeGuards.h"
 #include "tests/support/RunTogether.h"
 
+#include <chrono>
+#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <vector>
@@ -105,6 +107,36 @@ TEST_F(InodeGuardsTest, ARemovedFileHasAStreamOfItsOwnThatStaysOpen) {
     guards_.closeStreams();
     EXPECT_EQ(streamOf(file_), nullptr);
     EXPECT_NE(streamOf(removed), nullptr);
+}
+
+TEST_F(InodeGuardsTest, AFileInUseHoldsUpNoOther) {
+    openStreamOf(file_);
+    auto held = guards_.hold(file_);
+    ByteStream* const used = held.streamOf(file_).stream.get();
+    auto others = std::async(std::launch::async, [&] {
+        for (std::uint64_t number = 8; number < 600; ++number) {
+            FileInode other(u"g", number);
+            openStreamOf(other);
+        }
+    });
+    constexpr std::chrono::minutes tooLong(1); // only to fail instead of hanging
+    ASSERT_EQ(others.wait_for(tooLong), std::future_status::ready);
+    EXPECT_EQ(held.streamOf(file_).stream.get(), used) << "whatever the others did";
+}
+
+TEST_F(InodeGuardsTest, ClosingWaitsForTheStreamsInUse) {
+    openStreamOf(file_);
+    std::future<void> closing;
+    {
+        auto held = guards_.hold(file_);
+        EXPECT_NE(held.streamOf(file_).stream, nullptr);
+        closing = std::async(std::launch::async, [&] {
+            guards_.closeStreams();
+            EXPECT_EQ(openStreams_, 0);
+        });
+        EXPECT_EQ(openStreams_, 1);
+    }
+    closing.get();
 }
 
 TEST_F(InodeGuardsTest, OneThreadAtATimeHoldsTheGuardOfAnInode) {

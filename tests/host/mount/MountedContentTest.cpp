@@ -3,6 +3,8 @@
 #include "tests/support/MiscountingProvider.h"
 
 #include <cerrno>
+#include <chrono>
+#include <future>
 #include <limits>
 #include <new>
 
@@ -147,6 +149,65 @@ TEST_F(MountedContentTest, TruncationsDoNotCopyTheFileEachTime) {
         mount_.resize(file, rest - 1);
     }
     EXPECT_LE(emptied, 2 * 17) << "one for each power of two, and one to go on writing";
+}
+
+TEST_F(MountedContentTest, OtherFilesAreMadeBetweenTheStepsOfATruncation) {
+    FileInode& file = mount_.makeFile("/f", pattern(10 * mebibyte));
+    FileInode& other = mount_.makeFile("/other");
+    std::vector<std::string> made;
+    bool isMakingOne = false;
+    provider_.beforeRead = [&] {
+        if (isMakingOne) {
+            return;
+        }
+        isMakingOne = true;
+        const std::string path = "/" + std::to_string(made.size());
+        auto done = std::async(std::launch::async, [&] {
+            mount_.makeFile(path);
+            mount_.write(other, made.size(), "x");
+        });
+        constexpr std::chrono::minutes tooLong(1); // only to fail instead of hanging
+        ASSERT_EQ(done.wait_for(tooLong), std::future_status::ready) << "held up by the truncation";
+        made.push_back(path);
+        isMakingOne = false;
+    };
+    mount_.resize(file, 4 * mebibyte);
+    provider_.beforeRead = [] {};
+    EXPECT_EQ(made.size(), 4U) << "one for each block that was copied";
+    EXPECT_EQ(storedSize("/f"), 4 * mebibyte);
+    EXPECT_EQ(mount_.bytesOf(file), pattern(10 * mebibyte).substr(0, 4 * mebibyte));
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, AFileThatChangesWhileItIsShortenedKeepsTheChange) {
+    constexpr std::size_t rest = 3 * mebibyte;
+    FileInode& file = mount_.makeFile("/f", pattern(10 * mebibyte));
+    std::future<void> change;
+    provider_.beforeRead = [&] {
+        if (!change.valid()) { // waits for the end of this step
+            change = std::async(std::launch::async, [&] { mount_.write(file, 10, "changed"); });
+        }
+    };
+    mount_.resize(file, rest);
+    change.get();
+    provider_.beforeRead = [] {};
+    EXPECT_EQ(mount_.bytesOf(file), pattern(10 * mebibyte).substr(0, rest).replace(10, 7, "changed"));
+    expectStorageAsSeen();
+}
+
+TEST_F(MountedContentTest, AnInterruptedGrowthLeavesTheFileAsItWas) {
+    FileInode& file = mount_.makeFile("/f", "content");
+    int asked = 0;
+    const auto isInterrupted = [&] { return ++asked == 2; };
+    EXPECT_EQ(errnoOf([&] { mount_.storage().ensureSize(file, 500 * mebibyte, isInterrupted); }), EINTR);
+    EXPECT_EQ(mount_.bytesOf(file), "content");
+    EXPECT_LT(storedSize("/f"), 100U) << "what was filled is given back";
+    asked = 0;
+    storage::host::AttributeChange change;
+    change.size = 500 * mebibyte;
+    EXPECT_EQ(errnoOf([&] { mount_.storage().change(file, change, isInterrupted); }), EINTR);
+    EXPECT_EQ(mount_.sizeOf(file), 7U);
+    expectStorageAsSeen();
 }
 
 TEST_F(MountedContentTest, SettlingLeavesWhatProgramsSee) {
