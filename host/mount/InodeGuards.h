@@ -36,6 +36,8 @@ public:
               slot_(other.slot_),
               file_(std::exchange(other.file_, nullptr)),
               open_(std::move(other.open_)) {}
+        Held(const Held&) = delete;
+        Held& operator=(const Held&) = delete;
         Held& operator=(Held&&) = delete;
         ~Held();
 
