@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace storage::host {
 
@@ -29,13 +30,25 @@ DiskEntry::Kind kindOf(mode_t mode) {
     }
 }
 
+/// A storage has no owners, so what is copied belongs to this program's user, with whose rights nobody else may run it.
+mode_t permissionsOf(const struct stat& status) {
+    mode_t taken = 0;
+    if (status.st_uid != ::geteuid()) {
+        taken |= S_ISUID;
+    }
+    if (status.st_gid != ::getegid()) {
+        taken |= S_ISGID;
+    }
+    return status.st_mode & permissionBits & ~taken;
+}
+
 DiskEntry fromStatus(const struct stat& status) {
     return {kindOf(status.st_mode),
             static_cast<unsigned long long>(status.st_size),
             fromDiskTime(status.st_mtim),
             !isStorageTime(status.st_mtim),
             (status.st_mode & S_IWUSR) != 0,
-            status.st_mode & permissionBits,
+            permissionsOf(status),
             status.st_dev};
 }
 

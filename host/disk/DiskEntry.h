@@ -23,8 +23,9 @@ struct DiskEntry {
     bool hasFarTime =
         false; ///< the disk's time is not one that a storage can keep; lastModified is the nearest
     bool writable = false; ///< by its owner
-    mode_t mode = 0;       ///< permission bits
-    dev_t device = 0;      ///< the file system that it is on
+    mode_t mode =
+        0; ///< permission bits; without set-user-ID and set-group-ID if they are another user's or group's
+    dev_t device = 0; ///< the file system that it is on
 
     /// @throws CommandError
     static DiskEntry at(const std::string& path, Links links);

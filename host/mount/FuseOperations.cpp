@@ -199,6 +199,13 @@ void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attribute
     });
 }
 
+/// Every entry belongs to the user who mounted, with whose rights what others make must not run.
+mode_t permissionsOfNew(fuse_req_t request, mode_t mode) {
+    const bool isOwner = fuse_req_ctx(request)->uid == ::geteuid();
+    const mode_t taken = S_IFMT | (isOwner ? 0 : S_ISUID | S_ISGID);
+    return mode & ~taken;
+}
+
 /// Also how files are created: without an operation of its own for that, the kernel makes the file and opens it.
 void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode, dev_t) {
     answerEntry(request, [&] {
@@ -206,8 +213,7 @@ void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mo
             throw ErrnoError(EPERM);
         }
         const auto passage = requirePassage(request);
-        return storageOf(request).makeFile(folderOf(request, parent), name,
-                                           mode & ~static_cast<mode_t>(S_IFMT));
+        return storageOf(request).makeFile(folderOf(request, parent), name, permissionsOfNew(request, mode));
     });
 }
 
@@ -215,7 +221,7 @@ void makeFolder(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t 
     answerEntry(request, [&] {
         const auto passage = requirePassage(request);
         return storageOf(request).makeFolder(folderOf(request, parent), name,
-                                             mode & ~static_cast<mode_t>(S_IFMT));
+                                             permissionsOfNew(request, mode));
     });
 }
 

@@ -80,6 +80,15 @@ MountOptions resolved(MountOptions options) {
     return options;
 }
 
+/// What is below the mount point is hidden as long as the mount is there: an export to there would go into the storage itself.
+void refuseBelow(const std::string& mountPoint, const std::string& path) {
+    std::error_code error;
+    const std::string place = std::filesystem::weakly_canonical(path, error);
+    if ((place + '/').starts_with(mountPoint + '/')) {
+        throw CommandError(path, "the mount would hide it; choose a folder outside of " + mountPoint);
+    }
+}
+
 /// Large blocks go back to the system when they are freed. By default the C library raises this limit with each of them that
 /// is freed, and keeps the next ones: addresses that a limit on memory counts, and that removing files does not give back.
 void returnLargeBlocks() {
@@ -101,12 +110,14 @@ public:
     ExitStatus run(const PluginLibrary& library) {
         const LoadedProvider provider = library.buildProvider();
         refuseCaseInsensitive(*provider, library.path());
+        refuseBelow(options_.mountPoint, rescue_.base());
         if (rescue_.baseHasNotes()) {
             console_.notice(rescue_.base(),
                             "what earlier mounts could not export is there; remove it when it is done with");
         }
         std::optional<ExitExport> exitExport;
         if (options_.exportTo) {
+            refuseBelow(options_.mountPoint, *options_.exportTo);
             exitExport.emplace(*options_.exportTo, *provider, console_, interruption_);
         }
         std::optional<EntryModes> imported;

@@ -72,6 +72,28 @@ TEST_F(ExportModeTest, PermissionsComeBack) {
     EXPECT_EQ(modeOf("out/shared"), 0664U);
 }
 
+TEST_F(ExportModeTest, NobodyElsesProgramComesToRunWithTheRightsOfTheUser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can make files of others";
+    }
+    constexpr uid_t nobody = 65534;
+    constexpr auto setIds = fs::perms::set_uid | fs::perms::set_gid;
+    fs::permissions(disk_ / "src/program", fs::perms(0755) | setIds);
+    disk_.write("others/program", "#!/bin/sh\n");
+    disk_.makeFolder("others/folder");
+    for (const char* const name : {"others/program", "others/folder"}) {
+        ASSERT_EQ(::chown((disk_ / name).c_str(), nobody, nobody), 0);
+        fs::permissions(disk_ / name, fs::perms(0755) | setIds);
+    }
+    succeed("import " + disk_ / "src/program" + " /own");
+    succeed("import " + disk_ / "others" + " /");
+    succeed("export /own " + disk_ / "out");
+    succeed("export /others " + disk_ / "out-of-others");
+    EXPECT_EQ(modeOf("out"), 06755U);
+    EXPECT_EQ(modeOf("out-of-others/program"), 0755U);
+    EXPECT_EQ(modeOf("out-of-others/folder"), 0755U);
+}
+
 TEST_F(ExportModeTest, AFolderThatWasImportedInPartStaysPrivate) {
     provider_->beforeWrite = [] { std::raise(SIGINT); };
     EXPECT_EQ(run("import " + disk_ / "src/private" + " /part"), ExitStatus::Interrupted);

@@ -18,6 +18,19 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
+TEST_F(MountProgramTest, WhatIsSavedMustNotGoIntoTheMountItself) {
+    fs::create_directory_symlink(mountPoint_, disk_ / "link");
+    for (const std::string& folder : {mountPoint_, inside("out"), disk_ / "link/out"}) {
+        for (const std::string option : {"--export-on-exit", "--rescue"}) {
+            const ProgramRun run({"mount", option, folder, mountPoint_});
+            EXPECT_EQ(run.status(), 1);
+            EXPECT_EQ(run.errors(), "qzstorage: mount: " + folder +
+                                        ": the mount would hide it; choose a folder outside of " +
+                                        mountPoint_ + "\n");
+        }
+    }
+}
+
 TEST_F(MountProgramTest, WrongUsageIsOneLineAndStatusTwo) {
     for (const Words& words : {Words{"mount"},
                                {"mount", ""},

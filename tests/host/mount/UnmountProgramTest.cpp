@@ -127,6 +127,28 @@ TEST_F(UnmountProgramTest, RefusesUsersWhoDidNotMount) {
     }));
 }
 
+TEST_F(UnmountProgramTest, WhatOthersMakeDoesNotRunWithTheRightsOfTheMounter) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only a superuser can become another user";
+    }
+    constexpr uid_t somebody = 65534;
+    fs::permissions(disk_.path(), fs::perms(0755));
+    expectSuccess(runMounted({"--allow-other"}, [&](pid_t) {
+        fs::permissions(mountPoint_, fs::perms(0777));
+        storage::host::ChildProcess stranger([&] {
+            if (::setresuid(somebody, somebody, somebody) == 0) {
+                ::umask(0);
+                const int file = ::open(inside("program").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 06755);
+                ::_exit(file >= 0 && ::mkdir(inside("folder").c_str(), 02755) == 0 ? 0 : errno);
+            }
+        });
+        EXPECT_EQ(WEXITSTATUS(waitForEnd(stranger)), 0);
+        EXPECT_EQ(fs::status(inside("program")).permissions(), fs::perms(0755));
+        EXPECT_EQ(fs::status(inside("folder")).permissions(), fs::perms(0755));
+        EXPECT_TRUE(unmount());
+    }));
+}
+
 TEST_F(MountProgramTest, WrongUsageOfUnmountIsOneLineAndStatusTwo) {
     for (const Words& words : {Words{"unmount"},
                                {"unmount", ""},
