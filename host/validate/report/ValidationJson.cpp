@@ -1,7 +1,5 @@
 #include "host/validate/report/ValidationJson.h"
 
-#include "host/support/Utf.h"
-
 #include <nlohmann/json.hpp>
 
 namespace storage::host {
@@ -61,19 +59,16 @@ void printRulesAsJson(std::ostream& out, const CheckSelection& selection) {
 }
 
 void printJson(std::ostream& out, const ValidationRecord& record) {
-    Json json{{"tool", "qzstorage"},
-              {"version", QZSTORAGE_VERSION},
-              {"plugin", printable(record.plugin)},
-              {"profile", profileName(record.profile)},
-              {"seed", record.seed},
-              {"totals", totalsJson(record)},
+    Json json{{"tool", "qzstorage"},     {"version", QZSTORAGE_VERSION},
+              {"plugin", record.plugin}, {"profile", profileName(record.profile)},
+              {"seed", record.seed},     {"totals", totalsJson(record)},
               {"rules", Json::array()}};
     for (const ValidationRecord::Group& group : record.groups) {
         for (const ValidationRecord::CheckRun& run : group.checks) {
             json["rules"].push_back(runJson(*group.group, run));
         }
     }
-    out << json.dump(2) << '\n' << std::flush;
+    out << json.dump(2, ' ', /*ensure_ascii*/ false, Json::error_handler_t::replace) << '\n' << std::flush;
 }
 
 } // namespace storage::host

@@ -4,8 +4,10 @@
 #include "tests/support/MadeUpChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -27,9 +29,9 @@ protected:
         options_.plugin = TEST_PLUGIN;
     }
 
-    ExitStatus run(OutputKind errors = OutputKind::Plain) {
+    ExitStatus run(OutputKind errors = OutputKind::Plain, const std::string& plugin = TEST_PLUGIN) {
         Console console(out_, OutputKind::Plain, err_, errors);
-        return runValidate(TEST_PLUGIN, options_, madeUpChecks(), console);
+        return runValidate(plugin, options_, madeUpChecks(), console);
     }
 
     static std::string replay(const std::string& number, const std::string& profile = "in-memory") {
@@ -113,6 +115,19 @@ TEST_F(ValidationReportTest, JsonTellsEverything) {
         results += rule["result"].get<std::string>() + " ";
     }
     EXPECT_EQ(results, "pass fail skip pass crash ");
+}
+
+TEST_F(ValidationReportTest, JsonTellsThePathOfThePluginAsItIs) {
+    const TemporaryFolder folder;
+    options_.format = ReportFormat::Json;
+    options_.only = {"1.1"};
+    for (const std::string name : {"a\\b\n\xC3\xA4.so", "not \xFF UTF-8.so"}) {
+        out_.str("");
+        std::filesystem::create_symlink(TEST_PLUGIN, folder / name);
+        EXPECT_EQ(run(OutputKind::Plain, folder / name), ExitStatus::Success);
+        const std::string shown = boost::replace_all_copy(folder / name, "\xFF", "\uFFFD");
+        EXPECT_EQ(Json::parse(out_.str())["plugin"], shown);
+    }
 }
 
 TEST_F(ValidationReportTest, JUnitTellsEverything) {
