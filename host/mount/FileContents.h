@@ -81,7 +81,7 @@ private:
     bool hasMuchSlack(const FileInode& file);
     void shorten(const ExclusiveTree& tree, FileInode& file);
     ShorterCopy beginCopy(const ExclusiveTree& tree, FileInode& file);
-    bool copyBlock(FileInode& file, InodeGuards::Held held, ShorterCopy& copy);
+    static bool copyBlock(FileInode& file, InodeGuards::Held held, ShorterCopy& copy);
     OpenStream replaceByCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy);
     void discardCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy) noexcept;
     bool isFarFrom(const FileInode& file, std::uint64_t size);

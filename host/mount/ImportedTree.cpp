@@ -1,10 +1,13 @@
 #include "host/mount/ImportedTree.h"
 
 #include "host/disk/DiskFolder.h"
+#include "host/disk/DiskPath.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/CommandError.h"
 #include "host/support/Utf.h"
 
+#include <algorithm>
+#include <boost/range/adaptor/reversed.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -47,7 +50,7 @@ ImportedTree::ImportedTree(const std::string& folder) : root_(folder, O_PATH | O
         folders.pop_back();
         for (const std::string& name : listDiskFolder(
                  diskPath(above), above.empty() ? DiskEntry::Links::Follow : DiskEntry::Links::Inspect)) {
-            const std::string path = above.empty() ? name : above + '/' + name;
+            const std::string path = above.empty() ? name : diskChild(above, name);
             struct stat status {};
             if (::lstat(diskPath(path).c_str(), &status) != 0 ||
                 (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))) {
@@ -106,18 +109,19 @@ void ImportedTree::putBack() noexcept {
 /// From the end on, so that folders come after what was in them.
 void ImportedTree::removeMissing(const IProvider& provider, Console& console) {
     for (const Aside& aside : aside_) {
-        for (auto next = entries_.rbegin(); next != entries_.rend(); ++next) {
-            const std::string& path = next->first;
-            if (path == aside.original || path.starts_with(aside.original + '/')) {
+        const std::string below = aside.original + '/';
+        for (const auto& imported : boost::adaptors::reverse(entries_)) {
+            const std::string& path = imported.first;
+            if (path == aside.original || path.starts_with(below)) {
                 const std::string moved = aside.moved + path.substr(aside.original.size());
-                console.attempt(diskPath(moved), [&] { removeIfSame(moved, next->second); });
+                console.attempt(diskPath(moved), [&] { removeIfSame(moved, imported.second); });
             }
         }
     }
     aside_.clear();
-    for (auto next = entries_.rbegin(); next != entries_.rend(); ++next) {
-        if (storedAt(provider, next->first) == Stored::Nothing) {
-            console.attempt(diskPath(next->first), [&] { removeIfSame(next->first, next->second); });
+    for (const auto& imported : boost::adaptors::reverse(entries_)) {
+        if (storedAt(provider, imported.first) == Stored::Nothing) {
+            console.attempt(diskPath(imported.first), [&] { removeIfSame(imported.first, imported.second); });
         }
     }
 }
@@ -161,14 +165,12 @@ bool ImportedTree::isImportedThroughout(const std::string& path) const {
     if (!entries_.at(path).isFolder) {
         return true;
     }
-    for (const std::string& name : listDiskFolder(diskPath(path), DiskEntry::Links::Inspect)) {
-        const std::string below = path + '/' + name;
-        const auto known = entries_.find(below);
-        if (known == entries_.end() || !isSame(below, known->second) || !isImportedThroughout(below)) {
-            return false;
-        }
-    }
-    return true;
+    return std::ranges::all_of(
+        listDiskFolder(diskPath(path), DiskEntry::Links::Inspect), [&](const std::string& name) {
+            const std::string below = diskChild(path, name);
+            const auto known = entries_.find(below);
+            return known != entries_.end() && isSame(below, known->second) && isImportedThroughout(below);
+        });
 }
 
 void ImportedTree::removeIfSame(const std::string& path, const Entry& entry) const {

@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fmt/format.h>
+#include <optional>
 #include <pwd.h>
 #include <string_view>
 #include <sys/stat.h>
@@ -42,8 +43,9 @@ void makeFolder(const std::string& path) {
 }
 
 /// As the XDG Base Directory Specification has it: a path that is not absolute does not count.
-bool isUsable(const char* path) {
-    return path != nullptr && *path == '/';
+/// The absolute path that a variable of the environment holds.
+std::optional<std::string> pathIn(const char* variable) {
+    return variable != nullptr && *variable == '/' ? std::optional<std::string>(variable) : std::nullopt;
 }
 
 } // namespace
@@ -52,18 +54,14 @@ RescueFolder::RescueFolder(std::string base, const std::string& mountPoint)
     : base_(std::move(base)), path_(base_ + '/' + nameFor(mountPoint)) {}
 
 std::string RescueFolder::defaultBase() {
-    const char* const state =
-        std::getenv("XDG_STATE_HOME"); // NOLINT(concurrency-mt-unsafe): before any thread
-    if (isUsable(state)) {
-        return std::string(state) + "/qzstorage";
+    // NOLINTBEGIN(concurrency-mt-unsafe): before any thread
+    if (const auto state = pathIn(std::getenv("XDG_STATE_HOME"))) {
+        return *state + "/qzstorage";
     }
-    const char* home = std::getenv("HOME"); // NOLINT(concurrency-mt-unsafe): before any thread
-    if (!isUsable(home)) {
-        const passwd* const user =
-            ::getpwuid(::geteuid()); // NOLINT(concurrency-mt-unsafe): before any thread
-        home = user != nullptr ? user->pw_dir : "/var/tmp";
-    }
-    return std::string(home) + "/.local/state/qzstorage";
+    const auto home = pathIn(std::getenv("HOME"));
+    const passwd* const user = home ? nullptr : ::getpwuid(::geteuid());
+    // NOLINTEND(concurrency-mt-unsafe)
+    return home.value_or(user != nullptr ? user->pw_dir : "/var/tmp") + "/.local/state/qzstorage";
 }
 
 bool RescueFolder::baseHasNotes() const {

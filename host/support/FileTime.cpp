@@ -22,7 +22,7 @@ long earliestSecond() {
 }
 
 long latestSecond() {
-    constexpr long day = 24 * 60 * 60;
+    constexpr long day = 24L * 60 * 60;
     static const long second = (ptime(date(9999, 12, 31)) - epoch()).total_seconds() + day - 1;
     return second;
 }

@@ -147,7 +147,7 @@ void Exporter::visit(TreeWalk& walk, const TreeWalk::Step& step, const std::stri
 }
 
 /// The folder that the target is to stand in, which a link may lead to, as the user named it.
-Exporter::OpenFolder Exporter::openAbove(const std::string& target) const {
+Exporter::OpenFolder Exporter::openAbove(const std::string& target) {
     try {
         return openNamed(diskParent(target));
     } catch (const CommandError& error) {
@@ -156,21 +156,17 @@ Exporter::OpenFolder Exporter::openAbove(const std::string& target) const {
 }
 
 /// A folder that the user named and that is only added to: it keeps its attributes, and need not be readable.
-Exporter::OpenFolder Exporter::openNamed(const std::string& target) const {
-    return {std::make_unique<WritableFolder>(FileDescriptor(target, O_PATH | O_DIRECTORY),
-                                             WritableFolder::ReadOnly::Respect),
-            std::nullopt};
+Exporter::OpenFolder Exporter::openNamed(const std::string& target) {
+    return {FileDescriptor(target, O_PATH | O_DIRECTORY), WritableFolder::ReadOnly::Respect};
 }
 
 Exporter::OpenFolder Exporter::makeFolder(WritableFolder& above, const std::string& name,
                                           const StoragePath& source) const {
     const std::optional<mode_t> mode = modeOf_(source);
     const Origin origin = makeDiskFolder(above, name, mode ? privateFolderMode : newFolderMode);
-    OpenFolder made{
-        // A folder that takes its attributes from the storage may have become read-only by an earlier export.
-        std::make_unique<WritableFolder>(FileDescriptor(above.descriptor(), name, O_RDONLY | O_DIRECTORY),
-                                         WritableFolder::ReadOnly::Lift),
-        std::nullopt};
+    // A folder that takes its attributes from the storage may have become read-only by an earlier export.
+    OpenFolder made(FileDescriptor(above.descriptor(), name, O_RDONLY | O_DIRECTORY),
+                    WritableFolder::ReadOnly::Lift);
     if (origin == Origin::Found) {
         TemporaryDiskFile::removeAbandonedFiles(*made.folder);
     } else if (mode) {

@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 namespace storage::host {
@@ -53,12 +54,16 @@ public:
 
 private:
     struct OpenFolder {
+        OpenFolder() = default;
+        OpenFolder(FileDescriptor opened, WritableFolder::ReadOnly readOnly)
+            : folder(std::make_unique<WritableFolder>(std::move(opened), readOnly)) {}
+
         std::unique_ptr<WritableFolder> folder;
         std::optional<mode_t> mode; ///< that a new folder is to have in the end, but for the writable flag
     };
 
-    OpenFolder openAbove(const std::string& target) const;
-    OpenFolder openNamed(const std::string& target) const;
+    static OpenFolder openAbove(const std::string& target);
+    static OpenFolder openNamed(const std::string& target);
     OpenFolder makeFolder(WritableFolder& above, const std::string& name, const StoragePath& source) const;
     void visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target);
     void enterFolder(TreeWalk& walk, OpenFolder folder);
