@@ -3,22 +3,36 @@
 namespace storage::host {
 
 InodeGuards::Held::~Held() {
-    OpenStream closed; // after the locks are released
-    if (file_ != nullptr) {
-        {
-            const ScopedLock lock(slot_->mutex);
-            --slot_->taken;
-            if (slot_->file == file_ && !slot_->isClosing) {
-                slot_->open = std::move(open_);
-            } else {
-                closed = std::move(open_);
-            }
-        }
-        slot_->changed.notify_all();
+    if (file_ != nullptr && !keepStream()) {
+        open_ =
+            OpenStream(); // before it is counted out, for `closeStreams` waits only for those that are counted
+        slot_->countOut();
     }
     if (inode_ != nullptr) {
         inode_->lock.unlock();
     }
+}
+
+/// Puts the stream into its slot, unless that is another file's by now or is being closed.
+bool InodeGuards::Held::keepStream() {
+    {
+        const ScopedLock lock(slot_->mutex);
+        if (slot_->file != file_ || slot_->isClosing) {
+            return false;
+        }
+        slot_->open = std::move(open_);
+        --slot_->taken;
+    }
+    slot_->changed.notify_all();
+    return true;
+}
+
+void InodeGuards::Slot::countOut() {
+    {
+        const ScopedLock lock(mutex);
+        --taken;
+    }
+    changed.notify_all();
 }
 
 OpenStream& InodeGuards::Held::streamOf(FileInode& file) {
@@ -41,12 +55,18 @@ OpenStream& InodeGuards::Held::streamOf(FileInode& file) {
 
 void InodeGuards::Held::closeStreamOf(const FileInode& file) {
     open_ = OpenStream();
-    OpenStream closed;
-    const ScopedLock lock(slot_->mutex);
-    if (slot_->file == &file) {
-        closed = std::move(slot_->open);
+    OpenStream kept;
+    {
+        const ScopedLock lock(slot_->mutex);
+        if (slot_->file != &file) {
+            return;
+        }
+        kept = std::move(slot_->open);
         slot_->file = nullptr;
+        ++slot_->taken;
     }
+    kept = OpenStream();
+    slot_->countOut();
 }
 
 void InodeGuards::closeStreams() {

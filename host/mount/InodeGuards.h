@@ -25,6 +25,9 @@ class InodeGuards {
         OpenStream open QZFL_GUARDED_BY(mutex);
         unsigned taken QZFL_GUARDED_BY(mutex) = 0;     ///< streams in use by threads that hold guards
         bool isClosing QZFL_GUARDED_BY(mutex) = false; ///< no stream may be taken
+
+        /// A stream that was taken is closed.
+        void countOut();
     };
 
 public:
@@ -51,6 +54,8 @@ public:
     private:
         friend class InodeGuards;
         Held(const Inode& inode, Slot& slot) noexcept : inode_(&inode), slot_(&slot) { inode.lock.lock(); }
+
+        bool keepStream();
 
         const Inode* inode_; ///< null when moved from
         Slot* slot_;

@@ -5,6 +5,7 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <memory>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -22,7 +23,10 @@ protected:
         explicit CountedStream(int& count) : count_(count) { ++count_; }
         CountedStream(const CountedStream&) = delete;
         CountedStream& operator=(const CountedStream&) = delete;
-        ~CountedStream() override { --count_; }
+        ~CountedStream() override {
+            std::this_thread::yield(); // a chance for those who do not wait for the end of it
+            --count_;
+        }
         long read(char*, long) override { return -1; }
         long write(const char*, long count) override { return count; }
         std::streampos seek(long, std::ios_base::seekdir) override { return 0; }
@@ -125,18 +129,23 @@ TEST_F(InodeGuardsTest, AFileInUseHoldsUpNoOther) {
 }
 
 TEST_F(InodeGuardsTest, ClosingWaitsForTheStreamsInUse) {
-    openStreamOf(file_);
-    std::future<void> closing;
-    {
-        auto held = guards_.hold(file_);
-        EXPECT_NE(held.streamOf(file_).stream, nullptr);
-        closing = std::async(std::launch::async, [&] {
-            guards_.closeStreams();
-            EXPECT_EQ(openStreams_, 0);
-        });
-        EXPECT_EQ(openStreams_, 1);
+    for (int round = 0; round < 1000; ++round) {
+        openStreamOf(file_);
+        std::future<void> closing;
+        {
+            auto held = guards_.hold(file_);
+            ASSERT_NE(held.streamOf(file_).stream, nullptr);
+            closing = std::async(std::launch::async, [&] {
+                guards_.closeStreams();
+                ASSERT_EQ(openStreams_, 0);
+            });
+            ASSERT_EQ(openStreams_, 1);
+            if (round % 2 == 0) {
+                held.closeStreamOf(file_);
+            }
+        }
+        closing.get();
     }
-    closing.get();
 }
 
 TEST_F(InodeGuardsTest, OneThreadAtATimeHoldsTheGuardOfAnInode) {
