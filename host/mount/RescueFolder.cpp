@@ -42,8 +42,7 @@ void makeFolder(const std::string& path) {
     }
 }
 
-/// As the XDG Base Directory Specification has it: a path that is not absolute does not count.
-/// The absolute path that a variable of the environment holds.
+/// The path that a variable of the environment holds; one that is not absolute does not count.
 std::optional<std::string> pathIn(const char* variable) {
     return variable != nullptr && *variable == '/' ? std::optional<std::string>(variable) : std::nullopt;
 }

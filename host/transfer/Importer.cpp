@@ -24,7 +24,7 @@ using foundation::storage::provider::StorageIRI;
 namespace {
 
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY;
-// Not blocking: a fifo that has taken the file's place would wait for a writer for ever.
+// Not blocking: a fifo that has taken the file's place would wait for a writer forever.
 constexpr int fileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 
 /// How much of a file is written first. A provider makes the room for a file by some power of two larger whenever it runs out,

@@ -34,7 +34,7 @@ inline lookUp(copy) {
     reading[copy]--
 }
 
-/* A thread with other work in the folder, which may keep the mutex for ever. */
+/* A thread with other work in the folder, which may keep the mutex forever. */
 active proctype Holder() {
     if
     :: locked = false
