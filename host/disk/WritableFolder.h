@@ -11,9 +11,9 @@ namespace storage::host {
 /// An open folder of the disk whose entries are changed. It stays the same folder whatever becomes of its path.
 ///
 /// When a change is refused because the folder is read-only and the folder belongs to the user, it is made writable until the
-/// object is destroyed. Whoever does that holds the folder's lock (flock) meanwhile: two programs that export into one folder
-/// do not take the permission away from each other. Only the innermost folder of an export waits for its lock, and only locks
-/// of folders above it are held then, so no programs wait for each other in a circle.
+/// object is destroyed. The folder is locked (flock) from then on, so that two programs that export into it do not take the
+/// permission away from each other. Deadlock is impossible: a program waits for the lock of its innermost folder only, while
+/// it holds locks of folders above.
 ///
 /// Owns the descriptor. Thread safety: one object is for one thread.
 class WritableFolder {
