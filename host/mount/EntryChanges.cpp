@@ -54,7 +54,7 @@ void refuseImpossibleRename(const LockedTree& tree, const Inode& source, const F
 } // namespace
 
 Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind, std::u16string name,
-                          mode_t permissions) {
+                          mode_t permissions, Owner creator) {
     requirePresent(tree, folder);
     if (tree.find(folder, name) != nullptr) {
         throw ErrnoError(EEXIST);
@@ -62,7 +62,7 @@ Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, Inode::Kind 
     space_.require(roomOfEntry);
     Inode& inode = tree.add(folder, kind, std::move(name));
     try {
-        createIn(tree, folder, inode, permissions);
+        createIn(tree, folder, inode, permissions, creator);
     } catch (...) {
         tree.discard(inode);
         throw;
@@ -70,8 +70,12 @@ Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, Inode::Kind 
     return inode;
 }
 
-void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, mode_t permissions) {
+void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, mode_t permissions,
+                            Owner creator) {
     tree.loadAttributes(folder);
+    const Owner owner = ownership_.ofNewIn(folder, creator);
+    ownership_.prepare(inode, owner);
+    ownership_.set(inode, owner);
     const LiftedFlag writable(provider_, tree, folder);
     const StorageIRI location = tree.locationOf(inode);
     if (inode.isFolder()) {
@@ -81,7 +85,8 @@ void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& ino
         provider_.doCreateFile(location);
     }
     const timespec time = kernelTime();
-    inode.attributes = {permissions & permissionBits, 0, time, time, time};
+    inode.attributes = {permissionsOfNewIn(folder, inode.kind, permissions & permissionBits), 0, time, time,
+                        time};
     inode.attributesKnown = true;
     try {
         provider_.doSetLastModified(location, fromDiskTime(time));

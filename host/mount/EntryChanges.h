@@ -2,6 +2,7 @@
 
 #include "host/mount/FileContents.h"
 #include "host/mount/LockedTree.h"
+#include "host/mount/Ownership.h"
 
 #include <string>
 #include <sys/types.h>
@@ -11,19 +12,21 @@ namespace storage::host {
 /// Makes, removes and renames entries, in the storage and in the tree. A function that throws has changed nothing, except
 /// that an entry which the provider has removed nevertheless is removed from the tree too.
 ///
-/// Borrows provider, guards, space and contents. Thread-safe; the tree's lock makes each function one step for all others.
+/// Borrows provider, guards, space, contents and ownership. Thread-safe; the tree's lock makes each function one step for all others.
 class EntryChanges {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
     enum class Replacement { Allowed, Refused };
 
-    EntryChanges(const IProvider& provider, InodeGuards& guards, StorageSpace& space, FileContents& contents)
-        : provider_(provider), guards_(guards), space_(space), contents_(contents) {}
+    EntryChanges(const IProvider& provider, InodeGuards& guards, StorageSpace& space, FileContents& contents,
+                 const Ownership& ownership)
+        : provider_(provider), guards_(guards), space_(space), contents_(contents), ownership_(ownership) {}
 
+    /// @param creator  the new entry belongs to it, except for the group in a folder with the set-group-ID bit
     /// @throws ErrnoError EEXIST, ENOSPC, ENOENT for a removed folder
     Inode& make(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind, std::u16string name,
-                mode_t permissions);
+                mode_t permissions, Owner creator);
 
     /// @throws ErrnoError ENOENT, EISDIR, ENOTDIR
     void remove(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind, const std::u16string& name);
@@ -36,7 +39,7 @@ public:
 private:
     using StorageIRI = foundation::storage::provider::StorageIRI;
 
-    void createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, mode_t permissions);
+    void createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, mode_t permissions, Owner creator);
     void move(const ExclusiveTree& tree, Inode& source, FolderInode& folder, const std::u16string& name);
     void moveFile(const ExclusiveTree& tree, FileInode& file, const StorageIRI& destination);
     template <typename Step>
@@ -46,6 +49,7 @@ private:
     InodeGuards& guards_;
     StorageSpace& space_;
     FileContents& contents_;
+    const Ownership& ownership_;
 };
 
 } // namespace storage::host

@@ -199,11 +199,9 @@ void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attribute
     });
 }
 
-/// Every entry belongs to the user who mounted, with whose rights what others make must not run.
-mode_t permissionsOfNew(fuse_req_t request, mode_t mode) {
-    const bool isOwner = fuse_req_ctx(request)->uid == ::geteuid();
-    const mode_t taken = S_IFMT | (isOwner ? 0 : S_ISUID | S_ISGID);
-    return mode & ~taken;
+Owner callerOf(fuse_req_t request) {
+    const fuse_ctx* const caller = fuse_req_ctx(request);
+    return {caller->uid, caller->gid};
 }
 
 /// Also how files are created: without an operation of its own for that, the kernel makes the file and opens it.
@@ -213,15 +211,14 @@ void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mo
             throw ErrnoError(EPERM);
         }
         const auto passage = requirePassage(request);
-        return storageOf(request).makeFile(folderOf(request, parent), name, permissionsOfNew(request, mode));
+        return storageOf(request).makeFile(folderOf(request, parent), name, mode, callerOf(request));
     });
 }
 
 void makeFolder(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode) {
     answerEntry(request, [&] {
         const auto passage = requirePassage(request);
-        return storageOf(request).makeFolder(folderOf(request, parent), name,
-                                             permissionsOfNew(request, mode));
+        return storageOf(request).makeFolder(folderOf(request, parent), name, mode, callerOf(request));
     });
 }
 

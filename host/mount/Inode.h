@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/mount/InodeLock.h"
+#include "host/mount/RareAttributes.h"
 #include "hostapi/storage/provider/ByteStream.h"
 
 #include <atomic>
@@ -39,7 +40,7 @@ struct EntryAttributes {
 /// The place is guarded by the tree's lock and reached only through `LockedTree`, which holds it. The attributes are
 /// guarded by the inode's guard (`InodeGuards`); a change of the permissions requires the tree's lock too, shared.
 struct Inode {
-    enum class Kind { File, Folder };
+    enum class Kind : std::uint8_t { File, Folder };
 
     Inode(const Inode&) = delete;
     Inode& operator=(const Inode&) = delete;
@@ -47,13 +48,22 @@ struct Inode {
 
     bool isFolder() const noexcept { return kind == Kind::Folder; }
 
+    /// The rare attributes, made unless they are there.
+    RareAttributes& requireRare() {
+        if (rare == nullptr) {
+            rare = std::make_unique<RareAttributes>();
+        }
+        return *rare;
+    }
+
     const Kind kind;
+    bool attributesKnown = false;             ///< otherwise the provider has to be asked
     mutable InodeLock lock;                   ///< acquired through `InodeGuards`
     const std::uint64_t number;               ///< shown by stat(2), never reused
     std::atomic<std::uint64_t> references{0}; ///< held by the kernel
 
     EntryAttributes attributes;
-    bool attributesKnown = false; ///< otherwise the provider has to be asked
+    std::unique_ptr<RareAttributes> rare; ///< null for most; guarded like the attributes
 
 protected:
     Inode(Kind entryKind, std::u16string entryName, std::uint64_t entryNumber) noexcept

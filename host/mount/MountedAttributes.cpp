@@ -6,7 +6,6 @@
 #include "host/support/FileTime.h"
 
 #include <cerrno>
-#include <unistd.h>
 
 namespace storage::host {
 
@@ -42,13 +41,8 @@ private:
 } // namespace
 
 MountedAttributes::MountedAttributes(const IProvider& provider, InodeTree& tree, InodeGuards& guards,
-                                     FileContents& contents)
-    : provider_(provider),
-      tree_(tree),
-      guards_(guards),
-      contents_(contents),
-      owner_(::geteuid()),
-      group_(::getegid()) {}
+                                     FileContents& contents, const Ownership& ownership)
+    : provider_(provider), tree_(tree), guards_(guards), contents_(contents), ownership_(ownership) {}
 
 struct stat MountedAttributes::status(Inode& inode) {
     const SharedTree tree(tree_);
@@ -70,7 +64,6 @@ struct stat MountedAttributes::identify(const Inode& inode) {
 
 struct stat MountedAttributes::change(Inode& inode, const AttributeChange& change,
                                       const FileContents::IsInterrupted& isInterrupted) {
-    requireChangeable(change);
     if (!change.size) {
         return apply(change, inode);
     }
@@ -82,7 +75,7 @@ struct stat MountedAttributes::change(Inode& inode, const AttributeChange& chang
     return apply(change, inode);
 }
 
-/// A size that changes is a modification.
+/// A size that changes is a modification. Permissions change before the owner: no set-user-ID bit gets a new owner.
 struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode) {
     const SharedTree tree(tree_);
     auto held = guards_.hold(inode);
@@ -97,6 +90,7 @@ struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode
     if (change.permissions) {
         setPermissions(tree, inode, held, *change.permissions & permissionBits);
     }
+    setOwner(inode, change);
     attributes.accessed = change.accessed.value_or(attributes.accessed);
     attributes.changed = change.changed.value_or(kernelTime());
     return show(tree, inode, held);
@@ -109,8 +103,9 @@ struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
     struct stat status = identify(inode);
     status.st_mode |= attributes.permissions;
     status.st_nlink = tree.isRemoved(inode) ? 0 : 1;
-    status.st_uid = owner_;
-    status.st_gid = group_;
+    const Owner owner = ownership_.of(inode);
+    status.st_uid = owner.user;
+    status.st_gid = owner.group;
     status.st_size = static_cast<off_t>(attributes.size);
     status.st_blksize = preferredBlockSize;
     status.st_blocks = static_cast<blkcnt_t>((attributes.size + statusBlock - 1) / statusBlock);
@@ -148,10 +143,11 @@ void MountedAttributes::setPermissions(const LockedTree& tree, Inode& inode, con
     inode.attributes = changed;
 }
 
-void MountedAttributes::requireChangeable(const AttributeChange& change) const {
-    if (change.owner.value_or(owner_) != owner_ || change.group.value_or(group_) != group_) {
-        throw ErrnoError(EPERM);
-    }
+void MountedAttributes::setOwner(Inode& inode, const AttributeChange& change) const {
+    const Owner present = ownership_.of(inode);
+    const Owner wanted{change.owner.value_or(present.user), change.group.value_or(present.group)};
+    ownership_.prepare(inode, wanted);
+    ownership_.set(inode, wanted);
 }
 
 } // namespace storage::host

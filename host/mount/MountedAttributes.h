@@ -2,6 +2,7 @@
 
 #include "host/mount/FileContents.h"
 #include "host/mount/LockedTree.h"
+#include "host/mount/Ownership.h"
 
 #include <cstdint>
 #include <ctime>
@@ -22,17 +23,16 @@ struct AttributeChange {
     std::optional<gid_t> group;
 };
 
-/// What programs see and set of an entry with stat(2), chmod(2), truncate(2) and utimensat(2). Every entry belongs to the
-/// user who runs the program.
+/// What programs see and set of an entry with stat(2), chmod(2), chown(2), truncate(2) and utimensat(2).
 ///
-/// Borrows provider, tree, guards and contents. Functions without a `LockedTree` acquire the locks themselves.
+/// Borrows provider, tree, guards, contents and ownership. Functions without a `LockedTree` acquire the locks themselves.
 /// Thread-safe.
 class MountedAttributes {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
-    MountedAttributes(const IProvider& provider, InodeTree& tree, InodeGuards& guards,
-                      FileContents& contents);
+    MountedAttributes(const IProvider& provider, InodeTree& tree, InodeGuards& guards, FileContents& contents,
+                      const Ownership& ownership);
 
     struct stat status(Inode& inode);
     struct stat statusOf(const LockedTree& tree, Inode& inode);
@@ -52,14 +52,13 @@ private:
                            const timespec& time) const noexcept;
     void setPermissions(const LockedTree& tree, Inode& inode, const InodeGuards::Held& held,
                         mode_t permissions) const;
-    void requireChangeable(const AttributeChange& change) const;
+    void setOwner(Inode& inode, const AttributeChange& change) const;
 
     const IProvider& provider_;
     InodeTree& tree_;
     InodeGuards& guards_;
     FileContents& contents_;
-    const uid_t owner_;
-    const gid_t group_;
+    const Ownership& ownership_;
 };
 
 } // namespace storage::host

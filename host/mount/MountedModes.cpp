@@ -28,6 +28,19 @@ Inode* find(MountedStorage& storage, std::u16string_view path) {
     return inode;
 }
 
+/// What is exported belongs to this program's user: nobody else's program may run with that user's rights.
+mode_t permissionsForOwner(const struct stat& status) {
+    const Owner exporter = Owner::ofProcess();
+    mode_t taken = 0;
+    if (status.st_uid != exporter.user) {
+        taken |= S_ISUID;
+    }
+    if (status.st_gid != exporter.group) {
+        taken |= S_ISGID;
+    }
+    return status.st_mode & permissionBits & ~taken;
+}
+
 } // namespace
 
 void adoptModes(MountedStorage& storage, const EntryModes& modes) {
@@ -43,7 +56,7 @@ void adoptModes(MountedStorage& storage, const EntryModes& modes) {
 
 std::optional<mode_t> modeOf(MountedStorage& storage, const StoragePath& path) {
     Inode* const inode = find(storage, path.text());
-    return inode == nullptr ? std::nullopt : std::optional(storage.status(*inode).st_mode & permissionBits);
+    return inode == nullptr ? std::nullopt : std::optional(permissionsForOwner(storage.status(*inode)));
 }
 
 } // namespace storage::host

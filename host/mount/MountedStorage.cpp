@@ -7,12 +7,13 @@
 
 namespace storage::host {
 
-MountedStorage::MountedStorage(const IProvider& provider)
-    : tree_(provider, guards_),
+MountedStorage::MountedStorage(const IProvider& provider, Owner defaultOwner)
+    : ownership_(defaultOwner),
+      tree_(provider, guards_),
       space_(provider),
       contents_(provider, tree_, guards_, space_),
-      attributes_(provider, tree_, guards_, contents_),
-      changes_(provider, guards_, space_, contents_) {}
+      attributes_(provider, tree_, guards_, contents_, ownership_),
+      changes_(provider, guards_, space_, contents_, ownership_) {}
 
 MountedStorage::Found MountedStorage::lookUp(FolderInode& folder, std::string_view name) {
     const std::u16string entryName = storageNameOf(name);
@@ -39,22 +40,22 @@ void MountedStorage::release(Inode& inode, std::uint64_t references) {
     space_.noteRemoval();
 }
 
-MountedStorage::Found MountedStorage::makeFile(FolderInode& folder, std::string_view name,
-                                               mode_t permissions) {
-    return makeEntry(folder, name, Inode::Kind::File, permissions);
+MountedStorage::Found MountedStorage::makeFile(FolderInode& folder, std::string_view name, mode_t permissions,
+                                               Owner owner) {
+    return makeEntry(folder, name, Inode::Kind::File, permissions, owner);
 }
 
 MountedStorage::Found MountedStorage::makeFolder(FolderInode& folder, std::string_view name,
-                                                 mode_t permissions) {
-    return makeEntry(folder, name, Inode::Kind::Folder, permissions);
+                                                 mode_t permissions, Owner owner) {
+    return makeEntry(folder, name, Inode::Kind::Folder, permissions, owner);
 }
 
 MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind,
-                                                mode_t permissions) {
+                                                mode_t permissions, Owner owner) {
     std::u16string entryName = storageNameOf(name);
     const StorageSpace::Turn turn(space_);
     ExclusiveTree tree(tree_);
-    return refer(tree, &changes_.make(tree, folder, kind, std::move(entryName), permissions));
+    return refer(tree, &changes_.make(tree, folder, kind, std::move(entryName), permissions, owner));
 }
 
 void MountedStorage::removeFile(FolderInode& folder, std::string_view name) {

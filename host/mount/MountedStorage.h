@@ -40,7 +40,8 @@ public:
     using ListingVisitor =
         std::function<bool(const std::string& name, const Found& entry, std::uint64_t position)>;
 
-    explicit MountedStorage(const IProvider& provider);
+    /// @param defaultOwner  of the entries that the storage holds already
+    explicit MountedStorage(const IProvider& provider, Owner defaultOwner = Owner::ofProcess());
 
     FolderInode& root() noexcept { return tree_.root(); }
 
@@ -58,8 +59,9 @@ public:
         return attributes_.change(inode, change, isInterrupted);
     }
 
-    Found makeFile(FolderInode& folder, std::string_view name, mode_t permissions);
-    Found makeFolder(FolderInode& folder, std::string_view name, mode_t permissions);
+    /// @param owner  who makes the entry; a folder with the set-group-ID bit passes on its group instead
+    Found makeFile(FolderInode& folder, std::string_view name, mode_t permissions, Owner owner);
+    Found makeFolder(FolderInode& folder, std::string_view name, mode_t permissions, Owner owner);
     void removeFile(FolderInode& folder, std::string_view name);
     void removeFolder(FolderInode& folder, std::string_view name);
 
@@ -98,11 +100,13 @@ public:
     std::vector<Failure> settle();
 
 private:
-    Found makeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind, mode_t permissions);
+    Found makeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind, mode_t permissions,
+                    Owner owner);
     void removeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind);
     Found refer(const LockedTree& tree, Inode* inode);
     void complete(FolderInode& folder);
 
+    const Ownership ownership_;
     InodeGuards guards_;
     InodeTree tree_;
     StorageSpace space_;

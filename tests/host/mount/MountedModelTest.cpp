@@ -159,7 +159,8 @@ void MountedModelTest::make() {
     });
     ASSERT_EQ(error, makingFails(path)) << path;
     if (error == 0) {
-        model_[path] = std::make_shared<ModelEntry>(ModelEntry{isFolder, "", permissions});
+        const mode_t inherited = isFolder && parent ? parent->permissions & S_ISGID : 0;
+        model_[path] = std::make_shared<ModelEntry>(ModelEntry{isFolder, "", permissions | inherited});
     }
     failures_ += error == 0 ? 0 : 1;
 }

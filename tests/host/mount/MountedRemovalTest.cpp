@@ -222,13 +222,14 @@ TEST_F(MountedRemovalTest, AFileOfWhichTheBytesCouldNotBeKeptIsRemovedAllTheSame
 }
 
 TEST_F(MountedRemovalTest, NothingIsMadeInAFolderThatIsRemoved) {
-    const auto made = mount_.storage().makeFolder(mount_.storage().root(), "d", 0755);
+    const auto self = storage::host::Owner::ofProcess();
+    const auto made = mount_.storage().makeFolder(mount_.storage().root(), "d", 0755, self);
     auto& folder = static_cast<FolderInode&>(*made.inode);
     mount_.makeFile("/f", "abc");
     mount_.removeFolder("/d");
     EXPECT_EQ(mount_.storage().lookUp(folder, "x").inode, nullptr);
-    EXPECT_EQ(errnoOf([&] { mount_.storage().makeFile(folder, "x", 0644); }), ENOENT);
-    EXPECT_EQ(errnoOf([&] { mount_.storage().makeFolder(folder, "x", 0755); }), ENOENT);
+    EXPECT_EQ(errnoOf([&] { mount_.storage().makeFile(folder, "x", 0644, self); }), ENOENT);
+    EXPECT_EQ(errnoOf([&] { mount_.storage().makeFolder(folder, "x", 0755, self); }), ENOENT);
     EXPECT_EQ(errnoOf([&] {
                   mount_.storage().rename(mount_.storage().root(), "f", folder, "x", Replacement::Allowed);
               }),

@@ -185,22 +185,4 @@ TEST_F(MountedTimeTest, AStorageWithoutATimeOfAFileShowsTheEpoch) {
     EXPECT_EQ(mount_.modifiedOf(mount_.at("/f")), timespec{});
 }
 
-TEST_F(MountedTimeTest, NobodyElseCanOwnAnEntry) {
-    Inode& file = mount_.makeFile("/f");
-    mount_.setModified(file, longAgo);
-    AttributeChange change;
-    change.modified = timespec{1000, 0};
-    change.owner = ::geteuid();
-    change.group = ::getegid();
-    EXPECT_EQ(errnoOf([&] { mount_.storage().change(file, change); }), 0);
-    change.owner = ::geteuid() + 1;
-    change.modified = longAgo;
-    EXPECT_EQ(errnoOf([&] { mount_.storage().change(file, change); }), EPERM);
-    change.owner = ::geteuid();
-    change.group = ::getegid() + 1;
-    EXPECT_EQ(errnoOf([&] { mount_.storage().change(file, change); }), EPERM);
-    EXPECT_EQ(mount_.modifiedOf(file), (timespec{1000, 0})) << "nothing of a refused change is done";
-    EXPECT_EQ(mount_.storage().status(file).st_uid, ::geteuid());
-}
-
 } // namespace

@@ -67,8 +67,8 @@ MountedTree::FileInode& MountedTree::open(const std::string& path) {
 }
 
 MountedTree::FileInode& MountedTree::makeFile(const std::string& path, std::string_view content,
-                                              mode_t permissions) {
-    const auto made = storage_.makeFile(folder(parentOf(path)), nameOf(path), permissions);
+                                              mode_t permissions, Owner owner) {
+    const auto made = storage_.makeFile(folder(parentOf(path)), nameOf(path), permissions, owner);
     auto& file = static_cast<FileInode&>(*made.inode);
     if (!content.empty()) {
         write(file, 0, content);
@@ -77,8 +77,8 @@ MountedTree::FileInode& MountedTree::makeFile(const std::string& path, std::stri
     return file;
 }
 
-MountedTree::FolderInode& MountedTree::makeFolder(const std::string& path, mode_t permissions) {
-    const auto made = storage_.makeFolder(folder(parentOf(path)), nameOf(path), permissions);
+MountedTree::FolderInode& MountedTree::makeFolder(const std::string& path, mode_t permissions, Owner owner) {
+    const auto made = storage_.makeFolder(folder(parentOf(path)), nameOf(path), permissions, owner);
     storage_.release(*made.inode, 1);
     return static_cast<FolderInode&>(*made.inode);
 }
@@ -127,6 +127,18 @@ void MountedTree::setPermissions(Inode& inode, mode_t permissions) {
     AttributeChange change;
     change.permissions = permissions;
     storage_.change(inode, change);
+}
+
+void MountedTree::setOwner(Inode& inode, Owner owner) {
+    AttributeChange change;
+    change.owner = owner.user;
+    change.group = owner.group;
+    storage_.change(inode, change);
+}
+
+MountedTree::Owner MountedTree::ownerOf(Inode& inode) {
+    const struct stat status = storage_.status(inode);
+    return {status.st_uid, status.st_gid};
 }
 
 std::vector<std::string> MountedTree::namesIn(FolderInode& folder) {

@@ -18,6 +18,7 @@ public:
     using FolderInode = storage::host::FolderInode;
     using Inode = storage::host::Inode;
     using MountedStorage = storage::host::MountedStorage;
+    using Owner = storage::host::Owner;
 
     explicit MountedTree(const foundation::storage::provider::IProvider& provider) : storage_(provider) {}
 
@@ -35,8 +36,10 @@ public:
     FileInode& open(const std::string& path);
     void close(FileInode& file) { storage_.release(file, 1); }
 
-    FileInode& makeFile(const std::string& path, std::string_view content = "", mode_t permissions = 0644);
-    FolderInode& makeFolder(const std::string& path, mode_t permissions = 0755);
+    FileInode& makeFile(const std::string& path, std::string_view content = "", mode_t permissions = 0644,
+                        Owner owner = Owner::ofProcess());
+    FolderInode& makeFolder(const std::string& path, mode_t permissions = 0755,
+                            Owner owner = Owner::ofProcess());
     void removeFile(const std::string& path);
     void removeFolder(const std::string& path);
     void rename(const std::string& from, const std::string& to,
@@ -49,6 +52,8 @@ public:
     void resize(FileInode& file, std::uint64_t size);
     void setModified(Inode& inode, const timespec& time);
     void setPermissions(Inode& inode, mode_t permissions);
+    void setOwner(Inode& inode, Owner owner);
+    Owner ownerOf(Inode& inode);
     mode_t permissionsOf(Inode& inode) { return storage_.status(inode).st_mode & 07777U; }
     std::uint64_t sizeOf(Inode& inode) { return static_cast<std::uint64_t>(storage_.status(inode).st_size); }
     timespec modifiedOf(Inode& inode) { return storage_.status(inode).st_mtim; }

@@ -133,20 +133,27 @@ TEST_F(UnmountProgramTest, WhatOthersMakeDoesNotRunWithTheRightsOfTheMounter) {
     }
     constexpr uid_t somebody = 65534;
     fs::permissions(disk_.path(), fs::perms(0755));
-    expectSuccess(runMounted({"--allow-other"}, [&](pid_t) {
+    const std::string exported = disk_.makeFolder("exported");
+    expectSuccess(runMounted({"--allow-other", "--export-on-exit", exported}, [&](pid_t) {
         fs::permissions(mountPoint_, fs::perms(0777));
         storage::host::ChildProcess stranger([&] {
-            if (::setresuid(somebody, somebody, somebody) == 0) {
+            if (::setresgid(somebody, somebody, somebody) == 0 &&
+                ::setresuid(somebody, somebody, somebody) == 0) {
                 ::umask(0);
                 const int file = ::open(inside("program").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 06755);
                 ::_exit(file >= 0 && ::mkdir(inside("folder").c_str(), 02755) == 0 ? 0 : errno);
             }
         });
         EXPECT_EQ(WEXITSTATUS(waitForEnd(stranger)), 0);
-        EXPECT_EQ(fs::status(inside("program")).permissions(), fs::perms(0755));
-        EXPECT_EQ(fs::status(inside("folder")).permissions(), fs::perms(0755));
-        EXPECT_TRUE(unmount());
+        struct stat status {};
+        EXPECT_EQ(::stat(inside("program").c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, somebody);
+        EXPECT_EQ(status.st_gid, somebody);
+        EXPECT_EQ(status.st_mode, S_IFREG | 06755U);
+        expectSuccess(ProgramRun({"unmount", mountPoint_}));
     }));
+    EXPECT_EQ(fs::status(exported + "/program").permissions(), fs::perms(0755));
+    EXPECT_EQ(fs::status(exported + "/folder").permissions(), fs::perms(0755));
 }
 
 TEST_F(MountProgramTest, WrongUsageOfUnmountIsOneLineAndStatusTwo) {

@@ -1,0 +1,89 @@
+#include "host/mount/MountedModes.h"
+#include "host/mount/Ownership.h"
+#include "tests/host/mount/MountedStorageTest.h"
+
+namespace {
+
+using storage::host::AttributeChange;
+using storage::host::modeOf;
+using storage::host::Owner;
+using storage::host::StoragePath;
+
+constexpr Owner anotherOwner{1234, 5678};
+
+/// Users and groups of entries.
+class MountedOwnerTest : public MountedStorageTest {
+protected:
+    std::optional<mode_t> exportedMode(std::u16string_view name) {
+        return modeOf(mount_.storage(), StoragePath().child(name));
+    }
+};
+
+TEST_F(MountedOwnerTest, WhatTheStorageHeldBeforeHasTheDefaultOwner) {
+    memory_->doCreateFile(foundation::storage::provider::StorageIRI(u"/f"));
+    EXPECT_EQ(mount_.ownerOf(mount_.at("/f")), Owner::ofProcess());
+    EXPECT_EQ(mount_.ownerOf(mount_.storage().root()), Owner::ofProcess());
+    MountedStorage other(*memory_, anotherOwner);
+    EXPECT_EQ(other.status(other.root()).st_uid, anotherOwner.user);
+    EXPECT_EQ(other.status(other.root()).st_gid, anotherOwner.group);
+}
+
+TEST_F(MountedOwnerTest, NewEntriesBelongToTheirMaker) {
+    Inode& file = mount_.makeFile("/f", "", 0644, anotherOwner);
+    Inode& folder = mount_.makeFolder("/d", 0755, anotherOwner);
+    EXPECT_EQ(mount_.ownerOf(file), anotherOwner);
+    EXPECT_EQ(mount_.ownerOf(folder), anotherOwner);
+    EXPECT_EQ(mount_.ownerOf(mount_.makeFile("/g")), Owner::ofProcess());
+    mount_.rename("/f", "/d/f");
+    EXPECT_EQ(mount_.ownerOf(mount_.at("/d/f")), anotherOwner);
+}
+
+TEST_F(MountedOwnerTest, AFolderWithTheSetGroupIdBitPassesOnItsGroup) {
+    mount_.makeFolder("/d", 02755, {1, 77});
+    EXPECT_EQ(mount_.ownerOf(mount_.makeFile("/d/f", "", 0644, anotherOwner)),
+              (Owner{anotherOwner.user, 77}));
+    EXPECT_EQ(mount_.permissionsOf(mount_.at("/d/f")), 0644U);
+    EXPECT_EQ(mount_.ownerOf(mount_.makeFolder("/d/s", 0700, anotherOwner)), (Owner{anotherOwner.user, 77}));
+    EXPECT_EQ(mount_.permissionsOf(mount_.at("/d/s")), 02700U) << "folders inherit the bit, too";
+    EXPECT_EQ(mount_.ownerOf(mount_.makeFile("/d/s/f", "", 0644, anotherOwner)),
+              (Owner{anotherOwner.user, 77}));
+}
+
+TEST_F(MountedOwnerTest, AreChangedTogetherOrOneByOne) {
+    Inode& file = mount_.makeFile("/f");
+    mount_.setOwner(file, anotherOwner);
+    EXPECT_EQ(mount_.ownerOf(file), anotherOwner);
+    AttributeChange user;
+    user.owner = 42;
+    mount_.storage().change(file, user);
+    EXPECT_EQ(mount_.ownerOf(file), (Owner{42, anotherOwner.group}));
+    AttributeChange group;
+    group.group = 43;
+    EXPECT_EQ(mount_.storage().change(file, group).st_gid, 43U);
+    EXPECT_EQ(mount_.ownerOf(file), (Owner{42, 43}));
+    mount_.setPermissions(file, 0600);
+    EXPECT_EQ(mount_.ownerOf(file), (Owner{42, 43})) << "other changes keep the owner";
+    mount_.setOwner(file, Owner::ofProcess());
+    EXPECT_EQ(mount_.ownerOf(file), Owner::ofProcess());
+}
+
+TEST_F(MountedOwnerTest, NobodyElsesSetIdBitsAreExported) {
+    const Owner self = Owner::ofProcess();
+    mount_.makeFile("/own", "", 06755);
+    mount_.makeFile("/user", "", 06755, {self.user + 1, self.group});
+    mount_.makeFile("/group", "", 06755, {self.user, self.group + 1});
+    mount_.makeFolder("/folder", 03777, anotherOwner);
+    EXPECT_EQ(exportedMode(u"own"), 06755U);
+    EXPECT_EQ(exportedMode(u"user"), 02755U);
+    EXPECT_EQ(exportedMode(u"group"), 04755U);
+    EXPECT_EQ(exportedMode(u"folder"), 01777U);
+}
+
+/// There are millions of inodes: what few of them have must not make all of them larger.
+TEST_F(MountedOwnerTest, TakeNoMemoryInTheInode) {
+    EXPECT_LE(sizeof(Inode), 152U);
+    EXPECT_LE(sizeof(FileInode), 200U);
+    EXPECT_LE(sizeof(FolderInode), 272U);
+}
+
+} // namespace
