@@ -35,9 +35,22 @@ Inode& requireChild(ExclusiveTree& tree, FolderInode& folder, const std::u16stri
     return *inode;
 }
 
-void requireKind(const Inode& inode, Inode::Kind kind) {
-    if (inode.kind != kind) {
-        throw ErrnoError(inode.isFolder() ? EISDIR : ENOTDIR);
+void requireFolder(const Inode& inode) {
+    if (!inode.isFolder()) {
+        throw ErrnoError(ENOTDIR);
+    }
+}
+
+void requireNoFolder(const Inode& inode) {
+    if (inode.isFolder()) {
+        throw ErrnoError(EISDIR);
+    }
+}
+
+/// As far as the tree knows: the provider has no entries of some kinds, but may have some that are not known.
+void requireEmpty(const LockedTree& tree, const FolderInode& folder) {
+    if (tree.hasKnownChildren(folder)) {
+        throw ErrnoError(ENOTEMPTY);
     }
 }
 
@@ -46,23 +59,32 @@ void refuseImpossibleRename(const LockedTree& tree, const Inode& source, const F
     if (source.isFolder() && tree.isWithin(folder, static_cast<const FolderInode&>(source))) {
         throw ErrnoError(EINVAL);
     }
-    if (target != nullptr) {
-        requireKind(*target, source.kind);
+    if (target == nullptr) {
+        return;
+    }
+    if (source.isFolder()) {
+        requireFolder(*target);
+        requireEmpty(tree, static_cast<const FolderInode&>(*target));
+    } else {
+        requireNoFolder(*target);
     }
 }
 
 } // namespace
 
-Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind, std::u16string name,
-                          mode_t permissions, Owner creator) {
+Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, std::u16string name, NewEntry entry) {
     requirePresent(tree, folder);
     if (tree.find(folder, name) != nullptr) {
         throw ErrnoError(EEXIST);
     }
-    space_.require(roomOfEntry);
-    Inode& inode = tree.add(folder, kind, std::move(name));
+    space_.require(roomOfEntry + entry.target.size());
+    const timespec time = kernelTime();
+    const EntryAttributes attributes{entry.permissions & permissionBits, entry.target.size(), time, time,
+                                     time};
+    const Owner owner = entry.owner;
+    Inode& inode = tree.add(folder, std::move(entry), std::move(name));
     try {
-        createIn(tree, folder, inode, permissions, creator);
+        createIn(tree, folder, inode, attributes, owner);
     } catch (...) {
         tree.discard(inode);
         throw;
@@ -70,12 +92,22 @@ Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, Inode::Kind 
     return inode;
 }
 
-void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, mode_t permissions,
-                            Owner creator) {
+void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode,
+                            const EntryAttributes& attributes, Owner creator) {
     tree.loadAttributes(folder);
     const Owner owner = ownership_.ofNewIn(folder, creator);
     ownership_.prepare(inode, owner);
     ownership_.set(inode, owner);
+    inode.attributes = attributes;
+    inode.attributes.permissions = permissionsOfNewIn(folder, inode.kind, attributes.permissions);
+    inode.attributesKnown = true;
+    if (inode.isStorable()) {
+        createInStorage(tree, folder, inode);
+    }
+    tree.stamp(folder, attributes.modified);
+}
+
+void EntryChanges::createInStorage(ExclusiveTree& tree, const FolderInode& folder, Inode& inode) {
     const LiftedFlag writable(provider_, tree, folder);
     const StorageIRI location = tree.locationOf(inode);
     if (inode.isFolder()) {
@@ -84,31 +116,43 @@ void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& ino
     } else {
         provider_.doCreateFile(location);
     }
-    const timespec time = kernelTime();
-    inode.attributes = {permissionsOfNewIn(folder, inode.kind, permissions & permissionBits), 0, time, time,
-                        time};
-    inode.attributesKnown = true;
     try {
-        provider_.doSetLastModified(location, fromDiskTime(time));
+        provider_.doSetLastModified(location, fromDiskTime(inode.attributes.modified));
         if (!inode.attributes.isWritable()) {
             provider_.doSetWritable(location, false);
         }
     } catch (...) {
-        inode.isFolder() ? provider_.doRemoveFolder(location) : provider_.doRemoveFile(location);
+        removeFromStorage(tree, inode);
         throw;
     }
-    tree.stamp(folder, time);
 }
 
-void EntryChanges::remove(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind,
-                          const std::u16string& name) {
+void EntryChanges::removeFile(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name) {
     Inode& inode = requireChild(tree, folder, name);
-    requireKind(inode, kind);
-    removing(tree, inode, [&] {
-        const StorageIRI location = tree.locationOf(inode);
-        inode.isFolder() ? provider_.doRemoveFolder(location) : provider_.doRemoveFile(location);
-    });
+    requireNoFolder(inode);
+    remove(tree, inode);
+}
+
+void EntryChanges::removeFolder(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name) {
+    Inode& inode = requireChild(tree, folder, name);
+    requireFolder(inode);
+    requireEmpty(tree, static_cast<FolderInode&>(inode));
+    remove(tree, inode);
+}
+
+void EntryChanges::remove(ExclusiveTree& tree, Inode& inode) {
+    FolderInode& folder = *tree.parentOf(inode);
+    removing(tree, inode, [&] { removeFromStorage(tree, inode); });
     tree.stamp(folder, kernelTime());
+}
+
+/// Does nothing for an entry that is in the mount only.
+void EntryChanges::removeFromStorage(const ExclusiveTree& tree, const Inode& inode) {
+    if (inode.isFolder()) {
+        provider_.doRemoveFolder(tree.locationOf(inode));
+    } else if (inode.isFile()) {
+        provider_.doRemoveFile(tree.locationOf(inode));
+    }
 }
 
 void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name,
@@ -124,10 +168,16 @@ void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u
     }
     refuseImpossibleRename(tree, source, newFolder, target);
     const std::uint64_t position = tree.prepareRename(source, newFolder, target);
-    if (target != nullptr) {
-        removing(tree, *target, [&] { move(tree, source, newFolder, newName); });
+    tree.loadAttributes(source);
+    tree.loadAttributes(folder);
+    tree.loadAttributes(newFolder);
+    const auto moveSource = [&] { move(tree, source, newFolder, newName); };
+    if (target == nullptr) {
+        moveSource();
+    } else if (source.isStorable()) {
+        removing(tree, *target, moveSource);
     } else {
-        move(tree, source, newFolder, newName);
+        removing(tree, *target, [&] { removeFromStorage(tree, *target); });
     }
     tree.rename(source, newFolder, std::move(newName), position);
     const timespec time = kernelTime();
@@ -153,7 +203,7 @@ void EntryChanges::removing(ExclusiveTree& tree, Inode& inode, const Step& step)
         step();
     } catch (...) {
         failure = std::current_exception();
-        if (provider_.doExists(tree.locationOf(inode))) {
+        if (!inode.isStorable() || provider_.doExists(tree.locationOf(inode))) {
             throw;
         }
     }
@@ -165,13 +215,14 @@ void EntryChanges::removing(ExclusiveTree& tree, Inode& inode, const Step& step)
     }
 }
 
-/// Moves an entry in the storage. Both folders keep their flags, the entry keeps its time.
+/// Moves an entry in the storage, where it replaces another; does nothing if it is in the mount only. Both folders keep
+/// their flags, the entry keeps its time. The attributes of all three must be known.
 void EntryChanges::move(const ExclusiveTree& tree, Inode& source, FolderInode& folder,
                         const std::u16string& name) {
-    FolderInode& oldFolder = *tree.parentOf(source);
-    tree.loadAttributes(source);
-    tree.loadAttributes(oldFolder);
-    tree.loadAttributes(folder);
+    if (!source.isStorable()) {
+        return;
+    }
+    const FolderInode& oldFolder = *tree.parentOf(source);
     const StorageIRI destination = tree.locationOf(folder, name);
     const LiftedFlag oldWritable(provider_, tree, oldFolder);
     const LiftedFlag newWritable(provider_, tree, folder);

@@ -23,23 +23,30 @@ public:
                  const Ownership& ownership)
         : provider_(provider), guards_(guards), space_(space), contents_(contents), ownership_(ownership) {}
 
-    /// @param creator  the new entry belongs to it, except for the group in a folder with the set-group-ID bit
+    /// The entry belongs to `entry.owner`, except for the group in a folder with the set-group-ID bit.
     /// @throws ErrnoError EEXIST, ENOSPC, ENOENT for a removed folder
-    Inode& make(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind, std::u16string name,
-                mode_t permissions, Owner creator);
+    Inode& make(ExclusiveTree& tree, FolderInode& folder, std::u16string name, NewEntry entry);
 
-    /// @throws ErrnoError ENOENT, EISDIR, ENOTDIR
-    void remove(ExclusiveTree& tree, FolderInode& folder, Inode::Kind kind, const std::u16string& name);
+    /// Removes an entry that is no folder.
+    /// @throws ErrnoError ENOENT, EISDIR
+    void removeFile(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name);
+
+    /// @throws ErrnoError ENOENT, ENOTDIR, ENOTEMPTY
+    void removeFolder(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name);
 
     /// Replaces an entry that has the new name. Does nothing if both names are of one entry.
-    /// @throws ErrnoError ENOENT, EEXIST, EINVAL, EISDIR, ENOTDIR
+    /// @throws ErrnoError ENOENT, EEXIST, EINVAL, EISDIR, ENOTDIR, ENOTEMPTY
     void rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, FolderInode& newFolder,
                 std::u16string newName, Replacement replacement);
 
 private:
     using StorageIRI = foundation::storage::provider::StorageIRI;
 
-    void createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, mode_t permissions, Owner creator);
+    void createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, const EntryAttributes& attributes,
+                  Owner creator);
+    void createInStorage(ExclusiveTree& tree, const FolderInode& folder, Inode& inode);
+    void remove(ExclusiveTree& tree, Inode& inode);
+    void removeFromStorage(const ExclusiveTree& tree, const Inode& inode);
     void move(const ExclusiveTree& tree, Inode& source, FolderInode& folder, const std::u16string& name);
     void moveFile(const ExclusiveTree& tree, FileInode& file, const StorageIRI& destination);
     template <typename Step>

@@ -98,9 +98,9 @@ private:
 /// Borrows the contents; the tree's lock must be held as long as the object lives. Not thread-safe.
 class KeptContent {
 public:
-    /// @param inode  the entry to be removed; nothing is done for a folder
+    /// @param inode  the entry to be removed; nothing is done unless it is a file
     KeptContent(FileContents& contents, const ExclusiveTree& tree, Inode& inode)
-        : contents_(contents), file_(inode.isFolder() ? nullptr : &static_cast<FileInode&>(inode)) {
+        : contents_(contents), file_(inode.isFile() ? &static_cast<FileInode&>(inode) : nullptr) {
         if (file_ != nullptr) {
             contents_.detach(tree, *file_);
         }

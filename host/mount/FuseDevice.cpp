@@ -26,6 +26,7 @@ bool isGrowing(const fuse_buf& request) {
     switch (static_cast<const fuse_in_header*>(request.mem)->opcode) {
     case FUSE_MKNOD:
     case FUSE_MKDIR:
+    case FUSE_SYMLINK:
     case FUSE_WRITE:
     case FUSE_FALLOCATE:
         return true;

@@ -103,12 +103,13 @@ void answerEntry(fuse_req_t request, const Operation& operation) noexcept {
     });
 }
 
-/// What the kernel may do by itself: look up and list in one folder side by side, list with attributes, read ahead, keep
-/// times and sizes of files, and write back late, in pieces as large as it can. Nothing else: a file that is emptied when
+/// What the kernel may do by itself: look up and list in one folder side by side, list with attributes, keep targets of
+/// symbolic links, read ahead, keep times and sizes of files, and write back late, in pieces as large as it can. Nothing else: a file that is emptied when
 /// it is opened must be emptied by a request of its own, as opening is none.
-constexpr unsigned wantedAbilities =
-    FUSE_CAP_ASYNC_READ | FUSE_CAP_ASYNC_DIO | FUSE_CAP_PARALLEL_DIROPS | FUSE_CAP_READDIRPLUS |
-    FUSE_CAP_READDIRPLUS_AUTO | FUSE_CAP_WRITEBACK_CACHE | FUSE_CAP_EXPLICIT_INVAL_DATA | FUSE_CAP_IOCTL_DIR;
+constexpr unsigned wantedAbilities = FUSE_CAP_ASYNC_READ | FUSE_CAP_ASYNC_DIO | FUSE_CAP_PARALLEL_DIROPS |
+                                     FUSE_CAP_READDIRPLUS | FUSE_CAP_READDIRPLUS_AUTO |
+                                     FUSE_CAP_CACHE_SYMLINKS | FUSE_CAP_WRITEBACK_CACHE |
+                                     FUSE_CAP_EXPLICIT_INVAL_DATA | FUSE_CAP_IOCTL_DIR;
 
 void startUp(void*, fuse_conn_info* connection) {
     connection->want = connection->capable & wantedAbilities;
@@ -205,14 +206,26 @@ Owner callerOf(fuse_req_t request) {
 }
 
 /// Also how files are created: without an operation of its own for that, the kernel makes the file and opens it.
-void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode, dev_t) {
+void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode, dev_t device) {
     answerEntry(request, [&] {
-        if (!S_ISREG(mode)) {
-            throw ErrnoError(EPERM);
-        }
         const auto passage = requirePassage(request);
-        return storageOf(request).makeFile(folderOf(request, parent), name, mode, callerOf(request));
+        FolderInode& folder = folderOf(request, parent);
+        return S_ISREG(mode) ? storageOf(request).makeFile(folder, name, mode, callerOf(request))
+                             : storageOf(request).makeNode(folder, name, mode, device, callerOf(request));
     });
+}
+
+void makeSymbolicLink(fuse_req_t request, const char* target, fuse_ino_t parent, const char* name) {
+    answerEntry(request, [&] {
+        const auto passage = requirePassage(request);
+        return storageOf(request).makeSymbolicLink(folderOf(request, parent), name, target,
+                                                   callerOf(request));
+    });
+}
+
+void readLink(fuse_req_t request, fuse_ino_t number) {
+    answer(request,
+           [&] { fuse_reply_readlink(request, MountedStorage::readLink(inodeOf(request, number)).c_str()); });
 }
 
 void makeFolder(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode) {
@@ -247,11 +260,7 @@ void checkAccess(fuse_req_t request, fuse_ino_t number, int wanted) {
     });
 }
 
-/// Storages have no place for links.
-void refuseSymbolicLink(fuse_req_t request, const char*, fuse_ino_t, const char*) {
-    fuse_reply_err(request, EPERM);
-}
-
+/// Storages have no place for a second name of an entry.
 void refuseLink(fuse_req_t request, fuse_ino_t, fuse_ino_t, const char*) {
     fuse_reply_err(request, EPERM);
 }
@@ -406,7 +415,8 @@ const fuse_lowlevel_ops& fuseOperations() {
         table.mkdir = makeFolder;
         table.unlink = removeFile;
         table.rmdir = removeFolder;
-        table.symlink = refuseSymbolicLink;
+        table.symlink = makeSymbolicLink;
+        table.readlink = readLink;
         table.link = refuseLink;
         table.rename = rename;
         table.access = checkAccess;

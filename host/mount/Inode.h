@@ -36,17 +36,23 @@ struct EntryAttributes {
 /// An entry of a mounted storage: name and place as the storage has them, attributes as programs see them, and the
 /// kernel's reference count.
 ///
+/// The provider has files and folders only. Entries of all other kinds exist in the mount, as long as it does.
+///
 /// Lives as long as its entry exists, so that its number stays the same, and on as long as the kernel refers to it.
 /// The place is guarded by the tree's lock and reached only through `LockedTree`, which holds it. The attributes are
 /// guarded by the inode's guard (`InodeGuards`); a change of the permissions requires the tree's lock too, shared.
 struct Inode {
-    enum class Kind : std::uint8_t { File, Folder };
+    enum class Kind : std::uint8_t { File, Folder, SymbolicLink, Fifo, Socket, CharacterDevice, BlockDevice };
 
     Inode(const Inode&) = delete;
     Inode& operator=(const Inode&) = delete;
     virtual ~Inode() = default;
 
     bool isFolder() const noexcept { return kind == Kind::Folder; }
+    bool isFile() const noexcept { return kind == Kind::File; }
+
+    /// Whether the provider has entries of this kind.
+    bool isStorable() const noexcept { return isFile() || isFolder(); }
 
     /// The rare attributes, made unless they are there.
     RareAttributes& requireRare() {
@@ -57,7 +63,7 @@ struct Inode {
     }
 
     const Kind kind;
-    bool attributesKnown = false;             ///< otherwise the provider has to be asked
+    bool attributesKnown = false;             ///< otherwise the provider has to be asked; guarded like them
     mutable InodeLock lock;                   ///< acquired through `InodeGuards`
     const std::uint64_t number;               ///< shown by stat(2), never reused
     std::atomic<std::uint64_t> references{0}; ///< held by the kernel

@@ -4,7 +4,7 @@ namespace storage::host {
 
 LiftedFlag::LiftedFlag(const IProvider& provider, const LockedTree& tree, const Inode& inode)
     : provider_(provider) {
-    if (!inode.attributes.isWritable()) {
+    if (!inode.attributes.isWritable() && tree.isStored(inode)) {
         location_ = tree.locationOf(inode);
         provider_.doSetWritable(*location_, true);
     }

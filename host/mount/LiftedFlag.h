@@ -17,7 +17,7 @@ public:
     using IProvider = foundation::storage::provider::IProvider;
     using StorageIRI = foundation::storage::provider::StorageIRI;
 
-    /// @param inode  with known attributes; nothing is done if it is writable
+    /// @param inode  with known attributes; nothing is done if it is writable or not in the storage
     LiftedFlag(const IProvider& provider, const LockedTree& tree, const Inode& inode);
     ~LiftedFlag();
     LiftedFlag(const LiftedFlag&) = delete;

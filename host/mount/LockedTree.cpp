@@ -2,6 +2,7 @@
 
 #include "host/disk/DiskEntry.h"
 #include "host/mount/EntryName.h"
+#include "host/mount/SpecialInodes.h"
 #include "host/support/FileTime.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 
@@ -121,9 +122,9 @@ Inode* ExclusiveTree::find(FolderInode& folder, std::u16string_view name) {
 Inode* ExclusiveTree::ask(FolderInode& folder, std::u16string_view name) {
     switch (tree_.provider_.doExistsExtended(locationOf(folder, name))) {
     case EntryExistence::File:
-        return &add(folder, Inode::Kind::File, std::u16string(name));
+        return &add(folder, {Inode::Kind::File}, std::u16string(name));
     case EntryExistence::Folder:
-        return &add(folder, Inode::Kind::Folder, std::u16string(name));
+        return &add(folder, {Inode::Kind::Folder}, std::u16string(name));
     default:
         return nullptr;
     }
@@ -138,24 +139,30 @@ void ExclusiveTree::complete(FolderInode& folder) {
         listing->step();
         const FolderEntry entry = listing->getEntry();
         if (programNameOf(entry.getName()) && folder.children_.find(entry.getName()) == nullptr) {
-            add(folder,
-                entry.getType() == FolderEntry::EntryType::Folder ? Inode::Kind::Folder : Inode::Kind::File,
-                entry.getName());
+            const bool isFolder = entry.getType() == FolderEntry::EntryType::Folder;
+            add(folder, {isFolder ? Inode::Kind::Folder : Inode::Kind::File}, entry.getName());
         }
     }
     folder.childrenComplete_ = true;
 }
 
-std::unique_ptr<Inode> ExclusiveTree::make(Inode::Kind kind, std::u16string name) {
+std::unique_ptr<Inode> ExclusiveTree::make(NewEntry entry, std::u16string name) {
     tree_.mutex_.assertHeld();
-    if (kind == Inode::Kind::Folder) {
-        return std::make_unique<FolderInode>(std::move(name), tree_.nextNumber_++);
+    const std::uint64_t number = tree_.nextNumber_++;
+    switch (entry.kind) {
+    case Inode::Kind::File:
+        return std::make_unique<FileInode>(std::move(name), number);
+    case Inode::Kind::Folder:
+        return std::make_unique<FolderInode>(std::move(name), number);
+    case Inode::Kind::SymbolicLink:
+        return std::make_unique<SymbolicLinkInode>(std::move(name), number, std::move(entry.target));
+    default:
+        return std::make_unique<SpecialInode>(entry.kind, std::move(name), number, entry.device);
     }
-    return std::make_unique<FileInode>(std::move(name), tree_.nextNumber_++);
 }
 
-Inode& ExclusiveTree::add(FolderInode& folder, Inode::Kind kind, std::u16string name) {
-    Inode& added = folder.children_.add(make(kind, std::move(name)));
+Inode& ExclusiveTree::add(FolderInode& folder, NewEntry entry, std::u16string name) {
+    Inode& added = folder.children_.add(make(std::move(entry), std::move(name)));
     added.place_.parent = &folder;
     return added;
 }

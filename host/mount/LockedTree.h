@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/mount/InodeTree.h"
+#include "host/mount/NewEntry.h"
 
 #include <optional>
 #include <string>
@@ -26,6 +27,10 @@ public:
     bool isRemoved(const Inode& inode) const noexcept {
         return inode.place_.parent == nullptr && !inode.place_.name.empty();
     }
+
+    /// Whether the provider has the entry.
+    bool isStored(const Inode& inode) const noexcept { return inode.isStorable() && !isRemoved(inode); }
+
     const std::u16string& nameOf(const Inode& inode) const noexcept { return inode.place_.name; }
     std::uint64_t positionOf(const Inode& inode) const noexcept { return inode.place_.position; }
 
@@ -49,6 +54,9 @@ public:
     bool isComplete(const FolderInode& folder) const noexcept {
         return folder.childrenComplete_ || isRemoved(folder);
     }
+
+    /// A folder without known children may still have some.
+    bool hasKnownChildren(const FolderInode& folder) const noexcept { return !folder.children_.empty(); }
 
     /// The next child of a listing after `position`, or null at its end.
     Inode* childAfter(const FolderInode& folder, std::uint64_t position) const noexcept {
@@ -111,7 +119,7 @@ public:
 
     /// Adds an entry without attributes.
     /// @throws std::bad_alloc with nothing changed
-    Inode& add(FolderInode& folder, Inode::Kind kind, std::u16string name);
+    Inode& add(FolderInode& folder, NewEntry entry, std::u16string name);
 
     /// Undoes an addition.
     void discard(Inode& inode) noexcept;
@@ -142,7 +150,7 @@ public:
 
 private:
     Inode* ask(FolderInode& folder, std::u16string_view name);
-    std::unique_ptr<Inode> make(Inode::Kind kind, std::u16string name);
+    std::unique_ptr<Inode> make(NewEntry entry, std::u16string name);
 };
 
 // NOLINTEND(readability-convert-member-functions-to-static)
@@ -156,7 +164,7 @@ void LockedTree::forEachKnownFile(const Visit& visit) const {
         folder.children_.forEach([&](Inode& child) {
             if (child.isFolder()) {
                 folders.push_back(&static_cast<FolderInode&>(child));
-            } else {
+            } else if (child.isFile()) {
                 visit(static_cast<FileInode&>(child));
             }
         });

@@ -3,6 +3,7 @@
 #include "host/disk/DiskEntry.h"
 #include "host/mount/ErrnoError.h"
 #include "host/mount/KernelTime.h"
+#include "host/mount/SpecialInodes.h"
 #include "host/support/FileTime.h"
 
 #include <cerrno>
@@ -20,9 +21,35 @@ timespec rounded(const timespec& time) {
 }
 
 void requireFile(const Inode& inode) {
-    if (inode.isFolder()) {
-        throw ErrnoError(EISDIR);
+    if (!inode.isFile()) {
+        throw ErrnoError(inode.isFolder() ? EISDIR : EINVAL);
     }
+}
+
+mode_t typeOf(Inode::Kind kind) {
+    switch (kind) {
+    case Inode::Kind::File:
+        return S_IFREG;
+    case Inode::Kind::Folder:
+        return S_IFDIR;
+    case Inode::Kind::SymbolicLink:
+        return S_IFLNK;
+    case Inode::Kind::Fifo:
+        return S_IFIFO;
+    case Inode::Kind::Socket:
+        return S_IFSOCK;
+    case Inode::Kind::CharacterDevice:
+        return S_IFCHR;
+    case Inode::Kind::BlockDevice:
+        return S_IFBLK;
+    }
+    return 0;
+}
+
+dev_t deviceOf(const Inode& inode) {
+    const bool isDevice =
+        inode.kind == Inode::Kind::CharacterDevice || inode.kind == Inode::Kind::BlockDevice;
+    return isDevice ? static_cast<const SpecialInode&>(inode).device : 0;
 }
 
 /// Trims a file's slack at the end of the scope, also after an exception.
@@ -58,7 +85,8 @@ struct stat MountedAttributes::statusOf(const LockedTree& tree, Inode& inode) {
 struct stat MountedAttributes::identify(const Inode& inode) {
     struct stat status {};
     status.st_ino = inode.number;
-    status.st_mode = inode.isFolder() ? S_IFDIR : S_IFREG;
+    status.st_mode = typeOf(inode.kind);
+    status.st_rdev = deviceOf(inode);
     return status;
 }
 
@@ -108,7 +136,8 @@ struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
     status.st_gid = owner.group;
     status.st_size = static_cast<off_t>(attributes.size);
     status.st_blksize = preferredBlockSize;
-    status.st_blocks = static_cast<blkcnt_t>((attributes.size + statusBlock - 1) / statusBlock);
+    status.st_blocks =
+        inode.isFile() ? static_cast<blkcnt_t>((attributes.size + statusBlock - 1) / statusBlock) : 0;
     status.st_mtim = attributes.modified;
     status.st_atim = attributes.accessed;
     status.st_ctim = attributes.changed;
@@ -117,7 +146,7 @@ struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
 
 void MountedAttributes::setModified(const LockedTree& tree, Inode& inode, const InodeGuards::Held&,
                                     const timespec& time) const {
-    if (!tree.isRemoved(inode)) {
+    if (tree.isStored(inode)) {
         provider_.doSetLastModified(tree.locationOf(inode), fromDiskTime(time));
     }
     inode.attributes.modified = rounded(time);
@@ -137,7 +166,7 @@ void MountedAttributes::setPermissions(const LockedTree& tree, Inode& inode, con
                                        mode_t permissions) const {
     EntryAttributes changed = inode.attributes;
     changed.permissions = permissions;
-    if (changed.isWritable() != inode.attributes.isWritable() && !tree.isRemoved(inode)) {
+    if (changed.isWritable() != inode.attributes.isWritable() && tree.isStored(inode)) {
         provider_.doSetWritable(tree.locationOf(inode), changed.isWritable());
     }
     inode.attributes = changed;

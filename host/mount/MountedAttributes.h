@@ -37,7 +37,7 @@ public:
     struct stat status(Inode& inode);
     struct stat statusOf(const LockedTree& tree, Inode& inode);
 
-    /// Inode number and file type only, which never change.
+    /// Inode number, file type and device number only, which never change.
     static struct stat identify(const Inode& inode);
 
     struct stat change(Inode& inode, const AttributeChange& change,

@@ -2,10 +2,35 @@
 
 #include "host/disk/DiskEntry.h"
 #include "host/mount/EntryName.h"
+#include "host/mount/ErrnoError.h"
+#include "host/mount/SpecialInodes.h"
 
+#include <cerrno>
+#include <climits>
 #include <utility>
 
 namespace storage::host {
+
+namespace {
+
+constexpr mode_t symbolicLinkPermissions = 0777; ///< nobody looks at them
+
+Inode::Kind kindOf(mode_t type) {
+    switch (type & S_IFMT) {
+    case S_IFIFO:
+        return Inode::Kind::Fifo;
+    case S_IFSOCK:
+        return Inode::Kind::Socket;
+    case S_IFCHR:
+        return Inode::Kind::CharacterDevice;
+    case S_IFBLK:
+        return Inode::Kind::BlockDevice;
+    default:
+        throw ErrnoError(EINVAL);
+    }
+}
+
+} // namespace
 
 MountedStorage::MountedStorage(const IProvider& provider, Owner defaultOwner)
     : ownership_(defaultOwner),
@@ -42,34 +67,53 @@ void MountedStorage::release(Inode& inode, std::uint64_t references) {
 
 MountedStorage::Found MountedStorage::makeFile(FolderInode& folder, std::string_view name, mode_t permissions,
                                                Owner owner) {
-    return makeEntry(folder, name, Inode::Kind::File, permissions, owner);
+    return makeEntry(folder, name, {Inode::Kind::File, permissions, owner});
 }
 
 MountedStorage::Found MountedStorage::makeFolder(FolderInode& folder, std::string_view name,
                                                  mode_t permissions, Owner owner) {
-    return makeEntry(folder, name, Inode::Kind::Folder, permissions, owner);
+    return makeEntry(folder, name, {Inode::Kind::Folder, permissions, owner});
 }
 
-MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind,
-                                                mode_t permissions, Owner owner) {
+MountedStorage::Found MountedStorage::makeSymbolicLink(FolderInode& folder, std::string_view name,
+                                                       std::string_view target, Owner owner) {
+    if (target.size() >= PATH_MAX) {
+        throw ErrnoError(ENAMETOOLONG);
+    }
+    return makeEntry(folder, name,
+                     {Inode::Kind::SymbolicLink, symbolicLinkPermissions, owner, std::string(target)});
+}
+
+MountedStorage::Found MountedStorage::makeNode(FolderInode& folder, std::string_view name,
+                                               mode_t typeAndPermissions, dev_t device, Owner owner) {
+    return makeEntry(folder, name, {kindOf(typeAndPermissions), typeAndPermissions, owner, {}, device});
+}
+
+const std::string& MountedStorage::readLink(const Inode& inode) {
+    if (inode.kind != Inode::Kind::SymbolicLink) {
+        throw ErrnoError(EINVAL);
+    }
+    return static_cast<const SymbolicLinkInode&>(inode).target;
+}
+
+MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string_view name, NewEntry entry) {
     std::u16string entryName = storageNameOf(name);
     const StorageSpace::Turn turn(space_);
     ExclusiveTree tree(tree_);
-    return refer(tree, &changes_.make(tree, folder, kind, std::move(entryName), permissions, owner));
+    return refer(tree, &changes_.make(tree, folder, std::move(entryName), std::move(entry)));
 }
 
 void MountedStorage::removeFile(FolderInode& folder, std::string_view name) {
-    removeEntry(folder, name, Inode::Kind::File);
+    const std::u16string entryName = storageNameOf(name);
+    ExclusiveTree tree(tree_);
+    changes_.removeFile(tree, folder, entryName);
+    space_.noteRemoval();
 }
 
 void MountedStorage::removeFolder(FolderInode& folder, std::string_view name) {
-    removeEntry(folder, name, Inode::Kind::Folder);
-}
-
-void MountedStorage::removeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind) {
     const std::u16string entryName = storageNameOf(name);
     ExclusiveTree tree(tree_);
-    changes_.remove(tree, folder, kind, entryName);
+    changes_.removeFolder(tree, folder, entryName);
     space_.noteRemoval();
 }
 

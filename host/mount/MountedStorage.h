@@ -62,6 +62,19 @@ public:
     /// @param owner  who makes the entry; a folder with the set-group-ID bit passes on its group instead
     Found makeFile(FolderInode& folder, std::string_view name, mode_t permissions, Owner owner);
     Found makeFolder(FolderInode& folder, std::string_view name, mode_t permissions, Owner owner);
+
+    /// @throws ErrnoError ENAMETOOLONG when the target is longer than a path can be
+    Found makeSymbolicLink(FolderInode& folder, std::string_view name, std::string_view target, Owner owner);
+
+    /// Makes a fifo, a socket or a device.
+    /// @throws ErrnoError EINVAL when the type is another
+    Found makeNode(FolderInode& folder, std::string_view name, mode_t typeAndPermissions, dev_t device,
+                   Owner owner);
+
+    /// @throws ErrnoError EINVAL when the inode is no symbolic link
+    static const std::string& readLink(const Inode& inode);
+
+    /// Removes an entry that is no folder.
     void removeFile(FolderInode& folder, std::string_view name);
     void removeFolder(FolderInode& folder, std::string_view name);
 
@@ -100,9 +113,7 @@ public:
     std::vector<Failure> settle();
 
 private:
-    Found makeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind, mode_t permissions,
-                    Owner owner);
-    void removeEntry(FolderInode& folder, std::string_view name, Inode::Kind kind);
+    Found makeEntry(FolderInode& folder, std::string_view name, NewEntry entry);
     Found refer(const LockedTree& tree, Inode* inode);
     void complete(FolderInode& folder);
 

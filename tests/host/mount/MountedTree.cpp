@@ -44,7 +44,7 @@ MountedTree::Inode& MountedTree::at(const std::string& path) {
 
 MountedTree::FileInode& MountedTree::file(const std::string& path) {
     Inode& inode = at(path);
-    if (inode.isFolder()) {
+    if (!inode.isFile()) {
         throw std::runtime_error(path + " is not a file");
     }
     return static_cast<FileInode&>(inode);
@@ -60,7 +60,7 @@ MountedTree::FolderInode& MountedTree::folder(const std::string& path) {
 
 MountedTree::FileInode& MountedTree::open(const std::string& path) {
     Inode* const found = storage_.lookUp(folder(parentOf(path)), nameOf(path)).inode;
-    if (found == nullptr || found->isFolder()) {
+    if (found == nullptr || !found->isFile()) {
         throw std::runtime_error(path + " is no file to be opened");
     }
     return static_cast<FileInode&>(*found);
@@ -81,6 +81,20 @@ MountedTree::FolderInode& MountedTree::makeFolder(const std::string& path, mode_
     const auto made = storage_.makeFolder(folder(parentOf(path)), nameOf(path), permissions, owner);
     storage_.release(*made.inode, 1);
     return static_cast<FolderInode&>(*made.inode);
+}
+
+MountedTree::Inode& MountedTree::makeSymbolicLink(const std::string& path, std::string_view target) {
+    const auto made =
+        storage_.makeSymbolicLink(folder(parentOf(path)), nameOf(path), target, Owner::ofProcess());
+    storage_.release(*made.inode, 1);
+    return *made.inode;
+}
+
+MountedTree::Inode& MountedTree::makeNode(const std::string& path, mode_t typeAndPermissions, dev_t device) {
+    const auto made = storage_.makeNode(folder(parentOf(path)), nameOf(path), typeAndPermissions, device,
+                                        Owner::ofProcess());
+    storage_.release(*made.inode, 1);
+    return *made.inode;
 }
 
 void MountedTree::removeFile(const std::string& path) {
@@ -169,7 +183,7 @@ void MountedTree::addFolder(FolderInode& folder, const std::string& path, TreeSn
         Inode& inode = at(below);
         if (inode.isFolder()) {
             addFolder(static_cast<FolderInode&>(inode), below, tree);
-        } else {
+        } else if (inode.isFile()) {
             add(inode, EntrySnapshot::Kind::File, below, bytesOf(static_cast<FileInode&>(inode)));
         }
     }

@@ -40,6 +40,8 @@ public:
                         Owner owner = Owner::ofProcess());
     FolderInode& makeFolder(const std::string& path, mode_t permissions = 0755,
                             Owner owner = Owner::ofProcess());
+    Inode& makeSymbolicLink(const std::string& path, std::string_view target);
+    Inode& makeNode(const std::string& path, mode_t typeAndPermissions, dev_t device = 0);
     void removeFile(const std::string& path);
     void removeFolder(const std::string& path);
     void rename(const std::string& from, const std::string& to,
@@ -61,7 +63,7 @@ public:
     /// The names in a folder in the order of its listing, without "." and "..".
     std::vector<std::string> namesIn(FolderInode& folder);
 
-    /// All that programs see.
+    /// All that programs see of files and folders.
     TreeSnapshot snapshot();
 
 private:

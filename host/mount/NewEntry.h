@@ -1,0 +1,20 @@
+#pragma once
+
+#include "host/mount/Inode.h"
+#include "host/mount/Owner.h"
+
+#include <string>
+#include <sys/types.h>
+
+namespace storage::host {
+
+/// What a program makes an entry of. A value.
+struct NewEntry {
+    Inode::Kind kind = Inode::Kind::File;
+    mode_t permissions = 0;
+    Owner owner = {};
+    std::string target = {}; ///< of a symbolic link
+    dev_t device = 0;        ///< of a device
+};
+
+} // namespace storage::host

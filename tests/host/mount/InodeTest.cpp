@@ -1,0 +1,18 @@
+#include "host/mount/InodeTree.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using storage::host::FileInode;
+using storage::host::FolderInode;
+using storage::host::Inode;
+
+/// There may be millions of inodes.
+TEST(InodeTest, TakesLittleMemory) {
+    EXPECT_LE(sizeof(Inode), 152U);
+    EXPECT_LE(sizeof(FileInode), 200U);
+    EXPECT_LE(sizeof(FolderInode), 272U);
+}
+
+} // namespace
