@@ -10,11 +10,34 @@
 namespace foundation::storage::provider {
 
 /// How a stream is to be opened. Order and size of the fields are part of the binary interface.
+///
+/// The functions name the usual ways. A file that must not exist yet cannot be expressed here: `openNewFile`.
 struct ByteStreamOpenOptions {
     std::int32_t hint = 0; ///< the host's own; providers may ignore it
     ByteStreamExistence existence = ByteStreamExistence::CreateIfMissing; ///< whether a missing file is made
     ByteStreamContent content = ByteStreamContent::Keep;                  ///< whether the file is emptied
     ByteStreamAppend append = ByteStreamAppend::WriteAtPosition;          ///< where writes go
+
+    /// Reads and writes an existing file; a missing one is `NotFound`.
+    /// @return the options
+    static constexpr ByteStreamOpenOptions readWriteExisting() noexcept {
+        return {0, ByteStreamExistence::MustExist, ByteStreamContent::Keep,
+                ByteStreamAppend::WriteAtPosition};
+    }
+
+    /// Writes a file anew: a missing one is created, an existing one is emptied by the opening.
+    /// @return the options
+    static constexpr ByteStreamOpenOptions createOrEmpty() noexcept {
+        return {0, ByteStreamExistence::CreateIfMissing, ByteStreamContent::Empty,
+                ByteStreamAppend::WriteAtPosition};
+    }
+
+    /// Adds to a file: a missing one is created, each write goes to the end.
+    /// @return the options
+    static constexpr ByteStreamOpenOptions createOrAppend() noexcept {
+        return {0, ByteStreamExistence::CreateIfMissing, ByteStreamContent::Keep,
+                ByteStreamAppend::AppendAtEnd};
+    }
 };
 
 static_assert(sizeof(ByteStreamOpenOptions) == 16);

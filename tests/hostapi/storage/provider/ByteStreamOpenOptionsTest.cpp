@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 using namespace foundation::storage::provider;
 
@@ -27,6 +28,15 @@ TEST(ByteStreamOpenOptions, LayOutFourNumbersInTheOrderOfTheBinaryInterface) {
 
 TEST(ByteStreamOpenOptions, CreateAMissingFileAndKeepAnExistingOneByDefault) {
     EXPECT_EQ(fieldsOf({}), (std::array<std::int32_t, 4>{0, 0, 1, 1}));
+}
+
+TEST(ByteStreamOpenOptions, HaveNamesForTheUsualWays) {
+    EXPECT_EQ(fieldsOf(ByteStreamOpenOptions::readWriteExisting()),
+              (std::array<std::int32_t, 4>{0, 1, 1, 1}));
+    EXPECT_EQ(fieldsOf(ByteStreamOpenOptions::createOrEmpty()), (std::array<std::int32_t, 4>{0, 0, 0, 1}));
+    EXPECT_EQ(fieldsOf(ByteStreamOpenOptions::createOrAppend()), (std::array<std::int32_t, 4>{0, 0, 1, 0}));
+    static_assert(std::is_aggregate_v<ByteStreamOpenOptions>);
+    static_assert(ByteStreamOpenOptions::createOrEmpty().content == ByteStreamContent::Empty);
 }
 
 } // namespace
