@@ -1,0 +1,67 @@
+#pragma once
+
+#include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/ByteStreamOpenOptions.h"
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
+#include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/StorageIRI.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace foundation::storage::provider {
+
+/// All bytes of a file. Of a file that changes meanwhile, each block is as it was when it was read.
+/// @param provider  the storage
+/// @param iri       a file
+/// @return the bytes
+/// @throws Exception as `IProvider::doOpenReadOnlyStream`
+/// @throws std::runtime_error when the provider returns a count that is not possible
+/// @throws whatever the stream throws
+inline std::string readFile(const IProvider& provider, const StorageIRI& iri) {
+    constexpr std::size_t firstBlock = std::size_t{64} * 1024;
+    const std::unique_ptr<ByteStream> stream = requireNonNull(provider.doOpenReadOnlyStream(iri), "stream");
+    std::string bytes;
+    std::size_t size = 0;
+    do {
+        // Blocks grow with the file, so that few calls read a large one.
+        bytes.resize(size + std::max(firstBlock, size));
+        size += readUpTo(*stream, bytes.data() + size, bytes.size() - size);
+    } while (size == bytes.size());
+    bytes.resize(size);
+    return bytes;
+}
+
+/// Gives a file exactly these bytes; a missing file is created. Not atomic: a failure may leave the file with some of them, and
+/// others see it grow. To replace a file in one step, write another one and move it there with
+/// `ReplacementPolicy::ReplaceExisting`.
+/// @param provider  the storage
+/// @param iri       a file, or where one is to be created
+/// @param bytes     the new content
+/// @throws Exception as `IProvider::doOpenStream`, with the file unchanged
+/// @throws std::runtime_error when the provider returns another count than it was given
+/// @throws whatever the stream throws
+inline void writeFile(const IProvider& provider, const StorageIRI& iri, std::string_view bytes) {
+    const std::unique_ptr<ByteStream> stream =
+        requireNonNull(provider.doOpenStream(iri, ByteStreamOpenOptions::createOrEmpty()), "stream");
+    writeAll(*stream, bytes);
+    stream->flush();
+}
+
+/// Creates a file that must not exist yet and opens it for reading and writing. Of several threads that create one file, exactly
+/// one succeeds. Creating and opening are two steps: a file that another thread removes in between is `NotFound`.
+/// @param provider  the storage
+/// @param iri       where nothing exists yet, in an existing folder
+/// @return the stream; the caller's own
+/// @throws Exception as `IProvider::doCreateFile`
+/// @throws Exception as `IProvider::doOpenStream`; the new file stays
+inline std::unique_ptr<ByteStream> openNewFile(const IProvider& provider, const StorageIRI& iri) {
+    provider.doCreateFile(iri);
+    return requireNonNull(provider.doOpenStream(iri, ByteStreamOpenOptions::readWriteExisting()), "stream");
+}
+
+} // namespace foundation::storage::provider
