@@ -1,21 +1,10 @@
 #include "hostapi/storage/provider/defaults/EntryList.h"
 
-#include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/defaults/VectorFolderEntryIterator.h"
 
 #include <utility>
 
 namespace foundation::storage::provider {
-
-EntryList readEntries(std::unique_ptr<IFolderEntryIterator> listing) {
-    listing = requireNonNull(std::move(listing), "listing");
-    EntryList entries;
-    while (listing->hasNext()) {
-        listing->step();
-        entries.push_back(listing->getEntry());
-    }
-    return entries;
-}
 
 EntryList onlyMatching(EntryList entries, const WildcardPattern& pattern) {
     std::erase_if(entries, [&](const FolderEntry& entry) { return !pattern.matches(entry.getName()); });

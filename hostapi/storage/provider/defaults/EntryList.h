@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/FolderEntry.h"
 #include "hostapi/storage/provider/IFolderEntryIterator.h"
+#include "hostapi/storage/provider/ListingRange.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 
 #include <memory>
@@ -11,9 +12,6 @@
 namespace foundation::storage::provider {
 
 using EntryList = std::vector<FolderEntry>;
-
-/// Everything that `listing` has left, in its order.
-EntryList readEntries(std::unique_ptr<IFolderEntryIterator> listing);
 
 /// The entries whose names match, in their order.
 EntryList onlyMatching(EntryList entries, const WildcardPattern& pattern);

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "hostapi/storage/provider/FolderEntry.h"
+#include "hostapi/storage/provider/IFolderEntryIterator.h"
+#include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/StorageIRI.h"
+
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace foundation::storage::provider {
+
+/// The entries of a listing as a range, for one pass: `for (const FolderEntry& entry : list(provider, iri))`.
+///
+/// Owns the listing and the entry that it has arrived at; iterators borrow the range. It must be destroyed before the library
+/// that made the listing is unloaded.
+///
+/// Thread safety: one range is for one thread at a time.
+class ListingRange {
+public:
+    /// An input iterator. All iterators of a range share its place in the listing.
+    class Iterator {
+    public:
+        using iterator_category = std::input_iterator_tag; ///< for one pass
+        using value_type = FolderEntry;                    ///< an entry
+        using difference_type = std::ptrdiff_t;            ///< required of iterators, never used
+        using pointer = const FolderEntry*;                ///< valid until the next step
+        using reference = const FolderEntry&;              ///< valid until the next step
+
+        /// The end of every range.
+        Iterator() = default;
+
+        /// The entry.
+        /// @return it, valid until the next step
+        reference operator*() const { return *range_->entry_; }
+
+        /// The entry.
+        /// @return it, valid until the next step
+        pointer operator->() const { return &*range_->entry_; }
+
+        /// Moves to the next entry.
+        /// @return this iterator
+        Iterator& operator++() {
+            range_ = range_->advance() ? range_ : nullptr;
+            return *this;
+        }
+
+        /// Moves to the next entry. There is no iterator that could stay at this one.
+        void operator++(int) { ++*this; }
+
+        /// Whether both, or neither, are at the end.
+        /// @param other  an iterator of the same range
+        /// @return whether they are equal
+        bool operator==(const Iterator& other) const noexcept { return range_ == other.range_; }
+
+        /// Whether one of both is at the end.
+        /// @param other  an iterator of the same range
+        /// @return whether they differ
+        bool operator!=(const Iterator& other) const noexcept { return !(*this == other); }
+
+    private:
+        friend class ListingRange;
+        explicit Iterator(ListingRange* range) noexcept : range_(range) {}
+
+        ListingRange* range_ = nullptr;
+    };
+
+    /// @param listing  any listing of a provider, for example that of `doListFilesWildcards`
+    /// @throws std::runtime_error when there is none
+    explicit ListingRange(std::unique_ptr<IFolderEntryIterator> listing)
+        : listing_(requireNonNull(std::move(listing), "listing")) {}
+
+    /// The next entry. A second call does not start again.
+    /// @return an iterator; the end when nothing is left
+    Iterator begin() { return Iterator(advance() ? this : nullptr); }
+
+    /// Behind the last entry.
+    /// @return an iterator that compares equal to another one that has reached the end
+    Iterator end() const noexcept { return Iterator(); }
+
+private:
+    bool advance() {
+        if (!listing_->hasNext()) {
+            return false;
+        }
+        listing_->step();
+        entry_.emplace(listing_->getEntry());
+        return true;
+    }
+
+    std::unique_ptr<IFolderEntryIterator> listing_;
+    std::optional<FolderEntry> entry_;
+};
+
+/// The files and folders in a folder, as a range.
+/// @param provider  the storage
+/// @param iri       a folder
+/// @return the entries, in the order of `doListAll`
+/// @throws Exception `NotFound` when no folder exists there
+inline ListingRange list(const IProvider& provider, const StorageIRI& iri) {
+    return ListingRange(provider.doListAll(iri));
+}
+
+/// All entries that a listing has left.
+/// @param listing  any listing of a provider
+/// @return the entries, in the order of the listing
+/// @throws std::runtime_error when there is no listing
+inline std::vector<FolderEntry> readEntries(std::unique_ptr<IFolderEntryIterator> listing) {
+    ListingRange range(std::move(listing));
+    return std::vector<FolderEntry>(range.begin(), range.end());
+}
+
+} // namespace foundation::storage::provider
