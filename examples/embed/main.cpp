@@ -1,11 +1,10 @@
-#include "ByteStreamDevice.h"
-
 #include <hostapi/core/except/UtfConversion.h>
+#include <hostapi/storage/iostream/FileIostream.h>
 #include <hostapi/storage/provider/ByteStreamTransfer.h>
 #include <hostapi/storage/provider/IProvider.h>
+#include <hostapi/storage/provider/ListingRange.h>
+#include <hostapi/storage/provider/WholeFile.h>
 #include <inmemoryprovider/PluginEntry.h>
-
-#include <boost/iostreams/stream.hpp>
 
 #include <exception>
 #include <iostream>
@@ -18,37 +17,38 @@ using foundation::core::except::toReadableUtf8;
 namespace {
 
 // [write]
-using FileStream = boost::iostreams::stream<ByteStreamDevice>;
-
 void writeShoppingList(const IProvider& provider) {
     provider.doCreateFolder(StorageIRI(u"/lists"));
 
-    // Without options a missing file is created, and what is in an existing one is kept.
-    FileStream file(ByteStreamDevice(provider.doOpenStream(StorageIRI(u"/lists/shopping"), {})));
-    file.exceptions(std::ios_base::badbit); // else the C++ stream swallows what the storage throws
+    FileIostream file(
+        provider.doOpenStream(StorageIRI(u"/lists/shopping"), ByteStreamOpenOptions::createOrEmpty()));
     for (const char* item : {"bread", "apples", "tea"}) {
         file << item << '\n';
     }
-    file.flush(); // a C++ stream holds bytes back; the storage does not
+    file.flush(); // throws if the bytes cannot be written; the destructor would throw nothing
 }
 // [write]
 
 // [read]
 void printFile(const IProvider& provider, const StorageIRI& location) {
-    FileStream file(ByteStreamDevice(provider.doOpenReadOnlyStream(location)));
+    FileIostream file(provider.doOpenReadOnlyStream(location));
     for (std::string line; std::getline(file, line);) {
         std::cout << "  " << line << '\n';
     }
 }
 // [read]
 
+// [whole]
+void keepCopy(const IProvider& provider) {
+    const std::string items = readFile(provider, StorageIRI(u"/lists/shopping"));
+    writeFile(provider, StorageIRI(u"/lists/copy"), items);
+}
+// [whole]
+
 // [list]
 void printFolder(const IProvider& provider) {
     // A snapshot: it shows the folder as it was at the call.
-    const std::unique_ptr<IFolderEntryIterator> listing = provider.doListAll(StorageIRI(u"/lists"));
-    while (listing->hasNext()) {
-        listing->step();
-        const FolderEntry entry = listing->getEntry();
+    for (const FolderEntry& entry : list(provider, StorageIRI(u"/lists"))) {
         const StorageIRI location(u"/lists/" + entry.getName());
         const ExtendedAttributes attributes = provider.doGetExtendedAttributes(location);
         std::cout << toReadableUtf8(entry.getName()) << ": " << attributes.size << " bytes\n";
@@ -56,21 +56,13 @@ void printFolder(const IProvider& provider) {
 }
 // [list]
 
-// [append]
-ByteStreamOpenOptions appending() {
-    ByteStreamOpenOptions options;
-    options.existence = ByteStreamExistence::MustExist;
-    options.append = ByteStreamAppend::AppendAtEnd;
-    return options;
-}
-// [append]
-
 // [moved]
 void moveFileThatIsOpen(const IProvider& provider) {
     const StorageIRI before(u"/lists/shopping");
     const StorageIRI after(u"/lists/shopping on Saturday");
 
-    const std::unique_ptr<ByteStream> stream = provider.doOpenStream(before, appending());
+    const std::unique_ptr<ByteStream> stream =
+        provider.doOpenStream(before, ByteStreamOpenOptions::createOrAppend());
     provider.doMoveFile(before, after, ReplacementPolicy::RefuseExisting);
     writeAll(*stream, "salt\n"); // the stream went with the file
     printFile(provider, after);
@@ -106,6 +98,7 @@ int main() {
         // [build]
         writeShoppingList(*provider);
         printFile(*provider, StorageIRI(u"/lists/shopping"));
+        keepCopy(*provider);
         printFolder(*provider);
         moveFileThatIsOpen(*provider);
         handleFailures(*provider);

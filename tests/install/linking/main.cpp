@@ -1,7 +1,11 @@
+#include <hostapi/storage/iostream/FileIostream.h>
+#include <hostapi/storage/provider/ListingRange.h>
+#include <hostapi/storage/provider/WholeFile.h>
 #include <inmemoryprovider/PluginEntry.h>
 
 #include <cstdio>
 #include <memory>
+#include <string>
 
 using namespace foundation::storage::provider;
 
@@ -11,15 +15,17 @@ int main() {
         storage::inmemoryprovider::buildInMemoryProvider();
     made->doCreateFolder(StorageIRI(u"/a"));
     const std::shared_ptr<const IProvider> provider = made;
-    provider->doOpenStream(StorageIRI(u"/a/f"), {})->write("linked", 6);
-    char text[7] = {};
-    provider->doOpenReadOnlyStream(StorageIRI(u"/a/f"))->read(text, 6);
+    FileIostream(openNewFile(*provider, StorageIRI(u"/a/f"))) << "linked";
+    std::string text;
+    for (const FolderEntry& entry : list(*provider, StorageIRI(u"/a"))) {
+        text += readFile(*provider, StorageIRI(u"/a/" + entry.getName()));
+    }
     try {
         provider->doRemoveFolder(StorageIRI(u"/a"));
     } catch (const Exception& error) {
         if (error.getErrorCode() == ErrorCode::FolderNotEmpty && error.getIRI() == StorageIRI(u"/a") &&
             error.getIRI() != StorageIRI(u"/b")) {
-            std::puts(text);
+            std::puts(text.c_str());
         }
     }
 }
