@@ -4,6 +4,7 @@
 #include "host/support/Utf.h"
 #include "hostapi/core/except/IException.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/SystemError.h"
 
 #include <new>
 #include <system_error>
@@ -12,6 +13,7 @@ namespace storage::host {
 
 using foundation::core::except::IException;
 using foundation::storage::provider::Exception;
+using foundation::storage::provider::SystemError;
 
 namespace {
 
@@ -30,6 +32,8 @@ Failure Failure::ofCurrentException(const std::string& path) {
         return {error.path(), error.what()};
     } catch (const Exception& error) {
         return {printable(error.getIRI().getPath()), reasonOf(error)};
+    } catch (const SystemError& error) {
+        return {printable(error.getIRI().getPath()), error.code().message()};
     } catch (const std::bad_alloc&) {
         return {path, "out of memory"};
     } catch (const std::system_error& error) {

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "hostapi/Export.h"
+#include "hostapi/storage/provider/StorageIRI.h"
+
+#include <memory>
+#include <system_error>
+
+namespace foundation::storage::provider {
+
+/// The failure of a system call on which a provider operation depends: the error number, and at which location. For failures
+/// that are not the storage's refusal and have no `ErrorCode`: a disk that cannot be read, a connection that is gone.
+///
+/// Its class is the host libraries', so it may outlive the library of the provider. Copying never throws. Thread safety: any
+/// number of threads may read one object.
+class QZFL_EXPORT SystemError : public std::system_error {
+public:
+    /// @param error  the errno of the call
+    /// @param iri    the location concerned
+    /// @throws std::bad_alloc
+    SystemError(int error, const StorageIRI& iri);
+    /// Shares the location.
+    SystemError(const SystemError&) noexcept;
+    /// Shares the location.
+    /// @return this exception
+    SystemError& operator=(const SystemError&) noexcept;
+    ~SystemError() override;
+
+    /// The location concerned.
+    /// @return it, valid as long as this object or a copy of it
+    const StorageIRI& getIRI() const noexcept;
+
+private:
+    std::shared_ptr<const StorageIRI> iri_;
+};
+
+/// Throws what a provider operation is to throw for a failed system call on behalf of a location.
+///
+/// | errno | exception |
+/// |---|---|
+/// | `ENOENT`, `ENOTDIR`, `EISDIR` | `Exception` `NotFound` |
+/// | `ENAMETOOLONG`, `EILSEQ`: the storage cannot hold the name | `Exception` `NotFound` |
+/// | `EEXIST` | `Exception` `AlreadyExists` |
+/// | `ENOTEMPTY` | `Exception` `FolderNotEmpty` |
+/// | `EROFS` | `Exception` `ReadOnly` |
+/// | `ENOMEM` | `std::bad_alloc` |
+/// | `EFBIG` | `std::length_error` |
+/// | all others | `SystemError` |
+///
+/// `EACCES` and `EPERM` are not `ReadOnly`: a provider checks its writable flags before it calls the system.
+/// @param error  the errno of the call
+/// @param iri    the location that the operation was given
+[[noreturn]] QZFL_EXPORT void throwSystemError(int error, const StorageIRI& iri);
+
+} // namespace foundation::storage::provider
