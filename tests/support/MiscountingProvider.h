@@ -5,14 +5,18 @@
 
 #include <algorithm>
 #include <functional>
+#include <ios>
 #include <memory>
 #include <utility>
 
-/// A provider whose streams can be made to return wrong counts.
+/// A provider whose streams can be made to return wrong counts and positions.
 class MiscountingProvider final : public HookedProvider {
 public:
     /// The count that is returned instead of the count asked for. Not more bytes than that are really moved.
     using Count = std::function<long(long)>;
+
+    /// The position that is returned instead of the one that the stream has moved to.
+    using Position = std::function<std::streamoff(std::streamoff)>;
 
     static long right(long count) { return count; }
 
@@ -20,6 +24,7 @@ public:
 
     Count written = right; ///< by writes
     Count copied = right;  ///< by reads
+    Position sought = right;
 
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                              const OpenOptions& options) const override {
@@ -49,6 +54,9 @@ private:
                 inner().write(buffer, std::min(wanted, count));
             }
             return wanted;
+        }
+        std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+            return provider_.sought(inner().seek(offset, direction));
         }
 
     private:

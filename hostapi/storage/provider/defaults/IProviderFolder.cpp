@@ -28,15 +28,10 @@ void createFolderUnlessThere(const IProvider& provider, const StorageIRI& iri) {
 /// Removes what the walk has arrived at, once nothing is left in it.
 void removeVisited(const IProvider& provider, const FolderTreeWalk& walk) {
     try {
-        switch (walk.event()) {
-        case FolderTreeWalk::Event::FileMet:
+        if (walk.event() == FolderTreeWalk::Event::FileMet) {
             provider.doRemoveFile(walk.location());
-            break;
-        case FolderTreeWalk::Event::FolderEntered:
-            break;
-        case FolderTreeWalk::Event::FolderLeft:
+        } else if (walk.event() == FolderTreeWalk::Event::FolderLeft) {
             provider.doRemoveFolder(walk.location());
-            break;
         }
     } catch (const Exception& failure) {
         if (failure.getErrorCode() != ErrorCode::NotFound) {

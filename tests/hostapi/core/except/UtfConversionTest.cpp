@@ -29,6 +29,7 @@ TEST(UtfConversion, ReplacesEachUnpairedSurrogate) {
     EXPECT_EQ(toReadableUtf8(u"a\xd800"s), "a" + replacement);
     EXPECT_EQ(toReadableUtf8(u"\xdc00\xd800"s), replacement + replacement);
     EXPECT_EQ(toReadableUtf8(u"\xd83d\xd83d\xde00"s), replacement + "\xf0\x9f\x98\x80");
+    EXPECT_EQ(toReadableUtf8(u"\xd800\xffff"s), replacement + "\xef\xbf\xbf");
 }
 
 TEST(UtfConversion, ReplacesEachIllFormedUtf8Sequence) {

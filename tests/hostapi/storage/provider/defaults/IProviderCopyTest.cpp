@@ -70,6 +70,38 @@ TEST_F(IProviderCopy, FailsOnAReadOfMoreThanItAskedFor) {
     EXPECT_THAT(namesIn(u"/to"), IsEmpty());
 }
 
+TEST_F(IProviderCopy, FailsOnASourceThatRefusesToMoveThePosition) {
+    MiscountingProvider provider(provider_);
+    for (const std::streamoff refusedAt : {std::streamoff{9}, std::streamoff{0}}) { // the end, the beginning
+        provider.sought = [&](std::streamoff position) { return position == refusedAt ? -1 : position; };
+        EXPECT_THROW(provider.doCopyFile(source_, destination_, refuseExisting), std::runtime_error);
+        EXPECT_THAT(namesIn(u"/to"), IsEmpty()) << refusedAt;
+    }
+}
+
+TEST_F(IProviderCopy, PassesOnOtherFailuresOfAReadOnlyTest) {
+    makeFile(u"/to/f", "old");
+    EXPECT_THAT(
+        [&] {
+            copyRacing(
+                [](const std::string& operation, const StorageIRI& iri) {
+                    if (operation == "getFileAttributes") {
+                        throw Exception(ErrorCode::NotOffered, iri);
+                    }
+                },
+                replaceExisting);
+        },
+        failsWith(ErrorCode::NotOffered, destination_));
+    EXPECT_EQ(contentOf(u"/to/f"), "old");
+    EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
+}
+
+TEST_F(IProviderCopy, ToALocationInNoFolderIsNotFound) {
+    EXPECT_THAT([&] { provider_->doCopyFile(source_, at(u"f"), refuseExisting); },
+                testing::Throws<Exception>(testing::Property(&Exception::getErrorCode, ErrorCode::NotFound)));
+    EXPECT_THAT(namesIn(u"/"), ElementsAre(u"from", u"to"));
+}
+
 TEST_F(IProviderCopy, AcceptsShortReads) {
     MiscountingProvider provider(provider_);
     provider.copied = [](long) { return 1L; };

@@ -99,6 +99,7 @@ TEST_F(IProviderQuery, SpellsACanonicalLocationInOneWay) {
         EXPECT_EQ(provider_->doGetCanonicalLocation(at(path)), at(u"/a/b"));
     }
     EXPECT_EQ(provider_->doGetCanonicalLocation(at(u"//a//b/")), at(u"/a//b"));
+    EXPECT_EQ(provider_->doGetCanonicalLocation(at(u"a/b/")), at(u"a/b"));
     EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"//", u"/mounted", true)), at(u"/"));
 }
 

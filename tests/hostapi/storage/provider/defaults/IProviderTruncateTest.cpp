@@ -39,6 +39,13 @@ TEST_F(IProviderTruncate, FailsOnAShortWrite) {
     }
 }
 
+TEST_F(IProviderTruncate, FailsOnAFileThatRefusesToMoveThePositionToItsEnd) {
+    MiscountingProvider provider(provider_);
+    provider.sought = [](std::streamoff) { return -1; };
+    EXPECT_THROW(provider.doTruncateToSize(iri_, 20), std::runtime_error);
+    EXPECT_EQ(contentOf(u"/f"), "0123456789");
+}
+
 TEST_F(IProviderTruncate, EmptiesAFile) {
     truncate(0);
     EXPECT_EQ(contentOf(u"/f"), "");
