@@ -5,7 +5,7 @@
 namespace storage::host {
 
 std::u16string displayPath(std::string_view operand, const StoragePath& top, const StoragePath& path) {
-    std::u16string displayed = toUtf16(operand).value_or(top.text());
+    std::u16string displayed = toUtf16(operand);
     if (path == top) {
         return displayed;
     }

@@ -38,11 +38,7 @@ public:
 private:
     void readPattern() {
         if (pattern_) {
-            const auto text = toUtf16(*pattern_);
-            if (!text) {
-                throw CommandError(*pattern_, "the pattern is not UTF-8");
-            }
-            patternText_ = *text;
+            patternText_ = toUtf16(*pattern_);
         }
     }
 

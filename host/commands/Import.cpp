@@ -51,10 +51,7 @@ private:
 
     static void import(Importer& importer, const std::string& source, StorageDestination& destination) {
         const auto name = toUtf16(diskName(source));
-        if (!name) {
-            throw CommandError(source, "the name is not UTF-8");
-        }
-        importer.run(source, destination.of(*name), destination.attributesFor(*name));
+        importer.run(source, destination.of(name), destination.attributesFor(name));
     }
 
     bool isOnSourceOnly_ = false;

@@ -11,11 +11,7 @@ std::u16string storageNameOf(std::string_view name) {
     if (name.size() > longestEntryName) {
         throw ErrnoError(ENAMETOOLONG);
     }
-    auto result = toUtf16(name);
-    if (!result) {
-        throw ErrnoError(EILSEQ);
-    }
-    return *std::move(result);
+    return toUtf16(name);
 }
 
 std::optional<std::string> programNameOf(std::u16string_view name) {

@@ -30,11 +30,7 @@ std::string nameOf(const std::string& path) {
 enum class Stored { Nothing, File, Folder };
 
 Stored storedAt(const IProvider& provider, const std::string& path) {
-    const auto text = toUtf16('/' + path);
-    if (!text) {
-        return Stored::Nothing;
-    }
-    const auto iri = StoragePath::resolve(StoragePath(), *text).iri();
+    const auto iri = StoragePath::resolve(StoragePath(), toUtf16('/' + path)).iri();
     if (provider.doFileExists(iri)) {
         return Stored::File;
     }

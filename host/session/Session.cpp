@@ -9,11 +9,7 @@ StoragePath Session::resolve(std::string_view word) const {
     if (word.empty()) {
         throw CommandError("''", "an empty path");
     }
-    const auto text = toUtf16(word);
-    if (!text) {
-        throw CommandError(std::string(word), "the name is not UTF-8");
-    }
-    return StoragePath::resolve(currentFolder_, *text);
+    return StoragePath::resolve(currentFolder_, toUtf16(word));
 }
 
 } // namespace storage::host

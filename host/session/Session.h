@@ -39,7 +39,7 @@ public:
     bool ended() const noexcept { return ended_; }
 
     /// The path that a word of a command names.
-    /// @throws CommandError when the word is empty or not UTF-8
+    /// @throws CommandError when the word is empty
     StoragePath resolve(std::string_view word) const;
 
 private:

@@ -31,33 +31,34 @@ public:
     bool hasWildcard() const { return hasWildcard_; }
     bool mustBeFolder() const { return !slashes_.empty(); }
 
-    /// Nothing when the text is not UTF-8, so that no name can match.
-    std::optional<WildcardPattern> pattern() const {
+    WildcardPattern pattern() const {
         using Kind = WildcardPattern::Element::Kind;
         std::vector<WildcardPattern::Element> elements;
         std::size_t byte = 0;
-        const auto units = toUtf16(text_);
-        if (!units) {
-            return std::nullopt;
-        }
-        for (std::size_t i = 0; i < units->size(); ++i, byte = nextCharacter(byte)) {
-            const char16_t unit = (*units)[i];
+        const std::u16string units = toUtf16(text_);
+        for (std::size_t i = 0; i < units.size(); ++i) {
+            const char16_t unit = units[i];
             const bool special = (unit == u'*' || unit == u'?') && !quoted_[byte];
             const Kind wildcard = unit == u'*' ? Kind::AnyRun : Kind::AnyCharacter;
             elements.push_back({special ? wildcard : Kind::Literal, unit});
             if (unit >= 0xD800 && unit <= 0xDBFF) { // both halves of a pair come from one UTF-8 sequence
-                elements.push_back({Kind::Literal, (*units)[++i]});
+                elements.push_back({Kind::Literal, units[++i]});
             }
+            byte += bytesOf(unit);
         }
         return WildcardPattern(std::move(elements));
     }
 
 private:
-    std::size_t nextCharacter(std::size_t byte) const {
-        do {
-            ++byte;
-        } while (byte < text_.size() && (static_cast<unsigned char>(text_[byte]) & 0xC0U) == 0x80U);
-        return byte;
+    /// How many bytes the character takes that begins with a unit; one that stands for a byte takes one.
+    static std::size_t bytesOf(char16_t unit) {
+        if (unit < 0x80 || (unit >= 0xDC00 && unit <= 0xDFFF)) {
+            return 1;
+        }
+        if (unit < 0x800) {
+            return 2;
+        }
+        return unit >= 0xD800 && unit <= 0xDBFF ? 4 : 3;
     }
 
     std::string text_;
@@ -106,26 +107,22 @@ std::vector<Glob::Candidate> Glob::step(const std::vector<Candidate>& from,
 }
 
 void Glob::addMatches(const Candidate& from, const Component& component, std::vector<Candidate>& to) const {
-    const auto pattern = component.pattern();
-    if (!pattern || !provider_.doFolderExists(from.path.iri())) {
+    const WildcardPattern pattern = component.pattern();
+    if (!provider_.doFolderExists(from.path.iri())) {
         return;
     }
     const auto names = component.mustBeFolder() ? provider_.doListFoldersNamesOnly(from.path.iri())
                                                 : provider_.doListAllNamesOnly(from.path.iri());
     for (const std::u16string& name : names) {
         const auto spelling = toUtf8(name);
-        if (spelling && pattern->matches(name)) {
+        if (spelling && pattern.matches(name)) {
             to.push_back({from.spelling + *spelling + component.slashes(), from.path.child(name)});
         }
     }
 }
 
 void Glob::addLiteral(const Candidate& from, const Component& component, std::vector<Candidate>& to) const {
-    const auto name = toUtf16(component.text());
-    if (!name) {
-        return;
-    }
-    StoragePath path = StoragePath::resolve(from.path, *name);
+    StoragePath path = StoragePath::resolve(from.path, toUtf16(component.text()));
     const bool matches =
         component.mustBeFolder() ? provider_.doFolderExists(path.iri()) : provider_.doExists(path.iri());
     if (matches) {

@@ -16,7 +16,7 @@ namespace {
 
 StoragePath createBeside(const IProvider& provider, const StoragePath& target) {
     for (unsigned number = 0;; ++number) {
-        StoragePath path = target.parent().child(*toUtf16(fmt::format(".qzstorage-import-{}", number)));
+        StoragePath path = target.parent().child(toUtf16(fmt::format(".qzstorage-import-{}", number)));
         try {
             provider.doCreateFile(path.iri());
             return path;

@@ -49,24 +49,58 @@ constexpr bool isTrailSurrogate(char16_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
+constexpr char16_t escapeBase = 0xDC00; ///< what the unit of a byte has beyond the byte
+
+/// Whether a trail surrogate, if it is unpaired, stands for a byte.
+constexpr bool isEscapedByte(char16_t unit) {
+    return unit >= escapeBase + 0x80 && unit <= escapeBase + 0xFF;
+}
+
+constexpr char32_t combined(char16_t lead, char16_t trail) {
+    return 0x10000U + ((lead - 0xD800U) << 10U) + (trail - 0xDC00U);
+}
+
+constexpr bool isPairAt(std::u16string_view text, std::size_t position) {
+    return isLeadSurrogate(text[position]) && position + 1 < text.size() &&
+           isTrailSurrogate(text[position + 1]);
+}
+
 } // namespace
 
-std::optional<std::u16string> toUtf16(std::string_view text) {
-    if (!utf8::is_valid(text.begin(), text.end())) {
-        return std::nullopt;
-    }
+std::u16string toUtf16(std::string_view bytes) {
     std::u16string result;
-    result.reserve(text.size());
-    utf8::utf8to16(text.begin(), text.end(), std::back_inserter(result));
+    result.reserve(bytes.size());
+    auto position = bytes.begin();
+    while (position != bytes.end()) {
+        const auto invalid = utf8::find_invalid(position, bytes.end());
+        utf8::utf8to16(position, invalid, std::back_inserter(result));
+        position = invalid;
+        if (position != bytes.end()) {
+            result += static_cast<char16_t>(escapeBase + static_cast<unsigned char>(*position));
+            ++position;
+        }
+    }
     return result;
 }
 
 std::optional<std::string> toUtf8(std::u16string_view text) {
     std::string result;
     result.reserve(text.size());
-    try {
-        utf8::utf16to8(text.begin(), text.end(), std::back_inserter(result));
-    } catch (const utf8::invalid_utf16&) {
+    bool hasEscapes = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (isPairAt(text, i)) {
+            utf8::append(combined(text[i], text[i + 1]), std::back_inserter(result));
+            ++i;
+        } else if (isEscapedByte(text[i])) {
+            result += static_cast<char>(text[i] - escapeBase);
+            hasEscapes = true;
+        } else if (isLeadSurrogate(text[i]) || isTrailSurrogate(text[i])) {
+            return std::nullopt;
+        } else {
+            utf8::append(static_cast<char32_t>(text[i]), std::back_inserter(result));
+        }
+    }
+    if (hasEscapes && toUtf16(result) != text) {
         return std::nullopt;
     }
     return result;
@@ -91,9 +125,11 @@ std::string printable(std::string_view text) {
 std::string printable(std::u16string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (isLeadSurrogate(text[i]) && i + 1 < text.size() && isTrailSurrogate(text[i + 1])) {
-            appendPrintable(result, 0x10000U + ((text[i] - 0xD800U) << 10U) + (text[i + 1] - 0xDC00U));
+        if (isPairAt(text, i)) {
+            appendPrintable(result, combined(text[i], text[i + 1]));
             ++i;
+        } else if (isEscapedByte(text[i])) {
+            result += fmt::format("\\x{:02X}", text[i] - escapeBase);
         } else if (isLeadSurrogate(text[i]) || isTrailSurrogate(text[i])) {
             result += fmt::format("\\u{:04X}", static_cast<unsigned>(text[i]));
         } else {

@@ -148,13 +148,7 @@ void Checker::addChild(const Layer& layer, const std::string& name, Children& ch
     source.diskPath = diskChild(source.diskPath, name);
     source.scope = ImportSource::Scope::Whole;
     const Kind kind = DiskEntry::at(source.diskPath, DiskEntry::Links::Inspect).kind;
-    if (const auto storageName = toUtf16(name)) {
-        children[*storageName].push_back({std::move(source), kind, DiskEntry::Links::Inspect});
-    } else if (isSkippedKind(kind)) {
-        ++totals_.skipped;
-    } else {
-        console_.report({source.diskPath, "missing, as the name is not UTF-8"});
-    }
+    children[toUtf16(name)].push_back({std::move(source), kind, DiskEntry::Links::Inspect});
 }
 
 /// Whether an import leaves out entries of this kind.

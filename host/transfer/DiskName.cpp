@@ -8,7 +8,7 @@ namespace storage::host {
 std::string toDiskName(std::u16string_view name, const StoragePath& path) {
     const auto utf8 = toUtf8(name);
     if (!utf8) {
-        throw CommandError(path.printed(), "the name cannot be converted to UTF-8");
+        throw CommandError(path.printed(), "the name has no form in bytes");
     }
     const bool possible = !utf8->empty() && *utf8 != "." && *utf8 != ".." &&
                           utf8->find('\0') == std::string::npos && utf8->find('/') == std::string::npos;

@@ -103,12 +103,7 @@ void Importer::importNext() {
     }
     const std::string name = folder.names[folder.next++];
     const std::string source = diskChild(folder.source.path(), name);
-    const auto storageName = toUtf16(name);
-    if (!storageName) {
-        console_.report({source, "the name is not UTF-8"});
-        return;
-    }
-    const StoragePath target = folder.target.child(*storageName);
+    const StoragePath target = folder.target.child(toUtf16(name));
     console_.attempt(source, [&] { importChild(folder.source, name, target); });
 }
 

@@ -16,8 +16,8 @@ namespace {
 using Patterns = std::vector<std::string>;
 
 bool matches(const std::string& pattern, const Check& check) {
-    const WildcardPattern wanted(toUtf16(pattern).value_or(u""));
-    return wanted.matches(toUtf16(check.number).value()) || wanted.matches(toUtf16(check.name).value());
+    const WildcardPattern wanted(toUtf16(pattern));
+    return wanted.matches(toUtf16(check.number)) || wanted.matches(toUtf16(check.name));
 }
 
 bool isAskedFor(const Check& check, const Patterns& patterns) {

@@ -67,7 +67,7 @@ public:
     std::string onDisk(const std::string& relative) const;
     StorageIRI iri(const std::string& relative) const { return path(relative).iri(); }
     StoragePath path(const std::string& relative) const {
-        return StoragePath::resolve(StoragePath(), u"/x/" + storage::host::toUtf16(relative).value());
+        return StoragePath::resolve(StoragePath(), u"/x/" + storage::host::toUtf16(relative));
     }
 
     void expect(const std::string& relative, const std::string& text) {

@@ -355,7 +355,7 @@ void MountedModelTest::expectStorageAsInModel() {
     const TreeSnapshot tree = takeSnapshot(*memory_);
     ASSERT_EQ(tree.size(), model_.size() + 1);
     for (const auto& [path, entry] : model_) {
-        const EntrySnapshot& kept = tree.at(storage::host::toUtf16(path).value());
+        const EntrySnapshot& kept = tree.at(storage::host::toUtf16(path));
         EXPECT_EQ(kept.isFolder(), entry->isFolder) << path;
         EXPECT_EQ(kept.bytes, entry->bytes) << path;
         EXPECT_EQ(kept.isWritable, (entry->permissions & S_IWUSR) != 0) << path;

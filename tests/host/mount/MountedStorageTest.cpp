@@ -5,11 +5,11 @@
 using foundation::storage::provider::StorageIRI;
 
 EntrySnapshot MountedStorageTest::stored(const std::string& path) const {
-    return takeSnapshot(*memory_).at(storage::host::toUtf16(path).value());
+    return takeSnapshot(*memory_).at(storage::host::toUtf16(path));
 }
 
 std::uint64_t MountedStorageTest::storedSize(const std::string& path) const {
-    return memory_->doGetFileAttributes(StorageIRI(storage::host::toUtf16(path).value())).getSize();
+    return memory_->doGetFileAttributes(StorageIRI(storage::host::toUtf16(path))).getSize();
 }
 
 void MountedStorageTest::expectStorageAsSeen() {

@@ -174,7 +174,7 @@ void MountedTree::addFolder(FolderInode& folder, const std::string& path, TreeSn
     const auto add = [&](Inode& inode, EntrySnapshot::Kind kind, const std::string& where,
                          std::string bytes) {
         const struct stat status = storage_.status(inode);
-        tree[storage::host::toUtf16(where).value()] = {kind, storage::host::fromDiskTime(status.st_mtim),
+        tree[storage::host::toUtf16(where)] = {kind, storage::host::fromDiskTime(status.st_mtim),
                                                        (status.st_mode & S_IWUSR) != 0, std::move(bytes)};
     };
     add(folder, EntrySnapshot::Kind::Folder, path.empty() ? "/" : path, "");

@@ -78,10 +78,18 @@ TEST_F(GlobTest, AMatchNeverLooksLikeAnOption) {
     EXPECT_THAT(expand("/-*"), ElementsAre("/-rf"));
 }
 
-TEST_F(GlobTest, NamesThatUtf8CannotSpellMatchNothing) {
+TEST_F(GlobTest, NamesThatNoBytesSpellMatchNothing) {
     provider_->doCreateFile(foundation::storage::provider::StorageIRI(u"/src/bin/\xD800"));
     EXPECT_THAT(expand("/src/bin/*"), ElementsAre("/src/bin/x.h"));
     EXPECT_THAT(expand("/src/\xFF*"), ElementsAre("/src/\xFF*"));
+}
+
+TEST_F(GlobTest, NamesThatAreNotUtf8AreMatchedByteByByte) {
+    succeed("mkdir /bytes");
+    succeed("touch /bytes/a\xFF*b /bytes/a\x80\xC3z /bytes/a\x80xz");
+    EXPECT_THAT(expand("/bytes/a?'*'b"), ElementsAre("/bytes/a\xFF*b"));
+    EXPECT_THAT(expand("/bytes/a\x80?z"), ElementsAre("/bytes/a\x80xz", "/bytes/a\x80\xC3z"));
+    EXPECT_THAT(expand("/bytes/a\x80'\xC3'*"), ElementsAre("/bytes/a\x80\xC3z"));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "host/support/Utf.h"
 
 #include <gtest/gtest.h>
+#include <random>
+#include <set>
 
 namespace {
 
@@ -16,19 +18,73 @@ TEST(UtfTest, ConvertsBothWays) {
     EXPECT_EQ(toUtf16(std::string_view("a\0b", 3)), std::u16string(u"a\0b", 3));
 }
 
-TEST(UtfTest, RefusesIllFormedUtf8) {
-    EXPECT_FALSE(toUtf16("\xFF"));
-    EXPECT_FALSE(toUtf16("a\xC3"));
-    EXPECT_FALSE(toUtf16("\xC0\xAF")) << "overlong";
-    EXPECT_FALSE(toUtf16("\xED\xA0\x80")) << "a surrogate";
-    EXPECT_FALSE(toUtf16("\xF4\x90\x80\x80")) << "beyond U+10FFFF";
+TEST(UtfTest, AByteThatIsNotUtf8BecomesAUnitOfItsOwn) {
+    EXPECT_EQ(toUtf16("\xFF"), u"\xDCFF");
+    EXPECT_EQ(toUtf16("a\xC3"), u"a\xDCC3");
+    EXPECT_EQ(toUtf16("caf\xE9!"), u"caf\xDCE9!");
+    EXPECT_EQ(toUtf16("\xC0\xAF"), u"\xDCC0\xDCAF") << "overlong";
+    EXPECT_EQ(toUtf16("\xED\xA0\x80"), u"\xDCED\xDCA0\xDC80") << "a surrogate";
+    EXPECT_EQ(toUtf16("\xED\xA0\xBD\xED\xB8\x80"), u"\xDCED\xDCA0\xDCBD\xDCED\xDCB8\xDC80") << "CESU-8";
+    EXPECT_EQ(toUtf16("\xF4\x90\x80\x80"), u"\xDCF4\xDC90\xDC80\xDC80") << "beyond U+10FFFF";
+    EXPECT_EQ(toUtf16("\xE2\x82\xE2\x82\xAC\x80"), u"\xDCE2\xDC82€\xDC80");
 }
 
-TEST(UtfTest, RefusesUnpairedSurrogates) {
+TEST(UtfTest, RefusesUnitsThatStandForNoBytes) {
     EXPECT_FALSE(toUtf8(u"a\xD800"));
     EXPECT_FALSE(toUtf8(u"\xDC00"
                         u"a"));
     EXPECT_FALSE(toUtf8(u"\xD800\xD800"));
+    EXPECT_FALSE(toUtf8(u"\xDC7F"));
+    EXPECT_FALSE(toUtf8(u"\xDD00"));
+    EXPECT_FALSE(toUtf8(u"\xDFFF"));
+}
+
+TEST(UtfTest, RefusesBytesThatWouldReadBackAsACharacter) {
+    EXPECT_FALSE(toUtf8(u"\xDCC3\xDCA4")) << "these bytes are ä";
+    EXPECT_FALSE(toUtf8(u"x\xDCE2\xDC82\xDCAC"));
+    EXPECT_FALSE(toUtf8(u"\xDCF0\xDC9F\xDC98\xDC80"));
+    EXPECT_EQ(toUtf8(u"\xDCE2\xDC82"), "\xE2\x82");
+}
+
+TEST(UtfTest, EveryTextOfTwoBytesComesBack) {
+    std::set<std::u16string> texts;
+    for (int first = 0; first < 256; ++first) {
+        const std::string one(1, static_cast<char>(first));
+        EXPECT_EQ(toUtf8(toUtf16(one)), one);
+        texts.insert(toUtf16(one));
+        for (int second = 0; second < 256; ++second) {
+            const std::string two = one + static_cast<char>(second);
+            EXPECT_EQ(toUtf8(toUtf16(two)), two);
+            texts.insert(toUtf16(two));
+        }
+    }
+    EXPECT_EQ(texts.size(), 256U + 65536U) << "no two texts become the same";
+}
+
+TEST(UtfTest, EveryTextOfTwoUnitsHasNoBytesOrComesBack) {
+    for (char32_t first = 0xD7FE; first <= 0xE001; ++first) {
+        for (const char16_t second : {u'a', u'\u00e4', u'\xD7FF', u'\xD800', u'\xDBFF', u'\xDC00', u'\xDC7F',
+                                      u'\xDC80', u'\xDCA4', u'\xDCFF', u'\xDD00', u'\xDFFF', u'\xE000'}) {
+            const std::u16string text{static_cast<char16_t>(first), second};
+            const auto bytes = toUtf8(text);
+            EXPECT_TRUE(!bytes || toUtf16(*bytes) == text) << testing::PrintToString(text);
+        }
+    }
+}
+
+TEST(UtfTest, RandomBytesComeBack) {
+    const auto seed = std::random_device()();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    // Bytes that begin, continue and spoil characters, so that most texts are nearly well-formed.
+    const std::string bytes = "a\x7F\x80\x82\x9F\xA0\xAC\xBF\xC0\xC2\xC3\xE0\xE2\xED\xEF\xF0\xF4\xF5\xFF";
+    for (int i = 0; i < 50'000; ++i) {
+        std::string text;
+        for (auto length = random() % 12; length > 0; --length) {
+            text += bytes[random() % bytes.size()];
+        }
+        ASSERT_EQ(toUtf8(toUtf16(text)), text) << testing::PrintToString(text);
+    }
 }
 
 TEST(UtfTest, PrintsBytesOnOneLine) {
@@ -62,14 +118,15 @@ TEST(UtfTest, ShortensAMessageThatNobodyWouldRead) {
     }
     const std::string shortened = printableInMessage(characters);
     EXPECT_EQ(shortened.substr(0, 1004), characters.substr(0, 1000) + "...(");
-    EXPECT_TRUE(toUtf16(shortened)) << "no character is cut in two";
+    EXPECT_EQ(printable(shortened), shortened) << "no character is cut in two";
     EXPECT_EQ(printableInMessage(std::string(6000, '\x80')).substr(0, 4), "\\x80");
 }
 
 TEST(UtfTest, PrintsUtf16OnOneLine) {
     EXPECT_EQ(printable(u"plain ä€😀"), "plain ä€😀");
     EXPECT_EQ(printable(u"a\n\xD800z"), "a\\n\\uD800z");
-    EXPECT_EQ(printable(u"\xDC00"), "\\uDC00");
+    EXPECT_EQ(printable(u"\xDC00\xDC7F\xDD00"), "\\uDC00\\uDC7F\\uDD00");
+    EXPECT_EQ(printable(u"\xDCFF\xDC80z"), "\\xFF\\x80z");
 }
 
 } // namespace
