@@ -7,6 +7,7 @@
 #include "host/mount/MountedStorage.h"
 #include "host/mount/UnmountRequests.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
@@ -24,6 +25,10 @@ namespace {
 constexpr double forever = std::numeric_limits<int>::max();
 constexpr unsigned nanosecondsKept = 1000; ///< storages keep microseconds
 constexpr unsigned pendingRequests = 64;   ///< of reading ahead and writing back
+
+/// Bytes of one request that is written through. The kernel cannot free these pages until the request is answered, and each
+/// program that writes may have as many.
+constexpr unsigned writtenThrough = 128U << 10U;
 
 RequestContext& contextOf(fuse_req_t request) {
     return *static_cast<RequestContext*>(fuse_req_userdata(request));
@@ -111,8 +116,13 @@ constexpr unsigned wantedAbilities = FUSE_CAP_ASYNC_READ | FUSE_CAP_ASYNC_DIO | 
                                      FUSE_CAP_CACHE_SYMLINKS | FUSE_CAP_WRITEBACK_CACHE |
                                      FUSE_CAP_EXPLICIT_INVAL_DATA | FUSE_CAP_IOCTL_DIR;
 
-void startUp(void*, fuse_conn_info* connection) {
-    connection->want = connection->capable & wantedAbilities;
+void startUp(void* userData, fuse_conn_info* connection) {
+    const WriteMode writing = static_cast<const RequestContext*>(userData)->writing;
+    const unsigned unwanted = writing == WriteMode::Through ? FUSE_CAP_WRITEBACK_CACHE : 0;
+    connection->want = connection->capable & wantedAbilities & ~unwanted;
+    if (writing == WriteMode::Through) {
+        connection->max_write = std::min(connection->max_write, writtenThrough);
+    }
     connection->time_gran = nanosecondsKept;
     connection->max_background = pendingRequests;
     connection->congestion_threshold = pendingRequests;
@@ -303,6 +313,9 @@ void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t
                                                                        : ChangeGate::Origin::Program);
         storageOf(request).write(fileOf(request, number), static_cast<std::uint64_t>(offset),
                                  std::span(bytes, size));
+        if (contextOf(request).writing == WriteMode::Through) {
+            storageOf(request).stampModified(fileOf(request, number));
+        }
         fuse_reply_write(request, size);
     });
 }

@@ -70,8 +70,8 @@ std::string libraryOptions(const MountOptions& options) {
 } // namespace
 
 FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountRequests& unmounting,
-                         const MountOptions& options)
-    : context_{storage, gate, unmounting, nullptr} {
+                         const MountOptions& options, WriteMode writing)
+    : context_{writing, storage, gate, unmounting, nullptr} {
     refuseUnmountable(options.mountPoint);
     std::array<std::string, 3> words{"qzstorage", "-o", libraryOptions(options)};
     std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};

@@ -19,7 +19,7 @@ class FuseSession {
 public:
     /// @throws CommandError when the storage cannot be mounted there
     FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountRequests& unmounting,
-                const MountOptions& options);
+                const MountOptions& options, WriteMode writing);
 
     /// Unmounts, unless that has been done. Programs that still have files open there find them gone.
     ~FuseSession();

@@ -11,10 +11,10 @@ using foundation::storage::provider::ProviderStorageInfo;
 
 namespace {
 
-MachineMemory readMemoryInfo() {
+MachineMemory readMemoryInfo(const std::string& processes) {
     MachineMemory memory{{0, 0}, "the memory of the machine"};
     ProviderStorageInfo& info = memory.info;
-    std::ifstream file("/proc/meminfo");
+    std::ifstream file(processes + "/meminfo");
     std::string name;
     std::string unit;
     unsigned long long kibibytes = 0;
@@ -28,37 +28,58 @@ MachineMemory readMemoryInfo() {
     return memory;
 }
 
-/// The files in which the kernel tells what a group of processes may use and uses.
+/// The files in which the kernel says what a group of processes may use and uses.
 struct GroupFiles {
     std::string folder;
     std::string limit;
     std::string use;
     std::string statistics;
+    bool isInnermost; ///< the process itself is in the group, not in one below it
 
-    static GroupFiles ofVersion1(const std::string& folder) {
+    static GroupFiles ofVersion1(const std::string& folder, bool isInnermost) {
         return {folder, folder + "/memory.limit_in_bytes", folder + "/memory.usage_in_bytes",
-                folder + "/memory.stat"};
+                folder + "/memory.stat", isInnermost};
     }
-    static GroupFiles ofVersion2(const std::string& folder) {
-        return {folder, folder + "/memory.max", folder + "/memory.current", folder + "/memory.stat"};
+    static GroupFiles ofVersion2(const std::string& folder, bool isInnermost) {
+        return {folder, folder + "/memory.max", folder + "/memory.current", folder + "/memory.stat",
+                isInnermost};
     }
 };
 
-/// Of the groups that this process belongs to, and of a container's own.
-std::vector<GroupFiles> groupsOfProcess() {
-    std::vector<GroupFiles> files{GroupFiles::ofVersion2("/sys/fs/cgroup")};
-    std::ifstream groups("/proc/self/cgroup");
+/// Of the groups that this process belongs to, from the innermost one to the root. In a container the root is the container's
+/// own group, and the other paths may not exist.
+std::vector<GroupFiles> groupsOfProcess(const MachineMemory::Sources& sources) {
+    std::vector<GroupFiles> files;
+    std::ifstream groups(sources.processes + "/self/cgroup");
     for (std::string line; std::getline(groups, line);) { // number:controllers:path
         const std::size_t controllers = line.find(':') + 1;
         const std::size_t path = line.find(':', controllers) + 1;
         const std::string kind = line.substr(controllers, path - controllers);
-        if (kind == ":") {
-            files.push_back(GroupFiles::ofVersion2("/sys/fs/cgroup" + line.substr(path)));
-        } else if (kind == "memory:") {
-            files.push_back(GroupFiles::ofVersion1("/sys/fs/cgroup/memory" + line.substr(path)));
+        if (kind != ":" && kind != "memory:") {
+            continue;
+        }
+        std::string group = line.substr(path);
+        for (bool isInnermost = true;; isInnermost = false) {
+            group.erase(group.find_last_not_of('/') + 1);
+            files.push_back(kind == ":"
+                                ? GroupFiles::ofVersion2(sources.groups + group, isInnermost)
+                                : GroupFiles::ofVersion1(sources.groups + "/memory" + group, isInnermost));
+            if (group.empty()) {
+                break;
+            }
+            group.erase(group.rfind('/'));
         }
     }
     return files;
+}
+
+/// Whether other processes than this one use a group's memory. Those of a group around others are not counted: that there are some
+/// is assumed.
+bool isShared(const GroupFiles& group) {
+    std::ifstream processes(group.folder + "/cgroup.procs");
+    std::string first;
+    std::string second;
+    return !group.isInnermost || (processes >> first >> second);
 }
 
 /// Bytes that the kernel frees before it refuses memory: file pages that are neither dirty nor mapped, and unused kernel
@@ -73,26 +94,29 @@ unsigned long long readReclaimable(const std::string& statistics) {
     const auto either = [&](const char* version1, const char* version2) {
         return std::max(bytesOf[version1], bytesOf[version2]);
     };
-    const auto kept = bytesOf["shmem"] + either("mapped_file", "file_mapped") +
-                      either("dirty", "file_dirty") + either("writeback", "file_writeback");
-    const auto cached = either("cache", "file");
+    const auto kept = either("total_shmem", "shmem") + either("total_mapped_file", "file_mapped") +
+                      either("total_dirty", "file_dirty") + either("total_writeback", "file_writeback");
+    const auto cached = either("total_cache", "file");
     return cached - std::min(cached, kept) + bytesOf["slab_reclaimable"];
 }
 
 /// A group may have less memory than the machine.
-void applyMemoryLimits(MachineMemory& memory) {
+void applyMemoryLimits(MachineMemory& memory, const MachineMemory::Sources& sources) {
     ProviderStorageInfo& info = memory.info;
-    for (const GroupFiles& group : groupsOfProcess()) {
+    const auto ofMachine = info.capacity;
+    for (const GroupFiles& group : groupsOfProcess(sources)) {
         unsigned long long limit = 0;
         unsigned long long used = 0;
         std::ifstream limitFile(group.limit); // no number is in it when there is no limit
         std::ifstream useFile(group.use);
-        if (limitFile >> limit && useFile >> used) {
+        if (limitFile >> limit && limit < ofMachine && useFile >> used) {
             used -= std::min(used, readReclaimable(group.statistics));
             const auto available = limit - std::min(limit, used);
             if (available < info.available) {
                 memory.limitedBy = "the memory limit of the control group " + group.folder;
             }
+            memory.isOfGroup = true;
+            memory.isShared = memory.isShared || isShared(group);
             info.capacity = std::min(info.capacity, limit);
             info.available = std::min(info.available, available);
         }
@@ -101,9 +125,9 @@ void applyMemoryLimits(MachineMemory& memory) {
 
 } // namespace
 
-MachineMemory MachineMemory::read() {
-    MachineMemory memory = readMemoryInfo();
-    applyMemoryLimits(memory);
+MachineMemory MachineMemory::read(const Sources& sources) {
+    MachineMemory memory = readMemoryInfo(sources.processes);
+    applyMemoryLimits(memory, sources);
     return memory;
 }
 

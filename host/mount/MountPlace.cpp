@@ -105,8 +105,15 @@ MountPlace::MountPlace(const std::string& path, int connection)
     : device_(deviceAt(path)), connection_(connection) {}
 
 void MountPlace::raiseWriteBackLimit() const {
-    std::ofstream(fmt::format("/sys/class/bdi/{}:{}/max_ratio", major(device_), minor(device_)))
-        << shareOfDirtyPages;
+    setWriteBack("max_ratio", shareOfDirtyPages);
+}
+
+void MountPlace::limitDirtyPages(std::uint64_t bytes) const {
+    setWriteBack("max_bytes", bytes);
+}
+
+void MountPlace::setWriteBack(const char* setting, std::uint64_t value) const {
+    std::ofstream(fmt::format("/sys/class/bdi/{}:{}/{}", major(device_), minor(device_), setting)) << value;
 }
 
 bool MountPlace::writeBack() const {

@@ -2,6 +2,7 @@
 
 #include "host/disk/FileDescriptor.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -26,6 +27,10 @@ public:
     /// write-back work side by side instead of taking turns. Only root may set that; for other users nothing changes.
     void raiseWriteBackLimit() const;
 
+    /// Limits the dirty pages of this mount. Only root may set that, and kernels before 6.2 cannot; then nothing changes.
+    /// @param bytes  at most
+    void limitDirtyPages(std::uint64_t bytes) const;
+
     /// Makes the kernel send what programs have written. Somebody must be answering it meanwhile, and may still be when
     /// this returns.
     /// @return whether the mount could be reached: not when it is gone, or something else is mounted over it
@@ -36,6 +41,7 @@ public:
     void takeAway() const;
 
 private:
+    void setWriteBack(const char* setting, std::uint64_t value) const;
     std::optional<FileDescriptor> open() const;
 
     dev_t device_ = 0;

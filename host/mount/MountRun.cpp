@@ -7,6 +7,8 @@
 #include "host/mount/FuseSession.h"
 #include "host/mount/FuseWorkers.h"
 #include "host/mount/ImportSize.h"
+#include "host/mount/MachineMemory.h"
+#include "host/mount/MemoryPressure.h"
 #include "host/mount/MountEnding.h"
 #include "host/mount/MountedModes.h"
 #include "host/mount/MountedStorage.h"
@@ -16,6 +18,8 @@
 #include "host/support/CommandError.h"
 #include "host/transfer/Importer.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <malloc.h>
 #include <optional>
@@ -96,6 +100,18 @@ void returnLargeBlocks() {
     ::mallopt(M_MMAP_THRESHOLD, largeFrom);
 }
 
+/// Dirty pages of the mount cannot be freed before this process has taken them. Where a control group limits memory, programs in
+/// the same group must not leave it without room for that.
+void limitWriteBack(const MountPlace& place, const MachineMemory& memory) {
+    constexpr std::uint64_t part = 256;
+    constexpr std::uint64_t least = 1U << 20U; // bytes
+    if (memory.isOfGroup) {
+        place.limitDirtyPages(std::max<std::uint64_t>(least, memory.info.capacity / part));
+    } else {
+        place.raiseWriteBackLimit();
+    }
+}
+
 /// One run of the program, from the making of the provider to the export at the end.
 class Mount {
 public:
@@ -154,10 +170,15 @@ private:
     void serve(MountedStorage& storage, ExitExport* exitExport) {
         ChangeGate gate;
         UnmountRequests requests;
-        const FuseSession session(storage, gate, requests, options_);
+        const MachineMemory memory = MachineMemory::read();
+        if (memory.isOfGroup) {
+            protectFromMemoryPressure();
+        }
+        const FuseSession session(storage, gate, requests, options_,
+                                  memory.isOfGroup ? WriteMode::Through : WriteMode::Back);
         FuseWorkers workers(session, storage.memory(), options_.threads);
         requireAnswer(options_.mountPoint);
-        session.place().raiseWriteBackLimit();
+        limitWriteBack(session.place(), memory);
         announce();
         MountEnding(options_.mountPoint, session, workers, storage, gate, requests, exitExport, rescue_,
                     console_)

@@ -103,6 +103,13 @@ struct stat MountedAttributes::change(Inode& inode, const AttributeChange& chang
     return apply(change, inode);
 }
 
+void MountedAttributes::stampModified(FileInode& file) {
+    const timespec now = kernelTime();
+    const auto held = guards_.hold(file);
+    file.attributes.modified = rounded(now);
+    file.attributes.changed = now;
+}
+
 /// A size that changes is a modification. Permissions change before the owner: no set-user-ID bit gets a new owner.
 struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode) {
     const SharedTree tree(tree_);

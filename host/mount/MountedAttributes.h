@@ -43,6 +43,9 @@ public:
     struct stat change(Inode& inode, const AttributeChange& change,
                        const FileContents::IsInterrupted& isInterrupted);
 
+    /// The provider gets the time from `FileContents::settle`, as a write must not take a provider's operation more.
+    void stampModified(FileInode& file);
+
 private:
     struct stat apply(const AttributeChange& change, Inode& inode);
     struct stat show(const LockedTree& tree, const Inode& inode, const InodeGuards::Held& held) const;

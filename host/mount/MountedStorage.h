@@ -94,6 +94,10 @@ public:
     void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
         contents_.write(file, offset, bytes);
     }
+
+    /// The file was modified now. Called after writes if the kernel does not keep the times of files.
+    void stampModified(FileInode& file) { attributes_.stampModified(file); }
+
     void ensureSize(
         FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted = [] { return false; }) {
         contents_.ensureSize(file, size, isInterrupted);

@@ -26,11 +26,22 @@ constexpr std::uint64_t scarceBelow = 64U << 20U;
 /// in blocks that it outgrows.
 constexpr std::uint64_t grantedPart = 8;
 
+constexpr std::uint64_t mostLeftToOthers = 128U << 20U;
+
 /// Bytes left to the rest of the machine or of the control group, and to what requests take that do not grow.
 std::uint64_t leftToOthers(std::uint64_t capacity) {
-    constexpr std::uint64_t most = 128U << 20U;
     constexpr std::uint64_t part = 128;
-    return std::min(most, capacity / part);
+    return std::min(mostLeftToOthers, capacity / part);
+}
+
+/// Bytes left to other processes in the same control group: for programs that start, for their buffers, and for pages of the mount
+/// that they have written and that cannot be freed before the storage holds them as well.
+std::uint64_t leftToSharers(const MachineMemory& memory) {
+    constexpr std::uint64_t part = 64;
+    constexpr std::uint64_t least = 8U << 20U;
+    const std::uint64_t usual = leftToOthers(memory.info.capacity);
+    return memory.isShared ? std::clamp<std::uint64_t>(memory.info.capacity / part, least, mostLeftToOthers)
+                           : usual;
 }
 
 /// Bytes of what is left to others that no operation's peak may reach into.
@@ -65,8 +76,7 @@ StorageSpace::Room StorageSpace::room() const {
         }
     }
     MachineMemory memory = MachineMemory::read();
-    memory.info.available -=
-        std::min<std::uint64_t>(memory.info.available, leftToOthers(memory.info.capacity));
+    memory.info.available -= std::min<std::uint64_t>(memory.info.available, leftToSharers(memory));
     return {memory.info, std::move(memory.limitedBy), true};
 }
 

@@ -1,0 +1,26 @@
+#include "host/mount/MemoryPressure.h"
+
+#include <fcntl.h>
+#include <string_view>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace storage::host {
+
+namespace {
+
+/// Above -1000: the kernel may still kill this process when there is no other one.
+constexpr std::string_view lastToBeKilled = "-999";
+
+} // namespace
+
+void protectFromMemoryPressure() noexcept {
+    ::prctl(PR_SET_IO_FLUSHER, 1, 0, 0, 0);
+    const int file = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+    if (file >= 0) {
+        [[maybe_unused]] const auto written = ::write(file, lastToBeKilled.data(), lastToBeKilled.size());
+        ::close(file);
+    }
+}
+
+} // namespace storage::host
