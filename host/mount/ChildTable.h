@@ -11,7 +11,7 @@ namespace storage::host {
 
 /// The known entries of one folder, by name and in the order of a listing.
 ///
-/// Owns the inodes. A child keeps its position as long as it stays in the folder; a replacement takes the position of
+/// Owns the inodes, and the aliases. A child keeps its position as long as it stays in the folder; a replacement takes the position of
 /// the entry that it replaces; a new child goes before all others. So a listing that is read in pieces misses no entry
 /// that stays, repeats none, and ends, whatever a program does with the entries meanwhile.
 /// Externally synchronized: guarded by the tree's lock.
@@ -21,21 +21,24 @@ class ChildTable {
 
 public:
     /// The child of that name, or null.
-    Inode* find(std::u16string_view name) const noexcept;
+    TreeEntry* find(std::u16string_view name) const noexcept;
 
-    static const std::u16string& nameOf(const Inode& child) noexcept { return child.place_.name; }
-    static std::uint64_t positionOf(const Inode& child) noexcept { return child.place_.position; }
+    static const std::u16string& nameOf(const TreeEntry& child) noexcept { return child.place_.name; }
+    static std::uint64_t positionOf(const TreeEntry& child) noexcept { return child.place_.position; }
 
     bool empty() const noexcept { return byName_.empty(); }
 
+    /// Number of children that are folders.
+    std::uint32_t folders() const noexcept { return folders_; }
+
     /// The next child of a listing after `position`, or null at its end.
-    Inode* after(std::uint64_t position) const noexcept;
+    TreeEntry* after(std::uint64_t position) const noexcept;
 
     /// Adds a child whose name is not there yet.
     /// @throws std::bad_alloc with nothing changed
-    Inode& add(std::unique_ptr<Inode> child);
+    TreeEntry& add(std::unique_ptr<TreeEntry> child);
 
-    std::unique_ptr<Inode> remove(const Inode& child) noexcept;
+    std::unique_ptr<TreeEntry> remove(const TreeEntry& child) noexcept;
 
     /// Allocates what `moveHere` requires for one child.
     void makeRoom() { byName_.reserve(byName_.size() + 1); }
@@ -44,7 +47,16 @@ public:
     std::uint64_t newPosition() noexcept { return nextPosition_--; }
 
     /// Moves `child` here from `from`, which may be this table. Name and position must be free here by then.
-    void moveHere(ChildTable& from, const Inode& child, std::u16string name, std::uint64_t position) noexcept;
+    void moveHere(ChildTable& from, const TreeEntry& child, std::u16string name,
+                  std::uint64_t position) noexcept;
+
+    /// Lets `child`, which is here, and `other` of the table `from`, which may be this one, change places, parents
+    /// included.
+    void exchange(TreeEntry& child, ChildTable& from, TreeEntry& other) noexcept;
+
+    /// Whether an entry that programs can name and that is not here does not exist.
+    bool isComplete() const noexcept { return isComplete_; }
+    void setComplete() noexcept { isComplete_ = true; }
 
     /// Calls `visit` with every child.
     template <typename Visit>
@@ -55,9 +67,16 @@ public:
     }
 
 private:
-    std::unordered_map<std::u16string_view, std::unique_ptr<Inode>> byName_; ///< each key is its inode's name
-    std::map<std::uint64_t, Inode*> byPosition_;
+    using ByName = std::unordered_map<std::u16string_view, std::unique_ptr<TreeEntry>>;
+
+    ByName::node_type extract(const TreeEntry& child) noexcept;
+    void insert(ByName::node_type child) noexcept;
+
+    ByName byName_; ///< each key is the name in its entry
+    std::map<std::uint64_t, TreeEntry*> byPosition_;
     std::uint64_t nextPosition_ = lastPosition; ///< "." and ".." have 1 and 2
+    std::uint32_t folders_ = 0;
+    bool isComplete_ = false;
 };
 
 } // namespace storage::host

@@ -27,6 +27,10 @@ public:
     /// @throws ErrnoError EEXIST, ENOSPC, ENOENT for a removed folder
     Inode& make(ExclusiveTree& tree, FolderInode& folder, std::u16string name, NewEntry entry);
 
+    /// Gives an inode a further name.
+    /// @throws ErrnoError EPERM for a folder, EEXIST, ENOSPC, ENOENT for a removed inode or folder
+    void link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, std::u16string name);
+
     /// Removes an entry that is no folder.
     /// @throws ErrnoError ENOENT, EISDIR
     void removeFile(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name);
@@ -34,7 +38,7 @@ public:
     /// @throws ErrnoError ENOENT, ENOTDIR, ENOTEMPTY
     void removeFolder(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name);
 
-    /// Replaces an entry that has the new name. Does nothing if both names are of one entry.
+    /// Replaces an entry that has the new name. Does nothing if both names are of one inode.
     /// @throws ErrnoError ENOENT, EEXIST, EINVAL, EISDIR, ENOTDIR, ENOTEMPTY
     void rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, FolderInode& newFolder,
                 std::u16string newName, Replacement replacement);
@@ -45,12 +49,16 @@ private:
     void createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, const EntryAttributes& attributes,
                   Owner creator);
     void createInStorage(ExclusiveTree& tree, const FolderInode& folder, Inode& inode);
-    void remove(ExclusiveTree& tree, Inode& inode);
+    void remove(ExclusiveTree& tree, TreeEntry& entry);
+    void replace(ExclusiveTree& tree, TreeEntry& source, TreeEntry& target);
+    const Alias* aliasInPlaceOf(ExclusiveTree& tree, TreeEntry& entry);
+    void keepTimeOf(const LockedTree& tree, const FolderInode& folder) noexcept;
+    void stampChange(Inode& inode, const timespec& time) noexcept;
     void removeFromStorage(const ExclusiveTree& tree, const Inode& inode);
-    void move(const ExclusiveTree& tree, Inode& source, FolderInode& folder, const std::u16string& name);
+    void move(const ExclusiveTree& tree, TreeEntry& source, FolderInode& folder, const std::u16string& name);
     void moveFile(const ExclusiveTree& tree, FileInode& file, const StorageIRI& destination);
     template <typename Step>
-    void removing(ExclusiveTree& tree, Inode& inode, const Step& step);
+    void removing(ExclusiveTree& tree, Inode& inode, const timespec& time, const Step& step);
 
     const IProvider& provider_;
     InodeGuards& guards_;

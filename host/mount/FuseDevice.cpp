@@ -27,6 +27,7 @@ bool isGrowing(const fuse_buf& request) {
     case FUSE_MKNOD:
     case FUSE_MKDIR:
     case FUSE_SYMLINK:
+    case FUSE_LINK:
     case FUSE_WRITE:
     case FUSE_FALLOCATE:
         return true;

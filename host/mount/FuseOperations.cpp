@@ -270,9 +270,11 @@ void checkAccess(fuse_req_t request, fuse_ino_t number, int wanted) {
     });
 }
 
-/// Storages have no place for a second name of an entry.
-void refuseLink(fuse_req_t request, fuse_ino_t, fuse_ino_t, const char*) {
-    fuse_reply_err(request, EPERM);
+void link(fuse_req_t request, fuse_ino_t number, fuse_ino_t newParent, const char* newName) {
+    answerEntry(request, [&] {
+        const auto passage = requirePassage(request);
+        return storageOf(request).link(inodeOf(request, number), folderOf(request, newParent), newName);
+    });
 }
 
 void rename(fuse_req_t request, fuse_ino_t parent, const char* name, fuse_ino_t newParent,
@@ -430,7 +432,7 @@ const fuse_lowlevel_ops& fuseOperations() {
         table.rmdir = removeFolder;
         table.symlink = makeSymbolicLink;
         table.readlink = readLink;
-        table.link = refuseLink;
+        table.link = link;
         table.rename = rename;
         table.access = checkAccess;
         table.open = needsNoOpening;

@@ -2,6 +2,7 @@
 
 #include "host/mount/InodeLock.h"
 #include "host/mount/RareAttributes.h"
+#include "host/mount/TreeEntry.h"
 #include "hostapi/storage/provider/ByteStream.h"
 
 #include <atomic>
@@ -13,8 +14,6 @@
 #include <utility>
 
 namespace storage::host {
-
-struct FolderInode;
 
 constexpr mode_t anyExecution = 0111; ///< the permission bits that make a file executable
 
@@ -33,20 +32,17 @@ struct EntryAttributes {
     bool isWritable() const noexcept { return (permissions & 0200U) != 0; }
 };
 
-/// An entry of a mounted storage: name and place as the storage has them, attributes as programs see them, and the
-/// kernel's reference count.
+/// An entry of a mounted storage: its own name and place, attributes as programs see them, and the kernel's reference
+/// count. The storage has the entry at this place. A hard link is an alias, of which the storage knows nothing; when the own
+/// name is removed, the inode takes the place of an alias.
 ///
 /// The provider has files and folders only. Entries of all other kinds exist in the mount, as long as it does.
 ///
 /// Lives as long as its entry exists, so that its number stays the same, and on as long as the kernel refers to it.
 /// The place is guarded by the tree's lock and reached only through `LockedTree`, which holds it. The attributes are
 /// guarded by the inode's guard (`InodeGuards`); a change of the permissions requires the tree's lock too, shared.
-struct Inode {
+struct Inode : TreeEntry {
     enum class Kind : std::uint8_t { File, Folder, SymbolicLink, Fifo, Socket, CharacterDevice, BlockDevice };
-
-    Inode(const Inode&) = delete;
-    Inode& operator=(const Inode&) = delete;
-    virtual ~Inode() = default;
 
     bool isFolder() const noexcept { return kind == Kind::Folder; }
     bool isFile() const noexcept { return kind == Kind::File; }
@@ -69,25 +65,11 @@ struct Inode {
     std::atomic<std::uint64_t> references{0}; ///< held by the kernel
 
     EntryAttributes attributes;
-    std::unique_ptr<RareAttributes> rare; ///< null for most; guarded like the attributes
+    std::unique_ptr<RareAttributes> rare; ///< null for most inodes; guarded like the attributes
 
 protected:
     Inode(Kind entryKind, std::u16string entryName, std::uint64_t entryNumber) noexcept
-        : kind(entryKind), number(entryNumber), place_{std::move(entryName)} {}
-
-private:
-    friend class ChildTable;
-    friend class InodeTree;
-    friend class LockedTree;
-    friend class ExclusiveTree;
-
-    struct Place {
-        std::u16string name;           ///< empty for the root
-        FolderInode* parent = nullptr; ///< null for the root and for removed entries
-        std::uint64_t position = 0;    ///< in the listing of the parent
-    };
-
-    Place place_;
+        : TreeEntry(Role::Inode, std::move(entryName)), kind(entryKind), number(entryNumber) {}
 };
 
 /// A stream of the provider, its access mode and its position. A move-only value.

@@ -7,10 +7,11 @@ InodeTree::InodeTree(const IProvider& provider, InodeGuards& guards)
 
 InodeTree::~InodeTree() {
     for (FolderInode* folder = &root_; folder != nullptr;) {
-        Inode* const child = folder->children_.after(0);
+        TreeEntry* const child = folder->children_.after(0);
         if (child == nullptr) { // the next turn destroys the folder
             folder = folder->place_.parent;
-        } else if (child->isFolder() && !static_cast<FolderInode*>(child)->children_.empty()) {
+        } else if (!child->isAlias() && child->inode().isFolder() &&
+                   !static_cast<FolderInode*>(child)->children_.empty()) {
             folder = static_cast<FolderInode*>(child);
         } else {
             folder->children_.remove(*child);

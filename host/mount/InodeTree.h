@@ -21,7 +21,6 @@ private:
     friend class ExclusiveTree;
 
     ChildTable children_;
-    bool childrenComplete_ = false; ///< an entry that programs can name and that is not here does not exist
 };
 
 /// The entries of a mounted storage that have been asked for: their names, places and attributes. The mount is the
@@ -52,7 +51,7 @@ private:
     friend class SharedTree;
     friend class ExclusiveTree;
 
-    using Removed = std::map<const Inode*, std::unique_ptr<Inode>>;
+    using Removed = std::map<const Inode*, std::unique_ptr<TreeEntry>>;
 
     const IProvider& provider_;
     InodeGuards& guards_;

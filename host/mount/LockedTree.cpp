@@ -91,10 +91,26 @@ bool LockedTree::isWithin(const Inode& inode, const FolderInode& folder) const n
     return each != nullptr;
 }
 
-std::optional<Inode*> LockedTree::findKnown(const FolderInode& folder,
-                                            std::u16string_view name) const noexcept {
-    Inode* const child = folder.children_.find(name);
+std::optional<TreeEntry*> LockedTree::findKnown(const FolderInode& folder,
+                                                std::u16string_view name) const noexcept {
+    TreeEntry* const child = folder.children_.find(name);
     return child != nullptr || isComplete(folder) ? std::optional(child) : std::nullopt;
+}
+
+nlink_t LockedTree::linksOf(const Inode& inode, const InodeGuards::Held&) const noexcept {
+    if (isRemoved(inode)) {
+        return 0;
+    }
+    if (!inode.isFolder()) {
+        return 1 + (inode.rare ? inode.rare->aliases.size() : 0);
+    }
+    const auto& folder = static_cast<const FolderInode&>(inode);
+    return isComplete(folder) ? nlink_t{2} + folder.children_.folders() : 1;
+}
+
+Alias* LockedTree::aliasOf(const Inode& inode) const noexcept {
+    const auto held = tree_.guards_.hold(inode);
+    return inode.rare && !inode.rare->aliases.empty() ? inode.rare->aliases.back() : nullptr;
 }
 
 void LockedTree::loadAttributes(Inode& inode, const InodeGuards::Held&) const {
@@ -114,12 +130,12 @@ void LockedTree::loadAttributes(Inode& inode) const {
     loadAttributes(inode, tree_.guards_.hold(inode));
 }
 
-Inode* ExclusiveTree::find(FolderInode& folder, std::u16string_view name) {
+TreeEntry* ExclusiveTree::find(FolderInode& folder, std::u16string_view name) {
     const auto known = findKnown(folder, name);
     return known ? *known : ask(folder, name);
 }
 
-Inode* ExclusiveTree::ask(FolderInode& folder, std::u16string_view name) {
+TreeEntry* ExclusiveTree::ask(FolderInode& folder, std::u16string_view name) {
     switch (tree_.provider_.doExistsExtended(locationOf(folder, name))) {
     case EntryExistence::File:
         return &add(folder, {Inode::Kind::File}, std::u16string(name));
@@ -143,7 +159,7 @@ void ExclusiveTree::complete(FolderInode& folder) {
             add(folder, {isFolder ? Inode::Kind::Folder : Inode::Kind::File}, entry.getName());
         }
     }
-    folder.childrenComplete_ = true;
+    folder.children_.setComplete();
 }
 
 std::unique_ptr<Inode> ExclusiveTree::make(NewEntry entry, std::u16string name) {
@@ -162,9 +178,42 @@ std::unique_ptr<Inode> ExclusiveTree::make(NewEntry entry, std::u16string name) 
 }
 
 Inode& ExclusiveTree::add(FolderInode& folder, NewEntry entry, std::u16string name) {
-    Inode& added = folder.children_.add(make(std::move(entry), std::move(name)));
+    TreeEntry& added = folder.children_.add(make(std::move(entry), std::move(name)));
     added.place_.parent = &folder;
-    return added;
+    return added.inode();
+}
+
+Alias& ExclusiveTree::addAlias(FolderInode& folder, Inode& inode, std::u16string name) {
+    auto made = std::make_unique<Alias>(std::move(name), inode);
+    Alias& alias = *made;
+    const auto held = tree_.guards_.hold(inode);
+    std::vector<Alias*>& aliases = inode.requireRare().aliases;
+    aliases.push_back(&alias);
+    try {
+        folder.children_.add(std::move(made));
+    } catch (...) {
+        aliases.pop_back();
+        throw;
+    }
+    alias.index_ = aliases.size() - 1;
+    alias.place_.parent = &folder;
+    return alias;
+}
+
+void ExclusiveTree::removeAlias(const Alias& alias) noexcept {
+    {
+        const auto held = tree_.guards_.hold(alias.inode_);
+        std::vector<Alias*>& aliases = alias.inode_.rare->aliases;
+        Alias* const last = aliases.back();
+        aliases[alias.index_] = last;
+        last->index_ = alias.index_;
+        aliases.pop_back();
+    }
+    alias.place_.parent->children_.remove(alias);
+}
+
+void ExclusiveTree::exchange(TreeEntry& left, TreeEntry& right) noexcept {
+    left.place_.parent->children_.exchange(left, right.place_.parent->children_, right);
 }
 
 void ExclusiveTree::discard(Inode& inode) noexcept {
@@ -192,7 +241,8 @@ ExclusiveTree::RemovedPlace ExclusiveTree::takeRemoved(const Inode& inode) noexc
 }
 
 /// A replacement takes the position of its target, an entry that stays in its folder keeps its own.
-std::uint64_t ExclusiveTree::prepareRename(const Inode& source, FolderInode& folder, const Inode* target) {
+std::uint64_t ExclusiveTree::prepareRename(const TreeEntry& source, FolderInode& folder,
+                                           const TreeEntry* target) {
     folder.children_.makeRoom();
     if (target != nullptr) {
         return positionOf(*target);
@@ -200,7 +250,7 @@ std::uint64_t ExclusiveTree::prepareRename(const Inode& source, FolderInode& fol
     return parentOf(source) == &folder ? positionOf(source) : folder.children_.newPosition();
 }
 
-void ExclusiveTree::rename(Inode& source, FolderInode& folder, std::u16string name,
+void ExclusiveTree::rename(TreeEntry& source, FolderInode& folder, std::u16string name,
                            std::uint64_t position) noexcept {
     folder.children_.moveHere(parentOf(source)->children_, source, std::move(name), position);
     source.place_.parent = &folder;

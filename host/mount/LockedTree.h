@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/mount/Alias.h"
 #include "host/mount/InodeTree.h"
 #include "host/mount/NewEntry.h"
 
@@ -31,11 +32,23 @@ public:
     /// Whether the provider has the entry.
     bool isStored(const Inode& inode) const noexcept { return inode.isStorable() && !isRemoved(inode); }
 
-    const std::u16string& nameOf(const Inode& inode) const noexcept { return inode.place_.name; }
-    std::uint64_t positionOf(const Inode& inode) const noexcept { return inode.place_.position; }
+    /// Whether the provider has the entry under this name.
+    bool isStoredAs(const TreeEntry& entry) const noexcept {
+        return !entry.isAlias() && isStored(entry.inode());
+    }
+
+    /// The link count: number of names; for a folder 2 and one for each folder in it, or 1 if these are not known.
+    /// @param held  the inode's guard
+    nlink_t linksOf(const Inode& inode, const InodeGuards::Held& held) const noexcept;
+
+    /// A further name of the inode, or null.
+    Alias* aliasOf(const Inode& inode) const noexcept;
+
+    const std::u16string& nameOf(const TreeEntry& entry) const noexcept { return entry.place_.name; }
+    std::uint64_t positionOf(const TreeEntry& entry) const noexcept { return entry.place_.position; }
 
     /// Null for the root and for removed entries.
-    FolderInode* parentOf(const Inode& inode) const noexcept { return inode.place_.parent; }
+    FolderInode* parentOf(const TreeEntry& entry) const noexcept { return entry.place_.parent; }
 
     /// The storage's path of an entry that is not removed.
     StorageIRI locationOf(const Inode& inode) const;
@@ -48,22 +61,22 @@ public:
     bool isWithin(const Inode& inode, const FolderInode& folder) const noexcept;
 
     /// The child of that name, or null if there is none; nothing if the provider has to be asked.
-    std::optional<Inode*> findKnown(const FolderInode& folder, std::u16string_view name) const noexcept;
+    std::optional<TreeEntry*> findKnown(const FolderInode& folder, std::u16string_view name) const noexcept;
 
     /// Whether all children of the folder are known. That stays so.
     bool isComplete(const FolderInode& folder) const noexcept {
-        return folder.childrenComplete_ || isRemoved(folder);
+        return folder.children_.isComplete() || isRemoved(folder);
     }
 
     /// A folder without known children may still have some.
     bool hasKnownChildren(const FolderInode& folder) const noexcept { return !folder.children_.empty(); }
 
     /// The next child of a listing after `position`, or null at its end.
-    Inode* childAfter(const FolderInode& folder, std::uint64_t position) const noexcept {
+    TreeEntry* childAfter(const FolderInode& folder, std::uint64_t position) const noexcept {
         return folder.children_.after(position);
     }
 
-    /// Calls `visit` with every known file that is not removed.
+    /// Calls `visit` once with every known file that is not removed.
     template <typename Visit>
     void forEachKnownFile(const Visit& visit) const;
 
@@ -109,17 +122,26 @@ public:
     ExclusiveTree& operator=(const ExclusiveTree&) = delete;
 
     /// The child of that name, or null. Asks the provider unless the child is known.
-    Inode* find(FolderInode& folder, std::u16string_view name);
+    TreeEntry* find(FolderInode& folder, std::u16string_view name);
 
     /// Asks the provider for all children of a folder.
     void complete(FolderInode& folder);
 
     /// Marks a folder that has just been created: it has no children.
-    void setEmpty(FolderInode& folder) noexcept { folder.childrenComplete_ = true; }
+    void setEmpty(FolderInode& folder) noexcept { folder.children_.setComplete(); }
 
     /// Adds an entry without attributes.
     /// @throws std::bad_alloc with nothing changed
     Inode& add(FolderInode& folder, NewEntry entry, std::u16string name);
+
+    /// Adds a further name of an inode that is not removed.
+    /// @throws std::bad_alloc with nothing changed
+    Alias& addAlias(FolderInode& folder, Inode& inode, std::u16string name);
+
+    void removeAlias(const Alias& alias) noexcept;
+
+    /// Lets two entries change places.
+    void exchange(TreeEntry& left, TreeEntry& right) noexcept;
 
     /// Undoes an addition.
     void discard(Inode& inode) noexcept;
@@ -129,7 +151,7 @@ public:
     /// Allocates what a removal requires, so that it cannot fail once the storage's entry is gone.
     RemovedPlace prepareRemoval(const Inode& inode);
 
-    /// Takes an entry out of its folder.
+    /// Takes an inode without aliases out of its folder.
     void remove(Inode& inode, RemovedPlace place) noexcept;
 
     /// Takes a removed entry without references out of the tree.
@@ -139,17 +161,17 @@ public:
     /// Allocates what a rename requires.
     /// @param target  the entry that is replaced, null if there is none
     /// @return the position that the entry takes in its new folder
-    std::uint64_t prepareRename(const Inode& source, FolderInode& folder, const Inode* target);
+    std::uint64_t prepareRename(const TreeEntry& source, FolderInode& folder, const TreeEntry* target);
 
     /// Moves an entry to a name that is free in `folder`.
     /// @param position  as returned by `prepareRename`
-    void rename(Inode& source, FolderInode& folder, std::u16string name, std::uint64_t position) noexcept;
+    void rename(TreeEntry& source, FolderInode& folder, std::u16string name, std::uint64_t position) noexcept;
 
     /// Sets the times of a folder, the attributes of which are known, after a change of its entries.
     void stamp(FolderInode& folder, const timespec& time) noexcept;
 
 private:
-    Inode* ask(FolderInode& folder, std::u16string_view name);
+    TreeEntry* ask(FolderInode& folder, std::u16string_view name);
     std::unique_ptr<Inode> make(NewEntry entry, std::u16string name);
 };
 
@@ -161,11 +183,12 @@ void LockedTree::forEachKnownFile(const Visit& visit) const {
     while (!folders.empty()) {
         const FolderInode& folder = *folders.back();
         folders.pop_back();
-        folder.children_.forEach([&](Inode& child) {
-            if (child.isFolder()) {
-                folders.push_back(&static_cast<FolderInode&>(child));
-            } else if (child.isFile()) {
-                visit(static_cast<FileInode&>(child));
+        folder.children_.forEach([&](TreeEntry& child) {
+            Inode& inode = child.inode();
+            if (inode.isFolder()) {
+                folders.push_back(&static_cast<FolderInode&>(inode));
+            } else if (inode.isFile() && !child.isAlias()) {
+                visit(static_cast<FileInode&>(inode));
             }
         });
     }

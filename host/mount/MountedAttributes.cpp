@@ -131,13 +131,12 @@ struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode
     return show(tree, inode, held);
 }
 
-/// The link count of a folder is 1, as in file systems that do not count subfolders.
 struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
-                                    const InodeGuards::Held&) const {
+                                    const InodeGuards::Held& held) const {
     const EntryAttributes& attributes = inode.attributes;
     struct stat status = identify(inode);
     status.st_mode |= attributes.permissions;
-    status.st_nlink = tree.isRemoved(inode) ? 0 : 1;
+    status.st_nlink = tree.linksOf(inode, held);
     const Owner owner = ownership_.of(inode);
     status.st_uid = owner.user;
     status.st_gid = owner.group;

@@ -103,6 +103,14 @@ MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string
     return refer(tree, &changes_.make(tree, folder, std::move(entryName), std::move(entry)));
 }
 
+MountedStorage::Found MountedStorage::link(Inode& inode, FolderInode& folder, std::string_view name) {
+    std::u16string entryName = storageNameOf(name);
+    const StorageSpace::Turn turn(space_);
+    ExclusiveTree tree(tree_);
+    changes_.link(tree, inode, folder, std::move(entryName));
+    return refer(tree, &inode);
+}
+
 void MountedStorage::removeFile(FolderInode& folder, std::string_view name) {
     const std::u16string entryName = storageNameOf(name);
     ExclusiveTree tree(tree_);
@@ -136,12 +144,13 @@ void MountedStorage::list(FolderInode& folder, std::uint64_t position, ListingDe
         return;
     }
     bool tookAny = position < 2;
-    for (Inode* child = tree.childAfter(folder, position); child != nullptr;
+    for (TreeEntry* child = tree.childAfter(folder, position); child != nullptr;
          child = tree.childAfter(folder, tree.positionOf(*child))) {
         const bool isCounted = detail == ListingDetail::Attributes;
-        Found entry{child, MountedAttributes::identify(*child)};
+        Inode& inode = child->inode();
+        Found entry{&inode, MountedAttributes::identify(inode)};
         try {
-            entry.status = isCounted ? attributes_.statusOf(tree, *child) : entry.status;
+            entry.status = isCounted ? attributes_.statusOf(tree, inode) : entry.status;
         } catch (...) {
             if (tookAny) { // the caller must learn of the references counted so far; the next call throws
                 return;
@@ -151,7 +160,7 @@ void MountedStorage::list(FolderInode& folder, std::uint64_t position, ListingDe
         if (!visit(programNameOf(tree.nameOf(*child)).value(), entry, tree.positionOf(*child))) {
             return;
         }
-        child->references += isCounted ? 1 : 0;
+        inode.references += isCounted ? 1 : 0;
         tookAny = true;
     }
 }
@@ -192,12 +201,13 @@ std::vector<Failure> MountedStorage::settle() {
     return failures;
 }
 
-MountedStorage::Found MountedStorage::refer(const LockedTree& tree, Inode* inode) {
-    if (inode == nullptr) {
+MountedStorage::Found MountedStorage::refer(const LockedTree& tree, TreeEntry* entry) {
+    if (entry == nullptr) {
         return {};
     }
-    const Found found{inode, attributes_.statusOf(tree, *inode)};
-    ++inode->references;
+    Inode& inode = entry->inode();
+    const Found found{&inode, attributes_.statusOf(tree, inode)};
+    ++inode.references;
     return found;
 }
 

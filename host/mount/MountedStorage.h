@@ -71,6 +71,9 @@ public:
     Found makeNode(FolderInode& folder, std::string_view name, mode_t typeAndPermissions, dev_t device,
                    Owner owner);
 
+    /// Gives an inode that is no folder a further name.
+    Found link(Inode& inode, FolderInode& folder, std::string_view name);
+
     /// @throws ErrnoError EINVAL when the inode is no symbolic link
     static const std::string& readLink(const Inode& inode);
 
@@ -118,7 +121,7 @@ public:
 
 private:
     Found makeEntry(FolderInode& folder, std::string_view name, NewEntry entry);
-    Found refer(const LockedTree& tree, Inode* inode);
+    Found refer(const LockedTree& tree, TreeEntry* entry);
     void complete(FolderInode& folder);
 
     const Ownership ownership_;

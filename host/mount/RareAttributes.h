@@ -3,12 +3,16 @@
 #include "host/mount/Owner.h"
 
 #include <optional>
+#include <vector>
 
 namespace storage::host {
 
-/// The attributes that few entries have, kept by the mount only. A value.
+class Alias;
+
+/// What few inodes have, kept by the mount only. The others take no memory for it.
 struct RareAttributes {
-    std::optional<Owner> owner; ///< if it differs from the mount's default
+    std::optional<Owner> owner;  ///< if it differs from the mount's default
+    std::vector<Alias*> aliases; ///< the further names; guarded by the tree's lock
 };
 
 } // namespace storage::host

@@ -1,5 +1,4 @@
-#include "host/mount/ChildTable.h"
-#include "host/mount/Inode.h"
+#include "host/mount/InodeTree.h"
 
 #include <gmock/gmock.h>
 #include <string>
@@ -10,19 +9,21 @@ namespace {
 using storage::host::ChildTable;
 using storage::host::FileInode;
 using storage::host::Inode;
+using storage::host::TreeEntry;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 class ChildTableTest : public testing::Test {
 protected:
     Inode& add(ChildTable& table, const std::u16string& name) {
-        return table.add(std::make_unique<FileInode>(name, nextNumber_++));
+        return table.add(std::make_unique<FileInode>(name, nextNumber_++)).inode();
     }
 
     /// The names that a listing yields which has come as far as `position`.
     static std::vector<std::u16string> namesAfter(const ChildTable& table, std::uint64_t position) {
         std::vector<std::u16string> names;
-        for (const Inode* child = table.after(position); child != nullptr; child = table.after(position)) {
+        for (const TreeEntry* child = table.after(position); child != nullptr;
+             child = table.after(position)) {
             names.push_back(ChildTable::nameOf(*child));
             position = ChildTable::positionOf(*child);
         }
@@ -80,7 +81,7 @@ TEST_F(ChildTableTest, AListingGoesOnWhereARemovedChildWas) {
     Inode& b = add(table_, u"b");
     add(table_, u"c");
     const std::uint64_t reached = ChildTable::positionOf(b);
-    const std::unique_ptr<Inode> removed = table_.remove(b);
+    const std::unique_ptr<TreeEntry> removed = table_.remove(b);
     EXPECT_EQ(removed.get(), &b);
     EXPECT_EQ(ChildTable::nameOf(*removed), u"b");
     EXPECT_EQ(table_.find(u"b"), nullptr);
@@ -120,11 +121,43 @@ TEST_F(ChildTableTest, AChildCanTakeThePlaceOfAnother) {
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"old"));
 }
 
+TEST_F(ChildTableTest, TwoChildrenChangePlaces) {
+    Inode& a = add(table_, u"a");
+    add(table_, u"stays");
+    Inode& b = add(table_, u"b");
+    ChildTable other;
+    Inode& c = add(other, std::u16string(100, u'c'));
+    table_.exchange(a, table_, b);
+    EXPECT_EQ(table_.find(u"a"), &b);
+    EXPECT_EQ(table_.find(u"b"), &a);
+    EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"stays", u"a"));
+    table_.exchange(a, other, c);
+    EXPECT_EQ(other.find(std::u16string(100, u'c')), &a);
+    EXPECT_EQ(table_.find(u"b"), &c);
+    EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"stays", u"a"));
+    EXPECT_THAT(namesAfter(other, 0), ElementsAre(std::u16string(100, u'c')));
+}
+
+TEST_F(ChildTableTest, CountsFolders) {
+    const TreeEntry& folder = table_.add(std::make_unique<storage::host::FolderInode>(u"d", nextNumber_++));
+    Inode& file = add(table_, u"f");
+    EXPECT_EQ(table_.folders(), 1U);
+    ChildTable other;
+    move(table_, folder.inode(), other, u"d", other.newPosition());
+    EXPECT_EQ(table_.folders(), 0U);
+    EXPECT_EQ(other.folders(), 1U);
+    table_.exchange(file, other, *other.find(u"d"));
+    EXPECT_EQ(table_.folders(), 1U);
+    EXPECT_EQ(other.folders(), 0U);
+    table_.remove(*table_.find(u"f"));
+    EXPECT_EQ(table_.folders(), 0U);
+}
+
 TEST_F(ChildTableTest, VisitsEveryChild) {
     add(table_, u"a");
     add(table_, u"b");
     std::vector<std::u16string> visited;
-    table_.forEach([&](const Inode& child) { visited.push_back(ChildTable::nameOf(child)); });
+    table_.forEach([&](const TreeEntry& child) { visited.push_back(ChildTable::nameOf(child)); });
     EXPECT_THAT(visited, testing::UnorderedElementsAre(u"a", u"b"));
 }
 

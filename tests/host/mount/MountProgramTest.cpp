@@ -305,17 +305,6 @@ TEST_F(MountingTest, ReadOnlyRefusesAllChanges) {
     expectSuccess(run);
 }
 
-TEST_F(MountingTest, WhatStoragesDoNotHaveIsRefusedByItsNumber) {
-    const ProgramRun run = runMounted({}, [&](pid_t process) {
-        write(inside("f"), "content");
-        EXPECT_EQ(::link(inside("f").c_str(), inside("g").c_str()), -1);
-        EXPECT_EQ(errno, EPERM);
-        EXPECT_EQ(namesIn(mountPoint_), "f");
-        ::kill(process, SIGINT);
-    });
-    expectSuccess(run);
-}
-
 TEST_F(MountingTest, TwoStoragesCanBeMountedAtOnce) {
     const std::string other = disk_.makeFolder("other");
     const ProgramRun run = runMounted({}, [&](pid_t process) {

@@ -14,7 +14,22 @@ std::uint64_t MountedStorageTest::storedSize(const std::string& path) const {
 
 void MountedStorageTest::expectStorageAsSeen() {
     mount_.storage().settle();
-    EXPECT_EQ(takeSnapshot(*memory_), mount_.snapshot());
+    const TreeSnapshot stored = takeSnapshot(*memory_);
+    EXPECT_EQ(stored, seenInStorage(mount_, stored));
+}
+
+TreeSnapshot MountedStorageTest::seenInStorage(MountedTree& mount, const TreeSnapshot& stored) {
+    TreeSnapshot seen = mount.snapshot();
+    std::map<const Inode*, int> storedNames;
+    std::erase_if(seen, [&](const auto& entry) {
+        const bool isStored = stored.contains(entry.first);
+        storedNames[&mount.at(storage::host::toUtf8(entry.first).value())] += isStored ? 1 : 0;
+        return !isStored;
+    });
+    for (const auto& [inode, count] : storedNames) {
+        EXPECT_EQ(count, 1) << "entry number " << inode->number;
+    }
+    return seen;
 }
 
 bool operator==(const timespec& left, const timespec& right) {

@@ -26,8 +26,11 @@ protected:
     /// How many bytes the storage holds for the file.
     std::uint64_t storedSize(const std::string& path) const;
 
-    /// Expects the storage to hold just what programs see.
+    /// Expects the storage to hold just what programs see of files and folders, under one name each.
     void expectStorageAsSeen();
+
+    /// What programs see under the names that the storage has. Expects each file and folder to have one of them.
+    static TreeSnapshot seenInStorage(MountedTree& mount, const TreeSnapshot& stored);
 
     std::shared_ptr<foundation::storage::provider::IProvider> memory_ = sharedProvider(TEST_PLUGIN);
     HookedProvider provider_{memory_};

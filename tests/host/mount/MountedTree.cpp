@@ -97,6 +97,12 @@ MountedTree::Inode& MountedTree::makeNode(const std::string& path, mode_t typeAn
     return *made.inode;
 }
 
+MountedTree::Inode& MountedTree::link(const std::string& path, const std::string& newPath) {
+    const auto linked = storage_.link(at(path), folder(parentOf(newPath)), nameOf(newPath));
+    storage_.release(*linked.inode, 1);
+    return *linked.inode;
+}
+
 void MountedTree::removeFile(const std::string& path) {
     storage_.removeFile(folder(parentOf(path)), nameOf(path));
 }

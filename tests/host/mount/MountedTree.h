@@ -42,6 +42,7 @@ public:
                             Owner owner = Owner::ofProcess());
     Inode& makeSymbolicLink(const std::string& path, std::string_view target);
     Inode& makeNode(const std::string& path, mode_t typeAndPermissions, dev_t device = 0);
+    Inode& link(const std::string& path, const std::string& newPath);
     void removeFile(const std::string& path);
     void removeFolder(const std::string& path);
     void rename(const std::string& from, const std::string& to,

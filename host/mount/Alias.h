@@ -1,0 +1,27 @@
+#pragma once
+
+#include "host/mount/Inode.h"
+
+#include <cstddef>
+#include <string>
+#include <utility>
+
+namespace storage::host {
+
+/// A further name of an inode: a hard link. The provider knows the inode by its own name only.
+///
+/// Refers to the inode, which lives as long as it has names, and which lists its aliases in `RareAttributes`.
+class Alias final : public TreeEntry {
+public:
+    Alias(std::u16string name, Inode& inode) noexcept
+        : TreeEntry(Role::Alias, std::move(name)), inode_(inode) {}
+
+private:
+    friend class TreeEntry;
+    friend class ExclusiveTree;
+
+    Inode& inode_;
+    std::size_t index_ = 0; ///< in the list of the inode's aliases
+};
+
+} // namespace storage::host

@@ -1,0 +1,98 @@
+#include "tests/host/mount/MountingTest.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Hard links as programs use them.
+class MountedLinkProgramTest : public MountingTest {
+protected:
+    static nlink_t linksOf(const std::string& path) {
+        struct stat status {};
+        EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+        return status.st_nlink;
+    }
+};
+
+TEST_F(MountedLinkProgramTest, NamesComeAndGoOneByOne) {
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        fs::create_directory(inside("d"));
+        write(inside("f"), "content");
+        ASSERT_EQ(::link(inside("f").c_str(), inside("d/g").c_str()), 0);
+        EXPECT_EQ(linksOf(inside("f")), 2U);
+        EXPECT_EQ(linksOf(inside("d/g")), 2U);
+        write(inside("f"), "changed");
+        EXPECT_TRUE(runs("grep -qx changed " + inside("d/g")));
+        EXPECT_EQ(::link(inside("f").c_str(), inside("d/g").c_str()), -1);
+        EXPECT_EQ(errno, EEXIST);
+        EXPECT_EQ(::link(inside("d").c_str(), inside("e").c_str()), -1);
+        EXPECT_EQ(errno, EPERM);
+        EXPECT_EQ(::rename(inside("f").c_str(), inside("d/g").c_str()), 0);
+        EXPECT_EQ(linksOf(inside("f")), 2U) << "renamed to a name of the same file";
+        EXPECT_EQ(::unlink(inside("f").c_str()), 0);
+        EXPECT_EQ(linksOf(inside("d/g")), 1U);
+        EXPECT_TRUE(runs("grep -qx changed " + inside("d/g")));
+        ::kill(process, SIGINT);
+    });
+    expectSuccess(run);
+}
+
+TEST_F(MountedLinkProgramTest, AnExportHasTheFileOnce) {
+    const std::string out = disk_ / "out";
+    const ProgramRun run = runMounted({"--export-on-exit", out}, [&](pid_t process) {
+        write(inside("f"), "content");
+        fs::create_hard_link(inside("f"), inside("g"));
+        fs::remove(inside("f"));
+        fs::create_hard_link(inside("g"), inside("h"));
+        ::kill(process, SIGTERM);
+    });
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_TRUE(runs("grep -qx content " + out + "/g"));
+}
+
+TEST_F(MountedLinkProgramTest, ProgramsKeepLinks) {
+    const std::string tree = disk_.makeFolder("tree");
+    EXPECT_TRUE(
+        runs("cd " + tree + " && mkdir d && echo content >d/f && ln d/f g && ln -s g s && ln -P s d/s"));
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        EXPECT_TRUE(runs("cp -a " + tree + " " + inside("copied")));
+        EXPECT_TRUE(runs("tar cf - -C " + disk_.path() + " tree | tar xf - -C " + mountPoint_));
+        for (const std::string copy : {"copied", "tree"}) {
+            EXPECT_TRUE(runs("diff -r --no-dereference " + tree + " " + inside(copy)));
+            EXPECT_TRUE(fs::equivalent(inside(copy + "/d/f"), inside(copy + "/g")));
+            EXPECT_EQ(linksOf(inside(copy + "/g")), 2U);
+            EXPECT_EQ(linksOf(inside(copy + "/s")), 2U);
+        }
+        EXPECT_TRUE(runs("cp -al " + inside("copied") + " " + inside("linked")));
+        EXPECT_EQ(linksOf(inside("linked/g")), 4U);
+        EXPECT_TRUE(runs("rm -r " + inside("copied")));
+        EXPECT_EQ(linksOf(inside("linked/g")), 2U);
+        EXPECT_TRUE(runs("grep -qx content " + inside("linked/d/f")));
+        ::kill(process, SIGINT);
+    });
+    expectSuccess(run);
+}
+
+TEST_F(MountedLinkProgramTest, FoldersAreCountedByTheirParent) {
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        fs::create_directories(inside("d/s"));
+        EXPECT_EQ(linksOf(inside("d")), 3U);
+        fs::create_directory(inside("d/t"));
+        EXPECT_EQ(linksOf(inside("d")), 4U);
+        fs::rename(inside("d/t"), inside("t"));
+        fs::remove(inside("d/s"));
+        EXPECT_EQ(linksOf(inside("d")), 2U);
+        ::kill(process, SIGINT);
+    });
+    expectSuccess(run);
+}
+
+} // namespace
