@@ -13,11 +13,13 @@ namespace storage::host {
 /// Refers to the inode, which lives as long as it has names, and which lists its aliases in `RareAttributes`.
 class Alias final : public TreeEntry {
 public:
-    Alias(std::u16string name, Inode& inode) noexcept
-        : TreeEntry(Role::Alias, std::move(name)), inode_(inode) {}
+    Alias(std::u16string name, Inode& inode) noexcept : TreeEntry(std::move(name)), inode_(inode) {}
+
+    bool isAlias() const noexcept override { return true; }
+    Inode& inode() noexcept override { return inode_; }
+    const Inode& inode() const noexcept override { return inode_; }
 
 private:
-    friend class TreeEntry;
     friend class ExclusiveTree;
 
     Inode& inode_;

@@ -44,6 +44,10 @@ struct EntryAttributes {
 struct Inode : TreeEntry {
     enum class Kind : std::uint8_t { File, Folder, SymbolicLink, Fifo, Socket, CharacterDevice, BlockDevice };
 
+    bool isAlias() const noexcept override { return false; }
+    Inode& inode() noexcept override { return *this; }
+    const Inode& inode() const noexcept override { return *this; }
+
     bool isFolder() const noexcept { return kind == Kind::Folder; }
     bool isFile() const noexcept { return kind == Kind::File; }
 
@@ -69,7 +73,7 @@ struct Inode : TreeEntry {
 
 protected:
     Inode(Kind entryKind, std::u16string entryName, std::uint64_t entryNumber) noexcept
-        : TreeEntry(Role::Inode, std::move(entryName)), kind(entryKind), number(entryNumber) {}
+        : TreeEntry(std::move(entryName)), kind(entryKind), number(entryNumber) {}
 };
 
 /// A stream of the provider, its access mode and its position. A move-only value.

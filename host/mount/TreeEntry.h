@@ -19,16 +19,14 @@ public:
     virtual ~TreeEntry() = default;
 
     /// Whether the name is a further one of an inode, and not its own.
-    bool isAlias() const noexcept { return role_ == Role::Alias; }
+    virtual bool isAlias() const noexcept = 0;
 
     /// The inode that has the name.
-    Inode& inode() noexcept;
-    const Inode& inode() const noexcept;
+    virtual Inode& inode() noexcept = 0;
+    virtual const Inode& inode() const noexcept = 0;
 
 protected:
-    enum class Role : std::uint8_t { Inode, Alias };
-
-    TreeEntry(Role role, std::u16string name) noexcept : place_{std::move(name)}, role_(role) {}
+    explicit TreeEntry(std::u16string name) noexcept : place_{std::move(name)} {}
 
 private:
     friend class ChildTable;
@@ -43,7 +41,6 @@ private:
     };
 
     Place place_;
-    const Role role_;
 };
 
 } // namespace storage::host
