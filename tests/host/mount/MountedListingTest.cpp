@@ -155,7 +155,8 @@ TEST_F(MountedListingTest, AFolderCanBeEmptiedWhileItIsListed) {
 }
 
 TEST_F(MountedListingTest, LeavesOutWhatProgramsCannotSpell) {
-    for (const std::u16string name : {u"\xD800", u"a\xDC00z", u"\xDCC3\xDCA4", u"good", u"caf\xDCE9", u"\xD83D\xDE00"}) {
+    for (const std::u16string name :
+         {u"\xD800", u"a\xDC00z", u"\xDCC3\xDCA4", u"good", u"caf\xDCE9", u"\xD83D\xDE00"}) {
         memory_->doCreateFile(StorageIRI(u'/' + name));
     }
     memory_->doCreateFolder(StorageIRI(u'/' + std::u16string(200, u'€')));

@@ -181,7 +181,7 @@ void MountedTree::addFolder(FolderInode& folder, const std::string& path, TreeSn
                          std::string bytes) {
         const struct stat status = storage_.status(inode);
         tree[storage::host::toUtf16(where)] = {kind, storage::host::fromDiskTime(status.st_mtim),
-                                                       (status.st_mode & S_IWUSR) != 0, std::move(bytes)};
+                                               (status.st_mode & S_IWUSR) != 0, std::move(bytes)};
     };
     add(folder, EntrySnapshot::Kind::Folder, path.empty() ? "/" : path, "");
     for (const std::string& name : namesIn(folder)) {

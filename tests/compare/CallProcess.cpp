@@ -1,0 +1,103 @@
+#include "tests/compare/CallProcess.h"
+
+#include "tests/compare/Users.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <grp.h>
+#include <system_error>
+#include <tuple>
+#include <unistd.h>
+#include <utility>
+
+namespace syscalls {
+
+namespace {
+
+bool isBefore(const timespec& left, const timespec& right) {
+    return std::tie(left.tv_sec, left.tv_nsec) < std::tie(right.tv_sec, right.tv_nsec);
+}
+
+/// Calls set times before and after those of the clock.
+bool isSetByCall(const timespec& time) {
+    constexpr time_t firstOfClock = 1'600'000'000;
+    constexpr time_t lastOfClock = 4'900'000'000;
+    return time.tv_sec < firstOfClock || time.tv_sec > lastOfClock;
+}
+
+} // namespace
+
+CallProcess::CallProcess(const Exclusions& exclusions) : exclusions_(exclusions) {
+    slots_.fill(-1);
+}
+
+void CallProcess::become(unsigned user) {
+    if (user == user_) {
+        return;
+    }
+    user_ = user;
+    constexpr gid_t more = otherGroup;
+    // The saved numbers stay 0, for the way back; permissions do not depend on them.
+    const bool isChanged =
+        user == 0 ? ::setresuid(0, 0, 0) == 0 && ::setresgid(0, 0, 0) == 0 && ::setgroups(0, nullptr) == 0
+                  : ::setgroups(1, &more) == 0 && ::setresgid(ordinaryGroup, ordinaryGroup, 0) == 0 &&
+                        ::setresuid(ordinaryUser, ordinaryUser, 0) == 0;
+    if (!isChanged) {
+        throw std::system_error(errno, std::generic_category(), "change of the user");
+    }
+}
+
+std::size_t CallProcess::index(std::int64_t slot) const {
+    return user_ * TreeSketch::slots + static_cast<std::size_t>(slot);
+}
+
+int CallProcess::descriptor(std::int64_t slot) const {
+    return slot < 0 ? AT_FDCWD : slots_.at(index(slot));
+}
+
+void CallProcess::put(std::int64_t slot, int descriptor) {
+    if (descriptor >= 0) {
+        const int error = errno;
+        close(slot);
+        errno = error;
+        slots_.at(index(slot)) = descriptor;
+    }
+}
+
+int CallProcess::close(std::int64_t slot) {
+    return ::close(std::exchange(slots_.at(index(slot)), -1));
+}
+
+void CallProcess::addStatus(OutcomeBuilder& outcome, const struct stat& status,
+                            const std::string& place) const {
+    const auto add = [&](std::string_view name, const std::string& value) {
+        outcome.addAt(place, name, value);
+    };
+    const bool isFolder = S_ISDIR(status.st_mode);
+    add("mode", fmt::format("{:o}", status.st_mode));
+    add(isFolder ? "folder.nlink" : "nlink", std::to_string(status.st_nlink));
+    add("uid", std::to_string(status.st_uid));
+    add("gid", std::to_string(status.st_gid));
+    add(isFolder ? "folder.size" : "size", std::to_string(status.st_size));
+    add(isFolder ? "folder.blocks" : "blocks", std::to_string(status.st_blocks));
+    add("blksize", std::to_string(status.st_blksize));
+    add("rdev", std::to_string(status.st_rdev));
+    add("atime", shownAccess(status.st_atim));
+    add("mtime", shown(status.st_mtim));
+    add("ctime", shown(status.st_ctim));
+}
+
+std::string CallProcess::shown(timespec time) const {
+    if (isSetByCall(time)) {
+        return fmt::format("{}.{:09}", time.tv_sec, time.tv_nsec);
+    }
+    return fmt::format("epoch {}", std::ranges::upper_bound(epochs_, time, isBefore) - epochs_.begin());
+}
+
+std::string CallProcess::shownAccess(timespec time) const {
+    return isSetByCall(time) || !exclusions_.has("atime.epoch") ? shown(time) : "of the clock";
+}
+
+} // namespace syscalls
