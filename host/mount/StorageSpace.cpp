@@ -1,7 +1,6 @@
 #include "host/mount/StorageSpace.h"
 
 #include "host/mount/ErrnoError.h"
-#include "host/mount/MachineMemory.h"
 #include "hostapi/storage/provider/Exception.h"
 
 #include <algorithm>
@@ -75,7 +74,7 @@ StorageSpace::Room StorageSpace::room() const {
             throw;
         }
     }
-    MachineMemory memory = MachineMemory::read();
+    MachineMemory memory = MachineMemory::read(sources_);
     memory.info.available -= std::min<std::uint64_t>(memory.info.available, leftToSharers(memory));
     return {memory.info, std::move(memory.limitedBy), true};
 }

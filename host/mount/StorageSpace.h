@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/mount/MachineMemory.h"
 #include "host/mount/MemoryReserve.h"
 #include "host/mount/Mutex.h"
 #include "hostapi/storage/provider/IProvider.h"
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace storage::host {
 
@@ -23,7 +25,8 @@ public:
     using IProvider = foundation::storage::provider::IProvider;
     using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
 
-    explicit StorageSpace(const IProvider& provider) : provider_(provider) {}
+    explicit StorageSpace(const IProvider& provider, MachineMemory::Sources sources = {})
+        : provider_(provider), sources_(std::move(sources)) {}
 
     /// One operation that may grow, from before it acquires any other lock to its end. Waits for its turn while little
     /// memory is left.
@@ -73,6 +76,7 @@ private:
     Room room() const;
 
     const IProvider& provider_;
+    const MachineMemory::Sources sources_;
     MemoryReserve reserve_;
     Mutex turn_;                           ///< held by the operation that grows while `isScarce_`
     std::atomic<bool> isScarce_{false};    ///< as of the last look at the memory

@@ -36,6 +36,19 @@ TEST_F(MountedTimeTest, ReadingIsNoModification) {
     EXPECT_EQ(storedTime("/f"), longAgoText);
 }
 
+TEST_F(MountedTimeTest, AWriteIsAModificationWhereTheKernelDoesNotKeepTimes) {
+    FileInode& file = mount_.makeFile("/f", "abc");
+    AttributeChange change;
+    change.modified = longAgo;
+    change.changed = longAgo;
+    mount_.storage().change(file, change);
+    mount_.storage().stampModified(file);
+    EXPECT_GT(mount_.modifiedOf(file).tv_sec, longAgo.tv_sec);
+    EXPECT_GT(mount_.storage().status(file).st_ctim.tv_sec, longAgo.tv_sec);
+    mount_.storage().settle();
+    expectStorageAsSeen();
+}
+
 TEST_F(MountedTimeTest, ATruncationIsAModification) {
     for (const std::uint64_t size : {60U, 30U, 0U, 200U}) {
         FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));

@@ -1,6 +1,7 @@
 #include "host/mount/StorageSpace.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "tests/host/mount/ErrnoOf.h"
+#include "tests/host/mount/FakeMemory.h"
 #include "tests/support/HookedProvider.h"
 
 #include <cerrno>
@@ -76,6 +77,28 @@ TEST_F(StorageSpaceTest, OfAStorageThatDoesNotSayIsTheMachinesMemory) {
     EXPECT_LE(info.capacity, machine.totalram * machine.mem_unit);
     EXPECT_EQ(errnoOf([&] { space_.require(mebibyte); }), 0);
     EXPECT_EQ(errnoOf([&] { space_.require(info.capacity); }), ENOSPC) << "something is left to the machine";
+}
+
+TEST_F(StorageSpaceTest, ProcessesInTheSameControlGroupAreLeftMore) {
+    failWith(ErrorCode::NotOffered);
+    const FakeMemory fake;
+    fake.join("9:memory:/a\n");
+    fake.makeGroup("a", 256 * mebibyte, 200 * mebibyte);
+    StorageSpace space(provider_, fake.sources());
+    EXPECT_EQ(space.info().available, (56 - 2) * mebibyte);
+    EXPECT_EQ(errnoOf([&] { space.require(50 * mebibyte); }), 0);
+    fake.setProcesses("memory/a", "1\n2\n");
+    EXPECT_EQ(space.info().available, (56 - 8) * mebibyte);
+    EXPECT_EQ(errnoOf([&] { space.require(50 * mebibyte); }), ENOSPC);
+}
+
+TEST_F(StorageSpaceTest, WhatIsLeftToProcessesInTheSameControlGroupGrowsWithIt) {
+    failWith(ErrorCode::NotOffered);
+    const FakeMemory fake;
+    fake.join("9:memory:/a\n");
+    fake.makeGroup("a", 4096 * mebibyte, 0);
+    fake.setProcesses("memory/a", "1\n2\n");
+    EXPECT_EQ(StorageSpace(provider_, fake.sources()).info().available, (4096 - 64) * mebibyte);
 }
 
 TEST_F(StorageSpaceTest, AnotherFailureOfTheStorageIsTold) {
