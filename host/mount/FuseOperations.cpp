@@ -307,6 +307,13 @@ void read(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset,
     });
 }
 
+/// The kernel keeps the times of files only if it writes back late.
+void noteModification(fuse_req_t request, fuse_ino_t number) {
+    if (contextOf(request).writing == WriteMode::Through) {
+        storageOf(request).stampModified(fileOf(request, number));
+    }
+}
+
 void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t size, off_t offset,
            fuse_file_info* file) {
     answer(request, [&] {
@@ -315,9 +322,7 @@ void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t
                                                                        : ChangeGate::Origin::Program);
         storageOf(request).write(fileOf(request, number), static_cast<std::uint64_t>(offset),
                                  std::span(bytes, size));
-        if (contextOf(request).writing == WriteMode::Through) {
-            storageOf(request).stampModified(fileOf(request, number));
-        }
+        noteModification(request, number);
         fuse_reply_write(request, size);
     });
 }
@@ -331,6 +336,7 @@ void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off
         const auto passage = requirePassage(request);
         storageOf(request).ensureSize(fileOf(request, number), static_cast<std::uint64_t>(offset + length),
                                       [&] { return fuse_req_interrupted(request) != 0; });
+        noteModification(request, number);
     });
 }
 
