@@ -8,7 +8,9 @@
 #include "host/support/FileTime.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <exception>
+#include <optional>
 #include <utility>
 
 namespace storage::host {
@@ -60,11 +62,16 @@ void requireEmpty(const LockedTree& tree, const FolderInode& folder) {
     }
 }
 
-void refuseImpossibleRename(const LockedTree& tree, const Inode& source, const FolderInode& folder,
-                            const TreeEntry* target) {
-    if (source.isFolder() && tree.isWithin(folder, static_cast<const FolderInode&>(source))) {
+/// An entry cannot move into itself.
+void requireOutside(const LockedTree& tree, const FolderInode& folder, const Inode& entry) {
+    if (entry.isFolder() && tree.isWithin(folder, static_cast<const FolderInode&>(entry))) {
         throw ErrnoError(EINVAL);
     }
+}
+
+void refuseImpossibleRename(const LockedTree& tree, const Inode& source, const FolderInode& folder,
+                            const TreeEntry* target) {
+    requireOutside(tree, folder, source);
     if (target == nullptr) {
         return;
     }
@@ -76,15 +83,61 @@ void refuseImpossibleRename(const LockedTree& tree, const Inode& source, const F
     }
 }
 
+EntryAttributes attributesOf(const NewEntry& entry) {
+    const timespec time = kernelTime();
+    return {entry.permissions & permissionBits, entry.target.size(), time, time, time};
+}
+
+/// An entry in the tree that programs have no name for, discarded unless it has got one.
+class Placeholder {
+public:
+    explicit Placeholder(ExclusiveTree& tree)
+        : tree_(tree), inode_(tree.addNameless({Inode::Kind::CharacterDevice})) {}
+    ~Placeholder() {
+        if (tree_.isNameless(inode_)) {
+            tree_.discard(inode_);
+        }
+    }
+    Placeholder(const Placeholder&) = delete;
+    Placeholder& operator=(const Placeholder&) = delete;
+
+    Inode& inode() noexcept { return inode_; }
+
+private:
+    ExclusiveTree& tree_;
+    Inode& inode_;
+};
+
+/// What a rename leaves behind on request: a device with the number 0, which to an overlay file system means that there is
+/// nothing. Made before the rename, so that nothing can fail after it.
+class Whiteout {
+public:
+    Whiteout(ExclusiveTree& tree, FolderInode& folder, std::u16string name)
+        : tree_(tree), folder_(folder), name_(std::move(name)), entry_(tree) {
+        position_ = tree.prepareRename(entry_.inode(), folder, nullptr);
+        entry_.inode().attributesKnown = true;
+    }
+
+    void put(const timespec& time) noexcept {
+        entry_.inode().attributes = {0, 0, time, time, time};
+        tree_.rename(entry_.inode(), folder_, std::move(name_), position_);
+    }
+
+private:
+    ExclusiveTree& tree_;
+    FolderInode& folder_;
+    std::u16string name_;
+    Placeholder entry_;
+    std::uint64_t position_ = 0;
+};
+
 } // namespace
 
 Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, std::u16string name, NewEntry entry) {
     requirePresent(tree, folder);
     requireFree(tree, folder, name);
     space_.require(roomOfEntry + entry.target.size());
-    const timespec time = kernelTime();
-    const EntryAttributes attributes{entry.permissions & permissionBits, entry.target.size(), time, time,
-                                     time};
+    const EntryAttributes attributes = attributesOf(entry);
     const Owner owner = entry.owner;
     Inode& inode = tree.add(folder, std::move(entry), std::move(name));
     try {
@@ -98,6 +151,16 @@ Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, std::u16stri
 
 void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode,
                             const EntryAttributes& attributes, Owner creator) {
+    initialize(tree, folder, inode, attributes, creator);
+    if (inode.isStorable()) {
+        createInStorage(tree, folder, inode);
+    }
+    tree.stamp(folder, attributes.modified);
+}
+
+/// Sets the attributes of a new entry. Those of the folder are known then.
+void EntryChanges::initialize(const ExclusiveTree& tree, FolderInode& folder, Inode& inode,
+                              const EntryAttributes& attributes, Owner creator) {
     tree.loadAttributes(folder);
     const Owner owner = ownership_.ofNewIn(folder, creator);
     ownership_.prepare(inode, owner);
@@ -105,10 +168,6 @@ void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& ino
     inode.attributes = attributes;
     inode.attributes.permissions = permissionsOfNewIn(folder, inode.kind, attributes.permissions);
     inode.attributesKnown = true;
-    if (inode.isStorable()) {
-        createInStorage(tree, folder, inode);
-    }
-    tree.stamp(folder, attributes.modified);
 }
 
 void EntryChanges::createInStorage(ExclusiveTree& tree, const FolderInode& folder, Inode& inode) {
@@ -131,6 +190,47 @@ void EntryChanges::createInStorage(ExclusiveTree& tree, const FolderInode& folde
     }
 }
 
+/// The storage has the file in the root, which nobody can remove or rename.
+Inode& EntryChanges::makeNameless(ExclusiveTree& tree, FolderInode& folder, NewEntry entry) {
+    requirePresent(tree, folder);
+    space_.require(roomOfEntry);
+    const EntryAttributes attributes = attributesOf(entry);
+    const Owner creator = entry.owner;
+    Inode& inode = tree.addNameless(std::move(entry));
+    FolderInode& root = *tree.parentOf(inode);
+    try {
+        tree.loadAttributes(root);
+        initialize(tree, folder, inode, attributes, creator);
+        createInStorage(tree, root, inode);
+    } catch (...) {
+        tree.discard(inode);
+        throw;
+    }
+    keepTimeOf(tree, root);
+    return inode;
+}
+
+ExclusiveTree::RemovedPlace EntryChanges::removeNameless(ExclusiveTree& tree, Inode& inode) noexcept {
+    try {
+        FolderInode& root = *tree.parentOf(inode);
+        tree.loadAttributes(root);
+        auto removed = removing(tree, inode, kernelTime(), [&] { removeFromStorage(tree, inode); });
+        keepTimeOf(tree, root);
+        return removed;
+    } catch (...) {
+        return {};
+    }
+}
+
+void EntryChanges::removeNameless(ExclusiveTree& tree) noexcept {
+    for (Inode* inode = tree.anyNameless(); inode != nullptr; inode = tree.anyNameless()) {
+        removeNameless(tree, *inode);
+        if (tree.anyNameless() == inode) {
+            return; // it could not be removed
+        }
+    }
+}
+
 void EntryChanges::link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, std::u16string name) {
     if (inode.isFolder()) {
         throw ErrnoError(EPERM);
@@ -141,7 +241,14 @@ void EntryChanges::link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, 
     space_.require(roomOfEntry);
     tree.loadAttributes(inode);
     tree.loadAttributes(folder);
-    tree.addAlias(folder, inode, std::move(name));
+    if (tree.isNameless(inode)) {
+        FolderInode& root = *tree.parentOf(inode);
+        tree.loadAttributes(root);
+        moveTo(tree, inode, folder, std::move(name), nullptr);
+        keepTimeOf(tree, root);
+    } else {
+        tree.addAlias(folder, inode, std::move(name));
+    }
     const timespec time = kernelTime();
     stampChange(inode, time);
     tree.stamp(folder, time);
@@ -183,14 +290,7 @@ const Alias* EntryChanges::aliasInPlaceOf(ExclusiveTree& tree, TreeEntry& entry)
     }
     Alias* const alias = tree.aliasOf(entry.inode());
     if (alias != nullptr) {
-        FolderInode& folder = *tree.parentOf(entry);
-        FolderInode& newFolder = *tree.parentOf(*alias);
-        tree.loadAttributes(folder);
-        tree.loadAttributes(newFolder);
-        move(tree, entry, newFolder, tree.nameOf(*alias));
-        tree.exchange(entry, *alias);
-        keepTimeOf(tree, folder);
-        keepTimeOf(tree, newFolder);
+        changePlaces(tree, entry, *alias);
     }
     return alias;
 }
@@ -205,12 +305,12 @@ void EntryChanges::removeFromStorage(const ExclusiveTree& tree, const Inode& ino
 }
 
 void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name,
-                          FolderInode& newFolder, std::u16string newName, Replacement replacement) {
+                          FolderInode& newFolder, std::u16string newName, unsigned flags) {
     requirePresent(tree, newFolder);
     TreeEntry& source = requireChild(tree, folder, name);
     Inode& inode = source.inode();
     TreeEntry* const target = tree.find(newFolder, newName);
-    if (target != nullptr && replacement == Replacement::Refused) {
+    if (target != nullptr && (flags & RENAME_NOREPLACE) != 0) {
         throw ErrnoError(EEXIST);
     }
     if (target != nullptr && &target->inode() == &inode) {
@@ -220,17 +320,92 @@ void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u
     tree.loadAttributes(inode);
     tree.loadAttributes(folder);
     tree.loadAttributes(newFolder);
-    const std::uint64_t position = tree.prepareRename(source, newFolder, target);
-    if (target != nullptr) {
-        replace(tree, source, *target);
-    } else {
-        move(tree, source, newFolder, newName);
+    std::optional<Whiteout> whiteout;
+    if ((flags & RENAME_WHITEOUT) != 0) {
+        space_.require(roomOfEntry);
+        whiteout.emplace(tree, folder, name);
     }
-    tree.rename(source, newFolder, std::move(newName), position);
+    moveTo(tree, source, newFolder, std::move(newName), target);
     const timespec time = kernelTime();
+    if (whiteout) {
+        whiteout->put(time);
+    }
     tree.stamp(folder, time);
     tree.stamp(newFolder, time);
     stampChange(inode, time);
+}
+
+/// Moves an entry in the storage and in the tree.
+/// @param target  the entry of that name, which is replaced; null if there is none
+void EntryChanges::moveTo(ExclusiveTree& tree, TreeEntry& source, FolderInode& folder, std::u16string name,
+                          TreeEntry* target) {
+    const std::uint64_t position = tree.prepareRename(source, folder, target);
+    if (target != nullptr) {
+        replace(tree, source, *target);
+    } else {
+        move(tree, source, folder, name);
+    }
+    tree.rename(source, folder, std::move(name), position);
+}
+
+void EntryChanges::exchange(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name,
+                            FolderInode& newFolder, const std::u16string& newName) {
+    TreeEntry& left = requireChild(tree, folder, name);
+    TreeEntry& right = requireChild(tree, newFolder, newName);
+    Inode& leftInode = left.inode();
+    Inode& rightInode = right.inode();
+    if (&leftInode == &rightInode) {
+        return;
+    }
+    requireOutside(tree, newFolder, leftInode);
+    requireOutside(tree, folder, rightInode);
+    tree.loadAttributes(leftInode);
+    tree.loadAttributes(rightInode);
+    exchangeStored(tree, left, right);
+    const timespec time = kernelTime();
+    tree.stamp(folder, time);
+    tree.stamp(newFolder, time);
+    stampChange(leftInode, time);
+    stampChange(rightInode, time);
+}
+
+/// If the storage has both entries, they change places by way of a third one.
+void EntryChanges::exchangeStored(ExclusiveTree& tree, TreeEntry& left, TreeEntry& right) {
+    if (!tree.isStoredAs(right)) {
+        changePlaces(tree, left, right);
+        return;
+    }
+    if (!tree.isStoredAs(left)) {
+        changePlaces(tree, right, left);
+        return;
+    }
+    Placeholder third(tree);
+    changePlaces(tree, left, third.inode());
+    try {
+        changePlaces(tree, right, third.inode());
+        try {
+            changePlaces(tree, left, third.inode());
+        } catch (...) {
+            changePlaces(tree, right, third.inode());
+            throw;
+        }
+    } catch (...) {
+        changePlaces(tree, left, third.inode());
+        throw;
+    }
+}
+
+/// Lets two entries change places, the second of which is not in the storage. The folders keep their times. The attributes of
+/// the first must be known.
+void EntryChanges::changePlaces(ExclusiveTree& tree, TreeEntry& entry, TreeEntry& other) {
+    FolderInode& folder = *tree.parentOf(entry);
+    FolderInode& newFolder = *tree.parentOf(other);
+    tree.loadAttributes(folder);
+    tree.loadAttributes(newFolder);
+    move(tree, entry, newFolder, tree.nameOf(other));
+    tree.exchange(entry, other);
+    keepTimeOf(tree, folder);
+    keepTimeOf(tree, newFolder);
 }
 
 /// Takes the target out of the storage and of the tree, and moves the source to its place in the storage.
@@ -253,8 +428,10 @@ void EntryChanges::replace(ExclusiveTree& tree, TreeEntry& source, TreeEntry& ta
 /// Runs the step that removes an entry from the storage, and removes it from the tree. If the step throws and the entry
 /// is gone all the same, as after a move that failed midway, it is removed from the tree too. The attributes of the entry and of
 /// its folder must be known.
+/// @return the inode if nothing refers to it
 template <typename Step>
-void EntryChanges::removing(ExclusiveTree& tree, Inode& inode, const timespec& time, const Step& step) {
+ExclusiveTree::RemovedPlace EntryChanges::removing(ExclusiveTree& tree, Inode& inode, const timespec& time,
+                                                   const Step& step) {
     const FolderInode& folder = *tree.parentOf(inode);
     auto place = tree.prepareRemoval(inode);
     KeptContent content(contents_, tree, inode); // before the flag below: it may lift and restore it itself
@@ -272,10 +449,11 @@ void EntryChanges::removing(ExclusiveTree& tree, Inode& inode, const timespec& t
     content.keep();
     writable.release();
     stampChange(inode, time);
-    tree.remove(inode, std::move(place));
+    place = tree.remove(inode, std::move(place));
     if (failure) {
         std::rethrow_exception(failure);
     }
+    return place;
 }
 
 /// Moves an entry in the storage, where it replaces another; does nothing if it is not there under this name.

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <fcntl.h>
 #include <linux/fuse.h>
 #include <poll.h>
@@ -23,16 +24,28 @@ const Body& bodyOf(const fuse_in_header* header) {
 
 /// Whether a request makes the storage grow.
 bool isGrowing(const fuse_buf& request) {
-    switch (static_cast<const fuse_in_header*>(request.mem)->opcode) {
+    const auto* const header = static_cast<const fuse_in_header*>(request.mem);
+    switch (header->opcode) {
     case FUSE_MKNOD:
     case FUSE_MKDIR:
     case FUSE_SYMLINK:
     case FUSE_LINK:
+    case FUSE_TMPFILE:
     case FUSE_WRITE:
     case FUSE_FALLOCATE:
         return true;
+    case FUSE_RENAME2:
+        return (bodyOf<fuse_rename2_in>(header).flags & RENAME_WHITEOUT) != 0;
     default:
         return false;
+    }
+}
+
+/// libfuse does not know the request for a file without a name. It is the one to create a file, with "/" for the name.
+void translate(const fuse_buf& request) {
+    auto* const header = static_cast<fuse_in_header*>(request.mem);
+    if (header->opcode == FUSE_TMPFILE) {
+        header->opcode = FUSE_CREATE;
     }
 }
 
@@ -91,7 +104,9 @@ bool FuseDevice::isLong(const fuse_buf& request) const {
 
 /// While the reserve is given up, no request makes the storage grow: the reserve would be lost permanently.
 void FuseDevice::process(const fuse_buf& request) {
-    if (isGrowing(request)) {
+    const bool grows = isGrowing(request);
+    translate(request);
+    if (grows) {
         const SharedScopedLock lock(reserveMutex_);
         fuse_session_process_buf(session_, &request);
     } else if (space_.reserve().isNeeded()) {

@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <limits>
-#include <linux/fs.h>
 #include <memory>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -225,6 +224,24 @@ void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mo
     });
 }
 
+/// The kernel makes files without a name in this way. Other files it makes by `makeNode`, once it has got ENOSYS.
+void createNameless(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode,
+                    fuse_file_info* openFile) {
+    answer(request, [&] {
+        if (std::string_view(name) != "/") {
+            throw ErrnoError(ENOSYS);
+        }
+        const auto passage = requirePassage(request);
+        MountedStorage& storage = storageOf(request);
+        const MountedStorage::Found made =
+            storage.makeNamelessFile(folderOf(request, parent), mode, callerOf(request));
+        const fuse_entry_param entry = entryOf(made);
+        if (fuse_reply_create(request, &entry, openFile) == -ENOENT) {
+            storage.release(*made.inode, 1);
+        }
+    });
+}
+
 void makeSymbolicLink(fuse_req_t request, const char* target, fuse_ino_t parent, const char* name) {
     answerEntry(request, [&] {
         const auto passage = requirePassage(request);
@@ -280,13 +297,9 @@ void link(fuse_req_t request, fuse_ino_t number, fuse_ino_t newParent, const cha
 void rename(fuse_req_t request, fuse_ino_t parent, const char* name, fuse_ino_t newParent,
             const char* newName, unsigned flags) {
     answerDone(request, [&] {
-        if ((flags & ~static_cast<unsigned>(RENAME_NOREPLACE)) != 0) {
-            throw ErrnoError(EINVAL);
-        }
         const auto passage = requirePassage(request);
         storageOf(request).rename(folderOf(request, parent), name, folderOf(request, newParent), newName,
-                                  flags == RENAME_NOREPLACE ? MountedStorage::Replacement::Refused
-                                                            : MountedStorage::Replacement::Allowed);
+                                  flags);
     });
 }
 
@@ -433,6 +446,7 @@ const fuse_lowlevel_ops& fuseOperations() {
         table.getattr = getAttributes;
         table.setattr = setAttributes;
         table.mknod = makeNode;
+        table.create = createNameless;
         table.mkdir = makeFolder;
         table.unlink = removeFile;
         table.rmdir = removeFolder;

@@ -58,7 +58,8 @@ private:
     SharedMutex mutex_;
     std::uint64_t nextNumber_ QZFL_GUARDED_BY(mutex_) = 1;
     FolderInode root_;
-    Removed removed_ QZFL_GUARDED_BY(mutex_); ///< entries that the kernel still refers to
+    ChildTable nameless_ QZFL_GUARDED_BY(mutex_); ///< entries that have no name for programs yet
+    Removed removed_ QZFL_GUARDED_BY(mutex_);     ///< entries that the kernel still refers to
 };
 
 } // namespace storage::host

@@ -29,6 +29,13 @@ timespec programTime(const boost::posix_time::ptime& time) {
     return time.is_special() ? timespec{} : toDiskTime(time);
 }
 
+const std::u16string namelessPrefix = u"\xD800n"; ///< not valid UTF-16, so no program can use or see it
+
+std::u16string namelessName(std::uint64_t number) {
+    const std::string digits = std::to_string(number);
+    return namelessPrefix + std::u16string(digits.begin(), digits.end());
+}
+
 std::u16string pathOf(const LockedTree& tree, const Inode& inode, std::u16string_view below) {
     std::size_t length = below.empty() ? 0 : below.size() + 1;
     for (const Inode* each = &inode; tree.parentOf(*each) != nullptr; each = tree.parentOf(*each)) {
@@ -97,8 +104,12 @@ std::optional<TreeEntry*> LockedTree::findKnown(const FolderInode& folder,
     return child != nullptr || isComplete(folder) ? std::optional(child) : std::nullopt;
 }
 
+bool LockedTree::isNameless(const TreeEntry& entry) const noexcept {
+    return parentOf(entry) != nullptr && nameOf(entry).starts_with(namelessPrefix);
+}
+
 nlink_t LockedTree::linksOf(const Inode& inode, const InodeGuards::Held&) const noexcept {
-    if (isRemoved(inode)) {
+    if (isRemoved(inode) || isNameless(inode)) {
         return 0;
     }
     if (!inode.isFolder()) {
@@ -183,6 +194,25 @@ Inode& ExclusiveTree::add(FolderInode& folder, NewEntry entry, std::u16string na
     return added.inode();
 }
 
+Inode& ExclusiveTree::addNameless(NewEntry entry) {
+    tree_.mutex_.assertHeld();
+    std::u16string name = namelessName(tree_.nextNumber_);
+    TreeEntry& added = tree_.nameless_.add(make(std::move(entry), std::move(name)));
+    added.place_.parent = &tree_.root_;
+    return added.inode();
+}
+
+Inode* ExclusiveTree::anyNameless() const noexcept {
+    tree_.mutex_.assertHeld();
+    TreeEntry* const first = tree_.nameless_.after(0);
+    return first != nullptr ? &first->inode() : nullptr;
+}
+
+ChildTable& ExclusiveTree::tableOf(const TreeEntry& entry) const noexcept {
+    tree_.mutex_.assertHeld();
+    return isNameless(entry) ? tree_.nameless_ : entry.place_.parent->children_;
+}
+
 Alias& ExclusiveTree::addAlias(FolderInode& folder, Inode& inode, std::u16string name) {
     auto made = std::make_unique<Alias>(std::move(name), inode);
     Alias& alias = *made;
@@ -213,11 +243,11 @@ void ExclusiveTree::removeAlias(const Alias& alias) noexcept {
 }
 
 void ExclusiveTree::exchange(TreeEntry& left, TreeEntry& right) noexcept {
-    left.place_.parent->children_.exchange(left, right.place_.parent->children_, right);
+    tableOf(left).exchange(left, tableOf(right), right);
 }
 
 void ExclusiveTree::discard(Inode& inode) noexcept {
-    inode.place_.parent->children_.remove(inode);
+    tableOf(inode).remove(inode);
 }
 
 ExclusiveTree::RemovedPlace ExclusiveTree::prepareRemoval(const Inode& inode) {
@@ -226,13 +256,14 @@ ExclusiveTree::RemovedPlace ExclusiveTree::prepareRemoval(const Inode& inode) {
     return place.extract(place.begin());
 }
 
-void ExclusiveTree::remove(Inode& inode, RemovedPlace place) noexcept {
+ExclusiveTree::RemovedPlace ExclusiveTree::remove(Inode& inode, RemovedPlace place) noexcept {
     tree_.mutex_.assertHeld();
-    place.mapped() = inode.place_.parent->children_.remove(inode);
+    place.mapped() = tableOf(inode).remove(inode);
     inode.place_.parent = nullptr;
     if (inode.references != 0) {
         tree_.removed_.insert(std::move(place));
     }
+    return place;
 }
 
 ExclusiveTree::RemovedPlace ExclusiveTree::takeRemoved(const Inode& inode) noexcept {
@@ -247,12 +278,12 @@ std::uint64_t ExclusiveTree::prepareRename(const TreeEntry& source, FolderInode&
     if (target != nullptr) {
         return positionOf(*target);
     }
-    return parentOf(source) == &folder ? positionOf(source) : folder.children_.newPosition();
+    return &tableOf(source) == &folder.children_ ? positionOf(source) : folder.children_.newPosition();
 }
 
 void ExclusiveTree::rename(TreeEntry& source, FolderInode& folder, std::u16string name,
                            std::uint64_t position) noexcept {
-    folder.children_.moveHere(parentOf(source)->children_, source, std::move(name), position);
+    folder.children_.moveHere(tableOf(source), source, std::move(name), position);
     source.place_.parent = &folder;
 }
 

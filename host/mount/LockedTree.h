@@ -29,6 +29,10 @@ public:
         return inode.place_.parent == nullptr && !inode.place_.name.empty();
     }
 
+    /// Whether programs have no name for the entry yet. In the tree it is in the root, under a name that they can neither use
+    /// nor see; the storage may have it there.
+    bool isNameless(const TreeEntry& entry) const noexcept;
+
     /// Whether the provider has the entry.
     bool isStored(const Inode& inode) const noexcept { return inode.isStorable() && !isRemoved(inode); }
 
@@ -88,9 +92,9 @@ public:
     void loadAttributes(Inode& inode) const;
 
     /// The kernel drops `count` of its references.
-    /// @return whether that was the last to a removed entry, so that `takeRemoved` may take it
+    /// @return whether that was the last to an entry without a name, removed or nameless
     bool dropReferences(Inode& inode, std::uint64_t count) const noexcept {
-        return inode.references.fetch_sub(count) == count && isRemoved(inode);
+        return inode.references.fetch_sub(count) == count && (isRemoved(inode) || isNameless(inode));
     }
 
 protected:
@@ -134,6 +138,13 @@ public:
     /// @throws std::bad_alloc with nothing changed
     Inode& add(FolderInode& folder, NewEntry entry, std::u16string name);
 
+    /// Adds a nameless entry without attributes.
+    /// @throws std::bad_alloc with nothing changed
+    Inode& addNameless(NewEntry entry);
+
+    /// A nameless entry, or null if there is none.
+    Inode* anyNameless() const noexcept;
+
     /// Adds a further name of an inode that is not removed.
     /// @throws std::bad_alloc with nothing changed
     Alias& addAlias(FolderInode& folder, Inode& inode, std::u16string name);
@@ -152,7 +163,8 @@ public:
     RemovedPlace prepareRemoval(const Inode& inode);
 
     /// Takes an inode without aliases out of its folder.
-    void remove(Inode& inode, RemovedPlace place) noexcept;
+    /// @return the inode if nothing refers to it
+    RemovedPlace remove(Inode& inode, RemovedPlace place) noexcept;
 
     /// Takes a removed entry without references out of the tree.
     /// @return the inode, for the caller to destroy after the lock was released: a file may have many bytes
@@ -171,6 +183,7 @@ public:
     void stamp(FolderInode& folder, const timespec& time) noexcept;
 
 private:
+    ChildTable& tableOf(const TreeEntry& entry) const noexcept;
     TreeEntry* ask(FolderInode& folder, std::u16string_view name);
     std::unique_ptr<Inode> make(NewEntry entry, std::u16string name);
 };

@@ -7,6 +7,8 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
+#include <optional>
 #include <utility>
 
 namespace storage::host {
@@ -26,6 +28,14 @@ Inode::Kind kindOf(mode_t type) {
     case S_IFBLK:
         return Inode::Kind::BlockDevice;
     default:
+        throw ErrnoError(EINVAL);
+    }
+}
+
+void requireRenameFlags(unsigned flags) {
+    const bool isKnown = (flags & ~unsigned{RENAME_NOREPLACE | RENAME_EXCHANGE | RENAME_WHITEOUT}) == 0;
+    const bool isAlone = (flags & RENAME_EXCHANGE) == 0 || flags == RENAME_EXCHANGE;
+    if (!isKnown || !isAlone) {
         throw ErrnoError(EINVAL);
     }
 }
@@ -61,7 +71,7 @@ void MountedStorage::release(Inode& inode, std::uint64_t references) {
     }
     ExclusiveTree::RemovedPlace last; // destroyed after the lock is released: a file may have many bytes
     ExclusiveTree tree(tree_);
-    last = tree.takeRemoved(inode);
+    last = tree.isNameless(inode) ? changes_.removeNameless(tree, inode) : tree.takeRemoved(inode);
     space_.noteRemoval();
 }
 
@@ -103,6 +113,12 @@ MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string
     return refer(tree, &changes_.make(tree, folder, std::move(entryName), std::move(entry)));
 }
 
+MountedStorage::Found MountedStorage::makeNamelessFile(FolderInode& folder, mode_t permissions, Owner owner) {
+    const StorageSpace::Turn turn(space_);
+    ExclusiveTree tree(tree_);
+    return refer(tree, &changes_.makeNameless(tree, folder, {Inode::Kind::File, permissions, owner}));
+}
+
 MountedStorage::Found MountedStorage::link(Inode& inode, FolderInode& folder, std::string_view name) {
     std::u16string entryName = storageNameOf(name);
     const StorageSpace::Turn turn(space_);
@@ -126,11 +142,20 @@ void MountedStorage::removeFolder(FolderInode& folder, std::string_view name) {
 }
 
 void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderInode& newFolder,
-                            std::string_view newName, Replacement replacement) {
+                            std::string_view newName, unsigned flags) {
+    requireRenameFlags(flags);
     const std::u16string from = storageNameOf(name);
     std::u16string to = storageNameOf(newName);
+    std::optional<StorageSpace::Turn> turn;
+    if ((flags & RENAME_WHITEOUT) != 0) {
+        turn.emplace(space_);
+    }
     ExclusiveTree tree(tree_);
-    changes_.rename(tree, folder, from, newFolder, std::move(to), replacement);
+    if ((flags & RENAME_EXCHANGE) != 0) {
+        changes_.exchange(tree, folder, from, newFolder, to);
+    } else {
+        changes_.rename(tree, folder, from, newFolder, std::move(to), flags);
+    }
 }
 
 void MountedStorage::list(FolderInode& folder, std::uint64_t position, ListingDetail detail,
@@ -189,7 +214,8 @@ std::vector<const FileInode*> MountedStorage::referencedFiles() {
 
 std::vector<Failure> MountedStorage::settle() {
     std::vector<Failure> failures;
-    const ExclusiveTree tree(tree_);
+    ExclusiveTree tree(tree_);
+    changes_.removeNameless(tree);
     tree.forEachKnownFile([&](FileInode& file) {
         try {
             contents_.settle(tree, file);

@@ -24,7 +24,6 @@ class MountedStorage {
 public:
     using IProvider = foundation::storage::provider::IProvider;
     using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
-    using Replacement = EntryChanges::Replacement;
     using IsInterrupted = FileContents::IsInterrupted;
 
     /// The result of a lookup. It counts as one more reference of the kernel.
@@ -71,7 +70,11 @@ public:
     Found makeNode(FolderInode& folder, std::string_view name, mode_t typeAndPermissions, dev_t device,
                    Owner owner);
 
-    /// Gives an inode that is no folder a further name.
+    /// Makes a file that no folder has, as O_TMPFILE does. `link` gives it a name. It is removed with the last reference.
+    /// @param folder  any folder that is not removed
+    Found makeNamelessFile(FolderInode& folder, mode_t permissions, Owner owner);
+
+    /// Gives an inode that is no folder a further name, or a nameless one its first.
     Found link(Inode& inode, FolderInode& folder, std::string_view name);
 
     /// @throws ErrnoError EINVAL when the inode is no symbolic link
@@ -83,8 +86,9 @@ public:
 
     /// Atomic for all other operations: the entry has either the old place or the new one, and the new name exists
     /// throughout if it replaces an entry. Does nothing if both names are of one entry.
+    /// @param flags  RENAME_NOREPLACE, RENAME_WHITEOUT, or both; or RENAME_EXCHANGE
     void rename(FolderInode& folder, std::string_view name, FolderInode& newFolder, std::string_view newName,
-                Replacement replacement);
+                unsigned flags);
 
     /// Visits the entries of a folder after a position, "." and ".." first, until the visitor has no more room. For
     /// `ListingDetail::Attributes`, each entry taken except "." and ".." counts as one more reference of the kernel.

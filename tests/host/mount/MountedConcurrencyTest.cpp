@@ -71,7 +71,7 @@ void MountedConcurrencyTest::workInCommon(unsigned seed) {
     FolderInode& root = storage.root();
     for (int i = 0; i < steps; ++i) {
         attempt("make", [&] { mount_.makeFile('/' + name(), "content"); });
-        attempt("rename", [&] { storage.rename(root, name(), root, name(), Replacement::Allowed); });
+        attempt("rename", [&] { storage.rename(root, name(), root, name(), 0); });
         attempt("use", [&] {
             const auto found = storage.lookUp(root, name());
             if (found.inode == nullptr) {

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <new>
 #include <sys/sysmacros.h>
 
@@ -166,7 +167,7 @@ TEST_F(MountedKindsTest, NoneReplacesAFolderOrIsReplacedByOne) {
     mount_.makeSymbolicLink("/link", "x");
     EXPECT_EQ(errnoOf([&] { mount_.rename("/link", "/d"); }), EISDIR);
     EXPECT_EQ(errnoOf([&] { mount_.rename("/d", "/link"); }), ENOTDIR);
-    EXPECT_EQ(errnoOf([&] { mount_.rename("/link", "/link", Replacement::Refused); }), EEXIST);
+    EXPECT_EQ(errnoOf([&] { mount_.rename("/link", "/link", RENAME_NOREPLACE); }), EEXIST);
     EXPECT_EQ(targetOf("/link"), "x");
 }
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -90,6 +91,60 @@ TEST_F(MountedLinkProgramTest, FoldersAreCountedByTheirParent) {
         fs::rename(inside("d/t"), inside("t"));
         fs::remove(inside("d/s"));
         EXPECT_EQ(linksOf(inside("d")), 2U);
+        ::kill(process, SIGINT);
+    });
+    expectSuccess(run);
+}
+
+TEST_F(MountedLinkProgramTest, NamesAreExchangedAndWhitedOut) {
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        write(inside("f"), "file");
+        fs::create_directory(inside("d"));
+        write(inside("d/below"), "below");
+        const std::string file = inside("f");
+        const std::string folder = inside("d");
+        EXPECT_EQ(::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, folder.c_str(), RENAME_EXCHANGE), 0);
+        EXPECT_TRUE(runs("grep -qx file " + folder));
+        EXPECT_TRUE(runs("grep -qx below " + file + "/below"));
+        EXPECT_EQ(linksOf(file), 2U);
+        EXPECT_EQ(::renameat2(AT_FDCWD, folder.c_str(), AT_FDCWD, inside("g").c_str(), RENAME_WHITEOUT), 0);
+        struct stat status {};
+        ASSERT_EQ(::lstat(folder.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode, mode_t{S_IFCHR});
+        EXPECT_EQ(status.st_rdev, 0U);
+        EXPECT_EQ(::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, folder.c_str(), RENAME_NOREPLACE), -1);
+        EXPECT_EQ(errno, EEXIST);
+        EXPECT_TRUE(runs("grep -qx file " + inside("g")));
+        ::kill(process, SIGINT);
+    });
+    expectSuccess(run);
+}
+
+TEST_F(MountedLinkProgramTest, AFileWithoutANameGetsOne) {
+    const ProgramRun run = runMounted({}, [&](pid_t process) {
+        fs::create_directory(inside("d"));
+        const int file = ::open(inside("d").c_str(), O_TMPFILE | O_RDWR, 0640);
+        ASSERT_GE(file, 0);
+        EXPECT_EQ(::write(file, "content\n", 8), 8);
+        EXPECT_TRUE(fs::is_empty(inside("d")));
+        struct stat status {};
+        EXPECT_EQ(::fstat(file, &status), 0);
+        EXPECT_EQ(status.st_nlink, 0U);
+        EXPECT_EQ(status.st_mode & 07777U, 0640U & ~::umask(022));
+        const std::string opened = "/proc/self/fd/" + std::to_string(file);
+        EXPECT_EQ(::linkat(AT_FDCWD, opened.c_str(), AT_FDCWD, inside("named").c_str(), AT_SYMLINK_FOLLOW),
+                  0);
+        EXPECT_EQ(linksOf(inside("named")), 1U);
+        EXPECT_EQ(::write(file, "more\n", 5), 5);
+        ::close(file);
+        EXPECT_TRUE(runs("grep -qx content " + inside("named") + " && grep -qx more " + inside("named")));
+        const int exclusive = ::open(mountPoint_.c_str(), O_TMPFILE | O_EXCL | O_WRONLY, 0600);
+        ASSERT_GE(exclusive, 0);
+        const std::string unlinkable = "/proc/self/fd/" + std::to_string(exclusive);
+        EXPECT_EQ(::linkat(AT_FDCWD, unlinkable.c_str(), AT_FDCWD, inside("x").c_str(), AT_SYMLINK_FOLLOW),
+                  -1);
+        EXPECT_EQ(errno, ENOENT);
+        ::close(exclusive);
         ::kill(process, SIGINT);
     });
     expectSuccess(run);

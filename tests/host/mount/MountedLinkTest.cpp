@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <new>
 #include <random>
 
@@ -121,7 +122,7 @@ TEST_F(MountedLinkTest, OneNameRenamedToTheOtherStays) {
     mount_.link("/f", "/g");
     for (const auto& [from, to] : {std::pair("/f", "/g"), std::pair("/g", "/f")}) {
         mount_.rename(from, to);
-        EXPECT_EQ(errnoOf([&] { mount_.rename(from, to, Replacement::Refused); }), EEXIST);
+        EXPECT_EQ(errnoOf([&] { mount_.rename(from, to, RENAME_NOREPLACE); }), EEXIST);
         EXPECT_EQ(&mount_.at("/f"), &file);
         EXPECT_EQ(&mount_.at("/g"), &file);
         EXPECT_EQ(linksOf("/f"), 2U);

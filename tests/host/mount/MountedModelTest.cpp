@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <iostream>
 #include <map>
 #include <random>
@@ -54,7 +55,7 @@ private:
     bool holdsAnything(const std::string& path) const;
 
     int makingFails(const std::string& path) const;
-    int renamingFails(const std::string& from, const std::string& to, Replacement replacement) const;
+    int renamingFails(const std::string& from, const std::string& to, unsigned flags) const;
     void moveInModel(const std::string& from, const std::string& to);
 
     void make();
@@ -111,14 +112,13 @@ int MountedModelTest::makingFails(const std::string& path) const {
     return entryAt(path) ? EEXIST : 0;
 }
 
-int MountedModelTest::renamingFails(const std::string& from, const std::string& to,
-                                    Replacement replacement) const {
+int MountedModelTest::renamingFails(const std::string& from, const std::string& to, unsigned flags) const {
     const auto source = entryAt(from);
     const auto target = entryAt(to);
     if (!source) {
         return ENOENT;
     }
-    if (target && replacement == Replacement::Refused) {
+    if (target && flags == RENAME_NOREPLACE) {
         return EEXIST;
     }
     if (source == target) {
@@ -212,9 +212,9 @@ void MountedModelTest::rename() {
     if (!foldersAreThere) {
         return;
     }
-    const Replacement replacement = upTo(3) == 0 ? Replacement::Refused : Replacement::Allowed;
-    const int expected = renamingFails(from, to, replacement);
-    ASSERT_EQ(errnoOf([&] { mount_.rename(from, to, replacement); }), expected) << from << " to " << to;
+    const unsigned flags = upTo(3) == 0 ? RENAME_NOREPLACE : 0;
+    const int expected = renamingFails(from, to, flags);
+    ASSERT_EQ(errnoOf([&] { mount_.rename(from, to, flags); }), expected) << from << " to " << to;
     if (expected == 0 && entryAt(from) != entryAt(to)) {
         model_.erase(to);
         moveInModel(from, to);

@@ -230,9 +230,7 @@ TEST_F(MountedRemovalTest, NothingIsMadeInAFolderThatIsRemoved) {
     EXPECT_EQ(mount_.storage().lookUp(folder, "x").inode, nullptr);
     EXPECT_EQ(errnoOf([&] { mount_.storage().makeFile(folder, "x", 0644, self); }), ENOENT);
     EXPECT_EQ(errnoOf([&] { mount_.storage().makeFolder(folder, "x", 0755, self); }), ENOENT);
-    EXPECT_EQ(errnoOf([&] {
-                  mount_.storage().rename(mount_.storage().root(), "f", folder, "x", Replacement::Allowed);
-              }),
+    EXPECT_EQ(errnoOf([&] { mount_.storage().rename(mount_.storage().root(), "f", folder, "x", 0); }),
               ENOENT);
     EXPECT_THAT(mount_.namesIn(folder), IsEmpty());
     EXPECT_EQ(mount_.storage().status(folder).st_nlink, 0U);

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 
 namespace {
 
@@ -83,11 +84,11 @@ TEST_F(MountedRenameTest, AFolderThatWasEmptyOnceMoreGivesWay) {
 TEST_F(MountedRenameTest, NothingIsReplacedThatIsToStay) {
     mount_.makeFile("/f", "new");
     mount_.makeFile("/g", "old");
-    EXPECT_EQ(errnoOf([&] { mount_.rename("/f", "/g", Replacement::Refused); }), EEXIST);
-    EXPECT_EQ(errnoOf([&] { mount_.rename("/f", "/f", Replacement::Refused); }), EEXIST);
+    EXPECT_EQ(errnoOf([&] { mount_.rename("/f", "/g", RENAME_NOREPLACE); }), EEXIST);
+    EXPECT_EQ(errnoOf([&] { mount_.rename("/f", "/f", RENAME_NOREPLACE); }), EEXIST);
     EXPECT_EQ(mount_.bytesOf(mount_.file("/g")), "old");
     EXPECT_EQ(mount_.bytesOf(mount_.file("/f")), "new");
-    mount_.rename("/f", "/free", Replacement::Refused);
+    mount_.rename("/f", "/free", RENAME_NOREPLACE);
     EXPECT_EQ(mount_.bytesOf(mount_.file("/free")), "new");
     expectStorageAsSeen();
 }
@@ -132,7 +133,7 @@ TEST_F(MountedRenameTest, WhatIsNotThereCannotBeRenamed) {
     mount_.makeFile("/f");
     EXPECT_EQ(errnoOf([&] { mount_.rename("/x", "/y"); }), ENOENT);
     EXPECT_EQ(errnoOf([&] { mount_.rename("/x", "/f"); }), ENOENT);
-    EXPECT_EQ(errnoOf([&] { mount_.rename("/x", "/f", Replacement::Refused); }), ENOENT);
+    EXPECT_EQ(errnoOf([&] { mount_.rename("/x", "/f", RENAME_NOREPLACE); }), ENOENT);
     EXPECT_NE(mount_.find("/f"), nullptr);
 }
 

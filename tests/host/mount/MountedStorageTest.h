@@ -16,7 +16,6 @@ protected:
     using FolderInode = storage::host::FolderInode;
     using Inode = storage::host::Inode;
     using MountedStorage = storage::host::MountedStorage;
-    using Replacement = MountedStorage::Replacement;
 
     static constexpr timespec longAgo{981'173'106, 123'456'000};
 

@@ -103,6 +103,13 @@ MountedTree::Inode& MountedTree::link(const std::string& path, const std::string
     return *linked.inode;
 }
 
+MountedTree::FileInode& MountedTree::makeNameless(std::string_view content) {
+    const auto made = storage_.makeNamelessFile(storage_.root(), 0600, Owner::ofProcess());
+    auto& file = static_cast<FileInode&>(*made.inode);
+    write(file, 0, content);
+    return file;
+}
+
 void MountedTree::removeFile(const std::string& path) {
     storage_.removeFile(folder(parentOf(path)), nameOf(path));
 }
@@ -111,9 +118,8 @@ void MountedTree::removeFolder(const std::string& path) {
     storage_.removeFolder(folder(parentOf(path)), nameOf(path));
 }
 
-void MountedTree::rename(const std::string& from, const std::string& to,
-                         MountedStorage::Replacement replacement) {
-    storage_.rename(folder(parentOf(from)), nameOf(from), folder(parentOf(to)), nameOf(to), replacement);
+void MountedTree::rename(const std::string& from, const std::string& to, unsigned flags) {
+    storage_.rename(folder(parentOf(from)), nameOf(from), folder(parentOf(to)), nameOf(to), flags);
 }
 
 std::string MountedTree::read(FileInode& file, std::uint64_t offset, std::size_t count) {

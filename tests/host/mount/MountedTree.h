@@ -43,10 +43,11 @@ public:
     Inode& makeSymbolicLink(const std::string& path, std::string_view target);
     Inode& makeNode(const std::string& path, mode_t typeAndPermissions, dev_t device = 0);
     Inode& link(const std::string& path, const std::string& newPath);
+    /// A file without a name, with a reference for the caller.
+    FileInode& makeNameless(std::string_view content);
     void removeFile(const std::string& path);
     void removeFolder(const std::string& path);
-    void rename(const std::string& from, const std::string& to,
-                MountedStorage::Replacement replacement = MountedStorage::Replacement::Allowed);
+    void rename(const std::string& from, const std::string& to, unsigned flags = 0);
 
     std::string read(FileInode& file, std::uint64_t offset, std::size_t count);
     /// All that programs see of a file.
