@@ -85,7 +85,7 @@ void refuseImpossibleRename(const LockedTree& tree, const Inode& source, const F
 
 EntryAttributes attributesOf(const NewEntry& entry) {
     const timespec time = kernelTime();
-    return {entry.permissions & permissionBits, entry.target.size(), time, time, time};
+    return {entry.permissions & permissionBits, entry.target.size(), time, time, time, time};
 }
 
 /// An entry in the tree that programs have no name for, discarded unless it has got one.
@@ -119,7 +119,7 @@ public:
     }
 
     void put(const timespec& time) noexcept {
-        entry_.inode().attributes = {0, 0, time, time, time};
+        entry_.inode().attributes = {0, 0, time, time, time, time};
         tree_.rename(entry_.inode(), folder_, std::move(name_), position_);
     }
 

@@ -1,5 +1,6 @@
 #include "host/mount/FileContents.h"
 
+#include "host/mount/AccessTime.h"
 #include "host/mount/ErrnoError.h"
 #include "host/mount/LiftedFlag.h"
 #include "host/support/FileTime.h"
@@ -115,6 +116,7 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
     }
     const auto wanted = std::min<std::uint64_t>(buffer.size(), file.attributes.size - offset);
     get(held.streamOf(file), offset, buffer.first(wanted));
+    noteAccess(file);
     return wanted;
 }
 

@@ -1,5 +1,6 @@
 #include "host/mount/FuseDevice.h"
 
+#include "host/mount/FuseExtensions.h"
 #include "host/support/SystemCall.h"
 
 #include <array>
@@ -30,9 +31,10 @@ bool isGrowing(const fuse_buf& request) {
     case FUSE_MKDIR:
     case FUSE_SYMLINK:
     case FUSE_LINK:
-    case FUSE_TMPFILE:
+    case FUSE_CREATE:
     case FUSE_WRITE:
     case FUSE_FALLOCATE:
+    case FUSE_SETXATTR:
         return true;
     case FUSE_RENAME2:
         return (bodyOf<fuse_rename2_in>(header).flags & RENAME_WHITEOUT) != 0;
@@ -41,18 +43,10 @@ bool isGrowing(const fuse_buf& request) {
     }
 }
 
-/// libfuse does not know the request for a file without a name. It is the one to create a file, with "/" for the name.
-void translate(const fuse_buf& request) {
-    auto* const header = static_cast<fuse_in_header*>(request.mem);
-    if (header->opcode == FUSE_TMPFILE) {
-        header->opcode = FUSE_CREATE;
-    }
-}
-
 } // namespace
 
 FuseDevice::FuseDevice(const FuseSession& session, StorageSpace& space)
-    : session_(session.device()), space_(space) {
+    : session_(session.device()), context_(session.context()), space_(space) {
     const int descriptor = fuse_session_fd(session_);
     checked(::fcntl(descriptor, F_SETFL, checked(::fcntl(descriptor, F_GETFL), "fcntl") | O_NONBLOCK),
             "fcntl");
@@ -104,9 +98,10 @@ bool FuseDevice::isLong(const fuse_buf& request) const {
 
 /// While the reserve is given up, no request makes the storage grow: the reserve would be lost permanently.
 void FuseDevice::process(const fuse_buf& request) {
-    const bool grows = isGrowing(request);
-    translate(request);
-    if (grows) {
+    if (processExtension(context_, request)) {
+        return;
+    }
+    if (isGrowing(request)) {
         const SharedScopedLock lock(reserveMutex_);
         fuse_session_process_buf(session_, &request);
     } else if (space_.reserve().isNeeded()) {

@@ -30,6 +30,7 @@ public:
 
 private:
     fuse_session* const session_;
+    const RequestContext& context_;
     const Event ended_;        ///< `end` was called
     SharedMutex reserveMutex_; ///< shared by requests that may allocate permanently
     StorageSpace& space_;

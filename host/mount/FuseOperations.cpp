@@ -1,16 +1,15 @@
 #include "host/mount/FuseOperations.h"
 
-#include "host/mount/ChangeGate.h"
 #include "host/mount/EntryName.h"
-#include "host/mount/ErrnoError.h"
+#include "host/mount/FuseExtendedAttributes.h"
+#include "host/mount/FuseExtensions.h"
+#include "host/mount/FuseRequest.h"
 #include "host/mount/KernelTime.h"
-#include "host/mount/MountedStorage.h"
 #include "host/mount/UnmountRequests.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <limits>
 #include <memory>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -20,33 +19,12 @@ namespace storage::host {
 
 namespace {
 
-/// Nobody but the kernel's own users changes the tree, so what it has been told stays true until it changes it.
-constexpr double forever = std::numeric_limits<int>::max();
-constexpr unsigned nanosecondsKept = 1000; ///< storages keep microseconds
-constexpr unsigned pendingRequests = 64;   ///< of reading ahead and writing back
+constexpr unsigned nanosecondsKept = 1;  ///< resolution of the times
+constexpr unsigned pendingRequests = 64; ///< of reading ahead and writing back
 
 /// Bytes of one request that is written through. The kernel cannot free these pages until the request is answered, and each
 /// program that writes may have as many.
 constexpr unsigned writtenThrough = 128U << 10U;
-
-RequestContext& contextOf(fuse_req_t request) {
-    return *static_cast<RequestContext*>(fuse_req_userdata(request));
-}
-
-MountedStorage& storageOf(fuse_req_t request) {
-    return contextOf(request).storage;
-}
-
-/// @throws ErrnoError EROFS while changes by programs are refused
-ChangeGate::Passage requirePassage(fuse_req_t request) {
-    return {contextOf(request).gate, ChangeGate::Origin::Program};
-}
-
-/// The kernel's number of an inode is its address, but for the root.
-Inode& inodeOf(fuse_req_t request, fuse_ino_t number) {
-    return number == FUSE_ROOT_ID ? storageOf(request).root()
-                                  : *reinterpret_cast<Inode*>(number); // NOLINT(performance-no-int-to-ptr)
-}
 
 FolderInode& folderOf(fuse_req_t request, fuse_ino_t number) {
     return static_cast<FolderInode&>(inodeOf(request, number));
@@ -54,15 +32,6 @@ FolderInode& folderOf(fuse_req_t request, fuse_ino_t number) {
 
 FileInode& fileOf(fuse_req_t request, fuse_ino_t number) {
     return static_cast<FileInode&>(inodeOf(request, number));
-}
-
-/// While changes are refused, the kernel must ask for the attributes of a file before each write, see `getAttributes`. So it
-/// may not take them from another reply: it ignores attributes that were invalidated while it waited for them.
-void keepAttributesInvalid(fuse_req_t request, fuse_ino_t number) {
-    const RequestContext& context = contextOf(request);
-    if (context.gate.isClosed()) {
-        invalidateAttributesOf(context.session, number);
-    }
 }
 
 fuse_entry_param entryOf(const MountedStorage::Found& found) {
@@ -73,24 +42,6 @@ fuse_entry_param entryOf(const MountedStorage::Found& found) {
     entry.attr_timeout = forever;
     entry.entry_timeout = forever;
     return entry;
-}
-
-/// Runs an operation that replies by itself unless it throws.
-template <typename Operation>
-void answer(fuse_req_t request, const Operation& operation) noexcept {
-    try {
-        operation();
-    } catch (...) {
-        fuse_reply_err(request, errnoOfCurrentException());
-    }
-}
-
-template <typename Operation>
-void answerDone(fuse_req_t request, const Operation& operation) noexcept {
-    answer(request, [&] {
-        operation();
-        fuse_reply_err(request, 0);
-    });
 }
 
 /// A missing entry is an answer too, which the kernel remembers. A program that gave up meanwhile does not get the
@@ -130,7 +81,7 @@ void startUp(void* userData, fuse_conn_info* connection) {
 void lookUp(fuse_req_t request, fuse_ino_t parent, const char* name) {
     answerEntry(request, [&] {
         const MountedStorage::Found found = storageOf(request).lookUp(folderOf(request, parent), name);
-        keepAttributesInvalid(request, reinterpret_cast<fuse_ino_t>(found.inode));
+        keepAttributesInvalid(contextOf(request), reinterpret_cast<fuse_ino_t>(found.inode));
         return found;
     });
 }
@@ -154,7 +105,7 @@ void getAttributes(fuse_req_t request, fuse_ino_t number, fuse_file_info* openFi
         if (openFile != nullptr && contextOf(request).gate.isClosed()) {
             throw ErrnoError(EROFS);
         }
-        keepAttributesInvalid(request, number);
+        keepAttributesInvalid(contextOf(request), number);
         const struct stat status = storageOf(request).status(inodeOf(request, number));
         fuse_reply_attr(request, &status, forever);
     });
@@ -181,6 +132,9 @@ AttributeChange changeOf(const struct stat& attributes, int wanted) {
     if ((wanted & FUSE_SET_ATTR_GID) != 0) {
         change.group = attributes.st_gid;
     }
+    if ((wanted & FUSE_SET_ATTR_KILL_SUID) != 0) { // both bits, in spite of its name
+        change.setIds = AttributeChange::SetIds::Cleared;
+    }
     change.modified = wantedTime(wanted, FUSE_SET_ATTR_MTIME, FUSE_SET_ATTR_MTIME_NOW, attributes.st_mtim);
     change.accessed = wantedTime(wanted, FUSE_SET_ATTR_ATIME, FUSE_SET_ATTR_ATIME_NOW, attributes.st_atim);
     change.changed = wantedTime(wanted, FUSE_SET_ATTR_CTIME, 0, attributes.st_ctim);
@@ -201,7 +155,7 @@ void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attribute
         if ((wanted & FUSE_SET_ATTR_CTIME) != 0) {
             noteKernelTimestamp(attributes->st_ctim);
         }
-        keepAttributesInvalid(request, number);
+        keepAttributesInvalid(contextOf(request), number);
         const struct stat status =
             storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted),
                                       [&] { return fuse_req_interrupted(request) != 0; });
@@ -320,6 +274,13 @@ void read(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset,
     });
 }
 
+/// The kernel learns of the new permissions before the reply.
+void clearSetIds(fuse_req_t request, fuse_ino_t number) {
+    if (storageOf(request).clearSetIds(fileOf(request, number))) {
+        invalidateAttributesOf(contextOf(request).session, number);
+    }
+}
+
 /// The kernel keeps the times of files only if it writes back late.
 void noteModification(fuse_req_t request, fuse_ino_t number) {
     if (contextOf(request).writing == WriteMode::Through) {
@@ -333,6 +294,9 @@ void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t
         const ChangeGate::Passage passage(contextOf(request).gate, file->writepage != 0
                                                                        ? ChangeGate::Origin::KernelCache
                                                                        : ChangeGate::Origin::Program);
+        if (clearsSetIds(file->fh)) {
+            clearSetIds(request, number);
+        }
         storageOf(request).write(fileOf(request, number), static_cast<std::uint64_t>(offset),
                                  std::span(bytes, size));
         noteModification(request, number);
@@ -347,6 +311,10 @@ void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off
             throw ErrnoError(EOPNOTSUPP);
         }
         const auto passage = requirePassage(request);
+        if (fuse_req_ctx(request)->uid !=
+            0) { // unlike a write, the request does not say who may keep the bits
+            clearSetIds(request, number);
+        }
         storageOf(request).ensureSize(fileOf(request, number), static_cast<std::uint64_t>(offset + length),
                                       [&] { return fuse_req_interrupted(request) != 0; });
         noteModification(request, number);
@@ -430,12 +398,6 @@ void control(fuse_req_t request, fuse_ino_t number, unsigned command, void*, fus
 
 } // namespace
 
-void invalidateAttributesOf(fuse_session* session, fuse_ino_t number) {
-    constexpr off_t noContent = -1;
-    fuse_lowlevel_notify_inval_inode(session, number, noContent,
-                                     0); // fails if the kernel does not know the inode
-}
-
 const fuse_lowlevel_ops& fuseOperations() {
     static const fuse_lowlevel_ops operations = [] {
         fuse_lowlevel_ops table{};
@@ -464,6 +426,7 @@ const fuse_lowlevel_ops& fuseOperations() {
         table.readdirplus = listAttributes;
         table.statfs = getSpace;
         table.ioctl = control;
+        addExtendedAttributes(table);
         return table;
     }();
     return operations;

@@ -1,6 +1,7 @@
 #include "host/mount/FuseSession.h"
 
 #include "host/mount/CapturedErrors.h"
+#include "host/mount/FuseExtensions.h"
 #include "host/support/CommandError.h"
 
 #include <array>
@@ -83,6 +84,7 @@ FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountReque
     if (!session_ || fuse_session_mount(session_.get(), options.mountPoint.c_str()) != 0) {
         throw CommandError(options.mountPoint, "cannot be mounted: " + errors.firstLine());
     }
+    extendSession(session_.get());
     place_ = MountPlace(options.mountPoint, fuse_session_fd(session_.get()));
 }
 

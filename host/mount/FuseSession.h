@@ -28,6 +28,7 @@ public:
     FuseSession& operator=(const FuseSession&) = delete;
 
     fuse_session* device() const noexcept { return session_.get(); }
+    const RequestContext& context() const noexcept { return context_; }
     const MountPlace& place() const noexcept { return place_; }
 
 private:

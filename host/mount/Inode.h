@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/mount/CompactTime.h"
 #include "host/mount/InodeLock.h"
 #include "host/mount/RareAttributes.h"
 #include "host/mount/TreeEntry.h"
@@ -7,7 +8,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <ctime>
 #include <memory>
 #include <string>
 #include <sys/types.h>
@@ -25,9 +25,10 @@ constexpr mode_t usualFolderPermissions = 0755;
 struct EntryAttributes {
     mode_t permissions = 0; ///< without the file type; providers keep only the owner's write bit
     std::uint64_t size = 0; ///< bytes; 0 for a folder
-    timespec modified{};    ///< UTC, whole microseconds
-    timespec accessed{};    ///< kept by the mount only
-    timespec changed{};     ///< kept by the mount only
+    CompactTime modified;   ///< UTC; providers keep whole microseconds
+    CompactTime accessed;   ///< kept by the mount only
+    CompactTime changed;    ///< kept by the mount only
+    CompactTime born;       ///< kept by the mount only
 
     bool isWritable() const noexcept { return (permissions & 0200U) != 0; }
 };

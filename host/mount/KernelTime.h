@@ -4,7 +4,7 @@
 
 namespace storage::host {
 
-/// The current time as the kernel stamps files with it, in whole microseconds. The kernel stamps most changes itself from
+/// The current time as the kernel stamps files with it. The kernel stamps most changes itself from
 /// its coarse clock; a finer clock here would order these changes before earlier ones. Never earlier than a timestamp
 /// that was noted. Thread-safe.
 timespec kernelTime();

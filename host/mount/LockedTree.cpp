@@ -59,14 +59,22 @@ std::u16string pathOf(const LockedTree& tree, const Inode& inode, std::u16string
 
 void loadFile(FileInode& file, const FileAttributes& stored) {
     const timespec modified = programTime(stored.getLastModified());
-    file.attributes = {permissionsOf(usualFilePermissions, stored.isWritable()), stored.getSize(), modified,
-                       modified, modified};
+    file.attributes = {permissionsOf(usualFilePermissions, stored.isWritable()),
+                       stored.getSize(),
+                       modified,
+                       modified,
+                       modified,
+                       modified};
     file.storedSize = stored.getSize();
 }
 
 void loadFolder(FolderInode& folder, const FolderAttributes& stored) {
     const timespec modified = programTime(stored.getLastModified());
-    folder.attributes = {permissionsOf(usualFolderPermissions, stored.isWritable()), 0, modified, modified,
+    folder.attributes = {permissionsOf(usualFolderPermissions, stored.isWritable()),
+                         0,
+                         modified,
+                         modified,
+                         modified,
                          modified};
 }
 

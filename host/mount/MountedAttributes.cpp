@@ -15,9 +15,10 @@ namespace {
 constexpr blksize_t preferredBlockSize = 4096; ///< bytes
 constexpr std::uint64_t statusBlock = 512;     ///< bytes, the unit of st_blocks
 
-/// To the resolution of the provider.
-timespec rounded(const timespec& time) {
-    return toDiskTime(fromDiskTime(time));
+/// The set-group-ID bit of a file that its group may not run has another meaning.
+mode_t withoutSetIds(mode_t permissions) {
+    const bool runsAsGroup = (permissions & (S_ISGID | S_IXGRP)) == (S_ISGID | S_IXGRP);
+    return permissions & ~static_cast<mode_t>(S_ISUID | (runsAsGroup ? S_ISGID : 0));
 }
 
 void requireFile(const Inode& inode) {
@@ -68,8 +69,13 @@ private:
 } // namespace
 
 MountedAttributes::MountedAttributes(const IProvider& provider, InodeTree& tree, InodeGuards& guards,
-                                     FileContents& contents, const Ownership& ownership)
-    : provider_(provider), tree_(tree), guards_(guards), contents_(contents), ownership_(ownership) {}
+                                     FileContents& contents, StorageSpace& space, const Ownership& ownership)
+    : provider_(provider),
+      tree_(tree),
+      guards_(guards),
+      contents_(contents),
+      space_(space),
+      ownership_(ownership) {}
 
 struct stat MountedAttributes::status(Inode& inode) {
     const SharedTree tree(tree_);
@@ -82,6 +88,13 @@ struct stat MountedAttributes::statusOf(const LockedTree& tree, Inode& inode) {
     return show(tree, inode, held);
 }
 
+CompleteStatus MountedAttributes::completeStatus(Inode& inode) {
+    const SharedTree tree(tree_);
+    const auto held = guards_.hold(inode);
+    tree.loadAttributes(inode, held);
+    return {show(tree, inode, held), inode.attributes.born};
+}
+
 struct stat MountedAttributes::identify(const Inode& inode) {
     struct stat status {};
     status.st_ino = inode.number;
@@ -92,12 +105,15 @@ struct stat MountedAttributes::identify(const Inode& inode) {
 
 struct stat MountedAttributes::change(Inode& inode, const AttributeChange& change,
                                       const FileContents::IsInterrupted& isInterrupted) {
+    if (!change.size && !change.owner && !change.group) {
+        return apply(change, inode);
+    }
+    const StorageSpace::Turn turn = contents_.turn();
     if (!change.size) {
         return apply(change, inode);
     }
     requireFile(inode);
     auto& file = static_cast<FileInode&>(inode);
-    const StorageSpace::Turn turn = contents_.turn();
     contents_.prepareToGrow(file, *change.size, isInterrupted);
     const SlackTrimmer trimmer(contents_, file); // of growth that failed, or of a truncation
     return apply(change, inode);
@@ -106,7 +122,7 @@ struct stat MountedAttributes::change(Inode& inode, const AttributeChange& chang
 void MountedAttributes::stampModified(FileInode& file) {
     const timespec now = kernelTime();
     const auto held = guards_.hold(file);
-    file.attributes.modified = rounded(now);
+    file.attributes.modified = now;
     file.attributes.changed = now;
 }
 
@@ -125,10 +141,22 @@ struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode
     if (change.permissions) {
         setPermissions(tree, inode, held, *change.permissions & permissionBits);
     }
+    if (change.setIds == AttributeChange::SetIds::Cleared) {
+        attributes.permissions = withoutSetIds(attributes.permissions);
+    }
     setOwner(inode, change);
     attributes.accessed = change.accessed.value_or(attributes.accessed);
     attributes.changed = change.changed.value_or(kernelTime());
     return show(tree, inode, held);
+}
+
+bool MountedAttributes::clearSetIds(FileInode& file) {
+    const SharedTree tree(tree_);
+    const auto held = guards_.hold(file);
+    tree.loadAttributes(file, held);
+    const mode_t before = file.attributes.permissions;
+    file.attributes.permissions = withoutSetIds(before);
+    return file.attributes.permissions != before;
 }
 
 struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
@@ -155,7 +183,7 @@ void MountedAttributes::setModified(const LockedTree& tree, Inode& inode, const 
     if (tree.isStored(inode)) {
         provider_.doSetLastModified(tree.locationOf(inode), fromDiskTime(time));
     }
-    inode.attributes.modified = rounded(time);
+    inode.attributes.modified = time;
 }
 
 /// After a change that cannot be undone. If the provider refuses the time, `FileContents::settle` sets it at the end.
@@ -164,7 +192,7 @@ void MountedAttributes::setModifiedAnyway(const LockedTree& tree, Inode& inode, 
     try {
         setModified(tree, inode, held, time);
     } catch (...) {
-        inode.attributes.modified = rounded(time);
+        inode.attributes.modified = time;
     }
 }
 
@@ -181,6 +209,9 @@ void MountedAttributes::setPermissions(const LockedTree& tree, Inode& inode, con
 void MountedAttributes::setOwner(Inode& inode, const AttributeChange& change) const {
     const Owner present = ownership_.of(inode);
     const Owner wanted{change.owner.value_or(present.user), change.group.value_or(present.group)};
+    if (ownership_.takesMemory(inode, wanted)) {
+        space_.require(sizeof(RareAttributes));
+    }
     ownership_.prepare(inode, wanted);
     ownership_.set(inode, wanted);
 }

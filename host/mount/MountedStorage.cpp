@@ -1,6 +1,6 @@
 #include "host/mount/MountedStorage.h"
 
-#include "host/disk/DiskEntry.h"
+#include "host/mount/AccessTime.h"
 #include "host/mount/EntryName.h"
 #include "host/mount/ErrnoError.h"
 #include "host/mount/SpecialInodes.h"
@@ -47,7 +47,8 @@ MountedStorage::MountedStorage(const IProvider& provider, Owner defaultOwner)
       tree_(provider, guards_),
       space_(provider),
       contents_(provider, tree_, guards_, space_),
-      attributes_(provider, tree_, guards_, contents_, ownership_),
+      attributes_(provider, tree_, guards_, contents_, space_, ownership_),
+      extended_(tree_, guards_, space_),
       changes_(provider, guards_, space_, contents_, ownership_) {}
 
 MountedStorage::Found MountedStorage::lookUp(FolderInode& folder, std::string_view name) {
@@ -167,6 +168,12 @@ void MountedStorage::list(FolderInode& folder, std::uint64_t position, ListingDe
     if ((position < 1 && !visit(".", {nullptr, MountedAttributes::identify(folder)}, 1)) ||
         (position < 2 && !visit("..", {nullptr, MountedAttributes::identify(above)}, 2))) {
         return;
+    }
+    {
+        const auto held = guards_.hold(folder);
+        if (folder.attributesKnown) { // those of the root may not be
+            noteAccess(folder);
+        }
     }
     bool tookAny = position < 2;
     for (TreeEntry* child = tree.childAfter(folder, position); child != nullptr;

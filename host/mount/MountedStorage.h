@@ -2,6 +2,7 @@
 
 #include "host/mount/EntryChanges.h"
 #include "host/mount/MountedAttributes.h"
+#include "host/mount/MountedExtendedAttributes.h"
 #include "host/mount/StorageSpace.h"
 #include "host/support/Failure.h"
 
@@ -52,11 +53,23 @@ public:
     struct stat status(Inode& inode) {
         return attributes_.status(inode);
     }
+    CompleteStatus completeStatus(Inode& inode) { return attributes_.completeStatus(inode); }
     struct stat change(
         Inode& inode, const AttributeChange& change,
         const IsInterrupted& isInterrupted = [] { return false; }) {
         return attributes_.change(inode, change, isInterrupted);
     }
+
+    bool clearSetIds(FileInode& file) { return attributes_.clearSetIds(file); }
+
+    void setExtended(Inode& inode, std::string_view name, std::string_view value, int flags) {
+        extended_.set(inode, name, value, flags);
+    }
+    std::string getExtended(const Inode& inode, std::string_view name) { return extended_.get(inode, name); }
+    std::string listExtended(const Inode& inode, ExtendedAttributes::Names wanted) {
+        return extended_.list(inode, wanted);
+    }
+    void removeExtended(Inode& inode, std::string_view name) { extended_.remove(inode, name); }
 
     /// @param owner  who makes the entry; a folder with the set-group-ID bit passes on its group instead
     Found makeFile(FolderInode& folder, std::string_view name, mode_t permissions, Owner owner);
@@ -134,6 +147,7 @@ private:
     StorageSpace space_;
     FileContents contents_;
     MountedAttributes attributes_;
+    MountedExtendedAttributes extended_;
     EntryChanges changes_;
 };
 

@@ -13,6 +13,10 @@ Owner Ownership::ofNewIn(const Inode& folder, Owner creator) const noexcept {
     return {creator.user, passesGroupOn ? of(folder).group : creator.group};
 }
 
+bool Ownership::takesMemory(const Inode& inode, Owner owner) const noexcept {
+    return owner != default_ && inode.rare == nullptr;
+}
+
 void Ownership::prepare(Inode& inode, Owner owner) const {
     if (owner != default_) {
         inode.requireRare();

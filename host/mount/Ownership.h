@@ -17,6 +17,9 @@ public:
     /// The owner of an entry that `creator` makes in `folder`: a folder with the set-group-ID bit passes on its group.
     Owner ofNewIn(const Inode& folder, Owner creator) const noexcept;
 
+    /// Whether `prepare` allocates.
+    bool takesMemory(const Inode& inode, Owner owner) const noexcept;
+
     /// Allocates what `set` requires.
     void prepare(Inode& inode, Owner owner) const;
 

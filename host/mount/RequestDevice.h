@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/mount/FuseOperations.h"
+#include "host/mount/KernelCache.h"
 
 namespace storage::host {
 

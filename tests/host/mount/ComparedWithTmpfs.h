@@ -16,6 +16,8 @@ protected:
     /// @param options  of the mount
     void expectSameOutput(const std::string& script, const Words& options = {"--allow-other"});
 
+    const std::string& tmpfs() const { return tmpfs_; }
+
 private:
     static std::string outputOf(const std::string& script, const std::string& folder);
 

@@ -1,3 +1,4 @@
+#include "tests/host/mount/BoundedProvider.h"
 #include "tests/host/mount/MountedStorageTest.h"
 #include "tests/support/ForwardingStream.h"
 #include "tests/support/MiscountingProvider.h"
@@ -11,7 +12,6 @@
 namespace {
 
 using foundation::storage::provider::ByteStreamOpenOptions;
-using foundation::storage::provider::ProviderStorageInfo;
 using foundation::storage::provider::StorageIRI;
 
 /// Reading, writing and resizing files.
@@ -255,18 +255,6 @@ TEST_F(MountedContentTest, AFolderHasNoSize) {
     change.size = 0;
     EXPECT_EQ(errnoOf([&] { mount_.storage().change(mount_.makeFolder("/d"), change); }), EISDIR);
 }
-
-/// A storage that says how much room it has.
-class BoundedProvider final : public HookedProvider {
-public:
-    using HookedProvider::HookedProvider;
-
-    ProviderStorageInfo doGetProviderStorageInfo(const StorageIRI&) const override {
-        return {1000, available};
-    }
-
-    std::uint64_t available = 1000;
-};
 
 TEST_F(MountedContentTest, WithoutRoomAFileStaysAsItIs) {
     BoundedProvider provider(memory_);

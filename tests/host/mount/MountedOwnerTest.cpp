@@ -1,6 +1,10 @@
 #include "host/mount/MountedModes.h"
 #include "host/mount/Ownership.h"
+#include "tests/host/mount/BoundedProvider.h"
 #include "tests/host/mount/MountedStorageTest.h"
+
+#include <cerrno>
+#include <utility>
 
 namespace {
 
@@ -65,6 +69,35 @@ TEST_F(MountedOwnerTest, AreChangedTogetherOrOneByOne) {
     EXPECT_EQ(mount_.ownerOf(file), (Owner{42, 43})) << "other changes keep the owner";
     mount_.setOwner(file, Owner::ofProcess());
     EXPECT_EQ(mount_.ownerOf(file), Owner::ofProcess());
+}
+
+TEST_F(MountedOwnerTest, TakeRoom) {
+    BoundedProvider provider(memory_);
+    MountedTree mount(provider);
+    provider.available = 1030; // for one entry
+    Inode& file = mount.makeFile("/f");
+    Inode& other = mount.makeFile("/other", "", 0644, anotherOwner);
+    provider.available = 10;
+    EXPECT_EQ(errnoOf([&] { mount.setOwner(file, anotherOwner); }), ENOSPC);
+    EXPECT_EQ(mount.ownerOf(file), Owner::ofProcess());
+    mount.setOwner(file, Owner::ofProcess());
+    mount.setOwner(other, {1, 1});
+    EXPECT_EQ(mount.ownerOf(other), (Owner{1, 1})) << "which it has already";
+}
+
+TEST_F(MountedOwnerTest, AFileThatGetsAnotherOwnerOrIsWrittenToLosesItsSetIdBits) {
+    FileInode& file = mount_.makeFile("/f");
+    AttributeChange change;
+    change.setIds = AttributeChange::SetIds::Cleared;
+    for (const auto& [before, after] : {std::pair(06755U, 0755U), std::pair(02755U, 0755U),
+                                        std::pair(06644U, 02644U), std::pair(01644U, 01644U)}) {
+        mount_.setPermissions(file, before);
+        EXPECT_EQ(mount_.storage().clearSetIds(file), before != after);
+        EXPECT_EQ(mount_.permissionsOf(file), after);
+        EXPECT_FALSE(mount_.storage().clearSetIds(file));
+        mount_.setPermissions(file, before);
+        EXPECT_EQ(mount_.storage().change(file, change).st_mode & 07777U, after);
+    }
 }
 
 TEST_F(MountedOwnerTest, NobodyElsesSetIdBitsAreExported) {

@@ -90,17 +90,18 @@ TEST_F(MountedTimeTest, SettlingIsNoModification) {
     EXPECT_EQ(storedTime("/f"), longAgoText);
 }
 
-TEST_F(MountedTimeTest, IsKeptToTheMicrosecond) {
+TEST_F(MountedTimeTest, IsShownToTheNanosecondAndStoredToTheMicrosecond) {
     Inode& file = mount_.makeFile("/f");
     AttributeChange change;
     change.modified = timespec{1'700'000'000, 123'456'789};
-    const timespec kept{1'700'000'000, 123'456'000};
-    EXPECT_EQ(mount_.storage().change(file, change).st_mtim, kept);
+    EXPECT_EQ(mount_.storage().change(file, change).st_mtim, *change.modified);
     EXPECT_EQ(storedTime("/f"), "2023-11-14 22:13:20.123456 UTC");
     Inode& folder = mount_.makeFolder("/d");
-    EXPECT_EQ(mount_.storage().change(folder, change).st_mtim, kept);
-    EXPECT_EQ(mount_.modifiedOf(folder), kept);
+    EXPECT_EQ(mount_.storage().change(folder, change).st_mtim, *change.modified);
+    EXPECT_EQ(mount_.modifiedOf(folder), *change.modified);
     EXPECT_EQ(storedTime("/d"), "2023-11-14 22:13:20.123456 UTC");
+    expectStorageAsSeen();
+    EXPECT_EQ(mount_.modifiedOf(file), *change.modified);
     mount_.setModified(mount_.storage().root(), longAgo);
     EXPECT_EQ(storedTime("/"), longAgoText);
 }
@@ -119,7 +120,7 @@ TEST_F(MountedTimeTest, WhatStoragesCannotKeepBecomesTheNearestTheyCan) {
     EXPECT_EQ(storedTime("/f"), "1400-01-01 00:00:00.000000 UTC");
     mount_.setModified(file, {10'000 * year, 0}); // 11970
     EXPECT_EQ(storedTime("/f").substr(0, 10), "9999-12-31");
-    EXPECT_LT(mount_.modifiedOf(file).tv_sec, 8100 * year) << "what is shown is what is kept";
+    EXPECT_EQ(mount_.modifiedOf(file), (timespec{10'000 * year, 0})) << "the mount keeps what it was given";
     expectStorageAsSeen();
 }
 
@@ -139,6 +140,59 @@ TEST_F(MountedTimeTest, OfAccessAndOfChangeAreKeptByTheMount) {
     EXPECT_EQ(mount_.storage().status(file).st_ctim, (timespec{2000, 6000}));
     mount_.rename("/f", "/g");
     EXPECT_EQ(mount_.storage().status(file).st_atim, (timespec{1000, 5000}));
+}
+
+TEST_F(MountedTimeTest, OfAccessFollowsReadingAsWithRelatime) {
+    FileInode& file = mount_.makeFile("/f", "abc");
+    const auto accessed = [&](Inode& inode) { return mount_.storage().status(inode).st_atim; };
+    AttributeChange change;
+    change.accessed = change.modified = change.changed = longAgo;
+    mount_.storage().change(file, change);
+    mount_.bytesOf(file);
+    EXPECT_GT(accessed(file).tv_sec, longAgo.tv_sec) << "not later than the modification";
+    change.accessed = timespec{longAgo.tv_sec, longAgo.tv_nsec + 1};
+    mount_.storage().change(file, change);
+    mount_.bytesOf(file);
+    EXPECT_GT(accessed(file).tv_sec, longAgo.tv_sec) << "a day old";
+    const timespec recently{std::time(nullptr) - 3600, 0};
+    change.accessed = recently;
+    mount_.storage().change(file, change);
+    mount_.bytesOf(file);
+    EXPECT_EQ(accessed(file), recently);
+    change.changed = timespec{recently.tv_sec + 1, 0};
+    mount_.storage().change(file, change);
+    mount_.bytesOf(file);
+    EXPECT_GT(accessed(file).tv_sec, recently.tv_sec) << "the file has changed since";
+    EXPECT_EQ(mount_.storage().status(file).st_ctim, *change.changed) << "reading is no change";
+}
+
+TEST_F(MountedTimeTest, OfAccessOfAFolderFollowsListing) {
+    FolderInode& folder = mount_.makeFolder("/d");
+    AttributeChange change;
+    change.accessed = change.modified = change.changed = longAgo;
+    mount_.storage().change(folder, change);
+    mount_.namesIn(folder);
+    EXPECT_GT(mount_.storage().status(folder).st_atim.tv_sec, longAgo.tv_sec);
+    EXPECT_EQ(mount_.modifiedOf(folder), longAgo);
+}
+
+TEST_F(MountedTimeTest, OfCreationStays) {
+    FileInode& file = mount_.makeFile("/f", "abc");
+    const timespec born = mount_.storage().completeStatus(file).born;
+    EXPECT_GE(born.tv_sec, std::time(nullptr) - 100);
+    AttributeChange change;
+    change.accessed = change.modified = change.changed = longAgo;
+    mount_.storage().change(file, change);
+    mount_.write(file, 0, "xyz");
+    mount_.rename("/f", "/g");
+    EXPECT_EQ(mount_.storage().completeStatus(file).born, born);
+    EXPECT_EQ(mount_.storage().completeStatus(file).status.st_ino, mount_.storage().status(file).st_ino);
+}
+
+TEST_F(MountedTimeTest, OfCreationOfWhatTheStorageHeldBeforeIsThatOfItsModification) {
+    memory_->doCreateFile(StorageIRI(u"/f"));
+    memory_->doSetLastModified(StorageIRI(u"/f"), storage::host::fromDiskTime(longAgo));
+    EXPECT_EQ(mount_.storage().completeStatus(mount_.at("/f")).born, longAgo);
 }
 
 TEST_F(MountedTimeTest, ARenameKeepsTheTimeOfAFile) {

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "host/mount/RequestContext.h"
+
+namespace storage::host {
+
+/// Adds the functions for getxattr(2), setxattr(2), listxattr(2) and removexattr(2).
+void addExtendedAttributes(fuse_lowlevel_ops& table);
+
+} // namespace storage::host

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "host/mount/ExtendedAttributes.h"
+#include "host/mount/InodeTree.h"
+#include "host/mount/StorageSpace.h"
+
+#include <string>
+#include <string_view>
+
+namespace storage::host {
+
+/// Extended attributes of entries, as setxattr(2) and its relatives find them. The kernel has decided who may use which
+/// names, and on which kinds of entries.
+///
+/// Borrows tree, guards and space. Acquires the locks itself. Thread-safe.
+class MountedExtendedAttributes {
+public:
+    MountedExtendedAttributes(InodeTree& tree, InodeGuards& guards, StorageSpace& space)
+        : tree_(tree), guards_(guards), space_(space) {}
+
+    /// Errors: see `ExtendedAttributes`; also ENOSPC when there is no room, with nothing changed.
+    void set(Inode& inode, std::string_view name, std::string_view value, int flags);
+    std::string get(const Inode& inode, std::string_view name);
+    std::string list(const Inode& inode, ExtendedAttributes::Names wanted);
+    void remove(Inode& inode, std::string_view name);
+
+private:
+    InodeTree& tree_;
+    InodeGuards& guards_;
+    StorageSpace& space_;
+};
+
+} // namespace storage::host

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "host/mount/KernelCache.h"
+
+namespace storage::host {
+
+class ChangeGate;
+class MountedStorage;
+class UnmountRequests;
+
+/// When the kernel sends what programs write.
+enum class WriteMode {
+    Back,    ///< late, in pieces as large as it can; it keeps times and sizes of files itself
+    Through, ///< at once, while the program waits; late only for files that programs map into memory
+};
+
+/// What requests work on: the user data of a session. Borrows all of it. A value.
+struct RequestContext {
+    WriteMode writing;
+    MountedStorage& storage;
+    ChangeGate& gate;
+    UnmountRequests& unmounting;
+    fuse_session* session; ///< the session itself
+};
+
+} // namespace storage::host
