@@ -8,8 +8,8 @@
 #include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <fcntl.h>
 #include <limits>
 #include <new>
 #include <vector>
@@ -23,13 +23,13 @@ using foundation::storage::provider::requireNonNull;
 
 namespace {
 
-constexpr std::size_t copiedAtOnce = 1U << 20U;  ///< bytes filled or copied at a time
-constexpr std::uint64_t muchSlack = 64U << 10U;  ///< bytes, below which trimming does not pay
-const std::u16string unseenName = u"\xD800";     ///< not valid UTF-16, so no program can use or see it
-constexpr std::uint64_t growthStep = 32U << 20U; ///< bytes, filled within milliseconds
+constexpr std::size_t copiedAtOnce = 1U << 20U; ///< bytes
+constexpr std::uint64_t muchSlack = 64U << 10U; ///< bytes, below which trimming does not pay
+const std::u16string unseenName = u"\xD800";    ///< not valid UTF-16, so no program can use or see it
 
-/// Bytes that a provider holds twice when it copies a file that grows to a larger block, at the most.
-constexpr std::uint64_t copiedByProvider = 2U << 20U;
+// What is done within milliseconds, without releasing the locks.
+constexpr std::uint64_t clearedAtOnce = 32U << 20U; ///< bytes
+constexpr std::size_t extentsAtOnce = 10'000;
 
 constexpr auto largestSize = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
 
@@ -44,67 +44,8 @@ void requireUnchanged(const FileInode& file) {
     }
 }
 
-/// Of a stream that failed.
-constexpr std::uint64_t unknownPosition = std::numeric_limits<std::uint64_t>::max();
-
-void stand(OpenStream& open, std::uint64_t offset) {
-    if (open.position == offset) {
-        return;
-    }
-    if (open.stream->seek(static_cast<long>(offset), std::ios_base::beg) < 0) {
-        throw ErrnoError(EIO);
-    }
-    open.position = offset;
-}
-
-/// Fills the buffer.
-void get(OpenStream& open, std::uint64_t offset, std::span<char> buffer) {
-    stand(open, offset);
-    open.position = unknownPosition;
-    readExactly(*open.stream, buffer.data(), buffer.size());
-    open.position = offset + buffer.size();
-}
-
-/// A provider that has no memory for a file's bytes is a full file system to the program that writes.
-void put(FileInode& file, OpenStream& open, std::uint64_t offset, std::span<const char> bytes) {
-    file.isBeingCopied = false;
-    stand(open, offset);
-    open.position = unknownPosition;
-    try {
-        writeAll(*open.stream, {bytes.data(), bytes.size()});
-    } catch (const std::bad_alloc&) {
-        throw ErrnoError(ENOSPC);
-    }
-    open.position = offset + bytes.size();
-    file.storedSize = std::max(file.storedSize, open.position);
-}
-
-/// The end of the bytes and of the zeros that follow them.
-std::uint64_t unfilledFrom(const FileInode& file) {
-    return std::max(file.attributes.size, file.zerosEnd);
-}
-
-/// Fills with zeros from the end of the file up to `size`.
-void extend(FileInode& file, OpenStream& open, std::uint64_t size) {
-    static const std::array<char, copiedAtOnce> zeros{};
-    while (unfilledFrom(file) < size) {
-        const std::uint64_t begin = unfilledFrom(file);
-        const auto count = std::min<std::uint64_t>(zeros.size(), size - begin);
-        put(file, open, begin, std::span(zeros).first(count));
-        file.zerosEnd = begin + count;
-    }
-}
-
-/// Appends first: if there is no room for that, nothing has been overwritten.
-void overwriteAndAppend(FileInode& file, OpenStream& open, std::uint64_t offset,
-                        std::span<const char> bytes) {
-    const std::uint64_t inside = std::min<std::uint64_t>(file.storedSize - offset, bytes.size());
-    if (inside < bytes.size()) {
-        put(file, open, offset + inside, bytes.subspan(inside));
-    }
-    if (inside > 0) {
-        put(file, open, offset, bytes.first(inside));
-    }
+bool isWritten(const SparseMap::Extent& extent) {
+    return extent.state == SparseMap::State::Written;
 }
 
 } // namespace
@@ -115,96 +56,237 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
         return 0;
     }
     const auto wanted = std::min<std::uint64_t>(buffer.size(), file.attributes.size - offset);
-    get(held.streamOf(file), offset, buffer.first(wanted));
+    bytesOf(file, held).read(offset, buffer.first(wanted));
     noteAccess(file);
     return wanted;
 }
 
-/// Fills a gap between the end and the offset first: a stream would append the bytes. That also overwrites the slack of
-/// a truncation.
-void FileContents::write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
+/// Frees the slack again if it fails.
+FileContents::ShownBlocks FileContents::write(FileInode& file, std::uint64_t offset,
+                                              std::span<const char> bytes) {
     if (offset > largestSize - bytes.size()) {
         throw ErrnoError(EFBIG);
     }
     const StorageSpace::Turn turn(space_);
-    growing(file, [&] {
-        prepare(file, offset, [] { return false; });
-        auto held = access(file, OpenStream::Access::ReadWrite);
-        OpenStream& open = held.streamOf(file);
-        requireRoom(file, offset + bytes.size());
-        extend(file, open, offset);
-        file.zerosEnd = std::min(file.zerosEnd, offset);
-        overwriteAndAppend(file, open, offset, bytes);
-        file.attributes.size = std::max(file.attributes.size, offset + bytes.size());
-    });
-}
-
-void FileContents::ensureSize(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted) {
-    const StorageSpace::Turn turn(space_);
-    growing(file, [&] {
-        prepare(file, size, isInterrupted);
-        auto held = access(file, OpenStream::Access::ReadWrite);
-        requireRoom(file, size);
-        extend(file, held.streamOf(file), size);
-        file.attributes.size = std::max(file.attributes.size, size);
-    });
-}
-
-void FileContents::prepareToGrow(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted) {
-    growing(file, [&] { prepare(file, size, isInterrupted); });
-}
-
-/// Frees the slack again if growing fails.
-template <typename Step>
-void FileContents::growing(FileInode& file, const Step& step) {
     try {
-        step();
+        auto held = access(file, OpenStream::Access::ReadWrite);
+        bytesOf(file, held).write(offset, bytes);
+        return shownBlocksOf(file);
     } catch (...) {
         trimSlack(file);
         throw;
     }
 }
 
-void FileContents::prepare(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted) {
-    while (isFarFrom(file, size)) {
+std::uint64_t FileContents::showPages(const FileInode& file) noexcept {
+    const std::uint64_t pages = pagesHeldBy(file);
+    file.pagesShown =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(pages, std::numeric_limits<std::uint32_t>::max()));
+    return pages;
+}
+
+/// Exact for files with holes and for files that are written at once. Others grow by an eighth before the kernel asks again.
+/// Never for a removed file: the kernel may be freeing it, and telling it would wait for writes that other threads process.
+FileContents::ShownBlocks FileContents::shownBlocksOf(const FileInode& file) noexcept {
+    constexpr std::uint64_t tolerated = 8;
+    const std::uint64_t shown = file.pagesShown;
+    const std::uint64_t pages = pagesHeldBy(file);
+    if (file.detached || (file.sparse ? pages == shown : pages <= shown + shown / tolerated)) {
+        return ShownBlocks::Current;
+    }
+    showPages(file);
+    return ShownBlocks::Outdated;
+}
+
+void FileContents::allocate(FileInode& file, int mode, std::uint64_t offset, std::uint64_t length,
+                            const IsInterrupted& isInterrupted) {
+    if (offset > largestSize - length) {
+        throw ErrnoError(EFBIG);
+    }
+    const StorageSpace::Turn turn(space_);
+    const std::uint64_t end = offset + length;
+    const bool keepsSize = (mode & FALLOC_FL_KEEP_SIZE) != 0;
+    switch (mode & ~FALLOC_FL_KEEP_SIZE) {
+    case 0:
+        reserve(file, PageRange::covering(offset, end), isInterrupted);
+        break;
+    case FALLOC_FL_ZERO_RANGE:
+        reserve(file, PageRange::covering(offset, end), isInterrupted);
+        clear(file, offset, end, isInterrupted);
+        break;
+    case FALLOC_FL_PUNCH_HOLE:
+        makeHole(file, offset, end);
+        trimSlack(file);
+        return;
+    default:
+        throw ErrnoError(EOPNOTSUPP);
+    }
+    if (!keepsSize) {
+        growTo(file, end);
+    }
+}
+
+/// Frees what was reserved if it fails.
+void FileContents::reserve(FileInode& file, PageRange pages, const IsInterrupted& isInterrupted) {
+    std::vector<PageRange> added;
+    try {
+        reserveInSteps(file, pages, isInterrupted, added);
+    } catch (...) {
+        unreserve(file, added);
+        trimSlack(file);
+        throw;
+    }
+}
+
+void FileContents::reserveInSteps(FileInode& file, PageRange pages, const IsInterrupted& isInterrupted,
+                                  std::vector<PageRange>& added) {
+    constexpr std::uint64_t pagesAtOnce = clearedAtOnce / pageSize;
+    std::uint64_t needed = 0;
+    {
+        auto held = access(file, OpenStream::Access::ReadWrite);
+        needed = bytesOf(file, held).holesIn(pages);
+    }
+    while (!pages.isEmpty() && needed > 0) {
+        const PageRange step{pages.first, std::min(pages.end, pages.first + pagesAtOnce)};
+        if (!added.empty() && isInterrupted()) {
+            throw ErrnoError(EINTR);
+        }
+        auto held = access(file, OpenStream::Access::ReadWrite);
+        FileBytes bytes = bytesOf(file, held);
+        const std::uint64_t holes = bytes.holesIn(step);
+        bytes.reserve(step, std::max(needed, holes), added);
+        needed -= std::min(needed, holes);
+        pages.first = step.end;
+    }
+}
+
+/// Pages that were written meanwhile stay.
+void FileContents::unreserve(FileInode& file, const std::vector<PageRange>& added) noexcept {
+    try {
+        const auto held = guards_.hold(file);
+        file.isBeingCopied = false;
+        for (const PageRange& range : added) {
+            if (file.sparse) {
+                file.sparse->removeReserved(range);
+            }
+        }
+    } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
+        // They stay reserved.
+    }
+}
+
+void FileContents::growTo(FileInode& file, std::uint64_t size) {
+    auto held = access(file, OpenStream::Access::ReadWrite);
+    if (size > file.attributes.size) {
+        bytesOf(file, held).grow(size);
+    }
+}
+
+void FileContents::clear(FileInode& file, std::uint64_t offset, std::uint64_t end,
+                         const IsInterrupted& isInterrupted) {
+    for (; offset < end; offset += std::min(clearedAtOnce, end - offset)) {
         if (isInterrupted()) {
             throw ErrnoError(EINTR);
         }
         auto held = access(file, OpenStream::Access::ReadWrite);
-        requireRoom(file, size);
-        extend(file, held.streamOf(file), std::min(size, unfilledFrom(file) + growthStep));
+        if (offset >= file.attributes.size) {
+            return;
+        }
+        bytesOf(file, held).clear(offset, std::min(end, offset + clearedAtOnce));
     }
 }
 
-/// Whether growing to `size` takes, or may take, more than one step. The step loads attributes that are not known.
-bool FileContents::isFarFrom(const FileInode& file, std::uint64_t size) {
-    const auto held = guards_.hold(file);
-    return size > growthStep && (!file.attributesKnown || size > unfilledFrom(file) + growthStep);
+/// Pages that the range covers in part are overwritten with zeros there.
+void FileContents::makeHole(FileInode& file, std::uint64_t offset, std::uint64_t end) {
+    PageRange pages = PageRange::within(offset, end);
+    {
+        auto held = access(file, OpenStream::Access::ReadWrite);
+        FileBytes bytes = bytesOf(file, held);
+        bytes.clear(offset, pages.isEmpty() ? end : pages.first * pageSize);
+        bytes.clear(std::max(offset, pages.end * pageSize), end);
+    }
+    while (!pages.isEmpty()) {
+        auto held = access(file, OpenStream::Access::ReadWrite);
+        pages.end = bytesOf(file, held).makeHoles(pages, extentsAtOnce);
+    }
+}
+
+std::uint64_t FileContents::seekData(FileInode& file, std::uint64_t offset) {
+    const auto held = holdKnown(file);
+    const std::uint64_t size = file.attributes.size;
+    if (!file.sparse && offset < size) {
+        return offset;
+    }
+    std::uint64_t page = offset / pageSize;
+    while (page < pagesOf(size) && offset < size) {
+        const auto extent = file.sparse->extentFrom(page);
+        if (!extent || extent->first >= pagesOf(size)) {
+            break;
+        }
+        if (isWritten(*extent)) {
+            return std::max(offset, extent->first * pageSize);
+        }
+        page = extent->end();
+    }
+    throw ErrnoError(ENXIO);
+}
+
+std::uint64_t FileContents::seekHole(FileInode& file, std::uint64_t offset) {
+    const auto held = holdKnown(file);
+    const std::uint64_t size = file.attributes.size;
+    if (offset >= size) {
+        throw ErrnoError(ENXIO);
+    }
+    if (!file.sparse) {
+        return size;
+    }
+    std::uint64_t page = offset / pageSize;
+    for (auto extent = file.sparse->extentFrom(page); extent && extent->first == page && isWritten(*extent);
+         extent = file.sparse->extentFrom(page)) {
+        page = extent->end();
+    }
+    return std::min(size, std::max(offset, page * pageSize));
+}
+
+void FileContents::prepareToShrink(FileInode& file, std::uint64_t size) {
+    std::uint64_t left = endOfPages;
+    while (left > pagesOf(size)) {
+        const auto held = guards_.hold(file);
+        if (!file.sparse || file.sparse->extents() <= extentsAtOnce || size >= file.attributes.size) {
+            return;
+        }
+        file.isBeingCopied = false;
+        left = file.sparse->remove({pagesOf(size), endOfPages}, extentsAtOnce);
+    }
 }
 
 void FileContents::resize(const LockedTree& tree, FileInode& file, InodeGuards::Held& held,
                           std::uint64_t size) {
-    if (size > file.attributes.size) {
-        requireRoom(file, size);
-        extend(file, streamOf(tree, file, held, OpenStream::Access::ReadWrite), size);
-    } else {
-        file.zerosEnd = size;
+    if (size > largestSize) {
+        throw ErrnoError(EFBIG);
     }
-    file.isBeingCopied = false;
-    file.attributes.size = size;
+    if (size > file.attributes.size) {
+        FileBytes(file, streamOf(tree, file, held, OpenStream::Access::ReadWrite), space_).grow(size);
+    } else {
+        FileBytes::shrink(file, size);
+    }
 }
 
-/// A file can be shortened only by copying the bytes that stay. Trimming only when the slack is the larger part makes
+/// The storage's file can be shortened only by copying the bytes that stay. Trimming only when the slack is the larger part makes
 /// truncation amortized O(1) per byte written.
 ///
 /// Other requests go on between the blocks. One that changes this file or moves it ends the copying.
 void FileContents::trimSlack(FileInode& file) noexcept {
     OpenStream old; // destroyed after all locks are released: it may have many bytes
     try {
+        {
+            const auto held = guards_.hold(file);
+            FileBytes::dropDenseMap(file); // a change that failed may have left one
+        }
         if (!hasMuchSlack(file)) {
             return;
         }
-        auto copy = beginCopy(ExclusiveTree(tree_), file);
+        auto copy = beginCopy(ExclusiveTree(tree_), file, Holes::Kept);
         try {
             while (copyBlock(file, access(file, OpenStream::Access::ReadOnly), copy)) {
             }
@@ -222,15 +304,16 @@ void FileContents::trimSlack(FileInode& file) noexcept {
 
 bool FileContents::hasMuchSlack(const FileInode& file) {
     const auto held = guards_.hold(file);
-    return !file.detached && !file.isBeingCopied && file.storedSize - file.attributes.size >= muchSlack &&
-           file.attributes.size < file.storedSize / 2;
+    const std::uint64_t needed = file.sparse ? file.sparse->pages() * pageSize : file.attributes.size;
+    return !file.detached && !file.isBeingCopied && file.storedSize >= needed + muchSlack &&
+           needed < file.storedSize / 2;
 }
 
 void FileContents::settle(const ExclusiveTree& tree, FileInode& file) {
     if (!file.attributesKnown || file.detached) {
         return;
     }
-    if (file.storedSize > file.attributes.size) {
+    if (file.sparse || file.storedSize > file.attributes.size) {
         shorten(tree, file);
     }
     provider_.doSetLastModified(tree.locationOf(file), fromDiskTime(file.attributes.modified));
@@ -242,7 +325,7 @@ void FileContents::shorten(const ExclusiveTree& tree, FileInode& file) {
     if (tree.isRemoved(file)) {
         return;
     }
-    auto copy = beginCopy(tree, file);
+    auto copy = beginCopy(tree, file, Holes::Filled);
     try {
         const auto copyNext = [&] {
             auto held = guards_.hold(file);
@@ -259,12 +342,14 @@ void FileContents::shorten(const ExclusiveTree& tree, FileInode& file) {
 }
 
 /// The copy is in the root, which nobody can remove or rename.
-FileContents::ShorterCopy FileContents::beginCopy(const ExclusiveTree& tree, FileInode& file) {
+FileContents::Copy FileContents::beginCopy(const ExclusiveTree& tree, FileInode& file, Holes holes) {
     FolderInode& root = tree_.root();
     tree.loadAttributes(root);
     const LiftedFlag writable(provider_, tree, root);
-    space_.require(file.attributes.size);
-    ShorterCopy copy{tree.locationOf(root, unseenName + numberText(file.number)), nullptr, 0};
+    const bool keepsHoles = holes == Holes::Kept && file.sparse;
+    space_.require(keepsHoles ? file.sparse->pages() * pageSize : file.attributes.size);
+    Copy copy{tree.locationOf(root, unseenName + numberText(file.number)), nullptr,
+              keepsHoles ? std::make_unique<SparseMap>() : nullptr};
     copy.stream = requireNonNull(provider_.doOpenStream(copy.location, {.content = ByteStreamContent::Empty}),
                                  "stream");
     provider_.doSetLastModified(tree.locationOf(root), fromDiskTime(root.attributes.modified));
@@ -275,18 +360,32 @@ FileContents::ShorterCopy FileContents::beginCopy(const ExclusiveTree& tree, Fil
 
 /// @param held  with the file's stream open
 /// @return whether there is more to copy
-bool FileContents::copyBlock(FileInode& file, InodeGuards::Held held, ShorterCopy& copy) {
+bool FileContents::copyBlock(FileInode& file, InodeGuards::Held held, Copy& copy) {
     requireUnchanged(file);
-    const auto left = file.attributes.size - copy.size;
-    std::vector<char> block(std::min<std::uint64_t>(left, copiedAtOnce));
-    get(held.streamOf(file), copy.size, block);
+    FileBytes bytes = bytesOf(file, held);
+    std::vector<char> block;
+    if (copy.map) {
+        const auto extent = file.sparse->extentFrom(copy.position / pageSize);
+        if (!extent) {
+            return false;
+        }
+        const std::uint64_t pages = std::min<std::uint64_t>(extent->count, copiedAtOnce / pageSize);
+        block.resize(pages * pageSize);
+        bytes.readStored(extent->stored * pageSize, block);
+        copy.map->append(extent->first, pages, extent->state);
+        copy.position = (extent->first + pages) * pageSize;
+    } else {
+        block.resize(std::min<std::uint64_t>(file.attributes.size - copy.position, copiedAtOnce));
+        bytes.read(copy.position, block);
+        copy.position += block.size();
+    }
     writeAll(*copy.stream, {block.data(), block.size()});
     copy.size += block.size();
-    return copy.size < file.attributes.size;
+    return copy.map || copy.position < file.attributes.size;
 }
 
 /// @return the stream of the old bytes, which frees them
-OpenStream FileContents::replaceByCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy) {
+OpenStream FileContents::replaceByCopy(const ExclusiveTree& tree, FileInode& file, Copy& copy) {
     FolderInode& root = tree_.root();
     FolderInode& folder = tree.isRemoved(file) ? root : *tree.parentOf(file);
     tree.loadAttributes(root);
@@ -304,8 +403,9 @@ OpenStream FileContents::replaceByCopy(const ExclusiveTree& tree, FileInode& fil
         const LiftedFlag writable(provider_, tree, file);
         provider_.doMoveFile(copy.location, location, ReplacementPolicy::ReplaceExisting);
     }
-    file.storedSize = file.attributes.size;
-    file.zerosEnd = 0;
+    file.storedSize = copy.size;
+    file.sparse.swap(copy.map);
+    FileBytes::dropDenseMap(file);
     file.isBeingCopied = false;
     provider_.doSetLastModified(location, fromDiskTime(file.attributes.modified));
     provider_.doSetLastModified(tree.locationOf(folder), fromDiskTime(folder.attributes.modified));
@@ -314,7 +414,7 @@ OpenStream FileContents::replaceByCopy(const ExclusiveTree& tree, FileInode& fil
 }
 
 /// A move that fails may have removed its target; then only the copy is left.
-void FileContents::discardCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy) noexcept {
+void FileContents::discardCopy(const ExclusiveTree& tree, FileInode& file, Copy& copy) noexcept {
     try {
         copy.stream.reset();
         FolderInode& root = tree_.root();
@@ -392,10 +492,18 @@ OpenStream FileContents::open(const LockedTree& tree, const FileInode& file, Ope
     return opened;
 }
 
-void FileContents::requireRoom(const FileInode& file, std::uint64_t size) {
-    if (size > file.storedSize) {
-        space_.require(size - file.storedSize, std::min(file.storedSize, copiedByProvider));
+/// Acquires the file's guard, with its attributes known.
+InodeGuards::Held FileContents::holdKnown(FileInode& file) {
+    {
+        auto held = guards_.hold(file);
+        if (file.attributesKnown) {
+            return held;
+        }
     }
+    const SharedTree tree(tree_);
+    auto held = guards_.hold(file);
+    tree.loadAttributes(file, held);
+    return held;
 }
 
 } // namespace storage::host

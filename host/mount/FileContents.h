@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/mount/FileBytes.h"
 #include "host/mount/InodeGuards.h"
 #include "host/mount/LockedTree.h"
 #include "host/mount/StorageSpace.h"
@@ -8,11 +9,13 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <vector>
 
 namespace storage::host {
 
-/// Reads, writes and resizes files the way programs expect it, through streams that support neither gaps nor truncation.
-/// A file may hold slack in the storage, see `FileInode`.
+/// Reads, writes and resizes files the way programs expect it, through streams that support neither holes nor truncation.
+/// A file may hold slack in the storage, see `FileInode`. `FileBytes` makes the single steps; this class acquires the locks,
+/// releases them between the steps of what takes long, and copies files to free their slack.
 ///
 /// Borrows provider, tree, guards and space. Offsets and sizes are in bytes. Functions without a `LockedTree` acquire
 /// the locks themselves. Thread-safe.
@@ -24,37 +27,55 @@ public:
     FileContents(const IProvider& provider, InodeTree& tree, InodeGuards& guards, StorageSpace& space)
         : provider_(provider), tree_(tree), guards_(guards), space_(space) {}
 
-    /// To be held by `prepareToGrow` and `resize`; the other functions take their turn themselves.
+    /// To be held by `resize`; the other functions take their turn themselves.
     StorageSpace::Turn turn() { return StorageSpace::Turn(space_); }
 
     /// Reads from `offset` on.
     /// @return number of bytes; fewer than requested only at the end of the file
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer);
 
+    /// Whether st_blocks as the kernel has it is near enough to what it would be shown now. It asks for attributes only when
+    /// they are invalidated, and before each write to a file whose attributes are.
+    enum class ShownBlocks { Current, Outdated };
+
     /// Writes all of `bytes` at `offset`.
     /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
-    void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
+    ShownBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
+
+    /// The pages that the file takes, to be shown to the kernel. The file's guard must be held.
+    static std::uint64_t showPages(const FileInode& file) noexcept;
 
     /// Whether the program has given up a request. Asked between the steps of a long one.
     using IsInterrupted = std::function<bool()>;
 
-    /// Makes the file at least `size` bytes long.
-    /// @throws ErrnoError ENOSPC when there is no room, EINTR; with the file as programs see it unchanged
-    void ensureSize(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted);
+    /// fallocate(2): reserves room, makes a hole or overwrites with zeros. Other requests go on between the steps of a long one.
+    /// @param mode  FALLOC_FL_*
+    /// @throws ErrnoError EOPNOTSUPP for an unknown mode; ENOSPC when there is no room, EINTR; with the file as programs see it
+    ///         unchanged, unless it was being overwritten with zeros
+    void allocate(FileInode& file, int mode, std::uint64_t offset, std::uint64_t length,
+                  const IsInterrupted& isInterrupted);
 
-    /// Fills most of the slack that growing to `size` requires, in steps between which the locks are released, so that
-    /// `resize` does not hold them for long.
-    /// @throws ErrnoError ENOSPC when there is no room, EINTR; with the file as programs see it unchanged
-    void prepareToGrow(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted);
+    /// The first byte from `offset` on that is not in a hole.
+    /// @throws ErrnoError ENXIO if there is none
+    std::uint64_t seekData(FileInode& file, std::uint64_t offset);
 
-    /// Sets the size; new bytes are zeros. The attributes must be known.
+    /// The first byte from `offset` on that is in a hole, or the size.
+    /// @throws ErrnoError ENXIO beyond the end
+    std::uint64_t seekHole(FileInode& file, std::uint64_t offset);
+
+    /// Frees most of the pages beyond `size` of a file that has many extents, in steps between which the locks are released, so
+    /// that `resize` does not hold them for long.
+    void prepareToShrink(FileInode& file, std::uint64_t size);
+
+    /// Sets the size. The attributes must be known.
     /// @throws ErrnoError ENOSPC when there is no room, with the file unchanged
     void resize(const LockedTree& tree, FileInode& file, InodeGuards::Held& held, std::uint64_t size);
 
     /// Frees the file's slack in the storage if there is much of it.
     void trimSlack(FileInode& file) noexcept;
 
-    /// Makes the storage hold what programs see: no slack, and the same time.
+    /// Makes the storage hold what programs see: neither holes nor slack, and the same time.
+    /// @throws ErrnoError ENOSPC for a file with holes for which there is no room, which stays as it is
     void settle(const ExclusiveTree& tree, FileInode& file);
 
     /// Keeps the bytes of a file that is about to be removed readable and writable for programs that have it open.
@@ -64,28 +85,39 @@ public:
     void attach(FileInode& file);
 
 private:
-    /// A copy of the bytes that stay when a file is shortened.
-    struct ShorterCopy {
+    enum class Holes { Kept, Filled };
+
+    /// A copy of the bytes that a file needs.
+    struct Copy {
         StorageIRI location;
         std::unique_ptr<foundation::storage::provider::ByteStream> stream;
-        std::uint64_t size; ///< bytes copied so far
+        std::unique_ptr<SparseMap> map; ///< null for a copy without holes
+        std::uint64_t position = 0;     ///< in the file, up to which it was copied
+        std::uint64_t size = 0;         ///< bytes in the copy so far
     };
 
     InodeGuards::Held access(FileInode& file, OpenStream::Access access);
     OpenStream& streamOf(const LockedTree& tree, FileInode& file, InodeGuards::Held& held,
                          OpenStream::Access access);
     OpenStream open(const LockedTree& tree, const FileInode& file, OpenStream::Access access);
-    template <typename Step>
-    void growing(FileInode& file, const Step& step);
-    void prepare(FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted);
+    FileBytes bytesOf(FileInode& file, InodeGuards::Held& held) {
+        return {file, held.streamOf(file), space_};
+    }
+    void reserve(FileInode& file, PageRange pages, const IsInterrupted& isInterrupted);
+    void reserveInSteps(FileInode& file, PageRange pages, const IsInterrupted& isInterrupted,
+                        std::vector<PageRange>& added);
+    void unreserve(FileInode& file, const std::vector<PageRange>& added) noexcept;
+    static ShownBlocks shownBlocksOf(const FileInode& file) noexcept;
+    void growTo(FileInode& file, std::uint64_t size);
+    void clear(FileInode& file, std::uint64_t offset, std::uint64_t end, const IsInterrupted& isInterrupted);
+    void makeHole(FileInode& file, std::uint64_t offset, std::uint64_t end);
+    InodeGuards::Held holdKnown(FileInode& file);
     bool hasMuchSlack(const FileInode& file);
     void shorten(const ExclusiveTree& tree, FileInode& file);
-    ShorterCopy beginCopy(const ExclusiveTree& tree, FileInode& file);
-    static bool copyBlock(FileInode& file, InodeGuards::Held held, ShorterCopy& copy);
-    OpenStream replaceByCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy);
-    void discardCopy(const ExclusiveTree& tree, FileInode& file, ShorterCopy& copy) noexcept;
-    bool isFarFrom(const FileInode& file, std::uint64_t size);
-    void requireRoom(const FileInode& file, std::uint64_t size);
+    Copy beginCopy(const ExclusiveTree& tree, FileInode& file, Holes holes);
+    bool copyBlock(FileInode& file, InodeGuards::Held held, Copy& copy);
+    OpenStream replaceByCopy(const ExclusiveTree& tree, FileInode& file, Copy& copy);
+    void discardCopy(const ExclusiveTree& tree, FileInode& file, Copy& copy) noexcept;
 
     const IProvider& provider_;
     InodeTree& tree_;

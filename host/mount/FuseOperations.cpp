@@ -4,6 +4,7 @@
 #include "host/mount/FuseExtendedAttributes.h"
 #include "host/mount/FuseExtensions.h"
 #include "host/mount/FuseRequest.h"
+#include "host/mount/HoleSeeker.h"
 #include "host/mount/KernelTime.h"
 #include "host/mount/UnmountRequests.h"
 
@@ -157,8 +158,7 @@ void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attribute
         }
         keepAttributesInvalid(contextOf(request), number);
         const struct stat status =
-            storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted),
-                                      [&] { return fuse_req_interrupted(request) != 0; });
+            storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted));
         fuse_reply_attr(request, &status, forever);
     });
 }
@@ -288,6 +288,8 @@ void noteModification(fuse_req_t request, fuse_ino_t number) {
     }
 }
 
+/// The kernel is told of other blocks after the reply: telling it waits for an inode that it is freeing, and that waits for the
+/// reply.
 void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t size, off_t offset,
            fuse_file_info* file) {
     answer(request, [&] {
@@ -297,27 +299,38 @@ void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t
         if (clearsSetIds(file->fh)) {
             clearSetIds(request, number);
         }
-        storageOf(request).write(fileOf(request, number), static_cast<std::uint64_t>(offset),
-                                 std::span(bytes, size));
+        const auto blocks = storageOf(request).write(
+            fileOf(request, number), static_cast<std::uint64_t>(offset), std::span(bytes, size));
         noteModification(request, number);
+        fuse_session* const session = contextOf(request).session;
         fuse_reply_write(request, size);
+        if (blocks == FileContents::ShownBlocks::Outdated) {
+            invalidateAttributesOf(session, number);
+        }
     });
 }
 
-/// Only what can be kept is promised: room inside the file's size.
 void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off_t length, fuse_file_info*) {
     answerDone(request, [&] {
-        if (mode != 0) {
-            throw ErrnoError(EOPNOTSUPP);
-        }
         const auto passage = requirePassage(request);
         if (fuse_req_ctx(request)->uid !=
             0) { // unlike a write, the request does not say who may keep the bits
             clearSetIds(request, number);
         }
-        storageOf(request).ensureSize(fileOf(request, number), static_cast<std::uint64_t>(offset + length),
-                                      [&] { return fuse_req_interrupted(request) != 0; });
+        storageOf(request).allocate(fileOf(request, number), mode, static_cast<std::uint64_t>(offset),
+                                    static_cast<std::uint64_t>(length),
+                                    [&] { return fuse_req_interrupted(request) != 0; });
         noteModification(request, number);
+    });
+}
+
+/// Replied to by another thread.
+void seek(fuse_req_t request, fuse_ino_t number, off_t offset, int origin, fuse_file_info*) {
+    answer(request, [&] {
+        contextOf(request).seeker.add(
+            {request, contextOf(request).session, &fileOf(request, number), number,
+             static_cast<std::uint64_t>(offset),
+             origin == SEEK_DATA ? HoleSeeker::Target::Data : HoleSeeker::Target::Hole});
     });
 }
 
@@ -422,6 +435,7 @@ const fuse_lowlevel_ops& fuseOperations() {
         table.read = read;
         table.write = write;
         table.fallocate = allocate;
+        table.lseek = seek;
         table.readdir = listNames;
         table.readdirplus = listAttributes;
         table.statfs = getSpace;

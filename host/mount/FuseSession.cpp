@@ -72,7 +72,7 @@ std::string libraryOptions(const MountOptions& options) {
 
 FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountRequests& unmounting,
                          const MountOptions& options, WriteMode writing)
-    : context_{writing, storage, gate, unmounting, nullptr} {
+    : seeker_(storage), context_{writing, storage, gate, unmounting, seeker_, nullptr} {
     refuseUnmountable(options.mountPoint);
     std::array<std::string, 3> words{"qzstorage", "-o", libraryOptions(options)};
     std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};

@@ -2,6 +2,7 @@
 
 #include "host/mount/ChangeGate.h"
 #include "host/mount/FuseOperations.h"
+#include "host/mount/HoleSeeker.h"
 #include "host/mount/MountOptions.h"
 #include "host/mount/MountPlace.h"
 #include "host/mount/MountedStorage.h"
@@ -31,6 +32,9 @@ public:
     const RequestContext& context() const noexcept { return context_; }
     const MountPlace& place() const noexcept { return place_; }
 
+    /// To be stopped before the threads that process requests.
+    HoleSeeker& seeker() const noexcept { return context_.seeker; }
+
 private:
     void cutConnection() const noexcept;
 
@@ -38,6 +42,7 @@ private:
         void operator()(fuse_session* session) const noexcept { fuse_session_destroy(session); }
     };
 
+    HoleSeeker seeker_;
     RequestContext context_;
     std::unique_ptr<fuse_session, Destroy> session_;
     MountPlace place_;

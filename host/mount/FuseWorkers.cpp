@@ -39,7 +39,7 @@ void serve(RequestScheduler& scheduler) {
 } // namespace
 
 FuseWorkers::FuseWorkers(const FuseSession& session, StorageSpace& space, unsigned count)
-    : device_(session, space), scheduler_(device_, count) {
+    : seeker_(session.seeker()), device_(session, space), scheduler_(device_, count) {
     const BlockedSignals blocked;
     threads_.reserve(count);
     try {
@@ -69,6 +69,7 @@ FuseWorkers::End FuseWorkers::waitForEnd(int requested) const {
 }
 
 void FuseWorkers::stop() {
+    seeker_.stop(); // while there are threads that process the writes for which it waits
     scheduler_.stop();
     for (std::thread& thread : threads_) {
         thread.join();

@@ -39,6 +39,7 @@ public:
     void stop();
 
 private:
+    HoleSeeker& seeker_;
     FuseDevice device_;
     RequestScheduler scheduler_;
     std::vector<std::thread> threads_;

@@ -3,6 +3,7 @@
 #include "host/mount/CompactTime.h"
 #include "host/mount/InodeLock.h"
 #include "host/mount/RareAttributes.h"
+#include "host/mount/SparseMap.h"
 #include "host/mount/TreeEntry.h"
 #include "hostapi/storage/provider/ByteStream.h"
 
@@ -92,17 +93,18 @@ struct OpenStream {
 
 /// A file of a mounted storage.
 ///
-/// The storage may hold more bytes than programs see, never fewer: `storedSize >= attributes.size` while the
-/// attributes are known. The bytes beyond the size are slack: left behind by a truncation, or zeros that the file is
-/// about to grow into. All members are guarded like the attributes.
+/// Without a map, the storage holds the bytes of the file in order and may hold more, never fewer:
+/// `storedSize >= attributes.size` while the attributes are known. With a map, it holds the pages that exist, see `FileBytes`.
+/// What it holds beyond that is slack. All members are guarded like the attributes.
 struct FileInode final : Inode {
     FileInode(std::u16string entryName, std::uint64_t entryNumber) noexcept
         : Inode(Kind::File, std::move(entryName), entryNumber) {}
 
-    std::uint64_t storedSize = 0; ///< bytes that the storage holds
-    std::uint64_t zerosEnd = 0;   ///< if beyond the size: the end of the zeros at the start of the slack
-    bool detached = false;        ///< removed from the storage: only `lastStream` still reaches the bytes
-    bool isBeingCopied = false;   ///< to a shorter file; any change of the content or the place clears this
+    std::uint64_t storedSize = 0;         ///< bytes that the storage holds
+    std::unique_ptr<SparseMap> sparse;    ///< null for a file without holes
+    mutable std::uint32_t pagesShown = 0; ///< by the latest stat(2), at most its largest number
+    bool detached = false;      ///< removed from the storage: only `lastStream` still reaches the bytes
+    bool isBeingCopied = false; ///< within the storage; any change of the content or the place clears this
     OpenStream lastStream;
 };
 

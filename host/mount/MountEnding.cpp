@@ -204,10 +204,16 @@ void MountEnding::writeNote(const std::string& state, const std::vector<std::str
     }
 }
 
+/// A file whose holes do not fit is lost to an export only: without one, nobody may read the storage afterwards.
 void MountEnding::settle() {
     console_.attempt(mountPoint_, [&] {
-        for (const Failure& failure : storage_.settle()) {
+        const MountedStorage::Unsettled unsettled = storage_.settle();
+        for (const Failure& failure : unsettled.failures) {
             console_.report({failure.path, "its end or its time is not as it was seen: " + failure.reason});
+        }
+        for (const std::string& path : unsettled.withHoles) {
+            const char* const text = "not kept by the storage, which has no room for its holes";
+            exitExport_ == nullptr ? console_.notice(path, text) : console_.report({path, text});
         }
     });
 }

@@ -12,8 +12,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr blksize_t preferredBlockSize = 4096; ///< bytes
-constexpr std::uint64_t statusBlock = 512;     ///< bytes, the unit of st_blocks
+constexpr std::uint64_t blocksOfPage = pageSize / 512; ///< in the unit of st_blocks
 
 /// The set-group-ID bit of a file that its group may not run has another meaning.
 mode_t withoutSetIds(mode_t permissions) {
@@ -103,8 +102,7 @@ struct stat MountedAttributes::identify(const Inode& inode) {
     return status;
 }
 
-struct stat MountedAttributes::change(Inode& inode, const AttributeChange& change,
-                                      const FileContents::IsInterrupted& isInterrupted) {
+struct stat MountedAttributes::change(Inode& inode, const AttributeChange& change) {
     if (!change.size && !change.owner && !change.group) {
         return apply(change, inode);
     }
@@ -114,7 +112,7 @@ struct stat MountedAttributes::change(Inode& inode, const AttributeChange& chang
     }
     requireFile(inode);
     auto& file = static_cast<FileInode&>(inode);
-    contents_.prepareToGrow(file, *change.size, isInterrupted);
+    contents_.prepareToShrink(file, *change.size);
     const SlackTrimmer trimmer(contents_, file); // of growth that failed, or of a truncation
     return apply(change, inode);
 }
@@ -132,8 +130,11 @@ struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode
     auto held = guards_.hold(inode);
     tree.loadAttributes(inode, held);
     EntryAttributes& attributes = inode.attributes;
-    if (change.size && *change.size != attributes.size) {
+    const bool isResized = change.size && *change.size != attributes.size;
+    if (change.size) { // the same size too: that frees what is reserved beyond it
         contents_.resize(tree, static_cast<FileInode&>(inode), held, *change.size);
+    }
+    if (isResized) {
         setModifiedAnyway(tree, inode, held, change.modified.value_or(kernelTime()));
     } else if (change.modified) {
         setModified(tree, inode, held, *change.modified);
@@ -169,9 +170,11 @@ struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
     status.st_uid = owner.user;
     status.st_gid = owner.group;
     status.st_size = static_cast<off_t>(attributes.size);
-    status.st_blksize = preferredBlockSize;
-    status.st_blocks =
-        inode.isFile() ? static_cast<blkcnt_t>((attributes.size + statusBlock - 1) / statusBlock) : 0;
+    status.st_blksize = static_cast<blksize_t>(pageSize);
+    if (inode.isFile()) {
+        const std::uint64_t pages = FileContents::showPages(static_cast<const FileInode&>(inode));
+        status.st_blocks = static_cast<blkcnt_t>(pages * blocksOfPage);
+    }
     status.st_mtim = attributes.modified;
     status.st_atim = attributes.accessed;
     status.st_ctim = attributes.changed;

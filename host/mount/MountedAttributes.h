@@ -53,8 +53,7 @@ public:
     /// Inode number, file type and device number only, which never change.
     static struct stat identify(const Inode& inode);
 
-    struct stat change(Inode& inode, const AttributeChange& change,
-                       const FileContents::IsInterrupted& isInterrupted);
+    struct stat change(Inode& inode, const AttributeChange& change);
 
     /// The provider gets the time from `FileContents::settle`, as a write must not take a provider's operation more.
     void stampModified(FileInode& file);

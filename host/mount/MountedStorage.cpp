@@ -219,19 +219,24 @@ std::vector<const FileInode*> MountedStorage::referencedFiles() {
     return files;
 }
 
-std::vector<Failure> MountedStorage::settle() {
-    std::vector<Failure> failures;
+MountedStorage::Unsettled MountedStorage::settle() {
+    Unsettled unsettled;
     ExclusiveTree tree(tree_);
     changes_.removeNameless(tree);
     tree.forEachKnownFile([&](FileInode& file) {
         try {
             contents_.settle(tree, file);
         } catch (...) {
-            failures.push_back(Failure::ofCurrentException(tree.programPathOf(file)));
+            std::string path = tree.programPathOf(file);
+            if (file.sparse && errnoOfCurrentException() == ENOSPC) {
+                unsettled.withHoles.push_back(std::move(path));
+            } else {
+                unsettled.failures.push_back(Failure::ofCurrentException(path));
+            }
         }
     });
     guards_.closeStreams();
-    return failures;
+    return unsettled;
 }
 
 MountedStorage::Found MountedStorage::refer(const LockedTree& tree, TreeEntry* entry) {

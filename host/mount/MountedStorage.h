@@ -54,10 +54,8 @@ public:
         return attributes_.status(inode);
     }
     CompleteStatus completeStatus(Inode& inode) { return attributes_.completeStatus(inode); }
-    struct stat change(
-        Inode& inode, const AttributeChange& change,
-        const IsInterrupted& isInterrupted = [] { return false; }) {
-        return attributes_.change(inode, change, isInterrupted);
+    struct stat change(Inode& inode, const AttributeChange& change) {
+        return attributes_.change(inode, change);
     }
 
     bool clearSetIds(FileInode& file) { return attributes_.clearSetIds(file); }
@@ -111,17 +109,22 @@ public:
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer) {
         return contents_.read(file, offset, buffer);
     }
-    void write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
-        contents_.write(file, offset, bytes);
+    FileContents::ShownBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
+        return contents_.write(file, offset, bytes);
     }
 
     /// The file was modified now. Called after writes if the kernel does not keep the times of files.
     void stampModified(FileInode& file) { attributes_.stampModified(file); }
 
-    void ensureSize(
-        FileInode& file, std::uint64_t size, const IsInterrupted& isInterrupted = [] { return false; }) {
-        contents_.ensureSize(file, size, isInterrupted);
+    void allocate(
+        FileInode& file, int mode, std::uint64_t offset, std::uint64_t length,
+        const IsInterrupted& isInterrupted = [] { return false; }) {
+        contents_.allocate(file, mode, offset, length, isInterrupted);
     }
+
+    /// See `FileContents`. Pages that the kernel has not handed over yet are holes here.
+    std::uint64_t seekData(FileInode& file, std::uint64_t offset) { return contents_.seekData(file, offset); }
+    std::uint64_t seekHole(FileInode& file, std::uint64_t offset) { return contents_.seekHole(file, offset); }
 
     ProviderStorageInfo space() const { return space_.info(); }
 
@@ -132,9 +135,15 @@ public:
     /// their numbers for the kernel, and nothing else.
     std::vector<const FileInode*> referencedFiles();
 
+    /// What `settle` could not do.
+    struct Unsettled {
+        std::vector<Failure> failures; ///< files with slack after their end, or with another time
+        std::vector<std::string>
+            withHoles; ///< paths of files that do not fit into the storage with their holes filled
+    };
+
     /// Makes the storage equal to what programs saw. Called while no program changes anything.
-    /// @return the files for which that failed: with slack after their end, or with another time
-    std::vector<Failure> settle();
+    Unsettled settle();
 
 private:
     Found makeEntry(FolderInode& folder, std::string_view name, NewEntry entry);

@@ -5,6 +5,7 @@
 namespace storage::host {
 
 class ChangeGate;
+class HoleSeeker;
 class MountedStorage;
 class UnmountRequests;
 
@@ -20,6 +21,7 @@ struct RequestContext {
     MountedStorage& storage;
     ChangeGate& gate;
     UnmountRequests& unmounting;
+    HoleSeeker& seeker;
     fuse_session* session; ///< the session itself
 };
 

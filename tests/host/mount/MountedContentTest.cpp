@@ -99,9 +99,9 @@ TEST_F(MountedContentTest, NoOldBytesComeBackWhenAFileGrowsAfterATruncation) {
 TEST_F(MountedContentTest, NoOldBytesComeBackByReaching) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
     mount_.resize(file, 60);
-    mount_.storage().ensureSize(file, 50);
+    mount_.storage().allocate(file, 0, 0, 50);
     EXPECT_EQ(mount_.sizeOf(file), 60U) << "reaching never shortens";
-    mount_.storage().ensureSize(file, 120);
+    mount_.storage().allocate(file, 0, 0, 120);
     EXPECT_EQ(mount_.bytesOf(file), pattern(100).substr(0, 60) + std::string(60, '\0'));
     expectStorageAsSeen();
 }
@@ -199,14 +199,9 @@ TEST_F(MountedContentTest, AnInterruptedGrowthLeavesTheFileAsItWas) {
     FileInode& file = mount_.makeFile("/f", "content");
     int asked = 0;
     const auto isInterrupted = [&] { return ++asked == 2; };
-    EXPECT_EQ(errnoOf([&] { mount_.storage().ensureSize(file, 500 * mebibyte, isInterrupted); }), EINTR);
+    EXPECT_EQ(errnoOf([&] { mount_.storage().allocate(file, 0, 0, 500 * mebibyte, isInterrupted); }), EINTR);
     EXPECT_EQ(mount_.bytesOf(file), "content");
     EXPECT_LT(storedSize("/f"), 100U) << "what was filled is given back";
-    asked = 0;
-    storage::host::AttributeChange change;
-    change.size = 500 * mebibyte;
-    EXPECT_EQ(errnoOf([&] { mount_.storage().change(file, change, isInterrupted); }), EINTR);
-    EXPECT_EQ(mount_.sizeOf(file), 7U);
     expectStorageAsSeen();
 }
 
@@ -267,7 +262,7 @@ TEST_F(MountedContentTest, WithoutRoomAFileStaysAsItIs) {
     EXPECT_EQ(errnoOf([&] { mount.write(file, 2000, "x"); }), ENOSPC);
     EXPECT_EQ(errnoOf([&] { mount.write(file, 0, std::string(2000, 'x')); }), ENOSPC);
     EXPECT_EQ(errnoOf([&] { mount.resize(file, 2000); }), ENOSPC);
-    EXPECT_EQ(errnoOf([&] { mount.storage().ensureSize(file, 2000); }), ENOSPC);
+    EXPECT_EQ(errnoOf([&] { mount.storage().allocate(file, 0, 0, 2000); }), ENOSPC);
     EXPECT_EQ(mount.bytesOf(file), "abc");
     EXPECT_EQ(mount.modifiedOf(file), longAgo);
     EXPECT_EQ(mount.storage().space().available, 10U);
@@ -292,24 +287,34 @@ TEST_F(MountedContentTest, OverwritingTakesNoRoom) {
 
 TEST_F(MountedContentTest, MemoryThatRunsOutIsAFullStorage) {
     FileInode& file = mount_.makeFile("/f", "abc");
-    for (int number = 1; number <= 3; ++number) {
-        int count = 0;
-        provider_.beforeWrite = [&] {
-            if (++count == number) {
-                throw std::bad_alloc();
+    int allowed = 0; // writes of the storage
+    provider_.beforeWrite = [&] {
+        if (--allowed < 0) {
+            throw std::bad_alloc();
+        }
+    };
+    const auto failsUntilAllowed = [&](const auto& operation) {
+        int failures = 0;
+        for (;; ++failures) {
+            allowed = failures;
+            const int error = errnoOf(operation);
+            if (error == 0) {
+                return failures;
             }
-        };
-        EXPECT_EQ(errnoOf([&] { mount_.write(file, 2 * mebibyte + 3, "end"); }), ENOSPC);
-        EXPECT_EQ(mount_.bytesOf(file), "abc");
-        count = 0;
-        EXPECT_EQ(errnoOf([&] { mount_.resize(file, 2 * mebibyte + 4); }), number <= 3 ? ENOSPC : 0);
-        EXPECT_EQ(mount_.bytesOf(file), "abc");
-        count = 0;
-        EXPECT_EQ(errnoOf([&] { mount_.storage().ensureSize(file, 2 * mebibyte + 4); }), ENOSPC);
-        EXPECT_EQ(mount_.bytesOf(file), "abc");
-    }
-    provider_.beforeWrite = [] {};
+            EXPECT_EQ(error, ENOSPC);
+            EXPECT_EQ(mount_.bytesOf(file), "abc");
+        }
+    };
+    EXPECT_GT(failsUntilAllowed([&] { mount_.resize(file, 2 * mebibyte + 4); }), 0);
+    mount_.resize(file, 3);
+    EXPECT_GT(failsUntilAllowed([&] { mount_.storage().allocate(file, 0, 0, 2 * mebibyte + 4); }), 2);
+    allowed = 1;
+    mount_.resize(file, 3);
+    EXPECT_GT(failsUntilAllowed([&] { mount_.write(file, 2 * mebibyte + 3, "end"); }), 2);
+    allowed = 10;
+    mount_.resize(file, 3);
     mount_.write(file, 5, "x");
+    provider_.beforeWrite = [] {};
     EXPECT_EQ(mount_.bytesOf(file), std::string("abc\0\0x", 6));
     expectStorageAsSeen();
 }

@@ -7,6 +7,7 @@
 #include "tests/support/TreeContents.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <functional>
 #include <gmock/gmock.h>
 #include <iostream>
@@ -24,10 +25,22 @@ using testing::AnyOf;
 struct Use {
     std::string name;
     std::function<void(MountedTree&)> run;
+    std::function<void(MountedTree&)> prepare = [](MountedTree&) {}; ///< what programs did before
 };
 
 void PrintTo(const Use& use, std::ostream* out) {
     *out << use.name;
+}
+
+constexpr std::uint64_t onePage = storage::host::pageSize;
+constexpr int punch = FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE;
+
+/// Pages 0 and 4 to 6 are written, 8 is reserved, beyond the end too.
+void makeHoles(MountedTree& mount) {
+    auto& file = mount.file("/f");
+    mount.write(file, 4 * onePage, std::string(3 * onePage, 'y'));
+    mount.resize(file, 8 * onePage + 100);
+    mount.storage().allocate(file, FALLOC_FL_KEEP_SIZE, 8 * onePage, 2 * onePage);
 }
 
 constexpr std::size_t largeSize = 3U << 20U; ///< of large files, so that zeros come in several pieces
@@ -55,10 +68,36 @@ const std::vector<Use> uses{
     {"write", [](MountedTree& mount) { mount.write(mount.file("/f"), 2, "XYZ"); }},
     {"write to a read-only file", [](MountedTree& mount) { mount.write(mount.file("/r/fixed"), 2, "XYZ"); }},
     {"write behind the end", [](MountedTree& mount) { mount.write(mount.file("/f"), largeSize, "XYZ"); }},
-    {"reach", [](MountedTree& mount) { mount.storage().ensureSize(mount.file("/f"), largeSize); }},
+    {"reach", [](MountedTree& mount) { mount.storage().allocate(mount.file("/f"), 0, 0, largeSize); }},
     {"grow", [](MountedTree& mount) { mount.resize(mount.file("/f"), largeSize); }},
     {"empty", [](MountedTree& mount) { mount.resize(mount.file("/f"), 0); }},
     {"shorten a little", [](MountedTree& mount) { mount.resize(mount.file("/f"), 30); }},
+    {"write to a hole", [](MountedTree& mount) { mount.write(mount.file("/f"), 2 * onePage + 7, "XYZ"); },
+     makeHoles},
+    {"write to holes and pages",
+     [](MountedTree& mount) {
+         mount.write(mount.file("/f"), 3 * onePage + 7, std::string(3 * onePage, 'X'));
+     },
+     makeHoles},
+    {"write behind the end of holes",
+     [](MountedTree& mount) { mount.write(mount.file("/f"), 20 * onePage + 7, "XYZ"); }, makeHoles},
+    {"reserve holes",
+     [](MountedTree& mount) { mount.storage().allocate(mount.file("/f"), 0, 10, 20 * onePage); }, makeHoles},
+    {"make a hole",
+     [](MountedTree& mount) {
+         mount.storage().allocate(mount.file("/f"), punch, 4 * onePage, 2 * onePage + 10);
+     },
+     makeHoles},
+    {"make a file a hole",
+     [](MountedTree& mount) { mount.storage().allocate(mount.file("/f"), punch, 0, onePage); }},
+    {"overwrite with zeros",
+     [](MountedTree& mount) {
+         mount.storage().allocate(mount.file("/f"), FALLOC_FL_ZERO_RANGE, 4 * onePage + 1, onePage - 2);
+     },
+     makeHoles},
+    {"read holes", [](MountedTree& mount) { mount.bytesOf(mount.file("/f")); }, makeHoles},
+    {"remove a file with holes", [](MountedTree& mount) { mount.removeFile("/f"); }, makeHoles},
+    {"rename a file with holes", [](MountedTree& mount) { mount.rename("/f", "/d/a"); }, makeHoles},
     {"set permissions", [](MountedTree& mount) { mount.setPermissions(mount.file("/f"), 0400); }},
     {"set permissions of a folder", [](MountedTree& mount) { mount.setPermissions(mount.at("/r"), 0700); }},
     {"set the time",
@@ -97,11 +136,13 @@ protected:
         }
     }
 
-    /// What is in the storage after an operation that goes well.
-    TreeSnapshot afterSuccess(const Use& use) {
+    /// What is in the storage before an operation, or after one that goes well.
+    TreeSnapshot snapshotAfter(const std::vector<std::function<void(MountedTree&)>>& operations) {
         fill();
         MountedTree mount(*memory_);
-        use.run(mount);
+        for (const auto& run : operations) {
+            run(mount);
+        }
         mount.storage().settle();
         return withoutTimes(takeSnapshot(*memory_));
     }
@@ -109,9 +150,8 @@ protected:
     /// @param failure  what the storage throws
     /// @param errors   what a program may be told of it
     void failEverywhere(const Use& use, const Fail& failure, const testing::Matcher<int>& errors) {
-        const TreeSnapshot after = afterSuccess(use);
-        fill();
-        const TreeSnapshot before = withoutTimes(takeSnapshot(*memory_));
+        const TreeSnapshot before = snapshotAfter({use.prepare});
+        const TreeSnapshot after = snapshotAfter({use.prepare, use.run});
         int failures = 0;
         int number = 1;
         for (;; ++number) {
@@ -119,6 +159,7 @@ protected:
             fill();
             StepwiseProvider provider(memory_);
             MountedTree mount(provider);
+            use.prepare(mount);
             int error = 0;
             {
                 const FailingStep step(provider, number, failure);

@@ -274,7 +274,7 @@ void MountedModelTest::truncate(const OpenFile& file) {
 
 void MountedModelTest::reach(const OpenFile& file) {
     const std::size_t size = upTo(file.entry->bytes.size() * 2);
-    mount_.storage().ensureSize(*file.inode, size);
+    mount_.storage().allocate(*file.inode, 0, 0, size);
     file.entry->bytes.resize(std::max(size, file.entry->bytes.size()), '\0');
     mount_.setModified(*file.inode, longAgo);
     file.entry->modified = longAgo;

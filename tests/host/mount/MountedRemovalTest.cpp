@@ -22,7 +22,7 @@ protected:
         mount_.resize(file, 5);
         EXPECT_EQ(mount_.bytesOf(file), bytes.substr(0, 2) + std::string(3, '\0'));
         mount_.resize(file, 0);
-        mount_.storage().ensureSize(file, 3);
+        mount_.storage().allocate(file, 0, 0, 3);
         EXPECT_EQ(mount_.bytesOf(file), std::string(3, '\0'));
         mount_.setPermissions(file, 0400);
         mount_.setModified(file, longAgo);

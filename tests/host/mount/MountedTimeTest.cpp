@@ -22,7 +22,7 @@ TEST_F(MountedTimeTest, OpeningForWritingIsNoModification) {
     FileInode& file = mount_.makeFile("/f", "abc");
     mount_.setModified(file, longAgo);
     mount_.storage().settle(); // closes the stream
-    mount_.storage().ensureSize(file, 1);
+    mount_.storage().allocate(file, 0, 0, 1);
     EXPECT_EQ(mount_.modifiedOf(file), longAgo);
     EXPECT_EQ(storedTime("/f"), longAgoText);
 }
