@@ -136,6 +136,7 @@ private:
 Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, std::u16string name, NewEntry entry) {
     requirePresent(tree, folder);
     requireFree(tree, folder, name);
+    space_.quota().requireEntry();
     space_.require(roomOfEntry + entry.target.size());
     const EntryAttributes attributes = attributesOf(entry);
     const Owner owner = entry.owner;
@@ -146,6 +147,7 @@ Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, std::u16stri
         tree.discard(inode);
         throw;
     }
+    space_.quota().noteNewEntry();
     return inode;
 }
 
@@ -193,6 +195,7 @@ void EntryChanges::createInStorage(ExclusiveTree& tree, const FolderInode& folde
 /// The storage has the file in the root, which nobody can remove or rename.
 Inode& EntryChanges::makeNameless(ExclusiveTree& tree, FolderInode& folder, NewEntry entry) {
     requirePresent(tree, folder);
+    space_.quota().requireEntry();
     space_.require(roomOfEntry);
     const EntryAttributes attributes = attributesOf(entry);
     const Owner creator = entry.owner;
@@ -207,6 +210,7 @@ Inode& EntryChanges::makeNameless(ExclusiveTree& tree, FolderInode& folder, NewE
         throw;
     }
     keepTimeOf(tree, root);
+    space_.quota().noteNewEntry();
     return inode;
 }
 
@@ -450,6 +454,9 @@ ExclusiveTree::RemovedPlace EntryChanges::removing(ExclusiveTree& tree, Inode& i
     writable.release();
     stampChange(inode, time);
     place = tree.remove(inode, std::move(place));
+    if (place) { // otherwise it is destroyed later
+        space_.quota().noteDestroyed(inode);
+    }
     if (failure) {
         std::rethrow_exception(failure);
     }

@@ -38,10 +38,6 @@ struct ExtentPart {
 
 } // namespace
 
-std::uint64_t pagesHeldBy(const FileInode& file) noexcept {
-    return file.sparse ? file.sparse->pages() : pagesOf(file.attributes.size);
-}
-
 void FileBytes::stand(std::uint64_t offset) {
     if (open_.position == offset) {
         return;
@@ -83,7 +79,9 @@ void FileBytes::putZeros(std::uint64_t offset, std::uint64_t end) {
     }
 }
 
-void FileBytes::requireRoom(std::uint64_t storedBytes) {
+/// @param newPages  that the file gets
+void FileBytes::requireRoom(std::uint64_t storedBytes, std::uint64_t newPages) {
+    space_.quota().requirePages(newPages);
     if (storedBytes > file_.storedSize) {
         space_.require(storedBytes - file_.storedSize, std::min(file_.storedSize, copiedByProvider));
     }
@@ -122,7 +120,7 @@ void FileBytes::write(std::uint64_t offset, std::span<const char> bytes) {
 /// a stream would append the bytes. That also overwrites the slack of a truncation.
 void FileBytes::writeDense(std::uint64_t offset, std::span<const char> bytes) {
     const std::uint64_t end = offset + bytes.size();
-    requireRoom(end);
+    requireRoom(end, pagesOf(std::max(end, file_.attributes.size)) - file_.pages());
     putZeros(file_.attributes.size, offset);
     const std::uint64_t inside = std::min<std::uint64_t>(file_.storedSize - offset, bytes.size());
     if (inside < bytes.size()) {
@@ -143,7 +141,7 @@ void FileBytes::writeSparse(std::uint64_t offset, std::span<const char> bytes) {
     map.splitAt(pages.first);
     map.splitAt(pages.end);
     SparseMap::Placement placement = map.place(pages, SparseMap::State::Written);
-    requireRoom(placement.storedEnd() * pageSize);
+    requireRoom(placement.storedEnd() * pageSize, map.holesIn(pages));
     placement.forEach([&](const SparseMap::Extent& extent) { putNewPages(extent, offset, bytes); });
     clearTail(offset);
     map.forEachIn(pages, [&](const SparseMap::Extent& extent) {
@@ -183,7 +181,7 @@ void FileBytes::clearTail(std::uint64_t end) {
 /// The last page becomes a whole one.
 void FileBytes::makeSparse() {
     const std::uint64_t pages = pagesOf(file_.attributes.size);
-    requireRoom(pages * pageSize);
+    requireRoom(pages * pageSize, 0);
     auto map = std::make_unique<SparseMap>(pages);
     putZeros(file_.attributes.size, pages * pageSize);
     file_.sparse = std::move(map);
@@ -202,7 +200,7 @@ void FileBytes::grow(std::uint64_t size) {
     if (file_.sparse) {
         clearTail(size);
     } else {
-        requireRoom(size);
+        requireRoom(size, pagesOf(size) - file_.pages());
         putZeros(file_.attributes.size, size);
     }
     file_.isBeingCopied = false;
@@ -235,7 +233,7 @@ void FileBytes::reserve(PageRange range, std::uint64_t needed, std::vector<PageR
     }
     SparseMap& map = *file_.sparse;
     SparseMap::Placement placement = map.place(range, SparseMap::State::Reserved);
-    requireRoom(std::max(placement.storedEnd(), map.pages() + needed) * pageSize);
+    requireRoom(std::max(placement.storedEnd(), map.pages() + needed) * pageSize, needed);
     const std::size_t before = added.size();
     try {
         placement.forEach([&](const SparseMap::Extent& extent) {

@@ -11,9 +11,6 @@
 
 namespace storage::host {
 
-/// Pages that a file takes in the storage, without slack.
-std::uint64_t pagesHeldBy(const FileInode& file) noexcept;
-
 /// The bytes of one file, with or without holes, while its guard is held and its stream is open.
 ///
 /// A file has no `sparse` map until it gets its first hole, and has none any more when all its pages are stored in order.
@@ -66,7 +63,7 @@ private:
     void stand(std::uint64_t offset);
     void put(std::uint64_t offset, std::span<const char> bytes);
     void putZeros(std::uint64_t offset, std::uint64_t end);
-    void requireRoom(std::uint64_t storedBytes);
+    void requireRoom(std::uint64_t storedBytes, std::uint64_t newPages);
     void makeSparse();
     void writeDense(std::uint64_t offset, std::span<const char> bytes);
     void writeSparse(std::uint64_t offset, std::span<const char> bytes);

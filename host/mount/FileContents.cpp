@@ -70,6 +70,7 @@ FileContents::ShownBlocks FileContents::write(FileInode& file, std::uint64_t off
     const StorageSpace::Turn turn(space_);
     try {
         auto held = access(file, OpenStream::Access::ReadWrite);
+        const StorageQuota::Charge charge(space_.quota(), file);
         bytesOf(file, held).write(offset, bytes);
         return shownBlocksOf(file);
     } catch (...) {
@@ -79,7 +80,7 @@ FileContents::ShownBlocks FileContents::write(FileInode& file, std::uint64_t off
 }
 
 std::uint64_t FileContents::showPages(const FileInode& file) noexcept {
-    const std::uint64_t pages = pagesHeldBy(file);
+    const std::uint64_t pages = file.pages();
     file.pagesShown =
         static_cast<std::uint32_t>(std::min<std::uint64_t>(pages, std::numeric_limits<std::uint32_t>::max()));
     return pages;
@@ -90,7 +91,7 @@ std::uint64_t FileContents::showPages(const FileInode& file) noexcept {
 FileContents::ShownBlocks FileContents::shownBlocksOf(const FileInode& file) noexcept {
     constexpr std::uint64_t tolerated = 8;
     const std::uint64_t shown = file.pagesShown;
-    const std::uint64_t pages = pagesHeldBy(file);
+    const std::uint64_t pages = file.pages();
     if (file.detached || (file.sparse ? pages == shown : pages <= shown + shown / tolerated)) {
         return ShownBlocks::Current;
     }
@@ -152,6 +153,7 @@ void FileContents::reserveInSteps(FileInode& file, PageRange pages, const IsInte
             throw ErrnoError(EINTR);
         }
         auto held = access(file, OpenStream::Access::ReadWrite);
+        const StorageQuota::Charge charge(space_.quota(), file);
         FileBytes bytes = bytesOf(file, held);
         const std::uint64_t holes = bytes.holesIn(step);
         bytes.reserve(step, std::max(needed, holes), added);
@@ -164,6 +166,7 @@ void FileContents::reserveInSteps(FileInode& file, PageRange pages, const IsInte
 void FileContents::unreserve(FileInode& file, const std::vector<PageRange>& added) noexcept {
     try {
         const auto held = guards_.hold(file);
+        const StorageQuota::Charge charge(space_.quota(), file);
         file.isBeingCopied = false;
         for (const PageRange& range : added) {
             if (file.sparse) {
@@ -178,6 +181,7 @@ void FileContents::unreserve(FileInode& file, const std::vector<PageRange>& adde
 void FileContents::growTo(FileInode& file, std::uint64_t size) {
     auto held = access(file, OpenStream::Access::ReadWrite);
     if (size > file.attributes.size) {
+        const StorageQuota::Charge charge(space_.quota(), file);
         bytesOf(file, held).grow(size);
     }
 }
@@ -207,6 +211,7 @@ void FileContents::makeHole(FileInode& file, std::uint64_t offset, std::uint64_t
     }
     while (!pages.isEmpty()) {
         auto held = access(file, OpenStream::Access::ReadWrite);
+        const StorageQuota::Charge charge(space_.quota(), file);
         pages.end = bytesOf(file, held).makeHoles(pages, extentsAtOnce);
     }
 }
@@ -255,6 +260,7 @@ void FileContents::prepareToShrink(FileInode& file, std::uint64_t size) {
         if (!file.sparse || file.sparse->extents() <= extentsAtOnce || size >= file.attributes.size) {
             return;
         }
+        const StorageQuota::Charge charge(space_.quota(), file);
         file.isBeingCopied = false;
         left = file.sparse->remove({pagesOf(size), endOfPages}, extentsAtOnce);
     }
@@ -265,6 +271,7 @@ void FileContents::resize(const LockedTree& tree, FileInode& file, InodeGuards::
     if (size > largestSize) {
         throw ErrnoError(EFBIG);
     }
+    const StorageQuota::Charge charge(space_.quota(), file);
     if (size > file.attributes.size) {
         FileBytes(file, streamOf(tree, file, held, OpenStream::Access::ReadWrite), space_).grow(size);
     } else {

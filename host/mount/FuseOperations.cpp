@@ -386,6 +386,10 @@ void getSpace(fuse_req_t request, fuse_ino_t) {
         space.f_blocks = info.capacity / block;
         space.f_bfree = info.available / block;
         space.f_bavail = space.f_bfree;
+        const auto entries = storageOf(request).entries(info.available);
+        space.f_files = entries.total;
+        space.f_ffree = entries.free;
+        space.f_favail = entries.free;
         space.f_namemax = longestEntryName;
         fuse_reply_statfs(request, &space);
     });

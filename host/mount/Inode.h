@@ -100,6 +100,9 @@ struct FileInode final : Inode {
     FileInode(std::u16string entryName, std::uint64_t entryNumber) noexcept
         : Inode(Kind::File, std::move(entryName), entryNumber) {}
 
+    /// Pages of the file, without holes and slack.
+    std::uint64_t pages() const noexcept { return sparse ? sparse->pages() : pagesOf(attributes.size); }
+
     std::uint64_t storedSize = 0;         ///< bytes that the storage holds
     std::unique_ptr<SparseMap> sparse;    ///< null for a file without holes
     mutable std::uint32_t pagesShown = 0; ///< by the latest stat(2), at most its largest number

@@ -42,10 +42,10 @@ void requireRenameFlags(unsigned flags) {
 
 } // namespace
 
-MountedStorage::MountedStorage(const IProvider& provider, Owner defaultOwner)
-    : ownership_(defaultOwner),
+MountedStorage::MountedStorage(const IProvider& provider, const Settings& settings)
+    : ownership_(settings.owner),
       tree_(provider, guards_),
-      space_(provider),
+      space_(provider, settings.limits, settings.use),
       contents_(provider, tree_, guards_, space_),
       attributes_(provider, tree_, guards_, contents_, space_, ownership_),
       extended_(tree_, guards_, space_),
@@ -72,7 +72,11 @@ void MountedStorage::release(Inode& inode, std::uint64_t references) {
     }
     ExclusiveTree::RemovedPlace last; // destroyed after the lock is released: a file may have many bytes
     ExclusiveTree tree(tree_);
-    last = tree.isNameless(inode) ? changes_.removeNameless(tree, inode) : tree.takeRemoved(inode);
+    if (tree.isNameless(inode)) {
+        last = changes_.removeNameless(tree, inode);
+    } else if ((last = tree.takeRemoved(inode))) {
+        space_.quota().noteDestroyed(inode);
+    }
     space_.noteRemoval();
 }
 

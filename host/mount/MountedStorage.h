@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace storage::host {
@@ -40,8 +41,15 @@ public:
     using ListingVisitor =
         std::function<bool(const std::string& name, const Found& entry, std::uint64_t position)>;
 
-    /// @param defaultOwner  of the entries that the storage holds already
-    explicit MountedStorage(const IProvider& provider, Owner defaultOwner = Owner::ofProcess());
+    /// How the mount is to differ from the usual one. A value.
+    struct Settings {
+        Owner owner = Owner::ofProcess(); ///< of the entries that the storage holds already
+        StorageLimits limits = {};
+        StorageUse use = {}; ///< what the storage holds at the beginning
+    };
+
+    explicit MountedStorage(const IProvider& provider) : MountedStorage(provider, Settings()) {}
+    MountedStorage(const IProvider& provider, const Settings& settings);
 
     FolderInode& root() noexcept { return tree_.root(); }
 
@@ -127,6 +135,9 @@ public:
     std::uint64_t seekHole(FileInode& file, std::uint64_t offset) { return contents_.seekHole(file, offset); }
 
     ProviderStorageInfo space() const { return space_.info(); }
+
+    /// @param available  bytes
+    StorageQuota::Entries entries(std::uint64_t available) const { return space_.quota().entries(available); }
 
     /// The memory behind `space`: its reserve, and what removals have freed.
     StorageSpace& memory() noexcept { return space_; }

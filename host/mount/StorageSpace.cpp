@@ -54,7 +54,8 @@ std::uint64_t transientBeyond(std::uint64_t transient, const ProviderStorageInfo
 
 } // namespace
 
-StorageSpace::Turn::Turn(StorageSpace& space) : space_(space), isHeld_(space.isScarce_.load()) {
+StorageSpace::Turn::Turn(StorageSpace& space)
+    : space_(space), isHeld_(space.isScarce_.load() || space.quota_.isScarce()) {
     if (isHeld_) {
         space_.turn_.lock();
     }

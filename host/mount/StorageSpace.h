@@ -3,6 +3,7 @@
 #include "host/mount/MachineMemory.h"
 #include "host/mount/MemoryReserve.h"
 #include "host/mount/Mutex.h"
+#include "host/mount/StorageQuota.h"
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/ProviderStorageInfo.h"
 
@@ -25,8 +26,9 @@ public:
     using IProvider = foundation::storage::provider::IProvider;
     using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
 
-    explicit StorageSpace(const IProvider& provider, MachineMemory::Sources sources = {})
-        : provider_(provider), sources_(std::move(sources)) {}
+    explicit StorageSpace(const IProvider& provider, const StorageLimits& limits = {},
+                          const StorageUse& use = {}, MachineMemory::Sources sources = {})
+        : provider_(provider), sources_(std::move(sources)), quota_(limits, use) {}
 
     /// One operation that may grow, from before it acquires any other lock to its end. Waits for its turn while little
     /// memory is left.
@@ -43,7 +45,11 @@ public:
     };
 
     /// Capacity and what is left of it, in bytes.
-    ProviderStorageInfo info() const { return room().info; }
+    ProviderStorageInfo info() const { return quota_.limited(room().info); }
+
+    /// The limits that the user has set.
+    StorageQuota& quota() noexcept { return quota_; }
+    const StorageQuota& quota() const noexcept { return quota_; }
 
     /// What limits the room, in words; for messages.
     std::string limit() const { return room().limitedBy; }
@@ -77,6 +83,7 @@ private:
 
     const IProvider& provider_;
     const MachineMemory::Sources sources_;
+    StorageQuota quota_;
     MemoryReserve reserve_;
     Mutex turn_;                           ///< held by the operation that grows while `isScarce_`
     std::atomic<bool> isScarce_{false};    ///< as of the last look at the memory

@@ -84,7 +84,7 @@ TEST_F(StorageSpaceTest, ProcessesInTheSameControlGroupAreLeftMore) {
     const FakeMemory fake;
     fake.join("9:memory:/a\n");
     fake.makeGroup("a", 256 * mebibyte, 200 * mebibyte);
-    StorageSpace space(provider_, fake.sources());
+    StorageSpace space(provider_, {}, {}, fake.sources());
     EXPECT_EQ(space.info().available, (56 - 2) * mebibyte);
     EXPECT_EQ(errnoOf([&] { space.require(50 * mebibyte); }), 0);
     fake.setProcesses("memory/a", "1\n2\n");
@@ -98,7 +98,7 @@ TEST_F(StorageSpaceTest, WhatIsLeftToProcessesInTheSameControlGroupGrowsWithIt) 
     fake.join("9:memory:/a\n");
     fake.makeGroup("a", 4096 * mebibyte, 0);
     fake.setProcesses("memory/a", "1\n2\n");
-    EXPECT_EQ(StorageSpace(provider_, fake.sources()).info().available, (4096 - 64) * mebibyte);
+    EXPECT_EQ(StorageSpace(provider_, {}, {}, fake.sources()).info().available, (4096 - 64) * mebibyte);
 }
 
 TEST_F(StorageSpaceTest, AnotherFailureOfTheStorageIsTold) {
