@@ -14,6 +14,13 @@ install(TARGETS qzfl qzflstorageprovider EXPORT qzstorageTargets
 install(TARGETS qzstorageinmemoryprovider EXPORT qzstorageTargets LIBRARY COMPONENT plugin)
 install(TARGETS qzstorage RUNTIME COMPONENT tool)
 
+# By this name mount(8) finds it for the type fuse.qzstorage.
+install(CODE "
+    set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SBINDIR}\")
+    file(MAKE_DIRECTORY \"\${folder}\")
+    file(CREATE_LINK ../${CMAKE_INSTALL_BINDIR}/qzstorage \"\${folder}/mount.fuse.qzstorage\" SYMBOLIC)"
+    COMPONENT tool)
+
 # Of the plug-in, PluginEntry.h and all that it includes. A forward declaration of InMemoryProvider would not be enough: hosts
 # convert the pointer that they get to one to IProvider, which requires the complete class, and that holds the tree by value.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/hostapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage
@@ -77,6 +84,10 @@ endfunction()
 configure_file(${PROJECT_SOURCE_DIR}/docs/qzstorage.1 ${PROJECT_BINARY_DIR}/qzstorage.1 @ONLY)
 compress(${PROJECT_BINARY_DIR}/qzstorage.1 qzstorage.1.gz)
 install(FILES ${PROJECT_BINARY_DIR}/qzstorage.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+file(WRITE ${PROJECT_BINARY_DIR}/mount.fuse.qzstorage.8 ".so man1/qzstorage.1\n")
+compress(${PROJECT_BINARY_DIR}/mount.fuse.qzstorage.8 mount.fuse.qzstorage.8.gz)
+install(FILES ${PROJECT_BINARY_DIR}/mount.fuse.qzstorage.8.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT tool)
 
 install(FILES ${PROJECT_SOURCE_DIR}/completion/qzstorage.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME qzstorage COMPONENT tool)

@@ -16,7 +16,7 @@ _qzstorage_value() {
         --plugin | --junit) _qzstorage_paths f ;;
         --import | --export-on-exit | --sync-on-exit | --rescue) _qzstorage_paths d ;;
         --profile) _qzstorage_words "any in-memory" ;;
-        --threads | --only | --seed | --timeout) COMPREPLY=() ;;
+        --threads | -o | --only | --seed | --timeout) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -39,7 +39,7 @@ _qzstorage() {
         shell:-* | run:-*) _qzstorage_words "--help --plugin --keep-going" ;;
         mount:-*)
             _qzstorage_words "--help --plugin --background --import --export-on-exit --sync-on-exit --rescue --read-only
-                --allow-other --threads"
+                --allow-other --threads -o"
             ;;
         unmount:-*) _qzstorage_words "--help --plugin" ;;
         validate:-*) _qzstorage_words "--help --plugin --profile --list --only --json --junit --seed --timeout" ;;

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
+#include <vector>
 
 namespace storage::host {
 
@@ -26,6 +27,7 @@ constexpr const char* examples = R"(Examples:
   printf '%s\n' 'import /usr/include /include' "find /include -name '*.hpp'" check | qzstorage shell
   qzstorage --plugin ./libmyprovider.so shell
   qzstorage mount --background ~/fast  mount it at a folder
+  mount -t fuse.qzstorage -o size=1g fast /mnt/fast  the same, limited, as in /etc/fstab
   qzstorage unmount ~/fast            end the mount, and wait until its content is exported
   qzstorage validate ./libmyprovider.so  does it keep the rules that hosts rely on?
   qzstorage inspect ./libmyprovider.so   what is in it?
@@ -85,6 +87,9 @@ std::string reasonOf(const CLI::RequiredError& error, const CLI::App& app) {
 } // namespace
 
 ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
+    if (const auto call = MountHelperCall::of(argc, argv)) {
+        return parse(*call);
+    }
     ProgramOptions options;
     std::optional<std::string> plugin;
     CLI::App app(description, "qzstorage");
@@ -122,12 +127,26 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
         plugin = options.validate->plugin;
     } else if (options.inspect) {
         plugin = options.inspect->plugin;
+    } else if (options.mount && options.mount->plugin) {
+        plugin = options.mount->plugin;
     }
     if (isEmpty(plugin) || isEmpty(options.script) || isEmpty(options.unmount) ||
         (options.validate && isEmpty(options.validate->junitFile))) {
         throw UsageError("the path of a script, plug-in, mount point or report is empty");
     }
     options.plugin = plugin ? *plugin : defaultPlugin();
+    return options;
+}
+
+ProgramOptions ProgramOptions::parse(const MountHelperCall& call) {
+    std::vector<const char*> words;
+    for (const std::string& word : call.words) {
+        words.push_back(word.c_str());
+    }
+    ProgramOptions options = parse(static_cast<int>(words.size()), words.data());
+    if (call.isFake) {
+        options.message = "";
+    }
     return options;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/inspect/InspectOptions.h"
+#include "host/mount/MountHelperCall.h"
 #include "host/mount/MountOptions.h"
 #include "host/shell/Shell.h"
 #include "host/support/UsageError.h"
@@ -24,6 +25,9 @@ struct ProgramOptions {
 
     /// @throws UsageError
     static ProgramOptions parse(int argc, const char* const* argv);
+
+private:
+    static ProgramOptions parse(const MountHelperCall& call);
 };
 
 } // namespace storage::host

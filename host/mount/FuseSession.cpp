@@ -60,8 +60,20 @@ bool needsPermissions(const MountOptions& options) {
     return ::geteuid() != 0 || options.users == MountOptions::Users::Everybody;
 }
 
+/// An option's value for the library, which splits its options at commas.
+std::string escaped(const std::string& value) {
+    std::string text;
+    for (const char byte : value) {
+        text += byte == ',' || byte == '\\' ? std::string("\\") + byte : std::string(1, byte);
+    }
+    return text;
+}
+
 std::string libraryOptions(const MountOptions& options) {
-    std::string text = "fsname=qzstorage,subtype=qzstorage";
+    std::string text = "fsname=" + escaped(options.source) + ",subtype=qzstorage";
+    for (const std::string& option : options.kernelOptions) {
+        text += ',' + option;
+    }
     text += needsPermissions(options) ? ",default_permissions" : "";
     text += options.writing == MountOptions::Writing::Refused ? ",ro" : "";
     text += options.users == MountOptions::Users::Everybody ? ",allow_other" : "";

@@ -38,11 +38,11 @@ namespace {
 /// The content of a folder becomes the content of the storage's root, all of it or the program ends.
 /// @return the permissions that it had on the disk
 EntryModes importContent(const IProvider& provider, Console& console, const Interruption& interruption,
-                         const std::string& folder) {
+                         const std::string& folder, const StorageLimits& limits) {
     if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
         throw CommandError(folder, "not a folder; its content is what would be imported");
     }
-    requireRoomForImport(StorageSpace(provider), folder);
+    requireRoomForImport(StorageSpace(provider, limits), folder);
     EntryModes modes(usualFilePermissions, usualFolderPermissions);
     TransferTotals totals;
     {
@@ -140,10 +140,15 @@ public:
         if (options_.importFrom) {
             imported = importContent(*provider, exitExport ? &*exitExport : nullptr);
         }
-        MountedStorage storage(*provider);
+        MountedStorage storage(*provider, settings(*provider));
         if (imported) {
             adoptModes(storage, *imported);
             imported.reset();
+        }
+        if (options_.rootPermissions) {
+            AttributeChange change;
+            change.permissions = options_.rootPermissions;
+            storage.change(storage.root(), change);
         }
         serve(storage, exitExport ? &*exitExport : nullptr);
         provider->doShutdown();
@@ -151,17 +156,34 @@ public:
     }
 
 private:
+    StorageLimits limits() const { return {options_.size, options_.entries}; }
+
+    /// What the storage holds at the beginning is counted only if that makes a difference.
+    MountedStorage::Settings settings(const IProvider& provider) const {
+        MountedStorage::Settings settings{.limits = limits()};
+        settings.owner.user = options_.user.value_or(settings.owner.user);
+        settings.owner.group = options_.group.value_or(settings.owner.group);
+        if (settings.limits.any() || options_.importFrom) {
+            settings.use = StorageUse::of(provider);
+        }
+        if (settings.use.entries > options_.entries.value_or(settings.use.entries)) {
+            throw CommandError(options_.importFrom.value_or(options_.mountPoint),
+                               "more entries than nr_inodes allows, so nothing was mounted");
+        }
+        return settings;
+    }
+
     EntryModes importContent(const IProvider& provider, ExitExport* exitExport) {
         const std::string& folder = *options_.importFrom;
         if (options_.ending == MountOptions::Ending::Adds) {
-            return host::importContent(provider, console_, interruption_, folder);
+            return host::importContent(provider, console_, interruption_, folder, limits());
         }
         if (!std::filesystem::equivalent(folder, exitExport->target())) {
             throw CommandError(exitExport->target(),
                                "not the folder that --import names; only that can be made equal");
         }
         ImportedTree tree(folder); // before the import: what appears later does not count
-        EntryModes modes = host::importContent(provider, console_, interruption_, folder);
+        EntryModes modes = host::importContent(provider, console_, interruption_, folder, limits());
         tree.forgetSkipped(provider);
         exitExport->synchronize(std::move(tree));
         return modes;

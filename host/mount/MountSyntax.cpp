@@ -1,5 +1,7 @@
 #include "host/mount/MountSyntax.h"
 
+#include "host/mount/MountOptionList.h"
+
 #include "host/support/UsageError.h"
 
 #include <CLI/CLI.hpp>
@@ -47,10 +49,13 @@ MountSyntax::MountSyntax(CLI::App& app)
     command_->add_option("--rescue", rescue_, "Where to put what cannot be exported")->type_name("DISK-PATH");
     command_->add_flag("--read-only", readOnly_, "Refuse all changes");
     command_->add_flag("--allow-other", allowOther_, "Let other users in, as far as permissions let them");
-    command_->add_option("--threads", options_.threads, "How many requests to work on at once")
+    command_->add_option("-o", lists_, "Options of mount(8) and fstab(5), such as size=1g,mode=755")
+        ->type_name("OPTION,...")
+        ->allow_extra_args(false);
+    command_->add_option("--threads", threads_, "How many requests to work on at once")
         ->type_name("N")
         ->check(CLI::Range(1, 256).description(""))
-        ->capture_default_str();
+        ->default_str(std::to_string(options_.threads));
 }
 
 std::optional<MountOptions> MountSyntax::result() const {
@@ -58,18 +63,36 @@ std::optional<MountOptions> MountSyntax::result() const {
         return std::nullopt;
     }
     MountOptions options = options_;
-    options.mountPoint = absolute(options_.mountPoint);
-    options.importFrom = import_ ? std::optional(absolute(*import_)) : std::nullopt;
-    options.exportTo = export_ ? std::optional(absolute(*export_)) : std::nullopt;
+    for (const std::string& list : lists_) {
+        applyOptionList(list, options);
+    }
+    applyOwnOptions(options);
+    options.mountPoint = absolute(options.mountPoint);
+    for (auto* const path : {&options.importFrom, &options.exportTo, &options.rescueTo}) {
+        *path = *path ? std::optional(absolute(**path)) : std::nullopt;
+    }
+    if (options.ending == MountOptions::Ending::Synchronizes && !options.importFrom) {
+        throw UsageError("sync_on_exit requires import");
+    }
+    return options;
+}
+
+/// They override those of lists.
+void MountSyntax::applyOwnOptions(MountOptions& options) const {
+    options.importFrom = import_ ? import_ : options.importFrom;
+    if (export_) {
+        options.exportTo = export_;
+        options.ending = MountOptions::Ending::Adds;
+    }
     if (sync_) {
-        options.exportTo = absolute(*sync_);
+        options.exportTo = sync_;
         options.ending = MountOptions::Ending::Synchronizes;
     }
-    options.rescueTo = rescue_ ? std::optional(absolute(*rescue_)) : std::nullopt;
+    options.rescueTo = rescue_ ? rescue_ : options.rescueTo;
     options.place = background_ ? MountOptions::Place::Background : MountOptions::Place::Foreground;
-    options.writing = readOnly_ ? MountOptions::Writing::Refused : MountOptions::Writing::Allowed;
-    options.users = allowOther_ ? MountOptions::Users::Everybody : MountOptions::Users::Owner;
-    return options;
+    options.writing = readOnly_ ? MountOptions::Writing::Refused : options.writing;
+    options.users = allowOther_ ? MountOptions::Users::Everybody : options.users;
+    options.threads = threads_ ? *threads_ : options.threads;
 }
 
 } // namespace storage::host

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -27,12 +28,16 @@ public:
     std::optional<MountOptions> result() const;
 
 private:
+    void applyOwnOptions(MountOptions& options) const;
+
     CLI::App* command_;
     MountOptions options_;
     std::optional<std::string> import_;
     std::optional<std::string> export_;
     std::optional<std::string> sync_;
     std::optional<std::string> rescue_;
+    std::vector<std::string> lists_;
+    std::optional<unsigned> threads_;
     bool background_ = false;
     bool readOnly_ = false;
     bool allowOther_ = false;

@@ -15,6 +15,10 @@ ProgramOptions parse(std::vector<const char*> arguments) {
     return ProgramOptions::parse(static_cast<int>(arguments.size()), arguments.data());
 }
 
+ProgramOptions parseAs(std::vector<const char*> words) {
+    return ProgramOptions::parse(static_cast<int>(words.size()), words.data());
+}
+
 MountOptions parseMount(std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "mount");
     return parse(std::move(arguments)).mount.value();
@@ -89,6 +93,47 @@ TEST(ProgramOptionsTest, WrongUseOfAMountIsRefused) {
                                        {"mount", "/m", "--unknown"},
                                        {"mount", "/m", "shell"}}) {
         EXPECT_THROW(parse(arguments), UsageError) << testing::PrintToString(arguments);
+    }
+}
+
+TEST(ProgramOptionsTest, ListsAndOptionsOfTheCommandLineGoTogether) {
+    const auto options =
+        parseAs({"qzstorage", "mount", "-o", "size=1m,threads=5", "/m", "-o", "ro,plugin=/p.so"});
+    EXPECT_EQ(options.mount->size, 1U << 20U);
+    EXPECT_EQ(options.mount->threads, 5U);
+    EXPECT_EQ(options.mount->writing, MountOptions::Writing::Refused);
+    EXPECT_EQ(options.mount->mountPoint, "/m");
+    EXPECT_EQ(options.plugin, "/p.so");
+    EXPECT_EQ(parseAs({"qzstorage", "mount", "/m", "--threads", "7", "-o", "threads=5"}).mount->threads, 7U);
+    EXPECT_THROW(parseAs({"qzstorage", "mount", "/m", "-o", "sync_on_exit=/x"}), UsageError);
+    EXPECT_THROW(parseAs({"qzstorage", "mount", "/m", "-o", "frobnicate"}), UsageError);
+}
+
+TEST(ProgramOptionsTest, TheHelperOfMountTakesItsWords) {
+    const auto options = parseAs({"/sbin/mount.fuse.qzstorage", "store", "/m", "-nvs", "-o",
+                                  "rw,size=1m,strange", "-t", "fuse.qzstorage"});
+    ASSERT_TRUE(options.mount);
+    EXPECT_EQ(options.mount->source, "store");
+    EXPECT_EQ(options.mount->mountPoint, "/m");
+    EXPECT_EQ(options.mount->size, 1U << 20U);
+    EXPECT_EQ(options.mount->place, MountOptions::Place::Background);
+    EXPECT_FALSE(options.message);
+    EXPECT_EQ(parseAs({"mount.fuse.qzstorage", "-oro", "store", "/m"}).mount->writing,
+              MountOptions::Writing::Refused);
+}
+
+TEST(ProgramOptionsTest, TheHelperOfMountOnlyChecksWhenItIsAFake) {
+    EXPECT_EQ(parseAs({"mount.fuse.qzstorage", "store", "/m", "-f"}).message, "");
+    EXPECT_THROW(parseAs({"mount.fuse.qzstorage", "store", "/m", "-f", "-o", "strange"}), UsageError);
+}
+
+TEST(ProgramOptionsTest, TheHelperOfMountRefusesOtherWords) {
+    using Words = std::vector<const char*>;
+    for (const Words& words :
+         {Words{}, {"store"}, {"store", "/m", "/n"}, {"store", "/m", "-o"}, {"store", "/m", "-x"}}) {
+        Words all{"mount.fuse.qzstorage"};
+        all.insert(all.end(), words.begin(), words.end());
+        EXPECT_THROW(parseAs(all), UsageError) << testing::PrintToString(words);
     }
 }
 

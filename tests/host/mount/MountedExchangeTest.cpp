@@ -226,7 +226,7 @@ TEST_P(MountedExchangeFailureTest, ChangesNothing) {
         failures += error == 0 ? 0 : 1;
         EXPECT_EQ(withoutTimes(mount.snapshot()), error == 0 ? after : before);
         EXPECT_EQ(kindsIn(mount), error == 0 ? kindsAfter : kindsBefore);
-        EXPECT_EQ(mount.storage().settle().size(), 0U);
+        EXPECT_EQ(mount.storage().settle().failures.size(), 0U);
         const TreeSnapshot stored = takeSnapshot(*memory);
         EXPECT_EQ(contentsOf(stored), contentsOf(seenInStorage(mount, stored)));
     }

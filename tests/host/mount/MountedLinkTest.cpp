@@ -404,7 +404,7 @@ protected:
     /// Times and flags of folders aside: that they could not be put back fails nothing.
     static void expectStorageToHold(MountedTree& mount,
                                     const foundation::storage::provider::IProvider& provider) {
-        EXPECT_EQ(mount.storage().settle().size(), 0U);
+        EXPECT_EQ(mount.storage().settle().failures.size(), 0U);
         const TreeSnapshot stored = takeSnapshot(provider);
         EXPECT_EQ(contentsOf(stored), contentsOf(seenInStorage(mount, stored)));
     }

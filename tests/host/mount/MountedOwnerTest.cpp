@@ -27,7 +27,7 @@ TEST_F(MountedOwnerTest, WhatTheStorageHeldBeforeHasTheDefaultOwner) {
     memory_->doCreateFile(foundation::storage::provider::StorageIRI(u"/f"));
     EXPECT_EQ(mount_.ownerOf(mount_.at("/f")), Owner::ofProcess());
     EXPECT_EQ(mount_.ownerOf(mount_.storage().root()), Owner::ofProcess());
-    MountedStorage other(*memory_, anotherOwner);
+    MountedStorage other(*memory_, {.owner = anotherOwner});
     EXPECT_EQ(other.status(other.root()).st_uid, anotherOwner.user);
     EXPECT_EQ(other.status(other.root()).st_gid, anotherOwner.group);
 }

@@ -1,0 +1,97 @@
+#include "host/mount/MountHelperCall.h"
+
+#include "host/support/UsageError.h"
+
+#include <span>
+#include <string_view>
+
+namespace storage::host {
+
+namespace {
+
+constexpr std::string_view helperName = "mount.fuse.qzstorage";
+
+bool isHelper(std::string_view program) {
+    return program.substr(program.rfind('/') + 1) == helperName;
+}
+
+/// Reads the words of mount(8), which may put options before and behind the others.
+class Reader {
+public:
+    explicit Reader(std::span<const char* const> words) : rest_(words) {}
+
+    MountHelperCall call() {
+        while (!rest_.empty()) {
+            const std::string_view word = next();
+            if (word.size() > 1 && word.front() == '-') {
+                readFlags(word.substr(1));
+            } else {
+                operands_.emplace_back(word);
+            }
+        }
+        if (operands_.size() != 2) {
+            throw UsageError("mount(8) calls this with SOURCE and MOUNTPOINT");
+        }
+        const std::string all = "fsname=" + operands_[0] + (isSloppy_ ? ",sloppy" : "") + list_;
+        return {{"qzstorage", "mount", "--background", "-o", all, "--", operands_[1]}, isFake_};
+    }
+
+private:
+    std::string_view next() {
+        const std::string_view word = rest_.front();
+        rest_ = rest_.subspan(1);
+        return word;
+    }
+
+    /// Letters of options, of which the last one may take the next word.
+    void readFlags(std::string_view letters) {
+        for (; !letters.empty(); letters.remove_prefix(1)) {
+            switch (letters.front()) {
+            case 's':
+                isSloppy_ = true;
+                break;
+            case 'f':
+                isFake_ = true;
+                break;
+            case 'n': // keeps no list of mounts
+            case 'v': // says all that there is to say anyway
+                break;
+            case 'o':
+                list_ += ',' + value(letters);
+                return;
+            case 't': // how mount(8) came here
+                value(letters);
+                return;
+            default:
+                throw UsageError(std::string("-") + letters.front() + ": no such option of a mount");
+            }
+        }
+    }
+
+    std::string value(std::string_view letters) {
+        if (letters.size() > 1) {
+            return std::string(letters.substr(1));
+        }
+        if (rest_.empty()) {
+            throw UsageError(std::string("-") + letters.front() + ": the option takes a value");
+        }
+        return std::string(next());
+    }
+
+    std::span<const char* const> rest_;
+    std::vector<std::string> operands_;
+    std::string list_;
+    bool isSloppy_ = false;
+    bool isFake_ = false;
+};
+
+} // namespace
+
+std::optional<MountHelperCall> MountHelperCall::of(int argc, const char* const* argv) {
+    if (argc < 1 || !isHelper(argv[0])) {
+        return std::nullopt;
+    }
+    return Reader({argv + 1, static_cast<std::size_t>(argc - 1)}).call();
+}
+
+} // namespace storage::host
