@@ -224,14 +224,17 @@ std::uint64_t FileBytes::holesIn(PageRange range) const noexcept {
     return PageRange{std::max(range.first, pagesOf(file_.attributes.size)), range.end}.count();
 }
 
+/// What was reserved before shows as data afterwards, as in tmpfs.
 void FileBytes::reserve(PageRange range, std::uint64_t needed, std::vector<PageRange>& added) {
-    if (holesIn(range) == 0) {
+    if (!file_.sparse && holesIn(range) == 0) {
         return;
     }
     if (!file_.sparse) {
         makeSparse();
     }
     SparseMap& map = *file_.sparse;
+    map.splitAt(range.first);
+    map.splitAt(range.end);
     SparseMap::Placement placement = map.place(range, SparseMap::State::Reserved);
     requireRoom(std::max(placement.storedEnd(), map.pages() + needed) * pageSize, needed);
     const std::size_t before = added.size();
@@ -244,6 +247,7 @@ void FileBytes::reserve(PageRange range, std::uint64_t needed, std::vector<PageR
         added.resize(before);
         throw;
     }
+    map.markWritten(range);
     map.add(std::move(placement));
 }
 

@@ -14,8 +14,8 @@ namespace storage::host {
 /// The bytes of one file, with or without holes, while its guard is held and its stream is open.
 ///
 /// A file has no `sparse` map until it gets its first hole, and has none any more when all its pages are stored in order.
-/// Invariants of a file with holes: the storage holds whole pages; what is stored for a reserved page are zeros; no page beyond
-/// the size is written. Bytes between the size and the end of its page may be anything, so growing clears them.
+/// Invariants of a file with holes: the storage holds whole pages; what is stored for a reserved page, and beyond the
+/// page in which the size lies, are zeros. Bytes between the size and the end of its page may be anything, so growing clears them.
 ///
 /// Borrows file, stream and space. Offsets are in bytes, of the file. Not thread-safe.
 class FileBytes {
@@ -43,7 +43,7 @@ public:
     /// Pages of a range that are not stored.
     std::uint64_t holesIn(PageRange range) const noexcept;
 
-    /// Stores holes of the range as reserved pages.
+    /// Stores holes of the range as reserved pages. Pages that are reserved already become written zeros.
     /// @param needed  pages for which there must be room: these and those of later calls
     /// @param added   gets what was reserved
     /// @throws ErrnoError ENOSPC when there is no room, with nothing reserved

@@ -147,7 +147,7 @@ void FileContents::reserveInSteps(FileInode& file, PageRange pages, const IsInte
         auto held = access(file, OpenStream::Access::ReadWrite);
         needed = bytesOf(file, held).holesIn(pages);
     }
-    while (!pages.isEmpty() && needed > 0) {
+    while (!pages.isEmpty()) {
         const PageRange step{pages.first, std::min(pages.end, pages.first + pagesAtOnce)};
         if (!added.empty() && isInterrupted()) {
             throw ErrnoError(EINTR);
