@@ -10,7 +10,6 @@ namespace syscalls {
 
 namespace {
 
-constexpr std::size_t mostEntries = 60;
 constexpr std::ptrdiff_t deepest = 4;
 constexpr std::int64_t pageSize = 4096;
 

@@ -32,7 +32,6 @@ public:
     void setSlot(unsigned user, std::int64_t slot, Slot content);
     Slot slot(unsigned user, unsigned slot) const { return slots_[user][slot]; }
 
-    std::size_t size() const { return entries_.size(); }
     std::vector<std::string> paths() const;
     std::vector<std::string> paths(Kind kind) const;
 
