@@ -34,9 +34,9 @@ namespace foundation::storage::provider {
 ///
 /// The order of the operations is part of the binary interface.
 ///
-/// Failures: an operation that fails for a reason of the storage throws `Exception` with a code and the
-/// location concerned; unless an operation says otherwise that is its first location, and the codes are
-/// `NotFound`, `AlreadyExists`, `ReadOnly` and `FolderNotEmpty`. Running out of memory is std::bad_alloc.
+/// Failures: an operation that fails for a reason of the storage throws `Exception` with a code and the location concerned,
+/// which is its first one unless it says otherwise. The codes are `NotFound` (of a name that the storage cannot hold, too),
+/// `AlreadyExists`, `ReadOnly` and `FolderNotEmpty`. A failed system call is `SystemError`, exhausted memory std::bad_alloc.
 ///
 /// Thread safety: every operation but `doShutdown` may be called from any number of threads at once.
 ///

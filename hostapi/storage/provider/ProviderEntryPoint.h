@@ -14,8 +14,8 @@ namespace foundation::storage::provider {
 /// Who must outlive whom: the loaded library outlives whatever runs its code, which is every provider that it
 /// made, all shared and weak pointers to it, the provider's streams, listings with their clones, and path
 /// comparators. Among these there is no order; a stream or a listing may outlive its provider. Values may
-/// outlive the library: locations, names, folder entries, attributes. So may `Exception` and the standard
-/// library's exceptions, however they are held, but not an exception of a class that the plug-in itself
+/// outlive the library: locations, names, folder entries, attributes. So may `Exception`, `SystemError` and
+/// the standard library's exceptions, however they are held, but not an exception of a class that the plug-in itself
 /// defines.
 using ProviderEntryPoint = void(std::shared_ptr<IProvider>* provider);
 
