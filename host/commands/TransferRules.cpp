@@ -1,6 +1,7 @@
 #include "host/commands/TransferRules.h"
 
 #include "host/storage/EntryRules.h"
+#include "host/storage/FailureCause.h"
 #include "host/support/CommandError.h"
 
 namespace storage::host {
@@ -14,7 +15,10 @@ void refuseImpossibleTransfer(const Session& session, const StoragePath& source,
     if (source.contains(target) && existence(session.provider(), source) == EntryExistence::Folder) {
         throw CommandError(source.printed(), "a folder cannot go below itself, to " + target.printed());
     }
-    requireWritableFolder(session, target.parent());
+    if (const auto reason = whyNoFolderHolds(session.provider(), target)) {
+        throw CommandError(source.printed(), "cannot go to " + target.printed() + ": " + *reason);
+    }
+    refuseReadOnlyFolder(session, target.parent());
 }
 
 void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path) {

@@ -27,6 +27,10 @@ void Console::report(const Failure& failure) {
     }
 }
 
+void Console::reportCurrentException(const std::string& path) {
+    report(Failure::ofCurrentException(path, diagnose_));
+}
+
 void Console::notice(const std::string& path, const std::string& text) {
     printLine(path, text);
 }
@@ -41,7 +45,7 @@ void Console::attempt(const std::string& path, const std::function<void()>& step
     } catch (const UsageError&) {
         throw;
     } catch (...) {
-        report(Failure::ofCurrentException(path));
+        reportCurrentException(path);
     }
 }
 

@@ -7,6 +7,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace storage::host {
 
@@ -52,6 +53,13 @@ public:
     /// and ill-formed bytes are escaped, what is endless is shortened.
     void report(const Failure& failure);
 
+    /// Reports the exception that is being handled.
+    /// @param path  the path to name when the exception has none
+    void reportCurrentException(const std::string& path);
+
+    /// From here on failures of the storage are reported with the reason that `diagnose` finds.
+    void setDiagnosis(FailureDiagnosis diagnose) { diagnose_ = std::move(diagnose); }
+
     /// Prints "qzstorage: COMMAND: PATH: text" without counting a failure.
     void notice(const std::string& path, const std::string& text);
 
@@ -83,6 +91,7 @@ private:
     std::size_t failures_ = 0;
     bool progressShown_ = false;
     ConsoleObserver* observer_ = nullptr;
+    FailureDiagnosis diagnose_ = Failure::reasonOf;
 };
 
 } // namespace storage::host

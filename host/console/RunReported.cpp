@@ -19,7 +19,7 @@ ExitStatus runReported(Console& console, const std::function<ExitStatus()>& task
         console.report({"", error.what()});
         return ExitStatus::Usage;
     } catch (...) {
-        console.report(Failure::ofCurrentException(""));
+        console.reportCurrentException("");
         return ExitStatus::Failure;
     }
 }

@@ -1,15 +1,12 @@
 #include "host/storage/EntryRules.h"
 
 #include "host/support/CommandError.h"
-#include "hostapi/storage/provider/Exception.h"
 
 #include <string>
 
 namespace storage::host {
 
 using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
 using foundation::storage::provider::IProvider;
 
 namespace {
@@ -28,7 +25,7 @@ EntryExistence requireEntry(const IProvider& provider, const StoragePath& path) 
     const EntryExistence found = existence(provider, path);
     if (found == EntryExistence::Missing) {
         refuseFileAbove(provider, path);
-        throw CommandError(path.printed(), Exception::describe(ErrorCode::NotFound));
+        throw CommandError(path.printed(), "no such file or folder");
     }
     return found;
 }
@@ -56,21 +53,30 @@ void refuseFolder(const IProvider& provider, const StoragePath& path) {
 }
 
 void refuseFileAbove(const IProvider& provider, const StoragePath& path) {
+    const auto obstacle = obstacleAbove(provider, path);
+    if (obstacle && obstacle->kind == Obstacle::Kind::File) {
+        refuseAsFolder(obstacle->path);
+    }
+}
+
+std::optional<Obstacle> obstacleAbove(const IProvider& provider, const StoragePath& path) {
     if (provider.doFolderExists(path.parent().iri())) {
-        return;
+        return std::nullopt;
     }
     // From the root down, as the way to what is missing may be long and most of it missing, too.
     const std::u16string& text = path.text();
     for (std::size_t end = text.find(u'/', 1); end != std::u16string::npos; end = text.find(u'/', end + 1)) {
         const StoragePath above = StoragePath::resolve(StoragePath(), text.substr(0, end));
-        const EntryExistence found = existence(provider, above);
-        if (found == EntryExistence::File) {
-            refuseAsFolder(above);
-        }
-        if (found == EntryExistence::Missing) {
-            return;
+        switch (existence(provider, above)) {
+        case EntryExistence::File:
+            return Obstacle{above, Obstacle::Kind::File};
+        case EntryExistence::Missing:
+            return Obstacle{above, Obstacle::Kind::Missing};
+        case EntryExistence::Folder:
+            break;
         }
     }
+    return std::nullopt;
 }
 
 } // namespace storage::host

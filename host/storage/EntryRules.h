@@ -3,6 +3,8 @@
 #include "host/storage/StoragePath.h"
 #include "hostapi/storage/provider/IProvider.h"
 
+#include <optional>
+
 // What must exist at a path, or must not. Each failure names the entry that is the reason.
 namespace storage::host {
 
@@ -20,6 +22,22 @@ void requireFolder(const foundation::storage::provider::IProvider& provider, con
 
 /// @throws CommandError unless a file exists at `path`
 void requireFile(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
+
+/// The topmost entry above a path that keeps everything from existing there. A value.
+struct Obstacle {
+    enum class Kind {
+        File,    ///< a file exists where a folder should be
+        Missing, ///< nothing exists there
+    };
+
+    StoragePath path;
+    Kind kind;
+};
+
+/// What keeps an entry at `path` from existing.
+/// @return nothing when its folder exists
+std::optional<Obstacle> obstacleAbove(const foundation::storage::provider::IProvider& provider,
+                                      const StoragePath& path);
 
 /// Refuses a path that leads through a file, where nothing can exist.
 /// @throws CommandError naming the file

@@ -15,23 +15,18 @@ using foundation::core::except::IException;
 using foundation::storage::provider::Exception;
 using foundation::storage::provider::SystemError;
 
-namespace {
-
-/// What the exception says behind its path: of a code without a name, the number too.
-std::string reasonOf(const Exception& error) {
+std::string Failure::reasonOf(const Exception& error) {
     const std::string text = error.what();
     return text.substr(text.rfind(Exception::describe(error.getErrorCode())));
 }
 
-} // namespace
-
-Failure Failure::ofCurrentException(const std::string& path) {
+Failure Failure::ofCurrentException(const std::string& path, const FailureDiagnosis& diagnose) {
     try {
         throw;
     } catch (const CommandError& error) {
         return {error.path(), error.what()};
     } catch (const Exception& error) {
-        return {printable(error.getIRI().getPath()), reasonOf(error)};
+        return {printable(error.getIRI().getPath()), diagnose(error)};
     } catch (const SystemError& error) {
         return {printable(error.getIRI().getPath()), error.code().message()};
     } catch (const std::bad_alloc&) {

@@ -1042,7 +1042,7 @@ TEST_F(BadDiskTrial, AComplaintAboutAMebibyteIsShort) {
              {text, "line 1: " + shortened + R"(: unknown command \(try 'help'\))"},
              {"ls /" + text, "ls: " + shortened + ": no such file or folder"},
              {"ls " + deep, "ls: " + shortened + ": no such file or folder"},
-             {"touch " + deep, "touch: " + shortened + ": no such file or folder"},
+             {"touch " + deep, "touch: " + shortened + ": folder /y does not exist"},
              {"cd a b" + text, "cd: one operand too many: 'b?" + shortened + "'"},
              {"ls -" + text, "ls: " + std::string("unknown option '-") + shortened + "'"},
              {"import /" + text + " /x", "import: " + shortened + ": File name too long"},

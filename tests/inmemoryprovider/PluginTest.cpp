@@ -62,7 +62,8 @@ TEST(Plugin, anExceptionOutlivesThePlugin) {
     try {
         std::rethrow_exception(kept);
     } catch (const Exception& error) {
-        EXPECT_STREQ(error.what(), "/missing: no such file or folder");
+        EXPECT_STREQ(error.what(),
+                     "/missing: not found: an entry of the required kind, or the folder that would hold it");
     }
 }
 

@@ -8,9 +8,10 @@ namespace foundation::storage::provider {
 enum class ErrorCode : std::int32_t {
     FolderNotEmpty = 0, ///< a folder to be removed still holds entries
     ReadOnly = 2,       ///< the entry, or a folder that must change, is read-only
-    AlreadyExists = 3,  ///< the entry, or the destination of a move or copy, already exists
-    NotFound = 4,       ///< the entry, or its parent folder, does not exist
-    NotOffered = 5,     ///< this kind of storage does not offer the operation at all
+    AlreadyExists =
+        3, ///< the entry, or the destination of a move or copy, already exists; or it is in the moved folder
+    NotFound = 4,   ///< the entry, or its parent folder, does not exist; or it is of the other kind
+    NotOffered = 5, ///< this kind of storage does not offer the operation at all
 };
 
 static_assert(static_cast<std::int32_t>(ErrorCode::FolderNotEmpty) == 0);

@@ -52,11 +52,11 @@ const char* Exception::describe(ErrorCode code) noexcept {
     case ErrorCode::FolderNotEmpty:
         return "folder is not empty";
     case ErrorCode::ReadOnly:
-        return "read-only, or in a read-only folder";
+        return "read-only: it, or another entry that the operation changes";
     case ErrorCode::AlreadyExists:
-        return "already exists";
+        return "already exists, or is in the folder that is to be moved";
     case ErrorCode::NotFound:
-        return "no such file or folder";
+        return "not found: an entry of the required kind, or the folder that would hold it";
     case ErrorCode::NotOffered:
         return "this provider does not offer the operation";
     }

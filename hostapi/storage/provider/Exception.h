@@ -34,13 +34,13 @@ public:
     /// @return it, valid as long as this object or a copy of it
     const StorageIRI& getIRI() const noexcept;
 
-    /// The path and the reason in plain words.
-    /// @return UTF-8, for example "/a/f: no such file or folder"
+    /// The path and the reason in plain words. One code stands for several causes; the text says what is certain.
+    /// @return UTF-8, for example "/a: folder is not empty"
     const char* what() const noexcept override;
 
     /// The reason alone in plain words.
     /// @param code  any number; one without a name here gives a text too
-    /// @return for example "no such file or folder"
+    /// @return for example "folder is not empty"
     static const char* describe(ErrorCode code) noexcept;
 
 private:

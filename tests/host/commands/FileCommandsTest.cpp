@@ -26,7 +26,7 @@ TEST_F(FileCommandsTest, MkdirMakesFolders) {
 TEST_F(FileCommandsTest, MkdirRefusesWhatIsThereAndMissingParents) {
     succeed("mkdir /a");
     EXPECT_EQ(fail("mkdir /a /x/y /b"), "qzstorage: mkdir: /a: already exists\n"
-                                        "qzstorage: mkdir: /x/y: no such file or folder\n");
+                                        "qzstorage: mkdir: /x/y: folder /x does not exist\n");
     EXPECT_EQ(succeed("ls"), "a\nb\n");
 }
 
@@ -81,8 +81,8 @@ TEST_F(FileCommandsTest, RmKeepsReadOnlyFilesUnlessForced) {
     succeed("mkdir /a");
     succeed("touch /f /a/g");
     succeed("chmod -w /f /a/g");
-    EXPECT_EQ(fail("rm /f"), "qzstorage: rm: /f: read-only, or in a read-only folder\n");
-    EXPECT_EQ(fail("rm -r /a"), "qzstorage: rm: /a/g: read-only, or in a read-only folder\n");
+    EXPECT_EQ(fail("rm /f"), "qzstorage: rm: /f: the file is read-only\n");
+    EXPECT_EQ(fail("rm -r /a"), "qzstorage: rm: /a/g: the file is read-only\n");
     EXPECT_EQ(succeed("find / -type f"), "/a/g\n/f\n");
     succeed("rm -r -f /f /a");
     EXPECT_EQ(succeed("ls"), "");
@@ -110,7 +110,7 @@ TEST_F(FileCommandsTest, TouchMakesFilesAndSetsTimes) {
     for (const char16_t* path : {u"/f", u"/a", u"/g"}) {
         EXPECT_GT(timeOf(path), old);
     }
-    EXPECT_EQ(fail("touch /x/y"), "qzstorage: touch: /x/y: no such file or folder\n");
+    EXPECT_EQ(fail("touch /x/y"), "qzstorage: touch: /x/y: folder /x does not exist\n");
 }
 
 TEST_F(FileCommandsTest, ChmodSetsTheWritableFlag) {
@@ -118,8 +118,8 @@ TEST_F(FileCommandsTest, ChmodSetsTheWritableFlag) {
     succeed("mkdir /a");
     succeed("chmod -w /f /a");
     EXPECT_THAT(succeed("stat /f"), HasSubstr("writable: no"));
-    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: read-only, or in a read-only folder\n");
-    EXPECT_EQ(fail("touch /a/g"), "qzstorage: touch: /a/g: read-only, or in a read-only folder\n");
+    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: the file is read-only\n");
+    EXPECT_EQ(fail("touch /a/g"), "qzstorage: touch: /a/g: folder /a is read-only\n");
     succeed("chmod +w /f /a");
     succeed("write /f x");
     succeed("touch /a/g");
@@ -157,7 +157,7 @@ TEST_F(FileCommandsTest, WriteAndAppendRefuseFoldersAndMissingParents) {
     succeed("mkdir /a");
     for (const std::string command : {"write", "append"}) {
         EXPECT_EQ(fail(command + " /a x"), "qzstorage: " + command + ": /a: is a folder\n");
-        EXPECT_EQ(fail(command + " /x/y x"), "qzstorage: " + command + ": /x/y: no such file or folder\n");
+        EXPECT_EQ(fail(command + " /x/y x"), "qzstorage: " + command + ": /x/y: folder /x does not exist\n");
     }
 }
 

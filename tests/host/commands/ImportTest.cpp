@@ -53,8 +53,9 @@ TEST_F(ImportTest, SeveralSourcesNeedAFolder) {
 
 TEST_F(ImportTest, AMissingFolderForTheTargetIsAFailure) {
     disk_.write("f", "one");
-    EXPECT_EQ(fail("import " + disk_ / "f" + " /x/y"), "qzstorage: import: /x/y: no such file or folder\n");
-    EXPECT_EQ(fail("import " + disk_.path() + " /x/y"), "qzstorage: import: /x/y: no such file or folder\n");
+    EXPECT_EQ(fail("import " + disk_ / "f" + " /x/y"), "qzstorage: import: /x/y: folder /x does not exist\n");
+    EXPECT_EQ(fail("import " + disk_.path() + " /x/y"),
+              "qzstorage: import: /x/y: folder /x does not exist\n");
     EXPECT_EQ(output(), "imported 0 folders, 0 files, 0 bytes\n");
 }
 
@@ -219,7 +220,7 @@ TEST_F(ReplacingImportTest, WithoutRoomForBothTheOldFileStays) {
 
 TEST_F(ReplacingImportTest, AReadOnlyFolderThatIsOnlyAddedToKeepsItsFiles) {
     succeed("chmod -w /d");
-    EXPECT_EQ(fail(line()), "qzstorage: import: /d/f: read-only, or in a read-only folder\n");
+    EXPECT_EQ(fail(line()), "qzstorage: import: /d/f: the file and folder /d are read-only\n");
     expectAsBefore();
 }
 

@@ -106,8 +106,10 @@ TEST_F(MoveAndCopyTest, ANameThatOnlyStartsAlikeIsNoSubfolder) {
 TEST_F(MoveAndCopyTest, AMissingPlaceIsNamedItself) {
     for (const std::string command : {"mv", "cp"}) {
         EXPECT_EQ(fail(command + " /x /d"), "qzstorage: " + command + ": /x: no such file or folder\n");
-        EXPECT_EQ(fail(command + " /h /x/y"), "qzstorage: " + command + ": /x: no such file or folder\n");
-        EXPECT_EQ(fail(command + " /h /a/f/y"), "qzstorage: " + command + ": /a/f: not a folder\n");
+        EXPECT_EQ(fail(command + " /h /x/y"),
+                  "qzstorage: " + command + ": /h: cannot go to /x/y: folder /x does not exist\n");
+        EXPECT_EQ(fail(command + " /h /a/f/y"),
+                  "qzstorage: " + command + ": /h: cannot go to /a/f/y: /a/f is not a folder\n");
     }
 }
 

@@ -4,10 +4,12 @@
 #include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/SystemError.h"
 
 #include <gtest/gtest.h>
 #include <new>
 #include <sstream>
+#include <string>
 
 namespace {
 
@@ -15,6 +17,7 @@ using namespace storage::host;
 using foundation::storage::provider::ErrorCode;
 using foundation::storage::provider::Exception;
 using foundation::storage::provider::StorageIRI;
+using foundation::storage::provider::SystemError;
 
 class ConsoleTest : public testing::Test {
 protected:
@@ -56,18 +59,30 @@ TEST_F(ConsoleTest, ANewCommandHasNotFailedYet) {
 
 TEST_F(ConsoleTest, EveryExceptionOfAStepBecomesALine) {
     console_.attempt("/p", [] { throw CommandError("/q", "odd"); });
-    console_.attempt("/p", [] { throw Exception(ErrorCode::NotFound, StorageIRI(u"/x")); });
+    console_.attempt("/p", [] { throw Exception(ErrorCode::FolderNotEmpty, StorageIRI(u"/x")); });
+    console_.attempt("/p", [] { throw SystemError(EIO, StorageIRI(u"/y")); });
     console_.attempt("/p", [] { throw std::bad_alloc(); });
     console_.attempt("/p", [] { throw std::runtime_error("broken"); });
     console_.attempt("/p", [] { throw std::system_error(ENOSPC, std::generic_category()); });
     console_.attempt("/p", [] { throw 42; });
     EXPECT_EQ(both_.str(), "qzstorage: ls: /q: odd\n"
-                           "qzstorage: ls: /x: no such file or folder\n"
+                           "qzstorage: ls: /x: folder is not empty\n"
+                           "qzstorage: ls: /y: Input/output error\n"
                            "qzstorage: ls: /p: out of memory\n"
                            "qzstorage: ls: /p: broken\n"
                            "qzstorage: ls: /p: No space left on device\n"
                            "qzstorage: ls: /p: unknown failure\n");
-    EXPECT_EQ(console_.failuresOfCommand(), 6U);
+    EXPECT_EQ(console_.failuresOfCommand(), 7U);
+}
+
+TEST_F(ConsoleTest, AFailureOfTheStorageHasTheReasonThatADiagnosisFinds) {
+    console_.setDiagnosis([](const Exception& error) {
+        return "diagnosed " + std::to_string(static_cast<int>(error.getErrorCode()));
+    });
+    console_.attempt("/p", [] { throw Exception(ErrorCode::NotFound, StorageIRI(u"/x")); });
+    console_.attempt("/p", [] { throw std::runtime_error("broken"); });
+    EXPECT_EQ(both_.str(), "qzstorage: ls: /x: diagnosed 4\n"
+                           "qzstorage: ls: /p: broken\n");
 }
 
 TEST_F(ConsoleTest, WhatEndsTheCommandPasses) {

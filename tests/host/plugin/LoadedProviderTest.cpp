@@ -61,7 +61,8 @@ TEST(LoadedProviderTest, UnloadsTheLibraryBeforeAHostExceptionIsHandled) {
         FAIL();
     } catch (const Exception& error) {
         EXPECT_FALSE(pluginIsLoaded(TEST_PLUGIN));
-        EXPECT_STREQ(error.what(), "/missing: no such file or folder");
+        EXPECT_STREQ(error.what(),
+                     "/missing: not found: an entry of the required kind, or the folder that would hold it");
     }
 }
 

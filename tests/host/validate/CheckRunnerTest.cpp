@@ -38,7 +38,9 @@ TEST(CheckRunnerTest, TellsWhatACheckFinds) {
 TEST(CheckRunnerTest, WhateverElseLeavesACheckIsAFailure) {
     expectVerdict(
         outcomeOf([](CheckContext& context) { context.provider().doRemoveFile(StorageIRI(u"/missing")); }),
-        Result::Fail, "unexpected failure: /missing: no such file or folder");
+        Result::Fail,
+        "unexpected failure: /missing: not found: an entry of the required kind, or the folder that would "
+        "hold it");
     expectVerdict(outcomeOf([](CheckContext&) { throw std::bad_alloc(); }), Result::Fail,
                   "unexpected failure: out of memory");
     expectVerdict(outcomeOf([](CheckContext&) { throw 5; }),

@@ -86,12 +86,16 @@ void PluginRound::holdStreamsAndListings(const IProvider& provider) {
 }
 
 void PluginRound::collectFailures(const IProvider& provider) {
-    keepFailure("/missing: no such file or folder", [&] { provider.doRemoveFile(StorageIRI(u"/missing")); });
-    keepFailure("/a/f: no such file or folder", [&] { provider.doListAll(file); });
-    keepFailure("/a: already exists", [&] { provider.doCreateFolder(folder); });
-    keepFailure("/a/f: already exists",
+    keepFailure("/missing: not found: an entry of the required kind, or the folder that would hold it",
+                [&] { provider.doRemoveFile(StorageIRI(u"/missing")); });
+    keepFailure("/a/f: not found: an entry of the required kind, or the folder that would hold it",
+                [&] { provider.doListAll(file); });
+    keepFailure("/a: already exists, or is in the folder that is to be moved",
+                [&] { provider.doCreateFolder(folder); });
+    keepFailure("/a/f: already exists, or is in the folder that is to be moved",
                 [&] { provider.doMoveFile(StorageIRI(u"/a/g"), file, ReplacementPolicy::RefuseExisting); });
-    keepFailure("/a/locked: read-only, or in a read-only folder", [&] { provider.doRemoveFile(lockedFile); });
+    keepFailure("/a/locked: read-only: it, or another entry that the operation changes",
+                [&] { provider.doRemoveFile(lockedFile); });
     keepFailure("/a: folder is not empty", [&] { provider.doRemoveFolder(folder); });
     keepFailure("/a: this provider does not offer the operation",
                 [&] { provider.doGetProviderStorageInfo(folder); });

@@ -27,15 +27,18 @@ TEST(Exception, SaysThePathAndTheReasonInPlainWords) {
         return std::string(Exception(code, StorageIRI(u"/a/f")).what());
     };
     EXPECT_EQ(textFor(ErrorCode::FolderNotEmpty), "/a/f: folder is not empty");
-    EXPECT_EQ(textFor(ErrorCode::ReadOnly), "/a/f: read-only, or in a read-only folder");
-    EXPECT_EQ(textFor(ErrorCode::AlreadyExists), "/a/f: already exists");
-    EXPECT_EQ(textFor(ErrorCode::NotFound), "/a/f: no such file or folder");
+    EXPECT_EQ(textFor(ErrorCode::ReadOnly),
+              "/a/f: read-only: it, or another entry that the operation changes");
+    EXPECT_EQ(textFor(ErrorCode::AlreadyExists),
+              "/a/f: already exists, or is in the folder that is to be moved");
+    EXPECT_EQ(textFor(ErrorCode::NotFound),
+              "/a/f: not found: an entry of the required kind, or the folder that would hold it");
     EXPECT_EQ(textFor(ErrorCode::NotOffered), "/a/f: this provider does not offer the operation");
 }
 
 TEST(Exception, SaysThePathThatTheCallerGaveInUtf8) {
-    const Exception exception(ErrorCode::NotFound, StorageIRI(u"/mounted/x", u"/\u00e9\xd800", true));
-    EXPECT_STREQ(exception.what(), "/\xc3\xa9\xef\xbf\xbd: no such file or folder");
+    const Exception exception(ErrorCode::FolderNotEmpty, StorageIRI(u"/mounted/x", u"/\u00e9\xd800", true));
+    EXPECT_STREQ(exception.what(), "/\xc3\xa9\xef\xbf\xbd: folder is not empty");
 }
 
 TEST(Exception, HasATextForCodesWithoutAName) {
@@ -45,7 +48,7 @@ TEST(Exception, HasATextForCodesWithoutAName) {
 }
 
 TEST(Exception, DescribesACodeWithoutALocation) {
-    EXPECT_STREQ(Exception::describe(ErrorCode::NotFound), "no such file or folder");
+    EXPECT_STREQ(Exception::describe(ErrorCode::FolderNotEmpty), "folder is not empty");
 }
 
 TEST(Exception, SharesItsStateWithItsCopies) {
@@ -72,9 +75,9 @@ TEST(Exception, LeavesItsLocationToItsCopies) {
 
 TEST(Exception, IsAStandardException) {
     try {
-        throw Exception(ErrorCode::AlreadyExists, StorageIRI(u"/f"));
+        throw Exception(ErrorCode::FolderNotEmpty, StorageIRI(u"/f"));
     } catch (const std::exception& exception) {
-        EXPECT_STREQ(exception.what(), "/f: already exists");
+        EXPECT_STREQ(exception.what(), "/f: folder is not empty");
     }
 }
 
