@@ -81,7 +81,7 @@ public:
 
     /// Behind the last entry.
     /// @return an iterator that compares equal to another one that has reached the end
-    Iterator end() const noexcept { return Iterator(); }
+    static Iterator end() noexcept { return Iterator(); }
 
 private:
     bool advance() {
