@@ -16,7 +16,7 @@ _qzstorage_value() {
         --plugin | --junit) _qzstorage_paths f ;;
         --import | --export-on-exit | --sync-on-exit | --rescue) _qzstorage_paths d ;;
         --profile) _qzstorage_words "any in-memory" ;;
-        --threads | -o | --only | --seed | --timeout) COMPREPLY=() ;;
+        --threads | -o | --only | --seed | --timeout | -c) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -25,7 +25,7 @@ _qzstorage() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command="" i
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-            --plugin) ((i++)) ;;
+            --plugin | -c) ((i++)) ;;
             -*) ;;
             *)
                 command=${COMP_WORDS[i]}
@@ -36,7 +36,8 @@ _qzstorage() {
     COMPREPLY=()
     ! _qzstorage_value "$previous" || return 0
     case $command:$current in
-        shell:-* | run:-*) _qzstorage_words "--help --plugin --keep-going" ;;
+        shell:-*) _qzstorage_words "--help --plugin --keep-going -c" ;;
+        run:-*) _qzstorage_words "--help --plugin --keep-going" ;;
         mount:-*)
             _qzstorage_words "--help --plugin --background --import --export-on-exit --sync-on-exit --rescue --read-only
                 --allow-other --threads -o"
@@ -46,7 +47,7 @@ _qzstorage() {
         inspect:-*) _qzstorage_words "--help --plugin --json" ;;
         run:* | validate:* | inspect:*) _qzstorage_paths f ;;
         mount:* | unmount:*) _qzstorage_paths d ;;
-        :-*) _qzstorage_words "--help --version --plugin" ;;
+        :-*) _qzstorage_words "--help --version --plugin -c" ;;
         :*) _qzstorage_words "shell run mount unmount validate inspect" ;;
     esac
 }

@@ -24,6 +24,7 @@ constexpr const char* examples = R"(Examples:
   qzstorage shell                     work at a prompt; 'help' lists the commands
   qzstorage run job.qz                run a script, stopping at the first failure
   qzstorage run --keep-going job.qz   run all of it
+  qzstorage -c 'import project /p' -c 'cat /p/notes' | less   run lines; pipes are outside
   printf '%s\n' 'import /usr/include /include' "find /include -name '*.hpp'" check | qzstorage shell
   qzstorage --plugin ./libmyprovider.so shell
   qzstorage mount --background ~/fast  mount it at a folder
@@ -45,10 +46,15 @@ std::string defaultPlugin() {
 /// The options of `shell` and `run`, to be read by the library.
 class LinesSyntax {
 public:
-    explicit LinesSyntax(CLI::App& app) : run_(app.add_subcommand("run", "Run the lines of a script")) {
-        CLI::App* const shell =
-            app.add_subcommand("shell", "Run lines typed at a prompt, or from the standard input");
-        for (CLI::App* const command : {shell, run_}) {
+    explicit LinesSyntax(CLI::App& app)
+        : run_(app.add_subcommand("run", "Run the lines of a script")),
+          shell_(app.add_subcommand("shell", "Run lines typed at a prompt, or from the standard input")) {
+        app.add_option("-c", lines_, "Run this line of the shell; may be repeated")
+            ->type_name("LINE")
+            ->type_size(1)
+            ->allow_extra_args(false)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        for (CLI::App* const command : {shell_, run_}) {
             command->add_flag("--keep-going", keepGoing_, "Go on after a command that failed");
         }
         run_->add_option("SCRIPT", script_, "The script's path")->required()->type_name("");
@@ -56,13 +62,27 @@ public:
 
     std::optional<std::string> script() const { return *run_ ? std::optional(script_) : std::nullopt; }
 
+    /// @throws UsageError when a command is given that runs no lines
+    std::optional<std::string> lines(const CLI::App& app) const {
+        if (!app.get_subcommands().empty() && !*shell_ && !lines_.empty()) {
+            throw UsageError("-c runs lines, so no command but shell stands beside it");
+        }
+        std::string text;
+        for (const std::string& line : lines_) {
+            text += line + '\n';
+        }
+        return lines_.empty() ? std::nullopt : std::optional(text);
+    }
+
     FailureHandling failureHandling() const {
         return keepGoing_ ? FailureHandling::KeepGoing : FailureHandling::Stop;
     }
 
 private:
     CLI::App* run_;
+    CLI::App* shell_;
     std::string script_;
+    std::vector<std::string> lines_;
     bool keepGoing_ = false;
 };
 
@@ -70,16 +90,16 @@ bool isEmpty(const std::optional<std::string>& path) {
     return path && path->empty();
 }
 
-/// What to say when no command was recognised, or an argument of one is missing.
-std::string reasonOf(const CLI::RequiredError& error, const CLI::App& app) {
-    if (!app.get_subcommands().empty()) {
-        return error.what();
+/// What to say when no command was recognised.
+std::string commandMissing(const CLI::App& app, const LinesSyntax& lines) {
+    const std::vector<std::string> words = app.remaining();
+    if (lines.lines(app)) {
+        return "-c takes one word, so quote the line: '" + words.front() + "' is not part of it";
     }
     std::string known;
     for (const CLI::App* const command : app.get_subcommands(nullptr)) {
         known += known.empty() ? command->get_name() : ", " + command->get_name();
     }
-    const std::vector<std::string> words = app.remaining();
     return (words.empty() ? "no command given" : words.front() + ": no such command") + "; there are " +
            known;
 }
@@ -94,7 +114,7 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     std::optional<std::string> plugin;
     CLI::App app(description, "qzstorage");
     app.set_version_flag("--version", "qzstorage " QZSTORAGE_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.fallthrough(); // options of the program are understood behind a subcommand too
     app.add_option("--plugin", plugin, "The plug-in's shared library")->type_name("PATH");
     const LinesSyntax lines(app);
@@ -112,10 +132,14 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     } catch (const CLI::CallForVersion& version) {
         options.message = std::string(version.what()) + '\n';
         return options;
-    } catch (const CLI::RequiredError& error) {
-        throw UsageError(reasonOf(error, app));
+    } catch (const CLI::ExtrasError& error) {
+        throw UsageError(app.get_subcommands().empty() ? commandMissing(app, lines) : error.what());
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
+    }
+    options.lines = lines.lines(app);
+    if (app.get_subcommands().empty() && !options.lines) {
+        throw UsageError(commandMissing(app, lines));
     }
     options.script = lines.script();
     options.failureHandling = lines.failureHandling();

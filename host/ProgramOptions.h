@@ -16,6 +16,7 @@ namespace storage::host {
 struct ProgramOptions {
     std::string plugin;                ///< path of the plug-in
     std::optional<std::string> script; ///< path of the script; none for the standard input or a terminal
+    std::optional<std::string> lines;  ///< to be run instead of a script, each with a newline behind it
     FailureHandling failureHandling = FailureHandling::Stop;
     std::optional<MountOptions> mount;       ///< to be mounted instead of running lines
     std::optional<std::string> unmount;      ///< mount point of a mount to be ended instead

@@ -10,6 +10,7 @@
 #include "host/shell/DescriptorLineSource.h"
 #include "host/shell/Shell.h"
 #include "host/shell/TerminalLineSource.h"
+#include "host/shell/TextLineSource.h"
 #include "host/support/UsageError.h"
 #include "host/validate/ValidateRun.h"
 #include "host/validate/checks/CheckCatalogue.h"
@@ -35,7 +36,7 @@ OutputKind kindOf(int descriptor) {
 }
 
 bool isForPerson(const ProgramOptions& options) {
-    return !options.script && kindOf(STDIN_FILENO) == OutputKind::Terminal &&
+    return !options.script && !options.lines && kindOf(STDIN_FILENO) == OutputKind::Terminal &&
            kindOf(STDOUT_FILENO) == OutputKind::Terminal;
 }
 
@@ -52,7 +53,9 @@ void fillStandardDescriptors() {
 ExitStatus runScript(const ProgramOptions& options, Session& session, Interruption& interruption) {
     interruption.check();
     const FileDescriptor script(*options.script, O_RDONLY); // waits, if it is a fifo
-    DescriptorLineSource lines(script.number(), *options.script, interruption);
+    DescriptorLineSource lines(script.number(), *options.script, interruption,
+                               DescriptorLineSource::Places::Shown);
+    session.setInput(STDIN_FILENO);
     return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
 }
 
@@ -60,11 +63,18 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
     if (options.script) {
         return runScript(options, session, interruption);
     }
+    if (options.lines) {
+        TextLineSource lines(*options.lines);
+        session.setInput(STDIN_FILENO);
+        return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
+    }
     if (isForPerson(options)) {
         TerminalLineSource lines(session, interruption);
+        session.setInput(STDIN_FILENO);
         return Shell(commandTable(), session, interruption, FailureHandling::AskPerson).run(lines);
     }
-    DescriptorLineSource lines(STDIN_FILENO, "standard input", interruption);
+    DescriptorLineSource lines(STDIN_FILENO, "standard input", interruption,
+                               DescriptorLineSource::Places::Hidden);
     return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
 }
 
@@ -74,7 +84,7 @@ ExitStatus runSession(const ProgramOptions& options, Console& console) {
     return runReported(console, [&] {
         Session session(*provider, console, interruption);
         const ExitStatus status = runLines(options, session, interruption);
-        console.beginCommand(""); // a failure from here on is of no command
+        console.beginLine(""); // a failure from here on is of no command
         provider->doShutdown();
         return status;
     });

@@ -15,6 +15,8 @@ public:
     void declare(CommandSyntax& syntax) override {
         syntax.flag("-t", times_, "compare the times of files and folders, too");
         syntax.operands(0, 2);
+        syntax.firstOperand(WordKind::Storage);
+        syntax.lastOperand(WordKind::Disk);
     }
 
     void run(Session& session, const Words& operands) override {

@@ -8,12 +8,15 @@ namespace {
 
 class ChmodCommand final : public Command {
 public:
-    void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
+    void declare(CommandSyntax& syntax) override {
+        syntax.operands(2, CommandSyntax::any);
+        syntax.firstOperand(WordKind::Text);
+    }
 
     /// "-w" is the mode, not an option.
-    Words arrange(Words words) const override {
-        if (!words.empty() && words.front() == "-w") {
-            words.insert(words.begin(), "--");
+    std::vector<Word> arrange(std::vector<Word> words) const override {
+        if (!words.empty() && words.front().text == "-w") {
+            words.insert(words.begin(), Word{"--"});
         }
         return words;
     }

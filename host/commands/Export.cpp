@@ -12,7 +12,10 @@ namespace {
 
 class ExportCommand final : public Command {
 public:
-    void declare(CommandSyntax& syntax) override { syntax.operands(2, CommandSyntax::any); }
+    void declare(CommandSyntax& syntax) override {
+        syntax.operands(2, CommandSyntax::any);
+        syntax.lastOperand(WordKind::Disk);
+    }
 
     void run(Session& session, const Words& operands) override {
         TargetClaim::refuseClaimed(diskOperand(operands.back()));

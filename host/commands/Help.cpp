@@ -10,7 +10,7 @@ namespace {
 
 class HelpCommand final : public Command {
 public:
-    void declare(CommandSyntax& syntax) override { syntax.operands(0, 1); }
+    void declare(CommandSyntax& syntax) override { syntax.operands(0, 1, WordKind::Command); }
 
     void run(Session& session, const Words& operands) override {
         session.console().out() << (operands.empty() ? overview() : explain(operands.front()));
@@ -24,7 +24,9 @@ private:
         }
         return text +
                "\n'help COMMAND' explains the options of a command. Words are quoted as in a shell:\n"
-               "'text', \"text\", \\c; unquoted * and ? match paths of the storage; # begins a comment.\n";
+               "'text', \"text\", \\c; unquoted * and ? match paths, of the storage or of the disk; # begins "
+               "a\n"
+               "comment. Pipes and redirections are outside of a line: qzstorage -c 'cat /f' | COMMAND\n";
     }
 
     static std::string explain(const std::string& name) {

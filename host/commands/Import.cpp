@@ -16,7 +16,8 @@ public:
         syntax.flag("-x", isOnSourceOnly_, "stay on the file system of each DISK-PATH");
         syntax.option("--one-file-system", "WHEN", when_,
                       "yes: as -x; no: import also what is on proc, sysfs and the like");
-        syntax.operands(2, CommandSyntax::any);
+        syntax.operands(2, CommandSyntax::any, WordKind::Disk);
+        syntax.lastOperand(WordKind::Storage);
     }
 
     void run(Session& session, const Words& operands) override {

@@ -1,6 +1,14 @@
 #include "host/commands/CommandFactories.h"
+#include "host/commands/TransferRules.h"
+#include "host/disk/FileDescriptor.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
+#include "host/storage/TemporaryStorageFile.h"
+#include "host/storage/UnfinishedFile.h"
+#include "host/support/CommandError.h"
+#include "host/support/SystemCall.h"
+
+#include <fcntl.h>
 
 namespace storage::host {
 
@@ -9,18 +17,22 @@ namespace {
 using foundation::storage::provider::ByteStreamAppend;
 using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::ByteStreamOpenOptions;
+using foundation::storage::provider::EntryExistence;
 
-/// Puts a line of text into a file, which is made when it is missing.
+/// Puts a line of text, or the standard input, into a file, which is made when it is missing.
 class TextCommand final : public Command {
 public:
     explicit TextCommand(const ByteStreamOpenOptions& options) : options_(options) {}
 
-    void declare(CommandSyntax& syntax) override { syntax.operands(1, CommandSyntax::any); }
+    void declare(CommandSyntax& syntax) override {
+        syntax.operands(1, CommandSyntax::any, WordKind::Text);
+        syntax.firstOperand(WordKind::Storage);
+    }
 
     /// The text may begin with anything.
-    Words arrange(Words words) const override {
-        if (!words.empty() && !words.front().starts_with('-')) {
-            words.insert(words.begin() + 1, "--");
+    std::vector<Word> arrange(std::vector<Word> words) const override {
+        if (!words.empty() && !words.front().text.starts_with('-')) {
+            words.insert(words.begin() + 1, Word{"--"});
         }
         return words;
     }
@@ -31,15 +43,52 @@ public:
 
 private:
     void put(Session& session, const Words& operands) const {
+        const StoragePath path = session.resolve(operands.front());
+        refuseFolder(session.provider(), path);
+        if (operands.size() == 2 && operands[1] == "-") {
+            putInput(session, path);
+            return;
+        }
         std::string text;
         for (std::size_t i = 1; i < operands.size(); ++i) {
             text += (i > 1 ? " " : "") + operands[i];
         }
         text += '\n';
-        const StoragePath path = session.resolve(operands.front());
-        refuseFolder(session.provider(), path);
         ByteStreamDevice(session.provider().doOpenStream(path.iri(), options_))
             .write(text.data(), static_cast<std::streamsize>(text.size()));
+    }
+
+    /// Puts all that the standard input has into the file. A replaced file is kept until the input has ended.
+    void putInput(Session& session, const StoragePath& path) const {
+        if (!session.input()) {
+            throw CommandError("-", "the standard input has the lines of this session; "
+                                    "use 'qzstorage -c LINE' or a script");
+        }
+        const auto& provider = session.provider();
+        const auto iri = path.iri();
+        if (existence(provider, path) == EntryExistence::Missing) {
+            UnfinishedFile file(provider, iri);
+            copyInput(session, path);
+            file.finish();
+        } else if (options_.content == ByteStreamContent::Empty) {
+            refuseReadOnlyFile(session, path);
+            TemporaryStorageFile replacement(provider, path);
+            copyInput(session, replacement.path());
+            replacement.moveIntoPlace();
+        } else {
+            copyInput(session, path);
+        }
+    }
+
+    void copyInput(Session& session, const StoragePath& path) const {
+        const auto input =
+            FileDescriptor::adopt(checked(::fcntl(*session.input(), F_DUPFD_CLOEXEC, 0), "fcntl"), "-");
+        ByteStreamDevice to(session.provider().doOpenStream(path.iri(), options_));
+        std::vector<char> buffer(transferBufferSize);
+        while (const std::size_t count = input.read(buffer, session.interruption())) {
+            session.interruption().check();
+            to.write(buffer.data(), static_cast<std::streamsize>(count));
+        }
     }
 
     const ByteStreamOpenOptions options_;

@@ -14,6 +14,11 @@ std::string Console::shown(std::u16string_view text) const {
     return outKind_ == OutputKind::Terminal || !utf8 ? printable(text) : *std::move(utf8);
 }
 
+void Console::beginLine(std::string place) {
+    place_ = std::move(place);
+    beginCommand("");
+}
+
 void Console::beginCommand(std::string command) {
     command_ = std::move(command);
     failures_ = 0;
@@ -69,7 +74,7 @@ void Console::printLine(const std::string& path, const std::string& text) {
     clearProgress();
     out_.flush();
     std::string line = "qzstorage: ";
-    for (const std::string& part : {command_, path}) {
+    for (const std::string& part : {place_, command_, path}) {
         if (!part.empty()) {
             line += printableInMessage(part) + ": ";
         }

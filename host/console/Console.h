@@ -44,12 +44,19 @@ public:
     /// cannot spell is escaped in any case.
     std::string shown(std::u16string_view text) const;
 
+    /// From here on failures are those of a line, and none has been reported yet.
+    /// @param place  where the line stands, for example "job.qz:12"; empty if failures are not to say
+    void beginLine(std::string place);
+
+    /// The place of the line.
+    const std::string& place() const noexcept { return place_; }
+
     /// From here on failures are those of `command`, and none has been reported yet.
     void beginCommand(std::string command);
 
     std::size_t failuresOfCommand() const noexcept { return failures_; }
 
-    /// Reports a failure of the command in one line: "qzstorage: COMMAND: PATH: reason". Control characters
+    /// Reports a failure of the command in one line: "qzstorage: PLACE: COMMAND: PATH: reason". Control characters
     /// and ill-formed bytes are escaped, what is endless is shortened.
     void report(const Failure& failure);
 
@@ -87,6 +94,7 @@ private:
     OutputKind outKind_;
     std::ostream& err_;
     OutputKind errKind_;
+    std::string place_;
     std::string command_;
     std::size_t failures_ = 0;
     bool progressShown_ = false;

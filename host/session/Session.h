@@ -8,6 +8,7 @@
 #include "host/support/Umask.h"
 #include "hostapi/storage/provider/IProvider.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,6 +35,11 @@ public:
     const StoragePath& currentFolder() const noexcept { return currentFolder_; }
     void setCurrentFolder(const StoragePath& folder) { currentFolder_ = folder; }
 
+    /// Lets commands read the standard input. Without this call the lines of the session come from there.
+    /// @param descriptor  borrowed
+    void setInput(int descriptor) noexcept { input_ = descriptor; }
+    std::optional<int> input() const noexcept { return input_; }
+
     /// No further command line is to be read.
     void end() noexcept { ended_ = true; }
     bool ended() const noexcept { return ended_; }
@@ -49,6 +55,7 @@ private:
     StoragePath currentFolder_;
     ImportLog imports_;
     EntryModes modes_ = EntryModes::ofUmask(currentUmask());
+    std::optional<int> input_;
     bool ended_ = false;
 };
 

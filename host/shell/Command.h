@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/session/Session.h"
+#include "host/shell/CommandLineLexer.h"
 #include "host/shell/CommandSyntax.h"
 
 #include <memory>
@@ -26,7 +27,7 @@ public:
 
     /// The words of the line as the syntax is to see them, for commands with words that only look like
     /// options.
-    virtual Words arrange(Words words) const { return words; }
+    virtual std::vector<Word> arrange(std::vector<Word> words) const { return words; }
 
     /// Does the work. Failures that do not end the command are reported to the session's console.
     /// @param operands  as many as were declared

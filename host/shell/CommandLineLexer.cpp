@@ -3,6 +3,7 @@
 #include "host/support/UsageError.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 namespace storage::host {
 
@@ -23,6 +24,24 @@ void appendQuoted(Word& word, std::string_view text) {
 
 void appendPlain(Word& word, std::string_view text) {
     append(word, text, false);
+}
+
+/// What to do instead of what the operator does in a shell; null for any other character.
+const char* answerTo(char character) {
+    switch (character) {
+    case '|':
+        return "pipes are outside of a line: qzstorage -c 'cat /f' | COMMAND, or export /f and use the file";
+    case '>':
+        return "redirections are outside of a line: qzstorage -c 'cat /f' > FILE, or write TEXT by 'write /f "
+               "TEXT'";
+    case '<':
+        return "redirections are outside of a line: qzstorage -c 'write /f -' < FILE";
+    case '&':
+    case ';':
+        return "a line is one command; give the next one a line, or a -c, of its own";
+    default:
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -57,7 +76,7 @@ Word CommandLineLexer::readWord() {
             readEscaped(word);
             break;
         default:
-            appendPlain(word, line_.substr(position_++, 1));
+            readPlain(word);
         }
     }
     return word;
@@ -86,6 +105,14 @@ void CommandLineLexer::readDoubleQuoted(Word& word) {
         throw UsageError("a double quote is not closed");
     }
     ++position_;
+}
+
+void CommandLineLexer::readPlain(Word& word) {
+    const char character = line_[position_];
+    if (const char* const answer = answerTo(character)) {
+        throw UsageError(fmt::format("'{}': {} (as part of a name or text, quote it)", character, answer));
+    }
+    appendPlain(word, line_.substr(position_++, 1));
 }
 
 void CommandLineLexer::readEscaped(Word& word) {

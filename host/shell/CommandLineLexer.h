@@ -14,14 +14,14 @@ namespace storage::host {
 /// away.
 struct Word {
     std::string text;
-    std::vector<bool> quoted;
+    std::vector<bool> quoted = std::vector<bool>(text.size());
 
     bool isWildcard(std::size_t i) const { return (text[i] == '*' || text[i] == '?') && !quoted[i]; }
 };
 
 /// Splits one command line into words as a POSIX shell does: blanks separate words, 'single' and "double"
-/// quotes and the backslash take special meanings away, "#" at the start of a word begins a comment. No other
-/// character is special.
+/// quotes and the backslash take special meanings away, "#" at the start of a word begins a comment. The operators
+/// of a shell, | < > & ;, are refused with what to do instead. No other character is special.
 ///
 /// Thread safety: one object is for one thread.
 class CommandLineLexer {
@@ -29,7 +29,7 @@ public:
     /// @param line  one line without its newline; must live as long as the lexer is used
     explicit CommandLineLexer(std::string_view line) : line_(line) {}
 
-    /// @throws UsageError when a quote is not closed or a backslash stands at the end
+    /// @throws UsageError when a quote is not closed, a backslash stands at the end, or an operator is not quoted
     std::vector<Word> words();
 
 private:
@@ -39,6 +39,7 @@ private:
     void readSingleQuoted(Word& word);
     void readDoubleQuoted(Word& word);
     void readEscaped(Word& word);
+    void readPlain(Word& word);
 
     std::string_view line_;
     std::size_t position_ = 0;

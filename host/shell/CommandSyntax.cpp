@@ -57,9 +57,56 @@ void CommandSyntax::option(const std::string& name, const std::string& value,
     helpLines_.push_back({name + (name.starts_with("--") ? '=' : ' ') + value, description});
 }
 
-void CommandSyntax::operands(std::size_t least, std::size_t most) {
+void CommandSyntax::operands(std::size_t least, std::size_t most, WordKind kind) {
     least_ = least;
     most_ = most;
+    kind_ = kind;
+}
+
+std::vector<WordKind> CommandSyntax::kinds(const std::vector<std::string>& words) const {
+    std::vector<std::size_t> operands;
+    bool optionsEnded = false;
+    bool isValue = false;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (isValue) {
+            isValue = false;
+        } else if (!optionsEnded && words[i] == "--") {
+            optionsEnded = true;
+        } else if (!optionsEnded && looksLikeOption(words[i])) {
+            isValue = takesNextWord(words[i]);
+        } else {
+            operands.push_back(i);
+        }
+    }
+    std::vector<WordKind> result(words.size(), WordKind::Text);
+    for (std::size_t index = 0; index < operands.size(); ++index) {
+        result[operands[index]] = operandKind(index, std::max(operands.size(), least_));
+    }
+    return result;
+}
+
+/// Whether an option has its value in the next word: it is the whole word, or the last of several letters.
+bool CommandSyntax::takesNextWord(const std::string& word) const {
+    const auto isOption = [this](const std::string& name) {
+        return std::any_of(options_.begin(), options_.end(),
+                           [&name](const Option& option) { return option.name == name; });
+    };
+    if (isOption(word)) {
+        return true;
+    }
+    for (std::size_t i = 1; i < word.size(); ++i) {
+        if (isOption({'-', word[i]})) {
+            return i + 1 == word.size();
+        }
+    }
+    return false;
+}
+
+WordKind CommandSyntax::operandKind(std::size_t index, std::size_t count) const {
+    if (index == 0 && first_) {
+        return *first_;
+    }
+    return index + 1 == count && last_ ? *last_ : kind_;
 }
 
 std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::string> words) {

@@ -15,6 +15,14 @@ class Option;
 
 namespace storage::host {
 
+/// What a word of a command line is, which decides where its pattern is expanded and how it is completed.
+enum class WordKind {
+    Storage, ///< a path of the storage
+    Disk,    ///< a path of the disk
+    Command, ///< the name of a command
+    Text,    ///< an option, its value, or text of another kind
+};
+
 /// The options and operands of one command, to parse one command line with.
 ///
 /// Thread safety: one object is for one thread.
@@ -43,7 +51,18 @@ public:
                 const std::string& description);
 
     /// How many words may stand beside the options; `any` is no limit. None, unless this is called.
-    void operands(std::size_t least, std::size_t most);
+    /// @param kind  of all operands but those that the two functions below are called for
+    void operands(std::size_t least, std::size_t most, WordKind kind = WordKind::Storage);
+
+    /// The first operand is of another kind, also if it is the last one.
+    void firstOperand(WordKind kind) { first_ = kind; }
+
+    /// The last operand is of another kind.
+    void lastOperand(WordKind kind) { last_ = kind; }
+
+    /// What the words behind the command's name are. An operand counts as the last one only if there are as many as the
+    /// command requires, so the words may be the beginning of a line.
+    std::vector<WordKind> kinds(const std::vector<std::string>& words) const;
 
     /// Parses the words behind the command's name. Options and operands may be mixed; all that follows "--"
     /// are operands.
@@ -66,6 +85,8 @@ private:
         std::string description;
     };
 
+    bool takesNextWord(const std::string& word) const;
+    WordKind operandKind(std::size_t index, std::size_t count) const;
     void translateWordOptions(std::vector<std::string>& words) const;
     [[noreturn]] void refuseMissingValue(const CLI::ArgumentMismatch& error) const;
     void refuseRepeatedOptions() const;
@@ -79,6 +100,9 @@ private:
     std::vector<Option> options_;
     std::size_t least_ = 0;
     std::size_t most_ = 0;
+    WordKind kind_ = WordKind::Storage;
+    std::optional<WordKind> first_;
+    std::optional<WordKind> last_;
 };
 
 } // namespace storage::host

@@ -18,8 +18,17 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 } // namespace
 
-DescriptorLineSource::DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption)
-    : descriptor_(descriptor), name_(std::move(name)), interruption_(interruption), block_(readAtOnce) {}
+DescriptorLineSource::DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption,
+                                           Places places)
+    : descriptor_(descriptor),
+      name_(std::move(name)),
+      interruption_(interruption),
+      places_(places),
+      block_(readAtOnce) {}
+
+std::string DescriptorLineSource::place() const {
+    return places_ == Places::Shown ? fmt::format("{}:{}", name_, lineNumber_) : "";
+}
 
 std::optional<std::string> DescriptorLineSource::next() {
     auto line = readLine();

@@ -16,11 +16,15 @@ namespace storage::host {
 /// Borrows the descriptor. Thread safety: one object is for one thread.
 class DescriptorLineSource final : public LineSource {
 public:
+    enum class Places { Shown, Hidden };
+
     /// @param descriptor  open for reading
     /// @param name        what failures call it
-    DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption);
+    /// @param places      whether failures of lines are to say the name and the number of the line
+    DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption, Places places);
 
     std::optional<std::string> next() override;
+    std::string place() const override;
 
 private:
     std::optional<std::string> readLine();
@@ -29,6 +33,7 @@ private:
     const int descriptor_;
     const std::string name_;
     const Interruption& interruption_;
+    const Places places_;
     std::vector<char> block_;
     std::size_t position_ = 0;
     std::size_t end_ = 0;

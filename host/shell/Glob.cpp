@@ -29,7 +29,9 @@ public:
     const std::string& text() const { return text_; }
     const std::string& slashes() const { return slashes_; }
     bool hasWildcard() const { return hasWildcard_; }
-    bool mustBeFolder() const { return !slashes_.empty(); }
+    PathLookup::Wanted wanted() const {
+        return slashes_.empty() ? PathLookup::Wanted::All : PathLookup::Wanted::Folders;
+    }
 
     WildcardPattern pattern() const {
         using Kind = WildcardPattern::Element::Kind;
@@ -77,56 +79,45 @@ std::vector<std::string> Glob::expand(const Word& word) const {
         return {word.text};
     }
 
-    std::vector<Candidate> candidates{{"", folder_}};
-    while (position < word.text.size() && !candidates.empty()) {
-        candidates = step(candidates, Component(word, position));
+    std::vector<std::string> paths{""};
+    while (position < word.text.size() && !paths.empty()) {
+        paths = step(paths, Component(word, position));
     }
-
-    std::vector<std::string> result;
-    result.reserve(candidates.size());
-    for (Candidate& candidate : candidates) {
-        result.push_back((candidate.spelling.starts_with('-') ? "./" : "") + candidate.spelling);
+    for (std::string& path : paths) {
+        path.insert(0, path.starts_with('-') ? "./" : "");
     }
-    std::sort(result.begin(), result.end());
-    return result.empty() ? std::vector<std::string>{word.text} : result;
+    std::sort(paths.begin(), paths.end());
+    return paths.empty() ? std::vector<std::string>{word.text} : paths;
 }
 
-std::vector<Glob::Candidate> Glob::step(const std::vector<Candidate>& from,
-                                        const Component& component) const {
-    std::vector<Candidate> to;
-    for (const Candidate& candidate : from) {
+std::vector<std::string> Glob::step(const std::vector<std::string>& from, const Component& component) const {
+    std::vector<std::string> to;
+    for (const std::string& path : from) {
         if (component.text().empty()) { // only a leading slash leaves nothing in front of it
-            to.push_back({component.slashes(), StoragePath()});
+            to.push_back(component.slashes());
         } else if (component.hasWildcard()) {
-            addMatches(candidate, component, to);
+            addMatches(path, component, to);
         } else {
-            addLiteral(candidate, component, to);
+            addLiteral(path, component, to);
         }
     }
     return to;
 }
 
-void Glob::addMatches(const Candidate& from, const Component& component, std::vector<Candidate>& to) const {
+void Glob::addMatches(const std::string& from, const Component& component,
+                      std::vector<std::string>& to) const {
     const WildcardPattern pattern = component.pattern();
-    if (!provider_.doFolderExists(from.path.iri())) {
-        return;
-    }
-    const auto names = component.mustBeFolder() ? provider_.doListFoldersNamesOnly(from.path.iri())
-                                                : provider_.doListAllNamesOnly(from.path.iri());
-    for (const std::u16string& name : names) {
-        const auto spelling = toUtf8(name);
-        if (spelling && pattern.matches(name)) {
-            to.push_back({from.spelling + *spelling + component.slashes(), from.path.child(name)});
+    for (const std::string& name : lookup_.names(from, component.wanted())) {
+        if (pattern.matches(toUtf16(name))) {
+            to.push_back(from + name + component.slashes());
         }
     }
 }
 
-void Glob::addLiteral(const Candidate& from, const Component& component, std::vector<Candidate>& to) const {
-    StoragePath path = StoragePath::resolve(from.path, toUtf16(component.text()));
-    const bool matches =
-        component.mustBeFolder() ? provider_.doFolderExists(path.iri()) : provider_.doExists(path.iri());
-    if (matches) {
-        to.push_back({from.spelling + component.text() + component.slashes(), std::move(path)});
+void Glob::addLiteral(const std::string& from, const Component& component,
+                      std::vector<std::string>& to) const {
+    if (lookup_.exists(from + component.text(), component.wanted())) {
+        to.push_back(from + component.text() + component.slashes());
     }
 }
 

@@ -17,6 +17,9 @@ public:
     /// @throws CommandError when the source cannot be read
     /// @throws Interrupted when a signal arrives while it waits
     virtual std::optional<std::string> next() = 0;
+
+    /// Where the last line stands, for failures of it; empty if they are not to say.
+    virtual std::string place() const { return ""; }
 };
 
 } // namespace storage::host

@@ -2,7 +2,9 @@
 
 #include "host/console/RunReported.h"
 #include "host/shell/CommandLineLexer.h"
+#include "host/shell/DiskLookup.h"
 #include "host/shell/Glob.h"
+#include "host/shell/StorageLookup.h"
 #include "host/storage/FailureCause.h"
 #include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
@@ -54,7 +56,7 @@ ExitStatus Shell::run(LineSource& lines) {
 /// Reading a line can fail like running one.
 ExitStatus Shell::runNext(LineSource& lines) {
     std::optional<std::string> line;
-    session_.console().beginCommand("");
+    session_.console().beginLine("");
     try {
         interruption_.check();
         session_.console().attempt("", [&] { line = lines.next(); });
@@ -66,6 +68,7 @@ ExitStatus Shell::runNext(LineSource& lines) {
         return session_.console().failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
     }
     ++lineNumber_;
+    session_.console().beginLine(lines.place());
     return execute(*line);
 }
 
@@ -95,31 +98,45 @@ void Shell::runLine(std::string_view line) {
         throw UsageError(fmt::format("{}{}: unknown command (try 'help')", place(), words.front().text));
     }
     session_.console().beginCommand(words.front().text);
-    std::vector<std::string> expanded = expand(std::span(words).subspan(1));
-    if (session_.console().failuresOfCommand() == 0) {
-        runCommand(*info, std::move(expanded));
-    }
+    words.erase(words.begin());
+    runCommand(*info, std::move(words));
 }
 
 /// The words with their patterns replaced by what matches. A provider that fails here fails the command.
-std::vector<std::string> Shell::expand(std::span<const Word> words) {
-    std::vector<std::string> expanded;
-    const Glob glob(session_.provider(), session_.currentFolder());
+std::vector<std::string> Shell::expand(const std::vector<Word>& words, const CommandSyntax& syntax) {
+    const StorageLookup storage(session_);
+    const DiskLookup disk;
+    std::vector<std::string> texts;
     for (const Word& word : words) {
-        session_.console().attempt(word.text, [&] {
-            for (std::string& text : glob.expand(word)) {
-                expanded.push_back(std::move(text));
+        texts.push_back(word.text);
+    }
+    const std::vector<WordKind> kinds = syntax.kinds(texts);
+    std::vector<std::string> expanded;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (kinds[i] != WordKind::Storage && kinds[i] != WordKind::Disk) {
+            expanded.push_back(std::move(texts[i]));
+            continue;
+        }
+        const PathLookup& lookup =
+            kinds[i] == WordKind::Disk ? static_cast<const PathLookup&>(disk) : storage;
+        session_.console().attempt(words[i].text, [&] {
+            for (std::string& path : Glob(lookup).expand(words[i])) {
+                expanded.push_back(std::move(path));
             }
         });
     }
     return expanded;
 }
 
-void Shell::runCommand(const CommandInfo& info, std::vector<std::string> words) {
+void Shell::runCommand(const CommandInfo& info, std::vector<Word> words) {
     const auto command = info.make();
     CommandSyntax syntax(info.name, info.synopsis, info.summary);
     command->declare(syntax);
-    const auto operands = syntax.parse(command->arrange(std::move(words)));
+    std::vector<std::string> expanded = expand(command->arrange(std::move(words)), syntax);
+    if (session_.console().failuresOfCommand() > 0) {
+        return;
+    }
+    const auto operands = syntax.parse(std::move(expanded));
     if (operands) {
         command->run(session_, *operands);
     } else {
@@ -127,9 +144,11 @@ void Shell::runCommand(const CommandInfo& info, std::vector<std::string> words) 
     }
 }
 
-/// Where a line stands that cannot be named by its command.
+/// Where a line stands that cannot be named by its command, unless every failure says so.
 std::string Shell::place() const {
-    return failureHandling_ == FailureHandling::AskPerson ? "" : fmt::format("line {}: ", lineNumber_);
+    const bool isKnown =
+        failureHandling_ == FailureHandling::AskPerson || !session_.console().place().empty();
+    return isKnown ? "" : fmt::format("line {}: ", lineNumber_);
 }
 
 bool Shell::stopsAt(ExitStatus status) const {

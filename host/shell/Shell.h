@@ -46,8 +46,8 @@ public:
 private:
     ExitStatus runNext(LineSource& lines);
     void runLine(std::string_view line);
-    std::vector<std::string> expand(std::span<const Word> words);
-    void runCommand(const CommandInfo& info, std::vector<std::string> words);
+    std::vector<std::string> expand(const std::vector<Word>& words, const CommandSyntax& syntax);
+    void runCommand(const CommandInfo& info, std::vector<Word> words);
     std::string place() const;
     bool stopsAt(ExitStatus status) const;
 

@@ -21,8 +21,53 @@ TEST(ProgramTest, RunsAScript) {
     const std::string script = folder.write("script", "write /f 1\ncat /f /x\nwrite /g 2\n");
     const ProgramRun run({"run", script});
     EXPECT_EQ(run.output(), "1\n");
-    EXPECT_EQ(run.errors(), "qzstorage: cat: /x: no such file or folder\n");
+    EXPECT_EQ(run.errors(), "qzstorage: " + script + ":2: cat: /x: no such file or folder\n");
     EXPECT_EQ(run.status(), 1);
+}
+
+TEST(ProgramTest, AFailingScriptNamesFileAndLine) {
+    const TemporaryFolder folder;
+    const std::string script = folder.write("job.qz", "\nls 'x\nfrob\nmkdir\ncat /f | wc\nmkdir /a/b\n");
+    const ProgramRun run({"run", "--keep-going", script});
+    const std::string place = "qzstorage: " + script + ':';
+    EXPECT_THAT(run.errors(),
+                testing::AllOf(
+                    testing::Not(HasSubstr("line 2")), HasSubstr(place + "2: a single quote is not closed\n"),
+                    HasSubstr(place + "3: frob: unknown command (try 'help')\n"),
+                    HasSubstr(place + "4: mkdir: missing operand, usage: mkdir [-p] PATH...\n"),
+                    HasSubstr(place + "5: '|': pipes are outside"), HasSubstr(place + "6: mkdir: /a/b: ")));
+    EXPECT_EQ(run.status(), 1);
+}
+
+TEST(ProgramTest, RunsLinesOfTheCommandLine) {
+    const ProgramRun run({"-c", "write /f -", "-c", "cat /f"}, "from a pipe");
+    EXPECT_EQ(run.output(), "from a pipe");
+    EXPECT_EQ(run.errors(), "");
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(ProgramRun({"--plugin", TEST_PLUGIN, "-c", "pwd\npwd"}).output(), "/\n/\n");
+    EXPECT_EQ(ProgramRun({"shell", "-c", "pwd"}, "ls /x\n").output(), "/\n");
+    EXPECT_EQ(ProgramRun({"-c", ""}).status(), 0);
+}
+
+TEST(ProgramTest, TheStatusOfALineIsTheProgramsOwn) {
+    const ProgramRun failing({"-c", "ls /x", "-c", "pwd"});
+    EXPECT_EQ(failing.errors(), "qzstorage: ls: /x: no such file or folder\n");
+    EXPECT_EQ(failing.output(), "");
+    EXPECT_EQ(failing.status(), 1);
+    EXPECT_EQ(ProgramRun({"-c", "ls -z"}).status(), 2);
+    EXPECT_EQ(ProgramRun({"shell", "--keep-going", "-c", "ls /x", "-c", "pwd"}).output(), "/\n");
+}
+
+TEST(ProgramTest, ALineOfTheCommandLineIsOneWord) {
+    const ProgramRun unquoted({"-c", "ls", "/x"});
+    EXPECT_EQ(unquoted.status(), 2);
+    EXPECT_EQ(unquoted.errors(),
+              "qzstorage: -c takes one word, so quote the line: '/x' is not part of it (try "
+              "'qzstorage --help')\n");
+    const ProgramRun beside({"-c", "ls", "unmount", "/x"});
+    EXPECT_EQ(beside.status(), 2);
+    EXPECT_THAT(beside.errors(), HasSubstr("no command but shell stands beside it"));
+    EXPECT_EQ(ProgramRun({"-c"}).status(), 2);
 }
 
 TEST(ProgramTest, ADeviceWithoutEndIsNoScript) {
@@ -36,10 +81,11 @@ TEST(ProgramTest, ADeviceWithoutEndIsNoScript) {
 TEST(ProgramTest, GoesOnAfterFailuresWhenAsked) {
     const TemporaryFolder folder;
     const std::string lines = "cat /x\nwrite /g 2\ncat /g\n";
-    for (const ProgramRun& run : {ProgramRun({"run", "--keep-going", folder.write("script", lines)}),
-                                  ProgramRun({"shell", "--keep-going"}, lines)}) {
+    const std::string script = folder.write("script", lines);
+    for (const auto& [run, place] : {std::pair{ProgramRun({"run", "--keep-going", script}), script + ":1: "},
+                                     {ProgramRun({"shell", "--keep-going"}, lines), ""}}) {
         EXPECT_EQ(run.output(), "2\n");
-        EXPECT_EQ(run.errors(), "qzstorage: cat: /x: no such file or folder\n");
+        EXPECT_EQ(run.errors(), "qzstorage: " + place + "cat: /x: no such file or folder\n");
         EXPECT_EQ(run.status(), 1);
     }
 }

@@ -1,8 +1,11 @@
+#include "host/disk/FileDescriptor.h"
 #include "tests/support/SessionTest.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -205,6 +208,69 @@ TEST_F(FileCommandsTest, TheFolderThatTheSessionStandsInIsNotRemoved) {
     }
     succeed("rm -r c");
     EXPECT_EQ(succeed("find /"), "/\n/a\n/a/b\n");
+}
+
+/// What commands read as the standard input.
+class StandardInputTest : public SessionTest {
+protected:
+    void setInput(const std::string& content) {
+        file_.emplace(disk_.write("input", content), O_RDONLY);
+        session_.setInput(file_->number());
+    }
+
+private:
+    std::optional<storage::host::FileDescriptor> file_;
+};
+
+TEST_F(StandardInputTest, WriteAndAppendTakeItAsItIs) {
+    const std::string bytes = std::string(700000, 'x') + '\0' + "no newline";
+    setInput(bytes);
+    succeed("write /f -");
+    EXPECT_EQ(succeed("cat /f"), bytes);
+    setInput("second");
+    succeed("write /f -");
+    setInput(" third");
+    succeed("append /f -");
+    EXPECT_EQ(succeed("cat /f"), "second third");
+    setInput("new");
+    succeed("append /g -");
+    EXPECT_EQ(succeed("cat /g"), "new");
+    succeed("write /f - x");
+    EXPECT_EQ(succeed("cat /f"), "- x\n") << "only alone it stands for the input";
+}
+
+TEST_F(StandardInputTest, IsNotThereWhenTheLinesComeFromIt) {
+    EXPECT_EQ(fail("write /f -"),
+              "qzstorage: write: -: the standard input has the lines of this session; use "
+              "'qzstorage -c LINE' or a script\n");
+    EXPECT_EQ(succeed("ls /"), "");
+}
+
+TEST_F(StandardInputTest, AFileIsReplacedWhenTheInputHasEnded) {
+    succeed("write /f old");
+    int writes = 0;
+    provider_->beforeWrite = [&] {
+        if (++writes == 2) {
+            throw std::bad_alloc();
+        }
+    };
+    setInput(std::string(700000, 'x'));
+    EXPECT_EQ(fail("write /f -"), "qzstorage: write: /f: out of memory\n");
+    EXPECT_EQ(succeed("cat /f"), "old\n");
+    writes = 0;
+    setInput(std::string(700000, 'x'));
+    EXPECT_EQ(fail("write /g -"), "qzstorage: write: /g: out of memory\n");
+    EXPECT_EQ(succeed("ls /"), "f\n");
+    succeed("chmod -w /f");
+    EXPECT_EQ(fail("write /f -"), "qzstorage: write: /f: the file is read-only\n");
+}
+
+TEST_F(StandardInputTest, ReadingItCanBeInterrupted) {
+    setInput(std::string(700000, 'x'));
+    provider_->beforeWrite = [] { std::raise(SIGINT); };
+    EXPECT_EQ(run("write /f -"), ExitStatus::Interrupted);
+    interruption_.clear();
+    EXPECT_EQ(succeed("ls /"), "");
 }
 
 TEST_F(FileCommandsTest, AFileThatCannotBeGrownToTheEndGetsItsOldSizeBack) {

@@ -80,6 +80,21 @@ TEST(CommandLineLexerTest, RefusesWhatIsNotClosed) {
     EXPECT_THROW(texts("ls a\\"), UsageError);
 }
 
+TEST(CommandLineLexerTest, OperatorsOfAShellAreAnsweredWithWhatToDoInstead) {
+    const auto answer = [](std::string_view line) { return [line] { texts(line); }; };
+    using testing::HasSubstr;
+    using testing::ThrowsMessage;
+    EXPECT_THAT(answer("cat /f | wc"),
+                ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'cat /f' | COMMAND")));
+    EXPECT_THAT(answer("cat /f|wc"), ThrowsMessage<UsageError>(HasSubstr("'|': pipes are outside")));
+    EXPECT_THAT(answer("cat /f >g"), ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'cat /f' > FILE")));
+    EXPECT_THAT(answer("write /f < g"),
+                ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'write /f -' < FILE")));
+    EXPECT_THAT(answer("ls; pwd"), ThrowsMessage<UsageError>(HasSubstr("';': a line is one command")));
+    EXPECT_THAT(answer("ls &"), ThrowsMessage<UsageError>(HasSubstr("'&': a line is one command")));
+    EXPECT_THAT(texts(R"('a|b' "c>d" e\<f \& # | > < & ;)"), ElementsAre("a|b", "c>d", "e<f", "&"));
+}
+
 TEST(CommandLineLexerTest, TakesALineOfOneMebibyte) {
     const std::string longWord(1 << 20, 'x');
     EXPECT_THAT(texts("write f " + longWord), ElementsAre("write", "f", longWord));

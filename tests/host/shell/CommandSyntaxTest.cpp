@@ -7,6 +7,7 @@ namespace {
 
 using storage::host::CommandSyntax;
 using storage::host::UsageError;
+using storage::host::WordKind;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;
@@ -102,6 +103,28 @@ TEST_F(CommandSyntaxTest, RefusesAnOptionWithoutItsValue) {
     EXPECT_EQ(usageError({"-L"}), "-L needs a value, DEPTH");
     EXPECT_EQ(usageError({"-lL"}), "-L needs a value, DEPTH");
     EXPECT_EQ(usageError({"a", "-name"}), "-name needs a value, PATTERN");
+}
+
+using Kinds = std::vector<WordKind>;
+
+TEST_F(CommandSyntaxTest, TellsOptionsAndTheirValuesFromOperands) {
+    using enum WordKind;
+    EXPECT_EQ(syntax_.kinds({"a", "-l", "b", "-L", "3", "c"}),
+              (Kinds{Storage, Text, Storage, Text, Text, Storage}));
+    EXPECT_EQ(syntax_.kinds({"-lRL", "3", "-L3", "a"}), (Kinds{Text, Text, Text, Storage}));
+    EXPECT_EQ(syntax_.kinds({"-name", "*.h", "-", "--", "-l"}), (Kinds{Text, Text, Storage, Text, Storage}));
+}
+
+TEST_F(CommandSyntaxTest, TheFirstAndTheLastOperandMayBeOfAnotherKind) {
+    using enum WordKind;
+    syntax_.operands(2, CommandSyntax::any, Disk);
+    syntax_.lastOperand(Storage);
+    EXPECT_EQ(syntax_.kinds({"a", "b", "-l", "c"}), (Kinds{Disk, Disk, Text, Storage}));
+    EXPECT_EQ(syntax_.kinds({"a"}), (Kinds{Disk})) << "the last one is still to come";
+    syntax_.operands(0, 2, Storage);
+    syntax_.firstOperand(Text);
+    EXPECT_EQ(syntax_.kinds({"a"}), (Kinds{Text}));
+    EXPECT_EQ(syntax_.kinds({"a", "b"}), (Kinds{Text, Storage}));
 }
 
 TEST_F(CommandSyntaxTest, AsksForHelp) {

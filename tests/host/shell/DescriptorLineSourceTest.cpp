@@ -15,12 +15,13 @@ namespace {
 using namespace storage::host;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using Places = DescriptorLineSource::Places;
 
 class DescriptorLineSourceTest : public testing::Test {
 protected:
     std::vector<std::string> linesOf(const std::string& content) {
         const FileDescriptor file(folder_.write("script", content), O_RDONLY);
-        DescriptorLineSource lines(file.number(), "script", interruption_);
+        DescriptorLineSource lines(file.number(), "script", interruption_, Places::Hidden);
         std::vector<std::string> result;
         while (auto line = lines.next()) {
             result.push_back(*line);
@@ -79,7 +80,7 @@ TEST_F(DescriptorLineSourceTest, GivesALineOfAPipeBeforeThePipeEnds) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     ASSERT_EQ(::write(ends[1], "a\nb", 3), 3);
-    DescriptorLineSource lines(ends[0], "pipe", interruption_);
+    DescriptorLineSource lines(ends[0], "pipe", interruption_, Places::Hidden);
     EXPECT_EQ(lines.next(), "a");
     ::close(ends[1]);
     EXPECT_EQ(lines.next(), "b");
@@ -88,7 +89,7 @@ TEST_F(DescriptorLineSourceTest, GivesALineOfAPipeBeforeThePipeEnds) {
 
 TEST_F(DescriptorLineSourceTest, SaysWhatCannotBeRead) {
     const FileDescriptor folder(folder_.path(), O_RDONLY);
-    DescriptorLineSource lines(folder.number(), "my script", interruption_);
+    DescriptorLineSource lines(folder.number(), "my script", interruption_, Places::Hidden);
     try {
         lines.next();
         FAIL() << "nothing was thrown";
@@ -98,8 +99,21 @@ TEST_F(DescriptorLineSourceTest, SaysWhatCannotBeRead) {
     }
 }
 
+TEST_F(DescriptorLineSourceTest, SaysWhereTheLastLineStands) {
+    const FileDescriptor file(folder_.write("script", "a\n\nb"), O_RDONLY);
+    DescriptorLineSource shown(file.number(), "my script", interruption_, Places::Shown);
+    shown.next();
+    EXPECT_EQ(shown.place(), "my script:1");
+    shown.next();
+    shown.next();
+    EXPECT_EQ(shown.place(), "my script:3");
+    DescriptorLineSource hidden(file.number(), "my script", interruption_, Places::Hidden);
+    hidden.next();
+    EXPECT_EQ(hidden.place(), "");
+}
+
 TEST_F(DescriptorLineSourceTest, StopsWhenTheUserWantsTo) {
-    DescriptorLineSource lines(STDIN_FILENO, "input", interruption_);
+    DescriptorLineSource lines(STDIN_FILENO, "input", interruption_, Places::Hidden);
     std::raise(SIGINT);
     EXPECT_THROW(lines.next(), Interrupted);
 }

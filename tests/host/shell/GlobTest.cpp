@@ -1,13 +1,18 @@
 #include "host/shell/Glob.h"
 #include "host/shell/CommandLineLexer.h"
+#include "host/shell/DiskLookup.h"
+#include "host/shell/StorageLookup.h"
 #include "tests/support/SessionTest.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 
 namespace {
 
 using storage::host::CommandLineLexer;
+using storage::host::DiskLookup;
 using storage::host::Glob;
+using storage::host::StorageLookup;
 using testing::ElementsAre;
 
 class GlobTest : public SessionTest {
@@ -20,8 +25,8 @@ protected:
     }
 
     std::vector<std::string> expand(const std::string& quoted) {
-        const Glob glob(session_.provider(), session_.currentFolder());
-        return glob.expand(CommandLineLexer(quoted).words().at(0));
+        const StorageLookup lookup(session_);
+        return Glob(lookup).expand(CommandLineLexer(quoted).words().at(0));
     }
 };
 
@@ -90,6 +95,47 @@ TEST_F(GlobTest, NamesThatAreNotUtf8AreMatchedByteByByte) {
     EXPECT_THAT(expand("/bytes/a?'*'b"), ElementsAre("/bytes/a\xFF*b"));
     EXPECT_THAT(expand("/bytes/a\x80?z"), ElementsAre("/bytes/a\x80xz", "/bytes/a\x80\xC3z"));
     EXPECT_THAT(expand("/bytes/a\x80'\xC3'*"), ElementsAre("/bytes/a\x80\xC3z"));
+}
+
+/// Patterns of the disk.
+class DiskGlobTest : public SessionTest {
+protected:
+    DiskGlobTest() {
+        for (const char* const name : {"src/x.h", "src/y.h", "src/.hidden", "src/lib/z.cpp", "\xFF", "a*"}) {
+            disk_.write(name, "");
+        }
+        std::filesystem::create_directory_symlink("src", disk_ / "link");
+        std::filesystem::create_symlink("nowhere", disk_ / "torn");
+    }
+
+    std::vector<std::string> expand(const std::string& quoted) {
+        const DiskLookup lookup;
+        std::vector<std::string> paths = Glob(lookup).expand(CommandLineLexer(disk_ / quoted).words().at(0));
+        for (std::string& path : paths) {
+            path.erase(0, disk_.path().size() + 1);
+        }
+        return paths;
+    }
+};
+
+TEST_F(DiskGlobTest, MatchesNamesOfTheDisk) {
+    EXPECT_THAT(expand("src/*.h"), ElementsAre("src/x.h", "src/y.h"));
+    EXPECT_THAT(expand("*/?i?/*"), ElementsAre("link/lib/z.cpp", "src/lib/z.cpp"));
+    EXPECT_THAT(expand("src/*"), ElementsAre("src/.hidden", "src/lib", "src/x.h", "src/y.h"));
+    EXPECT_THAT(expand("'a*'"), ElementsAre("a*"));
+    EXPECT_THAT(expand("\\a\\*"), ElementsAre("a*"));
+    EXPECT_THAT(expand("src/*.txt"), ElementsAre("src/*.txt"));
+}
+
+TEST_F(DiskGlobTest, ASlashBehindAPatternWantsFoldersAndLinksToThem) {
+    EXPECT_THAT(expand("*/"), ElementsAre("link/", "src/"));
+    EXPECT_THAT(expand("src/*/"), ElementsAre("src/lib/"));
+}
+
+TEST_F(DiskGlobTest, WhatIsNotUtf8MatchesAndWhatCannotBeReadDoesNot) {
+    EXPECT_THAT(expand("*"), ElementsAre("a*", "link", "src", "torn", "\xFF"));
+    EXPECT_THAT(expand("torn/*"), ElementsAre("torn/*"));
+    EXPECT_THAT(expand("src/x.h/*"), ElementsAre("src/x.h/*"));
 }
 
 } // namespace

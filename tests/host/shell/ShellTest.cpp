@@ -60,6 +60,26 @@ TEST_F(ShellTest, PatternsAreExpandedForEveryCommand) {
     EXPECT_EQ(succeed("ls"), "c\n");
 }
 
+TEST_F(ShellTest, PatternsOfDiskOperandsAreExpandedOnTheDisk) {
+    disk_.write("src/a.h", "1");
+    disk_.write("src/b.h", "2");
+    disk_.makeFolder("out1");
+    succeed("mkdir -p /in1/src");
+    succeed("touch /src.h /in1/src/c.h");
+    succeed("import " + disk_ / "src/*.h" + " /in*");
+    EXPECT_EQ(succeed("ls /in1"), "a.h\nb.h\nsrc\n");
+    succeed("export /in1/*.h " + disk_ / "out*");
+    EXPECT_EQ(namesIn(disk_ / "out1"), "a.h b.h");
+    EXPECT_EQ(succeed("check /in1/a* " + disk_ / "out1/a*"), "check: 0 folders, 1 file, 1 byte: equal\n");
+}
+
+TEST_F(ShellTest, WhatIsNoPathIsNotExpanded) {
+    succeed("touch /a.h /b.h");
+    EXPECT_EQ(succeed("find / -name *.h"), "/a.h\n/b.h\n");
+    succeed("write /t 2 * ?");
+    EXPECT_EQ(succeed("cat /t"), "2 * ?\n");
+}
+
 TEST_F(ShellTest, AScriptStopsAtItsFirstFailure) {
     EXPECT_EQ(runAll(FailureHandling::Stop, {"pwd", "ls /x", "touch /f"}), ExitStatus::Failure);
     EXPECT_EQ(output(), "/\n");

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace storage::host {
+
+/// Where the paths in words of a line are looked up. Paths are as the user writes them, relative ones start at the
+/// current folder.
+class PathLookup {
+public:
+    enum class Wanted { All, Folders };
+
+    PathLookup() = default;
+    PathLookup(const PathLookup&) = delete;
+    PathLookup& operator=(const PathLookup&) = delete;
+    virtual ~PathLookup() = default;
+
+    /// The names in a folder, of any bytes. None if there is no such folder.
+    /// @param folder  ends in a slash, or is empty for the current folder
+    virtual std::vector<std::string> names(const std::string& folder, Wanted wanted) const = 0;
+
+    virtual bool exists(const std::string& path, Wanted wanted) const = 0;
+};
+
+} // namespace storage::host

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "host/session/Session.h"
+#include "host/shell/PathLookup.h"
+
+namespace storage::host {
+
+/// Looks up paths in the storage of a session. Names that no bytes spell are left out.
+///
+/// Borrows the session. Thread safety: as the session.
+class StorageLookup final : public PathLookup {
+public:
+    explicit StorageLookup(const Session& session) : session_(session) {}
+
+    std::vector<std::string> names(const std::string& folder, Wanted wanted) const override;
+    bool exists(const std::string& path, Wanted wanted) const override;
+
+private:
+    foundation::storage::provider::StorageIRI find(const std::string& path) const;
+
+    const Session& session_;
+};
+
+} // namespace storage::host
