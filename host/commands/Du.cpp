@@ -2,6 +2,7 @@
 #include "host/commands/DisplayPath.h"
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
+#include "host/support/HumanSize.h"
 
 namespace storage::host {
 
@@ -13,6 +14,7 @@ class DuCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
         syntax.flag("-s", summary_, "show the sum of each PATH only");
+        syntax.flag("-h", human_, "show sizes as 1.5K or 12M");
         syntax.operands(0, CommandSyntax::any);
     }
 
@@ -51,12 +53,13 @@ private:
         }
         sums_.back() += sum;
         if (step.depth == 0 || (step.kind == Step::Kind::FolderDone && !summary_)) {
-            session.console().out() << sum << '\t'
+            session.console().out() << (human_ ? humanSize(sum) : std::to_string(sum)) << '\t'
                                     << session.console().shown(displayPath(word, top, step.path)) << '\n';
         }
     }
 
     bool summary_ = false;
+    bool human_ = false;
     std::vector<unsigned long long> sums_; ///< of the folders that the walk is in, the innermost last
 };
 

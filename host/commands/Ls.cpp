@@ -4,6 +4,8 @@
 #include "host/storage/Listing.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/FileTime.h"
+#include "host/support/HumanSize.h"
+#include "host/support/UsageError.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -19,23 +21,33 @@ using foundation::storage::provider::FolderEntry;
 struct Row {
     std::u16string name;
     StoragePath path;
+    FolderEntry::EntryType type = FolderEntry::EntryType::File;
+    ExtendedAttributes attributes{}; ///< where they are asked for
 };
 
-std::string describeAttributes(const ExtendedAttributes& attributes, std::size_t sizeWidth) {
-    return fmt::format("{}r{} {:>{}} {}", attributes.type == FolderEntry::EntryType::Folder ? 'd' : '-',
-                       attributes.writable ? 'w' : '-', attributes.size, sizeWidth,
-                       formatSeconds(attributes.lastModified));
+/// For an order; a time that is none comes first.
+boost::posix_time::ptime timeOf(const Row& row) {
+    const auto& time = row.attributes.lastModified;
+    return time.is_special() ? boost::posix_time::ptime(boost::date_time::min_date_time) : time;
 }
 
 class LsCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
         syntax.flag("-l", long_, "show kind, writable flag, bytes and time (UTC) too");
+        syntax.flag("-h", human_, "with -l show sizes as 1.5K or 12M");
         syntax.flag("-R", recursive_, "show what is in folders below, too");
+        syntax.flag("-t", byTime_, "the newest first");
+        syntax.flag("-S", bySize_, "the largest first");
+        syntax.flag("-r", reversed_, "in the reverse order");
+        syntax.flag("-1", onePerLine_, "one entry a line, as always");
         syntax.operands(0, CommandSyntax::any);
     }
 
     void run(Session& session, const Words& operands) override {
+        if (byTime_ && bySize_) {
+            throw UsageError("-t and -S are two orders; give one");
+        }
         const Words words = operands.empty() ? Words{"."} : operands;
         std::vector<Row> files;
         Words folders;
@@ -49,8 +61,8 @@ public:
                 }
             });
         }
-        showRows(session, files);
         firstSection_ = files.empty();
+        showRows(session, std::move(files));
         headings_ = words.size() > 1 || recursive_;
         for (const std::string& folder : folders) {
             session.console().attempt(folder, [&] { showFolders(session, folder); });
@@ -76,46 +88,81 @@ private:
     void showFolder(Session& session, const StoragePath& folder, const std::u16string& heading) {
         std::vector<Row> rows;
         for (const FolderEntry& entry : sortedEntries(session.provider().doListAll(folder.iri()))) {
-            rows.push_back({entry.getName(), folder.child(entry.getName())});
+            rows.push_back({entry.getName(), folder.child(entry.getName()), entry.getType()});
         }
         if (headings_) {
             session.console().out() << (firstSection_ ? "" : "\n") << session.console().shown(heading)
                                     << ":\n";
         }
         firstSection_ = false;
-        showRows(session, rows);
+        showRows(session, std::move(rows));
     }
 
-    void showRows(Session& session, const std::vector<Row>& rows) const {
-        if (long_) {
-            showLong(session, rows);
-            return;
+    void showRows(Session& session, std::vector<Row> rows) const {
+        if (long_ || byTime_ || bySize_) {
+            rows = described(session, std::move(rows));
         }
+        sort(rows);
+        std::vector<std::string> sizes;
+        std::size_t sizeWidth = 0;
         for (const Row& row : rows) {
+            const unsigned long long bytes = row.attributes.size;
+            sizes.push_back(human_ ? humanSize(bytes) : std::to_string(bytes));
+            sizeWidth = std::max(sizeWidth, sizes.back().size());
+        }
+        for (std::size_t i = 0; i < rows.size(); ++i) {
             session.interruption().check();
-            session.console().out() << session.console().shown(row.name) << '\n';
+            if (long_) {
+                session.console().out() << describeAttributes(rows[i], sizes[i], sizeWidth);
+            }
+            const std::string name = session.console().shown(rows[i].name);
+            session.console().out() << (isFolder(rows[i]) ? session.console().asFolder(name) : name) << '\n';
         }
     }
 
-    static void showLong(Session& session, const std::vector<Row>& rows) {
-        std::vector<std::pair<const Row*, ExtendedAttributes>> described;
-        unsigned long largest = 0;
-        for (const Row& row : rows) {
+    /// The rows with their attributes, without those that cannot be had.
+    static std::vector<Row> described(Session& session, std::vector<Row> rows) {
+        std::vector<Row> result;
+        for (Row& row : rows) {
             session.interruption().check();
             session.console().attempt(row.path.printed(), [&] {
-                described.emplace_back(&row, session.provider().doGetExtendedAttributes(row.path.iri()));
-                largest = std::max(largest, described.back().second.size);
+                row.attributes = session.provider().doGetExtendedAttributes(row.path.iri());
+                result.push_back(std::move(row));
             });
         }
-        const std::size_t sizeWidth = std::to_string(largest).size();
-        for (const auto& [row, attributes] : described) {
-            session.console().out() << describeAttributes(attributes, sizeWidth) << ' '
-                                    << session.console().shown(row->name) << '\n';
+        return result;
+    }
+
+    /// Rows that are equal in the order stay in that of their names.
+    void sort(std::vector<Row>& rows) const {
+        if (byTime_) {
+            std::stable_sort(rows.begin(), rows.end(),
+                             [](const Row& left, const Row& right) { return timeOf(left) > timeOf(right); });
+        } else if (bySize_) {
+            std::stable_sort(rows.begin(), rows.end(), [](const Row& left, const Row& right) {
+                return left.attributes.size > right.attributes.size;
+            });
         }
+        if (reversed_) {
+            std::reverse(rows.begin(), rows.end());
+        }
+    }
+
+    static bool isFolder(const Row& row) { return row.type == FolderEntry::EntryType::Folder; }
+
+    static std::string describeAttributes(const Row& row, const std::string& size, std::size_t sizeWidth) {
+        return fmt::format(
+            "{}r{} {:>{}} {} ", row.attributes.type == FolderEntry::EntryType::Folder ? 'd' : '-',
+            row.attributes.writable ? 'w' : '-', size, sizeWidth, formatSeconds(row.attributes.lastModified));
     }
 
     bool long_ = false;
+    bool human_ = false;
     bool recursive_ = false;
+    bool byTime_ = false;
+    bool bySize_ = false;
+    bool reversed_ = false;
+    bool onePerLine_ = false; ///< changes nothing: for those who are used to give it
     bool headings_ = false;
     bool firstSection_ = true;
 };

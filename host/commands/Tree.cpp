@@ -73,7 +73,9 @@ private:
         for (const char* const line : lines_) {
             out << line;
         }
-        out << (last ? "└── " : "├── ") << session.console().shown(step.name) << '\n';
+        const std::string name = session.console().shown(step.name);
+        out << (last ? "└── " : "├── ")
+            << (step.kind == Step::Kind::Folder ? session.console().asFolder(name) : name) << '\n';
         lines_.push_back(last ? "    " : "│   ");
     }
 

@@ -14,6 +14,16 @@ std::string Console::shown(std::u16string_view text) const {
     return outKind_ == OutputKind::Terminal || !utf8 ? printable(text) : *std::move(utf8);
 }
 
+std::string Console::shown(std::string_view bytes) const {
+    return outKind_ == OutputKind::Terminal ? printable(bytes) : std::string(bytes);
+}
+
+std::string Console::asFolder(const std::string& shownName) const {
+    constexpr const char* boldBlue = "\033[1;34m";
+    constexpr const char* reset = "\033[0m";
+    return hasColors_ ? boldBlue + shownName + reset : shownName;
+}
+
 void Console::beginLine(std::string place) {
     place_ = std::move(place);
     beginCommand("");

@@ -44,6 +44,15 @@ public:
     /// cannot spell is escaped in any case.
     std::string shown(std::u16string_view text) const;
 
+    /// As above for a name of the disk, of any bytes.
+    std::string shown(std::string_view bytes) const;
+
+    /// From here on the names of folders stand out in colour.
+    void useColors() noexcept { hasColors_ = true; }
+
+    /// A name or path that was shown by the functions above, in the colour of folders.
+    std::string asFolder(const std::string& shownName) const;
+
     /// From here on failures are those of a line, and none has been reported yet.
     /// @param place  where the line stands, for example "job.qz:12"; empty if failures are not to say
     void beginLine(std::string place);
@@ -98,6 +107,7 @@ private:
     std::string command_;
     std::size_t failures_ = 0;
     bool progressShown_ = false;
+    bool hasColors_ = false;
     ConsoleObserver* observer_ = nullptr;
     FailureDiagnosis diagnose_ = Failure::reasonOf;
 };

@@ -1,6 +1,7 @@
 #include "host/console/ProgressMeter.h"
 
 #include "host/support/Counted.h"
+#include "host/support/HumanSize.h"
 
 #include <fmt/format.h>
 
@@ -9,15 +10,6 @@ namespace storage::host {
 namespace {
 
 constexpr std::chrono::milliseconds redrawInterval(100);
-
-std::string scaled(double bytes) {
-    constexpr const char* units[] = {"B", "KiB", "MiB", "GiB"};
-    std::size_t unit = 0;
-    for (; bytes >= 1024 && unit + 1 < std::size(units); ++unit) {
-        bytes /= 1024;
-    }
-    return fmt::format("{:.{}f} {}", bytes, unit == 0 ? 0 : 1, units[unit]);
-}
 
 } // namespace
 
@@ -49,10 +41,10 @@ void ProgressMeter::redraw() {
         return;
     }
     lastDrawn_ = now;
-    const auto transferred = static_cast<double>(bytes_);
     const double elapsed = std::chrono::duration<double>(now - start_).count();
-    console_.drawProgress(fmt::format("{}, {}, {}/s", counted(entries_, "entry", "entries"),
-                                      scaled(transferred), scaled(transferred / elapsed)));
+    const auto rate = static_cast<unsigned long long>(static_cast<double>(bytes_) / elapsed);
+    console_.drawProgress(fmt::format("{}, {}B, {}B/s", counted(entries_, "entry", "entries"),
+                                      humanSize(bytes_), humanSize(rate)));
 }
 
 } // namespace storage::host

@@ -59,6 +59,41 @@ TEST_F(ListingCommandsTest, LsInLongFormShowsKindFlagBytesAndTime) {
     EXPECT_THAT(succeed("ls -l /src"), MatchesRegex("drw 0 [-0-9]+ [:0-9]+ lib\n"));
 }
 
+TEST_F(ListingCommandsTest, LsSortsByTimeAndSize) {
+    const boost::posix_time::ptime day(boost::gregorian::date(2024, 2, 29));
+    const boost::gregorian::days one(1);
+    succeed("truncate -s 2000 /src/lib/a");
+    succeed("truncate -s 2000 /src/lib/z");
+    provider_->doSetLastModified(StorageIRI(u"/src/lib/a"), day);
+    provider_->doSetLastModified(StorageIRI(u"/src/lib/x.h"), day + one);
+    provider_->doSetLastModified(StorageIRI(u"/src/lib/y.cpp"), day - one);
+    provider_->doSetLastModified(StorageIRI(u"/src/lib/z"), day);
+    EXPECT_EQ(succeed("ls -t /src/lib"), "x.h\na\nz\ny.cpp\n");
+    EXPECT_EQ(succeed("ls -tr /src/lib"), "y.cpp\nz\na\nx.h\n");
+    EXPECT_EQ(succeed("ls -S /src/lib"), "a\nz\nx.h\ny.cpp\n");
+    EXPECT_EQ(succeed("ls -r /src/lib"), "z\ny.cpp\nx.h\na\n");
+    EXPECT_EQ(succeed("ls -1 /src/lib"), succeed("ls /src/lib"));
+    EXPECT_EQ(succeed("ls -S /top.h /src/lib/z"), "/src/lib/z\n/top.h\n");
+    EXPECT_EQ(run("ls -tS"), ExitStatus::Usage);
+}
+
+TEST_F(ListingCommandsTest, SizesForPeople) {
+    succeed("truncate -s 1536 /src/lib/x.h");
+    succeed("truncate -s 20M /src/lib/y.cpp");
+    EXPECT_THAT(succeed("ls -lhS /src/lib"),
+                MatchesRegex("-rw  20M [-0-9]+ [:0-9]+ y.cpp\n-rw 1.5K [-0-9]+ [:0-9]+ x.h\n"));
+    EXPECT_EQ(succeed("du -h /src"), "21M\t/src/lib\n21M\t/src\n");
+    EXPECT_EQ(succeed("du -sh /doc"), "0\t/doc\n");
+}
+
+TEST_F(ListingCommandsTest, FoldersStandOutInColor) {
+    console_.useColors();
+    EXPECT_EQ(succeed("ls"), "\033[1;34mdoc\033[0m\n\033[1;34msrc\033[0m\ntop.h\n");
+    EXPECT_EQ(succeed("tree /src"), "/src\n└── \033[1;34mlib\033[0m\n    ├── x.h\n    └── y.cpp\n"
+                                    "\n2 folders, 2 files\n");
+    EXPECT_EQ(succeed("ls -l /top.h").find('\033'), std::string::npos);
+}
+
 TEST_F(ListingCommandsTest, LsGoesOnAfterWhatIsMissing) {
     EXPECT_EQ(fail("ls /nowhere /top.h"), "qzstorage: ls: /nowhere: no such file or folder\n");
     EXPECT_EQ(output(), "/top.h\n");

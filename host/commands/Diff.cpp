@@ -1,0 +1,88 @@
+#include "host/commands/CommandFactories.h"
+#include "host/storage/ByteStreamDevice.h"
+#include "host/storage/EntryRules.h"
+#include "host/support/CommandError.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace storage::host {
+
+namespace {
+
+class DiffCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override { syntax.operands(2, 2); }
+
+    void run(Session& session, const Words& operands) override {
+        session.console().attempt(operands[0], [&] {
+            const StoragePath left = session.resolve(operands[0]);
+            const StoragePath right = session.resolve(operands[1]);
+            requireFile(session.provider(), left);
+            requireFile(session.provider(), right);
+            compare(session, left, right);
+        });
+    }
+
+private:
+    static void compare(const Session& session, const StoragePath& left, const StoragePath& right) {
+        Block leftBlock(session, left);
+        Block rightBlock(session, right);
+        unsigned long long offset = 0;
+        unsigned long long newlines = 0;
+        for (;;) {
+            session.interruption().check();
+            const std::size_t common = std::min(leftBlock.read(), rightBlock.read());
+            const auto differing =
+                std::mismatch(leftBlock.begin(), leftBlock.begin() + static_cast<std::ptrdiff_t>(common),
+                              rightBlock.begin())
+                    .first;
+            const auto equal = static_cast<std::size_t>(differing - leftBlock.begin());
+            newlines += static_cast<unsigned long long>(std::count(leftBlock.begin(), differing, '\n'));
+            offset += equal;
+            if (equal < common) {
+                throw CommandError(left.printed(), fmt::format("differs from {} at byte {}, line {}",
+                                                               right.printed(), offset + 1, newlines + 1));
+            }
+            if (leftBlock.size() != rightBlock.size()) {
+                const StoragePath& shorter = leftBlock.size() < rightBlock.size() ? left : right;
+                const StoragePath& longer = leftBlock.size() < rightBlock.size() ? right : left;
+                throw CommandError(shorter.printed(),
+                                   fmt::format("ends after byte {}, {} goes on", offset, longer.printed()));
+            }
+            if (common == 0) {
+                return;
+            }
+        }
+    }
+
+    /// The bytes of a file, a block at a time.
+    class Block {
+    public:
+        Block(const Session& session, const StoragePath& path)
+            : file_(session.provider().doOpenReadOnlyStream(path.iri())), bytes_(transferBufferSize) {}
+
+        /// @return how many bytes the block has, fewer than the last one only at the end of the file
+        std::size_t read() {
+            const auto count = file_.read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
+            size_ = static_cast<std::size_t>(std::max<std::streamsize>(count, 0));
+            return size_;
+        }
+
+        std::size_t size() const { return size_; }
+        std::vector<char>::const_iterator begin() const { return bytes_.begin(); }
+
+    private:
+        ByteStreamDevice file_;
+        std::vector<char> bytes_;
+        std::size_t size_ = 0;
+    };
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeDiffCommand() {
+    return std::make_unique<DiffCommand>();
+}
+
+} // namespace storage::host

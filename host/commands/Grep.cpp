@@ -1,0 +1,100 @@
+#include "host/commands/CommandFactories.h"
+#include "host/commands/DisplayPath.h"
+#include "host/storage/EntryRules.h"
+#include "host/storage/LineReader.h"
+#include "host/storage/TreeWalk.h"
+#include "host/support/CommandError.h"
+#include "host/support/RegularExpression.h"
+#include "host/support/UsageError.h"
+
+namespace storage::host {
+
+namespace {
+
+using foundation::storage::provider::EntryExistence;
+using Step = TreeWalk::Step;
+
+class GrepCommand final : public Command {
+public:
+    void declare(CommandSyntax& syntax) override {
+        syntax.flag("-i", ignoresCase_, "do not distinguish case");
+        syntax.flag("-n", numbers_, "print the number of each line, too");
+        syntax.flag("-v", inverted_, "print the lines that do not match");
+        syntax.flag("-c", counts_, "print how many lines of each file match instead");
+        syntax.flag("-r", recursive_, "search all files in folders, by default in the current one");
+        syntax.operands(1, CommandSyntax::any);
+        syntax.firstOperand(WordKind::Text);
+    }
+
+    void run(Session& session, const Words& operands) override {
+        Words words(operands.begin() + 1, operands.end());
+        if (words.empty() && !recursive_) {
+            throw UsageError("a PATH is missing, or -r");
+        }
+        if (words.empty()) {
+            words.emplace_back(".");
+        }
+        using Case = RegularExpression::Case;
+        const RegularExpression pattern(operands.front(), ignoresCase_ ? Case::Ignored : Case::Distinguished);
+        showsPaths_ = recursive_ || words.size() > 1;
+        for (const std::string& word : words) {
+            session.console().attempt(word, [&] { searchBelow(session, pattern, word); });
+        }
+    }
+
+private:
+    void searchBelow(Session& session, const RegularExpression& pattern, const std::string& word) const {
+        const StoragePath top = session.resolve(word);
+        if (requireEntry(session.provider(), top) == EntryExistence::Folder && !recursive_) {
+            throw CommandError(top.printed(), "is a folder, which only grep -r searches");
+        }
+        for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
+            session.interruption().check();
+            session.console().attempt(step->path.printed(), [&] {
+                if (step->kind == Step::Kind::Folder) {
+                    walk.descend();
+                } else if (step->kind == Step::Kind::File) {
+                    search(session, pattern, step->path, displayPath(word, top, step->path));
+                }
+            });
+        }
+    }
+
+    void search(Session& session, const RegularExpression& pattern, const StoragePath& path,
+                const std::u16string& displayed) const {
+        std::ostream& out = session.console().out();
+        const std::string prefix = showsPaths_ ? session.console().shown(displayed) + ':' : "";
+        LineReader lines(ByteStreamDevice(session.provider().doOpenReadOnlyStream(path.iri())));
+        unsigned long long number = 0;
+        unsigned long long found = 0;
+        while (const auto line = lines.next()) {
+            session.interruption().check();
+            ++number;
+            if (pattern.matchesIn(*line) == inverted_) {
+                continue;
+            }
+            ++found;
+            if (!counts_) {
+                out << prefix << (numbers_ ? std::to_string(number) + ':' : "") << *line << '\n';
+            }
+        }
+        if (counts_) {
+            out << prefix << found << '\n';
+        }
+    }
+
+    bool ignoresCase_ = false;
+    bool numbers_ = false;
+    bool inverted_ = false;
+    bool counts_ = false;
+    bool recursive_ = false;
+    bool showsPaths_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeGrepCommand() {
+    return std::make_unique<GrepCommand>();
+}
+
+} // namespace storage::host
