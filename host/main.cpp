@@ -11,6 +11,7 @@
 #include "host/shell/Shell.h"
 #include "host/shell/TerminalLineSource.h"
 #include "host/shell/TextLineSource.h"
+#include "host/support/StateFolder.h"
 #include "host/support/UsageError.h"
 #include "host/validate/ValidateRun.h"
 #include "host/validate/checks/CheckCatalogue.h"
@@ -19,10 +20,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <iostream>
 #include <new>
+#include <optional>
 #include <stdexcept>
+#include <string_view>
 #include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
@@ -38,6 +43,23 @@ OutputKind kindOf(int descriptor) {
 bool isForPerson(const ProgramOptions& options) {
     return !options.script && !options.lines && kindOf(STDIN_FILENO) == OutputKind::Terminal &&
            kindOf(STDOUT_FILENO) == OutputKind::Terminal;
+}
+
+/// The value of a variable of the environment; nothing if it is not set.
+std::optional<std::string_view> variable(const char* name) {
+    const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): before any thread
+    return value == nullptr ? std::nullopt : std::optional<std::string_view>(value);
+}
+
+bool wantsColors() {
+    const auto terminal = variable("TERM");
+    return kindOf(STDOUT_FILENO) == OutputKind::Terminal && variable("NO_COLOR").value_or("").empty() &&
+           terminal && terminal != "dumb";
+}
+
+/// Where the lines typed by a person are kept; nothing if they are not to be.
+std::optional<HistoryFile> historyFile() {
+    return variable("HISTFILE") == "" ? std::nullopt : std::optional<HistoryFile>(stateFolder() + "/history");
 }
 
 /// A standard descriptor that the caller closed would otherwise be given to the next file that is opened, and
@@ -59,6 +81,16 @@ ExitStatus runScript(const ProgramOptions& options, Session& session, Interrupti
     return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
 }
 
+ExitStatus runPrompt(const ProgramOptions& options, Session& session, Interruption& interruption) {
+    Console& console = session.console();
+    console.out() << "Plug-in " << console.shown(std::filesystem::path(options.plugin).filename().native())
+                  << "; 'help' lists the commands, Tab completes words\n"
+                  << std::flush;
+    session.setInput(STDIN_FILENO);
+    TerminalLineSource lines(commandTable(), session, interruption, historyFile());
+    return Shell(commandTable(), session, interruption, FailureHandling::AskPerson).run(lines);
+}
+
 ExitStatus runLines(const ProgramOptions& options, Session& session, Interruption& interruption) {
     if (options.script) {
         return runScript(options, session, interruption);
@@ -69,9 +101,7 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
         return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
     }
     if (isForPerson(options)) {
-        TerminalLineSource lines(session, interruption);
-        session.setInput(STDIN_FILENO);
-        return Shell(commandTable(), session, interruption, FailureHandling::AskPerson).run(lines);
+        return runPrompt(options, session, interruption);
     }
     DescriptorLineSource lines(STDIN_FILENO, "standard input", interruption,
                                DescriptorLineSource::Places::Hidden);
@@ -138,6 +168,9 @@ ExitStatus runProgram(int argc, const char* const* argv) {
     std::ostream out(&buffer);
     out.exceptions(std::ios_base::badbit);
     Console console(out, kindOf(STDOUT_FILENO), std::cerr, kindOf(STDERR_FILENO));
+    if (wantsColors()) {
+        console.useColors();
+    }
     try {
         return runReported(console, [&] { return runCommandLine(argc, argv, console); });
     } catch (const OutputError& error) {

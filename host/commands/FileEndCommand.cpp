@@ -39,7 +39,7 @@ void FileEndCommand::run(Session& session, const Words& operands) {
             requireFile(session.provider(), path);
             ByteStreamDevice file(session.provider().doOpenReadOnlyStream(path.iri()));
             if (operands.size() > 1) {
-                const std::string name = session.console().shown(toUtf16(word).value_or(path.text()));
+                const std::string name = session.console().shown(toUtf16(word));
                 session.console().out() << (isFirst ? "" : "\n") << "==> " << name << " <==\n";
             }
             isFirst = false;

@@ -21,8 +21,7 @@ public:
                 const StoragePath path = session.resolve(word);
                 requireFile(session.provider(), path);
                 const std::string sum = sumOf(session, path);
-                session.console().out()
-                    << sum << "  " << session.console().shown(toUtf16(word).value_or(path.text())) << '\n';
+                session.console().out() << sum << "  " << session.console().shown(toUtf16(word)) << '\n';
             });
         }
     }

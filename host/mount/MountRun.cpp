@@ -16,6 +16,7 @@
 #include "host/plugin/PluginLibrary.h"
 #include "host/session/ImportLog.h"
 #include "host/support/CommandError.h"
+#include "host/support/StateFolder.h"
 #include "host/transfer/Importer.h"
 
 #include <algorithm>
@@ -121,7 +122,7 @@ public:
           console_(console),
           interruption_(interruption),
           background_(background),
-          rescue_(options_.rescueTo.value_or(RescueFolder::defaultBase()), options_.mountPoint) {}
+          rescue_(options_.rescueTo.value_or(stateFolder()), options_.mountPoint) {}
 
     ExitStatus run(const PluginLibrary& library) {
         const LoadedProvider provider = library.buildProvider();

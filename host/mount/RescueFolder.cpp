@@ -7,13 +7,10 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fmt/format.h>
-#include <optional>
-#include <pwd.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -42,26 +39,10 @@ void makeFolder(const std::string& path) {
     }
 }
 
-/// The path that a variable of the environment holds; one that is not absolute does not count.
-std::optional<std::string> pathIn(const char* variable) {
-    return variable != nullptr && *variable == '/' ? std::optional<std::string>(variable) : std::nullopt;
-}
-
 } // namespace
 
 RescueFolder::RescueFolder(std::string base, const std::string& mountPoint)
     : base_(std::move(base)), path_(base_ + '/' + nameFor(mountPoint)) {}
-
-std::string RescueFolder::defaultBase() {
-    // NOLINTBEGIN(concurrency-mt-unsafe): before any thread
-    if (const auto state = pathIn(std::getenv("XDG_STATE_HOME"))) {
-        return *state + "/qzstorage";
-    }
-    const auto home = pathIn(std::getenv("HOME"));
-    const passwd* const user = home ? nullptr : ::getpwuid(::geteuid());
-    // NOLINTEND(concurrency-mt-unsafe)
-    return home.value_or(user != nullptr ? user->pw_dir : "/var/tmp") + "/.local/state/qzstorage";
-}
 
 bool RescueFolder::baseHasNotes() const {
     std::error_code error;

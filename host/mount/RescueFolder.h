@@ -15,9 +15,6 @@ public:
     /// @param mountPoint  of the mount
     RescueFolder(std::string base, const std::string& mountPoint);
 
-    /// `qzstorage` below `$XDG_STATE_HOME`, by default `.local/state` in the user's home.
-    static std::string defaultBase();
-
     const std::string& base() const noexcept { return base_; }
     const std::string& path() const noexcept { return path_; }
 

@@ -1,0 +1,155 @@
+#include "host/shell/Completer.h"
+
+#include "host/shell/DiskLookup.h"
+#include "host/shell/StorageLookup.h"
+#include "host/support/UsageError.h"
+#include "host/support/Utf.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace storage::host {
+
+namespace {
+
+constexpr char cursor = '\0'; ///< stands where the word is still open, so that an empty word is one, too
+
+bool isInsideCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+/// What all texts begin with, in whole characters.
+std::string commonPrefix(const std::vector<std::string>& texts) {
+    const auto [first, last] = std::minmax_element(texts.begin(), texts.end());
+    auto length = static_cast<std::size_t>(
+        std::mismatch(first->begin(), first->end(), last->begin(), last->end()).first - first->begin());
+    while (length < first->size() && length > 0 && isInsideCharacter((*first)[length])) {
+        --length;
+    }
+    return first->substr(0, length);
+}
+
+} // namespace
+
+Completer::Completion Completer::complete(std::string_view line) const {
+    const auto beginning = read(line);
+    if (!beginning || printable(beginning->words.back().text) != beginning->words.back().text) {
+        return {};
+    }
+    const std::string& word = beginning->words.back().text;
+    const std::size_t nameBegin = word.rfind('/') + 1; // 0 if there is none
+    const std::string folder = word.substr(0, nameBegin);
+    const std::string name = word.substr(nameBegin);
+    switch (kindOfLast(beginning->words)) {
+    case WordKind::Storage:
+        return completion(name, namesWith(StorageLookup(session_), folder, name), beginning->quotes);
+    case WordKind::Disk:
+        return completion(name, namesWith(DiskLookup(), folder, name), beginning->quotes);
+    case WordKind::Command:
+        return completion(word, commandsWith(word), beginning->quotes);
+    case WordKind::Text:
+        break;
+    }
+    return {};
+}
+
+/// Nothing where no word can be completed: in a comment, behind a backslash, or in a line that cannot be understood.
+std::optional<Completer::Beginning> Completer::read(std::string_view line) {
+    constexpr std::pair<const char*, Quotes> endings[] = {
+        {"", Quotes::None}, {"'", Quotes::Single}, {"\"", Quotes::Double}};
+    for (const auto& [ending, quotes] : endings) {
+        const std::string closed = std::string(line) + cursor + ending;
+        try {
+            Beginning beginning{CommandLineLexer(closed).words(), quotes};
+            std::vector<Word>& words = beginning.words;
+            if (words.empty() || !words.back().text.ends_with(cursor)) {
+                return std::nullopt; // in a comment
+            }
+            if (quotes == Quotes::None && words.back().quoted.back()) {
+                return std::nullopt; // behind a backslash
+            }
+            words.back().text.pop_back();
+            words.back().quoted.pop_back();
+            return beginning;
+        } catch (const UsageError&) { // a quote is open, perhaps the one that comes next
+        }
+    }
+    return std::nullopt;
+}
+
+WordKind Completer::kindOfLast(std::vector<Word> words) const {
+    if (words.size() == 1) {
+        return WordKind::Command;
+    }
+    const CommandInfo* const info = findCommand(commands_, words.front().text);
+    if (info == nullptr) {
+        return WordKind::Text;
+    }
+    const auto command = info->make();
+    CommandSyntax syntax(info->name, info->synopsis, info->summary);
+    command->declare(syntax);
+    words.erase(words.begin());
+    std::vector<std::string> texts;
+    for (const Word& word : command->arrange(std::move(words))) {
+        texts.push_back(word.text);
+    }
+    // A command that gets its words in another order puts "--" in front of them or behind the first one.
+    return texts.back() == "--" && texts.size() > 1 ? syntax.kinds({texts.front()}).front()
+                                                    : syntax.kinds(texts).back();
+}
+
+std::vector<std::string> Completer::commandsWith(std::string_view prefix) const {
+    std::vector<std::string> names;
+    for (const CommandInfo& command : commands_) {
+        if (command.name.starts_with(prefix)) {
+            names.emplace_back(command.name);
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> Completer::namesWith(const PathLookup& lookup, const std::string& folder,
+                                              std::string_view prefix) {
+    std::vector<std::string> names;
+    for (std::string& name : lookup.names(folder, PathLookup::Wanted::All)) {
+        if (!name.starts_with(prefix) || printable(name) != name) {
+            continue;
+        }
+        if (lookup.exists(folder + name, PathLookup::Wanted::Folders)) {
+            name += '/';
+        }
+        names.push_back(std::move(name));
+    }
+    return names;
+}
+
+Completer::Completion Completer::completion(std::string_view prefix, std::vector<std::string> candidates,
+                                            Quotes quotes) {
+    if (candidates.empty()) {
+        return {};
+    }
+    std::sort(candidates.begin(), candidates.end());
+    std::string insertion = quoted(commonPrefix(candidates).substr(prefix.size()), quotes);
+    if (candidates.size() == 1 && !candidates.front().ends_with('/')) {
+        insertion += quotes == Quotes::Single ? "' " : quotes == Quotes::Double ? "\" " : " ";
+    }
+    return {std::move(insertion), std::move(candidates)};
+}
+
+std::string Completer::quoted(std::string_view text, Quotes quotes) {
+    constexpr std::string_view specialInDoubleQuotes = "$`\"\\";
+    constexpr std::string_view special = " \t'\"\\#*?|<>&;";
+    std::string result;
+    for (const char character : text) {
+        if (quotes == Quotes::Single) {
+            result += character == '\'' ? std::string(R"('\'')") : std::string(1, character);
+            continue;
+        }
+        const auto& escaped = quotes == Quotes::Double ? specialInDoubleQuotes : special;
+        result += escaped.find(character) != std::string_view::npos ? "\\" : "";
+        result += character;
+    }
+    return result;
+}
+
+} // namespace storage::host

@@ -1,0 +1,169 @@
+#include "tests/support/ProgramRun.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Terminal.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr const char* prompt = "\r\nqzstorage:/> "; // the editor draws it again, but not on a new line
+
+/// The program at a terminal.
+class PromptTest : public testing::Test {
+protected:
+    using Environment = std::vector<std::pair<std::string, std::string>>;
+
+    void SetUp() override {
+        if (!Terminal().exists()) {
+            GTEST_SKIP() << "no pseudo terminal can be had here";
+        }
+    }
+
+    /// Runs a session that a person holds and ends by `exit`.
+    void hold(const std::function<void(Terminal& terminal)>& person,
+              const Environment& environment = {}) const {
+        Terminal terminal;
+        const ProgramRun run(
+            {"shell"}, "",
+            [&] {
+                terminal.connect();
+                for (const char* const name : {"NO_COLOR", "HISTFILE"}) {
+                    ::unsetenv(name);
+                }
+                ::setenv("TERM", "dumb", 1);
+                ::setenv("XDG_STATE_HOME", home_.path().c_str(), 1);
+                for (const auto& [name, value] : environment) {
+                    ::setenv(name.c_str(), value.c_str(), 1);
+                }
+            },
+            [&](pid_t) {
+                person(terminal);
+                terminal.hangUp();
+            });
+        EXPECT_EQ(run.status(), 0);
+    }
+
+    /// Types a line at the prompt and waits for the next one.
+    static std::string answer(Terminal& terminal, const std::string& keys) {
+        terminal.type(keys + '\n');
+        return terminal.readUntil(prompt);
+    }
+
+    static void leave(Terminal& terminal) {
+        terminal.type("exit\n");
+        terminal.readUntil("exit\r\n");
+    }
+
+    std::string historyFile() const { return home_ / "qzstorage/history"; }
+
+    TemporaryFolder home_;
+};
+
+TEST_F(PromptTest, BeginsWithThePluginAndTheWayToHelp) {
+    hold([](Terminal& terminal) {
+        EXPECT_THAT(terminal.readUntil(prompt),
+                    StartsWith("Plug-in libqzstorageinmemoryprovider.so; 'help' lists the commands, Tab "
+                               "completes words\r\n"));
+        leave(terminal);
+    });
+}
+
+TEST_F(PromptTest, TabCompletesCommandsAndPaths) {
+    const TemporaryFolder disk;
+    disk.write("source file", "content\n");
+    hold([&](Terminal& terminal) {
+        terminal.readUntil(prompt);
+        answer(terminal, "mkd\t'/my folder'");
+        answer(terminal, "imp\t" + disk.path() + "/so\t/my\t");
+        EXPECT_THAT(answer(terminal, "cat /m\tso\t"), HasSubstr("content"));
+        answer(terminal, "touch '/my folder/source code'");
+        terminal.type("ls /my\t\t\t");
+        EXPECT_THAT(terminal.readUntil("source file  "), HasSubstr("source code  "));
+        terminal.type("\n");
+        leave(terminal);
+    });
+}
+
+TEST_F(PromptTest, TheHistoryIsKeptForTheNextSession) {
+    hold([](Terminal& terminal) {
+        terminal.readUntil(prompt);
+        answer(terminal, "mkdir /first");
+        leave(terminal);
+    });
+    EXPECT_EQ(readFile(historyFile()), "mkdir /first\nexit\n");
+    struct stat status {};
+    ASSERT_EQ(::stat(historyFile().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+    hold([](Terminal& terminal) {
+        constexpr const char* previousLine = "\x10";
+        terminal.readUntil(prompt);
+        answer(terminal, std::string(previousLine) + previousLine);
+        EXPECT_THAT(answer(terminal, "ls"), HasSubstr("first\r\n"));
+        leave(terminal);
+    });
+}
+
+TEST_F(PromptTest, AnEmptyNameTurnsTheHistoryOff) {
+    hold(
+        [](Terminal& terminal) {
+            terminal.readUntil(prompt);
+            answer(terminal, "pwd");
+            leave(terminal);
+        },
+        {{"HISTFILE", ""}});
+    EXPECT_FALSE(std::filesystem::exists(historyFile()));
+}
+
+TEST_F(PromptTest, AHistoryThatCannotBeKeptIsSaidOnce) {
+    home_.write("qzstorage", "a file");
+    hold([](Terminal& terminal) {
+        terminal.readUntil(prompt);
+        EXPECT_THAT(answer(terminal, "pwd"), HasSubstr("/history: the history is not kept: Not a directory"));
+        EXPECT_THAT(answer(terminal, "pwd"), Not(HasSubstr("history")));
+        leave(terminal);
+    });
+}
+
+TEST_F(PromptTest, FoldersStandOutInColorIfTheTerminalAndTheUserWant) {
+    const auto listing = [this](const Environment& environment) {
+        std::string result;
+        hold(
+            [&](Terminal& terminal) {
+                terminal.readUntil(prompt);
+                answer(terminal, "mkdir /folder");
+                result = answer(terminal, "ls /");
+                leave(terminal);
+            },
+            environment);
+        return result;
+    };
+    constexpr const char* colored = "\033[1;34mfolder\033[0m";
+    EXPECT_THAT(listing({{"TERM", "xterm"}}), HasSubstr(colored));
+    EXPECT_THAT(listing({{"TERM", "xterm"}, {"NO_COLOR", "1"}}), Not(HasSubstr(colored)));
+    EXPECT_THAT(listing({}), Not(HasSubstr("\033")));
+}
+
+TEST_F(PromptTest, WriteTakesWhatIsTypedUntilTheEnd) {
+    hold([](Terminal& terminal) {
+        constexpr const char* endOfInput = "\x04";
+        terminal.readUntil(prompt);
+        terminal.type("write /f -\n");
+        terminal.readUntil("write /f -\r\n");
+        terminal.type("typed\n");
+        terminal.readUntil("typed\r\n");
+        terminal.type(endOfInput);
+        terminal.readUntil(prompt);
+        EXPECT_THAT(answer(terminal, "cat /f"), HasSubstr("typed\r\n"));
+        leave(terminal);
+    });
+}
+
+} // namespace
