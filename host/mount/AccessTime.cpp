@@ -6,7 +6,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::time_t day = 24 * 60 * 60; // seconds
+constexpr std::time_t day = 86'400; // seconds
 
 bool isNotAfter(const timespec& time, const timespec& other) {
     return time.tv_sec != other.tv_sec ? time.tv_sec < other.tv_sec : time.tv_nsec <= other.tv_nsec;
