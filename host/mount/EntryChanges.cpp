@@ -194,7 +194,6 @@ void EntryChanges::createInStorage(ExclusiveTree& tree, const FolderInode& folde
 
 /// The storage has the file in the root, which nobody can remove or rename.
 Inode& EntryChanges::makeNameless(ExclusiveTree& tree, FolderInode& folder, NewEntry entry) {
-    requirePresent(tree, folder);
     space_.quota().requireEntry();
     space_.require(roomOfEntry);
     const EntryAttributes attributes = attributesOf(entry);

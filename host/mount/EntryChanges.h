@@ -26,7 +26,8 @@ public:
     Inode& make(ExclusiveTree& tree, FolderInode& folder, std::u16string name, NewEntry entry);
 
     /// Makes a file that has no name until `link` gives it one.
-    /// @throws ErrnoError ENOSPC, ENOENT for a removed folder
+    /// @param folder  decides on the group; may be removed
+    /// @throws ErrnoError ENOSPC
     Inode& makeNameless(ExclusiveTree& tree, FolderInode& folder, NewEntry entry);
 
     /// Removes a nameless entry. If that fails it stays, where no program can use it.

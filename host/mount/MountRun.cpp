@@ -151,6 +151,8 @@ public:
             change.permissions = options_.rootPermissions;
             storage.change(storage.root(), change);
         }
+        storage.list(storage.root(), 0, MountedStorage::ListingDetail::Names, // so that its links are counted
+                     [](const auto&, const auto&, auto) { return false; });
         serve(storage, exitExport ? &*exitExport : nullptr);
         provider->doShutdown();
         return console_.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;

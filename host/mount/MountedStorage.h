@@ -90,7 +90,7 @@ public:
                    Owner owner);
 
     /// Makes a file that no folder has, as O_TMPFILE does. `link` gives it a name. It is removed with the last reference.
-    /// @param folder  any folder that is not removed
+    /// @param folder  decides on the group; may be removed
     Found makeNamelessFile(FolderInode& folder, mode_t permissions, Owner owner);
 
     /// Gives an inode that is no folder a further name, or a nameless one its first.

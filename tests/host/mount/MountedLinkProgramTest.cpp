@@ -85,6 +85,7 @@ TEST_F(MountedLinkProgramTest, ProgramsKeepLinks) {
 TEST_F(MountedLinkProgramTest, FoldersAreCountedByTheirParent) {
     const ProgramRun run = runMounted({}, [&](pid_t process) {
         fs::create_directories(inside("d/s"));
+        EXPECT_EQ(linksOf(mountPoint_), 3U);
         EXPECT_EQ(linksOf(inside("d")), 3U);
         fs::create_directory(inside("d/t"));
         EXPECT_EQ(linksOf(inside("d")), 4U);

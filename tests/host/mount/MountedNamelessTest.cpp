@@ -102,14 +102,17 @@ TEST_F(MountedNamelessTest, TheStorageHasNoneAtTheEnd) {
     mount_.close(file);
 }
 
-TEST_F(MountedNamelessTest, NoneIsMadeInAFolderThatIsRemoved) {
+TEST_F(MountedNamelessTest, OneIsMadeInAFolderThatIsRemoved) {
     const auto self = storage::host::Owner::ofProcess();
     const auto made = mount_.storage().makeFolder(mount_.storage().root(), "d", 0755, self);
     auto& folder = static_cast<FolderInode&>(*made.inode);
     mount_.removeFolder("/d");
-    EXPECT_EQ(errnoOf([&] { mount_.storage().makeNamelessFile(folder, 0600, self); }), ENOENT);
+    Inode& file = *mount_.storage().makeNamelessFile(folder, 0600, self).inode;
     mount_.storage().release(folder, 1);
-    EXPECT_EQ(entriesInStorage(), 0U);
+    nameIt(file, "/", "f");
+    mount_.storage().release(file, 1);
+    EXPECT_EQ(&mount_.at("/f"), &file);
+    expectStorageAsSeen();
 }
 
 TEST_F(MountedNamelessTest, AFailureOfTheStorageChangesNothing) {
