@@ -52,8 +52,13 @@ protected:
     }
 
     /// Types a line at the prompt and waits for the next one.
-    static std::string answer(Terminal& terminal, const std::string& keys) {
-        terminal.type(keys + '\n');
+    static std::string answer(Terminal& terminal, const std::string& line) {
+        return printedAfter(terminal, line + '\n');
+    }
+
+    /// Types keys and waits for the next prompt.
+    static std::string printedAfter(Terminal& terminal, const std::string& keys) {
+        terminal.type(keys);
         return terminal.readUntil(prompt);
     }
 
@@ -156,11 +161,8 @@ TEST_F(PromptTest, WriteTakesWhatIsTypedUntilTheEnd) {
         constexpr const char* endOfInput = "\x04";
         terminal.readUntil(prompt);
         terminal.type("write /f -\n");
-        terminal.readUntil("write /f -\r\n");
-        terminal.type("typed\n");
-        terminal.readUntil("typed\r\n");
-        terminal.type(endOfInput);
-        terminal.readUntil(prompt);
+        terminal.waitForLineMode();
+        EXPECT_THAT(printedAfter(terminal, std::string("typed\n") + endOfInput), HasSubstr("typed\r\n"));
         EXPECT_THAT(answer(terminal, "cat /f"), HasSubstr("typed\r\n"));
         leave(terminal);
     });

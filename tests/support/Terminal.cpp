@@ -1,10 +1,13 @@
 #include "tests/support/Terminal.h"
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <termios.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -30,6 +33,16 @@ void Terminal::connect() const {
 
 void Terminal::type(const std::string& keys) const {
     EXPECT_EQ(::write(keyboard_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+}
+
+void Terminal::waitForLineMode() const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    termios settings{};
+    do {
+        std::this_thread::yield();
+        ::tcgetattr(keyboard_, &settings);
+    } while ((settings.c_lflag & ICANON) == 0 && std::chrono::steady_clock::now() < deadline);
+    EXPECT_NE(settings.c_lflag & ICANON, 0U) << "lines are still edited";
 }
 
 std::string Terminal::readUntil(const std::string& text) {

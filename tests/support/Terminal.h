@@ -18,6 +18,10 @@ public:
 
     void type(const std::string& keys) const;
 
+    /// Waits until the terminal hands over whole lines, and knows the end of the input, as a program that edits no lines has it.
+    /// Fails the test after a minute.
+    void waitForLineMode() const;
+
     /// What programs print until they have printed `text`, with it. Fails the test when they end or print nothing for a
     /// minute before that.
     std::string readUntil(const std::string& text);
