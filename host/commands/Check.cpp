@@ -5,6 +5,9 @@
 #include "host/support/Umask.h"
 #include "host/support/UsageError.h"
 #include "host/transfer/Checker.h"
+#include "host/transfer/SessionExportSource.h"
+
+#include <unistd.h>
 
 namespace storage::host {
 
@@ -46,21 +49,29 @@ private:
 
     TransferTotals compare(Session& session, const ImportLog& expected, Checker::Against against) const {
         const mode_t mask = currentUmask();
-        const auto modeOf = [&](const StoragePath& path, Checker::EntryType type) {
-            const auto mode = session.modes().find(path);
-            // Of an import, permissions without a record are the usual ones; of anything else they are not known.
-            return mode || !session.imports().covers(path) ? mode : std::optional(usualMode(type) & ~mask);
+        const DiskOwner self{::geteuid(), ::getegid()};
+        // Of an import, what has no record is usual; of anything else it is not known.
+        const auto complete = [&](const StoragePath& path, DiskAttributes& known) {
+            if (!session.imports().covers(path)) {
+                return;
+            }
+            known.mode = known.mode.value_or(usualMode(known.kind) & ~mask);
+            if (self.user == 0 &&
+                against == Checker::Against::Sources) { // an export leaves the group to the disk
+                known.owner = known.owner.value_or(self);
+            }
         };
-        Checker checker(session.provider(), session.console(), session.interruption(), expected, modeOf,
-                        against, times_ ? Checker::Times::Compare : Checker::Times::Ignore);
+        SessionExportSource stored(session.provider(), session.kept());
+        Checker checker(stored, session.console(), session.interruption(), expected, complete, against,
+                        times_ ? Checker::Times::Compare : Checker::Times::Ignore);
         checker.run();
         return checker.totals(); // its progress leaves the terminal
     }
 
-    static mode_t usualMode(Checker::EntryType type) {
+    static mode_t usualMode(EntryKind kind) {
         constexpr mode_t file = 0666;
         constexpr mode_t folder = 0777;
-        return type == Checker::EntryType::Folder ? folder : file;
+        return kind == EntryKind::Folder ? folder : file;
     }
 
     bool times_ = false;

@@ -31,6 +31,7 @@ public:
                 const StoragePath path = session.resolve(operands[i]);
                 requireEntry(session.provider(), path);
                 session.provider().doSetWritable(path.iri(), mode == "+w");
+                session.kept().changed(path);
             });
         }
     }

@@ -48,8 +48,9 @@ private:
         case Step::Kind::Folder:
             if (!session.provider().doFolderExists(target.iri())) {
                 session.provider().doCreateFolder(target.iri());
-                session.modes().copied(step.path, target);
+                session.kept().copied(step.path, target);
             }
+            session.kept().copiedSpecial(step.path, target);
             walk.descend();
             break;
         case Step::Kind::FolderDone:
@@ -61,7 +62,7 @@ private:
         refuseReadOnlyFile(session, target);
         session.provider().doCopyFileAtomic(source.iri(), target.iri(), ReplacementPolicy::ReplaceExisting,
                                             [&](unsigned long long) { session.interruption().check(); });
-        session.modes().copied(source, target);
+        session.kept().copied(source, target);
     }
 
     bool recursive_ = false;

@@ -5,6 +5,7 @@
 #include "host/transfer/DiskDestination.h"
 #include "host/transfer/DiskName.h"
 #include "host/transfer/Exporter.h"
+#include "host/transfer/SessionExportSource.h"
 
 namespace storage::host {
 
@@ -22,8 +23,8 @@ public:
         DiskDestination destination(operands.back(), operands.size() - 1);
         TransferTotals totals;
         {
-            Exporter exporter(session.provider(), session.console(), session.interruption(),
-                              [&](const StoragePath& path) { return session.modes().find(path); });
+            SessionExportSource stored(session.provider(), session.kept());
+            Exporter exporter(stored, session.console(), session.interruption());
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i], [&] {
                     const StoragePath source = session.resolve(operands[i]);

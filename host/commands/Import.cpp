@@ -2,9 +2,11 @@
 #include "host/commands/StorageDestination.h"
 #include "host/disk/DiskFolder.h"
 #include "host/support/CommandError.h"
+#include "host/support/Counted.h"
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
 #include "host/transfer/Importer.h"
+#include "host/transfer/SessionImportTarget.h"
 
 namespace storage::host {
 
@@ -28,14 +30,15 @@ public:
         }
         TransferTotals totals;
         {
-            Importer importer(session.provider(), session.console(), session.interruption(),
-                              session.imports(), session.modes(), which);
+            SessionImportTarget target(session.provider(), session.kept());
+            Importer importer(target, session.console(), session.interruption(), session.imports(), which);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i],
                                           [&] { import(importer, diskOperand(operands[i]), *destination); });
             }
             totals = importer.totals();
         } // takes its progress off the terminal
+        noticeKept(session.console(), totals);
         session.console().out() << "imported " << totals.summary() << '\n';
     }
 
@@ -48,6 +51,22 @@ private:
             return Importer::FileSystems::OfSource;
         }
         return when_ ? Importer::FileSystems::All : Importer::FileSystems::WithFiles;
+    }
+
+    /// Nobody finds these in the storage.
+    static void noticeKept(Console& console, const TransferTotals& totals) {
+        std::string kept;
+        if (totals.symbolicLinks > 0) {
+            kept = counted(totals.symbolicLinks, "symbolic link");
+        }
+        if (totals.specialFiles > 0) {
+            kept += (kept.empty() ? "" : " and ") + counted(totals.specialFiles, "special file");
+        }
+        if (!kept.empty()) {
+            const bool isOne = totals.symbolicLinks + totals.specialFiles == 1;
+            console.notice("", kept + (isOne ? " is" : " are") +
+                                   " kept for exports, the storage cannot hold " + (isOne ? "it" : "them"));
+        }
     }
 
     static void import(Importer& importer, const std::string& source, StorageDestination& destination) {

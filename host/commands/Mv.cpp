@@ -53,7 +53,7 @@ private:
             session.provider().doMoveFile(source.iri(), target.iri(), policy);
         }
         session.imports().moved(source, target);
-        session.modes().moved(source, target);
+        session.kept().moved(source, target);
         if (source.contains(session.currentFolder())) {
             session.setCurrentFolder(session.currentFolder().rebased(source, target));
         }

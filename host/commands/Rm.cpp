@@ -50,14 +50,14 @@ private:
                 session.provider().doSetWritable(step.path.iri(), true);
             }
             session.provider().doRemoveFile(step.path.iri());
-            session.modes().removed(step.path);
+            session.kept().removed(step.path);
             break;
         case Step::Kind::Folder:
             walk.descend();
             break;
         case Step::Kind::FolderDone:
             session.provider().doRemoveFolder(step.path.iri());
-            session.modes().removed(step.path);
+            session.kept().removed(step.path);
             break;
         }
     }

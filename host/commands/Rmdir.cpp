@@ -17,7 +17,7 @@ public:
                 requireFolder(session.provider(), path);
                 refuseRemovingCurrentFolder(session, path);
                 session.provider().doRemoveFolder(path.iri());
-                session.modes().removed(path);
+                session.kept().removed(path);
             });
         }
     }

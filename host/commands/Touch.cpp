@@ -28,6 +28,7 @@ private:
             session.provider().doSetLastModified(path.iri(),
                                                  boost::posix_time::microsec_clock::universal_time());
         }
+        session.kept().changed(path);
     }
 };
 

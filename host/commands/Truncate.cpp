@@ -54,6 +54,7 @@ public:
                 if (existence(session.provider(), path) == EntryExistence::Missing) {
                     session.provider().doCreateFile(path.iri());
                 }
+                session.kept().changed(path);
                 resize(session, path, size);
             });
         }

@@ -54,6 +54,7 @@ private:
             text += (i > 1 ? " " : "") + operands[i];
         }
         text += '\n';
+        session.kept().changed(path);
         ByteStreamDevice(session.provider().doOpenStream(path.iri(), options_))
             .write(text.data(), static_cast<std::streamsize>(text.size()));
     }
@@ -75,7 +76,9 @@ private:
             TemporaryStorageFile replacement(provider, path);
             copyInput(session, replacement.path());
             replacement.moveIntoPlace();
+            session.kept().changed(path);
         } else {
+            session.kept().changed(path);
             copyInput(session, path);
         }
     }

@@ -13,27 +13,16 @@ namespace storage::host {
 
 namespace {
 
-DiskEntry::Kind kindOf(mode_t mode) {
-    switch (mode & S_IFMT) {
-    case S_IFREG:
-        return DiskEntry::Kind::File;
-    case S_IFDIR:
-        return DiskEntry::Kind::Folder;
-    case S_IFLNK:
-        return DiskEntry::Kind::SymbolicLink;
-    case S_IFSOCK:
-        return DiskEntry::Kind::Socket;
-    case S_IFIFO:
-        return DiskEntry::Kind::Fifo;
-    default:
-        return DiskEntry::Kind::Device;
-    }
-}
+constexpr unsigned statusBlockSize = 512; ///< of st_blocks
 
-/// A storage has no owners, so what is copied belongs to this program's user, with whose rights nobody else may run it.
+/// Only the superuser can give files away. What others copy belongs to them, and nobody else may run it with their rights.
 mode_t permissionsOf(const struct stat& status) {
+    const uid_t user = ::geteuid();
     mode_t taken = 0;
-    if (status.st_uid != ::geteuid()) {
+    if (user == 0) {
+        return status.st_mode & permissionBits;
+    }
+    if (status.st_uid != user) {
         taken |= S_ISUID;
     }
     if (status.st_gid != ::getegid()) {
@@ -43,13 +32,19 @@ mode_t permissionsOf(const struct stat& status) {
 }
 
 DiskEntry fromStatus(const struct stat& status) {
-    return {kindOf(status.st_mode),
+    return {entryKindOf(status.st_mode),
             static_cast<unsigned long long>(status.st_size),
             fromDiskTime(status.st_mtim),
             !isStorageTime(status.st_mtim),
             (status.st_mode & S_IWUSR) != 0,
             permissionsOf(status),
-            status.st_dev};
+            status.st_dev,
+            status.st_ino,
+            status.st_nlink,
+            {status.st_uid, status.st_gid},
+            status.st_mtim,
+            status.st_rdev,
+            static_cast<unsigned long long>(status.st_blocks) * statusBlockSize};
 }
 
 } // namespace
@@ -79,22 +74,43 @@ DiskEntry DiskEntry::of(const FileDescriptor& file) {
     return fromStatus(status);
 }
 
-const char* describe(DiskEntry::Kind kind) {
+EntryKind entryKindOf(mode_t mode) {
+    switch (mode & S_IFMT) {
+    case S_IFREG:
+        return EntryKind::File;
+    case S_IFDIR:
+        return EntryKind::Folder;
+    case S_IFLNK:
+        return EntryKind::SymbolicLink;
+    case S_IFSOCK:
+        return EntryKind::Socket;
+    case S_IFIFO:
+        return EntryKind::Fifo;
+    case S_IFCHR:
+        return EntryKind::CharacterDevice;
+    default:
+        return EntryKind::BlockDevice;
+    }
+}
+
+mode_t fileTypeOf(EntryKind kind) {
     switch (kind) {
-    case DiskEntry::Kind::File:
-        return "a file";
-    case DiskEntry::Kind::Folder:
-        return "a folder";
-    case DiskEntry::Kind::SymbolicLink:
-        return "a symbolic link";
-    case DiskEntry::Kind::Socket:
-        return "a socket";
-    case DiskEntry::Kind::Fifo:
-        return "a fifo";
-    case DiskEntry::Kind::Device:
+    case EntryKind::Folder:
+        return S_IFDIR;
+    case EntryKind::SymbolicLink:
+        return S_IFLNK;
+    case EntryKind::Socket:
+        return S_IFSOCK;
+    case EntryKind::Fifo:
+        return S_IFIFO;
+    case EntryKind::CharacterDevice:
+        return S_IFCHR;
+    case EntryKind::BlockDevice:
+        return S_IFBLK;
+    case EntryKind::File:
         break;
     }
-    return "a device";
+    return S_IFREG;
 }
 
 } // namespace storage::host

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/disk/FileDescriptor.h"
+#include "host/support/DiskAttributes.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
@@ -11,10 +12,11 @@ namespace storage::host {
 
 inline constexpr mode_t permissionBits = 07777; ///< in the mode of a file
 inline constexpr mode_t writeBits = 0222;       ///< of owner, group and others
+inline constexpr mode_t setIdBits = 06000;      ///< of user and group
 
 /// What the disk tells of one of its entries, in the terms of a storage. A value.
 struct DiskEntry {
-    enum class Kind { File, Folder, SymbolicLink, Socket, Fifo, Device };
+    using Kind = EntryKind;
     enum class Links { Follow, Inspect };
 
     Kind kind = Kind::File;
@@ -23,9 +25,18 @@ struct DiskEntry {
     bool hasFarTime =
         false; ///< the disk's time is not one that a storage can keep; lastModified is the nearest
     bool writable = false; ///< by its owner
-    mode_t mode =
-        0; ///< permission bits; without set-user-ID and set-group-ID if they are another user's or group's
+    /// Permission bits. Unless the process is the superuser's, without set-user-ID and set-group-ID of another user or group.
+    mode_t mode = 0;
     dev_t device = 0; ///< the file system that it is on
+    ino_t inode = 0;
+    nlink_t names = 1; ///< hard links
+    DiskOwner owner;
+    timespec modified{};
+    dev_t number = 0;                 ///< of a device
+    unsigned long long allocated = 0; ///< bytes that the file takes on the disk
+
+    /// Whether the file may have holes.
+    bool isSparse() const noexcept { return kind == Kind::File && allocated < size; }
 
     /// @throws CommandError
     static DiskEntry at(const std::string& path, Links links);
@@ -38,7 +49,10 @@ struct DiskEntry {
     static DiskEntry of(const FileDescriptor& file);
 };
 
-/// The kind in plain words with its article, for example "a symbolic link".
-const char* describe(DiskEntry::Kind kind);
+/// What the file type in a mode of stat(2) says.
+EntryKind entryKindOf(mode_t mode);
+
+/// The file type of a mode, without permissions.
+mode_t fileTypeOf(EntryKind kind);
 
 } // namespace storage::host

@@ -3,7 +3,9 @@
 #include "host/support/CommandError.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -53,6 +55,15 @@ std::vector<std::string> listDiskFolder(const FileDescriptor& folder) {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::string readDiskLink(const FileDescriptor& folder, const std::string& name) {
+    std::array<char, PATH_MAX> target; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by the system
+    const ssize_t size = ::readlinkat(folder.number(), name.c_str(), target.data(), target.size());
+    if (size < 0) {
+        throw diskError(diskChild(folder.path(), name), errno);
+    }
+    return {target.data(), static_cast<std::size_t>(size)};
 }
 
 } // namespace storage::host

@@ -16,4 +16,8 @@ std::vector<std::string> listDiskFolder(const std::string& path, DiskEntry::Link
 /// @throws CommandError
 std::vector<std::string> listDiskFolder(const FileDescriptor& folder);
 
+/// What a symbolic link in an open folder contains.
+/// @throws CommandError, also when it is another entry by now
+std::string readDiskLink(const FileDescriptor& folder, const std::string& name);
+
 } // namespace storage::host

@@ -1,16 +1,14 @@
 #include "host/disk/TemporaryDiskFile.h"
 
 #include "host/disk/DiskFolder.h"
+#include "host/disk/TemporaryDiskName.h"
 #include "host/support/CommandError.h"
-#include "host/support/NameHash.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <optional>
-#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,44 +21,27 @@ namespace {
 /// Nobody else reads what is not complete; the owner of the final name may be another one.
 constexpr unsigned privateMode = 0600;
 
-constexpr std::string_view prefix = ".qzstorage-";
-constexpr std::string_view suffix = ".part";
-constexpr std::size_t hashDigits = 16;
-
-std::string temporaryName(const std::string& target, unsigned number) {
-    return fmt::format("{}{:016x}-{}{}", prefix, nameHash(target), number, suffix);
-}
-
-bool isTemporaryName(std::string_view name) {
-    if (!name.starts_with(prefix) || !name.ends_with(suffix) ||
-        name.size() <= prefix.size() + hashDigits + 1 + suffix.size()) {
-        return false;
-    }
-    const auto hash = name.substr(prefix.size(), hashDigits);
-    auto number = name.substr(prefix.size() + hashDigits);
-    number = number.substr(0, number.size() - suffix.size());
-    return hash.find_first_not_of("0123456789abcdef") == std::string_view::npos && number.front() == '-' &&
-           number.substr(1).find_first_not_of("0123456789") == std::string_view::npos;
-}
-
 bool isSameFile(const struct stat& one, const struct stat& other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 /// Opens what may be the temporary file of another program. Nothing else is opened, as opening can have effects.
 std::optional<FileDescriptor> openTemporary(const FileDescriptor& folder, const std::string& name) {
-    struct stat status {};
-    if (::fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
-        !S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
-        return std::nullopt;
-    }
     const int number =
         ::openat(folder.number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     return number < 0 ? std::nullopt : std::optional(FileDescriptor::adopt(number, name));
 }
 
-/// @return whether the file was the one of a program that was killed, and is removed
+/// @return whether the entry was the one of a program that was killed, and is removed
 bool removeIfAbandoned(WritableFolder& folder, const std::string& name) {
+    struct stat status {};
+    if (::fstatat(folder.descriptor().number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        S_ISDIR(status.st_mode) || (status.st_uid != ::geteuid() && ::geteuid() != 0)) {
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) { // it has this name for a moment only, and is made again
+        return folder.change([&](int in) { return ::unlinkat(in, name.c_str(), 0); }) == 0;
+    }
     const auto file = openTemporary(folder.descriptor(), name);
     if (!file || ::flock(file->number(), LOCK_EX | LOCK_NB) != 0) {
         return false;
@@ -89,7 +70,7 @@ bool lockNew(const FileDescriptor& file) {
 
 TemporaryDiskFile::NamedFile TemporaryDiskFile::create(WritableFolder& folder, const std::string& target) {
     for (unsigned number = 0;;) {
-        std::string name = temporaryName(target, number);
+        std::string name = temporaryDiskName(target, number);
         const int created = folder.change([&](int in) {
             return ::openat(in, name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                             privateMode);
@@ -138,7 +119,7 @@ void TemporaryDiskFile::removeAbandonedFiles(WritableFolder& folder) {
     } catch (const CommandError&) { // a folder that may be written to, but not read
     }
     for (const std::string& name : names) {
-        if (isTemporaryName(name)) {
+        if (isTemporaryDiskName(name)) {
             removeIfAbandoned(folder, name);
         }
     }

@@ -1,6 +1,6 @@
 #include "host/mount/ExitExport.h"
 
-#include "host/mount/MountedModes.h"
+#include "host/mount/MountExportSource.h"
 #include "host/support/CommandError.h"
 #include "host/transfer/DiskDestination.h"
 #include "host/transfer/Exporter.h"
@@ -41,11 +41,9 @@ private:
 
 } // namespace
 
-ExitExport::ExitExport(std::string target, const IProvider& provider, Console& console,
-                       const Interruption& interruption)
+ExitExport::ExitExport(std::string target, Console& console, const Interruption& interruption)
     : target_(requireWritable(std::move(target))),
       claim_(target_),
-      provider_(provider),
       console_(console),
       interruption_(interruption) {}
 
@@ -55,18 +53,18 @@ void ExitExport::run(MountedStorage& storage) {
         return;
     }
     const AsideGuard guard(*imported_);
-    imported_->setAside(provider_, console_);
+    imported_->setAside(storage, console_);
     copyTo(target_, storage);
     if (console_.failuresOfCommand() == 0) { // otherwise the disk may hold the only copy of what was moved
-        imported_->removeMissing(provider_, console_);
+        imported_->removeMissing(storage, console_);
     }
 }
 
 void ExitExport::copyTo(const std::string& folder, MountedStorage& storage) const {
     console_.attempt(folder, [&] {
         DiskDestination destination(folder, 1);
-        Exporter exporter(provider_, console_, interruption_,
-                          [&](const StoragePath& entry) { return modeOf(storage, entry); });
+        MountExportSource source(storage);
+        Exporter exporter(source, console_, interruption_);
         exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));
     });
 }

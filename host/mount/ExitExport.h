@@ -14,15 +14,12 @@ namespace storage::host {
 
 /// Copies the content of a mounted storage to the folder of the disk where it is to end up.
 ///
-/// Claims the folder as long as it lives. Borrows provider, console and interruption. Thread safety: one object is for one thread.
+/// Claims the folder as long as it lives. Borrows console and interruption. Thread safety: one object is for one thread.
 class ExitExport {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-
     /// @param target  absolute path of a folder; its parent must exist
     /// @throws CommandError when nothing could be exported to there
-    ExitExport(std::string target, const IProvider& provider, Console& console,
-               const Interruption& interruption);
+    ExitExport(std::string target, Console& console, const Interruption& interruption);
 
     /// What the storage does not have any more of what was imported from the target is removed there at the end.
     void synchronize(ImportedTree imported) { imported_.emplace(std::move(imported)); }
@@ -39,7 +36,6 @@ public:
 private:
     const std::string target_;
     const TargetClaim claim_;
-    const IProvider& provider_;
     Console& console_;
     const Interruption& interruption_;
     std::optional<ImportedTree> imported_; ///< from the target; none if the export only adds

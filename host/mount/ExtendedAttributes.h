@@ -30,6 +30,8 @@ public:
     /// @throws ErrnoError ENODATA
     void remove(std::string_view name);
 
+    std::size_t count() const noexcept { return values_.size(); }
+
     /// The names, each with a zero byte behind it.
     std::string list(Names wanted) const;
 

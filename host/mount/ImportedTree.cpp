@@ -2,6 +2,7 @@
 
 #include "host/disk/DiskFolder.h"
 #include "host/disk/DiskPath.h"
+#include "host/mount/MountedPaths.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/CommandError.h"
 #include "host/support/Utf.h"
@@ -13,11 +14,10 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <iterator>
+#include <optional>
 #include <unistd.h>
 
 namespace storage::host {
-
-using foundation::storage::provider::IProvider;
 
 namespace {
 
@@ -27,14 +27,9 @@ std::string nameOf(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-enum class Stored { Nothing, File, Folder };
-
-Stored storedAt(const IProvider& provider, const std::string& path) {
-    const auto iri = StoragePath::resolve(StoragePath(), toUtf16('/' + path)).iri();
-    if (provider.doFileExists(iri)) {
-        return Stored::File;
-    }
-    return provider.doFolderExists(iri) ? Stored::Folder : Stored::Nothing;
+std::optional<EntryKind> storedAt(MountedStorage& storage, MountedPaths& paths, const std::string& path) {
+    Inode* const inode = paths.find(StoragePath::resolve(StoragePath(), toUtf16('/' + path)));
+    return inode == nullptr ? std::nullopt : std::optional(entryKindOf(storage.status(*inode).st_mode));
 }
 
 } // namespace
@@ -48,32 +43,32 @@ ImportedTree::ImportedTree(const std::string& folder) : root_(folder, O_PATH | O
                  diskPath(above), above.empty() ? DiskEntry::Links::Follow : DiskEntry::Links::Inspect)) {
             const std::string path = above.empty() ? name : diskChild(above, name);
             struct stat status {};
-            if (::lstat(diskPath(path).c_str(), &status) != 0 ||
-                (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))) {
+            if (::lstat(diskPath(path).c_str(), &status) != 0) {
                 continue;
             }
-            const bool isFolder = S_ISDIR(status.st_mode);
-            entries_.emplace(path,
-                             Entry{isFolder, status.st_dev, status.st_ino, status.st_size, status.st_mtim});
-            if (isFolder) {
+            const EntryKind kind = entryKindOf(status.st_mode);
+            entries_.emplace(path, Entry{kind, status.st_dev, status.st_ino, status.st_size, status.st_mtim});
+            if (kind == EntryKind::Folder) {
                 folders.push_back(path);
             }
         }
     }
 }
 
-void ImportedTree::forgetSkipped(const IProvider& provider) {
+void ImportedTree::forgetSkipped(MountedStorage& storage) {
+    MountedPaths paths(storage);
     std::erase_if(entries_, [&](const auto& entry) {
-        return storedAt(provider, entry.first) != (entry.second.isFolder ? Stored::Folder : Stored::File);
+        return storedAt(storage, paths, entry.first) != entry.second.kind;
     });
 }
 
-void ImportedTree::setAside(const IProvider& provider, Console& console) {
+void ImportedTree::setAside(MountedStorage& storage, Console& console) {
+    MountedPaths paths(storage);
     for (const auto& known : entries_) {
         const std::string& path = known.first;
         const Entry& entry = known.second;
-        const bool isInTheWay = storedAt(provider, path) == (entry.isFolder ? Stored::File : Stored::Folder);
-        if (isInTheWay && isSame(path, entry) && isImportedThroughout(path)) {
+        const auto stored = storedAt(storage, paths, path);
+        if (stored && *stored != entry.kind && isSame(path, entry) && isImportedThroughout(path)) {
             console.attempt(diskPath(path), [&] { moveAside(path); });
         }
     }
@@ -103,7 +98,8 @@ void ImportedTree::putBack() noexcept {
 }
 
 /// From the end on, so that folders come after what was in them.
-void ImportedTree::removeMissing(const IProvider& provider, Console& console) {
+void ImportedTree::removeMissing(MountedStorage& storage, Console& console) {
+    MountedPaths paths(storage);
     for (const Aside& aside : aside_) {
         const std::string below = aside.original + '/';
         for (const auto& imported : boost::adaptors::reverse(entries_)) {
@@ -116,7 +112,7 @@ void ImportedTree::removeMissing(const IProvider& provider, Console& console) {
     }
     aside_.clear();
     for (const auto& imported : boost::adaptors::reverse(entries_)) {
-        if (storedAt(provider, imported.first) == Stored::Nothing) {
+        if (!storedAt(storage, paths, imported.first)) {
             console.attempt(diskPath(imported.first), [&] { removeIfSame(imported.first, imported.second); });
         }
     }
@@ -145,12 +141,12 @@ bool ImportedTree::isSame(const std::string& path, const Entry& entry) const {
         if (::fstatat(folderOf(path).number(), nameOf(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
             return false;
         }
-        const bool isFile = S_ISREG(status.st_mode) && !entry.isFolder;
-        const bool isSameFile = isFile && status.st_size == entry.size &&
-                                status.st_mtim.tv_sec == entry.modified.tv_sec &&
-                                status.st_mtim.tv_nsec == entry.modified.tv_nsec;
-        const bool isSameFolder = S_ISDIR(status.st_mode) && entry.isFolder;
-        return status.st_dev == entry.device && status.st_ino == entry.inode && (isSameFile || isSameFolder);
+        const bool isUnchanged =
+            entry.kind == EntryKind::Folder ||
+            (status.st_size == entry.size && status.st_mtim.tv_sec == entry.modified.tv_sec &&
+             status.st_mtim.tv_nsec == entry.modified.tv_nsec);
+        return status.st_dev == entry.device && status.st_ino == entry.inode &&
+               entryKindOf(status.st_mode) == entry.kind && isUnchanged;
     } catch (const CommandError&) {
         return false; // a folder above it is gone, or is a link
     }
@@ -158,7 +154,7 @@ bool ImportedTree::isSame(const std::string& path, const Entry& entry) const {
 
 /// Whether a folder holds nothing but what was imported.
 bool ImportedTree::isImportedThroughout(const std::string& path) const {
-    if (!entries_.at(path).isFolder) {
+    if (entries_.at(path).kind != EntryKind::Folder) {
         return true;
     }
     return std::ranges::all_of(
@@ -173,7 +169,7 @@ void ImportedTree::removeIfSame(const std::string& path, const Entry& entry) con
     if (!isSame(path, entry)) {
         return;
     }
-    const int flags = entry.isFolder ? AT_REMOVEDIR : 0;
+    const int flags = entry.kind == EntryKind::Folder ? AT_REMOVEDIR : 0;
     const bool isRemoved = ::unlinkat(folderOf(path).number(), nameOf(path).c_str(), flags) == 0;
     if (!isRemoved && errno != ENOENT && errno != ENOTEMPTY && errno != EEXIST) {
         throw diskError(diskPath(path), errno);

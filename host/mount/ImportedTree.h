@@ -2,7 +2,8 @@
 
 #include "host/console/Console.h"
 #include "host/disk/FileDescriptor.h"
-#include "hostapi/storage/provider/IProvider.h"
+#include "host/mount/MountedStorage.h"
+#include "host/support/DiskAttributes.h"
 
 #include <cstdint>
 #include <map>
@@ -14,34 +15,33 @@ namespace storage::host {
 
 /// What a storage took over from a folder of the disk, so that what the storage does not have any more can be removed there.
 ///
-/// An entry of the disk counts as imported only if it is still the same: inode and device, for files also size and time.
+/// An entry of the disk counts as imported only if it is still the same: kind, inode and device, unless it is a folder also size and
+/// time.
 /// Whatever else is there, or has appeared since, is never removed. Links are not followed.
 ///
 /// Thread safety: one object is for one thread.
 class ImportedTree {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-
     /// Lists a folder that is about to be imported.
     /// @throws CommandError
     explicit ImportedTree(const std::string& folder);
 
     /// Forgets what the storage did not take over. To be called when it has been imported.
-    void forgetSkipped(const IProvider& provider);
+    void forgetSkipped(MountedStorage& storage);
 
-    /// Moves aside what is in the way because the storage has a file in place of an imported folder, or the reverse.
-    void setAside(const IProvider& provider, Console& console);
+    /// Moves aside what is in the way because the storage has an entry of another kind in its place.
+    void setAside(MountedStorage& storage, Console& console);
 
     /// Undoes `setAside`, where nothing has taken the place yet.
     void putBack() noexcept;
 
     /// Removes what was imported and is not in the storage any more, and what was set aside. Folders in which something else is
     /// stay. Failures are reported to the console.
-    void removeMissing(const IProvider& provider, Console& console);
+    void removeMissing(MountedStorage& storage, Console& console);
 
 private:
     struct Entry {
-        bool isFolder;
+        EntryKind kind;
         dev_t device;
         ino_t inode;
         std::int64_t size;

@@ -80,6 +80,10 @@ public:
         return folder.children_.after(position);
     }
 
+    /// Calls `visit` with every known name but the root's.
+    template <typename Visit>
+    void forEachKnown(const Visit& visit) const;
+
     /// Calls `visit` once with every known file that is not removed.
     template <typename Visit>
     void forEachKnownFile(const Visit& visit) const;
@@ -191,20 +195,27 @@ private:
 // NOLINTEND(readability-convert-member-functions-to-static)
 
 template <typename Visit>
-void LockedTree::forEachKnownFile(const Visit& visit) const {
+void LockedTree::forEachKnown(const Visit& visit) const {
     std::vector<const FolderInode*> folders{&tree_.root()};
     while (!folders.empty()) {
         const FolderInode& folder = *folders.back();
         folders.pop_back();
         folder.children_.forEach([&](TreeEntry& child) {
-            Inode& inode = child.inode();
-            if (inode.isFolder()) {
-                folders.push_back(&static_cast<FolderInode&>(inode));
-            } else if (inode.isFile() && !child.isAlias()) {
-                visit(static_cast<FileInode&>(inode));
+            if (child.inode().isFolder()) {
+                folders.push_back(&static_cast<FolderInode&>(child.inode()));
             }
+            visit(child);
         });
     }
+}
+
+template <typename Visit>
+void LockedTree::forEachKnownFile(const Visit& visit) const {
+    forEachKnown([&](TreeEntry& child) {
+        if (child.inode().isFile() && !child.isAlias()) {
+            visit(static_cast<FileInode&>(child.inode()));
+        }
+    });
 }
 
 } // namespace storage::host

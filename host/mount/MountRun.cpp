@@ -10,7 +10,7 @@
 #include "host/mount/MachineMemory.h"
 #include "host/mount/MemoryPressure.h"
 #include "host/mount/MountEnding.h"
-#include "host/mount/MountedModes.h"
+#include "host/mount/MountImportTarget.h"
 #include "host/mount/MountedStorage.h"
 #include "host/mount/RescueFolder.h"
 #include "host/plugin/PluginLibrary.h"
@@ -30,6 +30,7 @@
 
 namespace storage::host {
 
+using foundation::storage::provider::ExtendedFeature;
 using foundation::storage::provider::FilenameSensitivity;
 using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
@@ -37,18 +38,17 @@ using foundation::storage::provider::StorageIRI;
 namespace {
 
 /// The content of a folder becomes the content of the storage's root, all of it or the program ends.
-/// @return the permissions that it had on the disk
-EntryModes importContent(const IProvider& provider, Console& console, const Interruption& interruption,
-                         const std::string& folder, const StorageLimits& limits) {
+void importFolder(MountedStorage& storage, Console& console, const Interruption& interruption,
+                  const std::string& folder) {
     if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
         throw CommandError(folder, "not a folder; its content is what would be imported");
     }
-    requireRoomForImport(StorageSpace(provider, limits), folder);
-    EntryModes modes(usualFilePermissions, usualFolderPermissions);
+    requireRoomForImport(storage.memory(), folder);
     TransferTotals totals;
     {
         ImportLog imports; // read by nobody: the mount checks nothing
-        Importer importer(provider, console, interruption, imports, modes);
+        MountImportTarget target(storage);
+        Importer importer(target, console, interruption, imports);
         importer.run(folder, StoragePath(), RootAttributes::Untouched);
         totals = importer.totals();
     } // takes its progress off the terminal
@@ -56,7 +56,6 @@ EntryModes importContent(const IProvider& provider, Console& console, const Inte
         throw CommandError(folder, "not all of it could be imported, so nothing was mounted");
     }
     console.out() << "imported " << totals.summary() << '\n' << std::flush;
-    return modes;
 }
 
 /// What the mount knows of names would not be true of a storage for which others are the same.
@@ -135,16 +134,11 @@ public:
         std::optional<ExitExport> exitExport;
         if (options_.exportTo) {
             refuseBelow(options_.mountPoint, *options_.exportTo);
-            exitExport.emplace(*options_.exportTo, *provider, console_, interruption_);
-        }
-        std::optional<EntryModes> imported;
-        if (options_.importFrom) {
-            imported = importContent(*provider, exitExport ? &*exitExport : nullptr);
+            exitExport.emplace(*options_.exportTo, console_, interruption_);
         }
         MountedStorage storage(*provider, settings(*provider));
-        if (imported) {
-            adoptModes(storage, *imported);
-            imported.reset();
+        if (options_.importFrom) {
+            importContent(storage, exitExport ? &*exitExport : nullptr);
         }
         if (options_.rootPermissions) {
             AttributeChange change;
@@ -154,42 +148,46 @@ public:
         storage.list(storage.root(), 0, MountedStorage::ListingDetail::Names, // so that its links are counted
                      [](const auto&, const auto&, auto) { return false; });
         serve(storage, exitExport ? &*exitExport : nullptr);
+        if (!exitExport && !provider->doHasFeature(ExtendedFeature::VolatileStorage)) {
+            noticeUnkept(storage);
+        }
         provider->doShutdown();
         return console_.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
     }
 
 private:
-    StorageLimits limits() const { return {options_.size, options_.entries}; }
-
     /// What the storage holds at the beginning is counted only if that makes a difference.
     MountedStorage::Settings settings(const IProvider& provider) const {
-        MountedStorage::Settings settings{.limits = limits()};
+        MountedStorage::Settings settings{.limits = {options_.size, options_.entries}};
         settings.owner.user = options_.user.value_or(settings.owner.user);
         settings.owner.group = options_.group.value_or(settings.owner.group);
-        if (settings.limits.any() || options_.importFrom) {
+        if (settings.limits.any()) {
             settings.use = StorageUse::of(provider);
-        }
-        if (settings.use.entries > options_.entries.value_or(settings.use.entries)) {
-            throw CommandError(options_.importFrom.value_or(options_.mountPoint),
-                               "more entries than nr_inodes allows, so nothing was mounted");
         }
         return settings;
     }
 
-    EntryModes importContent(const IProvider& provider, ExitExport* exitExport) {
+    void importContent(MountedStorage& storage, ExitExport* exitExport) {
         const std::string& folder = *options_.importFrom;
         if (options_.ending == MountOptions::Ending::Adds) {
-            return host::importContent(provider, console_, interruption_, folder, limits());
+            importFolder(storage, console_, interruption_, folder);
+            return;
         }
         if (!std::filesystem::equivalent(folder, exitExport->target())) {
             throw CommandError(exitExport->target(),
                                "not the folder that --import names; only that can be made equal");
         }
         ImportedTree tree(folder); // before the import: what appears later does not count
-        EntryModes modes = host::importContent(provider, console_, interruption_, folder, limits());
-        tree.forgetSkipped(provider);
+        importFolder(storage, console_, interruption_, folder);
+        tree.forgetSkipped(storage);
         exitExport->synchronize(std::move(tree));
-        return modes;
+    }
+
+    void noticeUnkept(MountedStorage& storage) const {
+        const std::string unkept = storage.unkept().summary();
+        if (!unkept.empty()) {
+            console_.notice(options_.mountPoint, unkept);
+        }
     }
 
     void serve(MountedStorage& storage, ExitExport* exitExport) {

@@ -1,5 +1,6 @@
 #include "host/mount/MountedStorage.h"
 
+#include "host/disk/DiskEntry.h"
 #include "host/mount/AccessTime.h"
 #include "host/mount/EntryName.h"
 #include "host/mount/ErrnoError.h"
@@ -38,6 +39,13 @@ void requireRenameFlags(unsigned flags) {
     if (!isKnown || !isAlone) {
         throw ErrnoError(EINVAL);
     }
+}
+
+/// Whether the writable flag says it all.
+bool isStoredMode(const Inode& inode) {
+    const mode_t usual = inode.isFolder() ? usualFolderPermissions : usualFilePermissions;
+    const mode_t permissions = inode.attributes.permissions;
+    return permissions == usual || permissions == (usual & ~writeBits);
 }
 
 } // namespace
@@ -221,6 +229,24 @@ std::vector<const FileInode*> MountedStorage::referencedFiles() {
         }
     });
     return files;
+}
+
+UnkeptCounts MountedStorage::unkept() {
+    UnkeptCounts counts;
+    const SharedTree tree(tree_);
+    tree.forEachKnown([&](const TreeEntry& name) {
+        const Inode& inode = name.inode();
+        if (name.isAlias() || inode.kind == Inode::Kind::SymbolicLink) {
+            ++counts.links;
+        } else if (!inode.isStorable()) {
+            ++counts.specialFiles;
+        } else if (const auto held = guards_.hold(inode); inode.attributesKnown) {
+            counts.modes += isStoredMode(inode) ? 0 : 1;
+            counts.owners += inode.rare != nullptr && inode.rare->owner ? 1 : 0;
+            counts.xattrs += inode.rare != nullptr ? inode.rare->extended.count() : 0;
+        }
+    });
+    return counts;
 }
 
 MountedStorage::Unsettled MountedStorage::settle() {

@@ -4,6 +4,7 @@
 #include "host/mount/MountedAttributes.h"
 #include "host/mount/MountedExtendedAttributes.h"
 #include "host/mount/StorageSpace.h"
+#include "host/mount/UnkeptCounts.h"
 #include "host/support/Failure.h"
 
 #include <cstdint>
@@ -152,6 +153,8 @@ public:
         std::vector<std::string>
             withHoles; ///< paths of files that do not fit into the storage with their holes filled
     };
+    /// What would be lost if the mount ended now.
+    UnkeptCounts unkept();
 
     /// Makes the storage equal to what programs saw. Called while no program changes anything.
     Unsettled settle();

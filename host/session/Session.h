@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/console/Console.h"
-#include "host/session/EntryModes.h"
 #include "host/session/ImportLog.h"
+#include "host/session/KeptAttributes.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
 #include "host/support/Umask.h"
@@ -30,7 +30,7 @@ public:
     Console& console() const noexcept { return console_; }
     const Interruption& interruption() const noexcept { return interruption_; }
     ImportLog& imports() noexcept { return imports_; }
-    EntryModes& modes() noexcept { return modes_; }
+    KeptAttributes& kept() noexcept { return kept_; }
 
     const StoragePath& currentFolder() const noexcept { return currentFolder_; }
     void setCurrentFolder(const StoragePath& folder) { currentFolder_ = folder; }
@@ -54,7 +54,7 @@ private:
     const Interruption& interruption_;
     StoragePath currentFolder_;
     ImportLog imports_;
-    EntryModes modes_ = EntryModes::ofUmask(currentUmask());
+    KeptAttributes kept_ = KeptAttributes::ofUmask(currentUmask());
     std::optional<int> input_;
     bool ended_ = false;
 };

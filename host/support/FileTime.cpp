@@ -71,4 +71,12 @@ std::string formatMicroseconds(const ptime& time) {
     return fmt::format("{}.{:06} UTC", formatSeconds(time), micros);
 }
 
+std::string formatDiskTime(const timespec& time) {
+    const ptime known = fromDiskTime(time);
+    if (!isStorageTime(time) || time.tv_nsec % 1000 == 0) {
+        return formatMicroseconds(known);
+    }
+    return fmt::format("{}.{:09} UTC", formatSeconds(known), time.tv_nsec);
+}
+
 } // namespace storage::host

@@ -26,4 +26,7 @@ std::string formatSeconds(const boost::posix_time::ptime& time);
 /// "2024-02-29 13:05:09.000123 UTC".
 std::string formatMicroseconds(const boost::posix_time::ptime& time);
 
+/// A time of the disk, UTC, with nine digits of the second if it takes more than six.
+std::string formatDiskTime(const timespec& time);
+
 } // namespace storage::host

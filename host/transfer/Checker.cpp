@@ -1,9 +1,8 @@
 #include "host/transfer/Checker.h"
 
 #include "host/disk/DiskFolder.h"
+#include "host/disk/DiskXattrs.h"
 #include "host/storage/ByteStreamDevice.h"
-#include "host/storage/EntryRules.h"
-#include "host/storage/Listing.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
 #include "host/support/FileTime.h"
@@ -13,26 +12,16 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
 #include <utility>
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::FolderEntry;
-
 namespace {
 
 using Kind = DiskEntry::Kind;
-
-constexpr bool isStorable(Kind kind) {
-    return kind == Kind::File || kind == Kind::Folder;
-}
-
-constexpr Kind kindOf(FolderEntry::EntryType type) {
-    return type == FolderEntry::EntryType::Folder ? Kind::Folder : Kind::File;
-}
-
-constexpr mode_t setIdBits = S_ISUID | S_ISGID;
 
 const char* describeWritable(bool writable) {
     return writable ? "writable" : "read-only";
@@ -49,13 +38,13 @@ std::size_t equalBytes(const std::vector<char>& left, const std::vector<char>& r
 
 } // namespace
 
-Checker::Checker(const IProvider& provider, Console& console, const Interruption& interruption,
-                 const ImportLog& expected, ModeOf modeOf, Against against, Times times)
-    : provider_(provider),
+Checker::Checker(ExportSource& stored, Console& console, const Interruption& interruption,
+                 const ImportLog& expected, Complete complete, Against against, Times times)
+    : stored_(stored),
       console_(console),
       interruption_(interruption),
       expected_(expected),
-      modeOf_(std::move(modeOf)),
+      complete_(std::move(complete)),
       against_(against),
       times_(times),
       progress_(console),
@@ -79,8 +68,7 @@ void Checker::run() {
 void Checker::compareTop(const StoragePath& path) {
     const Layers layers = layersAt(path);
     if (!layers.empty()) {
-        const bool isFolder = requireEntry(provider_, path) == EntryExistence::Folder;
-        compareEntry(path, isFolder ? EntryType::Folder : EntryType::File, layers);
+        compareEntry(path, stored_.kindOf(path), layers);
     }
 }
 
@@ -102,15 +90,15 @@ void Checker::compareFolder(const Folder& folder) {
     progress_.countEntry();
     console_.attempt(folder.path.printed(), [&] { compareFolderAttributes(folder); });
     const std::size_t opened = open_.size();
-    for (const FolderEntry& entry : sortedEntries(provider_.doListAll(folder.path.iri()))) {
+    for (const ExportSource::Child& child : stored_.childrenOf(folder.path)) {
         interruption_.check();
-        const StoragePath path = folder.path.child(entry.getName());
-        const auto found = children.find(entry.getName());
+        const StoragePath path = folder.path.child(child.name);
+        const auto found = children.find(child.name);
         if (found == children.end()) {
             report(path, "not on disk");
             continue;
         }
-        console_.attempt(path.printed(), [&] { compareEntry(path, entry.getType(), found->second); });
+        console_.attempt(path.printed(), [&] { compareEntry(path, child.kind, found->second); });
         children.erase(found);
     }
     std::reverse(open_.begin() + static_cast<std::ptrdiff_t>(opened), open_.end());
@@ -153,7 +141,8 @@ void Checker::addChild(const Layer& layer, const std::string& name, Children& ch
 
 /// Whether an import leaves out entries of this kind.
 bool Checker::isSkippedKind(Kind kind) const {
-    return against_ == Against::Sources && !isStorable(kind);
+    const bool isSkipped = kind == Kind::Socket || (isDevice(kind) && ::geteuid() != 0);
+    return against_ == Against::Sources && isSkipped;
 }
 
 /// The source that counts: the last one that was imported. If all are skipped, any; nothing without layers.
@@ -166,18 +155,19 @@ const Checker::Layer* Checker::counterpart(const Layers& layers) const {
     return layers.empty() ? nullptr : &layers.back();
 }
 
-void Checker::compareEntry(const StoragePath& path, EntryType type, const Layers& layers) {
+void Checker::compareEntry(const StoragePath& path, EntryKind kind, const Layers& layers) {
     const Layer* const last = counterpart(layers);
-    const Kind kind = kindOf(type);
     if (last != nullptr && last->kind != kind) {
         report(path,
                fmt::format("{}, but {} is {}", describe(kind), last->source.diskPath, describe(last->kind)));
     } else if (last != nullptr && kind == Kind::File) {
         compareFile(path, *last);
+    } else if (last != nullptr && kind != Kind::Folder) {
+        compareSpecial(path, kind, *last);
     } else if (last == nullptr && !expected_.at(path).empty()) {
         return; // that the sources cannot be found has been reported
-    } else if (kind == Kind::File) {
-        report(path, "a file, but imports went into a folder of this name");
+    } else if (kind != Kind::Folder) {
+        report(path, std::string(describe(kind)) + ", but imports went into a folder of this name");
     } else {
         Folder folder{path, layers};
         std::erase_if(folder.layers, [](const Layer& layer) { return layer.kind != Kind::Folder; });
@@ -204,20 +194,24 @@ void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     if (const Kind kind = DiskEntry::of(onDisk).kind; kind != Kind::File) {
         throw CommandError(diskPath, std::string("became ") + describe(kind));
     }
-    compareBytes(path, onDisk);
-    const auto stored = provider_.doGetFileAttributes(path.iri());
-    compareAttributes(path, {EntryType::File, stored.isWritable(), stored.getLastModified()}, diskPath,
-                      DiskEntry::of(onDisk), times_);
+    const bool isEqual = compareBytes(path, onDisk);
+    const ExportSource::Entry stored = entryAt(path, Kind::File);
+    const DiskEntry entry = DiskEntry::of(onDisk);
+    if (isEqual) { // otherwise it is a file of its own, of course
+        compareNames(path, layer, stored.attributes.linkGroup, entry);
+    }
+    compareAttributes(path, stored, diskPath, entry, times_);
+    compareXattrs(path, stored.attributes.xattrs, onDisk);
     ++totals_.files;
     progress_.countEntry();
 }
 
-void Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk) {
-    ByteStreamDevice stored(provider_.doOpenReadOnlyStream(path.iri()));
+/// @return whether all of them are equal
+bool Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk) {
+    const auto stored = stored_.open(path);
     for (unsigned long long offset = 0;;) {
         interruption_.check();
-        const auto got = stored.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
-        const auto count = static_cast<std::size_t>(std::max<std::streamsize>(got, 0));
+        const std::size_t count = stored->read(buffer_);
         const std::size_t diskCount = onDisk.read(diskBuffer_, interruption_);
         const std::size_t compared = std::min(count, diskCount);
         const std::size_t equal = equalBytes(buffer_, diskBuffer_, compared);
@@ -228,22 +222,69 @@ void Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk
             reportBytes(path, onDisk, offset,
                         fmt::format("0x{:02X}, on disk 0x{:02X}", static_cast<unsigned char>(buffer_[equal]),
                                     static_cast<unsigned char>(diskBuffer_[equal])));
-            return;
+            return false;
         }
         if (count != diskCount) {
             reportBytes(path, onDisk, offset,
                         count < diskCount ? "it ends there" : "the one on disk ends there");
-            return;
+            return false;
         }
         if (count == 0) {
-            return;
+            return true;
         }
     }
 }
 
+/// Whether the names of one file are those of one file on the other side, too.
+void Checker::compareNames(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
+                           const DiskEntry& onDisk) {
+    if (linkGroup == 0 && onDisk.names == 1) {
+        return;
+    }
+    const std::string& diskPath = layer.source.diskPath;
+    const DiskFile file{layer.source.order, onDisk.device, onDisk.inode};
+    const auto name = std::make_shared<const FirstName>(FirstName{path, diskPath, linkGroup, file});
+    const auto sameOnDisk = filesOnDisk_.try_emplace(file, name).first->second;
+    if (sameOnDisk != name && (linkGroup == 0 || sameOnDisk->linkGroup != linkGroup)) {
+        report(path,
+               fmt::format("a file of its own, but {} is one file with {}", diskPath, sameOnDisk->diskPath));
+        return;
+    }
+    const auto sameStored = linkGroup == 0 ? name : filesStored_.try_emplace(linkGroup, name).first->second;
+    if (sameStored != name && sameStored->file != file) {
+        report(path, fmt::format("one file with {}, but {} and {} are two", sameStored->path.printed(),
+                                 diskPath, sameStored->diskPath));
+    }
+}
+
+void Checker::compareSpecial(const StoragePath& path, EntryKind kind, const Layer& layer) {
+    const std::string& diskPath = layer.source.diskPath;
+    const ExportSource::Entry stored = entryAt(path, kind);
+    const FileDescriptor folder(diskParent(diskPath), O_PATH | O_DIRECTORY);
+    const DiskEntry onDisk = DiskEntry::in(folder, diskName(diskPath));
+    if (onDisk.kind != kind) {
+        throw CommandError(diskPath, std::string("became ") + describe(onDisk.kind));
+    }
+    if (kind == Kind::SymbolicLink) {
+        const std::string target = readDiskLink(folder, diskName(diskPath));
+        if (target != stored.attributes.linkTarget) {
+            report(path, fmt::format("a link to '{}', but {} is one to '{}'", stored.attributes.linkTarget,
+                                     diskPath, target));
+        }
+    }
+    if (isDevice(kind) && stored.attributes.device != onDisk.number) {
+        report(path, fmt::format("device {}:{}, but {} is {}:{}", major(stored.attributes.device),
+                                 minor(stored.attributes.device), diskPath, major(onDisk.number),
+                                 minor(onDisk.number)));
+    }
+    compareAttributes(path, stored, diskPath, onDisk, times_);
+    ++(kind == Kind::SymbolicLink ? totals_.symbolicLinks : totals_.specialFiles);
+    progress_.countEntry();
+}
+
 void Checker::reportBytes(const StoragePath& path, const FileDescriptor& onDisk, unsigned long long offset,
                           const std::string& difference) {
-    const auto size = provider_.doGetFileAttributes(path.iri()).getSize();
+    const auto size = stored_.sizeOf(path);
     const auto diskSize = DiskEntry::of(onDisk).size;
     const std::string sizes =
         size == diskSize ? "" : fmt::format("; {}, on disk {}", counted(size, "byte"), diskSize);
@@ -259,10 +300,12 @@ void Checker::compareFolderAttributes(const Folder& folder) {
         return;
     }
     const ImportSource& source = last->source;
-    const auto stored = provider_.doGetFolderAttributes(folder.path.iri());
     const Times times = isAddedToAfter(folder, source.order) ? Times::Ignore : times_;
-    compareAttributes(folder.path, {EntryType::Folder, stored.isWritable(), stored.getLastModified()},
-                      source.diskPath, DiskEntry::at(source.diskPath, last->links), times);
+    const int noFollow = last->links == DiskEntry::Links::Follow ? 0 : O_NOFOLLOW;
+    const FileDescriptor onDisk(source.diskPath, O_RDONLY | O_DIRECTORY | noFollow);
+    const ExportSource::Entry stored = entryAt(folder.path, Kind::Folder);
+    compareAttributes(folder.path, stored, source.diskPath, DiskEntry::of(onDisk), times);
+    compareXattrs(folder.path, stored.attributes.xattrs, onDisk);
 }
 
 /// Whether imports after the one of this order have made or replaced entries in the folder, or may have.
@@ -276,38 +319,68 @@ bool Checker::isAddedToAfter(const Folder& folder, unsigned long long order) con
            });
 }
 
-void Checker::compareAttributes(const StoragePath& path, const StoredAttributes& stored,
+ExportSource::Entry Checker::entryAt(const StoragePath& path, EntryKind kind) {
+    ExportSource::Entry entry = stored_.entryAt(path, kind);
+    complete_(path, entry.attributes);
+    return entry;
+}
+
+void Checker::compareAttributes(const StoragePath& path, const ExportSource::Entry& stored,
                                 const std::string& diskPath, const DiskEntry& onDisk, Times times) {
-    if (stored.writable != onDisk.writable) {
-        report(path, fmt::format("{}, but {} is {}", describeWritable(stored.writable), diskPath,
+    const DiskAttributes& known = stored.attributes;
+    const bool isStored = known.kind == Kind::File || known.kind == Kind::Folder;
+    if (isStored && stored.isWritable != onDisk.writable) {
+        report(path, fmt::format("{}, but {} is {}", describeWritable(stored.isWritable), diskPath,
                                  describeWritable(onDisk.writable)));
     }
-    const auto known = modeOf_(path, stored.type);
-    if (known && !modesAgree(*known, stored, onDisk)) {
-        report(path, fmt::format("permissions {:03o}, but {} has {:03o}", *known, diskPath, onDisk.mode));
-    }
-    const bool hasTime =
-        !stored.lastModified.is_special(); // an export leaves the disk's own in place otherwise
-    if (times == Times::Compare && hasTime && stored.lastModified != onDisk.lastModified) {
+    if (known.mode && known.kind != Kind::SymbolicLink && !modesAgree(stored, onDisk)) {
         report(path,
-               fmt::format("modified {}, but {} was modified {}", formatMicroseconds(stored.lastModified),
-                           diskPath, formatMicroseconds(onDisk.lastModified)));
+               fmt::format("permissions {:03o}, but {} has {:03o}", *known.mode, diskPath, onDisk.mode));
+    }
+    if (known.owner && *known.owner != onDisk.owner) {
+        report(path, fmt::format("owner {}:{}, but {} has {}:{}", known.owner->user, known.owner->group,
+                                 diskPath, onDisk.owner.user, onDisk.owner.group));
+    }
+    const timespec modified = known.modified.value_or(timespec{0, UTIME_OMIT});
+    const bool hasTime = modified.tv_nsec != UTIME_OMIT; // an export leaves the disk's own in place otherwise
+    if (times == Times::Compare && hasTime &&
+        (modified.tv_sec != onDisk.modified.tv_sec || modified.tv_nsec != onDisk.modified.tv_nsec)) {
+        report(path, fmt::format("modified {}, but {} was modified {}", formatDiskTime(modified), diskPath,
+                                 formatDiskTime(onDisk.modified)));
     }
 }
 
+void Checker::compareXattrs(const StoragePath& path, const Xattrs& known, const FileDescriptor& onDisk) {
+    const Xattrs other = readXattrs(onDisk);
+    if (known == other) {
+        return;
+    }
+    const auto differing = std::mismatch(known.begin(), known.end(), other.begin(), other.end());
+    const bool isKnown =
+        differing.first != known.end() &&
+        (differing.second == other.end() || differing.first->first <= differing.second->first);
+    const std::string& name = isKnown ? differing.first->first : differing.second->first;
+    const char* const what = !other.contains(name)   ? "has it not"
+                             : !known.contains(name) ? "has it alone"
+                                                     : "has another value";
+    report(path, fmt::format("extended attribute {}: {} {}", name, onDisk.path(), what));
+}
+
 /// Apart from the owner's write permission: that is the writable flag, which is compared for itself.
-bool Checker::modesAgree(mode_t known, const StoredAttributes& stored, const DiskEntry& onDisk) const {
+bool Checker::modesAgree(const ExportSource::Entry& stored, const DiskEntry& onDisk) const {
+    const mode_t known = stored.attributes.mode.value();
     mode_t differing = known ^ onDisk.mode;
-    const bool isFlagKnown = ((known & S_IWUSR) != 0) == stored.writable;
-    if (!isFlagKnown || stored.writable != onDisk.writable) {
+    const bool isFlagKnown = ((known & S_IWUSR) != 0) == stored.isWritable;
+    const bool isStored = stored.attributes.kind == Kind::File || stored.attributes.kind == Kind::Folder;
+    if (isStored && (!isFlagKnown || stored.isWritable != onDisk.writable)) {
         differing &= ~writeBits;
     }
     if (against_ == Against::Export) {
-        if ((onDisk.mode & writeBits) == 0) {
+        if (isStored && (onDisk.mode & writeBits) == 0) {
             differing &= ~writeBits; // an export takes them from everybody
         }
         differing &= ~(known & setIdBits); // a new owner does not get them
-        if (stored.type == EntryType::Folder) {
+        if (stored.attributes.kind == Kind::Folder) {
             differing &= ~static_cast<mode_t>(S_ISGID); // the folder above decides
         }
     }

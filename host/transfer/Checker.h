@@ -5,15 +5,16 @@
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
+#include "host/transfer/ExportSource.h"
 #include "host/transfer/TransferTotals.h"
-#include "hostapi/storage/provider/FolderEntry.h"
-#include "hostapi/storage/provider/IProvider.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
-#include <optional>
+#include <memory>
 #include <string>
 #include <sys/types.h>
+#include <tuple>
 #include <vector>
 
 namespace storage::host {
@@ -26,8 +27,13 @@ namespace storage::host {
 /// | compared                | `check`                                 | `check PATH DISK-PATH`                        |
 /// |-------------------------|-----------------------------------------|-----------------------------------------------|
 /// | names, on both sides    | yes                                     | yes                                           |
-/// | kinds                   | yes; what an import skips is skipped    | yes; what the storage cannot hold differs     |
+/// | kinds                   | yes; what an import skips is skipped    | yes; what an import skips differs             |
 /// | bytes of files          | yes                                     | yes                                           |
+/// | targets of links        | yes                                     | yes                                           |
+/// | numbers of devices      | yes                                     | yes                                           |
+/// | which names are one file| yes                                     | yes                                           |
+/// | extended attributes     | yes                                     | yes, not of the storage root                  |
+/// | owners                  | by the superuser                        | if they are known and not usual               |
 /// | writable flags          | of files and folders                    | of files and folders, not of the storage root |
 /// | permissions             | all twelve bits                         | those an export carries, if they are known    |
 /// | times, with -t          | of files and folders                    | of files and folders, not of the storage root |
@@ -43,18 +49,15 @@ namespace storage::host {
 /// Borrows all that it is made with. Thread safety: one object is for one thread.
 class Checker {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-    using EntryType = foundation::storage::provider::FolderEntry::EntryType;
-
-    /// The permission bits of an entry of the storage; nothing where they are not known.
-    using ModeOf = std::function<std::optional<mode_t>(const StoragePath& path, EntryType type)>;
+    /// Adds to what the source says of an entry what is known otherwise.
+    using Complete = std::function<void(const StoragePath& path, DiskAttributes& known)>;
 
     enum class Times { Ignore, Compare };
     enum class Against { Sources, Export };
 
     /// @param expected  the trees of the disk, and where in the storage their copies are
-    Checker(const IProvider& provider, Console& console, const Interruption& interruption,
-            const ImportLog& expected, ModeOf modeOf, Against against, Times times);
+    Checker(ExportSource& stored, Console& console, const Interruption& interruption,
+            const ImportLog& expected, Complete complete, Against against, Times times);
 
     /// Compares all copies.
     /// @throws Interrupted
@@ -72,10 +75,15 @@ private:
     };
     using Layers = std::vector<Layer>; ///< in the order of their imports
 
-    struct StoredAttributes {
-        EntryType type = EntryType::File;
-        bool writable = false;
-        boost::posix_time::ptime lastModified;
+    /// A file of the disk in the tree of one source.
+    using DiskFile = std::tuple<unsigned long long, dev_t, ino_t>;
+
+    /// The first name that was met of a file with several.
+    struct FirstName {
+        StoragePath path;
+        std::string diskPath;
+        std::uint64_t linkGroup = 0; ///< in the storage
+        DiskFile file;
     };
 
     struct Folder {
@@ -93,29 +101,36 @@ private:
     Layers layersAt(const StoragePath& path);
     bool isSkippedKind(DiskEntry::Kind kind) const;
     const Layer* counterpart(const Layers& layers) const;
-    void compareEntry(const StoragePath& path, EntryType type, const Layers& layers);
+    void compareEntry(const StoragePath& path, EntryKind kind, const Layers& layers);
     void reportMissing(const StoragePath& path, const Layers& layers);
     void compareFile(const StoragePath& path, const Layer& layer);
-    void compareBytes(const StoragePath& path, const FileDescriptor& onDisk);
+    bool compareBytes(const StoragePath& path, const FileDescriptor& onDisk);
+    void compareNames(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
+                      const DiskEntry& onDisk);
+    void compareSpecial(const StoragePath& path, EntryKind kind, const Layer& layer);
     void reportBytes(const StoragePath& path, const FileDescriptor& onDisk, unsigned long long offset,
                      const std::string& difference);
     void compareFolderAttributes(const Folder& folder);
     bool isAddedToAfter(const Folder& folder, unsigned long long order) const;
-    void compareAttributes(const StoragePath& path, const StoredAttributes& stored,
+    ExportSource::Entry entryAt(const StoragePath& path, EntryKind kind);
+    void compareAttributes(const StoragePath& path, const ExportSource::Entry& stored,
                            const std::string& diskPath, const DiskEntry& onDisk, Times times);
-    bool modesAgree(mode_t known, const StoredAttributes& stored, const DiskEntry& onDisk) const;
+    void compareXattrs(const StoragePath& path, const Xattrs& known, const FileDescriptor& onDisk);
+    bool modesAgree(const ExportSource::Entry& stored, const DiskEntry& onDisk) const;
     void report(const StoragePath& path, const std::string& difference);
 
-    const IProvider& provider_;
+    ExportSource& stored_;
     Console& console_;
     const Interruption& interruption_;
     const ImportLog& expected_;
-    const ModeOf modeOf_;
+    const Complete complete_;
     const Against against_;
     const Times times_;
     ProgressMeter progress_;
     TransferTotals totals_;
     std::vector<Folder> open_; ///< folders that are still to be compared, the next one last
+    std::map<DiskFile, std::shared_ptr<const FirstName>> filesOnDisk_;      ///< those with several names
+    std::map<std::uint64_t, std::shared_ptr<const FirstName>> filesStored_; ///< the same, by group
     std::vector<char> buffer_;
     std::vector<char> diskBuffer_;
 };

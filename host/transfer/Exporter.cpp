@@ -2,28 +2,33 @@
 
 #include "host/disk/DiskEntry.h"
 #include "host/disk/DiskFolder.h"
+#include "host/disk/DiskNode.h"
+#include "host/disk/DiskOwnership.h"
+#include "host/disk/DiskXattrs.h"
 #include "host/disk/TemporaryDiskFile.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
-#include "host/support/FileTime.h"
+#include "host/support/Counted.h"
 #include "host/support/Umask.h"
 #include "host/transfer/DiskName.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <utility>
+#include <string_view>
+#include <unistd.h>
 
 namespace storage::host {
-
-using boost::posix_time::ptime;
-using StepKind = TreeWalk::Step::Kind;
 
 namespace {
 
 constexpr mode_t newFolderMode = 0777;
 constexpr mode_t privateFolderMode = 0700;
 constexpr mode_t newFileMode = 0666;
+constexpr mode_t privateNodeMode = 0600;
+constexpr std::size_t holeUnit = 4096; ///< bytes; file systems have no smaller holes
 
 [[noreturn]] void refuseInTheWay(const FileDescriptor& folder, const std::string& name) {
     throw CommandError(diskChild(folder.path(), name),
@@ -40,18 +45,10 @@ Origin makeDiskFolder(WritableFolder& above, const std::string& name, mode_t mod
     if (errno != EEXIST) {
         throw diskError(diskChild(above.descriptor().path(), name), errno);
     }
-    if (DiskEntry::in(above.descriptor(), name).kind != DiskEntry::Kind::Folder) {
+    if (DiskEntry::in(above.descriptor(), name).kind != EntryKind::Folder) {
         refuseInTheWay(above.descriptor(), name);
     }
     return Origin::Found;
-}
-
-struct stat statusOf(const FileDescriptor& entry) {
-    struct stat status {};
-    if (::fstat(entry.number(), &status) != 0) {
-        throw diskError(entry.path(), errno);
-    }
-    return status;
 }
 
 void setMode(const FileDescriptor& entry, mode_t mode) {
@@ -60,8 +57,8 @@ void setMode(const FileDescriptor& entry, mode_t mode) {
     }
 }
 
-void setTime(const FileDescriptor& entry, const ptime& lastModified) {
-    const timespec times[2] = {{0, UTIME_OMIT}, toDiskTime(lastModified)};
+void setTime(const FileDescriptor& entry, const timespec& modified) {
+    const timespec times[2] = {{0, UTIME_OMIT}, modified};
     if (::futimens(entry.number(), times) != 0) {
         throw diskError(entry.path(), errno);
     }
@@ -72,82 +69,38 @@ mode_t withFlag(mode_t mode, bool writable) {
     return writable ? mode | S_IWUSR : mode & ~writeBits;
 }
 
-/// The file that an export replaces.
-/// @throws CommandError when something else is there; a device, for one, must not be replaced by a file
-std::optional<struct stat> replacedFile(const FileDescriptor& folder, const std::string& name) {
+/// What an export replaces.
+/// @throws CommandError when something of another kind is there; a device, for one, must not be replaced by a file
+std::optional<struct stat> replacedEntry(const FileDescriptor& folder, const std::string& name, mode_t type) {
     struct stat status {};
     if (::fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return std::nullopt; // what else is wrong, creating the file reports
+        return std::nullopt; // what else is wrong, making the entry reports
     }
-    if (!S_ISREG(status.st_mode)) {
+    if ((status.st_mode & S_IFMT) != type) {
         refuseInTheWay(folder, name);
     }
     return status;
 }
 
-/// Gives a file the owner and group of another one.
-/// @return the permission bits of the other one that the file may have: not to run as its owner or group if that failed
-mode_t takeOver(const FileDescriptor& file, const struct stat& other) {
-    const struct stat own = statusOf(file);
-    const mode_t mode = other.st_mode & permissionBits;
-    const bool isSame = own.st_uid == other.st_uid && own.st_gid == other.st_gid;
-    if (isSame || ::fchown(file.number(), other.st_uid, other.st_gid) == 0) {
-        return mode;
-    }
-    return mode & ~static_cast<mode_t>(S_ISUID | S_ISGID);
+bool isZero(std::span<const char> bytes) {
+    static constexpr std::array<char, holeUnit> zeros{};
+    return std::memcmp(bytes.data(), zeros.data(), bytes.size()) == 0;
 }
 
-} // namespace
-
-Exporter::Exporter(const IProvider& provider, Console& console, const Interruption& interruption,
-                   ModeOf modeOf)
-    : provider_(provider),
-      console_(console),
-      interruption_(interruption),
-      modeOf_(std::move(modeOf)),
-      newFileMode_(newFileMode & ~currentUmask()),
-      progress_(console),
-      buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
-
-void Exporter::run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes) {
-    rootAttributes_ = rootAttributes;
-    open_.clear(); // an interrupted run leaves its folders here
-    above_ = {};
-    TreeWalk walk(provider_, source);
-    while (const auto step = walk.next()) {
-        interruption_.check();
-        console_.attempt(step->path.printed(), [&] { visit(walk, *step, target); });
+void skipTo(const FileDescriptor& file, std::uint64_t offset) {
+    if (::lseek(file.number(), static_cast<off_t>(offset), SEEK_SET) < 0) {
+        throw diskError(file.path(), errno);
     }
 }
 
-void Exporter::visit(TreeWalk& walk, const TreeWalk::Step& step, const std::string& target) {
-    if (step.kind == StepKind::FolderDone) {
-        const OpenFolder done = std::move(open_.back());
-        open_.pop_back();
-        leaveFolder(step, done);
-        return;
-    }
-    if (step.depth == 0 && step.kind == StepKind::Folder && rootAttributes_ == RootAttributes::Untouched) {
-        OpenFolder named = openNamed(target);
-        TemporaryDiskFile::removeAbandonedFiles(*named.folder);
-        enterFolder(walk, std::move(named));
-        return;
-    }
-    if (step.depth == 0) {
-        above_ = openAbove(target);
-    }
-    WritableFolder& folder = *(step.depth == 0 ? above_ : open_.back()).folder;
-    const std::string name =
-        step.depth == 0 ? target.substr(target.rfind('/') + 1) : toDiskName(step.name, step.path);
-    if (step.kind == StepKind::Folder) {
-        enterFolder(walk, makeFolder(folder, name, step.path));
-    } else {
-        exportFile(step.path, folder, name);
-    }
+/// The folder that the target is to stand in, which a link may lead to, as the user named it. It is only added to: it keeps its
+/// attributes, and need not be readable.
+std::unique_ptr<WritableFolder> openNamed(const std::string& target) {
+    return std::make_unique<WritableFolder>(FileDescriptor(target, O_PATH | O_DIRECTORY),
+                                            WritableFolder::ReadOnly::Respect);
 }
 
-/// The folder that the target is to stand in, which a link may lead to, as the user named it.
-Exporter::OpenFolder Exporter::openAbove(const std::string& target) {
+std::unique_ptr<WritableFolder> openAbove(const std::string& target) {
     try {
         return openNamed(diskParent(target));
     } catch (const CommandError& error) {
@@ -155,83 +108,324 @@ Exporter::OpenFolder Exporter::openAbove(const std::string& target) {
     }
 }
 
-/// A folder that the user named and that is only added to: it keeps its attributes, and need not be readable.
-Exporter::OpenFolder Exporter::openNamed(const std::string& target) {
-    return {FileDescriptor(target, O_PATH | O_DIRECTORY), WritableFolder::ReadOnly::Respect};
+} // namespace
+
+Exporter::Exporter(ExportSource& source, Console& console, const Interruption& interruption)
+    : source_(source),
+      console_(console),
+      interruption_(interruption),
+      newFileMode_(newFileMode & ~currentUmask()),
+      self_{::geteuid(), ::getegid()},
+      progress_(console),
+      buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
+
+void Exporter::run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes) {
+    open_.clear(); // an interrupted run leaves its folders here
+    above_.reset();
+    linked_.clear();
+    lostOwners_ = lostXattrs_ = 0;
+    interruption_.check();
+    console_.attempt(source.printed(), [&] {
+        const EntryKind kind = source_.kindOf(source);
+        if (kind == EntryKind::Folder && rootAttributes == RootAttributes::Untouched) {
+            auto named = openNamed(target);
+            TemporaryDiskFile::removeAbandonedFiles(*named);
+            enterFolder({source, std::move(named), false, true, {}});
+            return;
+        }
+        above_ = openAbove(target);
+        exportEntry(source, kind, *above_, target.substr(target.rfind('/') + 1));
+    });
+    while (!open_.empty()) {
+        interruption_.check();
+        exportNext();
+    }
+    noticeLosses(target);
 }
 
-Exporter::OpenFolder Exporter::makeFolder(WritableFolder& above, const std::string& name,
-                                          const StoragePath& source) const {
-    const std::optional<mode_t> mode = modeOf_(source);
+/// One step: the next entry of the innermost open folder, or the folder's end.
+void Exporter::exportNext() {
+    OpenFolder& folder = open_.back();
+    if (folder.next == folder.children.size()) {
+        const OpenFolder done = std::move(folder);
+        open_.pop_back();
+        console_.attempt(done.source.printed(), [&] { leaveFolder(done); });
+        return;
+    }
+    const ExportSource::Child child = std::move(folder.children[folder.next++]);
+    const StoragePath path = folder.source.child(child.name);
+    console_.attempt(path.printed(),
+                     [&] { exportEntry(path, child.kind, *folder.folder, toDiskName(child.name, path)); });
+}
+
+void Exporter::exportEntry(const StoragePath& source, EntryKind kind, WritableFolder& folder,
+                           const std::string& name) {
+    switch (kind) {
+    case EntryKind::Folder:
+        makeFolder(folder, name, source);
+        return;
+    case EntryKind::Socket:
+        ++totals_.skipped;
+        console_.notice(source.printed(), std::string("skipped, ") + describe(kind));
+        return;
+    case EntryKind::File:
+        exportFile(source, folder, name);
+        ++totals_.files;
+        break;
+    default:
+        exportSpecial(source, kind, folder, name);
+        ++(kind == EntryKind::SymbolicLink ? totals_.symbolicLinks : totals_.specialFiles);
+    }
+    progress_.countEntry();
+}
+
+void Exporter::makeFolder(WritableFolder& above, const std::string& name, const StoragePath& source) {
+    const std::optional<mode_t> mode = source_.entryAt(source, EntryKind::Folder).attributes.mode;
     const Origin origin = makeDiskFolder(above, name, mode ? privateFolderMode : newFolderMode);
     // A folder that takes its attributes from the storage may have become read-only by an earlier export.
-    OpenFolder made(FileDescriptor(above.descriptor(), name, O_RDONLY | O_DIRECTORY),
-                    WritableFolder::ReadOnly::Lift);
+    auto made = std::make_unique<WritableFolder>(
+        FileDescriptor(above.descriptor(), name, O_RDONLY | O_DIRECTORY), WritableFolder::ReadOnly::Lift);
     if (origin == Origin::Found) {
-        TemporaryDiskFile::removeAbandonedFiles(*made.folder);
+        TemporaryDiskFile::removeAbandonedFiles(*made);
     } else if (mode) {
-        const mode_t inherited =
-            statusOf(made.folder->descriptor()).st_mode & S_ISGID; // from the folder above
-        made.mode = *mode | inherited;
-        made.folder->setModeAtEnd(*made.mode);
+        const mode_t inherited = statusOf(made->descriptor()).st_mode & S_ISGID; // from the folder above
+        made->setModeAtEnd((*mode & ~setIdBits) | inherited); // of a folder that is not completed
     }
-    return made;
+    enterFolder({source, std::move(made), origin == Origin::Made, false, {}});
 }
 
-void Exporter::enterFolder(TreeWalk& walk, OpenFolder folder) {
-    walk.descend();
+void Exporter::enterFolder(OpenFolder folder) {
+    folder.children = source_.childrenOf(folder.source);
     open_.push_back(std::move(folder));
     ++totals_.folders;
     progress_.countEntry();
 }
 
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
-void Exporter::leaveFolder(const TreeWalk::Step& step, const OpenFolder& done) {
-    if (step.depth == 0 && rootAttributes_ == RootAttributes::Untouched) {
+void Exporter::leaveFolder(const OpenFolder& done) {
+    if (done.keepsOwn) {
         return;
     }
     const FileDescriptor& folder = done.folder->descriptor();
-    const auto attributes = provider_.doGetFolderAttributes(step.path.iri());
+    const ExportSource::Entry entry = source_.entryAt(done.source, EntryKind::Folder);
     const struct stat status = statusOf(folder);
     if (status.st_nlink == 0) {
         throw diskError(folder.path(), ENOENT);
     }
-    setTime(folder, attributes.getLastModified());
-    if (done.mode) {
-        done.folder->setModeAtEnd(withFlag(*done.mode, attributes.isWritable()));
-    } else if (!attributes.isWritable()) {
+    if (isSourceExact()) {
+        done.folder->setModeAtEnd(giveOwner(folder, entry.attributes, entry.attributes.mode.value()));
+        removeOtherXattrs(folder, entry.attributes.xattrs);
+    } else if (done.isMade && (entry.attributes.mode || entry.attributes.owner)) {
+        const mode_t known = entry.attributes.mode.value_or(status.st_mode & permissionBits);
+        const mode_t mode = giveOwner(folder, entry.attributes, known);
+        const mode_t inherited = entry.attributes.owner ? 0 : status.st_mode & S_ISGID;
+        done.folder->setModeAtEnd(withFlag(mode | inherited, entry.isWritable));
+    } else if (!entry.isWritable) {
         done.folder->setModeAtEnd(status.st_mode & permissionBits & ~writeBits);
     }
+    addExtended(folder, entry.attributes.xattrs);
+    setTime(folder, entry.attributes.modified.value());
     done.folder->setMode();
 }
 
 void Exporter::exportFile(const StoragePath& source, WritableFolder& folder, const std::string& name) {
-    const auto replaced = replacedFile(folder.descriptor(), name);
+    const auto replaced = replacedEntry(folder.descriptor(), name, S_IFREG);
+    const ExportSource::Entry entry = source_.entryAt(source, EntryKind::File);
+    const std::uint64_t group = entry.attributes.linkGroup;
+    if (group != 0 && linkTo(group, folder, name)) {
+        return;
+    }
     TemporaryDiskFile temporary(folder, name);
-    const auto bytes = copyBytes(source, temporary.file());
-    const auto attributes = provider_.doGetFileAttributes(source.iri());
-    setTime(temporary.file(), attributes.getLastModified());
+    const auto bytes = copyBytes(source, entry.attributes.isSparse, temporary.file());
     const mode_t mode =
-        replaced ? takeOver(temporary.file(), *replaced) : modeOf_(source).value_or(newFileMode_);
-    setMode(temporary.file(), withFlag(mode, attributes.isWritable()));
+        replaced && !isSourceExact()
+            ? takeOver(temporary.file(), *replaced)
+            : giveOwner(temporary.file(), entry.attributes, entry.attributes.mode.value_or(newFileMode_));
+    addExtended(temporary.file(), entry.attributes.xattrs);
+    setTime(temporary.file(), entry.attributes.modified.value());
+    setMode(temporary.file(), isSourceExact() ? mode : withFlag(mode, entry.isWritable));
+    std::optional<struct stat> linked;
+    if (group != 0) {
+        linked = statusOf(temporary.file());
+    }
     temporary.moveIntoPlace();
+    if (linked) {
+        linked_.insert_or_assign(group, LinkedFile{source.parent(), name, linked->st_dev, linked->st_ino});
+    }
     totals_.bytes += bytes;
-    ++totals_.files;
-    progress_.countEntry();
 }
 
-unsigned long long Exporter::copyBytes(const StoragePath& source, const FileDescriptor& to) {
-    ByteStreamDevice from(provider_.doOpenReadOnlyStream(source.iri()));
-    unsigned long long copied = 0;
-    std::streamsize count = 0;
-    while ((count = from.read(buffer_.get(), transferBufferSize)) > 0) {
-        const auto bytes = static_cast<std::size_t>(count);
-        to.write(std::span(buffer_.get(), bytes));
-        copied += bytes;
-        progress_.countBytes(bytes);
+void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, WritableFolder& folder,
+                             const std::string& name) {
+    const mode_t type = fileTypeOf(kind);
+    replacedEntry(folder.descriptor(), name, type);
+    const DiskAttributes attributes = source_.entryAt(source, kind).attributes;
+    const std::uint64_t group = attributes.linkGroup;
+    if (group != 0 && linkTo(group, folder, name)) {
+        return;
+    }
+    const auto make = [&](int in, const char* temporary) {
+        return kind == EntryKind::SymbolicLink
+                   ? ::symlinkat(attributes.linkTarget.c_str(), in, temporary)
+                   : ::mknodat(in, temporary, type | privateNodeMode, attributes.device);
+    };
+    struct stat status {};
+    const auto finish = [&](const FileDescriptor& in, const std::string& temporary) {
+        status = finishSpecial(in, temporary, attributes);
+    };
+    if (const int error = makeDiskNode(folder, name, make, finish); error != 0) {
+        throw diskError(diskChild(folder.descriptor().path(), name), error);
+    }
+    if (group != 0) {
+        linked_.insert_or_assign(group, LinkedFile{source.parent(), name, status.st_dev, status.st_ino});
+    }
+}
+
+/// Gives a new entry its attributes by a descriptor, as its name may be another entry's by now.
+struct stat Exporter::finishSpecial(const FileDescriptor& folder, const std::string& name,
+                                    const DiskAttributes& attributes) {
+    const FileDescriptor entry(folder, name, O_PATH);
+    const struct stat status = statusOf(entry);
+    if ((status.st_mode & S_IFMT) != fileTypeOf(attributes.kind) || status.st_nlink != 1) {
+        throw diskError(diskChild(folder.path(), name), ESTALE);
+    }
+    const mode_t mode = giveOwner(entry, attributes, attributes.mode.value_or(privateNodeMode));
+    const std::string own = "/proc/self/fd/" + std::to_string(entry.number());
+    if (attributes.kind != EntryKind::SymbolicLink && ::chmod(own.c_str(), mode) != 0) {
+        throw diskError(entry.path(), errno);
+    }
+    const timespec times[2] = {{0, UTIME_OMIT}, attributes.modified.value_or(timespec{0, UTIME_OMIT})};
+    if (::utimensat(folder.number(), name.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) {
+        throw diskError(entry.path(), errno);
+    }
+    return status;
+}
+
+/// One more name of a file that this run has exported.
+/// @return false if the disk cannot have that, or somebody has replaced the file
+bool Exporter::linkTo(std::uint64_t group, WritableFolder& folder, const std::string& name) {
+    const auto known = linked_.find(group);
+    if (known == linked_.end()) {
+        return false;
+    }
+    const LinkedFile& file = known->second;
+    try {
+        const FileDescriptor from = openExported(file.folder);
+        const auto make = [&](int in, const char* temporary) {
+            if (::linkat(from.number(), file.name.c_str(), in, temporary, 0) != 0) {
+                return -1;
+            }
+            struct stat status {};
+            if (::fstatat(in, temporary, &status, AT_SYMLINK_NOFOLLOW) == 0 && status.st_dev == file.device &&
+                status.st_ino == file.inode) {
+                return 0;
+            }
+            ::unlinkat(in, temporary, 0);
+            errno = ESTALE;
+            return -1;
+        };
+        return makeDiskNode(folder, name, make, [](const FileDescriptor&, const std::string&) {}) == 0;
+    } catch (const CommandError&) {
+        return false; // what is wrong, writing the file reports
+    }
+}
+
+/// A folder of the disk that this run has filled, reached without following links.
+FileDescriptor Exporter::openExported(const StoragePath& folder) const {
+    const auto above = std::find_if(open_.rbegin(), open_.rend(),
+                                    [&](const OpenFolder& open) { return open.source.contains(folder); });
+    std::vector<StoragePath> below;
+    for (StoragePath path = folder; path != above->source; path = path.parent()) {
+        below.push_back(path);
+    }
+    constexpr int flags = O_PATH | O_DIRECTORY;
+    std::optional<FileDescriptor> reached(above->folder->descriptor().duplicate());
+    while (!below.empty()) {
+        const StoragePath& next = below.back();
+        reached.emplace(FileDescriptor(*reached, toDiskName(next.name(), next), flags));
+        below.pop_back();
+    }
+    return std::move(*reached);
+}
+
+/// @return the permission bits that the entry may have
+mode_t Exporter::giveOwner(const FileDescriptor& entry, const DiskAttributes& attributes, mode_t mode) {
+    if (attributes.owner) {
+        const DiskOwner actual = giveTo(entry, *attributes.owner);
+        lostOwners_ += actual == *attributes.owner ? 0 : 1;
+        return permissionsFor(mode, *attributes.owner, actual);
+    }
+    if ((mode & setIdBits) == 0) {
+        return mode;
+    }
+    const struct stat status = statusOf(entry);
+    return permissionsFor(mode, self_, {status.st_uid, status.st_gid});
+}
+
+/// Gives a file the owner and group of another one.
+/// @return the permission bits of the other one that the file may have
+mode_t Exporter::takeOver(const FileDescriptor& file, const struct stat& replaced) {
+    const DiskOwner owner{replaced.st_uid, replaced.st_gid};
+    return permissionsFor(replaced.st_mode & permissionBits, owner, giveTo(file, owner));
+}
+
+void Exporter::addExtended(const FileDescriptor& entry, const Xattrs& xattrs) {
+    if (!xattrs.empty()) {
+        lostXattrs_ += addXattrs(entry, xattrs);
+    }
+}
+
+unsigned long long Exporter::copyBytes(const StoragePath& source, bool isSparse, const FileDescriptor& to) {
+    const auto from = source_.open(source);
+    bool hasHoles = isSparse;
+    std::uint64_t offset = 0;
+    for (;;) {
+        if (const std::uint64_t hole = from->skipHole(); hole > 0) {
+            hasHoles = true;
+            offset += hole;
+            skipTo(to, offset);
+        }
+        const std::size_t count = from->read(std::span(buffer_.get(), transferBufferSize));
+        if (count == 0) {
+            break;
+        }
+        if (isSparse) {
+            writeSparse(count, offset, to);
+        } else {
+            to.write(std::span(buffer_.get(), count));
+        }
+        offset += count;
+        progress_.countBytes(count);
         interruption_.check();
     }
-    return copied;
+    if (hasHoles && ::ftruncate(to.number(), static_cast<off_t>(offset)) != 0) {
+        throw diskError(to.path(), errno);
+    }
+    return offset;
+}
+
+/// Writes the buffer's bytes, and leaves a hole for every whole unit of zeros.
+void Exporter::writeSparse(std::size_t count, std::uint64_t offset, const FileDescriptor& to) const {
+    for (std::size_t done = 0; done < count;) {
+        const std::size_t unit = std::min(count - done, holeUnit);
+        const std::span<const char> bytes(buffer_.get() + done, unit);
+        if (isZero(bytes)) {
+            skipTo(to, offset + done + unit);
+        } else {
+            to.write(bytes);
+        }
+        done += unit;
+    }
+}
+
+void Exporter::noticeLosses(const std::string& target) {
+    std::string lost = lostOwners_ > 0 ? counted(lostOwners_, "owner") : "";
+    if (lostXattrs_ > 0) {
+        lost += (lost.empty() ? "" : " and ") + counted(lostXattrs_, "extended attribute");
+    }
+    if (!lost.empty()) {
+        console_.notice(target, "the disk, or the rights of the user, did not allow to keep " + lost);
+    }
 }
 
 } // namespace storage::host

@@ -1,25 +1,22 @@
 #include "host/transfer/Importer.h"
 
+#include "host/disk/DiskExtents.h"
 #include "host/disk/DiskFolder.h"
+#include "host/disk/DiskXattrs.h"
 #include "host/disk/SystemFileSystem.h"
 #include "host/storage/ByteStreamDevice.h"
-#include "host/storage/EntryRules.h"
-#include "host/storage/TemporaryStorageFile.h"
-#include "host/storage/UnfinishedFile.h"
 #include "host/support/CommandError.h"
 #include "host/support/FileTime.h"
 #include "host/support/Utf.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <new>
 #include <span>
+#include <unistd.h>
 #include <utility>
 
 namespace storage::host {
-
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::StorageIRI;
 
 namespace {
 
@@ -40,20 +37,23 @@ std::size_t firstBlock(unsigned long long size) {
 
 } // namespace
 
-Importer::Importer(const IProvider& provider, Console& console, const Interruption& interruption,
-                   ImportLog& imports, EntryModes& modes, FileSystems fileSystems)
-    : provider_(provider),
+Importer::Importer(ImportTarget& target, Console& console, const Interruption& interruption,
+                   ImportLog& imports, FileSystems fileSystems)
+    : target_(target),
       console_(console),
       interruption_(interruption),
       imports_(imports),
-      modes_(modes),
       fileSystems_(fileSystems),
+      keepsOwners_(::geteuid() == 0),
       progress_(console),
       buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
 
 void Importer::run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes) {
+    open_.clear(); // an interrupted run leaves its folders here
+    target_.leaveAll();
+    linked_.clear();
     const DiskEntry::Kind kind = DiskEntry::at(source, DiskEntry::Links::Follow).kind;
-    refuseFileAbove(provider_, target);
+    target_.requirePlace(target);
     switch (kind) {
     case DiskEntry::Kind::Folder:
         importTree(source, target, rootAttributes);
@@ -69,7 +69,6 @@ void Importer::run(const std::string& source, const StoragePath& target, RootAtt
 
 void Importer::importTree(const std::string& source, const StoragePath& target,
                           RootAttributes rootAttributes) {
-    open_.clear(); // an interrupted run leaves its folders here
     FileDescriptor folder(source, folderFlags);
     const char* const system = fileSystems_ == FileSystems::All ? nullptr : systemFileSystemOf(folder);
     if (system != nullptr) {
@@ -96,7 +95,7 @@ void Importer::logImport(const std::string& source, const StoragePath& target,
 void Importer::importNext() {
     OpenFolder& folder = open_.back();
     if (folder.next == folder.names.size()) {
-        OpenFolder done = std::move(folder);
+        const OpenFolder done = std::move(folder);
         open_.pop_back();
         console_.attempt(done.target.printed(), [&] { leaveFolder(done); });
         return;
@@ -108,8 +107,8 @@ void Importer::importNext() {
 }
 
 void Importer::importChild(const FileDescriptor& folder, const std::string& name, const StoragePath& target) {
-    const DiskEntry::Kind kind = DiskEntry::in(folder, name).kind;
-    switch (kind) {
+    const DiskEntry entry = DiskEntry::in(folder, name);
+    switch (entry.kind) {
     case DiskEntry::Kind::Folder:
         enterFolder(FileDescriptor(folder, name, folderFlags), target, RootAttributes::FromSource);
         break;
@@ -117,34 +116,28 @@ void Importer::importChild(const FileDescriptor& folder, const std::string& name
         importFile(FileDescriptor(folder, name, fileFlags), target);
         break;
     default:
-        ++totals_.skipped;
-        console_.notice(diskChild(folder.path(), name), std::string("skipped, ") + describe(kind));
+        importSpecial(folder, name, entry, target);
     }
 }
 
 void Importer::enterFolder(FileDescriptor source, const StoragePath& target, RootAttributes keeps) {
-    const DiskEntry attributes = DiskEntry::of(source);
-    if (keeps == RootAttributes::FromSource) {
-        noticeTime(source, attributes);
+    const DiskEntry entry = DiskEntry::of(source);
+    DiskAttributes attributes = attributesOf(entry);
+    const bool isWhole = keeps == RootAttributes::FromSource;
+    if (isWhole) {
+        noticeTime(source.path(), entry);
+        attributes.xattrs = readXattrs(source);
     }
-    auto names = namesIn(source, attributes);
-    OpenFolder folder{std::move(source), target, attributes, keeps, nullptr, std::move(names), 0};
-    if (!provider_.doFolderExists(target.iri())) {
-        provider_.doCreateFolder(target.iri());
-    } else if (keeps == RootAttributes::FromSource) { // an earlier import may have made it read-only
-        folder.lifted = std::make_unique<const LiftedFolderFlag>(provider_, target);
-    }
-    if (keeps == RootAttributes::FromSource) { // also of a folder that an interruption leaves incomplete
-        modes_.set(target, EntryModes::Kind::Folder, attributes.mode);
-    }
-    open_.push_back(std::move(folder));
+    auto names = namesIn(source, entry);
+    target_.enterFolder(target, isWhole ? &attributes : nullptr);
+    open_.push_back({std::move(source), target, entry, std::move(attributes), keeps, std::move(names), 0});
     ++totals_.folders;
     progress_.countEntry();
 }
 
 /// The entries of a folder that are to be imported: none where another file system begins that is to be left out.
-std::vector<std::string> Importer::namesIn(const FileDescriptor& folder, const DiskEntry& attributes) {
-    const bool isOther = !open_.empty() && open_.back().attributes.device != attributes.device;
+std::vector<std::string> Importer::namesIn(const FileDescriptor& folder, const DiskEntry& entry) {
+    const bool isOther = !open_.empty() && open_.back().entry.device != entry.device;
     if (isOther && fileSystems_ != FileSystems::All) {
         const char* const system = systemFileSystemOf(folder);
         if (system != nullptr || fileSystems_ == FileSystems::OfSource) {
@@ -159,77 +152,150 @@ std::vector<std::string> Importer::namesIn(const FileDescriptor& folder, const D
 }
 
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
-void Importer::leaveFolder(OpenFolder& folder) {
-    folder.lifted.reset();
-    if (folder.keeps == RootAttributes::FromSource) {
-        applyAttributes(folder.target, folder.attributes);
-    }
+void Importer::leaveFolder(const OpenFolder& folder) {
+    target_.leaveFolder(folder.target,
+                        folder.keeps == RootAttributes::FromSource ? &folder.attributes : nullptr);
 }
 
 void Importer::importFile(const FileDescriptor& from, const StoragePath& target) {
-    const DiskEntry attributes = DiskEntry::of(from);
-    if (attributes.kind != DiskEntry::Kind::File) {
-        throw CommandError(from.path(), std::string("became ") + describe(attributes.kind));
+    const DiskEntry entry = DiskEntry::of(from);
+    if (entry.kind != DiskEntry::Kind::File) {
+        throw CommandError(from.path(), std::string("became ") + describe(entry.kind));
     }
-    noticeTime(from, attributes);
-    if (provider_.doFileExists(target.iri())) {
-        replaceFile(from, target);
+    noticeTime(from.path(), entry);
+    if (entry.names > 1) {
+        importLinkedFile(from, entry, target);
     } else {
-        createFile(from, target);
+        copyFile(from, entry, target, 0);
     }
-    modes_.set(target, EntryModes::Kind::File, attributes.mode);
-    applyAttributes(target, attributes);
     ++totals_.files;
     progress_.countEntry();
 }
 
-void Importer::createFile(const FileDescriptor& from, const StoragePath& target) {
-    const StorageIRI iri = target.iri();
-    UnfinishedFile file(provider_, iri);
-    const auto bytes = copyBytes(from, target);
-    file.finish();
-    totals_.bytes += bytes;
-}
-
-void Importer::replaceFile(const FileDescriptor& from, const StoragePath& target) {
-    TemporaryStorageFile replacement(provider_, target);
-    unsigned long long bytes = 0;
-    try {
-        bytes = copyBytes(from, replacement.path());
-    } catch (const std::bad_alloc&) {
-        throw CommandError(from.path(),
-                           "out of memory: " + target.printed() +
-                               " is kept until it can be replaced, and there is no room for both");
+/// A file of the disk that may have been imported under another name. It is a new one if it was changed since.
+void Importer::importLinkedFile(const FileDescriptor& from, const DiskEntry& entry,
+                                const StoragePath& target) {
+    const FileId id{entry.device, entry.inode};
+    const auto known = linked_.find(id);
+    const bool isSame = known != linked_.end() && known->second.size == entry.size &&
+                        known->second.modified.tv_sec == entry.modified.tv_sec &&
+                        known->second.modified.tv_nsec == entry.modified.tv_nsec;
+    if (isSame && target_.link(known->second.path, target)) {
+        return;
     }
-    replacement.moveIntoPlace();
+    const std::uint64_t group = isSame ? known->second.group : target_.newLinkGroup();
+    copyFile(from, entry, target, group);
+    if (!isSame) {
+        linked_.insert_or_assign(id, LinkedFile{target, group, entry.size, entry.modified});
+    }
+}
+
+void Importer::copyFile(const FileDescriptor& from, const DiskEntry& entry, const StoragePath& target,
+                        std::uint64_t linkGroup) {
+    const auto file = target_.makeFile(target);
+    const auto bytes = copyBytes(from, entry, *file);
+    DiskAttributes attributes = attributesOf(entry);
+    attributes.xattrs = readXattrs(from);
+    attributes.linkGroup = linkGroup;
+    file->finish(attributes);
     totals_.bytes += bytes;
 }
 
-unsigned long long Importer::copyBytes(const FileDescriptor& from, const StoragePath& target) {
-    ByteStreamDevice to(provider_.doOpenStream(target.iri(), {.content = ByteStreamContent::Empty}));
+unsigned long long Importer::copyBytes(const FileDescriptor& from, const DiskEntry& entry,
+                                       ImportTarget::File& to) {
     ::posix_fadvise(from.number(), 0, 0, POSIX_FADV_SEQUENTIAL);
-    unsigned long long copied = 0;
-    std::size_t wanted = firstBlock(DiskEntry::of(from).size);
+    unsigned long long copied = entry.isSparse() ? copyExtents(from, entry.size, to) : 0;
+    std::size_t wanted = firstBlock(entry.size);
     while (const std::size_t count = from.read(std::span(buffer_.get(), wanted), interruption_)) {
-        to.write(buffer_.get(), static_cast<std::streamsize>(count));
+        to.write(std::span(buffer_.get(), count));
         copied += count;
-        progress_.countBytes(count);
-        interruption_.check();
+        countCopied(count);
         wanted = transferBufferSize;
     }
     return copied;
 }
 
-void Importer::noticeTime(const FileDescriptor& source, const DiskEntry& attributes) {
-    if (attributes.hasFarTime) {
-        console_.notice(source.path(), "its time is outside the years 1400 to 9999 and kept as " +
-                                           formatSeconds(attributes.lastModified));
+/// Copies a file with its holes, as far as it went when it was asked for its size.
+unsigned long long Importer::copyExtents(const FileDescriptor& from, std::uint64_t size,
+                                         ImportTarget::File& to) {
+    std::uint64_t offset = 0;
+    while (const auto extent = nextExtent(from, offset, size)) {
+        to.writeHole(extent->begin - offset);
+        for (offset = extent->begin; offset < extent->end;) {
+            const std::size_t wanted = std::min<std::uint64_t>(extent->end - offset, transferBufferSize);
+            const std::size_t count = from.read(std::span(buffer_.get(), wanted), interruption_);
+            if (count == 0) {
+                return offset; // it has become shorter
+            }
+            to.write(std::span(buffer_.get(), count));
+            offset += count;
+            countCopied(count);
+        }
     }
+    to.writeHole(size - offset);
+    ::lseek(from.number(), static_cast<off_t>(size), SEEK_SET);
+    return size;
 }
 
-void Importer::applyAttributes(const StoragePath& target, const DiskEntry& attributes) {
-    provider_.doSetLastModified(target.iri(), attributes.lastModified);
-    provider_.doSetWritable(target.iri(), attributes.writable);
+void Importer::countCopied(std::size_t count) {
+    progress_.countBytes(count);
+    interruption_.check();
+}
+
+void Importer::importSpecial(const FileDescriptor& folder, const std::string& name, const DiskEntry& entry,
+                             const StoragePath& target) {
+    const std::string path = diskChild(folder.path(), name);
+    if (entry.kind == DiskEntry::Kind::Socket || (isDevice(entry.kind) && !keepsOwners_)) {
+        ++totals_.skipped;
+        console_.notice(path, std::string("skipped, ") + describe(entry.kind));
+        return;
+    }
+    noticeTime(path, entry);
+    DiskAttributes attributes = attributesOf(entry);
+    const bool isLink = entry.kind == DiskEntry::Kind::SymbolicLink;
+    if (isLink) {
+        attributes.linkTarget = readDiskLink(folder, name);
+    }
+    makeSpecial(entry, target, std::move(attributes));
+    ++(isLink ? totals_.symbolicLinks : totals_.specialFiles);
+    progress_.countEntry();
+}
+
+/// Such entries can have several names, too.
+void Importer::makeSpecial(const DiskEntry& entry, const StoragePath& target, DiskAttributes attributes) {
+    if (entry.names == 1) {
+        target_.makeSpecial(target, attributes);
+        return;
+    }
+    const FileId id{entry.device, entry.inode};
+    const auto known = linked_.find(id);
+    if (known != linked_.end() && target_.link(known->second.path, target)) {
+        return;
+    }
+    attributes.linkGroup = known != linked_.end() ? known->second.group : target_.newLinkGroup();
+    target_.makeSpecial(target, attributes);
+    linked_.insert_or_assign(id, LinkedFile{target, attributes.linkGroup, entry.size, entry.modified});
+}
+
+/// Without what has to be read from the entry itself.
+DiskAttributes Importer::attributesOf(const DiskEntry& entry) const {
+    DiskAttributes attributes;
+    attributes.kind = entry.kind;
+    attributes.mode = entry.mode;
+    if (keepsOwners_) {
+        attributes.owner = entry.owner;
+    }
+    attributes.modified = entry.modified;
+    attributes.isSparse = entry.isSparse();
+    attributes.device = isDevice(entry.kind) ? entry.number : 0;
+    return attributes;
+}
+
+void Importer::noticeTime(const std::string& source, const DiskEntry& entry) {
+    if (entry.hasFarTime) {
+        console_.notice(source, "its time is outside the years 1400 to 9999 and kept as " +
+                                    formatSeconds(entry.lastModified));
+    }
 }
 
 } // namespace storage::host

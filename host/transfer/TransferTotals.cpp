@@ -9,6 +9,12 @@ namespace storage::host {
 std::string TransferTotals::summary() const {
     std::string text =
         counted(folders, "folder") + ", " + counted(files, "file") + ", " + counted(bytes, "byte");
+    if (symbolicLinks > 0) {
+        text += ", " + counted(symbolicLinks, "symbolic link");
+    }
+    if (specialFiles > 0) {
+        text += ", " + counted(specialFiles, "special file");
+    }
     if (skipped > 0) {
         text += fmt::format(", skipped {}", skipped);
     }

@@ -9,9 +9,11 @@ struct TransferTotals {
     unsigned long long folders = 0;
     unsigned long long files = 0;
     unsigned long long bytes = 0;
-    unsigned long long skipped = 0; ///< entries of kinds that a storage has no place for
+    unsigned long long symbolicLinks = 0;
+    unsigned long long specialFiles = 0; ///< fifos and devices
+    unsigned long long skipped = 0;      ///< entries that transfers leave out
 
-    /// "12 folders, 345 files, 6789 bytes", and ", skipped 3" if anything was.
+    /// "12 folders, 345 files, 6789 bytes", and ", 2 symbolic links", ", 1 special file" and ", skipped 3" if there were any.
     std::string summary() const;
 };
 

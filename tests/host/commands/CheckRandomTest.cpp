@@ -11,6 +11,8 @@
 #include <iostream>
 #include <random>
 #include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 namespace check_random_test {
 
@@ -20,7 +22,9 @@ namespace fs = std::filesystem;
 using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
-using storage::host::EntryModes;
+using storage::host::DiskAttributes;
+using storage::host::EntryKind;
+using storage::host::KeptAttributes;
 using storage::host::StoragePath;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -60,6 +64,12 @@ public:
     /// An entry below /x that can be changed so, by its path from there; empty if there is none.
     std::string pickFile(Change change, std::size_t leastSize = 0);
     std::string pickFolder(Change change);
+    /// An entry of that type.
+    std::string pickSpecial(mode_t type);
+    /// An entry of that type and of another owner than the process, whom the session knows.
+    std::string pickOwned(mode_t type);
+    /// The second of two names of one file.
+    std::string pickSecondName();
     /// A folder that an entry can be added to. /x itself is ".".
     std::string pickWritableFolder();
 
@@ -83,7 +93,7 @@ public:
         return values.at(upTo(values.size() - 1));
     }
     const IProvider& provider() const { return *provider_; }
-    EntryModes& modes() { return session_.modes(); }
+    KeptAttributes& kept() { return session_.kept(); }
     const TemporaryFolder& disk() const { return disk_; }
 
 private:
@@ -95,6 +105,7 @@ private:
 
     void makeTree(const std::string& folder, int levels, Modes modes);
     void setAttributes(const std::string& path, mode_t mode);
+    void setTime(const std::string& path);
     void import(const std::string& line, const std::string& diskPath, const std::string& target);
     void importTrees();
     std::string pick(Change change, const std::function<bool(const std::string&, const struct stat&)>& suits);
@@ -123,10 +134,16 @@ void setMode(const std::string& path, mode_t mode) {
     EXPECT_EQ(::chmod(path.c_str(), mode), 0) << path;
 }
 
+/// By as little as the disk can.
 void moveTime(const std::string& path) {
     timespec times[2] = {{0, UTIME_OMIT}, statusOf(path).st_mtim};
-    times[1].tv_sec += 1;
-    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0) << path;
+    times[1].tv_nsec += times[1].tv_nsec == 999999999 ? -1 : 1;
+    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
+}
+
+/// Where the disk has extended attributes.
+bool setXattr(const std::string& path, const char* name, const std::string& value) {
+    return ::setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;
 }
 
 Round::Round(std::mt19937& random, Side side) : random_(random), side_(side) {
@@ -178,8 +195,19 @@ void Round::makeTree(const std::string& folder, int levels, Modes modes) {
             setAttributes(file, anyOf(fileModes));
         }
     }
-    if (upTo(3) == 0) {
+    if (upTo(2) == 0) {
         fs::create_symlink("anywhere", folder + "/link");
+        setTime(folder + "/link");
+    }
+    if (upTo(2) == 0) {
+        EXPECT_EQ(::mkfifo((folder + "/fifo").c_str(), 0644), 0);
+        setMode(folder + "/fifo", anyOf(anyFileModes));
+        setTime(folder + "/fifo");
+    }
+    if (upTo(1) == 0) {
+        std::ofstream(folder + "/name1") << "linked";
+        setAttributes(folder + "/name1", 0600);
+        fs::create_hard_link(folder + "/name1", folder + "/name2");
     }
     for (std::size_t count = levels == 0 ? 0 : upTo(3); count > 0; --count) {
         const std::string below = folder + '/' + anyOf(folderNames);
@@ -191,11 +219,20 @@ void Round::makeTree(const std::string& folder, int levels, Modes modes) {
 }
 
 void Round::setAttributes(const std::string& path, mode_t mode) {
+    if (upTo(2) == 0) {
+        setXattr(path, "user.random", std::to_string(upTo(1000)));
+    }
+    if (::geteuid() == 0 && upTo(2) == 0) {
+        EXPECT_EQ(::lchown(path.c_str(), 1000 + static_cast<uid_t>(upTo(3)), 1000), 0);
+    }
     setMode(path, mode);
+    setTime(path);
+}
+
+void Round::setTime(const std::string& path) {
     const timespec times[2] = {
-        {0, UTIME_OMIT},
-        {static_cast<std::time_t>(upTo(1700000000)), static_cast<long>(upTo(999999)) * 1000}};
-    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+        {0, UTIME_OMIT}, {static_cast<std::time_t>(upTo(1700000000)), static_cast<long>(upTo(999999999))}};
+    EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
 }
 
 void Round::expectEqual(const std::string& line) {
@@ -275,7 +312,9 @@ std::string Round::pick(Change change,
 
 std::string Round::pickFile(Change change, std::size_t leastSize) {
     return pick(change, [&](const std::string&, const struct stat& status) {
-        return S_ISREG(status.st_mode) && static_cast<std::size_t>(status.st_size) >= leastSize &&
+        // A file with two names would be two differences.
+        return S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+               static_cast<std::size_t>(status.st_size) >= leastSize &&
                (change != Change::Content || (status.st_mode & S_IWUSR) != 0);
     });
 }
@@ -283,6 +322,25 @@ std::string Round::pickFile(Change change, std::size_t leastSize) {
 std::string Round::pickFolder(Change change) {
     return pick(change,
                 [](const std::string&, const struct stat& status) { return S_ISDIR(status.st_mode); });
+}
+
+std::string Round::pickSpecial(mode_t type) {
+    return pick(Change::Structure, [type](const std::string&, const struct stat& status) {
+        return (status.st_mode & S_IFMT) == type;
+    });
+}
+
+std::string Round::pickOwned(mode_t type) {
+    return pick(Change::Attributes, [type](const std::string&, const struct stat& status) {
+        return (status.st_mode & S_IFMT) == type && status.st_uid != ::geteuid() &&
+               (type == S_IFDIR || status.st_nlink == 1);
+    });
+}
+
+std::string Round::pickSecondName() {
+    return pick(Change::Structure, [](const std::string& relative, const struct stat& status) {
+        return relative.ends_with("/name2") && status.st_nlink == 2;
+    });
 }
 
 std::string Round::pickWritableFolder() {
@@ -469,7 +527,23 @@ bool changeFlagOfFolder(Round& round, Side side) {
     return changeFlag(round, side, round.pickFolder(Change::Attributes));
 }
 
-bool changeMode(Round& round, Side side, const std::string& entry, EntryModes::Kind kind) {
+/// What the session knows of an entry.
+DiskAttributes knownOf(Round& round, const std::string& entry, EntryKind kind) {
+    boost::posix_time::ptime time;
+    if (kind == EntryKind::Folder) {
+        time = round.provider().doGetFolderAttributes(round.iri(entry)).getLastModified();
+    } else if (kind == EntryKind::File) {
+        time = round.provider().doGetFileAttributes(round.iri(entry)).getLastModified();
+    }
+    DiskAttributes known = round.kept().find(round.path(entry), time);
+    known.kind = kind;
+    if (!known.mode) {
+        known.mode = kind == EntryKind::Folder ? 0755 : 0644;
+    }
+    return known;
+}
+
+bool changeMode(Round& round, Side side, const std::string& entry, EntryKind kind) {
     if (entry.empty()) {
         return false;
     }
@@ -477,7 +551,9 @@ bool changeMode(Round& round, Side side, const std::string& entry, EntryModes::K
     const mode_t mode =
         (statusOf(onDisk).st_mode & 07777) ^ round.anyOf<mode_t>({0001, 0004, 0010, 0040, 01000});
     if (side == Side::Storage) {
-        round.modes().set(round.path(entry), kind, mode);
+        DiskAttributes known = knownOf(round, entry, kind);
+        known.mode = mode;
+        round.kept().set(round.path(entry), known);
     } else {
         setMode(onDisk, mode);
     }
@@ -486,11 +562,11 @@ bool changeMode(Round& round, Side side, const std::string& entry, EntryModes::K
 }
 
 bool changeModeOfFile(Round& round, Side side) {
-    return changeMode(round, side, round.pickFile(Change::Attributes), EntryModes::Kind::File);
+    return changeMode(round, side, round.pickFile(Change::Attributes), EntryKind::File);
 }
 
 bool changeModeOfFolder(Round& round, Side side) {
-    return changeMode(round, side, round.pickFolder(Change::Attributes), EntryModes::Kind::Folder);
+    return changeMode(round, side, round.pickFolder(Change::Attributes), EntryKind::Folder);
 }
 
 bool changeTime(Round& round, Side side, const std::string& entry) {
@@ -513,6 +589,122 @@ bool changeTimeOfFile(Round& round, Side side) {
 
 bool changeTimeOfFolder(Round& round, Side side) {
     return changeTime(round, side, round.pickFolder(Change::Attributes));
+}
+
+bool changeTimeOfLink(Round& round, Side side) {
+    const std::string link = round.pickSpecial(S_IFLNK);
+    if (!link.empty() && side == Side::Storage) {
+        DiskAttributes known = knownOf(round, link, EntryKind::SymbolicLink);
+        known.modified->tv_sec += 1;
+        round.kept().set(round.path(link), known);
+    } else if (!link.empty()) {
+        moveTime(round.onDisk(link));
+    }
+    round.expect(link, "modified ");
+    return !link.empty();
+}
+
+bool changeTarget(Round& round, Side side) {
+    const std::string link = round.pickSpecial(S_IFLNK);
+    if (!link.empty() && side == Side::Storage) {
+        DiskAttributes known = knownOf(round, link, EntryKind::SymbolicLink);
+        known.linkTarget = "elsewhere";
+        round.kept().set(round.path(link), known);
+    } else if (!link.empty()) {
+        fs::remove(round.onDisk(link));
+        fs::create_symlink("elsewhere", round.onDisk(link));
+    }
+    round.expect(link, "a link to '");
+    return !link.empty();
+}
+
+bool removeLink(Round& round, Side side) {
+    const std::string link = round.pickSpecial(S_IFLNK);
+    if (!link.empty()) {
+        round.expect(link, side == Side::Storage ? "missing, " : "not on disk");
+        side == Side::Storage ? round.kept().removed(round.path(link)) : removeFromDisk(round.onDisk(link));
+    }
+    return !link.empty();
+}
+
+bool changeModeOfFifo(Round& round, Side side) {
+    return changeMode(round, side, round.pickSpecial(S_IFIFO), EntryKind::Fifo);
+}
+
+bool changeOwner(Round& round, Side side, const std::string& entry, EntryKind kind) {
+    if (entry.empty() || ::geteuid() != 0) {
+        return false;
+    }
+    if (side == Side::Storage) {
+        DiskAttributes known = knownOf(round, entry, kind);
+        known.owner = {4711, 4711};
+        round.kept().set(round.path(entry), known);
+    } else {
+        const mode_t mode = statusOf(round.onDisk(entry)).st_mode & 07777;
+        EXPECT_EQ(::lchown(round.onDisk(entry).c_str(), 4711, 4711), 0);
+        if (kind != EntryKind::SymbolicLink) {
+            setMode(round.onDisk(entry), mode);
+        }
+    }
+    round.expect(entry, "owner ");
+    return true;
+}
+
+bool changeOwnerOfFile(Round& round, Side side) {
+    return changeOwner(round, side, round.pickOwned(S_IFREG), EntryKind::File);
+}
+
+bool changeOwnerOfFolder(Round& round, Side side) {
+    return changeOwner(round, side, round.pickOwned(S_IFDIR), EntryKind::Folder);
+}
+
+bool changeXattr(Round& round, Side side, const std::string& entry, EntryKind kind) {
+    if (entry.empty()) {
+        return false;
+    }
+    const std::string value = "planted";
+    if (side == Side::Storage) {
+        DiskAttributes known = knownOf(round, entry, kind);
+        known.xattrs["user.random"] = value;
+        round.kept().set(round.path(entry), known);
+    } else if (!setXattr(round.onDisk(entry), "user.random", value)) {
+        return false;
+    }
+    round.expect(entry, "extended attribute user.random: ");
+    return true;
+}
+
+bool changeXattrOfFile(Round& round, Side side) {
+    return changeXattr(round, side, round.pickFile(Change::Attributes), EntryKind::File);
+}
+
+bool changeXattrOfFolder(Round& round, Side side) {
+    return changeXattr(round, side, round.pickFolder(Change::Attributes), EntryKind::Folder);
+}
+
+/// Makes the second of two names of one file a file of its own.
+bool separateNames(Round& round, Side side) {
+    const std::string name = round.pickSecondName();
+    if (name.empty()) {
+        return false;
+    }
+    if (side == Side::Storage) {
+        round.kept().changed(round.path(name));
+        round.expect(name, "a file of its own, but ");
+        return true;
+    }
+    const std::string onDisk = round.onDisk(name);
+    fs::rename(onDisk, round.disk() / "moved");
+    fs::copy_file(round.disk() / "moved", onDisk);
+    const struct stat before = statusOf(round.disk() / "moved");
+    EXPECT_EQ(::lchown(onDisk.c_str(), before.st_uid, before.st_gid), 0);
+    setMode(onDisk, before.st_mode & 07777);
+    std::string value(100, '\0');
+    const ssize_t size =
+        ::getxattr((round.disk() / "moved").c_str(), "user.random", value.data(), value.size());
+    EXPECT_TRUE(size < 0 || setXattr(onDisk, "user.random", value.substr(0, static_cast<std::size_t>(size))));
+    round.expect(name, "one file with ");
+    return true;
 }
 
 bool addLink(Round& round, Side) {
@@ -589,8 +781,17 @@ const std::vector<Difference> differences{
     {"permissions of a folder", changeModeOfFolder, everywhere, ""},
     {"the time of a file", changeTimeOfFile, everywhere, " -t"},
     {"the time of a folder", changeTimeOfFolder, everywhere, " -t"},
-    {"another link", addLink, {Side::Export}, ""},
-    {"another fifo", addFifo, {Side::Export}, ""},
+    {"the time of a link", changeTimeOfLink, everywhere, " -t"},
+    {"the target of a link", changeTarget, everywhere, ""},
+    {"a missing link", removeLink, everywhere, ""},
+    {"permissions of a fifo", changeModeOfFifo, everywhere, ""},
+    {"the owner of a file", changeOwnerOfFile, everywhere, ""},
+    {"the owner of a folder", changeOwnerOfFolder, everywhere, ""},
+    {"an extended attribute of a file", changeXattrOfFile, everywhere, ""},
+    {"an extended attribute of a folder", changeXattrOfFolder, everywhere, ""},
+    {"names of one file", separateNames, everywhere, ""},
+    {"another link", addLink, onDisk, ""},
+    {"another fifo", addFifo, onDisk, ""},
     {"a link in place of a file", replaceFileByLink, onDisk, ""},
     {"a link in place of a folder", replaceFolderByLink, onDisk, ""},
     {"a fifo in place of a file", replaceFileByFifo, onDisk, ""},

@@ -1,9 +1,14 @@
 #include "tests/support/SessionTest.h"
 
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 namespace {
 
@@ -114,12 +119,92 @@ TEST_F(CheckTest, ReportsEveryDifference) {
 }
 
 TEST_F(CheckTest, LeavesOutWhatAnImportSkips) {
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    const std::string name = disk_ / "src/sock";
+    sockaddr_un address{AF_UNIX, {}};
+    ASSERT_LT(name.size(), sizeof address.sun_path);
+    name.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ::close(socket);
+    EXPECT_EQ(succeed("check"), "check: 2 folders, 2 files, 600003 bytes, skipped 1: equal\n");
+    succeed("touch /n/sock");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/sock: a file, but " + name + " is a socket\n");
+}
+
+TEST_F(CheckTest, ComparesTheTargetsOfLinks) {
     fs::create_symlink("f", disk_ / "src/link");
-    fs::create_symlink("f", disk_ / "src/\xFF");
-    EXPECT_EQ(succeed("check"), "check: 2 folders, 2 files, 600003 bytes, skipped 2: equal\n");
-    succeed("touch /n/link");
     EXPECT_EQ(difference(),
-              "qzstorage: check: /n/link: a file, but " + disk_ / "src/link" + " is a symbolic link\n");
+              "qzstorage: check: /n/link: missing, " + disk_ / "src/link" + " is a symbolic link\n");
+    run("import " + disk_ / "src" + " /m");
+    EXPECT_EQ(succeed("check /m " + disk_ / "src"),
+              "check: 2 folders, 2 files, 600003 bytes, 1 symbolic link: equal\n");
+    fs::remove(disk_ / "src/link");
+    fs::create_symlink("s", disk_ / "src/link");
+    EXPECT_EQ(difference("check /m " + disk_ / "src"),
+              "qzstorage: check: /m/link: a link to 'f', but " + disk_ / "src/link" + " is one to 's'\n");
+}
+
+TEST_F(CheckTest, ComparesWhichNamesAreOneFile) {
+    fs::create_hard_link(disk_ / "src/f", disk_ / "src/g");
+    succeed("import " + disk_ / "src" + " /m");
+    succeed("check /m " + disk_ / "src");
+    succeed("export /m " + disk_ / "out");
+    succeed("check /m " + disk_ / "out");
+    fs::remove(disk_ / "out/g");
+    disk_.write("out/g", "one");
+    EXPECT_EQ(difference("check /m " + disk_ / "out"), "qzstorage: check: /m/g: one file with /m/f, but " +
+                                                           disk_ / "out/g" + " and " + disk_ / "out/f" +
+                                                           " are two\n");
+    succeed("write /m/g one");
+    succeed("truncate -s 3 /m/g");
+    EXPECT_EQ(difference("check /m " + disk_ / "src"), "qzstorage: check: /m/g: a file of its own, but " +
+                                                           disk_ / "src/g" + " is one file with " +
+                                                           disk_ / "src/f" + '\n');
+    succeed("check /m " + disk_ / "out");
+}
+
+TEST_F(CheckTest, ComparesExtendedAttributes) {
+    const std::string file = disk_ / "src/f";
+    if (::setxattr(file.c_str(), "user.b", "1", 1, 0) != 0) {
+        GTEST_SKIP() << "no extended attributes here: " << std::strerror(errno);
+    }
+    const std::string begin = "qzstorage: check: /m/f: extended attribute ";
+    const std::string line = "check /m " + disk_ / "src";
+    succeed("import " + disk_ / "src" + " /m");
+    succeed(line);
+    ASSERT_EQ(::setxattr(file.c_str(), "user.b", "2", 1, 0), 0);
+    EXPECT_EQ(difference(line), begin + "user.b: " + file + " has another value\n");
+    ASSERT_EQ(::removexattr(file.c_str(), "user.b"), 0);
+    EXPECT_EQ(difference(line), begin + "user.b: " + file + " has it not\n");
+    ASSERT_EQ(::setxattr(file.c_str(), "user.b", "1", 1, 0), 0);
+    ASSERT_EQ(::setxattr(file.c_str(), "user.a", "1", 1, 0), 0);
+    EXPECT_EQ(difference(line), begin + "user.a: " + file + " has it alone\n");
+}
+
+TEST_F(CheckTest, ComparesOwnersForTheSuperuser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can give files away";
+    }
+    ASSERT_EQ(::lchown((disk_ / "src/f").c_str(), 1234, 5678), 0);
+    EXPECT_EQ(difference(), "qzstorage: check: /n/f: owner 0:0, but " + disk_ / "src/f" + " has 1234:5678\n");
+    succeed("import " + disk_ / "src" + " /m");
+    succeed("export /m " + disk_ / "out");
+    succeed("check /m " + disk_ / "out");
+    ASSERT_EQ(::lchown((disk_ / "out/f").c_str(), 0, 0), 0);
+    EXPECT_EQ(difference("check /m " + disk_ / "out"),
+              "qzstorage: check: /m/f: owner 1234:5678, but " + disk_ / "out/f" + " has 0:0\n");
+}
+
+TEST_F(CheckTest, ComparesTimesToTheNanosecond) {
+    const timespec times[2] = {{0, UTIME_OMIT}, {1000000000, 123456789}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (disk_ / "src/f").c_str(), times, 0), 0);
+    succeed("import " + disk_ / "src" + " /m");
+    succeed("check -t /m " + disk_ / "src");
+    const timespec other[2] = {{0, UTIME_OMIT}, {1000000000, 123456780}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (disk_ / "src/f").c_str(), other, 0), 0);
+    EXPECT_EQ(difference("check -t /m " + disk_ / "src"),
+              "qzstorage: check: /m/f: modified 2001-09-09 01:46:40.123456789 UTC, but " + disk_ / "src/f" +
+                  " was modified 2001-09-09 01:46:40.123456780 UTC\n");
 }
 
 TEST_F(CheckTest, FindsLinksInAnExport) {

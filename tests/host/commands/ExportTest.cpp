@@ -1,9 +1,17 @@
+#include "tests/support/ProgramRun.h"
 #include "tests/support/SessionTest.h"
 
 #include <csignal>
+#include <cstring>
+#include <fcntl.h>
 #include <filesystem>
+#include <fstream>
+#include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -90,8 +98,225 @@ TEST_F(ExportModeTest, NobodyElsesProgramComesToRunWithTheRightsOfTheUser) {
     succeed("export /own " + disk_ / "out");
     succeed("export /others " + disk_ / "out-of-others");
     EXPECT_EQ(modeOf("out"), 06755U);
-    EXPECT_EQ(modeOf("out-of-others/program"), 0755U);
-    EXPECT_EQ(modeOf("out-of-others/folder"), 0755U);
+    for (const char* const name : {"out-of-others/program", "out-of-others/folder"}) {
+        EXPECT_EQ(statusOf(disk_ / name).st_uid, nobody) << name;
+        EXPECT_EQ(statusOf(disk_ / name).st_gid, nobody) << name;
+        EXPECT_EQ(modeOf(name), 06755U) << name;
+    }
+}
+
+TEST_F(ExportModeTest, WhatCannotBeGivenAwayGetsNoSetIds) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can make files of others";
+    }
+    constexpr uid_t nobody = 65534;
+    for (const char* const name : {"src/program", "src/private"}) {
+        ASSERT_EQ(::chown((disk_ / name).c_str(), nobody, nobody), 0);
+        fs::permissions(disk_ / name, fs::perms(0755) | fs::perms::set_uid | fs::perms::set_gid);
+    }
+    ASSERT_EQ(::setxattr((disk_ / "src/program").c_str(), "user.note", "x", 1, 0), 0) << std::strerror(errno);
+    const std::string out = disk_.makeFolder("out");
+    fs::permissions(out, fs::perms::all);
+    const ProgramRun exported({"shell"}, "import " + disk_ / "src" + " /\nexport /src " + out + '\n', [] {
+        if (::prctl(PR_CAPBSET_DROP, CAP_CHOWN, 0, 0, 0) != 0) {
+            ::_exit(126);
+        }
+    });
+    EXPECT_EQ(exported.status(), 0) << exported.errors();
+    EXPECT_EQ(exported.errors(),
+              "qzstorage: export: " + out +
+                  "/src: the disk, or the rights of the user, did not allow to keep 2 owners\n");
+    EXPECT_EQ(modeOf("out/src/program"), 0755U);
+    EXPECT_EQ(modeOf("out/src/private"), 0755U);
+    EXPECT_EQ(statusOf(out + "/src/program").st_uid, ::geteuid());
+}
+
+/// What a provider does not keep.
+class ExportKeptTest : public ExportTest {
+protected:
+    void importSource() { run("import " + disk_ / "src" + " /src"); }
+
+    bool isOneFile(const std::string& one, const std::string& other) const {
+        return statusOf(disk_ / one).st_ino == statusOf(disk_ / other).st_ino;
+    }
+
+    static std::string xattrOf(const std::string& path, const char* name) {
+        std::string value(100, '\0');
+        const ssize_t size = ::getxattr(path.c_str(), name, value.data(), value.size());
+        value.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+        return value;
+    }
+};
+
+TEST_F(ExportKeptTest, SymbolicLinksComeBackAndAreReplaced) {
+    disk_.write("src/f", "x");
+    fs::create_symlink("f", disk_ / "src/link");
+    fs::create_symlink("../nowhere", disk_ / "src/dangling");
+    const timespec times[2] = {{0, UTIME_OMIT}, {1000000000, 123456789}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, (disk_ / "src/link").c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
+    importSource();
+    EXPECT_EQ(errors(),
+              "qzstorage: import: 2 symbolic links are kept for exports, the storage cannot hold them\n");
+    EXPECT_EQ(succeed("export /src " + disk_ / "out"),
+              "exported 1 folder, 1 file, 1 byte, 2 symbolic links\n");
+    EXPECT_EQ(fs::read_symlink(disk_ / "out/link"), "f");
+    EXPECT_EQ(fs::read_symlink(disk_ / "out/dangling"), "../nowhere");
+    EXPECT_EQ(statusOf(disk_ / "out/link").st_mtim.tv_nsec, 123456789);
+    fs::remove(disk_ / "out/link");
+    fs::create_symlink("elsewhere", disk_ / "out/link");
+    succeed("mv /src /out");
+    succeed("export /out " + disk_.path());
+    EXPECT_EQ(fs::read_symlink(disk_ / "out/link"), "f");
+    fs::remove(disk_ / "out/link");
+    disk_.write("out/link", "a file");
+    EXPECT_EQ(fail("export /out " + disk_.path()),
+              "qzstorage: export: " + disk_ / "out/link" + ": a file is in the way\n");
+    EXPECT_EQ(namesIn(disk_ / "out"), "dangling f link");
+}
+
+TEST_F(ExportKeptTest, SymbolicLinksFollowTheirFolderAndGiveWayToFiles) {
+    disk_.write("src/f", "x");
+    fs::create_symlink("f", disk_ / "src/link");
+    importSource();
+    succeed("mv /src /moved");
+    succeed("cp -r /moved /copy");
+    succeed("export /moved /copy " + disk_.path());
+    EXPECT_EQ(fs::read_symlink(disk_ / "moved/link"), "f");
+    EXPECT_EQ(fs::read_symlink(disk_ / "copy/link"), "f");
+    succeed("write /copy/link text");
+    succeed("rm /copy/link");
+    succeed("rm -r /moved");
+    succeed("mkdir /moved");
+    succeed("export /moved " + disk_ / "new");
+    succeed("export /copy " + disk_ / "other");
+    EXPECT_EQ(namesIn(disk_ / "new"), "");
+    EXPECT_EQ(namesIn(disk_ / "other"), "f");
+}
+
+TEST_F(ExportKeptTest, NamesOfOneFileStayNamesOfOneFile) {
+    disk_.write("src/a", "x");
+    disk_.makeFolder("src/s");
+    fs::create_hard_link(disk_ / "src/a", disk_ / "src/b");
+    fs::create_hard_link(disk_ / "src/a", disk_ / "src/s/c");
+    importSource();
+    EXPECT_EQ(succeed("export /src " + disk_ / "out"), "exported 2 folders, 3 files, 1 byte\n");
+    EXPECT_TRUE(isOneFile("out/a", "out/b"));
+    EXPECT_TRUE(isOneFile("out/a", "out/s/c"));
+    succeed("mv /src /out");
+    succeed("export /out " + disk_.path());
+    EXPECT_TRUE(isOneFile("out/a", "out/s/c")) << "once more, onto the same";
+    EXPECT_EQ(namesIn(disk_ / "out"), "a b s");
+    succeed("mv /out /src");
+    succeed("append /src/b more");
+    succeed("mv /src/s/c /src/d");
+    succeed("export /src " + disk_ / "changed");
+    EXPECT_EQ(readFile(disk_ / "changed/a"), "x");
+    EXPECT_EQ(readFile(disk_ / "changed/b"), "xmore\n");
+    EXPECT_FALSE(isOneFile("changed/a", "changed/b"));
+    EXPECT_TRUE(isOneFile("changed/a", "changed/d"));
+}
+
+TEST_F(ExportKeptTest, ACopyIsAFileOfItsOwn) {
+    disk_.write("src/a", "x");
+    fs::create_hard_link(disk_ / "src/a", disk_ / "src/b");
+    importSource();
+    succeed("cp /src/a /src/c");
+    succeed("export /src " + disk_ / "out");
+    EXPECT_TRUE(isOneFile("out/a", "out/b"));
+    EXPECT_FALSE(isOneFile("out/a", "out/c"));
+}
+
+TEST_F(ExportKeptTest, TimesComeBackToTheNanosecondUntilTheyChange) {
+    disk_.write("src/f", "x");
+    disk_.write("src/g", "x");
+    const timespec times[2] = {{0, UTIME_OMIT}, {1000000000, 123456789}};
+    for (const char* const name : {"src/f", "src/g", "src"}) {
+        ASSERT_EQ(::utimensat(AT_FDCWD, (disk_ / name).c_str(), times, 0), 0);
+    }
+    importSource();
+    succeed("touch /src/g");
+    succeed("export /src " + disk_ / "out");
+    EXPECT_EQ(statusOf(disk_ / "out/f").st_mtim.tv_nsec, 123456789);
+    EXPECT_EQ(statusOf(disk_ / "out").st_mtim.tv_nsec, 123456789);
+    EXPECT_EQ(statusOf(disk_ / "out/g").st_mtim.tv_nsec % 1000, 0);
+    EXPECT_GT(statusOf(disk_ / "out/g").st_mtim.tv_sec, 1000000000);
+}
+
+TEST_F(ExportKeptTest, ExtendedAttributesComeBack) {
+    disk_.write("src/f", "x");
+    for (const char* const name : {"src/f", "src"}) {
+        if (::setxattr((disk_ / name).c_str(), "user.note", name, std::strlen(name), 0) != 0) {
+            GTEST_SKIP() << "no extended attributes here: " << std::strerror(errno);
+        }
+    }
+    importSource();
+    succeed("export /src " + disk_ / "out");
+    EXPECT_EQ(xattrOf(disk_ / "out/f", "user.note"), "src/f");
+    EXPECT_EQ(xattrOf(disk_ / "out", "user.note"), "src");
+    succeed("check /src " + disk_ / "out");
+}
+
+TEST_F(ExportKeptTest, HolesComeBackOfFilesThatHadSome) {
+    constexpr std::size_t size = 8U << 20U;
+    constexpr std::size_t middle = size / 2;
+    disk_.write("src/dense", std::string(size, '\0'));
+    disk_.write("src/sparse", "begin");
+    {
+        std::fstream sparse(disk_ / "src/sparse", std::ios::in | std::ios::out | std::ios::binary);
+        sparse.seekp(middle);
+        sparse << "middle";
+    }
+    fs::resize_file(disk_ / "src/sparse", size);
+    if (statusOf(disk_ / "src/sparse").st_blocks * 512 > static_cast<blkcnt_t>(middle)) {
+        GTEST_SKIP() << "this disk has no holes";
+    }
+    importSource();
+    EXPECT_EQ(output(), "imported 1 folder, 2 files, 16777216 bytes\n");
+    succeed("export /src " + disk_ / "out");
+    EXPECT_EQ(readFile(disk_ / "out/sparse"), readFile(disk_ / "src/sparse"));
+    EXPECT_EQ(statusOf(disk_ / "out/sparse").st_blocks, statusOf(disk_ / "src/sparse").st_blocks);
+    EXPECT_EQ(statusOf(disk_ / "out/dense").st_blocks, statusOf(disk_ / "src/dense").st_blocks);
+    succeed("check /src " + disk_ / "out");
+}
+
+TEST_F(ExportKeptTest, AFileWithAHoleAtItsEndHasItsSize) {
+    disk_.write("src/f", "x");
+    fs::resize_file(disk_ / "src/f", 1U << 20U);
+    disk_.write("src/g", "");
+    fs::resize_file(disk_ / "src/g", 1000001);
+    importSource();
+    succeed("export /src " + disk_ / "out");
+    EXPECT_EQ(fs::file_size(disk_ / "out/f"), 1U << 20U);
+    EXPECT_EQ(fs::file_size(disk_ / "out/g"), 1000001U);
+    succeed("check /src " + disk_ / "out");
+}
+
+TEST_F(ExportKeptTest, OwnersComeBackForTheSuperuser) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only the superuser can give files away";
+    }
+    disk_.write("src/f", "x");
+    fs::create_symlink("f", disk_ / "src/link");
+    ASSERT_EQ(::mkfifo((disk_ / "src/fifo").c_str(), 0640), 0);
+    const std::vector<std::string> names{"", "/f", "/link", "/fifo"};
+    for (const std::string& name : names) {
+        ASSERT_EQ(::lchown((disk_ / ("src" + name)).c_str(), 1234, 5678), 0);
+    }
+    importSource();
+    succeed("export /src " + disk_ / "out");
+    for (const std::string& name : names) {
+        EXPECT_EQ(statusOf(disk_ / ("out" + name)).st_uid, 1234U) << name;
+        EXPECT_EQ(statusOf(disk_ / ("out" + name)).st_gid, 5678U) << name;
+    }
+    EXPECT_EQ(statusOf(disk_ / "out/fifo").st_mode, S_IFIFO | 0640U);
+}
+
+TEST_F(ExportKeptTest, WhatAKilledExportLeftOfALinkIsRemoved) {
+    disk_.makeFolder("out");
+    fs::create_symlink("x", disk_ / "out/.qzstorage-0123456789abcdef-0.part");
+    succeed("export /a/f " + disk_ / "out");
+    succeed("export / " + disk_ / "out");
+    EXPECT_EQ(namesIn(disk_ / "out"), "a f");
 }
 
 TEST_F(ExportModeTest, AFolderThatWasImportedInPartStaysPrivate) {

@@ -58,11 +58,19 @@ TEST_F(ExportTargetTest, AnExportAddsAndASynchronizationMakesEqual) {
         fs::create_directory(folder + "/shared");
         write(folder + "/shared/imported", "imported");
         fs::create_symlink("kept", folder + "/shared/link");
+        fs::create_symlink("kept", folder + "/turned");
+        fs::create_hard_link(folder + "/kept", folder + "/second");
         const ProgramRun run = runMounted({"--import", folder, option, folder}, [&](pid_t) {
             fs::remove(inside("removed"));
             fs::rename(inside("renamed"), inside("new name"));
             fs::remove_all(inside("emptied"));
             fs::remove_all(inside("shared"));
+            EXPECT_EQ(fs::read_symlink(inside("turned")), "kept");
+            if (option == "--sync-on-exit") { // otherwise the link is in the way
+                fs::remove(inside("turned"));
+                write(inside("turned"), "now a file");
+            }
+            fs::create_symlink("made", inside("new link"));
             write(inside("made"), "made");
             write(inside("kept"), "changed");
             write(folder + "/appeared", "appeared");
@@ -70,11 +78,14 @@ TEST_F(ExportTargetTest, AnExportAddsAndASynchronizationMakesEqual) {
         });
         EXPECT_EQ(run.status(), 0) << run.errors();
         if (option == "--sync-on-exit") {
-            EXPECT_EQ(namesIn(folder), "appeared kept made new name shared");
-            EXPECT_EQ(namesIn(folder + "/shared"), "link") << "it was not imported";
+            EXPECT_EQ(namesIn(folder), "appeared kept made new link new name second turned");
+            EXPECT_EQ(readFile(folder + "/turned"), "now a file");
         } else {
-            EXPECT_EQ(namesIn(folder), "appeared emptied kept made new name removed renamed shared");
+            EXPECT_EQ(namesIn(folder),
+                      "appeared emptied kept made new link new name removed renamed second shared turned");
         }
+        EXPECT_EQ(fs::read_symlink(folder + "/new link"), "made");
+        EXPECT_TRUE(fs::equivalent(folder + "/kept", folder + "/second"));
         EXPECT_EQ(readFile(folder + "/kept"), "changed");
         EXPECT_EQ(readFile(folder + "/new name"), "renamed");
     }

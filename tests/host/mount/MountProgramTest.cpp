@@ -3,6 +3,7 @@
 #include "tests/support/Unprivileged.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -303,6 +304,27 @@ TEST_F(MountingTest, ReadOnlyRefusesAllChanges) {
         ::kill(process, SIGINT);
     });
     expectSuccess(run);
+}
+
+TEST_F(MountingTest, SaysWhatTheStorageDidNotKeep) {
+    const Words plugin{"--plugin", std::string(TEST_BAD_PLUGINS) + "/libBadProvider.so"};
+    const auto make = [&](pid_t) {
+        write(inside("f"), "content");
+        fs::permissions(inside("f"), fs::perms(0600));
+        fs::create_symlink("f", inside("link"));
+        fs::create_hard_link(inside("f"), inside("second"));
+        EXPECT_TRUE(unmount());
+    };
+    EXPECT_EQ(runMounted({}, make).errors(), "") << "a volatile storage";
+    ::setenv("BAD_PLUGIN", "hasFeature lasting", 1);
+    EXPECT_EQ(runMounted(plugin, make).errors(),
+              "qzstorage: mount: " + mountPoint_ + ": 2 links and 1 mode were not kept by the storage\n");
+    Words exporting = plugin;
+    exporting.insert(exporting.end(), {"--export-on-exit", disk_ / "out"});
+    EXPECT_EQ(runMounted(exporting, make).errors(), "");
+    ::unsetenv("BAD_PLUGIN");
+    EXPECT_EQ(fs::read_symlink(disk_ / "out/link"), "f");
+    EXPECT_TRUE(fs::equivalent(disk_ / "out/f", disk_ / "out/second"));
 }
 
 TEST_F(MountingTest, TwoStoragesCanBeMountedAtOnce) {

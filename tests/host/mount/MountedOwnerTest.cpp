@@ -1,4 +1,3 @@
-#include "host/mount/MountedModes.h"
 #include "host/mount/Ownership.h"
 #include "tests/host/mount/BoundedProvider.h"
 #include "tests/host/mount/MountedStorageTest.h"
@@ -9,19 +8,12 @@
 namespace {
 
 using storage::host::AttributeChange;
-using storage::host::modeOf;
 using storage::host::Owner;
-using storage::host::StoragePath;
 
 constexpr Owner anotherOwner{1234, 5678};
 
 /// Users and groups of entries.
-class MountedOwnerTest : public MountedStorageTest {
-protected:
-    std::optional<mode_t> exportedMode(std::u16string_view name) {
-        return modeOf(mount_.storage(), StoragePath().child(name));
-    }
-};
+class MountedOwnerTest : public MountedStorageTest {};
 
 TEST_F(MountedOwnerTest, WhatTheStorageHeldBeforeHasTheDefaultOwner) {
     memory_->doCreateFile(foundation::storage::provider::StorageIRI(u"/f"));
@@ -98,18 +90,6 @@ TEST_F(MountedOwnerTest, AFileThatGetsAnotherOwnerOrIsWrittenToLosesItsSetIdBits
         mount_.setPermissions(file, before);
         EXPECT_EQ(mount_.storage().change(file, change).st_mode & 07777U, after);
     }
-}
-
-TEST_F(MountedOwnerTest, NobodyElsesSetIdBitsAreExported) {
-    const Owner self = Owner::ofProcess();
-    mount_.makeFile("/own", "", 06755);
-    mount_.makeFile("/user", "", 06755, {self.user + 1, self.group});
-    mount_.makeFile("/group", "", 06755, {self.user, self.group + 1});
-    mount_.makeFolder("/folder", 03777, anotherOwner);
-    EXPECT_EQ(exportedMode(u"own"), 06755U);
-    EXPECT_EQ(exportedMode(u"user"), 02755U);
-    EXPECT_EQ(exportedMode(u"group"), 04755U);
-    EXPECT_EQ(exportedMode(u"folder"), 01777U);
 }
 
 /// There are millions of inodes: what few of them have must not make all of them larger.

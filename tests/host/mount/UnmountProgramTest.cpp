@@ -152,8 +152,15 @@ TEST_F(UnmountProgramTest, WhatOthersMakeDoesNotRunWithTheRightsOfTheMounter) {
         EXPECT_EQ(status.st_mode, S_IFREG | 06755U);
         expectSuccess(ProgramRun({"unmount", mountPoint_}));
     }));
-    EXPECT_EQ(fs::status(exported + "/program").permissions(), fs::perms(0755));
-    EXPECT_EQ(fs::status(exported + "/folder").permissions(), fs::perms(0755));
+    struct stat program {};
+    EXPECT_EQ(::stat((exported + "/program").c_str(), &program), 0);
+    EXPECT_EQ(program.st_mode, S_IFREG | 06755U) << "with the rights of";
+    EXPECT_EQ(program.st_uid, somebody) << "its owner";
+    EXPECT_EQ(program.st_gid, somebody);
+    struct stat folder {};
+    EXPECT_EQ(::stat((exported + "/folder").c_str(), &folder), 0);
+    EXPECT_EQ(folder.st_mode, S_IFDIR | 0755U);
+    EXPECT_EQ(folder.st_gid, somebody);
 }
 
 TEST_F(MountProgramTest, WrongUsageOfUnmountIsOneLineAndStatusTwo) {

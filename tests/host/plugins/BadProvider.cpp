@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 /// A plug-in that works but for one operation, wherever a path has "bad" in it, or is of a copy or a validation. The environment
-/// says what goes wrong: BAD_PLUGIN="OPERATION MISDEED", where the operation is one that HookedProvider names, "entry" or
+/// says what goes wrong: BAD_PLUGIN="OPERATION MISDEED", or "hasFeature lasting" for a storage that claims to be lasting, where the operation is one that HookedProvider names, "entry" or
 /// "getFilenameSensitivity". "shutdown" and "getFilenameSensitivity" go wrong for any path.
 
 namespace {
@@ -120,6 +120,10 @@ public:
     FilenameSensitivity doGetFilenameSensitivity(const StorageIRI& iri) const override {
         before("getFilenameSensitivity", iri);
         return HookedProvider::doGetFilenameSensitivity(iri);
+    }
+
+    bool doHasFeature(const ExtendedFeature& feature) const override {
+        return wish_.misdeed != "lasting" && HookedProvider::doHasFeature(feature);
     }
 
 private:

@@ -1,6 +1,8 @@
 #include "host/support/Umask.h"
 #include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
+#include "host/transfer/SessionExportSource.h"
+#include "host/transfer/SessionImportTarget.h"
 #include "tests/support/DefaultSignals.h"
 #include "tests/support/MiscountingProvider.h"
 #include "tests/support/SharedProvider.h"
@@ -18,8 +20,11 @@ using storage::host::Exporter;
 using storage::host::Importer;
 using storage::host::ImportLog;
 using storage::host::Interruption;
+using storage::host::KeptAttributes;
 using storage::host::OutputKind;
 using storage::host::RootAttributes;
+using storage::host::SessionExportSource;
+using storage::host::SessionImportTarget;
 using storage::host::StoragePath;
 using testing::HasSubstr;
 
@@ -31,14 +36,15 @@ const std::vector<MiscountingProvider::Count> wrongCounts{[](long count) { retur
 class TransferTest : public testing::Test {
 protected:
     void import() {
-        Importer(provider_, console_, interruption_, imports_, modes_)
+        SessionImportTarget target(provider_, kept_);
+        Importer(target, console_, interruption_, imports_)
             .run(disk_ / "src", StoragePath().child(u"copy"), RootAttributes::FromSource);
     }
 
     void exportAll() {
-        Exporter(provider_, console_, interruption_, [&](const StoragePath& path) {
-            return modes_.find(path);
-        }).run(StoragePath().child(u"copy"), disk_ / "out", RootAttributes::FromSource);
+        SessionExportSource source(provider_, kept_);
+        Exporter(source, console_, interruption_)
+            .run(StoragePath().child(u"copy"), disk_ / "out", RootAttributes::FromSource);
     }
 
     TemporaryFolder disk_;
@@ -48,7 +54,7 @@ protected:
     Interruption interruption_;
     Console console_{out_, OutputKind::Plain, err_, OutputKind::Plain};
     ImportLog imports_;
-    storage::host::EntryModes modes_ = storage::host::EntryModes::ofUmask(storage::host::currentUmask());
+    KeptAttributes kept_ = KeptAttributes::ofUmask(storage::host::currentUmask());
     MiscountingProvider provider_{sharedProvider(TEST_PLUGIN)};
 };
 

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "host/mount/MountedPaths.h"
+#include "host/mount/MountedStorage.h"
+#include "host/transfer/ExportSource.h"
+
+namespace storage::host {
+
+/// A mounted storage as programs saw it.
+///
+/// Borrows the storage, in which nothing changes meanwhile. Thread safety: one object is for one thread.
+class MountExportSource final : public ExportSource {
+public:
+    explicit MountExportSource(MountedStorage& storage) : storage_(storage), paths_(storage) {}
+
+    Authority authority() const noexcept override { return Authority::Source; }
+    EntryKind kindOf(const StoragePath& path) override;
+    std::vector<Child> childrenOf(const StoragePath& folder) override;
+    Entry entryAt(const StoragePath& path, EntryKind kind) override;
+    std::uint64_t sizeOf(const StoragePath& file) override;
+    std::unique_ptr<Reader> open(const StoragePath& file) override;
+
+private:
+    MountedStorage& storage_;
+    MountedPaths paths_;
+};
+
+} // namespace storage::host

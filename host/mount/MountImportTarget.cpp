@@ -1,0 +1,170 @@
+#include "host/mount/MountImportTarget.h"
+
+#include "host/disk/DiskEntry.h"
+#include "host/mount/ErrnoError.h"
+
+#include <cerrno>
+#include <string>
+#include <sys/stat.h>
+#include <utility>
+
+namespace storage::host {
+
+namespace {
+
+// Until they have their attributes.
+constexpr mode_t newFileMode = 0600;
+constexpr mode_t newFolderMode = 0700;
+
+std::string temporaryName(unsigned number) {
+    return ".qzstorage-import-" + std::to_string(number);
+}
+
+Owner ownerOf(const DiskAttributes& attributes) {
+    return attributes.owner ? Owner{attributes.owner->user, attributes.owner->group} : Owner::ofProcess();
+}
+
+} // namespace
+
+/// A file under its own name, or under a temporary one beside the file that it replaces.
+class MountImportTarget::NewFile final : public ImportTarget::File {
+public:
+    NewFile(MountImportTarget& target, const StoragePath& path)
+        : target_(target), folder_(target.paths_.folderAt(path.parent())), finalName_(programNameOf(path)) {
+        MountedStorage& storage = target_.storage_;
+        name_ = finalName_;
+        for (unsigned number = 0; target_.isTaken(folder_, name_); ++number) {
+            name_ = temporaryName(number);
+        }
+        file_ =
+            static_cast<FileInode*>(storage.makeFile(folder_, name_, newFileMode, Owner::ofProcess()).inode);
+    }
+    ~NewFile() override {
+        if (!isFinished_) {
+            try {
+                target_.storage_.removeFile(folder_, name_);
+            } catch (...) { // the failure that left the file unfinished is the one to report
+            }
+        }
+        target_.storage_.release(*file_, 1);
+    }
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    void write(std::span<const char> bytes) override {
+        target_.storage_.write(*file_, offset_, bytes);
+        offset_ += bytes.size();
+    }
+
+    /// What is written behind it, or the size, makes the hole.
+    void writeHole(std::uint64_t count) override { offset_ += count; }
+
+    void finish(const DiskAttributes& attributes) override {
+        MountedStorage& storage = target_.storage_;
+        if (static_cast<std::uint64_t>(storage.status(*file_).st_size) < offset_) {
+            AttributeChange change;
+            change.size = offset_;
+            storage.change(*file_, change);
+        }
+        if (name_ != finalName_) {
+            storage.rename(folder_, name_, folder_, finalName_, 0);
+        }
+        isFinished_ = true;
+        target_.apply(*file_, attributes);
+    }
+
+private:
+    MountImportTarget& target_;
+    FolderInode& folder_;
+    const std::string finalName_;
+    std::string name_;
+    FileInode* file_ = nullptr;
+    std::uint64_t offset_ = 0;
+    bool isFinished_ = false;
+};
+
+void MountImportTarget::requirePlace(const StoragePath& path) {
+    paths_.folderAt(path.parent());
+}
+
+void MountImportTarget::enterFolder(const StoragePath& path, const DiskAttributes*) {
+    Inode* const existing = paths_.find(path);
+    if (existing == nullptr) {
+        FolderInode& above = paths_.folderAt(path.parent());
+        storage_.release(
+            *storage_.makeFolder(above, programNameOf(path), newFolderMode, Owner::ofProcess()).inode, 1);
+    } else if (!existing->isFolder()) {
+        throw ErrnoError(ENOTDIR);
+    }
+}
+
+void MountImportTarget::leaveFolder(const StoragePath& path, const DiskAttributes* attributes) {
+    if (attributes != nullptr) {
+        apply(paths_.folderAt(path), *attributes);
+    }
+}
+
+std::unique_ptr<ImportTarget::File> MountImportTarget::makeFile(const StoragePath& path) {
+    return std::make_unique<NewFile>(*this, path);
+}
+
+bool MountImportTarget::link(const StoragePath& existing, const StoragePath& path) {
+    Inode& file = paths_.at(existing);
+    FolderInode& folder = clearPlace(path);
+    storage_.release(*storage_.link(file, folder, programNameOf(path)).inode, 1);
+    return true;
+}
+
+void MountImportTarget::makeSpecial(const StoragePath& path, const DiskAttributes& attributes) {
+    FolderInode& folder = clearPlace(path);
+    const std::string name = programNameOf(path);
+    const Owner owner = ownerOf(attributes);
+    Inode& made = attributes.kind == EntryKind::SymbolicLink
+                      ? *storage_.makeSymbolicLink(folder, name, attributes.linkTarget, owner).inode
+                      : *storage_
+                             .makeNode(folder, name, fileTypeOf(attributes.kind) | newFileMode,
+                                       attributes.device, owner)
+                             .inode;
+    apply(made, attributes);
+    storage_.release(made, 1);
+}
+
+/// Removes what a new entry replaces. A folder is not replaced: making the entry fails.
+FolderInode& MountImportTarget::clearPlace(const StoragePath& path) {
+    FolderInode& folder = paths_.folderAt(path.parent());
+    if (Inode* const existing = paths_.find(path); existing != nullptr && !existing->isFolder()) {
+        storage_.removeFile(folder, programNameOf(path));
+    }
+    return folder;
+}
+
+bool MountImportTarget::isTaken(FolderInode& folder, const std::string& name) {
+    Inode* const inode = storage_.lookUp(folder, name).inode;
+    if (inode == nullptr) {
+        return false;
+    }
+    storage_.release(*inode, 1);
+    return true;
+}
+
+/// The owner first: giving a file away takes its set-user-ID bit.
+void MountImportTarget::apply(Inode& inode, const DiskAttributes& attributes) {
+    if (const Owner owner = ownerOf(attributes); owner != Owner::ofProcess()) {
+        AttributeChange given;
+        given.owner = owner.user;
+        given.group = owner.group;
+        storage_.change(inode, given);
+    }
+    for (const auto& [name, value] : attributes.xattrs) {
+        storage_.setExtended(inode, name, value, 0);
+    }
+    AttributeChange change;
+    change.modified = attributes.modified;
+    change.accessed = attributes.modified;
+    if (attributes.kind != EntryKind::SymbolicLink) {
+        change.permissions = attributes.mode;
+    }
+    storage_.change(inode, change);
+}
+
+} // namespace storage::host

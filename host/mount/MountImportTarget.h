@@ -1,0 +1,39 @@
+#pragma once
+
+#include "host/mount/MountedPaths.h"
+#include "host/mount/MountedStorage.h"
+#include "host/transfer/ImportTarget.h"
+
+#include <memory>
+#include <string>
+
+namespace storage::host {
+
+/// A storage that is about to be mounted, which keeps all that a disk has.
+///
+/// Borrows the storage. Thread safety: one object is for one thread.
+class MountImportTarget final : public ImportTarget {
+public:
+    explicit MountImportTarget(MountedStorage& storage) : storage_(storage), paths_(storage) {}
+
+    void requirePlace(const StoragePath& path) override;
+    void enterFolder(const StoragePath& path, const DiskAttributes* attributes) override;
+    void leaveFolder(const StoragePath& path, const DiskAttributes* attributes) override;
+    void leaveAll() noexcept override {}
+    std::unique_ptr<File> makeFile(const StoragePath& path) override;
+    std::uint64_t newLinkGroup() override { return 0; }
+    bool link(const StoragePath& existing, const StoragePath& path) override;
+    void makeSpecial(const StoragePath& path, const DiskAttributes& attributes) override;
+
+private:
+    class NewFile;
+
+    FolderInode& clearPlace(const StoragePath& path);
+    bool isTaken(FolderInode& folder, const std::string& name);
+    void apply(Inode& inode, const DiskAttributes& attributes);
+
+    MountedStorage& storage_;
+    MountedPaths paths_;
+};
+
+} // namespace storage::host

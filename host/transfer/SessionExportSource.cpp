@@ -1,0 +1,94 @@
+#include "host/transfer/SessionExportSource.h"
+
+#include "host/storage/ByteStreamDevice.h"
+#include "host/storage/EntryRules.h"
+#include "host/storage/Listing.h"
+#include "host/support/FileTime.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace storage::host {
+
+using foundation::storage::provider::EntryExistence;
+using foundation::storage::provider::FolderEntry;
+
+namespace {
+
+/// A provider has no holes.
+class StreamReader final : public ExportSource::Reader {
+public:
+    explicit StreamReader(std::unique_ptr<foundation::storage::provider::ByteStream> stream)
+        : stream_(std::move(stream)) {}
+
+    std::uint64_t skipHole() override { return 0; }
+
+    std::size_t read(std::span<char> buffer) override {
+        const auto count = stream_.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+        return count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+
+private:
+    ByteStreamDevice stream_;
+};
+
+/// What is recorded of another entry that had the place before does not count.
+ExportSource::Entry complete(DiskAttributes known, EntryKind kind, bool isWritable,
+                             const boost::posix_time::ptime& lastModified) {
+    if (known.kind != kind) {
+        known = {};
+        known.kind = kind;
+    }
+    known.modified = known.modified.value_or(toDiskTime(lastModified));
+    return {std::move(known), isWritable};
+}
+
+} // namespace
+
+EntryKind SessionExportSource::kindOf(const StoragePath& path) {
+    return requireEntry(provider_, path) == EntryExistence::Folder ? EntryKind::Folder : EntryKind::File;
+}
+
+std::vector<ExportSource::Child> SessionExportSource::childrenOf(const StoragePath& folder) {
+    std::vector<Child> children;
+    for (const FolderEntry& entry : sortedEntries(provider_.doListAll(folder.iri()))) {
+        children.push_back({entry.getName(), entry.getType() == FolderEntry::EntryType::Folder
+                                                 ? EntryKind::Folder
+                                                 : EntryKind::File});
+    }
+    const auto isBefore = [](const Child& left, const Child& right) { return left.name < right.name; };
+    const auto special = kept_.specialIn(folder);
+    const auto stored = static_cast<std::ptrdiff_t>(children.size());
+    for (const KeptAttributes::Special& entry : special) {
+        const Child child{entry.name, entry.kind};
+        if (!std::binary_search(children.begin(), children.begin() + stored, child, isBefore)) {
+            children.push_back(child);
+        }
+    }
+    std::inplace_merge(children.begin(), children.begin() + stored, children.end(), isBefore);
+    return children;
+}
+
+ExportSource::Entry SessionExportSource::entryAt(const StoragePath& path, EntryKind kind) {
+    if (kind == EntryKind::Folder) {
+        const auto stored = provider_.doGetFolderAttributes(path.iri());
+        const auto time = stored.getLastModified();
+        return complete(kept_.find(path, time), kind, stored.isWritable(), time);
+    }
+    if (kind == EntryKind::File) {
+        const auto stored = provider_.doGetFileAttributes(path.iri());
+        const auto time = stored.getLastModified();
+        return complete(kept_.find(path, time), kind, stored.isWritable(), time);
+    }
+    return {kept_.find(path, {}), true};
+}
+
+std::uint64_t SessionExportSource::sizeOf(const StoragePath& file) {
+    return provider_.doGetFileAttributes(file.iri()).getSize();
+}
+
+std::unique_ptr<ExportSource::Reader> SessionExportSource::open(const StoragePath& file) {
+    return std::make_unique<StreamReader>(provider_.doOpenReadOnlyStream(file.iri()));
+}
+
+} // namespace storage::host

@@ -1,0 +1,120 @@
+#include "host/transfer/SessionImportTarget.h"
+
+#include "host/storage/ByteStreamDevice.h"
+#include "host/storage/EntryRules.h"
+#include "host/storage/TemporaryStorageFile.h"
+#include "host/storage/UnfinishedFile.h"
+#include "host/support/FileTime.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <utility>
+
+namespace storage::host {
+
+using foundation::storage::provider::ByteStreamContent;
+using foundation::storage::provider::StorageIRI;
+
+/// A file of the provider under its own name, or under a temporary one beside the file that it replaces.
+class SessionImportTarget::NewFile final : public ImportTarget::File {
+public:
+    NewFile(SessionImportTarget& target, const StoragePath& path)
+        : target_(target), path_(path), iri_(path.iri()) {
+        if (target_.provider_.doFileExists(iri_)) {
+            replacement_ = std::make_unique<TemporaryStorageFile>(target_.provider_, path_);
+        } else {
+            created_ = std::make_unique<UnfinishedFile>(target_.provider_, iri_);
+        }
+        const StorageIRI iri = replacement_ ? replacement_->path().iri() : iri_;
+        stream_.emplace(target_.provider_.doOpenStream(iri, {.content = ByteStreamContent::Empty}));
+    }
+
+    void write(std::span<const char> bytes) override {
+        try {
+            stream_->write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        } catch (const std::bad_alloc&) {
+            if (!replacement_) {
+                throw;
+            }
+            throw std::runtime_error("out of memory: " + path_.printed() +
+                                     " is kept until it can be replaced, and there is no room for both");
+        }
+    }
+
+    void writeHole(std::uint64_t count) override {
+        static constexpr std::array<char, std::size_t{64} * 1024> zeros{};
+        while (count > 0) {
+            const std::uint64_t step = std::min<std::uint64_t>(count, zeros.size());
+            write(std::span(zeros).first(step));
+            count -= step;
+        }
+    }
+
+    void finish(const DiskAttributes& attributes) override {
+        stream_.reset();
+        if (replacement_) {
+            replacement_->moveIntoPlace();
+        } else {
+            created_->finish();
+        }
+        target_.kept_.set(path_, attributes);
+        target_.apply(path_, attributes);
+    }
+
+private:
+    SessionImportTarget& target_;
+    const StoragePath path_;
+    const StorageIRI iri_;
+    std::unique_ptr<TemporaryStorageFile> replacement_; ///< null for a file that was not there
+    std::unique_ptr<UnfinishedFile> created_;           ///< null for one that was
+    std::optional<ByteStreamDevice> stream_;            ///< destroyed first
+};
+
+void SessionImportTarget::requirePlace(const StoragePath& path) {
+    refuseFileAbove(provider_, path);
+}
+
+void SessionImportTarget::enterFolder(const StoragePath& path, const DiskAttributes* attributes) {
+    std::unique_ptr<const LiftedFolderFlag> lifted;
+    if (!provider_.doFolderExists(path.iri())) {
+        provider_.doCreateFolder(path.iri());
+    } else if (attributes != nullptr) { // an earlier import may have made it read-only
+        lifted = std::make_unique<const LiftedFolderFlag>(provider_, path);
+    }
+    if (attributes != nullptr) {
+        kept_.set(path, *attributes);
+    } else {
+        kept_.changed(path); // a symbolic link may have had the place
+    }
+    lifted_.push_back(std::move(lifted));
+}
+
+void SessionImportTarget::leaveFolder(const StoragePath& path, const DiskAttributes* attributes) {
+    lifted_.pop_back();
+    if (attributes != nullptr) {
+        apply(path, *attributes);
+    }
+}
+
+std::unique_ptr<ImportTarget::File> SessionImportTarget::makeFile(const StoragePath& path) {
+    return std::make_unique<NewFile>(*this, path);
+}
+
+void SessionImportTarget::makeSpecial(const StoragePath& path, const DiskAttributes& attributes) {
+    refuseFolder(provider_, path);
+    if (provider_.doFileExists(path.iri())) {
+        provider_.doSetWritable(path.iri(), true);
+        provider_.doRemoveFile(path.iri());
+    }
+    kept_.set(path, attributes);
+}
+
+void SessionImportTarget::apply(const StoragePath& path, const DiskAttributes& attributes) {
+    provider_.doSetLastModified(path.iri(), fromDiskTime(attributes.modified.value()));
+    provider_.doSetWritable(path.iri(), (attributes.mode.value() & S_IWUSR) != 0);
+}
+
+} // namespace storage::host

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "host/session/KeptAttributes.h"
+#include "host/storage/LiftedFolderFlag.h"
+#include "host/transfer/ImportTarget.h"
+#include "hostapi/storage/provider/IProvider.h"
+
+#include <memory>
+#include <vector>
+
+namespace storage::host {
+
+/// A provider, and the session's record of what it does not keep.
+///
+/// Borrows both. Thread safety: one object is for one thread.
+class SessionImportTarget final : public ImportTarget {
+public:
+    using IProvider = foundation::storage::provider::IProvider;
+
+    SessionImportTarget(const IProvider& provider, KeptAttributes& kept) : provider_(provider), kept_(kept) {}
+
+    void requirePlace(const StoragePath& path) override;
+    void enterFolder(const StoragePath& path, const DiskAttributes* attributes) override;
+    void leaveFolder(const StoragePath& path, const DiskAttributes* attributes) override;
+    void leaveAll() noexcept override { lifted_.clear(); }
+    std::unique_ptr<File> makeFile(const StoragePath& path) override;
+    std::uint64_t newLinkGroup() override { return kept_.newLinkGroup(); }
+    bool link(const StoragePath&, const StoragePath&) override { return false; }
+    void makeSpecial(const StoragePath& path, const DiskAttributes& attributes) override;
+
+private:
+    class NewFile;
+
+    void apply(const StoragePath& path, const DiskAttributes& attributes);
+
+    const IProvider& provider_;
+    KeptAttributes& kept_;
+    std::vector<std::unique_ptr<const LiftedFolderFlag>> lifted_; ///< of the entered folders; null for most
+};
+
+} // namespace storage::host
