@@ -58,7 +58,7 @@ std::vector<std::string> listDiskFolder(const FileDescriptor& folder) {
 }
 
 std::string readDiskLink(const FileDescriptor& folder, const std::string& name) {
-    std::array<char, PATH_MAX> target; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by the system
+    std::array<char, PATH_MAX> target{};
     const ssize_t size = ::readlinkat(folder.number(), name.c_str(), target.data(), target.size());
     if (size < 0) {
         throw diskError(diskChild(folder.path(), name), errno);

@@ -17,8 +17,7 @@ constexpr std::size_t longestValue = std::size_t{64} * 1024; ///< of the system,
 
 /// The list of names, each with a NUL behind it.
 std::string listXattrs(const FileDescriptor& entry) {
-    std::array<char, 256>
-        small; // NOLINT(cppcoreguidelines-pro-type-member-init): of most entries it is empty
+    std::array<char, 256> small{}; // enough for most entries
     ssize_t size = ::flistxattr(entry.number(), small.data(), small.size());
     if (size >= 0) {
         return {small.data(), static_cast<std::size_t>(size)};
