@@ -59,7 +59,13 @@ protected:
     /// Types keys and waits for the next prompt.
     static std::string printedAfter(Terminal& terminal, const std::string& keys) {
         terminal.type(keys);
-        return terminal.readUntil(prompt);
+        return waitForPrompt(terminal);
+    }
+
+    static std::string waitForPrompt(Terminal& terminal) {
+        std::string printed = terminal.readUntil(prompt);
+        terminal.waitFor(Terminal::Mode::Keys);
+        return printed;
     }
 
     static void leave(Terminal& terminal) {
@@ -74,7 +80,7 @@ protected:
 
 TEST_F(PromptTest, BeginsWithThePluginAndTheWayToHelp) {
     hold([](Terminal& terminal) {
-        EXPECT_THAT(terminal.readUntil(prompt),
+        EXPECT_THAT(waitForPrompt(terminal),
                     StartsWith("Plug-in libqzstorageinmemoryprovider.so; 'help' lists the commands, Tab "
                                "completes words\r\n"));
         leave(terminal);
@@ -85,7 +91,7 @@ TEST_F(PromptTest, TabCompletesCommandsAndPaths) {
     const TemporaryFolder disk;
     disk.write("source file", "content\n");
     hold([&](Terminal& terminal) {
-        terminal.readUntil(prompt);
+        waitForPrompt(terminal);
         answer(terminal, "mkd\t'/my folder'");
         answer(terminal, "imp\t" + disk.path() + "/so\t/my\t");
         EXPECT_THAT(answer(terminal, "cat /m\tso\t"), HasSubstr("content"));
@@ -99,7 +105,7 @@ TEST_F(PromptTest, TabCompletesCommandsAndPaths) {
 
 TEST_F(PromptTest, TheHistoryIsKeptForTheNextSession) {
     hold([](Terminal& terminal) {
-        terminal.readUntil(prompt);
+        waitForPrompt(terminal);
         answer(terminal, "mkdir /first");
         leave(terminal);
     });
@@ -109,7 +115,7 @@ TEST_F(PromptTest, TheHistoryIsKeptForTheNextSession) {
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
     hold([](Terminal& terminal) {
         constexpr const char* previousLine = "\x10";
-        terminal.readUntil(prompt);
+        waitForPrompt(terminal);
         answer(terminal, std::string(previousLine) + previousLine);
         EXPECT_THAT(answer(terminal, "ls"), HasSubstr("first\r\n"));
         leave(terminal);
@@ -119,7 +125,7 @@ TEST_F(PromptTest, TheHistoryIsKeptForTheNextSession) {
 TEST_F(PromptTest, AnEmptyNameTurnsTheHistoryOff) {
     hold(
         [](Terminal& terminal) {
-            terminal.readUntil(prompt);
+            waitForPrompt(terminal);
             answer(terminal, "pwd");
             leave(terminal);
         },
@@ -130,7 +136,7 @@ TEST_F(PromptTest, AnEmptyNameTurnsTheHistoryOff) {
 TEST_F(PromptTest, AHistoryThatCannotBeKeptIsSaidOnce) {
     home_.write("qzstorage", "a file");
     hold([](Terminal& terminal) {
-        terminal.readUntil(prompt);
+        waitForPrompt(terminal);
         EXPECT_THAT(answer(terminal, "pwd"), HasSubstr("/history: the history is not kept: Not a directory"));
         EXPECT_THAT(answer(terminal, "pwd"), Not(HasSubstr("history")));
         leave(terminal);
@@ -142,7 +148,7 @@ TEST_F(PromptTest, FoldersStandOutInColorIfTheTerminalAndTheUserWant) {
         std::string result;
         hold(
             [&](Terminal& terminal) {
-                terminal.readUntil(prompt);
+                waitForPrompt(terminal);
                 answer(terminal, "mkdir /folder");
                 result = answer(terminal, "ls /");
                 leave(terminal);
@@ -159,9 +165,9 @@ TEST_F(PromptTest, FoldersStandOutInColorIfTheTerminalAndTheUserWant) {
 TEST_F(PromptTest, WriteTakesWhatIsTypedUntilTheEnd) {
     hold([](Terminal& terminal) {
         constexpr const char* endOfInput = "\x04";
-        terminal.readUntil(prompt);
+        waitForPrompt(terminal);
         terminal.type("write /f -\n");
-        terminal.waitForLineMode();
+        terminal.waitFor(Terminal::Mode::Lines);
         EXPECT_THAT(printedAfter(terminal, std::string("typed\n") + endOfInput), HasSubstr("typed\r\n"));
         EXPECT_THAT(answer(terminal, "cat /f"), HasSubstr("typed\r\n"));
         leave(terminal);

@@ -35,14 +35,17 @@ void Terminal::type(const std::string& keys) const {
     EXPECT_EQ(::write(keyboard_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
 }
 
-void Terminal::waitForLineMode() const {
+void Terminal::waitFor(Mode mode) const {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    termios settings{};
-    do {
+    const auto isThere = [&] {
+        termios settings{};
+        return ::tcgetattr(keyboard_, &settings) == 0 &&
+               ((settings.c_lflag & ICANON) != 0) == (mode == Mode::Lines);
+    };
+    while (!isThere() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield();
-        ::tcgetattr(keyboard_, &settings);
-    } while ((settings.c_lflag & ICANON) == 0 && std::chrono::steady_clock::now() < deadline);
-    EXPECT_NE(settings.c_lflag & ICANON, 0U) << "lines are still edited";
+    }
+    EXPECT_TRUE(isThere()) << "the program has not chosen the mode";
 }
 
 std::string Terminal::readUntil(const std::string& text) {

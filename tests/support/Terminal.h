@@ -18,9 +18,13 @@ public:
 
     void type(const std::string& keys) const;
 
-    /// Waits until the terminal hands over whole lines, and knows the end of the input, as a program that edits no lines has it.
-    /// Fails the test after a minute.
-    void waitForLineMode() const;
+    enum class Mode {
+        Keys,  ///< a program that edits lines takes each key
+        Lines, ///< the terminal hands over whole lines, and knows a key for the end of the input
+    };
+
+    /// Waits until a program has chosen a mode: it prints its prompt before. Fails the test after a minute.
+    void waitFor(Mode mode) const;
 
     /// What programs print until they have printed `text`, with it. Fails the test when they end or print nothing for a
     /// minute before that.
