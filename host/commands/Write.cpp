@@ -88,10 +88,12 @@ private:
             FileDescriptor::adopt(checked(::fcntl(*session.input(), F_DUPFD_CLOEXEC, 0), "fcntl"), "-");
         ByteStreamDevice to(session.provider().doOpenStream(path.iri(), options_));
         std::vector<char> buffer(transferBufferSize);
-        while (const std::size_t count = input.read(buffer, session.interruption())) {
+        std::size_t count = 0;
+        do {
+            count = input.read(buffer, session.interruption());
             session.interruption().check();
             to.write(buffer.data(), static_cast<std::streamsize>(count));
-        }
+        } while (count == buffer.size()); // fewer only at the end, which a terminal says once
     }
 
     const ByteStreamOpenOptions options_;
