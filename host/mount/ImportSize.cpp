@@ -2,8 +2,12 @@
 
 #include "host/support/CommandError.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <set>
+#include <sys/stat.h>
+#include <utility>
 
 namespace storage::host {
 
@@ -12,17 +16,33 @@ namespace {
 /// Bytes that an imported entry takes in a provider and in the mount without its content: a little more than was measured.
 constexpr std::uint64_t sizeOfEntry = 1024;
 
+/// What the files of a tree take in the storage: no holes, and one content for all names of a file.
+class ContentSizes {
+public:
+    std::uint64_t of(const std::filesystem::path& path) {
+        constexpr std::uint64_t statusBlock = 512; // of st_blocks
+        struct stat status {};
+        if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+            (status.st_nlink > 1 && !linked_.emplace(status.st_dev, status.st_ino).second)) {
+            return 0;
+        }
+        return std::min(static_cast<std::uint64_t>(status.st_size),
+                        static_cast<std::uint64_t>(status.st_blocks) * statusBlock);
+    }
+
+private:
+    std::set<std::pair<dev_t, ino_t>> linked_;
+};
+
 std::uint64_t sizeBelow(const std::string& folder) {
     using std::filesystem::directory_options;
+    ContentSizes sizes;
     std::uint64_t size = 0;
     std::error_code error;
     std::filesystem::recursive_directory_iterator entry(folder, directory_options::skip_permission_denied,
                                                         error);
     while (!error && entry != std::filesystem::recursive_directory_iterator()) {
-        std::error_code vanished;
-        const bool isFile = entry->symlink_status(vanished).type() == std::filesystem::file_type::regular;
-        const std::uint64_t content = isFile ? entry->file_size(vanished) : 0;
-        size += sizeOfEntry + (vanished ? 0 : content);
+        size += sizeOfEntry + sizes.of(entry->path());
         entry.increment(error);
     }
     return size;
