@@ -22,7 +22,8 @@ void changeModeAt(CallProcess& process, const Call& call, OutcomeBuilder& outcom
 
 void chooseOwnerOfPath(Choice& choice, Call& call) {
     call.first = choice.path();
-    call.numbers = {choice.owner(), choice.owner()};
+    const auto [user, group] = choice.owners();
+    call.numbers = {user, group};
 }
 
 uid_t id(std::int64_t number) {
@@ -76,8 +77,9 @@ void extendedStatus(CallProcess& process, const Call& call, OutcomeBuilder& outc
     outcome.add(isFolder ? "folder.size" : "size", std::uint64_t{status.stx_size});
     outcome.add("rdev", fmt::format("{}:{}", status.stx_rdev_major, status.stx_rdev_minor));
     outcome.add("atime", process.shownAccess(timeOf(status.stx_atime)));
-    outcome.add("mtime", process.shown(timeOf(status.stx_mtime)));
-    outcome.add("ctime", process.shown(timeOf(status.stx_ctime)));
+    const bool isFifo = S_ISFIFO(status.stx_mode);
+    outcome.add(isFifo ? "fifo.mtime" : "mtime", process.shown(timeOf(status.stx_mtime)));
+    outcome.add(isFifo ? "fifo.ctime" : "ctime", process.shown(timeOf(status.stx_ctime)));
     outcome.add("btime", process.shown(timeOf(status.stx_btime)));
 }
 
@@ -110,7 +112,8 @@ constexpr std::array attributeKinds{
              }},
     CallKind{"fchown", 4,
              [](Choice& choice, Call& call) {
-                 call.numbers = {choice.owner(), choice.owner(), choice.fileSlot()};
+                 const auto [user, group] = choice.owners();
+                 call.numbers = {user, group, choice.fileSlot()};
              },
              [](CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
                  outcome.result(
@@ -118,7 +121,8 @@ constexpr std::array attributeKinds{
              }},
     CallKind{"fchownat", 3,
              [](Choice& choice, Call& call) {
-                 call.numbers = {choice.owner(), choice.owner(), choice.folderSlot(),
+                 const auto [user, group] = choice.owners();
+                 call.numbers = {user, group, choice.folderSlot(),
                                  choice.of({0, AT_SYMLINK_NOFOLLOW, AT_EMPTY_PATH, 0x800000})};
                  call.first = choice.oneIn(5) ? "" : choice.name();
              },

@@ -30,7 +30,7 @@ std::string unquoted(std::istream& in) {
 
 } // namespace
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     std::string result = "\"";
     for (const char byte : text) {
         const bool isPlain = byte >= ' ' && byte <= '~' && byte != '"' && byte != '\\';
@@ -41,7 +41,7 @@ std::string quoted(std::string_view text) {
 
 std::string toLine(const Call& call) {
     return fmt::format("{} {} {} {} {}", call.user, call.kind, fmt::join(call.numbers, " "),
-                       quoted(call.first), quoted(call.second));
+                       inQuotes(call.first), inQuotes(call.second));
 }
 
 Call fromLine(const std::string& line) {

@@ -32,6 +32,6 @@ std::string toLine(const Call& call);
 Call fromLine(const std::string& line);
 
 /// Text in quotes, with bytes outside of printable ASCII as \xNN.
-std::string quoted(std::string_view text);
+std::string inQuotes(std::string_view text);
 
 } // namespace syscalls

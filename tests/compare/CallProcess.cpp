@@ -76,6 +76,7 @@ void CallProcess::addStatus(OutcomeBuilder& outcome, const struct stat& status,
         outcome.addAt(place, name, value);
     };
     const bool isFolder = S_ISDIR(status.st_mode);
+    const bool isFifo = S_ISFIFO(status.st_mode);
     add("mode", fmt::format("{:o}", status.st_mode));
     add(isFolder ? "folder.nlink" : "nlink", std::to_string(status.st_nlink));
     add("uid", std::to_string(status.st_uid));
@@ -85,8 +86,8 @@ void CallProcess::addStatus(OutcomeBuilder& outcome, const struct stat& status,
     add("blksize", std::to_string(status.st_blksize));
     add("rdev", std::to_string(status.st_rdev));
     add("atime", shownAccess(status.st_atim));
-    add("mtime", shown(status.st_mtim));
-    add("ctime", shown(status.st_ctim));
+    add(isFifo ? "fifo.mtime" : "mtime", shown(status.st_mtim));
+    add(isFifo ? "fifo.ctime" : "ctime", shown(status.st_ctim));
 }
 
 std::string CallProcess::shown(timespec time) const {

@@ -183,11 +183,19 @@ std::int64_t Choice::length() {
 }
 
 std::int64_t Choice::permissions() {
+    const std::int64_t left = exclusions_.has("set-group-id") ? ~std::int64_t{S_ISGID} : -1;
     if (oneIn(4)) {
-        return below(07777 + 1);
+        return below(07777 + 1) & left;
     }
-    return of(
-        {0644, 0666, 0600, 0755, 0777, 0777, 0700, 0750, 01777, 02775, 04755, 06711, 0444, 0, 0222, 0111});
+    return left & of({0644, 0666, 0600, 0755, 0777, 0777, 0700, 0750, 01777, 02775, 04755, 06711, 0444, 0,
+                      0222, 0111});
+}
+
+std::pair<std::int64_t, std::int64_t> Choice::owners() {
+    const std::int64_t user = owner();
+    const std::int64_t group = owner();
+    const bool changesNothing = user == -1 && group == -1;
+    return {changesNothing && exclusions_.has("no-owner") ? 0 : user, group};
 }
 
 std::int64_t Choice::owner() {

@@ -50,14 +50,15 @@ public:
     std::int64_t offset();      ///< mostly in or near small files, around borders of pages
     std::int64_t length();      ///< as an offset, seldom large
     std::int64_t permissions(); ///< all twelve bits
-    std::int64_t owner();       ///< a user, or -1
-    std::pair<std::int64_t, std::int64_t> time(); ///< seconds and nanoseconds, with the special ones
+    std::pair<std::int64_t, std::int64_t> owners(); ///< a user and a group, or -1
+    std::pair<std::int64_t, std::int64_t> time();   ///< seconds and nanoseconds, with the special ones
 
 private:
     std::string anyOf(const std::vector<std::string>& paths);
     std::string mostly(TreeSketch::Kind kind);
     std::string odd();
     std::int64_t slotWith(TreeSketch::Slot content);
+    std::int64_t owner();
 
     std::mt19937_64 random_;
     const TreeSketch& sketch_;

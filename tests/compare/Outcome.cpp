@@ -55,7 +55,7 @@ void OutcomeBuilder::add(std::string_view name, std::uint64_t value) {
 void OutcomeBuilder::addBytes(std::string_view name, std::string_view bytes) {
     constexpr std::size_t shown = 24;
     add(name, fmt::format("{} bytes, hash {:x}, {}", bytes.size(), std::hash<std::string_view>()(bytes),
-                          quoted(bytes.substr(0, shown))));
+                          inQuotes(bytes.substr(0, shown))));
 }
 
 std::string toText(const Outcome& outcome) {

@@ -32,7 +32,7 @@ struct KernelEntry { // as getdents64(2) writes it
 void addEntries(std::string_view buffer, std::vector<std::string>& entries) {
     while (!buffer.empty()) {
         const auto* const entry = reinterpret_cast<const KernelEntry*>(buffer.data());
-        entries.push_back(fmt::format("{}:{}", quoted(entry->name), entry->type));
+        entries.push_back(fmt::format("{}:{}", inQuotes(entry->name), entry->type));
         buffer.remove_prefix(entry->size);
     }
 }
@@ -102,20 +102,20 @@ public:
 private:
     void addEntry(const std::string& path) { // NOLINT(misc-no-recursion)
         struct stat status {};
-        const std::string place = " of " + quoted(path);
+        const std::string place = " of " + inQuotes(path);
         if (::lstat(path.c_str(), &status) != 0) {
             outcome_.addAt(place, "lstat", ::strerrorname_np(errno));
             return;
         }
         process_.addStatus(outcome_, status, place);
-        outcome_.addAt(place, "same", quoted(firstPaths_.try_emplace(status.st_ino, path).first->second));
+        outcome_.addAt(place, "same", inQuotes(firstPaths_.try_emplace(status.st_ino, path).first->second));
         addExtended(path, place);
         if (S_ISREG(status.st_mode)) {
             addContent(path, place);
         } else if (S_ISLNK(status.st_mode)) {
             std::string target(PATH_MAX, '\0');
             target.resize(static_cast<std::size_t>(::readlink(path.c_str(), target.data(), target.size())));
-            outcome_.addAt(place, "target", quoted(target));
+            outcome_.addAt(place, "target", inQuotes(target));
         } else if (S_ISDIR(status.st_mode)) {
             addFolder(path);
         }
