@@ -114,18 +114,20 @@ void MountEnding::flush(MountFreeze& freeze) {
     });
 }
 
-/// Without an export there is nothing to wait for, whatever fails.
+/// The export first: it reads what programs saw, and settling fills holes.
 MountEnding::Saved MountEnding::save() {
+    if (exitExport_ != nullptr) {
+        try {
+            exitExport_->run(storage_);
+        } catch (const Interrupted& interrupted) {
+            console_.report({exitExport_->target(), interrupted.what()});
+        }
+        if (console_.failuresOfCommand() != 0) {
+            return Saved::No;
+        }
+    }
     settle();
-    if (exitExport_ == nullptr) {
-        return Saved::Yes;
-    }
-    try {
-        exitExport_->run(storage_);
-    } catch (const Interrupted& interrupted) {
-        console_.report({exitExport_->target(), interrupted.what()});
-    }
-    return console_.failuresOfCommand() == 0 ? Saved::Yes : Saved::No;
+    return Saved::Yes;
 }
 
 /// The mount is gone, so this is the only place where the content still is. A signal ends the waiting for the target; the
@@ -204,16 +206,18 @@ void MountEnding::writeNote(const std::string& state, const std::vector<std::str
     }
 }
 
-/// A file whose holes do not fit is lost to an export only: without one, nobody may read the storage afterwards.
+/// Whatever fails, there is nothing more to wait for. A storage that ends with the program needs no settling.
 void MountEnding::settle() {
+    if (!storage_.isLasting()) {
+        return;
+    }
     console_.attempt(mountPoint_, [&] {
         const MountedStorage::Unsettled unsettled = storage_.settle();
         for (const Failure& failure : unsettled.failures) {
             console_.report({failure.path, "its end or its time is not as it was seen: " + failure.reason});
         }
         for (const std::string& path : unsettled.withHoles) {
-            const char* const text = "not kept by the storage, which has no room for its holes";
-            exitExport_ == nullptr ? console_.notice(path, text) : console_.report({path, text});
+            console_.notice(path, "not kept by the storage, which has no room for its holes");
         }
     });
 }

@@ -30,7 +30,6 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::ExtendedFeature;
 using foundation::storage::provider::FilenameSensitivity;
 using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
@@ -148,7 +147,7 @@ public:
         storage.list(storage.root(), 0, MountedStorage::ListingDetail::Names, // so that its links are counted
                      [](const auto&, const auto&, auto) { return false; });
         serve(storage, exitExport ? &*exitExport : nullptr);
-        if (!exitExport && !provider->doHasFeature(ExtendedFeature::VolatileStorage)) {
+        if (!exitExport && storage.isLasting()) {
             noticeUnkept(storage);
         }
         provider->doShutdown();

@@ -51,7 +51,8 @@ bool isStoredMode(const Inode& inode) {
 } // namespace
 
 MountedStorage::MountedStorage(const IProvider& provider, const Settings& settings)
-    : ownership_(settings.owner),
+    : provider_(provider),
+      ownership_(settings.owner),
       tree_(provider, guards_),
       space_(provider, settings.limits, settings.use),
       contents_(provider, tree_, guards_, space_),
@@ -229,6 +230,10 @@ std::vector<const FileInode*> MountedStorage::referencedFiles() {
         }
     });
     return files;
+}
+
+bool MountedStorage::isLasting() const {
+    return !provider_.doHasFeature(foundation::storage::provider::ExtendedFeature::VolatileStorage);
 }
 
 UnkeptCounts MountedStorage::unkept() {

@@ -153,6 +153,9 @@ public:
         std::vector<std::string>
             withHoles; ///< paths of files that do not fit into the storage with their holes filled
     };
+    /// Whether the storage keeps its content when this program has ended.
+    bool isLasting() const;
+
     /// What would be lost if the mount ended now.
     UnkeptCounts unkept();
 
@@ -164,6 +167,7 @@ private:
     Found refer(const LockedTree& tree, TreeEntry* entry);
     void complete(FolderInode& folder);
 
+    const IProvider& provider_;
     const Ownership ownership_;
     InodeGuards guards_;
     InodeTree tree_;

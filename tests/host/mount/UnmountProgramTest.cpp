@@ -127,6 +127,20 @@ TEST_F(UnmountProgramTest, RefusesUsersWhoDidNotMount) {
     }));
 }
 
+TEST_F(UnmountProgramTest, HolesOfAnyLengthAreExportedAsHoles) {
+    constexpr off_t tebibyte = off_t{1} << 40;
+    const std::string exported = disk_.makeFolder("exported");
+    expectSuccess(runMounted({"--export-on-exit", exported}, [&](pid_t) {
+        write(inside("sparse"), "data");
+        EXPECT_EQ(::truncate(inside("sparse").c_str(), tebibyte), 0);
+        expectSuccess(ProgramRun({"unmount", mountPoint_}));
+    }));
+    struct stat status {};
+    EXPECT_EQ(::stat((exported + "/sparse").c_str(), &status), 0);
+    EXPECT_EQ(status.st_size, tebibyte);
+    EXPECT_LE(status.st_blocks, 64);
+}
+
 TEST_F(UnmountProgramTest, WhatOthersMakeDoesNotRunWithTheRightsOfTheMounter) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only a superuser can become another user";
