@@ -113,8 +113,11 @@ private:
 class Whiteout {
 public:
     Whiteout(ExclusiveTree& tree, FolderInode& folder, std::u16string name)
-        : tree_(tree), folder_(folder), name_(std::move(name)), entry_(tree) {
-        position_ = tree.prepareRename(entry_.inode(), folder, nullptr);
+        : tree_(tree),
+          folder_(folder),
+          name_(std::move(name)),
+          entry_(tree),
+          position_(tree.prepareRename(entry_.inode(), folder, nullptr)) {
         entry_.inode().attributesKnown = true;
     }
 
@@ -128,7 +131,7 @@ private:
     FolderInode& folder_;
     std::u16string name_;
     Placeholder entry_;
-    std::uint64_t position_ = 0;
+    const std::uint64_t position_;
 };
 
 } // namespace

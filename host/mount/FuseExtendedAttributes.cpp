@@ -37,7 +37,7 @@ void getExtended(fuse_req_t request, fuse_ino_t number, const char* name, std::s
 
 /// Names that only a superuser may use are not shown to others.
 void listExtended(fuse_req_t request, fuse_ino_t number, std::size_t room) {
-    using Names = ExtendedAttributes::Names;
+    using Names = ExtendedAttributeSet::Names;
     answer(request, [&] {
         const Names names = fuse_req_ctx(request)->uid == 0 ? Names::All : Names::OfOrdinaryUsers;
         replyWithin(request, storageOf(request).listExtended(inodeOf(request, number), names), room);

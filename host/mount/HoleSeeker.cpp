@@ -102,6 +102,7 @@ std::uint64_t HoleSeeker::findData(const Seek& seek) {
 std::uint64_t HoleSeeker::findHole(const Seek& seek) {
     std::uint64_t writtenBackTo = seek.offset / pageSize;
     for (;;) {
+        // NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores): the next call may throw
         std::uint64_t hole = seek.offset;
         std::uint64_t data = noData;
         try {

@@ -218,6 +218,7 @@ Inode* ExclusiveTree::anyNameless() const noexcept {
 
 ChildTable& ExclusiveTree::tableOf(const TreeEntry& entry) const noexcept {
     tree_.mutex_.assertHeld();
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): what is in a table has a folder
     return isNameless(entry) ? tree_.nameless_ : entry.place_.parent->children_;
 }
 
@@ -268,10 +269,11 @@ ExclusiveTree::RemovedPlace ExclusiveTree::remove(Inode& inode, RemovedPlace pla
     tree_.mutex_.assertHeld();
     place.mapped() = tableOf(inode).remove(inode);
     inode.place_.parent = nullptr;
-    if (inode.references != 0) {
-        tree_.removed_.insert(std::move(place));
+    if (inode.references == 0) {
+        return place;
     }
-    return place;
+    tree_.removed_.insert(std::move(place));
+    return {};
 }
 
 ExclusiveTree::RemovedPlace ExclusiveTree::takeRemoved(const Inode& inode) noexcept {

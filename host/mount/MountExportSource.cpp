@@ -53,7 +53,7 @@ private:
 
 Xattrs xattrsOf(MountedStorage& storage, Inode& inode) {
     Xattrs xattrs;
-    const std::string names = storage.listExtended(inode, ExtendedAttributes::Names::All);
+    const std::string names = storage.listExtended(inode, ExtendedAttributeSet::Names::All);
     for (std::size_t begin = 0; begin < names.size();) {
         const std::string name = names.data() + begin;
         begin += name.size() + 1;

@@ -30,9 +30,11 @@ Owner ownerOf(const DiskAttributes& attributes) {
 class MountImportTarget::NewFile final : public ImportTarget::File {
 public:
     NewFile(MountImportTarget& target, const StoragePath& path)
-        : target_(target), folder_(target.paths_.folderAt(path.parent())), finalName_(programNameOf(path)) {
+        : target_(target),
+          folder_(target.paths_.folderAt(path.parent())),
+          finalName_(programNameOf(path)),
+          name_(finalName_) {
         MountedStorage& storage = target_.storage_;
-        name_ = finalName_;
         for (unsigned number = 0; target_.isTaken(folder_, name_); ++number) {
             name_ = temporaryName(number);
         }

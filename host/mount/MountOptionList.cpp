@@ -68,7 +68,7 @@ struct Setting {
     void (*apply)(MountOptions& options, std::string_view name, std::string_view value);
 };
 
-constexpr std::array settings{
+constexpr std::array knownSettings{
     Setting{"size",
             [](MountOptions& options, std::string_view name, std::string_view value) {
                 options.size = limit(amount(name, value, bytesOfMemory()));
@@ -154,8 +154,8 @@ bool applyFlag(std::string_view name, MountOptions& options) {
 
 /// @return whether it is an option
 bool applySetting(std::string_view name, std::string_view value, MountOptions& options) {
-    const auto setting = std::ranges::find(settings, name, &Setting::name);
-    if (setting == settings.end()) {
+    const auto setting = std::ranges::find(knownSettings, name, &Setting::name);
+    if (setting == knownSettings.end()) {
         return false;
     }
     if (value.empty()) {

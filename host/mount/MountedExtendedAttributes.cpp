@@ -9,9 +9,9 @@
 namespace storage::host {
 
 void MountedExtendedAttributes::set(Inode& inode, std::string_view name, std::string_view value, int flags) {
-    ExtendedAttributes::requireName(name);
+    ExtendedAttributeSet::requireName(name);
     const StorageSpace::Turn turn(space_);
-    space_.require(name.size() + value.size() + ExtendedAttributes::overhead);
+    space_.require(name.size() + value.size() + ExtendedAttributeSet::overhead);
     const SharedTree tree(tree_);
     const auto held = guards_.hold(inode);
     tree.loadAttributes(inode, held);
@@ -20,7 +20,7 @@ void MountedExtendedAttributes::set(Inode& inode, std::string_view name, std::st
 }
 
 std::string MountedExtendedAttributes::get(const Inode& inode, std::string_view name) {
-    ExtendedAttributes::requireName(name);
+    ExtendedAttributeSet::requireName(name);
     const auto held = guards_.hold(inode);
     if (inode.rare == nullptr) {
         throw ErrnoError(ENODATA);
@@ -28,13 +28,13 @@ std::string MountedExtendedAttributes::get(const Inode& inode, std::string_view 
     return inode.rare->extended.get(name);
 }
 
-std::string MountedExtendedAttributes::list(const Inode& inode, ExtendedAttributes::Names wanted) {
+std::string MountedExtendedAttributes::list(const Inode& inode, ExtendedAttributeSet::Names wanted) {
     const auto held = guards_.hold(inode);
     return inode.rare == nullptr ? std::string() : inode.rare->extended.list(wanted);
 }
 
 void MountedExtendedAttributes::remove(Inode& inode, std::string_view name) {
-    ExtendedAttributes::requireName(name);
+    ExtendedAttributeSet::requireName(name);
     const SharedTree tree(tree_);
     const auto held = guards_.hold(inode);
     tree.loadAttributes(inode, held);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/mount/ExtendedAttributes.h"
+#include "host/mount/ExtendedAttributeSet.h"
 #include "host/mount/InodeTree.h"
 #include "host/mount/StorageSpace.h"
 
@@ -18,10 +18,10 @@ public:
     MountedExtendedAttributes(InodeTree& tree, InodeGuards& guards, StorageSpace& space)
         : tree_(tree), guards_(guards), space_(space) {}
 
-    /// Errors: see `ExtendedAttributes`; also ENOSPC when there is no room, with nothing changed.
+    /// Errors: see `ExtendedAttributeSet`; also ENOSPC when there is no room, with nothing changed.
     void set(Inode& inode, std::string_view name, std::string_view value, int flags);
     std::string get(const Inode& inode, std::string_view name);
-    std::string list(const Inode& inode, ExtendedAttributes::Names wanted);
+    std::string list(const Inode& inode, ExtendedAttributeSet::Names wanted);
     void remove(Inode& inode, std::string_view name);
 
 private:

@@ -27,7 +27,7 @@ public:
 private:
     struct Folder {
         StoragePath path;
-        FolderInode* inode;
+        FolderInode* inode = nullptr;
     };
 
     FolderInode* findFolder(const StoragePath& path);

@@ -73,7 +73,7 @@ public:
         extended_.set(inode, name, value, flags);
     }
     std::string getExtended(const Inode& inode, std::string_view name) { return extended_.get(inode, name); }
-    std::string listExtended(const Inode& inode, ExtendedAttributes::Names wanted) {
+    std::string listExtended(const Inode& inode, ExtendedAttributeSet::Names wanted) {
         return extended_.list(inode, wanted);
     }
     void removeExtended(Inode& inode, std::string_view name) { extended_.remove(inode, name); }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/mount/ExtendedAttributes.h"
+#include "host/mount/ExtendedAttributeSet.h"
 #include "host/mount/Owner.h"
 
 #include <optional>
@@ -13,7 +13,7 @@ class Alias;
 /// What few inodes have, kept by the mount only. The others take no memory for it.
 struct RareAttributes {
     std::optional<Owner> owner; ///< if it differs from the mount's default
-    ExtendedAttributes extended;
+    ExtendedAttributeSet extended;
     std::vector<Alias*> aliases; ///< the further names; guarded by the tree's lock
 };
 

@@ -90,6 +90,7 @@ public:
 
     SparseMap(const SparseMap&) = delete;
     SparseMap& operator=(const SparseMap&) = delete;
+    ~SparseMap() = default;
 
     std::uint64_t pages() const noexcept { return pages_; }         ///< that are not holes
     std::uint64_t storedEnd() const noexcept { return storedEnd_; } ///< the end of the stored pages in use

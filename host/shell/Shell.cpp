@@ -107,6 +107,7 @@ std::vector<std::string> Shell::expand(const std::vector<Word>& words, const Com
     const StorageLookup storage(session_);
     const DiskLookup disk;
     std::vector<std::string> texts;
+    texts.reserve(words.size());
     for (const Word& word : words) {
         texts.push_back(word.text);
     }

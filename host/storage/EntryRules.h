@@ -31,7 +31,7 @@ struct Obstacle {
     };
 
     StoragePath path;
-    Kind kind;
+    Kind kind = Kind::Missing;
 };
 
 /// What keeps an entry at `path` from existing.

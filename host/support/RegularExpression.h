@@ -1,6 +1,6 @@
 #pragma once
 
-#include <locale.h>
+#include <clocale>
 #include <memory>
 #include <regex.h>
 #include <string>

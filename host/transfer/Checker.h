@@ -97,7 +97,7 @@ private:
     void compareFolder(const Folder& folder);
     Children childrenOf(const Folder& folder);
     void addChildren(const Layer& layer, Children& children);
-    void addChild(const Layer& layer, const std::string& name, Children& children);
+    static void addChild(const Layer& layer, const std::string& name, Children& children);
     Layers layersAt(const StoragePath& path);
     bool isSkippedKind(DiskEntry::Kind kind) const;
     const Layer* counterpart(const Layers& layers) const;

@@ -7,7 +7,7 @@
 namespace {
 
 using storage::host::AttributeChange;
-using storage::host::ExtendedAttributes;
+using storage::host::ExtendedAttributeSet;
 
 /// Extended attributes of files and folders.
 class MountedExtendedAttributeTest : public MountedStorageTest {
@@ -16,7 +16,7 @@ protected:
         mount_.storage().setExtended(file_, name, value, flags);
     }
     std::string get(const std::string& name) { return mount_.storage().getExtended(file_, name); }
-    std::string names(ExtendedAttributes::Names wanted = ExtendedAttributes::Names::All) {
+    std::string names(ExtendedAttributeSet::Names wanted = ExtendedAttributeSet::Names::All) {
         return mount_.storage().listExtended(file_, wanted);
     }
 
@@ -68,7 +68,7 @@ TEST_F(MountedExtendedAttributeTest, HaveNamesOfThreeKinds) {
     set("security.capability", "2");
     set("user.u", "3");
     EXPECT_EQ(names(), "user.u" + zero_ + "trusted.t" + zero_ + "security.capability" + zero_);
-    EXPECT_EQ(names(ExtendedAttributes::Names::OfOrdinaryUsers),
+    EXPECT_EQ(names(ExtendedAttributeSet::Names::OfOrdinaryUsers),
               "user.u" + zero_ + "security.capability" + zero_);
     for (const std::string name :
          {"system.posix_acl_access", "system.posix_acl_default", "other.a", "user"}) {
@@ -105,7 +105,7 @@ TEST_F(MountedExtendedAttributeTest, TakeRoom) {
     provider.available = 1000;
     EXPECT_EQ(errnoOf([&] { mount.storage().setExtended(file, "user.a", std::string(4000, 'x'), 0); }),
               ENOSPC);
-    EXPECT_EQ(mount.storage().listExtended(file, ExtendedAttributes::Names::All), "");
+    EXPECT_EQ(mount.storage().listExtended(file, ExtendedAttributeSet::Names::All), "");
     provider.available = 5000;
     mount.storage().setExtended(file, "user.a", std::string(4000, 'x'), 0);
     EXPECT_EQ(mount.storage().getExtended(file, "user.a").size(), 4000U);

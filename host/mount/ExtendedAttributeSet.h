@@ -10,7 +10,7 @@ namespace storage::host {
 
 /// The extended attributes of one entry, xattr(7): names and values, each up to 64 KiB in all. Names begin with "user.",
 /// "trusted." or "security.". A value.
-class ExtendedAttributes {
+class ExtendedAttributeSet {
 public:
     enum class Names { All, OfOrdinaryUsers };
 

@@ -1,4 +1,4 @@
-#include "host/mount/ExtendedAttributes.h"
+#include "host/mount/ExtendedAttributeSet.h"
 
 #include "host/mount/ErrnoError.h"
 
@@ -17,7 +17,7 @@ constexpr std::array<std::string_view, 3> prefixes{"user.", ofSuperusers, "secur
 
 } // namespace
 
-void ExtendedAttributes::requireName(std::string_view name) {
+void ExtendedAttributeSet::requireName(std::string_view name) {
     const auto* const prefix = std::find_if(prefixes.begin(), prefixes.end(),
                                             [&](std::string_view each) { return name.starts_with(each); });
     if (prefix == prefixes.end()) {
@@ -28,7 +28,7 @@ void ExtendedAttributes::requireName(std::string_view name) {
     }
 }
 
-void ExtendedAttributes::set(std::string_view name, std::string_view value, int flags) {
+void ExtendedAttributeSet::set(std::string_view name, std::string_view value, int flags) {
     const auto present = values_.find(name);
     const bool isNew = present == values_.end();
     if (!isNew && (flags & XATTR_CREATE) != 0) {
@@ -51,18 +51,18 @@ void ExtendedAttributes::set(std::string_view name, std::string_view value, int 
     valuesSize_ = valuesSize;
 }
 
-const std::string& ExtendedAttributes::get(std::string_view name) const {
+const std::string& ExtendedAttributeSet::get(std::string_view name) const {
     return require(name)->second;
 }
 
-void ExtendedAttributes::remove(std::string_view name) {
+void ExtendedAttributeSet::remove(std::string_view name) {
     const auto present = require(name);
     namesSize_ -= present->first.size() + 1;
     valuesSize_ -= present->second.size();
     values_.erase(present);
 }
 
-std::string ExtendedAttributes::list(Names wanted) const {
+std::string ExtendedAttributeSet::list(Names wanted) const {
     std::string names;
     names.reserve(namesSize_);
     for (const auto& [name, value] : values_) {
@@ -73,7 +73,7 @@ std::string ExtendedAttributes::list(Names wanted) const {
     return names;
 }
 
-ExtendedAttributes::Values::const_iterator ExtendedAttributes::require(std::string_view name) const {
+ExtendedAttributeSet::Values::const_iterator ExtendedAttributeSet::require(std::string_view name) const {
     const auto present = values_.find(name);
     if (present == values_.end()) {
         throw ErrnoError(ENODATA);
