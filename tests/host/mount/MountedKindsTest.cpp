@@ -52,7 +52,7 @@ TEST_F(MountedKindsTest, OnlyASymbolicLinkHasATarget) {
 
 TEST_F(MountedKindsTest, NodesHaveTheirTypeTheirPermissionsAndTheirDevice) {
     const dev_t device = ::makedev(300, 70'000);
-    for (const mode_t type : {S_IFIFO, S_IFSOCK, S_IFCHR, S_IFBLK}) {
+    for (const mode_t type : {mode_t{S_IFIFO}, mode_t{S_IFSOCK}, mode_t{S_IFCHR}, mode_t{S_IFBLK}}) {
         mount_.makeNode("/node", type | 04640U, device);
         const struct stat status = statusOf("/node");
         EXPECT_EQ(status.st_mode, type | 04640U);

@@ -120,9 +120,9 @@ TEST_F(MountedLinkTest, EveryNameIsRenamedForItself) {
 TEST_F(MountedLinkTest, OneNameRenamedToTheOtherStays) {
     const Inode& file = mount_.makeFile("/f", "content");
     mount_.link("/f", "/g");
-    for (const auto& [from, to] : {std::pair("/f", "/g"), std::pair("/g", "/f")}) {
-        mount_.rename(from, to);
-        EXPECT_EQ(errnoOf([&] { mount_.rename(from, to, RENAME_NOREPLACE); }), EEXIST);
+    for (const auto& names : {std::pair("/f", "/g"), std::pair("/g", "/f")}) {
+        mount_.rename(names.first, names.second);
+        EXPECT_EQ(errnoOf([&] { mount_.rename(names.first, names.second, RENAME_NOREPLACE); }), EEXIST);
         EXPECT_EQ(&mount_.at("/f"), &file);
         EXPECT_EQ(&mount_.at("/g"), &file);
         EXPECT_EQ(linksOf("/f"), 2U);
