@@ -116,7 +116,7 @@ bool LockedTree::isNameless(const TreeEntry& entry) const noexcept {
     return parentOf(entry) != nullptr && nameOf(entry).starts_with(namelessPrefix);
 }
 
-nlink_t LockedTree::linksOf(const Inode& inode, const InodeGuards::Held&) const noexcept {
+std::size_t LockedTree::linksOf(const Inode& inode, const InodeGuards::Held&) const noexcept {
     if (isRemoved(inode) || isNameless(inode)) {
         return 0;
     }
@@ -124,7 +124,7 @@ nlink_t LockedTree::linksOf(const Inode& inode, const InodeGuards::Held&) const 
         return 1 + (inode.rare ? inode.rare->aliases.size() : 0);
     }
     const auto& folder = static_cast<const FolderInode&>(inode);
-    return isComplete(folder) ? nlink_t{2} + folder.children_.folders() : 1;
+    return isComplete(folder) ? 2 + folder.children_.folders() : 1;
 }
 
 Alias* LockedTree::aliasOf(const Inode& inode) const noexcept {

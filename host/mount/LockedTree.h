@@ -43,7 +43,7 @@ public:
 
     /// The link count: number of names; for a folder 2 and one for each folder in it, or 1 if these are not known.
     /// @param held  the inode's guard
-    nlink_t linksOf(const Inode& inode, const InodeGuards::Held& held) const noexcept;
+    std::size_t linksOf(const Inode& inode, const InodeGuards::Held& held) const noexcept;
 
     /// A further name of the inode, or null.
     Alias* aliasOf(const Inode& inode) const noexcept;

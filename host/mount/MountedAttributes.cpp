@@ -165,7 +165,7 @@ struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
     const EntryAttributes& attributes = inode.attributes;
     struct stat status = identify(inode);
     status.st_mode |= attributes.permissions;
-    status.st_nlink = tree.linksOf(inode, held);
+    status.st_nlink = static_cast<nlink_t>(tree.linksOf(inode, held));
     const Owner owner = ownership_.of(inode);
     status.st_uid = owner.user;
     status.st_gid = owner.group;
