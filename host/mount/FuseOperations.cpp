@@ -288,8 +288,8 @@ void noteModification(fuse_req_t request, fuse_ino_t number) {
     }
 }
 
-/// The kernel is told of other blocks after the reply: telling it waits for an inode that it is freeing, and that waits for the
-/// reply.
+/// The attributes are invalidated after the reply. Before it, that could deadlock: invalidation waits for an inode that the
+/// kernel is freeing, and freeing it waits for the reply.
 void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t size, off_t offset,
            fuse_file_info* file) {
     answer(request, [&] {

@@ -9,7 +9,7 @@
 
 namespace storage::host {
 
-// What the kernel is told about its copies of attributes and content. Thread-safe.
+// Invalidates attributes and content that the kernel caches. Thread-safe.
 
 /// Makes the kernel ask for an inode's attributes before it uses them again.
 /// @param number  the inode's number for the kernel

@@ -29,7 +29,7 @@ public:
     /// @param line  one line without its newline; must live as long as the lexer is used
     explicit CommandLineLexer(std::string_view line) : line_(line) {}
 
-    /// @throws UsageError when a quote is not closed, a backslash stands at the end, or an operator is not quoted
+    /// @throws UsageError for an unclosed quote, a trailing backslash or an unquoted operator
     std::vector<Word> words();
 
 private:
