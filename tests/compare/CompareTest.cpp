@@ -139,7 +139,7 @@ TEST_F(ComparedMountsTest, TheSameFileSystemAgreesWithItself) {
     const auto difference = comparison.tryRandomly(seed, 3000);
     EXPECT_FALSE(difference) << "seed " << seed << ": " << difference->signature();
     EXPECT_EQ(comparison.totals().calls, 3001U);
-    EXPECT_GT(comparison.totals().succeeded, 1000U);
+    EXPECT_GT(comparison.totals().succeeded, 300U); // about a third succeeds, with some seeds less
 }
 
 TEST_F(ComparedMountsTest, ADifferenceIsFoundAndReducedToAFewCalls) {

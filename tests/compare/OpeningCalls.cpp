@@ -3,6 +3,7 @@
 #include <array>
 #include <fcntl.h>
 #include <linux/openat2.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -50,7 +51,13 @@ void openAt2(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
     process.put(call.numbers[0], descriptor);
 }
 
+/// creat(2) on a fifo blocks until there is a reader, so a fifo is not opened.
 void create(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
+    struct stat status{};
+    if (::stat(call.first.c_str(), &status) == 0 && S_ISFIFO(status.st_mode)) {
+        outcome.add("result", "a fifo");
+        return;
+    }
     const int descriptor = ::creat(call.first.c_str(), static_cast<mode_t>(call.numbers[2]));
     outcome.result(descriptor < 0 ? -1 : 0);
     process.put(call.numbers[0], descriptor);
@@ -75,7 +82,6 @@ void setUmask(CallProcess&, const Call& call, OutcomeBuilder& outcome) {
     outcome.result(::umask(static_cast<mode_t>(call.numbers[0])));
 }
 
-/// creat(2) waits for a reader of a fifo, so it is called where there is none.
 void chooseCreating(Choice& choice, Call& call) {
     call.numbers = {choice.slot(), 0, choice.permissions()};
     call.first = choice.fresh() + "-made";
