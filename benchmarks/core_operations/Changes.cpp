@@ -1,13 +1,13 @@
 #include "benchmarks/core_operations/Files.h"
 #include "benchmarks/core_operations/Operations.h"
-#include "tests/trials/Fault.h"
+#include "tests/stress/Fault.h"
 
 #include <fmt/xchar.h>
 
 namespace storage::core_operations {
 
 using foundation::storage::provider::ReplacementPolicy;
-using trials::requireThat;
+using stress::requireThat;
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "benchmarks/core_operations/Operations.h"
 #include "benchmarks/core_operations/StoppedClock.h"
+#include "tests/stress/Fault.h"
 #include "tests/support/LoadedPlugin.h"
-#include "tests/trials/Fault.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/date_time/posix_time/conversion.hpp>
@@ -37,7 +37,7 @@ const std::map<std::string, Preparation*> preparations{
 /// The root was made by the plug-in's clock just now.
 void requireStoppedClock(const IProvider& storage) {
     const auto time = storage.doGetFolderAttributes(StorageIRI(u"/")).getLastModified();
-    trials::requireThat(time == boost::posix_time::from_time_t(stoppedClock),
+    stress::requireThat(time == boost::posix_time::from_time_t(stoppedClock),
                         "the plug-in reads another clock");
 }
 

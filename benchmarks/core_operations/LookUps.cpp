@@ -1,6 +1,6 @@
 #include "benchmarks/core_operations/Files.h"
 #include "benchmarks/core_operations/Operations.h"
-#include "tests/trials/Fault.h"
+#include "tests/stress/Fault.h"
 
 #include <fmt/xchar.h>
 
@@ -8,7 +8,7 @@
 
 namespace storage::core_operations {
 
-using trials::requireThat;
+using stress::requireThat;
 
 namespace {
 

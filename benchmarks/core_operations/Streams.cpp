@@ -1,6 +1,6 @@
 #include "benchmarks/core_operations/Files.h"
 #include "benchmarks/core_operations/Operations.h"
-#include "tests/trials/Fault.h"
+#include "tests/stress/Fault.h"
 
 #include <array>
 #include <iterator>
@@ -12,7 +12,7 @@ using foundation::storage::provider::ByteStream;
 using foundation::storage::provider::ByteStreamAppend;
 using foundation::storage::provider::ByteStreamExistence;
 using foundation::storage::provider::ByteStreamOpenOptions;
-using trials::requireThat;
+using stress::requireThat;
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include "host/inspect/DescriptionJson.h"
 #include "host/inspect/DescriptionText.h"
 #include "host/inspect/OutputToErrors.h"
-#include "host/process/LoadingTrial.h"
+#include "host/process/TryInProcess.h"
 
 namespace storage::host {
 

@@ -2,7 +2,7 @@
 
 #include "host/plugin/PluginLibrary.h"
 #include "host/process/CheckProcess.h"
-#include "host/process/LoadingTrial.h"
+#include "host/process/TryInProcess.h"
 #include "host/support/CommandError.h"
 #include "host/support/Failure.h"
 #include "host/validate/kit/CheckContext.h"

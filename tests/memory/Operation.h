@@ -32,7 +32,7 @@ struct Attempt {
 struct Operation {
     using Needs = std::vector<TreeShape::Role TreeShape::*>;
 
-    /// Whether the operation allocates; the trial fails when this turns out wrong.
+    /// Whether the operation allocates; the test fails when this turns out wrong.
     enum class Allocates {
         Always,
         ForLongPaths, ///< otherwise it may or may not

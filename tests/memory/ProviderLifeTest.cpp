@@ -2,9 +2,9 @@
 #include "inmemoryprovider/ReadOnlyException.h"
 #include "tests/memory/ChildOutcome.h"
 #include "tests/memory/FailingAllocation.h"
+#include "tests/memory/SweepTally.h"
 #include "tests/memory/TreeComparison.h"
 #include "tests/memory/TreeShape.h"
-#include "tests/memory/TrialTally.h"
 
 #include <gtest/gtest.h>
 
@@ -35,10 +35,10 @@ buildWithoutMemory(const char* name, const std::function<void(std::shared_ptr<IP
         }
         if (!ranOut) {
             EXPECT_GT(failures, 1U);
-            TrialTally::instance().countOperation(name);
+            SweepTally::instance().countOperation(name);
             return provider;
         }
-        TrialTally::instance().countFailurePoints(1);
+        SweepTally::instance().countFailurePoints(1);
         EXPECT_EQ(provider, old);
         EXPECT_TRUE(isSameTree(takeSnapshot(*old), before, Times::All));
     }
@@ -69,7 +69,7 @@ TEST(WhenMemoryRunsOut, aProviderDiesAllTheSame) {
             provider.reset();
             EXPECT_FALSE(failure.happened()) << shape.name;
         }
-        TrialTally::instance().countOperationOn(shape.name, "destruction of a provider");
+        SweepTally::instance().countOperationOn(shape.name, "destruction of a provider");
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include "tests/memory/ChildOutcome.h"
 #include "tests/memory/SharedCounter.h"
-#include "tests/memory/TrialTally.h"
+#include "tests/memory/SweepTally.h"
 
 #include "hostapi/storage/provider/Exception.h"
 
@@ -19,8 +19,8 @@ using Extent = FailingAllocation::Extent;
 namespace {
 
 /// A tree of its own, and the operation ready to be called on it.
-struct Trial {
-    Trial(const TreeShape& shape, const Operation& operation) : provider(build(shape)) {
+struct Experiment {
+    Experiment(const TreeShape& shape, const Operation& operation) : provider(build(shape)) {
         prepare(shape, operation);
     }
 
@@ -46,16 +46,16 @@ struct Expectation {
 };
 
 Expectation expectationOf(const TreeShape& shape, const Operation& operation) {
-    const Trial trial(shape, operation);
-    Expectation expected{trial.snapshot(), {}, {}};
+    const Experiment experiment(shape, operation);
+    Expectation expected{experiment.snapshot(), {}, {}};
     try {
-        trial.attempt.run();
+        experiment.attempt.run();
     } catch (const Exception& failure) {
         EXPECT_EQ(failure.getErrorCode(), operation.refusal) << failure.what();
     }
-    expected.after = trial.snapshot();
+    expected.after = experiment.snapshot();
     if (!operation.refusal) {
-        expected.result = trial.attempt.result();
+        expected.result = experiment.attempt.result();
     }
     return expected;
 }
@@ -78,51 +78,52 @@ Outcome call(const Attempt& attempt, std::size_t allowed, Extent extent) {
     return failure.happened() ? Outcome::Survived : Outcome::Succeeded;
 }
 
-void expectGuaranteed(const Trial& trial, const TreeShape& shape, const Operation& operation,
+void expectGuaranteed(const Experiment& experiment, const TreeShape& shape, const Operation& operation,
                       const Expectation& expected, Extent extent) {
-    const auto now = trial.snapshot();
+    const auto now = experiment.snapshot();
     operation.guarantee(shape, {expected.before, now, expected.after, extent});
-    EXPECT_TRUE(hasNoStrayFolder(*trial.provider, now, expected.before));
-    EXPECT_TRUE(hasNoStrayFolder(*trial.provider, now, expected.after));
+    EXPECT_TRUE(hasNoStrayFolder(*experiment.provider, now, expected.before));
+    EXPECT_TRUE(hasNoStrayFolder(*experiment.provider, now, expected.after));
 }
 
-void finish(const Trial& trial, const Expectation& expected) {
-    if (trial.attempt.finish) {
-        trial.attempt.finish(expected.before);
+void finish(const Experiment& experiment, const Expectation& expected) {
+    if (experiment.attempt.finish) {
+        experiment.attempt.finish(expected.before);
     } else {
-        trial.attempt.run();
+        experiment.attempt.run();
     }
-    EXPECT_EQ(trial.attempt.result(), expected.result);
+    EXPECT_EQ(experiment.attempt.result(), expected.result);
 }
 
-void expectFinishedTree(const Trial& trial, const Expectation& expected, Extent extent) {
-    auto now = trial.snapshot();
+void expectFinishedTree(const Experiment& experiment, const Expectation& expected, Extent extent) {
+    auto now = experiment.snapshot();
     if (extent == Extent::FromThenOn) {
         now = withoutTemporaries(std::move(now));
     }
-    EXPECT_TRUE(isSameTree(now, expected.after, trial.attempt.finish ? Times::None : Times::Stamps));
-    EXPECT_TRUE(hasNoStrayFolder(*trial.provider, now, expected.before));
+    EXPECT_TRUE(isSameTree(now, expected.after, experiment.attempt.finish ? Times::None : Times::Stamps));
+    EXPECT_TRUE(hasNoStrayFolder(*experiment.provider, now, expected.before));
 }
 
 /// Looks at the tree once more after each of two changes of it: what a failure has left wrong in one copy of the folder
 /// map shows only when the next change publishes that copy.
-void expectSoundAfterChanges(const Trial& trial) {
+void expectSoundAfterChanges(const Experiment& experiment) {
     const StorageIRI passing(u"/a folder that comes and goes");
-    const auto before = trial.snapshot();
-    trial.provider->doCreateFolder(passing);
-    auto now = trial.snapshot();
+    const auto before = experiment.snapshot();
+    experiment.provider->doCreateFolder(passing);
+    auto now = experiment.snapshot();
     EXPECT_EQ(now.erase(pathOf(passing)), 1U);
     EXPECT_TRUE(isSameTree(now, before, Times::OfFiles));
-    trial.provider->doRemoveFolder(passing);
-    EXPECT_TRUE(isSameTree(trial.snapshot(), before, Times::OfFiles));
+    experiment.provider->doRemoveFolder(passing);
+    EXPECT_TRUE(isSameTree(experiment.snapshot(), before, Times::OfFiles));
 }
 
 /// Without what a failed allocation was for, the operation has done just what it does with it.
-void expectSurvived(const Trial& trial, const TreeShape& shape, const Expectation& expected, Extent extent) {
+void expectSurvived(const Experiment& experiment, const TreeShape& shape, const Expectation& expected,
+                    Extent extent) {
     EXPECT_TRUE(shape.isLarge()) << "a failure went unnoticed in a tree that is too small for indexes";
-    EXPECT_EQ(trial.attempt.result(), expected.result);
-    expectFinishedTree(trial, expected, extent);
-    expectSoundAfterChanges(trial);
+    EXPECT_EQ(experiment.attempt.result(), expected.result);
+    expectFinishedTree(experiment, expected, extent);
+    expectSoundAfterChanges(experiment);
 }
 
 void expectAsManyAsStated(const TreeShape& shape, const Operation& operation, std::size_t failures) {
@@ -160,17 +161,17 @@ void goOnUntilRefused(const TreeShape& shape, const Operation& operation, const 
                       std::size_t& failures) {
     for (;; ++failures) {
         SCOPED_TRACE("memory runs out after " + std::to_string(failures) + " allocations");
-        const Trial trial(shape, operation);
-        switch (callRefused(trial.attempt, operation, failures)) {
+        const Experiment experiment(shape, operation);
+        switch (callRefused(experiment.attempt, operation, failures)) {
         case Answer::Refused:
-            EXPECT_TRUE(isSameTree(trial.snapshot(), expected.after, Times::Stamps));
+            EXPECT_TRUE(isSameTree(experiment.snapshot(), expected.after, Times::Stamps));
             return;
         case Answer::RefusedOutOfMemory: // what was to be cleaned up may have stayed
-            expectGuaranteed(trial, shape, operation, expected, Extent::FromThenOn);
+            expectGuaranteed(experiment, shape, operation, expected, Extent::FromThenOn);
             break;
         case Answer::RanOutOfMemory:
-            expectGuaranteed(trial, shape, operation, expected, Extent::Once);
-            EXPECT_THROW(trial.attempt.run(), Exception);
+            expectGuaranteed(experiment, shape, operation, expected, Extent::Once);
+            EXPECT_THROW(experiment.attempt.run(), Exception);
             break;
         }
     }
@@ -185,35 +186,35 @@ void sweep(const TreeShape& shape, const Operation& operation, Extent extent) {
     }
     std::size_t failures = 0;
     std::size_t survivals = 0;
-    Trial trial(shape, operation);
-    for (auto outcome = call(trial.attempt, 0, extent); outcome != Outcome::Succeeded;
-         outcome = call(trial.attempt, failures + survivals, extent)) {
+    Experiment experiment(shape, operation);
+    for (auto outcome = call(experiment.attempt, 0, extent); outcome != Outcome::Succeeded;
+         outcome = call(experiment.attempt, failures + survivals, extent)) {
         SCOPED_TRACE("memory runs out after " + std::to_string(failures + survivals) + " allocations");
-        TrialTally::instance().countFailurePoints(1);
+        SweepTally::instance().countFailurePoints(1);
         if (outcome == Outcome::RanOut) {
             ++failures;
-            expectGuaranteed(trial, shape, operation, expected, extent);
-            finish(trial, expected);
+            expectGuaranteed(experiment, shape, operation, expected, extent);
+            finish(experiment, expected);
             if (!expected.changesNothing()) {
-                expectFinishedTree(trial, expected, extent);
+                expectFinishedTree(experiment, expected, extent);
             }
         } else {
             ++survivals;
-            TrialTally::instance().countSurvivals(1);
-            expectSurvived(trial, shape, expected, extent);
+            SweepTally::instance().countSurvivals(1);
+            expectSurvived(experiment, shape, expected, extent);
         }
         if (outcome == Outcome::RanOut && expected.changesNothing()) {
             // The next failure shows whether finishing changed nothing either.
-            trial.prepare(shape, operation);
+            experiment.prepare(shape, operation);
         } else {
-            trial = Trial(shape, operation);
+            experiment = Experiment(shape, operation);
         }
         if (testing::Test::HasFailure()) {
             return; // one failure tells enough
         }
     }
     expectAsManyAsStated(shape, operation, failures);
-    TrialTally::instance().countOperationOn(shape.name, operation.name);
+    SweepTally::instance().countOperationOn(shape.name, operation.name);
 }
 
 void sweepRefused(const TreeShape& shape, const Operation& operation) {
@@ -230,9 +231,9 @@ void sweepRefused(const TreeShape& shape, const Operation& operation) {
     EXPECT_EQ(outcome, ChildOutcome::Done) << "memory ran out after " << failures.value() << " allocations";
     EXPECT_GT(failures.value(), 0U);
     EXPECT_LE(endings, allocationsOfAMessage);
-    TrialTally::instance().countFailurePoints(failures.value());
-    TrialTally::instance().countEndings(endings);
-    TrialTally::instance().countOperationOn(shape.name, operation.name);
+    SweepTally::instance().countFailurePoints(failures.value());
+    SweepTally::instance().countEndings(endings);
+    SweepTally::instance().countOperationOn(shape.name, operation.name);
 }
 
 } // namespace storage::tests

@@ -59,7 +59,7 @@ struct TreeShape {
     bool isLarge() const { return entries.size() > 20; }
 };
 
-/// All trees of the trial.
+/// All trees of the test.
 const std::vector<TreeShape>& treeShapes();
 
 /// A provider with the tree; when its entries were last modified is left open.

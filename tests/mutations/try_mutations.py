@@ -40,7 +40,7 @@ STAGES = [
     ("threads", THREADS, [
         ["inmemoryprovider_tests", "--gtest_filter=" + SLOW],
         ["linearizability_tests"],
-        ["thread_trial", "--operations", "200000"],
+        ["thread_stress", "--operations", "200000"],
     ]),
 ]
 LONGEST_RUN = 300  # seconds; a test that takes longer hangs

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace storage::trials {
+namespace storage::stress {
 
 namespace {
 
@@ -65,4 +65,4 @@ std::int64_t availableMemory() {
                                         "/sys/fs/cgroup/memory/memory.usage_in_bytes")});
 }
 
-} // namespace storage::trials
+} // namespace storage::stress

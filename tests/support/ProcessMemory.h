@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace storage::trials {
+namespace storage::stress {
 
 /// The memory of this process that is in the machine's own at the moment, in bytes, and the most that ever
 /// was since the last mark. What was freed before the mark is first given back to the system.
@@ -24,4 +24,4 @@ private:
 /// How much more memory this process could use, in bytes, as the machine and its control group let it.
 std::int64_t availableMemory();
 
-} // namespace storage::trials
+} // namespace storage::stress

@@ -233,7 +233,7 @@ protected:
         return std::uniform_int_distribution<std::uint64_t>(0, most)(random_);
     }
 
-    /// Often at a border of pages.
+    /// Often at a page boundary.
     std::uint64_t anyOffset(std::uint64_t most) {
         return upTo(2) == 0 ? upTo(most / pageSize) * pageSize : upTo(most);
     }

@@ -51,7 +51,7 @@ TEST(ContentGrowth, peaksAtTheSizeOfTheContent) {
 #endif
     for (const std::size_t size : {17 * mebibyte, 64 * mebibyte, 129 * mebibyte}) {
         Bytes content;
-        const trials::ProcessMemory memory;
+        const stress::ProcessMemory memory;
         appendByBlocks(content, size);
         const auto peak = static_cast<double>(memory.peakGrowth());
         // The huge page that is being copied, and the unused part of the last one.

@@ -1,0 +1,40 @@
+#include "host/process/TryInProcess.h"
+
+#include "host/plugin/PluginLibrary.h"
+#include "host/process/CheckProcess.h"
+#include "host/support/Failure.h"
+#include "host/support/Utf.h"
+
+namespace storage::host {
+
+namespace {
+
+using Result = CheckOutcome::Result;
+
+CheckOutcome verdictOf(const std::string& plugin, const std::function<void()>& work) {
+    try {
+        work();
+        return {Result::Pass, ""};
+    } catch (const PluginError& error) {
+        return {Result::Fail, error.what()};
+    } catch (...) {
+        return {Result::Fail, printable(plugin) + ": " + Failure::ofCurrentException("").text()};
+    }
+}
+
+} // namespace
+
+void tryInProcess(const std::string& plugin, const std::function<void()>& work,
+                  std::chrono::milliseconds limit) {
+    CheckProcess process([&](const CheckProcess::Announce& announce) { announce(verdictOf(plugin, work)); });
+    const CheckOutcome outcome = process.wait(limit);
+    if (outcome.result == Result::Crash) {
+        const std::string lastWords = outcome.output.empty() ? "" : "; it said: " + outcome.output;
+        throw PluginError(printable(plugin) + ": the process that loaded it " + outcome.reason + lastWords);
+    }
+    if (outcome.result == Result::Fail) {
+        throw PluginError(outcome.reason);
+    }
+}
+
+} // namespace storage::host

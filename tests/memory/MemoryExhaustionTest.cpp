@@ -1,0 +1,94 @@
+#include "tests/memory/Operations.h"
+#include "tests/memory/Sweep.h"
+#include "tests/memory/SweepTally.h"
+#include "tests/support/OperationProbe.h"
+
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <ostream>
+#include <set>
+
+namespace storage::tests {
+namespace {
+
+struct Case {
+    const TreeShape* shape;
+    Operation operation;
+};
+
+void PrintTo(const Case& tried, std::ostream* out) {
+    *out << tried.operation.name << " on " << tried.shape->name;
+}
+
+std::string nameOf(const testing::TestParamInfo<Case>& info) {
+    return info.param.operation.name + "_" + info.param.shape->name;
+}
+
+/// Each operation on each tree that has what it needs.
+std::vector<Case> casesOf(const std::vector<std::vector<Operation>>& tables) {
+    std::vector<Case> cases;
+    for (const auto& operations : tables) {
+        for (const auto& operation : operations) {
+            for (const auto& shape : treeShapes()) {
+                if (operation.canBeTriedOn(shape)) {
+                    cases.push_back({&shape, operation});
+                }
+            }
+        }
+    }
+    return cases;
+}
+
+class RefusedWhenMemoryRunsOut : public testing::TestWithParam<Case> {};
+
+TEST_P(RefusedWhenMemoryRunsOut, staysRefused) {
+    sweepRefused(*GetParam().shape, GetParam().operation);
+}
+
+INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, RefusedWhenMemoryRunsOut,
+                         testing::ValuesIn(casesOf({refusedOperations(), refusedHostOperations()})), nameOf);
+
+class WhenMemoryRunsOut : public testing::TestWithParam<Case> {};
+
+TEST_P(WhenMemoryRunsOut, once) {
+    sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::Once);
+}
+
+TEST_P(WhenMemoryRunsOut, forGood) {
+    sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::FromThenOn);
+}
+
+INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, WhenMemoryRunsOut,
+                         testing::ValuesIn(casesOf({providerOperations(), moveOperations(),
+                                                    streamOperations(), listingOperations(),
+                                                    hostOperations()})),
+                         nameOf);
+
+TEST(MemoryExhaustion, TriesEveryOperationOfAProvider) {
+    const auto& catalogue = foundation::storage::provider::providerOperations;
+    std::set<std::optional<std::size_t>> called;
+    for (const Case& tried : casesOf({providerOperations(), moveOperations(), hostOperations(),
+                                      refusedOperations(), refusedHostOperations()})) {
+        called.insert(OperationProbe::firstCalledBy(
+            [&](auto& provider) { tried.operation.prepare(provider, *tried.shape).run(); }));
+    }
+    for (std::size_t i = 0; i < catalogue.size(); ++i) {
+        EXPECT_TRUE(called.contains(i)) << catalogue[i].name;
+    }
+}
+
+/// Tells the figures when all is done.
+class Report : public testing::Environment {
+public:
+    void TearDown() override {
+        const auto* test = testing::UnitTest::GetInstance();
+        std::cout << "memory exhaustion: " << SweepTally::instance().summary() << ", "
+                  << (test->Failed() ? "NOT all survived" : "all survived") << std::endl;
+    }
+};
+
+const testing::Environment* const report = testing::AddGlobalTestEnvironment(new Report);
+
+} // namespace
+} // namespace storage::tests

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <chrono>
+
+namespace storage::stress {
+
+/// Tells the seconds since it was made. For figures alone: nothing may depend on them.
+class Stopwatch {
+public:
+    double seconds() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+} // namespace storage::stress

@@ -1,0 +1,57 @@
+#include "tests/stress/size/AddressSpace.h"
+
+#include <fmt/core.h>
+
+#include <sys/resource.h>
+
+#include <new>
+#include <vector>
+
+namespace storage::stress {
+
+namespace {
+
+constexpr long mebibyte = 1L << 20;
+constexpr rlim_t addresses = rlim_t{1} << 30U;
+constexpr unsigned long leastFiles = addresses / (32 * mebibyte) - 3; // the program takes some itself
+
+/// The soft limit of the address space as long as it lives.
+class Limit {
+public:
+    Limit() {
+        requireThat(::getrlimit(RLIMIT_AS, &before_) == 0, "address space: its limit is not known");
+        const rlimit limit{addresses, before_.rlim_max};
+        requireThat(::setrlimit(RLIMIT_AS, &limit) == 0, "address space: it cannot be limited");
+    }
+    Limit(const Limit&) = delete;
+    Limit& operator=(const Limit&) = delete;
+    ~Limit() { ::setrlimit(RLIMIT_AS, &before_); }
+
+private:
+    rlimit before_{};
+};
+
+} // namespace
+
+void AddressSpace::run() {
+    const unsigned long files = fill();
+    fmt::print("address space: {} files of 17 MiB in 1 GiB of it\n", files);
+    requireThat(files >= leastFiles, "address space: ", files, " files of 17 MiB in place of ", leastFiles);
+}
+
+unsigned long AddressSpace::fill() {
+    const std::vector<char> block(mebibyte, 'x');
+    const Limit limit;
+    for (unsigned long files = 0;; ++files) {
+        try {
+            const auto stream = provider_->doOpenStream(StorageIRI(u"/" + nameOfNumber(files, 5)), {});
+            for (int i = 0; i < 17; ++i) {
+                stream->write(block.data(), mebibyte);
+            }
+        } catch (const std::bad_alloc&) {
+            return files;
+        }
+    }
+}
+
+} // namespace storage::stress

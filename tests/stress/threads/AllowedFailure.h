@@ -1,0 +1,26 @@
+#pragma once
+
+#include "hostapi/storage/provider/ErrorCode.h"
+#include "hostapi/storage/provider/Exception.h"
+#include "tests/stress/threads/Attempt.h"
+
+namespace storage::stress {
+
+/// A failure that an operation may have while other threads change the tree.
+struct AllowedFailure {
+    /// The location that it names.
+    enum class Named {
+        Source,
+        Destination,
+        SourceOrAbove, ///< of operations that make the folders above
+        SourceOrBelow, ///< of operations that remove what is below
+        TemporaryFile, ///< of copies: in the folder of the destination
+    };
+
+    foundation::storage::provider::ErrorCode code;
+    Named named = Named::Source;
+
+    bool allows(const foundation::storage::provider::Exception& failure, const Attempt& attempt) const;
+};
+
+} // namespace storage::stress

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "hostapi/storage/provider/IProvider.h"
+
+#include <memory>
+
+namespace storage::stress {
+
+/// A provider in the hands of several threads: the last of them shuts it down and destroys it.
+class World {
+public:
+    World();
+    World(const World&) = delete;
+    World& operator=(const World&) = delete;
+    ~World();
+
+    const foundation::storage::provider::IProvider& provider() const { return *provider_; }
+
+private:
+    std::shared_ptr<foundation::storage::provider::IProvider> provider_;
+};
+
+} // namespace storage::stress

@@ -1,0 +1,148 @@
+#include "tests/stress/unload/PluginRound.h"
+
+#include "tests/stress/Fault.h"
+#include "tests/support/LoadedPlugin.h"
+
+#include <limits>
+
+namespace storage::stress {
+
+using foundation::storage::provider::ByteStreamAppend;
+using foundation::storage::provider::ByteStreamContent;
+using foundation::storage::provider::ByteStreamExistence;
+using foundation::storage::provider::ByteStreamOpenOptions;
+using foundation::storage::provider::ReplacementPolicy;
+using foundation::storage::provider::StorageIRI;
+
+namespace {
+
+const StorageIRI folder(u"/a");
+const StorageIRI file(u"/a/f");
+const StorageIRI lockedFile(u"/a/locked");
+const std::string bytes(10'000, 'x');
+constexpr ByteStreamOpenOptions toAppend{0, ByteStreamExistence::MustExist, ByteStreamContent::Keep,
+                                         ByteStreamAppend::AppendAtEnd};
+
+} // namespace
+
+void PluginRound::run() {
+    loadUseAndUnload();
+    expectKeptFailures();
+}
+
+void PluginRound::loadUseAndUnload() {
+    const tests::LoadedPlugin plugin(plugin_.c_str());
+    auto provider = plugin.build();
+    buildTree(*provider);
+    useWhatOthersAreMadeOf(*provider);
+    holdStreamsAndListings(*provider);
+    collectFailures(*provider);
+    provider.reset();
+    useStreamsAndListings();
+    streams_.clear();
+    listings_.clear();
+}
+
+void PluginRound::buildTree(const IProvider& provider) {
+    provider.doCreateFolder(folder);
+    provider.doOpenStream(file, {})->write(bytes.data(), static_cast<long>(bytes.size()));
+    provider.doCreateFile(lockedFile);
+    provider.doSetWritable(lockedFile, false);
+    provider.doCreateFolderRecursive(StorageIRI(u"/b/c/d/e"));
+    for (char16_t name = u'a'; name <= u'z'; ++name) {
+        provider.doCreateFile(StorageIRI(std::u16string(u"/b/c/") + u"file " + name));
+    }
+    provider.doMoveFolder(StorageIRI(u"/b"), StorageIRI(u"/moved"), ReplacementPolicy::RefuseExisting);
+    provider.doMoveFile(StorageIRI(u"/moved/c/file a"), StorageIRI(u"/a/g"),
+                        ReplacementPolicy::ReplaceExisting);
+    requireThat(provider.doFolderExists(StorageIRI(u"/moved/c/d/e")), "a moved folder is missing");
+    requireThat(provider.doFileExists(StorageIRI(u"/a/g")), "a moved file is missing");
+}
+
+/// The host's defaults, each of which calls the plug-in many times.
+void PluginRound::useWhatOthersAreMadeOf(const IProvider& provider) {
+    const StorageIRI copy(u"/moved/copy");
+    provider.doCopyFile(file, copy, ReplacementPolicy::RefuseExisting);
+    provider.doTruncateToSize(copy, 100);
+    requireThat(provider.doGetFileAttributes(copy).getSize() == 100, "a copied file has another size");
+    requireThat(provider.doListAllRecursiveNamesOnly(StorageIRI(u"/moved")).size() == 29,
+                "a recursive listing has another number of names");
+    requireThat(provider.doListFilesWildcards(StorageIRI(u"/moved/c"), u"file ?")->hasNext(),
+                "a listing by a pattern is empty");
+    provider.doRemoveFolderRecursively(StorageIRI(u"/moved/c"));
+    requireThat(!provider.doExists(StorageIRI(u"/moved/c/d/e")), "a removed folder is still there");
+}
+
+void PluginRound::holdStreamsAndListings(const IProvider& provider) {
+    streams_.push_back(provider.doOpenStream(file, toAppend));
+    streams_.push_back(provider.doOpenReadOnlyStream(file));
+    streams_.push_back(provider.doOpenStream(StorageIRI(u"/a/new"), {}));
+    provider.doRemoveFile(StorageIRI(u"/a/new"));
+    listings_.push_back(provider.doListAll(folder));
+    listings_.push_back(provider.doListFiles(folder));
+    listings_.push_back(provider.doListFolders(StorageIRI(u"/")));
+    listings_.front()->step();
+    listings_.push_back(listings_.front()->clone());
+}
+
+void PluginRound::collectFailures(const IProvider& provider) {
+    keepFailure("/missing: not found: an entry of the required kind, or the folder that would hold it",
+                [&] { provider.doRemoveFile(StorageIRI(u"/missing")); });
+    keepFailure("/a/f: not found: an entry of the required kind, or the folder that would hold it",
+                [&] { provider.doListAll(file); });
+    keepFailure("/a: already exists, or is in the folder that is to be moved",
+                [&] { provider.doCreateFolder(folder); });
+    keepFailure("/a/f: already exists, or is in the folder that is to be moved",
+                [&] { provider.doMoveFile(StorageIRI(u"/a/g"), file, ReplacementPolicy::RefuseExisting); });
+    keepFailure("/a/locked: read-only: it, or another entry that the operation changes",
+                [&] { provider.doRemoveFile(lockedFile); });
+    keepFailure("/a: folder is not empty", [&] { provider.doRemoveFolder(folder); });
+    keepFailure("/a: this provider does not offer the operation",
+                [&] { provider.doGetProviderStorageInfo(folder); });
+    keepFailure("vector::reserve", [&] {
+        streams_.front()->write(bytes.data(),
+                                std::numeric_limits<long>::max()); // fails before it reads a byte
+    });
+}
+
+void PluginRound::keepFailure(const char* text, const std::function<void()>& operation) {
+    try {
+        operation();
+    } catch (...) {
+        failures_.push_back({std::current_exception(), text});
+        return;
+    }
+    throw Fault(std::string("nothing failed where this was expected: ") + text);
+}
+
+/// The provider is gone.
+void PluginRound::useStreamsAndListings() {
+    streams_[0]->write("tail", 4);
+    std::string read(bytes.size() + 4, ' ');
+    requireThat(streams_[1]->read(read.data(), static_cast<long>(read.size())) ==
+                        static_cast<long>(read.size()) &&
+                    read == bytes + "tail",
+                "a stream reads other bytes than were written");
+    requireThat(streams_[2]->write("removed", 7) == 7, "a stream on a removed file cannot be written");
+    std::vector<std::size_t> counts;
+    for (const auto& listing : listings_) {
+        counts.push_back(0);
+        for (; listing->hasNext(); listing->step()) {
+            ++counts.back();
+        }
+    }
+    requireThat(counts == std::vector<std::size_t>{2, 3, 2, 2}, "a listing has another number of entries");
+}
+
+/// The plug-in may be gone.
+void PluginRound::expectKeptFailures() const {
+    for (const auto& [exception, text] : failures_) {
+        try {
+            std::rethrow_exception(exception);
+        } catch (const std::exception& error) {
+            requireThat(error.what() == text, "a failure says '", error.what(), "' in place of '", text, "'");
+        }
+    }
+}
+
+} // namespace storage::stress

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "hostapi/storage/provider/IProvider.h"
+
+#include <exception>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace storage::stress {
+
+/// One life of a plug-in: it is loaded, put to use, and unloaded when all that came out of it is gone, but
+/// for the exceptions, which are looked at only then.
+///
+/// Owns what the plug-in gave. Thread safety: for one thread; several rounds may run at once.
+class PluginRound {
+public:
+    /// @param plugin  the library's path
+    explicit PluginRound(std::string plugin) : plugin_(std::move(plugin)) {}
+
+    /// @throws Fault
+    void run();
+
+private:
+    using ByteStream = foundation::storage::provider::ByteStream;
+    using IFolderEntryIterator = foundation::storage::provider::IFolderEntryIterator;
+    using IProvider = foundation::storage::provider::IProvider;
+
+    void loadUseAndUnload();
+    void buildTree(const IProvider& provider);
+    void useWhatOthersAreMadeOf(const IProvider& provider);
+    void holdStreamsAndListings(const IProvider& provider);
+    void collectFailures(const IProvider& provider);
+    void useStreamsAndListings();
+    void expectKeptFailures() const;
+
+    void keepFailure(const char* text, const std::function<void()>& operation);
+
+    struct KeptFailure {
+        std::exception_ptr exception;
+        std::string text;
+    };
+
+    std::string plugin_;
+    std::vector<std::unique_ptr<ByteStream>> streams_;
+    std::vector<std::unique_ptr<IFolderEntryIterator>> listings_;
+    std::vector<KeptFailure> failures_;
+};
+
+} // namespace storage::stress
