@@ -6,11 +6,11 @@
 
 namespace storage::host {
 
-/// A failure of one command at one path, in the words the user is going to read.
+/// A failure of one command at one path, with a message for the user.
 class CommandError : public std::runtime_error {
 public:
-    /// @param path    the path concerned, of the disk or the storage
-    /// @param reason  why, in plain words
+    /// @param path    path on disk or in the storage
+    /// @param reason  the message
     CommandError(std::string path, const std::string& reason)
         : std::runtime_error(reason), path_(std::move(path)) {}
 
@@ -20,9 +20,9 @@ private:
     std::string path_;
 };
 
-/// The failure of a system call on a path of the disk.
+/// Converts a failed system call on a path on disk.
 /// @param path   path on disk, of any bytes
-/// @param error  the errno of the call
+/// @param error  errno of the call
 CommandError diskError(const std::string& path, int error);
 
 } // namespace storage::host

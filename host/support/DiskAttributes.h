@@ -9,17 +9,17 @@
 
 namespace storage::host {
 
-/// What an entry of a disk is. Storages have files and folders only.
+/// The type of an entry on disk. Storages have only files and folders.
 enum class EntryKind { File, Folder, SymbolicLink, Socket, Fifo, CharacterDevice, BlockDevice };
 
-/// The kind in plain words with its article, for example "a symbolic link".
+/// The type in words with its article, for example "a symbolic link".
 const char* describe(EntryKind kind);
 
 constexpr bool isDevice(EntryKind kind) {
     return kind == EntryKind::CharacterDevice || kind == EntryKind::BlockDevice;
 }
 
-/// A user and a group of the disk. A value.
+/// Owner and group on disk. A value.
 struct DiskOwner {
     uid_t user = 0;
     gid_t group = 0;
@@ -27,20 +27,20 @@ struct DiskOwner {
     bool operator==(const DiskOwner&) const = default;
 };
 
-using Xattrs = std::map<std::string, std::string>; ///< extended attributes of the disk, by name
+using Xattrs = std::map<std::string, std::string>; ///< extended attributes by name
 
-/// What a disk keeps of an entry besides its name and its bytes, as far as it is known. A value.
+/// The attributes of an entry on disk, as far as they are known. A value.
 struct DiskAttributes {
     EntryKind kind = EntryKind::File;
     std::optional<mode_t> mode; ///< permission bits, all twelve
     std::optional<DiskOwner> owner;
     std::optional<timespec> modified;
     Xattrs xattrs;
-    bool isSparse = false;  ///< of a file: it has holes
+    bool isSparse = false;  ///< the file has holes
     std::string linkTarget; ///< of a symbolic link
-    dev_t device = 0;       ///< number of a device
+    dev_t device = 0;       ///< device number of a device
     std::uint64_t linkGroup =
-        0; ///< of a file: names with the same number are names of one file; 0 for the only name
+        0; ///< hard-link group: equal numbers are names of one file; 0 for a file with one name
 };
 
 } // namespace storage::host

@@ -2,12 +2,12 @@
 
 namespace storage::host {
 
-/// What the program tells its caller when it ends.
+/// Exit status of the program.
 enum class ExitStatus : int {
     Success = 0,
     Failure = 1,
     Usage = 2,
-    Interrupted = 130, ///< as a shell reports a program ended by Ctrl-C
+    Interrupted = 130, ///< 128 + SIGINT, as a shell reports it
 };
 
 } // namespace storage::host

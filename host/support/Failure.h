@@ -7,21 +7,21 @@
 
 namespace storage::host {
 
-/// Finds the reason of a storage's failure in words.
+/// Returns the reason of a storage failure in words.
 using FailureDiagnosis = std::function<std::string(const foundation::storage::provider::Exception& error)>;
 
-/// What went wrong, where, in words. A value.
+/// A failure: what failed, where, and why. A value.
 struct Failure {
     std::string path; ///< empty when no path is concerned
     std::string reason;
 
-    /// Describes the exception that is being handled. Every exception has a description, also one of a class
-    /// that only a plug-in knows.
-    /// @param path      used when the exception itself names no path
-    /// @param diagnose  finds the reason of a storage's failure
+    /// Describes the current exception. Works for every exception, also for classes that only a plug-in
+    /// defines.
+    /// @param path      used if the exception names no path
+    /// @param diagnose  returns the reason of a storage failure
     static Failure ofCurrentException(const std::string& path, const FailureDiagnosis& diagnose = reasonOf);
 
-    /// What the exception says behind its path: of a code without a name, the number too.
+    /// The exception's reason without its path. If the error code has no name, its number is included.
     static std::string reasonOf(const foundation::storage::provider::Exception& error);
 
     /// "path: reason", or the reason alone.

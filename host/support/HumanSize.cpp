@@ -14,7 +14,7 @@ std::string humanSize(unsigned long long bytes) {
     }
     double size = static_cast<double>(bytes) / base;
     std::size_t unit = 0;
-    for (; std::ceil(size) >= base; ++unit) { // 64 bits end below 16E
+    for (; std::ceil(size) >= base; ++unit) { // a 64-bit size is below 16E
         size /= base;
     }
     constexpr double tenths = 10;

@@ -15,7 +15,7 @@ extern "C" void rememberSignal(int signal) {
 Interruption::Interruption() {
     pendingSignal = 0;
     struct sigaction action {};
-    action.sa_handler = rememberSignal; // no SA_RESTART: a read that waits for input must end too
+    action.sa_handler = rememberSignal; // no SA_RESTART: a signal must end a blocking read
     sigemptyset(&action.sa_mask);
     for (std::size_t i = 0; i < signals_.size(); ++i) {
         sigaction(signals_[i], nullptr, &previous_[i]);

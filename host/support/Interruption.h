@@ -6,20 +6,20 @@
 
 namespace storage::host {
 
-/// Unwinds a command that the user asked to stop. Only `runReported` and the shell handle it; everything else cleans up and
-/// lets it pass.
+/// Unwinds a command that the user interrupted. Only `runReported` and the shell catch it. All other code
+/// cleans up and lets it propagate.
 class Interrupted : public std::exception {
 public:
     const char* what() const noexcept override { return "interrupted"; }
 };
 
-/// Turns the signals that ask the program to stop into a flag that commands look at between two steps, so
-/// that whatever they were making is tidied up by ordinary unwinding.
+/// Turns termination signals into a flag that commands check between two steps, so that cleanup is ordinary
+/// stack unwinding.
 ///
-/// Owns the handlers of SIGINT, SIGTERM and SIGHUP from construction to destruction; a signal that was
-/// ignored before stays ignored. At most one object may exist at a time.
+/// Owns the handlers of SIGINT, SIGTERM and SIGHUP during its lifetime. A signal that was ignored before
+/// stays ignored. At most one object may exist at a time.
 ///
-/// Thread safety: for the main thread.
+/// Only the main thread may use it.
 class Interruption {
 public:
     Interruption();

@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// A number of fixed length for a name of any length, the same in every build of the program (FNV-1a).
+/// Hashes a name of any length (FNV-1a). The result is the same in every build of the program.
 std::uint64_t nameHash(std::string_view name) noexcept;
 
 } // namespace storage::host

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t longestLine = std::numeric_limits<regoff_t>::max();
 
-/// The locale of the calling thread as long as the object lives.
+/// Sets the locale of the calling thread for the lifetime of the object.
 class ThreadLocale {
 public:
     explicit ThreadLocale(locale_t locale) : previous_(::uselocale(locale)) {}
@@ -30,7 +30,7 @@ private:
 RegularExpression::RegularExpression(const std::string& pattern, Case letters)
     : locale_(::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
     if (!locale_) {
-        throw std::bad_alloc(); // the C library has this locale built in
+        throw std::bad_alloc(); // the only cause: this locale is built into the C library
     }
     if (pattern.find('\0') != std::string::npos) {
         throw UsageError("'" + pattern + "' is not a regular expression: it contains NUL");

@@ -9,21 +9,22 @@
 
 namespace storage::host {
 
-/// A POSIX extended regular expression over UTF-8 text, whatever the locale of the process. By the C library, whose matching
-/// takes no stack that grows with the text.
+/// A POSIX extended regular expression over UTF-8 text, independent of the locale of the process. It uses the
+/// C library, because its stack use while matching does not grow with the text.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class RegularExpression {
 public:
     enum class Case { Distinguished, Ignored };
 
-    /// @throws UsageError when the pattern is none
+    /// @throws UsageError when the pattern is not a regular expression
     RegularExpression(const std::string& pattern, Case letters);
     ~RegularExpression();
     RegularExpression(const RegularExpression&) = delete;
     RegularExpression& operator=(const RegularExpression&) = delete;
 
-    /// Whether it matches anywhere in a line, which may hold NUL. Of a longer line only the first 2 GiB are searched.
+    /// Whether the expression matches anywhere in a line, which may contain NUL. Only the first 2 GiB of a
+    /// line are searched.
     bool matchesIn(std::string_view line) const;
 
 private:

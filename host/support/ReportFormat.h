@@ -2,7 +2,7 @@
 
 namespace storage::host {
 
-/// For whom the program's results are.
+/// Output format of results.
 enum class ReportFormat {
     Text, ///< for people
     Json, ///< for programs

@@ -9,7 +9,7 @@ namespace storage::host {
 
 namespace {
 
-/// The path that a variable of the environment holds; one that is not absolute does not count.
+/// The path in an environment variable; nothing if it is not absolute.
 std::optional<std::string> pathIn(const char* variable) {
     return variable != nullptr && *variable == '/' ? std::optional<std::string>(variable) : std::nullopt;
 }
@@ -17,7 +17,7 @@ std::optional<std::string> pathIn(const char* variable) {
 } // namespace
 
 std::string stateFolder() {
-    // NOLINTBEGIN(concurrency-mt-unsafe): before any thread
+    // NOLINTBEGIN(concurrency-mt-unsafe): no other thread is running yet
     if (const auto state = pathIn(std::getenv("XDG_STATE_HOME"))) {
         return *state + "/qzstorage";
     }

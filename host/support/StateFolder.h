@@ -4,8 +4,9 @@
 
 namespace storage::host {
 
-/// Where the program keeps what is to outlive it, an absolute path: `qzstorage` below `$XDG_STATE_HOME`, by default below
-/// `.local/state` in the user's home. Reads the environment: for the time before any thread.
+/// The folder for persistent state of the program, an absolute path: `qzstorage` below `$XDG_STATE_HOME`, by
+/// default below `.local/state` in the home directory. Reads the environment, so call it before any thread is
+/// started.
 std::string stateFolder();
 
 } // namespace storage::host

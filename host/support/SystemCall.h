@@ -5,9 +5,9 @@
 
 namespace storage::host {
 
-/// The result of a system call that tells a failure by a negative number.
-/// @param call  its name, for people
-/// @throws std::system_error
+/// Returns the result of a system call, and throws if it is negative.
+/// @param call  name of the call, for the message
+/// @throws std::system_error with errno
 inline int checked(int result, const char* call) {
     if (result < 0) {
         throw std::system_error(errno, std::generic_category(), call);

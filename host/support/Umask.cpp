@@ -6,7 +6,7 @@ namespace storage::host {
 
 mode_t currentUmask() noexcept {
     constexpr mode_t everything = 0777;
-    const mode_t mask = ::umask(everything); // there is no other way to read it
+    const mode_t mask = ::umask(everything); // the only way to read the umask is to set it
     ::umask(mask);
     return mask;
 }

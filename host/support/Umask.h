@@ -4,7 +4,7 @@
 
 namespace storage::host {
 
-/// The permission bits that this process never gives new files. Not while another thread creates files.
+/// The umask of this process. Sets it for a moment, so no other thread may create files meanwhile.
 mode_t currentUmask() noexcept;
 
 } // namespace storage::host

@@ -7,8 +7,8 @@
 
 namespace storage::host {
 
-/// A command line that cannot be understood. The text is the reason in plain words, with what the user wrote made
-/// printable: it may hold NUL.
+/// A command line with bad syntax. The text is the reason. Control characters and ill-formed bytes in it are
+/// escaped.
 class UsageError : public std::runtime_error {
 public:
     explicit UsageError(std::string_view reason) : std::runtime_error(printable(reason)) {}

@@ -16,8 +16,8 @@ constexpr bool isControl(char32_t character) {
     return character < 0x20 || (character >= 0x7F && character < 0xA0);
 }
 
-/// Marks of the direction of writing and separators of lines: a name with one of them can look like another
-/// name, or like two.
+/// Bidirectional control characters and line separators, which can make one name look like another or like
+/// two.
 constexpr bool isLayout(char32_t character) {
     return character == 0x061C || character == 0x200E || character == 0x200F ||
            (character >= 0x2028 && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
@@ -49,9 +49,9 @@ constexpr bool isTrailSurrogate(char16_t unit) {
     return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 
-constexpr char16_t escapeBase = 0xDC00; ///< what the unit of a byte has beyond the byte
+constexpr char16_t escapeBase = 0xDC00; ///< lone surrogates that encode a byte: this base plus the byte
 
-/// Whether a trail surrogate, if it is unpaired, stands for a byte.
+/// Whether a lone trail surrogate encodes a byte.
 constexpr bool isEscapedByte(char16_t unit) {
     return unit >= escapeBase + 0x80 && unit <= escapeBase + 0xFF;
 }
