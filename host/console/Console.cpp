@@ -90,7 +90,7 @@ void Console::printLine(const std::string& path, const std::string& text) {
         }
     }
     err_ << line + printableInMessage(text) + '\n'
-         << std::flush; // in one piece, also when others write there
+         << std::flush; // one write, so that output of other programs does not split the line
 }
 
 } // namespace storage::host

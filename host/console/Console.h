@@ -11,28 +11,28 @@
 
 namespace storage::host {
 
-/// Who reads a stream of the program.
+/// What an output stream is connected to.
 enum class OutputKind {
-    Terminal, ///< a person, now
-    Plain,    ///< a file, a pipe or a test
+    Terminal, ///< interactive
+    Plain,    ///< a file or a pipe
 };
 
-/// Sees what a console says, also where nobody else does.
+/// Receives a copy of the failures and the progress of a console.
 class ConsoleObserver {
 public:
     virtual ~ConsoleObserver() = default;
 
     virtual void failed(const Failure& failure) = 0;
 
-    /// @param line  what a person would see of the progress of a transfer
+    /// @param line  the progress line as a terminal shows it
     virtual void progressed(const std::string& line) = 0;
 };
 
-/// Everything the program says: results on the output, failures and progress on the error stream, in an order
-/// that makes sense when both go to one place.
+/// All output of the program: results go to the output stream, failures and progress to the error stream. The
+/// order is kept when both streams are the same file.
 ///
-/// Borrows its two streams. Between calls the progress line is either not there or the last thing on the
-/// error stream. Thread safety: one object is for one thread.
+/// Borrows its two streams. Invariant: between calls the progress line is either erased or the last thing on
+/// the error stream. Not thread-safe.
 class Console {
 public:
     Console(std::ostream& out, OutputKind outKind, std::ostream& err, OutputKind errKind)
@@ -40,57 +40,57 @@ public:
 
     std::ostream& out() { return out_; }
 
-    /// A name or path as results show it: as it is, but without control characters on a terminal. What UTF-8
-    /// cannot spell is escaped in any case.
+    /// Formats a name or path for results: unchanged, but on a terminal control characters are escaped.
+    /// Unpaired surrogates are escaped in any case.
     std::string shown(std::u16string_view text) const;
 
-    /// As above for a name of the disk, of any bytes.
+    /// The same for a name on disk, which may hold any bytes.
     std::string shown(std::string_view bytes) const;
 
-    /// From here on the names of folders stand out in colour.
+    /// Prints the names of folders in color from now on.
     void useColors() noexcept { hasColors_ = true; }
 
-    /// A name or path that was shown by the functions above, in the colour of folders.
+    /// Adds the color of folders to the result of `shown`.
     std::string asFolder(const std::string& shownName) const;
 
-    /// From here on failures are those of a line, and none has been reported yet.
-    /// @param place  where the line stands, for example "job.qz:12"; empty if failures are not to say
+    /// Starts a line: resets the failure count, and reports later failures with this place.
+    /// @param place  for example "job.qz:12"; empty if failures are reported without a place
     void beginLine(std::string place);
 
-    /// The place of the line.
+    /// The place of the current line.
     const std::string& place() const noexcept { return place_; }
 
-    /// From here on failures are those of `command`, and none has been reported yet.
+    /// Starts a command: resets the failure count, and reports later failures with its name.
     void beginCommand(std::string command);
 
     std::size_t failuresOfCommand() const noexcept { return failures_; }
 
-    /// Reports a failure of the command in one line: "qzstorage: PLACE: COMMAND: PATH: reason". Control characters
-    /// and ill-formed bytes are escaped, what is endless is shortened.
+    /// Reports a failure of the command in one line: "qzstorage: PLACE: COMMAND: PATH: reason". Control
+    /// characters and ill-formed bytes are escaped, overlong text is shortened.
     void report(const Failure& failure);
 
-    /// Reports the exception that is being handled.
-    /// @param path  the path to name when the exception has none
+    /// Reports the current exception.
+    /// @param path  used if the exception names no path
     void reportCurrentException(const std::string& path);
 
-    /// From here on failures of the storage are reported with the reason that `diagnose` finds.
+    /// Sets the function that finds the reason of a storage failure.
     void setDiagnosis(FailureDiagnosis diagnose) { diagnose_ = std::move(diagnose); }
 
     /// Prints "qzstorage: COMMAND: PATH: text" without counting a failure.
     void notice(const std::string& path, const std::string& text);
 
-    /// Runs one step of the command; what it throws is reported and the command can go on with the next one.
-    /// Interrupted, OutputError and UsageError end the command and pass.
-    /// @param path  the path to name when the exception has none
+    /// Runs one step of the command. Reports an exception and returns, so that the command can continue.
+    /// Interrupted, OutputError and UsageError are not caught.
+    /// @param path  used if the exception names no path
     void attempt(const std::string& path, const std::function<void()>& step);
 
-    /// From here on the observer sees what is said, too; null for none. Borrows it.
+    /// Sets the observer, which is borrowed; null removes it.
     void setObserver(ConsoleObserver* observer) noexcept { observer_ = observer; }
 
-    /// Whether there is a place for a line that is rewritten again and again.
+    /// Whether the error stream or an observer can show a line that is redrawn.
     bool showsProgress() const noexcept { return errKind_ == OutputKind::Terminal || observer_ != nullptr; }
 
-    /// The error stream has no place for such a line any more.
+    /// Stops drawing progress on the error stream.
     void showNoProgress() noexcept { errKind_ = OutputKind::Plain; }
 
     void drawProgress(const std::string& line);

@@ -27,14 +27,14 @@ int DescriptorOutput::sync() {
 void DescriptorOutput::writeOut() {
     const char* next = pbase();
     const char* const end = pptr();
-    setp(buffer_.data(), buffer_.data() + buffer_.size()); // what cannot be written is never tried again
+    setp(buffer_.data(), buffer_.data() + buffer_.size()); // a failed write is not retried
     while (next != end) {
         const ssize_t written = ::write(descriptor_, next, static_cast<std::size_t>(end - next));
         if (written < 0 && errno != EINTR) {
             throw OutputError(errno);
         }
         if (written < 0) {
-            Interruption::check(); // whoever waits for a reader that does not read can still stop
+            Interruption::check(); // a write that blocks on a full pipe can be interrupted
         }
         next += written > 0 ? written : 0;
     }

@@ -6,16 +6,16 @@
 
 namespace storage::host {
 
-/// A write to the standard output failed. It ends the session, as nobody would see the rest.
+/// A write to the standard output failed. It ends the session, because later results would be lost.
 class OutputError : public std::system_error {
 public:
-    /// @param error  the errno of the write that failed
+    /// @param error  errno of the write
     explicit OutputError(int error) : std::system_error(error, std::generic_category()) {}
 };
 
-/// The buffer of an output stream on a file descriptor, which it borrows. Unlike the standard library's own
-/// it says why a write failed: by OutputError, which passes through a stream whose exceptions() has badbit.
-/// What is still held back when it is destroyed is lost, so flush first.
+/// Buffers an output stream on a file descriptor, which it borrows. Unlike the buffers of the standard
+/// library, it reports why a write failed: it throws OutputError, which passes through a stream if
+/// exceptions() has badbit. The destructor does not flush: unflushed output is lost.
 class DescriptorOutput final : public std::streambuf {
 public:
     explicit DescriptorOutput(int descriptor);

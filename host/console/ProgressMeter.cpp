@@ -18,7 +18,7 @@ ProgressMeter::ProgressMeter(Console& console) : console_(console) {}
 ProgressMeter::~ProgressMeter() {
     try {
         console_.clearProgress();
-    } catch (...) { // a line left on a terminal that is gone disturbs nobody
+    } catch (...) { // the terminal is gone
     }
 }
 

@@ -6,10 +6,10 @@
 
 namespace storage::host {
 
-/// Shows a person at a terminal how far a transfer is: entries, bytes, rate. Elsewhere it shows nothing.
+/// Shows the progress of a transfer: entries, bytes, rate. Draws only on a terminal or for the console's
+/// observer.
 ///
-/// Borrows the console; takes its line away when it is destroyed. Thread safety: one object is for one
-/// thread.
+/// Borrows the console. The destructor clears the progress line. Not thread-safe.
 class ProgressMeter {
 public:
     explicit ProgressMeter(Console& console);

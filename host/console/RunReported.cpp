@@ -12,7 +12,7 @@ ExitStatus runReported(Console& console, const std::function<ExitStatus()>& task
     } catch (const OutputError&) {
         throw;
     } catch (const Interrupted& interrupted) {
-        console.out().clear(); // the task may have been writing
+        console.out().clear(); // clears the error state of an interrupted write
         console.report({"", interrupted.what()});
         return ExitStatus::Interrupted;
     } catch (const UsageError& error) {

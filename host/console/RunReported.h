@@ -7,10 +7,11 @@
 
 namespace storage::host {
 
-/// Runs a task of the program and reports the exception that ends it: the one place where an exception becomes a message
-/// and an exit status.
-/// @return the status of the task; Interrupted or Usage for the exceptions of these names, Failure for any other
-/// @throws OutputError when nobody takes the output any more; main() reports it
+/// Runs a task of the program and reports an exception that it throws. This is the only place that turns
+/// exceptions into a message and an exit status.
+/// @return the status of the task; Interrupted or Usage for the exceptions of these names, Failure for any
+///     other
+/// @throws OutputError when the output cannot be written; main() reports it
 ExitStatus runReported(Console& console, const std::function<ExitStatus()>& task);
 
 } // namespace storage::host
