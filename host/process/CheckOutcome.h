@@ -11,12 +11,12 @@ struct CheckOutcome {
         Pass,  ///< the provider keeps the rule
         Fail,  ///< the provider breaks the rule
         Skip,  ///< the check does not apply to this provider or machine
-        Crash, ///< the check's process ended, or was killed, before it announced a result
+        Crash, ///< the process exited or was killed before it announced a result
     };
 
     Result result;
     std::string reason;   ///< one line; empty for a pass
-    std::string output{}; ///< the lines that the check's process printed, printable, shortened
+    std::string output{}; ///< output of the check's process: printable, shortened
     std::chrono::milliseconds duration{};
 };
 

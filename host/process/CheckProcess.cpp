@@ -24,13 +24,14 @@ namespace {
 using std::chrono::milliseconds;
 using Result = CheckOutcome::Result;
 
-/// How long a signal that arrives between two waits may go unnoticed.
+/// Longest delay until a signal that arrives between two waits is noticed.
 constexpr milliseconds longestWait(100);
 
-/// More than a pipe holds; what a process that ran away still writes is nobody's concern.
+/// Above the capacity of a pipe. Bounds the output that is read from a runaway process.
 constexpr std::size_t mostLeftInPipe = 1U << 20U;
 
-/// A descriptor that is readable once a process has ended. The library of Debian 12 declares its own function for C alone.
+/// Returns a descriptor that becomes readable when the process ends. Calls the system call directly, because
+/// glibc 2.36 declares pidfd_open() without C linkage for C++.
 FileDescriptor openProcess(pid_t id) {
     return FileDescriptor::adopt(checked(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)), "pidfd_open"),
                                  "process");
@@ -43,22 +44,22 @@ std::string randomMark() {
     return fmt::format("{:08x}{:08x}", random(), random());
 }
 
-/// In one piece.
+/// One write, so that the message is not interleaved with other output.
 void announceTo(const FileDescriptor& pipe, const std::string& mark, const CheckOutcome& verdict) {
     pipe.write(mark + static_cast<char>(verdict.result) + verdict.reason + mark);
 }
 
-/// Runs in the new process.
+/// Runs in the child process.
 void runTask(const CheckProcess::Task& task, const std::string& mark, const Pipe& verdict,
              const Pipe& output) {
     checked(::dup2(output.writeEnd.number(), STDOUT_FILENO), "dup2");
     checked(::dup2(output.writeEnd.number(), STDERR_FILENO), "dup2");
-    std::setvbuf(stdout, nullptr, _IONBF, 0); // a crash is to lose nothing
+    std::setvbuf(stdout, nullptr, _IONBF, 0); // unbuffered, so that a crash loses no output
     task([&](const CheckOutcome& announced) { announceTo(verdict.writeEnd, mark, announced); });
 }
 
-/// Hands on what there is to be read.
-/// @return whether there may be more later
+/// Passes available data to `taker`.
+/// @return whether more data may follow
 template <class Taker>
 bool take(const FileDescriptor& pipe, Taker&& taker) {
     std::array<char, 65536> buffer{};
@@ -73,7 +74,7 @@ bool take(const FileDescriptor& pipe, Taker&& taker) {
     return true;
 }
 
-/// "SIGSEGV".
+/// For example "SIGSEGV".
 std::string signalName(int signal) {
     const char* const name = ::sigabbrev_np(signal);
     return name == nullptr ? fmt::format("signal {}", signal) : fmt::format("SIG{}", name);
@@ -128,7 +129,7 @@ CheckProcess::End CheckProcess::watch(Clock::time_point deadline) {
             return End::ByItself;
         }
         if (sources[1].revents != 0 && !takeVerdict()) {
-            sources[1].fd = -1; // closed at the other end: there is nothing to wait for
+            sources[1].fd = -1; // end of file: stop polling
         }
         if (sources[2].revents != 0 && !takeOutput()) {
             sources[2].fd = -1;

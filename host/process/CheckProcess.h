@@ -12,23 +12,24 @@
 
 namespace storage::host {
 
-/// Isolates a check in a process: there is an outcome whatever the check does to the process. Of what comes out of the pipe
-/// for the verdict, only a message between two copies of a random text counts: a check that writes to descriptors which are
-/// not its own, or closes them, cannot bring about a verdict.
+/// Runs a check in a child process, so that every check has an outcome, also one that crashes or hangs. In
+/// the verdict pipe only a message between two copies of a random mark counts. A check that writes to or
+/// closes foreign descriptors can therefore not forge a verdict.
 ///
-/// Owns the process, and the read ends of the pipes for its verdict and its output. Thread safety: as `ChildProcess`; one
-/// object is for one thread.
+/// Owns the process and the read ends of the pipes for its verdict and its output. Not thread-safe; see also
+/// `ChildProcess`.
 class CheckProcess {
 public:
-    /// Sends result and reason to this program.
+    /// Sends result and reason to the parent process.
     using Announce = std::function<void(const CheckOutcome& verdict)>;
-    /// Runs in the process and announces one verdict. A pass counts only if the process then exits by itself with status 0.
+    /// Runs in the child process and announces one verdict. A pass counts only if the process then exits with
+    /// status 0.
     using Task = std::function<void(const Announce& announce)>;
 
     /// @throws std::system_error
     explicit CheckProcess(const Task& task);
 
-    /// Waits for the process to end, and kills it at the time limit. To be called once.
+    /// Waits for the process to end, and kills it at the time limit. Call it once.
     /// @throws Interrupted
     CheckOutcome wait(std::chrono::milliseconds limit);
 
@@ -45,9 +46,9 @@ private:
     CheckOutcome verdict(End end, int status, std::chrono::milliseconds limit) const;
 
     Clock::time_point start_ = Clock::now();
-    std::string mark_; ///< before and after the verdict
+    std::string mark_; ///< delimits the verdict on both sides
     ChildProcess process_;
-    FileDescriptor ended_; ///< readable once the process has ended
+    FileDescriptor ended_; ///< readable when the process has ended
     FileDescriptor verdictEnd_;
     FileDescriptor outputEnd_;
     std::string announced_;

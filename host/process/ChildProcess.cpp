@@ -18,7 +18,8 @@ namespace storage::host {
 
 namespace {
 
-/// Ends the process when the one that started it has ended, also if that was before the wish could be made.
+/// Makes the kernel kill this process when its parent ends. The parent may have ended before prctl(2), so
+/// that is checked.
 void endWith(pid_t starter) {
     checked(::prctl(PR_SET_PDEATHSIG, SIGKILL), "prctl");
     if (::getppid() != starter) {
@@ -26,7 +27,8 @@ void endWith(pid_t starter) {
     }
 }
 
-/// One byte is too little for a core file, and tells the kernel not to hand a core to a program either, as none would.
+/// A limit of one byte is too small for a core file. Unlike 0, it also keeps the kernel from piping a core to
+/// a core-dump handler.
 void writeNoCore() {
     rlimit limit{};
     checked(::getrlimit(RLIMIT_CORE, &limit), "getrlimit");
@@ -38,14 +40,14 @@ void separate(pid_t starter) {
     endWith(starter);
     checked(::setpgid(0, 0), "setpgid");
     writeNoCore();
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) { // no concern of the starter's handlers any more
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) { // the handlers belong to the parent
         std::signal(signal, SIG_DFL);
     }
     const FileDescriptor nothing("/dev/null", O_RDONLY);
     checked(::dup2(nothing.number(), STDIN_FILENO), "dup2");
 }
 
-/// Without the destructors of what belongs to the starter. Whatever is thrown is to end the process.
+/// Runs no destructors of the parent's objects. `noexcept`: an exception terminates the process.
 [[noreturn]] void runAndEnd(const std::function<void()>& task, // NOLINT(bugprone-exception-escape)
                             pid_t starter) noexcept {
     separate(starter);
@@ -56,14 +58,14 @@ void separate(pid_t starter) {
 }
 
 pid_t start(const std::function<void()>& task) {
-    std::cout.flush(); // what is held back would be written twice
+    std::cout.flush(); // or both processes would write the buffered output
     std::fflush(nullptr);
     const pid_t starter = ::getpid();
     const pid_t id = checked(::fork(), "fork");
     if (id == 0) {
         runAndEnd(task, starter);
     }
-    ::setpgid(id, id); // here too: whoever is first, the group is there when it is to be killed
+    ::setpgid(id, id); // in both processes, so that the group exists whichever runs first
     return id;
 }
 
@@ -77,10 +79,10 @@ ChildProcess::~ChildProcess() {
 
 int ChildProcess::end() noexcept {
     const pid_t id = std::exchange(id_, 0);
-    int status = SIGKILL; // unless the kernel tells otherwise
+    int status = SIGKILL; // if waitpid(2) fails
     if (id != 0) {
-        ::kill(id, SIGKILL);  // also when it has left its group
-        ::kill(-id, SIGKILL); // before the process is waited for, as its number is its own until then
+        ::kill(id, SIGKILL);  // in case it has left its group
+        ::kill(-id, SIGKILL); // before waitpid(2), which frees the process id for reuse
         while (::waitpid(id, &status, 0) < 0 && errno == EINTR) {
         }
     }

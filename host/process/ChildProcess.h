@@ -5,14 +5,15 @@
 
 namespace storage::host {
 
-/// A process that runs a part of this program, with whatever it starts itself.
+/// A child process that runs a function of this program.
 ///
-/// Owns the process and its process group: none of it outlives the object, nor this program, however that ends. The
-/// process writes no core file, reads nothing, and is not reached by the keyboard. Thread safety: this program must have
-/// no other thread when it is made.
+/// Owns the process and its process group. The group does not outlive the object. The process is also killed
+/// when this program ends, however it ends. It writes no core file, its standard input is empty, and signals
+/// from the terminal do not reach it. Precondition of the constructor: this program has no other thread.
 class ChildProcess {
 public:
-    /// @param task  is run there; the process ends with status 0 when it returns, and by SIGABRT when it throws
+    /// @param task  runs in the child process, which exits with status 0 when it returns and is ended by
+    ///     SIGABRT when it throws
     /// @throws std::system_error
     explicit ChildProcess(const std::function<void()>& task);
     ~ChildProcess();
@@ -21,8 +22,8 @@ public:
 
     pid_t id() const noexcept { return id_; }
 
-    /// Kills what still runs of it.
-    /// @return how the process had ended, as waitpid(2) tells it
+    /// Kills what is still running in the group.
+    /// @return how the process ended, as a status of waitpid(2)
     int end() noexcept;
 
 private:

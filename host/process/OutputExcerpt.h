@@ -5,15 +5,15 @@
 
 namespace storage::host {
 
-/// The beginning and the end of something that may be endless.
+/// The beginning and the end of output of any length.
 ///
-/// Holds no more than a few kilobytes. Thread safety: one object is for one thread.
+/// Uses a few kilobytes at most. Not thread-safe.
 class OutputExcerpt {
 public:
     void append(std::string_view bytes);
 
-    /// Lines without anything that a terminal would obey, the last one without a newline. What was left out in the
-    /// middle is counted on a line of its own.
+    /// The lines, with everything escaped that a terminal would interpret, without a final newline. One line
+    /// states how much was left out in the middle.
     std::string text() const;
 
 private:

@@ -10,7 +10,7 @@ namespace storage::host {
 
 namespace {
 
-/// Above the numbers that a plug-in closes which closes "all" that it inherited.
+/// Above the descriptor numbers that a plug-in closes in a loop to close all inherited descriptors.
 constexpr int lowestNumber = 512;
 
 FileDescriptor atHighNumber(const FileDescriptor& descriptor) {

@@ -4,12 +4,12 @@
 
 namespace storage::host {
 
-/// A pipe of which both ends are closed on exec and reading never waits. Both have high numbers, out of the way of code that
-/// closes descriptors by their numbers.
+/// A pipe with close-on-exec on both ends and a non-blocking read end. Both descriptors have high numbers, so
+/// that code that closes descriptors by number does not hit them.
 ///
-/// Owns both ends. Thread safety: one object is for one thread.
+/// Owns both ends. Not thread-safe.
 struct Pipe {
-    /// @param name  stands for a path in failures
+    /// @param name  replaces a path in error messages
     /// @throws std::system_error
     static Pipe make(const char* name);
 

@@ -6,12 +6,12 @@
 
 namespace storage::host {
 
-/// Does in a process of its own what a plug-in might not survive, and tells what came of it in one line. This program must
-/// have no other thread.
+/// Runs code that a plug-in might crash in a child process, and reports a failure in one line. Precondition:
+/// this program has no other thread.
 /// @param plugin  path, for the message
-/// @param work    with the plug-in, which it loads itself
-/// @param limit   after which it is ended
-/// @throws PluginError when the work throws or the process does not end well
+/// @param work    loads the plug-in and uses it
+/// @param limit   time limit, after which the child process is killed
+/// @throws PluginError when the work throws or the process does not exit with status 0
 void tryInProcess(const std::string& plugin, const std::function<void()>& work,
                   std::chrono::milliseconds limit);
 
