@@ -7,26 +7,26 @@
 
 namespace storage::host {
 
-/// A provider of a plug-in, with the library that its code is in.
+/// A provider of a plug-in, together with the library that contains its code.
 ///
-/// Owns the provider and shares the library. The provider is always destroyed before the library is released. Streams,
-/// listings, path comparators and exceptions of the plug-in's own classes do not hold the library: destroy them before
-/// this object, or hold the library by a PluginLibrary.
-/// Invariant: there is a provider, except in an object that was moved from.
-/// Thread safety: as the plug-in's provider.
+/// Owns the provider and shares the library. The provider is destroyed before the library is released.
+/// Streams, listings, path comparators and exceptions of the plug-in's own classes do not keep the library
+/// loaded: destroy them before this object, or keep a PluginLibrary.
+/// Invariant: the provider is not null, except in a moved-from object.
+/// Thread safety: the same as that of the plug-in's provider.
 class LoadedProvider {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
-    /// @param library   unloads the library when its last copy is destroyed
-    /// @param provider  made by that library, not null, owned by nobody else
+    /// @param library   its deleter unloads the library
+    /// @param provider  created by that library, not null, not shared
     LoadedProvider(std::shared_ptr<void> library, std::shared_ptr<IProvider> provider) noexcept
         : library_(std::move(library)), provider_(std::move(provider)) {}
     LoadedProvider(LoadedProvider&&) noexcept = default;
     LoadedProvider(const LoadedProvider&) = delete;
     LoadedProvider& operator=(const LoadedProvider&) = delete;
     LoadedProvider&
-    operator=(LoadedProvider&&) = delete; ///< would release the library before the old provider
+    operator=(LoadedProvider&&) = delete; ///< it would release the library before the old provider
     ~LoadedProvider() = default;
 
     IProvider& operator*() const noexcept { return *provider_; }

@@ -26,7 +26,7 @@ PluginError pluginError(const std::string& path, const std::string& reason) {
     return PluginError(printable(path) + ": " + printable(reason));
 }
 
-/// Why the last operation of the dynamic linker failed, without the path that it may put in front.
+/// The dynamic linker's last error message, without the path that some messages begin with.
 std::string linkerReason(const std::string& path) {
     const char* const text = ::dlerror();
     std::string_view reason = text == nullptr ? "unknown failure" : text;
@@ -36,7 +36,7 @@ std::string linkerReason(const std::string& path) {
     return std::string(reason);
 }
 
-/// The header of a library; nothing when the file is none, which the linker tells itself.
+/// Reads the ELF header; nothing if it is not one, because the linker reports that itself.
 std::optional<Elf64_Ehdr> readHeader(std::ifstream& file) {
     Elf64_Ehdr header{};
     if (!file.read(reinterpret_cast<char*>(&header), sizeof header) ||
@@ -46,16 +46,15 @@ std::optional<Elf64_Ehdr> readHeader(std::ifstream& file) {
     return header;
 }
 
-/// Whether a library is for processors that this program does not run on. The linker would say that the file is
-/// missing.
+/// Whether a library is for another architecture. The linker would report a missing file.
 bool isForAnotherMachine(const Elf64_Ehdr& header) {
     std::ifstream self("/proc/self/exe", std::ios_base::binary);
     const auto own = readHeader(self);
     return own && own->e_machine != header.e_machine;
 }
 
-/// Whether a library breaks off before the end of what its own header promises. The linker would map it all the
-/// same, and the program die of the first access behind the end.
+/// Whether a library is truncated: shorter than its program headers state. The linker would map it
+/// nevertheless, and the first access beyond the end would kill the program.
 bool breaksOff(const std::string& path, std::ifstream& file, const Elf64_Ehdr& header) {
     const std::uintmax_t size = std::filesystem::file_size(path);
     file.seekg(static_cast<std::streamoff>(header.e_phoff));
@@ -90,7 +89,7 @@ void refuseUnloadable(const std::string& path) {
 
 PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     refuseUnloadable(path_);
-    // Absolute, as the linker searches its own folders for a bare name.
+    // Absolute, because dlopen(3) searches the system's folders for a name without a slash.
     const std::string absolute = std::filesystem::absolute(path).string();
     void* const handle = ::dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {

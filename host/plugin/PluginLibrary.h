@@ -9,30 +9,29 @@
 
 namespace storage::host {
 
-/// A plug-in that cannot be loaded or gives no provider. The text is one line: the path and the reason.
+/// A plug-in that cannot be loaded or returns no provider. The text is one line: path and reason.
 class PluginError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A provider plug-in, loaded.
+/// A loaded provider plug-in.
 ///
-/// Shares the library with every LoadedProvider that it makes; the last of them all unloads it.
-/// Thread safety: one object is for one thread.
+/// Shares the library with each LoadedProvider that it creates. The last owner unloads it. Not thread-safe.
 class PluginLibrary {
 public:
-    /// @param path  the shared library on disk
+    /// @param path  path of the shared library
     /// @throws PluginError
     explicit PluginLibrary(const std::string& path);
 
-    /// The shared library on disk, as it was given.
+    /// The path as passed to the constructor.
     const std::string& path() const { return path_; }
 
-    /// The plug-in's own function. The providers that it makes do not hold the library.
-    /// @throws PluginError when there is none
+    /// The plug-in's entry point. Providers created by calling it directly do not keep the library loaded.
+    /// @throws PluginError when the library has no entry point
     foundation::storage::provider::ProviderEntryPoint* entryPoint() const;
 
-    /// A new provider, which may outlive this object.
+    /// Creates a provider, which may outlive this object.
     /// @throws PluginError
     LoadedProvider buildProvider() const;
 

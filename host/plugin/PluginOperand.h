@@ -5,8 +5,9 @@
 
 namespace storage::host {
 
-/// The plug-in that a user named, by the program's option or as a command's operand; nothing when by neither.
-/// @throws UsageError when by both
+/// The plug-in that the user named by the program's option or by the command's operand; nothing if neither is
+/// present.
+/// @throws UsageError when both are present
 std::optional<std::string> namedPlugin(const std::optional<std::string>& option,
                                        const std::optional<std::string>& operand);
 
