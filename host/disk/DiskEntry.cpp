@@ -13,9 +13,10 @@ namespace storage::host {
 
 namespace {
 
-constexpr unsigned statusBlockSize = 512; ///< of st_blocks
+constexpr unsigned statusBlockSize = 512; ///< unit of st_blocks
 
-/// Only the superuser can give files away. What others copy belongs to them, and nobody else may run it with their rights.
+/// Only the superuser can change an owner. Files that others copy become theirs, so set-user-ID and
+/// set-group-ID bits of another owner are dropped.
 mode_t permissionsOf(const struct stat& status) {
     const uid_t user = ::geteuid();
     mode_t taken = 0;

@@ -10,11 +10,11 @@
 
 namespace storage::host {
 
-inline constexpr mode_t permissionBits = 07777; ///< in the mode of a file
+inline constexpr mode_t permissionBits = 07777; ///< permission bits of a mode
 inline constexpr mode_t writeBits = 0222;       ///< of owner, group and others
-inline constexpr mode_t setIdBits = 06000;      ///< of user and group
+inline constexpr mode_t setIdBits = 06000;      ///< set-user-ID and set-group-ID
 
-/// What the disk tells of one of its entries, in the terms of a storage. A value.
+/// An entry on disk in the terms of a storage. A value.
 struct DiskEntry {
     using Kind = EntryKind;
     enum class Links { Follow, Inspect };
@@ -22,18 +22,17 @@ struct DiskEntry {
     Kind kind = Kind::File;
     unsigned long long size = 0; ///< bytes
     boost::posix_time::ptime lastModified;
-    bool hasFarTime =
-        false; ///< the disk's time is not one that a storage can keep; lastModified is the nearest
-    bool writable = false; ///< by its owner
-    /// Permission bits. Unless the process is the superuser's, without set-user-ID and set-group-ID of another user or group.
+    bool hasFarTime = false; ///< the time is out of a storage's range, so lastModified is clamped
+    bool writable = false;   ///< by its owner
+    /// Permission bits. For an ordinary user without the set-user-ID and set-group-ID bits of other owners.
     mode_t mode = 0;
-    dev_t device = 0; ///< the file system that it is on
+    dev_t device = 0; ///< device number of its file system
     ino_t inode = 0;
-    nlink_t names = 1; ///< hard links
+    nlink_t names = 1; ///< number of hard links
     DiskOwner owner;
     timespec modified{};
-    dev_t number = 0;                 ///< of a device
-    unsigned long long allocated = 0; ///< bytes that the file takes on the disk
+    dev_t number = 0;                 ///< device number of a device
+    unsigned long long allocated = 0; ///< bytes allocated on disk
 
     /// Whether the file may have holes.
     bool isSparse() const noexcept { return kind == Kind::File && allocated < size; }
@@ -41,7 +40,7 @@ struct DiskEntry {
     /// @throws CommandError
     static DiskEntry at(const std::string& path, Links links);
 
-    /// An entry of an open folder. A symbolic link is not followed.
+    /// Describes an entry of an open folder. Does not follow a symbolic link.
     /// @throws CommandError
     static DiskEntry in(const FileDescriptor& folder, const std::string& name);
 
@@ -49,10 +48,10 @@ struct DiskEntry {
     static DiskEntry of(const FileDescriptor& file);
 };
 
-/// What the file type in a mode of stat(2) says.
+/// The entry kind of the file type in a mode of stat(2).
 EntryKind entryKindOf(mode_t mode);
 
-/// The file type of a mode, without permissions.
+/// The file type bits of a mode for stat(2).
 mode_t fileTypeOf(EntryKind kind);
 
 } // namespace storage::host

@@ -7,16 +7,16 @@
 
 namespace storage::host {
 
-/// Bytes of a file that are no hole. A value.
+/// A range of a file that is not a hole. A value.
 struct DiskExtent {
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
 };
 
-/// The next bytes of a file from `offset` on that are no hole; the file's position is at their beginning then. A file system
-/// that cannot say has no holes.
+/// Finds the next data from `offset` on, and sets the file position to its beginning. On a file system
+/// without SEEK_DATA the whole file is data.
 /// @param size  of the file
-/// @return nothing if all the rest is a hole
+/// @return nothing if only a hole follows
 std::optional<DiskExtent> nextExtent(const FileDescriptor& file, std::uint64_t offset, std::uint64_t size);
 
 } // namespace storage::host

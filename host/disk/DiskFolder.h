@@ -8,16 +8,16 @@
 
 namespace storage::host {
 
-/// The names in a folder of the disk, sorted by their bytes, without "." and "..".
+/// The names in a folder on disk, sorted bytewise, without "." and "..".
 /// @throws CommandError
 std::vector<std::string> listDiskFolder(const std::string& path, DiskEntry::Links links);
 
-/// The same of an open folder, whatever has become of its path.
+/// The same for an open folder, even if its path has changed.
 /// @throws CommandError
 std::vector<std::string> listDiskFolder(const FileDescriptor& folder);
 
-/// What a symbolic link in an open folder contains.
-/// @throws CommandError, also when it is another entry by now
+/// The target of a symbolic link in an open folder.
+/// @throws CommandError, also when the entry is no longer a symbolic link
 std::string readDiskLink(const FileDescriptor& folder, const std::string& name);
 
 } // namespace storage::host

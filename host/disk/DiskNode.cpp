@@ -12,7 +12,8 @@ namespace storage::host {
 
 namespace {
 
-/// An entry under its temporary name. Removes the name, which renaming onto the same file leaves behind.
+/// An entry with a temporary name. The destructor removes the name: rename(2) keeps it if both names are
+/// links of the same file.
 class TemporaryNode {
 public:
     TemporaryNode(WritableFolder& folder, std::string name) : folder_(folder), name_(std::move(name)) {}
@@ -32,7 +33,7 @@ private:
     const std::string name_;
 };
 
-/// @return the temporary name; empty if `make` failed, whose error errno has
+/// @return the temporary name; empty with errno set if `make` failed
 std::string makeTemporary(WritableFolder& folder, const std::string& target, const MakeDiskNode& make) {
     for (unsigned number = 0;; ++number) {
         std::string name = temporaryDiskName(target, number);

@@ -7,20 +7,21 @@
 
 namespace storage::host {
 
-/// Makes the entry under a name in the folder that the descriptor is of. Returns a negative number and sets errno when it fails.
+/// Creates an entry with this name in the folder. Returns a negative number and sets errno on failure.
 using MakeDiskNode = std::function<int(int folder, const char* name)>;
 
-/// Gives the entry of that name in the folder its attributes.
+/// Sets the attributes of the entry with this name in the folder.
 using FinishDiskNode = std::function<void(const FileDescriptor& folder, const std::string& name)>;
 
-/// Makes an entry that needs no time to be filled: a symbolic link, a fifo, a device, one more name of a file. It has a temporary
-/// name, like that of a `TemporaryDiskFile`, until it has its attributes, and takes the final name then, replacing what has it.
+/// Creates an entry that has no content to be written: a symbolic link, a fifo, a device or a hard link. The
+/// entry has a temporary name like that of a `TemporaryDiskFile` until its attributes are set. It is then
+/// renamed to the final name, which replaces an existing entry.
 ///
-/// There is nothing to lock, so another program may take the entry for one that a killed program left behind, and remove it. It is
-/// made again then.
+/// Such an entry cannot be locked. Another program may therefore take it for one that a killed program left
+/// behind, and remove it. It is then created again.
 /// @param name  the final name in the folder
-/// @return 0, or the error number of `make`
-/// @throws CommandError naming the final path when something else fails; what `finish` throws
+/// @return 0, or the errno of `make`
+/// @throws CommandError naming the final path when another step fails; exceptions of `finish`
 int makeDiskNode(WritableFolder& folder, const std::string& name, const MakeDiskNode& make,
                  const FinishDiskNode& finish);
 

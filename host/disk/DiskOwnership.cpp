@@ -23,7 +23,7 @@ DiskOwner giveTo(const FileDescriptor& entry, const DiskOwner& owner) {
     if (before == owner) {
         return owner;
     }
-    // An ordinary user cannot change the owner, but can set any group that the user is in.
+    // An ordinary user cannot change the owner, but can change the group to one of the user's own.
     if (::fchownat(entry.number(), "", owner.user, owner.group, AT_EMPTY_PATH) != 0 &&
         ::fchownat(entry.number(), "", unchanged, owner.group, AT_EMPTY_PATH) != 0) {
         return before;

@@ -11,13 +11,14 @@ namespace storage::host {
 /// @throws CommandError
 struct stat statusOf(const FileDescriptor& entry);
 
-/// Gives an entry to a user and a group, as far as the system allows.
+/// Changes the owner and group of an entry, as far as the system permits.
 /// @param entry  may be open with O_PATH, as for a symbolic link
-/// @return the owner that the entry has then
+/// @return the resulting owner and group
 /// @throws CommandError
 DiskOwner giveTo(const FileDescriptor& entry, const DiskOwner& owner);
 
-/// The permission bits that an entry of `actual` may have: nobody else's set-user-ID and set-group-ID.
+/// The permission bits for an entry whose owner could not be set: without set-user-ID and set-group-ID for
+/// `actual` where it differs from `wanted`.
 mode_t permissionsFor(mode_t mode, const DiskOwner& wanted, const DiskOwner& actual);
 
 } // namespace storage::host

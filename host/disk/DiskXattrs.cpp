@@ -13,9 +13,9 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::size_t longestValue = std::size_t{64} * 1024; ///< of the system, also of all names together
+constexpr std::size_t longestValue = std::size_t{64} * 1024; ///< kernel limit for a value and for all names
 
-/// The list of names, each with a NUL behind it.
+/// The list of names, each terminated by NUL.
 std::string listXattrs(const FileDescriptor& entry) {
     std::array<char, 256> small{}; // enough for most entries
     ssize_t size = ::flistxattr(entry.number(), small.data(), small.size());
@@ -49,7 +49,7 @@ std::vector<std::string> carriedNames(const FileDescriptor& entry) {
     return names;
 }
 
-/// Nothing for an attribute that has just been removed.
+/// Nothing if the attribute was removed meanwhile.
 std::optional<std::string> valueOf(const FileDescriptor& entry, const std::string& name) {
     std::string value(longestValue, '\0');
     const ssize_t size = ::fgetxattr(entry.number(), name.c_str(), value.data(), value.size());

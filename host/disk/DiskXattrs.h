@@ -8,20 +8,21 @@
 
 namespace storage::host {
 
-// Transfers carry the attributes of the user's programs (user.*), and file capabilities if the process is the superuser's. Other
-// extended attributes belong to the disk's file system or to its security policy.
+// Transfers copy the user.* attributes, and file capabilities if the process runs as the superuser. Other
+// extended attributes belong to the file system or to the security policy.
 
 bool isCarriedXattr(std::string_view name);
 
-/// The extended attributes of an open file or folder that transfers carry. None where the file system has none.
+/// The extended attributes of an open file or folder that transfers copy; none if the file system does not
+/// support them.
 /// @throws CommandError
 Xattrs readXattrs(const FileDescriptor& entry);
 
-/// Adds extended attributes to an open file or folder.
-/// @return how many the file system does not take
+/// Sets extended attributes of an open file or folder.
+/// @return the number of attributes that the file system rejected
 std::size_t addXattrs(const FileDescriptor& entry, const Xattrs& xattrs);
 
-/// Removes those that transfers carry and that are not in `kept`. What cannot be removed stays.
+/// Removes the attributes that transfers copy, except those in `kept`. Failures are ignored.
 void removeOtherXattrs(const FileDescriptor& entry, const Xattrs& kept);
 
 } // namespace storage::host

@@ -7,21 +7,21 @@
 
 namespace storage::host {
 
-/// An open file or folder of the disk.
+/// An open file or folder on disk.
 ///
-/// Owns the descriptor. Failures are CommandErrors that name the path it was opened by.
-/// Thread safety: one object is for one thread.
+/// Owns the descriptor. Failures throw a CommandError with the path that was opened. Not thread-safe.
 class FileDescriptor {
 public:
     /// @param path   path on disk
-    /// @param flags  as for open(2); closed on exec in any case
-    /// @param mode   permissions of a file that is created, before the umask
-    /// @throws Interrupted when a signal ends an opening that waits
+    /// @param flags  as for open(2); O_CLOEXEC is added
+    /// @param mode   permissions of a created file, before the umask is applied
+    /// @throws Interrupted when a signal interrupts a blocking open
     FileDescriptor(const std::string& path, int flags, unsigned mode = 0);
-    /// Opens an entry of an open folder. A symbolic link is not followed, also one that has just taken the entry's place.
+    /// Opens an entry of an open folder. Never follows a symbolic link, not even one that replaced the entry
+    /// meanwhile.
     FileDescriptor(const FileDescriptor& folder, const std::string& name, int flags);
-    /// Takes over a descriptor that is open already.
-    /// @param name  stands for the path in failures
+    /// Takes ownership of an open descriptor.
+    /// @param name  replaces the path in error messages
     static FileDescriptor adopt(int number, std::string name);
     FileDescriptor(FileDescriptor&& other) noexcept;
     FileDescriptor(const FileDescriptor&) = delete;
@@ -32,18 +32,18 @@ public:
     int number() const noexcept { return number_; }
     const std::string& path() const noexcept { return path_; }
 
-    /// Another descriptor of the same open file, which shares its position and its lock.
+    /// Duplicates the descriptor. Both share the file position and the lock.
     FileDescriptor duplicate() const;
 
-    /// Fills `buffer` as far as the file goes.
+    /// Reads until `buffer` is full or the file ends.
     /// @return number of bytes, less than the buffer's size only at the end of the file
-    /// @throws Interrupted when a signal ends a read that waits
+    /// @throws Interrupted when a signal interrupts a blocking read
     std::size_t read(std::span<char> buffer, const Interruption& interruption) const;
 
     /// Writes all of `bytes`.
     void write(std::span<const char> bytes) const;
 
-    /// Closes the file and reports what the system found out only then.
+    /// Closes the file and reports errors that close(2) returns, such as delayed write errors.
     void close();
 
 private:

@@ -4,9 +4,9 @@
 
 namespace storage::host {
 
-/// The name of the file system that a folder is on, if it shows the state of the system and keeps no files: "proc", "sysfs"
-/// and the like. Reading there can have effects, and sizes mean nothing. A file system in memory keeps files.
-/// @return a null pointer for a file system that keeps files
+/// The name of the folder's file system if it is a pseudo file system: "proc", "sysfs" and the like. Reading
+/// there can have side effects, and sizes are meaningless. A tmpfs is not one of them.
+/// @return a null pointer for a file system that stores files
 const char* systemFileSystemOf(const FileDescriptor& folder);
 
 } // namespace storage::host

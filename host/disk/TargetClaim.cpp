@@ -16,7 +16,7 @@ namespace storage::host {
 
 namespace {
 
-/// Links lead to the folder that they name.
+/// Resolves symbolic links, so that one folder has one address.
 std::filesystem::path resolved(const std::string& target) {
     std::error_code error;
     const std::filesystem::path path = std::filesystem::canonical(target, error);
@@ -30,7 +30,7 @@ struct Address {
     const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&name); }
 };
 
-/// An abstract address, which starts with NUL.
+/// An abstract socket address, which begins with NUL.
 Address addressOf(const std::string& target) {
     const std::filesystem::path path = resolved(target);
     const std::string folder = path.has_parent_path() ? path.parent_path().string() : ".";
@@ -63,7 +63,7 @@ TargetClaim::TargetClaim(const std::string& target) : socket_(makeSocket()) {
         if (::bind(socket_, address.get(), address.length) != 0) {
             throw errno == EADDRINUSE ? claimed(target) : diskError(target, errno);
         }
-        checked(::listen(socket_, 1), "listen"); // for refuseClaimed
+        checked(::listen(socket_, 1), "listen"); // for the connect(2) in refuseClaimed
     } catch (...) {
         ::close(socket_);
         throw;
@@ -79,7 +79,7 @@ void TargetClaim::refuseClaimed(const std::string& target) {
     try {
         address = addressOf(target);
     } catch (const CommandError&) {
-        return; // what is wrong with the path is said when something is written there
+        return; // an invalid path is reported when the export writes there
     }
     const int socket = makeSocket();
     const bool isClaimed = ::connect(socket, address.get(), address.length) == 0 || errno == EAGAIN;

@@ -4,14 +4,14 @@
 
 namespace storage::host {
 
-/// Keeps a folder of the disk, that need not exist yet, for this program to export into; until the object is destroyed or the
-/// program ends, however it does.
+/// Claims a folder on disk, which need not exist yet, as this program's export target. The claim ends with
+/// the object or the process, even if the process is killed.
 ///
-/// The claim is a name in the kernel that only one program can have, made of the folder above and the name in it. It leaves
-/// nothing on the disk, and programs in other network namespaces do not see it. Thread safety: one object is for one thread.
+/// The claim is an abstract socket address, which only one program can bind. It is made of the parent folder
+/// and the name. It leaves nothing on disk, and is invisible in other network namespaces. Not thread-safe.
 class TargetClaim {
 public:
-    /// @param target  path of a folder; the folder above it must exist
+    /// @param target  path of a folder; its parent must exist
     /// @throws CommandError when another program has claimed it
     explicit TargetClaim(const std::string& target);
     ~TargetClaim();

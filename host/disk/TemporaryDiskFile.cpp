@@ -18,35 +18,36 @@ namespace storage::host {
 
 namespace {
 
-/// Nobody else reads what is not complete; the owner of the final name may be another one.
+/// Only the owner may read incomplete content. The final owner may be another user.
 constexpr unsigned privateMode = 0600;
 
 bool isSameFile(const struct stat& one, const struct stat& other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-/// Opens what may be the temporary file of another program. Nothing else is opened, as opening can have effects.
+/// Opens a possible temporary file of another program. The caller opens regular files only, because opening
+/// other types can have side effects.
 std::optional<FileDescriptor> openTemporary(const FileDescriptor& folder, const std::string& name) {
     const int number =
         ::openat(folder.number(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     return number < 0 ? std::nullopt : std::optional(FileDescriptor::adopt(number, name));
 }
 
-/// @return whether the entry was the one of a program that was killed, and is removed
+/// @return whether the entry was left behind by a killed program and has been removed
 bool removeIfAbandoned(WritableFolder& folder, const std::string& name) {
     struct stat status {};
     if (::fstatat(folder.descriptor().number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 ||
         S_ISDIR(status.st_mode) || (status.st_uid != ::geteuid() && ::geteuid() != 0)) {
         return false;
     }
-    if (!S_ISREG(status.st_mode)) { // it has this name for a moment only, and is made again
+    if (!S_ISREG(status.st_mode)) { // its name is short-lived, and a running program creates it again
         return folder.change([&](int in) { return ::unlinkat(in, name.c_str(), 0); }) == 0;
     }
     const auto file = openTemporary(folder.descriptor(), name);
     if (!file || ::flock(file->number(), LOCK_EX | LOCK_NB) != 0) {
         return false;
     }
-    // Only the owner of the lock removes the file, so what has the name now keeps it.
+    // The name may belong to a new file by now. Only the holder of a file's lock removes that file.
     struct stat opened {};
     struct stat named {};
     if (::fstat(file->number(), &opened) != 0 ||
@@ -103,7 +104,8 @@ TemporaryDiskFile::~TemporaryDiskFile() {
 }
 
 void TemporaryDiskFile::moveIntoPlace() {
-    named_.file.duplicate().close(); // the file stays locked as long as it has its temporary name
+    // Closes a duplicate to get its errors. This descriptor keeps the lock until the rename.
+    named_.file.duplicate().close();
     const int moved =
         folder_.change([this](int in) { return ::renameat(in, named_.name.c_str(), in, target_.c_str()); });
     if (moved != 0) {
@@ -116,7 +118,7 @@ void TemporaryDiskFile::removeAbandonedFiles(WritableFolder& folder) {
     std::vector<std::string> names;
     try {
         names = listDiskFolder(folder.descriptor());
-    } catch (const CommandError&) { // a folder that may be written to, but not read
+    } catch (const CommandError&) { // the folder may be writable, but not readable
     }
     for (const std::string& name : names) {
         if (isTemporaryDiskName(name)) {

@@ -7,14 +7,14 @@
 
 namespace storage::host {
 
-/// A file under a name of its own in the folder where it belongs, so that nothing half-written ever stands under the final
-/// name. Removed again unless it was renamed.
+/// A file with a temporary name in its target folder, so that the final name never refers to incomplete
+/// content. The destructor removes it unless it was renamed.
 ///
-/// The name follows from the final one, `.qzstorage-HASH-N.part`, with the first N that is free. The file is locked (flock) as
-/// long as the object lives. So a file of such a name that is not locked belongs to a program that was killed; it is removed by
-/// the next one that requires its name, and by `removeAbandonedFiles`.
+/// The name is derived from the final one: `.qzstorage-HASH-N.part`, with the first unused N. The file is
+/// locked (flock) for the lifetime of the object. An unlocked file with such a name was left behind by a
+/// killed program. It is removed when its name is needed again, and by `removeAbandonedFiles`.
 ///
-/// Owns the file until it is renamed, borrows the folder. Thread safety: one object is for one thread.
+/// Owns the file until it is renamed, borrows the folder. Not thread-safe.
 class TemporaryDiskFile {
 public:
     /// @param name  the final name in the folder
@@ -26,17 +26,17 @@ public:
 
     const FileDescriptor& file() const noexcept { return named_.file; }
 
-    /// Reports what the system finds out only when a file is closed, and lets the file take the final name, replacing a file
-    /// that has it.
+    /// Checks for errors of close(2), and renames the file to its final name, which replaces an existing
+    /// file.
     /// @throws CommandError naming the final path
     void moveIntoPlace();
 
-    /// Removes the temporary files of programs that were killed from a folder. What cannot be removed stays.
+    /// Removes temporary files that killed programs left in a folder. Failures are ignored.
     static void removeAbandonedFiles(WritableFolder& folder);
 
 private:
     struct NamedFile {
-        std::string name; ///< empty once the file has its final name
+        std::string name; ///< empty after the rename
         FileDescriptor file;
     };
 

@@ -5,8 +5,9 @@
 
 namespace storage::host {
 
-/// The name of an entry that is not complete, `.qzstorage-HASH-N.part`: it follows from the final name in the same folder.
-/// @param number  makes it unique
+/// The temporary name of an incomplete entry, `.qzstorage-HASH-N.part`, derived from the final name in the
+/// same folder.
+/// @param number  the N, which makes it unique
 std::string temporaryDiskName(const std::string& target, unsigned number);
 
 bool isTemporaryDiskName(std::string_view name);

@@ -32,21 +32,21 @@ void WritableFolder::setMode() {
         return;
     }
     if ((*modeAtEnd_ & S_IWUSR) == 0) {
-        lock(); // of another program that has made it writable for itself
+        lock(); // waits for another program that needs the write permission
     }
     if (::fchmod(folder_.number(), *std::exchange(modeAtEnd_, std::nullopt)) != 0) {
         throw diskError(folder_.path(), errno);
     }
 }
 
-/// @return whether the change may be tried again; if not, errno says why it was refused
+/// @return whether to retry; if not, errno holds the reason of the failure
 bool WritableFolder::makeWritable() {
     const bool isNewlyLocked = lock();
     struct stat status {};
     if (::fstat(folder_.number(), &status) == 0) {
         const mode_t mode = status.st_mode & permissionBits;
         if ((mode & S_IWUSR) != 0 && isNewlyLocked) {
-            return true; // another program had just taken the permission away or given it back
+            return true; // another program changed the permission at the same time
         }
         if ((mode & S_IWUSR) == 0 && ::fchmod(folder_.number(), mode | S_IWUSR) == 0) {
             modeAtEnd_ = modeAtEnd_.value_or(mode);
@@ -57,8 +57,8 @@ bool WritableFolder::makeWritable() {
     return false;
 }
 
-/// Waits for the lock. Where the file system has none, nothing is locked.
-/// @return whether the folder was not locked by this object before
+/// Waits for the lock. Does nothing if the file system does not support locks.
+/// @return whether the lock was acquired by this call
 bool WritableFolder::lock() {
     if (isLocked_) {
         return false;

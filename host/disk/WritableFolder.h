@@ -8,14 +8,15 @@
 
 namespace storage::host {
 
-/// An open folder of the disk whose entries are changed. It stays the same folder whatever becomes of its path.
+/// An open folder on disk whose entries are to be changed. It remains the same folder even if its path
+/// changes.
 ///
-/// When a change is refused because the folder is read-only and the folder belongs to the user, it is made writable until the
-/// object is destroyed. The folder is locked (flock) from then on, so that two programs that export into it do not take the
-/// permission away from each other. Deadlock is impossible: a program waits for the lock of its innermost folder only, while
-/// it holds locks of folders above.
+/// If a change fails because the folder is read-only, and the user owns the folder, it is made writable for
+/// the lifetime of the object. The folder is locked (flock) from then on, so that two exporting programs do
+/// not revoke each other's permission. There is no deadlock: a program waits only for the lock of its
+/// innermost folder, while it holds locks of folders above it.
 ///
-/// Owns the descriptor. Thread safety: one object is for one thread.
+/// Owns the descriptor. Not thread-safe.
 class WritableFolder {
 public:
     enum class ReadOnly { Lift, Respect };
@@ -28,15 +29,15 @@ public:
     const FileDescriptor& descriptor() const noexcept { return folder_; }
 
     /// Runs a system call that changes the entries of the folder.
-    /// @param call  receives the folder's descriptor; returns a negative number and sets errno when it fails
-    /// @return what the last call returned; errno is its own
-    /// @throws Interrupted while it waits for the folder's lock
+    /// @param call  receives the folder's descriptor; returns a negative number and sets errno on failure
+    /// @return the result of the last call, with its errno
+    /// @throws Interrupted while waiting for the folder's lock
     int change(const std::function<int(int folder)>& call);
 
-    /// The permission bits that the folder has in the end, also when the object is destroyed before `setMode`.
+    /// Sets the final permission bits, which the destructor applies if `setMode` was not called.
     void setModeAtEnd(mode_t mode) { modeAtEnd_ = mode; }
 
-    /// The folder gets the permissions that it has in the end.
+    /// Applies the final permission bits.
     /// @throws CommandError, Interrupted
     void setMode();
 
