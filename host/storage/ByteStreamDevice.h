@@ -8,7 +8,7 @@ namespace storage::host {
 
 using foundation::storage::provider::ByteStreamDevice;
 
-/// Bytes that are copied or compared at a time.
+/// Size of the buffers for copying and comparing, in bytes.
 inline constexpr std::size_t transferBufferSize = std::size_t{256} * 1024;
 
 } // namespace storage::host

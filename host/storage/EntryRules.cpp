@@ -63,7 +63,7 @@ std::optional<Obstacle> obstacleAbove(const IProvider& provider, const StoragePa
     if (provider.doFolderExists(path.parent().iri())) {
         return std::nullopt;
     }
-    // From the root down, as the way to what is missing may be long and most of it missing, too.
+    // From the root down, because most of a long path may be missing.
     const std::u16string& text = path.text();
     for (std::size_t end = text.find(u'/', 1); end != std::u16string::npos; end = text.find(u'/', end + 1)) {
         const StoragePath above = StoragePath::resolve(StoragePath(), text.substr(0, end));

@@ -5,7 +5,7 @@
 
 #include <optional>
 
-// What must exist at a path, or must not. Each failure names the entry that is the reason.
+// Checks whether entries exist. Each failure names the entry that causes it.
 namespace storage::host {
 
 /// What exists at `path`.
@@ -13,7 +13,7 @@ foundation::storage::provider::EntryExistence
 existence(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
 
 /// @return what exists at `path`, never Missing
-/// @throws CommandError when nothing exists there, naming the file above `path` if that is why
+/// @throws CommandError when nothing exists there; names a file above `path` if that is the cause
 foundation::storage::provider::EntryExistence
 requireEntry(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
 
@@ -23,10 +23,10 @@ void requireFolder(const foundation::storage::provider::IProvider& provider, con
 /// @throws CommandError unless a file exists at `path`
 void requireFile(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
 
-/// The topmost entry above a path that keeps everything from existing there. A value.
+/// The topmost entry above a path that prevents an entry from existing there. A value.
 struct Obstacle {
     enum class Kind {
-        File,    ///< a file exists where a folder should be
+        File,    ///< a file exists in place of a folder
         Missing, ///< nothing exists there
     };
 
@@ -34,12 +34,12 @@ struct Obstacle {
     Kind kind = Kind::Missing;
 };
 
-/// What keeps an entry at `path` from existing.
-/// @return nothing when its folder exists
+/// Finds the obstacle for an entry at `path`.
+/// @return nothing if the parent folder exists
 std::optional<Obstacle> obstacleAbove(const foundation::storage::provider::IProvider& provider,
                                       const StoragePath& path);
 
-/// Refuses a path that leads through a file, where nothing can exist.
+/// Rejects a path with a file among its ancestors.
 /// @throws CommandError naming the file
 void refuseFileAbove(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
 

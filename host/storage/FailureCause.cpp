@@ -33,7 +33,7 @@ std::optional<std::string> readOnlyKind(const IProvider& provider, const Storage
     return std::nullopt;
 }
 
-/// Of two read-only entries either may be the cause, so both are named.
+/// If the entry and its folder are both read-only, either may be the cause, so both are named.
 std::optional<std::string> causeOfReadOnly(const IProvider& provider, const StoragePath& path) {
     const auto kind = readOnlyKind(provider, path);
     const StoragePath folder = path.parent();
@@ -70,7 +70,7 @@ std::string causeOf(const Exception& error, const IProvider& provider) {
         if (auto cause = shownCauseOf(error, provider)) {
             return *std::move(cause);
         }
-    } catch (...) { // of any class that the provider likes
+    } catch (...) { // a provider may throw any class
     }
     return Failure::reasonOf(error);
 }

@@ -7,16 +7,18 @@
 #include <optional>
 #include <string>
 
-// One error code stands for several causes. The storage shows which one it was, if it has not changed meanwhile.
+// An error code has several possible causes. The state of the storage shows which one applies, unless it has
+// changed meanwhile.
 namespace storage::host {
 
-/// The cause of a failure in words, as certain as it can be known: the storage is asked which entries exist and are writable.
-/// @return for example "folder /a does not exist"; the exception's own reason when the storage does not show the cause, or fails
+/// Describes the probable cause of a failure by checking which entries exist and are writable.
+/// @return for example "folder /a does not exist"; the exception's own reason if the storage does not show
+///     the cause, or fails
 std::string causeOf(const foundation::storage::provider::Exception& error,
                     const foundation::storage::provider::IProvider& provider);
 
-/// Why no folder can hold the entry at `path`.
-/// @return for example "folder /a does not exist" or "/a is not a folder"; nothing when the folder exists
+/// Describes why there is no parent folder for an entry at `path`.
+/// @return for example "folder /a does not exist" or "/a is not a folder"; nothing if the folder exists
 std::optional<std::string> whyNoFolderHolds(const foundation::storage::provider::IProvider& provider,
                                             const StoragePath& path);
 

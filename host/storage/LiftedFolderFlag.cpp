@@ -16,7 +16,7 @@ LiftedFolderFlag::~LiftedFolderFlag() {
     }
     try {
         provider_.doSetWritable(path_.iri(), false);
-    } catch (...) { // what was to be done in the folder is done, or its failure is the one to report
+    } catch (...) { // the work in the folder is done, or its own failure is reported
     }
 }
 

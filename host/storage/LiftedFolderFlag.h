@@ -5,9 +5,10 @@
 
 namespace storage::host {
 
-/// Makes a read-only folder of the storage writable as long as the object lives. A writable one stays as it is.
+/// Makes a read-only folder of the storage writable for the lifetime of the object. Does nothing for a
+/// writable one.
 ///
-/// Borrows the provider. Thread safety: one object is for one thread.
+/// Borrows the provider. Not thread-safe.
 class LiftedFolderFlag {
 public:
     /// @param path  an existing folder

@@ -25,7 +25,7 @@ std::optional<std::string> LineReader::next() {
     return line.empty() ? std::nullopt : std::optional(std::move(line));
 }
 
-/// False at the end of the file.
+/// Returns false at the end of the file.
 bool LineReader::fill() {
     Interruption::check();
     const std::streamsize count = file_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));

@@ -8,14 +8,14 @@
 
 namespace storage::host {
 
-/// Reads the lines of a file of the storage. A line takes as much memory as it has bytes.
+/// Reads a file of the storage line by line. Memory use is that of the longest line.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class LineReader {
 public:
     explicit LineReader(ByteStreamDevice file);
 
-    /// The next line without its newline, which the last one may lack; nothing at the end.
+    /// Returns the next line without its newline, which the last line may lack; nothing at the end.
     /// @throws Interrupted
     std::optional<std::string> next();
 

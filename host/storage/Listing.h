@@ -11,7 +11,7 @@ namespace storage::host {
 
 using foundation::storage::provider::readEntries;
 
-/// The entries of a listing in the order of their names' code units.
+/// The entries of a listing, sorted by the code units of their names.
 std::vector<foundation::storage::provider::FolderEntry>
 sortedEntries(std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> listing);
 

@@ -7,14 +7,14 @@
 
 namespace storage::host {
 
-/// An absolute path of the storage in its one canonical spelling: "/" or names joined by single slashes, with
-/// "." and ".." resolved. A value.
+/// An absolute path of the storage in canonical form: "/", or names joined by single slashes, with "." and
+/// ".." resolved. A value.
 class StoragePath {
 public:
     /// The root folder.
     StoragePath() : text_(u"/") {}
 
-    /// The path that `text` names for someone who stands in `base`. ".." of the root is the root.
+    /// Resolves `text` relative to `base`. ".." of the root is the root.
     static StoragePath resolve(const StoragePath& base, std::u16string_view text);
 
     bool isRoot() const noexcept { return text_.size() == 1; }
@@ -22,21 +22,21 @@ public:
     /// The last name; empty for the root.
     std::u16string_view name() const noexcept;
 
-    /// The folder that holds this entry; the root for the root.
+    /// The parent folder; the root for the root.
     StoragePath parent() const;
 
-    /// The entry called `name` in this folder. The name is taken as it is.
+    /// The entry `name` in this folder. The name is not resolved.
     StoragePath child(std::u16string_view name) const;
 
-    /// Whether `other` is this entry or lies anywhere below it.
+    /// Whether `other` is this entry or a descendant of it.
     bool contains(const StoragePath& other) const noexcept;
 
-    /// Where this path lies after its ancestor (or itself) `from` became `to`.
+    /// This path after a rename of `from`, which is this path or an ancestor, to `to`.
     StoragePath rebased(const StoragePath& from, const StoragePath& to) const;
 
     const std::u16string& text() const noexcept { return text_; }
 
-    /// The path for people to read, on one line.
+    /// The path, escaped for one line of a message.
     std::string printed() const;
 
     foundation::storage::provider::StorageIRI iri() const;

@@ -45,7 +45,7 @@ public:
         }
         try {
             provider_.doSetWritable(path_.iri(), false);
-        } catch (...) { // the failure that kept the file from being replaced is the one to report
+        } catch (...) { // the failure to replace the file is reported instead
         }
     }
     ReplaceableFile(const ReplaceableFile&) = delete;
@@ -70,7 +70,7 @@ TemporaryStorageFile::~TemporaryStorageFile() {
     }
     try {
         provider_.doRemoveFile(path_.iri());
-    } catch (...) { // the failure that brought us here is the one to report
+    } catch (...) { // the failure that is unwinding is reported instead
     }
 }
 

@@ -5,10 +5,11 @@
 
 namespace storage::host {
 
-/// A new file of the storage beside the one that it is to replace, which stays as it is until the new one is complete.
+/// A temporary file of the storage, in the folder of its target. The target stays unchanged until
+/// `moveIntoPlace`.
 ///
-/// Owns the file until it is moved; the destructor removes what is still owned. Failures name the target. Borrows the
-/// provider. Thread safety: one object is for one thread.
+/// Owns the file until it is moved. The destructor removes it if it was not. Failures name the target.
+/// Borrows the provider. Not thread-safe.
 class TemporaryStorageFile {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -21,7 +22,7 @@ public:
 
     const StoragePath& path() const noexcept { return path_; }
 
-    /// Replaces the target, a read-only one too. Streams on this file must be closed.
+    /// Replaces the target, even if that is read-only. Streams on this file must be closed.
     void moveIntoPlace();
 
 private:

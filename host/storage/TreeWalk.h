@@ -11,28 +11,28 @@
 
 namespace storage::host {
 
-/// Walks over an entry and everything below it, depth first, the entries of a folder in the order of their
-/// names. Depth costs memory but no stack.
+/// Walks a tree depth first, the entries of a folder in the order of their names. Stack use does not depend
+/// on the depth.
 ///
 ///     for (TreeWalk walk(provider, top); const auto step = walk.next();) {
 ///         if (step->kind == TreeWalk::Step::Kind::Folder) { walk.descend(); }
 ///     }
 ///
-/// Borrows the provider. Each folder is listed when the walk descends into it; what changes in it later is
-/// not seen. Thread safety: one object is for one thread.
+/// Borrows the provider. A folder is listed when the walk descends into it. Later changes of it are not seen.
+/// Not thread-safe.
 class TreeWalk {
 public:
     struct Step {
         enum class Kind {
             File,
             Folder,
-            FolderDone, ///< everything below a folder that the walk descended into has been yielded
+            FolderDone, ///< everything below a folder that the walk descended into has been returned
         };
         enum class Position { Last, NotLast };
 
         Kind kind;
         StoragePath path;
-        std::u16string name; ///< as the listing gave it; of the top, its path's name
+        std::u16string name; ///< as listed; for the top, the name in its path
         std::size_t depth;   ///< 0 for the top
         Position position;   ///< among the entries of its folder
     };
@@ -40,12 +40,12 @@ public:
     /// @param top  an existing file or folder
     TreeWalk(const foundation::storage::provider::IProvider& provider, const StoragePath& top);
 
-    /// The next entry; nothing at the end.
+    /// Returns the next entry; nothing at the end.
     std::optional<Step> next();
 
-    /// Makes the walk yield what the folder of the last step holds, and then its FolderDone. Without this
-    /// call the folder is passed over and has no FolderDone.
-    /// @throws whatever listing the folder throws; the folder then counts as passed over
+    /// Descends into the folder of the last step: its entries follow, and then its FolderDone. A folder
+    /// without this call is skipped and has no FolderDone.
+    /// @throws exceptions of the listing; the folder is then skipped
     void descend();
 
 private:
@@ -56,7 +56,7 @@ private:
     };
 
     const foundation::storage::provider::IProvider& provider_;
-    std::optional<Step> top_; ///< until it was yielded
+    std::optional<Step> top_; ///< until `next` has returned it
     std::optional<Step> lastFolder_;
     std::vector<OpenFolder> open_;
 };

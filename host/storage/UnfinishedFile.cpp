@@ -8,7 +8,7 @@ UnfinishedFile::~UnfinishedFile() {
     }
     try {
         provider_.doRemoveFile(iri_);
-    } catch (...) { // the failure that left the file unfinished is the one to report
+    } catch (...) { // the failure that is unwinding is reported instead
     }
 }
 

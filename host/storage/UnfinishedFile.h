@@ -5,9 +5,9 @@
 
 namespace storage::host {
 
-/// Removes a file of the storage again unless it was finished.
+/// Removes a file of the storage unless it was finished.
 ///
-/// Borrows provider and location. Thread safety: one object is for one thread.
+/// Borrows the provider and the location. Not thread-safe.
 class UnfinishedFile {
 public:
     UnfinishedFile(const foundation::storage::provider::IProvider& provider,
@@ -17,7 +17,7 @@ public:
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
-    /// From now on the file stays.
+    /// Keeps the file.
     void finish() noexcept { finished_ = true; }
 
 private:
