@@ -52,7 +52,7 @@ void printJson(std::ostream& out, const PluginDescription& plugin) {
                     {"entryPoint", {{"name", providerEntryPointName}, {"exported", plugin.hasEntryPoint}}},
                     {"otherExports", plugin.library.exports},
                     {"provider", providerJson(plugin)}};
-    // Bytes of names that are not UTF-8, which JSON cannot hold, become U+FFFD.
+    // JSON text is UTF-8. Other bytes in names become U+FFFD.
     out << json.dump(2, ' ', /*ensure_ascii*/ false, Json::error_handler_t::replace) << '\n' << std::flush;
 }
 

@@ -16,7 +16,7 @@ void printLine(std::ostream& out, const char* title, const std::string& text) {
     out << fmt::format("{:<12} {}\n", title, text);
 }
 
-/// One line for each text, the first behind the title.
+/// Prints one line per text. Only the first has the title.
 void printLines(std::ostream& out, const char* title, const std::vector<std::string>& texts) {
     for (const std::string& text : texts) {
         printLine(out, title, printable(text));

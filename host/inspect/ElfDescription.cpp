@@ -15,7 +15,7 @@ namespace storage::host {
 
 namespace {
 
-/// Symbols of C stay as they are; the demangler would take them for types.
+/// C symbols are returned unchanged; the demangler would read some as types.
 std::string demangled(const char* symbol) {
     if (!std::string_view(symbol).starts_with("_Z")) {
         return symbol;
@@ -29,7 +29,7 @@ std::size_t valueOf(const GElf_Dyn& entry) {
     return entry.d_un.d_val; // NOLINT(cppcoreguidelines-pro-type-union-access): the format's own
 }
 
-/// The tables of an open library. Texts are empty where the file does not say what it should.
+/// Reads the sections of a library. Texts are empty if the file is malformed.
 class ElfReader {
 public:
     explicit ElfReader(const std::string& path)
@@ -52,7 +52,7 @@ public:
                 readSymbols(section, header, description);
             }
         }
-        auto& names = description.exports; // variants of one constructor have one name
+        auto& names = description.exports; // constructor variants have equal names
         std::sort(names.begin(), names.end());
         names.erase(std::unique(names.begin(), names.end()), names.end());
         return description;
@@ -68,7 +68,7 @@ private:
         return header.sh_entsize == 0 ? 0 : static_cast<int>(header.sh_size / header.sh_entsize);
     }
 
-    /// @param offset  into the texts that belong to a section
+    /// @param offset  into the string table of a section
     const char* text(const GElf_Shdr& header, std::size_t offset) const {
         const char* const found = elf_strptr(elf_.get(), header.sh_link, offset);
         return found == nullptr ? "" : found;

@@ -5,14 +5,13 @@
 
 namespace storage::host {
 
-/// What a shared library says of itself to the dynamic linker. A value.
+/// The dynamic section and the exports of a shared library. A value.
 struct ElfDescription {
-    std::string soname;              ///< empty when it has none
-    std::vector<std::string> needed; ///< sonames, in the file's order
-    std::vector<std::string>
-        exports; ///< symbols that others can use, as a C++ programmer writes them, sorted
+    std::string soname;               ///< empty if it has none
+    std::vector<std::string> needed;  ///< sonames, in the order of the file
+    std::vector<std::string> exports; ///< exported symbols, demangled, sorted
 
-    /// @throws CommandError when the file cannot be read or is no shared library
+    /// @throws CommandError when the file cannot be read or is not a shared library
     static ElfDescription read(const std::string& path);
 };
 

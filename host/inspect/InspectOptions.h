@@ -7,9 +7,9 @@
 
 namespace storage::host {
 
-/// How a plug-in is to be inspected. A value.
+/// Options of `inspect`. A value.
 struct InspectOptions {
-    std::optional<std::string> plugin; ///< as the user named it; none for the one that comes with the program
+    std::optional<std::string> plugin; ///< as the user named it; empty for the default plug-in
     ReportFormat format = ReportFormat::Text;
 };
 

@@ -8,9 +8,9 @@
 
 namespace storage::host {
 
-/// Shows what a plug-in is made of.
+/// Describes a plug-in.
 /// @param plugin  path of the plug-in
-/// @return Failure when it gives no provider, too
+/// @return Failure also if the plug-in returns no provider
 /// @throws PluginError, OutputError
 ExitStatus runInspect(const std::string& plugin, const InspectOptions& options, Console& console);
 

@@ -11,10 +11,10 @@ class App;
 
 namespace storage::host {
 
-/// The options of `inspect`, to be read by the library and then made a value.
+/// Command-line syntax of `inspect`.
 ///
-/// Borrows the application, which refers to it: both must stay until the command line has been read. Thread safety: one
-/// object is for one thread.
+/// Borrows the application, which refers to this object: both must exist until the command line is parsed.
+/// Not thread-safe.
 class InspectSyntax {
 public:
     explicit InspectSyntax(CLI::App& app);
@@ -22,8 +22,8 @@ public:
     InspectSyntax& operator=(const InspectSyntax&) = delete;
     ~InspectSyntax() = default;
 
-    /// Nothing when the command line is another subcommand's.
-    /// @param plugin  that the program's own option names
+    /// Returns nothing if the command line selects another subcommand.
+    /// @param plugin  value of the program's own option
     /// @throws UsageError
     std::optional<InspectOptions> result(const std::optional<std::string>& plugin) const;
 

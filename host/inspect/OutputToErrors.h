@@ -2,10 +2,10 @@
 
 namespace storage::host {
 
-/// Lets what others write to the standard output go to the standard error stream for as long as the object lives, so that
-/// a plug-in's words do not mix with this program's.
+/// Redirects the standard output to the standard error stream for the lifetime of the object, so that output
+/// of a plug-in does not mix with results.
 ///
-/// Owns a descriptor. Thread safety: nobody else may write to the output meanwhile.
+/// Owns a descriptor. Externally synchronized: no other thread may write to the standard output meanwhile.
 class OutputToErrors {
 public:
     /// @throws std::system_error
@@ -15,7 +15,7 @@ public:
     OutputToErrors& operator=(const OutputToErrors&) = delete;
 
 private:
-    const int output_; ///< as it was
+    const int output_; ///< the original standard output
 };
 
 } // namespace storage::host

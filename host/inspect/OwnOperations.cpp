@@ -4,9 +4,9 @@
 #include <dlfcn.h>
 #include <stdexcept>
 
-// By the C++ ABI that g++ and clang share on Linux (the Itanium one) an object begins with a pointer to the functions of
-// its class in the order of their declaration. A class has the same address there for
-// a function that it has inherited as the class that it has it from.
+// In the Itanium C++ ABI, which g++ and clang use on Linux, an object begins with a pointer to its vtable.
+// Its functions are in the order of their declaration. The slot of an inherited function has the same address
+// as in the base class.
 namespace storage::host {
 
 using foundation::storage::provider::firstOperationSlot;
@@ -16,7 +16,7 @@ namespace {
 
 using Function = const void*;
 
-/// A table of functions begins with the place of the part in the whole object, and the type's description.
+/// The functions in a vtable follow the offset to top and the type information.
 constexpr std::size_t beforeFunctions = 2;
 
 const Function* operationsOf(const IProvider& provider) {

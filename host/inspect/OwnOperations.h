@@ -7,10 +7,10 @@
 
 namespace storage::host {
 
-/// For each of `providerOperations` whether the provider overrides the default.
+/// For each of `providerOperations`: whether the provider overrides the default.
 using OwnOperations = std::array<bool, foundation::storage::provider::providerOperations.size()>;
 
-/// @param provider  as the plug-in made it, not one that stands in front of it
+/// @param provider  as the plug-in created it, not a wrapper
 OwnOperations ownOperations(const foundation::storage::provider::IProvider& provider);
 
 } // namespace storage::host

@@ -9,25 +9,25 @@
 
 namespace storage::host {
 
-/// What a plug-in is made of. A value.
+/// Description of a plug-in. A value.
 struct PluginDescription {
     std::string file; ///< absolute path
     std::uintmax_t size = 0;
     ElfDescription library;
     bool hasEntryPoint = false;
-    std::string whyNoProvider; ///< empty when it gave one; all below is about that one
-    OwnOperations own{};       ///< for each operation, not the host's
-    std::vector<int> features; ///< numbers of those it claims
+    std::string whyNoProvider; ///< empty if it returned one; everything below describes that provider
+    OwnOperations own{};       ///< for each operation: whether it overrides the host's default
+    std::vector<int> features; ///< numbers of the features that it claims
 
-    /// Loads the plug-in and asks it for one provider, but for nothing that changes a storage.
+    /// Loads the plug-in and creates one provider. Calls nothing that changes a storage.
     /// @throws PluginError when it cannot be loaded
     static PluginDescription of(const std::string& path);
 };
 
-/// How many operations are the plug-in's.
+/// The number of operations that the plug-in implements itself.
 std::size_t ownCount(const PluginDescription& plugin);
 
-/// "VolatileStorage"; empty when the host gives the number no meaning.
+/// For example "VolatileStorage"; empty for a number without a meaning to the host.
 std::string featureName(int number);
 
 } // namespace storage::host
