@@ -9,7 +9,7 @@
 
 namespace storage::tests {
 
-/// How a call of a provider ended: without a code when it succeeded, else with the code and the path of its failure.
+/// The result of a provider call: no code on success, else the error code and the path of the exception.
 struct Answer {
     std::optional<foundation::storage::provider::ErrorCode> code;
     std::u16string named;

@@ -3,8 +3,8 @@
 #include <array>
 #include <csignal>
 
-/// Lets the signals that a user stops a program with do what they do by default, whatever the caller of the
-/// tests made of them: in the background of a script they are ignored.
+/// Restores the default action of termination signals for the lifetime of the object. A script that runs the
+/// tests in the background ignores these signals, and child processes inherit that.
 class DefaultSignals {
 public:
     DefaultSignals() {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-/// Forwards to another stream, which it owns; a derived class changes some of it.
+/// Forwards to another stream, which it owns. Derived classes override some of the functions.
 class ForwardingStream : public foundation::storage::provider::ByteStream {
 public:
     using ByteStream = foundation::storage::provider::ByteStream;

@@ -5,10 +5,11 @@
 #include <functional>
 #include <memory>
 
-/// A provider that forwards the required operations to another one, and calls hooks before them. The other operations
-/// are the defaults, so hooks are called inside them. The base of all providers that differ from another one in a test.
+/// A provider that forwards the required operations to another one, and calls hooks before them. The other
+/// operations are the host's defaults, so the hooks are called inside them. Base class of the test providers
+/// that change another provider's behavior.
 ///
-/// Shares the other provider. Its streams and listings borrow this one.
+/// Shares the other provider. Its streams and listings borrow this object.
 class HookedProvider : public foundation::storage::provider::IProvider {
 public:
     using StorageIRI = foundation::storage::provider::StorageIRI;
@@ -16,15 +17,15 @@ public:
     using OpenOptions = foundation::storage::provider::ByteStreamOpenOptions;
     using Policy = foundation::storage::provider::ReplacementPolicy;
     using Listing = std::unique_ptr<foundation::storage::provider::IFolderEntryIterator>;
-    /// Called with the operation's name without "do", or the name of a stream's or listing's own operation, and with
-    /// the first location concerned.
+    /// Receives the operation's name without "do", or the name of the stream's or listing's own operation,
+    /// and its first location.
     using Hook = std::function<void(const char* operation, const StorageIRI& iri)>;
 
     explicit HookedProvider(
         std::shared_ptr<const IProvider> inner, Hook hook = [](const char*, const StorageIRI&) {})
         : before(std::move(hook)), inner_(std::move(inner)) {}
 
-    Hook before;                               ///< called before everything
+    Hook before;                               ///< called before every operation
     std::function<void()> beforeRead = [] {};  ///< called before every read of a stream
     std::function<void()> beforeWrite = [] {}; ///< called before every write of a stream
 

@@ -9,15 +9,15 @@
 
 namespace storage::tests {
 
-/// A plug-in as any host loads it: none of its symbols become visible to others.
+/// A plug-in, loaded with RTLD_LOCAL.
 ///
-/// Owns one loading of the library; what comes out of it must be gone before the object. Thread safety: a
-/// value that several threads may build providers from.
+/// Owns a handle of the library. Providers, streams and listings of the plug-in must be destroyed before this
+/// object. Thread-safe: several threads may build providers at the same time.
 class LoadedPlugin {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
-    /// @throws std::runtime_error with the dynamic linker's reason
+    /// @throws std::runtime_error with the dynamic linker's error message
     explicit LoadedPlugin(const char* path) : handle_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
         if (handle_ == nullptr) {
             throw std::runtime_error(dlerror());
@@ -43,7 +43,7 @@ private:
     void* handle_;
 };
 
-/// Whether the library is in this process, whoever loaded it.
+/// Whether the library is loaded in this process, by any handle.
 inline bool pluginIsLoaded(const char* path) {
     void* const handle = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
     if (handle != nullptr) {

@@ -9,21 +9,21 @@
 #include <memory>
 #include <utility>
 
-/// A provider whose streams can be made to return wrong counts and positions.
+/// A provider whose streams return wrong counts and positions on request.
 class MiscountingProvider final : public HookedProvider {
 public:
-    /// The count that is returned instead of the count asked for. Not more bytes than that are really moved.
+    /// Maps a requested count to the returned one. The stream never transfers more bytes than requested.
     using Count = std::function<long(long)>;
 
-    /// The position that is returned instead of the one that the stream has moved to.
+    /// Maps the stream's position to the returned one.
     using Position = std::function<std::streamoff(std::streamoff)>;
 
     static long right(long count) { return count; }
 
     using HookedProvider::HookedProvider;
 
-    Count written = right; ///< by writes
-    Count copied = right;  ///< by reads
+    Count written = right; ///< applied to writes
+    Count copied = right;  ///< applied to reads
     Position sought = right;
 
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,

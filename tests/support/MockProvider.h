@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// A provider whose every operation a test can expect and answer.
+/// A provider with a mock for every operation.
 class MockProvider : public foundation::storage::provider::IProvider {
 public:
     using ByteStream = foundation::storage::provider::ByteStream;

@@ -11,14 +11,15 @@
 
 namespace storage::tests {
 
-/// An object in the place of a provider: each operation throws its own index. It shows which operation code calls.
+/// Replaces a provider: each operation throws its own index. It shows which operation the tested code calls.
 ///
-/// By the Itanium C++ ABI the caller cleans up after a call that throws, so one function type does for all operations.
+/// In the Itanium C++ ABI the caller cleans up after a call that throws, so one function signature works for
+/// all operations.
 class OperationProbe {
     using IProvider = foundation::storage::provider::IProvider;
 
 public:
-    /// Overrides every operation. It is never destroyed.
+    /// The object implements every operation. It is never destroyed.
     static IProvider& provider() {
         static const Vtable vtable;
         static const Function* vtablePointer = vtable.functions.data();
@@ -26,8 +27,8 @@ public:
         return *static_cast<IProvider*>(object);
     }
 
-    /// @param call  is called with the provider
-    /// @return the index in `providerOperations` of the first operation that it calls
+    /// @param call  receives the provider
+    /// @return index in `providerOperations` of the first operation that `call` calls
     template <class Call>
     static std::optional<std::size_t> firstCalledBy(const Call& call) {
         try {
@@ -58,7 +59,7 @@ private:
 
     struct Vtable {
         std::ptrdiff_t offsetToTop = 0;
-        const std::type_info* type = &typeid(IProvider); // sanitizers look at it
+        const std::type_info* type = &typeid(IProvider); // sanitizers read the type information
         std::array<Function, firstSlot + count> functions = allSlots(std::make_index_sequence<count>());
     };
 };

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::int64_t kibibyte = 1024;
 
-/// The number behind a name in one of the system's tables of sizes in KiB.
+/// Reads the value of a name from a file in /proc with sizes in KiB.
 std::int64_t sizeIn(const char* table, const std::string& name) {
     std::ifstream lines(table);
     for (std::string line; std::getline(lines, line);) {
@@ -29,7 +29,7 @@ std::int64_t residentMemory() {
     return sizeIn("/proc/self/status", "VmRSS:");
 }
 
-/// The number that is the whole content of a file; nothing when there is no such file or no number in it.
+/// Reads a file that contains one number; nothing if the file is missing or contains none.
 std::optional<std::int64_t> numberIn(const char* path) {
     std::ifstream file(path);
     std::int64_t number = 0;
@@ -46,7 +46,7 @@ std::int64_t leftInControlGroup(const char* limitPath, const char* usagePath) {
 
 ProcessMemory::ProcessMemory() {
     ::malloc_trim(0);
-    std::ofstream("/proc/self/clear_refs") << 5; // makes the peak start anew
+    std::ofstream("/proc/self/clear_refs") << 5; // resets the peak
     atMark_ = residentMemory();
 }
 

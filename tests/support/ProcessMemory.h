@@ -4,14 +4,14 @@
 
 namespace storage::stress {
 
-/// The memory of this process that is in the machine's own at the moment, in bytes, and the most that ever
-/// was since the last mark. What was freed before the mark is first given back to the system.
+/// Growth of the resident memory of this process since the mark, in bytes: current and peak. Setting the mark
+/// first returns freed memory to the system.
 ///
-/// Thread safety: for one thread, while no other allocates.
+/// Not thread-safe. No other thread may allocate meanwhile.
 class ProcessMemory {
 public:
     /// Sets the mark.
-    /// @throws std::runtime_error when the system tells nothing of the process's memory
+    /// @throws std::runtime_error when the system does not report the process's memory
     ProcessMemory();
 
     std::int64_t growth() const;
@@ -21,7 +21,8 @@ private:
     std::int64_t atMark_;
 };
 
-/// How much more memory this process could use, in bytes, as the machine and its control group let it.
+/// The memory that this process can still allocate, in bytes: what the machine and the control group have
+/// left.
 std::int64_t availableMemory();
 
 } // namespace storage::stress

@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <thread>
 
-/// 'T' of a process that was stopped, 'Z' of one that has ended and that nobody has waited for yet; '-' of none.
+/// State of a process: 'T' if stopped, 'Z' if it has ended and was not waited for, '-' if it does not exist.
 inline char stateOf(pid_t process) {
     std::string number;
     std::string name;
@@ -22,7 +22,7 @@ inline bool hasEnded(pid_t process) {
     return stateOf(process) == '-' || stateOf(process) == 'Z';
 }
 
-/// Waits for the end of a process; after a minute, in vain.
+/// Waits for the end of a process, for at most a minute.
 inline bool endsSoon(pid_t process) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (!hasEnded(process) && std::chrono::steady_clock::now() < deadline) {
@@ -31,8 +31,8 @@ inline bool endsSoon(pid_t process) {
     return hasEnded(process);
 }
 
-/// Waits until a process has ended by itself.
-/// @return how, as waitpid(2) tells it
+/// Waits until a process ends by itself.
+/// @return its status as of waitpid(2)
 inline int waitForEnd(storage::host::ChildProcess& process) {
     siginfo_t info{};
     while (::waitid(P_PID, static_cast<id_t>(process.id()), &info, WEXITED | WNOWAIT) < 0 && errno == EINTR) {

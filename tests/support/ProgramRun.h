@@ -5,22 +5,21 @@
 #include <sys/types.h>
 #include <vector>
 
-/// One run of the program as a process of its own, from start to end. It may be stopped by signals, whatever the
-/// caller of the tests made of them.
+/// Runs the program in a child process from start to end. Signals have their default action in it.
 class ProgramRun {
 public:
-    /// What a test does in the new process right before the program takes over.
+    /// Runs in the child process just before exec.
     using Preparation = std::function<void()>;
-    /// What a test does itself while the program runs.
+    /// Runs in the test while the program runs.
     using Company = std::function<void(pid_t process)>;
 
     /// @param arguments  without the program's name
-    /// @param input      what it reads from its standard input
+    /// @param input      content of its standard input
     ProgramRun(
         const std::vector<std::string>& arguments, const std::string& input = "",
         const Preparation& prepare = [] {}, const Company& meanwhile = [](pid_t) {});
 
-    /// The exit status; -N when signal N ended the program.
+    /// The exit status; -N if signal N ended the program.
     int status() const { return status_; }
     const std::string& output() const { return output_; }
     const std::string& errors() const { return errors_; }

@@ -6,10 +6,10 @@
 
 namespace storage::tests {
 
-/// A block of bytes that tells by itself whether it is in one piece: every word is the tag times an odd number that
-/// belongs to its place. A block of zeros, which is what a file grows by, is the record with the tag 0.
+/// A block of bytes that detects torn writes: every word is the tag times an odd number that depends on its
+/// position. A block of zeros, which extends a file, is the record with tag 0.
 ///
-/// Records in a row are bytes in a row, so an array of them can be written and read in one call.
+/// Records are contiguous, so an array of them can be written and read in one call.
 class Record {
 public:
     static constexpr long size = 256;

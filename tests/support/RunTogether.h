@@ -10,8 +10,8 @@
 
 namespace storage::tests {
 
-/// Runs every task on a thread of its own, all of them from one moment on, and shakes them. Returns when all have
-/// ended. The tasks must not throw.
+/// Runs every task on its own thread. A barrier starts them at the same time, and a ThreadShaker makes them
+/// yield. Returns when all have ended. The tasks must not throw.
 inline void runTogether(const std::vector<std::function<void()>>& tasks) {
     std::barrier start(static_cast<std::ptrdiff_t>(tasks.size()));
     std::vector<std::thread> threads;

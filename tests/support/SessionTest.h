@@ -14,20 +14,20 @@
 #include <sstream>
 #include <string>
 
-/// A session over the in-memory storage whose output is captured line by line.
+/// Fixture with a session over in-memory storage. Output is captured per line.
 class SessionTest : public testing::Test {
 protected:
     using ExitStatus = storage::host::ExitStatus;
 
     SessionTest();
 
-    /// Runs a line; output() and errors() are its own.
+    /// Runs a line. output() and errors() then return the output of this line only.
     ExitStatus run(const std::string& line);
 
-    /// Runs a line that must go well, and returns its output.
+    /// Runs a line that must succeed. Returns its output.
     std::string succeed(const std::string& line);
 
-    /// Runs a line that must fail, and returns its errors.
+    /// Runs a line that must fail. Returns its error output.
     std::string fail(const std::string& line);
 
     std::string output() const { return out_.str(); }

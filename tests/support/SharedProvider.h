@@ -5,8 +5,7 @@
 #include <memory>
 #include <string>
 
-/// A new provider of a plug-in. The pointer shares the library too, so a test provider that forwards to it needs nothing
-/// else.
+/// Creates a provider of a plug-in. The pointer also shares the library.
 inline std::shared_ptr<foundation::storage::provider::IProvider> sharedProvider(const std::string& plugin) {
     using storage::host::LoadedProvider;
     const auto owner = std::make_shared<LoadedProvider>(storage::host::PluginLibrary(plugin).buildProvider());

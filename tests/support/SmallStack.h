@@ -10,14 +10,14 @@ namespace storage::tests {
 
 inline constexpr std::size_t smallStackSize = std::size_t{128} * 1024;
 
-/// How deep a tree must be able to get. Sanitizers take minutes over the long paths of a tree as deep as that.
+/// Depth of deep trees. Sanitizers take minutes for the long paths of the full depth.
 #ifdef QZSTORAGE_SANITIZED
 inline constexpr int greatDepth = 1000;
 #else
 inline constexpr int greatDepth = 4000;
 #endif
 
-/// Runs `task` to its end on a thread of its own with a small stack. `task` must not throw.
+/// Runs `task` on a thread with a small stack and joins it. `task` must not throw.
 inline void runOnSmallStack(std::function<void()> task) {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);

@@ -2,10 +2,10 @@
 
 #include <string>
 
-/// A pseudo terminal with a test at its keyboard.
+/// A pseudoterminal. The test controls the keyboard side.
 class Terminal {
 public:
-    /// May be not available, see `exists`.
+    /// May be unavailable, see `exists`.
     Terminal();
     ~Terminal();
     Terminal(const Terminal&) = delete;
@@ -13,24 +13,25 @@ public:
 
     bool exists() const { return !path_.empty(); }
 
-    /// Makes the terminal the standard input, output and error stream of the calling process.
+    /// Connects standard input, output and error of the calling process to the terminal.
     void connect() const;
 
     void type(const std::string& keys) const;
 
     enum class Mode {
-        Keys,  ///< a program that edits lines takes each key
-        Lines, ///< the terminal hands over whole lines, and knows a key for the end of the input
+        Keys,  ///< raw: a line editor receives each key
+        Lines, ///< canonical: the terminal returns whole lines and has an end-of-file key
     };
 
-    /// Waits until a program has chosen a mode: it prints its prompt before. Fails the test after a minute.
+    /// Waits until a program has set the mode, which it does after printing its prompt. Fails the test after
+    /// a minute.
     void waitFor(Mode mode) const;
 
-    /// What programs print until they have printed `text`, with it. Fails the test when they end or print nothing for a
-    /// minute before that.
+    /// Returns the output of programs up to and including `text`. Fails the test if they end first, or print
+    /// nothing for a minute.
     std::string readUntil(const std::string& text);
 
-    /// Programs that read find the end of the input from here on.
+    /// Readers see the end of the input from now on.
     void hangUp();
 
 private:

@@ -22,7 +22,7 @@ constexpr unsigned unlockingsPerYield = 4;
 #endif
 
 #ifdef QZSTORAGE_THREAD_SANITIZER
-// The sanitizer has replaced the function before us, and must go on hearing of every call.
+// The sanitizer also replaces this function and must see every call.
 extern "C" int __interceptor_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
 static int unlock(pthread_mutex_t* mutex) {

@@ -2,11 +2,11 @@
 
 namespace storage::tests {
 
-/// While one lives, its thread often gives way to others right after it has unlocked a mutex: so also in the middle of
-/// an operation, between two steps of it. Left to chance, threads hardly ever meet there, least of all on a busy
-/// machine.
+/// Makes its thread often yield just after it unlocks a mutex, also between the steps of an operation.
+/// Without it, threads rarely interleave there, least of all on a busy machine.
 ///
-/// Linking this replaces `pthread_mutex_unlock` in the whole program, shared libraries included. For one thread.
+/// Linking this file replaces `pthread_mutex_unlock` in the whole program, shared libraries included. Not
+/// thread-safe.
 class ThreadShaker {
 public:
     ThreadShaker();

@@ -5,10 +5,11 @@
 #include <map>
 #include <string>
 
-/// The bytes of every file by its path below a folder, and "folder" for every folder, whose path ends in a slash.
+/// Maps the path of every file below a folder to its bytes, and the path of every folder, with a trailing
+/// slash, to "folder".
 using TreeContents = std::map<std::string, std::string>;
 
 TreeContents contentsOf(const TreeSnapshot& tree);
 
-/// Of a folder on disk, which need not exist. Neither links nor special files are part of it.
+/// Reads a folder on disk, which need not exist. Skips symbolic links and special files.
 TreeContents contentsOf(const std::string& diskFolder);

@@ -20,8 +20,8 @@ using Kind = EntrySnapshot::Kind;
 
 constexpr std::u16string_view root = u"/";
 
-/// The paths that an entry of `folder` with this name can have: one separator may stand between them or, but for the
-/// root, two.
+/// The possible paths of an entry of `folder` with this name: they have one separator in between, or two
+/// unless `folder` is the root.
 std::vector<std::u16string> possiblePaths(const std::u16string& folder, const std::u16string& name) {
     if (folder == root) {
         return {folder + name};
@@ -64,7 +64,7 @@ EntrySnapshot fileAt(const IProvider& provider, const std::u16string& path) {
     const auto iri = locationOf(path);
     const auto attributes = provider.doGetFileAttributes(iri);
     const auto size = static_cast<long>(attributes.getSize());
-    std::string bytes(attributes.getSize() + 1, '\0'); // one more than there should be
+    std::string bytes(attributes.getSize() + 1, '\0'); // the extra byte detects a longer file
     const long count = provider.doOpenReadOnlyStream(iri)->read(bytes.data(), size + 1);
     EXPECT_EQ(count, size == 0 ? -1 : size) << testing::PrintToString(path);
     bytes.resize(attributes.getSize());
@@ -127,7 +127,7 @@ TreeSnapshot withoutTimes(TreeSnapshot tree) {
 StorageIRI locationOf(std::u16string_view path) {
     std::u16string spelled(path);
     if (path != root && path.ends_with(u'/')) {
-        spelled += u'/'; // one at the end does not count
+        spelled += u'/'; // one trailing separator is ignored
     }
     return StorageIRI(std::move(spelled));
 }

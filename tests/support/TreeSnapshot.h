@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-/// All that a host can see of one entry of a storage. A value.
+/// Everything that a host can observe of an entry. A value.
 struct EntrySnapshot {
     using Kind = foundation::storage::provider::FolderEntry::EntryType;
 
@@ -24,14 +24,14 @@ struct EntrySnapshot {
 
 void PrintTo(const EntrySnapshot& entry, std::ostream* out);
 
-/// Every entry of a storage by its path, the root included.
+/// Every entry of a storage by its path, including the root.
 using TreeSnapshot = std::map<std::u16string, EntrySnapshot>;
 
-/// Fails the running test unless the tree is sound: what a folder lists is found by its path, and what is found can be
-/// listed, measured and read.
+/// Takes a snapshot. Fails the running test unless the tree is consistent: listed entries are found by their
+/// paths, and folders can be listed, files measured and read.
 TreeSnapshot takeSnapshot(const foundation::storage::provider::IProvider& provider);
 
-/// The same for kinds, bytes and flags alone: without the times.
+/// The snapshot without times: only kinds, bytes and flags.
 TreeSnapshot withoutTimes(TreeSnapshot tree);
 
 /// The location of the entry at a path of a snapshot.

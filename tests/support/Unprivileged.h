@@ -4,8 +4,8 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-/// For the preparation of a ProgramRun: makes permissions of files count for the program also when the tests are run
-/// by root. Root's files still belong to it.
+/// For ProgramRun's preparation: makes file permissions effective even if root runs the tests. The program
+/// still owns root's files.
 inline void dropFilePrivileges() {
     if (::geteuid() != 0) {
         return;

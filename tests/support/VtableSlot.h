@@ -4,11 +4,12 @@
 #include <cstring>
 #include <type_traits>
 
-/// The place of a virtual member function in its class's table, counted from 0; the two places of a
-/// destructor count as well. -1 when the function is not virtual.
+/// The vtable slot of a member function, counted from 0. Each of the two destructors counts as a slot.
+/// Returns -1 if the function is not virtual.
 ///
-/// By the Itanium C++ ABI a pointer to a virtual member function holds 1 plus the place in bytes. On ARM64, where the address
-/// of a function may be odd, it holds the place in bytes, and the lowest bit of the adjustment says that it is one.
+/// In the Itanium C++ ABI a pointer to a virtual member function holds 1 plus the slot's offset in bytes. On
+/// ARM64 function addresses may be odd, so it holds the offset itself, and the lowest bit of the adjustment
+/// marks it as virtual.
 template <class Member>
 std::ptrdiff_t vtableSlot(Member member) {
     static_assert(std::is_member_function_pointer_v<Member>);
@@ -28,7 +29,7 @@ std::ptrdiff_t vtableSlot(Member member) {
     return isVirtual ? offset / static_cast<std::ptrdiff_t>(sizeof(void*)) : -1;
 }
 
-/// Calls what stands at a place in the object's table, without arguments.
+/// Calls the function in a slot of the object's vtable without arguments.
 inline void callVtableSlot(void* object, std::ptrdiff_t slot) {
     using Function = void (*)(void*);
     const Function* table = nullptr;
