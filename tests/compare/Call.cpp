@@ -8,7 +8,7 @@ namespace syscalls {
 
 namespace {
 
-/// The text between the next two quotes of a line.
+/// Reads the text between the next two quotes of a line.
 std::string unquoted(std::istream& in) {
     std::string text;
     char byte = 0;
@@ -19,7 +19,7 @@ std::string unquoted(std::istream& in) {
     while (in.get(byte) && byte != '"') {
         if (byte == '\\') {
             std::array<char, 4> digits{};
-            in.get(byte); // x
+            in.get(byte); // the x of \xNN
             in.read(digits.data(), 2);
             byte = static_cast<char>(std::stoi(digits.data(), nullptr, 16));
         }

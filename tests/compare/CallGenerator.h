@@ -9,7 +9,7 @@
 
 namespace syscalls {
 
-/// Makes up calls. The same seed gives the same calls, as long as the same ones succeed.
+/// Generates random calls. Calls are reproducible: they depend only on the seed and on which calls succeeded.
 ///
 /// Borrows the exclusions. Not thread-safe.
 class CallGenerator {
@@ -18,7 +18,7 @@ public:
 
     Call next();
 
-    /// The last call has succeeded, so later ones may rely on what it did.
+    /// Reports that a call succeeded, so that later calls can build on it.
     void noteSuccess(const Call& call);
 
 private:
@@ -27,7 +27,7 @@ private:
     TreeSketch sketch_;
     Choice choice_;
     const bool isSuperuserAlone_;
-    std::vector<const CallKind*> kinds_; ///< each as often as its weight says
+    std::vector<const CallKind*> kinds_; ///< each repeated according to its weight
 };
 
 } // namespace syscalls

@@ -11,32 +11,32 @@
 
 namespace syscalls {
 
-/// What a successful call changes of the sketch.
+/// The change that a successful call makes to the sketch.
 enum class Effect {
     Nothing,
-    MakesFile,   ///< the first path
-    MakesFolder, ///< the first path
-    MakesLink,   ///< the first path
-    MakesOther,  ///< the first path
-    Links,       ///< the second path
+    MakesFile,   ///< at the first path
+    MakesFolder, ///< at the first path
+    MakesLink,   ///< at the first path
+    MakesOther,  ///< at the first path
+    Links,       ///< at the second path
     Removes,     ///< the first path
     Moves,       ///< the first path to the second
-    Exchanges,   ///< both paths
-    OpensFile, ///< in the slot of the first number; makes the first path, too, if the flags of the second say so
+    Exchanges,   ///< the paths of two entries
+    OpensFile,   ///< in the slot of the first number; creates the first path if the second number has O_CREAT
     OpensFolder, ///< in the slot of the first number
     Closes,      ///< the slot of the first number
 };
 
-/// A kind of call: how its arguments are chosen, and how it is made.
+/// A kind of call: chooses its arguments and makes it.
 struct CallKind {
     std::string_view name;
-    unsigned weight; ///< how often it is chosen, beside the others
+    unsigned weight; ///< relative frequency
     void (*choose)(Choice& choice, Call& call);
     void (*execute)(CallProcess& process, const Call& call, OutcomeBuilder& outcome);
     Effect effect = Effect::Nothing;
 };
 
-// Each group of kinds is in a file of its own.
+// Each group of kinds is defined in its own file.
 std::span<const CallKind> openingCalls();
 std::span<const CallKind> contentCalls();
 std::span<const CallKind> spaceCalls();

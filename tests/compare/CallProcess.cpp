@@ -20,7 +20,7 @@ bool isBefore(const timespec& left, const timespec& right) {
     return std::tie(left.tv_sec, left.tv_nsec) < std::tie(right.tv_sec, right.tv_nsec);
 }
 
-/// Calls set times before and after those of the clock.
+/// Times that calls set are before and after the range of the clock.
 bool isSetByCall(const timespec& time) {
     constexpr time_t firstOfClock = 1'600'000'000;
     constexpr time_t lastOfClock = 4'900'000'000;
@@ -39,7 +39,7 @@ void CallProcess::become(unsigned user) {
     }
     user_ = user;
     constexpr gid_t more = otherGroup;
-    // The saved numbers stay 0, for the way back; permissions do not depend on them.
+    // The saved user IDs stay 0, so that the process can switch back. Permission checks do not use them.
     const bool isChanged =
         user == 0 ? ::setresuid(0, 0, 0) == 0 && ::setresgid(0, 0, 0) == 0 && ::setgroups(0, nullptr) == 0
                   : ::setgroups(1, &more) == 0 && ::setresgid(ordinaryGroup, ordinaryGroup, 0) == 0 &&

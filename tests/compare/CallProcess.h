@@ -13,8 +13,8 @@
 
 namespace syscalls {
 
-/// What a process that makes calls keeps between them: the descriptors in its slots, and the beginnings of the epochs by
-/// which times are compared. Its slots are empty at first.
+/// State of a process between its calls: the descriptors in its slots, which are empty at first, and the
+/// start times of the epochs.
 ///
 /// Owns the descriptors. Not thread-safe.
 class CallProcess {
@@ -23,31 +23,31 @@ public:
     CallProcess(const CallProcess&) = delete;
     CallProcess& operator=(const CallProcess&) = delete;
 
-    /// Makes the calls that follow as this user, with all that belongs to it but the process.
+    /// Makes later calls as this user, with its groups and its slots.
     /// @throws std::system_error
     void become(unsigned user);
 
     const Exclusions& exclusions() const { return exclusions_; }
 
-    /// The descriptor of a slot, which may be -1; of a negative slot, that of the current folder.
+    /// The descriptor of a slot, -1 if it is empty; of a negative slot, that of the current folder.
     int descriptor(std::int64_t slot) const;
 
-    /// Puts a descriptor into a slot in place of another; a failed one, which is -1, changes nothing.
+    /// Replaces the descriptor of a slot. Does nothing if `descriptor` is -1.
     void put(std::int64_t slot, int descriptor);
 
-    /// Empties a slot. @return of close(2)
+    /// Empties a slot. @return the result of close(2)
     int close(std::int64_t slot);
 
-    /// Times from now on that are not set by a call belong to the next epoch.
+    /// Starts an epoch: later timestamps that no call has set belong to it.
     void beginEpoch(timespec begin) { epochs_.push_back(begin); }
 
-    /// Adds all that stat(2) says.
+    /// Adds the fields of stat(2).
     void addStatus(OutcomeBuilder& outcome, const struct stat& status, const std::string& place = {}) const;
 
-    /// A time as it is if a call has set it, else the epoch that it belongs to.
+    /// The time itself if a call has set it, else its epoch.
     std::string shown(timespec time) const;
 
-    /// The same for a time of access.
+    /// The same for an access time.
     std::string shownAccess(timespec time) const;
 
 private:
@@ -55,7 +55,7 @@ private:
 
     const Exclusions& exclusions_;
     unsigned user_ = 0;
-    std::array<int, TreeSketch::slots * TreeSketch::users> slots_{}; ///< of each user
+    std::array<int, TreeSketch::slots * TreeSketch::users> slots_{}; ///< of all users
     std::vector<timespec> epochs_;
 };
 

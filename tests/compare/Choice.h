@@ -11,7 +11,8 @@
 
 namespace syscalls {
 
-/// Chooses arguments at random, mostly such that a call succeeds. The same seed and the same sketch give the same choice.
+/// Chooses random arguments, usually so that a call succeeds. Choices are reproducible: they depend only on
+/// the seed and the sketch.
 ///
 /// Borrows the sketch and the exclusions. Not thread-safe.
 class Choice {
@@ -19,7 +20,7 @@ public:
     Choice(std::uint64_t seed, const TreeSketch& sketch, const Exclusions& exclusions)
         : random_(seed), sketch_(sketch), exclusions_(exclusions) {}
 
-    /// The user that makes the calls from now on.
+    /// Sets the user that makes the following calls.
     void setUser(unsigned user) { user_ = user; }
 
     std::int64_t below(std::int64_t limit) {
@@ -33,25 +34,25 @@ public:
     }
     std::int64_t of(std::initializer_list<int> values) { return of<int>(values); }
 
-    /// Several of the flags, each with one chance in `rarity`.
+    /// A combination of flags. Each is set with a probability of one in `rarity`.
     std::int64_t flags(std::initializer_list<int> flags, int rarity);
 
-    std::string path();         ///< of anything, mostly of what exists
-    std::string fresh();        ///< in a folder that exists, mostly of something that does not
-    std::string file();         ///< mostly of a file
-    std::string folder();       ///< mostly of a folder
-    std::string link();         ///< mostly of a symbolic link
-    std::string name();         ///< one name
-    std::string linkTarget();   ///< what a symbolic link may hold
-    std::string extendedName(); ///< of an extended attribute
-    std::int64_t slot();        ///< of anything
-    std::int64_t fileSlot();    ///< mostly with an open file
-    std::int64_t folderSlot();  ///< mostly with an open folder; rarely the current folder
-    std::int64_t offset();      ///< mostly in or near small files, around borders of pages
-    std::int64_t length();      ///< as an offset, seldom large
-    std::int64_t permissions(); ///< all twelve bits
+    std::string path();                             ///< any path, mostly of an existing entry
+    std::string fresh();                            ///< in an existing folder, mostly of a missing entry
+    std::string file();                             ///< mostly of a file
+    std::string folder();                           ///< mostly of a folder
+    std::string link();                             ///< mostly of a symbolic link
+    std::string name();                             ///< a single name
+    std::string linkTarget();                       ///< target of a symbolic link
+    std::string extendedName();                     ///< name of an extended attribute
+    std::int64_t slot();                            ///< any slot
+    std::int64_t fileSlot();                        ///< mostly with an open file
+    std::int64_t folderSlot();                      ///< mostly with an open folder; rarely the current folder
+    std::int64_t offset();                          ///< mostly in or near small files, near page boundaries
+    std::int64_t length();                          ///< like an offset, rarely large
+    std::int64_t permissions();                     ///< all twelve bits
     std::pair<std::int64_t, std::int64_t> owners(); ///< a user and a group, or -1
-    std::pair<std::int64_t, std::int64_t> time();   ///< seconds and nanoseconds, with the special ones
+    std::pair<std::int64_t, std::int64_t> time();   ///< seconds and nanoseconds, including the special values
 
 private:
     std::string anyOf(const std::vector<std::string>& paths);

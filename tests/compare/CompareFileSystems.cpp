@@ -1,4 +1,5 @@
-// Makes the same random system calls in two folders of different file systems, as two users, and compares every result.
+// Makes the same random system calls in two folders of different file systems, as two users, and compares
+// every result.
 
 #include "tests/compare/CallKind.h"
 #include "tests/compare/Comparison.h"
@@ -69,8 +70,8 @@ void printTotals(const Totals& totals, const Options& options, std::size_t diffe
                              totals.succeeded * 100 / std::max<std::uint64_t>(totals.calls, 1), differences);
 }
 
-/// Rounds of random calls, each in empty folders.
-/// @return the signatures of what differs
+/// Runs rounds of random calls, each starting in empty folders.
+/// @return the signatures of the differences
 std::set<std::string> tryRandomly(const Options& options, const Exclusions& exclusions) {
     std::set<std::string> signatures;
     Comparison comparison(options.roots, exclusions);

@@ -41,7 +41,7 @@ TEST(CompareTest, AnOutcomeIsAText) {
     OutcomeBuilder builder(exclusions);
     builder.result(5);
     builder.addAt(" of \"a\"", "mode", "100644");
-    builder.add("folder.size", "4096"); // is not compared
+    builder.add("folder.size", "4096"); // excluded from the comparison
     const Outcome outcome = builder.take();
     EXPECT_EQ(outcomeOf(toText(outcome)), outcome);
     EXPECT_EQ(outcome.fields.size(), 2U);
@@ -110,7 +110,7 @@ TEST(CompareTest, ASequenceShrinksToTheCallsThatMatter) {
     EXPECT_THAT(kinds, ElementsAre("17", "503", "999"));
 }
 
-/// Two tmpfs, with other options for the second.
+/// Compares two tmpfs with different mount options.
 class ComparedMountsTest : public testing::Test {
 protected:
     void mountTested(const char* options) {
@@ -139,7 +139,7 @@ TEST_F(ComparedMountsTest, TheSameFileSystemAgreesWithItself) {
     const auto difference = comparison.tryRandomly(seed, 3000);
     EXPECT_FALSE(difference) << "seed " << seed << ": " << difference->signature();
     EXPECT_EQ(comparison.totals().calls, 3001U);
-    EXPECT_GT(comparison.totals().succeeded, 300U); // about a third succeeds, with some seeds less
+    EXPECT_GT(comparison.totals().succeeded, 300U); // about a third succeeds, fewer with some seeds
 }
 
 TEST_F(ComparedMountsTest, ADifferenceIsFoundAndReducedToAFewCalls) {

@@ -10,10 +10,10 @@ namespace syscalls {
 
 namespace {
 
-constexpr std::uint64_t usualEpoch = 100; ///< calls
-constexpr std::uint64_t batchSize = 20;   ///< calls that are made up before it is known which of them succeed
+constexpr std::uint64_t usualEpoch = 100; ///< in calls
+constexpr std::uint64_t batchSize = 20;   ///< calls generated at a time, before any of them is made
 
-/// Calls that belonged to different epochs must not come to belong to the same one when calls between them are left out.
+/// Short sequences get short epochs, so that removing calls while shrinking does not merge two epochs.
 std::uint64_t epochFor(std::size_t calls) {
     constexpr std::size_t few = 20;
     constexpr std::size_t many = 400;
@@ -25,7 +25,7 @@ std::uint64_t epochFor(std::size_t calls) {
 std::string Difference::signature() const {
     std::set<std::string> names;
     std::string fields = differingFields(answers.reference, answers.tested);
-    // Not where in a tree it is.
+    // Drops the path: the signature does not depend on the place in the tree.
     for (std::size_t begin = 0; begin < fields.size();) {
         const std::size_t end = std::min(fields.find(','), fields.size());
         std::string field = fields.substr(0, end);
@@ -58,7 +58,7 @@ std::optional<Difference> Comparison::tryRandomly(std::uint64_t seed, std::uint6
     return make({Call{.kind = "tree"}}, lockstep, made, &generator);
 }
 
-/// Makes calls, which are added to those that were made before.
+/// Makes the calls of a batch and appends them to `made`.
 std::optional<Difference> Comparison::make(const Calls& batch, Lockstep& lockstep, Calls& made,
                                            CallGenerator* generator) {
     const std::vector<Answers> answers = lockstep.make(batch);

@@ -10,23 +10,23 @@
 
 namespace syscalls {
 
-/// The first call of a sequence to which the two sides gave different answers. A value.
+/// The first call of a sequence with different results on the two sides. A value.
 struct Difference {
     Calls calls; ///< up to that call
     Answers answers;
 
-    /// The kind of the call and the fields that differ: what a shorter sequence must show as well.
+    /// The kind of the call and the differing fields. A shrunk sequence must have the same signature.
     std::string signature() const;
 };
 
-/// What random calls showed. A value.
+/// Statistics of random calls. A value.
 struct Totals {
     std::uint64_t calls = 0;
     std::uint64_t succeeded = 0;
-    std::map<std::string, std::uint64_t> successesOfKind = {}; ///< with zeros for kinds that only failed
+    std::map<std::string, std::uint64_t> successesOfKind = {}; ///< includes kinds that never succeeded
 };
 
-/// Compares two file systems by random calls, or by given ones.
+/// Compares two file systems by random calls, or by a given sequence.
 ///
 /// Borrows its parameters. Not thread-safe.
 class Comparison {
@@ -34,14 +34,14 @@ public:
     Comparison(const Lockstep::Roots& roots, const Exclusions& exclusions)
         : roots_(roots), exclusions_(exclusions) {}
 
-    /// Makes so many random calls, and compares the whole trees at the end.
+    /// Makes this number of random calls, and then compares the whole trees.
     std::optional<Difference> tryRandomly(std::uint64_t seed, std::uint64_t calls);
 
     /// Makes these calls.
-    /// @param callsOfEpoch  after how many of them a new epoch begins
+    /// @param callsOfEpoch  number of calls between epochs
     std::optional<Difference> replay(const Calls& calls, std::uint64_t callsOfEpoch);
 
-    /// The same difference after fewer calls.
+    /// Finds the same difference with fewer calls.
     Difference shrink(const Difference& difference);
 
     const Totals& totals() const { return totals_; }

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::int64_t mappedPage = 4096;
 
-/// Bytes that follow from a number.
+/// Bytes derived from a number.
 std::string payload(std::int64_t number, std::int64_t length) {
     std::string bytes(static_cast<std::size_t>(length), '\0');
     auto state = static_cast<std::uint32_t>(number);
@@ -28,7 +28,7 @@ std::string payload(std::int64_t number, std::int64_t length) {
     return bytes;
 }
 
-/// Two parts of a buffer, as vectors.
+/// Splits a buffer into two vectors.
 std::array<iovec, 2> vectorsOf(std::string& bytes) {
     const std::size_t middle = bytes.size() / 3;
     return {iovec{bytes.data(), middle}, iovec{bytes.data() + middle, bytes.size() - middle}};
@@ -102,7 +102,7 @@ void writeVectorAt(CallProcess& process, const Call& call, OutcomeBuilder& outco
     });
 }
 
-/// Pages on their way to another place of the same file may be changed by what has arrived already.
+/// Copying within one file is excluded: pages that are still to be copied may be overwritten already.
 bool isSameFile(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
     struct stat from {};
     struct stat to {};
@@ -134,7 +134,7 @@ void sendFile(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
     outcome.add("from", std::to_string(from));
 }
 
-/// Through a pipe: as many bytes as fit into one.
+/// Copies through a pipe, at most the capacity of the pipe.
 void spliceFile(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
     if (isSameFile(process, call, outcome)) {
         return;
@@ -162,7 +162,7 @@ void chooseCopy(Choice& choice, Call& call) {
     call.numbers = {choice.fileSlot(), choice.length(), choice.offset(), choice.fileSlot(), choice.offset()};
 }
 
-/// A mapping of whole pages that are inside of a file; its bytes, or nothing with the reason in the outcome.
+/// Maps whole pages within a file. Without a mapping the outcome holds the reason.
 class Mapping {
 public:
     Mapping(int descriptor, const Call& call, int protection, OutcomeBuilder& outcome) {
@@ -194,7 +194,7 @@ private:
     std::size_t size_ = 0;
 };
 
-/// Whether a range has a hole: a tmpfs fills those that a mapping reads.
+/// Whether a range has a hole. Reading a hole through a mapping allocates it on a tmpfs.
 bool hasHole(int descriptor, std::int64_t offset, std::int64_t length) {
     const off_t position = ::lseek(descriptor, 0, SEEK_CUR);
     const off_t hole = ::lseek(descriptor, offset, SEEK_HOLE);
@@ -216,7 +216,8 @@ void readMapping(CallProcess& process, const Call& call, OutcomeBuilder& outcome
     outcome.addBytes("bytes", {mapping.data(), mapping.size()});
 }
 
-/// A tmpfs does not stamp a file that is changed through a mapping, so a byte is written as well.
+/// A tmpfs does not update the timestamps of a file that changes through a mapping, so this also writes a
+/// byte.
 void writeMapping(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
     const int descriptor = process.descriptor(call.numbers[0]);
     const Mapping mapping(descriptor, call, PROT_READ | PROT_WRITE, outcome);

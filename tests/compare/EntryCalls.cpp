@@ -95,7 +95,7 @@ constexpr std::array entryKinds{
              [](Choice& choice, Call& call) {
                  do {
                      chooseFresh(choice, call);
-                 } while (call.first.size() > 100); // more than an address holds
+                 } while (call.first.size() > 100); // longer than a socket address
              },
              bindSocket, Effect::MakesOther},
     CallKind{"link", 10, chooseLink,

@@ -7,19 +7,19 @@
 
 namespace syscalls {
 
-/// Something that is not compared, and why. A value.
+/// An item that is not compared, with the reason. A value.
 struct Exclusion {
     std::string_view name; ///< a kind of call, a field of a result, or a feature of the generator
     std::string_view reason;
 };
 
-/// What is never compared, as file systems differ in it without harm or the reference is the one that lacks it.
+/// Permanent exclusions: file systems differ in them legitimately, or the reference does not support them.
 std::span<const Exclusion> standingExclusions();
 
-/// Names of what is not compared. A value.
+/// Names of excluded items. A value.
 class Exclusions {
 public:
-    Exclusions(); ///< the standing ones
+    Exclusions(); ///< the permanent ones
 
     void add(std::string name) { names_.insert(std::move(name)); }
     bool has(std::string_view name) const { return names_.contains(name); }

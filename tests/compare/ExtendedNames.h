@@ -6,10 +6,10 @@
 
 namespace syscalls {
 
-/// The names in a list as listxattr(2) returns it, each of which ends with a zero.
+/// Splits a list of listxattr(2), in which NUL terminates each name.
 std::vector<std::string> namesIn(std::string_view list);
 
-/// The same, sorted, as one text.
+/// The same names, sorted, as one text.
 std::string sortedNames(std::string_view list);
 
 } // namespace syscalls

@@ -31,7 +31,7 @@ void removeExtended(const std::string& path) {
     }
 }
 
-/// Removes what is in a folder and gives it the same attributes each time.
+/// Empties a folder and resets its attributes.
 void reset(const std::string& root) {
     for (const auto& entry : std::filesystem::directory_iterator(root)) {
         std::filesystem::remove_all(entry);
@@ -39,7 +39,7 @@ void reset(const std::string& root) {
     removeExtended(root);
     constexpr mode_t forEverybody = 0777;
     constexpr std::array<timespec, 2> longAgo{timespec{1'000'000'000, 0}, timespec{1'000'000'000, 0}};
-    // Not every file system has owners.
+    // Some file systems do not support owners.
     require(::chown(root.c_str(), 0, 0) == 0 || errno == EPERM, root);
     require(::chmod(root.c_str(), forEverybody) == 0, root);
     require(::utimensat(-1, root.c_str(), longAgo.data(), 0) == 0, root);
@@ -73,7 +73,7 @@ std::vector<Answers> Lockstep::make(const Calls& calls) {
 }
 
 void Lockstep::beginEpoch() {
-    constexpr long margin = 2000; // nanoseconds: the tested side may keep microseconds
+    constexpr long margin = 2000; // nanoseconds; the tested side may store microseconds
     constexpr timespec shortly{0, 200'000};
     timespec last{};
     ::clock_gettime(CLOCK_REALTIME, &last);

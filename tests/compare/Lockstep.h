@@ -11,7 +11,7 @@
 
 namespace syscalls {
 
-/// What both sides said to a call. A value.
+/// The results of both sides for one call. A value.
 struct Answers {
     Outcome reference;
     Outcome tested;
@@ -19,10 +19,10 @@ struct Answers {
     bool agree() const { return reference == tested; }
 };
 
-/// Makes the same calls in two folders, both of which are empty at first: one process for each.
+/// Makes the same calls in two folders, which are empty at first, with one process for each.
 ///
-/// Times that calls do not set are compared by epochs: between two of them the system's clock advances, so that it is certain
-/// to which of them a time belongs.
+/// Timestamps that no call has set are compared by epoch. The clock advances between two epochs, so each
+/// timestamp belongs to exactly one of them.
 ///
 /// Owns the processes. Not thread-safe.
 class Lockstep {
@@ -35,13 +35,13 @@ public:
     /// @throws std::system_error
     Lockstep(const Roots& roots, const Exclusions& exclusions);
 
-    /// The answers to the calls; fewer when a process has not made them all.
+    /// The results of the calls; fewer if a process did not make them all.
     std::vector<Answers> make(const Calls& calls);
 
     void beginEpoch();
 
 private:
-    std::optional<WorkerProcess> reference_; ///< once both folders are empty
+    std::optional<WorkerProcess> reference_; ///< set when both folders are empty
     std::optional<WorkerProcess> tested_;
 };
 

@@ -11,7 +11,7 @@ namespace syscalls {
 
 namespace {
 
-/// A fifo would be waited for otherwise.
+/// O_NONBLOCK, because opening a fifo blocks otherwise.
 constexpr int always = O_NONBLOCK | O_CLOEXEC;
 
 std::int64_t openFlags(Choice& choice) {
@@ -53,7 +53,7 @@ void openAt2(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
 
 /// creat(2) on a fifo blocks until there is a reader, so a fifo is not opened.
 void create(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
-    struct stat status{};
+    struct stat status {};
     if (::stat(call.first.c_str(), &status) == 0 && S_ISFIFO(status.st_mode)) {
         outcome.add("result", "a fifo");
         return;

@@ -89,7 +89,7 @@ std::string differingFields(const Outcome& left, const Outcome& right) {
             }
         }
     }
-    // The fields of a result that failed on one side follow from that.
+    // If the call failed on one side only, the other fields differ as a consequence.
     return names.contains(std::string(resultField)) ? std::string(resultField)
                                                     : fmt::format("{}", fmt::join(names, ","));
 }

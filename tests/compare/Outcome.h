@@ -10,10 +10,10 @@
 
 namespace syscalls {
 
-/// The result of a call that is left out, as it would show nothing.
+/// Result of a call that is skipped because it is excluded.
 inline constexpr std::string_view notMade = "EXCLUDED";
 
-/// What a call returned: fields with a name and a value each. A value.
+/// The result of a call as named fields. A value.
 struct Outcome {
     struct Field {
         std::string name;
@@ -30,21 +30,21 @@ struct Outcome {
     bool succeeded() const;
 };
 
-/// Collects what is compared of an outcome.
+/// Collects the compared fields of an outcome.
 class OutcomeBuilder {
 public:
     explicit OutcomeBuilder(const Exclusions& exclusions) : exclusions_(exclusions) {}
 
-    /// The result of a system call, with the error number when it is -1.
+    /// Adds the result of a system call, with errno if it is -1.
     /// @return whether it succeeded
     bool result(std::int64_t value);
 
     void add(std::string_view name, std::string_view value);
     void add(std::string_view name, std::uint64_t value);
     void addAt(std::string_view place, std::string_view name,
-               std::string_view value); ///< of one of several places
+               std::string_view value); ///< for one of several places
 
-    /// Bytes that were read: their count, a hash, and the first ones.
+    /// Adds bytes that were read: their count, a hash and a prefix.
     void addBytes(std::string_view name, std::string_view bytes);
 
     bool excludes(std::string_view name) const { return exclusions_.has(name); }
@@ -59,7 +59,7 @@ private:
 std::string toText(const Outcome& outcome);
 Outcome outcomeOf(std::string_view text);
 
-/// The names of the fields in which two outcomes differ, separated by commas; empty when they agree.
+/// The names of the fields that differ, separated by commas; empty if the outcomes are equal.
 std::string differingFields(const Outcome& left, const Outcome& right);
 
 } // namespace syscalls

@@ -6,7 +6,7 @@
 
 namespace syscalls {
 
-/// Leaves out as many calls as it can such that what is left still fails, in at most so many attempts.
+/// Removes calls from a sequence as long as it still fails, in at most `attempts` attempts.
 /// @param stillFails  whether a sequence fails in the same way
 Calls shrunk(Calls calls, const std::function<bool(const Calls&)>& stillFails, int attempts);
 

@@ -11,7 +11,7 @@ namespace syscalls {
 
 namespace {
 
-/// Positions in a folder mean something only to its file system.
+/// Skips folders, because each file system defines the positions in a folder.
 void seek(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
     struct stat status {};
     if (::fstat(process.descriptor(call.numbers[0]), &status) == 0 && S_ISDIR(status.st_mode)) {

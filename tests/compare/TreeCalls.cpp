@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t listingBuffer = 32768;
 
-struct KernelEntry { // as getdents64(2) writes it
+struct KernelEntry { // layout of getdents64(2)
     std::uint64_t inode;
     std::int64_t offset;
     unsigned short size;
@@ -28,7 +28,7 @@ struct KernelEntry { // as getdents64(2) writes it
     char name[1];
 };
 
-/// Adds the names and types that a buffer of getdents64(2) holds.
+/// Adds the names and types in a buffer of getdents64(2).
 void addEntries(std::string_view buffer, std::vector<std::string>& entries) {
     while (!buffer.empty()) {
         const auto* const entry = reinterpret_cast<const KernelEntry*>(buffer.data());
@@ -37,8 +37,8 @@ void addEntries(std::string_view buffer, std::vector<std::string>& entries) {
     }
 }
 
-/// Reads a folder from its beginning to its end.
-/// @return -1 if that fails
+/// Reads a folder from the beginning.
+/// @return -1 on failure
 long readFolder(int descriptor, std::vector<std::string>& entries) {
     if (::lseek(descriptor, 0, SEEK_SET) < 0) {
         return -1;
@@ -77,7 +77,8 @@ void listTooSmall(CallProcess& process, const Call& call, OutcomeBuilder& outcom
     outcome.result(::syscall(SYS_getdents64, descriptor, buffer.data(), buffer.size()));
 }
 
-/// Everything below the root, without changing access times. Which names are links of each other is compared, too.
+/// Describes everything below the root without changing access times, including which names are hard links of
+/// each other.
 class TreeReport {
 public:
     TreeReport(CallProcess& process, OutcomeBuilder& outcome) : process_(process), outcome_(outcome) {}
@@ -138,7 +139,7 @@ private:
         const int file = ::open(path.c_str(), O_RDONLY | O_NOATIME | O_CLOEXEC);
         std::string buffer(1U << 20U, '\0');
         std::string content;
-        constexpr std::size_t most = 4U << 20U; // of a sparse file the rest would take too long
+        constexpr std::size_t most = 4U << 20U; // limits the time for a large sparse file
         for (ssize_t count = 0;
              content.size() < most && (count = ::read(file, buffer.data(), buffer.size())) > 0;) {
             content.append(buffer, 0, static_cast<std::size_t>(count));

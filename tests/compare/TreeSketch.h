@@ -8,11 +8,12 @@
 
 namespace syscalls {
 
-/// In place of the number of a slot.
+/// Used in place of a slot number.
 inline constexpr std::int64_t currentFolder = -1;
 
-/// What the calls so far have probably left: entries by path and descriptors by slot. Calls that the sketch does not
-/// follow, such as those relative to a descriptor, make it inexact; that only makes more calls fail.
+/// An estimate of the entries by path and the descriptors by slot that the calls so far have left. Calls that
+/// it does not model, such as those relative to a descriptor, make it inexact. More calls then fail, which is
+/// harmless.
 ///
 /// Not thread-safe.
 class TreeSketch {
@@ -21,7 +22,7 @@ public:
     enum class Slot { Empty, File, Folder };
 
     static constexpr unsigned users = 2;
-    static constexpr unsigned slots = 8; ///< of each user
+    static constexpr unsigned slots = 8; ///< for each user
 
     void make(const std::string& path, Kind kind) { entries_[path] = kind; }
     void link(const std::string& from, const std::string& to);

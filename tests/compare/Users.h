@@ -4,10 +4,11 @@
 
 namespace syscalls {
 
-/// Who makes the calls: 0 is the superuser, 1 an ordinary user with a group of its own and a second one.
+/// The users that make the calls: 0 is the superuser; 1 is an ordinary user with its own group and a second
+/// one.
 inline constexpr std::int64_t ordinaryUser = 4001;
 inline constexpr std::int64_t ordinaryGroup = 4002;
-inline constexpr std::int64_t otherGroup = 4003;  ///< the ordinary user is in it
-inline constexpr std::int64_t strangeUser = 4004; ///< nobody has this number
+inline constexpr std::int64_t otherGroup = 4003;  ///< includes the ordinary user
+inline constexpr std::int64_t strangeUser = 4004; ///< no user has this number
 
 } // namespace syscalls

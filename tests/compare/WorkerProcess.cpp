@@ -40,7 +40,7 @@ timespec timeIn(const std::string& message) {
     return time;
 }
 
-/// The outcomes of calls, one on a line each.
+/// Makes calls and returns their outcomes, one per line.
 std::string makeAll(const std::string& lines, CallProcess& process) {
     std::istringstream in(lines);
     std::string reply;
@@ -54,7 +54,7 @@ std::string makeAll(const std::string& lines, CallProcess& process) {
     return reply;
 }
 
-/// Answers messages until there is nobody to send any.
+/// Serves messages until the socket is closed.
 void serve(int socket, const Exclusions& exclusions) {
     CallProcess process(exclusions);
     std::string buffer(longestMessage, '\0');
@@ -102,7 +102,7 @@ WorkerProcess::~WorkerProcess() {
 }
 
 void WorkerProcess::send(const std::string& message) const {
-    ::send(socket_, message.data(), message.size(), MSG_NOSIGNAL); // no answer will say so
+    ::send(socket_, message.data(), message.size(), MSG_NOSIGNAL); // a failure shows as a missing answer
 }
 
 void WorkerProcess::beginEpoch(timespec begin) {
@@ -118,7 +118,7 @@ void WorkerProcess::start(const Calls& calls) {
 }
 
 std::vector<Outcome> WorkerProcess::outcomes() {
-    constexpr int patience = 120'000; // milliseconds, many times what any calls take
+    constexpr int patience = 120'000; // milliseconds, many times the duration of any batch
     pollfd state{socket_, POLLIN, 0};
     if (::poll(&state, 1, patience) == 0) {
         return {{{{"result", "no answer"}}}};

@@ -11,9 +11,9 @@
 
 namespace syscalls {
 
-/// A process that makes the calls of all users in one file system, its root folder.
+/// A process that makes the calls of all users in one file system, whose root is its root folder.
 ///
-/// Owns the process, which ends with it. Not thread-safe.
+/// Owns the process and ends it. Not thread-safe.
 class WorkerProcess {
 public:
     /// @throws std::system_error
@@ -24,10 +24,11 @@ public:
 
     void beginEpoch(timespec begin);
 
-    /// Lets it make calls. outcomes() must follow.
+    /// Starts making calls. `outcomes` must be called next.
     void start(const Calls& calls);
 
-    /// What came of the calls. When the process does not answer, one field "result" that says so.
+    /// Returns the outcomes of the calls. If the process does not answer, the outcome is a field "result"
+    /// with the reason.
     std::vector<Outcome> outcomes();
 
 private:
