@@ -9,7 +9,7 @@
 
 using namespace foundation::storage::provider;
 
-/// A program that is linked with the plug-in: writes and reads a file in a storage of its own, and meets an error.
+/// A program that links with the plug-in: writes and reads a file of its own storage, and catches an error.
 int main() {
     const std::shared_ptr<storage::inmemoryprovider::InMemoryProvider> made =
         storage::inmemoryprovider::buildInMemoryProvider();

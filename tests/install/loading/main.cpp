@@ -9,7 +9,7 @@ using namespace foundation::storage::provider;
 
 namespace {
 
-/// A file that is written and read, and an error, all gone before the library is.
+/// Writes and reads a file and catches an error. Destroys all objects before the library is unloaded.
 void use(ProviderEntryPoint* build) {
     std::shared_ptr<IProvider> provider;
     build(&provider);
@@ -30,7 +30,7 @@ void use(ProviderEntryPoint* build) {
 
 } // namespace
 
-/// A program that knows the plug-in by its plain name only, and finds it where the system looks for libraries.
+/// Loads the plug-in by its plain name from the system's library path.
 int main() {
     void* library = dlopen("libqzstorageinmemoryprovider.so", RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
