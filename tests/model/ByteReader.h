@@ -6,8 +6,8 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Takes numbers from the front of some bytes; behind their end all numbers are 0. A byte that the fuzzer
-/// inserts or drops thus shifts what follows and leaves what is in front.
+/// Decodes numbers from a byte sequence. Beyond its end all numbers are 0. A byte that the fuzzer inserts or
+/// removes thus shifts the later numbers and does not change the earlier ones.
 ///
 /// Borrows the bytes.
 class ByteReader {
@@ -27,7 +27,7 @@ public:
 
     std::int8_t signedByte() { return static_cast<std::int8_t>(byte()); }
 
-    /// A number of `width` bytes, the lowest first.
+    /// A little-endian number of `width` bytes.
     std::uint64_t number(std::size_t width) {
         std::uint64_t result = 0;
         for (std::size_t i = 0; i < width; ++i) {

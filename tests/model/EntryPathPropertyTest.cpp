@@ -1,5 +1,5 @@
-// The entry path against a plain restatement of its rules: on every short text, and on random ones.
-// How to run a failure again stands in ModelTest.cpp.
+// Compares the entry path with a plain model of its rules, for every short text and for random texts.
+// ModelTest.cpp explains how to repeat a failure.
 
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
 #include "tests/model/EntryPathRules.h"
@@ -18,7 +18,7 @@ namespace storage::inmemoryprovider::tests {
 
 namespace {
 
-/// Every text of up to `longest` code units made of separators and two letters.
+/// Every text of up to `longest` code units, made of separators and two letters.
 std::vector<std::u16string> shortTexts(std::size_t longest) {
     std::vector<std::u16string> texts = {u""};
     for (std::size_t i = 0; i < texts.size() && texts[i].size() < longest; ++i) {
@@ -29,7 +29,8 @@ std::vector<std::u16string> shortTexts(std::size_t longest) {
     return texts;
 }
 
-/// Mostly separators and few letters; surrogates in and out of pairs, and the first and last code units.
+/// Mostly separators and a few letters; also paired and lone surrogates, and the lowest and highest code
+/// units.
 std::u16string anyText() {
     const std::u16string units = std::u16string(u"////ab.\xD83D\xDE00\xE000\xFFFF") + u'\0';
     return *rc::gen::container<std::u16string>(rc::gen::elementOf(units)).as("text");

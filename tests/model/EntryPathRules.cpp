@@ -40,7 +40,7 @@ std::string ruleBrokenByViews(const InMemoryEntryPath& path) {
     return "";
 }
 
-/// For look-ups by text: they order and compare as paths do.
+/// Look-ups by text require that texts compare like paths.
 std::string ruleBrokenByTexts(const InMemoryEntryPath& left, const InMemoryEntryPath& right) {
     const std::less<InMemoryEntryPath> before;
     const bool expected = left < right;
@@ -52,7 +52,7 @@ std::string ruleBrokenByTexts(const InMemoryEntryPath& left, const InMemoryEntry
     return (left == right.view()) == (left == right) ? "" : "equality with a text";
 }
 
-/// `expected` is the text that the path is to have; it need not be one in normal form.
+/// `expected` is the text that the path must have, which need not be in normal form.
 std::string ruleBrokenByPath(const InMemoryEntryPath& path, const std::u16string& expected) {
     if (path.string() != expected || path.view() != expected) {
         return "text";

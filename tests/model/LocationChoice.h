@@ -7,13 +7,13 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// How a step comes to its location: most are plain paths, some have their three properties given apart.
+/// Generates the location of a step. Most are plain paths; others have three independent properties.
 struct LocationChoice {
     enum class Form : std::uint8_t {
         Plain,           ///< built from the path
-        ResolvedApart,   ///< the path is the resolved one, the given one is another
-        ClaimsRoot,      ///< as ResolvedApart, and has no parent, whatever the paths say
-        ClaimsHasParent, ///< the path for both, and has a parent, also when it is the root
+        ResolvedApart,   ///< the resolved path differs from the given one
+        ClaimsRoot,      ///< like ResolvedApart, and claims to have no parent, regardless of the paths
+        ClaimsHasParent, ///< has the same path twice and claims to have a parent, also for the root
     };
 
     PathChoice path;

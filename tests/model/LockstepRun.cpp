@@ -46,7 +46,7 @@ bool holdsBytes(const ReferenceModel& model, const std::shared_ptr<std::string>&
                        [&](const auto& element) { return element.second.bytes == bytes; });
 }
 
-/// Bytes that tell one write from another.
+/// Different bytes for each write.
 std::string dataToWrite(std::size_t step, long count) {
     std::string data;
     for (long i = 0; i < count; ++i) {
@@ -61,7 +61,8 @@ std::string text(const Operation& operation) {
     return out.str();
 }
 
-/// What should change nothing is left unchecked until the next step that should: it cannot hide that long.
+/// A step that should change nothing is checked together with the next one that should. Its effect cannot
+/// disappear before that.
 bool isToChangeSomething(OperationKind kind) {
     switch (kind) {
     case OperationKind::CreateFile:
@@ -499,7 +500,7 @@ void LockstepRun::compareFlagAndTime(const Attributes& seen, const ModelEntry& e
     require(ledger_.agrees(entry.lastModified, seen.getLastModified()), "the time differs");
 }
 
-/// Nothing may be left under a path where the model has nothing, neither in a folder nor to be listed.
+/// Nothing may be found or listed at a path that the model does not have.
 void LockstepRun::compareExistence() {
     for (const auto& path : knownPaths_) {
         const StorageIRI iri(addressOf(path), addressOf(path), StorageIRI(path).hasParent() || path.empty());

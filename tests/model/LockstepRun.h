@@ -18,17 +18,16 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// A provider and the model, taken through one sequence of operations side by side. The whole tree that the provider
-/// shows must be the model's.
+/// Runs one sequence of operations on a provider and on the model. The provider's tree must be equal to the
+/// model's.
 class LockstepRun {
 public:
-    /// @param tally                 is told how each step ended
-    /// @param changesPerComparison  the trees are compared each time that so many steps were to change something, and
-    ///                              at the end
+    /// @param tally                 counts how each step ended
+    /// @param changesPerComparison  number of changing steps between comparisons of the whole trees; the
+    ///     final trees are always compared
     explicit LockstepRun(OutcomeTally& tally, std::size_t changesPerComparison = 1);
 
-    /// @return nothing when the two agreed to the end; else what they disagreed on and all the steps up to
-    /// there
+    /// @return nothing if provider and model agree; else the first difference, with all steps up to it
     std::optional<std::string> run(const std::vector<Operation>& operations);
 
 private:
@@ -39,7 +38,7 @@ private:
     using FolderEntry = foundation::storage::provider::FolderEntry;
     using IFolderEntryIterator = foundation::storage::provider::IFolderEntryIterator;
 
-    /// Thrown at the first disagreement.
+    /// Thrown at the first difference.
     struct Mismatch {
         std::string what;
     };
@@ -75,8 +74,8 @@ private:
     void seekStream(OpenStream& stream, long offset, std::ios_base::seekdir direction);
     void stepListing(OpenListing& listing);
 
-    /// Runs `call` on the provider and holds its ending against `expected`.
-    /// @return what it returned; nothing when it failed as it should
+    /// Calls the provider and compares the ending with `expected`.
+    /// @return the result of `call`; nothing if it failed as expected
     template <class Value, class Call>
     auto ending(OperationKind kind, const Result<Value>& expected, const StorageIRI& source,
                 const StorageIRI& destination, Call call) -> std::optional<std::invoke_result_t<Call>>;
@@ -106,7 +105,7 @@ private:
     StampLedger ledger_;
     std::vector<OpenStream> streams_;
     std::vector<OpenListing> listings_;
-    std::set<std::u16string> knownPaths_; ///< every path of the pool, and every one that ever held an entry
+    std::set<std::u16string> knownPaths_; ///< every path of the pool, and every one that has had an entry
     std::vector<std::string> transcript_;
 };
 

@@ -30,7 +30,7 @@ void ModelStream::write(std::string_view data) {
     if (data.empty()) {
         return;
     }
-    // A position past the end leaves no gap: the data goes to where the bytes end now.
+    // A position beyond the end leaves no gap: the data is appended.
     const long start = std::min(position_, size());
     bytes_->replace(static_cast<std::size_t>(start), data.size(), data);
     position_ = start + static_cast<long>(data.size());
@@ -45,7 +45,7 @@ long ModelStream::seek(long offset, std::ios_base::seekdir direction) {
     } else if (direction != std::ios_base::beg) {
         return -1;
     }
-    // Compared without adding: the sum may not fit.
+    // Compared without adding, because the sum may overflow.
     if (offset < -origin || offset > size() - origin) {
         return -1;
     }

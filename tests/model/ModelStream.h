@@ -9,15 +9,16 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// An open file of the model: the bytes it shares with the tree and with other streams, and its own position.
+/// An open file of the model. It shares its bytes with the tree and with other streams, and has its own
+/// position.
 class ModelStream {
 public:
     ModelStream(std::shared_ptr<std::string> bytes, foundation::storage::provider::ByteStreamAppend append);
 
-    /// The bytes read; empty where the provider answers -1. A negative count asks for all that is left.
+    /// The bytes read; empty if the provider returns -1. A negative count reads to the end.
     std::string read(long count);
 
-    /// Takes the whole of `data`; empty also stands for a negative count.
+    /// Writes all of `data`. An empty `data` also stands for a negative count.
     void write(std::string_view data);
 
     /// The new position, or -1.

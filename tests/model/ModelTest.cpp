@@ -1,10 +1,9 @@
-// Random sequences of everything a host can do, held against the reference model.
+// Compares random sequences of all operations with the reference model.
 //
-// A failure prints the shortest sequence that still fails, its seed, and at the very end a line to run it
-// again:
+// A failure prints the shortest sequence that still fails, its seed, and in its last line how to repeat it:
 //   RC_PARAMS="reproduce=..." model_tests
-// RC_PARAMS="seed=..." repeats a whole run, RC_PARAMS="max_success=5000" tries more than the usual hundred
-// sequences for each test.
+// RC_PARAMS="seed=..." repeats a whole run. RC_PARAMS="max_success=5000" runs more sequences per test than
+// the default of 100.
 
 #include "hostapi/storage/provider/ProviderOperations.h"
 #include "tests/model/LockstepRun.h"
@@ -47,7 +46,7 @@ RC_GTEST_PROP(ProviderAndModel, AgreeOnSequencesRichInWeirdPaths, ()) {
     agreesOn(Mix::WeirdPaths);
 }
 
-/// Endings that take a tree of some depth to come about. Sequences that never get there would prove little.
+/// Endings that require a deep tree. They show that the sequences reach such trees.
 struct DeepEnding {
     const char* operation;
     const char* outcome;

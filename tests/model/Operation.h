@@ -14,7 +14,7 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// One step of a random sequence. Each kind uses the fields that it has a use for.
+/// A step of a random sequence. Each kind uses some of the fields.
 struct Operation {
     OperationKind kind = OperationKind::CreateFile;
     LocationChoice location;
@@ -24,12 +24,12 @@ struct Operation {
     foundation::storage::provider::ExtendedFeature feature{};
     boost::posix_time::ptime time;
     bool writable = false;
-    long amount = 0; ///< bytes to read or write, or the offset of a seek
+    long amount = 0; ///< bytes to read or write, or offset of a seek
     std::ios_base::seekdir direction = std::ios_base::beg;
-    std::uint8_t slot = 0; ///< which of the open streams or listings, modulo their number
+    std::uint8_t slot = 0; ///< selects an open stream or listing, modulo their number
 };
 
-/// Its name and what it is called with, but for the locations, which depend on the tree.
+/// Prints the name and the arguments except the locations, which depend on the tree.
 std::ostream& operator<<(std::ostream& out, const Operation& operation);
 
 } // namespace storage::inmemoryprovider::tests

@@ -29,7 +29,7 @@ struct Frequencies {
 using enum OperationKind;
 
 constexpr std::array<Frequencies, operationKindCount> frequencies = {{
-    //                    everyday, moves, content, weird paths
+    // Everyday, Moves, Content, WeirdPaths
     {CreateFile, {12, 18, 6, 16}},     {CreateFolder, {14, 20, 4, 20}},
     {RemoveFile, {4, 2, 3, 4}},        {RemoveFolder, {6, 2, 1, 8}},
     {FileExists, {2, 1, 1, 3}},        {FolderExists, {2, 1, 1, 3}},
@@ -45,7 +45,7 @@ constexpr std::array<Frequencies, operationKindCount> frequencies = {{
     {ListingClone, {3, 1, 1, 1}},      {ListingClose, {1, 1, 1, 1}},
 }};
 
-/// `gen::weightedOneOf` for weights that are known at run time only.
+/// `gen::weightedOneOf` for weights that are only known at run time.
 template <class Value>
 class WeightedChoice {
 public:
@@ -70,7 +70,7 @@ private:
     std::size_t total_;
 };
 
-/// Enumerations travel as plain numbers, so odd ones are generated like the named.
+/// Enumerations are generated as plain numbers, so values without a name can be generated too.
 template <class Enumeration>
 rc::Gen<Enumeration> numbered(std::vector<std::int32_t> numbers) {
     return rc::gen::map(rc::gen::elementOf(std::move(numbers)),
@@ -83,7 +83,7 @@ rc::Gen<PathChoice> pathFrom(PathChoice::From from) {
                                       rc::gen::set(&PathChoice::name, rc::gen::inRange<std::uint8_t>(0, 30)));
 }
 
-/// Mostly from `likely`, now and then from anywhere.
+/// Mostly from `likely`, sometimes from another source.
 rc::Gen<PathChoice> pathMostly(PathChoice::From likely, std::size_t poolWeight) {
     using From = PathChoice::From;
     return WeightedChoice<PathChoice>({{poolWeight, pathFrom(From::Pool)},
@@ -113,7 +113,7 @@ rc::Gen<LocationChoice> existingLocation(std::size_t poolWeight) {
                                            {1, locationMostly(PathChoice::From::File, poolWeight)}});
 }
 
-/// Far from every time that the clock will say while the tests run.
+/// Far from every time that the clock can return during the tests.
 rc::Gen<boost::posix_time::ptime> timesSet() {
     using boost::gregorian::date;
     using boost::posix_time::ptime;
@@ -160,7 +160,7 @@ rc::Gen<Operation> operation(OperationKind kind, const Bindings&... fields) {
 }
 
 rc::Gen<Operation> moves(OperationKind kind, PathChoice::From source, std::size_t poolWeight) {
-    // Replacing something needs a target that is there.
+    // Replacement requires an existing target.
     auto destination = WeightedChoice<LocationChoice>(
         {{3, anyLocation(poolWeight)}, {2, locationMostly(source, poolWeight)}});
     return operation(

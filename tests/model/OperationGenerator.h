@@ -8,10 +8,10 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// What random sequences are rich in.
+/// The emphasis of a random sequence.
 enum class Mix { Everyday, Moves, Content, WeirdPaths };
 
-/// Sequences of up to 320 operations. They shrink to fewer and simpler ones.
+/// Sequences of up to 320 operations. They shrink to fewer and simpler operations.
 rc::Gen<std::vector<Operation>> sequencesRichIn(Mix mix);
 
 } // namespace storage::inmemoryprovider::tests

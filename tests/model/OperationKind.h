@@ -6,7 +6,7 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// What a host can do: the operations of a provider, and those of its streams and listings.
+/// All operations that a host can call: those of a provider, its streams and its listings.
 enum class OperationKind : std::uint8_t {
     CreateFile,
     CreateFolder,

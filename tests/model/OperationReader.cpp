@@ -116,7 +116,7 @@ PathChoice OperationReader::path(PathChoice::From from) {
     return result;
 }
 
-/// Mostly of few code units, so that texts meet.
+/// Mostly of a few code units, so that texts collide.
 std::u16string OperationReader::text() {
     static constexpr std::u16string_view units = u"//////aabf.-\xD83D\xDE00\xE000\xFFFF";
     static constexpr std::uint8_t firstOfTwo = 240;
@@ -137,7 +137,7 @@ ByteStreamOpenOptions OperationReader::options() {
     return result;
 }
 
-/// Before the year 2000: far from every time that the clock will say while the operations run.
+/// Before the year 2000, far from every time that the clock can return during the run.
 boost::posix_time::ptime OperationReader::time() {
     using boost::gregorian::date;
     using boost::posix_time::microseconds;

@@ -8,8 +8,8 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Makes operations out of any bytes. Each takes a few bytes, so that a small change to the bytes is a small change
-/// to the sequence: first its kind, then the fields that its kind uses.
+/// Decodes operations from any bytes. Each operation takes a few bytes: first its kind, then the fields of
+/// its kind. A small change of the bytes is therefore a small change of the sequence.
 class OperationReader {
 public:
     explicit OperationReader(ByteReader bytes) : bytes_(bytes) {}

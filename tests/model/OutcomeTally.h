@@ -7,8 +7,8 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// How often each operation ended how, over many sequences: shows that the random sequences reach what they
-/// are meant to reach.
+/// Counts the outcomes of each operation over many sequences. Shows that the random sequences reach their
+/// targets.
 class OutcomeTally {
 public:
     void count(const std::string& operation, const std::string& outcome) { ++counts_[operation][outcome]; }

@@ -18,14 +18,15 @@ std::vector<std::u16string> pathsOfKind(const ReferenceModel& model, PathChoice:
             paths.push_back(path);
         }
     }
-    // The root refuses most of what is done to folders; the pool names it often enough.
+    // The root refuses most operations on folders, and the pool already contains it.
     if (from == PathChoice::From::Folder && paths.size() > 1) {
         paths.erase(paths.begin());
     }
     return paths;
 }
 
-/// Every spelling belongs to the folder: one more "/" before the name gives another path with the same name.
+/// All these paths are entries of the folder: each additional "/" before the name makes another path with the
+/// same name.
 std::u16string inFolder(const std::u16string& folder, std::uint8_t name) {
     static constexpr std::array<const char16_t*, 10> tails = {u"/a", u"/b",  u"/c", u"/f",  u"/g",
                                                               u"/s", u"//f", u"//", u"//s", u"///"};

@@ -5,8 +5,8 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Path texts as callers might write them: few enough to collide often, with every oddity of separators, of
-/// names that begin like other names, and of code units.
+/// A small set of path texts, so that they often collide. Includes unusual separators, names with common
+/// prefixes, and special code units.
 const std::vector<std::u16string>& pathPool();
 
 } // namespace storage::inmemoryprovider::tests

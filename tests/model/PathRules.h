@@ -3,29 +3,29 @@
 #include <string>
 #include <string_view>
 
-/// The rules of path texts, restated plainly for the model: a path is nothing but its normalised text.
+/// The rules of path texts, restated for the model: a path is its normalized text.
 namespace storage::inmemoryprovider::tests {
 
-/// The text under which the provider keeps what a caller calls `text`.
+/// The text under which the provider stores the path `text`.
 std::u16string normalised(std::u16string_view text);
 
-/// Where the entry at `path` belongs; empty for the root and for a text without "/".
+/// The path of the parent folder; empty for the root and for a text without "/".
 std::u16string parentOf(std::u16string_view path);
 
 bool hasParent(std::u16string_view path);
 
 std::u16string nameOf(std::u16string_view path);
 
-/// Where a child called `name` goes when the folder at `path` gets its children one by one.
+/// The path of a child `name` of the folder at `path`, when the children are moved one by one.
 std::u16string appended(std::u16string_view path, std::u16string_view name);
 
-/// Whether `folder` is met on the way from `path` up to the empty path, both ends counting.
+/// Whether `folder` is `path`, one of its ancestors, or the empty path.
 bool isSelfOrBelow(std::u16string_view path, std::u16string_view folder);
 
 /// Whether `left` comes before `right` in a listing.
 bool sortsBefore(std::u16string_view left, std::u16string_view right);
 
-/// A text that a caller may give to reach the entry kept under `path`.
+/// A text that addresses the entry stored under `path`.
 std::u16string addressOf(const std::u16string& path);
 
 } // namespace storage::inmemoryprovider::tests

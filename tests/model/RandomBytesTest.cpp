@@ -1,4 +1,4 @@
-// Random sequences of everything a host can do, checked against the reference model.
+// Compares random sequences of all operations with the reference model.
 
 #include "tests/model/LockstepRun.h"
 #include "tests/model/OperationReader.h"
@@ -15,7 +15,7 @@ namespace {
 
 TEST(ProviderAndModel, AgreeOnSequencesMadeOfRandomBytes) {
     constexpr int sequences = 100;
-    constexpr std::size_t length = 2000; // bytes, some of which make one operation
+    constexpr std::size_t length = 2000; // bytes; an operation takes a few of them
     constexpr std::size_t changesPerComparison = 4;
     std::mt19937 random(1);
     OutcomeTally tally;

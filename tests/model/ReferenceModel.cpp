@@ -136,7 +136,7 @@ Result<Done> ReferenceModel::setLastModified(const StorageIRI& iri, const boost:
 }
 
 Result<Done> ReferenceModel::setWritable(const StorageIRI& iri, bool writable) {
-    // Unlike its sibling it goes by the path as given, and takes nothing but "no parent" for the root.
+    // Unlike setLastModified, this uses the path as given. Only a location without a parent is the root.
     const auto path = iri.hasParent() ? normalised(iri.getPath()) : u"/";
     if (iri.hasParent() && find(path) == nullptr) {
         return notFound;
@@ -207,7 +207,7 @@ Result<Done> ReferenceModel::moveFile(const StorageIRI& source, const StorageIRI
         if (!isWritable(to) || !isWritable(parentOf(to))) {
             return readOnly;
         }
-        entries_.erase(to); // stays gone, whatever comes
+        entries_.erase(to); // stays removed, also if the move fails
     }
     if (from == to) {
         return notFound;
@@ -233,7 +233,7 @@ Result<Done> ReferenceModel::moveFolder(const StorageIRI& source, const StorageI
     if (isSelfOrBelow(to, from)) {
         return destinationExists;
     }
-    entries_.erase(to); // stays gone, whatever comes
+    entries_.erase(to); // stays removed, also if the move fails
     return relinkFolder(from, to, readClock());
 }
 
@@ -259,7 +259,7 @@ bool ReferenceModel::isFolder(const std::u16string& path) const {
     return found != entries_.end() && found->second.isFolder();
 }
 
-/// What its folder knows under `path`; so never the root, which belongs to no folder.
+/// Finds the entry in its parent folder. Never finds the root, which has no parent.
 const ModelEntry* ReferenceModel::find(const std::u16string& path) const {
     const auto found = entries_.find(path);
     return found != entries_.end() && isFolder(parentOf(path)) ? &found->second : nullptr;
@@ -308,7 +308,7 @@ Result<Done> ReferenceModel::relinkFile(const std::u16string& from, const std::u
     return Done();
 }
 
-/// Stops at the first child that cannot be moved; what was moved before it stays moved.
+/// Stops at the first child that cannot be moved. Children moved before it stay moved.
 Result<Done> ReferenceModel::relinkFolder(const std::u16string& from, const std::u16string& to, Stamp now) {
     if (!isWritable(parentOf(from)) || !isWritable(from) || !isWritable(parentOf(to))) {
         return readOnly;
@@ -326,7 +326,7 @@ Result<Done> ReferenceModel::relinkFolder(const std::u16string& from, const std:
     return Done();
 }
 
-/// Names with "/" around them can send a child to a path that is taken, or whose folder is not there.
+/// Names with separators at their ends can lead to a path that exists, or to a missing folder.
 Result<Done> ReferenceModel::relinkChild(const std::u16string& from, const std::u16string& to, Stamp now) {
     if (isFolder(from) && !isWritable(from)) {
         return readOnly;

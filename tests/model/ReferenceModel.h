@@ -22,7 +22,7 @@ namespace storage::inmemoryprovider::tests {
 
 enum class ListingKind { All, Files, Folders };
 
-/// A file or folder of the model. A file has bytes, which streams share with it and which move along with it.
+/// A file or folder of the model. Streams share the bytes of a file. A move keeps the bytes.
 struct ModelEntry {
     std::shared_ptr<std::string> bytes; ///< null for a folder
     ModelTime lastModified;
@@ -31,7 +31,7 @@ struct ModelEntry {
     bool isFolder() const { return bytes == nullptr; }
 };
 
-/// How an operation fails: the code, and which of its locations the exception names.
+/// A failure: the error code, and which location the exception names.
 struct Failure {
     enum class Names { Source, Destination };
 
@@ -39,17 +39,17 @@ struct Failure {
     Names names = Names::Source;
 };
 
-/// The value of an operation that has nothing to tell.
+/// Result of an operation without a return value.
 using Done = std::monostate;
 
 template <class Value>
 using Result = std::variant<Value, Failure>;
 
-/// What a host may expect of the in-memory provider, operation by operation, written down as plainly as
-/// possible: one flat table of entries by path, searched from end to end wherever that is simplest.
+/// The behavior that a host can expect of the in-memory provider, as simple as possible: a flat table of
+/// entries by path, with linear searches wherever they are simplest.
 ///
-/// An entry belongs to the folder that `parentOf` its path names; this alone makes the tree. Between calls
-/// every entry but the root belongs to a folder in the table.
+/// The tree is defined by the paths alone: the parent of an entry is at `parentOf` its path. Invariant
+/// between calls: every entry but the root has a parent in the table.
 class ReferenceModel {
 public:
     using StorageIRI = foundation::storage::provider::StorageIRI;
@@ -59,7 +59,7 @@ public:
     using ExtendedFeature = foundation::storage::provider::ExtendedFeature;
     using Entries = std::map<std::u16string, ModelEntry>;
 
-    /// Holds the root alone, stamped and writable.
+    /// Contains only the root, stamped and writable.
     ReferenceModel();
 
     Result<Done> createFile(const StorageIRI& iri);
@@ -80,10 +80,10 @@ public:
                             ReplacementPolicy policy);
     static bool hasFeature(ExtendedFeature feature);
 
-    /// The whole tree, the root included.
+    /// The whole tree, including the root.
     const Entries& entries() const { return entries_; }
 
-    /// What the folder at `path` lists.
+    /// The listing of the folder at `path`.
     std::vector<FolderEntry> listingOf(std::u16string_view path, ListingKind kind) const;
 
 private:

@@ -7,10 +7,10 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// `text` as a C++ literal without its prefix: quoted, everything but printable ASCII escaped.
+/// `text` as a C++ literal without its prefix: quoted, with everything escaped but printable ASCII.
 std::string shown(std::u16string_view text);
 
-/// The arguments that build `iri`.
+/// The constructor arguments for `iri`.
 std::string shown(const foundation::storage::provider::StorageIRI& iri);
 
 } // namespace storage::inmemoryprovider::tests

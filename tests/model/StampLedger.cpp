@@ -12,7 +12,7 @@ void StampLedger::awaitTick() {
 }
 
 void StampLedger::noteSet(const ptime& time) {
-    if (!time.is_not_a_date_time()) { // which no order holds, nor does the clock say it
+    if (!time.is_not_a_date_time()) { // it is unordered, and the clock never returns it
         known_.insert(time);
     }
 }
