@@ -10,11 +10,11 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// How many bytes a call reads; files stay shorter.
+/// Bytes per read. Files stay shorter.
 inline constexpr long mostRead = 64;
 
-/// One call of a thread. Each kind uses the fields that it has a use for. Reading and writing go through the stream that the
-/// thread has opened last.
+/// A call of a thread. Each kind uses some of the fields. Reads and writes use the stream that the thread
+/// opened last.
 struct Call {
     OperationKind kind = OperationKind::CreateFile;
     std::u16string path = {};
@@ -23,10 +23,10 @@ struct Call {
     foundation::storage::provider::ByteStreamOpenOptions options = {};
     boost::posix_time::ptime time = {};
     bool writable = true;
-    std::string data = {}; ///< what is written
+    std::string data = {}; ///< to be written
 };
 
-/// As text: the operation and its arguments.
+/// The operation and its arguments as text.
 std::string shown(const Call& call);
 
 } // namespace storage::inmemoryprovider::tests

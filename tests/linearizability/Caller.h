@@ -9,15 +9,15 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Makes calls of a provider, and owns the stream opened last. For one thread.
+/// Makes calls on a provider. Owns the stream that was opened last. Not thread-safe.
 class Caller {
 public:
     explicit Caller(const foundation::storage::provider::IProvider& provider) : provider_(provider) {}
 
-    /// Whether the call can be made: reading and writing require an open stream.
+    /// Whether the call is possible: reads and writes require an open stream.
     bool canMake(const Call& call) const;
 
-    /// Makes the call. Exceptions that the contract does not know pass through.
+    /// Makes the call. Exceptions that the contract does not allow propagate.
     Outcome make(const Call& call);
 
 private:

@@ -12,7 +12,7 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// A call that a thread made: between `begin` and `end`, which are numbers of one order for all threads.
+/// A call with its begin and end, which are ticks of one clock for all threads.
 struct RecordedCall {
     std::size_t thread = 0;
     Call call = {};
@@ -21,7 +21,7 @@ struct RecordedCall {
     std::size_t end = 0;
 };
 
-/// An entry of the tree that is left in the end.
+/// An entry of the final tree.
 struct LeftEntry {
     bool folder = false;
     std::string bytes;
@@ -29,14 +29,14 @@ struct LeftEntry {
     bool writable = false;
 };
 
-/// All that can be seen of one round.
+/// The history of one round.
 struct History {
-    std::vector<Call> preparation; ///< one after the other, before the threads start
+    std::vector<Call> preparation; ///< sequential calls before the threads start
     std::vector<RecordedCall> calls;
-    std::map<std::u16string, LeftEntry> tree; ///< by path, the root included
+    std::map<std::u16string, LeftEntry> tree; ///< by path, including the root
 };
 
-/// As text, a line for each call and entry.
+/// As text, with one line per call and entry.
 std::string shown(const History& history);
 
 } // namespace storage::inmemoryprovider::tests

@@ -20,7 +20,7 @@ std::map<std::string, RoundMix> mixesByName() {
     return mixes;
 }
 
-/// Whether every round has an order that explains it.
+/// Whether every round is linearizable.
 bool explains(const Rounds& rounds) {
     if (const auto unexplained = firstUnexplained(rounds)) {
         std::cerr << "linearizability: " << shown(rounds, *unexplained);

@@ -5,7 +5,8 @@
 namespace storage::inmemoryprovider::tests {
 namespace {
 
-/// The short form; linearizability_stress runs any number. ARM64 is emulated.
+/// The short form; linearizability_stress runs any number of rounds. ARM64 gets fewer rounds because it is
+/// emulated.
 #if defined(QZSTORAGE_SANITIZED) || defined(__aarch64__)
 constexpr std::size_t roundsPerMix = 500;
 #else

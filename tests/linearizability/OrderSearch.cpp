@@ -19,7 +19,7 @@ bool OrderSearch::succeeds() {
     return extend();
 }
 
-/// A model cannot be taken back by a step, so each attempt takes a new one through the whole order.
+/// The model has no undo, so each attempt replays the whole order on a new model.
 bool OrderSearch::extend() {
     Replay replay(history_);
     const bool explained =

@@ -7,22 +7,23 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Looks for an order of the steps of all calls that explains a history: a call that ended before another began comes
-/// before it, and the reference model, called in this order, returns what the calls returned and is left with the same tree.
+/// Searches for a linearization of a history: an order of the steps of all calls in which a call that ended
+/// before another began comes first. The reference model, called in this order, must return the same results
+/// and end with the same tree.
 class OrderSearch {
 public:
-    /// @param history  outlives this object
+    /// @param history  must outlive this object
     explicit OrderSearch(const History& history);
 
-    /// Whether there is such an order.
+    /// Whether such an order exists.
     bool succeeds();
 
 private:
     bool extend();
 
     const History& history_;
-    std::vector<std::size_t> byEnd_; ///< the calls, those first that ended first: most likely in this order
-    std::vector<std::size_t> order_; ///< of the steps taken so far, by the numbers of their calls
+    std::vector<std::size_t> byEnd_; ///< the calls by their end, which is the most likely order
+    std::vector<std::size_t> order_; ///< the steps taken so far, as numbers of their calls
 };
 
 } // namespace storage::inmemoryprovider::tests

@@ -11,14 +11,14 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// How a call ended. What its kind does not return keeps its initial value.
+/// The result of a call. Fields that its kind does not return keep their initial values.
 struct Outcome {
     storage::tests::Answer ending = {};
     bool exists = false;
     std::vector<foundation::storage::provider::FolderEntry> listing = {};
     std::string bytes = {}; ///< read
 
-    // Of attributes. The search compares them one by one.
+    // Attributes, which the search compares one by one.
     std::uint64_t size = 0;
     boost::posix_time::ptime lastModified = {};
     bool writable = false;

@@ -12,7 +12,7 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-/// The ending of a call whose result is known, which goes to `value` when it succeeded.
+/// The ending of a call with a known result. Passes the value to `use` if the call succeeded.
 template <class Value, class Use>
 storage::tests::Answer endingOf(const Call& call, Result<Value>&& result, const Use& use) {
     if (const auto* failure = std::get_if<Failure>(&result)) {
@@ -211,8 +211,8 @@ void Replay::noteChange(const RecordedCall& changer) {
     }
 }
 
-/// A file that is not in its place any more shares its bytes with its successor. Its time and flag change only by those
-/// who set them and found it before.
+/// A file that was moved or replaced shares its bytes with its successor. Its own time and flag can then
+/// change only by setters that found it before.
 void Replay::explainAttributes(const RecordedCall& recorded, Progress& progress) const {
     const auto& outcome = recorded.outcome;
     progress.sizeOpen = progress.sizeOpen && progress.bytes->size() != outcome.size;
@@ -238,7 +238,7 @@ const ModelEntry* Replay::entryAt(const std::u16string& path) const {
     return found == model_.entries().end() ? nullptr : &found->second;
 }
 
-/// The model does not know what the clock said, but that it said nothing that a caller has set.
+/// A stamp's time is unknown to the model, but differs from all times that callers set.
 bool Replay::timeAgrees(const ModelTime& expected, const boost::posix_time::ptime& seen) const {
     if (const auto* set = std::get_if<boost::posix_time::ptime>(&expected)) {
         return *set == seen;

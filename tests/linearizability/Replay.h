@@ -11,36 +11,39 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// The calls of a history, made on the reference model in a given order of their steps.
+/// Replays the calls of a history on the reference model in a given order of their steps.
 ///
-/// Most calls are one step. Those that the contract calls two steps are two here: setting a time or flag finds the entry, then
-/// sets it, and has no effect when the entry was moved or replaced in between; the attributes of a folder are its time, then
-/// its flag. The attributes of a file are one step that finds it, and each of them is one that the file had between that
-/// step and the end of the call.
+/// Most calls are one step. Calls with two documented steps have two here. Setting a time or flag finds the
+/// entry and then changes it; the change has no effect if the entry was moved or replaced in between. The
+/// attributes of a folder are its time, and then its flag. The attributes of a file are one step that finds
+/// it. Each attribute has a value that the file had between that step and the end of the call.
 class Replay {
 public:
     explicit Replay(const History& history);
 
     /// Takes the next step of a call.
-    /// @return whether the model explains what the call returned; when not, this object is of no more use
+    /// @return whether the model explains the result of the call; if not, this object must not be used any
+    ///     more
     bool take(std::size_t call);
 
-    /// Whether the call can take its next step now: one that comes later than another cannot overtake it.
+    /// Whether the call may take its next step now: a call that began after another one ended must not
+    /// precede it.
     bool mayTake(std::size_t call) const;
 
-    /// Whether all calls have been explained and the model's tree is the one that was left.
+    /// Whether all calls are explained and the model's tree equals the final tree.
     bool explainsAll() const;
 
 private:
-    /// What is known of one call so far.
+    /// State of one call.
     struct Progress {
         std::size_t steps = 0;
         bool complete = false;
-        // From the step on that finds the entry; the entry stays until it is removed, replaced or moved.
+        // Set by the step that finds the entry. `inPlace` is true until the entry is removed, replaced or
+        // moved.
         bool found = false;
         bool inPlace = false;
         std::shared_ptr<std::string> bytes;
-        // Attributes of a file that have not been explained yet.
+        // Attributes of a file that are not explained yet.
         bool sizeOpen = false;
         bool timeOpen = false;
         bool flagOpen = false;

@@ -1,4 +1,4 @@
-// Histories written by hand: those that an order explains, and those that none does.
+// Handwritten histories: some are linearizable, others are not.
 
 #include "tests/linearizability/OrderSearch.h"
 
@@ -26,7 +26,7 @@ Outcome attributes(std::uint64_t size, const boost::posix_time::ptime& time) {
     return {.ending = {}, .size = size, .lastModified = time, .writable = true};
 }
 
-/// A history of a tree that holds "/f" from the start.
+/// A history of a tree that initially contains "/f".
 class OrderOfCalls : public testing::Test {
 protected:
     OrderOfCalls() {
@@ -120,7 +120,7 @@ TEST_F(OrderOfCalls, aTimeIsSetInASecondStep) {
     add(0, 0, 3, moveFToG_, ok);
     add(1, 1, 2, stampF_, ok);
     history_.tree.erase(u"/f");
-    leave(u"/g"); // the old file was found before the move, and has the time that was set
+    leave(u"/g"); // the old file was found before the move and has the new time
     EXPECT_TRUE(isExplained());
     history_.calls[1].outcome = notFoundAtF;
     EXPECT_TRUE(isExplained());

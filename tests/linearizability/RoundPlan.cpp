@@ -18,7 +18,7 @@ using Kind = OperationKind;
 constexpr std::size_t threadsPerRound = 3;
 constexpr std::size_t callsPerThread = 3;
 
-/// Makes the calls of one round.
+/// Generates the calls of one round.
 class Planner {
 public:
     explicit Planner(std::uint64_t seed) : random_(seed) {}
@@ -37,7 +37,7 @@ private:
         return values[random_() % values.size()];
     }
 
-    /// Different each time, so that it tells where it comes from.
+    /// Different for each write, so that a read shows which write it saw.
     std::string data() { return {static_cast<char>('a' + ++writes_ % 26)}; }
 
     static Call call(Kind kind, const Path& path) { return {.kind = kind, .path = path}; }
@@ -48,7 +48,7 @@ private:
     Call anyMove(const std::vector<Path>& paths);
     Call anyCall(const std::vector<Path>& paths);
 
-    /// A call on an entry of its kind, which changes nothing but what is opened.
+    /// A call on an entry of its kind that changes nothing but the open stream.
     Call query(const std::vector<Path>& folders, const std::vector<Path>& files);
 
     void prepareFile(RoundPlan& plan, const Path& path);
@@ -125,7 +125,7 @@ void Planner::prepareFile(RoundPlan& plan, const Path& path) {
     Call open = call(Kind::OpenStream, path);
     open.options.content = ByteStreamContent::Keep;
     plan.preparation.push_back(open);
-    if (onceIn(2)) { // the others have never been written to
+    if (onceIn(2)) { // otherwise the files have never been written to
         plan.preparation.push_back(writing());
     }
 }

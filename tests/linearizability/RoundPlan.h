@@ -11,13 +11,13 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// What the threads of a round do.
+/// The kinds of calls in a round.
 enum class RoundMix : std::uint8_t {
-    Random,        ///< everything but setting times and flags, on paths that collide often
-    FolderMoves,   ///< one thread moves a folder to and fro, the others query, open and create below it
+    Random,        ///< everything except setting times and flags, on paths that often collide
+    FolderMoves,   ///< one thread moves a folder back and forth, the others query, open and create below it
     FolderComings, ///< one thread creates and removes a folder, the others query it and create below it
     Replacement,   ///< one thread replaces a file by moves, the others query and open it
-    Setters, ///< one thread moves a folder to and fro, the others set and query times and flags of the files below
+    Setters,       ///< one thread moves a folder back and forth, the others use times and flags of its files
 };
 
 inline constexpr std::array allMixes = {RoundMix::Random, RoundMix::FolderMoves, RoundMix::FolderComings,
@@ -35,7 +35,7 @@ struct RoundPlan {
     std::vector<std::vector<Call>> threads;
 };
 
-/// @param seed  the plan follows from it
+/// @param seed  determines the plan
 RoundPlan planOf(RoundMix mix, std::uint64_t seed);
 
 } // namespace storage::inmemoryprovider::tests

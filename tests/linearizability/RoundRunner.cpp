@@ -19,7 +19,7 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-/// What is left below `folder`, which ends with a separator.
+/// Reads the final tree below `folder`, which ends with a separator.
 void readTree(const InMemoryProvider& provider, const std::u16string& folder,
               std::map<std::u16string, LeftEntry>& tree) {
     Caller caller(provider);
@@ -49,7 +49,7 @@ std::map<std::u16string, LeftEntry> treeOf(const InMemoryProvider& provider) {
     return tree;
 }
 
-/// Runs the rounds: the threads stay the same, for starting one takes longer than a round.
+/// Runs the rounds with the same threads, because starting a thread takes longer than a round.
 class RoundRunner {
 public:
     explicit RoundRunner(const Rounds& rounds)
@@ -98,7 +98,7 @@ private:
     }
 
     void prepare(std::size_t number) {
-        constexpr std::uint64_t spread = 0x9E3779B97F4A7C15; // so that neighbouring seeds share no round
+        constexpr std::uint64_t spread = 0x9E3779B97F4A7C15; // neighboring seeds share no round
         plan_ = planOf(rounds_.mix, rounds_.seed * spread + number);
         provider_ = std::make_unique<InMemoryProvider>();
         Caller caller(*provider_);
@@ -122,9 +122,9 @@ private:
 
     const Rounds rounds_;
     const std::size_t threads_;
-    std::barrier<> line_; ///< before and after each round; what follows changes only between the two
+    std::barrier<> line_; ///< before and after each round; the members below change only between rounds
     RoundPlan plan_;
-    std::unique_ptr<InMemoryProvider> provider_; ///< none when the rounds are over
+    std::unique_ptr<InMemoryProvider> provider_; ///< null after the last round
     std::vector<std::vector<RecordedCall>> recorded_;
     std::atomic<std::size_t> clock_ = 0;
     std::optional<UnexplainedRound> unexplained_;

@@ -10,7 +10,7 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Which rounds to run. A round's plan follows from the mix, the seed and its number.
+/// The rounds to run. The plan of a round is determined by the mix, the seed and the number of the round.
 struct Rounds {
     RoundMix mix = RoundMix::Random;
     std::uint64_t seed = 1;
@@ -19,17 +19,17 @@ struct Rounds {
     std::size_t repetitions = 1; ///< of each round
 };
 
-/// A round that no order of its calls explains.
+/// A round without a linearization.
 struct UnexplainedRound {
     std::size_t number = 0;
     History history;
 };
 
-/// Runs rounds on new providers, each with all its threads at once, and looks for the order that explains each.
-/// @return the first one that has none
+/// Runs rounds on new providers, with all threads at once, and searches for a linearization of each.
+/// @return the first round without one
 std::optional<UnexplainedRound> firstUnexplained(const Rounds& rounds);
 
-/// As text: the round, how to repeat it, and its history.
+/// The round, how to repeat it, and its history, as text.
 std::string shown(const Rounds& rounds, const UnexplainedRound& unexplained);
 
 } // namespace storage::inmemoryprovider::tests

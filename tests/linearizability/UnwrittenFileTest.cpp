@@ -1,5 +1,5 @@
-// Files that have never been written to are opened read-only, which takes no lock of the tree, while they move. The stream refuses
-// no write, so each byte that was written must be found in the end.
+// Read-only opening of a file that was never written takes no lock of the tree. Here such files are opened
+// while they move. The stream does not refuse writes, so all bytes written must be found at the end.
 
 #include "hostapi/storage/provider/ReplacementPolicy.h"
 #include "inmemoryprovider/InMemoryProvider.h"
@@ -41,7 +41,7 @@ TEST(UnwrittenFile, noByteIsLostWhileTheFileAndItsFolderMove) {
             for (const auto* path : places) {
                 answerOf([&] {
                     const auto stream = provider.doOpenReadOnlyStream(StorageIRI(path));
-                    // At the end, so that no stream overwrites what another one wrote.
+                    // At the end, so that streams do not overwrite each other's bytes.
                     stream->seek(0, std::ios_base::end);
                     written += static_cast<std::uint64_t>(stream->write("x", 1));
                 });
