@@ -14,7 +14,7 @@ namespace storage::tests {
 
 namespace {
 
-constexpr int statusOfTerminated = 70; // sanitizers and libraries use lower ones
+constexpr int statusOfTerminated = 70; // above the exit codes of sanitizers and libraries
 constexpr int statusOfBroken = 71;
 
 } // namespace

@@ -10,7 +10,7 @@ enum class ChildOutcome {
     Broken,     ///< an expectation failed, or the child ended in another way
 };
 
-/// Runs `task` in a child process. Its failed expectations are printed, and make the outcome `Broken`.
+/// Runs `task` in a child process. A failed expectation in it is printed and makes the outcome `Broken`.
 ChildOutcome runInChild(const std::function<void()>& task);
 
 } // namespace storage::tests

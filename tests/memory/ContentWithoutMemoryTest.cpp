@@ -21,10 +21,10 @@ using inmemoryprovider::writeContent;
 using Bytes = std::vector<std::uint8_t>;
 using Extent = FailingAllocation::Extent;
 
-/// From here on contents grow generously.
+/// Above this size contents grow with spare capacity.
 constexpr std::size_t large = 2U << 20U;
 
-/// Full to the last byte of its capacity.
+/// Content without spare capacity.
 Bytes fullContent(std::size_t size) {
     Bytes content;
     content.reserve(size);
@@ -82,7 +82,7 @@ TEST(ContentWithoutMemory, staysAsItWasWhenThereIsNotEvenThat) {
     }
 }
 
-/// Node, content and mutex are allocated when the file is made.
+/// The constructor allocates the node, its content and its mutex.
 TEST(ContentWithoutMemory, aNodeIsMadeWholeOrNotAtAll) {
     const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
     std::shared_ptr<InMemoryFileEntry> file;

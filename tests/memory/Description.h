@@ -17,8 +17,7 @@
 
 namespace storage::tests {
 
-// What an operation gave, as text, so that two answers can be compared. Streams are read and listings stepped through
-// to their ends.
+// The result of an operation as text, for comparing. Streams are read and listings iterated to their ends.
 
 std::string described(bool answer);
 std::string described(long number);

@@ -39,7 +39,7 @@ void* orThrow(void* memory) {
 
 } // namespace
 
-// All forms, for those of a sanitizer's library do not call one another.
+// Replaces every form, because a sanitizer's forms do not call each other.
 
 void* operator new(std::size_t size) {
     return orThrow(allocate(size));

@@ -4,15 +4,15 @@
 
 namespace storage::tests {
 
-/// While it lives, lets `allowed` more allocations of this thread succeed and the one after them fail. Every form of
-/// operator new counts; the forms that do not throw give a null pointer.
+/// Injects an allocation failure: the next `allowed` allocations of this thread succeed, and the one after
+/// them fails. Every form of operator new counts. Forms that do not throw return a null pointer.
 ///
-/// Only one at a time in a thread. Other threads never notice.
+/// At most one object per thread. Other threads are not affected.
 class FailingAllocation {
 public:
     enum class Extent {
-        Once,       ///< what comes after the failure succeeds again
-        FromThenOn, ///< all that comes after it fails too
+        Once,       ///< later allocations succeed
+        FromThenOn, ///< all later allocations fail too
     };
 
     explicit FailingAllocation(std::size_t allowed, Extent extent = Extent::Once) noexcept;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::align_val_t cacheLine{64};
 
-/// The functions themselves; a compiler may leave out the expressions that call them.
+/// Calls the functions directly, because a compiler may optimize new-expressions away.
 const std::map<std::string, std::function<void*()>> throwingForms{
     {"plain", [] { return operator new(8); }},
     {"array", [] { return operator new[](8); }},
@@ -29,7 +29,7 @@ const std::map<std::string, std::function<void*()>> quietForms{
     {"aligned array", [] { return operator new[](8, cacheLine, std::nothrow); }},
 };
 
-/// All forms free alike.
+/// Plain operator delete frees the memory of every form here.
 bool succeeds(const std::function<void*()>& form) {
     try {
         void* const memory = form();

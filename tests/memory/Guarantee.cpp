@@ -73,13 +73,13 @@ Guarantee partlyGrown(TreeShape::Role TreeShape::*role) {
 
 namespace {
 
-/// Whether a moved file took along what a move does not change.
+/// Whether a moved file has everything that a move must not change.
 bool isWhole(const EntrySnapshot& moved, const EntrySnapshot& original) {
     return moved.kind == original.kind && moved.bytes == original.bytes &&
            moved.isWritable == original.isWritable;
 }
 
-/// Whether a move left each entry where it was or where it goes to, unharmed.
+/// Checks that a move left each entry, undamaged, at its source or at its destination.
 void expectEachEntryOnce(const Relocation& relocation, const Failure& failure) {
     for (const auto& [from, to] : relocation) {
         const bool atSource =
@@ -98,8 +98,7 @@ void expectEachEntryOnce(const Relocation& relocation, const Failure& failure) {
     }
 }
 
-/// Whether a move left everything alone that it was not about, but for the times of the two parents, and made nothing
-/// up.
+/// Checks that a move changed no other entry, except the times of the two parents, and added none.
 void expectNothingElseTouched(const Relocation& relocation, const std::set<Path>& parents,
                               const Failure& failure) {
     std::set<Path> destinations;

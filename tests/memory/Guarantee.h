@@ -8,38 +8,41 @@
 
 namespace storage::tests {
 
-/// One tree in which an operation ran out of memory.
+/// A tree in which an operation ran out of memory.
 struct Failure {
     const TreeSnapshot& before;
     const TreeSnapshot& now;
-    const TreeSnapshot& expected; ///< the tree when the operation succeeds
+    const TreeSnapshot& expected; ///< the tree after the operation has succeeded
     FailingAllocation::Extent extent;
 };
 
-/// Checks what an operation that ran out of memory must leave behind. Each of them fails the running test.
+/// Checks the postcondition of an operation that ran out of memory. Fails the running test if it does not
+/// hold.
 using Guarantee = std::function<void(const TreeShape&, const Failure&)>;
 
-/// The tree is as it was, every time included.
+/// The tree is unchanged, including all times.
 void unchanged(const TreeShape& shape, const Failure& failure);
 
-/// The tree is as it was, or, when memory ran out only for the report of a refusal, as the refusal leaves it.
+/// The tree is unchanged. If only the allocation for the refusal's exception failed, it may be as the refusal
+/// leaves it.
 void unchangedOrRefused(const TreeShape& shape, const Failure& failure);
 
-/// As `unchanged` but for times of folders, in which a temporary file came and went. It stays when memory is not even
-/// enough to remove it.
+/// Like `unchanged`, except for the times of folders in which a temporary file was created and removed. The
+/// temporary file remains if even its removal runs out of memory.
 void unchangedButForATemporaryFile(const TreeShape& shape, const Failure& failure);
 
-/// Each entry is as it was or as it is to be, times of folders aside, and what is the same before and after is there.
+/// Each entry is in its old or its new state, times of folders aside. Entries that the operation does not
+/// change exist.
 void partlyDone(const TreeShape& shape, const Failure& failure);
 
-/// As it was, but the file at `role` holds a beginning of the bytes it is to hold, and its own bytes behind.
+/// Unchanged, but the file at `role` begins with a part of its new bytes, followed by its old bytes.
 Guarantee partlyWritten(TreeShape::Role TreeShape::*role);
 
-/// As it was, but the file at `role` has grown by some of the bytes it is to have more, and is stamped.
+/// Unchanged, but the file at `role` has been extended by a part of its new bytes and is stamped.
 Guarantee partlyGrown(TreeShape::Role TreeShape::*role);
 
-/// What has been moved is at the destination, the rest at the source, nothing at both but folders under way; and as
-/// long as nothing has been moved, the tree is as it was.
+/// Moved entries are at the destination, the others at the source. Only folders in the process of moving may
+/// be at both. If nothing was moved, the tree is unchanged.
 Guarantee partlyMoved(TreeShape::Role TreeShape::*source, TreeShape::Role TreeShape::*destination);
 
 } // namespace storage::tests

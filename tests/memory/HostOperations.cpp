@@ -89,7 +89,7 @@ std::vector<Operation> truncations() {
     };
 }
 
-/// The default listings that give an iterator, and those that give names.
+/// The default listings: those that return an iterator, and those that return names.
 std::vector<Operation> listings() {
     return {
         operation("listAllWildcards", {&Shape::folder},

@@ -140,7 +140,7 @@ TEST(IndexWithoutMemory, leavesTheMapWholeWhicheverAllocationFails) {
             if (!happened) {
                 break;
             }
-            // Once more, to see the next allocation fail too.
+            // Removes it again, to test the failure of the next allocation.
             map.extract(map.find(path.view()));
         }
     }

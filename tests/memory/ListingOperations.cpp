@@ -19,8 +19,8 @@ Listing listRecursively(IProvider& provider, const TreeShape& shape) {
     return provider.doListAllRecursive(*shape.folder);
 }
 
-/// The operation that is one call: of `call`, with a listing of `folder` after its first step. Whether it fails or not,
-/// the listing is where it was as long as nobody steps.
+/// An operation with a single call: `call` with a listing of `folder` after its first step. Whether it
+/// succeeds or fails, the position of the listing is unchanged until the next step.
 template <class Call>
 Operation onListing(std::string name, const Opening& open, Call call) {
     const auto prepare = [=](IProvider& provider, const TreeShape& shape) {

@@ -25,7 +25,7 @@ std::string nameOf(const testing::TestParamInfo<Case>& info) {
     return info.param.operation.name + "_" + info.param.shape->name;
 }
 
-/// Each operation on each tree that has what it needs.
+/// Each operation on each tree that has the entries it requires.
 std::vector<Case> casesOf(const std::vector<std::vector<Operation>>& tables) {
     std::vector<Case> cases;
     for (const auto& operations : tables) {
@@ -78,7 +78,7 @@ TEST(MemoryExhaustion, TriesEveryOperationOfAProvider) {
     }
 }
 
-/// Tells the figures when all is done.
+/// Prints the statistics at the end.
 class Report : public testing::Environment {
 public:
     void TearDown() override {

@@ -20,7 +20,7 @@ Operation fileMove(std::string name, Role source, Role destination, ReplacementP
         .allocating(Operation::Allocates::Always);
 }
 
-/// What a stopped move has left at the source is moved by hand, as a user would.
+/// To finish, entries that a stopped move left at the source are moved one by one, as a user would do.
 Operation folderMove(std::string name, Role source, Role destination, ReplacementPolicy policy) {
     const auto prepare = [=](IProvider& provider, const TreeShape& shape) {
         const auto& from = *(shape.*source);

@@ -18,25 +18,25 @@
 
 namespace storage::tests {
 
-/// One operation about to be called on one tree, with everything prepared that is not the operation itself.
+/// An operation about to be called on a tree. Everything is prepared except the call itself.
 struct Attempt {
-    std::function<void()> run;           ///< the call, for which memory may run out
-    std::function<std::string()> result; ///< tells, after a call that succeeded, what came of it; once only
+    std::function<void()> run;           ///< the call, in which allocations may fail
+    std::function<std::string()> result; ///< returns the result of a successful call as text; call it once
 
-    /// What a user does after a failure to have the whole operation done, with the tree before it; where there is
-    /// none, the call is repeated.
+    /// Completes the operation after a failure, given the tree before it, as a user would do. If empty, the
+    /// call is repeated.
     std::function<void(const TreeSnapshot&)> finish = {};
 };
 
-/// One distinct form of an operation, to be tried on every tree that has what it needs.
+/// A form of an operation, tested on every tree that has the entries it requires.
 struct Operation {
     using Needs = std::vector<TreeShape::Role TreeShape::*>;
 
-    /// Whether the operation allocates; the test fails when this turns out wrong.
+    /// Whether the operation allocates. The test fails if this is wrong.
     enum class Allocates {
         Always,
-        ForLongPaths, ///< otherwise it may or may not
-        ForLongNames, ///< otherwise it may or may not
+        ForLongPaths, ///< otherwise undefined
+        ForLongNames, ///< otherwise undefined
         Never,
     };
 
@@ -45,20 +45,20 @@ struct Operation {
     std::function<Attempt(foundation::storage::provider::IProvider&, const TreeShape&)> prepare;
     Allocates allocates = Allocates::ForLongPaths;
     Guarantee guarantee = unchanged;
-    std::optional<foundation::storage::provider::ErrorCode> refusal = {}; ///< for one that is refused
+    std::optional<foundation::storage::provider::ErrorCode> refusal = {}; ///< expected error, if refused
     bool isForLargeTrees = true;
 
     bool canBeTriedOn(const TreeShape& shape) const;
 
     Operation&& allocating(Allocates when) &&;
     Operation&& leaving(Guarantee behind) &&;
-    /// For an operation that does on a large tree just what another one does.
+    /// For an operation that behaves on a large tree like another one in the table.
     Operation&& onSmallTreesOnly() &&;
 
     Operation&& refusedAs(foundation::storage::provider::ErrorCode code) &&;
 };
 
-/// The operation that is one call: of `call`, with a provider and the tree's shape.
+/// An operation with a single call: `call` with a provider and the tree's shape.
 template <class Call>
 Operation operation(std::string name, Operation::Needs needs, Call call) {
     using foundation::storage::provider::IProvider;

@@ -6,21 +6,21 @@
 
 namespace storage::tests {
 
-// The tables of what is tried.
+// The tables of tested operations.
 
-/// What a provider gives itself, where it succeeds.
+/// Operations that the provider implements, in cases where it succeeds.
 std::vector<Operation> providerOperations();
 
-/// The moves among it.
+/// The moves among these.
 std::vector<Operation> moveOperations();
 
-/// What a provider gives itself, where it refuses.
+/// Operations that the provider implements, in cases where it refuses.
 std::vector<Operation> refusedOperations();
 
-/// What the host gives every provider, where it succeeds.
+/// Default operations of the host, in cases where they succeed.
 std::vector<Operation> hostOperations();
 
-/// What the host gives every provider, where it refuses or does not offer it.
+/// Default operations of the host, in cases where they refuse or are not offered.
 std::vector<Operation> refusedHostOperations();
 
 std::vector<Operation> streamOperations();

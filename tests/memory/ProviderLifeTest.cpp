@@ -16,7 +16,8 @@ namespace {
 
 using foundation::storage::provider::IProvider;
 
-/// Builds providers until memory is enough; after each failure the caller's pointer is as it was. Gives the last one.
+/// Builds providers, failing each allocation in turn. Checks that the caller's pointer is unchanged after
+/// each failure. Returns the first provider that is built.
 std::shared_ptr<IProvider>
 buildWithoutMemory(const char* name, const std::function<void(std::shared_ptr<IProvider>&)>& buildProvider) {
     const auto old = build(treeShapes().back());
@@ -79,7 +80,7 @@ TEST(WhenMemoryRunsOut, noInternalExceptionIsThrownWithoutItsMessage) {
         const FailingAllocation failure(0);
         try {
             throw inmemoryprovider::ReadOnlyException(longPath);
-        } catch (const std::bad_alloc&) { // would leave nobody to tell of the refusal
+        } catch (const std::bad_alloc&) { // it would replace the refusal
         }
     });
     EXPECT_EQ(outcome, ChildOutcome::Terminated);

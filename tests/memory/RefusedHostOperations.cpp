@@ -70,7 +70,7 @@ std::vector<Operation> queries() {
     };
 }
 
-/// The operation that is `call` of any location, not offered.
+/// An operation that is not offered: `call` with any location.
 template <class Call>
 Operation notOffered(std::string name, Call call) {
     return operation(std::move(name), {&Shape::newEntry}, [=](auto& p, auto& s) { call(p, *s.newEntry); })

@@ -15,7 +15,7 @@ const boost::posix_time::ptime someTime(boost::gregorian::date(2002, 3, 4));
 constexpr ByteStreamOpenOptions keep{};
 constexpr ByteStreamOpenOptions mustExist{.existence = ByteStreamExistence::MustExist};
 
-/// The operation that is `call` of the location at `role`, refused.
+/// An operation that is refused: `call` with the location at `role`.
 template <class Call>
 Operation refused(std::string name, Role role, ErrorCode code, Call call) {
     return operation(std::move(name), {role}, [=](auto& p, auto& s) { call(p, *(s.*role)); }).refusedAs(code);
@@ -110,11 +110,11 @@ std::vector<Operation> fileMoves() {
                  RefuseExisting, ReadOnly),
         fileMove("moveAFileOutOfAReadOnlyFolderOverAnother", &Shape::fileInReadOnlyFolder, &Shape::otherFile,
                  ReplaceExisting, ReadOnly)
-            .leaving(unchangedOrRefused), // the other is gone then
+            .leaving(unchangedOrRefused), // the other one has been removed
         fileMove("moveAFileOntoItself", &Shape::file, &Shape::file, RefuseExisting, AlreadyExists),
         fileMove("moveAFileOntoItselfReplacing", &Shape::file, &Shape::file, ReplaceExisting,
                  NotFound)
-            .leaving(unchangedOrRefused), // it is gone then
+            .leaving(unchangedOrRefused), // it has been removed
     };
 }
 

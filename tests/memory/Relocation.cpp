@@ -38,7 +38,7 @@ Relocation relocate(const TreeSnapshot& tree, const std::u16string& source,
 }
 
 void finishMove(const IProvider& provider, const TreeSnapshot& before, const Relocation& relocation) {
-    // The path of a folder sorts before the paths of what it holds.
+    // Folders sort before their entries.
     for (const auto& [from, to] : relocation) {
         const auto source = locationOf(from);
         const auto destination = locationOf(to);

@@ -9,13 +9,13 @@
 
 namespace storage::tests {
 
-/// Where a folder move takes each entry: the new path by the old one, for the moved folder and all below it.
+/// Maps the old path to the new path for a moved folder and everything below it.
 using Relocation = std::map<std::u16string, std::u16string>;
 
 Relocation relocate(const TreeSnapshot& tree, const std::u16string& source,
                     const std::u16string& destination);
 
-/// Moves by hand what a folder move that was stopped has left at the source. `before` is the tree before that move.
+/// Moves the entries that a stopped folder move left at the source. `before` is the tree before that move.
 void finishMove(const foundation::storage::provider::IProvider& provider, const TreeSnapshot& before,
                 const Relocation& relocation);
 

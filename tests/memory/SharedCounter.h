@@ -8,8 +8,8 @@
 
 namespace storage::tests {
 
-/// A number that a process shares with the children it forks. Owns the memory page that it lives in; nothing guards it,
-/// so only one of the processes may use it at a time.
+/// A counter in memory shared with forked child processes. Owns its page. Externally synchronized: only one
+/// of the processes may use it at a time.
 class SharedCounter {
 public:
     SharedCounter()
@@ -23,7 +23,7 @@ public:
     SharedCounter& operator=(const SharedCounter&) = delete;
     ~SharedCounter() { munmap(page_, sizeof(std::size_t)); }
 
-    std::size_t& value() { return *static_cast<std::size_t*>(page_); } ///< 0 at first
+    std::size_t& value() { return *static_cast<std::size_t*>(page_); } ///< initially 0
 
 private:
     void* page_;

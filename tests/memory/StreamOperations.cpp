@@ -18,7 +18,7 @@ constexpr ByteStreamOpenOptions append{.append = ByteStreamAppend::AppendAtEnd};
 
 constexpr long startOfStream = 5;
 
-constexpr std::size_t plenty = 400; // more bytes than any file of the trees has, or has room for
+constexpr std::size_t plenty = 400; // exceeds the size and the capacity of every file in the trees
 
 const std::string& text() {
     static const std::string bytes = [] {
@@ -32,8 +32,8 @@ const std::string& text() {
     return bytes;
 }
 
-/// The operation that is one call: of `call`, with a stream on the file at `role` that is open by `options` and stands
-/// at `startOfStream`, or at the beginning of a file that is shorter.
+/// An operation with a single call: `call` with a stream on the file at `role`, opened with `options`. Its
+/// position is `startOfStream`, or 0 if the file is shorter.
 template <class Call>
 Operation onStream(std::string name, Role role, ByteStreamOpenOptions options, Call call) {
     const auto prepare = [=](IProvider& provider, const TreeShape& shape) {
@@ -69,7 +69,7 @@ Operation reading(std::string name, long count) {
         .allocating(Never);
 }
 
-/// A write over the end of a full file. The position tells how much of it was done.
+/// A write across the end of a file without spare capacity. The position shows how much was written.
 Operation writingOverTheEnd() {
     const auto prepare = [](IProvider& provider, const TreeShape& shape) {
         const std::shared_ptr<ByteStream> stream = provider.doOpenStream(*shape.file, keep);
@@ -92,7 +92,7 @@ Operation writingOverTheEnd() {
             .guarantee = partlyWritten(&Shape::file)};
 }
 
-/// Closes a stream that is the last to hold a file which is in the tree no more.
+/// Closes the last stream on a file that is no longer in the tree.
 Operation closing(std::string name, std::function<void(IProvider&, const TreeShape&)> beforehand) {
     const auto prepare = [=](IProvider& provider, const TreeShape& shape) {
         const auto stream =

@@ -18,13 +18,13 @@ using Extent = FailingAllocation::Extent;
 
 namespace {
 
-/// A tree of its own, and the operation ready to be called on it.
+/// A new tree with the operation ready to be called.
 struct Experiment {
     Experiment(const TreeShape& shape, const Operation& operation) : provider(build(shape)) {
         prepare(shape, operation);
     }
 
-    /// Makes the operation ready once more.
+    /// Prepares the operation again.
     void prepare(const TreeShape& shape, const Operation& operation) {
         attempt = operation.prepare(*provider, shape);
         age(*provider, shape);
@@ -36,7 +36,7 @@ struct Experiment {
     Attempt attempt;
 };
 
-/// The tree before and after the operation on an untouched tree, and what it gave.
+/// The tree before and after the operation without failures, and its result.
 struct Expectation {
     TreeSnapshot before;
     TreeSnapshot after;
@@ -60,10 +60,10 @@ Expectation expectationOf(const TreeShape& shape, const Operation& operation) {
     return expected;
 }
 
-/// What came of a call for which memory may run out.
+/// The result of a call in which an allocation may fail.
 enum class Outcome {
     Succeeded, ///< no allocation failed
-    Survived,  ///< one failed, but it was not needed
+    Survived,  ///< an allocation failed, but the operation did not require it
     RanOut,
 };
 
@@ -104,8 +104,8 @@ void expectFinishedTree(const Experiment& experiment, const Expectation& expecte
     EXPECT_TRUE(hasNoStrayFolder(*experiment.provider, now, expected.before));
 }
 
-/// Looks at the tree once more after each of two changes of it: what a failure has left wrong in one copy of the folder
-/// map shows only when the next change publishes that copy.
+/// Checks the tree again after each of two changes: an error in one copy of the folder map is visible only
+/// after the next change has published that copy.
 void expectSoundAfterChanges(const Experiment& experiment) {
     const StorageIRI passing(u"/a folder that comes and goes");
     const auto before = experiment.snapshot();
@@ -117,7 +117,7 @@ void expectSoundAfterChanges(const Experiment& experiment) {
     EXPECT_TRUE(isSameTree(experiment.snapshot(), before, Times::OfFiles));
 }
 
-/// Without what a failed allocation was for, the operation has done just what it does with it.
+/// The operation survived the failed allocation: its result must be the same as without the failure.
 void expectSurvived(const Experiment& experiment, const TreeShape& shape, const Expectation& expected,
                     Extent extent) {
     EXPECT_TRUE(shape.isLarge()) << "a failure went unnoticed in a tree that is too small for indexes";
@@ -139,7 +139,7 @@ void expectAsManyAsStated(const TreeShape& shape, const Operation& operation, st
     }
 }
 
-/// How far a call of a refused operation came.
+/// The result of a call of a refused operation.
 enum class Answer { Refused, RefusedOutOfMemory, RanOutOfMemory };
 
 Answer callRefused(const Attempt& attempt, const Operation& operation, std::size_t allowed) {
@@ -156,7 +156,7 @@ Answer callRefused(const Attempt& attempt, const Operation& operation, std::size
     return Answer::Refused;
 }
 
-/// Goes on until memory is enough for the refusal, or the process ends.
+/// Fails each allocation in turn until the operation is refused or the process ends.
 void goOnUntilRefused(const TreeShape& shape, const Operation& operation, const Expectation& expected,
                       std::size_t& failures) {
     for (;; ++failures) {
@@ -166,7 +166,7 @@ void goOnUntilRefused(const TreeShape& shape, const Operation& operation, const 
         case Answer::Refused:
             EXPECT_TRUE(isSameTree(experiment.snapshot(), expected.after, Times::Stamps));
             return;
-        case Answer::RefusedOutOfMemory: // what was to be cleaned up may have stayed
+        case Answer::RefusedOutOfMemory: // the cleanup may have failed as well
             expectGuaranteed(experiment, shape, operation, expected, Extent::FromThenOn);
             break;
         case Answer::RanOutOfMemory:
@@ -182,7 +182,7 @@ void goOnUntilRefused(const TreeShape& shape, const Operation& operation, const 
 void sweep(const TreeShape& shape, const Operation& operation, Extent extent) {
     const auto expected = expectationOf(shape, operation);
     if (extent == Extent::FromThenOn && expected.changesNothing()) {
-        return; // there is nothing to leave half-done
+        return; // a partial change is impossible
     }
     std::size_t failures = 0;
     std::size_t survivals = 0;
@@ -204,13 +204,13 @@ void sweep(const TreeShape& shape, const Operation& operation, Extent extent) {
             expectSurvived(experiment, shape, expected, extent);
         }
         if (outcome == Outcome::RanOut && expected.changesNothing()) {
-            // The next failure shows whether finishing changed nothing either.
+            // Reuses the experiment: the next failure shows whether finishing changed anything.
             experiment.prepare(shape, operation);
         } else {
             experiment = Experiment(shape, operation);
         }
         if (testing::Test::HasFailure()) {
-            return; // one failure tells enough
+            return; // stop at the first test failure
         }
     }
     expectAsManyAsStated(shape, operation, failures);
@@ -218,7 +218,7 @@ void sweep(const TreeShape& shape, const Operation& operation, Extent extent) {
 }
 
 void sweepRefused(const TreeShape& shape, const Operation& operation) {
-    constexpr std::size_t allocationsOfAMessage = 3; // two to join its parts, one to keep the whole
+    constexpr std::size_t allocationsOfAMessage = 3; // two to concatenate its parts, one to store the result
     const auto expected = expectationOf(shape, operation);
     SharedCounter failures;
     std::size_t endings = 0;

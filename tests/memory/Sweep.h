@@ -6,17 +6,17 @@
 
 namespace storage::tests {
 
-/// Lets the first allocation of the operation fail, on a tree of its own, then the second, and so on until it succeeds.
-/// After each failure the tree is what the operation guarantees, and the provider goes on working: finishing the
-/// operation gives the same tree and the same answer as on an untouched tree. Where the operation did without what the
-/// allocation was for, it gives them at once.
+/// Runs the operation on a new tree for each of its allocations, failing the first, then the second, and so
+/// on, until none is left to fail. After each failure, checks the operation's guarantee for the tree. Then
+/// finishes the operation and checks that tree and result are the same as without failures. If the operation
+/// did not require the failed allocation, both must be the same at once.
 ///
-/// All expectations fail the running test.
+/// A violated expectation fails the running test.
 void sweep(const TreeShape& shape, const Operation& operation, FailingAllocation::Extent extent);
 
-/// The same for an operation that is refused in the end, which then leaves the tree as it does with memory enough. It is
-/// called in child processes, for it may end the process: where the message of an internal exception is made, and
-/// nowhere else.
+/// The same for an operation that is refused. Its postcondition is that of a refusal with enough memory. The
+/// operation runs in child processes, because it may terminate the process: only where it allocates the
+/// message of an internal exception.
 void sweepRefused(const TreeShape& shape, const Operation& operation);
 
 } // namespace storage::tests

@@ -6,7 +6,7 @@
 
 namespace storage::tests {
 
-/// What the sweeps have done so far. Not thread-safe.
+/// Statistics of the sweeps. Not thread-safe.
 class SweepTally {
 public:
     static SweepTally& instance();
@@ -17,7 +17,7 @@ public:
     void countOperation(const std::string& operation);
     void countOperationOn(const std::string& tree, const std::string& operation);
 
-    /// The figures, for a reader.
+    /// The statistics as text.
     std::string summary() const;
 
 private:
@@ -27,8 +27,8 @@ private:
     std::set<std::string> trees_;
     std::size_t sweeps_ = 0;
     std::size_t failurePoints_ = 0;
-    std::size_t survivals_ = 0; ///< failure points at which the operation succeeds all the same
-    std::size_t endings_ = 0;   ///< failure points at which the process ends
+    std::size_t survivals_ = 0; ///< failure points at which the operation succeeded nevertheless
+    std::size_t endings_ = 0;   ///< failure points at which the process ended
 };
 
 } // namespace storage::tests

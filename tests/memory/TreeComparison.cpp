@@ -17,7 +17,7 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-/// By which temporary files are known.
+/// Prefix of temporary files' names.
 constexpr std::u16string_view beginningOfTemporaries = u"/.copy-";
 
 bool differs(const EntrySnapshot& left, const EntrySnapshot& right, Times times) {
@@ -110,7 +110,7 @@ testing::AssertionResult hasNoStrayFolder(const IProvider& provider, const TreeS
         try {
             provider.doListAll(locationOf(path));
             return testing::AssertionFailure() << "a stray folder at " << testing::PrintToString(path);
-        } catch (const Exception&) { // there is none
+        } catch (const Exception&) { // the folder does not exist
         }
     }
     return testing::AssertionSuccess();

@@ -11,30 +11,30 @@
 
 namespace storage::tests {
 
-/// Which last-modified times a comparison looks at.
+/// The last-modified times that a comparison includes.
 enum class Times {
     All,
     OfFiles,
-    Stamps, ///< not the times themselves, only whether they are still those of an aged tree
+    Stamps, ///< only whether a time is still that of an aged tree
     None,
 };
 
-/// The tree without the files by whose help others are copied.
+/// The tree without the temporary files of copies.
 TreeSnapshot withoutTemporaries(TreeSnapshot tree);
 
-/// The folder of the entry at a path: one separator may stand between them or, but for the root, two.
+/// The path of the parent folder. One separator may precede the name or, unless the parent is the root, two.
 std::u16string parentOf(const std::u16string& path);
 
-/// The path that an entry at `iri` has in a snapshot.
+/// The path of the entry at `iri` in a snapshot.
 std::u16string pathOf(const foundation::storage::provider::StorageIRI& iri);
 
-/// Whether both trees have the same entry at `path`, or both have none.
+/// Whether the entries at `path` are equal or missing in both trees.
 bool isSameAt(const std::u16string& path, const TreeSnapshot& left, const TreeSnapshot& right, Times times);
 
-/// Tells the entries in which the trees differ.
+/// Reports the entries that differ.
 testing::AssertionResult isSameTree(const TreeSnapshot& actual, const TreeSnapshot& expected, Times times);
 
-/// Whether no folder of `known` is found by its path although it is not in `tree`, that of the provider.
+/// Checks that the provider finds no folder of `known` that is missing from its `tree`.
 testing::AssertionResult hasNoStrayFolder(const foundation::storage::provider::IProvider& provider,
                                           const TreeSnapshot& tree, const TreeSnapshot& known);
 

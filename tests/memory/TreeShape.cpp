@@ -138,7 +138,7 @@ TreeShape deepTree() {
 TreeShape wideFolder() {
     constexpr int files = 200;
     TreeShape shape{.name = "wideFolder",
-                    .spelling = TreeShape::Spelling::Short, // keeps the number of allocations within bounds
+                    .spelling = TreeShape::Spelling::Short, // limits the number of allocations
                     .entries = {folder(u"/w"), folder(u"/e"), fullFile(u"/o")},
                     .newAtTop = at(u"/t"),
                     .newEntry = at(u"/w/n"),
@@ -185,8 +185,8 @@ TreeShape readOnlyEntries() {
             .guardedFolder = at(u"/guarded folder")};
 }
 
-/// A doubled separator makes a second entry of the same name in the same folder, a tripled one a folder whose name is
-/// empty.
+/// A doubled separator creates a second entry of the same name in the same folder. A tripled separator
+/// creates a folder with an empty name.
 TreeShape doubledSeparators() {
     return {.name = "doubledSeparators",
             .entries = {folder(u"/a folder"), fullFile(u"/a folder//file"),
@@ -208,7 +208,7 @@ void writeBytes(const IProvider& provider, const StorageIRI& iri, const EntrySha
     const auto stream = provider.doOpenStream(iri, {});
     stream->write(bytes.data(), static_cast<long>(bytes.size()));
     if (entry.kind == EntryShape::Kind::RoomyFile) {
-        stream->write("!", 1); // memory is at least doubled when it runs out
+        stream->write("!", 1); // growing at least doubles the capacity
     }
 }
 

@@ -12,13 +12,13 @@
 
 namespace storage::tests {
 
-/// One entry of a tree to be built.
+/// An entry of a tree to be built.
 struct EntryShape {
     enum class Kind {
         Folder,
         EmptyFile,
-        FullFile,  ///< its bytes fill the memory that it has
-        RoomyFile, ///< it has memory for some more bytes
+        FullFile,  ///< without spare capacity
+        RoomyFile, ///< with spare capacity
     };
     enum class Access { Writable, ReadOnly };
 
@@ -27,26 +27,26 @@ struct EntryShape {
     Access access = Access::Writable;
 };
 
-/// A tree to be built any number of times, always the same, and the locations in it that operations are tried on.
+/// A tree that can be built repeatedly, and the locations in it that operations use.
 struct TreeShape {
     using Role = std::optional<foundation::storage::provider::StorageIRI>;
 
-    /// What is too long to be kept inside a string object, so that every copy allocates.
+    /// Whether paths or names exceed the small-string buffer, so that each copy allocates.
     enum class Spelling { Short, LongPaths, LongNames };
 
     std::string name;
     Spelling spelling = Spelling::LongPaths;
-    std::vector<EntryShape> entries; ///< folders before what they hold
+    std::vector<EntryShape> entries; ///< parents before their entries
 
-    Role newAtTop;    ///< nothing is there, and below no other role
-    Role newEntry;    ///< nothing is there, in a folder that can be written to
-    Role newBelowNew; ///< below two folders that are missing too
-    Role file = {};   ///< a full one
+    Role newAtTop;    ///< missing; not below another role
+    Role newEntry;    ///< missing, in a writable folder
+    Role newBelowNew; ///< missing, below two missing folders
+    Role file = {};   ///< without spare capacity
     Role otherFile = {};
     Role roomyFile = {};
     Role emptyFile = {};
-    Role folder = {};      ///< holds two entries or more, and can be moved
-    Role newInFolder = {}; ///< nothing is there, in `folder`
+    Role folder = {};      ///< movable, with at least two entries
+    Role newInFolder = {}; ///< missing, in `folder`
     Role removableFolder = {};
     Role emptyFolder = {};
     Role readOnlyFile = {};
@@ -54,7 +54,7 @@ struct TreeShape {
     Role fileInReadOnlyFolder = {};
     Role emptyFolderInReadOnlyFolder = {};
     Role newInReadOnlyFolder = {};
-    Role guardedFolder = {}; ///< holds a read-only folder, which stops a move
+    Role guardedFolder = {}; ///< contains a read-only folder, at which a move fails
 
     bool isLarge() const { return entries.size() > 20; }
 };
@@ -62,13 +62,13 @@ struct TreeShape {
 /// All trees of the test.
 const std::vector<TreeShape>& treeShapes();
 
-/// A provider with the tree; when its entries were last modified is left open.
+/// Builds the tree in a new provider. The last-modified times of its entries are undefined.
 std::shared_ptr<foundation::storage::provider::IProvider> build(const TreeShape& shape);
 
-/// What `age` sets. No clock gives it, so a stamp shows.
+/// The time that `age` sets. The clock never returns it, so a stamp is visible.
 extern const boost::posix_time::ptime longAgo;
 
-/// Sets the last-modified time of every entry that is still there to `longAgo`.
+/// Sets the last-modified time of every existing entry to `longAgo`.
 void age(const foundation::storage::provider::IProvider& provider, const TreeShape& shape);
 
 } // namespace storage::tests
