@@ -1,6 +1,6 @@
-// The bytes are path texts, which the entry path and a plain restatement of its rules must take alike: a byte for the
-// code units of the first, one for those of the second, then the code units, the lower byte first. What is left makes
-// the third.
+// Compares the entry path with a plain model of its rules. Input format: the first byte is the length of the
+// first text in code units, the second that of the second text. The code units follow, low byte first. The
+// remaining bytes are the third text.
 
 #include "tests/fuzz/Fail.h"
 #include "tests/fuzz/PrintedCount.h"

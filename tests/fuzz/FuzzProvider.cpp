@@ -1,4 +1,4 @@
-// The bytes are a sequence of operations, which a provider and the reference model go through side by side.
+// Compares a provider with the reference model. The input is decoded into a sequence of operations for both.
 
 #include "tests/fuzz/Fail.h"
 #include "tests/fuzz/PrintedCount.h"
@@ -9,7 +9,7 @@ using namespace storage::inmemoryprovider::tests;
 
 namespace {
 
-// To compare whole trees is what takes longest; a difference seldom goes away so soon.
+// Comparing whole trees takes most of the time. A difference rarely disappears within a few changes.
 constexpr std::size_t changesPerComparison = 4;
 
 } // namespace

@@ -1,4 +1,5 @@
-// The bytes are a script in the language of the host program. One that begins with a comment is run as on a terminal.
+// Runs the input as a script of the host program. A script that begins with a comment is run as on a
+// terminal.
 
 #include "tests/fuzz/PrintedCount.h"
 #include "tests/fuzz/ScriptRun.h"
@@ -11,7 +12,7 @@ using storage::host::OutputKind;
 
 namespace {
 
-/// Built while the signals are ignored, it leaves them alone: they are for the fuzzer.
+/// Constructed while the signals are ignored, so that it does not replace the fuzzer's handlers.
 Interruption& interruption() {
     static Interruption result;
     return result;

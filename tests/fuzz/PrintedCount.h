@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-/// Counts something over all inputs and says at the end of the program how many there were.
+/// Counts events over all inputs and prints the total at exit.
 class PrintedCount {
 public:
     explicit PrintedCount(const char* what) : what_(what) {}

@@ -50,7 +50,7 @@ std::string inSingleQuotes(const std::string& text) {
     return result + "'";
 }
 
-/// Words that are put in quotes as a whole must come back, with no special meaning left in them.
+/// Quoted words must be parsed back unchanged, without special characters.
 void checkWords(const std::vector<Word>& words) {
     std::string line;
     for (const Word& word : words) {
@@ -76,7 +76,7 @@ bool printsBytes(const std::string& command) {
     return command == "cat" || command == "head" || command == "tail" || command == "grep";
 }
 
-/// Some patterns take the C library gigabytes or hours: repeated repetitions, and references to groups.
+/// Excludes patterns for which the C library takes gigabytes or hours: repetition counts and back references.
 bool hasBoundedPattern(const std::string& command, const std::string& line) {
     return command != "grep" || line.find_first_of("{\\") == std::string::npos;
 }
@@ -85,7 +85,7 @@ bool isPrintable(std::string_view line) {
     return printable(line) == line;
 }
 
-/// Without their newlines; the last line need not have one.
+/// The lines without their newlines. The last line may lack one.
 std::vector<std::string> linesOf(std::string_view text) {
     std::vector<std::string> lines;
     while (!text.empty()) {
@@ -139,7 +139,7 @@ void ScriptRun::runLine(const std::string& line) {
     checkOutput(command);
 }
 
-/// On a terminal names are UTF-8 without control characters; only the bytes of files are printed as they are.
+/// On a terminal names are UTF-8 without control characters. Only the content of files is printed unchanged.
 void ScriptRun::checkOutput(const std::string& command) const {
     if (printsBytes(command)) {
         return;
@@ -147,7 +147,7 @@ void ScriptRun::checkOutput(const std::string& command) const {
     const std::string output = out_.str();
     if (outKind_ == OutputKind::Terminal) {
         for (std::string& line : linesOf(output)) {
-            std::erase(line, '\t'); // between columns
+            std::erase(line, '\t'); // separates columns
             require(isPrintable(line), "a control character reaches the terminal");
         }
     }
@@ -165,7 +165,7 @@ void ScriptRun::checkErrors(ExitStatus status) const {
 
 void ScriptRun::checkTree() const {
     for (TreeWalk walk(*provider_, StoragePath()); const auto step = walk.next();) {
-        // What copies are made in on the way is under names that UTF-8 cannot spell.
+        // Commands use temporary names that are not valid UTF-16, so such a name is a leftover.
         require(toUtf8(step->name).has_value(), "an entry is left that nobody named");
         require(step->name.find(u'/') == std::u16string::npos, "a name has a separator in it");
         if (step->kind == TreeWalk::Step::Kind::Folder) {

@@ -12,18 +12,17 @@
 #include <string>
 #include <string_view>
 
-/// A session that runs the lines of one script over a small in-memory storage. Fails when the user would be
-/// shown something wrong: a failure untold, a line that is no message, output that is not text, a tree that
-/// contradicts itself.
+/// Runs the lines of a script in a session over small in-memory storage. Fails on wrong behavior that the
+/// user can see: an unreported failure, a malformed message, output that is not text, an inconsistent tree.
 ///
-/// Commands that read or write the disk are passed over. Borrows the interruption.
+/// Skips commands that read or write the disk. Borrows the interruption.
 class ScriptRun {
 public:
-    /// @param outKind  what the results are written to
+    /// @param outKind  kind of the output stream
     ScriptRun(storage::host::Interruption& interruption, storage::host::OutputKind outKind);
 
-    /// Runs the lines up to the end of the session, and then holds the tree against itself.
-    /// @return how many lines were run
+    /// Runs the lines up to the end of the session, and then checks the tree for consistency.
+    /// @return the number of lines that were run
     unsigned long long run(std::string_view script);
 
 private:

@@ -32,7 +32,7 @@ void SmallProvider::doCreateFolder(const StorageIRI& iri) const {
 std::unique_ptr<foundation::storage::provider::ByteStream>
 SmallProvider::doOpenStream(const StorageIRI& iri,
                             const foundation::storage::provider::ByteStreamOpenOptions& options) const {
-    takeEntry(); // for it may make one
+    takeEntry(); // it may create an entry
     return std::make_unique<SmallStream>(HookedProvider::doOpenStream(iri, options), *this);
 }
 

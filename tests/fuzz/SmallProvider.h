@@ -4,8 +4,9 @@
 
 #include <memory>
 
-/// A provider with little room: once so many entries were made and so many bytes written, it acts as if memory were
-/// exhausted. Nothing gives room back. So no script, however it doubles its files, takes long or much.
+/// A provider with limits on the entries created and the bytes written. Beyond them it throws std::bad_alloc.
+/// Removing entries does not raise the limits again, which bounds the time and the memory of every script,
+/// also of one that keeps doubling its files.
 class SmallProvider final : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;
