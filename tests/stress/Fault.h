@@ -6,13 +6,13 @@
 
 namespace storage::stress {
 
-/// The provider did what it must not do. What it was, in plain words.
+/// A violated requirement of a provider, described in words.
 class Fault : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// @param otherwise  what is wrong when it does not hold, in pieces that are put together only then
+/// @param otherwise  parts of the message for a violation; concatenated only then
 template <class... Pieces>
 void requireThat(bool holds, const Pieces&... otherwise) {
     if (!holds) {

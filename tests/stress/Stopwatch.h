@@ -4,7 +4,7 @@
 
 namespace storage::stress {
 
-/// Tells the seconds since it was made. For figures alone: nothing may depend on them.
+/// Measures the seconds since its construction. For printed figures only: no result may depend on them.
 class Stopwatch {
 public:
     double seconds() const {

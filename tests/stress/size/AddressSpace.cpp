@@ -13,9 +13,9 @@ namespace {
 
 constexpr long mebibyte = 1L << 20;
 constexpr rlim_t addresses = rlim_t{1} << 30U;
-constexpr unsigned long leastFiles = addresses / (32 * mebibyte) - 3; // the program takes some itself
+constexpr unsigned long leastFiles = addresses / (32 * mebibyte) - 3; // slack for the program itself
 
-/// The soft limit of the address space as long as it lives.
+/// Limits the address space (soft limit) for the lifetime of the object.
 class Limit {
 public:
     Limit() {

@@ -4,17 +4,17 @@
 
 namespace storage::stress {
 
-/// Files of 17 MiB, written until an address space of 1 GiB is used up. Each of them needs a capacity of 32 MiB, because
-/// capacity at least doubles. More than that would waste addresses.
+/// Writes files of 17 MiB until an address space of 1 GiB is exhausted. Each file requires a capacity of 32
+/// MiB, because the capacity at least doubles. A larger capacity would waste address space.
 ///
-/// Owns the provider. Thread safety: for one thread.
+/// Owns the provider. Not thread-safe.
 class AddressSpace {
 public:
     /// @throws Fault
     void run();
 
 private:
-    /// @return how many there is room for
+    /// @return the number of files that fit
     unsigned long fill();
 
     std::shared_ptr<IProvider> provider_ = newProvider();

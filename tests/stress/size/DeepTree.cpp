@@ -19,7 +19,7 @@ const std::u16string firstTop = u"/a";
 const std::u16string secondTop = u"/b";
 const std::u16string step = u"/d";
 
-/// The folder that lies `level` levels deep, its top counting as the first.
+/// The folder at depth `level`; the top has depth 1.
 StorageIRI folderAt(const std::u16string& top, int level) {
     std::u16string path = top;
     for (int i = 1; i < level; ++i) {

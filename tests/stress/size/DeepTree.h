@@ -4,10 +4,10 @@
 
 namespace storage::stress {
 
-/// Folders inside one another, many levels deep, that are made, moved, listed, removed and destroyed on a
-/// small stack, which overflows if any of it takes stack for each level.
+/// Creates, moves, lists, removes and destroys a very deep tree on a small stack. The stack overflows if
+/// stack use grows with the depth.
 ///
-/// Owns the provider. Thread safety: for one thread.
+/// Owns the provider. Not thread-safe.
 class DeepTree {
 public:
     /// @throws Fault

@@ -16,7 +16,7 @@ constexpr std::int64_t blockSize = std::int64_t{64} << 10;
 
 const StorageIRI file(u"/f");
 
-/// A file that grows has most of its bytes in memory once only.
+/// A file that grows must not be copied as a whole.
 std::int64_t allowedPeak(std::int64_t size) {
     return size + size / 20;
 }

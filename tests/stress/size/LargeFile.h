@@ -8,15 +8,15 @@
 
 namespace storage::stress {
 
-/// A file of many blocks that is written, read, overwritten in the middle and read again, every byte checked.
+/// Writes a file of many blocks, reads it, overwrites its middle and reads it again. Checks every byte.
 ///
-/// Owns the provider. Thread safety: for one thread.
+/// Owns the provider. Not thread-safe.
 class LargeFile {
 public:
     /// @param size  bytes, a multiple of 64 KiB
     explicit LargeFile(std::int64_t size);
 
-    /// Says so and does nothing where memory is short.
+    /// Prints a message and does nothing if there is not enough memory.
     /// @throws Fault
     void run();
 
@@ -24,7 +24,7 @@ private:
     void write();
     void overwriteMiddle();
     void verify();
-    /// What a block must hold.
+    /// The expected content of a block.
     void expectedBlock(std::vector<char>& block, std::int64_t offset) const;
 
     std::shared_ptr<IProvider> provider_ = newProvider();
@@ -32,7 +32,7 @@ private:
     TestBytes written_{1};
     TestBytes overwritten_{2};
     std::int64_t overwrittenFrom_ = 0;
-    std::int64_t overwrittenTo_ = 0; ///< behind the last byte
+    std::int64_t overwrittenTo_ = 0; ///< end of the overwritten range
 };
 
 } // namespace storage::stress

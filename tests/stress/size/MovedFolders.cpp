@@ -14,8 +14,8 @@ using foundation::storage::provider::ReplacementPolicy;
 
 namespace {
 
-constexpr unsigned long levels = 10;        // of a branch, each folder in the one before
-constexpr unsigned long leavesPerLevel = 9; // beside the folder that leads on
+constexpr unsigned long levels = 10;        // depth of a branch
+constexpr unsigned long leavesPerLevel = 9; // besides the next folder of the branch
 
 const std::u16string oldTop = u"/old/t";
 const std::u16string newTop = u"/new/t";
@@ -101,7 +101,7 @@ void MovedFolders::moveAll() {
     }
 }
 
-/// Existence and attributes are those that a folder's parent tells of; listings show what the folder map has.
+/// Existence and attributes come from the parent folder. Listings come from the folder map.
 void MovedFolders::expectFoldersMoved() {
     forEachFolder([this](const std::u16string& path, unsigned long children) {
         const StorageIRI before(oldTop + path);
@@ -135,7 +135,7 @@ void MovedFolders::expectFilesMoved() {
 
 void MovedFolders::expectNothingElse() {
     const auto listing = provider_->doListAllRecursive(StorageIRI(u"/"));
-    const auto expected = 2 + folders_ + branches_; // the two parents, and what was moved
+    const auto expected = 2 + folders_ + branches_; // the two parents, the moved folders and files
     const auto found = countOf(*listing);
     requireThat(found == expected, "moved folders: ", found, " entries are there in place of ", expected);
 }

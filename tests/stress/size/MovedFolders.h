@@ -8,10 +8,10 @@
 
 namespace storage::stress {
 
-/// Very many folders, in many branches side by side of some depth each, with a file at the end of each
-/// branch, that one call moves away. All that is below the top is known by its path relative to the top.
+/// Moves very many folders with one call: many branches of some depth, with a file at the end of each. Paths
+/// are relative to the top.
 ///
-/// Owns the provider. Thread safety: for one thread.
+/// Owns the provider. Not thread-safe.
 class MovedFolders {
 public:
     /// @param branches  each of 100 folders
@@ -24,7 +24,7 @@ private:
     using FolderVisitor = std::function<void(const std::u16string& relativePath, unsigned long children)>;
     using FileVisitor = std::function<void(const std::u16string& relativePath, unsigned long branch)>;
 
-    /// Visits every folder, each before what it holds; the second number counts the folders in it.
+    /// Visits every folder before its entries. The second argument is the number of folders in it.
     void forEachFolder(const FolderVisitor& visit) const;
     void forEachFile(const FileVisitor& visit) const;
 

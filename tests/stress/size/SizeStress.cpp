@@ -16,19 +16,19 @@ namespace storage::stress {
 namespace {
 
 struct Sizes {
-    unsigned long files;                  ///< of the wide folder
-    unsigned long branches;               ///< of the folders to be moved
+    unsigned long files;                  ///< in the wide folder
+    unsigned long branches;               ///< of folders to be moved
     std::vector<std::int64_t> largeFiles; ///< in bytes
 };
 
 constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
 constexpr std::int64_t gibibyte = std::int64_t{1} << 30;
 
-// 130 MiB: just behind a growth.
+// 130 MiB: just above a growth of the capacity.
 const Sizes longForm{1'000'000, 1000, {64 * mebibyte, 130 * mebibyte, gibibyte, 6 * gibibyte}};
 const Sizes shortForm{100'000, 100, {64 * mebibyte, 130 * mebibyte}};
 
-/// For a person who waits.
+/// Prints progress if the error stream is a terminal.
 void announce(const char* what) {
     if (::isatty(STDERR_FILENO) == 1) {
         std::fprintf(stderr, "%s ...\n", what);
@@ -55,7 +55,7 @@ void run(const Sizes& sizes) {
 } // namespace storage::stress
 
 int main(int argc, char** argv) {
-    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // a crash loses no line
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // line buffered, so that a crash loses no line
     CLI::App options(
         "Tries the provider with little address space, many entries, deep trees and large files.");
     bool isShort = false;

@@ -23,7 +23,7 @@ inline std::shared_ptr<IProvider> newProvider() {
     return provider;
 }
 
-/// A decimal number, with zeros in front if need be, so that the order of the names is that of the numbers.
+/// A decimal number with leading zeros, so that names sort like numbers.
 inline std::u16string nameOfNumber(unsigned long number, unsigned digits) {
     std::u16string name(digits, u'0');
     for (unsigned place = digits; place > 0; --place, number /= 10) {
@@ -40,7 +40,7 @@ inline unsigned long countOf(IFolderEntryIterator& listing) {
     return count;
 }
 
-/// Whether the folder map has no folder there.
+/// Whether the folder map has no folder at `iri`.
 inline bool cannotBeListed(const IProvider& provider, const StorageIRI& iri) {
     try {
         provider.doListAll(iri);

@@ -17,7 +17,7 @@ void TestBytes::fill(std::vector<char>& part, std::uint64_t offset) const noexce
     }
 }
 
-/// Scrambled enough that every byte of it depends on all of the index.
+/// Mixes the bits so that every byte depends on the whole index.
 std::uint64_t TestBytes::wordAt(std::uint64_t index) const noexcept {
     std::uint64_t word = (index + 1) * 0x9E3779B97F4A7C15U + seed_;
     word ^= word >> 29U;

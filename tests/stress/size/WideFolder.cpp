@@ -142,7 +142,7 @@ boost::posix_time::ptime WideFolder::time(unsigned long number) const {
 
 unsigned long WideFolder::scattered(unsigned long turn) const {
     constexpr unsigned long stride =
-        611'953; // a prime that divides no number of entries, so that each has one turn
+        611'953; // a prime that does not divide the number of entries, so this is a permutation
     return turn * stride % entries_;
 }
 

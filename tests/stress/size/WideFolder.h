@@ -8,11 +8,11 @@
 
 namespace storage::stress {
 
-/// One folder with very many files, and a folder among every thousand of them, that are made, looked up,
-/// listed and removed, each step checked against what the entries' numbers say.
+/// Creates, looks up, lists and removes very many files in one folder, with a subfolder per thousand files.
+/// Checks each step against the numbers of the entries.
 ///
-/// Owns the provider. The entries are numbered from 0 in the order of their names and are made and removed in
-/// another. Thread safety: for one thread.
+/// Owns the provider. Entries are numbered in the order of their names, and created and removed in another
+/// order. Not thread-safe.
 class WideFolder {
 public:
     /// @param files  a multiple of 1,000
@@ -33,12 +33,11 @@ private:
     bool isFolder(unsigned long number) const;
     StorageIRI iri(unsigned long number) const;
     boost::posix_time::ptime time(unsigned long number) const;
-    /// The entry that is the `turn`th to be made or removed.
+    /// The entry that is created or removed at this turn.
     unsigned long scattered(unsigned long turn) const;
 
     void lookUp(unsigned long number);
-    /// Walks `listing` to its end; it must yield the selected entries from number `first` on, and nothing
-    /// else.
+    /// Iterates `listing` to its end. It must return exactly the selected entries from number `first` on.
     void expectListing(IFolderEntryIterator& listing, unsigned long first, const Selection& selected);
 
     std::shared_ptr<IProvider> provider_ = newProvider();

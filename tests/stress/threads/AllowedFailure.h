@@ -8,13 +8,13 @@ namespace storage::stress {
 
 /// A failure that an operation may have while other threads change the tree.
 struct AllowedFailure {
-    /// The location that it names.
+    /// The location that the exception names.
     enum class Named {
         Source,
         Destination,
-        SourceOrAbove, ///< of operations that make the folders above
-        SourceOrBelow, ///< of operations that remove what is below
-        TemporaryFile, ///< of copies: in the folder of the destination
+        SourceOrAbove, ///< for operations that create parent folders
+        SourceOrBelow, ///< for operations that remove descendants
+        TemporaryFile, ///< for copies: in the folder of the destination
     };
 
     foundation::storage::provider::ErrorCode code;

@@ -22,7 +22,7 @@ std::u16string_view lastName(std::u16string_view path) {
     return path.substr(path.rfind(u'/') + 1);
 }
 
-/// Nobody turns the clock back by a day while the storm lasts.
+/// Assumes that the clock is not set back by a day during the storm.
 ptime earliestClockTime() {
     static const ptime earliest =
         boost::posix_time::microsec_clock::universal_time() - boost::posix_time::hours(24);

@@ -10,25 +10,25 @@
 
 namespace storage::stress {
 
-// What may be asked of any answer, whatever the other threads do meanwhile. Each throws Fault.
+// Requirements that hold for every result, whatever other threads do meanwhile. Each function throws Fault.
 
 using Names = std::vector<std::u16string>;
 using Entries = std::vector<foundation::storage::provider::FolderEntry>;
 
-/// Only names that the storm can bring about and that were asked for, none twice; those of one folder in order, and
-/// each folder of a whole recursive listing before what it holds.
+/// Checks the names of a listing: only requested ones that the storm can create, without duplicates. Names of
+/// one folder are in order. In a complete recursive listing each folder precedes its entries.
 void checkNames(const std::u16string& folder, const ListingShape& shape, const Names& names);
 
-/// As checkNames, and only the kinds that were asked for.
+/// Like checkNames. Also checks that only the requested kinds are listed.
 void checkEntries(const std::u16string& folder, const ListingShape& shape, const Entries& entries);
 
-/// A file's size is a number of whole records.
+/// Checks that the size is a whole number of records.
 void checkSize(unsigned long long size);
 
-/// The time of an entry is one that the storm gave it, or one of the clock's since the storm began.
+/// Checks that the time is one that the storm sets, or one of the clock since the storm began.
 void checkTime(const boost::posix_time::ptime& time);
 
-/// The times that the storm gives, one a year.
+/// The times that the storm sets, one per year.
 boost::posix_time::ptime stormTime(unsigned year);
 
 } // namespace storage::stress

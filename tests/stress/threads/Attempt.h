@@ -6,14 +6,14 @@
 
 namespace storage::stress {
 
-/// One call of one operation, and what it is called with.
+/// One call of an operation with its arguments.
 struct Attempt {
     const foundation::storage::provider::IProvider& provider;
     foundation::storage::provider::StorageIRI source;
-    foundation::storage::provider::StorageIRI destination; ///< of operations that have two locations
+    foundation::storage::provider::StorageIRI destination; ///< for operations with two locations
     foundation::storage::provider::ReplacementPolicy policy;
     Random& random;
-    Holdings& holdings; ///< take over what is opened
+    Holdings& holdings; ///< take ownership of opened streams and listings
 };
 
 } // namespace storage::stress

@@ -6,14 +6,14 @@
 
 namespace storage::stress {
 
-/// The first fault that any thread has met; it ends the storm.
+/// The first fault of any thread. It ends the storm.
 ///
-/// `mutex_` guards the text. Thread safety: every operation may be called from any number of threads.
+/// `mutex_` guards the text. Thread-safe.
 class FaultBoard {
 public:
     void report(const std::string& fault);
 
-    /// Cheap enough to be asked before every operation.
+    /// Cheap enough to call before every operation.
     bool hasFault() const noexcept { return hasFault_.load(std::memory_order_relaxed); }
 
     std::string text() const;

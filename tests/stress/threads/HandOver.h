@@ -10,14 +10,14 @@
 
 namespace storage::stress {
 
-/// Where threads leave things for one another.
+/// A place where threads exchange objects.
 ///
-/// Each place holds at most one thing and has a mutex of its own. Nothing is destroyed while it is held. Thread safety:
-/// every operation may be called from any number of threads.
+/// Each slot holds at most one object and has its own mutex. No object is destroyed while a mutex is held.
+/// Thread-safe.
 template <class Thing>
 class HandOver {
 public:
-    /// Leaves `left` in some place and takes what was there.
+    /// Puts `left` into a random slot and returns the previous object of the slot.
     std::optional<Thing> exchange(std::optional<Thing> left, Random& random) {
         Place& place = places_[pick(random, places_.size())];
         const std::lock_guard lock(place.mutex);

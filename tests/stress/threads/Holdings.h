@@ -11,10 +11,10 @@
 
 namespace storage::stress {
 
-/// What one thread of the storm holds open. Every now and then it swaps something with other threads, so that streams
-/// and listings are used and destroyed by threads that did not open them.
+/// The streams and listings that one thread of the storm has open. It sometimes exchanges one with other
+/// threads, so that streams and listings are used and destroyed by threads that did not open them.
 ///
-/// Owns streams and listings; shares the places of handing over. For one thread.
+/// Owns streams and listings; shares the exchange. Not thread-safe.
 class Holdings {
 public:
     struct Exchange {
@@ -27,11 +27,11 @@ public:
     void add(OpenFile file, Random& random) { keep(files_, std::move(file), random); }
     void add(OpenListing listing, Random& random) { keep(listings_, std::move(listing), random); }
 
-    /// Uses some stream, or swaps it.
+    /// Uses a random stream, or exchanges it.
     /// @throws Fault
     void useFile(Random& random);
 
-    /// Uses some listing, or swaps it.
+    /// Uses a random listing, or exchanges it.
     /// @throws Fault
     void useListing(Random& random);
 

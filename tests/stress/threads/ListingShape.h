@@ -4,7 +4,7 @@
 
 namespace storage::stress {
 
-/// What a listing was asked for, and so what it may yield.
+/// The parameters of a listing, which determine its possible results.
 struct ListingShape {
     enum class Kinds { All, Files, Folders };
     enum class Depth { OneFolder, Recursive };

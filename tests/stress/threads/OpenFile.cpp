@@ -15,7 +15,7 @@ using tests::Record;
 
 namespace {
 
-/// Keeps the storm's memory small. Writers that look at the same time may go beyond it.
+/// Bounds the memory of the storm. Concurrent writers may exceed it.
 constexpr long largestFile = 16 * Record::size;
 
 constexpr std::size_t mostRecords = 4;

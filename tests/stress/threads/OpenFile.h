@@ -8,21 +8,21 @@
 
 namespace storage::stress {
 
-/// A stream that the storm holds open. All writes are whole records, so every position that it can have is at the
-/// beginning of a record, and everything it reads is whole records.
+/// An open stream of the storm. All writes are whole records, so positions are multiples of the record size
+/// and reads return whole records.
 ///
-/// Owns the stream. For one thread at a time.
+/// Owns the stream. Externally synchronized.
 class OpenFile {
 public:
     enum class Access { Read, Write, Append };
 
     OpenFile(std::unique_ptr<foundation::storage::provider::ByteStream> stream, Access access);
 
-    /// Reads, seeks or writes something.
+    /// Reads, seeks or writes at random.
     /// @throws Fault
     void use(Random& random);
 
-    /// Reads from the beginning to the end.
+    /// Reads the file from the beginning to the end.
     /// @return number of bytes
     /// @throws Fault
     std::uint64_t readThrough();

@@ -9,10 +9,10 @@
 
 namespace storage::stress {
 
-/// A listing that the storm holds, checked as a whole when it is taken over: what is yielded later has to be the same,
-/// whatever has become of the folder and of the provider.
+/// A listing of the storm. Its entries are recorded when it is opened. It must return the same entries later,
+/// even if the folder has changed or the provider was destroyed.
 ///
-/// Owns the iterator and, as a copy, what it still has to yield. For one thread at a time.
+/// Owns the iterator and a copy of the remaining entries. Externally synchronized.
 class OpenListing {
 public:
     /// @throws Fault
@@ -24,14 +24,14 @@ public:
     /// @throws Fault
     void step();
 
-    /// A listing that has the same entries left.
+    /// Clones the iterator and the remaining entries.
     OpenListing clone() const;
 
 private:
     OpenListing(std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> iterator, Entries left);
 
     std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> iterator_;
-    Entries left_; ///< the next one last
+    Entries left_; ///< in reverse order
 };
 
 } // namespace storage::stress

@@ -134,7 +134,7 @@ void truncate(Attempt& a) {
 }
 
 void setWritable(Attempt& a) {
-    // Mostly true, or nothing could be changed any more.
+    // Mostly writable, otherwise everything would soon be read-only.
     a.provider.doSetWritable(a.source, !onceIn(a.source.hasParent() ? 8 : 32, a.random));
 }
 
@@ -292,7 +292,7 @@ std::vector<std::size_t> indicesByWeight() {
     return indices;
 }
 
-/// The name of the operation of a provider that one of the table calls.
+/// The name of the provider operation that `operation` calls.
 std::string_view nameOfCalled(const Operation& operation) {
     Random random(1);
     Holdings::Exchange exchange;
@@ -332,7 +332,7 @@ void requireWholeTable() {
     for (const auto& operation : providerOperations) {
         missing.insert(operation.name);
     }
-    missing.erase("doShutdown"); // no other thread may call meanwhile
+    missing.erase("doShutdown"); // must not run concurrently with other calls
     for (const Operation& operation : allOperations()) {
         requireThat(nameOfCalled(operation) == operation.name, operation.name, " calls ",
                     nameOfCalled(operation));

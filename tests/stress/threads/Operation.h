@@ -9,26 +9,26 @@
 
 namespace storage::stress {
 
-/// One operation of `IProvider`, as the storm calls it.
+/// One operation of `IProvider` as called by the storm.
 struct Operation {
     std::string_view name;
-    std::size_t weight; ///< how often it is chosen, compared with others
+    std::size_t weight; ///< relative frequency
     std::vector<AllowedFailure> mayFail;
-    void (*call)(Attempt& attempt); ///< throws Fault when the answer is none that there may be
+    void (*call)(Attempt& attempt); ///< throws Fault for an impossible result
 
-    /// One that is not offered fails always.
+    /// Whether the provider offers the operation. Otherwise it always fails.
     bool isOffered() const;
 
     bool allows(const foundation::storage::provider::Exception& failure, const Attempt& attempt) const;
 };
 
-/// All that can be called while other threads call too: every operation but the shutting down.
+/// All operations that may run concurrently: every operation except the shutdown.
 const std::vector<Operation>& allOperations();
 
-/// @throws Fault  unless the table has each of them once, under the name of the operation that it calls
+/// @throws Fault unless the table contains each of them once, under the name of the operation that it calls
 void requireWholeTable();
 
-/// One of them, by its index.
+/// The index of a random operation.
 std::size_t anyOperation(Random& random);
 
 } // namespace storage::stress

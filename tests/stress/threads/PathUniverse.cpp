@@ -13,7 +13,7 @@ constexpr char16_t highestRank = u'd';
 constexpr char16_t lowestRank = u'a';
 constexpr std::u16string_view digits = u"01";
 
-/// What the names of the temporary files of copies begin with, and how long they are.
+/// Prefix and length of the names of copies' temporary files.
 constexpr std::u16string_view temporaryBeginning = u".copy-";
 constexpr std::size_t temporaryLength = temporaryBeginning.size() + 16;
 

@@ -8,34 +8,34 @@
 
 namespace storage::stress {
 
-// Every path that the storm can ever bring about, so that all of them can be tried when it is quiet.
+// The set of all paths that the storm can create. It is finite, so the final check can try every path.
 //
-// A name is a letter that tells its rank, "d" the highest and "a" the lowest, and a digit. Along every path the ranks
-// fall. A folder is moved only to where its name has at least the rank that it has now; so whatever is below it stays
-// within these paths too, at any depth, while trees still move up, down and into one another.
+// A name is a letter, its rank from "d" (highest) to "a" (lowest), and a digit. Ranks decrease along every
+// path. A folder is only moved to a name of the same or a higher rank. Its descendants therefore stay within
+// the set at any depth, while trees still move up, down and into one another.
 
 inline constexpr std::u16string_view rootPath = u"/";
 
-/// All of them but the root, sorted.
+/// All paths except the root, sorted.
 const std::vector<std::u16string>& everyPath();
 
-/// One of them; short ones are chosen more often, the root now and then.
+/// A random path. Short paths are more likely, the root is rare.
 std::u16string anyPath(Random& random);
 
-/// Where a folder at `source` may be moved. Also places below the source itself, where it is always refused.
+/// A random target for moving the folder at `source`. May be below the source, where every move is refused.
 std::u16string anyTargetForFolder(const std::u16string& source, Random& random);
 
 std::u16string joined(std::u16string_view folder, std::u16string_view name);
 
-/// Whether `path` is `folder` or lies below it.
+/// Whether `path` is `folder` or a descendant of it.
 bool isSelfOrBelow(std::u16string_view path, std::u16string_view folder);
 
-/// Whether an entry may ever stand at `path`: one of all paths, or the temporary file of a copy to one of them.
+/// Whether an entry can exist at `path`: one of all paths, or a temporary file of a copy to one of them.
 bool isPossible(std::u16string_view path);
 
 bool isTemporary(std::u16string_view path);
 
-/// For messages.
+/// The path as text for messages.
 std::string shown(std::u16string_view path);
 
 } // namespace storage::stress

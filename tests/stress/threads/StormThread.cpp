@@ -14,13 +14,13 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-/// How long a thread stays with one provider.
+/// Number of consecutive operations on one provider.
 constexpr std::size_t operationsInOneWorld = 64;
 
 constexpr std::size_t mostRemembered = 16;
 
 /// Whether the call succeeded.
-/// @throws Fault  when it failed as it must not
+/// @throws Fault when it failed in a way that is not allowed
 bool succeeds(const Operation& operation, Attempt& attempt) {
     try {
         operation.call(attempt);
@@ -102,7 +102,7 @@ std::u16string StormThread::anySource() {
 
 void StormThread::remember(const Operation& operation, const std::u16string& path) {
     if (operation.mayFail.empty()) {
-        return; // it succeeds where nothing is, too
+        return; // succeeds also for missing entries
     }
     if (met_.size() < mostRemembered) {
         met_.push_back(path);

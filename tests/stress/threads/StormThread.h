@@ -16,13 +16,13 @@
 
 namespace storage::stress {
 
-/// One thread's part of the storm: calls operations by chance and checks every answer.
+/// One thread of the storm: calls random operations and checks every result.
 ///
-/// What it chooses follows from its seed and from the answers that it gets. Owns what it holds open; shares the providers, the places of handing
-/// over and the board. For one thread.
+/// Its choices depend only on the seed and on the results. Owns its streams and listings. Shares the
+/// providers, the exchange and the fault board. Not thread-safe.
 class StormThread {
 public:
-    /// What the threads have in common.
+    /// State shared by the threads.
     struct Shared {
         WorldRing worlds;
         Holdings::Exchange exchange;
@@ -31,8 +31,8 @@ public:
 
     StormThread(Shared& shared, std::size_t seed);
 
-    /// Calls `operations` operations of providers, and between them those of streams and listings. A fault, its own or
-    /// another thread's, ends it early.
+    /// Calls `operations` operations of providers, with operations of streams and listings in between. Ends
+    /// early after a fault of any thread.
     void run(std::size_t operations);
 
     const Tally& tally() const { return tally_; }
@@ -49,7 +49,7 @@ private:
     std::shared_ptr<const World> world_;
     Holdings holdings_;
     Tally tally_;
-    std::vector<std::u16string> met_; ///< paths where lately something was found or made
+    std::vector<std::u16string> met_; ///< recent paths where an entry was found or created
 };
 
 } // namespace storage::stress

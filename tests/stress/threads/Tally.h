@@ -6,7 +6,7 @@
 
 namespace storage::stress {
 
-/// How the calls of every operation ended. For one thread; tallies of several are added up.
+/// Counts how the calls of each operation ended. Not thread-safe; the tallies of several threads are added.
 class Tally {
 public:
     Tally();
@@ -18,11 +18,11 @@ public:
 
     std::size_t total() const;
 
-    /// @throws Fault  when an operation was never called, or one that is offered never succeeded: then the storm shows
-    ///                nothing of it
+    /// @throws Fault when an operation was never called, or is offered and never succeeded: the storm would
+    ///     not have tested it
     void requireEveryOperation() const;
 
-    /// For each operation how many calls there were, and how many of them succeeded.
+    /// The number of calls and of successful calls, for each operation.
     std::string text() const;
 
 private:

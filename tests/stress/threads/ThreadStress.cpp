@@ -26,7 +26,7 @@ struct Options {
     std::size_t seed = 1;
 };
 
-/// Between two rounds no thread runs, and every tree is looked at.
+/// Between two rounds no thread runs, and every tree is checked.
 constexpr std::size_t rounds = 16;
 
 struct Inspected {

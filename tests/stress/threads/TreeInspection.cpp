@@ -81,8 +81,8 @@ void TreeInspection::requireOneFolder(const std::u16string& folder) const {
     const StorageIRI probe(joined(folder, probeName));
     const auto longAgo = stormTime(1900);
     provider_.doSetWritable(iri, true);
-    provider_.doSetLastModified(iri, longAgo); // goes by the parent
-    provider_.doCreateFile(probe);             // goes by the path, and stamps what it finds there
+    provider_.doSetLastModified(iri, longAgo); // finds the folder in its parent
+    provider_.doCreateFile(probe);             // finds the folder by its path, and stamps it
     requireThat(provider_.doGetFolderAttributes(iri).getLastModified() != longAgo,
                 shown(folder) + " is one folder in its parent and another by its path");
     provider_.doRemoveFile(probe);

@@ -9,13 +9,13 @@
 
 namespace storage::stress {
 
-/// Looks at every entry of a provider that nobody else uses meanwhile, and tries every path that an entry might ever have
-/// had.
+/// Checks every entry of a provider, and every path that an entry could ever have had. No other thread may
+/// use the provider meanwhile.
 ///
-/// A folder is known to its parent and, by its path, to the provider. What lists a folder goes by the path, what tells
-/// its time by the parent; so both can be asked, and held against each other.
+/// A folder is found both in its parent and, by its path, in the folder map. Listing a folder uses the folder
+/// map, its time comes from the parent. The inspection compares the two.
 ///
-/// Leaves the tree as it is but for times and flags, and removes the temporary files that copies had to leave behind.
+/// Changes only times and flags, and removes temporary files that copies could not remove.
 class TreeInspection {
 public:
     explicit TreeInspection(const foundation::storage::provider::IProvider& provider) : provider_(provider) {}

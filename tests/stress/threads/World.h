@@ -6,7 +6,7 @@
 
 namespace storage::stress {
 
-/// A provider in the hands of several threads: the last of them shuts it down and destroys it.
+/// A provider shared by several threads. The last owner shuts it down and destroys it.
 class World {
 public:
     World();

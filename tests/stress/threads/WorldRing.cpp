@@ -15,7 +15,7 @@ std::shared_ptr<const World> WorldRing::any(Random& random) const {
 }
 
 void WorldRing::replaceOne(Random& random) {
-    auto world = build(); // then the replaced one, which outlives the lock
+    auto world = build(); // receives the replaced one, and destroys it after the lock is released
     const std::size_t chosen = 1 + pick(random, worlds_.size() - 1);
     const std::lock_guard lock(mutex_);
     worlds_[chosen].swap(world);

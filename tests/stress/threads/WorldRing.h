@@ -12,31 +12,31 @@
 
 namespace storage::stress {
 
-/// The providers that the threads of the storm share: one that lasts, and some that are replaced all the time while
-/// other threads still use them.
+/// The providers that the threads of the storm share. The first is permanent. The others are replaced while
+/// threads still use them.
 ///
-/// `mutex_` guards the pointers; what is replaced dies outside it, on whichever thread is the last to let go. Thread
-/// safety: every operation may be called from any number of threads.
+/// `mutex_` guards the pointers. A replaced provider is destroyed outside the mutex, by the thread that
+/// releases it last. Thread-safe.
 class WorldRing {
 public:
     WorldRing();
 
-    /// One of them; the one that lasts more often than the others.
+    /// A random provider; the permanent one is the most likely.
     std::shared_ptr<const World> any(Random& random) const;
 
-    /// Builds a provider that takes the place of one of those that do not last.
+    /// Replaces a random provider, never the permanent one.
     void replaceOne(Random& random);
 
     std::vector<std::shared_ptr<const World>> all() const;
 
-    /// How many providers were built so far.
+    /// The number of providers built so far.
     std::size_t built() const { return built_; }
 
 private:
     std::shared_ptr<const World> build();
 
     mutable std::mutex mutex_;
-    std::array<std::shared_ptr<const World>, 4> worlds_; ///< the first one lasts
+    std::array<std::shared_ptr<const World>, 4> worlds_; ///< the first one is permanent
     std::atomic<std::size_t> built_ = 0;
 };
 

@@ -59,7 +59,7 @@ void PluginRound::buildTree(const IProvider& provider) {
     requireThat(provider.doFileExists(StorageIRI(u"/a/g")), "a moved file is missing");
 }
 
-/// The host's defaults, each of which calls the plug-in many times.
+/// Calls the host's default operations, each of which makes many calls of the plug-in.
 void PluginRound::useWhatOthersAreMadeOf(const IProvider& provider) {
     const StorageIRI copy(u"/moved/copy");
     provider.doCopyFile(file, copy, ReplacementPolicy::RefuseExisting);
@@ -115,7 +115,7 @@ void PluginRound::keepFailure(const char* text, const std::function<void()>& ope
     throw Fault(std::string("nothing failed where this was expected: ") + text);
 }
 
-/// The provider is gone.
+/// Runs after the provider was destroyed.
 void PluginRound::useStreamsAndListings() {
     streams_[0]->write("tail", 4);
     std::string read(bytes.size() + 4, ' ');
@@ -134,7 +134,7 @@ void PluginRound::useStreamsAndListings() {
     requireThat(counts == std::vector<std::size_t>{2, 3, 2, 2}, "a listing has another number of entries");
 }
 
-/// The plug-in may be gone.
+/// Runs after the plug-in may have been unloaded.
 void PluginRound::expectKeptFailures() const {
     for (const auto& [exception, text] : failures_) {
         try {

@@ -10,13 +10,12 @@
 
 namespace storage::stress {
 
-/// One life of a plug-in: it is loaded, put to use, and unloaded when all that came out of it is gone, but
-/// for the exceptions, which are looked at only then.
+/// Loads a plug-in, uses it, destroys its objects and unloads it. Exceptions are kept and checked after that.
 ///
-/// Owns what the plug-in gave. Thread safety: for one thread; several rounds may run at once.
+/// Owns the plug-in's objects. Not thread-safe; several rounds may run at the same time.
 class PluginRound {
 public:
-    /// @param plugin  the library's path
+    /// @param plugin  path of the library
     explicit PluginRound(std::string plugin) : plugin_(std::move(plugin)) {}
 
     /// @throws Fault
