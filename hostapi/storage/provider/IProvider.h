@@ -28,24 +28,26 @@ namespace foundation::storage::provider {
 
 /// One kind of storage, as a host sees every kind: folders and files named by `StorageIRI`.
 ///
-/// A plug-in implements the pure operations. The others have defaults here that are built from the pure ones
-/// alone, so they work on every provider but are no more atomic than the operations they are made of; each
-/// says so. A provider that can do better overrides them.
+/// A plug-in implements the pure virtual operations. The others have defaults here that call only the pure
+/// virtual ones. So they work on every provider, but are no more atomic than the operations that they call;
+/// each says so. A provider that can do better overrides them.
 ///
-/// The order of the operations is part of the binary interface.
+/// The order of the operations is part of the ABI.
 ///
-/// Failures: an operation that fails for a reason of the storage throws `Exception` with a code and the location concerned,
-/// which is its first one unless it says otherwise. The codes are `NotFound` (of a name that the storage cannot hold, too),
-/// `AlreadyExists`, `ReadOnly` and `FolderNotEmpty`. A failed system call is `SystemError`, exhausted memory std::bad_alloc.
+/// Failures: an operation that the storage refuses throws `Exception` with a code and the location concerned,
+/// which is its first argument unless it says otherwise. The codes are `NotFound` (also for a name that the
+/// storage cannot hold), `AlreadyExists`, `ReadOnly` and `FolderNotEmpty`. A failed system call is
+/// `SystemError`, a failed allocation std::bad_alloc.
 ///
-/// Thread safety: every operation but `doShutdown` may be called from any number of threads at once.
+/// Thread safety: every operation but `doShutdown` is thread-safe.
 ///
 /// Lifetime: streams and listings belong to the caller and may outlive the provider object, but provider,
-/// streams and listings must all be destroyed before the library that made them is unloaded. `ProviderEntryPoint`
-/// says of everything else whether it may outlive the library.
+/// streams and listings must all be destroyed before the library that made them is unloaded.
+/// `ProviderEntryPoint` documents which other objects may outlive the library.
 class QZFL_EXPORT IProvider {
 public:
-    /// Told of each change of what events were asked for: what happened to which entry. The destination is that of a move.
+    /// Called for each change of a watched entry: the kind of change and the entry. The destination is that
+    /// of a move.
     using EventCallback =
         std::function<void(StorageEventKind kind, StorageIRI source, StorageIRI destination,
                            FolderEntry::EntryType type, const boost::property_tree::ptree& details)>;
@@ -61,264 +63,272 @@ public:
     IProvider& operator=(const IProvider&) = delete;
     virtual ~IProvider();
 
-    /// Makes an empty, writable file with the current time.
-    /// @param iri  where nothing stands yet, in an existing folder
-    /// @throws Exception `NotFound` without the folder, `AlreadyExists` when a file or folder stands there, `ReadOnly` when the
-    ///         folder is read-only
+    /// Creates an empty, writable file with the current time.
+    /// @param iri  where nothing exists yet, in an existing folder
+    /// @throws Exception `NotFound` without the folder, `AlreadyExists` when a file or folder exists there,
+    ///         `ReadOnly` when the folder is read-only
     virtual void doCreateFile(const StorageIRI& iri) const = 0;
 
-    /// Makes an empty, writable folder with the current time.
-    /// @param iri  where nothing stands yet, in an existing folder
+    /// Creates an empty, writable folder with the current time.
+    /// @param iri  where nothing exists yet, in an existing folder
     /// @throws Exception as `doCreateFile`
     virtual void doCreateFolder(const StorageIRI& iri) const = 0;
 
-    /// Makes a folder and every missing folder above it. A folder that is already there is no failure, also when another
-    /// thread made it meanwhile. Not atomic: folders made before a failure stay.
+    /// Creates a folder and every missing folder above it. An existing folder is no failure, even if another
+    /// thread created it meanwhile. Not atomic: folders created before a failure stay.
     /// @param iri  the innermost folder
-    /// @throws Exception `AlreadyExists` naming a file that is in the way; any other failure names the folder that could not be
-    ///         made
+    /// @throws Exception `AlreadyExists` naming a file on the path; any other failure names the folder that
+    ///         could not be created
     virtual void doCreateFolderRecursive(const StorageIRI& iri) const;
 
-    /// Whether a file stands there. Never throws for a missing entry.
+    /// Whether a file exists there. Never throws for a missing entry.
     /// @param iri  any location
-    /// @return true for a file; false for a folder, and where nothing stands
+    /// @return true for a file; false for a folder or a missing entry
     virtual bool doFileExists(const StorageIRI& iri) const = 0;
 
-    /// Whether a folder stands there. Never throws for a missing entry.
+    /// Whether a folder exists there. Never throws for a missing entry.
     /// @param iri  any location
-    /// @return true for a folder; false for a file, and where nothing stands
+    /// @return true for a folder; false for a file or a missing entry
     virtual bool doFolderExists(const StorageIRI& iri) const = 0;
 
     /// Removes a file. Streams that are open on it stay usable.
     /// @param iri  a file
-    /// @throws Exception `NotFound` when no file stands there, `ReadOnly` when the file or its folder is read-only
+    /// @throws Exception `NotFound` when no file exists there, `ReadOnly` when the file or its folder is
+    ///         read-only
     virtual void doRemoveFile(const StorageIRI& iri) const = 0;
 
-    /// Moves a file. A replaced file may be lost although the move fails: when the folder of the source is read-only, or
-    /// when the file was to replace itself. When allocation fails, the file is at one of its two places; the in-memory
-    /// provider then restores a replaced file, so nothing has changed.
+    /// Moves a file. A failed move may lose the replaced file in two cases: the folder of the source is
+    /// read-only, or source and destination are the same. After a failed allocation the file is at one of its
+    /// two places; the in-memory provider then restores a replaced file, so nothing has changed.
     /// @param source       a file
     /// @param destination  its new location, in an existing folder
-    /// @param policy       what to do when something stands there; a folder never gives way
-    /// @throws Exception `NotFound` without the source or the folder of the destination and `ReadOnly` for a read-only folder or
-    ///         replaced file, both naming the source; `AlreadyExists` for what is in the way, naming the destination
+    /// @param policy       what to do when an entry exists there; a folder is never replaced
+    /// @throws Exception `NotFound` without the source or the folder of the destination, and `ReadOnly` for a
+    ///         read-only folder or replaced file, both naming the source; `AlreadyExists` for an entry that
+    ///         is not replaced, naming the destination
     virtual void doMoveFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const = 0;
 
     /// Removes an empty folder.
     /// @param iri  a folder
-    /// @throws Exception `NotFound` when no folder stands there, `FolderNotEmpty` when it holds anything, `ReadOnly` when it or
-    ///         its folder is read-only
+    /// @throws Exception `NotFound` when no folder exists there, `FolderNotEmpty` when it is not empty,
+    ///         `ReadOnly` when it or its folder is read-only
     virtual void doRemoveFolder(const StorageIRI& iri) const = 0;
 
-    /// Removes a folder and everything below it, children first. Not atomic: what was removed before a failure is gone. An
-    /// entry below that another thread has removed already is no failure. Of the root, only what it holds is removed; the
-    /// root is each location that says it has no parent, or has no name in its resolved path.
+    /// Removes a folder and everything below it, children first. Not atomic: what was removed before a
+    /// failure stays removed. An entry below that another thread has removed already is no failure. The root
+    /// itself stays, only its content is removed. A location is the root if it has no parent or no name in
+    /// its resolved path.
     /// @param iri  a folder
     /// @throws Exception as `doRemoveFile` and `doRemoveFolder`, naming the entry that could not be removed
     virtual void doRemoveFolderRecursively(const StorageIRI& iri) const;
 
-    /// Moves a folder with everything below it; moved folders become writable, moved files keep their flag. A read-only
-    /// folder below the source, or a failed allocation, may stop the move midway: what has been moved stays moved, and
-    /// every entry is at its old or its new path. A replaced empty folder may be lost although the move fails: when the
-    /// source or its folder is read-only. When allocation fails before the source has taken its place, the in-memory
-    /// provider restores it.
+    /// Moves a folder with everything below it; moved folders become writable, moved files keep their flag. A
+    /// read-only folder below the source, or a failed allocation, may stop the move midway: what has been
+    /// moved stays moved, and every entry is at its old or its new path. A failed move may lose the replaced
+    /// empty folder when the source or its folder is read-only. When allocation fails before the source has
+    /// taken its place, the in-memory provider restores it.
     /// @param source       a folder
     /// @param destination  its new location, in an existing folder
-    /// @param policy       what to do when something stands there; only an empty folder ever gives way
-    /// @throws Exception as `doMoveFile`; a destination that is the source or lies below it is `AlreadyExists` too
+    /// @param policy       what to do when an entry exists there; only an empty folder is ever replaced
+    /// @throws Exception as `doMoveFile`; also `AlreadyExists` when the destination is the source or below it
     virtual void doMoveFolder(const StorageIRI& source, const StorageIRI& destination,
                               const ReplacementPolicy& policy) const = 0;
 
-    /// The attributes of a file. Not one atomic snapshot.
+    /// The attributes of a file. Not an atomic snapshot.
     /// @param iri  a file
     /// @return its size, last-modified time and writable flag
-    /// @throws Exception `NotFound` when no file stands there
+    /// @throws Exception `NotFound` when no file exists there
     virtual FileAttributes doGetFileAttributes(const StorageIRI& iri) const = 0;
 
-    /// The attributes of a folder. Not one atomic snapshot.
+    /// The attributes of a folder. Not an atomic snapshot.
     /// @param iri  a folder
     /// @return its last-modified time and writable flag
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual FolderAttributes doGetFolderAttributes(const StorageIRI& iri) const = 0;
 
     /// Opens a file for reading and writing, at its beginning.
-    /// @param iri      a file, or where one is to be made
-    /// @param options  whether a missing file is made, an existing one emptied, and where writes go
-    /// @return the stream; the caller's own
-    /// @throws Exception `NotFound` without the folder, or when the file must exist and does not; `AlreadyExists` or `NotFound`
-    ///         when a folder stands there; `ReadOnly` when the file, or for a new one its folder, is read-only
+    /// @param iri      a file, or where one is to be created
+    /// @param options  whether a missing file is created, an existing one emptied, and where writes go
+    /// @return the stream, owned by the caller
+    /// @throws Exception `NotFound` without the folder, or when the file must exist and does not;
+    ///         `AlreadyExists` or `NotFound` when a folder exists there; `ReadOnly` when the file, or for a
+    ///         new one its folder, is read-only
     virtual std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                                      const ByteStreamOpenOptions& options) const = 0;
 
-    /// Opens a file for reading, at its beginning, also when it is read-only. The caller keeps writes away from the stream.
+    /// Opens a file for reading, at its beginning, even when it is read-only. The caller must not write to
+    /// the stream.
     /// @param iri  a file
-    /// @return the stream; the caller's own
-    /// @throws Exception `NotFound` when nothing stands there; a folder is refused as by `doOpenStream`
+    /// @return the stream, owned by the caller
+    /// @throws Exception `NotFound` when nothing exists there; a folder is refused as by `doOpenStream`
     virtual std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const = 0;
 
-    /// Opens a stream whose writes take effect together. Not offered by default.
+    /// Opens a stream that commits its writes atomically. Not offered by default.
     /// @param iri      a file
     /// @param options  as for `doOpenStream`
-    /// @return the stream; the caller's own
+    /// @return the stream, owned by the caller
     /// @throws Exception `NotOffered`
     virtual std::unique_ptr<ByteStream> doOpenTransactionalStream(const StorageIRI& iri,
                                                                   const ByteStreamOpenOptions& options) const;
 
-    /// Opens a stream whose writes are gathered elsewhere until they take effect together. Not offered by default.
+    /// Opens a stream that collects its writes elsewhere and commits them atomically. Not offered by default.
     /// @param iri      a file
-    /// @param scratch  where they are gathered
+    /// @param scratch  where they are collected
     /// @param options  as for `doOpenStream`
-    /// @return the stream; the caller's own
+    /// @return the stream, owned by the caller
     /// @throws Exception `NotOffered`
     virtual std::unique_ptr<ByteStream>
     doOpenTransactionalStreamAtScratchLocation(const StorageIRI& iri, const StorageIRI& scratch,
                                                const ByteStreamOpenOptions& options) const;
 
     /// @name Listings
-    /// Each is a snapshot of one folder, or of each folder in turn for the recursive ones. A listing yields files and folders
-    /// (All), files or folders. A wildcard pattern is matched against an entry's own name, as `WildcardPattern` does.
-    /// NamesOnly gives the names without the kinds. A recursive listing yields each folder before what it holds and every
-    /// entry by its path relative to the listed folder, with "/" between the names; its pattern chooses what is yielded, not
-    /// which folders are entered, and a folder that is removed while the listing is made counts as empty.
+    /// Each is a snapshot of one folder, or of each folder in turn for the recursive ones. A listing yields
+    /// files and folders (All), only files, or only folders. A wildcard pattern is matched against an entry's
+    /// own name, as `WildcardPattern` does. NamesOnly returns names without kinds. A recursive listing yields
+    /// each folder before its content, and every entry by its path relative to the listed folder, with "/"
+    /// between the names. Its pattern selects what is yielded, not which folders are entered. A folder that
+    /// is removed while the listing is made counts as empty.
     /// @{
 
     /// Files and folders in a folder.
     /// @param iri  a folder
-    /// @return the listing, before its first step; the caller's own
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @return the listing, before its first step, owned by the caller
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListAll(const StorageIRI& iri) const = 0;
 
     /// Files and folders in a folder whose names match.
     /// @param iri      a folder
     /// @param pattern  of names
-    /// @return the listing, before its first step; the caller's own
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @return the listing, before its first step, owned by the caller
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListAllWildcards(const StorageIRI& iri,
                                                                      std::u16string pattern) const;
 
     /// Files in a folder.
     /// @param iri  a folder
-    /// @return the listing, before its first step; the caller's own
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @return the listing, before its first step, owned by the caller
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListFiles(const StorageIRI& iri) const = 0;
 
     /// Files in a folder whose names match.
     /// @param iri      a folder
     /// @param pattern  of names
-    /// @return the listing, before its first step; the caller's own
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @return the listing, before its first step, owned by the caller
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListFilesWildcards(const StorageIRI& iri,
                                                                        std::u16string pattern) const;
 
     /// Folders in a folder.
     /// @param iri  a folder
-    /// @return the listing, before its first step; the caller's own
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @return the listing, before its first step, owned by the caller
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListFolders(const StorageIRI& iri) const = 0;
 
     /// Folders in a folder whose names match.
     /// @param iri      a folder
     /// @param pattern  of names
-    /// @return the listing, before its first step; the caller's own
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @return the listing, before its first step, owned by the caller
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListFoldersWildcards(const StorageIRI& iri,
                                                                          std::u16string pattern) const;
 
     /// The names of files and folders in a folder.
     /// @param iri  a folder
     /// @return the names, in the order of the listing
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListAllNamesOnly(const StorageIRI& iri) const;
 
     /// The names of files and folders in a folder that match.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the names, in the order of the listing
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListAllNamesOnlyWildcards(const StorageIRI& iri,
                                                                     std::u16string pattern) const;
 
     /// The names of folders in a folder.
     /// @param iri  a folder
     /// @return the names, in the order of the listing
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListFoldersNamesOnly(const StorageIRI& iri) const;
 
     /// The names of folders in a folder that match.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the names, in the order of the listing
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListFoldersNamesOnlyWildcards(const StorageIRI& iri,
                                                                         std::u16string pattern) const;
 
     /// The names of files in a folder.
     /// @param iri  a folder
     /// @return the names, in the order of the listing
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListFilesNamesOnly(const StorageIRI& iri) const;
 
     /// The names of files in a folder that match.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the names, in the order of the listing
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListFilesNamesOnlyWildcards(const StorageIRI& iri,
                                                                       std::u16string pattern) const;
 
     /// Everything below a folder.
     /// @param iri  a folder
-    /// @return the listing, before its first step; the caller's own
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @return the listing, before its first step, owned by the caller
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListAllRecursive(const StorageIRI& iri) const;
 
     /// Everything below a folder whose own name matches.
     /// @param iri      a folder
     /// @param pattern  of names
-    /// @return the listing, before its first step; the caller's own
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @return the listing, before its first step, owned by the caller
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListAllRecursiveWildcards(const StorageIRI& iri,
                                                                               std::u16string pattern) const;
 
     /// The relative paths of everything below a folder.
     /// @param iri  a folder
     /// @return the paths, in the order of the listing
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListAllRecursiveNamesOnly(const StorageIRI& iri) const;
 
     /// The relative paths of everything below a folder whose own name matches.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the paths, in the order of the listing
-    /// @throws Exception `NotFound` when no folder stands there
+    /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListAllRecursiveNamesOnlyWildcards(const StorageIRI& iri,
                                                                              std::u16string pattern) const;
 
     /// @}
 
-    /// Copies a file's bytes into a file of its own, writable and with the current time. The bytes are copied to a temporary
-    /// file in the folder of the destination, ".copy-" and 16 random hexadecimal digits, which is then moved to the
-    /// destination; so the copy is complete when it appears, a failure before that leaves the destination as it was, and
-    /// copying a file onto itself keeps its bytes. A failure removes the temporary file unless the folder was moved or has
-    /// become read-only meanwhile, or memory has run out for the removal too.
+    /// Copies a file's bytes into a new file, writable and with the current time. The bytes are copied to a
+    /// temporary file in the folder of the destination, ".copy-" and 16 random hexadecimal digits, which is
+    /// then moved to the destination. So the copy appears complete, a failure before that leaves the
+    /// destination unchanged, and copying a file onto itself keeps its bytes. A failure removes the temporary
+    /// file, unless the folder was moved or became read-only meanwhile, or the removal is out of memory as
+    /// well.
     ///
-    /// At most the bytes that the source has at the start are copied. Of a source that changes meanwhile, each block is as it
-    /// was when it was read, and what is cut off before it is read is missing.
+    /// At most the bytes that the source has at the start are copied. If the source changes meanwhile, each
+    /// block is as it was when it was read, and bytes that are truncated before they are read are missing.
     ///
-    /// Looked for in this order: the source; what is in the way; a destination that is read-only; its folder.
+    /// Checked in this order: the source exists, the destination may be replaced, it is writable, its folder
+    /// is.
     /// @param source       a file
     /// @param destination  the location of the copy, in an existing folder
-    /// @param policy       what to do when something stands there
-    /// @throws Exception as `doMoveFile`; `NotFound` naming the temporary file when the storage refuses its name or another
-    ///         thread has removed it
+    /// @param policy       what to do when an entry exists there
+    /// @throws Exception as `doMoveFile`; `NotFound` naming the temporary file when the storage refuses its
+    ///         name or another thread has removed it
     virtual void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const;
 
-    /// As `doCopyFile`, telling how far it is: after each block, and once with 0 for an empty file.
+    /// As `doCopyFile`, and reports progress after each block, and once with 0 for an empty file.
     /// @param source       a file
     /// @param destination  the location of the copy, in an existing folder
-    /// @param policy       what to do when something stands there
+    /// @param policy       what to do when an entry exists there
     /// @param progress     may be empty
     /// @throws Exception as `doCopyFile`; and whatever `progress` throws
     virtual void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination,
@@ -327,46 +337,46 @@ public:
     /// Sets the last-modified time of a file or folder.
     /// @param iri   a file or folder
     /// @param time  UTC, to the microsecond
-    /// @throws Exception `NotFound` when nothing stands there
+    /// @throws Exception `NotFound` when nothing exists there
     virtual void doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const = 0;
 
-    /// Sets the writable flag of a file or folder, also of a read-only one.
+    /// Sets the writable flag of a file or folder, even of a read-only one.
     /// @param iri       a file or folder
-    /// @param writable  what the flag is to be
-    /// @throws Exception `NotFound` when nothing stands there
+    /// @param writable  the new value
+    /// @throws Exception `NotFound` when nothing exists there
     virtual void doSetWritable(const StorageIRI& iri, bool writable) const = 0;
 
-    /// Tells of changes in a folder. Not offered by default.
+    /// Reports changes in a folder. Not offered by default.
     /// @param iri       what to watch
-    /// @param callback  is called for each change
+    /// @param callback  called for each change
     /// @throws Exception `NotOffered`
     virtual void doPublishFolderEventsFor(const StorageIRI& iri, EventCallback callback) const;
 
-    /// Tells of changes of a file. Not offered by default.
+    /// Reports changes of a file. Not offered by default.
     /// @param iri       what to watch
-    /// @param callback  is called for each change
+    /// @param callback  called for each change
     /// @throws Exception `NotOffered`
     virtual void doPublishFileEventsFor(const StorageIRI& iri, EventCallback callback) const;
 
-    /// Ends telling of changes. Not offered by default.
+    /// Stops reporting changes. Not offered by default.
     /// @param iri  what was watched
     /// @throws Exception `NotOffered`
     virtual void doStopPublishingEventsFor(const StorageIRI& iri) const;
 
-    /// Begins to look for changes again and again, where the storage does not tell of them. Not offered by default.
+    /// Starts polling for changes, for storages that do not report them. Not offered by default.
     /// @param iri       what to watch
-    /// @param callback  is called for each change
+    /// @param callback  called for each change
     /// @throws Exception `NotOffered`
     virtual void doStartChangePollingMechanism(const StorageIRI& iri, EventCallback callback) const;
 
-    /// Ends looking for changes. Not offered by default.
+    /// Stops polling for changes. Not offered by default.
     /// @param iri  what was watched
     /// @throws Exception `NotOffered`
     virtual void doStopChangePollingMechanism(const StorageIRI& iri) const;
 
     /// Whether the provider claims a feature. Never fails.
     /// @param feature  any number, also one that has no name here
-    /// @return false for whatever the provider does not know
+    /// @return false for every feature that the provider does not know
     virtual bool doHasFeature(const ExtendedFeature& feature) const = 0;
 
     /// The order of paths in this storage: by UTF-16 code units by default.
@@ -374,52 +384,54 @@ public:
     /// @return the order; it must not outlive the library
     virtual PathComparator doGetPathComparator(const StorageIRI& iri) const;
 
-    /// The location by its resolved path alone, in its shortest spelling: the root as "/", one separator at the beginning, none
-    /// at the end. Separators within the path, and two or more at its end, are left as they are: they may stand around names
-    /// that are empty.
+    /// The canonical location, from the resolved path alone: the root as "/", one separator at the beginning,
+    /// none at the end. Separators within the path, and two or more at its end, do not change, because they
+    /// may enclose empty names.
     /// @param iri  any location
     /// @return the location
     virtual StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const;
 
-    /// Whether names that differ only in letter case are different names. They are by default.
+    /// Whether names that differ only in case are different names. They are by default.
     /// @param iri  a location of the storage
     /// @return the sensitivity
     virtual FilenameSensitivity doGetFilenameSensitivity(const StorageIRI& iri) const;
 
-    /// Called once, when no other operation is under way or to come. Nothing to do by default.
+    /// Called once, when no other operation is in progress or will follow. Does nothing by default.
     virtual void doShutdown();
 
-    /// Whether a file or a folder stands there.
+    /// Whether a file or a folder exists there.
     /// @param iri  any location
-    /// @return false where nothing stands
+    /// @return false for a missing entry
     virtual bool doExists(const StorageIRI& iri) const;
 
-    /// What stands there.
+    /// The kind of the entry at a location.
     /// @param iri  any location
     /// @return `Missing`, `File` or `Folder`
     virtual EntryExistence doExistsExtended(const StorageIRI& iri) const;
 
-    /// The attributes of a file or folder. Not one atomic snapshot.
+    /// The attributes of a file or folder. Not an atomic snapshot.
     /// @param iri  a file or folder
     /// @return its kind, size, last-modified time and writable flag
-    /// @throws Exception `NotFound` when nothing stands there
+    /// @throws Exception `NotFound` when nothing exists there
     virtual ExtendedAttributes doGetExtendedAttributes(const StorageIRI& iri) const;
 
-    /// The room that the storage has. Not offered by default.
+    /// The capacity of the storage. Not offered by default.
     /// @param iri  a location of the storage
-    /// @return capacity and what is left of it
+    /// @return capacity and available bytes
     /// @throws Exception `NotOffered`
     virtual ProviderStorageInfo doGetProviderStorageInfo(const StorageIRI& iri) const;
 
-    /// Gives an existing file a size: a shrinking file keeps its first bytes, a growing one is filled with zeros. Streams that
-    /// are open on the file see the change. Not atomic: a shrinking file is emptied and rewritten from a copy of the bytes that
-    /// stay, which is held in memory meanwhile; growth that fails keeps the zeros added so far. Two threads that let one file
-    /// grow do not make it larger than the larger of both sizes; bytes that another thread appends meanwhile may be lost.
+    /// Sets the size of an existing file: a shrinking file keeps its first bytes, a growing one is filled
+    /// with zeros. Streams that are open on the file see the change. Not atomic: a shrinking file is emptied
+    /// and rewritten from a copy of the remaining bytes in memory, and a failed growth keeps the zeros added
+    /// so far. If two threads grow one file, it never exceeds the larger of both sizes. Bytes that another
+    /// thread appends meanwhile may be lost.
     /// @param iri   a file
-    /// @param size  its bytes afterwards
-    /// @throws Exception `NotFound` when no file stands there
-    /// @throws std::length_error with the file unchanged when `size` is more than a `long` can hold; looked for after `NotFound`
-    /// @throws Exception `ReadOnly` when the file is read-only; looked for last
+    /// @param size  the new size in bytes
+    /// @throws Exception `NotFound` when no file exists there
+    /// @throws std::length_error with the file unchanged when `size` is more than a `long` can hold; checked
+    ///         after `NotFound`
+    /// @throws Exception `ReadOnly` when the file is read-only; checked last
     virtual void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const;
 };
 
