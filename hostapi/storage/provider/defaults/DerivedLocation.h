@@ -6,23 +6,23 @@
 
 namespace foundation::storage::provider {
 
-/// Whether `iri` is the folder that has none above it: it says so, or there is no name in its resolved path.
+/// Whether `iri` is the root: it has no parent, or no name in its resolved path.
 bool isRoot(const StorageIRI& iri);
 
 // Locations that the default operations derive from the caller's. Their resolved path and their path are the
-// same text, so that it makes no difference which of the two an operation goes by.
+// same text, so it does not matter which of the two an operation uses.
 
 /// The location of the entry with `name`, which may be empty, in `folder`.
 StorageIRI locationBelow(const StorageIRI& folder, std::u16string_view name);
 
-/// The folder that `entry` is in.
+/// The parent folder of `entry`.
 StorageIRI folderOf(const StorageIRI& entry);
 
-/// The location of `name` in the folder that `entry` is in.
+/// The location of `name` in the parent folder of `entry`.
 StorageIRI locationBeside(const StorageIRI& entry, std::u16string_view name);
 
-/// The shortest spelling of the same location: one separator at the beginning, none at the end. Those within the path stay, and
-/// so do two or more at the end: a storage may hold folders whose name is empty.
+/// The canonical form of a location: one separator at the beginning, none at the end. Separators within the
+/// path, and two or more at the end, stay, because a storage may hold folders with an empty name.
 StorageIRI canonicalLocation(const StorageIRI& iri);
 
 } // namespace foundation::storage::provider

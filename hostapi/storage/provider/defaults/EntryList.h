@@ -13,7 +13,7 @@ namespace foundation::storage::provider {
 
 using EntryList = std::vector<FolderEntry>;
 
-/// The entries whose names match, in their order.
+/// The entries with matching names, in the same order.
 EntryList onlyMatching(EntryList entries, const WildcardPattern& pattern);
 
 /// The names alone, in the order of the entries.

@@ -12,15 +12,15 @@
 
 namespace foundation::storage::provider {
 
-/// Visits everything below a folder, depth first: `advance`, then look at what it arrived at.
+/// Visits everything below a folder, depth first: call `advance`, then query the visited entry.
 ///
-/// Keeps its way back in a vector, so the depth of the tree costs no stack. A folder is listed when the walk
-/// goes on from its `FolderEntered`; one that is gone by then counts as empty, and so does one with an empty name that holds
-/// another entry with an empty name, as a provider that ignores empty names shows it. What was visited may be removed while
-/// the walk goes on.
+/// Keeps the path back in a vector, so the depth of the tree costs no stack. A folder is listed by the
+/// `advance` after its `FolderEntered`; if it is removed by then, it counts as empty. A folder with an empty
+/// name that has an entry with an empty name counts as empty too, because a provider that ignores empty names
+/// would list it endlessly. Visited entries may be removed during the walk.
 ///
-/// Owns copies of all names it still needs; the provider must outlive it. For one thread.
-/// Invariant: `levels_` holds the folders from the top down to the one whose entries are being visited.
+/// Owns copies of all names that it still needs; the provider must outlive it. Not thread-safe. Invariant:
+/// `levels_` holds the folders from the top down to the one whose entries are being visited.
 class FolderTreeWalk {
 public:
     enum class Event {
@@ -32,8 +32,8 @@ public:
     /// @throws Exception  `NotFound` naming `top` when there is no such folder
     FolderTreeWalk(const IProvider& provider, const StorageIRI& top);
 
-    /// Goes on to the next event. False when there is none left, and the walk over; the top folder itself gives
-    /// no event.
+    /// Moves to the next event. The top folder itself has no event.
+    /// @return false when the walk has ended
     bool advance();
 
     Event event() const noexcept { return event_; }

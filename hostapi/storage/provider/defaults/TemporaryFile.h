@@ -9,28 +9,28 @@
 
 namespace foundation::storage::provider {
 
-/// A new file beside a given location, which is moved to that location once it is complete.
+/// A new file beside a given location, to be moved there when it is complete.
 ///
 /// Owns the file at its own location from construction until `moveIntoPlace` succeeds; the destructor removes
-/// what is still owned. Its name is hidden, ".copy-" and 16 random hexadecimal digits, which every storage can hold.
-/// Failures name the location that the caller works for, but the temporary one when that is what is not found: the storage
-/// refuses its name, or another thread has removed it. The provider must outlive it. For one thread.
+/// what is still owned. Its name is hidden, ".copy-" and 16 random hexadecimal digits, which every storage
+/// can hold. Failures name the caller's location, except `NotFound` of the temporary file: the storage
+/// refuses its name, or another thread has removed it. The provider must outlive the object. Not thread-safe.
 class TemporaryFile {
 public:
-    /// @param place       where the file is to go; it is made in the same folder
+    /// @param place       where the file is to be moved; it is created in the same folder
     /// @param workingFor  the location that failures name
-    /// @throws Exception  `NotFound` when the folder is missing, or naming the temporary file when the storage refuses its name;
-    ///                    `ReadOnly` when the folder is read-only
+    /// @throws Exception  `NotFound` when the folder is missing, or naming the temporary file when the
+    ///         storage refuses its name; `ReadOnly` when the folder is read-only
     TemporaryFile(const IProvider& provider, const StorageIRI& place, const StorageIRI& workingFor);
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile();
 
-    /// A stream for writing, which must be gone before the file is moved.
+    /// A stream for writing, which must be destroyed before the file is moved.
     std::unique_ptr<ByteStream> open() const;
 
-    /// @throws Exception  `AlreadyExists` naming the place; `NotFound` naming the temporary file when another thread has removed
-    ///                    it; other codes naming the location worked for
+    /// @throws Exception  `AlreadyExists` naming the place; `NotFound` naming the temporary file when another
+    ///         thread has removed it; other codes naming `workingFor`
     void moveIntoPlace(const ReplacementPolicy& policy);
 
 private:

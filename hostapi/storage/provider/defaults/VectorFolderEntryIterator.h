@@ -8,10 +8,10 @@
 
 namespace foundation::storage::provider {
 
-/// A listing of entries that were all collected beforehand.
+/// A listing of entries that were collected beforehand.
 ///
-/// Shares the entries, which nobody changes any more, with its clones and owns its place among them.
-/// Invariant: `steps_` is at most the number of entries.
+/// Shares the immutable entries with its clones, and owns its position. Invariant: `steps_` is at most the
+/// number of entries.
 class VectorFolderEntryIterator final : public IClonableFolderEntryIterator<VectorFolderEntryIterator> {
 public:
     explicit VectorFolderEntryIterator(std::vector<FolderEntry> entries);
