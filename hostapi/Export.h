@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// What the host libraries let out.
+/// The export macro of the host libraries.
 
-/// Marks what the host libraries export. Everything else in them is compiled hidden.
+/// Marks a symbol that the host libraries export. All others have hidden visibility.
 #define QZFL_EXPORT __attribute__((visibility("default")))

@@ -3,10 +3,10 @@
 /// @file
 /// Attributes for clang's thread-safety analysis; empty for other compilers.
 ///
-/// The plug-in's locks are plain std::mutex members, which clang does not know as locks, so -Wthread-safety-attributes is off.
-/// Scoped locks are known only if they are annotated.
+/// The plug-in's locks are plain std::mutex members, which clang does not treat as capabilities, so
+/// -Wthread-safety-attributes is off. The analysis sees only scoped locks that are annotated.
 
-/// An attribute that only clang knows.
+/// An attribute for clang only.
 #ifdef __clang__
 #define QZFL_THREAD_ANNOTATION(x) __attribute__((x))
 #else
@@ -29,7 +29,7 @@
 #define QZFL_RELEASE(...) QZFL_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 /// A function that releases the locks that were acquired shared.
 #define QZFL_RELEASE_SHARED(...) QZFL_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
-/// A function that is called only while the lock is held, which the analysis cannot see.
+/// A function that is called only while the lock is held, where the analysis cannot see it.
 #define QZFL_ASSERT_CAPABILITY(lock) QZFL_THREAD_ANNOTATION(assert_capability(lock))
 /// A function that is synchronized in a way that the analysis cannot see; a comment says how.
 #define QZFL_NO_THREAD_ANALYSIS QZFL_THREAD_ANNOTATION(no_thread_safety_analysis)

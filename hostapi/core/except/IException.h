@@ -10,14 +10,14 @@ namespace foundation::core::except {
 
 /// Base of the exceptions that libraries of this family throw among themselves.
 ///
-/// An object can be copied to the heap without knowing its class (`clone`) and thrown again by its own class
-/// (`rethrow`), both inherited from Boost.Exception's clone_base; the second base carries Boost.Exception's
-/// error information, which copies share by reference count.
+/// An object of unknown class can be copied to the heap (`clone`) and rethrown with its own class
+/// (`rethrow`). Both are inherited from Boost.Exception's clone_base. The second base carries
+/// Boost.Exception's error information, which copies share by reference count.
 ///
-/// The order of the virtual operations is part of the binary interface: clone, rethrow, the two destructor
-/// slots, what, both convert_str, getMessage.
+/// The order of the virtual operations is part of the ABI: clone, rethrow, the two destructor slots, what,
+/// both convert_str, getMessage.
 ///
-/// Thread safety: any number of threads may read an object while nobody adds error information to it.
+/// Thread safety: any number of threads may read an object while no thread adds error information to it.
 class QZFL_EXPORT IException : public boost::exception_detail::clone_base, public boost::exception {
 public:
     IException() = default;

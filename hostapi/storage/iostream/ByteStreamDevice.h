@@ -14,10 +14,11 @@
 
 namespace foundation::storage::provider {
 
-/// A Boost.Iostreams device over a stream of a provider, so that the library's algorithms, filters and streams work on the files
-/// of a storage. It includes headers of Boost alone. Reads and writes share one position, as in the stream itself.
+/// A Boost.Iostreams device over a stream of a provider, so that the library's algorithms, filters and
+/// streams work on files of a storage. Header-only; requires only headers of Boost. Reads and writes share
+/// one position, as in the stream itself.
 ///
-/// Copies share the stream. Thread safety: as the stream, one thread at a time.
+/// Copies share the stream. Thread safety: externally synchronized, as the stream.
 class ByteStreamDevice {
 public:
     using char_type = char; ///< bytes
@@ -26,15 +27,15 @@ public:
     struct category : boost::iostreams::seekable_device_tag, boost::iostreams::flushable_tag {};
 
     /// @param stream  open for what is done with the device
-    /// @throws std::runtime_error when there is none
+    /// @throws std::runtime_error when it is null
     explicit ByteStreamDevice(std::unique_ptr<ByteStream> stream)
         : stream_(requireNonNull(std::move(stream), "stream")) {}
 
     /// Reads from the position.
     /// @param buffer  room for `count` bytes
     /// @param count   number of bytes wanted
-    /// @return bytes read, fewer than `count` only at the end of the file; -1 when there is none
-    /// @throws std::runtime_error when the provider claims to have read more than it was asked for
+    /// @return bytes read, fewer than `count` only at the end of the file; -1 when there are none
+    /// @throws std::runtime_error when the provider returns a larger count than requested
     /// @throws whatever the stream throws
     std::streamsize read(char* buffer, std::streamsize count) {
         const std::size_t done = readUpTo(*stream_, buffer, static_cast<std::size_t>(count));
@@ -45,7 +46,7 @@ public:
     /// @param buffer  `count` bytes
     /// @param count   number of bytes
     /// @return `count`
-    /// @throws std::runtime_error when the provider writes another number of bytes
+    /// @throws std::runtime_error when the provider writes a different number of bytes
     /// @throws whatever the stream throws
     std::streamsize write(const char* buffer, std::streamsize count) {
         hasUnflushedBytes_ = true;
@@ -66,7 +67,8 @@ public:
         return position;
     }
 
-    /// Flushes the stream after writes through this object. Boost also calls this for streams that are only read.
+    /// Flushes the stream after writes through this object. Boost also calls this for streams that are only
+    /// read.
     /// @return true
     /// @throws whatever the stream throws
     bool flush() {

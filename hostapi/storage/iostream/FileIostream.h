@@ -11,20 +11,23 @@
 
 namespace foundation::storage::provider {
 
-/// A `std::iostream` over an open file of a storage: `FileIostream file(provider.doOpenStream(iri, options))`.
+/// A `std::iostream` over an open file of a storage:
+/// `FileIostream file(provider.doOpenStream(iri, options))`.
 ///
-/// A failure of the storage sets `badbit` and is thrown on by the operation that met it, as it came from the provider;
-/// `exceptions(std::ios_base::goodbit)` restores the silence of the standard library. `eofbit` and `failbit` throw nothing.
-/// A position outside the file is `std::ios_base::failure`: unlike a file of the disk, a file of a storage never has a gap.
+/// When the storage fails, an operation sets `badbit` and rethrows the provider's exception.
+/// `exceptions(std::ios_base::goodbit)` disables that, as is the default of the standard library. `eofbit`
+/// and `failbit` throw nothing. A position outside the file throws `std::ios_base::failure`: unlike a file of
+/// the disk, a file of a storage never has a gap.
 ///
-/// Bytes are held back until the buffer is full. Call `flush` before the object is destroyed: it throws `std::ios_base::failure`
-/// when they cannot be written, while the destructor writes them too but throws nothing.
+/// Output is buffered. Call `flush` before the object is destroyed: it throws `std::ios_base::failure` when
+/// the bytes cannot be written. The destructor writes them too, but throws nothing.
 ///
-/// Owns the stream, which must be destroyed before the library that made it is unloaded. Thread safety: one thread at a time.
+/// Owns the stream, which must be destroyed before the library that made it is unloaded. Not thread-safe.
 class FileIostream : public boost::iostreams::stream<ByteStreamDevice> {
 public:
-    /// @param opened  of `doOpenStream`, or of `doOpenReadOnlyStream` if nothing is going to be written
-    /// @throws std::runtime_error when there is none
+    /// @param opened  from `doOpenStream`, or from `doOpenReadOnlyStream` to read only
+
+    /// @throws std::runtime_error when it is null
     explicit FileIostream(std::unique_ptr<ByteStream> opened)
         : boost::iostreams::stream<ByteStreamDevice>(ByteStreamDevice(std::move(opened))) {
         exceptions(std::ios_base::badbit);
