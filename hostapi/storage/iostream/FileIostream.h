@@ -26,7 +26,6 @@ namespace foundation::storage::provider {
 class FileIostream : public boost::iostreams::stream<ByteStreamDevice> {
 public:
     /// @param opened  from `doOpenStream`, or from `doOpenReadOnlyStream` to read only
-
     /// @throws std::runtime_error when it is null
     explicit FileIostream(std::unique_ptr<ByteStream> opened)
         : boost::iostreams::stream<ByteStreamDevice>(ByteStreamDevice(std::move(opened))) {
