@@ -6,12 +6,12 @@
 
 namespace foundation::storage::provider {
 
-/// An open file: a sequence of bytes and this stream's own position in it.
+/// An open file: a sequence of bytes, and this stream's own position in it.
 ///
-/// Whoever was handed a stream owns it. It must be destroyed before the library that made it is unloaded.
+/// The caller that opened a stream owns it. It must be destroyed before the library that made it is unloaded.
 ///
-/// Thread safety: two streams may be used from two threads, also when they are open on one file; one stream
-/// is for one thread at a time.
+/// Thread safety: two streams may be used by two threads, even on one file. One stream must be externally
+/// synchronized.
 class QZFL_EXPORT ByteStream {
 public:
     ByteStream() = default;
@@ -19,17 +19,18 @@ public:
     ByteStream& operator=(const ByteStream&) = delete;
     virtual ~ByteStream();
 
-    /// Copies bytes from the position on into `buffer` and moves the position behind them.
-    /// @pre `count` >= 0. A provider need not check: given a negative count, it may copy everything that is left of the
-    ///      file, past the end of `buffer`.
+    /// Copies bytes from the position on into `buffer` and advances the position.
+    /// @pre `count` >= 0. A provider need not check: with a negative count, it may copy the remainder of the
+    ///      file past the end of `buffer`.
     /// @param buffer  room for `count` bytes
     /// @param count   number of bytes wanted
-    /// @return number of bytes copied, at least 1; -1 when there is none (end of file, or `count` is 0)
+    /// @return number of bytes copied, at least 1; -1 when there are none (end of file, or `count` is 0)
     virtual long read(char* buffer, long count) = 0;
 
-    /// Writes `count` bytes at the position, or at the end for a stream opened to append, and moves the
-    /// position behind them. The file grows as needed.
-    /// @pre `count` >= 0. A provider need not check: given a negative count, it may read past the end of `buffer`.
+    /// Writes `count` bytes at the position, or at the end for a stream opened to append, and advances the
+    /// position. The file grows as needed.
+    /// @pre `count` >= 0. A provider need not check: with a negative count, it may read past the end of
+    ///      `buffer`.
     /// @param buffer  `count` bytes
     /// @param count   number of bytes
     /// @return `count`
@@ -42,7 +43,7 @@ public:
     /// @return the new position; -1, with the position unchanged, when it would lie outside the file
     virtual std::streampos seek(long offset, std::ios_base::seekdir direction) = 0;
 
-    /// Makes what was written visible to other streams on the file, where the provider holds writes back.
+    /// Makes buffered writes visible to other streams on the file. No effect if the provider does not buffer.
     virtual void flush() = 0;
 };
 

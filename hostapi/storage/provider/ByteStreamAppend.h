@@ -4,7 +4,7 @@
 
 namespace foundation::storage::provider {
 
-/// Where the writes of a stream go. The numbers are part of the binary interface; every number but 0 means
+/// Where the writes of a stream go. The values are part of the ABI; every value but 0 means
 /// `WriteAtPosition`.
 enum class ByteStreamAppend : std::int32_t {
     AppendAtEnd = 0,     ///< each write goes to the end of the file, wherever the position was

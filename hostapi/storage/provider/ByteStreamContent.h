@@ -4,8 +4,8 @@
 
 namespace foundation::storage::provider {
 
-/// What opening a stream does with the bytes that are there. The numbers are part of the binary interface;
-/// every number but 0 means `Keep`.
+/// What opening a stream does with the existing bytes. The values are part of the ABI; every value but 0
+/// means `Keep`.
 enum class ByteStreamContent : std::int32_t {
     Empty = 0, ///< the file is emptied by the opening itself
     Keep = 1,  ///< the bytes stay as they are

@@ -9,9 +9,10 @@
 
 namespace foundation::storage::provider {
 
-/// How a stream is to be opened. Order and size of the fields are part of the binary interface.
+/// How a stream is opened. Order and size of the fields are part of the ABI.
 ///
-/// The functions name the usual ways. A file that must not exist yet cannot be expressed here: `openNewFile`.
+/// The functions return common combinations. No option requires that a file does not exist yet: use
+/// `openNewFile`.
 struct ByteStreamOpenOptions {
     std::int32_t hint = 0; ///< the host's own; providers may ignore it
     ByteStreamExistence existence = ByteStreamExistence::CreateIfMissing; ///< whether a missing file is made
@@ -25,14 +26,14 @@ struct ByteStreamOpenOptions {
                 ByteStreamAppend::WriteAtPosition};
     }
 
-    /// Writes a file anew: a missing one is created, an existing one is emptied by the opening.
+    /// Writes a file from scratch: a missing one is created, an existing one is emptied by the opening.
     /// @return the options
     static constexpr ByteStreamOpenOptions createOrEmpty() noexcept {
         return {0, ByteStreamExistence::CreateIfMissing, ByteStreamContent::Empty,
                 ByteStreamAppend::WriteAtPosition};
     }
 
-    /// Adds to a file: a missing one is created, each write goes to the end.
+    /// Appends to a file: a missing one is created, each write goes to the end.
     /// @return the options
     static constexpr ByteStreamOpenOptions createOrAppend() noexcept {
         return {0, ByteStreamExistence::CreateIfMissing, ByteStreamContent::Keep,

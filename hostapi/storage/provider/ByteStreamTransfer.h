@@ -12,11 +12,11 @@ namespace foundation::storage::provider {
 /// Writes all bytes at the position of a stream, or at the end for a stream opened to append.
 /// @param stream  open for writing
 /// @param bytes   if empty, the stream is not called
-/// @throws std::runtime_error when the stream returns another count than it was given. Which bytes the file then holds is
-///         unknown
+/// @throws std::runtime_error when the stream returns another count than `bytes` has. The content of the file
+///         is then unknown
 /// @throws whatever the stream throws
 ///
-/// Thread safety: as the stream, one thread at a time.
+/// Thread safety: externally synchronized, as the stream.
 inline void writeAll(ByteStream& stream, std::string_view bytes) {
     if (bytes.empty()) {
         return;
@@ -34,10 +34,10 @@ inline void writeAll(ByteStream& stream, std::string_view bytes) {
 /// @param buffer  room for `count` bytes
 /// @param count   if 0, the stream is not called
 /// @return number of bytes read, fewer than `count` only at the end of the file
-/// @throws std::runtime_error when the stream claims to have read more bytes than there was room for
+/// @throws std::runtime_error when the stream returns a larger count than requested
 /// @throws whatever the stream throws
 ///
-/// Thread safety: as the stream, one thread at a time.
+/// Thread safety: externally synchronized, as the stream.
 inline std::size_t readUpTo(ByteStream& stream, char* buffer, std::size_t count) {
     std::size_t done = 0;
     while (done < count) {
@@ -57,11 +57,11 @@ inline std::size_t readUpTo(ByteStream& stream, char* buffer, std::size_t count)
 /// Fills a buffer from the position of a stream.
 /// @param stream  any; it may return the bytes in several pieces
 /// @param buffer  room for `count` bytes
-/// @param count   number of bytes that the file holds from the position on, at least
-/// @throws std::runtime_error when the file ends before, or as `readUpTo`
+/// @param count   number of bytes; the file must have at least as many from the position on
+/// @throws std::runtime_error when the file ends earlier, or as `readUpTo`
 /// @throws whatever the stream throws
 ///
-/// Thread safety: as the stream, one thread at a time.
+/// Thread safety: externally synchronized, as the stream.
 inline void readExactly(ByteStream& stream, char* buffer, std::size_t count) {
     const std::size_t done = readUpTo(stream, buffer, count);
     if (done != count) {

@@ -4,7 +4,7 @@
 
 namespace foundation::storage::provider {
 
-/// What stands at a location.
+/// The kind of the entry at a location.
 enum class EntryExistence : std::int32_t {
     Missing = 0, ///< nothing
     File = 1,    ///< a file

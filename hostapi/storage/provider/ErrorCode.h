@@ -4,7 +4,7 @@
 
 namespace foundation::storage::provider {
 
-/// Why a provider operation failed. The numbers are part of the binary interface.
+/// Why a provider operation failed. The values are part of the ABI.
 enum class ErrorCode : std::int32_t {
     FolderNotEmpty = 0, ///< a folder to be removed still holds entries
     ReadOnly = 2,       ///< the entry, or a folder that must change, is read-only

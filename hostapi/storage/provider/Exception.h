@@ -9,13 +9,13 @@
 
 namespace foundation::storage::provider {
 
-/// The failure of a provider operation: why, and at which location.
+/// The failure of a provider operation: its cause and location.
 ///
 /// Copies share one immutable state, so copying never throws. Thread safety: any number of threads may read
 /// one object.
 class QZFL_EXPORT Exception : public std::exception {
 public:
-    /// @param code  why
+    /// @param code  the cause
     /// @param iri   the location concerned
     /// @throws std::bad_alloc
     Exception(const ErrorCode& code, const StorageIRI& iri);
@@ -27,19 +27,20 @@ public:
     ~Exception() override;
 
     /// Why the operation failed.
-    /// @return the code, perhaps one without a name here
+    /// @return the code; it may have no name in `ErrorCode`
     ErrorCode getErrorCode() const noexcept;
 
     /// The location concerned.
-    /// @return it, valid as long as this object or a copy of it
+    /// @return it, valid as long as this object or a copy exists
     const StorageIRI& getIRI() const noexcept;
 
-    /// The path and the reason in plain words. One code stands for several causes; the text says what is certain.
+    /// The path and the reason in plain words. One code has several causes; the text says only what is
+    /// certain.
     /// @return UTF-8, for example "/a: folder is not empty"
     const char* what() const noexcept override;
 
     /// The reason alone in plain words.
-    /// @param code  any number; one without a name here gives a text too
+    /// @param code  any value; one without a name has a text too
     /// @return for example "folder is not empty"
     static const char* describe(ErrorCode code) noexcept;
 

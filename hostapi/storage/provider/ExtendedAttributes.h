@@ -6,7 +6,7 @@
 
 namespace foundation::storage::provider {
 
-/// What a provider tells of an entry of either kind.
+/// The attributes of a file or folder. A value.
 struct ExtendedAttributes {
     FolderEntry::EntryType type = FolderEntry::EntryType::File; ///< file or folder
     unsigned long size = 0;                                     ///< bytes; 0 for a folder

@@ -4,7 +4,7 @@
 
 namespace foundation::storage::provider {
 
-/// Optional properties a provider may claim. The numbers are part of the binary interface.
+/// Optional properties that a provider may claim. The values are part of the ABI.
 enum class ExtendedFeature : std::int32_t {
     VolatileStorage = 6, ///< the content lives only as long as the provider object
 };

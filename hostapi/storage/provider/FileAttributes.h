@@ -6,7 +6,7 @@
 
 namespace foundation::storage::provider {
 
-/// What a provider tells of a file. A value.
+/// The attributes of a file. A value.
 class QZFL_EXPORT FileAttributes {
 public:
     /// @param size          bytes

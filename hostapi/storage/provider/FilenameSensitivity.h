@@ -4,7 +4,7 @@
 
 namespace foundation::storage::provider {
 
-/// Whether names that differ only in letter case are different names.
+/// Whether names that differ only in case are different names.
 enum class FilenameSensitivity : std::int32_t {
     CaseInsensitive = 0, ///< they are one name
     CaseSensitive = 1,   ///< they are two names

@@ -6,7 +6,7 @@
 
 namespace foundation::storage::provider {
 
-/// What a provider tells of a folder. A value.
+/// The attributes of a folder. A value.
 class QZFL_EXPORT FolderAttributes {
 public:
     /// @param lastModified  UTC, to the microsecond

@@ -10,7 +10,7 @@ namespace foundation::storage::provider {
 /// One entry of a listing. A value.
 class QZFL_EXPORT FolderEntry {
 public:
-    /// The numbers are part of the binary interface.
+    /// The values are part of the ABI.
     enum class EntryType : std::int32_t {
         File = 0,   ///< holds bytes
         Folder = 1, ///< holds entries
@@ -28,14 +28,14 @@ public:
     /// @return the kind
     EntryType getType() const noexcept { return type_; }
 
-    /// Same name and kind.
-    /// @param other  is compared with this
+    /// Whether name and kind are equal.
+    /// @param other  the entry to compare with
     /// @return whether they are equal
     bool operator==(const FolderEntry& other) const noexcept {
         return name_ == other.name_ && type_ == other.type_;
     }
-    /// Another name or kind.
-    /// @param other  is compared with this
+    /// The opposite of ==.
+    /// @param other  the entry to compare with
     /// @return whether they differ
     bool operator!=(const FolderEntry& other) const noexcept { return !(*this == other); }
 

@@ -6,7 +6,7 @@
 
 namespace foundation::storage::provider {
 
-/// Gives `Iterator` the `clone` operation by its copy constructor.
+/// Implements `clone` for `Iterator` through its copy constructor.
 template <class Iterator>
 class IClonableFolderEntryIterator : public IFolderEntryIterator {
 public:

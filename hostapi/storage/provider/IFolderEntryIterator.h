@@ -7,28 +7,29 @@
 
 namespace foundation::storage::provider {
 
-/// A listing under way: while `hasNext`, `step`, then read `getEntry`.
+/// A listing in progress: while `hasNext`, call `step`, then `getEntry`.
 ///
-/// Whoever was handed an iterator owns it. It must be destroyed before the library that made it is unloaded.
-/// The order of the virtual operations, the destructor last, is part of the binary interface.
+/// The caller owns the iterator. It must be destroyed before the library that made it is unloaded. The order
+/// of the virtual operations, the destructor last, is part of the ABI.
 ///
-/// Thread safety: one iterator is for one thread at a time; clones may be used from different threads.
+/// Thread safety: one iterator must be externally synchronized; clones may be used by different threads.
 class QZFL_EXPORT IFolderEntryIterator {
 public:
-    /// The entry that the last `step` arrived at. Not allowed before the first `step`.
+    /// The entry at which the last `step` arrived.
+    /// @pre `step` was called
     /// @return a copy of it
     virtual FolderEntry getEntry() const = 0;
 
-    /// Whether `step` has another entry to arrive at.
+    /// Whether there is another entry to `step` to.
     /// @return false at the end
     virtual bool hasNext() const = 0;
 
-    /// Moves to the next entry. Not allowed unless `hasNext`.
+    /// Moves to the next entry.
+    /// @pre `hasNext` returns true
     virtual void step() = 0;
 
-    /// An independent iterator that yields the entries this one has left. Its own `getEntry` is not allowed
-    /// before its first `step`.
-    /// @return the iterator; the caller's own
+    /// An independent iterator over the remaining entries. Its `getEntry` requires a `step` first.
+    /// @return the iterator, owned by the caller
     virtual std::unique_ptr<IFolderEntryIterator> clone() const = 0;
 
     virtual ~IFolderEntryIterator();

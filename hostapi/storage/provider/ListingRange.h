@@ -17,13 +17,13 @@ namespace foundation::storage::provider {
 
 /// The entries of a listing as a range, for one pass: `for (const FolderEntry& entry : list(provider, iri))`.
 ///
-/// Owns the listing and the entry that it has arrived at; iterators borrow the range. It must be destroyed before the library
-/// that made the listing is unloaded.
+/// Owns the listing and the current entry; iterators borrow the range. It must be destroyed before the
+/// library that made the listing is unloaded.
 ///
-/// Thread safety: one range is for one thread at a time.
+/// Not thread-safe.
 class ListingRange {
 public:
-    /// An input iterator. All iterators of a range share its place in the listing.
+    /// An input iterator. All iterators of a range share its position in the listing.
     class Iterator {
     public:
         using iterator_category = std::input_iterator_tag; ///< for one pass
@@ -50,15 +50,15 @@ public:
             return *this;
         }
 
-        /// Moves to the next entry. There is no iterator that could stay at this one.
+        /// Moves to the next entry. Returns nothing, because no iterator can stay at this one.
         void operator++(int) { ++*this; }
 
-        /// Whether both, or neither, are at the end.
+        /// Whether both or neither are at the end.
         /// @param other  an iterator of the same range
         /// @return whether they are equal
         bool operator==(const Iterator& other) const noexcept { return range_ == other.range_; }
 
-        /// Whether one of both is at the end.
+        /// Whether exactly one of them is at the end.
         /// @param other  an iterator of the same range
         /// @return whether they differ
         bool operator!=(const Iterator& other) const noexcept { return !(*this == other); }
@@ -71,15 +71,15 @@ public:
     };
 
     /// @param listing  any listing of a provider, for example that of `doListFilesWildcards`
-    /// @throws std::runtime_error when there is none
+    /// @throws std::runtime_error when it is null
     explicit ListingRange(std::unique_ptr<IFolderEntryIterator> listing)
         : listing_(requireNonNull(std::move(listing), "listing")) {}
 
-    /// The next entry. A second call does not start again.
-    /// @return an iterator; the end when nothing is left
+    /// The next entry. A second call does not restart the listing.
+    /// @return an iterator; the end when no entry is left
     Iterator begin() { return Iterator(advance() ? this : nullptr); }
 
-    /// Behind the last entry.
+    /// Past the last entry.
     /// @return an iterator that compares equal to another one that has reached the end
     static Iterator end() noexcept { return Iterator(); }
 
@@ -106,10 +106,10 @@ inline ListingRange list(const IProvider& provider, const StorageIRI& iri) {
     return ListingRange(provider.doListAll(iri));
 }
 
-/// All entries that a listing has left.
+/// All remaining entries of a listing.
 /// @param listing  any listing of a provider
 /// @return the entries, in the order of the listing
-/// @throws std::runtime_error when there is no listing
+/// @throws std::runtime_error when `listing` is null
 inline std::vector<FolderEntry> readEntries(std::unique_ptr<IFolderEntryIterator> listing) {
     ListingRange range(std::move(listing));
     return std::vector<FolderEntry>(range.begin(), range.end());

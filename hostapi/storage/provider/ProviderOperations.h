@@ -72,7 +72,8 @@ inline constexpr auto providerOperations = std::to_array<ProviderOperation>({
     {"doTruncateToSize", ProviderOperation::Kind::Optional},
 });
 
-/// The vtable slot of the first one: the slots before it are the two destructors of the Itanium C++ ABI.
+/// The vtable slot of the first operation. The slots before it are the two destructors of the Itanium C++
+/// ABI.
 inline constexpr std::size_t firstOperationSlot = 2;
 
 } // namespace foundation::storage::provider

@@ -2,7 +2,7 @@
 
 namespace foundation::storage::provider {
 
-/// The room a storage has, in bytes.
+/// The capacity of a storage, in bytes.
 struct ProviderStorageInfo {
     unsigned long long capacity;  ///< used and unused
     unsigned long long available; ///< unused

@@ -4,8 +4,8 @@
 
 namespace foundation::storage::provider {
 
-/// What a move or copy does when something stands at its destination. The numbers are part of the binary
-/// interface; providers treat every number that has no name here like `ReplaceExisting`.
+/// What a move or copy does when an entry exists at its destination. The values are part of the ABI;
+/// providers treat every value without a name here as `ReplaceExisting`.
 enum class ReplacementPolicy : std::int32_t {
     RefuseExisting = 0,     ///< an existing file or folder makes the operation fail
     ReplaceExisting = 1,    ///< an existing file, or an empty folder, gives way

@@ -4,7 +4,7 @@
 
 namespace foundation::storage::provider {
 
-/// What a provider that publishes events reports of an entry.
+/// A change of an entry that a provider reports.
 enum class StorageEventKind : std::int32_t {
     Created = 0, ///< it is new
     Changed = 1, ///< its bytes or attributes are others

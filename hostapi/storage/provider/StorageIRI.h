@@ -6,10 +6,9 @@
 
 namespace foundation::storage::provider {
 
-/// Names one location of a storage: a path of UTF-16 code units with "/" as separator, "/" alone being the
-/// root.
+/// A location in a storage: a path of UTF-16 code units with "/" as separator. "/" alone is the root.
 ///
-/// Thread safety: a value; reading one object from several threads is safe.
+/// A value. Thread safety: any number of threads may read one object.
 class QZFL_EXPORT StorageIRI {
 public:
     /// The location at `path`. A path without any name in it (empty, or nothing but separators) is the root
@@ -17,13 +16,13 @@ public:
     /// @param path  names with "/" between them
     explicit StorageIRI(std::u16string path);
 
-    /// A location whose three properties are given apart, for hosts that resolve locations themselves.
-    /// @param resolvedPath  what providers use
+    /// A location with its three properties given separately, for hosts that resolve locations themselves.
+    /// @param resolvedPath  the path that providers use
     /// @param path          as the location was given
     /// @param hasParent     false for the root
     StorageIRI(std::u16string resolvedPath, std::u16string path, bool hasParent);
 
-    /// The path with everything resolved that the host resolves (aliases, mount points); what providers use.
+    /// The path after the host has resolved aliases and mount points; providers use this one.
     /// @return it, valid as long as this object
     const std::u16string& getResolvedPath() const noexcept { return resolvedPath_; }
 
@@ -31,18 +30,18 @@ public:
     /// @return it, valid as long as this object
     const std::u16string& getPath() const noexcept { return path_; }
 
-    /// Whether the location is in a folder.
+    /// Whether the location has a parent folder.
     /// @return false exactly for the root location
     bool hasParent() const noexcept { return hasParent_; }
 
-    /// Same paths and both, or neither, the root.
-    /// @param other  is compared with this
+    /// Whether resolved paths, paths and root property are equal.
+    /// @param other  the location to compare with
     /// @return whether they are equal
     bool operator==(const StorageIRI& other) const noexcept {
         return resolvedPath_ == other.resolvedPath_ && hasParent_ == other.hasParent_ && path_ == other.path_;
     }
-    /// Another path.
-    /// @param other  is compared with this
+    /// The opposite of ==.
+    /// @param other  the location to compare with
     /// @return whether they differ
     bool operator!=(const StorageIRI& other) const noexcept { return !(*this == other); }
 

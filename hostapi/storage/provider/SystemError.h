@@ -8,11 +8,11 @@
 
 namespace foundation::storage::provider {
 
-/// The failure of a system call on which a provider operation depends: the error number, and at which location. For failures
-/// that are not the storage's refusal and have no `ErrorCode`: a disk that cannot be read, a connection that is gone.
+/// The failure of a system call in a provider operation: errno and location. For failures without an
+/// `ErrorCode`, such as an unreadable disk or a lost connection.
 ///
-/// Its class is the host libraries', so it may outlive the library of the provider. Copying never throws. Thread safety: any
-/// number of threads may read one object.
+/// The class is defined in the host libraries, so an object may outlive the provider's library. Copying never
+/// throws. Thread safety: any number of threads may read one object.
 class QZFL_EXPORT SystemError : public std::system_error {
 public:
     /// @param error  the errno of the call
@@ -27,14 +27,14 @@ public:
     ~SystemError() override;
 
     /// The location concerned.
-    /// @return it, valid as long as this object or a copy of it
+    /// @return it, valid as long as this object or a copy exists
     const StorageIRI& getIRI() const noexcept;
 
 private:
     std::shared_ptr<const StorageIRI> iri_;
 };
 
-/// Throws what a provider operation is to throw for a failed system call on behalf of a location.
+/// Throws the exception with which a provider operation reports a failed system call.
 ///
 /// | errno | exception |
 /// |---|---|
@@ -49,7 +49,7 @@ private:
 ///
 /// `EACCES` and `EPERM` are not `ReadOnly`: a provider checks its writable flags before it calls the system.
 /// @param error  the errno of the call
-/// @param iri    the location that the operation was given
+/// @param iri    the location argument of the operation
 [[noreturn]] QZFL_EXPORT void throwSystemError(int error, const StorageIRI& iri);
 
 } // namespace foundation::storage::provider

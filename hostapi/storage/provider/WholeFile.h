@@ -15,12 +15,12 @@
 
 namespace foundation::storage::provider {
 
-/// All bytes of a file. Of a file that changes meanwhile, each block is as it was when it was read.
+/// All bytes of a file. If the file changes meanwhile, each block is as it was when it was read.
 /// @param provider  the storage
 /// @param iri       a file
 /// @return the bytes
 /// @throws Exception as `IProvider::doOpenReadOnlyStream`
-/// @throws std::runtime_error when the provider returns a count that is not possible
+/// @throws std::runtime_error when the provider returns an impossible count
 /// @throws whatever the stream throws
 inline std::string readFile(const IProvider& provider, const StorageIRI& iri) {
     constexpr std::size_t firstBlock = std::size_t{64} * 1024;
@@ -36,14 +36,14 @@ inline std::string readFile(const IProvider& provider, const StorageIRI& iri) {
     return bytes;
 }
 
-/// Gives a file exactly these bytes; a missing file is created. Not atomic: a failure may leave the file with some of them, and
-/// others see it grow. To replace a file in one step, write another one and move it there with
-/// `ReplacementPolicy::ReplaceExisting`.
+/// Replaces the content of a file; a missing file is created. Not atomic: a failure may leave some of the
+/// bytes, and other threads see the file grow. To replace a file atomically, write another one and move it
+/// there with `ReplacementPolicy::ReplaceExisting`.
 /// @param provider  the storage
 /// @param iri       a file, or where one is to be created
 /// @param bytes     the new content
 /// @throws Exception as `IProvider::doOpenStream`, with the file unchanged
-/// @throws std::runtime_error when the provider returns another count than it was given
+/// @throws std::runtime_error when the provider returns another count than `bytes` has
 /// @throws whatever the stream throws
 inline void writeFile(const IProvider& provider, const StorageIRI& iri, std::string_view bytes) {
     const std::unique_ptr<ByteStream> stream =
@@ -52,11 +52,12 @@ inline void writeFile(const IProvider& provider, const StorageIRI& iri, std::str
     stream->flush();
 }
 
-/// Creates a file that must not exist yet and opens it for reading and writing. Of several threads that create one file, exactly
-/// one succeeds. Creating and opening are two steps: a file that another thread removes in between is `NotFound`.
+/// Creates a file that must not exist yet and opens it for reading and writing. If several threads create one
+/// file, exactly one succeeds. Creating and opening are two steps: a file that another thread removes in
+/// between is `NotFound`.
 /// @param provider  the storage
 /// @param iri       where nothing exists yet, in an existing folder
-/// @return the stream; the caller's own
+/// @return the stream, owned by the caller
 /// @throws Exception as `IProvider::doCreateFile`
 /// @throws Exception as `IProvider::doOpenStream`; the new file stays
 inline std::unique_ptr<ByteStream> openNewFile(const IProvider& provider, const StorageIRI& iri) {

@@ -7,15 +7,15 @@
 
 namespace foundation::storage::provider {
 
-/// A pattern that a whole name either matches or does not: "*" stands for any run of characters, also an
-/// empty one, "?" for exactly one character (a surrogate pair is one character), everything else for itself.
+/// A pattern for whole names: "*" matches any run of characters, also an empty one, "?" exactly one character
+/// (a surrogate pair is one character), every other code unit itself.
 ///
-/// Thread safety: a value; matching from several threads is safe.
+/// A value. Thread safety: any number of threads may match at once.
 class QZFL_EXPORT WildcardPattern {
 public:
     /// One step of a pattern.
     struct Element {
-        /// What it stands for.
+        /// What the element matches.
         enum class Kind {
             Literal,      ///< one code unit, itself
             AnyCharacter, ///< "?"
@@ -30,13 +30,13 @@ public:
     /// @param text  the pattern
     explicit WildcardPattern(std::u16string_view text);
 
-    /// For callers in whose language wildcards can be quoted.
+    /// For callers that allow wildcards to be quoted.
     /// @param elements  the pattern, step by step
     explicit WildcardPattern(std::vector<Element> elements);
 
-    /// Whether the pattern stands for a name.
+    /// Whether the pattern matches a name.
     /// @param name  the whole name
-    /// @return true when all of it matches
+    /// @return true when the whole name matches
     bool matches(std::u16string_view name) const noexcept;
 
 private:
