@@ -8,8 +8,8 @@ namespace foundation::storage::provider {
 /// providers treat every value without a name here as `ReplaceExisting`.
 enum class ReplacementPolicy : std::int32_t {
     RefuseExisting = 0,     ///< an existing file or folder makes the operation fail
-    ReplaceExisting = 1,    ///< an existing file, or an empty folder, gives way
-    RefuseExistingFile = 4, ///< an existing file makes the operation fail, an empty folder gives way
+    ReplaceExisting = 1,    ///< an existing file, or an empty folder, is replaced
+    RefuseExistingFile = 4, ///< an existing file makes the operation fail, an empty folder is replaced
 };
 
 static_assert(static_cast<std::int32_t>(ReplacementPolicy::RefuseExisting) == 0);

@@ -6,10 +6,10 @@ namespace foundation::storage::provider {
 
 /// A change of an entry that a provider reports.
 enum class StorageEventKind : std::int32_t {
-    Created = 0, ///< it is new
-    Changed = 1, ///< its bytes or attributes are others
-    Removed = 2, ///< it is gone
-    Moved = 3,   ///< it is at another location
+    Created = 0, ///< it was created
+    Changed = 1, ///< its bytes or attributes changed
+    Removed = 2, ///< it was removed
+    Moved = 3,   ///< it was moved to another location
 };
 
 } // namespace foundation::storage::provider

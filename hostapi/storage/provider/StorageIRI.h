@@ -46,7 +46,7 @@ public:
     bool operator!=(const StorageIRI& other) const noexcept { return !(*this == other); }
 
 private:
-    // What providers ask of nearly every location stands together, so that it comes from memory in one piece.
+    // Providers read the first two for nearly every location, so these are adjacent.
     std::u16string resolvedPath_;
     bool hasParent_;
     std::u16string path_;

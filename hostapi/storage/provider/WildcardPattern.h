@@ -22,7 +22,7 @@ public:
             AnyRun,       ///< "*"
         };
 
-        Kind kind;     ///< what it stands for
+        Kind kind;     ///< what it matches
         char16_t unit; ///< the code unit of a Literal; unused otherwise
     };
 
