@@ -15,10 +15,9 @@ namespace foundation::storage::provider {
 /// `openNewFile`.
 struct ByteStreamOpenOptions {
     std::int32_t hint = 0; ///< the host's own; providers may ignore it
-    ByteStreamExistence existence =
-        ByteStreamExistence::CreateIfMissing;                    ///< whether a missing file is created
-    ByteStreamContent content = ByteStreamContent::Keep;         ///< whether the file is emptied
-    ByteStreamAppend append = ByteStreamAppend::WriteAtPosition; ///< where writes go
+    ByteStreamExistence existence = ByteStreamExistence::CreateIfMissing; ///< if the file is missing
+    ByteStreamContent content = ByteStreamContent::Keep;                  ///< whether the file is emptied
+    ByteStreamAppend append = ByteStreamAppend::WriteAtPosition;          ///< where writes go
 
     /// Reads and writes an existing file; a missing one is `NotFound`.
     /// @return the options
