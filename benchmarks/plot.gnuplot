@@ -1,6 +1,7 @@
-# Draws what qzstorage_benchmark --data wrote:
+# Draws the data written by qzstorage_benchmark --data:
 #   gnuplot -e "data='FOLDER'; plots='FOLDER'" benchmarks/plot.gnuplot
-# Colours that people who see few of them tell apart; the plug-in is the thickest line, what is no file system is dashed.
+# The colors can be distinguished with color blindness. The plug-in has the thickest line; stores that are not
+# file systems have dashed lines.
 
 set terminal svg size 760,460 font "sans-serif,14" background "white"
 set grid ytics lc rgb "#dddddd" lt 1 lw 1
@@ -17,7 +18,7 @@ points = "7 5 9 11 13 4 6"
 dashes = "1 1 1 1 1 2 3"
 
 file(row, i) = sprintf("%s/%s/%s.dat", data, row, word(stores, i))
-# The places in the lists above of the stores that have figures in a row.
+# The indices, in the lists above, of the stores with data for a row.
 present(row) = system(sprintf("cd '%s/%s' 2>/dev/null || exit 0; i=0; for store in %s; do i=$((i + 1)); [ ! -e $store.dat ] || echo $i; done", data, row, stores))
 
 draw = "plot for [i in places] file(row, int(i)) using 1:2 with linespoints title word(titles, int(i))" \

@@ -15,7 +15,7 @@ constexpr unsigned folderSize = 10'000;
 
 } // namespace
 
-// The folder doubles, so that what it pays for growing by leaps is in the figure in full and once.
+// The folder doubles in size, so the count includes the amortized cost of growth exactly once.
 Measurement createFile(const IProvider& storage) {
     createFolder(storage, u"/files");
     const Scattered files = scatteredFiles(u"/files", 2 * folderSize);

@@ -34,14 +34,14 @@ const std::map<std::string, Preparation*> preparations{
     {"remove_file", removeFile},
 };
 
-/// The root was made by the plug-in's clock just now.
+/// The plug-in's clock has just stamped the root.
 void requireStoppedClock(const IProvider& storage) {
     const auto time = storage.doGetFolderAttributes(StorageIRI(u"/")).getLastModified();
     stress::requireThat(time == boost::posix_time::from_time_t(stoppedClock),
                         "the plug-in reads another clock");
 }
 
-/// Runs the operation where Callgrind sees it, and prints how often it ran.
+/// Runs the operation under Callgrind's instrumentation, and prints the number of operations.
 void run(Preparation& prepare) {
     const tests::LoadedPlugin plugin(QZSTORAGE_PLUGIN_PATH);
     const auto storage = plugin.build();

@@ -13,10 +13,10 @@ namespace storage::core_operations {
 using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
 
-/// Locations in an order that is random and always the same.
+/// Locations in a random order that is the same in every run.
 using Scattered = std::vector<StorageIRI>;
 
-/// The locations that `locationOf` gives for the numbers below `count`.
+/// The locations `locationOf(number)` of all numbers below `count`.
 Scattered scattered(unsigned count, const std::function<std::u16string(unsigned number)>& locationOf);
 
 /// The locations of `count` files in one folder.
@@ -25,7 +25,7 @@ Scattered scatteredFiles(std::u16string_view folder, unsigned count);
 void createFolder(const IProvider& storage, std::u16string_view path);
 void createFiles(const IProvider& storage, std::span<const StorageIRI> files);
 
-/// How many of the files there are.
+/// The number of files that exist.
 unsigned long countOfFiles(const IProvider& storage, std::span<const StorageIRI> files);
 
 } // namespace storage::core_operations

@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned folderSize = 10'000;
 
-/// Asks for the attributes of every file.
+/// Gets the attributes of every file.
 Measurement attributesOf(const IProvider& storage, const Scattered& files) {
     const auto writable = std::make_shared<unsigned long>(0);
     return {files.size(),

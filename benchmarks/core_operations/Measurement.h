@@ -4,12 +4,12 @@
 
 namespace storage::core_operations {
 
-/// One core operation, ready to be counted: everything that it needs is in the storage. What the two functions hold
-/// is their own; the storage outlives them.
+/// A core operation, ready to be counted: the storage contains everything it requires. The functions own
+/// their data. The storage outlives them.
 struct Measurement {
-    unsigned long operations;    ///< that `run` carries out
-    std::function<void()> run;   ///< nothing but the operations; once only
-    std::function<void()> check; ///< throws unless `run` did what it was to do
+    unsigned long operations;    ///< number of operations in `run`
+    std::function<void()> run;   ///< the operations only; call it once
+    std::function<void()> check; ///< throws unless `run` had the expected effect
 };
 
 } // namespace storage::core_operations

@@ -3,36 +3,36 @@
 #include "benchmarks/core_operations/Measurement.h"
 #include "hostapi/storage/provider/IProvider.h"
 
-// Each of these fills the empty storage and makes ready what is to be counted there. The order in which entries are
-// taken is random and the same in every run, so that nothing gains from neighbours that were used just before.
+// Each function fills an empty storage and prepares the operation to be counted. The order of the entries is
+// random and the same in every run, so that no operation profits from cached neighbors.
 
 namespace storage::core_operations {
 
 using foundation::storage::provider::IProvider;
 
-/// Makes 10,000 files in a folder that holds 10,000 others.
+/// Creates 10,000 files in a folder with 10,000 others.
 Measurement createFile(const IProvider& storage);
-/// Takes 10,000 of the 20,000 files out of a folder.
+/// Removes 10,000 of 20,000 files from a folder.
 Measurement removeFile(const IProvider& storage);
-/// Moves the 10,000 files of one folder to another that holds 10,000 others.
+/// Moves the 10,000 files of a folder to another with 10,000 others.
 Measurement moveFile(const IProvider& storage);
-/// Moves a folder with 10 folders of 100 files; one operation is one entry below the folder.
+/// Moves a folder with 10 folders of 100 files. Counted per entry below the folder.
 Measurement moveFolder(const IProvider& storage);
 
-/// In a folder of 10,000 files.
+/// Looks up files in a folder of 10,000 files.
 Measurement fileAttributes(const IProvider& storage);
-/// In 100 folders of 100 files, whose paths of 60 code units begin alike.
+/// Looks up files in 100 folders of 100 files. The paths have 60 code units and a long common prefix.
 Measurement fileAttributesInTree(const IProvider& storage);
-/// Asks for names that are not among the 10,000 files of a folder.
+/// Looks up missing names in a folder of 10,000 files.
 Measurement missingFile(const IProvider& storage);
-/// Lists a folder of 1,000 files; one operation is one entry.
+/// Lists a folder of 1,000 files. Counted per entry.
 Measurement listFolder(const IProvider& storage);
 
-/// Opens a file, reads its 4 KiB, and lets go of it.
+/// Opens a file, reads its 4 KiB and closes it.
 Measurement readFile(const IProvider& storage);
-/// Opens a file, overwrites its 4 KiB, and lets go of it.
+/// Opens a file, overwrites its 4 KiB and closes it.
 Measurement overwriteFile(const IProvider& storage);
-/// Appends 64 bytes, again and again through one stream, to a file that was empty.
+/// Appends 64 bytes at a time through one stream to an empty file.
 Measurement appendToFile(const IProvider& storage);
 
 } // namespace storage::core_operations

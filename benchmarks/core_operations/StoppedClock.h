@@ -4,10 +4,11 @@
 
 namespace storage::core_operations {
 
-/// What every clock of this program tells, in seconds since 1970: a real one would be in the figures, for a reading is
-/// turned into a date month by month.
+/// The time that every clock of this program returns, in seconds since 1970. With a real clock the counts
+/// would depend on the date, because a reading is converted to a date in a loop over the months.
 ///
-/// Linking this replaces `gettimeofday` and `clock_gettime` in the whole program, shared libraries included.
+/// Linking this file replaces `gettimeofday` and `clock_gettime` in the whole program, shared libraries
+/// included.
 inline constexpr std::time_t stoppedClock = 1'750'000'000;
 
 } // namespace storage::core_operations

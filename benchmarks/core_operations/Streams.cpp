@@ -27,7 +27,7 @@ constexpr Block blockOf(char content) {
     return block;
 }
 
-/// Files of one block each.
+/// Creates files of one block each.
 Scattered createFilled(const IProvider& storage, const Block& content) {
     createFolder(storage, u"/files");
     Scattered files = scatteredFiles(u"/files", fileCount);
@@ -78,7 +78,7 @@ Measurement overwriteFile(const IProvider& storage) {
         }};
 }
 
-// The file grows from nothing to 6.4 MB, in leaps; what the leaps cost is in the figure.
+// The file grows from empty to 6.4 MB. The count includes the cost of reallocation.
 Measurement appendToFile(const IProvider& storage) {
     constexpr unsigned appends = 100'000;
     constexpr long recordSize = 64;

@@ -13,8 +13,7 @@
 
 namespace storage::benchmark {
 
-/// A folder of files of 4 KiB, and the timed and verified steps of its life. Each file has one name until all are renamed,
-/// and another one then.
+/// A folder of files of 4 KiB, with timed and verified steps. All files are renamed once.
 class FilesFolder {
 public:
     FilesFolder(const std::filesystem::path& parent, std::uint32_t files);

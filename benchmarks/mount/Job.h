@@ -8,7 +8,7 @@
 
 namespace storage::benchmark {
 
-/// Work of programs in a folder, timed and verified. Runs once in a process, in an empty folder.
+/// A timed and verified workload in a folder. Runs once per process, in an empty folder.
 class Job {
 public:
     Job() = default;
@@ -18,7 +18,7 @@ public:
 
     virtual std::string name() const = 0;
 
-    /// @throws WrongResult, and what system calls fail with
+    /// @throws WrongResult, and std::system_error of system calls
     virtual void run(const std::filesystem::path& folder, const SourceTree& source,
                      Measurements& measurements) const = 0;
 };

@@ -4,9 +4,8 @@
 
 namespace storage::benchmark {
 
-/// What the program does in the process of one repetition: runs the one job of the options in their folder, and prints
-/// what it measured.
-/// @throws WrongResult, and what system calls fail with
+/// Runs one repetition in its own process: the job of the options in their folder. Prints the measurements.
+/// @throws WrongResult, and std::system_error of system calls
 void runJobProcess(const MountBenchmarkOptions& options);
 
 } // namespace storage::benchmark

@@ -8,7 +8,7 @@
 
 namespace storage::benchmark {
 
-/// All jobs there are.
+/// All jobs.
 std::vector<std::unique_ptr<Job>> jobTable(Form form);
 
 } // namespace storage::benchmark

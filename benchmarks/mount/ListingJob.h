@@ -6,10 +6,10 @@
 
 namespace storage::benchmark {
 
-/// A folder of many files listed: by names alone, and with the attributes of each file.
+/// Lists a folder of many files: the names only, and with the attributes of each file.
 class ListingJob final : public Job {
 public:
-    /// @param rounds  over the whole folder
+    /// @param rounds  listings of the whole folder
     ListingJob(std::uint32_t files, std::uint32_t rounds) : files_(files), rounds_(rounds) {}
 
     std::string name() const override { return "listing"; }

@@ -7,22 +7,22 @@
 
 namespace storage::benchmark {
 
-/// What the program was asked to do. A value.
+/// Command-line options of the program. A value.
 struct MountBenchmarkOptions {
     Form form = Form::Full;
     unsigned repetitions = 5;
-    std::string only = "*";                            ///< jobs to run, as a pattern of their names
-    std::vector<std::string> places;                   ///< ids of places to run them in; none for all
+    std::string only = "*";                            ///< pattern of job names
+    std::vector<std::string> places;                   ///< ids of places; empty for all
     std::string program;                               ///< the program that mounts
-    std::string passThrough;                           ///< the peer
-    std::string command = "qzstorage_mount_benchmark"; ///< that results name
-    std::string results;                               ///< files to write; empty for none
+    std::string passThrough;                           ///< the peer's program
+    std::string command = "qzstorage_mount_benchmark"; ///< as recorded in the results
+    std::string results;                               ///< output file; empty for none
     std::string runs;
     std::string table;
-    std::string help; ///< to be printed instead of running anything; empty when not asked for
+    std::string help; ///< text of --help; empty unless requested
 
-    // One repetition, which the program runs itself in another process for:
-    std::string job; ///< empty for the program as people start it
+    // Internal options, with which the program runs one repetition in another process:
+    std::string job; ///< empty if started by a user
     std::string folder;
     std::string source;
 

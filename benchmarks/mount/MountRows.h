@@ -6,7 +6,7 @@
 
 namespace storage::benchmark {
 
-/// Every kind of row of the jobs, in the order of the table.
+/// Every row kind of the jobs, in the order of the table.
 const std::vector<RowKind>& mountRowKinds();
 
 } // namespace storage::benchmark

@@ -22,7 +22,7 @@ unsigned filesInSource(Form form) {
     return form == Form::Full ? 2'000U : 60U;
 }
 
-/// Lets git be the same for everybody, in this program and in all that it starts.
+/// Makes git independent of the user's configuration, in this program and its child processes.
 void ignoreSettingsOfGit() {
     ::setenv("GIT_CONFIG_NOSYSTEM", "1", 1);
     ::setenv("GIT_CONFIG_GLOBAL", "/dev/null", 1);

@@ -13,8 +13,8 @@
 
 namespace storage::benchmark {
 
-/// Runs all repetitions, each in a process and a place of its own. In each round of a job the places take turns, and each
-/// time another one begins. What other load has disturbed is done again in further rounds.
+/// Runs all repetitions, each in its own process and place. The repetitions of the places are interleaved,
+/// and each round of a job begins with another place. Noisy repetitions are repeated in further rounds.
 class MountRunner {
 public:
     /// @throws std::runtime_error
@@ -34,7 +34,7 @@ private:
 
     const MountBenchmarkOptions& options_;
     TmpfsFolder sourceFolder_;
-    TmpfsFolder room_; ///< of the place that is measured at the time
+    TmpfsFolder room_; ///< contains the place that is being measured
     QuietMachine quietMachine_{std::chrono::minutes(5)};
     std::vector<PlaceKind> places_;
     std::vector<std::unique_ptr<Job>> jobs_;

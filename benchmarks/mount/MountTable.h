@@ -7,7 +7,7 @@
 
 namespace storage::benchmark {
 
-/// The summary as a table in Markdown that holds each ratio against its goal.
+/// The summary as a Markdown table, which compares each ratio with its goal.
 std::string mountTable(const std::vector<SummaryRow>& rows, const std::vector<Repetition>& repetitions,
                        const std::vector<Contender>& places);
 

@@ -28,7 +28,7 @@ bool hasArgument(const std::filesystem::path& process, const std::string& argume
     return ('\0' + text).find('\0' + argument + '\0') != std::string::npos;
 }
 
-/// A server that has put itself into the background tells nobody what process it is, but the mount point is its own.
+/// Finds a server that runs in the background by its mount point, which is unique.
 pid_t findServer(const std::string& mountPoint) {
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         if (hasArgument(entry.path(), mountPoint)) {
@@ -38,7 +38,7 @@ pid_t findServer(const std::string& mountPoint) {
     throw std::runtime_error("no process serves " + mountPoint);
 }
 
-/// The C library has no function for it yet.
+/// Calls the system call directly, because glibc 2.36 declares pidfd_open() without C linkage for C++.
 int openProcess(pid_t process) {
     return static_cast<int>(checked(::syscall(SYS_pidfd_open, process, 0), "pidfd_open"));
 }
@@ -83,7 +83,7 @@ void MountedFolder::unmount() noexcept {
             std::cerr << program_ << ": its mount is still in use\n";
             ChildProcess::run({"fusermount3", "-q", "-u", "-z", mountPoint_});
         }
-    } catch (const Interrupted&) { // it has run
+    } catch (const Interrupted&) { // the command has run
     } catch (const std::exception& error) {
         std::cerr << program_ << ": " << error.what() << '\n';
     }

@@ -7,17 +7,18 @@
 
 namespace storage::benchmark {
 
-/// A folder that a process of its own serves. Owns the mount and with it that process: both are gone after the object.
+/// A folder served by another process. Owns the mount and the process, and ends both.
 class MountedFolder {
 public:
-    /// @param command  mounts in the background, and returns when the mount answers; takes the mount point at its end
+    /// @param command  mounts in the background and returns when the mount is ready; the mount point is
+    ///     appended
     /// @throws std::runtime_error, Interrupted
     MountedFolder(std::vector<std::string> command, std::filesystem::path mountPoint);
     ~MountedFolder();
     MountedFolder(const MountedFolder&) = delete;
     MountedFolder& operator=(const MountedFolder&) = delete;
 
-    /// What the serving process has computed.
+    /// Processor time of the server.
     double serverSeconds() const;
 
 private:

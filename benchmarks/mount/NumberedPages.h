@@ -10,27 +10,27 @@
 
 namespace storage::benchmark {
 
-/// A file of pages of 4 KiB that each hold a number, as it is meant to be. Whoever writes to it tells.
+/// The expected content of a file: pages of 4 KiB with a number each. Callers report their writes.
 class NumberedPages {
 public:
     static constexpr std::size_t pageSize = 4096;
 
-    /// Page i has the number i.
+    /// Page i initially has the number i.
     NumberedPages(std::filesystem::path path, std::size_t count);
 
     const char* path() const { return path_.c_str(); }
     std::size_t count() const { return numbers_.size(); }
 
-    /// What a page with a number holds.
+    /// The content of a page with this number.
     const char* content(std::uint64_t number) { return block_.stamped(number); }
 
-    /// A page has another number now.
+    /// Reports that a page was written with another number.
     void renumber(std::size_t page, std::uint64_t number) { numbers_[page] = number; }
 
-    /// What the first word of a page is to be.
+    /// The expected first word of a page.
     std::uint64_t firstWord(std::size_t page);
 
-    /// @throws WrongResult when the file differs in anything
+    /// @throws WrongResult when the file has another content
     void verify();
 
 private:

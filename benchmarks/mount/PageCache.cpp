@@ -50,7 +50,7 @@ void dropCachedPages(const std::filesystem::path& path) {
     if (isInTmpfs(file.descriptor())) {
         return;
     }
-    checked(::fsync(file.descriptor()), "fsync"); // only clean pages go
+    checked(::fsync(file.descriptor()), "fsync"); // only clean pages can be dropped
     expectEqual(static_cast<std::uint64_t>(::posix_fadvise(file.descriptor(), 0, 0, POSIX_FADV_DONTNEED)), 0,
                 "the result of dropping cached pages");
     expectEqual(cachedPages(file.descriptor()), 0, "pages that are still cached");

@@ -4,9 +4,9 @@
 
 namespace storage::benchmark {
 
-/// Makes the next reader of a file ask its file system for every byte: has the kernel give up the pages that it keeps of
-/// the file. Without effect in tmpfs, whose pages are the file.
-/// @throws WrongResult when pages stay
+/// Drops a file's pages from the page cache, so that the next read reaches its file system. Has no effect on
+/// a tmpfs, where the page cache is the file.
+/// @throws WrongResult when pages remain
 void dropCachedPages(const std::filesystem::path& path);
 
 } // namespace storage::benchmark

@@ -9,7 +9,8 @@
 
 namespace storage::benchmark {
 
-/// An empty folder of some kind, for one repetition of a job. Owns all there is in its tmpfs folder.
+/// An empty folder on a file system of some kind, for one repetition of a job. Owns the content of its tmpfs
+/// folder.
 class Place {
 public:
     /// @throws std::runtime_error, Interrupted
@@ -18,12 +19,12 @@ public:
     Place(const Place&) = delete;
     Place& operator=(const Place&) = delete;
 
-    /// Where the folders that a pass-through file system shows are, for a place in this room.
+    /// The folder that a pass-through file system in `room` exports.
     static std::filesystem::path backing(const TmpfsFolder& room) { return room.path() / "backing"; }
 
     const std::filesystem::path& folder() const { return folder_; }
 
-    /// What its server has computed, where it has one.
+    /// Processor time of its server, if it has one.
     std::optional<double> serverSeconds() const;
 
 private:

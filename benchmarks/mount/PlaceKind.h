@@ -7,9 +7,9 @@
 
 namespace storage::benchmark {
 
-/// A kind of folder that jobs run in. A value.
+/// A kind of file system for jobs. A value.
 struct PlaceKind : Contender {
-    std::vector<std::string> mountCommand; ///< but for the mount point; none for a plain folder of tmpfs
+    std::vector<std::string> mountCommand; ///< without the mount point; empty for a plain folder on a tmpfs
 };
 
 } // namespace storage::benchmark

@@ -8,8 +8,8 @@
 
 namespace storage::benchmark {
 
-/// What the options ask for. The pass-through file system shows `backing`.
-/// @throws std::runtime_error for a place that there is not
+/// The kinds that the options select. The pass-through file system exports `backing`.
+/// @throws std::runtime_error for an unknown place
 std::vector<PlaceKind> placeKinds(const MountBenchmarkOptions& options, const std::filesystem::path& backing);
 
 } // namespace storage::benchmark

@@ -17,7 +17,7 @@ constexpr unsigned statusRounds = 3;
 
 using Tree = std::map<std::filesystem::path, std::string>;
 
-/// The files under a folder but for those that git keeps there, with what is in them.
+/// The files below a folder with their content, without git's own files.
 Tree readTree(const std::filesystem::path& folder) {
     Tree tree;
     auto entry = std::filesystem::recursive_directory_iterator(folder);
@@ -33,7 +33,7 @@ Tree readTree(const std::filesystem::path& folder) {
 }
 
 double clone(const SourceTree& source, const std::filesystem::path& to) {
-    // Linked files would be no copies, and there are file systems without links among the measured ones.
+    // Hard links would not copy the files, and some of the measured file systems do not support them.
     const std::vector<std::string> command{"git", "clone", "--quiet", "--no-hardlinks", source.repository(),
                                            to};
     const double seconds = ChildProcess::runSuccessfully(command).seconds;

@@ -4,7 +4,7 @@
 
 namespace storage::benchmark {
 
-/// What people do with trees of source files: clone, ask for the status, unpack, remove.
+/// Typical work with source trees: clone, status, unpack, remove.
 class ProgramsJob final : public Job {
 public:
     std::string name() const override { return "programs"; }

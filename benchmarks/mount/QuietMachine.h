@@ -4,10 +4,10 @@
 
 namespace storage::benchmark {
 
-/// Waits until nobody else uses the processors. Where somebody always does, waiting comes to an end.
+/// Waits until the processors are idle, within a limit.
 class QuietMachine {
 public:
-    /// @param patience  for all waits together
+    /// @param patience  limit for all waits together
     explicit QuietMachine(std::chrono::steady_clock::duration patience) : patience_(patience) {}
 
     void await();

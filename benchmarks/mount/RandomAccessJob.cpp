@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t pageSize = NumberedPages::pageSize;
 
-/// One run: the file, and the pages that are read and written.
+/// One run: the file, and the pages to read and write.
 class RandomAccessRun {
 public:
     RandomAccessRun(const std::filesystem::path& folder, std::size_t pageCount, std::uint32_t operations)

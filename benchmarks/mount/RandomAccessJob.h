@@ -6,11 +6,11 @@
 
 namespace storage::benchmark {
 
-/// Pages of one file read and overwritten in an order that looks random: read as the first program that does so, and once
-/// more.
+/// Reads and overwrites pages of one file in random order. Reads once with a cold and once with a warm page
+/// cache.
 class RandomAccessJob final : public Job {
 public:
-    /// @param operations  of each kind, at most one for a page
+    /// @param operations  of each kind, at most one per page
     RandomAccessJob(std::uint64_t fileSize, std::uint32_t operations)
         : fileSize_(fileSize), operations_(operations) {}
 

@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t blockSize = 1 << 20;
 constexpr double megabyte = 1e6;
 
-/// One run: a file of blocks with the numbers from 0 on.
+/// One run: a file of blocks numbered from 0 on.
 class SequentialRun {
 public:
     SequentialRun(const std::filesystem::path& folder, std::uint64_t fileSize)

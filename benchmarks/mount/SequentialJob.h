@@ -6,7 +6,7 @@
 
 namespace storage::benchmark {
 
-/// A file written and read in blocks of 1 MiB: read as the first program that does so, and once more.
+/// Writes and reads a file in blocks of 1 MiB. Reads once with a cold and once with a warm page cache.
 class SequentialJob final : public Job {
 public:
     explicit SequentialJob(std::uint64_t fileSize) : fileSize_(fileSize) {}

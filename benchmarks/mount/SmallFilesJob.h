@@ -6,10 +6,10 @@
 
 namespace storage::benchmark {
 
-/// Files of 4 KiB in one folder: created, asked for their attributes, renamed and removed.
+/// Creates files of 4 KiB in one folder, gets their attributes, renames and removes them.
 class SmallFilesJob final : public Job {
 public:
-    /// @param statRounds  over all files
+    /// @param statRounds  passes over all files
     SmallFilesJob(std::uint32_t files, std::uint32_t statRounds) : files_(files), statRounds_(statRounds) {}
 
     std::string name() const override { return "small-files"; }

@@ -6,7 +6,7 @@
 
 namespace storage::benchmark {
 
-/// A file written from its beginning to its end in blocks of 4 KiB.
+/// Writes a file sequentially in blocks of 4 KiB.
 class SmallWritesJob final : public Job {
 public:
     explicit SmallWritesJob(std::uint64_t fileSize) : fileSize_(fileSize) {}

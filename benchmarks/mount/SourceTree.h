@@ -4,14 +4,14 @@
 
 namespace storage::benchmark {
 
-/// A folder with a repository of text files and an archive of them, which jobs bring into the measured places. The same
-/// in every run.
+/// A folder with a git repository of text files and an archive of them, as input of jobs. It is the same in
+/// every run.
 class SourceTree {
 public:
-    /// Only names what is in `folder`.
+    /// Does not create the content of `folder`.
     explicit SourceTree(const std::filesystem::path& folder);
 
-    /// Makes what is in the folder, which is empty.
+    /// Creates the content. The folder must be empty.
     /// @throws std::runtime_error, Interrupted
     void make(unsigned files) const;
 

@@ -10,7 +10,7 @@ namespace storage::benchmark {
 
 std::size_t countDisturbed(const std::vector<Repetition>& repetitions);
 
-/// What is said below a table of repetitions that other load has disturbed.
+/// The text about noisy repetitions, for below a table.
 std::string disturbedText(const std::vector<Repetition>& repetitions);
 
 } // namespace storage::benchmark

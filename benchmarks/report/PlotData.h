@@ -7,7 +7,7 @@
 
 namespace storage::benchmark {
 
-/// Writes what plots are made of: for each kind of row that has sizes a folder, in it for each store a file of
+/// Writes the data of the plots: a folder for each row kind with sizes, in it a file for each store with
 /// lines "size value".
 void writePlotData(const std::vector<SummaryRow>& rows, const std::filesystem::path& folder);
 

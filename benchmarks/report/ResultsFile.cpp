@@ -16,7 +16,7 @@ std::string line(const Json& object) {
     return object.dump() + '\n';
 }
 
-/// Without the digits that no two runs share.
+/// Drops digits below the precision of the measurement.
 double rounded(double value) {
     return std::stod(fmt::format("{:.8g}", value));
 }

@@ -8,11 +8,11 @@
 
 namespace storage::benchmark {
 
-/// The results of a run as lines of JSON: first the run with its stores, then each row of each store.
+/// The results of a run as JSON lines: first the run with its stores, then each row of each store.
 std::string resultLines(const RunDescription& run, const std::vector<SummaryRow>& rows,
                         const std::vector<Repetition>& repetitions, const std::vector<Contender>& stores);
 
-/// All measurements of a run, unsummarized, as lines of JSON, one for each repetition.
+/// All measurements of a run without summary, as JSON lines, one per repetition.
 std::string repetitionLines(const std::vector<Repetition>& repetitions);
 
 } // namespace storage::benchmark

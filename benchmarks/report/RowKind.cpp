@@ -18,7 +18,8 @@ const std::vector<RowKind>& rowKinds() {
         {"list", "ns per entry", Better::Lower, 1, Rivals::Peers},
         {"move file inside", "ns", Better::Lower, 0, Rivals::Peers},
         {"move file between", "ns", Better::Lower, 0, Rivals::Peers},
-        // Every entry that moves becomes a new one, by contract; a peer that moves a folder leaves them as they are.
+        // The contract requires new nodes for all moved entries. Peers keep the nodes when they move a
+        // folder.
         {"move folder", "ns per descendant", Better::Lower, 1, Rivals::Floor},
         {"remove in order", "ns", Better::Lower, 0, Rivals::Peers},
         {"remove at random", "ns", Better::Lower, 0, Rivals::Peers},

@@ -6,26 +6,26 @@
 
 namespace storage::benchmark {
 
-/// What the plug-in is compared with in a row.
+/// The stores that the plug-in is compared with in a row.
 enum class Rivals {
     Peers,
-    Floor ///< where peers do less than the contract of the plug-in demands
+    Floor ///< if peers do less than the plug-in's contract requires
 };
 
-/// Which values of a row are the better ones.
+/// Whether lower or higher values of a row are better.
 enum class Better { Lower, Higher };
 
-/// What the rows of one kind have in common. A value.
+/// Properties of all rows of one kind. A value.
 struct RowKind {
     std::string id; ///< as in `RowId`
     std::string unit;
     Better better;
     int decimals;
     Rivals rivals;
-    std::optional<double> goal = {}; ///< how many times better than its rival the measured one is to be
+    std::optional<double> goal = {}; ///< factor by which the plug-in should be better than its rival
 };
 
-/// Every kind of what the plug-in is measured by, in the order of the table.
+/// Every kind of row, in the order of the table.
 const std::vector<RowKind>& rowKinds();
 
 } // namespace storage::benchmark

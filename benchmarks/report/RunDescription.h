@@ -6,15 +6,15 @@
 
 namespace storage::benchmark {
 
-/// By which command, when and on which machine a run was made. A value.
+/// Command, date and machine of a run. A value.
 struct RunDescription {
     std::string command;
-    std::vector<std::pair<std::string, std::string>> machine; ///< names and values, the date first
+    std::vector<std::pair<std::string, std::string>> machine; ///< names and values, beginning with the date
 
-    /// Of the run that has just ended here.
+    /// Describes a run that has just ended on this machine.
     static RunDescription now(std::string command);
 
-    /// A paragraph for below a table.
+    /// The description as a paragraph for below a table.
     std::string text() const;
 };
 

@@ -57,7 +57,7 @@ void compare(SummaryRow& row, const std::vector<Contender>& stores) {
     }
 }
 
-/// The rows of one kind, in the order in which the scenarios came to them.
+/// The rows of one kind, in the order in which they were measured.
 std::vector<RowId> rowsOf(const RowKind& kind, const std::vector<Repetition>& repetitions) {
     std::vector<RowId> rows;
     for (const Repetition& repetition : repetitions) {

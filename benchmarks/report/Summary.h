@@ -12,25 +12,25 @@
 
 namespace storage::benchmark {
 
-/// What the repetitions found for one row and one store. A value.
+/// Statistics of one row and one store over all repetitions. A value.
 struct SummaryCell {
     double median = 0;
     double smallest = 0;
     double largest = 0;
     std::size_t repetitions = 0;
-    std::size_t undisturbed = 0; ///< repetitions that the figures are of; if there is none, they are of all
+    std::size_t undisturbed = 0; ///< number of repetitions without noise; if 0, the statistics include all
 };
 
-/// One row: what each store reached, and how the plug-in compares. A value.
+/// One row: the statistics of each store, and the comparison of the plug-in. A value.
 struct SummaryRow {
     RowId row;
     RowKind kind;
-    std::map<std::string, SummaryCell> cells; ///< by the store's id
-    std::string rival;                        ///< the id of the best of the row's rivals; may be empty
-    std::optional<double> ratio;              ///< how many times better than the rival the plug-in is
+    std::map<std::string, SummaryCell> cells; ///< by store id
+    std::string rival;                        ///< id of the best rival; may be empty
+    std::optional<double> ratio;              ///< factor by which the plug-in is better than the rival
 };
 
-/// Sums up the repetitions that went well, in the order of the kinds.
+/// Summarizes the successful repetitions, in the order of the kinds.
 std::vector<SummaryRow> summarize(const std::vector<RowKind>& kinds,
                                   const std::vector<Repetition>& repetitions,
                                   const std::vector<Contender>& stores);

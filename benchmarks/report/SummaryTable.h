@@ -7,7 +7,7 @@
 
 namespace storage::benchmark {
 
-/// The summary as a table in Markdown, with what it says of disturbed repetitions below it.
+/// The summary as a Markdown table, followed by a text about noisy repetitions.
 std::string summaryTable(const std::vector<SummaryRow>& rows, const std::vector<Repetition>& repetitions,
                          const std::vector<Contender>& stores);
 

@@ -4,18 +4,18 @@
 
 namespace storage::benchmark {
 
-/// What a store is in a comparison.
+/// The role of a store in a comparison.
 enum class StoreRole {
-    Plugin, ///< what is measured
-    Peer,   ///< what it is compared with
-    Floor,  ///< the least that a tree of entries takes
-    Limit,  ///< a bound that no file system can pass
+    Plugin, ///< the store under test
+    Peer,   ///< a file system to compare it with
+    Floor,  ///< the minimum cost of a tree of entries
+    Limit,  ///< a bound that no file system can exceed
 };
 
-/// Who takes part in a comparison. A value.
+/// A participant of a comparison. A value.
 struct Contender {
-    std::string id;    ///< as in options and results
-    std::string title; ///< as in tables
+    std::string id;    ///< in options and results
+    std::string title; ///< in tables
     std::string version;
     StoreRole role;
 };

@@ -4,15 +4,15 @@
 
 namespace storage::benchmark {
 
-/// Who used the processors while a repetition ran. A value.
+/// The use of the processors during a repetition. A value.
 struct Load {
-    double seconds = 0;                       ///< that the repetition's process lived
-    double processorSeconds = 0;              ///< that it computed, with its children
-    double othersSeconds = 0;                 ///< that other processes computed meanwhile
-    double stolenSeconds = 0;                 ///< that the machine below this one took away meanwhile
-    std::optional<double> serverSeconds = {}; ///< that the server it waited for computed, if it had one
+    double seconds = 0;                       ///< wall time of the repetition's process
+    double processorSeconds = 0;              ///< processor time of the repetition's process and its children
+    double othersSeconds = 0;                 ///< processor time of other processes
+    double stolenSeconds = 0;                 ///< steal time of the hypervisor
+    std::optional<double> serverSeconds = {}; ///< processor time of the server, if there is one
 
-    /// Whether something else on the machine may show in the figures.
+    /// Whether other load may have affected the measurements.
     bool isDisturbed() const;
 };
 

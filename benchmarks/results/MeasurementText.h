@@ -7,10 +7,10 @@
 
 namespace storage::benchmark {
 
-/// How the process of a repetition tells what it found.
+/// Serializes measurements for the process that started the repetition.
 std::string toText(const std::vector<Measurement>& measurements);
 
-/// The reverse of `toText`.
+/// The inverse of `toText`.
 /// @throws std::runtime_error
 std::vector<Measurement> fromText(const std::string& text);
 

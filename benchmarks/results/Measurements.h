@@ -7,22 +7,22 @@
 
 namespace storage::benchmark {
 
-/// Collects what a scenario measures. What is added to a row more than once counts together.
+/// Collects the measurements of a scenario. Several measurements of one row are added up.
 class Measurements {
 public:
-    /// To a row whose value is nanoseconds per operation.
+    /// For a row in nanoseconds per operation.
     void addCost(const RowId& row, const Timing& timing);
 
-    /// To a row whose value is gigabytes per second.
+    /// For a row in gigabytes per second.
     void addBandwidth(const RowId& row, double bytes, double seconds);
 
-    /// To a row whose value is thousands of operations per second.
+    /// For a row in thousands of operations per second.
     void addThousands(const RowId& row, const Timing& timing);
 
-    /// To a row whose value is how many times `unit` of an amount a second.
+    /// For a row in multiples of `unit` per second.
     void addRate(const RowId& row, double amount, double seconds, double unit);
 
-    /// To a row whose value stands for itself.
+    /// For a row with a plain value.
     void add(const RowId& row, double value);
 
     const std::vector<Measurement>& all() const { return all_; }

@@ -8,7 +8,7 @@
 
 namespace storage::benchmark {
 
-/// One run of one scenario with one store, in a process of its own. A value.
+/// One run of a scenario with a store, in its own process. A value.
 struct Repetition {
     std::string scenario;
     std::string store;

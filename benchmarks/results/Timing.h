@@ -8,7 +8,7 @@
 
 namespace storage::benchmark {
 
-/// How long a number of operations took. Sums of timings are timings.
+/// The duration of a number of operations. Timings can be added.
 struct Timing {
     std::uint64_t operations = 0;
     double seconds = 0;
@@ -26,8 +26,8 @@ inline double secondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// Times operation(0) to operation(count - 1), or as many of them as the budget of seconds allows. The clock is
-/// read after growing numbers of operations, so rarely that it does not show.
+/// Times operation(0) to operation(count - 1), or as many of them as fit into the budget in seconds. The
+/// clock is read after increasing numbers of operations, so that its cost is negligible.
 template <typename Operation>
 Timing measure(std::size_t count, double budget, Operation operation) {
     constexpr std::size_t longestRun = 4096;

@@ -7,22 +7,22 @@
 
 namespace storage::benchmark {
 
-/// What the program was asked to do. A value.
+/// Command-line options of the program. A value.
 struct BenchmarkOptions {
     Form form = Form::Full;
     unsigned repetitions = 5;
-    std::string only = "*";          ///< scenarios to run, as a pattern of their names
-    std::vector<std::string> stores; ///< ids of stores to run; none for all
+    std::string only = "*";          ///< pattern of scenario names
+    std::vector<std::string> stores; ///< ids of stores; empty for all
     std::string plugin;
-    std::string command = "qzstorage_benchmark"; ///< that results name
-    std::string results;                         ///< files and folders to write; empty for none
+    std::string command = "qzstorage_benchmark"; ///< as recorded in the results
+    std::string results;                         ///< output files and folders; empty for none
     std::string runs;
     std::string table;
     std::string data;
-    std::string help; ///< to be printed instead of running anything; empty when not asked for
+    std::string help; ///< text of --help; empty unless requested
 
-    // One repetition, which the program runs itself in another process for:
-    std::string scenario; ///< empty for the program as people start it
+    // Internal options, with which the program runs one repetition in another process:
+    std::string scenario; ///< empty if started by a user
     std::string tmpfsFolder;
 
     /// @throws CLI::ParseError

@@ -15,8 +15,8 @@ namespace storage::benchmark {
 
 namespace {
 
-/// A thread that does nothing. While a process has a single one, the standard libraries leave out what they need
-/// to be safe for threads, which no host of such a store would see.
+/// An idle thread. In a single-threaded process the standard libraries skip atomic operations and locks,
+/// which would not be representative of a host.
 class IdleThread {
 public:
     IdleThread() : thread_([](const std::stop_token& stop) { waitFor(stop); }) {}

@@ -4,9 +4,9 @@
 
 namespace storage::benchmark {
 
-/// What the program does in the process of one repetition: runs the one scenario with the one store of the
-/// options, and prints what it measured.
-/// @throws WrongResult, and what the store throws
+/// Runs one repetition in its own process: the scenario of the options with the store of the options. Prints
+/// the measurements.
+/// @throws WrongResult, and exceptions of the store
 void runRepetitionProcess(const BenchmarkOptions& options);
 
 } // namespace storage::benchmark

@@ -12,8 +12,8 @@
 
 namespace storage::benchmark {
 
-/// Runs all repetitions, each in a process of its own. In each repetition of a scenario the stores take turns, and
-/// each time another one begins.
+/// Runs all repetitions, each in its own process. The repetitions of the stores are interleaved, and each
+/// round of a scenario begins with another store.
 class Runner {
 public:
     Runner(const BenchmarkOptions& options, TmpfsFolder& tmpfs);
@@ -24,7 +24,7 @@ public:
     const std::vector<StoreKind>& stores() const { return stores_; }
     const std::vector<Repetition>& repetitions() const { return repetitions_; }
 
-    /// How many repetitions came to no result, which was reported then.
+    /// The number of repetitions without a result. Each was reported when it failed.
     std::size_t failures() const { return failures_; }
 
 private:

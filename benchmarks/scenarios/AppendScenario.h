@@ -6,7 +6,7 @@
 
 namespace storage::benchmark {
 
-/// Small writes, one after the other, through one stream.
+/// Small sequential writes through one stream.
 class AppendScenario final : public Scenario {
 public:
     explicit AppendScenario(std::uint32_t writes);

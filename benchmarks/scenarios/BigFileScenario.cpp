@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t randomReads = 100'000;
 constexpr std::size_t randomReadSize = 4096;
 
-/// One run: files that hold blocks numbered from 0 on in each.
+/// One run: files with blocks numbered from 0 on in each file.
 class BigFileRun {
 public:
     BigFileRun(const StoreKind& kind, std::uint64_t fileSize, std::uint64_t allSizes);
@@ -34,7 +34,7 @@ private:
     std::uint64_t numberOf(std::uint64_t file, std::uint64_t block) const { return file * blocks_ + block; }
 
     std::uint64_t fileSize_;
-    std::uint64_t blocks_; ///< in a file
+    std::uint64_t blocks_; ///< per file
     PathIndex files_;
     std::unique_ptr<PatternedBlock> content_ = std::make_unique<PatternedBlock>(1);
     AlignedBuffer buffer_{PatternedBlock::usualSize};

@@ -6,8 +6,8 @@
 
 namespace storage::benchmark {
 
-/// Files of one size, written, overwritten and read in blocks of 64 KiB. There are as many of them as make the
-/// same number of bytes at every size; where that is one file, it is read at random too.
+/// Writes, overwrites and reads files of one size in blocks of 64 KiB. The total number of bytes is the same
+/// for every size. If that is one file, it is also read at random.
 class BigFileScenario final : public Scenario {
 public:
     BigFileScenario(std::string variant, std::uint64_t fileSize, std::uint64_t allSizes);

@@ -24,7 +24,7 @@ void addPaths(FolderPlan& plan) {
         paths.add(fmt::format("/folder/f{:07}", i));
     }
     plan.missing = plan.files + plan.count;
-    for (std::uint32_t i = 0; i < plan.queries; ++i) { // evenly among the others
+    for (std::uint32_t i = 0; i < plan.queries; ++i) { // evenly distributed among the files
         paths.add(fmt::format("/folder/f{:07}x", i * (plan.count / plan.queries)));
     }
     plan.renamed = plan.missing + plan.queries;

@@ -74,7 +74,7 @@ Timing FolderRound::makeFiles() {
                    [&](std::size_t i) { store_->createFile(plan_.files + static_cast<PathIndex>(i)); });
 }
 
-/// Some files are not empty, so that sizes tell whether attributes are those of the right file.
+/// Some files are not empty, so that their sizes show whether the attributes are those of the right file.
 std::uint64_t FolderRound::sizeOf(std::uint32_t file) const {
     return kind_.can(Ability::OverwriteFile) && file % 128 == 7 ? 1 + file % 5 : 0;
 }

@@ -10,15 +10,15 @@
 
 namespace storage::benchmark {
 
-/// One round of what is done in a folder, with a store of its own. Each step goes on from what the one before left;
-/// `present_` says where each file is by then.
+/// One round of the operations in a folder, with its own store. Each step continues from the state that the
+/// previous one left. `present_` contains the current path of each file.
 class FolderRound {
 public:
     /// @param variant  the number of files as in the names of rows
     FolderRound(const StoreKind& kind, const FolderPlan& plan, std::string variant,
                 Measurements& measurements);
 
-    /// All but removing.
+    /// Runs everything except the removal.
     void run();
 
     void runRemovals();
@@ -41,7 +41,7 @@ private:
     const std::string variant_;
     Measurements& measurements_;
     std::unique_ptr<Store> store_;
-    std::vector<PathIndex> present_; ///< the path of each file
+    std::vector<PathIndex> present_; ///< the current path of each file
 };
 
 } // namespace storage::benchmark

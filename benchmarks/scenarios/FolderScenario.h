@@ -6,7 +6,7 @@
 
 namespace storage::benchmark {
 
-/// Files in one folder: make them, look at them, list and move them; in each round with a new store.
+/// Creates, looks up, lists and moves files in one folder. Each round uses a new store.
 class FolderScenario final : public Scenario {
 public:
     FolderScenario(std::string variant, std::uint32_t count);

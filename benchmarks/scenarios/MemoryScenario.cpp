@@ -12,7 +12,7 @@ namespace storage::benchmark {
 
 namespace {
 
-/// Bytes of this process that are in memory.
+/// Resident memory of this process in bytes.
 std::uint64_t residentBytes() {
     std::uint64_t all = 0;
     std::uint64_t resident = 0;
@@ -27,7 +27,7 @@ MemoryScenario::MemoryScenario(std::string variant, std::string namePrefix, std:
     : variant_(std::move(variant)), namePrefix_(std::move(namePrefix)), files_(files), fileSize_(fileSize) {}
 
 void MemoryScenario::run(const StoreKind& kind, Measurements& measurements) const {
-    PathList paths; // stays to the end, so that no store can use its memory again
+    PathList paths; // outlives the measurement, so that no store can reuse its memory
     for (std::uint32_t i = 0; i < files_; ++i) {
         paths.add(fmt::format("/{}{:05x}", namePrefix_, i));
     }

@@ -8,11 +8,11 @@
 
 namespace storage::benchmark {
 
-/// Many files of one size: how much the process grows for each of them.
+/// Creates many files of one size, and measures the growth of the process per file.
 class MemoryScenario final : public Scenario {
 public:
-    /// @param namePrefix  of the names of the files, which five digits follow
-    /// @param fileSize  0 for empty files
+    /// @param namePrefix  prefix of the file names; five digits follow
+    /// @param fileSize    in bytes, 0 for empty files
     MemoryScenario(std::string variant, std::string namePrefix, std::uint32_t files, std::size_t fileSize);
 
     std::string name() const override { return "memory-" + variant_; }

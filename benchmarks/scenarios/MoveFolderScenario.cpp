@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint32_t filesInFolder = 100;
 
-/// One run: the tree under its first name, the names that it is moved to, and the tree under the last of them.
+/// One run: the tree, the sequence of its names, and the tree under the last name.
 class MoveFolderRun {
 public:
     MoveFolderRun(const StoreKind& kind, std::uint32_t files, std::uint32_t moves);
@@ -29,8 +29,8 @@ private:
 
     std::uint32_t folders_;
     std::uint32_t moves_;
-    PathList paths_;       ///< first the names of the folder, one for each move and one before
-    PathIndex before_ = 0; ///< the first descendant, each folder before its files
+    PathList paths_;       ///< first the names of the folder: one per move and the initial one
+    PathIndex before_ = 0; ///< the first descendant; folders precede their files
     PathIndex after_ = 0;
     std::unique_ptr<Store> store_;
 };

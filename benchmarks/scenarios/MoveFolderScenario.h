@@ -6,7 +6,7 @@
 
 namespace storage::benchmark {
 
-/// A folder of sub-folders of 100 empty files each, moved to one new name after the other.
+/// Repeatedly moves a folder with subfolders of 100 empty files each to a new name.
 class MoveFolderScenario final : public Scenario {
 public:
     MoveFolderScenario(std::string variant, std::uint32_t files, std::uint32_t moves);

@@ -8,7 +8,7 @@
 
 namespace storage::benchmark {
 
-/// The paths of a scenario, in the order in which a store is given them.
+/// The paths of a scenario, in the order in which the store receives them.
 class PathList {
 public:
     PathIndex add(std::string path) {

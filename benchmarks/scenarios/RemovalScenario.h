@@ -6,8 +6,8 @@
 
 namespace storage::benchmark {
 
-/// Files in one folder, removed one by one, the first half in the order in which they were made. In a process of its
-/// own, so that memory has seen nothing but their making.
+/// Removes files of one folder one by one, the first half in the order of their creation. Runs in its own
+/// process, so that the heap contains nothing but these files.
 class RemovalScenario final : public Scenario {
 public:
     RemovalScenario(std::string variant, std::uint32_t count);

@@ -7,8 +7,8 @@
 
 namespace storage::benchmark {
 
-/// A workload that fills a store, times its operations one kind after the other, and verifies what they did. Runs
-/// once in a process.
+/// A workload that fills a store, times its operations by kind, and verifies their effects. Runs once per
+/// process.
 class Scenario {
 public:
     Scenario() = default;
@@ -18,10 +18,10 @@ public:
 
     virtual std::string name() const = 0;
 
-    /// Whether a kind of store can do any of it.
+    /// Whether a kind of store supports any of its operations.
     virtual bool suits(const StoreKind& kind) const = 0;
 
-    /// @throws WrongResult, and what the store throws
+    /// @throws WrongResult, and exceptions of the store
     virtual void run(const StoreKind& kind, Measurements& measurements) const = 0;
 };
 

@@ -8,7 +8,7 @@
 
 namespace storage::benchmark {
 
-/// Every scenario, in the order of the table of results.
+/// Every scenario, in the order of the result table.
 std::vector<std::unique_ptr<Scenario>> scenarioTable(Form form);
 
 } // namespace storage::benchmark

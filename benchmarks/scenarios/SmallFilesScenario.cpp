@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t blockSize = 4096;
 
-/// One run: the files, and what each of them holds.
+/// One run: the files and their contents.
 class SmallFilesRun {
 public:
     SmallFilesRun(const StoreKind& kind, std::size_t fileSize, std::uint32_t files, std::uint32_t operations);
@@ -33,7 +33,7 @@ private:
 
     std::size_t fileSize_;
     std::vector<std::uint32_t> order_;   ///< the file of each operation
-    std::vector<std::uint64_t> numbers_; ///< of the block that each file holds
+    std::vector<std::uint64_t> numbers_; ///< the block number that each file contains
     PathIndex first_ = 0;
     PatternedBlock block_{4096, blockSize};
     AlignedBuffer buffer_{blockSize};

@@ -8,10 +8,10 @@
 
 namespace storage::benchmark {
 
-/// Small files of one size, each operation opening and releasing one of them.
+/// Reads and overwrites small files of one size. Each operation opens and closes a file.
 class SmallFilesScenario final : public Scenario {
 public:
-    /// @param variant  what the rows call the size
+    /// @param variant  name of the size in the rows
     SmallFilesScenario(std::string variant, std::size_t fileSize, std::uint32_t files,
                        std::uint32_t operations);
 

@@ -18,16 +18,17 @@ namespace storage::benchmark {
 
 namespace {
 
-/// Does some operations and says how many. Called over and over by one thread.
+/// Performs some operations and returns their number. A thread calls it in a loop.
 using Work = std::function<std::uint64_t()>;
 
-/// What two works reach together and each alone.
+/// The rate of two workloads together, and their gain over running alone.
 struct PairRates {
     double total;
     double gain;
 };
 
-/// Operations per second in a thread of its own that begins when all who share `start` are ready.
+/// Measures operations per second in a new thread. It begins when all threads with the same `start` are
+/// ready.
 std::future<double> startWork(const Work& work, double seconds, std::latch& start) {
     return std::async(std::launch::async, [&work, seconds, &start] {
         start.arrive_and_wait();
@@ -60,7 +61,7 @@ constexpr std::size_t cacheLine = 64;
 constexpr std::uint32_t watchedFiles = 10'000;
 constexpr std::uint32_t changingFiles = 1'000;
 
-/// Attributes at random in one folder, files made and removed in another.
+/// Looks up attributes at random in one folder; creates and removes files in another.
 class TreeWorks {
 public:
     explicit TreeWorks(const StoreKind& kind);
@@ -77,7 +78,7 @@ private:
     PathIndex watched_ = 2;
     PathIndex changing_ = watched_ + watchedFiles;
 
-    /// What the one thread changes lies apart from what the other reads.
+    /// On its own cache line, because the other thread reads the members above (false sharing).
     struct alignas(cacheLine) LookUps {
         std::size_t next = 0;
         std::uint64_t sizes = 0;
@@ -131,7 +132,7 @@ void TreeWorks::verify() {
     expectEqual(store_->list(changingFolder_).entries, 0, "files that were all removed");
 }
 
-/// Reads of 4 KiB at random in a file of its own. Shares no cache line with that of the other thread.
+/// Random reads of 4 KiB in its own file. Aligned to avoid false sharing with the other thread.
 class alignas(cacheLine) ReadingWork {
 public:
     static constexpr std::uint64_t fileSize = 64 << 20;
@@ -148,7 +149,7 @@ private:
     PatternedBlock content_;
     AlignedBuffer buffer_{readSize};
     std::vector<std::uint64_t> offsets_ = std::vector<std::uint64_t>(20'000);
-    std::vector<std::uint64_t> words_; ///< the first one at each offset
+    std::vector<std::uint64_t> words_; ///< the first word at each offset
     std::size_t next_ = 0;
     std::uint64_t sum_ = 0;
     std::uint64_t expected_ = 0;

@@ -4,12 +4,12 @@
 
 namespace storage::benchmark {
 
-/// Two threads on one store: what they do in the same time together, against what each does alone. The gain is
-/// the rate of both together over the mean of the rates of each alone: 2 when neither hinders the other, 1 when
-/// they take turns, less when they lose time over that.
+/// Runs two threads on one store, together and each alone. The gain is the total rate of both together
+/// divided by the mean of the rates alone. It is 2 without contention, 1 if the threads take turns, and less
+/// if contention costs additional time.
 class ThreadsScenario final : public Scenario {
 public:
-    /// @param seconds  each of the measurements goes on for
+    /// @param seconds  duration of each measurement
     explicit ThreadsScenario(double seconds);
 
     std::string name() const override { return "threads"; }

@@ -14,14 +14,14 @@ namespace {
 
 constexpr std::uint32_t filesInFolder = 100;
 constexpr std::size_t pathLength = 60;
-constexpr double queryBudget = 0.4; // some stores walk through all of the tree to look for a name, or to list
+constexpr double queryBudget = 0.4; // look-ups and listings are linear in the tree's size in some stores
 constexpr std::string_view top = "/home/build/projects/products/sources";
 
 RowId treeRow(const char* kind) {
     return {kind, "tree", 0};
 }
 
-/// One run: the tree, and the store that it is made in.
+/// One run: the tree and its store.
 class TreeRun {
 public:
     TreeRun(const StoreKind& kind, std::uint32_t folders, Measurements& measurements);
@@ -37,9 +37,9 @@ private:
     const std::uint32_t folderCount_;
     Measurements& measurements_;
     PathList paths_;
-    PathIndex folders_ = 0; ///< the first
-    PathIndex files_ = 0;   ///< the first, folder after folder
-    PathIndex missing_ = 0; ///< the first of as many
+    PathIndex folders_ = 0; ///< the first folder
+    PathIndex files_ = 0;   ///< the first file; files are grouped by folder
+    PathIndex missing_ = 0; ///< the first missing name; as many as files
     std::vector<std::uint32_t> order_;
     std::unique_ptr<Store> store_;
 };
@@ -102,7 +102,7 @@ void TreeRun::missing() {
 
 void TreeRun::list() {
     ListingSummary expected;
-    for (PathIndex file = files_; file < files_ + filesInFolder; ++file) { // the names are the same in each
+    for (PathIndex file = files_; file < files_ + filesInFolder; ++file) { // each folder has the same names
         const std::string name = paths_[file].substr(paths_[folders_].size() + 1);
         expected.add(name.data(), name.size(), EntryKind::File);
     }

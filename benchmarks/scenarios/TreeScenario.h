@@ -6,7 +6,7 @@
 
 namespace storage::benchmark {
 
-/// Many folders with some files in each, all paths long and alike for most of their length.
+/// Many folders with a few files each. All paths are long and have long common prefixes.
 class TreeScenario final : public Scenario {
 public:
     explicit TreeScenario(std::uint32_t folders);

@@ -4,23 +4,23 @@
 
 namespace storage::benchmark {
 
-/// What a store can be asked for. A scenario names the abilities that it takes.
+/// The operations of a store. A scenario names the abilities that it requires.
 enum class Ability {
     Create,              ///< empty files, one by one
     Attributes,          ///< the size of a file, by its path
-    Exists,              ///< whether something stands at a path
+    Exists,              ///< whether an entry exists at a path
     List,                ///< the names in a folder
     MoveFile,            ///< to another name, to another folder
     MoveFolder,          ///< with everything below it
     Remove,              ///< files, one by one
     ReadFile,            ///< open, read, release
     OverwriteFile,       ///< open, write over what is there, release
-    Append,              ///< small writes at the end of one open file
-    Write,               ///< large writes that make a new file
-    OverwriteInPlace,    ///< large writes over the bytes of a file
-    Read,                ///< reads through one open file, in order and at random
+    Append,              ///< small writes at the end of an open file
+    Write,               ///< large writes to a new file
+    OverwriteInPlace,    ///< large writes over the content of a file
+    Read,                ///< sequential and random reads through an open file
     ChangeTreeInThreads, ///< look up and change the tree from two threads at once
-    LiveInProcess        ///< its memory is that of the process
+    LiveInProcess        ///< stores its data in the memory of the process
 };
 
 using Abilities = std::set<Ability>;

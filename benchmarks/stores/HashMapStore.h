@@ -13,11 +13,11 @@
 
 namespace storage::benchmark {
 
-/// The floor: what a tree costs that does nothing but be one. One hash map of paths behind one mutex; each folder
-/// heads a list of its children, so that it can be listed, and moved by giving every descendant a new key.
+/// The floor: the minimum cost of a tree. One hash map of paths with one mutex. Each folder has a linked list
+/// of its children, for listing. Moving a folder gives every descendant a new key.
 ///
-/// The mutex guards all of it. A node's address stays through changes of its key. An entry is listed under its
-/// parent, and has a key that begins with its parent's.
+/// The mutex guards everything. Invariants: the address of a node is stable when its key changes; an entry is
+/// in the list of its parent; its key begins with the key of its parent.
 class HashMapStore final : public Store {
 public:
     static Abilities abilities();
@@ -46,9 +46,9 @@ private:
         std::int64_t lastModified = 0;
         const std::string* path = nullptr; ///< the node's key
         Node* firstChild = nullptr;
-        Node* previous = nullptr; ///< among the children of its parent
+        Node* previous = nullptr; ///< in the list of the parent's children
         Node* next = nullptr;
-        std::unique_ptr<std::vector<char>> content; ///< made by the first write
+        std::unique_ptr<std::vector<char>> content; ///< allocated by the first write
     };
 
     struct PathHash {

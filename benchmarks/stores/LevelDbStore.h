@@ -10,10 +10,10 @@
 
 namespace storage::benchmark {
 
-/// The memory environment of LevelDB: an ordered map of paths behind one mutex, the bytes of a file in blocks.
+/// The in-memory environment of LevelDB: an ordered map of paths with one mutex; file contents in blocks.
 ///
-/// It has no folders: making one costs nothing, a listing walks through the whole map and tells no kinds, and
-/// there is nothing to move. Nor can bytes be replaced in place: overwriting a file empties it first.
+/// It has no folders: creating one costs nothing, a listing scans the whole map and has no kinds, and a
+/// folder cannot be moved. Bytes cannot be overwritten in place: overwriting a file truncates it first.
 class LevelDbStore final : public Store {
 public:
     static Abilities abilities();

@@ -12,7 +12,7 @@ namespace storage::benchmark {
 
 namespace {
 
-/// Paths are given in the form that the file system keeps, so it need not look for dots in them.
+/// Paths are already normalized, so the file system does not search them for dots.
 constexpr bool normalizedPaths = false;
 
 std::runtime_error failure(const std::string& path) {
@@ -27,7 +27,7 @@ Value checked(llvm::ErrorOr<Value> value) {
     return std::move(*value);
 }
 
-/// Opens a file for its bytes, which are not copied.
+/// The content of a file, without a copy.
 std::unique_ptr<llvm::MemoryBuffer> bufferOf(llvm::vfs::FileSystem& files, const std::string& path) {
     const std::unique_ptr<llvm::vfs::File> file = checked(files.openFileForRead(path));
     return checked(file->getBuffer(path));
@@ -40,7 +40,7 @@ void copy(const llvm::MemoryBuffer& from, std::uint64_t offset, char* buffer, st
     std::memcpy(buffer, from.getBufferStart() + offset, count);
 }
 
-/// Collects the bytes of a file, and adds the file when it goes.
+/// Buffers the bytes of a file. The destructor adds the file.
 class LlvmWriter final : public Stream {
 public:
     LlvmWriter(llvm::vfs::InMemoryFileSystem& files, const std::string& path, std::uint64_t size)

@@ -10,7 +10,8 @@
 
 namespace storage::benchmark {
 
-/// LLVM's in-memory file system: nested maps of names, for one thread. Files are added whole and then only read.
+/// LLVM's in-memory file system: nested maps of names. Not thread-safe. Files are added as a whole and are
+/// then read-only.
 class LlvmStore final : public Store {
 public:
     static Abilities abilities();

@@ -10,8 +10,8 @@
 
 namespace storage::benchmark {
 
-/// The bound of bandwidth: each file is one piece of fresh memory of the right size, and memcpy moves its bytes.
-/// Has no tree.
+/// The bound of bandwidth: each file is new memory of the exact size, and memcpy copies its bytes. Has no
+/// tree.
 class MemcpyStore final : public Store {
 public:
     static Abilities abilities();

@@ -11,12 +11,12 @@
 
 namespace storage::benchmark {
 
-/// A provider of a plug-in, driven as a host drives it. The plug-in stays loaded until the process ends.
+/// A provider of a plug-in, used as a host uses it. The plug-in stays loaded until the process ends.
 class ProviderStore final : public Store {
 public:
     static Abilities abilities();
 
-    /// The plug-in that was built with this program.
+    /// The plug-in that was built together with this program.
     static std::string defaultPlugin();
 
     /// Loads a plug-in.

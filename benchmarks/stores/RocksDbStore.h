@@ -10,11 +10,10 @@
 
 namespace storage::benchmark {
 
-/// The in-memory environment of RocksDB: an ordered map of paths behind one mutex.
+/// The in-memory environment of RocksDB: an ordered map of paths with one mutex.
 ///
-/// What is not compared: kinds in listings, which it does not tell, and moves of folders, which take a walk
-/// through the whole map for each descendant. A look for a missing name and a move of a file take such a walk
-/// too.
+/// Not compared: kinds in listings, which it does not return, and moves of folders, which scan the whole map
+/// for each descendant. Looking up a missing name and moving a file also scan the map.
 class RocksDbStore final : public Store {
 public:
     static Abilities abilities();

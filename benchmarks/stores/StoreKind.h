@@ -9,7 +9,7 @@
 
 namespace storage::benchmark {
 
-/// A kind of store, and how to make one of it. A value.
+/// A kind of store with its factory. A value.
 struct StoreKind : Contender {
     Abilities abilities;
     std::function<std::unique_ptr<Store>()> build;

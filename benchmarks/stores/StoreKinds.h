@@ -8,9 +8,9 @@
 
 namespace storage::benchmark {
 
-/// Every kind of store that was built in and has its place on this machine, the plug-in first.
-/// @param plugin       the plug-in's shared library; loaded by the first store that is built of it
-/// @param tmpfsFolder  a folder of a tmpfs; empty where there is none
+/// Every kind of store that was built and is supported on this machine, the plug-in first.
+/// @param plugin       path of the plug-in, which is loaded when its first store is built
+/// @param tmpfsFolder  a folder on a tmpfs; empty if there is none
 std::vector<StoreKind> storeKinds(const std::string& plugin, const std::filesystem::path& tmpfsFolder);
 
 } // namespace storage::benchmark

@@ -32,7 +32,7 @@ Abilities TmpfsStore::abilities() {
 TmpfsStore::TmpfsStore(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
 TmpfsStore::~TmpfsStore() {
-    std::error_code ignored; // the program looks after what is left
+    std::error_code ignored; // the program cleans up what remains
     for (const auto& entry : std::filesystem::directory_iterator(folder_, ignored)) {
         std::filesystem::remove_all(entry.path(), ignored);
     }

@@ -9,12 +9,12 @@
 
 namespace storage::benchmark {
 
-/// A folder of a tmpfs, driven by system calls, the fewest that do the work. It is emptied when the object goes.
+/// A folder on a tmpfs, used with as few system calls as possible. The destructor empties it.
 class TmpfsStore final : public Store {
 public:
     static Abilities abilities();
 
-    /// @param folder  empty, for this object alone
+    /// @param folder  empty, not used by others
     explicit TmpfsStore(std::filesystem::path folder);
     ~TmpfsStore() override;
 

@@ -32,7 +32,7 @@ namespace {
     ::_exit(127);
 }
 
-/// Reads to the end. A signal to stop is passed on to the child, whose end is the end of its output.
+/// Reads to the end of the output. Forwards a termination signal to the child, which ends its output.
 std::string readAll(int descriptor, pid_t child) {
     std::string text;
     std::array<char, 4096> buffer{};

@@ -5,21 +5,21 @@
 
 namespace storage::benchmark {
 
-/// What has become of a process that ran to its end. A value.
+/// The result of a process that has ended. A value.
 struct ChildProcess {
-    std::string output;          ///< what it wrote to its standard output
-    double seconds = 0;          ///< that it lived
-    double processorSeconds = 0; ///< that it computed
+    std::string output;          ///< its standard output
+    double seconds = 0;          ///< wall time
+    double processorSeconds = 0; ///< processor time
     bool succeeded = false;
 
-    /// Runs a program with arguments, which dies with this process.
-    /// @throws Interrupted, after the other process was stopped
+    /// Runs a program with arguments. The child process is killed if this process ends.
+    /// @throws Interrupted, after the child was stopped
     static ChildProcess run(std::vector<std::string> command);
 
-    /// Runs this program once more, with other arguments.
+    /// Runs this program again with other arguments.
     static ChildProcess runSelf(std::vector<std::string> arguments);
 
-    /// As `run`.
+    /// Like `run`.
     /// @throws std::runtime_error when the program fails
     static ChildProcess runSuccessfully(const std::vector<std::string>& command);
 };

@@ -4,7 +4,8 @@
 
 namespace storage::benchmark {
 
-/// Runs what a program consists of and returns its exit status, which after an exception is one that tells its kind.
+/// Runs a program's main function and returns its exit status. After an exception the status depends on its
+/// kind.
 int runGuarded(const char* programName, const std::function<int()>& program) noexcept;
 
 } // namespace storage::benchmark

@@ -24,7 +24,7 @@ Load LoadMeter::read(const ChildProcess& child, std::optional<double> serverSeco
     const ProcessorTimes after = ProcessorTimes::now();
     const double own =
         child.processorSeconds + serverSeconds.value_or(0) + ownProcessorSeconds() - ownBefore_;
-    // What programs wrote to a server, the kernel may hand over on a thread of its own.
+    // The kernel may write back data to a server in its own threads.
     const double kernel = serverSeconds ? kernelThreadSeconds() - kernelBefore_ : 0;
     return {child.seconds, child.processorSeconds, std::max(0.0, after.busy - before_.busy - own - kernel),
             after.stolen - before_.stolen, serverSeconds};

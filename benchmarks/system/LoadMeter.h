@@ -8,13 +8,13 @@
 
 namespace storage::benchmark {
 
-/// Finds out who uses the processors from its beginning on.
+/// Measures the use of the processors since its construction.
 class LoadMeter {
 public:
     LoadMeter();
 
-    /// @param child          what ran since the beginning
-    /// @param serverSeconds  that its server computed since the beginning, if it has one
+    /// @param child          the process that ran meanwhile
+    /// @param serverSeconds  processor time of its server meanwhile, if it has one
     Load read(const ChildProcess& child, std::optional<double> serverSeconds = {}) const;
 
 private:

@@ -18,7 +18,7 @@ std::string firstLineOf(const std::string& path) {
     return line.empty() ? "unknown" : line;
 }
 
-/// The value behind "name :" in a file of such lines.
+/// The value of a line "name : value" in a file.
 std::string valueOf(const std::string& path, const std::string& name) {
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {

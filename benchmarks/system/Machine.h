@@ -6,10 +6,10 @@
 
 namespace storage::benchmark {
 
-/// Of the kernel, as a version is told.
+/// The release of the running kernel.
 std::string kernelRelease();
 
-/// What there is to know of the machine that figures depend on, as pairs of name and value.
+/// The properties of the machine that affect measurements, as pairs of name and value.
 std::vector<std::pair<std::string, std::string>> describeMachine();
 
 } // namespace storage::benchmark

@@ -10,7 +10,7 @@ namespace storage::benchmark {
 
 namespace {
 
-constexpr unsigned long kernelThread = 0x00200000; // among the flags of a process, a fixed part of /proc
+constexpr unsigned long kernelThread = 0x00200000; // PF_KTHREAD in the flags of /proc/PID/stat
 
 struct ProcessState {
     unsigned long flags = 0;
@@ -21,13 +21,13 @@ ProcessState stateOf(const std::string& process) {
     std::ifstream file("/proc/" + process + "/stat");
     std::string text;
     std::getline(file, text);
-    const std::size_t nameEnd = text.rfind(')'); // a name may hold blanks
+    const std::size_t nameEnd = text.rfind(')'); // the name may contain blanks
     if (nameEnd == std::string::npos) {
         return {};
     }
     std::istringstream values(text.substr(nameEnd + 1));
     std::string ignored;
-    for (int i = 0; i < 6; ++i) { // the state and what the process belongs to
+    for (int i = 0; i < 6; ++i) { // the state and the ids of group, session and terminal
         values >> ignored;
     }
     ProcessState state;

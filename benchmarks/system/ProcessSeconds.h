@@ -4,10 +4,10 @@
 
 namespace storage::benchmark {
 
-/// What a process has computed since it was started, in seconds; 0 when it is gone.
+/// Processor time of a process in seconds; 0 if it does not exist.
 double processSeconds(pid_t process);
 
-/// What the threads of the kernel have computed.
+/// Processor time of all kernel threads in seconds.
 double kernelThreadSeconds();
 
 } // namespace storage::benchmark

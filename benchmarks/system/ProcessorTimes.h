@@ -2,10 +2,10 @@
 
 namespace storage::benchmark {
 
-/// What all processors together have done since the machine was started, in seconds. A value.
+/// Times of all processors since the machine was started, in seconds. A value.
 struct ProcessorTimes {
     double busy = 0;
-    double stolen = 0; ///< by the machine below this one
+    double stolen = 0; ///< steal time of the hypervisor
 
     static ProcessorTimes now();
 };

@@ -4,7 +4,7 @@
 
 namespace storage::benchmark {
 
-/// Shows what is being done, in place of what was shown before; nothing but on a terminal.
+/// Replaces the progress line on a terminal. Does nothing elsewhere.
 void showProgress(const std::string& text);
 
 } // namespace storage::benchmark

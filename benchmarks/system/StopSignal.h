@@ -4,14 +4,14 @@
 
 namespace storage::benchmark {
 
-/// Thrown after a signal has asked the program to stop.
+/// Thrown after a termination signal.
 class Interrupted : public std::runtime_error {
 public:
     Interrupted() : std::runtime_error("interrupted") {}
 };
 
-/// Lets the program end in order when it is asked to by a signal, which also ends a blocking system call. One
-/// object in a program.
+/// Turns termination signals into an orderly exit. A signal also interrupts a blocking system call. At most
+/// one object per program.
 class StopSignal {
 public:
     StopSignal();

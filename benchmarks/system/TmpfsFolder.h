@@ -4,7 +4,7 @@
 
 namespace storage::benchmark {
 
-/// A folder of this run in a tmpfs that has room enough, if there is one. It goes with the object.
+/// A folder of this run on a tmpfs with enough space, if there is one. The destructor removes it.
 class TmpfsFolder {
 public:
     TmpfsFolder();
@@ -12,10 +12,10 @@ public:
     TmpfsFolder(const TmpfsFolder&) = delete;
     TmpfsFolder& operator=(const TmpfsFolder&) = delete;
 
-    /// Empty when no tmpfs will do.
+    /// Empty if no tmpfs is suitable.
     const std::filesystem::path& path() const { return path_; }
 
-    /// Removes what a process that died may have left behind.
+    /// Removes what a killed child process left behind.
     void clear() noexcept;
 
 private:

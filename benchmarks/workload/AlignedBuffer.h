@@ -7,11 +7,11 @@
 
 namespace storage::benchmark {
 
-/// Memory to read into that begins with a page. Where it begins shows in the time of a copy, and would otherwise be
-/// left to what a store has allocated before.
+/// A page-aligned read buffer. The alignment affects the time of a copy, and would otherwise depend on
+/// earlier allocations.
 class AlignedBuffer {
 public:
-    /// @param size  whole pages
+    /// @param size  a multiple of the page size
     explicit AlignedBuffer(std::size_t size)
         : memory_(static_cast<char*>(std::aligned_alloc(pageSize, size)), std::free) {
         if (!memory_) {

@@ -7,7 +7,7 @@
 
 namespace storage::benchmark {
 
-/// An open file of the machine's file system. Owns its descriptor.
+/// An open file of the operating system. Owns its descriptor.
 class FileStream final : public Stream {
 public:
     /// @throws std::system_error, also in the other functions
@@ -19,7 +19,7 @@ public:
     void readAt(std::uint64_t offset, char* buffer, std::size_t count) override;
     void writeAt(std::uint64_t offset, const char* bytes, std::size_t count);
 
-    /// Ends the use of the stream, and tells what became of bytes that were written late.
+    /// Closes the file and reports delayed write errors.
     void close();
 
     int descriptor() const { return descriptor_; }

@@ -10,8 +10,8 @@
 
 namespace storage::benchmark {
 
-/// Lists a folder of the machine's file system to its end: visit(descriptor of the folder, entry) for each entry but the
-/// folder itself and its parent.
+/// Lists a folder of the operating system: calls visit(descriptor of the folder, entry) for each entry except
+/// "." and "..".
 /// @throws std::system_error
 template <typename Visit>
 void visitFolder(const char* path, Visit visit) {
@@ -29,7 +29,7 @@ void visitFolder(const char* path, Visit visit) {
 /// Adds an entry of a listing to its summary.
 void addEntry(ListingSummary& summary, const dirent& entry);
 
-/// What there is to list in a folder.
+/// Lists a folder and returns its summary.
 /// @throws std::system_error
 ListingSummary listFolder(const char* path);
 

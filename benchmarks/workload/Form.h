@@ -2,10 +2,10 @@
 
 namespace storage::benchmark {
 
-/// How much is done.
+/// The amount of work.
 enum class Form {
     Full,
-    Short ///< small sizes, to see that all works
+    Short ///< small sizes, as a test
 };
 
 } // namespace storage::benchmark

@@ -7,12 +7,12 @@ namespace storage::benchmark {
 
 enum class EntryKind { File, Folder };
 
-/// What was seen of a listing: enough to tell that every name was there, cheap enough to be made while the
-/// listing is timed. A value; sums of summaries are summaries.
+/// A checksum of a listing: sufficient to detect missing names, and cheap enough to compute during the timed
+/// part. A value; summaries can be added.
 struct ListingSummary {
     std::uint64_t entries = 0;
     std::uint64_t folders = 0;
-    std::uint64_t units = 0; ///< of some places of each name, summed
+    std::uint64_t units = 0; ///< sum over selected code units of each name
 
     template <typename Unit>
     void add(const Unit* name, std::size_t length, EntryKind kind) {

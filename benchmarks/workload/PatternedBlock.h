@@ -8,32 +8,33 @@
 
 namespace storage::benchmark {
 
-/// A block of bytes to be written many times, each time with another number at both ends and the same pattern
-/// between them, so that what is read back tells whether it is right, wherever it was read from.
+/// A block with a fixed pattern and a number at both ends. It is written many times with different numbers,
+/// so that data read back can be verified at any position.
 class PatternedBlock {
 public:
     static constexpr std::size_t usualSize = 64 * 1024;
 
-    /// @param salt  makes blocks of different salts differ everywhere
-    /// @param size  of a whole block: whole pages
+    /// @param salt  blocks with different salts differ everywhere
+    /// @param size  of a whole block, a multiple of the page size
     explicit PatternedBlock(std::uint64_t salt, std::size_t size = usualSize);
 
     /// The block with this number.
     const char* stamped(std::uint64_t number) { return stamped(number, size_); }
 
-    /// The first `count` bytes of the block with this number, at least 16. The second stamp is their last whole word.
+    /// The first `count` bytes of the block with this number, at least 16. The second number is in their last
+    /// whole word.
     const char* stamped(std::uint64_t number, std::size_t count);
 
-    /// Whether `bytes` are the block with this number.
+    /// Whether `bytes` are equal to the block with this number.
     bool holds(const char* bytes, std::uint64_t number) { return holds(bytes, number, size_); }
 
-    /// Whether `bytes` are the first `count` bytes of the block with this number.
+    /// Whether `bytes` are equal to the first `count` bytes of the block with this number.
     bool holds(const char* bytes, std::uint64_t number, std::size_t count);
 
-    /// The 8 bytes at `offset`, a multiple of 8, of blocks one after the other whose numbers begin with 0.
+    /// The 8 bytes at `offset`, a multiple of 8, in a sequence of blocks numbered from 0 on.
     std::uint64_t wordAt(std::uint64_t offset) const;
 
-    /// The first 8 bytes of what was read.
+    /// The first 8 bytes of the data.
     static std::uint64_t firstWord(const char* bytes);
 
 private:

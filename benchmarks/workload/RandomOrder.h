@@ -9,12 +9,12 @@
 
 namespace storage::benchmark {
 
-/// Random numbers that are the same in every run.
+/// A random number generator with a fixed seed.
 inline std::mt19937_64 fixedRandom() {
     return std::mt19937_64(20240229);
 }
 
-/// 0 to count - 1 in an order that looks random.
+/// The numbers from 0 to count - 1 in random order.
 inline std::vector<std::uint32_t> randomOrder(std::size_t count) {
     std::vector<std::uint32_t> order(count);
     std::iota(order.begin(), order.end(), 0U);

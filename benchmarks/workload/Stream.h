@@ -6,8 +6,8 @@
 
 namespace storage::benchmark {
 
-/// One open file of a store. Each store overrides what it has an ability for; a transfer that is not complete
-/// throws. For one thread at a time.
+/// An open file of a store. Each store overrides the functions of its abilities. Incomplete transfers throw.
+/// Externally synchronized.
 class Stream {
 public:
     Stream() = default;

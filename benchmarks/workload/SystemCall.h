@@ -9,8 +9,8 @@
 
 namespace storage::benchmark {
 
-/// Passes on the result of a system call.
-/// @throws std::system_error when it is an error
+/// Returns the result of a system call.
+/// @throws std::system_error when it is negative
 template <typename Result>
 Result checked(Result result, const char* what) {
     if (result < 0) {
@@ -19,7 +19,7 @@ Result checked(Result result, const char* what) {
     return result;
 }
 
-/// @throws std::system_error, or std::runtime_error when less was transferred than wanted
+/// @throws std::system_error, or std::runtime_error when the transfer is incomplete
 inline void checkComplete(ssize_t transferred, std::size_t wanted, const char* what) {
     if (checked(transferred, what) != static_cast<ssize_t>(wanted)) {
         throw std::runtime_error(std::string(what) + ": transferred less than was asked for");

@@ -7,7 +7,7 @@
 
 namespace storage::benchmark {
 
-/// A store did not do what it was measured for.
+/// A store returned a wrong result or had a wrong effect.
 class WrongResult : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
