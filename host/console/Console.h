@@ -11,7 +11,7 @@
 
 namespace storage::host {
 
-/// What an output stream is connected to.
+/// The kind of target of an output stream.
 enum class OutputKind {
     Terminal, ///< interactive
     Plain,    ///< a file or a pipe

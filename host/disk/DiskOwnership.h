@@ -17,8 +17,7 @@ struct stat statusOf(const FileDescriptor& entry);
 /// @throws CommandError
 DiskOwner giveTo(const FileDescriptor& entry, const DiskOwner& owner);
 
-/// The permission bits for an entry whose owner could not be set: without set-user-ID and set-group-ID for
-/// `actual` where it differs from `wanted`.
+/// Removes the set-user-ID bit from `mode` if the users differ, the set-group-ID bit if the groups differ.
 mode_t permissionsFor(mode_t mode, const DiskOwner& wanted, const DiskOwner& actual);
 
 } // namespace storage::host

@@ -18,7 +18,7 @@ namespace storage::host {
 
 namespace {
 
-/// Only the owner may read incomplete content. The final owner may be another user.
+/// Private until the file is complete. Its final owner may be another user.
 constexpr unsigned privateMode = 0600;
 
 bool isSameFile(const struct stat& one, const struct stat& other) {
@@ -40,7 +40,7 @@ bool removeIfAbandoned(WritableFolder& folder, const std::string& name) {
         S_ISDIR(status.st_mode) || (status.st_uid != ::geteuid() && ::geteuid() != 0)) {
         return false;
     }
-    if (!S_ISREG(status.st_mode)) { // its name is short-lived, and a running program creates it again
+    if (!S_ISREG(status.st_mode)) { // not locked: a running program creates it again
         return folder.change([&](int in) { return ::unlinkat(in, name.c_str(), 0); }) == 0;
     }
     const auto file = openTemporary(folder.descriptor(), name);

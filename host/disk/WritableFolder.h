@@ -8,8 +8,7 @@
 
 namespace storage::host {
 
-/// An open folder on disk whose entries are to be changed. It remains the same folder even if its path
-/// changes.
+/// An open folder on disk for changing its entries. It remains the same folder even if its path changes.
 ///
 /// If a change fails because the folder is read-only, and the user owns the folder, it is made writable for
 /// the lifetime of the object. The folder is locked (flock) from then on, so that two exporting programs do

@@ -15,7 +15,7 @@ struct PluginDescription {
     std::uintmax_t size = 0;
     ElfDescription library;
     bool hasEntryPoint = false;
-    std::string whyNoProvider; ///< empty if it returned one; everything below describes that provider
+    std::string whyNoProvider; ///< empty if there is a provider, which the members below describe
     OwnOperations own{};       ///< for each operation: whether it overrides the host's default
     std::vector<int> features; ///< numbers of the features that it claims
 

@@ -36,7 +36,7 @@ std::string linkerReason(const std::string& path) {
     return std::string(reason);
 }
 
-/// Reads the ELF header; nothing if it is not one, because the linker reports that itself.
+/// Reads the ELF header. Returns nothing for other file formats, which the linker reports itself.
 std::optional<Elf64_Ehdr> readHeader(std::ifstream& file) {
     Elf64_Ehdr header{};
     if (!file.read(reinterpret_cast<char*>(&header), sizeof header) ||
@@ -46,7 +46,7 @@ std::optional<Elf64_Ehdr> readHeader(std::ifstream& file) {
     return header;
 }
 
-/// Whether a library is for another architecture. The linker would report a missing file.
+/// Whether a library is for another architecture. The linker would report that the file is missing.
 bool isForAnotherMachine(const Elf64_Ehdr& header) {
     std::ifstream self("/proc/self/exe", std::ios_base::binary);
     const auto own = readHeader(self);

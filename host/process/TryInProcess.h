@@ -6,8 +6,8 @@
 
 namespace storage::host {
 
-/// Runs code that a plug-in might crash in a child process, and reports a failure in one line. Precondition:
-/// this program has no other thread.
+/// Runs code in a child process, because the plug-in might crash it. Describes a failure in one line.
+/// Precondition: this program has no other thread.
 /// @param plugin  path, for the message
 /// @param work    loads the plug-in and uses it
 /// @param limit   time limit, after which the child process is killed

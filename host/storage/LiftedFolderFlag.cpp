@@ -16,7 +16,7 @@ LiftedFolderFlag::~LiftedFolderFlag() {
     }
     try {
         provider_.doSetWritable(path_.iri(), false);
-    } catch (...) { // the work in the folder is done, or its own failure is reported
+    } catch (...) { // a failure of the work in the folder takes precedence
     }
 }
 

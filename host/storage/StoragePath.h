@@ -31,7 +31,7 @@ public:
     /// Whether `other` is this entry or a descendant of it.
     bool contains(const StoragePath& other) const noexcept;
 
-    /// This path after a rename of `from`, which is this path or an ancestor, to `to`.
+    /// This path after `from` has been renamed to `to`. `from` must be this path or an ancestor of it.
     StoragePath rebased(const StoragePath& from, const StoragePath& to) const;
 
     const std::u16string& text() const noexcept { return text_; }

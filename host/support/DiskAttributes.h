@@ -36,11 +36,10 @@ struct DiskAttributes {
     std::optional<DiskOwner> owner;
     std::optional<timespec> modified;
     Xattrs xattrs;
-    bool isSparse = false;  ///< the file has holes
-    std::string linkTarget; ///< of a symbolic link
-    dev_t device = 0;       ///< device number of a device
-    std::uint64_t linkGroup =
-        0; ///< hard-link group: equal numbers are names of one file; 0 for a file with one name
+    bool isSparse = false;       ///< the file has holes
+    std::string linkTarget;      ///< of a symbolic link
+    dev_t device = 0;            ///< device number of a device
+    std::uint64_t linkGroup = 0; ///< hard links of one file have the same number; 0 for a file with one name
 };
 
 } // namespace storage::host
