@@ -20,7 +20,7 @@ bool isBefore(const timespec& left, const timespec& right) {
     return std::tie(left.tv_sec, left.tv_nsec) < std::tie(right.tv_sec, right.tv_nsec);
 }
 
-/// Times that calls set are before and after the range of the clock.
+/// Times that calls set are outside the range of the clock.
 bool isSetByCall(const timespec& time) {
     constexpr time_t firstOfClock = 1'600'000'000;
     constexpr time_t lastOfClock = 4'900'000'000;

@@ -23,7 +23,7 @@ public:
     CallProcess(const CallProcess&) = delete;
     CallProcess& operator=(const CallProcess&) = delete;
 
-    /// Makes later calls as this user, with its groups and its slots.
+    /// Switches to this user for later calls, with its groups and its slots.
     /// @throws std::system_error
     void become(unsigned user);
 

@@ -102,7 +102,7 @@ WorkerProcess::~WorkerProcess() {
 }
 
 void WorkerProcess::send(const std::string& message) const {
-    ::send(socket_, message.data(), message.size(), MSG_NOSIGNAL); // a failure shows as a missing answer
+    ::send(socket_, message.data(), message.size(), MSG_NOSIGNAL); // a failure causes a missing answer
 }
 
 void WorkerProcess::beginEpoch(timespec begin) {

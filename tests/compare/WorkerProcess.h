@@ -11,7 +11,7 @@
 
 namespace syscalls {
 
-/// A process that makes the calls of all users in one file system, whose root is its root folder.
+/// A process that makes the calls of all users in one file system. The file system's root is its root folder.
 ///
 /// Owns the process and ends it. Not thread-safe.
 class WorkerProcess {

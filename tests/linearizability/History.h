@@ -12,7 +12,7 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// A call with its begin and end, which are ticks of one clock for all threads.
+/// A call of a thread. `begin` and `end` are sequence numbers common to all threads.
 struct RecordedCall {
     std::size_t thread = 0;
     Call call = {};

@@ -16,7 +16,7 @@ struct Outcome {
     storage::tests::Answer ending = {};
     bool exists = false;
     std::vector<foundation::storage::provider::FolderEntry> listing = {};
-    std::string bytes = {}; ///< read
+    std::string bytes = {}; ///< that were read
 
     // Attributes, which the search compares one by one.
     std::uint64_t size = 0;

@@ -35,8 +35,8 @@ struct Operation {
     /// Whether the operation allocates. The test fails if this is wrong.
     enum class Allocates {
         Always,
-        ForLongPaths, ///< otherwise undefined
-        ForLongNames, ///< otherwise undefined
+        ForLongPaths, ///< otherwise unspecified
+        ForLongNames, ///< otherwise unspecified
         Never,
     };
 

@@ -204,7 +204,7 @@ void sweep(const TreeShape& shape, const Operation& operation, Extent extent) {
             expectSurvived(experiment, shape, expected, extent);
         }
         if (outcome == Outcome::RanOut && expected.changesNothing()) {
-            // Reuses the experiment: the next failure shows whether finishing changed anything.
+            // Reuses the tree: the checks after the next failure detect a change made by finish().
             experiment.prepare(shape, operation);
         } else {
             experiment = Experiment(shape, operation);

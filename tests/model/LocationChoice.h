@@ -7,7 +7,8 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Generates the location of a step. Most are plain paths; others have three independent properties.
+/// The location of a step. Most are plain paths. Others set the path, the resolved path and the parent flag
+/// independently.
 struct LocationChoice {
     enum class Form : std::uint8_t {
         Plain,           ///< built from the path

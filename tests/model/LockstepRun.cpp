@@ -61,8 +61,8 @@ std::string text(const Operation& operation) {
     return out.str();
 }
 
-/// A step that should change nothing is checked together with the next one that should. Its effect cannot
-/// disappear before that.
+/// Trees are compared only after steps that should change something. A wrong change by another step is still
+/// visible then.
 bool isToChangeSomething(OperationKind kind) {
     switch (kind) {
     case OperationKind::CreateFile:

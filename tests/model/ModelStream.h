@@ -18,7 +18,7 @@ public:
     /// The bytes read; empty if the provider returns -1. A negative count reads to the end.
     std::string read(long count);
 
-    /// Writes all of `data`. An empty `data` also stands for a negative count.
+    /// Writes all of `data`. An empty `data` also represents a negative count.
     void write(std::string_view data);
 
     /// The new position, or -1.

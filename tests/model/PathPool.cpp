@@ -15,7 +15,7 @@ const std::vector<std::u16string>& pathPool() {
         u"/a//b", u"/a///b", u"/a////b", u"/a//f", u"/b//f", u"/a/b//c",
         // Relative texts.
         u"a", u"a/b", u"a//b", u"ab/c", u"ab",
-        // Names with a common prefix, some of which sort between a folder and its descendants.
+        // Names with a common prefix. Some sort between a folder and its descendants.
         u"/a-b", u"/a0", u"/ab", u"/A", u"/a b",
         // Names that are special elsewhere.
         u"/.", u"/..", u"/a/..", u"/a\0b"s,

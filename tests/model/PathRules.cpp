@@ -22,7 +22,7 @@ std::u16string normalised(std::u16string_view text) {
 }
 
 std::u16string parentOf(std::u16string_view path) {
-    std::size_t end = path.size(); // one behind the last "/", or 0
+    std::size_t end = path.size(); // one past the last "/", or 0
     while (end > 0 && path[end - 1] != u'/') {
         --end;
     }

@@ -16,7 +16,7 @@ bool hasParent(std::u16string_view path);
 
 std::u16string nameOf(std::u16string_view path);
 
-/// The path of a child `name` of the folder at `path`, when the children are moved one by one.
+/// The new path of a child `name` when its folder is moved to `path`, child by child.
 std::u16string appended(std::u16string_view path, std::u16string_view name);
 
 /// Whether `folder` is `path`, one of its ancestors, or the empty path.

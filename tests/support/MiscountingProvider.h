@@ -9,7 +9,7 @@
 #include <memory>
 #include <utility>
 
-/// A provider whose streams return wrong counts and positions on request.
+/// A provider with streams that return wrong counts and positions on request.
 class MiscountingProvider final : public HookedProvider {
 public:
     /// Maps a requested count to the returned one. The stream never transfers more bytes than requested.

@@ -24,7 +24,7 @@ struct Sizes {
 constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
 constexpr std::int64_t gibibyte = std::int64_t{1} << 30;
 
-// 130 MiB: just above a growth of the capacity.
+// 130 MiB: just above a size at which the capacity grows.
 const Sizes longForm{1'000'000, 1000, {64 * mebibyte, 130 * mebibyte, gibibyte, 6 * gibibyte}};
 const Sizes shortForm{100'000, 100, {64 * mebibyte, 130 * mebibyte}};
 

@@ -10,7 +10,7 @@
 
 namespace storage::stress {
 
-// Requirements that hold for every result, whatever other threads do meanwhile. Each function throws Fault.
+// Requirements that hold for every result, independent of other threads. Each function throws Fault.
 
 using Names = std::vector<std::u16string>;
 using Entries = std::vector<foundation::storage::provider::FolderEntry>;

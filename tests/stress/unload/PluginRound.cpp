@@ -59,7 +59,7 @@ void PluginRound::buildTree(const IProvider& provider) {
     requireThat(provider.doFileExists(StorageIRI(u"/a/g")), "a moved file is missing");
 }
 
-/// Calls the host's default operations, each of which makes many calls of the plug-in.
+/// Calls the host's default operations. Each makes many calls of the plug-in.
 void PluginRound::useWhatOthersAreMadeOf(const IProvider& provider) {
     const StorageIRI copy(u"/moved/copy");
     provider.doCopyFile(file, copy, ReplacementPolicy::RefuseExisting);

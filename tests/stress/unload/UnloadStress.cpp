@@ -34,7 +34,7 @@ void runOnThreads(const std::string& plugin) {
 /// Does nothing under sanitizers, which delay the reuse of freed memory and have their own leak check.
 void expectNoGrowth([[maybe_unused]] const ProcessMemory& memory) {
 #ifndef QZSTORAGE_SANITIZED
-    // Far above the allocator's fluctuations, but below a leak of 1 KiB in each of 1,000 rounds or more.
+    // Far above the allocator's fluctuations. A leak of about 1 KiB per round exceeds it in 1,000 rounds.
     constexpr std::int64_t growthAllowed = std::int64_t{1} << 20;
     const auto growth = memory.growth();
     std::printf("unload: the process grew by %ld KiB after the first %d rounds\n", growth / 1024,
