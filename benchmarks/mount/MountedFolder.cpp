@@ -28,7 +28,7 @@ bool hasArgument(const std::filesystem::path& process, const std::string& argume
     return ('\0' + text).find('\0' + argument + '\0') != std::string::npos;
 }
 
-/// Finds a server that runs in the background by its mount point, which is unique.
+/// Finds the process of a server in the background by one of its arguments, the unique mount point.
 pid_t findServer(const std::string& mountPoint) {
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         if (hasArgument(entry.path(), mountPoint)) {

@@ -10,7 +10,7 @@ namespace storage::benchmark {
 
 std::size_t countDisturbed(const std::vector<Repetition>& repetitions);
 
-/// The text about noisy repetitions, for below a table.
+/// The text about noisy repetitions to be placed below a table.
 std::string disturbedText(const std::vector<Repetition>& repetitions);
 
 } // namespace storage::benchmark

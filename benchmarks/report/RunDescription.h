@@ -14,7 +14,7 @@ struct RunDescription {
     /// Describes a run that has just ended on this machine.
     static RunDescription now(std::string command);
 
-    /// The description as a paragraph for below a table.
+    /// The description as a paragraph to be placed below a table.
     std::string text() const;
 };
 

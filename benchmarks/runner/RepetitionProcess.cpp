@@ -15,8 +15,8 @@ namespace storage::benchmark {
 
 namespace {
 
-/// An idle thread. In a single-threaded process the standard libraries skip atomic operations and locks,
-/// which would not be representative of a host.
+/// Makes the process multi-threaded, as hosts are. In a single-threaded process the standard libraries skip
+/// atomic operations and locks.
 class IdleThread {
 public:
     IdleThread() : thread_([](const std::stop_token& stop) { waitFor(stop); }) {}

@@ -6,7 +6,7 @@
 
 namespace storage::benchmark {
 
-/// Repeatedly moves a folder with subfolders of 100 empty files each to a new name.
+/// Repeatedly renames a folder with subfolders of 100 empty files each.
 class MoveFolderScenario final : public Scenario {
 public:
     MoveFolderScenario(std::string variant, std::uint32_t files, std::uint32_t moves);

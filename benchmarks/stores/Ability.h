@@ -13,8 +13,8 @@ enum class Ability {
     MoveFile,            ///< to another name, to another folder
     MoveFolder,          ///< with everything below it
     Remove,              ///< files, one by one
-    ReadFile,            ///< open, read, release
-    OverwriteFile,       ///< open, write over what is there, release
+    ReadFile,            ///< open, read, close
+    OverwriteFile,       ///< open, overwrite, close
     Append,              ///< small writes at the end of an open file
     Write,               ///< large writes to a new file
     OverwriteInPlace,    ///< large writes over the content of a file

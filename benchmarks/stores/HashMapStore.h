@@ -14,7 +14,7 @@
 namespace storage::benchmark {
 
 /// The floor: the minimum cost of a tree. One hash map of paths with one mutex. Each folder has a linked list
-/// of its children, for listing. Moving a folder gives every descendant a new key.
+/// of its children, for listing. Moving a folder changes the key of every descendant.
 ///
 /// The mutex guards everything. Invariants: the address of a node is stable when its key changes; an entry is
 /// in the list of its parent; its key begins with the key of its parent.

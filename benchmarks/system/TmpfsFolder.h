@@ -15,7 +15,7 @@ public:
     /// Empty if no tmpfs is suitable.
     const std::filesystem::path& path() const { return path_; }
 
-    /// Removes what a killed child process left behind.
+    /// Removes the content, which a killed child process may have left behind.
     void clear() noexcept;
 
 private:
