@@ -17,8 +17,8 @@ using FinishDiskNode = std::function<void(const FileDescriptor& folder, const st
 /// entry has a temporary name like that of a `TemporaryDiskFile` until its attributes are set. It is then
 /// renamed to the final name, which replaces an existing entry.
 ///
-/// Such an entry cannot be locked. Another program may therefore mistake it for one that a killed program left
-/// behind, and remove it. It is then created again.
+/// Such an entry cannot be locked. Another program may therefore mistake it for one that a killed program
+/// left behind, and remove it. It is then created again.
 /// @param name  the final name in the folder
 /// @return 0, or the errno of `make`
 /// @throws CommandError naming the final path when another step fails; exceptions of `finish`

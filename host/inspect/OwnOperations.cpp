@@ -4,9 +4,9 @@
 #include <dlfcn.h>
 #include <stdexcept>
 
-// In the Itanium C++ ABI, which g++ and clang use on Linux, an object begins with a pointer to its vtable. The
-// vtable contains the functions in the order of their declaration. The slot of an inherited function contains
-// the same address as in the base class.
+// In the Itanium C++ ABI, which g++ and clang use on Linux, an object begins with a pointer to its vtable.
+// The vtable contains the functions in the order of their declaration. The slot of an inherited function
+// contains the same address as in the base class.
 namespace storage::host {
 
 using foundation::storage::provider::firstOperationSlot;
