@@ -58,7 +58,7 @@ bool WritableFolder::makeWritable() {
 }
 
 /// Waits for the lock. Does nothing if the file system does not support locks.
-/// @return whether the lock was acquired by this call
+/// @return false if this object had locked the folder before
 bool WritableFolder::lock() {
     if (isLocked_) {
         return false;
