@@ -11,8 +11,8 @@
 
 namespace storage::host {
 
-/// Walks a tree depth first, the entries of a folder in the order of their names. Stack use does not depend
-/// on the depth.
+/// Walks an entry and everything below it depth first, the entries of a folder in the order of their names.
+/// Stack use does not depend on the depth.
 ///
 ///     for (TreeWalk walk(provider, top); const auto step = walk.next();) {
 ///         if (step->kind == TreeWalk::Step::Kind::Folder) { walk.descend(); }

@@ -7,8 +7,8 @@
 
 namespace storage::host {
 
-/// A command line with bad syntax. The text is the reason. Control characters and ill-formed bytes in it are
-/// escaped.
+/// An invalid command line or argument. The text is the reason. Control characters and ill-formed bytes in it
+/// are escaped.
 class UsageError : public std::runtime_error {
 public:
     explicit UsageError(std::string_view reason) : std::runtime_error(printable(reason)) {}
