@@ -1,4 +1,4 @@
-// Every change is one step for the threads that look. A change is held in the middle by holding a folder's mutex.
+// Every change is atomic for other threads. The tests stop a change midway by holding the mutex of a folder.
 
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/InMemoryProvider.h"
@@ -28,7 +28,7 @@ using tests::runTogether;
 using Path = std::u16string;
 using Names = std::vector<Path>;
 
-/// Holds a folder's mutex until released.
+/// Holds a folder's mutex until it is released.
 class HeldFolder {
 public:
     explicit HeldFolder(const std::shared_ptr<InMemoryFolderEntry>& folder)
@@ -63,7 +63,7 @@ void waitUntil(const std::function<bool()>& condition) {
     }
 }
 
-/// A file system on which a thread changes something and is held in the middle.
+/// A file system in which a thread makes a change that is stopped midway.
 class HeldChange : public testing::Test {
 protected:
     static InMemoryEntryPath path(const Path& text) { return InMemoryEntryPath(text); }
@@ -72,7 +72,7 @@ protected:
         return fileSystem.getFolderEntry(path(text));
     }
 
-    /// The node itself, also in the middle of a change.
+    /// Returns the node itself, even during a change.
     std::shared_ptr<InMemoryEntry> nodeIn(const Path& parent, const Path& text) {
         return folder(parent)->getEntry(path(text));
     }
@@ -105,7 +105,8 @@ protected:
         }
     }
 
-    /// What does not lie in, and is not the folder of, a path that changes. Returns at once, or this test never ends.
+    /// Accesses paths that are not in the changing subtree, nor its parent. These calls must not block: if
+    /// one does, the test never ends.
     void expectElsewhereGoesOn() {
         EXPECT_TRUE(exists(u"/z/f"));
         EXPECT_FALSE(exists(u"/z/missing"));
@@ -130,7 +131,7 @@ TEST_F(HeldChange, aLookUpThatWaitsForItsFolderDoesNotHoldUpAChangeElsewhere) {
         return exists(u"/d/x");
     });
     waitUntil([&] { return begun.load(); });
-    for (int change = 0; change < 200; ++change) { // the other thread waits by now, or by one of the next
+    for (int change = 0; change < 200; ++change) { // the other thread blocks by now or in a later round
         fileSystem.addFolderEntry(path(u"/z/new"));
         std::this_thread::yield();
         fileSystem.removeFolderEntry(path(u"/z/new"));
@@ -171,7 +172,7 @@ TEST_F(HeldChange, aFolderIsAtOnePlaceInTheMiddleOfItsMove) {
     waitUntil([&] { return folder(u"/b") && nodeIn(u"/b", u"/b/f"); });
     expectElsewhereGoesOn();
 
-    // All of these concern the move, so they wait for its end.
+    // All of these depend on the move, so they wait until it ends.
     std::vector<std::future<void>> answers;
     const auto expectAtEnd = [&](const std::function<void()>& expectation) {
         answers.push_back(std::async(std::launch::async, expectation));
@@ -194,17 +195,18 @@ TEST_F(HeldChange, aFolderIsAtOnePlaceInTheMiddleOfItsMove) {
     move.get();
 }
 
-// The same, left to chance.
+// The same checks with random timing.
 
 #ifdef QZSTORAGE_SANITIZED
-constexpr int slowdown = 10; // each takes far longer
+constexpr int slowdown = 10; // each round takes far longer
 #else
 constexpr int slowdown = 1;
 #endif
 
 class ChangeRace : public testing::Test {
 protected:
-    /// Runs `change` again and again, and `look` until it has ended; `look` returns the number of its violations.
+    /// Runs `change` `times` times, and `look` until the changes have ended. `look` returns the number of its
+    /// violations.
     void run(int times, const std::function<void()>& change, const std::function<int()>& look) {
         std::atomic<bool> done = false;
         std::atomic<int> violations = 0;
@@ -326,7 +328,7 @@ TEST_F(ChangeRace, aNewFolderIsInItsParentAndCanBeListedAtTheSameMoment) {
             const bool exists = provider.doFolderExists(folder);
             const bool listed = answerOf([&] { provider.doListAll(folder); }).succeeded();
             const bool existsAfter = provider.doFolderExists(folder);
-            // Between two counts one change takes effect, so the folder is seen to come or go once.
+            // One change takes effect between two counts, so the folder appears or disappears exactly once.
             return changes == before && exists == existsAfter && listed != exists ? 1 : 0;
         });
 }

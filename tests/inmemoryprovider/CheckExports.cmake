@@ -1,4 +1,4 @@
-# Fails unless LIBRARY defines exactly the two entry points for others to link to.
+# Fails unless LIBRARY exports exactly the two entry points.
 execute_process(COMMAND ${NM} -D --defined-only --demangle --format=posix ${LIBRARY}
     OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX REPLACE " [A-Za-z] [0-9a-f]+ [0-9a-f]*\n?" "\n" names "${listing}")

@@ -29,8 +29,8 @@ TEST(Concurrency, lookingUpAFolderNeverWaitsForAnOperationOfTheTree) {
         const auto file = root->getFileEntry(path);
         file->setLastModifiedTime(longAgo);
         std::unique_lock held(*file->getMutex());
-        // Stamps the file and then empties it, all of it with the tree locked. Once the stamp shows, the thread is
-        // between the two, and cannot go on while the content is held.
+        // Stamps the file and then empties it, both under the lock of the tree. Once the stamp is visible,
+        // the thread is between the two steps. It blocks while the content is held.
         std::thread operation(
             [&] { fileSystem.checkOutFileEntry(path, {.content = ByteStreamContent::Empty}); });
         while (file->getLastModifiedTime() == longAgo) {
@@ -79,8 +79,8 @@ TEST(Concurrency, readersFollowAFolderThatIsMovedBackAndForth) {
     EXPECT_FALSE(provider.doFolderExists(StorageIRI(u"/b")));
 }
 
-/// Looks at the whole tree below `folder`: every listed folder is found by its own path, every listed entry
-/// by its kind, and every size agrees with the bytes.
+/// Checks the whole tree below `folder`: every listed folder is found by its own path, every listed entry by
+/// its kind, and every size equals the number of bytes.
 void expectSound(const IProvider& provider, const std::u16string& folder) {
     const auto listing = provider.doListAll(StorageIRI(folder.empty() ? u"/" : folder));
     while (listing->hasNext()) {
@@ -98,7 +98,7 @@ void expectSound(const IProvider& provider, const std::u16string& folder) {
     }
 }
 
-/// So many entries come and go that every index of them is made, doubled and halved again and again.
+/// Creates and removes enough entries that every index of them is created, doubled and halved repeatedly.
 TEST(Concurrency, entriesThatStayAreFoundWhileManyOthersComeAndGo) {
     constexpr int rounds = 30;
     constexpr char16_t some = 10;
@@ -143,7 +143,7 @@ TEST(Concurrency, entriesThatStayAreFoundWhileManyOthersComeAndGo) {
     runTogether({look, look, comeAndGo});
 }
 
-/// Has two threads append to files in a folder that a third one moves, and counts on each byte.
+/// Two threads append to files in a folder that a third thread moves. Expects every byte.
 void expectNoFirstWriteLost() {
     constexpr char16_t many = 60;
     const InMemoryProvider provider;

@@ -17,7 +17,7 @@ using namespace foundation::storage::provider;
 const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3),
                                        boost::posix_time::microseconds(4));
 
-/// Whether `call` throws exactly the host's exception with this code and location.
+/// Checks that `call` throws exactly the host's exception with this code and location.
 template <class Call>
 testing::AssertionResult fails(ErrorCode code, const StorageIRI& iri, const Call& call) {
     try {

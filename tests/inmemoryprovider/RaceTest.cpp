@@ -34,8 +34,8 @@ StorageIRI at(const Path& path) {
     return StorageIRI(path);
 }
 
-/// Calls that meet again and again, on a new provider each time. However they meet, each answer and what is left must
-/// be those that the calls have one after the other, in some order.
+/// Runs concurrent calls repeatedly, each round on a new provider. The results and the final state must be
+/// those of some sequential order of the calls.
 class Race : public testing::Test {
 protected:
     using Call = std::function<void(const IProvider&)>;
@@ -65,8 +65,8 @@ protected:
         provider.doOpenStream(at(path), {})->write(Record(tag).bytes(), Record::size);
     }
 
-    /// @param prepare  brings about what the calls start from
-    /// @param judge    is asked after each round, when all calls have ended
+    /// @param prepare  creates the initial state of a round
+    /// @param judge    runs after each round, when all calls have returned
     void run(const Call& prepare, const std::vector<Call>& calls, const std::function<void()>& judge) {
         std::barrier line(static_cast<std::ptrdiff_t>(calls.size() + 1));
         std::vector<std::function<void()>> tasks{[&] { referee(line, prepare, calls.size(), judge); }};
@@ -88,14 +88,14 @@ protected:
 
     bool isFile(const Path& path) const { return provider_->doFileExists(at(path)); }
 
-    /// Its parent and the paths of all folders must agree on it.
+    /// Checks that the parent's children and the map of folders agree.
     bool isFolder(const Path& path) const {
         const bool isListed = answerOf([&] { provider_->doListAll(at(path)); }).succeeded();
         EXPECT_EQ(provider_->doFolderExists(at(path)), isListed) << testing::PrintToString(path);
         return isListed;
     }
 
-    /// What makeFile has left there; nothing when there is no file.
+    /// Returns the tag that makeFile wrote at this path; nothing if there is no file.
     std::optional<std::uint64_t> tagAt(const Path& path) const {
         Record record;
         std::optional<std::uint64_t> tag;
@@ -302,7 +302,7 @@ TEST_F(Race, aCopyToAFolderThatMovesSucceedsOrLeavesAtMostItsTemporaryFile) {
     };
     run(prepare, {copy, moveFolder(u"/a", u"/b", ReplacementPolicy::RefuseExisting)}, [&] {
         const Path& named =
-            answer(0).named; // the source, or the temporary file that has gone with its folder
+            answer(0).named; // the source, or the temporary file that was removed with its folder
         EXPECT_TRUE(succeeded(0) || (answer(0).code == ErrorCode::NotFound &&
                                      (named == u"/f" || named.starts_with(u"/a/.copy-"))))
             << testing::PrintToString(answer(0));
@@ -398,7 +398,7 @@ TEST_F(Race, aFileIsOpenedBeforeItsRemovalOrMadeAfterIt) {
 
 constexpr std::uint64_t recordsPerStream = 300;
 
-/// Different for each record of each stream, in falling order for none of them.
+/// Unique for each record of each stream. The tags of a stream ascend.
 std::uint64_t tagOf(std::uint64_t stream, std::uint64_t number) {
     return (stream + 1) * 1000 + number;
 }
@@ -409,7 +409,7 @@ void appendRecords(ByteStream& stream, std::uint64_t number) {
     }
 }
 
-/// A stream on the file that is now here, now there.
+/// Opens a stream on the file at its current path.
 std::unique_ptr<ByteStream> openWhereItIs(const IProvider& provider) {
     const ByteStreamOpenOptions options{.existence = ByteStreamExistence::MustExist,
                                         .append = ByteStreamAppend::AppendAtEnd};
@@ -420,7 +420,7 @@ std::unique_ptr<ByteStream> openWhereItIs(const IProvider& provider) {
     return stream;
 }
 
-/// For each stream, what is left of its records, in their order in the file.
+/// Returns, for each stream, its records that are still in the file, in file order.
 std::array<std::vector<std::uint64_t>, 4> readRecords(ByteStream& stream) {
     std::array<std::vector<std::uint64_t>, 4> tags;
     Record record;
@@ -558,7 +558,7 @@ TEST(RacingListings, aListingIsTheFolderAtOneMoment) {
     }
     const InMemoryProvider provider;
     std::atomic<bool> done = false;
-    // What is there is at every moment a beginning of the names.
+    // At every moment the folder contains a prefix of the names.
     const auto change = [&] {
         for (int turn = 0; turn < 5; ++turn) {
             std::for_each(names.begin(), names.end(),
@@ -598,7 +598,7 @@ TEST(RacingListings, aFolderOnlyGrowsFromListingToListingWhileFilesAreCreated) {
     runTogether({create, list, list});
 }
 
-// Nodes by themselves, without the lock of a file system around them.
+// Nodes by themselves, without a file system and its lock.
 
 TEST(RacingNodes, aFolderMayBeAskedAnythingWhileItsChildrenChange) {
     const boost::posix_time::ptime time(boost::gregorian::date(2001, 2, 3));

@@ -8,7 +8,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// Whether `call` throws exactly an `Expected` that names the path `named`.
+/// Checks that `call` throws exactly an `Expected` that names the path `named`.
 template <class Expected, class Call>
 testing::AssertionResult throwsNaming(const std::u16string& named, const Call& call) {
     try {

@@ -23,7 +23,7 @@ void appendByBlocks(Bytes& content, std::size_t size) {
     }
 }
 
-/// Sets this process's soft limit of its address space as long as it lives.
+/// Sets the soft limit of this process's address space during its lifetime.
 class LimitedAddressSpace {
 public:
     explicit LimitedAddressSpace(rlim_t bytes) {
@@ -44,7 +44,7 @@ private:
     rlimit before_{};
 };
 
-/// Just behind a growth is where twice the size would be in memory.
+/// Directly after a growth, twice the size could be in memory.
 TEST(ContentGrowth, peaksAtTheSizeOfTheContent) {
 #ifdef QZSTORAGE_SANITIZED
     GTEST_SKIP() << "sanitizers keep memory of their own";
@@ -54,7 +54,7 @@ TEST(ContentGrowth, peaksAtTheSizeOfTheContent) {
         const stress::ProcessMemory memory;
         appendByBlocks(content, size);
         const auto peak = static_cast<double>(memory.peakGrowth());
-        // The huge page that is being copied, and the unused part of the last one.
+        // The slack is the huge page that is being copied, and the unused part of the last huge page.
         EXPECT_LE(peak, 1.05 * static_cast<double>(size) + 4 * mebibyte) << size;
     }
 }
@@ -66,7 +66,7 @@ TEST(ContentGrowth, isEightfoldForLargeContents) {
 }
 
 TEST(ContentGrowth, isTwofoldWhereTheAddressSpaceIsLimited) {
-    const LimitedAddressSpace limited(RLIM_INFINITY - 1); // more than sanitizers reserve
+    const LimitedAddressSpace limited(RLIM_INFINITY - 1); // above the reservation of the sanitizers
     if (!LimitedAddressSpace::isInForce()) {
         GTEST_SKIP() << "the emulator does not pass the limit on";
     }

@@ -32,7 +32,7 @@ protected:
         return writeContent(content, text.data(), static_cast<long>(text.size()), position, append);
     }
 
-    /// What a read of `count` copied, or "none".
+    /// Returns the bytes that a read of `count` copied, or "none".
     std::string read(long count) {
         std::string buffer(64, '.');
         const long copied = readContent(content, buffer.data(), count, position);
@@ -189,7 +189,7 @@ TEST_F(ContentIOTest, smallAppendsReallocateRarely) {
     EXPECT_LT(reallocations, 20);
 }
 
-/// Bytes of which no two neighbouring blocks are equal.
+/// A pattern in which no two adjacent blocks are equal.
 const std::vector<std::uint8_t>& somePattern() {
     static const auto pattern = [] {
         std::vector<std::uint8_t> bytes(18U << 20U);
@@ -203,7 +203,7 @@ const std::vector<std::uint8_t>& somePattern() {
     return pattern;
 }
 
-/// Appends the pattern by blocks until there are `size` bytes, and has a look at each growth.
+/// Appends the pattern block by block up to `size` bytes, and checks the content after each growth.
 void expectKeptWhileGrowing(std::size_t size, std::size_t block) {
     const auto& pattern = somePattern();
     std::vector<std::uint8_t> content;
@@ -230,7 +230,8 @@ TEST(LargeContent, keepsAllBytesWhileItGrowsByBlocks) {
     }
 }
 
-/// Where contents begin to grow generously, to have their old pages freed early, and to be on huge pages.
+/// The sizes at which contents begin to grow with spare capacity, to free their old pages early, and to use
+/// huge pages.
 TEST(LargeContent, keepsAllBytesOfSizesAroundTheThresholds) {
     for (const std::size_t threshold : {mebibyte / 4, 2 * mebibyte, 8 * mebibyte}) {
         for (const std::size_t size : {threshold - 1, threshold, threshold + 1, 2 * threshold + 1}) {
@@ -278,7 +279,7 @@ TEST_F(ContentIOTest, aSizeNoVectorCanHaveLeavesTheOverwrittenPartAndThePosition
     fill("0123456789");
     position = 8;
     std::string buffer = "ab";
-    // Only the two bytes that are overwritten are ever read from the buffer.
+    // Only the two overwritten bytes are read from the buffer.
     EXPECT_THROW(writeContent(content, buffer.data(), most, position, atPosition), std::exception);
     EXPECT_EQ(bytes(), "01234567ab");
     EXPECT_EQ(position, 10U);

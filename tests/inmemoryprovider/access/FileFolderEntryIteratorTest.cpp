@@ -99,8 +99,8 @@ TEST(FileFolderEntryIterator, aCloneYieldsWhatIsLeftIndependently) {
     EXPECT_EQ(rest(listing), left);
 }
 
-/// Whether each name comes right, whichever of a listing and its clones is stepped first. Long names are not kept inside
-/// a string object, so that one which was given away is missed.
+/// Each name must be correct, whether the listing or a clone of it is stepped first. The names are too long
+/// for the small string optimization, so a moved-from string is detected.
 TEST(FileFolderEntryIterator, clonesMadeAfterAnyNumberOfStepsYieldTheRestByTheirFullNames) {
     const std::u16string beginning = u"a name that is rather long, number ";
     std::vector<FolderEntry> all;

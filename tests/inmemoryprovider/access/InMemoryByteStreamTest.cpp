@@ -82,8 +82,8 @@ std::uintptr_t endOf(const std::vector<std::uint8_t>& content) {
     return reinterpret_cast<std::uintptr_t>(content.data()) + content.size();
 }
 
-/// How many of the whole pages between the content's end, in the middle of a huge page, and the next huge page are in
-/// memory.
+/// The content ends in the middle of a huge page. Returns how many of the whole pages from there to the next
+/// huge page are resident.
 std::ptrdiff_t residentPagesBehind(std::vector<std::uint8_t>& content) {
     const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
     const std::uintptr_t first = (endOf(content) + pageSize - 1) / pageSize * pageSize;
@@ -104,7 +104,7 @@ TEST_F(InMemoryByteStreamTest, freesTheUnusedPartOfTheLastHugePageWhenItIsClosed
         const auto writer = open(ByteStreamAppend::AppendAtEnd);
         writer->write(more.data(), static_cast<long>(more.size()));
         content->data()[content->size() + mebibyte / 2] =
-            'z'; // behind the end, where a huge page has memory too
+            'z'; // after the end, where a huge page is resident too
         EXPECT_GT(residentPagesBehind(*content), 0);
     }
     EXPECT_EQ(residentPagesBehind(*content), 0);

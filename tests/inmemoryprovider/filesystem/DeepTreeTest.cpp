@@ -54,7 +54,7 @@ std::shared_ptr<InMemoryFolderEntry> addFolder(InMemoryFolderEntry& parent, cons
     return folder;
 }
 
-/// A deep chain that only its top holds, with the folders `beside` the way down at each level.
+/// Destroys a deep chain of folders that only its top owns. Each level also has the folders `beside`.
 void expectDestroyedOnASmallStack(const std::vector<std::u16string>& beside) {
     const boost::posix_time::ptime time(boost::gregorian::date(2001, 2, 3));
     auto top = std::make_shared<InMemoryFolderEntry>(InMemoryEntryPath(u"/d"), time, true);

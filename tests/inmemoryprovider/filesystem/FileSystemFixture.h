@@ -10,12 +10,12 @@
 
 namespace storage::inmemoryprovider {
 
-/// A file system, and short ways to set it up and to look at it.
+/// A file system, with helpers to set it up and to inspect it.
 class FileSystemFixture : public testing::Test {
 protected:
     static InMemoryEntryPath path(std::u16string text) { return InMemoryEntryPath(std::move(text)); }
 
-    /// Any node; empty when there is none.
+    /// Returns any node; null if there is none.
     std::shared_ptr<InMemoryEntry> node(const std::u16string& text) const {
         if (text == u"/") {
             return fileSystem.getFolderEntry(path(text));
@@ -26,7 +26,8 @@ protected:
 
     bool exists(const std::u16string& text) const { return node(text) != nullptr; }
 
-    /// Whether a folder is in the tree and in the map, in neither, or (a failure) in one of them only.
+    /// Checks whether a folder is in the tree and in the map, or in neither. It is a failure if only one of
+    /// them has it.
     bool isFolder(const std::u16string& text) const {
         const auto inTree = node(text);
         const bool folderInTree = inTree && inTree->isFolder();
@@ -63,7 +64,7 @@ protected:
 
     void makeReadOnly(const std::u16string& text) { node(text)->setWritable(false); }
 
-    /// Puts entries at a time long ago, so that a stamp shows.
+    /// Sets old times on entries, so that a new stamp is visible.
     void age(const std::vector<std::u16string>& texts) {
         for (const auto& text : texts) {
             node(text)->setLastModifiedTime(longAgo);

@@ -69,8 +69,8 @@ TEST_F(InMemoryFileEntryTest, keepsItsContent) {
     EXPECT_EQ(bytes(file), "d");
 }
 
-/// One position shared by two threads, on an empty file: whichever operation is first, the position ends
-/// behind the bytes.
+/// Two threads share one position on an empty file. Whichever operation is first, the position ends after the
+/// bytes.
 TEST_F(InMemoryFileEntryTest, excludesAccessToASharedPosition) {
     using Operation = void (*)(InMemoryFileEntry&, unsigned long&);
     const Operation seekToEnd = [](InMemoryFileEntry& entry, unsigned long& shared) {
@@ -135,7 +135,7 @@ TEST_F(InMemoryFileEntryTest, neverTouchesTimeOrFlag) {
     EXPECT_FALSE(readOnly.isWritable());
 }
 
-/// Appends single bytes from two threads, each through an entry of its own over shared bytes.
+/// Two threads append single bytes, each through its own entry over shared bytes.
 void appendFromTwoThreads(InMemoryFileEntry& first, InMemoryFileEntry& second, int count) {
     const auto append = [count](InMemoryFileEntry& entry) {
         unsigned long own = 0;

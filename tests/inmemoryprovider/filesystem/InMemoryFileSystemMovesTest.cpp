@@ -65,7 +65,7 @@ TEST_F(MoveFileTest, ofAFileNeverWrittenToMakesOneThatIsEmptyAndCanBeWrittenTo) 
     EXPECT_EQ(bytesOf(u"/g"), "abc");
 }
 
-/// Bytes that are written through the old node after the move are bytes of the new one, and the other way round.
+/// Bytes that are written through the old node after the move are in the new node, and vice versa.
 TEST_F(MoveFileTest, ofAFileNeverWrittenToSharesTheBytesWithAnOpenStream) {
     addFile(u"/f");
     const auto stream = fileSystem.checkOutFileEntry(path(u"/f"), {});
@@ -449,7 +449,7 @@ TEST_F(MoveFolderTest, aReadOnlyFolderBelowStopsTheMoveWhereItIs) {
     EXPECT_EQ(bytesOf(u"/a/z"), "z");
     EXPECT_FALSE(exists(u"/b/s"));
     EXPECT_FALSE(exists(u"/b/z"));
-    // The moves of the children stamped both folders; those that never finished stamped nothing above them.
+    // The moves of the children stamped both folders. The unfinished moves stamped nothing above them.
     EXPECT_EQ(timeOf(u"/a"), timeOf(u"/b"));
     EXPECT_EQ(timeOf(u"/"), longAgo);
     EXPECT_EQ(timeOf(u"/a/s"), longAgo);
@@ -472,7 +472,7 @@ TEST_F(MoveFolderTest, ontoItselfIsRefusedAndChangesNothing) {
     EXPECT_EQ(timeOf(u"/e"), longAgo);
 }
 
-/// "/a//s" and "/a/s" both have the new path "/b/s"; the file moves first.
+/// "/a//s" and "/a/s" both get the new path "/b/s"; the file moves first.
 TEST_F(MoveFolderTest, aReadOnlyFolderBelowIsNamedBeforeItsNewPathThatIsTaken) {
     addFolder(u"/a");
     addFile(u"/a//s");
@@ -537,7 +537,7 @@ TEST_F(MoveFolderTest, aChildWithoutANameMovesToo) {
 
 TEST_F(MoveFolderTest, childrenWhosePathNamesAFolderThatIsMissingStopTheMove) {
     addTree();
-    // What is below "/x//" by its path belongs to "/x/".
+    // By their paths, the entries below "/x//" belong to "/x/".
     addFolder(u"/x");
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x//", movingFolder(u"/a", u"/x///", refuse)));
     expectTreeAt(u"/a");

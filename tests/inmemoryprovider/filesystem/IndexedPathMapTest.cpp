@@ -18,7 +18,7 @@ namespace {
 using Value = std::shared_ptr<int>;
 using Plain = std::map<InMemoryEntryPath, Value>;
 
-/// Paths with long equal beginnings, in order; the first one is empty.
+/// Paths with long common prefixes, in order; the first one is empty.
 std::vector<InMemoryEntryPath> pathsOf(std::size_t count) {
     std::vector<InMemoryEntryPath> paths{InMemoryEntryPath(u"")};
     for (std::size_t number = 1; number < count; ++number) {
@@ -31,7 +31,7 @@ std::vector<InMemoryEntryPath> pathsOf(std::size_t count) {
     return paths;
 }
 
-/// The map under test, and a plain one that all is done to as well.
+/// The map under test and a std::map as its model. Every operation is done on both.
 class Pair {
 public:
     void add(const InMemoryEntryPath& path) {
@@ -60,7 +60,7 @@ public:
         }
     }
 
-    /// Takes the element at `from` to `to`, unless there is one.
+    /// Moves the element from `from` to `to`, unless `to` exists.
     void rename(const InMemoryEntryPath& from, const InMemoryEntryPath& to) {
         const auto found = tested_.find(from.view());
         if (found == tested_.end() || plain_.contains(to)) {
@@ -105,7 +105,7 @@ private:
     int lastValue_ = 0;
 };
 
-/// Adds all, looking at every size on the way, and removes them from the front.
+/// Adds all paths and removes them from the front, checking the map at every size.
 void expectFilledAndEmptied(const std::vector<InMemoryEntryPath>& order) {
     Pair maps;
     for (const auto& path : order) {
@@ -170,7 +170,7 @@ TEST(IndexedPathMap, handsBackANodeWhosePlaceIsTaken) {
     }
 }
 
-/// Does one random thing to both.
+/// Does one random operation on both.
 void change(Pair& maps, const std::vector<InMemoryEntryPath>& paths, std::mt19937& random) {
     const auto& path = paths[random() % paths.size()];
     switch (random() % 12) {

@@ -31,7 +31,7 @@ TEST(LeftRightMap, findsWhatWasInsertedFromBothCopies) {
     Map map;
     const auto one = std::make_shared<int>(1);
     const auto two = std::make_shared<int>(2);
-    // Each change publishes the other copy, so that after the second one both have been looked at.
+    // Each change publishes the other copy, so after the second change both copies have been checked.
     insert(map, 1, one);
     EXPECT_EQ(map.find(1), one);
     insert(map, 2, two);
@@ -94,7 +94,7 @@ TEST(LeftRightMap, aPreparedInsertionThatIsDroppedChangesNothing) {
     EXPECT_EQ(map.find(1), nullptr);
 }
 
-/// A key whose comparison can be stopped, to hold a reader inside a look-up.
+/// A key whose comparison can be blocked, to keep a reader inside a look-up.
 struct HeldKey {
     int value;
     const std::function<void()>* onCompare = nullptr;
@@ -128,7 +128,8 @@ TEST(LeftRightMap, readersGoOnWhileAWriterWaitsForOneReader) {
         map.insert(map.prepare(HeldKey{2}, std::make_shared<int>(2)));
         written = true;
     });
-    // The new value is published before the writer waits for the held reader; other readers get to see it.
+    // The writer publishes the new value before it waits for the blocked reader; other readers find the new
+    // value.
     while (map.find(HeldKey{2}) == nullptr) {
         std::this_thread::yield();
     }
@@ -142,7 +143,7 @@ TEST(LeftRightMap, readersGoOnWhileAWriterWaitsForOneReader) {
     EXPECT_TRUE(written);
 }
 
-/// Gives the calling thread a real-time priority on one processor; false without the right to.
+/// Pins the calling thread to one processor with a real-time priority. Returns false without that privilege.
 bool runInRealTime(int processor, int priority) {
     cpu_set_t processors;
     CPU_ZERO(&processors);
@@ -152,7 +153,7 @@ bool runInRealTime(int processor, int priority) {
            pthread_setschedparam(pthread_self(), SCHED_FIFO, &parameters) == 0;
 }
 
-/// A writer that only spins never leaves the processor to the reader that it waits for.
+/// A writer that only spins would never yield the processor to the reader for which it waits.
 TEST(LeftRightMap, aWriterOfHigherPriorityLeavesTheProcessorToItsReader) {
     const int processor = sched_getcpu();
     std::atomic<bool> mayRunInRealTime = true;
@@ -173,10 +174,10 @@ TEST(LeftRightMap, aWriterOfHigherPriorityLeavesTheProcessorToItsReader) {
     });
     std::thread reader([&] {
         writerWaits.wait(false);
-        runInRealTime(processor, 1); // from here on, this thread runs only while the writer sleeps
+        runInRealTime(processor, 1); // from now on, this thread runs only while the writer sleeps
         const std::function<void()> wakeWriter = [&] {
             inside = true;
-            inside.notify_all(); // the writer takes the processor at once
+            inside.notify_all(); // the writer preempts this thread at once
         };
         EXPECT_NE(map.find(HeldKey{1, &wakeWriter}), nullptr);
     });

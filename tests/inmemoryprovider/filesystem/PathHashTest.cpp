@@ -22,7 +22,7 @@ std::u16string textOf(std::size_t length) {
     return text;
 }
 
-/// Names of one folder, numbered, as programs make them.
+/// Numbered names of one folder, as programs generate them.
 std::vector<std::u16string> numberedNames(std::size_t count) {
     std::vector<std::u16string> names;
     for (std::size_t number = 0; number < count; ++number) {
@@ -97,7 +97,7 @@ TEST(PathHash, spreadsNamesEvenlyOverATable) {
     EXPECT_LT(*std::max_element(counts.begin(), counts.end()), 4 * average);
 }
 
-/// The eight bytes of `word` as code units.
+/// Returns the eight bytes of `word` as code units.
 std::u16string unitsOf(std::uint64_t word) {
     std::u16string units;
     for (unsigned bit = 0; bit < 64; bit += 16) {

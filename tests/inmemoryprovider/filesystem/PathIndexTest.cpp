@@ -47,7 +47,7 @@ protected:
         map.erase(position);
     }
 
-    /// Whether the index finds just what the map finds.
+    /// Checks that the index finds exactly the elements that the map finds.
     testing::AssertionResult findsOf(const std::vector<std::u16string>& names) const {
         for (const auto& name : names) {
             const auto inMap = map.find(name);
@@ -77,7 +77,8 @@ std::vector<std::u16string> namesUpTo(std::size_t count) {
     return names;
 }
 
-/// Names whose places in the smallest table are the last two of it: together they make one run over its end.
+/// Names that hash to the last two slots of the smallest table: together they form one probe sequence that
+/// wraps around.
 std::vector<std::u16string> namesOfLastHomes(std::size_t count) {
     std::vector<std::u16string> names;
     for (std::size_t number = 0; names.size() < count; ++number) {
@@ -133,7 +134,7 @@ TEST_F(PathIndexTest, findsTheRestOfARunOverTheEndOfTheTableWhicheverIsErased) {
 TEST_F(PathIndexTest, leavesStrangersAroundTheEndOfTheTableAlone) {
     auto names = namesOfLastHomes(6);
     for (std::size_t number = 1'000'000; names.size() < 24; ++number) {
-        names.push_back(nameOf(number)); // of any homes, also the first ones of the table
+        names.push_back(nameOf(number)); // with any home slot, including the first slots of the table
     }
     std::mt19937 random(2);
     for (int step = 0; step < 20'000; ++step) {
@@ -167,7 +168,7 @@ bool isPowerOfTwo(std::size_t size) {
     return (size & (size - 1)) == 0;
 }
 
-/// Tables are doubled and halved when some power of two, or three quarters of one, is in use.
+/// Tables are doubled and halved if a power of two, or three quarters of one, is in use.
 bool isNearAResizing(std::size_t size) {
     for (const std::size_t near : {size - 1, size, size + 1}) {
         if (isPowerOfTwo(near) || (near % 3 == 0 && isPowerOfTwo(near / 3))) {

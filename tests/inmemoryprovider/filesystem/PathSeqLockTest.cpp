@@ -88,7 +88,8 @@ TEST(PathSeqLock, wakesThoseThatWaitForTheEnd) {
     }
 }
 
-/// A reader between two changes may take the number of one with the paths of the other, and then need not wait.
+/// A reader between two changes may combine the number of one change with the paths of the other. It then
+/// need not wait.
 TEST(PathSeqLock, tellsOfAConflictWithOneChangeForThePathOfAnotherOnlyIfItHasEnded) {
     PathSeqLock lock;
     const auto first = path(u"/a");
@@ -102,7 +103,7 @@ TEST(PathSeqLock, tellsOfAConflictWithOneChangeForThePathOfAnotherOnlyIfItHasEnd
     };
     const auto look = [&] {
         while (!done) {
-            // Rounds of the first path have the numbers 1, 5, 9 and so on.
+            // The rounds of the first path have the numbers 1, 5, 9 and so on.
             if (const auto conflict = lock.conflictWith(u"/a", Scope::Entry)) {
                 ASSERT_TRUE(*conflict % 4 == 1 || lock.number() != *conflict);
             }

@@ -11,7 +11,7 @@
 namespace storage::inmemoryprovider::spin_then_block_lock_test {
 namespace {
 
-/// Whether another thread could lock `mutex`.
+/// Checks whether another thread could lock `mutex`.
 bool isFree(std::mutex& mutex) {
     bool free = false;
     std::thread([&] {
@@ -21,7 +21,7 @@ bool isFree(std::mutex& mutex) {
     return free;
 }
 
-/// Has two threads count together, `steps` at a time.
+/// Two threads increment one counter, `steps` at a time.
 long countTogether(int times, int steps) {
     std::mutex mutex;
     volatile long count = 0;
@@ -50,7 +50,7 @@ TEST(SpinThenBlockLock, letsOneThreadInAtATime) {
     EXPECT_EQ(countTogether(200'000, 1), 400'000);
 }
 
-/// Far longer than anybody asks before going to sleep.
+/// The lock is held far longer than a waiting thread spins before it sleeps.
 TEST(SpinThenBlockLock, letsOneThreadInAtATimeAlsoWhenItIsHeldLong) {
     EXPECT_EQ(countTogether(50, 500'000), 50'000'000);
 }
@@ -70,7 +70,7 @@ TEST(SpinThenBlockLock, waitsUntilTheMutexIsReleased) {
         });
         asking.wait(false);
         for (int i = 0; i < 1000; ++i) {
-            std::this_thread::yield(); // gives the other one the time to go too far
+            std::this_thread::yield(); // lets the other thread run too far
         }
         released = true;
     }

@@ -1,28 +1,28 @@
-/* The steps of LeftRightMap between its readers and its writer, and of a look-up in it that also needs a folder's mutex.
+/* The steps of LeftRightMap's readers and its writer, and of a look-up in it that also locks a folder's mutex.
  *
- * Safety: no reader looks into a copy that is being changed; both copies are equal between two changes; the writer, asleep, is
- * woken. Progress: the writer gets on however many readers come, and does not spin meanwhile. A folder's mutex that is never
- * released holds up those who need that folder, never the writer.
+ * Safety: no reader reads a copy that is being changed; both copies are equal between two changes; a sleeping
+ * writer is woken. Progress: the writer makes progress with any number of readers, and does not spin meanwhile.
+ * A folder's mutex that is never released blocks the threads that need that folder, never the writer.
  *
- * All atomic operations of the code are sequentially consistent, so every execution of it is an interleaving of these steps.
- * Readers stop at any time or never, and the writer never stops.
+ * All atomic operations of the code are sequentially consistent. So every execution of the code is an
+ * interleaving of these steps. Readers stop at any time or never, and the writer never stops.
  */
 
 #define READERS 2
-#define WAITING 4 /* a bit above any number of readers */
+#define WAITING 4 /* a bit above every possible number of readers */
 
 bit published;   /* the copy that readers use */
 bit turn;        /* the counter that readers use */
-byte count[2];   /* the readers, and WAITING */
+byte count[2];   /* the number of readers, and the bit WAITING */
 bool asleep[2];  /* whether the writer sleeps until the counter changes */
 
-/* What only the checks know. */
-bit version[2];          /* of each copy; a change turns it round */
+/* State for the assertions only. */
+bit version[2];          /* of each copy; a change flips it */
 bool changing[2];        /* whether a copy is being changed */
-byte reading[2];         /* how many readers look into a copy */
-bool announced[2];       /* whether the writer waits with its bit in the counter */
+byte reading[2];         /* how many readers read a copy */
+bool announced[2];       /* whether the writer has set its bit in the counter */
 bool locked = true;      /* a folder's mutex */
-byte spins;              /* how often the writer has looked at a counter that did not change */
+byte spins;              /* how often the writer has read a counter that did not change */
 
 inline enter(c) { d_step { count[c] = count[c] + 1; spins = 0 } }
 inline leave(c) {
@@ -34,7 +34,7 @@ inline lookUp(copy) {
     reading[copy]--
 }
 
-/* A thread with other work in the folder, which may keep the mutex forever. */
+/* A thread with other work in the folder. It may hold the mutex forever. */
 active proctype Holder() {
     if
     :: locked = false
@@ -84,7 +84,7 @@ inline withdraw(c) { count[c] = count[c] & (WAITING - 1) }
 inline waitForReaders(c) {
     spins = 0;
     if
-    :: count[c] == 0 /* seen while it spins for a while */
+    :: count[c] == 0 /* the writer sees it while it spins */
     :: true ->
         announce(c);                            /* step: announce that the writer waits */
         do

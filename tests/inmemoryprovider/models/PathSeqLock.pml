@@ -1,16 +1,17 @@
-/* The publication of changes of several steps (PathSeqLock), and the look-ups and listings that go without the mutex of the
- * file system.
+/* The publication of multi-step changes (PathSeqLock), and the look-ups and listings that do not lock the mutex of
+ * the file system.
  *
- * The tree: the root, in it the places D and E for a folder each, in a folder the place for one file. The writer, which holds
- * the mutex of the file system all the time, makes any changes. Each folder that it makes or moves is a new node. A published
- * change takes place for the others when its publication ends; a file comes and goes in one step. One reader is enough: readers
- * change nothing that another reads, and take the mutex of a folder without waiting for anything.
+ * The tree: the root has the places D and E for one folder each, and each folder has a place for one file. The
+ * writer holds the mutex of the file system all the time and makes any changes. Each folder that it creates or
+ * moves is a new node. Other threads see a published change when its publication ends; a file is added or removed
+ * in one step. One reader is enough: readers change no data that others read, and lock the mutex of a folder
+ * without waiting for anything.
  *
- * Safety: a look-up or listing returns what was true at one moment between its start and its end. Nobody stays asleep, nobody
- * waits twice for one change, and nobody waits for a change that does not concern the path asked for.
+ * Safety: the result of a look-up or listing was correct at one moment between its start and its end. No thread
+ * sleeps forever, waits twice for one change, or waits for a change that does not concern its path.
  *
- * The folder map is one step here; LeftRightMap.pml is about it. The publication is made of loads that acquire and stores that
- * release: a reader that sees a later value of one variable sees all earlier stores too, so what it can see is an
+ * The folder map is one step here; LeftRightMap.pml models it. The publication consists of acquire loads and
+ * release stores. A reader that sees a later value of one variable also sees all earlier stores. So its view is an
  * interleaving of these steps.
  */
 
@@ -18,7 +19,7 @@
 
 #define NONE 0          /* no node */
 #define ROOT 1
-#define NODES (CHANGES + 4) /* NONE, ROOT, two at the start, and one for each change */
+#define NODES (CHANGES + 4) /* NONE, ROOT, two initial folders, and one per change */
 
 /* Places of folders, and two paths elsewhere. */
 #define D 0
@@ -26,7 +27,7 @@
 #define U 2
 #define V 3
 
-/* The tree as it is between two steps. */
+/* The tree between two steps. */
 byte map[2];            /* the folder map: the node at D, at E */
 byte child[2];          /* the root's children: the node at D, at E */
 bool file[NODES];       /* whether a folder has its file */
@@ -38,7 +39,7 @@ byte source;
 byte target;
 bool asleep;            /* whether the reader sleeps until the number changes */
 
-/* What only the checks know: the tree as it is for the others, and what the reader may return: a bit for each answer. */
+/* State for the assertions only: the tree that other threads see, and the permitted answers, one bit each. */
 bool isFolder[2];
 bool hasFile[2];
 byte possible;
@@ -47,8 +48,8 @@ mtype = { entryInRoot, entryInFolder, listRoot, listFolder };
 mtype question;
 byte asked;             /* D or E */
 
-/* The answers: whether there is an entry; which folders are in the root; 0 for no folder, 1 for an empty one, 2 for one with
- * its file. */
+/* The answers: whether the entry exists; which folders are in the root; 0 for no folder, 1 for an empty folder, 2
+ * for a folder with its file. */
 inline notePossible() {
     if
     :: question == entryInRoot -> possible = possible | (1 << isFolder[asked])
@@ -85,9 +86,9 @@ inline waitFor() {
         waited = change
     }
     if
-    :: seq != change /* seen while it spins for a while */
+    :: seq != change /* the reader sees it while it spins */
     :: true ->
-        d_step { if :: seq == change -> asleep = true :: else fi } /* step: sleep while the change is under way */
+        d_step { if :: seq == change -> asleep = true :: else fi } /* step: sleep until the change ends */
         !asleep
     fi
 }
@@ -139,9 +140,9 @@ again:
         if :: found != start -> goto again :: else fi
     :: else ->
         lock(node);                             /* step: lock the folder */
-        findConflict();                         /* step: ask for a change under way; before: look the folder up again */
+        findConflict();                         /* step: ask for a change under way; before: repeat the look-up */
         found = node;
-        found = nodeInMap;                      /* step: look the folder up again */
+        found = nodeInMap;                      /* step: repeat the look-up */
         if
         :: change != 0 -> unlock(node); waitFor(); goto again
         :: change == 0 && question == listFolder && found != node -> unlock(node); goto again
@@ -158,7 +159,7 @@ again:
 
 inline setChild(place, value) {
     lock(ROOT);                                 /* step: lock the parent of a folder that comes or goes */
-    /* Of two folders at one place the first one stays, here and in the map. */
+    /* If a place already has a folder, that folder stays, here and in the map. */
     if
     :: value == NONE || child[place] == NONE ->
         child[place] = value                    /* step: change the parent's children */
@@ -175,9 +176,9 @@ inline setFile(folder, value) {
 inline insert(place) { map[place] = (map[place] == NONE -> new : map[place]) }
 
 inline publish() {
-    source = from;                              /* step: publish the source; before: publish that a change is under way */
+    source = from;                              /* step: publish the source; before: publish the change */
     target = to;                                /* step: publish the target */
-    seq = seq + 1;                              /* step: publish that a change is under way */
+    seq = seq + 1;                              /* step: publish the change */
 }
 inline endPublication() {
     d_step {

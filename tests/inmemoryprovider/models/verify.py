@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""Verifies models of the lock-free parts, then removes each of their steps in turn and expects a counterexample.
+"""Verifies models of the lock-free parts. Then removes each step in turn and expects a counterexample.
 
-    verify.py [MODEL.pml]...         (default: all beside this file)
+    verify.py [MODEL.pml]...         (default: all next to this file)
 
-A line that ends with the comment `step: NAME` is a step that the code takes; without it, something must go wrong. If the
-comment goes on with `; before: NAME`, exchanging the two must go wrong, too. A model with a progress label is also searched
-for executions that never come to it, in which every process that can run does run.
+A line that ends with the comment `step: NAME` is a step of the code. Without it, the search must find a
+counterexample. If the comment continues with `; before: NAME`, exchanging the two steps must give a
+counterexample, too. In a model with a progress label, spin also searches for executions that never reach the
+label although every process that can run does run.
 """
 
 import concurrent.futures
@@ -19,17 +20,17 @@ import tempfile
 HERE = pathlib.Path(__file__).resolve().parent
 STEP = re.compile(r"^(?P<code>.*?)\s*/\* step: (?P<name>[^;*]+?)(?:; before: (?P<after>[^*]+?))? \*/$", re.MULTILINE)
 SAFETY = (["-DSAFETY"], [])
-# Partial order reduction hides cycles that are fair.
+# Partial order reduction hides fair cycles.
 PROGRESS = (["-DNP", "-DNFAIR=3", "-DNOREDUCE"], ["-l", "-f"])
 
 
 class Verification:
-    """What spin found out about one text of a model."""
+    """The result of spin for one text of a model."""
 
     def __init__(self, text, optimization="-O0"):
         self.optimization = optimization
         self.states = 0
-        self.problem = None  # the first one
+        self.problem = None  # the first problem
         runs = [SAFETY] + ([PROGRESS] if re.search(r"^progress\w*:", text, re.MULTILINE) else [])
         for definitions, options in runs:
             self.problem = self.problem or self.search(text, definitions, options)
@@ -61,7 +62,7 @@ def exchanged(text, first, second):
 
 
 def variants(text):
-    """By description: the model with one step left out, or two exchanged."""
+    """Returns, by description, the model with one step removed or with two exchanged."""
     steps = {step["name"]: step for step in STEP.finditer(text)}
     result = {f"without '{name}'": without(text, step) for name, step in steps.items()}
     for name, step in steps.items():
@@ -71,10 +72,10 @@ def variants(text):
 
 
 def verify(path, pool):
-    """Prints what was found; returns whether the model holds and each of its steps counts."""
+    """Prints the result. Returns whether the model holds and every step is necessary."""
     text = path.read_text()
     results = {name: pool.submit(Verification, variant) for name, variant in variants(text).items()}
-    whole = Verification(text, "-O2")  # only here does the search take longer than compiling
+    whole = Verification(text, "-O2")  # only here does the search take longer than the compilation
     print(f"{path.name}: {whole.states} states, {whole.problem or 'no counterexample'}")
     sound = whole.problem is None and len(results) > 0
     for name, result in results.items():
