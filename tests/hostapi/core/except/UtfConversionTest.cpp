@@ -33,11 +33,11 @@ TEST(UtfConversion, ReplacesEachUnpairedSurrogate) {
 }
 
 TEST(UtfConversion, ReplacesEachIllFormedUtf8Sequence) {
-    EXPECT_EQ(toReadableUtf16("a\x80z"), u"a\ufffdz");             // continuation without a beginning
+    EXPECT_EQ(toReadableUtf16("a\x80z"), u"a\ufffdz");             // continuation byte without a lead byte
     EXPECT_EQ(toReadableUtf16("a\xffz"), u"a\ufffdz");             // byte that never occurs
-    EXPECT_EQ(toReadableUtf16("a\xc3z"), u"a\ufffdz");             // beginning without its continuation
-    EXPECT_EQ(toReadableUtf16("a\xe2\x82"), u"a\ufffd");           // cut off at the end
-    EXPECT_EQ(toReadableUtf16("a\xc0\xafz"), u"a\ufffdz");         // longer than needed
+    EXPECT_EQ(toReadableUtf16("a\xc3z"), u"a\ufffdz");             // lead byte without its continuation byte
+    EXPECT_EQ(toReadableUtf16("a\xe2\x82"), u"a\ufffd");           // truncated at the end
+    EXPECT_EQ(toReadableUtf16("a\xc0\xafz"), u"a\ufffdz");         // overlong encoding
     EXPECT_EQ(toReadableUtf16("a\xed\xa0\x80z"), u"a\ufffdz");     // a surrogate
     EXPECT_EQ(toReadableUtf16("a\xf4\x90\x80\x80z"), u"a\ufffdz"); // beyond the last code point
 }

@@ -17,7 +17,7 @@ using namespace foundation::storage::provider;
 
 namespace {
 
-/// A device on the file /f of a storage in memory, which has the bytes "abc".
+/// A device on the file /f of an in-memory storage. The file contains the bytes "abc".
 class ByteStreamDeviceTest : public testing::Test {
 protected:
     ByteStreamDeviceTest() {
@@ -62,7 +62,7 @@ TEST_F(ByteStreamDeviceTest, RefusesAStreamThatIsNone) {
     EXPECT_THROW(ByteStreamDevice(nullptr), std::runtime_error);
 }
 
-/// Reads and writes byte by byte, ends after the third, and counts how often it is flushed.
+/// Reads and writes byte by byte, ends after the third byte, and counts its flushes.
 class SlowStream final : public ByteStream {
 public:
     explicit SlowStream(int* flushed = nullptr) : flushed_(flushed) {}
@@ -101,7 +101,7 @@ TEST(ByteStreamDevicePieceTest, FlushesWhatItHasWritten) {
     EXPECT_EQ(flushed, 1);
 }
 
-/// Claims to have read one byte more than there was room for.
+/// Returns one byte more than the buffer has room for.
 class BoastfulStream final : public ByteStream {
 public:
     long read(char*, long count) override { return count + 1; }

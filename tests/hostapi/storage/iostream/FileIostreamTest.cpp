@@ -17,7 +17,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// A C++ stream on the file /f of a storage in memory, whose reads and writes can be made to fail.
+/// A C++ stream on the file /f of an in-memory storage. Its reads and writes can be made to fail.
 class FileIostreamTest : public testing::Test {
 protected:
     FileIostreamTest() {
@@ -131,7 +131,7 @@ TEST_F(FileIostreamTest, RefusesAStreamThatIsNone) {
     EXPECT_THROW(FileIostream(nullptr), std::runtime_error);
 }
 
-/// A stream that counts in `flushed` how often it is flushed. It has no bytes and takes all.
+/// Counts its flushes in `flushed`. Reads return no bytes, and writes accept all.
 class FlushCountingStream final : public ByteStream {
 public:
     explicit FlushCountingStream(int& flushed) : flushed_(flushed) {}

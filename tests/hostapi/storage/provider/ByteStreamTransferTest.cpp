@@ -16,7 +16,7 @@ using foundation::storage::provider::writeAll;
 using testing::ElementsAre;
 using testing::ThrowsMessage;
 
-/// Returns the given counts, one for each call, and 'x' for each byte read.
+/// Returns the given counts, one per call, and 'x' for each byte read.
 class CountingStream final : public ByteStream {
 public:
     explicit CountingStream(std::vector<long> counts) : counts_(std::move(counts)) {}
@@ -30,7 +30,7 @@ public:
     std::streampos seek(long, std::ios_base::seekdir) override { return -1; }
     void flush() override {}
 
-    std::vector<long> asked; ///< the counts of the calls
+    std::vector<long> asked; ///< the counts that the calls requested
 
 private:
     long next(long count) {

@@ -25,7 +25,7 @@ struct OperationSlot {
 #name, vtableSlot(&IProvider::name)                                                                  \
     }
 
-/// In the order of the binary interface.
+/// In the order of the ABI.
 const std::array<OperationSlot, 51> slots{
     SLOT(doCreateFile),
     SLOT(doCreateFolder),
@@ -92,7 +92,7 @@ TEST(IProvider, HasItsOperationsBehindTheDestructorInTheOrderOfTheBinaryInterfac
 }
 
 TEST(IProvider, HasDefaultsOfTheOptionalOperationsAlone) {
-    constexpr std::size_t beforeFunctions = 2; // the offset to the top and the type
+    constexpr std::size_t beforeFunctions = 2; // the offset to top and the type information
     const auto* const vtable =
         static_cast<void* const*>(::dlsym(RTLD_DEFAULT, "_ZTVN10foundation7storage8provider9IProviderE"));
     ASSERT_NE(vtable, nullptr);

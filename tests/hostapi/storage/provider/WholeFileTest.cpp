@@ -74,7 +74,7 @@ TEST_F(WholeFileTest, FailsOnAShortWrite) {
     EXPECT_THROW(writeFile(provider, iri_, "bytes"), std::runtime_error);
 }
 
-/// Shows written bytes to nobody before they are flushed.
+/// Hides written bytes from others until they are flushed.
 class WriteBehindProvider final : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;

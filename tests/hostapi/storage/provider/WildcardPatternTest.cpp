@@ -12,7 +12,7 @@ namespace {
 
 using Kind = WildcardPattern::Element::Kind;
 
-// In pieces, as a compiler may not take half a surrogate pair for a character of a literal.
+// In pieces, because a compiler may reject half a surrogate pair in a literal.
 const std::u16string lead(1, char16_t{0xD83D});
 const std::u16string trail(1, char16_t{0xDE00});
 const std::u16string pair = lead + trail;

@@ -32,7 +32,7 @@ std::string bytes(std::size_t size) {
     return content;
 }
 
-/// The folder /to is where copies of the file /from/f go; each test says what stands in it beforehand.
+/// Copies the file /from/f into the folder /to. Each test prepares the content of /to.
 class IProviderCopy : public ProviderTest {
 protected:
     IProviderCopy() {
@@ -45,7 +45,7 @@ protected:
         provider_->doCopyFile(source_, destination_, policy);
     }
 
-    /// The default operation on the same files, with `before` called before each of the operations it uses.
+    /// The default operation on the same files. `before` runs before each of the operations that it calls.
     void copyRacing(HookedProvider::Hook before, ReplacementPolicy policy = refuseExisting) const {
         HookedProvider(provider_, std::move(before)).doCopyFile(source_, destination_, policy);
     }

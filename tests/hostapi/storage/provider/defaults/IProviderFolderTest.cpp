@@ -10,7 +10,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Ignores empty names in the locations of listings: there is the folder itself.
+/// Ignores empty names in the locations of listings: such a location is the folder itself.
 class EmptyNamesIgnored : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;

@@ -11,8 +11,8 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Every listing on one tree: /d holds the files a.txt and b.doc, the empty folder e.txt and the folder sub,
-/// which holds the file c.txt and the folder deep.txt, which holds the file d.doc.
+/// All listings on one tree: /d contains the files a.txt and b.doc, the empty folder e.txt and the folder
+/// sub. sub contains the file c.txt and the folder deep.txt, which contains the file d.doc.
 class IProviderListing : public ProviderTest {
 protected:
     IProviderListing() {
@@ -123,7 +123,7 @@ TEST_F(IProviderListing, FollowsTheResolvedPath) {
               provider_->doListAllRecursiveNamesOnly(iri_));
 }
 
-/// All sixteen listings as one kind of call each; the pattern, where there is one, matches every name.
+/// All sixteen listings behind one function type. The pattern of a wildcard listing matches every name.
 std::vector<std::function<void(const IProvider&, const StorageIRI&)>> allListings() {
     return {
         [](const IProvider& p, const StorageIRI& iri) { p.doListAll(iri); },

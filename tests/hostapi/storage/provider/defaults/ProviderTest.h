@@ -18,8 +18,8 @@ void PrintTo(const FolderEntry& entry, std::ostream* out);
 
 } // namespace foundation::storage::provider
 
-/// The default operations on a provider of their own, which keeps its files in memory. Paths stand for the
-/// locations they name.
+/// The default operations on a provider of the test's own that keeps its files in memory. Paths represent the
+/// locations that they name.
 class ProviderTest : public testing::Test {
 protected:
     using Entries = std::vector<foundation::storage::provider::FolderEntry>;
@@ -42,7 +42,7 @@ protected:
     std::shared_ptr<foundation::storage::provider::IProvider> provider_;
 };
 
-/// Matches a callable that throws the host's exception with this code, naming this location.
+/// Matches a callable that throws the host's exception with this code and location.
 inline auto failsWith(foundation::storage::provider::ErrorCode code,
                       const foundation::storage::provider::StorageIRI& iri) {
     using foundation::storage::provider::Exception;
