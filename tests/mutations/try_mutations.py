@@ -1,16 +1,17 @@
 #!/usr/bin/env python3
-"""Breaks the plug-in's code in one small way after the other and tells which breaks no test noticed.
+"""Breaks the plug-in's code in one small way at a time, and lists the mutations that no test detects.
 
     tests/mutations/try_mutations.py [--list] [--only TEXT]... [--jobs N] [--work FOLDER] [--report FILE]
 
-Works on copies of the source tree, never on the tree itself. Each mutation changes one place of inmemoryprovider/: a
-condition turned round or made constant, a statement left out, two neighbouring statements exchanged, a comparison or
-constant altered, an enumerator or exception replaced, a lock not taken, an order of memory relaxed, a fence or a wait left
-out. It counts as noticed when a test fails, crashes or does not end; as no mutation when the compiler refuses it. What the
-ordinary tests let pass is tried again under the thread sanitizer, for locks show only there.
+Works on copies of the source tree, never on the tree itself. Each mutation changes one place of
+inmemoryprovider/: it negates a condition or makes it constant, deletes a statement, exchanges two adjacent
+statements, changes a comparison or constant, replaces an enumerator or exception, omits a lock, relaxes a
+memory order, or omits a fence or a wait. It is noticed (killed) if a test fails, crashes or hangs. It does not count if
+the compiler rejects it. Mutations that survive the ordinary tests are tested again under ThreadSanitizer,
+because only it detects a missing lock.
 
-accepted.txt beside this file lists the mutations that change nothing a user or caller could see, each with the reason.
-Exits with 1 when any other survives.
+accepted.txt next to this file lists the mutations without an effect that a user or caller could see, each
+with the reason. Exits with 1 if any other mutation survives.
 """
 
 import argparse
@@ -30,7 +31,8 @@ ACCEPTED = pathlib.Path(__file__).with_name("accepted.txt")
 CONFIGURE = ["-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14", "-DCMAKE_BUILD_TYPE=None"]
 PLAIN = ["-DCMAKE_CXX_FLAGS=-O0"]
 THREADS = ["-DCMAKE_CXX_FLAGS=-O1 -g1", "-DQZSTORAGE_SANITIZE=thread"]
-# One after the other, until one notices: a build folder and its settings, and the tests that are built and run there.
+# Tried one after the other until one fails: a build folder with its settings, and the tests to build and run
+# there.
 SLOW = "*Rac*:*Concurrency*:*Deep*:*LeftRight*"
 STAGES = [
     ("plain", PLAIN, [["inmemoryprovider_tests", "--gtest_filter=-" + SLOW]]),
@@ -53,7 +55,7 @@ ENUMERATIONS = {
     "ios_base": ["beg", "cur", "end"],
 }
 EXCEPTIONS = ["EntryExistsException", "EntryNotFoundException", "FolderNotEmptyException", "ReadOnlyException"]
-# Of a statement that waits for other threads or wakes them.
+# Matches a statement that waits for other threads or wakes them.
 WAIT = r"\b(wait|settle|wake|notify_)\w*\("
 SWAPPED = {
     "==": "!=", "!=": "==", "<=": "<", ">=": ">", "<": "<=", ">": ">=", "&&": "||", "||": "&&", "+": "-", "-": "+",
@@ -62,7 +64,7 @@ SWAPPED = {
 
 
 class Mutation:
-    """One change: `text` takes the place of what stands at [begin, end) in `path`."""
+    """One change: `text` replaces [begin, end) in `path`."""
 
     def __init__(self, path, source, begin, end, text, kind):
         self.path = path
@@ -78,7 +80,8 @@ class Mutation:
 
 
 def without_comments(source):
-    """The source with comments, strings, includes and attributes blanked out, every position kept."""
+    """Returns the source with comments, strings, includes and attributes blanked out; all positions are
+    unchanged."""
 
     def blank(match):
         return re.sub(r"[^\n]", " ", match.group(0))
@@ -88,7 +91,7 @@ def without_comments(source):
 
 
 def closing(code, opening):
-    """The position after the bracket that closes the one at `opening`."""
+    """Returns the position after the bracket that closes the one at `opening`."""
     depth = 0
     for position in range(opening, len(code)):
         if code[position] in "([{":
@@ -101,7 +104,8 @@ def closing(code, opening):
 
 
 def statements(code):
-    """[begin, end) of each simple statement inside a function, and of each `if` whose block is one throw."""
+    """Returns [begin, end) of each simple statement in a function, and of each `if` with a block of one
+    throw."""
     found = []
     for match in re.finditer(r"(?<=[;{}])\s*(?=[^\s;{}#])", code):
         begin = match.end()
@@ -203,7 +207,7 @@ def all_mutations():
 
 
 def run(command, folder, seconds):
-    """Whether the command succeeded in time."""
+    """Returns whether the command succeeded in time."""
     try:
         return subprocess.run(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                               timeout=seconds).returncode == 0
@@ -212,7 +216,7 @@ def run(command, folder, seconds):
 
 
 class Copy:
-    """A copy of the tree with builds of its own, for one worker."""
+    """A copy of the tree with its own build folders, for one worker."""
 
     def __init__(self, folder):
         self.folder = folder
@@ -224,7 +228,7 @@ class Copy:
                 shutil.copy2(ROOT / name, folder / name)
 
     def passes(self, stage):
-        """Whether the stage's tests pass; None when they do not build."""
+        """Returns whether the stage's tests pass; None if they do not build."""
         name, settings, tests = stage
         build = self.folder / "build" / name
         if not (build / "build.ninja").exists():
@@ -294,7 +298,8 @@ def main():
     try:
         with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
             list(pool.map(lambda copy: copy.expect_sound(), list(copies.queue)))
-            # Those of headers last, for they take longest; else in no order, so that a part tells of the whole.
+            # Mutations of headers are last, because they take longest. The others are shuffled, so that a
+            # partial run is a representative sample.
             left = [m for m in mutations if m.name not in results]
             random.Random(0).shuffle(left)
             left.sort(key=lambda mutation: mutation.path.endswith(".h"))
