@@ -1,8 +1,10 @@
-/* The steps of LeftRightMap's readers and its writer, and of a look-up in it that also locks a folder's mutex.
+/* The steps of LeftRightMap's readers and its writer, and of a look-up in it that also locks a folder's
+ * mutex.
  *
  * Safety: no reader reads a copy that is being changed; both copies are equal between two changes; a sleeping
- * writer is woken. Progress: the writer makes progress with any number of readers, and does not spin meanwhile.
- * A folder's mutex that is never released blocks the threads that need that folder, never the writer.
+ * writer is woken. Progress: the writer makes progress with any number of readers, and does not spin
+ * meanwhile. A folder's mutex that is never released blocks the threads that need that folder, never the
+ * writer.
  *
  * All atomic operations of the code are sequentially consistent. So every execution of the code is an
  * interleaving of these steps. Readers stop at any time or never, and the writer never stops.

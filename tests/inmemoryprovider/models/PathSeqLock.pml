@@ -1,18 +1,18 @@
-/* The publication of multi-step changes (PathSeqLock), and the look-ups and listings that do not lock the mutex of
- * the file system.
+/* The publication of multi-step changes (PathSeqLock), and the look-ups and listings that do not lock the
+ * mutex of the file system.
  *
- * The tree: the root has the places D and E for one folder each, and each folder has a place for one file. The
- * writer holds the mutex of the file system all the time and makes any changes. Each folder that it creates or
- * moves is a new node. Other threads see a published change when its publication ends; a file is added or removed
- * in one step. One reader is enough: readers change no data that others read, and lock the mutex of a folder
- * without waiting for anything.
+ * The tree: the root has the places D and E for one folder each, and each folder has a place for one file.
+ * The writer holds the mutex of the file system all the time and makes any changes. Each folder that it
+ * creates or moves is a new node. Other threads see a published change when its publication ends; a file is
+ * added or removed in one step. One reader is enough: readers change no data that others read, and lock the
+ * mutex of a folder without waiting for anything.
  *
- * Safety: the result of a look-up or listing was correct at one moment between its start and its end. No thread
- * sleeps forever, waits twice for one change, or waits for a change that does not concern its path.
+ * Safety: the result of a look-up or listing was correct at one moment between its start and its end. No
+ * thread sleeps forever, waits twice for one change, or waits for a change that does not concern its path.
  *
  * The folder map is one step here; LeftRightMap.pml models it. The publication consists of acquire loads and
- * release stores. A reader that sees a later value of one variable also sees all earlier stores. So its view is an
- * interleaving of these steps.
+ * release stores. A reader that sees a later value of one variable also sees all earlier stores. So its view
+ * is an interleaving of these steps.
  */
 
 #define CHANGES 2
@@ -48,8 +48,8 @@ mtype = { entryInRoot, entryInFolder, listRoot, listFolder };
 mtype question;
 byte asked;             /* D or E */
 
-/* The answers: whether the entry exists; which folders are in the root; 0 for no folder, 1 for an empty folder, 2
- * for a folder with its file. */
+/* The answers: whether the entry exists; which folders are in the root; 0 for no folder, 1 for an empty
+ * folder, 2 for a folder with its file. */
 inline notePossible() {
     if
     :: question == entryInRoot -> possible = possible | (1 << isFolder[asked])
@@ -140,7 +140,7 @@ again:
         if :: found != start -> goto again :: else fi
     :: else ->
         lock(node);                             /* step: lock the folder */
-        findConflict();                         /* step: ask for a change under way; before: repeat the look-up */
+        findConflict();                         /* step: ask for a conflict; before: repeat the look-up */
         found = node;
         found = nodeInMap;                      /* step: repeat the look-up */
         if
