@@ -1,6 +1,6 @@
-"""What the cases written in Python share. A case is called with the mounted folder and a scratch folder of the disk; it finds
-FORM (short or long) and STORAGE (mount or tmpfs) in its environment, prints its figures in its last line, and ends with a
-status other than 0 when something is wrong, with 77 when it has no place here."""
+"""Shared by the cases written in Python. A case gets the mounted folder and a scratch folder on the disk as
+arguments, and FORM (short or long) and STORAGE (mount or tmpfs) in its environment. It prints its results in
+its last line. Its exit status is 0 on success, 77 if it cannot run here, and any other on failure."""
 
 import ctypes
 import multiprocessing
@@ -22,7 +22,7 @@ processes = multiprocessing.get_context("fork")
 
 
 class Wrong(Exception):
-    """What was seen is not what must be."""
+    """The actual result differs from the expected one."""
 
 
 def by_form(short, long):
@@ -30,7 +30,7 @@ def by_form(short, long):
 
 
 def seed():
-    """The seed of the random cases: the given one, or a new one."""
+    """Returns the seed of the random cases: the given one, or a new one."""
     return int(os.environ.get("SEED") or random.SystemRandom().randrange(1 << 31))
 
 
@@ -44,7 +44,7 @@ def require_equal(found, expected, what):
 
 
 def require_error(numbers, call, *arguments, **options):
-    """The call must fail with one of the given error numbers."""
+    """Expects the call to fail with one of the given error numbers."""
     numbers = numbers if isinstance(numbers, tuple) else (numbers,)
     names = " or ".join(os.strerror(number) for number in numbers)
     called = f"{getattr(call, '__name__', call)}{arguments}"[:200]
@@ -57,7 +57,7 @@ def require_error(numbers, call, *arguments, **options):
 
 
 def call_c(name, *arguments):
-    """Calls a function of the C library that gives -1 for a failure."""
+    """Calls a C library function that returns -1 on failure."""
     result = getattr(libc, name)(*arguments)
     if result == -1:
         number = ctypes.get_errno()
@@ -66,15 +66,15 @@ def call_c(name, *arguments):
 
 
 def forget():
-    """Makes the kernel forget all entries of the mount that nobody holds, so that it asks the storage again. Only root can;
-    for others nothing happens."""
+    """Drops all unused entries of the mount from the kernel's cache, so that the kernel asks the storage
+    again. Does nothing without root privileges."""
     MS_NOSUID, MS_NODEV, MS_REMOUNT = 2, 4, 32
     if os.geteuid() == 0:
         call_c("mount", None, FOLDER.encode(), None, ctypes.c_ulong(MS_REMOUNT | MS_NOSUID | MS_NODEV), None)
 
 
 def start(function, *arguments):
-    """Another process that runs a function. finish() waits for it."""
+    """A child process that runs a function. finish() waits for it."""
     process = processes.Process(target=function, args=arguments, name=function.__name__)
     process.start()
     return process
@@ -88,7 +88,7 @@ def finish(*others):
 
 
 def run_checks(checks):
-    """Runs every check in an empty folder of its own, which is the current one, and tells all that are wrong."""
+    """Runs every check in its own empty folder as current folder, and reports all failures."""
     wrong = 0
     for check in checks:
         place = os.path.join(FOLDER, check.__name__)
@@ -107,7 +107,7 @@ def run_checks(checks):
     sys.exit(1 if wrong else 0)
 
 
-# For the cases that make mounts of their own.
+# For cases that create their own mounts.
 
 
 def skip_on_tmpfs():
@@ -122,7 +122,7 @@ def is_mounted(folder):
 
 
 def wait_until(condition, what):
-    """Gives up after a time that only what hangs would take."""
+    """Fails after a timeout that only a hang can reach."""
     end = time.monotonic() + 60
     while not condition():
         require(time.monotonic() < end, f"{what}: that did not come about within a minute")
@@ -130,7 +130,7 @@ def wait_until(condition, what):
 
 
 class Mount:
-    """A mount in the foreground, by a process whose end can be seen."""
+    """A mount in the foreground, by a process that the case can wait for."""
 
     made = []
 
@@ -160,7 +160,7 @@ class Mount:
 
     @staticmethod
     def remove_all():
-        """What checks that went wrong have left mounted."""
+        """Removes mounts that failed checks left behind."""
         for mount in Mount.made:
             if mount.process.poll() is None:
                 mount.process.kill()

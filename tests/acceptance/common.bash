@@ -1,13 +1,13 @@
-# What the cases written in bash share. A case is called with the mounted folder and a scratch folder of the disk; it finds
-# FORM (short or long) and STORAGE (mount or tmpfs) in its environment, prints its figures in its last line, and ends with
-# a status other than 0 when something is wrong, with 77 when it has no place here.
+# Shared by the cases written in bash. A case gets the mounted folder and a scratch folder on the disk as
+# arguments, and FORM (short or long) and STORAGE (mount or tmpfs) in its environment. It prints its results
+# in its last line. Its exit status is 0 on success, 77 if it cannot run here, and any other on failure.
 set -euo pipefail
 
 # shellcheck disable=SC2034 # for the cases
 folder=$1 scratch=$2
 tools=$(dirname "${BASH_SOURCE[0]}")
 
-# The first value in the short form, the second in the long one.
+# Prints the first value in the short form, the second value in the long form.
 by_form() {
     [ "$FORM" = short ] && echo "$1" || echo "$2"
 }
@@ -17,12 +17,12 @@ fail() {
     exit 1
 }
 
-# A tree of ordinary and odd names, contents, times and permissions.
+# Creates a tree of ordinary and unusual names, contents, times and permissions.
 make_tree() {
     "$tools/make-tree" "$1" "$(by_form 300 5000)"
 }
 
-# Fails unless two trees are the same; --without-times compares all but the times.
+# Fails unless two trees are equal; --without-times ignores the times.
 compare_trees() {
     "$tools/compare-trees" "$@"
 }
