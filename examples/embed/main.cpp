@@ -25,7 +25,7 @@ void writeShoppingList(const IProvider& provider) {
     for (const char* item : {"bread", "apples", "tea"}) {
         file << item << '\n';
     }
-    file.flush(); // throws if the bytes cannot be written; the destructor would throw nothing
+    file.flush(); // throws if the bytes cannot be written; the destructor does not throw
 }
 // [write]
 
@@ -47,7 +47,7 @@ void keepCopy(const IProvider& provider) {
 
 // [list]
 void printFolder(const IProvider& provider) {
-    // A snapshot: it shows the folder as it was at the call.
+    // A snapshot: it shows the state of the folder at the call.
     for (const FolderEntry& entry : list(provider, StorageIRI(u"/lists"))) {
         const StorageIRI location(u"/lists/" + entry.getName());
         const ExtendedAttributes attributes = provider.doGetExtendedAttributes(location);
@@ -64,13 +64,13 @@ void moveFileThatIsOpen(const IProvider& provider) {
     const std::unique_ptr<ByteStream> stream =
         provider.doOpenStream(before, ByteStreamOpenOptions::createOrAppend());
     provider.doMoveFile(before, after, ReplacementPolicy::RefuseExisting);
-    writeAll(*stream, "salt\n"); // the stream went with the file
+    writeAll(*stream, "salt\n"); // the stream follows the file
     printFile(provider, after);
 
     provider.doRemoveFile(after);
     stream->seek(0, std::ios_base::beg);
     char bytes[5] = {};
-    readExactly(*stream, bytes, sizeof bytes); // the bytes live as long as a stream holds them
+    readExactly(*stream, bytes, sizeof bytes); // the bytes exist as long as a stream holds them
     std::cout << "removed, but still to be read: " << std::string(bytes, sizeof bytes) << '\n';
 }
 // [moved]
@@ -80,11 +80,11 @@ void handleFailures(const IProvider& provider) {
     try {
         provider.doCreateFile(StorageIRI(u"/lists/food/fruit"));
     } catch (const Exception& failure) {
-        if (failure.getErrorCode() == ErrorCode::NotFound) { // to be decided on: the code
+        if (failure.getErrorCode() == ErrorCode::NotFound) { // for decisions: the error code
             provider.doCreateFolderRecursive(StorageIRI(u"/lists/food"));
-            provider.doCreateFile(failure.getIRI()); // and the location concerned
+            provider.doCreateFile(failure.getIRI()); // and the location
         }
-        std::cout << failure.what() << '\n'; // to be shown: both, in words
+        std::cout << failure.what() << '\n'; // for the user: both as text
     }
 }
 // [error]
@@ -103,7 +103,7 @@ int main() {
         moveFileThatIsOpen(*provider);
         handleFailures(*provider);
         return 0;
-    } catch (const std::exception& failure) { // out of memory, or an entry that was not expected
+    } catch (const std::exception& failure) { // out of memory, or an unexpected entry
         std::cerr << "embed: " << failure.what() << '\n';
         return 1;
     }

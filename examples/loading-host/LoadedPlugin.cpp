@@ -16,7 +16,7 @@ using foundation::storage::provider::providerEntryPointName;
 namespace {
 
 // [owner]
-/// A provider and the library that it came from. The members are destroyed from the last to the first.
+/// A provider and its library. Members are destroyed in reverse order, so the library is released last.
 struct ProviderInLibrary {
     std::shared_ptr<void> library;
     std::shared_ptr<IProvider> provider;
@@ -27,8 +27,8 @@ struct ProviderInLibrary {
 
 // [load]
 LoadedPlugin::LoadedPlugin(const std::filesystem::path& path) : path_(path.string()) {
-    // LOCAL keeps the names of two plug-ins apart. Exceptions are caught by type all the same: their classes live in the
-    // libraries that the host itself is linked with.
+    // LOCAL separates the symbols of two plug-ins. Exceptions are still caught by type, because the host
+    // itself is linked with the libraries that contain their classes.
     void* const handle = ::dlopen(path_.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         throw PluginError(std::string("cannot be loaded: ") + ::dlerror());
@@ -53,7 +53,8 @@ std::shared_ptr<IProvider> LoadedPlugin::buildProvider() const {
     if (!provider) {
         throw PluginError(path_ + ": gave no provider");
     }
-    // The host's pointer is of the host's own making, so that copies of it, weak ones too, need nothing of the library.
+    // The host creates this control block itself, so copies of the pointer, also weak ones, do not depend on
+    // the library.
     auto owner = std::make_shared<ProviderInLibrary>(ProviderInLibrary{library_, std::move(provider)});
     return std::shared_ptr<IProvider>(owner, owner->provider.get());
 }

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-/// A plug-in in this process. Everything that comes out of it holds the library, which is unloaded with the last of them
-/// all; this object itself may go earlier.
+/// A plug-in in this process. Every object that it returns holds a reference to the library. The library is
+/// unloaded with the last of these objects; this object may be destroyed earlier.
 class LoadedPlugin {
 public:
     using ByteStream = foundation::storage::provider::ByteStream;
@@ -19,15 +19,16 @@ public:
     /// @throws PluginError
     explicit LoadedPlugin(const std::filesystem::path& path);
 
-    /// A new provider, with a storage of its own.
+    /// Returns a new provider with its own storage.
     /// @throws PluginError
     std::shared_ptr<IProvider> buildProvider() const;
 
     // [hold]
-    /// What a provider of this plug-in has handed out - a stream, a listing, a clone - so that it holds the library.
+    /// Makes an object of this plug-in's provider (a stream, a listing, a clone) hold a reference to the
+    /// library.
     template <class T>
     std::shared_ptr<T> hold(std::unique_ptr<T> object) const {
-        // The deleter is the last to let go: first the object is destroyed, by code of the library, then the library.
+        // The deleter destroys the object first, by code of the library. Then it releases the library itself.
         return std::shared_ptr<T>(object.release(), [library = library_](T* pointer) { delete pointer; });
     }
     // [hold]

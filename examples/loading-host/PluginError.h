@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-/// A plug-in that is not there or cannot be used. The text says which, and why.
+/// A plug-in is missing or cannot be used. The text names the plug-in and the reason.
 class PluginError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

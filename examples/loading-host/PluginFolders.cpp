@@ -13,7 +13,7 @@ std::filesystem::path PluginFolders::find(const std::string& name) const {
     for (const std::filesystem::path& folder : folders_) {
         if (std::filesystem::exists(folder / file)) {
             return std::filesystem::absolute(
-                folder / file); // a bare name would be looked up by the linker's own rules
+                folder / file); // the linker would search for a bare name by its own rules
         }
         lookedIn.append(lookedIn.empty() ? "" : ", ").append(folder.string());
     }

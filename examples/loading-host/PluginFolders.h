@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-/// The folders that plug-ins are looked for in, the first that has one counts.
+/// The folders to search for plug-ins; the first match is used.
 class PluginFolders {
 public:
     explicit PluginFolders(std::vector<std::filesystem::path> folders);
 
-    /// The library of the provider with this name: libqzstorageNAMEprovider.so.
+    /// Returns the library of the provider with this name: libqzstorageNAMEprovider.so.
     /// @throws PluginError
     std::filesystem::path find(const std::string& name) const;
 

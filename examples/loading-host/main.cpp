@@ -19,7 +19,7 @@ using namespace foundation::storage::provider;
 namespace {
 
 // [outlive]
-/// A stream whose provider is gone. It holds the library, and the bytes of its file.
+/// Returns a stream that outlives its provider. It holds the library and the bytes of its file.
 std::shared_ptr<ByteStream> streamFrom(const std::filesystem::path& path) {
     const LoadedPlugin plugin(path);
     const std::shared_ptr<IProvider> provider = plugin.buildProvider();
@@ -52,7 +52,7 @@ void use(const std::filesystem::path& path) {
 
 } // namespace
 
-/// Finds a provider by its name, uses it and unloads it: loading-host NAME FOLDER...
+/// Finds a provider by name, uses it and unloads it: loading-host NAME FOLDER...
 int main(int argc, char** argv) {
     if (argc < 3) {
         std::cerr << "usage: loading-host NAME FOLDER...\n"

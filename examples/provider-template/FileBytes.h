@@ -5,8 +5,8 @@
 
 namespace provider_template {
 
-/// What is in a file. The tree and every stream that is open on the file share one object, so a stream goes on working
-/// when its file is removed, moved or replaced.
+/// The content of a file. The tree and every open stream share one object, so a stream keeps working if its
+/// file is removed, moved or replaced.
 ///
 /// YOUR STORAGE: a handle of the file - a descriptor, a row, a session.
 struct FileBytes {

@@ -11,9 +11,9 @@
 
 namespace provider_template {
 
-/// An open file. Shares the bytes with the tree and with other streams; owns its position in them.
+/// An open file. Shares the bytes with the tree and with other streams. Owns its position.
 ///
-/// Thread safety: each call is one step for other streams on the file; one object is for one thread at a time.
+/// Thread safety: each call is atomic for other streams on the file. One object is not thread-safe.
 class FileStream final : public foundation::storage::provider::ByteStream {
 public:
     using ByteStreamAppend = foundation::storage::provider::ByteStreamAppend;
@@ -28,7 +28,7 @@ public:
 private:
     std::shared_ptr<FileBytes> file_;
     ByteStreamAppend append_;
-    std::size_t position_ = 0; ///< may lie behind the end, when the file was emptied through another stream
+    std::size_t position_ = 0; ///< after the end if another stream has emptied the file
 };
 
 } // namespace provider_template

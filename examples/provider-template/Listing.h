@@ -10,9 +10,10 @@
 namespace provider_template {
 
 // [listing]
-/// A listing of entries that were collected beforehand, so that no later change of the folder shows in it.
+/// A listing of entries that were collected in advance, so later changes of the folder are not visible in it.
 ///
-/// The base makes `clone` out of the copy constructor: a clone shares the entries and has a place of its own.
+/// The base implements `clone` with the copy constructor. A clone shares the entries and has its own
+/// position.
 class Listing final : public foundation::storage::provider::IClonableFolderEntryIterator<Listing> {
 public:
     using FolderEntry = foundation::storage::provider::FolderEntry;

@@ -7,19 +7,19 @@
 
 namespace provider_template {
 
-// Inside this provider the root is the empty path, and every other path is that of its folder, a "/" and a name. All
-// spellings of a path that hosts may use come down to one.
+// Inside this provider the root is the empty path. Every other path is the path of its folder, a "/" and a
+// name. All forms of a path that hosts may use are normalized to this one.
 
-/// The path of the entry that a host means: without empty names, so "/a//b/" is "/a/b".
+/// Returns the normalized path of an entry, without empty names: "/a//b/" becomes "/a/b".
 std::u16string pathOf(const foundation::storage::provider::StorageIRI& iri);
 
-/// The path of the folder that an entry is in. The root is its own.
+/// Returns the path of the folder that contains an entry. The root is its own parent.
 std::u16string parentOf(std::u16string_view path);
 
-/// What the path of everything in a folder begins with.
+/// Returns the common prefix of the paths of all entries in a folder.
 std::u16string prefixOf(std::u16string_view folder);
 
-/// Whether `path` begins with `prefix`.
+/// Returns whether `path` begins with `prefix`.
 bool isBelow(std::u16string_view path, std::u16string_view prefix);
 
 } // namespace provider_template

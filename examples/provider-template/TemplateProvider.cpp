@@ -29,7 +29,7 @@ void requireWritable(const Node& node, const StorageIRI& named) {
     }
 }
 
-/// Numbers that have no name count as ReplaceExisting.
+/// Unknown values mean ReplaceExisting.
 bool refusesExistingFile(ReplacementPolicy policy) {
     return policy == ReplacementPolicy::RefuseExisting || policy == ReplacementPolicy::RefuseExistingFile;
 }
@@ -85,7 +85,7 @@ void TemplateProvider::add(const std::u16string& path, std::shared_ptr<FileBytes
 }
 // [create]
 
-// An existence test answers; it never fails for what is missing.
+// An existence test returns false for missing entries; it never throws for them.
 bool TemplateProvider::doFileExists(const StorageIRI& iri) const {
     const std::u16string path = pathOf(iri);
     const Lock lock(mutex_);
@@ -108,7 +108,7 @@ void TemplateProvider::doRemoveFile(const StorageIRI& iri) const {
     requireWritable(parent, iri);
     requireWritable(file->second, iri);
 
-    nodes_.erase(file); // streams that are open on the file hold its bytes
+    nodes_.erase(file); // open streams on the file hold its bytes
     parent.lastModified = currentTime();
 }
 
@@ -134,7 +134,8 @@ void TemplateProvider::doMoveFile(const StorageIRI& source, const StorageIRI& de
     std::u16string to = pathOf(destination);
     const Lock lock(mutex_);
 
-    // Every check first. What is missing or read-only names the source, what is in the way the destination.
+    // All checks come first. Missing and read-only entries name the source, conflicting entries the
+    // destination.
     const auto file = requireFile(from, source);
     Node& oldParent = requireParent(from, source);
     Node& newParent = requireParent(to, source);
@@ -148,7 +149,8 @@ void TemplateProvider::doMoveFile(const StorageIRI& source, const StorageIRI& de
     requireWritable(oldParent, source);
     requireWritable(newParent, source);
 
-    // Then the change, in steps that cannot fail: the node keeps its bytes, so open streams stay on the file.
+    // The change follows, in steps that cannot fail. The node keeps its bytes, so open streams stay on the
+    // file.
     if (existing != nodes_.end() && existing != file) {
         nodes_.erase(existing);
     }
@@ -183,14 +185,14 @@ void TemplateProvider::doMoveFolder(const StorageIRI& source, const StorageIRI& 
         requireWritable(existing->second, source);
     }
     if (isBelow(prefixOf(to), prefixOf(from))) {
-        throw Exception(ErrorCode::AlreadyExists, destination); // a folder does not go into itself
+        throw Exception(ErrorCode::AlreadyExists, destination); // a folder cannot move into itself
     }
     requireWritable(oldParent, source);
     requireWritable(newParent, source);
     const std::vector<Nodes::iterator> moved = nodesFrom(from);
     for (const auto& node : moved) {
         if (node->second.isFolder()) {
-            requireWritable(node->second, source); // what is in it leaves it
+            requireWritable(node->second, source); // its entries are moved out of it
         }
     }
     std::vector<std::u16string> newPaths = pathsAfterMove(moved, from, to); // the last step that can fail
@@ -244,7 +246,7 @@ std::unique_ptr<ByteStream> TemplateProvider::doOpenStream(const StorageIRI& iri
         add(path, std::move(content), now, iri);
         return stream;
     }
-    found->second.lastModified = now; // opening to write counts as a change; the writes do not
+    found->second.lastModified = now; // opening for writing counts as a change; the writes do not
     if (options.content == ByteStreamContent::Empty) {
         const Lock contentLock(content->mutex);
         content->bytes.clear();
@@ -271,7 +273,7 @@ std::unique_ptr<IFolderEntryIterator> TemplateProvider::doListFolders(const Stor
     return std::make_unique<Listing>(only(FolderEntry::EntryType::Folder, entriesOf(iri)));
 }
 
-// Neither setter asks for the writable flag: how else could it be set again?
+// The setters ignore the writable flag; otherwise it could not be set again.
 void TemplateProvider::doSetLastModified(const StorageIRI& iri, const ptime& time) const {
     const std::u16string path = pathOf(iri);
     const Lock lock(mutex_);
@@ -285,7 +287,7 @@ void TemplateProvider::doSetWritable(const StorageIRI& iri, bool writable) const
 }
 
 bool TemplateProvider::doHasFeature(const ExtendedFeature& feature) const {
-    // YOUR STORAGE: claim VolatileStorage only if everything is gone with the provider object.
+    // YOUR STORAGE: claim VolatileStorage only if the content is lost with the provider object.
     return feature == ExtendedFeature::VolatileStorage;
 }
 
@@ -318,7 +320,7 @@ TemplateProvider::Nodes::iterator TemplateProvider::requireFolder(const std::u16
 
 Node& TemplateProvider::requireParent(const std::u16string& path, const StorageIRI& named) const {
     if (path.empty()) {
-        throw Exception(ErrorCode::NotFound, named); // the root is in no folder
+        throw Exception(ErrorCode::NotFound, named); // the root has no parent folder
     }
     return requireFolder(parentOf(path), named)->second;
 }

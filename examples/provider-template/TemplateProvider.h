@@ -12,14 +12,15 @@
 
 namespace provider_template {
 
-/// A storage of folders and files, as a starting point for your own: the 18 operations that every provider must give. The
-/// other 33 have defaults in IProvider that are made of these.
+/// A storage of folders and files as a starting point for your own: the 18 operations that every provider
+/// must implement. The other 33 have defaults in IProvider that are based on these.
 ///
-/// Owns a map from path to node, guarded by one mutex that every operation holds from start to end. Always true: the
-/// folder of every node in the map is a folder in the map, and the root is there.
+/// Owns a map from path to node. One mutex guards it; every operation holds the mutex from start to end.
+/// Invariants: the root exists, and the folder of every node in the map is a folder in the map.
 ///
-/// YOUR STORAGE: put it in the place of the map. What must stay is the order inside each operation - check everything,
-/// then do what can fail, then change - for it is what makes a failed operation change nothing.
+/// YOUR STORAGE: replace the map with it. Keep the order of each operation: check everything, then do
+/// everything that can fail, then make the change. This order ensures that a failed operation changes
+/// nothing.
 class TemplateProvider final : public foundation::storage::provider::IProvider {
 public:
     using ByteStream = foundation::storage::provider::ByteStream;
@@ -60,7 +61,7 @@ public:
 private:
     using Nodes = std::map<std::u16string, Node>;
 
-    // These expect the mutex to be held. What fails names the location `named`.
+    // Precondition: the mutex is locked. Failures name the location `named`.
     Nodes::iterator require(const std::u16string& path, const StorageIRI& named) const;
     Nodes::iterator requireFile(const std::u16string& path, const StorageIRI& named) const;
     Nodes::iterator requireFolder(const std::u16string& path, const StorageIRI& named) const;
@@ -70,16 +71,15 @@ private:
              const boost::posix_time::ptime& time, const StorageIRI& named) const;
     void relocate(Nodes::iterator node, std::u16string&& path, const boost::posix_time::ptime& time) const;
 
-    /// A folder and all that is below it, at any depth.
+    /// Returns a folder and everything below it, at any depth.
     std::vector<Nodes::iterator> nodesFrom(const std::u16string& folder) const;
 
-    // These lock it.
+    // These lock the mutex.
     void create(const StorageIRI& iri, std::shared_ptr<FileBytes> content) const;
     std::vector<FolderEntry> entriesOf(const StorageIRI& iri) const;
 
     mutable std::mutex mutex_;
-    mutable Nodes
-        nodes_; ///< mutable, for the interface's operations are const whatever they do to the storage
+    mutable Nodes nodes_; ///< mutable, because all operations of the interface are const
 };
 
 } // namespace provider_template
