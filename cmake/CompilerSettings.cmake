@@ -1,10 +1,11 @@
-# Warnings and sanitizers for every target of the project; linked by each of them, never installed.
+# Warnings and sanitizers. Every target of the project links this library; it is not installed.
 add_library(qzstorage_compiler_settings INTERFACE)
 target_compile_options(qzstorage_compiler_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
-    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-thread-safety-attributes>) # see hostapi/ThreadSafetyAnnotations.h
+    # See hostapi/ThreadSafetyAnnotations.h.
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-thread-safety-attributes>)
 
-# For the libraries whose coverage is measured; clang's own counters, which know branches too.
+# For the libraries with measured coverage: clang's own counters, which include branches.
 add_library(qzstorage_coverage INTERFACE)
 if(QZSTORAGE_COVERAGE)
     target_compile_options(qzstorage_coverage INTERFACE
@@ -12,7 +13,7 @@ if(QZSTORAGE_COVERAGE)
     target_link_options(qzstorage_coverage INTERFACE -fprofile-instr-generate)
 endif()
 
-# The check of vtable pointers wants the type information of classes that the plug-in hides.
+# The sanitizer's vtable check requires the type information of classes that the plug-in hides.
 if(QZSTORAGE_SANITIZE)
     target_compile_options(qzstorage_compiler_settings INTERFACE
         -fsanitize=${QZSTORAGE_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -20,13 +21,13 @@ if(QZSTORAGE_SANITIZE)
     target_link_options(qzstorage_compiler_settings INTERFACE -fsanitize=${QZSTORAGE_SANITIZE})
 endif()
 
-# For the code that the fuzz targets are to explore.
+# For the code that the fuzz targets cover.
 add_library(qzstorage_fuzzing INTERFACE)
 if(QZSTORAGE_FUZZ)
     target_compile_options(qzstorage_fuzzing INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# The presets release and package compile the same code; where there is a compiler cache, only once.
+# The presets release and package compile the same code, with a compiler cache only once.
 find_program(QZSTORAGE_COMPILER_CACHE ccache)
 if(QZSTORAGE_COMPILER_CACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT QZSTORAGE_SANITIZE AND NOT QZSTORAGE_COVERAGE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${QZSTORAGE_COMPILER_CACHE})

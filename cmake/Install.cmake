@@ -1,28 +1,30 @@
-# What is installed, and of which component it is; each component but "texts" is a package of its own, see Package.cmake.
+# The installed files and their components. Each component except "texts" is a separate package, see
+# Package.cmake.
 include(CMakePackageConfigHelpers)
 
 set(packaged ${PROJECT_SOURCE_DIR}/packaging)
 
-# libNAME.so -> libNAME.so.1 -> libNAME.so.1.0.0; docs/versioning.md says when the major number is raised.
+# libNAME.so -> libNAME.so.1 -> libNAME.so.1.0.0. docs/versioning.md defines when the major number is raised.
 set_target_properties(qzfl qzflstorageprovider qzstorageinmemoryprovider PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})
 
 install(TARGETS qzfl qzflstorageprovider EXPORT qzstorageTargets
     LIBRARY COMPONENT libraries NAMELINK_COMPONENT development)
-# Hosts load the plug-in by its plain name, so that is not for development alone.
+# Hosts load the plug-in by its unversioned name, so that name does not belong to the development package.
 install(TARGETS qzstorageinmemoryprovider EXPORT qzstorageTargets LIBRARY COMPONENT plugin)
 install(TARGETS qzstorage RUNTIME COMPONENT tool)
 
-# By this name mount(8) finds it for the type fuse.qzstorage.
+# mount(8) finds this name for the type fuse.qzstorage.
 install(CODE "
     set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_SBINDIR}\")
     file(MAKE_DIRECTORY \"\${folder}\")
     file(CREATE_LINK ../${CMAKE_INSTALL_BINDIR}/qzstorage \"\${folder}/mount.fuse.qzstorage\" SYMBOLIC)"
     COMPONENT tool)
 
-# Of the plug-in, PluginEntry.h and all that it includes. A forward declaration of InMemoryProvider would not be enough: hosts
-# convert the pointer that they get to one to IProvider, which requires the complete class, and that holds the tree by value.
+# The plug-in's headers: PluginEntry.h and everything that it includes. A forward declaration of
+# InMemoryProvider would not be enough. Hosts convert the returned pointer to one to IProvider, which requires
+# the complete class, and the class contains the tree by value.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/hostapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage
     COMPONENT development
     FILES_MATCHING PATTERN "*.h"
@@ -59,8 +61,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cm
 install(FILES ${PROJECT_BINARY_DIR}/qzstorageConfig.cmake ${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cmake
     DESTINATION ${package_folder} COMPONENT development)
 
-# The same for those who use pkg-config. The prefix is known only when the files are installed; it stands there in full, for
-# pkg-config leaves out the compiler's own folders only if it recognizes them.
+# The same for pkg-config. The prefix is known only at installation. It is written out in full, because
+# pkg-config omits the compiler's own folders only if it recognizes them.
 function(install_pkg_config name description requires)
     set(installation_prefix @CMAKE_INSTALL_PREFIX@)
     set(template ${PROJECT_BINARY_DIR}/${name}.pc.in)
@@ -73,7 +75,7 @@ install_pkg_config(qzfl "Exceptions and text conversion of storage providers" ""
 install_pkg_config(qzflstorageprovider "Interface between hosts and storage-provider plug-ins" qzfl)
 install_pkg_config(qzstorageinmemoryprovider "Storage provider whose files live in memory" qzflstorageprovider)
 
-# Writes `source`, compressed as Debian wants it, to `result` in the build folder.
+# Writes `source`, compressed as Debian requires, to `result` in the build folder.
 function(compress source result)
     find_program(GZIP_PROGRAM gzip REQUIRED)
     execute_process(COMMAND ${GZIP_PROGRAM} -9 --no-name --to-stdout ${source}
@@ -91,7 +93,7 @@ install(FILES ${PROJECT_BINARY_DIR}/mount.fuse.qzstorage.8.gz
 
 install(FILES ${PROJECT_SOURCE_DIR}/completion/qzstorage.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME qzstorage COMPONENT tool)
-# Debian keeps its own folder for packages.
+# Debian has a separate folder for packages.
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr" AND EXISTS /etc/debian_version)
     set(zsh_folder zsh/vendor-completions)
 else()
@@ -100,7 +102,7 @@ endif()
 install(FILES ${PROJECT_SOURCE_DIR}/completion/_qzstorage
     DESTINATION ${CMAKE_INSTALL_DATADIR}/${zsh_folder} COMPONENT tool)
 
-# The guides link to the change log, so it goes with them.
+# The guides link to the change log, so it is installed with them.
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
@@ -108,9 +110,9 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
 if(EXISTS ${PROJECT_SOURCE_DIR}/examples)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 endif()
-# The reference of the interface, if it was built.
+# The API reference, if it was built.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/reference DESTINATION ${CMAKE_INSTALL_DOCDIR}
     COMPONENT documentation OPTIONAL)
 
-# Debian packages have the licence in their copyright.
+# Debian packages contain the licence in their copyright file.
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT texts)

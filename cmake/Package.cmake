@@ -1,4 +1,4 @@
-# Debian packages by cpack, one for each component.
+# Builds Debian packages with cpack, one per component.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME qzstorage)
@@ -13,7 +13,7 @@ set(CPACK_COMPONENTS_ALL libraries plugin development tool documentation)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-# The makers' own, and older than any that a distribution would make.
+# A third-party revision that is lower than every revision of a distribution.
 set(CPACK_DEBIAN_PACKAGE_RELEASE 0qzstorage1)
 set(CPACK_DEBIAN_PACKAGE_SOURCE qzstorage)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
@@ -21,7 +21,7 @@ set(CPACK_POST_BUILD_SCRIPTS ${packaged}/LeaveLdconfigToTrigger.cmake)
 
 set(debian_version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 
-# The texts that every package has. The topmost release of the change log is the one that is packaged.
+# The texts of every package. The topmost release of the change log is the packaged one.
 file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md releases REGEX "^## ")
 list(GET releases 0 release)
 if(NOT release MATCHES "^## ([0-9.]+) - ([0-9-]+)$" OR NOT CMAKE_MATCH_1 VERSION_EQUAL PROJECT_VERSION)
@@ -44,11 +44,11 @@ configure_file(${packaged}/copyright.in ${PROJECT_BINARY_DIR}/copyright @ONLY)
 # Declares the package of a component.
 #   SECTION      of the archive
 #   SUMMARY      the first line of the description, in the archive's style
-#   DESCRIPTION  the rest of it
-#   NEEDS        packages of this version that it cannot do without
-#   ALSO_NEEDS   other packages that it cannot do without; what its binaries need is found out
-#   BINARIES     present when there are any
-#   LIBRARIES    those that others may be linked with
+#   DESCRIPTION  the following lines of the description
+#   NEEDS        required packages of this version
+#   ALSO_NEEDS   other required packages; dependencies of the binaries are detected
+#   BINARIES     set if the package has any
+#   LIBRARIES    those that other programs may link
 function(package component name)
     cmake_parse_arguments(PARSE_ARGV 2 arg "BINARIES" "SECTION;SUMMARY;DESCRIPTION" "NEEDS;ALSO_NEEDS;LIBRARIES")
     string(TOUPPER ${component} key)

@@ -1,5 +1,5 @@
-# Libraries of the folders of the program and of the benchmarks. What one may be linked with is what its folder may
-# include: cmake/rooms.txt.
+# Libraries of the folders of the program and of the benchmarks. A library may link exactly what its folder
+# may include: cmake/rooms.txt.
 set(rooms_table ${PROJECT_SOURCE_DIR}/cmake/rooms.txt)
 set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${rooms_table})
 
@@ -13,10 +13,10 @@ function(room_library folder result)
     set(${result} ${library} PARENT_SCOPE)
 endfunction()
 
-# Declares the library of the folder that this is called in, with all sources there, and links it by the table.
-#   LIBRARIES          others that its headers show
-#   PRIVATE_LIBRARIES  others
-#   OPTIONAL_SOURCES   left to the caller, which adds them where their dependencies are found
+# Declares the library of the calling folder with all its sources, and links it by the table.
+#   LIBRARIES          other libraries that its headers use
+#   PRIVATE_LIBRARIES  other libraries
+#   OPTIONAL_SOURCES   not added; the caller adds them if their dependencies are found
 function(add_room)
     cmake_parse_arguments(PARSE_ARGV 0 arg "" "" "LIBRARIES;PRIVATE_LIBRARIES;OPTIONAL_SOURCES")
     file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})

@@ -1,5 +1,5 @@
-# Compiles for Linux on ARM64 with Debian's cross compiler, against what scripts/arm64-root unpacks; the tests run in QEMU's
-# user mode emulation.
+# Compiles for Linux on ARM64 with Debian's cross compiler, against the packages that scripts/arm64-root
+# unpacks. The tests run in QEMU's user mode emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
@@ -16,9 +16,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_LIBDIR} ${root}/usr/lib/aarch64-linux-gnu/pkgconfig:${root}/usr/share/pkgconfig)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${root})
-# The libraries that others are linked with.
+# Folders of indirect dependencies.
 set(CMAKE_EXE_LINKER_FLAGS_INIT
     "-Wl,-rpath-link,${root}/usr/lib/aarch64-linux-gnu:${root}/lib/aarch64-linux-gnu")
 
-# The C and C++ libraries are the cross compiler's own.
+# The C and C++ libraries come with the cross compiler.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L /usr/aarch64-linux-gnu)
