@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string_view>
 
-/// A plug-in with one fault; the environment names it: BROKEN_PLUGIN=NAME.
+/// A plug-in with one injected fault, named by the environment: BROKEN_PLUGIN=NAME.
 extern "C" __attribute__((visibility("default")))
 foundation::storage::provider::ProviderEntryPoint buildProvider_V1;
 

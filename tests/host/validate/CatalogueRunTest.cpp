@@ -16,7 +16,7 @@ using Result = CheckOutcome::Result;
 
 constexpr std::chrono::seconds timeLimit(60);
 
-#ifdef QZSTORAGE_SANITIZED // sanitizers do not let memory run out
+#ifdef QZSTORAGE_SANITIZED // sanitizers do not allow allocations to fail
 const testing::Matcher<Result> kept = AnyOf(Result::Pass, Result::Skip);
 const testing::Matcher<Result> caught = AnyOf(Result::Fail, Result::Crash, Result::Skip);
 #else

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 
-// Holds every broken provider to every rule and prints what catches it: one rule at least must.
+// Checks every broken provider against every rule and prints the rules that detect it. At least one must.
 
 namespace {
 
@@ -14,7 +14,7 @@ using Result = CheckOutcome::Result;
 
 constexpr std::chrono::seconds limit(10);
 
-/// The numbers of the rules that the broken plug-in, as the environment says how, does not keep.
+/// Returns the numbers of the rules that the broken plug-in violates. The environment selects its fault.
 std::string catchers() {
     const CheckRunner runner(TEST_BROKEN_PLUGIN, Profile::InMemoryProvider, 1, limit);
     std::string numbers;

@@ -17,7 +17,7 @@ using testing::StartsWith;
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the program with something wrong in the plug-in that the environment is told of.
+/// Runs the program on a plug-in that the environment variable makes misbehave.
 ProgramRun runWith(
     const char* variable, const char* wrong, const Arguments& arguments,
     const ProgramRun::Company& meanwhile = [](pid_t) {}) {

@@ -13,7 +13,7 @@ using namespace foundation::storage::provider;
 namespace attribute_faults {
 namespace {
 
-/// Anything that is there is a folder.
+/// Reports every existing entry as a folder.
 class FileCountsAsFolder final : public BrokenProvider {
 public:
     bool doFolderExists(const StorageIRI& iri) const override {
@@ -21,7 +21,7 @@ public:
     }
 };
 
-/// Anything that is there is a file.
+/// Reports every existing entry as a file.
 class FolderCountsAsFile final : public BrokenProvider {
 public:
     bool doFileExists(const StorageIRI& iri) const override {
@@ -29,7 +29,7 @@ public:
     }
 };
 
-/// Whether something exists is a question about folders that do.
+/// Throws if the parent folder is missing.
 class ExistsThrows final : public BrokenProvider {
 public:
     bool doFileExists(const StorageIRI& iri) const override {
@@ -40,7 +40,7 @@ public:
     }
 };
 
-/// The root is nobody's entry.
+/// Reports the root as missing.
 class RootMissing final : public BrokenProvider {
 public:
     bool doFolderExists(const StorageIRI& iri) const override {
@@ -48,7 +48,7 @@ public:
     }
 };
 
-/// A size once told stays.
+/// Caches the first reported attributes, including the size.
 class SizeRemembered final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
@@ -59,7 +59,7 @@ private:
     mutable std::map<std::u16string, FileAttributes> told_;
 };
 
-/// The size is brought up to date when a stream is flushed.
+/// Updates the size only when a stream is flushed.
 class SizeAfterFlush final : public BrokenProvider {
 public:
     SizeAfterFlush() {
@@ -72,7 +72,7 @@ public:
         };
     }
 
-    // With hooks: a stream here never outlives its provider.
+    // With hooks: no stream here outlives its provider.
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                              const OpenOptions& options) const override {
         return HookedProvider::doOpenStream(iri, options);
@@ -88,7 +88,7 @@ private:
     std::map<std::u16string, bool> written_;
 };
 
-/// All files of a folder are as the first one that was asked about.
+/// Returns the attributes of the first queried file for all files of a folder.
 class AttributesOfNeighbour final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
@@ -100,7 +100,7 @@ private:
     mutable std::map<std::u16string, FileAttributes> told_;
 };
 
-/// What is not there has attributes that say nothing.
+/// Returns default attributes for missing entries.
 class MissingFileHasAttributes final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
@@ -111,7 +111,7 @@ public:
     }
 };
 
-/// The folder above is named.
+/// Names the parent folder in the exception.
 class MissingFolderNamesParent final : public BrokenProvider {
 public:
     FolderAttributes doGetFolderAttributes(const StorageIRI& iri) const override {
@@ -122,7 +122,7 @@ public:
     }
 };
 
-/// A folder is a file of no bytes.
+/// Returns a folder's attributes as those of an empty file.
 class FolderHasFileAttributes final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
@@ -134,7 +134,7 @@ public:
     }
 };
 
-/// A file is told to be in the way.
+/// Throws AlreadyExists for a file.
 class FileAsFolderExists final : public BrokenProvider {
 public:
     FolderAttributes doGetFolderAttributes(const StorageIRI& iri) const override {
@@ -145,7 +145,7 @@ public:
     }
 };
 
-/// Below a file everything is as the file.
+/// Returns the attributes of the parent file.
 class BelowFileIsTheFile final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
@@ -164,7 +164,7 @@ public:
     }
 };
 
-/// The root is told to be something else than a file.
+/// Throws AlreadyExists for the root.
 class RootAsFileExists final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
@@ -175,7 +175,7 @@ public:
     }
 };
 
-/// The root keeps the time at which the storage was made.
+/// Always returns the creation time of the root.
 class RootKeepsItsTime final : public BrokenProvider {
 public:
     RootKeepsItsTime() : made_(sound().doGetFolderAttributes(StorageIRI(u"/"))) {}
@@ -188,7 +188,7 @@ private:
     FolderAttributes made_;
 };
 
-/// A new file has to be made writable first.
+/// Creates read-only files.
 class NewFileIsReadOnly final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -197,7 +197,7 @@ public:
     }
 };
 
-/// Folders have no flag.
+/// Reports all folders as read-only.
 class FoldersAreReadOnly final : public BrokenProvider {
 public:
     FolderAttributes doGetFolderAttributes(const StorageIRI& iri) const override {
@@ -205,7 +205,7 @@ public:
     }
 };
 
-/// Reading is remembered as if it were writing.
+/// Stamps a file that is opened for reading.
 class AskingStamps final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {

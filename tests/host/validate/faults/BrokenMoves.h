@@ -4,7 +4,7 @@
 
 #include <string>
 
-// What broken moves of files and of folders are made of.
+// The parts of broken moves of files and of folders.
 namespace faults {
 
 using MoveOperation = void (*)(const foundation::storage::provider::IProvider& sound,
@@ -12,7 +12,7 @@ using MoveOperation = void (*)(const foundation::storage::provider::IProvider& s
                                const foundation::storage::provider::StorageIRI& to,
                                foundation::storage::provider::ReplacementPolicy policy);
 
-/// A provider that moves files as `move` does.
+/// A provider that moves files with `move`.
 template <MoveOperation move>
 class MovingFiles final : public BrokenProvider {
 public:
@@ -21,7 +21,7 @@ public:
     }
 };
 
-/// A provider that moves folders as `move` does.
+/// A provider that moves folders with `move`.
 template <MoveOperation move>
 class MovingFolders final : public BrokenProvider {
 public:
@@ -40,7 +40,7 @@ inline bool isReadOnly(const foundation::storage::provider::IProvider& provider,
     return provider.doExists(iri) && !provider.doGetExtendedAttributes(iri).writable;
 }
 
-/// Does `action` with `iri` writable, whatever it was before and is afterwards.
+/// Calls `action` while `iri` is writable, and restores its flag afterwards.
 template <class Action>
 void ignoringFlag(const foundation::storage::provider::IProvider& provider,
                   const foundation::storage::provider::StorageIRI& iri, const Action& action) {
@@ -54,7 +54,7 @@ void ignoringFlag(const foundation::storage::provider::IProvider& provider,
     }
 }
 
-/// A failure of `action` with `code` is said to concern `named`.
+/// If `action` fails with `code`, throws the exception with the location `named` instead.
 template <class Action>
 void naming(foundation::storage::provider::ErrorCode code,
             const foundation::storage::provider::StorageIRI& named, const Action& action) {

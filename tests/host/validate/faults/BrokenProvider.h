@@ -5,14 +5,15 @@
 
 namespace faults {
 
-/// The in-memory provider behind hooks; what derives from it breaks one rule.
+/// The in-memory provider behind hooks. Each derived class breaks one rule; its comment describes the broken
+/// behaviour.
 class BrokenProvider : public HookedProvider {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
     BrokenProvider() : BrokenProvider(storage::inmemoryprovider::buildInMemoryProvider()) {}
 
-    // Without hooks, which would need the provider: streams may outlive it.
+    // Without hooks, because these require the provider, and streams may outlive it.
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                              const OpenOptions& options) const override {
         return sound().doOpenStream(iri, options);
@@ -22,7 +23,7 @@ public:
     }
 
 protected:
-    /// What this provider would be if it were not broken.
+    /// Returns the provider without the fault.
     const IProvider& sound() const { return *sound_; }
     const std::shared_ptr<const IProvider>& sharedSound() const { return sound_; }
 

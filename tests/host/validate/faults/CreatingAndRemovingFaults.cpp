@@ -12,7 +12,7 @@ using namespace foundation::storage::provider;
 namespace creating_and_removing_faults {
 namespace {
 
-/// A file that is there is created once more, as if nothing were.
+/// Creates an existing file again without an error.
 class CreatingTwice final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -22,7 +22,7 @@ public:
     }
 };
 
-/// An empty folder gives way to a new file.
+/// Replaces an empty folder by a new file.
 class FileReplacesFolder final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -33,7 +33,7 @@ public:
     }
 };
 
-/// A folder that cannot be made is always said to be missing something.
+/// Throws NotFound for every folder that cannot be created.
 class ExistsAsNotFound final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -45,7 +45,7 @@ public:
     }
 };
 
-/// A folder that is there already is as good as a new one.
+/// Creates an existing folder again without an error.
 class FolderMadeAgain final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -55,7 +55,7 @@ public:
     }
 };
 
-/// Folders that are missing above a new file are made along with it.
+/// Creates missing parent folders of a new file.
 class MissingFoldersMade final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -66,7 +66,7 @@ public:
     }
 };
 
-/// The folder that is missing is named instead of the one that was to be made in it.
+/// Names the missing parent folder instead of the new folder.
 class ParentNamed final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -77,7 +77,7 @@ public:
     }
 };
 
-/// A file that stands where a folder should be is told of as if it were in the way.
+/// Throws AlreadyExists if the parent of a new file is a file.
 class FileAboveFile final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -98,7 +98,7 @@ public:
     }
 };
 
-/// A new file has what the last one of its name had.
+/// Restores the bytes of a removed file in a new file with its name.
 class OldBytesBack final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -119,7 +119,7 @@ private:
     mutable std::map<std::u16string, std::string> removed_;
 };
 
-/// A removed folder leaves its name behind.
+/// Keeps the name of a removed folder in use.
 class RemovedFolderStaysTaken final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
@@ -135,7 +135,7 @@ private:
     mutable std::map<std::u16string, bool> removed_;
 };
 
-/// What is not there need not be removed.
+/// Ignores the removal of missing files.
 class MissingFileRemoved final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -155,7 +155,7 @@ public:
     }
 };
 
-/// The folder that is missing is named instead of the file in it.
+/// Names the missing parent folder instead of the file in it.
 class ParentOfRemovedNamed final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -166,7 +166,7 @@ public:
     }
 };
 
-/// One way of removing for both kinds.
+/// Removes files and folders with the same operation.
 class RemoveFileTakesFolders final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -189,7 +189,7 @@ public:
     }
 };
 
-/// A folder goes with everything in it.
+/// Removes folders with their content.
 class RemovesWholeTrees final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
@@ -200,7 +200,7 @@ public:
     }
 };
 
-/// A folder that holds something is told of as if it were in the way.
+/// Throws AlreadyExists for a folder that is not empty.
 class NotEmptyAsExists final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
@@ -214,7 +214,7 @@ public:
     }
 };
 
-/// What has been in a folder counts as being in it.
+/// Treats a folder as not empty if it ever contained a file.
 class NeverEmptyAgain final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -233,7 +233,7 @@ private:
     mutable std::map<std::u16string, bool> used_;
 };
 
-/// A file goes with all whose names begin as its own does.
+/// Removes all files with the removed file's name as a prefix.
 class RemovesByPrefix final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -246,7 +246,7 @@ public:
     }
 };
 
-/// Every hundredth file is forgotten.
+/// Loses every hundredth file.
 class LosesAFile final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -260,7 +260,7 @@ private:
     mutable int created_ = 0;
 };
 
-/// The root is made when somebody asks for it.
+/// Accepts the creation of the root without an error.
 class RootMadeAgain final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -270,7 +270,7 @@ public:
     }
 };
 
-/// New files begin with a mark.
+/// Writes a mark into new files.
 class NewFileHasBytes final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -279,7 +279,7 @@ public:
     }
 };
 
-/// New folders begin with a file for what is to be known of them.
+/// Creates a metadata file in new folders.
 class NewFolderHoldsFile final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -298,7 +298,7 @@ public:
     }
 };
 
-/// Files are known by their names alone.
+/// Identifies files by their names, without their folders.
 class NamesakesRemoved final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -317,7 +317,7 @@ private:
     }
 };
 
-/// The name of a removed file is not for folders any more.
+/// Refuses to create a folder with the name of a removed file.
 class NameKeptForFiles final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -346,7 +346,7 @@ public:
     }
 };
 
-/// An empty root is as good as none.
+/// Accepts the removal of an empty root without an error.
 class EmptyRootRemoved final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
@@ -366,7 +366,7 @@ public:
     }
 };
 
-/// Paths are not longer than those of a disk.
+/// Limits the depth of paths like a disk.
 class DepthLimited final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {

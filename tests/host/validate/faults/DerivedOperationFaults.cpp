@@ -36,7 +36,7 @@ private:
     std::size_t next_ = 0;
 };
 
-/// A listing whose clones begin anew.
+/// A listing with clones that start again at the beginning.
 class RestartingListing final : public EntryListing {
 public:
     using EntryListing::EntryListing;
@@ -59,12 +59,12 @@ std::u16string withoutQuestionMarks(std::u16string pattern) {
     return pattern;
 }
 
-/// Only the folder itself is made.
+/// Creates only the folder itself.
 struct MakingOneFolder : BrokenProvider {
     void doCreateFolderRecursive(const StorageIRI& iri) const override { doCreateFolder(iri); }
 };
 
-/// A folder that is there is in the way of itself.
+/// Throws AlreadyExists for an existing folder.
 struct ExistingFolderInTheWay : BrokenProvider {
     void doCreateFolderRecursive(const StorageIRI& iri) const override {
         if (doFolderExists(iri)) {
@@ -74,7 +74,7 @@ struct ExistingFolderInTheWay : BrokenProvider {
     }
 };
 
-/// Failures to make folders name the last of them.
+/// Names the last folder in failures to create folders.
 template <ErrorCode code>
 struct NamingTheLastFolder : BrokenProvider {
     void doCreateFolderRecursive(const StorageIRI& iri) const override {
@@ -82,7 +82,7 @@ struct NamingTheLastFolder : BrokenProvider {
     }
 };
 
-/// What begins like the folder is removed with it.
+/// Also removes entries with the folder's name as a prefix.
 struct RemovingByPrefix : BrokenProvider {
     void doRemoveFolderRecursively(const StorageIRI& iri) const override {
         BrokenProvider::doRemoveFolderRecursively(iri);
@@ -92,7 +92,7 @@ struct RemovingByPrefix : BrokenProvider {
     }
 };
 
-/// A folder that is missing has been removed.
+/// Ignores the removal of a missing folder.
 struct MissingIsRemoved : BrokenProvider {
     void doRemoveFolderRecursively(const StorageIRI& iri) const override {
         if (doFolderExists(iri)) {
@@ -101,14 +101,14 @@ struct MissingIsRemoved : BrokenProvider {
     }
 };
 
-/// Failures to remove a tree name the tree.
+/// Names the tree in failures to remove a part of it.
 struct NamingTheTree : BrokenProvider {
     void doRemoveFolderRecursively(const StorageIRI& iri) const override {
         naming(ErrorCode::ReadOnly, iri, [&] { BrokenProvider::doRemoveFolderRecursively(iri); });
     }
 };
 
-/// The root is to be removed like any folder, which fails.
+/// Removes the root like any folder, which fails.
 struct RemovingTheRoot : BrokenProvider {
     void doRemoveFolderRecursively(const StorageIRI& iri) const override {
         BrokenProvider::doRemoveFolderRecursively(iri);
@@ -118,21 +118,21 @@ struct RemovingTheRoot : BrokenProvider {
     }
 };
 
-/// "?" is taken for "*" where entries are listed.
+/// Treats "?" as "*" in listings of entries.
 struct QuestionMarkIsAnyRun : BrokenProvider {
     Listing doListAllWildcards(const StorageIRI& iri, std::u16string pattern) const override {
         return BrokenProvider::doListAllWildcards(iri, withoutQuestionMarks(std::move(pattern)));
     }
 };
 
-/// "?" is taken for "*" where names are listed.
+/// Treats "?" as "*" in listings of names.
 struct QuestionMarkIsAnyRunInNames : BrokenProvider {
     Names doListFilesNamesOnlyWildcards(const StorageIRI& iri, std::u16string pattern) const override {
         return BrokenProvider::doListFilesNamesOnlyWildcards(iri, withoutQuestionMarks(std::move(pattern)));
     }
 };
 
-/// The names of folders end in "/".
+/// Appends "/" to the names of folders.
 struct FolderNamesMarked : BrokenProvider {
     Names doListFoldersNamesOnly(const StorageIRI& iri) const override {
         Names names = BrokenProvider::doListFoldersNamesOnly(iri);
@@ -143,12 +143,12 @@ struct FolderNamesMarked : BrokenProvider {
     }
 };
 
-/// A recursive listing stops at the first level.
+/// Stops a recursive listing at the first level.
 struct ListingOneLevel : BrokenProvider {
     Listing doListAllRecursive(const StorageIRI& iri) const override { return doListAll(iri); }
 };
 
-/// A recursive listing yields what folders hold first.
+/// Lists the content of folders before the folders.
 struct ListingFromBelow : BrokenProvider {
     Listing doListAllRecursive(const StorageIRI& iri) const override {
         auto entries = entriesOf(BrokenProvider::doListAllRecursive(iri));
@@ -157,7 +157,7 @@ struct ListingFromBelow : BrokenProvider {
     }
 };
 
-/// A pattern keeps recursive listings out of folders that it does not match.
+/// Does not descend into folders that do not match the pattern.
 struct PatternKeepsOut : BrokenProvider {
     Listing doListAllRecursiveWildcards(const StorageIRI& iri, std::u16string pattern) const override {
         auto entries = entriesOf(BrokenProvider::doListAllRecursiveWildcards(iri, pattern));
@@ -170,7 +170,7 @@ struct PatternKeepsOut : BrokenProvider {
     }
 };
 
-/// A recursive list of names has no paths.
+/// Omits the paths from a recursive list of names.
 struct NamesWithoutPaths : BrokenProvider {
     Names doListAllRecursiveNamesOnly(const StorageIRI& iri) const override {
         Names names = BrokenProvider::doListAllRecursiveNamesOnly(iri);
@@ -181,14 +181,14 @@ struct NamesWithoutPaths : BrokenProvider {
     }
 };
 
-/// A folder that is missing has no names in it.
+/// Returns an empty list for a missing folder.
 struct MissingIsEmpty : BrokenProvider {
     Names doListAllNamesOnly(const StorageIRI& iri) const override {
         return doFolderExists(iri) ? BrokenProvider::doListAllNamesOnly(iri) : Names();
     }
 };
 
-/// The clone of a listing begins anew.
+/// Starts the clone of a listing again at the beginning.
 struct CloneBeginsAnew : BrokenProvider {
     Listing doListFilesWildcards(const StorageIRI& iri, std::u16string pattern) const override {
         return std::make_unique<RestartingListing>(
@@ -196,7 +196,7 @@ struct CloneBeginsAnew : BrokenProvider {
     }
 };
 
-/// A copy is another name of its source.
+/// Makes a copy share the bytes of its source.
 class CopyingByLinking final : public BrokenProvider {
 public:
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
@@ -221,7 +221,7 @@ private:
     mutable std::map<std::u16string, StorageIRI> sources_;
 };
 
-/// Only the first block is copied.
+/// Copies only the first block.
 struct CopyingOneBlock : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& policy) const override {
@@ -232,7 +232,7 @@ struct CopyingOneBlock : BrokenProvider {
     }
 };
 
-/// A copy has the flag of its source.
+/// Copies the writable flag of the source.
 struct CopyingTheFlag : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& policy) const override {
@@ -241,7 +241,7 @@ struct CopyingTheFlag : BrokenProvider {
     }
 };
 
-/// Failures of a copy name its destination.
+/// Names the destination in failures of a copy.
 template <ErrorCode code>
 struct CopyNamesDestination : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
@@ -250,7 +250,7 @@ struct CopyNamesDestination : BrokenProvider {
     }
 };
 
-/// The policy of a copy is not looked at.
+/// Ignores the policy of a copy.
 struct CopyIgnoresPolicy : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& /*policy*/) const override {
@@ -258,7 +258,7 @@ struct CopyIgnoresPolicy : BrokenProvider {
     }
 };
 
-/// A copy onto a folder goes into it.
+/// Copies into an existing folder at the destination.
 struct CopyIntoFolder : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& policy) const override {
@@ -267,7 +267,7 @@ struct CopyIntoFolder : BrokenProvider {
     }
 };
 
-/// The destination is emptied first, also when it is the source.
+/// Empties the destination first, even if it is the source.
 struct CopyEmptiesFirst : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& policy) const override {
@@ -278,7 +278,7 @@ struct CopyEmptiesFirst : BrokenProvider {
     }
 };
 
-/// A folder is something that exists, and not what is to be copied.
+/// Throws AlreadyExists if the source is a folder.
 struct CopyingFolderExists : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& policy) const override {
@@ -289,7 +289,7 @@ struct CopyingFolderExists : BrokenProvider {
     }
 };
 
-/// The progress is told block by block.
+/// Reports the progress block by block.
 struct ProgressByBlocks : BrokenProvider {
     void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
                           CopyProgress progress) const override {
@@ -301,7 +301,7 @@ struct ProgressByBlocks : BrokenProvider {
     }
 };
 
-/// A copy that is ended has emptied its destination.
+/// Leaves an empty destination when a copy is cancelled.
 struct EndedCopyEmpties : BrokenProvider {
     void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
                           CopyProgress progress) const override {
@@ -314,12 +314,12 @@ struct EndedCopyEmpties : BrokenProvider {
     }
 };
 
-/// Only files exist.
+/// Reports only files as existing.
 struct OnlyFilesExist : BrokenProvider {
     bool doExists(const StorageIRI& iri) const override { return doFileExists(iri); }
 };
 
-/// The size of a folder is the number of its entries.
+/// Reports the number of entries as the size of a folder.
 struct FolderHasSize : BrokenProvider {
     ExtendedAttributes doGetExtendedAttributes(const StorageIRI& iri) const override {
         ExtendedAttributes attributes = BrokenProvider::doGetExtendedAttributes(iri);
@@ -330,7 +330,7 @@ struct FolderHasSize : BrokenProvider {
     }
 };
 
-/// Truncating only shortens.
+/// Truncates only to smaller sizes.
 struct TruncatingOnlyShortens : BrokenProvider {
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
         BrokenProvider::doTruncateToSize(
@@ -338,7 +338,7 @@ struct TruncatingOnlyShortens : BrokenProvider {
     }
 };
 
-/// A truncated file is a new one.
+/// Replaces a truncated file by a new one.
 struct TruncatingByCopying : BrokenProvider {
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
         BrokenProvider::doCopyFile(iri, iri, Policy::ReplaceExisting);
@@ -346,7 +346,7 @@ struct TruncatingByCopying : BrokenProvider {
     }
 };
 
-/// A file that is to be truncated is made if it is missing.
+/// Creates a missing file instead of failing to truncate it.
 struct TruncatingCreates : BrokenProvider {
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
         doOpenStream(iri, {});
@@ -354,14 +354,14 @@ struct TruncatingCreates : BrokenProvider {
     }
 };
 
-/// Truncating does not look at the flag.
+/// Ignores the writable flag in truncations.
 struct TruncatingIgnoresFlag : BrokenProvider {
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
         ignoringFlag(*this, iri, [&] { BrokenProvider::doTruncateToSize(iri, size); });
     }
 };
 
-/// A size that cannot be is one for which there is no memory.
+/// Reports an invalid size as out of memory.
 struct TruncatingRunsOutOfMemory : BrokenProvider {
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
         try {
@@ -372,7 +372,7 @@ struct TruncatingRunsOutOfMemory : BrokenProvider {
     }
 };
 
-/// What is not offered names the second location.
+/// Names the second location in NotOffered.
 struct NamingTheScratchLocation : BrokenProvider {
     std::unique_ptr<ByteStream>
     doOpenTransactionalStreamAtScratchLocation(const StorageIRI& /*iri*/, const StorageIRI& scratch,
@@ -381,26 +381,26 @@ struct NamingTheScratchLocation : BrokenProvider {
     }
 };
 
-/// Events are taken note of and never come.
+/// Accepts event subscriptions but never sends events.
 struct SilentEvents : BrokenProvider {
     void doPublishFileEventsFor(const StorageIRI& /*iri*/, EventCallback /*callback*/) const override {}
 };
 
-/// There is more room than the capacity.
+/// Reports more free space than capacity.
 struct MoreRoomThanCapacity : BrokenProvider {
     ProviderStorageInfo doGetProviderStorageInfo(const StorageIRI& /*iri*/) const override {
         return {.capacity = 1000, .available = 1001};
     }
 };
 
-/// A path comes before itself.
+/// Orders a path before itself.
 struct PathBeforeItself : BrokenProvider {
     PathComparator doGetPathComparator(const StorageIRI& /*iri*/) const override {
         return [](std::u16string_view first, std::u16string_view second) { return first <= second; };
     }
 };
 
-/// Paths are ordered by characters, where pairs of surrogates come last.
+/// Orders paths by characters, with surrogate pairs last.
 struct OrderByCharacters : BrokenProvider {
     PathComparator doGetPathComparator(const StorageIRI& /*iri*/) const override {
         return [](std::u16string_view first, std::u16string_view second) {
@@ -413,26 +413,26 @@ struct OrderByCharacters : BrokenProvider {
     }
 };
 
-/// The canonical location goes one deeper each time.
+/// Makes the canonical location one level deeper each time.
 struct CanonicalBelow : BrokenProvider {
     StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const override { return below(iri, u"."); }
 };
 
-/// The canonical location goes by the path that was given.
+/// Uses the given path instead of the resolved one as the canonical location.
 struct CanonicalByGivenPath : BrokenProvider {
     StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const override {
         return StorageIRI(iri.getPath());
     }
 };
 
-/// Case is said not to matter.
+/// Reports case-insensitive names.
 struct SayingCaseInsensitive : BrokenProvider {
     FilenameSensitivity doGetFilenameSensitivity(const StorageIRI& /*iri*/) const override {
         return FilenameSensitivity::CaseInsensitive;
     }
 };
 
-/// Shutting down is not offered.
+/// Reports shutdown as not offered.
 struct NoShutdown : BrokenProvider {
     void doShutdown() override { throw Exception(ErrorCode::NotOffered, StorageIRI(u"/")); }
 };

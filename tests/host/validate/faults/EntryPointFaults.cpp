@@ -24,19 +24,19 @@ Owner buildNone() {
     return nullptr;
 }
 
-/// There is one provider, whoever asks.
+/// Returns the same provider to all callers.
 Owner buildSameAgain() {
     static const Owner only = buildInMemoryProvider();
     return only;
 }
 
-/// Every provider is remembered.
+/// Keeps every provider alive.
 Owner buildRemembered() {
     static std::vector<Owner> all;
     return all.emplace_back(buildInMemoryProvider());
 }
 
-/// The last provider but one is remembered.
+/// Keeps the most recent provider alive.
 Owner buildLastRemembered() {
     static Owner last;
     Owner provider = buildInMemoryProvider();
@@ -44,7 +44,7 @@ Owner buildLastRemembered() {
     return provider;
 }
 
-/// A new provider is given the old one's storage, emptied.
+/// Empties the storage of the previous provider.
 Owner buildTakingOver() {
     static std::weak_ptr<IProvider> before;
     if (const Owner old = before.lock()) {
@@ -55,20 +55,20 @@ Owner buildTakingOver() {
     return provider;
 }
 
-/// A storage begins with a folder for what is found later.
+/// Creates a folder in a new storage.
 Owner buildWithFolder() {
     Owner provider = buildInMemoryProvider();
     provider->doCreateFolder(StorageIRI(u"/lost+found"));
     return provider;
 }
 
-/// Providers are many, but the storage is one.
+/// Creates several providers that share one storage.
 Owner buildSharing() {
     static const Owner storage = buildInMemoryProvider();
     return std::make_shared<HookedProvider>(storage);
 }
 
-/// What is not known cannot be answered.
+/// Throws for unknown features.
 class UnknownFeatureThrows final : public BrokenProvider {
 public:
     bool doHasFeature(const ExtendedFeature& feature) const override {
@@ -79,19 +79,19 @@ public:
     }
 };
 
-/// A storage that can do anything.
+/// Claims every feature.
 class EveryFeatureClaimed final : public BrokenProvider {
 public:
     bool doHasFeature(const ExtendedFeature&) const override { return true; }
 };
 
-/// Shutting down is for those who have begun.
+/// Refuses to shut down.
 class ShutdownRefused final : public BrokenProvider {
 public:
     void doShutdown() override { throw Exception(ErrorCode::NotOffered, StorageIRI(u"/")); }
 };
 
-/// A listing asks its provider whether it may go on.
+/// Returns listings that end when the provider is destroyed.
 class ListingNeedsProvider final : public BrokenProvider {
 public:
     Listing doListAll(const StorageIRI& iri) const override {
@@ -117,7 +117,7 @@ private:
     std::shared_ptr<bool> lives_ = std::make_shared<bool>(true);
 };
 
-/// Somebody forgot a line that helped to find something.
+/// Prints debug output.
 class Prints final : public BrokenProvider {
 public:
     Prints() {
@@ -125,7 +125,7 @@ public:
     }
 };
 
-/// A file is kept open as long as the provider lives.
+/// Keeps a file open while the provider exists.
 class KeepsFileOpen final : public BrokenProvider {
 public:
     KeepsFileOpen() : file_(::open("/dev/null", O_RDONLY | O_CLOEXEC)) {}
@@ -137,7 +137,7 @@ private:
     int file_;
 };
 
-/// Somebody is to tidy up now and then.
+/// Starts a thread.
 class StartsThread final : public BrokenProvider {
 public:
     StartsThread() : thread_([this] { over_.wait(false); }) {}
@@ -154,7 +154,7 @@ private:
     std::thread thread_;
 };
 
-/// The library makes itself stay.
+/// Prevents the library from being unloaded.
 Owner buildStaying() {
     Dl_info self{};
     ::dladdr(reinterpret_cast<void*>(&buildStaying), &self);
@@ -162,7 +162,7 @@ Owner buildStaying() {
     return buildInMemoryProvider();
 }
 
-/// The entry point of the broken plug-in does not look where it stores.
+/// The entry point of the broken plug-in does not check its pointer.
 Owner buildInMemory() {
     return buildInMemoryProvider();
 }

@@ -17,13 +17,13 @@ namespace {
 
 using Policy = ReplacementPolicy;
 
-/// Something that a provider writes down about what it did, and that takes memory.
+/// Allocates memory for a record of an operation.
 void note() {
     static std::vector<char> notes;
     notes = std::vector<char>(700);
 }
 
-/// That there is no memory counts as that nothing may be changed.
+/// Reports a failed allocation as ReadOnly.
 struct OutOfRoom : BrokenProvider {
     void doCreateFolder(const StorageIRI& iri) const override {
         try {
@@ -34,7 +34,7 @@ struct OutOfRoom : BrokenProvider {
     }
 };
 
-/// Who has once run out of memory gives up for ever.
+/// Fails forever after the first failed allocation.
 class GivingUp final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -50,7 +50,7 @@ private:
     mutable bool hasGivenUp_ = false;
 };
 
-/// What was created is noted afterwards.
+/// Records a creation after it has taken place.
 struct CreatingThenNoting : BrokenProvider {
     void doCreateFile(const StorageIRI& iri) const override {
         sound().doCreateFile(iri);
@@ -58,7 +58,7 @@ struct CreatingThenNoting : BrokenProvider {
     }
 };
 
-/// What was removed is noted afterwards.
+/// Records a removal after it has taken place.
 struct RemovingThenNoting : BrokenProvider {
     void doRemoveFile(const StorageIRI& iri) const override {
         sound().doRemoveFile(iri);
@@ -66,7 +66,7 @@ struct RemovingThenNoting : BrokenProvider {
     }
 };
 
-/// The stream is wrapped when the file has been opened, which has stamped or emptied it.
+/// Wraps the stream after opening has stamped or emptied the file.
 struct OpeningThenWrapping : BrokenProvider {
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                              const OpenOptions& options) const override {
@@ -74,7 +74,7 @@ struct OpeningThenWrapping : BrokenProvider {
     }
 };
 
-/// A listing stamps its folder, and then needs memory.
+/// Stamps the folder of a listing before allocating.
 struct ListingStamps : BrokenProvider {
     Listing doListAll(const StorageIRI& iri) const override {
         const auto time = sound().doGetFolderAttributes(iri).getLastModified();
@@ -85,7 +85,7 @@ struct ListingStamps : BrokenProvider {
     }
 };
 
-/// A file to be replaced is removed first and not put back.
+/// Removes the file to replace first, and does not restore it.
 void removingTheReplaced(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                          Policy policy) {
     if (policy == Policy::ReplaceExisting && sound.doFileExists(to)) {
@@ -95,7 +95,7 @@ void removingTheReplaced(const IProvider& sound, const StorageIRI& from, const S
     sound.doMoveFile(from, to, policy);
 }
 
-/// A file is taken out of its old place before there is a new one.
+/// Removes the source of a move before the new file exists.
 void takingOutFirst(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (sound.doFileExists(to)) {
         return sound.doMoveFile(from, to, policy);
@@ -106,7 +106,7 @@ void takingOutFirst(const IProvider& sound, const StorageIRI& from, const Storag
     sound.doOpenStream(to, {})->write(bytes.data(), count);
 }
 
-/// What a folder holds is taken out of it before there is a new one.
+/// Removes the content of a folder before the new folder exists.
 void emptyingTheFolderFirst(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                             Policy policy) {
     const StorageIRI inner = below(from, u"inner");
@@ -118,7 +118,7 @@ void emptyingTheFolderFirst(const IProvider& sound, const StorageIRI& from, cons
     sound.doOpenStream(newInner, {})->write(bytes.data(), count);
 }
 
-/// A copy empties its destination before it has the memory to copy.
+/// Empties the destination of a copy before allocating the buffer.
 struct CopyingIntoEmptied : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& policy) const override {
@@ -129,7 +129,7 @@ struct CopyingIntoEmptied : BrokenProvider {
     }
 };
 
-/// A file is emptied before there is memory for the bytes that are to stay.
+/// Empties a file before allocating memory for the bytes to keep.
 struct ShorteningThroughNothing : BrokenProvider {
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
         const auto old = sound().doOpenReadOnlyStream(iri);
@@ -141,7 +141,7 @@ struct ShorteningThroughNothing : BrokenProvider {
     }
 };
 
-/// A write goes half by half, and keeps the half for which there was memory.
+/// Writes in two halves, and keeps the first half if the second fails.
 struct WritingByHalves : ForwardingStream {
     using ForwardingStream::ForwardingStream;
     long write(const char* buffer, long count) override {
@@ -151,7 +151,7 @@ struct WritingByHalves : ForwardingStream {
     }
 };
 
-/// A read goes through memory of its own.
+/// Allocates a buffer for each read.
 struct ReadingThroughMemory : ForwardingStream {
     using ForwardingStream::ForwardingStream;
     long read(char* buffer, long count) override {

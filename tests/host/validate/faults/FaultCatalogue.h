@@ -6,14 +6,14 @@
 #include <span>
 #include <vector>
 
-/// One way to break a provider that is the in-memory one otherwise.
+/// One fault. Otherwise the provider is the in-memory one.
 struct Fault {
     const char* name;     ///< for example "CreatingTwice"; selects the fault of the broken plug-in
     const char* caughtBy; ///< number of the rule that it breaks
     std::shared_ptr<foundation::storage::provider::IProvider> (*build)();
 };
 
-/// The faults of all tables.
+/// Returns the faults of all tables.
 std::vector<Fault> allFaults();
 
 // One table for each group of checks.

@@ -45,7 +45,7 @@ protected:
     mutable std::size_t next_ = 0;
 };
 
-/// A provider whose listings are of a class that breaks a rule.
+/// A provider with listings of a class that breaks a rule.
 template <class BrokenListing>
 class BrokenListings final : public BrokenProvider {
 public:
@@ -65,7 +65,7 @@ private:
     }
 };
 
-/// The entries are those that the folder has now.
+/// Returns the current entries of the folder instead of a snapshot.
 class NotASnapshot final : public SoundListing {
 public:
     using SoundListing::SoundListing;
@@ -77,7 +77,7 @@ public:
     }
 };
 
-/// What is gone is passed over.
+/// Skips removed entries.
 class RemovedPassedOver final : public SoundListing {
 public:
     using SoundListing::SoundListing;
@@ -90,7 +90,7 @@ public:
     }
 };
 
-/// Each step looks whether there is a folder still.
+/// Checks at each step that the folder still exists.
 class NeedsItsFolder final : public SoundListing {
 public:
     using SoundListing::SoundListing;
@@ -108,7 +108,7 @@ public:
     Listing clone() const override { return std::make_unique<SoundListing>(provider_, folder_, entries_); }
 };
 
-/// A clone begins behind the entry that comes next.
+/// Starts a clone after the next entry.
 class CloneSkipsOne final : public SoundListing {
 public:
     using SoundListing::SoundListing;
@@ -120,7 +120,7 @@ public:
     }
 };
 
-/// A clone is the folder once more.
+/// Creates a clone from a new listing of the folder.
 class CloneReadsAgain final : public SoundListing {
 public:
     using SoundListing::SoundListing;
@@ -132,7 +132,7 @@ public:
     }
 };
 
-/// A listing and its clones have one position.
+/// Shares one position between a listing and its clones.
 class ClonesMoveTogether final : public IFolderEntryIterator {
 public:
     ClonesMoveTogether(const IProvider& provider, const StorageIRI& folder, Entries entries)
@@ -147,7 +147,7 @@ private:
     std::shared_ptr<SoundListing> shared_;
 };
 
-/// A clone has nothing of its own.
+/// Creates clones that depend on the listing.
 class CloneNeedsListing final : public IFolderEntryIterator {
 public:
     CloneNeedsListing(const IProvider& provider, const StorageIRI& folder, Entries entries)
@@ -164,7 +164,7 @@ private:
     std::weak_ptr<SoundListing> used_;
 };
 
-/// To ask for the next is to go there.
+/// Moves to the next entry in hasNext.
 class AskingMoves final : public SoundListing {
 public:
     using SoundListing::SoundListing;
@@ -174,7 +174,7 @@ public:
     FolderEntry getEntry() const override { return entries_[std::min(next_, entries_.size()) - 1]; }
 };
 
-/// Behind the last entry there is none.
+/// Has no current entry after the last step.
 class LastEntryForgotten final : public SoundListing {
 public:
     using SoundListing::SoundListing;
@@ -184,7 +184,7 @@ public:
     }
 };
 
-/// The kinds are chosen on the way, too late for hasNext.
+/// Filters by kind in step, too late for hasNext.
 class ChoosesLate final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override {
@@ -198,7 +198,7 @@ public:
     }
 };
 
-/// One more change of what a listing yields.
+/// Applies `change` to the entries of all listings.
 template <void (*change)(const IProvider&, const StorageIRI&, Entries&)>
 class ChangedListings final : public BrokenProvider {
 public:
@@ -250,13 +250,13 @@ void lettersFirst(const IProvider&, const StorageIRI&, Entries& entries) {
     });
 }
 
-/// Files come with folders.
+/// Lists folders as files, too.
 class FilesWithFolders final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override { return doListAll(iri); }
 };
 
-/// The last folder is not looked at.
+/// Omits the last folder.
 class LastFolderLost final : public BrokenProvider {
 public:
     Listing doListFolders(const StorageIRI& iri) const override {
@@ -268,7 +268,7 @@ public:
     }
 };
 
-/// A clone of the folders is one of everything.
+/// Clones a listing of folders as a listing of all entries.
 class CloneForgetsKind final : public BrokenProvider {
 public:
     Listing doListFolders(const StorageIRI& iri) const override {
@@ -282,7 +282,7 @@ public:
     }
 };
 
-/// Far down, files are not looked for any more.
+/// Omits files in deep folders.
 class FewFilesFarDown final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override {
@@ -292,7 +292,7 @@ public:
     }
 };
 
-/// Nothing is in what is not there.
+/// Returns an empty listing for a missing folder.
 class MissingListsNothing final : public BrokenProvider {
 public:
     Listing doListAll(const StorageIRI& iri) const override {
@@ -301,7 +301,7 @@ public:
     }
 };
 
-/// A failure of one listing is said to be another's.
+/// Names the parent of a missing folder.
 class FilesOfMissing final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override {
@@ -322,7 +322,7 @@ public:
     }
 };
 
-/// A file is a listing of itself.
+/// Lists a file as its own only entry.
 class FileListsItself final : public BrokenProvider {
 public:
     Listing doListAll(const StorageIRI& iri) const override {
@@ -349,7 +349,7 @@ public:
     }
 };
 
-/// A folder has one listing, whoever asks.
+/// Shares one listing of a folder between all callers.
 class OneListingForAll final : public BrokenProvider {
 public:
     Listing doListAll(const StorageIRI& iri) const override {
@@ -379,7 +379,7 @@ private:
     mutable std::map<std::u16string, std::weak_ptr<IFolderEntryIterator>> known_;
 };
 
-/// The root does not tell what is in it.
+/// Lists no folders in the root.
 class RootKeepsQuiet final : public BrokenProvider {
 public:
     Listing doListFolders(const StorageIRI& iri) const override {

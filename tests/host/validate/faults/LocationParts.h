@@ -4,7 +4,7 @@
 
 namespace faults {
 
-/// The folder that a location is in. Not for the root.
+/// Returns the parent folder of a location. Precondition: not the root.
 inline foundation::storage::provider::StorageIRI
 parentOf(const foundation::storage::provider::StorageIRI& iri) {
     const std::u16string& path = iri.getResolvedPath();
@@ -12,13 +12,13 @@ parentOf(const foundation::storage::provider::StorageIRI& iri) {
     return foundation::storage::provider::StorageIRI(separator == 0 ? u"/" : path.substr(0, separator));
 }
 
-/// What a location is called in its folder.
+/// Returns the name of a location in its folder.
 inline std::u16string nameOf(const foundation::storage::provider::StorageIRI& iri) {
     const std::u16string& path = iri.getResolvedPath();
     return path.substr(path.rfind(u'/') + 1);
 }
 
-/// The location of an entry of a folder.
+/// Returns the location of an entry of a folder.
 inline foundation::storage::provider::StorageIRI
 childOf(const foundation::storage::provider::StorageIRI& folder, const std::u16string& name) {
     return foundation::storage::provider::StorageIRI(folder.getResolvedPath() + u"/" + name);

@@ -13,12 +13,12 @@ namespace {
 
 using Policy = ReplacementPolicy;
 
-/// The source is not removed.
+/// Does not remove the source.
 void leavingTheSource(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doCopyFile(from, to, policy);
 }
 
-/// A file whose name begins like the source's goes too.
+/// Also moves a file with the source's name as a prefix.
 void takingSiblings(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFile(from, to, policy);
     const StorageIRI sibling(from.getPath() + u"0");
@@ -27,7 +27,7 @@ void takingSiblings(const IProvider& sound, const StorageIRI& from, const Storag
     }
 }
 
-/// The name of a file that was moved cannot be used again.
+/// Keeps the name of a moved file in use.
 class OldNameInUse final : public BrokenProvider {
 public:
     void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -45,14 +45,14 @@ private:
     mutable std::set<std::u16string> used_;
 };
 
-/// What is missing is said to be missing where it was to go.
+/// Names the destination if the source is missing.
 void namingDestinationWhenMissing(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                                   Policy policy) {
     naming(ErrorCode::NotFound, sound.doFileExists(from) ? from : to,
            [&] { sound.doMoveFile(from, to, policy); });
 }
 
-/// The destination is cleared before the source is looked for.
+/// Removes the destination before checking the source.
 void clearingFirst(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (policy == Policy::ReplaceExisting && sound.doFileExists(to) && from != to) {
         sound.doRemoveFile(to);
@@ -60,24 +60,24 @@ void clearingFirst(const IProvider& sound, const StorageIRI& from, const Storage
     sound.doMoveFile(from, to, policy);
 }
 
-/// A missing folder is named itself.
+/// Names the missing folder of the destination.
 void namingDestinationFolder(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                              Policy policy) {
     const bool missing = !sound.doFolderExists(folderOf(to));
     naming(ErrorCode::NotFound, missing ? folderOf(to) : from, [&] { sound.doMoveFile(from, to, policy); });
 }
 
-/// What is at the source is moved, whatever it is.
+/// Moves folders, too.
 void movingFoldersToo(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doFolderExists(from) ? sound.doMoveFolder(from, to, policy) : sound.doMoveFile(from, to, policy);
 }
 
-/// The policy is not looked at.
+/// Ignores the policy.
 void ignoringPolicy(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy /*policy*/) {
     sound.doMoveFile(from, to, Policy::ReplaceExisting);
 }
 
-/// A file is replaced by writing over it, and keeps what is longer.
+/// Replaces a file by overwriting it, and keeps a longer tail.
 void replacingWithoutEmptying(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                               Policy policy) {
     if (policy != Policy::ReplaceExisting || !sound.doFileExists(to)) {
@@ -89,32 +89,32 @@ void replacingWithoutEmptying(const IProvider& sound, const StorageIRI& from, co
     sound.doRemoveFile(from);
 }
 
-/// Only the policies with a name are known.
+/// Accepts only named policies.
 void refusingUnnamedPolicies(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                              Policy policy) {
     sound.doMoveFile(from, to, policy == Policy::ReplaceExisting ? policy : Policy::RefuseExisting);
 }
 
-/// A file that is moved onto a folder goes into it.
+/// Moves a file into an existing folder at the destination.
 void movingIntoFolder(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     const std::u16string name = from.getPath().substr(from.getPath().rfind(u'/') + 1);
     sound.doMoveFile(from, sound.doFolderExists(to) ? below(to, name) : to, policy);
 }
 
-/// The flag of the source's folder is not looked at.
+/// Ignores the writable flag of the source's folder.
 void ignoringSourceFolder(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                           Policy policy) {
     ignoringFlag(sound, folderOf(from), [&] { sound.doMoveFile(from, to, policy); });
 }
 
-/// A read-only destination is named itself.
+/// Names the read-only destination.
 void namingReadOnlyDestination(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                                Policy policy) {
     naming(ErrorCode::ReadOnly, isReadOnly(sound, folderOf(to)) && !sound.doFileExists(to) ? to : from,
            [&] { sound.doMoveFile(from, to, policy); });
 }
 
-/// The flag of a file that is replaced is not looked at.
+/// Ignores the writable flag of the replaced file.
 void ignoringReplacedFlag(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                           Policy policy) {
     if (isReadOnly(sound, to)) {
@@ -123,7 +123,7 @@ void ignoringReplacedFlag(const IProvider& sound, const StorageIRI& from, const 
     sound.doMoveFile(from, to, policy);
 }
 
-/// A read-only folder keeps nothing from replacing its files.
+/// Ignores the writable flag of the folder when replacing a file.
 void replacingInReadOnlyFolder(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                                Policy policy) {
     if (!sound.doFileExists(to)) {
@@ -132,7 +132,7 @@ void replacingInReadOnlyFolder(const IProvider& sound, const StorageIRI& from, c
     ignoringFlag(sound, folderOf(to), [&] { sound.doMoveFile(from, to, policy); });
 }
 
-/// Flags are looked at before anything else.
+/// Checks the writable flags before everything else.
 void flagsFirst(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (isReadOnly(sound, folderOf(from)) || isReadOnly(sound, folderOf(to))) {
         throw Exception(ErrorCode::ReadOnly, from);
@@ -140,20 +140,20 @@ void flagsFirst(const IProvider& sound, const StorageIRI& from, const StorageIRI
     sound.doMoveFile(from, to, policy);
 }
 
-/// A moved file is a new one, and writable.
+/// Makes a moved file writable.
 void forgettingTheFlag(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFile(from, to, policy);
     sound.doSetWritable(to, true);
 }
 
-/// A moved file keeps its time.
+/// Keeps the time of a moved file.
 void keepingTheTime(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     const auto time = sound.doGetFileAttributes(from).getLastModified();
     sound.doMoveFile(from, to, policy);
     sound.doSetLastModified(to, time);
 }
 
-/// A move that fails for a flag leaves an empty file.
+/// Leaves an empty file when a read-only flag makes the move fail.
 void emptyingTheSource(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     try {
         sound.doMoveFile(from, to, policy);
@@ -163,7 +163,7 @@ void emptyingTheSource(const IProvider& sound, const StorageIRI& from, const Sto
     }
 }
 
-/// All flags are looked at before the replaced file goes.
+/// Checks all writable flags before removing the replaced file.
 void sparingTheReplaced(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (sound.doFileExists(from) && sound.doFileExists(to) && isReadOnly(sound, folderOf(from))) {
         throw Exception(ErrorCode::ReadOnly, from);
@@ -171,19 +171,19 @@ void sparingTheReplaced(const IProvider& sound, const StorageIRI& from, const St
     sound.doMoveFile(from, to, policy);
 }
 
-/// Moving a file onto itself is nothing to do.
+/// Accepts moving a file onto itself as a no-op.
 void ontoItselfSucceeds(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (from != to) {
         sound.doMoveFile(from, to, policy);
     }
 }
 
-/// Replacing a file by itself is refused.
+/// Refuses to replace a file by itself.
 void ontoItselfExists(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFile(from, to, from == to ? Policy::RefuseExisting : policy);
 }
 
-/// A file that is to be replaced by itself goes, whatever its flag.
+/// Removes a file that is replaced by itself, whatever its flag.
 void ontoItselfRemoves(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (from == to && isReadOnly(sound, to)) {
         sound.doSetWritable(to, true);
@@ -193,7 +193,7 @@ void ontoItselfRemoves(const IProvider& sound, const StorageIRI& from, const Sto
     sound.doMoveFile(from, to, policy);
 }
 
-/// The root is a folder, and as such in the way.
+/// Throws AlreadyExists if the destination is the root.
 void rootInTheWay(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (!to.hasParent()) {
         throw Exception(ErrorCode::AlreadyExists, to);

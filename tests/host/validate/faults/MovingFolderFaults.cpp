@@ -20,13 +20,13 @@ void removeIfThere(const IProvider& sound, const StorageIRI& iri) {
     }
 }
 
-/// One of the files below does not arrive.
+/// Loses a file of the moved tree.
 void losingAChild(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFolder(from, to, policy);
     removeIfThere(sound, below(to, u"s/t/h"));
 }
 
-/// Folders below a moved one are not known by their new paths.
+/// Does not find the subfolders of a moved folder by their new paths.
 class StaleFolderMap final : public BrokenProvider {
 public:
     void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -44,7 +44,7 @@ private:
     mutable std::u16string moved_;
 };
 
-/// A new folder where a moved one was finds folders of that one there.
+/// Restores a subfolder when a folder is created at the old path of a moved one.
 class OldTreeComesBack final : public BrokenProvider {
 public:
     void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -62,7 +62,7 @@ private:
     mutable std::optional<StorageIRI> left_;
 };
 
-/// Whatever begins like the source's path belongs to it.
+/// Also moves entries with the source's path as a prefix.
 void takingSiblings(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFolder(from, to, policy);
     const StorageIRI sibling(from.getPath() + u"b");
@@ -71,7 +71,7 @@ void takingSiblings(const IProvider& sound, const StorageIRI& from, const Storag
     }
 }
 
-/// Files deeper than some 60 folders get lost.
+/// Loses files below about 60 levels of folders.
 void losingDepth(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFolder(from, to, policy);
     for (const std::u16string& path : sound.doListAllRecursiveNamesOnly(to)) {
@@ -81,7 +81,7 @@ void losingDepth(const IProvider& sound, const StorageIRI& from, const StorageIR
     }
 }
 
-/// Of each folder, 256 files arrive.
+/// Moves at most 256 files of each folder.
 void losingWidth(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFolder(from, to, policy);
     const auto names = sound.doListAllNamesOnly(to);
@@ -90,43 +90,43 @@ void losingWidth(const IProvider& sound, const StorageIRI& from, const StorageIR
     }
 }
 
-/// What is missing is said to be missing where it was to go.
+/// Names the destination if the source is missing.
 void namingDestinationWhenMissing(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                                   Policy policy) {
     naming(ErrorCode::NotFound, sound.doExists(from) ? from : to,
            [&] { sound.doMoveFolder(from, to, policy); });
 }
 
-/// A missing destination folder is made.
+/// Creates the missing folder of the destination.
 void makingDestinationFolder(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                              Policy policy) {
     sound.doCreateFolderRecursive(folderOf(to));
     sound.doMoveFolder(from, to, policy);
 }
 
-/// What is at the source is moved, whatever it is.
+/// Moves files, too.
 void movingFilesToo(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doFileExists(from) ? sound.doMoveFile(from, to, policy) : sound.doMoveFolder(from, to, policy);
 }
 
-/// The policy is not looked at.
+/// Ignores the policy.
 void ignoringPolicy(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy /*policy*/) {
     sound.doMoveFolder(from, to, Policy::ReplaceExisting);
 }
 
-/// A policy that refuses existing files refuses folders too.
+/// Refuses existing folders with the policy that refuses only files.
 void refusingFoldersWithFiles(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                               Policy policy) {
     sound.doMoveFolder(from, to, policy == Policy::RefuseExistingFile ? Policy::RefuseExisting : policy);
 }
 
-/// A negative policy is taken for one that refuses.
+/// Refuses existing entries with a negative policy.
 void refusingNegativePolicies(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                               Policy policy) {
     sound.doMoveFolder(from, to, static_cast<int>(policy) < 0 ? Policy::RefuseExisting : policy);
 }
 
-/// A full folder in the way has the code that it has when it is removed.
+/// Throws FolderNotEmpty for a destination that is not empty.
 void fullFolderIsNotEmpty(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                           Policy policy) {
     if (policy == Policy::ReplaceExisting && sound.doFolderExists(to) &&
@@ -136,7 +136,7 @@ void fullFolderIsNotEmpty(const IProvider& sound, const StorageIRI& from, const 
     sound.doMoveFolder(from, to, policy);
 }
 
-/// A file gives way to a folder.
+/// Replaces a file by a folder.
 void replacingFiles(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (policy == Policy::ReplaceExisting && sound.doFolderExists(from)) {
         removeIfThere(sound, to);
@@ -144,14 +144,14 @@ void replacingFiles(const IProvider& sound, const StorageIRI& from, const Storag
     sound.doMoveFolder(from, to, policy);
 }
 
-/// Moving a folder onto itself is nothing to do.
+/// Accepts moving a folder onto itself as a no-op.
 void ontoItselfSucceeds(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (from != to) {
         sound.doMoveFolder(from, to, policy);
     }
 }
 
-/// A place below the source does not exist.
+/// Throws NotFound for a destination below the source.
 void belowItselfIsMissing(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                           Policy policy) {
     if (to.getPath().starts_with(from.getPath() + u"/")) {
@@ -160,31 +160,31 @@ void belowItselfIsMissing(const IProvider& sound, const StorageIRI& from, const 
     sound.doMoveFolder(from, to, policy);
 }
 
-/// The flag of the source's folder is not looked at.
+/// Ignores the writable flag of the source's parent.
 void ignoringSourceParent(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                           Policy policy) {
     ignoringFlag(sound, folderOf(from), [&] { sound.doMoveFolder(from, to, policy); });
 }
 
-/// The flag of the source is not looked at.
+/// Ignores the writable flag of the source.
 void ignoringSource(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     ignoringFlag(sound, from, [&] { sound.doMoveFolder(from, to, policy); });
 }
 
-/// A read-only destination is named itself.
+/// Names the read-only destination.
 void namingReadOnlyDestination(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                                Policy policy) {
     naming(ErrorCode::ReadOnly, isReadOnly(sound, folderOf(to)) ? to : from,
            [&] { sound.doMoveFolder(from, to, policy); });
 }
 
-/// The flag of a folder that is replaced is not looked at.
+/// Ignores the writable flag of the replaced folder.
 void ignoringReplacedFlag(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                           Policy policy) {
     ignoringFlag(sound, to, [&] { sound.doMoveFolder(from, to, policy); });
 }
 
-/// Flags are looked at before anything else.
+/// Checks the writable flags before everything else.
 void flagsFirst(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (isReadOnly(sound, folderOf(from)) || isReadOnly(sound, from)) {
         throw Exception(ErrorCode::ReadOnly, from);
@@ -192,7 +192,7 @@ void flagsFirst(const IProvider& sound, const StorageIRI& from, const StorageIRI
     sound.doMoveFolder(from, to, policy);
 }
 
-/// Moved files are new ones, and writable.
+/// Makes moved files writable.
 void forgettingFlags(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFolder(from, to, policy);
     for (const std::u16string& path : sound.doListAllRecursiveNamesOnly(to)) {
@@ -200,14 +200,14 @@ void forgettingFlags(const IProvider& sound, const StorageIRI& from, const Stora
     }
 }
 
-/// Only the moved folder itself is stamped, what it holds keeps its time.
+/// Stamps only the moved folder; its content keeps its times.
 void keepingInnerTimes(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     const auto time = sound.doGetFileAttributes(below(from, u"s/g")).getLastModified();
     sound.doMoveFolder(from, to, policy);
     sound.doSetLastModified(below(to, u"s/g"), time);
 }
 
-/// What a failed move has made is removed, although something has been moved there.
+/// Removes the new folder after a failed move, although entries have been moved there.
 void removingTheBeginning(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                           Policy policy) {
     try {
@@ -218,7 +218,7 @@ void removingTheBeginning(const IProvider& sound, const StorageIRI& from, const 
     }
 }
 
-/// Every flag below is looked at before anything is moved.
+/// Checks all writable flags of the tree before moving anything.
 void allOrNothing(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     for (const std::u16string& path : sound.doListAllRecursiveNamesOnly(from)) {
         if (isReadOnly(sound, below(from, path))) {
@@ -228,7 +228,7 @@ void allOrNothing(const IProvider& sound, const StorageIRI& from, const StorageI
     sound.doMoveFolder(from, to, policy);
 }
 
-/// All flags are looked at before the replaced folder goes.
+/// Checks all writable flags before removing the replaced folder.
 void sparingTheReplaced(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (sound.doFolderExists(to) && (isReadOnly(sound, from) || isReadOnly(sound, folderOf(from)))) {
         throw Exception(ErrorCode::ReadOnly, from);
@@ -236,7 +236,7 @@ void sparingTheReplaced(const IProvider& sound, const StorageIRI& from, const St
     sound.doMoveFolder(from, to, policy);
 }
 
-/// The root is a folder, and as such in the way.
+/// Throws AlreadyExists if the destination is the root.
 void rootInTheWay(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (!to.hasParent()) {
         throw Exception(ErrorCode::AlreadyExists, to);

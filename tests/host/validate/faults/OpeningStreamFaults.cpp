@@ -11,7 +11,7 @@ using namespace foundation::storage::provider;
 namespace opening_stream_faults {
 namespace {
 
-/// What `open` says is missing is said to be at another location.
+/// If `open` throws NotFound, throws it with the location `named` instead.
 template <class Open>
 std::unique_ptr<ByteStream> openNaming(const StorageIRI& named, const Open& open) {
     try {
@@ -21,7 +21,7 @@ std::unique_ptr<ByteStream> openNaming(const StorageIRI& named, const Open& open
     }
 }
 
-/// A file that must exist is created all the same.
+/// Creates a file that must exist.
 class CreatingWhatMustExist final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -32,7 +32,7 @@ public:
     }
 };
 
-/// Every opening for writing starts from nothing.
+/// Empties the file whenever it is opened for writing.
 class EmptyingAlways final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -43,7 +43,7 @@ public:
     }
 };
 
-/// The file is not emptied, whatever the options say.
+/// Never empties the file.
 class EmptyingForgotten final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -54,7 +54,7 @@ public:
     }
 };
 
-/// A new file takes the place of the one that is to be emptied; who has that open goes on with the old bytes.
+/// Replaces the file to empty by a new one; open streams keep the old bytes.
 class EmptyingByANewFile final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -67,7 +67,7 @@ public:
     }
 };
 
-/// Streams for writing begin where the file ends.
+/// Starts streams for writing at the end of the file.
 class BeginningAtTheEnd final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -78,7 +78,7 @@ public:
     }
 };
 
-/// Streams that append begin where the file ends.
+/// Starts appending streams at the end of the file.
 class AppendingFromTheEnd final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -91,7 +91,7 @@ public:
     }
 };
 
-/// Opening for reading creates what is missing.
+/// Creates a missing file that is opened for reading.
 class ReadingCreates final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
@@ -102,7 +102,7 @@ public:
     }
 };
 
-/// A missing folder is named instead of the file in it.
+/// Names the missing folder instead of the file in it.
 class NamingTheMissingFolder final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -112,7 +112,7 @@ public:
     }
 };
 
-/// A file above the file counts as something that is in the way.
+/// Throws AlreadyExists if the parent is a file.
 class FileInTheWay final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
@@ -123,7 +123,7 @@ public:
     }
 };
 
-/// The flag is asked for when the file has been emptied already.
+/// Checks the writable flag after emptying the file.
 class EmptyingBeforeRefusing final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -140,7 +140,7 @@ public:
     }
 };
 
-/// Reading needs the permission to write.
+/// Requires write permission for reading.
 class ReadingNeedsPermission final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
@@ -151,7 +151,7 @@ public:
     }
 };
 
-/// The read-only folder is named instead of the file that cannot be made in it.
+/// Names the read-only folder instead of the new file.
 class NamingTheReadOnlyFolder final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -161,7 +161,7 @@ public:
     }
 };
 
-/// A read-only folder keeps its files from being written.
+/// Refuses to write files in a read-only folder.
 class ReadOnlyFolderGuardsBytes final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -173,7 +173,7 @@ public:
     }
 };
 
-/// A folder is no file, so it is not found.
+/// Throws NotFound for a folder.
 class FolderNotFound final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -185,7 +185,7 @@ public:
     }
 };
 
-/// That a file must exist is looked at last.
+/// Checks the existence of the file last.
 class ExistenceLast final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -198,7 +198,7 @@ public:
     }
 };
 
-/// Only what is written counts as a change.
+/// Stamps the file only for writes.
 class OpeningWithoutStamp final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -213,7 +213,7 @@ public:
     }
 };
 
-/// The folder of a file that opening creates keeps its time.
+/// Does not stamp the folder of a new file.
 class FolderKeepsItsTime final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -225,7 +225,7 @@ public:
     }
 };
 
-/// Reading opens the file as writing does.
+/// Stamps files that are opened for reading.
 class ReadingStamps final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
@@ -233,7 +233,7 @@ public:
     }
 };
 
-/// Whatever is not 1 appends.
+/// Appends for every value except 1.
 class AppendingUnlessOne final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -246,7 +246,7 @@ public:
     }
 };
 
-/// The lowest bit of the hint is taken for the wish to append.
+/// Treats the lowest bit of the hint as the append option.
 class HintAppends final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -259,7 +259,7 @@ public:
     }
 };
 
-/// A folder opens like an empty file.
+/// Opens a folder as an empty file.
 class FolderOpens final : public BrokenProvider {
     class Nothing final : public ByteStream {
     public:
@@ -275,7 +275,7 @@ public:
     }
 };
 
-/// The root is a folder, and as such in the way.
+/// Throws AlreadyExists for the root.
 class RootInTheWay final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -287,7 +287,7 @@ public:
     }
 };
 
-/// Opening creates files that are read-only.
+/// Creates read-only files.
 class CreatingReadOnly final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,

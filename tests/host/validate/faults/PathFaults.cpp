@@ -10,7 +10,7 @@ using namespace foundation::storage::provider;
 namespace path_faults {
 namespace {
 
-/// Takes each location for another one.
+/// Maps each location to a wrong one.
 template <StorageIRI (*taken)(const StorageIRI&)>
 class BrokenPaths : public BrokenProvider {
 public:
@@ -50,7 +50,7 @@ public:
     }
 
 private:
-    /// Failures name what the caller has named, or this would be a second fault.
+    /// Throws with the caller's location; otherwise there would be a second fault.
     template <class Action>
     static auto at(const StorageIRI& iri, const Action& action) {
         try {
@@ -80,7 +80,7 @@ std::u16string firstPlaneOnly(std::u16string path) {
     return path;
 }
 
-/// Below the first level, two units of a name are enough to tell it from others.
+/// Compares only the first two units of a name, below the first level.
 std::u16string withNameCut(std::u16string path) {
     const std::size_t separator = path.rfind(u'/');
     return separator == 0 ? path : path.substr(0, separator + 3);
@@ -104,7 +104,7 @@ std::u16string untilNewLine(std::u16string path) {
     return path.substr(0, path.find(u'\n'));
 }
 
-/// As shells do: "d/.." is where it began.
+/// Resolves dots like a shell: "d/.." is the folder of "d".
 std::u16string withoutDots(std::u16string path) {
     for (std::size_t at = 0; (at = path.find(u"/./")) != std::u16string::npos;) {
         path.erase(at, 2);
@@ -159,7 +159,7 @@ StorageIRI emptyIsNothing(const StorageIRI& iri) {
     return iri.getResolvedPath().empty() ? StorageIRI(u"/nothing") : iri;
 }
 
-/// Failures name the resolved location alone.
+/// Names only the resolved location in failures.
 class ResolvedLocationNamed final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -167,7 +167,7 @@ public:
     }
 };
 
-/// Case does not matter here, and the provider says so.
+/// Ignores case, and reports so.
 class CaseInsensitive final : public BrokenPaths<respelled<inLowerCase>> {
 public:
     FilenameSensitivity doGetFilenameSensitivity(const StorageIRI&) const override {

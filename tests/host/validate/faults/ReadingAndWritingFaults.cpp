@@ -15,14 +15,14 @@ using namespace foundation::storage::provider;
 namespace reading_and_writing_faults {
 namespace {
 
-/// How a stream came about.
+/// The arguments with which a stream was opened.
 struct Opening {
     std::shared_ptr<const IProvider> provider;
     StorageIRI iri;
     ByteStreamOpenOptions options;
 };
 
-/// A provider all of whose streams are made by `Stream`, from a sound stream and its opening.
+/// A provider with streams of class `Stream`, each constructed from a sound stream and its opening.
 template <class Stream>
 class WithStreams : public BrokenProvider {
 public:
@@ -51,7 +51,7 @@ private:
     Opening opening_;
 };
 
-/// Reading ends at a control character that once ended texts.
+/// Ends a read at the control character for end of file in old text formats.
 class EndAtControlZ final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -62,7 +62,7 @@ public:
     }
 };
 
-/// Only the first MiB of a write arrives.
+/// Writes only the first MiB.
 class FirstMebibyte final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -72,7 +72,7 @@ public:
     }
 };
 
-/// A write leaves the position where it was.
+/// Does not move the position after a write.
 class WriteWithoutMoving final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -84,7 +84,7 @@ public:
     }
 };
 
-/// A write that begins within the file ends with it.
+/// Truncates a write that crosses the end of the file.
 class WriteWithinFile final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -97,7 +97,7 @@ public:
     }
 };
 
-/// Writing nothing is answered like reading nothing.
+/// Returns the result of an empty read for an empty write.
 class WritingNothingFails final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -106,7 +106,7 @@ public:
     }
 };
 
-/// A read skips the byte behind what it gave.
+/// Skips the byte after a read.
 class SkippingRead final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -117,7 +117,7 @@ public:
     }
 };
 
-/// A read at the end gives 0 bytes.
+/// Returns 0 at the end of the file.
 class ZeroAtTheEnd final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -126,7 +126,7 @@ public:
     }
 };
 
-/// A read of 0 bytes gives 0 bytes.
+/// Returns 0 for a read of 0 bytes.
 class ZeroForNothing final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -135,7 +135,7 @@ public:
     }
 };
 
-/// The buffer is cleared before it is filled.
+/// Clears the buffer before filling it.
 class ClearedBuffer final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -146,7 +146,7 @@ public:
     }
 };
 
-/// Offsets from the end count backwards.
+/// Subtracts offsets from the end.
 class EndCountsBackwards final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -155,7 +155,7 @@ public:
     }
 };
 
-/// The end of the file counts as outside.
+/// Refuses to seek to the end of the file.
 class EndIsOutside final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -170,7 +170,7 @@ public:
     }
 };
 
-/// A seek to behind the end goes to the end.
+/// Seeks to the end instead of failing after it.
 class SeekStopsAtTheEnd final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -180,7 +180,7 @@ public:
     }
 };
 
-/// A direction that there is not is the beginning.
+/// Treats an invalid direction as the beginning.
 class AnyDirection final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -190,14 +190,14 @@ public:
     }
 };
 
-/// A flush goes back to the beginning.
+/// Rewinds the position in a flush.
 class FlushRewinds final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
     void flush() override { seek(0, std::ios_base::beg); }
 };
 
-/// Streams for reading read the bytes of the moment when they were opened.
+/// Reads from a snapshot of the bytes at opening.
 class ReadingACopy final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
@@ -213,7 +213,7 @@ public:
     }
 };
 
-/// Writes are held back until the flush.
+/// Delays writes until the flush.
 class HoldingBack final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -230,7 +230,7 @@ private:
     std::string held_;
 };
 
-/// All streams have one position.
+/// Shares one position between all streams.
 class OnePosition final : public OpenedStream {
     template <class Use>
     auto atCommon(const Use& use) {
@@ -254,7 +254,7 @@ public:
     }
 };
 
-/// A stream that appends begins at the end and then writes at its position.
+/// Starts an appending stream at the end, but then writes at its position.
 class AppendingOnlyAtFirst final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -269,7 +269,7 @@ public:
     }
 };
 
-/// A stream that appends goes by the end as it knows it.
+/// Appends at an end that the stream tracks itself.
 class AppendingByItsOwnEnd final : public OpenedStream {
 public:
     AppendingByItsOwnEnd(std::unique_ptr<ByteStream> stream, const Opening& opening)
@@ -297,7 +297,7 @@ private:
     std::streamoff end_;
 };
 
-/// Behind the end there are zeros to read.
+/// Reads zeros after the end.
 class ZerosBehindTheEnd final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -310,7 +310,7 @@ public:
     }
 };
 
-/// A write behind the end fills the gap with zeros.
+/// Fills the gap of a write after the end with zeros.
 class FilledGap final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -331,7 +331,7 @@ private:
     long last_ = 0;
 };
 
-/// Appending nothing does nothing at all.
+/// Does nothing for an empty append.
 class AppendingNothingStays final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -340,7 +340,7 @@ public:
     }
 };
 
-/// What is too much is thrown away in silence.
+/// Discards a write that is too large without an error.
 class TooMuchIsDropped final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -349,7 +349,7 @@ public:
     }
 };
 
-/// A stream has nothing to read when its file is gone.
+/// Reads nothing after the file was removed.
 class DyingWithTheFile final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -358,7 +358,7 @@ public:
     }
 };
 
-/// Writing brings a removed file back.
+/// Recreates a removed file by writing.
 class WritingRevives final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -370,7 +370,7 @@ public:
     }
 };
 
-/// A file is moved by way of a copy.
+/// Moves a file by copying it.
 class MovingByCopying final : public BrokenProvider {
 public:
     void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -379,7 +379,7 @@ public:
     }
 };
 
-/// A file without bytes is made anew at its new place.
+/// Moves an empty file by creating a new one.
 class MovingEmptyByCreating final : public BrokenProvider {
 public:
     void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -391,7 +391,7 @@ public:
     }
 };
 
-/// The files of a moved folder have bytes of their own.
+/// Copies the files of a moved folder.
 class MovingFoldersByCopying final : public BrokenProvider {
 public:
     void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -406,7 +406,7 @@ public:
     }
 };
 
-/// A file is replaced by writing the new bytes into it.
+/// Replaces a file by writing the new bytes into it.
 class ReplacingByWriting final : public BrokenProvider {
 public:
     void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -420,7 +420,7 @@ public:
     }
 };
 
-/// A stream has nothing to read when its provider is gone.
+/// Reads nothing after the provider was destroyed.
 class DyingWithTheProvider final : public BrokenProvider {
     class Stream final : public ForwardingStream {
     public:
@@ -440,7 +440,7 @@ public:
     }
 };
 
-/// A write stamps its file.
+/// Stamps the file in a write.
 class WritingStamps final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -451,7 +451,7 @@ public:
     }
 };
 
-/// Every write asks for the flag.
+/// Checks the writable flag in every write.
 class WritingAsksForTheFlag final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -463,7 +463,7 @@ public:
     }
 };
 
-/// Behind the first block of a write, one byte is lost.
+/// Loses one byte after the first block of a write.
 class BlockBoundary final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;

@@ -21,23 +21,23 @@ namespace {
 
 using Policy = ReplacementPolicy;
 
-/// Lets other threads in where the broken provider holds no lock although it should.
+/// Yields at a point where the broken provider lacks a lock, so that other threads interfere.
 void openTheWindow() {
     for (int i = 0; i < 20; ++i) {
         std::this_thread::yield();
     }
 }
 
-/// Does `action`, and does not care whether another thread has been faster.
+/// Calls `action` and ignores failures because another thread was faster.
 template <class Action>
 void anyway(const Action& action) {
     try {
         action();
-    } catch (const Exception&) { // as a provider that looks first and then acts blindly
+    } catch (const Exception&) { // like a provider that checks first and then acts without a lock
     }
 }
 
-/// Looks whether the file is there, and creates it afterwards.
+/// Checks that the file is missing, then creates it.
 struct LookingThenCreatingFile : BrokenProvider {
     void doCreateFile(const StorageIRI& iri) const override {
         if (doExists(iri)) {
@@ -48,7 +48,7 @@ struct LookingThenCreatingFile : BrokenProvider {
     }
 };
 
-/// Looks whether the folder is there, and creates it afterwards.
+/// Checks that the folder is missing, then creates it.
 struct LookingThenCreatingFolder : BrokenProvider {
     void doCreateFolder(const StorageIRI& iri) const override {
         if (doExists(iri)) {
@@ -59,7 +59,7 @@ struct LookingThenCreatingFolder : BrokenProvider {
     }
 };
 
-/// Looks whether the file is there, and removes it afterwards.
+/// Checks that the file exists, then removes it.
 struct LookingThenRemoving : BrokenProvider {
     void doRemoveFile(const StorageIRI& iri) const override {
         if (!doFileExists(iri)) {
@@ -70,7 +70,7 @@ struct LookingThenRemoving : BrokenProvider {
     }
 };
 
-/// Moves by copying and removing, between which other threads move too.
+/// Moves by copying and removing; other threads move in between.
 void copyingThenRemoving(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                          Policy policy) {
     sound.doCopyFile(from, to, policy);
@@ -78,7 +78,7 @@ void copyingThenRemoving(const IProvider& sound, const StorageIRI& from, const S
     anyway([&] { sound.doRemoveFile(from); });
 }
 
-/// Looks whether the file is there, and makes a new one afterwards in any case.
+/// Checks whether the file exists, then creates a new one unconditionally.
 struct LookingThenOpening : BrokenProvider {
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                              const OpenOptions& options) const override {
@@ -90,7 +90,7 @@ struct LookingThenOpening : BrokenProvider {
     }
 };
 
-/// A file on its way is nowhere for a moment.
+/// Removes a moved file before it is at its destination.
 void vanishingOnTheWay(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     std::array<char, 16> bytes{};
     const long count = sound.doOpenReadOnlyStream(from)->read(bytes.data(), 16);
@@ -102,7 +102,7 @@ void vanishingOnTheWay(const IProvider& sound, const StorageIRI& from, const Sto
     anyway([&] { sound.doRemoveFile(from); });
 }
 
-/// A folder is moved entry by entry, between which other threads move too.
+/// Moves a folder entry by entry; other threads move in between.
 void movingEntryByEntry(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy) {
     const auto names = sound.doListAllNamesOnly(from);
     openTheWindow();
@@ -115,7 +115,7 @@ void movingEntryByEntry(const IProvider& sound, const StorageIRI& from, const St
     anyway([&] { sound.doRemoveFolder(from); });
 }
 
-/// A write goes in two halves, between which other threads write.
+/// Writes in two halves; other threads write in between.
 struct TornWrite : ForwardingStream {
     using ForwardingStream::ForwardingStream;
     long write(const char* buffer, long count) override {
@@ -126,7 +126,7 @@ struct TornWrite : ForwardingStream {
     }
 };
 
-/// A read asks for the size first and believes it.
+/// Reads the size first and relies on it.
 struct ReadBelievingTheSize : ForwardingStream {
     using ForwardingStream::ForwardingStream;
     long read(char* buffer, long count) override {
@@ -153,7 +153,7 @@ public:
     }
 };
 
-/// A listing that counts its way through what the folder holds at each moment.
+/// A listing that counts through the current content of the folder.
 class LiveListing final : public IFolderEntryIterator {
 public:
     LiveListing(std::shared_ptr<const IProvider> provider, StorageIRI folder)
@@ -198,7 +198,7 @@ struct ListingLive : BrokenProvider {
     }
 };
 
-/// Folders above that another thread made meanwhile are in the way.
+/// Fails if another thread has created a parent folder.
 struct CreatorsCollide : BrokenProvider {
     void doCreateFolderRecursive(const StorageIRI& iri) const override {
         if (doFolderExists(iri)) {
@@ -212,7 +212,7 @@ struct CreatorsCollide : BrokenProvider {
     }
 };
 
-/// An entry below that another thread has removed is a failure.
+/// Fails if another thread has removed an entry of the tree.
 struct RemoversCollide : BrokenProvider {
     void doRemoveFolderRecursively(const StorageIRI& iri) const override {
         for (const std::u16string& name : sound().doListAllNamesOnly(iri)) {
@@ -226,7 +226,7 @@ struct RemoversCollide : BrokenProvider {
     }
 };
 
-/// A copy is written in place, where it can be seen.
+/// Copies in place, where others see the incomplete file.
 struct CopyingInPlace : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& /*policy*/) const override {
@@ -240,7 +240,7 @@ struct CopyingInPlace : BrokenProvider {
     }
 };
 
-/// What is gone at the second look was never thought to be.
+/// Throws a foreign exception if a file disappears during a query.
 struct QueriesGetConfused : BrokenProvider {
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
         const bool wasThere = doFileExists(iri);
@@ -252,7 +252,7 @@ struct QueriesGetConfused : BrokenProvider {
     }
 };
 
-/// All threads write down in one place what they are about to remove.
+/// Shares the location of the file to remove between all threads.
 class CommonNote final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -275,7 +275,7 @@ private:
     mutable std::optional<StorageIRI> noted_;
 };
 
-/// A time is set in two steps: hours first.
+/// Sets a time in two steps: hours first.
 struct TimeInTwoSteps : BrokenProvider {
     void doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const override {
         using namespace boost::posix_time;
@@ -285,7 +285,7 @@ struct TimeInTwoSteps : BrokenProvider {
     }
 };
 
-/// A listing whose clones all count on in one place.
+/// A listing that shares its position with its clones.
 class CommonPlace final : public IFolderEntryIterator {
 public:
     explicit CommonPlace(std::vector<FolderEntry> entries)

@@ -21,7 +21,7 @@ ptime toSeconds(const ptime& time) {
     return time - boost::posix_time::microseconds(time.time_of_day().total_microseconds() % 1'000'000);
 }
 
-/// New files have the time of a place east of here.
+/// Stamps new files with a local time instead of UTC.
 class LocalTime final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -30,7 +30,7 @@ public:
     }
 };
 
-/// Folders have no time until they are given one.
+/// Gives new folders no time.
 class NewFolderHasNoTime final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -39,7 +39,7 @@ public:
     }
 };
 
-/// Times of files are told in seconds.
+/// Reports times of files in whole seconds.
 class FileTimeInSeconds final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
@@ -48,7 +48,7 @@ public:
     }
 };
 
-/// New folders have a time in seconds.
+/// Stamps new folders in whole seconds.
 class NewFolderTimeInSeconds final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -57,7 +57,7 @@ public:
     }
 };
 
-/// A folder's time is its own affair.
+/// Does not stamp the folder of a new file.
 class NewFileLeavesFolder final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -67,7 +67,7 @@ public:
     }
 };
 
-/// The clock is read once for the new folder and once for the one that it is in.
+/// Stamps a new folder and its parent with different times.
 class ClockReadTwice final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -76,7 +76,7 @@ public:
     }
 };
 
-/// Removing is no modification.
+/// Does not stamp the folder of a removed file.
 class RemovingFileStampsNothing final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
@@ -86,7 +86,7 @@ public:
     }
 };
 
-/// What loses a folder is stamped by a clock that is late.
+/// Stamps the parent of a removed folder with an earlier time.
 class RemovingFolderStampsEarly final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
@@ -95,7 +95,7 @@ public:
     }
 };
 
-/// A change is a change of everything above.
+/// Stamps all ancestors.
 class AllAboveStamped final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -120,7 +120,7 @@ public:
     }
 };
 
-/// Times are cut to seconds on their way in.
+/// Truncates times to whole seconds when they are set.
 class SetTimeInSeconds final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
@@ -128,7 +128,7 @@ public:
     }
 };
 
-/// No folder is older than the calendar of machines.
+/// Limits times of folders to 1970 or later.
 class NoFolderBefore1970 final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
@@ -137,7 +137,7 @@ public:
     }
 };
 
-/// A modification cannot be earlier than the one before.
+/// Refuses to set an earlier time.
 class OnlyForward final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
@@ -148,7 +148,7 @@ public:
     }
 };
 
-/// The time of one is the time of all.
+/// Sets the time of all entries of the folder.
 class NeighboursTakeTime final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
@@ -159,7 +159,7 @@ public:
     }
 };
 
-/// What is not there cannot have another time.
+/// Ignores a time for a missing entry.
 class TimeOfMissingIgnored final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
@@ -169,7 +169,7 @@ public:
     }
 };
 
-/// A new time of an entry is a change of its folder.
+/// Stamps the folder when the time of an entry in it is set.
 class SettingTimeStampsFolder final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
@@ -188,7 +188,7 @@ public:
     }
 };
 
-/// What is read-only cannot be changed in any way.
+/// Refuses to set the time of a read-only entry.
 template <bool (IProvider::*protects)(const StorageIRI&) const>
 class ReadOnlyTakesNoTime final : public BrokenProvider {
 public:

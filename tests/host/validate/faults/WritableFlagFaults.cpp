@@ -11,7 +11,7 @@ using namespace foundation::storage::provider;
 namespace writable_flag_faults {
 namespace {
 
-/// An entry that may be changed as long as this object lives, whatever its flag says.
+/// Makes an entry writable for the lifetime of this object; then restores its flag.
 class LiftedFlag {
 public:
     LiftedFlag(const IProvider& provider, const StorageIRI& iri)
@@ -32,7 +32,7 @@ private:
     bool writable_;
 };
 
-/// Files are writable, come what may.
+/// Ignores the flag of files.
 class FileFlagIgnored final : public BrokenProvider {
 public:
     void doSetWritable(const StorageIRI& iri, bool writable) const override {
@@ -40,7 +40,7 @@ public:
     }
 };
 
-/// What is read-only stays so, if it is a folder.
+/// Keeps folders read-only.
 class FolderStaysReadOnly final : public BrokenProvider {
 public:
     void doSetWritable(const StorageIRI& iri, bool writable) const override {
@@ -49,7 +49,7 @@ public:
     }
 };
 
-/// The flag is kept for a folder and all that it holds.
+/// Shares the flag between all entries of a folder.
 class FlagOfNeighbours final : public BrokenProvider {
 public:
     void doSetWritable(const StorageIRI& iri, bool writable) const override {
@@ -60,7 +60,7 @@ public:
     }
 };
 
-/// The flag of a folder is for show.
+/// Ignores the flag of the folder of a new file.
 class FilesGoIntoReadOnly final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -69,7 +69,7 @@ public:
     }
 };
 
-/// The read-only folder is named, instead of what was to be made in it.
+/// Names the read-only folder instead of the new one.
 class ReadOnlyParentNamed final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -88,7 +88,7 @@ public:
     }
 };
 
-/// A folder is removed before anybody asks whether it may be.
+/// Removes a folder before checking the flag.
 class FoldersLeaveReadOnly final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
@@ -119,7 +119,7 @@ public:
     }
 };
 
-/// What has once been read-only tells otherwise but stays so.
+/// Reports a file as writable again but keeps it read-only.
 class StaysProtected final : public BrokenProvider {
 public:
     void doSetWritable(const StorageIRI& iri, bool writable) const override {
@@ -131,7 +131,7 @@ public:
     }
 };
 
-/// What is in a read-only folder is read-only.
+/// Reports files in a read-only folder as read-only.
 class FlagInherited final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
@@ -141,7 +141,7 @@ public:
     }
 };
 
-/// One way of opening for everything.
+/// Opens streams for reading like streams for writing.
 class ReadOnlyCannotBeRead final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
@@ -158,7 +158,7 @@ public:
     }
 };
 
-/// Flags are looked at before entries.
+/// Checks flags before existence.
 class FlagBeforeExistence final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -201,7 +201,7 @@ public:
     }
 };
 
-/// Entries of the root come and go always.
+/// Ignores the flag of the root.
 class RootFlagForShow final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
