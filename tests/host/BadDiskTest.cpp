@@ -35,11 +35,11 @@ using testing::MatchesRegex;
 using testing::Not;
 
 const std::string badPlugin = std::string(TEST_BAD_PLUGINS) + "/libBadProvider.so";
-constexpr int notPermitted = 77; ///< what a preparation exits with when the system forbids it
+constexpr int notPermitted = 77; ///< exit status of a preparation that the system does not permit
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
-/// The disk that `import`, `export` and `check` meet, and the lines that the shell meets, at their worst. The fixture's
-/// session is for what needs a hand in the middle of a command; where that makes no difference the program runs.
+/// Disks and command lines under the worst conditions, for `import`, `export` and `check`. Tests that
+/// interfere in the middle of a command use the fixture's session; the others run the program.
 class BadDiskTest : public SessionTest {
 protected:
     static std::string line(const std::string& text) { return "qzstorage: " + text + '\n'; }
@@ -49,7 +49,7 @@ protected:
         return {{"shell", "--keep-going"}, lines, prepare};
     }
 
-    /// Calls `interfere` right before the provider's first call of `operation`.
+    /// Calls `interfere` directly before the provider's first call of `operation`.
     void once(const std::string& operation, const std::function<void()>& interfere) {
         provider_->before = [operation, interfere, done = false](const std::string& called,
                                                                  const StorageIRI&) mutable {
@@ -60,7 +60,7 @@ protected:
         };
     }
 
-    /// The same for the first call at `path`.
+    /// Like `once`, but before the first call at `path`.
     void onceAt(const std::string& operation, const std::u16string& path,
                 const std::function<void()>& interfere) {
         provider_->before = [operation, path, interfere, done = false](const std::string& called,
@@ -89,7 +89,7 @@ protected:
         bool operator==(const State&) const = default;
     };
 
-    /// Lays out what the commands of a sweep work on.
+    /// Creates the files for the commands of a sweep.
     void prepareSweep() {
         restore();
         disk_.write("src/a", "whole");
@@ -98,7 +98,7 @@ protected:
         succeed("export /a " + disk_ / "same");
     }
 
-    /// Storage and disk as every command finds them.
+    /// Restores storage and disk to the initial state of every command.
     void restore() {
         calm();
         succeed("cd /");
@@ -118,8 +118,8 @@ protected:
 
     State state() { return {contentsOf(takeSnapshot(*provider_)), contentsOf(disk_.path())}; }
 
-    /// Every file is as it was before or as it would be after the whole command, and nothing is lost that the whole
-    /// command would have left.
+    /// Checks that every file is in its old state, or in its state after the complete command. Entries that
+    /// the complete command keeps must exist.
     static void expectNothingHalfDone(const TreeContents& now, const TreeContents& before,
                                       const TreeContents& after) {
         const auto holds = [](const TreeContents& tree, const TreeContents::value_type& entry) {
@@ -134,8 +134,8 @@ protected:
         }
     }
 
-    /// Runs the command once for each call of the provider that it makes, striking at that call.
-    /// @return how many points were struck
+    /// Runs the command once for each of its provider calls, and strikes at that call.
+    /// @return the number of calls at which it struck
     template <typename Check>
     int sweep(const std::string& command, const std::function<void()>& strike, const Check& check) {
         restore();
@@ -189,7 +189,7 @@ protected:
     }
 };
 
-// --- What cannot be read or written ---
+// --- Entries that cannot be read or written ---
 
 TEST_F(BadDiskTest, WhatMayNotBeReadIsNamedAndTheRestIsImportedAndCompared) {
     disk_.write("src/closed", "x");
@@ -297,11 +297,12 @@ void writeTo(const char* path, const std::string& text) {
     std::ofstream(path) << text;
 }
 
-/// Gives the process a view of the disk of its own, with a small disk at `folder`.
+/// Gives the process its own mount namespace, with a small disk at `folder`.
 void mountSmallDisk(const std::string& folder, const char* limits) {
     const std::string user = std::to_string(::geteuid());
     const std::string group = std::to_string(::getegid());
-    if (::unshare(CLONE_NEWNS) != 0) { // only root may, but anybody may be root in a world of his own
+    // Only root may, but every user may be root in a user namespace.
+    if (::unshare(CLONE_NEWNS) != 0) {
         if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
             ::_exit(notPermitted);
         }
@@ -317,7 +318,7 @@ void mountSmallDisk(const std::string& folder, const char* limits) {
 
 TEST_F(BadDiskTest, AFullDiskIsNamedAndTheRestIsExported) {
     const std::string disk = disk_.makeFolder("small");
-    // What the disk holds in the end is seen by the program alone, so it is imported.
+    // Only the program sees the resulting disk, so it imports the files.
     const ProgramRun run =
         runLines("mkdir /a\nwrite /a/1 x\nwrite /a/2 old\nwrite /a/3 y\nexport /a " + disk +
                      "\ntruncate -s 1M /a/2\nwrite /a/3 z\nexport /a " + disk + "\nimport " + disk +
@@ -338,7 +339,7 @@ TEST_F(BadDiskTest, ADiskWithoutRoomForAnotherEntryIsNamed) {
     const ProgramRun run =
         runLines("mkdir -p /a/4\nwrite /a/1 x\nwrite /a/2 y\nwrite /a/3 z\nwrite /a/4/5 z\nexport /a " +
                      disk + "\nimport " + disk + "/a /seen\nfind /seen\n",
-                 [&] { mountSmallDisk(disk, "nr_inodes=4"); }); // itself, a, 1 and 2
+                 [&] { mountSmallDisk(disk, "nr_inodes=4"); }); // the root, a, 1 and 2
     if (run.status() == notPermitted) {
         GTEST_SKIP() << "mounting a small disk is not permitted here";
     }
@@ -546,7 +547,7 @@ TEST_F(BadDiskTest, WhereAnotherFileSystemBeginsTheFolderIsEmptyIfItIsSkipped) {
     }
 }
 
-// --- A tree that changes while it is read ---
+// --- A tree that changes during an import ---
 
 TEST_F(BadDiskTest, ATreeThatChangesUnderAnImportIsTakenAsItIsMet) {
     disk_.write("src/a", "first");
@@ -653,7 +654,7 @@ TEST_F(BadDiskTest, WhatTakesThePlaceOfAFileUnderAnExportIsNotHarmed) {
     EXPECT_FALSE(fs::is_symlink(disk_ / "a/f"));
 }
 
-// --- Exchanged for a link ---
+// --- Entries exchanged for a link ---
 
 void exchange(const std::string& one, const std::string& other) {
     if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) != 0) {
@@ -661,7 +662,7 @@ void exchange(const std::string& one, const std::string& other) {
     }
 }
 
-/// A process that exchanges two entries of the disk again and again until it is destroyed.
+/// Returns a process that exchanges two entries of the disk repeatedly until it is destroyed.
 storage::host::ChildProcess exchanging(const std::string& one, const std::string& other) {
     return storage::host::ChildProcess([&] {
         for (;;) {
@@ -727,7 +728,7 @@ TEST_F(ExchangedFolderTest, IsNotLeftByExportsWhileAnotherProcessExchangesIt) {
 
 class TemporaryNameTest : public BadDiskTest {
 protected:
-    /// The name that a file has while it is exported to `name`.
+    /// Returns the temporary name of a file during its export to `name`.
     std::string temporaryNameOf(const std::string& name) {
         disk_.makeFolder("watched");
         succeed("write /watched x");
@@ -751,7 +752,7 @@ TEST_F(TemporaryNameTest, WhatIsNotThereToBeRemovedIsLeftAlone) {
     ASSERT_EQ(::flock(used.number(), LOCK_EX), 0);
     disk_.makeFolder("out/" + numbered(name, '1'));
     disk_.write("out/.qzstorage-0-0.part", "of another form");
-    fs::create_symlink("nowhere", disk_ / ("out/" + numbered(name, '2'))); // a link that was not finished
+    fs::create_symlink("nowhere", disk_ / ("out/" + numbered(name, '2'))); // an unfinished link
     succeed("mkdir /out");
     succeed("write /out/f new");
     succeed("export /out " + disk_.path());
@@ -805,7 +806,7 @@ TEST_F(BadDiskTest, TwoExportsIntoOneTreeOfReadOnlyFoldersBothSucceed) {
     }
 }
 
-// --- Stopped at any point ---
+// --- Interruption at every point ---
 
 TEST_F(BadDiskTest, ASignalAtAnyPointLeavesNothingHalfDone) {
     prepareSweep();
@@ -873,7 +874,7 @@ TEST_F(BadDiskTest, AFailureAtAnyPointLeavesNothingHalfDone) {
 
 // --- Signals to the program ---
 
-/// A command that a signal meets in the middle: during one operation at "/bad".
+/// A command and the signal that arrives during its operation at "/bad".
 struct MetCommand {
     enum class End { Interrupted, Finished };
 
@@ -920,8 +921,8 @@ TEST_F(BadDiskTest, TheProgramStopsInTheMiddleOfACommandWithStatus130) {
     std::cout << "signals to the program: " << runs << " runs\n";
 }
 
-/// Sends SIGINT when the process has begun to wait. It does nothing else that makes it sleep once it has given a sign of
-/// life, so the signal comes neither before the wait nor twice.
+/// Sends SIGINT when the process sleeps in its wait. After its first output the process sleeps nowhere else,
+/// so the signal arrives neither before the wait nor twice.
 void interruptTheWait(pid_t process) {
     char state = 'R';
     while (state != 'S' && state != 'Z') {

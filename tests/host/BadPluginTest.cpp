@@ -20,10 +20,10 @@ using testing::MatchesRegex;
 const std::string badPlugin = std::string(TEST_BAD_PLUGINS) + "/libBadProvider.so";
 const std::string noEntryPoint = std::string(TEST_BAD_PLUGINS) + "/libNoEntryPoint.so";
 
-/// A way to go wrong, and what the user reads of it.
+/// A misbehaviour of the plug-in, and the message that the user reads.
 struct Misdeed {
     std::string name;
-    std::string reason; ///< as a regular expression
+    std::string reason; ///< a regular expression
 };
 
 const std::vector<Misdeed> thrown{
@@ -35,18 +35,18 @@ const std::vector<Misdeed> thrown{
     {"code", R"(failed for a reason that this host does not know \(code 77\))"},
 };
 
-/// An operation of the plug-in, and a line of the language that comes upon it at "/bad".
+/// An operation of the plug-in, and a command line that calls it at "/bad".
 struct Use {
     std::string operation;
-    std::string setup; ///< lines that go well
-    std::string line;  ///< DISK stands for a folder on disk
+    std::string setup; ///< lines that succeed
+    std::string line;  ///< DISK stands for a folder on the disk
 };
 
 const std::string makeFile = "write /bad x\n";
 const std::string moveFileThere = "write /g xyz\nmv /g /bad\n"; ///< without opening it there
 const std::string makeFolder = "mkdir /bad\ntouch /bad/f\n";
 
-/// Every operation that the program uses, in each kind of command that uses it.
+/// Every operation that the program uses, for each kind of command that uses it.
 const std::vector<Use> uses{
     {"createFile", "", "touch /bad"},
     {"createFile", "", "truncate -s 3 /bad"},
@@ -129,7 +129,7 @@ protected:
         disk_.makeFolder("folder");
     }
 
-    /// Runs lines on a plug-in whose `operation` goes wrong at "/bad".
+    /// Runs lines on a plug-in with an `operation` that misbehaves at "/bad".
     static ProgramRun runOn(const std::string& operation, const std::string& misdeed,
                             const std::vector<std::string>& arguments, const std::string& lines) {
         std::vector<std::string> all{"--plugin", badPlugin};
@@ -161,14 +161,14 @@ protected:
         ++runs_;
     }
 
-    /// A folder that was made before its content could be listed is all that a failed export leaves.
+    /// Folders that were created before listing their content failed are all that a failed export leaves.
     void expectNothingUnfinishedOnDisk() {
         EXPECT_THAT(namesIn(disk_.path()), AnyOf(Eq("file folder"), Eq("file folder out")));
         EXPECT_FALSE(fs::is_regular_file(disk_ / "out"));
         fs::remove_all(disk_ / "out");
     }
 
-    /// Runs the program on a plug-in that cannot be used at all.
+    /// Runs the program on an unusable plug-in.
     void expectRefused(const std::string& plugin, const std::string& reason) {
         const ProgramRun run({"--plugin", plugin, "shell"}, "pwd\n");
         SCOPED_TRACE(plugin);
@@ -243,7 +243,7 @@ TEST_F(BadPluginTest, ALibraryThatIsCutShortAnywhereIsRefusedOrWhole) {
         const std::string path = disk_.write("short.so", whole.substr(0, whole.size() * cut / cuts));
         const ProgramRun run({"--plugin", path, "shell"}, "pwd\n");
         if (run.status() == 0) {
-            EXPECT_EQ(run.output(), "/\n"); // what is missing is nothing that is loaded
+            EXPECT_EQ(run.output(), "/\n"); // a missing plug-in is never loaded
             continue;
         }
         ++refused;

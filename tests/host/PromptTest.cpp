@@ -14,7 +14,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr const char* prompt = "\r\nqzstorage:/> "; // the editor draws it again, but not on a new line
+constexpr const char* prompt = "\r\nqzstorage:/> "; // the editor redraws it, but not on a new line
 
 /// The program at a terminal.
 class PromptTest : public testing::Test {
@@ -27,7 +27,7 @@ protected:
         }
     }
 
-    /// Runs a session that a person holds and ends by `exit`.
+    /// Runs an interactive session that `person` drives; ends it with `exit`.
     void hold(const std::function<void(Terminal& terminal)>& person,
               const Environment& environment = {}) const {
         Terminal terminal;
@@ -51,7 +51,7 @@ protected:
         EXPECT_EQ(run.status(), 0);
     }
 
-    /// Types a line at the prompt and waits for the next one.
+    /// Types a line at the prompt and waits for the next prompt.
     static std::string answer(Terminal& terminal, const std::string& line) {
         return printedAfter(terminal, line + '\n');
     }

@@ -38,42 +38,43 @@ const std::vector<mode_t> writableFolderModes{0755, 0700, 0750};
 const std::vector<mode_t> anyFolderModes{0755, 0700, 0750, 0555, 0500};
 const std::vector<std::size_t> sizes{0, 1, 100, 4096, 262143, 262144, 262145, 600000};
 
-/// Where a difference is planted.
+/// The side that a difference is planted on.
 enum class Side { Storage, Source, Export };
 
-/// What a planted difference does to an entry.
+/// The effect of a planted difference on an entry.
 enum class Change {
     Structure,  ///< removes or replaces it
     Content,    ///< of a file
     Attributes, ///< of any entry
 };
 
-/// A session that has imported random trees into /x, over one another, and exported /x to the disk.
+/// A session that has imported several random trees into /x, one over the other, and exported /x to the disk.
 class Round : public SessionTest {
 public:
     Round(std::mt19937& random, Side side);
     void TestBody() override {}
 
-    /// Fails unless the command finds nothing.
+    /// Fails if the command reports a difference.
     void expectEqual(const std::string& line);
-    /// Fails unless the command reports the expected difference and nothing else.
+    /// Fails unless the command reports exactly the expected difference.
     void expectDifference(const std::string& line);
-    /// Fails unless the commands that look at the changed side find the difference, and the other one none.
+    /// Fails unless the commands that compare the changed side report the difference, and the others none.
     void expectFound(const std::string& options);
 
-    /// An entry below /x that can be changed so, by its path from there; empty if there is none.
+    /// Returns an entry below /x that permits this change, as a path relative to /x; empty if there is none.
     std::string pickFile(Change change, std::size_t leastSize = 0);
     std::string pickFolder(Change change);
-    /// An entry of that type.
+    /// Returns an entry of that type.
     std::string pickSpecial(mode_t type);
-    /// An entry of that type and of another owner than the process, whom the session knows.
+    /// Returns an entry of that type with a different owner than the process. The session has recorded the
+    /// owner.
     std::string pickOwned(mode_t type);
-    /// The second of two names of one file.
+    /// Returns the second of two names of one file.
     std::string pickSecondName();
-    /// A folder that an entry can be added to. /x itself is ".".
+    /// Returns a folder that permits new entries. /x itself is ".".
     std::string pickWritableFolder();
 
-    /// The path on the side that is changed, also of an entry that is to be made.
+    /// Returns the path on the changed side; the entry need not exist yet.
     std::string onDisk(const std::string& relative) const;
     StorageIRI iri(const std::string& relative) const { return path(relative).iri(); }
     StoragePath path(const std::string& relative) const {
@@ -99,7 +100,7 @@ public:
 private:
     struct Import {
         std::string diskPath;
-        std::string target; ///< path from /x, empty for /x
+        std::string target; ///< path relative to /x; empty for /x
     };
     enum class Modes { Writable, Any };
 
@@ -134,14 +135,14 @@ void setMode(const std::string& path, mode_t mode) {
     EXPECT_EQ(::chmod(path.c_str(), mode), 0) << path;
 }
 
-/// By as little as the disk can.
+/// Moves the time by the smallest step of the disk.
 void moveTime(const std::string& path) {
     timespec times[2] = {{0, UTIME_OMIT}, statusOf(path).st_mtim};
     times[1].tv_nsec += times[1].tv_nsec == 999999999 ? -1 : 1;
     EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
 }
 
-/// Where the disk has extended attributes.
+/// Succeeds if the disk has extended attributes.
 bool setXattr(const std::string& path, const char* name, const std::string& value) {
     return ::setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;
 }
@@ -158,7 +159,7 @@ Round::Round(std::mt19937& random, Side side) : random_(random), side_(side) {
 
 void Round::importTrees() {
     const bool isMerged = upTo(1) == 0;
-    const Modes modes = isMerged ? Modes::Writable : Modes::Any; // what is read-only refuses the next import
+    const Modes modes = isMerged ? Modes::Writable : Modes::Any; // the next import fails on read-only entries
     makeTree(disk_ / "first", 3, modes);
     setMode(disk_ / "first", 0755);
     if (upTo(1) == 0) {
@@ -180,7 +181,7 @@ void Round::importTrees() {
 }
 
 void Round::import(const std::string& line, const std::string& diskPath, const std::string& target) {
-    EXPECT_EQ(run(line), ExitStatus::Success) << line << ": " << errors(); // which lists the links
+    EXPECT_EQ(run(line), ExitStatus::Success) << line << ": " << errors(); // reports the links
     imports_.push_back({diskPath, target});
 }
 
@@ -256,7 +257,7 @@ void Round::expectFound(const std::string& options) {
     side_ == Side::Source ? expectEqual(withExport) : expectDifference(withExport);
 }
 
-/// The sources that hold an entry; the last one counts.
+/// Returns the sources that contain an entry; the last one takes effect.
 std::vector<std::string> Round::sourcesOf(const std::string& relative) const {
     std::vector<std::string> sources;
     for (const auto& [diskPath, target] : imports_) {
@@ -284,8 +285,8 @@ std::string Round::onDisk(const std::string& relative) const {
     return sources.empty() ? onDisk(path.parent_path()) + '/' + path.filename().string() : sources.back();
 }
 
-/// Whether the change leaves all else as it is: the entry must be in a folder that is writable and, on the side of the
-/// sources, come from one source and be not the root of one.
+/// Checks that the change has no side effects. The folder of the entry must be writable. On the source side,
+/// the entry must come from one source only and must not be its root.
 bool Round::canChange(const std::string& relative, Change change) const {
     if (change != Change::Structure) {
         return true;
@@ -312,7 +313,7 @@ std::string Round::pick(Change change,
 
 std::string Round::pickFile(Change change, std::size_t leastSize) {
     return pick(change, [&](const std::string&, const struct stat& status) {
-        // A file with two names would be two differences.
+        // A file with two names would give two differences.
         return S_ISREG(status.st_mode) && status.st_nlink == 1 &&
                static_cast<std::size_t>(status.st_size) >= leastSize &&
                (change != Change::Content || (status.st_mode & S_IWUSR) != 0);
@@ -350,7 +351,8 @@ std::string Round::pickWritableFolder() {
     return folder.empty() ? "." : folder;
 }
 
-// Each function plants a difference of its kind and tells the round what is to be reported. False where no entry suits.
+// Each function plants a difference of its kind and registers the expected report in the round. Returns false
+// if no entry is suitable.
 
 std::string bytesOf(const IProvider& provider, const StorageIRI& iri) {
     std::string bytes(provider.doGetFileAttributes(iri).getSize(), '\0');
@@ -423,7 +425,7 @@ void makeFolder(Round& round, Side side, const std::string& folder) {
 }
 
 void removeStored(Round& round, const std::string& entry) {
-    for (const auto& [path, stored] : takeSnapshot(round.provider())) { // what is read-only cannot be removed
+    for (const auto& [path, stored] : takeSnapshot(round.provider())) { // read-only entries cannot be removed
         if (round.path(entry).contains(StoragePath::resolve(StoragePath(), path))) {
             round.provider().doSetWritable(locationOf(path), true);
         }
@@ -437,7 +439,7 @@ void removeStored(Round& round, const std::string& entry) {
 }
 
 void removeFromDisk(const std::string& path) {
-    if (S_ISDIR(statusOf(path).st_mode)) { // what is read-only cannot be removed
+    if (S_ISDIR(statusOf(path).st_mode)) { // read-only entries cannot be removed
         setMode(path, 0755);
         for (const auto& entry : fs::directory_iterator(path)) {
             removeFromDisk(entry.path());
@@ -527,7 +529,7 @@ bool changeFlagOfFolder(Round& round, Side side) {
     return changeFlag(round, side, round.pickFolder(Change::Attributes));
 }
 
-/// What the session knows of an entry.
+/// Returns the session's record of an entry.
 DiskAttributes knownOf(Round& round, const std::string& entry, EntryKind kind) {
     boost::posix_time::ptime time;
     if (kind == EntryKind::Folder) {
@@ -682,7 +684,7 @@ bool changeXattrOfFolder(Round& round, Side side) {
     return changeXattr(round, side, round.pickFolder(Change::Attributes), EntryKind::Folder);
 }
 
-/// Makes the second of two names of one file a file of its own.
+/// Replaces the second of two names of one file by a separate file.
 bool separateNames(Round& round, Side side) {
     const std::string name = round.pickSecondName();
     if (name.empty()) {
@@ -736,7 +738,7 @@ bool replaceFolderByLink(Round& round, Side) {
     const std::string folder = round.pickFolder(Change::Structure);
     if (!folder.empty()) {
         const std::string onDisk = round.onDisk(folder);
-        setMode(onDisk, 0755); // what is read-only cannot be moved
+        setMode(onDisk, 0755); // read-only entries cannot be moved
         fs::rename(onDisk, round.disk() / "moved");
         fs::create_symlink(round.disk() / "moved", onDisk);
         round.expect(folder, " is a symbolic link\n");
@@ -759,7 +761,7 @@ struct Difference {
     const char* name;
     bool (*plant)(Round& round, Side side);
     std::vector<Side> sides;
-    const char* options; ///< of the command that finds it
+    const char* options; ///< of the command that detects it
 };
 
 const std::vector<Side> everywhere{Side::Storage, Side::Source, Side::Export};

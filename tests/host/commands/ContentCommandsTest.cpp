@@ -25,7 +25,7 @@ protected:
             .write(content.data(), static_cast<std::streamsize>(content.size()));
     }
 
-    /// "1\n2\n" and so on.
+    /// Returns "1\n2\n" and so on.
     static std::string numbers(int first, int last) {
         std::string text;
         for (int number = first; number <= last; ++number) {
@@ -159,7 +159,7 @@ TEST_F(ContentCommandsTest, FilesThatAreReadCanBeInterrupted) {
     }
 }
 
-/// A storage that says how much room it has.
+/// A storage that reports its free space.
 class RoomyProvider final : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;

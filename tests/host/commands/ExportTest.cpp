@@ -55,7 +55,7 @@ TEST_F(ExportTest, TheRootPutsItsContentIntoTheFolder) {
     EXPECT_EQ(namesIn(disk_ / "new"), "a");
 }
 
-/// A tree of the disk with permissions that no umask gives.
+/// A tree on the disk with permissions that no umask gives.
 class ExportModeTest : public ExportTest {
 protected:
     ExportModeTest() {
@@ -131,7 +131,7 @@ TEST_F(ExportModeTest, WhatCannotBeGivenAwayGetsNoSetIds) {
     EXPECT_EQ(statusOf(out + "/src/program").st_uid, ::geteuid());
 }
 
-/// What a provider does not keep.
+/// Attributes that a provider does not store.
 class ExportKeptTest : public ExportTest {
 protected:
     void importSource() { run("import " + disk_ / "src" + " /src"); }

@@ -11,8 +11,8 @@ using foundation::storage::provider::ErrorCode;
 using foundation::storage::provider::Exception;
 using foundation::storage::provider::StorageIRI;
 
-/// What commands say when the storage refuses an operation that their own checks let pass. The storage holds the folders /a and
-/// /ro, the second read-only, and the file /f.
+/// Messages of commands if the storage refuses an operation that passed the commands' own checks. The storage
+/// contains the folders /a and /ro (read-only), and the file /f.
 class FailureCauseTest : public SessionTest {
 protected:
     FailureCauseTest() {
@@ -21,7 +21,7 @@ protected:
         succeed("chmod -w /ro");
     }
 
-    /// `step` happens before an operation, once.
+    /// Runs `step` once, before an operation.
     void before(const std::string& operation, const std::function<void(const StorageIRI&)>& step) const {
         provider_->before = [=, done = false](const std::string& called, const StorageIRI& iri) mutable {
             if (called == operation && !done) {

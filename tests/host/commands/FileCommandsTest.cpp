@@ -210,7 +210,7 @@ TEST_F(FileCommandsTest, TheFolderThatTheSessionStandsInIsNotRemoved) {
     EXPECT_EQ(succeed("find /"), "/\n/a\n/a/b\n");
 }
 
-/// What commands read as the standard input.
+/// Commands that read standard input.
 class StandardInputTest : public SessionTest {
 protected:
     void setInput(const std::string& content) {

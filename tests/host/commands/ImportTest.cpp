@@ -155,7 +155,7 @@ TEST_F(ImportTest, ReadOnlyFoldersCanBeImportedAgain) {
     EXPECT_THAT(succeed("stat /src/s"), HasSubstr("writable: no")) << "after an interruption";
 }
 
-/// A read-only file of the storage with a time of its own, and a file of the disk that is to replace it.
+/// A read-only file in the storage with its own time, and a file on the disk that replaces it.
 class ReplacingImportTest : public ImportTest {
 protected:
     ReplacingImportTest() {

@@ -23,7 +23,7 @@ class ConsoleTest : public testing::Test {
 protected:
     ConsoleTest() { console_.beginCommand("ls"); }
 
-    std::ostringstream both_; ///< output and errors as they come
+    std::ostringstream both_; ///< output and errors in order
     Console console_{both_, OutputKind::Plain, both_, OutputKind::Plain};
 };
 

@@ -64,7 +64,7 @@ TEST(DescriptorOutputTest, ASignalEndsTheWaitForAReaderThatDoesNotRead) {
     ASSERT_EQ(::pipe(ends), 0);
     const pthread_t writer = ::pthread_self();
     std::atomic<bool> ended = false;
-    // More than once, for a signal that comes before the wait does not end it.
+    // Repeated, because a signal before the wait does not end the wait.
     std::thread user([&] {
         while (!ended) {
             ::pthread_kill(writer, SIGINT);

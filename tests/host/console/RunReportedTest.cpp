@@ -16,7 +16,7 @@ using namespace storage::host;
 
 class RunReportedTest : public testing::Test {
 protected:
-    /// Expects a status and a message for an exception.
+    /// Expects this status and message for an exception.
     template <class Thrown>
     void expectReported(const Thrown& thrown, ExitStatus status, const std::string& message) {
         err_.str("");

@@ -43,7 +43,7 @@ public:
     void doTruncateToSize(const StorageIRI&, unsigned long long) const override {}
 };
 
-/// The interface is its second base.
+/// Makes the interface the second base.
 struct Other {
     virtual ~Other() = default;
     virtual void something() {}
@@ -59,7 +59,7 @@ TEST(OwnOperationsTest, TheInMemoryProviderHasThoseThatEveryProviderMustHave) {
 
 TEST(OwnOperationsTest, AnotherOneThatIsOverriddenIsTold) {
     Names names = required();
-    names.emplace_back("doShutdown"); // the hooks' own
+    names.emplace_back("doShutdown"); // an operation of the hooks themselves
     names.emplace_back("doCreateFolderRecursive");
     names.emplace_back("doTruncateToSize");
     EXPECT_THAT(namesOfOwn(FirstAndLastDefault(nullptr)), testing::UnorderedElementsAreArray(names));

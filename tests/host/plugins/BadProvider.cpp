@@ -13,15 +13,16 @@
 #include <stdexcept>
 #include <unistd.h>
 
-/// A plug-in that works but for one operation, wherever a path has "bad" in it, or is of a copy or a validation. The environment
-/// says what goes wrong: BAD_PLUGIN="OPERATION MISDEED", or "hasFeature lasting" for a storage that claims to be lasting, where the operation is one that HookedProvider names, "entry" or
-/// "getFilenameSensitivity". "shutdown" and "getFilenameSensitivity" go wrong for any path.
+/// A plug-in in which one operation misbehaves if a path contains "bad", or is part of a copy or a
+/// validation. Configured by the environment: BAD_PLUGIN="OPERATION MISDEED". OPERATION is an operation of
+/// HookedProvider, "entry" or "getFilenameSensitivity". "shutdown" and "getFilenameSensitivity" misbehave for
+/// any path. "hasFeature lasting" makes the storage claim to be persistent.
 
 namespace {
 
 using namespace foundation::storage::provider;
 
-/// A class that no host can know.
+/// An exception class that hosts cannot have.
 struct UnknownFailure {};
 
 class OwnException final : public foundation::core::except::IException {
@@ -44,7 +45,7 @@ struct Wish {
     }
 };
 
-/// Does what can be done inside any operation.
+/// Misbehaves in a way that is possible in any operation.
 void misbehave(const std::string& misdeed, const StorageIRI& iri) {
     if (misdeed == "standard") {
         throw std::runtime_error("the tape\nis stuck");
@@ -75,7 +76,7 @@ void misbehave(const std::string& misdeed, const StorageIRI& iri) {
     }
 }
 
-/// The listing of a folder that holds a folder without a name.
+/// The listing of a folder that contains a folder without a name.
 class NamelessListing final : public IFolderEntryIterator {
 public:
     FolderEntry getEntry() const override { return {u"", FolderEntry::EntryType::Folder}; }

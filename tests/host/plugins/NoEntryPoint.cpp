@@ -1,4 +1,4 @@
-/// A library that was never meant to be a plug-in. The name of one function is also that of a type, where names are mangled.
+/// A library that is not a plug-in. One function has a name that is also the mangled name of a type.
 extern "C" {
 __attribute__((visibility("default"))) int answer();
 __attribute__((visibility("default"))) int i();

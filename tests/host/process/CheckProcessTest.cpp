@@ -28,7 +28,7 @@ CheckOutcome outcomeOf(const CheckProcess::Task& task, milliseconds limit = plen
     return process.wait(limit);
 }
 
-/// As by default, whatever a sanitizer makes of it.
+/// Raises the signal with its default action, which a sanitizer may have replaced.
 void raiseByDefault(int signal) {
     std::signal(signal, SIG_DFL);
     std::raise(signal);
@@ -154,7 +154,7 @@ TEST(CheckProcessTest, AnOutputThatIsClosedOrEndlessEndsNothing) {
 
 /// A check that writes to everything that it inherited.
 void writeToAllInherited(std::string_view bytes) {
-    std::signal(SIGPIPE, SIG_IGN); // the test itself may have inherited a pipe that nobody reads
+    std::signal(SIGPIPE, SIG_IGN); // the test may have inherited a pipe without a reader
     for (int number = STDERR_FILENO + 1; number < 1024; ++number) {
         [[maybe_unused]] const ssize_t ignored = ::write(number, bytes.data(), bytes.size());
     }
@@ -219,7 +219,7 @@ TEST(CheckProcessTest, AThreadThatStillRunsKeepsNothingUp) {
     expectVerdict(outcome, Result::Pass, "");
 }
 
-/// It holds the pipes open, too.
+/// The process also keeps the pipes open.
 TEST(CheckProcessTest, AProcessThatWasLeftBehindIsEnded) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         const pid_t child = ::fork();

@@ -20,7 +20,7 @@ std::vector<std::string> texts(std::string_view line) {
     return result;
 }
 
-/// Which wildcards of the only word are special, as text: "*.?" with the quoted characters left out.
+/// Returns the unquoted wildcards of the only word as text, for example "*.?".
 std::string wildcards(std::string_view line) {
     const Word word = CommandLineLexer(line).words().at(0);
     std::string result;

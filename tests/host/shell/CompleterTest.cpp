@@ -24,7 +24,7 @@ protected:
         return Completer(storage::host::commandTable(), session_).complete(line);
     }
 
-    /// The line as it is after the completion.
+    /// Returns the line after completion.
     std::string completed(const std::string& line) const { return line + complete(line).insertion; }
 
     std::vector<std::string> candidates(const std::string& line) const { return complete(line).candidates; }

@@ -97,7 +97,7 @@ TEST_F(GlobTest, NamesThatAreNotUtf8AreMatchedByteByByte) {
     EXPECT_THAT(expand("/bytes/a\x80'\xC3'*"), ElementsAre("/bytes/a\x80\xC3z"));
 }
 
-/// Patterns of the disk.
+/// Patterns on the disk.
 class DiskGlobTest : public SessionTest {
 protected:
     DiskGlobTest() {

@@ -10,7 +10,7 @@ namespace {
 using namespace storage::host;
 using testing::HasSubstr;
 
-/// Lines that are there from the start.
+/// Lines that are available from the start.
 class GivenLines final : public LineSource {
 public:
     explicit GivenLines(std::deque<std::string> lines) : lines_(std::move(lines)) {}

@@ -76,7 +76,7 @@ TEST(UtfTest, RandomBytesComeBack) {
     const auto seed = std::random_device()();
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
-    // Bytes that begin, continue and spoil characters, so that most texts are nearly well-formed.
+    // Bytes that begin, continue and break characters, so that most texts are almost well-formed.
     const std::string bytes = "a\x7F\x80\x82\x9F\xA0\xAC\xBF\xC0\xC2\xC3\xE0\xE2\xED\xEF\xF0\xF4\xF5\xFF";
     for (int i = 0; i < 50'000; ++i) {
         std::string text;

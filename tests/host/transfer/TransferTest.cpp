@@ -32,7 +32,7 @@ const std::vector<MiscountingProvider::Count> wrongCounts{[](long count) { retur
                                                           [](long) { return 0; }, [](long) { return -1; },
                                                           [](long count) { return count + 1; }};
 
-/// Imports and exports of a storage that may return wrong counts, without a shell.
+/// Imports and exports without a shell. The storage may return wrong counts.
 class TransferTest : public testing::Test {
 protected:
     void import() {
