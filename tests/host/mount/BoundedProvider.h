@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-/// A provider that says how much room it has.
+/// A provider that reports its free space.
 class BoundedProvider final : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;

@@ -19,7 +19,7 @@ protected:
         return table.add(std::make_unique<FileInode>(name, nextNumber_++)).inode();
     }
 
-    /// The names that a listing yields which has come as far as `position`.
+    /// Returns the names after `position` in a listing.
     static std::vector<std::u16string> namesAfter(const ChildTable& table, std::uint64_t position) {
         std::vector<std::u16string> names;
         for (const TreeEntry* child = table.after(position); child != nullptr;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// What scripts may use.
+/// Functions for the scripts.
 const std::string preamble = R"(
     umask 022
     as() { setpriv --reuid="$1" --regid="$1" --groups=2000 sh -c "$2"; echo "status $?"; }

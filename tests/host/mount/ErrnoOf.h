@@ -2,7 +2,7 @@
 
 #include "host/mount/ErrnoError.h"
 
-/// The error number of an operation that throws; 0 when it succeeds.
+/// Returns the error number that an operation throws; 0 if it succeeds.
 template <typename Operation>
 int errnoOf(const Operation& operation) {
     try {

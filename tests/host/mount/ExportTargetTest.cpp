@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
-/// What becomes of the folder that a mount exports to.
+/// The state of a mount's export target.
 class ExportTargetTest : public MountingTest {
 protected:
     void expectRefused(const Words& words, const std::string& input = "") const {

@@ -4,9 +4,9 @@
 
 #include <functional>
 
-/// Lets one operation of a provider fail: the one with a given number, counted from 1.
+/// Makes one operation of a provider fail: the one with a given number, counted from 1.
 ///
-/// Borrows the provider, whose hook it is as long as it lives. For one thread.
+/// Borrows the provider and sets its hook for the lifetime of this object. Not thread-safe.
 class FailingStep {
 public:
     /// @param fail  throws
@@ -24,7 +24,7 @@ public:
     FailingStep(const FailingStep&) = delete;
     FailingStep& operator=(const FailingStep&) = delete;
 
-    /// Whether there were so many operations.
+    /// Returns whether the provider reached that operation.
     bool happened() const { return happened_; }
 
 private:

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-/// Files like those in which the kernel says what memory there is: a machine of 16 GiB, of which 12 GiB are available. Control
-/// groups have one process each.
+/// Fake versions of the kernel's files about memory: a machine of 16 GiB with 12 GiB available. Each control
+/// group has one process.
 class FakeMemory {
 public:
     FakeMemory();
@@ -18,11 +18,12 @@ public:
     /// @param lines  of /proc/self/cgroup
     void join(const std::string& lines) const { folder_.write("proc/self/cgroup", lines); }
 
-    /// Makes a control group of the first version. @param path  from the root of all groups, without a slash before it
+    /// Creates a control group of version 1. @param path  from the root of all groups, without a leading
+    /// slash
     void makeGroup(const std::string& path, std::uint64_t limit, std::uint64_t used,
                    const std::string& statistics = "") const;
 
-    /// Makes a control group of the second version. @param limit  bytes, or "max"
+    /// Creates a control group of version 2. @param limit  bytes, or "max"
     void makeUnifiedGroup(const std::string& path, const std::string& limit, std::uint64_t used,
                           const std::string& statistics = "") const;
 

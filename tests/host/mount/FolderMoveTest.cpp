@@ -16,12 +16,12 @@ using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
 using storage::host::FolderMove;
 
-/// A storage with folders and files of all kinds in "/d", of which no two have the same time.
+/// A storage with folders and files of all kinds in "/d", each with a different time.
 class FolderMoveTest : public testing::Test {
 protected:
     FolderMoveTest() { fill(); }
 
-    /// As if nothing had ever been in the storage but what the tests begin with.
+    /// Resets the storage to the initial content of the tests.
     void fill() {
         memory_ = sharedProvider(TEST_PLUGIN);
         for (const auto* const folder :
@@ -46,7 +46,7 @@ protected:
         FolderMove(provider, StorageIRI(u"/d"), StorageIRI(destination)).run();
     }
 
-    /// A folder with all that is in it, by the path below it.
+    /// Returns a folder and its content, by the paths below it.
     TreeSnapshot treeAt(const std::u16string& folder) const {
         TreeSnapshot tree;
         for (const auto& [path, entry] : takeSnapshot(*memory_)) {
@@ -59,10 +59,10 @@ protected:
 
     struct Outcome {
         int error;     ///< of errno(3), 0 for success
-        bool happened; ///< whether there was such a step
+        bool happened; ///< whether the step was reached
     };
 
-    /// Moves the folder with a storage whose operation of that number runs out of memory.
+    /// Moves the folder with a storage that runs out of memory in its operation of that number.
     Outcome moveFailingAt(int number, const std::u16string& destination) const {
         StepwiseProvider provider(memory_);
         const FailingStep step(provider, number, [] { throw std::bad_alloc(); });
@@ -131,7 +131,7 @@ TEST_F(FolderMoveTest, AMoveThatFailsAnywhereIsUndone) {
             ASSERT_EQ(treeAt(u"/d"), before) << "step " << number;
             ASSERT_EQ(withoutTimes(treeAt(u"/to")), emptyFolder) << "step " << number;
         } else {
-            ++successes; // while times and flags are restored, one of them is lost
+            ++successes; // restoring times and flags may fail for one entry
             ASSERT_EQ(treeAt(u"/d"), TreeSnapshot());
             ASSERT_LE(countDifferences(treeAt(u"/to/moved"), before), 1U) << "step " << number;
         }

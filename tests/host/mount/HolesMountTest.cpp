@@ -19,7 +19,7 @@ using storage::host::pageSize;
 
 constexpr off_t pageBytes = pageSize;
 
-/// A file of the mount and one of the kernel's memory file system, to which the same is done.
+/// A file of the mount and a file of the kernel's memory file system. Every operation is done on both.
 class TwoFiles {
 public:
     explicit TwoFiles(const std::string& path)
@@ -32,7 +32,7 @@ public:
     TwoFiles(const TwoFiles&) = delete;
     TwoFiles& operator=(const TwoFiles&) = delete;
 
-    /// Does something to both. The results must be equal, and the errors.
+    /// Runs an operation on both files. Results and errors must be equal.
     void compare(const std::string& what, const std::function<long(int file)>& run) const {
         std::array<long, 2> results{};
         std::array<int, 2> errors{};
@@ -70,7 +70,7 @@ long sizeOf(int file) {
     return ::fstat(file, &status) == 0 ? status.st_size : -1;
 }
 
-/// Writes through a mapping, as far as the file reaches.
+/// Writes through a mapping if the page is within the file.
 long writeMapped(int file, off_t page, char byte) {
     if (sizeOf(file) < (page + 1) * pageBytes) {
         return 0;
@@ -84,7 +84,7 @@ long writeMapped(int file, off_t page, char byte) {
     return ::munmap(memory, pageSize);
 }
 
-/// Holes of a real mount, with the kernel's cache before it.
+/// Holes of a real mount, behind the kernel's page cache.
 class HolesMountTest : public MountingTest {
 protected:
     static constexpr int steps = 1500;
@@ -101,7 +101,7 @@ private:
     void look(const TwoFiles& files);
 
     std::mt19937 random_;
-    off_t far_ = 0; ///< where the bytes are
+    off_t far_ = 0; ///< the offset of the bytes
 };
 
 void HolesMountTest::change(const TwoFiles& files) {

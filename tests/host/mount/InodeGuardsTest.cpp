@@ -17,14 +17,14 @@ using storage::host::OpenStream;
 
 class InodeGuardsTest : public testing::Test {
 protected:
-    /// A stream that counts itself as long as it is open.
+    /// A stream that counts the open streams.
     class CountedStream final : public ByteStream {
     public:
         explicit CountedStream(int& count) : count_(count) { ++count_; }
         CountedStream(const CountedStream&) = delete;
         CountedStream& operator=(const CountedStream&) = delete;
         ~CountedStream() override {
-            std::this_thread::yield(); // a chance for those who do not wait for the end of it
+            std::this_thread::yield(); // exposes threads that do not wait until the stream is destroyed
             --count_;
         }
         long read(char*, long) override { return -1; }
@@ -123,7 +123,7 @@ TEST_F(InodeGuardsTest, AFileInUseHoldsUpNoOther) {
             openStreamOf(other);
         }
     });
-    constexpr std::chrono::minutes tooLong(1); // only to fail instead of hanging
+    constexpr std::chrono::minutes tooLong(1); // fails instead of hanging
     ASSERT_EQ(others.wait_for(tooLong), std::future_status::ready);
     EXPECT_EQ(held.streamOf(file_).stream.get(), used) << "whatever the others did";
 }

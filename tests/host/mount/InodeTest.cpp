@@ -8,7 +8,7 @@ using storage::host::FileInode;
 using storage::host::FolderInode;
 using storage::host::Inode;
 
-/// There may be millions of inodes.
+/// A mount may have millions of inodes.
 TEST(InodeTest, TakesLittleMemory) {
     EXPECT_LE(sizeof(Inode), 152U);
     EXPECT_LE(sizeof(FileInode), 200U);

@@ -62,7 +62,7 @@ TEST_F(MachineMemoryTest, IsWhatAUnifiedGroupAroundAllows) {
     EXPECT_EQ(fake_.read().info.available, 100 * mebibyte);
 }
 
-/// The path is that of the machine, but the container's own group is all that it sees.
+/// The path is relative to the machine's root, but the container sees only its own group.
 TEST_F(MachineMemoryTest, IsWhatTheContainerAllows) {
     fake_.join("9:memory:/containers/1234\n");
     fake_.makeGroup("", 300 * mebibyte, 100 * mebibyte);

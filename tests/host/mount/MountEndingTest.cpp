@@ -16,23 +16,24 @@ namespace fs = std::filesystem;
 using storage::host::ChildProcess;
 using testing::HasSubstr;
 
-/// How a mount ends: what programs wrote is exported before it goes.
+/// Ending a mount: everything that programs wrote is exported before the unmount.
 class MountEndingTest : public MountingTest {
 protected:
     const std::string out_ = disk_ / "out";
     const std::string rescue_ = disk_ / "state/rescue";
     const Words exporting_{"--export-on-exit", out_, "--rescue", rescue_};
 
-    /// The folder that a mount has left below the rescue folder.
+    /// Returns the folder of a mount below the rescue folder.
     std::string rescued() const { return rescue_ + '/' + namesIn(rescue_); }
 };
 
-/// What a program that is running has written to its standard error stream.
+/// Returns the output of a running program to its standard error stream.
 std::string errorsOf(pid_t process) {
     return readFile("/proc/" + std::to_string(process) + "/fd/2");
 }
 
-/// Appends lines to a file until that fails, and writes to another one how many were accepted, and why no more.
+/// Appends lines to a file until an append fails. Writes the number of accepted lines, and the error, to
+/// another file.
 void appendLines(const std::string& path, const std::string& report) {
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     unsigned long accepted = 0;
@@ -47,7 +48,7 @@ void appendLines(const std::string& path, const std::string& report) {
 
 TEST_F(MountEndingTest, WhatProgramsWroteBeforeASignalIsExported) {
     constexpr int writers = 3;
-    constexpr off_t enough = 100'000; // bytes, most of which the kernel still holds back
+    constexpr off_t enough = 100'000; // bytes; the kernel has not written most of them back
     for (int round = 0; round < 3; ++round) {
         const std::string out = out_ + std::to_string(round);
         const auto report = [&](int writer) { return out + "-report" + std::to_string(writer); };
@@ -74,7 +75,7 @@ TEST_F(MountEndingTest, WhatProgramsWroteBeforeASignalIsExported) {
     }
 }
 
-/// The export is held up by a target that does not answer.
+/// A target that does not respond delays the export.
 TEST_F(MountEndingTest, WhileItExportsProgramsReadAndTheirChangesFail) {
     const std::string slow = disk_.makeFolder("slow");
     disk_.write("in/seen", "seen");
@@ -90,7 +91,7 @@ TEST_F(MountEndingTest, WhileItExportsProgramsReadAndTheirChangesFail) {
                 return ::mkdir(inside("new").c_str(), 0700) != 0 ? errno == EROFS
                                                                  : ::rmdir(inside("new").c_str()) != 0;
             }));
-            for (int i = 0; i < 2; ++i) { // what is asked in between does not let the next write through
+            for (int i = 0; i < 2; ++i) { // requests in between do not let the next write through
                 EXPECT_EQ(::write(seen, "x", 1), -1);
                 EXPECT_EQ(errno, EROFS);
                 EXPECT_EQ(fs::file_size(inside("seen")), 4U);
@@ -164,7 +165,7 @@ TEST_F(MountEndingTest, WhatAnUnmountedStorageCannotExportIsRescued) {
         write(out_, "in the way");
         EXPECT_TRUE(unmount());
         EXPECT_TRUE(comesTrue([&] { return errorsOf(process).find("in the way") != std::string::npos; }));
-        ::kill(process, SIGTERM); // does not wait for the target any longer
+        ::kill(process, SIGTERM); // stops waiting for the target
     });
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(readFile(rescued() + "/content/f"), "content");

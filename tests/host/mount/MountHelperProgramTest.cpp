@@ -12,7 +12,7 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-/// mount(8) finds the program as its helper in a mount namespace of its own, where nothing stays behind.
+/// mount(8) runs the program as its helper in a separate mount namespace, so that no mount is left behind.
 class MountHelperProgramTest : public MountingTest {
 protected:
     void SetUp() override {
@@ -24,7 +24,7 @@ protected:
         }
     }
 
-    /// What a script prints that begins with the helper in its place; $m is the mount point.
+    /// Returns the output of a script after installing the helper; $m is the mount point.
     std::string printedBy(const std::string& script) {
         const std::string file =
             disk_.write("script", "set -e; m=" + mountPoint_ +

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Users, groups and permissions of a mount that other users may enter.
+/// Users, groups and permissions of a mount that other users may access.
 class MountOwnerTest : public ComparedWithTmpfs {};
 
 TEST_F(MountOwnerTest, EverybodyOwnsWhatTheyMake) {

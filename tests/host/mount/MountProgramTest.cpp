@@ -117,7 +117,7 @@ TEST_F(MountingTest, TheUsualCommandEndsIt) {
 }
 
 TEST_F(MountingTest, InTheBackgroundItAnswersWhenTheCommandReturns) {
-    ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0); // to wait for what goes on in the background
+    ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0); // to wait for processes in the background
     const std::string out = disk_ / "out";
     const ProgramRun run({"mount", "--background", mountPoint_, "--export-on-exit", out});
     expectSuccess(run);
@@ -242,12 +242,12 @@ TEST_F(MountingTest, AMountWhoseProgramIsGoneIsRefused) {
     EXPECT_EQ(run.status(), -SIGKILL);
 }
 
-/// The kernel gives the device number of a mount to the next one as soon as it is free.
+/// The kernel reuses the device number of a mount as soon as it is free.
 TEST_F(MountingTest, AtItsEndItLeavesMountsOfOthersAlone) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only a superuser may mount a tmpfs";
     }
-    constexpr int count = 8; // in case another test takes the number meanwhile
+    constexpr int count = 8; // in case another test gets the number meanwhile
     const ProgramRun run = runMounted({}, [&](pid_t process) {
         ::kill(process, SIGSTOP);
         int state = 0;

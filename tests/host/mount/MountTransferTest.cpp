@@ -37,7 +37,7 @@ using storage::host::readXattrs;
 using storage::host::RootAttributes;
 using storage::host::StoragePath;
 
-/// What the disk keeps of an entry, for comparison.
+/// Describes an entry of the disk for comparison.
 std::string shown(const std::string& path) {
     struct stat status {};
     EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
@@ -62,7 +62,7 @@ std::string shown(const std::string& path) {
     return text.str();
 }
 
-/// Imports into a storage that is about to be mounted, and exports from it, without the kernel.
+/// Imports into a storage before it is mounted, and exports from it, without the kernel.
 class MountTransferTest : public testing::Test {
 protected:
     void import() {
@@ -133,7 +133,7 @@ TEST_F(MountTransferTest, EverythingThatTheDiskKeepsComesBack) {
     ASSERT_EQ(::chmod((disk_ / "src/s").c_str(), 03570), 0);
     for (const char* const name : {"f", "s"}) {
         (void)::setxattr((disk_ / "src/" + name).c_str(), "user.note", "text", 4,
-                         0); // where the disk has some
+                         0); // ignored if the disk has none
     }
     long nanoseconds = 123456789;
     for (const char* const name : {"f", "s/link", "fifo", "s/t", "s"}) {

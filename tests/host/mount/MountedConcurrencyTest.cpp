@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Several programs at once, each with files of its own and all of them with some in common.
+/// Several concurrent programs, with files of their own and with shared files.
 class MountedConcurrencyTest : public MountedStorageTest {
 protected:
 #ifdef QZSTORAGE_SANITIZED
@@ -22,7 +22,7 @@ protected:
         complaints_.insert(complaint);
     }
 
-    /// Runs an operation on what is common to all. Others may have been faster; nothing else may go wrong.
+    /// Runs an operation on shared entries. Errors that other programs cause are accepted, no others.
     template <typename Operation>
     void attempt(const char* what, const Operation& operation) {
         const int error = errnoOf(operation);
@@ -38,7 +38,7 @@ protected:
     std::set<std::string> complaints_;
 };
 
-/// Makes, writes, renames, resizes, lists and removes in a folder of its own, where nothing but that may happen.
+/// Creates, writes, renames, resizes, lists and removes in its own folder, which must have no other changes.
 void MountedConcurrencyTest::workAlone(int program) {
     const std::string folder = "/own" + std::to_string(program);
     mount_.makeFolder(folder);
@@ -105,7 +105,8 @@ TEST_F(MountedConcurrencyTest, ProgramsDoNotGetInEachOthersWay) {
     EXPECT_EQ(withoutTimes(fresh.snapshot()), withoutTimes(mount_.snapshot()));
 }
 
-/// Writers of one file, each with a part of its own, while another resizes it to no less than all parts.
+/// Several writers of one file, each with its own part, while another program resizes the file, but never
+/// below the sum of all parts.
 TEST_F(MountedConcurrencyTest, WritersOfOneFileLoseNothing) {
     constexpr std::size_t part = 1000;
     FileInode& file = mount_.makeFile("/f");
@@ -125,7 +126,8 @@ TEST_F(MountedConcurrencyTest, WritersOfOneFileLoseNothing) {
               std::string(part, 'a') + std::string(part, 'b') + std::string(part, 'c'));
 }
 
-/// Holders come and go while the file is replaced: whoever gives the last reference back.
+/// Holders acquire and release the file while it is replaced. The last reference may be released by any of
+/// them.
 TEST_F(MountedConcurrencyTest, HoldersOfAFileComeAndGoWhileItIsReplaced) {
     std::atomic<bool> ended = false;
     std::atomic<int> wrong = 0;

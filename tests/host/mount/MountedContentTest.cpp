@@ -19,7 +19,8 @@ class MountedContentTest : public MountedStorageTest {
 protected:
     static constexpr std::uint64_t mebibyte = 1U << 20U;
 
-    /// The storage never holds fewer bytes than programs see, and at most about twice as many, or little more.
+    /// The storage never holds fewer bytes than programs see. It holds at most about twice as many, or little
+    /// more.
     void expectModestRest(FileInode& file, const std::string& path) {
         const std::uint64_t seen = mount_.sizeOf(file);
         const std::uint64_t held = storedSize(path);
@@ -30,7 +31,7 @@ protected:
     static std::string pattern(std::size_t size, std::size_t seed = 1) {
         std::string bytes(size, '\0');
         for (std::size_t i = 0; i < size; ++i) {
-            bytes[i] = static_cast<char>((i * 31 + i / 251 + seed) % 255 + 1); // never a zero
+            bytes[i] = static_cast<char>((i * 31 + i / 251 + seed) % 255 + 1); // never zero
         }
         return bytes;
     }
@@ -166,7 +167,7 @@ TEST_F(MountedContentTest, OtherFilesAreMadeBetweenTheStepsOfATruncation) {
             mount_.makeFile(path);
             mount_.write(other, made.size(), "x");
         });
-        constexpr std::chrono::minutes tooLong(1); // only to fail instead of hanging
+        constexpr std::chrono::minutes tooLong(1); // fails instead of hanging
         ASSERT_EQ(done.wait_for(tooLong), std::future_status::ready) << "held up by the truncation";
         made.push_back(path);
         isMakingOne = false;
@@ -184,7 +185,7 @@ TEST_F(MountedContentTest, AFileThatChangesWhileItIsShortenedKeepsTheChange) {
     FileInode& file = mount_.makeFile("/f", pattern(10 * mebibyte));
     std::future<void> change;
     provider_.beforeRead = [&] {
-        if (!change.valid()) { // waits for the end of this step
+        if (!change.valid()) { // it blocks until this step ends
             change = std::async(std::launch::async, [&] { mount_.write(file, 10, "changed"); });
         }
     };
@@ -287,7 +288,7 @@ TEST_F(MountedContentTest, OverwritingTakesNoRoom) {
 
 TEST_F(MountedContentTest, MemoryThatRunsOutIsAFullStorage) {
     FileInode& file = mount_.makeFile("/f", "abc");
-    int allowed = 0; // writes of the storage
+    int allowed = 0; // the number of writes that the storage accepts
     provider_.beforeWrite = [&] {
         if (--allowed < 0) {
             throw std::bad_alloc();
@@ -319,7 +320,7 @@ TEST_F(MountedContentTest, MemoryThatRunsOutIsAFullStorage) {
     expectStorageAsSeen();
 }
 
-/// As long as the storage only keeps more than programs see, nothing has gone wrong.
+/// If the storage only keeps more bytes than programs see, the operation has not failed.
 TEST_F(MountedContentTest, AShorteningSucceedsAlsoWhenTheStorageCannotGiveTheRestBack) {
     for (const char* const failing : {"openReadOnlyStream", "read", "openStream", "getFileAttributes"}) {
         FileInode& file = mount_.makeFile("/f", pattern(100));
@@ -353,8 +354,8 @@ TEST_F(MountedContentTest, ATruncationSucceedsAlsoWhenTheStorageCannotLetGoOfThe
     expectStorageAsSeen();
 }
 
-/// A storage whose files can be overwritten, but not grow: as storages do it, a write that needs more room has
-/// overwritten what there was, and has moved, before it fails.
+/// A storage with files that can be overwritten but cannot grow. A write that requires more space behaves as
+/// in real storages: it overwrites the existing bytes, moves the position, and then fails.
 class FullProvider final : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;

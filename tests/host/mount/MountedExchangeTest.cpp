@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Two names that change places, and whiteouts.
+/// Two names that are exchanged, and whiteouts.
 class MountedExchangeTest : public MountedStorageTest {
 protected:
     static void makeAllKinds(MountedTree& mount) {
@@ -182,7 +182,7 @@ const std::vector<ExchangeUse> exchangeUses{
 class MountedExchangeFailureTest : public MountedExchangeTest,
                                    public testing::WithParamInterface<ExchangeUse> {
 protected:
-    /// What programs see, with the kind of every entry.
+    /// Returns the tree that programs see, with the kind of every entry.
     static std::map<std::string, Inode::Kind> kindsIn(MountedTree& mount) {
         std::map<std::string, Inode::Kind> kinds;
         for (const std::string folder : {"/a", "/b", "/a/folder", "/b/empty", "/b/own", "/b/alias"}) {

@@ -21,11 +21,11 @@ using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
 using testing::AnyOf;
 
-/// An operation of a program, and what it makes of the tree that every test here begins with.
+/// An operation of a program, and its result on the initial tree of every test.
 struct Use {
     std::string name;
     std::function<void(MountedTree&)> run;
-    std::function<void(MountedTree&)> prepare = [](MountedTree&) {}; ///< what programs did before
+    std::function<void(MountedTree&)> prepare = [](MountedTree&) {}; ///< earlier operations of programs
 };
 
 void PrintTo(const Use& use, std::ostream* out) {
@@ -35,7 +35,7 @@ void PrintTo(const Use& use, std::ostream* out) {
 constexpr std::uint64_t onePage = storage::host::pageSize;
 constexpr int punch = FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE;
 
-/// Pages 0 and 4 to 6 are written, 8 is reserved, beyond the end too.
+/// Pages 0 and 4 to 6 are written, page 8 is reserved, and pages after the end too.
 void makeHoles(MountedTree& mount) {
     auto& file = mount.file("/f");
     mount.write(file, 4 * onePage, std::string(3 * onePage, 'y'));
@@ -43,7 +43,7 @@ void makeHoles(MountedTree& mount) {
     mount.storage().allocate(file, FALLOC_FL_KEEP_SIZE, 8 * onePage, 2 * onePage);
 }
 
-constexpr std::size_t largeSize = 3U << 20U; ///< of large files, so that zeros come in several pieces
+constexpr std::size_t largeSize = 3U << 20U; ///< of large files, so that zeros are written in several pieces
 
 const std::vector<Use> uses{
     {"look up", [](MountedTree& mount) { mount.at("/d/s/b"); }},
@@ -106,7 +106,7 @@ const std::vector<Use> uses{
      }},
 };
 
-/// Every single operation of the storage that a program's operation takes fails in turn, in a tree of its own.
+/// Every single operation of the storage during a program's operation fails in turn, each time in a new tree.
 class MountedFailureTest : public testing::TestWithParam<Use> {
 public:
     static void TearDownTestSuite() {
@@ -136,7 +136,7 @@ protected:
         }
     }
 
-    /// What is in the storage before an operation, or after one that goes well.
+    /// Returns the content of the storage after successful operations.
     TreeSnapshot snapshotAfter(const std::vector<std::function<void(MountedTree&)>>& operations) {
         fill();
         MountedTree mount(*memory_);
@@ -147,8 +147,8 @@ protected:
         return withoutTimes(takeSnapshot(*memory_));
     }
 
-    /// @param failure  what the storage throws
-    /// @param errors   what a program may be told of it
+    /// @param failure  throws the storage's error
+    /// @param errors   the errors that a program may get
     void failEverywhere(const Use& use, const Fail& failure, const testing::Matcher<int>& errors) {
         const TreeSnapshot before = snapshotAfter({use.prepare});
         const TreeSnapshot after = snapshotAfter({use.prepare, use.run});
@@ -173,7 +173,8 @@ protected:
             EXPECT_EQ(withoutTimes(mount.snapshot()), error == 0 ? after : before);
             mount.storage().settle();
             if (error == 0) {
-                // A flag that could not be put back fails nothing: programs go by the permissions that the mount knows.
+                // If a flag cannot be restored, the operation still succeeds: programs use the permissions of
+                // the mount.
                 EXPECT_EQ(contentsOf(takeSnapshot(*memory_)), contentsOf(after));
             } else {
                 EXPECT_EQ(withoutTimes(takeSnapshot(*memory_)), before);

@@ -31,7 +31,7 @@ protected:
         return static_cast<std::uint64_t>(mount_.storage().status(file).st_blocks) * 512 / pageSize;
     }
 
-    /// Data and holes in turn, as programs that copy files find them: "D0-4096 H4096-8192".
+    /// Returns data and holes in turn, as programs that copy files find them: "D0-4096 H4096-8192".
     std::string layoutOf(FileInode& file) {
         std::string layout;
         std::uint64_t offset = 0;
@@ -183,7 +183,7 @@ TEST_F(MountedHolesTest, OtherFilesAreMadeBetweenTheStepsOfLongChanges) {
         isMakingOne = true;
         const std::string path = "/" + std::to_string(made.size());
         auto done = std::async(std::launch::async, [&] { mount_.makeFile(path, "x"); });
-        constexpr std::chrono::minutes tooLong(1); // only to fail instead of hanging
+        constexpr std::chrono::minutes tooLong(1); // fails instead of hanging
         ASSERT_EQ(done.wait_for(tooLong), std::future_status::ready) << "held up";
         made.push_back(path);
         isMakingOne = false;
@@ -217,7 +217,7 @@ TEST_F(MountedHolesTest, SettlingKeepsAFileThatDoesNotFit) {
     EXPECT_EQ(layoutOf(file), "D0-4096 H4096-1099511627776 D1099511627776-1099511627779");
 }
 
-/// Random changes of a file, of its bytes, and of the state of its pages.
+/// Random changes of a file, its bytes, and the state of its pages.
 class MountedHolesModelTest : public MountedHolesTest, public testing::WithParamInterface<unsigned> {
 protected:
 #ifdef QZSTORAGE_SANITIZED
@@ -233,7 +233,7 @@ protected:
         return std::uniform_int_distribution<std::uint64_t>(0, most)(random_);
     }
 
-    /// Often at a page boundary.
+    /// Returns an offset, often at a page boundary.
     std::uint64_t anyOffset(std::uint64_t most) {
         return upTo(2) == 0 ? upTo(most / pageSize) * pageSize : upTo(most);
     }
@@ -261,7 +261,7 @@ void MountedHolesModelTest::setStates(std::uint64_t first, std::uint64_t end, Pa
     }
 }
 
-/// A page that is reserved again shows as data, as in tmpfs.
+/// A page that is reserved again is reported as data, as in tmpfs.
 void MountedHolesModelTest::reserve(std::uint64_t first, std::uint64_t end) {
     for (std::uint64_t page = first; page < end; ++page) {
         state_[page] = state_[page] == Page::Hole ? Page::Reserved : Page::Written;
@@ -272,7 +272,7 @@ void MountedHolesModelTest::write() {
     const std::uint64_t offset = anyOffset(pages * pageSize);
     std::string piece(upTo(upTo(3) == 0 ? 6 * pageSize : 300) + 1, '\0');
     for (char& byte : piece) {
-        byte = static_cast<char>(upTo(254) + 1); // zeros come from holes alone
+        byte = static_cast<char>(upTo(254) + 1); // zeros occur only in holes
     }
     mount_.write(*file_, offset, piece);
     bytes_.resize(std::max(bytes_.size(), offset + piece.size()), '\0');

@@ -74,7 +74,7 @@ TEST_F(MountedKindsProgramTest, AFifoConnectsPrograms) {
 TEST_F(MountedKindsProgramTest, ASocketHasAName) {
     useMounted([&] {
         const fs::path before = fs::current_path();
-        fs::current_path(mountPoint_); // names of sockets are short
+        fs::current_path(mountPoint_); // because names of sockets must be short
         const int server = ::socket(AF_UNIX, SOCK_STREAM, 0);
         const int client = ::socket(AF_UNIX, SOCK_STREAM, 0);
         const sockaddr_un address{AF_UNIX, "socket"};

@@ -12,7 +12,7 @@ namespace {
 
 using foundation::storage::provider::StorageIRI;
 
-/// Symbolic links, fifos, sockets and devices, which the storage does not have.
+/// Symbolic links, fifos, sockets and devices, which the storage does not support.
 class MountedKindsTest : public MountedStorageTest {
 protected:
     struct stat statusOf(const std::string& path) {
@@ -198,7 +198,7 @@ TEST_F(MountedKindsTest, AReplacedFileStaysUsable) {
 
 TEST_F(MountedKindsTest, TheyAreMadeAndRemovedInAReadOnlyFolder) {
     mount_.makeFolder("/d");
-    mount_.setPermissions(mount_.at("/d"), 0555); // where the kernel lets only the superuser
+    mount_.setPermissions(mount_.at("/d"), 0555); // where the kernel permits only the superuser
     mount_.makeSymbolicLink("/d/link", "x");
     mount_.rename("/d/link", "/d/renamed");
     EXPECT_EQ(targetOf("/d/renamed"), "x");

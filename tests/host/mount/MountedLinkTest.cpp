@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Several names of one inode, of which the storage has one.
+/// Several names of one inode; the storage has only one of them.
 class MountedLinkTest : public MountedStorageTest {
 protected:
     nlink_t linksOf(const std::string& path) { return mount_.storage().status(mount_.at(path)).st_nlink; }
@@ -22,7 +22,7 @@ protected:
         return takeSnapshot(*memory_).contains(std::u16string(path.begin(), path.end()));
     }
 
-    /// Whether an operation sets the time of change, and leaves that of modification.
+    /// Checks that an operation sets the time of change, but not the time of modification.
     template <typename Operation>
     bool changes(Inode& inode, const Operation& operation) {
         storage::host::AttributeChange past;
@@ -324,7 +324,7 @@ TEST_F(MountedLinkTest, OfAFolderAreCountedWhenItsFoldersAreKnown) {
     EXPECT_EQ(linksOf("/d"), 2U);
 }
 
-/// Names come and go in threads of their own while others read by the name that stays.
+/// Threads add and remove names while others read by the permanent name.
 TEST_F(MountedLinkTest, NamesComeAndGoWhileTheFileIsUsed) {
     constexpr int rounds = 300;
     mount_.makeFolder("/d");
@@ -357,7 +357,7 @@ TEST_F(MountedLinkTest, NamesComeAndGoWhileTheFileIsUsed) {
     expectStorageAsSeen();
 }
 
-/// An operation on links, and what programs see before and after it.
+/// An operation on links, and the trees that programs see before and after it.
 struct LinkUse {
     std::string name;
     std::function<void(MountedTree&)> run;
@@ -401,7 +401,7 @@ protected:
         mount.storage().settle(); // closes streams
     }
 
-    /// Times and flags of folders aside: that they could not be put back fails nothing.
+    /// Ignores times and flags of folders: if they cannot be restored, the operation still succeeds.
     static void expectStorageToHold(MountedTree& mount,
                                     const foundation::storage::provider::IProvider& provider) {
         EXPECT_EQ(mount.storage().settle().failures.size(), 0U);

@@ -14,10 +14,10 @@ using testing::IsSupersetOf;
 using testing::UnorderedElementsAre;
 using Detail = storage::host::MountedStorage::ListingDetail;
 
-/// Listings, which programs read in pieces while others change the folder.
+/// Listings that programs read in pieces while others change the folder.
 class MountedListingTest : public MountedStorageTest {
 protected:
-    /// One piece of a listing: at most `room` entries from `position` on, which moves on.
+    /// Reads one piece of a listing: at most `room` entries from `position`. Advances `position`.
     std::vector<std::string> piece(FolderInode& folder, std::uint64_t& position, std::size_t room,
                                    Detail detail = Detail::Names) {
         std::vector<std::string> names;
@@ -174,14 +174,14 @@ TEST_F(MountedListingTest, OnlyWhatIsTakenWithItsAttributesIsReferredTo) {
         EXPECT_EQ(referencesOf(i), 0U);
     }
     position = 0;
-    piece(mount_.storage().root(), position, 4, Detail::Attributes); // "." and ".." and two more
+    piece(mount_.storage().root(), position, 4, Detail::Attributes); // ".", ".." and two more
     EXPECT_EQ(referencesOf(4), 1U);
     EXPECT_EQ(referencesOf(3), 1U);
     EXPECT_EQ(referencesOf(2), 0U) << "there was no room for it";
     EXPECT_EQ(mount_.storage().root().references, 0U);
 }
 
-/// The kernel learns of none of the entries when a listing fails, and so gives none of their references back.
+/// If a listing fails, the kernel gets none of the entries, so it never releases their references.
 TEST_F(MountedListingTest, AFailureInTheMiddleLeavesNoReferenceBehind) {
     for (const auto* const path : {u"/a", u"/b", u"/c"}) {
         memory_->doCreateFile(StorageIRI(path));

@@ -8,10 +8,10 @@ namespace {
 using foundation::storage::provider::StorageIRI;
 using testing::IsEmpty;
 
-/// What programs learn of entries, and what the storage is asked for it.
+/// The information that programs get about entries, and the required calls of the storage.
 class MountedLookupTest : public MountedStorageTest {
 protected:
-    /// How often the storage is asked anything meanwhile.
+    /// Returns how many calls the storage gets during the operation.
     template <typename Operation>
     int questionsOf(const Operation& operation) {
         int count = 0;
@@ -116,7 +116,7 @@ TEST_F(MountedLookupTest, AnEntryKeepsItsNumberAsLongAsItExists) {
     const ino_t number = numberOf("/f");
     EXPECT_NE(numberOf("/d"), number);
     EXPECT_NE(numberOf("/"), number);
-    mount_.close(mount_.open("/f")); // nobody refers to it any more
+    mount_.close(mount_.open("/f")); // the last reference
     EXPECT_EQ(numberOf("/f"), number);
     mount_.rename("/f", "/d/g");
     EXPECT_EQ(numberOf("/d/g"), number);

@@ -13,21 +13,21 @@ namespace {
 
 using storage::host::AttributeChange;
 
-/// A file or folder as programs expect it to be. Paths of one file share it.
+/// The expected state of a file or folder. All paths of one file share it.
 struct ModelEntry {
     bool isFolder = false;
     std::string bytes = {};
     mode_t permissions = 0644;
-    std::optional<timespec> modified = std::nullopt; ///< where a program has set it
+    std::optional<timespec> modified = std::nullopt; ///< if a program has set it
 };
 
-/// A file that a program has open.
+/// A file that a program has opened.
 struct OpenFile {
     storage::host::FileInode* inode;
     std::shared_ptr<ModelEntry> entry;
 };
 
-/// Random operations on a mounted storage and on a model of what programs expect, a map of paths.
+/// Random operations on a mounted storage and on a model, a map of paths.
 class MountedModelTest : public MountedStorageTest, public testing::WithParamInterface<unsigned> {
 protected:
 #ifdef QZSTORAGE_SANITIZED
@@ -93,7 +93,7 @@ std::string MountedModelTest::anyPath() {
 std::string MountedModelTest::randomBytes() {
     std::string bytes(upTo(upTo(4) == 0 ? 9000 : 300), '\0');
     for (char& byte : bytes) {
-        byte = static_cast<char>(upTo(254) + 1); // zeros come from gaps alone
+        byte = static_cast<char>(upTo(254) + 1); // zeros occur only in gaps
     }
     return bytes;
 }
@@ -151,7 +151,7 @@ void MountedModelTest::make() {
     const std::string path = anyPath();
     const auto parent = entryAt(parentOf(path));
     if (path.rfind('/') > 0 && (!parent || !parent->isFolder)) {
-        return; // where the kernel does not ask
+        return; // the kernel does not send this request
     }
     const bool isFolder = upTo(2) == 0;
     const mode_t permissions = upTo(5) == 0 ? 0444 : 0664;
@@ -238,7 +238,7 @@ void MountedModelTest::closeOne() {
     }
 }
 
-/// One that is open, whether it still has a name or not, or one that is there.
+/// Returns a file that is open, with or without a name, or one that exists.
 OpenFile MountedModelTest::anyFile() {
     const std::string path = anyPath();
     const auto entry = entryAt(path);
@@ -248,7 +248,7 @@ OpenFile MountedModelTest::anyFile() {
     return open_.empty() ? OpenFile{nullptr, nullptr} : open_[upTo(open_.size() - 1)];
 }
 
-/// As the kernel does it: after what a program has written comes when it did.
+/// Like the kernel, which sends the time of a write after the write.
 void MountedModelTest::write(const OpenFile& file) {
     const std::string piece = randomBytes();
     const std::size_t offset = upTo(file.entry->bytes.size() + (upTo(3) == 0 ? 5000 : 0));
@@ -356,7 +356,7 @@ void MountedModelTest::step() {
     (this->*actions[upTo(actions.size() - 1)])();
 }
 
-/// What programs see is what they expect, no more and no less.
+/// Compares everything that programs see with the model.
 void MountedModelTest::compareAll() {
     ASSERT_EQ(mount_.snapshot().size(), model_.size() + 1);
     for (const auto& [path, entry] : model_) {
@@ -380,7 +380,7 @@ void MountedModelTest::expectStorageAsInModel() {
     for (const auto& [path, entry] : model_) {
         const auto found = tree.find(storage::host::toUtf16(path));
         if (found == tree.end()) {
-            continue; // a further name, as `expectStorageAsSeen` has checked
+            continue; // an additional name, checked by `expectStorageAsSeen`
         }
         const EntrySnapshot& kept = found->second;
         EXPECT_EQ(kept.isFolder(), entry->isFolder) << path;

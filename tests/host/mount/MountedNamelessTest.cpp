@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Files that are made without a name.
+/// Files that are created without a name.
 class MountedNamelessTest : public MountedStorageTest {
 protected:
     std::size_t entriesInStorage() const { return takeSnapshot(*memory_).size() - 1; }

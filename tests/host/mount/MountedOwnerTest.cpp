@@ -92,7 +92,7 @@ TEST_F(MountedOwnerTest, AFileThatGetsAnotherOwnerOrIsWrittenToLosesItsSetIdBits
     }
 }
 
-/// There are millions of inodes: what few of them have must not make all of them larger.
+/// A mount may have millions of inodes. Attributes that few of them have must not enlarge all of them.
 TEST_F(MountedOwnerTest, TakeNoMemoryInTheInode) {
     EXPECT_LE(sizeof(Inode), 152U);
     EXPECT_LE(sizeof(FileInode), 200U);

@@ -6,7 +6,7 @@ namespace {
 
 using foundation::storage::provider::StorageIRI;
 
-/// Permissions, of which the storage keeps the owner's write bit as its flag, and what the kernel lets programs do in
+/// Permissions. The storage keeps the owner's write bit as its flag. The kernel permits some operations in
 /// spite of that flag.
 class MountedPermissionTest : public MountedStorageTest {};
 
@@ -103,7 +103,7 @@ TEST_F(MountedPermissionTest, AReadOnlyFolderIsRemovedAndReplaced) {
     expectStorageAsSeen();
 }
 
-/// A superuser may, and so may whoever has the folder's permission by the kernel's rules.
+/// The superuser may change the folder, and so may every user with write permission by the kernel's rules.
 TEST_F(MountedPermissionTest, AReadOnlyFolderKeepsItsFlagWhateverIsDoneInIt) {
     FolderInode& folder = mount_.makeFolder("/d");
     mount_.makeFile("/d/f", "abc");

@@ -9,10 +9,10 @@ namespace {
 using foundation::storage::provider::StorageIRI;
 using testing::IsEmpty;
 
-/// What is removed, and what stays usable of it.
+/// Removed entries, and their use after the removal.
 class MountedRemovalTest : public MountedStorageTest {
 protected:
-    /// Uses a file that has gone by all means that a program has which opened it before.
+    /// Uses a removed file in every way that is possible for a program that had opened it.
     void expectUsable(FileInode& file, const std::string& bytes) {
         EXPECT_EQ(mount_.bytesOf(file), bytes);
         mount_.write(file, bytes.size(), "+");
@@ -36,7 +36,7 @@ protected:
     void expectEmptyStorage() { EXPECT_EQ(takeSnapshot(*memory_).size(), 1U); }
 };
 
-/// A storage that knows how many streams are open for writing.
+/// A storage that counts the streams open for writing.
 class StreamCounter final : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;

@@ -9,7 +9,7 @@ namespace {
 
 using foundation::storage::provider::StorageIRI;
 
-/// Renames that no storage does in one step.
+/// Renames that no storage supports in one step.
 class MountedRenameTest : public MountedStorageTest {};
 
 TEST_F(MountedRenameTest, AFileGetsAnotherName) {
@@ -165,7 +165,8 @@ TEST_F(MountedRenameTest, ManyRenamesOfOneFileInOneFolder) {
     expectStorageAsSeen();
 }
 
-/// One thread replaces a file again and again; the others never miss it, and never see two contents mixed.
+/// One thread replaces a file repeatedly. The others always find it, and never read a mixture of two
+/// contents.
 TEST_F(MountedRenameTest, AReplacedFileIsNeverMissing) {
     constexpr int replacements = 300;
     constexpr std::size_t size = 3000;
@@ -204,7 +205,8 @@ TEST_F(MountedRenameTest, AReplacedFileIsNeverMissing) {
     expectStorageAsSeen();
 }
 
-/// The same for a folder that is moved to and fro: what is in it is at one place or at the other.
+/// The same for a folder that is moved back and forth: its content is always at exactly one of the two
+/// places.
 TEST_F(MountedRenameTest, AMovedFolderIsNeverAtTwoPlacesOrNone) {
     constexpr int moves = 200;
     mount_.makeFolder("/a");

@@ -19,16 +19,17 @@ protected:
 
     static constexpr timespec longAgo{981'173'106, 123'456'000};
 
-    /// What the storage itself holds.
+    /// Returns the entry in the storage itself.
     EntrySnapshot stored(const std::string& path) const;
 
-    /// How many bytes the storage holds for the file.
+    /// Returns the number of bytes that the storage holds for the file.
     std::uint64_t storedSize(const std::string& path) const;
 
-    /// Expects the storage to hold just what programs see of files and folders, under one name each.
+    /// Expects the storage to hold exactly the files and folders that programs see, under one name each.
     void expectStorageAsSeen();
 
-    /// What programs see under the names that the storage has. Expects each file and folder to have one of them.
+    /// Returns the entries that programs see under the names of the storage. Expects each file and folder to
+    /// have one of these names.
     static TreeSnapshot seenInStorage(MountedTree& mount, const TreeSnapshot& stored);
 
     std::shared_ptr<foundation::storage::provider::IProvider> memory_ = sharedProvider(TEST_PLUGIN);

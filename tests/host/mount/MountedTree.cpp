@@ -129,7 +129,7 @@ std::string MountedTree::read(FileInode& file, std::uint64_t offset, std::size_t
 }
 
 std::string MountedTree::bytesOf(FileInode& file) {
-    constexpr std::size_t more = 10; // than there are, which must not be given
+    constexpr std::size_t more = 10; // past the end; must not be returned
     return read(file, 0, sizeOf(file) + more);
 }
 

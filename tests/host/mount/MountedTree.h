@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-/// The operations of a mounted storage on paths, the way the kernel makes them when a program names a path: one lookup
-/// after the other, each reference given back unless it says so.
+/// The operations of a mounted storage on paths. Makes the requests that the kernel makes if a program uses a
+/// path: one lookup after the other. Releases each reference unless stated otherwise.
 ///
-/// Owns the mounted storage; borrows the provider. Thread safety: any number of threads.
+/// Owns the mounted storage; borrows the provider. Thread-safe.
 class MountedTree {
 public:
     using FileInode = storage::host::FileInode;
@@ -24,15 +24,15 @@ public:
 
     MountedStorage& storage() { return storage_; }
 
-    /// The entry, or nothing.
+    /// Returns the entry; null if there is none.
     Inode* find(const std::string& path);
 
-    /// An entry that must be there.
+    /// Returns an entry that must exist.
     FileInode& file(const std::string& path);
     FolderInode& folder(const std::string& path);
     Inode& at(const std::string& path);
 
-    /// As `file`, with a reference for the caller, to be given back with `close`.
+    /// Like `file`, with a reference for the caller, to be released with `close`.
     FileInode& open(const std::string& path);
     void close(FileInode& file) { storage_.release(file, 1); }
 
@@ -43,14 +43,14 @@ public:
     Inode& makeSymbolicLink(const std::string& path, std::string_view target);
     Inode& makeNode(const std::string& path, mode_t typeAndPermissions, dev_t device = 0);
     Inode& link(const std::string& path, const std::string& newPath);
-    /// A file without a name, with a reference for the caller.
+    /// Returns a file without a name, with a reference for the caller.
     FileInode& makeNameless(std::string_view content);
     void removeFile(const std::string& path);
     void removeFolder(const std::string& path);
     void rename(const std::string& from, const std::string& to, unsigned flags = 0);
 
     std::string read(FileInode& file, std::uint64_t offset, std::size_t count);
-    /// All that programs see of a file.
+    /// Returns all bytes that programs see in a file.
     std::string bytesOf(FileInode& file);
     void write(FileInode& file, std::uint64_t offset, std::string_view bytes);
     void resize(FileInode& file, std::uint64_t size);
@@ -62,10 +62,10 @@ public:
     std::uint64_t sizeOf(Inode& inode) { return static_cast<std::uint64_t>(storage_.status(inode).st_size); }
     timespec modifiedOf(Inode& inode) { return storage_.status(inode).st_mtim; }
 
-    /// The names in a folder in the order of its listing, without "." and "..".
+    /// Returns the names in a folder in listing order, without "." and "..".
     std::vector<std::string> namesIn(FolderInode& folder);
 
-    /// All that programs see of files and folders.
+    /// Returns all files and folders that programs see.
     TreeSnapshot snapshot();
 
 private:

@@ -13,7 +13,8 @@
 
 namespace {
 
-/// Whether the kernel lets a superuser mount anything of this kind here, as containers often may not.
+/// Returns whether the kernel permits the superuser to mount this kind of file system; in containers it often
+/// does not.
 bool mayMount(int device) {
     const TemporaryFolder folder;
     const std::string options = "fd=" + std::to_string(device) + ",rootmode=40000,user_id=0,group_id=0";
@@ -25,7 +26,7 @@ bool mayMount(int device) {
     return isMounted;
 }
 
-/// Why nothing can be mounted on this machine, or nothing.
+/// Returns why this machine cannot mount anything; nothing if it can.
 std::optional<std::string> obstacle() {
     const int device = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
     if (device < 0) {
@@ -54,7 +55,7 @@ bool comesTrue(const std::function<bool()>& condition) {
 }
 
 void limitTime() {
-    constexpr unsigned patience = 120; // seconds, many times what any test here takes
+    constexpr unsigned patience = 120; // seconds; many times the duration of any test here
     ::alarm(patience);
 }
 
@@ -104,7 +105,7 @@ ProgramRun MountingTest::runMountedAt(const std::string& mountPoint, const Words
     return {words, "", prepare, accompany};
 }
 
-/// Until the program ends, or has said that it is mounted.
+/// Reads until the program ends or has reported that it is mounted.
 void MountingTest::readAnnouncement(int descriptor) {
     said_.clear();
     for (char byte = 0; !said_.ends_with("ends it\n") && ::read(descriptor, &byte, 1) == 1;) {

@@ -9,23 +9,23 @@
 #include <sys/types.h>
 #include <vector>
 
-/// Runs a line of the shell. @return whether it succeeded
+/// Runs a shell command. @return whether it succeeded
 bool runs(const std::string& line);
 
-/// Waits until a condition is met; after a minute, in vain.
+/// Waits until a condition is met, for at most a minute.
 /// @return whether it is met
 bool comesTrue(const std::function<bool()>& condition);
 
-/// For the preparation of a ProgramRun: a program that does not end by itself when it should, and holds up everybody who
-/// uses its mount, is ended all the same.
+/// For the preparation of a ProgramRun: ends a program that does not end by itself. Otherwise it would block
+/// every process that uses its mount.
 void limitTime();
 
-/// The program as it mounts, from its start to its end.
+/// The program's `mount` command, from its start to its end.
 class MountProgramTest : public testing::Test {
 protected:
     using Words = std::vector<std::string>;
 
-    void TearDown() override; ///< what a broken program leaves behind would hinder the tidying up
+    void TearDown() override; ///< removes mounts that a defective program leaves behind
 
     bool isMounted() const { return isMountedAt(mountPoint_); }
     bool isMountedAt(const std::string& folder) const;
@@ -40,12 +40,13 @@ protected:
     const std::string mountPoint_ = disk_.makeFolder("mount");
 };
 
-/// The same where the machine lets it come so far.
+/// The same on machines that permit mounting.
 class MountingTest : public MountProgramTest {
 protected:
     void SetUp() override;
 
-    /// Runs the program in the foreground, and something else as soon as it has said that it is mounted.
+    /// Runs the program in the foreground. Runs `whenMounted` as soon as the program has reported that it is
+    /// mounted.
     ProgramRun runMounted(const Words& options, const ProgramRun::Company& whenMounted) {
         return runMountedAt(mountPoint_, options, whenMounted);
     }
@@ -54,7 +55,7 @@ protected:
 
     static void expectSuccess(const ProgramRun& run);
 
-    std::string said_; ///< by the program that was started last, until it had mounted
+    std::string said_; ///< output of the last started program until it was mounted
 
 private:
     void readAnnouncement(int descriptor);

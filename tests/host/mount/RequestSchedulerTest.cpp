@@ -18,9 +18,9 @@ using testing::ElementsAre;
 using testing::SizeIs;
 using Drained = RequestScheduler::Drained;
 
-constexpr std::chrono::minutes forever(1); ///< only to fail instead of hanging
+constexpr std::chrono::minutes forever(1); ///< fails instead of hanging
 
-/// A point that threads wait for.
+/// A point at which threads wait.
 class Gate {
 public:
     void open() {
@@ -47,7 +47,7 @@ struct FakeRequest {
     std::function<void()> work = [] {};
 };
 
-/// A device whose requests are functions of the test. Thread-safe.
+/// A device with functions of the test as requests. Thread-safe.
 class FakeDevice final : public RequestDevice {
 public:
     void submit(std::vector<FakeRequest> requests) {
@@ -93,12 +93,12 @@ public:
 private:
     mutable std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<FakeRequest> requests_; ///< all that there were
+    std::deque<FakeRequest> requests_; ///< all requests of the test
     std::deque<FakeRequest*> waiting_;
     bool hasEnded_ = false;
 };
 
-/// A scheduler with its threads, idle at the beginning of a test: one thread looks for requests, the others wait.
+/// A scheduler with its threads, idle at the start of a test: one thread polls for requests, the others wait.
 class RequestSchedulerTest : public testing::Test {
 protected:
     ~RequestSchedulerTest() override { stop(); }
@@ -175,7 +175,7 @@ TEST_F(RequestSchedulerTest, AnotherThreadIsCalledWhenRequestsPileUp) {
                                       const std::lock_guard lock(mutex);
                                       threads.insert(std::this_thread::get_id());
                                   }));
-    for (int i = 0; i < 2; ++i) { // each keeps its thread until both are busy
+    for (int i = 0; i < 2; ++i) { // each occupies its thread until both are busy
         pile.push_back(aShort([&] {
             bool areTwo = false;
             {
@@ -280,7 +280,7 @@ TEST_F(RequestSchedulerTest, ThreadsEndAfterTheRequestsThatTheyProcess) {
 
 TEST_F(RequestSchedulerTest, AllThreadsEndWhenTheDeviceEnds) {
     start(3);
-    device_.end(); // as the kernel does: one thread notices
+    device_.end(); // as by the kernel: one thread notices it
     for (std::thread& thread : threads_) {
         thread.join();
     }

@@ -24,7 +24,7 @@ std::vector<SparseMap::Extent> extentsOf(const SparseMap& map) {
     return extents;
 }
 
-/// Random changes of a map and of a vector of pages.
+/// Random changes of a map and of its model, a vector of pages.
 class SparseMapModelTest : public testing::TestWithParam<unsigned> {
 protected:
     static constexpr std::uint64_t filePages = 60;
@@ -33,7 +33,7 @@ protected:
     struct Page {
         bool exists = false;
         State state = State::Written;
-        int stamp = 0; ///< what was stored there last
+        int stamp = 0; ///< the last stored value
     };
 
     std::uint64_t upTo(std::uint64_t most) {
@@ -78,7 +78,7 @@ void SparseMapModelTest::place() {
             page = {true, state, stamp_};
         }
     });
-    if (upTo(5) == 0) { // the storage has failed
+    if (upTo(5) == 0) { // the storage fails
         for (Page& page : model_) {
             page = page.stamp == stamp_ ? Page{} : page;
         }
@@ -115,7 +115,7 @@ void SparseMapModelTest::remove() {
     for (std::uint64_t page = left; page < end; ++page) {
         model_[page] = {};
     }
-    // An extent cut by `splitAt` stays so if it is not removed.
+    // If an extent that `splitAt` has cut is not removed, it stays cut.
     if (left != range.first) {
         map_.remove({range.first, range.end}, filePages);
         for (std::uint64_t page = range.first; page < end; ++page) {
@@ -132,7 +132,7 @@ void SparseMapModelTest::removeReserved() {
     }
 }
 
-/// As a file is copied.
+/// Like copying the file.
 void SparseMapModelTest::compact() {
     const auto extents = extentsOf(map_);
     SparseMap copy;

@@ -2,8 +2,8 @@
 
 #include "tests/support/HookedProvider.h"
 
-/// A provider that moves folders in steps which a hook can stop: the new folder is made, what the old one holds is
-/// moved, the old one is removed. So a move may end midway, as it may in every storage.
+/// A provider that moves folders in steps: it creates the new folder, moves the content of the old folder,
+/// and removes the old folder. A hook can stop each step. So a move may end midway, as in every storage.
 class StepwiseProvider : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;

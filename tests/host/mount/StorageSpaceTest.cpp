@@ -33,7 +33,7 @@ class StorageSpaceTest : public testing::Test {
 protected:
     static constexpr std::uint64_t mebibyte = 1U << 20U;
 
-    /// From here on the storage tells how much of its room is left.
+    /// From now on the storage reports its free space.
     void offer(std::uint64_t capacity) {
         capacity_ = capacity;
         provider_.info = [this] {
@@ -46,7 +46,7 @@ protected:
         provider_.info = [code]() -> ProviderStorageInfo { throw Exception(code, StorageIRI(u"/")); };
     }
 
-    /// Takes room like a file that grows. @return the number of errno(3), 0 for success
+    /// Uses space like a file that grows. @return the number of errno(3), 0 for success
     int take(std::uint64_t bytes) {
         const int error = errnoOf([&] { space_.require(bytes); });
         used_ += error == 0 ? bytes : 0;

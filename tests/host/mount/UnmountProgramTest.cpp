@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
-/// `qzstorage unmount` with the mounts that it ends.
+/// `qzstorage unmount`, and the mounts that it ends.
 class UnmountProgramTest : public MountingTest {
 protected:
     static void expectRefused(const std::string& path, const std::string& reason) {
@@ -69,7 +69,7 @@ TEST_F(UnmountProgramTest, ReportsAFailedExportAndCanBeRepeated) {
     EXPECT_EQ(readFile(out_ + "/f"), "more content");
 }
 
-/// The export is held up by a target that does not answer.
+/// A target that does not respond delays the export.
 TEST_F(UnmountProgramTest, ReportsAMountThatEndsBeforeEverythingIsExported) {
     const std::string slow = disk_.makeFolder("slow");
     expectSuccess(runMountedAt(slow, {}, [&](pid_t target) {
