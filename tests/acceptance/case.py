@@ -66,8 +66,8 @@ def call_c(name, *arguments):
 
 
 def forget():
-    """Drops all unused entries of the mount from the kernel's cache, so that the kernel asks the storage
-    again. Does nothing without root privileges."""
+    """Drops all unused entries of the mount from the kernel's cache, so that the kernel queries the
+    storage again. Does nothing without root privileges."""
     MS_NOSUID, MS_NODEV, MS_REMOUNT = 2, 4, 32
     if os.geteuid() == 0:
         call_c("mount", None, FOLDER.encode(), None, ctypes.c_ulong(MS_REMOUNT | MS_NOSUID | MS_NODEV), None)
