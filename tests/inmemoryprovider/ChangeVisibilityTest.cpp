@@ -105,8 +105,8 @@ protected:
         }
     }
 
-    /// Accesses paths that are not in the changing subtree, nor its parent. These calls must not block: if
-    /// one does, the test never ends.
+    /// Accesses paths outside the changing subtree and outside its parent folder. These calls must not block:
+    /// if one does, the test never ends.
     void expectElsewhereGoesOn() {
         EXPECT_TRUE(exists(u"/z/f"));
         EXPECT_FALSE(exists(u"/z/missing"));
