@@ -8,7 +8,7 @@ namespace {
 using foundation::storage::provider::StorageIRI;
 using testing::IsEmpty;
 
-/// The information that programs get about entries, and the required calls of the storage.
+/// The information that programs get about entries, and how many calls of the storage this requires.
 class MountedLookupTest : public MountedStorageTest {
 protected:
     /// Returns how many calls the storage gets during the operation.

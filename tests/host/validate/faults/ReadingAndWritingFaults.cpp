@@ -170,7 +170,7 @@ public:
     }
 };
 
-/// Seeks to the end instead of failing after it.
+/// Seeks to the end instead of refusing a position after it.
 class SeekStopsAtTheEnd final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
