@@ -6,9 +6,9 @@
 Works on copies of the source tree, never on the tree itself. Each mutation changes one place of
 inmemoryprovider/: it negates a condition or makes it constant, deletes a statement, exchanges two adjacent
 statements, changes a comparison or constant, replaces an enumerator or exception, omits a lock, relaxes a
-memory order, or omits a fence or a wait. It is noticed (killed) if a test fails, crashes or hangs. It does not count if
-the compiler rejects it. Mutations that survive the ordinary tests are tested again under ThreadSanitizer,
-because only it detects a missing lock.
+memory order, or omits a fence or a wait. It is noticed (killed) if a test fails, crashes or hangs. It does
+not count if the compiler rejects it. Mutations that survive the ordinary tests are tested again under
+ThreadSanitizer, because only it detects a missing lock.
 
 accepted.txt next to this file lists the mutations without an effect that a user or caller could see, each
 with the reason. Exits with 1 if any other mutation survives.
