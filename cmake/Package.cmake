@@ -13,7 +13,7 @@ set(CPACK_COMPONENTS_ALL libraries plugin development tool documentation)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-# A third-party revision that is lower than every revision of a distribution.
+# The project's own revision, lower than every revision of a distribution.
 set(CPACK_DEBIAN_PACKAGE_RELEASE 0qzstorage1)
 set(CPACK_DEBIAN_PACKAGE_SOURCE qzstorage)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
