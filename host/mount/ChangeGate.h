@@ -7,18 +7,18 @@
 
 namespace storage::host {
 
-/// Lets requests change a mounted storage, or refuses them while the content is being exported.
+/// Admits requests that change a mounted storage, or refuses them while the content is exported.
 ///
-/// What programs wrote before the gate was closed comes from the kernel's cache afterwards. It is let through, and counted:
-/// an export that began earlier may lack it. Thread-safe.
+/// Data that programs wrote before the gate was closed arrives from the kernel's cache later. Such a write is
+/// admitted and counted, because an export that began earlier may lack it. Thread-safe.
 class ChangeGate {
 public:
     enum class Origin {
         Program,     ///< a program waits for the reply
-        KernelCache, ///< a program has been told of success already
+        KernelCache, ///< the program has been told of success already
     };
 
-    /// Permission for one change, as long as it lives.
+    /// Permission for one change, valid during its lifetime.
     class Passage {
     public:
         /// @throws ErrnoError EROFS for changes by programs while the gate is closed
@@ -28,7 +28,7 @@ public:
         const SharedScopedLock lock_;
     };
 
-    /// Refuses changes by programs from now on. Waits for those under way.
+    /// Refuses changes by programs from now on. Blocks until the current ones are done.
     void close();
     void open();
 

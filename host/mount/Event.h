@@ -2,9 +2,9 @@
 
 namespace storage::host {
 
-/// Something that happens, for which any number of threads can wait with poll(2) or epoll(7).
+/// An event that any number of threads can wait for with poll(2) or epoll(7).
 ///
-/// Owns its descriptor, which is readable from then on until `reset`. Thread safety: any number of threads.
+/// Owns its descriptor, which is readable from `happen` until `reset`. Thread-safe.
 class Event {
 public:
     /// @throws std::system_error
@@ -15,7 +15,7 @@ public:
 
     void happen() const noexcept;
 
-    /// It may happen again.
+    /// Makes the descriptor unreadable again.
     void reset() const noexcept;
 
     int descriptor() const noexcept { return descriptor_; }

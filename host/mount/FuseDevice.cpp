@@ -23,7 +23,7 @@ const Body& bodyOf(const fuse_in_header* header) {
     return *reinterpret_cast<const Body*>(header + 1);
 }
 
-/// Whether a request makes the storage grow.
+/// Whether a request can make the storage grow.
 bool isGrowing(const fuse_buf& request) {
     const auto* const header = static_cast<const fuse_in_header*>(request.mem);
     switch (header->opcode) {
@@ -96,7 +96,8 @@ bool FuseDevice::isLong(const fuse_buf& request) const {
     }
 }
 
-/// While the reserve is given up, no request makes the storage grow: the reserve would be lost permanently.
+/// While the reserve is released, no request that makes the storage grow is processed. It would consume the
+/// reserve permanently.
 void FuseDevice::process(const fuse_buf& request) {
     if (processExtension(context_, request)) {
         return;

@@ -8,10 +8,11 @@
 
 namespace storage::host {
 
-/// The kernel's end of a mount: requests come from its descriptor, which does not block, and libfuse processes them.
+/// The kernel's end of a mount. Requests are read from its non-blocking descriptor and processed by libfuse.
 ///
-/// Borrows the session and the space. While no memory is left, one request at a time may use the reserve; requests that
-/// make the storage grow may not. When requests pause after removals, memory goes back to the system. Thread-safe.
+/// Borrows the session and the space. While memory is exhausted, one request at a time may use the reserve,
+/// but no request that makes the storage grow. When requests pause after removals, free memory is returned to
+/// the system. Thread-safe.
 class FuseDevice final : public RequestDevice {
 public:
     /// @throws std::system_error

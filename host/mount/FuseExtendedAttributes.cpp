@@ -10,7 +10,7 @@ namespace storage::host {
 
 namespace {
 
-/// A program that offers no room asks for the size.
+/// A room of 0 requests the size only.
 void replyWithin(fuse_req_t request, std::string_view bytes, std::size_t room) {
     if (room == 0) {
         fuse_reply_xattr(request, bytes.size());
@@ -35,7 +35,7 @@ void getExtended(fuse_req_t request, fuse_ino_t number, const char* name, std::s
     });
 }
 
-/// Names that only a superuser may use are not shown to others.
+/// Hides names that only the superuser may use from other users.
 void listExtended(fuse_req_t request, fuse_ino_t number, std::size_t room) {
     using Names = ExtendedAttributeSet::Names;
     answer(request, [&] {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t statxOpcode = 52;
 
-// The bodies of FUSE_STATX and its reply, which the system's header lacks.
+// Layouts of the FUSE_STATX reply, which the system header lacks.
 
 struct StatxTime {
     std::int64_t seconds;
@@ -56,15 +56,17 @@ struct StatxReply {
 };
 static_assert(sizeof(StatxReply) == 16 + 32 + 256);
 
-/// Whether the next reply of this thread is that to FUSE_INIT, of a kernel that leaves the set-ID bits to this program.
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): libfuse passes nothing on to `sendReply`
+/// Set if the next reply of this thread is the reply to FUSE_INIT of a kernel that leaves the set-ID bits to
+/// this program.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): libfuse passes no context to
+// `sendReply`
 thread_local bool takesOverSetIds = false;
 
 ssize_t receiveRequest(int device, void* buffer, std::size_t size, void*) {
     return ::read(device, buffer, size);
 }
 
-/// libfuse sends a reply in two parts, header and body.
+/// Relies on libfuse to send a reply in two parts, header and body.
 ssize_t sendReply(int device, iovec* parts, int count, void*) {
     if (takesOverSetIds) {
         takesOverSetIds = false;
@@ -117,7 +119,7 @@ void answerStatx(const RequestContext& context, const fuse_in_header& header) {
         reply.header.error = -errnoOfCurrentException();
     }
     reply.header.unique = header.unique;
-    // Fails only when nobody waits for the reply any more.
+    // Fails only when the request was interrupted or the mount has ended.
     [[maybe_unused]] const ssize_t sent = ::write(fuse_session_fd(context.session), &reply, reply.header.len);
 }
 
@@ -136,12 +138,12 @@ bool processExtension(const RequestContext& context, const fuse_buf& request) {
     case FUSE_INIT:
         takesOverSetIds = (bodyOf<fuse_init_in>(request).flags & FUSE_HANDLE_KILLPRIV_V2) != 0;
         return false;
-    case FUSE_WRITE: { // files have no handles here, so that of the request has room for what libfuse drops
+    case FUSE_WRITE: { // files have no handles here, so the field can carry the flags that libfuse drops
         auto& write = bodyOf<fuse_write_in>(request);
         write.fh = write.write_flags;
         return false;
     }
-    case FUSE_TMPFILE: // the request to create a file, with "/" for the name
+    case FUSE_TMPFILE: // the request to create a file, with "/" as the name
         header.opcode = FUSE_CREATE;
         return false;
     case statxOpcode:

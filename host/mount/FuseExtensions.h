@@ -6,23 +6,25 @@
 
 namespace storage::host {
 
-// What the kernel's protocol has and libfuse does not pass on:
+// Features of the kernel's protocol that libfuse does not support:
 //
-// - FUSE_HANDLE_KILLPRIV_V2: set-ID bits go when a file is written to, truncated or gets another owner, and the kernel
-//   leaves that to this program. Without it, the kernel would ask for the attribute security.capability before each write.
+// - FUSE_HANDLE_KILLPRIV_V2: the kernel leaves it to this program to clear set-ID bits when a file is written
+//   to, truncated or gets another owner. Otherwise the kernel requests the attribute security.capability
+//   before each write.
 // - FUSE_STATX: stat(2) with the time of creation.
 // - FUSE_TMPFILE: a file without a name.
 
-/// Makes the session reply to the kernel by functions of this file. Once, before the first request.
+/// Replaces the functions by which the session exchanges messages with the kernel. Call it once, before the
+/// first request.
 /// @throws std::bad_alloc
 void extendSession(fuse_session* session);
 
-/// Processes a request that libfuse does not know, or prepares it for libfuse.
+/// Processes a request that libfuse does not support, or converts it for libfuse.
 /// @return whether it was answered
 bool processExtension(const RequestContext& context, const fuse_buf& request);
 
-/// Whether a write takes away the file's set-ID bits.
-/// @param handle  the file handle of the request as `processExtension` has prepared it
+/// Whether a write clears the file's set-ID bits.
+/// @param handle  the file handle of the request as set by `processExtension`
 bool clearsSetIds(std::uint64_t handle) noexcept;
 
 } // namespace storage::host

@@ -9,10 +9,11 @@
 
 namespace storage::host {
 
-/// Nobody but the kernel's own users changes the tree, so what it has been told stays true until it changes it. Seconds.
+/// Cache timeout in seconds. The tree changes only through the kernel, so cached entries and attributes stay
+/// valid.
 constexpr double forever = std::numeric_limits<int>::max();
 
-// What the functions that process the kernel's requests have in common.
+// Helpers of the functions that process the kernel's requests.
 
 inline RequestContext& contextOf(fuse_req_t request) {
     return *static_cast<RequestContext*>(fuse_req_userdata(request));
@@ -27,7 +28,7 @@ inline ChangeGate::Passage requirePassage(fuse_req_t request) {
     return {contextOf(request).gate, ChangeGate::Origin::Program};
 }
 
-/// The kernel's number of an inode is its address, but for the root.
+/// The kernel's number of an inode is its address, except for the root.
 inline Inode& inodeOf(MountedStorage& storage, fuse_ino_t number) {
     return number == FUSE_ROOT_ID ? storage.root()
                                   : *reinterpret_cast<Inode*>(number); // NOLINT(performance-no-int-to-ptr)
@@ -37,15 +38,16 @@ inline Inode& inodeOf(fuse_req_t request, fuse_ino_t number) {
     return inodeOf(storageOf(request), number);
 }
 
-/// While changes are refused, the kernel must ask for the attributes of a file before each write, see `getAttributes`. So it
-/// may not take them from another reply: it ignores attributes that were invalidated while it waited for them.
+/// While changes are refused, the kernel must request the attributes of a file before each write, see
+/// `getAttributes`. It must not take them from another reply: it ignores attributes that were invalidated
+/// while it waited for them.
 inline void keepAttributesInvalid(const RequestContext& context, fuse_ino_t number) {
     if (context.gate.isClosed()) {
         invalidateAttributesOf(context.session, number);
     }
 }
 
-/// Runs an operation that replies by itself unless it throws.
+/// Runs an operation that replies itself, and replies with the error if it throws.
 template <typename Operation>
 void answer(fuse_req_t request, const Operation& operation) noexcept {
     try {

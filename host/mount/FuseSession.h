@@ -14,15 +14,15 @@ namespace storage::host {
 
 /// A storage mounted at a folder of the disk, from construction to destruction.
 ///
-/// Owns the connection to the kernel and the mount; borrows storage, gate and requests. Thread safety: one object is for one thread,
-/// but `device` is for any number.
+/// Owns the connection to the kernel and the mount. Borrows storage, gate and requests. Not thread-safe,
+/// except for `device`.
 class FuseSession {
 public:
     /// @throws CommandError when the storage cannot be mounted there
     FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountRequests& unmounting,
                 const MountOptions& options, WriteMode writing);
 
-    /// Unmounts, unless that has been done. Programs that still have files open there find them gone.
+    /// Unmounts, unless that has been done. Files that programs still have open there become inaccessible.
     ~FuseSession();
 
     FuseSession(const FuseSession&) = delete;
@@ -32,7 +32,7 @@ public:
     const RequestContext& context() const noexcept { return context_; }
     const MountPlace& place() const noexcept { return place_; }
 
-    /// To be stopped before the threads that process requests.
+    /// Stop it before the threads that process requests.
     HoleSeeker& seeker() const noexcept { return context_.seeker; }
 
 private:

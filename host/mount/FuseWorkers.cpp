@@ -12,7 +12,7 @@ namespace storage::host {
 
 namespace {
 
-/// Blocks all signals in the calling thread, and in threads that it starts, as long as it lives.
+/// Blocks all signals in the calling thread, and in threads that it starts, during its lifetime.
 class BlockedSignals {
 public:
     BlockedSignals() {
@@ -57,7 +57,7 @@ FuseWorkers::~FuseWorkers() {
 }
 
 FuseWorkers::End FuseWorkers::waitForEnd(int requested) const {
-    const BlockedSignals blocked; // except while polling, so that no signal is lost just before it
+    const BlockedSignals blocked; // ppoll() unblocks them, so that a signal just before it is not lost
     std::array<pollfd, 2> waiting{{{device_.endDescriptor(), POLLIN, 0}, {requested, POLLIN, 0}}};
     while (Interruption::pending() == 0 &&
            ::ppoll(waiting.data(), waiting.size(), nullptr, &blocked.before()) <= 0) {
@@ -69,7 +69,7 @@ FuseWorkers::End FuseWorkers::waitForEnd(int requested) const {
 }
 
 void FuseWorkers::stop() {
-    seeker_.stop(); // while there are threads that process the writes for which it waits
+    seeker_.stop(); // before the threads, because it waits for writes that they process
     scheduler_.stop();
     for (std::thread& thread : threads_) {
         thread.join();

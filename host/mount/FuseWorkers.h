@@ -9,9 +9,9 @@
 
 namespace storage::host {
 
-/// The threads that process the kernel's requests, from construction until the mount has been taken away or `stop`.
+/// The threads that process the kernel's requests, from construction until the unmount or `stop`.
 ///
-/// Owns the threads; borrows the session and the space. Signals are blocked in the threads. Not thread-safe.
+/// Owns the threads. Borrows the session and the space. Signals are blocked in the threads. Not thread-safe.
 class FuseWorkers {
 public:
     /// @param count  number of threads
@@ -25,17 +25,17 @@ public:
 
     enum class End { Unmounted, Interrupted, Requested };
 
-    /// Waits until the mount has been taken away, a signal arrives that `Interruption` handles, or `requested` is readable.
+    /// Waits for the unmount, for a signal that `Interruption` handles, or until `requested` is readable.
     End waitForEnd(int requested) const;
 
-    /// Waits until all requests are processed, so that what the kernel wrote back has arrived.
-    /// @param longest  for programs that never stop making requests
+    /// Waits until all requests are processed, including the kernel's write-back.
+    /// @param longest  time limit, for programs that never stop making requests
     RequestScheduler::Drained drain(std::chrono::milliseconds longest) { return scheduler_.drain(longest); }
 
-    /// Whether the mount has been taken away.
+    /// Whether the file system has been unmounted.
     bool hasEnded() const noexcept { return device_.hasEnded(); }
 
-    /// Ends the threads, each after the request that it processes.
+    /// Stops the threads, each after its current request.
     void stop();
 
 private:

@@ -87,7 +87,7 @@ std::uint64_t HoleSeeker::find(const Seek& seek) {
     return seek.target == Target::Data ? findData(seek) : findHole(seek);
 }
 
-/// What comes before the data known here may be in the cache.
+/// Data before the first known data may be in the kernel's cache.
 std::uint64_t HoleSeeker::findData(const Seek& seek) {
     const std::uint64_t known = knownDataFrom(storage_, *seek.file, seek.offset);
     if (known == seek.offset) {
@@ -98,7 +98,7 @@ std::uint64_t HoleSeeker::findData(const Seek& seek) {
     return storage_.seekData(*seek.file, seek.offset);
 }
 
-/// A hole that the kernel fills from its cache is none; what follows it may be.
+/// The kernel may hold data for a hole in its cache. The bytes after it may be a hole.
 std::uint64_t HoleSeeker::findHole(const Seek& seek) {
     std::uint64_t writtenBackTo = seek.offset / pageSize;
     for (;;) {
@@ -109,7 +109,7 @@ std::uint64_t HoleSeeker::findHole(const Seek& seek) {
             hole = storage_.seekHole(*seek.file, seek.offset);
             data = knownDataFrom(storage_, *seek.file, hole);
         } catch (const ErrnoError&) {
-            if (writtenBackTo == endOfPages) { // beyond the end of what programs have written
+            if (writtenBackTo == endOfPages) { // the offset is beyond the end of the written data
                 throw;
             }
         }

@@ -15,9 +15,9 @@ class MountedStorage;
 
 /// Replies to requests for the next data or the next hole of a file.
 ///
-/// What programs have written may still be in the kernel's cache, where it looks like a hole from here. So the kernel is made
-/// to write back the pages of each hole before the reply. That blocks until the writes have been processed, which the threads
-/// that process requests could not do if all of them waited here: seeking has a thread of its own.
+/// Data in the kernel's write-back cache looks like a hole here. So the kernel must write back the pages of
+/// each hole before the reply. That blocks until the writes have been processed. The threads that process
+/// requests must not all block here, so seeking has its own thread.
 ///
 /// Owns the thread, which starts with the first request. Borrows the storage. Thread-safe.
 class HoleSeeker {
@@ -41,11 +41,11 @@ public:
     HoleSeeker(const HoleSeeker&) = delete;
     HoleSeeker& operator=(const HoleSeeker&) = delete;
 
-    /// Replies to the request sooner or later.
+    /// Queues the request. The thread replies to it.
     /// @throws std::system_error, std::bad_alloc when there is no memory or no thread, without a reply
     void add(const Seek& seek);
 
-    /// Waits until the seek under way has been replied to; refuses all others.
+    /// Waits until the current seek has been answered. Refuses all others.
     void stop() noexcept;
 
 private:

@@ -11,12 +11,12 @@ namespace storage::host {
 
 // Invalidates attributes and content that the kernel caches. Thread-safe.
 
-/// Makes the kernel ask for an inode's attributes before it uses them again.
-/// @param number  the inode's number for the kernel
+/// Makes the kernel request an inode's attributes before it uses them again.
+/// @param number  the inode's number in the kernel
 void invalidateAttributesOf(fuse_session* session, fuse_ino_t number);
 
-/// Makes the kernel hand over what it has not written back yet of pages of a file, and drop its copies of them. Blocks until
-/// other threads have processed the writes.
+/// Makes the kernel write back its dirty pages of a range of a file, and drop all cached pages of the range.
+/// Blocks until other threads have processed the writes.
 void writeBack(fuse_session* session, fuse_ino_t number, PageRange pages);
 
 } // namespace storage::host

@@ -28,13 +28,13 @@ MachineMemory readMemoryInfo(const std::string& processes) {
     return memory;
 }
 
-/// The files in which the kernel says what a group of processes may use and uses.
+/// The files in which the kernel reports the memory limit and use of a control group.
 struct GroupFiles {
     std::string folder;
     std::string limit;
     std::string use;
     std::string statistics;
-    bool isInnermost; ///< the process itself is in the group, not in one below it
+    bool isInnermost; ///< the process is a direct member of the group
 
     static GroupFiles ofVersion1(const std::string& folder, bool isInnermost) {
         return {folder, folder + "/memory.limit_in_bytes", folder + "/memory.usage_in_bytes",
@@ -46,8 +46,8 @@ struct GroupFiles {
     }
 };
 
-/// Of the groups that this process belongs to, from the innermost one to the root. In a container the root is the container's
-/// own group, and the other paths may not exist.
+/// The control groups of this process, from the innermost one to the root. In a container the root is the
+/// container's own group, and the other paths may not exist.
 std::vector<GroupFiles> groupsOfProcess(const MachineMemory::Sources& sources) {
     std::vector<GroupFiles> files;
     std::ifstream groups(sources.processes + "/self/cgroup");
@@ -73,8 +73,8 @@ std::vector<GroupFiles> groupsOfProcess(const MachineMemory::Sources& sources) {
     return files;
 }
 
-/// Whether other processes than this one use a group's memory. Those of a group around others are not counted: that there are some
-/// is assumed.
+/// Whether other processes use a group's memory. Assumed for groups that contain other groups, without
+/// counting processes.
 bool isShared(const GroupFiles& group) {
     std::ifstream processes(group.folder + "/cgroup.procs");
     std::string first;
@@ -82,8 +82,8 @@ bool isShared(const GroupFiles& group) {
     return !group.isInnermost || (processes >> first >> second);
 }
 
-/// Bytes that the kernel frees before it refuses memory: file pages that are neither dirty nor mapped, and unused kernel
-/// objects.
+/// Bytes that the kernel can reclaim before it refuses memory: file pages that are neither dirty nor mapped,
+/// and reclaimable slab.
 unsigned long long readReclaimable(const std::string& statistics) {
     std::map<std::string, unsigned long long> bytesOf;
     std::ifstream file(statistics);
@@ -100,14 +100,14 @@ unsigned long long readReclaimable(const std::string& statistics) {
     return cached - std::min(cached, kept) + bytesOf["slab_reclaimable"];
 }
 
-/// A group may have less memory than the machine.
+/// Applies the limits of control groups, which may be below the memory of the machine.
 void applyMemoryLimits(MachineMemory& memory, const MachineMemory::Sources& sources) {
     ProviderStorageInfo& info = memory.info;
     const auto ofMachine = info.capacity;
     for (const GroupFiles& group : groupsOfProcess(sources)) {
         unsigned long long limit = 0;
         unsigned long long used = 0;
-        std::ifstream limitFile(group.limit); // no number is in it when there is no limit
+        std::ifstream limitFile(group.limit); // not a number if there is no limit
         std::ifstream useFile(group.use);
         if (limitFile >> limit && limit < ofMachine && useFile >> used) {
             used -= std::min(used, readReclaimable(group.statistics));

@@ -6,9 +6,10 @@
 
 namespace storage::host {
 
-/// The memory that this process may use: the machine's, or what the narrowest control group around it allows. A value.
+/// The memory that this process may use: the machine's, or the limit of the control group that leaves the
+/// least. A value.
 struct MachineMemory {
-    /// Where the kernel says what memory there is, and what the groups of processes may use.
+    /// Where the kernel reports memory and control groups.
     struct Sources {
         std::string processes = "/proc";
         std::string groups = "/sys/fs/cgroup";
@@ -17,9 +18,9 @@ struct MachineMemory {
     foundation::storage::provider::ProviderStorageInfo info; ///< bytes
     std::string limitedBy;                                   ///< in words, with the path of a control group
     bool isOfGroup = false; ///< a control group allows less than the machine has
-    bool isShared = false;  ///< other processes use the memory of that group, too
+    bool isShared = false;  ///< other processes use the memory of that group too
 
-    /// As it is now. Page cache that the kernel can drop counts as available.
+    /// Reads the current values. Page cache that the kernel can reclaim counts as available.
     static MachineMemory read(const Sources& sources);
     static MachineMemory read() { return read(Sources()); }
 };

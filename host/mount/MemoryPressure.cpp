@@ -9,7 +9,7 @@ namespace storage::host {
 
 namespace {
 
-/// Above -1000: the kernel may still kill this process when there is no other one.
+/// Above -1000, so that the OOM killer can still kill this process if no other one is left.
 constexpr std::string_view lastToBeKilled = "-999";
 
 } // namespace

@@ -2,11 +2,12 @@
 
 namespace storage::host {
 
-/// Prepares the calling thread, and threads that it starts later, to serve a mount while the memory of its control group is
-/// used up. Does what the user's rights allow, which for other users than root is mostly nothing.
+/// Prepares the calling thread, and threads that it starts later, to serve a mount while the memory of its
+/// control group is exhausted. Does what the user's rights allow, which is mostly nothing without root.
 ///
-/// An allocation of such a thread never waits for dirty pages of the mount, which it would have to take itself. Should the
-/// kernel have to kill a process, it prefers a program that writes, which loses less than the mount does.
+/// Allocations of such a thread never wait for write-back of the mount's dirty pages, which would deadlock,
+/// because the thread itself processes the write-back. The OOM killer prefers other processes: killing a
+/// writing program loses less data than killing the mount.
 void protectFromMemoryPressure() noexcept;
 
 } // namespace storage::host

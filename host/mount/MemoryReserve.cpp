@@ -7,17 +7,17 @@ namespace storage::host {
 
 namespace {
 
-/// Bytes, many times what a request takes that is not about content.
+/// Bytes; far above what a request without content allocates.
 constexpr std::size_t ordinaryNeed = 100U << 10U;
 
 } // namespace
 
 bool MemoryReserve::isNeeded() const noexcept {
     if (!isComplete_) {
-        return true; // what was given up is still missing, so there is no more than that
+        return true; // part of the reserve is still missing, so memory is exhausted
     }
     void* volatile probe =
-        ::operator new(ordinaryNeed, std::nothrow); // volatile: it must not be optimised away
+        ::operator new(ordinaryNeed, std::nothrow); // volatile, or the allocation is optimized away
     const bool failed = probe == nullptr;
     ::operator delete(probe);
     return failed;

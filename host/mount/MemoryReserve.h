@@ -6,11 +6,11 @@
 
 namespace storage::host {
 
-/// Memory that is put aside for the time when there is none left, so that programs can still look around in a mount
-/// and remove what they need least.
+/// Memory that is reserved for the time when allocations fail, so that programs can still list a mount and
+/// remove files.
 ///
-/// Owns pieces of address space, which take no memory of the machine. Thread safety: `isNeeded` from any number of threads,
-/// the rest from one at a time.
+/// Owns mappings of address space, which use no physical memory. `isNeeded` is thread-safe; the other
+/// functions are externally synchronized.
 class MemoryReserve {
 public:
     MemoryReserve() { restore(); }
@@ -20,18 +20,18 @@ public:
 
     bool isComplete() const noexcept { return isComplete_; }
 
-    /// Whether there is not even memory for an ordinary request.
+    /// Whether the allocations of an ordinary request would fail.
     bool isNeeded() const noexcept;
 
     void giveUp() noexcept;
 
-    /// Puts aside again what there is.
+    /// Reserves again as many of the pieces as possible.
     void restore() noexcept;
 
 private:
     static constexpr std::size_t pieceSize = 512U << 10U; ///< bytes
 
-    std::array<void*, 4> pieces_{}; ///< null where there was no memory for one
+    std::array<void*, 4> pieces_{}; ///< null where the allocation failed
     std::atomic<bool> isComplete_{false};
 };
 

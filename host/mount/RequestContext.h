@@ -11,11 +11,11 @@ class UnmountRequests;
 
 /// When the kernel sends what programs write.
 enum class WriteMode {
-    Back,    ///< late, in pieces as large as it can; it keeps times and sizes of files itself
+    Back,    ///< late and in large pieces; the kernel maintains times and sizes of files itself
     Through, ///< at once, while the program waits; late only for files that programs map into memory
 };
 
-/// What requests work on: the user data of a session. Borrows all of it. A value.
+/// The context of all requests: the user data of a session. Borrows all of it. A value.
 struct RequestContext {
     WriteMode writing;
     MountedStorage& storage;

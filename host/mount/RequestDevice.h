@@ -4,21 +4,21 @@
 
 namespace storage::host {
 
-/// Where requests come from and where they are processed, as `RequestScheduler` sees it. Thread-safe.
+/// The source and the processor of requests for `RequestScheduler`. Thread-safe.
 class RequestDevice {
 public:
     enum class Received { Request, Nothing };
 
     virtual ~RequestDevice() = default;
 
-    /// Whether no request will come any more.
+    /// Whether no more requests will arrive.
     virtual bool hasEnded() const noexcept = 0;
 
     /// Ends the device: `waitForRequest` returns from now on.
     virtual void end() noexcept = 0;
 
-    /// Takes a request if there is one. Does not block.
-    /// @param request  the memory is the device's to allocate and reuse, the caller's to free
+    /// Receives a request if there is one. Does not block.
+    /// @param request  memory that the device allocates and reuses, and the caller frees
     virtual Received receive(fuse_buf& request) = 0;
 
     virtual bool hasRequest() const = 0;

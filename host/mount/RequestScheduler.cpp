@@ -6,11 +6,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Most programs make their next request as soon as they have the reply to the last. A thread spins this long for it,
-/// because waking the thread would take longer than most requests.
+/// Most programs send the next request as soon as they have the reply to the last one. A thread spins this
+/// long for it, because waking a thread takes longer than most requests.
 constexpr std::chrono::microseconds spinTime(20);
 
-constexpr unsigned pileOfRequests = 16; ///< received without a pause, so that one thread is not enough
+constexpr unsigned pileOfRequests = 16; ///< received without a pause; more than one thread can process
 
 } // namespace
 
@@ -27,7 +27,7 @@ void RequestScheduler::serve(fuse_buf& request) {
 
 void RequestScheduler::stop() noexcept {
     {
-        const ScopedLock lock(mutex_); // so that no thread misses it between its check and its wait
+        const ScopedLock lock(mutex_); // so that no thread misses the end between its check and its wait
         device_.end();
     }
     called_.notify_all();
@@ -90,12 +90,13 @@ void RequestScheduler::blockUntilRequest() {
     blocked_ = false;
 }
 
-/// No thread can begin meanwhile: the one that blocks acquires the mutex first.
+/// No thread can start meanwhile: the one that blocks acquires the mutex first.
 bool RequestScheduler::isQuiet() const {
     return blocked_ && idle_ + 1 == workers_ && !device_.hasRequest();
 }
 
-/// Waits to be called if another thread looks for requests. @return whether it did
+/// If another thread is a reader, waits to be called.
+/// @return whether it waited
 bool RequestScheduler::waitForCall() {
     const ScopedLock lock(mutex_);
     if (readers_ == 1) {
@@ -112,7 +113,7 @@ bool RequestScheduler::waitForCall() {
     return true;
 }
 
-/// The thread that is called counts as a reader from now on.
+/// The called thread counts as a reader from now on.
 void RequestScheduler::callOne() {
     if (idle_ > calls_) {
         ++calls_;

@@ -10,10 +10,10 @@ namespace storage::host {
 
 /// Decides which thread receives and processes the next request.
 ///
-/// Most requests are short and come one after the other. The thread that processed the last one is the best to receive the
-/// next: waking another one takes longer than most requests. So one thread looks for requests as long as that is enough. It
-/// calls another one before it processes a long request, and when requests pile up. A thread that finds no request waits
-/// until it is called, unless no other thread looks for requests.
+/// Most requests are short and arrive one after the other. It is best if the same thread receives the next
+/// one, because waking another takes longer than most requests. So one thread receives requests as long as
+/// that is enough. It calls another one before it processes a long request, and when requests queue up. A
+/// thread that finds no request waits until it is called, unless no other thread is receiving.
 ///
 /// Borrows the device. Owns no thread and performs no I/O. Thread-safe.
 class RequestScheduler {
@@ -29,8 +29,8 @@ public:
 
     enum class Drained { Yes, No };
 
-    /// Waits until no request is processed and none is left, or until the device has ended.
-    /// @param longest  for programs that never stop making requests
+    /// Waits until no request is being processed and none is left, or until the device has ended.
+    /// @param longest  time limit, for programs that never stop making requests
     Drained drain(std::chrono::milliseconds longest);
 
 private:
@@ -48,9 +48,9 @@ private:
     std::condition_variable_any called_;
     std::condition_variable_any quiet_;            ///< `isQuiet` may have become true
     bool blocked_ QZFL_GUARDED_BY(mutex_) = false; ///< the only reader blocks in the device
-    unsigned readers_ QZFL_GUARDED_BY(mutex_);     ///< threads that look for requests or process a short one
+    unsigned readers_ QZFL_GUARDED_BY(mutex_);     ///< threads that receive requests or process a short one
     unsigned idle_ QZFL_GUARDED_BY(mutex_) = 0;    ///< threads that wait to be called
-    unsigned calls_ QZFL_GUARDED_BY(mutex_) = 0;   ///< calls that no thread has taken yet
+    unsigned calls_ QZFL_GUARDED_BY(mutex_) = 0;   ///< calls that no thread has accepted yet
 };
 
 } // namespace storage::host
