@@ -16,7 +16,7 @@ namespace storage::host {
 
 namespace {
 
-/// The status of a process that has ended, in this program's terms.
+/// Waits for the child process and converts its status to an exit status.
 ExitStatus statusOf(int child) {
     int status = 0;
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {

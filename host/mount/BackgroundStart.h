@@ -9,35 +9,35 @@
 
 namespace storage::host {
 
-/// Lets a program go on in the background while the command that started it returns only when the program is ready.
+/// Moves the program to the background. The command that started it returns when the program is ready.
 ///
-/// Owns one end of the pipe between the two processes, and the way to the system's log. Make it before any thread is started.
-/// Thread safety: one object is for one thread.
+/// Owns one end of the pipe between the two processes, and the connection to the system log. Precondition of
+/// the constructor: no other thread has been started. Not thread-safe.
 class BackgroundStart {
 public:
-    /// Splits the process in two.
-    /// @throws std::system_error
+    /// Forks the process.
     BackgroundStart();
     ~BackgroundStart();
     BackgroundStart(const BackgroundStart&) = delete;
     BackgroundStart& operator=(const BackgroundStart&) = delete;
 
-    /// In the process that was started: nothing. In the one that the caller waits for: what it is to end with, once
-    /// the other is ready or has ended. Signals that stop it stop the other.
+    /// In the child process, returns nothing. In the parent process, waits until the child is ready or has
+    /// exited, and returns the exit status for the parent. Signals that end the parent are forwarded to the
+    /// child.
     std::optional<ExitStatus> waitAsStarter() const;
 
-    /// Leaves terminal, session and current folder of the caller, and lets the caller go on. As long as this object
-    /// lives, the standard error stream of C++ leads to the system's log then.
-    /// @throws std::system_error when nobody waits any more
+    /// Detaches from terminal, session and working directory of the caller, and lets the parent exit. From
+    /// then on, `std::cerr` writes to the system log until this object is destroyed.
+    /// @throws std::system_error when the parent has exited
     void ready();
 
 private:
     explicit BackgroundStart(const std::array<int, 2>& ends);
 
-    int child_; ///< the process started, 0 in that process itself
+    int child_; ///< 0 in the child process
     int pipe_ = -1;
     SystemLog log_;
-    std::streambuf* errors_ = nullptr; ///< where the stream led before
+    std::streambuf* errors_ = nullptr; ///< of `std::cerr` before `ready`
 };
 
 } // namespace storage::host

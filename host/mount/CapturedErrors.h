@@ -4,10 +4,10 @@
 
 namespace storage::host {
 
-/// Takes what is written to the standard error stream for as long as the object lives, by the processes that are
-/// started meanwhile too, so that it can become part of a message of this program's own.
+/// Captures what this process and its child processes write to the standard error stream during the object's
+/// lifetime, so that it can become part of a message of this program.
 ///
-/// Owns two descriptors. Thread safety: nobody else may write to the stream meanwhile.
+/// Owns two descriptors. Not thread-safe. Precondition: no other thread writes to the stream meanwhile.
 class CapturedErrors {
 public:
     /// @throws std::system_error
@@ -16,11 +16,11 @@ public:
     CapturedErrors(const CapturedErrors&) = delete;
     CapturedErrors& operator=(const CapturedErrors&) = delete;
 
-    /// The first line written so far, without the name of the program in front of it.
+    /// The first captured line, without the program name in front.
     std::string firstLine() const;
 
 private:
-    const int stream_; ///< the stream as it was
+    const int stream_; ///< the original stream
     const int taken_;
 };
 

@@ -9,9 +9,9 @@
 
 namespace storage::host {
 
-/// What the console says of one attempt to end a mount, for those who asked for the end.
+/// Collects the console's failures during one attempt to end a mount, for the process that requested the end.
 ///
-/// Borrows console and requests; observes the console as long as it lives. Thread safety: one object is for one thread.
+/// Borrows console and requests. Observes the console during its lifetime. Not thread-safe.
 class EndingReport final : public ConsoleObserver {
 public:
     EndingReport(Console& console, UnmountRequests& requests);
@@ -22,10 +22,10 @@ public:
     void failed(const Failure& failure) override;
     void progressed(const std::string& line) override;
 
-    /// The first failure, and how many there are besides.
+    /// The first failure and the number of others.
     std::string summary() const;
 
-    /// The failures, a line each. Of very many, the first ones.
+    /// The failures, one line each. Limited to the first ones.
     std::vector<std::string> lines() const;
 
 private:

@@ -14,7 +14,7 @@ namespace storage::host {
 
 namespace {
 
-/// What cannot be exported at the end is better known before anything is in the storage.
+/// Checks at the start whether the export at the end can succeed, before anything is in the storage.
 std::string requireWritable(std::string path) {
     const bool exists = std::filesystem::exists(path);
     const std::string folder = exists ? path : std::filesystem::path(path).parent_path().string();
@@ -27,7 +27,7 @@ std::string requireWritable(std::string path) {
     return path;
 }
 
-/// Puts back what was set aside, unless the export is complete.
+/// Undoes `setAside` in the destructor, unless the export was complete.
 class AsideGuard {
 public:
     explicit AsideGuard(ImportedTree& imported) : imported_(imported) {}
@@ -55,7 +55,7 @@ void ExitExport::run(MountedStorage& storage) {
     const AsideGuard guard(*imported_);
     imported_->setAside(storage, console_);
     copyTo(target_, storage);
-    if (console_.failuresOfCommand() == 0) { // otherwise the disk may hold the only copy of what was moved
+    if (console_.failuresOfCommand() == 0) { // otherwise the disk may hold the only copy of the moved entries
         imported_->removeMissing(storage, console_);
     }
 }

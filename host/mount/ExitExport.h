@@ -12,25 +12,25 @@
 
 namespace storage::host {
 
-/// Copies the content of a mounted storage to the folder of the disk where it is to end up.
+/// Exports the content of a mounted storage to a folder of the disk.
 ///
-/// Claims the folder as long as it lives. Borrows console and interruption. Thread safety: one object is for one thread.
+/// Claims the folder during its lifetime. Borrows console and interruption. Not thread-safe.
 class ExitExport {
 public:
     /// @param target  absolute path of a folder; its parent must exist
-    /// @throws CommandError when nothing could be exported to there
+    /// @throws CommandError when an export to the target could not succeed
     ExitExport(std::string target, Console& console, const Interruption& interruption);
 
-    /// What the storage does not have any more of what was imported from the target is removed there at the end.
+    /// Makes `run` also remove from the target what was imported from there and is no longer in the storage.
     void synchronize(ImportedTree imported) { imported_.emplace(std::move(imported)); }
 
     const std::string& target() const noexcept { return target_; }
 
-    /// Reports to the console what could not be exported.
+    /// Exports to the target. Reports failures to the console.
     /// @throws Interrupted
     void run(MountedStorage& storage);
 
-    /// The same, to another folder.
+    /// Exports to another folder, and only adds entries there.
     void copyTo(const std::string& folder, MountedStorage& storage) const;
 
 private:

@@ -13,10 +13,11 @@ namespace storage::host {
 
 namespace {
 
-/// Bytes that an imported entry takes in a provider and in the mount without its content: a little more than was measured.
+/// Memory that an imported entry takes in a provider and in the mount besides its content: slightly above the
+/// measured size.
 constexpr std::uint64_t sizeOfEntry = 1024;
 
-/// What the files of a tree take in the storage: no holes, and one content for all names of a file.
+/// The sizes that files take in the storage: holes do not count, and hard links count once.
 class ContentSizes {
 public:
     std::uint64_t of(const std::filesystem::path& path) {

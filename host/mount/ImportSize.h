@@ -6,8 +6,8 @@
 
 namespace storage::host {
 
-/// Refuses the import of a folder of the disk that does not fit into a storage, before anything is imported. What cannot
-/// be read counts nothing: the import reports it.
+/// Refuses the import of a folder of the disk that does not fit into a storage, before anything is imported.
+/// Unreadable entries do not count, because the import reports them.
 /// @throws CommandError names the folder, its size and the limit
 void requireRoomForImport(const StorageSpace& space, const std::string& folder);
 

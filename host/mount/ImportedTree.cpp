@@ -92,12 +92,12 @@ void ImportedTree::putBack() noexcept {
             return ::renameat2(above.number(), nameOf(aside.moved).c_str(), above.number(),
                                nameOf(aside.original).c_str(), RENAME_NOREPLACE) == 0;
         } catch (...) {
-            return false; // it stays beside its place
+            return false; // the entry keeps its temporary name
         }
     });
 }
 
-/// From the end on, so that folders come after what was in them.
+/// Iterates in reverse, so that folders come after their content.
 void ImportedTree::removeMissing(MountedStorage& storage, Console& console) {
     MountedPaths paths(storage);
     for (const Aside& aside : aside_) {
@@ -118,7 +118,7 @@ void ImportedTree::removeMissing(MountedStorage& storage, Console& console) {
     }
 }
 
-/// The folder in which an entry is, reached from the root without following links.
+/// Opens the folder of an entry, from the root without following links.
 FileDescriptor ImportedTree::folderOf(const std::string& path) const {
     auto folder = FileDescriptor::adopt(::openat(root_.number(), ".", noLinks), root_.path());
     for (std::size_t begin = 0, end = 0; (end = path.find('/', begin)) != std::string::npos;
@@ -134,7 +134,7 @@ FileDescriptor ImportedTree::folderOf(const std::string& path) const {
     return folder;
 }
 
-/// Whether the disk still has what was imported; a missing entry is not.
+/// Whether the entry on disk is still the imported one. Returns false for a missing entry.
 bool ImportedTree::isSame(const std::string& path, const Entry& entry) const {
     try {
         struct stat status {};
@@ -148,11 +148,11 @@ bool ImportedTree::isSame(const std::string& path, const Entry& entry) const {
         return status.st_dev == entry.device && status.st_ino == entry.inode &&
                entryKindOf(status.st_mode) == entry.kind && isUnchanged;
     } catch (const CommandError&) {
-        return false; // a folder above it is gone, or is a link
+        return false; // a parent folder is missing or a symbolic link
     }
 }
 
-/// Whether a folder holds nothing but what was imported.
+/// Whether a folder contains only imported entries.
 bool ImportedTree::isImportedThroughout(const std::string& path) const {
     if (entries_.at(path).kind != EntryKind::Folder) {
         return true;

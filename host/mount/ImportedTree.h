@@ -13,30 +13,31 @@
 
 namespace storage::host {
 
-/// What a storage took over from a folder of the disk, so that what the storage does not have any more can be removed there.
+/// The entries that were imported from a folder of the disk. Allows removing those from the disk that are no
+/// longer in the storage.
 ///
-/// An entry of the disk counts as imported only if it is still the same: kind, inode and device, unless it is a folder also size and
-/// time.
-/// Whatever else is there, or has appeared since, is never removed. Links are not followed.
+/// An entry of the disk counts as imported only if its kind, inode and device are unchanged, and except for
+/// folders also its size and time. All other entries, including new ones, are never removed. Links are not
+/// followed.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class ImportedTree {
 public:
     /// Lists a folder that is about to be imported.
     /// @throws CommandError
     explicit ImportedTree(const std::string& folder);
 
-    /// Forgets what the storage did not take over. To be called when it has been imported.
+    /// Forgets entries that were not imported. Call it after the import.
     void forgetSkipped(MountedStorage& storage);
 
-    /// Moves aside what is in the way because the storage has an entry of another kind in its place.
+    /// Renames imported entries on disk if the storage has an entry of another kind at the same path.
     void setAside(MountedStorage& storage, Console& console);
 
-    /// Undoes `setAside`, where nothing has taken the place yet.
+    /// Undoes `setAside`, except where the path is taken again.
     void putBack() noexcept;
 
-    /// Removes what was imported and is not in the storage any more, and what was set aside. Folders in which something else is
-    /// stay. Failures are reported to the console.
+    /// Removes from the disk imported entries that are no longer in the storage, and entries that were set
+    /// aside. Keeps folders that contain other entries. Reports failures to the console.
     void removeMissing(MountedStorage& storage, Console& console);
 
 private:
@@ -51,7 +52,7 @@ private:
         std::string original; ///< relative path
         std::string moved;    ///< relative path
     };
-    using Entries = std::map<std::string, Entry>; ///< by relative path: folders before what is in them
+    using Entries = std::map<std::string, Entry>; ///< by relative path: folders before their content
 
     void moveAside(const std::string& path);
     FileDescriptor folderOf(const std::string& path) const;
@@ -63,7 +64,7 @@ private:
     FileDescriptor root_;
     Entries entries_;
     std::vector<Aside> aside_;
-    unsigned nextAside_ = 0; ///< in the name of what is moved aside
+    unsigned nextAside_ = 0; ///< number in the next temporary name
 };
 
 } // namespace storage::host

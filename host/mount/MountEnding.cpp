@@ -11,14 +11,16 @@ namespace storage::host {
 
 namespace {
 
-/// Writes that the kernel accepted late are exported again, but a program that changes a mapped file never stops.
+/// Exports are repeated for writes that arrive late. The limit is for a program that never stops changing a
+/// mapped file.
 constexpr unsigned mostExports = 5;
 
-/// A disk that comes back, or a colleague who makes room, takes a moment. After that the content is safer elsewhere.
+/// Waiting helps when a disk comes back or gets free space. After that the content is safer in the rescue
+/// folder.
 constexpr std::array pausesAfterExports{std::chrono::seconds(1), std::chrono::seconds(2),
                                         std::chrono::seconds(0)};
 
-constexpr std::chrono::seconds retryPause(5); ///< when the rescue folder failed too
+constexpr std::chrono::seconds retryPause(5); ///< after the rescue folder failed too
 
 /// @return false if a signal has arrived
 bool pause(std::chrono::seconds length) {
@@ -44,7 +46,7 @@ MountEnding::MountEnding(std::string mountPoint, const FuseSession& session, Fus
 void MountEnding::run() {
     for (;;) {
         const FuseWorkers::End end = workers_.waitForEnd(requests_.descriptor());
-        Interruption::clear(); // what ends the mount does not end the export too
+        Interruption::clear(); // the signal that ends the mount must not cancel the export too
         console_.beginCommand("mount");
         if (end == FuseWorkers::End::Unmounted) {
             workers_.stop();
@@ -61,7 +63,7 @@ void MountEnding::run() {
     }
 }
 
-/// Ends the mount, or says why it stays.
+/// Ends the mount, or reports why it stays.
 MountEnding::Saved MountEnding::attempt() {
     requests_.begin();
     EndingReport report(console_, requests_);
@@ -70,9 +72,9 @@ MountEnding::Saved MountEnding::attempt() {
         return Saved::Yes;
     }
     if (workers_.hasEnded()) {
-        return Saved::No; // it was unmounted meanwhile
+        return Saved::No; // it has been unmounted meanwhile
     }
-    Interruption::clear(); // it has ended the export; the next one ends the mount
+    Interruption::clear(); // it has cancelled the export; the next one ends the mount
     exportFailed_ = true;
     writeNote("It is still mounted, and nothing is lost. When what is in the way has been repaired, "
               "'qzstorage unmount " +
@@ -114,7 +116,7 @@ void MountEnding::flush(MountFreeze& freeze) {
     });
 }
 
-/// The export first: it reads what programs saw, and settling fills holes.
+/// Exports before it settles: the export reads what programs saw, and settling fills holes.
 MountEnding::Saved MountEnding::save() {
     if (exitExport_ != nullptr) {
         try {
@@ -130,8 +132,8 @@ MountEnding::Saved MountEnding::save() {
     return Saved::Yes;
 }
 
-/// The mount is gone, so this is the only place where the content still is. A signal ends the waiting for the target; the
-/// next one, that for the rescue folder.
+/// The mount is gone, so memory holds the only copy of the content. A signal ends the attempts for the
+/// target; the next one ends those for the rescue folder.
 void MountEnding::saveUnmounted() {
     for (;;) {
         std::vector<std::string> reasons;
@@ -206,7 +208,7 @@ void MountEnding::writeNote(const std::string& state, const std::vector<std::str
     }
 }
 
-/// Whatever fails, there is nothing more to wait for. A storage that ends with the program needs no settling.
+/// Reports failures and continues, because there is nothing to wait for. A volatile storage is not settled.
 void MountEnding::settle() {
     if (!storage_.isLasting()) {
         return;

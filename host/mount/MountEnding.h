@@ -17,18 +17,18 @@
 
 namespace storage::host {
 
-/// Ends a mount without losing what programs wrote. The mount goes only when its content is exported. If it was unmounted
-/// already, the content stays in memory until it is exported, or rescued: written to another folder.
+/// Ends a mount without losing data. Unmounts only after the content has been exported. If it is already
+/// unmounted, the content stays in memory until it is exported or rescued: written to another folder.
 ///
-/// Borrows all that it is made with; workers must be serving. Thread safety: one object is for one thread.
+/// Borrows all constructor arguments. Precondition: the workers are running. Not thread-safe.
 class MountEnding {
 public:
-    /// @param exitExport  null if the content is not to be exported
+    /// @param exitExport  null if there is no export
     MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
                 MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests, ExitExport* exitExport,
                 RescueFolder& rescue, Console& console);
 
-    /// Waits until the mount is to end, and ends it. Reports to the console what went wrong.
+    /// Waits until the mount is to end, and ends it. Reports failures to the console.
     void run();
 
 private:

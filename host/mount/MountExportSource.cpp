@@ -34,7 +34,7 @@ public:
 private:
     using Seek = std::uint64_t (MountedStorage::*)(FileInode&, std::uint64_t);
 
-    /// Where the next data or the next hole begins; the end of the file if there is none.
+    /// The start of the next data or the next hole; the end of the file if there is none.
     std::uint64_t positionOf(Seek seek) {
         try {
             return (storage_.*seek)(file_, offset_);

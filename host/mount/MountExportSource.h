@@ -6,9 +6,9 @@
 
 namespace storage::host {
 
-/// A mounted storage as programs saw it.
+/// Exports a mounted storage as programs saw it.
 ///
-/// Borrows the storage, in which nothing changes meanwhile. Thread safety: one object is for one thread.
+/// Borrows the storage. Precondition: the storage does not change meanwhile. Not thread-safe.
 class MountExportSource final : public ExportSource {
 public:
     explicit MountExportSource(MountedStorage& storage) : storage_(storage), paths_(storage) {}

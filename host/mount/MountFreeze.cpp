@@ -6,8 +6,8 @@ namespace storage::host {
 
 namespace {
 
-/// Programs that never stop reading keep the workers busy. The kernel sends what it holds back in order, so when none of it
-/// has come for this long, there is none.
+/// Programs that never stop reading keep the workers busy. The kernel sends its write-back in order, so if
+/// none arrives for this long, none is left.
 constexpr std::chrono::seconds longestPause(1);
 
 } // namespace
@@ -35,7 +35,7 @@ void MountFreeze::invalidateAttributes() {
     }
 }
 
-/// The kernel hands over what it wrote back, but syncfs(2) does not wait until it has arrived.
+/// Needed because syncfs(2) does not wait until the write-back requests have been processed.
 void MountFreeze::drain() {
     std::uint64_t before = 0;
     do {

@@ -9,14 +9,14 @@
 
 namespace storage::host {
 
-/// Keeps a mounted storage as it is, for as long as the object lives: programs can read, and their changes fail with EROFS.
+/// Freezes a mounted storage during its lifetime: programs can read, and their changes fail with EROFS.
 ///
-/// The kernel accepts most writes without a request. So the attributes of all files that it refers to are invalidated:
-/// before each write it asks for them then, and gets the failure. What it accepted before comes with `flush`. A write
-/// that was under way, or to a file that the kernel looked up at that moment, may still be accepted; the next `flush`
-/// brings it.
+/// The kernel accepts most writes without a request. So the attributes of all files that it refers to are
+/// invalidated: then it requests them before each write, and gets the error. `flush` brings the writes that
+/// it accepted before. A concurrent write, or a write to a file that the kernel looked up at that moment, may
+/// still be accepted; the next `flush` brings it.
 ///
-/// Borrows all that it is made with; workers must be serving. Thread safety: one object is for one thread.
+/// Borrows all constructor arguments. Precondition: the workers are running. Not thread-safe.
 class MountFreeze {
 public:
     MountFreeze(const FuseSession& session, FuseWorkers& workers, MountedStorage& storage, ChangeGate& gate);
@@ -26,11 +26,12 @@ public:
 
     enum class Reached { Yes, No };
 
-    /// Waits until the storage has everything that programs wrote.
+    /// Waits until the storage has all data that programs wrote.
     /// @return whether the mount could be reached
     Reached flush();
 
-    /// Number of changes that have arrived since the first freeze of this mount: as long as it is the same, the storage is.
+    /// Number of late changes since the first freeze of this mount. While it is constant, the storage does
+    /// not change.
     std::uint64_t lateChanges() const noexcept { return gate_.lateChanges(); }
 
 private:

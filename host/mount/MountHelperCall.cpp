@@ -15,7 +15,7 @@ bool isHelper(std::string_view program) {
     return program.substr(program.rfind('/') + 1) == helperName;
 }
 
-/// Reads the words of mount(8), which may put options before and behind the others.
+/// Parses the arguments of mount(8), which may put options before and after the operands.
 class Reader {
 public:
     explicit Reader(std::span<const char* const> words) : rest_(words) {}
@@ -43,7 +43,7 @@ private:
         return word;
     }
 
-    /// Letters of options, of which the last one may take the next word.
+    /// Parses option letters. The last one may use the next argument as its value.
     void readFlags(std::string_view letters) {
         for (; !letters.empty(); letters.remove_prefix(1)) {
             switch (letters.front()) {
@@ -53,13 +53,13 @@ private:
             case 'f':
                 isFake_ = true;
                 break;
-            case 'n': // keeps no list of mounts
-            case 'v': // says all that there is to say anyway
+            case 'n': // -n: no entry in mtab; there is none
+            case 'v': // -v: verbose; has no effect
                 break;
             case 'o':
                 list_ += ',' + value(letters);
                 return;
-            case 't': // how mount(8) came here
+            case 't': // -t: the type, by which mount(8) found this helper
                 value(letters);
                 return;
             default:

@@ -6,13 +6,13 @@
 
 namespace storage::host {
 
-/// What mount(8) asks for when it calls the program by the name under which it looks for a helper,
-/// `mount.fuse.qzstorage SOURCE MOUNTPOINT [-sfnv] [-o OPTIONS] [-t TYPE]`. A value.
+/// The command line with which mount(8) calls the program as its helper, `mount.fuse.qzstorage SOURCE
+/// MOUNTPOINT [-sfnv] [-o OPTIONS] [-t TYPE]`. A value.
 struct MountHelperCall {
-    std::vector<std::string> words; ///< of the command line that does the same
+    std::vector<std::string> words; ///< the equivalent command line of the program
     bool isFake = false;            ///< only check the command line
 
-    /// Nothing when the program was called by another name.
+    /// Returns nothing when the program was called by another name.
     /// @throws UsageError
     static std::optional<MountHelperCall> of(int argc, const char* const* argv);
 };

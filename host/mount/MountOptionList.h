@@ -6,8 +6,8 @@
 
 namespace storage::host {
 
-/// Applies the options of a list as mount(8) and fstab(5) have them, separated by commas. A later one overrides an earlier
-/// one. With "sloppy" among them, unknown ones are ignored. Paths stay as they are written.
+/// Applies a comma-separated list of options of mount(8) and fstab(5). A later option overrides an earlier
+/// one. If the list contains "sloppy", unknown options are ignored. Paths are not converted.
 /// @throws UsageError
 void applyOptionList(std::string_view list, MountOptions& options);
 

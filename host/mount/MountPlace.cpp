@@ -19,9 +19,10 @@ namespace storage::host {
 namespace {
 
 constexpr int shareOfDirtyPages =
-    5; ///< percent of the dirty pages of all devices together; FUSE mounts start with 1
+    5; ///< percentage of the dirty pages of all devices; FUSE mounts start with 1
 
-/// The device of what stands at a path; 0 when nothing can be said. Asks nobody: the mount itself might not answer.
+/// The device at a path; 0 if it cannot be determined. Does not send a request to a file system, because the
+/// mount itself might not answer.
 dev_t deviceAt(const std::string& path) {
     struct statx status {};
     if (::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC | AT_NO_AUTOMOUNT, STATX_TYPE, &status) != 0) {
@@ -30,7 +31,7 @@ dev_t deviceAt(const std::string& path) {
     return makedev(status.stx_dev_major, status.stx_dev_minor);
 }
 
-/// A field of the kernel's list of mounts, in which blanks and backslashes are octal numbers behind a backslash.
+/// Decodes a field of /proc/self/mountinfo, in which blanks and backslashes are octal escapes.
 std::string unescaped(const std::string& field) {
     constexpr std::size_t digits = 3;
     std::string text;
@@ -45,7 +46,7 @@ std::string unescaped(const std::string& field) {
     return text;
 }
 
-/// Runs a program to its end, whatever comes of it.
+/// Runs a program and waits for its end. Ignores failures.
 void run(std::vector<std::string> words) {
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);
@@ -60,12 +61,12 @@ void run(std::vector<std::string> words) {
     }
 }
 
-/// The path of what a descriptor refers to, whatever is at its name by now.
+/// A path to the file of a descriptor, also after it was renamed or replaced.
 std::string pathOf(const FileDescriptor& file) {
     return fmt::format("/proc/self/fd/{}", file.number());
 }
 
-/// The path at which programs find the mount of a device; nothing when there is none, or something is mounted over it.
+/// The path of the mount of a device; nothing if there is none or another mount covers it.
 std::optional<std::string> pathOfMount(dev_t device) {
     const std::string wanted = fmt::format("{}:{}", major(device), minor(device));
     std::ifstream mounts("/proc/self/mountinfo");
@@ -84,13 +85,13 @@ std::optional<std::string> pathOfMount(dev_t device) {
     return std::nullopt;
 }
 
-/// Whether the kernel still sends requests: not after the mount has been taken away.
+/// Whether the connection to the kernel is open. It is closed after the unmount.
 bool isOpen(int connection) {
     pollfd state{connection, POLLIN, 0};
     return ::poll(&state, 1, 0) >= 0 && (state.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
-/// The number behind a name in a list of options.
+/// The number after a name in a list of options.
 std::optional<unsigned> numberIn(const std::string& options, const std::string& name) {
     const std::size_t place = ("," + options).find("," + name + "=");
     if (place == std::string::npos) {
@@ -142,8 +143,8 @@ void MountPlace::takeAway() const {
     }
 }
 
-/// The root of the mount, under the path at which programs find it now. While the result exists, the mount keeps its device
-/// number; that it is this mount's is certain only if the connection is open after that.
+/// Opens the root of the mount at its current path. While the result exists, the device number is not reused.
+/// The connection is checked after that, so the root is certainly that of this mount.
 std::optional<FileDescriptor> MountPlace::open() const {
     const auto path = pathOfMount(device_);
     const int number = path ? ::open(path->c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC) : -1;
@@ -172,7 +173,8 @@ std::optional<MountOwner> ownerOfMountAt(const std::string& path) {
         const auto user = numberIn(options, "user_id");
         const auto group = numberIn(options, "group_id");
         owner =
-            user && group ? std::optional(MountOwner{*user, *group}) : std::nullopt; // the last one is on top
+            // the last line is the topmost mount
+            user && group ? std::optional(MountOwner{*user, *group}) : std::nullopt;
     }
     return owner;
 }

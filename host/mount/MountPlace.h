@@ -9,35 +9,35 @@
 
 namespace storage::host {
 
-/// The mount of one connection to the kernel. Folders above it may be renamed and other mounts made over it, so it is found
-/// by its device.
+/// The mount of one connection to the kernel. Its parent folders may be renamed and other mounts may cover
+/// it, so it is identified by its device number.
 ///
-/// The kernel gives the device number of a mount that is gone to the next one. So the number counts only while the
-/// connection is open: as long as it is, the device is this mount's. Borrows the connection. A value.
+/// The kernel reuses the device number of a mount that is gone. So the number is valid only while the
+/// connection is open. Borrows the connection. A value.
 class MountPlace {
 public:
     /// No mount.
     MountPlace() = default;
 
-    /// @param path        where the mount has just been made
-    /// @param connection  the descriptor of /dev/fuse that answers it
+    /// @param path        path of the new mount
+    /// @param connection  the descriptor of /dev/fuse that serves it
     MountPlace(const std::string& path, int connection);
 
-    /// Lets the kernel hold back more dirty pages of this mount than of untrusted mounts by default, so that programs and
-    /// write-back work side by side instead of taking turns. Only root may set that; for other users nothing changes.
+    /// Raises the kernel's limit of dirty pages for this mount above the default of untrusted mounts, so that
+    /// programs and write-back run concurrently. Has no effect without root.
     void raiseWriteBackLimit() const;
 
-    /// Limits the dirty pages of this mount. Only root may set that, and kernels before 6.2 cannot; then nothing changes.
-    /// @param bytes  at most
+    /// Limits the dirty pages of this mount. Has no effect without root and before Linux 6.2.
+    /// @param bytes  upper limit
     void limitDirtyPages(std::uint64_t bytes) const;
 
-    /// Makes the kernel send what programs have written. Somebody must be answering it meanwhile, and may still be when
-    /// this returns.
-    /// @return whether the mount could be reached: not when it is gone, or something else is mounted over it
+    /// Makes the kernel write back the data that programs have written. Precondition: other threads process
+    /// its requests meanwhile. Some may still be unprocessed on return.
+    /// @return whether the mount could be reached: false if it is gone or another mount covers it
     bool writeBack() const;
 
-    /// Unmounts this mount, at once if no program uses it, else lazily. Does nothing when it is gone already, or when
-    /// something else is mounted over it.
+    /// Unmounts, lazily if a program uses the mount. Does nothing if the mount is gone or another mount
+    /// covers it.
     void takeAway() const;
 
 private:
@@ -54,8 +54,8 @@ struct MountOwner {
     gid_t group;
 };
 
-/// Who has mounted what programs find at a path, if it is a FUSE mount.
-/// @param path  as the kernel knows it, without links
+/// The user who mounted the file system at a path, if it is a FUSE mount.
+/// @param path  absolute, without symbolic links
 std::optional<MountOwner> ownerOfMountAt(const std::string& path);
 
 } // namespace storage::host

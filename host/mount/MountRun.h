@@ -8,8 +8,8 @@
 
 namespace storage::host {
 
-/// Mounts a storage of its own and serves it until somebody unmounts it or a signal asks for the end. Failures are
-/// reported to the console, but `OutputError` passes.
+/// Mounts a new storage and serves it until it is unmounted or a signal ends it. Reports failures to the
+/// console, but does not catch `OutputError`.
 /// @param plugin  path of the storage's plug-in
 ExitStatus runMount(const std::string& plugin, const MountOptions& options, Console& console);
 

@@ -13,7 +13,8 @@ namespace storage::host {
 
 namespace {
 
-/// More threads than processors would only take turns, and one alone would let a long write hold up everybody.
+/// More threads than processors have no use. With a single thread, a long write would block all other
+/// requests.
 unsigned usualThreads() {
     return std::clamp(std::thread::hardware_concurrency(), 2U, 8U);
 }
@@ -22,7 +23,7 @@ std::string absolute(const std::string& path) {
     if (path.empty()) {
         throw UsageError("the path of a folder is empty");
     }
-    // As it is written otherwise: ".." behind a link leads elsewhere than the text says.
+    // Keeps "..", because after a symbolic link it does not lead to the textual parent.
     const std::string whole = std::filesystem::absolute(path);
     return whole.substr(0, std::max<std::size_t>(whole.find_last_not_of('/') + 1, 1));
 }
@@ -77,7 +78,7 @@ std::optional<MountOptions> MountSyntax::result() const {
     return options;
 }
 
-/// They override those of lists.
+/// Options of the command line override those of lists.
 void MountSyntax::applyOwnOptions(MountOptions& options) const {
     options.importFrom = import_ ? import_ : options.importFrom;
     if (export_) {

@@ -12,10 +12,10 @@ class App;
 
 namespace storage::host {
 
-/// The options of `mount`, to be read by the library and then made a value.
+/// The options of `mount`: registers them with the command-line parser and converts the result to a value.
 ///
-/// Borrows the application, which refers to it: both must stay until the command line has been read. Thread safety: one
-/// object is for one thread.
+/// Borrows the application, which refers to this object. Both must exist until the command line is parsed.
+/// Not thread-safe.
 class MountSyntax {
 public:
     explicit MountSyntax(CLI::App& app);
@@ -23,7 +23,7 @@ public:
     MountSyntax& operator=(const MountSyntax&) = delete;
     ~MountSyntax() = default;
 
-    /// Nothing when the command line is another subcommand's.
+    /// Returns nothing if the command line has another subcommand.
     /// @throws UsageError
     std::optional<MountOptions> result() const;
 

@@ -23,7 +23,7 @@ namespace {
 constexpr const char* noteName = "/note.txt";
 constexpr mode_t privateFolder = 0700;
 
-/// "fast-20261122-130501-4711" for a mount point that ends in "fast".
+/// For example "fast-20261122-130501-4711" for a mount point that ends in "fast".
 std::string nameFor(const std::string& mountPoint) {
     const std::time_t now = std::time(nullptr);
     std::tm utc{};
@@ -56,7 +56,7 @@ bool RescueFolder::baseHasNotes() const {
 
 void RescueFolder::write(const std::vector<std::string>& lines) {
     std::error_code error;
-    std::filesystem::create_directories(base_, error); // what is wrong, making the folder in it reports
+    std::filesystem::create_directories(base_, error); // creating the folder in it reports errors
     makeFolder(path_);
     WritableFolder base(FileDescriptor(base_, O_RDONLY | O_DIRECTORY), WritableFolder::ReadOnly::Respect);
     TemporaryDiskFile note(base, std::filesystem::path(path_).filename().string() + noteName);
@@ -68,7 +68,7 @@ void RescueFolder::write(const std::vector<std::string>& lines) {
 
 void RescueFolder::removeNote() noexcept {
     ::unlink((path_ + noteName).c_str());
-    ::rmdir(path_.c_str()); // unless there is content
+    ::rmdir(path_.c_str()); // fails if there is content
 }
 
 } // namespace storage::host

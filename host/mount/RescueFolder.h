@@ -5,30 +5,30 @@
 
 namespace storage::host {
 
-/// Where a mount leaves what it could not export, with a note: a folder of its own below a base folder, made when it is first
-/// needed and readable by its owner only.
+/// The folder for content that a mount could not export, with a note: a subfolder of a base folder, created
+/// on first use and readable by its owner only.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class RescueFolder {
 public:
-    /// @param base        absolute path; made when it is needed
+    /// @param base        absolute path; created on first use
     /// @param mountPoint  of the mount
     RescueFolder(std::string base, const std::string& mountPoint);
 
     const std::string& base() const noexcept { return base_; }
     const std::string& path() const noexcept { return path_; }
 
-    /// Where the content goes.
+    /// The path for the content.
     std::string content() const { return path_ + "/content"; }
 
-    /// Whether something is there, of this mount or of an earlier one.
+    /// Whether the base folder has notes, of this mount or of an earlier one.
     bool baseHasNotes() const;
 
-    /// Writes the note, in place of an earlier one.
+    /// Writes the note, or replaces an earlier one.
     /// @throws CommandError
     void write(const std::vector<std::string>& lines);
 
-    /// Removes the note. What else is there stays.
+    /// Removes the note, and the folder if it has no content.
     void removeNote() noexcept;
 
 private:

@@ -5,9 +5,10 @@
 
 namespace storage::host {
 
-/// An output whose lines go to the system's log, as errors: for a program that has no terminal any more.
+/// An output stream buffer that writes lines to the system log, as errors. For a program that has no terminal
+/// any more.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class SystemLog : public std::streambuf {
 protected:
     int_type overflow(int_type character) override;

@@ -9,35 +9,38 @@
 
 namespace storage::host {
 
-/// Where those who ask for the end of a mount meet the thread that ends it.
+/// Passes requests to end a mount, and the status of the end, between the requesting threads and the thread
+/// that ends it.
 ///
-/// Owns the status of the end. Thread-safe; `begin`, `progress`, `fail` and `finish` are for the thread that ends the mount.
+/// Owns the status. Thread-safe; `begin`, `progress`, `fail` and `finish` are for the thread that ends the
+/// mount.
 class UnmountRequests {
 public:
     /// @throws std::system_error
     UnmountRequests() = default;
 
-    /// Asks for the end, unless it is under way. @return the status, with the number of this attempt
+    /// Requests the end, unless an attempt is running.
+    /// @return the status, with the number of this attempt
     UnmountStatus start();
 
     /// @return the status of the last attempt
     UnmountStatus status();
 
-    /// Readable when somebody has asked for the end and no attempt has begun since.
+    /// Readable if the end was requested and no attempt has begun since.
     int descriptor() const noexcept { return requested_.descriptor(); }
 
-    /// An attempt begins, asked for or not.
+    /// Notes that an attempt begins, requested or not.
     void begin();
 
-    /// @param text  how far the attempt is
+    /// @param text  the progress of the attempt
     void progress(std::string_view text);
 
-    /// The attempt has failed.
-    /// @param text  why
+    /// Notes that the attempt has failed.
+    /// @param text  the reason
     void fail(std::string_view text);
 
-    /// The attempt has succeeded and the mount is about to go. Waits until all who asked for it have got to know, but not
-    /// for long: some may have gone.
+    /// Notes that the attempt has succeeded and the mount is about to go. Waits until all requesters have
+    /// received that, with a short time limit: some may have gone.
     void finish();
 
 private:
@@ -49,7 +52,7 @@ private:
     Mutex mutex_;
     std::condition_variable_any told_;
     UnmountStatus status_ QZFL_GUARDED_BY(mutex_);
-    unsigned asking_ QZFL_GUARDED_BY(mutex_) = 0; ///< those who wait for the result of the attempt
+    unsigned asking_ QZFL_GUARDED_BY(mutex_) = 0; ///< requesters that wait for the result of the attempt
 };
 
 } // namespace storage::host

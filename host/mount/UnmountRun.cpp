@@ -27,7 +27,7 @@ constexpr std::chrono::milliseconds pauseBetweenQuestions(50);
 
 using Stage = UnmountStatus::Stage;
 
-/// A mount of another user answers that user only. A superuser may do what that user may.
+/// A mount of another user serves only that user. Root switches to that user.
 void becomeOwnerOfMount(const std::string& mountPoint) {
     const auto owner = ::geteuid() == 0 ? ownerOfMountAt(mountPoint) : std::nullopt;
     if (owner && owner->user != 0 &&
@@ -37,7 +37,7 @@ void becomeOwnerOfMount(const std::string& mountPoint) {
     }
 }
 
-/// By the path that the kernel knows, which needs no permission for the mount itself.
+/// Resolves only the parent, because the mount itself may be inaccessible.
 std::string resolvedParent(const std::string& path) {
     std::error_code error;
     const std::filesystem::path whole = std::filesystem::absolute(diskOperand(path));
@@ -60,7 +60,7 @@ FileDescriptor openMount(const std::string& mountPoint) {
     return root;
 }
 
-/// @return nothing when the mount has gone
+/// @return nothing if the mount has gone
 std::optional<UnmountStatus> ask(const FileDescriptor& root, unsigned long request) {
     UnmountStatus status;
     if (::ioctl(root.number(), request, &status) == 0) {
@@ -77,7 +77,7 @@ std::optional<UnmountStatus> ask(const FileDescriptor& root, unsigned long reque
                                              : diskError(root.path(), errno);
 }
 
-/// Takes the progress off the terminal when it is destroyed.
+/// Clears the progress line in its destructor.
 class ProgressLine {
 public:
     explicit ProgressLine(Console& console) : console_(console) {}

@@ -7,9 +7,9 @@
 
 namespace storage::host {
 
-/// Ends a mount: asks the program that serves it, shows how far the export is, and waits for its end. Failures are reported
-/// to the console.
-/// @return Failure if the storage stays mounted, or not everything was exported
+/// Ends a mount: sends the request to the program that serves it, shows the progress of the export, and waits
+/// for the end. Reports failures to the console.
+/// @return Failure if the storage stays mounted or not everything was exported
 ExitStatus runUnmount(const std::string& mountPoint, Console& console);
 
 } // namespace storage::host

@@ -9,10 +9,10 @@ class App;
 
 namespace storage::host {
 
-/// The operand of `unmount`, to be read by the library and then made a value.
+/// The operand of `unmount`: registers it with the command-line parser and returns its value.
 ///
-/// Borrows the application, which refers to it: both must stay until the command line has been read. Thread safety: one
-/// object is for one thread.
+/// Borrows the application, which refers to this object. Both must exist until the command line is parsed.
+/// Not thread-safe.
 class UnmountSyntax {
 public:
     explicit UnmountSyntax(CLI::App& app);
@@ -20,7 +20,7 @@ public:
     UnmountSyntax& operator=(const UnmountSyntax&) = delete;
     ~UnmountSyntax() = default;
 
-    /// The path of the mount point; nothing when the command line is another subcommand's.
+    /// The path of the mount point; nothing if the command line has another subcommand.
     std::optional<std::string> result() const;
 
 private:
