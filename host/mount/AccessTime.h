@@ -4,8 +4,9 @@
 
 namespace storage::host {
 
-/// An entry is being read: sets its access time if that is not later than its other times, or a day old, as file systems
-/// mounted with relatime do. Requires the inode's guard and attributes that are known.
+/// Sets the access time of an entry that is read, if that time is not later than its other times or is a day
+/// old, as with the mount option relatime. Precondition: the inode's guard is held and its attributes are
+/// known.
 void noteAccess(Inode& inode);
 
 } // namespace storage::host

@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// A time in 12 bytes, where a `timespec` takes 16: each inode has four. A value.
+/// A time in 12 bytes instead of the 16 of `timespec`: each inode has four. A value.
 class CompactTime {
 public:
     constexpr CompactTime() = default;

@@ -9,12 +9,13 @@ namespace storage::host {
 
 constexpr std::size_t longestEntryName = 255; ///< bytes, as on every Linux file system
 
-/// The name that a storage keeps for what a program calls `name`.
+/// Converts a program's name of an entry to its name in the storage.
 /// @throws ErrnoError ENAMETOOLONG
 std::u16string storageNameOf(std::string_view name);
 
-/// The name by which programs can reach an entry of the storage; nothing for an entry that they cannot name: one
-/// with unpaired surrogates that stand for no bytes, with a zero or a slash in it, one called "." or "..", without a name, or too long.
+/// Converts the name of an entry in the storage to the name for programs. Returns nothing if programs cannot
+/// name the entry: the name is empty, too long, "." or "..", contains a zero or a slash, or contains unpaired
+/// surrogates that do not stand for bytes.
 std::optional<std::string> programNameOf(std::u16string_view name);
 
 } // namespace storage::host

@@ -8,20 +8,21 @@
 
 namespace storage::host {
 
-/// The extended attributes of one entry, xattr(7): names and values, each up to 64 KiB in all. Names begin with "user.",
-/// "trusted." or "security.". A value.
+/// The extended attributes of one entry, xattr(7). All names together are limited to 64 KiB, and so are all
+/// values. Names begin with "user.", "trusted." or "security.". A value.
 class ExtendedAttributeSet {
 public:
     enum class Names { All, OfOrdinaryUsers };
 
-    /// Room that an attribute takes beside its name and value, roughly. Bytes.
+    /// Approximate memory overhead of an attribute besides its name and value, in bytes.
     static constexpr std::size_t overhead = 160;
 
-    /// @throws ErrnoError EOPNOTSUPP for a name that begins with something else, EINVAL if nothing follows
+    /// @throws ErrnoError EOPNOTSUPP for a name with another prefix, EINVAL for a prefix alone
     static void requireName(std::string_view name);
 
     /// @param flags  of setxattr(2)
-    /// @throws ErrnoError EEXIST and ENODATA by the flags, ENOSPC if that would be too many bytes; with nothing changed
+    /// @throws ErrnoError EEXIST and ENODATA by the flags, ENOSPC if the limit would be exceeded; nothing is
+    ///     changed then
     void set(std::string_view name, std::string_view value, int flags);
 
     /// @throws ErrnoError ENODATA
@@ -32,7 +33,7 @@ public:
 
     std::size_t count() const noexcept { return values_.size(); }
 
-    /// The names, each with a zero byte behind it.
+    /// The names, each terminated by a zero byte.
     std::string list(Names wanted) const;
 
 private:
@@ -41,7 +42,7 @@ private:
     Values::const_iterator require(std::string_view name) const;
 
     Values values_;
-    std::size_t namesSize_ = 0; ///< bytes, with the zero bytes of a list
+    std::size_t namesSize_ = 0; ///< bytes, including the zero terminators
     std::size_t valuesSize_ = 0;
 };
 

@@ -16,10 +16,10 @@ namespace {
 
 constexpr std::size_t zerosAtOnce = 1U << 20U; ///< bytes
 
-/// Bytes that a provider holds twice when it copies a file that grows to a larger block, at the most.
+/// Upper bound of the bytes that a provider holds twice when it moves a growing file to a larger block.
 constexpr std::uint64_t copiedByProvider = 2U << 20U;
 
-/// Of a stream that failed.
+/// After a failure of the stream.
 constexpr std::uint64_t unknownPosition = std::numeric_limits<std::uint64_t>::max();
 
 /// The part of an extent that lies in a range of bytes.
@@ -55,7 +55,7 @@ void FileBytes::readStored(std::uint64_t offset, std::span<char> buffer) {
     open_.position = offset + buffer.size();
 }
 
-/// A provider that has no memory for a file's bytes is a full file system to the program that writes.
+/// If the provider's allocation fails, the program gets ENOSPC, as on a full file system.
 void FileBytes::put(std::uint64_t offset, std::span<const char> bytes) {
     file_.isBeingCopied = false;
     stand(offset);
@@ -79,7 +79,7 @@ void FileBytes::putZeros(std::uint64_t offset, std::uint64_t end) {
     }
 }
 
-/// @param newPages  that the file gets
+/// @param newPages  pages that are added to the file
 void FileBytes::requireRoom(std::uint64_t storedBytes, std::uint64_t newPages) {
     space_.quota().requirePages(newPages);
     if (storedBytes > file_.storedSize) {
@@ -116,8 +116,9 @@ void FileBytes::write(std::uint64_t offset, std::span<const char> bytes) {
     file_.sparse ? writeSparse(offset, bytes) : writeDense(offset, bytes);
 }
 
-/// Appends first: if there is no room for that, nothing has been overwritten. A gap before the offset is filled with zeros:
-/// a stream would append the bytes. That also overwrites the slack of a truncation.
+/// Appends first: if there is no room for that, nothing has been overwritten. Fills a gap before the offset
+/// with zeros, because a stream would append the bytes at its end. That also overwrites slack of an earlier
+/// truncation.
 void FileBytes::writeDense(std::uint64_t offset, std::span<const char> bytes) {
     const std::uint64_t end = offset + bytes.size();
     requireRoom(end, pagesOf(std::max(end, file_.attributes.size)) - file_.pages());
@@ -132,8 +133,8 @@ void FileBytes::writeDense(std::uint64_t offset, std::span<const char> bytes) {
     file_.attributes.size = std::max(file_.attributes.size, end);
 }
 
-/// New pages come first: if there is no room for them, nothing has been overwritten. They belong to the file when nothing can
-/// fail any more.
+/// Writes new pages first: if there is no room for them, nothing has been overwritten. They become part of
+/// the file when nothing can fail any more.
 void FileBytes::writeSparse(std::uint64_t offset, std::span<const char> bytes) {
     SparseMap& map = *file_.sparse;
     const std::uint64_t end = offset + bytes.size();
@@ -154,7 +155,7 @@ void FileBytes::writeSparse(std::uint64_t offset, std::span<const char> bytes) {
     dropDenseMap(file_);
 }
 
-/// Whole pages, in the order in which they are stored: the storage cannot have gaps.
+/// Writes whole pages in the order in which they are stored, because the storage cannot have gaps.
 void FileBytes::putNewPages(const SparseMap::Extent& extent, std::uint64_t offset,
                             std::span<const char> bytes) {
     const ExtentPart part(extent, offset, offset + bytes.size());
@@ -164,7 +165,7 @@ void FileBytes::putNewPages(const SparseMap::Extent& extent, std::uint64_t offse
     putZeros(part.stored + part.size(), storedEnd);
 }
 
-/// Clears what follows the size in its page, up to `end`.
+/// Zeroes the bytes from the size to the end of its page, or to `end` if that is less.
 void FileBytes::clearTail(std::uint64_t end) {
     const std::uint64_t size = file_.attributes.size;
     if (end <= size || size % pageSize == 0) {
@@ -178,7 +179,7 @@ void FileBytes::clearTail(std::uint64_t end) {
     }
 }
 
-/// The last page becomes a whole one.
+/// Pads the last page to a whole one.
 void FileBytes::makeSparse() {
     const std::uint64_t pages = pagesOf(file_.attributes.size);
     requireRoom(pages * pageSize, 0);
@@ -224,7 +225,7 @@ std::uint64_t FileBytes::holesIn(PageRange range) const noexcept {
     return PageRange{std::max(range.first, pagesOf(file_.attributes.size)), range.end}.count();
 }
 
-/// What was reserved before shows as data afterwards, as in tmpfs.
+/// Pages that were reserved before show as data afterwards, as in tmpfs.
 void FileBytes::reserve(PageRange range, std::uint64_t needed, std::vector<PageRange>& added) {
     if (!file_.sparse && holesIn(range) == 0) {
         return;

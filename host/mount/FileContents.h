@@ -13,12 +13,13 @@
 
 namespace storage::host {
 
-/// Reads, writes and resizes files the way programs expect it, through streams that support neither holes nor truncation.
-/// A file may hold slack in the storage, see `FileInode`. `FileBytes` makes the single steps; this class acquires the locks,
-/// releases them between the steps of what takes long, and copies files to free their slack.
+/// Reads, writes and resizes files with POSIX semantics, on streams that support neither holes nor
+/// truncation. A file may have slack in the storage, see `FileInode`. `FileBytes` implements the single
+/// steps. This class acquires the locks, releases them between the steps of long operations, and copies files
+/// to free their slack.
 ///
-/// Borrows provider, tree, guards and space. Offsets and sizes are in bytes. Functions without a `LockedTree` acquire
-/// the locks themselves. Thread-safe.
+/// Borrows provider, tree, guards and space. Offsets and sizes are in bytes. Functions without a `LockedTree`
+/// acquire the locks themselves. Thread-safe.
 class FileContents {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -27,73 +28,76 @@ public:
     FileContents(const IProvider& provider, InodeTree& tree, InodeGuards& guards, StorageSpace& space)
         : provider_(provider), tree_(tree), guards_(guards), space_(space) {}
 
-    /// To be held by `resize`; the other functions take their turn themselves.
+    /// Required by `resize`. The other functions acquire their turn themselves.
     StorageSpace::Turn turn() { return StorageSpace::Turn(space_); }
 
     /// Reads from `offset` on.
     /// @return number of bytes; fewer than requested only at the end of the file
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer);
 
-    /// Whether st_blocks as the kernel has it is near enough to what it would be shown now. It asks for attributes only when
-    /// they are invalidated, and before each write to a file whose attributes are.
+    /// Whether the kernel's cached st_blocks is close enough to the current value. The kernel requests
+    /// attributes only after they were invalidated, and before each write to a file with invalid attributes.
     enum class ShownBlocks { Current, Outdated };
 
     /// Writes all of `bytes` at `offset`.
-    /// @throws ErrnoError ENOSPC when there is no room, with the file as programs see it unchanged
+    /// @throws ErrnoError ENOSPC when there is no room; the content visible to programs is unchanged
     ShownBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
 
-    /// The pages that the file takes, to be shown to the kernel. The file's guard must be held.
+    /// The number of pages of the file, and notes it as shown to the kernel. Precondition: the file's guard
+    /// is held.
     static std::uint64_t showPages(const FileInode& file) noexcept;
 
-    /// Whether the program has given up a request. Asked between the steps of a long one.
+    /// Whether the program has cancelled the request. Called between the steps of a long operation.
     using IsInterrupted = std::function<bool()>;
 
-    /// fallocate(2): reserves room, makes a hole or overwrites with zeros. Other requests go on between the steps of a long one.
+    /// Implements fallocate(2): reserves room, makes a hole or overwrites with zeros. Other requests run
+    /// between the steps of a long operation.
     /// @param mode  FALLOC_FL_*
-    /// @throws ErrnoError EOPNOTSUPP for an unknown mode; ENOSPC when there is no room, EINTR; with the file as programs see it
-    ///         unchanged, unless it was being overwritten with zeros
+    /// @throws ErrnoError EOPNOTSUPP for an unknown mode; ENOSPC when there is no room, EINTR; the content
+    ///     visible to programs is unchanged, except when it was being overwritten with zeros
     void allocate(FileInode& file, int mode, std::uint64_t offset, std::uint64_t length,
                   const IsInterrupted& isInterrupted);
 
-    /// The first byte from `offset` on that is not in a hole.
+    /// The first byte at or after `offset` that is not in a hole.
     /// @throws ErrnoError ENXIO if there is none
     std::uint64_t seekData(FileInode& file, std::uint64_t offset);
 
-    /// The first byte from `offset` on that is in a hole, or the size.
+    /// The first byte at or after `offset` that is in a hole, or the size.
     /// @throws ErrnoError ENXIO beyond the end
     std::uint64_t seekHole(FileInode& file, std::uint64_t offset);
 
-    /// Frees most of the pages beyond `size` of a file that has many extents, in steps between which the locks are released, so
-    /// that `resize` does not hold them for long.
+    /// Frees most pages beyond `size` if the file has many extents. Releases the locks between the steps, so
+    /// that `resize` holds them only briefly.
     void prepareToShrink(FileInode& file, std::uint64_t size);
 
-    /// Sets the size. The attributes must be known.
-    /// @throws ErrnoError ENOSPC when there is no room, with the file unchanged
+    /// Sets the size. Precondition: the attributes are known.
+    /// @throws ErrnoError ENOSPC when there is no room; the file is unchanged then
     void resize(const LockedTree& tree, FileInode& file, InodeGuards::Held& held, std::uint64_t size);
 
-    /// Frees the file's slack in the storage if there is much of it.
+    /// Frees the file's slack in the storage if there is enough of it.
     void trimSlack(FileInode& file) noexcept;
 
-    /// Makes the storage hold what programs see: neither holes nor slack, and the same time.
-    /// @throws ErrnoError ENOSPC for a file with holes for which there is no room, which stays as it is
+    /// Makes the stored file equal to what programs see: no holes, no slack, the same time.
+    /// @throws ErrnoError ENOSPC if there is no room to fill the holes; the file is unchanged then
     void settle(const ExclusiveTree& tree, FileInode& file);
 
-    /// Keeps the bytes of a file that is about to be removed readable and writable for programs that have it open.
+    /// Keeps the bytes of a file that is about to be removed readable and writable for programs that have it
+    /// open.
     void detach(const ExclusiveTree& tree, FileInode& file);
 
-    /// Undoes `detach`: the file was not removed.
+    /// Undoes `detach`, because the file was not removed.
     void attach(FileInode& file);
 
 private:
     enum class Holes { Kept, Filled };
 
-    /// A copy of the bytes that a file needs.
+    /// A copy of the bytes that the file uses.
     struct Copy {
         StorageIRI location;
         std::unique_ptr<foundation::storage::provider::ByteStream> stream;
         std::unique_ptr<SparseMap> map; ///< null for a copy without holes
-        std::uint64_t position = 0;     ///< in the file, up to which it was copied
-        std::uint64_t size = 0;         ///< bytes in the copy so far
+        std::uint64_t position = 0;     ///< in the file: end of the copied part
+        std::uint64_t size = 0;         ///< bytes copied so far
     };
 
     InodeGuards::Held access(FileInode& file, OpenStream::Access access);
@@ -125,12 +129,13 @@ private:
     StorageSpace& space_;
 };
 
-/// Detaches a file's bytes while its entry is being removed, and attaches them again unless the removal succeeds.
+/// Detaches a file's bytes while its entry is being removed, and attaches them again unless the removal
+/// succeeds.
 ///
-/// Borrows the contents; the tree's lock must be held as long as the object lives. Not thread-safe.
+/// Borrows the contents. Precondition: the tree's lock is held during the lifetime. Not thread-safe.
 class KeptContent {
 public:
-    /// @param inode  the entry to be removed; nothing is done unless it is a file
+    /// @param inode  the entry to be removed; ignored unless it is a file
     KeptContent(FileContents& contents, const ExclusiveTree& tree, Inode& inode)
         : contents_(contents), file_(inode.isFile() ? &static_cast<FileInode&>(inode) : nullptr) {
         if (file_ != nullptr) {

@@ -21,7 +21,7 @@ StorageIRI inside(const StorageIRI& folder, const std::u16string& below) {
     return StorageIRI(folder.getPath() + below);
 }
 
-/// Tidying up goes on after a step that failed.
+/// Runs a cleanup step. Ignores a failure, so that the next steps run.
 template <typename Step>
 void attempt(const Step& step) noexcept {
     try {
@@ -41,7 +41,8 @@ FolderMove::FolderMove(const IProvider& provider, StorageIRI source, StorageIRI 
         throw ErrnoError(ENOTEMPTY);
     }
     record({}, true);
-    for (std::size_t i = 0; i < entries_.size(); ++i) { // NOLINT(modernize-loop-convert): they get more
+    // NOLINTNEXTLINE(modernize-loop-convert): the loop appends elements
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
         if (entries_[i].isFolder) {
             recordChildren(std::u16string(entries_[i].below));
         }
@@ -88,7 +89,7 @@ void FolderMove::makeFoldersWritable() const {
     }
 }
 
-/// What has arrived goes back, each folder before what it held; then the folders that have been emptied go.
+/// Moves back what has arrived, each folder before its content. Then removes the emptied folders.
 void FolderMove::moveBack() const {
     for (const Entry& entry : entries_) {
         attempt([&] {

@@ -7,27 +7,28 @@
 
 namespace storage::host {
 
-/// Moves a folder with everything below it the way a rename does: every entry keeps its time and its flag, and a move
-/// that fails midway is undone.
+/// Moves a folder and its content with the semantics of rename(2): every entry keeps its time and its flag,
+/// and a move that fails midway is undone.
 ///
-/// A storage stamps what it moves, makes moved folders writable, refuses read-only ones and undoes nothing.
-/// Borrows the provider. Nobody else changes what is below the folder meanwhile. Thread safety: for one thread.
+/// A storage stamps moved entries, makes moved folders writable, refuses read-only ones and undoes nothing.
+/// Borrows the provider. Precondition: nothing else changes the content of the folder meanwhile. Not
+/// thread-safe.
 class FolderMove {
 public:
     using IProvider = foundation::storage::provider::IProvider;
     using StorageIRI = foundation::storage::provider::StorageIRI;
 
     /// @param source       an existing folder
-    /// @param destination  a free path, or an empty folder, which gives way; in a writable folder
-    /// @throws ErrnoError ENOTEMPTY when the destination is a folder that holds anything
+    /// @param destination  a free path or an empty folder, which is replaced; in a writable folder
+    /// @throws ErrnoError ENOTEMPTY when the destination is a folder that is not empty
     FolderMove(const IProvider& provider, StorageIRI source, StorageIRI destination);
 
-    /// @throws what the storage throws, with everything where it was, unless memory runs out for that too
+    /// @throws the exception of the storage; everything is moved back, unless allocation fails for that too
     void run();
 
 private:
     struct Entry {
-        std::u16string below; ///< the path inside the folder, empty for the folder itself
+        std::u16string below; ///< path relative to the folder; empty for the folder itself
         bool isFolder;
         bool writable;
         boost::posix_time::ptime modified;
@@ -43,7 +44,7 @@ private:
     const StorageIRI source_;
     const StorageIRI destination_;
     const bool replaces_;
-    std::vector<Entry> entries_; ///< each folder before what it holds
+    std::vector<Entry> entries_; ///< each folder before its content
 };
 
 } // namespace storage::host

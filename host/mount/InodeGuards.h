@@ -10,28 +10,29 @@
 
 namespace storage::host {
 
-/// Guards the attributes of inodes, each inode by a lock of its own, and keeps streams open from one access of a file to
-/// the next: in a fixed number of slots that all inodes share, so that any number of known files takes a bounded number of
-/// streams.
+/// Guards the attributes of inodes with one lock per inode. Keeps streams open between accesses of a file, in
+/// a fixed number of slots that all inodes share, so that the number of open streams is bounded.
 ///
-/// Owns the streams. While an inode's guard is held, the file's stream is out of its slot, so a long access holds up no
-/// other file of the slot. No thread holds two guards; the lock order is in docs/architecture.md, "The mount". Thread-safe.
+/// Owns the streams. While an inode's guard is held, the file's stream is out of its slot, so a long access
+/// does not block other files of the slot. No thread holds two guards; the lock order is in
+/// docs/architecture.md, "The mount". Thread-safe.
 class InodeGuards {
     struct Slot {
         Mutex mutex;
         std::condition_variable_any changed;
         const FileInode*
-            file QZFL_GUARDED_BY(mutex) = nullptr; ///< whose stream is kept here, or was taken last
+            file QZFL_GUARDED_BY(mutex) = nullptr; ///< owner of the stream that is kept here or was taken
+                                                   ///< last
         OpenStream open QZFL_GUARDED_BY(mutex);
         unsigned taken QZFL_GUARDED_BY(mutex) = 0;     ///< streams in use by threads that hold guards
         bool isClosing QZFL_GUARDED_BY(mutex) = false; ///< no stream may be taken
 
-        /// A stream that was taken is closed.
+        /// Notes that a taken stream was closed.
         void countOut();
     };
 
 public:
-    /// An inode's guard, held. A function that requires the guard takes a `Held`.
+    /// The guard of an inode, held. A function that requires the guard has a `Held` parameter.
     class Held {
     public:
         Held(Held&& other) noexcept
@@ -44,8 +45,8 @@ public:
         Held& operator=(Held&&) = delete;
         ~Held();
 
-        /// The stream that is kept for the file; an empty one if there is none. Valid as long as the guard is held and
-        /// not moved.
+        /// The stream that is kept for the file; an empty one if there is none. Valid while the guard is held
+        /// and not moved.
         OpenStream& streamOf(FileInode& file);
 
         /// Closes the stream that is kept for the file, unless the file is detached.
@@ -65,8 +66,8 @@ public:
 
     Held hold(const Inode& inode) { return Held(inode, slots_[inode.number % slots_.size()]); }
 
-    /// Closes all streams that are kept here, also those in use, after that use. No stream may be opened meanwhile.
-    /// Detached files have their own.
+    /// Closes all streams that are kept here, including those in use, after that use. No stream may be opened
+    /// meanwhile. Detached files have their own.
     void closeStreams();
 
 private:

@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// A mutex of four bytes, for objects of which there are millions. A thread that waits blocks in the kernel.
+/// A mutex of four bytes, for objects that exist in millions. A waiting thread blocks in the kernel.
 class InodeLock {
 public:
     void lock() noexcept {
@@ -27,7 +27,7 @@ public:
 private:
     static constexpr std::uint32_t unlocked = 0;
     static constexpr std::uint32_t locked = 1;
-    static constexpr std::uint32_t contended = 2; ///< a thread may wait
+    static constexpr std::uint32_t contended = 2; ///< threads may be waiting
 
     std::atomic<std::uint32_t> state_{unlocked};
 };

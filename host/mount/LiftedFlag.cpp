@@ -17,7 +17,7 @@ LiftedFlag::~LiftedFlag() {
     try {
         provider_.doSetWritable(*location_, false);
     } catch (...) { // NOLINT(bugprone-empty-catch)
-        // The kernel checks the permissions of the inode, which did not change.
+        // Harmless: the kernel checks the permissions of the inode, which did not change.
     }
 }
 

@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::uint64_t blocksOfPage = pageSize / 512; ///< in the unit of st_blocks
 
-/// The set-group-ID bit of a file that its group may not run has another meaning.
+/// Clears the set-ID bits. Without group execute permission the set-group-ID bit has another meaning, so it
+/// is kept.
 mode_t withoutSetIds(mode_t permissions) {
     const bool runsAsGroup = (permissions & (S_ISGID | S_IXGRP)) == (S_ISGID | S_IXGRP);
     return permissions & ~static_cast<mode_t>(S_ISUID | (runsAsGroup ? S_ISGID : 0));
@@ -113,7 +114,7 @@ struct stat MountedAttributes::change(Inode& inode, const AttributeChange& chang
     requireFile(inode);
     auto& file = static_cast<FileInode&>(inode);
     contents_.prepareToShrink(file, *change.size);
-    const SlackTrimmer trimmer(contents_, file); // of growth that failed, or of a truncation
+    const SlackTrimmer trimmer(contents_, file); // for growth that failed and for a truncation
     return apply(change, inode);
 }
 
@@ -124,14 +125,15 @@ void MountedAttributes::stampModified(FileInode& file) {
     file.attributes.changed = now;
 }
 
-/// A size that changes is a modification. Permissions change before the owner: no set-user-ID bit gets a new owner.
+/// A changed size is a modification. Permissions change before the owner, so that no set-user-ID bit gets a
+/// new owner.
 struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode) {
     const SharedTree tree(tree_);
     auto held = guards_.hold(inode);
     tree.loadAttributes(inode, held);
     EntryAttributes& attributes = inode.attributes;
     const bool isResized = change.size && *change.size != attributes.size;
-    if (change.size) { // the same size too: that frees what is reserved beyond it
+    if (change.size) { // also for the same size: that frees reserved pages beyond it
         contents_.resize(tree, static_cast<FileInode&>(inode), held, *change.size);
     }
     if (isResized) {
@@ -189,7 +191,8 @@ void MountedAttributes::setModified(const LockedTree& tree, Inode& inode, const 
     inode.attributes.modified = time;
 }
 
-/// After a change that cannot be undone. If the provider refuses the time, `FileContents::settle` sets it at the end.
+/// Used after a change that cannot be undone. If the provider refuses the time, `FileContents::settle` sets
+/// it at the end.
 void MountedAttributes::setModifiedAnyway(const LockedTree& tree, Inode& inode, const InodeGuards::Held& held,
                                           const timespec& time) const noexcept {
     try {

@@ -12,9 +12,9 @@
 
 namespace storage::host {
 
-/// The attributes that a program sets on an entry. A value.
+/// A change of attributes by a program. A value.
 struct AttributeChange {
-    /// What becomes of the set-ID bits of a file that gets other bytes or another owner.
+    /// What happens to the set-ID bits of a file when its bytes or its owner change.
     enum class SetIds { Kept, Cleared };
 
     std::optional<mode_t> permissions;
@@ -27,16 +27,16 @@ struct AttributeChange {
     SetIds setIds = SetIds::Kept;
 };
 
-/// What statx(2) shows of an entry. A value.
+/// The attributes of an entry for statx(2). A value.
 struct CompleteStatus {
     struct stat status;
     timespec born;
 };
 
-/// What programs see and set of an entry with stat(2), chmod(2), chown(2), truncate(2) and utimensat(2).
+/// Implements stat(2), chmod(2), chown(2), truncate(2) and utimensat(2).
 ///
-/// Borrows provider, tree, guards, contents, space and ownership. Functions without a `LockedTree` acquire the locks themselves.
-/// Thread-safe.
+/// Borrows provider, tree, guards, contents, space and ownership. Functions without a `LockedTree` acquire
+/// the locks themselves. Thread-safe.
 class MountedAttributes {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -47,19 +47,20 @@ public:
     struct stat status(Inode& inode);
     struct stat statusOf(const LockedTree& tree, Inode& inode);
 
-    /// With the time of creation.
+    /// Includes the time of creation.
     CompleteStatus completeStatus(Inode& inode);
 
-    /// Inode number, file type and device number only, which never change.
+    /// Only inode number, file type and device number, which never change.
     static struct stat identify(const Inode& inode);
 
     struct stat change(Inode& inode, const AttributeChange& change);
 
-    /// The provider gets the time from `FileContents::settle`, as a write must not take a provider's operation more.
+    /// Sets the time of modification to now. `FileContents::settle` passes the time to the provider, because
+    /// an additional provider operation would slow down each write.
     void stampModified(FileInode& file);
 
-    /// Takes away the set-user-ID bit, and the set-group-ID bit of what the group may run.
-    /// @return whether it had any
+    /// Clears the set-user-ID bit, and the set-group-ID bit if the group may execute the file.
+    /// @return whether a bit was set
     bool clearSetIds(FileInode& file);
 
 private:

@@ -9,8 +9,8 @@
 
 namespace storage::host {
 
-/// Extended attributes of entries, as setxattr(2) and its relatives find them. The kernel has decided who may use which
-/// names, and on which kinds of entries.
+/// Implements setxattr(2), getxattr(2), listxattr(2) and removexattr(2). The kernel has already checked which
+/// names are allowed on which kinds of entries.
 ///
 /// Borrows tree, guards and space. Acquires the locks itself. Thread-safe.
 class MountedExtendedAttributes {
@@ -18,7 +18,8 @@ public:
     MountedExtendedAttributes(InodeTree& tree, InodeGuards& guards, StorageSpace& space)
         : tree_(tree), guards_(guards), space_(space) {}
 
-    /// Errors: see `ExtendedAttributeSet`; also ENOSPC when there is no room, with nothing changed.
+    /// @throws ErrnoError as `ExtendedAttributeSet::set`; also ENOSPC when there is no room, with nothing
+    ///     changed
     void set(Inode& inode, std::string_view name, std::string_view value, int flags);
     std::string get(const Inode& inode, std::string_view name);
     std::string list(const Inode& inode, ExtendedAttributeSet::Names wanted);

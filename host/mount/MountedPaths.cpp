@@ -61,7 +61,7 @@ Inode* MountedPaths::lookUp(FolderInode& folder, const StoragePath& path) {
     const auto name = programNameOf(path.name());
     Inode* const inode = name ? storage_.lookUp(folder, *name).inode : nullptr;
     if (inode != nullptr) {
-        storage_.release(*inode, 1); // entries that are not removed stay all the same
+        storage_.release(*inode, 1); // the inode stays valid while its entry exists
     }
     return inode;
 }

@@ -7,15 +7,15 @@
 
 namespace storage::host {
 
-/// Finds the entries of a mounted storage by their paths. Remembers the folders of the last path, so that entries of one folder
-/// cost one lookup each.
+/// Finds the entries of a mounted storage by path. Caches the folders of the last path, so that entries of
+/// one folder cost one lookup each.
 ///
-/// No folder may be renamed or removed while the object lives. Borrows the storage. Thread safety: one object is for one thread.
+/// Borrows the storage. Precondition: no folder is renamed or removed during the lifetime. Not thread-safe.
 class MountedPaths {
 public:
     explicit MountedPaths(MountedStorage& storage) : storage_(storage) {}
 
-    /// @return null if there is no such entry that programs can name
+    /// @return null if there is no such entry with a name for programs
     Inode* find(const StoragePath& path);
 
     /// @throws ErrnoError ENOENT
@@ -34,11 +34,11 @@ private:
     Inode* lookUp(FolderInode& folder, const StoragePath& path);
 
     MountedStorage& storage_;
-    std::vector<Folder> folders_; ///< from the root on, each in the one before; empty at first
+    std::vector<Folder> folders_; ///< from the root on, each a child of the one before; empty at first
 };
 
-/// The name by which programs know the entry at a path.
-/// @throws ErrnoError EILSEQ when they cannot name it
+/// The last name of a path, converted for programs.
+/// @throws ErrnoError EILSEQ when programs cannot name the entry
 std::string programNameOf(const StoragePath& path);
 
 } // namespace storage::host

@@ -18,10 +18,10 @@
 
 namespace storage::host {
 
-/// A storage as a Linux file system: the operations that programs make through the kernel, in terms of those of a
-/// provider. What programs rely on and a provider lacks is implemented here and in the classes that this one is made of.
+/// A storage as a Linux file system: maps the operations that programs make through the kernel to those of a
+/// provider. This class and its members implement the features that programs rely on and a provider lacks.
 ///
-/// Owns everything that the mount knows of the storage; borrows the provider, which has no other user meanwhile.
+/// Owns the complete state of the mount. Borrows the provider, which must have no other user meanwhile.
 /// Failures are exceptions for `errnoOfCurrentException`. Thread-safe.
 class MountedStorage {
 public:
@@ -29,7 +29,7 @@ public:
     using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
     using IsInterrupted = FileContents::IsInterrupted;
 
-    /// The result of a lookup. It counts as one more reference of the kernel.
+    /// The result of a lookup. Counts as one more reference of the kernel.
     struct Found {
         Inode* inode; ///< null if there is no such entry
         struct stat status;
@@ -37,14 +37,15 @@ public:
 
     enum class ListingDetail { Names, Attributes };
 
-    /// Takes one entry of a listing. For `ListingDetail::Names` the status has the file type and the inode number only.
+    /// Receives one entry of a listing. For `ListingDetail::Names`, the status has only the file type and the
+    /// inode number.
     /// @return whether there was room for the entry
     using ListingVisitor =
         std::function<bool(const std::string& name, const Found& entry, std::uint64_t position)>;
 
-    /// How the mount is to differ from the usual one. A value.
+    /// Settings of a mount. A value.
     struct Settings {
-        Owner owner = Owner::ofProcess(); ///< of the entries that the storage holds already
+        Owner owner = Owner::ofProcess(); ///< of entries that exist in the storage already
         StorageLimits limits = {};
         StorageUse use = {}; ///< what the storage holds at the beginning
     };
@@ -56,7 +57,7 @@ public:
 
     Found lookUp(FolderInode& folder, std::string_view name);
 
-    /// The kernel drops references. The last one to a removed entry destroys the inode.
+    /// Drops references of the kernel. The last reference to a removed entry destroys the inode.
     void release(Inode& inode, std::uint64_t references);
 
     struct stat status(Inode& inode) {
@@ -78,41 +79,43 @@ public:
     }
     void removeExtended(Inode& inode, std::string_view name) { extended_.remove(inode, name); }
 
-    /// @param owner  who makes the entry; a folder with the set-group-ID bit passes on its group instead
+    /// @param owner  of the new entry; its group is replaced if the folder has the set-group-ID bit
     Found makeFile(FolderInode& folder, std::string_view name, mode_t permissions, Owner owner);
     Found makeFolder(FolderInode& folder, std::string_view name, mode_t permissions, Owner owner);
 
-    /// @throws ErrnoError ENAMETOOLONG when the target is longer than a path can be
+    /// @throws ErrnoError ENAMETOOLONG when the target is longer than a path may be
     Found makeSymbolicLink(FolderInode& folder, std::string_view name, std::string_view target, Owner owner);
 
-    /// Makes a fifo, a socket or a device.
-    /// @throws ErrnoError EINVAL when the type is another
+    /// Creates a fifo, a socket or a device.
+    /// @throws ErrnoError EINVAL for another type
     Found makeNode(FolderInode& folder, std::string_view name, mode_t typeAndPermissions, dev_t device,
                    Owner owner);
 
-    /// Makes a file that no folder has, as O_TMPFILE does. `link` gives it a name. It is removed with the last reference.
-    /// @param folder  decides on the group; may be removed
+    /// Creates a file without a name, as O_TMPFILE does. `link` adds a name. Without one, the file is removed
+    /// with its last reference.
+    /// @param folder  determines the group; may be removed
     Found makeNamelessFile(FolderInode& folder, mode_t permissions, Owner owner);
 
-    /// Gives an inode that is no folder a further name, or a nameless one its first.
+    /// Adds a name to an inode that is not a folder; the first one of a nameless inode.
     Found link(Inode& inode, FolderInode& folder, std::string_view name);
 
-    /// @throws ErrnoError EINVAL when the inode is no symbolic link
+    /// @throws ErrnoError EINVAL when the inode is not a symbolic link
     static const std::string& readLink(const Inode& inode);
 
-    /// Removes an entry that is no folder.
+    /// Removes an entry that is not a folder.
     void removeFile(FolderInode& folder, std::string_view name);
     void removeFolder(FolderInode& folder, std::string_view name);
 
-    /// Atomic for all other operations: the entry has either the old place or the new one, and the new name exists
-    /// throughout if it replaces an entry. Does nothing if both names are of one entry.
+    /// Atomic with respect to all other operations: the entry has either the old name or the new one, and the
+    /// new name exists throughout if an entry is replaced. Does nothing if both names belong to one inode.
     /// @param flags  RENAME_NOREPLACE, RENAME_WHITEOUT, or both; or RENAME_EXCHANGE
     void rename(FolderInode& folder, std::string_view name, FolderInode& newFolder, std::string_view newName,
                 unsigned flags);
 
-    /// Visits the entries of a folder after a position, "." and ".." first, until the visitor has no more room. For
-    /// `ListingDetail::Attributes`, each entry taken except "." and ".." counts as one more reference of the kernel.
-    /// @param position  0, or the position of the last entry that was taken
+    /// Visits the entries of a folder after a position, "." and ".." first, until the visitor has no more
+    /// room. For `ListingDetail::Attributes`, each accepted entry except "." and ".." counts as one more
+    /// reference of the kernel.
+    /// @param position  0, or the position of the last accepted entry
     void list(FolderInode& folder, std::uint64_t position, ListingDetail detail, const ListingVisitor& visit);
 
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer) {
@@ -122,7 +125,8 @@ public:
         return contents_.write(file, offset, bytes);
     }
 
-    /// The file was modified now. Called after writes if the kernel does not keep the times of files.
+    /// Sets the time of modification to now. Called after writes if the kernel does not maintain the times of
+    /// files.
     void stampModified(FileInode& file) { attributes_.stampModified(file); }
 
     void allocate(
@@ -131,7 +135,7 @@ public:
         contents_.allocate(file, mode, offset, length, isInterrupted);
     }
 
-    /// See `FileContents`. Pages that the kernel has not handed over yet are holes here.
+    /// See `FileContents`. Dirty pages in the kernel's cache are holes here.
     std::uint64_t seekData(FileInode& file, std::uint64_t offset) { return contents_.seekData(file, offset); }
     std::uint64_t seekHole(FileInode& file, std::uint64_t offset) { return contents_.seekHole(file, offset); }
 
@@ -140,26 +144,25 @@ public:
     /// @param available  bytes
     StorageQuota::Entries entries(std::uint64_t available) const { return space_.quota().entries(available); }
 
-    /// The memory behind `space`: its reserve, and what removals have freed.
+    /// The memory behind `space`: its reserve, and memory that removals have freed.
     StorageSpace& memory() noexcept { return space_; }
 
-    /// The files that the kernel refers to and that are not removed. They may be destroyed meanwhile: their addresses are
-    /// their numbers for the kernel, and nothing else.
+    /// The files that the kernel refers to and that are not removed. They may be destroyed meanwhile, so use
+    /// the addresses only as the kernel's inode numbers.
     std::vector<const FileInode*> referencedFiles();
 
-    /// What `settle` could not do.
+    /// The files that `settle` could not settle.
     struct Unsettled {
-        std::vector<Failure> failures; ///< files with slack after their end, or with another time
-        std::vector<std::string>
-            withHoles; ///< paths of files that do not fit into the storage with their holes filled
+        std::vector<Failure> failures;      ///< files with slack after their end or with another time
+        std::vector<std::string> withHoles; ///< paths of files without room to fill their holes
     };
-    /// Whether the storage keeps its content when this program has ended.
+    /// Whether the storage is persistent.
     bool isLasting() const;
 
-    /// What would be lost if the mount ended now.
+    /// Counts what would be lost if the mount ended now.
     UnkeptCounts unkept();
 
-    /// Makes the storage equal to what programs saw. Called while no program changes anything.
+    /// Makes the storage equal to what programs saw. Precondition: no program changes anything meanwhile.
     Unsettled settle();
 
 private:

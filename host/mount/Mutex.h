@@ -7,14 +7,15 @@
 
 namespace storage::host {
 
-// The standard library's locks with the annotations of clang's thread-safety analysis, which libstdc++ does not have.
+// The locks of the standard library with the annotations for clang's thread-safety analysis, which libstdc++
+// lacks.
 
 class QZFL_CAPABILITY("mutex") Mutex {
 public:
     void lock() QZFL_ACQUIRE() { mutex_.lock(); }
     void unlock() QZFL_RELEASE() { mutex_.unlock(); }
 
-    /// For functions that are called only while the mutex is held, where the analysis cannot see it.
+    /// For functions that are called only with the mutex held, where the analysis cannot see it.
     void assertHeld() const noexcept QZFL_ASSERT_CAPABILITY(this) {}
 
 private:
@@ -35,7 +36,7 @@ private:
     std::shared_mutex mutex_;
 };
 
-/// Holds a mutex, or a shared mutex exclusively, as long as it lives.
+/// Holds a mutex, or a shared mutex exclusively, during its lifetime.
 template <typename Lockable>
 class QZFL_SCOPED_CAPABILITY ScopedLock {
 public:
@@ -48,7 +49,7 @@ private:
     Lockable& mutex_;
 };
 
-/// Holds a shared mutex, shared, as long as it lives.
+/// Holds a shared mutex, shared, during its lifetime.
 class QZFL_SCOPED_CAPABILITY SharedScopedLock {
 public:
     explicit SharedScopedLock(SharedMutex& mutex) QZFL_ACQUIRE_SHARED(mutex) : mutex_(mutex) {

@@ -8,7 +8,7 @@
 
 namespace storage::host {
 
-/// What a program makes an entry of. A value.
+/// The properties of an entry that a program creates. A value.
 struct NewEntry {
     Inode::Kind kind = Inode::Kind::File;
     mode_t permissions = 0;

@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// The user and the group that an entry belongs to. A value.
+/// The user and the group of an entry. A value.
 struct Owner {
     uid_t user = 0;
     gid_t group = 0;

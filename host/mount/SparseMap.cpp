@@ -51,7 +51,7 @@ SparseMap::Placement SparseMap::place(PageRange range, State state) const {
     Placement placement;
     placement.storedEnd_ = storedEnd_;
     auto free = free_.rbegin();
-    std::uint64_t taken = 0; // of that range of free pages
+    std::uint64_t taken = 0; // pages of the current free range
     const auto fill = [&](std::uint64_t first, std::uint64_t end) {
         while (first < end) {
             Extent extent{first, 0, end - first, state};
@@ -172,6 +172,7 @@ void SparseMap::splitAt(std::uint64_t page) {
     extent.count = before;
 }
 
+/// Merges an extent with the one before it, if they adjoin.
 /// @return the extent that holds the pages now
 SparseMap::Extents::iterator SparseMap::merge(Extents::iterator extent) noexcept {
     if (extent == extents_.begin() || !adjoin(std::prev(extent)->second, extent->second)) {
@@ -183,14 +184,14 @@ SparseMap::Extents::iterator SparseMap::merge(Extents::iterator extent) noexcept
     return before;
 }
 
-/// Merges what adjoins from the beginning of a range to its end, inclusive.
+/// Merges adjoining extents from the beginning of a range to its end, inclusive.
 void SparseMap::mergeBorders(PageRange range) noexcept {
     for (auto each = firstIn(range); each != extents_.end() && each->first <= range.end;) {
         each = std::next(merge(each));
     }
 }
 
-/// As `place` has counted them.
+/// Removes pages from the free list, in the order in which `place` assigned them.
 void SparseMap::takeFree(std::uint64_t pages) noexcept {
     while (pages > 0) {
         PageRange& run = free_.back();
@@ -215,7 +216,7 @@ void SparseMap::giveBack(const Extent& extent) noexcept {
         try {
             free_.push_back(stored);
         } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
-            // They stay unused until the file is copied.
+            // The pages stay unused until the file is copied.
         }
     }
 }

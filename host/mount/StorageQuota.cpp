@@ -10,8 +10,9 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::uint64_t roomOfEntry = 1024;  ///< bytes of memory, about
-constexpr std::uint64_t scarce = 64U << 20U; ///< bytes: more than all requests that may be under way grow by
+constexpr std::uint64_t roomOfEntry = 1024;  ///< approximate bytes of memory
+constexpr std::uint64_t scarce = 64U << 20U; ///< bytes: above the growth of all requests that may run
+                                             ///< concurrently
 
 } // namespace
 
@@ -42,7 +43,7 @@ void StorageQuota::requireEntry() const {
 }
 
 void StorageQuota::notePages(std::uint64_t before, std::uint64_t now) noexcept {
-    bytes_ += (now - before) * pageSize; // modulo 2^64, so it may be less
+    bytes_ += (now - before) * pageSize; // modulo 2^64, so the difference may be negative
 }
 
 void StorageQuota::noteDestroyed(const Inode& inode) noexcept {

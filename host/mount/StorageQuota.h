@@ -10,33 +10,33 @@
 
 namespace storage::host {
 
-/// What a storage may hold. A value.
+/// The limits of a storage. A value.
 struct StorageLimits {
     std::optional<std::uint64_t> bytes = std::nullopt;   ///< of content, in whole pages
-    std::optional<std::uint64_t> entries = std::nullopt; ///< with the root
+    std::optional<std::uint64_t> entries = std::nullopt; ///< including the root
 
     bool any() const noexcept { return bytes || entries; }
 };
 
-/// What a storage holds. A value.
+/// The current use of a storage. A value.
 struct StorageUse {
     std::uint64_t bytes = 0;   ///< of content, in whole pages
-    std::uint64_t entries = 1; ///< with the root
+    std::uint64_t entries = 1; ///< including the root
 
-    /// Of all that the provider has.
+    /// Counts the content of a provider.
     static StorageUse of(const foundation::storage::provider::IProvider& provider);
 };
 
-/// Keeps a storage within the limits that the user has set, and counts what it holds: entries that are removed count as long
-/// as a program has them open.
+/// Enforces the limits that the user has set, and counts the use: removed entries count as long as a program
+/// has them open.
 ///
-/// Thread-safe. A check and the change that follows are one step only for callers that exclude each other, see
+/// Thread-safe. A check and the change after it are atomic only for callers that exclude each other, see
 /// `StorageSpace::Turn`.
 class StorageQuota {
 public:
     using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
 
-    /// How many entries there may be, and how many more. A value.
+    /// The total and the free number of entries. A value.
     struct Entries {
         std::uint64_t total;
         std::uint64_t free;
@@ -45,7 +45,7 @@ public:
     StorageQuota(const StorageLimits& limits, const StorageUse& use) noexcept
         : limits_(limits), bytes_(use.bytes), entries_(use.entries) {}
 
-    /// @param pages  that a file is to get
+    /// @param pages  to be added to a file
     /// @throws ErrnoError ENOSPC
     void requirePages(std::uint64_t pages) const;
     void requireEntry() const;
@@ -55,16 +55,17 @@ public:
     /// @pre the attributes of a file are known
     void noteDestroyed(const Inode& inode) noexcept;
 
-    /// Whether growing must exclude each other, as little is left.
+    /// Whether so little is left that growing operations must exclude each other.
     bool isScarce() const noexcept;
 
-    /// The room of a storage without limits, as far as these let it be used.
+    /// Applies the limits to the space of the storage.
     ProviderStorageInfo limited(ProviderStorageInfo info) const noexcept;
 
     /// @param available  bytes
     Entries entries(std::uint64_t available) const noexcept;
 
-    /// Notes how the pages of a file have changed at the end of the scope, also after an exception. Requires the file's guard.
+    /// Updates the count of pages of a file at the end of the scope, also after an exception. Precondition:
+    /// the file's guard is held.
     class Charge {
     public:
         Charge(StorageQuota& quota, const FileInode& file)

@@ -16,25 +16,27 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-constexpr std::uint64_t largestGrant = 64U << 20U; ///< bytes that may be taken without asking again
+constexpr std::uint64_t largestGrant = 64U << 20U; ///< bytes that may be allocated without another check
 
-/// Bytes below which operations that grow take turns: more than the peaks of all that may be under way at that time.
+/// Available bytes below which growing operations exclude each other: above the peaks of all operations that
+/// may run concurrently.
 constexpr std::uint64_t scarceBelow = 64U << 20U;
 
-/// Of what is left, the part that is granted: content may take several times its bytes, in blocks that are half empty and
-/// in blocks that it outgrows.
+/// The granted fraction of the available memory: content may take several times its size, in half-empty
+/// blocks and in blocks that it outgrows.
 constexpr std::uint64_t grantedPart = 8;
 
 constexpr std::uint64_t mostLeftToOthers = 128U << 20U;
 
-/// Bytes left to the rest of the machine or of the control group, and to what requests take that do not grow.
+/// Bytes left to the rest of the machine or of the control group, and to requests that do not grow the
+/// storage.
 std::uint64_t leftToOthers(std::uint64_t capacity) {
     constexpr std::uint64_t part = 128;
     return std::min(mostLeftToOthers, capacity / part);
 }
 
-/// Bytes left to other processes in the same control group: for programs that start, for their buffers, and for pages of the mount
-/// that they have written and that cannot be freed before the storage holds them as well.
+/// Bytes left to other processes in the same control group: for programs that start, for their buffers, and
+/// for dirty pages of the mount, which cannot be freed before the storage has allocated a copy.
 std::uint64_t leftToSharers(const MachineMemory& memory) {
     constexpr std::uint64_t part = 64;
     constexpr std::uint64_t least = 8U << 20U;
@@ -43,10 +45,10 @@ std::uint64_t leftToSharers(const MachineMemory& memory) {
                            : usual;
 }
 
-/// Bytes of what is left to others that no operation's peak may reach into.
+/// Bytes of the part left to others that no operation may use, even at its peak.
 constexpr std::uint64_t neverTaken = 512U << 10U;
 
-/// What an operation takes at its peak beyond its result and beyond what is left to others.
+/// Transient bytes of an operation beyond the part left to others.
 std::uint64_t transientBeyond(std::uint64_t transient, const ProviderStorageInfo& info) {
     const std::uint64_t covered = leftToOthers(info.capacity);
     return transient == 0 || transient + neverTaken <= covered ? 0 : transient + neverTaken - covered;
@@ -82,7 +84,7 @@ StorageSpace::Room StorageSpace::room() const {
 
 void StorageSpace::require(std::uint64_t bytes, std::uint64_t transient) {
     if (bytes == 0) {
-        return; // also without memory: emptying a file makes room
+        return; // also when memory is exhausted: truncating a file to 0 must succeed
     }
     if (!reserve_.isComplete()) {
         throw ErrnoError(ENOSPC);

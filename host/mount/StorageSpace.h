@@ -14,13 +14,13 @@
 
 namespace storage::host {
 
-/// How much room there is for content. A storage that does not say has what memory the process may still use: filled to
-/// the last, it would be this program that the system ends, with all its files.
+/// The room for content. If the provider does not report it, it is the memory that the process may still use:
+/// without a limit, the OOM killer would end this program, and all files would be lost.
 ///
-/// Room is checked for the peak of an operation. The peaks of operations that run side by side would add up, so when
-/// little memory is left, operations that grow take turns.
+/// Room is checked for the peak of an operation. The peaks of concurrent operations add up, so when little
+/// memory is left, growing operations exclude each other.
 ///
-/// Borrows the provider. Thread safety: any number of threads.
+/// Borrows the provider. Thread-safe.
 class StorageSpace {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -30,8 +30,8 @@ public:
                           const StorageUse& use = {}, MachineMemory::Sources sources = {})
         : provider_(provider), sources_(std::move(sources)), quota_(limits, use) {}
 
-    /// One operation that may grow, from before it acquires any other lock to its end. Waits for its turn while little
-    /// memory is left.
+    /// The scope of one operation that may grow the storage. Construct it before acquiring any other lock.
+    /// Blocks while little memory is left and another such operation runs.
     class Turn {
     public:
         explicit Turn(StorageSpace& space) QZFL_NO_THREAD_ANALYSIS;
@@ -44,31 +44,33 @@ public:
         const bool isHeld_;
     };
 
-    /// Capacity and what is left of it, in bytes.
+    /// Capacity and available room in bytes.
     ProviderStorageInfo info() const { return quota_.limited(room().info); }
 
     /// The limits that the user has set.
     StorageQuota& quota() noexcept { return quota_; }
     const StorageQuota& quota() const noexcept { return quota_; }
 
-    /// What limits the room, in words; for messages.
+    /// Describes the limiting resource for messages.
     std::string limit() const { return room().limitedBy; }
 
-    /// Memory for the time when there is none; nothing may grow until it has all been put aside again.
+    /// Memory for the time when allocations fail. The storage may not grow until the reserve is complete
+    /// again.
     MemoryReserve& reserve() noexcept { return reserve_; }
 
-    /// Refuses growth for which there is no room. Requires a `Turn`.
+    /// Refuses growth for which there is no room. Precondition: the caller holds a `Turn`.
     /// @param bytes      by which the storage is to grow
-    /// @param transient  bytes that the operation takes in addition and frees again
+    /// @param transient  bytes that the operation allocates in addition and frees again
     /// @throws ErrnoError ENOSPC
     void require(std::uint64_t bytes, std::uint64_t transient = 0);
 
-    /// Something was removed: freed memory that the allocator keeps is given back when room is short or by `giveBack`.
+    /// Notes that something was removed. Freed memory that the allocator keeps is returned to the system when
+    /// room is short or by `giveBack`.
     void noteRemoval() noexcept { hasRemovals_.store(true, std::memory_order_relaxed); }
 
     bool hasRemovals() const noexcept { return hasRemovals_.load(std::memory_order_relaxed); }
 
-    /// Gives memory that removals have freed back to the system.
+    /// Returns memory that removals have freed to the system.
     /// @return whether there was any removal
     bool giveBack() noexcept;
 
@@ -76,7 +78,7 @@ private:
     struct Room {
         ProviderStorageInfo info;
         std::string limitedBy;
-        bool isMemory; ///< otherwise the provider says how much room it has
+        bool isMemory; ///< false if the provider reports its room
     };
 
     Room room() const;
@@ -85,10 +87,10 @@ private:
     const MachineMemory::Sources sources_;
     StorageQuota quota_;
     MemoryReserve reserve_;
-    Mutex turn_;                           ///< held by the operation that grows while `isScarce_`
-    std::atomic<bool> isScarce_{false};    ///< as of the last look at the memory
-    std::atomic<bool> hasRemovals_{false}; ///< since memory was given back
-    std::atomic<std::int64_t> granted_{0}; ///< bytes that may be taken before asking again
+    Mutex turn_;                           ///< held by the growing operation while `isScarce_`
+    std::atomic<bool> isScarce_{false};    ///< at the last check of the memory
+    std::atomic<bool> hasRemovals_{false}; ///< since memory was last returned
+    std::atomic<std::int64_t> granted_{0}; ///< bytes that may be allocated before the next check
 };
 
 } // namespace storage::host

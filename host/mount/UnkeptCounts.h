@@ -5,15 +5,16 @@
 
 namespace storage::host {
 
-/// How much of what programs have made only the mount keeps, and not the storage. A value.
+/// Counts of what the mount stores but the storage cannot, and which is therefore lost with the mount. A
+/// value.
 struct UnkeptCounts {
     std::size_t links = 0;        ///< symbolic links, and names of files beyond the first
     std::size_t specialFiles = 0; ///< fifos, sockets and devices
-    std::size_t modes = 0;        ///< permissions that the writable flag does not give
-    std::size_t owners = 0;       ///< not the mount's default
+    std::size_t modes = 0;        ///< permissions that the writable flag cannot represent
+    std::size_t owners = 0;       ///< other than the mount's default
     std::size_t xattrs = 0;       ///< extended attributes
 
-    /// "2 links and 14 modes were not kept by the storage"; empty if everything was.
+    /// For example "2 links and 14 modes were not kept by the storage"; empty if everything was.
     std::string summary() const;
 };
 
