@@ -12,7 +12,7 @@ bool isFolder(const std::string& path) {
     try {
         return DiskEntry::at(path, DiskEntry::Links::Follow).kind == DiskEntry::Kind::Folder;
     } catch (const CommandError&) {
-        return false; // what is wrong with the path is said when something is written there
+        return false; // writing there reports the error
     }
 }
 

@@ -7,26 +7,27 @@
 
 namespace storage::host {
 
-/// Where on the disk the sources of one command go: into a folder that exists, each under its own name, or
-/// else to the destination path itself, of which there can be only one.
+/// Maps the sources of one command to paths on disk: into an existing folder, each under its own name, or to
+/// the destination path itself, for a single source.
 class DiskDestination {
 public:
-    /// @param operand  the destination as the user gave it
-    /// @param sources  how many entries are to go there
+    /// @param operand  the destination operand of the user
+    /// @param sources  number of sources
     /// @throws CommandError when there are several and the destination is not a folder
     DiskDestination(const std::string& operand, std::size_t sources);
 
-    /// Where a source of this name goes. A source without a name goes to the destination itself.
-    /// @throws CommandError when another source of the command went there already
+    /// The target path of a source of this name. The target of a source without a name is the destination
+    /// itself.
+    /// @throws CommandError when another source of the command has the same target
     std::string of(const std::string& name);
 
-    /// What becomes of the folder that a source of this name goes to.
+    /// Whether the target folder of a source of this name gets the attributes of the source.
     RootAttributes attributesFor(const std::string& name) const;
 
 private:
     std::string path_;
     bool isFolder_;
-    std::set<std::string> taken_; ///< what `of` has given away
+    std::set<std::string> taken_; ///< results of `of`
 };
 
 } // namespace storage::host

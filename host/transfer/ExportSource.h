@@ -12,9 +12,9 @@
 
 namespace storage::host {
 
-/// What an export or a check reads.
+/// The source of an export or a check.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class ExportSource {
 public:
     struct Child {
@@ -23,14 +23,14 @@ public:
     };
 
     struct Entry {
-        DiskAttributes attributes; ///< the time always; UTIME_OMIT where the storage has none
+        DiskAttributes attributes; ///< the time is always set; UTIME_OMIT where the storage has none
         bool isWritable = true;
     };
 
-    /// Whose attributes count for what is on the disk already.
+    /// Which attributes apply to entries that exist on the disk already.
     enum class Authority {
-        Disk,   ///< a file that is replaced and a folder that is added to keep theirs
-        Source, ///< they get those of the source, which knows all of them
+        Disk,   ///< replaced files and extended folders keep their own
+        Source, ///< they get those of the source, which knows all attributes
     };
 
     /// An open file, read from its beginning to its end.
@@ -38,11 +38,11 @@ public:
     public:
         virtual ~Reader() = default;
 
-        /// Moves behind a hole that begins here.
+        /// Skips a hole at the current position.
         /// @return its length; 0 if there is none
         virtual std::uint64_t skipHole() = 0;
 
-        /// Reads on, not where a hole begins.
+        /// Reads the next bytes. Precondition: no hole begins here.
         /// @return number of bytes, which end before the next hole; 0 at the end of the file
         virtual std::size_t read(std::span<char> buffer) = 0;
     };
@@ -51,11 +51,11 @@ public:
 
     virtual Authority authority() const noexcept = 0;
 
-    /// The kind of a file or folder.
+    /// The kind of an entry.
     /// @throws CommandError when there is none
     virtual EntryKind kindOf(const StoragePath& path) = 0;
 
-    /// What is in a folder, in the order of the names.
+    /// The entries of a folder, sorted by name.
     virtual std::vector<Child> childrenOf(const StoragePath& folder) = 0;
 
     virtual Entry entryAt(const StoragePath& path, EntryKind kind) = 0;

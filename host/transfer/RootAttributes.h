@@ -5,7 +5,7 @@ namespace storage::host {
 /// Whether the root folder of a transferred tree gets the time and the writable flag of its source.
 enum class RootAttributes {
     FromSource,
-    Untouched, ///< the folder existed before and is only filled
+    Untouched, ///< the folder existed before and only gets new content
 };
 
 } // namespace storage::host
