@@ -9,7 +9,7 @@ namespace storage::host {
 
 namespace {
 
-/// What the paths of all folders below `folder` begin with.
+/// The common prefix of the paths of all folders below `folder`.
 std::u16string prefixOf(const StoragePath& folder) {
     return folder.isRoot() ? folder.text() : folder.text() + u'/';
 }

@@ -17,17 +17,17 @@
 
 namespace storage::host {
 
-/// What a provider does not keep of imported entries, so that an export can give it back: permissions, owners, nanoseconds,
-/// extended attributes, holes, which names are one file; and entries that are neither file nor folder, as a whole. Files
-/// and folders with nothing unusual take no memory.
+/// Keeps the attributes of imported entries that a provider cannot store, so that an export can restore them:
+/// permissions, owners, nanoseconds, extended attributes, holes and hard links. Also keeps entries that are
+/// neither file nor folder. Files and folders with default attributes use no memory.
 ///
-/// A name keeps what it was imported with until its file is changed: then it is a file of its own. An entry that is not in the
-/// provider has the place of its name until a file or folder takes it.
+/// A name keeps its imported attributes until its file is changed: then it is a file of its own. An entry
+/// that is not in the provider occupies its name until a file or folder takes it.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class KeptAttributes {
 public:
-    /// What entries have that need no record.
+    /// The attributes of entries without a record.
     struct Usual {
         mode_t fileMode = 0;
         mode_t folderMode = 0;
@@ -36,47 +36,49 @@ public:
 
     explicit KeptAttributes(const Usual& usual) : usual_(usual) {}
 
-    /// Without a record of what new files and folders of this process have.
+    /// Uses the defaults of new files and folders of this process.
     /// @param mask  the process's umask
     static KeptAttributes ofUmask(mode_t mask);
 
-    /// Replaces what is known of the entry at `path`.
+    /// Replaces the record of the entry at `path`.
     void set(const StoragePath& path, const DiskAttributes& attributes);
 
-    /// What is known of an entry and not usual. The time only if it is more exact than `stored`, which the provider has.
+    /// The kept attributes of an entry. Includes the time only if it is more precise than `stored`, the
+    /// provider's time.
     DiskAttributes find(const StoragePath& path, const boost::posix_time::ptime& stored) const;
 
-    /// The permission bits of an entry; nothing if they are not known or usual.
+    /// The permission bits of an entry; nothing if they are unknown or the default.
     std::optional<mode_t> modeOf(const StoragePath& path) const;
 
-    /// An entry that the provider cannot have.
+    /// An entry that the provider cannot store.
     struct Special {
         std::u16string name;
         EntryKind kind = EntryKind::SymbolicLink;
     };
 
-    /// Those in a folder, in the order of their names.
+    /// The special entries of a folder, sorted by name.
     std::vector<Special> specialIn(const StoragePath& folder) const;
 
-    /// A number for the names of one file, for `DiskAttributes::linkGroup`.
+    /// A unique number for the names of one file, see `DiskAttributes::linkGroup`.
     std::uint64_t newLinkGroup() noexcept { return ++lastLinkGroup_; }
 
-    /// Follows the entry at `from`, and all below it, to `to`.
+    /// Moves the records of the entry at `from`, and of all entries below it, to `to`.
     void moved(const StoragePath& from, const StoragePath& to);
 
-    /// A copy has what its source has, but is a file of its own.
+    /// Copies the record of a file. The copy is a file of its own.
     void copied(const StoragePath& from, const StoragePath& to);
 
-    /// The same of the entries in a folder that the provider does not have.
+    /// Copies the special entries of a folder.
     void copiedSpecial(const StoragePath& from, const StoragePath& to);
 
-    /// The bytes or an attribute of the file at `path` was changed, or it was made: it is a file of its own.
+    /// Notes that the file at `path` was created, or that its bytes or attributes were changed: it is a file
+    /// of its own.
     void changed(const StoragePath& path);
 
-    /// Forgets the entry at `path` and all below it.
+    /// Drops the records of the entry at `path` and of all entries below it.
     void removed(const StoragePath& path);
 
-    /// How many entries have a record.
+    /// Number of records.
     std::size_t size() const noexcept;
 
 private:
@@ -100,7 +102,7 @@ private:
         EntryKind kind = EntryKind::File;
         bool hasTime = false;
         bool isSparse = false;
-        std::unique_ptr<Rare> rare; ///< null for most
+        std::unique_ptr<Rare> rare; ///< null for most entries
 
         bool isSpecial() const noexcept { return kind != EntryKind::File && kind != EntryKind::Folder; }
         bool isEmpty() const noexcept { return !hasTime && !mode && !isSparse && !rare && !isSpecial(); }
