@@ -12,7 +12,7 @@
 
 namespace storage::host {
 
-/// One command of the language, made for one command line: first `declare`, then `run`.
+/// One command of the language. An object runs one command line: first `declare`, then `run`.
 class Command {
 public:
     using Words = std::vector<std::string>;
@@ -22,16 +22,16 @@ public:
     Command& operator=(const Command&) = delete;
     virtual ~Command() = default;
 
-    /// Says which options and operands the command takes. Option values are stored in this object.
+    /// Declares the options and operands. Option values are stored in this object.
     virtual void declare(CommandSyntax& syntax) = 0;
 
-    /// The words of the line as the syntax is to see them, for commands with words that only look like
-    /// options.
+    /// Rearranges the words of the line for the syntax, for commands with words that look like options but
+    /// are not.
     virtual std::vector<Word> arrange(std::vector<Word> words) const { return words; }
 
-    /// Does the work. Failures that do not end the command are reported to the session's console.
+    /// Runs the command. Failures that do not end it are reported to the session's console.
     /// @param operands  as many as were declared
-    /// @throws UsageError, CommandError, Interrupted, OutputError, and whatever the provider throws
+    /// @throws UsageError, CommandError, Interrupted, OutputError, and exceptions of the provider
     virtual void run(Session& session, const Words& operands) = 0;
 };
 
@@ -39,11 +39,11 @@ public:
 struct CommandInfo {
     std::string_view name;
     std::string_view synopsis; ///< options and operands
-    std::string_view summary;  ///< what it does, a sentence
+    std::string_view summary;  ///< one sentence
     std::unique_ptr<Command> (*make)();
 };
 
-/// The command of this name in a table; null when there is none.
+/// Finds a command by name; null if there is none.
 const CommandInfo* findCommand(std::span<const CommandInfo> commands, std::string_view name);
 
 } // namespace storage::host

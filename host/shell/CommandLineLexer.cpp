@@ -10,7 +10,7 @@ namespace storage::host {
 namespace {
 
 constexpr std::string_view blanks = " \t";
-/// What a backslash escapes inside double quotes; before anything else it stands for itself.
+/// The characters that a backslash escapes inside double quotes. Before others it is literal.
 constexpr std::string_view escapableInDoubleQuotes = "$`\"\\";
 
 void append(Word& word, std::string_view text, bool quoted) {
@@ -26,7 +26,7 @@ void appendPlain(Word& word, std::string_view text) {
     append(word, text, false);
 }
 
-/// What to do instead of what the operator does in a shell; null for any other character.
+/// A hint that replaces the shell operator; null for any other character.
 const char* answerTo(char character) {
     switch (character) {
     case '|':

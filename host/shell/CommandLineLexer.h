@@ -10,8 +10,7 @@ namespace storage::host {
 
 /// One word of a command line with its quotes removed. A value.
 ///
-/// `quoted` has one flag for each byte of `text`: whether quotes or a backslash took its special meaning
-/// away.
+/// `quoted` has one flag for each byte of `text`: whether quotes or a backslash removed its special meaning.
 struct Word {
     std::string text;
     std::vector<bool> quoted = std::vector<bool>(text.size());
@@ -20,13 +19,13 @@ struct Word {
 };
 
 /// Splits one command line into words as a POSIX shell does: blanks separate words, 'single' and "double"
-/// quotes and the backslash take special meanings away, "#" at the start of a word begins a comment. The operators
-/// of a shell, | < > & ;, are refused with what to do instead. No other character is special.
+/// quotes and the backslash remove special meanings, "#" at the start of a word begins a comment. The shell
+/// operators | < > & ; are refused with a hint. No other character is special.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class CommandLineLexer {
 public:
-    /// @param line  one line without its newline; must live as long as the lexer is used
+    /// @param line  one line without its newline; must outlive the lexer
     explicit CommandLineLexer(std::string_view line) : line_(line) {}
 
     /// @throws UsageError for an unclosed quote, a trailing backslash or an unquoted operator

@@ -59,10 +59,10 @@ std::optional<std::string> DescriptorLineSource::readLine() {
             return line;
         }
     }
-    return line.empty() ? std::nullopt : std::optional(std::move(line)); // a last line may lack its newline
+    return line.empty() ? std::nullopt : std::optional(std::move(line)); // the last line may lack its newline
 }
 
-/// Reads what is there; false at the end.
+/// Reads a block of available data. Returns false at the end.
 bool DescriptorLineSource::fill() {
     for (;;) {
         interruption_.check();

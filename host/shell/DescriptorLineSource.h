@@ -8,19 +8,19 @@
 
 namespace storage::host {
 
-/// Lines of up to 4 MiB from a file or pipe, returned as soon as they have arrived. What editors put around
-/// them is taken off: a carriage return before the newline, a byte order mark at the beginning.
+/// Reads lines of up to 4 MiB from a file or pipe, and returns each as soon as it has arrived. Removes a
+/// carriage return before the newline and a byte order mark at the beginning, which some editors add.
 ///
-/// A longer line is a failure, or a device without newlines would fill the memory.
+/// A longer line is a failure. Otherwise a device without newlines would exhaust memory.
 ///
-/// Borrows the descriptor. Thread safety: one object is for one thread.
+/// Borrows the descriptor. Not thread-safe.
 class DescriptorLineSource final : public LineSource {
 public:
     enum class Places { Shown, Hidden };
 
     /// @param descriptor  open for reading
-    /// @param name        what failures call it
-    /// @param places      whether failures of lines are to say the name and the number of the line
+    /// @param name        name in error messages
+    /// @param places      whether error messages of lines contain the name and the line number
     DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption, Places places);
 
     std::optional<std::string> next() override;

@@ -19,7 +19,7 @@ std::vector<std::string> DiskLookup::names(const std::string& folder, Wanted wan
 }
 
 bool DiskLookup::exists(const std::string& path, Wanted wanted) const {
-    const bool isAnyWanted = wanted == Wanted::All; // a link that leads nowhere, too
+    const bool isAnyWanted = wanted == Wanted::All; // includes dangling links
     try {
         const auto links = isAnyWanted ? DiskEntry::Links::Inspect : DiskEntry::Links::Follow;
         const DiskEntry entry = DiskEntry::at(path, links);

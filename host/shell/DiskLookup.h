@@ -4,9 +4,10 @@
 
 namespace storage::host {
 
-/// Looks up paths on the disk. A symbolic link to a folder counts as a folder. What cannot be read is not found.
+/// Looks up paths on the disk. A symbolic link to a folder counts as a folder. Unreadable entries are not
+/// found.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class DiskLookup final : public PathLookup {
 public:
     std::vector<std::string> names(const std::string& folder, Wanted wanted) const override;

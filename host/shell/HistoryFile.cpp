@@ -19,7 +19,7 @@ namespace {
 
 constexpr mode_t privateFile = 0600;
 constexpr mode_t privateFolder = 0700;
-constexpr std::size_t longestFile = std::size_t{4} << 20; ///< of a larger one the end is read
+constexpr std::size_t longestFile = std::size_t{4} << 20; ///< of a larger file only the end is read
 
 /// Opens the file and locks it until it is closed, so that no session writes while another one shortens it.
 FileDescriptor openLocked(const std::string& path, int flags) {
@@ -32,7 +32,7 @@ FileDescriptor openLocked(const std::string& path, int flags) {
 
 void makeFolder(const std::string& path) {
     std::error_code error;
-    std::filesystem::create_directories(diskParent(path), error); // opening the file reports what is wrong
+    std::filesystem::create_directories(diskParent(path), error); // opening the file reports errors
     ::mkdir(path.c_str(), privateFolder);
 }
 
@@ -74,7 +74,7 @@ std::vector<std::string> HistoryFile::load() const {
     for (const std::string& line : lines) {
         shortened += line + '\n';
     }
-    // Written before the file is cut, so that a crash in between loses no line.
+    // Written before the file is truncated, so that a crash in between loses no line.
     if (::lseek(file.number(), 0, SEEK_SET) < 0) {
         throw diskError(path_, errno);
     }

@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// Where the lines of the language come from.
+/// A source of command lines.
 class LineSource {
 public:
     LineSource() = default;
@@ -13,12 +13,12 @@ public:
     LineSource& operator=(const LineSource&) = delete;
     virtual ~LineSource() = default;
 
-    /// The next line without its newline; nothing at the end.
+    /// Returns the next line without its newline; nothing at the end.
     /// @throws CommandError when the source cannot be read
     /// @throws Interrupted when a signal arrives while it waits
     virtual std::optional<std::string> next() = 0;
 
-    /// Where the last line stands, for failures of it; empty if they are not to say.
+    /// The position of the last line for error messages; empty if they contain none.
     virtual std::string place() const { return ""; }
 };
 

@@ -15,19 +15,19 @@
 
 namespace storage::host {
 
-/// What a failing command does to the lines behind it.
+/// What happens to the following lines after a command fails.
 enum class FailureHandling {
     Stop,      ///< they are not run
-    KeepGoing, ///< they are run, but the status at the end tells of the failure
-    AskPerson, ///< a person at a terminal has seen it and decides
+    KeepGoing, ///< they are run, but the final status reports the failure
+    AskPerson, ///< interactive: the user has seen the failure and decides
 };
 
-/// Runs the lines of the language in a session.
+/// Runs command lines in a session.
 ///
-/// Borrows the table of commands, session and interruption. Thread safety: one object is for one thread.
+/// Borrows the table of commands, session and interruption. Not thread-safe.
 class Shell {
 public:
-    /// @param commands  all that a line can name
+    /// @param commands  the commands that lines can use
     Shell(std::span<const CommandInfo> commands, Session& session, Interruption& interruption,
           FailureHandling failureHandling)
         : commands_(commands),
@@ -36,11 +36,11 @@ public:
           failureHandling_(failureHandling) {}
 
     /// Runs lines until they or the session end, or a failure stops them.
-    /// @throws OutputError when nobody takes the output any more
+    /// @throws OutputError when the output cannot be written
     ExitStatus run(LineSource& lines);
 
-    /// Runs one line. What goes wrong has been reported when this returns.
-    /// @throws OutputError when nobody takes the output any more
+    /// Runs one line. Failures have been reported when this returns.
+    /// @throws OutputError when the output cannot be written
     ExitStatus execute(std::string_view line);
 
 private:

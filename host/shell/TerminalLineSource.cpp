@@ -13,7 +13,7 @@ namespace storage::host {
 namespace {
 
 constexpr int on = 1;
-constexpr std::size_t mostShown = 200; ///< candidates of a completion
+constexpr std::size_t mostShown = 200; ///< completion candidates
 
 } // namespace
 
@@ -24,7 +24,7 @@ TerminalLineSource::TerminalLineSource(std::span<const CommandInfo> commands, co
       completer_(commands, session),
       historyFile_(std::move(history)),
       history_(::history_init()) {
-    std::setlocale(LC_CTYPE, "C.UTF-8"); // the language is UTF-8 in every locale
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // command lines are UTF-8 in every locale
     editor_.reset(::el_init("qzstorage", stdin, stdout, stderr));
     if (!history_ || !editor_) {
         throw CommandError("terminal", "line editing is not possible");
@@ -79,7 +79,7 @@ char* TerminalLineSource::prompt(EditLine* editor) {
 unsigned char TerminalLineSource::complete(EditLine* editor, int) {
     try {
         return ownerOf(editor).completeWord();
-    } catch (...) { // a storage that fails has nothing to offer; exceptions must not pass the editor
+    } catch (...) { // no candidates if the storage fails; exceptions must not propagate through libedit
         return CC_ERROR;
     }
 }
@@ -123,7 +123,7 @@ void TerminalLineSource::remember(const std::string& line) {
     }
 }
 
-/// A history that cannot be kept is said once, and keeps nobody from working.
+/// A failure of the history file is reported once and ends its use.
 void TerminalLineSource::useHistoryFile(const std::function<void(const HistoryFile& file)>& step) {
     if (!historyFile_) {
         return;

@@ -16,14 +16,14 @@
 
 namespace storage::host {
 
-/// Lines that a person types, with line editing, completion by Tab, and a history that may be kept in a file.
+/// Lines typed at the terminal, with line editing, completion by Tab, and an optional history file.
 ///
-/// Owns the editor of the process's terminal; borrows the table of commands, session (for the prompt and completion) and
-/// interruption. At most one object may exist at a time. Thread safety: for the main thread.
+/// Owns the editor of the process's terminal. Borrows the table of commands, session (for the prompt and
+/// completion) and interruption. At most one object may exist at a time. Use it in the main thread only.
 class TerminalLineSource final : public LineSource {
 public:
-    /// @param commands  what a line can name
-    /// @param history   where lines are kept for later sessions; nothing if they are not to be
+    /// @param commands  the commands that lines can use
+    /// @param history   keeps lines for later sessions; nothing for no file
     TerminalLineSource(std::span<const CommandInfo> commands, const Session& session,
                        const Interruption& interruption, std::optional<HistoryFile> history);
 
@@ -49,7 +49,7 @@ private:
     const Session& session_;
     const Interruption& interruption_;
     const Completer completer_;
-    std::optional<HistoryFile> historyFile_; ///< until it fails
+    std::optional<HistoryFile> historyFile_; ///< dropped when it fails
     std::string prompt_;
     std::unique_ptr<History, HistoryCloser> history_;
     std::unique_ptr<EditLine, EditorCloser> editor_;

@@ -9,7 +9,7 @@ namespace storage::host {
 
 /// The lines of a text in memory.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class TextLineSource final : public LineSource {
 public:
     explicit TextLineSource(const std::string& text) : text_(text) {}
