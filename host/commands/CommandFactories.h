@@ -6,7 +6,7 @@
 
 namespace storage::host {
 
-// One for each command; each is defined in the file of its command.
+// One per command, defined in the file of the command.
 std::unique_ptr<Command> makeAppendCommand();
 std::unique_ptr<Command> makeCatCommand();
 std::unique_ptr<Command> makeCdCommand();

@@ -6,7 +6,7 @@
 
 namespace storage::host {
 
-/// All commands in the order in which the help shows them.
+/// All commands, in the order of the help.
 std::span<const CommandInfo> commandTable();
 
 } // namespace storage::host

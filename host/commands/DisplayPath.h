@@ -7,7 +7,8 @@
 
 namespace storage::host {
 
-/// The path of an entry as results show it: relative to the operand that the user gave, for example "./a/f" after ".".
+/// Formats the path of an entry for results: relative to the operand of the user, for example "./a/f" for
+/// ".".
 /// @param operand  UTF-8, names `top`
 /// @param path     `top` or an entry below it
 std::u16string displayPath(std::string_view operand, const StoragePath& top, const StoragePath& path);

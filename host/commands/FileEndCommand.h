@@ -9,7 +9,8 @@
 
 namespace storage::host {
 
-/// What head and tail share: how much of each file is to be printed, and headings over several files.
+/// Base class of head and tail: parses the amount to print of each file, and prints headings for several
+/// files.
 class FileEndCommand : public Command {
 public:
     void declare(CommandSyntax& syntax) override;

@@ -20,7 +20,7 @@ public:
                 if (isFolder(path)) {
                     showFolder(session, path, words.size() > 1);
                 } else {
-                    (void)DiskEntry::at(path, DiskEntry::Links::Inspect); // it must exist
+                    (void)DiskEntry::at(path, DiskEntry::Links::Inspect); // throws if it does not exist
                     session.console().out() << session.console().shown(path) << '\n';
                 }
             });

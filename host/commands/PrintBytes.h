@@ -7,8 +7,8 @@
 
 namespace storage::host {
 
-/// Prints bytes of a file as they are, from the device's position on.
-/// @param most  how many at the most
+/// Prints bytes of a file unchanged, from the device's position on.
+/// @param most  maximum number of bytes
 /// @throws Interrupted
 void printBytes(Session& session, ByteStreamDevice file,
                 unsigned long long most = std::numeric_limits<unsigned long long>::max());

@@ -19,7 +19,7 @@ private:
         printBytes(session, std::move(file), size - begin);
     }
 
-    /// Where the last lines begin. Reads backwards, so that a long file costs no more than a short one.
+    /// The offset of the last lines. Reads backwards, so that the cost does not depend on the file size.
     static unsigned long long beginOfLines(ByteStreamDevice& file, unsigned long long size,
                                            unsigned long long lines) {
         if (lines == 0) {
