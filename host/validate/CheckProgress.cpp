@@ -7,7 +7,7 @@ namespace storage::host {
 CheckProgress::~CheckProgress() {
     try {
         console_.clearProgress();
-    } catch (...) { // a line left on a terminal that is gone disturbs nobody
+    } catch (...) { // the terminal is gone
     }
 }
 

@@ -7,12 +7,12 @@
 
 namespace storage::host {
 
-/// Shows a person at a terminal which check is under way.
+/// Shows the current check on the terminal.
 ///
-/// Borrows the console; its progress line is gone after the object. Thread safety: one object is for one thread.
+/// Borrows the console. The destructor clears the progress line. Not thread-safe.
 class CheckProgress {
 public:
-    /// @param all  how many checks there are going to be
+    /// @param all  total number of checks
     CheckProgress(Console& console, std::size_t all) : console_(console), all_(all) {}
     ~CheckProgress();
     CheckProgress(const CheckProgress&) = delete;

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* harmless = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@%=-";
 
-/// For what cannot be shown as it is.
+/// Quotes a word with escape sequences, because it has bytes that are not printable.
 std::string quotedByNumbers(const std::string& word) {
     std::string quoted = "$'";
     for (const char letter : word) {
@@ -35,7 +35,7 @@ std::string quotedForShell(const std::string& word) {
     return quoted + "'";
 }
 
-/// A path that no program takes for an option.
+/// Prevents that a path is parsed as an option.
 std::string asOperand(const std::string& path) {
     return path.starts_with('-') ? "./" + path : path;
 }

@@ -195,7 +195,7 @@ void manyEntries(CheckContext& context) {
            "a folder that holds many entries lists another number of them");
 }
 
-/// What random creating and removing must lead to, kept in a plain map of paths.
+/// Creates and removes random entries, and keeps the expected tree in a plain map of paths.
 class History {
 public:
     explicit History(CheckContext& context) : context_(context), provider_(context.provider()) {}
@@ -232,7 +232,7 @@ public:
     }
 
 private:
-    /// One of few, so that paths meet.
+    /// Few distinct names, so that paths collide.
     std::u16string anyPath() {
         std::u16string path;
         for (auto depth = context_.random()() % 3 + 1; depth > 0; --depth) {

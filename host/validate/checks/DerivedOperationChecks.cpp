@@ -46,7 +46,7 @@ void expectNames(const Names& names, const Names& expected, std::string_view ope
            fmt::format("{} gives{}, not{}", operation, printed(sorted(names)), printed(sorted(expected))));
 }
 
-/// The names of what a listing has left, a "/" behind those of folders.
+/// The remaining names of a listing; those of folders with a trailing "/".
 Names markedNames(IFolderEntryIterator& listing) {
     Names names;
     while (listing.hasNext()) {
@@ -85,7 +85,7 @@ void createFiles(CheckContext& context, std::initializer_list<std::u16string_vie
     }
 }
 
-// Making and removing trees
+// Creating and removing trees
 
 void createsEveryMissingFolder(CheckContext& context) {
     const IProvider& provider = context.provider();
@@ -182,7 +182,7 @@ void rootIsOnlyEmptied(CheckContext& context) {
 
 // Listings
 
-/// A folder "l" with names for patterns.
+/// Creates a folder "l" with names for patterns.
 void makeNames(CheckContext& context) {
     createFolders(context, {u"l", u"l/ab", u"l/b", u"l/a.d"});
     createFiles(context, {u"l/a", u"l/abc", u"l/b.txt", u"l/q"});
@@ -190,7 +190,7 @@ void makeNames(CheckContext& context) {
 
 struct PatternCase {
     const char16_t* pattern;
-    Names matches; ///< a "/" behind the names of folders
+    Names matches; ///< names of folders have a trailing "/"
 };
 
 std::vector<PatternCase> patternCases() {
@@ -379,13 +379,14 @@ constexpr std::array<CopyOperation, 3> copyOperations{
     },
 };
 
-/// A folder "a" with the file "a/f", and a folder "b".
+/// Creates a folder "a" with the file "a/f", and a folder "b".
 void makeSource(CheckContext& context) {
     createFolders(context, {u"a", u"b"});
     createFiles(context, {u"a/f"});
 }
 
-/// Copying fails, and leaves everything as it was but the times of folders that a temporary file was in.
+/// Expects that copying fails and changes nothing, except the times of folders that contained a temporary
+/// file.
 void expectCopyRefused(CheckContext& context, std::u16string_view source, std::u16string_view destination,
                        ReplacementPolicy policy, ErrorCode code, std::u16string_view location,
                        std::string_view operation) {
@@ -440,7 +441,7 @@ void copyIsWritableAndNew(CheckContext& context) {
         const FileAttributes attributes = provider.doGetFileAttributes(context.at(u"b/g"));
         expect(attributes.isWritable(), "a copy of a read-only file is read-only");
         expect((attributes.getLastModified() - utcNow()).abs() <=
-                   boost::posix_time::minutes(10), // clocks of a network differ
+                   boost::posix_time::minutes(10), // clocks of a network may differ
                "a copy has not the time of the copying");
     }
     expect(provider.doGetFileAttributes(context.at(u"a/f")).getLastModified() == before,
@@ -550,7 +551,7 @@ void throwingEndsTheCopy(CheckContext& context) {
     }
 }
 
-// What stands at a location
+// Existence of entries
 
 void existenceAgrees(CheckContext& context) {
     makeSource(context);
@@ -660,14 +661,14 @@ void truncatingBeyondAllSizes(CheckContext& context) {
            "giving a file more bytes than a long can count changes something");
 }
 
-// What not every storage offers
+// Optional features
 
 struct OptionalOperation {
     const char* name;
     void (*run)(const IProvider& provider, const StorageIRI& iri);
 };
 
-/// Names a location that is not the first one.
+/// A location other than the first one.
 StorageIRI elsewhere() {
     return StorageIRI(u"/elsewhere");
 }

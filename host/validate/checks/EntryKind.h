@@ -4,13 +4,13 @@
 
 namespace storage::host::checks {
 
-/// The operations of files, or those of folders, for rules that hold of both. A value.
+/// The operations of files, or those of folders, for rules about both. A value.
 struct EntryKind {
     using IProvider = foundation::storage::provider::IProvider;
     using StorageIRI = foundation::storage::provider::StorageIRI;
     using Time = boost::posix_time::ptime;
 
-    const char* name; ///< for people: "file" or "folder"
+    const char* name; ///< for messages: "file" or "folder"
     void (IProvider::*create)(const StorageIRI&) const;
     void (IProvider::*remove)(const StorageIRI&) const;
     bool (IProvider::*exists)(const StorageIRI&) const;

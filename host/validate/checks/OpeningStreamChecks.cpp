@@ -24,7 +24,7 @@ constexpr ByteStreamOpenOptions mustExistEmptied{.existence = ByteStreamExistenc
 constexpr ByteStreamOpenOptions appending{.append = ByteStreamAppend::AppendAtEnd};
 constexpr std::array everyWay{ByteStreamOpenOptions{}, mustExist, emptied, mustExistEmptied, appending};
 
-/// Numbers that no option has a name for, and one that every provider has to take as such.
+/// Numbers without an enumerator, which every provider must handle as documented.
 constexpr std::array<std::int32_t, 4> unnamedNumbers{2, 7, -1, std::numeric_limits<std::int32_t>::min()};
 
 bool isWithin(const boost::posix_time::ptime& time, const boost::posix_time::ptime& first,
@@ -112,7 +112,7 @@ void missingFileForReading(CheckContext& context) {
         "opening a missing file for reading");
 }
 
-/// Opening `file` fails in every way with `NotFound`.
+/// Expects that opening `file` fails with `NotFound` for all options.
 void expectUnreachable(CheckContext& context, const StorageIRI& file, std::string_view operation) {
     for (const ByteStreamOpenOptions& options : everyWay) {
         expectRefusal(

@@ -94,7 +94,7 @@ void writableAgain(CheckContext& context) {
            "a folder that is writable again and was removed exists");
 }
 
-/// Only the entries of a read-only folder stay the same, not what is in them.
+/// The flag protects only the entries of a folder, not their content.
 void belowReadOnlyFolder(CheckContext& context) {
     const IProvider& provider = context.provider();
     provider.doCreateFolder(context.at(u"d"));
@@ -136,7 +136,7 @@ void flagOfMissing(CheckContext& context) {
     }
 }
 
-/// What is in the way counts before the folder's flag.
+/// The check for an existing entry comes before the folder's flag.
 void existenceBeforeFlag(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI entry = context.at(u"d/e");
@@ -150,7 +150,7 @@ void existenceBeforeFlag(CheckContext& context) {
     }
 }
 
-/// What is missing, or of the other kind, counts before the flags.
+/// The checks for a missing entry and for the wrong kind come before the flags.
 void absenceBeforeFlag(CheckContext& context) {
     const IProvider& provider = context.provider();
     provider.doCreateFolder(context.at(u"d"));
@@ -172,7 +172,7 @@ void absenceBeforeFlag(CheckContext& context) {
     expectNotFound(folderKind, u"d/file");
 }
 
-/// That a folder is not empty counts before its flag and that of the folder it is in.
+/// The check for an empty folder comes before its flag and the flag of its parent.
 void contentBeforeFlag(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI folder = context.at(u"d/full");

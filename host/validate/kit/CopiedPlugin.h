@@ -8,13 +8,13 @@
 
 namespace storage::host {
 
-/// A plug-in loaded a second time, out of a copy in memory: as if nobody else in the process had loaded it.
+/// A plug-in loaded a second time, from a copy in memory, so that it has its own state.
 ///
-/// Owns the copy and the loaded library; what comes out of it must be gone before this object. One at a time. Thread safety:
-/// one object is for one thread.
+/// Owns the copy and the loaded library. Objects of the library must be destroyed before this object. At most
+/// one object may exist at a time. Not thread-safe.
 class CopiedPlugin {
 public:
-    /// What the copy is called in /proc/self/maps, as long as it is loaded.
+    /// The name of the copy in /proc/self/maps while it is loaded.
     static constexpr std::string_view mappedName = "memfd:copied-plug-in";
 
     /// @param path  the shared library on disk

@@ -8,11 +8,11 @@ namespace storage::host {
 
 namespace {
 
-/// Blocks from this size on are not kept apart by their sizes when they are freed: what is left of one can be cut to
-/// any size.
+/// The allocator does not keep freed blocks of this size or above in bins of one size: it can split the
+/// remainder to any size.
 constexpr std::size_t divisible = 2048;
 
-/// Has the stack take what it may need from the system, which soon gives nothing.
+/// Commits the pages of the stack before the limit applies.
 void growStack() {
     std::array<volatile char, std::size_t{256} * 1024> stack{};
     for (std::size_t i = 0; i < stack.size(); i += 1024) {
@@ -33,7 +33,7 @@ void throwOnce() {
 ExhaustedMemory::ExhaustedMemory(std::size_t left) {
     growStack();
     throwOnce();
-    take(divisible + left); // a member knows of it, so that the compiler cannot do without it
+    take(divisible + left); // stored in a member, so that the compiler cannot remove the allocation
     reserve_ = std::exchange(blocks_, nullptr);
     ::getrlimit(RLIMIT_AS, &limitBefore_);
     const rlimit nothing{0, limitBefore_.rlim_max};
@@ -41,7 +41,7 @@ ExhaustedMemory::ExhaustedMemory(std::size_t left) {
     takeEverything();
     ::operator delete(reserve_);
     if (left > 0) {
-        take(divisible); // the rest of the reserve is what is left
+        take(divisible); // the remainder of the reserve is what is left
     } else {
         takeEverything();
     }

@@ -5,10 +5,10 @@
 
 namespace storage::host {
 
-/// As long as one lives, the process has no memory but what is given back to it: neither the system nor the heap has
-/// anything left. Whatever allocates fails with std::bad_alloc.
+/// Exhausts the memory of the process during its lifetime: neither the system nor the heap has free memory.
+/// Every allocation fails with std::bad_alloc, unless other memory is freed.
 ///
-/// Owns all free blocks of the heap. For the only thread of a process.
+/// Owns all free blocks of the heap. Precondition: the process has only one thread.
 class ExhaustedMemory {
 public:
     /// @param left  bytes that can still be allocated, in one piece
@@ -18,7 +18,7 @@ public:
     ~ExhaustedMemory();
 
 private:
-    /// A block of the heap, in which stands where the next one is.
+    /// A block of the heap, which stores a pointer to the next one.
     struct Block {
         Block* next;
     };
@@ -27,7 +27,7 @@ private:
     void takeEverything();
 
     rlimit limitBefore_{};
-    Block* reserve_ = nullptr; ///< free again once everything else is taken
+    Block* reserve_ = nullptr; ///< freed when everything else is allocated
     Block* blocks_ = nullptr;
 };
 

@@ -9,7 +9,8 @@ namespace storage::host {
 
 class CheckContext;
 
-/// As `expectFailure`, and nothing in the check's own folder changes: no entry, no byte, no flag, no time.
+/// As `expectFailure`. Also expects that nothing in the check's own folder changes: no entry, byte, flag or
+/// time.
 void expectRefusal(CheckContext& context, const std::function<void()>& action,
                    foundation::storage::provider::ErrorCode code,
                    const foundation::storage::provider::StorageIRI& location, std::string_view operation);

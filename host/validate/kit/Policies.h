@@ -5,7 +5,7 @@
 #include <array>
 #include <limits>
 
-// Every policy that a host can pass, those without a name among them.
+// Every policy that a host can pass, including those without an enumerator.
 namespace storage::host::policies {
 
 using foundation::storage::provider::ReplacementPolicy;

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-// Steps that checks share: streams and the bytes of files. Each throws when a stream breaks its contract.
+// Helpers of checks for streams and the bytes of files. Each throws when a stream breaks its contract.
 namespace storage::host {
 
 std::unique_ptr<foundation::storage::provider::ByteStream>
@@ -18,18 +18,18 @@ std::unique_ptr<foundation::storage::provider::ByteStream>
 openForReading(const foundation::storage::provider::IProvider& provider,
                const foundation::storage::provider::StorageIRI& iri);
 
-/// Opens a stream whose writes go to the end.
+/// Opens a stream that appends all writes.
 std::unique_ptr<foundation::storage::provider::ByteStream>
 openToAppend(const foundation::storage::provider::IProvider& provider,
              const foundation::storage::provider::StorageIRI& iri);
 
-/// Writes all of it and flushes, so that other streams see it.
+/// Writes all bytes and flushes, so that other streams see them.
 void writeText(foundation::storage::provider::ByteStream& stream, std::string_view bytes);
 
 /// The bytes of a single read of at most `count` bytes; empty at the end of the file.
 std::string readOnce(foundation::storage::provider::ByteStream& stream, long count);
 
-/// All bytes from the position on.
+/// All bytes from the current position on.
 std::string readRest(foundation::storage::provider::ByteStream& stream);
 
 /// @return the position that the seek returns, as a number

@@ -4,12 +4,12 @@
 
 namespace storage::host {
 
-/// The current time as providers keep it.
+/// The current time in the format of providers.
 inline boost::posix_time::ptime utcNow() {
     return boost::posix_time::microsec_clock::universal_time();
 }
 
-/// A time that an entry has only when a check sets it.
+/// A time that no entry has unless a check sets it.
 inline boost::posix_time::ptime longAgo() {
     return boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3), boost::posix_time::hours(4));
 }

@@ -4,8 +4,8 @@
 
 namespace storage::host {
 
-/// An entry that is read-only as long as this object lives; after that it must be removable again.
-/// The provider must outlive it. For one thread.
+/// Makes an entry read-only during its lifetime, and writable again after that, so that it can be removed.
+/// Borrows the provider. Not thread-safe.
 class WriteProtection {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -19,7 +19,7 @@ public:
     ~WriteProtection() {
         try {
             provider_.doSetWritable(iri_, true);
-        } catch (...) { // moved or removed, as the rules of some operations have it
+        } catch (...) { // some operations have moved or removed the entry
         }
     }
 

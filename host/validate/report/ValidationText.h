@@ -7,12 +7,12 @@
 
 namespace storage::host {
 
-/// Prints the rules, one line each below the title of their group.
+/// Prints the rules, one per line, below the title of their group.
 void printRules(std::ostream& out, const CheckSelection& selection);
 
-/// The report of a run as text, group by group while the run goes on.
+/// Prints the report of a run as text, each group when it is done.
 ///
-/// Borrows the stream. Thread safety: one object is for one thread.
+/// Borrows the stream. Not thread-safe.
 class ValidationText {
 public:
     explicit ValidationText(std::ostream& out) : out_(out) {}

@@ -9,13 +9,13 @@ namespace storage::host {
 
 class CheckContext;
 
-/// The provider breaks the rule. The text says what was expected and what was seen.
+/// The provider breaks the rule. The text contains the expected and the actual result.
 class RuleBroken : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The check does not apply to this provider or machine. The text says why.
+/// The check does not apply to this provider or machine. The text contains the reason.
 class CheckSkipped : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -26,15 +26,15 @@ struct Check {
     const char* number; ///< "GROUP.RULE", for example "4.2"; permanent
     const char* name;   ///< for example "paths.case-is-kept"
     const char* rule;   ///< one line, for example "Names that differ in case are two names."
-    Profile profile;    ///< the providers that the rule applies to
-    /// Returns when the provider keeps the rule. Runs in a process of its own, and may do anything to it.
+    Profile profile;    ///< the providers to which the rule applies
+    /// Returns when the provider keeps the rule. Runs in its own process, which it may change or crash.
     /// @throws RuleBroken, CheckSkipped
     void (*run)(CheckContext& context);
 };
 
 /// The rules about one subject. A value; the checks are in a table with static storage duration.
 struct CheckGroup {
-    int number;        ///< the numbers of its checks begin with it
+    int number;        ///< the first part of the numbers of its checks
     const char* title; ///< for example "Paths"
     std::span<const Check> checks;
 };

@@ -7,11 +7,11 @@ namespace storage::host {
 
 /// Which providers a rule applies to.
 enum class Profile {
-    AnyProvider,      ///< every provider, whatever its storage is made of
-    InMemoryProvider, ///< only the in-memory provider: other providers may do otherwise
+    AnyProvider,      ///< every provider, with any kind of storage
+    InMemoryProvider, ///< only the in-memory provider: others may behave differently
 };
 
-/// As on the command line, for example "in-memory".
+/// The name on the command line, for example "in-memory".
 const char* profileName(Profile profile);
 
 std::vector<std::string> profileNames();
