@@ -30,7 +30,8 @@ std::size_t characterLength(std::u16string_view name, std::size_t position) noex
     return isPair ? 2 : 1;
 }
 
-/// The number of code units that `element`, not a run, takes up at `position`; 0 when it does not match.
+/// The number of code units that `element` matches at `position`; 0 if it does not match. `element` is not a
+/// run.
 std::size_t matchedLength(const Element& element, std::u16string_view name, std::size_t position) noexcept {
     if (element.kind == Element::Kind::AnyCharacter) {
         return characterLength(name, position);
@@ -49,8 +50,7 @@ WildcardPattern::WildcardPattern(std::u16string_view text) : elements_(parse(tex
 WildcardPattern::WildcardPattern(std::vector<Element> elements) : elements_(std::move(elements)) {}
 
 bool WildcardPattern::matches(std::u16string_view name) const noexcept {
-    // Only the run met last is ever lengthened: whatever an earlier run could take, this one can take as
-    // well.
+    // Backtracks to the last run only: extending it covers everything that extending an earlier one could.
     struct Run {
         std::size_t nextElement;
         std::size_t end;

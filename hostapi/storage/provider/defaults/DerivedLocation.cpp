@@ -9,7 +9,7 @@ namespace {
 
 constexpr char16_t separator = u'/';
 
-/// "/a/" is spelled like a folder but is the entry "/a".
+/// "/a/" has the form of a folder but names the entry "/a".
 std::u16string withoutSeparatorAtEnd(std::u16string path) {
     if (path.ends_with(separator)) {
         path.pop_back();
@@ -30,7 +30,7 @@ StorageIRI locationBelow(const StorageIRI& folder, std::u16string_view name) {
     }
     path += name;
     if (name.empty()) {
-        path += separator; // one at the end is no more than a spelling
+        path += separator; // a trailing separator does not change the entry
     }
     return StorageIRI(std::move(path));
 }

@@ -62,7 +62,7 @@ void FolderTreeWalk::meet(const FolderEntry& entry) {
 
 std::u16string_view FolderTreeWalk::name() const noexcept {
     std::u16string_view path = relativePath_;
-    return path.substr(path.rfind(u'/') + 1); // without any "/" this is the whole path, npos + 1 being 0
+    return path.substr(path.rfind(u'/') + 1); // without "/" the whole path, because npos + 1 is 0
 }
 
 } // namespace foundation::storage::provider

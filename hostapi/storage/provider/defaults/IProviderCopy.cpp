@@ -31,7 +31,7 @@ bool isReadOnlyFile(const IProvider& provider, const StorageIRI& iri) {
     }
 }
 
-/// Refuses early what the final move would refuse too, so that no bytes are copied in vain.
+/// Checks what the final move would refuse too, before any bytes are copied.
 void refuseOccupied(const IProvider& provider, const StorageIRI& source, const StorageIRI& destination,
                     ReplacementPolicy policy) {
     if (provider.doFolderExists(destination) ||
@@ -43,7 +43,7 @@ void refuseOccupied(const IProvider& provider, const StorageIRI& source, const S
     }
 }
 
-/// The size of the file, with the position back at its beginning.
+/// The size of the file. Moves the position back to the beginning.
 unsigned long long sizeOf(ByteStream& stream) {
     const auto size = static_cast<std::streamoff>(stream.seek(0, std::ios_base::end));
     if (size < 0 || stream.seek(0, std::ios_base::beg) != 0) {
@@ -52,7 +52,7 @@ unsigned long long sizeOf(ByteStream& stream) {
     return static_cast<unsigned long long>(size);
 }
 
-/// Not more than the file has at the start: it may grow as fast as it is copied.
+/// Copies at most the initial size: the file may grow as fast as it is copied.
 void copyBytes(ByteStream& from, ByteStream& to, const IProvider::CopyProgress& progress) {
     const unsigned long long size = sizeOf(from);
     std::vector<char> block(blockSize);
@@ -75,13 +75,13 @@ void copyFile(const IProvider& provider, const StorageIRI& source, const Storage
     refuseOccupied(provider, source, destination, policy);
     TemporaryFile copy(provider, destination, source);
     copyBytes(*from, *copy.open(), progress);
-    from.reset(); // source and destination may be one file
+    from.reset(); // source and destination may be the same file
     copy.moveIntoPlace(policy);
 }
 
 } // namespace
 
-// By value in the binary interface, so that an overriding provider may keep them.
+// By value in the ABI, so that an overriding provider may keep them.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
 void IProvider::doCopyFile(const StorageIRI& source, const StorageIRI& destination,

@@ -25,7 +25,7 @@ void createFolderUnlessThere(const IProvider& provider, const StorageIRI& iri) {
     }
 }
 
-/// Removes what the walk has arrived at, once nothing is left in it.
+/// Removes a visited file, or a folder after its content.
 void removeVisited(const IProvider& provider, const FolderTreeWalk& walk) {
     try {
         if (walk.event() == FolderTreeWalk::Event::FileMet) {
@@ -35,7 +35,7 @@ void removeVisited(const IProvider& provider, const FolderTreeWalk& walk) {
         }
     } catch (const Exception& failure) {
         if (failure.getErrorCode() != ErrorCode::NotFound) {
-            throw; // an entry that is gone already is just what was wanted
+            throw; // an entry that is already gone is not a failure
         }
     }
 }
@@ -47,7 +47,7 @@ void IProvider::doCreateFolderRecursive(const StorageIRI& iri) const {
         return;
     }
     const std::u16string& path = iri.getResolvedPath();
-    // What is before a separator at the very beginning is the root, which is always there.
+    // The part before a leading separator is the root, which always exists.
     for (std::size_t end = path.find(u'/', 1); end != std::u16string::npos; end = path.find(u'/', end + 1)) {
         createFolderUnlessThere(*this, StorageIRI(path.substr(0, end)));
     }

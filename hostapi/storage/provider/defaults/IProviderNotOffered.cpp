@@ -10,7 +10,7 @@ namespace {
 
 } // namespace
 
-// By value in the binary interface, so that an overriding provider may keep them.
+// By value in the ABI, so that an overriding provider may keep them.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
 std::unique_ptr<ByteStream> IProvider::doOpenTransactionalStream(const StorageIRI& iri,

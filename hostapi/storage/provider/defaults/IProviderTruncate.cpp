@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t zerosAtOnce = std::size_t{64} * 1024;
 
-/// Up to `size` bytes from the file's beginning; fewer only when the file has fewer.
+/// Up to `size` bytes from the file's beginning; fewer only if the file has fewer.
 std::vector<char> readBeginning(const IProvider& provider, const StorageIRI& iri, std::size_t size) {
     std::vector<char> bytes(size);
     const auto stream = requireNonNull(provider.doOpenReadOnlyStream(iri), "stream");
@@ -39,7 +39,7 @@ unsigned long long endOf(ByteStream& stream) {
 }
 
 void shrinkFile(const IProvider& provider, const StorageIRI& iri, std::size_t size) {
-    // The bytes that stay are in memory before the file is emptied: running out of memory here loses nothing.
+    // Reads the remaining bytes before the file is emptied: a failed allocation here loses nothing.
     const std::vector<char> kept = readBeginning(provider, iri, size);
     const auto stream = openForWriting(
         provider, iri, {.existence = ByteStreamExistence::MustExist, .content = ByteStreamContent::Empty});
@@ -50,8 +50,8 @@ void shrinkFile(const IProvider& provider, const StorageIRI& iri, std::size_t si
 void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long long size) {
     const auto stream = openForWriting(provider, iri, {.existence = ByteStreamExistence::MustExist});
     const std::vector<char> zeros(zerosAtOnce);
-    // The end is looked up for each block, and bytes are written at a position, so that two threads that let the file grow
-    // do not make it larger than the larger of both sizes.
+    // Seeks to the end for each block, and writes at a position. So two threads that grow the file do not
+    // make it larger than the larger of both sizes.
     for (unsigned long long end = endOf(*stream); end < size; end = endOf(*stream)) {
         writeAll(*stream, {zeros.data(), std::min<unsigned long long>(size - end, zeros.size())});
     }

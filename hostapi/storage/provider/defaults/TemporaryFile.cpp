@@ -12,7 +12,8 @@ namespace foundation::storage::provider {
 
 namespace {
 
-/// A name that nobody else uses or can foresee: two copies never meet in one temporary file, nor does one remove the other's.
+/// A unique, unpredictable name, so that concurrent copies neither share a temporary file nor remove each
+/// other's.
 std::u16string randomName() {
     constexpr std::u16string_view digits = u"0123456789abcdef";
     constexpr int length = 16;
@@ -58,7 +59,7 @@ TemporaryFile::~TemporaryFile() {
     try {
         provider_.doRemoveFile(location_);
     } catch (...) {
-        // The failure that brought us here is the one to report; this one changes nothing for the caller.
+        // The original failure is the one to report. This one does not change the result for the caller.
     }
 }
 
