@@ -9,7 +9,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// What the internal exceptions have in common: a message that names one entry, fixed at construction.
+/// Base class of the internal exceptions: a message that names one entry, fixed at construction.
 ///
 /// `Concrete` is the exception class itself; copies and rethrown objects are of that class.
 template <class Concrete>
@@ -24,7 +24,7 @@ public:
     std::u16string getMessage() const override { return message_; }
 
 protected:
-    /// Ends the process when memory runs out, so that nobody ever sees an exception without its message.
+    /// Terminates the process if allocation fails, so that no exception lacks its message.
     EntryException(const InMemoryEntryPath& path, std::u16string_view suffix) noexcept
         : message_(std::u16string(u"Entry ").append(path.view()).append(suffix)) {}
 

@@ -4,7 +4,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// Something stands at the path where a new entry was to go.
+/// An entry exists at the path of a new entry.
 class EntryExistsException : public EntryException<EntryExistsException> {
 public:
     explicit EntryExistsException(const InMemoryEntryPath& path) noexcept

@@ -4,7 +4,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// There is no entry of the wanted kind at the path.
+/// No entry of the required kind exists at the path.
 class EntryNotFoundException : public EntryException<EntryNotFoundException> {
 public:
     explicit EntryNotFoundException(const InMemoryEntryPath& path) noexcept

@@ -12,25 +12,25 @@
 
 namespace storage::inmemoryprovider {
 
-/// What the host is told for one class of internal exception.
+/// The host's error for one class of internal exception.
 struct HostError {
-    /// Which location of an operation that has two of them the error names.
+    /// The location that the error names, for an operation with two locations.
     enum class Location { Source, Destination };
 
     foundation::storage::provider::ErrorCode code;
     Location location = Location::Source;
 };
 
-/// What the host is told for each class of internal exception in one operation. A class without an entry
-/// passes through as it is.
+/// The host's error for each class of internal exception in one operation. A class without an entry
+/// propagates unchanged.
 struct ErrorTranslation {
     std::optional<HostError> notFound = {};
     std::optional<HostError> exists = {};
     std::optional<HostError> readOnly = {};
     std::optional<HostError> notEmpty = {};
 
-    /// Runs `call`, whose internal exceptions leave as the host's Exception.
-    /// @param source       the location that the operation was given
+    /// Runs `call` and converts its internal exceptions to the host's Exception.
+    /// @param source       the location argument of the operation
     /// @param destination  the second one, or the same again
     template <class Call>
     auto run(const foundation::storage::provider::StorageIRI& source,
@@ -60,8 +60,8 @@ private:
                                    const foundation::storage::provider::StorageIRI& destination);
 };
 
-/// The translation of every operation that needs one. That a folder which is not empty has one code when it
-/// is removed and another when it is in the way of a move is deliberate.
+/// The translation of every operation that has one. A folder that is not empty deliberately has one code when
+/// it is removed and another when it is the destination of a move.
 namespace translations {
 
 using enum foundation::storage::provider::ErrorCode;

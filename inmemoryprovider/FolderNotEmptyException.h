@@ -4,7 +4,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// The folder at the path would have to go, but holds entries.
+/// The folder at the path cannot be removed or replaced, because it has entries.
 class FolderNotEmptyException : public EntryException<FolderNotEmptyException> {
 public:
     explicit FolderNotEmptyException(const InMemoryEntryPath& path) noexcept

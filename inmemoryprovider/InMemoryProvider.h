@@ -6,15 +6,16 @@
 
 namespace storage::inmemoryprovider {
 
-/// A storage that lives in memory, from the object's construction to its destruction.
+/// A storage in memory, from the object's construction to its destruction.
 ///
-/// Owns one file system and nothing else: each operation turns its locations into paths, calls the file
-/// system and tells the host of failures in the host's terms. See IProvider for what the operations do.
+/// Owns one file system and nothing else: each operation converts its locations to paths, calls the file
+/// system and reports failures with the host's exceptions. See IProvider for the operations.
 ///
-/// Takes no lock of its own; the file system and its nodes guard themselves. Every operation is one step for the others;
-/// the two setters are two, finding the entry and changing it, and so are lost on an entry that is moved in between.
+/// Has no lock of its own; the file system and its nodes have their own locks. Every operation is atomic,
+/// except for the two setters: they find the entry and change it in two steps, so a change is lost if the
+/// entry is moved in between.
 ///
-/// Thread safety: every operation may be called from any number of threads.
+/// Thread-safe.
 class InMemoryProvider : public foundation::storage::provider::IProvider {
     using ByteStream = foundation::storage::provider::ByteStream;
     using ByteStreamOpenOptions = foundation::storage::provider::ByteStreamOpenOptions;
@@ -26,7 +27,7 @@ class InMemoryProvider : public foundation::storage::provider::IProvider {
     using StorageIRI = foundation::storage::provider::StorageIRI;
 
 public:
-    /// An empty storage: the root folder alone.
+    /// An empty storage with only the root folder.
     InMemoryProvider();
     InMemoryProvider(const InMemoryProvider&) = delete;
     InMemoryProvider& operator=(const InMemoryProvider&) = delete;
@@ -53,11 +54,11 @@ public:
     std::unique_ptr<IFolderEntryIterator> doListFolders(const StorageIRI& iri) const override;
     void doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const override;
 
-    /// Finds the entry by the location's own path, not its resolved one, and takes for the root only what has
-    /// no parent.
+    /// Finds the entry by the location's own path, not its resolved one. Only a location without a parent is
+    /// the root.
     /// @param iri       a file or folder
-    /// @param writable  what the flag is to be
-    /// @throws Exception `NotFound` when nothing stands there
+    /// @param writable  new value of the flag
+    /// @throws Exception `NotFound` when no entry exists there
     void doSetWritable(const StorageIRI& iri, bool writable) const override;
     bool doHasFeature(const ExtendedFeature& feature) const override;
 
@@ -65,16 +66,16 @@ private:
     static bool isRootLocation(const StorageIRI& iri);
     std::shared_ptr<InMemoryFolderEntry> rootFolder() const;
 
-    /// The entry at the path that is made of `path`, or an empty pointer; the root is never found.
+    /// The entry at the path that is constructed from `path`, or an empty pointer; never the root.
     std::shared_ptr<InMemoryEntry> findEntry(std::u16string_view path) const;
 
-    /// As findEntry, but a missing entry is the host's NotFound at `iri`.
+    /// As findEntry, but throws the host's NotFound at `iri` for a missing entry.
     std::shared_ptr<InMemoryEntry> requireEntry(std::u16string_view path, const StorageIRI& iri) const;
 
     template <class Predicate>
     std::unique_ptr<IFolderEntryIterator> list(const StorageIRI& iri) const;
 
-    /// Mutable, for the host's operations are const whatever they do to the storage.
+    /// Mutable, because the host's operations are const even if they change the storage.
     mutable InMemoryFileSystem fileSystem_;
 };
 

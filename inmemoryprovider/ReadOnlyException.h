@@ -4,7 +4,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// The entry at the path would have to change, but is not writable.
+/// The entry at the path cannot be changed, because it is not writable.
 class ReadOnlyException : public EntryException<ReadOnlyException> {
 public:
     explicit ReadOnlyException(const InMemoryEntryPath& path) noexcept

@@ -13,18 +13,18 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// From this size on, the copying that growth brings costs more than address space does.
+/// From this size on, the copying of growth costs more than unused address space.
 constexpr std::size_t generousFrom = 256U << 10U;
 
-/// Capacity grows eightfold from there on. The part that is not written yet takes addresses only, and all copying sums up
-/// to between 1/7 and 8/7 of the size, where doubling copies one to two times the size.
+/// Growth factor of the capacity from there on. The unwritten part uses address space only. All copying adds
+/// up to between 1/7 and 8/7 of the size; doubling would copy one to two times the size.
 constexpr std::size_t generousGrowth = 8;
 
-/// Smaller blocks are not worth the system calls that free their pages early.
+/// For smaller blocks, freeing pages early is not worth the system calls.
 constexpr std::size_t freedEarlyFrom = 2U << 20U;
 
-/// Bytes are appended in blocks that fit a core's cache: a page is still there when it is overwritten after the kernel
-/// cleared it.
+/// Bytes are appended in blocks that fit a core's cache: a page is still cached when it is overwritten after
+/// the kernel has cleared it.
 constexpr std::size_t blockSize = 256U << 10U;
 
 /// Shorter appends cause few page faults, or none.
@@ -40,20 +40,21 @@ std::size_t leastCapacityFor(const Bytes& content, std::size_t needed) {
     return std::max(content.capacity() > most / 2 ? most : content.capacity() * 2, needed);
 }
 
-/// Reserves generously where addresses abound, else the least that keeps appending amortized O(1).
+/// Reserves a large capacity unless address space is limited; otherwise the minimum for amortized O(1)
+/// appends.
 void reserveFor(Bytes& grown, const Bytes& content, std::size_t needed) {
     if (needed < content.max_size() / generousGrowth && !addressSpaceIsLimited()) {
         try {
             grown.reserve(std::max(content.capacity() * generousGrowth, needed));
             return;
         } catch (const std::bad_alloc&) {
-            // More than the system commits to.
+            // More than the overcommit limit of the system.
         }
     }
     grown.reserve(leastCapacityFor(content, needed));
 }
 
-/// Requires the capacity.
+/// Precondition: the capacity is sufficient.
 void appendInBlocks(Bytes& content, const std::uint8_t* bytes, std::size_t count) noexcept {
     const bool isLarge = content.capacity() >= generousFrom;
     for (const std::uint8_t* const end = bytes + count; bytes < end;) {
@@ -66,8 +67,8 @@ void appendInBlocks(Bytes& content, const std::uint8_t* bytes, std::size_t count
     }
 }
 
-/// Appends the bytes of `old` to `target`, and frees the old pages as they are copied. Requires the capacity. Nothing can
-/// fail here: once the first page is freed, `old` is of no use.
+/// Appends the bytes of `old` to `target`, and frees the old pages as they are copied. Precondition: the
+/// capacity is sufficient. Must not fail: after the first page is freed, `old` is not usable.
 void takeOver(Bytes& target, Bytes& old) noexcept {
     const bool isFreedEarly = old.capacity() >= freedEarlyFrom;
     for (std::size_t copied = 0; copied < old.size();) {
@@ -81,7 +82,7 @@ void takeOver(Bytes& target, Bytes& old) noexcept {
     }
 }
 
-/// Makes room for `added` bytes.
+/// Ensures capacity for `added` more bytes.
 void growFor(Bytes& content, std::size_t added) {
     if (added > content.max_size() - content.size()) {
         content.reserve(content.max_size() + 1); // throws std::length_error
@@ -106,7 +107,7 @@ void growFor(Bytes& content, std::size_t added) {
 } // namespace
 
 void appendBytes(Bytes& content, const std::uint8_t* bytes, std::size_t count) {
-    if (count < populatedFrom && count <= content.capacity() - content.size()) { // as most are
+    if (count < populatedFrom && count <= content.capacity() - content.size()) { // the common case
         content.insert(content.end(), bytes, bytes + count);
         return;
     }

@@ -66,7 +66,7 @@ long writeContent(Bytes& content, const char* buffer, long count, unsigned long&
         left -= overwritten;
     }
     if (left > 0) {
-        // As bytes of the content's own type they are copied in blocks, and not one by one.
+        // Iterators of the content's own type are copied in blocks, not byte by byte.
         appendBytes(content, reinterpret_cast<const std::uint8_t*>(buffer), left);
         position = content.size();
     }

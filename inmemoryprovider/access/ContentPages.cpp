@@ -28,7 +28,7 @@ std::uintptr_t roundUp(std::uintptr_t address, std::uintptr_t unit) noexcept {
     return roundDown(address + unit - 1, unit);
 }
 
-/// @param memory  lies in the pages: keeps the pointer's provenance
+/// @param memory  a pointer into the pages, which keeps the provenance
 void advise(std::uint8_t* memory, std::uintptr_t begin, std::uintptr_t end, int advice) noexcept {
     if (begin < end) {
         const int errorBefore = errno;
@@ -41,7 +41,7 @@ void advise(std::uint8_t* memory, std::uintptr_t begin, std::uintptr_t end, int 
 
 void adviseHugePages([[maybe_unused]] std::uint8_t* memory, [[maybe_unused]] std::size_t size) noexcept {
 #if defined(MADV_HUGEPAGE)
-    // With larger pages, huge ones are larger than 2 MiB, too.
+    // With larger base pages, huge pages are larger than 2 MiB too.
     if (pageSize() == 4096) {
         advise(memory, roundUp(addressOf(memory), hugePage), roundDown(addressOf(memory) + size, hugePage),
                MADV_HUGEPAGE);

@@ -5,17 +5,18 @@
 
 namespace storage::inmemoryprovider {
 
-// Hints to the kernel about the pages of private anonymous memory, as allocators return it. Where the kernel does not know
-// or follow a hint, only time or memory is lost. errno is preserved.
+// Hints to the kernel about the pages of private anonymous memory, as allocators return it. If the kernel
+// does not support or follow a hint, only time or memory is lost. errno is preserved.
 
-/// Asks for huge pages for the whole ones within the memory. Must come before the memory is touched. A huge page takes one
-/// page fault instead of 512.
+/// Requests huge pages for the part of the memory that is aligned to them. Call it before the first access. A
+/// huge page causes one page fault instead of 512.
 void adviseHugePages(std::uint8_t* memory, std::size_t size) noexcept;
 
-/// How many bytes are left from `address` to the beginning of the next huge page.
+/// Number of bytes from `address` to the next huge page boundary.
 std::size_t leftInHugePage(const std::uint8_t* address) noexcept;
 
-/// Maps all pages that the memory touches, with one system call instead of a page fault for each. The bytes stay.
+/// Maps all pages that overlap the memory, with one system call instead of a page fault for each. Does not
+/// change the bytes.
 void populatePages(std::uint8_t* memory, std::size_t size) noexcept;
 
 /// Frees the whole pages within the memory, which read as zeros afterwards. The addresses stay allocated.

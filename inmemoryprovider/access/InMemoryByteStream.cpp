@@ -12,7 +12,7 @@ InMemoryByteStream::InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
     : entry_(std::move(entry)), append_(append) {}
 
 InMemoryByteStream::~InMemoryByteStream() {
-    if (position_ >= hugePagesFrom) { // where a stream stands that has written so far
+    if (position_ >= hugePagesFrom) { // only such a stream can have made the file that large
         const std::lock_guard lock(*entry_->getMutex());
         trimSlack(*entry_->getContent());
     }

@@ -12,13 +12,13 @@ namespace storage::inmemoryprovider {
 
 /// An open file of the in-memory file system.
 ///
-/// Shares the file's node, so it goes on reading and writing the same bytes after the file was removed, moved
-/// or replaced. Owns its position, in bytes. Takes no lock of its own; each operation takes the one of the
-/// file's bytes, and so does the destruction of a stream that may have made a file large: it frees the unused memory of
-/// the last huge page. Nothing is ever held back, so there is nothing to flush.
+/// Shares the file's node, so it continues to read and write the same bytes after the file was removed, moved
+/// or replaced. Owns its position, in bytes. Has no lock of its own: each operation acquires the lock of the
+/// file's bytes. So does the destructor of a stream that may have made a file large: it frees the unused
+/// memory of the last huge page. Nothing is buffered, so there is nothing to flush.
 class InMemoryByteStream : public foundation::storage::provider::ByteStream {
 public:
-    /// A stream at the beginning of `entry`, which is not empty.
+    /// Opens a stream at the beginning of `entry`, which is not null.
     InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
                        foundation::storage::provider::ByteStreamAppend append) noexcept;
     InMemoryByteStream(const InMemoryByteStream&) = delete;

@@ -6,7 +6,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// What a file tells of itself.
+/// The attributes of a file.
 struct FileEntryAttributes {
     std::uint64_t size = 0; ///< in bytes
     boost::posix_time::ptime lastModified;

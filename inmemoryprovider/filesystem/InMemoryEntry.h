@@ -9,12 +9,13 @@
 
 namespace storage::inmemoryprovider {
 
-/// A node of the tree: what files and folders have in common. Always held by std::shared_ptr.
+/// A node of the tree: the base class of files and folders. Always held by std::shared_ptr.
 ///
-/// Owns its full path, which never changes, its last-modified time and its writable flag. The two are atomic:
-/// operations of the file system change them under its mutex, the provider's setters without it.
+/// Owns its full path, which never changes, its last-modified time and its writable flag. The time and the
+/// flag are atomic: operations of the file system change them with its mutex held, the provider's setters
+/// without it.
 ///
-/// Thread safety: thread-safe.
+/// Thread-safe.
 class InMemoryEntry {
 public:
     /// @param lastModified  UTC, to the microsecond
@@ -28,7 +29,7 @@ public:
     /// A copy of the full path.
     InMemoryEntryPath getPath() const { return path_; }
 
-    /// The full path itself, valid as long as this entry.
+    /// A reference to the full path, valid as long as this entry.
     const InMemoryEntryPath& path() const noexcept { return path_; }
 
     /// The last component of the path; "/" for the root.
@@ -37,7 +38,7 @@ public:
     /// UTC, to the microsecond.
     boost::posix_time::ptime getLastModifiedTime() const noexcept;
 
-    /// Any time is taken, also one before the present one.
+    /// Accepts any time, including one before the current one.
     void setLastModifiedTime(const boost::posix_time::ptime& time) noexcept;
 
     bool isWritable() const noexcept;
@@ -53,7 +54,8 @@ private:
     virtual bool doIsFolder() const = 0;
 
     InMemoryEntryPath path_;
-    // Stores release, loads acquire: a thread that sees one operation's stamp or flag sees all operations before it.
+    // Stores release, loads acquire: a thread that reads the time or flag of an operation sees all operations
+    // before it.
     std::atomic<boost::posix_time::ptime> lastModified_;
     std::atomic<bool> writable_;
 

@@ -8,7 +8,7 @@ namespace storage::inmemoryprovider {
 
 namespace {
 
-/// Both in one allocation.
+/// Bytes and mutex in one allocation.
 struct GuardedContent {
     std::vector<std::uint8_t> bytes;
     std::mutex mutex;

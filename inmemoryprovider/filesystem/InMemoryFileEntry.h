@@ -14,17 +14,18 @@ namespace storage::inmemoryprovider {
 
 /// A file.
 ///
-/// Shares its bytes, and the mutex that guards them, with its open streams and, after a move, with the node that took
-/// its place: all nodes that share the bytes lock the same mutex. Each content operation holds it from start to end,
-/// access to the caller's position included. It is the last lock in the lock order.
+/// Shares its bytes, and the mutex that guards them, with its open streams and, after a move, with the node
+/// that replaced it: all nodes that share the bytes lock the same mutex. Each content operation holds it from
+/// start to end, including access to the caller's position. It is the last lock in the lock order.
 ///
 /// Invariant: neither pointer is null, and neither changes after construction.
 ///
-/// Thread safety: every operation is thread-safe.
+/// Thread-safe.
 class InMemoryFileEntry : public InMemoryEntry {
 public:
-    /// A file that shares the bytes of `content`, which is not null. To share them with another node, pass that node's
-    /// `mutex` too: without it, access through this node is not ordered with access by other holders of the bytes.
+    /// A file that shares the bytes of `content`, which is not null. To share them with another node, pass
+    /// that node's `mutex` too: otherwise access through this node races with access by other owners of the
+    /// bytes.
     InMemoryFileEntry(InMemoryEntryPath path, boost::posix_time::ptime lastModified, bool writable,
                       std::shared_ptr<std::vector<std::uint8_t>> content,
                       std::shared_ptr<std::mutex> mutex = std::make_shared<std::mutex>());
@@ -35,7 +36,7 @@ public:
     /// In bytes.
     std::uint64_t getFileSize() const;
 
-    /// The bytes themselves, shared and not copied; never null. Access to them requires `getMutex()`.
+    /// The bytes, shared and not copied; never null. Access requires `getMutex()`.
     std::shared_ptr<std::vector<std::uint8_t>> getContent() { return content_; }
 
     /// The mutex that guards the bytes; never null.
@@ -51,7 +52,7 @@ public:
     /// See seekContent.
     std::streampos seek(long offset, std::ios_base::seekdir direction, unsigned long& position);
 
-    /// Empties the file for all who share its bytes. Their capacity is kept; no position changes.
+    /// Empties the file for all nodes and streams that share its bytes. Keeps the capacity and all positions.
     void truncate();
 
 private:

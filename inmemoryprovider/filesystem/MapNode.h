@@ -4,7 +4,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// An element for a map that is not in it yet: all that its insertion has to allocate.
+/// Makes an element for later insertion into a map. Performs all allocations of the insertion.
 /// @throws std::bad_alloc
 template <class Map>
 typename Map::node_type makeMapNode(const typename Map::key_type& key, typename Map::mapped_type value) {

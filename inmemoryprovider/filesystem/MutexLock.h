@@ -6,7 +6,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// std::lock_guard, known to the analysis of thread safety.
+/// std::lock_guard with annotations for thread-safety analysis.
 class QZFL_SCOPED_CAPABILITY [[nodiscard]] MutexLock {
 public:
     explicit MutexLock(std::mutex& mutex) QZFL_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }

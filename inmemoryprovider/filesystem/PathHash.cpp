@@ -7,12 +7,12 @@ namespace storage::inmemoryprovider {
 
 namespace {
 
-// Odd numbers without structure: the beginnings of the fractions of the square roots of 2, 3 and 5.
+// Odd numbers without structure: the leading bits of the fractional parts of the square roots of 2, 3 and 5.
 constexpr std::uint64_t firstMask = 0x6a09'e667'f3bc'c909;
 constexpr std::uint64_t secondMask = 0xbb67'ae85'84ca'a73b;
 constexpr std::uint64_t lengthMask = 0x3c6e'f372'fe94'f82b;
 
-/// Where the system has put the library is the one number in it that nobody outside can foresee.
+/// The load address of the library, which ASLR makes unpredictable.
 std::uint64_t seed() noexcept {
     static const char anchor = 0;
     return reinterpret_cast<std::uintptr_t>(&anchor);
@@ -40,7 +40,8 @@ std::uint64_t hashOf(std::u16string_view path) noexcept {
     std::size_t left = path.size() * sizeof(char16_t);
 
     std::uint64_t hash = mixed(seed() ^ lengthMask, left ^ secondMask);
-    // A factor of 0 makes the other one not count. So no factor may be one that a text can be made to fit.
+    // If one factor is 0, the other has no effect. So neither factor may be a value that a text can be chosen
+    // to match.
     const std::uint64_t hidden = hash;
     for (; left > step; left -= step, bytes += step) {
         hash = mixed(wordAt(bytes) ^ firstMask ^ hash, wordAt(bytes + word) ^ hidden);
@@ -49,8 +50,8 @@ std::uint64_t hashOf(std::u16string_view path) noexcept {
     std::uint64_t second = 0;
     if (left >= word) {
         first = wordAt(bytes);
-        second = wordAt(bytes + left - word); // may repeat some of the first word
-    } else if (left > 0) {                    // an empty text may point nowhere
+        second = wordAt(bytes + left - word); // may overlap the first word
+    } else if (left > 0) {                    // the pointer of an empty text may be null
         std::memcpy(&first, bytes, left);
     }
     return mixed(mixed(first ^ firstMask ^ hash, second ^ hidden), hash ^ lengthMask);

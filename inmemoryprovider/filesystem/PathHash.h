@@ -7,7 +7,7 @@ namespace storage::inmemoryprovider {
 
 /// A hash of the code units of a path's text, by machine words.
 ///
-/// It differs from one loading of the library to the next, so that nobody can prepare names that collide.
+/// It differs each time the library is loaded, so that nobody can choose names that collide.
 std::uint64_t hashOf(std::u16string_view path) noexcept;
 
 } // namespace storage::inmemoryprovider

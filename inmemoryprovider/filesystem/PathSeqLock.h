@@ -11,28 +11,31 @@
 
 namespace storage::inmemoryprovider {
 
-/// A sequence lock over the tree that readers check by path. It makes a change of several steps, such as a move, one step
-/// for readers that do not hold the lock of the changes: they wait for the change under way only if it concerns their path.
+/// A sequence lock over the tree that readers check by path. It makes a change of several steps, such as a
+/// move, atomic for readers that do not hold the lock of the changes: they wait for the running change only
+/// if it affects their path.
 ///
-/// Owns a sequence number, odd while a change is under way, and the length and hashes of that change's paths. Hashes,
-/// because a path could be destroyed while a reader looks at it. A collision makes a reader wait without need.
+/// Owns a sequence number, which is odd during a change, and the length and hashes of that change's paths. It
+/// stores hashes because a path could be destroyed while a reader compares it. A collision makes a reader
+/// wait unnecessarily.
 ///
-/// Changes are externally synchronized. A reader that reads a folder under the folder's mutex asks `conflictWith` while
-/// it holds that mutex: all steps on that folder need it, so the answer stays true until the mutex is released. A reader
-/// of anything else asks afterwards, and starts again if `number` has changed.
+/// Changes are externally synchronized. A reader that reads a folder under the folder's mutex calls
+/// `conflictWith` while it holds that mutex: all steps on that folder require it, so the result stays valid
+/// until the mutex is released. A reader of anything else calls it afterwards, and retries if `number` has
+/// changed.
 ///
-/// Thread safety: all but `Change` is thread-safe.
+/// Thread-safe, except for `Change`.
 class PathSeqLock {
 public:
     using Number = std::uint32_t;
 
-    /// What a reader depends on.
+    /// The data that a reader depends on.
     enum class Scope {
-        Entry, ///< the entry at the path: changes of this entry or of a folder above it concern it
-        Folder ///< a folder's attributes and children: changes of a child concern it, too
+        Entry, ///< the entry at the path: affected by changes of this entry or of a folder above it
+        Folder ///< a folder's attributes and children: affected by changes of a child too
     };
 
-    /// A change, under way as long as this exists. Both paths are concerned, and all below them.
+    /// A change, which runs during the object's lifetime. Affects both paths and everything below them.
     class [[nodiscard]] Change {
     public:
         Change(PathSeqLock& lock, const InMemoryEntryPath& source, const InMemoryEntryPath& target) noexcept;
@@ -48,13 +51,13 @@ public:
     /// Differs before and after each beginning and end of a change.
     Number number() const noexcept { return sequence_.load(std::memory_order_acquire); }
 
-    /// The number of the change under way if it concerns what is at `path`.
+    /// The number of the running change if it affects the entry at `path`.
     std::optional<Number> conflictWith(std::u16string_view path, Scope scope) const noexcept {
         const Number seen = number();
         return isUnderWay(seen) && changeConcerns(path, scope) ? std::optional(seen) : std::nullopt;
     }
 
-    /// Returns when the change that has `number` has ended.
+    /// Blocks until the change with this `number` has ended.
     void waitForEndOf(Number number) const noexcept;
 
 private:
@@ -66,7 +69,8 @@ private:
         std::uint64_t parent;
     };
 
-    /// Stores release, loads acquire: a reader that sees a field of a change also sees that the change before has ended.
+    /// Stores release, loads acquire: a reader that sees a field of a change also sees the end of the
+    /// previous change.
     struct SharedPlace {
         void store(const Place& place) noexcept;
         bool concerns(std::u16string_view reader, Scope scope) const noexcept;
@@ -78,15 +82,17 @@ private:
 
     static bool isUnderWay(Number number) noexcept { return number % 2 != 0; }
 
-    /// The answer may be about the next change, or about a mixture of both; then the change that was seen has ended.
+    /// The result may refer to the next change, or to a mixture of both. In that case the change that was
+    /// seen has ended.
     bool changeConcerns(std::u16string_view path, Scope scope) const noexcept;
 
     void begin(const Place& source, const Place& target) noexcept;
     void end() noexcept;
 
-    /// Made odd (release) after the places are stored and before the first step; each step is released by a folder's mutex
-    /// or by the folder map, so a reader that sees a step sees the number. Made even (sequentially consistent, for waiting
-    /// readers) after the last step; a reader that sees it (acquire) sees all steps.
+    /// Made odd (release) after the places are stored and before the first step. Each step is released by a
+    /// folder's mutex or by the folder map, so a reader that sees a step sees the number. Made even
+    /// (sequentially consistent, for waiting readers) after the last step; a reader that sees it (acquire)
+    /// sees all steps.
     std::atomic<Number> sequence_{0};
     std::array<SharedPlace, 2> places_;
 };

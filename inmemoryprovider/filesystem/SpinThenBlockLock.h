@@ -6,10 +6,10 @@
 
 namespace storage::inmemoryprovider {
 
-/// A scoped lock, as std::lock_guard, that spins for a short time before it blocks.
+/// A scoped lock, like std::lock_guard, that spins for a short time before it blocks.
 ///
-/// The file system's mutex is mostly held for less than putting a thread to sleep and waking it takes. Two threads that
-/// sleep whenever they contend do less together than one of them alone.
+/// The file system's mutex is mostly held for less time than a thread takes to block and wake up. Two threads
+/// that block on each contention have less throughput than one thread alone.
 class QZFL_SCOPED_CAPABILITY [[nodiscard]] SpinThenBlockLock {
 public:
     explicit SpinThenBlockLock(std::mutex& mutex) QZFL_ACQUIRE(mutex);

@@ -25,8 +25,8 @@ InMemoryFolderEntry::Children::const_iterator requireChild(const InMemoryFolderE
 } // namespace
 
 boost::posix_time::ptime currentTime() {
-    // Boost's own reading of this clock takes the calendar apart and puts it together again, which costs more
-    // than all locks of an operation.
+    // Boost's function for this clock converts to calendar fields and back, which costs more than all locks
+    // of an operation.
     static const boost::posix_time::ptime epoch(boost::gregorian::date(1970, 1, 1));
     const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
     return epoch + boost::posix_time::microseconds(

@@ -11,41 +11,40 @@
 
 namespace storage::inmemoryprovider {
 
-// The rules that several operations of the file system share.
+// Rules that several operations of the file system share.
 
-/// Entries are made writable; moving a file is what passes a read-only flag on.
+/// New entries are writable. Only moving a file preserves a read-only flag.
 inline constexpr bool newEntriesAreWritable = true;
 
-/// UTC, to the microsecond. An operation reads it once, however many entries it stamps.
+/// UTC, to the microsecond. An operation calls it once, also if it stamps several entries.
 boost::posix_time::ptime currentTime();
 
-/// An empty, writable file that belongs to no folder yet.
+/// An empty, writable file without a parent folder.
 std::shared_ptr<InMemoryFileEntry> makeFileEntry(InMemoryEntryPath path,
                                                  const boost::posix_time::ptime& time);
 
-/// An empty, writable folder that belongs to no folder yet.
+/// An empty, writable folder without a parent folder.
 std::shared_ptr<InMemoryFolderEntry> makeFolderEntry(const InMemoryEntryPath& path,
                                                      const boost::posix_time::ptime& time);
 
 /// @throws ReadOnlyException  naming the entry, when it is not writable
 void requireWritable(const InMemoryEntry& entry);
 
-// The look-ups below are for holders of the file system's mutex, who keep the children from changing.
+// Precondition of the lookups below: the caller holds the file system's mutex, so that the children do not
+// change.
 
-/// The place among the children of `parent` of the file at `path`.
+/// The position of the file at `path` among the children of `parent`.
 /// @throws EntryNotFoundException  naming `path`, also when a folder is there
 InMemoryFolderEntry::Children::const_iterator requireFile(const InMemoryFolderEntry& parent,
                                                           const InMemoryEntryPath& path);
 
-/// The place among the children of `parent` of the folder at `path`.
+/// The position of the folder at `path` among the children of `parent`.
 /// @throws EntryNotFoundException  naming `path`, also when a file is there
 InMemoryFolderEntry::Children::const_iterator requireFolder(const InMemoryFolderEntry& parent,
                                                             const InMemoryEntryPath& path);
 
-/// The file that `child` is.
 InMemoryFileEntry& fileOf(const InMemoryFolderEntry::Children::value_type& child);
 
-/// The folder that `child` is.
 InMemoryFolderEntry& folderOf(const InMemoryFolderEntry::Children::value_type& child);
 
 /// @throws EntryExistsException  naming `path`, when `parent` has a child of either kind there
