@@ -37,7 +37,7 @@ private:
     int child_; ///< 0 in the child process
     int pipe_ = -1;
     SystemLog log_;
-    std::streambuf* errors_ = nullptr; ///< of `std::cerr` before `ready`
+    std::streambuf* errors_ = nullptr; ///< the buffer of `std::cerr` before `ready`
 };
 
 } // namespace storage::host

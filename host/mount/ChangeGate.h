@@ -15,7 +15,7 @@ class ChangeGate {
 public:
     enum class Origin {
         Program,     ///< a program waits for the reply
-        KernelCache, ///< the program has been told of success already
+        KernelCache, ///< the write of the program has already returned
     };
 
     /// Permission for one change, valid during its lifetime.

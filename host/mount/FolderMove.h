@@ -23,7 +23,7 @@ public:
     /// @throws ErrnoError ENOTEMPTY when the destination is a folder that is not empty
     FolderMove(const IProvider& provider, StorageIRI source, StorageIRI destination);
 
-    /// @throws the exception of the storage; everything is moved back, unless allocation fails for that too
+    /// @throws the storage's exception; everything is moved back, unless allocation fails for that too
     void run();
 
 private:

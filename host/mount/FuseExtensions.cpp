@@ -58,8 +58,7 @@ static_assert(sizeof(StatxReply) == 16 + 32 + 256);
 
 /// Set if the next reply of this thread is the reply to FUSE_INIT of a kernel that leaves the set-ID bits to
 /// this program.
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): libfuse passes no context to
-// `sendReply`
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): libfuse has no context here
 thread_local bool takesOverSetIds = false;
 
 ssize_t receiveRequest(int device, void* buffer, std::size_t size, void*) {

@@ -98,7 +98,7 @@ std::uint64_t HoleSeeker::findData(const Seek& seek) {
     return storage_.seekData(*seek.file, seek.offset);
 }
 
-/// The kernel may hold data for a hole in its cache. The bytes after it may be a hole.
+/// Dirty pages in the kernel's cache may fill a hole. Then the search continues after them.
 std::uint64_t HoleSeeker::findHole(const Seek& seek) {
     std::uint64_t writtenBackTo = seek.offset / pageSize;
     for (;;) {

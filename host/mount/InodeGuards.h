@@ -21,8 +21,7 @@ class InodeGuards {
         Mutex mutex;
         std::condition_variable_any changed;
         const FileInode*
-            file QZFL_GUARDED_BY(mutex) = nullptr; ///< owner of the stream that is kept here or was taken
-                                                   ///< last
+            file QZFL_GUARDED_BY(mutex) = nullptr; ///< owner of the stream kept or last taken here
         OpenStream open QZFL_GUARDED_BY(mutex);
         unsigned taken QZFL_GUARDED_BY(mutex) = 0;     ///< streams in use by threads that hold guards
         bool isClosing QZFL_GUARDED_BY(mutex) = false; ///< no stream may be taken

@@ -172,9 +172,8 @@ std::optional<MountOwner> ownerOfMountAt(const std::string& path) {
         const std::string options = line.substr(line.rfind(' ') + 1);
         const auto user = numberIn(options, "user_id");
         const auto group = numberIn(options, "group_id");
-        owner =
-            // the last line is the topmost mount
-            user && group ? std::optional(MountOwner{*user, *group}) : std::nullopt;
+        // The last line is the topmost mount.
+        owner = user && group ? std::optional(MountOwner{*user, *group}) : std::nullopt;
     }
     return owner;
 }

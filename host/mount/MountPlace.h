@@ -32,7 +32,7 @@ public:
     void limitDirtyPages(std::uint64_t bytes) const;
 
     /// Makes the kernel write back the data that programs have written. Precondition: other threads process
-    /// its requests meanwhile. Some may still be unprocessed on return.
+    /// its requests meanwhile. Some requests may still be unprocessed on return.
     /// @return whether the mount could be reached: false if it is gone or another mount covers it
     bool writeBack() const;
 

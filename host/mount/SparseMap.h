@@ -119,7 +119,8 @@ public:
     /// Adds an extent after all others, at the end of the stored pages.
     void append(std::uint64_t first, std::uint64_t count, State state);
 
-    /// Splits an extent that contains `page` after its first page, so that later functions need not allocate.
+    /// Splits the extent that contains `page` directly before it, unless it begins there. Later functions
+    /// need not allocate then.
     void splitAt(std::uint64_t page);
 
     /// Marks pages that are not holes as written. Precondition: no extent crosses an end of the range.

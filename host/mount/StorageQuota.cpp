@@ -11,8 +11,7 @@ namespace storage::host {
 namespace {
 
 constexpr std::uint64_t roomOfEntry = 1024;  ///< approximate bytes of memory
-constexpr std::uint64_t scarce = 64U << 20U; ///< bytes: above the growth of all requests that may run
-                                             ///< concurrently
+constexpr std::uint64_t scarce = 64U << 20U; ///< bytes: above the growth of all concurrent requests
 
 } // namespace
 

@@ -24,7 +24,7 @@ constexpr ByteStreamOpenOptions mustExistEmptied{.existence = ByteStreamExistenc
 constexpr ByteStreamOpenOptions appending{.append = ByteStreamAppend::AppendAtEnd};
 constexpr std::array everyWay{ByteStreamOpenOptions{}, mustExist, emptied, mustExistEmptied, appending};
 
-/// Numbers without an enumerator, which every provider must handle as documented.
+/// Option numbers without an enumerator. Every provider must treat them like the default.
 constexpr std::array<std::int32_t, 4> unnamedNumbers{2, 7, -1, std::numeric_limits<std::int32_t>::min()};
 
 bool isWithin(const boost::posix_time::ptime& time, const boost::posix_time::ptime& first,
