@@ -12,7 +12,7 @@ InMemoryByteStream::InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
     : entry_(std::move(entry)), append_(append) {}
 
 InMemoryByteStream::~InMemoryByteStream() {
-    if (position_ >= hugePagesFrom) { // only such a stream can have made the file that large
+    if (position_ >= hugePagesFrom) { // a stream that made the file large usually ends there
         const std::lock_guard lock(*entry_->getMutex());
         trimSlack(*entry_->getContent());
     }
