@@ -1,7 +1,6 @@
 #include "host/mount/FuseOperations.h"
 
 #include "host/mount/EntryName.h"
-#include "host/mount/FuseExtendedAttributes.h"
 #include "host/mount/FuseExtensions.h"
 #include "host/mount/FuseRequest.h"
 #include "host/mount/HoleSeeker.h"
@@ -444,7 +443,6 @@ const fuse_lowlevel_ops& fuseOperations() {
         table.readdirplus = listAttributes;
         table.statfs = getSpace;
         table.ioctl = control;
-        addExtendedAttributes(table);
         return table;
     }();
     return operations;

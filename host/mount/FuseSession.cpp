@@ -1,6 +1,7 @@
 #include "host/mount/FuseSession.h"
 
 #include "host/mount/CapturedErrors.h"
+#include "host/mount/FuseExtendedAttributes.h"
 #include "host/mount/FuseExtensions.h"
 #include "host/support/CommandError.h"
 
@@ -69,6 +70,14 @@ std::string escaped(const std::string& value) {
     return text;
 }
 
+fuse_lowlevel_ops operationsFor(const MountOptions& options) {
+    fuse_lowlevel_ops operations = fuseOperations();
+    if (options.xattrs == MountOptions::Xattrs::Kept) {
+        addExtendedAttributes(operations);
+    }
+    return operations;
+}
+
 std::string libraryOptions(const MountOptions& options) {
     std::string text = "fsname=" + escaped(options.source) + ",subtype=qzstorage";
     for (const std::string& option : options.kernelOptions) {
@@ -89,8 +98,9 @@ FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountReque
     std::array<std::string, 3> words{"qzstorage", "-o", libraryOptions(options)};
     std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};
     fuse_args arguments{static_cast<int>(pointers.size()), pointers.data(), 0};
+    const fuse_lowlevel_ops operations = operationsFor(options);
     const CapturedErrors errors; // the library and its helper program print theirs
-    session_.reset(fuse_session_new(&arguments, &fuseOperations(), sizeof(fuse_lowlevel_ops), &context_));
+    session_.reset(fuse_session_new(&arguments, &operations, sizeof(operations), &context_));
     fuse_opt_free_args(&arguments);
     context_.session = session_.get();
     if (!session_ || fuse_session_mount(session_.get(), options.mountPoint.c_str()) != 0) {

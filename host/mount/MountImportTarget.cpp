@@ -157,8 +157,10 @@ void MountImportTarget::apply(Inode& inode, const DiskAttributes& attributes) {
         given.group = owner.group;
         storage_.change(inode, given);
     }
-    for (const auto& [name, value] : attributes.xattrs) {
-        storage_.setExtended(inode, name, value, 0);
+    if (xattrs_ == MountOptions::Xattrs::Kept) {
+        for (const auto& [name, value] : attributes.xattrs) {
+            storage_.setExtended(inode, name, value, 0);
+        }
     }
     AttributeChange change;
     change.modified = attributes.modified;

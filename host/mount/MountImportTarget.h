@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/mount/MountOptions.h"
 #include "host/mount/MountedPaths.h"
 #include "host/mount/MountedStorage.h"
 #include "host/transfer/ImportTarget.h"
@@ -14,7 +15,8 @@ namespace storage::host {
 /// Borrows the storage. Thread safety: one object is for one thread.
 class MountImportTarget final : public ImportTarget {
 public:
-    explicit MountImportTarget(MountedStorage& storage) : storage_(storage), paths_(storage) {}
+    MountImportTarget(MountedStorage& storage, MountOptions::Xattrs xattrs)
+        : storage_(storage), paths_(storage), xattrs_(xattrs) {}
 
     void requirePlace(const StoragePath& path) override;
     void enterFolder(const StoragePath& path, const DiskAttributes* attributes) override;
@@ -34,6 +36,7 @@ private:
 
     MountedStorage& storage_;
     MountedPaths paths_;
+    const MountOptions::Xattrs xattrs_;
 };
 
 } // namespace storage::host

@@ -144,6 +144,8 @@ bool applyFlag(std::string_view name, MountOptions& options) {
         options.writing = name == "ro" ? MountOptions::Writing::Refused : MountOptions::Writing::Allowed;
     } else if (name == "allow_other") {
         options.users = MountOptions::Users::Everybody;
+    } else if (name == "noxattr") {
+        options.xattrs = MountOptions::Xattrs::Refused;
     } else if (contains(kernelOptions, name)) {
         options.kernelOptions.emplace_back(name);
     } else {

@@ -13,6 +13,10 @@ struct MountOptions {
     enum class Place { Foreground, Background };
     enum class Writing { Allowed, Refused };
     enum class Users { Owner, Everybody };
+    enum class Xattrs {
+        Kept,
+        Refused, ///< not even imported: the kernel does not ask for security.capability before a write
+    };
     enum class Ending {
         Adds,         ///< the export adds to the folder and replaces files in it
         Synchronizes, ///< it also removes what was imported from the folder and is not in the storage any more
@@ -31,6 +35,7 @@ struct MountOptions {
     Place place = Place::Foreground;
     Writing writing = Writing::Allowed;
     Users users = Users::Owner;
+    Xattrs xattrs = Xattrs::Kept;
     unsigned threads = 0;                             ///< that answer requests; at least 1
     std::optional<std::uint64_t> size = std::nullopt; ///< bytes for content; no limit without
     std::optional<std::uint64_t> entries =

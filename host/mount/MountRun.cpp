@@ -38,7 +38,8 @@ namespace {
 
 /// The content of a folder becomes the content of the storage's root, all of it or the program ends.
 void importFolder(MountedStorage& storage, Console& console, const Interruption& interruption,
-                  const std::string& folder) {
+                  const MountOptions& options) {
+    const std::string& folder = *options.importFrom;
     if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
         throw CommandError(folder, "not a folder; its content is what would be imported");
     }
@@ -46,7 +47,7 @@ void importFolder(MountedStorage& storage, Console& console, const Interruption&
     TransferTotals totals;
     {
         ImportLog imports; // read by nobody: the mount checks nothing
-        MountImportTarget target(storage);
+        MountImportTarget target(storage, options.xattrs);
         Importer importer(target, console, interruption, imports);
         importer.run(folder, StoragePath(), RootAttributes::Untouched);
         totals = importer.totals();
@@ -169,7 +170,7 @@ private:
     void importContent(MountedStorage& storage, ExitExport* exitExport) {
         const std::string& folder = *options_.importFrom;
         if (options_.ending == MountOptions::Ending::Adds) {
-            importFolder(storage, console_, interruption_, folder);
+            importFolder(storage, console_, interruption_, options_);
             return;
         }
         if (!std::filesystem::equivalent(folder, exitExport->target())) {
@@ -177,7 +178,7 @@ private:
                                "not the folder that --import names; only that can be made equal");
         }
         ImportedTree tree(folder); // before the import: what appears later does not count
-        importFolder(storage, console_, interruption_, folder);
+        importFolder(storage, console_, interruption_, options_);
         tree.forgetSkipped(storage);
         exitExport->synchronize(std::move(tree));
     }

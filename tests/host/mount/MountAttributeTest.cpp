@@ -108,6 +108,31 @@ TEST_F(MountAttributeTest, CapabilitiesAreKeptUntilTheFileChanges) {
     )");
 }
 
+TEST_F(MountAttributeTest, WithNoxattrThereAreNoExtendedAttributes) {
+    const std::string source = disk_.makeFolder("source");
+    const std::string target = disk_.makeFolder("target");
+    write(source + "/f", "content");
+    if (::setxattr((source + "/f").c_str(), "user.a", "12345", 5, 0) != 0) {
+        GTEST_SKIP() << "the disk has no extended attributes";
+    }
+    expectSuccess(runMounted({"-o", "noxattr", "--import", source, "--export-on-exit", target}, [&](pid_t) {
+        const std::string file = inside("f");
+        std::array<char, 100> room{};
+        const auto expectRefused = [](long result) {
+            EXPECT_EQ(result, -1);
+            EXPECT_EQ(errno, EOPNOTSUPP);
+        };
+        expectRefused(::setxattr(file.c_str(), "user.b", "12345", 5, 0));
+        expectRefused(::getxattr(file.c_str(), "user.a", room.data(), room.size()));
+        expectRefused(::listxattr(file.c_str(), room.data(), room.size()));
+        expectRefused(::removexattr(file.c_str(), "user.a"));
+        write(file, "other");
+        EXPECT_TRUE(unmount());
+    }));
+    EXPECT_TRUE(runs("grep -qx other " + target + "/f"));
+    EXPECT_EQ(::listxattr((target + "/f").c_str(), nullptr, 0), 0);
+}
+
 TEST_F(MountAttributeTest, ExtendedAttributesCopyWithFiles) {
     expectSameOutput(R"(
         mkdir a; echo text > a/f; setfattr -n user.f -v 'of a file' a/f; setfattr -n user.d -v 'of a folder' a

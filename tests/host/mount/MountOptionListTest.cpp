@@ -79,6 +79,12 @@ TEST(MountOptionListTest, TheOptionsOfTheCommandAreThereToo) {
     EXPECT_NE(refusalOf("threads=257"), "");
 }
 
+TEST(MountOptionListTest, ExtendedAttributesAreKeptUnlessTheyAreRefused) {
+    EXPECT_EQ(optionsOf("").xattrs, MountOptions::Xattrs::Kept);
+    EXPECT_EQ(optionsOf("noxattr").xattrs, MountOptions::Xattrs::Refused);
+    EXPECT_EQ(refusalOf("noxattr=1"), "noxattr=1: no such option of a mount");
+}
+
 TEST(MountOptionListTest, WhatOnlyTheKernelHeedsIsHandedOn) {
     EXPECT_THAT(optionsOf("noexec,size=1m,nosuid,exec,noatime").kernelOptions,
                 ElementsAre("noexec", "nosuid", "exec", "noatime"));

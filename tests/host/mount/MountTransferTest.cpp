@@ -31,6 +31,7 @@ using storage::host::Interruption;
 using storage::host::MountedStorage;
 using storage::host::MountExportSource;
 using storage::host::MountImportTarget;
+using storage::host::MountOptions;
 using storage::host::OutputKind;
 using storage::host::Owner;
 using storage::host::readXattrs;
@@ -66,7 +67,7 @@ std::string shown(const std::string& path) {
 class MountTransferTest : public testing::Test {
 protected:
     void import() {
-        MountImportTarget target(storage_);
+        MountImportTarget target(storage_, MountOptions::Xattrs::Kept);
         ImportLog imports;
         Importer(target, console_, interruption_, imports)
             .run(disk_ / "src", StoragePath(), RootAttributes::Untouched);
