@@ -3,7 +3,6 @@
 #include "host/mount/Inode.h"
 
 #include <cstddef>
-#include <string>
 #include <utility>
 
 namespace storage::host {
@@ -13,7 +12,7 @@ namespace storage::host {
 /// Refers to the inode, which lives as long as it has names, and which lists its aliases in `RareAttributes`.
 class Alias final : public TreeEntry {
 public:
-    Alias(std::u16string name, Inode& inode) noexcept : TreeEntry(std::move(name)), inode_(inode) {}
+    Alias(CompactName name, Inode& inode) noexcept : TreeEntry(std::move(name)), inode_(inode) {}
 
     bool isAlias() const noexcept override { return true; }
     Inode& inode() noexcept override { return inode_; }

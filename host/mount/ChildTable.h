@@ -2,10 +2,13 @@
 
 #include "host/mount/Inode.h"
 
-#include <map>
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace storage::host {
 
@@ -14,19 +17,28 @@ namespace storage::host {
 /// Owns the inodes, and the aliases. A child keeps its position as long as it stays in the folder; a replacement takes the position of
 /// the entry that it replaces; a new child goes before all others. So a listing that is read in pieces misses no entry
 /// that stays, repeats none, and ends, whatever a program does with the entries meanwhile.
+///
+/// A child takes two pointers and slack here. Invariants: the slots are in descending order of position, none of them twice;
+/// more than half of them, but for a few, have a child; the last one has. Without buckets there are few children; otherwise
+/// each child is in the list of its bucket.
 /// Externally synchronized: guarded by the tree's lock.
 class ChildTable {
     static constexpr std::uint64_t lastPosition = std::uint64_t{1}
                                                   << 62U; ///< programs get it as a signed number
 
 public:
+    ChildTable() = default;
+    ChildTable(const ChildTable&) = delete;
+    ChildTable& operator=(const ChildTable&) = delete;
+    ~ChildTable();
+
     /// The child of that name, or null.
     TreeEntry* find(std::u16string_view name) const noexcept;
 
-    static const std::u16string& nameOf(const TreeEntry& child) noexcept { return child.place_.name; }
+    static std::u16string nameOf(const TreeEntry& child) { return child.place_.name.text(); }
     static std::uint64_t positionOf(const TreeEntry& child) noexcept { return child.place_.position; }
 
-    bool empty() const noexcept { return byName_.empty(); }
+    bool empty() const noexcept { return children_ == 0; }
 
     /// Number of children that are folders.
     std::uint32_t folders() const noexcept { return folders_; }
@@ -41,13 +53,13 @@ public:
     std::unique_ptr<TreeEntry> remove(const TreeEntry& child) noexcept;
 
     /// Allocates what `moveHere` requires for one child.
-    void makeRoom() { byName_.reserve(byName_.size() + 1); }
+    void makeRoom();
 
     /// A position that no child has, before all that have one.
     std::uint64_t newPosition() noexcept { return nextPosition_--; }
 
     /// Moves `child` here from `from`, which may be this table. Name and position must be free here by then.
-    void moveHere(ChildTable& from, const TreeEntry& child, std::u16string name,
+    void moveHere(ChildTable& from, const TreeEntry& child, CompactName name,
                   std::uint64_t position) noexcept;
 
     /// Lets `child`, which is here, and `other` of the table `from`, which may be this one, change places, parents
@@ -58,23 +70,56 @@ public:
     bool isComplete() const noexcept { return isComplete_; }
     void setComplete() noexcept { isComplete_ = true; }
 
-    /// Calls `visit` with every child.
+    /// Calls `visit` with every child, in the order of a listing.
     template <typename Visit>
     void forEach(const Visit& visit) const {
-        for (const auto& [position, child] : byPosition_) {
-            visit(*child);
-        }
+        std::for_each(slots_.rbegin(), slots_.rend(), [&](const Slot& slot) {
+            if (slot.child() != nullptr) {
+                visit(*slot.child());
+            }
+        });
     }
 
 private:
-    using ByName = std::unordered_map<std::u16string_view, std::unique_ptr<TreeEntry>>;
+    /// The place of a child in the order of a listing, or where a child was. A value.
+    class Slot {
+    public:
+        explicit Slot(TreeEntry& child) noexcept : bits_(reinterpret_cast<std::uintptr_t>(&child)) {}
 
-    ByName::node_type extract(const TreeEntry& child) noexcept;
-    void insert(ByName::node_type child) noexcept;
+        /// Null for a slot that only has a position.
+        TreeEntry* child() const noexcept {
+            return (bits_ & 1U) != 0
+                       ? nullptr
+                       : reinterpret_cast<TreeEntry*>(bits_); // NOLINT(performance-no-int-to-ptr): as it was
+        }
+        std::uint64_t position() const noexcept {
+            return (bits_ & 1U) != 0 ? bits_ >> 1U : child()->place_.position;
+        }
+        void clear() noexcept { bits_ = position() << 1U | 1U; }
 
-    ByName byName_; ///< each key is the name in its entry
-    std::map<std::uint64_t, TreeEntry*> byPosition_;
+    private:
+        std::uint64_t bits_; ///< a pointer, which is even, or twice the position and 1
+    };
+
+    using Slots = std::vector<Slot>;
+    using Buckets = std::vector<TreeEntry*>;
+
+    Slots::iterator slotFrom(std::uint64_t position) noexcept;
+    Slots::const_iterator slotFrom(std::uint64_t position) const noexcept;
+    TreeEntry& takeOut(const TreeEntry& child) noexcept;
+    void put(TreeEntry& child) noexcept;
+    void removeEmptySlots() noexcept;
+    void trimBuckets() noexcept;
+    void rebuildBuckets(std::size_t count);
+    std::size_t bucketOf(const TreeEntry& child) const noexcept;
+    std::size_t bucketOf(std::u16string_view name) const noexcept;
+    void link(TreeEntry& child) noexcept;
+    void unlink(const TreeEntry& child) noexcept;
+
+    Slots slots_;
+    Buckets buckets_; ///< the first child of each, by the hash of its name; a power of two of them, or none
     std::uint64_t nextPosition_ = lastPosition; ///< "." and ".." have 1 and 2
+    std::uint32_t children_ = 0;
     std::uint32_t folders_ = 0;
     bool isComplete_ = false;
 };

@@ -112,7 +112,7 @@ private:
 /// nothing. Made before the rename, so that nothing can fail after it.
 class Whiteout {
 public:
-    Whiteout(ExclusiveTree& tree, FolderInode& folder, std::u16string name)
+    Whiteout(ExclusiveTree& tree, FolderInode& folder, CompactName name)
         : tree_(tree),
           folder_(folder),
           name_(std::move(name)),
@@ -129,21 +129,22 @@ public:
 private:
     ExclusiveTree& tree_;
     FolderInode& folder_;
-    std::u16string name_;
+    CompactName name_;
     Placeholder entry_;
     const std::uint64_t position_;
 };
 
 } // namespace
 
-Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, std::u16string name, NewEntry entry) {
+Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name,
+                          NewEntry entry) {
     requirePresent(tree, folder);
     requireFree(tree, folder, name);
     space_.quota().requireEntry();
     space_.require(roomOfEntry + entry.target.size());
     const EntryAttributes attributes = attributesOf(entry);
     const Owner owner = entry.owner;
-    Inode& inode = tree.add(folder, std::move(entry), std::move(name));
+    Inode& inode = tree.add(folder, std::move(entry), name);
     try {
         createIn(tree, folder, inode, attributes, owner);
     } catch (...) {
@@ -237,7 +238,7 @@ void EntryChanges::removeNameless(ExclusiveTree& tree) noexcept {
     }
 }
 
-void EntryChanges::link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, std::u16string name) {
+void EntryChanges::link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, const std::u16string& name) {
     if (inode.isFolder()) {
         throw ErrnoError(EPERM);
     }
@@ -250,10 +251,10 @@ void EntryChanges::link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, 
     if (tree.isNameless(inode)) {
         FolderInode& root = *tree.parentOf(inode);
         tree.loadAttributes(root);
-        moveTo(tree, inode, folder, std::move(name), nullptr);
+        moveTo(tree, inode, folder, name, nullptr);
         keepTimeOf(tree, root);
     } else {
-        tree.addAlias(folder, inode, std::move(name));
+        tree.addAlias(folder, inode, name);
     }
     const timespec time = kernelTime();
     stampChange(inode, time);
@@ -311,7 +312,7 @@ void EntryChanges::removeFromStorage(const ExclusiveTree& tree, const Inode& ino
 }
 
 void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name,
-                          FolderInode& newFolder, std::u16string newName, unsigned flags) {
+                          FolderInode& newFolder, const std::u16string& newName, unsigned flags) {
     requirePresent(tree, newFolder);
     TreeEntry& source = requireChild(tree, folder, name);
     Inode& inode = source.inode();
@@ -331,7 +332,7 @@ void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u
         space_.require(roomOfEntry);
         whiteout.emplace(tree, folder, name);
     }
-    moveTo(tree, source, newFolder, std::move(newName), target);
+    moveTo(tree, source, newFolder, newName, target);
     const timespec time = kernelTime();
     if (whiteout) {
         whiteout->put(time);
@@ -343,15 +344,16 @@ void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u
 
 /// Moves an entry in the storage and in the tree.
 /// @param target  the entry of that name, which is replaced; null if there is none
-void EntryChanges::moveTo(ExclusiveTree& tree, TreeEntry& source, FolderInode& folder, std::u16string name,
-                          TreeEntry* target) {
+void EntryChanges::moveTo(ExclusiveTree& tree, TreeEntry& source, FolderInode& folder,
+                          const std::u16string& name, TreeEntry* target) {
+    CompactName newName(name);
     const std::uint64_t position = tree.prepareRename(source, folder, target);
     if (target != nullptr) {
         replace(tree, source, *target);
     } else {
         move(tree, source, folder, name);
     }
-    tree.rename(source, folder, std::move(name), position);
+    tree.rename(source, folder, std::move(newName), position);
 }
 
 void EntryChanges::exchange(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name,

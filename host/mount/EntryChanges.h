@@ -23,7 +23,7 @@ public:
 
     /// The entry belongs to `entry.owner`, except for the group in a folder with the set-group-ID bit.
     /// @throws ErrnoError EEXIST, ENOSPC, ENOENT for a removed folder
-    Inode& make(ExclusiveTree& tree, FolderInode& folder, std::u16string name, NewEntry entry);
+    Inode& make(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, NewEntry entry);
 
     /// Makes a file that has no name until `link` gives it one.
     /// @param folder  decides on the group; may be removed
@@ -39,7 +39,7 @@ public:
 
     /// Gives an inode a further name, or a nameless one its first.
     /// @throws ErrnoError EPERM for a folder, EEXIST, ENOSPC, ENOENT for a removed inode or folder
-    void link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, std::u16string name);
+    void link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, const std::u16string& name);
 
     /// Removes an entry that is no folder.
     /// @throws ErrnoError ENOENT, EISDIR
@@ -52,7 +52,7 @@ public:
     /// @param flags  RENAME_NOREPLACE; RENAME_WHITEOUT leaves a whiteout at the old place
     /// @throws ErrnoError ENOENT, EEXIST, EINVAL, EISDIR, ENOTDIR, ENOTEMPTY
     void rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, FolderInode& newFolder,
-                std::u16string newName, unsigned flags);
+                const std::u16string& newName, unsigned flags);
 
     /// Lets two entries of any kinds change places. Does nothing if both names are of one inode.
     /// @throws ErrnoError ENOENT, EINVAL if one is a folder that holds the other
@@ -68,7 +68,7 @@ private:
                     const EntryAttributes& attributes, Owner creator);
     void createInStorage(ExclusiveTree& tree, const FolderInode& folder, Inode& inode);
     void remove(ExclusiveTree& tree, TreeEntry& entry);
-    void moveTo(ExclusiveTree& tree, TreeEntry& source, FolderInode& folder, std::u16string name,
+    void moveTo(ExclusiveTree& tree, TreeEntry& source, FolderInode& folder, const std::u16string& name,
                 TreeEntry* target);
     void replace(ExclusiveTree& tree, TreeEntry& source, TreeEntry& target);
     void exchangeStored(ExclusiveTree& tree, TreeEntry& left, TreeEntry& right);

@@ -440,21 +440,23 @@ void FileContents::discardCopy(const ExclusiveTree& tree, FileInode& file, Copy&
 void FileContents::detach(const ExclusiveTree& tree, FileInode& file) {
     auto held = guards_.hold(file);
     file.isBeingCopied = false;
-    OpenStream last;
     try {
-        last = std::move(streamOf(tree, file, held, OpenStream::Access::ReadWrite));
+        auto& last = file.requireRare().lastStream;
+        last = std::make_unique<OpenStream>();
+        *last = std::move(streamOf(tree, file, held, OpenStream::Access::ReadWrite));
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
         // Out of memory, removing the file is more important than reading it afterwards.
     }
     held.closeStreamOf(file);
-    file.lastStream = std::move(last);
     file.detached = true;
 }
 
 void FileContents::attach(FileInode& file) {
     const auto held = guards_.hold(file);
     file.detached = false;
-    file.lastStream = OpenStream();
+    if (file.rare) {
+        file.rare->lastStream.reset();
+    }
 }
 
 /// Acquires the file's guard, with its attributes known and its stream open.

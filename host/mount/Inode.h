@@ -5,12 +5,10 @@
 #include "host/mount/RareAttributes.h"
 #include "host/mount/SparseMap.h"
 #include "host/mount/TreeEntry.h"
-#include "hostapi/storage/provider/ByteStream.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <string>
 #include <sys/types.h>
 #include <utility>
 
@@ -74,21 +72,8 @@ struct Inode : TreeEntry {
     std::unique_ptr<RareAttributes> rare; ///< null for most inodes; guarded like the attributes
 
 protected:
-    Inode(Kind entryKind, std::u16string entryName, std::uint64_t entryNumber) noexcept
+    Inode(Kind entryKind, CompactName entryName, std::uint64_t entryNumber) noexcept
         : TreeEntry(std::move(entryName)), kind(entryKind), number(entryNumber) {}
-};
-
-/// A stream of the provider, its access mode and its position. A move-only value.
-struct OpenStream {
-    enum class Access { ReadOnly, ReadWrite };
-
-    std::unique_ptr<foundation::storage::provider::ByteStream> stream;
-    Access access = Access::ReadOnly;
-    std::uint64_t position = 0; ///< bytes
-
-    bool serves(Access wanted) const noexcept {
-        return stream && (access == Access::ReadWrite || wanted == Access::ReadOnly);
-    }
 };
 
 /// A file of a mounted storage.
@@ -97,7 +82,7 @@ struct OpenStream {
 /// `storedSize >= attributes.size` while the attributes are known. With a map, it holds the pages that exist, see `FileBytes`.
 /// What it holds beyond that is slack. All members are guarded like the attributes.
 struct FileInode final : Inode {
-    FileInode(std::u16string entryName, std::uint64_t entryNumber) noexcept
+    FileInode(CompactName entryName, std::uint64_t entryNumber) noexcept
         : Inode(Kind::File, std::move(entryName), entryNumber) {}
 
     /// Pages of the file, without holes and slack.
@@ -106,9 +91,9 @@ struct FileInode final : Inode {
     std::uint64_t storedSize = 0;         ///< bytes that the storage holds
     std::unique_ptr<SparseMap> sparse;    ///< null for a file without holes
     mutable std::uint32_t pagesShown = 0; ///< by the latest stat(2), at most its largest number
-    bool detached = false;      ///< removed from the storage: only `lastStream` still reaches the bytes
+    bool detached =
+        false; ///< removed from the storage: only `RareAttributes::lastStream` still reaches the bytes
     bool isBeingCopied = false; ///< within the storage; any change of the content or the place clears this
-    OpenStream lastStream;
 };
 
 } // namespace storage::host

@@ -36,8 +36,8 @@ void InodeGuards::Slot::countOut() {
 }
 
 OpenStream& InodeGuards::Held::streamOf(FileInode& file) {
-    if (file.detached) {
-        return file.lastStream;
+    if (file.detached) { // and closed for good if there was no memory to keep the stream
+        return file.rare && file.rare->lastStream ? *file.rare->lastStream : open_;
     }
     if (file_ == nullptr) {
         OpenStream closed;

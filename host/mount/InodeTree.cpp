@@ -3,7 +3,7 @@
 namespace storage::host {
 
 InodeTree::InodeTree(const IProvider& provider, InodeGuards& guards)
-    : provider_(provider), guards_(guards), root_(std::u16string(), nextNumber_++) {}
+    : provider_(provider), guards_(guards), root_(CompactName(), nextNumber_++) {}
 
 InodeTree::~InodeTree() {
     for (FolderInode* folder = &root_; folder != nullptr;) {

@@ -12,7 +12,7 @@ namespace storage::host {
 
 /// A folder of a mounted storage. Owns its known children, which are guarded like its place.
 struct FolderInode final : Inode {
-    FolderInode(std::u16string entryName, std::uint64_t entryNumber) noexcept
+    FolderInode(CompactName entryName, std::uint64_t entryNumber) noexcept
         : Inode(Kind::Folder, std::move(entryName), entryNumber) {}
 
 private:

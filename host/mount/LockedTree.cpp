@@ -36,27 +36,6 @@ std::u16string namelessName(std::uint64_t number) {
     return namelessPrefix + std::u16string(digits.begin(), digits.end());
 }
 
-std::u16string pathOf(const LockedTree& tree, const Inode& inode, std::u16string_view below) {
-    std::size_t length = below.empty() ? 0 : below.size() + 1;
-    for (const Inode* each = &inode; tree.parentOf(*each) != nullptr; each = tree.parentOf(*each)) {
-        length += tree.nameOf(*each).size() + 1;
-    }
-    std::u16string path(std::max<std::size_t>(length, 1), u'/');
-    std::size_t end = length;
-    const auto prepend = [&](std::u16string_view name) {
-        end -= name.size();
-        name.copy(path.data() + end, name.size());
-        --end; // the separator is there
-    };
-    if (!below.empty()) {
-        prepend(below);
-    }
-    for (const Inode* each = &inode; tree.parentOf(*each) != nullptr; each = tree.parentOf(*each)) {
-        prepend(tree.nameOf(*each));
-    }
-    return path;
-}
-
 void loadFile(FileInode& file, const FileAttributes& stored) {
     const timespec modified = programTime(stored.getLastModified());
     file.attributes = {permissionsOf(usualFilePermissions, stored.isWritable()),
@@ -83,11 +62,31 @@ void loadFolder(FolderInode& folder, const FolderAttributes& stored) {
 // NOLINTBEGIN(readability-convert-member-functions-to-static): see LockedTree
 
 StorageIRI LockedTree::locationOf(const Inode& inode) const {
-    return StorageIRI(pathOf(*this, inode, {}));
+    return StorageIRI(pathOf(inode, {}));
 }
 
 StorageIRI LockedTree::locationOf(const FolderInode& folder, std::u16string_view name) const {
-    return StorageIRI(pathOf(*this, folder, name));
+    return StorageIRI(pathOf(folder, name));
+}
+
+std::u16string LockedTree::pathOf(const Inode& inode, std::u16string_view below) const {
+    const auto forEachName = [&](const auto& visit) {
+        if (!below.empty()) {
+            visit(below);
+        }
+        for (const Inode* each = &inode; parentOf(*each) != nullptr; each = parentOf(*each)) {
+            each->place_.name.read(visit);
+        }
+    };
+    std::size_t length = 0;
+    forEachName([&](std::u16string_view name) { length += name.size() + 1; });
+    std::u16string path(std::max<std::size_t>(length, 1), u'/');
+    forEachName([&](std::u16string_view name) {
+        length -= name.size();
+        name.copy(path.data() + length, name.size());
+        --length; // the separator is there
+    });
+    return path;
 }
 
 std::string LockedTree::programPathOf(const Inode& inode) const {
@@ -113,7 +112,8 @@ std::optional<TreeEntry*> LockedTree::findKnown(const FolderInode& folder,
 }
 
 bool LockedTree::isNameless(const TreeEntry& entry) const noexcept {
-    return parentOf(entry) != nullptr && nameOf(entry).starts_with(namelessPrefix);
+    return parentOf(entry) != nullptr &&
+           entry.place_.name.read([](std::u16string_view name) { return name.starts_with(namelessPrefix); });
 }
 
 std::size_t LockedTree::linksOf(const Inode& inode, const InodeGuards::Held&) const noexcept {
@@ -157,9 +157,9 @@ TreeEntry* ExclusiveTree::find(FolderInode& folder, std::u16string_view name) {
 TreeEntry* ExclusiveTree::ask(FolderInode& folder, std::u16string_view name) {
     switch (tree_.provider_.doExistsExtended(locationOf(folder, name))) {
     case EntryExistence::File:
-        return &add(folder, {Inode::Kind::File}, std::u16string(name));
+        return &add(folder, {Inode::Kind::File}, name);
     case EntryExistence::Folder:
-        return &add(folder, {Inode::Kind::Folder}, std::u16string(name));
+        return &add(folder, {Inode::Kind::Folder}, name);
     default:
         return nullptr;
     }
@@ -181,7 +181,7 @@ void ExclusiveTree::complete(FolderInode& folder) {
     folder.children_.setComplete();
 }
 
-std::unique_ptr<Inode> ExclusiveTree::make(NewEntry entry, std::u16string name) {
+std::unique_ptr<Inode> ExclusiveTree::make(NewEntry entry, CompactName name) {
     tree_.mutex_.assertHeld();
     const std::uint64_t number = tree_.nextNumber_++;
     switch (entry.kind) {
@@ -196,7 +196,7 @@ std::unique_ptr<Inode> ExclusiveTree::make(NewEntry entry, std::u16string name) 
     }
 }
 
-Inode& ExclusiveTree::add(FolderInode& folder, NewEntry entry, std::u16string name) {
+Inode& ExclusiveTree::add(FolderInode& folder, NewEntry entry, CompactName name) {
     TreeEntry& added = folder.children_.add(make(std::move(entry), std::move(name)));
     added.place_.parent = &folder;
     return added.inode();
@@ -204,7 +204,7 @@ Inode& ExclusiveTree::add(FolderInode& folder, NewEntry entry, std::u16string na
 
 Inode& ExclusiveTree::addNameless(NewEntry entry) {
     tree_.mutex_.assertHeld();
-    std::u16string name = namelessName(tree_.nextNumber_);
+    CompactName name = namelessName(tree_.nextNumber_);
     TreeEntry& added = tree_.nameless_.add(make(std::move(entry), std::move(name)));
     added.place_.parent = &tree_.root_;
     return added.inode();
@@ -222,7 +222,7 @@ ChildTable& ExclusiveTree::tableOf(const TreeEntry& entry) const noexcept {
     return isNameless(entry) ? tree_.nameless_ : entry.place_.parent->children_;
 }
 
-Alias& ExclusiveTree::addAlias(FolderInode& folder, Inode& inode, std::u16string name) {
+Alias& ExclusiveTree::addAlias(FolderInode& folder, Inode& inode, CompactName name) {
     auto made = std::make_unique<Alias>(std::move(name), inode);
     Alias& alias = *made;
     const auto held = tree_.guards_.hold(inode);
@@ -291,7 +291,7 @@ std::uint64_t ExclusiveTree::prepareRename(const TreeEntry& source, FolderInode&
     return &tableOf(source) == &folder.children_ ? positionOf(source) : folder.children_.newPosition();
 }
 
-void ExclusiveTree::rename(TreeEntry& source, FolderInode& folder, std::u16string name,
+void ExclusiveTree::rename(TreeEntry& source, FolderInode& folder, CompactName name,
                            std::uint64_t position) noexcept {
     folder.children_.moveHere(tableOf(source), source, std::move(name), position);
     source.place_.parent = &folder;

@@ -48,7 +48,7 @@ public:
     /// A further name of the inode, or null.
     Alias* aliasOf(const Inode& inode) const noexcept;
 
-    const std::u16string& nameOf(const TreeEntry& entry) const noexcept { return entry.place_.name; }
+    std::u16string nameOf(const TreeEntry& entry) const { return entry.place_.name.text(); }
     std::uint64_t positionOf(const TreeEntry& entry) const noexcept { return entry.place_.position; }
 
     /// Null for the root and for removed entries.
@@ -101,6 +101,9 @@ public:
         return inode.references.fetch_sub(count) == count && (isRemoved(inode) || isNameless(inode));
     }
 
+private:
+    std::u16string pathOf(const Inode& inode, std::u16string_view below) const;
+
 protected:
     explicit LockedTree(InodeTree& tree) noexcept : tree_(tree) {}
     ~LockedTree() = default;
@@ -140,7 +143,7 @@ public:
 
     /// Adds an entry without attributes.
     /// @throws std::bad_alloc with nothing changed
-    Inode& add(FolderInode& folder, NewEntry entry, std::u16string name);
+    Inode& add(FolderInode& folder, NewEntry entry, CompactName name);
 
     /// Adds a nameless entry without attributes.
     /// @throws std::bad_alloc with nothing changed
@@ -151,7 +154,7 @@ public:
 
     /// Adds a further name of an inode that is not removed.
     /// @throws std::bad_alloc with nothing changed
-    Alias& addAlias(FolderInode& folder, Inode& inode, std::u16string name);
+    Alias& addAlias(FolderInode& folder, Inode& inode, CompactName name);
 
     void removeAlias(const Alias& alias) noexcept;
 
@@ -181,7 +184,7 @@ public:
 
     /// Moves an entry to a name that is free in `folder`.
     /// @param position  as returned by `prepareRename`
-    void rename(TreeEntry& source, FolderInode& folder, std::u16string name, std::uint64_t position) noexcept;
+    void rename(TreeEntry& source, FolderInode& folder, CompactName name, std::uint64_t position) noexcept;
 
     /// Sets the times of a folder, the attributes of which are known, after a change of its entries.
     void stamp(FolderInode& folder, const timespec& time) noexcept;
@@ -189,7 +192,7 @@ public:
 private:
     ChildTable& tableOf(const TreeEntry& entry) const noexcept;
     TreeEntry* ask(FolderInode& folder, std::u16string_view name);
-    std::unique_ptr<Inode> make(NewEntry entry, std::u16string name);
+    std::unique_ptr<Inode> make(NewEntry entry, CompactName name);
 };
 
 // NOLINTEND(readability-convert-member-functions-to-static)

@@ -121,10 +121,10 @@ const std::string& MountedStorage::readLink(const Inode& inode) {
 }
 
 MountedStorage::Found MountedStorage::makeEntry(FolderInode& folder, std::string_view name, NewEntry entry) {
-    std::u16string entryName = storageNameOf(name);
+    const std::u16string entryName = storageNameOf(name);
     const StorageSpace::Turn turn(space_);
     ExclusiveTree tree(tree_);
-    return refer(tree, &changes_.make(tree, folder, std::move(entryName), std::move(entry)));
+    return refer(tree, &changes_.make(tree, folder, entryName, std::move(entry)));
 }
 
 MountedStorage::Found MountedStorage::makeNamelessFile(FolderInode& folder, mode_t permissions, Owner owner) {
@@ -134,10 +134,10 @@ MountedStorage::Found MountedStorage::makeNamelessFile(FolderInode& folder, mode
 }
 
 MountedStorage::Found MountedStorage::link(Inode& inode, FolderInode& folder, std::string_view name) {
-    std::u16string entryName = storageNameOf(name);
+    const std::u16string entryName = storageNameOf(name);
     const StorageSpace::Turn turn(space_);
     ExclusiveTree tree(tree_);
-    changes_.link(tree, inode, folder, std::move(entryName));
+    changes_.link(tree, inode, folder, entryName);
     return refer(tree, &inode);
 }
 
@@ -159,7 +159,7 @@ void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderIn
                             std::string_view newName, unsigned flags) {
     requireRenameFlags(flags);
     const std::u16string from = storageNameOf(name);
-    std::u16string to = storageNameOf(newName);
+    const std::u16string to = storageNameOf(newName);
     std::optional<StorageSpace::Turn> turn;
     if ((flags & RENAME_WHITEOUT) != 0) {
         turn.emplace(space_);
@@ -168,7 +168,7 @@ void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderIn
     if ((flags & RENAME_EXCHANGE) != 0) {
         changes_.exchange(tree, folder, from, newFolder, to);
     } else {
-        changes_.rename(tree, folder, from, newFolder, std::move(to), flags);
+        changes_.rename(tree, folder, from, newFolder, to, flags);
     }
 }
 

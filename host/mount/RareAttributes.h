@@ -1,8 +1,10 @@
 #pragma once
 
 #include "host/mount/ExtendedAttributeSet.h"
+#include "host/mount/OpenStream.h"
 #include "host/mount/Owner.h"
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -14,7 +16,8 @@ class Alias;
 struct RareAttributes {
     std::optional<Owner> owner; ///< if it differs from the mount's default
     ExtendedAttributeSet extended;
-    std::vector<Alias*> aliases; ///< the further names; guarded by the tree's lock
+    std::vector<Alias*> aliases;            ///< the further names; guarded by the tree's lock
+    std::unique_ptr<OpenStream> lastStream; ///< of a detached file
 };
 
 } // namespace storage::host

@@ -9,7 +9,7 @@ namespace storage::host {
 
 /// A symbolic link of a mounted storage. The target never changes.
 struct SymbolicLinkInode final : Inode {
-    SymbolicLinkInode(std::u16string entryName, std::uint64_t entryNumber, std::string linkTarget) noexcept
+    SymbolicLinkInode(CompactName entryName, std::uint64_t entryNumber, std::string linkTarget) noexcept
         : Inode(Kind::SymbolicLink, std::move(entryName), entryNumber), target(std::move(linkTarget)) {}
 
     const std::string target;
@@ -17,8 +17,7 @@ struct SymbolicLinkInode final : Inode {
 
 /// A fifo, socket or device of a mounted storage. The kernel implements what programs do with it.
 struct SpecialInode final : Inode {
-    SpecialInode(Kind entryKind, std::u16string entryName, std::uint64_t entryNumber,
-                 dev_t entryDevice) noexcept
+    SpecialInode(Kind entryKind, CompactName entryName, std::uint64_t entryNumber, dev_t entryDevice) noexcept
         : Inode(entryKind, std::move(entryName), entryNumber), device(entryDevice) {}
 
     const dev_t device; ///< 0 unless it is a device

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "host/mount/CompactName.h"
+
 #include <cstdint>
-#include <string>
 #include <utility>
 
 namespace storage::host {
@@ -26,7 +27,7 @@ public:
     virtual const Inode& inode() const noexcept = 0;
 
 protected:
-    explicit TreeEntry(std::u16string name) noexcept : place_{std::move(name)} {}
+    explicit TreeEntry(CompactName name) noexcept : place_{std::move(name)} {}
 
 private:
     friend class ChildTable;
@@ -35,12 +36,13 @@ private:
     friend class ExclusiveTree;
 
     struct Place {
-        std::u16string name;           ///< empty for the root
+        CompactName name;              ///< empty for the root
         FolderInode* parent = nullptr; ///< null for the root and for removed entries
         std::uint64_t position = 0;    ///< in the listing of the parent
     };
 
     Place place_;
+    TreeEntry* nextInBucket_ = nullptr; ///< the `ChildTable`'s
 };
 
 } // namespace storage::host

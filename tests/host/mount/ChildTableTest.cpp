@@ -1,7 +1,11 @@
 #include "host/mount/InodeTree.h"
 
 #include <gmock/gmock.h>
+#include <iterator>
+#include <map>
+#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -159,6 +163,76 @@ TEST_F(ChildTableTest, VisitsEveryChild) {
     std::vector<std::u16string> visited;
     table_.forEach([&](const TreeEntry& child) { visited.push_back(ChildTable::nameOf(child)); });
     EXPECT_THAT(visited, testing::UnorderedElementsAre(u"a", u"b"));
+}
+
+/// Adds, removes, renames, replaces and exchanges children at random; two plain maps say what the table must hold.
+TEST_F(ChildTableTest, AgreesWithMapsWhateverHappens) {
+    using Names = std::map<std::u16string, const TreeEntry*>;
+    using Order = std::map<std::uint64_t, const TreeEntry*>;
+    constexpr unsigned seed = 4711;
+    std::mt19937 random(seed);
+    Names names;
+    Order order;
+    const auto anyName = [&] {
+        const std::string digits = std::to_string(random() % 300);
+        return std::u16string(random() % 2 == 0 ? 0 : 20, u'x') +
+               std::u16string(digits.begin(), digits.end());
+    };
+    const auto take = [&](const std::u16string& name) {
+        order.erase(ChildTable::positionOf(*names.at(name)));
+        names.erase(name);
+    };
+    const auto note = [&](const std::u16string& name, const TreeEntry& child) {
+        names[name] = &child;
+        order[ChildTable::positionOf(child)] = &child;
+    };
+    for (unsigned step = 0; step < 20'000; ++step) {
+        const std::u16string name = anyName();
+        const std::u16string otherName = anyName();
+        TreeEntry* const child = table_.find(name);
+        TreeEntry* const other = table_.find(otherName);
+        ASSERT_EQ(child, names.contains(name) ? names[name] : nullptr) << step;
+        const bool grows = step / 2000 % 2 == 0; // so that the table shrinks at times
+        if (child == nullptr) {
+            if (grows || random() % 8 == 0) {
+                note(name, add(table_, name));
+            }
+        } else if (other == nullptr && random() % 2 == 0) {
+            const std::uint64_t position = ChildTable::positionOf(*child);
+            take(name);
+            move(table_, child->inode(), table_, otherName, position);
+            note(otherName, *child);
+        } else if (other != nullptr && other != child && random() % 2 == 0) {
+            table_.exchange(*child, table_, *other);
+            std::swap(names[name], names[otherName]);
+            std::swap(order[ChildTable::positionOf(*child)], order[ChildTable::positionOf(*other)]);
+        } else if (other != nullptr && other != child && random() % 2 == 0) {
+            const std::uint64_t position = ChildTable::positionOf(*other);
+            take(otherName);
+            take(name);
+            table_.makeRoom();
+            table_.remove(*other);
+            table_.moveHere(table_, *child, otherName, position);
+            note(otherName, *child);
+        } else if (!grows || random() % 4 == 0) {
+            take(name);
+            table_.remove(*child);
+        }
+        const std::uint64_t from =
+            order.empty()
+                ? 0
+                : std::next(order.begin(), static_cast<std::ptrdiff_t>(random() % order.size()))->first;
+        const auto next = order.upper_bound(from);
+        ASSERT_EQ(table_.after(from), next == order.end() ? nullptr : next->second) << step;
+        ASSERT_EQ(table_.empty(), order.empty());
+    }
+    std::vector<const TreeEntry*> expected;
+    for (const auto& [position, entry] : order) {
+        expected.push_back(entry);
+    }
+    std::vector<const TreeEntry*> visited;
+    table_.forEach([&](const TreeEntry& entry) { visited.push_back(&entry); });
+    EXPECT_EQ(visited, expected);
 }
 
 TEST_F(ChildTableTest, HoldsThousandsThatComeAndGo) {

@@ -104,8 +104,8 @@ TEST_F(InodeGuardsTest, ARemovedFileHasAStreamOfItsOwnThatStaysOpen) {
     FileInode removed(u"r", 7);
     openStreamOf(file_);
     removed.detached = true;
-    removed.lastStream = stream();
-    EXPECT_EQ(streamOf(removed), removed.lastStream.stream.get());
+    removed.requireRare().lastStream = std::make_unique<OpenStream>(stream());
+    EXPECT_EQ(streamOf(removed), removed.rare->lastStream->stream.get());
     EXPECT_NE(streamOf(file_), nullptr) << "the same place, but not needed";
     guards_.hold(removed).closeStreamOf(removed);
     guards_.closeStreams();

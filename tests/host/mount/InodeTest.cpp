@@ -10,9 +10,9 @@ using storage::host::Inode;
 
 /// A mount may have millions of inodes.
 TEST(InodeTest, TakesLittleMemory) {
-    EXPECT_LE(sizeof(Inode), 152U);
-    EXPECT_LE(sizeof(FileInode), 200U);
-    EXPECT_LE(sizeof(FolderInode), 272U);
+    EXPECT_LE(sizeof(Inode), 144U);
+    EXPECT_LE(sizeof(FileInode), 168U);
+    EXPECT_LE(sizeof(FolderInode), 216U);
 }
 
 } // namespace
