@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/commands/TransferSyntax.h"
 #include "host/disk/DiskFolder.h"
 #include "host/disk/TargetClaim.h"
 #include "host/storage/EntryRules.h"
@@ -14,17 +15,19 @@ namespace {
 class ExportCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
+        transfer_.declare(syntax);
         syntax.operands(2, CommandSyntax::any);
         syntax.lastOperand(WordKind::Disk);
     }
 
     void run(Session& session, const Words& operands) override {
+        const TransferOptions options = transfer_.options();
         TargetClaim::refuseClaimed(diskOperand(operands.back()));
         DiskDestination destination(operands.back(), operands.size() - 1);
         TransferTotals totals;
         {
             SessionExportSource stored(session.provider(), session.kept());
-            Exporter exporter(stored, session.console(), session.interruption());
+            Exporter exporter(stored, session.console(), session.interruption(), options);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i], [&] {
                     const StoragePath source = session.resolve(operands[i]);
@@ -35,8 +38,13 @@ public:
             }
             totals = exporter.totals();
         } // takes its progress off the terminal
-        session.console().out() << "exported " << totals.summary() << '\n';
+        if (!transfer_.isQuiet()) {
+            session.console().out() << transfer_.summary("exported", "export", totals) << '\n';
+        }
     }
+
+private:
+    TransferSyntax transfer_;
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/StorageDestination.h"
+#include "host/commands/TransferSyntax.h"
 #include "host/disk/DiskFolder.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
@@ -18,12 +19,14 @@ public:
         syntax.flag("-x", isOnSourceOnly_, "stay on the file system of each DISK-PATH");
         syntax.option("--one-file-system", "WHEN", when_,
                       "yes: as -x; no: import also what is on proc, sysfs and the like");
+        transfer_.declare(syntax);
         syntax.operands(2, CommandSyntax::any, WordKind::Disk);
         syntax.lastOperand(WordKind::Storage);
     }
 
     void run(Session& session, const Words& operands) override {
         const Importer::FileSystems which = fileSystems();
+        const TransferOptions options = transfer_.options();
         auto destination = StorageDestination::find(session, operands.back(), operands.size() - 1);
         if (!destination) {
             return;
@@ -31,15 +34,21 @@ public:
         TransferTotals totals;
         {
             SessionImportTarget target(session.provider(), session.kept());
-            Importer importer(target, session.console(), session.interruption(), session.imports(), which);
+            Importer importer(target, session.console(), session.interruption(), session.imports(), which,
+                              options);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i],
                                           [&] { import(importer, diskOperand(operands[i]), *destination); });
             }
             totals = importer.totals();
         } // takes its progress off the terminal
-        noticeKept(session.console(), totals);
-        session.console().out() << "imported " << totals.summary() << '\n';
+        if (transfer_.isQuiet()) {
+            return;
+        }
+        if (!transfer_.isDryRun()) {
+            noticeKept(session.console(), totals);
+        }
+        session.console().out() << transfer_.summary("imported", "import", totals) << '\n';
     }
 
 private:
@@ -74,6 +83,7 @@ private:
         importer.run(source, destination.of(name), destination.attributesFor(name));
     }
 
+    TransferSyntax transfer_;
     bool isOnSourceOnly_ = false;
     std::optional<std::string> when_;
 };

@@ -13,7 +13,7 @@ constexpr std::chrono::milliseconds redrawInterval(100);
 
 } // namespace
 
-ProgressMeter::ProgressMeter(Console& console) : console_(console) {}
+ProgressMeter::ProgressMeter(Console& console, Display display) : console_(console), display_(display) {}
 
 ProgressMeter::~ProgressMeter() {
     try {
@@ -33,7 +33,7 @@ void ProgressMeter::countBytes(unsigned long long bytes) {
 }
 
 void ProgressMeter::redraw() {
-    if (!console_.showsProgress()) {
+    if (display_ == Display::Hidden || !console_.showsProgress()) {
         return;
     }
     const auto now = Clock::now();

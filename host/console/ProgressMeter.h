@@ -12,7 +12,9 @@ namespace storage::host {
 /// Borrows the console. The destructor clears the progress line. Not thread-safe.
 class ProgressMeter {
 public:
-    explicit ProgressMeter(Console& console);
+    enum class Display { Shown, Hidden };
+
+    explicit ProgressMeter(Console& console, Display display = Display::Shown);
     ~ProgressMeter();
     ProgressMeter(const ProgressMeter&) = delete;
     ProgressMeter& operator=(const ProgressMeter&) = delete;
@@ -26,6 +28,7 @@ private:
     void redraw();
 
     Console& console_;
+    const Display display_;
     const Clock::time_point start_ = Clock::now();
     Clock::time_point lastDrawn_ = start_;
     unsigned long long entries_ = 0;

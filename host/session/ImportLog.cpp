@@ -31,8 +31,10 @@ bool isEarlier(const ImportSource& left, const ImportSource& right) {
 
 } // namespace
 
-void ImportLog::add(const std::string& diskPath, const StoragePath& path, ImportSource::Scope scope) {
-    targets_[path.text()].insert_or_assign({absolutePath(diskPath), scope}, ++lastOrder_);
+void ImportLog::add(const std::string& diskPath, const StoragePath& path, ImportSource::Scope scope,
+                    std::shared_ptr<const EntrySelection> selection) {
+    targets_[path.text()].insert_or_assign({absolutePath(diskPath), scope},
+                                           Import{++lastOrder_, std::move(selection)});
 }
 
 void ImportLog::moved(const StoragePath& from, const StoragePath& to) {
@@ -59,7 +61,8 @@ void ImportLog::moved(const StoragePath& from, const StoragePath& to) {
     std::sort(sources.begin(), sources.end(),
               [](const auto& left, const auto& right) { return isEarlier(left.second, right.second); });
     for (const auto& [path, source] : sources) {
-        targets_[path.text()].insert_or_assign({source.diskPath, source.scope}, ++lastOrder_);
+        targets_[path.text()].insert_or_assign({source.diskPath, source.scope},
+                                               Import{++lastOrder_, source.selection});
     }
 }
 
@@ -77,8 +80,8 @@ std::vector<StoragePath> ImportLog::topmost() const {
 std::vector<ImportSource> ImportLog::at(const StoragePath& path) const {
     std::vector<ImportSource> sources;
     if (const auto found = targets_.find(path.text()); found != targets_.end()) {
-        for (const auto& [source, order] : found->second) {
-            sources.push_back({source.first, source.second, order});
+        for (const auto& [source, import] : found->second) {
+            sources.push_back({source.first, source.second, import.order, import.selection});
         }
     }
     std::sort(sources.begin(), sources.end(), isEarlier);

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "host/session/EntrySelection.h"
 #include "host/storage/StoragePath.h"
 
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +21,8 @@ struct ImportSource {
     std::string diskPath; ///< absolute
     Scope scope = Scope::Whole;
     unsigned long long order = 0; ///< a later import has a greater one
+    std::shared_ptr<const EntrySelection> selection =
+        std::make_shared<EntrySelection>(); ///< what was imported
 };
 
 /// What was imported in a session and where its copies are now, for checking them later.
@@ -30,7 +34,8 @@ struct ImportSource {
 class ImportLog {
 public:
     /// The copy of `diskPath` is at `path`, on top of what was imported there before.
-    void add(const std::string& diskPath, const StoragePath& path, ImportSource::Scope scope);
+    void add(const std::string& diskPath, const StoragePath& path, ImportSource::Scope scope,
+             std::shared_ptr<const EntrySelection> selection = std::make_shared<EntrySelection>());
 
     /// Follows the entry at `from`, and all below it, to `to`, on top of what was imported there before.
     void moved(const StoragePath& from, const StoragePath& to);
@@ -50,8 +55,11 @@ public:
     bool covers(const StoragePath& path) const;
 
 private:
-    using Sources =
-        std::map<std::pair<std::string, ImportSource::Scope>, unsigned long long>; ///< their order
+    struct Import {
+        unsigned long long order = 0;
+        std::shared_ptr<const EntrySelection> selection;
+    };
+    using Sources = std::map<std::pair<std::string, ImportSource::Scope>, Import>;
 
     bool isBelowCopy(const StoragePath& path) const;
 

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <fmt/format.h>
+#include <iterator>
 
 namespace storage::host {
 
@@ -53,7 +54,22 @@ void CommandSyntax::option(const std::string& name, const std::string& value,
     CLI::Option* const parsed = app_->add_option_function<std::string>(
         (isWord(name) ? "-" : "") + name, [&target](const std::string& text) { target = unhidden(text); });
     parsed->multi_option_policy(CLI::MultiOptionPolicy::TakeLast); // more than one are refused afterwards
-    options_.push_back({name, value, parsed});
+    options_.push_back({name, value, parsed, false});
+    helpLines_.push_back({name + (name.starts_with("--") ? '=' : ' ') + value, description});
+}
+
+void CommandSyntax::repeatedOption(const std::string& name, const std::string& value,
+                                   std::vector<std::string>& targets, const std::string& description) {
+    CLI::Option* const parsed =
+        app_->add_option_function<std::vector<std::string>>(
+                (isWord(name) ? "-" : "") + name,
+                [&targets](const std::vector<std::string>& texts) {
+                    std::transform(texts.begin(), texts.end(), std::back_inserter(targets), unhidden);
+                })
+            ->type_size(1)
+            ->allow_extra_args(false)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    options_.push_back({name, value, parsed, true});
     helpLines_.push_back({name + (name.starts_with("--") ? '=' : ' ') + value, description});
 }
 
@@ -161,7 +177,7 @@ void CommandSyntax::refuseMissingValue(const CLI::ArgumentMismatch& error) const
 
 void CommandSyntax::refuseRepeatedOptions() const {
     for (const Option& option : options_) {
-        if (option.parsed->count() > 1) {
+        if (!option.isRepeatable && option.parsed->count() > 1) {
             throw UsageError(fmt::format("{} is given more than once", option.name));
         }
     }
@@ -185,8 +201,13 @@ std::vector<std::string> CommandSyntax::collectOperands() const {
 std::string CommandSyntax::help() const {
     std::string text =
         fmt::format("usage: {}{}{}\n{}\n", name_, synopsis_.empty() ? "" : " ", synopsis_, summary_);
+    constexpr std::size_t usualWidth = 16;
+    std::size_t width = usualWidth;
     for (const HelpLine& line : helpLines_) {
-        text += fmt::format("  {:<16}{}\n", line.term, line.description);
+        width = std::max(width, line.term.size() + 2);
+    }
+    for (const HelpLine& line : helpLines_) {
+        text += fmt::format("  {:<{}}{}\n", line.term, width, line.description);
     }
     return text;
 }

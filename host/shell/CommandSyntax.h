@@ -50,6 +50,11 @@ public:
     void option(const std::string& name, const std::string& value, std::optional<std::string>& target,
                 const std::string& description);
 
+    /// An option with a value, which may be given any number of times.
+    /// @param targets  receives the values, in their order
+    void repeatedOption(const std::string& name, const std::string& value, std::vector<std::string>& targets,
+                        const std::string& description);
+
     /// How many words may stand beside the options; `any` is no limit. None, unless this is called.
     /// @param kind  of all operands but those that the two functions below are called for
     void operands(std::size_t least, std::size_t most, WordKind kind = WordKind::Storage);
@@ -79,6 +84,7 @@ private:
         std::string name; ///< as the user writes it
         std::string value;
         const CLI::Option* parsed;
+        bool isRepeatable = false;
     };
     struct HelpLine {
         std::string term;

@@ -78,7 +78,9 @@ Checker::Layers Checker::layersAt(const StoragePath& path) {
     for (ImportSource& source : expected_.at(path)) {
         console_.attempt(source.diskPath, [&] {
             const Kind kind = DiskEntry::at(source.diskPath, DiskEntry::Links::Follow).kind;
-            layers.push_back({std::move(source), kind, DiskEntry::Links::Follow});
+            const auto verdict =
+                source.selection->ofTop(toUtf16(diskName(source.diskPath)), kind == Kind::Folder);
+            layers.push_back({std::move(source), kind, DiskEntry::Links::Follow, {}, verdict});
         });
     }
     return layers;
@@ -136,13 +138,36 @@ void Checker::addChild(const Layer& layer, const std::string& name, Children& ch
     source.diskPath = diskChild(source.diskPath, name);
     source.scope = ImportSource::Scope::Whole;
     const Kind kind = DiskEntry::at(source.diskPath, DiskEntry::Links::Inspect).kind;
-    children[toUtf16(name)].push_back({std::move(source), kind, DiskEntry::Links::Inspect});
+    const StoragePath path = layer.path.child(toUtf16(name));
+    const auto verdict = source.selection->ofChild(path, kind == Kind::Folder, layer.verdict);
+    if (verdict != EntrySelection::Verdict::Excluded) {
+        children[toUtf16(name)].push_back(
+            {std::move(source), kind, DiskEntry::Links::Inspect, path, verdict});
+    }
 }
 
 /// Whether an import leaves out entries of this kind.
 bool Checker::isSkippedKind(Kind kind) const {
     const bool isSkipped = kind == Kind::Socket || (isDevice(kind) && ::geteuid() != 0);
     return against_ == Against::Sources && isSkipped;
+}
+
+/// Whether an import makes the entry: it is selected, or a folder that holds something that is.
+bool Checker::holdsImported(const Layer& layer) {
+    std::vector<Layer> passages{layer};
+    while (!passages.empty()) {
+        const Layer next = std::move(passages.back());
+        passages.pop_back();
+        if (next.verdict == EntrySelection::Verdict::Included) {
+            return true;
+        }
+        Children children;
+        addChildren(next, children);
+        for (Children::value_type& child : children) {
+            passages.push_back(std::move(child.second.front()));
+        }
+    }
+    return false;
 }
 
 /// The source that counts: the last one that was imported. If all are skipped, any; nothing without layers.
@@ -179,9 +204,9 @@ void Checker::reportMissing(const StoragePath& path, const Layers& layers) {
     const Layer* const last = counterpart(layers);
     if (last != nullptr && isSkippedKind(last->kind)) {
         ++totals_.skipped;
-    } else if (last != nullptr) {
+    } else if (last != nullptr && holdsImported(*last)) {
         report(path, fmt::format("missing, {} is {}", last->source.diskPath, describe(last->kind)));
-    } else if (expected_.at(path).empty()) {
+    } else if (last == nullptr && expected_.at(path).empty()) {
         report(path, "missing, a folder that imports went into");
     }
 }

@@ -72,6 +72,8 @@ private:
         ImportSource source;
         DiskEntry::Kind kind = DiskEntry::Kind::File;
         DiskEntry::Links links = DiskEntry::Links::Inspect;
+        StoragePath path; ///< below the top of the source
+        EntrySelection::Verdict verdict = EntrySelection::Verdict::Included;
     };
     using Layers = std::vector<Layer>; ///< in the order of their imports
 
@@ -100,6 +102,7 @@ private:
     static void addChild(const Layer& layer, const std::string& name, Children& children);
     Layers layersAt(const StoragePath& path);
     bool isSkippedKind(DiskEntry::Kind kind) const;
+    bool holdsImported(const Layer& layer);
     const Layer* counterpart(const Layers& layers) const;
     void compareEntry(const StoragePath& path, EntryKind kind, const Layers& layers);
     void reportMissing(const StoragePath& path, const Layers& layers);

@@ -1,4 +1,4 @@
-#include "host/transfer/Exporter.h"
+#include "host/transfer/DiskExportTarget.h"
 
 #include "host/disk/DiskEntry.h"
 #include "host/disk/DiskFolder.h"
@@ -6,7 +6,6 @@
 #include "host/disk/DiskOwnership.h"
 #include "host/disk/DiskXattrs.h"
 #include "host/disk/TemporaryDiskFile.h"
-#include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
 #include "host/support/Umask.h"
@@ -110,76 +109,55 @@ std::unique_ptr<WritableFolder> openAbove(const std::string& target) {
 
 } // namespace
 
-Exporter::Exporter(ExportSource& source, Console& console, const Interruption& interruption)
+DiskExportTarget::DiskExportTarget(ExportSource& source, const Interruption& interruption,
+                                   ProgressMeter& progress, std::span<char> buffer, std::string place,
+                                   RootAttributes rootAttributes)
     : source_(source),
-      console_(console),
       interruption_(interruption),
+      progress_(progress),
+      buffer_(buffer),
+      place_(std::move(place)),
+      rootAttributes_(rootAttributes),
       newFileMode_(newFileMode & ~currentUmask()),
-      self_{::geteuid(), ::getegid()},
-      progress_(console),
-      buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
+      self_{::geteuid(), ::getegid()} {}
 
-void Exporter::run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes) {
-    open_.clear(); // an interrupted run leaves its folders here
-    above_.reset();
-    linked_.clear();
-    lostOwners_ = lostXattrs_ = 0;
-    interruption_.check();
-    console_.attempt(source.printed(), [&] {
-        const EntryKind kind = source_.kindOf(source);
-        if (kind == EntryKind::Folder && rootAttributes == RootAttributes::Untouched) {
-            auto named = openNamed(target);
-            TemporaryDiskFile::removeAbandonedFiles(*named);
-            enterFolder({source, std::move(named), false, true, {}});
-            return;
-        }
-        above_ = openAbove(target);
-        exportEntry(source, kind, *above_, target.substr(target.rfind('/') + 1));
-    });
-    while (!open_.empty()) {
-        interruption_.check();
-        exportNext();
+std::optional<ExportTarget::Existing> DiskExportTarget::find(const std::string& place) {
+    try {
+        const bool isFilled = place == place_ && rootAttributes_ == RootAttributes::Untouched;
+        const DiskEntry found =
+            DiskEntry::at(place, isFilled ? DiskEntry::Links::Follow : DiskEntry::Links::Inspect);
+        return Existing{found.kind, found.size, found.modified};
+    } catch (const CommandError&) {
+        return std::nullopt; // what is wrong, making the entry reports
     }
-    noticeLosses(target);
 }
 
-/// One step: the next entry of the innermost open folder, or the folder's end.
-void Exporter::exportNext() {
-    OpenFolder& folder = open_.back();
-    if (folder.next == folder.children.size()) {
-        const OpenFolder done = std::move(folder);
-        open_.pop_back();
-        console_.attempt(done.source.printed(), [&] { leaveFolder(done); });
-        return;
-    }
-    const ExportSource::Child child = std::move(folder.children[folder.next++]);
-    const StoragePath path = folder.source.child(child.name);
-    console_.attempt(path.printed(),
-                     [&] { exportEntry(path, child.kind, *folder.folder, toDiskName(child.name, path)); });
+std::string DiskExportTarget::placeIn(const std::string& folder, const std::string& name) const {
+    return diskChild(folder, name);
 }
 
-void Exporter::exportEntry(const StoragePath& source, EntryKind kind, WritableFolder& folder,
-                           const std::string& name) {
-    switch (kind) {
-    case EntryKind::Folder:
-        makeFolder(folder, name, source);
-        return;
-    case EntryKind::Socket:
-        ++totals_.skipped;
-        console_.notice(source.printed(), std::string("skipped, ") + describe(kind));
-        return;
-    case EntryKind::File:
-        exportFile(source, folder, name);
-        ++totals_.files;
-        break;
-    default:
-        exportSpecial(source, kind, folder, name);
-        ++(kind == EntryKind::SymbolicLink ? totals_.symbolicLinks : totals_.specialFiles);
+WritableFolder& DiskExportTarget::innermost() {
+    if (!open_.empty()) {
+        return *open_.back().folder;
     }
-    progress_.countEntry();
+    if (!above_) {
+        above_ = openAbove(place_);
+    }
+    return *above_;
 }
 
-void Exporter::makeFolder(WritableFolder& above, const std::string& name, const StoragePath& source) {
+void DiskExportTarget::enterFolder(const StoragePath& source, const std::string& name) {
+    if (!open_.empty() || rootAttributes_ == RootAttributes::FromSource) {
+        makeFolder(source, name);
+        return;
+    }
+    auto named = openNamed(place_);
+    TemporaryDiskFile::removeAbandonedFiles(*named);
+    open_.push_back({source, std::move(named), false, true});
+}
+
+void DiskExportTarget::makeFolder(const StoragePath& source, const std::string& name) {
+    WritableFolder& above = innermost();
     const std::optional<mode_t> mode = source_.entryAt(source, EntryKind::Folder).attributes.mode;
     const Origin origin = makeDiskFolder(above, name, mode ? privateFolderMode : newFolderMode);
     // A folder that takes its attributes from the storage may have become read-only by an earlier export.
@@ -191,18 +169,13 @@ void Exporter::makeFolder(WritableFolder& above, const std::string& name, const 
         const mode_t inherited = statusOf(made->descriptor()).st_mode & S_ISGID; // from the folder above
         made->setModeAtEnd((*mode & ~setIdBits) | inherited); // of a folder that is not completed
     }
-    enterFolder({source, std::move(made), origin == Origin::Made, false, {}});
-}
-
-void Exporter::enterFolder(OpenFolder folder) {
-    folder.children = source_.childrenOf(folder.source);
-    open_.push_back(std::move(folder));
-    ++totals_.folders;
-    progress_.countEntry();
+    open_.push_back({source, std::move(made), origin == Origin::Made, false});
 }
 
 /// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
-void Exporter::leaveFolder(const OpenFolder& done) {
+void DiskExportTarget::leaveFolder() {
+    const OpenFolder done = std::move(open_.back());
+    open_.pop_back();
     if (done.keepsOwn) {
         return;
     }
@@ -228,12 +201,13 @@ void Exporter::leaveFolder(const OpenFolder& done) {
     done.folder->setMode();
 }
 
-void Exporter::exportFile(const StoragePath& source, WritableFolder& folder, const std::string& name) {
+std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::string& name) {
+    WritableFolder& folder = innermost();
     const auto replaced = replacedEntry(folder.descriptor(), name, S_IFREG);
     const ExportSource::Entry entry = source_.entryAt(source, EntryKind::File);
     const std::uint64_t group = entry.attributes.linkGroup;
     if (group != 0 && linkTo(group, folder, name)) {
-        return;
+        return 0;
     }
     TemporaryDiskFile temporary(folder, name);
     const auto bytes = copyBytes(source, entry.attributes.isSparse, temporary.file());
@@ -252,17 +226,17 @@ void Exporter::exportFile(const StoragePath& source, WritableFolder& folder, con
     if (linked) {
         linked_.insert_or_assign(group, LinkedFile{source.parent(), name, linked->st_dev, linked->st_ino});
     }
-    totals_.bytes += bytes;
+    return bytes;
 }
 
-void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, WritableFolder& folder,
-                             const std::string& name) {
+bool DiskExportTarget::addSpecial(const StoragePath& source, EntryKind kind, const std::string& name) {
+    WritableFolder& folder = innermost();
     const mode_t type = fileTypeOf(kind);
     replacedEntry(folder.descriptor(), name, type);
     const DiskAttributes attributes = source_.entryAt(source, kind).attributes;
     const std::uint64_t group = attributes.linkGroup;
     if (group != 0 && linkTo(group, folder, name)) {
-        return;
+        return true;
     }
     const auto make = [&](int in, const char* temporary) {
         return kind == EntryKind::SymbolicLink
@@ -279,11 +253,12 @@ void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, Writable
     if (group != 0) {
         linked_.insert_or_assign(group, LinkedFile{source.parent(), name, status.st_dev, status.st_ino});
     }
+    return true;
 }
 
 /// Gives a new entry its attributes by a descriptor, as its name may be another entry's by now.
-struct stat Exporter::finishSpecial(const FileDescriptor& folder, const std::string& name,
-                                    const DiskAttributes& attributes) {
+struct stat DiskExportTarget::finishSpecial(const FileDescriptor& folder, const std::string& name,
+                                            const DiskAttributes& attributes) {
     const FileDescriptor entry(folder, name, O_PATH);
     const struct stat status = statusOf(entry);
     if ((status.st_mode & S_IFMT) != fileTypeOf(attributes.kind) || status.st_nlink != 1) {
@@ -303,7 +278,7 @@ struct stat Exporter::finishSpecial(const FileDescriptor& folder, const std::str
 
 /// One more name of a file that this run has exported.
 /// @return false if the disk cannot have that, or somebody has replaced the file
-bool Exporter::linkTo(std::uint64_t group, WritableFolder& folder, const std::string& name) {
+bool DiskExportTarget::linkTo(std::uint64_t group, WritableFolder& folder, const std::string& name) {
     const auto known = linked_.find(group);
     if (known == linked_.end()) {
         return false;
@@ -331,7 +306,7 @@ bool Exporter::linkTo(std::uint64_t group, WritableFolder& folder, const std::st
 }
 
 /// A folder of the disk that this run has filled, reached without following links.
-FileDescriptor Exporter::openExported(const StoragePath& folder) const {
+FileDescriptor DiskExportTarget::openExported(const StoragePath& folder) const {
     const auto above = std::find_if(open_.rbegin(), open_.rend(),
                                     [&](const OpenFolder& open) { return open.source.contains(folder); });
     std::vector<StoragePath> below;
@@ -349,7 +324,8 @@ FileDescriptor Exporter::openExported(const StoragePath& folder) const {
 }
 
 /// @return the permission bits that the entry may have
-mode_t Exporter::giveOwner(const FileDescriptor& entry, const DiskAttributes& attributes, mode_t mode) {
+mode_t DiskExportTarget::giveOwner(const FileDescriptor& entry, const DiskAttributes& attributes,
+                                   mode_t mode) {
     if (attributes.owner) {
         const DiskOwner actual = giveTo(entry, *attributes.owner);
         lostOwners_ += actual == *attributes.owner ? 0 : 1;
@@ -364,18 +340,19 @@ mode_t Exporter::giveOwner(const FileDescriptor& entry, const DiskAttributes& at
 
 /// Gives a file the owner and group of another one.
 /// @return the permission bits of the other one that the file may have
-mode_t Exporter::takeOver(const FileDescriptor& file, const struct stat& replaced) {
+mode_t DiskExportTarget::takeOver(const FileDescriptor& file, const struct stat& replaced) {
     const DiskOwner owner{replaced.st_uid, replaced.st_gid};
     return permissionsFor(replaced.st_mode & permissionBits, owner, giveTo(file, owner));
 }
 
-void Exporter::addExtended(const FileDescriptor& entry, const Xattrs& xattrs) {
+void DiskExportTarget::addExtended(const FileDescriptor& entry, const Xattrs& xattrs) {
     if (!xattrs.empty()) {
         lostXattrs_ += addXattrs(entry, xattrs);
     }
 }
 
-unsigned long long Exporter::copyBytes(const StoragePath& source, bool isSparse, const FileDescriptor& to) {
+std::uint64_t DiskExportTarget::copyBytes(const StoragePath& source, bool isSparse,
+                                          const FileDescriptor& to) {
     const auto from = source_.open(source);
     bool hasHoles = isSparse;
     std::uint64_t offset = 0;
@@ -385,14 +362,14 @@ unsigned long long Exporter::copyBytes(const StoragePath& source, bool isSparse,
             offset += hole;
             skipTo(to, offset);
         }
-        const std::size_t count = from->read(std::span(buffer_.get(), transferBufferSize));
+        const std::size_t count = from->read(buffer_);
         if (count == 0) {
             break;
         }
         if (isSparse) {
             writeSparse(count, offset, to);
         } else {
-            to.write(std::span(buffer_.get(), count));
+            to.write(buffer_.first(count));
         }
         offset += count;
         progress_.countBytes(count);
@@ -405,10 +382,10 @@ unsigned long long Exporter::copyBytes(const StoragePath& source, bool isSparse,
 }
 
 /// Writes the buffer's bytes, and leaves a hole for every whole unit of zeros.
-void Exporter::writeSparse(std::size_t count, std::uint64_t offset, const FileDescriptor& to) const {
+void DiskExportTarget::writeSparse(std::size_t count, std::uint64_t offset, const FileDescriptor& to) const {
     for (std::size_t done = 0; done < count;) {
         const std::size_t unit = std::min(count - done, holeUnit);
-        const std::span<const char> bytes(buffer_.get() + done, unit);
+        const std::span<const char> bytes = buffer_.subspan(done, unit);
         if (isZero(bytes)) {
             skipTo(to, offset + done + unit);
         } else {
@@ -418,14 +395,12 @@ void Exporter::writeSparse(std::size_t count, std::uint64_t offset, const FileDe
     }
 }
 
-void Exporter::noticeLosses(const std::string& target) {
+std::string DiskExportTarget::losses() const {
     std::string lost = lostOwners_ > 0 ? counted(lostOwners_, "owner") : "";
     if (lostXattrs_ > 0) {
         lost += (lost.empty() ? "" : " and ") + counted(lostXattrs_, "extended attribute");
     }
-    if (!lost.empty()) {
-        console_.notice(target, "the disk, or the rights of the user, did not allow to keep " + lost);
-    }
+    return lost.empty() ? "" : "the disk, or the rights of the user, did not allow to keep " + lost;
 }
 
 } // namespace storage::host

@@ -5,7 +5,9 @@
 #include "host/transfer/RootAttributes.h"
 
 #include <cstdint>
+#include <ctime>
 #include <memory>
+#include <optional>
 #include <span>
 
 namespace storage::host {
@@ -30,7 +32,19 @@ public:
         virtual void finish(const DiskAttributes& attributes) = 0;
     };
 
+    /// A file or folder that is in the target.
+    struct Existing {
+        EntryKind kind = EntryKind::File;
+        std::uint64_t size = 0;
+        timespec modified{};
+        bool isExact = false; ///< the time is that of the source, otherwise rounded as storages do
+        std::uint64_t linkGroup = 0;
+    };
+
     virtual ~ImportTarget() = default;
+
+    /// What is at a path; nothing also for a target that nothing can be in.
+    virtual std::optional<Existing> find(const StoragePath&) { return std::nullopt; }
 
     /// Refuses a path at which nothing can be.
     /// @throws CommandError naming what is in the way

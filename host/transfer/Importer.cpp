@@ -1,16 +1,10 @@
 #include "host/transfer/Importer.h"
 
-#include "host/disk/DiskExtents.h"
-#include "host/disk/DiskFolder.h"
-#include "host/disk/DiskXattrs.h"
-#include "host/disk/SystemFileSystem.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
 #include "host/support/FileTime.h"
-#include "host/support/Utf.h"
 
 #include <algorithm>
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <span>
 #include <unistd.h>
@@ -19,10 +13,6 @@
 namespace storage::host {
 
 namespace {
-
-constexpr int folderFlags = O_RDONLY | O_DIRECTORY;
-// Not blocking: a fifo that has taken the file's place would wait for a writer forever.
-constexpr int fileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 
 /// How much of a file is written first. A provider makes the room for a file by some power of two larger whenever it runs out,
 /// and copies what it has: with this block the room ends as large as the file, and least is copied.
@@ -35,266 +25,283 @@ std::size_t firstBlock(unsigned long long size) {
     return size == 0 ? transferBufferSize : size;
 }
 
+bool isSameTime(const timespec& one, const timespec& other) {
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+}
+
 } // namespace
 
 Importer::Importer(ImportTarget& target, Console& console, const Interruption& interruption,
-                   ImportLog& imports, FileSystems fileSystems)
+                   ImportLog& imports, FileSystems fileSystems, TransferOptions options)
     : target_(target),
       console_(console),
       interruption_(interruption),
       imports_(imports),
       fileSystems_(fileSystems),
+      options_(std::move(options)),
       keepsOwners_(::geteuid() == 0),
-      progress_(console),
+      progress_(console, options_.notices == TransferOptions::Notices::Shown
+                             ? ProgressMeter::Display::Shown
+                             : ProgressMeter::Display::Hidden),
       buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
 
 void Importer::run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes) {
+    DiskFeed feed(source, fileSystems_, *options_.selection, console_, interruption_);
+    source_ = source;
+    runFeed(feed, target, rootAttributes);
+}
+
+void Importer::runFeed(ImportFeed& feed, const StoragePath& target, RootAttributes rootAttributes) {
     open_.clear(); // an interrupted run leaves its folders here
     target_.leaveAll();
     linked_.clear();
-    const DiskEntry::Kind kind = DiskEntry::at(source, DiskEntry::Links::Follow).kind;
-    target_.requirePlace(target);
-    switch (kind) {
-    case DiskEntry::Kind::Folder:
-        importTree(source, target, rootAttributes);
-        break;
-    case DiskEntry::Kind::File:
-        importFile(FileDescriptor(source, fileFlags), target);
-        logImport(source, target, RootAttributes::FromSource);
-        break;
-    default:
-        throw CommandError(source, std::string(describe(kind)) + ", not a file or folder");
+    targetTop_ = target;
+    rootAttributes_ = rootAttributes;
+    if (const Entry* const top = feed.next()) {
+        target_.requirePlace(target);
+        take(feed, *top);
     }
-}
-
-void Importer::importTree(const std::string& source, const StoragePath& target,
-                          RootAttributes rootAttributes) {
-    FileDescriptor folder(source, folderFlags);
-    const char* const system = fileSystems_ == FileSystems::All ? nullptr : systemFileSystemOf(folder);
-    if (system != nullptr) {
-        throw CommandError(source, fmt::format("on {}, a file system that keeps no files; "
-                                               "--one-file-system=no imports it all the same",
-                                               system));
-    }
-    enterFolder(std::move(folder), target, rootAttributes);
-    logImport(source, target, rootAttributes); // from here on, whatever is missing is for a check to find
-    while (!open_.empty()) {
+    while (const Entry* const entry = feed.next()) {
         interruption_.check();
-        importNext();
+        leaveFoldersNotAbove(entry->path);
+        console_.attempt(entry->place, [&] { take(feed, *entry); });
     }
+    leaveFoldersNotAbove({});
 }
 
-void Importer::logImport(const std::string& source, const StoragePath& target,
-                         RootAttributes rootAttributes) {
+/// From here on, whatever is missing is for a check to find.
+void Importer::logImport() {
     using Scope = ImportSource::Scope;
-    imports_.add(source, target,
-                 rootAttributes == RootAttributes::FromSource ? Scope::Whole : Scope::ContentOnly);
-}
-
-/// One step: the next entry of the innermost open folder, or the folder's end.
-void Importer::importNext() {
-    OpenFolder& folder = open_.back();
-    if (folder.next == folder.names.size()) {
-        const OpenFolder done = std::move(folder);
-        open_.pop_back();
-        console_.attempt(done.target.printed(), [&] { leaveFolder(done); });
-        return;
+    if (!source_.empty()) {
+        imports_.add(std::exchange(source_, {}), targetTop_,
+                     rootAttributes_ == RootAttributes::FromSource ? Scope::Whole : Scope::ContentOnly,
+                     options_.selection);
     }
-    const std::string name = folder.names[folder.next++];
-    const std::string source = diskChild(folder.source.path(), name);
-    const StoragePath target = folder.target.child(toUtf16(name));
-    console_.attempt(source, [&] { importChild(folder.source, name, target); });
 }
 
-void Importer::importChild(const FileDescriptor& folder, const std::string& name, const StoragePath& target) {
-    const DiskEntry entry = DiskEntry::in(folder, name);
-    switch (entry.kind) {
-    case DiskEntry::Kind::Folder:
-        enterFolder(FileDescriptor(folder, name, folderFlags), target, RootAttributes::FromSource);
+void Importer::take(ImportFeed& feed, const Entry& entry) {
+    switch (entry.attributes.kind) {
+    case EntryKind::Folder:
+        takeFolder(feed, entry);
         break;
-    case DiskEntry::Kind::File:
-        importFile(FileDescriptor(folder, name, fileFlags), target);
+    case EntryKind::File:
+        takeFile(feed, entry);
         break;
     default:
-        importSpecial(folder, name, entry, target);
+        takeSpecial(feed, entry);
     }
 }
 
-void Importer::enterFolder(FileDescriptor source, const StoragePath& target, RootAttributes keeps) {
-    const DiskEntry entry = DiskEntry::of(source);
-    DiskAttributes attributes = attributesOf(entry);
-    const bool isWhole = keeps == RootAttributes::FromSource;
-    if (isWhole) {
-        noticeTime(source.path(), entry);
-        attributes.xattrs = readXattrs(source);
+void Importer::takeFolder(ImportFeed& feed, const Entry& entry) {
+    if (!entry.skipped.empty() && entry.isWanted) {
+        ++totals_.skipped;
+        notice(entry.place, "its content is skipped, " + entry.skipped);
     }
-    auto names = namesIn(source, entry);
-    target_.enterFolder(target, isWhole ? &attributes : nullptr);
-    open_.push_back({std::move(source), target, entry, std::move(attributes), keeps, std::move(names), 0});
-    ++totals_.folders;
-    progress_.countEntry();
+    const bool isTopToFill = entry.path.isRoot() && rootAttributes_ == RootAttributes::Untouched;
+    open_.push_back({entry.path, targetOf(entry.path), entry.place, entry.attributes,
+                     isTopToFill || !entry.hasAttributes, entry.isRepeated, false});
+    if (entry.isWanted) {
+        enterFolders(feed);
+    }
 }
 
-/// The entries of a folder that are to be imported: none where another file system begins that is to be left out.
-std::vector<std::string> Importer::namesIn(const FileDescriptor& folder, const DiskEntry& entry) {
-    const bool isOther = !open_.empty() && open_.back().entry.device != entry.device;
-    if (isOther && fileSystems_ != FileSystems::All) {
-        const char* const system = systemFileSystemOf(folder);
-        if (system != nullptr || fileSystems_ == FileSystems::OfSource) {
-            ++totals_.skipped;
-            console_.notice(folder.path(), fmt::format("its content is skipped, {}",
-                                                       system == nullptr ? "another file system"
-                                                                         : fmt::format("on {}", system)));
-            return {};
+/// Makes the folders that were only passed through so far.
+void Importer::enterFolders(ImportFeed& feed) {
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        if (open_[i].isEntered) {
+            continue;
+        }
+        try {
+            enterFolder(open_[i]);
+        } catch (...) {
+            const StoragePath path = open_[i].path;
+            open_.erase(open_.begin() + static_cast<std::ptrdiff_t>(i), open_.end());
+            feed.skipBelow(path);
+            throw;
         }
     }
-    return listDiskFolder(folder);
 }
 
-/// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
-void Importer::leaveFolder(const OpenFolder& folder) {
-    target_.leaveFolder(folder.target,
-                        folder.keeps == RootAttributes::FromSource ? &folder.attributes : nullptr);
-}
-
-void Importer::importFile(const FileDescriptor& from, const StoragePath& target) {
-    const DiskEntry entry = DiskEntry::of(from);
-    if (entry.kind != DiskEntry::Kind::File) {
-        throw CommandError(from.path(), std::string("became ") + describe(entry.kind));
+void Importer::enterFolder(OpenFolder& folder) {
+    if (!folder.keepsOwn && !folder.isRepeated) {
+        noticeTime(folder.place, folder.attributes);
     }
-    noticeTime(from.path(), entry);
-    if (entry.names > 1) {
-        importLinkedFile(from, entry, target);
+    if (!isOnlyPrinted(folder.place, EntryKind::Folder, folder.target)) {
+        target_.enterFolder(folder.target, folder.keepsOwn ? nullptr : &folder.attributes);
+        if (folder.path.isRoot()) {
+            logImport();
+        }
+    }
+    folder.isEntered = true;
+    if (!folder.isRepeated) {
+        ++totals_.folders;
+        progress_.countEntry();
+    }
+}
+
+/// A folder gets its attributes only now: what was added to it changed its time, and could not have been added to a read-only
+/// one.
+void Importer::leaveFoldersNotAbove(const StoragePath& path) {
+    while (!open_.empty() &&
+           (path.isRoot() || path == open_.back().path || !open_.back().path.contains(path))) {
+        const OpenFolder done = std::move(open_.back());
+        open_.pop_back();
+        if (done.isEntered && options_.effect == TransferOptions::Effect::Transfer) {
+            console_.attempt(done.target.printed(), [&] {
+                target_.leaveFolder(done.target, done.keepsOwn ? nullptr : &done.attributes);
+            });
+        }
+    }
+}
+
+void Importer::takeFile(ImportFeed& feed, const Entry& entry) {
+    const StoragePath target = targetOf(entry.path);
+    if (isUnchanged(entry, target)) {
+        ++totals_.unchanged;
+        progress_.countEntry();
+        return;
+    }
+    enterFolders(feed);
+    noticeTime(entry.place, entry.attributes);
+    if (isOnlyPrinted(entry.place, EntryKind::File, target)) {
+        totals_.bytes += entry.size;
+    } else if (entry.file) {
+        takeLinkedFile(feed, entry, target);
     } else {
-        copyFile(from, entry, target, 0);
+        copyFile(feed, entry, target, 0);
+    }
+    if (entry.path.isRoot()) {
+        logImport();
     }
     ++totals_.files;
     progress_.countEntry();
 }
 
-/// A file of the disk that may have been imported under another name. It is a new one if it was changed since.
-void Importer::importLinkedFile(const FileDescriptor& from, const DiskEntry& entry,
-                                const StoragePath& target) {
-    const FileId id{entry.device, entry.inode};
-    const auto known = linked_.find(id);
+/// Whether an update leaves a file out. One of several names is in the storage only if they are names of one file there, too.
+bool Importer::isUnchanged(const Entry& entry, const StoragePath& target) {
+    if (options_.files == TransferOptions::Files::All) {
+        return false;
+    }
+    const auto existing = target_.find(target);
+    const timespec modified = entry.attributes.modified.value();
+    if (!existing || existing->kind != EntryKind::File || existing->size != entry.size ||
+        !isSameTime(existing->modified, existing->isExact ? modified : toDiskTime(fromDiskTime(modified)))) {
+        return false;
+    }
+    if (!entry.file || existing->linkGroup == 0) {
+        return !entry.file;
+    }
+    const LinkedFile self{target, existing->linkGroup, entry.size, modified};
+    return linked_.try_emplace(*entry.file, self).first->second.group == existing->linkGroup;
+}
+
+/// A file that may have been imported under another name. It is a new one if it was changed since.
+void Importer::takeLinkedFile(ImportFeed& feed, const Entry& entry, const StoragePath& target) {
+    const timespec modified = entry.attributes.modified.value();
+    const auto known = linked_.find(*entry.file);
     const bool isSame = known != linked_.end() && known->second.size == entry.size &&
-                        known->second.modified.tv_sec == entry.modified.tv_sec &&
-                        known->second.modified.tv_nsec == entry.modified.tv_nsec;
+                        isSameTime(known->second.modified, modified);
     if (isSame && target_.link(known->second.path, target)) {
         return;
     }
     const std::uint64_t group = isSame ? known->second.group : target_.newLinkGroup();
-    copyFile(from, entry, target, group);
+    copyFile(feed, entry, target, group);
     if (!isSame) {
-        linked_.insert_or_assign(id, LinkedFile{target, group, entry.size, entry.modified});
+        linked_.insert_or_assign(*entry.file, LinkedFile{target, group, entry.size, modified});
     }
 }
 
-void Importer::copyFile(const FileDescriptor& from, const DiskEntry& entry, const StoragePath& target,
+void Importer::copyFile(ImportFeed& feed, const Entry& entry, const StoragePath& target,
                         std::uint64_t linkGroup) {
     const auto file = target_.makeFile(target);
-    const auto bytes = copyBytes(from, entry, *file);
-    DiskAttributes attributes = attributesOf(entry);
-    attributes.xattrs = readXattrs(from);
+    const auto bytes = copyBytes(feed, entry, *file);
+    DiskAttributes attributes = entry.attributes;
     attributes.linkGroup = linkGroup;
     file->finish(attributes);
     totals_.bytes += bytes;
 }
 
-unsigned long long Importer::copyBytes(const FileDescriptor& from, const DiskEntry& entry,
-                                       ImportTarget::File& to) {
-    ::posix_fadvise(from.number(), 0, 0, POSIX_FADV_SEQUENTIAL);
-    unsigned long long copied = entry.isSparse() ? copyExtents(from, entry.size, to) : 0;
+unsigned long long Importer::copyBytes(ImportFeed& feed, const Entry& entry, ImportTarget::File& to) {
+    unsigned long long copied = 0;
     std::size_t wanted = firstBlock(entry.size);
-    while (const std::size_t count = from.read(std::span(buffer_.get(), wanted), interruption_)) {
+    for (;;) {
+        if (const std::uint64_t hole = feed.skipHole(); hole > 0) {
+            to.writeHole(hole);
+            copied += hole;
+        }
+        const std::size_t count = feed.read(std::span(buffer_.get(), wanted));
+        if (count == 0) {
+            return copied;
+        }
         to.write(std::span(buffer_.get(), count));
         copied += count;
-        countCopied(count);
+        progress_.countBytes(count);
+        interruption_.check();
         wanted = transferBufferSize;
     }
-    return copied;
 }
 
-/// Copies a file with its holes, as far as it went when it was asked for its size.
-unsigned long long Importer::copyExtents(const FileDescriptor& from, std::uint64_t size,
-                                         ImportTarget::File& to) {
-    std::uint64_t offset = 0;
-    while (const auto extent = nextExtent(from, offset, size)) {
-        to.writeHole(extent->begin - offset);
-        for (offset = extent->begin; offset < extent->end;) {
-            const std::size_t wanted = std::min<std::uint64_t>(extent->end - offset, transferBufferSize);
-            const std::size_t count = from.read(std::span(buffer_.get(), wanted), interruption_);
-            if (count == 0) {
-                return offset; // it has become shorter
-            }
-            to.write(std::span(buffer_.get(), count));
-            offset += count;
-            countCopied(count);
-        }
-    }
-    to.writeHole(size - offset);
-    ::lseek(from.number(), static_cast<off_t>(size), SEEK_SET);
-    return size;
-}
-
-void Importer::countCopied(std::size_t count) {
-    progress_.countBytes(count);
-    interruption_.check();
-}
-
-void Importer::importSpecial(const FileDescriptor& folder, const std::string& name, const DiskEntry& entry,
-                             const StoragePath& target) {
-    const std::string path = diskChild(folder.path(), name);
-    if (entry.kind == DiskEntry::Kind::Socket || (isDevice(entry.kind) && !keepsOwners_)) {
+void Importer::takeSpecial(ImportFeed& feed, const Entry& entry) {
+    const EntryKind kind = entry.attributes.kind;
+    if (kind == EntryKind::Socket || (isDevice(kind) && !keepsOwners_)) {
         ++totals_.skipped;
-        console_.notice(path, std::string("skipped, ") + describe(entry.kind));
+        notice(entry.place, std::string("skipped, ") + describe(kind));
         return;
     }
-    noticeTime(path, entry);
-    DiskAttributes attributes = attributesOf(entry);
-    const bool isLink = entry.kind == DiskEntry::Kind::SymbolicLink;
-    if (isLink) {
-        attributes.linkTarget = readDiskLink(folder, name);
+    enterFolders(feed);
+    noticeTime(entry.place, entry.attributes);
+    if (const StoragePath target = targetOf(entry.path); !isOnlyPrinted(entry.place, kind, target)) {
+        makeSpecial(entry, target);
     }
-    makeSpecial(entry, target, std::move(attributes));
-    ++(isLink ? totals_.symbolicLinks : totals_.specialFiles);
+    ++(kind == EntryKind::SymbolicLink ? totals_.symbolicLinks : totals_.specialFiles);
     progress_.countEntry();
 }
 
 /// Such entries can have several names, too.
-void Importer::makeSpecial(const DiskEntry& entry, const StoragePath& target, DiskAttributes attributes) {
-    if (entry.names == 1) {
-        target_.makeSpecial(target, attributes);
+void Importer::makeSpecial(const Entry& entry, const StoragePath& target) {
+    if (!entry.file) {
+        target_.makeSpecial(target, entry.attributes);
         return;
     }
-    const FileId id{entry.device, entry.inode};
-    const auto known = linked_.find(id);
+    const auto known = linked_.find(*entry.file);
     if (known != linked_.end() && target_.link(known->second.path, target)) {
         return;
     }
+    DiskAttributes attributes = entry.attributes;
     attributes.linkGroup = known != linked_.end() ? known->second.group : target_.newLinkGroup();
     target_.makeSpecial(target, attributes);
-    linked_.insert_or_assign(id, LinkedFile{target, attributes.linkGroup, entry.size, entry.modified});
+    linked_.insert_or_assign(
+        *entry.file, LinkedFile{target, attributes.linkGroup, entry.size, attributes.modified.value()});
 }
 
-/// Without what has to be read from the entry itself.
-DiskAttributes Importer::attributesOf(const DiskEntry& entry) const {
-    DiskAttributes attributes;
-    attributes.kind = entry.kind;
-    attributes.mode = entry.mode;
-    if (keepsOwners_) {
-        attributes.owner = entry.owner;
+/// In a run that only prints: an existing folder stays as it is, and needs no line.
+/// @return whether nothing is to be done
+/// @throws CommandError when something of another kind is in the way
+bool Importer::isOnlyPrinted(const std::string& place, EntryKind kind, const StoragePath& target) {
+    if (options_.effect == TransferOptions::Effect::Transfer) {
+        return false;
     }
-    attributes.modified = entry.modified;
-    attributes.isSparse = entry.isSparse();
-    attributes.device = isDevice(entry.kind) ? entry.number : 0;
-    return attributes;
+    const auto existing = target_.find(target);
+    const bool isFolder = kind == EntryKind::Folder;
+    if (existing && (existing->kind == EntryKind::Folder) != isFolder) {
+        throw CommandError(target.printed(), std::string(describe(existing->kind)) + " is in the way");
+    }
+    if (!existing || !isFolder) {
+        console_.out() << fmt::format("'{}' -> '{}'\n", console_.shown(place), console_.shown(target.text()));
+    }
+    return true;
 }
 
-void Importer::noticeTime(const std::string& source, const DiskEntry& entry) {
-    if (entry.hasFarTime) {
-        console_.notice(source, "its time is outside the years 1400 to 9999 and kept as " +
-                                    formatSeconds(entry.lastModified));
+void Importer::noticeTime(const std::string& place, const DiskAttributes& attributes) {
+    if (!isStorageTime(attributes.modified.value())) {
+        notice(place, "its time is outside the years 1400 to 9999 and kept as " +
+                          formatSeconds(fromDiskTime(*attributes.modified)));
+    }
+}
+
+void Importer::notice(const std::string& place, const std::string& text) {
+    if (options_.notices == TransferOptions::Notices::Shown) {
+        console_.notice(place, text);
     }
 }
 

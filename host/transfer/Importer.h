@@ -1,12 +1,14 @@
 #pragma once
 
 #include "host/console/ProgressMeter.h"
-#include "host/disk/DiskEntry.h"
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
+#include "host/transfer/DiskFeed.h"
+#include "host/transfer/ImportFeed.h"
 #include "host/transfer/ImportTarget.h"
 #include "host/transfer/RootAttributes.h"
+#include "host/transfer/TransferOptions.h"
 #include "host/transfer/TransferTotals.h"
 
 #include <map>
@@ -17,8 +19,8 @@
 
 namespace storage::host {
 
-/// Copies files and trees from the disk into a storage, with all that the disk keeps of them: permissions, owners if the process
-/// is the superuser's, times, extended attributes, holes, symbolic links, fifos, and which names are one file. Devices come along
+/// Copies files and trees into a storage, with all that their source knows of them: permissions, owners if the process is the
+/// superuser's, times, extended attributes, holes, symbolic links, fifos, and which names are one file. Devices come along
 /// for the superuser. Sockets are skipped, as nobody could use the copy.
 ///
 /// Goes on after a failure, which the console counts. A file is in the storage complete or not at all; one that it replaces
@@ -27,18 +29,13 @@ namespace storage::host {
 /// Borrows all that it is made with. Thread safety: one object is for one thread.
 class Importer {
 public:
-    /// Which file systems a tree is imported from. The folder where another one begins is empty then, and counts as skipped.
-    enum class FileSystems {
-        WithFiles, ///< those that keep files, and not the ones that show the state of the system, as /proc does
-        OfSource, ///< the one that the tree begins on, if it keeps files
-        All,
-    };
+    using FileSystems = DiskFeed::FileSystems;
 
-    /// @param imports  records each run
+    /// @param imports  records each run on the disk
     Importer(ImportTarget& target, Console& console, const Interruption& interruption, ImportLog& imports,
-             FileSystems fileSystems = FileSystems::WithFiles);
+             FileSystems fileSystems = FileSystems::WithFiles, TransferOptions options = {});
 
-    /// Imports one entry and everything below it.
+    /// Imports one entry of the disk and everything below it.
     /// @param source  path on disk; a symbolic link here is followed, unlike the ones below
     /// @param target  where the entry itself comes to stand; a folder that is there is added to, a read-only one too if it
     ///                takes its attributes from the source; a file, also a read-only one, is replaced
@@ -50,55 +47,60 @@ public:
     const TransferTotals& totals() const noexcept { return totals_; }
 
 private:
+    using Entry = ImportFeed::Entry;
+
+    /// A folder of the target that is being filled.
     struct OpenFolder {
-        FileDescriptor source; ///< all below it is opened from here, so no link leads out of the tree
+        StoragePath path; ///< in the feed
         StoragePath target;
-        DiskEntry entry;
+        std::string place;
         DiskAttributes attributes;
-        RootAttributes keeps;
-        std::vector<std::string> names;
-        std::size_t next;
+        bool keepsOwn; ///< it is only filled
+        bool isRepeated;
+        bool isEntered;
     };
 
-    /// An entry of the disk that has several names, by one of them.
+    /// An entry that has several names, by one of them.
     struct LinkedFile {
         StoragePath path;
         std::uint64_t group = 0;
         unsigned long long size = 0;
         timespec modified{};
     };
-    using FileId = std::pair<dev_t, ino_t>;
 
-    void importTree(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
-    void logImport(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
-    void importNext();
-    void importChild(const FileDescriptor& folder, const std::string& name, const StoragePath& target);
-    void enterFolder(FileDescriptor source, const StoragePath& target, RootAttributes keeps);
-    std::vector<std::string> namesIn(const FileDescriptor& folder, const DiskEntry& entry);
-    void leaveFolder(const OpenFolder& folder);
-    void importFile(const FileDescriptor& from, const StoragePath& target);
-    void importLinkedFile(const FileDescriptor& from, const DiskEntry& entry, const StoragePath& target);
-    void copyFile(const FileDescriptor& from, const DiskEntry& entry, const StoragePath& target,
-                  std::uint64_t linkGroup);
-    unsigned long long copyBytes(const FileDescriptor& from, const DiskEntry& entry, ImportTarget::File& to);
-    unsigned long long copyExtents(const FileDescriptor& from, std::uint64_t size, ImportTarget::File& to);
-    void importSpecial(const FileDescriptor& folder, const std::string& name, const DiskEntry& entry,
-                       const StoragePath& target);
-    void makeSpecial(const DiskEntry& entry, const StoragePath& target, DiskAttributes attributes);
-    void countCopied(std::size_t count);
-    DiskAttributes attributesOf(const DiskEntry& entry) const;
-    void noticeTime(const std::string& source, const DiskEntry& entry);
+    void runFeed(ImportFeed& feed, const StoragePath& target, RootAttributes rootAttributes);
+    void take(ImportFeed& feed, const Entry& entry);
+    void takeFolder(ImportFeed& feed, const Entry& entry);
+    void takeFile(ImportFeed& feed, const Entry& entry);
+    void takeLinkedFile(ImportFeed& feed, const Entry& entry, const StoragePath& target);
+    void takeSpecial(ImportFeed& feed, const Entry& entry);
+    void enterFolders(ImportFeed& feed);
+    void enterFolder(OpenFolder& folder);
+    void leaveFoldersNotAbove(const StoragePath& path);
+    void copyFile(ImportFeed& feed, const Entry& entry, const StoragePath& target, std::uint64_t linkGroup);
+    unsigned long long copyBytes(ImportFeed& feed, const Entry& entry, ImportTarget::File& to);
+    void makeSpecial(const Entry& entry, const StoragePath& target);
+    bool isUnchanged(const Entry& entry, const StoragePath& target);
+    bool isOnlyPrinted(const std::string& place, EntryKind kind, const StoragePath& target);
+    void logImport();
+    void noticeTime(const std::string& place, const DiskAttributes& attributes);
+    void notice(const std::string& place, const std::string& text);
+    StoragePath targetOf(const StoragePath& path) const { return path.rebased({}, targetTop_); }
 
     ImportTarget& target_;
     Console& console_;
     const Interruption& interruption_;
     ImportLog& imports_;
     const FileSystems fileSystems_;
+    const TransferOptions options_;
     const bool keepsOwners_;
     ProgressMeter progress_;
     TransferTotals totals_;
+    std::string source_; ///< of this run on the disk, until it is logged
+    StoragePath targetTop_;
+    RootAttributes rootAttributes_ = RootAttributes::FromSource;
     std::vector<OpenFolder> open_;
-    std::map<FileId, LinkedFile> linked_;  ///< of this run
+    std::map<ImportFeed::FileId, LinkedFile> linked_; ///< of this run
     const std::unique_ptr<char[]> buffer_; ///< of transferBufferSize; most transfers use little of it
 };
 

@@ -16,6 +16,7 @@
 namespace storage::host {
 
 using foundation::storage::provider::ByteStreamContent;
+using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::StorageIRI;
 
 /// A file of the provider under its own name, or under a temporary one beside the file that it replaces.
@@ -72,6 +73,22 @@ private:
     std::unique_ptr<UnfinishedFile> created_;           ///< null for one that was
     std::optional<ByteStreamDevice> stream_;            ///< destroyed first
 };
+
+std::optional<ImportTarget::Existing> SessionImportTarget::find(const StoragePath& path) {
+    switch (existence(provider_, path)) {
+    case EntryExistence::Missing:
+        return std::nullopt;
+    case EntryExistence::Folder:
+        return Existing{.kind = EntryKind::Folder};
+    case EntryExistence::File:
+        break;
+    }
+    const auto stored = provider_.doGetFileAttributes(path.iri());
+    const auto time = stored.getLastModified();
+    const DiskAttributes known = kept_.find(path, time);
+    return Existing{EntryKind::File, stored.getSize(), known.modified.value_or(toDiskTime(time)),
+                    known.modified.has_value(), known.linkGroup};
+}
 
 void SessionImportTarget::requirePlace(const StoragePath& path) {
     refuseFileAbove(provider_, path);

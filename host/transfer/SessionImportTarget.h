@@ -19,6 +19,7 @@ public:
 
     SessionImportTarget(const IProvider& provider, KeptAttributes& kept) : provider_(provider), kept_(kept) {}
 
+    std::optional<Existing> find(const StoragePath& path) override;
     void requirePlace(const StoragePath& path) override;
     void enterFolder(const StoragePath& path, const DiskAttributes* attributes) override;
     void leaveFolder(const StoragePath& path, const DiskAttributes* attributes) override;

@@ -15,6 +15,9 @@ std::string TransferTotals::summary() const {
     if (specialFiles > 0) {
         text += ", " + counted(specialFiles, "special file");
     }
+    if (unchanged > 0) {
+        text += fmt::format(", {} unchanged", unchanged);
+    }
     if (skipped > 0) {
         text += fmt::format(", skipped {}", skipped);
     }

@@ -11,9 +11,11 @@ struct TransferTotals {
     unsigned long long bytes = 0;
     unsigned long long symbolicLinks = 0;
     unsigned long long specialFiles = 0; ///< fifos and devices
+    unsigned long long unchanged = 0;    ///< files that an update leaves out
     unsigned long long skipped = 0;      ///< entries that transfers leave out
 
-    /// "12 folders, 345 files, 6789 bytes", and ", 2 symbolic links", ", 1 special file" and ", skipped 3" if there were any.
+    /// "12 folders, 345 files, 6789 bytes", and ", 2 symbolic links", ", 1 special file", ", 4 unchanged" and ", skipped 3" if
+    /// there were any.
     std::string summary() const;
 };
 

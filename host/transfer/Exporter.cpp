@@ -1,0 +1,185 @@
+#include "host/transfer/Exporter.h"
+
+#include "host/storage/ByteStreamDevice.h"
+#include "host/support/CommandError.h"
+#include "host/transfer/DiskExportTarget.h"
+#include "host/transfer/DiskName.h"
+
+#include <fmt/format.h>
+#include <span>
+#include <utility>
+
+namespace storage::host {
+
+Exporter::Exporter(ExportSource& source, Console& console, const Interruption& interruption,
+                   TransferOptions options)
+    : source_(source),
+      console_(console),
+      interruption_(interruption),
+      options_(std::move(options)),
+      progress_(console, options_.notices == TransferOptions::Notices::Shown
+                             ? ProgressMeter::Display::Shown
+                             : ProgressMeter::Display::Hidden),
+      buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
+
+void Exporter::run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes) {
+    DiskExportTarget disk(source_, interruption_, progress_, std::span(buffer_.get(), transferBufferSize),
+                          target, rootAttributes);
+    runTarget(disk, source, target);
+    if (const std::string losses = disk.losses(); !losses.empty()) {
+        notice(target, losses);
+    }
+}
+
+void Exporter::runTarget(ExportTarget& target, const StoragePath& source, const std::string& place) {
+    open_.clear(); // an interrupted run leaves its folders here
+    target_ = &target;
+    top_ = source;
+    interruption_.check();
+    console_.attempt(source.printed(), [&] {
+        const EntryKind kind = source_.kindOf(source);
+        const Verdict verdict = options_.selection->ofTop(source.name(), kind == EntryKind::Folder);
+        if (verdict != Verdict::Excluded) {
+            exportEntry(source, kind, place.substr(place.rfind('/') + 1), place, verdict);
+        }
+    });
+    while (!open_.empty()) {
+        interruption_.check();
+        exportNext();
+    }
+}
+
+/// One step: the next entry of the innermost open folder, or the folder's end.
+void Exporter::exportNext() {
+    OpenFolder& folder = open_.back();
+    if (folder.next == folder.children.size()) {
+        const OpenFolder done = std::move(folder);
+        open_.pop_back();
+        console_.attempt(done.source.printed(), [&] { leaveFolder(done); });
+        return;
+    }
+    const ExportSource::Child child = std::move(folder.children[folder.next++]);
+    const StoragePath path = folder.source.child(child.name);
+    const Verdict verdict =
+        options_.selection->ofChild(path.rebased(top_, {}), child.kind == EntryKind::Folder, folder.verdict);
+    if (verdict == Verdict::Excluded) {
+        return;
+    }
+    console_.attempt(path.printed(), [&] {
+        const std::string name = toDiskName(child.name, path);
+        exportEntry(path, child.kind, name, target_->placeIn(folder.place, name), verdict);
+    });
+}
+
+void Exporter::exportEntry(const StoragePath& source, EntryKind kind, const std::string& name,
+                           const std::string& place, Verdict verdict) {
+    switch (kind) {
+    case EntryKind::Folder:
+        open_.push_back({source, name, place, verdict, {}});
+        if (verdict == Verdict::Included) {
+            enterFolders();
+        }
+        open_.back().children = source_.childrenOf(source);
+        break;
+    case EntryKind::Socket:
+        ++totals_.skipped;
+        notice(source.printed(), std::string("skipped, ") + describe(kind));
+        break;
+    case EntryKind::File:
+        exportFile(source, name, place);
+        break;
+    default:
+        exportSpecial(source, kind, name, place);
+    }
+}
+
+void Exporter::exportFile(const StoragePath& source, const std::string& name, const std::string& place) {
+    if (isUnchanged(source, place)) {
+        ++totals_.unchanged;
+        progress_.countEntry();
+        return;
+    }
+    enterFolders();
+    totals_.bytes += isOnlyPrinted(source, EntryKind::File, place) ? source_.sizeOf(source)
+                                                                   : target_->addFile(source, name);
+    ++totals_.files;
+    progress_.countEntry();
+}
+
+void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, const std::string& name,
+                             const std::string& place) {
+    enterFolders();
+    if (!isOnlyPrinted(source, kind, place) && !target_->addSpecial(source, kind, name)) {
+        ++totals_.skipped;
+        notice(source.printed(), std::string("skipped, ") + describe(kind));
+        return;
+    }
+    ++(kind == EntryKind::SymbolicLink ? totals_.symbolicLinks : totals_.specialFiles);
+    progress_.countEntry();
+}
+
+/// Makes the folders that were only passed through so far.
+void Exporter::enterFolders() {
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        if (open_[i].isEntered) {
+            continue;
+        }
+        try {
+            enterFolder(open_[i]);
+        } catch (...) {
+            open_.erase(open_.begin() + static_cast<std::ptrdiff_t>(i), open_.end());
+            throw;
+        }
+    }
+}
+
+void Exporter::enterFolder(OpenFolder& folder) {
+    if (!isOnlyPrinted(folder.source, EntryKind::Folder, folder.place)) {
+        target_->enterFolder(folder.source, folder.name);
+    }
+    folder.isEntered = true;
+    ++totals_.folders;
+    progress_.countEntry();
+}
+
+void Exporter::leaveFolder(const OpenFolder& done) {
+    if (done.isEntered && options_.effect == TransferOptions::Effect::Transfer) {
+        target_->leaveFolder();
+    }
+}
+
+/// Whether an update leaves a file out.
+bool Exporter::isUnchanged(const StoragePath& source, const std::string& place) {
+    if (options_.files == TransferOptions::Files::All) {
+        return false;
+    }
+    const auto existing = target_->find(place);
+    const timespec modified = source_.entryAt(source, EntryKind::File).attributes.modified.value();
+    return existing && existing->kind == EntryKind::File && existing->size == source_.sizeOf(source) &&
+           existing->modified.tv_sec == modified.tv_sec && existing->modified.tv_nsec == modified.tv_nsec;
+}
+
+/// In a run that only prints: an existing folder stays as it is, and needs no line.
+/// @return whether nothing is to be done
+/// @throws CommandError when something of another kind is in the way
+bool Exporter::isOnlyPrinted(const StoragePath& source, EntryKind kind, const std::string& place) {
+    if (options_.effect == TransferOptions::Effect::Transfer) {
+        return false;
+    }
+    const auto existing = target_->find(place);
+    if (existing && existing->kind != kind) {
+        throw CommandError(place, std::string(describe(existing->kind)) + " is in the way");
+    }
+    if (!existing || kind != EntryKind::Folder) {
+        console_.out() << fmt::format("'{}' -> '{}'\n", console_.shown(source.text()), console_.shown(place));
+    }
+    return true;
+}
+
+void Exporter::notice(const std::string& path, const std::string& text) {
+    if (options_.notices == TransferOptions::Notices::Shown) {
+        console_.notice(path, text);
+    }
+}
+
+} // namespace storage::host
