@@ -1,13 +1,20 @@
 #include "host/commands/CommandFactories.h"
+#include "host/commands/SessionInput.h"
 #include "host/commands/StorageDestination.h"
 #include "host/commands/TransferSyntax.h"
+#include "host/disk/DiskEntry.h"
 #include "host/disk/DiskFolder.h"
+#include "host/disk/FileDescriptor.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
+#include "host/transfer/ArchiveFeed.h"
+#include "host/transfer/ArchiveFormat.h"
 #include "host/transfer/Importer.h"
 #include "host/transfer/SessionImportTarget.h"
+
+#include <fcntl.h>
 
 namespace storage::host {
 
@@ -15,6 +22,13 @@ namespace {
 
 class ImportCommand final : public Command {
 public:
+    enum class Archives {
+        Unpacked,
+        Files, ///< like any other
+    };
+
+    explicit ImportCommand(Archives archives) : archives_(archives) {}
+
     void declare(CommandSyntax& syntax) override {
         syntax.flag("-x", isOnSourceOnly_, "stay on the file system of each DISK-PATH");
         syntax.option("--one-file-system", "WHEN", when_,
@@ -37,8 +51,16 @@ public:
             Importer importer(target, session.console(), session.interruption(), session.imports(), which,
                               options);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
-                session.console().attempt(operands[i],
-                                          [&] { import(importer, diskOperand(operands[i]), *destination); });
+                session.console().attempt(operands[i], [&] {
+                    const std::string source = diskOperand(operands[i]);
+                    if (isArchive(source)) {
+                        ArchiveFeed feed(openArchive(session, source), *options.selection, session.console(),
+                                         session.interruption());
+                        importer.run(feed, destination->path(), destination->attributesFor({}));
+                    } else {
+                        import(importer, source, *destination);
+                    }
+                });
             }
             totals = importer.totals();
         } // takes its progress off the terminal
@@ -78,11 +100,22 @@ private:
         }
     }
 
+    bool isArchive(const std::string& source) const {
+        return archives_ == Archives::Unpacked &&
+               (source == "-" || (ArchiveFormat::ofName(diskName(source)) &&
+                                  DiskEntry::at(source, DiskEntry::Links::Follow).kind == EntryKind::File));
+    }
+
+    static FileDescriptor openArchive(const Session& session, const std::string& source) {
+        return source == "-" ? openInput(session) : FileDescriptor(source, O_RDONLY);
+    }
+
     static void import(Importer& importer, const std::string& source, StorageDestination& destination) {
         const auto name = toUtf16(diskName(source));
         importer.run(source, destination.of(name), destination.attributesFor(name));
     }
 
+    const Archives archives_;
     TransferSyntax transfer_;
     bool isOnSourceOnly_ = false;
     std::optional<std::string> when_;
@@ -91,7 +124,11 @@ private:
 } // namespace
 
 std::unique_ptr<Command> makeImportCommand() {
-    return std::make_unique<ImportCommand>();
+    return std::make_unique<ImportCommand>(ImportCommand::Archives::Unpacked);
+}
+
+std::unique_ptr<Command> makePutCommand() {
+    return std::make_unique<ImportCommand>(ImportCommand::Archives::Files);
 }
 
 } // namespace storage::host

@@ -21,6 +21,9 @@ public:
     static std::optional<StorageDestination> find(const Session& session, const std::string& operand,
                                                   std::size_t sources);
 
+    /// The destination itself.
+    const StoragePath& path() const noexcept { return path_; }
+
     /// Where a source of this name goes. A source without a name goes to the destination itself.
     /// @throws CommandError when another source of the command went there already
     StoragePath of(std::u16string_view name);

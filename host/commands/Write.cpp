@@ -1,14 +1,11 @@
 #include "host/commands/CommandFactories.h"
+#include "host/commands/SessionInput.h"
 #include "host/commands/TransferRules.h"
 #include "host/disk/FileDescriptor.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
 #include "host/storage/TemporaryStorageFile.h"
 #include "host/storage/UnfinishedFile.h"
-#include "host/support/CommandError.h"
-#include "host/support/SystemCall.h"
-
-#include <fcntl.h>
 
 namespace storage::host {
 
@@ -61,31 +58,26 @@ private:
 
     /// Puts all that the standard input has into the file. A replaced file is kept until the input has ended.
     void putInput(Session& session, const StoragePath& path) const {
-        if (!session.input()) {
-            throw CommandError("-", "the standard input has the lines of this session; "
-                                    "use 'qzstorage -c LINE' or a script");
-        }
+        const FileDescriptor input = openInput(session);
         const auto& provider = session.provider();
         const auto iri = path.iri();
         if (existence(provider, path) == EntryExistence::Missing) {
             UnfinishedFile file(provider, iri);
-            copyInput(session, path);
+            copyInput(session, input, path);
             file.finish();
         } else if (options_.content == ByteStreamContent::Empty) {
             refuseReadOnlyFile(session, path);
             TemporaryStorageFile replacement(provider, path);
-            copyInput(session, replacement.path());
+            copyInput(session, input, replacement.path());
             replacement.moveIntoPlace();
             session.kept().changed(path);
         } else {
             session.kept().changed(path);
-            copyInput(session, path);
+            copyInput(session, input, path);
         }
     }
 
-    void copyInput(Session& session, const StoragePath& path) const {
-        const auto input =
-            FileDescriptor::adopt(checked(::fcntl(*session.input(), F_DUPFD_CLOEXEC, 0), "fcntl"), "-");
+    void copyInput(Session& session, const FileDescriptor& input, const StoragePath& path) const {
         ByteStreamDevice to(session.provider().doOpenStream(path.iri(), options_));
         std::vector<char> buffer(transferBufferSize);
         std::size_t count = 0;

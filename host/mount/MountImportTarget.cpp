@@ -117,6 +117,10 @@ bool MountImportTarget::link(const StoragePath& existing, const StoragePath& pat
     return true;
 }
 
+void MountImportTarget::addName(const StoragePath& existing, const StoragePath& path) {
+    link(existing, path);
+}
+
 void MountImportTarget::makeSpecial(const StoragePath& path, const DiskAttributes& attributes) {
     FolderInode& folder = clearPlace(path);
     const std::string name = programNameOf(path);

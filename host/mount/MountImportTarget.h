@@ -25,6 +25,7 @@ public:
     std::unique_ptr<File> makeFile(const StoragePath& path) override;
     std::uint64_t newLinkGroup() override { return 0; }
     bool link(const StoragePath& existing, const StoragePath& path) override;
+    void addName(const StoragePath& existing, const StoragePath& path) override;
     void makeSpecial(const StoragePath& path, const DiskAttributes& attributes) override;
 
 private:

@@ -6,9 +6,7 @@
 
 namespace storage::host {
 
-namespace {
-
-bool isFolder(const std::string& path) {
+bool isDiskFolder(const std::string& path) {
     try {
         return DiskEntry::at(path, DiskEntry::Links::Follow).kind == DiskEntry::Kind::Folder;
     } catch (const CommandError&) {
@@ -16,10 +14,8 @@ bool isFolder(const std::string& path) {
     }
 }
 
-} // namespace
-
 DiskDestination::DiskDestination(const std::string& operand, std::size_t sources)
-    : path_(diskOperand(operand)), isFolder_(isFolder(path_)) {
+    : path_(diskOperand(operand)), isFolder_(isDiskFolder(path_)) {
     if (sources > 1 && !isFolder_) {
         throw CommandError(path_, "not a folder");
     }

@@ -7,6 +7,9 @@
 
 namespace storage::host {
 
+/// Whether a path on disk leads to a folder.
+bool isDiskFolder(const std::string& path);
+
 /// Maps the sources of one command to paths on disk: into an existing folder, each under its own name, or to
 /// the destination path itself, for a single source.
 class DiskDestination {

@@ -43,6 +43,9 @@ public:
     /// Adds a symbolic link, fifo or device.
     /// @return whether such entries can be in the target
     virtual bool addSpecial(const StoragePath& source, EntryKind kind, const std::string& name) = 0;
+
+    /// Whether nothing more can be added, which was reported.
+    virtual bool isFailed() const noexcept { return false; }
 };
 
 } // namespace storage::host

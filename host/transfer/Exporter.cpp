@@ -25,13 +25,14 @@ Exporter::Exporter(ExportSource& source, Console& console, const Interruption& i
 void Exporter::run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes) {
     DiskExportTarget disk(source_, interruption_, progress_, std::span(buffer_.get(), transferBufferSize),
                           target, rootAttributes);
-    runTarget(disk, source, target);
+    run(source, disk, target, target.substr(target.rfind('/') + 1));
     if (const std::string losses = disk.losses(); !losses.empty()) {
         notice(target, losses);
     }
 }
 
-void Exporter::runTarget(ExportTarget& target, const StoragePath& source, const std::string& place) {
+void Exporter::run(const StoragePath& source, ExportTarget& target, const std::string& place,
+                   const std::string& name) {
     open_.clear(); // an interrupted run leaves its folders here
     target_ = &target;
     top_ = source;
@@ -40,10 +41,10 @@ void Exporter::runTarget(ExportTarget& target, const StoragePath& source, const 
         const EntryKind kind = source_.kindOf(source);
         const Verdict verdict = options_.selection->ofTop(source.name(), kind == EntryKind::Folder);
         if (verdict != Verdict::Excluded) {
-            exportEntry(source, kind, place.substr(place.rfind('/') + 1), place, verdict);
+            exportEntry(source, kind, name, place, verdict);
         }
     });
-    while (!open_.empty()) {
+    while (!open_.empty() && !target.isFailed()) {
         interruption_.check();
         exportNext();
     }

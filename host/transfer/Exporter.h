@@ -34,6 +34,15 @@ public:
     /// @throws Interrupted
     void run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes);
 
+    /// The same to a target that takes several exports.
+    /// @param place  of the entry in the target
+    /// @param name   that it has there; empty for a folder that is only to be filled
+    void run(const StoragePath& source, ExportTarget& target, const std::string& place,
+             const std::string& name);
+
+    /// Shows how far all runs are.
+    ProgressMeter& progress() noexcept { return progress_; }
+
     /// What was exported by all runs.
     const TransferTotals& totals() const noexcept { return totals_; }
 
@@ -50,7 +59,6 @@ private:
         bool isEntered = false;
     };
 
-    void runTarget(ExportTarget& target, const StoragePath& source, const std::string& place);
     void exportNext();
     void exportEntry(const StoragePath& source, EntryKind kind, const std::string& name,
                      const std::string& place, Verdict verdict);

@@ -70,6 +70,10 @@ public:
     /// @return false if the target has only files with one name
     virtual bool link(const StoragePath& existing, const StoragePath& path) = 0;
 
+    /// Makes `path` one more name of the file at `existing`, or a copy that is exported as one, replacing the file there. A
+    /// symbolic link, fifo or device can have several names, too.
+    virtual void addName(const StoragePath& existing, const StoragePath& path) = 0;
+
     /// Makes a symbolic link, fifo or device, or replaces one.
     virtual void makeSpecial(const StoragePath& path, const DiskAttributes& attributes) = 0;
 };

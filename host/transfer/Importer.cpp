@@ -48,23 +48,29 @@ Importer::Importer(ImportTarget& target, Console& console, const Interruption& i
 void Importer::run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes) {
     DiskFeed feed(source, fileSystems_, *options_.selection, console_, interruption_);
     source_ = source;
-    runFeed(feed, target, rootAttributes);
+    run(feed, target, rootAttributes);
 }
 
-void Importer::runFeed(ImportFeed& feed, const StoragePath& target, RootAttributes rootAttributes) {
+void Importer::run(ImportFeed& feed, const StoragePath& target, RootAttributes rootAttributes) {
     open_.clear(); // an interrupted run leaves its folders here
     target_.leaveAll();
     linked_.clear();
+    otherNames_.clear();
     targetTop_ = target;
     rootAttributes_ = rootAttributes;
     if (const Entry* const top = feed.next()) {
         target_.requirePlace(target);
         take(feed, *top);
     }
-    while (const Entry* const entry = feed.next()) {
-        interruption_.check();
-        leaveFoldersNotAbove(entry->path);
-        console_.attempt(entry->place, [&] { take(feed, *entry); });
+    try {
+        while (const Entry* const entry = feed.next()) {
+            interruption_.check();
+            leaveFoldersNotAbove(entry->path);
+            console_.attempt(entry->place, [&] { take(feed, *entry); });
+        }
+    } catch (const CommandError&) {
+        leaveFoldersNotAbove({});
+        throw;
     }
     leaveFoldersNotAbove({});
 }
@@ -165,6 +171,8 @@ void Importer::takeFile(ImportFeed& feed, const Entry& entry) {
     noticeTime(entry.place, entry.attributes);
     if (isOnlyPrinted(entry.place, EntryKind::File, target)) {
         totals_.bytes += entry.size;
+    } else if (entry.other) {
+        takeOtherName(feed, entry, target);
     } else if (entry.file) {
         takeLinkedFile(feed, entry, target);
     } else {
@@ -209,6 +217,22 @@ void Importer::takeLinkedFile(ImportFeed& feed, const Entry& entry, const Storag
     if (!isSame) {
         linked_.insert_or_assign(*entry.file, LinkedFile{target, group, entry.size, modified});
     }
+}
+
+/// Content that comes with a later name of a file is that of all its names.
+void Importer::takeOtherName(ImportFeed& feed, const Entry& entry, const StoragePath& target) {
+    const StoragePath first = targetOf(*entry.other);
+    std::vector<StoragePath>& others = otherNames_[first.text()];
+    if (entry.size == 0) {
+        target_.addName(first, target);
+    } else {
+        copyFile(feed, entry, target, 0);
+        target_.addName(target, first);
+        for (const StoragePath& other : others) {
+            target_.addName(target, other);
+        }
+    }
+    others.push_back(target);
 }
 
 void Importer::copyFile(ImportFeed& feed, const Entry& entry, const StoragePath& target,

@@ -43,6 +43,12 @@ public:
     /// @throws Interrupted
     void run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
 
+    /// Imports all that a feed has. A check knows nothing of it.
+    /// @param target  the folder that it goes into, which is made if it is missing
+    /// @throws CommandError when the feed cannot be read to its end
+    /// @throws Interrupted
+    void run(ImportFeed& feed, const StoragePath& target, RootAttributes rootAttributes);
+
     /// What was imported by all runs.
     const TransferTotals& totals() const noexcept { return totals_; }
 
@@ -68,11 +74,11 @@ private:
         timespec modified{};
     };
 
-    void runFeed(ImportFeed& feed, const StoragePath& target, RootAttributes rootAttributes);
     void take(ImportFeed& feed, const Entry& entry);
     void takeFolder(ImportFeed& feed, const Entry& entry);
     void takeFile(ImportFeed& feed, const Entry& entry);
     void takeLinkedFile(ImportFeed& feed, const Entry& entry, const StoragePath& target);
+    void takeOtherName(ImportFeed& feed, const Entry& entry, const StoragePath& target);
     void takeSpecial(ImportFeed& feed, const Entry& entry);
     void enterFolders(ImportFeed& feed);
     void enterFolder(OpenFolder& folder);
@@ -100,7 +106,8 @@ private:
     StoragePath targetTop_;
     RootAttributes rootAttributes_ = RootAttributes::FromSource;
     std::vector<OpenFolder> open_;
-    std::map<ImportFeed::FileId, LinkedFile> linked_; ///< of this run
+    std::map<ImportFeed::FileId, LinkedFile> linked_;               ///< of this run
+    std::map<std::u16string, std::vector<StoragePath>> otherNames_; ///< of this run, by the first one
     const std::unique_ptr<char[]> buffer_; ///< of transferBufferSize; most transfers use little of it
 };
 

@@ -54,13 +54,17 @@ public:
         }
     }
 
-    void finish(const DiskAttributes& attributes) override {
+    void moveIntoPlace() {
         stream_.reset();
         if (replacement_) {
             replacement_->moveIntoPlace();
         } else {
             created_->finish();
         }
+    }
+
+    void finish(const DiskAttributes& attributes) override {
+        moveIntoPlace();
         target_.kept_.set(path_, attributes);
         target_.apply(path_, attributes);
     }
@@ -118,6 +122,40 @@ void SessionImportTarget::leaveFolder(const StoragePath& path, const DiskAttribu
 
 std::unique_ptr<ImportTarget::File> SessionImportTarget::makeFile(const StoragePath& path) {
     return std::make_unique<NewFile>(*this, path);
+}
+
+void SessionImportTarget::addName(const StoragePath& existing, const StoragePath& path) {
+    if (existing == path) {
+        return;
+    }
+    DiskAttributes attributes = kept_.find(existing, {});
+    if (attributes.kind != EntryKind::File && attributes.kind != EntryKind::Folder) {
+        attributes.linkGroup = attributes.linkGroup == 0 ? kept_.newLinkGroup() : attributes.linkGroup;
+        kept_.set(existing, attributes);
+        makeSpecial(path, attributes);
+        return;
+    }
+    requireFile(provider_, existing);
+    const auto stored = provider_.doGetFileAttributes(existing.iri());
+    const auto time = stored.getLastModified();
+    attributes = kept_.find(existing, time);
+    attributes.linkGroup = attributes.linkGroup == 0 ? kept_.newLinkGroup() : attributes.linkGroup;
+    NewFile copy(*this, path);
+    copyBytes(existing, copy);
+    copy.moveIntoPlace();
+    kept_.set(existing, attributes);
+    kept_.set(path, attributes);
+    provider_.doSetLastModified(path.iri(), time);
+    provider_.doSetWritable(path.iri(), stored.isWritable());
+}
+
+void SessionImportTarget::copyBytes(const StoragePath& from, File& to) const {
+    ByteStreamDevice stream(provider_.doOpenReadOnlyStream(from.iri()));
+    std::vector<char> buffer(transferBufferSize);
+    std::streamsize count = 0;
+    while ((count = stream.read(buffer.data(), static_cast<std::streamsize>(buffer.size()))) > 0) {
+        to.write(std::span(buffer).first(static_cast<std::size_t>(count)));
+    }
 }
 
 void SessionImportTarget::makeSpecial(const StoragePath& path, const DiskAttributes& attributes) {

@@ -27,11 +27,13 @@ public:
     std::unique_ptr<File> makeFile(const StoragePath& path) override;
     std::uint64_t newLinkGroup() override { return kept_.newLinkGroup(); }
     bool link(const StoragePath&, const StoragePath&) override { return false; }
+    void addName(const StoragePath& existing, const StoragePath& path) override;
     void makeSpecial(const StoragePath& path, const DiskAttributes& attributes) override;
 
 private:
     class NewFile;
 
+    void copyBytes(const StoragePath& from, File& to) const;
     void apply(const StoragePath& path, const DiskAttributes& attributes);
 
     const IProvider& provider_;

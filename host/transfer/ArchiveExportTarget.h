@@ -1,0 +1,98 @@
+#pragma once
+
+#include "host/console/ProgressMeter.h"
+#include "host/support/Interruption.h"
+#include "host/transfer/ArchiveFormat.h"
+#include "host/transfer/ExportSource.h"
+#include "host/transfer/ExportTarget.h"
+#include "host/transfer/Utf8Locale.h"
+
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+struct archive;
+struct archive_entry;
+
+namespace storage::host {
+
+/// An archive that is being written, for any number of exports.
+///
+/// What the format cannot hold is counted, or refused by `addSpecial`. Unless `finish` is called the archive ends without a mark
+/// of its end.
+///
+/// Owns the archive. Borrows all else. Thread safety: one object is for one thread.
+class ArchiveExportTarget final : public ExportTarget {
+public:
+    using Write = std::function<void(std::span<const char> bytes)>;
+
+    /// @param place  names the archive in messages
+    /// @param write  receives the bytes of the archive
+    ArchiveExportTarget(ExportSource& source, const Interruption& interruption, ProgressMeter& progress,
+                        const ArchiveFormat& format, std::string place, Write write);
+    ~ArchiveExportTarget() override;
+    ArchiveExportTarget(const ArchiveExportTarget&) = delete;
+    ArchiveExportTarget& operator=(const ArchiveExportTarget&) = delete;
+
+    std::optional<Existing> find(const std::string&) override { return std::nullopt; }
+    std::string placeIn(const std::string& folder, const std::string& name) const override;
+    void enterFolder(const StoragePath& source, const std::string& name) override;
+    void leaveFolder() override;
+    std::uint64_t addFile(const StoragePath& source, const std::string& name) override;
+    bool addSpecial(const StoragePath& source, EntryKind kind, const std::string& name) override;
+    bool isFailed() const noexcept override { return isFailed_; }
+
+    /// The archive is complete.
+    void finish();
+
+    /// What the archive does not hold, in words; empty if it holds all.
+    std::string losses() const;
+
+private:
+    struct Freer {
+        void operator()(::archive* archive) const;
+    };
+    struct EntryFreer {
+        void operator()(::archive_entry* entry) const;
+    };
+    using Header = std::unique_ptr<::archive_entry, EntryFreer>;
+
+    static ssize_t writeBlock(::archive*, void* self, const void* block, std::size_t size);
+
+    void open(const ArchiveFormat& format);
+    Header headerOf(const ExportSource::Entry& entry, const std::string& path);
+    void addXattrs(::archive_entry* header, const Xattrs& xattrs);
+    void addGroup(::archive_entry* header, std::uint64_t group, const std::string& path);
+    void writeHeader(::archive_entry* header);
+    std::uint64_t writeContent(const StoragePath& source, std::uint64_t size);
+    void writeZeros(std::uint64_t count);
+    void writeData(std::span<const char> bytes);
+    void requireSuccess(int status);
+    std::string pathOf(const std::string& name) const;
+
+    ExportSource& source_;
+    const Interruption& interruption_;
+    ProgressMeter& progress_;
+    const ArchiveFormat::Container container_;
+    const std::string place_;
+    const Write write_;
+    const mode_t mask_;
+    const Utf8Locale locale_;
+    std::exception_ptr failure_; ///< of a call from within the library
+    bool isFailed_ = false;
+    std::unique_ptr<::archive, Freer> archive_;
+    std::string path_;                            ///< of the innermost folder in the archive
+    std::vector<std::size_t> folders_;            ///< of each folder: how long the path above it is
+    std::map<std::uint64_t, std::string> linked_; ///< paths of files with several names, by group
+    std::size_t lostXattrs_ = 0;
+    std::vector<char> buffer_;
+};
+
+} // namespace storage::host

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "host/console/Console.h"
+#include "host/disk/FileDescriptor.h"
+#include "host/session/EntrySelection.h"
+#include "host/support/Interruption.h"
+#include "host/transfer/ImportFeed.h"
+#include "host/transfer/Utf8Locale.h"
+
+#include <deque>
+#include <exception>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+#include <vector>
+
+struct archive;
+struct archive_entry;
+
+namespace storage::host {
+
+/// The entries of an archive: tar, zip or cpio, compressed or not, which is found out by its content.
+///
+/// The top is the folder that the archive is unpacked into. Folders that the archive does not list come too, without attributes.
+/// Entries with absolute paths, with "..", or below a symbolic link of the archive are refused, so nothing gets outside of the
+/// top. Set-user-ID and set-group-ID are for the superuser only, as are owners.
+///
+/// Owns the archive. Borrows selection, console and interruption. Thread safety: one object is for one thread.
+class ArchiveFeed final : public ImportFeed {
+public:
+    /// @param file  is read from its position on; need not be seekable
+    /// @throws CommandError when it is no archive
+    ArchiveFeed(FileDescriptor file, const EntrySelection& selection, Console& console,
+                const Interruption& interruption);
+
+    const Entry* next() override;
+    void skipBelow(const StoragePath& folder) override;
+    std::uint64_t skipHole() override;
+    std::size_t read(std::span<char> buffer) override;
+
+private:
+    struct Closer {
+        void operator()(::archive* archive) const;
+    };
+
+    static ssize_t readBlock(::archive*, void* self, const void** block);
+    static std::int64_t seek(::archive*, void* self, std::int64_t offset, int origin);
+
+    void open();
+    bool readHeader();
+    void takeEntry(const std::string& name);
+    void queueFolders(const StoragePath& path);
+    void queueFolder(const StoragePath& path);
+    StoragePath insidePath(std::string_view name, const std::string& place, const std::string& what) const;
+    DiskAttributes attributesOf(EntryKind kind) const;
+    void readOn();
+    void fail();
+
+    const FileDescriptor file_;
+    const EntrySelection& selection_;
+    Console& console_;
+    const Interruption& interruption_;
+    const bool keepsOwners_;
+    const EntrySelection::Verdict top_;
+    const Utf8Locale locale_;
+    std::vector<char> block_;
+    std::exception_ptr failure_; ///< of a call from within the library
+    std::unique_ptr<::archive, Closer> archive_;
+    ::archive_entry* header_ = nullptr; ///< the library's, of the entry that was read last
+    bool isBegun_ = false;
+    bool isEnded_ = false;
+    std::deque<Entry> queue_; ///< folders above the entry that was read last, and that one
+    Entry entry_;
+    StoragePath innermost_; ///< the folder that came last
+    std::map<std::u16string, std::optional<DiskAttributes>>
+        folders_;                    ///< by path; nothing for one that is not listed
+    std::set<std::u16string> links_; ///< paths of symbolic links
+    std::vector<StoragePath> skipped_;
+    std::span<const char> data_;  ///< of the entry, not yet read
+    std::uint64_t dataBegin_ = 0; ///< where it is in the entry
+    std::uint64_t offset_ = 0;    ///< how far the entry was read
+    bool isDataEnd_ = true;
+};
+
+} // namespace storage::host
