@@ -12,14 +12,14 @@ public:
 
     void run(Session& session, const Words& operands) override {
         for (const std::string& word : operands) {
-            session.console().attempt(word, [&] { print(session, session.resolve(word)); });
+            session.attempt(word, [&](const StoragePath& path) { print(session, path); });
         }
     }
 
 private:
     static void print(Session& session, const StoragePath& path) {
-        requireFile(session.provider(), path);
-        printBytes(session, ByteStreamDevice(session.provider().doOpenReadOnlyStream(path.iri())));
+        requireFile(session.provider(path), path);
+        printBytes(session, ByteStreamDevice(session.provider(path).doOpenReadOnlyStream(path.iri())));
     }
 };
 

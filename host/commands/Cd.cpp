@@ -11,9 +11,8 @@ public:
 
     void run(Session& session, const Words& operands) override {
         const std::string word = operands.empty() ? "/" : operands.front();
-        session.console().attempt(word, [&] {
-            const StoragePath folder = session.resolve(word);
-            requireFolder(session.provider(), folder);
+        session.attempt(word, [&](const StoragePath& folder) {
+            requireFolder(session.provider(folder), folder);
             session.setCurrentFolder(folder);
         });
     }

@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/console/DiagnosisScope.h"
 #include "host/disk/DiskFolder.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
@@ -26,11 +27,8 @@ public:
         if (operands.size() == 1) {
             throw UsageError("PATH needs a DISK-PATH to be compared with");
         }
-        if (operands.empty() && session.imports().empty()) {
-            throw CommandError("", "nothing was imported that could be checked");
-        }
         const TransferTotals totals =
-            operands.empty() ? compare(session, session.imports(), Checker::Against::Sources)
+            operands.empty() ? compareImports(session)
                              : compare(session, asImported(session, operands), Checker::Against::Export);
         const std::size_t differences = session.console().failuresOfCommand();
         session.console().out() << "check: " << totals.summary() << ": "
@@ -38,10 +36,25 @@ public:
     }
 
 private:
+    TransferTotals compareImports(Session& session) const {
+        TransferTotals totals;
+        bool hasImports = false;
+        for (const auto& storage : session.storages()) {
+            if (!storage->imports().empty()) {
+                hasImports = true;
+                totals += compare(session, storage->imports(), Checker::Against::Sources);
+            }
+        }
+        if (!hasImports) {
+            throw CommandError("", "nothing was imported that could be checked");
+        }
+        return totals;
+    }
+
     /// An export leaves the attributes of a folder that exists to the disk when it puts the content of the root there.
     static ImportLog asImported(const Session& session, const Words& operands) {
         const StoragePath path = session.resolve(operands[0]);
-        ImportLog log;
+        ImportLog log(path.root());
         log.add(diskOperand(operands[1]), path,
                 path.isRoot() ? ImportSource::Scope::ContentOnly : ImportSource::Scope::Whole);
         return log;
@@ -52,7 +65,7 @@ private:
         const DiskOwner self{::geteuid(), ::getegid()};
         // Of an import, what has no record is usual; of anything else it is not known.
         const auto complete = [&](const StoragePath& path, DiskAttributes& known) {
-            if (!session.imports().covers(path)) {
+            if (!session.imports(path).covers(path)) {
                 return;
             }
             known.mode = known.mode.value_or(usualMode(known.kind) & ~mask);
@@ -61,7 +74,8 @@ private:
                 known.owner = known.owner.value_or(self);
             }
         };
-        SessionExportSource stored(session.provider(), session.kept());
+        const DiagnosisScope diagnosis(session.console(), session.storageOf(expected.root()).diagnosis());
+        SessionExportSource stored(session);
         Checker checker(stored, session.console(), session.interruption(), expected, complete, against,
                         times_ ? Checker::Times::Compare : Checker::Times::Ignore);
         checker.run();

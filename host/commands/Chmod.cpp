@@ -27,11 +27,10 @@ public:
             throw UsageError("'" + mode + "' is neither +w nor -w");
         }
         for (std::size_t i = 1; i < operands.size(); ++i) {
-            session.console().attempt(operands[i], [&] {
-                const StoragePath path = session.resolve(operands[i]);
-                requireEntry(session.provider(), path);
-                session.provider().doSetWritable(path.iri(), mode == "+w");
-                session.kept().changed(path);
+            session.attempt(operands[i], [&](const StoragePath& path) {
+                requireEntry(session.provider(path), path);
+                session.provider(path).doSetWritable(path.iri(), mode == "+w");
+                session.kept(path).changed(path);
             });
         }
     }

@@ -4,6 +4,7 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
+#include "host/transfer/StorageCopier.h"
 
 namespace storage::host {
 
@@ -21,18 +22,34 @@ public:
     }
 
     void run(Session& session, const Words& operands) override {
+        ProgressMeter progress(session.console());
         transferEach(session, operands, [&](const StoragePath& source, const StoragePath& target) {
-            copy(session, source, target);
+            if (source.storage() == target.storage()) {
+                copy(session, source, target);
+            } else {
+                copyBetween(session, source, target, progress);
+            }
         });
     }
 
 private:
-    void copy(Session& session, const StoragePath& source, const StoragePath& target) const {
-        if (requireEntry(session.provider(), source) == EntryExistence::Folder && !recursive_) {
+    void requireSource(const Session& session, const StoragePath& source) const {
+        if (requireEntry(session.provider(source), source) == EntryExistence::Folder && !recursive_) {
             throw CommandError(source.printed(), "is a folder, which only cp -r copies");
         }
+    }
+
+    void copyBetween(Session& session, const StoragePath& source, const StoragePath& target,
+                     ProgressMeter& progress) const {
+        requireSource(session, source);
+        session.storageOf(target).attribute([&] { refuseImpossibleTransfer(session, source, target); });
+        StorageCopier(session, target, progress).run(source, target, RootAttributes::Untouched);
+    }
+
+    void copy(Session& session, const StoragePath& source, const StoragePath& target) const {
+        requireSource(session, source);
         refuseImpossibleTransfer(session, source, target);
-        for (TreeWalk walk(session.provider(), source); const auto step = walk.next();) {
+        for (TreeWalk walk(session.provider(source), source); const auto step = walk.next();) {
             session.interruption().check();
             session.console().attempt(step->path.printed(), [&] {
                 visit(session, walk, *step, step->path.rebased(source, target));
@@ -46,11 +63,11 @@ private:
             copyFile(session, step.path, target);
             break;
         case Step::Kind::Folder:
-            if (!session.provider().doFolderExists(target.iri())) {
-                session.provider().doCreateFolder(target.iri());
-                session.kept().copied(step.path, target);
+            if (!session.provider(target).doFolderExists(target.iri())) {
+                session.provider(target).doCreateFolder(target.iri());
+                session.kept(target).copied(step.path, target);
             }
-            session.kept().copiedSpecial(step.path, target);
+            session.kept(target).copiedSpecial(step.path, target);
             walk.descend();
             break;
         case Step::Kind::FolderDone:
@@ -59,10 +76,11 @@ private:
     }
 
     static void copyFile(Session& session, const StoragePath& source, const StoragePath& target) {
-        refuseReadOnlyFile(session, target);
-        session.provider().doCopyFileAtomic(source.iri(), target.iri(), ReplacementPolicy::ReplaceExisting,
-                                            [&](unsigned long long) { session.interruption().check(); });
-        session.kept().copied(source, target);
+        refuseReadOnlyFile(session.provider(target), target);
+        session.provider(source).doCopyFileAtomic(
+            source.iri(), target.iri(), ReplacementPolicy::ReplaceExisting,
+            [&](unsigned long long) { session.interruption().check(); });
+        session.kept(target).copied(source, target);
     }
 
     bool recursive_ = false;

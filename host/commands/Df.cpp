@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/HumanSize.h"
 #include "hostapi/storage/provider/Exception.h"
@@ -17,38 +18,63 @@ using Step = TreeWalk::Step;
 
 class DfCommand final : public Command {
 public:
-    void declare(CommandSyntax& syntax) override { syntax.flag("-h", human_, "show sizes as 1.5K or 12M"); }
-
-    void run(Session& session, const Words&) override {
-        countContent(session);
-        const auto room = roomOf(session);
-        constexpr const char* row = "{:>12} {:>12} {:>12} {:>9} {:>9}\n";
-        session.console().out() << fmt::format(row, "Size", "Free", "Content", "Files", "Folders")
-                                << fmt::format(row, room ? size(room->capacity) : "-",
-                                               room ? size(room->available) : "-", size(bytes_), files_,
-                                               folders_);
+    void declare(CommandSyntax& syntax) override {
+        syntax.flag("-h", human_, "show sizes as 1.5K or 12M");
+        syntax.operands(0, CommandSyntax::any);
     }
 
-private:
-    void countContent(Session& session) {
-        for (TreeWalk walk(session.provider(), StoragePath()); const auto step = walk.next();) {
-            session.interruption().check();
-            session.console().attempt(step->path.printed(), [&] {
-                if (step->kind == Step::Kind::Folder) {
-                    ++folders_;
-                    walk.descend();
-                } else if (step->kind == Step::Kind::File) {
-                    ++files_;
-                    bytes_ += session.provider().doGetFileAttributes(step->path.iri()).getSize();
-                }
+    void run(Session& session, const Words& operands) override {
+        Words words = operands;
+        for (const auto& storage : session.storages()) {
+            if (operands.empty()) {
+                words.push_back(session.storages().size() > 1 ? storage->name() + ":/" : "/");
+            }
+        }
+        const bool showsNames = session.storages().size() > 1;
+        constexpr const char* heading = "{:>12} {:>12} {:>12} {:>9} {:>9}{}\n";
+        session.console().out() << fmt::format(heading, "Size", "Free", "Content", "Files", "Folders",
+                                               showsNames ? " Storage" : "");
+        for (const std::string& word : words) {
+            session.attempt(word, [&](const StoragePath& path) {
+                requireEntry(session.provider(path), path);
+                const auto room = roomOf(session, path.root());
+                const Content content = contentOf(session, path.root());
+                session.console().out()
+                    << fmt::format(heading, room ? size(room->capacity) : "-",
+                                   room ? size(room->available) : "-", size(content.bytes), content.files,
+                                   content.folders, showsNames ? ' ' + session.storageOf(path).name() : "");
             });
         }
     }
 
+private:
+    struct Content {
+        unsigned long long bytes = 0;
+        unsigned long long files = 0;
+        unsigned long long folders = 0;
+    };
+
+    static Content contentOf(Session& session, const StoragePath& root) {
+        Content content;
+        for (TreeWalk walk(session.provider(root), root); const auto step = walk.next();) {
+            session.interruption().check();
+            session.console().attempt(step->path.printed(), [&] {
+                if (step->kind == Step::Kind::Folder) {
+                    ++content.folders;
+                    walk.descend();
+                } else if (step->kind == Step::Kind::File) {
+                    ++content.files;
+                    content.bytes += session.provider(root).doGetFileAttributes(step->path.iri()).getSize();
+                }
+            });
+        }
+        return content;
+    }
+
     /// Nothing if the storage does not say.
-    static std::optional<ProviderStorageInfo> roomOf(const Session& session) {
+    static std::optional<ProviderStorageInfo> roomOf(const Session& session, const StoragePath& root) {
         try {
-            return session.provider().doGetProviderStorageInfo(StoragePath().iri());
+            return session.provider(root).doGetProviderStorageInfo(root.iri());
         } catch (const Exception& error) {
             if (error.getErrorCode() != ErrorCode::NotOffered) {
                 throw;
@@ -62,9 +88,6 @@ private:
     }
 
     bool human_ = false;
-    unsigned long long bytes_ = 0;
-    unsigned long long files_ = 0;
-    unsigned long long folders_ = 0;
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <optional>
 
 namespace storage::host {
 
@@ -15,11 +16,11 @@ public:
     void declare(CommandSyntax& syntax) override { syntax.operands(2, 2); }
 
     void run(Session& session, const Words& operands) override {
-        session.console().attempt(operands[0], [&] {
-            const StoragePath left = session.resolve(operands[0]);
+        session.attempt(operands[0], [&](const StoragePath& left) {
             const StoragePath right = session.resolve(operands[1]);
-            requireFile(session.provider(), left);
-            requireFile(session.provider(), right);
+            for (const StoragePath& path : {left, right}) {
+                session.storageOf(path).attribute([&] { requireFile(session.provider(path), path); });
+            }
             compare(session, left, right);
         });
     }
@@ -60,12 +61,16 @@ private:
     class Block {
     public:
         Block(const Session& session, const StoragePath& path)
-            : file_(session.provider().doOpenReadOnlyStream(path.iri())), bytes_(transferBufferSize) {}
+            : storage_(session.storageOf(path)), bytes_(transferBufferSize) {
+            storage_.attribute([&] { file_.emplace(storage_.provider().doOpenReadOnlyStream(path.iri())); });
+        }
 
         /// @return how many bytes the block has, fewer than the last one only at the end of the file
         std::size_t read() {
-            const auto count = file_.read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
-            size_ = static_cast<std::size_t>(std::max<std::streamsize>(count, 0));
+            storage_.attribute([&] {
+                const auto count = file_->read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
+                size_ = static_cast<std::size_t>(std::max<std::streamsize>(count, 0));
+            });
             return size_;
         }
 
@@ -73,7 +78,8 @@ private:
         std::vector<char>::const_iterator begin() const { return bytes_.begin(); }
 
     private:
-        ByteStreamDevice file_;
+        const SessionStorage& storage_;
+        std::optional<ByteStreamDevice> file_; ///< there is one
         std::vector<char> bytes_;
         std::size_t size_ = 0;
     };

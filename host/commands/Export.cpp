@@ -48,12 +48,11 @@ public:
         DiskDestination destination(operands.back(), operands.size() - 1);
         TransferTotals totals;
         {
-            SessionExportSource stored(session.provider(), session.kept());
+            SessionExportSource stored(session);
             Exporter exporter(stored, session.console(), session.interruption(), options);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
-                session.console().attempt(operands[i], [&] {
-                    const StoragePath source = session.resolve(operands[i]);
-                    requireEntry(session.provider(), source);
+                session.attempt(operands[i], [&](const StoragePath& source) {
+                    requireEntry(session.provider(source), source);
                     const std::string name = source.isRoot() ? "" : toDiskName(source.name(), source);
                     exporter.run(source, destination.of(name), destination.attributesFor(name));
                 });
@@ -99,14 +98,16 @@ private:
         TransferTotals totals;
         std::string losses;
         {
-            SessionExportSource stored(session.provider(), session.kept());
+            SessionExportSource stored(session);
             Exporter exporter(stored, console, session.interruption(), options);
             ArchiveExportTarget archive(stored, session.interruption(), exporter.progress(), format, place,
                                         write);
             std::set<std::string> names;
             for (std::size_t i = 0; i + 1 < operands.size() && !archive.isFailed(); ++i) {
-                console.attempt(operands[i],
-                                [&] { add(session, operands[i], exporter, archive, place, names); });
+                session.attempt(operands[i], [&](const StoragePath& source) {
+                    requireEntry(session.provider(source), source);
+                    add(source, exporter, archive, place, names);
+                });
             }
             if (console.failuresOfCommand() > 0) {
                 console.notice(place, isToOutput ? "the archive is not complete, and has no end"
@@ -137,10 +138,8 @@ private:
     }
 
     /// Adds an entry under its own name, or what the root folder holds.
-    static void add(Session& session, const std::string& operand, Exporter& exporter,
-                    ArchiveExportTarget& archive, const std::string& place, std::set<std::string>& names) {
-        const StoragePath source = session.resolve(operand);
-        requireEntry(session.provider(), source);
+    static void add(const StoragePath& source, Exporter& exporter, ArchiveExportTarget& archive,
+                    const std::string& place, std::set<std::string>& names) {
         const std::string name = source.isRoot() ? "" : toDiskName(source.name(), source);
         if (!names.insert(name).second) {
             throw CommandError(source.printed(), "another source of this name went there already");

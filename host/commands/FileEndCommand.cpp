@@ -34,10 +34,9 @@ void FileEndCommand::run(Session& session, const Words& operands) {
     const Amount wanted = amount();
     bool isFirst = true;
     for (const std::string& word : operands) {
-        session.console().attempt(word, [&] {
-            const StoragePath path = session.resolve(word);
-            requireFile(session.provider(), path);
-            ByteStreamDevice file(session.provider().doOpenReadOnlyStream(path.iri()));
+        session.attempt(word, [&](const StoragePath& path) {
+            requireFile(session.provider(path), path);
+            ByteStreamDevice file(session.provider(path).doOpenReadOnlyStream(path.iri()));
             if (operands.size() > 1) {
                 const std::string name = session.console().shown(toUtf16(word));
                 session.console().out() << (isFirst ? "" : "\n") << "==> " << name << " <==\n";

@@ -31,7 +31,7 @@ public:
         }
         readPattern();
         for (const std::string& word : operands.empty() ? Words{"."} : operands) {
-            session.console().attempt(word, [&] { findBelow(session, word); });
+            session.attempt(word, [&](const StoragePath& top) { findBelow(session, word, top); });
         }
     }
 
@@ -42,9 +42,8 @@ private:
         }
     }
 
-    void findBelow(Session& session, const std::string& word) {
-        const StoragePath top = session.resolve(word);
-        const bool isFolder = requireEntry(session.provider(), top) == EntryExistence::Folder;
+    void findBelow(Session& session, const std::string& word, const StoragePath& top) {
+        const bool isFolder = requireEntry(session.provider(top), top) == EntryExistence::Folder;
         const auto type = isFolder ? FolderEntry::EntryType::Folder : FolderEntry::EntryType::File;
         if (isWanted(type) && WildcardPattern(patternText_).matches(top.name())) {
             session.console().out() << session.console().shown(displayPath(word, top, top)) << '\n';
@@ -65,8 +64,8 @@ private:
     }
 
     std::unique_ptr<IFolderEntryIterator> list(Session& session, const StoragePath& top) const {
-        return pattern_ ? session.provider().doListAllRecursiveWildcards(top.iri(), patternText_)
-                        : session.provider().doListAllRecursive(top.iri());
+        return pattern_ ? session.provider(top).doListAllRecursiveWildcards(top.iri(), patternText_)
+                        : session.provider(top).doListAllRecursive(top.iri());
     }
 
     bool isWanted(FolderEntry::EntryType type) const {

@@ -38,17 +38,17 @@ public:
         const RegularExpression pattern(operands.front(), ignoresCase_ ? Case::Ignored : Case::Distinguished);
         showsPaths_ = recursive_ || words.size() > 1;
         for (const std::string& word : words) {
-            session.console().attempt(word, [&] { searchBelow(session, pattern, word); });
+            session.attempt(word, [&](const StoragePath& top) { searchBelow(session, pattern, word, top); });
         }
     }
 
 private:
-    void searchBelow(Session& session, const RegularExpression& pattern, const std::string& word) const {
-        const StoragePath top = session.resolve(word);
-        if (requireEntry(session.provider(), top) == EntryExistence::Folder && !recursive_) {
+    void searchBelow(Session& session, const RegularExpression& pattern, const std::string& word,
+                     const StoragePath& top) const {
+        if (requireEntry(session.provider(top), top) == EntryExistence::Folder && !recursive_) {
             throw CommandError(top.printed(), "is a folder, which only grep -r searches");
         }
-        for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
+        for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
             session.interruption().check();
             session.console().attempt(step->path.printed(), [&] {
                 if (step->kind == Step::Kind::Folder) {
@@ -64,7 +64,7 @@ private:
                 const std::u16string& displayed) const {
         std::ostream& out = session.console().out();
         const std::string prefix = showsPaths_ ? session.console().shown(displayed) + ':' : "";
-        LineReader lines(ByteStreamDevice(session.provider().doOpenReadOnlyStream(path.iri())));
+        LineReader lines(ByteStreamDevice(session.provider(path).doOpenReadOnlyStream(path.iri())));
         unsigned long long number = 0;
         unsigned long long found = 0;
         while (const auto line = lines.next()) {

@@ -26,7 +26,9 @@ private:
                "\n'help COMMAND' explains the options of a command. Words are quoted as in a shell:\n"
                "'text', \"text\", \\c; unquoted * and ? match paths, of the storage or of the disk; # begins "
                "a\n"
-               "comment. Pipes and redirections are outside of a line: qzstorage -c 'cat /f' | COMMAND\n";
+               "comment. With several storages, NAME:/path is a path of the storage NAME. Pipes and "
+               "redirections\n"
+               "are outside of a line: qzstorage -c 'cat /f' | COMMAND\n";
     }
 
     static std::string explain(const std::string& name) {

@@ -2,6 +2,7 @@
 #include "host/commands/SessionInput.h"
 #include "host/commands/StorageDestination.h"
 #include "host/commands/TransferSyntax.h"
+#include "host/console/DiagnosisScope.h"
 #include "host/disk/DiskEntry.h"
 #include "host/disk/DiskFolder.h"
 #include "host/disk/FileDescriptor.h"
@@ -47,8 +48,10 @@ public:
         }
         TransferTotals totals;
         {
-            SessionImportTarget target(session.provider(), session.kept());
-            Importer importer(target, session.console(), session.interruption(), session.imports(), which,
+            const StoragePath& path = destination->path();
+            const DiagnosisScope diagnosis(session.console(), session.storageOf(path).diagnosis());
+            SessionImportTarget target(session.provider(path), session.kept(path));
+            Importer importer(target, session.console(), session.interruption(), session.imports(path), which,
                               options);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i], [&] {

@@ -52,9 +52,8 @@ public:
         std::vector<Row> files;
         Words folders;
         for (const std::string& word : words) {
-            session.console().attempt(word, [&] {
-                const StoragePath path = session.resolve(word);
-                if (requireEntry(session.provider(), path) == EntryExistence::Folder) {
+            session.attempt(word, [&](const StoragePath& path) {
+                if (requireEntry(session.provider(path), path) == EntryExistence::Folder) {
                     folders.push_back(word);
                 } else {
                     files.push_back({displayPath(word, path, path), path});
@@ -65,14 +64,13 @@ public:
         showRows(session, std::move(files));
         headings_ = words.size() > 1 || recursive_;
         for (const std::string& folder : folders) {
-            session.console().attempt(folder, [&] { showFolders(session, folder); });
+            session.attempt(folder, [&](const StoragePath& top) { showFolders(session, folder, top); });
         }
     }
 
 private:
-    void showFolders(Session& session, const std::string& word) {
-        const StoragePath top = session.resolve(word);
-        for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
+    void showFolders(Session& session, const std::string& word, const StoragePath& top) {
+        for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
             if (step->kind != TreeWalk::Step::Kind::Folder || (step->depth > 0 && !recursive_)) {
                 continue;
             }
@@ -87,7 +85,7 @@ private:
 
     void showFolder(Session& session, const StoragePath& folder, const std::u16string& heading) {
         std::vector<Row> rows;
-        for (const FolderEntry& entry : sortedEntries(session.provider().doListAll(folder.iri()))) {
+        for (const FolderEntry& entry : sortedEntries(session.provider(folder).doListAll(folder.iri()))) {
             rows.push_back({entry.getName(), folder.child(entry.getName()), entry.getType()});
         }
         if (headings_) {
@@ -126,7 +124,7 @@ private:
         for (Row& row : rows) {
             session.interruption().check();
             session.console().attempt(row.path.printed(), [&] {
-                row.attributes = session.provider().doGetExtendedAttributes(row.path.iri());
+                row.attributes = session.provider(row.path).doGetExtendedAttributes(row.path.iri());
                 result.push_back(std::move(row));
             });
         }

@@ -14,17 +14,17 @@ public:
 
     void run(Session& session, const Words& operands) override {
         for (const std::string& word : operands) {
-            session.console().attempt(word, [&] { make(session, session.resolve(word)); });
+            session.attempt(word, [&](const StoragePath& path) { make(session, path); });
         }
     }
 
 private:
     void make(Session& session, const StoragePath& path) const {
-        refuseFileAbove(session.provider(), path);
+        refuseFileAbove(session.provider(path), path);
         if (parents_) {
-            session.provider().doCreateFolderRecursive(path.iri());
+            session.provider(path).doCreateFolderRecursive(path.iri());
         } else {
-            session.provider().doCreateFolder(path.iri());
+            session.provider(path).doCreateFolder(path.iri());
         }
     }
 

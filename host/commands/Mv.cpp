@@ -1,8 +1,8 @@
 #include "host/commands/CommandFactories.h"
+#include "host/commands/StorageMove.h"
 #include "host/commands/TransferLoop.h"
 #include "host/commands/TransferRules.h"
 #include "host/storage/EntryRules.h"
-#include "host/storage/TreeWalk.h"
 
 namespace storage::host {
 
@@ -10,17 +10,6 @@ namespace {
 
 using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::ReplacementPolicy;
-
-/// A provider may stop half-way at a read-only folder and leave the tree in two pieces.
-void refuseReadOnlyFolders(const Session& session, const StoragePath& top) {
-    for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
-        session.interruption().check();
-        if (step->kind == TreeWalk::Step::Kind::Folder) {
-            refuseReadOnlyFolder(session, step->path);
-            walk.descend();
-        }
-    }
-}
 
 class MvCommand final : public Command {
 public:
@@ -30,33 +19,47 @@ public:
     }
 
     void run(Session& session, const Words& operands) override {
+        ProgressMeter progress(session.console());
         transferEach(session, operands, [&](const StoragePath& source, const StoragePath& target) {
-            move(session, source, target);
+            if (source.storage() == target.storage()) {
+                move(session, source, target);
+            } else {
+                moveBetween(session, source, target, progress);
+            }
         });
     }
 
 private:
     void move(Session& session, const StoragePath& source, const StoragePath& target) const {
-        const bool isFolder = requireEntry(session.provider(), source) == EntryExistence::Folder;
+        const bool isFolder = requireEntry(session.provider(source), source) == EntryExistence::Folder;
         refuseImpossibleTransfer(session, source, target);
         // A provider may remove what is to be replaced before it finds that the source cannot leave its
         // folder.
         requireWritableFolder(session, source.parent());
         const auto policy = force_ ? ReplacementPolicy::ReplaceExisting : ReplacementPolicy::RefuseExisting;
         if (isFolder) {
+            // A provider may stop half-way at a read-only folder and leave the tree in two pieces.
             refuseReadOnlyFolders(session, source);
-            session.provider().doMoveFolder(source.iri(), target.iri(), policy);
+            session.provider(source).doMoveFolder(source.iri(), target.iri(), policy);
         } else {
             if (force_) {
-                refuseReadOnlyFile(session, target);
+                refuseReadOnlyFile(session.provider(target), target);
             }
-            session.provider().doMoveFile(source.iri(), target.iri(), policy);
+            session.provider(source).doMoveFile(source.iri(), target.iri(), policy);
         }
-        session.imports().moved(source, target);
-        session.kept().moved(source, target);
+        session.imports(source).moved(source, target);
+        session.kept(source).moved(source, target);
         if (source.contains(session.currentFolder())) {
             session.setCurrentFolder(session.currentFolder().rebased(source, target));
         }
+    }
+
+    void moveBetween(Session& session, const StoragePath& source, const StoragePath& target,
+                     ProgressMeter& progress) const {
+        requireEntry(session.provider(source), source);
+        session.storageOf(target).attribute([&] { refuseImpossibleTransfer(session, source, target); });
+        using Existing = StorageMove::Existing;
+        StorageMove(session, progress, force_ ? Existing::Replaced : Existing::Refused).run(source, target);
     }
 
     bool force_ = false;

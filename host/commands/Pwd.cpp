@@ -9,7 +9,7 @@ public:
     void declare(CommandSyntax&) override {}
 
     void run(Session& session, const Words&) override {
-        session.console().out() << session.console().shown(session.currentFolder().text()) << '\n';
+        session.console().out() << session.console().shown(session.currentFolder().displayed()) << '\n';
     }
 };
 

@@ -22,22 +22,22 @@ public:
 
     void run(Session& session, const Words& operands) override {
         for (const std::string& word : operands) {
-            session.console().attempt(word, [&] { remove(session, session.resolve(word)); });
+            session.attempt(word, [&](const StoragePath& path) { remove(session, path); });
         }
     }
 
 private:
     void remove(Session& session, const StoragePath& path) const {
-        if (force_ && existence(session.provider(), path) == EntryExistence::Missing) {
+        if (force_ && existence(session.provider(path), path) == EntryExistence::Missing) {
             return;
         }
-        const bool isFolder = requireEntry(session.provider(), path) == EntryExistence::Folder;
+        const bool isFolder = requireEntry(session.provider(path), path) == EntryExistence::Folder;
         if (isFolder && !recursive_) {
             throw CommandError(path.printed(), "is a folder");
         }
         refuseRemovingCurrentFolder(session, path);
         // Entry by entry, as a provider that is asked to remove a whole tree cannot be interrupted.
-        for (TreeWalk walk(session.provider(), path); const auto step = walk.next();) {
+        for (TreeWalk walk(session.provider(path), path); const auto step = walk.next();) {
             session.interruption().check();
             visit(session, walk, *step);
         }
@@ -47,17 +47,17 @@ private:
         switch (step.kind) {
         case Step::Kind::File:
             if (force_) {
-                session.provider().doSetWritable(step.path.iri(), true);
+                session.provider(step.path).doSetWritable(step.path.iri(), true);
             }
-            session.provider().doRemoveFile(step.path.iri());
-            session.kept().removed(step.path);
+            session.provider(step.path).doRemoveFile(step.path.iri());
+            session.kept(step.path).removed(step.path);
             break;
         case Step::Kind::Folder:
             walk.descend();
             break;
         case Step::Kind::FolderDone:
-            session.provider().doRemoveFolder(step.path.iri());
-            session.kept().removed(step.path);
+            session.provider(step.path).doRemoveFolder(step.path.iri());
+            session.kept(step.path).removed(step.path);
             break;
         }
     }

@@ -12,12 +12,11 @@ public:
 
     void run(Session& session, const Words& operands) override {
         for (const std::string& word : operands) {
-            session.console().attempt(word, [&] {
-                const StoragePath path = session.resolve(word);
-                requireFolder(session.provider(), path);
+            session.attempt(word, [&](const StoragePath& path) {
+                requireFolder(session.provider(path), path);
                 refuseRemovingCurrentFolder(session, path);
-                session.provider().doRemoveFolder(path.iri());
-                session.kept().removed(path);
+                session.provider(path).doRemoveFolder(path.iri());
+                session.kept(path).removed(path);
             });
         }
     }

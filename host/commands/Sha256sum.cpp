@@ -17,9 +17,8 @@ public:
 
     void run(Session& session, const Words& operands) override {
         for (const std::string& word : operands) {
-            session.console().attempt(word, [&] {
-                const StoragePath path = session.resolve(word);
-                requireFile(session.provider(), path);
+            session.attempt(word, [&](const StoragePath& path) {
+                requireFile(session.provider(path), path);
                 const std::string sum = sumOf(session, path);
                 session.console().out() << sum << "  " << session.console().shown(toUtf16(word)) << '\n';
             });
@@ -28,7 +27,7 @@ public:
 
 private:
     static std::string sumOf(const Session& session, const StoragePath& path) {
-        ByteStreamDevice file(session.provider().doOpenReadOnlyStream(path.iri()));
+        ByteStreamDevice file(session.provider(path).doOpenReadOnlyStream(path.iri()));
         std::vector<char> buffer(transferBufferSize);
         SHA2_CTX state;
         ::SHA256Init(&state);

@@ -16,17 +16,17 @@ public:
 
     void run(Session& session, const Words& operands) override {
         for (const std::string& word : operands) {
-            session.console().attempt(word, [&] { show(session, session.resolve(word)); });
+            session.attempt(word, [&](const StoragePath& path) { show(session, path); });
         }
     }
 
 private:
     static void show(Session& session, const StoragePath& path) {
-        requireEntry(session.provider(), path);
-        const auto attributes = session.provider().doGetExtendedAttributes(path.iri());
+        requireEntry(session.provider(path), path);
+        const auto attributes = session.provider(path).doGetExtendedAttributes(path.iri());
         session.console().out() << fmt::format(
             "    path: {}\n    kind: {}\n   bytes: {}\nmodified: {}\nwritable: {}\n",
-            session.console().shown(path.text()),
+            session.console().shown(path.displayed()),
             attributes.type == FolderEntry::EntryType::Folder ? "folder" : "file", attributes.size,
             formatMicroseconds(attributes.lastModified), attributes.writable ? "yes" : "no");
     }

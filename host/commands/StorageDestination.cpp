@@ -7,19 +7,18 @@ namespace storage::host {
 
 using foundation::storage::provider::EntryExistence;
 
-std::optional<StorageDestination> StorageDestination::find(const Session& session, const std::string& operand,
+std::optional<StorageDestination> StorageDestination::find(Session& session, const std::string& operand,
                                                            std::size_t sources) {
     std::optional<StorageDestination> destination;
-    session.console().attempt(operand, [&] { destination = StorageDestination(session, operand, sources); });
+    session.attempt(
+        operand, [&](const StoragePath& path) { destination = StorageDestination(session, path, sources); });
     return destination;
 }
 
-StorageDestination::StorageDestination(const Session& session, const std::string& operand,
-                                       std::size_t sources)
-    : path_(session.resolve(operand)),
-      isFolder_(existence(session.provider(), path_) == EntryExistence::Folder) {
+StorageDestination::StorageDestination(const Session& session, const StoragePath& path, std::size_t sources)
+    : path_(path), isFolder_(existence(session.provider(path), path) == EntryExistence::Folder) {
     if (sources > 1) {
-        requireFolder(session.provider(), path_);
+        requireFolder(session.provider(path), path);
     }
 }
 

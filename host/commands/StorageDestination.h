@@ -10,7 +10,7 @@
 
 namespace storage::host {
 
-/// Where in the storage the sources of one command go: into a folder that exists, each under its own name, or
+/// Where in a storage the sources of one command go: into a folder that exists, each under its own name, or
 /// else to the destination path itself, of which there can be only one.
 class StorageDestination {
 public:
@@ -18,7 +18,7 @@ public:
     /// and the destination is not a folder, or when it cannot be looked at.
     /// @param operand  the destination as the user gave it
     /// @param sources  how many entries are to go there
-    static std::optional<StorageDestination> find(const Session& session, const std::string& operand,
+    static std::optional<StorageDestination> find(Session& session, const std::string& operand,
                                                   std::size_t sources);
 
     /// The destination itself.
@@ -32,7 +32,7 @@ public:
     RootAttributes attributesFor(std::u16string_view name) const;
 
 private:
-    StorageDestination(const Session& session, const std::string& operand, std::size_t sources);
+    StorageDestination(const Session& session, const StoragePath& path, std::size_t sources);
 
     StoragePath path_;
     bool isFolder_;

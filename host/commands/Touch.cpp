@@ -15,20 +15,20 @@ public:
 
     void run(Session& session, const Words& operands) override {
         for (const std::string& word : operands) {
-            session.console().attempt(word, [&] { touch(session, session.resolve(word)); });
+            session.attempt(word, [&](const StoragePath& path) { touch(session, path); });
         }
     }
 
 private:
     static void touch(Session& session, const StoragePath& path) {
-        if (existence(session.provider(), path) == EntryExistence::Missing) {
-            refuseFileAbove(session.provider(), path);
-            session.provider().doCreateFile(path.iri());
+        if (existence(session.provider(path), path) == EntryExistence::Missing) {
+            refuseFileAbove(session.provider(path), path);
+            session.provider(path).doCreateFile(path.iri());
         } else {
-            session.provider().doSetLastModified(path.iri(),
-                                                 boost::posix_time::microsec_clock::universal_time());
+            session.provider(path).doSetLastModified(path.iri(),
+                                                     boost::posix_time::microsec_clock::universal_time());
         }
-        session.kept().changed(path);
+        session.kept(path).changed(path);
     }
 };
 

@@ -9,10 +9,8 @@ void transferEach(Session& session, const std::vector<std::string>& operands,
     auto destination = StorageDestination::find(session, operands.back(), operands.size() - 1);
     for (std::size_t i = 0; destination && i + 1 < operands.size(); ++i) {
         session.interruption().check();
-        session.console().attempt(operands[i], [&] {
-            const StoragePath source = session.resolve(operands[i]);
-            transfer(source, destination->of(source.name()));
-        });
+        session.attempt(operands[i],
+                        [&](const StoragePath& source) { transfer(source, destination->of(source.name())); });
     }
 }
 

@@ -8,7 +8,7 @@
 
 namespace storage::host {
 
-/// Runs a command whose operands are SOURCE... DESTINATION, all in the storage, source by source. One that fails is
+/// Runs a command whose operands are SOURCE... DESTINATION, all in storages, source by source. One that fails is
 /// reported and the next one gets its turn. Several sources need a folder to go to.
 /// @param operands  at least two
 /// @param transfer  copies or moves one source to its place

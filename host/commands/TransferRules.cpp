@@ -2,6 +2,7 @@
 
 #include "host/storage/EntryRules.h"
 #include "host/storage/FailureCause.h"
+#include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
 
 namespace storage::host {
@@ -12,10 +13,10 @@ void refuseImpossibleTransfer(const Session& session, const StoragePath& source,
     if (source == target) {
         throw CommandError(source.printed(), "source and destination are the same");
     }
-    if (source.contains(target) && existence(session.provider(), source) == EntryExistence::Folder) {
+    if (source.contains(target) && existence(session.provider(source), source) == EntryExistence::Folder) {
         throw CommandError(source.printed(), "a folder cannot go below itself, to " + target.printed());
     }
-    if (const auto reason = whyNoFolderHolds(session.provider(), target)) {
+    if (const auto reason = whyNoFolderHolds(session.provider(target), target)) {
         throw CommandError(source.printed(), "cannot go to " + target.printed() + ": " + *reason);
     }
     refuseReadOnlyFolder(session, target.parent());
@@ -30,20 +31,23 @@ void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path
     }
 }
 
-void refuseReadOnlyFile(const Session& session, const StoragePath& path) {
-    if (existence(session.provider(), path) == EntryExistence::File &&
-        !session.provider().doGetFileAttributes(path.iri()).isWritable()) {
-        throw CommandError(path.printed(), "the file is read-only");
-    }
-}
-
 void requireWritableFolder(const Session& session, const StoragePath& path) {
-    requireFolder(session.provider(), path);
+    requireFolder(session.provider(path), path);
     refuseReadOnlyFolder(session, path);
 }
 
+void refuseReadOnlyFolders(const Session& session, const StoragePath& top) {
+    for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
+        session.interruption().check();
+        if (step->kind == TreeWalk::Step::Kind::Folder) {
+            refuseReadOnlyFolder(session, step->path);
+            walk.descend();
+        }
+    }
+}
+
 void refuseReadOnlyFolder(const Session& session, const StoragePath& path) {
-    if (!session.provider().doGetFolderAttributes(path.iri()).isWritable()) {
+    if (!session.provider(path).doGetFolderAttributes(path.iri()).isWritable()) {
         throw CommandError(path.printed(), "the folder is read-only");
     }
 }

@@ -14,14 +14,14 @@ void refuseImpossibleTransfer(const Session& session, const StoragePath& source,
 /// @throws CommandError
 void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path);
 
-/// Refuses to replace a read-only file.
-/// @throws CommandError
-void refuseReadOnlyFile(const Session& session, const StoragePath& path);
-
 /// Refuses a folder that is read-only.
 /// @param path  an existing folder
 /// @throws CommandError
 void refuseReadOnlyFolder(const Session& session, const StoragePath& path);
+
+/// Refuses a tree with a read-only folder, which would keep what it holds. A file is no such tree.
+/// @throws CommandError
+void refuseReadOnlyFolders(const Session& session, const StoragePath& top);
 
 /// Refuses a folder that is missing or read-only.
 /// @throws CommandError

@@ -23,15 +23,14 @@ public:
     void run(Session& session, const Words& operands) override {
         readDepth();
         const std::string word = operands.empty() ? "." : operands.front();
-        session.console().attempt(word, [&] { show(session, word); });
+        session.attempt(word, [&](const StoragePath& top) { show(session, word, top); });
     }
 
 private:
-    void show(Session& session, const std::string& word) {
-        const StoragePath top = session.resolve(word);
-        requireEntry(session.provider(), top);
+    void show(Session& session, const std::string& word, const StoragePath& top) {
+        requireEntry(session.provider(top), top);
         session.console().out() << session.console().shown(displayPath(word, top, top)) << '\n';
-        for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
+        for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
             session.interruption().check();
             session.console().attempt(step->path.printed(), [&] { visit(session, walk, *step); });
         }

@@ -48,13 +48,12 @@ public:
         }
         const unsigned long long size = parseSize(*sizeText_);
         for (const std::string& word : operands) {
-            session.console().attempt(word, [&] {
-                const StoragePath path = session.resolve(word);
-                refuseFolder(session.provider(), path);
-                if (existence(session.provider(), path) == EntryExistence::Missing) {
-                    session.provider().doCreateFile(path.iri());
+            session.attempt(word, [&](const StoragePath& path) {
+                refuseFolder(session.provider(path), path);
+                if (existence(session.provider(path), path) == EntryExistence::Missing) {
+                    session.provider(path).doCreateFile(path.iri());
                 }
-                session.kept().changed(path);
+                session.kept(path).changed(path);
                 resize(session, path, size);
             });
         }
@@ -64,7 +63,7 @@ private:
     /// Grows in steps, as each is one call of the provider that nothing can interrupt; a file that cannot be grown
     /// to the end gets its old size back.
     static void resize(Session& session, const StoragePath& path, unsigned long long size) {
-        const auto& provider = session.provider();
+        const auto& provider = session.provider(path);
         const unsigned long long oldSize = provider.doGetFileAttributes(path.iri()).getSize();
         try {
             for (unsigned long long reached = oldSize; reached + reportedStep < size;

@@ -35,13 +35,12 @@ public:
     }
 
     void run(Session& session, const Words& operands) override {
-        session.console().attempt(operands.front(), [&] { put(session, operands); });
+        session.attempt(operands.front(), [&](const StoragePath& path) { put(session, path, operands); });
     }
 
 private:
-    void put(Session& session, const Words& operands) const {
-        const StoragePath path = session.resolve(operands.front());
-        refuseFolder(session.provider(), path);
+    void put(Session& session, const StoragePath& path, const Words& operands) const {
+        refuseFolder(session.provider(path), path);
         if (operands.size() == 2 && operands[1] == "-") {
             putInput(session, path);
             return;
@@ -51,34 +50,34 @@ private:
             text += (i > 1 ? " " : "") + operands[i];
         }
         text += '\n';
-        session.kept().changed(path);
-        ByteStreamDevice(session.provider().doOpenStream(path.iri(), options_))
+        session.kept(path).changed(path);
+        ByteStreamDevice(session.provider(path).doOpenStream(path.iri(), options_))
             .write(text.data(), static_cast<std::streamsize>(text.size()));
     }
 
     /// Puts all that the standard input has into the file. A replaced file is kept until the input has ended.
     void putInput(Session& session, const StoragePath& path) const {
         const FileDescriptor input = openInput(session);
-        const auto& provider = session.provider();
+        const auto& provider = session.provider(path);
         const auto iri = path.iri();
         if (existence(provider, path) == EntryExistence::Missing) {
             UnfinishedFile file(provider, iri);
             copyInput(session, input, path);
             file.finish();
         } else if (options_.content == ByteStreamContent::Empty) {
-            refuseReadOnlyFile(session, path);
+            refuseReadOnlyFile(provider, path);
             TemporaryStorageFile replacement(provider, path);
             copyInput(session, input, replacement.path());
             replacement.moveIntoPlace();
-            session.kept().changed(path);
+            session.kept(path).changed(path);
         } else {
-            session.kept().changed(path);
+            session.kept(path).changed(path);
             copyInput(session, input, path);
         }
     }
 
     void copyInput(Session& session, const FileDescriptor& input, const StoragePath& path) const {
-        ByteStreamDevice to(session.provider().doOpenStream(path.iri(), options_));
+        ByteStreamDevice to(session.provider(path).doOpenStream(path.iri(), options_));
         std::vector<char> buffer(transferBufferSize);
         std::size_t count = 0;
         do {

@@ -43,7 +43,7 @@ void Console::report(const Failure& failure) {
 }
 
 void Console::reportCurrentException(const std::string& path) {
-    report(Failure::ofCurrentException(path, diagnose_));
+    report(Failure::ofCurrentException(path, diagnosis_));
 }
 
 void Console::notice(const std::string& path, const std::string& text) {

@@ -73,8 +73,11 @@ public:
     /// @param path  used if the exception names no path
     void reportCurrentException(const std::string& path);
 
-    /// Sets the function that finds the reason of a storage failure.
-    void setDiagnosis(FailureDiagnosis diagnose) { diagnose_ = std::move(diagnose); }
+    /// Sets how failures of the storage are described.
+    /// @return the previous diagnosis
+    FailureDiagnosis setDiagnosis(FailureDiagnosis diagnosis) {
+        return std::exchange(diagnosis_, std::move(diagnosis));
+    }
 
     /// Prints "qzstorage: COMMAND: PATH: text" without counting a failure.
     void notice(const std::string& path, const std::string& text);
@@ -109,7 +112,7 @@ private:
     bool progressShown_ = false;
     bool hasColors_ = false;
     ConsoleObserver* observer_ = nullptr;
-    FailureDiagnosis diagnose_ = Failure::reasonOf;
+    FailureDiagnosis diagnosis_;
 };
 
 } // namespace storage::host

@@ -37,13 +37,13 @@ void ImportLog::add(const std::string& diskPath, const StoragePath& path, Import
                                            Import{++lastOrder_, std::move(selection)});
 }
 
-void ImportLog::moved(const StoragePath& from, const StoragePath& to) {
+void ImportLog::movedTo(ImportLog& log, const StoragePath& from, const StoragePath& to) {
     if (from == to) {
         return;
     }
     std::vector<std::pair<StoragePath, ImportSource>> sources;
     const auto take = [&](const std::u16string& text) {
-        const StoragePath path = StoragePath::resolve(StoragePath(), text);
+        const StoragePath path = StoragePath::resolve(root_, text);
         for (ImportSource& source : at(path)) {
             sources.emplace_back(path.rebased(from, to), std::move(source));
         }
@@ -61,15 +61,15 @@ void ImportLog::moved(const StoragePath& from, const StoragePath& to) {
     std::sort(sources.begin(), sources.end(),
               [](const auto& left, const auto& right) { return isEarlier(left.second, right.second); });
     for (const auto& [path, source] : sources) {
-        targets_[path.text()].insert_or_assign({source.diskPath, source.scope},
-                                               Import{++lastOrder_, source.selection});
+        log.targets_[path.text()].insert_or_assign({source.diskPath, source.scope},
+                                                   Import{++log.lastOrder_, source.selection});
     }
 }
 
 std::vector<StoragePath> ImportLog::topmost() const {
     std::vector<StoragePath> paths;
     for (const auto& [text, sources] : targets_) {
-        StoragePath path = StoragePath::resolve(StoragePath(), text);
+        StoragePath path = StoragePath::resolve(root_, text);
         if (!isBelowCopy(path)) {
             paths.push_back(std::move(path));
         }

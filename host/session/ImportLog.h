@@ -33,12 +33,22 @@ struct ImportSource {
 /// Thread safety: one object is for one thread.
 class ImportLog {
 public:
+    /// @param root  of the storage that the copies are in
+    explicit ImportLog(StoragePath root = StoragePath()) : root_(std::move(root)) {}
+
     /// The copy of `diskPath` is at `path`, on top of what was imported there before.
     void add(const std::string& diskPath, const StoragePath& path, ImportSource::Scope scope,
              std::shared_ptr<const EntrySelection> selection = std::make_shared<EntrySelection>());
 
     /// Follows the entry at `from`, and all below it, to `to`, on top of what was imported there before.
-    void moved(const StoragePath& from, const StoragePath& to);
+    void moved(const StoragePath& from, const StoragePath& to) { movedTo(*this, from, to); }
+
+    /// The same to another storage.
+    /// @param log  of the storage of `to`
+    void movedTo(ImportLog& log, const StoragePath& from, const StoragePath& to);
+
+    /// Of the storage that the copies are in.
+    const StoragePath& root() const noexcept { return root_; }
 
     bool empty() const noexcept { return targets_.empty(); }
 
@@ -63,6 +73,7 @@ private:
 
     bool isBelowCopy(const StoragePath& path) const;
 
+    StoragePath root_;
     std::map<std::u16string, Sources> targets_; ///< by paths of the storage
     unsigned long long lastOrder_ = 0;
 };

@@ -37,20 +37,36 @@ Completer::Completion Completer::complete(std::string_view line) const {
         return {};
     }
     const std::string& word = beginning->words.back().text;
-    const std::size_t nameBegin = word.rfind('/') + 1; // 0 if there is none
-    const std::string folder = word.substr(0, nameBegin);
-    const std::string name = word.substr(nameBegin);
     switch (kindOfLast(beginning->words)) {
     case WordKind::Storage:
-        return completion(name, namesWith(StorageLookup(session_), folder, name), beginning->quotes);
+        return pathCompletion(StorageLookup(session_), word, beginning->quotes);
     case WordKind::Disk:
-        return completion(name, namesWith(DiskLookup(), folder, name), beginning->quotes);
+        return pathCompletion(DiskLookup(), word, beginning->quotes);
     case WordKind::Command:
         return completion(word, commandsWith(word), beginning->quotes);
     case WordKind::Text:
         break;
     }
     return {};
+}
+
+Completer::Completion Completer::pathCompletion(const PathLookup& lookup, const std::string& word,
+                                                Quotes quotes) const {
+    const std::size_t nameBegin =
+        std::max(word.rfind('/') + 1, lookup.prefixLength(word)); // 0 if there is none
+    const std::string name = word.substr(nameBegin);
+    std::vector<std::string> candidates = namesWith(lookup, word.substr(0, nameBegin), name);
+    if (nameBegin == 0) {
+        // Without "./" in front they would select a storage.
+        std::erase_if(candidates, [&](const std::string& found) { return lookup.prefixLength(found) > 0; });
+        for (const auto& storage : session_.storages()) {
+            const std::string root = storage->name() + ":/";
+            if (lookup.prefixLength(root) > 0 && root.starts_with(word)) {
+                candidates.push_back(root);
+            }
+        }
+    }
+    return completion(name, std::move(candidates), quotes);
 }
 
 /// Nothing where no word can be completed: in a comment, behind a backslash, or in a line that cannot be understood.
@@ -115,7 +131,8 @@ std::vector<std::string> Completer::namesWith(const PathLookup& lookup, const st
         if (!name.starts_with(prefix) || printable(name) != name) {
             continue;
         }
-        if (lookup.exists(folder + name, PathLookup::Wanted::Folders)) {
+        // A name with a colon is one only behind a slash.
+        if (lookup.exists((folder.empty() ? "./" : folder) + name, PathLookup::Wanted::Folders)) {
             name += '/';
         }
         names.push_back(std::move(name));

@@ -15,7 +15,7 @@ namespace storage::host {
 class PathLookup;
 
 /// Completes the word before the cursor: the name of a command, or a path of the storage or of the disk, as the command
-/// takes it. What it adds is quoted like the word, or else by backslashes.
+/// takes it. Where storages have names, their prefixes are completed, too. What it adds is quoted like the word, or else by backslashes.
 ///
 /// Names with control characters, and those that are not UTF-8, cannot be typed and are left out.
 ///
@@ -44,6 +44,7 @@ private:
     static std::optional<Beginning> read(std::string_view line);
     static std::string quoted(std::string_view text, Quotes quotes);
     static Completion completion(std::string_view prefix, std::vector<std::string> candidates, Quotes quotes);
+    Completion pathCompletion(const PathLookup& lookup, const std::string& word, Quotes quotes) const;
     WordKind kindOfLast(std::vector<Word> words) const;
     std::vector<std::string> commandsWith(std::string_view prefix) const;
     static std::vector<std::string> namesWith(const PathLookup& lookup, const std::string& folder,

@@ -70,7 +70,6 @@ private:
 };
 
 std::vector<std::string> Glob::expand(const Word& word) const {
-    std::size_t position = 0;
     bool hasWildcard = false;
     for (std::size_t i = 0; i < word.text.size() && !hasWildcard; ++i) {
         hasWildcard = word.isWildcard(i);
@@ -79,7 +78,9 @@ std::vector<std::string> Glob::expand(const Word& word) const {
         return {word.text};
     }
 
-    std::vector<std::string> paths{""};
+    const std::size_t prefix = prefixLength(word);
+    std::size_t position = prefix;
+    std::vector<std::string> paths{word.text.substr(0, prefix)};
     while (position < word.text.size() && !paths.empty()) {
         paths = step(paths, Component(word, position));
     }
@@ -94,7 +95,7 @@ std::vector<std::string> Glob::step(const std::vector<std::string>& from, const 
     std::vector<std::string> to;
     for (const std::string& path : from) {
         if (component.text().empty()) { // only a leading slash leaves nothing in front of it
-            to.push_back(component.slashes());
+            to.push_back(path + component.slashes());
         } else if (component.hasWildcard()) {
             addMatches(path, component, to);
         } else {
@@ -109,9 +110,21 @@ void Glob::addMatches(const std::string& from, const Component& component,
     const WildcardPattern pattern = component.pattern();
     for (const std::string& name : lookup_.names(from, component.wanted())) {
         if (pattern.matches(toUtf16(name))) {
-            to.push_back(from + name + component.slashes());
+            const bool isMistakable = from.empty() && lookup_.prefixLength(name) > 0;
+            to.push_back((isMistakable ? "./" : from) + name + component.slashes());
         }
     }
+}
+
+/// A prefix with a wildcard is none: the word is a pattern of names with a colon.
+std::size_t Glob::prefixLength(const Word& word) const {
+    const std::size_t length = lookup_.prefixLength(word.text);
+    for (std::size_t i = 0; i < length; ++i) {
+        if (word.isWildcard(i)) {
+            return 0;
+        }
+    }
+    return length;
 }
 
 void Glob::addLiteral(const std::string& from, const Component& component,

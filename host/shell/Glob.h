@@ -17,8 +17,8 @@ public:
     explicit Glob(const PathLookup& lookup) : lookup_(lookup) {}
 
     /// The matching paths, spelt like the word (relative if it is) and sorted by their bytes; the word's own
-    /// text when it has no wildcard or nothing matches. A path that would look like an option is given with
-    /// "./" in front. Names that UTF-8 cannot spell match nothing.
+    /// text when it has no wildcard or nothing matches. A path that would look like an option, or like one with a
+    /// prefix, is given with "./" in front. Names that UTF-8 cannot spell match nothing.
     std::vector<std::string> expand(const Word& word) const;
 
 private:
@@ -26,6 +26,7 @@ private:
 
     std::vector<std::string> step(const std::vector<std::string>& from, const Component& component) const;
     void addMatches(const std::string& from, const Component& component, std::vector<std::string>& to) const;
+    std::size_t prefixLength(const Word& word) const;
     void addLiteral(const std::string& from, const Component& component, std::vector<std::string>& to) const;
 
     const PathLookup& lookup_;

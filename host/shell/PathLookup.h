@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace storage::host {
@@ -17,10 +19,13 @@ public:
     virtual ~PathLookup() = default;
 
     /// The names in a folder, of any bytes. None if there is no such folder.
-    /// @param folder  ends in a slash, or is empty for the current folder
+    /// @param folder  ends in a slash, or is empty for the current folder; it may also be a prefix alone
     virtual std::vector<std::string> names(const std::string& folder, Wanted wanted) const = 0;
 
     virtual bool exists(const std::string& path, Wanted wanted) const = 0;
+
+    /// How many bytes at the beginning of a word do not belong to a path but say where it is looked up.
+    virtual std::size_t prefixLength(std::string_view) const { return 0; }
 };
 
 } // namespace storage::host

@@ -1,11 +1,11 @@
 #include "host/shell/Shell.h"
 
+#include "host/console/DiagnosisScope.h"
 #include "host/console/RunReported.h"
 #include "host/shell/CommandLineLexer.h"
 #include "host/shell/DiskLookup.h"
 #include "host/shell/Glob.h"
 #include "host/shell/StorageLookup.h"
-#include "host/storage/FailureCause.h"
 #include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 
@@ -14,27 +14,6 @@
 #include <utility>
 
 namespace storage::host {
-
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::IProvider;
-
-namespace {
-
-/// As long as it lives, failures of the storage are reported with the cause that the storage shows.
-class DiagnosisScope {
-public:
-    DiagnosisScope(Console& console, const IProvider& provider) : console_(console) {
-        console_.setDiagnosis([&provider](const Exception& error) { return causeOf(error, provider); });
-    }
-    DiagnosisScope(const DiagnosisScope&) = delete;
-    DiagnosisScope& operator=(const DiagnosisScope&) = delete;
-    ~DiagnosisScope() { console_.setDiagnosis(Failure::reasonOf); }
-
-private:
-    Console& console_;
-};
-
-} // namespace
 
 ExitStatus Shell::run(LineSource& lines) {
     ExitStatus result = ExitStatus::Success;
@@ -74,7 +53,7 @@ ExitStatus Shell::runNext(LineSource& lines) {
 
 ExitStatus Shell::execute(std::string_view line) {
     Console& console = session_.console();
-    const DiagnosisScope diagnosis(console, session_.provider());
+    const DiagnosisScope diagnosis(console, session_.storageOf(session_.currentFolder()).diagnosis());
     console.beginCommand("");
     return runReported(console, [&] {
         runLine(line);

@@ -4,17 +4,19 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::StorageIRI;
-
 std::vector<std::string> StorageLookup::names(const std::string& folder, Wanted wanted) const {
-    const StorageIRI path = find(folder);
-    const auto& provider = session_.provider();
-    if (!provider.doFolderExists(path)) {
-        return {};
-    }
+    const StoragePath path = find(folder);
+    const SessionStorage& storage = session_.storageOf(path);
+    std::vector<std::u16string> names;
+    storage.attribute([&] {
+        const auto& provider = storage.provider();
+        if (provider.doFolderExists(path.iri())) {
+            names = wanted == Wanted::Folders ? provider.doListFoldersNamesOnly(path.iri())
+                                              : provider.doListAllNamesOnly(path.iri());
+        }
+    });
     std::vector<std::string> result;
-    for (const std::u16string& name : wanted == Wanted::Folders ? provider.doListFoldersNamesOnly(path)
-                                                                : provider.doListAllNamesOnly(path)) {
+    for (const std::u16string& name : names) {
         if (auto text = toUtf8(name)) {
             result.push_back(*std::move(text));
         }
@@ -23,12 +25,22 @@ std::vector<std::string> StorageLookup::names(const std::string& folder, Wanted 
 }
 
 bool StorageLookup::exists(const std::string& path, Wanted wanted) const {
-    return wanted == Wanted::Folders ? session_.provider().doFolderExists(find(path))
-                                     : session_.provider().doExists(find(path));
+    const StoragePath found = find(path);
+    const SessionStorage& storage = session_.storageOf(found);
+    bool result = false;
+    storage.attribute([&] {
+        result = wanted == Wanted::Folders ? storage.provider().doFolderExists(found.iri())
+                                           : storage.provider().doExists(found.iri());
+    });
+    return result;
 }
 
-StorageIRI StorageLookup::find(const std::string& path) const {
-    return StoragePath::resolve(session_.currentFolder(), toUtf16(path)).iri();
+std::size_t StorageLookup::prefixLength(std::string_view word) const {
+    return session_.prefixLength(word);
+}
+
+StoragePath StorageLookup::find(const std::string& path) const {
+    return path.empty() ? session_.currentFolder() : session_.resolve(path);
 }
 
 } // namespace storage::host

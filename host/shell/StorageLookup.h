@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// Looks up paths in the storage of a session. Names that no bytes spell are left out.
+/// Looks up paths in the storages of a session. Names that no bytes spell are left out.
 ///
 /// Borrows the session. Thread safety: as the session.
 class StorageLookup final : public PathLookup {
@@ -14,9 +14,10 @@ public:
 
     std::vector<std::string> names(const std::string& folder, Wanted wanted) const override;
     bool exists(const std::string& path, Wanted wanted) const override;
+    std::size_t prefixLength(std::string_view word) const override;
 
 private:
-    foundation::storage::provider::StorageIRI find(const std::string& path) const;
+    StoragePath find(const std::string& path) const;
 
     const Session& session_;
 };

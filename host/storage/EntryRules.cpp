@@ -59,6 +59,13 @@ void refuseFileAbove(const IProvider& provider, const StoragePath& path) {
     }
 }
 
+void refuseReadOnlyFile(const IProvider& provider, const StoragePath& path) {
+    if (existence(provider, path) == EntryExistence::File &&
+        !provider.doGetFileAttributes(path.iri()).isWritable()) {
+        throw CommandError(path.printed(), "the file is read-only");
+    }
+}
+
 std::optional<Obstacle> obstacleAbove(const IProvider& provider, const StoragePath& path) {
     if (provider.doFolderExists(path.parent().iri())) {
         return std::nullopt;
@@ -66,7 +73,7 @@ std::optional<Obstacle> obstacleAbove(const IProvider& provider, const StoragePa
     // From the root down, because most of a long path may be missing.
     const std::u16string& text = path.text();
     for (std::size_t end = text.find(u'/', 1); end != std::u16string::npos; end = text.find(u'/', end + 1)) {
-        const StoragePath above = StoragePath::resolve(StoragePath(), text.substr(0, end));
+        const StoragePath above = StoragePath::resolve(path, text.substr(0, end));
         switch (existence(provider, above)) {
         case EntryExistence::File:
             return Obstacle{above, Obstacle::Kind::File};

@@ -46,4 +46,7 @@ void refuseFileAbove(const foundation::storage::provider::IProvider& provider, c
 /// @throws CommandError when a folder exists at `path`, or a file above it
 void refuseFolder(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
 
+/// @throws CommandError when a read-only file exists at `path`
+void refuseReadOnlyFile(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
+
 } // namespace storage::host

@@ -44,8 +44,9 @@ std::optional<std::string> causeOfReadOnly(const IProvider& provider, const Stor
     return kind ? "the " + *kind + " and " + folderText + " are read-only" : folderText + " is read-only";
 }
 
-std::optional<std::string> shownCauseOf(const Exception& error, const IProvider& provider) {
-    const StoragePath path = StoragePath::resolve(StoragePath(), error.getIRI().getPath());
+std::optional<std::string> shownCauseOf(const Exception& error, const IProvider& provider,
+                                        const StoragePath& root) {
+    const StoragePath path = StoragePath::resolve(root, error.getIRI().getPath());
     switch (error.getErrorCode()) {
     case ErrorCode::NotFound:
         return causeOfNotFound(provider, path);
@@ -65,9 +66,9 @@ std::optional<std::string> shownCauseOf(const Exception& error, const IProvider&
 
 } // namespace
 
-std::string causeOf(const Exception& error, const IProvider& provider) {
+std::string causeOf(const Exception& error, const IProvider& provider, const StoragePath& root) {
     try {
-        if (auto cause = shownCauseOf(error, provider)) {
+        if (auto cause = shownCauseOf(error, provider, root)) {
             return *std::move(cause);
         }
     } catch (...) { // a provider may throw any class

@@ -12,10 +12,11 @@
 namespace storage::host {
 
 /// Describes the probable cause of a failure by checking which entries exist and are writable.
+/// @param root  root folder of the storage, for the paths in the text
 /// @return for example "folder /a does not exist"; the exception's own reason if the storage does not show
 ///     the cause, or fails
 std::string causeOf(const foundation::storage::provider::Exception& error,
-                    const foundation::storage::provider::IProvider& provider);
+                    const foundation::storage::provider::IProvider& provider, const StoragePath& root);
 
 /// Describes why there is no parent folder for an entry at `path`.
 /// @return for example "folder /a does not exist" or "/a is not a folder"; nothing if the folder exists

@@ -7,7 +7,7 @@
 namespace storage::host {
 
 StoragePath StoragePath::resolve(const StoragePath& base, std::u16string_view text) {
-    StoragePath result = text.starts_with(u'/') ? StoragePath() : base;
+    StoragePath result = text.starts_with(u'/') ? base.root() : base;
     while (!text.empty()) {
         const std::u16string_view name = text.substr(0, text.find(u'/'));
         text.remove_prefix(std::min(name.size() + 1, text.size()));
@@ -37,8 +37,9 @@ StoragePath StoragePath::child(std::u16string_view name) const {
 }
 
 bool StoragePath::contains(const StoragePath& other) const noexcept {
-    return isRoot() || (other.text_.starts_with(text_) &&
-                        (other.text_.size() == text_.size() || other.text_[text_.size()] == u'/'));
+    return storage_ == other.storage_ &&
+           (isRoot() || (other.text_.starts_with(text_) &&
+                         (other.text_.size() == text_.size() || other.text_[text_.size()] == u'/')));
 }
 
 StoragePath StoragePath::rebased(const StoragePath& from, const StoragePath& to) const {
@@ -59,8 +60,12 @@ void StoragePath::leave() {
     text_.resize(std::max<std::size_t>(text_.rfind(u'/'), 1));
 }
 
+std::u16string StoragePath::displayed() const {
+    return storage_ ? *storage_ + u':' + text_ : text_;
+}
+
 std::string StoragePath::printed() const {
-    return printable(text_);
+    return printable(displayed());
 }
 
 foundation::storage::provider::StorageIRI StoragePath::iri() const {

@@ -2,20 +2,32 @@
 
 #include "hostapi/storage/provider/StorageIRI.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace storage::host {
 
-/// An absolute path of the storage in canonical form: "/", or names joined by single slashes, with "." and
-/// ".." resolved. A value.
+/// An absolute path of a storage in canonical form: "/", or names joined by single slashes, with "." and
+/// ".." resolved. In a session with several storages the path also has the name of its storage; paths of
+/// different storages are never equal. A value.
 class StoragePath {
 public:
+    /// Shared by all paths of one storage, and compared by its address. Null where there is only one storage.
+    using StorageName = std::shared_ptr<const std::u16string>;
+
     /// The root folder.
     StoragePath() : text_(u"/") {}
+    explicit StoragePath(StorageName storage) : storage_(std::move(storage)), text_(u"/") {}
 
-    /// Resolves `text` relative to `base`. ".." of the root is the root.
+    /// Resolves `text` relative to `base`, in the same storage. ".." of the root is the root.
     static StoragePath resolve(const StoragePath& base, std::u16string_view text);
+
+    const StorageName& storage() const noexcept { return storage_; }
+
+    /// The root folder of the same storage.
+    StoragePath root() const { return StoragePath(storage_); }
 
     bool isRoot() const noexcept { return text_.size() == 1; }
 
@@ -34,9 +46,13 @@ public:
     /// This path after `from` has been renamed to `to`. `from` must be this path or an ancestor of it.
     StoragePath rebased(const StoragePath& from, const StoragePath& to) const;
 
+    /// Without the name of the storage.
     const std::u16string& text() const noexcept { return text_; }
 
-    /// The path, escaped for one line of a message.
+    /// "/path", or "NAME:/path" if the storage has a name.
+    std::u16string displayed() const;
+
+    /// The path as displayed, escaped for one line of a message.
     std::string printed() const;
 
     foundation::storage::provider::StorageIRI iri() const;
@@ -47,6 +63,7 @@ private:
     void enter(std::u16string_view name);
     void leave();
 
+    StorageName storage_;
     std::u16string text_;
 };
 

@@ -20,15 +20,19 @@ std::string Failure::reasonOf(const Exception& error) {
     return text.substr(text.rfind(Exception::describe(error.getErrorCode())));
 }
 
-Failure Failure::ofCurrentException(const std::string& path, const FailureDiagnosis& diagnose) {
+Failure Failure::ofCurrentException(const std::string& path) {
+    return ofCurrentException(path, FailureDiagnosis());
+}
+
+Failure Failure::ofCurrentException(const std::string& path, const FailureDiagnosis& diagnosis) {
     try {
         throw;
     } catch (const CommandError& error) {
         return {error.path(), error.what()};
     } catch (const Exception& error) {
-        return {printable(error.getIRI().getPath()), diagnose(error)};
+        return {diagnosis.pathPrefix + printable(error.getIRI().getPath()), diagnosis.reason(error)};
     } catch (const SystemError& error) {
-        return {printable(error.getIRI().getPath()), error.code().message()};
+        return {diagnosis.pathPrefix + printable(error.getIRI().getPath()), error.code().message()};
     } catch (const std::bad_alloc&) {
         return {path, "out of memory"};
     } catch (const std::system_error& error) {

@@ -7,8 +7,7 @@
 
 namespace storage::host {
 
-/// Returns the reason of a storage failure in words.
-using FailureDiagnosis = std::function<std::string(const foundation::storage::provider::Exception& error)>;
+struct FailureDiagnosis;
 
 /// A failure: what failed, where, and why. A value.
 struct Failure {
@@ -17,15 +16,26 @@ struct Failure {
 
     /// Describes the current exception. Works for every exception, also for classes that only a plug-in
     /// defines.
-    /// @param path      used if the exception names no path
-    /// @param diagnose  returns the reason of a storage failure
-    static Failure ofCurrentException(const std::string& path, const FailureDiagnosis& diagnose = reasonOf);
+    /// @param path       used if the exception names no path
+    /// @param diagnosis  of a storage failure
+    static Failure ofCurrentException(const std::string& path, const FailureDiagnosis& diagnosis);
+
+    /// The same without a diagnosis.
+    static Failure ofCurrentException(const std::string& path);
 
     /// The exception's reason without its path. If the error code has no name, its number is included.
     static std::string reasonOf(const foundation::storage::provider::Exception& error);
 
     /// "path: reason", or the reason alone.
     std::string text() const;
+};
+
+/// How the failures of one storage are described. A value.
+struct FailureDiagnosis {
+    /// Finds the reason in words.
+    std::function<std::string(const foundation::storage::provider::Exception& error)> reason =
+        Failure::reasonOf;
+    std::string pathPrefix{}; ///< "NAME:" of the storage, where there are several
 };
 
 } // namespace storage::host

@@ -46,18 +46,19 @@ ExportSource::Entry complete(DiskAttributes known, EntryKind kind, bool isWritab
 } // namespace
 
 EntryKind SessionExportSource::kindOf(const StoragePath& path) {
-    return requireEntry(provider_, path) == EntryExistence::Folder ? EntryKind::Folder : EntryKind::File;
+    return requireEntry(session_.provider(path), path) == EntryExistence::Folder ? EntryKind::Folder
+                                                                                 : EntryKind::File;
 }
 
 std::vector<ExportSource::Child> SessionExportSource::childrenOf(const StoragePath& folder) {
     std::vector<Child> children;
-    for (const FolderEntry& entry : sortedEntries(provider_.doListAll(folder.iri()))) {
+    for (const FolderEntry& entry : sortedEntries(session_.provider(folder).doListAll(folder.iri()))) {
         children.push_back({entry.getName(), entry.getType() == FolderEntry::EntryType::Folder
                                                  ? EntryKind::Folder
                                                  : EntryKind::File});
     }
     const auto isBefore = [](const Child& left, const Child& right) { return left.name < right.name; };
-    const auto special = kept_.specialIn(folder);
+    const auto special = session_.kept(folder).specialIn(folder);
     const auto stored = static_cast<std::ptrdiff_t>(children.size());
     for (const KeptAttributes::Special& entry : special) {
         const Child child{entry.name, entry.kind};
@@ -71,24 +72,24 @@ std::vector<ExportSource::Child> SessionExportSource::childrenOf(const StoragePa
 
 ExportSource::Entry SessionExportSource::entryAt(const StoragePath& path, EntryKind kind) {
     if (kind == EntryKind::Folder) {
-        const auto stored = provider_.doGetFolderAttributes(path.iri());
+        const auto stored = session_.provider(path).doGetFolderAttributes(path.iri());
         const auto time = stored.getLastModified();
-        return complete(kept_.find(path, time), kind, stored.isWritable(), time);
+        return complete(session_.kept(path).find(path, time), kind, stored.isWritable(), time);
     }
     if (kind == EntryKind::File) {
-        const auto stored = provider_.doGetFileAttributes(path.iri());
+        const auto stored = session_.provider(path).doGetFileAttributes(path.iri());
         const auto time = stored.getLastModified();
-        return complete(kept_.find(path, time), kind, stored.isWritable(), time);
+        return complete(session_.kept(path).find(path, time), kind, stored.isWritable(), time);
     }
-    return {kept_.find(path, {}), true};
+    return {session_.kept(path).find(path, {}), true};
 }
 
 std::uint64_t SessionExportSource::sizeOf(const StoragePath& file) {
-    return provider_.doGetFileAttributes(file.iri()).getSize();
+    return session_.provider(file).doGetFileAttributes(file.iri()).getSize();
 }
 
 std::unique_ptr<ExportSource::Reader> SessionExportSource::open(const StoragePath& file) {
-    return std::make_unique<StreamReader>(provider_.doOpenReadOnlyStream(file.iri()));
+    return std::make_unique<StreamReader>(session_.provider(file).doOpenReadOnlyStream(file.iri()));
 }
 
 } // namespace storage::host

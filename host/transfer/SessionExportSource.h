@@ -1,20 +1,16 @@
 #pragma once
 
-#include "host/session/KeptAttributes.h"
+#include "host/session/Session.h"
 #include "host/transfer/ExportSource.h"
-#include "hostapi/storage/provider/IProvider.h"
 
 namespace storage::host {
 
-/// A provider, and the session's record of what it does not keep.
+/// The storages of a session, and its record of what their providers do not keep.
 ///
-/// Borrows both. Thread safety: one object is for one thread.
+/// Borrows the session. Thread safety: one object is for one thread.
 class SessionExportSource final : public ExportSource {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-
-    SessionExportSource(const IProvider& provider, const KeptAttributes& kept)
-        : provider_(provider), kept_(kept) {}
+    explicit SessionExportSource(const Session& session) : session_(session) {}
 
     Authority authority() const noexcept override { return Authority::Disk; }
     EntryKind kindOf(const StoragePath& path) override;
@@ -24,8 +20,7 @@ public:
     std::unique_ptr<Reader> open(const StoragePath& file) override;
 
 private:
-    const IProvider& provider_;
-    const KeptAttributes& kept_;
+    const Session& session_;
 };
 
 } // namespace storage::host

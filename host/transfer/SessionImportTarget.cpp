@@ -168,7 +168,9 @@ void SessionImportTarget::makeSpecial(const StoragePath& path, const DiskAttribu
 }
 
 void SessionImportTarget::apply(const StoragePath& path, const DiskAttributes& attributes) {
-    provider_.doSetLastModified(path.iri(), fromDiskTime(attributes.modified.value()));
+    if (attributes.modified) {
+        provider_.doSetLastModified(path.iri(), fromDiskTime(*attributes.modified));
+    }
     provider_.doSetWritable(path.iri(), (attributes.mode.value() & S_IWUSR) != 0);
 }
 

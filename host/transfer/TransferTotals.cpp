@@ -6,6 +6,17 @@
 
 namespace storage::host {
 
+TransferTotals& TransferTotals::operator+=(const TransferTotals& other) noexcept {
+    folders += other.folders;
+    files += other.files;
+    bytes += other.bytes;
+    symbolicLinks += other.symbolicLinks;
+    specialFiles += other.specialFiles;
+    unchanged += other.unchanged;
+    skipped += other.skipped;
+    return *this;
+}
+
 std::string TransferTotals::summary() const {
     std::string text =
         counted(folders, "folder") + ", " + counted(files, "file") + ", " + counted(bytes, "byte");

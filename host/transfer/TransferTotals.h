@@ -14,8 +14,10 @@ struct TransferTotals {
     unsigned long long unchanged = 0;    ///< files that an update leaves out
     unsigned long long skipped = 0;      ///< entries that transfers leave out
 
-    /// "12 folders, 345 files, 6789 bytes", and ", 2 symbolic links", ", 1 special file", ", 4 unchanged" and ", skipped 3" if
-    /// there were any.
+    TransferTotals& operator+=(const TransferTotals& other) noexcept;
+
+    /// "12 folders, 345 files, 6789 bytes", and if there were any ", 2 symbolic links", ", 1 special file",
+    /// ", 4 unchanged" and ", skipped 3".
     std::string summary() const;
 };
 

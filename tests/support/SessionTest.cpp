@@ -5,11 +5,34 @@
 
 using storage::host::FailureHandling;
 using storage::host::OutputKind;
+using storage::host::Session;
 
-SessionTest::SessionTest()
-    : provider_(std::make_shared<HookedProvider>(sharedProvider(TEST_PLUGIN))),
+namespace {
+
+std::vector<std::shared_ptr<HookedProvider>> makeProviders(std::size_t count) {
+    std::vector<std::shared_ptr<HookedProvider>> providers;
+    while (providers.size() < count) {
+        providers.push_back(std::make_shared<HookedProvider>(sharedProvider(TEST_PLUGIN)));
+    }
+    return providers;
+}
+
+std::vector<Session::NamedProvider> named(const std::vector<std::string>& names,
+                                          const std::vector<std::shared_ptr<HookedProvider>>& providers) {
+    std::vector<Session::NamedProvider> result;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        result.push_back({names[i], *providers[i]});
+    }
+    return result;
+}
+
+} // namespace
+
+SessionTest::SessionTest(const std::vector<std::string>& names)
+    : providers_(makeProviders(names.size())),
+      provider_(providers_.front()),
       console_(out_, OutputKind::Plain, err_, OutputKind::Plain),
-      session_(*provider_, console_, interruption_),
+      session_(named(names, providers_), console_, interruption_),
       shell_(storage::host::commandTable(), session_, interruption_, FailureHandling::AskPerson) {}
 
 SessionTest::ExitStatus SessionTest::run(const std::string& line) {

@@ -13,13 +13,18 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
-/// Fixture with a session over in-memory storage. Output is captured per line.
+/// Fixture with a session over in-memory storages. Output is captured per line.
 class SessionTest : public testing::Test {
 protected:
     using ExitStatus = storage::host::ExitStatus;
 
-    SessionTest();
+    /// One storage without a name.
+    SessionTest() : SessionTest({""}) {}
+
+    /// A storage for each name.
+    explicit SessionTest(const std::vector<std::string>& names);
 
     /// Runs a line. output() and errors() then return the output of this line only.
     ExitStatus run(const std::string& line);
@@ -38,7 +43,8 @@ protected:
     std::ostringstream err_;
     DefaultSignals defaultSignals_;
     storage::host::Interruption interruption_;
-    std::shared_ptr<HookedProvider> provider_;
+    std::vector<std::shared_ptr<HookedProvider>> providers_;
+    std::shared_ptr<HookedProvider> provider_; ///< the first one
     storage::host::Console console_;
     storage::host::Session session_;
     storage::host::Shell shell_;

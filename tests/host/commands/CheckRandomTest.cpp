@@ -94,7 +94,7 @@ public:
         return values.at(upTo(values.size() - 1));
     }
     const IProvider& provider() const { return *provider_; }
-    KeptAttributes& kept() { return session_.kept(); }
+    KeptAttributes& kept() { return session_.kept(StoragePath()); }
     const TemporaryFolder& disk() const { return disk_; }
 
 private:

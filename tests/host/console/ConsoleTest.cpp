@@ -76,12 +76,15 @@ TEST_F(ConsoleTest, EveryExceptionOfAStepBecomesALine) {
 }
 
 TEST_F(ConsoleTest, AFailureOfTheStorageHasTheReasonThatADiagnosisFinds) {
-    console_.setDiagnosis([](const Exception& error) {
-        return "diagnosed " + std::to_string(static_cast<int>(error.getErrorCode()));
-    });
+    console_.setDiagnosis({[](const Exception& error) {
+                               return "diagnosed " + std::to_string(static_cast<int>(error.getErrorCode()));
+                           },
+                           "disk:"});
     console_.attempt("/p", [] { throw Exception(ErrorCode::NotFound, StorageIRI(u"/x")); });
+    console_.attempt("/p", [] { throw SystemError(EIO, StorageIRI(u"/y")); });
     console_.attempt("/p", [] { throw std::runtime_error("broken"); });
-    EXPECT_EQ(both_.str(), "qzstorage: ls: /x: diagnosed 4\n"
+    EXPECT_EQ(both_.str(), "qzstorage: ls: disk:/x: diagnosed 4\n"
+                           "qzstorage: ls: disk:/y: Input/output error\n"
                            "qzstorage: ls: /p: broken\n");
 }
 

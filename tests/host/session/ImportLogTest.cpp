@@ -44,6 +44,20 @@ TEST(ImportLogTest, KeepsTheWayBackBehindALink) {
     EXPECT_THAT(sourcesAt(log, u"/f"), ElementsAre(std::filesystem::current_path() / "link/../f"));
 }
 
+TEST(ImportLogTest, FollowsAMoveToAnotherStorage) {
+    const StoragePath root(std::make_shared<const std::u16string>(u"other"));
+    ImportLog log;
+    ImportLog other(root);
+    other.add("/old", root.child(u"b"), Scope::Whole);
+    log.add("/one", path(u"/a/f"), Scope::Whole);
+    log.add("/stays", path(u"/ab"), Scope::Whole);
+    log.movedTo(other, path(u"/a"), root.child(u"b"));
+    EXPECT_THAT(log.topmost(), ElementsAre(path(u"/ab")));
+    EXPECT_THAT(other.topmost(), ElementsAre(root.child(u"b")));
+    EXPECT_EQ(other.at(root.child(u"b").child(u"f")).front().diskPath, "/one");
+    EXPECT_GT(other.at(root.child(u"b").child(u"f")).front().order, other.at(root.child(u"b")).front().order);
+}
+
 TEST(ImportLogTest, TellsWhichCopiesAreBelowOthers) {
     ImportLog log;
     log.add("/disk", path(u"/a/b/c"), Scope::Whole);

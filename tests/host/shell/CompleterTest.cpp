@@ -121,4 +121,30 @@ TEST_F(CompleterTest, NamesThatCannotBeTypedAreLeftOut) {
     EXPECT_THAT(candidates("lls " + disk_.path() + "/"), IsEmpty());
 }
 
+class CompleterStoragesTest : public SessionTest {
+protected:
+    CompleterStoragesTest() : SessionTest({"mem", "disk"}) {
+        for (const char* const line : {"mkdir /music disk:/movies", "touch disk:/movies/one ./d:x"}) {
+            succeed(line);
+        }
+    }
+
+    Completer::Completion complete(const std::string& line) const {
+        return Completer(storage::host::commandTable(), session_).complete(line);
+    }
+    std::string completed(const std::string& line) const { return line + complete(line).insertion; }
+};
+
+TEST_F(CompleterStoragesTest, CompletesThePrefixesOfStorages) {
+    EXPECT_EQ(completed("ls di"), "ls disk:/");
+    EXPECT_EQ(completed("cp -r disk:/mov"), "cp -r disk:/movies/");
+    EXPECT_EQ(completed("cat disk:/movies/o"), "cat disk:/movies/one ");
+    EXPECT_EQ(completed("ls disk:mo"), "ls disk:movies/");
+    EXPECT_THAT(complete("ls m").candidates, ElementsAre("mem:/", "music/"));
+    EXPECT_THAT(complete("ls ").candidates, ElementsAre("disk:/", "mem:/", "music/"));
+    EXPECT_THAT(complete("ls d").candidates, ElementsAre("disk:/")) << "d:x would be another storage";
+    EXPECT_EQ(completed("ls ./d"), "ls ./d:x ");
+    EXPECT_EQ(completed("lls di"), "lls di") << "no path of a storage";
+}
+
 } // namespace

@@ -59,4 +59,24 @@ TEST(StoragePathTest, NamesItsLocationToTheProvider) {
     EXPECT_FALSE(StoragePath().iri().hasParent());
 }
 
+TEST(StoragePathTest, APathKeepsItsStorage) {
+    const auto name = std::make_shared<const std::u16string>(u"disk");
+    const StoragePath root(name);
+    const StoragePath file = StoragePath::resolve(root.child(u"a"), u"../b/f");
+    EXPECT_EQ(file.printed(), "disk:/b/f");
+    EXPECT_EQ(file.text(), u"/b/f");
+    EXPECT_EQ(StoragePath::resolve(file, u"/x").printed(), "disk:/x");
+    EXPECT_EQ(file.parent().printed(), "disk:/b");
+    EXPECT_EQ(file.root(), root);
+    EXPECT_EQ(file.rebased(file.parent(), path(u"/c")), path(u"/c/f"));
+}
+
+TEST(StoragePathTest, PathsOfTwoStoragesHaveNothingInCommon) {
+    const StoragePath one(std::make_shared<const std::u16string>(u"one"));
+    const StoragePath other(std::make_shared<const std::u16string>(u"one"));
+    EXPECT_FALSE(one == other);
+    EXPECT_FALSE(one.contains(other.child(u"f")));
+    EXPECT_TRUE(one.contains(one.child(u"f")));
+}
+
 } // namespace

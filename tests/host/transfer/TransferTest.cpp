@@ -1,4 +1,4 @@
-#include "host/support/Umask.h"
+#include "host/session/Session.h"
 #include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
 #include "host/transfer/SessionExportSource.h"
@@ -20,9 +20,9 @@ using storage::host::Exporter;
 using storage::host::Importer;
 using storage::host::ImportLog;
 using storage::host::Interruption;
-using storage::host::KeptAttributes;
 using storage::host::OutputKind;
 using storage::host::RootAttributes;
+using storage::host::Session;
 using storage::host::SessionExportSource;
 using storage::host::SessionImportTarget;
 using storage::host::StoragePath;
@@ -36,13 +36,13 @@ const std::vector<MiscountingProvider::Count> wrongCounts{[](long count) { retur
 class TransferTest : public testing::Test {
 protected:
     void import() {
-        SessionImportTarget target(provider_, kept_);
+        SessionImportTarget target(provider_, session_.kept(StoragePath()));
         Importer(target, console_, interruption_, imports_)
             .run(disk_ / "src", StoragePath().child(u"copy"), RootAttributes::FromSource);
     }
 
     void exportAll() {
-        SessionExportSource source(provider_, kept_);
+        SessionExportSource source(session_);
         Exporter(source, console_, interruption_)
             .run(StoragePath().child(u"copy"), disk_ / "out", RootAttributes::FromSource);
     }
@@ -54,8 +54,8 @@ protected:
     Interruption interruption_;
     Console console_{out_, OutputKind::Plain, err_, OutputKind::Plain};
     ImportLog imports_;
-    KeptAttributes kept_ = KeptAttributes::ofUmask(storage::host::currentUmask());
     MiscountingProvider provider_{sharedProvider(TEST_PLUGIN)};
+    Session session_{provider_, console_, interruption_};
 };
 
 TEST_F(TransferTest, ImportsAreLoggedAndExportedAgain) {
