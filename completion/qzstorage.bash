@@ -10,6 +10,15 @@ _qzstorage_paths() {
     mapfile -t COMPREPLY < <(compgen "-$1" -- "$current")
 }
 
+# Whether the word under the cursor is the path in --plugin NAME=PATH, which bash splits at the equals sign.
+_qzstorage_named_plugin() {
+    local i=$((COMP_CWORD - 1))
+    if [ "$current" = "=" ]; then
+        current="" i=$COMP_CWORD
+    fi
+    ((i >= 3)) && [ "${COMP_WORDS[i]}" = "=" ] && [ "${COMP_WORDS[i - 2]}" = "--plugin" ]
+}
+
 # The candidates for what follows an option that takes a value; fails when $1 is no such option.
 _qzstorage_value() {
     case $1 in
@@ -25,7 +34,10 @@ _qzstorage() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command="" i
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-            --plugin | -c) ((i++)) ;;
+            --plugin | -c)
+                ((i++))
+                [ "${COMP_WORDS[i + 1]-}" != "=" ] || ((i += 2))
+                ;;
             -*) ;;
             *)
                 command=${COMP_WORDS[i]}
@@ -34,6 +46,10 @@ _qzstorage() {
         esac
     done
     COMPREPLY=()
+    if _qzstorage_named_plugin; then
+        _qzstorage_paths f
+        return
+    fi
     ! _qzstorage_value "$previous" || return 0
     case $command:$current in
         shell:-*) _qzstorage_words "--help --plugin --keep-going -c" ;;

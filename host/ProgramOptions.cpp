@@ -7,6 +7,7 @@
 #include "host/validate/ValidateSyntax.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
 #include <vector>
 
@@ -27,6 +28,7 @@ constexpr const char* examples = R"(Examples:
   qzstorage -c 'import project /p' -c 'cat /p/notes' | less   run lines; pipes are outside
   printf '%s\n' 'import /usr/include /include' "find /include -name '*.hpp'" check | qzstorage shell
   qzstorage --plugin ./libmyprovider.so shell
+  qzstorage --plugin a=./liba.so --plugin b=./libb.so -c 'cp -r a:/x b:/y'   between two storages
   qzstorage mount --background ~/fast  mount it at a folder
   mount -t fuse.qzstorage -o size=1g fast /mnt/fast  the same, limited, as in /etc/fstab
   qzstorage unmount ~/fast            end the mount, and wait until its content is exported
@@ -90,6 +92,11 @@ bool isEmpty(const std::optional<std::string>& path) {
     return path && path->empty();
 }
 
+bool hasEmptyPath(const std::vector<NamedPlugin>& plugins) {
+    return std::any_of(plugins.begin(), plugins.end(),
+                       [](const NamedPlugin& plugin) { return plugin.path.empty(); });
+}
+
 /// What to say when no command was recognised.
 std::string commandMissing(const CLI::App& app, const LinesSyntax& lines) {
     const std::vector<std::string> words = app.remaining();
@@ -111,12 +118,17 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
         return parse(*call);
     }
     ProgramOptions options;
-    std::optional<std::string> plugin;
+    std::vector<std::string> plugins;
     CLI::App app(description, "qzstorage");
     app.set_version_flag("--version", "qzstorage " QZSTORAGE_VERSION);
     app.require_subcommand(0, 1);
     app.fallthrough(); // options of the program are understood behind a subcommand too
-    app.add_option("--plugin", plugin, "The plug-in's shared library")->type_name("PATH");
+    app.add_option("--plugin", plugins,
+                   "The plug-in's shared library; for lines of the shell several with names, for NAME:/path")
+        ->type_name("[NAME=]PATH")
+        ->type_size(1)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     const LinesSyntax lines(app);
     const MountSyntax mount(app);
     const UnmountSyntax unmount(app);
@@ -141,10 +153,13 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     if (app.get_subcommands().empty() && !options.lines) {
         throw UsageError(commandMissing(app, lines));
     }
+    options.plugins = namedPlugins(plugins);
     options.script = lines.script();
     options.failureHandling = lines.failureHandling();
     options.mount = mount.result();
     options.unmount = unmount.result();
+    const bool isSession = app.get_subcommands().empty() || app.got_subcommand("shell") || options.script;
+    std::optional<std::string> plugin = isSession ? std::nullopt : onlyPlugin(options.plugins);
     options.validate = validate.result(plugin);
     options.inspect = inspect.result(plugin);
     if (options.validate) {
@@ -154,11 +169,14 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     } else if (options.mount && options.mount->plugin) {
         plugin = options.mount->plugin;
     }
-    if (isEmpty(plugin) || isEmpty(options.script) || isEmpty(options.unmount) ||
-        (options.validate && isEmpty(options.validate->junitFile))) {
+    if (isEmpty(plugin) || hasEmptyPath(options.plugins) || isEmpty(options.script) ||
+        isEmpty(options.unmount) || (options.validate && isEmpty(options.validate->junitFile))) {
         throw UsageError("the path of a script, plug-in, mount point or report is empty");
     }
-    options.plugin = plugin ? *plugin : defaultPlugin();
+    if (!isSession || options.plugins.empty()) {
+        options.plugins = {{"", plugin ? *plugin : defaultPlugin()}};
+    }
+    options.plugin = options.plugins.front().path;
     return options;
 }
 

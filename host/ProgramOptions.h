@@ -3,18 +3,21 @@
 #include "host/inspect/InspectOptions.h"
 #include "host/mount/MountHelperCall.h"
 #include "host/mount/MountOptions.h"
+#include "host/plugin/NamedPlugin.h"
 #include "host/shell/Shell.h"
 #include "host/support/UsageError.h"
 #include "host/validate/ValidateOptions.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace storage::host {
 
 /// What the program was asked to do. A value.
 struct ProgramOptions {
-    std::string plugin;                ///< path of the plug-in
+    std::string plugin;                ///< path of the only plug-in, or the first one
+    std::vector<NamedPlugin> plugins;  ///< of the session, at least one
     std::optional<std::string> script; ///< path of the script; none for the standard input or a terminal
     std::optional<std::string> lines;  ///< to be run instead of a script, each with a newline behind it
     FailureHandling failureHandling = FailureHandling::Stop;

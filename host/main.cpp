@@ -31,6 +31,7 @@
 #include <sys/resource.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace storage::host {
 
@@ -72,6 +73,37 @@ void fillStandardDescriptors() {
     }
 }
 
+/// The providers of a session.
+class Providers {
+public:
+    explicit Providers(const std::vector<NamedPlugin>& plugins) : plugins_(plugins) {
+        for (const NamedPlugin& plugin : plugins_) {
+            loaded_.push_back(PluginLibrary(plugin.path).buildProvider());
+        }
+    }
+
+    std::vector<Session::NamedProvider> named() const {
+        std::vector<Session::NamedProvider> result;
+        for (std::size_t i = 0; i < loaded_.size(); ++i) {
+            result.push_back({plugins_[i].name, *loaded_[i]});
+        }
+        return result;
+    }
+
+    /// Shuts all down, also behind one that fails.
+    /// @return whether none failed
+    bool shutDown(Console& console) const {
+        for (const LoadedProvider& provider : loaded_) {
+            console.attempt("", [&] { provider->doShutdown(); });
+        }
+        return console.failuresOfCommand() == 0;
+    }
+
+private:
+    const std::vector<NamedPlugin>& plugins_;
+    std::vector<LoadedProvider> loaded_;
+};
+
 ExitStatus runScript(const ProgramOptions& options, Session& session, Interruption& interruption) {
     interruption.check();
     const FileDescriptor script(*options.script, O_RDONLY); // waits, if it is a fifo
@@ -81,9 +113,20 @@ ExitStatus runScript(const ProgramOptions& options, Session& session, Interrupti
     return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
 }
 
+/// "Plug-in a.so", or "Plug-ins mem: a.so, disk: b.so".
+std::string describePlugins(const std::vector<NamedPlugin>& plugins, const Console& console) {
+    std::string text = plugins.size() == 1 ? "Plug-in " : "Plug-ins ";
+    for (const NamedPlugin& plugin : plugins) {
+        text += &plugin == &plugins.front() ? "" : ", ";
+        text += plugin.name.empty() ? "" : plugin.name + ": ";
+        text += console.shown(std::filesystem::path(plugin.path).filename().native());
+    }
+    return text;
+}
+
 ExitStatus runPrompt(const ProgramOptions& options, Session& session, Interruption& interruption) {
     Console& console = session.console();
-    console.out() << "Plug-in " << console.shown(std::filesystem::path(options.plugin).filename().native())
+    console.out() << describePlugins(options.plugins, console)
                   << "; 'help' lists the commands, Tab completes words\n"
                   << std::flush;
     session.setInput(STDIN_FILENO);
@@ -110,13 +153,12 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
 
 ExitStatus runSession(const ProgramOptions& options, Console& console) {
     Interruption interruption;
-    const LoadedProvider provider = PluginLibrary(options.plugin).buildProvider(); // outlives its exceptions
+    const Providers providers(options.plugins); // outlive their exceptions
     return runReported(console, [&] {
-        Session session(*provider, console, interruption);
+        Session session(providers.named(), console, interruption);
         const ExitStatus status = runLines(options, session, interruption);
         console.beginLine(""); // a failure from here on is of no command
-        provider->doShutdown();
-        return status;
+        return providers.shutDown(console) ? status : ExitStatus::Failure;
     });
 }
 

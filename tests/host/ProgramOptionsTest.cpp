@@ -79,6 +79,22 @@ TEST(ProgramOptionsTest, AMountTakesAPlugin) {
     EXPECT_NE(parse({"mount", "/m"}).plugin, "") << "the one that belongs to the program";
 }
 
+TEST(ProgramOptionsTest, LinesOfTheShellTakeSeveralPlugins) {
+    for (const auto& options : {parse({"--plugin", "a=1.so", "--plugin", "b=2.so", "shell"}),
+                                parse({"run", "script", "--plugin", "a=1.so", "--plugin", "b=2.so"}),
+                                parse({"--plugin", "a=1.so", "-c", "pwd", "--plugin", "b=2.so"})}) {
+        ASSERT_EQ(options.plugins.size(), 2U);
+        EXPECT_EQ(options.plugins[0].name, "a");
+        EXPECT_EQ(options.plugins[1].path, "2.so");
+    }
+    ASSERT_EQ(parse({"shell"}).plugins.size(), 1U);
+    EXPECT_EQ(parse({"shell"}).plugins[0].name, "");
+    for (const char* const command : {"mount", "unmount", "validate", "inspect"}) {
+        EXPECT_THROW(parse({"--plugin", "a=1.so", "--plugin", "b=2.so", command, "/x"}), UsageError);
+        EXPECT_THROW(parse({"--plugin", "a=1.so", command, "/x"}), UsageError);
+    }
+}
+
 TEST(ProgramOptionsTest, WrongUseOfAMountIsRefused) {
     using Arguments = std::vector<const char*>;
     for (const Arguments& arguments : {Arguments{"mount"},

@@ -1,6 +1,7 @@
 #include "tests/support/ProgramRun.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -116,7 +117,7 @@ TEST(ProgramTest, ProvesThatATreeCameBackWhole) {
 TEST(ProgramTest, HelpShowsTheUsageWithExamples) {
     const ProgramRun run({"--help"});
     EXPECT_THAT(run.output(), HasSubstr("Examples:\n  qzstorage shell"));
-    EXPECT_THAT(run.output(), HasSubstr("--plugin PATH"));
+    EXPECT_THAT(run.output(), HasSubstr("--plugin [NAME=]PATH"));
     EXPECT_EQ(run.status(), 0);
     EXPECT_THAT(ProgramRun({"run", "--help"}).output(), HasSubstr("SCRIPT"));
     EXPECT_THAT(ProgramRun({"--version"}).output(), MatchesRegex("qzstorage [0-9]+\\.[0-9]+\\.[0-9]+\n"));
@@ -140,6 +141,51 @@ TEST(ProgramTest, WrongUsageIsOneLineAndStatusTwo) {
 
 TEST(ProgramTest, AGivenPluginIsUsed) {
     EXPECT_EQ(ProgramRun({"--plugin", TEST_PLUGIN, "shell"}, "pwd\n").output(), "/\n");
+}
+
+/// Makes the files of the disk plug-in those of a folder.
+ProgramRun::Preparation onDisk(const TemporaryFolder& folder) {
+    return [path = folder.path()] { ::setenv("QZSTORAGE_DISK_ROOT", path.c_str(), 1); };
+}
+
+TEST(ProgramTest, SeveralPluginsAreStoragesOfOneSession) {
+    const TemporaryFolder folder;
+    folder.write("b/f", "content");
+    const ProgramRun run({"--plugin", "mem=" TEST_PLUGIN, "--plugin", "disk=" TEST_DISK_PLUGIN, "shell"},
+                         "cp -r disk:/b /\nwrite /b/g new\nmv /b/g disk:/\npwd\nfind mem:/ disk:/b\n",
+                         onDisk(folder));
+    EXPECT_EQ(run.errors(), "");
+    EXPECT_EQ(run.output(), "mem:/\nmem:/\nmem:/b\nmem:/b/f\ndisk:/b\ndisk:/b/f\n");
+    EXPECT_EQ(run.status(), 0);
+    EXPECT_EQ(readFile(folder / "g"), "new\n");
+}
+
+TEST(ProgramTest, OnePluginGivesSeveralStorages) {
+    const ProgramRun run({"--plugin", "b=" TEST_PLUGIN, "--plugin", TEST_PLUGIN, "-c", "write /f 1", "-c",
+                          "cp /f b:/g", "-c", "ls default:/ b:/", "-c", "ls b:/f"});
+    EXPECT_EQ(run.output(), "default:/:\nf\n\nb:/:\ng\n");
+    EXPECT_EQ(run.errors(), "qzstorage: ls: b:/f: no such file or folder\n");
+    EXPECT_EQ(run.status(), 1);
+}
+
+TEST(ProgramTest, PluginsThatCannotBeToldApartAreRefused) {
+    using Arguments = std::vector<std::string>;
+    for (const Arguments& plugins : {Arguments{TEST_PLUGIN, TEST_PLUGIN},
+                                     {"a=" TEST_PLUGIN, "a=" TEST_PLUGIN},
+                                     {"=" TEST_PLUGIN},
+                                     {"a="}}) {
+        Arguments arguments;
+        for (const std::string& plugin : plugins) {
+            arguments.insert(arguments.end(), {"--plugin", plugin});
+        }
+        arguments.insert(arguments.end(), {"-c", "pwd"});
+        const ProgramRun run(arguments);
+        EXPECT_EQ(run.status(), 2);
+        EXPECT_EQ(run.output(), "");
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]* \\(try 'qzstorage --help'\\)\n"));
+    }
+    EXPECT_EQ(ProgramRun({"--plugin", "a=" TEST_PLUGIN, "validate", "--list"}).status(), 2);
+    EXPECT_EQ(ProgramRun({"--plugin", "a=" TEST_PLUGIN, "--plugin", TEST_PLUGIN, "mount", "/x"}).status(), 2);
 }
 
 TEST(ProgramTest, ErrorsAndOutputComeInTheOrderInWhichTheyHappened) {

@@ -28,11 +28,11 @@ protected:
     }
 
     /// Runs an interactive session that `person` drives; ends it with `exit`.
-    void hold(const std::function<void(Terminal& terminal)>& person,
-              const Environment& environment = {}) const {
+    void hold(const std::function<void(Terminal& terminal)>& person, const Environment& environment = {},
+              const std::vector<std::string>& arguments = {"shell"}) const {
         Terminal terminal;
         const ProgramRun run(
-            {"shell"}, "",
+            arguments, "",
             [&] {
                 terminal.connect();
                 for (const char* const name : {"NO_COLOR", "HISTFILE"}) {
@@ -101,6 +101,31 @@ TEST_F(PromptTest, TabCompletesCommandsAndPaths) {
         terminal.type("\n");
         leave(terminal);
     });
+}
+
+TEST_F(PromptTest, SeveralStoragesShowTheirNames) {
+    const TemporaryFolder disk;
+    disk.write("folder/file", "content\n");
+    hold(
+        [](Terminal& terminal) {
+            EXPECT_THAT(terminal.readUntil("\r\nqzstorage:mem:/> "),
+                        testing::AllOf(StartsWith("Plug-ins mem: libqzstorageinmemoryprovider.so"),
+                                       HasSubstr(", disk: libDiskProvider.so; 'help' lists the commands, Tab "
+                                                 "completes words\r\n")));
+            terminal.waitFor(Terminal::Mode::Keys);
+            terminal.type("cp -r di\tfo\t mem:/copy\n");
+            terminal.readUntil("\r\nqzstorage:mem:/> ");
+            terminal.waitFor(Terminal::Mode::Keys);
+            terminal.type("cd mem:/co\t\n");
+            terminal.readUntil("\r\nqzstorage:mem:/copy> ");
+            terminal.waitFor(Terminal::Mode::Keys);
+            terminal.type("cat f\t\n");
+            EXPECT_THAT(terminal.readUntil("\r\nqzstorage:mem:/copy> "), HasSubstr("content\r\n"));
+            terminal.waitFor(Terminal::Mode::Keys);
+            leave(terminal);
+        },
+        {{"QZSTORAGE_DISK_ROOT", disk.path()}},
+        {"--plugin", "mem=" TEST_PLUGIN, "--plugin", "disk=" TEST_DISK_PLUGIN, "shell"});
 }
 
 TEST_F(PromptTest, TheHistoryIsKeptForTheNextSession) {
