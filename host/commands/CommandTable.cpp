@@ -11,7 +11,7 @@ constexpr CommandInfo commands[] = {
     {"tree", "[-L DEPTH] [PATH]", "Draw a tree and count its folders and files.", makeTreeCommand},
     {"find", "[PATH...] [-name PATTERN] [-type f|d]", "List entries at any depth.", makeFindCommand},
     {"stat", "PATH...", "Show all there is to know of entries.", makeStatCommand},
-    {"du", "[-s] [-h] [PATH...]", "Sum up the bytes of files, folder by folder.", makeDuCommand},
+    {"du", "[-s] [-h] [--bars] [PATH...]", "Sum up the bytes of files, folder by folder.", makeDuCommand},
     {"df", "[-h] [PATH...]", "Show how much room storages have, and what they hold.", makeDfCommand},
     {"cd", "[PATH]", "Change the current folder, without PATH to the root.", makeCdCommand},
     {"pwd", "", "Print the current folder.", makePwdCommand},

@@ -4,6 +4,9 @@
 #include "host/storage/TreeWalk.h"
 #include "host/support/HumanSize.h"
 
+#include <cmath>
+#include <fmt/format.h>
+
 namespace storage::host {
 
 namespace {
@@ -15,24 +18,28 @@ public:
     void declare(CommandSyntax& syntax) override {
         syntax.flag("-s", summary_, "show the sum of each PATH only");
         syntax.flag("-h", human_, "show sizes as 1.5K or 12M");
+        syntax.flag("--bars", bars_, "draw how much of the sum of PATH each one is");
         syntax.operands(0, CommandSyntax::any);
     }
 
     void run(Session& session, const Words& operands) override {
         for (const std::string& word : operands.empty() ? Words{"."} : operands) {
-            session.console().attempt(word, [&] { sumUp(session, word); });
+            session.attempt(word, [&](const StoragePath& top) { sumUp(session, word, top); });
         }
     }
 
 private:
-    void sumUp(Session& session, const std::string& word) {
-        const StoragePath top = session.resolve(word);
-        requireEntry(session.provider(), top);
+    void sumUp(Session& session, const std::string& word, const StoragePath& top) {
+        requireEntry(session.provider(top), top);
         sums_ = {0};
-        for (TreeWalk walk(session.provider(), top); const auto step = walk.next();) {
+        for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
             session.interruption().check();
             session.console().attempt(step->path.printed(), [&] { visit(session, walk, *step, word, top); });
         }
+        for (const Row& row : rows_) {
+            print(session, row);
+        }
+        rows_.clear();
     }
 
     void visit(Session& session, TreeWalk& walk, const Step& step, const std::string& word,
@@ -44,7 +51,7 @@ private:
             sums_.push_back(0);
             return;
         case Step::Kind::File:
-            sum = session.provider().doGetFileAttributes(step.path.iri()).getSize();
+            sum = session.provider(step.path).doGetFileAttributes(step.path.iri()).getSize();
             break;
         case Step::Kind::FolderDone:
             sum = sums_.back();
@@ -53,13 +60,41 @@ private:
         }
         sums_.back() += sum;
         if (step.depth == 0 || (step.kind == Step::Kind::FolderDone && !summary_)) {
-            session.console().out() << (human_ ? humanSize(sum) : std::to_string(sum)) << '\t'
-                                    << session.console().shown(displayPath(word, top, step.path)) << '\n';
+            const Row row{sum, session.console().shown(displayPath(word, top, step.path))};
+            if (bars_) {
+                rows_.push_back(row);
+            } else {
+                print(session, row);
+            }
         }
+    }
+
+    struct Row {
+        unsigned long long sum = 0;
+        std::string path;
+    };
+
+    void print(Session& session, const Row& row) const {
+        session.console().out() << (human_ ? humanSize(row.sum) : std::to_string(row.sum)) << '\t'
+                                << (bars_ ? bar(row.sum, rows_.back().sum) : "") << row.path << '\n';
+    }
+
+    /// @param total  the sum of the top, which has the last row
+    static std::string bar(unsigned long long sum, unsigned long long total) {
+        constexpr double width = 20;
+        const double share = total == 0 ? 0 : static_cast<double>(sum) / static_cast<double>(total);
+        const auto drawn = static_cast<std::size_t>(std::lround(share * width));
+        std::string text;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(width); ++i) {
+            text += i < drawn ? "█" : "░";
+        }
+        return fmt::format("{} {:>3}%\t", text, std::lround(share * 100));
     }
 
     bool summary_ = false;
     bool human_ = false;
+    bool bars_ = false;
+    std::vector<Row> rows_;                ///< of one PATH, where bars are to be drawn
     std::vector<unsigned long long> sums_; ///< of the folders that the walk is in, the innermost last
 };
 

@@ -177,6 +177,21 @@ TEST_F(ListingCommandsTest, DuSumsUpFolderByFolder) {
     EXPECT_EQ(output(), "0\t/doc\n");
 }
 
+TEST_F(ListingCommandsTest, DuDrawsBars) {
+    const auto row = [](const std::string& sum, int drawn, const std::string& percent,
+                        const std::string& path) {
+        std::string text = sum + '\t';
+        for (int i = 0; i < 20; ++i) {
+            text += i < drawn ? "█" : "░";
+        }
+        return text + ' ' + percent + "%\t" + path + '\n';
+    };
+    EXPECT_EQ(succeed("du --bars /"), row("0", 0, "  0", "/doc") + row("7", 14, " 70", "/src/lib") +
+                                          row("7", 14, " 70", "/src") + row("10", 20, "100", "/"));
+    EXPECT_EQ(succeed("du -s --bars /doc /top.h"),
+              row("0", 0, "  0", "/doc") + row("3", 20, "100", "/top.h"));
+}
+
 TEST_F(ListingCommandsTest, CdAndPwdKeepTheCurrentFolder) {
     EXPECT_EQ(succeed("pwd"), "/\n");
     succeed("cd src/lib");
