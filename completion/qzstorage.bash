@@ -22,10 +22,10 @@ _qzstorage_named_plugin() {
 # The candidates for what follows an option that takes a value; fails when $1 is no such option.
 _qzstorage_value() {
     case $1 in
-        --plugin | --junit) _qzstorage_paths f ;;
+        --plugin | --junit | --except-from) _qzstorage_paths f ;;
         --import | --export-on-exit | --sync-on-exit | --rescue) _qzstorage_paths d ;;
         --profile) _qzstorage_words "any in-memory" ;;
-        --threads | -o | --only | --seed | --timeout | -c) COMPREPLY=() ;;
+        --threads | -o | --only | --except | --seed | --timeout | -c) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -59,7 +59,10 @@ _qzstorage() {
                 --allow-other --threads -o"
             ;;
         unmount:-*) _qzstorage_words "--help --plugin" ;;
-        validate:-*) _qzstorage_words "--help --plugin --profile --list --only --json --junit --seed --timeout" ;;
+        validate:-*)
+            _qzstorage_words "--help --plugin --profile --list --only --except --except-from --json --junit --seed
+                --timeout"
+            ;;
         inspect:-*) _qzstorage_words "--help --plugin --json" ;;
         run:* | validate:* | inspect:*) _qzstorage_paths f ;;
         mount:* | unmount:*) _qzstorage_paths d ;;

@@ -18,7 +18,9 @@ struct ValidateOptions {
     Task task = Task::Check;
     std::optional<std::string> plugin; ///< as the user named it; none for the plug-in of this program
     Profile profile = Profile::AnyProvider;
-    std::vector<std::string> only; ///< patterns of rule numbers or names; none for all rules
+    std::vector<std::string> only;         ///< patterns of rule numbers or names; none for all rules
+    std::vector<std::string> except;       ///< patterns of rules that are not checked
+    std::optional<std::string> exceptFrom; ///< a file of such patterns, each with the reason
     ReportFormat format = ReportFormat::Text;
     std::optional<std::string> junitFile;
     std::uint64_t seed = 0;

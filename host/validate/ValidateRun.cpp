@@ -2,6 +2,7 @@
 
 #include "host/disk/FileDescriptor.h"
 #include "host/support/CommandError.h"
+#include "host/support/UsageError.h"
 #include "host/validate/CheckProgress.h"
 #include "host/validate/CheckRunner.h"
 #include "host/validate/ReplayCommand.h"
@@ -9,6 +10,7 @@
 #include "host/validate/report/ValidationJson.h"
 #include "host/validate/report/ValidationText.h"
 #include "host/validate/rules/CheckSelection.h"
+#include "host/validate/rules/RuleExceptions.h"
 
 #include <fcntl.h>
 #include <filesystem>
@@ -22,8 +24,9 @@ namespace {
 class Validation {
 public:
     Validation(const std::string& plugin, const ValidateOptions& options, const CheckSelection& selection,
-               Console& console)
+               RuleExceptions exceptions, Console& console)
         : options_(options),
+          exceptions_(std::move(exceptions)),
           console_(console),
           runner_(plugin, options.profile, options.seed, options.timeLimit),
           progress_(console, selection.size()),
@@ -47,13 +50,22 @@ private:
     ValidationRecord::Group runGroup(const CheckSelection::Group& group) {
         ValidationRecord::Group record{group.group, {}};
         for (const Check* const check : group.checks) {
-            progress_.begin(*check);
-            record.checks.push_back({check, runner_.run(*check), replayCommand(options_, *check)});
+            record.checks.push_back(runCheck(*check));
         }
         return record;
     }
 
+    ValidationRecord::CheckRun runCheck(const Check& check) {
+        progress_.begin(check);
+        const std::string replay = replayCommand(options_, check);
+        if (const auto reason = exceptions_.reasonFor(check)) {
+            return {&check, {CheckOutcome::Result::Skip, "excepted: " + printable(*reason)}, replay, true};
+        }
+        return {&check, runner_.run(check), replay};
+    }
+
     const ValidateOptions& options_;
+    const RuleExceptions exceptions_;
     Console& console_;
     const CheckRunner runner_;
     CheckProgress progress_;
@@ -78,6 +90,18 @@ std::optional<FileDescriptor> openForJUnit(const ValidateOptions& options) {
     return FileDescriptor(*options.junitFile, O_WRONLY | O_CREAT | O_TRUNC, 0666);
 }
 
+/// A run that checks nothing must not be a success.
+void requireChecks(const CheckSelection& selection, const RuleExceptions& exceptions) {
+    for (const CheckSelection::Group& group : selection.groups) {
+        for (const Check* const check : group.checks) {
+            if (!exceptions.reasonFor(*check)) {
+                return;
+            }
+        }
+    }
+    throw UsageError("all of the selected rules are excepted");
+}
+
 void printSelected(std::ostream& out, const CheckSelection& selection, ReportFormat format) {
     if (format == ReportFormat::Json) {
         printRulesAsJson(out, selection);
@@ -95,9 +119,12 @@ ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options
         printSelected(console.out(), selection, options.format);
         return ExitStatus::Success;
     }
+    RuleExceptions exceptions = RuleExceptions::of(catalogue, options.except, options.exceptFrom);
+    requireChecks(selection, exceptions);
     const Interruption interruption;
     auto junit = openForJUnit(options);
-    const ValidationRecord record = Validation(plugin, options, selection, console).run(selection);
+    const ValidationRecord record =
+        Validation(plugin, options, selection, std::move(exceptions), console).run(selection);
     if (options.format == ReportFormat::Json) {
         printJson(console.out(), record);
     }

@@ -20,6 +20,7 @@ constexpr const char* validateExamples = R"(Examples:
   qzstorage validate                           the plug-in that comes with this program
   qzstorage validate ./libmyprovider.so        one of your own
   qzstorage validate --only '7.*' --only '*append*' ./libmyprovider.so
+  qzstorage validate --except-from exceptions.txt ./libmyprovider.so
   qzstorage validate --junit report.xml ./libmyprovider.so
   qzstorage validate --list                    which rules there are
 
@@ -55,6 +56,20 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->expected(1)
         ->allow_extra_args(false);
+    CLI::Option* const except =
+        command_
+            ->add_option("--except", options_.except,
+                         "Do not check rules whose number or name matches; may be repeated")
+            ->type_name("PATTERN")
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+            ->expected(1)
+            ->allow_extra_args(false);
+    CLI::Option* const exceptFrom =
+        command_
+            ->add_option("--except-from", options_.exceptFrom,
+                         "Do not check the rules of a file: a pattern and the reason on each line")
+            ->type_name("FILE");
+    list->excludes(except)->excludes(exceptFrom);
     command_->add_flag("--json", json_, "Print the result as JSON");
     CLI::Option* const junit =
         command_->add_option("--junit", options_.junitFile, "Write the result as JUnit XML, too")

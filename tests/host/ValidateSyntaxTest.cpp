@@ -49,12 +49,31 @@ TEST(ValidateSyntaxTest, APluginIsNamedInEitherWay) {
 }
 
 TEST(ValidateSyntaxTest, EachOptionIsTaken) {
-    const ValidateOptions options =
-        parseValidate({"--profile", "in-memory", "--only", "1.*", "--only", "*x*", "--json", "--junit",
-                       "r.xml", "--seed", "18446744073709551615", "--timeout", "5", "./p.so"});
+    const ValidateOptions options = parseValidate({"--profile",
+                                                   "in-memory",
+                                                   "--only",
+                                                   "1.*",
+                                                   "--only",
+                                                   "*x*",
+                                                   "--except",
+                                                   "1.2",
+                                                   "--except",
+                                                   "y",
+                                                   "--except-from",
+                                                   "e.txt",
+                                                   "--json",
+                                                   "--junit",
+                                                   "r.xml",
+                                                   "--seed",
+                                                   "18446744073709551615",
+                                                   "--timeout",
+                                                   "5",
+                                                   "./p.so"});
     EXPECT_EQ(options.plugin, "./p.so");
     EXPECT_EQ(options.profile, Profile::InMemoryProvider);
     EXPECT_EQ(options.only, (std::vector<std::string>{"1.*", "*x*"}));
+    EXPECT_EQ(options.except, (std::vector<std::string>{"1.2", "y"}));
+    EXPECT_EQ(options.exceptFrom, "e.txt");
     EXPECT_EQ(options.format, ReportFormat::Json);
     EXPECT_EQ(options.junitFile, "r.xml");
     EXPECT_EQ(options.seed, 18446744073709551615U);
@@ -79,6 +98,9 @@ TEST(ValidateSyntaxTest, WrongUseIsRefused) {
                                    {"inspect", ""},
                                    {"validate", "--profile", "some"},
                                    {"validate", "--only"},
+                                   {"validate", "--except"},
+                                   {"validate", "--list", "--except", "1.2"},
+                                   {"validate", "--list", "--except-from", "e.txt"},
                                    {"validate", "--seed", "x"},
                                    {"validate", "--seed", "-1"},
                                    {"validate", "--timeout", "0"},

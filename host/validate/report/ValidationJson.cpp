@@ -33,6 +33,7 @@ Json ruleJson(const CheckGroup& group, const Check& check) {
 Json runJson(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
     Json json = ruleJson(group, *run.check);
     json["result"] = resultName(run.outcome.result);
+    json["excepted"] = run.excepted;
     json["reason"] = run.outcome.reason;
     json["output"] = run.outcome.output;
     json["milliseconds"] = run.outcome.duration.count();

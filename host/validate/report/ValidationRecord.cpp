@@ -59,4 +59,16 @@ ValidationRecord::Totals ValidationRecord::totals() const {
     return totals;
 }
 
+std::string ValidationRecord::excepted() const {
+    std::string numbers;
+    for (const Group& group : groups) {
+        for (const CheckRun& run : group.checks) {
+            if (run.excepted) {
+                numbers += (numbers.empty() ? "" : ", ") + std::string(run.check->number);
+            }
+        }
+    }
+    return numbers;
+}
+
 } // namespace storage::host

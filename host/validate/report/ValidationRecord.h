@@ -17,6 +17,8 @@ struct ValidationRecord {
         const Check* check;
         CheckOutcome outcome;
         std::string replay; ///< the command line, quoted for a shell, that runs this check again
+        bool excepted =
+            false; ///< the user has said that the storage cannot keep the rule; it was not checked
     };
 
     /// How many checks ended with each result.
@@ -51,6 +53,9 @@ struct ValidationRecord {
     std::vector<Group> groups;
 
     Totals totals() const;
+
+    /// The numbers of the excepted rules, for example "4.4, 13.9"; empty when there are none.
+    std::string excepted() const;
 };
 
 } // namespace storage::host

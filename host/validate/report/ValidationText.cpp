@@ -90,6 +90,9 @@ void ValidationText::printEnd(const ValidationRecord& record) {
         out_ << fmt::format("; left out: {} that only the in-memory provider keeps",
                             counted(record.leftOut, "rule"));
     }
+    if (const std::string numbers = record.excepted(); !numbers.empty()) {
+        out_ << "; excepted: " << numbers;
+    }
     out_ << '\n' << std::flush;
 }
 

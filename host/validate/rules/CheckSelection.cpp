@@ -15,11 +15,6 @@ namespace {
 
 using Patterns = std::vector<std::string>;
 
-bool matches(const std::string& pattern, const Check& check) {
-    const WildcardPattern wanted(toUtf16(pattern));
-    return wanted.matches(toUtf16(check.number)) || wanted.matches(toUtf16(check.name));
-}
-
 bool isAskedFor(const Check& check, const Patterns& patterns) {
     return patterns.empty() || std::any_of(patterns.begin(), patterns.end(),
                                            [&](const std::string& each) { return matches(each, check); });
@@ -52,14 +47,22 @@ void requireSelected(std::span<const CheckGroup> catalogue, Profile profile, con
     if (selected.size() > 0) {
         return;
     }
-    throw UsageError(
-        selected.leftOut > 0
-            ? fmt::format("'{}' names no rule of the profile {}", pattern, profileName(profile))
-            : fmt::format("no rule has a number or name like '{}'; 'qzstorage validate --list' has all",
-                          pattern));
+    throw UsageError(selected.leftOut > 0
+                         ? fmt::format("'{}' names no rule of the profile {}", pattern, profileName(profile))
+                         : noSuchRule(pattern));
 }
 
 } // namespace
+
+bool matches(const std::string& pattern, const Check& check) {
+    const WildcardPattern wanted(toUtf16(pattern));
+    return wanted.matches(toUtf16(check.number)) || wanted.matches(toUtf16(check.name));
+}
+
+std::string noSuchRule(const std::string& pattern) {
+    return fmt::format("no rule has a number or name like '{}'; 'qzstorage validate --list' has all",
+                       pattern);
+}
 
 CheckSelection CheckSelection::of(std::span<const CheckGroup> catalogue, Profile profile,
                                   const Patterns& patterns) {

@@ -8,6 +8,12 @@
 
 namespace storage::host {
 
+/// Whether the number or the name of a rule matches as a whole; "*" and "?" are wildcards.
+bool matches(const std::string& pattern, const Check& check);
+
+/// The message for a pattern that matches no rule at all.
+std::string noSuchRule(const std::string& pattern);
+
 /// The selected checks of a catalogue. A value; it refers to the catalogue's checks.
 struct CheckSelection {
     struct Group {

@@ -1,6 +1,8 @@
 #include "host/validate/ValidateRun.h"
 
 #include "host/console/Console.h"
+#include "host/support/CommandError.h"
+#include "host/support/UsageError.h"
 #include "tests/support/MadeUpChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -8,6 +10,7 @@
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -107,7 +110,7 @@ TEST_F(ValidationReportTest, JsonTellsEverything) {
     crash.erase("milliseconds");
     EXPECT_EQ(crash, Json::parse(R"({"number": "2.2", "name": "numbers.crash", "group": "Numbers",
                                      "rule": "2 is even.", "profile": "any", "result": "crash",
-                                     "reason": "ended with exit status 3", "output": "last\\x01words\nof 2",
+                                     "excepted": false, "reason": "ended with exit status 3", "output": "last\\x01words\nof 2",
                                      "replay": ")" +
                                  replay("2.2") + "\"}"));
     std::string results;
@@ -165,6 +168,70 @@ TEST_F(ValidationReportTest, AJUnitFileThatCannotBeWrittenIsToldBeforeTheRun) {
     const TemporaryFolder folder;
     options_.junitFile = folder / "missing/report.xml";
     EXPECT_ANY_THROW(run());
+    EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(ValidationReportTest, WhatIsExceptedIsNotCheckedButTold) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "exceptions")
+        << "# what a tape cannot do\n\n2.2\t no even numbers \r\n  1.? it has no letters";
+    options_.except = {"letters.broken"};
+    options_.exceptFrom = folder / "exceptions";
+    options_.junitFile = folder / "report.xml";
+    EXPECT_EQ(run(), ExitStatus::Success);
+    EXPECT_EQ(out_.str(), "validating " TEST_PLUGIN ": profile in-memory, seed 7\n"
+                          " 1 Letters: 3 skipped\n"
+                          "   skipped 1.1 letters.kept: A is a letter.\n"
+                          "      excepted: it has no letters\n"
+                          "   skipped 1.2 letters.broken: B comes after A.\n"
+                          "      excepted: named by --except\n"
+                          "   skipped 1.3 letters.skipped: C is a letter.\n"
+                          "      excepted: it has no letters\n"
+                          " 2 Numbers: 1 passed, 1 skipped\n"
+                          "   skipped 2.2 numbers.crash: 2 is even.\n"
+                          "      excepted: no even numbers\n"
+                          "5 rules: 1 passed, 4 skipped; excepted: 1.1, 1.2, 1.3, 2.2\n");
+    Xml document;
+    read_xml(folder / "report.xml", document);
+    EXPECT_EQ(document.get<int>("testsuites.<xmlattr>.skipped"), 4);
+    EXPECT_EQ(document.get<int>("testsuites.<xmlattr>.errors"), 0);
+    EXPECT_THAT(readFile(folder / "report.xml"),
+                HasSubstr("<skipped message=\"excepted: no even numbers\"/>"));
+    options_.format = ReportFormat::Json;
+    out_.str("");
+    run();
+    const Json report = Json::parse(out_.str());
+    EXPECT_EQ(report["rules"][4]["excepted"], true);
+    EXPECT_EQ(report["rules"][4]["result"], "skip");
+    EXPECT_EQ(report["rules"][3]["excepted"], false);
+}
+
+TEST_F(ValidationReportTest, ExceptionsThatAreWrongAreRefused) {
+    const TemporaryFolder folder;
+    const std::string file = folder / "exceptions";
+    const auto fails = [&](const std::string& content) {
+        std::ofstream(file) << content;
+        try {
+            run();
+        } catch (const CommandError& error) {
+            return error.path() + ": " + error.what();
+        } catch (const UsageError& error) {
+            return std::string(error.what());
+        }
+        return std::string("succeeds");
+    };
+    options_.exceptFrom = file;
+    EXPECT_EQ(fails("1.2 reason\n2.2\n"), file + ":2: '2.2' has no reason behind it");
+    EXPECT_EQ(fails("3.1 reason\n"),
+              file + ":1: no rule has a number or name like '3.1'; 'qzstorage validate --list' has all");
+    EXPECT_EQ(fails("* reason\n"), "all of the selected rules are excepted");
+    options_.except = {"x*"};
+    EXPECT_EQ(fails(""), "no rule has a number or name like 'x*'; 'qzstorage validate --list' has all");
+    options_.except = {};
+    options_.exceptFrom = folder / "missing";
+    EXPECT_EQ(fails(""), folder / "missing" + ": No such file or directory");
+    options_.exceptFrom = folder / ".";
+    EXPECT_EQ(fails(""), folder / "." + ": Is a directory");
     EXPECT_EQ(out_.str(), "");
 }
 
