@@ -1,6 +1,7 @@
 #include "host/mount/ErrnoError.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/SystemError.h"
 
 #include <cerrno>
 #include <cstring>
@@ -11,6 +12,7 @@ namespace storage::host {
 
 using foundation::storage::provider::ErrorCode;
 using foundation::storage::provider::Exception;
+using foundation::storage::provider::SystemError;
 
 namespace {
 
@@ -43,6 +45,8 @@ int errnoOfCurrentException() noexcept {
         return error.number();
     } catch (const Exception& error) {
         return errnoOf(error.getErrorCode());
+    } catch (const SystemError& error) {
+        return error.code().value();
     } catch (const std::bad_alloc&) {
         return ENOMEM;
     } catch (const std::length_error&) {

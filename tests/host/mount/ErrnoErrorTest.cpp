@@ -1,5 +1,6 @@
 #include "host/mount/ErrnoError.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/SystemError.h"
 #include "tests/host/mount/ErrnoOf.h"
 
 #include <cerrno>
@@ -12,6 +13,7 @@ namespace {
 using foundation::storage::provider::ErrorCode;
 using foundation::storage::provider::Exception;
 using foundation::storage::provider::StorageIRI;
+using foundation::storage::provider::SystemError;
 using storage::host::ErrnoError;
 
 template <typename Thrown>
@@ -41,6 +43,11 @@ TEST(ErrnoErrorTest, AnErrnoErrorKeepsItsNumber) {
     EXPECT_EQ(errnoOfThrown(ErrnoError(ENOSPC)), ENOSPC);
     EXPECT_EQ(errnoOfThrown(ErrnoError(EISDIR)), EISDIR);
     EXPECT_STREQ(ErrnoError(ENOSPC).what(), "No space left on device");
+}
+
+TEST(ErrnoErrorTest, AFailedSystemCallOfAProviderKeepsItsNumber) {
+    EXPECT_EQ(errnoOfThrown(SystemError(ENOSPC, StorageIRI(u"/f"))), ENOSPC);
+    EXPECT_EQ(errnoOfThrown(SystemError(EHOSTDOWN, StorageIRI(u"/f"))), EHOSTDOWN);
 }
 
 TEST(ErrnoErrorTest, EveryOtherExceptionHasANumberToo) {
