@@ -7,6 +7,8 @@
 #include "hostapi/storage/provider/RequireNonNull.h"
 
 #include <algorithm>
+#include <ctime>
+#include <limits>
 
 namespace storage::host {
 
@@ -25,8 +27,17 @@ constexpr mode_t permissionsOf(mode_t usual, bool writable) {
     return writable ? usual : usual & ~writeBits;
 }
 
+/// A storage may tell a time that is none. Then programs see the time at which the mount looked: an entry of 1970 would
+/// count as older than everything.
 timespec programTime(const boost::posix_time::ptime& time) {
-    return time.is_special() ? timespec{} : toDiskTime(time);
+    constexpr std::time_t beyond = std::numeric_limits<std::time_t>::max();
+    if (time.is_not_a_date_time()) {
+        timespec now{};
+        std::timespec_get(&now, TIME_UTC);
+        return now;
+    }
+    return toDiskTime(time.is_special() ? fromDiskTime({time.is_pos_infinity() ? beyond : -beyond, 0})
+                                        : time);
 }
 
 const std::u16string namelessPrefix = u"\xD800n"; ///< not valid UTF-16, so no program can use or see it
