@@ -25,7 +25,7 @@ _qzstorage_value() {
         --plugin | --junit | --except-from) _qzstorage_paths f ;;
         --import | --export-on-exit | --sync-on-exit | --rescue) _qzstorage_paths d ;;
         --profile) _qzstorage_words "any in-memory" ;;
-        --threads | -o | --only | --except | --seed | --timeout | -c) COMPREPLY=() ;;
+        --threads | -o | --only | --except | --seed | --timeout | --run-timeout | --jobs | --repeat | -c) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -61,7 +61,7 @@ _qzstorage() {
         unmount:-*) _qzstorage_words "--help --plugin" ;;
         validate:-*)
             _qzstorage_words "--help --plugin --profile --list --only --except --except-from --json --junit --seed
-                --timeout"
+                --timeout --run-timeout --jobs --repeat --fail-fast"
             ;;
         inspect:-*) _qzstorage_words "--help --plugin --json" ;;
         run:* | validate:* | inspect:*) _qzstorage_paths f ;;

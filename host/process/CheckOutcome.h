@@ -12,10 +12,11 @@ struct CheckOutcome {
         Fail,  ///< the provider breaks the rule
         Skip,  ///< the check does not apply to this provider or machine
         Crash, ///< the process exited or was killed before it announced a result
+        Hang,  ///< the process was killed at the time limit
     };
 
     Result result;
-    std::string reason;   ///< one line; empty for a pass
+    std::string reason;   ///< printable lines; empty for a pass
     std::string output{}; ///< output of the check's process: printable, shortened
     std::chrono::milliseconds duration{};
 };

@@ -2,20 +2,19 @@
 
 #include "host/support/Interruption.h"
 #include "host/support/SystemCall.h"
-#include "host/support/Utf.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <fmt/format.h>
-#include <poll.h>
 #include <random>
 #include <string_view>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace storage::host {
 
@@ -103,39 +102,48 @@ CheckProcess::CheckProcess(const Task& task, std::string mark, Pipe verdict, Pip
       process_([&] { runTask(task, mark_, verdict, output); }),
       ended_(openProcess(process_.id())),
       verdictEnd_(std::move(verdict.readEnd)),
-      outputEnd_(std::move(output.readEnd)) {}
+      outputEnd_(std::move(output.readEnd)),
+      sources_{{{ended_.number(), POLLIN, 0},
+                {verdictEnd_.number(), POLLIN, 0},
+                {outputEnd_.number(), POLLIN, 0}}} {}
 
 CheckOutcome CheckProcess::wait(milliseconds limit) {
-    const End end = watch(start_ + limit);
+    CheckProcess* const self = this;
+    while (!isOver(limit)) {
+        waitForAny({&self, 1});
+    }
+    return outcome(limit);
+}
+
+void CheckProcess::waitForAny(std::span<CheckProcess* const> processes) {
+    Interruption::check();
+    std::vector<pollfd> sources;
+    for (const CheckProcess* const each : processes) {
+        sources.insert(sources.end(), each->sources_.begin(), each->sources_.end());
+    }
+    ::poll(sources.data(), sources.size(), static_cast<int>(longestWait.count()));
+}
+
+bool CheckProcess::isOver(milliseconds limit) {
+    ::poll(sources_.data(), sources_.size(), 0);
+    if (sources_[1].revents != 0 && !takeVerdict()) {
+        sources_[1].fd = -1; // end of file: stop polling
+    }
+    if (sources_[2].revents != 0 && !takeOutput()) {
+        sources_[2].fd = -1;
+    }
+    end_ = sources_[0].revents != 0 ? End::ByItself : End::TimeOver;
+    return end_ == End::ByItself || Clock::now() >= start_ + limit;
+}
+
+CheckOutcome CheckProcess::outcome(milliseconds limit) {
     const int status = process_.end();
     takeVerdict();
     takeOutput();
-    CheckOutcome outcome = verdict(end, status, limit);
+    CheckOutcome outcome = verdict(status, limit);
     outcome.output = output_.text();
     outcome.duration = std::chrono::duration_cast<milliseconds>(Clock::now() - start_);
     return outcome;
-}
-
-CheckProcess::End CheckProcess::watch(Clock::time_point deadline) {
-    std::array<pollfd, 3> sources{
-        {{ended_.number(), POLLIN, 0}, {verdictEnd_.number(), POLLIN, 0}, {outputEnd_.number(), POLLIN, 0}}};
-    for (auto now = Clock::now(); now < deadline; now = Clock::now()) {
-        Interruption::check();
-        const auto wait = std::min(std::chrono::ceil<milliseconds>(deadline - now), longestWait);
-        if (::poll(sources.data(), sources.size(), static_cast<int>(wait.count())) <= 0) {
-            continue;
-        }
-        if (sources[0].revents != 0) {
-            return End::ByItself;
-        }
-        if (sources[1].revents != 0 && !takeVerdict()) {
-            sources[1].fd = -1; // end of file: stop polling
-        }
-        if (sources[2].revents != 0 && !takeOutput()) {
-            sources[2].fd = -1;
-        }
-    }
-    return End::TimeOver;
 }
 
 bool CheckProcess::takeVerdict() {
@@ -157,27 +165,29 @@ std::optional<CheckOutcome> CheckProcess::announcedVerdict() const {
     if (std::find(announcedResults.begin(), announcedResults.end(), result) == announcedResults.end()) {
         return std::nullopt;
     }
-    return CheckOutcome{result, printableInMessage(message.substr(1))};
+    OutputExcerpt reason;
+    reason.append(message.substr(1));
+    return CheckOutcome{result, reason.text()};
 }
 
-CheckOutcome CheckProcess::verdict(End end, int status, milliseconds limit) const {
-    const std::string ending =
-        end == End::TimeOver
-            ? fmt::format("did not end within {:g} s (--timeout gives more)", inSeconds(limit))
-            : howItEnded(status);
+CheckOutcome CheckProcess::verdict(int status, milliseconds limit) const {
+    const Result early = end_ == End::TimeOver ? Result::Hang : Result::Crash;
+    const std::string ending = end_ == End::TimeOver
+                                   ? fmt::format("did not end within {:g} s", inSeconds(limit))
+                                   : howItEnded(status);
     if (announced_.empty()) {
-        return {Result::Crash, ending};
+        return {early, ending};
     }
     const std::optional<CheckOutcome> announced = announcedVerdict();
     if (!announced) {
-        return {Result::Crash, ending + " after writing to a descriptor that is not its own"};
+        return {early, ending + " after writing to a descriptor that is not its own"};
     }
-    if (end == End::ByItself && endedWell(status)) {
+    if (end_ == End::ByItself && endedWell(status)) {
         return *announced;
     }
     return announced->result == Result::Fail
                ? CheckOutcome{Result::Fail, announced->reason + "; then the check " + ending}
-               : CheckOutcome{Result::Crash, ending + " after the check itself"};
+               : CheckOutcome{early, ending + " after the check itself"};
 }
 
 } // namespace storage::host

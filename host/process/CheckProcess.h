@@ -5,9 +5,12 @@
 #include "host/process/OutputExcerpt.h"
 #include "host/process/Pipe.h"
 
+#include <array>
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <poll.h>
+#include <span>
 #include <string>
 
 namespace storage::host {
@@ -33,24 +36,36 @@ public:
     /// @throws Interrupted
     CheckOutcome wait(std::chrono::milliseconds limit);
 
+    /// Waits a moment until one of the processes may be over.
+    /// @throws Interrupted
+    static void waitForAny(std::span<CheckProcess* const> processes);
+
+    /// Takes what the process has sent.
+    /// @return whether it has ended, or the time limit is over
+    bool isOver(std::chrono::milliseconds limit);
+
+    /// How it ended; kills it if it has not. To be called once, when it is over.
+    CheckOutcome outcome(std::chrono::milliseconds limit);
+
 private:
     using Clock = std::chrono::steady_clock;
     enum class End { ByItself, TimeOver };
 
     CheckProcess(const Task& task, std::string mark, Pipe verdict, Pipe output);
 
-    End watch(Clock::time_point deadline);
     bool takeVerdict();
     bool takeOutput();
     std::optional<CheckOutcome> announcedVerdict() const;
-    CheckOutcome verdict(End end, int status, std::chrono::milliseconds limit) const;
+    CheckOutcome verdict(int status, std::chrono::milliseconds limit) const;
 
     Clock::time_point start_ = Clock::now();
+    End end_ = End::TimeOver;
     std::string mark_; ///< delimits the verdict on both sides
     ChildProcess process_;
     FileDescriptor ended_; ///< readable when the process has ended
     FileDescriptor verdictEnd_;
     FileDescriptor outputEnd_;
+    std::array<pollfd, 3> sources_; ///< of all three; those that are closed at the other end have no number
     std::string announced_;
     OutputExcerpt output_;
 };

@@ -25,15 +25,16 @@ CheckOutcome verdictOf(const std::string& plugin, const std::function<void()>& w
 } // namespace
 
 void tryInProcess(const std::string& plugin, const std::function<void()>& work,
-                  std::chrono::milliseconds limit) {
+                  std::chrono::milliseconds limit, const std::function<std::string()>& where) {
     CheckProcess process([&](const CheckProcess::Announce& announce) { announce(verdictOf(plugin, work)); });
     const CheckOutcome outcome = process.wait(limit);
-    if (outcome.result == Result::Crash) {
+    if (outcome.result == Result::Crash || outcome.result == Result::Hang) {
         const std::string lastWords = outcome.output.empty() ? "" : "; it said: " + outcome.output;
-        throw PluginError(printable(plugin) + ": the process that loaded it " + outcome.reason + lastWords);
+        throw PluginError(printable(plugin) + ": the process that loaded it " + outcome.reason + where() +
+                          lastWords);
     }
     if (outcome.result == Result::Fail) {
-        throw PluginError(outcome.reason);
+        throw PluginError(printableInMessage(outcome.reason)); // one line
     }
 }
 

@@ -6,14 +6,34 @@
 #include "hostapi/storage/provider/Exception.h"
 #include "hostapi/storage/provider/SystemError.h"
 
+#include <cstdlib>
+#include <cxxabi.h>
+#include <memory>
 #include <new>
 #include <system_error>
+#include <typeinfo>
 
 namespace storage::host {
 
 using foundation::core::except::IException;
 using foundation::storage::provider::Exception;
 using foundation::storage::provider::SystemError;
+
+namespace {
+
+/// "plugin::Trouble".
+std::string nameOfCurrentType() {
+    const std::type_info* const type = abi::__cxa_current_exception_type();
+    if (type == nullptr) { // not of C++
+        return "unknown";
+    }
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> name(
+        abi::__cxa_demangle(type->name(), nullptr, nullptr, &status), &std::free);
+    return name ? name.get() : type->name();
+}
+
+} // namespace
 
 std::string Failure::reasonOf(const Exception& error) {
     const std::string text = error.what();
@@ -42,7 +62,7 @@ Failure Failure::ofCurrentException(const std::string& path, const FailureDiagno
     } catch (const IException& error) {
         return {path, error.what()};
     } catch (...) {
-        return {path, "unknown failure"};
+        return {path, "an exception of type " + nameOfCurrentType()};
     }
 }
 

@@ -35,8 +35,9 @@ CheckOutcome verdictOf(const std::function<void()>& check) {
 } // namespace
 
 void CheckRunner::requireProvider() const {
-    const auto beginCheck = [this] {
-        CheckContext context(plugin_, profile_, seed_);
+    OperationTrace trace;
+    const auto beginCheck = [&] {
+        CheckContext context(plugin_, profile_, seed_, trace);
         try {
             context.provider();
         } catch (const PluginError&) {
@@ -47,17 +48,36 @@ void CheckRunner::requireProvider() const {
             throw CommandError(failure.path, failure.reason);
         }
     };
-    tryInProcess(plugin_, beginCheck, limit_);
+    tryInProcess(plugin_, beginCheck, limit_, [&] { return trace.text(); });
+}
+
+CheckRunner::Running::Running(const CheckRunner& runner, const Check& check)
+    : process_([&](const CheckProcess::Announce& announce) {
+          std::optional<CheckContext> context;
+          announce(verdictOf([&] { // before provider and library go, which may end the process
+              check.run(context.emplace(runner.plugin_, runner.profile_, runner.seed_, trace_));
+          }));
+      }) {}
+
+CheckOutcome CheckRunner::Running::outcome(std::chrono::milliseconds limit) {
+    CheckOutcome outcome = process_.outcome(limit);
+    if (outcome.result == Result::Crash || outcome.result == Result::Hang) {
+        outcome.reason += trace_.text();
+    }
+    return outcome;
+}
+
+std::unique_ptr<CheckRunner::Running> CheckRunner::start(const Check& check) const {
+    return std::make_unique<Running>(*this, check);
 }
 
 CheckOutcome CheckRunner::run(const Check& check) const {
-    CheckProcess process([&](const CheckProcess::Announce& announce) {
-        std::optional<CheckContext> context;
-        announce(verdictOf([&] { // before provider and library go, which may end the process
-            check.run(context.emplace(plugin_, profile_, seed_));
-        }));
-    });
-    return process.wait(limit_);
+    const auto running = start(check);
+    CheckProcess* const process = &running->process();
+    while (!process->isOver(limit_)) {
+        CheckProcess::waitForAny({&process, 1});
+    }
+    return running->outcome(limit_);
 }
 
 } // namespace storage::host

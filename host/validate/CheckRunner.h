@@ -1,10 +1,12 @@
 #pragma once
 
-#include "host/process/CheckOutcome.h"
+#include "host/process/CheckProcess.h"
+#include "host/validate/kit/OperationTrace.h"
 #include "host/validate/rules/Check.h"
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace storage::host {
@@ -25,8 +27,30 @@ public:
     /// @throws PluginError, Interrupted
     void requireProvider() const;
 
+    /// A check that runs. Owns its process.
+    class Running {
+    public:
+        Running(const CheckRunner& runner, const Check& check);
+
+        CheckProcess& process() { return process_; }
+
+        /// As CheckProcess; of one that did not end well, with the operations that it was in.
+        CheckOutcome outcome(std::chrono::milliseconds limit);
+
+    private:
+        OperationTrace trace_; ///< made before the process, which shares it
+        CheckProcess process_;
+    };
+
+    /// @throws std::system_error
+    std::unique_ptr<Running> start(const Check& check) const;
+
+    /// Starts a check and waits for it.
     /// @throws Interrupted
     CheckOutcome run(const Check& check) const;
+
+    /// The same with other random numbers.
+    CheckRunner withSeed(std::uint64_t seed) const { return {plugin_, profile_, seed, limit_}; }
 
 private:
     std::string plugin_;

@@ -4,6 +4,7 @@
 #include "host/validate/rules/Profile.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -24,7 +25,11 @@ struct ValidateOptions {
     ReportFormat format = ReportFormat::Text;
     std::optional<std::string> junitFile;
     std::uint64_t seed = 0;
-    std::chrono::seconds timeLimit{60}; ///< of each check
+    std::chrono::seconds timeLimit{60};           ///< of each check
+    std::optional<std::chrono::seconds> runLimit; ///< of all of them together
+    std::size_t jobs = 1;                         ///< checks that run at once
+    std::size_t repeat = 1;                       ///< how often each check is run, with other random numbers
+    bool failFast = false;                        ///< the first rule that is not kept ends the run
 };
 
 } // namespace storage::host

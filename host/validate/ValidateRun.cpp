@@ -12,64 +12,143 @@
 #include "host/validate/rules/CheckSelection.h"
 #include "host/validate/rules/RuleExceptions.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
+#include <fmt/format.h>
 #include <fstream>
 
 namespace storage::host {
 
 namespace {
 
-/// One run of the selected checks.
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using Result = CheckOutcome::Result;
+using CheckRun = ValidationRecord::CheckRun;
+
+/// A provider that hangs in one check mostly hangs in many.
+constexpr int mostHangs = 10;
+
+CheckRun planned(const Check& check, const RuleExceptions& exceptions) {
+    if (const auto reason = exceptions.reasonFor(check)) {
+        return {&check, {Result::Skip, "excepted: " + printable(*reason)}, "", CheckRun::State::Excepted};
+    }
+    return {&check, {Result::Skip, "the run was stopped before"}, "", CheckRun::State::NotReached};
+}
+
+/// One run of the selected checks. Results are in the order of the rules, whichever check ends first.
 class Validation {
 public:
     Validation(const std::string& plugin, const ValidateOptions& options, const CheckSelection& selection,
-               RuleExceptions exceptions, Console& console)
+               const RuleExceptions& exceptions, Console& console)
         : options_(options),
-          exceptions_(std::move(exceptions)),
           console_(console),
           runner_(plugin, options.profile, options.seed, options.timeLimit),
           progress_(console, selection.size()),
-          record_{plugin, options.profile, options.seed, selection.leftOut, {}} {}
+          record_{plugin, options.profile, options.seed, selection.leftOut, {}} {
+        for (const CheckSelection::Group& group : selection.groups) {
+            record_.groups.push_back({group.group, {}});
+            for (const Check* const check : group.checks) {
+                record_.groups.back().checks.push_back(planned(*check, exceptions));
+            }
+        }
+    }
 
-    ValidationRecord run(const CheckSelection& selection) {
+    ValidationRecord run() {
         runner_.requireProvider();
         std::ostream silence(nullptr);
         ValidationText text(options_.format == ReportFormat::Text ? console_.out() : silence);
         text.printBegin(record_);
-        for (const CheckSelection::Group& group : selection.groups) {
-            record_.groups.push_back(runGroup(group));
+        for (ValidationRecord::Group& group : record_.groups) {
+            for (CheckRun& run : group.checks) {
+                if (run.state == CheckRun::State::NotReached) {
+                    collectUntil(options_.jobs - 1);
+                    begin(run, 0);
+                }
+            }
+            collectUntil(0);
             console_.clearProgress();
-            text.printGroup(record_.groups.back());
+            text.printGroup(group);
         }
         text.printEnd(record_);
         return record_;
     }
 
 private:
-    ValidationRecord::Group runGroup(const CheckSelection::Group& group) {
-        ValidationRecord::Group record{group.group, {}};
-        for (const Check* const check : group.checks) {
-            record.checks.push_back(runCheck(*check));
+    /// A check that runs.
+    struct Job {
+        CheckRun* run;
+        std::size_t round; ///< how often it has been run before
+        milliseconds limit;
+        std::unique_ptr<CheckRunner::Running> running;
+    };
+
+    void begin(CheckRun& run, std::size_t round) {
+        if (!record_.stopped.empty()) {
+            return;
         }
-        return record;
+        if (round == 0) {
+            progress_.begin(*run.check);
+        }
+        milliseconds limit = options_.timeLimit;
+        if (options_.runLimit) {
+            limit = std::clamp(std::chrono::ceil<milliseconds>(begin_ + *options_.runLimit - Clock::now()),
+                               milliseconds(0), limit);
+        }
+        jobs_.push_back({&run, round, limit, runner_.withSeed(options_.seed + round).start(*run.check)});
     }
 
-    ValidationRecord::CheckRun runCheck(const Check& check) {
-        progress_.begin(check);
-        const std::string replay = replayCommand(options_, check);
-        if (const auto reason = exceptions_.reasonFor(check)) {
-            return {&check, {CheckOutcome::Result::Skip, "excepted: " + printable(*reason)}, replay, true};
+    void collectUntil(std::size_t left) {
+        while (jobs_.size() > left) {
+            std::vector<CheckProcess*> processes;
+            for (const Job& job : jobs_) {
+                processes.push_back(&job.running->process());
+            }
+            CheckProcess::waitForAny(processes);
+            const auto over = std::find_if(jobs_.begin(), jobs_.end(), [](const Job& job) {
+                return job.running->process().isOver(job.limit);
+            });
+            if (over != jobs_.end()) {
+                Job job = std::move(*over);
+                jobs_.erase(over);
+                take(job);
+            }
+            if (!record_.stopped.empty()) {
+                jobs_.clear(); // kills them
+            }
         }
-        return {&check, runner_.run(check), replay};
+    }
+
+    void take(Job& job) {
+        CheckOutcome outcome = job.running->outcome(job.limit);
+        if (outcome.result == Result::Pass && job.round + 1 < options_.repeat) {
+            begin(*job.run, job.round + 1);
+            return;
+        }
+        const bool isKept = outcome.result == Result::Pass || outcome.result == Result::Skip;
+        hangs_ += outcome.result == Result::Hang ? 1 : 0;
+        if (options_.runLimit && Clock::now() - begin_ >= *options_.runLimit) {
+            record_.stopped =
+                fmt::format("stopped after {} s (--run-timeout gives more)", options_.runLimit->count());
+        } else if (hangs_ >= mostHangs) {
+            record_.stopped = fmt::format("stopped after {} hangs", hangs_);
+        } else if (!isKept && options_.failFast) {
+            record_.stopped = "stopped at the first rule that is not kept";
+        }
+        ValidateOptions again = options_;
+        again.seed += job.round;
+        *job.run = {job.run->check, std::move(outcome), replayCommand(again, *job.run->check)};
     }
 
     const ValidateOptions& options_;
-    const RuleExceptions exceptions_;
     Console& console_;
     const CheckRunner runner_;
     CheckProgress progress_;
     ValidationRecord record_;
+    std::vector<Job> jobs_;
+    const Clock::time_point begin_ = Clock::now();
+    int hangs_ = 0;
 };
 
 /// Somebody who forgets the report's name would lose the plug-in.
@@ -119,12 +198,11 @@ ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options
         printSelected(console.out(), selection, options.format);
         return ExitStatus::Success;
     }
-    RuleExceptions exceptions = RuleExceptions::of(catalogue, options.except, options.exceptFrom);
+    const auto exceptions = RuleExceptions::of(catalogue, options.except, options.exceptFrom);
     requireChecks(selection, exceptions);
     const Interruption interruption;
     auto junit = openForJUnit(options);
-    const ValidationRecord record =
-        Validation(plugin, options, selection, std::move(exceptions), console).run(selection);
+    const ValidationRecord record = Validation(plugin, options, selection, exceptions, console).run();
     if (options.format == ReportFormat::Json) {
         printJson(console.out(), record);
     }
@@ -132,7 +210,7 @@ ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options
         junit->write(junitXml(record));
         junit->close();
     }
-    return record.totals().allKept() ? ExitStatus::Success : ExitStatus::Failure;
+    return record.totals().allKept() && record.notReached() == 0 ? ExitStatus::Success : ExitStatus::Failure;
 }
 
 } // namespace storage::host

@@ -15,6 +15,8 @@ namespace storage::host {
 namespace {
 
 constexpr long longestTimeLimit = 86400;
+constexpr long mostJobs = 100;
+constexpr long mostRepeats = 1'000'000;
 
 constexpr const char* validateExamples = R"(Examples:
   qzstorage validate                           the plug-in that comes with this program
@@ -22,6 +24,7 @@ constexpr const char* validateExamples = R"(Examples:
   qzstorage validate --only '7.*' --only '*append*' ./libmyprovider.so
   qzstorage validate --except-from exceptions.txt ./libmyprovider.so
   qzstorage validate --junit report.xml ./libmyprovider.so
+  qzstorage validate --only '13.*' --repeat 50 --fail-fast ./libmyprovider.so
   qzstorage validate --list                    which rules there are
 
 Exit status: 0 no rule is broken, 1 one is or the plug-in cannot be used, 2 wrong usage,
@@ -81,6 +84,20 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
         ->type_name("SECONDS")
         ->check(CLI::Range(1L, longestTimeLimit).description(""))
         ->capture_default_str();
+    command_->add_option("--run-timeout", runLimit_, "How long all checks together may take")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1L, longestTimeLimit).description(""));
+    command_->add_option("--jobs", options_.jobs, "How many checks run at once")
+        ->type_name("N")
+        ->check(CLI::Range(1L, mostJobs).description(""))
+        ->capture_default_str();
+    command_
+        ->add_option("--repeat", options_.repeat,
+                     "Run each check so many times, each time with other random numbers")
+        ->type_name("N")
+        ->check(CLI::Range(1L, mostRepeats).description(""))
+        ->capture_default_str();
+    command_->add_flag("--fail-fast", options_.failFast, "Stop at the first rule that is not kept");
     command_->footer(validateExamples);
 }
 
@@ -95,6 +112,9 @@ std::optional<ValidateOptions> ValidateSyntax::result(const std::optional<std::s
     options.format = json_ ? ReportFormat::Json : ReportFormat::Text;
     options.seed = seed_ ? seedOf(*seed_) : std::random_device{}();
     options.timeLimit = std::chrono::seconds(timeLimit_);
+    if (runLimit_) {
+        options.runLimit = std::chrono::seconds(*runLimit_);
+    }
     return options;
 }
 

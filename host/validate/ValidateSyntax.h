@@ -37,6 +37,7 @@ private:
     std::optional<std::string> profile_;
     std::optional<std::string> seed_;
     long timeLimit_ = options_.timeLimit.count();
+    std::optional<long> runLimit_;
     bool list_ = false;
     bool json_ = false;
 };

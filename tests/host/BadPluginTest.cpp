@@ -28,8 +28,8 @@ struct Misdeed {
 
 const std::vector<Misdeed> thrown{
     {"standard", R"(the tape\\nis stuck)"},
-    {"number", "unknown failure"},
-    {"unknown", "unknown failure"},
+    {"number", "an exception of type int"},
+    {"unknown", R"(an exception of type \(anonymous namespace\)::UnknownFailure)"},
     {"own", "the tape is torn"},
     {"memory", "out of memory"},
     {"code", R"(failed for a reason that this host does not know \(code 77\))"},

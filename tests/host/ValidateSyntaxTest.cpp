@@ -66,6 +66,13 @@ TEST(ValidateSyntaxTest, EachOptionIsTaken) {
                                                    "r.xml",
                                                    "--seed",
                                                    "18446744073709551615",
+                                                   "--run-timeout",
+                                                   "60",
+                                                   "--jobs",
+                                                   "4",
+                                                   "--repeat",
+                                                   "3",
+                                                   "--fail-fast",
                                                    "--timeout",
                                                    "5",
                                                    "./p.so"});
@@ -78,6 +85,10 @@ TEST(ValidateSyntaxTest, EachOptionIsTaken) {
     EXPECT_EQ(options.junitFile, "r.xml");
     EXPECT_EQ(options.seed, 18446744073709551615U);
     EXPECT_EQ(options.timeLimit, std::chrono::seconds(5));
+    EXPECT_EQ(options.runLimit, std::chrono::seconds(60));
+    EXPECT_EQ(options.jobs, 4U);
+    EXPECT_EQ(options.repeat, 3U);
+    EXPECT_TRUE(options.failFast);
     EXPECT_EQ(parseValidate({"--profile", "any"}).profile, Profile::AnyProvider);
     EXPECT_EQ(parseValidate({"--only", "1.*", "./p.so"}).plugin, "./p.so");
 }
@@ -106,6 +117,10 @@ TEST(ValidateSyntaxTest, WrongUseIsRefused) {
                                    {"validate", "--timeout", "0"},
                                    {"validate", "--timeout", "100000"},
                                    {"validate", "--timeout", "soon"},
+                                   {"validate", "--run-timeout", "0"},
+                                   {"validate", "--jobs", "0"},
+                                   {"validate", "--jobs", "-1"},
+                                   {"validate", "--repeat", "0"},
                                    {"validate", "--junit"},
                                    {"inspect", "--list"}}) {
         EXPECT_THROW(parse(arguments), UsageError) << testing::PrintToString(arguments);

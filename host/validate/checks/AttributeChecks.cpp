@@ -149,7 +149,7 @@ void lookingChangesNothing(CheckContext& context) {
     const std::string before = describeTree(context.provider(), context.at(u""));
     lookAtEverything(context);
     const std::string after = describeTree(context.provider(), context.at(u""));
-    expect(after == before, fmt::format("looking changes something; before:\n{}\nafter:\n{}", before, after));
+    expect(after == before, fmt::format("looking changes something:{}", treeDifference(before, after)));
 }
 
 /// The attributes of entries side by side are each one's own.

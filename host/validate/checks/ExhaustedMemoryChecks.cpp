@@ -86,9 +86,8 @@ void expectUnchanged(CheckContext& context, const Trial& trial) {
                        trial.operation};
     sweep(noting, [&] {
         const std::string after = describeTree(context.provider(), context.at(u""));
-        expect(after == before,
-               fmt::format("{} runs out of memory, but changes something; before:\n{}\nafter:\n{}",
-                           trial.name, before, after));
+        expect(after == before, fmt::format("{} runs out of memory, but changes something:{}", trial.name,
+                                            treeDifference(before, after)));
     });
 }
 

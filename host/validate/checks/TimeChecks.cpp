@@ -179,10 +179,8 @@ void settingTimeChangesNothingElse(CheckContext& context) {
         provider.doSetLastModified(context.at(path), longAgo());
     }
     const std::string after = describeTree(provider, context.at(u""));
-    expect(after == before,
-           fmt::format("times that were set to and fro leave something else behind; before:\n{}\n"
-                       "after:\n{}",
-                       before, after));
+    expect(after == before, fmt::format("times that were set to and fro leave something else behind:{}",
+                                        treeDifference(before, after)));
 }
 
 void timeOfRoot(CheckContext& context) {

@@ -1,5 +1,7 @@
 #include "host/validate/kit/CheckContext.h"
 
+#include "host/validate/kit/TracedProvider.h"
+
 #include <fmt/format.h>
 
 namespace storage::host {
@@ -18,13 +20,14 @@ std::u16string folderOfItsOwn() {
 
 } // namespace
 
-CheckContext::CheckContext(const std::string& plugin, Profile profile, std::uint64_t seed)
-    : library_(plugin), profile_(profile), random_(seed) {}
+CheckContext::CheckContext(const std::string& plugin, Profile profile, std::uint64_t seed,
+                           OperationTrace& trace)
+    : library_(plugin), profile_(profile), random_(seed), trace_(trace) {}
 
 CheckContext::~CheckContext() {
     try {
         if (!folder_.empty()) {
-            (*provider_)->doRemoveFolderRecursively(StorageIRI(folder_));
+            provider_->doRemoveFolderRecursively(StorageIRI(folder_));
         }
     } catch (...) { // the check has its result, and a broken provider may not be able to remove
     }
@@ -34,7 +37,7 @@ const CheckContext::IProvider& CheckContext::provider() {
     if (!provider_) {
         makeFolder();
     }
-    return **provider_;
+    return *provider_;
 }
 
 CheckContext::StorageIRI CheckContext::at(std::u16string_view path) {
@@ -45,9 +48,13 @@ CheckContext::StorageIRI CheckContext::at(std::u16string_view path) {
 }
 
 void CheckContext::makeFolder() {
-    provider_.emplace(library_.buildProvider());
+    {
+        const OperationTrace::Call call(trace_, "buildProvider_V1", {});
+        loaded_.emplace(library_.buildProvider());
+    }
+    provider_ = tracedProvider(**loaded_, trace_);
     std::u16string folder = folderOfItsOwn();
-    (*provider_)->doCreateFolder(StorageIRI(folder));
+    provider_->doCreateFolder(StorageIRI(folder));
     folder_ = std::move(folder);
 }
 

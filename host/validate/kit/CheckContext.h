@@ -1,8 +1,10 @@
 #pragma once
 
 #include "host/plugin/PluginLibrary.h"
+#include "host/validate/kit/OperationTrace.h"
 #include "host/validate/rules/Profile.h"
 
+#include <memory>
 #include <optional>
 #include <random>
 #include <string>
@@ -13,7 +15,7 @@ namespace storage::host {
 /// What a check works with: the plug-in, a provider out of it, a folder of the storage that is the check's own, and
 /// random numbers.
 ///
-/// Owns the loaded library and the provider. The folder is made with the provider at the first use and removed at the end
+/// Owns the loaded library and the provider, and borrows the trace. The folder is made with the provider at the first use and removed at the end
 /// with everything in it, so that a storage that keeps its content gets back what it had. Thread safety: `at` may be called
 /// from any number of threads once it has been called; the rest is for one thread.
 class CheckContext {
@@ -24,8 +26,9 @@ public:
     /// @param plugin   path of the plug-in
     /// @param profile  what the provider is to be held to
     /// @param seed     where the random numbers begin
+    /// @param trace    records each call of the provider
     /// @throws PluginError
-    CheckContext(const std::string& plugin, Profile profile, std::uint64_t seed);
+    CheckContext(const std::string& plugin, Profile profile, std::uint64_t seed, OperationTrace& trace);
     CheckContext(const CheckContext&) = delete;
     CheckContext& operator=(const CheckContext&) = delete;
     ~CheckContext();
@@ -51,7 +54,10 @@ private:
     PluginLibrary library_;
     Profile profile_;
     std::mt19937_64 random_;
-    std::optional<LoadedProvider> provider_;
+    OperationTrace& trace_;
+    std::optional<LoadedProvider> loaded_;
+    std::unique_ptr<IProvider>
+        provider_; ///< forwards to the loaded one; declared after it, destroyed before it
     std::u16string folder_;
 };
 

@@ -6,6 +6,9 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <iterator>
+#include <sstream>
+#include <utility>
 #include <vector>
 
 namespace storage::host {
@@ -64,6 +67,31 @@ std::string describeTree(const IProvider& provider, const StorageIRI& folder, Ti
     Describer describer(provider, times);
     describer.addFolder(folder);
     return describer.text();
+}
+
+std::string treeDifference(const std::string& before, const std::string& after) {
+    const auto linesOf = [](const std::string& text) {
+        std::vector<std::string> lines;
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);) {
+            lines.push_back(line);
+        }
+        return lines; // sorted, as describeTree() leaves them
+    };
+    const std::vector<std::string> first = linesOf(before);
+    const std::vector<std::string> second = linesOf(after);
+    std::vector<std::string> only;
+    std::string difference;
+    const auto add = [&](const char* mark) {
+        for (const std::string& line : std::exchange(only, {})) {
+            difference += "\n" + (mark + line);
+        }
+    };
+    std::set_difference(first.begin(), first.end(), second.begin(), second.end(), std::back_inserter(only));
+    add("- ");
+    std::set_difference(second.begin(), second.end(), first.begin(), first.end(), std::back_inserter(only));
+    add("+ ");
+    return difference;
 }
 
 } // namespace storage::host

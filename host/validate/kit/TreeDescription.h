@@ -15,4 +15,7 @@ std::string describeTree(const foundation::storage::provider::IProvider& provide
                          const foundation::storage::provider::StorageIRI& folder,
                          TimesTold times = TimesTold::All);
 
+/// The lines in which two descriptions differ: "- " in front of those of the first alone, "+ " of the second alone.
+std::string treeDifference(const std::string& before, const std::string& after);
+
 } // namespace storage::host

@@ -2,6 +2,7 @@
 
 #include "host/support/Utf.h"
 
+#include <algorithm>
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 #include <fmt/format.h>
@@ -20,15 +21,17 @@ std::string seconds(std::chrono::milliseconds time) {
 void putTotals(ptree& suite, const ValidationRecord::Totals& totals) {
     suite.put("<xmlattr>.tests", totals.all());
     suite.put("<xmlattr>.failures", totals.failed);
-    suite.put("<xmlattr>.errors", totals.crashed);
+    suite.put("<xmlattr>.errors", totals.crashed + totals.hung);
     suite.put("<xmlattr>.skipped", totals.skipped);
 }
 
 /// What went wrong, as the element that says how.
 void addTrouble(ptree& test, const char* element, const ValidationRecord::CheckRun& run) {
     const CheckOutcome& outcome = run.outcome;
-    ptree trouble(fmt::format("{}\nreplay: {}\n{}", run.check->rule, run.replay, outcome.output));
-    trouble.put("<xmlattr>.message", outcome.reason);
+    const std::size_t firstLine = std::min(outcome.reason.find('\n'), outcome.reason.size());
+    ptree trouble(fmt::format("{}{}\nreplay: {}\n{}", run.check->rule, outcome.reason.substr(firstLine),
+                              run.replay, outcome.output));
+    trouble.put("<xmlattr>.message", outcome.reason.substr(0, firstLine));
     test.add_child(element, trouble);
 }
 
@@ -44,6 +47,7 @@ ptree testCase(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
         addTrouble(test, "failure", run);
         break;
     case CheckOutcome::Result::Crash:
+    case CheckOutcome::Result::Hang:
         addTrouble(test, "error", run);
         break;
     case CheckOutcome::Result::Skip:

@@ -18,6 +18,8 @@ const char* resultName(CheckOutcome::Result result) {
         return "skip";
     case CheckOutcome::Result::Crash:
         return "crash";
+    case CheckOutcome::Result::Hang:
+        return "hang";
     }
     return "";
 }
@@ -33,7 +35,7 @@ Json ruleJson(const CheckGroup& group, const Check& check) {
 Json runJson(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
     Json json = ruleJson(group, *run.check);
     json["result"] = resultName(run.outcome.result);
-    json["excepted"] = run.excepted;
+    json["excepted"] = run.state == ValidationRecord::CheckRun::State::Excepted;
     json["reason"] = run.outcome.reason;
     json["output"] = run.outcome.output;
     json["milliseconds"] = run.outcome.duration.count();
@@ -43,8 +45,9 @@ Json runJson(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
 
 Json totalsJson(const ValidationRecord& record) {
     const ValidationRecord::Totals totals = record.totals();
-    return {{"rules", totals.all()},     {"passed", totals.passed},   {"failed", totals.failed},
-            {"crashed", totals.crashed}, {"skipped", totals.skipped}, {"leftOut", record.leftOut}};
+    return {{"rules", totals.all()},     {"passed", totals.passed}, {"failed", totals.failed},
+            {"crashed", totals.crashed}, {"hung", totals.hung},     {"skipped", totals.skipped},
+            {"leftOut", record.leftOut}};
 }
 
 } // namespace
@@ -60,10 +63,10 @@ void printRulesAsJson(std::ostream& out, const CheckSelection& selection) {
 }
 
 void printJson(std::ostream& out, const ValidationRecord& record) {
-    Json json{{"tool", "qzstorage"},     {"version", QZSTORAGE_VERSION},
-              {"plugin", record.plugin}, {"profile", profileName(record.profile)},
-              {"seed", record.seed},     {"totals", totalsJson(record)},
-              {"rules", Json::array()}};
+    Json json{{"tool", "qzstorage"},       {"version", QZSTORAGE_VERSION},
+              {"plugin", record.plugin},   {"profile", profileName(record.profile)},
+              {"seed", record.seed},       {"totals", totalsJson(record)},
+              {"stopped", record.stopped}, {"rules", Json::array()}};
     for (const ValidationRecord::Group& group : record.groups) {
         for (const ValidationRecord::CheckRun& run : group.checks) {
             json["rules"].push_back(runJson(*group.group, run));

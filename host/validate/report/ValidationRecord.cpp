@@ -1,5 +1,6 @@
 #include "host/validate/report/ValidationRecord.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 namespace storage::host {
@@ -18,6 +19,9 @@ void ValidationRecord::Totals::count(CheckOutcome::Result result) {
     case CheckOutcome::Result::Crash:
         ++crashed;
         break;
+    case CheckOutcome::Result::Hang:
+        ++hung;
+        break;
     }
 }
 
@@ -25,6 +29,7 @@ ValidationRecord::Totals& ValidationRecord::Totals::operator+=(const Totals& oth
     passed += other.passed;
     failed += other.failed;
     crashed += other.crashed;
+    hung += other.hung;
     skipped += other.skipped;
     return *this;
 }
@@ -39,6 +44,7 @@ std::string ValidationRecord::Totals::summary() const {
     add(passed, "passed");
     add(failed, "failed");
     add(crashed, "crashed");
+    add(hung, "hung");
     add(skipped, "skipped");
     return text;
 }
@@ -59,11 +65,21 @@ ValidationRecord::Totals ValidationRecord::totals() const {
     return totals;
 }
 
+std::size_t ValidationRecord::notReached() const {
+    std::size_t number = 0;
+    for (const Group& group : groups) {
+        number += static_cast<std::size_t>(
+            std::count_if(group.checks.begin(), group.checks.end(),
+                          [](const CheckRun& run) { return run.state == CheckRun::State::NotReached; }));
+    }
+    return number;
+}
+
 std::string ValidationRecord::excepted() const {
     std::string numbers;
     for (const Group& group : groups) {
         for (const CheckRun& run : group.checks) {
-            if (run.excepted) {
+            if (run.state == CheckRun::State::Excepted) {
                 numbers += (numbers.empty() ? "" : ", ") + std::string(run.check->number);
             }
         }

@@ -12,13 +12,16 @@ namespace storage::host {
 
 /// The results of a run. A value; it refers to the catalogue.
 struct ValidationRecord {
-    /// A check that was run.
+    /// A selected check.
     struct CheckRun {
         const Check* check;
         CheckOutcome outcome;
         std::string replay; ///< the command line, quoted for a shell, that runs this check again
-        bool excepted =
-            false; ///< the user has said that the storage cannot keep the rule; it was not checked
+        enum class State {
+            Checked,
+            Excepted,   ///< the user has said that the storage cannot keep the rule
+            NotReached, ///< the run was stopped before
+        } state = State::Checked;
     };
 
     /// How many checks ended with each result.
@@ -26,13 +29,14 @@ struct ValidationRecord {
         std::size_t passed = 0;
         std::size_t failed = 0;
         std::size_t crashed = 0;
+        std::size_t hung = 0;
         std::size_t skipped = 0;
 
         void count(CheckOutcome::Result result);
         Totals& operator+=(const Totals& other);
 
-        std::size_t all() const { return passed + failed + crashed + skipped; }
-        bool allKept() const { return failed + crashed == 0; }
+        std::size_t all() const { return passed + failed + crashed + hung + skipped; }
+        bool allKept() const { return failed + crashed + hung == 0; }
 
         /// "5 passed, 1 failed", without the results that no check ended with.
         std::string summary() const;
@@ -51,8 +55,10 @@ struct ValidationRecord {
     std::uint64_t seed;
     std::size_t leftOut; ///< number of selected rules that the profile does not have
     std::vector<Group> groups;
+    std::string stopped{}; ///< why the run has ended early, for example "stopped after 10 hangs"
 
     Totals totals() const;
+    std::size_t notReached() const;
 
     /// The numbers of the excepted rules, for example "4.4, 13.9"; empty when there are none.
     std::string excepted() const;

@@ -12,6 +12,7 @@ namespace storage::host {
 namespace {
 
 using Result = CheckOutcome::Result;
+using State = ValidationRecord::CheckRun::State;
 
 const char* resultText(Result result) {
     switch (result) {
@@ -23,6 +24,8 @@ const char* resultText(Result result) {
         return "skipped";
     case Result::Crash:
         return "CRASHED";
+    case Result::Hang:
+        return "HUNG";
     }
     return "";
 }
@@ -66,7 +69,7 @@ void ValidationText::printBegin(const ValidationRecord& record) {
 void ValidationText::printGroup(const ValidationRecord::Group& group) {
     out_ << fmt::format("{:>2} {}: {}\n", group.group->number, group.group->title, group.totals().summary());
     for (const ValidationRecord::CheckRun& run : group.checks) {
-        if (run.outcome.result != Result::Pass) {
+        if (run.outcome.result != Result::Pass && run.state != State::NotReached) {
             printCheck(run);
         }
     }
@@ -77,7 +80,7 @@ void ValidationText::printCheck(const ValidationRecord::CheckRun& run) {
     const CheckOutcome& outcome = run.outcome;
     out_ << fmt::format("   {} {} {}: {}\n", resultText(outcome.result), run.check->number, run.check->name,
                         run.check->rule)
-         << fmt::format("      {}\n", outcome.reason);
+         << marked(outcome.reason, "      ");
     if (outcome.result != Result::Skip) {
         out_ << marked(outcome.output, "      | ") << fmt::format("      replay: {}\n", run.replay);
     }
@@ -92,6 +95,9 @@ void ValidationText::printEnd(const ValidationRecord& record) {
     }
     if (const std::string numbers = record.excepted(); !numbers.empty()) {
         out_ << "; excepted: " << numbers;
+    }
+    if (record.notReached() > 0) {
+        out_ << fmt::format("; {}: {} not checked", record.stopped, counted(record.notReached(), "rule"));
     }
     out_ << '\n' << std::flush;
 }

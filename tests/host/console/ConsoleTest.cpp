@@ -71,7 +71,7 @@ TEST_F(ConsoleTest, EveryExceptionOfAStepBecomesALine) {
                            "qzstorage: ls: /p: out of memory\n"
                            "qzstorage: ls: /p: broken\n"
                            "qzstorage: ls: /p: No space left on device\n"
-                           "qzstorage: ls: /p: unknown failure\n");
+                           "qzstorage: ls: /p: an exception of type int\n");
     EXPECT_EQ(console_.failuresOfCommand(), 7U);
 }
 

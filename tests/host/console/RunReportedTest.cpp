@@ -45,7 +45,7 @@ TEST_F(RunReportedTest, EachExceptionHasItsMessageAndStatus) {
     expectReported(std::system_error(ENOSPC, std::generic_category(), "write"), ExitStatus::Failure,
                    "No space left on device");
     expectReported(std::runtime_error("torn"), ExitStatus::Failure, "torn");
-    expectReported(42, ExitStatus::Failure, "unknown failure");
+    expectReported(42, ExitStatus::Failure, "an exception of type int");
 }
 
 TEST_F(RunReportedTest, AnOutputThatAnInterruptionBrokeCanBeUsedAgain) {

@@ -263,10 +263,4 @@ TEST_F(MountedTimeTest, AFolderIsModifiedByWhatIsDoneInIt) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedTimeTest, AStorageWithoutATimeOfAFileShowsTheEpoch) {
-    memory_->doCreateFile(StorageIRI(u"/f"));
-    memory_->doSetLastModified(StorageIRI(u"/f"), boost::posix_time::ptime());
-    EXPECT_EQ(mount_.modifiedOf(mount_.at("/f")), timespec{});
-}
-
 } // namespace

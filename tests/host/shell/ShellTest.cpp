@@ -143,7 +143,7 @@ TEST_F(ShellTest, MemoryRunningOutFailsTheCommandOnly) {
 
 TEST_F(ShellTest, WhatAPluginThrowsIsReported) {
     provider_->beforeWrite = [] { throw 42; };
-    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: unknown failure\n");
+    EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: an exception of type int\n");
 }
 
 } // namespace

@@ -18,10 +18,10 @@ constexpr std::chrono::seconds timeLimit(60);
 
 #ifdef QZSTORAGE_SANITIZED // sanitizers do not allow allocations to fail
 const testing::Matcher<Result> kept = AnyOf(Result::Pass, Result::Skip);
-const testing::Matcher<Result> caught = AnyOf(Result::Fail, Result::Crash, Result::Skip);
+const testing::Matcher<Result> caught = AnyOf(Result::Fail, Result::Crash, Result::Hang, Result::Skip);
 #else
 const testing::Matcher<Result> kept = Result::Pass;
-const testing::Matcher<Result> caught = AnyOf(Result::Fail, Result::Crash);
+const testing::Matcher<Result> caught = AnyOf(Result::Fail, Result::Crash, Result::Hang);
 #endif
 
 std::vector<Check> allChecks() {

@@ -21,7 +21,7 @@ std::string catchers() {
     for (const CheckGroup& group : checkCatalogue()) {
         for (const Check& check : group.checks) {
             const Result result = runner.run(check).result;
-            if (result == Result::Fail || result == Result::Crash) {
+            if (result != Result::Pass && result != Result::Skip) {
                 numbers += (numbers.empty() ? "" : " ") + std::string(check.number);
             }
         }

@@ -7,10 +7,13 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <regex>
 #include <sys/resource.h>
 
 namespace {
 
+using testing::ContainsRegex;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
@@ -109,7 +112,8 @@ TEST(ValidateProgramTest, APluginThatCannotBeUsedIsOneLine) {
               "qzstorage: " + plugin + ": the plug-in gave no provider: the tape\\nis stuck\n");
     const ProgramRun crash = runWith("BAD_PLUGIN", "entry signal9", {"validate", plugin});
     EXPECT_EQ(crash.status(), 1);
-    EXPECT_EQ(crash.errors(), "qzstorage: " + plugin + ": the process that loaded it ended by SIGKILL\n");
+    EXPECT_EQ(crash.errors(), "qzstorage: " + plugin +
+                                  ": the process that loaded it ended by SIGKILL, in buildProvider_V1\n");
 }
 
 TEST(ValidateProgramTest, WhatThePluginPrintsIsNoPartOfTheReport) {
@@ -148,7 +152,61 @@ TEST(ValidateProgramTest, ATimeLimitIsKept) {
         runWith("BAD_PLUGIN", "entry wait", {"validate", "--timeout", "1", TEST_BAD_PLUGIN});
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(run.errors(), "qzstorage: " TEST_BAD_PLUGIN
-                            ": the process that loaded it did not end within 1 s (--timeout gives more)\n");
+                            ": the process that loaded it did not end within 1 s, in buildProvider_V1\n");
+}
+
+TEST(ValidateProgramTest, WhatHangsOrCrashesIsNamed) {
+    const ProgramRun hang = runWith("BAD_PLUGIN", "openReadOnlyStream wait",
+                                    {"validate", "--timeout", "1", "--only", "8.1", TEST_BAD_PLUGIN});
+    EXPECT_EQ(hang.status(), 1);
+    EXPECT_THAT(hang.output(), HasSubstr("\n   HUNG 8.1 "));
+    EXPECT_THAT(hang.output(),
+                HasSubstr("\n      did not end within 1 s, in doOpenReadOnlyStream of /qzstorage-validate-"));
+    EXPECT_THAT(hang.output(), EndsWith("\n1 rule: 1 hung\n"));
+    const ProgramRun crash =
+        runWith("BAD_PLUGIN", "openReadOnlyStream signal9", {"validate", "--only", "8.1", TEST_BAD_PLUGIN});
+    EXPECT_THAT(crash.output(),
+                HasSubstr("\n      ended by SIGKILL, in doOpenReadOnlyStream of /qzstorage-validate-"));
+    const ProgramRun first = runWith("BAD_PLUGIN", "createFolder signal9", {"validate", TEST_BAD_PLUGIN});
+    EXPECT_THAT(first.errors(),
+                StartsWith("qzstorage: " TEST_BAD_PLUGIN ": the process that loaded it ended by "
+                           "SIGKILL, in doCreateFolder of /qzstorage-validate-"));
+}
+
+TEST(ValidateProgramTest, ARunEndsEarly) {
+    const ProgramRun hangs =
+        runWith("BAD_PLUGIN", "openReadOnlyStream wait",
+                {"validate", "--timeout", "1", "--jobs", "20", "--only", "8.*", TEST_BAD_PLUGIN});
+    EXPECT_EQ(hangs.status(), 1);
+    EXPECT_THAT(hangs.output(), HasSubstr(", 10 hung, "));
+    EXPECT_THAT(hangs.output(), ContainsRegex("; stopped after 10 hangs: [0-9]+ rules not checked\n$"));
+    const ProgramRun late = runWith("BAD_PLUGIN", "openReadOnlyStream wait",
+                                    {"validate", "--run-timeout", "1", "--only", "8.*", TEST_BAD_PLUGIN});
+    EXPECT_EQ(late.status(), 1);
+    EXPECT_THAT(late.output(), HasSubstr(" 1 hung, "));
+    EXPECT_THAT(
+        late.output(),
+        ContainsRegex("; stopped after 1 s \\(--run-timeout gives more\\): [0-9]+ rules not checked\n$"));
+    const ProgramRun failed = runWith("BROKEN_PLUGIN", "CreatingTwice",
+                                      {"validate", "--fail-fast", "--only", "2.*", TEST_BROKEN_PLUGIN});
+    EXPECT_EQ(failed.status(), 1);
+    EXPECT_THAT(failed.output(), HasSubstr(" 1 passed, 1 failed, "));
+    EXPECT_THAT(failed.output(),
+                ContainsRegex("; stopped at the first rule that is not kept: [0-9]+ rules not checked\n$"));
+}
+
+TEST(ValidateProgramTest, JobsChangeNothingInTheReport) {
+    const auto report = [](const char* jobs) {
+        return runWith("BROKEN_PLUGIN", "CreatingTwice",
+                       {"validate", "--seed", "7", "--only", "2.*", "--only", "3.*", "--jobs", jobs,
+                        TEST_BROKEN_PLUGIN})
+            .output();
+    };
+    const std::string one = report("1");
+    EXPECT_THAT(one, HasSubstr("FAILED 2.2 "));
+    // Each run works in a folder with a number of its own.
+    const std::regex folder("qzstorage-validate-[0-9a-f]+");
+    EXPECT_EQ(std::regex_replace(report("4"), folder, ""), std::regex_replace(one, folder, ""));
 }
 
 TEST(ValidateProgramTest, AReportThatCannotBeWrittenIsToldFirst) {

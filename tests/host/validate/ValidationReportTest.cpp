@@ -3,6 +3,7 @@
 #include "host/console/Console.h"
 #include "host/support/CommandError.h"
 #include "host/support/UsageError.h"
+#include "host/validate/kit/CheckContext.h"
 #include "tests/support/MadeUpChecks.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -102,7 +103,7 @@ TEST_F(ValidationReportTest, JsonTellsEverything) {
     EXPECT_EQ(report["profile"], "in-memory");
     EXPECT_EQ(report["seed"], 7);
     EXPECT_EQ(report["totals"],
-              Json::parse(R"({"rules": 5, "passed": 2, "failed": 1, "crashed": 1, "skipped": 1,
+              Json::parse(R"({"rules": 5, "passed": 2, "failed": 1, "crashed": 1, "hung": 0, "skipped": 1,
                                                 "leftOut": 0})"));
     ASSERT_EQ(report["rules"].size(), 5U);
     Json crash = report["rules"][4];
@@ -169,6 +170,29 @@ TEST_F(ValidationReportTest, AJUnitFileThatCannotBeWrittenIsToldBeforeTheRun) {
     options_.junitFile = folder / "missing/report.xml";
     EXPECT_ANY_THROW(run());
     EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(ValidationReportTest, RepetitionsHaveOtherSeedsAndEndAtAFailure) {
+    static const std::array checks{
+        Check{"1.1", "seeds.not-nine", "The seed is not 9.", Profile::AnyProvider, [](CheckContext& context) {
+                  if (context.random()() == std::mt19937_64(9)()) {
+                      throw RuleBroken("it is:\n- 8\n+ 9");
+                  }
+              }}};
+    const std::array groups{CheckGroup{1, "Seeds", checks}};
+    Console console(out_, OutputKind::Plain, err_, OutputKind::Plain);
+    options_.repeat = 2;
+    EXPECT_EQ(runValidate(TEST_PLUGIN, options_, groups, console), ExitStatus::Success);
+    options_.repeat = 5;
+    out_.str("");
+    const TemporaryFolder folder;
+    options_.junitFile = folder / "report.xml";
+    EXPECT_EQ(runValidate(TEST_PLUGIN, options_, groups, console), ExitStatus::Failure);
+    EXPECT_THAT(out_.str(),
+                HasSubstr("\n      it is:\n      - 8\n      + 9\n      replay: qzstorage validate --profile "
+                          "in-memory --seed 9 --only 1.1 "));
+    EXPECT_THAT(readFile(folder / "report.xml"),
+                HasSubstr("<failure message=\"it is:\">The seed is not 9.\n- 8\n+ 9\n"));
 }
 
 TEST_F(ValidationReportTest, WhatIsExceptedIsNotCheckedButTold) {

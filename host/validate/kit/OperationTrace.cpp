@@ -1,0 +1,64 @@
+#include "host/validate/kit/OperationTrace.h"
+
+#include "host/support/Utf.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <set>
+#include <span>
+#include <sys/mman.h>
+#include <system_error>
+
+namespace storage::host {
+
+namespace {
+
+/// Threads that run at the same time have begun one after the other, so their numbers are near one another.
+std::size_t numberOfThread() noexcept {
+    static std::atomic<std::size_t> next = 0;
+    thread_local const std::size_t number = next++;
+    return number;
+}
+
+} // namespace
+
+OperationTrace::Call::Call(OperationTrace& trace, const char* operation, std::u16string_view path) noexcept
+    : operation_(trace.slots_[numberOfThread() % slotCount].operation) {
+    Slot& slot = trace.slots_[numberOfThread() % slotCount];
+    slot.length = path.copy(slot.path, longestPath);
+    operation_.store(operation, std::memory_order_release);
+}
+
+OperationTrace::Call::~Call() {
+    operation_.store(nullptr, std::memory_order_release);
+}
+
+OperationTrace::OperationTrace() {
+    void* const memory =
+        ::mmap(nullptr, slotCount * sizeof(Slot), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) { // NOLINT(performance-no-int-to-ptr): the system's own macro
+        throw std::system_error(errno, std::generic_category(), "mmap");
+    }
+    slots_ = static_cast<Slot*>(memory);
+}
+
+OperationTrace::~OperationTrace() {
+    ::munmap(slots_, slotCount * sizeof(Slot));
+}
+
+std::string OperationTrace::text() const {
+    std::set<std::string> calls; // several threads may be in the same one
+    for (const Slot& slot : std::span(slots_, slotCount)) {
+        if (const char* const operation = slot.operation.load(std::memory_order_acquire)) {
+            const std::u16string_view path(slot.path, std::min(slot.length, longestPath));
+            calls.insert(operation + (path.empty() ? "" : " of " + printable(path)));
+        }
+    }
+    std::string text;
+    for (const std::string& call : calls) {
+        text += (text.empty() ? ", in " : " and in ") + call;
+    }
+    return text;
+}
+
+} // namespace storage::host
