@@ -20,6 +20,8 @@ std::span<const CheckGroup> checkCatalogue() {
         CheckGroup{12, "Operations with a default", checks::derivedOperations()},
         CheckGroup{13, "Threads", checks::threads()},
         CheckGroup{14, "Exhausted memory", checks::exhaustedMemory()},
+        CheckGroup{15, "The process", checks::process()},
+        CheckGroup{16, "Defaults against models", checks::defaultsAgainstModels()},
     };
     return groups;
 }

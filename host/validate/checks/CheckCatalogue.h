@@ -26,6 +26,8 @@ std::span<const Check> movingFolders();
 std::span<const Check> derivedOperations();
 std::span<const Check> threads();
 std::span<const Check> exhaustedMemory();
+std::span<const Check> process();
+std::span<const Check> defaultsAgainstModels();
 
 } // namespace checks
 

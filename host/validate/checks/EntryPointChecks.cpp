@@ -6,13 +6,16 @@
 #include "host/validate/kit/StreamSteps.h"
 
 #include <array>
+#include <boost/core/demangle.hpp>
 #include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 #include <sys/mman.h>
+#include <typeinfo>
 #include <unistd.h>
 
 namespace storage::host::checks {
@@ -270,6 +273,45 @@ void unloadsWithoutTrace(CheckContext& context) {
     expect(!isMapped(CopiedPlugin::mappedName), "the library stays mapped when it was unloaded");
 }
 
+/// Operations that a missing or existing entry refuses.
+void expectOwnClass(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const Exception& failure) {
+        expect(typeid(failure) == typeid(Exception),
+               fmt::format("a failure is of the class {}, which derives from Exception",
+                           boost::core::demangle(typeid(failure).name())));
+        return;
+    }
+    expect(false, "what must be refused succeeds");
+}
+
+void failuresAreOfOwnClass(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI missing = context.at(u"missing");
+    const StorageIRI file = context.at(u"f");
+    makeFile(provider, file, "bytes");
+    const std::array<std::function<void()>, 14> refused{
+        [&] { provider.doCreateFile(file); },
+        [&] { provider.doCreateFolder(file); },
+        [&] { provider.doRemoveFile(missing); },
+        [&] { provider.doRemoveFolder(missing); },
+        [&] { provider.doRemoveFolder(context.at(u"")); },
+        [&] { provider.doMoveFile(missing, file, ReplacementPolicy::ReplaceExisting); },
+        [&] { provider.doMoveFolder(missing, file, ReplacementPolicy::ReplaceExisting); },
+        [&] { provider.doGetFileAttributes(missing); },
+        [&] { provider.doGetFolderAttributes(missing); },
+        [&] { provider.doOpenStream(missing, {.existence = ByteStreamExistence::MustExist}); },
+        [&] { provider.doOpenReadOnlyStream(missing); },
+        [&] { provider.doListAll(missing); },
+        [&] { provider.doSetWritable(missing, true); },
+        [&] { provider.doSetLastModified(missing, boost::posix_time::second_clock::universal_time()); },
+    };
+    for (const std::function<void()>& each : refused) {
+        expectOwnClass(each);
+    }
+}
+
 constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
@@ -308,6 +350,9 @@ constexpr std::array table{
           inMemory, startsNoThread},
     Check{"1.16", "entry.unloads-without-trace",
           "When all is let go, the library can be unloaded and is gone.", inMemory, unloadsWithoutTrace},
+    Check{"1.17", "entry.failures-are-exceptions",
+          "A refusal is an Exception, and of no class of the plug-in's own that derives from it.", any,
+          failuresAreOfOwnClass},
 };
 
 } // namespace

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <fmt/format.h>
+#include <set>
 
 namespace storage::host::checks {
 
@@ -321,6 +322,33 @@ void listingsAgree(CheckContext& context) {
     expectListedAsIs(context, u"");
 }
 
+void thousandsAreListed(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    constexpr std::size_t count = 3000;
+    std::set<std::u16string> made;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string digits = std::to_string(i);
+        made.emplace(digits.begin(), digits.end());
+        const StorageIRI entry = context.at(std::u16string(digits.begin(), digits.end()));
+        i % 2 == 0 ? provider.doCreateFile(entry) : provider.doCreateFolder(entry);
+    }
+    std::set<std::u16string> seen;
+    std::set<std::u16string> seenByKind;
+    for (const FolderEntry& entry : sortedEntries(provider.doListAll(context.at(u"")))) {
+        seen.insert(entry.getName());
+    }
+    for (const auto list : {&IProvider::doListFiles, &IProvider::doListFolders}) {
+        const auto entries = sortedEntries((provider.*list)(context.at(u"")));
+        expect(entries.size() == count / 2,
+               fmt::format("of {} entries of one kind, {} are listed", count / 2, entries.size()));
+        for (const FolderEntry& entry : entries) {
+            seenByKind.insert(entry.getName());
+        }
+    }
+    expect(seen == made && seenByKind == made,
+           fmt::format("of {} entries, {} are listed", count, seen.size()));
+}
+
 constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
@@ -383,6 +411,8 @@ constexpr std::array table{
     Check{"9.26", "listings.order", "A listing is in the order of the names' code units.", inMemory, inOrder},
     Check{"9.27", "listings.agree", "Listings of any tree agree with one another and with what exists.", any,
           listingsAgree},
+    Check{"9.28", "listings.thousands", "A listing has every entry also of a folder with thousands.", any,
+          thousandsAreListed},
 };
 
 } // namespace

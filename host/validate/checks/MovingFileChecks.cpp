@@ -319,6 +319,40 @@ void rootIsNeitherSourceNorDestination(CheckContext& context) {
     }
 }
 
+/// A location whose host resolves an alias.
+StorageIRI aliasOf(const StorageIRI& target) {
+    return {target.getResolvedPath(), u"/alias", target.hasParent()};
+}
+
+void ontoItselfIsNotLost(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    makeTree(context);
+    for (const ReplacementPolicy policy : policies::all) {
+        for (const StorageIRI& itself : {context.at(u"a/f"), aliasOf(context.at(u"a/f"))}) {
+            bool maybeGone = false;
+            try {
+                provider.doMoveFile(context.at(u"a/f"), itself, policy);
+            } catch (const Exception& failure) {
+                maybeGone = failure.getErrorCode() == ErrorCode::NotFound;
+            }
+            if (maybeGone && !provider.doFileExists(context.at(u"a/f"))) {
+                makeFile(provider, context.at(u"a/f"), "moved"); // lost, but told so
+            }
+            expect(provider.doFileExists(context.at(u"a/f")) &&
+                       contentOf(provider, context.at(u"a/f")) == "moved",
+                   "moving a file onto itself loses it or its bytes, and does not fail with NotFound");
+        }
+    }
+}
+
+void belowItself(CheckContext& context) {
+    makeTree(context);
+    for (const std::u16string_view destination : {u"a/f/g", u"a/f/f", u"a/f/g/h"}) {
+        expectRefused(context, u"a/f", destination, ErrorCode::NotFound, context.at(u"a/f"),
+                      "moving a file below itself");
+    }
+}
+
 constexpr std::array table{
     Check{"10.1", "moving-files.to-a-free-place",
           "Under every policy a file moves to a free place, in its own folder or another, with its bytes.",
@@ -391,6 +425,12 @@ constexpr std::array table{
     Check{"10.24", "moving-files.root",
           "The root is neither a file to be moved nor a destination: NotFound naming the source.",
           Profile::InMemoryProvider, rootIsNeitherSourceNorDestination},
+    Check{"10.25", "moving-files.onto-itself-is-not-lost",
+          "A file that is moved onto itself keeps its bytes, unless the move fails with NotFound.",
+          Profile::AnyProvider, ontoItselfIsNotLost},
+    Check{"10.26", "moving-files.below-itself",
+          "Under every policy moving a file below itself is NotFound naming the source.",
+          Profile::AnyProvider, belowItself},
 };
 
 } // namespace

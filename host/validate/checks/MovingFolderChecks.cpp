@@ -424,6 +424,45 @@ void rootIsNeitherSourceNorDestination(CheckContext& context) {
     }
 }
 
+void manyFilesKeepTheirFlags(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    constexpr std::size_t count = 150;
+    provider.doCreateFolder(context.at(u"a"));
+    const auto pathIn = [](const std::u16string& folder, std::size_t i) {
+        const std::string digits = std::to_string(i);
+        return folder + u"/f" + std::u16string(digits.begin(), digits.end());
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        makeFile(provider, context.at(pathIn(u"a", i)), std::to_string(i));
+        provider.doSetWritable(context.at(pathIn(u"a", i)), i % 3 != 0);
+    }
+    move(context, u"a", u"b");
+    std::size_t wrong = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const StorageIRI file = context.at(pathIn(u"b", i));
+        wrong += provider.doGetFileAttributes(file).isWritable() == (i % 3 != 0) &&
+                         contentOf(provider, file) == std::to_string(i)
+                     ? 0
+                     : 1;
+        provider.doSetWritable(file, true);
+    }
+    expect(wrong == 0,
+           fmt::format("of {} files in a moved folder, {} have another flag or other bytes", count, wrong));
+}
+
+void belowItselfByAlias(CheckContext& context) {
+    makeTree(context);
+    for (const std::u16string_view path : {u"p/a", u"p/a/new", u"p/a/s/t/new", u"p/a/e"}) {
+        const StorageIRI target = context.at(path);
+        const StorageIRI destination(target.getResolvedPath(), u"/alias", target.hasParent());
+        for (const ReplacementPolicy policy : policies::all) {
+            expectRefusal(
+                context, [&] { context.provider().doMoveFolder(context.at(u"p/a"), destination, policy); },
+                ErrorCode::AlreadyExists, destination, "moving a folder onto or below itself, by an alias");
+        }
+    }
+}
+
 constexpr std::array table{
     Check{"11.1", "moving-folders.to-a-free-place",
           "Under every policy a folder moves to a free place with everything below it.", Profile::AnyProvider,
@@ -504,6 +543,13 @@ constexpr std::array table{
     Check{"11.27", "moving-folders.root",
           "The root is neither moved nor a destination: NotFound naming the source.",
           Profile::InMemoryProvider, rootIsNeitherSourceNorDestination},
+    Check{"11.28", "moving-folders.many-flags",
+          "Each of hundreds of files in a moved folder keeps its own flag.", Profile::AnyProvider,
+          manyFilesKeepTheirFlags},
+    Check{
+        "11.29", "moving-folders.below-itself-by-alias",
+        "Moving a folder onto or below itself is AlreadyExists also where the host resolves an alias to it.",
+        Profile::AnyProvider, belowItselfByAlias},
 };
 
 } // namespace

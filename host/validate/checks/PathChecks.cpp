@@ -7,6 +7,7 @@
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/Times.h"
+#include "hostapi/storage/provider/SystemError.h"
 
 #include <algorithm>
 #include <array>
@@ -239,6 +240,104 @@ void rootHasManySpellings(CheckContext& context) {
     }
 }
 
+/// Names that a storage takes for one another, or for another one, when it cuts, trims, decodes, folds or replaces.
+std::vector<Names> lookAlikes() {
+    std::vector<Names> lists{
+        {u"a", u"a ", u" a", u"a.", u"a..", u"a\t", u"\ta", u"a\n", u"a\u00A0", u"a\u200B", u"\uFEFFa"},
+        {u"a b", u"a%20b", u"a+b", u"a_b", u"a-b", u"a\\x20b", u"a&#32;b", u"a=20b"},
+        {u"%", u"%%", u"%25", u"a%2Fb", u"a%252Fb", u"%41", u"%C3%A9", u"~1"},
+        {u"a?", u"a*", u"a:", u"a<", u"a>", u"a|", u"a\"", u"a\\", u"a;1", u"a_", u"a\uFFFD"},
+        {u"\u00E9", u"e\u0301", u"e"},
+        {u"\uFB01", u"fi", u"\u2460", u"1"},
+        {u"\u212B", u"\u00C5", u"A\u030A"},
+        {std::u16string(1, u'\xD800'), std::u16string(1, u'\xDC00'), std::u16string(1, u'\xDC80'), u"\uFFFD"},
+        {u"a", std::u16string(u"a\0b", 3), std::u16string(u"a\0c", 3)},
+        {u"a.text", u"a.tex", u"a.te", u"longer-name-1.txt", u"longer-name-2.txt"},
+    };
+    for (const std::size_t length : std::initializer_list<std::size_t>{8, 14, 31, 63, 64, 100, 127, 143, 200,
+                                                                       240, 251, 254, 255, 256, 300, 1000}) {
+        const std::u16string name(length, u'n');
+        lists.push_back({name, name + u"1", name + u"2", name + u"\u00E9"});
+    }
+    return lists;
+}
+
+Names namesListed(CheckContext& context) {
+    Names names;
+    for (const FolderEntry& entry : sortedEntries(context.provider().doListAll(context.at(u"")))) {
+        names.push_back(entry.getName());
+    }
+    return names;
+}
+
+void expectListed(CheckContext& context, Names expected, std::string_view occasion) {
+    std::sort(expected.begin(), expected.end());
+    const Names seen = namesListed(context);
+    const auto [made, listed] = std::mismatch(expected.begin(), expected.end(), seen.begin(), seen.end());
+    expect(made == expected.end() && listed == seen.end(),
+           fmt::format(R"({}, the folder lists {} names of {}; the first that differs is "{}", not "{}")",
+                       occasion, seen.size(), expected.size(),
+                       printable(listed == seen.end() ? u"" : *listed),
+                       printable(made == expected.end() ? u"" : *made)));
+}
+
+/// @return whether the storage has taken the name; if not, it has refused it as a name
+template <const EntryKind& kind>
+bool isCreated(CheckContext& context, const std::u16string& name) {
+    const IProvider& provider = context.provider();
+    try {
+        (provider.*kind.create)(context.at(name));
+        return true;
+    } catch (const Exception& refusal) {
+        expect(refusal.getErrorCode() == ErrorCode::NotFound && refusal.getIRI() == context.at(name),
+               fmt::format(R"(a new {} called "{}" is refused with "{}", not with NotFound naming it)",
+                           kind.name, printable(name), refusal.what()));
+    } catch (const SystemError&) { // names that the system below refuses in its own way
+    }
+    expect(!(provider.*kind.exists)(context.at(name)),
+           fmt::format("the {} \"{}\" was refused, but exists", kind.name, printable(name)));
+    return false;
+}
+
+template <const EntryKind& kind>
+void lookAlikesAreApart(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const Names& names : lookAlikes()) {
+        Names taken;
+        std::copy_if(names.begin(), names.end(), std::back_inserter(taken),
+                     [&](const std::u16string& name) { return isCreated<kind>(context, name); });
+        expectListed(context, taken, fmt::format("after creating {}s", kind.name));
+        for (const std::u16string& name : taken) {
+            (provider.*kind.remove)(context.at(name));
+        }
+        expectListed(context, {}, "after removing them");
+    }
+}
+
+void everyOperationTakesTheSameName(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const auto move = [&](auto operation, const std::u16string& from, const std::u16string& to) {
+        (provider.*operation)(context.at(from), context.at(to), ReplacementPolicy::RefuseExisting);
+        expectListed(context, {to}, "after a move");
+    };
+    for (const Names& names : lookAlikes()) {
+        for (const std::u16string& name : names) {
+            if (!isCreated<fileKind>(context, name)) {
+                continue;
+            }
+            provider.doRemoveFile(context.at(name));
+            openStream(provider, context.at(name));
+            expectListed(context, {name}, "after opening a new file");
+            move(&IProvider::doMoveFile, name, u"plain");
+            move(&IProvider::doMoveFile, u"plain", name);
+            provider.doRemoveFile(context.at(name));
+            provider.doCreateFolder(context.at(u"plain"));
+            move(&IProvider::doMoveFolder, u"plain", name);
+            provider.doRemoveFolder(context.at(name));
+        }
+    }
+}
+
 constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
@@ -284,6 +383,16 @@ constexpr std::array table{
           rootIsWhatHasNoParent},
     Check{"4.18", "paths.root-spellings", "The location of an empty path, or of slashes alone, is the root.",
           any, rootHasManySpellings},
+    Check{"4.19", "paths.files-are-apart",
+          "A name of a file is refused with NotFound, or listed as it was given and beside its look-alikes.",
+          any, lookAlikesAreApart<fileKind>},
+    Check{
+        "4.20", "paths.folders-are-apart",
+        "A name of a folder is refused with NotFound, or listed as it was given and beside its look-alikes.",
+        any, lookAlikesAreApart<folderKind>},
+    Check{"4.21", "paths.same-for-all-operations",
+          "A name is the same one for creating, opening, moving and removing.", any,
+          everyOperationTakesTheSameName},
 };
 
 } // namespace

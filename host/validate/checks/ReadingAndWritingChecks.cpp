@@ -522,6 +522,54 @@ void randomSteps(CheckContext& context) {
     steps.compare();
 }
 
+void readsOfAnySize(CheckContext& context) {
+    std::string bytes(600'001, '\0');
+    for (char& each : bytes) {
+        each = static_cast<char>(context.random()());
+    }
+    makeFile(context.provider(), context.at(u"f"), bytes);
+    for (const long size : {65'535L, 65'536L, 65'537L, 100'000L, 300'000L, 1'000'000L}) {
+        const auto stream = openForReading(context.provider(), context.at(u"f"));
+        std::string seen;
+        std::string buffer(static_cast<std::size_t>(size) + 1, 'k');
+        for (long count = 0; (count = stream->read(buffer.data(), size)) != -1;) {
+            expect(count > 0 && count <= size && buffer.back() == 'k',
+                   fmt::format("a read of {} bytes answers {}, or writes behind its buffer", size, count));
+            seen.append(buffer, 0, static_cast<std::size_t>(count));
+            expect(positionOf(*stream) == static_cast<long>(seen.size()),
+                   fmt::format("after a read of {} bytes the position is not behind them", size));
+        }
+        expect(seen == bytes, fmt::format("reads of {} bytes give other bytes than were written", size));
+    }
+}
+
+std::u16string numberedName(int number) {
+    const std::string digits = std::to_string(number);
+    return {digits.begin(), digits.end()};
+}
+
+void manyStreamsAtOnce(CheckContext& context) {
+    constexpr int streamCount = 150;
+    std::vector<std::unique_ptr<ByteStream>> own;
+    std::vector<std::unique_ptr<ByteStream>> common;
+    const std::string bytes(streamCount, 'c');
+    makeFile(context.provider(), context.at(u"common"), bytes);
+    for (int i = 0; i < streamCount; ++i) {
+        own.push_back(openStream(context.provider(), context.at(u"own-" + numberedName(i))));
+        common.push_back(openForReading(context.provider(), context.at(u"common")));
+        seekTo(*common.back(), i, fromBeginning);
+    }
+    for (int i = 0; i < streamCount; ++i) {
+        writeText(*own[static_cast<std::size_t>(i)], std::to_string(i));
+    }
+    for (int i = 0; i < streamCount; ++i) {
+        expect(positionOf(*common[static_cast<std::size_t>(i)]) == i,
+               fmt::format("of {} streams on one file, two share a position", streamCount));
+        expectContent(context, u"own-" + numberedName(i), std::to_string(i),
+                      fmt::format("with {} streams open, each on a file of its own", streamCount));
+    }
+}
+
 constexpr std::array table{
     Check{"8.1", "streams.every-byte", "Bytes of every value are read as they were written.",
           Profile::AnyProvider, everyByteIsKept},
@@ -608,6 +656,11 @@ constexpr std::array table{
     Check{"8.33", "streams.random-steps",
           "Random steps of several streams give what the same steps on a plain sequence of bytes give.",
           Profile::AnyProvider, randomSteps},
+    Check{"8.34", "streams.reads-of-any-size",
+          "A read gives the bytes that come next, however many are asked for.", Profile::AnyProvider,
+          readsOfAnySize},
+    Check{"8.35", "streams.many-at-once", "Hundreds of streams can be open at once, on one file and on many.",
+          Profile::AnyProvider, manyStreamsAtOnce},
 };
 
 } // namespace

@@ -13,7 +13,10 @@
 #include <barrier>
 #include <exception>
 #include <fmt/format.h>
+#include <future>
 #include <mutex>
+#include <optional>
+#include <random>
 #include <set>
 #include <thread>
 #include <vector>
@@ -498,6 +501,128 @@ void clonesAreIndependent(CheckContext& context) {
     });
 }
 
+/// Runs `action` on a thread of its own, and waits.
+void onAnotherThread(const std::function<void()>& action) {
+    std::async(std::launch::async, action).get();
+}
+
+void streamsChangeThreads(CheckContext& context) {
+    makeFile(context.provider(), context.at(u"f"), "0123456789");
+    std::unique_ptr<ByteStream> stream;
+    onAnotherThread([&] { stream = openStream(context.provider(), context.at(u"f")); });
+    expect(readOnce(*stream, 1) == "0",
+           "a stream does not read on another thread than the one that opened it");
+    onAnotherThread([&] { seekTo(*stream, 4, std::ios_base::beg); });
+    expect(positionOf(*stream) == 4, "a position that one thread has sought is not there on another one");
+    onAnotherThread([&] { writeText(*stream, "ab"); });
+    expect(contentOf(context.provider(), context.at(u"f")) == "0123ab6789",
+           "a stream does not write on another thread than the one that opened it");
+    onAnotherThread([&] { stream.reset(); });
+}
+
+void listingsChangeThreads(CheckContext& context) {
+    for (int i = 0; i < 4; ++i) {
+        context.provider().doCreateFile(context.at(numbered(u"f", i)));
+    }
+    std::unique_ptr<IFolderEntryIterator> listing;
+    std::unique_ptr<IFolderEntryIterator> clone;
+    std::set<std::u16string> seen;
+    onAnotherThread(
+        [&] { listing = requireNonNull(context.provider().doListAll(context.at(u"")), "listing"); });
+    for (int i = 0; i < 2; ++i) {
+        expect(listing->hasNext(), "a listing ends early on another thread than the one that made it");
+        listing->step();
+        seen.insert(listing->getEntry().getName());
+    }
+    onAnotherThread([&] { clone = requireNonNull(listing->clone(), "clone of a listing"); });
+    onAnotherThread([&] { listing.reset(); });
+    while (clone->hasNext()) {
+        clone->step();
+        seen.insert(clone->getEntry().getName());
+    }
+    expect(seen.size() == 4,
+           fmt::format("a listing of 4 files that changes threads yields {} of them", seen.size()));
+}
+
+void providersChangeThreads(CheckContext& context) {
+    context.provider();
+    std::optional<LoadedProvider> provider;
+    onAnotherThread([&] { provider.emplace(context.library().buildProvider()); });
+    if (!(*provider)->doFolderExists(context.at(u""))) {
+        (*provider)->doCreateFolder(context.at(u""));
+    }
+    makeFile(**provider, context.at(u"f"), "bytes");
+    expect(contentOf(**provider, context.at(u"f")) == "bytes",
+           "a provider that another thread has made does not read");
+    onAnotherThread([&] {
+        expect(contentOf(**provider, context.at(u"f")) == "bytes",
+               "what one thread has made with a provider is not there for another one");
+        (*provider)->doRemoveFile(context.at(u"f"));
+    });
+    onAnotherThread([&] { provider.reset(); });
+}
+
+/// Random changes of a few names. Each success moves the number of entries of a name up or down by one.
+class Turmoil {
+public:
+    explicit Turmoil(CheckContext& context) : context_(context) {}
+
+    void run(std::mt19937_64 random, int steps) {
+        for (int i = 0; i < steps; ++i) {
+            if (random() % 4 == 0) {
+                std::this_thread::yield();
+            }
+            step(random() % 6, random() % names.size(), random() % names.size());
+        }
+    }
+
+    void expectBalanced() const {
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            const bool exists = context_.provider().doExists(context_.at(names[i]));
+            expect(
+                entries_[i] == (exists ? 1 : 0),
+                fmt::format("threads have made {} entries more than they have removed at a place where {} is",
+                            entries_[i].load(), exists ? "one" : "none"));
+        }
+    }
+
+private:
+    static constexpr std::array names{u"a", u"b", u"c"};
+
+    void step(std::size_t operation, std::size_t from, std::size_t to) {
+        const IProvider& provider = context_.provider();
+        const StorageIRI source = context_.at(names[from]);
+        const StorageIRI destination = context_.at(names[to]);
+        const std::array<std::function<void()>, 6> operations{
+            [&] { provider.doCreateFile(source); },
+            [&] { provider.doCreateFolder(source); },
+            [&] { provider.doRemoveFile(source); },
+            [&] { provider.doRemoveFolder(source); },
+            [&] { provider.doMoveFile(source, destination, policies::refuse); },
+            [&] { provider.doMoveFolder(source, destination, policies::refuse); },
+        };
+        if (succeeds(operations[operation], {ErrorCode::NotFound, ErrorCode::AlreadyExists})) {
+            entries_[from] += operation < 2 ? 1 : -1;
+            entries_[to] += operation < 4 ? 0 : 1;
+        }
+    }
+
+    CheckContext& context_;
+    std::array<std::atomic<int>, names.size()> entries_{};
+};
+
+void changesAreCounted(CheckContext& context) {
+    context.provider();
+    Turmoil turmoil(context);
+    for (int round = 0; round < 20; ++round) {
+        std::array<std::uint64_t, threadCount> seeds{};
+        std::generate(seeds.begin(), seeds.end(), [&] { return context.random()(); });
+        together(
+            [&](int thread) { turmoil.run(std::mt19937_64(seeds[static_cast<std::size_t>(thread)]), 60); });
+        turmoil.expectBalanced();
+    }
+}
+
 constexpr std::array table{
     Check{"13.1", "threads.one-creates-file", "Of several threads that create one file, one succeeds.",
           Profile::AnyProvider, oneCreatesTheFile},
@@ -546,6 +671,18 @@ constexpr std::array table{
           Profile::AnyProvider, timesAreWhole},
     Check{"13.18", "threads.clones", "Clones of one listing can be used on different threads.",
           Profile::AnyProvider, clonesAreIndependent},
+    Check{"13.19", "threads.streams-change-threads",
+          "A stream can be used on other threads than the one that opened it.", Profile::AnyProvider,
+          streamsChangeThreads},
+    Check{"13.20", "threads.listings-change-threads",
+          "A listing can be used on other threads than the one that made it.", Profile::AnyProvider,
+          listingsChangeThreads},
+    Check{"13.21", "threads.providers-change-threads",
+          "A provider can be used on other threads than the one that made it.", Profile::AnyProvider,
+          providersChangeThreads},
+    Check{"13.22", "threads.changes-are-counted",
+          "Threads that create, remove and move at random leave what those that succeeded have made.",
+          Profile::AnyProvider, changesAreCounted},
 };
 
 } // namespace

@@ -10,7 +10,11 @@
 #include "host/validate/kit/WriteProtection.h"
 
 #include <array>
+#include <exception>
 #include <fmt/format.h>
+#include <functional>
+#include <span>
+#include <utility>
 
 namespace storage::host::checks {
 
@@ -224,6 +228,94 @@ void flagStampsNothing(CheckContext& context) {
     }
 }
 
+ptime timeAt(int year, int month, int day, int hour, int minute, int second) {
+    using namespace boost::posix_time;
+    return {boost::gregorian::date(static_cast<unsigned short>(year), static_cast<unsigned short>(month),
+                                   static_cast<unsigned short>(day)),
+            hours(hour) + minutes(minute) + seconds(second)};
+}
+
+/// @param mayRefuse  whether the storage may throw what it likes and keep the time that was there
+void expectKept(CheckContext& context, std::span<const ptime> times, bool mayRefuse) {
+    const IProvider& provider = context.provider();
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        const StorageIRI entry = context.at(u"e");
+        (provider.*kind->create)(entry);
+        for (const ptime& time : times) {
+            provider.doSetLastModified(entry, longAgo());
+            ptime expected = time;
+            try {
+                provider.doSetLastModified(entry, time);
+            } catch (const std::exception&) {
+                expect(mayRefuse, fmt::format("the time {} is refused", formatMicroseconds(time)));
+                expected = longAgo();
+            }
+            expectNear(
+                kind->lastModified(provider, entry), expected, coarseness,
+                fmt::format("the time of a {} that was set to {}", kind->name, formatMicroseconds(time)));
+        }
+        (provider.*kind->remove)(entry);
+    }
+}
+
+void timesOfAnySeason(CheckContext& context) {
+    const std::array times{
+        timeAt(2011, 11, 11, 11, 11, 11), timeAt(2019, 3, 31, 1, 59, 59),  timeAt(2019, 3, 31, 2, 30, 1),
+        timeAt(2021, 3, 14, 2, 30, 0),    timeAt(2021, 7, 15, 13, 37, 43), timeAt(2022, 1, 15, 0, 1, 1),
+        timeAt(2021, 10, 31, 1, 30, 0),   timeAt(2021, 11, 7, 1, 30, 0),   timeAt(2000, 2, 29, 23, 59, 59),
+        timeAt(2024, 2, 29, 12, 34, 57),  timeAt(2024, 3, 1, 0, 0, 1),     timeAt(2023, 12, 31, 23, 59, 59),
+        timeAt(1999, 12, 31, 23, 59, 59), timeAt(1984, 6, 30, 5, 6, 7),    timeAt(2037, 9, 9, 9, 9, 9)};
+    expectKept(context, times, /*mayRefuse*/ false);
+}
+
+void timesFarOff(CheckContext& context) {
+    const std::array times{timeAt(1970, 1, 2, 3, 4, 5),   timeAt(1969, 12, 31, 23, 59, 59),
+                           timeAt(1950, 6, 1, 2, 3, 5),   timeAt(1901, 12, 13, 20, 45, 51),
+                           timeAt(2038, 1, 19, 3, 14, 9), timeAt(2099, 2, 28, 22, 21, 21),
+                           timeAt(2106, 2, 7, 6, 28, 17), timeAt(2200, 7, 7, 7, 7, 7)};
+    expectKept(context, times, /*mayRefuse*/ true);
+}
+
+void clockIsOfThisMachine(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const std::array<std::pair<const EntryKind*, std::function<void(const StorageIRI&)>>, 3> creations{{
+        {&fileKind, [&](const StorageIRI& iri) { provider.doCreateFile(iri); }},
+        {&folderKind, [&](const StorageIRI& iri) { provider.doCreateFolder(iri); }},
+        {&fileKind, [&](const StorageIRI& iri) { openStream(provider, iri); }},
+    }};
+    std::u16string name = u"e";
+    for (const auto& [kind, create] : creations) {
+        name += u'e';
+        const ptime before = utcNow();
+        create(context.at(name));
+        const ptime after = utcNow();
+        const ptime seen = kind->lastModified(provider, context.at(name));
+        expect(!seen.is_special() && seen >= before - coarseness && seen <= after + coarseness,
+               fmt::format("a new {} is of {}, which is more than 2 seconds off {}", kind->name,
+                           formatMicroseconds(seen), formatMicroseconds(before)));
+    }
+}
+
+void noDateIsNoOtherDate(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+        const StorageIRI entry = context.at(u"e");
+        (provider.*kind->create)(entry);
+        provider.doSetLastModified(entry, longAgo());
+        bool refused = false;
+        try {
+            provider.doSetLastModified(entry, ptime(boost::posix_time::not_a_date_time));
+        } catch (const std::exception&) {
+            refused = true;
+        }
+        const ptime seen = kind->lastModified(provider, entry);
+        expect(refused ? !seen.is_special() && (seen - longAgo()).abs() <= coarseness : seen.is_special(),
+               fmt::format("a {} whose time was set to no date has the time {}", kind->name,
+                           formatMicroseconds(seen)));
+        (provider.*kind->remove)(entry);
+    }
+}
+
 constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
@@ -272,6 +364,15 @@ constexpr std::array table{
           readOnlyTakesTime<folderKind>},
     Check{"5.21", "times.flag-stamps-nothing", "Setting the writable flag stamps nothing.", inMemory,
           flagStampsNothing},
+    Check{"5.22", "times.any-season", "Times of any season, day and second are kept, to 2 seconds.", any,
+          timesOfAnySeason},
+    Check{"5.23", "times.far-off", "A time far off is kept, to 2 seconds, or refused by an exception.", any,
+          timesFarOff},
+    Check{"5.24", "times.clock", "New entries have the time of this machine's clock, to 2 seconds.", any,
+          clockIsOfThisMachine},
+    Check{"5.25", "times.no-date",
+          "A time that is no date is refused by an exception, or told again as none.", any,
+          noDateIsNoOtherDate},
 };
 
 } // namespace

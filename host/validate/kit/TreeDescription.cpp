@@ -84,7 +84,7 @@ std::string treeDifference(const std::string& before, const std::string& after) 
     std::string difference;
     const auto add = [&](const char* mark) {
         for (const std::string& line : std::exchange(only, {})) {
-            difference += "\n" + (mark + line);
+            difference.append("\n").append(mark).append(line);
         }
     };
     std::set_difference(first.begin(), first.end(), second.begin(), second.end(), std::back_inserter(only));

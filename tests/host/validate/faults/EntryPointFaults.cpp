@@ -167,6 +167,23 @@ Owner buildInMemory() {
     return buildInMemoryProvider();
 }
 
+/// A refusal with something more to tell.
+class DetailedRefusal final : public Exception {
+public:
+    using Exception::Exception;
+};
+
+class RefusesInDetail final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        try {
+            HookedProvider::doRemoveFolder(iri);
+        } catch (const Exception& failure) {
+            throw DetailedRefusal(failure.getErrorCode(), iri);
+        }
+    }
+};
+
 constexpr std::array table{
     Fault{"NoProvider", "1.1", buildNone},
     Fault{"SameAgain", "1.2", buildSameAgain},
@@ -184,6 +201,7 @@ constexpr std::array table{
     Fault{"KeepsFileOpen", "1.14", build<KeepsFileOpen>},
     Fault{"StartsThread", "1.15", build<StartsThread>},
     Fault{"StaysLoaded", "1.16", buildStaying},
+    Fault{"RefusesInDetail", "1.17", build<RefusesInDetail>},
 };
 
 } // namespace

@@ -17,6 +17,8 @@ std::vector<Fault> allFaults() {
              faults::derivedOperations(),
              faults::threads(),
              faults::exhaustedMemory(),
+             faults::process(),
+             faults::defaultsAgainstModels(),
          }) {
         all.insert(all.end(), table.begin(), table.end());
     }

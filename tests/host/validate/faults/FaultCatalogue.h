@@ -33,5 +33,7 @@ std::span<const Fault> movingFolders();
 std::span<const Fault> derivedOperations();
 std::span<const Fault> threads();
 std::span<const Fault> exhaustedMemory();
+std::span<const Fault> process();
+std::span<const Fault> defaultsAgainstModels();
 
 } // namespace faults

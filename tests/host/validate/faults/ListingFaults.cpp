@@ -388,6 +388,34 @@ public:
     }
 };
 
+/// The storage gives a thousand entries at a time, and nobody asks for the next ones.
+class FirstPage final : public IFolderEntryIterator {
+public:
+    FirstPage(std::unique_ptr<IFolderEntryIterator> inner, int left)
+        : inner_(std::move(inner)), left_(left) {}
+
+    FolderEntry getEntry() const override { return inner_->getEntry(); }
+    bool hasNext() const override { return left_ > 0 && inner_->hasNext(); }
+    void step() override {
+        inner_->step();
+        --left_;
+    }
+    std::unique_ptr<IFolderEntryIterator> clone() const override {
+        return std::make_unique<FirstPage>(inner_->clone(), left_);
+    }
+
+private:
+    std::unique_ptr<IFolderEntryIterator> inner_;
+    int left_;
+};
+
+class FilesOfFirstPage final : public BrokenProvider {
+public:
+    Listing doListFiles(const StorageIRI& iri) const override {
+        return std::make_unique<FirstPage>(sound().doListFiles(iri), 1000);
+    }
+};
+
 constexpr std::array table{
     Fault{"KindsSwapped", "9.1", build<ChangedListings<kindsSwapped>>},
     Fault{"FirstEntryLost", "9.1", build<ChangedListings<withoutFirst>>},
@@ -417,6 +445,7 @@ constexpr std::array table{
     Fault{"RootKeepsQuiet", "9.25", build<RootKeepsQuiet>},
     Fault{"CharactersInOrder", "9.26", build<ChangedListings<lettersFirst>>},
     Fault{"FewFilesFarDown", "9.27", build<FewFilesFarDown>},
+    Fault{"FilesOfFirstPage", "9.28", build<FilesOfFirstPage>},
 };
 
 } // namespace

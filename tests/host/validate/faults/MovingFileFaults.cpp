@@ -201,6 +201,25 @@ void rootInTheWay(const IProvider& sound, const StorageIRI& from, const StorageI
     sound.doMoveFile(from, to, policy);
 }
 
+/// What a file is to replace is emptied first, also when it is the file itself.
+void emptyingItself(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                    ReplacementPolicy policy) {
+    if (from.getResolvedPath() == to.getResolvedPath() && policy == ReplacementPolicy::ReplaceExisting) {
+        sound.doOpenStream(from, {.content = ByteStreamContent::Empty});
+        return;
+    }
+    sound.doMoveFile(from, to, policy);
+}
+
+/// A file that is to be moved below itself is taken out first.
+void removingBefore(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                    ReplacementPolicy policy) {
+    if (to.getResolvedPath().starts_with(from.getResolvedPath() + u"/")) {
+        sound.doRemoveFile(from);
+    }
+    sound.doMoveFile(from, to, policy);
+}
+
 constexpr std::array table{
     Fault{"FileStaysBehind", "10.1", build<MovingFiles<leavingTheSource>>},
     Fault{"FileTakesSiblings", "10.2", build<MovingFiles<takingSiblings>>},
@@ -226,6 +245,8 @@ constexpr std::array table{
     Fault{"FileOntoItselfExists", "10.22", build<MovingFiles<ontoItselfExists>>},
     Fault{"FileOntoItselfRemoves", "10.23", build<MovingFiles<ontoItselfRemoves>>},
     Fault{"RootInTheWayOfFile", "10.24", build<MovingFiles<rootInTheWay>>},
+    Fault{"EmptyingItself", "10.25", build<MovingFiles<emptyingItself>>},
+    Fault{"RemovedBeforeMovedBelow", "10.26", build<MovingFiles<removingBefore>>},
 };
 
 } // namespace

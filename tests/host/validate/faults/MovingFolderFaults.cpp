@@ -244,6 +244,27 @@ void rootInTheWay(const IProvider& sound, const StorageIRI& from, const StorageI
     sound.doMoveFolder(from, to, policy);
 }
 
+/// The flags of a hundred files are noted before a folder is moved, and no more.
+void keepingHundredFlags(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                         ReplacementPolicy policy) {
+    sound.doMoveFolder(from, to, policy);
+    int kept = 0;
+    for (const std::u16string& name : sound.doListFilesNamesOnly(to)) {
+        if (++kept > 100) {
+            sound.doSetWritable(below(to, name), true);
+        }
+    }
+}
+
+/// What is given by an alias is looked for under that name.
+void notResolving(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                  ReplacementPolicy policy) {
+    if (to.getPath() != to.getResolvedPath()) {
+        throw Exception(ErrorCode::NotFound, from);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
 constexpr std::array table{
     Fault{"LostChild", "11.1", build<MovingFolders<losingAChild>>},
     Fault{"StaleFolderMap", "11.2", build<StaleFolderMap>},
@@ -272,6 +293,8 @@ constexpr std::array table{
     Fault{"FolderMoveIsAllOrNothing", "11.25", build<MovingFolders<allOrNothing>>},
     Fault{"ReplacedFolderIsSpared", "11.26", build<MovingFolders<sparingTheReplaced>>},
     Fault{"RootInTheWayOfFolder", "11.27", build<MovingFolders<rootInTheWay>>},
+    Fault{"KeepingHundredFlags", "11.28", build<MovingFolders<keepingHundredFlags>>},
+    Fault{"NotResolving", "11.29", build<MovingFolders<notResolving>>},
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tests/host/validate/faults/BrokenProvider.h"
 #include "tests/host/validate/faults/FaultCatalogue.h"
+#include "tests/host/validate/faults/LocationParts.h"
 
 #include <array>
 
@@ -175,6 +176,37 @@ public:
     }
 };
 
+/// Blanks at the end of a new file's name are cut.
+class FileNamesTrimmed final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        std::u16string name = nameOf(iri);
+        name.erase(name.find_last_not_of(u' ') + 1);
+        HookedProvider::doCreateFile(childOf(parentOf(iri), name));
+    }
+};
+
+/// New folders have names of 255 units at most.
+class FolderNamesCut final : public BrokenProvider {
+public:
+    void doCreateFolder(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFolder(iri.hasParent() ? childOf(parentOf(iri), nameOf(iri).substr(0, 255))
+                                                       : iri);
+    }
+};
+
+/// A file is moved to a name in which a blank was written as %20.
+class MovedNamesDecoded final : public BrokenProvider {
+public:
+    void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        std::u16string name = nameOf(to);
+        if (const auto place = name.find(u"%20"); place != std::u16string::npos) {
+            name.replace(place, 3, u" ");
+        }
+        HookedProvider::doMoveFile(from, childOf(parentOf(to), name), policy);
+    }
+};
+
 constexpr std::array table{
     Fault{"SpacesCutOff", "4.1", build<BrokenPaths<respelled<withoutSpacesInFront>>>},
     Fault{"FirstPlaneOnly", "4.2", build<BrokenPaths<respelled<firstPlaneOnly>>>},
@@ -194,6 +226,9 @@ constexpr std::array table{
     Fault{"ResolvedLocationNamed", "4.16", build<ResolvedLocationNamed>},
     Fault{"RootByPathAlone", "4.17", build<BrokenPaths<rootByPathAlone>>},
     Fault{"EmptyPathIsNothing", "4.18", build<BrokenPaths<emptyIsNothing>>},
+    Fault{"FileNamesTrimmed", "4.19", build<FileNamesTrimmed>},
+    Fault{"FolderNamesCut", "4.20", build<FolderNamesCut>},
+    Fault{"MovedNamesDecoded", "4.21", build<MovedNamesDecoded>},
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <array>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <limits>
+#include <optional>
 #include <string>
 
 namespace faults {
@@ -477,6 +478,40 @@ public:
     }
 };
 
+/// Of a read of more than 64 KiB only the first 64 KiB are fetched, but all of it counts as read.
+struct FetchingOneBlock : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+    long read(char* buffer, long count) override {
+        const long fetched = inner().read(buffer, std::min(count, 65536L));
+        if (count > 65536) {
+            inner().seek(count - 65536, std::ios_base::cur);
+        }
+        return fetched;
+    }
+};
+
+struct ReadsFetchOneBlock : BrokenProvider {
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        return std::make_unique<FetchingOneBlock>(sound().doOpenReadOnlyStream(iri));
+    }
+};
+
+/// The table of open files has 128 rows; what does not fit goes to the last one.
+class TableOf128 final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        if (++opened_ <= 128) {
+            last_ = iri;
+        }
+        return sound().doOpenStream(*last_, options);
+    }
+
+private:
+    mutable int opened_ = 0;
+    mutable std::optional<StorageIRI> last_;
+};
+
 constexpr std::array table{
     Fault{"EndAtControlZ", "8.1", build<WithStreams<EndAtControlZ>>},
     Fault{"FirstMebibyte", "8.2", build<WithStreams<FirstMebibyte>>},
@@ -511,6 +546,8 @@ constexpr std::array table{
     Fault{"WritingStamps", "8.31", build<WithStreams<WritingStamps>>},
     Fault{"WritingAsksForTheFlag", "8.32", build<WithStreams<WritingAsksForTheFlag>>},
     Fault{"BlockBoundary", "8.33", build<WithStreams<BlockBoundary>>},
+    Fault{"ReadsFetchOneBlock", "8.34", build<ReadsFetchOneBlock>},
+    Fault{"TableOf128", "8.35", build<TableOf128>},
 };
 
 } // namespace

@@ -317,6 +317,63 @@ struct ClonesCountTogether : BrokenProvider {
     }
 };
 
+/// Works on the thread alone that has made it.
+class BoundToThread {
+public:
+    bool isHere() const { return std::this_thread::get_id() == thread_; }
+
+private:
+    std::thread::id thread_ = std::this_thread::get_id();
+};
+
+struct StreamOfOneThread : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+    long read(char* buffer, long count) override { return owner.isHere() ? inner().read(buffer, count) : -1; }
+    BoundToThread owner;
+};
+
+class ListingOfOneThread final : public IFolderEntryIterator {
+public:
+    explicit ListingOfOneThread(std::unique_ptr<IFolderEntryIterator> inner) : inner_(std::move(inner)) {}
+
+    FolderEntry getEntry() const override { return inner_->getEntry(); }
+    bool hasNext() const override { return owner_.isHere() && inner_->hasNext(); }
+    void step() override { inner_->step(); }
+    std::unique_ptr<IFolderEntryIterator> clone() const override {
+        return std::make_unique<ListingOfOneThread>(inner_->clone());
+    }
+
+private:
+    std::unique_ptr<IFolderEntryIterator> inner_;
+    BoundToThread owner_;
+};
+
+struct ListsForOneThread : BrokenProvider {
+    Listing doListAll(const StorageIRI& iri) const override {
+        return std::make_unique<ListingOfOneThread>(sound().doListAll(iri));
+    }
+};
+
+struct ProviderOfOneThread : BrokenProvider {
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        if (!owner.isHere()) {
+            throw std::logic_error("not connected");
+        }
+        return sound().doOpenReadOnlyStream(iri);
+    }
+    BoundToThread owner;
+};
+
+/// Looks whether the place is free, and moves there afterwards in any case.
+void movingOverNewcomers(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                         Policy policy) {
+    if (policy == Policy::RefuseExisting && sound.doExists(to)) {
+        throw Exception(ErrorCode::AlreadyExists, to);
+    }
+    openTheWindow();
+    sound.doMoveFile(from, to, Policy::ReplaceExisting);
+}
+
 constexpr std::array table{
     Fault{"LookingThenCreatingFile", "13.1", build<LookingThenCreatingFile>},
     Fault{"LookingThenCreatingFolder", "13.2", build<LookingThenCreatingFolder>},
@@ -336,6 +393,10 @@ constexpr std::array table{
     Fault{"CommonNote", "13.16", build<CommonNote>},
     Fault{"TimeInTwoSteps", "13.17", build<TimeInTwoSteps>},
     Fault{"ClonesCountTogether", "13.18", build<ClonesCountTogether>},
+    Fault{"StreamOfOneThread", "13.19", build<StreamsOfThreads<StreamOfOneThread>>},
+    Fault{"ListsForOneThread", "13.20", build<ListsForOneThread>},
+    Fault{"ProviderOfOneThread", "13.21", build<ProviderOfOneThread>},
+    Fault{"MovingOverNewcomers", "13.22", build<MovingFiles<movingOverNewcomers>>},
 };
 
 } // namespace

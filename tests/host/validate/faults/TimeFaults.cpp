@@ -208,6 +208,45 @@ public:
     }
 };
 
+/// Times in summer are taken for local time.
+class SummerTimeSubtracted final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        const bool summer = !time.is_special() && time.date().month() >= 6 && time.date().month() <= 8;
+        HookedProvider::doSetLastModified(iri, summer ? time - boost::posix_time::hours(1) : time);
+    }
+};
+
+/// Seconds since 1970 are counted in 32 bits.
+class SecondsIn32Bits final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        static const ptime end(boost::gregorian::date(2038, 1, 19),
+                               boost::posix_time::time_duration(3, 14, 8));
+        const bool overflows = !time.is_special() && time >= end;
+        HookedProvider::doSetLastModified(iri,
+                                          overflows ? time - boost::posix_time::seconds(1L << 32U) : time);
+    }
+};
+
+/// New files have the time of a clock that is late.
+class ClockIsLate final : public BrokenProvider {
+public:
+    void doCreateFile(const StorageIRI& iri) const override {
+        HookedProvider::doCreateFile(iri);
+        doSetLastModified(iri, now() - boost::posix_time::seconds(90));
+    }
+};
+
+/// What is no date becomes the first one.
+class NoDateIs1970 final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        static const ptime first(boost::gregorian::date(1970, 1, 1));
+        HookedProvider::doSetLastModified(iri, time.is_not_a_date_time() ? first : time);
+    }
+};
+
 constexpr std::array table{
     Fault{"LocalTime", "5.1", build<LocalTime>},
     Fault{"NewFolderHasNoTime", "5.2", build<NewFolderHasNoTime>},
@@ -230,6 +269,10 @@ constexpr std::array table{
     Fault{"ReadOnlyFileTakesNoTime", "5.19", build<ReadOnlyTakesNoTime<&IProvider::doFileExists>>},
     Fault{"ReadOnlyFolderTakesNoTime", "5.20", build<ReadOnlyTakesNoTime<&IProvider::doFolderExists>>},
     Fault{"FlagStamps", "5.21", build<FlagStamps>},
+    Fault{"SummerTimeSubtracted", "5.22", build<SummerTimeSubtracted>},
+    Fault{"SecondsIn32Bits", "5.23", build<SecondsIn32Bits>},
+    Fault{"ClockIsLate", "5.24", build<ClockIsLate>},
+    Fault{"NoDateIs1970", "5.25", build<NoDateIs1970>},
 };
 
 } // namespace

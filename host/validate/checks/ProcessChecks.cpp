@@ -1,0 +1,226 @@
+#include "host/storage/Listing.h"
+#include "host/validate/checks/CheckCatalogue.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/Expectations.h"
+#include "host/validate/kit/StreamSteps.h"
+#include "host/validate/kit/Times.h"
+
+#include <algorithm>
+#include <array>
+#include <cfenv>
+#include <cfloat>
+#include <clocale>
+#include <csignal>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
+#include <locale>
+#include <malloc.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace storage::host::checks {
+
+using namespace foundation::storage::provider;
+
+namespace process_checks {
+namespace {
+
+/// A little of everything, and nothing left of it.
+void exercise(CheckContext& context, const IProvider& provider) {
+    if (!provider.doFolderExists(context.at(u""))) {
+        provider.doCreateFolder(context.at(u""));
+    }
+    const StorageIRI file = context.at(u"d/f");
+    provider.doCreateFolder(context.at(u"d"));
+    makeFile(provider, file, "bytes");
+    provider.doSetLastModified(file, longAgo());
+    provider.doSetWritable(file, false);
+    provider.doSetWritable(file, true);
+    provider.doCopyFile(file, context.at(u"d/g"), ReplacementPolicy::RefuseExisting);
+    provider.doMoveFile(file, context.at(u"h"), ReplacementPolicy::RefuseExisting);
+    provider.doMoveFolder(context.at(u"d"), context.at(u"e"), ReplacementPolicy::RefuseExisting);
+    expect(contentOf(provider, context.at(u"h")) == "bytes", "a file has other bytes than were written");
+    expect(sortedEntries(provider.doListAll(context.at(u""))).size() == 2,
+           "a folder with 2 entries lists another number");
+    expectFailure([&] { provider.doGetFileAttributes(file); }, ErrorCode::NotFound, file,
+                  "asking for what was moved away");
+    provider.doRemoveFile(context.at(u"h"));
+    provider.doRemoveFolderRecursively(context.at(u"e"));
+}
+
+/// A part of the process's state, as text.
+struct Property {
+    const char* name;
+    std::string (*state)();
+};
+
+std::string entriesOf(const char* folder) {
+    const std::filesystem::directory_iterator entries(folder);
+    return std::to_string(std::distance(begin(entries), end(entries)));
+}
+
+/// Their numbers. Empty where the kernel does not list them.
+std::string children() {
+    std::string numbers;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream list(thread.path() / "children");
+        for (std::string number; list >> number;) {
+            numbers += number + ' ';
+        }
+    }
+    return numbers;
+}
+
+std::string environment() {
+    std::string text;
+    for (char* const* each = ::environ; each != nullptr && *each != nullptr; ++each) {
+        text += fmt::format(" {}", *each);
+    }
+    return text;
+}
+
+std::string umaskOfProcess() {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return fmt::format("{:o}", mask);
+}
+
+std::string signals() {
+    std::string text;
+    sigset_t blocked{};
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    for (int signal = 1; signal < NSIG; ++signal) {
+        struct sigaction action {};
+        if (::sigaction(signal, nullptr, &action) == 0) {
+            text += fmt::format(" {}:{}:{}", signal, reinterpret_cast<std::uintptr_t>(action.sa_handler),
+                                ::sigismember(&blocked, signal));
+        }
+    }
+    return text;
+}
+
+/// Rounding, trapped errors, and whether the smallest numbers count as 0.
+std::string floatingPoint() {
+    const volatile double smallest = DBL_MIN;
+    const volatile double smaller = smallest / 2;
+    return fmt::format("{} {} {}", std::fegetround(), ::fegetexcept(), smaller > 0);
+}
+
+constexpr Property descriptors{"open descriptors", [] { return entriesOf("/proc/self/fd"); }};
+constexpr Property threadsOfProcess{"threads", [] { return entriesOf("/proc/self/task"); }};
+constexpr Property childProcesses{"child processes", children};
+constexpr Property currentFolder{"current folder", [] { return std::filesystem::current_path().string(); }};
+constexpr Property fileModeMask{"umask", umaskOfProcess};
+constexpr Property locales{"locale",
+                           [] { return std::setlocale(LC_ALL, nullptr) + (' ' + std::locale().name()); }};
+constexpr Property variables{"environment", environment};
+constexpr Property signalHandlers{"handling of signals", signals};
+constexpr Property arithmetic{"floating-point mode", floatingPoint};
+
+template <const Property& property>
+void expectState(const std::string& before, const char* occasion) {
+    std::string seen = property.state();
+    for (int i = 0; i < 1000 && seen != before; ++i) { // a thread that was joined stays listed for a moment
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        seen = property.state();
+    }
+    expect(seen == before,
+           fmt::format("{}, the {} of the process: {}; before: {}", occasion, property.name, seen, before));
+}
+
+/// What a provider may have while it is there must go with it.
+template <const Property& property>
+void goesWithProvider(CheckContext& context) {
+    exercise(context, context.provider()); // what the library makes once may stay
+    const std::string before = property.state();
+    {
+        const LoadedProvider provider = context.library().buildProvider();
+        exercise(context, *provider);
+    }
+    expectState<property>(before, "when a provider is gone");
+}
+
+template <const Property& property>
+void staysAsItWas(CheckContext& context) {
+    const std::string before = property.state();
+    exercise(context, context.provider());
+    expectState<property>(before, "with a provider");
+}
+
+std::size_t memoryInUse() {
+    const struct mallinfo2 info = ::mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+void callsNeedNoMoreMemory(CheckContext& context) {
+    constexpr int rounds = 1000; // of 10 calls
+    constexpr std::size_t smallestLeak = 24;
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"f"), "bytes");
+    const auto round = [&] {
+        const StorageIRI file = context.at(u"f");
+        const StorageIRI other = context.at(u"g");
+        provider.doFileExists(file);
+        provider.doFolderExists(file);
+        provider.doGetFileAttributes(file);
+        provider.doSetLastModified(file, longAgo());
+        readEntries(provider.doListAll(context.at(u"")));
+        contentOf(provider, file);
+        writeText(*openStream(provider, file), "bytes");
+        provider.doCreateFile(other);
+        provider.doMoveFile(other, context.at(u"h"), ReplacementPolicy::RefuseExisting);
+        provider.doRemoveFile(context.at(u"h"));
+        try {
+            provider.doRemoveFile(other);
+        } catch (const Exception&) { // it is gone
+        }
+    };
+    for (int i = 0; i < rounds / 5; ++i) { // what is kept for later calls is kept once
+        round();
+    }
+    const std::size_t before = memoryInUse();
+    if (before == 0) {
+        skip("this allocator does not count");
+    }
+    for (int i = 0; i < rounds; ++i) {
+        round();
+    }
+    const std::size_t after = memoryInUse();
+    expect(after < before + rounds * smallestLeak,
+           fmt::format("{} calls leave {} more bytes allocated", 10 * rounds, after - before));
+}
+
+constexpr auto any = Profile::AnyProvider;
+
+constexpr std::array table{
+    Check{"15.1", "process.descriptors", "A provider that is gone has left no descriptor open.", any,
+          goesWithProvider<descriptors>},
+    Check{"15.2", "process.threads", "A provider that is gone has left no thread.", any,
+          goesWithProvider<threadsOfProcess>},
+    Check{"15.3", "process.children", "A provider that is gone has left no child process.", any,
+          goesWithProvider<childProcesses>},
+    Check{"15.4", "process.current-folder", "A provider leaves the current folder of the process as it is.",
+          any, staysAsItWas<currentFolder>},
+    Check{"15.5", "process.umask", "A provider leaves the umask as it is.", any, staysAsItWas<fileModeMask>},
+    Check{"15.6", "process.locale", "A provider leaves the locale as it is.", any, staysAsItWas<locales>},
+    Check{"15.7", "process.environment", "A provider leaves the environment as it is.", any,
+          staysAsItWas<variables>},
+    Check{"15.8", "process.signals", "A provider handles and blocks no signal of the process.", any,
+          staysAsItWas<signalHandlers>},
+    Check{"15.9", "process.floating-point", "A provider leaves the floating-point mode as it is.", any,
+          staysAsItWas<arithmetic>},
+    Check{"15.10", "process.memory", "Ten thousand calls leave no more memory allocated than before.", any,
+          callsNeedNoMoreMemory},
+};
+
+} // namespace
+} // namespace process_checks
+
+std::span<const Check> process() {
+    return process_checks::table;
+}
+
+} // namespace storage::host::checks

@@ -1,0 +1,122 @@
+#include "tests/host/validate/faults/BrokenProvider.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/property_tree/ptree.hpp>
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+
+namespace default_model_faults {
+namespace {
+
+using Names = std::vector<std::u16string>;
+
+std::size_t levelsOf(std::u16string_view path) {
+    return static_cast<std::size_t>(std::count(path.begin(), path.end(), u'/'));
+}
+
+/// Brackets in a pattern stand for one of the characters in them, more or less.
+class BracketsMeanOne final : public BrokenProvider {
+public:
+    Listing doListFilesWildcards(const StorageIRI& iri, std::u16string pattern) const override {
+        const auto begin = pattern.find(u'[');
+        const auto end = pattern.find(u']', begin);
+        if (end != std::u16string::npos) {
+            pattern.replace(begin, end + 1 - begin, u"?");
+        }
+        return BrokenProvider::doListFilesWildcards(iri, pattern);
+    }
+};
+
+/// Names are collected from three levels.
+class ThreeLevelsOfNames final : public BrokenProvider {
+public:
+    Names doListAllRecursiveNamesOnly(const StorageIRI& iri) const override {
+        Names names = BrokenProvider::doListAllRecursiveNamesOnly(iri);
+        names.erase(std::remove_if(names.begin(), names.end(),
+                                   [](const std::u16string& name) { return levelsOf(name) > 2; }),
+                    names.end());
+        return names;
+    }
+};
+
+/// There is room for 64 folders above the one to be made.
+class SixtyFourLevels final : public BrokenProvider {
+public:
+    void doCreateFolderRecursive(const StorageIRI& iri) const override {
+        if (levelsOf(iri.getPath()) > 64) {
+            throw Exception(ErrorCode::NotFound, iri);
+        }
+        BrokenProvider::doCreateFolderRecursive(iri);
+    }
+};
+
+/// Short paths come first, and those of one length are alike.
+class OrderedByLength final : public BrokenProvider {
+public:
+    PathComparator doGetPathComparator(const StorageIRI&) const override {
+        return [](std::u16string_view first, std::u16string_view second) {
+            return first.size() < second.size();
+        };
+    }
+};
+
+/// The last byte of the last block is forgotten when the block is full.
+class FullBlockLosesByte final : public BrokenProvider {
+public:
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        BrokenProvider::doCopyFile(source, destination, policy);
+        const unsigned long long size = doGetFileAttributes(destination).getSize();
+        if (size > 0 && size % 65536 == 0) {
+            doTruncateToSize(destination, size - 1);
+        }
+    }
+};
+
+/// A file grows by one block at most.
+class GrowsByOneBlock final : public BrokenProvider {
+public:
+    void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
+        BrokenProvider::doTruncateToSize(iri, std::min(size, doGetFileAttributes(iri).getSize() + 65536ULL));
+    }
+};
+
+/// A transactional stream is one like others.
+class TransactionsByName final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenTransactionalStream(const StorageIRI& iri,
+                                                          const OpenOptions& options) const override {
+        return doOpenStream(iri, options);
+    }
+};
+
+/// Who wants to know of changes is noted, and forgotten.
+class NeverTells final : public BrokenProvider {
+public:
+    void doPublishFolderEventsFor(const StorageIRI&, EventCallback) const override {}
+    void doStopPublishingEventsFor(const StorageIRI&) const override {}
+};
+
+constexpr std::array table{
+    Fault{"BracketsMeanOne", "16.1", build<BracketsMeanOne>},
+    Fault{"ThreeLevelsOfNames", "16.2", build<ThreeLevelsOfNames>},
+    Fault{"SixtyFourLevels", "16.3", build<SixtyFourLevels>},
+    Fault{"OrderedByLength", "16.4", build<OrderedByLength>},
+    Fault{"FullBlockLosesByte", "16.5", build<FullBlockLosesByte>},
+    Fault{"GrowsByOneBlock", "16.6", build<GrowsByOneBlock>},
+    Fault{"TransactionsByName", "16.7", build<TransactionsByName>},
+    Fault{"NeverTells", "16.8", build<NeverTells>},
+};
+
+} // namespace
+} // namespace default_model_faults
+
+std::span<const Fault> defaultsAgainstModels() {
+    return default_model_faults::table;
+}
+
+} // namespace faults

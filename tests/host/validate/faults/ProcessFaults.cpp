@@ -1,0 +1,108 @@
+#include "tests/host/validate/faults/BrokenProvider.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
+
+#include <array>
+#include <cfenv>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+
+namespace process_faults {
+namespace {
+
+/// Does something to the process as soon as it is made.
+template <void (*disturb)()>
+class Disturbing final : public BrokenProvider {
+public:
+    Disturbing() { disturb(); }
+};
+
+void leaveDescriptor() {
+    ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+[[noreturn]] void waitForEver() {
+    for (;;) {
+        ::pause();
+    }
+}
+
+void leaveThread() {
+    std::thread(waitForEver).detach();
+}
+
+void leaveChild() {
+    if (::fork() == 0) {
+        waitForEver();
+    }
+}
+
+void changeFolder() {
+    std::filesystem::current_path("/proc");
+}
+
+void changeUmask() {
+    ::umask(0137);
+}
+
+void changeLocale() {
+    std::setlocale(LC_ALL, std::string_view(std::setlocale(LC_ALL, nullptr)) == "C" ? "C.UTF-8" : "C");
+}
+
+void changeEnvironment() {
+    ::setenv("PROVIDER_WAS_HERE", "yes", /*replace*/ 1);
+}
+
+void handleSignal() {
+    std::signal(SIGUSR2, SIG_IGN);
+}
+
+void roundUpwards() {
+    std::fesetround(FE_UPWARD);
+}
+
+/// Every file that was asked for is remembered.
+class Remembering final : public BrokenProvider {
+public:
+    bool doFileExists(const StorageIRI& iri) const override {
+        asked_.push_back(iri.getPath());
+        return HookedProvider::doFileExists(iri);
+    }
+
+private:
+    mutable std::vector<std::u16string> asked_;
+};
+
+constexpr std::array table{
+    Fault{"LeavesDescriptor", "15.1", build<Disturbing<leaveDescriptor>>},
+    Fault{"LeavesThread", "15.2", build<Disturbing<leaveThread>>},
+    Fault{"LeavesChild", "15.3", build<Disturbing<leaveChild>>},
+    Fault{"ChangesFolder", "15.4", build<Disturbing<changeFolder>>},
+    Fault{"ChangesUmask", "15.5", build<Disturbing<changeUmask>>},
+    Fault{"ChangesLocale", "15.6", build<Disturbing<changeLocale>>},
+    Fault{"ChangesEnvironment", "15.7", build<Disturbing<changeEnvironment>>},
+    Fault{"HandlesSignal", "15.8", build<Disturbing<handleSignal>>},
+    Fault{"RoundsUpwards", "15.9", build<Disturbing<roundUpwards>>},
+    Fault{"RemembersEveryFile", "15.10", build<Remembering>},
+};
+
+} // namespace
+} // namespace process_faults
+
+std::span<const Fault> process() {
+    return process_faults::table;
+}
+
+} // namespace faults
