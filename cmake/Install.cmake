@@ -45,7 +45,9 @@ foreach(header
         filesystem/MutexLock
         filesystem/PathHash
         filesystem/PathIndex
+        filesystem/PathIndexSegment
         filesystem/PathSeqLock
+        filesystem/PowerOfTwo
         filesystem/SpinWait)
     cmake_path(GET header PARENT_PATH folder)
     install(FILES ${PROJECT_SOURCE_DIR}/inmemoryprovider/${header}.h

@@ -1,23 +1,26 @@
 #pragma once
 
 #include "inmemoryprovider/filesystem/PathHash.h"
+#include "inmemoryprovider/filesystem/PathIndexSegment.h"
+#include "inmemoryprovider/filesystem/PowerOfTwo.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace storage::inmemoryprovider {
 
-/// Finds the elements of a map by the hash of their paths, in one step however many there are.
+/// Finds the elements of a map by the hash of their paths, in O(1). No operation but `build` and `reset` does more than a
+/// bounded amount of work, however many elements there are: a table that is rehashed in one piece would block all who wait
+/// for the map.
 ///
-/// Owns a table of positions in the map, which stay valid while the elements are in the map. The position of a free slot
-/// is never compared: comparing it with an iterator of the map is undefined. The table is a power of two in size, at most
-/// three quarters of it in use, and a position is in the first free slot from the one that its hash names. The hashes are
-/// kept beside the positions, so that neither growing nor erasing touches an element.
+/// Owns the elements' positions in segments (linear hashing). The lower bits of a hash choose the segment. Insertion adds
+/// segments one at a time, in order, and each takes its elements out of one older segment; removal merges them in reverse
+/// order. A segment holds a few hundred elements, and grows and shrinks by itself.
 ///
 /// An index is a convenience: when there is no memory for it, it is dropped, and its owner asks the map.
 /// So nothing here throws.
@@ -25,19 +28,27 @@ namespace storage::inmemoryprovider {
 /// Thread safety: that of a container; its owner guards it.
 template <class Position>
 class PathIndex {
+    using Segment = PathIndexSegment<Position>;
+    using Hash = typename Segment::Hash;
+
 public:
-    /// Whether there is a table. Without one nothing is found or inserted.
-    explicit operator bool() const noexcept { return slots_ != nullptr; }
+    /// Elements for each segment, above which one is added.
+    static constexpr std::size_t segmentSize = 384;
+
+    /// Whether there is an index. Without one nothing is found or inserted.
+    explicit operator bool() const noexcept { return static_cast<bool>(first_); }
 
     std::size_t size() const noexcept { return size_; }
 
-    /// Makes a table of the elements from `first` to `last` with room for `count`, or none if there is no memory for it.
+    /// Makes an index of the elements from `first` to `last` with room for `count`, or none if there is no memory for it.
     void build(Position first, Position last, std::size_t count) noexcept {
         reset();
-        if (makeTable(capacityFor(count))) {
-            for (; first != last; ++first) {
-                place(first, storedHash(first->first.view()));
-            }
+        if (!makeSegments(count)) {
+            reset();
+            return;
+        }
+        for (; first != last && *this; ++first) {
+            insert(first);
         }
     }
 
@@ -45,114 +56,121 @@ public:
 
     /// The position of the element at `path`, if there is one.
     std::optional<Position> find(std::u16string_view path) const noexcept {
-        const auto hash = storedHash(path);
-        for (std::size_t at = home(hash);; at = after(at)) {
-            const Slot& slot = slots_[at];
-            if (!slot.used) {
-                return std::nullopt;
-            }
-            if (slot.hash == hash && slot.position->first == path) {
-                return slot.position;
-            }
-        }
+        const Hash hash = hashOfPath(path);
+        return segment(segmentOf(hash)).find(path, hash);
     }
 
-    /// Takes in an element whose path is not in the table yet.
+    /// Takes in an element whose path is not in the index yet.
     void insert(Position position) noexcept {
-        if (size_ == mostOf(capacity_) && !resize(2 * capacity_)) {
+        const Hash hash = hashOfPath(position->first.view());
+        if (!segment(segmentOf(hash)).insert(position, hash)) {
             reset();
             return;
         }
-        place(position, storedHash(position->first.view()));
+        if (++size_ > segmentCount() * segmentSize) {
+            addSegment(); // without memory for it, the others grow
+        }
     }
 
-    /// Forgets an element, which is in the table.
+    /// Forgets an element, which is in the index.
     void erase(Position position) noexcept {
-        std::size_t hole = home(storedHash(position->first.view()));
-        while (slots_[hole].position != position) {
-            hole = after(hole);
-        }
-        // What follows moves up, unless it would come before the place that its hash names.
-        for (std::size_t at = after(hole); slots_[at].used; at = after(at)) {
-            if (distance(home(slots_[at].hash), at) >= distance(hole, at)) {
-                slots_[hole] = slots_[at];
-                hole = at;
-            }
-        }
-        slots_[hole] = Slot();
+        const Hash hash = hashOfPath(position->first.view());
+        segment(segmentOf(hash)).erase(position, hash);
         --size_;
-        if (size_ < capacity_ / sparse && capacity_ > smallest) {
-            resize(capacity_ / 2); // without memory for it, the large table goes on serving
+        if (size_ < rest_.size() * segmentSize / sparse) {
+            mergeLastSegment(); // without memory for it, the segments stay
         }
     }
 
 private:
-    /// All that the table keeps of a hash: enough to tell apart far more elements than memory holds.
-    using StoredHash = std::uint32_t;
+    /// Segments are merged when they hold less than this part of `segmentSize`.
+    static constexpr std::size_t sparse = 4;
 
-    struct Slot {
-        Position position = {};
-        StoredHash hash = 0;
-        bool used = false;
-    };
+    static Hash hashOfPath(std::u16string_view path) noexcept { return static_cast<Hash>(hashOf(path)); }
 
-    static constexpr std::size_t smallest = 32;
-    /// A table of which less than this part is used is halved. Well below a half of the fill at which it doubles,
-    /// so that it does not go back and forth.
-    static constexpr std::size_t sparse = 8;
+    std::size_t segmentCount() const noexcept { return rest_.size() + 1; }
 
-    static StoredHash storedHash(std::u16string_view path) noexcept {
-        return static_cast<StoredHash>(hashOf(path));
-    }
+    /// Of the segment that has the elements which segment `number`, if there were one, would take.
+    static std::size_t originOf(std::size_t number) noexcept { return number - floorPowerOfTwo(number); }
 
-    static std::size_t mostOf(std::size_t capacity) noexcept { return capacity / 4 * 3; }
-
-    static std::size_t capacityFor(std::size_t count) noexcept {
-        std::size_t capacity = smallest;
-        while (mostOf(capacity) <= count) {
-            capacity *= 2;
+    std::size_t segmentOf(Hash hash) const noexcept {
+        if (rest_.empty()) {
+            return 0;
         }
-        return capacity;
+        const std::size_t number = hash & (ceilPowerOfTwo(segmentCount()) - 1);
+        return number < segmentCount() ? number : originOf(number);
     }
 
-    std::size_t home(StoredHash hash) const noexcept { return hash & (capacity_ - 1); }
-    std::size_t after(std::size_t at) const noexcept { return (at + 1) & (capacity_ - 1); }
-    std::size_t distance(std::size_t from, std::size_t to) const noexcept {
-        return (to - from) & (capacity_ - 1);
+    const Segment& segment(std::size_t number) const noexcept {
+        return number == 0 ? first_ : rest_[number - 1];
     }
+    Segment& segment(std::size_t number) noexcept { return number == 0 ? first_ : rest_[number - 1]; }
 
-    bool makeTable(std::size_t capacity) noexcept {
-        slots_.reset(new (std::nothrow) Slot[capacity]);
-        capacity_ = capacity;
-        size_ = 0;
-        return slots_ != nullptr;
-    }
-
-    void place(const Position& position, StoredHash hash) noexcept {
-        std::size_t at = home(hash);
-        while (slots_[at].used) {
-            at = after(at);
-        }
-        slots_[at] = {position, hash, true};
-        ++size_;
-    }
-
-    bool resize(std::size_t capacity) noexcept {
-        PathIndex resized;
-        if (!resized.makeTable(capacity)) {
+    bool makeSegments(std::size_t count) noexcept {
+        const std::size_t segments = ceilPowerOfTwo((count + segmentSize - 1) / segmentSize);
+        if (segments > 1 && !reserve(segments - 1)) {
             return false;
         }
-        for (std::size_t at = 0; at < capacity_; ++at) {
-            if (slots_[at].used) {
-                resized.place(slots_[at].position, slots_[at].hash);
-            }
+        const std::size_t share = count / segments;
+        for (bool made = first_.makeTable(share); made && segmentCount() < segments;) {
+            made = rest_.emplace_back().makeTable(share);
         }
-        *this = std::move(resized);
+        return segmentCount() == segments && static_cast<bool>(segment(segments - 1));
+    }
+
+    bool reserve(std::size_t segments) noexcept {
+        try {
+            rest_.reserve(segments);
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
         return true;
     }
 
-    std::unique_ptr<Slot[]> slots_; // NOLINT(modernize-avoid-c-arrays): its size changes
-    std::size_t capacity_ = 0;
+    void addSegment() noexcept {
+        if (rest_.size() == rest_.capacity() && !reserve(std::max<std::size_t>(1, 2 * rest_.size()))) {
+            return;
+        }
+        const std::size_t number = segmentCount();
+        const std::size_t mask = ceilPowerOfTwo(number + 1) - 1;
+        Segment& origin = segment(originOf(number));
+        Segment kept;
+        Segment added;
+        if (!kept.makeTable(origin.size() / 2) || !added.makeTable(origin.size() / 2)) {
+            return;
+        }
+        bool complete = true;
+        origin.forEach([&](const Position& position, Hash hash) {
+            Segment& target = (hash & mask) == number ? added : kept;
+            complete = complete && target.insert(position, hash);
+        });
+        if (complete) {
+            origin = std::move(kept);
+            rest_.push_back(std::move(added));
+        }
+    }
+
+    void mergeLastSegment() noexcept {
+        const Segment& last = rest_.back();
+        Segment& origin = segment(originOf(rest_.size()));
+        Segment merged;
+        if (!merged.makeTable(origin.size() + last.size())) {
+            return;
+        }
+        bool complete = true;
+        const auto take = [&](const Position& position, Hash hash) {
+            complete = complete && merged.insert(position, hash);
+        };
+        origin.forEach(take);
+        last.forEach(take);
+        if (complete) {
+            origin = std::move(merged);
+            rest_.pop_back();
+        }
+    }
+
+    Segment first_; ///< beside the map's own members, because most folders have no more
+    std::vector<Segment> rest_;
     std::size_t size_ = 0;
 };
 

@@ -108,6 +108,66 @@ TEST(IndexWithoutMemory, goesOnWithALargeTableWhenItCannotShrink) {
     expectFindsAll(index, map);
 }
 
+InMemoryEntryPath numberedPath(std::size_t number) {
+    std::u16string text = u"/a folder with a long name/";
+    for (const char digit : std::to_string(number)) {
+        text += static_cast<char16_t>(digit);
+    }
+    return InMemoryEntryPath(text);
+}
+
+/// Lets one allocation of each step fail, the first one of the first step, and so on as long as there is one.
+TEST(IndexWithoutMemory, keepsAllWhenNoSegmentCanBeAddedOrMerged) {
+    constexpr std::size_t most = 5 * Index::segmentSize;
+    for (std::size_t allowed = 0; allowed < 3; ++allowed) {
+        Map map;
+        Index index;
+        index.build(map.begin(), map.end(), 0);
+        std::size_t failures = 0;
+        for (std::size_t number = 0; number < most; ++number) {
+            const auto position = map.try_emplace(numberedPath(number), 0).first;
+            const FailingAllocation failure(allowed);
+            index.insert(position);
+            failures += failure.happened() ? 1 : 0;
+            if (!index) { // the segment could not grow
+                index.build(map.begin(), map.end(), map.size());
+            }
+        }
+        while (map.size() > 1) {
+            const FailingAllocation failure(allowed);
+            index.erase(map.begin());
+            failures += failure.happened() ? 1 : 0;
+            map.erase(map.begin());
+        }
+        EXPECT_GT(failures, 0U) << allowed;
+        ASSERT_TRUE(index) << allowed;
+        expectFindsAll(index, map);
+    }
+}
+
+TEST(IndexWithoutMemory, isNotBuiltWhicheverSegmentHasNoMemory) {
+    constexpr std::size_t most = 5 * Index::segmentSize;
+    Map map;
+    for (std::size_t number = 0; number < most; ++number) {
+        map.try_emplace(numberedPath(number), 0);
+    }
+    for (std::size_t allowed = 0;; ++allowed) {
+        Index index;
+        bool happened = false;
+        {
+            const FailingAllocation failure(allowed);
+            index.build(map.begin(), map.end(), map.size());
+            happened = failure.happened();
+        }
+        EXPECT_EQ(static_cast<bool>(index), !happened) << allowed;
+        if (!happened) {
+            EXPECT_GE(allowed, 8U);
+            expectFindsAll(index, map);
+            break;
+        }
+    }
+}
+
 void expectHolds(const IndexedMap& map, std::size_t size) {
     EXPECT_EQ(static_cast<std::size_t>(std::distance(map.begin(), map.end())), size);
     for (std::size_t number = 0; number < count; ++number) {

@@ -77,13 +77,13 @@ std::vector<std::u16string> namesUpTo(std::size_t count) {
     return names;
 }
 
-/// Names that hash to the last two slots of the smallest table: together they form one probe sequence that
-/// wraps around.
+/// Names that hash to the last two slots of the smallest table, by the upper bits of 32: together they form one
+/// probe sequence that wraps around.
 std::vector<std::u16string> namesOfLastHomes(std::size_t count) {
     std::vector<std::u16string> names;
     for (std::size_t number = 0; names.size() < count; ++number) {
         const auto name = nameOf(number);
-        if (hashOf(name) % smallestTable >= smallestTable - 2) {
+        if (static_cast<std::uint32_t>(hashOf(name)) >= (smallestTable - 2) << 27U) {
             names.push_back(name);
         }
     }
@@ -197,7 +197,8 @@ TEST_F(PathIndexTest, keepsAllWhileItGrowsAndShrinks) {
 }
 
 TEST(PathIndex, isBuiltOfAnyNumberOfElementsAndGrowsFromThere) {
-    for (const std::size_t count : {0U, 1U, 16U, 23U, 24U, 25U, 47U, 48U, 49U, 95U, 96U, 97U, 1000U}) {
+    for (const std::size_t count : {0U, 1U, 16U, 23U, 24U, 25U, 47U, 48U, 49U, 95U, 96U, 97U, 383U, 384U,
+                                    385U, 768U, 769U, 1000U, 4000U}) {
         Map map;
         for (const auto& name : namesUpTo(count)) {
             map.try_emplace(InMemoryEntryPath(name), 0);
@@ -213,6 +214,89 @@ TEST(PathIndex, isBuiltOfAnyNumberOfElementsAndGrowsFromThere) {
         }
         EXPECT_EQ(index.find(u"/none"), std::nullopt) << count;
     }
+}
+
+TEST_F(PathIndexTest, keepsAllThroughManySegments) {
+    constexpr std::size_t most = 20 * Index::segmentSize;
+    const auto names = namesUpTo(most);
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& name : names) {
+            add(name);
+            if (map.size() % 997 == 0) {
+                ASSERT_TRUE(findsOf(names)) << map.size();
+            }
+        }
+        for (const auto& name : names) {
+            remove(name);
+            if (map.size() % 997 == 0) {
+                ASSERT_TRUE(findsOf(names)) << map.size();
+            }
+        }
+    }
+}
+
+TEST_F(PathIndexTest, takesInAndForgetsElementsOfManySegmentsAtRandom) {
+    constexpr std::size_t most = 9 * Index::segmentSize;
+    const auto names = namesUpTo(most);
+    std::mt19937 random(4);
+    for (std::size_t step = 0; step < 12 * most; ++step) {
+        const auto& name = names[random() % most];
+        map.find(name) == map.end() ? add(name) : remove(name);
+        if (step % 3001 == 0) {
+            ASSERT_TRUE(findsOf(names)) << "step " << step;
+        }
+    }
+}
+
+/// A position that counts how often one is copied.
+struct CountedPosition {
+    CountedPosition() = default;
+    CountedPosition(Map::iterator element) : iterator(element) {} // NOLINT(google-explicit-constructor)
+    CountedPosition(const CountedPosition& other) : iterator(other.iterator) { ++copies; }
+    CountedPosition& operator=(const CountedPosition& other) {
+        iterator = other.iterator;
+        ++copies;
+        return *this;
+    }
+    ~CountedPosition() = default;
+
+    auto* operator->() const { return &*iterator; }
+    CountedPosition& operator++() {
+        ++iterator;
+        return *this;
+    }
+    bool operator==(const CountedPosition& other) const { return iterator == other.iterator; }
+
+    Map::iterator iterator{};
+    static inline std::size_t copies = 0;
+};
+
+/// Whoever rehashes a table of all elements in one piece copies each of their positions.
+TEST(PathIndex, noInsertionOrRemovalCopiesMoreThanAFewSegments) {
+    constexpr std::size_t most = 100 * Index::segmentSize;
+    constexpr std::size_t bound = 16 * Index::segmentSize;
+    Map map;
+    PathIndex<CountedPosition> index;
+    index.build(map.begin(), map.end(), 0);
+    std::size_t worst = 0;
+    const auto count = [&](const auto& operation) {
+        const std::size_t before = CountedPosition::copies;
+        operation();
+        worst = std::max(worst, CountedPosition::copies - before);
+    };
+    const auto names = namesUpTo(most);
+    for (const auto& name : names) {
+        const auto position = map.try_emplace(InMemoryEntryPath(name), 0).first;
+        count([&] { index.insert(position); });
+    }
+    EXPECT_EQ(index.size(), most);
+    for (const auto& name : names) {
+        const auto position = map.find(name);
+        count([&] { index.erase(position); });
+        map.erase(position);
+    }
+    EXPECT_EQ(index.size(), 0U);
+    EXPECT_LT(worst, bound);
 }
 
 TEST_F(PathIndexTest, canBeBuiltAnewOverAnOldOne) {
