@@ -16,6 +16,9 @@ constexpr std::u16string_view root = u"/";
 
 std::u16string normalised(std::u16string text) noexcept {
     const std::u16string_view kept = InMemoryEntryPath::normalView(text);
+    if (kept.size() == text.size()) {
+        return text;
+    }
     const auto removedInFront = static_cast<std::size_t>(kept.data() - text.data());
     text.resize(removedInFront + kept.size());
     text.erase(0, removedInFront);
@@ -24,13 +27,33 @@ std::u16string normalised(std::u16string text) noexcept {
 
 constexpr std::size_t unitsPerWord = sizeof(std::uint64_t) / sizeof(char16_t);
 
+std::uint64_t wordAt(const char16_t* text) noexcept {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text, sizeof word);
+    return word;
+}
+
 /// The bits in which the words at one place in two texts differ.
 std::uint64_t differenceAt(const char16_t* left, const char16_t* right) noexcept {
-    std::uint64_t leftWord = 0;
-    std::uint64_t rightWord = 0;
-    std::memcpy(&leftWord, left, sizeof leftWord);
-    std::memcpy(&rightWord, right, sizeof rightWord);
-    return leftWord ^ rightWord;
+    return wordAt(left) ^ wordAt(right);
+}
+
+/// The index of the last separator, or npos, by machine words.
+std::size_t lastSeparator(std::u16string_view text) noexcept {
+    constexpr std::uint64_t ones = 0x0001'0001'0001'0001;
+    constexpr std::uint64_t allButHighest = ones * 0x7fff;
+    for (std::size_t end = text.size(); end >= unitsPerWord; end -= unitsPerWord) {
+        const std::uint64_t word = wordAt(text.data() + end - unitsPerWord) ^ (ones * separator);
+        // The highest bit of each code unit that is 0 now; no sum carries over to the next unit.
+        const std::uint64_t found = ~(((word & allButHighest) + allButHighest) | word | allButHighest);
+        if (found != 0) {
+            const int unitsBehind = (std::endian::native == std::endian::little ? std::countl_zero(found)
+                                                                                : std::countr_zero(found)) /
+                                    16;
+            return end - 1 - static_cast<std::size_t>(unitsBehind);
+        }
+    }
+    return text.substr(0, text.size() % unitsPerWord).rfind(separator);
 }
 
 /// The number of equal code units before the first that differs in the word.
@@ -77,14 +100,17 @@ std::u16string_view InMemoryEntryPath::normalView(std::u16string_view text) noex
     if (text.back() == separator) {
         text.remove_suffix(1);
     }
+    if (text.size() > 1 && text[1] != separator) { // as in nearly all paths
+        return text;
+    }
     const auto runEnd = text.find_first_not_of(separator, 1);
     text.remove_prefix((runEnd == std::u16string_view::npos ? text.size() : runEnd) - 1);
     return text;
 }
 
 std::u16string_view InMemoryEntryPath::parentOf(std::u16string_view path) noexcept {
-    const auto last = path.rfind(separator);
-    if (last == std::u16string_view::npos || path == root) {
+    const auto last = lastSeparator(path);
+    if (last == std::u16string_view::npos || path.size() == 1) { // "/" is the only one of this size
         return {};
     }
     return last == 0 ? path.substr(0, 1) : normalView(path.substr(0, last));
@@ -95,8 +121,8 @@ bool InMemoryEntryPath::hasParent() const noexcept {
 }
 
 std::u16string_view InMemoryEntryPath::filenameView() const noexcept {
-    const auto last = text_.rfind(separator);
-    if (last == std::u16string::npos || text_ == root) {
+    const auto last = lastSeparator(text_);
+    if (last == std::u16string::npos || text_.size() == 1) {
         return text_;
     }
     return view().substr(last + 1);
