@@ -37,56 +37,87 @@ void InMemoryFileSystem::createRootEntry() {
 }
 
 void InMemoryFileSystem::addFolderEntry(const InMemoryEntryPath& path) {
+    repeatWhileBusy([&] { return tryAddFolderEntry(path); });
+}
+
+InMemoryFileSystem::Busy InMemoryFileSystem::tryAddFolderEntry(const InMemoryEntryPath& path) {
     const SpinThenBlockLock lock(mutex_);
     if (!path.hasParent()) {
         throw EntryExistsException(path);
     }
-    auto& parent = requireParent(path);
-    requireNoChild(parent, path);
-    requireWritable(parent);
+    auto parent = requireParent(path);
+    requireNoChild(*parent, path);
+    requireWritable(*parent);
 
-    const auto now = currentTime();
     const PathSeqLock::Change change(changes_, path); // the parent's children and the folder map
-    linkFolder(parent, makeFolderEntry(path, now));
-    parent.setLastModifiedTime(now);
+    if (!parent->mutexIsFree()) {
+        return parent;
+    }
+    const auto now = currentTime();
+    linkFolder(*parent, makeFolderEntry(path, now));
+    parent->setLastModifiedTime(now);
+    return nullptr;
 }
 
 void InMemoryFileSystem::addFileEntry(InMemoryEntryPath&& path) {
+    repeatWhileBusy([&] { return tryAddFileEntry(path); });
+}
+
+InMemoryFileSystem::Busy InMemoryFileSystem::tryAddFileEntry(InMemoryEntryPath& path) {
     const SpinThenBlockLock lock(mutex_);
-    auto& parent = requireParent(path);
-    requireNoChild(parent, path);
-    requireWritable(parent);
+    const auto& parent = requireParent(path);
+    requireNoChild(*parent, path);
+    requireWritable(*parent);
 
     const auto now = currentTime();
-    parent.addChild(makeFileEntry(std::move(path), now), now);
+    std::shared_ptr<InMemoryEntry> file = makeFileEntry(std::move(path), now);
+    if (!parent->tryAddChild(std::move(file), now)) {
+        path = file->getPath(); // NOLINT(bugprone-use-after-move): left here
+        return parent;
+    }
+    return nullptr;
 }
 
 void InMemoryFileSystem::removeFileEntry(const InMemoryEntryPath& path) {
+    repeatWhileBusy([&] { return tryRemoveFileEntry(path); });
+}
+
+InMemoryFileSystem::Busy InMemoryFileSystem::tryRemoveFileEntry(const InMemoryEntryPath& path) {
     InMemoryFolderEntry::Children::node_type removed; // outlives the lock
     const SpinThenBlockLock lock(mutex_);
-    auto& parent = requireParent(path);
-    const auto file = requireFile(parent, path);
-    requireWritable(parent);
+    const auto& parent = requireParent(path);
+    const auto file = requireFile(*parent, path);
+    requireWritable(*parent);
     requireWritable(*file->second);
 
-    removed = parent.takeChild(file, currentTime);
+    removed = parent->tryTakeChild(file, currentTime);
+    return removed ? nullptr : parent;
 }
 
 void InMemoryFileSystem::removeFolderEntry(const InMemoryEntryPath& path) {
-    InMemoryFolderEntry::Children::node_type removed; // outlives the lock
+    repeatWhileBusy([&] { return tryRemoveFolderEntry(path); });
+}
+
+InMemoryFileSystem::Busy InMemoryFileSystem::tryRemoveFolderEntry(const InMemoryEntryPath& path) {
+    InMemoryFolderEntry::Children::node_type removed; // both outlive the lock
+    FolderMap::Element registration;
     const SpinThenBlockLock lock(mutex_);
-    auto& parent = requireParent(path);
-    const auto folder = requireFolder(parent, path);
-    if (!folderOf(*folder).empty()) {
+    auto parent = requireParent(path);
+    const auto folder = requireFolder(*parent, path);
+    if (folderOf(*folder).hasChildren()) {
         throw FolderNotEmptyException(path);
     }
-    requireWritable(parent);
+    requireWritable(*parent);
     requireWritable(*folder->second);
 
     const PathSeqLock::Change change(changes_, path); // the parent's children and the folder map
-    removed = parent.takeChild(folder);
-    removeFolderFromFSMap(path);
-    parent.setLastModifiedTime(currentTime());
+    if (!parent->mutexIsFree()) {
+        return parent;
+    }
+    removed = parent->takeChild(folder);
+    registration = removeFolderFromFSMap(path);
+    parent->setLastModifiedTime(currentTime());
+    return nullptr;
 }
 
 FileEntryAttributes InMemoryFileSystem::getFileEntryAttributes(const InMemoryEntryPath& path) const {
@@ -96,27 +127,27 @@ FileEntryAttributes InMemoryFileSystem::getFileEntryAttributes(const InMemoryEnt
 
 std::uint64_t InMemoryFileSystem::getFileEntrySize(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
-    return fileOf(*requireFile(requireParent(path), path)).getFileSize();
+    return fileOf(*requireFile(*requireParent(path), path)).getFileSize();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFileEntryLastModified(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
-    return requireFile(requireParent(path), path)->second->getLastModifiedTime();
+    return requireFile(*requireParent(path), path)->second->getLastModifiedTime();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFolderEntryLastModified(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
-    return requireFolder(requireParent(path), path)->second->getLastModifiedTime();
+    return requireFolder(*requireParent(path), path)->second->getLastModifiedTime();
 }
 
 bool InMemoryFileSystem::fileIsWritable(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
-    return requireFile(requireParent(path), path)->second->isWritable();
+    return requireFile(*requireParent(path), path)->second->isWritable();
 }
 
 bool InMemoryFileSystem::folderIsWritable(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
-    return requireFolder(requireParent(path), path)->second->isWritable();
+    return requireFolder(*requireParent(path), path)->second->isWritable();
 }
 
 std::shared_ptr<InMemoryFolderEntry> InMemoryFileSystem::getFolderEntry(const InMemoryEntryPath& path) const {
@@ -208,9 +239,9 @@ bool InMemoryFileSystem::isFolderAt(std::u16string_view path,
     });
 }
 
-InMemoryFolderEntry* InMemoryFileSystem::doGetFolderEntry(std::u16string_view path) const noexcept {
-    const auto* folder = folders_.findAsWriter(path);
-    return folder == nullptr ? nullptr : folder->get();
+const std::shared_ptr<InMemoryFolderEntry>*
+InMemoryFileSystem::doGetFolderEntry(std::u16string_view path) const noexcept {
+    return folders_.findAsWriter(path);
 }
 
 void InMemoryFileSystem::addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder) {
@@ -230,8 +261,9 @@ void InMemoryFileSystem::linkFolder(InMemoryFolderEntry& parent,
     folders_.insert(std::move(registration));
 }
 
-InMemoryFolderEntry& InMemoryFileSystem::requireParent(const InMemoryEntryPath& path) const {
-    auto* parent = doGetFolderEntry(path.parentView());
+const std::shared_ptr<InMemoryFolderEntry>&
+InMemoryFileSystem::requireParent(const InMemoryEntryPath& path) const {
+    const auto* parent = doGetFolderEntry(path.parentView());
     if (parent == nullptr) {
         throw EntryNotFoundException(path.parentPath());
     }

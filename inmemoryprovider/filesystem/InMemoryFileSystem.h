@@ -37,6 +37,11 @@ namespace storage::inmemoryprovider {
 /// Each change is one step for them: one section under a folder's mutex, or else published in `changes_`. A reader waits
 /// for the change under way only if it concerns the reader's path, and holds nothing while it waits.
 ///
+/// A listing holds its folder's mutex for as long as it copies. A change never waits for that while it holds `mutex_`, so a
+/// listing holds up changes in its own folder only: an operation that finds the mutex of a folder taken releases `mutex_`,
+/// waits for the folder, and starts again. A change of several steps tries the mutexes of all its folders after it is
+/// published and before its first step. From then on, readers that find the change release the mutex at once.
+///
 /// Between calls, also after one that failed:
 /// - "/" is a folder in the map; it is never removed or replaced;
 /// - the map holds exactly the folders of the tree, each under its own path;
@@ -174,10 +179,37 @@ private:
     /// @throws EntryNotFoundException  naming the parent; `path`, when no file is there
     std::shared_ptr<InMemoryFileEntry> findFile(const InMemoryEntryPath& path) const;
 
+    /// The folder whose mutex another thread holds for long, so that an attempt has changed nothing; null if the attempt
+    /// succeeded.
+    using Busy = std::shared_ptr<InMemoryFolderEntry>;
+
+    /// Repeats `attempt`, which acquires `mutex_`, until it succeeds; waits in between for the folder that is busy.
+    template <class Attempt>
+    static void repeatWhileBusy(const Attempt& attempt) {
+        while (const Busy busy = attempt()) {
+            busy->waitUntilMutexIsFree();
+        }
+    }
+
+    // Attempts at the operations above. They throw what these throw.
+    Busy tryAddFolderEntry(const InMemoryEntryPath& path);
+    /// @param path  given up only if the attempt succeeds or throws
+    Busy tryAddFileEntry(InMemoryEntryPath& path);
+    Busy tryRemoveFolderEntry(const InMemoryEntryPath& path);
+    Busy tryRemoveFileEntry(const InMemoryEntryPath& path);
+    Busy tryMoveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
+                          const foundation::storage::provider::ReplacementPolicy& policy);
+    Busy tryMoveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
+                            const foundation::storage::provider::ReplacementPolicy& policy);
+    Busy tryCheckOutFileEntry(const InMemoryEntryPath& path,
+                              const foundation::storage::provider::ByteStreamOpenOptions& options,
+                              std::unique_ptr<foundation::storage::provider::ByteStream>& stream);
+
     // The operations below require `mutex_`.
 
-    /// The folder at `path`, or a null pointer. It lasts as long as it stays in the tree.
-    InMemoryFolderEntry* doGetFolderEntry(std::u16string_view path) const noexcept QZFL_REQUIRES(mutex_);
+    /// The folder at `path`, or a null pointer. Valid until the map changes.
+    const std::shared_ptr<InMemoryFolderEntry>* doGetFolderEntry(std::u16string_view path) const noexcept
+        QZFL_REQUIRES(mutex_);
     void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder) QZFL_REQUIRES(mutex_);
     /// The caller decides where what was removed dies.
     FolderMap::Element removeFolderFromFSMap(const InMemoryEntryPath& path) QZFL_REQUIRES(mutex_);
@@ -186,17 +218,24 @@ private:
     void linkFolder(InMemoryFolderEntry& parent, const std::shared_ptr<InMemoryFolderEntry>& folder)
         QZFL_REQUIRES(mutex_);
 
-    InMemoryFolderEntry& requireParent(const InMemoryEntryPath& path) const QZFL_REQUIRES(mutex_);
+    /// Valid until the map changes.
+    const std::shared_ptr<InMemoryFolderEntry>& requireParent(const InMemoryEntryPath& path) const
+        QZFL_REQUIRES(mutex_);
 
-    void moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                           const boost::posix_time::ptime& time) QZFL_REQUIRES(mutex_);
+    /// One of the folders that a move of the folder at `source` changes, if its mutex is taken; none if all are free.
+    /// @throws std::bad_alloc
+    Busy findBusyFolder(const std::shared_ptr<InMemoryFolderEntry>& sourceParent,
+                        const std::shared_ptr<InMemoryFolderEntry>& targetParent,
+                        const InMemoryEntryPath& source) const QZFL_REQUIRES(mutex_);
+
+    /// Puts a new node at `target` in the place of `file`, which is a child of `sourceParent`.
+    /// @return the old node, for the caller to destroy
+    static std::shared_ptr<InMemoryEntry> moveFileEntryImpl(InMemoryFolderEntry& sourceParent, Child file,
+                                                            InMemoryFolderEntry& targetParent,
+                                                            InMemoryEntryPath&& target,
+                                                            const boost::posix_time::ptime& time);
     void moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                              const boost::posix_time::ptime& time) QZFL_REQUIRES(mutex_);
-    /// Puts a new node at `target` in the place of `file`, which is a child of `sourceParent`.
-    /// @param spare  none, or a node of the children's map for the new child; afterwards the old child's
-    static void relinkFile(InMemoryFolderEntry& sourceParent, Child file, InMemoryFolderEntry& targetParent,
-                           InMemoryEntryPath&& target, const boost::posix_time::ptime& time,
-                           InMemoryFolderEntry::Children::node_type& spare);
     static FolderMove planFolderMove(InMemoryFolderEntry& sourceParent, const InMemoryEntryPath& source,
                                      InMemoryFolderEntry& targetParent, const InMemoryEntryPath& target);
     InMemoryFolderEntry& newParentOf(const InMemoryEntryPath& childTarget, const FolderMove& move) const

@@ -5,6 +5,8 @@
 #include "inmemoryprovider/filesystem/SpinThenBlockLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
 
+#include <utility>
+
 namespace storage::inmemoryprovider {
 
 using foundation::storage::provider::ByteStream;
@@ -15,33 +17,42 @@ using foundation::storage::provider::ByteStreamOpenOptions;
 
 std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path,
                                                                   const ByteStreamOpenOptions& options) {
+    std::unique_ptr<ByteStream> stream;
+    repeatWhileBusy([&] { return tryCheckOutFileEntry(path, options, stream); });
+    return stream;
+}
+
+InMemoryFileSystem::Busy InMemoryFileSystem::tryCheckOutFileEntry(const InMemoryEntryPath& path,
+                                                                  const ByteStreamOpenOptions& options,
+                                                                  std::unique_ptr<ByteStream>& stream) {
     const SpinThenBlockLock lock(mutex_);
-    auto& parent = requireParent(path);
-    const auto child = parent.findChild(path);
+    const auto& parent = requireParent(path);
+    const auto child = parent->findChild(path);
     const bool create = !child || (*child)->second->isFolder();
     const auto now = currentTime();
     if (create) {
-        requireNoChild(parent, path); // a folder
+        requireNoChild(*parent, path); // a folder
         if (options.existence == ByteStreamExistence::MustExist) {
             throw EntryNotFoundException(path);
         }
-        requireWritable(parent);
+        requireWritable(*parent);
     } else {
         requireWritable(*(*child)->second);
     }
 
     auto file =
         create ? makeFileEntry(path, now) : std::static_pointer_cast<InMemoryFileEntry>((*child)->second);
-    auto stream = std::make_unique<InMemoryByteStream>(file, options.append);
-    if (create) {
-        parent.addChild(file, now);
+    auto opened = std::make_unique<InMemoryByteStream>(file, options.append);
+    if (create && !parent->tryAddChild(std::shared_ptr<InMemoryEntry>(file), now)) {
+        return parent;
     }
     // Nothing can fail from here on. Opening for writing counts as modification, whatever is written.
     file->setLastModifiedTime(now);
     if (options.content == ByteStreamContent::Empty) {
         file->truncate();
     }
-    return stream;
+    stream = std::move(opened);
+    return nullptr;
 }
 
 std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path) const {

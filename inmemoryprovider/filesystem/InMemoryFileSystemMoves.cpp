@@ -1,6 +1,7 @@
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 
 #include "inmemoryprovider/EntryExistsException.h"
+#include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
 #include "inmemoryprovider/filesystem/SpinThenBlockLock.h"
 #include "inmemoryprovider/filesystem/TreeRules.h"
@@ -61,106 +62,157 @@ struct InMemoryFileSystem::FolderMove {
 
 void InMemoryFileSystem::moveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                        const ReplacementPolicy& policy) {
-    InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
+    repeatWhileBusy([&] { return tryMoveFileEntry(source, target, policy); });
+}
+
+InMemoryFileSystem::Busy InMemoryFileSystem::tryMoveFileEntry(const InMemoryEntryPath& source,
+                                                              const InMemoryEntryPath& target,
+                                                              const ReplacementPolicy& policy) {
+    InMemoryFolderEntry::Children::node_type replaced; // both outlive the lock
+    std::shared_ptr<InMemoryEntry> old;
     const SpinThenBlockLock lock(mutex_);
-    requireFile(requireParent(source), source);
-    auto& targetParent = requireParent(target);
-    const auto existing = targetParent.findChild(target);
+    const auto& sourceParent = requireParent(source);
+    const auto file = requireFile(*sourceParent, source);
+    const auto& targetParent = requireParent(target);
+    const auto existing = targetParent->findChild(target);
     if (existing) {
         if ((*existing)->second->isFolder() || refusesExistingFile(policy)) {
             throw EntryExistsException(target);
         }
         requireWritable(*(*existing)->second);
-        requireWritable(targetParent);
+        requireWritable(*targetParent);
     }
 
     const PathSeqLock::Change change(changes_, source, target);
+    if (!sourceParent->mutexIsFree()) {
+        return sourceParent;
+    }
+    if (targetParent != sourceParent && !targetParent->mutexIsFree()) {
+        return targetParent;
+    }
+    const bool isOntoItself = existing && *existing == file;
     if (existing) {
-        replaced = targetParent.takeChild(*existing);
+        replaced = targetParent->takeChild(*existing);
+    }
+    if (isOntoItself) {
+        throw EntryNotFoundException(source);
     }
     try {
-        moveFileEntryImpl(source, target, currentTime());
+        old = moveFileEntryImpl(*sourceParent, file, *targetParent, InMemoryEntryPath(target), currentTime());
     } catch (const std::bad_alloc&) {
-        targetParent.putChild(std::move(replaced));
+        targetParent->putChild(std::move(replaced));
         throw;
     }
+    return nullptr;
 }
 
-void InMemoryFileSystem::moveFileEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                                           const boost::posix_time::ptime& time) {
-    auto& sourceParent = requireParent(source);
-    auto& targetParent = requireParent(target);
-    const auto file = requireFile(sourceParent, source); // it may have been the one that it was to replace
-    InMemoryFolderEntry::Children::node_type old;
-    relinkFile(sourceParent, file, targetParent, InMemoryEntryPath(target), time, old);
-}
-
-void InMemoryFileSystem::relinkFile(InMemoryFolderEntry& sourceParent, Child file,
-                                    InMemoryFolderEntry& targetParent, InMemoryEntryPath&& target,
-                                    const boost::posix_time::ptime& time,
-                                    InMemoryFolderEntry::Children::node_type& spare) {
+std::shared_ptr<InMemoryEntry> InMemoryFileSystem::moveFileEntryImpl(InMemoryFolderEntry& sourceParent,
+                                                                     Child file,
+                                                                     InMemoryFolderEntry& targetParent,
+                                                                     InMemoryEntryPath&& target,
+                                                                     const boost::posix_time::ptime& time) {
     requireWritable(sourceParent);
     requireWritable(targetParent);
 
-    auto moved = makeSuccessor(*file->second, std::move(target), time);
-    if (spare) {
-        spare.key() = moved->path();
-        spare.mapped() = std::move(moved);
-    } else {
-        spare = InMemoryFolderEntry::makeChild(std::move(moved));
+    std::shared_ptr<InMemoryEntry> entry = makeSuccessor(*file->second, std::move(target), time);
+    if (&sourceParent == &targetParent && file->first.view() == entry->path().view()) {
+        throw EntryExistsException(entry->path()); // with empty names, a child's new path can be its old one
     }
-    spare = targetParent.putChild(std::move(spare));
-    if (spare) {
-        throw EntryExistsException(spare.key());
+    auto child = sourceParent.takeChild(file);
+    try {
+        child.key() = entry->path(); // mostly fits the memory of the old key
+    } catch (const std::bad_alloc&) {
+        sourceParent.putChild(std::move(child));
+        throw;
     }
-    // Nothing can fail from here on.
-    spare = sourceParent.takeChild(file);
+    // No allocation from here on.
+    child.mapped().swap(entry);
+    child = targetParent.putChild(std::move(child));
+    if (child) { // its new path is taken
+        child.mapped().swap(entry);
+        child.key() = child.mapped()->path(); // which the key has had room for before
+        sourceParent.putChild(std::move(child));
+        throw EntryExistsException(entry->path());
+    }
     targetParent.setLastModifiedTime(time);
     sourceParent.setLastModifiedTime(time);
+    return entry;
 }
 
 void InMemoryFileSystem::moveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                          const ReplacementPolicy& policy) {
-    InMemoryFolderEntry::Children::node_type replaced; // outlives the lock
+    repeatWhileBusy([&] { return tryMoveFolderEntry(source, target, policy); });
+}
+
+InMemoryFileSystem::Busy InMemoryFileSystem::tryMoveFolderEntry(const InMemoryEntryPath& source,
+                                                                const InMemoryEntryPath& target,
+                                                                const ReplacementPolicy& policy) {
+    InMemoryFolderEntry::Children::node_type replaced; // both outlive the lock
     FolderMap::Element registration;
     const SpinThenBlockLock lock(mutex_);
-    requireFolder(requireParent(source), source);
-    auto& targetParent = requireParent(target);
-    const auto existing = targetParent.findChild(target);
+    const auto sourceParent = requireParent(source);
+    requireFolder(*sourceParent, source);
+    const auto targetParent = requireParent(target);
+    const auto existing = targetParent->findChild(target);
     if (existing) {
         if (refusesExistingFolder(policy) || !(*existing)->second->isFolder()) {
             throw EntryExistsException(target);
         }
-        if (!folderOf(**existing).empty()) {
+        if (folderOf(**existing).hasChildren()) {
             throw FolderNotEmptyException(target);
         }
         requireWritable(*(*existing)->second);
-        requireWritable(targetParent);
+        requireWritable(*targetParent);
     }
     requireOutside(target, source);
 
     const PathSeqLock::Change change(changes_, source, target);
+    if (auto busy = findBusyFolder(sourceParent, targetParent, source)) {
+        return busy;
+    }
     if (existing) {
-        replaced = targetParent.takeChild(*existing);
+        replaced = targetParent->takeChild(*existing);
         registration = removeFolderFromFSMap(target);
     }
     try {
         moveFolderEntryImpl(source, target, currentTime());
     } catch (const std::bad_alloc&) {
         // Both change nothing when nothing was replaced, or once the moved folder has taken the place.
-        targetParent.putChild(std::move(replaced));
+        targetParent->putChild(std::move(replaced));
         folders_.insert(std::move(registration));
         throw;
     }
+    return nullptr;
+}
+
+InMemoryFileSystem::Busy
+InMemoryFileSystem::findBusyFolder(const std::shared_ptr<InMemoryFolderEntry>& sourceParent,
+                                   const std::shared_ptr<InMemoryFolderEntry>& targetParent,
+                                   const InMemoryEntryPath& source) const {
+    for (const auto* folder : {&sourceParent, &targetParent, doGetFolderEntry(source.view())}) {
+        if (!(*folder)->mutexIsFree()) {
+            return *folder;
+        }
+    }
+    const std::u16string below =
+        source.string() + u"/"; // begins the path of every folder below, and no other one
+    Busy busy;
+    folders_.visitFromAsWriter(std::u16string_view(below),
+                               [&](const InMemoryEntryPath& path, const auto& folder) {
+                                   const bool isBelow = path.view().starts_with(below);
+                                   if (isBelow && !folder->mutexIsFree()) {
+                                       busy = folder;
+                                   }
+                                   return isBelow && !busy;
+                               });
+    return busy;
 }
 
 void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                              const boost::posix_time::ptime& time) {
     std::vector<FolderMove> moves; // from the outermost folder to the innermost, so that depth costs no stack
-    // What held one file in its old folder holds the next one in its new folder.
-    InMemoryFolderEntry::Children::node_type spare;
-    auto& sourceParent = requireParent(source);
-    auto& targetParent = requireParent(target);
+    auto& sourceParent = *requireParent(source);
+    auto& targetParent = *requireParent(target);
     requireMovable(sourceParent, *requireFolder(sourceParent, source)->second);
     requireWritable(targetParent);
     beginFolderMove(moves.emplace_back(planFolderMove(sourceParent, source, targetParent, target)), time);
@@ -184,7 +236,7 @@ void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, co
                 moves.emplace_back(planFolderMove(folder, child->first, childParent, childTarget)), time);
         } else {
             auto& childParent = newParentOf(childTarget, move);
-            relinkFile(folder, child, childParent, std::move(childTarget), time, spare);
+            moveFileEntryImpl(folder, child, childParent, std::move(childTarget), time);
         }
     }
 }
@@ -203,7 +255,7 @@ InMemoryFolderEntry& InMemoryFileSystem::newParentOf(const InMemoryEntryPath& ch
     if (childTarget.parentView() == move.target.view()) {
         return *move.newFolder;
     }
-    return requireParent(childTarget); // an empty name can bring a child to another folder
+    return *requireParent(childTarget); // an empty name can bring a child to another folder
 }
 
 void InMemoryFileSystem::beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time) {

@@ -1,6 +1,6 @@
 #include "inmemoryprovider/filesystem/InMemoryFolderEntry.h"
 
-#include "inmemoryprovider/filesystem/MapNode.h"
+#include "inmemoryprovider/filesystem/SpinWait.h"
 
 #include <utility>
 
@@ -39,18 +39,34 @@ bool InMemoryFolderEntry::empty() const {
     return children_.empty();
 }
 
+bool InMemoryFolderEntry::mutexIsFree() const noexcept {
+    if (!spinTryLock(mutex_)) {
+        return false;
+    }
+    mutex_.unlock();
+    return true;
+}
+
+void InMemoryFolderEntry::waitUntilMutexIsFree() const {
+    const MutexLock lock(mutex_);
+}
+
 void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child) {
     const MutexLock lock(mutex_);
     const InMemoryEntryPath& path = child->path();
     children_.tryEmplace(path, std::move(child));
 }
 
-void InMemoryFolderEntry::addChild(std::shared_ptr<InMemoryEntry> child,
-                                   const boost::posix_time::ptime& time) {
-    const MutexLock lock(mutex_);
+bool InMemoryFolderEntry::tryAddChild(std::shared_ptr<InMemoryEntry>&& child,
+                                      const boost::posix_time::ptime& time) {
+    if (!spinTryLock(mutex_)) {
+        return false;
+    }
+    const std::lock_guard lock(mutex_, std::adopt_lock);
     const InMemoryEntryPath& path = child->path();
     children_.tryEmplace(path, std::move(child));
     setLastModifiedTime(time);
+    return true;
 }
 
 void InMemoryFolderEntry::removeChild(const InMemoryEntryPath& path) {
@@ -73,18 +89,15 @@ InMemoryFolderEntry::takeChild(Children::const_iterator child) noexcept {
     return children_.extract(child);
 }
 
-InMemoryFolderEntry::Children::node_type InMemoryFolderEntry::takeChild(Children::const_iterator child,
-                                                                        boost::posix_time::ptime (*clock)()) {
-    const MutexLock lock(mutex_);
+InMemoryFolderEntry::Children::node_type
+InMemoryFolderEntry::tryTakeChild(Children::const_iterator child, boost::posix_time::ptime (*clock)()) {
+    if (!spinTryLock(mutex_)) {
+        return {};
+    }
+    const std::lock_guard lock(mutex_, std::adopt_lock);
     auto taken = children_.extract(child);
     setLastModifiedTime(clock());
     return taken;
-}
-
-InMemoryFolderEntry::Children::node_type
-InMemoryFolderEntry::makeChild(std::shared_ptr<InMemoryEntry> child) {
-    const InMemoryEntryPath& path = child->path();
-    return makeMapNode<Children>(path, std::move(child));
 }
 
 InMemoryFolderEntry::Children::node_type InMemoryFolderEntry::putChild(Children::node_type child) noexcept {

@@ -23,8 +23,11 @@ namespace storage::inmemoryprovider {
 /// Owns its direct children, each under its own full path. `mutex_` guards the children. It is acquired inside single
 /// operations of this class only. While it is held, no other lock is acquired and no node is destroyed.
 ///
-/// Thread safety: thread-safe, except that `findChild` and the iterators of `begin` and `end` require that the children do
-/// not change; holding the file system's mutex ensures that.
+/// A listing holds the mutex for as long as it copies. A thread that holds the file system's mutex must not wait for that,
+/// or all changes everywhere would: `mutexIsFree` and the operations that begin with `try` tell it to wait elsewhere.
+///
+/// Thread safety: thread-safe, except that `findChild`, `hasChildren` and the iterators of `begin` and `end` require that
+/// the children do not change; holding the file system's mutex ensures that.
 class InMemoryFolderEntry : public InMemoryEntry {
 public:
     using Children = std::map<InMemoryEntryPath, std::shared_ptr<InMemoryEntry>>;
@@ -68,24 +71,33 @@ public:
     std::optional<Children::const_iterator>
     findChild(const InMemoryEntryPath& path) const noexcept QZFL_NO_THREAD_ANALYSIS;
 
+    /// Whether there are children. Takes no lock, as `findChild`.
+    bool hasChildren() const noexcept QZFL_NO_THREAD_ANALYSIS { return !children_.empty(); }
+
+    /// Whether the mutex could be acquired within the time that a look-up holds it.
+    bool mutexIsFree() const noexcept QZFL_NO_THREAD_ANALYSIS;
+
+    /// Returns when the mutex could be acquired, however long that takes.
+    void waitUntilMutexIsFree() const;
+
     /// Adds `child` under its own path. If the path is taken, the existing child stays and the new one is dropped.
     /// @throws std::bad_alloc with nothing changed
     void addChild(std::shared_ptr<InMemoryEntry> child);
 
     /// As `addChild`, and stamps the folder, in one step for readers.
-    void addChild(std::shared_ptr<InMemoryEntry> child, const boost::posix_time::ptime& time);
+    /// @return false, with nothing changed and `child` left to the caller, if another thread holds the mutex for long
+    bool tryAddChild(std::shared_ptr<InMemoryEntry>&& child,
+                     const boost::posix_time::ptime& time) QZFL_NO_THREAD_ANALYSIS;
 
     /// Takes out a child that `findChild` found. The caller decides where it is destroyed, or puts it back.
     Children::node_type takeChild(Children::const_iterator child) noexcept;
 
     /// As `takeChild`, and stamps the folder with what `clock` returns after the removal, in one step for readers.
-    Children::node_type takeChild(Children::const_iterator child, boost::posix_time::ptime (*clock)());
+    /// @return nothing, with nothing changed, if another thread holds the mutex for long
+    Children::node_type tryTakeChild(Children::const_iterator child,
+                                     boost::posix_time::ptime (*clock)()) QZFL_NO_THREAD_ANALYSIS;
 
-    /// `child` as `putChild` takes it.
-    /// @throws std::bad_alloc
-    static Children::node_type makeChild(std::shared_ptr<InMemoryEntry> child);
-
-    /// Inserts what `makeChild` made, or `takeChild` took out of any folder; returns it if its path is taken. Never fails.
+    /// Inserts what `takeChild` took out of any folder; returns it if its path is taken. Never fails.
     Children::node_type putChild(Children::node_type child) noexcept;
 
     /// Prepares the folder for all its children being taken out.

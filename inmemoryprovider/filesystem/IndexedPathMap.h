@@ -47,6 +47,9 @@ public:
         return found ? const_iterator(*found) : map_.end();
     }
 
+    /// The first element whose path is not before `path`, or the end.
+    const_iterator lower_bound(std::u16string_view path) const noexcept { return map_.lower_bound(path); }
+
     /// Inserts `value` at `path`, unless there is an element already: then the caller keeps it.
     /// @throws std::bad_alloc with nothing changed
     void tryEmplace(const InMemoryEntryPath& path, Value&& value) {

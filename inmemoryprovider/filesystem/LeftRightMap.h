@@ -69,6 +69,17 @@ public:
         return valueIn(copies_[published_.load()], key);
     }
 
+    /// Calls `use` with each key and value from the first key on that is not before `first`, until it returns false. For the
+    /// writer.
+    template <class LookUpKey, class Use>
+    void visitFromAsWriter(const LookUpKey& first, const Use& use) const noexcept {
+        const Map& map = copies_[published_.load()];
+        for (auto element = map.lower_bound(first);
+             element != map.end() && use(element->first, element->second);) {
+            ++element;
+        }
+    }
+
     /// Does the allocating part of an insertion. May throw and changes nothing.
     static Element prepare(const Key& key, const Value& value) {
         Element element;

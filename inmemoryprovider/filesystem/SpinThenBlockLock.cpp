@@ -5,13 +5,9 @@
 namespace storage::inmemoryprovider {
 
 SpinThenBlockLock::SpinThenBlockLock(std::mutex& mutex) : mutex_(mutex) {
-    for (int spin = 0; spin < spinLimit; ++spin) {
-        if (mutex_.try_lock()) {
-            return;
-        }
-        spinHint();
+    if (!spinTryLock(mutex_)) {
+        mutex_.lock();
     }
-    mutex_.lock();
 }
 
 } // namespace storage::inmemoryprovider

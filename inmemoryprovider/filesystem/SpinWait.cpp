@@ -10,6 +10,16 @@ void spinHint() noexcept {
 #endif
 }
 
+bool spinTryLock(std::mutex& mutex) noexcept {
+    for (int spin = 0; spin < spinLimit; ++spin) {
+        if (mutex.try_lock()) {
+            return true;
+        }
+        spinHint();
+    }
+    return false;
+}
+
 void waitWhileEqual(const std::atomic<std::uint32_t>& word, std::uint32_t value) noexcept {
     for (int spin = 0; spin < spinLimit; ++spin) {
         if (word.load() != value) {

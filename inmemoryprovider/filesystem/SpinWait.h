@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 
 namespace storage::inmemoryprovider {
 
@@ -13,6 +14,10 @@ inline constexpr int spinLimit = 100;
 
 /// Tells the processor that this thread spins.
 void spinHint() noexcept;
+
+/// Acquires `mutex`, unless another thread holds it all the time while this one spins up to `spinLimit` times.
+/// @return whether it was acquired
+[[nodiscard]] bool spinTryLock(std::mutex& mutex) noexcept;
 
 /// Returns when `word` is seen to differ from `value`. Spins up to `spinLimit` times, then sleeps.
 void waitWhileEqual(const std::atomic<std::uint32_t>& word, std::uint32_t value) noexcept;

@@ -1,9 +1,11 @@
-// Every change is atomic for other threads. The tests stop a change midway by holding the mutex of a folder.
+// Every change is atomic for other threads, and a listing delays changes in its own folder only. The tests stop a
+// change between two steps, or hold the mutex of a folder.
 
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/InMemoryProvider.h"
 #include "tests/support/Answer.h"
 #include "tests/support/RunTogether.h"
+#include "tests/support/UnlockHook.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +14,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,11 +27,12 @@ using foundation::storage::provider::ReplacementPolicy;
 using foundation::storage::provider::StorageIRI;
 using tests::answerOf;
 using tests::runTogether;
+using tests::UnlockHook;
 
 using Path = std::u16string;
 using Names = std::vector<Path>;
 
-/// Holds a folder's mutex until it is released.
+/// Holds a folder's mutex until it is released, as a long listing does.
 class HeldFolder {
 public:
     explicit HeldFolder(const std::shared_ptr<InMemoryFolderEntry>& folder)
@@ -63,7 +67,47 @@ void waitUntil(const std::function<bool()>& condition) {
     }
 }
 
-/// A file system in which a thread makes a change that is stopped midway.
+/// Runs a change in its own thread and stops it between two steps, once `isMidway` returns true.
+class ChangeMidway {
+public:
+    ChangeMidway(const std::function<void()>& change, const std::function<bool()>& isMidway)
+        : changing_([this, change, isMidway] {
+              bool stopped = false;
+              {
+                  const UnlockHook hook([&] {
+                      if (!stopped && isMidway()) {
+                          stopped = true;
+                          reached_.set_value();
+                          goOn_.get_future().wait();
+                      }
+                  });
+                  change();
+              }
+              EXPECT_TRUE(stopped);
+              if (!stopped) {
+                  reached_.set_value();
+              }
+          }) {
+        reached_.get_future().wait();
+    }
+    ChangeMidway(const ChangeMidway&) = delete;
+    ChangeMidway& operator=(const ChangeMidway&) = delete;
+    ~ChangeMidway() { finish(); }
+
+    void finish() {
+        if (changing_.joinable()) {
+            goOn_.set_value();
+            changing_.join();
+        }
+    }
+
+private:
+    std::promise<void> reached_;
+    std::promise<void> goOn_;
+    std::thread changing_;
+};
+
+/// A file system in which a thread makes a change that is stopped midway or waits for a folder in use.
 class HeldChange : public testing::Test {
 protected:
     static InMemoryEntryPath path(const Path& text) { return InMemoryEntryPath(text); }
@@ -142,11 +186,9 @@ TEST_F(HeldChange, aLookUpThatWaitsForItsFolderDoesNotHoldUpAChangeElsewhere) {
 
 TEST_F(HeldChange, aReplacedFileIsThereInTheMiddleOfTheMove) {
     const auto replaced = nodeIn(u"/e", u"/e/y");
-    HeldFolder held(folder(u"/d"));
-    auto move = std::async(std::launch::async, [&] {
-        fileSystem.moveFileEntry(path(u"/d/x"), path(u"/e/y"), ReplacementPolicy::ReplaceExisting);
-    });
-    waitUntil([&] { return nodeIn(u"/e", u"/e/y") != replaced; });
+    ChangeMidway move(
+        [&] { fileSystem.moveFileEntry(path(u"/d/x"), path(u"/e/y"), ReplacementPolicy::ReplaceExisting); },
+        [&] { return nodeIn(u"/e", u"/e/y") != replaced; });
     expectElsewhereGoesOn();
     EXPECT_TRUE(exists(u"/e/other"));
 
@@ -155,8 +197,7 @@ TEST_F(HeldChange, aReplacedFileIsThereInTheMiddleOfTheMove) {
     auto targetListed = std::async(std::launch::async, [&] { return listed(u"/e"); });
     auto sourceExists = std::async(std::launch::async, [&] { return exists(u"/d/x"); });
     auto sourceListed = std::async(std::launch::async, [&] { return listed(u"/d"); });
-    held.release();
-    move.get();
+    move.finish();
     EXPECT_TRUE(targetExists.get());
     EXPECT_TRUE(targetOpened.get());
     EXPECT_EQ(targetListed.get(), (Names{u"other", u"y"}));
@@ -165,11 +206,9 @@ TEST_F(HeldChange, aReplacedFileIsThereInTheMiddleOfTheMove) {
 }
 
 TEST_F(HeldChange, aFolderIsAtOnePlaceInTheMiddleOfItsMove) {
-    HeldFolder held(folder(u"/a/s"));
-    auto move = std::async(std::launch::async, [&] {
-        fileSystem.moveFolderEntry(path(u"/a"), path(u"/b"), ReplacementPolicy::RefuseExisting);
-    });
-    waitUntil([&] { return folder(u"/b") && nodeIn(u"/b", u"/b/f"); });
+    ChangeMidway move(
+        [&] { fileSystem.moveFolderEntry(path(u"/a"), path(u"/b"), ReplacementPolicy::RefuseExisting); },
+        [&] { return folder(u"/b") && nodeIn(u"/b", u"/b/f"); });
     expectElsewhereGoesOn();
 
     // All of these depend on the move, so they wait until it ends.
@@ -191,9 +230,99 @@ TEST_F(HeldChange, aFolderIsAtOnePlaceInTheMiddleOfItsMove) {
     for (const auto& answer : answers) {
         EXPECT_EQ(answer.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     }
-    held.release();
-    move.get();
+    move.finish();
 }
+
+/// A change, and a folder in use that it concerns.
+struct HeldUp {
+    const char* name;
+    const char16_t* inUse;
+    std::function<void(InMemoryFileSystem&)> change;
+    const char16_t* created; ///< exists after the change and not before; none is empty
+    const char16_t* removed; ///< exists before the change and not after; none is empty
+};
+
+void PrintTo(const HeldUp& heldUp, std::ostream* out) {
+    *out << heldUp.name;
+}
+
+InMemoryEntryPath at(const char16_t* text) {
+    return InMemoryEntryPath(text);
+}
+
+constexpr auto replace = ReplacementPolicy::ReplaceExisting;
+
+const std::vector<HeldUp> changesInUsedFolders{
+    {"addFile", u"/d", [](auto& storage) { storage.addFileEntry(at(u"/d/new")); }, u"/d/new", u""},
+    {"addFolder", u"/d", [](auto& storage) { storage.addFolderEntry(at(u"/d/new")); }, u"/d/new", u""},
+    {"removeFile", u"/d", [](auto& storage) { storage.removeFileEntry(at(u"/d/x")); }, u"", u"/d/x"},
+    {"removeFolder", u"/a", [](auto& storage) { storage.removeFolderEntry(at(u"/a/empty")); }, u"",
+     u"/a/empty"},
+    {"createByOpening", u"/d", [](auto& storage) { storage.checkOutFileEntry(at(u"/d/new"), {}); }, u"/d/new",
+     u""},
+    {"moveFileFrom", u"/d", [](auto& storage) { storage.moveFileEntry(at(u"/d/x"), at(u"/e/new"), replace); },
+     u"/e/new", u"/d/x"},
+    {"moveFileTo", u"/e", [](auto& storage) { storage.moveFileEntry(at(u"/d/x"), at(u"/e/y"), replace); },
+     u"", u"/d/x"},
+    {"moveFileWithin", u"/d",
+     [](auto& storage) { storage.moveFileEntry(at(u"/d/x"), at(u"/d/new"), replace); }, u"/d/new", u"/d/x"},
+    {"moveFolderFrom", u"/a",
+     [](auto& storage) { storage.moveFolderEntry(at(u"/a/s"), at(u"/d/s"), replace); }, u"/d/s/f", u"/a/s"},
+    {"moveFolderTo", u"/d", [](auto& storage) { storage.moveFolderEntry(at(u"/a/s"), at(u"/d/s"), replace); },
+     u"/d/s/f", u"/a/s"},
+    {"moveFolderItself", u"/a/s",
+     [](auto& storage) { storage.moveFolderEntry(at(u"/a/s"), at(u"/d/s"), replace); }, u"/d/s/f", u"/a/s"},
+    {"moveFolderAbove", u"/a/s",
+     [](auto& storage) { storage.moveFolderEntry(at(u"/a"), at(u"/d/a"), replace); }, u"/d/a/s/f", u"/a"},
+};
+
+class ChangeInUsedFolder : public HeldChange, public testing::WithParamInterface<HeldUp> {
+protected:
+    void expectBefore() {
+        EXPECT_FALSE(isAt(GetParam().created));
+        EXPECT_TRUE(Path(GetParam().removed).empty() || isAt(GetParam().removed));
+    }
+
+    void expectAfter() {
+        EXPECT_TRUE(Path(GetParam().created).empty() || isAt(GetParam().created));
+        EXPECT_FALSE(isAt(GetParam().removed));
+    }
+
+private:
+    /// Does not look into the folder in use, where lookups block too.
+    bool isAt(const Path& text) {
+        const auto parent = folder(InMemoryEntryPath(text).parentPath().string());
+        return !text.empty() && parent && parent->findChild(path(text));
+    }
+};
+
+TEST_P(ChangeInUsedFolder, holdsUpNoChangeElsewhere) {
+    fileSystem.addFolderEntry(path(u"/a/empty"));
+    HeldFolder held(folder(GetParam().inUse));
+    std::atomic<bool> begun = false;
+    auto change = std::async(std::launch::async, [&] {
+        begun = true;
+        GetParam().change(fileSystem);
+    });
+    waitUntil([&] { return begun.load(); });
+    for (int round = 0; round < 200; ++round) { // the change waits by now, or in a later round
+        fileSystem.addFolderEntry(path(u"/z/new"));
+        fileSystem.addFileEntry(path(u"/z/new/file"));
+        fileSystem.moveFileEntry(path(u"/z/new/file"), path(u"/z/file"), ReplacementPolicy::RefuseExisting);
+        std::this_thread::yield();
+        fileSystem.removeFileEntry(path(u"/z/file"));
+        fileSystem.removeFolderEntry(path(u"/z/new"));
+    }
+    expectElsewhereGoesOn();
+    expectBefore();
+    EXPECT_EQ(change.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    held.release();
+    change.get();
+    expectAfter();
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryChange, ChangeInUsedFolder, testing::ValuesIn(changesInUsedFolders),
+                         [](const auto& instance) { return std::string(instance.param.name); });
 
 // The same checks with random timing.
 

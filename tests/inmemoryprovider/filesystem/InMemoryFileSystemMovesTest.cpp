@@ -527,6 +527,14 @@ TEST_F(MoveFolderTest, twoChildrenOfOneNameStopTheMoveAndNoneIsLost) {
     EXPECT_TRUE(isFolder(u"/b"));
 }
 
+TEST_F(MoveFolderTest, aChildWhoseNewPathIsItsOldOneStopsTheMove) {
+    addFolder(u"/a");
+    addFolder(u"/a//");
+    addFile(u"/a///f", "f");
+    EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/a///f", movingFolder(u"/a//", u"/a///", refuse)));
+    EXPECT_EQ(bytesOf(u"/a///f"), "f");
+}
+
 TEST_F(MoveFolderTest, aChildWithoutANameMovesToo) {
     addFolder(u"/a");
     addFile(u"/a//", "nameless");

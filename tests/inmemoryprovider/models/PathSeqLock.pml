@@ -5,10 +5,12 @@
  * The writer holds the mutex of the file system all the time and makes any changes. Each folder that it
  * creates or moves is a new node. Other threads see a published change when its publication ends; a file is
  * added or removed in one step. One reader is enough: readers change no data that others read, and lock the
- * mutex of a folder without waiting for anything.
+ * mutex of a folder without waiting for anything. A change that finds the mutex of one of its folders locked
+ * ends its publication without a step; its next attempt is another change.
  *
  * Safety: the result of a look-up or listing was correct at one moment between its start and its end. No
  * thread sleeps forever, waits twice for one change, or waits for a change that does not concern its path.
+ * The writer never waits for a mutex that a listing holds while it copies.
  *
  * The folder map is one step here; LeftRightMap.pml models it. The publication consists of acquire loads and
  * release stores. A reader that sees a later value of one variable also sees all earlier stores. So its view
@@ -32,6 +34,7 @@ byte map[2];            /* the folder map: the node at D, at E */
 byte child[2];          /* the root's children: the node at D, at E */
 bool file[NODES];       /* whether a folder has its file */
 bool locked[NODES];     /* the mutexes of the folders */
+bool copying[NODES];    /* whether a listing copies under that mutex, for long; what only the checks know */
 
 /* The publication. */
 byte seq;
@@ -148,7 +151,9 @@ again:
         :: change == 0 && question == listFolder && found != node -> unlock(node); goto again
         :: else
         fi;
+        copying[node] = (question == listRoot || question == listFolder);
         readAnswer();
+        copying[node] = false;
         unlock(node);                           /* step: unlock the folder */
     fi;
     atomic {
@@ -158,6 +163,7 @@ again:
 }
 
 inline setChild(place, value) {
+    assert(!copying[ROOT]);
     lock(ROOT);                                 /* step: lock the parent of a folder that comes or goes */
     /* If a place already has a folder, that folder stays, here and in the map. */
     if
@@ -168,6 +174,7 @@ inline setChild(place, value) {
     unlock(ROOT)
 }
 inline setFile(folder, value) {
+    assert(!copying[folder]);
     lock(folder);                               /* step: lock the folder of a file that comes or goes */
     file[folder] = value;                       /* step: change the folder's children */
     unlock(folder)
@@ -178,7 +185,7 @@ inline insert(place) { map[place] = (map[place] == NONE -> new : map[place]) }
 inline publish() {
     source = from;                              /* step: publish the source; before: publish the change */
     target = to;                                /* step: publish the target */
-    seq = seq + 1;                              /* step: publish the change */
+    seq = seq + 1;                              /* step: publish the change; before: try the parent's mutex */
 }
 inline endPublication() {
     d_step {
@@ -215,6 +222,7 @@ active proctype Writer() {
     byte to;
     byte new;
     byte old;
+    bool busy;
     mtype kind;
     atomic {
         map[D] = nodes; child[D] = nodes; isFolder[D] = true; nodes++;
@@ -234,7 +242,11 @@ active proctype Writer() {
                 hasFile[from] = file[old]; notePossible()
             }
         :: else ->
+            busy = false;
             publish();
+            busy = locked[ROOT];                /* step: try the parent's mutex */
+            busy = busy || (kind == move && locked[map[from]]); /* step: try the mutex of the folder that is moved */
+            if :: busy -> kind = moveElsewhere :: else fi; /* no step of this change */
             if
             :: kind == addFolder ->
                 setChild(from, new);
@@ -252,7 +264,7 @@ active proctype Writer() {
                 setChild(to, new);
                 insert(to);                     /* step: put the moved folder into the map */
                 old = map[from];
-                if :: file[old] -> setFile(new, true); setFile(old, false) :: else fi;
+                if :: file[old] -> setFile(old, false); setFile(new, true) :: else fi;
                 setChild(from, NONE);
                 map[from] = NONE                /* step: take the folder out of its old place in the map */
             :: kind == moveElsewhere

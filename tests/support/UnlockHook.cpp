@@ -1,0 +1,54 @@
+#include "tests/support/UnlockHook.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <utility>
+
+namespace {
+
+thread_local const std::function<void()>* activeHook = nullptr;
+
+} // namespace
+
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define QZSTORAGE_THREAD_SANITIZER
+#endif
+#endif
+
+#ifdef QZSTORAGE_THREAD_SANITIZER
+// The sanitizer has replaced the function before us, and must go on hearing of every call.
+extern "C" int __interceptor_pthread_mutex_unlock(pthread_mutex_t* mutex);
+
+static int unlock(pthread_mutex_t* mutex) {
+    return __interceptor_pthread_mutex_unlock(mutex);
+}
+#else
+static int unlock(pthread_mutex_t* mutex) {
+    using Unlock = int(pthread_mutex_t*);
+    static auto* const real = reinterpret_cast<Unlock*>(dlsym(RTLD_NEXT, "pthread_mutex_unlock"));
+    return real(mutex);
+}
+#endif
+
+extern "C" __attribute__((visibility("default"))) int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
+    const int result = unlock(mutex);
+    if (const auto* hook = std::exchange(activeHook, nullptr)) {
+        (*hook)();
+        activeHook = hook;
+    }
+    return result;
+}
+
+namespace storage::tests {
+
+UnlockHook::UnlockHook(std::function<void()> hook) : hook_(std::move(hook)) {
+    activeHook = &hook_;
+}
+
+UnlockHook::~UnlockHook() {
+    activeHook = nullptr;
+}
+
+} // namespace storage::tests
