@@ -14,7 +14,9 @@ namespace storage::inmemoryprovider {
 /// A listing of those children of a folder that `Predicate` accepts, in the order of their paths.
 ///
 /// Owns a snapshot of the folder: later changes of the tree neither show nor harm, and nothing in the tree is
-/// kept alive. Between calls `current_` is the end of the snapshot or an accepted child.
+/// kept alive. Between calls `current_` is the end of the snapshot or an accepted child. A step takes the child out of the
+/// snapshot and makes the name out of its path, in the same memory. So the snapshot need not have names, and a step never
+/// fails.
 ///
 /// Thread safety: takes no lock; one object is for one thread at a time, clones are independent.
 template <class Predicate>
@@ -46,10 +48,9 @@ public:
     bool hasNext() const override { return current_ != end_; }
 
     void step() override {
-        auto& [name, isFolder] = current_->second;
-        // Nobody asks the snapshot for a name again that has been given, so it need not be copied.
-        entry_.emplace(std::move(name), static_cast<FolderEntry::EntryType>(isFolder));
-        ++current_;
+        auto child = snapshot_.extract(current_++);
+        entry_.emplace(std::move(child.key()).takeFilename(),
+                       static_cast<FolderEntry::EntryType>(child.mapped().second));
         skipRejected();
     }
 

@@ -128,6 +128,11 @@ std::u16string_view InMemoryEntryPath::filenameView() const noexcept {
     return view().substr(last + 1);
 }
 
+std::u16string InMemoryEntryPath::takeFilename() && noexcept {
+    text_.erase(0, text_.size() - filenameView().size());
+    return std::move(text_);
+}
+
 // NOLINTNEXTLINE(performance-unnecessary-value-param): callers have names to give away
 InMemoryEntryPath& InMemoryEntryPath::append(std::u16string name) {
     return *this = appended(name);

@@ -47,6 +47,9 @@ public:
     /// The text behind the last "/"; "/" for the root, the whole text when there is no "/".
     std::u16string filename() const { return std::u16string(filenameView()); }
 
+    /// As `filename`, in the memory of this path, which is lost.
+    std::u16string takeFilename() && noexcept;
+
     /// The text of `filename`: a part of this text, valid as long as `view`.
     std::u16string_view filenameView() const noexcept;
 

@@ -170,7 +170,8 @@ InMemoryFileSystem::listFolder(const InMemoryEntryPath& path) const {
                 conflict = changes_.conflictWith(path.view(), PathSeqLock::Scope::Folder);
                 // In this order: a folder that has just been moved away has lost its children, and its place in the map.
                 if (!conflict && isFolderAt(path.view(), *folder)) {
-                    listing = InMemoryFolderEntry::lightWeightRepresentationOf(children);
+                    InMemoryFolderEntry::takeSnapshot(listing.emplace(), children,
+                                                      InMemoryFolderEntry::Names::LeftOut);
                 }
             });
         } else {

@@ -116,7 +116,8 @@ public:
     /// The entry at the path with the text `path`, or an empty pointer; the root is never found.
     std::shared_ptr<InMemoryEntry> getEntry(std::u16string_view path) const noexcept;
 
-    /// A snapshot of the children of the folder at `path`, the root included; none without a folder there.
+    /// A snapshot of the children of the folder at `path`, the root included, with their names left out; none without a
+    /// folder there.
     /// @throws std::bad_alloc
     std::optional<InMemoryFolderEntry::LightWeightRepresentation>
     listFolder(const InMemoryEntryPath& path) const;

@@ -151,17 +151,18 @@ InMemoryFolderEntry::Children::const_iterator InMemoryFolderEntry::end() const {
 }
 
 InMemoryFolderEntry::LightWeightRepresentation InMemoryFolderEntry::getLightWeightRepresentation() const {
+    LightWeightRepresentation snapshot;
     const MutexLock lock(mutex_);
-    return lightWeightRepresentationOf(children_);
+    takeSnapshot(snapshot, children_, Names::Included);
+    return snapshot;
 }
 
-InMemoryFolderEntry::LightWeightRepresentation
-InMemoryFolderEntry::lightWeightRepresentationOf(const ChildMap& children) {
-    LightWeightRepresentation snapshot;
+void InMemoryFolderEntry::takeSnapshot(LightWeightRepresentation& snapshot, const ChildMap& children,
+                                       Names names) {
     for (const auto& [path, child] : children) {
-        snapshot.emplace_hint(snapshot.end(), path, std::pair(path.filename(), child->isFolder()));
+        auto name = names == Names::Included ? path.filename() : std::u16string();
+        snapshot.emplace_hint(snapshot.end(), path, std::pair(std::move(name), child->isFolder()));
     }
-    return snapshot;
 }
 
 bool InMemoryFolderEntry::doIsFolder() const {

@@ -62,9 +62,13 @@ public:
         return lock.owns_lock();
     }
 
-    /// A snapshot of `children`, in a call of `read`; it holds no pointer into the tree.
-    /// @throws std::bad_alloc
-    static LightWeightRepresentation lightWeightRepresentationOf(const ChildMap& children);
+    /// Whether a snapshot has the children's names, or leaves them empty, for they are in the paths, too.
+    enum class Names { Included, LeftOut };
+
+    /// Makes `snapshot`, which is empty, one of `children`, in a call of `read`. It holds no pointer into the tree. It is the
+    /// caller's, so that none of it is freed under the mutex, also when memory runs out.
+    /// @throws std::bad_alloc with part of the children in `snapshot`
+    static void takeSnapshot(LightWeightRepresentation& snapshot, const ChildMap& children, Names names);
 
     /// Where the child at `path` is, if there is one. Takes no lock: under the file system's mutex the children do not
     /// change.

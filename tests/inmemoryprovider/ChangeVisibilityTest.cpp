@@ -134,7 +134,7 @@ protected:
         Names names;
         if (const auto listing = fileSystem.listFolder(path(text))) {
             for (const auto& [child, nameAndKind] : *listing) {
-                names.push_back(nameAndKind.first);
+                names.push_back(child.filename());
             }
         }
         return names;

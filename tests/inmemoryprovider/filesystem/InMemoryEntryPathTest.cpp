@@ -74,6 +74,7 @@ TEST_P(FilenameTest, isTheLastComponent) {
     const Path path(GetParam().input);
     EXPECT_EQ(path.filename(), GetParam().expected);
     EXPECT_EQ(path.filenameView(), GetParam().expected);
+    EXPECT_EQ(InMemoryEntryPath(path).takeFilename(), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, FilenameTest,
