@@ -26,6 +26,14 @@ Measurement createFile(const IProvider& storage) {
             }};
 }
 
+Measurement createFileInTree(const IProvider& storage) {
+    const Scattered files = scatteredInTree(storage, 100, 100);
+    return {files.size(), [&storage, files] { createFiles(storage, files); },
+            [&storage, files] {
+                requireThat(countOfFiles(storage, files) == files.size(), "not every file was made");
+            }};
+}
+
 Measurement removeFile(const IProvider& storage) {
     createFolder(storage, u"/files");
     const Scattered files = scatteredFiles(u"/files", 2 * folderSize);

@@ -1,3 +1,4 @@
+#include "benchmarks/core_operations/AllocationCounter.h"
 #include "benchmarks/core_operations/Operations.h"
 #include "benchmarks/core_operations/StoppedClock.h"
 #include "tests/stress/Fault.h"
@@ -22,7 +23,9 @@ using Preparation = Measurement(const IProvider& storage);
 
 const std::map<std::string, Preparation*> preparations{
     {"append_64_bytes", appendToFile},
+    {"append_at_position", appendAtPosition},
     {"create_file", createFile},
+    {"create_file_in_tree", createFileInTree},
     {"file_attributes", fileAttributes},
     {"file_attributes_in_tree", fileAttributesInTree},
     {"list_per_entry", listFolder},
@@ -41,17 +44,26 @@ void requireStoppedClock(const IProvider& storage) {
                         "the plug-in reads another clock");
 }
 
-/// Runs the operation under Callgrind's instrumentation, and prints the number of operations.
+/// Runs the operation under Callgrind's instrumentation. Prints the number of operations, and the allocations and
+/// allocated bytes per operation.
 void run(Preparation& prepare) {
     const tests::LoadedPlugin plugin(QZSTORAGE_PLUGIN_PATH);
     const auto storage = plugin.build();
     requireStoppedClock(*storage);
     const Measurement measurement = prepare(*storage);
-    CALLGRIND_START_INSTRUMENTATION;
-    measurement.run();
-    CALLGRIND_STOP_INSTRUMENTATION;
+    Allocations allocations;
+    {
+        const AllocationCounter counter;
+        CALLGRIND_START_INSTRUMENTATION;
+        measurement.run();
+        CALLGRIND_STOP_INSTRUMENTATION;
+        allocations = AllocationCounter::counted();
+    }
     measurement.check();
-    std::printf("%lu\n", measurement.operations);
+    const auto operations = static_cast<double>(measurement.operations);
+    std::printf("%lu %.2f %.1f\n", measurement.operations,
+                static_cast<double>(allocations.count) / operations,
+                static_cast<double>(allocations.bytes) / operations);
 }
 
 void printNames() {
@@ -68,7 +80,8 @@ int main(int argc, char** argv) {
     using namespace storage::core_operations;
     CLI::App options(
         "Runs one core operation of the plug-in many times and prints how many times, for Callgrind to\n"
-        "count its instructions: only they are seen when that is started with --instr-atstart=no.");
+        "count its instructions: only they are seen when that is started with --instr-atstart=no.\n"
+        "Also prints the allocations of one operation and their bytes.");
     std::string operation;
     options
         .add_option("operation", operation,

@@ -1,5 +1,7 @@
 #include "benchmarks/core_operations/Files.h"
 
+#include "tests/stress/Fault.h"
+
 #include <fmt/xchar.h>
 
 #include <algorithm>
@@ -20,6 +22,23 @@ Scattered scattered(unsigned count, const std::function<std::u16string(unsigned 
 Scattered scatteredFiles(std::u16string_view folder, unsigned count) {
     return scattered(
         count, [folder](unsigned number) { return fmt::format(u"{}/document-{:05}.txt", folder, number); });
+}
+
+Scattered scatteredInTree(const IProvider& storage, unsigned folders, unsigned filesPerFolder) {
+    const auto folderPath = [](unsigned number) {
+        return fmt::format(u"/a-folder-with-a-rather-long-name/folder-{:04}", number);
+    };
+    createFolder(storage, u"/a-folder-with-a-rather-long-name");
+    for (unsigned number = 0; number < folders; ++number) {
+        createFolder(storage, folderPath(number));
+    }
+    Scattered files = scattered(folders * filesPerFolder, [&](unsigned number) {
+        return fmt::format(u"{}/file-{:05}.txt", folderPath(number / filesPerFolder),
+                           number % filesPerFolder);
+    });
+    stress::requireThat(files.front().getPath().size() == 60, "the paths are ",
+                        files.front().getPath().size(), " long");
+    return files;
 }
 
 void createFolder(const IProvider& storage, std::u16string_view path) {

@@ -22,6 +22,10 @@ Scattered scattered(unsigned count, const std::function<std::u16string(unsigned 
 /// The locations of `count` files in one folder.
 Scattered scatteredFiles(std::u16string_view folder, unsigned count);
 
+/// Folders below a folder with a long name, and the locations of files in them, whose paths have 60 code units. Makes the
+/// folders.
+Scattered scatteredInTree(const IProvider& storage, unsigned folders, unsigned filesPerFolder);
+
 void createFolder(const IProvider& storage, std::u16string_view path);
 void createFiles(const IProvider& storage, std::span<const StorageIRI> files);
 

@@ -38,21 +38,7 @@ Measurement fileAttributes(const IProvider& storage) {
 }
 
 Measurement fileAttributesInTree(const IProvider& storage) {
-    constexpr unsigned folders = 100;
-    constexpr unsigned filesPerFolder = 100;
-    const auto folderPath = [](unsigned number) {
-        return fmt::format(u"/a-folder-with-a-rather-long-name/folder-{:04}", number);
-    };
-    createFolder(storage, u"/a-folder-with-a-rather-long-name");
-    for (unsigned number = 0; number < folders; ++number) {
-        createFolder(storage, folderPath(number));
-    }
-    const Scattered files = scattered(folders * filesPerFolder, [&folderPath](unsigned number) {
-        return fmt::format(u"{}/file-{:05}.txt", folderPath(number / filesPerFolder),
-                           number % filesPerFolder);
-    });
-    requireThat(files.front().getPath().size() == 60, "the paths are ", files.front().getPath().size(),
-                " long");
+    const Scattered files = scatteredInTree(storage, 100, 100);
     createFiles(storage, files);
     return attributesOf(storage, files);
 }

@@ -12,6 +12,8 @@ using foundation::storage::provider::IProvider;
 
 /// Creates 10,000 files in a folder with 10,000 others.
 Measurement createFile(const IProvider& storage);
+/// Creates 10,000 files in 100 folders. The paths have 60 code units and a long common prefix.
+Measurement createFileInTree(const IProvider& storage);
 /// Removes 10,000 of 20,000 files from a folder.
 Measurement removeFile(const IProvider& storage);
 /// Moves the 10,000 files of a folder to another with 10,000 others.
@@ -34,5 +36,7 @@ Measurement readFile(const IProvider& storage);
 Measurement overwriteFile(const IProvider& storage);
 /// Appends 64 bytes at a time through one stream to an empty file.
 Measurement appendToFile(const IProvider& storage);
+/// The same through a stream that writes at its position, which is always the end.
+Measurement appendAtPosition(const IProvider& storage);
 
 } // namespace storage::core_operations

@@ -78,14 +78,15 @@ Measurement overwriteFile(const IProvider& storage) {
         }};
 }
 
+namespace {
+
 // The file grows from empty to 6.4 MB. The count includes the cost of reallocation.
-Measurement appendToFile(const IProvider& storage) {
+Measurement appendThroughStream(const IProvider& storage, ByteStreamAppend mode) {
     constexpr unsigned appends = 100'000;
     constexpr long recordSize = 64;
     const StorageIRI file(u"/log");
     storage.doCreateFile(file);
-    const std::shared_ptr<ByteStream> log =
-        storage.doOpenStream(file, {.append = ByteStreamAppend::AppendAtEnd});
+    const std::shared_ptr<ByteStream> log = storage.doOpenStream(file, {.append = mode});
     return {appends,
             [log] {
                 const Block block = blockOf('b');
@@ -97,6 +98,16 @@ Measurement appendToFile(const IProvider& storage) {
                 const auto size = storage.doGetFileAttributes(file).getSize();
                 requireThat(size == appends * recordSize, "the file has ", size, " bytes");
             }};
+}
+
+} // namespace
+
+Measurement appendToFile(const IProvider& storage) {
+    return appendThroughStream(storage, ByteStreamAppend::AppendAtEnd);
+}
+
+Measurement appendAtPosition(const IProvider& storage) {
+    return appendThroughStream(storage, ByteStreamAppend::WriteAtPosition);
 }
 
 } // namespace storage::core_operations
