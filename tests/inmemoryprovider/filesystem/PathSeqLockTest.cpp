@@ -88,6 +88,31 @@ TEST(PathSeqLock, wakesThoseThatWaitForTheEnd) {
     }
 }
 
+TEST(PathSeqLock, concernsItsTargetFromTheMomentThatItsNumberShows) {
+    PathSeqLock lock;
+    const auto source = path(u"/s");
+    const auto first = path(u"/a");
+    const auto second = path(u"/b");
+    std::atomic<bool> done = false;
+    const auto changeOften = [&] {
+        for (int round = 0; round < 50'000; ++round) {
+            const PathSeqLock::Change change(lock, source, round % 2 == 0 ? first : second);
+        }
+        done = true;
+    };
+    const auto look = [&] {
+        while (!done) {
+            const auto seen = lock.number();
+            if (seen % 2 != 0) { // rounds of the first target have the numbers 1, 5, 9 and so on
+                const bool isConcerned =
+                    lock.conflictWith(seen % 4 == 1 ? u"/a" : u"/b", Scope::Entry).has_value();
+                ASSERT_TRUE(isConcerned || lock.number() != seen);
+            }
+        }
+    };
+    tests::runTogether({changeOften, look});
+}
+
 /// A reader between two changes may combine the number of one change with the paths of the other. It then
 /// need not wait.
 TEST(PathSeqLock, tellsOfAConflictWithOneChangeForThePathOfAnotherOnlyIfItHasEnded) {
