@@ -53,7 +53,7 @@ Outcome attempt(const std::function<void()>& operation, std::size_t left) {
 }
 
 /// An operation, and the locations that it needs. Those are made before, for they take memory too.
-struct Trial {
+struct Experiment {
     const char* name;
     std::function<void()> prepare; ///< makes the same state each time, whatever state there is
     std::function<void()> operation;
@@ -61,37 +61,37 @@ struct Trial {
 
 /// Runs the operation again and again, each time with a little more memory, until it succeeds.
 /// @param afterFailure  is called after every failure, when there is memory again
-void sweep(const Trial& trial, const std::function<void()>& afterFailure) {
+void sweep(const Experiment& experiment, const std::function<void()>& afterFailure) {
     for (std::size_t left = 0; left < mostLeft; left = nextLeft(left)) {
-        trial.prepare();
-        const Outcome outcome = attempt(trial.operation, left);
+        experiment.prepare();
+        const Outcome outcome = attempt(experiment.operation, left);
         if (outcome == Outcome::Done) {
             return;
         }
         expect(outcome == Outcome::OutOfMemory,
                fmt::format("{} fails otherwise than with std::bad_alloc when {} bytes of memory are left",
-                           trial.name, left));
+                           experiment.name, left));
         afterFailure();
     }
 }
 
 /// Every failure of the operation leaves everything below the check's folder as it was, times too.
-void expectUnchanged(CheckContext& context, const Trial& trial) {
+void expectUnchanged(CheckContext& context, const Experiment& experiment) {
     std::string before;
-    const Trial noting{trial.name,
-                       [&] {
-                           trial.prepare();
-                           before = describeTree(context.provider(), context.at(u""));
-                       },
-                       trial.operation};
+    const Experiment noting{experiment.name,
+                            [&] {
+                                experiment.prepare();
+                                before = describeTree(context.provider(), context.at(u""));
+                            },
+                            experiment.operation};
     sweep(noting, [&] {
         const std::string after = describeTree(context.provider(), context.at(u""));
-        expect(after == before, fmt::format("{} runs out of memory, but changes something:{}", trial.name,
-                                            treeDifference(before, after)));
+        expect(after == before, fmt::format("{} runs out of memory, but changes something:{}",
+                                            experiment.name, treeDifference(before, after)));
     });
 }
 
-/// The locations of a small tree, which stays the same for all trials of a check.
+/// The locations of a small tree, which stays the same for all experiments of a check.
 class SmallTree {
 public:
     explicit SmallTree(CheckContext& context)
@@ -120,7 +120,7 @@ public:
         }
     }
 
-    Trial trial(const char* name, std::function<void(const IProvider&)> operation) const {
+    Experiment experiment(const char* name, std::function<void(const IProvider&)> operation) const {
         return {name, [this] { make(); }, [this, operation = std::move(operation)] { operation(provider_); }};
     }
 
@@ -136,79 +136,86 @@ private:
     const IProvider& provider_;
 };
 
-std::vector<Trial> creations(const SmallTree& tree) {
+std::vector<Experiment> creations(const SmallTree& tree) {
     return {
-        tree.trial("creating a file", [&](const IProvider& p) { p.doCreateFile(tree.newEntry); }),
-        tree.trial("creating a folder", [&](const IProvider& p) { p.doCreateFolder(tree.newEntry); }),
+        tree.experiment("creating a file", [&](const IProvider& p) { p.doCreateFile(tree.newEntry); }),
+        tree.experiment("creating a folder", [&](const IProvider& p) { p.doCreateFolder(tree.newEntry); }),
     };
 }
 
-std::vector<Trial> removals(const SmallTree& tree) {
+std::vector<Experiment> removals(const SmallTree& tree) {
     return {
-        tree.trial("removing a file", [&](const IProvider& p) { p.doRemoveFile(tree.file); }),
-        tree.trial("removing a folder", [&](const IProvider& p) { p.doRemoveFolder(tree.empty); }),
+        tree.experiment("removing a file", [&](const IProvider& p) { p.doRemoveFile(tree.file); }),
+        tree.experiment("removing a folder", [&](const IProvider& p) { p.doRemoveFolder(tree.empty); }),
     };
 }
 
-std::vector<Trial> openings(const SmallTree& tree) {
+std::vector<Experiment> openings(const SmallTree& tree) {
     return {
-        tree.trial("opening a missing file", [&](const IProvider& p) { p.doOpenStream(tree.newEntry, {}); }),
-        tree.trial("opening a file to write", [&](const IProvider& p) { p.doOpenStream(tree.file, {}); }),
-        tree.trial(
+        tree.experiment("opening a missing file",
+                        [&](const IProvider& p) { p.doOpenStream(tree.newEntry, {}); }),
+        tree.experiment("opening a file to write",
+                        [&](const IProvider& p) { p.doOpenStream(tree.file, {}); }),
+        tree.experiment(
             "opening a file to empty it",
             [&](const IProvider& p) { p.doOpenStream(tree.file, {.content = ByteStreamContent::Empty}); }),
-        tree.trial("opening a file to read", [&](const IProvider& p) { p.doOpenReadOnlyStream(tree.file); }),
+        tree.experiment("opening a file to read",
+                        [&](const IProvider& p) { p.doOpenReadOnlyStream(tree.file); }),
     };
 }
 
-std::vector<Trial> queries(const SmallTree& tree) {
+std::vector<Experiment> queries(const SmallTree& tree) {
     return {
-        tree.trial("asking for a file", [&](const IProvider& p) { p.doFileExists(tree.file); }),
-        tree.trial("asking for a file's attributes",
-                   [&](const IProvider& p) { p.doGetFileAttributes(tree.file); }),
-        tree.trial("asking for a folder's attributes",
-                   [&](const IProvider& p) { p.doGetFolderAttributes(tree.folder); }),
-        tree.trial("listing", [&](const IProvider& p) { p.doListAll(tree.top); }),
-        tree.trial("listing a tree", [&](const IProvider& p) { p.doListAllRecursive(tree.top); }),
-        tree.trial("cloning a listing", [&](const IProvider& p) { p.doListAll(tree.top)->clone(); }),
+        tree.experiment("asking for a file", [&](const IProvider& p) { p.doFileExists(tree.file); }),
+        tree.experiment("asking for a file's attributes",
+                        [&](const IProvider& p) { p.doGetFileAttributes(tree.file); }),
+        tree.experiment("asking for a folder's attributes",
+                        [&](const IProvider& p) { p.doGetFolderAttributes(tree.folder); }),
+        tree.experiment("listing", [&](const IProvider& p) { p.doListAll(tree.top); }),
+        tree.experiment("listing a tree", [&](const IProvider& p) { p.doListAllRecursive(tree.top); }),
+        tree.experiment("cloning a listing", [&](const IProvider& p) { p.doListAll(tree.top)->clone(); }),
     };
 }
 
-std::vector<Trial> settings(const SmallTree& tree) {
+std::vector<Experiment> settings(const SmallTree& tree) {
     return {
-        tree.trial("setting a flag", [&](const IProvider& p) { p.doSetWritable(tree.folder, true); }),
-        tree.trial("setting a time", [&](const IProvider& p) { p.doSetLastModified(tree.file, longAgo()); }),
+        tree.experiment("setting a flag", [&](const IProvider& p) { p.doSetWritable(tree.folder, true); }),
+        tree.experiment("setting a time",
+                        [&](const IProvider& p) { p.doSetLastModified(tree.file, longAgo()); }),
     };
 }
 
-std::vector<Trial> fileMoves(const SmallTree& tree) {
+std::vector<Experiment> fileMoves(const SmallTree& tree) {
     return {
-        tree.trial("moving a file",
-                   [&](const IProvider& p) { p.doMoveFile(tree.file, tree.newEntry, policies::refuse); }),
-        tree.trial("replacing a file",
-                   [&](const IProvider& p) { p.doMoveFile(tree.file, tree.inner, policies::replace); }),
+        tree.experiment(
+            "moving a file",
+            [&](const IProvider& p) { p.doMoveFile(tree.file, tree.newEntry, policies::refuse); }),
+        tree.experiment("replacing a file",
+                        [&](const IProvider& p) { p.doMoveFile(tree.file, tree.inner, policies::replace); }),
     };
 }
 
-std::vector<Trial> folderMoves(const SmallTree& tree) {
+std::vector<Experiment> folderMoves(const SmallTree& tree) {
     return {
-        tree.trial("moving a folder",
-                   [&](const IProvider& p) { p.doMoveFolder(tree.folder, tree.newEntry, policies::refuse); }),
-        tree.trial("replacing a folder",
-                   [&](const IProvider& p) { p.doMoveFolder(tree.folder, tree.empty, policies::replace); }),
+        tree.experiment(
+            "moving a folder",
+            [&](const IProvider& p) { p.doMoveFolder(tree.folder, tree.newEntry, policies::refuse); }),
+        tree.experiment(
+            "replacing a folder",
+            [&](const IProvider& p) { p.doMoveFolder(tree.folder, tree.empty, policies::replace); }),
     };
 }
 
-using Trials = std::vector<Trial> (*)(const SmallTree&);
-constexpr std::array<Trials, 7> everything{creations, removals,  openings,   queries,
-                                           settings,  fileMoves, folderMoves};
+using Experiments = std::vector<Experiment> (*)(const SmallTree&);
+constexpr std::array<Experiments, 7> everything{creations, removals,  openings,   queries,
+                                                settings,  fileMoves, folderMoves};
 
 void onlyBadAlloc(CheckContext& context) {
     needExhaustibleMemory();
     const SmallTree tree(context);
-    for (const Trials trials : everything) {
-        for (const Trial& trial : trials(tree)) {
-            sweep(trial, [] {});
+    for (const Experiments experiments : everything) {
+        for (const Experiment& experiment : experiments(tree)) {
+            sweep(experiment, [] {});
         }
     }
 }
@@ -216,23 +223,23 @@ void onlyBadAlloc(CheckContext& context) {
 void everythingWorksAgain(CheckContext& context) {
     needExhaustibleMemory();
     const SmallTree tree(context);
-    for (const Trials trials : everything) {
-        for (const Trial& trial : trials(tree)) {
-            trial.prepare();
-            attempt(trial.operation, 0);
-            trial.prepare();
-            trial.operation();
+    for (const Experiments experiments : everything) {
+        for (const Experiment& experiment : experiments(tree)) {
+            experiment.prepare();
+            attempt(experiment.operation, 0);
+            experiment.prepare();
+            experiment.operation();
         }
     }
 }
 
-/// No trial of one kind changes anything when it fails.
-template <Trials trials>
+/// No experiment of one kind changes anything when it fails.
+template <Experiments experiments>
 void nothingChanges(CheckContext& context) {
     needExhaustibleMemory();
     const SmallTree tree(context);
-    for (const Trial& trial : trials(tree)) {
-        expectUnchanged(context, trial);
+    for (const Experiment& experiment : experiments(tree)) {
+        expectUnchanged(context, experiment);
     }
 }
 
@@ -270,7 +277,7 @@ void copyIsWholeOrNotThere(CheckContext& context) {
     needExhaustibleMemory();
     const SmallTree tree(context);
     const IProvider& provider = context.provider();
-    const Trial copy = tree.trial("copying onto a file", [&](const IProvider& p) {
+    const Experiment copy = tree.experiment("copying onto a file", [&](const IProvider& p) {
         p.doCopyFile(tree.file, tree.inner, policies::replace);
     });
     sweep(copy, [&] {
@@ -283,15 +290,15 @@ void truncationKeepsBytes(CheckContext& context) {
     needExhaustibleMemory();
     const SmallTree tree(context);
     const IProvider& provider = context.provider();
-    const Trial shrink =
-        tree.trial("shortening a file", [&](const IProvider& p) { p.doTruncateToSize(tree.file, 4); });
+    const Experiment shrink =
+        tree.experiment("shortening a file", [&](const IProvider& p) { p.doTruncateToSize(tree.file, 4); });
     sweep(shrink, [&] {
         const std::string content = contentOf(provider, tree.file);
         expect(content == "0123456789" || content == "0123",
                fmt::format("shortening a file to 4 bytes runs out of memory and leaves \"{}\"", content));
     });
-    const Trial grow =
-        tree.trial("lengthening a file", [&](const IProvider& p) { p.doTruncateToSize(tree.file, 5000); });
+    const Experiment grow = tree.experiment("lengthening a file",
+                                            [&](const IProvider& p) { p.doTruncateToSize(tree.file, 5000); });
     sweep(grow, [&] {
         const std::string content = contentOf(provider, tree.file);
         expect(content.starts_with("0123456789") && content.size() <= 5000 &&
@@ -306,12 +313,12 @@ void failedAppendChangesNothing(CheckContext& context) {
     const IProvider& provider = context.provider();
     const std::string added(3000, 'x');
     std::unique_ptr<ByteStream> stream;
-    const Trial append{"writing at the end of a file",
-                       [&] {
-                           tree.make();
-                           stream = openToAppend(provider, tree.file);
-                       },
-                       [&] { writeAll(*stream, added); }};
+    const Experiment append{"writing at the end of a file",
+                            [&] {
+                                tree.make();
+                                stream = openToAppend(provider, tree.file);
+                            },
+                            [&] { writeAll(*stream, added); }};
     sweep(append, [&] {
         expect(contentOf(provider, tree.file) == "0123456789",
                "a write that ran out of memory has changed the file");
