@@ -32,7 +32,7 @@ void StorageMove::run(const StoragePath& source, const StoragePath& target) {
     }
 }
 
-/// Whether something is at the target that gives way to an entry of this kind. Anything else there is refused.
+/// Whether the target has an entry that an entry of this kind may replace. Refuses any other entry there.
 bool StorageMove::replaces(EntryExistence kind, const StoragePath& target) const {
     const SessionStorage& storage = session_.storageOf(target);
     const auto& provider = storage.provider();

@@ -271,7 +271,7 @@ struct CountedPosition {
     static inline std::size_t copies = 0;
 };
 
-/// Whoever rehashes a table of all elements in one piece copies each of their positions.
+/// Rehashing a table of all elements in one piece would copy each of their positions.
 TEST(PathIndex, noInsertionOrRemovalCopiesMoreThanAFewSegments) {
     constexpr std::size_t most = 100 * Index::segmentSize;
     constexpr std::size_t bound = 16 * Index::segmentSize;
