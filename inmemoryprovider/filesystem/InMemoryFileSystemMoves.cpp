@@ -90,7 +90,7 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryMoveFileEntry(const InMemoryEntr
     if (targetParent != sourceParent && !targetParent->mutexIsFree()) {
         return targetParent;
     }
-    const bool isOntoItself = existing && *existing == file;
+    const bool isOntoItself = existing && (*existing)->second == file->second;
     if (existing) {
         replaced = targetParent->takeChild(*existing);
     }
