@@ -292,8 +292,8 @@ TEST_F(ArchiveTest, SeveralSourcesAndTheRootGoIntoOneArchive) {
               "exported 4 folders, 5 files, 700028 bytes, 1 symbolic link\n");
     succeed("import -q " + disk_ / "two.tar" + " /two");
     EXPECT_EQ(succeed("find /two"), "/two\n/two/a\n/two/other\n");
-    succeed("import -q " + disk_ / "root.tar" + " /root");
-    EXPECT_EQ(succeed("find /root -type d"), "/root\n/root/src\n/root/src/empty\n/root/src/folder\n");
+    succeed("import -q " + disk_ / "root.tar" + " /whole");
+    EXPECT_EQ(succeed("find /whole -type d"), "/whole\n/whole/src\n/whole/src/empty\n/whole/src/folder\n");
     EXPECT_THAT(fail("export /src/a /two/a " + disk_ / "x.tar"), HasSubstr("another source of this name"));
     EXPECT_FALSE(fs::exists(disk_ / "x.tar"));
 }
