@@ -3,11 +3,19 @@
 #include <dlfcn.h>
 #include <pthread.h>
 
+#include <cstring>
 #include <utility>
 
 namespace {
 
 thread_local const std::function<void()>* activeHook = nullptr;
+
+/// With checked iterators, the standard library locks mutexes of its own, also while the code under test holds its
+/// own mutexes. To wait in a hook there would be a deadlock.
+bool belongsToStandardLibrary(const pthread_mutex_t* mutex) {
+    Dl_info info{};
+    return dladdr(mutex, &info) != 0 && std::strstr(info.dli_fname, "libstdc++") != nullptr;
+}
 
 } // namespace
 
@@ -34,7 +42,8 @@ static int unlock(pthread_mutex_t* mutex) {
 
 extern "C" __attribute__((visibility("default"))) int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
     const int result = unlock(mutex);
-    if (const auto* hook = std::exchange(activeHook, nullptr)) {
+    if (activeHook != nullptr && !belongsToStandardLibrary(mutex)) {
+        const auto* hook = std::exchange(activeHook, nullptr);
         (*hook)();
         activeHook = hook;
     }
