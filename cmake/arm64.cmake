@@ -1,4 +1,4 @@
-# Compiles for Linux on ARM64 with Debian's cross compiler, against the packages that scripts/arm64-root
+# Compiles for Linux on ARM64 with Debian's cross compiler, against the packages that cmake/arm64-root
 # unpacks. The tests run in QEMU's user mode emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
@@ -7,7 +7,7 @@ set(CMAKE_LIBRARY_ARCHITECTURE aarch64-linux-gnu)
 
 get_filename_component(root ${CMAKE_CURRENT_LIST_DIR}/../build/arm64-root ABSOLUTE)
 if(NOT EXISTS ${root}/packages)
-    message(FATAL_ERROR "${root} is missing or incomplete; run scripts/arm64-root")
+    message(FATAL_ERROR "${root} is missing or incomplete; run cmake/arm64-root")
 endif()
 set(CMAKE_FIND_ROOT_PATH ${root})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
