@@ -13,8 +13,8 @@ namespace storage::inmemoryprovider {
 inline constexpr std::size_t hugePagesFrom = 8U << 20U;
 
 /// Appends `count` bytes. If the capacity is exceeded, it is at least doubled, so appending is amortized O(1)
-/// per byte. While a large content is copied to a larger block, the pages of the old block are freed one
-/// block at a time, so the peak is about the size and not twice that.
+/// per byte. While a large content is copied to a larger block, its old pages are freed as soon as they are
+/// copied. So the peak is about the size, not twice the size.
 /// @throws std::bad_alloc, std::length_error  with `content` unchanged
 void appendBytes(std::vector<std::uint8_t>& content, const std::uint8_t* bytes, std::size_t count);
 

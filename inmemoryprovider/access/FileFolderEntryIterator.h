@@ -13,12 +13,12 @@ namespace storage::inmemoryprovider {
 
 /// A listing of those children of a folder that `Predicate` accepts, in the order of their paths.
 ///
-/// Owns a snapshot of the folder: later changes of the tree neither show nor harm, and nothing in the tree is
-/// kept alive. Between calls `current_` is the end of the snapshot or an accepted child. A step takes the child out of the
-/// snapshot and makes the name out of its path, in the same memory. So the snapshot need not have names, and a step never
-/// fails.
+/// Owns a snapshot of the folder, so later changes of the tree have no effect on it, and it keeps no node
+/// alive. Invariant: `current_` is an accepted child or the end of the snapshot. A step removes the child
+/// from the snapshot and turns its path into its name in the same memory. So the snapshot needs no names, and
+/// a step never fails.
 ///
-/// Thread safety: takes no lock; one object is for one thread at a time, clones are independent.
+/// Not thread-safe. Clones are independent.
 template <class Predicate>
 class FileFolderEntryIterator
     : public foundation::storage::provider::IClonableFolderEntryIterator<FileFolderEntryIterator<Predicate>> {
@@ -26,13 +26,13 @@ public:
     using Snapshot = InMemoryFolderEntry::LightWeightRepresentation;
     using FolderEntry = foundation::storage::provider::FolderEntry;
 
-    /// A listing of all that `snapshot` holds, before its first step.
+    /// A listing of the accepted children in `snapshot`, before the first step.
     explicit FileFolderEntryIterator(Snapshot snapshot)
         : snapshot_(std::move(snapshot)), current_(snapshot_.begin()), end_(snapshot_.end()) {
         skipRejected();
     }
 
-    /// A clone: it stands where `other` stands, but has not made a step yet, so it has no entry to give.
+    /// A clone at the position of `other`. It has made no step yet, so it has no entry.
     FileFolderEntryIterator(const FileFolderEntryIterator& other)
         : foundation::storage::provider::IClonableFolderEntryIterator<FileFolderEntryIterator>(other),
           snapshot_(other.snapshot_),

@@ -38,13 +38,13 @@ std::uint64_t differenceAt(const char16_t* left, const char16_t* right) noexcept
     return wordAt(left) ^ wordAt(right);
 }
 
-/// The index of the last separator, or npos, by machine words.
+/// The index of the last separator, or npos. Compares machine words.
 std::size_t lastSeparator(std::u16string_view text) noexcept {
     constexpr std::uint64_t ones = 0x0001'0001'0001'0001;
     constexpr std::uint64_t allButHighest = ones * 0x7fff;
     for (std::size_t end = text.size(); end >= unitsPerWord; end -= unitsPerWord) {
         const std::uint64_t word = wordAt(text.data() + end - unitsPerWord) ^ (ones * separator);
-        // The highest bit of each code unit that is 0 now; no sum carries over to the next unit.
+        // Sets the highest bit of each code unit that is now 0. The sums do not carry into the next unit.
         const std::uint64_t found = ~(((word & allButHighest) + allButHighest) | word | allButHighest);
         if (found != 0) {
             const int unitsBehind = (std::endian::native == std::endian::little ? std::countl_zero(found)
@@ -63,10 +63,10 @@ std::size_t equalUnitsIn(std::uint64_t difference) noexcept {
     return static_cast<std::size_t>(equalBits) / (8 * sizeof(char16_t));
 }
 
-/// The number of code units at the beginning that both texts have in common.
+/// The length of the common prefix, in code units.
 ///
-/// Paths of one tree share long beginnings, which the standard library would compare unit by unit; this goes
-/// a machine word at a time, the last of which may overlap the one before.
+/// Paths of one tree share long prefixes. The standard library compares code units; this compares machine
+/// words, of which the last may overlap the one before.
 std::size_t commonLength(std::u16string_view left, std::u16string_view right) noexcept {
     const std::size_t length = std::min(left.size(), right.size());
     if (length < unitsPerWord) {
@@ -80,7 +80,7 @@ std::size_t commonLength(std::u16string_view left, std::u16string_view right) no
         }
     }
     return last +
-           equalUnitsIn(differenceAt(left.data() + last, right.data() + last)); // all equal: all bits 0
+           equalUnitsIn(differenceAt(left.data() + last, right.data() + last)); // 0 means that all are equal
 }
 
 } // namespace
@@ -89,7 +89,7 @@ InMemoryEntryPath::InMemoryEntryPath(std::u16string text) noexcept : text_(norma
 
 InMemoryEntryPath InMemoryEntryPath::parentPath() const {
     InMemoryEntryPath parent{std::u16string()};
-    parent.text_ = parentView(); // which is in normal form; to normalise once more could change it
+    parent.text_ = parentView(); // already normalised; normalising it again could change it
     return parent;
 }
 
@@ -110,7 +110,7 @@ std::u16string_view InMemoryEntryPath::normalView(std::u16string_view text) noex
 
 std::u16string_view InMemoryEntryPath::parentOf(std::u16string_view path) noexcept {
     const auto last = lastSeparator(path);
-    if (last == std::u16string_view::npos || path.size() == 1) { // "/" is the only one of this size
+    if (last == std::u16string_view::npos || path.size() == 1) { // the root
         return {};
     }
     return last == 0 ? path.substr(0, 1) : normalView(path.substr(0, last));
@@ -133,7 +133,7 @@ std::u16string InMemoryEntryPath::takeFilename() && noexcept {
     return std::move(text_);
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): callers have names to give away
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers pass temporaries
 InMemoryEntryPath& InMemoryEntryPath::append(std::u16string name) {
     return *this = appended(name);
 }
@@ -149,8 +149,7 @@ InMemoryEntryPath InMemoryEntryPath::appended(std::u16string_view name) const {
 }
 
 bool InMemoryEntryPath::isWithin(const InMemoryEntryPath& folder) const {
-    // The text of every folder above an entry is a beginning of the entry's text, so most paths need no
-    // climb.
+    // The text of each ancestor is a prefix of the entry's text, so most paths need no loop.
     if (!view().starts_with(folder.view())) {
         return false;
     }

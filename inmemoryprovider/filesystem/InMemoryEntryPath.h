@@ -13,19 +13,19 @@ namespace storage::inmemoryprovider {
 /// inside stay as they are, "." and ".." are names like others, letter case and Unicode composition
 /// distinguish. "/" is the root; the empty path is its parent.
 ///
-/// Thread safety: a value without locks; concurrent reading is safe.
+/// Not thread-safe; concurrent reading is safe.
 class InMemoryEntryPath {
 public:
-    /// Normalises `text`: one "/" goes from its end; then as many code units go from its beginning as "/"
-    /// stand in a row from the second code unit on. So "///a/" becomes "/a". The first code unit is not
-    /// looked at, so "a/b" becomes "/b": every spelling of one text gives one key. Texts of fewer than 2 code
-    /// units stay as they are.
+    /// Normalises `text`: removes one "/" from its end. Then, if a run of "/" begins at the second code unit,
+    /// removes as many code units from the beginning as the run is long. So "///a/" becomes "/a". The first
+    /// code unit is not examined, so "a/b" becomes "/b". Texts of fewer than 2 code units are not changed.
     explicit InMemoryEntryPath(std::u16string text) noexcept;
 
-    /// The text of the path that is made of `text`: a part of it. For look-ups, which need no path of their own.
+    /// The text of the path that is constructed from `text`, as a view into `text`. For look-ups without an
+    /// allocation.
     static std::u16string_view normalView(std::u16string_view text) noexcept;
 
-    /// The text of the parent of the path with the text `path`: a part of it.
+    /// The text of the parent of the path with the text `path`, as a view into `path`.
     static std::u16string_view parentOf(std::u16string_view path) noexcept;
 
     /// A copy of the text.
@@ -38,19 +38,19 @@ public:
     /// entry of the root; empty for the root and for a text without "/".
     InMemoryEntryPath parentPath() const;
 
-    /// The text of `parentPath`: a part of this text, valid as long as `view`.
+    /// The text of `parentPath`, as a view into this text, valid as long as `view`.
     std::u16string_view parentView() const noexcept { return parentOf(text_); }
 
     /// Whether there is a "/" in the text; false for the root.
     bool hasParent() const noexcept;
 
-    /// The text behind the last "/"; "/" for the root, the whole text when there is no "/".
+    /// The text after the last "/"; "/" for the root, the whole text if there is no "/".
     std::u16string filename() const { return std::u16string(filenameView()); }
 
-    /// As `filename`, in the memory of this path, which is lost.
+    /// As `filename`, but reuses the memory of this path.
     std::u16string takeFilename() && noexcept;
 
-    /// The text of `filename`: a part of this text, valid as long as `view`.
+    /// The text of `filename`, as a view into this text, valid as long as `view`.
     std::u16string_view filenameView() const noexcept;
 
     /// Appends "/" and `name` in normal form, and returns this path. The whole is not normalised again, so
@@ -72,10 +72,10 @@ public:
                std::memcmp(text_.data(), text.data(), text.size() * sizeof(char16_t)) == 0;
     }
 
-    /// By unsigned code units; a beginning of a text sorts before the text.
+    /// By unsigned code units; a prefix of a text sorts before the text.
     bool operator<(const InMemoryEntryPath& other) const noexcept { return isBefore(text_, other.text_); }
 
-    /// The order of `operator<`, of texts.
+    /// The order of `operator<`, for texts.
     static bool isBefore(std::u16string_view left, std::u16string_view right) noexcept;
 
 private:
@@ -84,7 +84,7 @@ private:
 
 } // namespace storage::inmemoryprovider
 
-/// Lets maps by path be searched for a text without making a path of it.
+/// Allows maps keyed by path to be searched by text, without constructing a path.
 template <>
 struct std::less<storage::inmemoryprovider::InMemoryEntryPath> {
     using Path = storage::inmemoryprovider::InMemoryEntryPath;

@@ -18,7 +18,7 @@ std::shared_ptr<InMemoryEntry> childAt(const InMemoryFolderEntry::ChildMap& chil
     return child == children.end() ? nullptr : child->second;
 }
 
-/// @throws EntryNotFoundException  naming the parent of `path` if it is missing, or else `path` if the entry is
+/// @throws EntryNotFoundException  naming the parent of `path` if it is missing, otherwise `path`
 void requireFound(bool hasParent, bool hasEntry, const InMemoryEntryPath& path) {
     if (!hasEntry) {
         throw EntryNotFoundException(hasParent ? path : path.parentPath());
@@ -72,7 +72,7 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryAddFileEntry(InMemoryEntryPath& 
     const auto now = currentTime();
     std::shared_ptr<InMemoryEntry> file = makeFileEntry(std::move(path), now);
     if (!parent->tryAddChild(std::move(file), now)) {
-        path = file->getPath(); // NOLINT(bugprone-use-after-move): left here
+        path = file->getPath(); // NOLINT(bugprone-use-after-move): not moved from on failure
         return parent;
     }
     return nullptr;
@@ -168,7 +168,8 @@ InMemoryFileSystem::listFolder(const InMemoryEntryPath& path) const {
         if (folder) {
             folder->read([&](const InMemoryFolderEntry::ChildMap& children) {
                 conflict = changes_.conflictWith(path.view(), PathSeqLock::Scope::Folder);
-                // In this order: a folder that has just been moved away has lost its children, and its place in the map.
+                // The order matters. If a move has emptied this folder, it either still runs, which is a
+                // conflict, or it has removed the folder from the map.
                 if (!conflict && isFolderAt(path.view(), *folder)) {
                     InMemoryFolderEntry::takeSnapshot(listing.emplace(), children,
                                                       InMemoryFolderEntry::Names::LeftOut);
@@ -197,7 +198,8 @@ InMemoryFileSystem::Found InMemoryFileSystem::lookUp(std::u16string_view path,
                 found.entry = childAt(children, path);
             }
         };
-        // Not to block while the folder map's writer waits for this reader, a folder in use is read afterwards.
+        // The folder map's writer waits for this visit, so it must not block: a folder in use is read
+        // afterwards.
         std::shared_ptr<InMemoryFolderEntry> inUse;
         folders_.visit(InMemoryEntryPath::parentOf(path),
                        [&](const std::shared_ptr<InMemoryFolderEntry>* parent) {

@@ -31,7 +31,7 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryCheckOutFileEntry(const InMemory
     const bool create = !child || (*child)->second->isFolder();
     const auto now = currentTime();
     if (create) {
-        requireNoChild(*parent, path); // a folder
+        requireNoChild(*parent, path); // throws if it is a folder
         if (options.existence == ByteStreamExistence::MustExist) {
             throw EntryNotFoundException(path);
         }
@@ -46,7 +46,8 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryCheckOutFileEntry(const InMemory
     if (create && !parent->tryAddChild(std::shared_ptr<InMemoryEntry>(file), now)) {
         return parent;
     }
-    // Nothing can fail from here on. Opening for writing counts as modification, whatever is written.
+    // Nothing can fail from here on. Opening for writing counts as a modification, even if nothing is
+    // written.
     file->setLastModifiedTime(now);
     if (options.content == ByteStreamContent::Empty) {
         file->truncate();

@@ -24,7 +24,7 @@ bool refusesExistingFolder(ReplacementPolicy policy) {
     return policy == ReplacementPolicy::RefuseExisting;
 }
 
-/// A folder below itself would be moved without end, and one onto itself be lost.
+/// Moving a folder below itself would not end; moving it onto itself would lose it.
 void requireOutside(const InMemoryEntryPath& target, const InMemoryEntryPath& source) {
     if (target.isWithin(source)) {
         throw EntryExistsException(target);
@@ -37,7 +37,7 @@ void requireMovable(const InMemoryFolderEntry& parent, const InMemoryEntry& fold
     requireWritable(folder);
 }
 
-/// What takes the place of a file in the tree: a new node of the same flag that shares the bytes and their mutex.
+/// The node that replaces a moved file: it has the same flag and shares the bytes and their mutex.
 std::shared_ptr<InMemoryFileEntry> makeSuccessor(InMemoryEntry& entry, InMemoryEntryPath&& path,
                                                  const boost::posix_time::ptime& time) {
     auto& file = static_cast<InMemoryFileEntry&>(entry);
@@ -47,16 +47,16 @@ std::shared_ptr<InMemoryFileEntry> makeSuccessor(InMemoryEntry& entry, InMemoryE
 
 } // namespace
 
-/// One folder on its way, its new node linked and some of its children perhaps moved. All that it points to stays in the
-/// tree until the folder has been moved.
+/// A running move of one folder, some of whose children may have been moved. Everything that it points to
+/// stays in the tree until the move ends.
 struct InMemoryFileSystem::FolderMove {
     InMemoryEntryPath source;
     InMemoryEntryPath target;
     InMemoryFolderEntry* sourceParent;
     InMemoryFolderEntry* targetParent;
-    Child place; ///< of the folder in its old parent
+    Child place; ///< of the folder among its old parent's children
     Child nextChild;
-    Child lastChild; ///< the end, which stays the same whatever is taken out
+    Child lastChild; ///< the end iterator, which removals do not invalidate
     InMemoryFolderEntry* newFolder = nullptr;
 };
 
@@ -120,7 +120,7 @@ std::shared_ptr<InMemoryEntry> InMemoryFileSystem::moveFileEntryImpl(InMemoryFol
     }
     auto child = sourceParent.takeChild(file);
     try {
-        child.key() = entry->path(); // mostly fits the memory of the old key
+        child.key() = entry->path(); // usually within the old key's capacity
     } catch (const std::bad_alloc&) {
         sourceParent.putChild(std::move(child));
         throw;
@@ -128,9 +128,9 @@ std::shared_ptr<InMemoryEntry> InMemoryFileSystem::moveFileEntryImpl(InMemoryFol
     // No allocation from here on.
     child.mapped().swap(entry);
     child = targetParent.putChild(std::move(child));
-    if (child) { // its new path is taken
+    if (child) { // the new path is taken
         child.mapped().swap(entry);
-        child.key() = child.mapped()->path(); // which the key has had room for before
+        child.key() = child.mapped()->path(); // cannot throw: within the key's capacity
         sourceParent.putChild(std::move(child));
         throw EntryExistsException(entry->path());
     }
@@ -177,7 +177,7 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryMoveFolderEntry(const InMemoryEn
     try {
         moveFolderEntryImpl(source, target, currentTime());
     } catch (const std::bad_alloc&) {
-        // Both change nothing when nothing was replaced, or once the moved folder has taken the place.
+        // Neither call has an effect if nothing was replaced or if the moved folder has taken the place.
         targetParent->putChild(std::move(replaced));
         folders_.insert(std::move(registration));
         throw;
@@ -194,8 +194,7 @@ InMemoryFileSystem::findBusyFolder(const std::shared_ptr<InMemoryFolderEntry>& s
             return *folder;
         }
     }
-    const std::u16string below =
-        source.string() + u"/"; // begins the path of every folder below, and no other one
+    const std::u16string below = source.string() + u"/"; // the prefix of all paths below `source`
     Busy busy;
     folders_.visitFromAsWriter(std::u16string_view(below),
                                [&](const InMemoryEntryPath& path, const auto& folder) {
@@ -210,7 +209,7 @@ InMemoryFileSystem::findBusyFolder(const std::shared_ptr<InMemoryFolderEntry>& s
 
 void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                                              const boost::posix_time::ptime& time) {
-    std::vector<FolderMove> moves; // from the outermost folder to the innermost, so that depth costs no stack
+    std::vector<FolderMove> moves; // a stack, outermost folder first: no recursion
     auto& sourceParent = *requireParent(source);
     auto& targetParent = *requireParent(target);
     requireMovable(sourceParent, *requireFolder(sourceParent, source)->second);
@@ -223,7 +222,7 @@ void InMemoryFileSystem::moveFolderEntryImpl(const InMemoryEntryPath& source, co
             moves.pop_back();
             continue;
         }
-        const auto child = move.nextChild++; // its move takes it out of the folder
+        const auto child = move.nextChild++; // advanced first: moving the child removes it
         auto childTarget = move.target.appended(child->first.filenameView());
         auto& folder = folderOf(*move.place);
         if (child->second->isFolder()) {
@@ -255,7 +254,7 @@ InMemoryFolderEntry& InMemoryFileSystem::newParentOf(const InMemoryEntryPath& ch
     if (childTarget.parentView() == move.target.view()) {
         return *move.newFolder;
     }
-    return *requireParent(childTarget); // an empty name can bring a child to another folder
+    return *requireParent(childTarget); // an empty name can change the parent
 }
 
 void InMemoryFileSystem::beginFolderMove(FolderMove& move, const boost::posix_time::ptime& time) {

@@ -7,8 +7,8 @@
 namespace storage::inmemoryprovider {
 
 InMemoryFolderEntry::~InMemoryFolderEntry() {
-    // Left to the members' destructors, a deep tree would take a stack frame for each level. The folders to
-    // be destroyed form a list through themselves, because a destructor must not allocate.
+    // The members' destructors would recurse into a deep tree, one stack frame per level. Instead, the
+    // folders to destroy form an intrusive list, because a destructor must not allocate.
     std::shared_ptr<InMemoryFolderEntry> doomed;
     releaseChildren(doomed);
     while (doomed) {
@@ -25,7 +25,7 @@ void InMemoryFolderEntry::releaseChildren(std::shared_ptr<InMemoryFolderEntry>& 
         released = children_.release();
     }
     for (auto& [path, child] : released) {
-        // Nobody can take a new reference to a child that only a dying folder holds.
+        // No thread can obtain a new reference to a child that only a folder in destruction references.
         if (child->isFolder() && child.use_count() == 1) {
             auto folder = std::static_pointer_cast<InMemoryFolderEntry>(std::move(child));
             folder->nextDoomed_ = std::move(doomed);

@@ -20,18 +20,19 @@ namespace storage::inmemoryprovider {
 
 /// A folder.
 ///
-/// Owns its direct children, each under its own full path. `mutex_` guards the children. It is acquired inside single
-/// operations of this class only. While it is held, no other lock is acquired and no node is destroyed.
+/// Owns its direct children, each under its own full path. `mutex_` guards the children. Only single
+/// operations of this class acquire it. While it is held, no other lock is acquired and no node is destroyed.
 ///
-/// A listing holds the mutex for as long as it copies. A thread that holds the file system's mutex must not wait for that,
-/// or all changes everywhere would: `mutexIsFree` and the operations that begin with `try` tell it to wait elsewhere.
+/// A listing holds the mutex while it copies. A thread that holds the file system's mutex must not block on
+/// it, because that would block all changes in the tree. Such a thread uses `mutexIsFree` and the operations
+/// that begin with `try`. If they fail, it releases the file system's mutex and then waits.
 ///
-/// Thread safety: thread-safe, except that `findChild`, `hasChildren` and the iterators of `begin` and `end` require that
+/// Thread-safe, except that `findChild`, `hasChildren` and the iterators of `begin` and `end` require that
 /// the children do not change; holding the file system's mutex ensures that.
 class InMemoryFolderEntry : public InMemoryEntry {
 public:
     using Children = std::map<InMemoryEntryPath, std::shared_ptr<InMemoryEntry>>;
-    /// Of each child, under its full path: the name, and whether it is a folder.
+    /// Maps the full path of each child to its name and whether it is a folder.
     using LightWeightRepresentation = std::map<InMemoryEntryPath, std::pair<std::u16string, bool>>;
     using ChildMap = IndexedPathMap<std::shared_ptr<InMemoryEntry>>;
 
@@ -54,7 +55,7 @@ public:
 
     /// As `read`, but returns false instead of blocking when another thread holds the mutex.
     template <class Use>
-    bool tryRead(const Use& use) const QZFL_NO_THREAD_ANALYSIS { // which does not know std::unique_lock
+    bool tryRead(const Use& use) const QZFL_NO_THREAD_ANALYSIS { // std::unique_lock is not annotated
         const std::unique_lock lock(mutex_, std::try_to_lock);
         if (lock) {
             use(children_);
@@ -62,63 +63,69 @@ public:
         return lock.owns_lock();
     }
 
-    /// Whether a snapshot has the children's names, or leaves them empty, for they are in the paths, too.
+    /// Whether a snapshot contains the children's names. They can be left empty, because the paths contain
+    /// them too.
     enum class Names { Included, LeftOut };
 
-    /// Makes `snapshot`, which is empty, one of `children`, in a call of `read`. It holds no pointer into the tree. It is the
-    /// caller's, so that none of it is freed under the mutex, also when memory runs out.
-    /// @throws std::bad_alloc with part of the children in `snapshot`
+    /// Copies `children` into `snapshot`, which is empty. Call it inside `read`. The snapshot holds no
+    /// pointer into the tree. The caller owns it, so that it is not freed under the mutex, even if allocation
+    /// fails.
+    /// @throws std::bad_alloc with some of the children in `snapshot`
     static void takeSnapshot(LightWeightRepresentation& snapshot, const ChildMap& children, Names names);
 
-    /// Where the child at `path` is, if there is one. Takes no lock: under the file system's mutex the children do not
-    /// change.
+    /// The position of the child at `path`, if it exists. Acquires no lock: the file system's mutex keeps the
+    /// children from changing.
     std::optional<Children::const_iterator>
     findChild(const InMemoryEntryPath& path) const noexcept QZFL_NO_THREAD_ANALYSIS;
 
-    /// Whether there are children. Takes no lock, as `findChild`.
+    /// Whether there are children. Acquires no lock, as `findChild`.
     bool hasChildren() const noexcept QZFL_NO_THREAD_ANALYSIS { return !children_.empty(); }
 
-    /// Whether the mutex could be acquired within the time that a look-up holds it.
+    /// Whether the mutex can be acquired by a short spin, which lasts longer than a look-up holds the mutex.
     bool mutexIsFree() const noexcept QZFL_NO_THREAD_ANALYSIS;
 
-    /// Returns when the mutex could be acquired, however long that takes.
+    /// Blocks until the mutex can be acquired.
     void waitUntilMutexIsFree() const;
 
-    /// Adds `child` under its own path. If the path is taken, the existing child stays and the new one is dropped.
+    /// Adds `child` under its own path. If the path is taken, the existing child stays and the new one is
+    /// discarded.
     /// @throws std::bad_alloc with nothing changed
     void addChild(std::shared_ptr<InMemoryEntry> child);
 
-    /// As `addChild`, and stamps the folder, in one step for readers.
-    /// @return false, with nothing changed and `child` left to the caller, if another thread holds the mutex for long
+    /// As `addChild`, and stamps the folder in the same critical section.
+    /// @return false if another thread held the mutex for too long; then nothing has changed, and `child` is
+    ///     not moved from
     bool tryAddChild(std::shared_ptr<InMemoryEntry>&& child,
                      const boost::posix_time::ptime& time) QZFL_NO_THREAD_ANALYSIS;
 
-    /// Takes out a child that `findChild` found. The caller decides where it is destroyed, or puts it back.
+    /// Removes a child that `findChild` found. The caller destroys it or puts it back.
     Children::node_type takeChild(Children::const_iterator child) noexcept;
 
-    /// As `takeChild`, and stamps the folder with what `clock` returns after the removal, in one step for readers.
-    /// @return nothing, with nothing changed, if another thread holds the mutex for long
+    /// As `takeChild`, and stamps the folder in the same critical section with the result of `clock`, which
+    /// is called after the removal.
+    /// @return an empty node, with nothing changed, if another thread held the mutex for too long
     Children::node_type tryTakeChild(Children::const_iterator child,
                                      boost::posix_time::ptime (*clock)()) QZFL_NO_THREAD_ANALYSIS;
 
-    /// Inserts what `takeChild` took out of any folder; returns it if its path is taken. Never fails.
+    /// Inserts a node that `takeChild` of any folder returned. An empty node has no effect.
+    /// @return `child` if its path is taken, otherwise an empty node
     Children::node_type putChild(Children::node_type child) noexcept;
 
-    /// Prepares the folder for all its children being taken out.
+    /// Prepares the folder for the removal of all its children.
     /// @return the number of children
     std::size_t expectEmptying() noexcept;
 
-    /// Prepares the folder for as many children as `count`.
+    /// Prepares the folder for `count` children.
     void expectChildren(std::size_t count) noexcept;
 
     /// Iterators of the children, valid while they do not change.
     Children::const_iterator begin() const;
     Children::const_iterator end() const;
 
-    // The file system uses the operations above. Those below complete the interface of a folder for callers that hold a
-    // node alone; each is one section under the folder's mutex.
+    // The file system uses the operations above. The operations below are for callers that have only this
+    // node. Each is one critical section under the folder's mutex.
 
-    /// Releases the child at `path`, if there is one. The folder's reference is released after the mutex.
+    /// Removes the child at `path`, if it exists. Releases the folder's reference to it after the mutex.
     void removeChild(const InMemoryEntryPath& path);
 
     /// The child at `path`, or an empty pointer.
@@ -141,13 +148,13 @@ public:
 private:
     bool doIsFolder() const override;
 
-    /// Empties the children. Those folders among them that die with this one are put in front of `doomed`
-    /// instead, so that their own children can be taken out first.
+    /// Removes all children. Child folders that only this folder references are prepended to `doomed` instead
+    /// of being destroyed, so that their children can be removed first.
     void releaseChildren(std::shared_ptr<InMemoryFolderEntry>& doomed) noexcept;
 
     ChildMap children_ QZFL_GUARDED_BY(mutex_);
     mutable std::mutex mutex_;
-    std::shared_ptr<InMemoryFolderEntry> nextDoomed_; ///< set only while the folder is being destroyed
+    std::shared_ptr<InMemoryFolderEntry> nextDoomed_; ///< used only during destruction
 };
 
 } // namespace storage::inmemoryprovider

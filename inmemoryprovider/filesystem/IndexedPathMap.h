@@ -11,20 +11,21 @@
 
 namespace storage::inmemoryprovider {
 
-/// A map ordered by path that also finds fast when it is large.
+/// A map ordered by path, with a hash index for fast look-ups in large maps.
 ///
-/// Owns the map and, from a few elements on, an index of it by hash. An ordered look-up among a million paths
-/// is twenty comparisons, each of them a wait for memory; the index needs one. Small maps have none: there the
-/// comparisons are as fast, and trees have many small folders.
+/// Owns the map and, from `worthAnIndex` elements on, the index. An ordered look-up among a million paths
+/// takes twenty comparisons, each with a cache miss; the index takes one. Small maps have no index:
+/// comparisons are as fast there, and trees have many small folders.
 ///
-/// Between calls the index holds all elements or is not there, for want of elements or of memory.
+/// Invariant: the index is complete or absent. It is absent if the map is small, if allocation failed, or
+/// after `dropIndex`.
 ///
-/// Thread safety: that of a standard container; its owner guards it.
+/// Externally synchronized.
 template <class Value>
 class IndexedPathMap {
 public:
     IndexedPathMap() = default;
-    IndexedPathMap(const IndexedPathMap&) = delete; // positions of one map mean nothing in another
+    IndexedPathMap(const IndexedPathMap&) = delete; // the index refers to this map
     IndexedPathMap& operator=(const IndexedPathMap&) = delete;
     ~IndexedPathMap() = default;
 
@@ -38,7 +39,7 @@ public:
     const_iterator begin() const noexcept { return map_.begin(); }
     const_iterator end() const noexcept { return map_.end(); }
 
-    /// The element at `path`, or the end.
+    /// The element at `path`, or the end iterator.
     const_iterator find(std::u16string_view path) const noexcept {
         if (!index_) {
             return map_.find(path);
@@ -47,29 +48,30 @@ public:
         return found ? const_iterator(*found) : map_.end();
     }
 
-    /// The first element whose path is not before `path`, or the end.
+    /// The first element with a path that is not less than `path`, or the end iterator.
     const_iterator lower_bound(std::u16string_view path) const noexcept { return map_.lower_bound(path); }
 
-    /// Inserts `value` at `path`, unless there is an element already: then the caller keeps it.
+    /// Inserts `value` at `path`. If an element exists there, `value` is not moved from.
     /// @throws std::bad_alloc with nothing changed
     void tryEmplace(const InMemoryEntryPath& path, Value&& value) {
         const auto sizeBefore = map_.size();
         noteInserted(map_.try_emplace(hint(), path, std::move(value)), sizeBefore);
     }
 
-    /// Inserts `node`, or, when there is an element at its path already, hands it back. None changes nothing.
+    /// Inserts `node`. An empty node has no effect.
+    /// @return `node` if an element exists at its path, otherwise an empty node
     node_type insert(node_type node) noexcept {
         const auto sizeBefore = map_.size();
         noteInserted(map_.insert(hint(), std::move(node)), sizeBefore);
-        return node; // NOLINT(bugprone-use-after-move): what the map did not take
+        return node; // NOLINT(bugprone-use-after-move): moved from only if inserted
     }
 
-    /// Takes an element out and hands it to the caller.
+    /// Removes an element and returns it.
     node_type extract(const_iterator position) noexcept {
         if (position == const_iterator(lastInserted_)) {
             lastInserted_ = map_.end();
         }
-        // Without changing anything, this makes an iterator of a constant one.
+        // Erasing an empty range converts the const_iterator to an iterator.
         const auto element = map_.erase(position, position);
         if (index_) {
             index_.erase(element);
@@ -77,17 +79,17 @@ public:
         return map_.extract(element);
     }
 
-    /// Makes room for `count` elements, so that the index need not grow while they are inserted.
+    /// Builds an index for `count` elements, so that it need not grow while they are inserted.
     void expect(std::size_t count) noexcept {
         if (count >= worthAnIndex) {
             index_.build(map_.begin(), map_.end(), count);
         }
     }
 
-    /// Does without the index until the next insertion, so that elements can be taken out for less.
+    /// Drops the index until the next insertion, so that removals are cheaper.
     void dropIndex() noexcept { index_.reset(); }
 
-    /// Empties this map and hands all elements to the caller.
+    /// Removes all elements and returns them.
     Map release() noexcept {
         index_.reset();
         Map released;
@@ -97,7 +99,7 @@ public:
     }
 
 private:
-    /// Elements are often inserted in order: behind all others, or beside the one before, a place is found without a
+    /// Elements are often inserted in order. At the end, or next to the previous insertion, the hint avoids a
     /// search.
     const_iterator hint() const noexcept {
         const bool behindAll =
@@ -121,7 +123,7 @@ private:
 
     Map map_;
     PathIndex<iterator> index_;
-    iterator lastInserted_ = map_.end(); ///< the end when it was taken out
+    iterator lastInserted_ = map_.end(); ///< the end iterator if it was removed
 };
 
 } // namespace storage::inmemoryprovider

@@ -14,28 +14,32 @@ namespace storage::inmemoryprovider {
 
 /// A map that any number of threads read without blocking while one writer changes it (left-right).
 ///
-/// Owns two copies of the map. Readers use the published copy. The writer changes the other copy, publishes it,
-/// waits until the last reader has left the copy published before, and repeats the change there.
+/// Owns two copies of the map. Readers use the published copy. The writer changes the other copy, publishes
+/// it, waits until no reader uses the previously published copy, and repeats the change there.
 ///
-/// Synchronization: readers count themselves in and out; the writer never touches a copy that a counted reader
-/// may use. Writers are externally synchronized. The writer waits for look-ups under way, never for new ones: two
-/// counters are used in turn, so that a stream of new readers cannot hold the writer up. It spins briefly, then announces
-/// itself in the counter and sleeps; only then does the last reader make a system call.
+/// Synchronization: a reader increments a counter before its access and decrements it afterwards. The writer
+/// never modifies a copy that a counted reader may use. Writers are externally synchronized. The writer waits
+/// for readers that are already counted, never for new ones: it alternates between two counters, so a stream
+/// of new readers cannot starve it. It spins briefly, then sets a bit in the counter and sleeps. Only if that
+/// bit is set does the last reader make a system call.
 ///
-/// All atomics are sequentially consistent. A reader counts itself in and then reads `published_`; the writer stores
-/// `published_` and then reads the counters. Each side's store must be ordered before its own load.
+/// All atomics are sequentially consistent. A reader increments a counter and then loads `published_`; the
+/// writer stores `published_` and then loads the counters. Each side's store must be ordered before its own
+/// load.
 ///
-/// Between calls both copies are equal. `Value` is default-constructible, its default meaning "absent";
-/// copying it does not throw. `Map` is what a copy is kept in; its nodes are those of the ordered map.
+/// Invariant: between changes both copies are equal.
+///
+/// `Value` is default-constructible, and its default means "absent"; copying it does not throw. `Map` is the
+/// type of each copy; its node type is that of the ordered map.
 template <class Key, class Value, class Map = std::map<Key, Value>>
 class LeftRightMap {
     using OrderedMap = std::map<Key, Value>;
 
 public:
-    /// An element outside the map: everything that its insertion cannot do without, so that it never fails.
+    /// An element outside the map. It owns all memory that its insertion requires, so insertion cannot fail.
     class Element {
     public:
-        /// What the element holds; an empty value if it is none.
+        /// The element's value; an empty value if there is no element.
         Value value() const { return nodes_[0] ? nodes_[0].mapped() : Value(); }
 
     private:
@@ -48,29 +52,29 @@ public:
     LeftRightMap& operator=(const LeftRightMap&) = delete;
     ~LeftRightMap() = default;
 
-    /// The value under `key`, or an empty one. For any thread; never waits.
+    /// A copy of the value under `key`, or an empty value. Callable by any thread; never blocks.
     template <class LookUpKey>
     Value find(const LookUpKey& key) const noexcept {
         return visit(key, [](const Value* found) { return found == nullptr ? Value() : *found; });
     }
 
-    /// Returns `use` of the value under `key`, or of a null pointer. For any thread. The writer, and with it every change,
-    /// waits for `use`, which must not block.
+    /// Calls `use` with a pointer to the value under `key`, or with null, and returns the result. Callable by
+    /// any thread. `use` must not block: the writer waits for it, and so does every later change.
     template <class LookUpKey, class Use>
     auto visit(const LookUpKey& key, const Use& use) const noexcept {
         const Reading reading(*this);
         return use(valueIn(copies_[published_.load()], key));
     }
 
-    /// As `find`, for the one thread that may write, which need not be counted, nor given a copy: the value
-    /// lasts until it changes the map. None is a null pointer.
+    /// As `find`, but for the writer only: it is not counted, and the value is not copied. The pointer is
+    /// valid until the map changes; null if there is no element.
     template <class LookUpKey>
     const Value* findAsWriter(const LookUpKey& key) const noexcept {
         return valueIn(copies_[published_.load()], key);
     }
 
-    /// Calls `use` with each key and value from the first key on that is not before `first`, until it returns false. For the
-    /// writer.
+    /// Calls `use` with each key and value in order, from the first key that is not less than `first`, until
+    /// it returns false. For the writer only.
     template <class LookUpKey, class Use>
     void visitFromAsWriter(const LookUpKey& first, const Use& use) const noexcept {
         const Map& map = copies_[published_.load()];
@@ -80,7 +84,8 @@ public:
         }
     }
 
-    /// Does the allocating part of an insertion. May throw and changes nothing.
+    /// Performs all allocations of an insertion. Does not change the map.
+    /// @throws std::bad_alloc
     static Element prepare(const Key& key, const Value& value) {
         Element element;
         for (auto& node : element.nodes_) {
@@ -89,14 +94,14 @@ public:
         return element;
     }
 
-    /// Inserts what was prepared or erased; a value that is already under the key stays, and none changes
-    /// nothing. For the writer.
+    /// Inserts an element that was prepared or erased. Keeps an existing value under the key. An empty
+    /// element has no effect. For the writer only.
     void insert(Element element) noexcept {
         changeBoth([&](std::size_t copy) { copies_[copy].insert(std::move(element.nodes_[copy])); });
     }
 
-    /// Takes out the element under `key`, if there is one, and hands it to the caller, who decides where it
-    /// dies, or inserts it again. For the writer.
+    /// Removes the element under `key`, if it exists. For the writer only.
+    /// @return the element, which the caller destroys or inserts again
     template <class LookUpKey>
     Element erase(const LookUpKey& key) noexcept {
         Element erased;
@@ -116,12 +121,13 @@ private:
     static constexpr std::uint32_t writerSleeps = std::uint32_t{1} << 31U;
 
     struct alignas(cacheLine) ReaderCount {
-        /// Incremented before a reader loads `published_`, so that the writer, which loads it after storing `published_`,
-        /// sees the reader or the reader sees the new copy. Decremented after the reader's last access.
+        /// Incremented before the reader loads `published_`. The writer loads it after it has stored
+        /// `published_`. So either the writer sees the reader, or the reader sees the new copy. Decremented
+        /// after the reader's last access.
         mutable std::atomic<std::uint32_t> value{0};
     };
 
-    /// Counts a reader in for as long as it lives.
+    /// Counts a reader during the object's lifetime.
     class Reading {
     public:
         explicit Reading(const LeftRightMap& map) noexcept : count_(map.readers_[map.turn_.load()].value) {
@@ -154,9 +160,9 @@ private:
         change(old);
     }
 
-    /// A reader that counted itself in before the publication may be on either counter, for it may have read
-    /// the turn long before it counted. So both must have been seen empty after the publication; each is
-    /// waited for while new readers use the other.
+    /// A reader that was counted before the publication may be in either counter, because it may have loaded
+    /// `turn_` long before it incremented a counter. So both counters must be zero once after the
+    /// publication. While the writer waits for one counter, new readers use the other.
     void waitForReadersOfOldCopy() noexcept {
         const std::size_t old = turn_.load();
         waitUntilZero(readers_[1 - old]);
@@ -182,7 +188,8 @@ private:
     std::array<Map, 2> copies_;
     /// The copy that new readers use; stored by the writer after its change and before it loads the counters.
     std::atomic<std::size_t> published_{0};
-    /// The counter that new readers use. A reader may act on an old value; the writer waits for both counters.
+    /// The counter that new readers use. A reader may use an outdated value, so the writer waits for both
+    /// counters.
     std::atomic<std::size_t> turn_{0};
     std::array<ReaderCount, 2> readers_;
 };

@@ -40,8 +40,8 @@ std::uint64_t hashOf(std::u16string_view path) noexcept {
     std::size_t left = path.size() * sizeof(char16_t);
 
     std::uint64_t hash = mixed(seed() ^ lengthMask, left ^ secondMask);
-    // If one factor is 0, the other has no effect. So neither factor may be a value that a text can be chosen
-    // to match.
+    // If one factor is 0, the other has no effect. So each factor includes a value that depends on the seed:
+    // no text can be chosen to make it 0.
     const std::uint64_t hidden = hash;
     for (; left > step; left -= step, bytes += step) {
         hash = mixed(wordAt(bytes) ^ firstMask ^ hash, wordAt(bytes + word) ^ hidden);

@@ -14,33 +14,34 @@
 
 namespace storage::inmemoryprovider {
 
-/// Finds the elements of a map by the hash of their paths, in O(1). No operation but `build` and `reset` does more than a
-/// bounded amount of work, however many elements there are: a table that is rehashed in one piece would block all who wait
+/// A hash index of a map's elements by path, with look-ups in O(1). Except for `build` and `reset`, no
+/// operation rehashes more than a few segments: rehashing one large table would block all threads that wait
 /// for the map.
 ///
-/// Owns the elements' positions in segments (linear hashing). The lower bits of a hash choose the segment. Insertion adds
-/// segments one at a time, in order, and each takes its elements out of one older segment; removal merges them in reverse
-/// order. A segment holds a few hundred elements, and grows and shrinks by itself.
+/// Owns the elements' positions in segments (linear hashing). The lower bits of a hash select the segment.
+/// Insertion adds segments one at a time; each new segment takes its elements from one older segment. Removal
+/// merges segments in reverse order. A segment holds a few hundred elements and resizes its own table.
 ///
-/// An index is a convenience: when there is no memory for it, it is dropped, and its owner asks the map.
-/// So nothing here throws.
+/// The index is an optimization: if allocation fails, it is dropped, and its owner searches the map instead.
+/// So no operation throws.
 ///
-/// Thread safety: that of a container; its owner guards it.
+/// Externally synchronized.
 template <class Position>
 class PathIndex {
     using Segment = PathIndexSegment<Position>;
     using Hash = typename Segment::Hash;
 
 public:
-    /// Elements for each segment, above which one is added.
+    /// The average number of elements per segment above which a segment is added.
     static constexpr std::size_t segmentSize = 384;
 
-    /// Whether there is an index. Without one nothing is found or inserted.
+    /// Whether there is an index. `find`, `insert` and `erase` require one.
     explicit operator bool() const noexcept { return static_cast<bool>(first_); }
 
     std::size_t size() const noexcept { return size_; }
 
-    /// Makes an index of the elements from `first` to `last` with room for `count`, or none if there is no memory for it.
+    /// Builds an index of the elements from `first` to `last` with room for `count`. If allocation fails,
+    /// there is none.
     void build(Position first, Position last, std::size_t count) noexcept {
         reset();
         if (!makeSegments(count)) {
@@ -60,7 +61,7 @@ public:
         return segment(segmentOf(hash)).find(path, hash);
     }
 
-    /// Takes in an element whose path is not in the index yet.
+    /// Adds an element. Precondition: its path is not in the index.
     void insert(Position position) noexcept {
         const Hash hash = hashOfPath(position->first.view());
         if (!segment(segmentOf(hash)).insert(position, hash)) {
@@ -68,29 +69,29 @@ public:
             return;
         }
         if (++size_ > segmentCount() * segmentSize) {
-            addSegment(); // without memory for it, the others grow
+            addSegment(); // if allocation fails, the existing ones grow
         }
     }
 
-    /// Forgets an element, which is in the index.
+    /// Removes an element. Precondition: it is in the index.
     void erase(Position position) noexcept {
         const Hash hash = hashOfPath(position->first.view());
         segment(segmentOf(hash)).erase(position, hash);
         --size_;
         if (size_ < rest_.size() * segmentSize / sparse) {
-            mergeLastSegment(); // without memory for it, the segments stay
+            mergeLastSegment(); // if allocation fails, it stays
         }
     }
 
 private:
-    /// Segments are merged when they hold less than this part of `segmentSize`.
+    /// Segments are merged below `segmentSize / sparse` elements per segment.
     static constexpr std::size_t sparse = 4;
 
     static Hash hashOfPath(std::u16string_view path) noexcept { return static_cast<Hash>(hashOf(path)); }
 
     std::size_t segmentCount() const noexcept { return rest_.size() + 1; }
 
-    /// Of the segment that has the elements which segment `number`, if there were one, would take.
+    /// The segment that holds the elements of segment `number` while that one does not exist.
     static std::size_t originOf(std::size_t number) noexcept { return number - floorPowerOfTwo(number); }
 
     std::size_t segmentOf(Hash hash) const noexcept {
@@ -169,7 +170,7 @@ private:
         }
     }
 
-    Segment first_; ///< beside the map's own members, because most folders have no more
+    Segment first_; ///< not in `rest_`, because most folders have only this one
     std::vector<Segment> rest_;
     std::size_t size_ = 0;
 };

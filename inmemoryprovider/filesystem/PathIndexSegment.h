@@ -15,18 +15,22 @@ namespace storage::inmemoryprovider {
 
 /// A hash table of positions in a map: one segment of a PathIndex.
 ///
-/// Owns a table of positions, which stay valid while the elements are in the map. The position of a free slot is never
-/// compared: comparing it with an iterator of the map is undefined. The table is a power of two in size, at most three
-/// quarters of it in use, and a position is in the first free slot from the one that the upper bits of its hash name. The
-/// hashes are kept beside the positions, so that neither growing nor erasing touches an element.
+/// Owns a table with open addressing and linear probing. Its capacity is a power of two, and at most three
+/// quarters of the slots are used. The upper bits of a hash select the first slot. The hashes are stored
+/// beside the positions, so that growing and erasing do not access the elements.
 ///
-/// Nothing here throws: an operation that finds no memory returns false and changes nothing.
+/// A position is an iterator, valid while its element is in the map. The position of a free slot must not be
+/// compared with an iterator of the map: the behaviour is undefined.
 ///
-/// Thread safety: that of a container; its owner guards it.
+/// No operation throws. If allocation fails, it returns false: `makeTable` then leaves no table, and the
+/// other operations have changed nothing.
+///
+/// Externally synchronized.
 template <class Position>
 class PathIndexSegment {
 public:
-    /// All that the table keeps of a hash: enough to tell apart far more elements than memory holds.
+    /// The part of a hash that the table stores. 32 bits keep collisions rare for all maps that fit into
+    /// memory.
     using Hash = std::uint32_t;
 
     std::size_t size() const noexcept { return size_; }
@@ -50,7 +54,7 @@ public:
         }
     }
 
-    /// Takes in an element whose path is not in the table yet.
+    /// Adds an element. Precondition: its path is not in the table.
     bool insert(const Position& position, Hash hash) noexcept {
         if (size_ == mostOf(capacity_) && !resize(2 * capacity_)) {
             return false;
@@ -59,13 +63,13 @@ public:
         return true;
     }
 
-    /// Forgets an element, which is in the table.
+    /// Removes an element. Precondition: it is in the table.
     void erase(const Position& position, Hash hash) noexcept {
         std::size_t hole = home(hash);
         while (slots_[hole].position != position) {
             hole = after(hole);
         }
-        // What follows moves up, unless it would come before the place that its hash names.
+        // The elements behind the hole move into it, unless that is before the first slot of their hash.
         for (std::size_t at = after(hole); slots_[at].used; at = after(at)) {
             if (distance(home(slots_[at].hash), at) >= distance(hole, at)) {
                 slots_[hole] = slots_[at];
@@ -75,7 +79,7 @@ public:
         slots_[hole] = Slot();
         --size_;
         if (size_ < capacity_ / sparse && capacity_ > smallest) {
-            resize(capacity_ / 2); // without memory for it, the large table goes on serving
+            resize(capacity_ / 2); // if allocation fails, the larger table stays
         }
     }
 
@@ -97,8 +101,8 @@ private:
     };
 
     static constexpr std::size_t smallest = 32;
-    /// A table of which less than this part is used is halved. Well below a half of the fill at which it doubles,
-    /// so that it does not go back and forth.
+    /// A table is halved if less than 1/`sparse` of it is used. That is well below half of the fill at which
+    /// it doubles, so the size does not oscillate.
     static constexpr std::size_t sparse = 8;
 
     static std::size_t mostOf(std::size_t capacity) noexcept { return capacity / 4 * 3; }
@@ -111,7 +115,7 @@ private:
         return capacity;
     }
 
-    /// The upper bits, because the lower ones chose the segment.
+    /// The upper bits, because the lower bits select the segment.
     std::size_t home(Hash hash) const noexcept {
         return hash >> (std::numeric_limits<Hash>::digits - floorLog2(capacity_));
     }

@@ -48,7 +48,7 @@ public:
         PathSeqLock& lock_;
     };
 
-    /// Differs before and after each beginning and end of a change.
+    /// Incremented at the beginning and at the end of each change.
     Number number() const noexcept { return sequence_.load(std::memory_order_acquire); }
 
     /// The number of the running change if it affects the entry at `path`.
@@ -89,7 +89,7 @@ private:
     void begin(const Place& source, const Place& target) noexcept;
     void end() noexcept;
 
-    /// Made odd (release) after the places are stored and before the first step. Each step is released by a
+    /// Made odd (release) after the places are stored and before the first step. Each step is published by a
     /// folder's mutex or by the folder map, so a reader that sees a step sees the number. Made even
     /// (sequentially consistent, for waiting readers) after the last step; a reader that sees it (acquire)
     /// sees all steps.
