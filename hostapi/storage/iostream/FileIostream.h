@@ -16,8 +16,8 @@ namespace foundation::storage::provider {
 ///
 /// When the storage fails, an operation sets `badbit` and rethrows the provider's exception.
 /// `exceptions(std::ios_base::goodbit)` disables that, as is the default of the standard library. `eofbit`
-/// and `failbit` throw nothing. A position outside the file throws `std::ios_base::failure`: unlike a file of
-/// the disk, a file of a storage never has a gap.
+/// and `failbit` throw nothing. A position outside the file throws `std::ios_base::failure`: unlike a file on
+/// disk, a file of a storage never has a gap.
 ///
 /// Output is buffered. Call `flush` before the object is destroyed: it throws `std::ios_base::failure` when
 /// the bytes cannot be written. The destructor writes them too, but throws nothing.

@@ -26,7 +26,7 @@
 
 namespace foundation::storage::provider {
 
-/// One kind of storage, as a host sees every kind: folders and files named by `StorageIRI`.
+/// The interface of one kind of storage to a host: folders and files named by `StorageIRI`.
 ///
 /// A plug-in implements the pure virtual operations. The others have defaults here that call only the pure
 /// virtual ones. So they work on every provider, but are no more atomic than the operations that they call;
@@ -46,8 +46,7 @@ namespace foundation::storage::provider {
 /// `ProviderEntryPoint` documents which other objects may outlive the library.
 class QZFL_EXPORT IProvider {
 public:
-    /// Called for each change of a watched entry: the kind of change and the entry. The destination is that
-    /// of a move.
+    /// Called for each change of a watched entry. `destination` is meaningful for a move only.
     using EventCallback =
         std::function<void(StorageEventKind kind, StorageIRI source, StorageIRI destination,
                            FolderEntry::EntryType type, const boost::property_tree::ptree& details)>;
@@ -65,8 +64,8 @@ public:
 
     /// Creates an empty, writable file with the current time.
     /// @param iri  where nothing exists yet, in an existing folder
-    /// @throws Exception `NotFound` without the folder, `AlreadyExists` when a file or folder exists there,
-    ///         `ReadOnly` when the folder is read-only
+    /// @throws Exception `NotFound` when the folder is missing, `AlreadyExists` when a file or folder exists
+    ///         there, `ReadOnly` when the folder is read-only
     virtual void doCreateFile(const StorageIRI& iri) const = 0;
 
     /// Creates an empty, writable folder with the current time.
@@ -103,9 +102,9 @@ public:
     /// @param source       a file
     /// @param destination  its new location, in an existing folder
     /// @param policy       what to do when an entry exists there; a folder is never replaced
-    /// @throws Exception `NotFound` without the source or the folder of the destination, and `ReadOnly` for a
-    ///         read-only folder or replaced file, both naming the source; `AlreadyExists` for an entry that
-    ///         is not replaced, naming the destination
+    /// @throws Exception `NotFound` when the source or the folder of the destination is missing, and
+    ///         `ReadOnly` for a read-only folder or replaced file, both naming the source; `AlreadyExists`
+    ///         for an entry that is not replaced, naming the destination
     virtual void doMoveFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const = 0;
 
@@ -116,7 +115,7 @@ public:
     virtual void doRemoveFolder(const StorageIRI& iri) const = 0;
 
     /// Removes a folder and everything below it, children first. Not atomic: what was removed before a
-    /// failure stays removed. An entry below that another thread has removed already is no failure. The root
+    /// failure stays removed. An entry that another thread has already removed is not a failure. The root
     /// itself stays, only its content is removed. A location is the root if it has no parent or no name in
     /// its resolved path.
     /// @param iri  a folder
@@ -151,7 +150,7 @@ public:
     /// @param iri      a file, or where one is to be created
     /// @param options  whether a missing file is created, an existing one emptied, and where writes go
     /// @return the stream, owned by the caller
-    /// @throws Exception `NotFound` without the folder, or when the file must exist and does not;
+    /// @throws Exception `NotFound` when the folder is missing, or the file when it must exist;
     ///         `AlreadyExists` or `NotFound` when a folder exists there; `ReadOnly` when the file, or for a
     ///         new one its folder, is read-only
     virtual std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -197,7 +196,7 @@ public:
     /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListAll(const StorageIRI& iri) const = 0;
 
-    /// Files and folders in a folder whose names match.
+    /// Files and folders with matching names in a folder.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the listing, before its first step, owned by the caller
@@ -211,7 +210,7 @@ public:
     /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListFiles(const StorageIRI& iri) const = 0;
 
-    /// Files in a folder whose names match.
+    /// Files with matching names in a folder.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the listing, before its first step, owned by the caller
@@ -225,7 +224,7 @@ public:
     /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListFolders(const StorageIRI& iri) const = 0;
 
-    /// Folders in a folder whose names match.
+    /// Folders with matching names in a folder.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the listing, before its first step, owned by the caller
@@ -239,7 +238,7 @@ public:
     /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListAllNamesOnly(const StorageIRI& iri) const;
 
-    /// The names of files and folders in a folder that match.
+    /// The matching names of files and folders in a folder.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the names, in the order of the listing
@@ -253,7 +252,7 @@ public:
     /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListFoldersNamesOnly(const StorageIRI& iri) const;
 
-    /// The names of folders in a folder that match.
+    /// The matching names of folders in a folder.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the names, in the order of the listing
@@ -267,7 +266,7 @@ public:
     /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListFilesNamesOnly(const StorageIRI& iri) const;
 
-    /// The names of files in a folder that match.
+    /// The matching names of files in a folder.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the names, in the order of the listing
@@ -281,7 +280,7 @@ public:
     /// @throws Exception `NotFound` when no folder exists there
     virtual std::unique_ptr<IFolderEntryIterator> doListAllRecursive(const StorageIRI& iri) const;
 
-    /// Everything below a folder whose own name matches.
+    /// Everything with a matching name below a folder.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the listing, before its first step, owned by the caller
@@ -295,7 +294,7 @@ public:
     /// @throws Exception `NotFound` when no folder exists there
     virtual std::vector<std::u16string> doListAllRecursiveNamesOnly(const StorageIRI& iri) const;
 
-    /// The relative paths of everything below a folder whose own name matches.
+    /// The relative paths of everything with a matching name below a folder.
     /// @param iri      a folder
     /// @param pattern  of names
     /// @return the paths, in the order of the listing
@@ -315,8 +314,8 @@ public:
     /// At most the bytes that the source has at the start are copied. If the source changes meanwhile, each
     /// block is as it was when it was read, and bytes that are truncated before they are read are missing.
     ///
-    /// Checked in this order: the source exists, the destination may be replaced, it is writable, its folder
-    /// is.
+    /// Checked in this order: the source exists, the destination may be replaced, the destination is
+    /// writable, its folder is writable.
     /// @param source       a file
     /// @param destination  the location of the copy, in an existing folder
     /// @param policy       what to do when an entry exists there

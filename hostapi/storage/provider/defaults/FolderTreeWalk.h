@@ -14,7 +14,7 @@ namespace foundation::storage::provider {
 
 /// Visits everything below a folder, depth first: call `advance`, then query the visited entry.
 ///
-/// Keeps the path back in a vector, so the depth of the tree costs no stack. A folder is listed by the
+/// Keeps its path in a vector, so a deep tree uses no more stack than a flat one. A folder is listed by the
 /// `advance` after its `FolderEntered`; if it is removed by then, it counts as empty. A folder with an empty
 /// name that has an entry with an empty name counts as empty too, because a provider that ignores empty names
 /// would list it endlessly. Visited entries may be removed during the walk.
