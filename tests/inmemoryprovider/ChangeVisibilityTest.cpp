@@ -1,5 +1,5 @@
-// Every change is atomic for other threads, and a listing delays changes in its own folder only. The tests stop a
-// change between two steps, or hold the mutex of a folder.
+// Every change is atomic for other threads, and a listing delays changes in its own folder only. The tests
+// stop a change between two steps, or hold the mutex of a folder.
 
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/InMemoryProvider.h"
@@ -233,13 +233,13 @@ TEST_F(HeldChange, aFolderIsAtOnePlaceInTheMiddleOfItsMove) {
     move.finish();
 }
 
-/// A change, and a folder in use that it concerns.
+/// A change, and one of its folders, which is in use.
 struct HeldUp {
     const char* name;
     const char16_t* inUse;
     std::function<void(InMemoryFileSystem&)> change;
-    const char16_t* created; ///< exists after the change and not before; none is empty
-    const char16_t* removed; ///< exists before the change and not after; none is empty
+    const char16_t* created; ///< exists after the change and not before; may be empty
+    const char16_t* removed; ///< exists before the change and not after; may be empty
 };
 
 void PrintTo(const HeldUp& heldUp, std::ostream* out) {
@@ -289,7 +289,7 @@ protected:
     }
 
 private:
-    /// Does not look into the folder in use, where lookups block too.
+    /// Uses `findChild`, which acquires no lock, because look-ups in the folder in use block.
     bool isAt(const Path& text) {
         const auto parent = folder(InMemoryEntryPath(text).parentPath().string());
         return !text.empty() && parent && parent->findChild(path(text));

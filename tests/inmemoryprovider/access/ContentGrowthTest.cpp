@@ -44,7 +44,7 @@ private:
     rlimit before_{};
 };
 
-/// Directly after a growth, twice the size could be in memory.
+/// If the old pages were not freed early, twice the size would be in memory directly after a growth.
 TEST(ContentGrowth, peaksAtTheSizeOfTheContent) {
 #ifdef QZSTORAGE_SANITIZED
     GTEST_SKIP() << "sanitizers keep memory of their own";

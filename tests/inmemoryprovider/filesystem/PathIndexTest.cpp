@@ -77,8 +77,8 @@ std::vector<std::u16string> namesUpTo(std::size_t count) {
     return names;
 }
 
-/// Names that hash to the last two slots of the smallest table, by the upper bits of 32: together they form one
-/// probe sequence that wraps around.
+/// Names with their first slots among the last two of the smallest table (upper bits of the hash). Together
+/// they form one probe sequence that wraps around.
 std::vector<std::u16string> namesOfLastHomes(std::size_t count) {
     std::vector<std::u16string> names;
     for (std::size_t number = 0; names.size() < count; ++number) {
@@ -168,7 +168,7 @@ bool isPowerOfTwo(std::size_t size) {
     return (size & (size - 1)) == 0;
 }
 
-/// Tables are doubled and halved if a power of two, or three quarters of one, is in use.
+/// Tables are doubled at three quarters of a power of two, and halved at a power of two.
 bool isNearAResizing(std::size_t size) {
     for (const std::size_t near : {size - 1, size, size + 1}) {
         if (isPowerOfTwo(near) || (near % 3 == 0 && isPowerOfTwo(near / 3))) {

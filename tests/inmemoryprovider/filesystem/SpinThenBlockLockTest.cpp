@@ -70,7 +70,7 @@ TEST(SpinThenBlockLock, waitsUntilTheMutexIsReleased) {
         });
         asking.wait(false);
         for (int i = 0; i < 1000; ++i) {
-            std::this_thread::yield(); // lets the other thread run too far
+            std::this_thread::yield(); // gives the other thread time to pass the lock
         }
         released = true;
     }

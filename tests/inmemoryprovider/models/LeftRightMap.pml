@@ -7,7 +7,7 @@
  * writer.
  *
  * All atomic operations of the code are sequentially consistent. So every execution of the code is an
- * interleaving of these steps. Readers stop at any time or never, and the writer never stops.
+ * interleaving of these steps. A reader may stop after any look-up; the writer never stops.
  */
 
 #define READERS 2
@@ -62,10 +62,10 @@ end:
     do
     :: break
     ::  t = turn;                               /* step: read the turn */
-        enter(t);                               /* step: count in */
+        enter(t);                               /* step: increment the counter */
         p = published;                          /* step: read which copy is published */
         lookUp(p);
-        leave(t);                               /* step: count out; before: wait for a folder in use */
+        leave(t);                               /* step: decrement the counter; before: wait for a folder in use */
         wake(t);                                /* step: wake the writer; before: wait for a folder in use */
         readIfInUse();                          /* step: wait for a folder in use */
         d_step { assert(isRead); t = 0; p = 0; old = 0; isRead = false }
@@ -108,11 +108,11 @@ active proctype Writer() {
     byte v;
     do
     ::  oldCopy = published;
-        change(1 - oldCopy);                    /* step: change the copy that nobody uses */
+        change(1 - oldCopy);                    /* step: change the unpublished copy */
         published = 1 - oldCopy;                /* step: publish it */
         oldTurn = turn;
         waitForReaders(1 - oldTurn);            /* step: wait for readers with an old turn */
-        turn = 1 - oldTurn;                     /* step: turn new readers to the other counter */
+        turn = 1 - oldTurn;                     /* step: direct new readers to the other counter */
         waitForReaders(oldTurn);                /* step: wait for the readers of this turn */
         change(oldCopy);                        /* step: change the other copy */
 progress:

@@ -34,7 +34,7 @@ byte map[2];            /* the folder map: the node at D, at E */
 byte child[2];          /* the root's children: the node at D, at E */
 bool file[NODES];       /* whether a folder has its file */
 bool locked[NODES];     /* the mutexes of the folders */
-bool copying[NODES];    /* whether a listing copies under that mutex, for long; what only the checks know */
+bool copying[NODES];    /* whether a listing copies under that mutex; for the assertions only */
 
 /* The publication. */
 byte seq;
@@ -133,17 +133,17 @@ again:
     node = nodeInMap;                           /* step: look the folder up */
     if
     :: node == NONE ->
-        findConflict();                         /* step: ask for a change that hides the folder */
+        findConflict();                         /* step: check for a change that hides the folder */
         if
         :: change != 0 -> waitFor(); goto again
         :: else
         fi;
         found = start;
-        found = seq;                            /* step: ask whether a change was under way since the start */
+        found = seq;                            /* step: check whether a change ran since the start */
         if :: found != start -> goto again :: else fi
     :: else ->
         lock(node);                             /* step: lock the folder */
-        findConflict();                         /* step: ask for a conflict; before: repeat the look-up */
+        findConflict();                         /* step: check for a conflict; before: repeat the look-up */
         found = node;
         found = nodeInMap;                      /* step: repeat the look-up */
         if
@@ -164,7 +164,7 @@ again:
 
 inline setChild(place, value) {
     assert(!copying[ROOT]);
-    lock(ROOT);                                 /* step: lock the parent of a folder that comes or goes */
+    lock(ROOT);                                 /* step: lock the parent of an added or removed folder */
     /* If a place already has a folder, that folder stays, here and in the map. */
     if
     :: value == NONE || child[place] == NONE ->
@@ -175,7 +175,7 @@ inline setChild(place, value) {
 }
 inline setFile(folder, value) {
     assert(!copying[folder]);
-    lock(folder);                               /* step: lock the folder of a file that comes or goes */
+    lock(folder);                               /* step: lock the folder of an added or removed file */
     file[folder] = value;                       /* step: change the folder's children */
     unlock(folder)
 }
@@ -245,32 +245,32 @@ active proctype Writer() {
             busy = false;
             publish();
             busy = locked[ROOT];                /* step: try the parent's mutex */
-            busy = busy || (kind == move && locked[map[from]]); /* step: try the mutex of the folder that is moved */
-            if :: busy -> kind = moveElsewhere :: else fi; /* no step of this change */
+            busy = busy || (kind == move && locked[map[from]]); /* step: try the moved folder's mutex */
+            if :: busy -> kind = moveElsewhere :: else fi; /* none of its steps */
             if
             :: kind == addFolder ->
                 setChild(from, new);
-                insert(from)                    /* step: put a new folder into the map */
+                insert(from)                    /* step: insert a new folder into the map */
             :: kind == removeFolder ->
                 setChild(from, NONE);
-                map[from] = NONE                /* step: take a removed folder out of the map */
+                map[from] = NONE                /* step: remove a removed folder from the map */
             :: kind == move ->
                 if
                 :: child[to] != NONE ->
-                    setChild(to, NONE);         /* step: take a replaced folder out of its parent */
-                    map[to] = NONE              /* step: take a replaced folder out of the map */
+                    setChild(to, NONE);         /* step: remove a replaced folder from its parent */
+                    map[to] = NONE              /* step: remove a replaced folder from the map */
                 :: else
                 fi;
                 setChild(to, new);
-                insert(to);                     /* step: put the moved folder into the map */
+                insert(to);                     /* step: insert the moved folder into the map */
                 old = map[from];
                 if :: file[old] -> setFile(old, false); setFile(new, true) :: else fi;
                 setChild(from, NONE);
-                map[from] = NONE                /* step: take the folder out of its old place in the map */
+                map[from] = NONE                /* step: remove the moved folder's old path from the map */
             :: kind == moveElsewhere
             fi;
             endPublication();                   /* step: end the publication */
-            wakeAll();                          /* step: wake those who wait */
+            wakeAll();                          /* step: wake the waiting reader */
         fi;
         d_step { from = 0; to = 0; new = 0; old = 0; kind = 0 }
     od
