@@ -26,7 +26,7 @@ bool belongsToStandardLibrary(const pthread_mutex_t* mutex) {
 #endif
 
 #ifdef QZSTORAGE_THREAD_SANITIZER
-// The sanitizer has replaced the function before us, and must go on hearing of every call.
+// The sanitizer replaces the function too, and must see every call.
 extern "C" int __interceptor_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
 static int unlock(pthread_mutex_t* mutex) {

@@ -4,11 +4,11 @@
 
 namespace storage::tests {
 
-/// While one lives, its thread calls `hook` right after it has unlocked a mutex, so also in the middle of an operation,
-/// between two steps of it. Mutexes that the hook itself unlocks do not count.
+/// During its lifetime, its thread calls `hook` after each unlocking of a mutex, so also between two steps of
+/// an operation. Mutexes that the hook itself unlocks do not count.
 ///
-/// Linking this replaces `pthread_mutex_unlock` in the whole program, shared libraries included. For one thread, and one at
-/// a time in it.
+/// Linking this replaces `pthread_mutex_unlock` in the whole program, including shared libraries. At most one
+/// object per thread.
 class UnlockHook {
 public:
     explicit UnlockHook(std::function<void()> hook);
