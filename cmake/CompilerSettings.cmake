@@ -27,7 +27,7 @@ if(QZSTORAGE_FUZZ)
     target_compile_options(qzstorage_fuzzing INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# The presets release and package compile the same code, with a compiler cache only once.
+# The presets release and package compile the same code; a compiler cache compiles it only once.
 find_program(QZSTORAGE_COMPILER_CACHE ccache)
 if(QZSTORAGE_COMPILER_CACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT QZSTORAGE_SANITIZE AND NOT QZSTORAGE_COVERAGE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${QZSTORAGE_COMPILER_CACHE})

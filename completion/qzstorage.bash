@@ -1,6 +1,6 @@
 # Completion of qzstorage for bash.
 
-# The candidates for the word under the cursor go to COMPREPLY.
+# Completes the word under the cursor from a list of words.
 _qzstorage_words() {
     mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current")
 }
@@ -19,7 +19,7 @@ _qzstorage_named_plugin() {
     ((i >= 3)) && [ "${COMP_WORDS[i]}" = "=" ] && [ "${COMP_WORDS[i - 2]}" = "--plugin" ]
 }
 
-# The candidates for what follows an option that takes a value; fails when $1 is no such option.
+# Completes the value of the option $1. Fails if that is no option with a value.
 _qzstorage_value() {
     case $1 in
         --plugin | --junit | --except-from) _qzstorage_paths f ;;
