@@ -167,7 +167,7 @@ protected:
     InMemoryFileSystem fileSystem;
 };
 
-TEST_F(HeldChange, aLookUpThatWaitsForItsFolderDoesNotHoldUpAChangeElsewhere) {
+TEST_F(HeldChange, aBlockedLookUpDoesNotBlockChangesElsewhere) {
     HeldFolder held(folder(u"/d"));
     std::atomic<bool> begun = false;
     auto lookUp = std::async(std::launch::async, [&] {
@@ -184,7 +184,7 @@ TEST_F(HeldChange, aLookUpThatWaitsForItsFolderDoesNotHoldUpAChangeElsewhere) {
     EXPECT_TRUE(lookUp.get());
 }
 
-TEST_F(HeldChange, aReplacedFileIsThereInTheMiddleOfTheMove) {
+TEST_F(HeldChange, aReplacedFileExistsDuringTheMove) {
     const auto replaced = nodeIn(u"/e", u"/e/y");
     ChangeMidway move(
         [&] { fileSystem.moveFileEntry(path(u"/d/x"), path(u"/e/y"), ReplacementPolicy::ReplaceExisting); },
@@ -205,7 +205,7 @@ TEST_F(HeldChange, aReplacedFileIsThereInTheMiddleOfTheMove) {
     EXPECT_EQ(sourceListed.get(), Names());
 }
 
-TEST_F(HeldChange, aFolderIsAtOnePlaceInTheMiddleOfItsMove) {
+TEST_F(HeldChange, aFolderHasOnePathDuringItsMove) {
     ChangeMidway move(
         [&] { fileSystem.moveFolderEntry(path(u"/a"), path(u"/b"), ReplacementPolicy::RefuseExisting); },
         [&] { return folder(u"/b") && nodeIn(u"/b", u"/b/f"); });
@@ -296,7 +296,7 @@ private:
     }
 };
 
-TEST_P(ChangeInUsedFolder, holdsUpNoChangeElsewhere) {
+TEST_P(ChangeInUsedFolder, blocksNoChangeElsewhere) {
     fileSystem.addFolderEntry(path(u"/a/empty"));
     HeldFolder held(folder(GetParam().inUse));
     std::atomic<bool> begun = false;
@@ -361,7 +361,7 @@ protected:
     InMemoryProvider provider;
 };
 
-TEST_F(ChangeRace, aFileThatIsReplacedByMovesNeverIsMissing) {
+TEST_F(ChangeRace, aFileReplacedByMovesIsNeverMissing) {
     const StorageIRI old(u"/g");
     const StorageIRI fresh(u"/new");
     provider.doCreateFile(old);
@@ -381,7 +381,7 @@ TEST_F(ChangeRace, aFileThatIsReplacedByMovesNeverIsMissing) {
         });
 }
 
-TEST_F(ChangeRace, aFileThatIsRenamedIsListedOnce) {
+TEST_F(ChangeRace, aRenamedFileIsListedOnce) {
     const StorageIRI one(u"/one");
     const StorageIRI two(u"/two");
     provider.doCreateFile(one);
@@ -394,7 +394,7 @@ TEST_F(ChangeRace, aFileThatIsRenamedIsListedOnce) {
         [&] { return namesIn(u"/").size() == 1 ? 0 : 1; });
 }
 
-TEST_F(ChangeRace, aFolderThatIsRenamedIsListedOnceWithAllItHolds) {
+TEST_F(ChangeRace, aRenamedFolderIsListedOnceWithItsContent) {
     const StorageIRI one(u"/one");
     const StorageIRI two(u"/two");
     for (const auto* folder : {u"/one", u"/one/s"}) {
@@ -424,7 +424,7 @@ TEST_F(ChangeRace, aFolderThatIsRenamedIsListedOnceWithAllItHolds) {
         });
 }
 
-TEST_F(ChangeRace, anEmptyFolderThatIsReplacedByMovesNeverIsMissing) {
+TEST_F(ChangeRace, anEmptyFolderReplacedByMovesIsNeverMissing) {
     const StorageIRI old(u"/g");
     const StorageIRI fresh(u"/new");
     provider.doCreateFolder(old);
@@ -441,7 +441,7 @@ TEST_F(ChangeRace, anEmptyFolderThatIsReplacedByMovesNeverIsMissing) {
         });
 }
 
-TEST_F(ChangeRace, aNewFolderIsInItsParentAndCanBeListedAtTheSameMoment) {
+TEST_F(ChangeRace, aNewFolderExistsAndCanBeListedAtTheSameMoment) {
     const StorageIRI folder(u"/a");
     std::atomic<int> changes = 0;
     run(
@@ -462,7 +462,7 @@ TEST_F(ChangeRace, aNewFolderIsInItsParentAndCanBeListedAtTheSameMoment) {
         });
 }
 
-TEST_F(ChangeRace, aFolderHasTheTimeOfAFileThatCanBeSeenInIt) {
+TEST_F(ChangeRace, aFolderHasTheTimeOfAFileVisibleInIt) {
     const StorageIRI folder(u"/d");
     const StorageIRI file(u"/d/f");
     const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));

@@ -19,7 +19,7 @@ using namespace foundation::storage::provider;
 using tests::answerOf;
 using tests::runTogether;
 
-TEST(Concurrency, lookingUpAFolderNeverWaitsForAnOperationOfTheTree) {
+TEST(Concurrency, lookingUpAFolderNeverWaitsForAChange) {
     const InMemoryEntryPath path(u"/f");
     const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));
     for (int round = 0; round < 50; ++round) {
@@ -43,7 +43,7 @@ TEST(Concurrency, lookingUpAFolderNeverWaitsForAnOperationOfTheTree) {
     }
 }
 
-TEST(Concurrency, readersFollowAFolderThatIsMovedBackAndForth) {
+TEST(Concurrency, readersFindAFolderThatMovesBackAndForth) {
     const InMemoryProvider provider;
     provider.doCreateFolder(StorageIRI(u"/a"));
     provider.doCreateFolder(StorageIRI(u"/a/s"));
@@ -99,7 +99,7 @@ void expectSound(const IProvider& provider, const std::u16string& folder) {
 }
 
 /// Creates and removes enough entries that every index of them is created, doubled and halved repeatedly.
-TEST(Concurrency, entriesThatStayAreFoundWhileManyOthersComeAndGo) {
+TEST(Concurrency, entriesAreFoundWhileManyOthersAreCreatedAndRemoved) {
     constexpr int rounds = 30;
     constexpr char16_t some = 10;
     constexpr char16_t many = 110;
@@ -185,7 +185,7 @@ TEST(Concurrency, firstWritesToManyFilesAreNotLostWhileTheirFolderMoves) {
     }
 }
 
-TEST(Concurrency, aStormOfAllOperationsLeavesTheTreeSound) {
+TEST(Concurrency, randomOperationsLeaveTheTreeConsistent) {
     const InMemoryProvider provider;
     const std::vector<std::u16string> paths{u"/a",   u"/b",     u"/a/a",   u"/a/b",   u"/b/a",
                                             u"/b/b", u"/a/a/a", u"/a/b/a", u"/b/a/b", u"/b/b/b"};

@@ -73,7 +73,7 @@ TEST_F(InMemoryProviderTest, beginsWithARootThatIsAFolder) {
     EXPECT_FALSE(provider->doListAll(at(u"/"))->hasNext());
 }
 
-TEST_F(InMemoryProviderTest, knowsTheRootByItsMissingParentOrItsOneSeparator) {
+TEST_F(InMemoryProviderTest, recognizesTheRootByMissingParentOrSingleSeparator) {
     const StorageIRI withoutParent(u"/anything", u"/anything", false);
     const StorageIRI separator(u"/", u"/mount", true);
     const StorageIRI empty(u"", u"", true);
@@ -100,7 +100,7 @@ TEST_F(InMemoryProviderTest, createsAndFindsFilesAndFolders) {
     EXPECT_FALSE(provider->doFolderExists(at(u"/a/f")));
 }
 
-TEST_F(InMemoryProviderTest, existenceTestsNeverThrowForWhatIsMissing) {
+TEST_F(InMemoryProviderTest, existenceTestsNeverThrowForMissingEntries) {
     for (const auto* path : {u"/x", u"/x/y", u"", u"a"}) {
         EXPECT_FALSE(provider->doFileExists(StorageIRI(path, path, true)));
         EXPECT_FALSE(provider->doFolderExists(StorageIRI(path, path, true)));
@@ -153,7 +153,7 @@ TEST_F(InMemoryProviderTest, describesFiles) {
     EXPECT_TRUE(attributes.isWritable());
 }
 
-TEST_F(InMemoryProviderTest, describesFoldersAndTheRoot) {
+TEST_F(InMemoryProviderTest, returnsAttributesOfFoldersAndTheRoot) {
     provider->doCreateFolder(at(u"/a"));
     for (const auto* path : {u"/a", u"/"}) {
         provider->doSetLastModified(at(path), longAgo);
@@ -175,7 +175,7 @@ TEST_F(InMemoryProviderTest, describingFails) {
     }
 }
 
-TEST_F(InMemoryProviderTest, aReadOnlyEntryCanBeRetimedAndMadeWritableAgain) {
+TEST_F(InMemoryProviderTest, timeAndFlagOfAReadOnlyEntryCanBeSet) {
     provider->doCreateFile(at(u"/f"));
     provider->doSetWritable(at(u"/f"), false);
     EXPECT_FALSE(provider->doGetFileAttributes(at(u"/f")).isWritable());
@@ -185,7 +185,7 @@ TEST_F(InMemoryProviderTest, aReadOnlyEntryCanBeRetimedAndMadeWritableAgain) {
     EXPECT_TRUE(provider->doGetFileAttributes(at(u"/f")).isWritable());
 }
 
-TEST_F(InMemoryProviderTest, settingFailsForWhatIsMissing) {
+TEST_F(InMemoryProviderTest, settingFailsForMissingEntries) {
     for (const auto* path : {u"/x", u"/x/y"}) {
         EXPECT_TRUE(
             fails(ErrorCode::NotFound, at(path), [&] { provider->doSetLastModified(at(path), longAgo); }));
@@ -193,7 +193,7 @@ TEST_F(InMemoryProviderTest, settingFailsForWhatIsMissing) {
     }
 }
 
-TEST_F(InMemoryProviderTest, theWritableFlagIsSetByThePathThatWasGiven) {
+TEST_F(InMemoryProviderTest, theWritableFlagIsSetByTheGivenPath) {
     provider->doCreateFile(at(u"/given"));
     provider->doCreateFile(at(u"/resolved"));
     provider->doSetWritable(StorageIRI(u"/resolved", u"/given", true), false);
@@ -209,7 +209,7 @@ TEST_F(InMemoryProviderTest, theTimeIsSetByTheResolvedPath) {
     EXPECT_EQ(provider->doGetFileAttributes(at(u"/resolved")).getLastModified(), longAgo);
 }
 
-TEST_F(InMemoryProviderTest, theWritableFlagOfTheRootNeedsALocationWithoutParent) {
+TEST_F(InMemoryProviderTest, theWritableFlagOfTheRootRequiresALocationWithoutParent) {
     const StorageIRI resolvedToRoot(u"/", u"/", true);
     EXPECT_TRUE(
         fails(ErrorCode::NotFound, resolvedToRoot, [&] { provider->doSetWritable(resolvedToRoot, false); }));
@@ -218,7 +218,7 @@ TEST_F(InMemoryProviderTest, theWritableFlagOfTheRootNeedsALocationWithoutParent
     EXPECT_FALSE(provider->doGetFolderAttributes(at(u"/")).isWritable());
 }
 
-TEST_F(InMemoryProviderTest, opensStreamsAsTheOptionsSay) {
+TEST_F(InMemoryProviderTest, opensStreamsAccordingToTheOptions) {
     write(u"/f", "0123456789");
     ByteStreamOpenOptions options;
     options.append = ByteStreamAppend::AppendAtEnd;
@@ -267,7 +267,7 @@ TEST_F(InMemoryProviderTest, listsByKindInTheOrderOfPaths) {
     EXPECT_TRUE(rest(*provider->doListFiles(at(u"/d/a"))).empty());
 }
 
-TEST_F(InMemoryProviderTest, aListingIsNotDisturbedByLaterChanges) {
+TEST_F(InMemoryProviderTest, aListingIgnoresLaterChanges) {
     provider->doCreateFile(at(u"/a"));
     const auto listing = provider->doListAll(at(u"/"));
     provider->doCreateFile(at(u"/b"));

@@ -17,14 +17,14 @@ using foundation::core::except::IInternalException;
 
 const InMemoryEntryPath path(u"/a/b");
 
-TEST(InternalExceptions, carryTheirMessages) {
+TEST(InternalExceptions, haveTheirMessages) {
     EXPECT_EQ(EntryNotFoundException(path).getMessage(), u"Entry /a/b could not be found");
     EXPECT_EQ(EntryExistsException(path).getMessage(), u"Entry /a/b already exists");
     EXPECT_EQ(ReadOnlyException(path).getMessage(), u"Entry /a/b is read-only.");
     EXPECT_EQ(FolderNotEmptyException(path).getMessage(), u"Entry /a/b is not empty");
 }
 
-TEST(InternalExceptions, sayTheirMessageInUtf8) {
+TEST(InternalExceptions, returnTheirMessageInUtf8) {
     EXPECT_EQ(EntryNotFoundException(InMemoryEntryPath(u"/\u00E9\U0001F600\xD800")).what(),
               "Entry /\u00E9\U0001F600\uFFFD could not be found");
 }

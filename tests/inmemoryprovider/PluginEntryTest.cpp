@@ -20,7 +20,7 @@ TEST(PluginEntry, installsAnEmptyProvider) {
     EXPECT_EQ(provider.use_count(), 1);
 }
 
-TEST(PluginEntry, destroysTheProviderItReplacesUnlessOthersHoldIt) {
+TEST(PluginEntry, destroysTheReplacedProviderUnlessItIsShared) {
     std::shared_ptr<IProvider> provider;
     buildProvider_V1(&provider);
     provider->doCreateFile(StorageIRI(u"/f"));
@@ -35,7 +35,7 @@ TEST(PluginEntry, destroysTheProviderItReplacesUnlessOthersHoldIt) {
     EXPECT_TRUE(second->doFolderExists(StorageIRI(u"/")));
 }
 
-TEST(PluginEntry, eachProviderHasATreeOfItsOwn) {
+TEST(PluginEntry, eachProviderHasItsOwnTree) {
     std::shared_ptr<IProvider> one;
     std::shared_ptr<IProvider> two;
     buildProvider_V1(&one);

@@ -17,7 +17,7 @@ using storage::tests::pluginIsLoaded;
 
 constexpr const char* pluginPath = QZSTORAGE_PLUGIN_PATH;
 
-TEST(Plugin, isLoadedUsedAndUnloadedAgainAndAgain) {
+TEST(Plugin, canBeLoadedAndUnloadedRepeatedly) {
     for (int round = 0; round < 20; ++round) {
         ASSERT_FALSE(pluginIsLoaded(pluginPath));
         {
@@ -34,7 +34,7 @@ TEST(Plugin, isLoadedUsedAndUnloadedAgainAndAgain) {
     }
 }
 
-TEST(Plugin, itsHostCatchesExceptionsByType) {
+TEST(Plugin, throwsExceptionsThatTheHostCatchesByType) {
     const LoadedPlugin plugin(pluginPath);
     const auto provider = plugin.build();
     try {
@@ -75,7 +75,7 @@ TEST(Plugin, offersBothEntryPoints) {
     dlclose(handle);
 }
 
-TEST(Plugin, isLoadedAndUnloadedByThreadsAtOnce) {
+TEST(Plugin, canBeLoadedAndUnloadedConcurrently) {
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {

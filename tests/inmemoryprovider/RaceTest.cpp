@@ -168,7 +168,7 @@ TEST_F(Race, openingNeverFailsBecauseAnotherThreadCreatesTheFile) {
     });
 }
 
-TEST_F(Race, aDeepFolderIsMadeForAllWhoWantIt) {
+TEST_F(Race, recursiveCreationSucceedsInEveryThread) {
     const auto create = [](const IProvider& provider) { provider.doCreateFolderRecursive(at(u"/a/b/c/d")); };
     run(nothing, {create, create, create, create}, [&] {
         for (std::size_t call = 0; call < 4; ++call) {
@@ -192,7 +192,7 @@ TEST_F(Race, ofTwoRemovalsOfOneFolderExactlyOneSucceeds) {
     });
 }
 
-TEST_F(Race, aFolderIsRemovedOrGetsAFile) {
+TEST_F(Race, aFolderIsRemovedOrReceivesAFile) {
     run(createFolder(u"/a"), {removeFolder(u"/a"), createFile(u"/a/f")}, [&] {
         EXPECT_NE(succeeded(0), succeeded(1));
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -202,7 +202,7 @@ TEST_F(Race, aFolderIsRemovedOrGetsAFile) {
     });
 }
 
-TEST_F(Race, aFolderIsRemovedOrGetsAFolder) {
+TEST_F(Race, aFolderIsRemovedOrReceivesAFolder) {
     run(createFolder(u"/a"), {removeFolder(u"/a"), createFolder(u"/a/b")}, [&] {
         EXPECT_NE(succeeded(0), succeeded(1));
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -226,7 +226,7 @@ TEST_F(Race, aFolderIsRemovedOrAFileMovesIntoIt) {
     });
 }
 
-TEST_F(Race, whatIsCreatedInAFolderThatIsRemovedWithAllItHoldsIsNeverLeftWithoutIt) {
+TEST_F(Race, recursiveRemovalOrphansNoNewFile) {
     const auto removeAll = [](const IProvider& provider) { provider.doRemoveFolderRecursively(at(u"/a")); };
     run(createFolder(u"/a"), {removeAll, createFile(u"/a/f")}, [&] {
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -256,7 +256,7 @@ void makeTwoFiles(const IProvider& provider) {
     provider.doOpenStream(at(u"/g"), {})->write(Record(2).bytes(), Record::size);
 }
 
-TEST_F(Race, ofTwoFilesMovedToOnePlaceTheOneThatIsRefusedStays) {
+TEST_F(Race, ofTwoFilesMovedToOnePathTheRefusedOneStays) {
     run(makeTwoFiles,
         {moveFile(u"/f", u"/t", ReplacementPolicy::RefuseExisting),
          moveFile(u"/g", u"/t", ReplacementPolicy::RefuseExisting)},
@@ -268,7 +268,7 @@ TEST_F(Race, ofTwoFilesMovedToOnePlaceTheOneThatIsRefusedStays) {
         });
 }
 
-TEST_F(Race, ofTwoFilesThatReplaceWhatIsInOnePlaceOneIsLeft) {
+TEST_F(Race, ofTwoFilesMovedToOnePathWithReplacementOneIsLeft) {
     run(makeTwoFiles,
         {moveFile(u"/f", u"/t", ReplacementPolicy::ReplaceExisting),
          moveFile(u"/g", u"/t", ReplacementPolicy::ReplaceExisting)},
@@ -279,7 +279,7 @@ TEST_F(Race, ofTwoFilesThatReplaceWhatIsInOnePlaceOneIsLeft) {
         });
 }
 
-TEST_F(Race, ofTwoCopiesToOnePlaceExactlyOneSucceedsAndNoTemporaryFileIsLeft) {
+TEST_F(Race, ofTwoCopiesToOnePathExactlyOneSucceedsAndNoTemporaryFileIsLeft) {
     const auto copy = [](const Path& source) {
         return [=](const IProvider& provider) {
             provider.doCopyFile(at(source), at(u"/t"), ReplacementPolicy::RefuseExisting);
@@ -313,7 +313,7 @@ TEST_F(Race, aCopyToAFolderThatMovesSucceedsOrLeavesAtMostItsTemporaryFile) {
     });
 }
 
-TEST_F(Race, aFileCreatedInAFolderThatMovesGoesWithItOrIsNotMade) {
+TEST_F(Race, aFileCreatedInAMovingFolderMovesWithItOrIsNotCreated) {
     run(createFolder(u"/a"),
         {moveFolder(u"/a", u"/b", ReplacementPolicy::RefuseExisting), createFile(u"/a/f")}, [&] {
             EXPECT_TRUE(succeeded(0)) << testing::PrintToString(answer(0));
@@ -324,7 +324,7 @@ TEST_F(Race, aFileCreatedInAFolderThatMovesGoesWithItOrIsNotMade) {
         });
 }
 
-TEST_F(Race, ofTwoFoldersThatMoveIntoEachOtherOneDoes) {
+TEST_F(Race, ofTwoFoldersThatMoveIntoEachOtherExactlyOneSucceeds) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         provider.doCreateFolder(at(u"/b"));
@@ -345,7 +345,7 @@ TEST_F(Race, ofTwoFoldersThatMoveIntoEachOtherOneDoes) {
         });
 }
 
-TEST_F(Race, ofTwoFoldersThatReplaceEachOtherTheEmptyOneGivesWay) {
+TEST_F(Race, ofTwoFoldersThatReplaceEachOtherTheEmptyOneIsReplaced) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         provider.doCreateFolder(at(u"/b"));
@@ -363,7 +363,7 @@ TEST_F(Race, ofTwoFoldersThatReplaceEachOtherTheEmptyOneGivesWay) {
         });
 }
 
-TEST_F(Race, aFileThatMustExistIsOpenedOrIsGone) {
+TEST_F(Race, aFileThatMustExistIsOpenedOrNotFound) {
     const auto prepare = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     const auto open = [](const IProvider& provider) {
         const auto stream = provider.doOpenStream(at(u"/f"), {.existence = ByteStreamExistence::MustExist});
@@ -378,7 +378,7 @@ TEST_F(Race, aFileThatMustExistIsOpenedOrIsGone) {
     });
 }
 
-TEST_F(Race, aFileIsOpenedBeforeItsRemovalOrMadeAfterIt) {
+TEST_F(Race, aFileIsOpenedBeforeItsRemovalOrCreatedAfterIt) {
     const auto prepare = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     std::uint64_t opened = 0;
     const auto open = [&](const IProvider& provider) {
@@ -434,7 +434,7 @@ std::array<std::vector<std::uint64_t>, 4> readRecords(ByteStream& stream) {
     return tags;
 }
 
-TEST(RacingStreams, appendsLoseAndTearNothingThoughTheFileMovesBackAndForth) {
+TEST(RacingStreams, appendsAreNeitherLostNorTornWhileTheFileMoves) {
     const InMemoryProvider provider;
     const std::array early{provider.doOpenStream(at(u"/f"), appending),
                            provider.doOpenStream(at(u"/f"), appending)};
@@ -519,7 +519,7 @@ TEST(RacingStreams, aReaderNeverSeesATornRecord) {
     runTogether({overwrite, appendAndEmpty, resize, read});
 }
 
-TEST(RacingStreams, aFileThatIsReplacedByMovesCanBeOpenedAtEveryMoment) {
+TEST(RacingStreams, aFileReplacedByMovesCanAlwaysBeOpened) {
     constexpr std::uint64_t last = 1000;
     const InMemoryProvider provider;
     provider.doOpenStream(at(u"/t"), {})->write(Record(1).bytes(), Record::size);
@@ -549,7 +549,7 @@ TEST(RacingStreams, aFileThatIsReplacedByMovesCanBeOpenedAtEveryMoment) {
     EXPECT_EQ(record, Record(last));
 }
 
-TEST(RacingListings, aListingIsTheFolderAtOneMoment) {
+TEST(RacingListings, aListingIsASnapshotOfTheFolder) {
     constexpr int files = 200;
     std::vector<Path> names;
     for (int i = 0; i < files; ++i) {
@@ -600,7 +600,7 @@ TEST(RacingListings, aFolderOnlyGrowsFromListingToListingWhileFilesAreCreated) {
 
 // Nodes by themselves, without a file system and its lock.
 
-TEST(RacingNodes, aFolderMayBeAskedAnythingWhileItsChildrenChange) {
+TEST(RacingNodes, aFolderCanBeQueriedWhileItsChildrenChange) {
     const boost::posix_time::ptime time(boost::gregorian::date(2001, 2, 3));
     const InMemoryEntryPath lasting(u"/a/lasting");
     const InMemoryEntryPath changing(u"/a/changing");

@@ -47,7 +47,7 @@ void expectGrown(const Bytes& content, std::size_t oldSize, const std::string& t
     EXPECT_EQ(std::string(content.begin() + static_cast<std::ptrdiff_t>(oldSize), content.end()), text);
 }
 
-TEST(ContentWithoutMemory, growsLessGenerouslyWhenThereIsNotThatMuch) {
+TEST(ContentWithoutMemory, growsWithLessSlackIfTheFirstAllocationFails) {
     for (const std::size_t size : {large, large + 1, 5 * large}) {
         for (const std::size_t added : {std::size_t{1}, size, 3 * size}) {
             SCOPED_TRACE(testing::Message() << added << " bytes added to " << size);
@@ -65,7 +65,7 @@ TEST(ContentWithoutMemory, growsLessGenerouslyWhenThereIsNotThatMuch) {
     }
 }
 
-TEST(ContentWithoutMemory, staysAsItWasWhenThereIsNotEvenThat) {
+TEST(ContentWithoutMemory, isUnchangedIfNoAllocationSucceeds) {
     for (const std::size_t size : {large - 1, large, 3 * large}) {
         auto content = fullContent(size);
         unsigned long position = 0;
@@ -83,7 +83,7 @@ TEST(ContentWithoutMemory, staysAsItWasWhenThereIsNotEvenThat) {
 }
 
 /// The constructor allocates the node, its content and its mutex.
-TEST(ContentWithoutMemory, aNodeIsMadeWholeOrNotAtAll) {
+TEST(ContentWithoutMemory, aNodeIsCreatedCompletelyOrNotAtAll) {
     const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
     std::shared_ptr<InMemoryFileEntry> file;
     std::size_t failures = 0;

@@ -52,7 +52,7 @@ TEST(FailingAllocation, reachesEveryFormOfNew) {
     }
 }
 
-TEST(FailingAllocation, isOverAfterOnceAndLastsForGood) {
+TEST(FailingAllocation, failsOnceOrFromThenOn) {
     {
         const FailingAllocation failure(0);
         EXPECT_FALSE(succeeds(throwingForms.at("plain")));
@@ -67,7 +67,7 @@ TEST(FailingAllocation, isOverAfterOnceAndLastsForGood) {
     EXPECT_TRUE(succeeds(form));
 }
 
-TEST(FailingAllocation, isNotNoticedByOtherThreads) {
+TEST(FailingAllocation, doesNotAffectOtherThreads) {
     bool succeeded = false;
     std::latch memoryIsShort(1);
     std::thread other([&] {

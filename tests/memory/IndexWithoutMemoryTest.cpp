@@ -67,7 +67,7 @@ TEST(IndexWithoutMemory, isNotBuiltAndCanBeBuiltLater) {
     expectFindsAll(index, map);
 }
 
-TEST(IndexWithoutMemory, isNoLongerThereWhenItCannotBeBuiltAnew) {
+TEST(IndexWithoutMemory, isAbsentWhenItCannotBeRebuilt) {
     auto map = mapOf(count);
     auto index = indexOf(map);
     const FailingAllocation failure(0);
@@ -87,7 +87,7 @@ TEST(IndexWithoutMemory, isDroppedWhenItCannotGrow) {
     EXPECT_FALSE(index);
 }
 
-TEST(IndexWithoutMemory, goesOnWithALargeTableWhenItCannotShrink) {
+TEST(IndexWithoutMemory, keepsALargeTableWhenItCannotShrink) {
     auto map = mapOf(count);
     auto index = indexOf(map);
     {
@@ -117,7 +117,7 @@ InMemoryEntryPath numberedPath(std::size_t number) {
 }
 
 /// Lets one allocation of each step fail, the first one of the first step, and so on as long as there is one.
-TEST(IndexWithoutMemory, keepsAllWhenNoSegmentCanBeAddedOrMerged) {
+TEST(IndexWithoutMemory, keepsAllElementsWhenNoSegmentCanBeAddedOrMerged) {
     constexpr std::size_t most = 5 * Index::segmentSize;
     for (std::size_t allowed = 0; allowed < 3; ++allowed) {
         Map map;
@@ -145,7 +145,7 @@ TEST(IndexWithoutMemory, keepsAllWhenNoSegmentCanBeAddedOrMerged) {
     }
 }
 
-TEST(IndexWithoutMemory, isNotBuiltWhicheverSegmentHasNoMemory) {
+TEST(IndexWithoutMemory, isNotBuiltWhicheverSegmentCannotBeAllocated) {
     constexpr std::size_t most = 5 * Index::segmentSize;
     Map map;
     for (std::size_t number = 0; number < most; ++number) {
@@ -180,7 +180,7 @@ void expectHolds(const IndexedMap& map, std::size_t size) {
 }
 
 /// Adds elements one by one. Lets one allocation of each addition fail until it succeeds.
-TEST(IndexWithoutMemory, leavesTheMapWholeWhicheverAllocationFails) {
+TEST(IndexWithoutMemory, keepsTheMapCompleteWhicheverAllocationFails) {
     IndexedMap map;
     std::size_t survivals = 0;
     for (std::size_t number = 0; number < count; ++number) {
@@ -207,7 +207,7 @@ TEST(IndexWithoutMemory, leavesTheMapWholeWhicheverAllocationFails) {
     EXPECT_GT(survivals, 0U);
 }
 
-TEST(IndexWithoutMemory, leavesAMapThatTakesAndGivesNodesWhole) {
+TEST(IndexWithoutMemory, keepsTheMapCompleteWhileNodesAreMoved) {
     std::vector<IndexedMap::node_type> nodes;
     for (auto map = mapOf(count); !map.empty();) {
         nodes.push_back(map.extract(map.begin()));

@@ -40,32 +40,32 @@ std::vector<Case> casesOf(const std::vector<std::vector<Operation>>& tables) {
     return cases;
 }
 
-class RefusedWhenMemoryRunsOut : public testing::TestWithParam<Case> {};
+class RefusedWhenOutOfMemory : public testing::TestWithParam<Case> {};
 
-TEST_P(RefusedWhenMemoryRunsOut, staysRefused) {
+TEST_P(RefusedWhenOutOfMemory, staysRefused) {
     sweepRefused(*GetParam().shape, GetParam().operation);
 }
 
-INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, RefusedWhenMemoryRunsOut,
+INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, RefusedWhenOutOfMemory,
                          testing::ValuesIn(casesOf({refusedOperations(), refusedHostOperations()})), nameOf);
 
-class WhenMemoryRunsOut : public testing::TestWithParam<Case> {};
+class WhenOutOfMemory : public testing::TestWithParam<Case> {};
 
-TEST_P(WhenMemoryRunsOut, once) {
+TEST_P(WhenOutOfMemory, once) {
     sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::Once);
 }
 
-TEST_P(WhenMemoryRunsOut, forGood) {
+TEST_P(WhenOutOfMemory, permanently) {
     sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::FromThenOn);
 }
 
-INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, WhenMemoryRunsOut,
+INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, WhenOutOfMemory,
                          testing::ValuesIn(casesOf({providerOperations(), moveOperations(),
                                                     streamOperations(), listingOperations(),
                                                     hostOperations()})),
                          nameOf);
 
-TEST(MemoryExhaustion, TriesEveryOperationOfAProvider) {
+TEST(MemoryExhaustion, CoversEveryOperationOfAProvider) {
     const auto& catalogue = foundation::storage::provider::providerOperations;
     std::set<std::optional<std::size_t>> called;
     for (const Case& tried : casesOf({providerOperations(), moveOperations(), hostOperations(),

@@ -51,18 +51,18 @@ void expectToHoldTheRootAlone(const IProvider& provider) {
     EXPECT_EQ(takeSnapshot(provider).size(), 2U);
 }
 
-TEST(WhenMemoryRunsOut, theEntryPointBuildsAWholeProviderOrLeavesThePointerAlone) {
+TEST(WhenOutOfMemory, theEntryPointBuildsAProviderOrKeepsThePointer) {
     expectToHoldTheRootAlone(
         *buildWithoutMemory("buildProvider_V1", [](auto& provider) { buildProvider_V1(&provider); }));
 }
 
-TEST(WhenMemoryRunsOut, aProviderIsBuiltWholeOrNotAtAll) {
+TEST(WhenOutOfMemory, aProviderIsBuiltCompletelyOrNotAtAll) {
     expectToHoldTheRootAlone(*buildWithoutMemory("buildInMemoryProvider", [](auto& provider) {
         provider = inmemoryprovider::buildInMemoryProvider();
     }));
 }
 
-TEST(WhenMemoryRunsOut, aProviderDiesAllTheSame) {
+TEST(WhenOutOfMemory, aProviderCanBeDestroyed) {
     for (const auto& shape : treeShapes()) {
         auto provider = build(shape);
         {
@@ -74,7 +74,7 @@ TEST(WhenMemoryRunsOut, aProviderDiesAllTheSame) {
     }
 }
 
-TEST(WhenMemoryRunsOut, noInternalExceptionIsThrownWithoutItsMessage) {
+TEST(WhenOutOfMemory, noInternalExceptionIsThrownWithoutItsMessage) {
     const inmemoryprovider::InMemoryEntryPath longPath(std::u16string(100, u'x'));
     const auto outcome = runInChild([&] {
         const FailingAllocation failure(0);

@@ -61,7 +61,7 @@ RC_GTEST_PROP(EntryPathProperties, AnyTwoTextsAreOrderedAndAppendedByTheRules, (
     RC_ASSERT(ruleBrokenBy(right, left) == "");
 }
 
-RC_GTEST_PROP(EntryPathProperties, AnyTextCanBeAppendedAgainAndAgain, ()) {
+RC_GTEST_PROP(EntryPathProperties, AnyTextCanBeAppendedRepeatedly, ()) {
     InMemoryEntryPath path(anyText());
     std::u16string expected = path.string();
     for (int i = 0; i < 3; ++i) {
@@ -73,7 +73,7 @@ RC_GTEST_PROP(EntryPathProperties, AnyTextCanBeAppendedAgainAndAgain, ()) {
     }
 }
 
-TEST(EntryPathProperties, EveryPathHasAnAddressThatLeadsToIt) {
+TEST(EntryPathProperties, EveryPathHasATextThatAddressesIt) {
     for (const auto& text : pathPool()) {
         const auto path = normalised(text);
         EXPECT_EQ(InMemoryEntryPath(addressOf(path)).string(), path) << shown(text);

@@ -81,7 +81,7 @@ constexpr auto deepEndings = std::to_array<DeepEnding>({
     {"listing clone", "behind some entries"},
 });
 
-TEST(ProviderAndModel, MeetInEveryDeepEnding) {
+TEST(ProviderAndModel, ReachEveryDeepOutcome) {
     constexpr std::uint64_t sequencesPerMix = 15;
     OutcomeTally tally;
     for (const Mix mix : {Mix::Everyday, Mix::Moves, Mix::Content, Mix::WeirdPaths}) {
@@ -100,7 +100,7 @@ TEST(ProviderAndModel, MeetInEveryDeepEnding) {
     }
 }
 
-TEST(ProviderAndModel, MeetInEveryRequiredOperation) {
+TEST(ProviderAndModel, CoverEveryRequiredOperation) {
     using foundation::storage::provider::ProviderOperation;
     for (const auto& [name, kind] : foundation::storage::provider::providerOperations) {
         const bool isTried = std::find(operationNames.begin(), operationNames.end(),

@@ -13,7 +13,7 @@
 namespace storage::inmemoryprovider::tests {
 namespace {
 
-TEST(ProviderAndModel, AgreeOnSequencesMadeOfRandomBytes) {
+TEST(ProviderAndModel, AgreeOnSequencesFromRandomBytes) {
     constexpr int sequences = 100;
     constexpr std::size_t length = 2000; // bytes; an operation takes a few of them
     constexpr std::size_t changesPerComparison = 4;

@@ -65,7 +65,7 @@ TEST(ContentGrowth, isEightfoldForLargeContents) {
     EXPECT_EQ(content.capacity(), 16 * mebibyte);
 }
 
-TEST(ContentGrowth, isTwofoldWhereTheAddressSpaceIsLimited) {
+TEST(ContentGrowth, isTwofoldIfTheAddressSpaceIsLimited) {
     const LimitedAddressSpace limited(RLIM_INFINITY - 1); // above the reservation of the sanitizers
     if (!LimitedAddressSpace::isInForce()) {
         GTEST_SKIP() << "the emulator does not pass the limit on";
@@ -82,7 +82,7 @@ TEST(ContentGrowth, preservesErrno) {
     EXPECT_EQ(errno, EDOM);
 }
 
-TEST(ContentGrowth, refusesASizeThatNoVectorCanHave) {
+TEST(ContentGrowth, refusesASizeAboveTheMaximum) {
     Bytes content(3, 'x');
     EXPECT_THROW(appendBytes(content, content.data(), content.max_size() - 2), std::length_error);
     EXPECT_EQ(content, Bytes(3, 'x'));

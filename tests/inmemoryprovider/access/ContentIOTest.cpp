@@ -47,7 +47,7 @@ protected:
     unsigned long position = 0;
 };
 
-TEST_F(ContentIOTest, readingAnEmptyFileGivesNone) {
+TEST_F(ContentIOTest, readingAnEmptyFileReturnsNone) {
     EXPECT_EQ(read(1), "none");
     EXPECT_EQ(read(0), "none");
     EXPECT_EQ(read(-1), "none");
@@ -63,14 +63,14 @@ TEST_F(ContentIOTest, readsUpToTheEndAndThenNone) {
     EXPECT_EQ(position, 10U);
 }
 
-TEST_F(ContentIOTest, readsNoMoreThanAskedFor) {
+TEST_F(ContentIOTest, readsNoMoreThanRequested) {
     fill("0123456789");
     EXPECT_EQ(read(4), "0123");
     EXPECT_EQ(read(1), "4");
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(ContentIOTest, readingZeroBytesGivesNoneAndDoesNotMove) {
+TEST_F(ContentIOTest, readingZeroBytesReturnsNoneAndKeepsThePosition) {
     fill("0123456789");
     EXPECT_EQ(read(0), "none");
     EXPECT_EQ(position, 0U);
@@ -79,14 +79,14 @@ TEST_F(ContentIOTest, readingZeroBytesGivesNoneAndDoesNotMove) {
     EXPECT_EQ(position, 3U);
 }
 
-TEST_F(ContentIOTest, aNegativeCountReadsAllThatIsLeft) {
+TEST_F(ContentIOTest, aNegativeCountReadsAllRemainingBytes) {
     fill("0123456789");
     position = 6;
     EXPECT_EQ(read(-1), "6789");
     EXPECT_EQ(position, 10U);
 }
 
-TEST_F(ContentIOTest, readingBehindTheEndGivesNoneAndDoesNotMove) {
+TEST_F(ContentIOTest, readingBeyondTheEndReturnsNoneAndKeepsThePosition) {
     fill("0123");
     position = 50;
     EXPECT_EQ(read(10), "none");
@@ -94,7 +94,7 @@ TEST_F(ContentIOTest, readingBehindTheEndGivesNoneAndDoesNotMove) {
     EXPECT_EQ(position, 50U);
 }
 
-TEST_F(ContentIOTest, appendsAtTheEndWhereverThePositionWas) {
+TEST_F(ContentIOTest, appendsAtTheEndFromAnyPosition) {
     fill("0123456789");
     position = 2;
     EXPECT_EQ(write("abcd", appending), 4);
@@ -118,7 +118,7 @@ TEST_F(ContentIOTest, overwritesInsideTheFile) {
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(ContentIOTest, overwritesUpToTheEndAndAppendsTheRest) {
+TEST_F(ContentIOTest, overwritesUpToTheEndAndAppendsTheRemainder) {
     fill("0123456789");
     position = 8;
     EXPECT_EQ(write("abcde", atPosition), 5);
@@ -141,14 +141,14 @@ TEST_F(ContentIOTest, everyNumberButZeroWritesAtThePosition) {
     EXPECT_EQ(bytes(), "0x23");
 }
 
-TEST_F(ContentIOTest, writingBehindTheEndJoinsTheEndWithoutAGap) {
+TEST_F(ContentIOTest, writingBeyondTheEndAppendsWithoutAGap) {
     position = 50;
     EXPECT_EQ(write("abcd", atPosition), 4);
     EXPECT_EQ(bytes(), "abcd");
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(ContentIOTest, writingNothingLeavesThePositionAlsoBehindTheEnd) {
+TEST_F(ContentIOTest, writingNothingKeepsThePositionEvenBeyondTheEnd) {
     fill("0123");
     position = 50;
     EXPECT_EQ(write("", atPosition), 0);
@@ -159,7 +159,7 @@ TEST_F(ContentIOTest, writingNothingLeavesThePositionAlsoBehindTheEnd) {
     EXPECT_EQ(bytes(), "0123");
 }
 
-TEST_F(ContentIOTest, aNegativeCountWritesNothingAndComesBack) {
+TEST_F(ContentIOTest, aNegativeCountWritesNothingAndIsReturned) {
     fill("0123");
     position = 2;
     EXPECT_EQ(writeContent(content, "abc", -3, position, atPosition), -3);
@@ -257,7 +257,7 @@ TEST(LargeContent, growsRarely) {
     EXPECT_LE(growths, 8);
 }
 
-TEST_F(ContentIOTest, aLargeWriteOverTheEndKeepsWhatStandsBeforeIt) {
+TEST_F(ContentIOTest, aLargeWriteAcrossTheEndKeepsTheBytesBeforeIt) {
     fill("0123456789");
     position = 8;
     const std::string large(3 * mebibyte, 'x');
@@ -266,7 +266,7 @@ TEST_F(ContentIOTest, aLargeWriteOverTheEndKeepsWhatStandsBeforeIt) {
     EXPECT_EQ(position, content.size());
 }
 
-TEST_F(ContentIOTest, aLargeFileThatWasEmptiedGoesOnFromItsBeginning) {
+TEST_F(ContentIOTest, anEmptiedLargeFileIsWrittenFromItsBeginning) {
     write(std::string(2 * mebibyte, 'x'), appending);
     const auto capacity = content.capacity();
     content.clear();
@@ -275,7 +275,7 @@ TEST_F(ContentIOTest, aLargeFileThatWasEmptiedGoesOnFromItsBeginning) {
     EXPECT_EQ(content.capacity(), capacity);
 }
 
-TEST_F(ContentIOTest, aSizeNoVectorCanHaveLeavesTheOverwrittenPartAndThePosition) {
+TEST_F(ContentIOTest, aSizeAboveTheMaximumKeepsTheOverwrittenPartAndThePosition) {
     fill("0123456789");
     position = 8;
     std::string buffer = "ab";
@@ -307,7 +307,7 @@ TEST_F(ContentIOTest, seeksInAnEmptyFileOnlyToItsBeginning) {
     EXPECT_EQ(position, 0U);
 }
 
-TEST_F(ContentIOTest, doesNotMoveWhenTheTargetLiesOutsideTheFile) {
+TEST_F(ContentIOTest, keepsThePositionIfTheTargetIsOutsideTheFile) {
     fill("0123456789");
     position = 5;
     EXPECT_EQ(seek(11, std::ios_base::beg), -1);
@@ -318,7 +318,7 @@ TEST_F(ContentIOTest, doesNotMoveWhenTheTargetLiesOutsideTheFile) {
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(ContentIOTest, refusesADirectionItDoesNotKnow) {
+TEST_F(ContentIOTest, refusesAnUnknownDirection) {
     fill("0123456789");
     position = 5;
     EXPECT_EQ(seek(0, static_cast<std::ios_base::seekdir>(77)), -1);
@@ -334,7 +334,7 @@ TEST_F(ContentIOTest, refusesASumThatOverflows) {
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(ContentIOTest, seeksRelativeToAPositionBehindTheEnd) {
+TEST_F(ContentIOTest, seeksRelativeToAPositionBeyondTheEnd) {
     fill("0123456789");
     position = 50;
     EXPECT_EQ(seek(0, std::ios_base::cur), -1);

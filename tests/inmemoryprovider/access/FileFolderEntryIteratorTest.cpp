@@ -48,13 +48,13 @@ std::vector<FolderEntry> list(const Snapshot& children) {
     return rest(listing);
 }
 
-TEST(FileFolderEntryIterator, anEmptyFolderHasNothingOfAnyKind) {
+TEST(FileFolderEntryIterator, isEmptyForAnEmptyFolder) {
     EXPECT_FALSE(All(Snapshot()).hasNext());
     EXPECT_FALSE(Files(Snapshot()).hasNext());
     EXPECT_FALSE(Folders(Snapshot()).hasNext());
 }
 
-TEST(FileFolderEntryIterator, aFolderOfOnlyTheOtherKindHasNothing) {
+TEST(FileFolderEntryIterator, isEmptyForAFolderOfTheOtherKindOnly) {
     const auto folders = snapshot({{u"a", aFolder}, {u"b", aFolder}});
     const auto files = snapshot({{u"a", aFile}, {u"b", aFile}});
     EXPECT_FALSE(Files(folders).hasNext());
@@ -73,7 +73,7 @@ TEST(FileFolderEntryIterator, yieldsTheAcceptedKindInTheOrderOfPaths) {
     EXPECT_EQ(list<Folders>(children), (std::vector{FolderEntry(u"a", aFolder), FolderEntry(u"d", aFolder)}));
 }
 
-TEST(FileFolderEntryIterator, readingTheEntryDoesNotMove) {
+TEST(FileFolderEntryIterator, readingTheEntryKeepsThePosition) {
     All listing(snapshot({{u"a", aFolder}, {u"b", aFile}}));
     listing.step();
     EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFolder));
@@ -88,7 +88,7 @@ TEST(FileFolderEntryIterator, keepsTheLastEntryAtTheEnd) {
     EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFile));
 }
 
-TEST(FileFolderEntryIterator, aCloneYieldsWhatIsLeftIndependently) {
+TEST(FileFolderEntryIterator, aCloneYieldsTheRemainingEntriesIndependently) {
     const auto children = snapshot({{u"a", aFile}, {u"b", aFolder}, {u"c", aFile}, {u"d", aFile}});
     Files listing(children);
     listing.step();
@@ -101,7 +101,7 @@ TEST(FileFolderEntryIterator, aCloneYieldsWhatIsLeftIndependently) {
 
 /// Each name must be correct, whether the listing or a clone of it is stepped first. The names are too long
 /// for the small string optimization, so a moved-from string is detected.
-TEST(FileFolderEntryIterator, clonesMadeAfterAnyNumberOfStepsYieldTheRestByTheirFullNames) {
+TEST(FileFolderEntryIterator, clonesAfterAnyNumberOfStepsYieldTheRemainingFullNames) {
     const std::u16string beginning = u"a name that is rather long, number ";
     std::vector<FolderEntry> all;
     std::vector<std::pair<std::u16string, FolderEntry::EntryType>> children;
@@ -126,7 +126,7 @@ TEST(FileFolderEntryIterator, clonesMadeAfterAnyNumberOfStepsYieldTheRestByTheir
     EXPECT_FALSE(listing.hasNext());
 }
 
-TEST(FileFolderEntryIterator, takesNothingFromTheSnapshotItWasMadeOf) {
+TEST(FileFolderEntryIterator, leavesTheOriginalSnapshotUnchanged) {
     const auto children = snapshot({{u"a file with a rather long name", aFile}, {u"b", aFolder}});
     const auto first = list<All>(children);
     EXPECT_EQ(list<All>(children), first);
@@ -140,7 +140,7 @@ TEST(FileFolderEntryIterator, aCloneOutlivesItsOriginal) {
     EXPECT_EQ(rest(*clone), (std::vector{FolderEntry(u"b", aFolder)}));
 }
 
-TEST(FileFolderEntryIterator, aCloneAtTheBeginningAndAtTheEndStandsThereToo) {
+TEST(FileFolderEntryIterator, aCloneHasThePositionOfItsOriginal) {
     All listing(snapshot({{u"a", aFile}}));
     EXPECT_EQ(rest(*listing.clone()), (std::vector{FolderEntry(u"a", aFile)}));
     listing.step();

@@ -33,7 +33,7 @@ protected:
         InMemoryEntryPath(u"/f"), boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3)), true);
 };
 
-TEST_F(InMemoryByteStreamTest, beginsAtTheBeginning) {
+TEST_F(InMemoryByteStreamTest, startsAtTheBeginning) {
     const auto stream = open(ByteStreamAppend::WriteAtPosition);
     EXPECT_EQ(stream->seek(0, std::ios_base::cur), std::streampos(0));
 }
@@ -48,7 +48,7 @@ TEST_F(InMemoryByteStreamTest, eachStreamHasItsOwnPositionOnSharedBytes) {
     EXPECT_EQ(writer->read(nullptr, 1), -1);
 }
 
-TEST_F(InMemoryByteStreamTest, writesInTheModeItWasOpenedIn) {
+TEST_F(InMemoryByteStreamTest, writesInItsMode) {
     open(ByteStreamAppend::WriteAtPosition)->write("hello", 5);
     const auto appender = open(ByteStreamAppend::AppendAtEnd);
     appender->write("!", 1);
@@ -94,7 +94,7 @@ std::ptrdiff_t residentPagesBehind(std::vector<std::uint8_t>& content) {
     return std::count_if(pages.begin(), pages.end(), [](unsigned char page) { return (page & 1U) != 0; });
 }
 
-TEST_F(InMemoryByteStreamTest, freesTheUnusedPartOfTheLastHugePageWhenItIsClosed) {
+TEST_F(InMemoryByteStreamTest, freesTheUnusedPartOfTheLastHugePageWhenClosed) {
     const std::string bytes(20 * mebibyte, 'x');
     open(ByteStreamAppend::AppendAtEnd)->write(bytes.data(), static_cast<long>(bytes.size()));
     const auto content = file->getContent();

@@ -71,11 +71,11 @@ void expectDestroyedOnASmallStack(const std::vector<std::u16string>& beside) {
     EXPECT_TRUE(deepest.expired());
 }
 
-TEST(DeepTree, aChainThatOnlyItsTopHoldsIsDestroyedOnASmallStack) {
+TEST(DeepTree, aChainThatOnlyItsTopReferencesIsDestroyedOnASmallStack) {
     expectDestroyedOnASmallStack({});
 }
 
-TEST(DeepTree, isDestroyedOnASmallStackAlsoWithFoldersBesideTheWayDown) {
+TEST(DeepTree, isDestroyedOnASmallStackWithSiblings) {
     expectDestroyedOnASmallStack({u"c"});
     expectDestroyedOnASmallStack({u"e"});
 }

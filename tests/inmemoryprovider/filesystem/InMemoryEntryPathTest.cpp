@@ -19,7 +19,7 @@ struct Derivation {
 
 class NormalisationTest : public testing::TestWithParam<Derivation> {};
 
-TEST_P(NormalisationTest, bringsTheTextIntoNormalForm) {
+TEST_P(NormalisationTest, normalisesTheText) {
     const Path path(GetParam().input);
     EXPECT_EQ(path.string(), GetParam().expected);
     EXPECT_EQ(path.view(), GetParam().expected);
@@ -59,7 +59,7 @@ struct HasParent {
 
 class HasParentTest : public testing::TestWithParam<HasParent> {};
 
-TEST_P(HasParentTest, asksForASeparatorInAPathThatIsNotTheRoot) {
+TEST_P(HasParentTest, isTrueForASeparatorExceptInTheRoot) {
     EXPECT_EQ(Path(GetParam().input).hasParent(), GetParam().expected);
 }
 
@@ -91,7 +91,7 @@ struct Appending {
 
 class AppendTest : public testing::TestWithParam<Appending> {};
 
-TEST_P(AppendTest, joinsWithOneSeparatorAndLeavesTheWholeAsItIs) {
+TEST_P(AppendTest, joinsWithOneSeparatorWithoutNormalising) {
     Path path(GetParam().base);
     EXPECT_EQ(path.appended(GetParam().name).string(), GetParam().expected);
     EXPECT_EQ(path, Path(GetParam().base));
@@ -128,7 +128,7 @@ TEST(InMemoryEntryPath, isFoundInAMapByItsText) {
     }
 }
 
-TEST(InMemoryEntryPath, viewsOfAnAppendedPathFollowItsText) {
+TEST(InMemoryEntryPath, viewsOfAnAppendedPathShowItsNewText) {
     Path path(u"/");
     path.append(u"b");
     EXPECT_EQ(path.parentView(), u"/");
@@ -169,7 +169,7 @@ TEST(InMemoryEntryPath, ordersCodeUnitsOfZeroLikeOthers) {
     EXPECT_FALSE(letters < zeros);
 }
 
-TEST(InMemoryEntryPath, equalsWhatHasTheSameCodeUnits) {
+TEST(InMemoryEntryPath, equalsAPathWithTheSameCodeUnits) {
     EXPECT_EQ(Path(u"/a/"), Path(u"//a"));
     EXPECT_FALSE(Path(u"/a") == Path(u"/A"));
     EXPECT_FALSE(Path(u"/a") == Path(u"/ab"));

@@ -13,7 +13,7 @@ InMemoryEntryPath path(std::u16string text) {
     return InMemoryEntryPath(std::move(text));
 }
 
-TEST(InMemoryEntry, givesBackWhatItWasMadeWith) {
+TEST(InMemoryEntry, returnsItsConstructorArguments) {
     const InMemoryFileEntry entry(path(u"/a/f"), early, false);
     EXPECT_EQ(entry.getPath(), path(u"/a/f"));
     EXPECT_EQ(&entry.path(), &entry.path());
@@ -27,13 +27,13 @@ TEST(InMemoryEntry, namesTheRootByItsSeparator) {
     EXPECT_EQ(InMemoryFolderEntry(path(u"/"), early, true).getName(), u"/");
 }
 
-TEST(InMemoryEntry, takesAnyTimeAlsoAnEarlierOne) {
+TEST(InMemoryEntry, acceptsAnEarlierTime) {
     InMemoryFolderEntry entry(path(u"/a"), late, true);
     entry.setLastModifiedTime(early);
     EXPECT_EQ(entry.getLastModifiedTime(), early);
 }
 
-TEST(InMemoryEntry, takesTheWritableFlag) {
+TEST(InMemoryEntry, storesTheWritableFlag) {
     InMemoryFolderEntry entry(path(u"/a"), late, true);
     entry.setWritable(false);
     EXPECT_FALSE(entry.isWritable());
@@ -41,7 +41,7 @@ TEST(InMemoryEntry, takesTheWritableFlag) {
     EXPECT_TRUE(entry.isWritable());
 }
 
-TEST(InMemoryEntry, equalsByKindAndPathAlone) {
+TEST(InMemoryEntry, comparesKindAndPathOnly) {
     const InMemoryFileEntry file(path(u"/a"), early, true);
     const InMemoryFileEntry sameButTimeAndFlag(path(u"/a"), late, false);
     const InMemoryFileEntry other(path(u"/b"), early, true);
@@ -51,7 +51,7 @@ TEST(InMemoryEntry, equalsByKindAndPathAlone) {
     EXPECT_FALSE(static_cast<const InMemoryEntry&>(file) == folder);
 }
 
-TEST(InMemoryEntry, tellsItsKind) {
+TEST(InMemoryEntry, reportsItsKind) {
     EXPECT_FALSE(InMemoryFileEntry(path(u"/a"), early, true).isFolder());
     EXPECT_TRUE(InMemoryFolderEntry(path(u"/a"), early, true).isFolder());
 }

@@ -32,7 +32,7 @@ protected:
     unsigned long position = 0;
 };
 
-TEST_F(InMemoryFileEntryTest, beginsEmptyWithContentAndMutexOfItsOwn) {
+TEST_F(InMemoryFileEntryTest, startsEmptyWithItsOwnContentAndMutex) {
     InMemoryFileEntry other(path(), someTime, true);
     ASSERT_NE(file.getContent(), nullptr);
     EXPECT_TRUE(file.getContent()->empty());
@@ -41,7 +41,7 @@ TEST_F(InMemoryFileEntryTest, beginsEmptyWithContentAndMutexOfItsOwn) {
     EXPECT_NE(file.getMutex(), other.getMutex());
 }
 
-TEST_F(InMemoryFileEntryTest, keepsContentAndMutexAliveEachByItself) {
+TEST_F(InMemoryFileEntryTest, contentAndMutexEachOutliveTheEntry) {
     auto dropped = std::make_unique<InMemoryFileEntry>(path(), someTime, true);
     dropped->write("abc", 3, position, ByteStreamAppend::AppendAtEnd);
     const auto mutex = dropped->getMutex();
@@ -52,7 +52,7 @@ TEST_F(InMemoryFileEntryTest, keepsContentAndMutexAliveEachByItself) {
     const std::lock_guard lock(*mutex);
 }
 
-TEST_F(InMemoryFileEntryTest, hasAMutexOfItsOwnForBytesGivenAlone) {
+TEST_F(InMemoryFileEntryTest, createsAMutexForBytesGivenWithoutOne) {
     const auto content = std::make_shared<std::vector<std::uint8_t>>(3);
     InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, content);
     EXPECT_EQ(other.getContent(), content);
@@ -94,7 +94,7 @@ TEST_F(InMemoryFileEntryTest, excludesAccessToASharedPosition) {
     }
 }
 
-TEST_F(InMemoryFileEntryTest, sharesTheContentItIsGiven) {
+TEST_F(InMemoryFileEntryTest, sharesGivenContent) {
     InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent());
     other.write("abc", 3, position, ByteStreamAppend::WriteAtPosition);
     EXPECT_EQ(file.getContent(), other.getContent());
@@ -112,7 +112,7 @@ TEST_F(InMemoryFileEntryTest, readsWritesAndSeeksAtTheCallersPosition) {
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(InMemoryFileEntryTest, truncationEmptiesAllWhoShareTheBytesAndKeepsTheirMemory) {
+TEST_F(InMemoryFileEntryTest, truncationEmptiesAllOwnersOfTheBytesAndKeepsTheCapacity) {
     file.write("hello", 5, position, ByteStreamAppend::AppendAtEnd);
     InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent());
     const auto content = file.getContent();
@@ -124,7 +124,7 @@ TEST_F(InMemoryFileEntryTest, truncationEmptiesAllWhoShareTheBytesAndKeepsTheirM
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(InMemoryFileEntryTest, neverTouchesTimeOrFlag) {
+TEST_F(InMemoryFileEntryTest, neverChangesTimeOrFlag) {
     InMemoryFileEntry readOnly(path(), someTime, false);
     readOnly.write("x", 1, position, ByteStreamAppend::AppendAtEnd);
     readOnly.seek(0, std::ios_base::beg, position);

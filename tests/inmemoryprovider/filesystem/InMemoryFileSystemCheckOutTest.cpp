@@ -57,7 +57,7 @@ protected:
     }
 };
 
-TEST_F(CheckOutTest, createsAMissingFileStampedLikeItsParent) {
+TEST_F(CheckOutTest, createsAMissingFileWithTheTimeOfItsParent) {
     addFolder(u"/a");
     age({u"/", u"/a"});
     const auto stream = open(u"/a/f", keeping());
@@ -86,7 +86,7 @@ TEST_F(CheckOutTest, openingCanEmptyTheFile) {
     EXPECT_EQ(file(u"/f")->getContent(), content);
 }
 
-TEST_F(CheckOutTest, onlyZeroEmptiesAndOnlyOneDemandsExistence) {
+TEST_F(CheckOutTest, onlyZeroEmptiesAndOnlyOneRequiresExistence) {
     addFile(u"/f", "0123456789");
     ByteStreamOpenOptions options;
     options.content = static_cast<ByteStreamContent>(5);
@@ -104,7 +104,7 @@ TEST_F(CheckOutTest, theFirstFieldIsIgnored) {
     EXPECT_EQ(bytesOf(u"/f"), "abc");
 }
 
-TEST_F(CheckOutTest, theStreamWritesInTheModeOfTheOptions) {
+TEST_F(CheckOutTest, writesInTheModeOfTheOptions) {
     addFile(u"/f", "0123456789");
     open(u"/f", appending())->write("ab", 2);
     open(u"/f", keeping())->write("xy", 2);
@@ -144,7 +144,7 @@ TEST_F(CheckOutTest, aWritableFileInAReadOnlyFolderIsOpened) {
     EXPECT_NE(open(u"/a/f", keeping()), nullptr);
 }
 
-TEST_F(CheckOutTest, aFolderInTheWayWinsOverTheDemandForAFileWhichWinsOverAReadOnlyParent) {
+TEST_F(CheckOutTest, checksForAFolderThenForExistenceThenForAReadOnlyParent) {
     addFolder(u"/a");
     addFolder(u"/a/b");
     makeReadOnly(u"/a");
@@ -208,7 +208,7 @@ TEST_F(CheckOutTest, aStreamOutlivesTheFileSystem) {
     EXPECT_EQ(stream->write("abc", 3), 3);
 }
 
-TEST_F(CheckOutTest, aStreamSharesItsBytesWithTheFileThatAMoveMade) {
+TEST_F(CheckOutTest, aStreamSharesItsBytesWithTheMovedFile) {
     const auto before = open(u"/f", appending());
     fileSystem.moveFileEntry(path(u"/f"), path(u"/g"),
                              foundation::storage::provider::ReplacementPolicy::RefuseExisting);

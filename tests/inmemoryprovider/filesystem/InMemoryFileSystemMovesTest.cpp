@@ -35,7 +35,7 @@ protected:
 
 class MoveFileTest : public MovesFixture {};
 
-TEST_F(MoveFileTest, takesTheBytesAlongAndStampsFileAndFolders) {
+TEST_F(MoveFileTest, keepsTheBytesAndStampsFileAndFolders) {
     addFolder(u"/a");
     addFolder(u"/b");
     addFile(u"/a/f", "abc");
@@ -57,7 +57,7 @@ TEST_F(MoveFileTest, takesTheBytesAlongAndStampsFileAndFolders) {
     EXPECT_EQ(oldNode->getLastModifiedTime(), longAgo);
 }
 
-TEST_F(MoveFileTest, ofAFileNeverWrittenToMakesOneThatIsEmptyAndCanBeWrittenTo) {
+TEST_F(MoveFileTest, ofAnUnwrittenFileCreatesAnEmptyFileThatCanBeWritten) {
     addFile(u"/f");
     movingFile(u"/f", u"/g", refuse)();
     EXPECT_EQ(file(u"/g")->getFileSize(), 0U);
@@ -66,7 +66,7 @@ TEST_F(MoveFileTest, ofAFileNeverWrittenToMakesOneThatIsEmptyAndCanBeWrittenTo) 
 }
 
 /// Bytes that are written through the old node after the move are in the new node, and vice versa.
-TEST_F(MoveFileTest, ofAFileNeverWrittenToSharesTheBytesWithAnOpenStream) {
+TEST_F(MoveFileTest, ofAnUnwrittenFileSharesTheBytesWithAnOpenStream) {
     addFile(u"/f");
     const auto stream = fileSystem.checkOutFileEntry(path(u"/f"), {});
     movingFile(u"/f", u"/g", refuse)();
@@ -79,7 +79,7 @@ TEST_F(MoveFileTest, ofAFileNeverWrittenToSharesTheBytesWithAnOpenStream) {
     EXPECT_EQ(read, "defg....");
 }
 
-TEST_F(MoveFileTest, ofAFileNeverWrittenToSharesTheBytesWithAStreamThatOnlyReads) {
+TEST_F(MoveFileTest, ofAnUnwrittenFileSharesTheBytesWithAReadOnlyStream) {
     addFile(u"/f");
     const auto stream = static_cast<const InMemoryFileSystem&>(fileSystem).checkOutFileEntry(path(u"/f"));
     movingFile(u"/f", u"/g", refuse)();
@@ -89,7 +89,7 @@ TEST_F(MoveFileTest, ofAFileNeverWrittenToSharesTheBytesWithAStreamThatOnlyReads
     EXPECT_EQ(read, "abc.");
 }
 
-TEST_F(MoveFileTest, sharesTheBytesWithAStreamAlsoAfterSeveralMoves) {
+TEST_F(MoveFileTest, sharesTheBytesWithAStreamAfterSeveralMoves) {
     addFile(u"/f");
     const auto stream = fileSystem.checkOutFileEntry(path(u"/f"), {});
     movingFile(u"/f", u"/g", refuse)();
@@ -98,7 +98,7 @@ TEST_F(MoveFileTest, sharesTheBytesWithAStreamAlsoAfterSeveralMoves) {
     EXPECT_EQ(bytesOf(u"/h"), "abc");
 }
 
-TEST_F(MoveFileTest, ofAFileWhoseStreamWasClosedKeepsWhatTheStreamWrote) {
+TEST_F(MoveFileTest, keepsBytesWrittenByAClosedStream) {
     addFile(u"/f");
     fileSystem.checkOutFileEntry(path(u"/f"), {})->write("abc", 3);
     movingFile(u"/f", u"/g", refuse)();
@@ -123,7 +123,7 @@ TEST_F(MoveFileTest, keepsTheWritableFlag) {
     EXPECT_FALSE(isWritable(u"/g"));
 }
 
-TEST_F(MoveFileTest, replacesAFileUnderEveryPolicyButTwo) {
+TEST_F(MoveFileTest, replacesAFileUnderEveryOtherPolicy) {
     for (const auto policy : {replace, unnamed, negative}) {
         addFile(u"/f", "new");
         addFile(u"/g", "old");
@@ -164,7 +164,7 @@ TEST_F(MoveFileTest, neverReplacesAFolder) {
     EXPECT_TRUE(isFolder(u"/a"));
 }
 
-TEST_F(MoveFileTest, namesWhatIsMissingSourceFirst) {
+TEST_F(MoveFileTest, namesMissingEntriesSourceFirst) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", movingFile(u"/a/f", u"/b/g", replace)));
     addFolder(u"/a");
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a/f", movingFile(u"/a/f", u"/b/g", replace)));
@@ -189,7 +189,7 @@ TEST_F(MoveFileTest, aReadOnlyTargetIsNamedBeforeItsFolder) {
     EXPECT_EQ(bytesOf(u"/f"), "new");
 }
 
-TEST_F(MoveFileTest, theSourcesFolderIsCheckedBeforeTheTargets) {
+TEST_F(MoveFileTest, checksTheSourcesFolderBeforeTheTargets) {
     addFolder(u"/a");
     addFolder(u"/b");
     addFile(u"/a/f");
@@ -201,7 +201,7 @@ TEST_F(MoveFileTest, theSourcesFolderIsCheckedBeforeTheTargets) {
     EXPECT_FALSE(exists(u"/b/g"));
 }
 
-TEST_F(MoveFileTest, aReadOnlySourceFolderIsFoundOnlyAfterTheTargetIsGone) {
+TEST_F(MoveFileTest, checksTheSourceFolderAfterRemovingTheTarget) {
     addFolder(u"/a");
     addFile(u"/a/f", "new");
     addFile(u"/g", "old");
@@ -214,7 +214,7 @@ TEST_F(MoveFileTest, aReadOnlySourceFolderIsFoundOnlyAfterTheTargetIsGone) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(MoveFileTest, ontoItselfIsRefusedOrRemovesIt) {
+TEST_F(MoveFileTest, ontoItselfIsRefusedOrRemovesTheFile) {
     addFile(u"/f", "abc");
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/f", movingFile(u"/f", u"/f", refuse)));
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/f", movingFile(u"/f", u"/f", refuseFile)));
@@ -252,7 +252,7 @@ protected:
     }
 };
 
-TEST_F(MoveFolderTest, movesEverythingBelowAndStampsItAlike) {
+TEST_F(MoveFolderTest, movesTheSubtreeAndStampsItWithOneTime) {
     addTree();
     addFolder(u"/b");
     age({u"/", u"/b", u"/a", u"/a/f", u"/a/e", u"/a/s", u"/a/s/g"});
@@ -318,7 +318,7 @@ TEST_F(MoveFolderTest, movesManyFoldersAndFindsEachByItsNewPathOnly) {
     }
 }
 
-TEST_F(MoveFolderTest, anEmptyFolderStampsItsParentsToo) {
+TEST_F(MoveFolderTest, stampsBothParentsOfAnEmptyFolder) {
     addFolder(u"/p");
     addFolder(u"/p/a");
     age({u"/", u"/p"});
@@ -340,7 +340,7 @@ TEST_F(MoveFolderTest, readOnlyFilesStayReadOnly) {
     EXPECT_TRUE(isWritable(u"/b"));
 }
 
-TEST_F(MoveFolderTest, replacesAnEmptyFolderUnderEveryPolicyButOne) {
+TEST_F(MoveFolderTest, replacesAnEmptyFolderUnderEveryOtherPolicy) {
     for (const auto policy : {replace, refuseFile, unnamed, negative}) {
         addTree();
         addFolder(u"/b");
@@ -365,7 +365,7 @@ TEST_F(MoveFolderTest, refusesToReplaceUnderOnePolicy) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(MoveFolderTest, neverReplacesAFileOrAFolderThatHoldsAnything) {
+TEST_F(MoveFolderTest, neverReplacesAFileOrANonEmptyFolder) {
     addTree();
     addFile(u"/f");
     addFolder(u"/b");
@@ -381,7 +381,7 @@ TEST_F(MoveFolderTest, neverReplacesAFileOrAFolderThatHoldsAnything) {
     EXPECT_TRUE(exists(u"/b/x"));
 }
 
-TEST_F(MoveFolderTest, namesWhatIsMissingSourceFirst) {
+TEST_F(MoveFolderTest, namesMissingEntriesSourceFirst) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", movingFolder(u"/x/a", u"/y/b", replace)));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", movingFolder(u"/x", u"/y/b", replace)));
     addFile(u"/f");
@@ -420,7 +420,7 @@ TEST_F(MoveFolderTest, checksTheSourcesFolderThenTheSourceThenTheTargetsFolder) 
     EXPECT_FALSE(isFolder(u"/q/b"));
 }
 
-TEST_F(MoveFolderTest, aReadOnlySourceIsFoundOnlyAfterTheTargetIsGone) {
+TEST_F(MoveFolderTest, checksTheSourceAfterRemovingTheTarget) {
     addTree();
     addFolder(u"/b");
     makeReadOnly(u"/a");
@@ -429,7 +429,7 @@ TEST_F(MoveFolderTest, aReadOnlySourceIsFoundOnlyAfterTheTargetIsGone) {
     expectTreeAt(u"/a");
 }
 
-TEST_F(MoveFolderTest, aReadOnlyFolderBelowStopsTheMoveWhereItIs) {
+TEST_F(MoveFolderTest, aReadOnlyFolderBelowStopsTheMove) {
     addTree();
     addFile(u"/a/z", "z");
     addFile(u"/a/e/x", "x");
@@ -473,7 +473,7 @@ TEST_F(MoveFolderTest, ontoItselfIsRefusedAndChangesNothing) {
 }
 
 /// "/a//s" and "/a/s" both get the new path "/b/s"; the file moves first.
-TEST_F(MoveFolderTest, aReadOnlyFolderBelowIsNamedBeforeItsNewPathThatIsTaken) {
+TEST_F(MoveFolderTest, aReadOnlyFolderBelowIsReportedBeforeItsTakenNewPath) {
     addFolder(u"/a");
     addFile(u"/a//s");
     addFolder(u"/a/s");
@@ -483,7 +483,7 @@ TEST_F(MoveFolderTest, aReadOnlyFolderBelowIsNamedBeforeItsNewPathThatIsTaken) {
     EXPECT_TRUE(isFolder(u"/a/s"));
 }
 
-TEST_F(MoveFolderTest, ontoItselfIsRefusedForReadOnlyFirst) {
+TEST_F(MoveFolderTest, ontoItselfIsRefusedAsReadOnlyFirst) {
     addFolder(u"/e");
     makeReadOnly(u"/e");
     EXPECT_TRUE(throwsNaming<ReadOnlyException>(u"/e", movingFolder(u"/e", u"/e", replace)));
@@ -508,7 +508,7 @@ TEST_F(MoveFolderTest, belowItselfIsRefusedAndChangesNothing) {
     }
 }
 
-TEST_F(MoveFolderTest, toANameThatBeginsLikeTheSourceIsNotBelowIt) {
+TEST_F(MoveFolderTest, acceptsATargetWithThePrefixOfTheSource) {
     addTree();
     movingFolder(u"/a", u"/ab", refuse)();
     expectTreeAt(u"/ab");
@@ -516,7 +516,7 @@ TEST_F(MoveFolderTest, toANameThatBeginsLikeTheSourceIsNotBelowIt) {
     expectTreeAt(u"/a");
 }
 
-TEST_F(MoveFolderTest, twoChildrenOfOneNameStopTheMoveAndNoneIsLost) {
+TEST_F(MoveFolderTest, twoChildrenWithOneNameStopTheMoveAndNoneIsLost) {
     addFolder(u"/a");
     addFile(u"/a//f", "double");
     addFile(u"/a/f", "single");
@@ -527,7 +527,7 @@ TEST_F(MoveFolderTest, twoChildrenOfOneNameStopTheMoveAndNoneIsLost) {
     EXPECT_TRUE(isFolder(u"/b"));
 }
 
-TEST_F(MoveFolderTest, aChildWhoseNewPathIsItsOldOneStopsTheMove) {
+TEST_F(MoveFolderTest, aChildWithAnUnchangedPathStopsTheMove) {
     addFolder(u"/a");
     addFolder(u"/a//");
     addFile(u"/a///f", "f");
@@ -535,7 +535,7 @@ TEST_F(MoveFolderTest, aChildWhoseNewPathIsItsOldOneStopsTheMove) {
     EXPECT_EQ(bytesOf(u"/a///f"), "f");
 }
 
-TEST_F(MoveFolderTest, aChildWithoutANameMovesToo) {
+TEST_F(MoveFolderTest, movesAChildWithAnEmptyName) {
     addFolder(u"/a");
     addFile(u"/a//", "nameless");
     movingFolder(u"/a", u"/b", refuse)();
@@ -543,7 +543,7 @@ TEST_F(MoveFolderTest, aChildWithoutANameMovesToo) {
     EXPECT_FALSE(exists(u"/a//"));
 }
 
-TEST_F(MoveFolderTest, childrenWhosePathNamesAFolderThatIsMissingStopTheMove) {
+TEST_F(MoveFolderTest, aChildWithAMissingNewParentStopsTheMove) {
     addTree();
     // By their paths, the entries below "/x//" belong to "/x/".
     addFolder(u"/x");
@@ -552,7 +552,7 @@ TEST_F(MoveFolderTest, childrenWhosePathNamesAFolderThatIsMissingStopTheMove) {
     EXPECT_TRUE(isFolder(u"/x///"));
 }
 
-TEST_F(MoveFolderTest, aStreamOpenedBeforeTheMoveSharesTheBytesAfterIt) {
+TEST_F(MoveFolderTest, aStreamOpenedBeforeTheMoveSharesTheBytesAfterwards) {
     addTree();
     const auto stream = fileSystem.checkOutFileEntry(path(u"/a/s/g"));
     movingFolder(u"/a", u"/b", refuse)();

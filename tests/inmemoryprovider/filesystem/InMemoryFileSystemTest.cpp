@@ -29,7 +29,7 @@ protected:
     }
 };
 
-TEST_F(InMemoryFileSystemTest, beginsWithAWritableRootMadeNow) {
+TEST_F(InMemoryFileSystemTest, startsWithAWritableRootStampedNow) {
     const auto before = clockNow();
     const InMemoryFileSystem fresh;
     const auto after = clockNow();
@@ -42,7 +42,7 @@ TEST_F(InMemoryFileSystemTest, beginsWithAWritableRootMadeNow) {
     EXPECT_LE(root->getLastModifiedTime(), after);
 }
 
-TEST_F(InMemoryFileSystemTest, makingTheRootAgainKeepsTheOldOne) {
+TEST_F(InMemoryFileSystemTest, creatingTheRootAgainKeepsTheOldOne) {
     const auto root = fileSystem.getFolderEntry(path(u"/"));
     addFolder(u"/a");
     fileSystem.createRootEntry();
@@ -66,7 +66,7 @@ TEST_F(InMemoryFileSystemTest, addsEmptyWritableFiles) {
     EXPECT_FALSE(isFolder(u"/f"));
 }
 
-TEST_F(InMemoryFileSystemTest, addingStampsTheNewEntryAndItsParentAlike) {
+TEST_F(InMemoryFileSystemTest, addingStampsEntryAndParentWithOneTime) {
     for (const bool asFolder : {false, true}) {
         const std::u16string name = asFolder ? u"/a/folder" : u"/a/file";
         if (!exists(u"/a")) {
@@ -90,7 +90,7 @@ TEST_F(InMemoryFileSystemTest, addingWithoutAParentNamesTheParent) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/f", addingFile(u"/f/b")));
 }
 
-TEST_F(InMemoryFileSystemTest, addingWhatHasNoParentPath) {
+TEST_F(InMemoryFileSystemTest, refusesToAddAPathWithoutParent) {
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/", addingFolder(u"/")));
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"", addingFolder(u"")));
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"a", addingFolder(u"a")));
@@ -99,7 +99,7 @@ TEST_F(InMemoryFileSystemTest, addingWhatHasNoParentPath) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", addingFile(u"a")));
 }
 
-TEST_F(InMemoryFileSystemTest, addingWhereSomethingStandsIsRefused) {
+TEST_F(InMemoryFileSystemTest, addingAtAnExistingPathIsRefused) {
     addFolder(u"/a");
     addFile(u"/f");
     age({u"/", u"/a", u"/f"});
@@ -136,7 +136,7 @@ TEST_F(InMemoryFileSystemTest, removesFilesAndStampsTheParent) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, removesFoldersAndStampsTheParentButNotTheRemoved) {
+TEST_F(InMemoryFileSystemTest, removesFoldersAndStampsOnlyTheParent) {
     addFolder(u"/a");
     addFolder(u"/a/b");
     const auto removed = node(u"/a/b");
@@ -151,7 +151,7 @@ TEST_F(InMemoryFileSystemTest, removesFoldersAndStampsTheParentButNotTheRemoved)
     EXPECT_TRUE(isFolder(u"/a/b"));
 }
 
-TEST_F(InMemoryFileSystemTest, removingWhatIsNotThereOrOfTheOtherKindIsNotFound) {
+TEST_F(InMemoryFileSystemTest, removingAMissingEntryOrTheOtherKindIsNotFound) {
     addFolder(u"/a");
     addFile(u"/f");
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", removingFile(u"/x")));
@@ -170,7 +170,7 @@ TEST_F(InMemoryFileSystemTest, theRootIsNeverRemoved) {
     EXPECT_NE(fileSystem.getFolderEntry(path(u"/")), nullptr);
 }
 
-TEST_F(InMemoryFileSystemTest, aFolderThatHoldsAnythingIsNotRemoved) {
+TEST_F(InMemoryFileSystemTest, aNonEmptyFolderIsNotRemoved) {
     addFolder(u"/a");
     addFile(u"/a/f");
     EXPECT_TRUE(throwsNaming<FolderNotEmptyException>(u"/a", removingFolder(u"/a")));
@@ -212,7 +212,7 @@ TEST_F(InMemoryFileSystemTest, removingAReadOnlyEntryNamesTheEntry) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, aRemovedFileDiesWithItsLastHolder) {
+TEST_F(InMemoryFileSystemTest, aRemovedFileIsDestroyedWithItsLastReference) {
     addFile(u"/f");
     const std::weak_ptr<InMemoryEntry> observer = node(u"/f");
     fileSystem.removeFileEntry(path(u"/f"));
@@ -240,7 +240,7 @@ TEST_F(InMemoryFileSystemTest, describesFolders) {
     EXPECT_FALSE(fileSystem.folderIsWritable(path(u"/a")));
 }
 
-TEST_F(InMemoryFileSystemTest, queriesNameTheFirstPathThatIsMissing) {
+TEST_F(InMemoryFileSystemTest, queriesNameTheFirstMissingPath) {
     addFolder(u"/a");
     addFile(u"/f");
     const auto eachFails = [&](const std::u16string& asked, const std::u16string& named, bool asFile,

@@ -42,7 +42,7 @@ TEST_F(InMemoryFolderEntryTest, findsChildrenByFullPath) {
     EXPECT_EQ(folder.doGetEntry(path(u"/f/b")), nullptr);
 }
 
-TEST_F(InMemoryFolderEntryTest, keepsTheChildThatWasThereFirst) {
+TEST_F(InMemoryFolderEntryTest, keepsAnExistingChild) {
     const auto first = makeFile(u"/f/a");
     folder.addChild(first);
     folder.addChild(makeFolder(u"/f/a"));
@@ -50,7 +50,7 @@ TEST_F(InMemoryFolderEntryTest, keepsTheChildThatWasThereFirst) {
     EXPECT_EQ(std::distance(folder.begin(), folder.end()), 1);
 }
 
-TEST_F(InMemoryFolderEntryTest, handsATakenChildToTheCaller) {
+TEST_F(InMemoryFolderEntryTest, returnsATakenChild) {
     folder.addChild(makeFile(u"/f/a"));
     const std::weak_ptr<InMemoryEntry> observer = folder.getEntry(path(u"/f/a"));
     {
@@ -77,7 +77,7 @@ TEST_F(InMemoryFolderEntryTest, restoresATakenChildUnlessItsPlaceIsTaken) {
     EXPECT_EQ(std::distance(folder.begin(), folder.end()), 1);
 }
 
-TEST_F(InMemoryFolderEntryTest, findsAChildAsWhatItIsOnly) {
+TEST_F(InMemoryFolderEntryTest, findsAChildByItsKindOnly) {
     const auto file = makeFile(u"/f/a");
     const auto subfolder = makeFolder(u"/f/b");
     folder.addChild(file);
@@ -91,7 +91,7 @@ TEST_F(InMemoryFolderEntryTest, findsAChildAsWhatItIsOnly) {
     EXPECT_EQ(folder.getEntry(path(u"/f/b")), subfolder);
 }
 
-TEST_F(InMemoryFolderEntryTest, letsGoOfARemovedChild) {
+TEST_F(InMemoryFolderEntryTest, releasesARemovedChild) {
     auto child = makeFile(u"/f/a");
     const std::weak_ptr<InMemoryEntry> observer = child;
     folder.addChild(std::move(child));
@@ -118,7 +118,7 @@ TEST_F(InMemoryFolderEntryTest, iteratesInTheOrderOfPaths) {
     EXPECT_EQ(names, (std::vector<std::u16string>{u"a", u"a0", u"b"}));
 }
 
-TEST_F(InMemoryFolderEntryTest, representsItselfByNamesAndKinds) {
+TEST_F(InMemoryFolderEntryTest, representsChildrenByNameAndKind) {
     folder.addChild(makeFile(u"/f/b"));
     folder.addChild(makeFolder(u"/f/a"));
     const InMemoryFolderEntry::LightWeightRepresentation expected{{path(u"/f/a"), {u"a", true}},
@@ -126,7 +126,7 @@ TEST_F(InMemoryFolderEntryTest, representsItselfByNamesAndKinds) {
     EXPECT_EQ(folder.getLightWeightRepresentation(), expected);
 }
 
-TEST_F(InMemoryFolderEntryTest, aRepresentationKeepsNothingAlive) {
+TEST_F(InMemoryFolderEntryTest, aRepresentationReferencesNoNode) {
     auto child = makeFile(u"/f/a");
     const std::weak_ptr<InMemoryEntry> observer = child;
     folder.addChild(std::move(child));
@@ -136,7 +136,7 @@ TEST_F(InMemoryFolderEntryTest, aRepresentationKeepsNothingAlive) {
     EXPECT_EQ(representation.size(), 1U);
 }
 
-TEST(InMemoryFolderEntryDestruction, releasesWhatNobodyElseHoldsAndNothingMore) {
+TEST(InMemoryFolderEntryDestruction, releasesUnsharedEntriesOnly) {
     auto outer = makeFolder(u"/f");
     auto inner = makeFolder(u"/f/a");
     auto dying = makeFolder(u"/f/b");

@@ -120,17 +120,17 @@ void expectFilledAndEmptied(const std::vector<InMemoryEntryPath>& order) {
 
 constexpr std::size_t pastTwoDoublings = 110; // of the index: at 24, 48 and 96
 
-TEST(IndexedPathMap, keepsWhatIsAddedInAscendingOrder) {
+TEST(IndexedPathMap, keepsElementsAddedInAscendingOrder) {
     expectFilledAndEmptied(pathsOf(pastTwoDoublings));
 }
 
-TEST(IndexedPathMap, keepsWhatIsAddedInDescendingOrder) {
+TEST(IndexedPathMap, keepsElementsAddedInDescendingOrder) {
     auto order = pathsOf(pastTwoDoublings);
     std::reverse(order.begin(), order.end());
     expectFilledAndEmptied(order);
 }
 
-TEST(IndexedPathMap, keepsWhatIsAddedInRandomOrder) {
+TEST(IndexedPathMap, keepsElementsAddedInRandomOrder) {
     std::mt19937 random(1);
     for (int round = 0; round < 5; ++round) {
         auto order = pathsOf(pastTwoDoublings);
@@ -139,7 +139,7 @@ TEST(IndexedPathMap, keepsWhatIsAddedInRandomOrder) {
     }
 }
 
-TEST(IndexedPathMap, goesOnAfterTheLastAddedWasRemoved) {
+TEST(IndexedPathMap, acceptsElementsAfterTheLastAddedWasRemoved) {
     const auto paths = pathsOf(60);
     Pair maps;
     for (const auto& path : paths) {
@@ -151,7 +151,7 @@ TEST(IndexedPathMap, goesOnAfterTheLastAddedWasRemoved) {
     }
 }
 
-TEST(IndexedPathMap, handsBackANodeWhosePlaceIsTaken) {
+TEST(IndexedPathMap, returnsANodeWithATakenPath) {
     for (const std::size_t size : {2U, 40U}) {
         IndexedPathMap<Value> map;
         for (const auto& path : pathsOf(size)) {

@@ -27,7 +27,7 @@ TEST(LeftRightMap, findsNothingWhenEmpty) {
     EXPECT_EQ(map.findAsWriter(1), nullptr);
 }
 
-TEST(LeftRightMap, findsWhatWasInsertedFromBothCopies) {
+TEST(LeftRightMap, findsInsertedElementsInBothCopies) {
     Map map;
     const auto one = std::make_shared<int>(1);
     const auto two = std::make_shared<int>(2);
@@ -40,7 +40,7 @@ TEST(LeftRightMap, findsWhatWasInsertedFromBothCopies) {
     EXPECT_EQ(*map.findAsWriter(2), two);
 }
 
-TEST(LeftRightMap, keepsTheValueThatWasThereFirst) {
+TEST(LeftRightMap, keepsAnExistingValue) {
     Map map;
     const auto first = std::make_shared<int>(1);
     insert(map, 1, first);
@@ -50,7 +50,7 @@ TEST(LeftRightMap, keepsTheValueThatWasThereFirst) {
     EXPECT_EQ(map.find(1), first);
 }
 
-TEST(LeftRightMap, handsTheErasedValueToTheCaller) {
+TEST(LeftRightMap, returnsTheErasedValue) {
     Map map;
     auto value = std::make_shared<int>(1);
     const std::weak_ptr<int> observer = value;
@@ -64,7 +64,7 @@ TEST(LeftRightMap, handsTheErasedValueToTheCaller) {
     EXPECT_TRUE(observer.expired());
 }
 
-TEST(LeftRightMap, erasingAnAbsentKeyGivesNothing) {
+TEST(LeftRightMap, erasingAnAbsentKeyReturnsNoElement) {
     Map map;
     insert(map, 1, std::make_shared<int>(1));
     EXPECT_EQ(map.erase(2).value(), nullptr);
@@ -80,7 +80,7 @@ TEST(LeftRightMap, anErasedElementCanBeInsertedAgain) {
     EXPECT_EQ(*map.findAsWriter(1), value);
 }
 
-TEST(LeftRightMap, insertingAnElementThatIsNoneChangesNothing) {
+TEST(LeftRightMap, insertingAnEmptyElementChangesNothing) {
     Map map;
     insert(map, 1, std::make_shared<int>(1));
     map.insert(map.erase(2));
@@ -88,7 +88,7 @@ TEST(LeftRightMap, insertingAnElementThatIsNoneChangesNothing) {
     EXPECT_NE(map.find(1), nullptr);
 }
 
-TEST(LeftRightMap, aPreparedInsertionThatIsDroppedChangesNothing) {
+TEST(LeftRightMap, aDiscardedPreparedElementChangesNothing) {
     Map map;
     { const auto dropped = Map::prepare(1, std::make_shared<int>(1)); }
     EXPECT_EQ(map.find(1), nullptr);
@@ -109,7 +109,7 @@ struct HeldKey {
     }
 };
 
-TEST(LeftRightMap, readersGoOnWhileAWriterWaitsForOneReader) {
+TEST(LeftRightMap, readersContinueWhileAWriterWaitsForOneReader) {
     LeftRightMap<HeldKey, std::shared_ptr<int>> map;
     map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));
 
@@ -154,7 +154,7 @@ bool runInRealTime(int processor, int priority) {
 }
 
 /// A writer that only spins would never yield the processor to the reader for which it waits.
-TEST(LeftRightMap, aWriterOfHigherPriorityLeavesTheProcessorToItsReader) {
+TEST(LeftRightMap, aWriterOfHigherPriorityYieldsTheProcessorToItsReader) {
     const int processor = sched_getcpu();
     std::atomic<bool> mayRunInRealTime = true;
     std::thread([&] { mayRunInRealTime = runInRealTime(processor, 1); }).join();
@@ -186,7 +186,7 @@ TEST(LeftRightMap, aWriterOfHigherPriorityLeavesTheProcessorToItsReader) {
     EXPECT_NE(map.find(HeldKey{2}), nullptr);
 }
 
-TEST(LeftRightMap, aWriterSleepsUntilTheLastOfItsReadersHasLeft) {
+TEST(LeftRightMap, aWriterSleepsUntilItsLastReaderHasEnded) {
     for (int round = 0; round < 20; ++round) {
         LeftRightMap<HeldKey, std::shared_ptr<int>> map;
         map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));
@@ -223,7 +223,7 @@ TEST(LeftRightMap, aWriterSleepsUntilTheLastOfItsReadersHasLeft) {
     }
 }
 
-TEST(LeftRightMap, readersSeeEveryKeyThatNoWriterTouches) {
+TEST(LeftRightMap, readersFindEveryUnchangedKey) {
     Map map;
     constexpr int fixedKeys = 50;
     for (int key = 0; key < fixedKeys; ++key) {

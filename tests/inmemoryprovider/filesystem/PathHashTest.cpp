@@ -35,7 +35,7 @@ std::vector<std::u16string> numberedNames(std::size_t count) {
     return names;
 }
 
-TEST(PathHash, isTheSameWhereverTheTextLiesAndWhateverIsAround) {
+TEST(PathHash, doesNotDependOnAddressOrSurroundingMemory) {
     constexpr std::size_t unitsPerWord = 4;
     for (std::size_t length = 0; length <= longest; ++length) {
         const auto text = textOf(length);
@@ -52,7 +52,7 @@ TEST(PathHash, isTheSameWhereverTheTextLiesAndWhateverIsAround) {
     }
 }
 
-TEST(PathHash, takesATextThatPointsNowhere) {
+TEST(PathHash, acceptsANullText) {
     EXPECT_EQ(hashOf(std::u16string_view()), hashOf(u""));
 }
 
@@ -106,7 +106,7 @@ std::u16string unitsOf(std::uint64_t word) {
     return units;
 }
 
-TEST(PathHash, differsForTextsThatHoldTheNumbersItIsMadeWith) {
+TEST(PathHash, differsForTextsThatContainItsConstants) {
     std::unordered_set<std::uint64_t> hashes;
     std::size_t texts = 0;
     for (const std::uint64_t number :

@@ -90,7 +90,7 @@ std::vector<std::u16string> namesOfLastHomes(std::size_t count) {
     return names;
 }
 
-TEST_F(PathIndexTest, isNoneUntilBuiltAndAfterAReset) {
+TEST_F(PathIndexTest, isAbsentUntilBuiltAndAfterReset) {
     EXPECT_FALSE(Index());
     EXPECT_TRUE(index);
     add(u"/a");
@@ -104,7 +104,7 @@ TEST_F(PathIndexTest, findsNothingWhenEmpty) {
     EXPECT_EQ(index.find({}), std::nullopt);
 }
 
-TEST_F(PathIndexTest, tellsAPathFromItsBeginnings) {
+TEST_F(PathIndexTest, distinguishesAPathFromItsPrefixes) {
     const std::vector<std::u16string> names{u"", u"/", u"a", u"/a", u"/aa", u"/aa/a", u"/aa//a"};
     for (const auto& name : names) {
         EXPECT_TRUE(findsOf(names));
@@ -113,7 +113,7 @@ TEST_F(PathIndexTest, tellsAPathFromItsBeginnings) {
     EXPECT_TRUE(findsOf(names));
 }
 
-TEST_F(PathIndexTest, findsTheRestOfARunOverTheEndOfTheTableWhicheverIsErased) {
+TEST_F(PathIndexTest, findsTheOthersOfAWrappedProbeSequenceAfterAnErasure) {
     const auto names = namesOfLastHomes(12);
     std::mt19937 random(1);
     for (int round = 0; round < 200; ++round) {
@@ -131,7 +131,7 @@ TEST_F(PathIndexTest, findsTheRestOfARunOverTheEndOfTheTableWhicheverIsErased) {
     }
 }
 
-TEST_F(PathIndexTest, leavesStrangersAroundTheEndOfTheTableAlone) {
+TEST_F(PathIndexTest, keepsOtherElementsAroundTheEndOfTheTable) {
     auto names = namesOfLastHomes(6);
     for (std::size_t number = 1'000'000; names.size() < 24; ++number) {
         names.push_back(nameOf(number)); // with any home slot, including the first slots of the table
@@ -178,7 +178,7 @@ bool isNearAResizing(std::size_t size) {
     return false;
 }
 
-TEST_F(PathIndexTest, keepsAllWhileItGrowsAndShrinks) {
+TEST_F(PathIndexTest, keepsAllElementsWhileItGrowsAndShrinks) {
     const auto names = namesUpTo(1600);
     const auto expectSound = [&] {
         if (isNearAResizing(map.size())) {
@@ -196,7 +196,7 @@ TEST_F(PathIndexTest, keepsAllWhileItGrowsAndShrinks) {
     EXPECT_TRUE(index);
 }
 
-TEST(PathIndex, isBuiltOfAnyNumberOfElementsAndGrowsFromThere) {
+TEST(PathIndex, canBeBuiltWithAnyNumberOfElementsAndGrows) {
     for (const std::size_t count : {0U, 1U, 16U, 23U, 24U, 25U, 47U, 48U, 49U, 95U, 96U, 97U, 383U, 384U,
                                     385U, 768U, 769U, 1000U, 4000U}) {
         Map map;
@@ -216,7 +216,7 @@ TEST(PathIndex, isBuiltOfAnyNumberOfElementsAndGrowsFromThere) {
     }
 }
 
-TEST_F(PathIndexTest, keepsAllThroughManySegments) {
+TEST_F(PathIndexTest, keepsAllElementsInManySegments) {
     constexpr std::size_t most = 20 * Index::segmentSize;
     const auto names = namesUpTo(most);
     for (int round = 0; round < 2; ++round) {
@@ -235,7 +235,7 @@ TEST_F(PathIndexTest, keepsAllThroughManySegments) {
     }
 }
 
-TEST_F(PathIndexTest, takesInAndForgetsElementsOfManySegmentsAtRandom) {
+TEST_F(PathIndexTest, insertsAndErasesInManySegmentsAtRandom) {
     constexpr std::size_t most = 9 * Index::segmentSize;
     const auto names = namesUpTo(most);
     std::mt19937 random(4);
@@ -299,7 +299,7 @@ TEST(PathIndex, noInsertionOrRemovalCopiesMoreThanAFewSegments) {
     EXPECT_LT(worst, bound);
 }
 
-TEST_F(PathIndexTest, canBeBuiltAnewOverAnOldOne) {
+TEST_F(PathIndexTest, canBeRebuilt) {
     add(u"/old");
     map.clear();
     map.try_emplace(InMemoryEntryPath(u"/new"), 0);

@@ -26,7 +26,7 @@ TEST(PathSeqLock, hasNoConflictsWithoutAChange) {
     EXPECT_FALSE(lock.conflictWith(u"/a", Scope::Folder));
 }
 
-TEST(PathSeqLock, concernsBothPathsAndAllBelowThem) {
+TEST(PathSeqLock, concernsBothPathsAndTheirSubtrees) {
     PathSeqLock lock;
     const PathSeqLock::Change change(lock, path(u"/a/b"), path(u"/c"));
     for (const auto scope : {Scope::Entry, Scope::Folder}) {
@@ -69,7 +69,7 @@ TEST(PathSeqLock, numbersEachBeginningAndEnd) {
     lock.waitForEndOf(during); // returns at once
 }
 
-TEST(PathSeqLock, wakesThoseThatWaitForTheEnd) {
+TEST(PathSeqLock, wakesWaitersAtTheEnd) {
     PathSeqLock lock;
     for (int round = 0; round < 50; ++round) {
         std::optional<PathSeqLock::Change> change(std::in_place, lock, path(u"/a"));
@@ -88,7 +88,7 @@ TEST(PathSeqLock, wakesThoseThatWaitForTheEnd) {
     }
 }
 
-TEST(PathSeqLock, concernsItsTargetFromTheMomentThatItsNumberShows) {
+TEST(PathSeqLock, concernsItsTargetOnceItsNumberIsVisible) {
     PathSeqLock lock;
     const auto source = path(u"/s");
     const auto first = path(u"/a");
@@ -115,7 +115,7 @@ TEST(PathSeqLock, concernsItsTargetFromTheMomentThatItsNumberShows) {
 
 /// A reader between two changes may combine the number of one change with the paths of the other. It then
 /// need not wait.
-TEST(PathSeqLock, tellsOfAConflictWithOneChangeForThePathOfAnotherOnlyIfItHasEnded) {
+TEST(PathSeqLock, reportsAConflictForAnotherPathOnlyIfTheChangeHasEnded) {
     PathSeqLock lock;
     const auto first = path(u"/a");
     const auto second = path(u"/b");

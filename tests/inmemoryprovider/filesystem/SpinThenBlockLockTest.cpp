@@ -37,7 +37,7 @@ long countTogether(int times, int steps) {
     return count;
 }
 
-TEST(SpinThenBlockLock, holdsTheMutexAsLongAsItLives) {
+TEST(SpinThenBlockLock, holdsTheMutexDuringItsLifetime) {
     std::mutex mutex;
     {
         const SpinThenBlockLock lock(mutex);
@@ -46,12 +46,12 @@ TEST(SpinThenBlockLock, holdsTheMutexAsLongAsItLives) {
     EXPECT_TRUE(isFree(mutex));
 }
 
-TEST(SpinThenBlockLock, letsOneThreadInAtATime) {
+TEST(SpinThenBlockLock, excludesOtherThreads) {
     EXPECT_EQ(countTogether(200'000, 1), 400'000);
 }
 
 /// The lock is held far longer than a waiting thread spins before it sleeps.
-TEST(SpinThenBlockLock, letsOneThreadInAtATimeAlsoWhenItIsHeldLong) {
+TEST(SpinThenBlockLock, excludesOtherThreadsIfHeldLong) {
     EXPECT_EQ(countTogether(50, 500'000), 50'000'000);
 }
 
@@ -78,7 +78,7 @@ TEST(SpinThenBlockLock, waitsUntilTheMutexIsReleased) {
     EXPECT_TRUE(isFree(mutex));
 }
 
-TEST(SpinThenBlockLock, releasesTheMutexWhenAnExceptionLeaves) {
+TEST(SpinThenBlockLock, releasesTheMutexOnException) {
     std::mutex mutex;
     EXPECT_THROW(
         {

@@ -36,7 +36,7 @@ std::unique_ptr<const boost::exception_detail::clone_base> cloneOf(const IExcept
     return std::unique_ptr<const boost::exception_detail::clone_base>(exception.clone());
 }
 
-TEST(IException, HasItsOperationsInTheOrderOfTheBinaryInterface) {
+TEST(IException, HasItsOperationsInTheOrderOfTheAbi) {
     using ToUtf8 = std::string (IException::*)(const std::u16string&) const;
     using ToUtf16 = std::u16string (IException::*)(const std::string&) const;
     EXPECT_EQ(vtableSlot(&IException::clone), 0);
@@ -54,11 +54,11 @@ TEST(IException, BeginsWithItsCloneableBase) {
     EXPECT_EQ(static_cast<const void*>(base), static_cast<const void*>(&exception));
 }
 
-TEST(IException, GivesItsMessageInUtf8) {
+TEST(IException, ReturnsItsMessageInUtf8) {
     EXPECT_EQ(ExceptionWithMessage(u"caf\u00e9 \U0001F600").what(), "caf\xc3\xa9 \xf0\x9f\x98\x80");
 }
 
-TEST(IException, GivesItsMessageAlsoWhenItIsIllFormed) {
+TEST(IException, ReturnsItsMessageEvenIfIllFormed) {
     EXPECT_EQ(ExceptionWithMessage(u"a\xd800").what(), "a\xef\xbf\xbd");
 }
 
@@ -68,7 +68,7 @@ TEST(IException, ConvertsTextBothWays) {
     EXPECT_EQ(exception.convert_str(std::string("\xe2\x82\xac\xff")), u"\u20ac\ufffd");
 }
 
-TEST(IException, ClonesWithoutItsClassBeingKnown) {
+TEST(IException, ClonesAnObjectOfUnknownClass) {
     auto original = std::make_unique<ExceptionWithMessage>(u"text");
     const auto copy = cloneOf(*original);
     original.reset();
@@ -77,7 +77,7 @@ TEST(IException, ClonesWithoutItsClassBeingKnown) {
     EXPECT_EQ(exception->getMessage(), u"text");
 }
 
-TEST(IException, IsRethrownByItsOwnClass) {
+TEST(IException, IsRethrownWithItsOwnClass) {
     const ExceptionWithMessage original(u"text");
     const IException& known = original;
     try {

@@ -10,14 +10,14 @@ using namespace std::string_literals;
 
 namespace {
 
-TEST(UtfConversion, TurnsWellFormedTextOfEveryLengthIntoTheOtherForm) {
+TEST(UtfConversion, ConvertsWellFormedTextOfEveryLength) {
     const std::u16string utf16 = u"a/\u00e9\u20ac\U0001F600\U0010FFFF"s + u'\0' + u"z";
     const std::string utf8 = "a/\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xf4\x8f\xbf\xbf"s + '\0' + "z";
     EXPECT_EQ(toReadableUtf8(utf16), utf8);
     EXPECT_EQ(toReadableUtf16(utf8), utf16);
 }
 
-TEST(UtfConversion, TurnsNothingIntoNothing) {
+TEST(UtfConversion, ConvertsEmptyText) {
     EXPECT_EQ(toReadableUtf8(u""), "");
     EXPECT_EQ(toReadableUtf16(""), u"");
 }

@@ -46,7 +46,7 @@ TEST_F(ByteStreamDeviceTest, WritesAtThePositionThatItsCopiesShare) {
     EXPECT_EQ(readFile(*provider_, iri_), "aBC");
 }
 
-TEST_F(ByteStreamDeviceTest, WorksWithTheAlgorithmsOfTheLibrary) {
+TEST_F(ByteStreamDeviceTest, WorksWithBoostAlgorithms) {
     std::string copied;
     boost::iostreams::copy(open(), boost::iostreams::back_inserter(copied));
     EXPECT_EQ(copied, "abc");
@@ -58,7 +58,7 @@ TEST_F(ByteStreamDeviceTest, RefusesPositionsOutsideTheFile) {
     EXPECT_THROW(device.seek(5, std::ios_base::beg), std::ios_base::failure);
 }
 
-TEST_F(ByteStreamDeviceTest, RefusesAStreamThatIsNone) {
+TEST_F(ByteStreamDeviceTest, RefusesANullStream) {
     EXPECT_THROW(ByteStreamDevice(nullptr), std::runtime_error);
 }
 
@@ -80,7 +80,7 @@ private:
     int* flushed_;
 };
 
-TEST(ByteStreamDevicePieceTest, PutsPiecesOfReadsTogether) {
+TEST(ByteStreamDevicePieceTest, CombinesShortReads) {
     std::array<char, 10> buffer{};
     EXPECT_EQ(ByteStreamDevice(std::make_unique<SlowStream>()).read(buffer.data(), 10), 3);
 }
@@ -90,7 +90,7 @@ TEST(ByteStreamDevicePieceTest, RefusesAShortWrite) {
     EXPECT_THROW(ByteStreamDevice(std::make_unique<SlowStream>()).write("abc", 3), std::runtime_error);
 }
 
-TEST(ByteStreamDevicePieceTest, FlushesWhatItHasWritten) {
+TEST(ByteStreamDevicePieceTest, FlushesAfterWrites) {
     int flushed = 0;
     ByteStreamDevice device(std::make_unique<SlowStream>(&flushed));
     EXPECT_TRUE(device.flush());
@@ -110,7 +110,7 @@ public:
     void flush() override {}
 };
 
-TEST(ByteStreamDevicePieceTest, RefusesAStreamThatReadsMoreThanItWasAskedFor) {
+TEST(ByteStreamDevicePieceTest, RefusesAStreamThatReadsTooMuch) {
     ByteStreamDevice device(std::make_unique<BoastfulStream>());
     std::array<char, 10> buffer{};
     EXPECT_THROW(device.read(buffer.data(), 10), std::runtime_error);

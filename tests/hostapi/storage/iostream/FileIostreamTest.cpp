@@ -63,7 +63,7 @@ TEST_F(FileIostreamTest, HasOnePositionForReadingAndWriting) {
     EXPECT_EQ(content(), "aXcdef");
 }
 
-TEST_F(FileIostreamTest, AppendsWhereverThePositionIs) {
+TEST_F(FileIostreamTest, AppendsFromAnyPosition) {
     fill("abc");
     FileIostream file(provider_->doOpenStream(iri_, ByteStreamOpenOptions::createOrAppend()));
     file << "def" << std::flush;
@@ -84,12 +84,12 @@ TEST_F(FileIostreamTest, CopiesMoreThanItsBufferHolds) {
     EXPECT_TRUE(read == large);
 }
 
-TEST_F(FileIostreamTest, WritesWhatItHoldsWhenItIsDestroyed) {
+TEST_F(FileIostreamTest, WritesItsBufferWhenDestroyed) {
     { FileIostream(provider_->doOpenStream(iri_, {})) << "held back"; }
     EXPECT_EQ(content(), "held back");
 }
 
-TEST_F(FileIostreamTest, ThrowsOnWhatTheStorageThrows) {
+TEST_F(FileIostreamTest, RethrowsExceptionsOfTheStorage) {
     fill("abc");
     FileIostream file(provider_->doOpenStream(iri_, {}));
     provider_->beforeRead = [&] { throw Exception(ErrorCode::ReadOnly, iri_); };
@@ -104,13 +104,13 @@ TEST_F(FileIostreamTest, ThrowsWhenAFlushFails) {
     EXPECT_THROW(file.flush(), std::ios_base::failure);
 }
 
-TEST_F(FileIostreamTest, ThrowsNothingWhenItIsDestroyed) {
+TEST_F(FileIostreamTest, ThrowsNothingWhenDestroyed) {
     provider_->beforeWrite = [] { throw std::bad_alloc(); };
     EXPECT_NO_THROW({ FileIostream(provider_->doOpenStream(iri_, {})) << "held back"; });
     EXPECT_EQ(content(), "");
 }
 
-TEST_F(FileIostreamTest, IsSilentLikeOtherStreamsWhenAskedTo) {
+TEST_F(FileIostreamTest, DoesNotThrowWhenExceptionsAreDisabled) {
     fill("abc");
     FileIostream file(provider_->doOpenStream(iri_, {}));
     file.exceptions(std::ios_base::goodbit);
@@ -127,7 +127,7 @@ TEST_F(FileIostreamTest, RefusesPositionsOutsideTheFile) {
     EXPECT_THROW(file.seekg(4), std::ios_base::failure);
 }
 
-TEST_F(FileIostreamTest, RefusesAStreamThatIsNone) {
+TEST_F(FileIostreamTest, RefusesANullStream) {
     EXPECT_THROW(FileIostream(nullptr), std::runtime_error);
 }
 
@@ -145,7 +145,7 @@ private:
     int& flushed_;
 };
 
-TEST(FileIostreamFlushTest, PassesItsFlushOnToTheStream) {
+TEST(FileIostreamFlushTest, ForwardsFlushesToTheStream) {
     int flushed = 0;
     FileIostream file(std::make_unique<FlushCountingStream>(flushed));
     file << "a" << std::flush;

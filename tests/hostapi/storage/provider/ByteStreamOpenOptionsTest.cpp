@@ -18,7 +18,7 @@ std::array<std::int32_t, 4> fieldsOf(const ByteStreamOpenOptions& options) {
     return fields;
 }
 
-TEST(ByteStreamOpenOptions, LayOutFourNumbersInTheOrderOfTheBinaryInterface) {
+TEST(ByteStreamOpenOptions, LayOutFourNumbersInTheOrderOfTheAbi) {
     const ByteStreamOpenOptions options{.hint = 7,
                                         .existence = ByteStreamExistence::MustExist,
                                         .content = ByteStreamContent::Empty,
@@ -30,7 +30,7 @@ TEST(ByteStreamOpenOptions, CreateAMissingFileAndKeepAnExistingOneByDefault) {
     EXPECT_EQ(fieldsOf({}), (std::array<std::int32_t, 4>{0, 0, 1, 1}));
 }
 
-TEST(ByteStreamOpenOptions, HaveNamesForTheUsualWays) {
+TEST(ByteStreamOpenOptions, HaveNamesForCommonCombinations) {
     EXPECT_EQ(fieldsOf(ByteStreamOpenOptions::readWriteExisting()),
               (std::array<std::int32_t, 4>{0, 1, 1, 1}));
     EXPECT_EQ(fieldsOf(ByteStreamOpenOptions::createOrEmpty()), (std::array<std::int32_t, 4>{0, 0, 0, 1}));

@@ -10,7 +10,7 @@ using foundation::storage::provider::ByteStream;
 
 namespace {
 
-TEST(ByteStream, HasItsOperationsBehindTheDestructorInTheOrderOfTheBinaryInterface) {
+TEST(ByteStream, HasItsOperationsAfterTheDestructorInTheOrderOfTheAbi) {
     static_assert(std::has_virtual_destructor_v<ByteStream>);
     EXPECT_EQ(vtableSlot(&ByteStream::read), 2);
     EXPECT_EQ(vtableSlot(&ByteStream::write), 3);

@@ -15,14 +15,14 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-TEST(Exception, TellsItsCodeAndLocation) {
+TEST(Exception, ReturnsItsCodeAndLocation) {
     const StorageIRI iri(u"/mounted/f", u"/f", true);
     const Exception exception(ErrorCode::ReadOnly, iri);
     EXPECT_EQ(exception.getErrorCode(), ErrorCode::ReadOnly);
     EXPECT_EQ(exception.getIRI(), iri);
 }
 
-TEST(Exception, SaysThePathAndTheReasonInPlainWords) {
+TEST(Exception, DescribesPathAndReason) {
     const auto textFor = [](ErrorCode code) {
         return std::string(Exception(code, StorageIRI(u"/a/f")).what());
     };
@@ -36,7 +36,7 @@ TEST(Exception, SaysThePathAndTheReasonInPlainWords) {
     EXPECT_EQ(textFor(ErrorCode::NotOffered), "/a/f: this provider does not offer the operation");
 }
 
-TEST(Exception, SaysThePathThatTheCallerGaveInUtf8) {
+TEST(Exception, ContainsTheCallersPathInUtf8) {
     const Exception exception(ErrorCode::FolderNotEmpty, StorageIRI(u"/mounted/x", u"/\u00e9\xd800", true));
     EXPECT_STREQ(exception.what(), "/\xc3\xa9\xef\xbf\xbd: folder is not empty");
 }
@@ -64,7 +64,7 @@ TEST(Exception, SharesItsStateWithItsCopies) {
     EXPECT_EQ(assigned.getErrorCode(), ErrorCode::NotFound);
 }
 
-TEST(Exception, LeavesItsLocationToItsCopies) {
+TEST(Exception, SharesItsLocationWithItsCopies) {
     std::optional<Exception> original(std::in_place, ErrorCode::NotFound, StorageIRI(u"/f"));
     const Exception copy(*original);
     const StorageIRI& iri = original->getIRI();

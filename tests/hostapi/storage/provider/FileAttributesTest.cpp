@@ -12,7 +12,7 @@ namespace {
 const boost::posix_time::ptime someTime(boost::gregorian::date(2024, 2, 29),
                                         boost::posix_time::microseconds(123456));
 
-TEST(FileAttributes, TellWhatTheyWereGiven) {
+TEST(FileAttributes, ReturnTheirConstructorArguments) {
     const FileAttributes writable(17, someTime, true);
     EXPECT_EQ(writable.getSize(), 17U);
     EXPECT_EQ(writable.getLastModified(), someTime);

@@ -7,7 +7,7 @@ using foundation::storage::provider::FolderAttributes;
 
 namespace {
 
-TEST(FolderAttributes, TellWhatTheyWereGiven) {
+TEST(FolderAttributes, ReturnTheirConstructorArguments) {
     const boost::posix_time::ptime time(boost::gregorian::date(2024, 2, 29),
                                         boost::posix_time::microseconds(123456));
     const FolderAttributes writable(time, true);

@@ -6,7 +6,7 @@ using foundation::storage::provider::FolderEntry;
 
 namespace {
 
-TEST(FolderEntry, TellsNameAndKind) {
+TEST(FolderEntry, ReturnsNameAndKind) {
     const FolderEntry file(u"f", FolderEntry::EntryType::File);
     EXPECT_EQ(file.getName(), u"f");
     EXPECT_EQ(file.getType(), FolderEntry::EntryType::File);

@@ -33,14 +33,14 @@ private:
     int& destroyed_;
 };
 
-TEST(IFolderEntryIterator, HasItsOperationsInTheOrderOfTheBinaryInterface) {
+TEST(IFolderEntryIterator, HasItsOperationsInTheOrderOfTheAbi) {
     EXPECT_EQ(vtableSlot(&IFolderEntryIterator::getEntry), 0);
     EXPECT_EQ(vtableSlot(&IFolderEntryIterator::hasNext), 1);
     EXPECT_EQ(vtableSlot(&IFolderEntryIterator::step), 2);
     EXPECT_EQ(vtableSlot(&IFolderEntryIterator::clone), 3);
 }
 
-TEST(IFolderEntryIterator, HasItsDestructorsBehindItsOperations) {
+TEST(IFolderEntryIterator, HasItsDestructorsAfterItsOperations) {
     int destroyed = 0;
     alignas(Countdown) std::array<std::byte, sizeof(Countdown)> room{};
     callVtableSlot(new (room.data()) Countdown(1, destroyed), 4);

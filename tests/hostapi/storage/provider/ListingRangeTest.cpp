@@ -64,7 +64,7 @@ TEST_F(ListingRangeTest, WorksWithAlgorithms) {
     EXPECT_EQ(found->getType(), FolderEntry::EntryType::File);
 }
 
-TEST_F(ListingRangeTest, GoesOnFromItsPlace) {
+TEST_F(ListingRangeTest, ContinuesFromItsPosition) {
     ListingRange range = list(*provider_, folder_);
     ListingRange::Iterator place = range.begin();
     place++;
@@ -73,12 +73,12 @@ TEST_F(ListingRangeTest, GoesOnFromItsPlace) {
     EXPECT_TRUE(range.begin() == range.end());
 }
 
-TEST_F(ListingRangeTest, PassesOnWhyThereIsNoListing) {
+TEST_F(ListingRangeTest, PropagatesTheReasonForAMissingListing) {
     EXPECT_THROW(list(*provider_, StorageIRI(u"/missing")), Exception);
     EXPECT_THROW(ListingRange(nullptr), std::runtime_error);
 }
 
-TEST_F(ListingRangeTest, IsReadIntoAVectorAsWell) {
+TEST_F(ListingRangeTest, CanBeReadIntoAVector) {
     EXPECT_EQ(readEntries(provider_->doListAll(folder_)).size(), 3U);
     EXPECT_THAT(readEntries(provider_->doListAll(StorageIRI(u"/d/a"))), IsEmpty());
     EXPECT_THROW(readEntries(nullptr), std::runtime_error);

@@ -11,7 +11,7 @@ TEST(RequireNonNullTest, ReturnsTheObject) {
     EXPECT_EQ(requireNonNull(std::move(object), "stream").get(), address);
 }
 
-TEST(RequireNonNullTest, ThrowsWhenThereIsNone) {
+TEST(RequireNonNullTest, ThrowsForNull) {
     EXPECT_THAT([] { requireNonNull(std::unique_ptr<int>(), "listing"); },
                 ThrowsMessage<std::runtime_error>("the plug-in returned no listing"));
 }

@@ -12,7 +12,7 @@ TEST(StorageIRI, OfOnePathHasItAsPathAndResolvedPath) {
     EXPECT_EQ(iri.getResolvedPath(), u"/a//b/");
 }
 
-TEST(StorageIRI, HasAParentExactlyWhenItsPathHoldsAName) {
+TEST(StorageIRI, HasAParentIfItsPathContainsAName) {
     for (const char16_t* path : {u"", u"/", u"//", u"////"}) {
         EXPECT_FALSE(StorageIRI(path).hasParent()) << testing::PrintToString(path);
     }
@@ -21,7 +21,7 @@ TEST(StorageIRI, HasAParentExactlyWhenItsPathHoldsAName) {
     }
 }
 
-TEST(StorageIRI, KeepsPropertiesThatAreGivenApart) {
+TEST(StorageIRI, KeepsSeparateProperties) {
     const StorageIRI iri(u"/resolved", u"/alias", false);
     EXPECT_EQ(iri.getResolvedPath(), u"/resolved");
     EXPECT_EQ(iri.getPath(), u"/alias");

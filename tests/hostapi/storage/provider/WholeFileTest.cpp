@@ -29,7 +29,7 @@ protected:
     const StorageIRI iri_{u"/f"};
 };
 
-TEST_F(WholeFileTest, ComesBackWithAnySize) {
+TEST_F(WholeFileTest, IsReadBackAtAnySize) {
     constexpr std::size_t block = std::size_t{64} * 1024;
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, block - 1, block, block + 1, 2 * block,
                                    4 * block, std::size_t{1'000'000}}) {
@@ -61,7 +61,7 @@ TEST_F(WholeFileTest, OfAMissingFileIsNotFound) {
                 throwsCode(ErrorCode::NotFound));
 }
 
-TEST_F(WholeFileTest, IsPutTogetherFromShortReads) {
+TEST_F(WholeFileTest, IsCombinedFromShortReads) {
     writeFile(*provider_, iri_, "bytes");
     MiscountingProvider provider(provider_);
     provider.copied = [](long) { return 1L; };
@@ -105,7 +105,7 @@ TEST_F(WholeFileTest, IsFlushed) {
     EXPECT_EQ(readFile(*provider_, iri_), "bytes");
 }
 
-TEST_F(WholeFileTest, IsRefusedAsANewOneWhenItExists) {
+TEST_F(WholeFileTest, IsNotCreatedIfItExists) {
     writeFile(*provider_, iri_, "old");
     EXPECT_THAT([&] { openNewFile(*provider_, iri_); }, throwsCode(ErrorCode::AlreadyExists));
     EXPECT_EQ(readFile(*provider_, iri_), "old");
@@ -116,7 +116,7 @@ TEST_F(WholeFileTest, IsOpenedWhenItIsNew) {
     EXPECT_EQ(readFile(*provider_, iri_), "new");
 }
 
-TEST_F(WholeFileTest, IsNotBroughtBackWhenAnotherThreadRemovesTheNewOne) {
+TEST_F(WholeFileTest, IsNotCreatedAgainWhenAnotherThreadRemovesIt) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "openStream") {
             provider_->doRemoveFile(iri);

@@ -34,7 +34,7 @@ TEST(WildcardPattern, WithoutAnythingMatchesOnlyTheEmptyName) {
     EXPECT_FALSE(matches(u"", u"a"));
 }
 
-TEST(WildcardPattern, TakesAStarForAnyRunAlsoAnEmptyOne) {
+TEST(WildcardPattern, MatchesAnyRunWithAStar) {
     EXPECT_TRUE(matches(u"*", u""));
     EXPECT_TRUE(matches(u"*", u"anything at all.*?"));
     EXPECT_TRUE(matches(u"*.txt", u"a.txt"));
@@ -54,13 +54,13 @@ TEST(WildcardPattern, TriesEveryEndOfAStar) {
     EXPECT_FALSE(matches(u"a*b*c", u"acbb"));
 }
 
-TEST(WildcardPattern, TakesSeveralStarsForOne) {
+TEST(WildcardPattern, TreatsSeveralStarsAsOne) {
     EXPECT_TRUE(matches(u"**", u""));
     EXPECT_TRUE(matches(u"a***b", u"ab"));
     EXPECT_TRUE(matches(u"***a***", u"xxaxx"));
 }
 
-TEST(WildcardPattern, TakesAQuestionMarkForExactlyOneCharacter) {
+TEST(WildcardPattern, MatchesExactlyOneCharacterWithAQuestionMark) {
     EXPECT_TRUE(matches(u"?", u"a"));
     EXPECT_TRUE(matches(u"a?c", u"abc"));
     EXPECT_TRUE(matches(u"??", u"ab"));
@@ -97,14 +97,14 @@ TEST(WildcardPattern, CountsAnUnpairedSurrogateAsOneCharacter) {
     EXPECT_TRUE(matches(u"??", lead + u"\uE000"));
 }
 
-TEST(WildcardPattern, TakesEveryOtherCharacterForItself) {
+TEST(WildcardPattern, MatchesEveryOtherCharacterLiterally) {
     EXPECT_TRUE(matches(u"[a].\\+(b)^$", u"[a].\\+(b)^$"));
     EXPECT_FALSE(matches(u"[a]", u"a"));
     EXPECT_FALSE(matches(u"a.c", u"abc"));
     EXPECT_FALSE(matches(u"\\*", u"*"));
 }
 
-TEST(WildcardPattern, OfElementsCanHoldStarsAndQuestionMarksThatStandForThemselves) {
+TEST(WildcardPattern, OfElementsCanContainLiteralStarsAndQuestionMarks) {
     const WildcardPattern pattern(std::vector<WildcardPattern::Element>{
         {Kind::Literal, u'*'}, {Kind::AnyCharacter, u'\0'}, {Kind::Literal, u'?'}, {Kind::AnyRun, u'\0'}});
     EXPECT_TRUE(pattern.matches(u"*a?"));
@@ -113,7 +113,7 @@ TEST(WildcardPattern, OfElementsCanHoldStarsAndQuestionMarksThatStandForThemselv
     EXPECT_FALSE(pattern.matches(u"*ax"));
 }
 
-TEST(WildcardPattern, WithManyStarsComesToAnEndOnANameThatAlmostMatches) {
+TEST(WildcardPattern, WithManyStarsTerminatesOnANameThatAlmostMatches) {
     std::u16string pattern;
     for (int i = 0; i < 100; ++i) {
         pattern += u"a*";

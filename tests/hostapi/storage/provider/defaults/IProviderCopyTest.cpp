@@ -63,7 +63,7 @@ TEST_F(IProviderCopy, FailsOnAShortWriteAndLeavesNothing) {
     }
 }
 
-TEST_F(IProviderCopy, FailsOnAReadOfMoreThanItAskedFor) {
+TEST_F(IProviderCopy, FailsOnAReadOfTooManyBytes) {
     MiscountingProvider provider(provider_);
     provider.copied = [](long count) { return count + 1; };
     EXPECT_THROW(provider.doCopyFile(source_, destination_, refuseExisting), std::runtime_error);
@@ -79,7 +79,7 @@ TEST_F(IProviderCopy, FailsOnASourceThatRefusesToMoveThePosition) {
     }
 }
 
-TEST_F(IProviderCopy, PassesOnOtherFailuresOfAReadOnlyTest) {
+TEST_F(IProviderCopy, PropagatesOtherFailuresOfAReadOnlyTest) {
     makeFile(u"/to/f", "old");
     EXPECT_THAT(
         [&] {
@@ -109,7 +109,7 @@ TEST_F(IProviderCopy, AcceptsShortReads) {
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, GivesTheDestinationTheSameBytes) {
+TEST_F(IProviderCopy, CopiesTheBytes) {
     copy();
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
     EXPECT_EQ(contentOf(u"/from/f"), "new bytes");
@@ -127,14 +127,14 @@ TEST_F(IProviderCopy, CopiesFilesOfAnyNumberOfBlocks) {
     }
 }
 
-TEST_F(IProviderCopy, MakesAFileWithBytesOfItsOwn) {
+TEST_F(IProviderCopy, DoesNotShareBytesWithTheSource) {
     copy();
     provider_->doOpenStream(source_, {})->write("NEW", 3);
     EXPECT_EQ(contentOf(u"/from/f"), "NEW bytes");
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, MakesAWritableFileOfAReadOnlyOne) {
+TEST_F(IProviderCopy, CreatesAWritableCopyOfAReadOnlyFile) {
     makeReadOnly(u"/from/f");
     copy();
     EXPECT_TRUE(provider_->doGetFileAttributes(destination_).isWritable());
@@ -186,7 +186,7 @@ TEST_F(IProviderCopy, ReplacesAnExistingFileUnderEveryOtherPolicy) {
     }
 }
 
-TEST_F(IProviderCopy, LeavesTheReplacedBytesToStreamsThatAreOpenOnThem) {
+TEST_F(IProviderCopy, KeepsReplacedBytesForOpenStreams) {
     makeFile(u"/to/f", "old");
     const auto stream = provider_->doOpenReadOnlyStream(destination_);
     copy(replaceExisting);
@@ -195,7 +195,7 @@ TEST_F(IProviderCopy, LeavesTheReplacedBytesToStreamsThatAreOpenOnThem) {
     EXPECT_EQ(content, "old");
 }
 
-TEST_F(IProviderCopy, RefusesAFolderInTheWayUnderEveryPolicy) {
+TEST_F(IProviderCopy, RefusesAnExistingFolderUnderEveryPolicy) {
     makeFolder(u"/to/f");
     for (const ReplacementPolicy policy :
          {refuseExisting, replaceExisting, refuseExistingFile, unnamedPolicy}) {
@@ -234,7 +234,7 @@ TEST_F(IProviderCopy, OfAMissingFileOrAFolderNamesTheSource) {
     EXPECT_THAT(namesIn(u"/to"), IsEmpty());
 }
 
-TEST_F(IProviderCopy, TellsAMissingSourceBeforeAnOccupiedDestination) {
+TEST_F(IProviderCopy, ReportsAMissingSourceBeforeAnOccupiedDestination) {
     makeFile(u"/to/f");
     EXPECT_THAT([&] { provider_->doCopyFile(at(u"/from/missing"), destination_, refuseExisting); },
                 failsWith(ErrorCode::NotFound, at(u"/from/missing")));
@@ -288,7 +288,7 @@ TEST_F(IProviderCopy, ReportsOnceOnAnEmptyFile) {
     EXPECT_THAT(reports, ElementsAre(0U));
 }
 
-TEST_F(IProviderCopy, GoesWithoutReports) {
+TEST_F(IProviderCopy, AcceptsAnEmptyProgressCallback) {
     provider_->doCopyFileAtomic(source_, destination_, refuseExisting, {});
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
@@ -300,7 +300,7 @@ TEST_F(IProviderCopy, ShowsNothingAtTheDestinationUntilItIsComplete) {
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, EndedByItsReportLeavesNothingBehind) {
+TEST_F(IProviderCopy, EndedByItsProgressCallbackLeavesNothingBehind) {
     makeFile(u"/to/f", "old");
     const auto end = [](unsigned long long) { throw std::runtime_error("enough"); };
     EXPECT_THROW(provider_->doCopyFileAtomic(source_, destination_, replaceExisting, end),
@@ -311,7 +311,7 @@ TEST_F(IProviderCopy, EndedByItsReportLeavesNothingBehind) {
     EXPECT_EQ(contentOf(u"/to/f"), "old");
 }
 
-TEST_F(IProviderCopy, PassesOnWhatItsReportThrowsUnchanged) {
+TEST_F(IProviderCopy, RethrowsExceptionsOfTheProgressCallback) {
     const StorageIRI other = at(u"/elsewhere");
     EXPECT_THAT(
         [&] {
@@ -362,7 +362,7 @@ TEST_F(IProviderCopy, OfAFileThatGrowsMeanwhileEndsAtTheSizeItHadAtTheStart) {
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, OfAFileThatIsCutOffMeanwhileEndsThere) {
+TEST_F(IProviderCopy, OfAFileThatIsTruncatedMeanwhileEndsThere) {
     provider_->doRemoveFile(source_);
     makeFile(u"/from/f", bytes(3 * 65536));
     provider_->doCopyFileAtomic(source_, destination_, refuseExisting,
@@ -370,7 +370,7 @@ TEST_F(IProviderCopy, OfAFileThatIsCutOffMeanwhileEndsThere) {
     EXPECT_TRUE(contentOf(u"/to/f") == bytes(65536 + 5));
 }
 
-TEST_F(IProviderCopy, LeavesAFileAloneThatHasItsTemporaryName) {
+TEST_F(IProviderCopy, KeepsAFileWithItsTemporaryName) {
     std::optional<StorageIRI> taken;
     copyRacing([&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "createFile" && !taken) {
@@ -442,7 +442,7 @@ TEST_F(IProviderCopy, NamesTheSourceWhenTheFolderBecomesReadOnlyMeanwhile) {
     EXPECT_FALSE(provider_->doFileExists(destination_));
 }
 
-TEST_F(IProviderCopy, LeavesNothingBehindWhenMemoryRunsOut) {
+TEST_F(IProviderCopy, LeavesNothingBehindWhenOutOfMemory) {
     for (const std::string moment : {"openStream", "moveFile"}) {
         EXPECT_THROW(copyRacing([&](const std::string& operation, const StorageIRI&) {
                          if (operation == moment) {

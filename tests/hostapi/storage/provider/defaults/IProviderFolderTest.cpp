@@ -24,7 +24,7 @@ public:
 
 using IProviderCreateFolderRecursive = ProviderTest;
 
-TEST_F(IProviderCreateFolderRecursive, MakesTheFolderAndEveryMissingOneAboveIt) {
+TEST_F(IProviderCreateFolderRecursive, CreatesTheFolderAndEveryMissingParent) {
     makeFolder(u"/a");
     provider_->doCreateFolderRecursive(at(u"/a/b/c"));
     EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"b"));
@@ -32,14 +32,14 @@ TEST_F(IProviderCreateFolderRecursive, MakesTheFolderAndEveryMissingOneAboveIt) 
     EXPECT_THAT(namesIn(u"/a/b/c"), IsEmpty());
 }
 
-TEST_F(IProviderCreateFolderRecursive, LeavesAnExistingFolderAsItIs) {
+TEST_F(IProviderCreateFolderRecursive, KeepsAnExistingFolder) {
     makeFolder(u"/a");
     makeFile(u"/a/f");
     provider_->doCreateFolderRecursive(at(u"/a"));
     EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCreateFolderRecursive, TakesTheRootForAFolderThatIsThere) {
+TEST_F(IProviderCreateFolderRecursive, AcceptsTheRoot) {
     EXPECT_NO_THROW(provider_->doCreateFolderRecursive(at(u"/")));
     EXPECT_NO_THROW(provider_->doCreateFolderRecursive(at(u"")));
     EXPECT_NO_THROW(provider_->doCreateFolderRecursive(StorageIRI(u"/mounted/here", u"/", false)));
@@ -51,13 +51,13 @@ TEST_F(IProviderCreateFolderRecursive, AcceptsASeparatorAtTheEnd) {
     EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"b"));
 }
 
-TEST_F(IProviderCreateFolderRecursive, TakesRepeatedSeparatorsAsTheProviderDoes) {
+TEST_F(IProviderCreateFolderRecursive, TreatsRepeatedSeparatorsAsTheProviderDoes) {
     provider_->doCreateFolderRecursive(at(u"//a//b"));
     EXPECT_TRUE(provider_->doFolderExists(at(u"/a")));
     EXPECT_TRUE(provider_->doFolderExists(at(u"//a//b")));
 }
 
-TEST_F(IProviderCreateFolderRecursive, NamesAFileInTheWay) {
+TEST_F(IProviderCreateFolderRecursive, NamesAFileOnThePath) {
     makeFolder(u"/a");
     makeFile(u"/a/f", "x");
     EXPECT_THAT([&] { provider_->doCreateFolderRecursive(at(u"/a/f/b/c")); },
@@ -67,7 +67,7 @@ TEST_F(IProviderCreateFolderRecursive, NamesAFileInTheWay) {
     EXPECT_EQ(contentOf(u"/a/f"), "x");
 }
 
-TEST_F(IProviderCreateFolderRecursive, NamesTheFolderThatAReadOnlyFolderCannotTake) {
+TEST_F(IProviderCreateFolderRecursive, NamesTheFolderThatCannotBeCreatedInAReadOnlyFolder) {
     makeFolder(u"/a");
     makeReadOnly(u"/a");
     EXPECT_THAT([&] { provider_->doCreateFolderRecursive(at(u"/a/b/c")); },
@@ -84,7 +84,7 @@ TEST_F(IProviderCreateFolderRecursive, FollowsTheResolvedPathAndNamesTheCallersL
     EXPECT_THAT([&] { provider_->doCreateFolderRecursive(iri); }, failsWith(ErrorCode::AlreadyExists, iri));
 }
 
-TEST_F(IProviderCreateFolderRecursive, GoesOnWhenAnotherThreadMakesTheFolderMeanwhile) {
+TEST_F(IProviderCreateFolderRecursive, SucceedsWhenAnotherThreadCreatesTheFolderMeanwhile) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "createFolder") {
             provider_->doCreateFolder(iri);
@@ -94,7 +94,7 @@ TEST_F(IProviderCreateFolderRecursive, GoesOnWhenAnotherThreadMakesTheFolderMean
     EXPECT_TRUE(provider_->doFolderExists(at(u"/a/b")));
 }
 
-TEST_F(IProviderCreateFolderRecursive, NamesAFileThatAnotherThreadMakesMeanwhile) {
+TEST_F(IProviderCreateFolderRecursive, NamesAFileThatAnotherThreadCreatesMeanwhile) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "createFolder") {
             provider_->doCreateFile(iri);
@@ -124,14 +124,14 @@ TEST_F(IProviderRemoveFolderRecursively, RemovesAnEmptyFolder) {
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, OfTheRootRemovesOnlyWhatItHolds) {
+TEST_F(IProviderRemoveFolderRecursively, OfTheRootRemovesOnlyItsContent) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     makeFile(u"/f");
     provider_->doRemoveFolderRecursively(at(u"/"));
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, KnowsTheRootByItsResolvedPathAndByItsMissingParent) {
+TEST_F(IProviderRemoveFolderRecursively, RecognizesTheRootByResolvedPathAndMissingParent) {
     EXPECT_NO_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"/", u"/mounted", true)));
     makeFolder(u"/top");
     makeFile(u"/top/f");
@@ -174,7 +174,7 @@ TEST_F(IProviderRemoveFolderRecursively, NamesTheCallersLocationWhenTheFolderIts
     EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(iri); }, failsWith(ErrorCode::ReadOnly, iri));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, GoesOnWhenAnotherThreadHasRemovedAnEntry) {
+TEST_F(IProviderRemoveFolderRecursively, ContinuesWhenAnotherThreadHasRemovedAnEntry) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     makeFile(u"/a/b/f");
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
@@ -188,7 +188,7 @@ TEST_F(IProviderRemoveFolderRecursively, GoesOnWhenAnotherThreadHasRemovedAnEntr
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, NamesAFolderThatAnotherThreadPutsSomethingInto) {
+TEST_F(IProviderRemoveFolderRecursively, NamesAFolderThatAnotherThreadFills) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "removeFolder" && iri == at(u"/a/b")) {
@@ -213,7 +213,7 @@ TEST_F(IProviderRemoveFolderRecursively, RemovesFoldersAndFilesWithoutAName) {
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, ComesToAnEndWhereAnEmptyNameIsTheFolderItself) {
+TEST_F(IProviderRemoveFolderRecursively, TerminatesIfAnEmptyNameIsTheFolderItself) {
     makeFolder(u"/a");
     makeFolder(u"/a//");
     makeFile(u"/a///f");
@@ -222,14 +222,14 @@ TEST_F(IProviderRemoveFolderRecursively, ComesToAnEndWhereAnEmptyNameIsTheFolder
                 failsWith(ErrorCode::FolderNotEmpty, at(u"/a//")));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, KnowsTheRootByAPathWithoutANameToo) {
+TEST_F(IProviderRemoveFolderRecursively, RecognizesTheRootByAPathWithoutAName) {
     makeFile(u"/f");
     EXPECT_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"", u"/mounted", true)), Exception);
     EXPECT_NO_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"//", u"/mounted", true)));
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, PassesOnFailuresThatAreNotTheStorages) {
+TEST_F(IProviderRemoveFolderRecursively, PropagatesOtherExceptions) {
     makeFolder(u"/a");
     makeFile(u"/a/f");
     const HookedProvider failing(provider_, [&](const std::string& operation, const StorageIRI&) {

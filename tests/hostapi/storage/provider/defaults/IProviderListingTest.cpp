@@ -31,7 +31,7 @@ TEST_F(IProviderListing, YieldsEveryEntry) {
                 ElementsAre(file(u"a.txt"), file(u"b.doc"), folder(u"e.txt"), folder(u"sub")));
 }
 
-TEST_F(IProviderListing, YieldsEveryEntryThatMatches) {
+TEST_F(IProviderListing, YieldsMatchingEntries) {
     EXPECT_THAT(read(provider_->doListAllWildcards(iri_, u"*.txt")),
                 ElementsAre(file(u"a.txt"), folder(u"e.txt")));
 }
@@ -40,7 +40,7 @@ TEST_F(IProviderListing, YieldsFiles) {
     EXPECT_THAT(read(provider_->doListFiles(iri_)), ElementsAre(file(u"a.txt"), file(u"b.doc")));
 }
 
-TEST_F(IProviderListing, YieldsFilesThatMatch) {
+TEST_F(IProviderListing, YieldsMatchingFiles) {
     EXPECT_THAT(read(provider_->doListFilesWildcards(iri_, u"?.txt")), ElementsAre(file(u"a.txt")));
 }
 
@@ -48,7 +48,7 @@ TEST_F(IProviderListing, YieldsFolders) {
     EXPECT_THAT(read(provider_->doListFolders(iri_)), ElementsAre(folder(u"e.txt"), folder(u"sub")));
 }
 
-TEST_F(IProviderListing, YieldsFoldersThatMatch) {
+TEST_F(IProviderListing, YieldsMatchingFolders) {
     EXPECT_THAT(read(provider_->doListFoldersWildcards(iri_, u"*.txt")), ElementsAre(folder(u"e.txt")));
 }
 
@@ -56,7 +56,7 @@ TEST_F(IProviderListing, NamesEveryEntry) {
     EXPECT_THAT(provider_->doListAllNamesOnly(iri_), ElementsAre(u"a.txt", u"b.doc", u"e.txt", u"sub"));
 }
 
-TEST_F(IProviderListing, NamesEveryEntryThatMatches) {
+TEST_F(IProviderListing, NamesMatchingEntries) {
     EXPECT_THAT(provider_->doListAllNamesOnlyWildcards(iri_, u"*b*"), ElementsAre(u"b.doc", u"sub"));
 }
 
@@ -64,7 +64,7 @@ TEST_F(IProviderListing, NamesFolders) {
     EXPECT_THAT(provider_->doListFoldersNamesOnly(iri_), ElementsAre(u"e.txt", u"sub"));
 }
 
-TEST_F(IProviderListing, NamesFoldersThatMatch) {
+TEST_F(IProviderListing, NamesMatchingFolders) {
     EXPECT_THAT(provider_->doListFoldersNamesOnlyWildcards(iri_, u"s??"), ElementsAre(u"sub"));
 }
 
@@ -72,7 +72,7 @@ TEST_F(IProviderListing, NamesFiles) {
     EXPECT_THAT(provider_->doListFilesNamesOnly(iri_), ElementsAre(u"a.txt", u"b.doc"));
 }
 
-TEST_F(IProviderListing, NamesFilesThatMatch) {
+TEST_F(IProviderListing, NamesMatchingFiles) {
     EXPECT_THAT(provider_->doListFilesNamesOnlyWildcards(iri_, u"*.txt"), ElementsAre(u"a.txt"));
 }
 
@@ -82,7 +82,7 @@ TEST_F(IProviderListing, YieldsEveryEntryBelowByItsRelativePath) {
                             file(u"sub/c.txt"), folder(u"sub/deep.txt"), file(u"sub/deep.txt/d.doc")));
 }
 
-TEST_F(IProviderListing, YieldsEveryEntryBelowWhoseOwnNameMatches) {
+TEST_F(IProviderListing, YieldsEveryEntryBelowWithAMatchingName) {
     EXPECT_THAT(read(provider_->doListAllRecursiveWildcards(iri_, u"*.txt")),
                 ElementsAre(file(u"a.txt"), folder(u"e.txt"), file(u"sub/c.txt"), folder(u"sub/deep.txt")));
 }
@@ -103,12 +103,12 @@ TEST_F(IProviderListing, NamesEveryEntryBelowByItsRelativePath) {
                             u"sub/deep.txt/d.doc"));
 }
 
-TEST_F(IProviderListing, NamesEveryEntryBelowWhoseOwnNameMatches) {
+TEST_F(IProviderListing, NamesEveryEntryBelowWithAMatchingName) {
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(iri_, u"*.doc"),
                 ElementsAre(u"b.doc", u"sub/deep.txt/d.doc"));
 }
 
-TEST_F(IProviderListing, OfTheRootGivesRelativePathsWithoutASeparatorInFront) {
+TEST_F(IProviderListing, OfTheRootYieldsRelativePathsWithoutALeadingSeparator) {
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(at(u"/"), u"?"), ElementsAre(u"d"));
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(at(u"/"), u"a*"), ElementsAre(u"d/a.txt"));
 }
@@ -169,7 +169,7 @@ TEST_F(IProviderListing, WithAnEmptyPatternYieldsNothing) {
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(iri_, u""), IsEmpty());
 }
 
-TEST_F(IProviderListing, DoesNotChangeOnceItWasMade) {
+TEST_F(IProviderListing, IgnoresLaterChanges) {
     const auto matching = provider_->doListFilesWildcards(iri_, u"*.txt");
     const auto recursive = provider_->doListAllRecursive(at(u"/d/sub"));
     provider_->doRemoveFolderRecursively(iri_);
@@ -188,7 +188,7 @@ TEST_F(IProviderListing, OutlivesItsProvider) {
                 ElementsAre(file(u"c.txt"), folder(u"deep.txt"), file(u"deep.txt/d.doc")));
 }
 
-TEST_F(IProviderListing, GoesOnInItsClonesFromTheSamePlaceIndependently) {
+TEST_F(IProviderListing, HasIndependentClonesAtTheSamePosition) {
     auto listing = provider_->doListAllWildcards(iri_, u"*");
     listing->step();
     auto clone = listing->clone();
@@ -197,7 +197,7 @@ TEST_F(IProviderListing, GoesOnInItsClonesFromTheSamePlaceIndependently) {
     EXPECT_THAT(read(std::move(clone)), ElementsAre(file(u"b.doc"), folder(u"e.txt"), folder(u"sub")));
 }
 
-TEST_F(IProviderListing, GivesTheSameEntryUntilTheNextStep) {
+TEST_F(IProviderListing, ReturnsTheSameEntryUntilTheNextStep) {
     const auto listing = provider_->doListAllRecursive(iri_);
     listing->step();
     EXPECT_EQ(listing->getEntry(), file(u"a.txt"));
@@ -205,7 +205,7 @@ TEST_F(IProviderListing, GivesTheSameEntryUntilTheNextStep) {
     EXPECT_EQ(listing->getEntry(), file(u"a.txt"));
 }
 
-TEST_F(IProviderListing, CountsAFolderThatIsRemovedMeanwhileAsEmpty) {
+TEST_F(IProviderListing, TreatsAFolderThatIsRemovedMeanwhileAsEmpty) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "listAll" && iri == at(u"/d/sub")) {
             provider_->doRemoveFolderRecursively(iri);
@@ -214,7 +214,7 @@ TEST_F(IProviderListing, CountsAFolderThatIsRemovedMeanwhileAsEmpty) {
     EXPECT_THAT(raced.doListAllRecursiveNamesOnly(iri_), ElementsAre(u"a.txt", u"b.doc", u"e.txt", u"sub"));
 }
 
-TEST_F(IProviderListing, PassesOnOtherFailuresOfAFolderBelow) {
+TEST_F(IProviderListing, PropagatesOtherFailuresOfAFolderBelow) {
     const StorageIRI sub = at(u"/d/sub");
     const HookedProvider failing(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "listAll" && iri == sub) {
@@ -224,13 +224,13 @@ TEST_F(IProviderListing, PassesOnOtherFailuresOfAFolderBelow) {
     EXPECT_THAT([&] { failing.doListAllRecursive(iri_); }, failsWith(ErrorCode::ReadOnly, sub));
 }
 
-TEST_F(IProviderListing, ComesToAnEndOnAFolderWithoutAName) {
+TEST_F(IProviderListing, TerminatesOnAFolderWithAnEmptyName) {
     provider_->doCreateFolder(at(u"/d/e.txt//"));
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnly(at(u"/d/e.txt")), ElementsAre(u""));
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(iri_, u""), ElementsAre(u"e.txt/"));
 }
 
-TEST_F(IProviderListing, ListsNamesThatCannotBeSpelledInUtf8) {
+TEST_F(IProviderListing, ListsNamesThatAreNotValidUtf16) {
     const std::u16string name(1, char16_t{0xD800});
     makeFolder(u"/odd");
     makeFolder(u"/odd/" + name);

@@ -50,7 +50,7 @@ TEST_F(IProviderNotOffered, NeverCallsBack) {
     EXPECT_FALSE(called);
 }
 
-TEST_F(IProviderNotOffered, SaysSoInPlainWords) {
+TEST_F(IProviderNotOffered, HasAReadableMessage) {
     try {
         provider_->doGetProviderStorageInfo(iri_);
         FAIL() << "nothing was thrown";

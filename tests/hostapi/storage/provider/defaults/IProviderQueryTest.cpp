@@ -26,7 +26,7 @@ TEST_F(IProviderQuery, FindsFilesFoldersAndTheRoot) {
     EXPECT_FALSE(provider_->doExists(at(u"/d/f/below")));
 }
 
-TEST_F(IProviderQuery, TellsWhatStandsAtALocation) {
+TEST_F(IProviderQuery, ReportsTheKindOfEntryAtALocation) {
     EXPECT_EQ(provider_->doExistsExtended(at(u"/d/f")), EntryExistence::File);
     EXPECT_EQ(provider_->doExistsExtended(at(u"/d")), EntryExistence::Folder);
     EXPECT_EQ(provider_->doExistsExtended(at(u"/")), EntryExistence::Folder);
@@ -34,7 +34,7 @@ TEST_F(IProviderQuery, TellsWhatStandsAtALocation) {
     EXPECT_EQ(provider_->doExistsExtended(at(u"/missing/f")), EntryExistence::Missing);
 }
 
-TEST_F(IProviderQuery, GivesTheAttributesOfAFile) {
+TEST_F(IProviderQuery, ReturnsTheAttributesOfAFile) {
     provider_->doSetLastModified(at(u"/d/f"), leapDay);
     const ExtendedAttributes writable = provider_->doGetExtendedAttributes(at(u"/d/f"));
     EXPECT_EQ(writable.type, FolderEntry::EntryType::File);
@@ -45,7 +45,7 @@ TEST_F(IProviderQuery, GivesTheAttributesOfAFile) {
     EXPECT_FALSE(provider_->doGetExtendedAttributes(at(u"/d/f")).writable);
 }
 
-TEST_F(IProviderQuery, GivesTheAttributesOfAFolder) {
+TEST_F(IProviderQuery, ReturnsTheAttributesOfAFolder) {
     provider_->doSetLastModified(at(u"/d"), leapDay);
     const ExtendedAttributes writable = provider_->doGetExtendedAttributes(at(u"/d"));
     EXPECT_EQ(writable.type, FolderEntry::EntryType::Folder);
@@ -56,7 +56,7 @@ TEST_F(IProviderQuery, GivesTheAttributesOfAFolder) {
     EXPECT_FALSE(provider_->doGetExtendedAttributes(at(u"/d")).writable);
 }
 
-TEST_F(IProviderQuery, GivesTheAttributesOfTheRoot) {
+TEST_F(IProviderQuery, ReturnsTheAttributesOfTheRoot) {
     provider_->doSetLastModified(at(u"/"), leapDay);
     const ExtendedAttributes root = provider_->doGetExtendedAttributes(at(u"/"));
     EXPECT_EQ(root.type, FolderEntry::EntryType::Folder);
@@ -81,20 +81,20 @@ TEST_F(IProviderQuery, SortsPathsByCodeUnits) {
     EXPECT_FALSE(isBefore(u"/a0", u"/a"));
 }
 
-TEST_F(IProviderQuery, SortsPathsAlsoAfterTheProviderIsGone) {
+TEST_F(IProviderQuery, SortsPathsAfterTheProviderIsDestroyed) {
     const auto isBefore = provider_->doGetPathComparator(at(u"/"));
     provider_.reset();
     EXPECT_TRUE(isBefore(u"/a", u"/b"));
 }
 
-TEST_F(IProviderQuery, TakesTheResolvedPathForTheCanonicalLocation) {
+TEST_F(IProviderQuery, DerivesTheCanonicalLocationFromTheResolvedPath) {
     EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"/real/f", u"/alias/f", true)), at(u"/real/f"));
     EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"/", u"/mounted", true)), at(u"/"));
     EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"/mount", u"/mount", false)), at(u"/"));
     EXPECT_EQ(provider_->doGetCanonicalLocation(at(u"/missing")), at(u"/missing"));
 }
 
-TEST_F(IProviderQuery, SpellsACanonicalLocationInOneWay) {
+TEST_F(IProviderQuery, NormalizesTheCanonicalLocation) {
     for (const std::u16string path : {u"/a/b", u"//a/b", u"/a/b/", u"///a/b/"}) {
         EXPECT_EQ(provider_->doGetCanonicalLocation(at(path)), at(u"/a/b"));
     }
@@ -112,7 +112,7 @@ TEST_F(IProviderQuery, KeepsAnEmptyNameInACanonicalLocation) {
     EXPECT_THAT(namesIn(u"/d"), testing::ElementsAre(u"f"));
 }
 
-TEST_F(IProviderQuery, TellsLowerFromUpperCase) {
+TEST_F(IProviderQuery, IsCaseSensitive) {
     EXPECT_EQ(provider_->doGetFilenameSensitivity(at(u"/")), FilenameSensitivity::CaseSensitive);
     makeFile(u"/d/F");
     EXPECT_THAT(namesIn(u"/d"), testing::ElementsAre(u"F", u"f"));

@@ -68,7 +68,7 @@ TEST_F(IProviderTruncate, GrowsByAnyNumberOfBlocks) {
     }
 }
 
-TEST_F(IProviderTruncate, GrowsToTheSizeAlthoughAnotherThreadLetsTheFileGrowToo) {
+TEST_F(IProviderTruncate, GrowsToTheSizeWhileAnotherThreadGrowsTheFile) {
     for (const std::string moment : {"openStream", "seek"}) {
         truncate(10);
         bool isFirst = true;
@@ -102,7 +102,7 @@ TEST_F(IProviderTruncate, ShrinksFilesOfManyBlocks) {
     EXPECT_TRUE(contentOf(u"/large") == content.substr(0, 150'001));
 }
 
-TEST_F(IProviderTruncate, KeepsTheBytesOfAFileThatHasTheSizeAlready) {
+TEST_F(IProviderTruncate, KeepsTheBytesOfAFileThatAlreadyHasTheSize) {
     truncate(10);
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
@@ -116,7 +116,7 @@ TEST_F(IProviderTruncate, ShowsTheChangeToOpenStreams) {
     EXPECT_EQ(stream->read(buffer.data(), 10), 4);
 }
 
-TEST_F(IProviderTruncate, OfAMissingFileOrAFolderNamesItAndMakesNothing) {
+TEST_F(IProviderTruncate, OfAMissingFileOrAFolderNamesItAndCreatesNothing) {
     makeFolder(u"/d");
     for (const unsigned long long size : {0ULL, 5ULL}) {
         EXPECT_THAT([&] { provider_->doTruncateToSize(at(u"/missing"), size); },
@@ -135,7 +135,7 @@ TEST_F(IProviderTruncate, OfAReadOnlyFileNamesItWhateverTheSize) {
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
-TEST_F(IProviderTruncate, RefusesSizesThatNoFileCanHave) {
+TEST_F(IProviderTruncate, RefusesSizesAboveTheMaximum) {
     constexpr unsigned long long largest = std::numeric_limits<unsigned long long>::max();
     constexpr unsigned long long tooLarge =
         static_cast<unsigned long long>(std::numeric_limits<long>::max()) + 1;
@@ -144,7 +144,7 @@ TEST_F(IProviderTruncate, RefusesSizesThatNoFileCanHave) {
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
-TEST_F(IProviderTruncate, LosesNothingWhenMemoryRunsOutForTheBytesThatStay) {
+TEST_F(IProviderTruncate, LosesNothingIfTheRemainingBytesCannotBeAllocated) {
     const HookedProvider failing(provider_, [](const std::string& operation, const StorageIRI&) {
         if (operation == "openReadOnlyStream") {
             throw std::bad_alloc();
@@ -154,7 +154,7 @@ TEST_F(IProviderTruncate, LosesNothingWhenMemoryRunsOutForTheBytesThatStay) {
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
-TEST_F(IProviderTruncate, KeepsWhatIsLeftOfAFileThatAnotherThreadShrinksMeanwhile) {
+TEST_F(IProviderTruncate, KeepsTheRemainderOfAFileThatAnotherThreadShrinksMeanwhile) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "openReadOnlyStream") {
             provider_->doTruncateToSize(iri, 3);
@@ -164,7 +164,7 @@ TEST_F(IProviderTruncate, KeepsWhatIsLeftOfAFileThatAnotherThreadShrinksMeanwhil
     EXPECT_EQ(contentOf(u"/f"), "012");
 }
 
-TEST_F(IProviderTruncate, DoesNotBringBackAFileThatAnotherThreadRemovesMeanwhile) {
+TEST_F(IProviderTruncate, DoesNotCreateAFileThatAnotherThreadRemovesMeanwhile) {
     for (const unsigned long long size : {5ULL, 15ULL}) {
         if (!provider_->doFileExists(iri_)) {
             makeFile(u"/f", "0123456789");
