@@ -25,7 +25,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// A whole file system: the tree of folders and files below the root "/", and a map from paths to folders.
+/// A file system: the tree of folders and files below the root "/", and a map from paths to folders.
 ///
 /// Owns the folder map, and through it the tree.
 ///
@@ -104,7 +104,7 @@ public:
     /// The folder at `path`. A caller that reads its time and its flag does not read both atomically.
     std::shared_ptr<InMemoryFolderEntry> requireFolderEntry(const InMemoryEntryPath& path) const;
 
-    // The five below acquire `mutex_`. The provider uses the two above, which do not.
+    // These acquire `mutex_`. The provider uses the two above instead.
 
     /// In bytes.
     std::uint64_t getFileEntrySize(const InMemoryEntryPath& path) const;
