@@ -374,8 +374,8 @@ public:
     virtual void doStopChangePollingMechanism(const StorageIRI& iri) const;
 
     /// Whether the provider claims a feature. Never fails.
-    /// @param feature  any number, also one that has no name here
-    /// @return false for every feature that the provider does not know
+    /// @param feature  any number, also one without a name in `ExtendedFeature`
+    /// @return false for every unknown feature
     virtual bool doHasFeature(const ExtendedFeature& feature) const = 0;
 
     /// The order of paths in this storage: by UTF-16 code units by default.
