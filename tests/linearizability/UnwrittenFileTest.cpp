@@ -1,5 +1,6 @@
-// Read-only opening of a file that was never written takes no lock of the tree. Here such files are opened
-// while they move. The stream does not refuse writes, so all bytes written must be found at the end.
+// Opening a file read-only acquires no lock of the tree, even if the file was never written. Here such files
+// are opened while they move. The stream does not refuse writes, so all bytes written must be found at the
+// end.
 
 #include "hostapi/storage/provider/ReplacementPolicy.h"
 #include "inmemoryprovider/InMemoryProvider.h"

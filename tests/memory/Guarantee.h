@@ -23,16 +23,16 @@ using Guarantee = std::function<void(const TreeShape&, const Failure&)>;
 /// The tree is unchanged, including all times.
 void unchanged(const TreeShape& shape, const Failure& failure);
 
-/// The tree is unchanged, or, if only the allocation of the refusal's exception failed, as the refusal leaves
-/// it.
+/// The tree is unchanged. If only the allocation of the refusal's exception failed, it may also be as after
+/// the refusal.
 void unchangedOrRefused(const TreeShape& shape, const Failure& failure);
 
 /// Like `unchanged`, except for the times of folders in which a temporary file was created and removed. The
 /// temporary file remains if even its removal runs out of memory.
 void unchangedButForATemporaryFile(const TreeShape& shape, const Failure& failure);
 
-/// Each entry is in its old or its new state, times of folders aside. No entry is missing that exists both
-/// before and after the operation.
+/// Each entry is in its old or its new state, except for the times of folders. No entry is missing that
+/// exists both before and after the operation.
 void partlyDone(const TreeShape& shape, const Failure& failure);
 
 /// Unchanged, but the file at `role` begins with a part of its new bytes, followed by its old bytes.

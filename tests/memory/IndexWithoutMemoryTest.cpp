@@ -116,7 +116,7 @@ InMemoryEntryPath numberedPath(std::size_t number) {
     return InMemoryEntryPath(text);
 }
 
-/// Lets one allocation of each step fail, the first one of the first step, and so on as long as there is one.
+/// In each step, fails one allocation: the first, the second or the third.
 TEST(IndexWithoutMemory, keepsAllElementsWhenNoSegmentCanBeAddedOrMerged) {
     constexpr std::size_t most = 5 * Index::segmentSize;
     for (std::size_t allowed = 0; allowed < 3; ++allowed) {
@@ -179,7 +179,8 @@ void expectHolds(const IndexedMap& map, std::size_t size) {
     }
 }
 
-/// Adds elements one by one. Lets one allocation of each addition fail until it succeeds.
+/// Adds elements one by one. For each, fails every allocation in turn until the insertion succeeds without a
+/// failure.
 TEST(IndexWithoutMemory, keepsTheMapCompleteWhicheverAllocationFails) {
     IndexedMap map;
     std::size_t survivals = 0;
