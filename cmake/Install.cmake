@@ -23,8 +23,8 @@ install(CODE "
     COMPONENT tool)
 
 # The plug-in's headers: PluginEntry.h and everything that it includes. A forward declaration of
-# InMemoryProvider would not be enough. Hosts convert the returned pointer to one to IProvider, which requires
-# the complete class, and the class contains the tree by value.
+# InMemoryProvider would not be enough: hosts convert the returned pointer to an IProvider pointer, which
+# requires the complete class, and the class contains the tree by value.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/hostapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qzstorage
     COMPONENT development
     FILES_MATCHING PATTERN "*.h"
@@ -63,8 +63,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cm
 install(FILES ${PROJECT_BINARY_DIR}/qzstorageConfig.cmake ${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cmake
     DESTINATION ${package_folder} COMPONENT development)
 
-# The same for pkg-config. The prefix is known only at installation. It is written out in full, because
-# pkg-config omits the compiler's own folders only if it recognizes them.
+# The same for pkg-config. The prefix is known only at installation. It is an absolute path, because
+# pkg-config omits the compiler's default folders only if it recognizes them.
 function(install_pkg_config name description requires)
     set(installation_prefix @CMAKE_INSTALL_PREFIX@)
     set(template ${PROJECT_BINARY_DIR}/${name}.pc.in)
