@@ -48,7 +48,7 @@ void reserveFor(Bytes& grown, const Bytes& content, std::size_t needed) {
             grown.reserve(std::max(content.capacity() * generousGrowth, needed));
             return;
         } catch (const std::bad_alloc&) {
-            // More than the overcommit limit of the system.
+            // The reservation exceeds the system's overcommit limit.
         }
     }
     grown.reserve(leastCapacityFor(content, needed));

@@ -28,7 +28,7 @@ std::uintptr_t roundUp(std::uintptr_t address, std::uintptr_t unit) noexcept {
     return roundDown(address + unit - 1, unit);
 }
 
-/// @param memory  a pointer into the pages, which keeps the provenance
+/// @param memory  a pointer into the pages; the range is addressed through it, to keep its provenance
 void advise(std::uint8_t* memory, std::uintptr_t begin, std::uintptr_t end, int advice) noexcept {
     if (begin < end) {
         const int errorBefore = errno;

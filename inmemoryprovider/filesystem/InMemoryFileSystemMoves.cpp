@@ -24,7 +24,7 @@ bool refusesExistingFolder(ReplacementPolicy policy) {
     return policy == ReplacementPolicy::RefuseExisting;
 }
 
-/// Moving a folder below itself would not end; moving it onto itself would lose it.
+/// Moving a folder to a path below it would not terminate; moving it onto itself would lose it.
 void requireOutside(const InMemoryEntryPath& target, const InMemoryEntryPath& source) {
     if (target.isWithin(source)) {
         throw EntryExistsException(target);

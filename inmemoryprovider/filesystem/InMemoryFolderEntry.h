@@ -20,8 +20,9 @@ namespace storage::inmemoryprovider {
 
 /// A folder.
 ///
-/// Owns its direct children, each under its own full path. `mutex_` guards the children. Only single
-/// operations of this class acquire it. While it is held, no other lock is acquired and no node is destroyed.
+/// Owns its direct children, each under its own full path. `mutex_` guards the children. Only operations of
+/// this class acquire it, and each releases it before it returns. While it is held, no other lock is acquired
+/// and no node is destroyed.
 ///
 /// A listing holds the mutex while it copies. A thread that holds the file system's mutex must not block on
 /// it, because that would block all changes in the tree. Such a thread uses `mutexIsFree` and the operations
