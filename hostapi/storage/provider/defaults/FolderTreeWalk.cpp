@@ -37,7 +37,7 @@ EntryList FolderTreeWalk::listEnteredFolder(const StorageIRI& folder) const {
         EntryList entries = readEntries(provider_.doListAll(folder));
         const bool mayBeFolderAboveAgain =
             name().empty() && std::any_of(entries.begin(), entries.end(), hasEmptyName);
-        return mayBeFolderAboveAgain ? EntryList() : entries; // or the walk might never end
+        return mayBeFolderAboveAgain ? EntryList() : entries; // or the walk might not terminate
     } catch (const Exception& failure) {
         if (failure.getErrorCode() != ErrorCode::NotFound) {
             throw;

@@ -51,7 +51,7 @@ void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long lo
     const auto stream = openForWriting(provider, iri, {.existence = ByteStreamExistence::MustExist});
     const std::vector<char> zeros(zerosAtOnce);
     // Seeks to the end for each block, and writes at a position. So two threads that grow the file do not
-    // make it larger than the larger of both sizes.
+    // make it exceed the larger of both sizes.
     for (unsigned long long end = endOf(*stream); end < size; end = endOf(*stream)) {
         writeAll(*stream, {zeros.data(), std::min<unsigned long long>(size - end, zeros.size())});
     }
