@@ -167,7 +167,7 @@ protected:
     InMemoryFileSystem fileSystem;
 };
 
-TEST_F(HeldChange, aBlockedLookUpDoesNotBlockChangesElsewhere) {
+TEST_F(HeldChange, ABlockedLookUpDoesNotBlockChangesElsewhere) {
     HeldFolder held(folder(u"/d"));
     std::atomic<bool> begun = false;
     auto lookUp = std::async(std::launch::async, [&] {
@@ -184,7 +184,7 @@ TEST_F(HeldChange, aBlockedLookUpDoesNotBlockChangesElsewhere) {
     EXPECT_TRUE(lookUp.get());
 }
 
-TEST_F(HeldChange, aReplacedFileExistsDuringTheMove) {
+TEST_F(HeldChange, AReplacedFileExistsDuringTheMove) {
     const auto replaced = nodeIn(u"/e", u"/e/y");
     ChangeMidway move(
         [&] { fileSystem.moveFileEntry(path(u"/d/x"), path(u"/e/y"), ReplacementPolicy::ReplaceExisting); },
@@ -205,7 +205,7 @@ TEST_F(HeldChange, aReplacedFileExistsDuringTheMove) {
     EXPECT_EQ(sourceListed.get(), Names());
 }
 
-TEST_F(HeldChange, aFolderHasOnePathDuringItsMove) {
+TEST_F(HeldChange, AFolderHasOnePathDuringItsMove) {
     ChangeMidway move(
         [&] { fileSystem.moveFolderEntry(path(u"/a"), path(u"/b"), ReplacementPolicy::RefuseExisting); },
         [&] { return folder(u"/b") && nodeIn(u"/b", u"/b/f"); });
@@ -296,7 +296,7 @@ private:
     }
 };
 
-TEST_P(ChangeInUsedFolder, blocksNoChangeElsewhere) {
+TEST_P(ChangeInUsedFolder, BlocksNoChangeElsewhere) {
     fileSystem.addFolderEntry(path(u"/a/empty"));
     HeldFolder held(folder(GetParam().inUse));
     std::atomic<bool> begun = false;
@@ -361,7 +361,7 @@ protected:
     InMemoryProvider provider;
 };
 
-TEST_F(ChangeRace, aFileReplacedByMovesIsNeverMissing) {
+TEST_F(ChangeRace, AFileReplacedByMovesIsNeverMissing) {
     const StorageIRI old(u"/g");
     const StorageIRI fresh(u"/new");
     provider.doCreateFile(old);
@@ -381,7 +381,7 @@ TEST_F(ChangeRace, aFileReplacedByMovesIsNeverMissing) {
         });
 }
 
-TEST_F(ChangeRace, aRenamedFileIsListedOnce) {
+TEST_F(ChangeRace, ARenamedFileIsListedOnce) {
     const StorageIRI one(u"/one");
     const StorageIRI two(u"/two");
     provider.doCreateFile(one);
@@ -394,7 +394,7 @@ TEST_F(ChangeRace, aRenamedFileIsListedOnce) {
         [&] { return namesIn(u"/").size() == 1 ? 0 : 1; });
 }
 
-TEST_F(ChangeRace, aRenamedFolderIsListedOnceWithItsContent) {
+TEST_F(ChangeRace, ARenamedFolderIsListedOnceWithItsContent) {
     const StorageIRI one(u"/one");
     const StorageIRI two(u"/two");
     for (const auto* folder : {u"/one", u"/one/s"}) {
@@ -424,7 +424,7 @@ TEST_F(ChangeRace, aRenamedFolderIsListedOnceWithItsContent) {
         });
 }
 
-TEST_F(ChangeRace, anEmptyFolderReplacedByMovesIsNeverMissing) {
+TEST_F(ChangeRace, AnEmptyFolderReplacedByMovesIsNeverMissing) {
     const StorageIRI old(u"/g");
     const StorageIRI fresh(u"/new");
     provider.doCreateFolder(old);
@@ -441,7 +441,7 @@ TEST_F(ChangeRace, anEmptyFolderReplacedByMovesIsNeverMissing) {
         });
 }
 
-TEST_F(ChangeRace, aNewFolderExistsAndCanBeListedAtTheSameMoment) {
+TEST_F(ChangeRace, ANewFolderExistsAndCanBeListedAtTheSameMoment) {
     const StorageIRI folder(u"/a");
     std::atomic<int> changes = 0;
     run(
@@ -462,7 +462,7 @@ TEST_F(ChangeRace, aNewFolderExistsAndCanBeListedAtTheSameMoment) {
         });
 }
 
-TEST_F(ChangeRace, aFolderHasTheTimeOfAFileVisibleInIt) {
+TEST_F(ChangeRace, AFolderHasTheTimeOfAFileVisibleInIt) {
     const StorageIRI folder(u"/d");
     const StorageIRI file(u"/d/f");
     const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));

@@ -19,7 +19,7 @@ using namespace foundation::storage::provider;
 using tests::answerOf;
 using tests::runTogether;
 
-TEST(Concurrency, lookingUpAFolderNeverWaitsForAChange) {
+TEST(Concurrency, LookingUpAFolderNeverWaitsForAChange) {
     const InMemoryEntryPath path(u"/f");
     const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));
     for (int round = 0; round < 50; ++round) {
@@ -43,7 +43,7 @@ TEST(Concurrency, lookingUpAFolderNeverWaitsForAChange) {
     }
 }
 
-TEST(Concurrency, readersFindAFolderThatMovesBackAndForth) {
+TEST(Concurrency, ReadersFindAFolderThatMovesBackAndForth) {
     const InMemoryProvider provider;
     provider.doCreateFolder(StorageIRI(u"/a"));
     provider.doCreateFolder(StorageIRI(u"/a/s"));
@@ -99,7 +99,7 @@ void expectSound(const IProvider& provider, const std::u16string& folder) {
 }
 
 /// Creates and removes enough entries that every index of them is created, doubled and halved repeatedly.
-TEST(Concurrency, entriesAreFoundWhileManyOthersAreCreatedAndRemoved) {
+TEST(Concurrency, EntriesAreFoundWhileManyOthersAreCreatedAndRemoved) {
     constexpr int rounds = 30;
     constexpr char16_t some = 10;
     constexpr char16_t many = 110;
@@ -179,13 +179,13 @@ void expectNoFirstWriteLost() {
     EXPECT_EQ(found, written);
 }
 
-TEST(Concurrency, firstWritesToManyFilesAreNotLostWhileTheirFolderMoves) {
+TEST(Concurrency, FirstWritesToManyFilesAreNotLostWhileTheirFolderMoves) {
     for (int round = 0; round < 100 && !testing::Test::HasFailure(); ++round) {
         expectNoFirstWriteLost();
     }
 }
 
-TEST(Concurrency, randomOperationsLeaveTheTreeConsistent) {
+TEST(Concurrency, RandomOperationsLeaveTheTreeConsistent) {
     const InMemoryProvider provider;
     const std::vector<std::u16string> paths{u"/a",   u"/b",     u"/a/a",   u"/a/b",   u"/b/a",
                                             u"/b/b", u"/a/a/a", u"/a/b/a", u"/b/a/b", u"/b/b/b"};

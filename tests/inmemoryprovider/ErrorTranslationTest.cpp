@@ -49,7 +49,7 @@ void PrintTo(const Row& row, std::ostream* out) {
 
 class TranslationTest : public testing::TestWithParam<Row> {};
 
-TEST_P(TranslationTest, throwsTheHostsCodeAndLocation) {
+TEST_P(TranslationTest, ThrowsTheHostsCodeAndLocation) {
     const Row& row = GetParam();
     EXPECT_EQ(outcome<EntryNotFoundException>(row.translation), row.notFound);
     EXPECT_EQ(outcome<EntryExistsException>(row.translation), row.exists);
@@ -71,12 +71,12 @@ INSTANTIATE_TEST_SUITE_P(
             "3 destination"}),
     [](const auto& row) { return std::string(row.param.operation); });
 
-TEST(ErrorTranslation, propagatesOtherExceptions) {
+TEST(ErrorTranslation, PropagatesOtherExceptions) {
     EXPECT_THROW(translations::create.run(source, [] { throw std::bad_alloc(); }), std::bad_alloc);
     EXPECT_THROW(translations::create.run(source, [] { throw 7; }), int);
 }
 
-TEST(ErrorTranslation, returnsResults) {
+TEST(ErrorTranslation, ReturnsResults) {
     EXPECT_EQ(translations::getAttributes.run(source, [] { return 7; }), 7);
 }
 

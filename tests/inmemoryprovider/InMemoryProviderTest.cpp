@@ -59,7 +59,7 @@ protected:
     std::shared_ptr<IProvider> provider = std::make_shared<InMemoryProvider>();
 };
 
-TEST_F(InMemoryProviderTest, claimsOneFeature) {
+TEST_F(InMemoryProviderTest, ClaimsOneFeature) {
     EXPECT_TRUE(provider->doHasFeature(static_cast<ExtendedFeature>(6)));
     for (const int other :
          {0, 1, 5, 7, -6, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
@@ -67,13 +67,13 @@ TEST_F(InMemoryProviderTest, claimsOneFeature) {
     }
 }
 
-TEST_F(InMemoryProviderTest, beginsWithARootThatIsAFolder) {
+TEST_F(InMemoryProviderTest, BeginsWithARootThatIsAFolder) {
     EXPECT_TRUE(provider->doFolderExists(at(u"/")));
     EXPECT_FALSE(provider->doFileExists(at(u"/")));
     EXPECT_FALSE(provider->doListAll(at(u"/"))->hasNext());
 }
 
-TEST_F(InMemoryProviderTest, recognizesTheRootByMissingParentOrSingleSeparator) {
+TEST_F(InMemoryProviderTest, RecognizesTheRootByMissingParentOrSingleSeparator) {
     const StorageIRI withoutParent(u"/anything", u"/anything", false);
     const StorageIRI separator(u"/", u"/mount", true);
     const StorageIRI empty(u"", u"", true);
@@ -91,7 +91,7 @@ TEST_F(InMemoryProviderTest, recognizesTheRootByMissingParentOrSingleSeparator) 
     }
 }
 
-TEST_F(InMemoryProviderTest, createsAndFindsFilesAndFolders) {
+TEST_F(InMemoryProviderTest, CreatesAndFindsFilesAndFolders) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/a/f"));
     EXPECT_TRUE(provider->doFolderExists(at(u"/a")));
@@ -100,14 +100,14 @@ TEST_F(InMemoryProviderTest, createsAndFindsFilesAndFolders) {
     EXPECT_FALSE(provider->doFolderExists(at(u"/a/f")));
 }
 
-TEST_F(InMemoryProviderTest, existenceTestsNeverThrowForMissingEntries) {
+TEST_F(InMemoryProviderTest, ExistenceTestsNeverThrowForMissingEntries) {
     for (const auto* path : {u"/x", u"/x/y", u"", u"a"}) {
         EXPECT_FALSE(provider->doFileExists(StorageIRI(path, path, true)));
         EXPECT_FALSE(provider->doFolderExists(StorageIRI(path, path, true)));
     }
 }
 
-TEST_F(InMemoryProviderTest, creatingFails) {
+TEST_F(InMemoryProviderTest, CreatingFails) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/f"));
     EXPECT_TRUE(fails(ErrorCode::AlreadyExists, at(u"/a"), [&] { provider->doCreateFolder(at(u"/a")); }));
@@ -121,7 +121,7 @@ TEST_F(InMemoryProviderTest, creatingFails) {
     EXPECT_TRUE(fails(ErrorCode::ReadOnly, at(u"/a/b"), [&] { provider->doCreateFolder(at(u"/a/b")); }));
 }
 
-TEST_F(InMemoryProviderTest, removesFilesAndFolders) {
+TEST_F(InMemoryProviderTest, RemovesFilesAndFolders) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/f"));
     provider->doRemoveFolder(at(u"/a"));
@@ -130,7 +130,7 @@ TEST_F(InMemoryProviderTest, removesFilesAndFolders) {
     EXPECT_FALSE(provider->doFileExists(at(u"/f")));
 }
 
-TEST_F(InMemoryProviderTest, removingFails) {
+TEST_F(InMemoryProviderTest, RemovingFails) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/a/f"));
     EXPECT_TRUE(fails(ErrorCode::FolderNotEmpty, at(u"/a"), [&] { provider->doRemoveFolder(at(u"/a")); }));
@@ -144,7 +144,7 @@ TEST_F(InMemoryProviderTest, removingFails) {
     EXPECT_TRUE(fails(ErrorCode::ReadOnly, at(u"/b"), [&] { provider->doRemoveFolder(at(u"/b")); }));
 }
 
-TEST_F(InMemoryProviderTest, describesFiles) {
+TEST_F(InMemoryProviderTest, DescribesFiles) {
     write(u"/f", "12345");
     provider->doSetLastModified(at(u"/f"), longAgo);
     const auto attributes = provider->doGetFileAttributes(at(u"/f"));
@@ -153,7 +153,7 @@ TEST_F(InMemoryProviderTest, describesFiles) {
     EXPECT_TRUE(attributes.isWritable());
 }
 
-TEST_F(InMemoryProviderTest, returnsAttributesOfFoldersAndTheRoot) {
+TEST_F(InMemoryProviderTest, ReturnsAttributesOfFoldersAndTheRoot) {
     provider->doCreateFolder(at(u"/a"));
     for (const auto* path : {u"/a", u"/"}) {
         provider->doSetLastModified(at(path), longAgo);
@@ -164,7 +164,7 @@ TEST_F(InMemoryProviderTest, returnsAttributesOfFoldersAndTheRoot) {
     }
 }
 
-TEST_F(InMemoryProviderTest, describingFails) {
+TEST_F(InMemoryProviderTest, DescribingFails) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/f"));
     for (const auto* path : {u"/a", u"/x", u"/x/y", u"/"}) {
@@ -175,7 +175,7 @@ TEST_F(InMemoryProviderTest, describingFails) {
     }
 }
 
-TEST_F(InMemoryProviderTest, timeAndFlagOfAReadOnlyEntryCanBeSet) {
+TEST_F(InMemoryProviderTest, TimeAndFlagOfAReadOnlyEntryCanBeSet) {
     provider->doCreateFile(at(u"/f"));
     provider->doSetWritable(at(u"/f"), false);
     EXPECT_FALSE(provider->doGetFileAttributes(at(u"/f")).isWritable());
@@ -185,7 +185,7 @@ TEST_F(InMemoryProviderTest, timeAndFlagOfAReadOnlyEntryCanBeSet) {
     EXPECT_TRUE(provider->doGetFileAttributes(at(u"/f")).isWritable());
 }
 
-TEST_F(InMemoryProviderTest, settingFailsForMissingEntries) {
+TEST_F(InMemoryProviderTest, SettingFailsForMissingEntries) {
     for (const auto* path : {u"/x", u"/x/y"}) {
         EXPECT_TRUE(
             fails(ErrorCode::NotFound, at(path), [&] { provider->doSetLastModified(at(path), longAgo); }));
@@ -193,7 +193,7 @@ TEST_F(InMemoryProviderTest, settingFailsForMissingEntries) {
     }
 }
 
-TEST_F(InMemoryProviderTest, theWritableFlagIsSetByTheGivenPath) {
+TEST_F(InMemoryProviderTest, TheWritableFlagIsSetByTheGivenPath) {
     provider->doCreateFile(at(u"/given"));
     provider->doCreateFile(at(u"/resolved"));
     provider->doSetWritable(StorageIRI(u"/resolved", u"/given", true), false);
@@ -201,7 +201,7 @@ TEST_F(InMemoryProviderTest, theWritableFlagIsSetByTheGivenPath) {
     EXPECT_TRUE(provider->doGetFileAttributes(at(u"/resolved")).isWritable());
 }
 
-TEST_F(InMemoryProviderTest, theTimeIsSetByTheResolvedPath) {
+TEST_F(InMemoryProviderTest, TheTimeIsSetByTheResolvedPath) {
     provider->doCreateFile(at(u"/given"));
     provider->doCreateFile(at(u"/resolved"));
     provider->doSetLastModified(StorageIRI(u"/resolved", u"/given", true), longAgo);
@@ -209,7 +209,7 @@ TEST_F(InMemoryProviderTest, theTimeIsSetByTheResolvedPath) {
     EXPECT_EQ(provider->doGetFileAttributes(at(u"/resolved")).getLastModified(), longAgo);
 }
 
-TEST_F(InMemoryProviderTest, theWritableFlagOfTheRootRequiresALocationWithoutParent) {
+TEST_F(InMemoryProviderTest, TheWritableFlagOfTheRootRequiresALocationWithoutParent) {
     const StorageIRI resolvedToRoot(u"/", u"/", true);
     EXPECT_TRUE(
         fails(ErrorCode::NotFound, resolvedToRoot, [&] { provider->doSetWritable(resolvedToRoot, false); }));
@@ -218,7 +218,7 @@ TEST_F(InMemoryProviderTest, theWritableFlagOfTheRootRequiresALocationWithoutPar
     EXPECT_FALSE(provider->doGetFolderAttributes(at(u"/")).isWritable());
 }
 
-TEST_F(InMemoryProviderTest, opensStreamsAccordingToTheOptions) {
+TEST_F(InMemoryProviderTest, OpensStreamsAccordingToTheOptions) {
     write(u"/f", "0123456789");
     ByteStreamOpenOptions options;
     options.append = ByteStreamAppend::AppendAtEnd;
@@ -229,7 +229,7 @@ TEST_F(InMemoryProviderTest, opensStreamsAccordingToTheOptions) {
     EXPECT_EQ(read(u"/f"), "");
 }
 
-TEST_F(InMemoryProviderTest, streamsShareTheBytes) {
+TEST_F(InMemoryProviderTest, StreamsShareTheBytes) {
     const auto writer = provider->doOpenStream(at(u"/f"), {});
     const auto reader = provider->doOpenReadOnlyStream(at(u"/f"));
     writer->write("abc", 3);
@@ -239,7 +239,7 @@ TEST_F(InMemoryProviderTest, streamsShareTheBytes) {
     EXPECT_EQ(provider->doGetFileAttributes(at(u"/f")).getSize(), 3U);
 }
 
-TEST_F(InMemoryProviderTest, openingFails) {
+TEST_F(InMemoryProviderTest, OpeningFails) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/f"));
     provider->doSetWritable(at(u"/f"), false);
@@ -255,7 +255,7 @@ TEST_F(InMemoryProviderTest, openingFails) {
     EXPECT_NE(provider->doOpenReadOnlyStream(at(u"/f")), nullptr);
 }
 
-TEST_F(InMemoryProviderTest, listsByKindInTheOrderOfPaths) {
+TEST_F(InMemoryProviderTest, ListsByKindInTheOrderOfPaths) {
     provider->doCreateFolder(at(u"/d"));
     provider->doCreateFile(at(u"/d/b"));
     provider->doCreateFolder(at(u"/d/a"));
@@ -267,7 +267,7 @@ TEST_F(InMemoryProviderTest, listsByKindInTheOrderOfPaths) {
     EXPECT_TRUE(rest(*provider->doListFiles(at(u"/d/a"))).empty());
 }
 
-TEST_F(InMemoryProviderTest, aListingIgnoresLaterChanges) {
+TEST_F(InMemoryProviderTest, AListingIgnoresLaterChanges) {
     provider->doCreateFile(at(u"/a"));
     const auto listing = provider->doListAll(at(u"/"));
     provider->doCreateFile(at(u"/b"));
@@ -275,7 +275,7 @@ TEST_F(InMemoryProviderTest, aListingIgnoresLaterChanges) {
     EXPECT_EQ(rest(*listing), (std::vector{FolderEntry(u"a", FolderEntry::EntryType::File)}));
 }
 
-TEST_F(InMemoryProviderTest, listingFails) {
+TEST_F(InMemoryProviderTest, ListingFails) {
     provider->doCreateFile(at(u"/f"));
     for (const auto* path : {u"/f", u"/x", u"/x/y"}) {
         EXPECT_TRUE(fails(ErrorCode::NotFound, at(path), [&] { provider->doListAll(at(path)); }));
@@ -284,7 +284,7 @@ TEST_F(InMemoryProviderTest, listingFails) {
     }
 }
 
-TEST_F(InMemoryProviderTest, streamsAndListingsOutliveTheProvider) {
+TEST_F(InMemoryProviderTest, StreamsAndListingsOutliveTheProvider) {
     const auto stream = provider->doOpenStream(at(u"/f"), {});
     const auto listing = provider->doListAll(at(u"/"));
     provider.reset();
@@ -292,7 +292,7 @@ TEST_F(InMemoryProviderTest, streamsAndListingsOutliveTheProvider) {
     EXPECT_EQ(rest(*listing), (std::vector{FolderEntry(u"f", FolderEntry::EntryType::File)}));
 }
 
-TEST_F(InMemoryProviderTest, movesFiles) {
+TEST_F(InMemoryProviderTest, MovesFiles) {
     write(u"/f", "new");
     write(u"/g", "old");
     provider->doMoveFile(at(u"/f"), at(u"/g"), ReplacementPolicy::ReplaceExisting);
@@ -300,7 +300,7 @@ TEST_F(InMemoryProviderTest, movesFiles) {
     EXPECT_EQ(read(u"/g"), "new");
 }
 
-TEST_F(InMemoryProviderTest, movingFilesFails) {
+TEST_F(InMemoryProviderTest, MovingFilesFails) {
     write(u"/f", "new");
     write(u"/g", "old");
     provider->doCreateFolder(at(u"/a"));
@@ -322,7 +322,7 @@ TEST_F(InMemoryProviderTest, movingFilesFails) {
     EXPECT_EQ(read(u"/g"), "old");
 }
 
-TEST_F(InMemoryProviderTest, movesFolders) {
+TEST_F(InMemoryProviderTest, MovesFolders) {
     provider->doCreateFolder(at(u"/a"));
     write(u"/a/f", "abc");
     provider->doCreateFolder(at(u"/b"));
@@ -331,7 +331,7 @@ TEST_F(InMemoryProviderTest, movesFolders) {
     EXPECT_EQ(read(u"/b/f"), "abc");
 }
 
-TEST_F(InMemoryProviderTest, movingFoldersFails) {
+TEST_F(InMemoryProviderTest, MovingFoldersFails) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFolder(at(u"/b"));
     write(u"/b/f", "abc");

@@ -17,19 +17,19 @@ using foundation::core::except::IInternalException;
 
 const InMemoryEntryPath path(u"/a/b");
 
-TEST(InternalExceptions, haveTheirMessages) {
+TEST(InternalExceptions, HaveTheirMessages) {
     EXPECT_EQ(EntryNotFoundException(path).getMessage(), u"Entry /a/b could not be found");
     EXPECT_EQ(EntryExistsException(path).getMessage(), u"Entry /a/b already exists");
     EXPECT_EQ(ReadOnlyException(path).getMessage(), u"Entry /a/b is read-only.");
     EXPECT_EQ(FolderNotEmptyException(path).getMessage(), u"Entry /a/b is not empty");
 }
 
-TEST(InternalExceptions, returnTheirMessageInUtf8) {
+TEST(InternalExceptions, ReturnTheirMessageInUtf8) {
     EXPECT_EQ(EntryNotFoundException(InMemoryEntryPath(u"/\u00E9\U0001F600\xD800")).what(),
               "Entry /\u00E9\U0001F600\uFFFD could not be found");
 }
 
-TEST(InternalExceptions, convertBetweenUtf8AndUtf16) {
+TEST(InternalExceptions, ConvertBetweenUtf8AndUtf16) {
     const ReadOnlyException exception(path);
     EXPECT_EQ(exception.convert_str(std::u16string(u"\u00E9\xDC00")), "\u00E9\uFFFD");
     EXPECT_EQ(exception.convert_str(std::string("\u00E9\xFF")), u"\u00E9\uFFFD");

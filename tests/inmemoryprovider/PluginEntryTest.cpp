@@ -11,7 +11,7 @@ namespace {
 using foundation::storage::provider::IProvider;
 using foundation::storage::provider::StorageIRI;
 
-TEST(PluginEntry, installsAnEmptyProvider) {
+TEST(PluginEntry, InstallsAnEmptyProvider) {
     std::shared_ptr<IProvider> provider;
     buildProvider_V1(&provider);
     ASSERT_NE(provider, nullptr);
@@ -20,7 +20,7 @@ TEST(PluginEntry, installsAnEmptyProvider) {
     EXPECT_EQ(provider.use_count(), 1);
 }
 
-TEST(PluginEntry, destroysTheReplacedProviderUnlessItIsShared) {
+TEST(PluginEntry, DestroysTheReplacedProviderUnlessItIsShared) {
     std::shared_ptr<IProvider> provider;
     buildProvider_V1(&provider);
     provider->doCreateFile(StorageIRI(u"/f"));
@@ -35,7 +35,7 @@ TEST(PluginEntry, destroysTheReplacedProviderUnlessItIsShared) {
     EXPECT_TRUE(second->doFolderExists(StorageIRI(u"/")));
 }
 
-TEST(PluginEntry, eachProviderHasItsOwnTree) {
+TEST(PluginEntry, EachProviderHasItsOwnTree) {
     std::shared_ptr<IProvider> one;
     std::shared_ptr<IProvider> two;
     buildProvider_V1(&one);
@@ -44,11 +44,11 @@ TEST(PluginEntry, eachProviderHasItsOwnTree) {
     EXPECT_FALSE(two->doFileExists(StorageIRI(u"/f")));
 }
 
-TEST(PluginEntry, refusesANullPointer) {
+TEST(PluginEntry, RefusesANullPointer) {
     EXPECT_THROW(buildProvider_V1(nullptr), std::invalid_argument);
 }
 
-TEST(PluginEntry, buildsProvidersForHostsInCpp) {
+TEST(PluginEntry, BuildsProvidersForHostsInCpp) {
     const std::shared_ptr<InMemoryProvider> one = buildInMemoryProvider();
     const std::shared_ptr<IProvider> two = buildInMemoryProvider();
     one->doCreateFile(StorageIRI(u"/f"));

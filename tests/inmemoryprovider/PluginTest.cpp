@@ -17,7 +17,7 @@ using storage::tests::pluginIsLoaded;
 
 constexpr const char* pluginPath = QZSTORAGE_PLUGIN_PATH;
 
-TEST(Plugin, canBeLoadedAndUnloadedRepeatedly) {
+TEST(Plugin, CanBeLoadedAndUnloadedRepeatedly) {
     for (int round = 0; round < 20; ++round) {
         ASSERT_FALSE(pluginIsLoaded(pluginPath));
         {
@@ -34,7 +34,7 @@ TEST(Plugin, canBeLoadedAndUnloadedRepeatedly) {
     }
 }
 
-TEST(Plugin, throwsExceptionsThatTheHostCatchesByType) {
+TEST(Plugin, ThrowsExceptionsThatTheHostCatchesByType) {
     const LoadedPlugin plugin(pluginPath);
     const auto provider = plugin.build();
     try {
@@ -48,7 +48,7 @@ TEST(Plugin, throwsExceptionsThatTheHostCatchesByType) {
     EXPECT_THROW(provider->doRemoveFile(StorageIRI(u"/missing")), std::exception);
 }
 
-TEST(Plugin, anExceptionOutlivesThePlugin) {
+TEST(Plugin, AnExceptionOutlivesThePlugin) {
     std::exception_ptr kept;
     {
         const LoadedPlugin plugin(pluginPath);
@@ -67,7 +67,7 @@ TEST(Plugin, anExceptionOutlivesThePlugin) {
     }
 }
 
-TEST(Plugin, offersBothEntryPoints) {
+TEST(Plugin, OffersBothEntryPoints) {
     void* handle = dlopen(pluginPath, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(handle, nullptr);
     EXPECT_NE(dlsym(handle, "_ZN7storage16inmemoryprovider21buildInMemoryProviderEv"), nullptr);
@@ -75,7 +75,7 @@ TEST(Plugin, offersBothEntryPoints) {
     dlclose(handle);
 }
 
-TEST(Plugin, canBeLoadedAndUnloadedConcurrently) {
+TEST(Plugin, CanBeLoadedAndUnloadedConcurrently) {
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {

@@ -137,21 +137,21 @@ private:
 
 const auto nothing = [](const IProvider&) {};
 
-TEST_F(Race, ofTwoCreationsOfOneFileExactlyOneSucceeds) {
+TEST_F(Race, OfTwoCreationsOfOneFileExactlyOneSucceeds) {
     run(nothing, {createFile(u"/f"), createFile(u"/f")}, [&] {
         expectOneSuccess({ErrorCode::AlreadyExists, u"/f"});
         EXPECT_TRUE(isFile(u"/f"));
     });
 }
 
-TEST_F(Race, ofTwoCreationsOfOneFolderExactlyOneSucceeds) {
+TEST_F(Race, OfTwoCreationsOfOneFolderExactlyOneSucceeds) {
     run(nothing, {createFolder(u"/a"), createFolder(u"/a")}, [&] {
         expectOneSuccess({ErrorCode::AlreadyExists, u"/a"});
         EXPECT_TRUE(isFolder(u"/a"));
     });
 }
 
-TEST_F(Race, anEntryIsOfTheKindWhoseCreationSucceeded) {
+TEST_F(Race, AnEntryIsOfTheKindWhoseCreationSucceeded) {
     run(nothing, {createFile(u"/e"), createFolder(u"/e")}, [&] {
         expectOneSuccess({ErrorCode::AlreadyExists, u"/e"});
         EXPECT_EQ(isFile(u"/e"), succeeded(0));
@@ -159,7 +159,7 @@ TEST_F(Race, anEntryIsOfTheKindWhoseCreationSucceeded) {
     });
 }
 
-TEST_F(Race, openingNeverFailsBecauseAnotherThreadCreatesTheFile) {
+TEST_F(Race, OpeningNeverFailsBecauseAnotherThreadCreatesTheFile) {
     const auto open = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     run(nothing, {open, createFile(u"/f")}, [&] {
         EXPECT_TRUE(succeeded(0)) << testing::PrintToString(answer(0));
@@ -168,7 +168,7 @@ TEST_F(Race, openingNeverFailsBecauseAnotherThreadCreatesTheFile) {
     });
 }
 
-TEST_F(Race, recursiveCreationSucceedsInEveryThread) {
+TEST_F(Race, RecursiveCreationSucceedsInEveryThread) {
     const auto create = [](const IProvider& provider) { provider.doCreateFolderRecursive(at(u"/a/b/c/d")); };
     run(nothing, {create, create, create, create}, [&] {
         for (std::size_t call = 0; call < 4; ++call) {
@@ -178,21 +178,21 @@ TEST_F(Race, recursiveCreationSucceedsInEveryThread) {
     });
 }
 
-TEST_F(Race, ofTwoRemovalsOfOneFileExactlyOneSucceeds) {
+TEST_F(Race, OfTwoRemovalsOfOneFileExactlyOneSucceeds) {
     run(createFile(u"/f"), {removeFile(u"/f"), removeFile(u"/f")}, [&] {
         expectOneSuccess({ErrorCode::NotFound, u"/f"});
         EXPECT_FALSE(isFile(u"/f"));
     });
 }
 
-TEST_F(Race, ofTwoRemovalsOfOneFolderExactlyOneSucceeds) {
+TEST_F(Race, OfTwoRemovalsOfOneFolderExactlyOneSucceeds) {
     run(createFolder(u"/a"), {removeFolder(u"/a"), removeFolder(u"/a")}, [&] {
         expectOneSuccess({ErrorCode::NotFound, u"/a"});
         EXPECT_FALSE(isFolder(u"/a"));
     });
 }
 
-TEST_F(Race, aFolderIsRemovedOrReceivesAFile) {
+TEST_F(Race, AFolderIsRemovedOrReceivesAFile) {
     run(createFolder(u"/a"), {removeFolder(u"/a"), createFile(u"/a/f")}, [&] {
         EXPECT_NE(succeeded(0), succeeded(1));
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -202,7 +202,7 @@ TEST_F(Race, aFolderIsRemovedOrReceivesAFile) {
     });
 }
 
-TEST_F(Race, aFolderIsRemovedOrReceivesAFolder) {
+TEST_F(Race, AFolderIsRemovedOrReceivesAFolder) {
     run(createFolder(u"/a"), {removeFolder(u"/a"), createFolder(u"/a/b")}, [&] {
         EXPECT_NE(succeeded(0), succeeded(1));
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -212,7 +212,7 @@ TEST_F(Race, aFolderIsRemovedOrReceivesAFolder) {
     });
 }
 
-TEST_F(Race, aFolderIsRemovedOrAFileMovesIntoIt) {
+TEST_F(Race, AFolderIsRemovedOrAFileMovesIntoIt) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         makeFile(provider, u"/f", 1);
@@ -226,7 +226,7 @@ TEST_F(Race, aFolderIsRemovedOrAFileMovesIntoIt) {
     });
 }
 
-TEST_F(Race, recursiveRemovalOrphansNoNewFile) {
+TEST_F(Race, RecursiveRemovalOrphansNoNewFile) {
     const auto removeAll = [](const IProvider& provider) { provider.doRemoveFolderRecursively(at(u"/a")); };
     run(createFolder(u"/a"), {removeAll, createFile(u"/a/f")}, [&] {
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -237,7 +237,7 @@ TEST_F(Race, recursiveRemovalOrphansNoNewFile) {
     });
 }
 
-TEST_F(Race, ofTwoMovesOfOneFileExactlyOneSucceeds) {
+TEST_F(Race, OfTwoMovesOfOneFileExactlyOneSucceeds) {
     const auto prepare = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     run(prepare,
         {moveFile(u"/f", u"/g", ReplacementPolicy::RefuseExisting),
@@ -256,7 +256,7 @@ void makeTwoFiles(const IProvider& provider) {
     provider.doOpenStream(at(u"/g"), {})->write(Record(2).bytes(), Record::size);
 }
 
-TEST_F(Race, ofTwoFilesMovedToOnePathTheRefusedOneStays) {
+TEST_F(Race, OfTwoFilesMovedToOnePathTheRefusedOneStays) {
     run(makeTwoFiles,
         {moveFile(u"/f", u"/t", ReplacementPolicy::RefuseExisting),
          moveFile(u"/g", u"/t", ReplacementPolicy::RefuseExisting)},
@@ -268,7 +268,7 @@ TEST_F(Race, ofTwoFilesMovedToOnePathTheRefusedOneStays) {
         });
 }
 
-TEST_F(Race, ofTwoFilesMovedToOnePathWithReplacementOneIsLeft) {
+TEST_F(Race, OfTwoFilesMovedToOnePathWithReplacementOneIsLeft) {
     run(makeTwoFiles,
         {moveFile(u"/f", u"/t", ReplacementPolicy::ReplaceExisting),
          moveFile(u"/g", u"/t", ReplacementPolicy::ReplaceExisting)},
@@ -279,7 +279,7 @@ TEST_F(Race, ofTwoFilesMovedToOnePathWithReplacementOneIsLeft) {
         });
 }
 
-TEST_F(Race, ofTwoCopiesToOnePathExactlyOneSucceedsAndNoTemporaryFileIsLeft) {
+TEST_F(Race, OfTwoCopiesToOnePathExactlyOneSucceedsAndNoTemporaryFileIsLeft) {
     const auto copy = [](const Path& source) {
         return [=](const IProvider& provider) {
             provider.doCopyFile(at(source), at(u"/t"), ReplacementPolicy::RefuseExisting);
@@ -292,7 +292,7 @@ TEST_F(Race, ofTwoCopiesToOnePathExactlyOneSucceedsAndNoTemporaryFileIsLeft) {
     });
 }
 
-TEST_F(Race, aCopyToAFolderThatMovesSucceedsOrLeavesAtMostItsTemporaryFile) {
+TEST_F(Race, ACopyToAFolderThatMovesSucceedsOrLeavesAtMostItsTemporaryFile) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         makeFile(provider, u"/f", 1);
@@ -313,7 +313,7 @@ TEST_F(Race, aCopyToAFolderThatMovesSucceedsOrLeavesAtMostItsTemporaryFile) {
     });
 }
 
-TEST_F(Race, aFileCreatedInAMovingFolderMovesWithItOrIsNotCreated) {
+TEST_F(Race, AFileCreatedInAMovingFolderMovesWithItOrIsNotCreated) {
     run(createFolder(u"/a"),
         {moveFolder(u"/a", u"/b", ReplacementPolicy::RefuseExisting), createFile(u"/a/f")}, [&] {
             EXPECT_TRUE(succeeded(0)) << testing::PrintToString(answer(0));
@@ -324,7 +324,7 @@ TEST_F(Race, aFileCreatedInAMovingFolderMovesWithItOrIsNotCreated) {
         });
 }
 
-TEST_F(Race, ofTwoFoldersThatMoveIntoEachOtherExactlyOneSucceeds) {
+TEST_F(Race, OfTwoFoldersThatMoveIntoEachOtherExactlyOneSucceeds) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         provider.doCreateFolder(at(u"/b"));
@@ -345,7 +345,7 @@ TEST_F(Race, ofTwoFoldersThatMoveIntoEachOtherExactlyOneSucceeds) {
         });
 }
 
-TEST_F(Race, ofTwoFoldersThatReplaceEachOtherTheEmptyOneIsReplaced) {
+TEST_F(Race, OfTwoFoldersThatReplaceEachOtherTheEmptyOneIsReplaced) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         provider.doCreateFolder(at(u"/b"));
@@ -363,7 +363,7 @@ TEST_F(Race, ofTwoFoldersThatReplaceEachOtherTheEmptyOneIsReplaced) {
         });
 }
 
-TEST_F(Race, aFileThatMustExistIsOpenedOrNotFound) {
+TEST_F(Race, AFileThatMustExistIsOpenedOrNotFound) {
     const auto prepare = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     const auto open = [](const IProvider& provider) {
         const auto stream = provider.doOpenStream(at(u"/f"), {.existence = ByteStreamExistence::MustExist});
@@ -378,7 +378,7 @@ TEST_F(Race, aFileThatMustExistIsOpenedOrNotFound) {
     });
 }
 
-TEST_F(Race, aFileIsOpenedBeforeItsRemovalOrCreatedAfterIt) {
+TEST_F(Race, AFileIsOpenedBeforeItsRemovalOrCreatedAfterIt) {
     const auto prepare = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     std::uint64_t opened = 0;
     const auto open = [&](const IProvider& provider) {
@@ -434,7 +434,7 @@ std::array<std::vector<std::uint64_t>, 4> readRecords(ByteStream& stream) {
     return tags;
 }
 
-TEST(RacingStreams, appendsAreNeitherLostNorTornWhileTheFileMoves) {
+TEST(RacingStreams, AppendsAreNeitherLostNorTornWhileTheFileMoves) {
     const InMemoryProvider provider;
     const std::array early{provider.doOpenStream(at(u"/f"), appending),
                            provider.doOpenStream(at(u"/f"), appending)};
@@ -471,7 +471,7 @@ TEST(RacingStreams, appendsAreNeitherLostNorTornWhileTheFileMoves) {
     }
 }
 
-TEST(RacingStreams, aReaderNeverSeesATornRecord) {
+TEST(RacingStreams, AReaderNeverSeesATornRecord) {
     constexpr long mostRecords = 16;
     constexpr std::uint64_t writes = 2000;
     const InMemoryProvider provider;
@@ -519,7 +519,7 @@ TEST(RacingStreams, aReaderNeverSeesATornRecord) {
     runTogether({overwrite, appendAndEmpty, resize, read});
 }
 
-TEST(RacingStreams, aFileReplacedByMovesCanAlwaysBeOpened) {
+TEST(RacingStreams, AFileReplacedByMovesCanAlwaysBeOpened) {
     constexpr std::uint64_t last = 1000;
     const InMemoryProvider provider;
     provider.doOpenStream(at(u"/t"), {})->write(Record(1).bytes(), Record::size);
@@ -549,7 +549,7 @@ TEST(RacingStreams, aFileReplacedByMovesCanAlwaysBeOpened) {
     EXPECT_EQ(record, Record(last));
 }
 
-TEST(RacingListings, aListingIsASnapshotOfTheFolder) {
+TEST(RacingListings, AListingIsASnapshotOfTheFolder) {
     constexpr int files = 200;
     std::vector<Path> names;
     for (int i = 0; i < files; ++i) {
@@ -578,7 +578,7 @@ TEST(RacingListings, aListingIsASnapshotOfTheFolder) {
     runTogether({change, list, list});
 }
 
-TEST(RacingListings, aFolderOnlyGrowsFromListingToListingWhileFilesAreCreated) {
+TEST(RacingListings, AFolderOnlyGrowsFromListingToListingWhileFilesAreCreated) {
     const InMemoryProvider provider;
     std::atomic<bool> done = false;
     const auto create = [&] {
@@ -600,7 +600,7 @@ TEST(RacingListings, aFolderOnlyGrowsFromListingToListingWhileFilesAreCreated) {
 
 // Nodes by themselves, without a file system and its lock.
 
-TEST(RacingNodes, aFolderCanBeQueriedWhileItsChildrenChange) {
+TEST(RacingNodes, AFolderCanBeQueriedWhileItsChildrenChange) {
     const boost::posix_time::ptime time(boost::gregorian::date(2001, 2, 3));
     const InMemoryEntryPath lasting(u"/a/lasting");
     const InMemoryEntryPath changing(u"/a/changing");

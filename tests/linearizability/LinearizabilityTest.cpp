@@ -15,7 +15,7 @@ constexpr std::size_t roundsPerMix = 2000;
 
 class Linearizability : public testing::TestWithParam<RoundMix> {};
 
-TEST_P(Linearizability, everyRoundIsLinearizable) {
+TEST_P(Linearizability, EveryRoundIsLinearizable) {
     const Rounds rounds{.mix = GetParam(), .seed = 1, .first = 0, .count = roundsPerMix};
     const auto unexplained = firstUnexplained(rounds);
     EXPECT_FALSE(unexplained.has_value()) << shown(rounds, *unexplained);

@@ -57,7 +57,7 @@ protected:
     History history_;
 };
 
-TEST_F(OrderOfCalls, overlappingCallsMayTakeEffectInAnyOrder) {
+TEST_F(OrderOfCalls, OverlappingCallsMayTakeEffectInAnyOrder) {
     add(0, 0, 3, removeF_, ok);
     add(1, 1, 2, askForF_, exists);
     history_.tree.erase(u"/f");
@@ -66,14 +66,14 @@ TEST_F(OrderOfCalls, overlappingCallsMayTakeEffectInAnyOrder) {
     EXPECT_TRUE(isExplained());
 }
 
-TEST_F(OrderOfCalls, aCallTakesEffectAfterCallsThatEndedBeforeIt) {
+TEST_F(OrderOfCalls, ACallTakesEffectAfterCallsThatEndedBeforeIt) {
     add(0, 0, 1, removeF_, ok);
     add(1, 2, 3, askForF_, exists);
     history_.tree.erase(u"/f");
     EXPECT_FALSE(isExplained());
 }
 
-TEST_F(OrderOfCalls, aMovedFileHasOnePath) {
+TEST_F(OrderOfCalls, AMovedFileHasOnePath) {
     add(0, 0, 5, moveFToG_, ok);
     add(1, 1, 2, askForG_, exists);
     add(1, 3, 4, askForF_, exists);
@@ -84,7 +84,7 @@ TEST_F(OrderOfCalls, aMovedFileHasOnePath) {
     EXPECT_TRUE(isExplained());
 }
 
-TEST_F(OrderOfCalls, failuresAndListingsAreCompared) {
+TEST_F(OrderOfCalls, FailuresAndListingsAreCompared) {
     add(0, 0, 1, createF_, alreadyAtF);
     add(0, 2, 3, {.kind = Kind::ListAll, .path = u"/"},
         {.ending = {}, .listing = {FolderEntry(u"f", FolderEntry::EntryType::File)}});
@@ -93,12 +93,12 @@ TEST_F(OrderOfCalls, failuresAndListingsAreCompared) {
     EXPECT_FALSE(isExplained());
 }
 
-TEST_F(OrderOfCalls, theFinalTreeIsCompared) {
+TEST_F(OrderOfCalls, TheFinalTreeIsCompared) {
     add(0, 0, 1, removeF_, ok);
     EXPECT_FALSE(isExplained());
 }
 
-TEST_F(OrderOfCalls, lostBytesAreDetected) {
+TEST_F(OrderOfCalls, LostBytesAreDetected) {
     add(0, 0, 1, {.kind = Kind::OpenReadOnlyStream, .path = u"/f"}, ok);
     add(0, 2, 3, {.kind = Kind::StreamWrite, .data = "x"}, ok);
     EXPECT_FALSE(isExplained());
@@ -106,7 +106,7 @@ TEST_F(OrderOfCalls, lostBytesAreDetected) {
     EXPECT_TRUE(isExplained());
 }
 
-TEST_F(OrderOfCalls, eachAttributeIsFromOneMomentOfTheCall) {
+TEST_F(OrderOfCalls, EachAttributeIsFromOneMomentOfTheCall) {
     add(0, 0, 1, {.kind = Kind::OpenReadOnlyStream, .path = u"/f"}, ok);
     add(0, 2, 5, {.kind = Kind::StreamWrite, .data = "x"}, ok);
     add(1, 3, 4, describeF_, attributes(1, stamped));
@@ -116,7 +116,7 @@ TEST_F(OrderOfCalls, eachAttributeIsFromOneMomentOfTheCall) {
     EXPECT_FALSE(isExplained());
 }
 
-TEST_F(OrderOfCalls, aTimeIsSetInASecondStep) {
+TEST_F(OrderOfCalls, ATimeIsSetInASecondStep) {
     add(0, 0, 3, moveFToG_, ok);
     add(1, 1, 2, stampF_, ok);
     history_.tree.erase(u"/f");
@@ -126,7 +126,7 @@ TEST_F(OrderOfCalls, aTimeIsSetInASecondStep) {
     EXPECT_TRUE(isExplained());
 }
 
-TEST_F(OrderOfCalls, aTimeThatWasSetIsVisible) {
+TEST_F(OrderOfCalls, ATimeThatWasSetIsVisible) {
     add(0, 0, 1, stampF_, ok);
     add(1, 2, 3, describeF_, attributes(0, stamped));
     history_.tree[u"/f"].lastModified = set;

@@ -47,7 +47,7 @@ void expectGrown(const Bytes& content, std::size_t oldSize, const std::string& t
     EXPECT_EQ(std::string(content.begin() + static_cast<std::ptrdiff_t>(oldSize), content.end()), text);
 }
 
-TEST(ContentWithoutMemory, growsWithLessSlackIfTheFirstAllocationFails) {
+TEST(ContentWithoutMemory, GrowsWithLessSlackIfTheFirstAllocationFails) {
     for (const std::size_t size : {large, large + 1, 5 * large}) {
         for (const std::size_t added : {std::size_t{1}, size, 3 * size}) {
             SCOPED_TRACE(testing::Message() << added << " bytes added to " << size);
@@ -65,7 +65,7 @@ TEST(ContentWithoutMemory, growsWithLessSlackIfTheFirstAllocationFails) {
     }
 }
 
-TEST(ContentWithoutMemory, isUnchangedIfNoAllocationSucceeds) {
+TEST(ContentWithoutMemory, IsUnchangedIfNoAllocationSucceeds) {
     for (const std::size_t size : {large - 1, large, 3 * large}) {
         auto content = fullContent(size);
         unsigned long position = 0;
@@ -83,7 +83,7 @@ TEST(ContentWithoutMemory, isUnchangedIfNoAllocationSucceeds) {
 }
 
 /// The constructor allocates the node, its content and its mutex.
-TEST(ContentWithoutMemory, aNodeIsCreatedCompletelyOrNotAtAll) {
+TEST(ContentWithoutMemory, ANodeIsCreatedCompletelyOrNotAtAll) {
     const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
     std::shared_ptr<InMemoryFileEntry> file;
     std::size_t failures = 0;
@@ -100,7 +100,7 @@ TEST(ContentWithoutMemory, aNodeIsCreatedCompletelyOrNotAtAll) {
     EXPECT_NE(file->getMutex(), nullptr);
 }
 
-TEST(ContentWithoutMemory, aFirstWriteLeavesTheFileEmptyWhenItsAllocationFails) {
+TEST(ContentWithoutMemory, AFirstWriteLeavesTheFileEmptyWhenItsAllocationFails) {
     const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
     InMemoryFileEntry file(InMemoryEntryPath(u"/f"), someTime, true);
     unsigned long position = 0;

@@ -53,7 +53,7 @@ void expectFindsAll(const Index& index, Map& map) {
     }
 }
 
-TEST(IndexWithoutMemory, isNotBuiltAndCanBeBuiltLater) {
+TEST(IndexWithoutMemory, IsNotBuiltAndCanBeBuiltLater) {
     auto map = mapOf(count);
     Index index;
     {
@@ -67,7 +67,7 @@ TEST(IndexWithoutMemory, isNotBuiltAndCanBeBuiltLater) {
     expectFindsAll(index, map);
 }
 
-TEST(IndexWithoutMemory, isAbsentWhenItCannotBeRebuilt) {
+TEST(IndexWithoutMemory, IsAbsentWhenItCannotBeRebuilt) {
     auto map = mapOf(count);
     auto index = indexOf(map);
     const FailingAllocation failure(0);
@@ -75,7 +75,7 @@ TEST(IndexWithoutMemory, isAbsentWhenItCannotBeRebuilt) {
     EXPECT_FALSE(index);
 }
 
-TEST(IndexWithoutMemory, isDroppedWhenItCannotGrow) {
+TEST(IndexWithoutMemory, IsDroppedWhenItCannotGrow) {
     auto map = mapOf(mostOfSmallestTable - 1);
     auto index = indexOf(map);
     index.insert(map.try_emplace(pathOf(mostOfSmallestTable), 0).first);
@@ -87,7 +87,7 @@ TEST(IndexWithoutMemory, isDroppedWhenItCannotGrow) {
     EXPECT_FALSE(index);
 }
 
-TEST(IndexWithoutMemory, keepsALargeTableWhenItCannotShrink) {
+TEST(IndexWithoutMemory, KeepsALargeTableWhenItCannotShrink) {
     auto map = mapOf(count);
     auto index = indexOf(map);
     {
@@ -117,7 +117,7 @@ InMemoryEntryPath numberedPath(std::size_t number) {
 }
 
 /// In each step, fails one allocation: the first, the second or the third.
-TEST(IndexWithoutMemory, keepsAllElementsWhenNoSegmentCanBeAddedOrMerged) {
+TEST(IndexWithoutMemory, KeepsAllElementsWhenNoSegmentCanBeAddedOrMerged) {
     constexpr std::size_t most = 5 * Index::segmentSize;
     for (std::size_t allowed = 0; allowed < 3; ++allowed) {
         Map map;
@@ -145,7 +145,7 @@ TEST(IndexWithoutMemory, keepsAllElementsWhenNoSegmentCanBeAddedOrMerged) {
     }
 }
 
-TEST(IndexWithoutMemory, isNotBuiltWhicheverSegmentCannotBeAllocated) {
+TEST(IndexWithoutMemory, IsNotBuiltWhicheverSegmentCannotBeAllocated) {
     constexpr std::size_t most = 5 * Index::segmentSize;
     Map map;
     for (std::size_t number = 0; number < most; ++number) {
@@ -181,7 +181,7 @@ void expectHolds(const IndexedMap& map, std::size_t size) {
 
 /// Adds elements one by one. For each, fails every allocation in turn until the insertion succeeds without a
 /// failure.
-TEST(IndexWithoutMemory, keepsTheMapCompleteWhicheverAllocationFails) {
+TEST(IndexWithoutMemory, KeepsTheMapCompleteWhicheverAllocationFails) {
     IndexedMap map;
     std::size_t survivals = 0;
     for (std::size_t number = 0; number < count; ++number) {
@@ -208,7 +208,7 @@ TEST(IndexWithoutMemory, keepsTheMapCompleteWhicheverAllocationFails) {
     EXPECT_GT(survivals, 0U);
 }
 
-TEST(IndexWithoutMemory, keepsTheMapCompleteWhileNodesAreMoved) {
+TEST(IndexWithoutMemory, KeepsTheMapCompleteWhileNodesAreMoved) {
     std::vector<IndexedMap::node_type> nodes;
     for (auto map = mapOf(count); !map.empty();) {
         nodes.push_back(map.extract(map.begin()));

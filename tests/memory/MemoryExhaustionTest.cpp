@@ -42,7 +42,7 @@ std::vector<Case> casesOf(const std::vector<std::vector<Operation>>& tables) {
 
 class RefusedWhenOutOfMemory : public testing::TestWithParam<Case> {};
 
-TEST_P(RefusedWhenOutOfMemory, staysRefused) {
+TEST_P(RefusedWhenOutOfMemory, StaysRefused) {
     sweepRefused(*GetParam().shape, GetParam().operation);
 }
 
@@ -51,11 +51,11 @@ INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, RefusedWhenOutOfMemory,
 
 class WhenOutOfMemory : public testing::TestWithParam<Case> {};
 
-TEST_P(WhenOutOfMemory, once) {
+TEST_P(WhenOutOfMemory, Once) {
     sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::Once);
 }
 
-TEST_P(WhenOutOfMemory, permanently) {
+TEST_P(WhenOutOfMemory, Permanently) {
     sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::FromThenOn);
 }
 

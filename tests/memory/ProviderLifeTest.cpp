@@ -51,18 +51,18 @@ void expectToHoldTheRootAlone(const IProvider& provider) {
     EXPECT_EQ(takeSnapshot(provider).size(), 2U);
 }
 
-TEST(WhenOutOfMemory, theEntryPointBuildsAProviderOrKeepsThePointer) {
+TEST(WhenOutOfMemory, TheEntryPointBuildsAProviderOrKeepsThePointer) {
     expectToHoldTheRootAlone(
         *buildWithoutMemory("buildProvider_V1", [](auto& provider) { buildProvider_V1(&provider); }));
 }
 
-TEST(WhenOutOfMemory, aProviderIsBuiltCompletelyOrNotAtAll) {
+TEST(WhenOutOfMemory, AProviderIsBuiltCompletelyOrNotAtAll) {
     expectToHoldTheRootAlone(*buildWithoutMemory("buildInMemoryProvider", [](auto& provider) {
         provider = inmemoryprovider::buildInMemoryProvider();
     }));
 }
 
-TEST(WhenOutOfMemory, aProviderCanBeDestroyed) {
+TEST(WhenOutOfMemory, AProviderCanBeDestroyed) {
     for (const auto& shape : treeShapes()) {
         auto provider = build(shape);
         {
@@ -74,7 +74,7 @@ TEST(WhenOutOfMemory, aProviderCanBeDestroyed) {
     }
 }
 
-TEST(WhenOutOfMemory, noInternalExceptionIsThrownWithoutItsMessage) {
+TEST(WhenOutOfMemory, NoInternalExceptionIsThrownWithoutItsMessage) {
     const inmemoryprovider::InMemoryEntryPath longPath(std::u16string(100, u'x'));
     const auto outcome = runInChild([&] {
         const FailingAllocation failure(0);

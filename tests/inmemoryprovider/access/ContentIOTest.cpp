@@ -47,14 +47,14 @@ protected:
     unsigned long position = 0;
 };
 
-TEST_F(ContentIOTest, readingAnEmptyFileReturnsNone) {
+TEST_F(ContentIOTest, ReadingAnEmptyFileReturnsNone) {
     EXPECT_EQ(read(1), "none");
     EXPECT_EQ(read(0), "none");
     EXPECT_EQ(read(-1), "none");
     EXPECT_EQ(position, 0U);
 }
 
-TEST_F(ContentIOTest, readsUpToTheEndAndThenNone) {
+TEST_F(ContentIOTest, ReadsUpToTheEndAndThenNone) {
     fill("0123456789");
     position = 7;
     EXPECT_EQ(read(60), "789");
@@ -63,14 +63,14 @@ TEST_F(ContentIOTest, readsUpToTheEndAndThenNone) {
     EXPECT_EQ(position, 10U);
 }
 
-TEST_F(ContentIOTest, readsNoMoreThanRequested) {
+TEST_F(ContentIOTest, ReadsNoMoreThanRequested) {
     fill("0123456789");
     EXPECT_EQ(read(4), "0123");
     EXPECT_EQ(read(1), "4");
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(ContentIOTest, readingZeroBytesReturnsNoneAndKeepsThePosition) {
+TEST_F(ContentIOTest, ReadingZeroBytesReturnsNoneAndKeepsThePosition) {
     fill("0123456789");
     EXPECT_EQ(read(0), "none");
     EXPECT_EQ(position, 0U);
@@ -79,14 +79,14 @@ TEST_F(ContentIOTest, readingZeroBytesReturnsNoneAndKeepsThePosition) {
     EXPECT_EQ(position, 3U);
 }
 
-TEST_F(ContentIOTest, aNegativeCountReadsAllRemainingBytes) {
+TEST_F(ContentIOTest, ANegativeCountReadsAllRemainingBytes) {
     fill("0123456789");
     position = 6;
     EXPECT_EQ(read(-1), "6789");
     EXPECT_EQ(position, 10U);
 }
 
-TEST_F(ContentIOTest, readingBeyondTheEndReturnsNoneAndKeepsThePosition) {
+TEST_F(ContentIOTest, ReadingBeyondTheEndReturnsNoneAndKeepsThePosition) {
     fill("0123");
     position = 50;
     EXPECT_EQ(read(10), "none");
@@ -94,7 +94,7 @@ TEST_F(ContentIOTest, readingBeyondTheEndReturnsNoneAndKeepsThePosition) {
     EXPECT_EQ(position, 50U);
 }
 
-TEST_F(ContentIOTest, appendsAtTheEndFromAnyPosition) {
+TEST_F(ContentIOTest, AppendsAtTheEndFromAnyPosition) {
     fill("0123456789");
     position = 2;
     EXPECT_EQ(write("abcd", appending), 4);
@@ -102,7 +102,7 @@ TEST_F(ContentIOTest, appendsAtTheEndFromAnyPosition) {
     EXPECT_EQ(position, 14U);
 }
 
-TEST_F(ContentIOTest, appendingNothingMovesToTheEnd) {
+TEST_F(ContentIOTest, AppendingNothingMovesToTheEnd) {
     fill("0123456789");
     position = 2;
     EXPECT_EQ(write("", appending), 0);
@@ -110,7 +110,7 @@ TEST_F(ContentIOTest, appendingNothingMovesToTheEnd) {
     EXPECT_EQ(bytes(), "0123456789");
 }
 
-TEST_F(ContentIOTest, overwritesInsideTheFile) {
+TEST_F(ContentIOTest, OverwritesInsideTheFile) {
     fill("0123456789");
     position = 2;
     EXPECT_EQ(write("ab", atPosition), 2);
@@ -118,7 +118,7 @@ TEST_F(ContentIOTest, overwritesInsideTheFile) {
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(ContentIOTest, overwritesUpToTheEndAndAppendsTheRemainder) {
+TEST_F(ContentIOTest, OverwritesUpToTheEndAndAppendsTheRemainder) {
     fill("0123456789");
     position = 8;
     EXPECT_EQ(write("abcde", atPosition), 5);
@@ -126,7 +126,7 @@ TEST_F(ContentIOTest, overwritesUpToTheEndAndAppendsTheRemainder) {
     EXPECT_EQ(position, 13U);
 }
 
-TEST_F(ContentIOTest, overwritesExactlyToTheEnd) {
+TEST_F(ContentIOTest, OverwritesExactlyToTheEnd) {
     fill("0123");
     position = 2;
     EXPECT_EQ(write("ab", atPosition), 2);
@@ -134,21 +134,21 @@ TEST_F(ContentIOTest, overwritesExactlyToTheEnd) {
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(ContentIOTest, everyNumberButZeroWritesAtThePosition) {
+TEST_F(ContentIOTest, EveryNumberButZeroWritesAtThePosition) {
     fill("0123");
     position = 1;
     EXPECT_EQ(write("x", atPositionByAnotherNumber), 1);
     EXPECT_EQ(bytes(), "0x23");
 }
 
-TEST_F(ContentIOTest, writingBeyondTheEndAppendsWithoutAGap) {
+TEST_F(ContentIOTest, WritingBeyondTheEndAppendsWithoutAGap) {
     position = 50;
     EXPECT_EQ(write("abcd", atPosition), 4);
     EXPECT_EQ(bytes(), "abcd");
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(ContentIOTest, writingNothingKeepsThePositionEvenBeyondTheEnd) {
+TEST_F(ContentIOTest, WritingNothingKeepsThePositionEvenBeyondTheEnd) {
     fill("0123");
     position = 50;
     EXPECT_EQ(write("", atPosition), 0);
@@ -159,7 +159,7 @@ TEST_F(ContentIOTest, writingNothingKeepsThePositionEvenBeyondTheEnd) {
     EXPECT_EQ(bytes(), "0123");
 }
 
-TEST_F(ContentIOTest, aNegativeCountWritesNothingAndIsReturned) {
+TEST_F(ContentIOTest, ANegativeCountWritesNothingAndIsReturned) {
     fill("0123");
     position = 2;
     EXPECT_EQ(writeContent(content, "abc", -3, position, atPosition), -3);
@@ -169,7 +169,7 @@ TEST_F(ContentIOTest, aNegativeCountWritesNothingAndIsReturned) {
     EXPECT_EQ(bytes(), "0123");
 }
 
-TEST_F(ContentIOTest, growingAtLeastDoublesTheCapacity) {
+TEST_F(ContentIOTest, GrowingAtLeastDoublesTheCapacity) {
     content.reserve(100);
     fill(std::string(10, 'x'));
     position = 10;
@@ -179,7 +179,7 @@ TEST_F(ContentIOTest, growingAtLeastDoublesTheCapacity) {
     EXPECT_EQ(content.capacity(), 601U);
 }
 
-TEST_F(ContentIOTest, smallAppendsReallocateRarely) {
+TEST_F(ContentIOTest, SmallAppendsReallocateRarely) {
     int reallocations = 0;
     for (int i = 0; i < 100000; ++i) {
         const auto capacity = content.capacity();
@@ -223,7 +223,7 @@ void expectKeptWhileGrowing(std::size_t size, std::size_t block) {
 
 constexpr std::size_t mebibyte = 1U << 20U;
 
-TEST(LargeContent, keepsAllBytesWhileItGrowsByBlocks) {
+TEST(LargeContent, KeepsAllBytesWhileItGrowsByBlocks) {
     for (const std::size_t block : {4'096U, 65'536U, 65'537U, 700'001U}) {
         SCOPED_TRACE(block);
         expectKeptWhileGrowing(17 * mebibyte + 5, block);
@@ -232,7 +232,7 @@ TEST(LargeContent, keepsAllBytesWhileItGrowsByBlocks) {
 
 /// The sizes at which contents begin to grow with spare capacity, to free their old pages early, and to use
 /// huge pages.
-TEST(LargeContent, keepsAllBytesOfSizesAroundTheThresholds) {
+TEST(LargeContent, KeepsAllBytesOfSizesAroundTheThresholds) {
     for (const std::size_t threshold : {mebibyte / 4, 2 * mebibyte, 8 * mebibyte}) {
         for (const std::size_t size : {threshold - 1, threshold, threshold + 1, 2 * threshold + 1}) {
             for (const std::size_t block :
@@ -244,7 +244,7 @@ TEST(LargeContent, keepsAllBytesOfSizesAroundTheThresholds) {
     }
 }
 
-TEST(LargeContent, growsRarely) {
+TEST(LargeContent, GrowsRarely) {
     std::vector<std::uint8_t> content;
     unsigned long position = 0;
     const std::string block(65'536, 'x');
@@ -257,7 +257,7 @@ TEST(LargeContent, growsRarely) {
     EXPECT_LE(growths, 8);
 }
 
-TEST_F(ContentIOTest, aLargeWriteAcrossTheEndKeepsTheBytesBeforeIt) {
+TEST_F(ContentIOTest, ALargeWriteAcrossTheEndKeepsTheBytesBeforeIt) {
     fill("0123456789");
     position = 8;
     const std::string large(3 * mebibyte, 'x');
@@ -266,7 +266,7 @@ TEST_F(ContentIOTest, aLargeWriteAcrossTheEndKeepsTheBytesBeforeIt) {
     EXPECT_EQ(position, content.size());
 }
 
-TEST_F(ContentIOTest, anEmptiedLargeFileIsWrittenFromItsBeginning) {
+TEST_F(ContentIOTest, AnEmptiedLargeFileIsWrittenFromItsBeginning) {
     write(std::string(2 * mebibyte, 'x'), appending);
     const auto capacity = content.capacity();
     content.clear();
@@ -275,7 +275,7 @@ TEST_F(ContentIOTest, anEmptiedLargeFileIsWrittenFromItsBeginning) {
     EXPECT_EQ(content.capacity(), capacity);
 }
 
-TEST_F(ContentIOTest, aSizeAboveTheMaximumKeepsTheOverwrittenPartAndThePosition) {
+TEST_F(ContentIOTest, ASizeAboveTheMaximumKeepsTheOverwrittenPartAndThePosition) {
     fill("0123456789");
     position = 8;
     std::string buffer = "ab";
@@ -288,7 +288,7 @@ TEST_F(ContentIOTest, aSizeAboveTheMaximumKeepsTheOverwrittenPartAndThePosition)
     EXPECT_EQ(position, 10U);
 }
 
-TEST_F(ContentIOTest, seeksFromTheBeginningThePositionAndTheEnd) {
+TEST_F(ContentIOTest, SeeksFromTheBeginningThePositionAndTheEnd) {
     fill("0123456789");
     EXPECT_EQ(seek(4, std::ios_base::beg), 4);
     EXPECT_EQ(position, 4U);
@@ -300,14 +300,14 @@ TEST_F(ContentIOTest, seeksFromTheBeginningThePositionAndTheEnd) {
     EXPECT_EQ(position, 10U);
 }
 
-TEST_F(ContentIOTest, seeksInAnEmptyFileOnlyToItsBeginning) {
+TEST_F(ContentIOTest, SeeksInAnEmptyFileOnlyToItsBeginning) {
     EXPECT_EQ(seek(0, std::ios_base::end), 0);
     EXPECT_EQ(seek(1, std::ios_base::beg), -1);
     EXPECT_EQ(seek(-1, std::ios_base::cur), -1);
     EXPECT_EQ(position, 0U);
 }
 
-TEST_F(ContentIOTest, keepsThePositionIfTheTargetIsOutsideTheFile) {
+TEST_F(ContentIOTest, KeepsThePositionIfTheTargetIsOutsideTheFile) {
     fill("0123456789");
     position = 5;
     EXPECT_EQ(seek(11, std::ios_base::beg), -1);
@@ -318,14 +318,14 @@ TEST_F(ContentIOTest, keepsThePositionIfTheTargetIsOutsideTheFile) {
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(ContentIOTest, refusesAnUnknownDirection) {
+TEST_F(ContentIOTest, RefusesAnUnknownDirection) {
     fill("0123456789");
     position = 5;
     EXPECT_EQ(seek(0, static_cast<std::ios_base::seekdir>(77)), -1);
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(ContentIOTest, refusesASumThatOverflows) {
+TEST_F(ContentIOTest, RefusesASumThatOverflows) {
     fill("0123456789");
     position = 5;
     EXPECT_EQ(seek(most, std::ios_base::cur), -1);
@@ -334,14 +334,14 @@ TEST_F(ContentIOTest, refusesASumThatOverflows) {
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(ContentIOTest, seeksRelativeToAPositionBeyondTheEnd) {
+TEST_F(ContentIOTest, SeeksRelativeToAPositionBeyondTheEnd) {
     fill("0123456789");
     position = 50;
     EXPECT_EQ(seek(0, std::ios_base::cur), -1);
     EXPECT_EQ(seek(-45, std::ios_base::cur), 5);
 }
 
-TEST_F(ContentIOTest, aSeekResultHasNoConversionState) {
+TEST_F(ContentIOTest, ASeekResultHasNoConversionState) {
     fill("0123");
     const std::streampos result = seekContent(content, 2, std::ios_base::beg, position);
     EXPECT_EQ(result.state().__count, 0);

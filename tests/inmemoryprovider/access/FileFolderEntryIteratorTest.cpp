@@ -48,13 +48,13 @@ std::vector<FolderEntry> list(const Snapshot& children) {
     return rest(listing);
 }
 
-TEST(FileFolderEntryIterator, isEmptyForAnEmptyFolder) {
+TEST(FileFolderEntryIterator, IsEmptyForAnEmptyFolder) {
     EXPECT_FALSE(All(Snapshot()).hasNext());
     EXPECT_FALSE(Files(Snapshot()).hasNext());
     EXPECT_FALSE(Folders(Snapshot()).hasNext());
 }
 
-TEST(FileFolderEntryIterator, isEmptyForAFolderOfTheOtherKindOnly) {
+TEST(FileFolderEntryIterator, IsEmptyForAFolderOfTheOtherKindOnly) {
     const auto folders = snapshot({{u"a", aFolder}, {u"b", aFolder}});
     const auto files = snapshot({{u"a", aFile}, {u"b", aFile}});
     EXPECT_FALSE(Files(folders).hasNext());
@@ -62,7 +62,7 @@ TEST(FileFolderEntryIterator, isEmptyForAFolderOfTheOtherKindOnly) {
     EXPECT_EQ(list<All>(folders), (std::vector{FolderEntry(u"a", aFolder), FolderEntry(u"b", aFolder)}));
 }
 
-TEST(FileFolderEntryIterator, yieldsTheAcceptedKindInTheOrderOfPaths) {
+TEST(FileFolderEntryIterator, YieldsTheAcceptedKindInTheOrderOfPaths) {
     const auto children =
         snapshot({{u"b", aFile}, {u"a", aFolder}, {u"d", aFolder}, {u"c", aFile}, {u"e", aFile}});
     EXPECT_EQ(list<All>(children),
@@ -73,7 +73,7 @@ TEST(FileFolderEntryIterator, yieldsTheAcceptedKindInTheOrderOfPaths) {
     EXPECT_EQ(list<Folders>(children), (std::vector{FolderEntry(u"a", aFolder), FolderEntry(u"d", aFolder)}));
 }
 
-TEST(FileFolderEntryIterator, readingTheEntryKeepsThePosition) {
+TEST(FileFolderEntryIterator, ReadingTheEntryKeepsThePosition) {
     All listing(snapshot({{u"a", aFolder}, {u"b", aFile}}));
     listing.step();
     EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFolder));
@@ -81,14 +81,14 @@ TEST(FileFolderEntryIterator, readingTheEntryKeepsThePosition) {
     EXPECT_TRUE(listing.hasNext());
 }
 
-TEST(FileFolderEntryIterator, keepsTheLastEntryAtTheEnd) {
+TEST(FileFolderEntryIterator, KeepsTheLastEntryAtTheEnd) {
     Files listing(snapshot({{u"a", aFile}, {u"b", aFolder}}));
     listing.step();
     EXPECT_FALSE(listing.hasNext());
     EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFile));
 }
 
-TEST(FileFolderEntryIterator, aCloneYieldsTheRemainingEntriesIndependently) {
+TEST(FileFolderEntryIterator, ACloneYieldsTheRemainingEntriesIndependently) {
     const auto children = snapshot({{u"a", aFile}, {u"b", aFolder}, {u"c", aFile}, {u"d", aFile}});
     Files listing(children);
     listing.step();
@@ -101,7 +101,7 @@ TEST(FileFolderEntryIterator, aCloneYieldsTheRemainingEntriesIndependently) {
 
 /// Each name must be correct, whether the listing or a clone of it is stepped first. The names are too long
 /// for the small string optimization, so a moved-from string is detected.
-TEST(FileFolderEntryIterator, clonesAfterAnyNumberOfStepsYieldTheRemainingFullNames) {
+TEST(FileFolderEntryIterator, ClonesAfterAnyNumberOfStepsYieldTheRemainingFullNames) {
     const std::u16string beginning = u"a name that is rather long, number ";
     std::vector<FolderEntry> all;
     std::vector<std::pair<std::u16string, FolderEntry::EntryType>> children;
@@ -126,13 +126,13 @@ TEST(FileFolderEntryIterator, clonesAfterAnyNumberOfStepsYieldTheRemainingFullNa
     EXPECT_FALSE(listing.hasNext());
 }
 
-TEST(FileFolderEntryIterator, leavesTheOriginalSnapshotUnchanged) {
+TEST(FileFolderEntryIterator, LeavesTheOriginalSnapshotUnchanged) {
     const auto children = snapshot({{u"a file with a rather long name", aFile}, {u"b", aFolder}});
     const auto first = list<All>(children);
     EXPECT_EQ(list<All>(children), first);
 }
 
-TEST(FileFolderEntryIterator, aCloneOutlivesItsOriginal) {
+TEST(FileFolderEntryIterator, ACloneOutlivesItsOriginal) {
     auto listing = std::make_unique<All>(snapshot({{u"a", aFile}, {u"b", aFolder}}));
     listing->step();
     const auto clone = listing->clone();
@@ -140,14 +140,14 @@ TEST(FileFolderEntryIterator, aCloneOutlivesItsOriginal) {
     EXPECT_EQ(rest(*clone), (std::vector{FolderEntry(u"b", aFolder)}));
 }
 
-TEST(FileFolderEntryIterator, aCloneHasThePositionOfItsOriginal) {
+TEST(FileFolderEntryIterator, ACloneHasThePositionOfItsOriginal) {
     All listing(snapshot({{u"a", aFile}}));
     EXPECT_EQ(rest(*listing.clone()), (std::vector{FolderEntry(u"a", aFile)}));
     listing.step();
     EXPECT_FALSE(listing.clone()->hasNext());
 }
 
-TEST(FileFolderEntryIterator, clonesAreOfTheSameKindOfListing) {
+TEST(FileFolderEntryIterator, ClonesAreOfTheSameKindOfListing) {
     const Folders listing(snapshot({{u"a", aFile}}));
     EXPECT_NE(dynamic_cast<Folders*>(listing.clone().get()), nullptr);
 }

@@ -33,12 +33,12 @@ protected:
         InMemoryEntryPath(u"/f"), boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3)), true);
 };
 
-TEST_F(InMemoryByteStreamTest, startsAtTheBeginning) {
+TEST_F(InMemoryByteStreamTest, StartsAtTheBeginning) {
     const auto stream = open(ByteStreamAppend::WriteAtPosition);
     EXPECT_EQ(stream->seek(0, std::ios_base::cur), std::streampos(0));
 }
 
-TEST_F(InMemoryByteStreamTest, eachStreamHasItsOwnPositionOnSharedBytes) {
+TEST_F(InMemoryByteStreamTest, EachStreamHasItsOwnPositionOnSharedBytes) {
     const auto writer = open(ByteStreamAppend::WriteAtPosition);
     const auto reader = open(ByteStreamAppend::WriteAtPosition);
     EXPECT_EQ(writer->write("hello", 5), 5);
@@ -48,7 +48,7 @@ TEST_F(InMemoryByteStreamTest, eachStreamHasItsOwnPositionOnSharedBytes) {
     EXPECT_EQ(writer->read(nullptr, 1), -1);
 }
 
-TEST_F(InMemoryByteStreamTest, writesInItsMode) {
+TEST_F(InMemoryByteStreamTest, WritesInItsMode) {
     open(ByteStreamAppend::WriteAtPosition)->write("hello", 5);
     const auto appender = open(ByteStreamAppend::AppendAtEnd);
     appender->write("!", 1);
@@ -57,7 +57,7 @@ TEST_F(InMemoryByteStreamTest, writesInItsMode) {
     EXPECT_EQ(readAll(*appender), "Jello!");
 }
 
-TEST_F(InMemoryByteStreamTest, flushChangesNothing) {
+TEST_F(InMemoryByteStreamTest, FlushChangesNothing) {
     const auto stream = open(ByteStreamAppend::WriteAtPosition);
     stream->write("abc", 3);
     stream->flush();
@@ -65,7 +65,7 @@ TEST_F(InMemoryByteStreamTest, flushChangesNothing) {
     EXPECT_EQ(file->getFileSize(), 3U);
 }
 
-TEST_F(InMemoryByteStreamTest, keepsTheFileAliveUntilItIsDestroyed) {
+TEST_F(InMemoryByteStreamTest, KeepsTheFileAliveUntilItIsDestroyed) {
     const std::weak_ptr<InMemoryFileEntry> observer = file;
     auto stream = open(ByteStreamAppend::WriteAtPosition);
     file.reset();
@@ -94,7 +94,7 @@ std::ptrdiff_t residentPagesBehind(std::vector<std::uint8_t>& content) {
     return std::count_if(pages.begin(), pages.end(), [](unsigned char page) { return (page & 1U) != 0; });
 }
 
-TEST_F(InMemoryByteStreamTest, freesTheUnusedPartOfTheLastHugePageWhenClosed) {
+TEST_F(InMemoryByteStreamTest, FreesTheUnusedPartOfTheLastHugePageWhenClosed) {
     const std::string bytes(20 * mebibyte, 'x');
     open(ByteStreamAppend::AppendAtEnd)->write(bytes.data(), static_cast<long>(bytes.size()));
     const auto content = file->getContent();

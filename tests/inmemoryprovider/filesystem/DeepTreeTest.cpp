@@ -31,7 +31,7 @@ void addChain(InMemoryFileSystem& fileSystem, const std::u16string& top) {
     }
 }
 
-TEST(DeepTree, isMovedAndDestroyedOnASmallStack) {
+TEST(DeepTree, IsMovedAndDestroyedOnASmallStack) {
     runOnSmallStack([] {
         auto fileSystem = std::make_unique<InMemoryFileSystem>();
         addChain(*fileSystem, u"a");
@@ -71,11 +71,11 @@ void expectDestroyedOnASmallStack(const std::vector<std::u16string>& beside) {
     EXPECT_TRUE(deepest.expired());
 }
 
-TEST(DeepTree, aChainThatOnlyItsTopReferencesIsDestroyedOnASmallStack) {
+TEST(DeepTree, AChainThatOnlyItsTopReferencesIsDestroyedOnASmallStack) {
     expectDestroyedOnASmallStack({});
 }
 
-TEST(DeepTree, isDestroyedOnASmallStackWithSiblings) {
+TEST(DeepTree, IsDestroyedOnASmallStackWithSiblings) {
     expectDestroyedOnASmallStack({u"c"});
     expectDestroyedOnASmallStack({u"e"});
 }

@@ -19,7 +19,7 @@ struct Derivation {
 
 class NormalisationTest : public testing::TestWithParam<Derivation> {};
 
-TEST_P(NormalisationTest, normalisesTheText) {
+TEST_P(NormalisationTest, NormalisesTheText) {
     const Path path(GetParam().input);
     EXPECT_EQ(path.string(), GetParam().expected);
     EXPECT_EQ(path.view(), GetParam().expected);
@@ -39,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class ParentPathTest : public testing::TestWithParam<Derivation> {};
 
-TEST_P(ParentPathTest, isTheTextBeforeTheLastSeparator) {
+TEST_P(ParentPathTest, IsTheTextBeforeTheLastSeparator) {
     const Path path(GetParam().input);
     EXPECT_EQ(path.parentPath().string(), GetParam().expected);
     EXPECT_EQ(path.parentView(), GetParam().expected);
@@ -59,7 +59,7 @@ struct HasParent {
 
 class HasParentTest : public testing::TestWithParam<HasParent> {};
 
-TEST_P(HasParentTest, isTrueForASeparatorExceptInTheRoot) {
+TEST_P(HasParentTest, IsTrueForASeparatorExceptInTheRoot) {
     EXPECT_EQ(Path(GetParam().input).hasParent(), GetParam().expected);
 }
 
@@ -70,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, HasParentTest,
 
 class FilenameTest : public testing::TestWithParam<Derivation> {};
 
-TEST_P(FilenameTest, isTheLastComponent) {
+TEST_P(FilenameTest, IsTheLastComponent) {
     const Path path(GetParam().input);
     EXPECT_EQ(path.filename(), GetParam().expected);
     EXPECT_EQ(path.filenameView(), GetParam().expected);
@@ -91,7 +91,7 @@ struct Appending {
 
 class AppendTest : public testing::TestWithParam<Appending> {};
 
-TEST_P(AppendTest, joinsWithOneSeparatorWithoutNormalising) {
+TEST_P(AppendTest, JoinsWithOneSeparatorWithoutNormalising) {
     Path path(GetParam().base);
     EXPECT_EQ(path.appended(GetParam().name).string(), GetParam().expected);
     EXPECT_EQ(path, Path(GetParam().base));
@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, AppendTest,
                                          Appending{u"/a", u"b/c", u"/a//c"}, Appending{u"/a", u"", u"/a/"},
                                          Appending{u"", u"b", u"/b"}, Appending{u"/a//", u"b", u"/a//b"}));
 
-TEST(InMemoryEntryPath, ordersByUnsignedCodeUnits) {
+TEST(InMemoryEntryPath, OrdersByUnsignedCodeUnits) {
     std::vector<Path> paths{Path(u"/a0"), Path(u"/\xFFFF"),     Path(u"/a/b"), Path(u"/b"), Path(u"/a"),
                             Path(u"/A"),  Path(u"/\U0001F600"), Path(u"/a-b"), Path(u"/"),  Path(u"")};
     std::sort(paths.begin(), paths.end());
@@ -116,7 +116,7 @@ TEST(InMemoryEntryPath, ordersByUnsignedCodeUnits) {
     EXPECT_EQ(paths, expected);
 }
 
-TEST(InMemoryEntryPath, isFoundInAMapByItsText) {
+TEST(InMemoryEntryPath, IsFoundInAMapByItsText) {
     const std::map<Path, int> map{{Path(u""), 0}, {Path(u"/"), 1}, {Path(u"/a"), 2}, {Path(u"/a/b"), 3}};
     for (const auto& [path, value] : map) {
         EXPECT_EQ(map.find(path.view())->second, value);
@@ -128,7 +128,7 @@ TEST(InMemoryEntryPath, isFoundInAMapByItsText) {
     }
 }
 
-TEST(InMemoryEntryPath, viewsOfAnAppendedPathShowItsNewText) {
+TEST(InMemoryEntryPath, ViewsOfAnAppendedPathShowItsNewText) {
     Path path(u"/");
     path.append(u"b");
     EXPECT_EQ(path.parentView(), u"/");
@@ -139,11 +139,11 @@ TEST(InMemoryEntryPath, viewsOfAnAppendedPathShowItsNewText) {
     EXPECT_EQ(path.filenameView(), u"");
 }
 
-TEST(InMemoryEntryPath, isNotLessThanItself) {
+TEST(InMemoryEntryPath, IsNotLessThanItself) {
     EXPECT_FALSE(Path(u"/a") < Path(u"/a"));
 }
 
-TEST(InMemoryEntryPath, comparesLongTextsLikeShortOnes) {
+TEST(InMemoryEntryPath, ComparesLongTextsLikeShortOnes) {
     const std::u16string beginning = u"/a folder with a long name";
     for (std::size_t length = 1; length <= beginning.size(); ++length) {
         const auto common = beginning.substr(0, length);
@@ -162,14 +162,14 @@ TEST(InMemoryEntryPath, comparesLongTextsLikeShortOnes) {
     }
 }
 
-TEST(InMemoryEntryPath, ordersCodeUnitsOfZeroLikeOthers) {
+TEST(InMemoryEntryPath, OrdersCodeUnitsOfZeroLikeOthers) {
     const InMemoryEntryPath zeros(std::u16string(4, u'\0') + u"c");
     const InMemoryEntryPath letters(u"aaaab");
     EXPECT_LT(zeros, letters);
     EXPECT_FALSE(letters < zeros);
 }
 
-TEST(InMemoryEntryPath, equalsAPathWithTheSameCodeUnits) {
+TEST(InMemoryEntryPath, EqualsAPathWithTheSameCodeUnits) {
     EXPECT_EQ(Path(u"/a/"), Path(u"//a"));
     EXPECT_FALSE(Path(u"/a") == Path(u"/A"));
     EXPECT_FALSE(Path(u"/a") == Path(u"/ab"));
@@ -184,7 +184,7 @@ struct Within {
 
 class WithinTest : public testing::TestWithParam<Within> {};
 
-TEST_P(WithinTest, followsTheParentsAndNotTheText) {
+TEST_P(WithinTest, FollowsTheParentsAndNotTheText) {
     EXPECT_EQ(Path(GetParam().path).isWithin(Path(GetParam().folder)), GetParam().expected);
 }
 

@@ -13,7 +13,7 @@ InMemoryEntryPath path(std::u16string text) {
     return InMemoryEntryPath(std::move(text));
 }
 
-TEST(InMemoryEntry, returnsItsConstructorArguments) {
+TEST(InMemoryEntry, ReturnsItsConstructorArguments) {
     const InMemoryFileEntry entry(path(u"/a/f"), early, false);
     EXPECT_EQ(entry.getPath(), path(u"/a/f"));
     EXPECT_EQ(&entry.path(), &entry.path());
@@ -23,17 +23,17 @@ TEST(InMemoryEntry, returnsItsConstructorArguments) {
     EXPECT_FALSE(entry.isWritable());
 }
 
-TEST(InMemoryEntry, namesTheRootByItsSeparator) {
+TEST(InMemoryEntry, NamesTheRootByItsSeparator) {
     EXPECT_EQ(InMemoryFolderEntry(path(u"/"), early, true).getName(), u"/");
 }
 
-TEST(InMemoryEntry, acceptsAnEarlierTime) {
+TEST(InMemoryEntry, AcceptsAnEarlierTime) {
     InMemoryFolderEntry entry(path(u"/a"), late, true);
     entry.setLastModifiedTime(early);
     EXPECT_EQ(entry.getLastModifiedTime(), early);
 }
 
-TEST(InMemoryEntry, storesTheWritableFlag) {
+TEST(InMemoryEntry, StoresTheWritableFlag) {
     InMemoryFolderEntry entry(path(u"/a"), late, true);
     entry.setWritable(false);
     EXPECT_FALSE(entry.isWritable());
@@ -41,7 +41,7 @@ TEST(InMemoryEntry, storesTheWritableFlag) {
     EXPECT_TRUE(entry.isWritable());
 }
 
-TEST(InMemoryEntry, comparesKindAndPathOnly) {
+TEST(InMemoryEntry, ComparesKindAndPathOnly) {
     const InMemoryFileEntry file(path(u"/a"), early, true);
     const InMemoryFileEntry sameButTimeAndFlag(path(u"/a"), late, false);
     const InMemoryFileEntry other(path(u"/b"), early, true);
@@ -51,7 +51,7 @@ TEST(InMemoryEntry, comparesKindAndPathOnly) {
     EXPECT_FALSE(static_cast<const InMemoryEntry&>(file) == folder);
 }
 
-TEST(InMemoryEntry, reportsItsKind) {
+TEST(InMemoryEntry, ReportsItsKind) {
     EXPECT_FALSE(InMemoryFileEntry(path(u"/a"), early, true).isFolder());
     EXPECT_TRUE(InMemoryFolderEntry(path(u"/a"), early, true).isFolder());
 }

@@ -32,7 +32,7 @@ protected:
     unsigned long position = 0;
 };
 
-TEST_F(InMemoryFileEntryTest, startsEmptyWithItsOwnContentAndMutex) {
+TEST_F(InMemoryFileEntryTest, StartsEmptyWithItsOwnContentAndMutex) {
     InMemoryFileEntry other(path(), someTime, true);
     ASSERT_NE(file.getContent(), nullptr);
     EXPECT_TRUE(file.getContent()->empty());
@@ -41,7 +41,7 @@ TEST_F(InMemoryFileEntryTest, startsEmptyWithItsOwnContentAndMutex) {
     EXPECT_NE(file.getMutex(), other.getMutex());
 }
 
-TEST_F(InMemoryFileEntryTest, contentAndMutexEachOutliveTheEntry) {
+TEST_F(InMemoryFileEntryTest, ContentAndMutexEachOutliveTheEntry) {
     auto dropped = std::make_unique<InMemoryFileEntry>(path(), someTime, true);
     dropped->write("abc", 3, position, ByteStreamAppend::AppendAtEnd);
     const auto mutex = dropped->getMutex();
@@ -52,7 +52,7 @@ TEST_F(InMemoryFileEntryTest, contentAndMutexEachOutliveTheEntry) {
     const std::lock_guard lock(*mutex);
 }
 
-TEST_F(InMemoryFileEntryTest, createsAMutexForBytesGivenWithoutOne) {
+TEST_F(InMemoryFileEntryTest, CreatesAMutexForBytesGivenWithoutOne) {
     const auto content = std::make_shared<std::vector<std::uint8_t>>(3);
     InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, content);
     EXPECT_EQ(other.getContent(), content);
@@ -60,7 +60,7 @@ TEST_F(InMemoryFileEntryTest, createsAMutexForBytesGivenWithoutOne) {
     EXPECT_EQ(other.getFileSize(), 3U);
 }
 
-TEST_F(InMemoryFileEntryTest, keepsItsContent) {
+TEST_F(InMemoryFileEntryTest, KeepsItsContent) {
     const auto content = file.getContent();
     file.write("abc", 3, position, ByteStreamAppend::WriteAtPosition);
     file.truncate();
@@ -71,7 +71,7 @@ TEST_F(InMemoryFileEntryTest, keepsItsContent) {
 
 /// Two threads share one position on an empty file. Whichever operation is first, the position ends after the
 /// bytes.
-TEST_F(InMemoryFileEntryTest, excludesAccessToASharedPosition) {
+TEST_F(InMemoryFileEntryTest, ExcludesAccessToASharedPosition) {
     using Operation = void (*)(InMemoryFileEntry&, unsigned long&);
     const Operation seekToEnd = [](InMemoryFileEntry& entry, unsigned long& shared) {
         entry.seek(0, std::ios_base::end, shared);
@@ -94,7 +94,7 @@ TEST_F(InMemoryFileEntryTest, excludesAccessToASharedPosition) {
     }
 }
 
-TEST_F(InMemoryFileEntryTest, sharesGivenContent) {
+TEST_F(InMemoryFileEntryTest, SharesGivenContent) {
     InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent());
     other.write("abc", 3, position, ByteStreamAppend::WriteAtPosition);
     EXPECT_EQ(file.getContent(), other.getContent());
@@ -102,7 +102,7 @@ TEST_F(InMemoryFileEntryTest, sharesGivenContent) {
     EXPECT_EQ(file.getFileSize(), 3U);
 }
 
-TEST_F(InMemoryFileEntryTest, readsWritesAndSeeksAtTheCallersPosition) {
+TEST_F(InMemoryFileEntryTest, ReadsWritesAndSeeksAtTheCallersPosition) {
     EXPECT_EQ(file.write("hello", 5, position, ByteStreamAppend::WriteAtPosition), 5);
     EXPECT_EQ(position, 5U);
     EXPECT_EQ(file.seek(-4, std::ios_base::end, position), std::streampos(1));
@@ -112,7 +112,7 @@ TEST_F(InMemoryFileEntryTest, readsWritesAndSeeksAtTheCallersPosition) {
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(InMemoryFileEntryTest, truncationEmptiesAllOwnersOfTheBytesAndKeepsTheCapacity) {
+TEST_F(InMemoryFileEntryTest, TruncationEmptiesAllOwnersOfTheBytesAndKeepsTheCapacity) {
     file.write("hello", 5, position, ByteStreamAppend::AppendAtEnd);
     InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent());
     const auto content = file.getContent();
@@ -124,7 +124,7 @@ TEST_F(InMemoryFileEntryTest, truncationEmptiesAllOwnersOfTheBytesAndKeepsTheCap
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(InMemoryFileEntryTest, neverChangesTimeOrFlag) {
+TEST_F(InMemoryFileEntryTest, NeverChangesTimeOrFlag) {
     InMemoryFileEntry readOnly(path(), someTime, false);
     readOnly.write("x", 1, position, ByteStreamAppend::AppendAtEnd);
     readOnly.seek(0, std::ios_base::beg, position);
@@ -148,7 +148,7 @@ void appendFromTwoThreads(InMemoryFileEntry& first, InMemoryFileEntry& second, i
     other.join();
 }
 
-TEST_F(InMemoryFileEntryTest, excludesTheEntryThatSharesItsBytesAndMutex) {
+TEST_F(InMemoryFileEntryTest, ExcludesTheEntryThatSharesItsBytesAndMutex) {
     InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent(), file.getMutex());
     appendFromTwoThreads(file, other, 20000);
     EXPECT_EQ(file.getFileSize(), 40000U);

@@ -57,7 +57,7 @@ protected:
     }
 };
 
-TEST_F(CheckOutTest, createsAMissingFileWithTheTimeOfItsParent) {
+TEST_F(CheckOutTest, CreatesAMissingFileWithTheTimeOfItsParent) {
     addFolder(u"/a");
     age({u"/", u"/a"});
     const auto stream = open(u"/a/f", keeping());
@@ -69,7 +69,7 @@ TEST_F(CheckOutTest, createsAMissingFileWithTheTimeOfItsParent) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(CheckOutTest, openingAnExistingFileWithOptionsStampsTheFileAlone) {
+TEST_F(CheckOutTest, OpeningAnExistingFileWithOptionsStampsTheFileAlone) {
     addFile(u"/f", "0123456789");
     age({u"/", u"/f"});
     const auto stream = open(u"/f", mustExist());
@@ -78,7 +78,7 @@ TEST_F(CheckOutTest, openingAnExistingFileWithOptionsStampsTheFileAlone) {
     EXPECT_EQ(readAll(*stream), "0123456789");
 }
 
-TEST_F(CheckOutTest, openingCanEmptyTheFile) {
+TEST_F(CheckOutTest, OpeningCanEmptyTheFile) {
     addFile(u"/f", "0123456789");
     const auto content = file(u"/f")->getContent();
     const auto stream = open(u"/f", emptying());
@@ -86,7 +86,7 @@ TEST_F(CheckOutTest, openingCanEmptyTheFile) {
     EXPECT_EQ(file(u"/f")->getContent(), content);
 }
 
-TEST_F(CheckOutTest, onlyZeroEmptiesAndOnlyOneRequiresExistence) {
+TEST_F(CheckOutTest, OnlyZeroEmptiesAndOnlyOneRequiresExistence) {
     addFile(u"/f", "0123456789");
     ByteStreamOpenOptions options;
     options.content = static_cast<ByteStreamContent>(5);
@@ -97,21 +97,21 @@ TEST_F(CheckOutTest, onlyZeroEmptiesAndOnlyOneRequiresExistence) {
     EXPECT_TRUE(exists(u"/new"));
 }
 
-TEST_F(CheckOutTest, theFirstFieldIsIgnored) {
+TEST_F(CheckOutTest, TheFirstFieldIsIgnored) {
     ByteStreamOpenOptions options;
     options.hint = 12345;
     open(u"/f", options)->write("abc", 3);
     EXPECT_EQ(bytesOf(u"/f"), "abc");
 }
 
-TEST_F(CheckOutTest, writesInTheModeOfTheOptions) {
+TEST_F(CheckOutTest, WritesInTheModeOfTheOptions) {
     addFile(u"/f", "0123456789");
     open(u"/f", appending())->write("ab", 2);
     open(u"/f", keeping())->write("xy", 2);
     EXPECT_EQ(bytesOf(u"/f"), "xy23456789ab");
 }
 
-TEST_F(CheckOutTest, writingLaterStampsNothing) {
+TEST_F(CheckOutTest, WritingLaterStampsNothing) {
     const auto stream = open(u"/f", keeping());
     age({u"/f", u"/"});
     stream->write("abc", 3);
@@ -119,14 +119,14 @@ TEST_F(CheckOutTest, writingLaterStampsNothing) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(CheckOutTest, aMissingParentIsNamed) {
+TEST_F(CheckOutTest, AMissingParentIsNamed) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", opening(u"/a/f", keeping())));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", openingToRead(u"/a/f")));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", opening(u"/", keeping())));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", openingToRead(u"/")));
 }
 
-TEST_F(CheckOutTest, aReadOnlyFileIsRefusedBeforeAnythingElse) {
+TEST_F(CheckOutTest, AReadOnlyFileIsRefusedBeforeAnythingElse) {
     addFolder(u"/a");
     addFile(u"/a/f", "abc");
     makeReadOnly(u"/a/f");
@@ -137,14 +137,14 @@ TEST_F(CheckOutTest, aReadOnlyFileIsRefusedBeforeAnythingElse) {
     EXPECT_EQ(timeOf(u"/a/f"), longAgo);
 }
 
-TEST_F(CheckOutTest, aWritableFileInAReadOnlyFolderIsOpened) {
+TEST_F(CheckOutTest, AWritableFileInAReadOnlyFolderIsOpened) {
     addFolder(u"/a");
     addFile(u"/a/f");
     makeReadOnly(u"/a");
     EXPECT_NE(open(u"/a/f", keeping()), nullptr);
 }
 
-TEST_F(CheckOutTest, checksForAFolderThenForExistenceThenForAReadOnlyParent) {
+TEST_F(CheckOutTest, ChecksForAFolderThenForExistenceThenForAReadOnlyParent) {
     addFolder(u"/a");
     addFolder(u"/a/b");
     makeReadOnly(u"/a");
@@ -157,7 +157,7 @@ TEST_F(CheckOutTest, checksForAFolderThenForExistenceThenForAReadOnlyParent) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(CheckOutTest, openingToReadChangesNothing) {
+TEST_F(CheckOutTest, OpeningToReadChangesNothing) {
     addFile(u"/f", "abc");
     makeReadOnly(u"/f");
     age({u"/", u"/f"});
@@ -167,20 +167,20 @@ TEST_F(CheckOutTest, openingToReadChangesNothing) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(CheckOutTest, openingToReadFindsFilesOnly) {
+TEST_F(CheckOutTest, OpeningToReadFindsFilesOnly) {
     addFolder(u"/a");
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", openingToRead(u"/a")));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", openingToRead(u"/x")));
 }
 
-TEST_F(CheckOutTest, aStreamOpenedToReadWritesAtItsPosition) {
+TEST_F(CheckOutTest, AStreamOpenedToReadWritesAtItsPosition) {
     addFile(u"/f", "abc");
     const auto stream = fileSystem.checkOutFileEntry(path(u"/f"));
     stream->write("X", 1);
     EXPECT_EQ(bytesOf(u"/f"), "Xbc");
 }
 
-TEST_F(CheckOutTest, streamsOnOneFileShareItsBytes) {
+TEST_F(CheckOutTest, StreamsOnOneFileShareItsBytes) {
     const auto writer = open(u"/f", keeping());
     const auto reader = fileSystem.checkOutFileEntry(path(u"/f"));
     writer->write("hello", 5);
@@ -192,7 +192,7 @@ TEST_F(CheckOutTest, streamsOnOneFileShareItsBytes) {
     EXPECT_EQ(bytesOf(u"/f"), "abcd");
 }
 
-TEST_F(CheckOutTest, aStreamOutlivesTheRemovalOfItsFile) {
+TEST_F(CheckOutTest, AStreamOutlivesTheRemovalOfItsFile) {
     const auto stream = open(u"/f", keeping());
     fileSystem.removeFileEntry(path(u"/f"));
     EXPECT_EQ(stream->write("abc", 3), 3);
@@ -201,14 +201,14 @@ TEST_F(CheckOutTest, aStreamOutlivesTheRemovalOfItsFile) {
     EXPECT_FALSE(exists(u"/f"));
 }
 
-TEST_F(CheckOutTest, aStreamOutlivesTheFileSystem) {
+TEST_F(CheckOutTest, AStreamOutlivesTheFileSystem) {
     auto other = std::make_unique<InMemoryFileSystem>();
     const auto stream = other->checkOutFileEntry(path(u"/f"), keeping());
     other.reset();
     EXPECT_EQ(stream->write("abc", 3), 3);
 }
 
-TEST_F(CheckOutTest, aStreamSharesItsBytesWithTheMovedFile) {
+TEST_F(CheckOutTest, AStreamSharesItsBytesWithTheMovedFile) {
     const auto before = open(u"/f", appending());
     fileSystem.moveFileEntry(path(u"/f"), path(u"/g"),
                              foundation::storage::provider::ReplacementPolicy::RefuseExisting);

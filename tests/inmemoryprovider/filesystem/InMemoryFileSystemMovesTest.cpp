@@ -35,7 +35,7 @@ protected:
 
 class MoveFileTest : public MovesFixture {};
 
-TEST_F(MoveFileTest, keepsTheBytesAndStampsFileAndFolders) {
+TEST_F(MoveFileTest, KeepsTheBytesAndStampsFileAndFolders) {
     addFolder(u"/a");
     addFolder(u"/b");
     addFile(u"/a/f", "abc");
@@ -57,7 +57,7 @@ TEST_F(MoveFileTest, keepsTheBytesAndStampsFileAndFolders) {
     EXPECT_EQ(oldNode->getLastModifiedTime(), longAgo);
 }
 
-TEST_F(MoveFileTest, ofAnUnwrittenFileCreatesAnEmptyFileThatCanBeWritten) {
+TEST_F(MoveFileTest, OfAnUnwrittenFileCreatesAnEmptyFileThatCanBeWritten) {
     addFile(u"/f");
     movingFile(u"/f", u"/g", refuse)();
     EXPECT_EQ(file(u"/g")->getFileSize(), 0U);
@@ -66,7 +66,7 @@ TEST_F(MoveFileTest, ofAnUnwrittenFileCreatesAnEmptyFileThatCanBeWritten) {
 }
 
 /// Bytes that are written through the old node after the move are in the new node, and vice versa.
-TEST_F(MoveFileTest, ofAnUnwrittenFileSharesTheBytesWithAnOpenStream) {
+TEST_F(MoveFileTest, OfAnUnwrittenFileSharesTheBytesWithAnOpenStream) {
     addFile(u"/f");
     const auto stream = fileSystem.checkOutFileEntry(path(u"/f"), {});
     movingFile(u"/f", u"/g", refuse)();
@@ -79,7 +79,7 @@ TEST_F(MoveFileTest, ofAnUnwrittenFileSharesTheBytesWithAnOpenStream) {
     EXPECT_EQ(read, "defg....");
 }
 
-TEST_F(MoveFileTest, ofAnUnwrittenFileSharesTheBytesWithAReadOnlyStream) {
+TEST_F(MoveFileTest, OfAnUnwrittenFileSharesTheBytesWithAReadOnlyStream) {
     addFile(u"/f");
     const auto stream = static_cast<const InMemoryFileSystem&>(fileSystem).checkOutFileEntry(path(u"/f"));
     movingFile(u"/f", u"/g", refuse)();
@@ -89,7 +89,7 @@ TEST_F(MoveFileTest, ofAnUnwrittenFileSharesTheBytesWithAReadOnlyStream) {
     EXPECT_EQ(read, "abc.");
 }
 
-TEST_F(MoveFileTest, sharesTheBytesWithAStreamAfterSeveralMoves) {
+TEST_F(MoveFileTest, SharesTheBytesWithAStreamAfterSeveralMoves) {
     addFile(u"/f");
     const auto stream = fileSystem.checkOutFileEntry(path(u"/f"), {});
     movingFile(u"/f", u"/g", refuse)();
@@ -98,14 +98,14 @@ TEST_F(MoveFileTest, sharesTheBytesWithAStreamAfterSeveralMoves) {
     EXPECT_EQ(bytesOf(u"/h"), "abc");
 }
 
-TEST_F(MoveFileTest, keepsBytesWrittenByAClosedStream) {
+TEST_F(MoveFileTest, KeepsBytesWrittenByAClosedStream) {
     addFile(u"/f");
     fileSystem.checkOutFileEntry(path(u"/f"), {})->write("abc", 3);
     movingFile(u"/f", u"/g", refuse)();
     EXPECT_EQ(bytesOf(u"/g"), "abc");
 }
 
-TEST_F(MoveFileTest, withinOneFolderStampsIt) {
+TEST_F(MoveFileTest, WithinOneFolderStampsIt) {
     addFolder(u"/d");
     addFile(u"/d/x", "abc");
     age({u"/d", u"/d/x"});
@@ -116,14 +116,14 @@ TEST_F(MoveFileTest, withinOneFolderStampsIt) {
     EXPECT_EQ(timeOf(u"/d"), timeOf(u"/d/y"));
 }
 
-TEST_F(MoveFileTest, keepsTheWritableFlag) {
+TEST_F(MoveFileTest, KeepsTheWritableFlag) {
     addFile(u"/f");
     makeReadOnly(u"/f");
     movingFile(u"/f", u"/g", refuse)();
     EXPECT_FALSE(isWritable(u"/g"));
 }
 
-TEST_F(MoveFileTest, replacesAFileUnderEveryOtherPolicy) {
+TEST_F(MoveFileTest, ReplacesAFileUnderEveryOtherPolicy) {
     for (const auto policy : {replace, unnamed, negative}) {
         addFile(u"/f", "new");
         addFile(u"/g", "old");
@@ -140,7 +140,7 @@ TEST_F(MoveFileTest, replacesAFileUnderEveryOtherPolicy) {
     }
 }
 
-TEST_F(MoveFileTest, refusesToReplaceAFileUnderTwoPolicies) {
+TEST_F(MoveFileTest, RefusesToReplaceAFileUnderTwoPolicies) {
     addFile(u"/f", "new");
     addFile(u"/g", "old");
     age({u"/", u"/f", u"/g"});
@@ -154,7 +154,7 @@ TEST_F(MoveFileTest, refusesToReplaceAFileUnderTwoPolicies) {
     }
 }
 
-TEST_F(MoveFileTest, neverReplacesAFolder) {
+TEST_F(MoveFileTest, NeverReplacesAFolder) {
     addFile(u"/f");
     addFolder(u"/a");
     for (const auto policy : {refuse, replace, refuseFile}) {
@@ -164,7 +164,7 @@ TEST_F(MoveFileTest, neverReplacesAFolder) {
     EXPECT_TRUE(isFolder(u"/a"));
 }
 
-TEST_F(MoveFileTest, namesMissingEntriesSourceFirst) {
+TEST_F(MoveFileTest, NamesMissingEntriesSourceFirst) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", movingFile(u"/a/f", u"/b/g", replace)));
     addFolder(u"/a");
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a/f", movingFile(u"/a/f", u"/b/g", replace)));
@@ -176,7 +176,7 @@ TEST_F(MoveFileTest, namesMissingEntriesSourceFirst) {
     EXPECT_TRUE(exists(u"/a/f"));
 }
 
-TEST_F(MoveFileTest, aReadOnlyTargetIsNamedBeforeItsFolder) {
+TEST_F(MoveFileTest, AReadOnlyTargetIsNamedBeforeItsFolder) {
     addFolder(u"/a");
     addFile(u"/f", "new");
     addFile(u"/a/g", "old");
@@ -189,7 +189,7 @@ TEST_F(MoveFileTest, aReadOnlyTargetIsNamedBeforeItsFolder) {
     EXPECT_EQ(bytesOf(u"/f"), "new");
 }
 
-TEST_F(MoveFileTest, checksTheSourcesFolderBeforeTheTargets) {
+TEST_F(MoveFileTest, ChecksTheSourcesFolderBeforeTheTargets) {
     addFolder(u"/a");
     addFolder(u"/b");
     addFile(u"/a/f");
@@ -201,7 +201,7 @@ TEST_F(MoveFileTest, checksTheSourcesFolderBeforeTheTargets) {
     EXPECT_FALSE(exists(u"/b/g"));
 }
 
-TEST_F(MoveFileTest, checksTheSourceFolderAfterRemovingTheTarget) {
+TEST_F(MoveFileTest, ChecksTheSourceFolderAfterRemovingTheTarget) {
     addFolder(u"/a");
     addFile(u"/a/f", "new");
     addFile(u"/g", "old");
@@ -214,7 +214,7 @@ TEST_F(MoveFileTest, checksTheSourceFolderAfterRemovingTheTarget) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(MoveFileTest, ontoItselfIsRefusedOrRemovesTheFile) {
+TEST_F(MoveFileTest, OntoItselfIsRefusedOrRemovesTheFile) {
     addFile(u"/f", "abc");
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/f", movingFile(u"/f", u"/f", refuse)));
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/f", movingFile(u"/f", u"/f", refuseFile)));
@@ -252,7 +252,7 @@ protected:
     }
 };
 
-TEST_F(MoveFolderTest, movesTheSubtreeAndStampsItWithOneTime) {
+TEST_F(MoveFolderTest, MovesTheSubtreeAndStampsItWithOneTime) {
     addTree();
     addFolder(u"/b");
     age({u"/", u"/b", u"/a", u"/a/f", u"/a/e", u"/a/s", u"/a/s/g"});
@@ -271,7 +271,7 @@ TEST_F(MoveFolderTest, movesTheSubtreeAndStampsItWithOneTime) {
     }
 }
 
-TEST_F(MoveFolderTest, movesManyFilesWithTheirBytesAndStreams) {
+TEST_F(MoveFolderTest, MovesManyFilesWithTheirBytesAndStreams) {
     constexpr int count = 100;
     addFolder(u"/a");
     std::vector<std::unique_ptr<ByteStream>> streams;
@@ -301,7 +301,7 @@ TEST_F(MoveFolderTest, movesManyFilesWithTheirBytesAndStreams) {
     fileSystem.removeFolderEntry(path(u"/b"));
 }
 
-TEST_F(MoveFolderTest, movesManyFoldersAndFindsEachByItsNewPathOnly) {
+TEST_F(MoveFolderTest, MovesManyFoldersAndFindsEachByItsNewPathOnly) {
     constexpr char16_t count = 120;
     addFolder(u"/a");
     for (char16_t number = 0; number < count; ++number) {
@@ -318,7 +318,7 @@ TEST_F(MoveFolderTest, movesManyFoldersAndFindsEachByItsNewPathOnly) {
     }
 }
 
-TEST_F(MoveFolderTest, stampsBothParentsOfAnEmptyFolder) {
+TEST_F(MoveFolderTest, StampsBothParentsOfAnEmptyFolder) {
     addFolder(u"/p");
     addFolder(u"/p/a");
     age({u"/", u"/p"});
@@ -330,7 +330,7 @@ TEST_F(MoveFolderTest, stampsBothParentsOfAnEmptyFolder) {
     EXPECT_GT(timeOf(u"/b"), longAgo);
 }
 
-TEST_F(MoveFolderTest, readOnlyFilesStayReadOnly) {
+TEST_F(MoveFolderTest, ReadOnlyFilesStayReadOnly) {
     addTree();
     makeReadOnly(u"/a/s/g");
     movingFolder(u"/a", u"/b", refuse)();
@@ -340,7 +340,7 @@ TEST_F(MoveFolderTest, readOnlyFilesStayReadOnly) {
     EXPECT_TRUE(isWritable(u"/b"));
 }
 
-TEST_F(MoveFolderTest, replacesAnEmptyFolderUnderEveryOtherPolicy) {
+TEST_F(MoveFolderTest, ReplacesAnEmptyFolderUnderEveryOtherPolicy) {
     for (const auto policy : {replace, refuseFile, unnamed, negative}) {
         addTree();
         addFolder(u"/b");
@@ -353,7 +353,7 @@ TEST_F(MoveFolderTest, replacesAnEmptyFolderUnderEveryOtherPolicy) {
     }
 }
 
-TEST_F(MoveFolderTest, refusesToReplaceUnderOnePolicy) {
+TEST_F(MoveFolderTest, RefusesToReplaceUnderOnePolicy) {
     addTree();
     addFolder(u"/b");
     age({u"/", u"/a", u"/b"});
@@ -365,7 +365,7 @@ TEST_F(MoveFolderTest, refusesToReplaceUnderOnePolicy) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(MoveFolderTest, neverReplacesAFileOrANonEmptyFolder) {
+TEST_F(MoveFolderTest, NeverReplacesAFileOrANonEmptyFolder) {
     addTree();
     addFile(u"/f");
     addFolder(u"/b");
@@ -381,7 +381,7 @@ TEST_F(MoveFolderTest, neverReplacesAFileOrANonEmptyFolder) {
     EXPECT_TRUE(exists(u"/b/x"));
 }
 
-TEST_F(MoveFolderTest, namesMissingEntriesSourceFirst) {
+TEST_F(MoveFolderTest, NamesMissingEntriesSourceFirst) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", movingFolder(u"/x/a", u"/y/b", replace)));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", movingFolder(u"/x", u"/y/b", replace)));
     addFile(u"/f");
@@ -393,7 +393,7 @@ TEST_F(MoveFolderTest, namesMissingEntriesSourceFirst) {
     expectTreeAt(u"/a");
 }
 
-TEST_F(MoveFolderTest, aReadOnlyTargetIsNamedBeforeItsFolder) {
+TEST_F(MoveFolderTest, AReadOnlyTargetIsNamedBeforeItsFolder) {
     addTree();
     addFolder(u"/p");
     addFolder(u"/p/b");
@@ -406,7 +406,7 @@ TEST_F(MoveFolderTest, aReadOnlyTargetIsNamedBeforeItsFolder) {
     EXPECT_TRUE(isFolder(u"/p/b"));
 }
 
-TEST_F(MoveFolderTest, checksTheSourcesFolderThenTheSourceThenTheTargetsFolder) {
+TEST_F(MoveFolderTest, ChecksTheSourcesFolderThenTheSourceThenTheTargetsFolder) {
     addFolder(u"/p");
     addFolder(u"/p/a");
     addFolder(u"/q");
@@ -420,7 +420,7 @@ TEST_F(MoveFolderTest, checksTheSourcesFolderThenTheSourceThenTheTargetsFolder) 
     EXPECT_FALSE(isFolder(u"/q/b"));
 }
 
-TEST_F(MoveFolderTest, checksTheSourceAfterRemovingTheTarget) {
+TEST_F(MoveFolderTest, ChecksTheSourceAfterRemovingTheTarget) {
     addTree();
     addFolder(u"/b");
     makeReadOnly(u"/a");
@@ -429,7 +429,7 @@ TEST_F(MoveFolderTest, checksTheSourceAfterRemovingTheTarget) {
     expectTreeAt(u"/a");
 }
 
-TEST_F(MoveFolderTest, aReadOnlyFolderBelowStopsTheMove) {
+TEST_F(MoveFolderTest, AReadOnlyFolderBelowStopsTheMove) {
     addTree();
     addFile(u"/a/z", "z");
     addFile(u"/a/e/x", "x");
@@ -456,7 +456,7 @@ TEST_F(MoveFolderTest, aReadOnlyFolderBelowStopsTheMove) {
     EXPECT_EQ(timeOf(u"/a/z"), longAgo);
 }
 
-TEST_F(MoveFolderTest, ontoItselfIsRefusedAndChangesNothing) {
+TEST_F(MoveFolderTest, OntoItselfIsRefusedAndChangesNothing) {
     addFolder(u"/e");
     age({u"/", u"/e"});
     for (const auto policy : {refuse, replace, refuseFile}) {
@@ -473,7 +473,7 @@ TEST_F(MoveFolderTest, ontoItselfIsRefusedAndChangesNothing) {
 }
 
 /// "/a//s" and "/a/s" both get the new path "/b/s"; the file moves first.
-TEST_F(MoveFolderTest, aReadOnlyFolderBelowIsReportedBeforeItsTakenNewPath) {
+TEST_F(MoveFolderTest, AReadOnlyFolderBelowIsReportedBeforeItsTakenNewPath) {
     addFolder(u"/a");
     addFile(u"/a//s");
     addFolder(u"/a/s");
@@ -483,7 +483,7 @@ TEST_F(MoveFolderTest, aReadOnlyFolderBelowIsReportedBeforeItsTakenNewPath) {
     EXPECT_TRUE(isFolder(u"/a/s"));
 }
 
-TEST_F(MoveFolderTest, ontoItselfIsRefusedAsReadOnlyFirst) {
+TEST_F(MoveFolderTest, OntoItselfIsRefusedAsReadOnlyFirst) {
     addFolder(u"/e");
     makeReadOnly(u"/e");
     EXPECT_TRUE(throwsNaming<ReadOnlyException>(u"/e", movingFolder(u"/e", u"/e", replace)));
@@ -493,7 +493,7 @@ TEST_F(MoveFolderTest, ontoItselfIsRefusedAsReadOnlyFirst) {
     EXPECT_TRUE(isFolder(u"/e"));
 }
 
-TEST_F(MoveFolderTest, belowItselfIsRefusedAndChangesNothing) {
+TEST_F(MoveFolderTest, BelowItselfIsRefusedAndChangesNothing) {
     addTree();
     age({u"/", u"/a", u"/a/e", u"/a/s"});
     for (const auto* target : {u"/a/new", u"/a/s/new", u"/a/e", u"/a//new"}) {
@@ -508,7 +508,7 @@ TEST_F(MoveFolderTest, belowItselfIsRefusedAndChangesNothing) {
     }
 }
 
-TEST_F(MoveFolderTest, acceptsATargetWithThePrefixOfTheSource) {
+TEST_F(MoveFolderTest, AcceptsATargetWithThePrefixOfTheSource) {
     addTree();
     movingFolder(u"/a", u"/ab", refuse)();
     expectTreeAt(u"/ab");
@@ -516,7 +516,7 @@ TEST_F(MoveFolderTest, acceptsATargetWithThePrefixOfTheSource) {
     expectTreeAt(u"/a");
 }
 
-TEST_F(MoveFolderTest, twoChildrenWithOneNameStopTheMoveAndNoneIsLost) {
+TEST_F(MoveFolderTest, TwoChildrenWithOneNameStopTheMoveAndNoneIsLost) {
     addFolder(u"/a");
     addFile(u"/a//f", "double");
     addFile(u"/a/f", "single");
@@ -527,7 +527,7 @@ TEST_F(MoveFolderTest, twoChildrenWithOneNameStopTheMoveAndNoneIsLost) {
     EXPECT_TRUE(isFolder(u"/b"));
 }
 
-TEST_F(MoveFolderTest, aChildWithAnUnchangedPathStopsTheMove) {
+TEST_F(MoveFolderTest, AChildWithAnUnchangedPathStopsTheMove) {
     addFolder(u"/a");
     addFolder(u"/a//");
     addFile(u"/a///f", "f");
@@ -535,7 +535,7 @@ TEST_F(MoveFolderTest, aChildWithAnUnchangedPathStopsTheMove) {
     EXPECT_EQ(bytesOf(u"/a///f"), "f");
 }
 
-TEST_F(MoveFolderTest, movesAChildWithAnEmptyName) {
+TEST_F(MoveFolderTest, MovesAChildWithAnEmptyName) {
     addFolder(u"/a");
     addFile(u"/a//", "nameless");
     movingFolder(u"/a", u"/b", refuse)();
@@ -543,7 +543,7 @@ TEST_F(MoveFolderTest, movesAChildWithAnEmptyName) {
     EXPECT_FALSE(exists(u"/a//"));
 }
 
-TEST_F(MoveFolderTest, aChildWithAMissingNewParentStopsTheMove) {
+TEST_F(MoveFolderTest, AChildWithAMissingNewParentStopsTheMove) {
     addTree();
     // By their paths, the entries below "/x//" belong to "/x/".
     addFolder(u"/x");
@@ -552,7 +552,7 @@ TEST_F(MoveFolderTest, aChildWithAMissingNewParentStopsTheMove) {
     EXPECT_TRUE(isFolder(u"/x///"));
 }
 
-TEST_F(MoveFolderTest, aStreamOpenedBeforeTheMoveSharesTheBytesAfterwards) {
+TEST_F(MoveFolderTest, AStreamOpenedBeforeTheMoveSharesTheBytesAfterwards) {
     addTree();
     const auto stream = fileSystem.checkOutFileEntry(path(u"/a/s/g"));
     movingFolder(u"/a", u"/b", refuse)();

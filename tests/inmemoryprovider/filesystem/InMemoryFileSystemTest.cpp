@@ -29,7 +29,7 @@ protected:
     }
 };
 
-TEST_F(InMemoryFileSystemTest, startsWithAWritableRootStampedNow) {
+TEST_F(InMemoryFileSystemTest, StartsWithAWritableRootStampedNow) {
     const auto before = clockNow();
     const InMemoryFileSystem fresh;
     const auto after = clockNow();
@@ -42,7 +42,7 @@ TEST_F(InMemoryFileSystemTest, startsWithAWritableRootStampedNow) {
     EXPECT_LE(root->getLastModifiedTime(), after);
 }
 
-TEST_F(InMemoryFileSystemTest, creatingTheRootAgainKeepsTheOldOne) {
+TEST_F(InMemoryFileSystemTest, CreatingTheRootAgainKeepsTheOldOne) {
     const auto root = fileSystem.getFolderEntry(path(u"/"));
     addFolder(u"/a");
     fileSystem.createRootEntry();
@@ -50,7 +50,7 @@ TEST_F(InMemoryFileSystemTest, creatingTheRootAgainKeepsTheOldOne) {
     EXPECT_TRUE(isFolder(u"/a"));
 }
 
-TEST_F(InMemoryFileSystemTest, addsNestedFolders) {
+TEST_F(InMemoryFileSystemTest, AddsNestedFolders) {
     addFolder(u"/a");
     addFolder(u"/a/b");
     EXPECT_TRUE(isFolder(u"/a"));
@@ -58,7 +58,7 @@ TEST_F(InMemoryFileSystemTest, addsNestedFolders) {
     EXPECT_TRUE(node(u"/a/b")->isWritable());
 }
 
-TEST_F(InMemoryFileSystemTest, addsEmptyWritableFiles) {
+TEST_F(InMemoryFileSystemTest, AddsEmptyWritableFiles) {
     addFile(u"/f");
     ASSERT_NE(file(u"/f"), nullptr);
     EXPECT_TRUE(file(u"/f")->isWritable());
@@ -66,7 +66,7 @@ TEST_F(InMemoryFileSystemTest, addsEmptyWritableFiles) {
     EXPECT_FALSE(isFolder(u"/f"));
 }
 
-TEST_F(InMemoryFileSystemTest, addingStampsEntryAndParentWithOneTime) {
+TEST_F(InMemoryFileSystemTest, AddingStampsEntryAndParentWithOneTime) {
     for (const bool asFolder : {false, true}) {
         const std::u16string name = asFolder ? u"/a/folder" : u"/a/file";
         if (!exists(u"/a")) {
@@ -82,7 +82,7 @@ TEST_F(InMemoryFileSystemTest, addingStampsEntryAndParentWithOneTime) {
     }
 }
 
-TEST_F(InMemoryFileSystemTest, addingWithoutAParentNamesTheParent) {
+TEST_F(InMemoryFileSystemTest, AddingWithoutAParentNamesTheParent) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", addingFolder(u"/a/b")));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", addingFile(u"/a/b")));
     addFile(u"/f");
@@ -90,7 +90,7 @@ TEST_F(InMemoryFileSystemTest, addingWithoutAParentNamesTheParent) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/f", addingFile(u"/f/b")));
 }
 
-TEST_F(InMemoryFileSystemTest, refusesToAddAPathWithoutParent) {
+TEST_F(InMemoryFileSystemTest, RefusesToAddAPathWithoutParent) {
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/", addingFolder(u"/")));
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"", addingFolder(u"")));
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"a", addingFolder(u"a")));
@@ -99,7 +99,7 @@ TEST_F(InMemoryFileSystemTest, refusesToAddAPathWithoutParent) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", addingFile(u"a")));
 }
 
-TEST_F(InMemoryFileSystemTest, addingAtAnExistingPathIsRefused) {
+TEST_F(InMemoryFileSystemTest, AddingAtAnExistingPathIsRefused) {
     addFolder(u"/a");
     addFile(u"/f");
     age({u"/", u"/a", u"/f"});
@@ -112,7 +112,7 @@ TEST_F(InMemoryFileSystemTest, addingAtAnExistingPathIsRefused) {
     EXPECT_EQ(timeOf(u"/f"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, addingIntoAReadOnlyFolderNamesTheFolder) {
+TEST_F(InMemoryFileSystemTest, AddingIntoAReadOnlyFolderNamesTheFolder) {
     addFolder(u"/a");
     addFile(u"/a/f");
     makeReadOnly(u"/a");
@@ -125,7 +125,7 @@ TEST_F(InMemoryFileSystemTest, addingIntoAReadOnlyFolderNamesTheFolder) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, removesFilesAndStampsTheParent) {
+TEST_F(InMemoryFileSystemTest, RemovesFilesAndStampsTheParent) {
     addFolder(u"/a");
     addFile(u"/a/f");
     age({u"/", u"/a"});
@@ -136,7 +136,7 @@ TEST_F(InMemoryFileSystemTest, removesFilesAndStampsTheParent) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, removesFoldersAndStampsOnlyTheParent) {
+TEST_F(InMemoryFileSystemTest, RemovesFoldersAndStampsOnlyTheParent) {
     addFolder(u"/a");
     addFolder(u"/a/b");
     const auto removed = node(u"/a/b");
@@ -151,7 +151,7 @@ TEST_F(InMemoryFileSystemTest, removesFoldersAndStampsOnlyTheParent) {
     EXPECT_TRUE(isFolder(u"/a/b"));
 }
 
-TEST_F(InMemoryFileSystemTest, removingAMissingEntryOrTheOtherKindIsNotFound) {
+TEST_F(InMemoryFileSystemTest, RemovingAMissingEntryOrTheOtherKindIsNotFound) {
     addFolder(u"/a");
     addFile(u"/f");
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", removingFile(u"/x")));
@@ -164,13 +164,13 @@ TEST_F(InMemoryFileSystemTest, removingAMissingEntryOrTheOtherKindIsNotFound) {
     EXPECT_TRUE(exists(u"/f"));
 }
 
-TEST_F(InMemoryFileSystemTest, theRootIsNeverRemoved) {
+TEST_F(InMemoryFileSystemTest, TheRootIsNeverRemoved) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", removingFolder(u"/")));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", removingFile(u"/")));
     EXPECT_NE(fileSystem.getFolderEntry(path(u"/")), nullptr);
 }
 
-TEST_F(InMemoryFileSystemTest, aNonEmptyFolderIsNotRemoved) {
+TEST_F(InMemoryFileSystemTest, ANonEmptyFolderIsNotRemoved) {
     addFolder(u"/a");
     addFile(u"/a/f");
     EXPECT_TRUE(throwsNaming<FolderNotEmptyException>(u"/a", removingFolder(u"/a")));
@@ -182,7 +182,7 @@ TEST_F(InMemoryFileSystemTest, aNonEmptyFolderIsNotRemoved) {
     EXPECT_TRUE(exists(u"/a/f"));
 }
 
-TEST_F(InMemoryFileSystemTest, removingFromAReadOnlyFolderNamesTheFolder) {
+TEST_F(InMemoryFileSystemTest, RemovingFromAReadOnlyFolderNamesTheFolder) {
     addFolder(u"/a");
     addFile(u"/a/f");
     addFolder(u"/a/b");
@@ -199,7 +199,7 @@ TEST_F(InMemoryFileSystemTest, removingFromAReadOnlyFolderNamesTheFolder) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, removingAReadOnlyEntryNamesTheEntry) {
+TEST_F(InMemoryFileSystemTest, RemovingAReadOnlyEntryNamesTheEntry) {
     addFile(u"/f");
     addFolder(u"/a");
     makeReadOnly(u"/f");
@@ -212,14 +212,14 @@ TEST_F(InMemoryFileSystemTest, removingAReadOnlyEntryNamesTheEntry) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, aRemovedFileIsDestroyedWithItsLastReference) {
+TEST_F(InMemoryFileSystemTest, ARemovedFileIsDestroyedWithItsLastReference) {
     addFile(u"/f");
     const std::weak_ptr<InMemoryEntry> observer = node(u"/f");
     fileSystem.removeFileEntry(path(u"/f"));
     EXPECT_TRUE(observer.expired());
 }
 
-TEST_F(InMemoryFileSystemTest, describesFiles) {
+TEST_F(InMemoryFileSystemTest, DescribesFiles) {
     addFolder(u"/a");
     addFile(u"/a/f", "12345");
     age({u"/a/f"});
@@ -231,7 +231,7 @@ TEST_F(InMemoryFileSystemTest, describesFiles) {
     EXPECT_EQ(timeOf(u"/a/f"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, describesFolders) {
+TEST_F(InMemoryFileSystemTest, DescribesFolders) {
     addFolder(u"/a");
     age({u"/a"});
     EXPECT_EQ(fileSystem.getFolderEntryLastModified(path(u"/a")), longAgo);
@@ -240,7 +240,7 @@ TEST_F(InMemoryFileSystemTest, describesFolders) {
     EXPECT_FALSE(fileSystem.folderIsWritable(path(u"/a")));
 }
 
-TEST_F(InMemoryFileSystemTest, queriesNameTheFirstMissingPath) {
+TEST_F(InMemoryFileSystemTest, QueriesNameTheFirstMissingPath) {
     addFolder(u"/a");
     addFile(u"/f");
     const auto eachFails = [&](const std::u16string& asked, const std::u16string& named, bool asFile,
@@ -269,7 +269,7 @@ TEST_F(InMemoryFileSystemTest, queriesNameTheFirstMissingPath) {
     eachFails(u"/f/x", u"/f", true, true);
 }
 
-TEST_F(InMemoryFileSystemTest, looksUpFoldersOnly) {
+TEST_F(InMemoryFileSystemTest, LooksUpFoldersOnly) {
     addFolder(u"/a");
     addFile(u"/f");
     EXPECT_NE(fileSystem.getFolderEntry(path(u"/a")), nullptr);
@@ -278,7 +278,7 @@ TEST_F(InMemoryFileSystemTest, looksUpFoldersOnly) {
     EXPECT_EQ(fileSystem.getFolderEntry(path(u"")), nullptr);
 }
 
-TEST_F(InMemoryFileSystemTest, namesThatDifferOnlyInCaseAreDifferent) {
+TEST_F(InMemoryFileSystemTest, NamesThatDifferOnlyInCaseAreDifferent) {
     addFile(u"/a");
     addFile(u"/A");
     EXPECT_NE(node(u"/a"), node(u"/A"));

@@ -24,13 +24,13 @@ protected:
     InMemoryFolderEntry folder{path(u"/f"), someTime, true};
 };
 
-TEST_F(InMemoryFolderEntryTest, beginsEmpty) {
+TEST_F(InMemoryFolderEntryTest, BeginsEmpty) {
     EXPECT_TRUE(folder.empty());
     EXPECT_EQ(folder.begin(), folder.end());
     EXPECT_TRUE(folder.getLightWeightRepresentation().empty());
 }
 
-TEST_F(InMemoryFolderEntryTest, findsChildrenByFullPath) {
+TEST_F(InMemoryFolderEntryTest, FindsChildrenByFullPath) {
     const auto child = makeFile(u"/f/a");
     folder.addChild(child);
     EXPECT_FALSE(folder.empty());
@@ -42,7 +42,7 @@ TEST_F(InMemoryFolderEntryTest, findsChildrenByFullPath) {
     EXPECT_EQ(folder.doGetEntry(path(u"/f/b")), nullptr);
 }
 
-TEST_F(InMemoryFolderEntryTest, keepsAnExistingChild) {
+TEST_F(InMemoryFolderEntryTest, KeepsAnExistingChild) {
     const auto first = makeFile(u"/f/a");
     folder.addChild(first);
     folder.addChild(makeFolder(u"/f/a"));
@@ -50,7 +50,7 @@ TEST_F(InMemoryFolderEntryTest, keepsAnExistingChild) {
     EXPECT_EQ(std::distance(folder.begin(), folder.end()), 1);
 }
 
-TEST_F(InMemoryFolderEntryTest, returnsATakenChild) {
+TEST_F(InMemoryFolderEntryTest, ReturnsATakenChild) {
     folder.addChild(makeFile(u"/f/a"));
     const std::weak_ptr<InMemoryEntry> observer = folder.getEntry(path(u"/f/a"));
     {
@@ -62,7 +62,7 @@ TEST_F(InMemoryFolderEntryTest, returnsATakenChild) {
     EXPECT_FALSE(folder.findChild(path(u"/f/a")));
 }
 
-TEST_F(InMemoryFolderEntryTest, restoresATakenChildUnlessItsPlaceIsTaken) {
+TEST_F(InMemoryFolderEntryTest, RestoresATakenChildUnlessItsPlaceIsTaken) {
     const auto first = makeFile(u"/f/a");
     const auto second = makeFile(u"/f/a");
     folder.addChild(first);
@@ -77,7 +77,7 @@ TEST_F(InMemoryFolderEntryTest, restoresATakenChildUnlessItsPlaceIsTaken) {
     EXPECT_EQ(std::distance(folder.begin(), folder.end()), 1);
 }
 
-TEST_F(InMemoryFolderEntryTest, findsAChildByItsKindOnly) {
+TEST_F(InMemoryFolderEntryTest, FindsAChildByItsKindOnly) {
     const auto file = makeFile(u"/f/a");
     const auto subfolder = makeFolder(u"/f/b");
     folder.addChild(file);
@@ -91,7 +91,7 @@ TEST_F(InMemoryFolderEntryTest, findsAChildByItsKindOnly) {
     EXPECT_EQ(folder.getEntry(path(u"/f/b")), subfolder);
 }
 
-TEST_F(InMemoryFolderEntryTest, releasesARemovedChild) {
+TEST_F(InMemoryFolderEntryTest, ReleasesARemovedChild) {
     auto child = makeFile(u"/f/a");
     const std::weak_ptr<InMemoryEntry> observer = child;
     folder.addChild(std::move(child));
@@ -100,13 +100,13 @@ TEST_F(InMemoryFolderEntryTest, releasesARemovedChild) {
     EXPECT_TRUE(observer.expired());
 }
 
-TEST_F(InMemoryFolderEntryTest, removingAnAbsentChildDoesNothing) {
+TEST_F(InMemoryFolderEntryTest, RemovingAnAbsentChildDoesNothing) {
     folder.addChild(makeFile(u"/f/a"));
     folder.removeChild(path(u"/f/b"));
     EXPECT_TRUE(folder.doChildExist(path(u"/f/a")));
 }
 
-TEST_F(InMemoryFolderEntryTest, iteratesInTheOrderOfPaths) {
+TEST_F(InMemoryFolderEntryTest, IteratesInTheOrderOfPaths) {
     folder.addChild(makeFile(u"/f/b"));
     folder.addChild(makeFolder(u"/f/a0"));
     folder.addChild(makeFile(u"/f/a"));
@@ -118,7 +118,7 @@ TEST_F(InMemoryFolderEntryTest, iteratesInTheOrderOfPaths) {
     EXPECT_EQ(names, (std::vector<std::u16string>{u"a", u"a0", u"b"}));
 }
 
-TEST_F(InMemoryFolderEntryTest, representsChildrenByNameAndKind) {
+TEST_F(InMemoryFolderEntryTest, RepresentsChildrenByNameAndKind) {
     folder.addChild(makeFile(u"/f/b"));
     folder.addChild(makeFolder(u"/f/a"));
     const InMemoryFolderEntry::LightWeightRepresentation expected{{path(u"/f/a"), {u"a", true}},
@@ -126,7 +126,7 @@ TEST_F(InMemoryFolderEntryTest, representsChildrenByNameAndKind) {
     EXPECT_EQ(folder.getLightWeightRepresentation(), expected);
 }
 
-TEST_F(InMemoryFolderEntryTest, aRepresentationReferencesNoNode) {
+TEST_F(InMemoryFolderEntryTest, ARepresentationReferencesNoNode) {
     auto child = makeFile(u"/f/a");
     const std::weak_ptr<InMemoryEntry> observer = child;
     folder.addChild(std::move(child));
@@ -136,7 +136,7 @@ TEST_F(InMemoryFolderEntryTest, aRepresentationReferencesNoNode) {
     EXPECT_EQ(representation.size(), 1U);
 }
 
-TEST(InMemoryFolderEntryDestruction, releasesUnsharedEntriesOnly) {
+TEST(InMemoryFolderEntryDestruction, ReleasesUnsharedEntriesOnly) {
     auto outer = makeFolder(u"/f");
     auto inner = makeFolder(u"/f/a");
     auto dying = makeFolder(u"/f/b");

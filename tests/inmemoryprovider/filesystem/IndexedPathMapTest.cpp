@@ -120,17 +120,17 @@ void expectFilledAndEmptied(const std::vector<InMemoryEntryPath>& order) {
 
 constexpr std::size_t pastTwoDoublings = 110; // of the index: at 24, 48 and 96
 
-TEST(IndexedPathMap, keepsElementsAddedInAscendingOrder) {
+TEST(IndexedPathMap, KeepsElementsAddedInAscendingOrder) {
     expectFilledAndEmptied(pathsOf(pastTwoDoublings));
 }
 
-TEST(IndexedPathMap, keepsElementsAddedInDescendingOrder) {
+TEST(IndexedPathMap, KeepsElementsAddedInDescendingOrder) {
     auto order = pathsOf(pastTwoDoublings);
     std::reverse(order.begin(), order.end());
     expectFilledAndEmptied(order);
 }
 
-TEST(IndexedPathMap, keepsElementsAddedInRandomOrder) {
+TEST(IndexedPathMap, KeepsElementsAddedInRandomOrder) {
     std::mt19937 random(1);
     for (int round = 0; round < 5; ++round) {
         auto order = pathsOf(pastTwoDoublings);
@@ -139,7 +139,7 @@ TEST(IndexedPathMap, keepsElementsAddedInRandomOrder) {
     }
 }
 
-TEST(IndexedPathMap, acceptsElementsAfterTheLastAddedWasRemoved) {
+TEST(IndexedPathMap, AcceptsElementsAfterTheLastAddedWasRemoved) {
     const auto paths = pathsOf(60);
     Pair maps;
     for (const auto& path : paths) {
@@ -151,7 +151,7 @@ TEST(IndexedPathMap, acceptsElementsAfterTheLastAddedWasRemoved) {
     }
 }
 
-TEST(IndexedPathMap, returnsANodeWithATakenPath) {
+TEST(IndexedPathMap, ReturnsANodeWithATakenPath) {
     for (const std::size_t size : {2U, 40U}) {
         IndexedPathMap<Value> map;
         for (const auto& path : pathsOf(size)) {
@@ -195,7 +195,7 @@ void change(Pair& maps, const std::vector<InMemoryEntryPath>& paths, std::mt1993
     }
 }
 
-TEST(IndexedPathMap, agreesWithAPlainMapInRandomSequences) {
+TEST(IndexedPathMap, AgreesWithAPlainMapInRandomSequences) {
     std::mt19937 random(2);
     for (const std::size_t count : {14U, 16U, 18U, 26U, 34U, 52U, 70U, 150U, 400U}) {
         SCOPED_TRACE(count);
@@ -214,7 +214,7 @@ TEST(IndexedPathMap, agreesWithAPlainMapInRandomSequences) {
     }
 }
 
-TEST(IndexedPathMap, canBeUsedAgainAfterItsElementsWereReleased) {
+TEST(IndexedPathMap, CanBeUsedAgainAfterItsElementsWereReleased) {
     for (const std::size_t size : {1U, 15U, 16U, 17U, 100U}) {
         IndexedPathMap<Value> map;
         const auto paths = pathsOf(size);

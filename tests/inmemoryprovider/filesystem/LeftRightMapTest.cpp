@@ -21,13 +21,13 @@ void insert(Map& map, int key, const std::shared_ptr<int>& value) {
     map.insert(Map::prepare(key, value));
 }
 
-TEST(LeftRightMap, findsNothingWhenEmpty) {
+TEST(LeftRightMap, FindsNothingWhenEmpty) {
     const Map map;
     EXPECT_EQ(map.find(1), nullptr);
     EXPECT_EQ(map.findAsWriter(1), nullptr);
 }
 
-TEST(LeftRightMap, findsInsertedElementsInBothCopies) {
+TEST(LeftRightMap, FindsInsertedElementsInBothCopies) {
     Map map;
     const auto one = std::make_shared<int>(1);
     const auto two = std::make_shared<int>(2);
@@ -40,7 +40,7 @@ TEST(LeftRightMap, findsInsertedElementsInBothCopies) {
     EXPECT_EQ(*map.findAsWriter(2), two);
 }
 
-TEST(LeftRightMap, keepsAnExistingValue) {
+TEST(LeftRightMap, KeepsAnExistingValue) {
     Map map;
     const auto first = std::make_shared<int>(1);
     insert(map, 1, first);
@@ -50,7 +50,7 @@ TEST(LeftRightMap, keepsAnExistingValue) {
     EXPECT_EQ(map.find(1), first);
 }
 
-TEST(LeftRightMap, returnsTheErasedValue) {
+TEST(LeftRightMap, ReturnsTheErasedValue) {
     Map map;
     auto value = std::make_shared<int>(1);
     const std::weak_ptr<int> observer = value;
@@ -64,14 +64,14 @@ TEST(LeftRightMap, returnsTheErasedValue) {
     EXPECT_TRUE(observer.expired());
 }
 
-TEST(LeftRightMap, erasingAnAbsentKeyReturnsNoElement) {
+TEST(LeftRightMap, ErasingAnAbsentKeyReturnsNoElement) {
     Map map;
     insert(map, 1, std::make_shared<int>(1));
     EXPECT_EQ(map.erase(2).value(), nullptr);
     EXPECT_NE(map.find(1), nullptr);
 }
 
-TEST(LeftRightMap, anErasedElementCanBeInsertedAgain) {
+TEST(LeftRightMap, AnErasedElementCanBeInsertedAgain) {
     Map map;
     const auto value = std::make_shared<int>(1);
     insert(map, 1, value);
@@ -80,7 +80,7 @@ TEST(LeftRightMap, anErasedElementCanBeInsertedAgain) {
     EXPECT_EQ(*map.findAsWriter(1), value);
 }
 
-TEST(LeftRightMap, insertingAnEmptyElementChangesNothing) {
+TEST(LeftRightMap, InsertingAnEmptyElementChangesNothing) {
     Map map;
     insert(map, 1, std::make_shared<int>(1));
     map.insert(map.erase(2));
@@ -88,7 +88,7 @@ TEST(LeftRightMap, insertingAnEmptyElementChangesNothing) {
     EXPECT_NE(map.find(1), nullptr);
 }
 
-TEST(LeftRightMap, aDiscardedPreparedElementChangesNothing) {
+TEST(LeftRightMap, ADiscardedPreparedElementChangesNothing) {
     Map map;
     { const auto dropped = Map::prepare(1, std::make_shared<int>(1)); }
     EXPECT_EQ(map.find(1), nullptr);
@@ -109,7 +109,7 @@ struct HeldKey {
     }
 };
 
-TEST(LeftRightMap, readersContinueWhileAWriterWaitsForOneReader) {
+TEST(LeftRightMap, ReadersContinueWhileAWriterWaitsForOneReader) {
     LeftRightMap<HeldKey, std::shared_ptr<int>> map;
     map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));
 
@@ -154,7 +154,7 @@ bool runInRealTime(int processor, int priority) {
 }
 
 /// A writer that only spins would never yield the processor to the reader for which it waits.
-TEST(LeftRightMap, aWriterOfHigherPriorityYieldsTheProcessorToItsReader) {
+TEST(LeftRightMap, AWriterOfHigherPriorityYieldsTheProcessorToItsReader) {
     const int processor = sched_getcpu();
     std::atomic<bool> mayRunInRealTime = true;
     std::thread([&] { mayRunInRealTime = runInRealTime(processor, 1); }).join();
@@ -186,7 +186,7 @@ TEST(LeftRightMap, aWriterOfHigherPriorityYieldsTheProcessorToItsReader) {
     EXPECT_NE(map.find(HeldKey{2}), nullptr);
 }
 
-TEST(LeftRightMap, aWriterSleepsUntilItsLastReaderHasEnded) {
+TEST(LeftRightMap, AWriterSleepsUntilItsLastReaderHasEnded) {
     for (int round = 0; round < 20; ++round) {
         LeftRightMap<HeldKey, std::shared_ptr<int>> map;
         map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));
@@ -223,7 +223,7 @@ TEST(LeftRightMap, aWriterSleepsUntilItsLastReaderHasEnded) {
     }
 }
 
-TEST(LeftRightMap, readersFindEveryUnchangedKey) {
+TEST(LeftRightMap, ReadersFindEveryUnchangedKey) {
     Map map;
     constexpr int fixedKeys = 50;
     for (int key = 0; key < fixedKeys; ++key) {

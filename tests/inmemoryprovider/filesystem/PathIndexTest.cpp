@@ -90,7 +90,7 @@ std::vector<std::u16string> namesOfLastHomes(std::size_t count) {
     return names;
 }
 
-TEST_F(PathIndexTest, isAbsentUntilBuiltAndAfterReset) {
+TEST_F(PathIndexTest, IsAbsentUntilBuiltAndAfterReset) {
     EXPECT_FALSE(Index());
     EXPECT_TRUE(index);
     add(u"/a");
@@ -99,12 +99,12 @@ TEST_F(PathIndexTest, isAbsentUntilBuiltAndAfterReset) {
     EXPECT_EQ(index.size(), 0U);
 }
 
-TEST_F(PathIndexTest, findsNothingWhenEmpty) {
+TEST_F(PathIndexTest, FindsNothingWhenEmpty) {
     EXPECT_EQ(index.find(u"/a"), std::nullopt);
     EXPECT_EQ(index.find({}), std::nullopt);
 }
 
-TEST_F(PathIndexTest, distinguishesAPathFromItsPrefixes) {
+TEST_F(PathIndexTest, DistinguishesAPathFromItsPrefixes) {
     const std::vector<std::u16string> names{u"", u"/", u"a", u"/a", u"/aa", u"/aa/a", u"/aa//a"};
     for (const auto& name : names) {
         EXPECT_TRUE(findsOf(names));
@@ -113,7 +113,7 @@ TEST_F(PathIndexTest, distinguishesAPathFromItsPrefixes) {
     EXPECT_TRUE(findsOf(names));
 }
 
-TEST_F(PathIndexTest, findsTheOthersOfAWrappedProbeSequenceAfterAnErasure) {
+TEST_F(PathIndexTest, FindsTheOthersOfAWrappedProbeSequenceAfterAnErasure) {
     const auto names = namesOfLastHomes(12);
     std::mt19937 random(1);
     for (int round = 0; round < 200; ++round) {
@@ -131,7 +131,7 @@ TEST_F(PathIndexTest, findsTheOthersOfAWrappedProbeSequenceAfterAnErasure) {
     }
 }
 
-TEST_F(PathIndexTest, keepsOtherElementsAroundTheEndOfTheTable) {
+TEST_F(PathIndexTest, KeepsOtherElementsAroundTheEndOfTheTable) {
     auto names = namesOfLastHomes(6);
     for (std::size_t number = 1'000'000; names.size() < 24; ++number) {
         names.push_back(nameOf(number)); // with any home slot, including the first slots of the table
@@ -144,7 +144,7 @@ TEST_F(PathIndexTest, keepsOtherElementsAroundTheEndOfTheTable) {
     }
 }
 
-TEST_F(PathIndexTest, agreesWithTheMapOnManyRandomSets) {
+TEST_F(PathIndexTest, AgreesWithTheMapOnManyRandomSets) {
     std::mt19937 random(3);
     for (int set = 0; set < 300; ++set) {
         std::vector<std::u16string> names;
@@ -178,7 +178,7 @@ bool isNearAResizing(std::size_t size) {
     return false;
 }
 
-TEST_F(PathIndexTest, keepsAllElementsWhileItGrowsAndShrinks) {
+TEST_F(PathIndexTest, KeepsAllElementsWhileItGrowsAndShrinks) {
     const auto names = namesUpTo(1600);
     const auto expectSound = [&] {
         if (isNearAResizing(map.size())) {
@@ -196,7 +196,7 @@ TEST_F(PathIndexTest, keepsAllElementsWhileItGrowsAndShrinks) {
     EXPECT_TRUE(index);
 }
 
-TEST(PathIndex, canBeBuiltWithAnyNumberOfElementsAndGrows) {
+TEST(PathIndex, CanBeBuiltWithAnyNumberOfElementsAndGrows) {
     for (const std::size_t count : {0U, 1U, 16U, 23U, 24U, 25U, 47U, 48U, 49U, 95U, 96U, 97U, 383U, 384U,
                                     385U, 768U, 769U, 1000U, 4000U}) {
         Map map;
@@ -216,7 +216,7 @@ TEST(PathIndex, canBeBuiltWithAnyNumberOfElementsAndGrows) {
     }
 }
 
-TEST_F(PathIndexTest, keepsAllElementsInManySegments) {
+TEST_F(PathIndexTest, KeepsAllElementsInManySegments) {
     constexpr std::size_t most = 20 * Index::segmentSize;
     const auto names = namesUpTo(most);
     for (int round = 0; round < 2; ++round) {
@@ -235,7 +235,7 @@ TEST_F(PathIndexTest, keepsAllElementsInManySegments) {
     }
 }
 
-TEST_F(PathIndexTest, insertsAndErasesInManySegmentsAtRandom) {
+TEST_F(PathIndexTest, InsertsAndErasesInManySegmentsAtRandom) {
     constexpr std::size_t most = 9 * Index::segmentSize;
     const auto names = namesUpTo(most);
     std::mt19937 random(4);
@@ -272,7 +272,7 @@ struct CountedPosition {
 };
 
 /// Rehashing a table of all elements in one piece would copy each of their positions.
-TEST(PathIndex, noInsertionOrRemovalCopiesMoreThanAFewSegments) {
+TEST(PathIndex, NoInsertionOrRemovalCopiesMoreThanAFewSegments) {
     constexpr std::size_t most = 100 * Index::segmentSize;
     constexpr std::size_t bound = 16 * Index::segmentSize;
     Map map;
@@ -299,7 +299,7 @@ TEST(PathIndex, noInsertionOrRemovalCopiesMoreThanAFewSegments) {
     EXPECT_LT(worst, bound);
 }
 
-TEST_F(PathIndexTest, canBeRebuilt) {
+TEST_F(PathIndexTest, CanBeRebuilt) {
     add(u"/old");
     map.clear();
     map.try_emplace(InMemoryEntryPath(u"/new"), 0);

@@ -37,7 +37,7 @@ long countTogether(int times, int steps) {
     return count;
 }
 
-TEST(SpinThenBlockLock, holdsTheMutexDuringItsLifetime) {
+TEST(SpinThenBlockLock, HoldsTheMutexDuringItsLifetime) {
     std::mutex mutex;
     {
         const SpinThenBlockLock lock(mutex);
@@ -46,16 +46,16 @@ TEST(SpinThenBlockLock, holdsTheMutexDuringItsLifetime) {
     EXPECT_TRUE(isFree(mutex));
 }
 
-TEST(SpinThenBlockLock, excludesOtherThreads) {
+TEST(SpinThenBlockLock, ExcludesOtherThreads) {
     EXPECT_EQ(countTogether(200'000, 1), 400'000);
 }
 
 /// The lock is held far longer than a waiting thread spins before it sleeps.
-TEST(SpinThenBlockLock, excludesOtherThreadsIfHeldLong) {
+TEST(SpinThenBlockLock, ExcludesOtherThreadsIfHeldLong) {
     EXPECT_EQ(countTogether(50, 500'000), 50'000'000);
 }
 
-TEST(SpinThenBlockLock, waitsUntilTheMutexIsReleased) {
+TEST(SpinThenBlockLock, WaitsUntilTheMutexIsReleased) {
     std::mutex mutex;
     std::atomic<bool> asking = false;
     std::atomic<bool> released = false;
@@ -78,7 +78,7 @@ TEST(SpinThenBlockLock, waitsUntilTheMutexIsReleased) {
     EXPECT_TRUE(isFree(mutex));
 }
 
-TEST(SpinThenBlockLock, releasesTheMutexOnException) {
+TEST(SpinThenBlockLock, ReleasesTheMutexOnException) {
     std::mutex mutex;
     EXPECT_THROW(
         {
