@@ -8,8 +8,8 @@ namespace storage::inmemoryprovider {
 
 // Growth of a file's bytes. Acquires no lock: the caller holds the mutex that guards the bytes.
 
-/// From this offset on, contents use huge pages. The last huge page, which may be mostly unused, is at most a
-/// quarter of the content.
+/// Contents use huge pages from this size on: for the bytes beyond it, and for all bytes after the next copy
+/// to a larger block. The last huge page, which may be mostly unused, is at most a quarter of the content.
 inline constexpr std::size_t hugePagesFrom = 8U << 20U;
 
 /// Appends `count` bytes. If the capacity is exceeded, it is at least doubled, so appending is amortized O(1)
