@@ -42,7 +42,7 @@ using Classes =
     testing::Types<EntryNotFoundException, EntryExistsException, ReadOnlyException, FolderNotEmptyException>;
 TYPED_TEST_SUITE(EachInternalException, Classes);
 
-TYPED_TEST(EachInternalException, isClonedAsWhatItIs) {
+TYPED_TEST(EachInternalException, IsClonedAsWhatItIs) {
     const TypeParam original(path);
     const std::unique_ptr<const boost::exception_detail::clone_base> clone(original.clone());
     const auto* concrete = dynamic_cast<const TypeParam*>(clone.get());
@@ -50,13 +50,13 @@ TYPED_TEST(EachInternalException, isClonedAsWhatItIs) {
     EXPECT_EQ(concrete->getMessage(), original.getMessage());
 }
 
-TYPED_TEST(EachInternalException, isRethrownAsWhatItIs) {
+TYPED_TEST(EachInternalException, IsRethrownAsWhatItIs) {
     const TypeParam original(path);
     const IInternalException& base = original;
     EXPECT_THROW(base.rethrow(), TypeParam);
 }
 
-TYPED_TEST(EachInternalException, sharesItsErrorInformationWithItsClones) {
+TYPED_TEST(EachInternalException, SharesItsErrorInformationWithItsClones) {
     using Info = boost::error_info<struct Tag, int>;
     TypeParam original(path);
     original << Info(42);
@@ -66,7 +66,7 @@ TYPED_TEST(EachInternalException, sharesItsErrorInformationWithItsClones) {
     EXPECT_EQ(info, boost::get_error_info<Info>(original));
 }
 
-TYPED_TEST(EachInternalException, cannotFailToBeBuilt) {
+TYPED_TEST(EachInternalException, CannotFailToBeBuilt) {
     EXPECT_TRUE((std::is_nothrow_constructible_v<TypeParam, const InMemoryEntryPath&>));
 }
 
