@@ -319,8 +319,8 @@ public:
     /// @param source       a file
     /// @param destination  the location of the copy, in an existing folder
     /// @param policy       what to do when an entry exists there
-    /// @throws Exception as `doMoveFile`; `NotFound` naming the temporary file when the storage refuses its
-    ///         name or another thread has removed it
+    /// @throws Exception as `doMoveFile`; naming the temporary file: `NotFound` when the storage refuses its
+    ///         name or another thread has removed it, `AlreadyExists` when 100 names in turn are taken
     virtual void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                             const ReplacementPolicy& policy) const;
 

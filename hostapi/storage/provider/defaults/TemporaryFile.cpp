@@ -26,15 +26,22 @@ std::u16string randomName() {
     return name;
 }
 
+/// A second attempt practically always succeeds. The limit ends a copy in a storage that answers every name with
+/// AlreadyExists.
+constexpr int maxAttempts = 100;
+
 StorageIRI createUnderFreeName(const IProvider& provider, const StorageIRI& place,
                                const StorageIRI& workingFor) {
-    for (;;) {
+    for (int attempt = 1;; ++attempt) {
         StorageIRI location = locationBeside(place, randomName());
         try {
             provider.doCreateFile(location);
             return location;
         } catch (const Exception& failure) {
             if (failure.getErrorCode() == ErrorCode::AlreadyExists) {
+                if (attempt == maxAttempts) {
+                    throw Exception(ErrorCode::AlreadyExists, location);
+                }
                 continue;
             }
             const bool refusesName =

@@ -353,6 +353,23 @@ TEST_F(IProviderCopy, NamesItsTemporaryFileWhenTheStorageRefusesItsName) {
     }
 }
 
+TEST_F(IProviderCopy, EndsInAStorageThatSaysThatEveryNameExists) {
+    std::vector<StorageIRI> tried;
+    const HookedProvider crowded(provider_, [&](const std::string& operation, const StorageIRI& iri) {
+        if (operation == "createFile") {
+            tried.push_back(iri);
+            throw Exception(ErrorCode::AlreadyExists, iri);
+        }
+    });
+    try {
+        crowded.doCopyFile(source_, destination_, refuseExisting);
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const Exception& failure) {
+        EXPECT_EQ(failure.getErrorCode(), ErrorCode::AlreadyExists);
+        EXPECT_EQ(failure.getIRI(), tried.back());
+    }
+}
+
 TEST_F(IProviderCopy, OfAFileThatGrowsMeanwhileEndsAtTheSizeItHadAtTheStart) {
     HookedProvider growing(provider_);
     growing.beforeRead = [&] {
