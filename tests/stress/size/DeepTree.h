@@ -10,7 +10,7 @@ namespace storage::stress {
 /// Owns the provider. Not thread-safe.
 class DeepTree {
 public:
-    /// @throws Fault
+    /// @throws Violation
     void run();
 
 private:

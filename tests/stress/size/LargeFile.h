@@ -17,7 +17,7 @@ public:
     explicit LargeFile(std::int64_t size);
 
     /// Prints a message and does nothing if there is not enough memory.
-    /// @throws Fault
+    /// @throws Violation
     void run();
 
 private:

@@ -17,7 +17,7 @@ public:
     /// @param branches  each of 100 folders
     explicit MovedFolders(unsigned long branches) : branches_(branches) {}
 
-    /// @throws Fault
+    /// @throws Violation
     void run();
 
 private:

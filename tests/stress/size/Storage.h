@@ -2,7 +2,7 @@
 
 #include "hostapi/storage/provider/IProvider.h"
 #include "inmemoryprovider/PluginEntry.h"
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 
 #include <memory>
 #include <string>

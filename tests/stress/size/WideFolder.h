@@ -18,7 +18,7 @@ public:
     /// @param files  a multiple of 1,000
     explicit WideFolder(unsigned long files);
 
-    /// @throws Fault
+    /// @throws Violation
     void run();
 
 private:

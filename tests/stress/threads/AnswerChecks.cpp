@@ -1,7 +1,7 @@
 #include "tests/stress/threads/AnswerChecks.h"
 
 #include "hostapi/storage/provider/WildcardPattern.h"
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/stress/threads/PathUniverse.h"
 #include "tests/support/Record.h"
 
@@ -22,7 +22,7 @@ std::u16string_view lastName(std::u16string_view path) {
     return path.substr(path.rfind(u'/') + 1);
 }
 
-/// Assumes that the clock is not set back by a day during the storm.
+/// Assumes that the clock is not set back by a day during the test.
 ptime earliestClockTime() {
     static const ptime earliest =
         boost::posix_time::microsec_clock::universal_time() - boost::posix_time::hours(24);
@@ -79,11 +79,11 @@ void checkSize(unsigned long long size) {
 
 void checkTime(const ptime& time) {
     requireThat(!time.is_special(), "an entry has no time");
-    requireThat(time == stormTime(time.date().year()) || time >= earliestClockTime(),
+    requireThat(time == recognisableTime(time.date().year()) || time >= earliestClockTime(),
                 "an entry has a time that nobody gave it");
 }
 
-ptime stormTime(unsigned year) {
+ptime recognisableTime(unsigned year) {
     return ptime(boost::gregorian::date(static_cast<unsigned short>(year), 3, 4),
                  boost::posix_time::microseconds(year));
 }

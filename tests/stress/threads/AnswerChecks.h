@@ -10,12 +10,12 @@
 
 namespace storage::stress {
 
-// Requirements that hold for every result, independent of other threads. Each function throws Fault.
+// Requirements that hold for every result, independent of other threads. Each function throws Violation.
 
 using Names = std::vector<std::u16string>;
 using Entries = std::vector<foundation::storage::provider::FolderEntry>;
 
-/// Checks the names of a listing: only requested ones that the storm can create, without duplicates. Names of
+/// Checks the names of a listing: only requested ones that the test can create, without duplicates. Names of
 /// one folder are in order. In a complete recursive listing each folder precedes its entries.
 void checkNames(const std::u16string& folder, const ListingShape& shape, const Names& names);
 
@@ -25,10 +25,10 @@ void checkEntries(const std::u16string& folder, const ListingShape& shape, const
 /// Checks that the size is a whole number of records.
 void checkSize(unsigned long long size);
 
-/// Checks that the time is one that the storm sets, or one of the clock since the storm began.
+/// Checks that the time is one that the test sets, or one of the clock since the test began.
 void checkTime(const boost::posix_time::ptime& time);
 
-/// The times that the storm sets, one per year.
-boost::posix_time::ptime stormTime(unsigned year);
+/// The times that the test sets, one per year.
+boost::posix_time::ptime recognisableTime(unsigned year);
 
 } // namespace storage::stress

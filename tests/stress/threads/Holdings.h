@@ -11,7 +11,7 @@
 
 namespace storage::stress {
 
-/// The streams and listings that one thread of the storm has open. It sometimes exchanges one with other
+/// The streams and listings that one thread of the test has open. It sometimes exchanges one with other
 /// threads, so that streams and listings are used and destroyed by threads that did not open them.
 ///
 /// Owns streams and listings; shares the exchange. Not thread-safe.
@@ -28,11 +28,11 @@ public:
     void add(OpenListing listing, Random& random) { keep(listings_, std::move(listing), random); }
 
     /// Uses a random stream, or exchanges it.
-    /// @throws Fault
+    /// @throws Violation
     void useFile(Random& random);
 
     /// Uses a random listing, or exchanges it.
-    /// @throws Fault
+    /// @throws Violation
     void useListing(Random& random);
 
     std::size_t fileUses() const { return fileUses_; }

@@ -1,6 +1,6 @@
 #include "tests/stress/threads/OpenFile.h"
 
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/support/Record.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ using tests::Record;
 
 namespace {
 
-/// Bounds the memory of the storm. Concurrent writers may exceed it.
+/// Bounds the memory of the test. Concurrent writers may exceed it.
 constexpr long largestFile = 16 * Record::size;
 
 constexpr std::size_t mostRecords = 4;

@@ -8,7 +8,7 @@
 
 namespace storage::stress {
 
-/// An open stream of the storm. All writes are whole records, so positions are multiples of the record size
+/// An open stream of the test. All writes are whole records, so positions are multiples of the record size
 /// and reads return whole records.
 ///
 /// Owns the stream. Externally synchronized.
@@ -19,12 +19,12 @@ public:
     OpenFile(std::unique_ptr<foundation::storage::provider::ByteStream> stream, Access access);
 
     /// Reads, seeks or writes at random.
-    /// @throws Fault
+    /// @throws Violation
     void use(Random& random);
 
     /// Reads the file from the beginning to the end.
     /// @return number of bytes
-    /// @throws Fault
+    /// @throws Violation
     std::uint64_t readThrough();
 
 private:

@@ -1,6 +1,6 @@
 #include "tests/stress/threads/OpenListing.h"
 
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 
 #include <algorithm>
 #include <utility>

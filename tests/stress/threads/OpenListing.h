@@ -9,19 +9,19 @@
 
 namespace storage::stress {
 
-/// A listing of the storm. Its entries are recorded when it is opened. It must return the same entries later,
+/// A listing of the test. Its entries are recorded when it is opened. It must return the same entries later,
 /// even if the folder has changed or the provider was destroyed.
 ///
 /// Owns the iterator and a copy of the remaining entries. Externally synchronized.
 class OpenListing {
 public:
-    /// @throws Fault
+    /// @throws Violation
     OpenListing(std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> iterator,
                 const std::u16string& folder, const ListingShape& shape);
 
     bool hasNext() const { return iterator_->hasNext(); }
 
-    /// @throws Fault
+    /// @throws Violation
     void step();
 
     /// Clones the iterator and the remaining entries.

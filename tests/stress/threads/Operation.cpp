@@ -1,7 +1,7 @@
 #include "tests/stress/threads/Operation.h"
 
 #include "hostapi/storage/provider/ProviderOperations.h"
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/stress/threads/AnswerChecks.h"
 #include "tests/stress/threads/PathUniverse.h"
 #include "tests/support/OperationProbe.h"
@@ -130,7 +130,7 @@ void truncate(Attempt& a) {
     } catch (const std::length_error&) {
         return;
     }
-    throw Fault("a file has taken more bytes than there can be");
+    throw Violation("a file has taken more bytes than there can be");
 }
 
 void setWritable(Attempt& a) {
@@ -176,7 +176,7 @@ std::vector<Operation> changes() {
         {"doSetLastModified", 3, whenMissing,
          [](Attempt& a) {
              const auto year = static_cast<unsigned>(1970 + pick(a.random, 20));
-             a.provider.doSetLastModified(a.source, stormTime(year));
+             a.provider.doSetLastModified(a.source, recognisableTime(year));
          }},
         {"doSetWritable", 6, whenMissing, setWritable},
         {"doTruncateToSize", 3, asCreation, truncate},
@@ -338,7 +338,7 @@ void requireWholeTable() {
                     nameOfCalled(operation));
         requireThat(missing.erase(operation.name) == 1, operation.name, " is there twice");
     }
-    requireThat(missing.empty(), "the storm lacks ", missing.empty() ? "nothing" : *missing.begin());
+    requireThat(missing.empty(), "the table lacks ", missing.empty() ? "nothing" : *missing.begin());
 }
 
 std::size_t anyOperation(Random& random) {

@@ -9,12 +9,12 @@
 
 namespace storage::stress {
 
-/// One operation of `IProvider` as called by the storm.
+/// One operation of `IProvider` as called by the test.
 struct Operation {
     std::string_view name;
     std::size_t weight; ///< relative frequency
     std::vector<AllowedFailure> mayFail;
-    void (*call)(Attempt& attempt); ///< throws Fault for an impossible result
+    void (*call)(Attempt& attempt); ///< throws Violation for an impossible result
 
     /// Whether the provider offers the operation. Otherwise it always fails.
     bool isOffered() const;
@@ -25,7 +25,7 @@ struct Operation {
 /// All operations that may run concurrently: every operation except the shutdown.
 const std::vector<Operation>& allOperations();
 
-/// @throws Fault unless the table contains each of them once, under the name of the operation that it calls
+/// @throws Violation unless the table contains each of them once, under the name of the operation that it calls
 void requireWholeTable();
 
 /// The index of a random operation.

@@ -8,7 +8,7 @@
 
 namespace storage::stress {
 
-// The set of all paths that the storm can create. It is finite, so the final check can try every path.
+// The set of all paths that the test can create. It is finite, so the final check can try every path.
 //
 // A name is a letter, its rank from "d" (highest) to "a" (lowest), and a digit. Ranks decrease along every
 // path. A folder is only moved to a name of the same or a higher rank. Its descendants therefore stay within

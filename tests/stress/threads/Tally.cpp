@@ -1,6 +1,6 @@
 #include "tests/stress/threads/Tally.h"
 
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/stress/threads/Operation.h"
 
 #include <numeric>
@@ -27,7 +27,7 @@ void Tally::requireEveryOperation() const {
     for (std::size_t index = 0; index < rows_.size(); ++index) {
         const Operation& operation = allOperations()[index];
         const std::size_t shown = operation.isOffered() ? rows_[index].successes : rows_[index].failures;
-        requireThat(shown > 0, "the storm was too short for " + std::string(operation.name));
+        requireThat(shown > 0, "the run was too short for " + std::string(operation.name));
     }
 }
 

@@ -18,7 +18,7 @@ public:
 
     std::size_t total() const;
 
-    /// @throws Fault when an operation was never called, or is offered and never succeeded: the storm would
+    /// @throws Violation when an operation was never called, or is offered and never succeeded: the run would
     ///     not have tested it
     void requireEveryOperation() const;
 

@@ -1,7 +1,7 @@
 #include "hostapi/storage/provider/ProviderOperations.h"
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/stress/threads/Operation.h"
-#include "tests/stress/threads/StormThread.h"
+#include "tests/stress/threads/StressThread.h"
 #include "tests/stress/threads/TreeInspection.h"
 #include "tests/support/RunTogether.h"
 
@@ -36,7 +36,7 @@ struct Inspected {
     std::size_t temporaryFiles = 0;
 };
 
-void inspect(const StormThread::Shared& shared, Inspected& inspected) {
+void inspect(const StressThread::Shared& shared, Inspected& inspected) {
     for (const auto& world : shared.worlds.all()) {
         TreeInspection inspection(world->provider());
         inspection.run();
@@ -47,50 +47,50 @@ void inspect(const StormThread::Shared& shared, Inspected& inspected) {
     }
 }
 
-void runRound(StormThread::Shared& shared, std::vector<StormThread>& storm, std::size_t operations) {
+void runRound(StressThread::Shared& shared, std::vector<StressThread>& threads, std::size_t operations) {
     std::vector<std::function<void()>> tasks;
-    for (auto& thread : storm) {
+    for (auto& thread : threads) {
         tasks.emplace_back([&thread, operations] { thread.run(operations); });
     }
     tests::runTogether(tasks);
-    requireThat(!shared.faults.hasFault(), shared.faults.text());
+    requireThat(!shared.violation.isSet(), shared.violation.text());
 }
 
-void print(const Options& options, const StormThread::Shared& shared, const std::vector<StormThread>& storm,
-           const Inspected& inspected) {
+void print(const Options& options, const StressThread::Shared& shared,
+           const std::vector<StressThread>& threads, const Inspected& inspected) {
     Tally tally;
     std::size_t fileUses = 0;
     std::size_t listingUses = 0;
-    for (const auto& thread : storm) {
+    for (const auto& thread : threads) {
         tally += thread.tally();
         fileUses += thread.holdings().fileUses();
         listingUses += thread.holdings().listingUses();
     }
     std::cout << "calls of each operation (and how many of them succeeded):\n" << tally.text();
     tally.requireEveryOperation();
-    std::cout << "beside them " << fileUses << " uses of streams, " << listingUses << " of listings\n"
-              << "looked at " << inspected.trees << " trees with " << inspected.entries << " entries, "
+    std::cout << "in addition " << fileUses << " uses of streams, " << listingUses << " of listings\n"
+              << "inspected " << inspected.trees << " trees with " << inspected.entries << " entries, "
               << inspected.bytes << " bytes, " << inspected.temporaryFiles
               << " temporary files whose folder was moved away or made read-only\n"
               << "thread stress: " << options.threads << " threads, " << tally.total() << " operations, "
               << providerOperations.size() << " kinds, " << shared.worlds.built() << " providers built, "
-              << rounds << " invariant checks, no fault\n";
+              << rounds << " invariant checks, no violation\n";
 }
 
 void runStress(const Options& options) {
     requireWholeTable();
-    StormThread::Shared shared;
-    std::vector<StormThread> storm;
+    StressThread::Shared shared;
+    std::vector<StressThread> threads;
     for (std::size_t thread = 0; thread < options.threads; ++thread) {
-        storm.emplace_back(shared, options.seed * options.threads + thread);
+        threads.emplace_back(shared, options.seed * options.threads + thread);
     }
     const std::size_t shares = rounds * options.threads;
     Inspected inspected;
     for (std::size_t round = 0; round < rounds; ++round) {
-        runRound(shared, storm, (options.operations + shares - 1) / shares);
+        runRound(shared, threads, (options.operations + shares - 1) / shares);
         inspect(shared, inspected);
     }
-    print(options, shared, storm, inspected);
+    print(options, shared, threads, inspected);
 }
 
 } // namespace
@@ -100,7 +100,7 @@ int main(int argc, char** argv) {
     storage::stress::Options options;
     CLI::App app(
         "Many threads call every operation of shared providers at once; every answer is checked, and the "
-        "trees whenever it is quiet.");
+        "trees while no thread runs.");
     app.add_option("--operations", options.operations, "How many operations of providers to call at least")
         ->check(CLI::Range(std::size_t{20'000}, std::size_t{1'000'000'000}))
         ->capture_default_str();
@@ -111,8 +111,8 @@ int main(int argc, char** argv) {
     CLI11_PARSE(app, argc, argv);
     try {
         storage::stress::runStress(options);
-    } catch (const std::exception& fault) {
-        std::cerr << "thread stress, seed " << options.seed << ": FAULT: " << fault.what() << '\n';
+    } catch (const std::exception& failure) {
+        std::cerr << "thread stress, seed " << options.seed << ": error: " << failure.what() << '\n';
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;

@@ -1,6 +1,6 @@
 #include "tests/stress/threads/TreeInspection.h"
 
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/stress/threads/AnswerChecks.h"
 #include "tests/stress/threads/OpenFile.h"
 #include "tests/stress/threads/PathUniverse.h"
@@ -13,7 +13,7 @@ using namespace foundation::storage::provider;
 
 namespace {
 
-/// A name that the storm never uses.
+/// A name that the test never uses.
 constexpr std::u16string_view probeName = u"probe";
 
 Entries readAll(std::unique_ptr<IFolderEntryIterator> listing) {
@@ -79,7 +79,7 @@ void TreeInspection::inspectEntry(const std::u16string& path, FolderEntry::Entry
 void TreeInspection::requireOneFolder(const std::u16string& folder) const {
     const StorageIRI iri(folder);
     const StorageIRI probe(joined(folder, probeName));
-    const auto longAgo = stormTime(1900);
+    const auto longAgo = recognisableTime(1900);
     provider_.doSetWritable(iri, true);
     provider_.doSetLastModified(iri, longAgo); // finds the folder in its parent
     provider_.doCreateFile(probe);             // finds the folder by its path, and stamps it

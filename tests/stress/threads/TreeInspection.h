@@ -20,7 +20,7 @@ class TreeInspection {
 public:
     explicit TreeInspection(const foundation::storage::provider::IProvider& provider) : provider_(provider) {}
 
-    /// @throws Fault
+    /// @throws Violation
     void run();
 
     std::size_t entries() const { return folders_.size() + files_.size(); }

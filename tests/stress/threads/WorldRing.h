@@ -12,7 +12,7 @@
 
 namespace storage::stress {
 
-/// The providers that the threads of the storm share. The first is permanent. The others are replaced while
+/// The providers that the threads of the test share. The first is permanent. The others are replaced while
 /// threads still use them.
 ///
 /// `mutex_` guards the pointers. A replaced provider is destroyed outside the mutex, by the thread that

@@ -1,6 +1,6 @@
 #include "tests/stress/unload/PluginRound.h"
 
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/support/LoadedPlugin.h"
 
 #include <limits>
@@ -112,7 +112,7 @@ void PluginRound::keepFailure(const char* text, const std::function<void()>& ope
         failures_.push_back({std::current_exception(), text});
         return;
     }
-    throw Fault(std::string("nothing failed where this was expected: ") + text);
+    throw Violation(std::string("nothing failed where this was expected: ") + text);
 }
 
 /// Runs after the provider was destroyed.

@@ -18,7 +18,7 @@ public:
     /// @param plugin  path of the library
     explicit PluginRound(std::string plugin) : plugin_(std::move(plugin)) {}
 
-    /// @throws Fault
+    /// @throws Violation
     void run();
 
 private:

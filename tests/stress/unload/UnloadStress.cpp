@@ -1,6 +1,6 @@
 #include "tests/stress/unload/PluginRound.h"
 
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/support/LoadedPlugin.h"
 #include "tests/support/ProcessMemory.h"
 

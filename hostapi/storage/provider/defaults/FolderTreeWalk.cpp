@@ -35,9 +35,9 @@ bool FolderTreeWalk::advance() {
 EntryList FolderTreeWalk::listEnteredFolder(const StorageIRI& folder) const {
     try {
         EntryList entries = readEntries(provider_.doListAll(folder));
-        const bool mayBeFolderAboveAgain =
+        const bool mayBeAncestorAgain =
             name().empty() && std::any_of(entries.begin(), entries.end(), hasEmptyName);
-        return mayBeFolderAboveAgain ? EntryList() : entries; // or the walk might not terminate
+        return mayBeAncestorAgain ? EntryList() : entries; // or the walk might not terminate
     } catch (const Exception& failure) {
         if (failure.getErrorCode() != ErrorCode::NotFound) {
             throw;

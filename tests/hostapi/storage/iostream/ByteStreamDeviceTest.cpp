@@ -102,7 +102,7 @@ TEST(ByteStreamDevicePieceTest, FlushesAfterWrites) {
 }
 
 /// Returns one byte more than the buffer has room for.
-class BoastfulStream final : public ByteStream {
+class OverreportingStream final : public ByteStream {
 public:
     long read(char*, long count) override { return count + 1; }
     long write(const char*, long count) override { return count; }
@@ -111,7 +111,7 @@ public:
 };
 
 TEST(ByteStreamDevicePieceTest, RefusesAStreamThatReadsTooMuch) {
-    ByteStreamDevice device(std::make_unique<BoastfulStream>());
+    ByteStreamDevice device(std::make_unique<OverreportingStream>());
     std::array<char, 10> buffer{};
     EXPECT_THROW(device.read(buffer.data(), 10), std::runtime_error);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/stress/threads/Attempt.h"
-#include "tests/stress/threads/FaultBoard.h"
+#include "tests/stress/threads/FirstViolation.h"
 #include "tests/stress/threads/Holdings.h"
 #include "tests/stress/threads/Operation.h"
 #include "tests/stress/threads/Random.h"
@@ -16,23 +16,23 @@
 
 namespace storage::stress {
 
-/// One thread of the storm: calls random operations and checks every result.
+/// One thread of the test: calls random operations and checks every result.
 ///
 /// Its choices depend only on the seed and on the results. Owns its streams and listings. Shares the
-/// providers, the exchange and the fault board. Not thread-safe.
-class StormThread {
+/// providers, the exchange and the first violation. Not thread-safe.
+class StressThread {
 public:
     /// State shared by the threads.
     struct Shared {
         WorldRing worlds;
         Holdings::Exchange exchange;
-        FaultBoard faults;
+        FirstViolation violation;
     };
 
-    StormThread(Shared& shared, std::size_t seed);
+    StressThread(Shared& shared, std::size_t seed);
 
     /// Calls `operations` operations of providers, with operations of streams and listings in between. Ends
-    /// early after a fault of any thread.
+    /// early after a violation in any thread.
     void run(std::size_t operations);
 
     const Tally& tally() const { return tally_; }

@@ -7,7 +7,7 @@
 namespace storage::stress {
 
 /// A violated requirement of a provider, described in words.
-class Fault : public std::runtime_error {
+class Violation : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -18,7 +18,7 @@ void requireThat(bool holds, const Pieces&... otherwise) {
     if (!holds) {
         std::ostringstream text;
         (text << ... << otherwise);
-        throw Fault(text.str());
+        throw Violation(text.str());
     }
 }
 

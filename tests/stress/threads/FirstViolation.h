@@ -6,22 +6,22 @@
 
 namespace storage::stress {
 
-/// The first fault of any thread. It ends the storm.
+/// The first violation that any thread found. It ends the test.
 ///
 /// `mutex_` guards the text. Thread-safe.
-class FaultBoard {
+class FirstViolation {
 public:
-    void report(const std::string& fault);
+    void report(const std::string& violation);
 
     /// Cheap enough to call before every operation.
-    bool hasFault() const noexcept { return hasFault_.load(std::memory_order_relaxed); }
+    bool isSet() const noexcept { return isSet_.load(std::memory_order_relaxed); }
 
     std::string text() const;
 
 private:
     mutable std::mutex mutex_;
     std::string text_;
-    std::atomic<bool> hasFault_ = false;
+    std::atomic<bool> isSet_ = false;
 };
 
 } // namespace storage::stress

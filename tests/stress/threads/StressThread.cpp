@@ -1,7 +1,7 @@
-#include "tests/stress/threads/StormThread.h"
+#include "tests/stress/threads/StressThread.h"
 
 #include "hostapi/storage/provider/Exception.h"
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 #include "tests/stress/threads/PathUniverse.h"
 
 #include <exception>
@@ -20,11 +20,11 @@ constexpr std::size_t operationsInOneWorld = 64;
 constexpr std::size_t mostRemembered = 16;
 
 /// Whether the call succeeded.
-/// @throws Fault when it failed in a way that is not allowed
+/// @throws Violation when it failed in a way that is not allowed
 bool succeeds(const Operation& operation, Attempt& attempt) {
     try {
         operation.call(attempt);
-    } catch (const Fault&) {
+    } catch (const Violation&) {
         throw;
     } catch (const Exception& failure) {
         requireThat(operation.allows(failure, attempt),
@@ -32,7 +32,7 @@ bool succeeds(const Operation& operation, Attempt& attempt) {
                         std::to_string(static_cast<int>(failure.getErrorCode())) + ": " + failure.what());
         return false;
     } catch (const std::exception& failure) {
-        throw Fault(std::string("must not fail with: ") + failure.what());
+        throw Violation(std::string("must not fail with: ") + failure.what());
     }
     requireThat(operation.isOffered(), "must fail always");
     return true;
@@ -40,12 +40,12 @@ bool succeeds(const Operation& operation, Attempt& attempt) {
 
 } // namespace
 
-StormThread::StormThread(Shared& shared, std::size_t seed)
+StressThread::StressThread(Shared& shared, std::size_t seed)
     : shared_(shared), random_(seed), holdings_(shared.exchange) {}
 
-void StormThread::run(std::size_t operations) {
+void StressThread::run(std::size_t operations) {
     try {
-        for (std::size_t done = 0; done < operations && !shared_.faults.hasFault();) {
+        for (std::size_t done = 0; done < operations && !shared_.violation.isSet();) {
             switch (pick(random_, 10)) {
             case 0:
             case 1:
@@ -62,20 +62,20 @@ void StormThread::run(std::size_t operations) {
                 break;
             }
         }
-    } catch (const std::exception& fault) {
-        shared_.faults.report(fault.what());
+    } catch (const std::exception& failure) {
+        shared_.violation.report(failure.what());
     }
     world_.reset();
 }
 
-void StormThread::changeWorld() {
+void StressThread::changeWorld() {
     if (onceIn(8, random_)) {
         shared_.worlds.replaceOne(random_);
     }
     world_ = shared_.worlds.any(random_);
 }
 
-void StormThread::callProvider() {
+void StressThread::callProvider() {
     const std::size_t chosen = anyOperation(random_);
     const Operation& operation = allOperations()[chosen];
     const auto policy = static_cast<ReplacementPolicy>(pick(random_, 6));
@@ -89,18 +89,18 @@ void StormThread::callProvider() {
         } else {
             tally_.countFailure(chosen);
         }
-    } catch (const Fault& fault) {
-        throw Fault(std::string(operation.name) + " at " + shown(attempt.source.getPath()) + ", " +
-                    shown(attempt.destination.getPath()) + ": " + fault.what());
+    } catch (const Violation& failure) {
+        throw Violation(std::string(operation.name) + " at " + shown(attempt.source.getPath()) + ", " +
+                        shown(attempt.destination.getPath()) + ": " + failure.what());
     }
 }
 
-std::u16string StormThread::anySource() {
+std::u16string StressThread::anySource() {
     const std::size_t chosen = pick(random_, 2 * mostRemembered);
     return chosen < met_.size() ? met_[chosen] : anyPath(random_);
 }
 
-void StormThread::remember(const Operation& operation, const std::u16string& path) {
+void StressThread::remember(const Operation& operation, const std::u16string& path) {
     if (operation.mayFail.empty()) {
         return; // succeeds also for missing entries
     }
