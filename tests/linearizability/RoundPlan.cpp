@@ -232,7 +232,7 @@ RoundPlan planOf(RoundMix mix, std::uint64_t seed) {
     switch (mix) {
     case RoundMix::FolderMoves:
         return planner.folderMoves();
-    case RoundMix::FolderRenames:
+    case RoundMix::FolderCreations:
         return planner.folderComings();
     case RoundMix::Replacement:
         return planner.replacement();

@@ -29,7 +29,7 @@ void redirect(const std::string& path, int flags, int descriptor) {
 } // namespace
 
 ProgramRun::ProgramRun(const std::vector<std::string>& arguments, const std::string& input,
-                       const Preparation& prepare, const Company& meanwhile) {
+                       const Preparation& prepare, const Companion& meanwhile) {
     const TemporaryFolder folder;
     const std::string in = folder.write("in", input);
     storage::host::ChildProcess process([&] {

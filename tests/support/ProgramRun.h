@@ -10,14 +10,14 @@ class ProgramRun {
 public:
     /// Runs in the child process just before exec.
     using Preparation = std::function<void()>;
-    /// Runs in the test while the program runs.
-    using Company = std::function<void(pid_t process)>;
+    /// Runs in the test process while the program runs.
+    using Companion = std::function<void(pid_t process)>;
 
     /// @param arguments  without the program's name
     /// @param input      content of its standard input
     ProgramRun(
         const std::vector<std::string>& arguments, const std::string& input = "",
-        const Preparation& prepare = [] {}, const Company& meanwhile = [](pid_t) {});
+        const Preparation& prepare = [] {}, const Companion& meanwhile = [](pid_t) {});
 
     /// The exit status; -N if signal N ended the program.
     int status() const { return status_; }

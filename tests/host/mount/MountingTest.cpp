@@ -84,7 +84,7 @@ void MountingTest::SetUp() {
 }
 
 ProgramRun MountingTest::runMountedAt(const std::string& mountPoint, const Words& options,
-                                      const ProgramRun::Company& whenMounted) {
+                                      const ProgramRun::Companion& whenMounted) {
     Words words{"mount", mountPoint};
     words.insert(words.end(), options.begin(), options.end());
     std::array<int, 2> pipe{};

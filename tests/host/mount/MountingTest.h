@@ -47,11 +47,11 @@ protected:
 
     /// Runs the program in the foreground. Runs `whenMounted` as soon as the program has reported that it is
     /// mounted.
-    ProgramRun runMounted(const Words& options, const ProgramRun::Company& whenMounted) {
+    ProgramRun runMounted(const Words& options, const ProgramRun::Companion& whenMounted) {
         return runMountedAt(mountPoint_, options, whenMounted);
     }
     ProgramRun runMountedAt(const std::string& mountPoint, const Words& options,
-                            const ProgramRun::Company& whenMounted);
+                            const ProgramRun::Companion& whenMounted);
 
     static void expectSuccess(const ProgramRun& run);
 

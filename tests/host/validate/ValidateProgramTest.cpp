@@ -23,7 +23,7 @@ using Arguments = std::vector<std::string>;
 /// Runs the program on a plug-in that the environment variable makes misbehave.
 ProgramRun runWith(
     const char* variable, const char* wrong, const Arguments& arguments,
-    const ProgramRun::Company& meanwhile = [](pid_t) {}) {
+    const ProgramRun::Companion& meanwhile = [](pid_t) {}) {
     return {arguments, "", [&] { ::setenv(variable, wrong, /*replace*/ 1); }, meanwhile};
 }
 
