@@ -89,8 +89,7 @@ package(libraries libqzfl1
     SUMMARY "interface between hosts and storage-provider plug-ins"
     DESCRIPTION "A storage provider is a plug-in that gives a host application a kind of
 storage: folders and files behind one abstract C++ interface. These libraries
-hold the interface, its value types and the operations that a plug-in need
-not give.")
+hold the interface, its value types and the default operations.")
 
 package(plugin libqzstorageinmemoryprovider1
     SECTION libs
@@ -100,16 +99,16 @@ package(plugin libqzstorageinmemoryprovider1
     SUMMARY "storage-provider plug-in whose files live in memory"
     DESCRIPTION "A whole file system in memory for host applications that load
 storage-provider plug-ins: folders and files with bytes, times and a writable
-flag, gone with the provider object. Any number of threads may use it at once.")
+flag. Everything is freed with the provider object. Thread-safe.")
 
 package(development libqzstorage-dev
     SECTION libdevel
     NEEDS libqzfl1 libqzstorageinmemoryprovider1
     ALSO_NEEDS libboost-dev
     SUMMARY "storage-provider plug-ins - development files"
-    DESCRIPTION "What it takes to write a host for storage-provider plug-ins, or such a
-plug-in: the headers of the interface and of the in-memory provider, CMake
-package and pkg-config files.")
+    DESCRIPTION "For developers of storage-provider plug-ins and of programs that load them:
+the headers of the interface and of the in-memory provider, CMake package and
+pkg-config files.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "qzstorage, qzstorage-doc")
 
 package(tool qzstorage
@@ -117,10 +116,9 @@ package(tool qzstorage
     BINARIES
     NEEDS libqzfl1 libqzstorageinmemoryprovider1
     SUMMARY "work on, mount and check storage-provider plug-ins"
-    DESCRIPTION "Loads a storage-provider plug-in, by default the in-memory one, and puts it
-to work: a shell and scripts with import, export and comparison, a mount that
-every program can use, a check whether the plug-in keeps the contract of
-providers.")
+    DESCRIPTION "Loads a storage-provider plug-in, by default the in-memory one: a shell and
+scripts with import, export and comparison, a mount that every program can
+use, and a check of the plug-in against the rules of the contract.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS fuse3)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS qzstorage-doc)
 

@@ -13,11 +13,11 @@ namespace storage::inmemoryprovider::tests {
 
 /// The kinds of calls in a round.
 enum class RoundMix : std::uint8_t {
-    Random,        ///< everything except setting times and flags, on paths that often collide
-    FolderMoves,   ///< one thread moves a folder back and forth, the others query, open and create below it
+    Random,          ///< everything except setting times and flags, on paths that often collide
+    FolderMoves,     ///< one thread moves a folder back and forth, the others query, open and create below it
     FolderCreations, ///< one thread creates and removes a folder, the others query it and create below it
-    Replacement,   ///< one thread replaces a file by moves, the others query and open it
-    Setters,       ///< one thread moves a folder back and forth, the others use times and flags of its files
+    Replacement,     ///< one thread replaces a file by moves, the others query and open it
+    Setters, ///< one thread moves a folder back and forth, the others use times and flags of its files
 };
 
 inline constexpr std::array allMixes = {RoundMix::Random, RoundMix::FolderMoves, RoundMix::FolderCreations,
