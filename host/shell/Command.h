@@ -12,7 +12,7 @@
 
 namespace storage::host {
 
-/// One command of the language. An object runs one command line: first `declare`, then `run`.
+/// A command of the shell. An object runs one command line: first `declare`, then `run`. Not thread-safe.
 class Command {
 public:
     using Words = std::vector<std::string>;
@@ -25,12 +25,11 @@ public:
     /// Declares the options and operands. Option values are stored in this object.
     virtual void declare(CommandSyntax& syntax) = 0;
 
-    /// Rearranges the words of the line for the syntax, for commands with words that look like options but
-    /// are not.
+    /// Rearranges the words of the line before parsing. For commands whose operands look like options.
     virtual std::vector<Word> arrange(std::vector<Word> words) const { return words; }
 
-    /// Runs the command. Failures that do not end it are reported to the session's console.
-    /// @param operands  as many as were declared
+    /// Runs the command. Reports failures that do not end it to the session's console.
+    /// @param operands  their number is in the declared range
     /// @throws UsageError, CommandError, Interrupted, OutputError, and exceptions of the provider
     virtual void run(Session& session, const Words& operands) = 0;
 };

@@ -26,7 +26,7 @@ void appendPlain(Word& word, std::string_view text) {
     append(word, text, false);
 }
 
-/// A hint that replaces the shell operator; null for any other character.
+/// Returns a hint for a shell operator; null for any other character.
 const char* answerTo(char character) {
     switch (character) {
     case '|':

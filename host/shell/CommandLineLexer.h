@@ -20,7 +20,7 @@ struct Word {
 
 /// Splits one command line into words as a POSIX shell does: blanks separate words, 'single' and "double"
 /// quotes and the backslash remove special meanings, "#" at the start of a word begins a comment. The shell
-/// operators | < > & ; are refused with a hint. No other character is special.
+/// operators | < > & ; are errors with a hint. No other character is special.
 ///
 /// Not thread-safe.
 class CommandLineLexer {

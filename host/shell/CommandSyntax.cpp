@@ -11,7 +11,7 @@ namespace storage::host {
 
 namespace {
 
-/// The parser ends at this word, which has no meaning in this language; a mark in front hides it.
+/// The parser stops at this word. It has no special meaning in command lines, so a mark before it hides it.
 constexpr std::string_view parserTerminator = "++";
 constexpr char mark = '\0';
 
@@ -24,7 +24,7 @@ std::string unhidden(const std::string& word) {
                                                                                        : word;
 }
 
-/// Whether an option is a whole word behind one dash.
+/// Whether an option is one dash and a word, such as "-name".
 bool isWord(const std::string& name) {
     return name.size() > 2 && name[1] != '-';
 }
@@ -38,7 +38,7 @@ bool looksLikeOption(const std::string& word) {
 CommandSyntax::CommandSyntax(std::string_view name, std::string_view synopsis, std::string_view summary)
     : name_(name), synopsis_(synopsis), summary_(summary), app_(std::make_unique<CLI::App>(summary_, name_)) {
     app_->set_help_flag("--help");
-    // Operands are collected here, as the parser would take one in square brackets for a list of several.
+    // Operands are collected here, because the parser would split one in square brackets into a list.
     app_->allow_extras();
 }
 
@@ -53,7 +53,7 @@ void CommandSyntax::option(const std::string& name, const std::string& value,
                            std::optional<std::string>& target, const std::string& description) {
     CLI::Option* const parsed = app_->add_option_function<std::string>(
         (isWord(name) ? "-" : "") + name, [&target](const std::string& text) { target = unhidden(text); });
-    parsed->multi_option_policy(CLI::MultiOptionPolicy::TakeLast); // more than one are refused afterwards
+    parsed->multi_option_policy(CLI::MultiOptionPolicy::TakeLast); // repetition is refused after parsing
     options_.push_back({name, value, parsed, false});
     helpLines_.push_back({name + (name.starts_with("--") ? '=' : ' ') + value, description});
 }
@@ -101,7 +101,7 @@ std::vector<WordKind> CommandSyntax::kinds(const std::vector<std::string>& words
     return result;
 }
 
-/// Whether an option has its value in the next word: it is the whole word, or the last of several letters.
+/// Whether the value of an option is the next word: the option is the whole word, or its last letter.
 bool CommandSyntax::takesNextWord(const std::string& word) const {
     const auto isOption = [this](const std::string& name) {
         return std::any_of(options_.begin(), options_.end(),
@@ -127,7 +127,7 @@ WordKind CommandSyntax::operandKind(std::size_t index, std::size_t count) const 
 
 std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::string> words) {
     translateWordOptions(words);
-    std::reverse(words.begin(), words.end()); // as the parser wants it
+    std::reverse(words.begin(), words.end()); // the parser's order
     try {
         app_->parse(words);
     } catch (const CLI::CallForHelp&) {
@@ -148,8 +148,8 @@ std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::st
     return operands;
 }
 
-/// Prepares the words up to "--" for the parser, which knows options of more than one letter only with two
-/// dashes.
+/// Adds a dash to options such as "-name", because the parser knows long options only with two dashes.
+/// Stops at "--".
 void CommandSyntax::translateWordOptions(std::vector<std::string>& words) const {
     bool isValue = false;
     for (std::string& word : words) {
@@ -164,7 +164,7 @@ void CommandSyntax::translateWordOptions(std::vector<std::string>& words) const 
     }
 }
 
-/// The parser's own words name an option with the dashes that it knows it by.
+/// Replaces the parser's message, which names an option with the parser's dashes.
 void CommandSyntax::refuseMissingValue(const CLI::ArgumentMismatch& error) const {
     const std::string text = error.what();
     for (const Option& option : options_) {

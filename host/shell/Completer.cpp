@@ -12,13 +12,13 @@ namespace storage::host {
 
 namespace {
 
-constexpr char cursor = '\0'; ///< stands where the word is still open, so that an empty word is one, too
+constexpr char cursor = '\0'; ///< ends the incomplete word, so that an empty word is found too
 
 bool isInsideCharacter(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
 
-/// What all texts begin with, in whole characters.
+/// Returns the longest common prefix of all texts, in whole characters.
 std::string commonPrefix(const std::vector<std::string>& texts) {
     const auto [first, last] = std::minmax_element(texts.begin(), texts.end());
     auto length = static_cast<std::size_t>(
@@ -57,7 +57,7 @@ Completer::Completion Completer::pathCompletion(const PathLookup& lookup, const 
     const std::string name = word.substr(nameBegin);
     std::vector<std::string> candidates = namesWith(lookup, word.substr(0, nameBegin), name);
     if (nameBegin == 0) {
-        // Without "./" in front they would select a storage.
+        // Without a leading "./" these names would select a storage.
         std::erase_if(candidates, [&](const std::string& found) { return lookup.prefixLength(found) > 0; });
         for (const auto& storage : session_.storages()) {
             const std::string root = storage->name() + ":/";
@@ -69,7 +69,8 @@ Completer::Completion Completer::pathCompletion(const PathLookup& lookup, const 
     return completion(name, std::move(candidates), quotes);
 }
 
-/// Nothing where no word can be completed: in a comment, behind a backslash, or in a line that cannot be understood.
+/// Returns nothing where no word can be completed: in a comment, after a backslash, or if the line is
+/// malformed.
 std::optional<Completer::Beginning> Completer::read(std::string_view line) {
     constexpr std::pair<const char*, Quotes> endings[] = {
         {"", Quotes::None}, {"'", Quotes::Single}, {"\"", Quotes::Double}};
@@ -82,12 +83,12 @@ std::optional<Completer::Beginning> Completer::read(std::string_view line) {
                 return std::nullopt; // in a comment
             }
             if (quotes == Quotes::None && words.back().quoted.back()) {
-                return std::nullopt; // behind a backslash
+                return std::nullopt; // after a backslash
             }
             words.back().text.pop_back();
             words.back().quoted.pop_back();
             return beginning;
-        } catch (const UsageError&) { // a quote is open, perhaps the one that comes next
+        } catch (const UsageError&) { // a quote is open, possibly the one that is tried next
         }
     }
     return std::nullopt;
@@ -109,7 +110,7 @@ WordKind Completer::kindOfLast(std::vector<Word> words) const {
     for (const Word& word : command->arrange(std::move(words))) {
         texts.push_back(word.text);
     }
-    // A command that gets its words in another order puts "--" in front of them or behind the first one.
+    // A command that rearranges its words inserts "--" before them or after the first one.
     return texts.back() == "--" && texts.size() > 1 ? syntax.kinds({texts.front()}).front()
                                                     : syntax.kinds(texts).back();
 }
@@ -131,7 +132,7 @@ std::vector<std::string> Completer::namesWith(const PathLookup& lookup, const st
         if (!name.starts_with(prefix) || printable(name) != name) {
             continue;
         }
-        // A name with a colon is one only behind a slash.
+        // Without a slash, a name with a colon would select a storage.
         if (lookup.exists((folder.empty() ? "./" : folder) + name, PathLookup::Wanted::Folders)) {
             name += '/';
         }

@@ -14,16 +14,17 @@ namespace storage::host {
 
 class PathLookup;
 
-/// Completes the word before the cursor: the name of a command, or a path of the storage or of the disk, as the command
-/// takes it. Where storages have names, their prefixes are completed, too. What it adds is quoted like the word, or else by backslashes.
+/// Completes the word before the cursor: a command name, or a path in the storage or on the disk, according
+/// to the command's syntax. If storages have names, completes these too. Quotes the added text like the word,
+/// or with backslashes if the word is not quoted.
 ///
-/// Names with control characters, and those that are not UTF-8, cannot be typed and are left out.
+/// Skips names that cannot be typed: those with control characters, and those that are not UTF-8.
 ///
-/// Borrows the table of commands and the session. Thread safety: one object is for one thread.
+/// Borrows the table of commands and the session. Not thread-safe.
 class Completer {
 public:
     struct Completion {
-        std::string insertion;               ///< what all candidates have in common, to be put at the cursor
+        std::string insertion;               ///< text to insert at the cursor, common to all candidates
         std::vector<std::string> candidates; ///< sorted; folders end in a slash
     };
 
@@ -35,10 +36,10 @@ public:
 
 private:
     enum class Quotes { None, Single, Double };
-    /// A line that may break off in a word.
+    /// The beginning of a line, up to the cursor.
     struct Beginning {
-        std::vector<Word> words; ///< the last one is the word to be completed, which may be empty
-        Quotes quotes;           ///< what is open at the cursor
+        std::vector<Word> words; ///< the last one is the word to complete; it may be empty
+        Quotes quotes;           ///< open quotes at the cursor
     };
 
     static std::optional<Beginning> read(std::string_view line);

@@ -8,10 +8,10 @@
 
 namespace storage::host {
 
-/// Reads lines of up to 4 MiB from a file or pipe, and returns each as soon as it has arrived. Removes a
-/// carriage return before the newline and a byte order mark at the beginning, which some editors add.
+/// Reads lines from a file or pipe, and returns each as soon as it has arrived. Removes a carriage return
+/// before the newline and a byte order mark at the beginning, which some editors add.
 ///
-/// A longer line is a failure. Otherwise a device without newlines would exhaust memory.
+/// A line of more than 4 MiB is a failure: a device without newlines would exhaust the memory.
 ///
 /// Borrows the descriptor. Not thread-safe.
 class DescriptorLineSource final : public LineSource {

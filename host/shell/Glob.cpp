@@ -10,10 +10,10 @@ namespace storage::host {
 
 using foundation::storage::provider::WildcardPattern;
 
-/// The part of a word between two runs of slashes, and the slashes behind it.
+/// The part of a word between two runs of slashes, and the slashes after it.
 class Glob::Component {
 public:
-    /// Takes the component that starts at `position` and moves `position` behind it.
+    /// Reads the component at `position` and moves `position` past it.
     Component(const Word& word, std::size_t& position) {
         const std::size_t end = std::min(word.text.find('/', position), word.text.size());
         for (; position < end; ++position) {
@@ -52,7 +52,8 @@ public:
     }
 
 private:
-    /// How many bytes the character takes that begins with a unit; one that stands for a byte takes one.
+    /// Returns the length in bytes of the character that begins with a unit. A unit for a byte that is not
+    /// UTF-8 has length 1.
     static std::size_t bytesOf(char16_t unit) {
         if (unit < 0x80 || (unit >= 0xDC00 && unit <= 0xDFFF)) {
             return 1;
@@ -94,7 +95,7 @@ std::vector<std::string> Glob::expand(const Word& word) const {
 std::vector<std::string> Glob::step(const std::vector<std::string>& from, const Component& component) const {
     std::vector<std::string> to;
     for (const std::string& path : from) {
-        if (component.text().empty()) { // only a leading slash leaves nothing in front of it
+        if (component.text().empty()) { // a leading slash
             to.push_back(path + component.slashes());
         } else if (component.hasWildcard()) {
             addMatches(path, component, to);
@@ -116,7 +117,7 @@ void Glob::addMatches(const std::string& from, const Component& component,
     }
 }
 
-/// A prefix with a wildcard is none: the word is a pattern of names with a colon.
+/// A prefix with a wildcard does not select a storage: the word is a pattern for names with a colon.
 std::size_t Glob::prefixLength(const Word& word) const {
     const std::size_t length = lookup_.prefixLength(word.text);
     for (std::size_t i = 0; i < length; ++i) {

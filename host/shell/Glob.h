@@ -8,17 +8,17 @@
 
 namespace storage::host {
 
-/// Expands words with unquoted "*" and "?" to the paths of the storage or of the disk that match, component by
-/// component. Neither wildcard matches a slash; a leading dot needs no special treatment.
+/// Expands words with unquoted "*" and "?" to matching paths in the storage or on the disk, component by
+/// component. Neither wildcard matches a slash; both match a leading dot.
 ///
-/// Borrows the lookup. Thread safety: one object is for one thread.
+/// Borrows the lookup. Not thread-safe.
 class Glob {
 public:
     explicit Glob(const PathLookup& lookup) : lookup_(lookup) {}
 
-    /// The matching paths, spelt like the word (relative if it is) and sorted by their bytes; the word's own
-    /// text when it has no wildcard or nothing matches. A path that would look like an option, or like one with a
-    /// prefix, is given with "./" in front. Names that UTF-8 cannot spell match nothing.
+    /// Returns the matching paths sorted by bytes, relative if the word is relative. If the word has no
+    /// wildcard, or nothing matches, returns its text. A path that looks like an option, or that seems to
+    /// begin with the name of a storage, gets a leading "./". Names that are not valid UTF-8 match nothing.
     std::vector<std::string> expand(const Word& word) const;
 
 private:

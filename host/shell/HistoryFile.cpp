@@ -19,9 +19,9 @@ namespace {
 
 constexpr mode_t privateFile = 0600;
 constexpr mode_t privateFolder = 0700;
-constexpr std::size_t longestFile = std::size_t{4} << 20; ///< of a larger file only the end is read
+constexpr std::size_t longestFile = std::size_t{4} << 20; ///< only the end of a larger file is read
 
-/// Opens the file and locks it until it is closed, so that no session writes while another one shortens it.
+/// Opens the file and locks it until it is closed, so that no session writes while another one truncates it.
 FileDescriptor openLocked(const std::string& path, int flags) {
     FileDescriptor file(path, flags | O_NONBLOCK, privateFile);
     if (::flock(file.number(), LOCK_EX) != 0) {

@@ -7,8 +7,8 @@
 
 namespace storage::host {
 
-/// Where the paths in words of a line are looked up. Paths are as the user writes them, relative ones start at the
-/// current folder.
+/// Looks up paths of a command line, in the storages or on the disk. Paths are as typed by the user; relative
+/// paths start at the current folder.
 class PathLookup {
 public:
     enum class Wanted { All, Folders };
@@ -18,13 +18,13 @@ public:
     PathLookup& operator=(const PathLookup&) = delete;
     virtual ~PathLookup() = default;
 
-    /// The names in a folder, of any bytes. None if there is no such folder.
-    /// @param folder  ends in a slash, or is empty for the current folder; it may also be a prefix alone
+    /// Returns the names in a folder, which may be any bytes. Returns none if there is no such folder.
+    /// @param folder  ends in a slash, is empty for the current folder, or is the prefix of a storage
     virtual std::vector<std::string> names(const std::string& folder, Wanted wanted) const = 0;
 
     virtual bool exists(const std::string& path, Wanted wanted) const = 0;
 
-    /// How many bytes at the beginning of a word do not belong to a path but say where it is looked up.
+    /// Returns the length in bytes of a word's prefix that selects a storage and is not part of the path.
     virtual std::size_t prefixLength(std::string_view) const { return 0; }
 };
 

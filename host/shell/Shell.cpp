@@ -26,13 +26,13 @@ ExitStatus Shell::run(LineSource& lines) {
             result = ExitStatus::Failure;
         }
         if (failureHandling_ == FailureHandling::AskPerson && interruption_.pending() == SIGINT) {
-            interruption_.clear(); // it was meant for the command that has ended
+            interruption_.clear(); // the user interrupted the command that has ended
         }
     }
     return result;
 }
 
-/// Reading a line can fail like running one.
+/// A failure to read a line is reported like a failed command.
 ExitStatus Shell::runNext(LineSource& lines) {
     std::optional<std::string> line;
     session_.console().beginLine("");
@@ -81,7 +81,7 @@ void Shell::runLine(std::string_view line) {
     runCommand(*info, std::move(words));
 }
 
-/// The words with their patterns replaced by what matches. A provider that fails here fails the command.
+/// Replaces the patterns among the words by the matching paths. If a provider fails here, the command fails.
 std::vector<std::string> Shell::expand(const std::vector<Word>& words, const CommandSyntax& syntax) {
     const StorageLookup storage(session_);
     const DiskLookup disk;
@@ -124,7 +124,8 @@ void Shell::runCommand(const CommandInfo& info, std::vector<Word> words) {
     }
 }
 
-/// Where a line stands that cannot be named by its command, unless every failure says so.
+/// Returns the line number as a prefix for errors without a command name. Returns an empty string if all
+/// errors contain the position anyway.
 std::string Shell::place() const {
     const bool isKnown =
         failureHandling_ == FailureHandling::AskPerson || !session_.console().place().empty();

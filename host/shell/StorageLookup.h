@@ -5,9 +5,9 @@
 
 namespace storage::host {
 
-/// Looks up paths in the storages of a session. Names that no bytes spell are left out.
+/// Looks up paths in the storages of a session. Skips names that no byte string represents.
 ///
-/// Borrows the session. Thread safety: as the session.
+/// Borrows the session. Not thread-safe.
 class StorageLookup final : public PathLookup {
 public:
     explicit StorageLookup(const Session& session) : session_(session) {}

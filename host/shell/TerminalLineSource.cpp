@@ -79,7 +79,7 @@ char* TerminalLineSource::prompt(EditLine* editor) {
 unsigned char TerminalLineSource::complete(EditLine* editor, int) {
     try {
         return ownerOf(editor).completeWord();
-    } catch (...) { // no candidates if the storage fails; exceptions must not propagate through libedit
+    } catch (...) { // no candidates if the storage fails; an exception must not pass through libedit
         return CC_ERROR;
     }
 }

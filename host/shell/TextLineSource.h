@@ -7,7 +7,7 @@
 
 namespace storage::host {
 
-/// The lines of a text in memory.
+/// Returns the lines of a text in memory.
 ///
 /// Not thread-safe.
 class TextLineSource final : public LineSource {
