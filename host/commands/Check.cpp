@@ -51,7 +51,8 @@ private:
         return totals;
     }
 
-    /// An export leaves the attributes of a folder that exists to the disk when it puts the content of the root there.
+    /// An export of the root folder does not change the attributes of an existing destination, so these are not
+    /// compared.
     static ImportLog asImported(const Session& session, const Words& operands) {
         const StoragePath path = session.resolve(operands[0]);
         ImportLog log(path.root());
@@ -63,14 +64,14 @@ private:
     TransferTotals compare(Session& session, const ImportLog& expected, Checker::Against against) const {
         const mode_t mask = currentUmask();
         const DiskOwner self{::geteuid(), ::getegid()};
-        // Of an import, what has no record is usual; of anything else it is not known.
+        // An imported entry without a record has default attributes. Those of any other entry are unknown.
         const auto complete = [&](const StoragePath& path, DiskAttributes& known) {
             if (!session.imports(path).covers(path)) {
                 return;
             }
             known.mode = known.mode.value_or(usualMode(known.kind) & ~mask);
             if (self.user == 0 &&
-                against == Checker::Against::Sources) { // an export leaves the group to the disk
+                against == Checker::Against::Sources) { // an export lets the disk choose the group
                 known.owner = known.owner.value_or(self);
             }
         };
@@ -79,7 +80,7 @@ private:
         Checker checker(stored, session.console(), session.interruption(), expected, complete, against,
                         times_ ? Checker::Times::Compare : Checker::Times::Ignore);
         checker.run();
-        return checker.totals(); // its progress leaves the terminal
+        return checker.totals(); // the destructor clears the progress line
     }
 
     static mode_t usualMode(EntryKind kind) {

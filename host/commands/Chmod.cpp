@@ -13,7 +13,7 @@ public:
         syntax.firstOperand(WordKind::Text);
     }
 
-    /// "-w" is the mode, not an option.
+    /// "-w" is a mode, not an option.
     std::vector<Word> arrange(std::vector<Word> words) const override {
         if (!words.empty() && words.front().text == "-w") {
             words.insert(words.begin(), Word{"--"});

@@ -6,7 +6,7 @@
 
 namespace storage::host {
 
-// One per command, defined in the file of the command.
+// One factory per command, defined in the command's own file.
 std::unique_ptr<Command> makeAppendCommand();
 std::unique_ptr<Command> makeCatCommand();
 std::unique_ptr<Command> makeCdCommand();

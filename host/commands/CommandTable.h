@@ -6,7 +6,7 @@
 
 namespace storage::host {
 
-/// All commands, in the order of the help.
+/// Returns all commands, in the order of the help.
 std::span<const CommandInfo> commandTable();
 
 } // namespace storage::host

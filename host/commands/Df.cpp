@@ -71,7 +71,7 @@ private:
         return content;
     }
 
-    /// Nothing if the storage does not say.
+    /// Returns nothing if the storage does not report its space.
     static std::optional<ProviderStorageInfo> roomOf(const Session& session, const StoragePath& root) {
         try {
             return session.provider(root).doGetProviderStorageInfo(root.iri());

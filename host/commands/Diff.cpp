@@ -57,7 +57,7 @@ private:
         }
     }
 
-    /// The bytes of a file, a block at a time.
+    /// Reads a file block by block.
     class Block {
     public:
         Block(const Session& session, const StoragePath& path)
@@ -65,7 +65,7 @@ private:
             storage_.attribute([&] { file_.emplace(storage_.provider().doOpenReadOnlyStream(path.iri())); });
         }
 
-        /// @return how many bytes the block has, fewer than the last one only at the end of the file
+        /// @return size of the block, smaller than the previous one only at the end of the file
         std::size_t read() {
             storage_.attribute([&] {
                 const auto count = file_->read(bytes_.data(), static_cast<std::streamsize>(bytes_.size()));
@@ -79,7 +79,7 @@ private:
 
     private:
         const SessionStorage& storage_;
-        std::optional<ByteStreamDevice> file_; ///< there is one
+        std::optional<ByteStreamDevice> file_; ///< never empty; opened in the constructor's body
         std::vector<char> bytes_;
         std::size_t size_ = 0;
     };

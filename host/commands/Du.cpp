@@ -79,7 +79,7 @@ private:
                                 << (bars_ ? bar(row.sum, rows_.back().sum) : "") << row.path << '\n';
     }
 
-    /// @param total  the sum of the top, which has the last row
+    /// @param total  the sum of the whole tree, which is the last row
     static std::string bar(unsigned long long sum, unsigned long long total) {
         constexpr double width = 20;
         const double share = total == 0 ? 0 : static_cast<double>(sum) / static_cast<double>(total);
@@ -94,8 +94,8 @@ private:
     bool summary_ = false;
     bool human_ = false;
     bool bars_ = false;
-    std::vector<Row> rows_;                ///< of one PATH, where bars are to be drawn
-    std::vector<unsigned long long> sums_; ///< of the folders that the walk is in, the innermost last
+    std::vector<Row> rows_;                ///< rows of one PATH; used only with bars
+    std::vector<unsigned long long> sums_; ///< sums of the open folders of the walk, innermost last
 };
 
 } // namespace

@@ -27,7 +27,7 @@ class ExportCommand final : public Command {
 public:
     enum class Archives {
         Packed,
-        Files, ///< like any other
+        Files, ///< an ordinary file
     };
 
     explicit ExportCommand(Archives archives) : archives_(archives) {}
@@ -58,14 +58,14 @@ public:
                 });
             }
             totals = exporter.totals();
-        } // takes its progress off the terminal
+        } // the destructor clears the progress line
         if (!transfer_.isQuiet()) {
             session.console().out() << transfer_.summary("exported", "export", totals) << '\n';
         }
     }
 
 private:
-    /// Nothing if the destination is no archive. A folder is none, whatever its name.
+    /// Returns nothing if the destination is not an archive. A folder is never an archive, whatever its name.
     std::optional<ArchiveFormat> archiveFormat(const std::string& destination) const {
         if (archives_ == Archives::Files) {
             return std::nullopt;
@@ -122,7 +122,7 @@ private:
             }
             totals = exporter.totals();
             losses = archive.losses();
-        } // takes its progress off the terminal
+        } // the destructor clears the progress line
         if (transfer_.isQuiet()) {
             return;
         }
@@ -137,7 +137,7 @@ private:
         }
     }
 
-    /// Adds an entry under its own name, or what the root folder holds.
+    /// Adds an entry under its own name, or the content of the root folder.
     static void add(const StoragePath& source, Exporter& exporter, ArchiveExportTarget& archive,
                     const std::string& place, std::set<std::string>& names) {
         const std::string name = source.isRoot() ? "" : toDiskName(source.name(), source);

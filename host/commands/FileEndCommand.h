@@ -9,8 +9,7 @@
 
 namespace storage::host {
 
-/// Base class of head and tail: parses the amount to print of each file, and prints headings for several
-/// files.
+/// Base class of head and tail: parses the amount to print, and prints headings if there are several files.
 class FileEndCommand : public Command {
 public:
     void declare(CommandSyntax& syntax) override;

@@ -25,7 +25,7 @@ class ImportCommand final : public Command {
 public:
     enum class Archives {
         Unpacked,
-        Files, ///< like any other
+        Files, ///< imported as ordinary files
     };
 
     explicit ImportCommand(Archives archives) : archives_(archives) {}
@@ -66,7 +66,7 @@ public:
                 });
             }
             totals = importer.totals();
-        } // takes its progress off the terminal
+        } // the destructor clears the progress line
         if (transfer_.isQuiet()) {
             return;
         }
@@ -87,7 +87,7 @@ private:
         return when_ ? Importer::FileSystems::All : Importer::FileSystems::WithFiles;
     }
 
-    /// Nobody finds these in the storage.
+    /// Reports entries that are not visible in the storage.
     static void noticeKept(Console& console, const TransferTotals& totals) {
         std::string kept;
         if (totals.symbolicLinks > 0) {

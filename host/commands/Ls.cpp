@@ -22,10 +22,10 @@ struct Row {
     std::u16string name;
     StoragePath path;
     FolderEntry::EntryType type = FolderEntry::EntryType::File;
-    ExtendedAttributes attributes{}; ///< where they are asked for
+    ExtendedAttributes attributes{}; ///< only if they are printed or sorted by
 };
 
-/// For an order; a time that is none comes first.
+/// Returns the sort key. An invalid time is the smallest.
 boost::posix_time::ptime timeOf(const Row& row) {
     const auto& time = row.attributes.lastModified;
     return time.is_special() ? boost::posix_time::ptime(boost::date_time::min_date_time) : time;
@@ -118,7 +118,7 @@ private:
         }
     }
 
-    /// The rows with their attributes, without those that cannot be had.
+    /// Adds the attributes to the rows. Reports and drops rows whose attributes cannot be read.
     static std::vector<Row> described(Session& session, std::vector<Row> rows) {
         std::vector<Row> result;
         for (Row& row : rows) {
@@ -131,7 +131,7 @@ private:
         return result;
     }
 
-    /// Rows that are equal in the order stay in that of their names.
+    /// Rows with equal keys stay sorted by name.
     void sort(std::vector<Row>& rows) const {
         if (byTime_) {
             std::stable_sort(rows.begin(), rows.end(),
@@ -160,7 +160,7 @@ private:
     bool byTime_ = false;
     bool bySize_ = false;
     bool reversed_ = false;
-    bool onePerLine_ = false; ///< changes nothing: for those who are used to give it
+    bool onePerLine_ = false; ///< accepted for compatibility, no effect
     bool headings_ = false;
     bool firstSection_ = true;
 };

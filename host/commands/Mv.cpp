@@ -33,12 +33,11 @@ private:
     void move(Session& session, const StoragePath& source, const StoragePath& target) const {
         const bool isFolder = requireEntry(session.provider(source), source) == EntryExistence::Folder;
         refuseImpossibleTransfer(session, source, target);
-        // A provider may remove what is to be replaced before it finds that the source cannot leave its
-        // folder.
+        // A provider may remove the replaced entry before it finds that the source's folder is read-only.
         requireWritableFolder(session, source.parent());
         const auto policy = force_ ? ReplacementPolicy::ReplaceExisting : ReplacementPolicy::RefuseExisting;
         if (isFolder) {
-            // A provider may stop half-way at a read-only folder and leave the tree in two pieces.
+            // A provider may stop midway at a read-only folder and leave the tree split.
             refuseReadOnlyFolders(session, source);
             session.provider(source).doMoveFolder(source.iri(), target.iri(), policy);
         } else {

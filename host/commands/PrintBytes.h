@@ -7,7 +7,7 @@
 
 namespace storage::host {
 
-/// Prints bytes of a file unchanged, from the device's position on.
+/// Prints bytes of a file unchanged, starting at the device's position.
 /// @param most  maximum number of bytes
 /// @throws Interrupted
 void printBytes(Session& session, ByteStreamDevice file,

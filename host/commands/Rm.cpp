@@ -36,7 +36,7 @@ private:
             throw CommandError(path.printed(), "is a folder");
         }
         refuseRemovingCurrentFolder(session, path);
-        // Entry by entry, as a provider that is asked to remove a whole tree cannot be interrupted.
+        // Entry by entry, because a provider that removes a whole tree cannot be interrupted.
         for (TreeWalk walk(session.provider(path), path); const auto step = walk.next();) {
             session.interruption().check();
             visit(session, walk, *step);

@@ -5,8 +5,8 @@
 
 namespace storage::host {
 
-/// The standard input of a session, for a command that reads it; "-" in messages.
-/// @throws CommandError when the lines of the session come from there
+/// Opens the standard input for a command that reads it. Messages name it "-".
+/// @throws CommandError when the session reads its command lines from the standard input
 FileDescriptor openInput(const Session& session);
 
 } // namespace storage::host

@@ -10,25 +10,27 @@
 
 namespace storage::host {
 
-/// Where in a storage the sources of one command go: into a folder that exists, each under its own name, or
-/// else to the destination path itself, of which there can be only one.
+/// The destination of one command in a storage. Sources go into an existing folder, each under its own name.
+/// If there is no such folder, the only source goes to the destination path itself.
+///
+/// Not thread-safe.
 class StorageDestination {
 public:
-    /// The destination of a command. Nothing, which has been reported to the console, when there are several sources
-    /// and the destination is not a folder, or when it cannot be looked at.
-    /// @param operand  the destination as the user gave it
-    /// @param sources  how many entries are to go there
+    /// Looks up the destination of a command. If it cannot be queried, or if there are several sources and it
+    /// is not a folder, reports the failure to the console and returns nothing.
+    /// @param operand  the destination as typed by the user
+    /// @param sources  number of sources
     static std::optional<StorageDestination> find(Session& session, const std::string& operand,
                                                   std::size_t sources);
 
-    /// The destination itself.
+    /// Returns the destination path itself.
     const StoragePath& path() const noexcept { return path_; }
 
-    /// Where a source of this name goes. A source without a name goes to the destination itself.
-    /// @throws CommandError when another source of the command went there already
+    /// Returns the path for a source of this name. A source without a name goes to the destination itself.
+    /// @throws CommandError when another source of the command has the same path
     StoragePath of(std::u16string_view name);
 
-    /// What becomes of the folder that a source of this name goes to.
+    /// Returns whether the destination folder of such a source gets the source's attributes.
     RootAttributes attributesFor(std::u16string_view name) const;
 
 private:
@@ -36,7 +38,7 @@ private:
 
     StoragePath path_;
     bool isFolder_;
-    std::set<std::u16string> taken_; ///< what `of` has given away
+    std::set<std::u16string> taken_; ///< paths returned by `of`
 };
 
 } // namespace storage::host

@@ -32,7 +32,7 @@ void StorageMove::run(const StoragePath& source, const StoragePath& target) {
     }
 }
 
-/// Whether the target has an entry that an entry of this kind may replace. Refuses any other entry there.
+/// Returns whether the move replaces an existing target. Refuses a target that may not be replaced.
 bool StorageMove::replaces(EntryExistence kind, const StoragePath& target) const {
     const SessionStorage& storage = session_.storageOf(target);
     const auto& provider = storage.provider();
@@ -51,8 +51,8 @@ bool StorageMove::replaces(EntryExistence kind, const StoragePath& target) const
     return found != EntryExistence::Missing;
 }
 
-/// Two storages may be two views of one place: removing the source would then remove the target. A new file in the folder of
-/// the target shows whether it is also the folder of the source.
+/// Two storages may be views of the same place. Removing the source would then remove the target. A temporary
+/// file in the target's folder shows whether it is also the source's folder.
 void StorageMove::refuseSameEntry(const StoragePath& source, const StoragePath& target) const {
     if (source.name() != target.name()) {
         return;
@@ -105,7 +105,7 @@ void StorageMove::removeSource(const StoragePath& source) {
     }
 }
 
-/// A read-only file can be moved, so it can be removed here.
+/// Removes read-only files too, because a read-only file can be moved.
 void StorageMove::removeFile(const StoragePath& file) {
     const auto& provider = session_.provider(file);
     const bool isWritable = provider.doGetFileAttributes(file.iri()).isWritable();

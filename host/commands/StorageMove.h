@@ -6,15 +6,15 @@
 
 namespace storage::host {
 
-/// Moves a file or a tree from one storage of a session to another one: copies it, compares the copy, and removes the
-/// source. The source is removed only if all of it was copied and is in the copy.
+/// Moves a file or tree to another storage of the session: copies it, compares the copy with the source, and
+/// removes the source. The source is removed only if the copy is complete and equal.
 ///
-/// Borrows session and progress. Thread safety: one object is for one thread.
+/// Borrows session and progress. Not thread-safe.
 class StorageMove {
 public:
     enum class Existing {
         Refused,
-        Replaced, ///< a writable file by a file, an empty folder by a folder
+        Replaced, ///< a writable file with a file, an empty folder with a folder
     };
 
     StorageMove(Session& session, ProgressMeter& progress, Existing existing)
@@ -22,7 +22,7 @@ public:
 
     /// @param source  an existing entry
     /// @param target  in another storage
-    /// @throws CommandError when not all of it could be moved; what was moved is in both storages then
+    /// @throws CommandError when the move failed; entries copied so far stay in both storages
     /// @throws Interrupted
     void run(const StoragePath& source, const StoragePath& target);
 

@@ -8,10 +8,10 @@
 
 namespace storage::host {
 
-/// Runs a command whose operands are SOURCE... DESTINATION, all in storages, source by source. One that fails is
-/// reported and the next one gets its turn. Several sources need a folder to go to.
+/// Runs a command with the operands SOURCE... DESTINATION, all in storages, source by source. Reports a
+/// failure and continues with the next source. Several sources require an existing destination folder.
 /// @param operands  at least two
-/// @param transfer  copies or moves one source to its place
+/// @param transfer  copies or moves one source to its target
 /// @throws Interrupted
 void transferEach(Session& session, const std::vector<std::string>& operands,
                   const std::function<void(const StoragePath& source, const StoragePath& target)>& transfer);

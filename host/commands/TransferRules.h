@@ -5,25 +5,25 @@
 
 namespace storage::host {
 
-/// Refuses to copy or move an entry onto itself or a folder below itself, either of which would lose the
-/// entry or never end, and a target whose folder cannot take it.
+/// Refuses to copy or move an entry onto itself, or a folder into itself: either would lose the entry or not
+/// terminate. Also refuses a target whose parent is missing, read-only or not a folder.
 /// @throws CommandError
 void refuseImpossibleTransfer(const Session& session, const StoragePath& source, const StoragePath& target);
 
-/// Refuses to remove the root, or a folder that the session stands in.
+/// Refuses to remove the root folder, or a folder that is or contains the current folder.
 /// @throws CommandError
 void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path);
 
-/// Refuses a folder that is read-only.
+/// Refuses a read-only folder.
 /// @param path  an existing folder
 /// @throws CommandError
 void refuseReadOnlyFolder(const Session& session, const StoragePath& path);
 
-/// Refuses a tree with a read-only folder, which would keep what it holds. A file is no such tree.
+/// Refuses a tree that contains a read-only folder, because its entries cannot be removed. Accepts any file.
 /// @throws CommandError
 void refuseReadOnlyFolders(const Session& session, const StoragePath& top);
 
-/// Refuses a folder that is missing or read-only.
+/// Refuses a missing or read-only folder.
 /// @throws CommandError
 void requireWritableFolder(const Session& session, const StoragePath& path);
 

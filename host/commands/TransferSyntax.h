@@ -9,22 +9,22 @@
 
 namespace storage::host {
 
-/// The options that import and export have in common. Thread safety: one object is for one thread.
+/// The common options of import and export. Not thread-safe.
 class TransferSyntax {
 public:
-    /// @param syntax  parses the command line while this object lives
+    /// @param syntax  parses the command line while this object exists
     void declare(CommandSyntax& syntax);
 
-    /// What the options of the line say.
+    /// Converts the parsed options.
     /// @throws UsageError
     TransferOptions options() const;
 
     bool isQuiet() const noexcept { return isQuiet_; }
     bool isDryRun() const noexcept { return isDryRun_; }
 
-    /// What the command says at its end.
-    /// @param done  what was done, in the past tense
-    /// @param verb  the same as an infinitive
+    /// Returns the last line that the command prints.
+    /// @param done  the command's verb in the past tense
+    /// @param verb  its infinitive, for a dry run
     std::string summary(const std::string& done, const std::string& verb, const TransferTotals& totals) const;
 
 private:

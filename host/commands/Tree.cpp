@@ -67,7 +67,7 @@ private:
             return;
         }
         const bool last = step.position == Step::Position::Last;
-        lines_.resize(step.depth - 1); // the folders above this entry
+        lines_.resize(step.depth - 1); // keep the folders above this entry
         std::ostream& out = session.console().out();
         for (const char* const line : lines_) {
             out << line;
@@ -82,7 +82,7 @@ private:
     std::size_t depth_ = CommandSyntax::any;
     unsigned long long folders_ = 0;
     unsigned long long files_ = 0;
-    std::vector<const char*> lines_; ///< what is drawn before an entry, for each folder above it
+    std::vector<const char*> lines_; ///< indentation of an entry, one piece per folder above it
 };
 
 } // namespace

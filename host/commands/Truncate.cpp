@@ -12,9 +12,9 @@ using foundation::storage::provider::EntryExistence;
 
 namespace {
 
-constexpr unsigned long long largest = std::numeric_limits<long>::max(); ///< what a stream can count
+constexpr unsigned long long largest = std::numeric_limits<long>::max(); ///< largest position of a stream
 constexpr unsigned long long reportedStep = 64ULL << 20U;
-constexpr std::string_view units = "KMGT"; ///< each 1024 times the one before
+constexpr std::string_view units = "KMGT"; ///< each 1024 times its predecessor
 
 unsigned long long parseSize(const std::string& text) {
     const auto refuse = [&text] { throw UsageError("-s: '" + text + "' is not a size"); };
@@ -60,8 +60,8 @@ public:
     }
 
 private:
-    /// Grows in steps, as each is one call of the provider that nothing can interrupt; a file that cannot be grown
-    /// to the end gets its old size back.
+    /// Grows in steps, because a call of the provider cannot be interrupted. Restores the old size if growing
+    /// fails.
     static void resize(Session& session, const StoragePath& path, unsigned long long size) {
         const auto& provider = session.provider(path);
         const unsigned long long oldSize = provider.doGetFileAttributes(path.iri()).getSize();

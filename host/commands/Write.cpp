@@ -16,7 +16,7 @@ using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::ByteStreamOpenOptions;
 using foundation::storage::provider::EntryExistence;
 
-/// Puts a line of text, or the standard input, into a file, which is made when it is missing.
+/// Writes a line of text, or the standard input, to a file. Creates a missing file.
 class TextCommand final : public Command {
 public:
     explicit TextCommand(const ByteStreamOpenOptions& options) : options_(options) {}
@@ -26,7 +26,7 @@ public:
         syntax.firstOperand(WordKind::Storage);
     }
 
-    /// The text may begin with anything.
+    /// The text may look like an option.
     std::vector<Word> arrange(std::vector<Word> words) const override {
         if (!words.empty() && !words.front().text.starts_with('-')) {
             words.insert(words.begin() + 1, Word{"--"});
@@ -55,7 +55,7 @@ private:
             .write(text.data(), static_cast<std::streamsize>(text.size()));
     }
 
-    /// Puts all that the standard input has into the file. A replaced file is kept until the input has ended.
+    /// Copies the standard input to the file. A replaced file is kept until the end of the input.
     void putInput(Session& session, const StoragePath& path) const {
         const FileDescriptor input = openInput(session);
         const auto& provider = session.provider(path);
@@ -84,7 +84,7 @@ private:
             count = input.read(buffer, session.interruption());
             session.interruption().check();
             to.write(buffer.data(), static_cast<std::streamsize>(count));
-        } while (count == buffer.size()); // fewer only at the end, which a terminal says once
+        } while (count == buffer.size()); // a short count is the end; a terminal reports the end only once
     }
 
     const ByteStreamOpenOptions options_;
