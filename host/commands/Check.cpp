@@ -51,8 +51,8 @@ private:
         return totals;
     }
 
-    /// An export of the root folder does not change the attributes of an existing destination, so these are not
-    /// compared.
+    /// An export of the root folder does not change the attributes of an existing destination, so these are
+    /// not compared.
     static ImportLog asImported(const Session& session, const Words& operands) {
         const StoragePath path = session.resolve(operands[0]);
         ImportLog log(path.root());
