@@ -15,7 +15,7 @@ namespace storage::host {
 
 namespace {
 
-/// C symbols are returned unchanged; the demangler would read some as types.
+/// Returns C symbols unchanged, because the demangler would interpret some of them as types.
 std::string demangled(const char* symbol) {
     if (!std::string_view(symbol).starts_with("_Z")) {
         return symbol;

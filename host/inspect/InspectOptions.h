@@ -9,7 +9,7 @@ namespace storage::host {
 
 /// Options of `inspect`. A value.
 struct InspectOptions {
-    std::optional<std::string> plugin; ///< as the user named it; empty for the default plug-in
+    std::optional<std::string> plugin; ///< path as typed by the user; nothing for the default plug-in
     ReportFormat format = ReportFormat::Text;
 };
 

@@ -8,9 +8,9 @@
 
 namespace storage::host {
 
-/// Describes a plug-in.
+/// Prints the description of a plug-in.
 /// @param plugin  path of the plug-in
-/// @return Failure also if the plug-in returns no provider
+/// @return Failure also if the plug-in builds no provider
 /// @throws PluginError, OutputError
 ExitStatus runInspect(const std::string& plugin, const InspectOptions& options, Console& console);
 

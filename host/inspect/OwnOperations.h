@@ -10,7 +10,8 @@ namespace storage::host {
 /// For each of `providerOperations`: whether the provider overrides the default.
 using OwnOperations = std::array<bool, foundation::storage::provider::providerOperations.size()>;
 
-/// @param provider  as the plug-in created it, not a wrapper
+/// Compares the vtable of the provider with that of the interface.
+/// @param provider  the object created by the plug-in, not a wrapper
 OwnOperations ownOperations(const foundation::storage::provider::IProvider& provider);
 
 } // namespace storage::host

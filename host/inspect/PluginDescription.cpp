@@ -43,8 +43,8 @@ void describeProvider(const PluginLibrary& library, PluginDescription& descripti
     }
 }
 
-/// Reads the file's description. Works also for a library that the dynamic linker rejects.
-/// @return the loaded library; nothing if it was rejected, with the reason in the description
+/// Loads the library and describes its file, even if the dynamic linker rejects it.
+/// @return the library; nothing if it was rejected, with the reason in the description
 std::optional<PluginLibrary> load(const std::string& path, PluginDescription& description) {
     std::optional<PluginLibrary> library;
     try {

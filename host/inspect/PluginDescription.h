@@ -15,19 +15,19 @@ struct PluginDescription {
     std::uintmax_t size = 0;
     ElfDescription library;
     bool hasEntryPoint = false;
-    std::string whyNoProvider; ///< empty if there is a provider, which the members below describe
+    std::string whyNoProvider; ///< reason; empty if there is a provider, described by the members below
     OwnOperations own{};       ///< for each operation: whether it overrides the host's default
-    std::vector<int> features; ///< numbers of the features that it claims
+    std::vector<int> features; ///< numbers of the claimed features
 
     /// Loads the plug-in and creates one provider. Calls nothing that changes a storage.
     /// @throws PluginError when it cannot be loaded
     static PluginDescription of(const std::string& path);
 };
 
-/// The number of operations that the plug-in implements itself.
+/// Returns the number of operations that the plug-in overrides.
 std::size_t ownCount(const PluginDescription& plugin);
 
-/// For example "VolatileStorage"; empty for a number without a meaning to the host.
+/// Returns the name of a feature, for example "VolatileStorage"; empty if the host does not know the number.
 std::string featureName(int number);
 
 } // namespace storage::host
