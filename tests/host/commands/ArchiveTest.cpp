@@ -68,7 +68,7 @@ int shell(const std::string& command) {
     return std::system(command.c_str()); // NOLINT(concurrency-mt-unsafe)
 }
 
-/// A tree with a bit of all that archives carry.
+/// A tree with one entry of each kind that archives keep.
 class ArchiveTest : public SessionTest {
 protected:
     ArchiveTest() {
@@ -228,7 +228,7 @@ TEST_F(ArchiveTest, ATruncatedArchiveIsOneFailureAndNothingIsHalfThere) {
         EXPECT_FALSE(provider_->doFileExists(StorageIRI(u"/p/d/b"))) << size;
     }
     EXPECT_EQ(succeed("cat /p/d/a"), "a");
-    EXPECT_THAT(succeed("stat /p/d"), HasSubstr("2023-11-14")); // complete as far as it goes
+    EXPECT_THAT(succeed("stat /p/d"), HasSubstr("2023-11-14")); // the entries before the damage are complete
 }
 
 TEST_F(ArchiveTest, ADamagedArchiveIsOneFailure) {

@@ -38,14 +38,14 @@ const std::vector<mode_t> writableFolderModes{0755, 0700, 0750};
 const std::vector<mode_t> anyFolderModes{0755, 0700, 0750, 0555, 0500};
 const std::vector<std::size_t> sizes{0, 1, 100, 4096, 262143, 262144, 262145, 600000};
 
-/// The side that a difference is planted on.
+/// The side that gets the difference.
 enum class Side { Storage, Source, Export };
 
-/// The effect of a planted difference on an entry.
+/// The effect of an injected difference on an entry.
 enum class Change {
-    Structure,  ///< removes or replaces it
-    Content,    ///< of a file
-    Attributes, ///< of any entry
+    Structure,  ///< removes or replaces the entry
+    Content,    ///< changes bytes of a file
+    Attributes, ///< changes attributes of any entry
 };
 
 /// A session that has imported several random trees into /x, one over the other, and exported /x to the disk.
@@ -351,8 +351,8 @@ std::string Round::pickWritableFolder() {
     return folder.empty() ? "." : folder;
 }
 
-// Each function plants a difference of its kind and registers the expected report in the round. Returns false
-// if no entry is suitable.
+// Each function injects a difference of its kind and registers the expected report in the round. Returns
+// false if no entry is suitable.
 
 std::string bytesOf(const IProvider& provider, const StorageIRI& iri) {
     std::string bytes(provider.doGetFileAttributes(iri).getSize(), '\0');

@@ -25,7 +25,7 @@ protected:
             .write(content.data(), static_cast<std::streamsize>(content.size()));
     }
 
-    /// Returns "1\n2\n" and so on.
+    /// Returns the numbers from `first` to `last`, one per line.
     static std::string numbers(int first, int last) {
         std::string text;
         for (int number = first; number <= last; ++number) {

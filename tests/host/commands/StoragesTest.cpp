@@ -12,7 +12,7 @@ using foundation::storage::provider::StorageIRI;
 using foundation::storage::provider::SystemError;
 using testing::HasSubstr;
 
-/// A session with the storages mem and disk, of which mem is current at the beginning.
+/// A session with the storages mem and disk. The current storage is mem.
 class StoragesTest : public SessionTest {
 protected:
     StoragesTest() : SessionTest({"mem", "disk"}) {

@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-/// A small project with what is usually left out of a transfer.
+/// A small project with entries that transfers usually exclude.
 class TransferOptionsTest : public SessionTest {
 protected:
     TransferOptionsTest() {
