@@ -17,7 +17,7 @@ namespace {
 class CheckCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-t", times_, "compare the times of files and folders, too");
+        syntax.flag("-t", times_, "also compare times");
         syntax.operands(0, 2);
         syntax.firstOperand(WordKind::Storage);
         syntax.lastOperand(WordKind::Disk);
@@ -25,7 +25,7 @@ public:
 
     void run(Session& session, const Words& operands) override {
         if (operands.size() == 1) {
-            throw UsageError("PATH needs a DISK-PATH to be compared with");
+            throw UsageError("missing DISK-PATH to compare PATH with");
         }
         const TransferTotals totals =
             operands.empty() ? compareImports(session)

@@ -17,7 +17,7 @@ using Step = TreeWalk::Step;
 class CpCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-r", recursive_, "copy folders and all they hold, too");
+        syntax.flag("-r", recursive_, "copy folders and their content");
         syntax.operands(2, CommandSyntax::any);
     }
 

@@ -19,7 +19,7 @@ using Step = TreeWalk::Step;
 class DfCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-h", human_, "show sizes as 1.5K or 12M");
+        syntax.flag("-h", human_, "print sizes such as 1.5K or 12M");
         syntax.operands(0, CommandSyntax::any);
     }
 

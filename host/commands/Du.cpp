@@ -16,9 +16,9 @@ using Step = TreeWalk::Step;
 class DuCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-s", summary_, "show the sum of each PATH only");
-        syntax.flag("-h", human_, "show sizes as 1.5K or 12M");
-        syntax.flag("--bars", bars_, "draw how much of the sum of PATH each one is");
+        syntax.flag("-s", summary_, "print only the total of each PATH");
+        syntax.flag("-h", human_, "print sizes such as 1.5K or 12M");
+        syntax.flag("--bars", bars_, "draw each folder's share of the total of PATH");
         syntax.operands(0, CommandSyntax::any);
     }
 

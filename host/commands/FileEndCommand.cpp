@@ -25,8 +25,8 @@ unsigned long long parseNumber(const char* option, const std::string& text) {
 } // namespace
 
 void FileEndCommand::declare(CommandSyntax& syntax) {
-    syntax.option("-n", "LINES", lines_, "how many lines, 10 by default");
-    syntax.option("-c", "BYTES", bytes_, "how many bytes");
+    syntax.option("-n", "LINES", lines_, "number of lines, 10 by default");
+    syntax.option("-c", "BYTES", bytes_, "number of bytes");
     syntax.operands(1, CommandSyntax::any);
 }
 
@@ -49,7 +49,7 @@ void FileEndCommand::run(Session& session, const Words& operands) {
 
 FileEndCommand::Amount FileEndCommand::amount() const {
     if (lines_ && bytes_) {
-        throw UsageError("-n and -c cannot both be given");
+        throw UsageError("-n and -c cannot be combined");
     }
     if (bytes_) {
         return {Amount::Unit::Bytes, parseNumber("-c", *bytes_)};

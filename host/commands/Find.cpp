@@ -20,8 +20,8 @@ using foundation::storage::provider::WildcardPattern;
 class FindCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.option("-name", "PATTERN", pattern_, "only names that match; quote * and ? in it");
-        syntax.option("-type", "f|d", type_, "only files, or only folders");
+        syntax.option("-name", "PATTERN", pattern_, "select names that match; quote * and ?");
+        syntax.option("-type", "f|d", type_, "select files or folders");
         syntax.operands(0, CommandSyntax::any);
     }
 

@@ -17,11 +17,11 @@ using Step = TreeWalk::Step;
 class GrepCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-i", ignoresCase_, "do not distinguish case");
-        syntax.flag("-n", numbers_, "print the number of each line, too");
+        syntax.flag("-i", ignoresCase_, "ignore case");
+        syntax.flag("-n", numbers_, "print line numbers");
         syntax.flag("-v", inverted_, "print the lines that do not match");
-        syntax.flag("-c", counts_, "print how many lines of each file match instead");
-        syntax.flag("-r", recursive_, "search all files in folders, by default in the current one");
+        syntax.flag("-c", counts_, "print only the number of lines, per file");
+        syntax.flag("-r", recursive_, "search folders recursively, by default the current one");
         syntax.operands(1, CommandSyntax::any);
         syntax.firstOperand(WordKind::Text);
     }
@@ -29,7 +29,7 @@ public:
     void run(Session& session, const Words& operands) override {
         Words words(operands.begin() + 1, operands.end());
         if (words.empty() && !recursive_) {
-            throw UsageError("a PATH is missing, or -r");
+            throw UsageError("missing PATH; without -r it is required");
         }
         if (words.empty()) {
             words.emplace_back(".");

@@ -23,12 +23,13 @@ private:
             text += fmt::format("{:<10}{}\n", command.name, command.summary);
         }
         return text +
-               "\n'help COMMAND' explains the options of a command. Words are quoted as in a shell:\n"
-               "'text', \"text\", \\c; unquoted * and ? match paths, of the storage or of the disk; # begins "
-               "a\n"
-               "comment. With several storages, NAME:/path is a path of the storage NAME. Pipes and "
-               "redirections\n"
-               "are outside of a line: qzstorage -c 'cat /f' | COMMAND\n";
+               "\n'help COMMAND' describes a command. Words are quoted as in a POSIX shell: 'text', "
+               "\"text\", "
+               "\\c.\n"
+               "Unquoted * and ? match paths in the storage or on the disk. # begins a comment. With "
+               "several\n"
+               "storages, NAME:/path is a path in the storage NAME. For pipes and redirections use -c:\n"
+               "qzstorage -c 'cat /f' | COMMAND\n";
     }
 
     static std::string explain(const std::string& name) {

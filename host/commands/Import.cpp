@@ -33,7 +33,7 @@ public:
     void declare(CommandSyntax& syntax) override {
         syntax.flag("-x", isOnSourceOnly_, "stay on the file system of each DISK-PATH");
         syntax.option("--one-file-system", "WHEN", when_,
-                      "yes: as -x; no: import also what is on proc, sysfs and the like");
+                      "yes: same as -x; no: also import proc, sysfs and the like");
         transfer_.declare(syntax);
         syntax.operands(2, CommandSyntax::any, WordKind::Disk);
         syntax.lastOperand(WordKind::Storage);

@@ -34,19 +34,19 @@ boost::posix_time::ptime timeOf(const Row& row) {
 class LsCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-l", long_, "show kind, writable flag, bytes and time (UTC) too");
-        syntax.flag("-h", human_, "with -l show sizes as 1.5K or 12M");
-        syntax.flag("-R", recursive_, "show what is in folders below, too");
-        syntax.flag("-t", byTime_, "the newest first");
-        syntax.flag("-S", bySize_, "the largest first");
-        syntax.flag("-r", reversed_, "in the reverse order");
-        syntax.flag("-1", onePerLine_, "one entry a line, as always");
+        syntax.flag("-l", long_, "also print type, writable flag, size and time (UTC)");
+        syntax.flag("-h", human_, "with -l, print sizes such as 1.5K or 12M");
+        syntax.flag("-R", recursive_, "list subfolders recursively");
+        syntax.flag("-t", byTime_, "sort by time, newest first");
+        syntax.flag("-S", bySize_, "sort by size, largest first");
+        syntax.flag("-r", reversed_, "reverse the order");
+        syntax.flag("-1", onePerLine_, "list one entry per line (always so)");
         syntax.operands(0, CommandSyntax::any);
     }
 
     void run(Session& session, const Words& operands) override {
         if (byTime_ && bySize_) {
-            throw UsageError("-t and -S are two orders; give one");
+            throw UsageError("-t and -S cannot be combined");
         }
         const Words words = operands.empty() ? Words{"."} : operands;
         std::vector<Row> files;

@@ -8,7 +8,7 @@ namespace {
 class MkdirCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-p", parents_, "make missing folders above, too; one that is there is no failure");
+        syntax.flag("-p", parents_, "create missing parents; accept existing folders");
         syntax.operands(1, CommandSyntax::any);
     }
 

@@ -15,8 +15,8 @@ using Step = TreeWalk::Step;
 class RmCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.flag("-r", recursive_, "remove folders and all they hold, too");
-        syntax.flag("-f", force_, "a missing PATH is no failure, read-only files are removed, too");
+        syntax.flag("-r", recursive_, "remove folders and their content");
+        syntax.flag("-f", force_, "ignore a missing PATH; remove read-only files");
         syntax.operands(1, CommandSyntax::any);
     }
 

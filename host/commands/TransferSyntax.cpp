@@ -6,12 +6,13 @@
 namespace storage::host {
 
 void TransferSyntax::declare(CommandSyntax& syntax) {
-    syntax.repeatedOption("--include", "PATTERN", includes_,
-                          "only what matches, and what folders that match hold; may be repeated");
+    syntax.repeatedOption(
+        "--include", "PATTERN", includes_,
+        "transfer only matching entries and the content of matching folders; may be repeated");
     syntax.repeatedOption("--exclude", "PATTERN", excludes_,
-                          "without what matches, and what folders that match hold; may be repeated");
-    syntax.flag("--update", isUpdate_, "without files that are there with the same size and time");
-    syntax.flag("--dry-run", isDryRun_, "only print what would be done");
+                          "skip matching entries and the content of matching folders; may be repeated");
+    syntax.flag("--update", isUpdate_, "skip files that exist with the same size and time");
+    syntax.flag("--dry-run", isDryRun_, "change nothing, only print what would be done");
     syntax.flag("-q", isQuiet_, "print failures only");
 }
 

@@ -16,7 +16,7 @@ using Step = TreeWalk::Step;
 class TreeCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.option("-L", "DEPTH", depthText_, "draw this many levels only, but count all");
+        syntax.option("-L", "DEPTH", depthText_, "print only DEPTH levels, but count all");
         syntax.operands(0, 1);
     }
 

@@ -38,7 +38,8 @@ unsigned long long parseSize(const std::string& text) {
 class TruncateCommand final : public Command {
 public:
     void declare(CommandSyntax& syntax) override {
-        syntax.option("-s", "SIZE", sizeText_, "bytes, or with K, M, G or T behind it, units of 1024");
+        syntax.option("-s", "SIZE", sizeText_,
+                      "size in bytes; the suffixes K, M, G and T are powers of 1024");
         syntax.operands(1, CommandSyntax::any);
     }
 
