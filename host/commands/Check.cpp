@@ -46,7 +46,7 @@ private:
             }
         }
         if (!hasImports) {
-            throw CommandError("", "nothing was imported that could be checked");
+            throw CommandError("", "nothing to compare: the session has imported nothing");
         }
         return totals;
     }

@@ -35,7 +35,7 @@ public:
 private:
     void requireSource(const Session& session, const StoragePath& source) const {
         if (requireEntry(session.provider(source), source) == EntryExistence::Folder && !recursive_) {
-            throw CommandError(source.printed(), "is a folder, which only cp -r copies");
+            throw CommandError(source.printed(), "is a folder; use cp -r");
         }
     }
 

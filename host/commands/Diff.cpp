@@ -49,7 +49,7 @@ private:
                 const StoragePath& shorter = leftBlock.size() < rightBlock.size() ? left : right;
                 const StoragePath& longer = leftBlock.size() < rightBlock.size() ? right : left;
                 throw CommandError(shorter.printed(),
-                                   fmt::format("ends after byte {}, {} goes on", offset, longer.printed()));
+                                   fmt::format("ends after byte {}, {} is longer", offset, longer.printed()));
             }
             if (common == 0) {
                 return;

@@ -82,7 +82,8 @@ private:
         const std::string place = diskOperand(operands.back());
         const bool isToOutput = place == "-";
         if (isToOutput && !transfer_.isDryRun() && ::isatty(STDOUT_FILENO) == 1) {
-            throw CommandError("-", "an archive is nothing for a terminal; redirect the standard output");
+            throw CommandError("-",
+                               "refusing to write an archive to a terminal; redirect the standard output");
         }
         std::optional<ArchiveFile> file;
         if (!isToOutput && !transfer_.isDryRun()) {
@@ -110,8 +111,8 @@ private:
                 });
             }
             if (console.failuresOfCommand() > 0) {
-                console.notice(place, isToOutput ? "the archive is not complete, and has no end"
-                                                 : "not made, as it would not be complete");
+                console.notice(place, isToOutput ? "the archive is incomplete"
+                                                 : "not created, because it would be incomplete");
                 return;
             }
             if (!transfer_.isDryRun()) {
@@ -142,7 +143,7 @@ private:
                     const std::string& place, std::set<std::string>& names) {
         const std::string name = source.isRoot() ? "" : toDiskName(source.name(), source);
         if (!names.insert(name).second) {
-            throw CommandError(source.printed(), "another source of this name went there already");
+            throw CommandError(source.printed(), "another source has the same name");
         }
         exporter.run(source, archive, name.empty() ? place : archive.placeIn(place, name), name);
     }

@@ -46,7 +46,7 @@ private:
     void searchBelow(Session& session, const RegularExpression& pattern, const std::string& word,
                      const StoragePath& top) const {
         if (requireEntry(session.provider(top), top) == EntryExistence::Folder && !recursive_) {
-            throw CommandError(top.printed(), "is a folder, which only grep -r searches");
+            throw CommandError(top.printed(), "is a folder; use grep -r");
         }
         for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
             session.interruption().check();

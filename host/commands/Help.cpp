@@ -35,7 +35,7 @@ private:
     static std::string explain(const std::string& name) {
         const CommandInfo* const info = findCommand(commandTable(), name);
         if (info == nullptr) {
-            throw UsageError("there is no command '" + name + "'");
+            throw UsageError("unknown command '" + name + "'");
         }
         const auto command = info->make();
         CommandSyntax syntax(info->name, info->synopsis, info->summary);

@@ -99,7 +99,7 @@ private:
         if (!kept.empty()) {
             const bool isOne = totals.symbolicLinks + totals.specialFiles == 1;
             console.notice("", kept + (isOne ? " is" : " are") +
-                                   " kept for exports, the storage cannot hold " + (isOne ? "it" : "them"));
+                                   " kept for exports; the storage cannot hold " + (isOne ? "it" : "them"));
         }
     }
 

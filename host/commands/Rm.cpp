@@ -33,7 +33,7 @@ private:
         }
         const bool isFolder = requireEntry(session.provider(path), path) == EntryExistence::Folder;
         if (isFolder && !recursive_) {
-            throw CommandError(path.printed(), "is a folder");
+            throw CommandError(path.printed(), "is a folder; use rm -r");
         }
         refuseRemovingCurrentFolder(session, path);
         // Entry by entry, because a provider that removes a whole tree cannot be interrupted.

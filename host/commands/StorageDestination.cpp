@@ -25,7 +25,7 @@ StorageDestination::StorageDestination(const Session& session, const StoragePath
 StoragePath StorageDestination::of(std::u16string_view name) {
     StoragePath target = isFolder_ && !name.empty() ? path_.child(name) : path_;
     if (!taken_.insert(target.text()).second) {
-        throw CommandError(target.printed(), "another source of this name went there already");
+        throw CommandError(target.printed(), "another source has the same name");
     }
     return target;
 }

@@ -74,7 +74,7 @@ void StorageMove::copy(const StoragePath& source, const StoragePath& target) {
     StorageCopier(session_, target, progress_).run(source, target, RootAttributes::FromSource);
     if (session_.console().failuresOfCommand() > failures) {
         throw CommandError(source.printed(),
-                           "is kept, because not all of it could be copied to " + target.printed());
+                           "not removed, because not all of it could be copied to " + target.printed());
     }
 }
 
@@ -82,7 +82,8 @@ void StorageMove::verify(const StoragePath& source, const StoragePath& target) {
     try {
         CopyVerifier(session_, progress_).run(source, target);
     } catch (const CommandError& error) {
-        throw CommandError(error.path(), std::string(error.what()) + "; " + source.printed() + " is kept");
+        throw CommandError(error.path(),
+                           std::string(error.what()) + "; " + source.printed() + " is not removed");
     }
 }
 

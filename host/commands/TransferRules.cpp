@@ -14,10 +14,11 @@ void refuseImpossibleTransfer(const Session& session, const StoragePath& source,
         throw CommandError(source.printed(), "source and destination are the same");
     }
     if (source.contains(target) && existence(session.provider(source), source) == EntryExistence::Folder) {
-        throw CommandError(source.printed(), "a folder cannot go below itself, to " + target.printed());
+        throw CommandError(source.printed(),
+                           "a folder cannot be moved or copied into itself, " + target.printed());
     }
     if (const auto reason = whyNoFolderHolds(session.provider(target), target)) {
-        throw CommandError(source.printed(), "cannot go to " + target.printed() + ": " + *reason);
+        throw CommandError(source.printed(), "cannot create " + target.printed() + ": " + *reason);
     }
     refuseReadOnlyFolder(session, target.parent());
 }
@@ -27,7 +28,7 @@ void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path
         throw CommandError(path.printed(), "the root folder cannot be removed");
     }
     if (path.contains(session.currentFolder())) {
-        throw CommandError(path.printed(), "the session stands in this folder; leave it first, with cd");
+        throw CommandError(path.printed(), "is or contains the current folder; leave it with cd");
     }
 }
 

@@ -45,7 +45,7 @@ public:
 
     void run(Session& session, const Words& operands) override {
         if (!sizeText_) {
-            throw UsageError("-s SIZE is missing");
+            throw UsageError("missing -s SIZE");
         }
         const unsigned long long size = parseSize(*sizeText_);
         for (const std::string& word : operands) {

@@ -27,7 +27,7 @@ const Function* hostOperations() {
     const auto* const table =
         static_cast<const Function*>(::dlsym(RTLD_DEFAULT, "_ZTVN10foundation7storage8provider9IProviderE"));
     if (table == nullptr) {
-        throw std::runtime_error("the host's own operations cannot be found");
+        throw std::runtime_error("cannot find the vtable of the host's IProvider");
     }
     return table + beforeFunctions + firstOperationSlot;
 }

@@ -39,7 +39,7 @@ void describeProvider(const PluginLibrary& library, PluginDescription& descripti
         description.whyNoProvider = error.what();
     } catch (...) {
         description.whyNoProvider =
-            "the provider cannot say which features it has: " + Failure::ofCurrentException("").reason;
+            "the provider cannot be queried: " + Failure::ofCurrentException("").reason;
     }
 }
 

@@ -30,15 +30,14 @@ void appendPlain(Word& word, std::string_view text) {
 const char* answerTo(char character) {
     switch (character) {
     case '|':
-        return "pipes are outside of a line: qzstorage -c 'cat /f' | COMMAND, or export /f and use the file";
+        return "pipes are not supported; use qzstorage -c 'cat /f' | COMMAND, or export /f";
     case '>':
-        return "redirections are outside of a line: qzstorage -c 'cat /f' > FILE, or write TEXT by 'write /f "
-               "TEXT'";
+        return "redirections are not supported; use qzstorage -c 'cat /f' > FILE, or 'write /f TEXT'";
     case '<':
-        return "redirections are outside of a line: qzstorage -c 'write /f -' < FILE";
+        return "redirections are not supported; use qzstorage -c 'write /f -' < FILE";
     case '&':
     case ';':
-        return "a line is one command; give the next one a line, or a -c, of its own";
+        return "a line is one command; put the next one on its own line or in another -c";
     default:
         return nullptr;
     }
@@ -110,14 +109,14 @@ void CommandLineLexer::readDoubleQuoted(Word& word) {
 void CommandLineLexer::readPlain(Word& word) {
     const char character = line_[position_];
     if (const char* const answer = answerTo(character)) {
-        throw UsageError(fmt::format("'{}': {} (as part of a name or text, quote it)", character, answer));
+        throw UsageError(fmt::format("'{}': {} (in a name or text, quote it)", character, answer));
     }
     appendPlain(word, line_.substr(position_++, 1));
 }
 
 void CommandLineLexer::readEscaped(Word& word) {
     if (position_ + 1 == line_.size()) {
-        throw UsageError("a backslash stands at the end of the line");
+        throw UsageError("trailing backslash");
     }
     appendQuoted(word, line_.substr(position_ + 1, 1));
     position_ += 2;

@@ -143,7 +143,7 @@ std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::st
         throw UsageError(fmt::format("missing operand, usage: {} {}", name_, synopsis_));
     }
     if (operands.size() > most_) {
-        throw UsageError(fmt::format("one operand too many: '{}'", operands[most_]));
+        throw UsageError(fmt::format("extra operand '{}'", operands[most_]));
     }
     return operands;
 }
@@ -169,7 +169,7 @@ void CommandSyntax::refuseMissingValue(const CLI::ArgumentMismatch& error) const
     const std::string text = error.what();
     for (const Option& option : options_) {
         if (text.starts_with(option.parsed->get_name() + ':')) {
-            throw UsageError(fmt::format("{} needs a value, {}", option.name, option.value));
+            throw UsageError(fmt::format("{} requires a value, {}", option.name, option.value));
         }
     }
     throw UsageError(text);

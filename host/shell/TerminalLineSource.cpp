@@ -27,7 +27,7 @@ TerminalLineSource::TerminalLineSource(std::span<const CommandInfo> commands, co
     std::setlocale(LC_CTYPE, "C.UTF-8"); // command lines are UTF-8 in every locale
     editor_.reset(::el_init("qzstorage", stdin, stdout, stderr));
     if (!history_ || !editor_) {
-        throw CommandError("terminal", "line editing is not possible");
+        throw CommandError("terminal", "cannot initialize line editing");
     }
     HistEvent event{};
     ::history(history_.get(), &event, H_SETSIZE, static_cast<int>(HistoryFile::kept));

@@ -24,7 +24,7 @@ DiskDestination::DiskDestination(const std::string& operand, std::size_t sources
 std::string DiskDestination::of(const std::string& name) {
     std::string target = isFolder_ && !name.empty() ? diskChild(path_, name) : path_;
     if (!taken_.insert(target).second) {
-        throw CommandError(target, "another source of this name went there already");
+        throw CommandError(target, "another source has the same name");
     }
     return target;
 }

@@ -458,7 +458,7 @@ TEST_F(BadDiskTest, LinksAndSpecialFilesBelowTheTopAreKeptForExportsAndSocketsSk
     EXPECT_EQ(run("import " + disk_ / "src" + " /n"), ExitStatus::Success);
     EXPECT_EQ(errors(), line("import: " + disk_ / "src/sock" + ": skipped, a socket") +
                             line("import: 5 symbolic links and " + special +
-                                 " are kept for exports, the storage cannot hold them"));
+                                 " are kept for exports; the storage cannot hold them"));
     const std::string counts = "2 folders, 1 file, 1 byte, 5 symbolic links, " + special;
     EXPECT_EQ(output(), "imported " + counts + ", skipped 1\n");
     EXPECT_EQ(succeed("find /n"), "/n\n/n/f\n/n/s\n");
@@ -569,7 +569,7 @@ TEST_F(BadDiskTest, ATreeThatChangesUnderAnImportIsTakenAsItIsMet) {
     EXPECT_EQ(
         fail("import " + disk_ / "src" + " /n"),
         line("import: " + disk_ / "src/b" + ": No such file or directory") +
-            line("import: 1 symbolic link and 1 special file are kept for exports, the storage cannot hold "
+            line("import: 1 symbolic link and 1 special file are kept for exports; the storage cannot hold "
                  "them"));
     EXPECT_EQ(succeed("find /n"), "/n\n/n/a\n/n/c\n/n/d\n/n/d/f\n");
     EXPECT_EQ(succeed("cat /n/c"), "a file now");
@@ -1012,7 +1012,7 @@ TEST_F(BadDiskTest, AnUnbalancedQuoteIsNamedByItsLineAndChangesNothing) {
              {"write /f \"x", "a double quote is not closed"},
              {"write /f \"x\\\"", "a double quote is not closed"},
              {"write /f it's", "a single quote is not closed"},
-             {"write /f x\\", "a backslash stands at the end of the line"},
+             {"write /f x\\", "trailing backslash"},
              {"'" + std::string(mebibyte, 'x'), "a single quote is not closed"}}) {
         const ProgramRun stopping({"shell"}, "touch /ok\n" + text + "\nls\n");
         EXPECT_EQ(stopping.errors(), line("line 2: " + reason));
@@ -1046,7 +1046,7 @@ TEST_F(BadDiskTest, AComplaintAboutAMebibyteIsShort) {
              {"ls /" + text, "ls: " + shortened + ": no such file or folder"},
              {"ls " + deep, "ls: " + shortened + ": no such file or folder"},
              {"touch " + deep, "touch: " + shortened + ": folder /y does not exist"},
-             {"cd a b" + text, "cd: one operand too many: 'b?" + shortened + "'"},
+             {"cd a b" + text, "cd: extra operand 'b?" + shortened + "'"},
              {"ls -" + text, "ls: " + std::string("unknown option '-") + shortened + "'"},
              {"import /" + text + " /x", "import: " + shortened + ": File name too long"},
              {"write /f/" + text + "\nwrite /f x\nls /f/" + text, ".*"}}) {

@@ -252,7 +252,7 @@ TEST_F(ArchiveTest, AnArchiveThatWouldNotBeCompleteIsNotMade) {
     provider_->beforeRead = [] { throw std::runtime_error("unreadable"); };
     EXPECT_EQ(run("export /src " + disk_ / "out.tar"), ExitStatus::Failure);
     EXPECT_THAT(errors(), EndsWith("qzstorage: export: " + disk_ / "out.tar" +
-                                   ": not made, as it would not be complete\n"));
+                                   ": not created, because it would be incomplete\n"));
     EXPECT_EQ(readFile(disk_ / "out.tar"), "old");
     EXPECT_EQ(namesIn(disk_.path()), "out.tar src");
     provider_->beforeRead = [] { std::raise(SIGINT); };
@@ -337,7 +337,7 @@ TEST_F(ArchiveTest, TheStandardInputAndOutputAreArchives) {
     succeed("export /src " + disk_ / "out.zip");
     const ProgramRun zip({"-c", "import - /p"}, readFile(disk_ / "out.zip"));
     EXPECT_EQ(zip.output(), "imported 4 folders, 4 files, 700022 bytes, 1 symbolic link\n");
-    EXPECT_THAT(fail("import - /p"), HasSubstr("-: the standard input has the lines of this session"));
+    EXPECT_THAT(fail("import - /p"), HasSubstr("-: the standard input provides the command lines"));
 }
 
 TEST_F(ArchiveTest, OtherProgramsReadWhatIsExported) {

@@ -388,7 +388,7 @@ TEST_F(CheckTest, NeedsBothPathsOrNone) {
 class CheckWithoutImportTest : public SessionTest {};
 
 TEST_F(CheckWithoutImportTest, ProvesNothingAndSaysSo) {
-    EXPECT_EQ(fail("check"), "qzstorage: check: nothing was imported that could be checked\n");
+    EXPECT_EQ(fail("check"), "qzstorage: check: nothing to compare: the session has imported nothing\n");
     EXPECT_EQ(output(), "");
 }
 

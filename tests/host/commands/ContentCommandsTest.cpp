@@ -113,7 +113,7 @@ TEST_F(ContentCommandsTest, GrepSearchesFolders) {
     succeed("cd /d");
     EXPECT_EQ(succeed("grep -rn two"), "./e/b:1:one two\n");
     EXPECT_EQ(succeed("grep one a e/b"), "a:one\ne/b:one two\n");
-    EXPECT_EQ(fail("grep one /d"), "qzstorage: grep: /d: is a folder, which only grep -r searches\n");
+    EXPECT_EQ(fail("grep one /d"), "qzstorage: grep: /d: is a folder; use grep -r\n");
     EXPECT_EQ(run("grep one"), ExitStatus::Usage);
     EXPECT_EQ(run("grep '(' a"), ExitStatus::Usage);
     EXPECT_THAT(errors(), HasSubstr("grep: '(' is not a regular expression: "));
@@ -143,8 +143,8 @@ TEST_F(ContentCommandsTest, DiffSaysWhereFilesDiffer) {
     succeed("cp /a /d");
     EXPECT_EQ(succeed("diff /a /d"), "");
     EXPECT_EQ(fail("diff /a /b"), "qzstorage: diff: /a: differs from /b at byte 300003, line 300001\n");
-    EXPECT_EQ(fail("diff /a /c"), "qzstorage: diff: /c: ends after byte 300000, /a goes on\n");
-    EXPECT_EQ(fail("diff /c /a"), "qzstorage: diff: /c: ends after byte 300000, /a goes on\n");
+    EXPECT_EQ(fail("diff /a /c"), "qzstorage: diff: /c: ends after byte 300000, /a is longer\n");
+    EXPECT_EQ(fail("diff /c /a"), "qzstorage: diff: /c: ends after byte 300000, /a is longer\n");
     EXPECT_EQ(fail("diff /a /x"), "qzstorage: diff: /x: no such file or folder\n");
     EXPECT_EQ(fail("diff / /a"), "qzstorage: diff: /: is a folder\n");
 }

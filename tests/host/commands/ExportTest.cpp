@@ -156,7 +156,7 @@ TEST_F(ExportKeptTest, SymbolicLinksComeBackAndAreReplaced) {
     ASSERT_EQ(::utimensat(AT_FDCWD, (disk_ / "src/link").c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
     importSource();
     EXPECT_EQ(errors(),
-              "qzstorage: import: 2 symbolic links are kept for exports, the storage cannot hold them\n");
+              "qzstorage: import: 2 symbolic links are kept for exports; the storage cannot hold them\n");
     EXPECT_EQ(succeed("export /src " + disk_ / "out"),
               "exported 1 folder, 1 file, 1 byte, 2 symbolic links\n");
     EXPECT_EQ(fs::read_symlink(disk_ / "out/link"), "f");

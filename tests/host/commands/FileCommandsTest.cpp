@@ -69,7 +69,7 @@ TEST_F(FileCommandsTest, RmRemovesFilesAndGoesOnAfterFailures) {
     succeed("touch /f /g");
     succeed("mkdir /a");
     EXPECT_EQ(fail("rm /f /x /a /g"), "qzstorage: rm: /x: no such file or folder\n"
-                                      "qzstorage: rm: /a: is a folder\n");
+                                      "qzstorage: rm: /a: is a folder; use rm -r\n");
     EXPECT_EQ(succeed("ls"), "a\n");
 }
 
@@ -191,7 +191,7 @@ TEST_F(FileCommandsTest, TruncateRefusesOddSizesAndFolders) {
         EXPECT_EQ(run("truncate -s '" + size + "' /f"), ExitStatus::Usage) << size;
     }
     EXPECT_EQ(run("truncate /f"), ExitStatus::Usage);
-    EXPECT_EQ(errors(), "qzstorage: truncate: -s SIZE is missing\n");
+    EXPECT_EQ(errors(), "qzstorage: truncate: missing -s SIZE\n");
     EXPECT_EQ(fail("truncate -s 1 /"), "qzstorage: truncate: /: is a folder\n");
     EXPECT_EQ(succeed("ls"), "");
 }
@@ -203,7 +203,7 @@ TEST_F(FileCommandsTest, TheFolderThatTheSessionStandsInIsNotRemoved) {
         for (const std::string command : {"rm -r", "rmdir"}) {
             EXPECT_EQ(fail(command + " " + word),
                       "qzstorage: " + command.substr(0, command.find(' ')) + ": " + path +
-                          ": the session stands in this folder; leave it first, with cd\n");
+                          ": is or contains the current folder; leave it with cd\n");
         }
     }
     succeed("rm -r c");
@@ -241,7 +241,7 @@ TEST_F(StandardInputTest, WriteAndAppendTakeItAsItIs) {
 
 TEST_F(StandardInputTest, IsNotThereWhenTheLinesComeFromIt) {
     EXPECT_EQ(fail("write /f -"),
-              "qzstorage: write: -: the standard input has the lines of this session; use "
+              "qzstorage: write: -: the standard input provides the command lines of this session; use "
               "'qzstorage -c LINE' or a script\n");
     EXPECT_EQ(succeed("ls /"), "");
 }

@@ -149,7 +149,7 @@ TEST_F(ListingCommandsTest, FindReportsWhatItCannotDo) {
 
 TEST_F(ListingCommandsTest, FindRefusesOptionsThatItCannotFollow) {
     EXPECT_EQ(run("find / -name"), ExitStatus::Usage);
-    EXPECT_EQ(errors(), "qzstorage: find: -name needs a value, PATTERN\n");
+    EXPECT_EQ(errors(), "qzstorage: find: -name requires a value, PATTERN\n");
     EXPECT_EQ(run("find -name '*.h' -name '*.cpp'"), ExitStatus::Usage);
     EXPECT_EQ(errors(), "qzstorage: find: -name is given more than once\n");
     EXPECT_EQ(run("find -type f -type d"), ExitStatus::Usage);

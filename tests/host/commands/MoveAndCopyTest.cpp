@@ -40,8 +40,7 @@ TEST_F(MoveAndCopyTest, TwoSourcesOfOneNameDoNotReplaceEachOther) {
     succeed("write /e/f other");
     for (const std::string command : {"cp", "mv -f"}) {
         EXPECT_EQ(fail(command + " /a/f /e/f /d"),
-                  "qzstorage: " + command.substr(0, 2) +
-                      ": /d/f: another source of this name went there already\n");
+                  "qzstorage: " + command.substr(0, 2) + ": /d/f: another source has the same name\n");
         EXPECT_EQ(succeed("cat /d/f /e/f"), "one\nother\n");
     }
 }
@@ -88,7 +87,7 @@ TEST_F(MoveAndCopyTest, AnEntryNeverGoesOntoItself) {
 TEST_F(MoveAndCopyTest, AFolderNeverGoesBelowItself) {
     for (const std::string command : {"mv", "cp -r"}) {
         const std::string name = command.substr(0, 2);
-        const std::string reason = ": a folder cannot go below itself, to ";
+        const std::string reason = ": a folder cannot be moved or copied into itself, ";
         EXPECT_EQ(fail(command + " /a /a"), "qzstorage: " + name + ": /a" + reason + "/a/a\n");
         EXPECT_EQ(fail(command + " /a /a/s"), "qzstorage: " + name + ": /a" + reason + "/a/s/a\n");
         EXPECT_EQ(fail(command + " /a /a/new"), "qzstorage: " + name + ": /a" + reason + "/a/new\n");
@@ -107,9 +106,9 @@ TEST_F(MoveAndCopyTest, AMissingPlaceIsNamedItself) {
     for (const std::string command : {"mv", "cp"}) {
         EXPECT_EQ(fail(command + " /x /d"), "qzstorage: " + command + ": /x: no such file or folder\n");
         EXPECT_EQ(fail(command + " /h /x/y"),
-                  "qzstorage: " + command + ": /h: cannot go to /x/y: folder /x does not exist\n");
+                  "qzstorage: " + command + ": /h: cannot create /x/y: folder /x does not exist\n");
         EXPECT_EQ(fail(command + " /h /a/f/y"),
-                  "qzstorage: " + command + ": /h: cannot go to /a/f/y: /a/f is not a folder\n");
+                  "qzstorage: " + command + ": /h: cannot create /a/f/y: /a/f is not a folder\n");
     }
 }
 
@@ -151,7 +150,7 @@ TEST_F(MoveAndCopyTest, CpReplacesAnExistingFile) {
 }
 
 TEST_F(MoveAndCopyTest, CpTakesFoldersOnlyWhenAsked) {
-    EXPECT_EQ(fail("cp /a /b"), "qzstorage: cp: /a: is a folder, which only cp -r copies\n");
+    EXPECT_EQ(fail("cp /a /b"), "qzstorage: cp: /a: is a folder; use cp -r\n");
     succeed("cp -r /a /b");
     succeed("cp -r /a /h /d");
     EXPECT_EQ(succeed("find /b /d"), "/b\n/b/f\n/b/s\n/b/s/g\n/d\n/d/a\n/d/a/f\n/d/a/s\n/d/a/s/g\n/d/h\n");

@@ -106,10 +106,10 @@ TEST_F(StorageCopyTest, WhatTheSessionKeepsGoesAlong) {
 }
 
 TEST_F(StorageCopyTest, CpFollowsTheRulesOfCp) {
-    EXPECT_EQ(fail("cp /a disk:/e"), "qzstorage: cp: mem:/a: is a folder, which only cp -r copies\n");
+    EXPECT_EQ(fail("cp /a disk:/e"), "qzstorage: cp: mem:/a: is a folder; use cp -r\n");
     EXPECT_EQ(fail("cp /x disk:/e"), "qzstorage: cp: mem:/x: no such file or folder\n");
     EXPECT_EQ(fail("cp /a/f disk:/x/y"),
-              "qzstorage: cp: mem:/a/f: cannot go to disk:/x/y: folder disk:/x does not exist\n");
+              "qzstorage: cp: mem:/a/f: cannot create disk:/x/y: folder disk:/x does not exist\n");
     succeed("write disk:/d/f old");
     succeed("cp /a/f disk:/d");
     EXPECT_EQ(succeed("cat disk:/d/f"), "one\n");
@@ -168,8 +168,9 @@ TEST_F(StorageCopyTest, MvTakesTheSessionAlong) {
 TEST_F(StorageCopyTest, MvRemovesNothingWhenACopyFails) {
     failAt("openStream", u"/a/s/g");
     EXPECT_EQ(run("mv /a disk:/"), ExitStatus::Failure);
-    EXPECT_EQ(errors(), "qzstorage: mv: disk:/a/s/g: No space left on device\n"
-                        "qzstorage: mv: mem:/a: is kept, because not all of it could be copied to disk:/a\n");
+    EXPECT_EQ(errors(),
+              "qzstorage: mv: disk:/a/s/g: No space left on device\n"
+              "qzstorage: mv: mem:/a: not removed, because not all of it could be copied to disk:/a\n");
     EXPECT_EQ(all("mem"), source);
 }
 
@@ -180,7 +181,7 @@ TEST_F(StorageCopyTest, MvRemovesNothingWhenTheCopyDiffers) {
         }
     };
     EXPECT_EQ(fail("mv /a disk:/"),
-              "qzstorage: mv: disk:/a/f: differs from mem:/a/f at byte 3; mem:/a is kept\n");
+              "qzstorage: mv: disk:/a/f: differs from mem:/a/f at byte 3; mem:/a is not removed\n");
     EXPECT_EQ(all("mem"), source);
 }
 
@@ -191,7 +192,7 @@ TEST_F(StorageCopyTest, MvRemovesNothingWhenANameIsMissing) {
         }
     };
     EXPECT_EQ(fail("mv /a disk:/"),
-              "qzstorage: mv: disk:/a/f: is missing, or has another name; mem:/a is kept\n");
+              "qzstorage: mv: disk:/a/f: is missing, or has another name; mem:/a is not removed\n");
     EXPECT_EQ(all("mem"), source);
 }
 

@@ -78,7 +78,7 @@ TEST_F(StoragesTest, CdChangesTheCurrentStorage) {
     EXPECT_EQ(succeed("pwd"), "mem:/a\n");
     EXPECT_EQ(fail("cd disk:/x"), "qzstorage: cd: disk:/x: no such file or folder\n");
     EXPECT_EQ(fail("rm -r /a"),
-              "qzstorage: rm: mem:/a: the session stands in this folder; leave it first, with cd\n");
+              "qzstorage: rm: mem:/a: is or contains the current folder; leave it with cd\n");
     succeed("mkdir disk:/a");
     succeed("rm -r disk:/a");
 }

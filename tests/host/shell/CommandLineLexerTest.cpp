@@ -86,7 +86,7 @@ TEST(CommandLineLexerTest, OperatorsOfAShellAreAnsweredWithWhatToDoInstead) {
     using testing::ThrowsMessage;
     EXPECT_THAT(answer("cat /f | wc"),
                 ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'cat /f' | COMMAND")));
-    EXPECT_THAT(answer("cat /f|wc"), ThrowsMessage<UsageError>(HasSubstr("'|': pipes are outside")));
+    EXPECT_THAT(answer("cat /f|wc"), ThrowsMessage<UsageError>(HasSubstr("'|': pipes are not supported")));
     EXPECT_THAT(answer("cat /f >g"), ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'cat /f' > FILE")));
     EXPECT_THAT(answer("write /f < g"),
                 ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'write /f -' < FILE")));

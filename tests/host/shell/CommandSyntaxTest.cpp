@@ -96,13 +96,13 @@ TEST_F(CommandSyntaxTest, RefusesUnknownOptions) {
 TEST_F(CommandSyntaxTest, RefusesTooFewAndTooManyOperands) {
     syntax_.operands(2, 2);
     EXPECT_EQ(usageError({"a"}), "missing operand, usage: ls [-l] [PATH...]");
-    EXPECT_EQ(usageError({"a", "b", "c"}), "one operand too many: 'c'");
+    EXPECT_EQ(usageError({"a", "b", "c"}), "extra operand 'c'");
 }
 
 TEST_F(CommandSyntaxTest, RefusesAnOptionWithoutItsValue) {
-    EXPECT_EQ(usageError({"-L"}), "-L needs a value, DEPTH");
-    EXPECT_EQ(usageError({"-lL"}), "-L needs a value, DEPTH");
-    EXPECT_EQ(usageError({"a", "-name"}), "-name needs a value, PATTERN");
+    EXPECT_EQ(usageError({"-L"}), "-L requires a value, DEPTH");
+    EXPECT_EQ(usageError({"-lL"}), "-L requires a value, DEPTH");
+    EXPECT_EQ(usageError({"a", "-name"}), "-name requires a value, PATTERN");
 }
 
 using Kinds = std::vector<WordKind>;
