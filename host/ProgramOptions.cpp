@@ -16,28 +16,27 @@ namespace storage::host {
 namespace {
 
 constexpr const char* description =
-    R"(A shell for storage-provider plug-ins: lists, reads, writes, moves, imports, exports
-and checks the files of a storage, or mounts it as a folder for every program; and tells
-whether a plug-in keeps the rules that hosts rely on. By default the plug-in is the in-memory
-one, whose content lasts as long as the session or the mount.)";
+    R"(Use, mount and validate storage-provider plug-ins. The shell lists, reads, writes, copies,
+moves, imports, exports and compares files of a storage. The default plug-in is the in-memory
+one, whose content is lost when the session or the mount ends.)";
 
 constexpr const char* examples = R"(Examples:
-  qzstorage shell                     work at a prompt; 'help' lists the commands
-  qzstorage run job.qz                run a script, stopping at the first failure
-  qzstorage run --keep-going job.qz   run all of it
-  qzstorage -c 'import project /p' -c 'cat /p/notes' | less   run lines; pipes are outside
+  qzstorage shell                     run commands at a prompt; 'help' lists them
+  qzstorage run job.qz                run a script, stop at the first failure
+  qzstorage run --keep-going job.qz   run a script to its end
+  qzstorage -c 'import project /p' -c 'cat /p/notes' | less   run lines in a pipeline
   printf '%s\n' 'import /usr/include /include' "find /include -name '*.hpp'" check | qzstorage shell
   qzstorage --plugin ./libmyprovider.so shell
-  qzstorage --plugin a=./liba.so --plugin b=./libb.so -c 'cp -r a:/x b:/y'   between two storages
-  qzstorage mount --background ~/fast  mount it at a folder
-  mount -t fuse.qzstorage -o size=1g fast /mnt/fast  the same, limited, as in /etc/fstab
-  qzstorage unmount ~/fast            end the mount, and wait until its content is exported
-  qzstorage validate ./libmyprovider.so  does it keep the rules that hosts rely on?
-  qzstorage inspect ./libmyprovider.so   what is in it?
+  qzstorage --plugin a=./liba.so --plugin b=./libb.so -c 'cp -r a:/x b:/y'   copy between storages
+  qzstorage mount --background ~/fast  mount a storage at a folder
+  mount -t fuse.qzstorage -o size=1g fast /mnt/fast  the same by mount(8), with a size limit
+  qzstorage unmount ~/fast            end the mount and wait for its export
+  qzstorage validate ./libmyprovider.so  check a plug-in against the contract
+  qzstorage inspect ./libmyprovider.so   show exports, dependencies and features of a plug-in
 
-Exit status: 0 all went well, 1 a command failed, 2 wrong usage, 130 interrupted.)";
+Exit status: 0 success, 1 a command failed, 2 wrong usage, 130 interrupted.)";
 
-/// The plug-in that was built or installed with this program.
+/// Returns the path of the plug-in that was built or installed with this program.
 std::string defaultPlugin() {
     const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     const std::filesystem::path installed = (folder / QZSTORAGE_DEFAULT_PLUGIN).lexically_normal();
@@ -45,29 +44,29 @@ std::string defaultPlugin() {
     return !std::filesystem::exists(installed) && std::filesystem::exists(beside) ? beside : installed;
 }
 
-/// The options of `shell` and `run`, to be read by the library.
+/// The options of `shell`, `run` and `-c`, parsed by the command-line library.
 class LinesSyntax {
 public:
     explicit LinesSyntax(CLI::App& app)
         : run_(app.add_subcommand("run", "Run the lines of a script")),
-          shell_(app.add_subcommand("shell", "Run lines typed at a prompt, or from the standard input")) {
-        app.add_option("-c", lines_, "Run this line of the shell; may be repeated")
+          shell_(app.add_subcommand("shell", "Run lines typed at a prompt or read from the standard input")) {
+        app.add_option("-c", lines_, "Run a line; may be repeated")
             ->type_name("LINE")
             ->type_size(1)
             ->allow_extra_args(false)
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
         for (CLI::App* const command : {shell_, run_}) {
-            command->add_flag("--keep-going", keepGoing_, "Go on after a command that failed");
+            command->add_flag("--keep-going", keepGoing_, "Continue after a failed command");
         }
         run_->add_option("SCRIPT", script_, "The script's path")->required()->type_name("");
     }
 
     std::optional<std::string> script() const { return *run_ ? std::optional(script_) : std::nullopt; }
 
-    /// @throws UsageError when a command is given that runs no lines
+    /// @throws UsageError when -c is combined with a subcommand that runs no lines
     std::optional<std::string> lines(const CLI::App& app) const {
         if (!app.get_subcommands().empty() && !*shell_ && !lines_.empty()) {
-            throw UsageError("-c runs lines, so no command but shell stands beside it");
+            throw UsageError("-c cannot be combined with a subcommand other than shell");
         }
         std::string text;
         for (const std::string& line : lines_) {
@@ -97,11 +96,11 @@ bool hasEmptyPath(const std::vector<NamedPlugin>& plugins) {
                        [](const NamedPlugin& plugin) { return plugin.path.empty(); });
 }
 
-/// What to say when no command was recognised.
+/// Returns the message for a missing or unknown subcommand.
 std::string commandMissing(const CLI::App& app, const LinesSyntax& lines) {
     const std::vector<std::string> words = app.remaining();
     if (lines.lines(app)) {
-        return "-c takes one word, so quote the line: '" + words.front() + "' is not part of it";
+        return "-c takes one argument; quote the line to include '" + words.front() + "'";
     }
     std::string known;
     for (const CLI::App* const command : app.get_subcommands(nullptr)) {
@@ -122,9 +121,9 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     CLI::App app(description, "qzstorage");
     app.set_version_flag("--version", "qzstorage " QZSTORAGE_VERSION);
     app.require_subcommand(0, 1);
-    app.fallthrough(); // options of the program are understood behind a subcommand too
+    app.fallthrough(); // options of the program may also follow a subcommand
     app.add_option("--plugin", plugins,
-                   "The plug-in's shared library; for lines of the shell several with names, for NAME:/path")
+                   "Shared library of the plug-in; with shell, run and -c repeatable, for NAME:/path")
         ->type_name("[NAME=]PATH")
         ->type_size(1)
         ->allow_extra_args(false)
@@ -134,7 +133,7 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     const UnmountSyntax unmount(app);
     const ValidateSyntax validate(app);
     const InspectSyntax inspect(app);
-    app.footer(examples); // only now, as subcommands would take it over
+    app.footer(examples); // set last, because subcommands inherit it
 
     try {
         app.parse(argc, argv);

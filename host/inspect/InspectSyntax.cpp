@@ -12,14 +12,14 @@ constexpr const char* inspectExamples = R"(Examples:
   qzstorage inspect ./libmyprovider.so
   qzstorage inspect --json ./libmyprovider.so
 
-Exit status: 0 it is a plug-in, 1 it is none or cannot be loaded, 2 wrong usage.
+Exit status: 0 success, 1 not a plug-in or cannot be loaded, 2 wrong usage.
 )";
 
 } // namespace
 
 InspectSyntax::InspectSyntax(CLI::App& app)
-    : command_(app.add_subcommand("inspect", "Show what a plug-in is made of, and change nothing")) {
-    command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")->type_name("");
+    : command_(app.add_subcommand("inspect", "Show the exports, dependencies and features of a plug-in")) {
+    command_->add_option("PLUGIN", plugin_, "Shared library of the plug-in")->type_name("");
     command_->add_flag("--json", json_, "Print the result as JSON");
     command_->footer(inspectExamples);
 }

@@ -64,11 +64,11 @@ TEST(ProgramTest, ALineOfTheCommandLineIsOneWord) {
     const ProgramRun unquoted({"-c", "ls", "/x"});
     EXPECT_EQ(unquoted.status(), 2);
     EXPECT_EQ(unquoted.errors(),
-              "qzstorage: -c takes one word, so quote the line: '/x' is not part of it (try "
+              "qzstorage: -c takes one argument; quote the line to include '/x' (try "
               "'qzstorage --help')\n");
     const ProgramRun beside({"-c", "ls", "unmount", "/x"});
     EXPECT_EQ(beside.status(), 2);
-    EXPECT_THAT(beside.errors(), HasSubstr("no command but shell stands beside it"));
+    EXPECT_THAT(beside.errors(), HasSubstr("-c cannot be combined with a subcommand"));
     EXPECT_EQ(ProgramRun({"-c"}).status(), 2);
 }
 
