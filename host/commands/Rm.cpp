@@ -1,4 +1,5 @@
 #include "host/commands/CommandFactories.h"
+#include "host/commands/FileRemoval.h"
 #include "host/commands/TransferRules.h"
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
@@ -46,11 +47,7 @@ private:
     void visit(Session& session, TreeWalk& walk, const Step& step) const {
         switch (step.kind) {
         case Step::Kind::File:
-            if (force_) {
-                session.provider(step.path).doSetWritable(step.path.iri(), true);
-            }
-            session.provider(step.path).doRemoveFile(step.path.iri());
-            session.kept(step.path).removed(step.path);
+            removeFile(session, step.path);
             break;
         case Step::Kind::Folder:
             walk.descend();
@@ -60,6 +57,15 @@ private:
             session.kept(step.path).removed(step.path);
             break;
         }
+    }
+
+    void removeFile(Session& session, const StoragePath& file) const {
+        if (force_) {
+            removeFileEvenIfReadOnly(session, file);
+            return;
+        }
+        session.provider(file).doRemoveFile(file.iri());
+        session.kept(file).removed(file);
     }
 
     bool recursive_ = false;

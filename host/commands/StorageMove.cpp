@@ -1,5 +1,6 @@
 #include "host/commands/StorageMove.h"
 
+#include "host/commands/FileRemoval.h"
 #include "host/commands/TransferRules.h"
 #include "host/storage/EntryRules.h"
 #include "host/storage/TemporaryStorageFile.h"
@@ -93,7 +94,8 @@ void StorageMove::removeSource(const StoragePath& source) {
         session_.interruption().check();
         switch (step->kind) {
         case TreeWalk::Step::Kind::File:
-            removeFile(step->path);
+            // Also a read-only file: it can be moved.
+            removeFileEvenIfReadOnly(session_, step->path);
             break;
         case TreeWalk::Step::Kind::Folder:
             walk.descend();
@@ -104,24 +106,6 @@ void StorageMove::removeSource(const StoragePath& source) {
             break;
         }
     }
-}
-
-/// Removes read-only files too, because a read-only file can be moved.
-void StorageMove::removeFile(const StoragePath& file) {
-    const auto& provider = session_.provider(file);
-    const bool isWritable = provider.doGetFileAttributes(file.iri()).isWritable();
-    if (!isWritable) {
-        provider.doSetWritable(file.iri(), true);
-    }
-    try {
-        provider.doRemoveFile(file.iri());
-    } catch (...) {
-        if (!isWritable) {
-            provider.doSetWritable(file.iri(), false);
-        }
-        throw;
-    }
-    session_.kept(file).removed(file);
 }
 
 } // namespace storage::host

@@ -32,7 +32,6 @@ private:
     void copy(const StoragePath& source, const StoragePath& target);
     void verify(const StoragePath& source, const StoragePath& target);
     void removeSource(const StoragePath& source);
-    void removeFile(const StoragePath& file);
 
     Session& session_;
     ProgressMeter& progress_;

@@ -91,6 +91,14 @@ TEST_F(FileCommandsTest, RmKeepsReadOnlyFilesUnlessForced) {
     EXPECT_EQ(succeed("ls"), "");
 }
 
+TEST_F(FileCommandsTest, RmForcedKeepsAReadOnlyFileReadOnlyIfItsFolderIsReadOnlyToo) {
+    succeed("mkdir /a");
+    succeed("touch /a/g");
+    succeed("chmod -w /a/g /a");
+    EXPECT_EQ(fail("rm -f /a/g"), "qzstorage: rm: /a/g: folder /a is read-only\n");
+    EXPECT_THAT(succeed("stat /a/g"), HasSubstr("writable: no"));
+}
+
 TEST_F(FileCommandsTest, RmForcedDoesNotMindWhatIsMissing) {
     succeed("rm -f /nowhere /no/where");
 }

@@ -1,0 +1,22 @@
+#include "host/commands/FileRemoval.h"
+
+namespace storage::host {
+
+void removeFileEvenIfReadOnly(Session& session, const StoragePath& file) {
+    const auto& provider = session.provider(file);
+    const bool isWritable = provider.doGetFileAttributes(file.iri()).isWritable();
+    if (!isWritable) {
+        provider.doSetWritable(file.iri(), true);
+    }
+    try {
+        provider.doRemoveFile(file.iri());
+    } catch (...) {
+        if (!isWritable) {
+            provider.doSetWritable(file.iri(), false);
+        }
+        throw;
+    }
+    session.kept(file).removed(file);
+}
+
+} // namespace storage::host
