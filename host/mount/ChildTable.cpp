@@ -9,14 +9,14 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::size_t fewChildren = 8; ///< that are searched one by one
+constexpr std::size_t fewChildren = 8; ///< up to this number, children are found by linear search
 
-/// The inode of an alias may be destroyed already, when the whole tree is.
+/// Does not access the inode of an alias: when the tree is destroyed, that may be destroyed already.
 bool isFolder(const TreeEntry& child) noexcept {
     return !child.isAlias() && child.inode().isFolder();
 }
 
-/// Grows by a half: what is not used counts for each folder.
+/// Grows by half instead of doubling, because each folder pays for its slack.
 template <typename Vector>
 void makeRoomIn(Vector& vector) {
     if (vector.size() == vector.capacity()) {
@@ -24,7 +24,7 @@ void makeRoomIn(Vector& vector) {
     }
 }
 
-/// Frees most of the slack, but for room for one more.
+/// Frees most of the slack. Leaves room for at least one more element.
 template <typename Vector>
 void trim(Vector& vector) noexcept {
     if (vector.capacity() <= 4 * (vector.size() + fewChildren)) {
@@ -121,7 +121,8 @@ void ChildTable::exchange(TreeEntry& child, ChildTable& from, TreeEntry& other) 
     from.folders_ += (isFolder(child) ? 1U : 0U) - (isFolder(other) ? 1U : 0U);
 }
 
-/// The first slot that is not beyond a position in a listing. There has been at most one child for each position down to that.
+/// The first slot whose position is not greater. Tries an index first: it is exact if no child has left the
+/// folder, because positions are assigned downwards without gaps.
 ChildTable::Slots::const_iterator ChildTable::slotFrom(std::uint64_t position) const noexcept {
     const std::uint64_t latest = lastPosition - std::min(position, lastPosition);
     if (latest < slots_.size()) {
@@ -180,7 +181,7 @@ void ChildTable::trimBuckets() noexcept {
         try {
             rebuildBuckets(buckets_.size() / 4);
         } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
-            // They stay as they are.
+            // The table keeps its buckets.
         }
     }
 }

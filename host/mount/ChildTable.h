@@ -14,17 +14,18 @@ namespace storage::host {
 
 /// The known entries of one folder, by name and in the order of a listing.
 ///
-/// Owns the inodes, and the aliases. A child keeps its position as long as it stays in the folder; a replacement takes the position of
-/// the entry that it replaces; a new child goes before all others. So a listing that is read in pieces misses no entry
-/// that stays, repeats none, and ends, whatever a program does with the entries meanwhile.
+/// Owns the children: inodes and aliases. A child keeps its position as long as it stays in the folder. A
+/// replacement takes the position of the entry that it replaces. A new child is listed before all others. So
+/// a listing that is read in pieces returns each entry that stays exactly once, and ends, whatever programs
+/// change meanwhile.
 ///
-/// A child takes two pointers and slack here. Invariants: the slots are in descending order of position, none of them twice;
-/// more than half of them, but for a few, have a child; the last one has. Without buckets there are few children; otherwise
-/// each child is in the list of its bucket.
-/// Externally synchronized: guarded by the tree's lock.
+/// A child takes two pointers and some slack. Invariants: the slots are in descending order of position, and
+/// no position occurs twice; except for a few, more than half of the slots have a child; the last slot has
+/// one. A folder with few children has no buckets; otherwise each child is in the list of its bucket.
+/// Externally synchronized by the tree's lock.
 class ChildTable {
     static constexpr std::uint64_t lastPosition = std::uint64_t{1}
-                                                  << 62U; ///< programs get it as a signed number
+                                                  << 62U; ///< positive as a signed number, as programs see it
 
 public:
     ChildTable() = default;
@@ -53,20 +54,22 @@ public:
     std::unique_ptr<TreeEntry> remove(const TreeEntry& child) noexcept;
 
     /// Allocates what `moveHere` requires for one child.
+    /// @throws std::bad_alloc with nothing changed
     void makeRoom();
 
-    /// A position that no child has, before all that have one.
+    /// A position that no child has, listed before all others.
     std::uint64_t newPosition() noexcept { return nextPosition_--; }
 
-    /// Moves `child` here from `from`, which may be this table. Name and position must be free here by then.
+    /// Moves `child` here from `from`, which may be this table. Precondition: without `child`, the name and
+    /// the position are free here.
     void moveHere(ChildTable& from, const TreeEntry& child, CompactName name,
                   std::uint64_t position) noexcept;
 
-    /// Lets `child`, which is here, and `other` of the table `from`, which may be this one, change places, parents
-    /// included.
+    /// Exchanges the places of `child`, which is here, and `other` of the table `from`, which may be this
+    /// one. A place includes the parent.
     void exchange(TreeEntry& child, ChildTable& from, TreeEntry& other) noexcept;
 
-    /// Whether an entry that programs can name and that is not here does not exist.
+    /// Whether the table has all entries of the folder that programs can name.
     bool isComplete() const noexcept { return isComplete_; }
     void setComplete() noexcept { isComplete_ = true; }
 
@@ -81,16 +84,16 @@ public:
     }
 
 private:
-    /// The place of a child in the order of a listing, or where a child was. A value.
+    /// A child at its position in a listing, or the position alone, after the child has left. A value.
     class Slot {
     public:
         explicit Slot(TreeEntry& child) noexcept : bits_(reinterpret_cast<std::uintptr_t>(&child)) {}
 
-        /// Null for a slot that only has a position.
+        /// Null if the slot is empty.
         TreeEntry* child() const noexcept {
             return (bits_ & 1U) != 0
                        ? nullptr
-                       : reinterpret_cast<TreeEntry*>(bits_); // NOLINT(performance-no-int-to-ptr): as it was
+                       : reinterpret_cast<TreeEntry*>(bits_); // NOLINT(performance-no-int-to-ptr)
         }
         std::uint64_t position() const noexcept {
             return (bits_ & 1U) != 0 ? bits_ >> 1U : child()->place_.position;
@@ -98,7 +101,7 @@ private:
         void clear() noexcept { bits_ = position() << 1U | 1U; }
 
     private:
-        std::uint64_t bits_; ///< a pointer, which is even, or twice the position and 1
+        std::uint64_t bits_; ///< a pointer, which is even, or twice the position plus 1
     };
 
     using Slots = std::vector<Slot>;
@@ -117,8 +120,8 @@ private:
     void unlink(const TreeEntry& child) noexcept;
 
     Slots slots_;
-    Buckets buckets_; ///< the first child of each, by the hash of its name; a power of two of them, or none
-    std::uint64_t nextPosition_ = lastPosition; ///< "." and ".." have 1 and 2
+    Buckets buckets_; ///< first child of each bucket, by hash of the name; the number is a power of two or 0
+    std::uint64_t nextPosition_ = lastPosition; ///< counts down; 1 and 2 belong to "." and ".."
     std::uint32_t children_ = 0;
     std::uint32_t folders_ = 0;
     bool isComplete_ = false;

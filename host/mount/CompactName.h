@@ -8,13 +8,14 @@
 
 namespace storage::host {
 
-/// The name of an entry in 16 bytes: there may be millions. Up to 15 units below U+0100 take no memory of their own, and longer
-/// names of such units one byte each. A move-only value.
+/// The name of an entry in 16 bytes, because there may be millions of entries. A name of up to 15 UTF-16
+/// units below U+0100 is stored inline. A longer name of such units is allocated with one byte per unit. A
+/// move-only value.
 class CompactName {
 public:
     CompactName() noexcept = default;
 
-    // NOLINTBEGIN(google-explicit-constructor): the same text
+    // NOLINTBEGIN(google-explicit-constructor): the conversion loses nothing
     /// @throws std::bad_alloc
     CompactName(std::u16string_view text);
     CompactName(const std::u16string& text) : CompactName(std::u16string_view(text)) {}
@@ -41,7 +42,7 @@ public:
         }
         const Block block = form_ == narrow ? this->block() : Block{nullptr, form_};
         const auto* const units = form_ == narrow ? block.memory : bytes_.data();
-        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled as far as it is used
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): only the initialized part is used
         std::array<char16_t, longestNarrow> text;
         for (std::size_t i = 0; i < block.units; ++i) {
             text[i] = units[i];
@@ -51,13 +52,13 @@ public:
 
 private:
     static constexpr std::size_t longestInside = 15;
-    static constexpr std::size_t longestNarrow = 255; ///< that of entries that programs can name
+    static constexpr std::size_t longestNarrow = 255; ///< NAME_MAX
 
-    // Values of `form_` above the lengths of names that are kept inside.
-    static constexpr std::uint8_t narrow = 16; ///< a block of one byte a unit
-    static constexpr std::uint8_t wide = 17;   ///< a block of two bytes a unit
+    // Values of `form_` for names that are not stored inline.
+    static constexpr std::uint8_t narrow = 16; ///< a block with one byte per unit
+    static constexpr std::uint8_t wide = 17;   ///< a block with two bytes per unit
 
-    /// Memory of its own, which a name does not use that is kept inside.
+    /// The allocated memory of a name that is not stored inline.
     struct Block {
         unsigned char* memory;
         std::uint32_t units;
@@ -67,7 +68,7 @@ private:
     void free() noexcept;
 
     std::array<unsigned char, longestInside> bytes_{}; ///< the units, or the parts of a `Block`
-    std::uint8_t form_ = 0;                            ///< number of units inside, or `narrow` or `wide`
+    std::uint8_t form_ = 0;                            ///< number of inline units, or `narrow` or `wide`
 };
 
 static_assert(sizeof(CompactName) == 16);

@@ -4,8 +4,7 @@ namespace storage::host {
 
 InodeGuards::Held::~Held() {
     if (file_ != nullptr && !keepStream()) {
-        open_ =
-            OpenStream(); // before it is counted out, for `closeStreams` waits only for those that are counted
+        open_ = OpenStream(); // before `countOut`, because `closeStreams` waits only for counted streams
         slot_->countOut();
     }
     if (inode_ != nullptr) {
@@ -13,7 +12,7 @@ InodeGuards::Held::~Held() {
     }
 }
 
-/// Puts the stream into its slot, unless that is another file's by now or is being closed.
+/// Puts the stream back into its slot, unless the slot belongs to another file by now or is being closed.
 bool InodeGuards::Held::keepStream() {
     {
         const ScopedLock lock(slot_->mutex);
@@ -36,7 +35,7 @@ void InodeGuards::Slot::countOut() {
 }
 
 OpenStream& InodeGuards::Held::streamOf(FileInode& file) {
-    if (file.detached) { // and closed for good if there was no memory to keep the stream
+    if (file.detached) { // `open_` is empty and stays so: there was no memory for `lastStream`
         return file.rare && file.rare->lastStream ? *file.rare->lastStream : open_;
     }
     if (file_ == nullptr) {

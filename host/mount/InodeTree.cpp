@@ -8,7 +8,7 @@ InodeTree::InodeTree(const IProvider& provider, InodeGuards& guards)
 InodeTree::~InodeTree() {
     for (FolderInode* folder = &root_; folder != nullptr;) {
         TreeEntry* const child = folder->children_.after(0);
-        if (child == nullptr) { // the next turn destroys the folder
+        if (child == nullptr) { // the next iteration destroys the folder
             folder = folder->place_.parent;
         } else if (!child->isAlias() && child->inode().isFolder() &&
                    !static_cast<FolderInode*>(child)->children_.empty()) {

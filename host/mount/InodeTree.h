@@ -10,7 +10,7 @@
 
 namespace storage::host {
 
-/// A folder of a mounted storage. Owns its known children, which are guarded like its place.
+/// A folder of a mounted storage. Owns its known children, which are guarded by the tree's lock.
 struct FolderInode final : Inode {
     FolderInode(CompactName entryName, std::uint64_t entryNumber) noexcept
         : Inode(Kind::Folder, std::move(entryName), entryNumber) {}
@@ -23,22 +23,23 @@ private:
     ChildTable children_;
 };
 
-/// The entries of a mounted storage that have been asked for: their names, places and attributes. The mount is the
-/// storage's only user, so the tree is a cache that never gets stale, and a lookup or a listing asks the provider only
-/// once.
+/// The known entries of a mounted storage: names, places and attributes of all entries that programs have
+/// used so far. The mount is the storage's only user, so the tree is a cache that never gets stale: each
+/// lookup and each listing calls the provider at most once.
 ///
-/// Owns all inodes; those of removed entries until the kernel drops its last reference. Borrows the provider and the
-/// guards. The lock guards names and places. Nothing but the root can be reached without it: operations are members of
-/// `LockedTree` and `ExclusiveTree`, which hold it. Attributes have the inodes' guards.
+/// Owns all inodes. The inode of a removed entry exists until the kernel drops its last reference. Borrows
+/// the provider and the guards.
 ///
-/// The lock order is in docs/architecture.md, "The mount".
+/// The lock guards names and places. Only the root is accessible without it: all operations are members of
+/// `LockedTree` and `ExclusiveTree`, which hold the lock. Attributes are guarded by the inodes' guards. The
+/// lock order is in docs/architecture.md, "The mount".
 class InodeTree {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
     InodeTree(const IProvider& provider, InodeGuards& guards);
 
-    /// Not recursive, so that deep trees need no stack.
+    /// Not recursive, so that a deep tree does not overflow the stack.
     ~InodeTree();
 
     InodeTree(const InodeTree&) = delete;
@@ -58,8 +59,8 @@ private:
     SharedMutex mutex_;
     std::uint64_t nextNumber_ QZFL_GUARDED_BY(mutex_) = 1;
     FolderInode root_;
-    ChildTable nameless_ QZFL_GUARDED_BY(mutex_); ///< entries that have no name for programs yet
-    Removed removed_ QZFL_GUARDED_BY(mutex_);     ///< entries that the kernel still refers to
+    ChildTable nameless_ QZFL_GUARDED_BY(mutex_); ///< entries that programs have not named yet
+    Removed removed_ QZFL_GUARDED_BY(mutex_);     ///< removed entries that the kernel still refers to
 };
 
 } // namespace storage::host

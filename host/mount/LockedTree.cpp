@@ -21,14 +21,13 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-/// Providers keep the owner's write bit only. The other bits are those of most entries of a disk.
-
+/// Providers keep only the owner's write bit. All other bits are those of `usual`.
 constexpr mode_t permissionsOf(mode_t usual, bool writable) {
     return writable ? usual : usual & ~writeBits;
 }
 
-/// A storage may tell a time that is none. Then programs see the time at which the mount looked: an entry of 1970 would
-/// count as older than everything.
+/// A storage may return not-a-date-time. Programs then see the current time. With 1970, the entry would count
+/// as older than all others.
 timespec programTime(const boost::posix_time::ptime& time) {
     constexpr std::time_t beyond = std::numeric_limits<std::time_t>::max();
     if (time.is_not_a_date_time()) {
@@ -95,7 +94,7 @@ std::u16string LockedTree::pathOf(const Inode& inode, std::u16string_view below)
     forEachName([&](std::u16string_view name) {
         length -= name.size();
         name.copy(path.data() + length, name.size());
-        --length; // the separator is there
+        --length; // the separator is already there
     });
     return path;
 }
@@ -229,7 +228,7 @@ Inode* ExclusiveTree::anyNameless() const noexcept {
 
 ChildTable& ExclusiveTree::tableOf(const TreeEntry& entry) const noexcept {
     tree_.mutex_.assertHeld();
-    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): what is in a table has a folder
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): an entry in a table has a parent
     return isNameless(entry) ? tree_.nameless_ : entry.place_.parent->children_;
 }
 
@@ -292,7 +291,7 @@ ExclusiveTree::RemovedPlace ExclusiveTree::takeRemoved(const Inode& inode) noexc
     return tree_.removed_.extract(&inode);
 }
 
-/// A replacement takes the position of its target, an entry that stays in its folder keeps its own.
+/// A replacement takes the position of its target. An entry that stays in its folder keeps its position.
 std::uint64_t ExclusiveTree::prepareRename(const TreeEntry& source, FolderInode& folder,
                                            const TreeEntry* target) {
     folder.children_.makeRoom();
@@ -308,7 +307,7 @@ void ExclusiveTree::rename(TreeEntry& source, FolderInode& folder, CompactName n
     source.place_.parent = &folder;
 }
 
-/// The storage has stamped the folder too, but by another clock.
+/// The storage has stamped the folder too, but with another clock.
 void ExclusiveTree::stamp(FolderInode& folder, const timespec& time) noexcept {
     const auto held = tree_.guards_.hold(folder);
     folder.attributes.modified = time;
@@ -316,7 +315,7 @@ void ExclusiveTree::stamp(FolderInode& folder, const timespec& time) noexcept {
     try {
         tree_.provider_.doSetLastModified(locationOf(folder), fromDiskTime(time));
     } catch (...) { // NOLINT(bugprone-empty-catch)
-        // The change has been made; programs see the time that is kept here.
+        // The entries have changed, so this must not fail. Programs see the time in the inode.
     }
 }
 

@@ -13,11 +13,11 @@ namespace storage::host {
 
 // NOLINTBEGIN(readability-convert-member-functions-to-static): see LockedTree
 
-/// An inode tree with its lock held, shared or exclusive: names and places do not change. A function that requires the
-/// lock takes a `LockedTree`, one that requires it exclusively an `ExclusiveTree`.
+/// An inode tree with its lock held, shared or exclusive, so that names and places do not change. A function
+/// that requires the lock takes a `LockedTree`; one that requires it exclusively takes an `ExclusiveTree`.
 ///
-/// Operations are members of an object, also where they do not use it: the object proves that the lock is held.
-/// Borrows the tree. Thread safety: one object is for one thread.
+/// Operations are members even if they do not use the object, because the object proves that the lock is
+/// held. Borrows the tree. Not thread-safe: an object belongs to one thread.
 class LockedTree {
 public:
     using StorageIRI = foundation::storage::provider::StorageIRI;
@@ -29,8 +29,8 @@ public:
         return inode.place_.parent == nullptr && !inode.place_.name.empty();
     }
 
-    /// Whether programs have no name for the entry yet. In the tree it is in the root, under a name that they can neither use
-    /// nor see; the storage may have it there.
+    /// Whether programs have no name for the entry yet. In the tree, and possibly in the storage, it is in
+    /// the root, under a name that programs can neither use nor see.
     bool isNameless(const TreeEntry& entry) const noexcept;
 
     /// Whether the provider has the entry.
@@ -41,7 +41,8 @@ public:
         return !entry.isAlias() && isStored(entry.inode());
     }
 
-    /// The link count: number of names; for a folder 2 and one for each folder in it, or 1 if these are not known.
+    /// The link count: the number of names; for a folder 2 plus its number of subfolders, or 1 if that is not
+    /// known.
     /// @param held  the inode's guard
     std::size_t linksOf(const Inode& inode, const InodeGuards::Held& held) const noexcept;
 
@@ -54,25 +55,25 @@ public:
     /// Null for the root and for removed entries.
     FolderInode* parentOf(const TreeEntry& entry) const noexcept { return entry.place_.parent; }
 
-    /// The storage's path of an entry that is not removed.
+    /// The path of an entry in the storage. Precondition: the entry is not removed.
     StorageIRI locationOf(const Inode& inode) const;
     StorageIRI locationOf(const FolderInode& folder, std::u16string_view name) const;
 
-    /// The path below the mount point as programs spell it.
+    /// The path relative to the mount point, as programs use it.
     std::string programPathOf(const Inode& inode) const;
 
     /// Whether the inode is the folder or anywhere below it.
     bool isWithin(const Inode& inode, const FolderInode& folder) const noexcept;
 
-    /// The child of that name, or null if there is none; nothing if the provider has to be asked.
+    /// The child of that name, or null if there is none; nothing if only the provider knows.
     std::optional<TreeEntry*> findKnown(const FolderInode& folder, std::u16string_view name) const noexcept;
 
-    /// Whether all children of the folder are known. That stays so.
+    /// Whether all children of the folder are known. Once true, it stays true.
     bool isComplete(const FolderInode& folder) const noexcept {
         return folder.children_.isComplete() || isRemoved(folder);
     }
 
-    /// A folder without known children may still have some.
+    /// A folder without known children may still have children in the storage.
     bool hasKnownChildren(const FolderInode& folder) const noexcept { return !folder.children_.empty(); }
 
     /// The next child of a listing after `position`, or null at its end.
@@ -80,7 +81,7 @@ public:
         return folder.children_.after(position);
     }
 
-    /// Calls `visit` with every known name but the root's.
+    /// Calls `visit` with every known name except the root.
     template <typename Visit>
     void forEachKnown(const Visit& visit) const;
 
@@ -88,15 +89,15 @@ public:
     template <typename Visit>
     void forEachKnownFile(const Visit& visit) const;
 
-    /// Asks the provider for an entry's attributes unless they are known.
+    /// Loads an entry's attributes from the provider unless they are known.
     /// @param held  the inode's guard
     void loadAttributes(Inode& inode, const InodeGuards::Held& held) const;
 
     /// As `loadAttributes`, acquires the guard itself.
     void loadAttributes(Inode& inode) const;
 
-    /// The kernel drops `count` of its references.
-    /// @return whether that was the last to an entry without a name, removed or nameless
+    /// Drops `count` references of the kernel.
+    /// @return whether the entry is removed or nameless and no reference is left
     bool dropReferences(Inode& inode, std::uint64_t count) const noexcept {
         return inode.references.fetch_sub(count) == count && (isRemoved(inode) || isNameless(inode));
     }
@@ -111,7 +112,7 @@ protected:
     InodeTree& tree_;
 };
 
-/// Holds the tree's lock, shared, as long as it lives.
+/// Holds the tree's lock, shared, during its lifetime.
 class QZFL_SCOPED_CAPABILITY SharedTree final : public LockedTree {
 public:
     explicit SharedTree(InodeTree& tree) QZFL_ACQUIRE_SHARED(tree.mutex_) : LockedTree(tree) {
@@ -122,7 +123,7 @@ public:
     SharedTree& operator=(const SharedTree&) = delete;
 };
 
-/// Holds the tree's lock exclusively as long as it lives: the only way to change names and places.
+/// Holds the tree's lock exclusively during its lifetime. Only its members change names and places.
 class QZFL_SCOPED_CAPABILITY ExclusiveTree final : public LockedTree {
 public:
     explicit ExclusiveTree(InodeTree& tree) QZFL_ACQUIRE(tree.mutex_) : LockedTree(tree) {
@@ -132,13 +133,13 @@ public:
     ExclusiveTree(const ExclusiveTree&) = delete;
     ExclusiveTree& operator=(const ExclusiveTree&) = delete;
 
-    /// The child of that name, or null. Asks the provider unless the child is known.
+    /// The child of that name, or null. Looks it up in the provider if that is necessary.
     TreeEntry* find(FolderInode& folder, std::u16string_view name);
 
-    /// Asks the provider for all children of a folder.
+    /// Loads all children of a folder from the provider.
     void complete(FolderInode& folder);
 
-    /// Marks a folder that has just been created: it has no children.
+    /// Notes that a folder that has just been created has no children.
     void setEmpty(FolderInode& folder) noexcept { folder.children_.setComplete(); }
 
     /// Adds an entry without attributes.
@@ -158,7 +159,6 @@ public:
 
     void removeAlias(const Alias& alias) noexcept;
 
-    /// Lets two entries change places.
     void exchange(TreeEntry& left, TreeEntry& right) noexcept;
 
     /// Undoes an addition.
@@ -166,27 +166,29 @@ public:
 
     using RemovedPlace = InodeTree::Removed::node_type;
 
-    /// Allocates what a removal requires, so that it cannot fail once the storage's entry is gone.
+    /// Allocates what a removal requires, so that it cannot fail after the entry was removed from the
+    /// storage.
     RemovedPlace prepareRemoval(const Inode& inode);
 
-    /// Takes an inode without aliases out of its folder.
-    /// @return the inode if nothing refers to it
+    /// Removes an inode without aliases from its folder.
+    /// @return the inode, for the caller to destroy, if the kernel does not refer to it
     RemovedPlace remove(Inode& inode, RemovedPlace place) noexcept;
 
     /// Takes a removed entry without references out of the tree.
-    /// @return the inode, for the caller to destroy after the lock was released: a file may have many bytes
+    /// @return the inode, for the caller to destroy after it has released the lock, because freeing a large
+    ///     file takes long
     RemovedPlace takeRemoved(const Inode& inode) noexcept;
 
     /// Allocates what a rename requires.
-    /// @param target  the entry that is replaced, null if there is none
-    /// @return the position that the entry takes in its new folder
+    /// @param target  the entry that is replaced; null if there is none
+    /// @return the position of the entry in its new folder
     std::uint64_t prepareRename(const TreeEntry& source, FolderInode& folder, const TreeEntry* target);
 
     /// Moves an entry to a name that is free in `folder`.
     /// @param position  as returned by `prepareRename`
     void rename(TreeEntry& source, FolderInode& folder, CompactName name, std::uint64_t position) noexcept;
 
-    /// Sets the times of a folder, the attributes of which are known, after a change of its entries.
+    /// Sets the times of a folder after a change of its entries. Precondition: its attributes are known.
     void stamp(FolderInode& folder, const timespec& time) noexcept;
 
 private:

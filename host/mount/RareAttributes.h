@@ -12,7 +12,7 @@ namespace storage::host {
 
 class Alias;
 
-/// What few inodes have, kept by the mount only. The others take no memory for it.
+/// Attributes that few inodes have. They exist only in the mount, and other inodes take no memory for them.
 struct RareAttributes {
     std::optional<Owner> owner; ///< if it differs from the mount's default
     ExtendedAttributeSet extended;

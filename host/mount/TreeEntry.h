@@ -10,9 +10,9 @@ namespace storage::host {
 struct FolderInode;
 struct Inode;
 
-/// A name in a folder: an inode's own, or an alias.
+/// A name in a folder: an inode's own name, or an alias.
 ///
-/// The place is guarded by the tree's lock and reached only through `LockedTree`, which holds it.
+/// The place is guarded by the tree's lock and is accessible only through `LockedTree`, which holds it.
 class TreeEntry {
 public:
     TreeEntry(const TreeEntry&) = delete;
@@ -42,7 +42,7 @@ private:
     };
 
     Place place_;
-    TreeEntry* nextInBucket_ = nullptr; ///< the `ChildTable`'s
+    TreeEntry* nextInBucket_ = nullptr; ///< used by `ChildTable`
 };
 
 } // namespace storage::host
