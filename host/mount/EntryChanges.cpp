@@ -19,10 +19,9 @@ using foundation::storage::provider::ReplacementPolicy;
 
 namespace {
 
-constexpr std::uint64_t roomOfEntry =
-    1024; ///< bytes that an empty entry takes here and in a provider, roughly
+/// Approximate bytes that an empty entry takes in the mount and in a provider.
+constexpr std::uint64_t roomOfEntry = 1024;
 
-/// What is removed has no place in the storage.
 void requirePresent(const LockedTree& tree, const Inode& inode) {
     if (tree.isRemoved(inode)) {
         throw ErrnoError(ENOENT);
@@ -55,14 +54,14 @@ void requireNoFolder(const Inode& inode) {
     }
 }
 
-/// As far as the tree knows: the provider has no entries of some kinds, but may have some that are not known.
+/// Checks only the known children, because entries of some kinds exist only in the mount. The provider checks
+/// the others.
 void requireEmpty(const LockedTree& tree, const FolderInode& folder) {
     if (tree.hasKnownChildren(folder)) {
         throw ErrnoError(ENOTEMPTY);
     }
 }
 
-/// An entry cannot move into itself.
 void requireOutside(const LockedTree& tree, const FolderInode& folder, const Inode& entry) {
     if (entry.isFolder() && tree.isWithin(folder, static_cast<const FolderInode&>(entry))) {
         throw ErrnoError(EINVAL);
@@ -88,7 +87,7 @@ EntryAttributes attributesOf(const NewEntry& entry) {
     return {entry.permissions & permissionBits, entry.target.size(), time, time, time, time};
 }
 
-/// An entry in the tree that programs have no name for, discarded unless it has got one.
+/// Adds a nameless entry to the tree. The destructor discards it if it is still nameless.
 class Placeholder {
 public:
     explicit Placeholder(ExclusiveTree& tree)
@@ -108,8 +107,9 @@ private:
     Inode& inode_;
 };
 
-/// What a rename leaves behind on request: a device with the number 0, which to an overlay file system means that there is
-/// nothing. Made before the rename, so that nothing can fail after it.
+/// The whiteout that RENAME_WHITEOUT leaves at the old name: a character device with the number 0, which
+/// hides an entry of a lower layer in overlayfs. Allocated before the rename, so that nothing can fail after
+/// it.
 class Whiteout {
 public:
     Whiteout(ExclusiveTree& tree, FolderInode& folder, CompactName name)
@@ -164,7 +164,7 @@ void EntryChanges::createIn(ExclusiveTree& tree, FolderInode& folder, Inode& ino
     tree.stamp(folder, attributes.modified);
 }
 
-/// Sets the attributes of a new entry. Those of the folder are known then.
+/// Sets the attributes of a new entry. Also loads those of the folder.
 void EntryChanges::initialize(const ExclusiveTree& tree, FolderInode& folder, Inode& inode,
                               const EntryAttributes& attributes, Owner creator) {
     tree.loadAttributes(folder);
@@ -196,7 +196,7 @@ void EntryChanges::createInStorage(ExclusiveTree& tree, const FolderInode& folde
     }
 }
 
-/// The storage has the file in the root, which nobody can remove or rename.
+/// In the storage the file is in the root, because no program can remove or rename the root.
 Inode& EntryChanges::makeNameless(ExclusiveTree& tree, FolderInode& folder, NewEntry entry) {
     space_.quota().requireEntry();
     space_.require(roomOfEntry);
@@ -289,8 +289,9 @@ void EntryChanges::remove(ExclusiveTree& tree, TreeEntry& entry) {
     tree.stamp(folder, time);
 }
 
-/// The alias that an entry is. If it is the own name of an inode that has aliases, the inode changes places with one of
-/// them first, which programs do not notice. Null for an inode without aliases. The attributes of the inode must be known.
+/// Returns the entry if it is an alias. If it is the own name of an inode with aliases, exchanges it with one
+/// of them first, so that the name becomes an alias; programs do not see a difference. Returns null for an
+/// inode without aliases. Precondition: the attributes of the inode are known.
 const Alias* EntryChanges::aliasInPlaceOf(ExclusiveTree& tree, TreeEntry& entry) {
     if (entry.isAlias()) {
         return &static_cast<const Alias&>(entry);
@@ -302,7 +303,7 @@ const Alias* EntryChanges::aliasInPlaceOf(ExclusiveTree& tree, TreeEntry& entry)
     return alias;
 }
 
-/// Does nothing for an entry that is in the mount only.
+/// Does nothing for an entry that exists only in the mount.
 void EntryChanges::removeFromStorage(const ExclusiveTree& tree, const Inode& inode) {
     if (inode.isFolder()) {
         provider_.doRemoveFolder(tree.locationOf(inode));
@@ -377,7 +378,7 @@ void EntryChanges::exchange(ExclusiveTree& tree, FolderInode& folder, const std:
     stampChange(rightInode, time);
 }
 
-/// If the storage has both entries, they change places by way of a third one.
+/// If the storage has both entries, exchanges them by way of a third name.
 void EntryChanges::exchangeStored(ExclusiveTree& tree, TreeEntry& left, TreeEntry& right) {
     if (!tree.isStoredAs(right)) {
         changePlaces(tree, left, right);
@@ -403,8 +404,8 @@ void EntryChanges::exchangeStored(ExclusiveTree& tree, TreeEntry& left, TreeEntr
     }
 }
 
-/// Lets two entries change places, the second of which is not in the storage. The folders keep their times. The attributes of
-/// the first must be known.
+/// Exchanges two entries. The folders keep their times. Preconditions: `other` is not in the storage, and the
+/// attributes of `entry` are known.
 void EntryChanges::changePlaces(ExclusiveTree& tree, TreeEntry& entry, TreeEntry& other) {
     FolderInode& folder = *tree.parentOf(entry);
     FolderInode& newFolder = *tree.parentOf(other);
@@ -416,7 +417,7 @@ void EntryChanges::changePlaces(ExclusiveTree& tree, TreeEntry& entry, TreeEntry
     keepTimeOf(tree, newFolder);
 }
 
-/// Takes the target out of the storage and of the tree, and moves the source to its place in the storage.
+/// Removes the target from the storage and from the tree, and moves the source to its place in the storage.
 void EntryChanges::replace(ExclusiveTree& tree, TreeEntry& source, TreeEntry& target) {
     Inode& inode = target.inode();
     FolderInode& folder = *tree.parentOf(target);
@@ -433,16 +434,16 @@ void EntryChanges::replace(ExclusiveTree& tree, TreeEntry& source, TreeEntry& ta
     }
 }
 
-/// Runs the step that removes an entry from the storage, and removes it from the tree. If the step throws and the entry
-/// is gone all the same, as after a move that failed midway, it is removed from the tree too. The attributes of the entry and of
-/// its folder must be known.
-/// @return the inode if nothing refers to it
+/// Runs a step that removes an entry from the storage, then removes the entry from the tree. If the step
+/// throws although the entry is gone, as after a move that failed midway, the entry is removed from the tree
+/// too. Precondition: the attributes of the entry and of its folder are known.
+/// @return the inode, for the caller to destroy, if the kernel does not refer to it
 template <typename Step>
 ExclusiveTree::RemovedPlace EntryChanges::removing(ExclusiveTree& tree, Inode& inode, const timespec& time,
                                                    const Step& step) {
     const FolderInode& folder = *tree.parentOf(inode);
     auto place = tree.prepareRemoval(inode);
-    KeptContent content(contents_, tree, inode); // before the flag below: it may lift and restore it itself
+    KeptContent content(contents_, tree, inode); // before `writable`, because it may lift the same flag
     const LiftedFlag folderWritable(provider_, tree, folder);
     LiftedFlag writable(provider_, tree, inode);
     std::exception_ptr failure;
@@ -458,7 +459,7 @@ ExclusiveTree::RemovedPlace EntryChanges::removing(ExclusiveTree& tree, Inode& i
     writable.release();
     stampChange(inode, time);
     place = tree.remove(inode, std::move(place));
-    if (place) { // otherwise it is destroyed later
+    if (place) { // otherwise the inode is destroyed when the kernel drops its last reference
         space_.quota().noteDestroyed(inode);
     }
     if (failure) {
@@ -467,8 +468,9 @@ ExclusiveTree::RemovedPlace EntryChanges::removing(ExclusiveTree& tree, Inode& i
     return place;
 }
 
-/// Moves an entry in the storage, where it replaces another; does nothing if it is not there under this name.
-/// Both folders keep their flags, the entry keeps its time. The attributes of all three must be known.
+/// Moves an entry in the storage and replaces the entry at the new place. Does nothing if the storage does
+/// not have the entry under this name. Both folders keep their flags, the entry keeps its time. Precondition:
+/// the attributes of all three are known.
 void EntryChanges::move(const ExclusiveTree& tree, TreeEntry& source, FolderInode& folder,
                         const std::u16string& name) {
     if (!tree.isStoredAs(source)) {
@@ -497,16 +499,16 @@ void EntryChanges::moveFile(const ExclusiveTree& tree, FileInode& file, const St
     try {
         provider_.doSetLastModified(destination, fromDiskTime(file.attributes.modified));
     } catch (...) { // NOLINT(bugprone-empty-catch)
-        // The file has moved, so the rename must not fail any more.
+        // The file has been moved, so the rename must succeed.
     }
 }
 
-/// The provider stamps folders by moves that programs do not know of.
+/// Restores the time of a folder that the provider has stamped for a move that programs do not see.
 void EntryChanges::keepTimeOf(const LockedTree& tree, const FolderInode& folder) noexcept {
     try {
         provider_.doSetLastModified(tree.locationOf(folder), fromDiskTime(folder.attributes.modified));
     } catch (...) { // NOLINT(bugprone-empty-catch)
-        // Programs see the time that is kept here.
+        // Programs see the time in the inode.
     }
 }
 

@@ -9,10 +9,12 @@
 
 namespace storage::host {
 
-/// Makes, removes and renames entries, in the storage and in the tree. A function that throws has changed nothing, except
-/// that an entry which the provider has removed nevertheless is removed from the tree too.
+/// Creates, removes and renames entries, in the storage and in the tree. A function that throws has changed
+/// nothing. Exception: an entry that the provider has removed although it failed is removed from the tree
+/// too.
 ///
-/// Borrows provider, guards, space, contents and ownership. Thread-safe; the tree's lock makes each function one step for all others.
+/// Borrows provider, guards, space, contents and ownership. Thread-safe. The caller holds the tree's lock
+/// exclusively, so each function is atomic.
 class EntryChanges {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -21,41 +23,43 @@ public:
                  const Ownership& ownership)
         : provider_(provider), guards_(guards), space_(space), contents_(contents), ownership_(ownership) {}
 
-    /// The entry belongs to `entry.owner`, except for the group in a folder with the set-group-ID bit.
+    /// Creates an entry that belongs to `entry.owner`; in a folder with the set-group-ID bit, to the folder's
+    /// group.
     /// @throws ErrnoError EEXIST, ENOSPC, ENOENT for a removed folder
     Inode& make(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, NewEntry entry);
 
-    /// Makes a file that has no name until `link` gives it one.
-    /// @param folder  decides on the group; may be removed
+    /// Creates a file that has no name until `link` adds one.
+    /// @param folder  determines the group; may be removed
     /// @throws ErrnoError ENOSPC
     Inode& makeNameless(ExclusiveTree& tree, FolderInode& folder, NewEntry entry);
 
-    /// Removes a nameless entry. If that fails it stays, where no program can use it.
-    /// @return the inode if nothing refers to it
+    /// Removes a nameless entry. If that fails, it stays in the storage under a name that no program can use.
+    /// @return the inode, for the caller to destroy, if the kernel does not refer to it
     ExclusiveTree::RemovedPlace removeNameless(ExclusiveTree& tree, Inode& inode) noexcept;
 
-    /// Removes all nameless entries from the storage. Programs that have them open can still use them, but not link them.
+    /// Removes all nameless entries from the storage. Programs that have them open can still use them, but
+    /// can no longer link them.
     void removeNameless(ExclusiveTree& tree) noexcept;
 
-    /// Gives an inode a further name, or a nameless one its first.
+    /// Adds a name to an inode; the first one to a nameless inode.
     /// @throws ErrnoError EPERM for a folder, EEXIST, ENOSPC, ENOENT for a removed inode or folder
     void link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, const std::u16string& name);
 
-    /// Removes an entry that is no folder.
+    /// Removes an entry that is not a folder.
     /// @throws ErrnoError ENOENT, EISDIR
     void removeFile(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name);
 
     /// @throws ErrnoError ENOENT, ENOTDIR, ENOTEMPTY
     void removeFolder(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name);
 
-    /// Replaces an entry that has the new name. Does nothing if both names are of one inode.
-    /// @param flags  RENAME_NOREPLACE; RENAME_WHITEOUT leaves a whiteout at the old place
+    /// Replaces an entry that has the new name. Does nothing if both names belong to one inode.
+    /// @param flags  RENAME_NOREPLACE, RENAME_WHITEOUT, or both
     /// @throws ErrnoError ENOENT, EEXIST, EINVAL, EISDIR, ENOTDIR, ENOTEMPTY
     void rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, FolderInode& newFolder,
                 const std::u16string& newName, unsigned flags);
 
-    /// Lets two entries of any kinds change places. Does nothing if both names are of one inode.
-    /// @throws ErrnoError ENOENT, EINVAL if one is a folder that holds the other
+    /// Exchanges two entries of any kinds. Does nothing if both names belong to one inode.
+    /// @throws ErrnoError ENOENT, EINVAL when one entry is below the other
     void exchange(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name,
                   FolderInode& newFolder, const std::u16string& newName);
 

@@ -225,7 +225,7 @@ std::uint64_t FileBytes::holesIn(PageRange range) const noexcept {
     return PageRange{std::max(range.first, pagesOf(file_.attributes.size)), range.end}.count();
 }
 
-/// Pages that were reserved before show as data afterwards, as in tmpfs.
+/// Pages that were already reserved are reported as data afterwards, as in tmpfs.
 void FileBytes::reserve(PageRange range, std::uint64_t needed, std::vector<PageRange>& added) {
     if (!file_.sparse && holesIn(range) == 0) {
         return;

@@ -11,7 +11,7 @@
 
 namespace storage::host {
 
-/// The bytes of one file, with or without holes, while its guard is held and its stream is open.
+/// Accesses the bytes of one file, with or without holes, while its guard is held and its stream is open.
 ///
 /// A file gets a `sparse` map with its first hole and drops it when all its pages are stored in order.
 /// Invariants of a file with holes: the storage holds whole pages; stored bytes of reserved pages, and of

@@ -27,7 +27,7 @@ constexpr std::size_t copiedAtOnce = 1U << 20U; ///< bytes
 constexpr std::uint64_t muchSlack = 64U << 10U; ///< bytes, below which trimming does not pay
 const std::u16string unseenName = u"\xD800";    ///< not valid UTF-16, so no program can use or see it
 
-// What is done within milliseconds, without releasing the locks.
+// Upper bounds of one step, during which the locks are held: it takes milliseconds.
 constexpr std::uint64_t clearedAtOnce = 32U << 20U; ///< bytes
 constexpr std::size_t extentsAtOnce = 10'000;
 
@@ -61,7 +61,7 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
     return wanted;
 }
 
-/// Frees the slack again if it fails.
+/// If the write fails, frees the slack that it has left.
 FileContents::ShownBlocks FileContents::write(FileInode& file, std::uint64_t offset,
                                               std::span<const char> bytes) {
     if (offset > largestSize - bytes.size()) {
@@ -86,8 +86,9 @@ std::uint64_t FileContents::showPages(const FileInode& file) noexcept {
     return pages;
 }
 
-/// Exact for files with holes and for files that are written at once. Others grow by an eighth before the kernel asks again.
-/// Never for a removed file: the kernel may be freeing it, and telling it would wait for writes that other threads process.
+/// A file without holes may grow by an eighth before its count is outdated; one with holes must match
+/// exactly. A removed file is never outdated: the kernel may be freeing its inode, and invalidating the
+/// attributes would then wait for writes that other threads process.
 FileContents::ShownBlocks FileContents::shownBlocksOf(const FileInode& file) noexcept {
     constexpr std::uint64_t tolerated = 8;
     const std::uint64_t shown = file.pagesShown;
@@ -127,7 +128,7 @@ void FileContents::allocate(FileInode& file, int mode, std::uint64_t offset, std
     }
 }
 
-/// Frees what was reserved if it fails.
+/// If it fails, frees the pages that it has reserved.
 void FileContents::reserve(FileInode& file, PageRange pages, const IsInterrupted& isInterrupted) {
     std::vector<PageRange> added;
     try {
@@ -162,7 +163,7 @@ void FileContents::reserveInSteps(FileInode& file, PageRange pages, const IsInte
     }
 }
 
-/// Pages that were written meanwhile stay.
+/// Keeps pages that were written meanwhile.
 void FileContents::unreserve(FileInode& file, const std::vector<PageRange>& added) noexcept {
     try {
         const auto held = guards_.hold(file);
@@ -174,7 +175,7 @@ void FileContents::unreserve(FileInode& file, const std::vector<PageRange>& adde
             }
         }
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
-        // They stay reserved.
+        // The pages stay reserved.
     }
 }
 
@@ -200,7 +201,7 @@ void FileContents::clear(FileInode& file, std::uint64_t offset, std::uint64_t en
     }
 }
 
-/// Pages that the range covers in part are overwritten with zeros there.
+/// Overwrites the covered part of pages that the range covers partly with zeros.
 void FileContents::makeHole(FileInode& file, std::uint64_t offset, std::uint64_t end) {
     PageRange pages = PageRange::within(offset, end);
     {
@@ -279,16 +280,16 @@ void FileContents::resize(const LockedTree& tree, FileInode& file, InodeGuards::
     }
 }
 
-/// The storage's file can be shortened only by copying the bytes that stay. Trimming only when the slack is the larger part makes
-/// truncation amortized O(1) per byte written.
+/// A stored file can be shortened only by copying the bytes that stay. It is trimmed only when most of it is
+/// slack, which makes truncation amortized O(1) per byte written.
 ///
-/// Other requests go on between the blocks. One that changes this file or moves it ends the copying.
+/// Other requests run between the blocks. A request that changes or moves this file makes the copy fail.
 void FileContents::trimSlack(FileInode& file) noexcept {
-    OpenStream old; // destroyed after all locks are released: it may have many bytes
+    OpenStream old; // destroyed after all locks are released, because freeing a large file takes long
     try {
         {
             const auto held = guards_.hold(file);
-            FileBytes::dropDenseMap(file); // a change that failed may have left one
+            FileBytes::dropDenseMap(file); // a failed change may have left a map that is not needed
         }
         if (!hasMuchSlack(file)) {
             return;
@@ -326,8 +327,8 @@ void FileContents::settle(const ExclusiveTree& tree, FileInode& file) {
     provider_.doSetLastModified(tree.locationOf(file), fromDiskTime(file.attributes.modified));
 }
 
-/// Copies the bytes that stay to a new file, which then replaces the old one: a provider may keep the memory of a file
-/// that it truncates, and would lose bytes if it failed midway.
+/// Copies the bytes that stay to a new file, which then replaces the old one. Truncating through the provider
+/// could keep the memory allocated, and a failure midway would lose bytes.
 void FileContents::shorten(const ExclusiveTree& tree, FileInode& file) {
     if (tree.isRemoved(file)) {
         return;
@@ -348,7 +349,7 @@ void FileContents::shorten(const ExclusiveTree& tree, FileInode& file) {
     }
 }
 
-/// The copy is in the root, which nobody can remove or rename.
+/// The copy is in the root, because no program can remove or rename the root.
 FileContents::Copy FileContents::beginCopy(const ExclusiveTree& tree, FileInode& file, Holes holes) {
     FolderInode& root = tree_.root();
     tree.loadAttributes(root);
@@ -420,7 +421,7 @@ OpenStream FileContents::replaceByCopy(const ExclusiveTree& tree, FileInode& fil
     return old;
 }
 
-/// A move that fails may have removed its target; then only the copy is left.
+/// If a failed move has removed its target, the copy takes the target's place.
 void FileContents::discardCopy(const ExclusiveTree& tree, FileInode& file, Copy& copy) noexcept {
     try {
         copy.stream.reset();
@@ -445,7 +446,7 @@ void FileContents::detach(const ExclusiveTree& tree, FileInode& file) {
         last = std::make_unique<OpenStream>();
         *last = std::move(streamOf(tree, file, held, OpenStream::Access::ReadWrite));
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch)
-        // Out of memory, removing the file is more important than reading it afterwards.
+        // When memory is exhausted, removing the file is more important than reading it afterwards.
     }
     held.closeStreamOf(file);
     file.detached = true;
@@ -459,7 +460,7 @@ void FileContents::attach(FileInode& file) {
     }
 }
 
-/// Acquires the file's guard, with its attributes known and its stream open.
+/// Acquires the file's guard, loads its attributes and opens its stream.
 InodeGuards::Held FileContents::access(FileInode& file, OpenStream::Access access) {
     {
         auto held = guards_.hold(file);
@@ -483,7 +484,8 @@ OpenStream& FileContents::streamOf(const LockedTree& tree, FileInode& file, Inod
     return stream;
 }
 
-/// A provider stamps a file when it is opened for writing; programs expect that of a write only.
+/// Restores the time after opening for writing: a provider stamps the file then, but programs expect a new
+/// time only after a write.
 OpenStream FileContents::open(const LockedTree& tree, const FileInode& file, OpenStream::Access access) {
     if (file.detached) {
         throw ErrnoError(EIO);
@@ -501,7 +503,7 @@ OpenStream FileContents::open(const LockedTree& tree, const FileInode& file, Ope
     return opened;
 }
 
-/// Acquires the file's guard, with its attributes known.
+/// Acquires the file's guard and loads its attributes.
 InodeGuards::Held FileContents::holdKnown(FileInode& file) {
     {
         auto held = guards_.hold(file);

@@ -43,8 +43,8 @@ public:
     /// @throws ErrnoError ENOSPC when there is no room; the content visible to programs is unchanged
     ShownBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
 
-    /// The number of pages of the file, and notes it as shown to the kernel. Precondition: the file's guard
-    /// is held.
+    /// Returns the number of pages of the file, and notes that the kernel has got it. Precondition: the
+    /// file's guard is held.
     static std::uint64_t showPages(const FileInode& file) noexcept;
 
     /// Whether the program has cancelled the request. Called between the steps of a long operation.

@@ -114,7 +114,7 @@ struct stat MountedAttributes::change(Inode& inode, const AttributeChange& chang
     requireFile(inode);
     auto& file = static_cast<FileInode&>(inode);
     contents_.prepareToShrink(file, *change.size);
-    const SlackTrimmer trimmer(contents_, file); // for growth that failed and for a truncation
+    const SlackTrimmer trimmer(contents_, file); // slack remains after a truncation and after failed growth
     return apply(change, inode);
 }
 

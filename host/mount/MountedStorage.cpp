@@ -16,7 +16,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr mode_t symbolicLinkPermissions = 0777; ///< nobody looks at them
+constexpr mode_t symbolicLinkPermissions = 0777; ///< as on every Linux file system; without effect
 
 Inode::Kind kindOf(mode_t type) {
     switch (type & S_IFMT) {
@@ -41,7 +41,7 @@ void requireRenameFlags(unsigned flags) {
     }
 }
 
-/// Whether the writable flag says it all.
+/// Whether the storage's writable flag represents the permissions completely.
 bool isStoredMode(const Inode& inode) {
     const mode_t usual = inode.isFolder() ? usualFolderPermissions : usualFilePermissions;
     const mode_t permissions = inode.attributes.permissions;
@@ -79,7 +79,7 @@ void MountedStorage::release(Inode& inode, std::uint64_t references) {
             return;
         }
     }
-    ExclusiveTree::RemovedPlace last; // destroyed after the lock is released: a file may have many bytes
+    ExclusiveTree::RemovedPlace last; // destroyed after the lock is released: freeing a large file takes long
     ExclusiveTree tree(tree_);
     if (tree.isNameless(inode)) {
         last = changes_.removeNameless(tree, inode);
@@ -197,7 +197,7 @@ void MountedStorage::list(FolderInode& folder, std::uint64_t position, ListingDe
         try {
             entry.status = isCounted ? attributes_.statusOf(tree, inode) : entry.status;
         } catch (...) {
-            if (tookAny) { // the caller must learn of the references counted so far; the next call throws
+            if (tookAny) { // so that the kernel gets the entries counted so far; the next call throws
                 return;
             }
             throw;

@@ -151,11 +151,12 @@ public:
     /// the addresses only as the kernel's inode numbers.
     std::vector<const FileInode*> referencedFiles();
 
-    /// The files that `settle` could not settle.
+    /// Files that `settle` could not make equal to what programs saw.
     struct Unsettled {
         std::vector<Failure> failures;      ///< files with slack after their end or with another time
         std::vector<std::string> withHoles; ///< paths of files without room to fill their holes
     };
+
     /// Whether the storage is persistent.
     bool isLasting() const;
 

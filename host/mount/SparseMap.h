@@ -145,8 +145,9 @@ private:
     void giveBack(const Extent& extent) noexcept;
 
     Extents extents_; ///< by first page
-    std::vector<PageRange>
-        free_; ///< stored pages to be reused, the last first; may lack some, which a copy of the file regains
+    /// Stored pages to be reused, the last first. May lack some that could not be noted; a copy of the file
+    /// frees those.
+    std::vector<PageRange> free_;
     std::uint64_t pages_ = 0;
     std::uint64_t storedEnd_ = 0;
 };
