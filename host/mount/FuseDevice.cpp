@@ -17,7 +17,6 @@ namespace {
 constexpr std::uint32_t longTransfer = 64U << 10U; ///< bytes
 constexpr int restAfter = 100;                     ///< milliseconds without a request
 
-/// The part of a request that follows the header.
 template <typename Body>
 const Body& bodyOf(const fuse_in_header* header) {
     return *reinterpret_cast<const Body*>(header + 1);

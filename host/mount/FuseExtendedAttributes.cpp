@@ -10,7 +10,7 @@ namespace storage::host {
 
 namespace {
 
-/// A room of 0 requests the size only.
+/// @param room  bytes that the caller can take; 0 requests only the size
 void replyWithin(fuse_req_t request, std::string_view bytes, std::size_t room) {
     if (room == 0) {
         fuse_reply_xattr(request, bytes.size());

@@ -142,7 +142,7 @@ bool processExtension(const RequestContext& context, const fuse_buf& request) {
         write.fh = write.write_flags;
         return false;
     }
-    case FUSE_TMPFILE: // the request to create a file, with "/" as the name
+    case FUSE_TMPFILE: // has the format of FUSE_CREATE, with "/" as the name
         header.opcode = FUSE_CREATE;
         return false;
     case statxOpcode:

@@ -20,10 +20,10 @@ namespace storage::host {
 namespace {
 
 constexpr unsigned nanosecondsKept = 1;  ///< resolution of the times
-constexpr unsigned pendingRequests = 64; ///< of reading ahead and writing back
+constexpr unsigned pendingRequests = 64; ///< limit for read-ahead and write-back
 
-/// Bytes of one request that is written through. The kernel cannot free these pages until the request is answered, and each
-/// program that writes may have as many.
+/// Largest size of a write request in bytes, if the kernel does not write back late. Each program that writes
+/// may have one such request in flight, and the kernel cannot free its pages before the reply.
 constexpr unsigned writtenThrough = 128U << 10U;
 
 FolderInode& folderOf(fuse_req_t request, fuse_ino_t number) {
@@ -37,15 +37,15 @@ FileInode& fileOf(fuse_req_t request, fuse_ino_t number) {
 fuse_entry_param entryOf(const MountedStorage::Found& found) {
     fuse_entry_param entry{};
     entry.ino = reinterpret_cast<fuse_ino_t>(found.inode);
-    entry.generation = found.status.st_ino; // addresses are used again, numbers are not
+    entry.generation = found.status.st_ino; // addresses are reused, inode numbers are not
     entry.attr = found.status;
     entry.attr_timeout = forever;
     entry.entry_timeout = forever;
     return entry;
 }
 
-/// A missing entry is an answer too, which the kernel remembers. A program that gave up meanwhile does not get the
-/// reference.
+/// Replies with an entry. The kernel caches a missing entry too. If the request was interrupted, the kernel
+/// does not get the entry, so the reference is dropped again.
 template <typename Operation>
 void answerEntry(fuse_req_t request, const Operation& operation) noexcept {
     answer(request, [&] {
@@ -58,9 +58,8 @@ void answerEntry(fuse_req_t request, const Operation& operation) noexcept {
     });
 }
 
-/// What the kernel may do by itself: look up and list in one folder side by side, list with attributes, keep targets of
-/// symbolic links, read ahead, keep times and sizes of files, and write back late, in pieces as large as it can. Nothing else: a file that is emptied when
-/// it is opened must be emptied by a request of its own, as opening is none.
+/// The capabilities that the kernel may use. All others are declined. In particular, the kernel must truncate
+/// a file that is opened with O_TRUNC by a separate request, because opening makes no request.
 constexpr unsigned wantedAbilities = FUSE_CAP_ASYNC_READ | FUSE_CAP_ASYNC_DIO | FUSE_CAP_PARALLEL_DIROPS |
                                      FUSE_CAP_READDIRPLUS | FUSE_CAP_READDIRPLUS_AUTO |
                                      FUSE_CAP_CACHE_SYMLINKS | FUSE_CAP_WRITEBACK_CACHE |
@@ -98,8 +97,9 @@ void forgetMany(fuse_req_t request, std::size_t count, fuse_forget_data* forgott
     fuse_reply_none(request);
 }
 
-/// The kernel refers to an open file when it asks on behalf of a write. Other writes are not refused until they arrive here,
-/// when the program has been told of success.
+/// Before a write, the kernel requests the attributes through the open file. While changes are refused, that
+/// request must fail: under writeback caching, the write itself arrives only after it has succeeded for the
+/// program.
 void getAttributes(fuse_req_t request, fuse_ino_t number, fuse_file_info* openFile) {
     answer(request, [&] {
         if (openFile != nullptr && contextOf(request).gate.isClosed()) {
@@ -141,7 +141,8 @@ AttributeChange changeOf(const struct stat& attributes, int wanted) {
     return change;
 }
 
-/// The kernel sends the times of files that were written late, like their content.
+/// A request for times only may come from the kernel's cache: it sends the times of written files late, like
+/// their content.
 ChangeGate::Origin originOf(int wantedChanges) {
     constexpr int timesOfWrites = FUSE_SET_ATTR_MTIME | FUSE_SET_ATTR_CTIME;
     return (wantedChanges & ~timesOfWrites) == 0 ? ChangeGate::Origin::KernelCache
@@ -167,7 +168,7 @@ Owner callerOf(fuse_req_t request) {
     return {caller->uid, caller->gid};
 }
 
-/// Also how files are created: without an operation of its own for that, the kernel makes the file and opens it.
+/// Also creates regular files: without FUSE_CREATE, the kernel makes a node and then opens it.
 void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode, dev_t device) {
     answerEntry(request, [&] {
         const auto passage = requirePassage(request);
@@ -177,7 +178,8 @@ void makeNode(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mo
     });
 }
 
-/// The kernel makes files without a name in this way. Other files it makes by `makeNode`, once it has got ENOSYS.
+/// Creates files without a name. Replies ENOSYS to all other creations, after which the kernel uses
+/// `makeNode`.
 void createNameless(fuse_req_t request, fuse_ino_t parent, const char* name, mode_t mode,
                     fuse_file_info* openFile) {
     answer(request, [&] {
@@ -229,8 +231,8 @@ void removeFolder(fuse_req_t request, fuse_ino_t parent, const char* name) {
     });
 }
 
-/// Asked only when permissions are nobody's concern but the superuser's, who may do everything but run what is no
-/// program.
+/// Called only if the kernel does not check permissions, because root is the only user. Root may do
+/// everything except execute a file without any execute bit.
 void checkAccess(fuse_req_t request, fuse_ino_t number, int wanted) {
     answerDone(request, [&] {
         const struct stat status = storageOf(request).status(inodeOf(request, number));
@@ -256,7 +258,7 @@ void rename(fuse_req_t request, fuse_ino_t parent, const char* name, fuse_ino_t 
     });
 }
 
-/// The kernel takes this for "needs no opening", from now on without asking.
+/// After ENOSYS, the kernel opens files and folders without a request.
 void needsNoOpening(fuse_req_t request, fuse_ino_t, fuse_file_info*) {
     fuse_reply_err(request, ENOSYS);
 }
@@ -273,22 +275,22 @@ void read(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset,
     });
 }
 
-/// The kernel learns of the new permissions before the reply.
+/// Invalidates the permissions in the kernel before the reply.
 void clearSetIds(fuse_req_t request, fuse_ino_t number) {
     if (storageOf(request).clearSetIds(fileOf(request, number))) {
         invalidateAttributesOf(contextOf(request).session, number);
     }
 }
 
-/// The kernel keeps the times of files only if it writes back late.
+/// Stamps a written file, unless the kernel maintains the times of files itself.
 void noteModification(fuse_req_t request, fuse_ino_t number) {
     if (contextOf(request).writing == WriteMode::Through) {
         storageOf(request).stampModified(fileOf(request, number));
     }
 }
 
-/// The attributes are invalidated after the reply. Before it, that could deadlock: invalidation waits for an inode that the
-/// kernel is freeing, and freeing it waits for the reply.
+/// Invalidates the attributes after the reply. Before the reply it could deadlock: invalidation waits for an
+/// inode that the kernel is freeing, and freeing it waits for the reply.
 void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t size, off_t offset,
            fuse_file_info* file) {
     answer(request, [&] {
@@ -312,8 +314,7 @@ void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t
 void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off_t length, fuse_file_info*) {
     answerDone(request, [&] {
         const auto passage = requirePassage(request);
-        if (fuse_req_ctx(request)->uid !=
-            0) { // unlike a write, the request does not say who may keep the bits
+        if (fuse_req_ctx(request)->uid != 0) { // unlike FUSE_WRITE, FUSE_FALLOCATE has no flag for this
             clearSetIds(request, number);
         }
         storageOf(request).allocate(fileOf(request, number), mode, static_cast<std::uint64_t>(offset),
@@ -323,7 +324,7 @@ void allocate(fuse_req_t request, fuse_ino_t number, int mode, off_t offset, off
     });
 }
 
-/// Replied to by another thread.
+/// Queues the request. `HoleSeeker` replies to it.
 void seek(fuse_req_t request, fuse_ino_t number, off_t offset, int origin, fuse_file_info*) {
     answer(request, [&] {
         contextOf(request).seeker.add(
@@ -338,7 +339,7 @@ enum class ListingForm { Plain, WithAttributes };
 void listFolder(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t position, ListingForm form) {
     answer(request, [&] {
         using Detail = MountedStorage::ListingDetail;
-        // See keepAttributesInvalid.
+        // While changes are refused, attributes must not be cached, see `keepAttributesInvalid`.
         const bool isCounted = form == ListingForm::WithAttributes && !contextOf(request).gate.isClosed();
         const Detail detail = isCounted ? Detail::Attributes : Detail::Names;
         const auto buffer = std::make_unique_for_overwrite<char[]>(size);
@@ -350,7 +351,7 @@ void listFolder(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t p
             std::size_t taken = 0;
             if (form == ListingForm::WithAttributes) {
                 fuse_entry_param entry = entryOf(found);
-                entry.ino = isCounted ? entry.ino : 0; // the kernel takes only name and type then
+                entry.ino = isCounted ? entry.ino : 0; // for 0 the kernel takes only name and type
                 taken = fuse_add_direntry_plus(request, room, size - used, name.c_str(), &entry, end);
             } else {
                 taken = fuse_add_direntry(request, room, size - used, name.c_str(), &found.status, end);
@@ -394,7 +395,7 @@ void getSpace(fuse_req_t request, fuse_ino_t) {
     });
 }
 
-/// Only the user who mounted, and the superuser, may end the mount.
+/// Only the user who mounted the storage and root may end the mount.
 void control(fuse_req_t request, fuse_ino_t number, unsigned command, void*, fuse_file_info*, unsigned,
              const void*, std::size_t, std::size_t) {
     answer(request, [&] {

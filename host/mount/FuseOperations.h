@@ -4,8 +4,8 @@
 
 namespace storage::host {
 
-/// The kernel's requests to a mounted storage, one function each, without those for extended attributes. The user data of the
-/// session is a `RequestContext`.
+/// The functions that process the kernel's requests to a mounted storage, one per kind of request. Those for
+/// extended attributes are in `addExtendedAttributes`. The user data of the session is a `RequestContext`.
 const fuse_lowlevel_ops& fuseOperations();
 
 } // namespace storage::host

@@ -17,7 +17,8 @@ namespace storage::host {
 
 namespace {
 
-/// Over which another would hide it, also from the program that is to take it away.
+/// Whether a FUSE file system is mounted at a folder. A mount over it would hide it, also from `qzstorage
+/// unmount`.
 bool isMountOfFuse(const std::string& folder) {
     struct stat here {};
     struct stat above {};
@@ -29,8 +30,9 @@ bool isMountOfFuse(const std::string& folder) {
 
 void refuseUnmountable(const std::string& mountPoint) {
     struct stat status {};
-    struct statfs system {
-    }; // asks the program of a mount, where the kernel remembers attributes of a dead one
+    // statfs(2) makes a request to the program of a mount. stat(2) may succeed from the cache although the
+    // program has ended.
+    struct statfs system {};
     if (::stat(mountPoint.c_str(), &status) != 0 || ::statfs(mountPoint.c_str(), &system) != 0) {
         const std::string advice = errno == ENOENT ? "there is no such folder; make it first"
                                    : errno == ENOTCONN
@@ -55,13 +57,13 @@ void refuseUnmountable(const std::string& mountPoint) {
     }
 }
 
-/// A superuser alone among his files may do everything with them. For everybody else the kernel must look at
-/// permissions, which costs a request after every change of a folder.
+/// Whether the kernel must check permissions. If root is the only user, it need not, which saves a request
+/// after every change of a folder.
 bool needsPermissions(const MountOptions& options) {
     return ::geteuid() != 0 || options.users == MountOptions::Users::Everybody;
 }
 
-/// An option's value for the library, which splits its options at commas.
+/// Escapes a value for libfuse, which splits its options at commas.
 std::string escaped(const std::string& value) {
     std::string text;
     for (const char byte : value) {
@@ -99,7 +101,7 @@ FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountReque
     std::array<char*, 3> pointers{words[0].data(), words[1].data(), words[2].data()};
     fuse_args arguments{static_cast<int>(pointers.size()), pointers.data(), 0};
     const fuse_lowlevel_ops operations = operationsFor(options);
-    const CapturedErrors errors; // the library and its helper program print theirs
+    const CapturedErrors errors; // libfuse and fusermount3 print their errors
     session_.reset(fuse_session_new(&arguments, &operations, sizeof(operations), &context_));
     fuse_opt_free_args(&arguments);
     context_.session = session_.get();
@@ -116,8 +118,9 @@ FuseSession::~FuseSession() {
     fuse_session_unmount(session_.get());
 }
 
-/// Programs that still use the mount find it gone. The library, which would unmount whatever stands at the path by now,
-/// takes the end of a pipe that nobody reads for a connection that has been cut, and leaves it at that.
+/// Closes the connection, so that programs that still use the mount get errors. Replaces the descriptor by
+/// the write end of a broken pipe: libfuse takes that for an unmounted file system and unmounts nothing.
+/// Otherwise it would unmount whatever is mounted at the path by now.
 void FuseSession::cutConnection() const noexcept {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) == 0) {

@@ -7,8 +7,8 @@ namespace storage::host {
 
 void invalidateAttributesOf(fuse_session* session, fuse_ino_t number) {
     constexpr off_t noContent = -1;
-    fuse_lowlevel_notify_inval_inode(session, number, noContent,
-                                     0); // fails if the kernel has not cached the inode
+    // Fails if the kernel has not cached the inode.
+    fuse_lowlevel_notify_inval_inode(session, number, noContent, 0);
 }
 
 void writeBack(fuse_session* session, fuse_ino_t number, PageRange pages) {

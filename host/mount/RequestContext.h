@@ -11,8 +11,8 @@ class UnmountRequests;
 
 /// When the kernel sends what programs write.
 enum class WriteMode {
-    Back,    ///< late and in large pieces; the kernel maintains times and sizes of files itself
-    Through, ///< at once, while the program waits; late only for files that programs map into memory
+    Back,    ///< later and in large pieces; the kernel maintains times and sizes of files itself
+    Through, ///< at once, while the program waits; later only for files that programs map into memory
 };
 
 /// The context of all requests: the user data of a session. Borrows all of it. A value.
