@@ -72,9 +72,9 @@ MountEnding::Saved MountEnding::attempt() {
         return Saved::Yes;
     }
     if (workers_.hasEnded()) {
-        return Saved::No; // it has been unmounted meanwhile
+        return Saved::No; // unmounted meanwhile
     }
-    Interruption::clear(); // it has cancelled the export; the next one ends the mount
+    Interruption::clear(); // a signal may have cancelled the export; the next one ends the mount
     exportFailed_ = true;
     writeNote("It is still mounted, and nothing is lost. When what is in the way has been repaired, "
               "'qzstorage unmount " +

@@ -17,8 +17,8 @@
 
 namespace storage::host {
 
-/// Ends a mount without losing data. Unmounts only after the content has been exported. If it is already
-/// unmounted, the content stays in memory until it is exported or rescued: written to another folder.
+/// Ends a mount without losing data. Unmounts only after the content has been exported. If another program
+/// has unmounted it before, the content stays in memory until it is exported or copied to the rescue folder.
 ///
 /// Borrows all constructor arguments. Precondition: the workers are running. Not thread-safe.
 class MountEnding {

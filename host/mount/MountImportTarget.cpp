@@ -12,7 +12,7 @@ namespace storage::host {
 
 namespace {
 
-// Until they have their attributes.
+// Modes of new entries until `apply` sets the final ones.
 constexpr mode_t newFileMode = 0600;
 constexpr mode_t newFolderMode = 0700;
 
@@ -26,7 +26,7 @@ Owner ownerOf(const DiskAttributes& attributes) {
 
 } // namespace
 
-/// A file under its own name, or under a temporary one beside the file that it replaces.
+/// A file under its final name, or under a temporary name in the same folder if it replaces an entry.
 class MountImportTarget::NewFile final : public ImportTarget::File {
 public:
     NewFile(MountImportTarget& target, const StoragePath& path)
@@ -45,7 +45,7 @@ public:
         if (!isFinished_) {
             try {
                 target_.storage_.removeFile(folder_, name_);
-            } catch (...) { // the failure that left the file unfinished is the one to report
+            } catch (...) { // the earlier failure is reported
             }
         }
         target_.storage_.release(*file_, 1);
@@ -58,7 +58,7 @@ public:
         offset_ += bytes.size();
     }
 
-    /// What is written behind it, or the size, makes the hole.
+    /// The next write, or `finish`, makes the hole.
     void writeHole(std::uint64_t count) override { offset_ += count; }
 
     void finish(const DiskAttributes& attributes) override {
@@ -135,7 +135,7 @@ void MountImportTarget::makeSpecial(const StoragePath& path, const DiskAttribute
     storage_.release(made, 1);
 }
 
-/// Removes what a new entry replaces. A folder is not replaced: making the entry fails.
+/// Removes the entry that a new one replaces. Keeps a folder, so creating the new entry fails.
 FolderInode& MountImportTarget::clearPlace(const StoragePath& path) {
     FolderInode& folder = paths_.folderAt(path.parent());
     if (Inode* const existing = paths_.find(path); existing != nullptr && !existing->isFolder()) {
@@ -153,7 +153,7 @@ bool MountImportTarget::isTaken(FolderInode& folder, const std::string& name) {
     return true;
 }
 
-/// The owner first: giving a file away takes its set-user-ID bit.
+/// Sets the owner before the permissions, so that no set-user-ID bit is ever set for the wrong owner.
 void MountImportTarget::apply(Inode& inode, const DiskAttributes& attributes) {
     if (const Owner owner = ownerOf(attributes); owner != Owner::ofProcess()) {
         AttributeChange given;

@@ -10,9 +10,9 @@
 
 namespace storage::host {
 
-/// A storage that is about to be mounted, which keeps all that a disk has.
+/// Imports into a storage that is about to be mounted. Keeps all attributes that a disk has.
 ///
-/// Borrows the storage. Thread safety: one object is for one thread.
+/// Borrows the storage. Not thread-safe.
 class MountImportTarget final : public ImportTarget {
 public:
     MountImportTarget(MountedStorage& storage, MountOptions::Xattrs xattrs)

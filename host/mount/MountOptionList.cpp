@@ -14,7 +14,8 @@ namespace storage::host {
 
 namespace {
 
-/// A number in a value. @return what follows it
+/// Parses the number at the beginning of a value.
+/// @return the text after the number
 template <typename Number>
 std::string_view readNumber(std::string_view name, std::string_view value, int base, Number& number) {
     const char* const end = value.data() + value.size();
@@ -39,7 +40,7 @@ std::uint64_t bytesOfMemory() {
            static_cast<std::uint64_t>(::sysconf(_SC_PAGE_SIZE));
 }
 
-/// A count with k, m or g behind it, or a percentage of something.
+/// Parses a number with an optional suffix k, m, g or t, or a percentage of `whole` if there is one.
 std::uint64_t amount(std::string_view name, std::string_view value, std::optional<std::uint64_t> whole) {
     std::uint64_t number = 0;
     const std::string_view unit = readNumber(name, value, 10, number);
@@ -117,11 +118,12 @@ constexpr std::array knownSettings{
             [](MountOptions& options, std::string_view, std::string_view value) { options.source = value; }},
 };
 
-/// For the kernel alone.
+/// Passed on to the kernel.
 constexpr std::array<std::string_view, 10> kernelOptions{"noexec", "exec", "nosuid", "suid",    "nodev",
                                                          "dev",    "sync", "async",  "noatime", "dirsync"};
 
-/// What is so in any case, what makes no difference to a storage in memory, and what is for those who read /etc/fstab.
+/// Options that are always on, have no effect on a storage in memory, or are for programs that read
+/// /etc/fstab.
 constexpr std::array<std::string_view, 22> ignoredOptions{
     "defaults", "atime",      "diratime",      "nodiratime",
     "relatime", "norelatime", "nostrictatime", "default_permissions",

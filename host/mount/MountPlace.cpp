@@ -18,8 +18,8 @@ namespace storage::host {
 
 namespace {
 
-constexpr int shareOfDirtyPages =
-    5; ///< percentage of the dirty pages of all devices; FUSE mounts start with 1
+/// Percentage of the dirty pages of all devices. FUSE mounts have 1 by default.
+constexpr int shareOfDirtyPages = 5;
 
 /// The device at a path; 0 if it cannot be determined. Does not send a request to a file system, because the
 /// mount itself might not answer.

@@ -36,7 +36,8 @@ using foundation::storage::provider::StorageIRI;
 
 namespace {
 
-/// The content of a folder becomes the content of the storage's root, all of it or the program ends.
+/// Imports the content of a folder into the storage's root.
+/// @throws CommandError unless everything was imported
 void importFolder(MountedStorage& storage, Console& console, const Interruption& interruption,
                   const MountOptions& options) {
     const std::string& folder = *options.importFrom;
@@ -46,26 +47,26 @@ void importFolder(MountedStorage& storage, Console& console, const Interruption&
     requireRoomForImport(storage.memory(), folder);
     TransferTotals totals;
     {
-        ImportLog imports; // read by nobody: the mount checks nothing
+        ImportLog imports; // required by the importer, but not used by a mount
         MountImportTarget target(storage, options.xattrs);
         Importer importer(target, console, interruption, imports);
         importer.run(folder, StoragePath(), RootAttributes::Untouched);
         totals = importer.totals();
-    } // takes its progress off the terminal
+    } // the importer's destructor clears the progress line
     if (console.failuresOfCommand() > 0) {
         throw CommandError(folder, "not all of it could be imported, so nothing was mounted");
     }
     console.out() << "imported " << totals.summary() << '\n' << std::flush;
 }
 
-/// What the mount knows of names would not be true of a storage for which others are the same.
+/// The mount caches names, which is wrong if the storage treats different names as equal.
 void refuseCaseInsensitive(const IProvider& provider, const std::string& plugin) {
     if (provider.doGetFilenameSensitivity(StorageIRI(u"/")) != FilenameSensitivity::CaseSensitive) {
         throw CommandError(plugin, "a storage that ignores the case of names cannot be mounted");
     }
 }
 
-/// Asks the mount something: the answer means that programs get answers too.
+/// Waits until the mount replies to a request, so that programs can use it.
 void requireAnswer(const std::string& mountPoint) {
     struct statvfs space {};
     if (::statvfs(mountPoint.c_str(), &space) != 0) {
@@ -73,8 +74,8 @@ void requireAnswer(const std::string& mountPoint) {
     }
 }
 
-/// With the mount point by its own path, not by one of links: the kernel knows it by that. One that is not there is for
-/// the mounting to complain of.
+/// Resolves symbolic links in the mount point, because the kernel lists mounts by their resolved paths. Does
+/// not report a missing mount point: `FuseSession` does.
 MountOptions resolved(MountOptions options) {
     std::error_code error;
     const std::filesystem::path path = std::filesystem::canonical(options.mountPoint, error);
@@ -84,7 +85,7 @@ MountOptions resolved(MountOptions options) {
     return options;
 }
 
-/// What is below the mount point is hidden as long as the mount is there: an export to there would go into the storage itself.
+/// The mount hides everything below the mount point, so an export to there would go into the storage itself.
 void refuseBelow(const std::string& mountPoint, const std::string& path) {
     std::error_code error;
     const std::string place = std::filesystem::weakly_canonical(path, error);
@@ -93,15 +94,16 @@ void refuseBelow(const std::string& mountPoint, const std::string& path) {
     }
 }
 
-/// Large blocks go back to the system when they are freed. By default the C library raises this limit with each of them that
-/// is freed, and keeps the next ones: addresses that a limit on memory counts, and that removing files does not give back.
+/// Makes the allocator return large blocks to the system when they are freed. By default, glibc raises the
+/// threshold whenever such a block is freed, and keeps later ones. They would count against a memory limit
+/// even after their files were removed.
 void returnLargeBlocks() {
     constexpr int largeFrom = 4 << 20; // bytes
     ::mallopt(M_MMAP_THRESHOLD, largeFrom);
 }
 
-/// Dirty pages of the mount cannot be freed before this process has taken them. Where a control group limits memory, programs in
-/// the same group must not leave it without room for that.
+/// The kernel can free dirty pages of the mount only after this process has copied them. If a control group
+/// limits the memory, dirty pages of programs in the same group must leave room for these copies.
 void limitWriteBack(const MountPlace& place, const MachineMemory& memory) {
     constexpr std::uint64_t part = 256;
     constexpr std::uint64_t least = 1U << 20U; // bytes
@@ -112,7 +114,9 @@ void limitWriteBack(const MountPlace& place, const MachineMemory& memory) {
     }
 }
 
-/// One run of the program, from the making of the provider to the export at the end.
+/// One mount, from the creation of the provider to the export at the end.
+///
+/// Borrows all constructor arguments except the options. Not thread-safe.
 class Mount {
 public:
     Mount(const MountOptions& options, Console& console, Interruption& interruption,
@@ -145,7 +149,7 @@ public:
             change.permissions = options_.rootPermissions;
             storage.change(storage.root(), change);
         }
-        storage.list(storage.root(), 0, MountedStorage::ListingDetail::Names, // so that its links are counted
+        storage.list(storage.root(), 0, MountedStorage::ListingDetail::Names, // loads the root's link count
                      [](const auto&, const auto&, auto) { return false; });
         serve(storage, exitExport ? &*exitExport : nullptr);
         if (!exitExport && storage.isLasting()) {
@@ -156,7 +160,7 @@ public:
     }
 
 private:
-    /// What the storage holds at the beginning is counted only if that makes a difference.
+    /// Counts what the storage already holds, but only if there are limits.
     MountedStorage::Settings settings(const IProvider& provider) const {
         MountedStorage::Settings settings{.limits = {options_.size, options_.entries}};
         settings.owner.user = options_.user.value_or(settings.owner.user);
@@ -177,7 +181,7 @@ private:
             throw CommandError(exitExport->target(),
                                "not the folder that --import names; only that can be made equal");
         }
-        ImportedTree tree(folder); // before the import: what appears later does not count
+        ImportedTree tree(folder); // before the import, so that entries that appear later do not count
         importFolder(storage, console_, interruption_, options_);
         tree.forgetSkipped(storage);
         exitExport->synchronize(std::move(tree));
@@ -222,7 +226,7 @@ private:
     const MountOptions options_;
     Console& console_;
     Interruption& interruption_;
-    BackgroundStart* const background_; ///< none in the foreground
+    BackgroundStart* const background_; ///< null in the foreground
     RescueFolder rescue_;
 };
 
