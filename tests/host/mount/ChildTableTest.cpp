@@ -165,7 +165,7 @@ TEST_F(ChildTableTest, VisitsEveryChild) {
     EXPECT_THAT(visited, testing::UnorderedElementsAre(u"a", u"b"));
 }
 
-/// Adds, removes, renames, replaces and exchanges children at random; two plain maps say what the table must hold.
+/// Adds, removes, renames, replaces and exchanges children at random. Compares the table with two maps.
 TEST_F(ChildTableTest, AgreesWithMapsWhateverHappens) {
     using Names = std::map<std::u16string, const TreeEntry*>;
     using Order = std::map<std::uint64_t, const TreeEntry*>;
@@ -192,7 +192,7 @@ TEST_F(ChildTableTest, AgreesWithMapsWhateverHappens) {
         TreeEntry* const child = table_.find(name);
         TreeEntry* const other = table_.find(otherName);
         ASSERT_EQ(child, names.contains(name) ? names[name] : nullptr) << step;
-        const bool grows = step / 2000 % 2 == 0; // so that the table shrinks at times
+        const bool grows = step / 2000 % 2 == 0; // the table grows and shrinks in turn
         if (child == nullptr) {
             if (grows || random() % 8 == 0) {
                 note(name, add(table_, name));

@@ -9,7 +9,7 @@ namespace {
 
 using storage::host::CompactName;
 
-/// Of each form, and of the lengths at which the form changes.
+/// Returns names of each form, and of the lengths at which the form changes.
 std::vector<std::u16string> texts() {
     std::vector<std::u16string> all;
     for (const std::size_t size : {0U, 1U, 7U, 8U, 14U, 15U, 16U, 254U, 255U, 256U, 1000U}) {

@@ -18,12 +18,13 @@ public:
     /// @param lines  of /proc/self/cgroup
     void join(const std::string& lines) const { folder_.write("proc/self/cgroup", lines); }
 
-    /// Creates a control group of version 1. @param path  from the root of all groups, without a leading
-    /// slash
+    /// Creates a control group of version 1.
+    /// @param path  from the root of all groups, without a leading slash
     void makeGroup(const std::string& path, std::uint64_t limit, std::uint64_t used,
                    const std::string& statistics = "") const;
 
-    /// Creates a control group of version 2. @param limit  bytes, or "max"
+    /// Creates a control group of version 2.
+    /// @param limit  bytes, or "max"
     void makeUnifiedGroup(const std::string& path, const std::string& limit, std::uint64_t used,
                           const std::string& statistics = "") const;
 

@@ -62,7 +62,7 @@ protected:
         bool happened; ///< whether the step was reached
     };
 
-    /// Moves the folder with a storage that runs out of memory in its operation of that number.
+    /// Moves the folder. The storage's operation with this number fails with std::bad_alloc.
     Outcome moveFailingAt(int number, const std::u16string& destination) const {
         StepwiseProvider provider(memory_);
         const FailingStep step(provider, number, [] { throw std::bad_alloc(); });
@@ -73,7 +73,7 @@ protected:
     std::shared_ptr<IProvider> memory_;
 };
 
-/// Without times.
+/// An empty folder, without its time.
 const TreeSnapshot emptyFolder{{u"", {EntrySnapshot::Kind::Folder, {}, /*isWritable*/ true, ""}}};
 
 std::size_t countDifferences(const TreeSnapshot& left, const TreeSnapshot& right) {
@@ -131,7 +131,7 @@ TEST_F(FolderMoveTest, AMoveThatFailsAnywhereIsUndone) {
             ASSERT_EQ(treeAt(u"/d"), before) << "step " << number;
             ASSERT_EQ(withoutTimes(treeAt(u"/to")), emptyFolder) << "step " << number;
         } else {
-            ++successes; // restoring times and flags may fail for one entry
+            ++successes; // one entry may lack its time or its flag
             ASSERT_EQ(treeAt(u"/d"), TreeSnapshot());
             ASSERT_LE(countDifferences(treeAt(u"/to/moved"), before), 1U) << "step " << number;
         }

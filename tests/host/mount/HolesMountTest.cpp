@@ -19,7 +19,7 @@ using storage::host::pageSize;
 
 constexpr off_t pageBytes = pageSize;
 
-/// A file of the mount and a file of the kernel's memory file system. Every operation is done on both.
+/// A file of the mount and a memory file of the kernel. Runs every operation on both.
 class TwoFiles {
 public:
     explicit TwoFiles(const std::string& path)
@@ -101,7 +101,7 @@ private:
     void look(const TwoFiles& files);
 
     std::mt19937 random_;
-    off_t far_ = 0; ///< the offset of the bytes
+    off_t far_ = 0; ///< added to every offset
 };
 
 void HolesMountTest::change(const TwoFiles& files) {

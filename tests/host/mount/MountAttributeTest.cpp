@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Set-ID bits, extended attributes and times, as the kernel passes them on.
+/// Set-ID bits, extended attributes and times of a real mount.
 class MountAttributeTest : public ComparedWithTmpfs {};
 
 TEST_F(MountAttributeTest, WritingAndTruncatingTakeAwaySetIdBits) {

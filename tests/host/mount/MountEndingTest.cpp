@@ -75,7 +75,7 @@ TEST_F(MountEndingTest, WhatProgramsWroteBeforeASignalIsExported) {
     }
 }
 
-/// A target that does not respond delays the export.
+/// A stopped target delays the export.
 TEST_F(MountEndingTest, WhileItExportsProgramsReadAndTheirChangesFail) {
     const std::string slow = disk_.makeFolder("slow");
     disk_.write("in/seen", "seen");

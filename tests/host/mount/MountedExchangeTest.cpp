@@ -178,7 +178,7 @@ const std::vector<ExchangeUse> exchangeUses{
     {"a whiteout of a folder", "/a/folder", "/b/empty", RENAME_WHITEOUT},
 };
 
-/// Every single operation of the storage fails in turn.
+/// Fails each operation of the storage in turn.
 class MountedExchangeFailureTest : public MountedExchangeTest,
                                    public testing::WithParamInterface<ExchangeUse> {
 protected:

@@ -35,7 +35,7 @@ void PrintTo(const Use& use, std::ostream* out) {
 constexpr std::uint64_t onePage = storage::host::pageSize;
 constexpr int punch = FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE;
 
-/// Pages 0 and 4 to 6 are written, page 8 is reserved, and pages after the end too.
+/// Makes a file with holes: pages 0 and 4 to 6 are written; page 8 and page 9, beyond the end, are reserved.
 void makeHoles(MountedTree& mount) {
     auto& file = mount.file("/f");
     mount.write(file, 4 * onePage, std::string(3 * onePage, 'y'));
@@ -106,7 +106,7 @@ const std::vector<Use> uses{
      }},
 };
 
-/// Every single operation of the storage during a program's operation fails in turn, each time in a new tree.
+/// Fails each operation of the storage during a program's operation in turn, each time in a new tree.
 class MountedFailureTest : public testing::TestWithParam<Use> {
 public:
     static void TearDownTestSuite() {

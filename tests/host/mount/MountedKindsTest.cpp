@@ -198,7 +198,7 @@ TEST_F(MountedKindsTest, AReplacedFileStaysUsable) {
 
 TEST_F(MountedKindsTest, TheyAreMadeAndRemovedInAReadOnlyFolder) {
     mount_.makeFolder("/d");
-    mount_.setPermissions(mount_.at("/d"), 0555); // where the kernel permits only the superuser
+    mount_.setPermissions(mount_.at("/d"), 0555); // the kernel permits changes by root only
     mount_.makeSymbolicLink("/d/link", "x");
     mount_.rename("/d/link", "/d/renamed");
     EXPECT_EQ(targetOf("/d/renamed"), "x");

@@ -357,7 +357,7 @@ TEST_F(MountedLinkTest, NamesComeAndGoWhileTheFileIsUsed) {
     expectStorageAsSeen();
 }
 
-/// An operation on links, and the trees that programs see before and after it.
+/// An operation on links.
 struct LinkUse {
     std::string name;
     std::function<void(MountedTree&)> run;
@@ -384,7 +384,7 @@ const std::vector<LinkUse> linkUses{
     {"replace a symbolic link by a file", [](MountedTree& mount) { mount.rename("/other", "/link"); }},
 };
 
-/// Every single operation of the storage fails in turn.
+/// Fails each operation of the storage in turn.
 class MountedLinkFailureTest : public MountedLinkTest, public testing::WithParamInterface<LinkUse> {
 protected:
     static void fill(MountedTree& mount) {

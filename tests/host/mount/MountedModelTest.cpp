@@ -248,7 +248,7 @@ OpenFile MountedModelTest::anyFile() {
     return open_.empty() ? OpenFile{nullptr, nullptr} : open_[upTo(open_.size() - 1)];
 }
 
-/// Like the kernel, which sends the time of a write after the write.
+/// Sets the time after the write, as the kernel does.
 void MountedModelTest::write(const OpenFile& file) {
     const std::string piece = randomBytes();
     const std::size_t offset = upTo(file.entry->bytes.size() + (upTo(3) == 0 ? 5000 : 0));

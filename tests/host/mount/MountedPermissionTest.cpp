@@ -103,7 +103,7 @@ TEST_F(MountedPermissionTest, AReadOnlyFolderIsRemovedAndReplaced) {
     expectStorageAsSeen();
 }
 
-/// The superuser may change the folder, and so may every user with write permission by the kernel's rules.
+/// Root may change the folder.
 TEST_F(MountedPermissionTest, AReadOnlyFolderKeepsItsFlagWhateverIsDoneInIt) {
     FolderInode& folder = mount_.makeFolder("/d");
     mount_.makeFile("/d/f", "abc");

@@ -9,7 +9,7 @@ namespace {
 
 using foundation::storage::provider::StorageIRI;
 
-/// Renames that no storage supports in one step.
+/// Renames with the semantics of rename(2).
 class MountedRenameTest : public MountedStorageTest {};
 
 TEST_F(MountedRenameTest, AFileGetsAnotherName) {

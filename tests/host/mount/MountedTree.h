@@ -43,6 +43,7 @@ public:
     Inode& makeSymbolicLink(const std::string& path, std::string_view target);
     Inode& makeNode(const std::string& path, mode_t typeAndPermissions, dev_t device = 0);
     Inode& link(const std::string& path, const std::string& newPath);
+
     /// Returns a file without a name, with a reference for the caller.
     FileInode& makeNameless(std::string_view content);
     void removeFile(const std::string& path);
@@ -50,6 +51,7 @@ public:
     void rename(const std::string& from, const std::string& to, unsigned flags = 0);
 
     std::string read(FileInode& file, std::uint64_t offset, std::size_t count);
+
     /// Returns all bytes that programs see in a file.
     std::string bytesOf(FileInode& file);
     void write(FileInode& file, std::uint64_t offset, std::string_view bytes);

@@ -13,8 +13,7 @@
 
 namespace {
 
-/// Returns whether the kernel permits the superuser to mount this kind of file system; in containers it often
-/// does not.
+/// Returns whether the kernel permits root to mount a FUSE file system; in containers it often does not.
 bool mayMount(int device) {
     const TemporaryFolder folder;
     const std::string options = "fd=" + std::to_string(device) + ",rootmode=40000,user_id=0,group_id=0";
@@ -105,7 +104,7 @@ ProgramRun MountingTest::runMountedAt(const std::string& mountPoint, const Words
     return {words, "", prepare, accompany};
 }
 
-/// Reads until the program ends or has reported that it is mounted.
+/// Reads until the program exits or has reported that it is mounted.
 void MountingTest::readAnnouncement(int descriptor) {
     said_.clear();
     for (char byte = 0; !said_.ends_with("ends it\n") && ::read(descriptor, &byte, 1) == 1;) {

@@ -9,14 +9,15 @@
 #include <sys/types.h>
 #include <vector>
 
-/// Runs a shell command. @return whether it succeeded
+/// Runs a shell command.
+/// @return whether it succeeded
 bool runs(const std::string& line);
 
 /// Waits until a condition is met, for at most a minute.
 /// @return whether it is met
 bool comesTrue(const std::function<bool()>& condition);
 
-/// For the preparation of a ProgramRun: ends a program that does not end by itself. Otherwise it would block
+/// Limits the run time of a program, as the preparation of a ProgramRun. A program that hangs would block
 /// every process that uses its mount.
 void limitTime();
 
@@ -40,7 +41,7 @@ protected:
     const std::string mountPoint_ = disk_.makeFolder("mount");
 };
 
-/// The same on machines that permit mounting.
+/// A test that mounts. It is skipped on machines that do not permit mounting.
 class MountingTest : public MountProgramTest {
 protected:
     void SetUp() override;

@@ -132,7 +132,7 @@ void SparseMapModelTest::removeReserved() {
     }
 }
 
-/// Like copying the file.
+/// Copies the file, as `FileContents` does to free slack. Checks only the copy.
 void SparseMapModelTest::compact() {
     const auto extents = extentsOf(map_);
     SparseMap copy;

@@ -3,7 +3,7 @@
 #include "tests/support/HookedProvider.h"
 
 /// A provider that moves folders in steps: it creates the new folder, moves the content of the old folder,
-/// and removes the old folder. A hook can stop each step. So a move may end midway, as in every storage.
+/// and removes the old folder. A hook can make each step fail, so that a move ends midway.
 class StepwiseProvider : public HookedProvider {
 public:
     using HookedProvider::HookedProvider;

@@ -46,7 +46,8 @@ protected:
         provider_.info = [code]() -> ProviderStorageInfo { throw Exception(code, StorageIRI(u"/")); };
     }
 
-    /// Uses space like a file that grows. @return the number of errno(3), 0 for success
+    /// Uses space like a file that grows.
+    /// @return the number of errno(3), 0 for success
     int take(std::uint64_t bytes) {
         const int error = errnoOf([&] { space_.require(bytes); });
         used_ += error == 0 ? bytes : 0;

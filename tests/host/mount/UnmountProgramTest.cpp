@@ -69,7 +69,7 @@ TEST_F(UnmountProgramTest, ReportsAFailedExportAndCanBeRepeated) {
     EXPECT_EQ(readFile(out_ + "/f"), "more content");
 }
 
-/// A target that does not respond delays the export.
+/// A stopped target delays the export.
 TEST_F(UnmountProgramTest, ReportsAMountThatEndsBeforeEverythingIsExported) {
     const std::string slow = disk_.makeFolder("slow");
     expectSuccess(runMountedAt(slow, {}, [&](pid_t target) {
