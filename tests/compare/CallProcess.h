@@ -29,16 +29,17 @@ public:
 
     const Exclusions& exclusions() const { return exclusions_; }
 
-    /// The descriptor of a slot, -1 if it is empty; of a negative slot, that of the current folder.
+    /// The descriptor of a slot, -1 if it is empty; AT_FDCWD for a negative slot.
     int descriptor(std::int64_t slot) const;
 
     /// Replaces the descriptor of a slot. Does nothing if `descriptor` is -1.
     void put(std::int64_t slot, int descriptor);
 
-    /// Empties a slot. @return the result of close(2)
+    /// Empties a slot.
+    /// @return the result of close(2)
     int close(std::int64_t slot);
 
-    /// Starts an epoch: later timestamps that no call has set belong to it.
+    /// Starts an epoch, to which later timestamps belong unless a call sets them.
     void beginEpoch(timespec begin) { epochs_.push_back(begin); }
 
     /// Adds the fields of stat(2).

@@ -153,7 +153,7 @@ TEST_F(ComparedMountsTest, ADifferenceIsFoundAndReducedToAFewCalls) {
     Comparison comparison(roots_, exclusions);
     std::optional<Difference> difference;
     for (unsigned seed = 1; !difference || difference->calls.size() <= 20; ++seed) {
-        difference = comparison.tryRandomly(seed, 300); // which calls a seed gives depends on the compiler
+        difference = comparison.tryRandomly(seed, 300); // the calls of a seed depend on the compiler
     }
     const Difference smallest = comparison.shrink(*difference);
     EXPECT_EQ(smallest.signature(), difference->signature());

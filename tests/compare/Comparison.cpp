@@ -11,7 +11,7 @@ namespace syscalls {
 namespace {
 
 constexpr std::uint64_t usualEpoch = 100; ///< in calls
-constexpr std::uint64_t batchSize = 20;   ///< calls generated at a time, before any of them is made
+constexpr std::uint64_t batchSize = 20;   ///< calls that are generated before the first of them is made
 
 /// Short sequences get short epochs, so that removing calls while shrinking does not merge two epochs.
 std::uint64_t epochFor(std::size_t calls) {

@@ -13,7 +13,7 @@ struct Exclusion {
     std::string_view reason;
 };
 
-/// Permanent exclusions: file systems differ in them legitimately, or the reference does not support them.
+/// Permanent exclusions: file systems may differ in them, or the reference does not support them.
 std::span<const Exclusion> standingExclusions();
 
 /// Names of excluded items. A value.

@@ -41,8 +41,9 @@ public:
 
     void add(std::string_view name, std::string_view value);
     void add(std::string_view name, std::uint64_t value);
-    void addAt(std::string_view place, std::string_view name,
-               std::string_view value); ///< for one of several places
+
+    /// Adds a field of one of several places.
+    void addAt(std::string_view place, std::string_view name, std::string_view value);
 
     /// Adds bytes that were read: their count, a hash and a prefix.
     void addBytes(std::string_view name, std::string_view bytes);

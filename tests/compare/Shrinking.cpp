@@ -7,7 +7,7 @@ namespace syscalls {
 Calls shrunk(Calls calls, const std::function<bool(const Calls&)>& stillFails, int attempts) {
     std::size_t part = std::max<std::size_t>(calls.size() / 2, 1);
     bool isSmaller = false;
-    // Starts at the end: the calls just before the failing one matter least often. The failing call is kept.
+    // Removes the calls before the last one first. Keeps the last call, which is the failing one.
     for (std::size_t end = calls.size(); attempts > 0;) {
         if (end <= 1) {
             if (part == 1 && !isSmaller) {

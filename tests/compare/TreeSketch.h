@@ -8,7 +8,7 @@
 
 namespace syscalls {
 
-/// Used in place of a slot number.
+/// Used instead of a slot number.
 inline constexpr std::int64_t currentFolder = -1;
 
 /// An estimate of the entries by path and the descriptors by slot that the calls so far have left. Calls that

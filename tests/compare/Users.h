@@ -4,7 +4,7 @@
 
 namespace syscalls {
 
-/// The users that make the calls: 0 is the superuser; 1 is an ordinary user with its own group and a second
+/// The users that make the calls: user 0 is root; user 1 is an ordinary user with its own group and a second
 /// one.
 inline constexpr std::int64_t ordinaryUser = 4001;
 inline constexpr std::int64_t ordinaryGroup = 4002;
