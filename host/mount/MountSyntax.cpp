@@ -21,7 +21,7 @@ unsigned usualThreads() {
 
 std::string absolute(const std::string& path) {
     if (path.empty()) {
-        throw UsageError("the path of a folder is empty");
+        throw UsageError("an empty path");
     }
     // Keeps "..", because after a symbolic link it does not lead to the textual parent.
     const std::string whole = std::filesystem::absolute(path);
@@ -31,29 +31,31 @@ std::string absolute(const std::string& path) {
 } // namespace
 
 MountSyntax::MountSyntax(CLI::App& app)
-    : command_(app.add_subcommand("mount", "Mount the storage at a folder, for every program to use")),
+    : command_(app.add_subcommand("mount", "Mount the storage at a folder")),
       options_{.threads = usualThreads()} {
-    command_->add_option("MOUNTPOINT", options_.mountPoint, "The folder")->required()->type_name("");
-    command_->add_flag("--background", background_, "Return as soon as the mount answers");
+    command_->add_option("MOUNTPOINT", options_.mountPoint, "Folder to mount at")->required()->type_name("");
+    command_->add_flag("--background", background_, "Run in the background, return when mounted");
     CLI::Option* const importing =
-        command_->add_option("--import", import_, "Begin with the content of a folder of the disk")
+        command_->add_option("--import", import_, "Import a folder of the disk before mounting")
             ->type_name("DISK-PATH");
     CLI::Option* const exporting =
-        command_->add_option("--export-on-exit", export_, "Copy the content to the disk at the end")
+        command_
+            ->add_option("--export-on-exit", export_, "Export the content to the disk when the mount ends")
             ->type_name("DISK-PATH");
     command_
         ->add_option("--sync-on-exit", sync_,
-                     "As --export-on-exit, and remove there what was imported and removed since")
+                     "Like --export-on-exit, but also remove files that were imported and removed since")
         ->type_name("DISK-PATH")
         ->needs(importing)
         ->excludes(exporting);
-    command_->add_option("--rescue", rescue_, "Where to put what cannot be exported")->type_name("DISK-PATH");
+    command_->add_option("--rescue", rescue_, "Folder for content that cannot be exported")
+        ->type_name("DISK-PATH");
     command_->add_flag("--read-only", readOnly_, "Refuse all changes");
-    command_->add_flag("--allow-other", allowOther_, "Let other users in, as far as permissions let them");
+    command_->add_flag("--allow-other", allowOther_, "Allow access by other users, subject to permissions");
     command_->add_option("-o", lists_, "Options of mount(8) and fstab(5), such as size=1g,mode=755")
         ->type_name("OPTION,...")
         ->allow_extra_args(false);
-    command_->add_option("--threads", threads_, "How many requests to work on at once")
+    command_->add_option("--threads", threads_, "Number of threads that process requests")
         ->type_name("N")
         ->check(CLI::Range(1, 256).description(""))
         ->default_str(std::to_string(options_.threads));

@@ -5,8 +5,10 @@
 namespace storage::host {
 
 UnmountSyntax::UnmountSyntax(CLI::App& app)
-    : command_(app.add_subcommand("unmount", "End a mount, and wait until its content is exported")) {
-    command_->add_option("MOUNTPOINT", mountPoint_, "The folder")->required()->type_name("");
+    : command_(app.add_subcommand("unmount", "Unmount a storage, and wait until its content is exported")) {
+    command_->add_option("MOUNTPOINT", mountPoint_, "Folder at which it is mounted")
+        ->required()
+        ->type_name("");
 }
 
 std::optional<std::string> UnmountSyntax::result() const {
