@@ -22,7 +22,7 @@ ExitStatus statusOf(int child) {
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     if (WIFSIGNALED(status)) {
-        throw std::runtime_error(std::string("the process in the background was ended: ") +
+        throw std::runtime_error(std::string("the background process was terminated by a signal: ") +
                                  ::strsignal(WTERMSIG(status)));
     }
     return static_cast<ExitStatus>(WEXITSTATUS(status));

@@ -19,7 +19,7 @@ std::string requireWritable(std::string path) {
     const bool exists = std::filesystem::exists(path);
     const std::string folder = exists ? path : std::filesystem::path(path).parent_path().string();
     if (exists && !std::filesystem::is_directory(path)) {
-        throw CommandError(path, "not a folder; the storage's content could not be exported there");
+        throw CommandError(path, "not a folder; choose a folder as the export target");
     }
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {
         throw diskError(folder, errno);

@@ -34,26 +34,25 @@ void refuseUnmountable(const std::string& mountPoint) {
     // program has ended.
     struct statfs system {};
     if (::stat(mountPoint.c_str(), &status) != 0 || ::statfs(mountPoint.c_str(), &system) != 0) {
-        const std::string advice = errno == ENOENT ? "there is no such folder; make it first"
-                                   : errno == ENOTCONN
-                                       ? "a mount whose program has gone is still there; take it "
-                                         "away with 'fusermount3 -u' first"
-                                       : diskError(mountPoint, errno).what();
-        throw CommandError(mountPoint, advice);
+        const std::string reason =
+            errno == ENOENT ? "no such folder; create it first"
+            : errno == ENOTCONN
+                ? "a stale mount, whose server has exited; remove it with 'fusermount3 -u' first"
+                : diskError(mountPoint, errno).what();
+        throw CommandError(mountPoint, reason);
     }
     if (!S_ISDIR(status.st_mode)) {
-        throw CommandError(mountPoint, "not a folder; a storage can be mounted at a folder only");
+        throw CommandError(mountPoint, "not a folder; a mount point must be a folder");
     }
     if (isMountOfFuse(mountPoint)) {
-        throw CommandError(mountPoint,
-                           "something is mounted there already; end it with 'qzstorage unmount' first");
+        throw CommandError(mountPoint, "already a mount point; unmount it with 'qzstorage unmount' first");
     }
     if (mountPoint == "/") {
         throw CommandError(mountPoint, "the root folder cannot be a mount point");
     }
     if (::access("/dev/fuse", F_OK) != 0) {
         throw CommandError("/dev/fuse",
-                           "missing, so nothing can be mounted here; load the kernel's module 'fuse'");
+                           "missing, so nothing can be mounted; load the kernel module with 'modprobe fuse'");
     }
 }
 
@@ -106,7 +105,7 @@ FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountReque
     fuse_opt_free_args(&arguments);
     context_.session = session_.get();
     if (!session_ || fuse_session_mount(session_.get(), options.mountPoint.c_str()) != 0) {
-        throw CommandError(options.mountPoint, "cannot be mounted: " + errors.firstLine());
+        throw CommandError(options.mountPoint, "cannot mount: " + errors.firstLine());
     }
     extendSession(session_.get());
     place_ = MountPlace(options.mountPoint, fuse_session_fd(session_.get()));

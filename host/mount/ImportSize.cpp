@@ -59,8 +59,8 @@ void requireRoomForImport(const StorageSpace& space, const std::string& folder) 
     const std::uint64_t size = sizeBelow(folder);
     const std::uint64_t available = space.info().available;
     if (size > available) {
-        throw CommandError(folder, "does not fit, so nothing was mounted: it takes " + inMebibytes(size) +
-                                       ", and " + space.limit() + " leaves " + inMebibytes(available));
+        throw CommandError(folder, "does not fit, so nothing was mounted: it requires " + inMebibytes(size) +
+                                       ", but " + space.limit() + " leaves " + inMebibytes(available));
     }
 }
 

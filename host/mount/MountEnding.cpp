@@ -76,15 +76,13 @@ MountEnding::Saved MountEnding::attempt() {
     }
     Interruption::clear(); // a signal may have cancelled the export; the next one ends the mount
     exportFailed_ = true;
-    writeNote("It is still mounted, and nothing is lost. When what is in the way has been repaired, "
-              "'qzstorage unmount " +
-                  mountPoint_ + "' exports it.",
+    writeNote("It is still mounted, and nothing is lost. Fix the cause, then run 'qzstorage unmount " +
+                  mountPoint_ + "' to export it.",
               report.lines());
     requests_.fail(report.summary());
     console_.notice(exitExport_->target(),
-                    "not all of it could be exported, so the storage stays mounted; 'qzstorage unmount " +
-                        mountPoint_ +
-                        "' tries again, another Ctrl-C or signal gives up what was not exported");
+                    "the export is incomplete, so the storage stays mounted; retry with 'qzstorage unmount " +
+                        mountPoint_ + "', or discard what was not exported with another Ctrl-C or signal");
     return Saved::No;
 }
 
@@ -111,7 +109,8 @@ void MountEnding::flush(MountFreeze& freeze) {
     console_.attempt(mountPoint_, [&] {
         if (freeze.flush() == MountFreeze::Reached::No && !workers_.hasEnded()) {
             console_.report(
-                {mountPoint_, "something is mounted over it: what programs wrote last cannot be saved"});
+                {mountPoint_,
+                 "another mount covers it, so the latest writes cannot be saved; unmount that first"});
         }
     });
 }
@@ -171,9 +170,8 @@ MountEnding::Saved MountEnding::trySeveralTimes(std::vector<std::string>& reason
 
 MountEnding::Saved MountEnding::copyToRescue(const std::vector<std::string>& reasons) {
     const auto failuresBefore = console_.failuresOfCommand();
-    writeNote("It was unmounted before that, so everything that was in it is being copied to '" +
-                  rescue_.content() +
-                  "'. If this note still says so and the program has ended, the copy is not complete.",
+    writeNote("It is already unmounted, so its content is being copied to '" + rescue_.content() +
+                  "'. If the program has exited and this note still says so, the copy is incomplete.",
               reasons);
     try {
         exitExport_->copyTo(rescue_.content(), storage_);
@@ -183,11 +181,10 @@ MountEnding::Saved MountEnding::copyToRescue(const std::vector<std::string>& rea
     if (console_.failuresOfCommand() != failuresBefore) {
         return Saved::No;
     }
-    writeNote("It was unmounted before that, so everything that was in it has been copied to '" +
-                  rescue_.content() + "'.",
+    writeNote("It is already unmounted, so its content has been copied to '" + rescue_.content() + "'.",
               reasons);
     console_.report({exitExport_->target(),
-                     "not all of it could be exported; everything is in " + rescue_.content() + " instead"});
+                     "the export is incomplete; everything is in " + rescue_.content() + " instead"});
     return Saved::Yes;
 }
 
@@ -195,7 +192,7 @@ void MountEnding::writeNote(const std::string& state, const std::vector<std::str
     if (exitExport_ == nullptr) {
         return;
     }
-    std::vector<std::string> lines{"The storage that was mounted at '" + mountPoint_ +
+    std::vector<std::string> lines{"The storage mounted at '" + mountPoint_ +
                                        "' could not be exported completely to '" + exitExport_->target() +
                                        "'.",
                                    state, "", "What could not be exported, and why:"};
@@ -204,7 +201,7 @@ void MountEnding::writeNote(const std::string& state, const std::vector<std::str
         rescue_.write(lines);
     } catch (...) {
         const Failure failure = Failure::ofCurrentException(rescue_.path());
-        console_.notice(failure.path, "no note could be written: " + failure.reason);
+        console_.notice(failure.path, "cannot write the note: " + failure.reason);
     }
 }
 
@@ -216,17 +213,19 @@ void MountEnding::settle() {
     console_.attempt(mountPoint_, [&] {
         const MountedStorage::Unsettled unsettled = storage_.settle();
         for (const Failure& failure : unsettled.failures) {
-            console_.report({failure.path, "its end or its time is not as it was seen: " + failure.reason});
+            console_.report(
+                {failure.path,
+                 "its size or time in the storage may differ from the mounted file: " + failure.reason});
         }
         for (const std::string& path : unsettled.withHoles) {
-            console_.notice(path, "not kept by the storage, which has no room for its holes");
+            console_.notice(path, "not kept by the storage, which has no space to fill its holes");
         }
     });
 }
 
 void MountEnding::giveUp() {
-    console_.report({exitExport_->target(), "given up: what was not exported is lost"});
-    writeNote("A signal ended it before everything was exported. What was not exported is lost.", {});
+    console_.report({exitExport_->target(), "export aborted; what was not exported is lost"});
+    writeNote("A signal ended the mount before the export was complete. What was not exported is lost.", {});
     session_.place().takeAway();
     workers_.stop();
 }

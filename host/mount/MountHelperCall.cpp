@@ -30,7 +30,7 @@ public:
             }
         }
         if (operands_.size() != 2) {
-            throw UsageError("mount(8) calls this with SOURCE and MOUNTPOINT");
+            throw UsageError("expected two operands, SOURCE and MOUNTPOINT, as from mount(8)");
         }
         const std::string all = "fsname=" + operands_[0] + (isSloppy_ ? ",sloppy" : "") + list_;
         return {{"qzstorage", "mount", "--background", "-o", all, "--", operands_[1]}, isFake_};
@@ -63,7 +63,7 @@ private:
                 value(letters);
                 return;
             default:
-                throw UsageError(std::string("-") + letters.front() + ": no such option of a mount");
+                throw UsageError(std::string("-") + letters.front() + ": unknown mount option");
             }
         }
     }
@@ -73,7 +73,7 @@ private:
             return std::string(letters.substr(1));
         }
         if (rest_.empty()) {
-            throw UsageError(std::string("-") + letters.front() + ": the option takes a value");
+            throw UsageError(std::string("-") + letters.front() + ": the option requires a value");
         }
         return std::string(next());
     }

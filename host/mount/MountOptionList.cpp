@@ -21,7 +21,7 @@ std::string_view readNumber(std::string_view name, std::string_view value, int b
     const char* const end = value.data() + value.size();
     const auto [rest, error] = std::from_chars(value.data(), end, number, base);
     if (error != std::errc{}) {
-        throw UsageError(std::string(name) + "=" + std::string(value) + ": not a number, or too large");
+        throw UsageError(std::string(name) + "=" + std::string(value) + ": invalid or too large number");
     }
     return {rest, static_cast<std::size_t>(end - rest)};
 }
@@ -30,7 +30,7 @@ template <typename Number>
 Number wholeNumber(std::string_view name, std::string_view value, int base, Number largest) {
     Number number{};
     if (!readNumber(name, value, base, number).empty() || number > largest) {
-        throw UsageError(std::string(name) + "=" + std::string(value) + ": not a number, or too large");
+        throw UsageError(std::string(name) + "=" + std::string(value) + ": invalid or too large number");
     }
     return number;
 }
@@ -53,7 +53,8 @@ std::uint64_t amount(std::string_view name, std::string_view value, std::optiona
     const unsigned shift = 10U * static_cast<unsigned>(power);
     if (unit.size() > 1 || (!unit.empty() && power == 0) ||
         number > (std::numeric_limits<std::uint64_t>::max() >> shift)) {
-        throw UsageError(std::string(name) + "=" + std::string(value) + ": not an amount, such as 64m");
+        throw UsageError(std::string(name) + "=" + std::string(value) +
+                         ": invalid amount; expected for example 64m");
     }
     return number << shift;
 }
@@ -95,7 +96,7 @@ constexpr std::array knownSettings{
                 constexpr unsigned most = 256;
                 options.threads = wholeNumber<unsigned>(name, value, 10, most);
                 if (options.threads == 0) {
-                    throw UsageError("threads=0: at least one thread must answer requests");
+                    throw UsageError("threads=0: at least one thread is required");
                 }
             }},
     Setting{"import", [](MountOptions& options, std::string_view,
@@ -163,7 +164,7 @@ bool applySetting(std::string_view name, std::string_view value, MountOptions& o
         return false;
     }
     if (value.empty()) {
-        throw UsageError(std::string(name) + ": the option takes a value, as in " + std::string(name) +
+        throw UsageError(std::string(name) + ": the option requires a value, as in " + std::string(name) +
                          "=...");
     }
     setting->apply(options, name, value);
@@ -194,7 +195,7 @@ void applyOptionList(std::string_view list, MountOptions& options) {
             end == std::string_view::npos ? std::string_view() : item.substr(end + 1);
         const bool isFlag = end == std::string_view::npos && applyFlag(name, options);
         if (!isFlag && !applySetting(name, value, options) && !isIgnored(name) && !isSloppy) {
-            throw UsageError(std::string(item) + ": no such option of a mount");
+            throw UsageError(std::string(item) + ": unknown mount option");
         }
     }
 }

@@ -42,7 +42,7 @@ void importFolder(MountedStorage& storage, Console& console, const Interruption&
                   const MountOptions& options) {
     const std::string& folder = *options.importFrom;
     if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
-        throw CommandError(folder, "not a folder; its content is what would be imported");
+        throw CommandError(folder, "not a folder; choose a folder to import");
     }
     requireRoomForImport(storage.memory(), folder);
     TransferTotals totals;
@@ -54,7 +54,7 @@ void importFolder(MountedStorage& storage, Console& console, const Interruption&
         totals = importer.totals();
     } // the importer's destructor clears the progress line
     if (console.failuresOfCommand() > 0) {
-        throw CommandError(folder, "not all of it could be imported, so nothing was mounted");
+        throw CommandError(folder, "could not be imported completely, so nothing was mounted");
     }
     console.out() << "imported " << totals.summary() << '\n' << std::flush;
 }
@@ -62,7 +62,7 @@ void importFolder(MountedStorage& storage, Console& console, const Interruption&
 /// The mount caches names, which is wrong if the storage treats different names as equal.
 void refuseCaseInsensitive(const IProvider& provider, const std::string& plugin) {
     if (provider.doGetFilenameSensitivity(StorageIRI(u"/")) != FilenameSensitivity::CaseSensitive) {
-        throw CommandError(plugin, "a storage that ignores the case of names cannot be mounted");
+        throw CommandError(plugin, "its storage ignores the case of names, so it cannot be mounted");
     }
 }
 
@@ -90,7 +90,7 @@ void refuseBelow(const std::string& mountPoint, const std::string& path) {
     std::error_code error;
     const std::string place = std::filesystem::weakly_canonical(path, error);
     if ((place + '/').starts_with(mountPoint + '/')) {
-        throw CommandError(path, "the mount would hide it; choose a folder outside of " + mountPoint);
+        throw CommandError(path, "the mount would hide it; choose a folder outside " + mountPoint);
     }
 }
 
@@ -132,8 +132,9 @@ public:
         refuseCaseInsensitive(*provider, library.path());
         refuseBelow(options_.mountPoint, rescue_.base());
         if (rescue_.baseHasNotes()) {
-            console_.notice(rescue_.base(),
-                            "what earlier mounts could not export is there; remove it when it is done with");
+            console_.notice(
+                rescue_.base(),
+                "contains what earlier mounts could not export; remove it when you no longer need it");
         }
         std::optional<ExitExport> exitExport;
         if (options_.exportTo) {
@@ -179,7 +180,7 @@ private:
         }
         if (!std::filesystem::equivalent(folder, exitExport->target())) {
             throw CommandError(exitExport->target(),
-                               "not the folder that --import names; only that can be made equal");
+                               "not the folder of --import; only that folder can be synchronized");
         }
         ImportedTree tree(folder); // before the import, so that entries that appear later do not count
         importFolder(storage, console_, interruption_, options_);

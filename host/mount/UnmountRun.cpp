@@ -49,7 +49,8 @@ FileDescriptor openMount(const std::string& mountPoint) {
     const int folder = ::open(mountPoint.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) {
         throw errno == ENOTCONN
-            ? CommandError(mountPoint, "a mount whose program has gone; take it away with 'fusermount3 -u'")
+            ? CommandError(mountPoint,
+                           "a stale mount, whose server has exited; remove it with 'fusermount3 -u'")
             : diskError(mountPoint, errno);
     }
     auto root = FileDescriptor::adopt(folder, mountPoint);
@@ -71,7 +72,7 @@ std::optional<UnmountStatus> ask(const FileDescriptor& root, unsigned long reque
         return std::nullopt;
     }
     if (errno == EPERM) {
-        throw CommandError(root.path(), "only the user who mounted it, and the superuser, can end it");
+        throw CommandError(root.path(), "only root and the user who mounted it can unmount it");
     }
     throw errno == ENOTTY || errno == ENOSYS ? CommandError(root.path(), "no storage is mounted there")
                                              : diskError(root.path(), errno);
@@ -99,7 +100,7 @@ private:
 UnmountStatus waitForEnd(const FileDescriptor& root, Console& console) {
     const auto started = ask(root, startUnmounting);
     if (!started) {
-        throw CommandError(root.path(), "the mount has gone meanwhile");
+        throw CommandError(root.path(), "unmounted meanwhile");
     }
     ProgressLine line(console);
     UnmountStatus last = *started;

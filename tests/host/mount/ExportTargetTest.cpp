@@ -153,7 +153,7 @@ TEST_F(ExportTargetTest, OnlyWhatWasImportedCanBeMadeEqual) {
     const std::string other = disk_.makeFolder("other");
     const ProgramRun run({"mount", mountPoint_, "--import", folder, "--sync-on-exit", other});
     EXPECT_EQ(run.status(), 1);
-    EXPECT_THAT(run.errors(), HasSubstr("other: not the folder that --import names"));
+    EXPECT_THAT(run.errors(), HasSubstr("other: not the folder of --import"));
     for (const Words& words :
          {Words{"mount", mountPoint_, "--sync-on-exit", folder},
           {"mount", mountPoint_, "--import", folder, "--sync-on-exit", folder, "--export-on-exit", other}}) {

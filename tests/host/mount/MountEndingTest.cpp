@@ -137,7 +137,7 @@ TEST_F(MountEndingTest, AFailedExportLeavesTheMountUsableUntilASecondSignal) {
     });
     EXPECT_EQ(run.status(), 1);
     EXPECT_THAT(run.errors(), HasSubstr("qzstorage: mount: " + out_ + ": a file is in the way\n"));
-    EXPECT_THAT(run.errors(), HasSubstr("given up"));
+    EXPECT_THAT(run.errors(), HasSubstr("export aborted"));
     EXPECT_THAT(readFile(rescued() + "/note.txt"), HasSubstr("is lost"));
     EXPECT_EQ(readFile(out_), "in the way");
     EXPECT_FALSE(isMounted());
@@ -179,7 +179,7 @@ TEST_F(MountEndingTest, WhatAnUnmountedStorageCannotExportIsRescued) {
     EXPECT_EQ(readFile(out_), "in the way");
 
     const ProgramRun next = runMounted({"--rescue", rescue_}, [&](pid_t) { EXPECT_TRUE(unmount()); });
-    EXPECT_THAT(next.errors(), HasSubstr(rescue_ + ": what earlier mounts could not export is there"));
+    EXPECT_THAT(next.errors(), HasSubstr(rescue_ + ": contains what earlier mounts could not export"));
 }
 
 TEST_F(MountEndingTest, AnUnmountedStorageWaitsForTheTarget) {
@@ -206,7 +206,7 @@ TEST_F(MountEndingTest, WithoutAnyPlaceForItTheContentStaysUntilASignal) {
         ::kill(process, SIGTERM);
     });
     EXPECT_EQ(run.status(), 1);
-    EXPECT_THAT(run.errors(), HasSubstr("given up"));
+    EXPECT_THAT(run.errors(), HasSubstr("export aborted"));
 }
 
 } // namespace

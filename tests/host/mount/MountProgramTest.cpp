@@ -26,8 +26,8 @@ TEST_F(MountProgramTest, WhatIsSavedMustNotGoIntoTheMountItself) {
             const ProgramRun run({"mount", option, folder, mountPoint_});
             EXPECT_EQ(run.status(), 1);
             EXPECT_EQ(run.errors(), "qzstorage: mount: " + folder +
-                                        ": the mount would hide it; choose a folder outside of " +
-                                        mountPoint_ + "\n");
+                                        ": the mount would hide it; choose a folder outside " + mountPoint_ +
+                                        "\n");
         }
     }
 }
@@ -57,16 +57,15 @@ TEST_F(MountProgramTest, WhatCannotBeMountedIsToldInOneLine) {
         std::string reason;
     };
     for (const auto& [words, reason] : std::vector<Case>{
-             {{"mount", disk_ / "missing"}, "missing: there is no such folder; make it first"},
-             {{"mount", file}, "file: not a folder; a storage can be mounted at a folder only"},
+             {{"mount", disk_ / "missing"}, "missing: no such folder; create it first"},
+             {{"mount", file}, "file: not a folder; a mount point must be a folder"},
              {{"mount", file + "/below"}, "file/below: "},
              {{"--plugin", disk_ / "none.so", "mount", mountPoint_}, "none.so: "},
              {{"--plugin", file, "mount", mountPoint_}, "file: "},
              {{"--plugin", std::string(TEST_BAD_PLUGINS) + "/libNoEntryPoint.so", "mount", mountPoint_},
               "libNoEntryPoint.so"},
              {{"mount", mountPoint_, "--import", disk_ / "missing"}, "missing: "},
-             {{"mount", mountPoint_, "--import", file},
-              "file: not a folder; its content is what would be imported"},
+             {{"mount", mountPoint_, "--import", file}, "file: not a folder; choose a folder to import"},
              {{"mount", mountPoint_, "--export-on-exit", file}, "file: not a folder; "},
              {{"mount", mountPoint_, "--export-on-exit", disk_ / "missing/out"}, "missing: "},
              {{"mount", mountPoint_, "--export-on-exit", closed + "/out"}, "closed: "},
@@ -222,8 +221,7 @@ TEST_F(MountingTest, AMountIsNotHiddenByAnother) {
     expectSuccess(runMounted({}, [&](pid_t) {
         const ProgramRun second({"mount", mountPoint_});
         EXPECT_EQ(second.status(), 1);
-        EXPECT_THAT(second.errors(),
-                    MatchesRegex("qzstorage: mount: [^\n]*something is mounted there already[^\n]*\n"));
+        EXPECT_THAT(second.errors(), MatchesRegex("qzstorage: mount: [^\n]*already a mount point[^\n]*\n"));
         EXPECT_TRUE(unmount());
     }));
     EXPECT_FALSE(isMounted());
@@ -235,7 +233,7 @@ TEST_F(MountingTest, AMountWhoseProgramIsGoneIsRefused) {
         ::waitid(P_PID, static_cast<id_t>(process), nullptr, WEXITED | WNOWAIT);
         const ProgramRun second({"mount", mountPoint_}, "", limitTime);
         EXPECT_EQ(second.status(), 1);
-        EXPECT_THAT(second.errors(), HasSubstr("a mount whose program has gone is still there"));
+        EXPECT_THAT(second.errors(), HasSubstr("a stale mount, whose server has exited"));
         EXPECT_TRUE(unmount());
         EXPECT_FALSE(isMounted()) << "another mount was made over the dead one";
     });
