@@ -17,7 +17,7 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(CompareTest, EveryKindHasItsOwnName) {
+TEST(CompareTest, GivesEachKindItsOwnName) {
     std::set<std::string_view> names;
     for (const CallKind& kind : allKinds()) {
         names.insert(kind.name);
@@ -26,7 +26,7 @@ TEST(CompareTest, EveryKindHasItsOwnName) {
     EXPECT_GE(names.size(), 60U);
 }
 
-TEST(CompareTest, ACallIsALine) {
+TEST(CompareTest, WritesACallAsALineAndParsesIt) {
     Call call{.user = 1,
               .kind = "rename",
               .numbers = {1, -2, 1LL << 62},
@@ -37,7 +37,7 @@ TEST(CompareTest, ACallIsALine) {
     EXPECT_THROW(fromLine("1 rename 1"), std::runtime_error);
 }
 
-TEST(CompareTest, AnOutcomeIsAText) {
+TEST(CompareTest, WritesAnOutcomeAsTextAndParsesIt) {
     const Exclusions exclusions;
     OutcomeBuilder builder(exclusions);
     builder.result(5);
@@ -53,7 +53,7 @@ TEST(CompareTest, AnOutcomeIsAText) {
     EXPECT_FALSE(failing.take().succeeded());
 }
 
-TEST(CompareTest, TheSameSeedGivesTheSameCalls) {
+TEST(CompareTest, GeneratesTheSameCallsFromTheSameSeed) {
     const Exclusions exclusions;
     CallGenerator one(7, exclusions);
     CallGenerator other(7, exclusions);
@@ -68,7 +68,7 @@ TEST(CompareTest, TheSameSeedGivesTheSameCalls) {
     EXPECT_EQ(kinds.size(), allKinds().size() - 2) << "all but the tree at the end and what is left out";
 }
 
-TEST(CompareTest, WhatIsLeftOutIsNotGenerated) {
+TEST(CompareTest, GeneratesNoExcludedCalls) {
     Exclusions exclusions;
     exclusions.add("mkdir");
     CallGenerator generator(7, exclusions);
@@ -77,7 +77,7 @@ TEST(CompareTest, WhatIsLeftOutIsNotGenerated) {
     }
 }
 
-TEST(CompareTest, ASketchFollowsWhatIsMoved) {
+TEST(CompareTest, UpdatesTheSketchAfterMoves) {
     TreeSketch sketch;
     sketch.make("a", TreeSketch::Kind::Folder);
     sketch.make("a/b", TreeSketch::Kind::File);
@@ -92,7 +92,7 @@ TEST(CompareTest, ASketchFollowsWhatIsMoved) {
     EXPECT_THAT(sketch.paths(TreeSketch::Kind::File), ElementsAre("d"));
 }
 
-TEST(CompareTest, ASequenceShrinksToTheCallsThatMatter) {
+TEST(CompareTest, ShrinksASequenceToTheRelevantCalls) {
     Calls calls;
     for (int i = 0; i < 1000; ++i) {
         calls.push_back({.kind = std::to_string(i)});
@@ -130,7 +130,7 @@ protected:
     bool isMounted_ = false;
 };
 
-TEST_F(ComparedMountsTest, TheSameFileSystemAgreesWithItself) {
+TEST_F(ComparedMountsTest, FindsNoDifferenceBetweenEqualFileSystems) {
     mountTested(0);
     if (!isMounted_) {
         GTEST_SKIP() << "mounting is not permitted here";
@@ -144,7 +144,7 @@ TEST_F(ComparedMountsTest, TheSameFileSystemAgreesWithItself) {
     EXPECT_GT(comparison.totals().succeeded, 300U); // about a third succeeds, fewer with some seeds
 }
 
-TEST_F(ComparedMountsTest, ADifferenceIsFoundAndReducedToAFewCalls) {
+TEST_F(ComparedMountsTest, FindsADifferenceAndReducesItToAFewCalls) {
     mountTested(MS_NOSYMFOLLOW);
     if (!isMounted_) {
         GTEST_SKIP() << "mounting is not permitted here";
