@@ -14,7 +14,7 @@ int resultOf(ChangeGate& gate, ChangeGate::Origin origin) {
     return errnoOf([&] { const ChangeGate::Passage passage(gate, origin); });
 }
 
-TEST(ChangeGateTest, LetsEverythingThroughWhileItIsOpen) {
+TEST(ChangeGateTest, AdmitsAllChangesWhileOpen) {
     ChangeGate gate;
     for (const bool wasClosed : {false, true}) {
         EXPECT_FALSE(gate.isClosed());
@@ -26,7 +26,7 @@ TEST(ChangeGateTest, LetsEverythingThroughWhileItIsOpen) {
     }
 }
 
-TEST(ChangeGateTest, RefusesProgramsAndCountsTheKernelWhileItIsClosed) {
+TEST(ChangeGateTest, RefusesProgramsAndCountsTheKernelWhileClosed) {
     ChangeGate gate;
     gate.close();
     EXPECT_TRUE(gate.isClosed());

@@ -44,7 +44,7 @@ protected:
     std::uint64_t nextNumber_ = 2;
 };
 
-TEST_F(ChildTableTest, FindsChildrenByTheirNames) {
+TEST_F(ChildTableTest, FindsChildrenByName) {
     EXPECT_TRUE(table_.empty());
     Inode& a = add(table_, u"a");
     Inode& longName = add(table_, std::u16string(200, u'x'));
@@ -55,7 +55,7 @@ TEST_F(ChildTableTest, FindsChildrenByTheirNames) {
     EXPECT_EQ(table_.find(u""), nullptr);
 }
 
-TEST_F(ChildTableTest, ListsTheLastThatCameFirst) {
+TEST_F(ChildTableTest, ListsTheLatestChildFirst) {
     EXPECT_EQ(table_.after(0), nullptr);
     Inode& z = add(table_, u"z");
     add(table_, u"a");
@@ -65,11 +65,11 @@ TEST_F(ChildTableTest, ListsTheLastThatCameFirst) {
     EXPECT_THAT(namesAfter(table_, ChildTable::positionOf(z)), IsEmpty());
 }
 
-TEST_F(ChildTableTest, LeavesRoomForTwoPositionsInFront) {
+TEST_F(ChildTableTest, ReservesTwoPositions) {
     EXPECT_GT(ChildTable::positionOf(add(table_, u"a")), 2U);
 }
 
-TEST_F(ChildTableTest, AListingUnderWayDoesNotMeetWhatIsAdded) {
+TEST_F(ChildTableTest, DoesNotListNewChildrenInARunningListing) {
     Inode& first = add(table_, u"a");
     add(table_, u"b");
     const std::uint64_t reached = ChildTable::positionOf(*table_.find(u"b"));
@@ -80,7 +80,7 @@ TEST_F(ChildTableTest, AListingUnderWayDoesNotMeetWhatIsAdded) {
     EXPECT_THAT(namesAfter(table_, reached), IsEmpty());
 }
 
-TEST_F(ChildTableTest, AListingGoesOnWhereARemovedChildWas) {
+TEST_F(ChildTableTest, ContinuesAListingAtARemovedChild) {
     add(table_, u"a");
     Inode& b = add(table_, u"b");
     add(table_, u"c");
@@ -93,7 +93,7 @@ TEST_F(ChildTableTest, AListingGoesOnWhereARemovedChildWas) {
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"c", u"a"));
 }
 
-TEST_F(ChildTableTest, AChildMovesToAnotherTable) {
+TEST_F(ChildTableTest, MovesAChildToAnotherTable) {
     Inode& child = add(table_, u"a");
     add(table_, u"stays");
     ChildTable other;
@@ -106,7 +106,7 @@ TEST_F(ChildTableTest, AChildMovesToAnotherTable) {
     EXPECT_THAT(namesAfter(other, 0), ElementsAre(std::u16string(100, u'n'), u"x"));
 }
 
-TEST_F(ChildTableTest, AChildCanKeepItsPlaceUnderAnotherName) {
+TEST_F(ChildTableTest, KeepsThePositionOfARenamedChild) {
     Inode& child = add(table_, u"a");
     add(table_, u"b");
     move(table_, child, table_, u"c", ChildTable::positionOf(child));
@@ -115,7 +115,7 @@ TEST_F(ChildTableTest, AChildCanKeepItsPlaceUnderAnotherName) {
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"c"));
 }
 
-TEST_F(ChildTableTest, AChildCanTakeThePlaceOfAnother) {
+TEST_F(ChildTableTest, GivesAReplacementThePositionOfItsTarget) {
     Inode& replaced = add(table_, u"old");
     add(table_, u"b");
     Inode& child = add(table_, u"new");
@@ -125,7 +125,7 @@ TEST_F(ChildTableTest, AChildCanTakeThePlaceOfAnother) {
     EXPECT_THAT(namesAfter(table_, 0), ElementsAre(u"b", u"old"));
 }
 
-TEST_F(ChildTableTest, TwoChildrenChangePlaces) {
+TEST_F(ChildTableTest, ExchangesTwoChildren) {
     Inode& a = add(table_, u"a");
     add(table_, u"stays");
     Inode& b = add(table_, u"b");
@@ -166,7 +166,7 @@ TEST_F(ChildTableTest, VisitsEveryChild) {
 }
 
 /// Adds, removes, renames, replaces and exchanges children at random. Compares the table with two maps.
-TEST_F(ChildTableTest, AgreesWithMapsWhateverHappens) {
+TEST_F(ChildTableTest, AgreesWithMapsAfterRandomChanges) {
     using Names = std::map<std::u16string, const TreeEntry*>;
     using Order = std::map<std::uint64_t, const TreeEntry*>;
     constexpr unsigned seed = 4711;
@@ -235,7 +235,7 @@ TEST_F(ChildTableTest, AgreesWithMapsWhateverHappens) {
     EXPECT_EQ(visited, expected);
 }
 
-TEST_F(ChildTableTest, HoldsThousandsThatComeAndGo) {
+TEST_F(ChildTableTest, AddsAndRemovesThousandsOfChildren) {
     constexpr std::uint64_t count = 5000;
     for (std::uint64_t i = 0; i < count; ++i) {
         const std::string digits = std::to_string(i);

@@ -22,7 +22,7 @@ std::vector<std::u16string> texts() {
     return all;
 }
 
-TEST(CompactNameTest, IsTheTextThatItWasMadeOf) {
+TEST(CompactNameTest, ReturnsItsText) {
     for (const std::u16string& text : texts()) {
         const CompactName name(text);
         EXPECT_EQ(name.text(), text);
@@ -31,7 +31,7 @@ TEST(CompactNameTest, IsTheTextThatItWasMadeOf) {
     }
 }
 
-TEST(CompactNameTest, MovesAndLeavesNothingBehind) {
+TEST(CompactNameTest, IsEmptyAfterAMove) {
     for (const std::u16string& text : texts()) {
         CompactName name(text);
         CompactName made(std::move(name));

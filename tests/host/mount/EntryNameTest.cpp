@@ -22,7 +22,7 @@ int refusalOf(const std::string& name) {
     return errnoOf([&] { storageNameOf(name); });
 }
 
-TEST(EntryNameTest, GoesThereAndBackForAllOfUnicode) {
+TEST(EntryNameTest, RoundTripsAllOfUnicode) {
     for (const char* const name :
          {"a", " ", "...", "..a", "\\", "a:b*?\"<>|", "\x01\x7F\n", "ä", "€", "\xEF\xBF\xBE", "\xEF\xBF\xBF",
           "\xEE\x80\x80", "\xED\x9F\xBF", "😀", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF", "e\xCC\x81"}) {
@@ -37,7 +37,7 @@ TEST(EntryNameTest, IsUtf16InTheStorage) {
     EXPECT_EQ(storageNameOf("\xF4\x8F\xBF\xBF"), u"\xDBFF\xDFFF");
 }
 
-TEST(EntryNameTest, ANameThatIsNotUtf8GoesThereAndBack) {
+TEST(EntryNameTest, RoundTripsNamesThatAreNotUtf8) {
     for (const char* const name : {"\xFF", "a\xC3", "\xC0\xAF", "\xED\xA0\x80", "\xED\xB0\x80",
                                    "\xF4\x90\x80\x80", "caf\xE9", "\x80", ".\x80", "\xC0\xAE\xC0\xAE"}) {
         EXPECT_EQ(programNameOf(storageNameOf(name)), name);
@@ -48,7 +48,7 @@ TEST(EntryNameTest, ANameThatIsNotUtf8GoesThereAndBack) {
     EXPECT_FALSE(programNameOf(std::u16string(256, u'\xDCFF')));
 }
 
-TEST(EntryNameTest, ANameIsLimitedInBytes) {
+TEST(EntryNameTest, IsLimitedInBytes) {
     EXPECT_EQ(storageNameOf(repeated(255, "x")), std::u16string(255, u'x'));
     EXPECT_EQ(refusalOf(repeated(256, "x")), ENAMETOOLONG);
     EXPECT_EQ(storageNameOf(repeated(85, "€")), std::u16string(85, u'€')); // 255 bytes
@@ -59,7 +59,7 @@ TEST(EntryNameTest, ANameIsLimitedInBytes) {
     EXPECT_EQ(longestEntryName, 255U);
 }
 
-TEST(EntryNameTest, WhatProgramsCannotNameHasNoNameForThem) {
+TEST(EntryNameTest, OmitsNamesThatProgramsCannotUse) {
     using namespace std::string_view_literals;
     for (const std::u16string_view name : {u""sv, u"."sv, u".."sv, u"a/b"sv, u"/"sv, u"a\0b"sv, u"\0"sv,
                                            u"\xD800"sv, u"a\xDC00"sv, u"\xDE00\xD83D"sv, u"\xDCC3\xDCA4"sv}) {
@@ -67,7 +67,7 @@ TEST(EntryNameTest, WhatProgramsCannotNameHasNoNameForThem) {
     }
 }
 
-TEST(EntryNameTest, WhatIsTooLongForProgramsHasNoNameForThem) {
+TEST(EntryNameTest, OmitsNamesThatAreTooLong) {
     EXPECT_EQ(programNameOf(std::u16string(255, u'x')), std::string(255, 'x'));
     EXPECT_FALSE(programNameOf(std::u16string(256, u'x')));
     EXPECT_EQ(programNameOf(std::u16string(85, u'€')), repeated(85, "€"));

@@ -25,7 +25,7 @@ int errnoOfCode(ErrorCode code) {
     return errnoOfThrown(Exception(code, StorageIRI(u"/f")));
 }
 
-TEST(ErrnoErrorTest, EveryErrorCodeOfAProviderHasANumber) {
+TEST(ErrnoErrorTest, MapsEachErrorCodeOfAProvider) {
     EXPECT_EQ(errnoOfCode(ErrorCode::FolderNotEmpty), ENOTEMPTY);
     EXPECT_EQ(errnoOfCode(ErrorCode::ReadOnly), EACCES);
     EXPECT_EQ(errnoOfCode(ErrorCode::AlreadyExists), EEXIST);
@@ -33,24 +33,24 @@ TEST(ErrnoErrorTest, EveryErrorCodeOfAProviderHasANumber) {
     EXPECT_EQ(errnoOfCode(ErrorCode::NotOffered), EOPNOTSUPP);
 }
 
-TEST(ErrnoErrorTest, AnUnknownErrorCodeIsEio) {
+TEST(ErrnoErrorTest, MapsUnknownErrorCodesToEio) {
     EXPECT_EQ(errnoOfCode(static_cast<ErrorCode>(1)), EIO);
     EXPECT_EQ(errnoOfCode(static_cast<ErrorCode>(77)), EIO);
     EXPECT_EQ(errnoOfCode(static_cast<ErrorCode>(-1)), EIO);
 }
 
-TEST(ErrnoErrorTest, AnErrnoErrorKeepsItsNumber) {
+TEST(ErrnoErrorTest, KeepsItsNumber) {
     EXPECT_EQ(errnoOfThrown(ErrnoError(ENOSPC)), ENOSPC);
     EXPECT_EQ(errnoOfThrown(ErrnoError(EISDIR)), EISDIR);
     EXPECT_STREQ(ErrnoError(ENOSPC).what(), "No space left on device");
 }
 
-TEST(ErrnoErrorTest, AFailedSystemCallOfAProviderKeepsItsNumber) {
+TEST(ErrnoErrorTest, KeepsTheNumberOfASystemError) {
     EXPECT_EQ(errnoOfThrown(SystemError(ENOSPC, StorageIRI(u"/f"))), ENOSPC);
     EXPECT_EQ(errnoOfThrown(SystemError(EHOSTDOWN, StorageIRI(u"/f"))), EHOSTDOWN);
 }
 
-TEST(ErrnoErrorTest, EveryOtherExceptionHasANumberToo) {
+TEST(ErrnoErrorTest, MapsAllOtherExceptions) {
     EXPECT_EQ(errnoOfThrown(std::bad_alloc()), ENOMEM);
     EXPECT_EQ(errnoOfThrown(std::length_error("too long")), EFBIG);
     EXPECT_EQ(errnoOfThrown(std::runtime_error("the tape is torn")), EIO);

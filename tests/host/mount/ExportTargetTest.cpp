@@ -25,7 +25,7 @@ protected:
     const std::string out_ = disk_ / "out";
 };
 
-TEST_F(ExportTargetTest, IsForOneMountAtATime) {
+TEST_F(ExportTargetTest, AllowsOneMountAtATime) {
     const std::string other = disk_.makeFolder("other");
     for (const bool exists : {false, true}) {
         expectSuccess(runMounted({"--export-on-exit", out_}, [&](pid_t) {
@@ -47,7 +47,7 @@ TEST_F(ExportTargetTest, IsForOneMountAtATime) {
     expectSuccess(runMounted({"--export-on-exit", out_}, [&](pid_t) { EXPECT_TRUE(unmount()); }));
 }
 
-TEST_F(ExportTargetTest, AnExportAddsAndASynchronizationMakesEqual) {
+TEST_F(ExportTargetTest, KeepsOtherEntriesUnlessSynchronized) {
     for (const std::string option : {"--export-on-exit", "--sync-on-exit"}) {
         const std::string folder = disk_.makeFolder(option);
         write(folder + "/kept", "kept");
@@ -91,7 +91,7 @@ TEST_F(ExportTargetTest, AnExportAddsAndASynchronizationMakesEqual) {
     }
 }
 
-TEST_F(ExportTargetTest, WhatHasChangedOnTheDiskIsNotRemoved) {
+TEST_F(ExportTargetTest, KeepsEntriesThatChangedOnDisk) {
     const std::string folder = disk_.makeFolder("folder");
     for (const char* name : {"/written", "/replaced", "/linked", "/same"}) {
         write(folder + name, "imported");
@@ -119,7 +119,7 @@ TEST_F(ExportTargetTest, WhatHasChangedOnTheDiskIsNotRemoved) {
     EXPECT_EQ(namesIn(disk_ / "moved"), "f");
 }
 
-TEST_F(ExportTargetTest, AFileMayTakeThePlaceOfAFolderAndTheReverse) {
+TEST_F(ExportTargetTest, ReplacesFilesByFoldersAndTheReverse) {
     const std::string folder = disk_.makeFolder("folder");
     fs::create_directories(folder + "/d/e");
     write(folder + "/d/e/f", "below");
@@ -148,7 +148,7 @@ TEST_F(ExportTargetTest, AFileMayTakeThePlaceOfAFolderAndTheReverse) {
     EXPECT_EQ(readFile(folder + "/moved/e/f"), "below");
 }
 
-TEST_F(ExportTargetTest, OnlyWhatWasImportedCanBeMadeEqual) {
+TEST_F(ExportTargetTest, SynchronizesOnlyTheImportedFolder) {
     const std::string folder = disk_.makeFolder("folder");
     const std::string other = disk_.makeFolder("other");
     const ProgramRun run({"mount", mountPoint_, "--import", folder, "--sync-on-exit", other});

@@ -84,7 +84,7 @@ std::size_t countDifferences(const TreeSnapshot& left, const TreeSnapshot& right
     return count;
 }
 
-TEST_F(FolderMoveTest, EverythingBelowKeepsItsTimeAndItsFlag) {
+TEST_F(FolderMoveTest, KeepsTimesAndFlags) {
     const TreeSnapshot before = treeAt(u"/d");
     ASSERT_EQ(before.size(), 10U);
     move(*memory_, u"/to/moved");
@@ -92,14 +92,14 @@ TEST_F(FolderMoveTest, EverythingBelowKeepsItsTimeAndItsFlag) {
     EXPECT_EQ(treeAt(u"/d"), TreeSnapshot());
 }
 
-TEST_F(FolderMoveTest, EverythingKeepsItsTimeAndItsFlagWhenAStorageMovesInSteps) {
+TEST_F(FolderMoveTest, KeepsTimesAndFlagsInAStepwiseMove) {
     const TreeSnapshot before = treeAt(u"/d");
     move(StepwiseProvider(memory_), u"/to/moved");
     EXPECT_EQ(treeAt(u"/to/moved"), before);
     EXPECT_EQ(treeAt(u"/d"), TreeSnapshot());
 }
 
-TEST_F(FolderMoveTest, AnEmptyFolderGivesWay) {
+TEST_F(FolderMoveTest, ReplacesAnEmptyFolder) {
     memory_->doCreateFolder(StorageIRI(u"/to/moved"));
     const TreeSnapshot before = treeAt(u"/d");
     move(*memory_, u"/to/moved");
@@ -107,7 +107,7 @@ TEST_F(FolderMoveTest, AnEmptyFolderGivesWay) {
     EXPECT_EQ(treeAt(u"/d"), TreeSnapshot());
 }
 
-TEST_F(FolderMoveTest, AFolderThatHoldsAnythingDoesNotGiveWay) {
+TEST_F(FolderMoveTest, KeepsATargetThatIsNotEmpty) {
     memory_->doCreateFolder(StorageIRI(u"/to/moved"));
     memory_->doCreateFile(StorageIRI(u"/to/moved/f"));
     const TreeSnapshot before = takeSnapshot(*memory_);
@@ -115,7 +115,7 @@ TEST_F(FolderMoveTest, AFolderThatHoldsAnythingDoesNotGiveWay) {
     EXPECT_EQ(takeSnapshot(*memory_), before);
 }
 
-TEST_F(FolderMoveTest, AMoveThatFailsAnywhereIsUndone) {
+TEST_F(FolderMoveTest, UndoesAMoveThatFailsAtAnyStep) {
     int failures = 0;
     int successes = 0;
     for (int number = 1;; ++number) {
@@ -142,7 +142,7 @@ TEST_F(FolderMoveTest, AMoveThatFailsAnywhereIsUndone) {
     EXPECT_EQ(successes, 10 + 3) << "a time of each entry and the flag of each read-only folder";
 }
 
-TEST_F(FolderMoveTest, TheFolderThatWasToGiveWayIsThereAfterAMoveThatFails) {
+TEST_F(FolderMoveTest, RestoresTheReplacedFolderAfterAFailure) {
     for (int number = 1;; ++number) {
         fill();
         memory_->doCreateFolder(StorageIRI(u"/to/moved"));

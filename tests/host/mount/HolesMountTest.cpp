@@ -174,7 +174,7 @@ void HolesMountTest::writeAtOnce() {
                   [](int file) { return comesTrue([&] { return blocksOf(file) == 200; }) ? 0 : 1; });
 }
 
-TEST_F(HolesMountTest, FilesHaveTheHolesOfTmpfs) {
+TEST_F(HolesMountTest, ReportsHolesLikeTmpfs) {
     const ProgramRun run = runMounted({}, [&](pid_t) {
         runSteps(1);
         EXPECT_TRUE(unmount());
@@ -182,7 +182,7 @@ TEST_F(HolesMountTest, FilesHaveTheHolesOfTmpfs) {
     EXPECT_EQ(run.status(), 0);
 }
 
-TEST_F(HolesMountTest, OneThreadIsEnough) {
+TEST_F(HolesMountTest, RequiresOnlyOneThread) {
     const ProgramRun run = runMounted({"--threads", "1"}, [&](pid_t) {
         runSteps(2);
         EXPECT_TRUE(unmount());
@@ -190,7 +190,7 @@ TEST_F(HolesMountTest, OneThreadIsEnough) {
     EXPECT_EQ(run.status(), 0);
 }
 
-TEST_F(HolesMountTest, BlocksOfAFileThatWasWrittenAtOnceAreCounted) {
+TEST_F(HolesMountTest, CountsTheBlocksOfAFileAfterOneWrite) {
     const ProgramRun run = runMounted({}, [&](pid_t) {
         writeAtOnce();
         EXPECT_TRUE(unmount());

@@ -53,14 +53,14 @@ protected:
     FileInode file_{u"f", 7};
 };
 
-TEST_F(InodeGuardsTest, AStreamStaysOpenFromOneAccessToTheNext) {
+TEST_F(InodeGuardsTest, KeepsAStreamOpenBetweenAccesses) {
     EXPECT_EQ(streamOf(file_), nullptr);
     ByteStream* const opened = openStreamOf(file_);
     EXPECT_EQ(streamOf(file_), opened);
     EXPECT_EQ(openStreams_, 1);
 }
 
-TEST_F(InodeGuardsTest, NoFileIsGivenTheStreamOfAnother) {
+TEST_F(InodeGuardsTest, ReturnsNoStreamOfAnotherFile) {
     openStreamOf(file_);
     for (std::uint64_t number = 8; number < 2000; ++number) {
         FileInode other(u"g", number);
@@ -69,7 +69,7 @@ TEST_F(InodeGuardsTest, NoFileIsGivenTheStreamOfAnother) {
     EXPECT_EQ(streamOf(file_), nullptr) << "some other had the same place";
 }
 
-TEST_F(InodeGuardsTest, AnyNumberOfFilesKeepsABoundedNumberOfStreams) {
+TEST_F(InodeGuardsTest, BoundsTheNumberOfOpenStreams) {
     std::vector<std::unique_ptr<FileInode>> files;
     for (std::uint64_t number = 1; number <= 5000; ++number) {
         files.push_back(std::make_unique<FileInode>(u"f", number));
@@ -81,7 +81,7 @@ TEST_F(InodeGuardsTest, AnyNumberOfFilesKeepsABoundedNumberOfStreams) {
     EXPECT_EQ(openStreams_, 0);
 }
 
-TEST_F(InodeGuardsTest, ClosesTheStreamOfOneFileAlone) {
+TEST_F(InodeGuardsTest, ClosesOnlyTheStreamOfOneFile) {
     FileInode other(u"g", 8);
     openStreamOf(file_);
     openStreamOf(other);
@@ -91,7 +91,7 @@ TEST_F(InodeGuardsTest, ClosesTheStreamOfOneFileAlone) {
     EXPECT_EQ(openStreams_, 1);
 }
 
-TEST_F(InodeGuardsTest, LeavesTheStreamOfAnotherFileAtTheSamePlaceOpen) {
+TEST_F(InodeGuardsTest, KeepsTheStreamOfAnotherFileInTheSameSlot) {
     openStreamOf(file_);
     for (std::uint64_t number = 8; number < 2000; ++number) {
         const FileInode other(u"g", number);
@@ -100,7 +100,7 @@ TEST_F(InodeGuardsTest, LeavesTheStreamOfAnotherFileAtTheSamePlaceOpen) {
     EXPECT_EQ(openStreams_, 1);
 }
 
-TEST_F(InodeGuardsTest, ARemovedFileHasAStreamOfItsOwnThatStaysOpen) {
+TEST_F(InodeGuardsTest, KeepsTheLastStreamOfADetachedFileOpen) {
     FileInode removed(u"r", 7);
     openStreamOf(file_);
     removed.detached = true;
@@ -113,7 +113,7 @@ TEST_F(InodeGuardsTest, ARemovedFileHasAStreamOfItsOwnThatStaysOpen) {
     EXPECT_NE(streamOf(removed), nullptr);
 }
 
-TEST_F(InodeGuardsTest, AFileInUseHoldsUpNoOther) {
+TEST_F(InodeGuardsTest, DoesNotBlockOtherFilesOfTheSlot) {
     openStreamOf(file_);
     auto held = guards_.hold(file_);
     ByteStream* const used = held.streamOf(file_).stream.get();
@@ -128,7 +128,7 @@ TEST_F(InodeGuardsTest, AFileInUseHoldsUpNoOther) {
     EXPECT_EQ(held.streamOf(file_).stream.get(), used) << "whatever the others did";
 }
 
-TEST_F(InodeGuardsTest, ClosingWaitsForTheStreamsInUse) {
+TEST_F(InodeGuardsTest, WaitsForStreamsInUseWhenClosing) {
     for (int round = 0; round < 1000; ++round) {
         openStreamOf(file_);
         std::future<void> closing;
@@ -148,7 +148,7 @@ TEST_F(InodeGuardsTest, ClosingWaitsForTheStreamsInUse) {
     }
 }
 
-TEST_F(InodeGuardsTest, OneThreadAtATimeHoldsTheGuardOfAnInode) {
+TEST_F(InodeGuardsTest, AreHeldByOneThreadAtATime) {
     constexpr int turns = 2000;
     int sum = 0;
     const auto addUp = [&] {

@@ -14,7 +14,7 @@ namespace {
 /// Set-ID bits, extended attributes and times of a real mount.
 class MountAttributeTest : public ComparedWithTmpfs {};
 
-TEST_F(MountAttributeTest, WritingAndTruncatingTakeAwaySetIdBits) {
+TEST_F(MountAttributeTest, ClearsSetIdBitsOnWriteAndTruncate) {
     expectSameOutput(R"(
         umask 0
         write='dd status=none bs=4096 count=1 conv=notrunc if=/dev/zero of=f'
@@ -32,7 +32,7 @@ TEST_F(MountAttributeTest, WritingAndTruncatingTakeAwaySetIdBits) {
     )");
 }
 
-TEST_F(MountAttributeTest, ExtendedAttributesAreThoseOfTmpfs) {
+TEST_F(MountAttributeTest, HandlesExtendedAttributesLikeTmpfs) {
     expectSameOutput(R"(
         touch f; mkdir d; chown 1001 f d; chmod 644 f
         cat > program <<'END'
@@ -68,7 +68,7 @@ END
     )");
 }
 
-TEST_F(MountAttributeTest, ExtendedAttributesAreReadIntoRoomOfAnySize) {
+TEST_F(MountAttributeTest, ReadsExtendedAttributesIntoBuffersOfAnySize) {
     const auto results = [](const std::string& path) {
         std::vector<long> all;
         std::array<char, 100> room{};
@@ -91,7 +91,7 @@ TEST_F(MountAttributeTest, ExtendedAttributesAreReadIntoRoomOfAnySize) {
     }));
 }
 
-TEST_F(MountAttributeTest, CapabilitiesAreKeptUntilTheFileChanges) {
+TEST_F(MountAttributeTest, KeepsCapabilitiesUntilTheFileChanges) {
     if (!runs("command -v setcap && command -v getcap")) {
         GTEST_SKIP() << "setcap is missing";
     }
@@ -108,7 +108,7 @@ TEST_F(MountAttributeTest, CapabilitiesAreKeptUntilTheFileChanges) {
     )");
 }
 
-TEST_F(MountAttributeTest, WithNoxattrThereAreNoExtendedAttributes) {
+TEST_F(MountAttributeTest, RefusesExtendedAttributesWithNoxattr) {
     const std::string source = disk_.makeFolder("source");
     const std::string target = disk_.makeFolder("target");
     write(source + "/f", "content");
@@ -133,7 +133,7 @@ TEST_F(MountAttributeTest, WithNoxattrThereAreNoExtendedAttributes) {
     EXPECT_EQ(::listxattr((target + "/f").c_str(), nullptr, 0), 0);
 }
 
-TEST_F(MountAttributeTest, ExtendedAttributesCopyWithFiles) {
+TEST_F(MountAttributeTest, CopiesExtendedAttributesWithFiles) {
     expectSameOutput(R"(
         mkdir a; echo text > a/f; setfattr -n user.f -v 'of a file' a/f; setfattr -n user.d -v 'of a folder' a
         cp -a a b; tar --xattrs -cf - a | (mkdir c; tar --xattrs -C c -xf -)
@@ -147,7 +147,7 @@ struct stat statusOf(const std::string& path) {
     return status;
 }
 
-TEST_F(MountAttributeTest, TimesHaveNanoseconds) {
+TEST_F(MountAttributeTest, KeepsTimesToTheNanosecond) {
     expectSuccess(runMounted({}, [&](pid_t) {
         write(inside("f"), "content");
         const timespec times[2] = {{1'000'000'000, 123'456'789}, {1'500'000'000, 987'654'321}};
@@ -162,7 +162,7 @@ TEST_F(MountAttributeTest, TimesHaveNanoseconds) {
     }));
 }
 
-TEST_F(MountAttributeTest, TheTimeOfCreationIsShownAndStays) {
+TEST_F(MountAttributeTest, KeepsTheCreationTime) {
     expectSuccess(runMounted({}, [&](pid_t) {
         const auto bornOf = [](const std::string& path) {
             struct statx status {};
@@ -192,7 +192,7 @@ TEST_F(MountAttributeTest, TheTimeOfCreationIsShownAndStays) {
     }));
 }
 
-TEST_F(MountAttributeTest, ReadingSetsTheAccessTimeAsWithRelatime) {
+TEST_F(MountAttributeTest, UpdatesTheAccessTimeAsWithRelatime) {
     const std::string content = disk_.makeFolder("content");
     write(content + "/f", "content");
     expectSuccess(runMounted({"--import", content}, [&](pid_t) {

@@ -46,7 +46,7 @@ void appendLines(const std::string& path, const std::string& report) {
     ::close(result);
 }
 
-TEST_F(MountEndingTest, WhatProgramsWroteBeforeASignalIsExported) {
+TEST_F(MountEndingTest, ExportsAllAcceptedWritesAfterASignal) {
     constexpr int writers = 3;
     constexpr off_t enough = 100'000; // bytes; the kernel has not written most of them back
     for (int round = 0; round < 3; ++round) {
@@ -76,7 +76,7 @@ TEST_F(MountEndingTest, WhatProgramsWroteBeforeASignalIsExported) {
 }
 
 /// A stopped target delays the export.
-TEST_F(MountEndingTest, WhileItExportsProgramsReadAndTheirChangesFail) {
+TEST_F(MountEndingTest, RefusesChangesDuringTheExport) {
     const std::string slow = disk_.makeFolder("slow");
     disk_.write("in/seen", "seen");
     disk_.write("in/unseen", "unseen");
@@ -118,7 +118,7 @@ TEST_F(MountEndingTest, WhileItExportsProgramsReadAndTheirChangesFail) {
     }));
 }
 
-TEST_F(MountEndingTest, AFailedExportLeavesTheMountUsableUntilASecondSignal) {
+TEST_F(MountEndingTest, StaysMountedAfterAFailedExportUntilASecondSignal) {
     const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
         write(inside("f"), "content");
         write(out_, "in the way");
@@ -143,7 +143,7 @@ TEST_F(MountEndingTest, AFailedExportLeavesTheMountUsableUntilASecondSignal) {
     EXPECT_FALSE(isMounted());
 }
 
-TEST_F(MountEndingTest, AFailedExportCanBeRepeatedOnceTheTargetIsRepaired) {
+TEST_F(MountEndingTest, RepeatsAFailedExport) {
     const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
         write(inside("f"), "content");
         write(out_, "in the way");
@@ -157,7 +157,7 @@ TEST_F(MountEndingTest, AFailedExportCanBeRepeatedOnceTheTargetIsRepaired) {
     EXPECT_EQ(namesIn(rescue_), "") << "the note is of no use any more";
 }
 
-TEST_F(MountEndingTest, WhatAnUnmountedStorageCannotExportIsRescued) {
+TEST_F(MountEndingTest, RescuesTheContentOfAnUnmountedStorage) {
     const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
         write(inside("f"), "content");
         fs::create_directory(inside("d"));
@@ -182,7 +182,7 @@ TEST_F(MountEndingTest, WhatAnUnmountedStorageCannotExportIsRescued) {
     EXPECT_THAT(next.errors(), HasSubstr(rescue_ + ": contains what earlier mounts could not export"));
 }
 
-TEST_F(MountEndingTest, AnUnmountedStorageWaitsForTheTarget) {
+TEST_F(MountEndingTest, WaitsForTheTargetWhenUnmounted) {
     const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
         write(inside("f"), "content");
         write(out_, "in the way");
@@ -195,7 +195,7 @@ TEST_F(MountEndingTest, AnUnmountedStorageWaitsForTheTarget) {
     EXPECT_FALSE(fs::exists(rescue_));
 }
 
-TEST_F(MountEndingTest, WithoutAnyPlaceForItTheContentStaysUntilASignal) {
+TEST_F(MountEndingTest, KeepsTheContentInMemoryUntilASignal) {
     const std::string blocked = disk_.write("blocked", "");
     const ProgramRun run = runMounted({"--export-on-exit", out_, "--rescue", blocked}, [&](pid_t process) {
         write(inside("f"), "content");

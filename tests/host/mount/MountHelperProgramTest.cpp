@@ -43,7 +43,7 @@ protected:
     }
 };
 
-TEST_F(MountHelperProgramTest, MountCallsItWithOptions) {
+TEST_F(MountHelperProgramTest, AcceptsTheOptionsOfMount) {
     EXPECT_EQ(printedBy("mount -t fuse.qzstorage -o "
                         "size=1m,nr_inodes=5,mode=1770,uid=12,gid=34,noexec,_netdev,x-y=z store $m\n"
                         "stat --format '%a %u %g' $m\n"
@@ -56,7 +56,7 @@ TEST_F(MountHelperProgramTest, MountCallsItWithOptions) {
               "1770 12 34\nstore fuse.qzstorage\nnoexec\n 1024 5 4\nfull\ngone\n");
 }
 
-TEST_F(MountHelperProgramTest, ALineOfFstabMounts) {
+TEST_F(MountHelperProgramTest, MountsALineOfFstab) {
     const std::string table =
         disk_.write("fstab", "store " + mountPoint_ + " fuse.qzstorage ro,noauto,nofail,size=64m 0 0\n");
     EXPECT_EQ(printedBy("mount --fstab " + table +
@@ -67,7 +67,7 @@ TEST_F(MountHelperProgramTest, ALineOfFstabMounts) {
               "read-only\n64\n");
 }
 
-TEST_F(MountHelperProgramTest, MountSaysWhatIsWrong) {
+TEST_F(MountHelperProgramTest, ReportsUnknownOptions) {
     EXPECT_THAT(printedBy("mount -t fuse.qzstorage -o frobnicate store $m\n"),
                 HasSubstr("frobnicate: unknown mount option"));
     EXPECT_EQ(printedBy("mount -s -t fuse.qzstorage -o frobnicate store $m\numount $m\necho done\n"),

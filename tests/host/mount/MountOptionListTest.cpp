@@ -26,13 +26,13 @@ std::string refusalOf(const char* list) {
     return "";
 }
 
-TEST(MountOptionListTest, AnEmptyListChangesNothing) {
+TEST(MountOptionListTest, ChangesNothingIfEmpty) {
     EXPECT_FALSE(optionsOf("").size);
     EXPECT_FALSE(optionsOf(",,").size);
     EXPECT_EQ(optionsOf("defaults").writing, MountOptions::Writing::Allowed);
 }
 
-TEST(MountOptionListTest, AmountsHaveUnits) {
+TEST(MountOptionListTest, ParsesAmountsWithUnits) {
     EXPECT_EQ(optionsOf("size=4096").size, 4096U);
     EXPECT_EQ(optionsOf("size=3k").size, 3U << 10U);
     EXPECT_EQ(optionsOf("size=3M").size, 3U << 20U);
@@ -50,7 +50,7 @@ TEST(MountOptionListTest, AmountsHaveUnits) {
     }
 }
 
-TEST(MountOptionListTest, OwnersAndModesAreNumbers) {
+TEST(MountOptionListTest, ParsesOwnersAndModesAsNumbers) {
     const MountOptions options = optionsOf("uid=1000,gid=100,mode=1770");
     EXPECT_EQ(options.user, 1000U);
     EXPECT_EQ(options.group, 100U);
@@ -61,7 +61,7 @@ TEST(MountOptionListTest, OwnersAndModesAreNumbers) {
     }
 }
 
-TEST(MountOptionListTest, TheOptionsOfTheCommandAreThereToo) {
+TEST(MountOptionListTest, AcceptsTheOptionsOfTheCommand) {
     const MountOptions options =
         optionsOf("import=/in,export_on_exit=/out,rescue=/r,threads=3,plugin=/p.so,fsname=x,allow_other,ro");
     EXPECT_EQ(options.importFrom, "/in");
@@ -79,25 +79,25 @@ TEST(MountOptionListTest, TheOptionsOfTheCommandAreThereToo) {
     EXPECT_NE(refusalOf("threads=257"), "");
 }
 
-TEST(MountOptionListTest, ExtendedAttributesAreKeptUnlessTheyAreRefused) {
+TEST(MountOptionListTest, KeepsExtendedAttributesUnlessRefused) {
     EXPECT_EQ(optionsOf("").xattrs, MountOptions::Xattrs::Kept);
     EXPECT_EQ(optionsOf("noxattr").xattrs, MountOptions::Xattrs::Refused);
     EXPECT_EQ(refusalOf("noxattr=1"), "noxattr=1: unknown mount option");
 }
 
-TEST(MountOptionListTest, WhatOnlyTheKernelHeedsIsHandedOn) {
+TEST(MountOptionListTest, PassesKernelOptionsOn) {
     EXPECT_THAT(optionsOf("noexec,size=1m,nosuid,exec,noatime").kernelOptions,
                 ElementsAre("noexec", "nosuid", "exec", "noatime"));
 }
 
-TEST(MountOptionListTest, WhatIsForThoseWhoReadFstabIsIgnored) {
+TEST(MountOptionListTest, IgnoresOptionsForReadersOfFstab) {
     const MountOptions options = optionsOf("_netdev,nofail,x-systemd.automount,x-gvfs-show,X-mount.mkdir=700,"
                                            "comment=a b,setuid=nobody,noauto,user,relatime");
     EXPECT_TRUE(options.kernelOptions.empty());
     EXPECT_FALSE(options.user);
 }
 
-TEST(MountOptionListTest, UnknownOptionsAreRefusedUnlessTheUserIsSloppy) {
+TEST(MountOptionListTest, RefusesUnknownOptionsUnlessSloppy) {
     EXPECT_EQ(refusalOf("size=1m,frobnicate"), "frobnicate: unknown mount option");
     EXPECT_EQ(refusalOf("ro=1"), "ro=1: unknown mount option");
     EXPECT_EQ(optionsOf("frobnicate,sloppy,size=1m").size, 1U << 20U);

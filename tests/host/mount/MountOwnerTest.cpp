@@ -7,7 +7,7 @@ namespace {
 /// Users, groups and permissions of a mount that other users may access.
 class MountOwnerTest : public ComparedWithTmpfs {};
 
-TEST_F(MountOwnerTest, EverybodyOwnsWhatTheyMake) {
+TEST_F(MountOwnerTest, GivesNewEntriesToTheirCreator) {
     expectSameOutput(R"(
         as 1001 'umask 027; touch f; mkdir d; echo text > d/own; cat d/own'
         as 1002 'cat f; ls d; touch d/other; rm -f f; mv f g; echo more >> f; touch mine'
@@ -18,7 +18,7 @@ TEST_F(MountOwnerTest, EverybodyOwnsWhatTheyMake) {
     )");
 }
 
-TEST_F(MountOwnerTest, ChangesOfTheOwnerTakeAwaySetIdBits) {
+TEST_F(MountOwnerTest, ClearsSetIdBitsOnChown) {
     expectSameOutput(R"(
         for mode in 4755 2755 6755 2644 6777 7777; do
             touch $mode; chmod $mode $mode; chown 1001 $mode; show $mode
@@ -33,7 +33,7 @@ TEST_F(MountOwnerTest, ChangesOfTheOwnerTakeAwaySetIdBits) {
     )");
 }
 
-TEST_F(MountOwnerTest, FoldersPassOnTheirGroup) {
+TEST_F(MountOwnerTest, InheritsTheGroupOfAFolder) {
     expectSameOutput(R"(
         mkdir shared; chown 1001:2000 shared; chmod 2775 shared
         as 1002 'umask 002; touch shared/f; mkdir shared/d; mkdir -m 700 shared/d/e; touch shared/d/e/f'
@@ -45,7 +45,7 @@ TEST_F(MountOwnerTest, FoldersPassOnTheirGroup) {
     )");
 }
 
-TEST_F(MountOwnerTest, StickyFoldersProtectWhatIsOthers) {
+TEST_F(MountOwnerTest, ProtectsEntriesInStickyFolders) {
     expectSameOutput(R"(
         mkdir -m 1777 all
         as 1001 'touch all/a all/b; mkdir all/d'
@@ -55,7 +55,7 @@ TEST_F(MountOwnerTest, StickyFoldersProtectWhatIsOthers) {
     )");
 }
 
-TEST_F(MountOwnerTest, RootAloneChangesEverything) {
+TEST_F(MountOwnerTest, LetsRootChangeEverythingWithoutAllowOther) {
     expectSameOutput(R"(
         touch f; mkdir d; chown 1001:1002 f d; show f d; chmod 6755 f; chown 3:4 f; show f d
         chmod 0 f d; echo text > f; cat f; touch d/f; cp -a f copy; cp -p f second; show f d d/f copy second

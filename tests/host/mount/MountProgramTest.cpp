@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
-TEST_F(MountProgramTest, WhatIsSavedMustNotGoIntoTheMountItself) {
+TEST_F(MountProgramTest, RefusesTargetsBelowTheMountPoint) {
     fs::create_directory_symlink(mountPoint_, disk_ / "link");
     for (const std::string& folder : {mountPoint_, inside("out"), disk_ / "link/out"}) {
         for (const std::string option : {"--export-on-exit", "--rescue"}) {
@@ -32,7 +32,7 @@ TEST_F(MountProgramTest, WhatIsSavedMustNotGoIntoTheMountItself) {
     }
 }
 
-TEST_F(MountProgramTest, WrongUsageIsOneLineAndStatusTwo) {
+TEST_F(MountProgramTest, ReportsWrongUsageInOneLineWithStatusTwo) {
     for (const Words& words : {Words{"mount"},
                                {"mount", ""},
                                {"mount", mountPoint_, "another"},
@@ -47,7 +47,7 @@ TEST_F(MountProgramTest, WrongUsageIsOneLineAndStatusTwo) {
     }
 }
 
-TEST_F(MountProgramTest, WhatCannotBeMountedIsToldInOneLine) {
+TEST_F(MountProgramTest, ReportsEachFailureInOneLine) {
     const std::string file = disk_.write("file", "content");
     const std::string folder = disk_.makeFolder("folder");
     const std::string closed = disk_.makeFolder("closed");
@@ -89,7 +89,7 @@ TEST_F(MountProgramTest, WhatCannotBeMountedIsToldInOneLine) {
     EXPECT_EQ(namesIn(disk_.path()), "closed file folder mount") << "nothing has been made";
 }
 
-TEST_F(MountingTest, IsAnOrdinaryFolderUntilASignalEndsIt) {
+TEST_F(MountingTest, ServesAnOrdinaryFolderUntilASignal) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const ProgramRun run = runMounted({}, [&](pid_t process) {
             write(inside("f"), "content");
@@ -105,7 +105,7 @@ TEST_F(MountingTest, IsAnOrdinaryFolderUntilASignalEndsIt) {
     }
 }
 
-TEST_F(MountingTest, TheUsualCommandEndsIt) {
+TEST_F(MountingTest, EndsAfterFusermount) {
     const ProgramRun run = runMounted({"--threads", "1"}, [&](pid_t) {
         write(inside("f"), "content");
         EXPECT_EQ(readFile(inside("f")), "content");
@@ -115,7 +115,7 @@ TEST_F(MountingTest, TheUsualCommandEndsIt) {
     EXPECT_FALSE(isMounted());
 }
 
-TEST_F(MountingTest, InTheBackgroundItAnswersWhenTheCommandReturns) {
+TEST_F(MountingTest, IsReadyWhenTheBackgroundCommandReturns) {
     ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0); // to wait for processes in the background
     const std::string out = disk_ / "out";
     const ProgramRun run({"mount", "--background", mountPoint_, "--export-on-exit", out});
@@ -133,7 +133,7 @@ TEST_F(MountingTest, InTheBackgroundItAnswersWhenTheCommandReturns) {
     EXPECT_EQ(readFile(out + "/f"), "content");
 }
 
-TEST_F(MountingTest, WhatAProgramHasJustWrittenIsExportedAlsoWhileItHasTheFileOpen) {
+TEST_F(MountingTest, ExportsTheWritesToAnOpenFile) {
     const std::string out = disk_ / "out";
     const std::string content(3'000'000, 'x');
     int file = -1;
@@ -148,7 +148,7 @@ TEST_F(MountingTest, WhatAProgramHasJustWrittenIsExportedAlsoWhileItHasTheFileOp
     EXPECT_TRUE(readFile(out + "/f") == content);
 }
 
-TEST_F(MountingTest, ATruncatedFileIsExportedAsProgramsSeeIt) {
+TEST_F(MountingTest, ExportsATruncatedFileWithoutSlack) {
     const std::string out = disk_ / "out";
     const ProgramRun run = runMounted({"--export-on-exit", out}, [&](pid_t process) {
         write(inside("f"), std::string(100, 'x'));
@@ -159,7 +159,7 @@ TEST_F(MountingTest, ATruncatedFileIsExportedAsProgramsSeeIt) {
     EXPECT_EQ(readFile(out + "/f"), std::string(60, 'x'));
 }
 
-TEST_F(MountingTest, AFileThatIsEmptiedByOpeningItIsEmptyForTheStorageToo) {
+TEST_F(MountingTest, TruncatesAFileThatIsOpenedWithTruncation) {
     const std::string exported = disk_.path() + "/exported";
     expectSuccess(runMounted({"--export-on-exit", exported}, [&](pid_t) {
         write(inside("f"), std::string(1000, 'x'));
@@ -169,7 +169,7 @@ TEST_F(MountingTest, AFileThatIsEmptiedByOpeningItIsEmptyForTheStorageToo) {
     EXPECT_EQ(fs::file_size(exported + "/f"), 5U);
 }
 
-TEST_F(MountingTest, WhatCanBeRunIsImportedAndExportedSo) {
+TEST_F(MountingTest, KeepsExecutePermissionsOnImportAndExport) {
     const std::string source = disk_.makeFolder("source");
     const std::string exported = disk_.path() + "/exported";
     write(source + "/program", "#!/bin/sh\n");
@@ -188,7 +188,7 @@ TEST_F(MountingTest, WhatCanBeRunIsImportedAndExportedSo) {
     EXPECT_NE(::access((exported + "/text").c_str(), X_OK), 0);
 }
 
-TEST_F(MountingTest, PermissionsAreKeptBothWays) {
+TEST_F(MountingTest, KeepsPermissionsOnImportAndExport) {
     const std::string source = disk_.makeFolder("source");
     const std::string exported = disk_ / "exported";
     disk_.write("source/private/secret", "s");
@@ -217,7 +217,7 @@ TEST_F(MountingTest, PermissionsAreKeptBothWays) {
     EXPECT_EQ(modeOf(exported + "/closed"), 0700U);
 }
 
-TEST_F(MountingTest, AMountIsNotHiddenByAnother) {
+TEST_F(MountingTest, RefusesToCoverAnotherMount) {
     expectSuccess(runMounted({}, [&](pid_t) {
         const ProgramRun second({"mount", mountPoint_});
         EXPECT_EQ(second.status(), 1);
@@ -227,7 +227,7 @@ TEST_F(MountingTest, AMountIsNotHiddenByAnother) {
     EXPECT_FALSE(isMounted());
 }
 
-TEST_F(MountingTest, AMountWhoseProgramIsGoneIsRefused) {
+TEST_F(MountingTest, RefusesToCoverAStaleMount) {
     const ProgramRun run = runMounted({}, [&](pid_t process) {
         ::kill(process, SIGKILL);
         ::waitid(P_PID, static_cast<id_t>(process), nullptr, WEXITED | WNOWAIT);
@@ -241,7 +241,7 @@ TEST_F(MountingTest, AMountWhoseProgramIsGoneIsRefused) {
 }
 
 /// The kernel reuses the device number of a mount as soon as it is free.
-TEST_F(MountingTest, AtItsEndItLeavesMountsOfOthersAlone) {
+TEST_F(MountingTest, RemovesNoMountOfOthersAtItsEnd) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only a superuser may mount a tmpfs";
     }
@@ -264,7 +264,7 @@ TEST_F(MountingTest, AtItsEndItLeavesMountsOfOthersAlone) {
     }
 }
 
-TEST_F(MountingTest, GoesThereAndBack) {
+TEST_F(MountingTest, RoundTripsATree) {
     disk_.write("in/d/s/f", std::string(100'000, 'x'));
     disk_.write("in/ä😀", "name");
     disk_.write("in/fixed", "read-only");
@@ -304,7 +304,7 @@ TEST_F(MountingTest, ReadOnlyRefusesAllChanges) {
     expectSuccess(run);
 }
 
-TEST_F(MountingTest, SaysWhatTheStorageDidNotKeep) {
+TEST_F(MountingTest, ReportsWhatTheStorageDidNotKeep) {
     const Words plugin{"--plugin", std::string(TEST_BAD_PLUGINS) + "/libBadProvider.so"};
     const auto make = [&](pid_t) {
         write(inside("f"), "content");
@@ -325,7 +325,7 @@ TEST_F(MountingTest, SaysWhatTheStorageDidNotKeep) {
     EXPECT_TRUE(fs::equivalent(disk_ / "out/f", disk_ / "out/second"));
 }
 
-TEST_F(MountingTest, TwoStoragesCanBeMountedAtOnce) {
+TEST_F(MountingTest, MountsTwoStoragesAtOnce) {
     const std::string other = disk_.makeFolder("other");
     const ProgramRun run = runMounted({}, [&](pid_t process) {
         write(inside("f"), "content");

@@ -113,7 +113,7 @@ protected:
     MountedStorage storage_{*provider_};
 };
 
-TEST_F(MountTransferTest, EverythingThatTheDiskKeepsComesBack) {
+TEST_F(MountTransferTest, RoundTripsAllAttributesOfADisk) {
     disk_.write("src/f", "content");
     disk_.makeFolder("src/s/t");
     fs::create_hard_link(disk_ / "src/f", disk_ / "src/s/t/g");
@@ -149,7 +149,7 @@ TEST_F(MountTransferTest, EverythingThatTheDiskKeepsComesBack) {
     expectSame("out");
 }
 
-TEST_F(MountTransferTest, HolesStayHoles) {
+TEST_F(MountTransferTest, KeepsHoles) {
     constexpr off_t oneMebibyte = 1 << 20;
     {
         const FileDescriptor file(disk_.write("src/sparse", "begin"), O_WRONLY);
@@ -164,7 +164,7 @@ TEST_F(MountTransferTest, HolesStayHoles) {
     expectSame("out");
 }
 
-TEST_F(MountTransferTest, TheExportWritesWhatProgramsSawOverWhatIsThere) {
+TEST_F(MountTransferTest, OverwritesAttributesOfTheTarget) {
     disk_.write("src/f", "old");
     disk_.makeFolder("src/d");
     import();
@@ -185,7 +185,7 @@ TEST_F(MountTransferTest, TheExportWritesWhatProgramsSawOverWhatIsThere) {
     EXPECT_TRUE(readXattrs(FileDescriptor(disk_ / "out/d", O_RDONLY)).empty());
 }
 
-TEST_F(MountTransferTest, NobodyElsesSetIdFileBecomesOneOfTheExportingUser) {
+TEST_F(MountTransferTest, KeepsTheOwnerOfSetIdFiles) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only the superuser can make files of others";
     }

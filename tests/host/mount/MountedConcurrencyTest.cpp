@@ -93,7 +93,7 @@ void MountedConcurrencyTest::workInCommon(unsigned seed) {
     }
 }
 
-TEST_F(MountedConcurrencyTest, ProgramsDoNotGetInEachOthersWay) {
+TEST_F(MountedConcurrencyTest, KeepsProgramsApart) {
     storage::tests::runTogether(
         {[&] { workAlone(0); }, [&] { workAlone(1); }, [&] { workInCommon(1); }, [&] { workInCommon(2); }});
     EXPECT_THAT(complaints_, testing::IsEmpty());
@@ -107,7 +107,7 @@ TEST_F(MountedConcurrencyTest, ProgramsDoNotGetInEachOthersWay) {
 
 /// Several writers of one file, each with its own part, while another program resizes the file, but never
 /// below the sum of all parts.
-TEST_F(MountedConcurrencyTest, WritersOfOneFileLoseNothing) {
+TEST_F(MountedConcurrencyTest, KeepsAllWritesToOneFile) {
     constexpr std::size_t part = 1000;
     FileInode& file = mount_.makeFile("/f");
     const auto write = [&](std::size_t number) {
@@ -128,7 +128,7 @@ TEST_F(MountedConcurrencyTest, WritersOfOneFileLoseNothing) {
 
 /// Holders acquire and release the file while it is replaced. The last reference may be released by any of
 /// them.
-TEST_F(MountedConcurrencyTest, HoldersOfAFileComeAndGoWhileItIsReplaced) {
+TEST_F(MountedConcurrencyTest, ServesAFileWhileItIsReplaced) {
     std::atomic<bool> ended = false;
     std::atomic<int> wrong = 0;
     mount_.makeFile("/f", "content");

@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(MountedContentTest, WhatIsWrittenIsRead) {
+TEST_F(MountedContentTest, ReadsWhatWasWritten) {
     FileInode& file = mount_.makeFile("/f");
     EXPECT_EQ(mount_.bytesOf(file), "");
     mount_.write(file, 0, "hello world");
@@ -50,7 +50,7 @@ TEST_F(MountedContentTest, WhatIsWrittenIsRead) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, WhatTheStorageHeldBeforeIsReadAndOverwritten) {
+TEST_F(MountedContentTest, ReadsAndOverwritesExistingFiles) {
     memory_->doOpenStream(StorageIRI(u"/f"), {})->write("old bytes", 9);
     FileInode& file = mount_.file("/f");
     EXPECT_EQ(mount_.bytesOf(file), "old bytes");
@@ -59,7 +59,7 @@ TEST_F(MountedContentTest, WhatTheStorageHeldBeforeIsReadAndOverwritten) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, AWriteBehindTheEndFillsTheGapWithZeros) {
+TEST_F(MountedContentTest, FillsAGapWithZeros) {
     FileInode& file = mount_.makeFile("/f", "abc");
     mount_.write(file, 6, "xyz");
     EXPECT_EQ(mount_.bytesOf(file), std::string("abc\0\0\0xyz", 9));
@@ -69,7 +69,7 @@ TEST_F(MountedContentTest, AWriteBehindTheEndFillsTheGapWithZeros) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, NoOldBytesComeBackInAGapAfterATruncation) {
+TEST_F(MountedContentTest, HidesOldBytesInAGapAfterATruncation) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
     mount_.resize(file, 60);
     EXPECT_EQ(storedSize("/f"), 100U) << "the rest is to be there, or nothing is tested here";
@@ -81,7 +81,7 @@ TEST_F(MountedContentTest, NoOldBytesComeBackInAGapAfterATruncation) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, NoOldBytesComeBackWhenAFileGrowsAfterATruncation) {
+TEST_F(MountedContentTest, HidesOldBytesWhenAFileGrowsAfterATruncation) {
     for (const std::uint64_t size : {0U, 1U, 40U, 60U, 99U}) {
         for (const std::uint64_t larger : {61U, 99U, 100U, 101U, 300U}) {
             FileInode& file = mount_.makeFile("/f", pattern(100));
@@ -97,7 +97,7 @@ TEST_F(MountedContentTest, NoOldBytesComeBackWhenAFileGrowsAfterATruncation) {
     }
 }
 
-TEST_F(MountedContentTest, NoOldBytesComeBackByReaching) {
+TEST_F(MountedContentTest, HidesOldBytesAfterAnAllocation) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
     mount_.resize(file, 60);
     mount_.storage().allocate(file, 0, 0, 50);
@@ -107,7 +107,7 @@ TEST_F(MountedContentTest, NoOldBytesComeBackByReaching) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, NoReadGoesBeyondTheEndThatProgramsSee) {
+TEST_F(MountedContentTest, ReadsOnlyUpToTheVisibleEnd) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
     mount_.resize(file, 60);
     EXPECT_EQ(mount_.read(file, 50, 100), pattern(100).substr(50, 10));
@@ -115,7 +115,7 @@ TEST_F(MountedContentTest, NoReadGoesBeyondTheEndThatProgramsSee) {
     EXPECT_EQ(mount_.read(file, 70, 10), "");
 }
 
-TEST_F(MountedContentTest, AFileCanBeTruncatedToAnySize) {
+TEST_F(MountedContentTest, TruncatesToAnySize) {
     const std::string bytes = pattern(1000);
     FileInode& file = mount_.makeFile("/f", bytes);
     std::string expected = bytes;
@@ -128,7 +128,7 @@ TEST_F(MountedContentTest, AFileCanBeTruncatedToAnySize) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, EveryTruncationByOneByteKeepsWhatStays) {
+TEST_F(MountedContentTest, KeepsTheRemainingBytesOfATruncation) {
     std::string expected = pattern(600);
     FileInode& file = mount_.makeFile("/f", expected);
     while (!expected.empty()) {
@@ -139,7 +139,7 @@ TEST_F(MountedContentTest, EveryTruncationByOneByteKeepsWhatStays) {
     }
 }
 
-TEST_F(MountedContentTest, TruncationsDoNotCopyTheFileEachTime) {
+TEST_F(MountedContentTest, CopiesTheFileRarelyWhenItIsTruncated) {
     constexpr std::size_t size = 64U << 10U;
     FileInode& file = mount_.makeFile("/f", pattern(size));
     int emptied = 0;
@@ -152,7 +152,7 @@ TEST_F(MountedContentTest, TruncationsDoNotCopyTheFileEachTime) {
     EXPECT_LE(emptied, 2 * 17) << "one for each power of two, and one to go on writing";
 }
 
-TEST_F(MountedContentTest, OtherFilesAreMadeBetweenTheStepsOfATruncation) {
+TEST_F(MountedContentTest, ServesOtherFilesDuringALongTruncation) {
     FileInode& file = mount_.makeFile("/f", pattern(10 * mebibyte));
     FileInode& other = mount_.makeFile("/other");
     std::vector<std::string> made;
@@ -180,7 +180,7 @@ TEST_F(MountedContentTest, OtherFilesAreMadeBetweenTheStepsOfATruncation) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, AFileThatChangesWhileItIsShortenedKeepsTheChange) {
+TEST_F(MountedContentTest, KeepsAChangeDuringTheCopyOfATruncation) {
     constexpr std::size_t rest = 3 * mebibyte;
     FileInode& file = mount_.makeFile("/f", pattern(10 * mebibyte));
     std::future<void> change;
@@ -196,7 +196,7 @@ TEST_F(MountedContentTest, AFileThatChangesWhileItIsShortenedKeepsTheChange) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, AnInterruptedGrowthLeavesTheFileAsItWas) {
+TEST_F(MountedContentTest, UndoesAnInterruptedAllocation) {
     FileInode& file = mount_.makeFile("/f", "content");
     int asked = 0;
     const auto isInterrupted = [&] { return ++asked == 2; };
@@ -206,7 +206,7 @@ TEST_F(MountedContentTest, AnInterruptedGrowthLeavesTheFileAsItWas) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, SettlingLeavesWhatProgramsSee) {
+TEST_F(MountedContentTest, SettlesToWhatProgramsSee) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
     mount_.setModified(file, longAgo);
     mount_.resize(file, 60);
@@ -219,7 +219,7 @@ TEST_F(MountedContentTest, SettlingLeavesWhatProgramsSee) {
     EXPECT_FALSE(stored("/d/g").isWritable);
 }
 
-TEST_F(MountedContentTest, ManySizesAfterOneAnother) {
+TEST_F(MountedContentTest, KeepsContentThroughManySizes) {
     FileInode& file = mount_.makeFile("/f");
     std::string expected;
     std::size_t size = 1;
@@ -238,7 +238,7 @@ TEST_F(MountedContentTest, ManySizesAfterOneAnother) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedContentTest, NoFileIsLargerThanAnOffsetCanBe) {
+TEST_F(MountedContentTest, RefusesSizesAboveTheLargestOffset) {
     constexpr auto largest = static_cast<std::uint64_t>(std::numeric_limits<off_t>::max());
     FileInode& file = mount_.makeFile("/f", "abc");
     EXPECT_EQ(errnoOf([&] { mount_.write(file, largest, "x"); }), EFBIG);
@@ -246,13 +246,13 @@ TEST_F(MountedContentTest, NoFileIsLargerThanAnOffsetCanBe) {
     EXPECT_EQ(mount_.bytesOf(file), "abc");
 }
 
-TEST_F(MountedContentTest, AFolderHasNoSize) {
+TEST_F(MountedContentTest, RefusesToResizeAFolder) {
     storage::host::AttributeChange change;
     change.size = 0;
     EXPECT_EQ(errnoOf([&] { mount_.storage().change(mount_.makeFolder("/d"), change); }), EISDIR);
 }
 
-TEST_F(MountedContentTest, WithoutRoomAFileStaysAsItIs) {
+TEST_F(MountedContentTest, KeepsAFileUnchangedWithoutSpace) {
     BoundedProvider provider(memory_);
     MountedTree mount(provider);
     provider.available = 1100; // for the entry and its bytes
@@ -275,7 +275,7 @@ TEST_F(MountedContentTest, WithoutRoomAFileStaysAsItIs) {
     EXPECT_EQ(mount.sizeOf(file), 2001U);
 }
 
-TEST_F(MountedContentTest, OverwritingTakesNoRoom) {
+TEST_F(MountedContentTest, OverwritesWithoutSpace) {
     BoundedProvider provider(memory_);
     MountedTree mount(provider);
     provider.available = 5000;
@@ -286,7 +286,7 @@ TEST_F(MountedContentTest, OverwritingTakesNoRoom) {
     EXPECT_EQ(mount.bytesOf(file), pattern(100, 7)) << "the rest of the truncation is room too";
 }
 
-TEST_F(MountedContentTest, MemoryThatRunsOutIsAFullStorage) {
+TEST_F(MountedContentTest, ReportsFailedAllocationsAsAFullStorage) {
     FileInode& file = mount_.makeFile("/f", "abc");
     int allowed = 0; // the number of writes that the storage accepts
     provider_.beforeWrite = [&] {
@@ -321,7 +321,7 @@ TEST_F(MountedContentTest, MemoryThatRunsOutIsAFullStorage) {
 }
 
 /// If the storage only keeps more bytes than programs see, the operation has not failed.
-TEST_F(MountedContentTest, AShorteningSucceedsAlsoWhenTheStorageCannotGiveTheRestBack) {
+TEST_F(MountedContentTest, TruncatesAlsoIfTheSlackCannotBeTrimmed) {
     for (const char* const failing : {"openReadOnlyStream", "read", "openStream", "getFileAttributes"}) {
         FileInode& file = mount_.makeFile("/f", pattern(100));
         provider_.before = [&](const std::string& operation, const StorageIRI&) {
@@ -341,7 +341,7 @@ TEST_F(MountedContentTest, AShorteningSucceedsAlsoWhenTheStorageCannotGiveTheRes
     }
 }
 
-TEST_F(MountedContentTest, ATruncationSucceedsAlsoWhenTheStorageCannotLetGoOfTheRest) {
+TEST_F(MountedContentTest, TruncatesAlsoIfTheCopyFails) {
     const std::string bytes = pattern(mebibyte);
     FileInode& file = mount_.makeFile("/f", bytes);
     provider_.beforeWrite = [] { throw std::runtime_error("the tape is torn"); };
@@ -389,7 +389,7 @@ private:
     };
 };
 
-TEST_F(MountedContentTest, AWrongCountOfTheStorageIsAnError) {
+TEST_F(MountedContentTest, ReportsWrongCountsOfTheStorage) {
     int number = 0;
     for (const auto& wrong :
          std::vector<MiscountingProvider::Count>{[](long count) { return count - 1; }, [](long) { return 0; },
@@ -408,7 +408,7 @@ TEST_F(MountedContentTest, AWrongCountOfTheStorageIsAnError) {
     }
 }
 
-TEST_F(MountedContentTest, AWriteAfterOneThatFailedMidwayGoesWhereItBelongs) {
+TEST_F(MountedContentTest, WritesAtTheRightOffsetAfterAFailedWrite) {
     FullProvider provider(memory_);
     MountedTree mount(provider);
     FileInode& file = mount.makeFile("/f", "0123456789");

@@ -32,7 +32,7 @@ protected:
     }
 };
 
-TEST_F(MountedExchangeTest, AnyTwoEntriesChangePlaces) {
+TEST_F(MountedExchangeTest, ExchangesEntriesOfAnyKinds) {
     makeAllKinds(mount_);
     const TreeSnapshot before = withoutTimes(mount_.snapshot());
     for (const std::string left : {"/a/file", "/a/folder", "/a/link"}) {
@@ -52,7 +52,7 @@ TEST_F(MountedExchangeTest, AnyTwoEntriesChangePlaces) {
     EXPECT_EQ(mount_.storage().status(mount_.at("/b/own")).st_nlink, 2U);
 }
 
-TEST_F(MountedExchangeTest, TwoEntriesOfTheRootChangePlaces) {
+TEST_F(MountedExchangeTest, ExchangesTwoEntriesOfTheRoot) {
     const Inode& file = mount_.makeFile("/f", "content");
     const Inode& folder = mount_.makeFolder("/d");
     mount_.rename("/f", "/d", RENAME_EXCHANGE);
@@ -83,14 +83,14 @@ TEST_F(MountedExchangeTest, ChangesBothInodesAndModifiesBothFolders) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedExchangeTest, CountsOfFoldersFollow) {
+TEST_F(MountedExchangeTest, UpdatesLinkCounts) {
     makeAllKinds(mount_);
     mount_.rename("/a/folder", "/b/other", RENAME_EXCHANGE);
     EXPECT_EQ(statusOf("/a").st_nlink, 2U);
     EXPECT_EQ(statusOf("/b").st_nlink, 4U);
 }
 
-TEST_F(MountedExchangeTest, OpenFilesStayUsable) {
+TEST_F(MountedExchangeTest, KeepsOpenFilesUsable) {
     mount_.makeFile("/f", "one");
     mount_.makeFile("/g", "two");
     FileInode& one = mount_.open("/f");
@@ -106,7 +106,7 @@ TEST_F(MountedExchangeTest, OpenFilesStayUsable) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedExchangeTest, WhatCannotBeExchangedIsRefused) {
+TEST_F(MountedExchangeTest, RefusesImpossibleExchanges) {
     makeAllKinds(mount_);
     const TreeSnapshot before = mount_.snapshot();
     EXPECT_EQ(errnoOf([&] { mount_.rename("/a/file", "/b/missing", RENAME_EXCHANGE); }), ENOENT);
@@ -124,7 +124,7 @@ TEST_F(MountedExchangeTest, WhatCannotBeExchangedIsRefused) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedExchangeTest, AWhiteoutTakesTheOldPlace) {
+TEST_F(MountedExchangeTest, LeavesAWhiteoutAtTheOldName) {
     makeAllKinds(mount_);
     for (const std::string source : {"/a/file", "/a/folder", "/a/link", "/b/own", "/b/other"}) {
         SCOPED_TRACE(source);
@@ -147,7 +147,7 @@ TEST_F(MountedExchangeTest, AWhiteoutTakesTheOldPlace) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedExchangeTest, AListingUnderWayMissesNothing) {
+TEST_F(MountedExchangeTest, KeepsTheOrderOfAListing) {
     for (const std::string path : {"/c", "/b", "/a"}) {
         mount_.makeFile(path);
     }

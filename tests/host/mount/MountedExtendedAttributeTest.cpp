@@ -24,7 +24,7 @@ protected:
     const std::string zero_{'\0'};
 };
 
-TEST_F(MountedExtendedAttributeTest, AreSetReplacedListedAndRemoved) {
+TEST_F(MountedExtendedAttributeTest, SetsReplacesListsAndRemoves) {
     EXPECT_EQ(names(), "");
     set("user.b", "value");
     set("user.a", zero_ + "binary" + zero_);
@@ -40,7 +40,7 @@ TEST_F(MountedExtendedAttributeTest, AreSetReplacedListedAndRemoved) {
     EXPECT_EQ(mount_.bytesOf(mount_.file("/f")), "abc");
 }
 
-TEST_F(MountedExtendedAttributeTest, FollowTheEntryAndNoOther) {
+TEST_F(MountedExtendedAttributeTest, FollowsTheEntry) {
     set("user.a", "of the file");
     mount_.storage().setExtended(mount_.makeFolder("/d"), "user.a", "of the folder", 0);
     mount_.storage().setExtended(mount_.storage().root(), "user.a", "of the root", 0);
@@ -52,7 +52,7 @@ TEST_F(MountedExtendedAttributeTest, FollowTheEntryAndNoOther) {
     EXPECT_EQ(errnoOf([&] { mount_.storage().getExtended(mount_.at("/f"), "user.a"); }), ENODATA);
 }
 
-TEST_F(MountedExtendedAttributeTest, ArePreparedForByFlags) {
+TEST_F(MountedExtendedAttributeTest, HonoursTheFlags) {
     EXPECT_EQ(errnoOf([&] { set("user.a", "x", XATTR_REPLACE); }), ENODATA);
     set("user.a", "x", XATTR_CREATE);
     EXPECT_EQ(errnoOf([&] { set("user.a", "y", XATTR_CREATE); }), EEXIST);
@@ -63,7 +63,7 @@ TEST_F(MountedExtendedAttributeTest, ArePreparedForByFlags) {
     EXPECT_EQ(errnoOf([&] { mount_.storage().removeExtended(mount_.makeFile("/g"), "user.b"); }), ENODATA);
 }
 
-TEST_F(MountedExtendedAttributeTest, HaveNamesOfThreeKinds) {
+TEST_F(MountedExtendedAttributeTest, AcceptsNamesWithThreePrefixes) {
     set("trusted.t", "1");
     set("security.capability", "2");
     set("user.u", "3");
@@ -79,7 +79,7 @@ TEST_F(MountedExtendedAttributeTest, HaveNamesOfThreeKinds) {
     EXPECT_EQ(errnoOf([&] { set("user.", "x"); }), EINVAL);
 }
 
-TEST_F(MountedExtendedAttributeTest, HaveLimits) {
+TEST_F(MountedExtendedAttributeTest, EnforcesLimits) {
     constexpr std::size_t most = 64U << 10U; // bytes
     set("user.a", std::string(most, 'x'));
     EXPECT_EQ(errnoOf([&] { set("user.b", "y"); }), ENOSPC);
@@ -97,7 +97,7 @@ TEST_F(MountedExtendedAttributeTest, HaveLimits) {
     EXPECT_LE(names().size(), most) << "no listing is longer";
 }
 
-TEST_F(MountedExtendedAttributeTest, TakeRoom) {
+TEST_F(MountedExtendedAttributeTest, RequiresSpace) {
     BoundedProvider provider(memory_);
     MountedTree mount(provider);
     provider.available = 5000;
@@ -111,7 +111,7 @@ TEST_F(MountedExtendedAttributeTest, TakeRoom) {
     EXPECT_EQ(mount.storage().getExtended(file, "user.a").size(), 4000U);
 }
 
-TEST_F(MountedExtendedAttributeTest, AreAChangeOfTheEntry) {
+TEST_F(MountedExtendedAttributeTest, UpdatesTheTimeOfChange) {
     AttributeChange change;
     change.modified = change.changed = longAgo;
     for (const std::function<void()>& step : {std::function([&] { set("user.a", "x"); }), std::function([&] {

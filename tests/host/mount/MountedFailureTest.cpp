@@ -194,14 +194,14 @@ protected:
     static inline int failures_ = 0;
 };
 
-TEST_P(MountedFailureTest, LeavesMountAndStorageAsTheyWereOrAsTheyAreToBe) {
+TEST_P(MountedFailureTest, EitherSucceedsOrChangesNothing) {
     failEverywhere(
         GetParam(), [] { throw Exception(static_cast<ErrorCode>(77), StorageIRI(u"/")); }, EIO);
     failEverywhere(
         GetParam(), [] { throw Exception(ErrorCode::ReadOnly, StorageIRI(u"/")); }, EACCES);
 }
 
-TEST_P(MountedFailureTest, OfMemoryLeavesMountAndStorageAsTheyWereOrAsTheyAreToBe) {
+TEST_P(MountedFailureTest, EitherSucceedsOrChangesNothingWithoutMemory) {
     failEverywhere(
         GetParam(), [] { throw std::bad_alloc(); }, AnyOf(ENOMEM, ENOSPC));
 }

@@ -56,7 +56,7 @@ protected:
     static std::string zeros(std::size_t count) { return std::string(count, '\0'); }
 };
 
-TEST_F(MountedHolesTest, AGapOfWholePagesTakesNoRoom) {
+TEST_F(MountedHolesTest, StoresNoPagesOfAGap) {
     FileInode& file = mount_.makeFile("/f", "begin");
     mount_.write(file, tebibyte, "end");
     EXPECT_EQ(mount_.sizeOf(file), tebibyte + 3);
@@ -67,7 +67,7 @@ TEST_F(MountedHolesTest, AGapOfWholePagesTakesNoRoom) {
     EXPECT_EQ(layoutOf(file), "D0-4096 H4096-1099511627776 D1099511627776-1099511627779");
 }
 
-TEST_F(MountedHolesTest, AGapWithoutAWholePageIsNoHole) {
+TEST_F(MountedHolesTest, StoresAGapWithoutAWholePage) {
     FileInode& file = mount_.makeFile("/f", "begin");
     mount_.write(file, pageSize + 5, "end");
     EXPECT_EQ(layoutOf(file), "D0-4104");
@@ -75,7 +75,7 @@ TEST_F(MountedHolesTest, AGapWithoutAWholePageIsNoHole) {
     EXPECT_EQ(file.sparse, nullptr);
 }
 
-TEST_F(MountedHolesTest, GrowingTakesNoRoom) {
+TEST_F(MountedHolesTest, StoresNoPagesWhenAFileGrows) {
     FileInode& file = mount_.makeFile("/f");
     mount_.resize(file, tebibyte);
     EXPECT_EQ(storedSize("/f"), 0U);
@@ -88,7 +88,7 @@ TEST_F(MountedHolesTest, GrowingTakesNoRoom) {
     EXPECT_EQ(file.sparse, nullptr);
 }
 
-TEST_F(MountedHolesTest, AFileWhoseHolesAreFilledInOrderHasNoMap) {
+TEST_F(MountedHolesTest, DropsTheMapOfADenseFile) {
     FileInode& file = mount_.makeFile("/f");
     mount_.resize(file, 3 * pageSize + 10);
     EXPECT_NE(file.sparse, nullptr);
@@ -100,7 +100,7 @@ TEST_F(MountedHolesTest, AFileWhoseHolesAreFilledInOrderHasNoMap) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedHolesTest, AReservationIsRoomThatIsNotShownAsData) {
+TEST_F(MountedHolesTest, ReportsReservedPagesAsHoles) {
     FileInode& file = mount_.makeFile("/f", "begin");
     allocate(file, keepSize, 0, 4 * pageSize);
     EXPECT_EQ(mount_.sizeOf(file), 5U);
@@ -123,7 +123,7 @@ TEST_F(MountedHolesTest, AReservationIsRoomThatIsNotShownAsData) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedHolesTest, AReservationThatFailsLeavesTheFileAsItWas) {
+TEST_F(MountedHolesTest, UndoesAFailedReservation) {
     FileInode& file = mount_.makeFile("/f", "begin");
     mount_.write(file, 10 * pageSize, "end");
     allocate(file, keepSize, 3 * pageSize, 2 * pageSize);
@@ -143,7 +143,7 @@ TEST_F(MountedHolesTest, AReservationThatFailsLeavesTheFileAsItWas) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedHolesTest, WhatIsWrittenWhileRoomIsReservedStaysWhenThatFails) {
+TEST_F(MountedHolesTest, KeepsWritesDuringAFailedReservation) {
     FileInode& file = mount_.makeFile("/f");
     mount_.resize(file, 200 * mebibyte);
     int asked = 0;
@@ -156,7 +156,7 @@ TEST_F(MountedHolesTest, WhatIsWrittenWhileRoomIsReservedStaysWhenThatFails) {
     EXPECT_EQ(mount_.read(file, 10 * pageSize - 1, 9), '\0' + std::string("written\0", 8));
 }
 
-TEST_F(MountedHolesTest, PunchedPagesAreReusedAndFreed) {
+TEST_F(MountedHolesTest, ReusesAndFreesPunchedPages) {
     FileInode& file = mount_.makeFile("/f", std::string(100 * pageSize, 'x'));
     allocate(file, punchHole, pageSize / 2, 10 * pageSize);
     EXPECT_EQ(layoutOf(file), "D0-4096 H4096-40960 D40960-409600");
@@ -172,7 +172,7 @@ TEST_F(MountedHolesTest, PunchedPagesAreReusedAndFreed) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedHolesTest, OtherFilesAreMadeBetweenTheStepsOfLongChanges) {
+TEST_F(MountedHolesTest, ServesOtherFilesDuringLongChanges) {
     FileInode& file = mount_.makeFile("/f");
     std::vector<std::string> made;
     bool isMakingOne = false;
@@ -196,7 +196,7 @@ TEST_F(MountedHolesTest, OtherFilesAreMadeBetweenTheStepsOfLongChanges) {
     provider_.beforeWrite = [] {};
 }
 
-TEST_F(MountedHolesTest, ARemovedFileKeepsItsHoles) {
+TEST_F(MountedHolesTest, KeepsTheHolesOfARemovedFile) {
     mount_.makeFile("/f", "begin");
     FileInode& file = mount_.open("/f");
     mount_.write(file, 10 * pageSize, "middle");
@@ -207,7 +207,7 @@ TEST_F(MountedHolesTest, ARemovedFileKeepsItsHoles) {
     mount_.close(file);
 }
 
-TEST_F(MountedHolesTest, SettlingKeepsAFileThatDoesNotFit) {
+TEST_F(MountedHolesTest, KeepsAFileThatDoesNotFitWhenSettling) {
     FileInode& file = mount_.makeFile("/f", "begin");
     mount_.write(file, tebibyte, "end");
     const auto unsettled = mount_.storage().settle();
@@ -357,7 +357,7 @@ void MountedHolesModelTest::compare() {
               begin < bytes_.size() ? bytes_.substr(begin, count) : std::string());
 }
 
-TEST_P(MountedHolesModelTest, BehavesAsBytesAndPages) {
+TEST_P(MountedHolesModelTest, AgreesWithAModelOfBytesAndPages) {
     file_ = &mount_.makeFile("/f");
     for (int i = 0; i < steps && !HasFatalFailure(); ++i) {
         SCOPED_TRACE("seed " + std::to_string(GetParam()) + ", step " + std::to_string(i));

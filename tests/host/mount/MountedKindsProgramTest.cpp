@@ -29,7 +29,7 @@ protected:
     }
 };
 
-TEST_F(MountedKindsProgramTest, ASymbolicLinkIsFollowed) {
+TEST_F(MountedKindsProgramTest, FollowsASymbolicLink) {
     useMounted([&] {
         fs::create_directory(inside("d"));
         write(inside("d/f"), "content");
@@ -51,7 +51,7 @@ TEST_F(MountedKindsProgramTest, ASymbolicLinkIsFollowed) {
     });
 }
 
-TEST_F(MountedKindsProgramTest, ASymbolicLinkHasTheLongestPathAsItsTarget) {
+TEST_F(MountedKindsProgramTest, AcceptsTheLongestPathAsATarget) {
     useMounted([&] {
         const std::string longest(PATH_MAX - 1, 'x');
         ASSERT_EQ(::symlink(longest.c_str(), inside("link").c_str()), 0);
@@ -61,7 +61,7 @@ TEST_F(MountedKindsProgramTest, ASymbolicLinkHasTheLongestPathAsItsTarget) {
     });
 }
 
-TEST_F(MountedKindsProgramTest, AFifoConnectsPrograms) {
+TEST_F(MountedKindsProgramTest, ConnectsProgramsByAFifo) {
     useMounted([&] {
         ASSERT_EQ(::mkfifo(inside("fifo").c_str(), 0640), 0);
         EXPECT_TRUE(runs("echo content >" + inside("fifo") + " & grep -qx content " + inside("fifo")));
@@ -71,7 +71,7 @@ TEST_F(MountedKindsProgramTest, AFifoConnectsPrograms) {
     });
 }
 
-TEST_F(MountedKindsProgramTest, ASocketHasAName) {
+TEST_F(MountedKindsProgramTest, ConnectsProgramsByASocket) {
     useMounted([&] {
         const fs::path before = fs::current_path();
         fs::current_path(mountPoint_); // because names of sockets must be short
@@ -89,7 +89,7 @@ TEST_F(MountedKindsProgramTest, ASocketHasAName) {
     });
 }
 
-TEST_F(MountedKindsProgramTest, DevicesAreForTheSuperuser) {
+TEST_F(MountedKindsProgramTest, CreatesDevicesForRootOnly) {
     useMounted([&] {
         const dev_t device = ::makedev(1, 3);
         const int made = ::mknod(inside("null").c_str(), S_IFCHR | 0666U, device);
@@ -105,7 +105,7 @@ TEST_F(MountedKindsProgramTest, DevicesAreForTheSuperuser) {
     });
 }
 
-TEST_F(MountedKindsProgramTest, AFolderThatHoldsOnlyALinkIsRemovedWithIt) {
+TEST_F(MountedKindsProgramTest, RemovesAFolderWithALink) {
     useMounted([&] {
         fs::create_directory(inside("d"));
         ASSERT_EQ(::symlink("x", inside("d/link").c_str()), 0);
@@ -115,7 +115,7 @@ TEST_F(MountedKindsProgramTest, AFolderThatHoldsOnlyALinkIsRemovedWithIt) {
     });
 }
 
-TEST_F(MountedKindsProgramTest, ATreeWithThemIsCopied) {
+TEST_F(MountedKindsProgramTest, CopiesATreeOfAllKinds) {
     const std::string tree = disk_.makeFolder("tree");
     EXPECT_TRUE(runs("cd " + tree +
                      " && mkdir d && echo content >d/f && ln -s d/f link && ln -s missing d/dangling"

@@ -24,7 +24,7 @@ protected:
     std::size_t entriesInStorage() const { return takeSnapshot(*memory_).size() - 1; }
 };
 
-TEST_F(MountedKindsTest, ASymbolicLinkHasItsTarget) {
+TEST_F(MountedKindsTest, KeepsTheTargetOfASymbolicLink) {
     mount_.makeSymbolicLink("/link", "../some where/ä");
     EXPECT_EQ(targetOf("/link"), "../some where/ä");
     const struct stat status = statusOf("/link");
@@ -35,7 +35,7 @@ TEST_F(MountedKindsTest, ASymbolicLinkHasItsTarget) {
     EXPECT_EQ(entriesInStorage(), 0U);
 }
 
-TEST_F(MountedKindsTest, ATargetIsAnyBytesUpToTheLengthOfAPath) {
+TEST_F(MountedKindsTest, AcceptsAnyBytesAsATarget) {
     const std::string longest(PATH_MAX - 1, '\xE9');
     mount_.makeSymbolicLink("/link", longest);
     EXPECT_EQ(targetOf("/link"), longest);
@@ -43,14 +43,14 @@ TEST_F(MountedKindsTest, ATargetIsAnyBytesUpToTheLengthOfAPath) {
     EXPECT_EQ(mount_.find("/other"), nullptr);
 }
 
-TEST_F(MountedKindsTest, OnlyASymbolicLinkHasATarget) {
+TEST_F(MountedKindsTest, RefusesTheTargetOfOtherKinds) {
     mount_.makeFile("/f");
     mount_.makeNode("/fifo", S_IFIFO | 0600U);
     EXPECT_EQ(errnoOf([&] { targetOf("/f"); }), EINVAL);
     EXPECT_EQ(errnoOf([&] { targetOf("/fifo"); }), EINVAL);
 }
 
-TEST_F(MountedKindsTest, NodesHaveTheirTypeTheirPermissionsAndTheirDevice) {
+TEST_F(MountedKindsTest, KeepsTypePermissionsAndDeviceOfNodes) {
     const dev_t device = ::makedev(300, 70'000);
     for (const mode_t type : {mode_t{S_IFIFO}, mode_t{S_IFSOCK}, mode_t{S_IFCHR}, mode_t{S_IFBLK}}) {
         mount_.makeNode("/node", type | 04640U, device);
@@ -64,7 +64,7 @@ TEST_F(MountedKindsTest, NodesHaveTheirTypeTheirPermissionsAndTheirDevice) {
     EXPECT_EQ(mount_.find("/node"), nullptr);
 }
 
-TEST_F(MountedKindsTest, AListingShowsTheType) {
+TEST_F(MountedKindsTest, ListsTheType) {
     mount_.makeSymbolicLink("/link", "x");
     mount_.makeNode("/fifo", S_IFIFO | 0600U);
     std::map<std::string, mode_t> types;
@@ -76,7 +76,7 @@ TEST_F(MountedKindsTest, AListingShowsTheType) {
     EXPECT_EQ(types, (std::map<std::string, mode_t>{{"fifo", S_IFIFO}, {"link", S_IFLNK}}));
 }
 
-TEST_F(MountedKindsTest, ANameIsTakenByAnyKind) {
+TEST_F(MountedKindsTest, RefusesANameThatIsTaken) {
     mount_.makeSymbolicLink("/link", "x");
     mount_.makeFile("/f");
     EXPECT_EQ(errnoOf([&] { mount_.makeFile("/link"); }), EEXIST);
@@ -87,7 +87,7 @@ TEST_F(MountedKindsTest, ANameIsTakenByAnyKind) {
     EXPECT_EQ(targetOf("/link"), "x");
 }
 
-TEST_F(MountedKindsTest, AttributesAreChangedAsThoseOfFiles) {
+TEST_F(MountedKindsTest, ChangesAttributesAsOfFiles) {
     mount_.makeNode("/fifo", S_IFIFO | 0600U);
     mount_.setPermissions(mount_.at("/fifo"), 0444);
     mount_.setModified(mount_.at("/fifo"), longAgo);
@@ -103,7 +103,7 @@ TEST_F(MountedKindsTest, AttributesAreChangedAsThoseOfFiles) {
     EXPECT_EQ(entriesInStorage(), 0U);
 }
 
-TEST_F(MountedKindsTest, AChangeOfEntriesStampsTheFolder) {
+TEST_F(MountedKindsTest, StampsTheFolder) {
     mount_.makeFolder("/d");
     const auto stampedBy = [&](const auto& change) {
         mount_.setModified(mount_.at("/d"), longAgo);
@@ -116,7 +116,7 @@ TEST_F(MountedKindsTest, AChangeOfEntriesStampsTheFolder) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedKindsTest, AFolderThatHoldsOneIsNotEmpty) {
+TEST_F(MountedKindsTest, RefusesToRemoveAFolderWithALink) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/other");
     mount_.makeSymbolicLink("/d/link", "x");
@@ -129,7 +129,7 @@ TEST_F(MountedKindsTest, AFolderThatHoldsOneIsNotEmpty) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedKindsTest, TheyMoveWithTheirFolder) {
+TEST_F(MountedKindsTest, MovesWithTheFolder) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/d/s");
     mount_.makeSymbolicLink("/d/s/link", "x");
@@ -141,7 +141,7 @@ TEST_F(MountedKindsTest, TheyMoveWithTheirFolder) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedKindsTest, AnyKindButAFolderReplacesAnyOther) {
+TEST_F(MountedKindsTest, ReplacesAnyKindButAFolder) {
     const std::vector<std::function<void(const std::string&)>> makers{
         [&](const std::string& path) { mount_.makeFile(path, "content"); },
         [&](const std::string& path) { mount_.makeSymbolicLink(path, "x"); },
@@ -162,7 +162,7 @@ TEST_F(MountedKindsTest, AnyKindButAFolderReplacesAnyOther) {
     }
 }
 
-TEST_F(MountedKindsTest, NoneReplacesAFolderOrIsReplacedByOne) {
+TEST_F(MountedKindsTest, RefusesToReplaceFolders) {
     mount_.makeFolder("/d");
     mount_.makeSymbolicLink("/link", "x");
     EXPECT_EQ(errnoOf([&] { mount_.rename("/link", "/d"); }), EISDIR);
@@ -171,7 +171,7 @@ TEST_F(MountedKindsTest, NoneReplacesAFolderOrIsReplacedByOne) {
     EXPECT_EQ(targetOf("/link"), "x");
 }
 
-TEST_F(MountedKindsTest, ARemovedOneStaysAsLongAsTheKernelRefersToIt) {
+TEST_F(MountedKindsTest, KeepsARemovedInodeWhileReferenced) {
     auto& root = mount_.storage().root();
     Inode& link =
         *mount_.storage().makeSymbolicLink(root, "link", "x", storage::host::Owner::ofProcess()).inode;
@@ -183,7 +183,7 @@ TEST_F(MountedKindsTest, ARemovedOneStaysAsLongAsTheKernelRefersToIt) {
     EXPECT_EQ(mount_.find("/link"), nullptr);
 }
 
-TEST_F(MountedKindsTest, AReplacedFileStaysUsable) {
+TEST_F(MountedKindsTest, KeepsAReplacedFileUsable) {
     mount_.makeFile("/f", "content");
     FileInode& file = mount_.open("/f");
     mount_.makeSymbolicLink("/link", "x");
@@ -196,7 +196,7 @@ TEST_F(MountedKindsTest, AReplacedFileStaysUsable) {
     EXPECT_EQ(entriesInStorage(), 0U);
 }
 
-TEST_F(MountedKindsTest, TheyAreMadeAndRemovedInAReadOnlyFolder) {
+TEST_F(MountedKindsTest, CreatesAndRemovesInAReadOnlyFolder) {
     mount_.makeFolder("/d");
     mount_.setPermissions(mount_.at("/d"), 0555); // the kernel permits changes by root only
     mount_.makeSymbolicLink("/d/link", "x");
@@ -207,7 +207,7 @@ TEST_F(MountedKindsTest, TheyAreMadeAndRemovedInAReadOnlyFolder) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedKindsTest, AFailureOfTheStorageChangesNothing) {
+TEST_F(MountedKindsTest, ChangesNothingWhenTheStorageFails) {
     memory_->doCreateFolder(StorageIRI(u"/d"));
     const auto failsAt = [&](int number) {
         MountedTree mount(provider_);

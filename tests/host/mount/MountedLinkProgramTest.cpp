@@ -23,7 +23,7 @@ protected:
     }
 };
 
-TEST_F(MountedLinkProgramTest, NamesComeAndGoOneByOne) {
+TEST_F(MountedLinkProgramTest, AddsAndRemovesNamesOneByOne) {
     const ProgramRun run = runMounted({}, [&](pid_t process) {
         fs::create_directory(inside("d"));
         write(inside("f"), "content");
@@ -46,7 +46,7 @@ TEST_F(MountedLinkProgramTest, NamesComeAndGoOneByOne) {
     expectSuccess(run);
 }
 
-TEST_F(MountedLinkProgramTest, AnExportHasTheFileOnce) {
+TEST_F(MountedLinkProgramTest, ExportsALinkedFileUnderARemainingName) {
     const std::string out = disk_ / "out";
     const ProgramRun run = runMounted({"--export-on-exit", out}, [&](pid_t process) {
         write(inside("f"), "content");
@@ -59,7 +59,7 @@ TEST_F(MountedLinkProgramTest, AnExportHasTheFileOnce) {
     EXPECT_TRUE(runs("grep -qx content " + out + "/g"));
 }
 
-TEST_F(MountedLinkProgramTest, ProgramsKeepLinks) {
+TEST_F(MountedLinkProgramTest, KeepsLinksWhenProgramsCopy) {
     const std::string tree = disk_.makeFolder("tree");
     EXPECT_TRUE(
         runs("cd " + tree + " && mkdir d && echo content >d/f && ln d/f g && ln -s g s && ln -P s d/s"));
@@ -82,7 +82,7 @@ TEST_F(MountedLinkProgramTest, ProgramsKeepLinks) {
     expectSuccess(run);
 }
 
-TEST_F(MountedLinkProgramTest, FoldersAreCountedByTheirParent) {
+TEST_F(MountedLinkProgramTest, CountsSubfolders) {
     const ProgramRun run = runMounted({}, [&](pid_t process) {
         fs::create_directories(inside("d/s"));
         EXPECT_EQ(linksOf(mountPoint_), 3U);
@@ -97,7 +97,7 @@ TEST_F(MountedLinkProgramTest, FoldersAreCountedByTheirParent) {
     expectSuccess(run);
 }
 
-TEST_F(MountedLinkProgramTest, NamesAreExchangedAndWhitedOut) {
+TEST_F(MountedLinkProgramTest, ExchangesNamesAndLeavesWhiteouts) {
     const ProgramRun run = runMounted({}, [&](pid_t process) {
         write(inside("f"), "file");
         fs::create_directory(inside("d"));
@@ -121,7 +121,7 @@ TEST_F(MountedLinkProgramTest, NamesAreExchangedAndWhitedOut) {
     expectSuccess(run);
 }
 
-TEST_F(MountedLinkProgramTest, AFileWithoutANameGetsOne) {
+TEST_F(MountedLinkProgramTest, LinksAFileWithoutAName) {
     const ProgramRun run = runMounted({}, [&](pid_t process) {
         fs::create_directory(inside("d"));
         const int file = ::open(inside("d").c_str(), O_TMPFILE | O_RDWR, 0640);

@@ -36,7 +36,7 @@ protected:
     }
 };
 
-TEST_F(MountedLinkTest, TwoNamesAreOneFile) {
+TEST_F(MountedLinkTest, GivesOneFileTwoNames) {
     Inode& file = mount_.makeFile("/f", "abc");
     mount_.makeFolder("/d");
     EXPECT_EQ(&mount_.link("/f", "/d/g"), &file);
@@ -49,7 +49,7 @@ TEST_F(MountedLinkTest, TwoNamesAreOneFile) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, AListingShowsEveryNameWithTheSameNumber) {
+TEST_F(MountedLinkTest, ListsEachNameWithTheSameInodeNumber) {
     const Inode& file = mount_.makeFile("/f");
     mount_.link("/f", "/g");
     std::map<std::string, ino_t> numbers;
@@ -63,7 +63,7 @@ TEST_F(MountedLinkTest, AListingShowsEveryNameWithTheSameNumber) {
     EXPECT_EQ(file.references, 2U);
 }
 
-TEST_F(MountedLinkTest, TheOtherNameStaysWhenOneIsRemoved) {
+TEST_F(MountedLinkTest, KeepsTheOtherNameWhenOneIsRemoved) {
     for (const bool removesTheFirst : {true, false}) {
         const std::string removed = removesTheFirst ? "/d/f" : "/e/g";
         const std::string left = removesTheFirst ? "/e/g" : "/d/f";
@@ -85,7 +85,7 @@ TEST_F(MountedLinkTest, TheOtherNameStaysWhenOneIsRemoved) {
     }
 }
 
-TEST_F(MountedLinkTest, ItStaysUsableWhenAllNamesAreRemoved) {
+TEST_F(MountedLinkTest, KeepsAFileUsableWithoutNames) {
     mount_.makeFile("/f", "content");
     FileInode& file = mount_.open("/f");
     mount_.link("/f", "/g");
@@ -103,7 +103,7 @@ TEST_F(MountedLinkTest, ItStaysUsableWhenAllNamesAreRemoved) {
     EXPECT_EQ(takeSnapshot(*memory_).size(), 1U);
 }
 
-TEST_F(MountedLinkTest, EveryNameIsRenamedForItself) {
+TEST_F(MountedLinkTest, RenamesEachNameByItself) {
     mount_.makeFolder("/d");
     const Inode& file = mount_.makeFile("/f", "content");
     mount_.link("/f", "/g");
@@ -117,7 +117,7 @@ TEST_F(MountedLinkTest, EveryNameIsRenamedForItself) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, OneNameRenamedToTheOtherStays) {
+TEST_F(MountedLinkTest, DoesNothingWhenOneNameIsRenamedToTheOther) {
     const Inode& file = mount_.makeFile("/f", "content");
     mount_.link("/f", "/g");
     for (const auto& names : {std::pair("/f", "/g"), std::pair("/g", "/f")}) {
@@ -130,7 +130,7 @@ TEST_F(MountedLinkTest, OneNameRenamedToTheOtherStays) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, EachNameIsReplacedForItself) {
+TEST_F(MountedLinkTest, ReplacesEachNameByItself) {
     for (const std::string replaced : {"/f", "/g"}) {
         const std::string left = replaced == "/f" ? "/g" : "/f";
         mount_.makeFile("/f", "old");
@@ -152,7 +152,7 @@ TEST_F(MountedLinkTest, EachNameIsReplacedForItself) {
     }
 }
 
-TEST_F(MountedLinkTest, EachNameReplacesAnotherFile) {
+TEST_F(MountedLinkTest, ReplacesAnotherFileByEachName) {
     for (const std::string source : {"/f", "/g"}) {
         mount_.makeFile("/f", "new");
         mount_.link("/f", "/g");
@@ -170,7 +170,7 @@ TEST_F(MountedLinkTest, EachNameReplacesAnotherFile) {
     }
 }
 
-TEST_F(MountedLinkTest, WhatCannotBeLinkedIsRefused) {
+TEST_F(MountedLinkTest, RefusesImpossibleLinks) {
     mount_.makeFile("/f");
     mount_.makeFolder("/d");
     mount_.makeSymbolicLink("/link", "x");
@@ -188,7 +188,7 @@ TEST_F(MountedLinkTest, WhatCannotBeLinkedIsRefused) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, LinkingAndRemovingChangesTheInodeAndModifiesTheFolder) {
+TEST_F(MountedLinkTest, UpdatesTheTimesOfInodeAndFolder) {
     mount_.makeFolder("/d");
     Inode& file = mount_.makeFile("/f");
     mount_.setModified(mount_.at("/d"), longAgo);
@@ -208,7 +208,7 @@ TEST_F(MountedLinkTest, LinkingAndRemovingChangesTheInodeAndModifiesTheFolder) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, AFolderThatHoldsAnAliasIsNotEmpty) {
+TEST_F(MountedLinkTest, RefusesToRemoveAFolderWithAnAlias) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/empty");
     mount_.makeFile("/f", "content");
@@ -222,7 +222,7 @@ TEST_F(MountedLinkTest, AFolderThatHoldsAnAliasIsNotEmpty) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, TheFolderOfTheOwnNameMoves) {
+TEST_F(MountedLinkTest, MovesTheFolderOfTheOwnName) {
     mount_.makeFolder("/d");
     mount_.makeFile("/d/f", "content");
     mount_.link("/d/f", "/g");
@@ -234,7 +234,7 @@ TEST_F(MountedLinkTest, TheFolderOfTheOwnNameMoves) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, AShortenedFileIsTrimmedAtItsNewPlace) {
+TEST_F(MountedLinkTest, TrimsATruncatedFileAtItsNewPlace) {
     mount_.makeFile("/f", std::string(300'000, 'x'));
     mount_.link("/f", "/g");
     mount_.removeFile("/f");
@@ -248,7 +248,7 @@ TEST_F(MountedLinkTest, AShortenedFileIsTrimmedAtItsNewPlace) {
     EXPECT_EQ(storedSize("/f"), 99'000U);
 }
 
-TEST_F(MountedLinkTest, EveryKindButAFolderHasLinks) {
+TEST_F(MountedLinkTest, LinksEveryKindButFolders) {
     mount_.makeSymbolicLink("/link", "target");
     mount_.makeNode("/fifo", S_IFIFO | 0600U);
     mount_.makeFolder("/d");
@@ -268,7 +268,7 @@ TEST_F(MountedLinkTest, EveryKindButAFolderHasLinks) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, ReadOnlyFilesAndFoldersKeepTheirFlags) {
+TEST_F(MountedLinkTest, KeepsTheFlagsOfReadOnlyEntries) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/e");
     mount_.makeFile("/d/f", "content", 0444);
@@ -283,7 +283,7 @@ TEST_F(MountedLinkTest, ReadOnlyFilesAndFoldersKeepTheirFlags) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, ThousandsOfNamesAreRemovedInAnyOrder) {
+TEST_F(MountedLinkTest, RemovesThousandsOfNamesInAnyOrder) {
     constexpr unsigned count = 3000;
     mount_.makeFile("/0", "content");
     std::vector<std::string> names{"/0"};
@@ -301,7 +301,7 @@ TEST_F(MountedLinkTest, ThousandsOfNamesAreRemovedInAnyOrder) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLinkTest, OfAFolderAreCountedWhenItsFoldersAreKnown) {
+TEST_F(MountedLinkTest, CountsSubfoldersWhenTheyAreKnown) {
     memory_->doCreateFolder(foundation::storage::provider::StorageIRI(u"/d"));
     memory_->doCreateFolder(foundation::storage::provider::StorageIRI(u"/d/s"));
     EXPECT_EQ(linksOf("/d"), 1U) << "not known";
@@ -325,7 +325,7 @@ TEST_F(MountedLinkTest, OfAFolderAreCountedWhenItsFoldersAreKnown) {
 }
 
 /// Threads add and remove names while others read by the permanent name.
-TEST_F(MountedLinkTest, NamesComeAndGoWhileTheFileIsUsed) {
+TEST_F(MountedLinkTest, ChangesNamesWhileTheFileIsUsed) {
     constexpr int rounds = 300;
     mount_.makeFolder("/d");
     mount_.makeFile("/stays", "content");

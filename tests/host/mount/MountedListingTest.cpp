@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_F(MountedListingTest, BeginsWithTheFolderItselfAndTheOneAbove) {
+TEST_F(MountedListingTest, BeginsWithTheFolderAndItsParent) {
     FolderInode& folder = mount_.makeFolder("/d");
     mount_.makeFile("/d/f");
     std::vector<std::pair<std::string, ino_t>> entries;
@@ -55,7 +55,7 @@ TEST_F(MountedListingTest, BeginsWithTheFolderItselfAndTheOneAbove) {
     EXPECT_THAT(piece(mount_.storage().root(), position, 10), ElementsAre(".", "..", "d"));
 }
 
-TEST_F(MountedListingTest, ShowsWhatTheStorageHeldBeforeAndWhatIsNew) {
+TEST_F(MountedListingTest, ListsExistingAndNewEntries) {
     memory_->doCreateFile(StorageIRI(u"/old"));
     memory_->doCreateFolder(StorageIRI(u"/folder"));
     mount_.makeFile("/new");
@@ -66,7 +66,7 @@ TEST_F(MountedListingTest, ShowsWhatTheStorageHeldBeforeAndWhatIsNew) {
     EXPECT_THAT(mount_.namesIn(mount_.storage().root()), UnorderedElementsAre("folder", "new", "newer"));
 }
 
-TEST_F(MountedListingTest, TellsFilesFromFolders) {
+TEST_F(MountedListingTest, DistinguishesFilesFromFolders) {
     mount_.makeFile("/f", "abc");
     mount_.makeFolder("/d");
     for (const Detail detail : {Detail::Names, Detail::Attributes}) {
@@ -80,7 +80,7 @@ TEST_F(MountedListingTest, TellsFilesFromFolders) {
     }
 }
 
-TEST_F(MountedListingTest, WithAttributesShowsWhatALookupShows) {
+TEST_F(MountedListingTest, ReturnsTheAttributesOfALookup) {
     mount_.makeFile("/f", "abc", 0600);
     mount_.setModified(mount_.at("/f"), longAgo);
     mount_.storage().list(mount_.storage().root(), 2, Detail::Attributes,
@@ -92,7 +92,7 @@ TEST_F(MountedListingTest, WithAttributesShowsWhatALookupShows) {
                           });
 }
 
-TEST_F(MountedListingTest, GoesOnWhereItStopped) {
+TEST_F(MountedListingTest, ContinuesWhereItStopped) {
     makeFiles("", 0, 20);
     for (std::size_t room = 1; room < 25; ++room) {
         std::vector<std::string> all;
@@ -106,7 +106,7 @@ TEST_F(MountedListingTest, GoesOnWhereItStopped) {
     }
 }
 
-TEST_F(MountedListingTest, MissesNothingThatStaysAndRepeatsNothingWhileTheFolderChanges) {
+TEST_F(MountedListingTest, MissesAndRepeatsNothingWhileTheFolderChanges) {
     mount_.makeFolder("/d");
     makeFiles("/d", 0, 60);
     std::set<std::string> seen;
@@ -126,7 +126,7 @@ TEST_F(MountedListingTest, MissesNothingThatStaysAndRepeatsNothingWhileTheFolder
     EXPECT_LT(round, 30) << "what is added meanwhile must not keep the listing going";
 }
 
-TEST_F(MountedListingTest, EndsForAProgramThatRenamesAllThatItMeets) {
+TEST_F(MountedListingTest, EndsWhenAllListedEntriesAreRenamed) {
     mount_.makeFolder("/d");
     makeFiles("/d", 0, 20);
     std::uint64_t position = 0;
@@ -142,7 +142,7 @@ TEST_F(MountedListingTest, EndsForAProgramThatRenamesAllThatItMeets) {
     EXPECT_EQ(met, 20);
 }
 
-TEST_F(MountedListingTest, AFolderCanBeEmptiedWhileItIsListed) {
+TEST_F(MountedListingTest, ListsAFolderWhileItIsEmptied) {
     makeFiles("", 0, 100);
     std::uint64_t position = 2;
     for (auto part = piece(mount_.storage().root(), position, 10); !part.empty();
@@ -154,7 +154,7 @@ TEST_F(MountedListingTest, AFolderCanBeEmptiedWhileItIsListed) {
     EXPECT_THAT(mount_.namesIn(mount_.storage().root()), IsEmpty());
 }
 
-TEST_F(MountedListingTest, LeavesOutWhatProgramsCannotSpell) {
+TEST_F(MountedListingTest, OmitsNamesThatProgramsCannotUse) {
     for (const std::u16string name :
          {u"\xD800", u"a\xDC00z", u"\xDCC3\xDCA4", u"good", u"caf\xDCE9", u"\xD83D\xDE00"}) {
         memory_->doCreateFile(StorageIRI(u'/' + name));
@@ -165,7 +165,7 @@ TEST_F(MountedListingTest, LeavesOutWhatProgramsCannotSpell) {
     EXPECT_EQ(memory_->doListAllNamesOnly(StorageIRI(u"/")).size(), 7U) << "they stay in the storage";
 }
 
-TEST_F(MountedListingTest, OnlyWhatIsTakenWithItsAttributesIsReferredTo) {
+TEST_F(MountedListingTest, CountsReferencesOnlyForAcceptedAttributes) {
     makeFiles("", 0, 5);
     const auto referencesOf = [&](int i) { return mount_.at("/" + std::to_string(i)).references.load(); };
     std::uint64_t position = 0;
@@ -182,7 +182,7 @@ TEST_F(MountedListingTest, OnlyWhatIsTakenWithItsAttributesIsReferredTo) {
 }
 
 /// If a listing fails, the kernel gets none of the entries, so it never releases their references.
-TEST_F(MountedListingTest, AFailureInTheMiddleLeavesNoReferenceBehind) {
+TEST_F(MountedListingTest, LeavesNoReferenceAfterAFailure) {
     for (const auto* const path : {u"/a", u"/b", u"/c"}) {
         memory_->doCreateFile(StorageIRI(path));
     }
@@ -207,7 +207,7 @@ TEST_F(MountedListingTest, AFailureInTheMiddleLeavesNoReferenceBehind) {
     EXPECT_EQ(references, error == 0 ? taken.size() - 2 : 0U) << "error " << error;
 }
 
-TEST_F(MountedListingTest, OfAnEntryThatCannotBeAskedForFailsWhenItIsTheFirst) {
+TEST_F(MountedListingTest, FailsWhenTheFirstEntryFails) {
     memory_->doCreateFile(StorageIRI(u"/a"));
     provider_.before = [](const std::string& operation, const StorageIRI& iri) {
         if (operation == "getFileAttributes") {
@@ -219,7 +219,7 @@ TEST_F(MountedListingTest, OfAnEntryThatCannotBeAskedForFailsWhenItIsTheFirst) {
     EXPECT_EQ(errnoOf([&] { piece(mount_.storage().root(), position, 10, Detail::Attributes); }), ENOENT);
 }
 
-TEST_F(MountedListingTest, TellsFailuresOfTheStorageAndGoesOnAfterThem) {
+TEST_F(MountedListingTest, ReportsFailuresOfTheStorageAndRecovers) {
     memory_->doCreateFile(StorageIRI(u"/a"));
     memory_->doCreateFile(StorageIRI(u"/b"));
     for (const char* const failing : {"listAll", "hasNext", "step", "getEntry"}) {

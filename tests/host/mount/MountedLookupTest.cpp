@@ -22,7 +22,7 @@ protected:
     }
 };
 
-TEST_F(MountedLookupTest, FindsWhatTheStorageHolds) {
+TEST_F(MountedLookupTest, FindsExistingEntries) {
     memory_->doCreateFolder(StorageIRI(u"/d"));
     memory_->doOpenStream(StorageIRI(u"/d/f"), {})->write("abc", 3);
     const auto folder = mount_.storage().lookUp(mount_.storage().root(), "d");
@@ -40,11 +40,11 @@ TEST_F(MountedLookupTest, FindsWhatTheStorageHolds) {
     EXPECT_EQ(file.inode->references, 1U);
 }
 
-TEST_F(MountedLookupTest, WhatIsNotThereIsNoFailure) {
+TEST_F(MountedLookupTest, ReturnsNullForMissingEntries) {
     EXPECT_EQ(mount_.storage().lookUp(mount_.storage().root(), "x").inode, nullptr);
 }
 
-TEST_F(MountedLookupTest, NamesAreBytesAndAtMost255Long) {
+TEST_F(MountedLookupTest, AcceptsNamesOfUpTo255Bytes) {
     FolderInode& root = mount_.storage().root();
     EXPECT_EQ(errnoOf([&] { mount_.storage().lookUp(root, std::string(256, 'x')); }), ENAMETOOLONG);
     EXPECT_EQ(errnoOf([&] { mount_.makeFolder("/" + std::string(256, 'x')); }), ENAMETOOLONG);
@@ -60,7 +60,7 @@ TEST_F(MountedLookupTest, NamesAreBytesAndAtMost255Long) {
     mount_.storage().removeFolder(root, "\xFF");
 }
 
-TEST_F(MountedLookupTest, TheStorageIsAskedForAnEntryOnce) {
+TEST_F(MountedLookupTest, CallsTheStorageOncePerEntry) {
     memory_->doCreateFile(StorageIRI(u"/f"));
     memory_->doCreateFolder(StorageIRI(u"/d"));
     mount_.at("/f");
@@ -73,7 +73,7 @@ TEST_F(MountedLookupTest, TheStorageIsAskedForAnEntryOnce) {
               0);
 }
 
-TEST_F(MountedLookupTest, TheStorageIsNotAskedForWhatAListingHasShown) {
+TEST_F(MountedLookupTest, DoesNotCallTheStorageAfterAListing) {
     memory_->doCreateFile(StorageIRI(u"/f"));
     mount_.namesIn(mount_.storage().root());
     EXPECT_EQ(questionsOf([&] {
@@ -85,7 +85,7 @@ TEST_F(MountedLookupTest, TheStorageIsNotAskedForWhatAListingHasShown) {
     EXPECT_EQ(questionsOf([&] { mount_.at("/f"); }), 0);
 }
 
-TEST_F(MountedLookupTest, TheStorageIsNotAskedForWhatIsInANewFolder) {
+TEST_F(MountedLookupTest, DoesNotCallTheStorageForANewFolder) {
     mount_.makeFolder("/d");
     EXPECT_EQ(questionsOf([&] {
                   EXPECT_EQ(mount_.find("/d/x"), nullptr);
@@ -94,7 +94,7 @@ TEST_F(MountedLookupTest, TheStorageIsNotAskedForWhatIsInANewFolder) {
               0);
 }
 
-TEST_F(MountedLookupTest, ReadingAndWritingOpensAFileOnce) {
+TEST_F(MountedLookupTest, OpensAFileOnceForReadingAndWriting) {
     FileInode& file = mount_.makeFile("/f", "abc");
     mount_.bytesOf(file);
     std::map<std::string, int> opened;
@@ -107,7 +107,7 @@ TEST_F(MountedLookupTest, ReadingAndWritingOpensAFileOnce) {
     EXPECT_EQ(mount_.bytesOf(file), "abcxxxxxxxxxx");
 }
 
-TEST_F(MountedLookupTest, AnEntryKeepsItsNumberAsLongAsItExists) {
+TEST_F(MountedLookupTest, KeepsTheInodeNumberOfAnEntry) {
     mount_.makeFile("/f");
     mount_.makeFolder("/d");
     const auto numberOf = [&](const std::string& path) {
@@ -127,7 +127,7 @@ TEST_F(MountedLookupTest, AnEntryKeepsItsNumberAsLongAsItExists) {
     EXPECT_NE(numberOf("/e/g"), number);
 }
 
-TEST_F(MountedLookupTest, ManyKnownEntriesHaveNumbersOfTheirOwn) {
+TEST_F(MountedLookupTest, GivesEachEntryItsOwnInodeNumber) {
     std::map<ino_t, std::string> numbers;
     for (int i = 0; i < 1000; ++i) {
         const std::string path = "/" + std::to_string(i);
@@ -140,7 +140,7 @@ TEST_F(MountedLookupTest, ManyKnownEntriesHaveNumbersOfTheirOwn) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedLookupTest, ADeepTreeIsReached) {
+TEST_F(MountedLookupTest, ReachesTheBottomOfADeepTree) {
     std::string path;
     for (int i = 0; i < 500; ++i) {
         path += "/d";

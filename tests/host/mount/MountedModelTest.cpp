@@ -392,7 +392,7 @@ void MountedModelTest::expectStorageAsInModel() {
     }
 }
 
-TEST_P(MountedModelTest, BehavesAsProgramsExpect) {
+TEST_P(MountedModelTest, AgreesWithAModel) {
     for (int i = 0; i < steps && !HasFatalFailure(); ++i) {
         SCOPED_TRACE("seed " + std::to_string(GetParam()) + ", step " + std::to_string(i));
         step();

@@ -18,7 +18,7 @@ protected:
     }
 };
 
-TEST_F(MountedNamelessTest, ItIsAFileThatNoFolderHas) {
+TEST_F(MountedNamelessTest, CreatesAFileInNoFolder) {
     mount_.setModified(mount_.at("/"), longAgo);
     FileInode& file = mount_.makeNameless("content");
     EXPECT_EQ(mount_.bytesOf(file), "content");
@@ -37,7 +37,7 @@ TEST_F(MountedNamelessTest, ItIsAFileThatNoFolderHas) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedNamelessTest, ItGetsAName) {
+TEST_F(MountedNamelessTest, LinksANamelessFile) {
     for (const std::string folder : {"/", "/d"}) {
         if (folder == "/d") {
             mount_.makeFolder("/d");
@@ -55,7 +55,7 @@ TEST_F(MountedNamelessTest, ItGetsAName) {
     }
 }
 
-TEST_F(MountedNamelessTest, ItReplacesNothing) {
+TEST_F(MountedNamelessTest, RefusesToReplaceAnEntry) {
     mount_.makeFile("/f", "old");
     FileInode& file = mount_.makeNameless("new");
     EXPECT_EQ(errnoOf([&] { nameIt(file, "/", "f"); }), EEXIST);
@@ -65,7 +65,7 @@ TEST_F(MountedNamelessTest, ItReplacesNothing) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedNamelessTest, ManyAreKeptApart) {
+TEST_F(MountedNamelessTest, KeepsManyFilesApart) {
     std::vector<FileInode*> files;
     for (int i = 0; i < 50; ++i) {
         files.push_back(&mount_.makeNameless(std::to_string(i)));
@@ -81,7 +81,7 @@ TEST_F(MountedNamelessTest, ManyAreKeptApart) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedNamelessTest, AShortenedOneIsTrimmed) {
+TEST_F(MountedNamelessTest, TrimsATruncatedFile) {
     FileInode& file = mount_.makeNameless(std::string(300'000, 'x'));
     mount_.resize(file, 100'000);
     nameIt(file, "/", "f");
@@ -91,7 +91,7 @@ TEST_F(MountedNamelessTest, AShortenedOneIsTrimmed) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedNamelessTest, TheStorageHasNoneAtTheEnd) {
+TEST_F(MountedNamelessTest, LeavesNoNamelessFileInTheStorage) {
     FileInode& file = mount_.makeNameless("content");
     mount_.makeFile("/f");
     expectStorageAsSeen();
@@ -102,7 +102,7 @@ TEST_F(MountedNamelessTest, TheStorageHasNoneAtTheEnd) {
     mount_.close(file);
 }
 
-TEST_F(MountedNamelessTest, OneIsMadeInAFolderThatIsRemoved) {
+TEST_F(MountedNamelessTest, CreatesAFileInARemovedFolder) {
     const auto self = storage::host::Owner::ofProcess();
     const auto made = mount_.storage().makeFolder(mount_.storage().root(), "d", 0755, self);
     auto& folder = static_cast<FolderInode&>(*made.inode);
@@ -115,7 +115,7 @@ TEST_F(MountedNamelessTest, OneIsMadeInAFolderThatIsRemoved) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedNamelessTest, AFailureOfTheStorageChangesNothing) {
+TEST_F(MountedNamelessTest, ChangesNothingWhenTheStorageFails) {
     int failures = 0;
     for (int number = 1;; ++number) {
         SCOPED_TRACE("operation " + std::to_string(number));
@@ -142,7 +142,7 @@ TEST_F(MountedNamelessTest, AFailureOfTheStorageChangesNothing) {
     EXPECT_GT(failures, 0);
 }
 
-TEST_F(MountedNamelessTest, OneThatCannotBeMadeLeavesNothing) {
+TEST_F(MountedNamelessTest, LeavesNothingWhenTheCreationFails) {
     for (int number = 1;; ++number) {
         int error = 0;
         bool happened = false;

@@ -15,7 +15,7 @@ constexpr Owner anotherOwner{1234, 5678};
 /// Users and groups of entries.
 class MountedOwnerTest : public MountedStorageTest {};
 
-TEST_F(MountedOwnerTest, WhatTheStorageHeldBeforeHasTheDefaultOwner) {
+TEST_F(MountedOwnerTest, GivesExistingEntriesTheDefaultOwner) {
     memory_->doCreateFile(foundation::storage::provider::StorageIRI(u"/f"));
     EXPECT_EQ(mount_.ownerOf(mount_.at("/f")), Owner::ofProcess());
     EXPECT_EQ(mount_.ownerOf(mount_.storage().root()), Owner::ofProcess());
@@ -24,7 +24,7 @@ TEST_F(MountedOwnerTest, WhatTheStorageHeldBeforeHasTheDefaultOwner) {
     EXPECT_EQ(other.status(other.root()).st_gid, anotherOwner.group);
 }
 
-TEST_F(MountedOwnerTest, NewEntriesBelongToTheirMaker) {
+TEST_F(MountedOwnerTest, GivesNewEntriesToTheirCreator) {
     Inode& file = mount_.makeFile("/f", "", 0644, anotherOwner);
     Inode& folder = mount_.makeFolder("/d", 0755, anotherOwner);
     EXPECT_EQ(mount_.ownerOf(file), anotherOwner);
@@ -34,7 +34,7 @@ TEST_F(MountedOwnerTest, NewEntriesBelongToTheirMaker) {
     EXPECT_EQ(mount_.ownerOf(mount_.at("/d/f")), anotherOwner);
 }
 
-TEST_F(MountedOwnerTest, AFolderWithTheSetGroupIdBitPassesOnItsGroup) {
+TEST_F(MountedOwnerTest, InheritsTheGroupOfASetGroupIdFolder) {
     mount_.makeFolder("/d", 02755, {1, 77});
     EXPECT_EQ(mount_.ownerOf(mount_.makeFile("/d/f", "", 0644, anotherOwner)),
               (Owner{anotherOwner.user, 77}));
@@ -45,7 +45,7 @@ TEST_F(MountedOwnerTest, AFolderWithTheSetGroupIdBitPassesOnItsGroup) {
               (Owner{anotherOwner.user, 77}));
 }
 
-TEST_F(MountedOwnerTest, AreChangedTogetherOrOneByOne) {
+TEST_F(MountedOwnerTest, ChangesUserAndGroupTogetherOrAlone) {
     Inode& file = mount_.makeFile("/f");
     mount_.setOwner(file, anotherOwner);
     EXPECT_EQ(mount_.ownerOf(file), anotherOwner);
@@ -63,7 +63,7 @@ TEST_F(MountedOwnerTest, AreChangedTogetherOrOneByOne) {
     EXPECT_EQ(mount_.ownerOf(file), Owner::ofProcess());
 }
 
-TEST_F(MountedOwnerTest, TakeRoom) {
+TEST_F(MountedOwnerTest, RequiresSpace) {
     BoundedProvider provider(memory_);
     MountedTree mount(provider);
     provider.available = 1030; // for one entry
@@ -77,7 +77,7 @@ TEST_F(MountedOwnerTest, TakeRoom) {
     EXPECT_EQ(mount.ownerOf(other), (Owner{1, 1})) << "which it has already";
 }
 
-TEST_F(MountedOwnerTest, AFileThatGetsAnotherOwnerOrIsWrittenToLosesItsSetIdBits) {
+TEST_F(MountedOwnerTest, ClearsSetIdBits) {
     FileInode& file = mount_.makeFile("/f");
     AttributeChange change;
     change.setIds = AttributeChange::SetIds::Cleared;
@@ -93,7 +93,7 @@ TEST_F(MountedOwnerTest, AFileThatGetsAnotherOwnerOrIsWrittenToLosesItsSetIdBits
 }
 
 /// A mount may have millions of inodes. Attributes that few of them have must not enlarge all of them.
-TEST_F(MountedOwnerTest, TakeNoMemoryInTheInode) {
+TEST_F(MountedOwnerTest, TakesNoMemoryInTheInode) {
     EXPECT_LE(sizeof(Inode), 152U);
     EXPECT_LE(sizeof(FileInode), 200U);
     EXPECT_LE(sizeof(FolderInode), 272U);

@@ -10,7 +10,7 @@ using foundation::storage::provider::StorageIRI;
 /// spite of that flag.
 class MountedPermissionTest : public MountedStorageTest {};
 
-TEST_F(MountedPermissionTest, AreKeptAsAWhole) {
+TEST_F(MountedPermissionTest, KeepsAllBitsOfFiles) {
     Inode& file = mount_.makeFile("/f");
     for (const mode_t permissions : {0U, 0777U, 0400U, 0200U, 0600U, 04755U, 01777U, 0100U}) {
         mount_.setPermissions(file, permissions);
@@ -21,7 +21,7 @@ TEST_F(MountedPermissionTest, AreKeptAsAWhole) {
     EXPECT_EQ(mount_.permissionsOf(mount_.at("/g")), 0100U);
 }
 
-TEST_F(MountedPermissionTest, OfFoldersAreKeptToo) {
+TEST_F(MountedPermissionTest, KeepsAllBitsOfFolders) {
     Inode& folder = mount_.makeFolder("/d", 0700);
     EXPECT_EQ(mount_.permissionsOf(folder), 0700U);
     mount_.setPermissions(folder, 0555);
@@ -33,7 +33,7 @@ TEST_F(MountedPermissionTest, OfFoldersAreKeptToo) {
     EXPECT_FALSE(stored("/").isWritable);
 }
 
-TEST_F(MountedPermissionTest, AnEntryIsMadeWithItsPermissions) {
+TEST_F(MountedPermissionTest, CreatesEntriesWithTheirPermissions) {
     EXPECT_EQ(mount_.permissionsOf(mount_.makeFile("/f", "", 0444)), 0444U);
     EXPECT_FALSE(stored("/f").isWritable);
     EXPECT_EQ(mount_.permissionsOf(mount_.makeFile("/g", "", 0640)), 0640U);
@@ -43,7 +43,7 @@ TEST_F(MountedPermissionTest, AnEntryIsMadeWithItsPermissions) {
     EXPECT_EQ(mount_.permissionsOf(mount_.makeFolder("/e", 01777)), 01777U);
 }
 
-TEST_F(MountedPermissionTest, OfWhatTheStorageHeldBeforeFollowItsFlag) {
+TEST_F(MountedPermissionTest, DerivesPermissionsOfExistingEntriesFromTheFlag) {
     for (const auto* const path : {u"/f", u"/g"}) {
         memory_->doCreateFile(StorageIRI(path));
     }
@@ -56,7 +56,7 @@ TEST_F(MountedPermissionTest, OfWhatTheStorageHeldBeforeFollowItsFlag) {
     EXPECT_EQ(mount_.permissionsOf(mount_.storage().root()), 0755U);
 }
 
-TEST_F(MountedPermissionTest, AReadOnlyFileThatIsOpenIsWrittenAndResized) {
+TEST_F(MountedPermissionTest, WritesAndResizesAnOpenReadOnlyFile) {
     FileInode& file = mount_.makeFile("/f", "abc");
     mount_.setPermissions(file, 0444);
     mount_.storage().settle(); // closes the stream
@@ -73,7 +73,7 @@ TEST_F(MountedPermissionTest, AReadOnlyFileThatIsOpenIsWrittenAndResized) {
     EXPECT_FALSE(stored("/f").isWritable);
 }
 
-TEST_F(MountedPermissionTest, AReadOnlyFileIsRemovedAndReplaced) {
+TEST_F(MountedPermissionTest, RemovesAndReplacesAReadOnlyFile) {
     mount_.makeFile("/f", "abc", 0444);
     mount_.removeFile("/f");
     EXPECT_FALSE(memory_->doFileExists(StorageIRI(u"/f")));
@@ -90,7 +90,7 @@ TEST_F(MountedPermissionTest, AReadOnlyFileIsRemovedAndReplaced) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedPermissionTest, AReadOnlyFolderIsRemovedAndReplaced) {
+TEST_F(MountedPermissionTest, RemovesAndReplacesAReadOnlyFolder) {
     mount_.makeFolder("/d", 0555);
     mount_.removeFolder("/d");
     mount_.makeFolder("/target", 0555);
@@ -104,7 +104,7 @@ TEST_F(MountedPermissionTest, AReadOnlyFolderIsRemovedAndReplaced) {
 }
 
 /// Root may change the folder.
-TEST_F(MountedPermissionTest, AReadOnlyFolderKeepsItsFlagWhateverIsDoneInIt) {
+TEST_F(MountedPermissionTest, KeepsTheFlagOfAChangedReadOnlyFolder) {
     FolderInode& folder = mount_.makeFolder("/d");
     mount_.makeFile("/d/f", "abc");
     mount_.makeFile("/out", "out");
@@ -137,7 +137,7 @@ TEST_F(MountedPermissionTest, AReadOnlyFolderKeepsItsFlagWhateverIsDoneInIt) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedPermissionTest, ReadOnlyFoldersAndFilesMoveWithAllBelow) {
+TEST_F(MountedPermissionTest, MovesReadOnlyTrees) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/d/s");
     mount_.makeFile("/d/s/f", "abc", 0444);
@@ -150,7 +150,7 @@ TEST_F(MountedPermissionTest, ReadOnlyFoldersAndFilesMoveWithAllBelow) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedPermissionTest, AReadOnlyEntryThatCouldNotBeRemovedIsReadOnlyStill) {
+TEST_F(MountedPermissionTest, KeepsTheFlagAfterAFailedRemoval) {
     mount_.makeFolder("/d");
     mount_.makeFile("/d/f", "abc", 0444);
     mount_.setPermissions(mount_.at("/d"), 0555);

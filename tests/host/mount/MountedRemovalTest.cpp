@@ -64,7 +64,7 @@ private:
     };
 };
 
-TEST_F(MountedRemovalTest, AFileIsGone) {
+TEST_F(MountedRemovalTest, RemovesAFile) {
     mount_.makeFile("/f", "abc");
     mount_.removeFile("/f");
     EXPECT_EQ(mount_.find("/f"), nullptr);
@@ -72,7 +72,7 @@ TEST_F(MountedRemovalTest, AFileIsGone) {
     expectEmptyStorage();
 }
 
-TEST_F(MountedRemovalTest, FilesAndFoldersAreRemovedEachInItsWay) {
+TEST_F(MountedRemovalTest, DistinguishesFilesFromFolders) {
     mount_.makeFile("/f");
     mount_.makeFolder("/d");
     EXPECT_EQ(errnoOf([&] { mount_.removeFile("/d"); }), EISDIR);
@@ -86,7 +86,7 @@ TEST_F(MountedRemovalTest, FilesAndFoldersAreRemovedEachInItsWay) {
     expectEmptyStorage();
 }
 
-TEST_F(MountedRemovalTest, ARemovedFileStaysUsableForWhomeverHasItOpen) {
+TEST_F(MountedRemovalTest, KeepsARemovedFileUsableWhileOpen) {
     mount_.makeFile("/f", "content");
     FileInode& file = mount_.open("/f");
     mount_.removeFile("/f");
@@ -98,7 +98,7 @@ TEST_F(MountedRemovalTest, ARemovedFileStaysUsableForWhomeverHasItOpen) {
     expectEmptyStorage();
 }
 
-TEST_F(MountedRemovalTest, AFileThatNobodyReadBeforeStaysUsableToo) {
+TEST_F(MountedRemovalTest, KeepsARemovedFileUsableWithoutEarlierAccess) {
     memory_->doOpenStream(StorageIRI(u"/f"), {})->write("content", 7);
     FileInode& file = mount_.open("/f");
     mount_.removeFile("/f");
@@ -107,7 +107,7 @@ TEST_F(MountedRemovalTest, AFileThatNobodyReadBeforeStaysUsableToo) {
     expectEmptyStorage();
 }
 
-TEST_F(MountedRemovalTest, AReadOnlyFileThatIsRemovedStaysUsable) {
+TEST_F(MountedRemovalTest, KeepsARemovedReadOnlyFileUsable) {
     mount_.makeFile("/f", "content", 0444);
     FileInode& file = mount_.open("/f");
     mount_.removeFile("/f");
@@ -115,7 +115,7 @@ TEST_F(MountedRemovalTest, AReadOnlyFileThatIsRemovedStaysUsable) {
     mount_.close(file);
 }
 
-TEST_F(MountedRemovalTest, AReplacedFileStaysUsable) {
+TEST_F(MountedRemovalTest, KeepsAReplacedFileUsable) {
     mount_.makeFile("/f", "old");
     mount_.makeFile("/g", "new");
     FileInode& old = mount_.open("/f");
@@ -127,7 +127,7 @@ TEST_F(MountedRemovalTest, AReplacedFileStaysUsable) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRemovalTest, ARenamedFileStaysTheSame) {
+TEST_F(MountedRemovalTest, KeepsTheInodeOfARenamedFile) {
     mount_.makeFile("/f", "abc");
     mount_.makeFolder("/d");
     FileInode& file = mount_.open("/f");
@@ -140,7 +140,7 @@ TEST_F(MountedRemovalTest, ARenamedFileStaysTheSame) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRemovalTest, TheFolderOfARemovedFileThatIsOpenCanBeRemoved) {
+TEST_F(MountedRemovalTest, RemovesTheFolderOfAnOpenRemovedFile) {
     mount_.makeFolder("/d");
     mount_.makeFile("/d/f", "content");
     FileInode& file = mount_.open("/d/f");
@@ -151,7 +151,7 @@ TEST_F(MountedRemovalTest, TheFolderOfARemovedFileThatIsOpenCanBeRemoved) {
     mount_.close(file);
 }
 
-TEST_F(MountedRemovalTest, TheNameOfARemovedFileIsFree) {
+TEST_F(MountedRemovalTest, FreesTheNameOfARemovedFile) {
     mount_.makeFile("/f", "old");
     FileInode& old = mount_.open("/f");
     mount_.removeFile("/f");
@@ -163,7 +163,7 @@ TEST_F(MountedRemovalTest, TheNameOfARemovedFileIsFree) {
     expectEmptyStorage();
 }
 
-TEST_F(MountedRemovalTest, ManyRemovedFilesKeepTheirContents) {
+TEST_F(MountedRemovalTest, KeepsTheContentsOfManyRemovedFiles) {
     std::vector<FileInode*> files;
     for (int i = 0; i < 600; ++i) {
         const std::string path = "/" + std::to_string(i);
@@ -179,7 +179,7 @@ TEST_F(MountedRemovalTest, ManyRemovedFilesKeepTheirContents) {
     expectEmptyStorage();
 }
 
-TEST_F(MountedRemovalTest, TheBytesGoWithTheLastReference) {
+TEST_F(MountedRemovalTest, FreesTheBytesWithTheLastReference) {
     StreamCounter provider(memory_);
     MountedTree mount(provider);
     mount.makeFile("/f", "abc");
@@ -193,7 +193,7 @@ TEST_F(MountedRemovalTest, TheBytesGoWithTheLastReference) {
     EXPECT_EQ(provider.openStreams, 0);
 }
 
-TEST_F(MountedRemovalTest, TheBytesOfAFileToWhichNobodyRefersGoAtOnce) {
+TEST_F(MountedRemovalTest, FreesTheBytesOfAnUnreferencedFileAtOnce) {
     StreamCounter provider(memory_);
     MountedTree mount(provider);
     mount.makeFile("/f", "abc");
@@ -206,7 +206,7 @@ TEST_F(MountedRemovalTest, TheBytesOfAFileToWhichNobodyRefersGoAtOnce) {
     EXPECT_EQ(provider.openStreams, 0);
 }
 
-TEST_F(MountedRemovalTest, AFileOfWhichTheBytesCouldNotBeKeptIsRemovedAllTheSame) {
+TEST_F(MountedRemovalTest, RemovesAFileAlsoIfItsBytesCannotBeKept) {
     memory_->doOpenStream(StorageIRI(u"/f"), {})->write("content", 7);
     FileInode& file = mount_.open("/f");
     provider_.before = [](const std::string& operation, const auto&) {
@@ -221,7 +221,7 @@ TEST_F(MountedRemovalTest, AFileOfWhichTheBytesCouldNotBeKeptIsRemovedAllTheSame
     mount_.close(file);
 }
 
-TEST_F(MountedRemovalTest, NothingIsMadeInAFolderThatIsRemoved) {
+TEST_F(MountedRemovalTest, RefusesToCreateInARemovedFolder) {
     const auto self = storage::host::Owner::ofProcess();
     const auto made = mount_.storage().makeFolder(mount_.storage().root(), "d", 0755, self);
     auto& folder = static_cast<FolderInode&>(*made.inode);

@@ -12,7 +12,7 @@ using foundation::storage::provider::StorageIRI;
 /// Renames with the semantics of rename(2).
 class MountedRenameTest : public MountedStorageTest {};
 
-TEST_F(MountedRenameTest, AFileGetsAnotherName) {
+TEST_F(MountedRenameTest, RenamesAFile) {
     Inode& file = mount_.makeFile("/f", "abc");
     mount_.rename("/f", "/g");
     EXPECT_EQ(mount_.find("/f"), nullptr);
@@ -21,7 +21,7 @@ TEST_F(MountedRenameTest, AFileGetsAnotherName) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, AFileReplacesAFile) {
+TEST_F(MountedRenameTest, ReplacesAFileByAFile) {
     mount_.makeFile("/f", "new");
     mount_.makeFile("/g", "old");
     mount_.rename("/f", "/g");
@@ -30,7 +30,7 @@ TEST_F(MountedRenameTest, AFileReplacesAFile) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, AFileOfAnotherFolderReplacesAFile) {
+TEST_F(MountedRenameTest, ReplacesAFileByOneOfAnotherFolder) {
     mount_.makeFolder("/d");
     mount_.makeFile("/d/f", "new");
     mount_.makeFolder("/e");
@@ -41,7 +41,7 @@ TEST_F(MountedRenameTest, AFileOfAnotherFolderReplacesAFile) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, AFolderReplacesAnEmptyFolder) {
+TEST_F(MountedRenameTest, ReplacesAnEmptyFolder) {
     mount_.makeFolder("/d");
     mount_.makeFile("/d/f", "abc");
     mount_.makeFolder("/e");
@@ -53,7 +53,7 @@ TEST_F(MountedRenameTest, AFolderReplacesAnEmptyFolder) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, NoFolderReplacesOneThatHoldsAnything) {
+TEST_F(MountedRenameTest, RefusesToReplaceAFolderThatIsNotEmpty) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/e");
     mount_.makeFile("/e/f", "abc");
@@ -63,7 +63,7 @@ TEST_F(MountedRenameTest, NoFolderReplacesOneThatHoldsAnything) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, AFolderIsNotEmptyAlsoWithAnEntryThatProgramsCannotName) {
+TEST_F(MountedRenameTest, RefusesToReplaceAFolderWithAnInvisibleEntry) {
     memory_->doCreateFolder(StorageIRI(u"/e"));
     memory_->doCreateFile(StorageIRI(u"/e/\xD800"));
     mount_.makeFolder("/d");
@@ -72,7 +72,7 @@ TEST_F(MountedRenameTest, AFolderIsNotEmptyAlsoWithAnEntryThatProgramsCannotName
     EXPECT_TRUE(memory_->doFileExists(StorageIRI(u"/e/\xD800")));
 }
 
-TEST_F(MountedRenameTest, AFolderThatWasEmptyOnceMoreGivesWay) {
+TEST_F(MountedRenameTest, ReplacesAFolderThatWasEmptied) {
     mount_.makeFolder("/e");
     mount_.makeFile("/e/f");
     mount_.removeFile("/e/f");
@@ -81,7 +81,7 @@ TEST_F(MountedRenameTest, AFolderThatWasEmptyOnceMoreGivesWay) {
     EXPECT_EQ(mount_.find("/d"), nullptr);
 }
 
-TEST_F(MountedRenameTest, NothingIsReplacedThatIsToStay) {
+TEST_F(MountedRenameTest, KeepsTheTargetWithNoReplace) {
     mount_.makeFile("/f", "new");
     mount_.makeFile("/g", "old");
     EXPECT_EQ(errnoOf([&] { mount_.rename("/f", "/g", RENAME_NOREPLACE); }), EEXIST);
@@ -93,7 +93,7 @@ TEST_F(MountedRenameTest, NothingIsReplacedThatIsToStay) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, OntoItselfChangesNothing) {
+TEST_F(MountedRenameTest, ChangesNothingOntoItself) {
     mount_.makeFile("/f", "abc");
     mount_.makeFolder("/d");
     mount_.makeFile("/d/g", "def");
@@ -107,7 +107,7 @@ TEST_F(MountedRenameTest, OntoItselfChangesNothing) {
     EXPECT_EQ(takeSnapshot(*memory_), before);
 }
 
-TEST_F(MountedRenameTest, NoFolderMovesIntoItself) {
+TEST_F(MountedRenameTest, RefusesToMoveAFolderIntoItself) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/d/s");
     const TreeSnapshot before = mount_.snapshot();
@@ -119,7 +119,7 @@ TEST_F(MountedRenameTest, NoFolderMovesIntoItself) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, FilesAndFoldersDoNotReplaceEachOther) {
+TEST_F(MountedRenameTest, RefusesToReplaceAFileByAFolderAndTheReverse) {
     mount_.makeFile("/f", "abc");
     mount_.makeFolder("/d");
     EXPECT_EQ(errnoOf([&] { mount_.rename("/f", "/d"); }), EISDIR);
@@ -129,7 +129,7 @@ TEST_F(MountedRenameTest, FilesAndFoldersDoNotReplaceEachOther) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, WhatIsNotThereCannotBeRenamed) {
+TEST_F(MountedRenameTest, RefusesMissingEntries) {
     mount_.makeFile("/f");
     EXPECT_EQ(errnoOf([&] { mount_.rename("/x", "/y"); }), ENOENT);
     EXPECT_EQ(errnoOf([&] { mount_.rename("/x", "/f"); }), ENOENT);
@@ -137,7 +137,7 @@ TEST_F(MountedRenameTest, WhatIsNotThereCannotBeRenamed) {
     EXPECT_NE(mount_.find("/f"), nullptr);
 }
 
-TEST_F(MountedRenameTest, WhatIsOpenBelowAFolderThatMovesIsReadAndWritten) {
+TEST_F(MountedRenameTest, KeepsOpenFilesBelowAMovedFolderUsable) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/d/s");
     mount_.makeFile("/d/s/f", "abc");
@@ -155,7 +155,7 @@ TEST_F(MountedRenameTest, WhatIsOpenBelowAFolderThatMovesIsReadAndWritten) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedRenameTest, ManyRenamesOfOneFileInOneFolder) {
+TEST_F(MountedRenameTest, RenamesOneFileManyTimes) {
     mount_.makeFile("/0", "abc");
     for (int i = 0; i < 1000; ++i) {
         mount_.rename("/" + std::to_string(i), "/" + std::to_string(i + 1));
@@ -167,7 +167,7 @@ TEST_F(MountedRenameTest, ManyRenamesOfOneFileInOneFolder) {
 
 /// One thread replaces a file repeatedly. The others always find it, and never read a mixture of two
 /// contents.
-TEST_F(MountedRenameTest, AReplacedFileIsNeverMissing) {
+TEST_F(MountedRenameTest, NeverMissesAReplacedFile) {
     constexpr int replacements = 300;
     constexpr std::size_t size = 3000;
     mount_.makeFolder("/d");
@@ -207,7 +207,7 @@ TEST_F(MountedRenameTest, AReplacedFileIsNeverMissing) {
 
 /// The same for a folder that is moved back and forth: its content is always at exactly one of the two
 /// places.
-TEST_F(MountedRenameTest, AMovedFolderIsNeverAtTwoPlacesOrNone) {
+TEST_F(MountedRenameTest, KeepsAMovedFolderAtExactlyOnePlace) {
     constexpr int moves = 200;
     mount_.makeFolder("/a");
     mount_.makeFile("/a/f", "abc");

@@ -18,7 +18,7 @@ protected:
     const std::string longAgoText = "2001-02-03 04:05:06.123456 UTC";
 };
 
-TEST_F(MountedTimeTest, OpeningForWritingIsNoModification) {
+TEST_F(MountedTimeTest, IsKeptWhenAFileIsOpenedForWriting) {
     FileInode& file = mount_.makeFile("/f", "abc");
     mount_.setModified(file, longAgo);
     mount_.storage().settle(); // closes the stream
@@ -27,7 +27,7 @@ TEST_F(MountedTimeTest, OpeningForWritingIsNoModification) {
     EXPECT_EQ(storedTime("/f"), longAgoText);
 }
 
-TEST_F(MountedTimeTest, ATimeThatIsNoDateIsNotShownAs1970) {
+TEST_F(MountedTimeTest, ReplacesNotADateTimeByTheCurrentTime) {
     using boost::posix_time::ptime;
     const auto shown = [&](const ptime& time) {
         const std::string name = "f" + std::to_string(memory_->doListAllNamesOnly(StorageIRI(u"/")).size());
@@ -44,7 +44,7 @@ TEST_F(MountedTimeTest, ATimeThatIsNoDateIsNotShownAs1970) {
               "1400-01-01 00:00:00.000000 UTC");
 }
 
-TEST_F(MountedTimeTest, ReadingIsNoModification) {
+TEST_F(MountedTimeTest, IsKeptByReading) {
     FileInode& file = mount_.makeFile("/f", "abc");
     mount_.setModified(file, longAgo);
     mount_.storage().settle();
@@ -53,7 +53,7 @@ TEST_F(MountedTimeTest, ReadingIsNoModification) {
     EXPECT_EQ(storedTime("/f"), longAgoText);
 }
 
-TEST_F(MountedTimeTest, AWriteIsAModificationWhereTheKernelDoesNotKeepTimes) {
+TEST_F(MountedTimeTest, IsUpdatedByAStamp) {
     FileInode& file = mount_.makeFile("/f", "abc");
     AttributeChange change;
     change.modified = longAgo;
@@ -66,7 +66,7 @@ TEST_F(MountedTimeTest, AWriteIsAModificationWhereTheKernelDoesNotKeepTimes) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedTimeTest, ATruncationIsAModification) {
+TEST_F(MountedTimeTest, IsUpdatedByATruncation) {
     for (const std::uint64_t size : {60U, 30U, 0U, 200U}) {
         FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
         mount_.setModified(file, longAgo);
@@ -77,7 +77,7 @@ TEST_F(MountedTimeTest, ATruncationIsAModification) {
     }
 }
 
-TEST_F(MountedTimeTest, ATruncationWithATimeHasThatTime) {
+TEST_F(MountedTimeTest, IsSetTogetherWithATruncation) {
     for (const std::uint64_t size : {60U, 30U, 0U, 100U, 200U}) {
         FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
         AttributeChange change;
@@ -90,7 +90,7 @@ TEST_F(MountedTimeTest, ATruncationWithATimeHasThatTime) {
     }
 }
 
-TEST_F(MountedTimeTest, ATruncationToThePresentSizeIsNoModification) {
+TEST_F(MountedTimeTest, IsKeptByATruncationToTheSameSize) {
     FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
     mount_.setModified(file, longAgo);
     mount_.resize(file, 100);
@@ -98,7 +98,7 @@ TEST_F(MountedTimeTest, ATruncationToThePresentSizeIsNoModification) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedTimeTest, SettlingIsNoModification) {
+TEST_F(MountedTimeTest, IsKeptBySettling) {
     FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
     mount_.resize(file, 60);
     mount_.setModified(file, longAgo);
@@ -107,7 +107,7 @@ TEST_F(MountedTimeTest, SettlingIsNoModification) {
     EXPECT_EQ(storedTime("/f"), longAgoText);
 }
 
-TEST_F(MountedTimeTest, IsShownToTheNanosecondAndStoredToTheMicrosecond) {
+TEST_F(MountedTimeTest, IsKeptToTheNanosecondAndStoredToTheMicrosecond) {
     Inode& file = mount_.makeFile("/f");
     AttributeChange change;
     change.modified = timespec{1'700'000'000, 123'456'789};
@@ -123,14 +123,14 @@ TEST_F(MountedTimeTest, IsShownToTheNanosecondAndStoredToTheMicrosecond) {
     EXPECT_EQ(storedTime("/"), longAgoText);
 }
 
-TEST_F(MountedTimeTest, BeforeTheEpochItIsATimeToo) {
+TEST_F(MountedTimeTest, MayBeBeforeTheEpoch) {
     Inode& file = mount_.makeFile("/f");
     mount_.setModified(file, {-1, 999'999'000});
     EXPECT_EQ(mount_.modifiedOf(file), (timespec{-1, 999'999'000}));
     EXPECT_EQ(storedTime("/f"), "1969-12-31 23:59:59.999999 UTC");
 }
 
-TEST_F(MountedTimeTest, WhatStoragesCannotKeepBecomesTheNearestTheyCan) {
+TEST_F(MountedTimeTest, IsClampedToTheRangeOfStorages) {
     Inode& file = mount_.makeFile("/f");
     constexpr std::time_t year = 31'556'952;
     mount_.setModified(file, {-1000 * year, 0}); // 970
@@ -141,7 +141,7 @@ TEST_F(MountedTimeTest, WhatStoragesCannotKeepBecomesTheNearestTheyCan) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedTimeTest, OfAccessAndOfChangeAreKeptByTheMount) {
+TEST_F(MountedTimeTest, KeepsTimesOfAccessAndChange) {
     Inode& file = mount_.makeFile("/f");
     AttributeChange change;
     change.accessed = timespec{1000, 5000};
@@ -159,7 +159,7 @@ TEST_F(MountedTimeTest, OfAccessAndOfChangeAreKeptByTheMount) {
     EXPECT_EQ(mount_.storage().status(file).st_atim, (timespec{1000, 5000}));
 }
 
-TEST_F(MountedTimeTest, OfAccessFollowsReadingAsWithRelatime) {
+TEST_F(MountedTimeTest, UpdatesTheAccessTimeAsWithRelatime) {
     FileInode& file = mount_.makeFile("/f", "abc");
     const auto accessed = [&](Inode& inode) { return mount_.storage().status(inode).st_atim; };
     AttributeChange change;
@@ -183,7 +183,7 @@ TEST_F(MountedTimeTest, OfAccessFollowsReadingAsWithRelatime) {
     EXPECT_EQ(mount_.storage().status(file).st_ctim, *change.changed) << "reading is no change";
 }
 
-TEST_F(MountedTimeTest, OfAccessOfAFolderFollowsListing) {
+TEST_F(MountedTimeTest, UpdatesTheAccessTimeOfAListedFolder) {
     FolderInode& folder = mount_.makeFolder("/d");
     AttributeChange change;
     change.accessed = change.modified = change.changed = longAgo;
@@ -193,7 +193,7 @@ TEST_F(MountedTimeTest, OfAccessOfAFolderFollowsListing) {
     EXPECT_EQ(mount_.modifiedOf(folder), longAgo);
 }
 
-TEST_F(MountedTimeTest, OfCreationStays) {
+TEST_F(MountedTimeTest, KeepsTheCreationTime) {
     FileInode& file = mount_.makeFile("/f", "abc");
     const timespec born = mount_.storage().completeStatus(file).born;
     EXPECT_GE(born.tv_sec, std::time(nullptr) - 100);
@@ -206,13 +206,13 @@ TEST_F(MountedTimeTest, OfCreationStays) {
     EXPECT_EQ(mount_.storage().completeStatus(file).status.st_ino, mount_.storage().status(file).st_ino);
 }
 
-TEST_F(MountedTimeTest, OfCreationOfWhatTheStorageHeldBeforeIsThatOfItsModification) {
+TEST_F(MountedTimeTest, TakesTheCreationTimeOfExistingEntriesFromTheirModification) {
     memory_->doCreateFile(StorageIRI(u"/f"));
     memory_->doSetLastModified(StorageIRI(u"/f"), storage::host::fromDiskTime(longAgo));
     EXPECT_EQ(mount_.storage().completeStatus(mount_.at("/f")).born, longAgo);
 }
 
-TEST_F(MountedTimeTest, ARenameKeepsTheTimeOfAFile) {
+TEST_F(MountedTimeTest, IsKeptWhenAFileIsRenamed) {
     Inode& file = mount_.makeFile("/f", "abc");
     mount_.setModified(file, longAgo);
     mount_.rename("/f", "/g");
@@ -223,7 +223,7 @@ TEST_F(MountedTimeTest, ARenameKeepsTheTimeOfAFile) {
     EXPECT_EQ(storedTime("/target"), longAgoText);
 }
 
-TEST_F(MountedTimeTest, ARenameKeepsTheTimesOfAFolderAndOfAllBelow) {
+TEST_F(MountedTimeTest, IsKeptBelowARenamedFolder) {
     mount_.makeFolder("/d");
     mount_.makeFolder("/d/s");
     mount_.makeFile("/d/s/f", "abc");
@@ -238,7 +238,7 @@ TEST_F(MountedTimeTest, ARenameKeepsTheTimesOfAFolderAndOfAllBelow) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedTimeTest, AFolderIsModifiedByWhatIsDoneInIt) {
+TEST_F(MountedTimeTest, OfAFolderIsUpdatedByChangesOfItsEntries) {
     FolderInode& folder = mount_.makeFolder("/d");
     FolderInode& other = mount_.makeFolder("/e");
     const auto expectModified = [&](FolderInode& inode) {

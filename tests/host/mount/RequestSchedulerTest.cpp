@@ -138,7 +138,7 @@ protected:
     std::vector<std::thread> threads_;
 };
 
-TEST_F(RequestSchedulerTest, OneThreadProcessesShortRequestsThatComeOneAfterTheOther) {
+TEST_F(RequestSchedulerTest, ProcessesSequentialShortRequestsOnOneThread) {
     start(3);
     std::set<std::thread::id> threads;
     for (int i = 0; i < 50; ++i) {
@@ -148,7 +148,7 @@ TEST_F(RequestSchedulerTest, OneThreadProcessesShortRequestsThatComeOneAfterTheO
     EXPECT_THAT(threads, SizeIs(1));
 }
 
-TEST_F(RequestSchedulerTest, AnotherThreadIsCalledBeforeALongRequestIsProcessed) {
+TEST_F(RequestSchedulerTest, CallsAnotherThreadBeforeALongRequest) {
     start(2);
     Gate shortIsDone;
     std::thread::id longThread;
@@ -166,7 +166,7 @@ TEST_F(RequestSchedulerTest, AnotherThreadIsCalledBeforeALongRequestIsProcessed)
     EXPECT_NE(shortThread, std::thread::id());
 }
 
-TEST_F(RequestSchedulerTest, AnotherThreadIsCalledWhenRequestsPileUp) {
+TEST_F(RequestSchedulerTest, CallsAnotherThreadWhenRequestsQueueUp) {
     start(2);
     Gate otherIsBusy;
     std::mutex mutex;
@@ -191,7 +191,7 @@ TEST_F(RequestSchedulerTest, AnotherThreadIsCalledWhenRequestsPileUp) {
     EXPECT_THAT(threads, SizeIs(2));
 }
 
-TEST_F(RequestSchedulerTest, RequestsWaitWhileAllThreadsProcessLongOnes) {
+TEST_F(RequestSchedulerTest, QueuesRequestsWhileAllThreadsAreBusy) {
     start(2);
     Gate bothAreBusy;
     Gate release;
@@ -216,7 +216,7 @@ TEST_F(RequestSchedulerTest, RequestsWaitWhileAllThreadsProcessLongOnes) {
     EXPECT_THAT(order, ElementsAre(1, 1, 2));
 }
 
-TEST_F(RequestSchedulerTest, DrainingWaitsForARequestThatIsProcessed) {
+TEST_F(RequestSchedulerTest, DrainsRequestsInProgress) {
     start(2);
     for (const auto& make : {aShort, aLong}) {
         Gate begun;
@@ -235,7 +235,7 @@ TEST_F(RequestSchedulerTest, DrainingWaitsForARequestThatIsProcessed) {
     }
 }
 
-TEST_F(RequestSchedulerTest, DrainingWaitsForRequestsThatNoThreadHasReceived) {
+TEST_F(RequestSchedulerTest, DrainsQueuedRequests) {
     start(1);
     int count = 0;
     device_.submit(std::vector(100, aShort([&] { ++count; })));
@@ -258,7 +258,7 @@ TEST_F(RequestSchedulerTest, ProcessesEachRequestOnce) {
     EXPECT_THAT(processed, testing::Each(1));
 }
 
-TEST_F(RequestSchedulerTest, ThreadsEndAfterTheRequestsThatTheyProcess) {
+TEST_F(RequestSchedulerTest, StopsThreadsAfterTheirCurrentRequests) {
     start(3);
     Gate begun;
     Gate release;
@@ -278,7 +278,7 @@ TEST_F(RequestSchedulerTest, ThreadsEndAfterTheRequestsThatTheyProcess) {
     EXPECT_TRUE(isForgotten);
 }
 
-TEST_F(RequestSchedulerTest, AllThreadsEndWhenTheDeviceEnds) {
+TEST_F(RequestSchedulerTest, EndsAllThreadsWithTheDevice) {
     start(3);
     device_.end(); // as by the kernel: one thread notices it
     for (std::thread& thread : threads_) {

@@ -212,7 +212,7 @@ void SparseMapModelTest::step() {
     }
 }
 
-TEST_P(SparseMapModelTest, BehavesAsAVectorOfPages) {
+TEST_P(SparseMapModelTest, AgreesWithAVectorOfPages) {
     for (int i = 0; i < steps && !HasFatalFailure(); ++i) {
         SCOPED_TRACE("seed " + std::to_string(GetParam()) + ", step " + std::to_string(i));
         step();
@@ -222,7 +222,7 @@ TEST_P(SparseMapModelTest, BehavesAsAVectorOfPages) {
 
 INSTANTIATE_TEST_SUITE_P(WithSeed, SparseMapModelTest, testing::Values(1U, 2U, 3U, 4U, 5U));
 
-TEST(SparseMapTest, FindsTheExtentFromAPageOn) {
+TEST(SparseMapTest, FindsTheExtentFromAPage) {
     SparseMap map(3);
     map.add(map.place({10, 12}, State::Reserved));
     EXPECT_TRUE(isSame(map.extentFrom(0).value(), {0, 0, 3, State::Written}));
@@ -233,7 +233,7 @@ TEST(SparseMapTest, FindsTheExtentFromAPageOn) {
     EXPECT_FALSE(map.extentFrom(endOfPages));
 }
 
-TEST(SparseMapTest, PagesAtTheEndOfOffsetsHaveNoHoles) {
+TEST(SparseMapTest, HandlesTheLastPages) {
     constexpr std::uint64_t last = (1ULL << 63U) / storage::host::pageSize - 1;
     SparseMap map;
     map.add(map.place({last, last + 1}, State::Written));

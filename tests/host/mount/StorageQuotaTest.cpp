@@ -53,7 +53,7 @@ protected:
     std::optional<MountedStorage> storage_;
 };
 
-TEST_F(StorageQuotaTest, ContentIsLimitedInBlocks) {
+TEST_F(StorageQuotaTest, LimitsContentInBlocks) {
     limit({.bytes = 64 * kibibyte});
     EXPECT_EQ(storage_->space().capacity, 64 * kibibyte);
     FileInode& file = make("f");
@@ -67,7 +67,7 @@ TEST_F(StorageQuotaTest, ContentIsLimitedInBlocks) {
     EXPECT_EQ(storage_->status(file).st_size, static_cast<off_t>(64 * kibibyte));
 }
 
-TEST_F(StorageQuotaTest, ReservedRoomCountsAndHolesDoNot) {
+TEST_F(StorageQuotaTest, CountsReservedPagesButNotHoles) {
     limit({.bytes = 64 * kibibyte});
     FileInode& file = make("f");
     EXPECT_EQ(resize(file, 1000 * kibibyte), 0);
@@ -84,7 +84,7 @@ TEST_F(StorageQuotaTest, ReservedRoomCountsAndHolesDoNot) {
     EXPECT_EQ(left(), 20 * kibibyte);
 }
 
-TEST_F(StorageQuotaTest, WhatIsShortenedOrRemovedMakesRoom) {
+TEST_F(StorageQuotaTest, FreesSpaceWhenFilesAreTruncatedOrRemoved) {
     limit({.bytes = 64 * kibibyte});
     FileInode& file = make("f");
     EXPECT_EQ(write(file, 0, 64 * kibibyte), 0);
@@ -96,7 +96,7 @@ TEST_F(StorageQuotaTest, WhatIsShortenedOrRemovedMakesRoom) {
     EXPECT_EQ(left(), 64 * kibibyte);
 }
 
-TEST_F(StorageQuotaTest, AFileThatIsReplacedMakesRoom) {
+TEST_F(StorageQuotaTest, FreesSpaceWhenAFileIsReplaced) {
     limit({.bytes = 64 * kibibyte});
     FileInode& old = make("old");
     FileInode& fresh = make("fresh");
@@ -107,7 +107,7 @@ TEST_F(StorageQuotaTest, AFileThatIsReplacedMakesRoom) {
     EXPECT_EQ(left(), 48 * kibibyte);
 }
 
-TEST_F(StorageQuotaTest, EntriesAreLimited) {
+TEST_F(StorageQuotaTest, LimitsEntries) {
     limit({.entries = 3});
     EXPECT_EQ(storage_->entries(0).total, 3U);
     EXPECT_EQ(storage_->entries(0).free, 2U) << "the root is one";
@@ -124,7 +124,7 @@ TEST_F(StorageQuotaTest, EntriesAreLimited) {
     make("g");
 }
 
-TEST_F(StorageQuotaTest, WhatTheStorageBeginsWithCounts) {
+TEST_F(StorageQuotaTest, CountsExistingEntries) {
     memory_->doCreateFolder(StorageIRI(u"/a"));
     memory_->doCreateFile(StorageIRI(u"/a/f"));
     const auto stream = memory_->doOpenStream(StorageIRI(u"/a/f"), {});
@@ -140,7 +140,7 @@ TEST_F(StorageQuotaTest, WhatTheStorageBeginsWithCounts) {
     EXPECT_EQ(storage_->entries(0).free, 8U);
 }
 
-TEST_F(StorageQuotaTest, WithoutALimitEntriesAreWhatThereIsRoomFor) {
+TEST_F(StorageQuotaTest, EstimatesFreeEntriesWithoutALimit) {
     limit({});
     const auto before = storage_->entries(1U << 20U);
     EXPECT_EQ(before.free, 1024U);

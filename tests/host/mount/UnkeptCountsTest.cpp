@@ -8,7 +8,7 @@ using storage::host::AttributeChange;
 using storage::host::Owner;
 using storage::host::UnkeptCounts;
 
-TEST(UnkeptCountsTest, NamesWhatIsThere) {
+TEST(UnkeptCountsTest, ListsNonzeroCounts) {
     EXPECT_EQ(UnkeptCounts{}.summary(), "");
     EXPECT_EQ((UnkeptCounts{1, 0, 0, 0}).summary(), "1 link was not kept by the storage");
     EXPECT_EQ((UnkeptCounts{2, 0, 14, 0}).summary(), "2 links and 14 modes were not kept by the storage");
@@ -22,7 +22,7 @@ protected:
     const Owner self_ = Owner::ofProcess();
 };
 
-TEST_F(UnkeptTest, CountsWhatOnlyTheMountKeeps) {
+TEST_F(UnkeptTest, CountsWhatTheStorageLacks) {
     FolderInode& root = storage_.root();
     Inode& usual = *storage_.makeFile(root, "usual", 0644, self_).inode;
     storage_.makeFolder(root, "folder", 0755, self_);

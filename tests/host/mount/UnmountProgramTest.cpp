@@ -32,7 +32,7 @@ protected:
     const std::string out_ = disk_ / "out";
 };
 
-TEST_F(UnmountProgramTest, ReturnsWhenEverythingIsExportedAndTheMountIsGone) {
+TEST_F(UnmountProgramTest, ReturnsAfterExportAndUnmount) {
     constexpr int files = 2000;
     expectSuccess(runMounted({"--export-on-exit", out_}, [&](pid_t) {
         for (int i = 0; i < files; ++i) {
@@ -46,7 +46,7 @@ TEST_F(UnmountProgramTest, ReturnsWhenEverythingIsExportedAndTheMountIsGone) {
     }));
 }
 
-TEST_F(UnmountProgramTest, EndsAMountThatProgramsUseAndThatExportsNothing) {
+TEST_F(UnmountProgramTest, EndsABusyMountWithoutAnExport) {
     expectSuccess(runMounted({}, [&](pid_t) {
         const std::ofstream held(inside("f"));
         expectSuccess(ProgramRun({"unmount", disk_ / "mount/../mount/"}));
@@ -54,7 +54,7 @@ TEST_F(UnmountProgramTest, EndsAMountThatProgramsUseAndThatExportsNothing) {
     }));
 }
 
-TEST_F(UnmountProgramTest, ReportsAFailedExportAndCanBeRepeated) {
+TEST_F(UnmountProgramTest, ReportsAFailedExportAndRepeatsIt) {
     const ProgramRun mounting =
         runMounted({"--export-on-exit", out_, "--rescue", disk_ / "rescue"}, [&](pid_t) {
             write(inside("f"), "content");
@@ -95,7 +95,7 @@ TEST_F(UnmountProgramTest, ReportsAMountThatEndsBeforeEverythingIsExported) {
     }));
 }
 
-TEST_F(UnmountProgramTest, RefusesWhatIsNoMountOfThisProgram) {
+TEST_F(UnmountProgramTest, RefusesPathsThatAreNoMounts) {
     expectRefused(disk_ / "missing", "missing: No such file or directory");
     expectRefused(disk_.path(), "no storage is mounted there");
     expectRefused(disk_.write("file", ""), "file: Not a directory");
@@ -107,7 +107,7 @@ TEST_F(UnmountProgramTest, RefusesWhatIsNoMountOfThisProgram) {
     }));
 }
 
-TEST_F(UnmountProgramTest, RefusesUsersWhoDidNotMount) {
+TEST_F(UnmountProgramTest, RefusesOtherUsers) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only a superuser can become another user";
     }
@@ -127,7 +127,7 @@ TEST_F(UnmountProgramTest, RefusesUsersWhoDidNotMount) {
     }));
 }
 
-TEST_F(UnmountProgramTest, HolesOfAnyLengthAreExportedAsHoles) {
+TEST_F(UnmountProgramTest, ExportsHolesOfAnyLength) {
     constexpr off_t tebibyte = off_t{1} << 40;
     const std::string exported = disk_.makeFolder("exported");
     expectSuccess(runMounted({"--export-on-exit", exported}, [&](pid_t) {
@@ -141,7 +141,7 @@ TEST_F(UnmountProgramTest, HolesOfAnyLengthAreExportedAsHoles) {
     EXPECT_LE(status.st_blocks, 64);
 }
 
-TEST_F(UnmountProgramTest, WhatOthersMakeDoesNotRunWithTheRightsOfTheMounter) {
+TEST_F(UnmountProgramTest, KeepsTheOwnerOfExportedSetIdFiles) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only a superuser can become another user";
     }
@@ -177,7 +177,7 @@ TEST_F(UnmountProgramTest, WhatOthersMakeDoesNotRunWithTheRightsOfTheMounter) {
     EXPECT_EQ(folder.st_gid, somebody);
 }
 
-TEST_F(MountProgramTest, WrongUsageOfUnmountIsOneLineAndStatusTwo) {
+TEST_F(MountProgramTest, ReportsWrongUsageOfUnmountInOneLineWithStatusTwo) {
     for (const Words& words : {Words{"unmount"},
                                {"unmount", ""},
                                {"unmount", mountPoint_, "another"},

@@ -19,7 +19,7 @@ std::string textOf(const UnmountStatus& status) {
     return status.text.data();
 }
 
-TEST(UnmountRequestsTest, SaysWhenTheEndIsAskedForUntilAnAttemptBegins) {
+TEST(UnmountRequestsTest, IsReadableFromTheRequestUntilAnAttemptBegins) {
     UnmountRequests requests;
     EXPECT_EQ(requests.status().stage, Stage::Mounted);
     EXPECT_FALSE(isReadable(requests.descriptor()));
@@ -31,7 +31,7 @@ TEST(UnmountRequestsTest, SaysWhenTheEndIsAskedForUntilAnAttemptBegins) {
     EXPECT_EQ(requests.status().stage, Stage::Saving);
 }
 
-TEST(UnmountRequestsTest, AsksOnceForManyWhoAskMeanwhile) {
+TEST(UnmountRequestsTest, JoinsARunningAttempt) {
     UnmountRequests requests;
     requests.begin(); // by a signal
     requests.progress("half");
@@ -42,7 +42,7 @@ TEST(UnmountRequestsTest, AsksOnceForManyWhoAskMeanwhile) {
     EXPECT_FALSE(isReadable(requests.descriptor()));
 }
 
-TEST(UnmountRequestsTest, CanBeAskedAgainAfterAFailure) {
+TEST(UnmountRequestsTest, StartsAnotherAttemptAfterAFailure) {
     UnmountRequests requests;
     requests.start();
     requests.begin();
@@ -56,7 +56,7 @@ TEST(UnmountRequestsTest, CanBeAskedAgainAfterAFailure) {
     EXPECT_TRUE(isReadable(requests.descriptor()));
 }
 
-TEST(UnmountRequestsTest, ShortensALongText) {
+TEST(UnmountRequestsTest, TruncatesALongText) {
     UnmountRequests requests;
     requests.begin();
     requests.fail(std::string(5000, 'x'));
