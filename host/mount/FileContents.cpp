@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::size_t copiedAtOnce = 1U << 20U; ///< bytes
 constexpr std::uint64_t muchSlack = 64U << 10U; ///< bytes, below which trimming does not pay
-const std::u16string unseenName = u"\xD800";    ///< not valid UTF-16, so no program can use or see it
+const std::u16string hiddenName = u"\xD800";    ///< not valid UTF-16, so no program can use or see it
 
 // Upper bounds of one step, during which the locks are held: it takes milliseconds.
 constexpr std::uint64_t clearedAtOnce = 32U << 20U; ///< bytes
@@ -62,8 +62,8 @@ std::size_t FileContents::read(FileInode& file, std::uint64_t offset, std::span<
 }
 
 /// If the write fails, frees the slack that it has left.
-FileContents::ShownBlocks FileContents::write(FileInode& file, std::uint64_t offset,
-                                              std::span<const char> bytes) {
+FileContents::CachedBlocks FileContents::write(FileInode& file, std::uint64_t offset,
+                                               std::span<const char> bytes) {
     if (offset > largestSize - bytes.size()) {
         throw ErrnoError(EFBIG);
     }
@@ -72,16 +72,16 @@ FileContents::ShownBlocks FileContents::write(FileInode& file, std::uint64_t off
         auto held = access(file, OpenStream::Access::ReadWrite);
         const StorageQuota::Charge charge(space_.quota(), file);
         bytesOf(file, held).write(offset, bytes);
-        return shownBlocksOf(file);
+        return cachedBlocksOf(file);
     } catch (...) {
         trimSlack(file);
         throw;
     }
 }
 
-std::uint64_t FileContents::showPages(const FileInode& file) noexcept {
+std::uint64_t FileContents::reportPages(const FileInode& file) noexcept {
     const std::uint64_t pages = file.pages();
-    file.pagesShown =
+    file.reportedPages =
         static_cast<std::uint32_t>(std::min<std::uint64_t>(pages, std::numeric_limits<std::uint32_t>::max()));
     return pages;
 }
@@ -89,15 +89,15 @@ std::uint64_t FileContents::showPages(const FileInode& file) noexcept {
 /// A file without holes may grow by an eighth before its count is outdated; one with holes must match
 /// exactly. A removed file is never outdated: the kernel may be freeing its inode, and invalidating the
 /// attributes would then wait for writes that other threads process.
-FileContents::ShownBlocks FileContents::shownBlocksOf(const FileInode& file) noexcept {
+FileContents::CachedBlocks FileContents::cachedBlocksOf(const FileInode& file) noexcept {
     constexpr std::uint64_t tolerated = 8;
-    const std::uint64_t shown = file.pagesShown;
+    const std::uint64_t reported = file.reportedPages;
     const std::uint64_t pages = file.pages();
-    if (file.detached || (file.sparse ? pages == shown : pages <= shown + shown / tolerated)) {
-        return ShownBlocks::Current;
+    if (file.detached || (file.sparse ? pages == reported : pages <= reported + reported / tolerated)) {
+        return CachedBlocks::Current;
     }
-    showPages(file);
-    return ShownBlocks::Outdated;
+    reportPages(file);
+    return CachedBlocks::Outdated;
 }
 
 void FileContents::allocate(FileInode& file, int mode, std::uint64_t offset, std::uint64_t length,
@@ -356,7 +356,7 @@ FileContents::Copy FileContents::beginCopy(const ExclusiveTree& tree, FileInode&
     const LiftedFlag writable(provider_, tree, root);
     const bool keepsHoles = holes == Holes::Kept && file.sparse;
     space_.require(keepsHoles ? file.sparse->pages() * pageSize : file.attributes.size);
-    Copy copy{tree.locationOf(root, unseenName + numberText(file.number)), nullptr,
+    Copy copy{tree.locationOf(root, hiddenName + numberText(file.number)), nullptr,
               keepsHoles ? std::make_unique<SparseMap>() : nullptr};
     copy.stream = requireNonNull(provider_.doOpenStream(copy.location, {.content = ByteStreamContent::Empty}),
                                  "stream");

@@ -37,15 +37,15 @@ public:
 
     /// Whether the kernel's cached st_blocks is close enough to the current value. The kernel requests
     /// attributes only after they were invalidated, and before each write to a file with invalid attributes.
-    enum class ShownBlocks { Current, Outdated };
+    enum class CachedBlocks { Current, Outdated };
 
     /// Writes all of `bytes` at `offset`.
     /// @throws ErrnoError ENOSPC when there is no room; the content visible to programs is unchanged
-    ShownBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
+    CachedBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
 
     /// Returns the number of pages of the file, and notes that the kernel has got it. Precondition: the
     /// file's guard is held.
-    static std::uint64_t showPages(const FileInode& file) noexcept;
+    static std::uint64_t reportPages(const FileInode& file) noexcept;
 
     /// Whether the program has cancelled the request. Called between the steps of a long operation.
     using IsInterrupted = std::function<bool()>;
@@ -111,7 +111,7 @@ private:
     void reserveInSteps(FileInode& file, PageRange pages, const IsInterrupted& isInterrupted,
                         std::vector<PageRange>& added);
     void unreserve(FileInode& file, const std::vector<PageRange>& added) noexcept;
-    static ShownBlocks shownBlocksOf(const FileInode& file) noexcept;
+    static CachedBlocks cachedBlocksOf(const FileInode& file) noexcept;
     void growTo(FileInode& file, std::uint64_t size);
     void clear(FileInode& file, std::uint64_t offset, std::uint64_t end, const IsInterrupted& isInterrupted);
     void makeHole(FileInode& file, std::uint64_t offset, std::uint64_t end);

@@ -305,7 +305,7 @@ void write(fuse_req_t request, fuse_ino_t number, const char* bytes, std::size_t
         noteModification(request, number);
         fuse_session* const session = contextOf(request).session;
         fuse_reply_write(request, size);
-        if (blocks == FileContents::ShownBlocks::Outdated) {
+        if (blocks == FileContents::CachedBlocks::Outdated) {
             invalidateAttributesOf(session, number);
         }
     });

@@ -91,9 +91,9 @@ struct FileInode final : Inode {
     /// Number of pages of the file, without holes and slack.
     std::uint64_t pages() const noexcept { return sparse ? sparse->pages() : pagesOf(attributes.size); }
 
-    std::uint64_t storedSize = 0;         ///< bytes that the storage holds
-    std::unique_ptr<SparseMap> sparse;    ///< null for a file without holes
-    mutable std::uint32_t pagesShown = 0; ///< returned by the latest stat(2), limited to the largest value
+    std::uint64_t storedSize = 0;            ///< bytes that the storage holds
+    std::unique_ptr<SparseMap> sparse;       ///< null for a file without holes
+    mutable std::uint32_t reportedPages = 0; ///< returned by the latest stat(2), limited to the largest value
 
     /// Removed from the storage: the bytes are accessible only through `RareAttributes::lastStream`.
     bool detached = false;

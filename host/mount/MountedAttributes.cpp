@@ -85,14 +85,14 @@ struct stat MountedAttributes::status(Inode& inode) {
 struct stat MountedAttributes::statusOf(const LockedTree& tree, Inode& inode) {
     const auto held = guards_.hold(inode);
     tree.loadAttributes(inode, held);
-    return show(tree, inode, held);
+    return makeStatus(tree, inode, held);
 }
 
 CompleteStatus MountedAttributes::completeStatus(Inode& inode) {
     const SharedTree tree(tree_);
     const auto held = guards_.hold(inode);
     tree.loadAttributes(inode, held);
-    return {show(tree, inode, held), inode.attributes.born};
+    return {makeStatus(tree, inode, held), inode.attributes.born};
 }
 
 struct stat MountedAttributes::identify(const Inode& inode) {
@@ -150,7 +150,7 @@ struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode
     setOwner(inode, change);
     attributes.accessed = change.accessed.value_or(attributes.accessed);
     attributes.changed = change.changed.value_or(kernelTime());
-    return show(tree, inode, held);
+    return makeStatus(tree, inode, held);
 }
 
 bool MountedAttributes::clearSetIds(FileInode& file) {
@@ -162,8 +162,8 @@ bool MountedAttributes::clearSetIds(FileInode& file) {
     return file.attributes.permissions != before;
 }
 
-struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
-                                    const InodeGuards::Held& held) const {
+struct stat MountedAttributes::makeStatus(const LockedTree& tree, const Inode& inode,
+                                          const InodeGuards::Held& held) const {
     const EntryAttributes& attributes = inode.attributes;
     struct stat status = identify(inode);
     status.st_mode |= attributes.permissions;
@@ -174,7 +174,7 @@ struct stat MountedAttributes::show(const LockedTree& tree, const Inode& inode,
     status.st_size = static_cast<off_t>(attributes.size);
     status.st_blksize = static_cast<blksize_t>(pageSize);
     if (inode.isFile()) {
-        const std::uint64_t pages = FileContents::showPages(static_cast<const FileInode&>(inode));
+        const std::uint64_t pages = FileContents::reportPages(static_cast<const FileInode&>(inode));
         status.st_blocks = static_cast<blkcnt_t>(pages * blocksOfPage);
     }
     status.st_mtim = attributes.modified;

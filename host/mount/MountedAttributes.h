@@ -65,7 +65,7 @@ public:
 
 private:
     struct stat apply(const AttributeChange& change, Inode& inode);
-    struct stat show(const LockedTree& tree, const Inode& inode, const InodeGuards::Held& held) const;
+    struct stat makeStatus(const LockedTree& tree, const Inode& inode, const InodeGuards::Held& held) const;
     void setModified(const LockedTree& tree, Inode& inode, const InodeGuards::Held& held,
                      const timespec& time) const;
     void setModifiedAnyway(const LockedTree& tree, Inode& inode, const InodeGuards::Held& held,

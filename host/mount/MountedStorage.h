@@ -121,7 +121,7 @@ public:
     std::size_t read(FileInode& file, std::uint64_t offset, std::span<char> buffer) {
         return contents_.read(file, offset, buffer);
     }
-    FileContents::ShownBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
+    FileContents::CachedBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes) {
         return contents_.write(file, offset, bytes);
     }
 

@@ -27,7 +27,7 @@ protected:
     void allocate(FileInode& file, int mode, std::uint64_t offset, std::uint64_t length) {
         mount_.storage().allocate(file, mode, offset, length);
     }
-    std::uint64_t pagesShown(FileInode& file) {
+    std::uint64_t reportedPages(FileInode& file) {
         return static_cast<std::uint64_t>(mount_.storage().status(file).st_blocks) * 512 / pageSize;
     }
 
@@ -60,7 +60,7 @@ TEST_F(MountedHolesTest, StoresNoPagesOfAGap) {
     FileInode& file = mount_.makeFile("/f", "begin");
     mount_.write(file, tebibyte, "end");
     EXPECT_EQ(mount_.sizeOf(file), tebibyte + 3);
-    EXPECT_EQ(pagesShown(file), 2U);
+    EXPECT_EQ(reportedPages(file), 2U);
     EXPECT_LE(storedSize("/f"), 2 * pageSize);
     EXPECT_EQ(mount_.read(file, 0, 10), "begin" + zeros(5));
     EXPECT_EQ(mount_.read(file, tebibyte - 5, 100), zeros(5) + "end");
@@ -79,7 +79,7 @@ TEST_F(MountedHolesTest, StoresNoPagesWhenAFileGrows) {
     FileInode& file = mount_.makeFile("/f");
     mount_.resize(file, tebibyte);
     EXPECT_EQ(storedSize("/f"), 0U);
-    EXPECT_EQ(pagesShown(file), 0U);
+    EXPECT_EQ(reportedPages(file), 0U);
     EXPECT_EQ(mount_.read(file, tebibyte - 3, 10), zeros(3));
     EXPECT_EQ(errnoOf([&] { mount_.storage().seekData(file, 0); }), ENXIO);
     EXPECT_EQ(mount_.storage().seekHole(file, 5), 5U);
@@ -104,11 +104,11 @@ TEST_F(MountedHolesTest, ReportsReservedPagesAsHoles) {
     FileInode& file = mount_.makeFile("/f", "begin");
     allocate(file, keepSize, 0, 4 * pageSize);
     EXPECT_EQ(mount_.sizeOf(file), 5U);
-    EXPECT_EQ(pagesShown(file), 4U);
+    EXPECT_EQ(reportedPages(file), 4U);
     mount_.resize(file, 3 * pageSize);
-    EXPECT_EQ(pagesShown(file), 4U);
+    EXPECT_EQ(reportedPages(file), 4U);
     mount_.resize(file, 3 * pageSize);
-    EXPECT_EQ(pagesShown(file), 3U) << "the same size frees what is beyond";
+    EXPECT_EQ(reportedPages(file), 3U) << "the same size frees what is beyond";
     EXPECT_EQ(layoutOf(file), "D0-4096 H4096-12288");
     provider_.beforeWrite = [number = 0]() mutable {
         if (++number > 1) {
@@ -134,7 +134,7 @@ TEST_F(MountedHolesTest, UndoesAFailedReservation) {
         const auto isInterrupted = [&] { return ++asked == 2; };
         EXPECT_EQ(errnoOf([&] { mount_.storage().allocate(file, mode, 0, 200 * mebibyte, isInterrupted); }),
                   EINTR);
-        EXPECT_EQ(pagesShown(file), 4U) << mode;
+        EXPECT_EQ(reportedPages(file), 4U) << mode;
         EXPECT_EQ(mount_.bytesOf(file), before);
         EXPECT_LE(storedSize("/f"), 64U << 10U) << "what was reserved is freed";
     }
@@ -152,7 +152,7 @@ TEST_F(MountedHolesTest, KeepsWritesDuringAFailedReservation) {
         return ++asked == 2;
     };
     EXPECT_EQ(errnoOf([&] { mount_.storage().allocate(file, 0, 0, 200 * mebibyte, isInterrupted); }), EINTR);
-    EXPECT_EQ(pagesShown(file), 1U);
+    EXPECT_EQ(reportedPages(file), 1U);
     EXPECT_EQ(mount_.read(file, 10 * pageSize - 1, 9), '\0' + std::string("written\0", 8));
 }
 
@@ -160,7 +160,7 @@ TEST_F(MountedHolesTest, ReusesAndFreesPunchedPages) {
     FileInode& file = mount_.makeFile("/f", std::string(100 * pageSize, 'x'));
     allocate(file, punchHole, pageSize / 2, 10 * pageSize);
     EXPECT_EQ(layoutOf(file), "D0-4096 H4096-40960 D40960-409600");
-    EXPECT_EQ(pagesShown(file), 91U);
+    EXPECT_EQ(reportedPages(file), 91U);
     EXPECT_EQ(mount_.read(file, pageSize / 2 - 1, 2), std::string("x\0", 2));
     EXPECT_EQ(mount_.read(file, 10 * pageSize + pageSize / 2 - 1, 2), std::string("\0x", 2));
     mount_.write(file, 200 * pageSize, std::string(9 * pageSize, 'y'));
@@ -334,7 +334,7 @@ void MountedHolesModelTest::compare() {
     ASSERT_EQ(mount_.bytesOf(*file_), bytes_);
     const auto isHeld = [](Page page) { return page != Page::Hole; };
     const auto held = static_cast<std::uint64_t>(std::ranges::count_if(state_, isHeld));
-    ASSERT_EQ(pagesShown(*file_), held);
+    ASSERT_EQ(reportedPages(*file_), held);
     ASSERT_LE(storedSize("/f"), std::max(2 * held * pageSize, (held * pageSize) + (64U << 10U)) + pageSize);
     const std::uint64_t offset = upTo(pages * pageSize);
     const auto next = [&](bool isData) {
