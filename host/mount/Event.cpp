@@ -13,7 +13,7 @@ Event::~Event() {
     ::close(descriptor_);
 }
 
-void Event::happen() const noexcept {
+void Event::set() const noexcept {
     ::eventfd_write(descriptor_, 1);
 }
 

@@ -4,7 +4,7 @@ namespace storage::host {
 
 /// An event that any number of threads can wait for with poll(2) or epoll(7).
 ///
-/// Owns its descriptor, which is readable from `happen` until `reset`. Thread-safe.
+/// Owns its descriptor, which is readable from `set` until `reset`. Thread-safe.
 class Event {
 public:
     /// @throws std::system_error
@@ -13,7 +13,7 @@ public:
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
-    void happen() const noexcept;
+    void set() const noexcept;
 
     /// Makes the descriptor unreadable again.
     void reset() const noexcept;

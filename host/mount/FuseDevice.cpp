@@ -57,7 +57,7 @@ bool FuseDevice::hasEnded() const noexcept {
 
 void FuseDevice::end() noexcept {
     fuse_session_exit(session_);
-    ended_.happen();
+    ended_.set();
 }
 
 RequestDevice::Received FuseDevice::receive(fuse_buf& request) {

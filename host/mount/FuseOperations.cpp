@@ -399,7 +399,7 @@ void getSpace(fuse_req_t request, fuse_ino_t) {
 void control(fuse_req_t request, fuse_ino_t number, unsigned command, void*, fuse_file_info*, unsigned,
              const void*, std::size_t, std::size_t) {
     answer(request, [&] {
-        const bool isKnown = command == startUnmounting || command == askForUnmounting;
+        const bool isKnown = command == startUnmounting || command == queryUnmounting;
         if (number != FUSE_ROOT_ID || !isKnown) {
             throw ErrnoError(ENOTTY);
         }

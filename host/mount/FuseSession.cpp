@@ -112,7 +112,7 @@ FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountReque
 }
 
 FuseSession::~FuseSession() {
-    place_.takeAway();
+    place_.unmount();
     cutConnection();
     fuse_session_unmount(session_.get());
 }

@@ -100,7 +100,7 @@ MountEnding::Saved MountEnding::tryToEnd() {
         }
     }
     requests_.finish();
-    session_.place().takeAway();
+    session_.place().unmount();
     workers_.stop();
     return Saved::Yes;
 }
@@ -140,12 +140,12 @@ void MountEnding::saveUnmounted() {
             rescue_.removeNote();
             return;
         }
-        const bool isImpatient = Interruption::pending() != 0;
+        const bool wasInterrupted = Interruption::pending() != 0;
         Interruption::clear();
         if (copyToRescue(reasons) == Saved::Yes) {
             return;
         }
-        if (isImpatient || !pause(retryPause)) {
+        if (wasInterrupted || !pause(retryPause)) {
             giveUp();
             return;
         }
@@ -207,7 +207,7 @@ void MountEnding::writeNote(const std::string& state, const std::vector<std::str
 
 /// Reports failures and continues, because there is nothing to wait for. A volatile storage is not settled.
 void MountEnding::settle() {
-    if (!storage_.isLasting()) {
+    if (!storage_.isPersistent()) {
         return;
     }
     console_.attempt(mountPoint_, [&] {
@@ -226,7 +226,7 @@ void MountEnding::settle() {
 void MountEnding::giveUp() {
     console_.report({exitExport_->target(), "export aborted; what was not exported is lost"});
     writeNote("A signal ended the mount before the export was complete. What was not exported is lost.", {});
-    session_.place().takeAway();
+    session_.place().unmount();
     workers_.stop();
 }
 

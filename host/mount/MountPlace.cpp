@@ -131,7 +131,7 @@ bool MountPlace::writeBack() const {
     return true;
 }
 
-void MountPlace::takeAway() const {
+void MountPlace::unmount() const {
     const auto root = open();
     if (!root) {
         return;

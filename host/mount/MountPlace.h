@@ -38,7 +38,7 @@ public:
 
     /// Unmounts, lazily if a program uses the mount. Does nothing if the mount is gone or another mount
     /// covers it.
-    void takeAway() const;
+    void unmount() const;
 
 private:
     void setWriteBack(const char* setting, std::uint64_t value) const;

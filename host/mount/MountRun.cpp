@@ -67,7 +67,7 @@ void refuseCaseInsensitive(const IProvider& provider, const std::string& plugin)
 }
 
 /// Waits until the mount replies to a request, so that programs can use it.
-void requireAnswer(const std::string& mountPoint) {
+void requireReply(const std::string& mountPoint) {
     struct statvfs space {};
     if (::statvfs(mountPoint.c_str(), &space) != 0) {
         throw diskError(mountPoint, errno);
@@ -153,7 +153,7 @@ public:
         storage.list(storage.root(), 0, MountedStorage::ListingDetail::Names, // loads the root's link count
                      [](const auto&, const auto&, auto) { return false; });
         serve(storage, exitExport ? &*exitExport : nullptr);
-        if (!exitExport && storage.isLasting()) {
+        if (!exitExport && storage.isPersistent()) {
             noticeUnkept(storage);
         }
         provider->doShutdown();
@@ -205,7 +205,7 @@ private:
         const FuseSession session(storage, gate, requests, options_,
                                   memory.isOfGroup ? WriteMode::Through : WriteMode::Back);
         FuseWorkers workers(session, storage.memory(), options_.threads);
-        requireAnswer(options_.mountPoint);
+        requireReply(options_.mountPoint);
         limitWriteBack(session.place(), memory);
         announce();
         MountEnding(options_.mountPoint, session, workers, storage, gate, requests, exitExport, rescue_,

@@ -232,7 +232,7 @@ std::vector<const FileInode*> MountedStorage::referencedFiles() {
     return files;
 }
 
-bool MountedStorage::isLasting() const {
+bool MountedStorage::isPersistent() const {
     return !provider_.doHasFeature(foundation::storage::provider::ExtendedFeature::VolatileStorage);
 }
 

@@ -158,7 +158,7 @@ public:
     };
 
     /// Whether the storage is persistent.
-    bool isLasting() const;
+    bool isPersistent() const;
 
     /// Counts what would be lost if the mount ended now.
     UnkeptCounts unkept();

@@ -23,6 +23,6 @@ struct UnmountStatus {
 // Requests by ioctl(2) on the root of a mount, so that they reach the program of this mount and no other.
 // Both return an UnmountStatus.
 inline constexpr unsigned long startUnmounting = _IOR('q', 1, UnmountStatus);
-inline constexpr unsigned long askForUnmounting = _IOR('q', 2, UnmountStatus);
+inline constexpr unsigned long queryUnmounting = _IOR('q', 2, UnmountStatus);
 
 } // namespace storage::host

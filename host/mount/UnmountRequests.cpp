@@ -17,18 +17,18 @@ UnmountStatus UnmountRequests::start() {
         ++status_.attempt;
         status_.stage = Stage::Saving;
         setText("");
-        asking_ = 0;
-        requested_.happen();
+        requesters_ = 0;
+        requested_.set();
     }
-    ++asking_;
+    ++requesters_;
     return status_;
 }
 
 UnmountStatus UnmountRequests::status() {
     const ScopedLock lock(mutex_);
-    if (status_.stage == Stage::Saved && asking_ > 0) {
-        --asking_;
-        told_.notify_all();
+    if (status_.stage == Stage::Saved && requesters_ > 0) {
+        --requesters_;
+        informed_.notify_all();
     }
     return status_;
 }
@@ -39,7 +39,7 @@ void UnmountRequests::begin() {
     if (status_.stage != Stage::Saving) {
         ++status_.attempt;
         status_.stage = Stage::Saving;
-        asking_ = 0;
+        requesters_ = 0;
     }
     setText("");
 }
@@ -60,7 +60,7 @@ void UnmountRequests::finish() {
     const ScopedLock lock(mutex_);
     status_.stage = Stage::Saved;
     setText("");
-    while (asking_ > 0 && told_.wait_until(mutex_, end) != std::cv_status::timeout) {
+    while (requesters_ > 0 && informed_.wait_until(mutex_, end) != std::cv_status::timeout) {
     }
 }
 

@@ -50,9 +50,9 @@ private:
 
     Event requested_;
     Mutex mutex_;
-    std::condition_variable_any told_;
+    std::condition_variable_any informed_;
     UnmountStatus status_ QZFL_GUARDED_BY(mutex_);
-    unsigned asking_ QZFL_GUARDED_BY(mutex_) = 0; ///< requesters that wait for the result of the attempt
+    unsigned requesters_ QZFL_GUARDED_BY(mutex_) = 0; ///< requesters that wait for the result of the attempt
 };
 
 } // namespace storage::host

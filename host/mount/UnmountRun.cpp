@@ -23,7 +23,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::chrono::milliseconds pauseBetweenQuestions(50);
+constexpr std::chrono::milliseconds pollInterval(50);
 
 using Stage = UnmountStatus::Stage;
 
@@ -62,7 +62,7 @@ FileDescriptor openMount(const std::string& mountPoint) {
 }
 
 /// @return nothing if the mount has gone
-std::optional<UnmountStatus> ask(const FileDescriptor& root, unsigned long request) {
+std::optional<UnmountStatus> sendRequest(const FileDescriptor& root, unsigned long request) {
     UnmountStatus status;
     if (::ioctl(root.number(), request, &status) == 0) {
         status.text.back() = '\0';
@@ -98,13 +98,13 @@ private:
 
 /// @return the last status of the attempt
 UnmountStatus waitForEnd(const FileDescriptor& root, Console& console) {
-    const auto started = ask(root, startUnmounting);
+    const auto started = sendRequest(root, startUnmounting);
     if (!started) {
         throw CommandError(root.path(), "unmounted meanwhile");
     }
     ProgressLine line(console);
     UnmountStatus last = *started;
-    while (const auto status = ask(root, askForUnmounting)) {
+    while (const auto status = sendRequest(root, queryUnmounting)) {
         last = *status;
         if (last.stage == Stage::Failed) {
             return last;
@@ -113,7 +113,7 @@ UnmountStatus waitForEnd(const FileDescriptor& root, Console& console) {
             line.show(last.text.data());
         }
         Interruption::check();
-        std::this_thread::sleep_for(pauseBetweenQuestions);
+        std::this_thread::sleep_for(pollInterval);
     }
     return last;
 }
