@@ -21,7 +21,7 @@ public:
 
 private:
     const int stream_; ///< the original stream
-    const int taken_;
+    const int captured_;
 };
 
 } // namespace storage::host

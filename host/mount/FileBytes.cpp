@@ -38,7 +38,7 @@ struct ExtentPart {
 
 } // namespace
 
-void FileBytes::stand(std::uint64_t offset) {
+void FileBytes::seekTo(std::uint64_t offset) {
     if (open_.position == offset) {
         return;
     }
@@ -49,7 +49,7 @@ void FileBytes::stand(std::uint64_t offset) {
 }
 
 void FileBytes::readStored(std::uint64_t offset, std::span<char> buffer) {
-    stand(offset);
+    seekTo(offset);
     open_.position = unknownPosition;
     foundation::storage::provider::readExactly(*open_.stream, buffer.data(), buffer.size());
     open_.position = offset + buffer.size();
@@ -58,7 +58,7 @@ void FileBytes::readStored(std::uint64_t offset, std::span<char> buffer) {
 /// If the provider's allocation fails, the program gets ENOSPC, as on a full file system.
 void FileBytes::put(std::uint64_t offset, std::span<const char> bytes) {
     file_.isBeingCopied = false;
-    stand(offset);
+    seekTo(offset);
     open_.position = unknownPosition;
     try {
         foundation::storage::provider::writeAll(*open_.stream, {bytes.data(), bytes.size()});

@@ -61,7 +61,7 @@ public:
     static void dropDenseMap(FileInode& file) noexcept;
 
 private:
-    void stand(std::uint64_t offset);
+    void seekTo(std::uint64_t offset);
     void put(std::uint64_t offset, std::span<const char> bytes);
     void putZeros(std::uint64_t offset, std::uint64_t end);
     void requireRoom(std::uint64_t storedBytes, std::uint64_t newPages);

@@ -15,7 +15,7 @@ namespace storage::host {
 namespace {
 
 constexpr std::uint32_t longTransfer = 64U << 10U; ///< bytes
-constexpr int restAfter = 100;                     ///< milliseconds without a request
+constexpr int idleTime = 100;                      ///< milliseconds without a request
 
 template <typename Body>
 const Body& bodyOf(const fuse_in_header* header) {
@@ -71,7 +71,7 @@ bool FuseDevice::hasRequest() const {
 
 void FuseDevice::waitForRequest() {
     std::array<pollfd, 2> waiting{{{fuse_session_fd(session_), POLLIN, 0}, {ended_.descriptor(), POLLIN, 0}}};
-    if (space_.hasRemovals() && ::poll(waiting.data(), waiting.size(), restAfter) == 0) {
+    if (space_.hasRemovals() && ::poll(waiting.data(), waiting.size(), idleTime) == 0) {
         space_.giveBack();
     }
     ::poll(waiting.data(), waiting.size(), -1);

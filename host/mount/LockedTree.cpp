@@ -161,10 +161,10 @@ void LockedTree::loadAttributes(Inode& inode) const {
 
 TreeEntry* ExclusiveTree::find(FolderInode& folder, std::u16string_view name) {
     const auto known = findKnown(folder, name);
-    return known ? *known : ask(folder, name);
+    return known ? *known : lookUpStored(folder, name);
 }
 
-TreeEntry* ExclusiveTree::ask(FolderInode& folder, std::u16string_view name) {
+TreeEntry* ExclusiveTree::lookUpStored(FolderInode& folder, std::u16string_view name) {
     switch (tree_.provider_.doExistsExtended(locationOf(folder, name))) {
     case EntryExistence::File:
         return &add(folder, {Inode::Kind::File}, name);

@@ -193,7 +193,7 @@ public:
 
 private:
     ChildTable& tableOf(const TreeEntry& entry) const noexcept;
-    TreeEntry* ask(FolderInode& folder, std::u16string_view name);
+    TreeEntry* lookUpStored(FolderInode& folder, std::u16string_view name);
     std::unique_ptr<Inode> make(NewEntry entry, CompactName name);
 };
 

@@ -10,7 +10,7 @@ using Clock = std::chrono::steady_clock;
 /// long for it, because waking a thread takes longer than most requests.
 constexpr std::chrono::microseconds spinTime(20);
 
-constexpr unsigned pileOfRequests = 16; ///< received without a pause; more than one thread can process
+constexpr unsigned longBurst = 16; ///< received without a pause; more than one thread can process
 
 } // namespace
 
@@ -51,7 +51,7 @@ bool RequestScheduler::nextRequest(fuse_buf& request, unsigned& inARow) {
     while (!device_.hasEnded()) {
         auto received = device_.receive(request);
         inARow = received == RequestDevice::Received::Request ? inARow + 1 : 0;
-        if (inARow == pileOfRequests) {
+        if (inARow == longBurst) {
             inARow = 0;
             const ScopedLock lock(mutex_);
             callOne();

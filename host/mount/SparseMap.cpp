@@ -123,7 +123,7 @@ std::uint64_t SparseMap::remove(PageRange range, std::size_t mostExtents) noexce
         }
         const std::uint64_t kept = range.first > extent.first ? range.first - extent.first : 0;
         pages_ -= extent.count - kept;
-        giveBack({extent.first + kept, extent.stored + kept, extent.count - kept, extent.state});
+        freePages({extent.first + kept, extent.stored + kept, extent.count - kept, extent.state});
         if (kept > 0) {
             extent.count = kept;
             break;
@@ -139,7 +139,7 @@ void SparseMap::removeReserved(PageRange range) {
     for (auto each = firstIn(range); each != extents_.end() && each->first < range.end;) {
         if (each->second.state == State::Reserved) {
             pages_ -= each->second.count;
-            giveBack(each->second);
+            freePages(each->second);
             each = extents_.erase(each);
         } else {
             ++each;
@@ -204,7 +204,7 @@ void SparseMap::takeFree(std::uint64_t pages) noexcept {
     }
 }
 
-void SparseMap::giveBack(const Extent& extent) noexcept {
+void SparseMap::freePages(const Extent& extent) noexcept {
     const PageRange stored{extent.stored, extent.stored + extent.count};
     if (stored.end == storedEnd_) {
         storedEnd_ = stored.first;

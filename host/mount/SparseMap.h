@@ -142,7 +142,7 @@ private:
     Extents::iterator merge(Extents::iterator extent) noexcept;
     void mergeBorders(PageRange range) noexcept;
     void takeFree(std::uint64_t pages) noexcept;
-    void giveBack(const Extent& extent) noexcept;
+    void freePages(const Extent& extent) noexcept;
 
     Extents extents_; ///< by first page
     /// Stored pages to be reused, the last first. May lack some that could not be noted; a copy of the file
