@@ -76,11 +76,11 @@ void extendedStatus(CallProcess& process, const Call& call, OutcomeBuilder& outc
     outcome.add("gid", std::uint64_t{status.stx_gid});
     outcome.add(isFolder ? "folder.size" : "size", std::uint64_t{status.stx_size});
     outcome.add("rdev", fmt::format("{}:{}", status.stx_rdev_major, status.stx_rdev_minor));
-    outcome.add("atime", process.shownAccess(timeOf(status.stx_atime)));
+    outcome.add("atime", process.formatAccessTime(timeOf(status.stx_atime)));
     const bool isFifo = S_ISFIFO(status.stx_mode);
-    outcome.add(isFifo ? "fifo.mtime" : "mtime", process.shown(timeOf(status.stx_mtime)));
-    outcome.add(isFifo ? "fifo.ctime" : "ctime", process.shown(timeOf(status.stx_ctime)));
-    outcome.add("btime", process.shown(timeOf(status.stx_btime)));
+    outcome.add(isFifo ? "fifo.mtime" : "mtime", process.formatTime(timeOf(status.stx_mtime)));
+    outcome.add(isFifo ? "fifo.ctime" : "ctime", process.formatTime(timeOf(status.stx_ctime)));
+    outcome.add("btime", process.formatTime(timeOf(status.stx_btime)));
 }
 
 constexpr std::array attributeKinds{

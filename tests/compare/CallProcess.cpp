@@ -85,20 +85,20 @@ void CallProcess::addStatus(OutcomeBuilder& outcome, const struct stat& status,
     add(isFolder ? "folder.blocks" : "blocks", std::to_string(status.st_blocks));
     add("blksize", std::to_string(status.st_blksize));
     add("rdev", std::to_string(status.st_rdev));
-    add("atime", shownAccess(status.st_atim));
-    add(isFifo ? "fifo.mtime" : "mtime", shown(status.st_mtim));
-    add(isFifo ? "fifo.ctime" : "ctime", shown(status.st_ctim));
+    add("atime", formatAccessTime(status.st_atim));
+    add(isFifo ? "fifo.mtime" : "mtime", formatTime(status.st_mtim));
+    add(isFifo ? "fifo.ctime" : "ctime", formatTime(status.st_ctim));
 }
 
-std::string CallProcess::shown(timespec time) const {
+std::string CallProcess::formatTime(timespec time) const {
     if (isSetByCall(time)) {
         return fmt::format("{}.{:09}", time.tv_sec, time.tv_nsec);
     }
     return fmt::format("epoch {}", std::ranges::upper_bound(epochs_, time, isBefore) - epochs_.begin());
 }
 
-std::string CallProcess::shownAccess(timespec time) const {
-    return isSetByCall(time) || !exclusions_.has("atime.epoch") ? shown(time) : "of the clock";
+std::string CallProcess::formatAccessTime(timespec time) const {
+    return isSetByCall(time) || !exclusions_.has("atime.epoch") ? formatTime(time) : "of the clock";
 }
 
 } // namespace syscalls

@@ -46,10 +46,10 @@ public:
     void addStatus(OutcomeBuilder& outcome, const struct stat& status, const std::string& place = {}) const;
 
     /// The time itself if a call has set it, else its epoch.
-    std::string shown(timespec time) const;
+    std::string formatTime(timespec time) const;
 
     /// The same for an access time.
-    std::string shownAccess(timespec time) const;
+    std::string formatAccessTime(timespec time) const;
 
 private:
     std::size_t index(std::int64_t slot) const;

@@ -53,9 +53,9 @@ void OutcomeBuilder::add(std::string_view name, std::uint64_t value) {
 }
 
 void OutcomeBuilder::addBytes(std::string_view name, std::string_view bytes) {
-    constexpr std::size_t shown = 24;
+    constexpr std::size_t prefix = 24;
     add(name, fmt::format("{} bytes, hash {:x}, {}", bytes.size(), std::hash<std::string_view>()(bytes),
-                          inQuotes(bytes.substr(0, shown))));
+                          inQuotes(bytes.substr(0, prefix))));
 }
 
 std::string toText(const Outcome& outcome) {
