@@ -99,7 +99,7 @@ TEST_F(MountingTest, ServesAnOrdinaryFolderUntilASignal) {
             ::kill(process, signal);
         });
         expectSuccess(run);
-        EXPECT_EQ(said_, "mounted at " + mountPoint_ + "; Ctrl-C or 'qzstorage unmount' ends it\n");
+        EXPECT_EQ(announcement_, "mounted at " + mountPoint_ + "; Ctrl-C or 'qzstorage unmount' ends it\n");
         EXPECT_FALSE(isMounted()) << signal;
         EXPECT_EQ(namesIn(mountPoint_), "");
     }
@@ -281,7 +281,7 @@ TEST_F(MountingTest, RoundTripsATree) {
             ::kill(process, SIGTERM);
         });
     expectSuccess(run);
-    EXPECT_THAT(said_, HasSubstr("imported "));
+    EXPECT_THAT(announcement_, HasSubstr("imported "));
     EXPECT_EQ(contentsOf(out), contentsOf(disk_ / "in"));
     EXPECT_EQ(fs::status(out + "/fixed").permissions() & fs::perms::owner_write, fs::perms::none);
     EXPECT_LE(std::chrono::abs(fs::last_write_time(out + "/d/s/f") - time), std::chrono::microseconds(1));

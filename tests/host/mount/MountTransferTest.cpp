@@ -39,7 +39,7 @@ using storage::host::RootAttributes;
 using storage::host::StoragePath;
 
 /// Describes an entry of the disk for comparison.
-std::string shown(const std::string& path) {
+std::string describeEntry(const std::string& path) {
     struct stat status {};
     EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
     std::ostringstream text;
@@ -84,7 +84,7 @@ protected:
     void expectSame(const std::string& exported) {
         for (const auto& entry : fs::recursive_directory_iterator(disk_ / "src")) {
             const std::string relative = entry.path().string().substr((disk_ / "src").size());
-            EXPECT_EQ(shown(disk_ / exported + relative), shown(entry.path())) << relative;
+            EXPECT_EQ(describeEntry(disk_ / exported + relative), describeEntry(entry.path())) << relative;
         }
         const auto count = [](const std::string& folder) {
             return std::distance(fs::recursive_directory_iterator(folder), {});
@@ -178,7 +178,7 @@ TEST_F(MountTransferTest, OverwritesAttributesOfTheTarget) {
     const auto folder = storage_.lookUp(storage_.root(), "d");
     storage_.link(at("f"), static_cast<storage::host::FolderInode&>(*folder.inode), "g");
     exportAll("out");
-    EXPECT_EQ(shown(disk_ / "out/f"), shown(disk_ / "out/d/g"));
+    EXPECT_EQ(describeEntry(disk_ / "out/f"), describeEntry(disk_ / "out/d/g"));
     EXPECT_EQ(fs::hard_link_count(disk_ / "out/f"), 2U);
     EXPECT_EQ(fs::status(disk_ / "out/f").permissions(), fs::perms(0711));
     EXPECT_EQ(fs::status(disk_ / "out/d").permissions(), fs::perms(0750));

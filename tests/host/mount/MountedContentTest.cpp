@@ -21,7 +21,7 @@ protected:
 
     /// The storage never holds fewer bytes than programs see. It holds at most about twice as many, or little
     /// more.
-    void expectModestRest(FileInode& file, const std::string& path) {
+    void expectLimitedSlack(FileInode& file, const std::string& path) {
         const std::uint64_t seen = mount_.sizeOf(file);
         const std::uint64_t held = storedSize(path);
         EXPECT_GE(held, seen);
@@ -123,7 +123,7 @@ TEST_F(MountedContentTest, TruncatesToAnySize) {
         mount_.resize(file, size);
         expected.resize(size, '\0');
         ASSERT_EQ(mount_.bytesOf(file), expected) << size;
-        expectModestRest(file, "/f");
+        expectLimitedSlack(file, "/f");
     }
     expectStorageAsSeen();
 }
@@ -135,7 +135,7 @@ TEST_F(MountedContentTest, KeepsTheRemainingBytesOfATruncation) {
         expected.pop_back();
         mount_.resize(file, expected.size());
         ASSERT_EQ(mount_.bytesOf(file), expected);
-        expectModestRest(file, "/f");
+        expectLimitedSlack(file, "/f");
     }
 }
 

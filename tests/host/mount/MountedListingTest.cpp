@@ -189,9 +189,9 @@ TEST_F(MountedListingTest, LeavesNoReferenceAfterAFailure) {
     mount_.namesIn(mount_.storage().root());
     std::uint64_t position = 0;
     const std::string second = '/' + piece(mount_.storage().root(), position, 4).back();
-    int questions = 0;
+    int queries = 0;
     provider_.before = [&](const std::string& operation, const StorageIRI& iri) {
-        if (operation == "getFileAttributes" && ++questions == 2) {
+        if (operation == "getFileAttributes" && ++queries == 2) {
             throw foundation::storage::provider::Exception(foundation::storage::provider::ErrorCode::NotFound,
                                                            iri);
         }

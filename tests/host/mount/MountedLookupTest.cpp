@@ -13,7 +13,7 @@ class MountedLookupTest : public MountedStorageTest {
 protected:
     /// Returns how many calls the storage gets during the operation.
     template <typename Operation>
-    int questionsOf(const Operation& operation) {
+    int providerCallsIn(const Operation& operation) {
         int count = 0;
         provider_.before = [&](const char*, const auto&) { ++count; };
         operation();
@@ -65,7 +65,7 @@ TEST_F(MountedLookupTest, CallsTheStorageOncePerEntry) {
     memory_->doCreateFolder(StorageIRI(u"/d"));
     mount_.at("/f");
     mount_.at("/d");
-    EXPECT_EQ(questionsOf([&] {
+    EXPECT_EQ(providerCallsIn([&] {
                   mount_.at("/f");
                   mount_.at("/d");
                   mount_.sizeOf(mount_.at("/f"));
@@ -76,18 +76,18 @@ TEST_F(MountedLookupTest, CallsTheStorageOncePerEntry) {
 TEST_F(MountedLookupTest, DoesNotCallTheStorageAfterAListing) {
     memory_->doCreateFile(StorageIRI(u"/f"));
     mount_.namesIn(mount_.storage().root());
-    EXPECT_EQ(questionsOf([&] {
+    EXPECT_EQ(providerCallsIn([&] {
                   mount_.find("/missing");
                   mount_.namesIn(mount_.storage().root());
               }),
               0);
     mount_.at("/f");
-    EXPECT_EQ(questionsOf([&] { mount_.at("/f"); }), 0);
+    EXPECT_EQ(providerCallsIn([&] { mount_.at("/f"); }), 0);
 }
 
 TEST_F(MountedLookupTest, DoesNotCallTheStorageForANewFolder) {
     mount_.makeFolder("/d");
-    EXPECT_EQ(questionsOf([&] {
+    EXPECT_EQ(providerCallsIn([&] {
                   EXPECT_EQ(mount_.find("/d/x"), nullptr);
                   EXPECT_THAT(mount_.namesIn(mount_.folder("/d")), IsEmpty());
               }),

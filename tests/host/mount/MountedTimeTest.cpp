@@ -29,7 +29,7 @@ TEST_F(MountedTimeTest, IsKeptWhenAFileIsOpenedForWriting) {
 
 TEST_F(MountedTimeTest, ReplacesNotADateTimeByTheCurrentTime) {
     using boost::posix_time::ptime;
-    const auto shown = [&](const ptime& time) {
+    const auto loadedTime = [&](const ptime& time) {
         const std::string name = "f" + std::to_string(memory_->doListAllNamesOnly(StorageIRI(u"/")).size());
         const StorageIRI iri(u"/" + std::u16string(name.begin(), name.end()));
         memory_->doCreateFile(iri);
@@ -37,10 +37,10 @@ TEST_F(MountedTimeTest, ReplacesNotADateTimeByTheCurrentTime) {
         return mount_.modifiedOf(mount_.file("/" + name));
     };
     const timespec before = storage::host::toDiskTime(boost::posix_time::second_clock::universal_time());
-    EXPECT_GE(shown(ptime(boost::posix_time::not_a_date_time)).tv_sec, before.tv_sec);
-    EXPECT_EQ(storage::host::formatDiskTime(shown(ptime(boost::posix_time::pos_infin))),
+    EXPECT_GE(loadedTime(ptime(boost::posix_time::not_a_date_time)).tv_sec, before.tv_sec);
+    EXPECT_EQ(storage::host::formatDiskTime(loadedTime(ptime(boost::posix_time::pos_infin))),
               "9999-12-31 23:59:59.999999 UTC");
-    EXPECT_EQ(storage::host::formatDiskTime(shown(ptime(boost::posix_time::neg_infin))),
+    EXPECT_EQ(storage::host::formatDiskTime(loadedTime(ptime(boost::posix_time::neg_infin))),
               "1400-01-01 00:00:00.000000 UTC");
 }
 

@@ -96,7 +96,7 @@ ProgramRun MountingTest::runMountedAt(const std::string& mountPoint, const Words
         ::close(pipe[1]);
         readAnnouncement(pipe[0]);
         ::close(pipe[0]);
-        if (said_.ends_with("ends it\n")) {
+        if (announcement_.ends_with("ends it\n")) {
             EXPECT_TRUE(isMountedAt(mountPoint));
             whenMounted(process);
         }
@@ -106,9 +106,9 @@ ProgramRun MountingTest::runMountedAt(const std::string& mountPoint, const Words
 
 /// Reads until the program exits or has reported that it is mounted.
 void MountingTest::readAnnouncement(int descriptor) {
-    said_.clear();
-    for (char byte = 0; !said_.ends_with("ends it\n") && ::read(descriptor, &byte, 1) == 1;) {
-        said_ += byte;
+    announcement_.clear();
+    for (char byte = 0; !announcement_.ends_with("ends it\n") && ::read(descriptor, &byte, 1) == 1;) {
+        announcement_ += byte;
     }
 }
 

@@ -56,7 +56,7 @@ protected:
 
     static void expectSuccess(const ProgramRun& run);
 
-    std::string said_; ///< output of the last started program until it was mounted
+    std::string announcement_; ///< output of the last started program until it was mounted
 
 private:
     void readAnnouncement(int descriptor);
