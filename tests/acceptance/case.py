@@ -40,7 +40,7 @@ def require(condition, message):
 
 
 def require_equal(found, expected, what):
-    require(found == expected, f"{what}: {found!r} in place of {expected!r}")
+    require(found == expected, f"{what}: expected {expected!r}, got {found!r}")
 
 
 def require_error(numbers, call, *arguments, **options):
@@ -51,9 +51,9 @@ def require_error(numbers, call, *arguments, **options):
     try:
         call(*arguments, **options)
     except OSError as error:
-        require(error.errno in numbers, f"{called} fails with '{os.strerror(error.errno)}' in place of '{names}'")
+        require(error.errno in numbers, f"{called}: expected '{names}', got '{os.strerror(error.errno)}'")
         return
-    raise Wrong(f"{called} succeeds, where it must fail with '{names}'")
+    raise Wrong(f"{called}: expected '{names}', but it succeeded")
 
 
 def call_c(name, *arguments):
@@ -112,7 +112,7 @@ def run_checks(checks):
 
 def skip_on_tmpfs():
     if ON_TMPFS:
-        print("it is about the mount itself")
+        print("tests only the mount itself")
         sys.exit(SKIPPED)
 
 
@@ -125,7 +125,7 @@ def wait_until(condition, what):
     """Fails after a timeout that only a hang can reach."""
     end = time.monotonic() + 60
     while not condition():
-        require(time.monotonic() < end, f"{what}: that did not come about within a minute")
+        require(time.monotonic() < end, f"{what}: timed out after a minute")
         time.sleep(0.01)
 
 
@@ -145,14 +145,14 @@ class Mount:
         if not any(line.startswith(b"mounted") for line in self.process.stdout):
             _, errors = self.process.communicate()
             raise Wrong(f"the mount ended with status {self.process.returncode}: {errors.decode()}")
-        require(is_mounted(folder), "the program says that it is mounted, but it is not")
+        require(is_mounted(folder), "the program reports that it is mounted, but it is not")
 
     def must_end(self):
         output, errors = self.process.communicate(timeout=60)
         require_equal(self.process.returncode, 0, f"the status of the mount ({errors.decode()})")
-        require_equal(errors, b"", "what the mount complains of")
-        require(not is_mounted(self.folder), "the mount stays behind")
-        require_equal(os.listdir(self.folder), [], "what is in the folder below the mount")
+        require_equal(errors, b"", "the errors of the mount")
+        require(not is_mounted(self.folder), "the mount is still there")
+        require_equal(os.listdir(self.folder), [], "the content of the folder below the mount")
 
     def end_by_signal(self, number):
         self.process.send_signal(number)
