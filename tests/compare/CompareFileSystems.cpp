@@ -26,7 +26,7 @@ struct Options {
     std::uint64_t seed = std::random_device()();
     std::vector<std::string> without;
     std::string replayed;
-    bool goesOn = false;
+    bool keepsGoing = false;
     bool listsKinds = false;
 };
 
@@ -35,7 +35,7 @@ void printExclusions(const Options& options) {
         std::cout << "not compared: " << name << ": " << reason << '\n';
     }
     for (const std::string& name : options.without) {
-        std::cout << "not compared: " << name << ": left out by the command line\n";
+        std::cout << "not compared: " << name << ": excluded on the command line\n";
     }
 }
 
@@ -63,7 +63,7 @@ void printTotals(const Totals& totals, const Options& options, std::size_t diffe
         onlyFailed += successes == 0 ? " " + kind : "";
     }
     if (!onlyFailed.empty()) {
-        std::cout << "these kinds only failed:" << onlyFailed << '\n';
+        std::cout << "kinds that never succeeded:" << onlyFailed << '\n';
     }
     std::cout << fmt::format("compare: seed {}: {} calls of {} kinds, {} % successful, {} differences\n",
                              options.seed, totals.calls, totals.successesOfKind.size(),
@@ -84,11 +84,11 @@ std::set<std::string> tryRandomly(const Options& options, const Exclusions& excl
         }
         const Difference smallest = comparison.shrink(*difference);
         std::cout << fmt::format(
-            "WRONG: {}, after {} calls of seed {}, also after {}, of which these are the last:\n",
+            "WRONG: {} after {} calls of seed {}; shrunk to {} calls, of which these are the last:\n",
             difference->signature(), difference->calls.size(), seed, smallest.calls.size());
         print(smallest);
         std::cout << std::flush;
-        if (!options.goesOn) {
+        if (!options.keepsGoing) {
             break;
         }
     }
@@ -137,16 +137,16 @@ int main(int argc, char** argv) {
     CLI::App app("Makes the same random system calls in two folders, whose content is removed, and compares "
                  "the results.");
     Options options;
-    app.add_option("REFERENCE", options.roots.reference, "Folder of the file system that is right");
-    app.add_option("TESTED", options.roots.tested, "Folder of the file system that is to agree");
-    app.add_option("--calls", options.calls, "How many calls")->capture_default_str();
-    app.add_option("--calls-per-round", options.callsOfRound, "After how many calls to begin anew")
+    app.add_option("REFERENCE", options.roots.reference, "Folder of the reference file system");
+    app.add_option("TESTED", options.roots.tested, "Folder of the tested file system");
+    app.add_option("--calls", options.calls, "Number of calls")->capture_default_str();
+    app.add_option("--calls-per-round", options.callsOfRound, "Number of calls per round")
         ->capture_default_str();
-    app.add_option("--seed", options.seed, "The calls follow from it");
-    app.add_option("--without", options.without, "Kinds of calls, fields or features to leave out")
+    app.add_option("--seed", options.seed, "Seed of the random calls");
+    app.add_option("--without", options.without, "Kinds of calls, fields or features to exclude")
         ->delimiter(',');
-    app.add_option("--replay", options.replayed, "File with the calls to make, as a difference is printed");
-    app.add_flag("--keep-going", options.goesOn, "Print each kind of difference once, and go on");
+    app.add_option("--replay", options.replayed, "File with the calls to make, one per line as printed");
+    app.add_flag("--keep-going", options.keepsGoing, "Print each kind of difference once, and continue");
     app.add_flag("--list-kinds", options.listsKinds, "Print the kinds of calls");
     CLI11_PARSE(app, argc, argv);
     try {

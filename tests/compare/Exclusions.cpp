@@ -6,7 +6,7 @@ namespace syscalls {
 
 std::span<const Exclusion> standingExclusions() {
     static constexpr std::array exclusions{
-        Exclusion{"folder.size", "how many bytes a folder has is up to the file system"},
+        Exclusion{"folder.size", "each file system defines the size of folders"},
         Exclusion{"atime.epoch", "whether a second read changes the time depends on the clock's tick"},
         Exclusion{"fallocate_zero_range", "tmpfs refuses it"},
     };

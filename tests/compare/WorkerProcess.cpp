@@ -86,7 +86,7 @@ WorkerProcess::WorkerProcess(const std::string& root, const Exclusions& exclusio
             enter(root);
             serve(ends[1], exclusions);
         } catch (const std::exception& error) {
-            fmt::print(stderr, "compare: a process ends: {}\n", error.what());
+            fmt::print(stderr, "compare: a worker process failed: {}\n", error.what());
             ::_exit(1);
         }
         ::_exit(0);
@@ -102,7 +102,7 @@ WorkerProcess::~WorkerProcess() {
 }
 
 void WorkerProcess::send(const std::string& message) const {
-    ::send(socket_, message.data(), message.size(), MSG_NOSIGNAL); // a failure causes a missing answer
+    ::send(socket_, message.data(), message.size(), MSG_NOSIGNAL); // a failure results in "no answer"
 }
 
 void WorkerProcess::beginEpoch(timespec begin) {
@@ -126,7 +126,7 @@ std::vector<Outcome> WorkerProcess::outcomes() {
     std::string buffer(longestMessage, '\0');
     const ssize_t count = ::recv(socket_, buffer.data(), buffer.size(), 0);
     if (count <= 0) {
-        return {{{{"result", "the process has ended"}}}};
+        return {{{{"result", "the process has exited"}}}};
     }
     std::istringstream in(buffer.substr(0, static_cast<std::size_t>(count)));
     std::vector<Outcome> outcomes;
