@@ -35,7 +35,7 @@ void getExtended(fuse_req_t request, fuse_ino_t number, const char* name, std::s
     });
 }
 
-/// Hides names that only the superuser may use from other users.
+/// Hides the names of "trusted." from all users except root.
 void listExtended(fuse_req_t request, fuse_ino_t number, std::size_t room) {
     using Names = ExtendedAttributeSet::Names;
     answer(request, [&] {
