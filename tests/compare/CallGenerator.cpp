@@ -5,7 +5,7 @@
 namespace syscalls {
 
 CallGenerator::CallGenerator(std::uint64_t seed, const Exclusions& exclusions)
-    : choice_(seed, sketch_, exclusions), isSuperuserAlone_(exclusions.has("user-1")) {
+    : choice_(seed, sketch_, exclusions), usesRootOnly_(exclusions.has("user-1")) {
     for (const CallKind& kind : allKinds()) {
         if (!exclusions.has(kind.name)) {
             kinds_.insert(kinds_.end(), kind.weight, &kind);
@@ -17,7 +17,7 @@ Call CallGenerator::next() {
     const CallKind& kind =
         *kinds_[static_cast<std::size_t>(choice_.below(static_cast<std::int64_t>(kinds_.size())))];
     Call call;
-    call.user = isSuperuserAlone_ ? 0 : static_cast<unsigned>(choice_.below(TreeSketch::users));
+    call.user = usesRootOnly_ ? 0 : static_cast<unsigned>(choice_.below(TreeSketch::users));
     call.kind = kind.name;
     choice_.setUser(call.user);
     kind.choose(choice_, call);

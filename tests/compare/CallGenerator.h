@@ -26,7 +26,7 @@ private:
 
     TreeSketch sketch_;
     Choice choice_;
-    const bool isSuperuserAlone_;
+    const bool usesRootOnly_;
     std::vector<const CallKind*> kinds_; ///< each repeated according to its weight
 };
 
