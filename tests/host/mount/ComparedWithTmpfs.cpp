@@ -24,7 +24,7 @@ void ComparedWithTmpfs::SetUp() {
         return;
     }
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only a superuser can become another user";
+        GTEST_SKIP() << "only root can become another user";
     }
     isTmpfsMounted_ = ::mount("tmpfs", tmpfs_.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "noacl") == 0 ||
                       ::mount("tmpfs", tmpfs_.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "") == 0;

@@ -66,7 +66,7 @@ TEST_F(InodeGuardsTest, ReturnsNoStreamOfAnotherFile) {
         FileInode other(u"g", number);
         ASSERT_EQ(streamOf(other), nullptr) << number;
     }
-    EXPECT_EQ(streamOf(file_), nullptr) << "some other had the same place";
+    EXPECT_EQ(streamOf(file_), nullptr) << "another file has the same slot";
 }
 
 TEST_F(InodeGuardsTest, BoundsTheNumberOfOpenStreams) {
@@ -106,7 +106,7 @@ TEST_F(InodeGuardsTest, KeepsTheLastStreamOfADetachedFileOpen) {
     removed.detached = true;
     removed.requireRare().lastStream = std::make_unique<OpenStream>(stream());
     EXPECT_EQ(streamOf(removed), removed.rare->lastStream->stream.get());
-    EXPECT_NE(streamOf(file_), nullptr) << "the same place, but not needed";
+    EXPECT_NE(streamOf(file_), nullptr) << "it has the same slot, but does not use it";
     guards_.hold(removed).closeStreamOf(removed);
     guards_.closeStreams();
     EXPECT_EQ(streamOf(file_), nullptr);
@@ -125,7 +125,7 @@ TEST_F(InodeGuardsTest, DoesNotBlockOtherFilesOfTheSlot) {
     });
     constexpr std::chrono::minutes tooLong(1); // fails instead of hanging
     ASSERT_EQ(others.wait_for(tooLong), std::future_status::ready);
-    EXPECT_EQ(held.streamOf(file_).stream.get(), used) << "whatever the others did";
+    EXPECT_EQ(held.streamOf(file_).stream.get(), used) << "the guard was held meanwhile";
 }
 
 TEST_F(InodeGuardsTest, WaitsForStreamsInUseWhenClosing) {

@@ -154,7 +154,7 @@ TEST_F(MountEndingTest, RepeatsAFailedExport) {
     });
     EXPECT_EQ(run.status(), 0);
     EXPECT_EQ(readFile(out_ + "/f"), "content");
-    EXPECT_EQ(namesIn(rescue_), "") << "the note is of no use any more";
+    EXPECT_EQ(namesIn(rescue_), "") << "the note must be removed";
 }
 
 TEST_F(MountEndingTest, RescuesTheContentOfAnUnmountedStorage) {

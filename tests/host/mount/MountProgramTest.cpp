@@ -86,7 +86,7 @@ TEST_F(MountProgramTest, ReportsEachFailureInOneLine) {
             EXPECT_FALSE(isMounted()) << reason;
         }
     }
-    EXPECT_EQ(namesIn(disk_.path()), "closed file folder mount") << "nothing has been made";
+    EXPECT_EQ(namesIn(disk_.path()), "closed file folder mount") << "nothing was created";
 }
 
 TEST_F(MountingTest, ServesAnOrdinaryFolderUntilASignal) {
@@ -235,7 +235,7 @@ TEST_F(MountingTest, RefusesToCoverAStaleMount) {
         EXPECT_EQ(second.status(), 1);
         EXPECT_THAT(second.errors(), HasSubstr("a stale mount, whose server has exited"));
         EXPECT_TRUE(unmount());
-        EXPECT_FALSE(isMounted()) << "another mount was made over the dead one";
+        EXPECT_FALSE(isMounted()) << "another mount covers the stale one";
     });
     EXPECT_EQ(run.status(), -SIGKILL);
 }
@@ -243,7 +243,7 @@ TEST_F(MountingTest, RefusesToCoverAStaleMount) {
 /// The kernel reuses the device number of a mount as soon as it is free.
 TEST_F(MountingTest, RemovesNoMountOfOthersAtItsEnd) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only a superuser may mount a tmpfs";
+        GTEST_SKIP() << "only root may mount a tmpfs";
     }
     constexpr int count = 8; // in case another test gets the number meanwhile
     const ProgramRun run = runMounted({}, [&](pid_t process) {
@@ -260,7 +260,7 @@ TEST_F(MountingTest, RemovesNoMountOfOthersAtItsEnd) {
     expectSuccess(run);
     for (int i = 0; i < count; ++i) {
         const std::string other = disk_ / ("other" + std::to_string(i));
-        EXPECT_EQ(::umount(other.c_str()), 0) << other << " is no mount any more";
+        EXPECT_EQ(::umount(other.c_str()), 0) << other << " is not mounted any more";
     }
 }
 

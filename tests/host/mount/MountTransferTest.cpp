@@ -187,7 +187,7 @@ TEST_F(MountTransferTest, OverwritesAttributesOfTheTarget) {
 
 TEST_F(MountTransferTest, KeepsTheOwnerOfSetIdFiles) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only the superuser can make files of others";
+        GTEST_SKIP() << "only root can create files of other users";
     }
     disk_.write("src/f", "x");
     ASSERT_EQ(::chown((disk_ / "src/f").c_str(), 1234, 5678), 0);

@@ -72,7 +72,7 @@ TEST_F(MountedContentTest, FillsAGapWithZeros) {
 TEST_F(MountedContentTest, HidesOldBytesInAGapAfterATruncation) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
     mount_.resize(file, 60);
-    EXPECT_EQ(storedSize("/f"), 100U) << "the rest is to be there, or nothing is tested here";
+    EXPECT_EQ(storedSize("/f"), 100U) << "without slack this test checks nothing";
     mount_.write(file, 90, "x");
     EXPECT_EQ(mount_.bytesOf(file), pattern(100).substr(0, 60) + std::string(30, '\0') + "x");
     mount_.resize(file, 70);
@@ -101,7 +101,7 @@ TEST_F(MountedContentTest, HidesOldBytesAfterAnAllocation) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
     mount_.resize(file, 60);
     mount_.storage().allocate(file, 0, 0, 50);
-    EXPECT_EQ(mount_.sizeOf(file), 60U) << "reaching never shortens";
+    EXPECT_EQ(mount_.sizeOf(file), 60U) << "an allocation never shortens a file";
     mount_.storage().allocate(file, 0, 0, 120);
     EXPECT_EQ(mount_.bytesOf(file), pattern(100).substr(0, 60) + std::string(60, '\0'));
     expectStorageAsSeen();
@@ -146,10 +146,10 @@ TEST_F(MountedContentTest, CopiesTheFileRarelyWhenItIsTruncated) {
     provider_.before = [&](const std::string& operation, const auto&) {
         emptied += operation == "openStream" ? 1 : 0;
     };
-    for (std::size_t rest = size; rest > 0; --rest) {
-        mount_.resize(file, rest - 1);
+    for (std::size_t left = size; left > 0; --left) {
+        mount_.resize(file, left - 1);
     }
-    EXPECT_LE(emptied, 2 * 17) << "one for each power of two, and one to go on writing";
+    EXPECT_LE(emptied, 2 * 17) << "one for each power of two, and one to continue writing";
 }
 
 TEST_F(MountedContentTest, ServesOtherFilesDuringALongTruncation) {
@@ -168,7 +168,7 @@ TEST_F(MountedContentTest, ServesOtherFilesDuringALongTruncation) {
             mount_.write(other, made.size(), "x");
         });
         constexpr std::chrono::minutes tooLong(1); // fails instead of hanging
-        ASSERT_EQ(done.wait_for(tooLong), std::future_status::ready) << "held up by the truncation";
+        ASSERT_EQ(done.wait_for(tooLong), std::future_status::ready) << "blocked by the truncation";
         made.push_back(path);
         isMakingOne = false;
     };
@@ -181,7 +181,7 @@ TEST_F(MountedContentTest, ServesOtherFilesDuringALongTruncation) {
 }
 
 TEST_F(MountedContentTest, KeepsAChangeDuringTheCopyOfATruncation) {
-    constexpr std::size_t rest = 3 * mebibyte;
+    constexpr std::size_t left = 3 * mebibyte;
     FileInode& file = mount_.makeFile("/f", pattern(10 * mebibyte));
     std::future<void> change;
     provider_.beforeRead = [&] {
@@ -189,10 +189,10 @@ TEST_F(MountedContentTest, KeepsAChangeDuringTheCopyOfATruncation) {
             change = std::async(std::launch::async, [&] { mount_.write(file, 10, "changed"); });
         }
     };
-    mount_.resize(file, rest);
+    mount_.resize(file, left);
     change.get();
     provider_.beforeRead = [] {};
-    EXPECT_EQ(mount_.bytesOf(file), pattern(10 * mebibyte).substr(0, rest).replace(10, 7, "changed"));
+    EXPECT_EQ(mount_.bytesOf(file), pattern(10 * mebibyte).substr(0, left).replace(10, 7, "changed"));
     expectStorageAsSeen();
 }
 
@@ -202,7 +202,7 @@ TEST_F(MountedContentTest, UndoesAnInterruptedAllocation) {
     const auto isInterrupted = [&] { return ++asked == 2; };
     EXPECT_EQ(errnoOf([&] { mount_.storage().allocate(file, 0, 0, 500 * mebibyte, isInterrupted); }), EINTR);
     EXPECT_EQ(mount_.bytesOf(file), "content");
-    EXPECT_LT(storedSize("/f"), 100U) << "what was filled is given back";
+    EXPECT_LT(storedSize("/f"), 100U) << "the filled pages are freed";
     expectStorageAsSeen();
 }
 
@@ -269,7 +269,7 @@ TEST_F(MountedContentTest, KeepsAFileUnchangedWithoutSpace) {
     EXPECT_EQ(mount.storage().space().available, 10U);
     EXPECT_EQ(storedSize("/f"), 3U);
     mount.write(file, 0, "xyz");
-    EXPECT_EQ(mount.bytesOf(file), "xyz") << "what takes no room goes on";
+    EXPECT_EQ(mount.bytesOf(file), "xyz") << "a write that requires no space succeeds";
     provider.available = 50000;
     mount.write(file, 2000, "x");
     EXPECT_EQ(mount.sizeOf(file), 2001U);
@@ -283,7 +283,7 @@ TEST_F(MountedContentTest, OverwritesWithoutSpace) {
     mount.resize(file, 60);
     provider.available = 0;
     mount.write(file, 0, pattern(100, 7));
-    EXPECT_EQ(mount.bytesOf(file), pattern(100, 7)) << "the rest of the truncation is room too";
+    EXPECT_EQ(mount.bytesOf(file), pattern(100, 7)) << "slack can be overwritten";
 }
 
 TEST_F(MountedContentTest, ReportsFailedAllocationsAsAFullStorage) {

@@ -94,7 +94,7 @@ TEST_F(MountedExtendedAttributeTest, EnforcesLimits) {
         set("user." + std::string(195 - number.size(), 'n') + number, "");
     }
     EXPECT_EQ(errnoOf([&] { set("user." + std::string(195, 'm'), ""); }), ENOSPC);
-    EXPECT_LE(names().size(), most) << "no listing is longer";
+    EXPECT_LE(names().size(), most) << "the limit of listxattr(2)";
 }
 
 TEST_F(MountedExtendedAttributeTest, RequiresSpace) {

@@ -67,11 +67,11 @@ const std::vector<Use> uses{
     {"rename a read-only folder", [](MountedTree& mount) { mount.rename("/r", "/d/new"); }},
     {"write", [](MountedTree& mount) { mount.write(mount.file("/f"), 2, "XYZ"); }},
     {"write to a read-only file", [](MountedTree& mount) { mount.write(mount.file("/r/fixed"), 2, "XYZ"); }},
-    {"write behind the end", [](MountedTree& mount) { mount.write(mount.file("/f"), largeSize, "XYZ"); }},
-    {"reach", [](MountedTree& mount) { mount.storage().allocate(mount.file("/f"), 0, 0, largeSize); }},
+    {"write beyond the end", [](MountedTree& mount) { mount.write(mount.file("/f"), largeSize, "XYZ"); }},
+    {"allocate", [](MountedTree& mount) { mount.storage().allocate(mount.file("/f"), 0, 0, largeSize); }},
     {"grow", [](MountedTree& mount) { mount.resize(mount.file("/f"), largeSize); }},
-    {"empty", [](MountedTree& mount) { mount.resize(mount.file("/f"), 0); }},
-    {"shorten a little", [](MountedTree& mount) { mount.resize(mount.file("/f"), 30); }},
+    {"truncate to nothing", [](MountedTree& mount) { mount.resize(mount.file("/f"), 0); }},
+    {"truncate a little", [](MountedTree& mount) { mount.resize(mount.file("/f"), 30); }},
     {"write to a hole", [](MountedTree& mount) { mount.write(mount.file("/f"), 2 * onePage + 7, "XYZ"); },
      makeHoles},
     {"write to holes and pages",
@@ -79,7 +79,7 @@ const std::vector<Use> uses{
          mount.write(mount.file("/f"), 3 * onePage + 7, std::string(3 * onePage, 'X'));
      },
      makeHoles},
-    {"write behind the end of holes",
+    {"write beyond the end of holes",
      [](MountedTree& mount) { mount.write(mount.file("/f"), 20 * onePage + 7, "XYZ"); }, makeHoles},
     {"reserve holes",
      [](MountedTree& mount) { mount.storage().allocate(mount.file("/f"), 0, 10, 20 * onePage); }, makeHoles},
@@ -88,7 +88,7 @@ const std::vector<Use> uses{
          mount.storage().allocate(mount.file("/f"), punch, 4 * onePage, 2 * onePage + 10);
      },
      makeHoles},
-    {"make a file a hole",
+    {"turn a file into a hole",
      [](MountedTree& mount) { mount.storage().allocate(mount.file("/f"), punch, 0, onePage); }},
     {"overwrite with zeros",
      [](MountedTree& mount) {
@@ -111,7 +111,7 @@ class MountedFailureTest : public testing::TestWithParam<Use> {
 public:
     static void TearDownTestSuite() {
         std::cout << uses.size() << " operations of programs: " << operations_
-                  << " failures of the storage, of which the program was told " << failures_ << '\n';
+                  << " failures of the storage, of which programs got " << failures_ << '\n';
     }
 
 protected:

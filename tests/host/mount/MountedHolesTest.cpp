@@ -184,7 +184,7 @@ TEST_F(MountedHolesTest, ServesOtherFilesDuringLongChanges) {
         const std::string path = "/" + std::to_string(made.size());
         auto done = std::async(std::launch::async, [&] { mount_.makeFile(path, "x"); });
         constexpr std::chrono::minutes tooLong(1); // fails instead of hanging
-        ASSERT_EQ(done.wait_for(tooLong), std::future_status::ready) << "held up";
+        ASSERT_EQ(done.wait_for(tooLong), std::future_status::ready) << "blocked by the change";
         made.push_back(path);
         isMakingOne = false;
     };

@@ -123,7 +123,7 @@ TEST_F(MountedListingTest, MissesAndRepeatsNothingWhileTheFolderChanges) {
     for (int i = round; i < 60; ++i) {
         EXPECT_EQ(seen.count(std::to_string(i)), 1U) << i;
     }
-    EXPECT_LT(round, 30) << "what is added meanwhile must not keep the listing going";
+    EXPECT_LT(round, 30) << "new entries must not prolong the listing";
 }
 
 TEST_F(MountedListingTest, EndsWhenAllListedEntriesAreRenamed) {
@@ -177,7 +177,7 @@ TEST_F(MountedListingTest, CountsReferencesOnlyForAcceptedAttributes) {
     piece(mount_.storage().root(), position, 4, Detail::Attributes); // ".", ".." and two more
     EXPECT_EQ(referencesOf(4), 1U);
     EXPECT_EQ(referencesOf(3), 1U);
-    EXPECT_EQ(referencesOf(2), 0U) << "there was no room for it";
+    EXPECT_EQ(referencesOf(2), 0U) << "the buffer had no room for it";
     EXPECT_EQ(mount_.storage().root().references, 0U);
 }
 

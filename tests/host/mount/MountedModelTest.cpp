@@ -69,7 +69,7 @@ private:
     void compareOpenFile();
     void write(const OpenFile& file);
     void truncate(const OpenFile& file);
-    void reach(const OpenFile& file);
+    void allocate(const OpenFile& file);
     OpenFile anyFile();
     void expectSame(storage::host::Inode& inode, const ModelEntry& entry, const std::string& path);
 
@@ -272,7 +272,7 @@ void MountedModelTest::truncate(const OpenFile& file) {
     file.entry->bytes.resize(size, '\0');
 }
 
-void MountedModelTest::reach(const OpenFile& file) {
+void MountedModelTest::allocate(const OpenFile& file) {
     const std::size_t size = upTo(file.entry->bytes.size() * 2);
     mount_.storage().allocate(*file.inode, 0, 0, size);
     file.entry->bytes.resize(std::max(size, file.entry->bytes.size()), '\0');
@@ -291,7 +291,7 @@ void MountedModelTest::changeContent() {
         truncate(file);
         break;
     case 2:
-        reach(file);
+        allocate(file);
         break;
     default:
         write(file);

@@ -137,7 +137,7 @@ TEST_F(MountedTimeTest, IsClampedToTheRangeOfStorages) {
     EXPECT_EQ(storedTime("/f"), "1400-01-01 00:00:00.000000 UTC");
     mount_.setModified(file, {10'000 * year, 0}); // 11970
     EXPECT_EQ(storedTime("/f").substr(0, 10), "9999-12-31");
-    EXPECT_EQ(mount_.modifiedOf(file), (timespec{10'000 * year, 0})) << "the mount keeps what it was given";
+    EXPECT_EQ(mount_.modifiedOf(file), (timespec{10'000 * year, 0})) << "the mount keeps the exact time";
     expectStorageAsSeen();
 }
 

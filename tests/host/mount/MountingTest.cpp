@@ -29,7 +29,7 @@ bool mayMount(int device) {
 std::optional<std::string> obstacle() {
     const int device = ::open("/dev/fuse", O_RDWR | O_CLOEXEC);
     if (device < 0) {
-        return "/dev/fuse is missing or may not be opened, so nothing can be mounted here";
+        return "/dev/fuse is missing or cannot be opened";
     }
     const bool isPermitted = ::geteuid() != 0 || mayMount(device);
     ::close(device);

@@ -109,7 +109,7 @@ TEST_F(UnmountProgramTest, RefusesPathsThatAreNoMounts) {
 
 TEST_F(UnmountProgramTest, RefusesOtherUsers) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only a superuser can become another user";
+        GTEST_SKIP() << "only root can become another user";
     }
     constexpr uid_t somebody = 65534;
     fs::permissions(disk_.path(), fs::perms(0755));
@@ -143,7 +143,7 @@ TEST_F(UnmountProgramTest, ExportsHolesOfAnyLength) {
 
 TEST_F(UnmountProgramTest, KeepsTheOwnerOfExportedSetIdFiles) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only a superuser can become another user";
+        GTEST_SKIP() << "only root can become another user";
     }
     constexpr uid_t somebody = 65534;
     fs::permissions(disk_.path(), fs::perms(0755));
@@ -168,8 +168,8 @@ TEST_F(UnmountProgramTest, KeepsTheOwnerOfExportedSetIdFiles) {
     }));
     struct stat program {};
     EXPECT_EQ(::stat((exported + "/program").c_str(), &program), 0);
-    EXPECT_EQ(program.st_mode, S_IFREG | 06755U) << "with the rights of";
-    EXPECT_EQ(program.st_uid, somebody) << "its owner";
+    EXPECT_EQ(program.st_mode, S_IFREG | 06755U);
+    EXPECT_EQ(program.st_uid, somebody);
     EXPECT_EQ(program.st_gid, somebody);
     struct stat folder {};
     EXPECT_EQ(::stat((exported + "/folder").c_str(), &folder), 0);
