@@ -121,8 +121,8 @@ void ChildTable::exchange(TreeEntry& child, ChildTable& from, TreeEntry& other) 
     from.folders_ += (isFolder(child) ? 1U : 0U) - (isFolder(other) ? 1U : 0U);
 }
 
-/// The first slot whose position is not greater. Tries an index first: it is exact if no child has left the
-/// folder, because positions are assigned downwards without gaps.
+/// The first slot with at most this position. First tries the slot at the distance of the position from the
+/// last one, which is right as long as no child has left the folder.
 ChildTable::Slots::const_iterator ChildTable::slotFrom(std::uint64_t position) const noexcept {
     const std::uint64_t latest = lastPosition - std::min(position, lastPosition);
     if (latest < slots_.size()) {

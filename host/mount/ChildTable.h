@@ -47,7 +47,7 @@ public:
     /// The next child of a listing after `position`, or null at its end.
     TreeEntry* after(std::uint64_t position) const noexcept;
 
-    /// Adds a child whose name is not there yet.
+    /// Adds a child. Precondition: no child has its name.
     /// @throws std::bad_alloc with nothing changed
     TreeEntry& add(std::unique_ptr<TreeEntry> child);
 

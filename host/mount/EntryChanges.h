@@ -23,8 +23,8 @@ public:
                  const Ownership& ownership)
         : provider_(provider), guards_(guards), space_(space), contents_(contents), ownership_(ownership) {}
 
-    /// Creates an entry that belongs to `entry.owner`; in a folder with the set-group-ID bit, to the folder's
-    /// group.
+    /// Creates an entry that belongs to `entry.owner`. In a folder with the set-group-ID bit, it gets the
+    /// folder's group.
     /// @throws ErrnoError EEXIST, ENOSPC, ENOENT for a removed folder
     Inode& make(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, NewEntry entry);
 

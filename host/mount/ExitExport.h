@@ -21,7 +21,8 @@ public:
     /// @throws CommandError when an export to the target could not succeed
     ExitExport(std::string target, Console& console, const Interruption& interruption);
 
-    /// Makes `run` also remove from the target what was imported from there and is no longer in the storage.
+    /// Makes `run` also remove entries from the target that were imported from there and are no longer in the
+    /// storage.
     void synchronize(ImportedTree imported) { imported_.emplace(std::move(imported)); }
 
     const std::string& target() const noexcept { return target_; }

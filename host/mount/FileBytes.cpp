@@ -116,7 +116,7 @@ void FileBytes::write(std::uint64_t offset, std::span<const char> bytes) {
     file_.sparse ? writeSparse(offset, bytes) : writeDense(offset, bytes);
 }
 
-/// Appends first: if there is no room for that, nothing has been overwritten. Fills a gap before the offset
+/// Appends first: if there is no space for that, nothing has been overwritten. Fills a gap before the offset
 /// with zeros, because a stream would append the bytes at its end. That also overwrites slack of an earlier
 /// truncation.
 void FileBytes::writeDense(std::uint64_t offset, std::span<const char> bytes) {
@@ -133,7 +133,7 @@ void FileBytes::writeDense(std::uint64_t offset, std::span<const char> bytes) {
     file_.attributes.size = std::max(file_.attributes.size, end);
 }
 
-/// Writes new pages first: if there is no room for them, nothing has been overwritten. They become part of
+/// Writes new pages first: if there is no space for them, nothing has been overwritten. They become part of
 /// the file when nothing can fail any more.
 void FileBytes::writeSparse(std::uint64_t offset, std::span<const char> bytes) {
     SparseMap& map = *file_.sparse;

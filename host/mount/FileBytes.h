@@ -32,7 +32,7 @@ public:
     void readStored(std::uint64_t offset, std::span<char> buffer);
 
     /// Writes all bytes. A gap between the size and `offset` becomes a hole where it covers whole pages.
-    /// @throws ErrnoError ENOSPC when there is no room; the content visible to programs is unchanged
+    /// @throws ErrnoError ENOSPC when there is no space; the content visible to programs is unchanged
     void write(std::uint64_t offset, std::span<const char> bytes);
 
     /// Sets a size that is not less. The new range is a hole, except in the last page.
@@ -45,9 +45,9 @@ public:
     std::uint64_t holesIn(PageRange range) const noexcept;
 
     /// Stores holes of the range as reserved pages. Pages that are reserved already become written zeros.
-    /// @param needed  pages for which there must be room, including later calls
+    /// @param needed  pages for which there must be space, including later calls
     /// @param added   receives the reserved ranges
-    /// @throws ErrnoError ENOSPC when there is no room; nothing is reserved then
+    /// @throws ErrnoError ENOSPC when there is no space; nothing is reserved then
     void reserve(PageRange range, std::uint64_t needed, std::vector<PageRange>& added);
 
     /// Overwrites the stored bytes of a range with zeros.

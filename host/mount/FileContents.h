@@ -40,7 +40,7 @@ public:
     enum class CachedBlocks { Current, Outdated };
 
     /// Writes all of `bytes` at `offset`.
-    /// @throws ErrnoError ENOSPC when there is no room; the content visible to programs is unchanged
+    /// @throws ErrnoError ENOSPC when there is no space; the content visible to programs is unchanged
     CachedBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
 
     /// Returns the number of pages of the file, and notes that the kernel has got it. Precondition: the
@@ -50,10 +50,10 @@ public:
     /// Whether the program has cancelled the request. Called between the steps of a long operation.
     using IsInterrupted = std::function<bool()>;
 
-    /// Implements fallocate(2): reserves room, makes a hole or overwrites with zeros. Other requests run
+    /// Implements fallocate(2): reserves space, makes a hole or overwrites with zeros. Other requests run
     /// between the steps of a long operation.
     /// @param mode  FALLOC_FL_*
-    /// @throws ErrnoError EOPNOTSUPP for an unknown mode; ENOSPC when there is no room, EINTR; the content
+    /// @throws ErrnoError EOPNOTSUPP for an unknown mode; ENOSPC when there is no space, EINTR; the content
     ///     visible to programs is unchanged, except when it was being overwritten with zeros
     void allocate(FileInode& file, int mode, std::uint64_t offset, std::uint64_t length,
                   const IsInterrupted& isInterrupted);
@@ -71,14 +71,14 @@ public:
     void prepareToShrink(FileInode& file, std::uint64_t size);
 
     /// Sets the size. Precondition: the attributes are known.
-    /// @throws ErrnoError ENOSPC when there is no room; the file is unchanged then
+    /// @throws ErrnoError ENOSPC when there is no space; the file is unchanged then
     void resize(const LockedTree& tree, FileInode& file, InodeGuards::Held& held, std::uint64_t size);
 
     /// Frees the file's slack in the storage if there is enough of it.
     void trimSlack(FileInode& file) noexcept;
 
     /// Makes the stored file equal to what programs see: no holes, no slack, the same time.
-    /// @throws ErrnoError ENOSPC if there is no room to fill the holes; the file is unchanged then
+    /// @throws ErrnoError ENOSPC if there is no space to fill the holes; the file is unchanged then
     void settle(const ExclusiveTree& tree, FileInode& file);
 
     /// Keeps the bytes of a file that is about to be removed readable and writable for programs that have it

@@ -16,7 +16,7 @@ namespace storage::host {
 
 constexpr mode_t anyExecution = 0111; ///< the permission bits that make a file executable
 
-// Of the permissions, a storage keeps only the writable flag. These complete it.
+// A storage keeps only the owner's write bit. These are the defaults of the other permissions.
 constexpr mode_t usualFilePermissions = 0644;
 constexpr mode_t usualFolderPermissions = 0755;
 
@@ -39,10 +39,10 @@ struct EntryAttributes {
 /// The provider has only files and folders. Entries of all other kinds exist only in the mount, until it
 /// ends.
 ///
-/// An inode exists as long as its entry, so that its number does not change, and longer if the kernel refers
-/// to it. The place is guarded by the tree's lock and is accessible only through `LockedTree`, which holds
-/// it. The attributes are guarded by the inode's guard (`InodeGuards`). Changing the permissions also
-/// requires the tree's lock, shared.
+/// An inode exists as long as its entry exists or the kernel refers to it, so its number does not change. The
+/// place is guarded by the tree's lock and is accessible only through `LockedTree`, which holds the lock. The
+/// attributes are guarded by the inode's guard (`InodeGuards`). Changing the permissions also requires the
+/// tree's lock, shared.
 struct Inode : TreeEntry {
     enum class Kind : std::uint8_t { File, Folder, SymbolicLink, Fifo, Socket, CharacterDevice, BlockDevice };
 
@@ -66,7 +66,7 @@ struct Inode : TreeEntry {
     }
 
     const Kind kind;
-    bool attributesKnown = false;             ///< loaded from the provider; guarded like the attributes
+    bool attributesKnown = false;             ///< whether `attributes` are loaded or set; guarded like them
     mutable InodeLock lock;                   ///< acquired through `InodeGuards`
     const std::uint64_t number;               ///< for stat(2), never reused
     std::atomic<std::uint64_t> references{0}; ///< held by the kernel

@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// A mutex of four bytes, for objects that exist in millions. A waiting thread blocks in the kernel.
+/// A mutex of four bytes, because there may be millions of inodes. A waiting thread blocks in the kernel.
 class InodeLock {
 public:
     void lock() noexcept {

@@ -28,7 +28,7 @@ public:
                 MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests, ExitExport* exitExport,
                 RescueFolder& rescue, Console& console);
 
-    /// Waits until the mount is to end, and ends it. Reports failures to the console.
+    /// Waits for an unmount, a signal or a request, and ends the mount. Reports failures to the console.
     void run();
 
 private:

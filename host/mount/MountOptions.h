@@ -8,7 +8,7 @@
 
 namespace storage::host {
 
-/// How a storage is to be mounted. A value.
+/// The options of a mount. A value.
 struct MountOptions {
     enum class Place { Foreground, Background };
     enum class Writing { Allowed, Refused };

@@ -18,7 +18,7 @@ public:
     MountedExtendedAttributes(InodeTree& tree, InodeGuards& guards, StorageSpace& space)
         : tree_(tree), guards_(guards), space_(space) {}
 
-    /// @throws ErrnoError as `ExtendedAttributeSet::set`; also ENOSPC when there is no room, with nothing
+    /// @throws ErrnoError as `ExtendedAttributeSet::set`; also ENOSPC when there is no space, with nothing
     ///     changed
     void set(Inode& inode, std::string_view name, std::string_view value, int flags);
     std::string get(const Inode& inode, std::string_view name);

@@ -154,7 +154,7 @@ public:
     /// Files that `settle` could not make equal to what programs saw.
     struct Unsettled {
         std::vector<Failure> failures;      ///< files with slack after their end or with another time
-        std::vector<std::string> withHoles; ///< paths of files without room to fill their holes
+        std::vector<std::string> withHoles; ///< paths of files without space to fill their holes
     };
 
     /// Whether the storage is persistent.

@@ -9,7 +9,7 @@ class HoleSeeker;
 class MountedStorage;
 class UnmountRequests;
 
-/// When the kernel sends what programs write.
+/// When the kernel sends the writes of programs.
 enum class WriteMode {
     Back,    ///< later and in large pieces; the kernel maintains times and sizes of files itself
     Through, ///< at once, while the program waits; later only for files that programs map into memory

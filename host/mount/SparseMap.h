@@ -48,7 +48,7 @@ class SparseMap {
 public:
     enum class State {
         Written,  ///< the stored bytes are the file's
-        Reserved, ///< room for later writes; stored as zeros
+        Reserved, ///< space for later writes; stored as zeros
     };
 
     /// A run of pages that are consecutive in the file and in the storage. A value.

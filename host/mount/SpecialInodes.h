@@ -15,7 +15,7 @@ struct SymbolicLinkInode final : Inode {
     const std::string target;
 };
 
-/// A fifo, socket or device of a mounted storage. The kernel implements what programs do with it.
+/// A fifo, socket or device of a mounted storage. The kernel implements all operations on it.
 struct SpecialInode final : Inode {
     SpecialInode(Kind entryKind, CompactName entryName, std::uint64_t entryNumber, dev_t entryDevice) noexcept
         : Inode(entryKind, std::move(entryName), entryNumber), device(entryDevice) {}

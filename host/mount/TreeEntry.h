@@ -12,7 +12,7 @@ struct Inode;
 
 /// A name in a folder: an inode's own name, or an alias.
 ///
-/// The place is guarded by the tree's lock and is accessible only through `LockedTree`, which holds it.
+/// The place is guarded by the tree's lock and is accessible only through `LockedTree`, which holds the lock.
 class TreeEntry {
 public:
     TreeEntry(const TreeEntry&) = delete;

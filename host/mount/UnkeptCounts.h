@@ -5,8 +5,7 @@
 
 namespace storage::host {
 
-/// Counts of what the mount stores but the storage cannot, and which is therefore lost with the mount. A
-/// value.
+/// Counts of entries and attributes that only the mount keeps, so that they are lost when it ends. A value.
 struct UnkeptCounts {
     std::size_t links = 0;        ///< symbolic links, and names of files beyond the first
     std::size_t specialFiles = 0; ///< fifos, sockets and devices
