@@ -14,7 +14,7 @@ struct Call {
     static constexpr std::size_t mostNumbers = 6;
 
     unsigned user = 0;
-    std::string kind = {};                           ///< a name in the table of kinds
+    std::string kind = {};                           ///< the name of a `CallKind`
     std::array<std::int64_t, mostNumbers> numbers{}; ///< the kind defines their meaning
     std::string first = {};                          ///< usually a path
     std::string second = {};                         ///< the second path, or a value

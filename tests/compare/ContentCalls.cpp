@@ -102,7 +102,8 @@ void writeVectorAt(CallProcess& process, const Call& call, OutcomeBuilder& outco
     });
 }
 
-/// Copying within one file is excluded: pages that are still to be copied may be overwritten already.
+/// Whether a call copies within one file. Such calls are excluded, because the copy may overwrite pages
+/// before they are copied.
 bool isSameFile(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
     struct stat from {};
     struct stat to {};
@@ -162,7 +163,7 @@ void chooseCopy(Choice& choice, Call& call) {
     call.numbers = {choice.fileSlot(), choice.length(), choice.offset(), choice.fileSlot(), choice.offset()};
 }
 
-/// Maps whole pages within a file. Without a mapping the outcome holds the reason.
+/// Maps whole pages within a file. If that fails, the outcome has the reason.
 class Mapping {
 public:
     Mapping(int descriptor, const Call& call, int protection, OutcomeBuilder& outcome) {
