@@ -14,18 +14,18 @@
 
 namespace storage::host {
 
-/// What the program was asked to do. A value.
+/// The parsed command line. A value.
 struct ProgramOptions {
-    std::string plugin;                ///< path of the only plug-in, or the first one
+    std::string plugin;                ///< path of the only plug-in, or of the first one
     std::vector<NamedPlugin> plugins;  ///< of the session, at least one
-    std::optional<std::string> script; ///< path of the script; none for the standard input or a terminal
-    std::optional<std::string> lines;  ///< to be run instead of a script, each with a newline behind it
+    std::optional<std::string> script; ///< path of the script; without one, lines come from standard input
+    std::optional<std::string> lines;  ///< the lines of -c, each ending in a newline
     FailureHandling failureHandling = FailureHandling::Stop;
-    std::optional<MountOptions> mount;       ///< to be mounted instead of running lines
-    std::optional<std::string> unmount;      ///< mount point of a mount to be ended instead
-    std::optional<ValidateOptions> validate; ///< to be held to the rules instead
-    std::optional<InspectOptions> inspect;   ///< to be looked at instead
-    std::optional<std::string> message;      ///< to be printed instead of running anything
+    std::optional<MountOptions> mount;       ///< of the command `mount`
+    std::optional<std::string> unmount;      ///< mount point, of the command `unmount`
+    std::optional<ValidateOptions> validate; ///< of the command `validate`
+    std::optional<InspectOptions> inspect;   ///< of the command `inspect`
+    std::optional<std::string> message;      ///< printed instead of running anything, such as the help
 
     /// @throws UsageError
     static ProgramOptions parse(int argc, const char* const* argv);

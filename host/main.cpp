@@ -46,9 +46,9 @@ bool isForPerson(const ProgramOptions& options) {
            kindOf(STDOUT_FILENO) == OutputKind::Terminal;
 }
 
-/// The value of a variable of the environment; nothing if it is not set.
+/// The value of an environment variable; nothing if it is unset.
 std::optional<std::string_view> variable(const char* name) {
-    const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): before any thread
+    const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): no other thread yet
     return value == nullptr ? std::nullopt : std::optional<std::string_view>(value);
 }
 
@@ -58,13 +58,14 @@ bool wantsColors() {
            terminal && terminal != "dumb";
 }
 
-/// Where the lines typed by a person are kept; nothing if they are not to be.
+/// The history of interactive sessions; nothing if the user turned it off.
 std::optional<HistoryFile> historyFile() {
     return variable("HISTFILE") == "" ? std::nullopt : std::optional<HistoryFile>(stateFolder() + "/history");
 }
 
-/// A standard descriptor that the caller closed would otherwise be given to the next file that is opened, and
-/// output would land in it. Reading or writing these fails like a closed one.
+/// Opens standard descriptors that the caller closed. Otherwise the next opened file would get such a number,
+/// and output would be written into that file. They are opened in the wrong direction, so that reads and
+/// writes fail as on a closed descriptor.
 void fillStandardDescriptors() {
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(descriptor, F_GETFD) < 0) {
@@ -90,8 +91,8 @@ public:
         return result;
     }
 
-    /// Shuts all down, also behind one that fails.
-    /// @return whether none failed
+    /// Shuts all providers down, even if one of them fails.
+    /// @return whether all succeeded
     bool shutDown(Console& console) const {
         for (const LoadedProvider& provider : loaded_) {
             console.attempt("", [&] { provider->doShutdown(); });
@@ -106,7 +107,7 @@ private:
 
 ExitStatus runScript(const ProgramOptions& options, Session& session, Interruption& interruption) {
     interruption.check();
-    const FileDescriptor script(*options.script, O_RDONLY); // waits, if it is a fifo
+    const FileDescriptor script(*options.script, O_RDONLY); // blocks if it is a fifo
     DescriptorLineSource lines(script.number(), *options.script, interruption,
                                DescriptorLineSource::Places::Shown);
     session.setInput(STDIN_FILENO);
@@ -153,16 +154,17 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
 
 ExitStatus runSession(const ProgramOptions& options, Console& console) {
     Interruption interruption;
-    const Providers providers(options.plugins); // outlive their exceptions
+    const Providers providers(options.plugins); // outlive exceptions of the plug-ins
     return runReported(console, [&] {
         Session session(providers.named(), console, interruption);
         const ExitStatus status = runLines(options, session, interruption);
-        console.beginLine(""); // a failure from here on is of no command
+        console.beginLine(""); // later failures belong to no command
         return providers.shutDown(console) ? status : ExitStatus::Failure;
     });
 }
 
-/// A transfer holds a descriptor of every folder between the top of a tree and the place where it works.
+/// Raises the limit of open files: a transfer keeps a descriptor open for every folder between the top of the
+/// tree and the current entry.
 void allowManyDescriptors() {
     constexpr rlim_t enough = 65536;
     rlimit limit{};
@@ -192,7 +194,7 @@ ExitStatus runTask(const ProgramOptions& options, Console& console) {
     return runSession(options, console);
 }
 
-/// Adds to failures of the command line where help is, and to those of the system which call failed.
+/// Adds a hint to usage errors, and the name of the failed call to system errors.
 ExitStatus runCommandLine(int argc, const char* const* argv, Console& console) {
     try {
         return runTask(ProgramOptions::parse(argc, argv), console);
@@ -216,10 +218,10 @@ ExitStatus runProgram(int argc, const char* const* argv) {
     try {
         return runReported(console, [&] { return runCommandLine(argc, argv, console); });
     } catch (const OutputError& error) {
-        if (error.code().value() != EPIPE) { // whose reader is gone wants no more to be said
+        if (error.code().value() != EPIPE) { // silent if the reader has closed the pipe
             std::cerr << "qzstorage: standard output: " << error.code().message() << '\n';
         }
-    } catch (const std::bad_alloc&) { // not even for the message is there memory
+    } catch (const std::bad_alloc&) { // printed without allocating memory
         std::fputs("qzstorage: out of memory\n", stderr);
     }
     return ExitStatus::Failure;
@@ -231,9 +233,9 @@ ExitStatus runProgram(int argc, const char* const* argv) {
 
 int main(int argc, char** argv) {
     storage::host::fillStandardDescriptors();
-    std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is noticed by the write that fails,
-    std::signal(SIGXFSZ, SIG_IGN); // and so is a limit on the size of files
-    std::signal(SIGCHLD, SIG_DFL); // who ignores it is not told how its processes ended
+    std::signal(SIGPIPE, SIG_IGN); // a write to a closed pipe fails with EPIPE instead,
+    std::signal(SIGXFSZ, SIG_IGN); // and a write beyond the file size limit with EFBIG
+    std::signal(SIGCHLD, SIG_DFL); // if it is ignored, waitpid(2) returns no exit status
     storage::host::allowManyDescriptors();
     return static_cast<int>(storage::host::runProgram(argc, argv));
 }

@@ -5,10 +5,9 @@
 
 namespace storage::host {
 
-/// As long as it lives, the console reports failures of the storage by one diagnosis. The destructor puts the one before
-/// back.
+/// Sets how the console describes failures of the storage. The destructor restores the previous diagnosis.
 ///
-/// Borrows the console. Thread safety: as the console.
+/// Borrows the console. Not thread-safe.
 class DiagnosisScope {
 public:
     DiagnosisScope(Console& console, FailureDiagnosis diagnosis);

@@ -31,7 +31,7 @@ NamedPlugin parsePlugin(const std::string& word) {
     return {name, word.substr(end + 1)};
 }
 
-/// The place of the plug-in without a name.
+/// Finds the first plug-in without a name.
 std::vector<NamedPlugin>::iterator findUnnamed(std::vector<NamedPlugin>& plugins) {
     return std::find_if(plugins.begin(), plugins.end(),
                         [](const NamedPlugin& plugin) { return plugin.name.empty(); });

@@ -36,15 +36,16 @@ public:
     /// @throws Interrupted
     CheckOutcome wait(std::chrono::milliseconds limit);
 
-    /// Waits a moment until one of the processes may be over.
+    /// Waits, for a short time at most, until one of the processes sends data or ends.
     /// @throws Interrupted
     static void waitForAny(std::span<CheckProcess* const> processes);
 
-    /// Takes what the process has sent.
-    /// @return whether it has ended, or the time limit is over
+    /// Reads what the process has sent.
+    /// @return whether it has ended, or has reached the time limit
     bool isOver(std::chrono::milliseconds limit);
 
-    /// How it ended; kills it if it has not. To be called once, when it is over.
+    /// Kills the process if it is still running, and returns the outcome. Call it once, when isOver() is
+    /// true.
     CheckOutcome outcome(std::chrono::milliseconds limit);
 
 private:
@@ -65,7 +66,7 @@ private:
     FileDescriptor ended_; ///< readable when the process has ended
     FileDescriptor verdictEnd_;
     FileDescriptor outputEnd_;
-    std::array<pollfd, 3> sources_; ///< of all three; those that are closed at the other end have no number
+    std::array<pollfd, 3> sources_; ///< for the three descriptors above; number -1 after end of file
     std::string announced_;
     OutputExcerpt output_;
 };

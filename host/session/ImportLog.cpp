@@ -9,12 +9,12 @@ namespace storage::host {
 
 namespace {
 
-/// What the paths of all entries below a folder begin with.
+/// The common prefix of the paths of all entries below a folder.
 std::u16string prefixBelow(const StoragePath& folder) {
     return folder.isRoot() ? folder.text() : folder.text() + u'/';
 }
 
-/// Keeps "..": behind a symbolic link it does not lead back to the folder that has the link.
+/// Keeps "..": after a symbolic link it is the parent of the link's target, not the folder of the link.
 std::string absolutePath(const std::string& diskPath) {
     std::filesystem::path result;
     for (const std::filesystem::path& name : std::filesystem::absolute(diskPath)) {

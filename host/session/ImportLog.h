@@ -11,43 +11,43 @@
 
 namespace storage::host {
 
-/// A source of an import: an entry of the disk. A value.
+/// A source of an import: an entry on disk. A value.
 struct ImportSource {
     enum class Scope {
         Whole,       ///< with its own time, writable flag and permissions
-        ContentOnly, ///< what the folder holds was added to a folder that existed
+        ContentOnly, ///< the content of a folder, added to an existing folder
     };
 
     std::string diskPath; ///< absolute
     Scope scope = Scope::Whole;
-    unsigned long long order = 0; ///< a later import has a greater one
+    unsigned long long order = 0; ///< greater for a later import
     std::shared_ptr<const EntrySelection> selection =
-        std::make_shared<EntrySelection>(); ///< what was imported
+        std::make_shared<EntrySelection>(); ///< the entries that were imported
 };
 
-/// What was imported in a session and where its copies are now, for checking them later.
+/// Records what was imported in a session and where the copies are now, so that they can be checked later.
 ///
-/// Several sources may have gone to one path, and one below another. They are laid over one another: the later one has
-/// replaced the files that both have. A path has each source once for each scope.
+/// Several sources can be imported to one path, and one below another. The later import has replaced the
+/// files that both contain. A path has each source once per scope.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class ImportLog {
 public:
-    /// @param root  of the storage that the copies are in
+    /// @param root  of the storage that contains the copies
     explicit ImportLog(StoragePath root = StoragePath()) : root_(std::move(root)) {}
 
-    /// The copy of `diskPath` is at `path`, on top of what was imported there before.
+    /// Records that `diskPath` was imported to `path`, over earlier imports.
     void add(const std::string& diskPath, const StoragePath& path, ImportSource::Scope scope,
              std::shared_ptr<const EntrySelection> selection = std::make_shared<EntrySelection>());
 
-    /// Follows the entry at `from`, and all below it, to `to`, on top of what was imported there before.
+    /// Moves the records of the entry at `from` and of everything below it to `to`, over earlier imports.
     void moved(const StoragePath& from, const StoragePath& to) { movedTo(*this, from, to); }
 
-    /// The same to another storage.
+    /// The same for a move to another storage.
     /// @param log  of the storage of `to`
     void movedTo(ImportLog& log, const StoragePath& from, const StoragePath& to);
 
-    /// Of the storage that the copies are in.
+    /// The root of the storage that contains the copies.
     const StoragePath& root() const noexcept { return root_; }
 
     bool empty() const noexcept { return targets_.empty(); }
@@ -55,13 +55,13 @@ public:
     /// The paths of copies that are not below another copy, sorted.
     std::vector<StoragePath> topmost() const;
 
-    /// The sources whose copies are exactly at `path`, in the order of their imports.
+    /// The sources that were imported to exactly `path`, in the order of their imports.
     std::vector<ImportSource> at(const StoragePath& path) const;
 
-    /// Names in the folder at `folder` of copies and of folders that hold copies, sorted.
+    /// The names of the entries of `folder` that are copies or contain copies, sorted.
     std::vector<std::u16string> namesIn(const StoragePath& folder) const;
 
-    /// Whether the entry at `path`, with its time, writable flag and permissions, belongs to a copy.
+    /// Whether the entry at `path`, including its time, writable flag and permissions, is part of a copy.
     bool covers(const StoragePath& path) const;
 
 private:
@@ -74,7 +74,7 @@ private:
     bool isBelowCopy(const StoragePath& path) const;
 
     StoragePath root_;
-    std::map<std::u16string, Sources> targets_; ///< by paths of the storage
+    std::map<std::u16string, Sources> targets_; ///< by path in the storage
     unsigned long long lastOrder_ = 0;
 };
 

@@ -12,15 +12,15 @@
 
 namespace storage::host {
 
-/// One storage of a session: its provider, and what the session knows of it beyond that.
+/// One storage of a session: its provider, and the session's records about its entries.
 ///
-/// Borrows the provider. Thread safety: one object is for one thread.
+/// Borrows the provider. Not thread-safe.
 class SessionStorage {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
-    /// @param name  for the prefix of operands; may be empty
-    /// @param root  with the name that paths are to show
+    /// @param name  prefix of operands that select this storage; may be empty
+    /// @param root  contains the name that paths display, if any
     SessionStorage(std::string name, const IProvider& provider, const StoragePath& root);
 
     const std::string& name() const noexcept { return name_; }
@@ -34,8 +34,8 @@ public:
     /// How failures of this storage are described.
     FailureDiagnosis diagnosis() const;
 
-    /// Runs a step in which no other storage can fail. Its failures become CommandErrors, which name this storage
-    /// whatever diagnosis the console has.
+    /// Runs a step that accesses no other storage. Converts its failures to CommandErrors that name this
+    /// storage, whatever the console's diagnosis is.
     void attribute(const std::function<void()>& step) const;
 
 private:

@@ -24,7 +24,7 @@ namespace {
 /// "plugin::Trouble".
 std::string nameOfCurrentType() {
     const std::type_info* const type = abi::__cxa_current_exception_type();
-    if (type == nullptr) { // not of C++
+    if (type == nullptr) { // thrown by another language
         return "unknown";
     }
     int status = 0;

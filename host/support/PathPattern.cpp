@@ -35,7 +35,7 @@ bool PathPattern::matchesName(std::u16string_view name, bool isFolder) const {
     return !isForPaths_ && matches(name, isFolder);
 }
 
-/// An unpaired surrogate stands for a byte, and is a character of its own.
+/// An unpaired surrogate encodes a byte and counts as one character.
 std::u32string PathPattern::charactersOf(std::u16string_view text) {
     constexpr char32_t firstOfPair = 0xD800;
     constexpr char32_t secondOfPair = 0xDC00;
@@ -80,8 +80,8 @@ void PathPattern::parse(const std::u32string& text) {
     }
 }
 
-/// @param position  of the bracket that opens; becomes that of the one that closes
-/// @return false if there is none, so that the bracket is an ordinary character
+/// @param position  of the opening bracket; set to that of the closing one
+/// @return false without a closing bracket: the opening one is then an ordinary character
 bool PathPattern::parseSet(const std::u32string& text, std::size_t& position) {
     Element set;
     set.kind = Element::Kind::Set;
@@ -90,7 +90,7 @@ bool PathPattern::parseSet(const std::u32string& text, std::size_t& position) {
         set.isNegated = true;
         ++i;
     }
-    const std::size_t begin = i; // a bracket that closes is an ordinary character here
+    const std::size_t begin = i; // a closing bracket is an ordinary character here
     const auto character = [&] {
         i += text[i] == U'\\' && i + 1 < text.size() ? 1 : 0;
         return text[i++];
@@ -131,7 +131,7 @@ bool PathPattern::Element::takes(char32_t next) const {
     return true;
 }
 
-/// Tries all ways at once, so no pattern takes longer than its length times that of the text.
+/// Simulates a nondeterministic automaton, so the time is O(length of the pattern * length of the text).
 bool PathPattern::matchesCharacters(const std::u32string& text) const {
     States states(elements_.size() + 1);
     arriveAt(0, states);
@@ -161,7 +161,7 @@ bool PathPattern::matchesCharacters(const std::u32string& text) const {
     return states.back();
 }
 
-/// An element comes next, and behind one that may stand for nothing the one after it, too.
+/// Marks an element as reachable, and the one after it if this element also matches nothing.
 void PathPattern::arriveAt(std::size_t element, States& states) const {
     states[element] = true;
     while (element < elements_.size() && elements_[element].kind >= Element::Kind::AnyRun) {

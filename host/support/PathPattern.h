@@ -7,16 +7,16 @@
 
 namespace storage::host {
 
-/// A pattern for the entries of a tree, as in exclude files of rsync and in .gitignore. A value.
+/// A pattern that selects entries of a tree, as in .gitignore and in the exclude files of rsync. A value.
 ///
-/// | pattern       | matches                                                             |
-/// |---------------|---------------------------------------------------------------------|
-/// | *, ?          | any run of characters, one character, but no slash                  |
-/// | [a-z], [!a-z] | one character of a set, or one that is not in it, but no slash      |
-/// | **            | any run of characters; between slashes also no folder at all        |
-/// | \c            | the character c                                                     |
-/// | a slash at the end | folders only                                                   |
-/// | another slash | the whole path; without one, the name of an entry at any depth      |
+/// | pattern         | matches                                                                         |
+/// |-----------------|---------------------------------------------------------------------------------|
+/// | *, ?            | any run of characters, any single character; never a slash                      |
+/// | [a-z], [!a-z]   | one character that is in the set, or not in it; never a slash                   |
+/// | **              | any run of characters; between slashes also nothing, so a/**/b matches a/b      |
+/// | \c              | the character c                                                                 |
+/// | trailing slash  | folders only                                                                    |
+/// | any other slash | the pattern matches whole paths; without one, names at any depth                |
 class PathPattern {
 public:
     /// @throws UsageError for an empty pattern
@@ -25,7 +25,7 @@ public:
     /// @param path  names joined by slashes
     bool matches(std::u16string_view path, bool isFolder) const;
 
-    /// Whether the pattern is for the name of an entry at any depth and matches this one.
+    /// Whether the pattern is one for names, and matches this name.
     bool matchesName(std::u16string_view name, bool isFolder) const;
 
 private:
@@ -37,10 +37,10 @@ private:
     struct Element {
         enum class Kind {
             Literal,
-            AnyCharacter, ///< but a slash
-            Set,          ///< one character that is in a range, or in none of them
-            AnyRun,       ///< without a slash
-            AnyPath,      ///< with slashes
+            AnyCharacter, ///< except a slash
+            Set,          ///< one character that is in one of the ranges or, if negated, in none
+            AnyRun,       ///< any run of characters without a slash
+            AnyPath,      ///< any run of characters
             AnyFolders,   ///< nothing, or a run that ends in a slash
         };
 
@@ -52,7 +52,7 @@ private:
         bool takes(char32_t next) const;
     };
 
-    using States = std::vector<bool>; ///< of each element: whether it may come next
+    using States = std::vector<bool>; ///< for each element, whether the match can continue there
 
     static std::u32string charactersOf(std::u16string_view text);
     void parse(const std::u32string& text);

@@ -4,7 +4,7 @@
 
 namespace storage::host {
 
-/// Returns the umask of this process. Changes it for a moment, so no other thread may create files meanwhile.
+/// Returns the umask of this process. Sets and restores it, so no other thread may create files meanwhile.
 mode_t currentUmask() noexcept;
 
 } // namespace storage::host
