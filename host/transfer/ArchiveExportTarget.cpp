@@ -65,7 +65,7 @@ AddFilter containerSetterOf(ArchiveFormat::Container container) {
 
 bool isUtf8(const std::string& bytes) {
     const std::u16string units = toUtf16(bytes);
-    bool isSecond = false; // half of a pair; alone it stands for a byte
+    bool isSecond = false; // whether a pair is open; a lone surrogate encodes a byte
     return std::all_of(units.begin(), units.end(), [&](char16_t unit) {
         const bool isLow = unit >= 0xDC00 && unit <= 0xDFFF;
         const bool isWhole = isLow == isSecond;
@@ -74,7 +74,7 @@ bool isUtf8(const std::string& bytes) {
     });
 }
 
-/// Permissions that agree with the writable flag of the storage.
+/// Permission bits whose write bits match the writable flag of the storage.
 mode_t modeOf(const ExportSource::Entry& entry, mode_t usual, ExportSource::Authority authority) {
     const mode_t mode = entry.attributes.mode.value_or(usual);
     if (authority == ExportSource::Authority::Source || entry.attributes.kind == EntryKind::SymbolicLink) {
@@ -85,9 +85,9 @@ mode_t modeOf(const ExportSource::Entry& entry, mode_t usual, ExportSource::Auth
 
 } // namespace
 
-/// Without an end: what was not finished must not look complete.
+/// Writes no end marker: an unfinished archive must not look complete.
 void ArchiveExportTarget::Freer::operator()(::archive* archive) const {
-    ::archive_write_fail(archive); // leaves a buffer of 10 KiB allocated in libarchive 3.6
+    ::archive_write_fail(archive); // leaks a buffer of 10 KiB in libarchive 3.6
     ::archive_write_free(archive);
 }
 
@@ -119,8 +119,7 @@ void ArchiveExportTarget::open(const ArchiveFormat& format) {
     const Utf8Locale::Use utf8(locale_);
     requireSuccess(containerSetterOf(format.container)(archive_.get()));
     requireSuccess(filterOf(format.compression)(archive_.get()));
-    if (format.container ==
-        ArchiveFormat::Container::Tar) { // the header of extended attributes that all programs know
+    if (format.container == ArchiveFormat::Container::Tar) { // the xattr header that most programs read
         ::archive_write_set_format_option(archive_.get(), "pax", "xattrheader", "SCHILY");
     }
     ::archive_write_set_bytes_in_last_block(archive_.get(), 1); // no padding
@@ -138,7 +137,7 @@ ssize_t ArchiveExportTarget::writeBlock(::archive*, void* self, const void* bloc
     }
 }
 
-/// @throws CommandError when the library could not do something, or what a call from within it threw
+/// @throws CommandError with the library's error message, or the exception of a callback
 void ArchiveExportTarget::requireSuccess(int status) {
     if (status == ARCHIVE_OK || status == ARCHIVE_WARN) {
         return;
@@ -160,7 +159,7 @@ std::string ArchiveExportTarget::pathOf(const std::string& name) const {
     return path_.empty() ? name : path_ + '/' + name;
 }
 
-/// The root of the storage has no name, and is no entry of the archive.
+/// The root of the storage has no name, and gets no entry in the archive.
 void ArchiveExportTarget::enterFolder(const StoragePath& source, const std::string& name) {
     const std::size_t above = path_.size();
     if (!name.empty()) {
@@ -243,8 +242,8 @@ void ArchiveExportTarget::addXattrs(::archive_entry* header, const Xattrs& xattr
     }
 }
 
-/// Several names of one file: in a tar file all but the first refer to it, in a cpio file they have one number. A zip file has
-/// files with one name only.
+/// Marks hard links. In a tar file, all names but the first refer to the first one. In a cpio file, all names
+/// have the same inode number. A zip file has no hard links.
 void ArchiveExportTarget::addGroup(::archive_entry* header, std::uint64_t group, const std::string& path) {
     if (group == 0 || container_ == ArchiveFormat::Container::Zip) {
         return;
@@ -255,8 +254,8 @@ void ArchiveExportTarget::addGroup(::archive_entry* header, std::uint64_t group,
     }
     if (container_ == ArchiveFormat::Container::Cpio) {
         ::archive_entry_set_ino64(header, static_cast<std::int64_t>(group));
-        ::archive_entry_set_nlink(
-            header, 2); // how many there are is not known, and only that they are several matters
+        ::archive_entry_set_nlink(header,
+                                  2); // the number is unknown; readers check only whether it is more than one
     }
 }
 
@@ -297,7 +296,7 @@ void ArchiveExportTarget::writeZeros(std::uint64_t count) {
     }
 }
 
-/// What is beyond the size of the file is left out; the caller notices.
+/// Drops data beyond the size in the header. The caller detects the difference.
 void ArchiveExportTarget::writeData(std::span<const char> bytes) {
     const la_ssize_t written = ::archive_write_data(archive_.get(), bytes.data(), bytes.size());
     requireSuccess(written < 0 ? static_cast<int>(written) : ARCHIVE_OK);

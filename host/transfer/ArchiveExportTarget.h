@@ -23,17 +23,17 @@ struct archive_entry;
 
 namespace storage::host {
 
-/// An archive that is being written, for any number of exports.
+/// Writes an archive, for any number of exports.
 ///
-/// What the format cannot hold is counted, or refused by `addSpecial`. Unless `finish` is called the archive ends without a mark
-/// of its end.
+/// Counts the extended attributes that the format does not support. `addSpecial` rejects kinds of entries
+/// that it does not support. Without a call of `finish`, the archive has no end marker.
 ///
-/// Owns the archive. Borrows all else. Thread safety: one object is for one thread.
+/// Owns the archive. Borrows the source, the interruption and the progress meter. Not thread-safe.
 class ArchiveExportTarget final : public ExportTarget {
 public:
     using Write = std::function<void(std::span<const char> bytes)>;
 
-    /// @param place  names the archive in messages
+    /// @param place  name of the archive in messages
     /// @param write  receives the bytes of the archive
     ArchiveExportTarget(ExportSource& source, const Interruption& interruption, ProgressMeter& progress,
                         const ArchiveFormat& format, std::string place, Write write);
@@ -49,10 +49,10 @@ public:
     bool addSpecial(const StoragePath& source, EntryKind kind, const std::string& name) override;
     bool isFailed() const noexcept override { return isFailed_; }
 
-    /// The archive is complete.
+    /// Completes the archive.
     void finish();
 
-    /// What the archive does not hold, in words; empty if it holds all.
+    /// A message about attributes that the archive does not contain; empty if there are none.
     std::string losses() const;
 
 private:
@@ -85,12 +85,12 @@ private:
     const Write write_;
     const mode_t mask_;
     const Utf8Locale locale_;
-    std::exception_ptr failure_; ///< of a call from within the library
+    std::exception_ptr failure_; ///< thrown by a callback of the library
     bool isFailed_ = false;
     std::unique_ptr<::archive, Freer> archive_;
     std::string path_;                            ///< of the innermost folder in the archive
-    std::vector<std::size_t> folders_;            ///< of each folder: how long the path above it is
-    std::map<std::uint64_t, std::string> linked_; ///< paths of files with several names, by group
+    std::vector<std::size_t> folders_;            ///< for each open folder, length of its parent's path
+    std::map<std::uint64_t, std::string> linked_; ///< first path of each file with hard links, by link group
     std::size_t lostXattrs_ = 0;
     std::vector<char> buffer_;
 };

@@ -53,7 +53,7 @@ ArchiveFeed::ArchiveFeed(FileDescriptor file, const EntrySelection& selection, C
     open();
 }
 
-/// Filters that run programs are left out.
+/// Does not enable the filters that run external programs.
 void ArchiveFeed::open() {
     const Utf8Locale::Use utf8(locale_);
     ::archive* const archive = archive_.get();
@@ -91,7 +91,7 @@ std::int64_t ArchiveFeed::seek(::archive*, void* self, std::int64_t offset, int 
     return position < 0 ? ARCHIVE_FATAL : position;
 }
 
-/// Nothing more can be read.
+/// Ends the feed, and throws the error of the library or of a callback.
 void ArchiveFeed::fail() {
     isEnded_ = true;
     if (failure_) {
@@ -103,7 +103,7 @@ void ArchiveFeed::fail() {
 const ImportFeed::Entry* ArchiveFeed::next() {
     if (!std::exchange(isBegun_, true)) {
         queueFolder({});
-        readHeader(); // before anything is made for a file that is no archive
+        readHeader(); // so that nothing is created for a file that is not an archive
     }
     while (queue_.empty()) {
         interruption_.check();
@@ -116,7 +116,7 @@ const ImportFeed::Entry* ArchiveFeed::next() {
     return &entry_;
 }
 
-/// Queues the next entry of the archive, unless it is left out.
+/// Reads the next entry of the archive, and queues it unless it is left out.
 /// @return false at the end
 bool ArchiveFeed::readHeader() {
     const Utf8Locale::Use utf8(locale_);
@@ -184,7 +184,7 @@ void ArchiveFeed::takeEntry(const std::string& name) {
     queue_.push_back(std::move(entry));
 }
 
-/// The folders above an entry, as far as they are not above the entry before.
+/// Queues the folders above an entry that are not also above the previous entry.
 void ArchiveFeed::queueFolders(const StoragePath& path) {
     std::vector<StoragePath> above;
     for (StoragePath folder = path; !folder.isRoot();) {
@@ -213,10 +213,11 @@ void ArchiveFeed::queueFolder(const StoragePath& path) {
     innermost_ = path;
 }
 
-/// A path that stays in the archive, also for programs that follow its links.
+/// Converts a path in the archive, which must not lead outside, not even through a symbolic link of the
+/// archive.
 /// @param place  of the entry, for the message
-/// @param what   the path is, for the message
-/// @throws CommandError for any other path
+/// @param what   kind of path, for the message
+/// @throws CommandError for a path that leads outside
 StoragePath ArchiveFeed::insidePath(std::string_view name, const std::string& place,
                                     const std::string& what) const {
     if (name.starts_with('/')) {
@@ -301,7 +302,7 @@ std::size_t ArchiveFeed::read(std::span<char> buffer) {
     return filled;
 }
 
-/// Has the library read the next data of the entry, if none is left.
+/// Reads the next block of the entry if the last one is consumed.
 void ArchiveFeed::readOn() {
     while (data_.empty() && !isDataEnd_) {
         const void* data = nullptr;
@@ -315,7 +316,7 @@ void ArchiveFeed::readOn() {
             dataBegin_ = static_cast<std::uint64_t>(offset);
         } else if (status == ARCHIVE_FATAL || failure_) {
             fail();
-        } else { // the entry is damaged, and the next one may not be
+        } else { // only this entry is damaged
             isDataEnd_ = true;
             throw CommandError(entry_.place, textOfArchiveError(archive_.get()));
         }

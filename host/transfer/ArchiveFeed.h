@@ -23,17 +23,19 @@ struct archive_entry;
 
 namespace storage::host {
 
-/// The entries of an archive: tar, zip or cpio, compressed or not, which is found out by its content.
+/// Reads the entries of an archive: tar, zip or cpio, compressed or not. The format is detected by the
+/// content.
 ///
-/// The top is the folder that the archive is unpacked into. Folders that the archive does not list come too, without attributes.
-/// Entries with absolute paths, with "..", or below a symbolic link of the archive are refused, so nothing gets outside of the
-/// top. Set-user-ID and set-group-ID are for the superuser only, as are owners.
+/// The top is the folder that the archive is unpacked into. Parent folders that the archive does not list are
+/// added without attributes. Entries with absolute paths, with "..", or below a symbolic link of the archive
+/// are rejected, so that nothing is created outside the top. Owners, set-user-ID and set-group-ID bits are
+/// used only if the process runs as the superuser.
 ///
-/// Owns the archive. Borrows selection, console and interruption. Thread safety: one object is for one thread.
+/// Owns the archive. Borrows selection, console and interruption. Not thread-safe.
 class ArchiveFeed final : public ImportFeed {
 public:
-    /// @param file  is read from its position on; need not be seekable
-    /// @throws CommandError when it is no archive
+    /// @param file  read from its current position; need not be seekable
+    /// @throws CommandError when it is not an archive
     ArchiveFeed(FileDescriptor file, const EntrySelection& selection, Console& console,
                 const Interruption& interruption);
 
@@ -68,21 +70,21 @@ private:
     const EntrySelection::Verdict top_;
     const Utf8Locale locale_;
     std::vector<char> block_;
-    std::exception_ptr failure_; ///< of a call from within the library
+    std::exception_ptr failure_; ///< thrown by a callback of the library
     std::unique_ptr<::archive, Closer> archive_;
-    ::archive_entry* header_ = nullptr; ///< the library's, of the entry that was read last
+    ::archive_entry* header_ = nullptr; ///< of the last entry that was read; owned by the library
     bool isBegun_ = false;
     bool isEnded_ = false;
-    std::deque<Entry> queue_; ///< folders above the entry that was read last, and that one
+    std::deque<Entry> queue_; ///< the last entry that was read, and the folders above it
     Entry entry_;
-    StoragePath innermost_; ///< the folder that came last
+    StoragePath innermost_; ///< the last folder in the order of the feed
     std::map<std::u16string, std::optional<DiskAttributes>>
-        folders_;                    ///< by path; nothing for one that is not listed
+        folders_;                    ///< by path; nothing for folders that the archive does not list
     std::set<std::u16string> links_; ///< paths of symbolic links
     std::vector<StoragePath> skipped_;
-    std::span<const char> data_;  ///< of the entry, not yet read
-    std::uint64_t dataBegin_ = 0; ///< where it is in the entry
-    std::uint64_t offset_ = 0;    ///< how far the entry was read
+    std::span<const char> data_;  ///< of the current entry, not yet consumed
+    std::uint64_t dataBegin_ = 0; ///< offset of `data_` in the entry
+    std::uint64_t offset_ = 0;    ///< read position in the entry
     bool isDataEnd_ = true;
 };
 

@@ -19,7 +19,7 @@ ArchiveFile::ArchiveFile(const std::string& path)
 std::optional<struct stat> ArchiveFile::replacedAt(const std::string& path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0) {
-        return std::nullopt; // what else is wrong, making the file reports
+        return std::nullopt; // other errors are reported when the file is created
     }
     if (!S_ISREG(status.st_mode)) {
         throw CommandError(path, std::string(describe(entryKindOf(status.st_mode))) + " is in the way");

@@ -10,18 +10,18 @@
 
 namespace storage::host {
 
-/// The file of an archive on the disk, which gets its name, and is readable by others, when it is complete.
+/// An archive file on disk. It gets its final name, and becomes readable by others, when it is complete.
 ///
-/// Owns the file. Thread safety: one object is for one thread.
+/// Owns the file. Not thread-safe.
 class ArchiveFile {
 public:
-    /// @param path  a file that is there is replaced
-    /// @throws CommandError when anything else is there, or nothing can be made there
+    /// @param path  an existing file is replaced
+    /// @throws CommandError when another kind of entry exists there, or the file cannot be created
     explicit ArchiveFile(const std::string& path);
 
     void write(std::span<const char> bytes) { temporary_.file().write(bytes); }
 
-    /// Replaces the file of that name, whose owner and permissions it takes over.
+    /// Moves the file to its final name. It takes over the owner and permissions of a file that it replaces.
     void finish();
 
 private:

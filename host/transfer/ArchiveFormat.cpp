@@ -14,7 +14,7 @@ using Container = ArchiveFormat::Container;
 
 struct CompressionEnding {
     std::string_view ending;
-    std::string_view shortTar; ///< the same together with ".tar"
+    std::string_view shortTar; ///< short for ".tar" with this extension
     Compression compression;
 };
 

@@ -5,15 +5,15 @@
 
 namespace storage::host {
 
-/// The format of an archive that is written. A value.
+/// The format of an archive to write. A value.
 struct ArchiveFormat {
     enum class Container { Tar, Zip, Cpio };
     enum class Compression { None, Gzip, Bzip2, Xz, Zstd, Lz4, Lzma, Lzip, Compress };
 
     Container container = Container::Tar;
-    Compression compression = Compression::None; ///< of the whole; a zip file compresses each entry
+    Compression compression = Compression::None; ///< of the whole archive; zip compresses each entry itself
 
-    /// The format that the name of a file promises: that of an archive by its ending, such as ".tar.zst" or ".zip".
+    /// The format for the extension of a file name, such as ".tar.zst" or ".zip"; nothing for other names.
     static std::optional<ArchiveFormat> ofName(std::string_view name);
 };
 

@@ -146,13 +146,13 @@ void Checker::addChild(const Layer& layer, const std::string& name, Children& ch
     }
 }
 
-/// Whether an import leaves out entries of this kind.
+/// Whether an import skips entries of this kind.
 bool Checker::isSkippedKind(Kind kind) const {
     const bool isSkipped = kind == Kind::Socket || (isDevice(kind) && ::geteuid() != 0);
     return against_ == Against::Sources && isSkipped;
 }
 
-/// Whether an import makes the entry: it is selected, or a folder that holds something that is.
+/// Whether an import creates the entry: it is selected, or is a folder that contains a selected entry.
 bool Checker::holdsImported(const Layer& layer) {
     std::vector<Layer> passages{layer};
     while (!passages.empty()) {
@@ -170,7 +170,8 @@ bool Checker::holdsImported(const Layer& layer) {
     return false;
 }
 
-/// The source that counts: the last one that was imported. If all are skipped, any; nothing without layers.
+/// The source to compare with: the last one that an import does not skip, or else the last one. Null if there
+/// are no layers.
 const Checker::Layer* Checker::counterpart(const Layers& layers) const {
     const auto imported = std::find_if(layers.rbegin(), layers.rend(),
                                        [&](const Layer& layer) { return !isSkippedKind(layer.kind); });
@@ -190,7 +191,7 @@ void Checker::compareEntry(const StoragePath& path, EntryKind kind, const Layers
     } else if (last != nullptr && kind != Kind::Folder) {
         compareSpecial(path, kind, *last);
     } else if (last == nullptr && !expected_.at(path).empty()) {
-        return; // that the sources cannot be found has been reported
+        return; // the missing sources have been reported
     } else if (kind != Kind::Folder) {
         report(path, std::string(describe(kind)) + ", but imports went into a folder of this name");
     } else {
@@ -213,7 +214,7 @@ void Checker::reportMissing(const StoragePath& path, const Layers& layers) {
 
 void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     const std::string& diskPath = layer.source.diskPath;
-    // Not blocking: a fifo that has taken the file's place would wait for a writer forever.
+    // O_NONBLOCK: opening a fifo that has replaced the file would block until a writer opens it.
     const int noFollow = layer.links == DiskEntry::Links::Follow ? 0 : O_NOFOLLOW;
     const FileDescriptor onDisk(diskPath, O_RDONLY | O_NONBLOCK | O_NOCTTY | noFollow);
     if (const Kind kind = DiskEntry::of(onDisk).kind; kind != Kind::File) {
@@ -222,7 +223,7 @@ void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     const bool isEqual = compareBytes(path, onDisk);
     const ExportSource::Entry stored = entryAt(path, Kind::File);
     const DiskEntry entry = DiskEntry::of(onDisk);
-    if (isEqual) { // otherwise it is a file of its own, of course
+    if (isEqual) { // a file with other content is another file
         compareNames(path, layer, stored.attributes.linkGroup, entry);
     }
     compareAttributes(path, stored, diskPath, entry, times_);
@@ -231,7 +232,7 @@ void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     progress_.countEntry();
 }
 
-/// @return whether all of them are equal
+/// @return whether all bytes are equal
 bool Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk) {
     const auto stored = stored_.open(path);
     for (unsigned long long offset = 0;;) {
@@ -260,7 +261,7 @@ bool Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk
     }
 }
 
-/// Whether the names of one file are those of one file on the other side, too.
+/// Compares hard links: the names of one file must be names of one file on the other side, too.
 void Checker::compareNames(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
                            const DiskEntry& onDisk) {
     if (linkGroup == 0 && onDisk.names == 1) {
@@ -333,7 +334,7 @@ void Checker::compareFolderAttributes(const Folder& folder) {
     compareXattrs(folder.path, stored.attributes.xattrs, onDisk);
 }
 
-/// Whether imports after the one of this order have made or replaced entries in the folder, or may have.
+/// Whether a later import than the one of this order may have created or replaced entries of the folder.
 bool Checker::isAddedToAfter(const Folder& folder, unsigned long long order) const {
     const auto isLater = [order](const ImportSource& source) { return source.order > order; };
     const auto names = expected_.namesIn(folder.path);
@@ -367,7 +368,7 @@ void Checker::compareAttributes(const StoragePath& path, const ExportSource::Ent
                                  diskPath, onDisk.owner.user, onDisk.owner.group));
     }
     const timespec modified = known.modified.value_or(timespec{0, UTIME_OMIT});
-    const bool hasTime = modified.tv_nsec != UTIME_OMIT; // an export leaves the disk's own in place otherwise
+    const bool hasTime = modified.tv_nsec != UTIME_OMIT; // otherwise an export does not set the time
     if (times == Times::Compare && hasTime &&
         (modified.tv_sec != onDisk.modified.tv_sec || modified.tv_nsec != onDisk.modified.tv_nsec)) {
         report(path, fmt::format("modified {}, but {} was modified {}", formatDiskTime(modified), diskPath,
@@ -391,7 +392,7 @@ void Checker::compareXattrs(const StoragePath& path, const Xattrs& known, const 
     report(path, fmt::format("extended attribute {}: {} {}", name, onDisk.path(), what));
 }
 
-/// Apart from the owner's write permission: that is the writable flag, which is compared for itself.
+/// Ignores the owner's write permission: it is the writable flag, which is compared separately.
 bool Checker::modesAgree(const ExportSource::Entry& stored, const DiskEntry& onDisk) const {
     const mode_t known = stored.attributes.mode.value();
     mode_t differing = known ^ onDisk.mode;
@@ -402,11 +403,11 @@ bool Checker::modesAgree(const ExportSource::Entry& stored, const DiskEntry& onD
     }
     if (against_ == Against::Export) {
         if (isStored && (onDisk.mode & writeBits) == 0) {
-            differing &= ~writeBits; // an export takes them from everybody
+            differing &= ~writeBits; // an export clears all write bits
         }
-        differing &= ~(known & setIdBits); // a new owner does not get them
+        differing &= ~(known & setIdBits); // an export clears them for a new owner
         if (stored.attributes.kind == Kind::Folder) {
-            differing &= ~static_cast<mode_t>(S_ISGID); // the folder above decides
+            differing &= ~static_cast<mode_t>(S_ISGID); // inherited from the parent folder
         }
     }
     return differing == 0;

@@ -19,43 +19,44 @@
 
 namespace storage::host {
 
-/// Compares trees of the storage with trees of the disk.
+/// Compares trees in the storage with trees on disk.
 ///
-/// Two commands use it. `check` compares every import of the session with its sources. `check PATH DISK-PATH` compares the
-/// entry at PATH with the one at DISK-PATH, most often an export, as if it had been imported from there.
+/// Two commands use it. `check` compares every import of the session with its sources. `check PATH DISK-PATH`
+/// compares the entry at PATH with the one at DISK-PATH, usually an export, as if it had been imported from
+/// there.
 ///
-/// | compared                | `check`                                 | `check PATH DISK-PATH`                        |
-/// |-------------------------|-----------------------------------------|-----------------------------------------------|
-/// | names, on both sides    | yes                                     | yes                                           |
-/// | kinds                   | yes; what an import skips is skipped    | yes; what an import skips differs             |
-/// | bytes of files          | yes                                     | yes                                           |
-/// | targets of links        | yes                                     | yes                                           |
-/// | numbers of devices      | yes                                     | yes                                           |
-/// | which names are one file| yes                                     | yes                                           |
-/// | extended attributes     | yes                                     | yes, not of the storage root                  |
-/// | owners                  | by the superuser                        | if they are known and not usual               |
-/// | writable flags          | of files and folders                    | of files and folders, not of the storage root |
-/// | permissions             | all twelve bits                         | those an export carries, if they are known    |
-/// | times, with -t          | of files and folders                    | of files and folders, not of the storage root |
+/// | compared            | `check`                              | `check PATH DISK-PATH`                    |
+/// |---------------------|--------------------------------------|-------------------------------------------|
+/// | names on both sides | yes                                  | yes                                       |
+/// | kinds               | yes; skips what an import skips      | yes                                       |
+/// | bytes of files      | yes                                  | yes                                       |
+/// | link targets        | yes                                  | yes                                       |
+/// | device numbers      | yes                                  | yes                                       |
+/// | hard links          | yes                                  | yes                                       |
+/// | extended attributes | yes                                  | yes, except of the storage root           |
+/// | owners              | if run by the superuser              | if known and not the default              |
+/// | writable flags      | of files and folders                 | the same, except of the storage root      |
+/// | permissions         | all twelve bits                      | those that an export sets, if known       |
+/// | times, with -t      | of files and folders                 | the same, except of the storage root      |
 ///
-/// Sources that went to one path are laid over one another: a folder must hold what all of them hold, and of a file and of
-/// the attributes of a folder the last one counts. Attributes of a folder that an import only filled are not compared,
-/// neither is the time of a folder to which a later import added something. A folder that exists only to hold an import
-/// has no counterpart; what else is in it is a difference.
+/// If several sources were imported to one path, the folder must contain the entries of all of them. For a
+/// file, and for the attributes of a folder, the last source counts. The attributes of a folder that an
+/// import only extended are not compared, nor is the time of a folder that a later import extended. A folder
+/// that exists only to contain an import has no source; its other entries are differences.
 ///
-/// Every difference is one line, reported to the console as a failure. Of a missing or additional folder the entries below
-/// are not reported. An entry that cannot be read is a failure, too.
+/// Each difference is reported to the console in one line, as a failure. Entries below a missing or
+/// additional folder are not reported. An entry that cannot be read is a failure, too.
 ///
-/// Borrows all that it is made with. Thread safety: one object is for one thread.
+/// Borrows the source, the console, the interruption and the log. Not thread-safe.
 class Checker {
 public:
-    /// Adds to what the source says of an entry what is known otherwise.
+    /// Adds attributes of an entry that the source does not know.
     using Complete = std::function<void(const StoragePath& path, DiskAttributes& known)>;
 
     enum class Times { Ignore, Compare };
     enum class Against { Sources, Export };
 
-    /// @param expected  the trees of the disk, and where in the storage their copies are
+    /// @param expected  the trees on disk, and the paths of their copies in the storage
     Checker(ExportSource& stored, Console& console, const Interruption& interruption,
             const ImportLog& expected, Complete complete, Against against, Times times);
 
@@ -63,24 +64,24 @@ public:
     /// @throws Interrupted
     void run();
 
-    /// What was found on both sides, and the bytes that are equal from the beginning of each file.
+    /// The entries that exist on both sides, and the bytes before the first difference of each file.
     const TransferTotals& totals() const noexcept { return totals_; }
 
 private:
-    /// A source of an entry of the storage.
+    /// A source on disk of an entry in the storage.
     struct Layer {
         ImportSource source;
         DiskEntry::Kind kind = DiskEntry::Kind::File;
         DiskEntry::Links links = DiskEntry::Links::Inspect;
-        StoragePath path; ///< below the top of the source
+        StoragePath path; ///< relative to the top of the source
         EntrySelection::Verdict verdict = EntrySelection::Verdict::Included;
     };
     using Layers = std::vector<Layer>; ///< in the order of their imports
 
-    /// A file of the disk in the tree of one source.
+    /// A file on disk: order of its source, device and inode number.
     using DiskFile = std::tuple<unsigned long long, dev_t, ino_t>;
 
-    /// The first name that was met of a file with several.
+    /// The first name of a file with hard links.
     struct FirstName {
         StoragePath path;
         std::string diskPath;
@@ -90,9 +91,10 @@ private:
 
     struct Folder {
         StoragePath path;
-        Layers layers; ///< folders only; none for a folder that exists to hold an import
+        Layers layers; ///< folders only; none for a folder that exists only to contain an import
     };
-    /// What a folder must hold. Without layers: a folder that holds an import, or an import whose source cannot be found.
+    /// The expected entries of a folder, by name. An entry has no layers if it is a folder that exists only
+    /// to contain an import, or if its source no longer exists.
     using Children = std::map<std::u16string, Layers>;
 
     void compareTop(const StoragePath& path);
@@ -131,9 +133,9 @@ private:
     const Times times_;
     ProgressMeter progress_;
     TransferTotals totals_;
-    std::vector<Folder> open_; ///< folders that are still to be compared, the next one last
-    std::map<DiskFile, std::shared_ptr<const FirstName>> filesOnDisk_;      ///< those with several names
-    std::map<std::uint64_t, std::shared_ptr<const FirstName>> filesStored_; ///< the same, by group
+    std::vector<Folder> open_; ///< folders to compare, the next one last
+    std::map<DiskFile, std::shared_ptr<const FirstName>> filesOnDisk_;      ///< files with hard links
+    std::map<std::uint64_t, std::shared_ptr<const FirstName>> filesStored_; ///< the same, by link group
     std::vector<char> buffer_;
     std::vector<char> diskBuffer_;
 };

@@ -17,7 +17,7 @@ bool isNameBefore(const Child& left, const Child& right) {
     return left.name < right.name;
 }
 
-/// Reads a file block by block; every block but the last one is full.
+/// Reads a file block by block. Every block except the last one is full.
 class Blocks {
 public:
     Blocks(const SessionStorage& storage, ExportSource& entries, const StoragePath& path,
@@ -79,8 +79,8 @@ EntryKind CopyVerifier::kindOf(const StoragePath& path) {
     return kind;
 }
 
-/// Looks for the names in a listing: looking them up one by one, a storage that does not distinguish case would find two
-/// names for one entry.
+/// Compares with a listing instead of looking up each name: a case-insensitive storage would find one entry
+/// under two names.
 void CopyVerifier::compareFolder(const Pair& pair) {
     const auto copies = childrenOf(pair.copy);
     for (const Child& child : childrenOf(pair.source)) {

@@ -11,11 +11,11 @@
 
 namespace storage::host {
 
-/// Finds out whether a tree of one storage is in another one as a whole: every name, the kind of every entry and every
-/// byte. Attributes are not compared, as storages keep them in different ways, and more entries in the copy are no
-/// difference.
+/// Verifies that the copy of a tree in another storage is complete: every name, the kind of every entry and
+/// every byte. Attributes are not compared, because storages keep them in different ways. Additional entries
+/// in the copy are allowed.
 ///
-/// Borrows session and progress. Thread safety: one object is for one thread.
+/// Borrows session and progress meter. Not thread-safe.
 class CopyVerifier {
 public:
     CopyVerifier(Session& session, ProgressMeter& progress);
@@ -39,7 +39,7 @@ private:
     Session& session_;
     ProgressMeter& progress_;
     SessionExportSource entries_;
-    std::vector<Pair> open_; ///< what is still to be compared
+    std::vector<Pair> open_; ///< entries to compare
     std::vector<char> sourceBuffer_;
     std::vector<char> copyBuffer_;
 };

@@ -63,17 +63,18 @@ void setTime(const FileDescriptor& entry, const timespec& modified) {
     }
 }
 
-/// Permissions that agree with the writable flag.
+/// Permission bits whose write bits match the writable flag.
 mode_t withFlag(mode_t mode, bool writable) {
     return writable ? mode | S_IWUSR : mode & ~writeBits;
 }
 
-/// What an export replaces.
-/// @throws CommandError when something of another kind is there; a device, for one, must not be replaced by a file
+/// The entry that an export replaces.
+/// @throws CommandError when the entry has another type; a device, for example, must not be replaced by a
+///     file
 std::optional<struct stat> replacedEntry(const FileDescriptor& folder, const std::string& name, mode_t type) {
     struct stat status {};
     if (::fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return std::nullopt; // what else is wrong, making the entry reports
+        return std::nullopt; // other errors are reported when the entry is created
     }
     if ((status.st_mode & S_IFMT) != type) {
         refuseInTheWay(folder, name);
@@ -92,7 +93,7 @@ void skipTo(const FileDescriptor& file, std::uint64_t offset) {
     }
 }
 
-/// The folder that the target is to stand in, which a link may lead to, as the user named it. It is only added to: it keeps its
+/// Opens a folder that the user named, following symbolic links. The folder is only extended: it keeps its
 /// attributes, and need not be readable.
 std::unique_ptr<WritableFolder> openNamed(const std::string& target) {
     return std::make_unique<WritableFolder>(FileDescriptor(target, O_PATH | O_DIRECTORY),
@@ -128,7 +129,7 @@ std::optional<ExportTarget::Existing> DiskExportTarget::find(const std::string& 
             DiskEntry::at(place, isFilled ? DiskEntry::Links::Follow : DiskEntry::Links::Inspect);
         return Existing{found.kind, found.size, found.modified};
     } catch (const CommandError&) {
-        return std::nullopt; // what is wrong, making the entry reports
+        return std::nullopt; // the error is reported when the entry is created
     }
 }
 
@@ -160,19 +161,19 @@ void DiskExportTarget::makeFolder(const StoragePath& source, const std::string& 
     WritableFolder& above = innermost();
     const std::optional<mode_t> mode = source_.entryAt(source, EntryKind::Folder).attributes.mode;
     const Origin origin = makeDiskFolder(above, name, mode ? privateFolderMode : newFolderMode);
-    // A folder that takes its attributes from the storage may have become read-only by an earlier export.
+    // Lift: an earlier export may have made the folder read-only.
     auto made = std::make_unique<WritableFolder>(
         FileDescriptor(above.descriptor(), name, O_RDONLY | O_DIRECTORY), WritableFolder::ReadOnly::Lift);
     if (origin == Origin::Found) {
         TemporaryDiskFile::removeAbandonedFiles(*made);
     } else if (mode) {
         const mode_t inherited = statusOf(made->descriptor()).st_mode & S_ISGID; // from the folder above
-        made->setModeAtEnd((*mode & ~setIdBits) | inherited); // of a folder that is not completed
+        made->setModeAtEnd((*mode & ~setIdBits) | inherited); // if the folder is not completed
     }
     open_.push_back({source, std::move(made), origin == Origin::Made, false});
 }
 
-/// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
+/// Sets the attributes last: adding entries changes the time, and needs a writable folder.
 void DiskExportTarget::leaveFolder() {
     const OpenFolder done = std::move(open_.back());
     open_.pop_back();
@@ -256,7 +257,7 @@ bool DiskExportTarget::addSpecial(const StoragePath& source, EntryKind kind, con
     return true;
 }
 
-/// Gives a new entry its attributes by a descriptor, as its name may be another entry's by now.
+/// Sets the attributes of a new entry by its descriptor, because its name may refer to another entry by now.
 struct stat DiskExportTarget::finishSpecial(const FileDescriptor& folder, const std::string& name,
                                             const DiskAttributes& attributes) {
     const FileDescriptor entry(folder, name, O_PATH);
@@ -276,8 +277,8 @@ struct stat DiskExportTarget::finishSpecial(const FileDescriptor& folder, const 
     return status;
 }
 
-/// One more name of a file that this run has exported.
-/// @return false if the disk cannot have that, or somebody has replaced the file
+/// Creates a hard link of a file that this run has exported.
+/// @return false if there is no such file, it was replaced, or the disk does not support hard links
 bool DiskExportTarget::linkTo(std::uint64_t group, WritableFolder& folder, const std::string& name) {
     const auto known = linked_.find(group);
     if (known == linked_.end()) {
@@ -301,11 +302,11 @@ bool DiskExportTarget::linkTo(std::uint64_t group, WritableFolder& folder, const
         };
         return makeDiskNode(folder, name, make, [](const FileDescriptor&, const std::string&) {}) == 0;
     } catch (const CommandError&) {
-        return false; // what is wrong, writing the file reports
+        return false; // the error is reported when the file is written
     }
 }
 
-/// A folder of the disk that this run has filled, reached without following links.
+/// Opens a folder that this run has exported, without following symbolic links.
 FileDescriptor DiskExportTarget::openExported(const StoragePath& folder) const {
     const auto above = std::find_if(open_.rbegin(), open_.rend(),
                                     [&](const OpenFolder& open) { return open.source.contains(folder); });
@@ -323,7 +324,8 @@ FileDescriptor DiskExportTarget::openExported(const StoragePath& folder) const {
     return std::move(*reached);
 }
 
-/// @return the permission bits that the entry may have
+/// Sets the owner if it is known.
+/// @return `mode` without the set-ID bits that the entry must not have
 mode_t DiskExportTarget::giveOwner(const FileDescriptor& entry, const DiskAttributes& attributes,
                                    mode_t mode) {
     if (attributes.owner) {
@@ -338,8 +340,8 @@ mode_t DiskExportTarget::giveOwner(const FileDescriptor& entry, const DiskAttrib
     return permissionsFor(mode, self_, {status.st_uid, status.st_gid});
 }
 
-/// Gives a file the owner and group of another one.
-/// @return the permission bits of the other one that the file may have
+/// Sets the owner and group of a file to those of the file that it replaces.
+/// @return the permission bits of the replaced file, without the set-ID bits that the file must not have
 mode_t DiskExportTarget::takeOver(const FileDescriptor& file, const struct stat& replaced) {
     const DiskOwner owner{replaced.st_uid, replaced.st_gid};
     return permissionsFor(replaced.st_mode & permissionBits, owner, giveTo(file, owner));
@@ -381,7 +383,7 @@ std::uint64_t DiskExportTarget::copyBytes(const StoragePath& source, bool isSpar
     return offset;
 }
 
-/// Writes the buffer's bytes, and leaves a hole for every whole unit of zeros.
+/// Writes the first `count` bytes of the buffer, and leaves a hole for every unit of zeros.
 void DiskExportTarget::writeSparse(std::size_t count, std::uint64_t offset, const FileDescriptor& to) const {
     for (std::size_t done = 0; done < count;) {
         const std::size_t unit = std::min(count - done, holeUnit);

@@ -19,23 +19,24 @@
 
 namespace storage::host {
 
-/// A place on the disk, for one export.
+/// Exports one entry to disk.
 ///
-/// What is not complete can be read by its owner only. A file that is replaced keeps its owner, if the user may give files
-/// away, and its permissions but for the writable flag, unless the source has the authority. A folder that is made has its
-/// permissions as soon as nothing more is added to it, also after a failure or an interruption. Nothing gets set-user-ID or
-/// set-group-ID unless it belongs to the user or group that the source names.
+/// Incomplete files and folders are accessible to their owner only. A replaced file keeps its owner, if the
+/// user may change owners, and its permissions except the write bits, unless the source has the authority. A
+/// new folder gets its permissions when nothing more is added to it, also after a failure or an interruption.
+/// An entry gets set-user-ID or set-group-ID only if it belongs to the user or group that the source names.
 ///
-/// All below the place is opened folder by folder, so no link leads out of the tree. Several programs may export into one
-/// folder. What a killed one left behind is removed. A file stands under its name complete or not at all.
+/// Every entry below the top is opened relative to its folder, so that no symbolic link leads out of the
+/// tree. Several programs may export into one folder. Temporary entries of killed programs are removed. The
+/// final name of a file never refers to incomplete content.
 ///
-/// Owns a descriptor of every folder that is being filled. Borrows all that it is made with. Thread safety: one object is for
-/// one thread.
+/// Owns a descriptor of every folder that is being filled. Borrows the source, the interruption, the progress
+/// meter and the buffer. Not thread-safe.
 class DiskExportTarget final : public ExportTarget {
 public:
-    /// @param place           path on disk where the exported entry itself comes to stand
-    /// @param rootAttributes  Untouched for a folder that is only to be filled, which a link may lead to
-    /// @param buffer          for bytes on their way
+    /// @param buffer          for copying
+    /// @param place           path of the exported entry itself
+    /// @param rootAttributes  Untouched for a folder that is only extended; the path may be a symbolic link
     DiskExportTarget(ExportSource& source, const Interruption& interruption, ProgressMeter& progress,
                      std::span<char> buffer, std::string place, RootAttributes rootAttributes);
 
@@ -46,18 +47,18 @@ public:
     std::uint64_t addFile(const StoragePath& source, const std::string& name) override;
     bool addSpecial(const StoragePath& source, EntryKind kind, const std::string& name) override;
 
-    /// What the disk did not take, in words; empty if it took all.
+    /// A message about attributes that the disk did not accept; empty if there are none.
     std::string losses() const;
 
 private:
     struct OpenFolder {
         StoragePath source;
         std::unique_ptr<WritableFolder> folder;
-        bool isMade = false;
-        bool keepsOwn = false; ///< it is only filled
+        bool isMade = false;   ///< created by this export
+        bool keepsOwn = false; ///< its attributes do not change
     };
 
-    /// An exported file that has several names, by the first of them.
+    /// The first name of an exported file with hard links.
     struct LinkedFile {
         StoragePath folder;
         std::string name;
@@ -86,9 +87,9 @@ private:
     const RootAttributes rootAttributes_;
     const mode_t newFileMode_;
     const DiskOwner self_;
-    std::unique_ptr<WritableFolder> above_; ///< the folder of the place; null for one that is only filled
+    std::unique_ptr<WritableFolder> above_; ///< contains the top; null if the top is only extended
     std::vector<OpenFolder> open_;
-    std::map<std::uint64_t, LinkedFile> linked_; ///< by group
+    std::map<std::uint64_t, LinkedFile> linked_; ///< by link group
     std::size_t lostOwners_ = 0;
     std::size_t lostXattrs_ = 0;
 };

@@ -17,7 +17,7 @@ namespace storage::host {
 namespace {
 
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY;
-// Not blocking: a fifo that has taken the file's place would wait for a writer forever.
+// O_NONBLOCK: opening a fifo that has replaced the file would block until a writer opens it.
 constexpr int fileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 
 } // namespace
@@ -74,7 +74,7 @@ void DiskFeed::requireFiles(const FileDescriptor& folder) const {
     }
 }
 
-/// One step: the next entry of the innermost open folder, or the folder's end.
+/// Takes the next entry of the innermost open folder, or leaves the folder.
 /// @return whether there is an entry
 bool DiskFeed::takeNext() {
     OpenFolder& folder = open_.back();
@@ -116,7 +116,7 @@ void DiskFeed::takeFolder(FileDescriptor folder, const StoragePath& path, Verdic
     open_.push_back({std::move(folder), path, found.device, verdict, std::move(names), 0});
 }
 
-/// Why another file system that begins at a folder is left out; empty if it is not.
+/// Why the file system that is mounted at a folder is not imported; empty if it is.
 std::string DiskFeed::whySkipped(const FileDescriptor& folder, const DiskEntry& found) const {
     const bool isOther = !open_.empty() && open_.back().device != found.device;
     if (!isOther || fileSystems_ == FileSystems::All) {
@@ -151,7 +151,7 @@ void DiskFeed::takeSpecial(const OpenFolder& folder, const std::string& name, co
     }
 }
 
-/// Without what has to be read from the entry itself.
+/// Sets the current entry, except for link target and extended attributes.
 void DiskFeed::describe(const DiskEntry& found, std::string place, const StoragePath& path) {
     entry_ = {};
     entry_.place = std::move(place);

@@ -14,20 +14,21 @@
 
 namespace storage::host {
 
-/// A tree of the disk. All below its top is opened folder by folder, so no link leads out of it.
+/// Reads a tree on disk. Every entry below the top is opened relative to its folder, so that no symbolic link
+/// leads out of the tree.
 ///
-/// Owns a descriptor of every folder between the top and the current entry. Borrows all that it is made with. Thread safety: one
-/// object is for one thread.
+/// Owns a descriptor of every folder between the top and the current entry. Borrows selection, console and
+/// interruption. Not thread-safe.
 class DiskFeed final : public ImportFeed {
 public:
-    /// Which file systems a tree is imported from. The folder where another one begins is empty then.
+    /// Which file systems are imported. The mount points of others are imported as empty folders.
     enum class FileSystems {
-        WithFiles, ///< those that keep files, and not the ones that show the state of the system, as /proc does
-        OfSource, ///< the one that the tree begins on, if it keeps files
+        WithFiles, ///< those that store files, not pseudo file systems such as /proc
+        OfSource,  ///< only that of the source, if it stores files
         All,
     };
 
-    /// @param source  path on disk; a symbolic link here is followed, unlike the ones below
+    /// @param source  path on disk. If it is a symbolic link, it is followed, unlike links below it.
     DiskFeed(std::string source, FileSystems fileSystems, const EntrySelection& selection, Console& console,
              const Interruption& interruption);
 
@@ -70,8 +71,8 @@ private:
     Entry entry_;
     std::optional<FileDescriptor> file_; ///< of the current entry, if it is a file
     bool isSparse_ = false;
-    std::uint64_t offset_ = 0; ///< in a sparse file, as far as its size reached when it was asked for
-    DiskExtent extent_;        ///< of a sparse file, the one that the offset is in
+    std::uint64_t offset_ = 0; ///< read position in the file
+    DiskExtent extent_;        ///< of a sparse file: the extent at the read position
 };
 
 } // namespace storage::host

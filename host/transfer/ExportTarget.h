@@ -10,9 +10,9 @@
 
 namespace storage::host {
 
-/// What an export fills.
+/// The target of an export.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class ExportTarget {
 public:
     struct Existing {
@@ -23,28 +23,28 @@ public:
 
     virtual ~ExportTarget() = default;
 
-    /// What has the place of an entry already; nothing also for a target that nothing can be in.
-    /// @param place  the place as this object spells it
+    /// What exists at the place of an entry. A target that is empty at first returns nothing.
+    /// @param place  a result of `placeIn`, or the place of the top
     virtual std::optional<Existing> find(const std::string& place) = 0;
 
-    /// The place of an entry of a folder.
+    /// The path of the entry `name` of a folder, for `find` and for messages.
     virtual std::string placeIn(const std::string& folder, const std::string& name) const = 0;
 
-    /// Begins to fill a folder in the one that was entered last. It is made if it is missing.
+    /// Begins to fill a folder in the one that was entered last. Creates it if it is missing.
     virtual void enterFolder(const StoragePath& source, const std::string& name) = 0;
 
-    /// Ends the filling of the folder that was entered last, and gives it its attributes.
+    /// Ends filling the folder that was entered last, and sets its attributes.
     virtual void leaveFolder() = 0;
 
     /// Adds a file to the folder that was entered last.
-    /// @return the number of its bytes, unless they are those of an earlier file
+    /// @return the number of its bytes; 0 for a hard link of an earlier file
     virtual std::uint64_t addFile(const StoragePath& source, const std::string& name) = 0;
 
     /// Adds a symbolic link, fifo or device.
-    /// @return whether such entries can be in the target
+    /// @return false if the target does not support this kind of entry
     virtual bool addSpecial(const StoragePath& source, EntryKind kind, const std::string& name) = 0;
 
-    /// Whether nothing more can be added, which was reported.
+    /// Whether the target can take no more entries. The cause has been reported.
     virtual bool isFailed() const noexcept { return false; }
 };
 

@@ -33,7 +33,7 @@ void Exporter::run(const StoragePath& source, const std::string& target, RootAtt
 
 void Exporter::run(const StoragePath& source, ExportTarget& target, const std::string& place,
                    const std::string& name) {
-    open_.clear(); // an interrupted run leaves its folders here
+    open_.clear(); // an interrupted run leaves folders open
     target_ = &target;
     top_ = source;
     interruption_.check();
@@ -50,7 +50,7 @@ void Exporter::run(const StoragePath& source, ExportTarget& target, const std::s
     }
 }
 
-/// One step: the next entry of the innermost open folder, or the folder's end.
+/// Exports the next entry of the innermost open folder, or leaves the folder.
 void Exporter::exportNext() {
     OpenFolder& folder = open_.back();
     if (folder.next == folder.children.size()) {
@@ -119,7 +119,7 @@ void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, const st
     progress_.countEntry();
 }
 
-/// Makes the folders that were only passed through so far.
+/// Enters the open folders that are not selected themselves, because an entry below them is exported.
 void Exporter::enterFolders() {
     for (std::size_t i = 0; i < open_.size(); ++i) {
         if (open_[i].isEntered) {
@@ -149,7 +149,7 @@ void Exporter::leaveFolder(const OpenFolder& done) {
     }
 }
 
-/// Whether an update leaves a file out.
+/// Whether an update skips the file.
 bool Exporter::isUnchanged(const StoragePath& source, const std::string& place) {
     if (options_.files == TransferOptions::Files::All) {
         return false;
@@ -160,9 +160,9 @@ bool Exporter::isUnchanged(const StoragePath& source, const std::string& place) 
            existing->modified.tv_sec == modified.tv_sec && existing->modified.tv_nsec == modified.tv_nsec;
 }
 
-/// In a run that only prints: an existing folder stays as it is, and needs no line.
-/// @return whether nothing is to be done
-/// @throws CommandError when something of another kind is in the way
+/// Prints the entry in a dry run, unless it is an existing folder.
+/// @return whether this is a dry run
+/// @throws CommandError when an entry of another kind exists
 bool Exporter::isOnlyPrinted(const StoragePath& source, EntryKind kind, const std::string& place) {
     if (options_.effect == TransferOptions::Effect::Transfer) {
         return false;

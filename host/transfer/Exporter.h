@@ -15,35 +15,36 @@
 
 namespace storage::host {
 
-/// Copies files and trees from a storage to the disk, with all that the source knows of them. Owners and extended attributes
-/// that the target does not take are one line for each run, and no failure.
+/// Copies files and trees from a storage to disk or to another target, with all attributes that the source
+/// knows. Owners and extended attributes that the disk does not accept are reported in one line per run. They
+/// are not failures.
 ///
-/// Goes on after a failure, which the console counts. Depth costs memory but no stack; a file of any size passes through one
-/// buffer.
+/// Continues after a failure, which the console counts. Memory use grows with the depth of the tree, stack
+/// use does not. Files of any size pass through one buffer.
 ///
-/// Borrows source, console and interruption. Thread safety: one object is for one thread.
+/// Borrows source, console and interruption. Not thread-safe.
 class Exporter {
 public:
     Exporter(ExportSource& source, Console& console, const Interruption& interruption,
              TransferOptions options = {});
 
     /// Exports one existing entry and everything below it to the disk.
-    /// @param target          path on disk where the entry itself comes to stand; a folder that is there is
-    ///                        added to, an entry of the same kind replaced, anything else refused
-    /// @param rootAttributes  Untouched for a folder that is only to be filled, which a link may lead to
+    /// @param target          path of the entry itself on disk. An existing folder is extended, an existing
+    ///     entry of the same kind is replaced. Any other existing entry is an error.
+    /// @param rootAttributes  Untouched for a folder that is only extended; the path may be a symbolic link
     /// @throws Interrupted
     void run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes);
 
-    /// The same to a target that takes several exports.
+    /// The same for a target that accepts several exports.
     /// @param place  of the entry in the target
-    /// @param name   that it has there; empty for a folder that is only to be filled
+    /// @param name   of the entry in the target; empty for a folder that is only extended
     void run(const StoragePath& source, ExportTarget& target, const std::string& place,
              const std::string& name);
 
-    /// Shows how far all runs are.
+    /// The progress of all runs.
     ProgressMeter& progress() noexcept { return progress_; }
 
-    /// What was exported by all runs.
+    /// What all runs have exported.
     const TransferTotals& totals() const noexcept { return totals_; }
 
 private:
@@ -78,10 +79,10 @@ private:
     const TransferOptions options_;
     ProgressMeter progress_;
     TransferTotals totals_;
-    ExportTarget* target_ = nullptr;       ///< of this run
-    StoragePath top_;                      ///< the entry that this run exports
+    ExportTarget* target_ = nullptr;       ///< of the current run
+    StoragePath top_;                      ///< the entry that the current run exports
     std::vector<OpenFolder> open_;         ///< the folders whose entries are being exported
-    const std::unique_ptr<char[]> buffer_; ///< of transferBufferSize; most transfers use little of it
+    const std::unique_ptr<char[]> buffer_; ///< transferBufferSize bytes, not zeroed: most transfers use few
 };
 
 } // namespace storage::host

@@ -12,69 +12,70 @@
 
 namespace storage::host {
 
-/// What an import fills.
+/// The target of an import.
 ///
-/// Thread safety: one object is for one thread.
+/// Not thread-safe.
 class ImportTarget {
 public:
-    /// A file that is being imported. Destroyed before it was finished, it leaves what was there before.
+    /// A file that is being imported. If it is destroyed before `finish`, the target is unchanged.
     class File {
     public:
         virtual ~File() = default;
 
-        /// Behind what was written before.
+        /// Appends bytes.
         virtual void write(std::span<const char> bytes) = 0;
 
-        /// The same with `count` zeros that the disk keeps as a hole.
+        /// Appends `count` zeros, which are a hole on disk.
         virtual void writeHole(std::uint64_t count) = 0;
 
-        /// The file has all its bytes, and gets its name and its attributes.
+        /// Completes the file, which gets its name and its attributes.
         virtual void finish(const DiskAttributes& attributes) = 0;
     };
 
-    /// A file or folder that is in the target.
+    /// An existing file or folder of the target.
     struct Existing {
         EntryKind kind = EntryKind::File;
         std::uint64_t size = 0;
         timespec modified{};
-        bool isExact = false; ///< the time is that of the source, otherwise rounded as storages do
+        bool isExact = false; ///< the time is that of the source, not rounded to storage time
         std::uint64_t linkGroup = 0;
     };
 
     virtual ~ImportTarget() = default;
 
-    /// What is at a path; nothing also for a target that nothing can be in.
+    /// What exists at a path. A target that is empty at first returns nothing.
     virtual std::optional<Existing> find(const StoragePath&) { return std::nullopt; }
 
-    /// Refuses a path at which nothing can be.
-    /// @throws CommandError naming what is in the way
+    /// Rejects a path at which no entry can be created.
+    /// @throws CommandError naming the obstacle
     virtual void requirePlace(const StoragePath& path) = 0;
 
-    /// Begins to fill a folder, which is made if it is missing. A read-only one is filled too if it gets attributes.
-    /// @param attributes  that it has in the end, also if an interruption leaves it incomplete; null for a folder that keeps its own
+    /// Begins to fill a folder. Creates it if it is missing. A read-only folder is filled if it gets
+    /// attributes.
+    /// @param attributes  final attributes, also after an interruption; null for a folder that keeps its own
     virtual void enterFolder(const StoragePath& path, const DiskAttributes* attributes) = 0;
 
-    /// Ends the filling of the folder that was entered last.
+    /// Ends filling the folder that was entered last, and sets its attributes.
     virtual void leaveFolder(const StoragePath& path, const DiskAttributes* attributes) = 0;
 
-    /// Forgets the folders that were entered and not left. They keep the attributes that they have by then.
+    /// Drops the folders that were entered but not left. They keep their current attributes.
     virtual void leaveAll() noexcept = 0;
 
-    /// A new file, or one that replaces the file at `path`, also a read-only one.
+    /// Creates a file, or replaces the file at `path`, even if that is read-only.
     virtual std::unique_ptr<File> makeFile(const StoragePath& path) = 0;
 
-    /// A number for a file of the disk that has several names; 0 if `link` is how the target keeps them.
+    /// A number for a file with hard links; 0 if the target creates hard links with `link`.
     virtual std::uint64_t newLinkGroup() = 0;
 
-    /// Makes `path` one more name of the file at `existing`, which this import has made.
-    /// @return false if the target has only files with one name
+    /// Makes `path` a hard link of the file at `existing`, which this import has created.
+    /// @return false if the target does not support hard links
     virtual bool link(const StoragePath& existing, const StoragePath& path) = 0;
 
-    /// Makes `path` one more name of the file at `existing`, or a copy that is exported as one, replacing the file there. A
-    /// symbolic link, fifo or device can have several names, too.
+    /// Makes `path` a hard link of the entry at `existing`, or a copy that is exported as a hard link.
+    /// Replaces the file at `path`. The entry can also be a symbolic link, fifo or device.
     virtual void addName(const StoragePath& existing, const StoragePath& path) = 0;
 
-    /// Makes a symbolic link, fifo or device, or replaces one.
+    /// Creates or replaces a symbolic link, fifo or device.
     virtual void makeSpecial(const StoragePath& path, const DiskAttributes& attributes) = 0;
 };
 

@@ -14,9 +14,10 @@ namespace storage::host {
 
 namespace {
 
-/// How much of a file is written first. A provider makes the room for a file by some power of two larger whenever it runs out,
-/// and copies what it has: with this block the room ends as large as the file, and least is copied.
-/// @param size  what the disk says, which is 0 for some files that are not empty
+/// The size of the first write to a file. A provider that is out of capacity multiplies the capacity by a
+/// power of two and copies the content. After a first write of this size, the capacity ends at the size of
+/// the file, and the provider copies the least.
+/// @param size  from stat(2); 0 for some files that are not empty, such as those in /proc
 std::size_t firstBlock(unsigned long long size) {
     constexpr unsigned long long growth = 8;
     while (size > transferBufferSize) {
@@ -52,7 +53,7 @@ void Importer::run(const std::string& source, const StoragePath& target, RootAtt
 }
 
 void Importer::run(ImportFeed& feed, const StoragePath& target, RootAttributes rootAttributes) {
-    open_.clear(); // an interrupted run leaves its folders here
+    open_.clear(); // an interrupted run leaves folders open
     target_.leaveAll();
     linked_.clear();
     otherNames_.clear();
@@ -75,7 +76,7 @@ void Importer::run(ImportFeed& feed, const StoragePath& target, RootAttributes r
     leaveFoldersNotAbove({});
 }
 
-/// From here on, whatever is missing is for a check to find.
+/// Records the import, so that a check reports what is missing from now on.
 void Importer::logImport() {
     using Scope = ImportSource::Scope;
     if (!source_.empty()) {
@@ -111,7 +112,7 @@ void Importer::takeFolder(ImportFeed& feed, const Entry& entry) {
     }
 }
 
-/// Makes the folders that were only passed through so far.
+/// Enters the open folders that are not selected themselves, because an entry below them is imported.
 void Importer::enterFolders(ImportFeed& feed) {
     for (std::size_t i = 0; i < open_.size(); ++i) {
         if (open_[i].isEntered) {
@@ -145,8 +146,8 @@ void Importer::enterFolder(OpenFolder& folder) {
     }
 }
 
-/// A folder gets its attributes only now: what was added to it changed its time, and could not have been added to a read-only
-/// one.
+/// Leaves the open folders that do not contain `path`; all of them for the root. Their attributes are set
+/// last: adding entries changes the time, and needs a writable folder.
 void Importer::leaveFoldersNotAbove(const StoragePath& path) {
     while (!open_.empty() &&
            (path.isRoot() || path == open_.back().path || !open_.back().path.contains(path))) {
@@ -185,7 +186,7 @@ void Importer::takeFile(ImportFeed& feed, const Entry& entry) {
     progress_.countEntry();
 }
 
-/// Whether an update leaves a file out. One of several names is in the storage only if they are names of one file there, too.
+/// Whether an update skips the file. Hard links must be hard links in the storage, too.
 bool Importer::isUnchanged(const Entry& entry, const StoragePath& target) {
     if (options_.files == TransferOptions::Files::All) {
         return false;
@@ -203,7 +204,7 @@ bool Importer::isUnchanged(const Entry& entry, const StoragePath& target) {
     return linked_.try_emplace(*entry.file, self).first->second.group == existing->linkGroup;
 }
 
-/// A file that may have been imported under another name. It is a new one if it was changed since.
+/// Imports a file that may have been imported under another name. If it has changed since, it is another file.
 void Importer::takeLinkedFile(ImportFeed& feed, const Entry& entry, const StoragePath& target) {
     const timespec modified = entry.attributes.modified.value();
     const auto known = linked_.find(*entry.file);
@@ -219,7 +220,7 @@ void Importer::takeLinkedFile(ImportFeed& feed, const Entry& entry, const Storag
     }
 }
 
-/// Content that comes with a later name of a file is that of all its names.
+/// If a later name of a file has content, it is the content of all its names.
 void Importer::takeOtherName(ImportFeed& feed, const Entry& entry, const StoragePath& target) {
     const StoragePath first = targetOf(*entry.other);
     std::vector<StoragePath>& others = otherNames_[first.text()];
@@ -281,7 +282,7 @@ void Importer::takeSpecial(ImportFeed& feed, const Entry& entry) {
     progress_.countEntry();
 }
 
-/// Such entries can have several names, too.
+/// Special entries can have hard links, too.
 void Importer::makeSpecial(const Entry& entry, const StoragePath& target) {
     if (!entry.file) {
         target_.makeSpecial(target, entry.attributes);
@@ -298,9 +299,9 @@ void Importer::makeSpecial(const Entry& entry, const StoragePath& target) {
         *entry.file, LinkedFile{target, attributes.linkGroup, entry.size, attributes.modified.value()});
 }
 
-/// In a run that only prints: an existing folder stays as it is, and needs no line.
-/// @return whether nothing is to be done
-/// @throws CommandError when something of another kind is in the way
+/// Prints the entry in a dry run, unless it is an existing folder.
+/// @return whether this is a dry run
+/// @throws CommandError when an entry of another kind exists
 bool Importer::isOnlyPrinted(const std::string& place, EntryKind kind, const StoragePath& target) {
     if (options_.effect == TransferOptions::Effect::Transfer) {
         return false;

@@ -19,37 +19,38 @@
 
 namespace storage::host {
 
-/// Copies files and trees into a storage, with all that their source knows of them: permissions, owners if the process is the
-/// superuser's, times, extended attributes, holes, symbolic links, fifos, and which names are one file. Devices come along
-/// for the superuser. Sockets are skipped, as nobody could use the copy.
+/// Copies files and trees into a storage, with all attributes that the source knows: permissions, times,
+/// extended attributes, holes, symbolic links, fifos and hard links. Owners and devices are imported only if
+/// the process runs as the superuser. Sockets are skipped, because a copy would be useless.
 ///
-/// Goes on after a failure, which the console counts. A file is in the storage complete or not at all; one that it replaces
-/// stays as it was until then. Depth costs memory but no stack; a file of any size passes through one buffer.
+/// Continues after a failure, which the console counts. A new file appears in the storage when it is
+/// complete, and a replaced file stays unchanged until then. Memory use grows with the depth of the tree,
+/// stack use does not. Files of any size pass through one buffer.
 ///
-/// Borrows all that it is made with. Thread safety: one object is for one thread.
+/// Borrows the target, the console, the interruption and the log. Not thread-safe.
 class Importer {
 public:
     using FileSystems = DiskFeed::FileSystems;
 
-    /// @param imports  records each run on the disk
+    /// @param imports  records each import from disk
     Importer(ImportTarget& target, Console& console, const Interruption& interruption, ImportLog& imports,
              FileSystems fileSystems = FileSystems::WithFiles, TransferOptions options = {});
 
-    /// Imports one entry of the disk and everything below it.
-    /// @param source  path on disk; a symbolic link here is followed, unlike the ones below
-    /// @param target  where the entry itself comes to stand; a folder that is there is added to, a read-only one too if it
-    ///                takes its attributes from the source; a file, also a read-only one, is replaced
+    /// Imports one entry on disk and everything below it.
+    /// @param source  path on disk. If it is a symbolic link, it is followed, unlike links below it.
+    /// @param target  path of the entry itself. An existing folder is extended, even a read-only one if it
+    ///     takes its attributes from the source. An existing file is replaced, even a read-only one.
     /// @throws CommandError when the entry itself cannot be imported
     /// @throws Interrupted
     void run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes);
 
-    /// Imports all that a feed has. A check knows nothing of it.
-    /// @param target  the folder that it goes into, which is made if it is missing
+    /// Imports all entries of a feed. They are not recorded in the log.
+    /// @param target  folder for the entries, created if it is missing
     /// @throws CommandError when the feed cannot be read to its end
     /// @throws Interrupted
     void run(ImportFeed& feed, const StoragePath& target, RootAttributes rootAttributes);
 
-    /// What was imported by all runs.
+    /// What all runs have imported.
     const TransferTotals& totals() const noexcept { return totals_; }
 
 private:
@@ -61,12 +62,12 @@ private:
         StoragePath target;
         std::string place;
         DiskAttributes attributes;
-        bool keepsOwn; ///< it is only filled
+        bool keepsOwn; ///< its attributes do not change
         bool isRepeated;
         bool isEntered;
     };
 
-    /// An entry that has several names, by one of them.
+    /// One name of an entry with hard links.
     struct LinkedFile {
         StoragePath path;
         std::uint64_t group = 0;
@@ -102,13 +103,13 @@ private:
     const bool keepsOwners_;
     ProgressMeter progress_;
     TransferTotals totals_;
-    std::string source_; ///< of this run on the disk, until it is logged
+    std::string source_; ///< of the current run from disk, until it is logged
     StoragePath targetTop_;
     RootAttributes rootAttributes_ = RootAttributes::FromSource;
     std::vector<OpenFolder> open_;
-    std::map<ImportFeed::FileId, LinkedFile> linked_;               ///< of this run
-    std::map<std::u16string, std::vector<StoragePath>> otherNames_; ///< of this run, by the first one
-    const std::unique_ptr<char[]> buffer_; ///< of transferBufferSize; most transfers use little of it
+    std::map<ImportFeed::FileId, LinkedFile> linked_;               ///< of the current run
+    std::map<std::u16string, std::vector<StoragePath>> otherNames_; ///< of the current run, by first name
+    const std::unique_ptr<char[]> buffer_; ///< transferBufferSize bytes, not zeroed: most transfers use few
 };
 
 } // namespace storage::host

@@ -15,7 +15,7 @@ using foundation::storage::provider::FolderEntry;
 
 namespace {
 
-/// A provider has no holes.
+/// Providers store no holes.
 class StreamReader final : public ExportSource::Reader {
 public:
     explicit StreamReader(std::unique_ptr<foundation::storage::provider::ByteStream> stream)
@@ -32,7 +32,7 @@ private:
     ByteStreamDevice stream_;
 };
 
-/// What is recorded of another entry that had the place before does not count.
+/// Ignores attributes that were kept for an earlier entry of another kind.
 ExportSource::Entry complete(DiskAttributes known, EntryKind kind, bool isWritable,
                              const boost::posix_time::ptime& lastModified) {
     if (known.kind != kind) {

@@ -5,9 +5,9 @@
 
 namespace storage::host {
 
-/// The storages of a session, and its record of what their providers do not keep.
+/// The storages of a session, with the attributes and special entries that the session keeps for them.
 ///
-/// Borrows the session. Thread safety: one object is for one thread.
+/// Borrows the session. Not thread-safe.
 class SessionExportSource final : public ExportSource {
 public:
     explicit SessionExportSource(const Session& session) : session_(session) {}

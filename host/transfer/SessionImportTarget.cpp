@@ -19,7 +19,7 @@ using foundation::storage::provider::ByteStreamContent;
 using foundation::storage::provider::EntryExistence;
 using foundation::storage::provider::StorageIRI;
 
-/// A file of the provider under its own name, or under a temporary one beside the file that it replaces.
+/// A file of the provider. It has a temporary name in the same folder if it replaces a file.
 class SessionImportTarget::NewFile final : public ImportTarget::File {
 public:
     NewFile(SessionImportTarget& target, const StoragePath& path)
@@ -73,8 +73,8 @@ private:
     SessionImportTarget& target_;
     const StoragePath path_;
     const StorageIRI iri_;
-    std::unique_ptr<TemporaryStorageFile> replacement_; ///< null for a file that was not there
-    std::unique_ptr<UnfinishedFile> created_;           ///< null for one that was
+    std::unique_ptr<TemporaryStorageFile> replacement_; ///< null for a new file
+    std::unique_ptr<UnfinishedFile> created_;           ///< null for a replaced file
     std::optional<ByteStreamDevice> stream_;            ///< destroyed first
 };
 
@@ -108,7 +108,7 @@ void SessionImportTarget::enterFolder(const StoragePath& path, const DiskAttribu
     if (attributes != nullptr) {
         kept_.set(path, *attributes);
     } else {
-        kept_.changed(path); // a symbolic link may have had the place
+        kept_.changed(path); // a kept symbolic link may have this path
     }
     lifted_.push_back(std::move(lifted));
 }

@@ -10,9 +10,9 @@
 
 namespace storage::host {
 
-/// A provider, and the session's record of what it does not keep.
+/// Imports into a provider, and keeps the attributes and special entries that it cannot store.
 ///
-/// Borrows both. Thread safety: one object is for one thread.
+/// Borrows the provider and the kept attributes. Not thread-safe.
 class SessionImportTarget final : public ImportTarget {
 public:
     using IProvider = foundation::storage::provider::IProvider;
@@ -38,7 +38,7 @@ private:
 
     const IProvider& provider_;
     KeptAttributes& kept_;
-    std::vector<std::unique_ptr<const LiftedFolderFlag>> lifted_; ///< of the entered folders; null for most
+    std::vector<std::unique_ptr<const LiftedFolderFlag>> lifted_; ///< one per entered folder; mostly null
 };
 
 } // namespace storage::host

@@ -12,7 +12,7 @@ namespace storage::host {
 
 namespace {
 
-/// What an entry of the disk has that nothing is known of.
+/// The mode of an entry without a known mode.
 mode_t usualModeOf(EntryKind kind) {
     constexpr mode_t newFile = 0666;
     constexpr mode_t newFolder = 0777;
@@ -34,7 +34,7 @@ StorageCopier::StorageCopier(Session& session, const StoragePath& target, Progre
       buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
 
 void StorageCopier::run(const StoragePath& source, const StoragePath& target, RootAttributes rootAttributes) {
-    open_.clear(); // an interrupted run leaves its folders here
+    open_.clear(); // an interrupted run leaves folders open
     target_.leaveAll();
     linkGroups_.clear();
     EntryKind kind = EntryKind::File;
@@ -46,7 +46,7 @@ void StorageCopier::run(const StoragePath& source, const StoragePath& target, Ro
     }
 }
 
-/// One step: the next entry of the innermost open folder, or the folder's end.
+/// Copies the next entry of the innermost open folder, or leaves the folder.
 void StorageCopier::copyNext() {
     OpenFolder& folder = open_.back();
     if (folder.next == folder.children.size()) {
@@ -89,7 +89,7 @@ void StorageCopier::enterFolder(const StoragePath& source, const StoragePath& ta
     open_.push_back(std::move(folder));
 }
 
-/// Only now: what was added to the folder changed its time, and could not have been added to a read-only one.
+/// Sets the attributes last: adding entries changes the time, and needs a writable folder.
 void StorageCopier::leaveFolder(const OpenFolder& folder) {
     to_.attribute(
         [&] { target_.leaveFolder(folder.target, folder.keepsOwn ? nullptr : &folder.attributes); });
@@ -132,7 +132,7 @@ void StorageCopier::copySpecial(const StoragePath& source, EntryKind kind, const
     });
 }
 
-/// What the copy is to have: the writable flag is that of the storage, whatever permissions are known.
+/// The attributes of the copy. The write bits match the writable flag of the storage.
 DiskAttributes StorageCopier::attributesOf(const StoragePath& path, EntryKind kind) {
     ExportSource::Entry entry;
     session_.storageOf(path).attribute([&] { entry = source_.entryAt(path, kind); });

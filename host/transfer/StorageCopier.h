@@ -15,24 +15,26 @@
 
 namespace storage::host {
 
-/// Copies files and trees from one storage of a session to another one: bytes, times, writable flags, and what the session
-/// has kept of an import, with the entries that the storages cannot hold. Names that are one file stay one file for an
+/// Copies files and trees from one storage of a session to another one: bytes, times, writable flags, and the
+/// attributes and special entries that the session keeps for exports. Hard links remain hard links for an
 /// export.
 ///
-/// Goes on after a failure, which the console counts. A file is in the target storage complete or not at all; a file that
-/// it replaces stays as it was until then. Depth costs memory but no stack; a file of any size passes through one buffer.
+/// Continues after a failure, which the console counts. A new file appears in the target when it is complete,
+/// and a replaced file stays unchanged until then. Memory use grows with the depth of the tree, stack use
+/// does not. Files of any size pass through one buffer.
 ///
-/// Borrows session and progress. Thread safety: one object is for one thread.
+/// Borrows session and progress meter. Not thread-safe.
 class StorageCopier {
 public:
-    /// @param target  in the storage that is copied to
+    /// @param target  any path in the target storage
     StorageCopier(Session& session, const StoragePath& target, ProgressMeter& progress);
 
     /// Copies one entry and everything below it.
     /// @param source          an existing file or folder in another storage
-    /// @param target          where the entry itself comes to stand; a folder that is there is added to, a writable file
-    ///                        replaced by a file
-    /// @param rootAttributes  Untouched if a folder that is there keeps its own. Those below it always do.
+    /// @param target          path of the entry itself. An existing folder is extended, an existing writable
+    ///     file is replaced by a file.
+    /// @param rootAttributes  Untouched if an existing folder at `target` keeps its attributes. Existing
+    ///     folders below it always do.
     /// @throws CommandError when the entry itself cannot be copied
     /// @throws Interrupted
     void run(const StoragePath& source, const StoragePath& target, RootAttributes rootAttributes);
@@ -42,7 +44,7 @@ private:
         StoragePath source;
         StoragePath target;
         DiskAttributes attributes;
-        bool keepsOwn = false; ///< the attributes are not for it
+        bool keepsOwn = false; ///< its attributes do not change
         std::vector<ExportSource::Child> children;
         std::size_t next = 0;
     };
@@ -64,8 +66,8 @@ private:
     SessionImportTarget target_;
     std::vector<OpenFolder> open_;
     std::map<std::uint64_t, std::uint64_t>
-        linkGroups_;                       ///< of this run: the group in the target for one in the source
-    const std::unique_ptr<char[]> buffer_; ///< of transferBufferSize; most transfers use little of it
+        linkGroups_;                       ///< of the current run: group in the source to that in the target
+    const std::unique_ptr<char[]> buffer_; ///< transferBufferSize bytes, not zeroed: most transfers use few
 };
 
 } // namespace storage::host

@@ -10,18 +10,18 @@ namespace storage::host {
 struct TransferOptions {
     enum class Files {
         All,
-        Changed, ///< without those that the target has with the same size and time
+        Changed, ///< skips files that the target has with the same size and time
     };
     enum class Effect {
         Transfer,
-        Print, ///< what would be transferred; nothing changes
+        Print, ///< dry run: prints what would be transferred
     };
     enum class Notices { Shown, Hidden };
 
     std::shared_ptr<const EntrySelection> selection = std::make_shared<EntrySelection>();
     Files files = Files::All;
     Effect effect = Effect::Transfer;
-    Notices notices = Notices::Shown; ///< progress, and what is no failure
+    Notices notices = Notices::Shown; ///< progress, and messages that are not failures
 };
 
 } // namespace storage::host

@@ -4,15 +4,15 @@
 
 namespace storage::host {
 
-/// What an import, export or check went through. A value.
+/// What an import, export or check processed. A value.
 struct TransferTotals {
     unsigned long long folders = 0;
     unsigned long long files = 0;
     unsigned long long bytes = 0;
     unsigned long long symbolicLinks = 0;
     unsigned long long specialFiles = 0; ///< fifos and devices
-    unsigned long long unchanged = 0;    ///< files that an update leaves out
-    unsigned long long skipped = 0;      ///< entries that transfers leave out
+    unsigned long long unchanged = 0;    ///< files that an update skips
+    unsigned long long skipped = 0;      ///< entries that a transfer skips
 
     TransferTotals& operator+=(const TransferTotals& other) noexcept;
 

@@ -4,10 +4,10 @@
 
 namespace storage::host {
 
-/// Character encoding UTF-8, whatever that of the process, for the calls of a library that converts names. Where the system has
-/// no such locale, it is that of the process.
+/// The character encoding UTF-8, independent of the locale of the process, for library calls that convert
+/// names. If the system has no such locale, the encoding of the process is used.
 ///
-/// Owns the locale. Thread safety: one object is for one thread.
+/// Owns the locale. Not thread-safe.
 class Utf8Locale {
 public:
     Utf8Locale() : locale_(::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {}
@@ -19,11 +19,11 @@ public:
     Utf8Locale(const Utf8Locale&) = delete;
     Utf8Locale& operator=(const Utf8Locale&) = delete;
 
-    /// Sets the locale of the thread as long as it lives.
+    /// Sets the locale of the calling thread for the lifetime of the object.
     class Use {
     public:
         explicit Use(const Utf8Locale& locale)
-            : previous_(::uselocale(locale.locale_)) {} // which changes nothing for a null pointer
+            : previous_(::uselocale(locale.locale_)) {} // a null pointer changes nothing
         ~Use() { ::uselocale(previous_); }
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
