@@ -204,7 +204,7 @@ bool Importer::isUnchanged(const Entry& entry, const StoragePath& target) {
     return linked_.try_emplace(*entry.file, self).first->second.group == existing->linkGroup;
 }
 
-/// Imports a file that may have been imported under another name. If it has changed since, it is another file.
+/// Imports a file that may have been imported under another name and may have changed since.
 void Importer::takeLinkedFile(ImportFeed& feed, const Entry& entry, const StoragePath& target) {
     const timespec modified = entry.attributes.modified.value();
     const auto known = linked_.find(*entry.file);

@@ -38,8 +38,8 @@ const std::string badPlugin = std::string(TEST_BAD_PLUGINS) + "/libBadProvider.s
 constexpr int notPermitted = 77; ///< exit status of a preparation that the system does not permit
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
-/// Disks and command lines under the worst conditions, for `import`, `export` and `check`. Tests that
-/// interfere in the middle of a command use the fixture's session; the others run the program.
+/// Tests `import`, `export` and `check` with failing disks, racing programs and malformed command lines.
+/// Tests that interfere in the middle of a command use the fixture's session; the others run the program.
 class BadDiskTest : public SessionTest {
 protected:
     static std::string line(const std::string& text) { return "qzstorage: " + text + '\n'; }
@@ -89,7 +89,7 @@ protected:
         bool operator==(const State&) const = default;
     };
 
-    /// Creates the files for the commands of a sweep.
+    /// Creates the files that the commands of a sweep use.
     void prepareSweep() {
         restore();
         disk_.write("src/a", "whole");
@@ -134,8 +134,8 @@ protected:
         }
     }
 
-    /// Runs the command once for each of its provider calls, and strikes at that call.
-    /// @return the number of calls at which it struck
+    /// Runs the command once for each of its provider calls, and calls `strike` before that call.
+    /// @return the number of provider calls
     template <typename Check>
     int sweep(const std::string& command, const std::function<void()>& strike, const Check& check) {
         restore();
@@ -301,7 +301,7 @@ void writeTo(const char* path, const std::string& text) {
 void mountSmallDisk(const std::string& folder, const char* limits) {
     const std::string user = std::to_string(::geteuid());
     const std::string group = std::to_string(::getegid());
-    // Only root may, but every user may be root in a user namespace.
+    // Mounting needs root, but every user can be root in a user namespace.
     if (::unshare(CLONE_NEWNS) != 0) {
         if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
             ::_exit(notPermitted);
@@ -654,7 +654,7 @@ TEST_F(BadDiskTest, WhatTakesThePlaceOfAFileUnderAnExportIsNotHarmed) {
     EXPECT_FALSE(fs::is_symlink(disk_ / "a/f"));
 }
 
-// --- Entries exchanged for a link ---
+// --- Folders exchanged with a symbolic link ---
 
 void exchange(const std::string& one, const std::string& other) {
     if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) != 0) {

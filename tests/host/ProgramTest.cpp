@@ -143,7 +143,7 @@ TEST(ProgramTest, AGivenPluginIsUsed) {
     EXPECT_EQ(ProgramRun({"--plugin", TEST_PLUGIN, "shell"}, "pwd\n").output(), "/\n");
 }
 
-/// Makes the files of the disk plug-in those of a folder.
+/// Lets the disk plug-in store its files in a folder.
 ProgramRun::Preparation onDisk(const TemporaryFolder& folder) {
     return [path = folder.path()] { ::setenv("QZSTORAGE_DISK_ROOT", path.c_str(), 1); };
 }

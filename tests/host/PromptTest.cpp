@@ -14,9 +14,9 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr const char* prompt = "\r\nqzstorage:/> "; // the editor redraws it, but not on a new line
+constexpr const char* prompt = "\r\nqzstorage:/> "; // on a new line: the editor also redraws it in place
 
-/// The program at a terminal.
+/// Runs the program on a pseudo terminal.
 class PromptTest : public testing::Test {
 protected:
     using Environment = std::vector<std::pair<std::string, std::string>>;
@@ -27,7 +27,7 @@ protected:
         }
     }
 
-    /// Runs an interactive session that `person` drives; ends it with `exit`.
+    /// Runs an interactive session that `person` controls. `person` ends it with `exit`.
     void hold(const std::function<void(Terminal& terminal)>& person, const Environment& environment = {},
               const std::vector<std::string>& arguments = {"shell"}) const {
         Terminal terminal;

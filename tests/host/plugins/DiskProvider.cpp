@@ -16,8 +16,9 @@
 #include <utility>
 #include <vector>
 
-// A storage whose files are those of a folder of the disk, for tests that take a provider of another kind. The folder is
-// named by QZSTORAGE_DISK_ROOT when the provider is made.
+// A plug-in that stores its files in a folder on disk, for tests with a second kind of provider. The
+// environment variable QZSTORAGE_DISK_ROOT is the path of the folder. It is read when the provider is
+// created.
 
 using namespace foundation::storage::provider;
 
@@ -35,7 +36,7 @@ void check(int result, const StorageIRI& iri) {
     }
 }
 
-/// An open file; closes its descriptor.
+/// An open file. Owns the descriptor.
 class DiskStream final : public ByteStream {
 public:
     DiskStream(int descriptor, StorageIRI iri) : descriptor_(descriptor), iri_(std::move(iri)) {}

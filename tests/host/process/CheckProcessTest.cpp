@@ -152,7 +152,7 @@ TEST(CheckProcessTest, AnOutputThatIsClosedOrEndlessEndsNothing) {
     expectVerdict(endless, Result::Hang, "did not end within 0.05 s");
 }
 
-/// A check that writes to everything that it inherited.
+/// Writes to all inherited descriptors except the standard ones.
 void writeToAllInherited(std::string_view bytes) {
     std::signal(SIGPIPE, SIG_IGN); // the test may have inherited a pipe without a reader
     for (int number = STDERR_FILENO + 1; number < 1024; ++number) {
@@ -219,7 +219,7 @@ TEST(CheckProcessTest, AThreadThatStillRunsKeepsNothingUp) {
     expectVerdict(outcome, Result::Pass, "");
 }
 
-/// The process also keeps the pipes open.
+/// The child of the check also keeps the pipes open.
 TEST(CheckProcessTest, AProcessThatWasLeftBehindIsEnded) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         const pid_t child = ::fork();

@@ -6,7 +6,7 @@ namespace {
 
 using storage::host::nameHash;
 
-/// Other versions of the program must compute the same names.
+/// Different versions of the program must compute the same temporary names.
 TEST(NameHashTest, KeepsItsValues) {
     EXPECT_EQ(nameHash(""), 0xcbf29ce484222325U);
     EXPECT_EQ(nameHash("a"), 0xaf63dc4c8601ec8cU);
