@@ -58,7 +58,7 @@ public:
         for (CLI::App* const command : {shell_, run_}) {
             command->add_flag("--keep-going", keepGoing_, "Continue after a failed command");
         }
-        run_->add_option("SCRIPT", script_, "The script's path")->required()->type_name("");
+        run_->add_option("SCRIPT", script_, "Path of the script")->required()->type_name("");
     }
 
     std::optional<std::string> script() const { return *run_ ? std::optional(script_) : std::nullopt; }
@@ -106,7 +106,7 @@ std::string commandMissing(const CLI::App& app, const LinesSyntax& lines) {
     for (const CLI::App* const command : app.get_subcommands(nullptr)) {
         known += known.empty() ? command->get_name() : ", " + command->get_name();
     }
-    return (words.empty() ? "no command given" : words.front() + ": no such command") + "; there are " +
+    return (words.empty() ? "missing command" : words.front() + ": unknown command") + "; commands are " +
            known;
 }
 
@@ -170,7 +170,7 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     }
     if (isEmpty(plugin) || hasEmptyPath(options.plugins) || isEmpty(options.script) ||
         isEmpty(options.unmount) || (options.validate && isEmpty(options.validate->junitFile))) {
-        throw UsageError("the path of a script, plug-in, mount point or report is empty");
+        throw UsageError("empty path of a script, plug-in, mount point or report");
     }
     if (!isSession || options.plugins.empty()) {
         options.plugins = {{"", plugin ? *plugin : defaultPlugin()}};

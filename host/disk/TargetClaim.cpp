@@ -52,7 +52,7 @@ int makeSocket() {
 }
 
 CommandError claimed(const std::string& target) {
-    return {target, "another mount is going to export there; end that first, or choose another folder"};
+    return {target, "another mount exports there when it ends; unmount it first, or choose another folder"};
 }
 
 } // namespace

@@ -25,8 +25,9 @@ NamedPlugin parsePlugin(const std::string& word) {
         throw UsageError("--plugin " + word + ": the name before '=' is empty");
     }
     if (!std::all_of(name.begin(), name.end(), isNameCharacter)) {
-        throw UsageError("--plugin " + word +
-                         ": a name has letters, digits, - and _ only; a path with '=' begins with ./");
+        throw UsageError(
+            "--plugin " + word +
+            ": a name consists of letters, digits, - and _; give a path that contains '=' as ./PATH");
     }
     return {name, word.substr(end + 1)};
 }
@@ -51,13 +52,13 @@ std::vector<NamedPlugin> namedPlugins(const std::vector<std::string>& words) {
         std::rotate(plugins.begin(), unnamed, unnamed + 1);
         if (const auto other = findUnnamed(plugins); other != plugins.end()) {
             throw UsageError("--plugin " + other->path +
-                             ": only one plug-in goes without a name; give NAME=PATH");
+                             ": only one plug-in can have no name; give NAME=PATH");
         }
     }
     for (auto plugin = plugins.begin(); plugin != plugins.end(); ++plugin) {
         const auto isSame = [&](const NamedPlugin& other) { return other.name == plugin->name; };
         if (std::any_of(plugins.begin(), plugin, isSame)) {
-            throw UsageError("--plugin: two plug-ins have the name '" + plugin->name + "'");
+            throw UsageError("--plugin: duplicate name '" + plugin->name + "'");
         }
     }
     return plugins;
@@ -65,11 +66,12 @@ std::vector<NamedPlugin> namedPlugins(const std::vector<std::string>& words) {
 
 std::optional<std::string> onlyPlugin(const std::vector<NamedPlugin>& plugins) {
     if (plugins.size() > 1) {
-        throw UsageError("--plugin is given more than once, which is for shell, run and -c only");
+        throw UsageError("--plugin given more than once; only shell, run and -c accept several plug-ins");
     }
     if (!plugins.empty() && !plugins.front().name.empty()) {
-        throw UsageError("--plugin: a name, '" + plugins.front().name +
-                         "', is for shell, run and -c only; a path with '=' begins with ./");
+        throw UsageError(
+            "--plugin: name '" + plugins.front().name +
+            "' given; only shell, run and -c accept names; give a path that contains '=' as ./PATH");
     }
     return plugins.empty() ? std::nullopt : std::optional(plugins.front().path);
 }

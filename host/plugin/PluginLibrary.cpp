@@ -78,10 +78,10 @@ void refuseUnloadable(const std::string& path) {
     std::ifstream file(path, std::ios_base::binary);
     const auto header = readHeader(file);
     if (header && isForAnotherMachine(*header)) {
-        throw pluginError(path, "cannot be loaded as a plug-in: it was built for another kind of processor");
+        throw pluginError(path, "cannot load plug-in: built for another processor architecture");
     }
     if (header && breaksOff(path, file, *header)) {
-        throw pluginError(path, "cannot be loaded as a plug-in: the file is cut short");
+        throw pluginError(path, "cannot load plug-in: the file is truncated");
     }
 }
 
@@ -93,7 +93,7 @@ PluginLibrary::PluginLibrary(const std::string& path) : path_(path) {
     const std::string absolute = std::filesystem::absolute(path).string();
     void* const handle = ::dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
-        throw pluginError(path_, "cannot be loaded as a plug-in: " + linkerReason(absolute));
+        throw pluginError(path_, "cannot load plug-in: " + linkerReason(absolute));
     }
     handle_.reset(handle, ::dlclose);
 }
@@ -103,7 +103,7 @@ ProviderEntryPoint* PluginLibrary::entryPoint() const {
         reinterpret_cast<ProviderEntryPoint*>(::dlsym(handle_.get(), providerEntryPointName));
     if (function == nullptr) {
         throw pluginError(path_,
-                          std::string("not a storage-provider plug-in: it has no ") + providerEntryPointName);
+                          std::string("not a storage-provider plug-in: no symbol ") + providerEntryPointName);
     }
     return function;
 }
@@ -114,10 +114,11 @@ LoadedProvider PluginLibrary::buildProvider() const {
     try {
         build(&provider);
     } catch (...) {
-        throw pluginError(path_, "the plug-in gave no provider: " + Failure::ofCurrentException("").reason);
+        throw pluginError(path_,
+                          "the plug-in returned no provider: " + Failure::ofCurrentException("").reason);
     }
     if (!provider) {
-        throw pluginError(path_, "the plug-in gave no provider");
+        throw pluginError(path_, "the plug-in returned no provider");
     }
     return {handle_, std::move(provider)};
 }

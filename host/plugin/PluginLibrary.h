@@ -2,9 +2,9 @@
 
 #include "host/plugin/LoadedProvider.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
-#include <stdexcept>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 namespace storage::host {

@@ -7,7 +7,7 @@ namespace storage::host {
 std::optional<std::string> namedPlugin(const std::optional<std::string>& option,
                                        const std::optional<std::string>& operand) {
     if (option && operand) {
-        throw UsageError("the plug-in is named twice: by --plugin and as PLUGIN");
+        throw UsageError("plug-in given twice: by --plugin and as operand PLUGIN");
     }
     return option ? option : operand;
 }

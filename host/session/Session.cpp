@@ -65,7 +65,8 @@ const SessionStorage& Session::selected(std::string_view word, std::string_view 
     }
     throw CommandError(
         std::string(word),
-        fmt::format("no storage is named '{}', only {}; ./{} is a path with a colon", name, known, word));
+        fmt::format("no storage named '{}'; storages are {}; give a path that contains a colon as ./{}", name,
+                    known, word));
 }
 
 void Session::attempt(const std::string& word, const std::function<void(const StoragePath& path)>& step) {

@@ -16,7 +16,7 @@ std::optional<std::string> causeOfNotFound(const IProvider& provider, const Stor
     if (auto reason = whyNoFolderHolds(provider, path)) {
         return reason;
     }
-    return "no such file or folder, or a name that the storage cannot hold";
+    return "no such file or folder, or the storage does not support the name";
 }
 
 /// The kind of the entry at `path` if it is read-only.

@@ -48,8 +48,7 @@ std::optional<TreeWalk::Step> TreeWalk::next() {
 void TreeWalk::descend() {
     if (lastFolder_ && lastFolder_->name.empty() && lastFolder_->depth > 0) {
         // Without a name, its path is that of the parent folder, so the walk would never end.
-        throw CommandError(lastFolder_->path.printed(),
-                           "a folder without a name, which nothing can look into");
+        throw CommandError(lastFolder_->path.printed(), "cannot list a folder without a name");
     }
     if (lastFolder_) {
         auto entries = sortedEntries(provider_.doListAll(lastFolder_->path.iri()));

@@ -19,7 +19,7 @@ PathPattern::PathPattern(std::string_view text) {
         characters.erase(0, 1);
     }
     if (characters.empty()) {
-        throw UsageError("'" + std::string(text) + "' is a pattern that no entry matches");
+        throw UsageError("invalid pattern '" + std::string(text) + "': it matches no entry");
     }
     parse(characters);
 }

@@ -33,14 +33,14 @@ RegularExpression::RegularExpression(const std::string& pattern, Case letters)
         throw std::bad_alloc(); // the only cause: this locale is built into the C library
     }
     if (pattern.find('\0') != std::string::npos) {
-        throw UsageError("'" + pattern + "' is not a regular expression: it contains NUL");
+        throw UsageError("invalid regular expression '" + pattern + "': it contains NUL");
     }
     const ThreadLocale utf8(locale_.get());
     const int flags = REG_EXTENDED | REG_NOSUB | (letters == Case::Ignored ? REG_ICASE : 0);
     if (const int error = ::regcomp(&compiled_, pattern.c_str(), flags); error != 0) {
         std::array<char, 128> reason{};
         (void)::regerror(error, &compiled_, reason.data(), reason.size());
-        throw UsageError("'" + pattern + "' is not a regular expression: " + reason.data());
+        throw UsageError("invalid regular expression '" + pattern + "': " + reason.data());
     }
 }
 

@@ -17,7 +17,7 @@ class RegularExpression {
 public:
     enum class Case { Distinguished, Ignored };
 
-    /// @throws UsageError when the pattern is not a regular expression
+    /// @throws UsageError when the pattern is invalid
     RegularExpression(const std::string& pattern, Case letters);
     ~RegularExpression();
     RegularExpression(const RegularExpression&) = delete;

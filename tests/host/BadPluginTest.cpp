@@ -185,7 +185,7 @@ protected:
 };
 
 TEST_F(BadPluginTest, WhatIsNoLibraryIsRefused) {
-    const std::string unloadable = "cannot be loaded as a plug-in: ";
+    const std::string unloadable = "cannot load plug-in: ";
     const std::string fifo = disk_ / "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     fs::create_symlink("nowhere", disk_ / "dangling");
@@ -201,7 +201,7 @@ TEST_F(BadPluginTest, WhatIsNoLibraryIsRefused) {
     expectRefused(disk_.write("empty.so", ""), unloadable + "file too short");
     expectRefused(disk_.write("text.so", "just text"), unloadable + "file too short");
     expectRefused(disk_.write("long.so", std::string(10000, 'x')), unloadable + "invalid ELF header");
-    expectRefused(noEntryPoint, "not a storage-provider plug-in: it has no buildProvider_V1");
+    expectRefused(noEntryPoint, "not a storage-provider plug-in: no symbol buildProvider_V1");
     printRuns("no library");
 }
 
@@ -216,7 +216,7 @@ TEST_F(BadPluginTest, AFileThatMayNotBeReadIsRefused) {
 
 TEST_F(BadPluginTest, AProgramIsNoPlugin) {
     const ProgramRun run({"--plugin", TEST_PROGRAM, "shell"}, "pwd\n");
-    EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*: cannot be loaded as a plug-in: [^\n]*\n"));
+    EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*: cannot load plug-in: [^\n]*\n"));
     EXPECT_EQ(run.status(), 1);
 }
 
@@ -227,9 +227,9 @@ TEST_F(BadPluginTest, ALibraryForAnotherMachineIsRefused) {
         bytes[place] = value;
         return disk_.write("foreign.so", bytes);
     };
-    const std::string unloadable = "cannot be loaded as a plug-in: ";
+    const std::string unloadable = "cannot load plug-in: ";
     expectRefused(withByte(offsetof(Elf64_Ehdr, e_machine), static_cast<char>(EM_AARCH64)),
-                  unloadable + "it was built for another kind of processor");
+                  unloadable + "built for another processor architecture");
     expectRefused(withByte(EI_CLASS, ELFCLASS32), unloadable + "wrong ELF class: ELFCLASS32");
     expectRefused(withByte(EI_DATA, ELFDATA2MSB), unloadable + "ELF file data encoding not little-endian");
     printRuns("another machine");
@@ -248,15 +248,14 @@ TEST_F(BadPluginTest, ALibraryThatIsCutShortAnywhereIsRefusedOrWhole) {
         }
         ++refused;
         EXPECT_EQ(run.status(), 1);
-        EXPECT_EQ(run.errors(),
-                  "qzstorage: " + path + ": cannot be loaded as a plug-in: the file is cut short\n");
+        EXPECT_EQ(run.errors(), "qzstorage: " + path + ": cannot load plug-in: the file is truncated\n");
     }
     EXPECT_GT(refused, 0U);
     for (const std::size_t length : {std::size_t{20}, sizeof(Elf64_Ehdr), std::size_t{100}}) {
         const std::string path = disk_.write("short.so", whole.substr(0, length));
         const ProgramRun run({"--plugin", path, "shell"}, "pwd\n");
         EXPECT_EQ(run.status(), 1) << length;
-        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*: cannot be loaded as a plug-in: [^\n]*\n"));
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*: cannot load plug-in: [^\n]*\n"));
     }
     std::cout << "cut short: " << refused << " of " << cuts - 1 << " prefixes refused, the others load\n";
 }
@@ -266,7 +265,7 @@ TEST_F(BadPluginTest, AnEntryPointThatThrowsIsRefused) {
         const ProgramRun run = runOn("entry", misdeed.name, {"shell"}, "pwd\n");
         SCOPED_TRACE(misdeed.name);
         EXPECT_EQ(run.status(), 1);
-        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*/libBadProvider.so: the plug-in gave no "
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*/libBadProvider.so: the plug-in returned no "
                                                "provider: " +
                                                misdeed.reason + '\n'));
         EXPECT_EQ(run.output(), "");
@@ -276,7 +275,7 @@ TEST_F(BadPluginTest, AnEntryPointThatThrowsIsRefused) {
 TEST_F(BadPluginTest, AnEntryPointThatLeavesThePointerEmptyIsRefused) {
     const ProgramRun run = runOn("entry", "nothing", {"shell"}, "pwd\n");
     EXPECT_EQ(run.status(), 1);
-    EXPECT_EQ(run.errors(), "qzstorage: " + badPlugin + ": the plug-in gave no provider\n");
+    EXPECT_EQ(run.errors(), "qzstorage: " + badPlugin + ": the plug-in returned no provider\n");
 }
 
 TEST_F(BadPluginTest, WhateverAnOperationThrowsIsOneClearLine) {

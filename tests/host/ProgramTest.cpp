@@ -199,7 +199,7 @@ TEST(ProgramTest, AnEmptyPathOfAScriptOrPluginIsWrongUsage) {
          {std::vector<std::string>{"run", ""}, std::vector<std::string>{"--plugin", "", "shell"}}) {
         const ProgramRun run(arguments);
         EXPECT_EQ(run.status(), 2);
-        EXPECT_EQ(run.errors(), "qzstorage: the path of a script, plug-in, mount point or report is empty "
+        EXPECT_EQ(run.errors(), "qzstorage: empty path of a script, plug-in, mount point or report "
                                 "(try 'qzstorage --help')\n");
     }
 }

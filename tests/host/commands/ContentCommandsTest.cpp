@@ -116,7 +116,7 @@ TEST_F(ContentCommandsTest, GrepSearchesFolders) {
     EXPECT_EQ(fail("grep one /d"), "qzstorage: grep: /d: is a folder; use grep -r\n");
     EXPECT_EQ(run("grep one"), ExitStatus::Usage);
     EXPECT_EQ(run("grep '(' a"), ExitStatus::Usage);
-    EXPECT_THAT(errors(), HasSubstr("grep: '(' is not a regular expression: "));
+    EXPECT_THAT(errors(), HasSubstr("grep: invalid regular expression '(': "));
 }
 
 TEST_F(ContentCommandsTest, GrepReadsLinesThatAreLongerThanABlock) {

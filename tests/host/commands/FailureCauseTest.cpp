@@ -63,7 +63,7 @@ TEST_F(FailureCauseTest, NamesTheReadOnlyEntry) {
 TEST_F(FailureCauseTest, SaysThatANewEntryMayHaveAnImpossibleName) {
     refuse("createFile", ErrorCode::NotFound);
     EXPECT_EQ(fail("touch /a/f"),
-              "qzstorage: touch: /a/f: no such file or folder, or a name that the storage cannot hold\n");
+              "qzstorage: touch: /a/f: no such file or folder, or the storage does not support the name\n");
 }
 
 TEST_F(FailureCauseTest, SaysNoMoreThanIsCertain) {

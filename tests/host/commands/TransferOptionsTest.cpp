@@ -198,7 +198,7 @@ TEST_F(TransferOptionsTest, QuietPrintsFailuresOnly) {
 
 TEST_F(TransferOptionsTest, APatternThatNothingMatchesIsWrongUsage) {
     EXPECT_EQ(run("import --exclude '' " + source_ + " /p"), ExitStatus::Usage);
-    EXPECT_THAT(errors(), HasSubstr("'' is a pattern that no entry matches"));
+    EXPECT_THAT(errors(), HasSubstr("invalid pattern '': it matches no entry"));
 }
 
 } // namespace

@@ -74,10 +74,10 @@ TEST(InspectProgramTest, ALibraryWithoutEntryPointIsShownAllTheSame) {
                 AllOf(HasSubstr("\nentry point  buildProvider_V1 is missing\nalso exports "),
                       HasSubstr(" answer\n"), // a sanitizer exports more
                       HasSubstr("\nno provider  " + noPlugin +
-                                ": not a storage-provider plug-in: it has no buildProvider_V1\n")));
+                                ": not a storage-provider plug-in: no symbol buildProvider_V1\n")));
     const Json plugin = Json::parse(ProgramRun({"inspect", "--json", noPlugin}).output());
     EXPECT_EQ(plugin["entryPoint"]["exported"], false);
-    EXPECT_THAT(plugin["provider"]["failure"].get<std::string>(), HasSubstr("it has no buildProvider_V1"));
+    EXPECT_THAT(plugin["provider"]["failure"].get<std::string>(), HasSubstr("no symbol buildProvider_V1"));
 }
 
 TEST(InspectProgramTest, ANameOfCIsNoType) {
@@ -111,8 +111,8 @@ TEST(InspectProgramTest, WhatALibraryNeedsIsShownAlsoWhenItIsMissing) {
     EXPECT_EQ(run.errors(), "");
     EXPECT_THAT(run.output(), HasSubstr("\nneeds        libqzflstorageprovideX.so"));
     EXPECT_THAT(run.output(), HasSubstr("\nentry point  buildProvider_V1\n"));
-    EXPECT_THAT(run.output(), HasSubstr("\nno provider  " + library +
-                                        ": cannot be loaded as a plug-in: libqzflstorageprovideX.so"));
+    EXPECT_THAT(run.output(),
+                HasSubstr("\nno provider  " + library + ": cannot load plug-in: libqzflstorageprovideX.so"));
     const Json plugin = Json::parse(ProgramRun({"inspect", "--json", library}).output());
     EXPECT_THAT(plugin["needed"].get<std::vector<std::string>>(),
                 Contains(StartsWith("libqzflstorageprovideX.so")));
@@ -121,10 +121,10 @@ TEST(InspectProgramTest, WhatALibraryNeedsIsShownAlsoWhenItIsMissing) {
 
 TEST(InspectProgramTest, WhyThereIsNoProviderIsTold) {
     EXPECT_THAT(inspectBad({"inspect", badPlugin}, "entry nothing").output(),
-                HasSubstr("\nno provider  " + badPlugin + ": the plug-in gave no provider\n"));
+                HasSubstr("\nno provider  " + badPlugin + ": the plug-in returned no provider\n"));
     const ProgramRun run = inspectBad({"inspect", badPlugin}, "entry own");
     EXPECT_EQ(run.status(), 1);
-    EXPECT_THAT(run.output(), HasSubstr("the plug-in gave no provider: the tape is torn\n"));
+    EXPECT_THAT(run.output(), HasSubstr("the plug-in returned no provider: the tape is torn\n"));
 }
 
 TEST(InspectProgramTest, WhatIsNoLibraryIsOneLine) {
@@ -133,7 +133,7 @@ TEST(InspectProgramTest, WhatIsNoLibraryIsOneLine) {
     const ProgramRun run({"inspect", file});
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(run.output(), "");
-    EXPECT_THAT(run.errors(), StartsWith("qzstorage: " + file + ": cannot be loaded as a plug-in: "));
+    EXPECT_THAT(run.errors(), StartsWith("qzstorage: " + file + ": cannot load plug-in: "));
     const std::string fifo = folder / "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(ProgramRun({"inspect", fifo}).errors(), "qzstorage: " + fifo + ": not a regular file\n");

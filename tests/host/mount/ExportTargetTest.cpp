@@ -19,7 +19,7 @@ protected:
         const ProgramRun run(words, input);
         EXPECT_EQ(run.status(), 1);
         EXPECT_THAT(run.errors(),
-                    MatchesRegex("qzstorage: [^\n]*another mount is going to export there[^\n]*\n"));
+                    MatchesRegex("qzstorage: [^\n]*another mount exports there when it ends[^\n]*\n"));
     }
 
     const std::string out_ = disk_ / "out";

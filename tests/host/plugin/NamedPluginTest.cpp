@@ -38,11 +38,11 @@ TEST(NamedPluginTest, NamesThatCannotBeUsedAreRefused) {
         EXPECT_THAT([&] { namedPlugins(words); }, ThrowsMessage<UsageError>(HasSubstr(text)));
     };
     refusal({"=p.so"}, "the name before '=' is empty");
-    refusal({"a b=p.so"}, "a name has letters, digits, - and _ only");
-    refusal({"a:b=p.so"}, "a name has letters, digits, - and _ only");
-    refusal({"a=1.so", "b=1.so", "a=2.so"}, "two plug-ins have the name 'a'");
-    refusal({"default=1.so", "2.so"}, "two plug-ins have the name 'default'");
-    refusal({"1.so", "2.so"}, "--plugin 2.so: only one plug-in goes without a name; give NAME=PATH");
+    refusal({"a b=p.so"}, "a name consists of letters, digits, - and _");
+    refusal({"a:b=p.so"}, "a name consists of letters, digits, - and _");
+    refusal({"a=1.so", "b=1.so", "a=2.so"}, "--plugin: duplicate name 'a'");
+    refusal({"default=1.so", "2.so"}, "--plugin: duplicate name 'default'");
+    refusal({"1.so", "2.so"}, "--plugin 2.so: only one plug-in can have no name; give NAME=PATH");
 }
 
 TEST(NamedPluginTest, WhereThereIsOneItHasNoName) {

@@ -39,7 +39,7 @@ TEST(RegularExpressionTest, TakesALongLine) {
 
 TEST(RegularExpressionTest, RefusesWhatIsNoPattern) {
     EXPECT_THAT([] { matches("a(b", ""); },
-                testing::ThrowsMessage<UsageError>("'a(b' is not a regular expression: Unmatched ( or \\("));
+                testing::ThrowsMessage<UsageError>("invalid regular expression 'a(b': Unmatched ( or \\("));
     EXPECT_THROW(matches(std::string("a\0b", 3), ""), UsageError);
 }
 

@@ -109,7 +109,7 @@ TEST(ValidateProgramTest, APluginThatCannotBeUsedIsOneLine) {
     const ProgramRun none = runWith("BAD_PLUGIN", "entry standard", {"validate", plugin});
     EXPECT_EQ(none.status(), 1);
     EXPECT_EQ(none.errors(),
-              "qzstorage: " + plugin + ": the plug-in gave no provider: the tape\\nis stuck\n");
+              "qzstorage: " + plugin + ": the plug-in returned no provider: the tape\\nis stuck\n");
     const ProgramRun crash = runWith("BAD_PLUGIN", "entry signal9", {"validate", plugin});
     EXPECT_EQ(crash.status(), 1);
     EXPECT_EQ(crash.errors(), "qzstorage: " + plugin +
@@ -223,7 +223,7 @@ TEST(ValidateProgramTest, WrongUsageIsOneLineAndStatusTwo) {
                                 "--list' has all (try 'qzstorage --help')\n");
     const ProgramRun twice({"--plugin", "/p.so", "validate", "/q.so"});
     EXPECT_EQ(twice.status(), 2);
-    EXPECT_THAT(twice.errors(), StartsWith("qzstorage: the plug-in is named twice: "));
+    EXPECT_THAT(twice.errors(), StartsWith("qzstorage: plug-in given twice: "));
 }
 
 TEST(ValidateProgramTest, HelpShowsExamples) {
