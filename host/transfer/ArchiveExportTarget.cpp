@@ -207,7 +207,7 @@ bool ArchiveExportTarget::addSpecial(const StoragePath& source, EntryKind kind, 
 ArchiveExportTarget::Header ArchiveExportTarget::headerOf(const ExportSource::Entry& entry,
                                                           const std::string& path) {
     if (container_ == ArchiveFormat::Container::Zip && !isUtf8(path)) {
-        throw CommandError(place_ + ": " + path, "not UTF-8, as names in zip files are");
+        throw CommandError(place_ + ": " + path, "the name is not UTF-8, which zip files require");
     }
     Header header(::archive_entry_new2(archive_.get()));
     if (!header) {
@@ -282,7 +282,7 @@ std::uint64_t ArchiveExportTarget::writeContent(const StoragePath& source, std::
         interruption_.check();
     }
     if (written != size) {
-        throw CommandError(source.printed(), "its size changed while it was exported");
+        throw CommandError(source.printed(), "file size changed during the export");
     }
     return written;
 }
@@ -308,7 +308,8 @@ void ArchiveExportTarget::finish() {
 }
 
 std::string ArchiveExportTarget::losses() const {
-    return lostXattrs_ == 0 ? "" : "the archive cannot keep " + counted(lostXattrs_, "extended attribute");
+    return lostXattrs_ == 0 ? ""
+                            : "the archive format cannot store " + counted(lostXattrs_, "extended attribute");
 }
 
 } // namespace storage::host

@@ -193,7 +193,7 @@ void Checker::compareEntry(const StoragePath& path, EntryKind kind, const Layers
     } else if (last == nullptr && !expected_.at(path).empty()) {
         return; // the missing sources have been reported
     } else if (kind != Kind::Folder) {
-        report(path, std::string(describe(kind)) + ", but imports went into a folder of this name");
+        report(path, std::string(describe(kind)) + ", but a folder of this name contains imports");
     } else {
         Folder folder{path, layers};
         std::erase_if(folder.layers, [](const Layer& layer) { return layer.kind != Kind::Folder; });
@@ -208,7 +208,7 @@ void Checker::reportMissing(const StoragePath& path, const Layers& layers) {
     } else if (last != nullptr && holdsImported(*last)) {
         report(path, fmt::format("missing, {} is {}", last->source.diskPath, describe(last->kind)));
     } else if (last == nullptr && expected_.at(path).empty()) {
-        report(path, "missing, a folder that imports went into");
+        report(path, "missing, a folder that contains imports");
     }
 }
 
@@ -218,7 +218,7 @@ void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     const int noFollow = layer.links == DiskEntry::Links::Follow ? 0 : O_NOFOLLOW;
     const FileDescriptor onDisk(diskPath, O_RDONLY | O_NONBLOCK | O_NOCTTY | noFollow);
     if (const Kind kind = DiskEntry::of(onDisk).kind; kind != Kind::File) {
-        throw CommandError(diskPath, std::string("became ") + describe(kind));
+        throw CommandError(diskPath, std::string("replaced by ") + describe(kind));
     }
     const bool isEqual = compareBytes(path, onDisk);
     const ExportSource::Entry stored = entryAt(path, Kind::File);
@@ -252,7 +252,7 @@ bool Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk
         }
         if (count != diskCount) {
             reportBytes(path, onDisk, offset,
-                        count < diskCount ? "it ends there" : "the one on disk ends there");
+                        count < diskCount ? "end of file in the storage" : "end of file on disk");
             return false;
         }
         if (count == 0) {
@@ -273,12 +273,12 @@ void Checker::compareNames(const StoragePath& path, const Layer& layer, std::uin
     const auto sameOnDisk = filesOnDisk_.try_emplace(file, name).first->second;
     if (sameOnDisk != name && (linkGroup == 0 || sameOnDisk->linkGroup != linkGroup)) {
         report(path,
-               fmt::format("a file of its own, but {} is one file with {}", diskPath, sameOnDisk->diskPath));
+               fmt::format("a separate file, but {} is a hard link of {}", diskPath, sameOnDisk->diskPath));
         return;
     }
     const auto sameStored = linkGroup == 0 ? name : filesStored_.try_emplace(linkGroup, name).first->second;
     if (sameStored != name && sameStored->file != file) {
-        report(path, fmt::format("one file with {}, but {} and {} are two", sameStored->path.printed(),
+        report(path, fmt::format("a hard link of {}, but {} and {} are two files", sameStored->path.printed(),
                                  diskPath, sameStored->diskPath));
     }
 }
@@ -289,13 +289,13 @@ void Checker::compareSpecial(const StoragePath& path, EntryKind kind, const Laye
     const FileDescriptor folder(diskParent(diskPath), O_PATH | O_DIRECTORY);
     const DiskEntry onDisk = DiskEntry::in(folder, diskName(diskPath));
     if (onDisk.kind != kind) {
-        throw CommandError(diskPath, std::string("became ") + describe(onDisk.kind));
+        throw CommandError(diskPath, std::string("replaced by ") + describe(onDisk.kind));
     }
     if (kind == Kind::SymbolicLink) {
         const std::string target = readDiskLink(folder, diskName(diskPath));
         if (target != stored.attributes.linkTarget) {
-            report(path, fmt::format("a link to '{}', but {} is one to '{}'", stored.attributes.linkTarget,
-                                     diskPath, target));
+            report(path, fmt::format("a symbolic link to '{}', but {} points to '{}'",
+                                     stored.attributes.linkTarget, diskPath, target));
         }
     }
     if (isDevice(kind) && stored.attributes.device != onDisk.number) {
@@ -314,8 +314,7 @@ void Checker::reportBytes(const StoragePath& path, const FileDescriptor& onDisk,
     const auto diskSize = DiskEntry::of(onDisk).size;
     const std::string sizes =
         size == diskSize ? "" : fmt::format("; {}, on disk {}", counted(size, "byte"), diskSize);
-    report(path,
-           fmt::format("differs from {} from byte {} on: {}{}", onDisk.path(), offset, difference, sizes));
+    report(path, fmt::format("differs from {} at offset {}: {}{}", onDisk.path(), offset, difference, sizes));
 }
 
 void Checker::compareFolderAttributes(const Folder& folder) {
@@ -386,10 +385,10 @@ void Checker::compareXattrs(const StoragePath& path, const Xattrs& known, const 
         differing.first != known.end() &&
         (differing.second == other.end() || differing.first->first <= differing.second->first);
     const std::string& name = isKnown ? differing.first->first : differing.second->first;
-    const char* const what = !other.contains(name)   ? "has it not"
-                             : !known.contains(name) ? "has it alone"
-                                                     : "has another value";
-    report(path, fmt::format("extended attribute {}: {} {}", name, onDisk.path(), what));
+    const char* const what = !other.contains(name)   ? "missing in"
+                             : !known.contains(name) ? "only in"
+                                                     : "another value in";
+    report(path, fmt::format("extended attribute {}: {} {}", name, what, onDisk.path()));
 }
 
 /// Ignores the owner's write permission: it is the writable flag, which is compared separately.

@@ -57,7 +57,7 @@ void CopyVerifier::run(const StoragePath& source, const StoragePath& copy) {
     open_.clear();
     const EntryKind kind = kindOf(source);
     if (kindOf(copy) != kind) {
-        throw CommandError(copy.printed(), "is not of the same kind as " + source.printed());
+        throw CommandError(copy.printed(), "not of the same kind as " + source.printed());
     }
     open_.push_back({source, copy, kind});
     while (!open_.empty()) {
@@ -87,11 +87,11 @@ void CopyVerifier::compareFolder(const Pair& pair) {
         const StoragePath copy = pair.copy.child(child.name);
         const auto found = std::lower_bound(copies.begin(), copies.end(), child, isNameBefore);
         if (found == copies.end() || found->name != child.name) {
-            throw CommandError(copy.printed(), "is missing, or has another name");
+            throw CommandError(copy.printed(), "missing, or stored under another name");
         }
         const StoragePath source = pair.source.child(child.name);
         if (found->kind != child.kind) {
-            throw CommandError(copy.printed(), "is not of the same kind as " + source.printed());
+            throw CommandError(copy.printed(), "not of the same kind as " + source.printed());
         }
         open_.push_back({source, copy, child.kind});
     }

@@ -402,7 +402,7 @@ std::string DiskExportTarget::losses() const {
     if (lostXattrs_ > 0) {
         lost += (lost.empty() ? "" : " and ") + counted(lostXattrs_, "extended attribute");
     }
-    return lost.empty() ? "" : "the disk, or the rights of the user, did not allow to keep " + lost;
+    return lost.empty() ? "" : "cannot preserve " + lost + ": not permitted or not supported";
 }
 
 } // namespace storage::host

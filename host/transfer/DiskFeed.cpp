@@ -68,8 +68,8 @@ bool DiskFeed::takeTop() {
 void DiskFeed::requireFiles(const FileDescriptor& folder) const {
     const char* const system = fileSystems_ == FileSystems::All ? nullptr : systemFileSystemOf(folder);
     if (system != nullptr) {
-        throw CommandError(source_, fmt::format("on {}, a file system that keeps no files; "
-                                                "--one-file-system=no imports it all the same",
+        throw CommandError(source_, fmt::format("on a {} file system, which stores no files; "
+                                                "import it with --one-file-system=no",
                                                 system));
     }
 }
@@ -124,7 +124,7 @@ std::string DiskFeed::whySkipped(const FileDescriptor& folder, const DiskEntry& 
     }
     const char* const system = systemFileSystemOf(folder);
     if (system != nullptr) {
-        return fmt::format("on {}", system);
+        return fmt::format("a {} file system", system);
     }
     return fileSystems_ == FileSystems::OfSource ? "another file system" : "";
 }
@@ -132,7 +132,7 @@ std::string DiskFeed::whySkipped(const FileDescriptor& folder, const DiskEntry& 
 void DiskFeed::takeFile(FileDescriptor file, const StoragePath& path) {
     const DiskEntry found = DiskEntry::of(file);
     if (found.kind != DiskEntry::Kind::File) {
-        throw CommandError(file.path(), std::string("became ") + host::describe(found.kind));
+        throw CommandError(file.path(), std::string("replaced by ") + host::describe(found.kind));
     }
     describe(found, file.path(), path);
     entry_.attributes.xattrs = readXattrs(file);

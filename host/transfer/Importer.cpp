@@ -102,7 +102,7 @@ void Importer::take(ImportFeed& feed, const Entry& entry) {
 void Importer::takeFolder(ImportFeed& feed, const Entry& entry) {
     if (!entry.skipped.empty() && entry.isWanted) {
         ++totals_.skipped;
-        notice(entry.place, "its content is skipped, " + entry.skipped);
+        notice(entry.place, "content skipped, " + entry.skipped);
     }
     const bool isTopToFill = entry.path.isRoot() && rootAttributes_ == RootAttributes::Untouched;
     open_.push_back({entry.path, targetOf(entry.path), entry.place, entry.attributes,
@@ -319,7 +319,7 @@ bool Importer::isOnlyPrinted(const std::string& place, EntryKind kind, const Sto
 
 void Importer::noticeTime(const std::string& place, const DiskAttributes& attributes) {
     if (!isStorageTime(attributes.modified.value())) {
-        notice(place, "its time is outside the years 1400 to 9999 and kept as " +
+        notice(place, "time outside the years 1400 to 9999, stored as " +
                           formatSeconds(fromDiskTime(*attributes.modified)));
     }
 }

@@ -40,8 +40,8 @@ public:
             if (!replacement_) {
                 throw;
             }
-            throw std::runtime_error("out of memory: " + path_.printed() +
-                                     " is kept until it can be replaced, and there is no room for both");
+            throw std::runtime_error("out of memory: the old content of " + path_.printed() +
+                                     " stays until the new one is complete, and both do not fit");
         }
     }
 

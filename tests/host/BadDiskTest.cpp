@@ -380,8 +380,8 @@ TEST_F(BadDiskTest, NamesThatTheDiskCannotHaveAreNamedAndTheRestIsExported) {
     }
     provider_->doCreateFolder(StorageIRI(u"/a/s/\xDBFF"));
     provider_->doCreateFile(StorageIRI(u"/a/s/\xDBFF/f"));
-    const std::string notPossible = ": the disk cannot have an entry of this name";
-    const std::string noBytes = ": the name has no form in bytes";
+    const std::string notPossible = ": not a valid file name on disk";
+    const std::string noBytes = ": the name cannot be converted to bytes";
     EXPECT_EQ(fail("export /a " + disk_ / "out"),
               line("export: /a/." + notPossible) + line("export: /a/.." + notPossible) +
                   line("export: /a/n\\x00l" + notPossible) + line("export: /a/s/\\uDBFF" + noBytes) +
@@ -509,10 +509,10 @@ TEST_F(BadDiskTest, LinksAndSpecialFilesThatTheUserNamesAreFollowedOrRefused) {
 
 TEST_F(BadDiskTest, AFolderOfTheSystemsStateIsImportedOnlyOnRequest) {
     EXPECT_EQ(fail("import /proc/self/net /n"),
-              line("import: /proc/self/net: on proc, a file system that keeps no files; "
-                   "--one-file-system=no imports it all the same"));
+              line("import: /proc/self/net: on a proc file system, which stores no files; "
+                   "import it with --one-file-system=no"));
     EXPECT_EQ(succeed("find /"), "/\n");
-    EXPECT_THAT(fail("import -x /proc/self/net /n"), HasSubstr("keeps no files"));
+    EXPECT_THAT(fail("import -x /proc/self/net /n"), HasSubstr("stores no files"));
     run("import --one-file-system=no /proc/self/net /n");
     EXPECT_THAT(succeed("find /n -name dev"), HasSubstr("/n/dev\n"));
     succeed("import /proc/self/status /status");
@@ -535,14 +535,14 @@ TEST_F(BadDiskTest, WhereAnotherFileSystemBeginsTheFolderIsEmptyIfItIsSkipped) {
     if (usual.status() == notPermitted) {
         GTEST_SKIP() << "mounting is not permitted here";
     }
-    const std::string procSkipped = line("import: " + source + "/proc: its content is skipped, on proc");
+    const std::string procSkipped = line("import: " + source + "/proc: content skipped, a proc file system");
     EXPECT_EQ(usual.errors(), procSkipped);
     EXPECT_EQ(usual.output(),
               "imported 3 folders, 1 file, 1 byte, skipped 1\n/n\n/n/proc\n/n/small\n/n/small/f\n");
     for (const std::string option : {"-x", "--one-file-system=yes", "--one-file-system yes"}) {
         const ProgramRun one = runLines("import " + option + " " + source + " /n\nfind /n\n", mountBoth);
-        EXPECT_EQ(one.errors(), procSkipped + line("import: " + source +
-                                                   "/small: its content is skipped, another file system"));
+        EXPECT_EQ(one.errors(),
+                  procSkipped + line("import: " + source + "/small: content skipped, another file system"));
         EXPECT_EQ(one.output(), "imported 3 folders, 0 files, 0 bytes, skipped 2\n/n\n/n/proc\n/n/small\n");
     }
 }

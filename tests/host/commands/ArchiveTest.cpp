@@ -159,7 +159,7 @@ TEST_F(ArchiveTest, WhatAFormatCannotHoldIsSaid) {
     succeed("import -q " + source_ + " /src");
     EXPECT_EQ(run("export /src " + disk_ / "out.zip"), ExitStatus::Success);
     EXPECT_EQ(errors(), "qzstorage: export: /src/pipe: skipped, a fifo\nqzstorage: export: " +
-                            disk_ / "out.zip" + ": the archive cannot keep 1 extended attribute\n");
+                            disk_ / "out.zip" + ": the archive format cannot store 1 extended attribute\n");
 }
 
 TEST_F(ArchiveTest, NamesKeepTheirBytes) {
@@ -173,7 +173,7 @@ TEST_F(ArchiveTest, NamesKeepTheirBytes) {
         EXPECT_EQ(namesIn(disk_ / "back-" + ending), odd);
     }
     EXPECT_THAT(fail("export /odd " + disk_ / "odd.zip"),
-                HasSubstr("utf-8: not UTF-8, as names in zip files are"));
+                HasSubstr("utf-8: the name is not UTF-8, which zip files require"));
     EXPECT_FALSE(fs::exists(disk_ / "odd.zip"));
 }
 

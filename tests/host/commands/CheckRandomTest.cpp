@@ -379,7 +379,7 @@ bool changeByte(Round& round, Side side) {
     const std::size_t at = round.upTo(bytes.size() - 1);
     bytes[at] = static_cast<char>(bytes[at] ^ 1);
     putBytes(round, side, file, bytes);
-    round.expect(file, " from byte " + std::to_string(at) + " on: 0x");
+    round.expect(file, " at offset " + std::to_string(at) + ": 0x");
     return true;
 }
 
@@ -391,8 +391,9 @@ bool cutOff(Round& round, Side side) {
     std::string bytes = bytesOf(round.provider(), round.iri(file));
     bytes.resize(round.upTo(bytes.size() - 1));
     putBytes(round, side, file, bytes);
-    round.expect(file, " from byte " + std::to_string(bytes.size()) + " on: " +
-                           (side == Side::Storage ? "it ends there; " : "the one on disk ends there; "));
+    round.expect(file,
+                 " at offset " + std::to_string(bytes.size()) + ": " +
+                     (side == Side::Storage ? "end of file in the storage; " : "end of file on disk; "));
     return true;
 }
 
@@ -403,8 +404,9 @@ bool lengthen(Round& round, Side side) {
     }
     const std::string bytes = bytesOf(round.provider(), round.iri(file));
     putBytes(round, side, file, bytes + std::string(1 + round.upTo(300000), 'x'));
-    round.expect(file, " from byte " + std::to_string(bytes.size()) + " on: " +
-                           (side == Side::Storage ? "the one on disk ends there; " : "it ends there; "));
+    round.expect(file,
+                 " at offset " + std::to_string(bytes.size()) + ": " +
+                     (side == Side::Storage ? "end of file on disk; " : "end of file in the storage; "));
     return true;
 }
 
@@ -616,7 +618,7 @@ bool changeTarget(Round& round, Side side) {
         fs::remove(round.onDisk(link));
         fs::create_symlink("elsewhere", round.onDisk(link));
     }
-    round.expect(link, "a link to '");
+    round.expect(link, "a symbolic link to '");
     return !link.empty();
 }
 
@@ -692,7 +694,7 @@ bool separateNames(Round& round, Side side) {
     }
     if (side == Side::Storage) {
         round.kept().changed(round.path(name));
-        round.expect(name, "a file of its own, but ");
+        round.expect(name, "a separate file, but ");
         return true;
     }
     const std::string onDisk = round.onDisk(name);
@@ -705,7 +707,7 @@ bool separateNames(Round& round, Side side) {
     const ssize_t size =
         ::getxattr((round.disk() / "moved").c_str(), "user.random", value.data(), value.size());
     EXPECT_TRUE(size < 0 || setXattr(onDisk, "user.random", value.substr(0, static_cast<std::size_t>(size))));
-    round.expect(name, "one file with ");
+    round.expect(name, "a hard link of ");
     return true;
 }
 

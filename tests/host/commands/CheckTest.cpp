@@ -58,20 +58,20 @@ TEST_F(CheckTest, FindsAByteThatDiffers) {
     ASSERT_EQ(stream->seek(500000, std::ios_base::beg), std::streampos(500000));
     stream->write("y", 1);
     EXPECT_EQ(difference(), "qzstorage: check: /n/s/g: differs from " + disk_ / "src/s/g" +
-                                " from byte 500000 on: 0x79, on disk 0x78\n");
+                                " at offset 500000: 0x79, on disk 0x78\n");
     EXPECT_EQ(output(), "check: 2 folders, 2 files, 500003 bytes: 1 difference\n");
 }
 
 TEST_F(CheckTest, FindsFilesThatAreShorterOrLonger) {
     succeed("truncate -s 2 /n/f");
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
-                                " from byte 2 on: it ends there; 2 bytes, on disk 3\n");
+                                " at offset 2: end of file in the storage; 2 bytes, on disk 3\n");
     succeed("write /n/f one");
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
-                                " from byte 3 on: the one on disk ends there; 4 bytes, on disk 3\n");
+                                " at offset 3: end of file on disk; 4 bytes, on disk 3\n");
     succeed("write /n/f oXX");
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
-                                " from byte 1 on: 0x58, on disk 0x6E; 4 bytes, on disk 3\n");
+                                " at offset 1: 0x58, on disk 0x6E; 4 bytes, on disk 3\n");
 }
 
 TEST_F(CheckTest, FindsWhatIsMissingOnEitherSide) {
@@ -141,7 +141,8 @@ TEST_F(CheckTest, ComparesTheTargetsOfLinks) {
     fs::remove(disk_ / "src/link");
     fs::create_symlink("s", disk_ / "src/link");
     EXPECT_EQ(difference("check /m " + disk_ / "src"),
-              "qzstorage: check: /m/link: a link to 'f', but " + disk_ / "src/link" + " is one to 's'\n");
+              "qzstorage: check: /m/link: a symbolic link to 'f', but " + disk_ / "src/link" +
+                  " points to 's'\n");
 }
 
 TEST_F(CheckTest, ComparesWhichNamesAreOneFile) {
@@ -152,13 +153,13 @@ TEST_F(CheckTest, ComparesWhichNamesAreOneFile) {
     succeed("check /m " + disk_ / "out");
     fs::remove(disk_ / "out/g");
     disk_.write("out/g", "one");
-    EXPECT_EQ(difference("check /m " + disk_ / "out"), "qzstorage: check: /m/g: one file with /m/f, but " +
+    EXPECT_EQ(difference("check /m " + disk_ / "out"), "qzstorage: check: /m/g: a hard link of /m/f, but " +
                                                            disk_ / "out/g" + " and " + disk_ / "out/f" +
-                                                           " are two\n");
+                                                           " are two files\n");
     succeed("write /m/g one");
     succeed("truncate -s 3 /m/g");
-    EXPECT_EQ(difference("check /m " + disk_ / "src"), "qzstorage: check: /m/g: a file of its own, but " +
-                                                           disk_ / "src/g" + " is one file with " +
+    EXPECT_EQ(difference("check /m " + disk_ / "src"), "qzstorage: check: /m/g: a separate file, but " +
+                                                           disk_ / "src/g" + " is a hard link of " +
                                                            disk_ / "src/f" + '\n');
     succeed("check /m " + disk_ / "out");
 }
@@ -173,12 +174,12 @@ TEST_F(CheckTest, ComparesExtendedAttributes) {
     succeed("import " + disk_ / "src" + " /m");
     succeed(line);
     ASSERT_EQ(::setxattr(file.c_str(), "user.b", "2", 1, 0), 0);
-    EXPECT_EQ(difference(line), begin + "user.b: " + file + " has another value\n");
+    EXPECT_EQ(difference(line), begin + "user.b: another value in " + file + '\n');
     ASSERT_EQ(::removexattr(file.c_str(), "user.b"), 0);
-    EXPECT_EQ(difference(line), begin + "user.b: " + file + " has it not\n");
+    EXPECT_EQ(difference(line), begin + "user.b: missing in " + file + '\n');
     ASSERT_EQ(::setxattr(file.c_str(), "user.b", "1", 1, 0), 0);
     ASSERT_EQ(::setxattr(file.c_str(), "user.a", "1", 1, 0), 0);
-    EXPECT_EQ(difference(line), begin + "user.a: " + file + " has it alone\n");
+    EXPECT_EQ(difference(line), begin + "user.a: only in " + file + '\n');
 }
 
 TEST_F(CheckTest, ComparesOwnersForTheSuperuser) {
@@ -313,7 +314,7 @@ TEST_F(CheckTest, MissesNothingThatWasImportedIntoAnotherImport) {
     fs::remove(disk_ / "out/s/single");
     EXPECT_EQ(difference("check /n " + disk_ / "out"), "qzstorage: check: /n/s/single: not on disk\n");
     succeed("write /n/s/single 12345678");
-    EXPECT_THAT(difference(), HasSubstr("/n/s/single: differs from " + disk_ / "single" + " from byte 7 on"));
+    EXPECT_THAT(difference(), HasSubstr("/n/s/single: differs from " + disk_ / "single" + " at offset 7"));
     succeed("rm /n/s/single");
     EXPECT_EQ(difference(), "qzstorage: check: /n/s/single: missing, " + disk_ / "single" + " is a file\n");
     fs::remove(disk_ / "single");
@@ -330,11 +331,11 @@ TEST_F(CheckTest, ImportsIntoOneFolderAreOneTree) {
     succeed("import " + disk_ / "third/." + " /n");
     EXPECT_EQ(succeed("check -t"), "check: 2 folders, 3 files, 600012 bytes: equal\n");
     succeed("write /n/f one");
-    EXPECT_THAT(difference(), HasSubstr("/n/f: differs from " + disk_ / "other/f from byte 0 on"));
+    EXPECT_THAT(difference(), HasSubstr("/n/f: differs from " + disk_ / "other/f at offset 0"));
     succeed("import " + disk_ / "src/." + " /n");
     succeed("check -t");
     fs::remove(disk_ / "third/s/h");
-    EXPECT_THAT(difference(), HasSubstr("/n/s/h: differs from " + disk_ / "other/s/h from byte 0 on"));
+    EXPECT_THAT(difference(), HasSubstr("/n/s/h: differs from " + disk_ / "other/s/h at offset 0"));
     fs::remove_all(disk_ / "third");
     EXPECT_THAT(fail("check"), HasSubstr(disk_ / "third: No such file or directory\n"));
 }
@@ -361,10 +362,10 @@ TEST_F(CheckTest, AFolderThatHoldsAnImportNeedsNoCounterpart) {
     succeed("touch /n/made/more");
     EXPECT_EQ(difference(), "qzstorage: check: /n/made/more: not on disk\n");
     succeed("rm -r /n/made");
-    EXPECT_EQ(difference(), "qzstorage: check: /n/made: missing, a folder that imports went into\n");
+    EXPECT_EQ(difference(), "qzstorage: check: /n/made: missing, a folder that contains imports\n");
     succeed("touch /n/made");
     EXPECT_EQ(difference(),
-              "qzstorage: check: /n/made: a file, but imports went into a folder of this name\n");
+              "qzstorage: check: /n/made: a file, but a folder of this name contains imports\n");
 }
 
 TEST_F(CheckTest, AFolderThatWasOnlyFilledKeepsItsAttributes) {

@@ -123,9 +123,8 @@ TEST_F(ExportModeTest, WhatCannotBeGivenAwayGetsNoSetIds) {
         }
     });
     EXPECT_EQ(exported.status(), 0) << exported.errors();
-    EXPECT_EQ(exported.errors(),
-              "qzstorage: export: " + out +
-                  "/src: the disk, or the rights of the user, did not allow to keep 2 owners\n");
+    EXPECT_EQ(exported.errors(), "qzstorage: export: " + out +
+                                     "/src: cannot preserve 2 owners: not permitted or not supported\n");
     EXPECT_EQ(modeOf("out/src/program"), 0755U);
     EXPECT_EQ(modeOf("out/src/private"), 0755U);
     EXPECT_EQ(statusOf(out + "/src/program").st_uid, ::geteuid());

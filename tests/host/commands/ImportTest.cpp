@@ -90,7 +90,7 @@ TEST_F(ImportTest, SaysWhichTimesAStorageCannotKeep) {
     }
     EXPECT_EQ(run("import " + disk_ / "src" + " /n"), ExitStatus::Success);
     EXPECT_EQ(errors(), "qzstorage: import: " + disk_ / "src/f" +
-                            ": its time is outside the years 1400 to 9999 and kept as 9999-12-31 23:59:59\n");
+                            ": time outside the years 1400 to 9999, stored as 9999-12-31 23:59:59\n");
     EXPECT_THAT(succeed("stat /n/f"), HasSubstr("modified: 9999-12-31 23:59:59.999999 UTC"));
 }
 
