@@ -191,7 +191,7 @@ protected:
 
 // --- Entries that cannot be read or written ---
 
-TEST_F(BadDiskTest, WhatMayNotBeReadIsNamedAndTheRestIsImportedAndCompared) {
+TEST_F(BadDiskTest, ReportsUnreadableEntriesAndImportsTheRest) {
     disk_.write("src/closed", "x");
     disk_.write("src/folder/f", "x");
     disk_.write("src/open", "x");
@@ -212,7 +212,7 @@ TEST_F(BadDiskTest, WhatMayNotBeReadIsNamedAndTheRestIsImportedAndCompared) {
     EXPECT_EQ(run.status(), 1);
 }
 
-TEST_F(BadDiskTest, AFolderThatMayNotBeWrittenToIsNamedForEachEntryAndStaysAsItIs) {
+TEST_F(BadDiskTest, ReportsEachEntryForAnUnwritableFolder) {
     const std::string closed = disk_.makeFolder("closed");
     fs::permissions(closed, fs::perms::owner_read | fs::perms::owner_exec);
     const ProgramRun run = runLines("mkdir -p /a/s\nwrite /a/f x\nexport /a /a/f " + closed + "\nexport / " +
@@ -227,7 +227,7 @@ TEST_F(BadDiskTest, AFolderThatMayNotBeWrittenToIsNamedForEachEntryAndStaysAsItI
     EXPECT_EQ(fs::status(closed).permissions(), fs::perms::owner_read | fs::perms::owner_exec);
 }
 
-TEST_F(BadDiskTest, AnExportIntoFoldersThatItMadeReadOnlyCanBeRepeated) {
+TEST_F(BadDiskTest, RepeatsAnExportIntoReadOnlyFolders) {
     const auto modeOf = [&](const std::string& name) { return fs::status(disk_ / name).permissions(); };
     const std::string to = "\nexport /a " + disk_.path() + "\n";
     const ProgramRun first =
@@ -255,12 +255,12 @@ TEST_F(BadDiskTest, AnExportIntoFoldersThatItMadeReadOnlyCanBeRepeated) {
     EXPECT_EQ(modeOf("a/s"), readOnly);
 }
 
-TEST_F(BadDiskTest, AFileWhoseReadingFailsIsNotInTheStorageAfterwards) {
+TEST_F(BadDiskTest, StoresNoFileAfterAReadError) {
     EXPECT_EQ(fail("import /proc/self/mem /m"), line("import: /proc/self/mem: Input/output error"));
     EXPECT_EQ(succeed("ls"), "");
 }
 
-TEST_F(BadDiskTest, AFileThatCannotBeReadFromTheStorageDoesNotTouchTheOneOnDisk) {
+TEST_F(BadDiskTest, KeepsTheFileOnDiskIfTheStorageCannotBeRead) {
     succeed("mkdir /a");
     succeed("truncate -s 1M /a/f");
     succeed("write /a/g x");
@@ -277,7 +277,7 @@ TEST_F(BadDiskTest, AFileThatCannotBeReadFromTheStorageDoesNotTouchTheOneOnDisk)
 
 // --- A full disk ---
 
-TEST_F(BadDiskTest, AFileThatGetsTooLargeForTheDiskIsNamedAndTheRestIsExported) {
+TEST_F(BadDiskTest, ReportsATooLargeFileAndExportsTheRest) {
     disk_.write("out/2", "old");
     const ProgramRun run =
         runLines("mkdir /out\nwrite /out/1 x\ntruncate -s 1M /out/2\nwrite /out/3 y\nexport /out " +
@@ -316,7 +316,7 @@ void mountSmallDisk(const std::string& folder, const char* limits) {
     }
 }
 
-TEST_F(BadDiskTest, AFullDiskIsNamedAndTheRestIsExported) {
+TEST_F(BadDiskTest, ReportsAFullDiskAndExportsTheRest) {
     const std::string disk = disk_.makeFolder("small");
     // Only the program sees the resulting disk, so it imports the files.
     const ProgramRun run =
@@ -334,7 +334,7 @@ TEST_F(BadDiskTest, AFullDiskIsNamedAndTheRestIsExported) {
     EXPECT_EQ(run.status(), 1);
 }
 
-TEST_F(BadDiskTest, ADiskWithoutRoomForAnotherEntryIsNamed) {
+TEST_F(BadDiskTest, ReportsADiskWithoutFreeInodes) {
     const std::string disk = disk_.makeFolder("small");
     const ProgramRun run =
         runLines("mkdir -p /a/4\nwrite /a/1 x\nwrite /a/2 y\nwrite /a/3 z\nwrite /a/4/5 z\nexport /a " +
@@ -351,7 +351,7 @@ TEST_F(BadDiskTest, ADiskWithoutRoomForAnotherEntryIsNamed) {
 
 // --- Names ---
 
-TEST_F(BadDiskTest, NamesOnDiskThatAreNotUtf8GoThereAndBack) {
+TEST_F(BadDiskTest, PreservesNamesThatAreNotUtf8) {
     disk_.write("src/a\xFF", "x");
     disk_.write("src/b", "x");
     disk_.write("src/d\xC3/f", "x");
@@ -370,7 +370,7 @@ TEST_F(BadDiskTest, NamesOnDiskThatAreNotUtf8GoThereAndBack) {
               line("export: " + disk_ / "\\xFF/x" + ": No such file or directory"));
 }
 
-TEST_F(BadDiskTest, NamesThatTheDiskCannotHaveAreNamedAndTheRestIsExported) {
+TEST_F(BadDiskTest, ReportsInvalidNamesAndExportsTheRest) {
     succeed("mkdir -p /a/s");
     succeed("write /a/f one");
     for (const std::u16string& name :
@@ -394,7 +394,7 @@ TEST_F(BadDiskTest, NamesThatTheDiskCannotHaveAreNamedAndTheRestIsExported) {
               line("export: /a/n\\x00l" + notPossible));
 }
 
-TEST_F(BadDiskTest, ATreeThatIsDeeperThanAPathOfTheDiskIsExportedAndImported) {
+TEST_F(BadDiskTest, TransfersPathsLongerThanPathMax) {
     StorageIRI folder(u"/deep");
     provider_->doCreateFolder(folder);
     for (int depth = 0; depth < 30; ++depth) {
@@ -408,7 +408,7 @@ TEST_F(BadDiskTest, ATreeThatIsDeeperThanAPathOfTheDiskIsExportedAndImported) {
     EXPECT_TRUE(provider_->doFileExists(StorageIRI(folder.getPath() + u"/f")));
 }
 
-TEST_F(BadDiskTest, NamesAndPathsAsLongAsTheDiskAllowsAreExported) {
+TEST_F(BadDiskTest, ExportsNamesAndPathsOfMaximumLength) {
     const std::string name(255, 'n');
     succeed("write /" + name + " new");
     succeed("export /" + name + " " + disk_.path());
@@ -424,7 +424,7 @@ TEST_F(BadDiskTest, NamesAndPathsAsLongAsTheDiskAllowsAreExported) {
     EXPECT_EQ(readFile(folder + '/' + last), "new\n");
 }
 
-TEST_F(BadDiskTest, ATreeWithMoreLevelsThanTheSoftLimitOfDescriptorsIsTransferred) {
+TEST_F(BadDiskTest, TransfersMoreLevelsThanTheDescriptorLimit) {
     std::string lines = "mkdir -p ";
     for (int depth = 0; depth < 100; ++depth) {
         lines += "/d";
@@ -443,7 +443,7 @@ TEST_F(BadDiskTest, ATreeWithMoreLevelsThanTheSoftLimitOfDescriptorsIsTransferre
 
 // --- Links and special files ---
 
-TEST_F(BadDiskTest, LinksAndSpecialFilesBelowTheTopAreKeptForExportsAndSocketsSkipped) {
+TEST_F(BadDiskTest, KeepsLinksAndSpecialFilesAndSkipsSockets) {
     disk_.write("src/f", "x");
     disk_.makeFolder("src/s");
     fs::create_symlink("nowhere", disk_ / "src/dangling");
@@ -472,7 +472,7 @@ TEST_F(BadDiskTest, LinksAndSpecialFilesBelowTheTopAreKeptForExportsAndSocketsSk
                                                 : "dangling f fifo loop s to-file to-folder");
 }
 
-TEST_F(BadDiskTest, LinksAndSpecialFilesThatTheUserNamesAreFollowedOrRefused) {
+TEST_F(BadDiskTest, FollowsLinksAndRejectsSpecialFilesAsOperands) {
     disk_.write("f", "x");
     fs::create_symlink("f", disk_ / "to-file");
     fs::create_symlink(disk_.makeFolder("s"), disk_ / "to-folder");
@@ -507,7 +507,7 @@ TEST_F(BadDiskTest, LinksAndSpecialFilesThatTheUserNamesAreFollowedOrRefused) {
 
 // --- Other file systems ---
 
-TEST_F(BadDiskTest, AFolderOfTheSystemsStateIsImportedOnlyOnRequest) {
+TEST_F(BadDiskTest, ImportsPseudoFileSystemsOnlyOnRequest) {
     EXPECT_EQ(fail("import /proc/self/net /n"),
               line("import: /proc/self/net: on a proc file system, which stores no files; "
                    "import it with --one-file-system=no"));
@@ -520,7 +520,7 @@ TEST_F(BadDiskTest, AFolderOfTheSystemsStateIsImportedOnlyOnRequest) {
     EXPECT_EQ(errors(), line("import: --one-file-system: 'maybe' is neither yes nor no"));
 }
 
-TEST_F(BadDiskTest, WhereAnotherFileSystemBeginsTheFolderIsEmptyIfItIsSkipped) {
+TEST_F(BadDiskTest, ImportsSkippedMountPointsAsEmptyFolders) {
     const std::string source = disk_.makeFolder("src");
     disk_.makeFolder("src/proc");
     disk_.makeFolder("src/small");
@@ -549,7 +549,7 @@ TEST_F(BadDiskTest, WhereAnotherFileSystemBeginsTheFolderIsEmptyIfItIsSkipped) {
 
 // --- A tree that changes during an import ---
 
-TEST_F(BadDiskTest, ATreeThatChangesUnderAnImportIsTakenAsItIsMet) {
+TEST_F(BadDiskTest, ImportsATreeThatChangesMeanwhile) {
     disk_.write("src/a", "first");
     disk_.write("src/b", "x");
     disk_.write("src/c/f", "x");
@@ -575,7 +575,7 @@ TEST_F(BadDiskTest, ATreeThatChangesUnderAnImportIsTakenAsItIsMet) {
     EXPECT_EQ(succeed("cat /n/c"), "a file now");
 }
 
-TEST_F(BadDiskTest, AFolderThatGoesAwayUnderAnImportIsNamedForEachOfItsEntries) {
+TEST_F(BadDiskTest, ReportsEachEntryOfAFolderRemovedDuringAnImport) {
     disk_.write("src/c/f", "x");
     disk_.write("src/c/g", "x");
     disk_.write("src/d", "x");
@@ -590,7 +590,7 @@ TEST_F(BadDiskTest, AFolderThatGoesAwayUnderAnImportIsNamedForEachOfItsEntries) 
     EXPECT_EQ(succeed("find /n"), "/n\n/n/c\n/n/d\n");
 }
 
-TEST_F(BadDiskTest, AFileThatGrowsUnderAnImportComesAsItIsInTheEnd) {
+TEST_F(BadDiskTest, ImportsAFileThatGrowsMeanwhile) {
     const std::string path = disk_.write("f", "x");
     int writes = 0;
     provider_->beforeWrite = [&] {
@@ -602,14 +602,14 @@ TEST_F(BadDiskTest, AFileThatGrowsUnderAnImportComesAsItIsInTheEnd) {
     EXPECT_EQ(succeed("check"), "check: 0 folders, 1 file, 900001 bytes: equal\n");
 }
 
-TEST_F(BadDiskTest, AFileThatShrinksUnderAnImportEndsWhereItEndsThen) {
+TEST_F(BadDiskTest, ImportsAFileThatShrinksMeanwhile) {
     const std::string path = disk_.write("f", std::string(mebibyte, 'x'));
     once("write", [&] { fs::resize_file(path, 300000); });
     EXPECT_EQ(succeed("import " + path + " /f"), "imported 0 folders, 1 file, 300000 bytes\n");
     EXPECT_EQ(succeed("check"), "check: 0 folders, 1 file, 300000 bytes: equal\n");
 }
 
-TEST_F(BadDiskTest, WhatGoesAwayOrChangesUnderACheckIsADifference) {
+TEST_F(BadDiskTest, ReportsEntriesThatChangeDuringACheck) {
     for (const char* name : {"a", "b", "c/f", "d/f"}) {
         disk_.write(std::string("src/") + name, "x");
     }
@@ -626,7 +626,7 @@ TEST_F(BadDiskTest, WhatGoesAwayOrChangesUnderACheckIsADifference) {
     EXPECT_EQ(output(), "check: 1 folder, 1 file, 1 byte: 3 differences\n");
 }
 
-TEST_F(BadDiskTest, AFolderThatGoesAwayUnderAnExportIsNamedAndNothingIsLeft) {
+TEST_F(BadDiskTest, ReportsAFolderRemovedDuringAnExport) {
     succeed("mkdir -p /a/s");
     succeed("write /a/f new");
     once("read", [&] { fs::remove_all(disk_ / "a"); });
@@ -637,7 +637,7 @@ TEST_F(BadDiskTest, AFolderThatGoesAwayUnderAnExportIsNamedAndNothingIsLeft) {
     EXPECT_EQ(namesIn(disk_.path()), "");
 }
 
-TEST_F(BadDiskTest, WhatTakesThePlaceOfAFileUnderAnExportIsNotHarmed) {
+TEST_F(BadDiskTest, KeepsWhatReplacesATargetDuringAnExport) {
     succeed("mkdir /a");
     succeed("write /a/f new");
     once("read", [&] { disk_.write("a/f/precious", "x"); });
@@ -682,13 +682,13 @@ protected:
     }
 };
 
-TEST_F(ExchangedFolderTest, IsNotLeftByAnImport) {
+TEST_F(ExchangedFolderTest, KeepsAnImportInTheTree) {
     onceAt("createFolder", u"/n/d", [&] { exchange(disk_ / "src/d", disk_ / "link"); });
     succeed("import " + disk_ / "src" + " /n");
     EXPECT_EQ(succeed("cat /n/d/f"), "inside");
 }
 
-TEST_F(ExchangedFolderTest, IsNotLeftByAnExport) {
+TEST_F(ExchangedFolderTest, KeepsAnExportInTheTree) {
     succeed("mkdir -p /a/s");
     succeed("write /a/s/g new");
     onceAt("listAll", u"/a/s", [&] { exchange(disk_ / "a/s", disk_ / "link"); });
@@ -698,7 +698,7 @@ TEST_F(ExchangedFolderTest, IsNotLeftByAnExport) {
     EXPECT_EQ(namesIn(disk_ / "link"), "g");
 }
 
-TEST_F(ExchangedFolderTest, IsNotLeftByImportsWhileAnotherProcessExchangesIt) {
+TEST_F(ExchangedFolderTest, KeepsImportsInTheTreeDuringExchanges) {
     const auto exchanger = exchanging(disk_ / "src/d", disk_ / "link");
     int imported = 0;
     for (int round = 0; round < rounds; ++round) {
@@ -712,7 +712,7 @@ TEST_F(ExchangedFolderTest, IsNotLeftByImportsWhileAnotherProcessExchangesIt) {
     EXPECT_GT(imported, 0);
 }
 
-TEST_F(ExchangedFolderTest, IsNotLeftByExportsWhileAnotherProcessExchangesIt) {
+TEST_F(ExchangedFolderTest, KeepsExportsInTheTreeDuringExchanges) {
     succeed("mkdir -p /src/d");
     succeed("write /src/d/g new");
     const auto exchanger = exchanging(disk_ / "src/d", disk_ / "link");
@@ -745,7 +745,7 @@ protected:
     }
 };
 
-TEST_F(TemporaryNameTest, WhatIsNotThereToBeRemovedIsLeftAlone) {
+TEST_F(TemporaryNameTest, KeepsFilesInUseAndForeignNames) {
     const std::string name = temporaryNameOf("f");
     ASSERT_THAT(name, MatchesRegex(R"(\.qzstorage-[0-9a-f]+-0\.part)"));
     const FileDescriptor used(disk_.write("out/" + name, "in use"), O_RDONLY);
@@ -761,7 +761,7 @@ TEST_F(TemporaryNameTest, WhatIsNotThereToBeRemovedIsLeftAlone) {
     EXPECT_EQ(namesIn(disk_ / "out"), ".qzstorage-0-0.part " + name + " " + numbered(name, '1') + " f");
 }
 
-TEST_F(TemporaryNameTest, WhatAKilledExportLeftBehindIsRemovedByTheNext) {
+TEST_F(TemporaryNameTest, RemovesFilesOfAKilledExport) {
     const std::string lines =
         "mkdir -p /a/s\nwrite /a/s/bad new\nwrite /a/bad new\nexport /a " + disk_.path() + "\n";
     const ProgramRun killed({"--plugin", badPlugin, "shell"}, lines,
@@ -774,7 +774,7 @@ TEST_F(TemporaryNameTest, WhatAKilledExportLeftBehindIsRemovedByTheNext) {
     EXPECT_EQ(namesIn(disk_ / "a/s"), "other");
 }
 
-TEST_F(TemporaryNameTest, AFileTakesThePlaceThatAKilledExportLeftBehind) {
+TEST_F(TemporaryNameTest, ReusesTheTemporaryNameOfAKilledExport) {
     const std::string name = temporaryNameOf("f");
     disk_.write("out/" + name, "left behind");
     succeed("write /f new");
@@ -782,7 +782,7 @@ TEST_F(TemporaryNameTest, AFileTakesThePlaceThatAKilledExportLeftBehind) {
     EXPECT_EQ(namesIn(disk_ / "out"), "f");
 }
 
-TEST_F(BadDiskTest, TwoExportsIntoOneTreeOfReadOnlyFoldersBothSucceed) {
+TEST_F(BadDiskTest, RunsTwoExportsIntoOneReadOnlyTree) {
     std::string lines;
     std::string chmod = "chmod -w";
     for (int folder = 0; folder < 30; ++folder) {
@@ -808,7 +808,7 @@ TEST_F(BadDiskTest, TwoExportsIntoOneTreeOfReadOnlyFoldersBothSucceed) {
 
 // --- Interruption at every point ---
 
-TEST_F(BadDiskTest, ASignalAtAnyPointLeavesNothingHalfDone) {
+TEST_F(BadDiskTest, LeavesNothingHalfDoneAfterASignal) {
     prepareSweep();
     int points = 0;
     int stopped = 0;
@@ -834,7 +834,7 @@ TEST_F(BadDiskTest, ASignalAtAnyPointLeavesNothingHalfDone) {
               << " had nothing left to do\n";
 }
 
-TEST_F(BadDiskTest, ASignalStopsALongFileAtTheNextBlock) {
+TEST_F(BadDiskTest, StopsALongFileAtTheNextBlockAfterASignal) {
     prepareSweep();
     for (const std::string& command :
          {"import " + disk_ / "src/big" + " /d", "export /a/big " + disk_ / "out",
@@ -856,7 +856,7 @@ TEST_F(BadDiskTest, ASignalStopsALongFileAtTheNextBlock) {
     }
 }
 
-TEST_F(BadDiskTest, AFailureAtAnyPointLeavesNothingHalfDone) {
+TEST_F(BadDiskTest, LeavesNothingHalfDoneAfterAFailure) {
     prepareSweep();
     int points = 0;
     for (const std::string& command : commands()) {
@@ -884,7 +884,7 @@ struct MetCommand {
     End end = End::Interrupted;
 };
 
-TEST_F(BadDiskTest, TheProgramStopsInTheMiddleOfACommandWithStatus130) {
+TEST_F(BadDiskTest, StopsInTheMiddleOfACommandWithStatus130) {
     disk_.write("src/f", std::string(mebibyte, 'x'));
     disk_.write("src/g", "x");
     const std::string makeFolder = "mkdir /bad\ntruncate -s 1M /bad/f\nwrite /bad/g x\n";
@@ -956,7 +956,7 @@ private:
     int ends_[2] = {-1, -1};
 };
 
-TEST_F(BadDiskTest, AReaderThatDoesNotReadCanBeLeftWaiting) {
+TEST_F(BadDiskTest, InterruptsABlockedWrite) {
     const Pipe out;
     const ProgramRun run(
         {"shell"}, "truncate -s 1M /f\ncat /f\n", [&] { ::dup2(out.writeEnd(), STDOUT_FILENO); },
@@ -968,7 +968,7 @@ TEST_F(BadDiskTest, AReaderThatDoesNotReadCanBeLeftWaiting) {
     EXPECT_EQ(run.errors(), line("cat: interrupted"));
 }
 
-TEST_F(BadDiskTest, WaitingForALineCanBeInterrupted) {
+TEST_F(BadDiskTest, InterruptsTheWaitForALine) {
     const Pipe in;
     const Pipe out;
     ASSERT_EQ(::write(in.writeEnd(), "pwd\n", 4), 4);
@@ -986,7 +986,7 @@ TEST_F(BadDiskTest, WaitingForALineCanBeInterrupted) {
     EXPECT_EQ(run.errors(), "");
 }
 
-TEST_F(BadDiskTest, WaitingForAScriptCanBeInterrupted) {
+TEST_F(BadDiskTest, InterruptsTheWaitForAScript) {
     const std::string fifo = disk_ / "fifo";
     makeFifo(fifo);
     const Pipe out;
@@ -1006,7 +1006,7 @@ TEST_F(BadDiskTest, WaitingForAScriptCanBeInterrupted) {
 
 // --- Scripts ---
 
-TEST_F(BadDiskTest, AnUnbalancedQuoteIsNamedByItsLineAndChangesNothing) {
+TEST_F(BadDiskTest, ReportsTheLineOfAnUnbalancedQuote) {
     for (const auto& [text, reason] : std::map<std::string, std::string>{
              {"write /f 'x", "a single quote is not closed"},
              {"write /f \"x", "a double quote is not closed"},
@@ -1025,7 +1025,7 @@ TEST_F(BadDiskTest, AnUnbalancedQuoteIsNamedByItsLineAndChangesNothing) {
     }
 }
 
-TEST_F(BadDiskTest, ALineOfOneMebibyteIsALine) {
+TEST_F(BadDiskTest, AcceptsALineOfOneMebibyte) {
     const std::string text(mebibyte, 'x');
     const ProgramRun run({"shell"},
                          "# " + text + "\nwrite /f " + text + "\nwrite /g '" + text + "'\ncat /f /g\n");
@@ -1034,7 +1034,7 @@ TEST_F(BadDiskTest, ALineOfOneMebibyteIsALine) {
     EXPECT_EQ(run.status(), 0);
 }
 
-TEST_F(BadDiskTest, AComplaintAboutAMebibyteIsShort) {
+TEST_F(BadDiskTest, ShortensMessagesAboutLongWords) {
     const std::string text(mebibyte, 'x');
     std::string deep;
     while (deep.size() < mebibyte) {
@@ -1057,7 +1057,7 @@ TEST_F(BadDiskTest, AComplaintAboutAMebibyteIsShort) {
     }
 }
 
-TEST_F(BadDiskTest, NulBytesAreCharactersLikeOthers) {
+TEST_F(BadDiskTest, AcceptsNulBytes) {
     const ProgramRun run =
         runLines(std::string("write /a\0b x\0y\ncat /a\0b\n\0\nls\0 /\nimport /tmp\0 /x\n", 48));
     EXPECT_EQ(run.output(), std::string("x\0y\nimported 0 folders, 0 files, 0 bytes\n", 41));
@@ -1066,7 +1066,7 @@ TEST_F(BadDiskTest, NulBytesAreCharactersLikeOthers) {
                                 line("import: /tmp\\x00: a path on disk cannot contain NUL"));
 }
 
-TEST_F(BadDiskTest, AScriptOfAnotherSystemRunsLikeAPlainOne) {
+TEST_F(BadDiskTest, RunsAScriptWithByteOrderMarkAndCarriageReturns) {
     const std::string script =
         disk_.write("script", "\xEF\xBB\xBF"
                               "# made elsewhere\r\nwrite /f 'a  b'\r\n\r\ncat /f\r\nls -l\r\n");
@@ -1078,7 +1078,7 @@ TEST_F(BadDiskTest, AScriptOfAnotherSystemRunsLikeAPlainOne) {
     EXPECT_EQ(piped.output() + piped.errors(), "/\n");
 }
 
-TEST_F(BadDiskTest, AScriptThatCannotBeReadIsNamed) {
+TEST_F(BadDiskTest, ReportsAnUnreadableScript) {
     fs::create_symlink("loop", disk_ / "loop");
     for (const auto& [path, reason] :
          std::map<std::string, std::string>{{disk_ / "none", "No such file or directory"},
@@ -1097,7 +1097,7 @@ TEST_F(BadDiskTest, AScriptThatCannotBeReadIsNamed) {
 
 // --- Standard streams ---
 
-TEST_F(BadDiskTest, AnInputThatCannotBeReadIsAFailure) {
+TEST_F(BadDiskTest, ReportsUnreadableStandardInput) {
     const ProgramRun closed({"shell"}, "", [] { ::close(STDIN_FILENO); });
     EXPECT_EQ(closed.errors(), line("standard input: Bad file descriptor"));
     EXPECT_EQ(closed.status(), 1);
@@ -1106,7 +1106,7 @@ TEST_F(BadDiskTest, AnInputThatCannotBeReadIsAFailure) {
     EXPECT_EQ(folder.status(), 1);
 }
 
-TEST_F(BadDiskTest, AClosedOutputIsReportedAndLandsInNoFile) {
+TEST_F(BadDiskTest, ReportsAClosedOutputAndWritesToNoOtherFile) {
     const std::string lines = "write /f content\nexport /f " + disk_ / "f" + "\n";
     const ProgramRun run({"shell"}, lines, [] { ::close(STDOUT_FILENO); });
     EXPECT_EQ(run.errors(), line("standard output: Bad file descriptor"));
@@ -1114,7 +1114,7 @@ TEST_F(BadDiskTest, AClosedOutputIsReportedAndLandsInNoFile) {
     EXPECT_EQ(readFile(disk_ / "f"), "content\n");
 }
 
-TEST_F(BadDiskTest, AFullOutputIsReportedInTheMiddleOfAnyCommand) {
+TEST_F(BadDiskTest, ReportsAFullOutputInEveryCommand) {
     const std::string source = disk_.write("src/f", std::string(mebibyte, 'x'));
     for (const std::string command :
          {"help", "cat /f", "find", "ls -l", "tree", "du", "stat /f", "pwd", "check"}) {
@@ -1125,7 +1125,7 @@ TEST_F(BadDiskTest, AFullOutputIsReportedInTheMiddleOfAnyCommand) {
     }
 }
 
-TEST_F(BadDiskTest, AReaderThatGoesAwayEndsQuietly) {
+TEST_F(BadDiskTest, EndsSilentlyIfTheReaderClosesThePipe) {
     for (const std::string command : {"help", "cat /f"}) {
         const ProgramRun run({"shell"}, "truncate -s 1M /f\n" + command + "\nwrite /f x\n", [] {
             int ends[2];
@@ -1139,7 +1139,7 @@ TEST_F(BadDiskTest, AReaderThatGoesAwayEndsQuietly) {
     }
 }
 
-TEST_F(BadDiskTest, AClosedErrorStreamKeepsTheStatus) {
+TEST_F(BadDiskTest, KeepsTheStatusWithAClosedErrorStream) {
     const ProgramRun run({"shell", "--keep-going"}, "ls /x\nexport / " + disk_ / "out" + "\npwd\n",
                          [] { ::close(STDERR_FILENO); });
     EXPECT_EQ(run.output(), "exported 1 folder, 0 files, 0 bytes\n/\n");

@@ -184,7 +184,7 @@ protected:
     int runs_ = 0;
 };
 
-TEST_F(BadPluginTest, WhatIsNoLibraryIsRefused) {
+TEST_F(BadPluginTest, RejectsFilesThatAreNotLibraries) {
     const std::string unloadable = "cannot load plug-in: ";
     const std::string fifo = disk_ / "fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
@@ -205,7 +205,7 @@ TEST_F(BadPluginTest, WhatIsNoLibraryIsRefused) {
     printRuns("no library");
 }
 
-TEST_F(BadPluginTest, AFileThatMayNotBeReadIsRefused) {
+TEST_F(BadPluginTest, RejectsAnUnreadableFile) {
     const std::string path = disk_ / "locked.so";
     fs::copy_file(TEST_PLUGIN, path);
     fs::permissions(path, fs::perms::none);
@@ -214,13 +214,13 @@ TEST_F(BadPluginTest, AFileThatMayNotBeReadIsRefused) {
     EXPECT_EQ(run.status(), 1);
 }
 
-TEST_F(BadPluginTest, AProgramIsNoPlugin) {
+TEST_F(BadPluginTest, RejectsAProgram) {
     const ProgramRun run({"--plugin", TEST_PROGRAM, "shell"}, "pwd\n");
     EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*: cannot load plug-in: [^\n]*\n"));
     EXPECT_EQ(run.status(), 1);
 }
 
-TEST_F(BadPluginTest, ALibraryForAnotherMachineIsRefused) {
+TEST_F(BadPluginTest, RejectsALibraryForAnotherMachine) {
     const std::string path = disk_ / "foreign.so";
     const auto withByte = [&](std::size_t place, char value) {
         std::string bytes = readFile(TEST_PLUGIN);
@@ -235,7 +235,7 @@ TEST_F(BadPluginTest, ALibraryForAnotherMachineIsRefused) {
     printRuns("another machine");
 }
 
-TEST_F(BadPluginTest, ALibraryThatIsCutShortAnywhereIsRefusedOrWhole) {
+TEST_F(BadPluginTest, RejectsTruncatedLibraries) {
     const std::string whole = readFile(TEST_PLUGIN);
     constexpr std::size_t cuts = 60;
     std::size_t refused = 0;
@@ -260,7 +260,7 @@ TEST_F(BadPluginTest, ALibraryThatIsCutShortAnywhereIsRefusedOrWhole) {
     std::cout << "cut short: " << refused << " of " << cuts - 1 << " prefixes refused, the others load\n";
 }
 
-TEST_F(BadPluginTest, AnEntryPointThatThrowsIsRefused) {
+TEST_F(BadPluginTest, RejectsAnEntryPointThatThrows) {
     for (const Misdeed& misdeed : thrown) {
         const ProgramRun run = runOn("entry", misdeed.name, {"shell"}, "pwd\n");
         SCOPED_TRACE(misdeed.name);
@@ -272,13 +272,13 @@ TEST_F(BadPluginTest, AnEntryPointThatThrowsIsRefused) {
     }
 }
 
-TEST_F(BadPluginTest, AnEntryPointThatLeavesThePointerEmptyIsRefused) {
+TEST_F(BadPluginTest, RejectsAnEntryPointThatReturnsNull) {
     const ProgramRun run = runOn("entry", "nothing", {"shell"}, "pwd\n");
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(run.errors(), "qzstorage: " + badPlugin + ": the plug-in returned no provider\n");
 }
 
-TEST_F(BadPluginTest, WhateverAnOperationThrowsIsOneClearLine) {
+TEST_F(BadPluginTest, ReportsEachExceptionInOneLine) {
     for (const Use& use : uses) {
         for (const Misdeed& misdeed : thrown) {
             expectOneClearLine(use, misdeed, Script::Stops);
@@ -289,7 +289,7 @@ TEST_F(BadPluginTest, WhateverAnOperationThrowsIsOneClearLine) {
               << runs_ << " runs of the program\n";
 }
 
-TEST_F(BadPluginTest, AStreamOrListingThatIsNoneIsOneClearLine) {
+TEST_F(BadPluginTest, ReportsNullStreamsAndListingsInOneLine) {
     for (const Use& use : uses) {
         const bool isStream = use.operation == "openStream" || use.operation == "openReadOnlyStream";
         if (isStream || use.operation.starts_with("list")) {
@@ -303,7 +303,7 @@ TEST_F(BadPluginTest, AStreamOrListingThatIsNoneIsOneClearLine) {
     printRuns("no stream, no listing");
 }
 
-TEST_F(BadPluginTest, AFolderWithoutANameSendsNoCommandRoundForEver) {
+TEST_F(BadPluginTest, EndsEveryCommandOnAFolderWithoutAName) {
     for (const std::string command : {"tree /bad", "du /bad", "ls -R /bad", "cp -r /bad /g", "rm -r /bad",
                                       "mv /bad /g", "find /bad", "export /bad DISK/out", "find / -name f"}) {
         SCOPED_TRACE(command);
@@ -316,7 +316,7 @@ TEST_F(BadPluginTest, AFolderWithoutANameSendsNoCommandRoundForEver) {
     }
 }
 
-TEST_F(BadPluginTest, AShutdownThatThrowsFailsTheSession) {
+TEST_F(BadPluginTest, FailsTheSessionIfShutdownThrows) {
     for (const Misdeed& misdeed : thrown) {
         const ProgramRun run = runOn("shutdown", misdeed.name, {"shell"}, "pwd\n");
         SCOPED_TRACE(misdeed.name);
@@ -326,7 +326,7 @@ TEST_F(BadPluginTest, AShutdownThatThrowsFailsTheSession) {
     }
 }
 
-TEST_F(BadPluginTest, AMountWhoseStorageFailsAtOnceIsOneClearLine) {
+TEST_F(BadPluginTest, ReportsAFailureToMountInOneLine) {
     for (const Misdeed& misdeed : thrown) {
         const ProgramRun run = runOn("getFilenameSensitivity", misdeed.name, {"mount", disk_ / "folder"}, "");
         SCOPED_TRACE(misdeed.name);
@@ -336,7 +336,7 @@ TEST_F(BadPluginTest, AMountWhoseStorageFailsAtOnceIsOneClearLine) {
     }
 }
 
-TEST_F(BadPluginTest, AValidationWhoseStorageFailsAtOnceIsOneClearLine) {
+TEST_F(BadPluginTest, ReportsAFailureToValidateInOneLine) {
     for (const Misdeed& misdeed : thrown) {
         const ProgramRun run = runOn("createFolder", misdeed.name, {"validate"}, "");
         SCOPED_TRACE(misdeed.name);

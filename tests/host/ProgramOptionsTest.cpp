@@ -28,19 +28,19 @@ std::string here(const std::string& name) {
     return (std::filesystem::current_path() / name).string();
 }
 
-TEST(ProgramOptionsTest, OtherCommandsMountNothing) {
+TEST(ProgramOptionsTest, SetsMountOnlyForMount) {
     EXPECT_FALSE(parse({"shell"}).mount);
     EXPECT_FALSE(parse({"run", "script"}).mount);
 }
 
-TEST(ProgramOptionsTest, AnUnmountingNamesTheMountPoint) {
+TEST(ProgramOptionsTest, ParsesUnmount) {
     EXPECT_EQ(parse({"unmount", "some/folder"}).unmount, "some/folder");
     EXPECT_FALSE(parse({"mount", "some/folder"}).unmount);
     EXPECT_THROW(parse({"unmount"}), storage::host::UsageError);
     EXPECT_THROW(parse({"unmount", ""}), storage::host::UsageError);
 }
 
-TEST(ProgramOptionsTest, AMountNeedsAMountPointAlone) {
+TEST(ProgramOptionsTest, RequiresOnlyAMountPointForMount) {
     const MountOptions options = parseMount({"/some/folder"});
     EXPECT_EQ(options.mountPoint, "/some/folder");
     EXPECT_FALSE(options.importFrom);
@@ -52,7 +52,7 @@ TEST(ProgramOptionsTest, AMountNeedsAMountPointAlone) {
     EXPECT_LE(options.threads, 8U);
 }
 
-TEST(ProgramOptionsTest, EachOptionOfAMountIsTaken) {
+TEST(ProgramOptionsTest, ParsesEachMountOption) {
     const MountOptions options =
         parseMount({"--background", "--import", "/in", "--export-on-exit", "/out", "--read-only",
                     "--allow-other", "--threads", "17", "--rescue", "/rescue", "/some/folder"});
@@ -66,7 +66,7 @@ TEST(ProgramOptionsTest, EachOptionOfAMountIsTaken) {
     EXPECT_EQ(options.threads, 17U);
 }
 
-TEST(ProgramOptionsTest, PathsOfAMountBecomeAbsolute) {
+TEST(ProgramOptionsTest, MakesMountPathsAbsolute) {
     const MountOptions options = parseMount({"folder/", "--import", "in", "--export-on-exit", "a/../out"});
     EXPECT_EQ(options.mountPoint, here("folder"));
     EXPECT_EQ(options.importFrom, here("in"));
@@ -74,12 +74,12 @@ TEST(ProgramOptionsTest, PathsOfAMountBecomeAbsolute) {
     EXPECT_EQ(parseMount({"/"}).mountPoint, "/");
 }
 
-TEST(ProgramOptionsTest, AMountTakesAPlugin) {
+TEST(ProgramOptionsTest, AcceptsAPluginForMount) {
     EXPECT_EQ(parse({"--plugin", "/p.so", "mount", "/m"}).plugin, "/p.so");
     EXPECT_NE(parse({"mount", "/m"}).plugin, "") << "the one that belongs to the program";
 }
 
-TEST(ProgramOptionsTest, LinesOfTheShellTakeSeveralPlugins) {
+TEST(ProgramOptionsTest, AcceptsSeveralPluginsForSessionsOnly) {
     for (const auto& options : {parse({"--plugin", "a=1.so", "--plugin", "b=2.so", "shell"}),
                                 parse({"run", "script", "--plugin", "a=1.so", "--plugin", "b=2.so"}),
                                 parse({"--plugin", "a=1.so", "-c", "pwd", "--plugin", "b=2.so"})}) {
@@ -95,7 +95,7 @@ TEST(ProgramOptionsTest, LinesOfTheShellTakeSeveralPlugins) {
     }
 }
 
-TEST(ProgramOptionsTest, WrongUseOfAMountIsRefused) {
+TEST(ProgramOptionsTest, RejectsWrongMountArguments) {
     using Arguments = std::vector<const char*>;
     for (const Arguments& arguments : {Arguments{"mount"},
                                        {"mount", ""},
@@ -112,7 +112,7 @@ TEST(ProgramOptionsTest, WrongUseOfAMountIsRefused) {
     }
 }
 
-TEST(ProgramOptionsTest, ListsAndOptionsOfTheCommandLineGoTogether) {
+TEST(ProgramOptionsTest, CombinesOptionListsAndOptions) {
     const auto options =
         parseAs({"qzstorage", "mount", "-o", "size=1m,threads=5", "/m", "-o", "ro,plugin=/p.so"});
     EXPECT_EQ(options.mount->size, 1U << 20U);
@@ -125,7 +125,7 @@ TEST(ProgramOptionsTest, ListsAndOptionsOfTheCommandLineGoTogether) {
     EXPECT_THROW(parseAs({"qzstorage", "mount", "/m", "-o", "frobnicate"}), UsageError);
 }
 
-TEST(ProgramOptionsTest, TheHelperOfMountTakesItsWords) {
+TEST(ProgramOptionsTest, ParsesMountHelperArguments) {
     const auto options = parseAs({"/sbin/mount.fuse.qzstorage", "store", "/m", "-nvs", "-o",
                                   "rw,size=1m,strange", "-t", "fuse.qzstorage"});
     ASSERT_TRUE(options.mount);
@@ -138,12 +138,12 @@ TEST(ProgramOptionsTest, TheHelperOfMountTakesItsWords) {
               MountOptions::Writing::Refused);
 }
 
-TEST(ProgramOptionsTest, TheHelperOfMountOnlyChecksWhenItIsAFake) {
+TEST(ProgramOptionsTest, OnlyChecksFakeMountHelperCalls) {
     EXPECT_EQ(parseAs({"mount.fuse.qzstorage", "store", "/m", "-f"}).message, "");
     EXPECT_THROW(parseAs({"mount.fuse.qzstorage", "store", "/m", "-f", "-o", "strange"}), UsageError);
 }
 
-TEST(ProgramOptionsTest, TheHelperOfMountRefusesOtherWords) {
+TEST(ProgramOptionsTest, RejectsOtherMountHelperArguments) {
     using Words = std::vector<const char*>;
     for (const Words& words :
          {Words{}, {"store"}, {"store", "/m", "/n"}, {"store", "/m", "-o"}, {"store", "/m", "-x"}}) {
@@ -153,7 +153,7 @@ TEST(ProgramOptionsTest, TheHelperOfMountRefusesOtherWords) {
     }
 }
 
-TEST(ProgramOptionsTest, AnUnknownCommandIsToldWithThoseThatThereAre) {
+TEST(ProgramOptionsTest, ListsTheCommandsForAnUnknownOne) {
     const std::string known = "; commands are run, shell, mount, unmount, validate, inspect";
     EXPECT_THAT([] { parse({"help"}); }, testing::ThrowsMessage<UsageError>("help: unknown command" + known));
     EXPECT_THAT([] { parse({}); }, testing::ThrowsMessage<UsageError>("missing command" + known));

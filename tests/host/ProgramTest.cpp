@@ -10,7 +10,7 @@ namespace {
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
-TEST(ProgramTest, RunsTheLinesOfItsInput) {
+TEST(ProgramTest, RunsLinesOfStandardInput) {
     const ProgramRun run({"shell"}, "mkdir /a\nwrite /a/f hello\ncat /a/f\n");
     EXPECT_EQ(run.output(), "hello\n");
     EXPECT_EQ(run.errors(), "");
@@ -26,7 +26,7 @@ TEST(ProgramTest, RunsAScript) {
     EXPECT_EQ(run.status(), 1);
 }
 
-TEST(ProgramTest, AFailingScriptNamesFileAndLine) {
+TEST(ProgramTest, ReportsFileAndLineOfAFailingScript) {
     const TemporaryFolder folder;
     const std::string script = folder.write("job.qz", "\nls 'x\nfrob\nmkdir\ncat /f | wc\nmkdir /a/b\n");
     const ProgramRun run({"run", "--keep-going", script});
@@ -51,7 +51,7 @@ TEST(ProgramTest, RunsLinesOfTheCommandLine) {
     EXPECT_EQ(ProgramRun({"-c", ""}).status(), 0);
 }
 
-TEST(ProgramTest, TheStatusOfALineIsTheProgramsOwn) {
+TEST(ProgramTest, ReturnsTheStatusOfTheLine) {
     const ProgramRun failing({"-c", "ls /x", "-c", "pwd"});
     EXPECT_EQ(failing.errors(), "qzstorage: ls: /x: no such file or folder\n");
     EXPECT_EQ(failing.output(), "");
@@ -60,7 +60,7 @@ TEST(ProgramTest, TheStatusOfALineIsTheProgramsOwn) {
     EXPECT_EQ(ProgramRun({"shell", "--keep-going", "-c", "ls /x", "-c", "pwd"}).output(), "/\n");
 }
 
-TEST(ProgramTest, ALineOfTheCommandLineIsOneWord) {
+TEST(ProgramTest, RequiresALineToBeOneArgument) {
     const ProgramRun unquoted({"-c", "ls", "/x"});
     EXPECT_EQ(unquoted.status(), 2);
     EXPECT_EQ(unquoted.errors(), "qzstorage: -c takes one argument; quote the line to include '/x' (try "
@@ -71,7 +71,7 @@ TEST(ProgramTest, ALineOfTheCommandLineIsOneWord) {
     EXPECT_EQ(ProgramRun({"-c"}).status(), 2);
 }
 
-TEST(ProgramTest, ADeviceWithoutEndIsNoScript) {
+TEST(ProgramTest, RejectsAnEndlessScript) {
     const ProgramRun run({"run", "--keep-going", "/dev/zero"});
     EXPECT_EQ(run.output(), "");
     EXPECT_EQ(run.errors(),
@@ -79,7 +79,7 @@ TEST(ProgramTest, ADeviceWithoutEndIsNoScript) {
     EXPECT_EQ(run.status(), 1);
 }
 
-TEST(ProgramTest, GoesOnAfterFailuresWhenAsked) {
+TEST(ProgramTest, ContinuesAfterFailuresWithKeepGoing) {
     const TemporaryFolder folder;
     const std::string lines = "cat /x\nwrite /g 2\ncat /g\n";
     const std::string script = folder.write("script", lines);
@@ -91,12 +91,12 @@ TEST(ProgramTest, GoesOnAfterFailuresWhenAsked) {
     }
 }
 
-TEST(ProgramTest, AUsageErrorInAScriptHasAStatusOfItsOwn) {
+TEST(ProgramTest, ReturnsStatusTwoForAUsageErrorInAScript) {
     EXPECT_EQ(ProgramRun({"shell"}, "ls -z\n").status(), 2);
     EXPECT_EQ(ProgramRun({"shell"}, "ls 'x\n").status(), 2);
 }
 
-TEST(ProgramTest, ProvesThatATreeCameBackWhole) {
+TEST(ProgramTest, ImportsExportsAndChecksATree) {
     const TemporaryFolder folder;
     folder.write("src/s/f", std::string(1000000, 'x'));
     folder.write("src/g", "");
@@ -114,7 +114,7 @@ TEST(ProgramTest, ProvesThatATreeCameBackWhole) {
     EXPECT_EQ(run.status(), 0);
 }
 
-TEST(ProgramTest, HelpShowsTheUsageWithExamples) {
+TEST(ProgramTest, ShowsUsageAndExamplesAsHelp) {
     const ProgramRun run({"--help"});
     EXPECT_THAT(run.output(), HasSubstr("Examples:\n  qzstorage shell"));
     EXPECT_THAT(run.output(), HasSubstr("--plugin [NAME=]PATH"));
@@ -123,7 +123,7 @@ TEST(ProgramTest, HelpShowsTheUsageWithExamples) {
     EXPECT_THAT(ProgramRun({"--version"}).output(), MatchesRegex("qzstorage [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
-TEST(ProgramTest, WrongUsageIsOneLineAndStatusTwo) {
+TEST(ProgramTest, ReportsWrongUsageInOneLineWithStatusTwo) {
     using Arguments = std::vector<std::string>;
     for (const Arguments& arguments : {Arguments{},
                                        {"frobnicate"},
@@ -139,7 +139,7 @@ TEST(ProgramTest, WrongUsageIsOneLineAndStatusTwo) {
     }
 }
 
-TEST(ProgramTest, AGivenPluginIsUsed) {
+TEST(ProgramTest, UsesTheGivenPlugin) {
     EXPECT_EQ(ProgramRun({"--plugin", TEST_PLUGIN, "shell"}, "pwd\n").output(), "/\n");
 }
 
@@ -148,7 +148,7 @@ ProgramRun::Preparation onDisk(const TemporaryFolder& folder) {
     return [path = folder.path()] { ::setenv("QZSTORAGE_DISK_ROOT", path.c_str(), 1); };
 }
 
-TEST(ProgramTest, SeveralPluginsAreStoragesOfOneSession) {
+TEST(ProgramTest, UsesSeveralPluginsInOneSession) {
     const TemporaryFolder folder;
     folder.write("b/f", "content");
     const ProgramRun run({"--plugin", "mem=" TEST_PLUGIN, "--plugin", "disk=" TEST_DISK_PLUGIN, "shell"},
@@ -160,7 +160,7 @@ TEST(ProgramTest, SeveralPluginsAreStoragesOfOneSession) {
     EXPECT_EQ(readFile(folder / "g"), "new\n");
 }
 
-TEST(ProgramTest, OnePluginGivesSeveralStorages) {
+TEST(ProgramTest, UsesOnePluginForSeveralStorages) {
     const ProgramRun run({"--plugin", "b=" TEST_PLUGIN, "--plugin", TEST_PLUGIN, "-c", "write /f 1", "-c",
                           "cp /f b:/g", "-c", "ls default:/ b:/", "-c", "ls b:/f"});
     EXPECT_EQ(run.output(), "default:/:\nf\n\nb:/:\ng\n");
@@ -168,7 +168,7 @@ TEST(ProgramTest, OnePluginGivesSeveralStorages) {
     EXPECT_EQ(run.status(), 1);
 }
 
-TEST(ProgramTest, PluginsThatCannotBeToldApartAreRefused) {
+TEST(ProgramTest, RejectsAmbiguousPluginNames) {
     using Arguments = std::vector<std::string>;
     for (const Arguments& plugins : {Arguments{TEST_PLUGIN, TEST_PLUGIN},
                                      {"a=" TEST_PLUGIN, "a=" TEST_PLUGIN},
@@ -188,13 +188,13 @@ TEST(ProgramTest, PluginsThatCannotBeToldApartAreRefused) {
     EXPECT_EQ(ProgramRun({"--plugin", "a=" TEST_PLUGIN, "--plugin", TEST_PLUGIN, "mount", "/x"}).status(), 2);
 }
 
-TEST(ProgramTest, ErrorsAndOutputComeInTheOrderInWhichTheyHappened) {
+TEST(ProgramTest, KeepsTheOrderOfErrorsAndOutput) {
     const ProgramRun run({"shell", "--keep-going"}, "pwd\nls /x\npwd\n",
                          [] { ::dup2(STDOUT_FILENO, STDERR_FILENO); });
     EXPECT_EQ(run.output(), "/\nqzstorage: ls: /x: no such file or folder\n/\n");
 }
 
-TEST(ProgramTest, AnEmptyPathOfAScriptOrPluginIsWrongUsage) {
+TEST(ProgramTest, RejectsEmptyPaths) {
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"run", ""}, std::vector<std::string>{"--plugin", "", "shell"}}) {
         const ProgramRun run(arguments);

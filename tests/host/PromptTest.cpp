@@ -78,7 +78,7 @@ protected:
     TemporaryFolder home_;
 };
 
-TEST_F(PromptTest, BeginsWithThePluginAndTheWayToHelp) {
+TEST_F(PromptTest, BeginsWithPluginAndHelp) {
     hold([](Terminal& terminal) {
         EXPECT_THAT(waitForPrompt(terminal),
                     StartsWith("Plug-in libqzstorageinmemoryprovider.so; 'help' lists the commands, Tab "
@@ -87,7 +87,7 @@ TEST_F(PromptTest, BeginsWithThePluginAndTheWayToHelp) {
     });
 }
 
-TEST_F(PromptTest, TabCompletesCommandsAndPaths) {
+TEST_F(PromptTest, CompletesCommandsAndPathsWithTab) {
     const TemporaryFolder disk;
     disk.write("source file", "content\n");
     hold([&](Terminal& terminal) {
@@ -103,7 +103,7 @@ TEST_F(PromptTest, TabCompletesCommandsAndPaths) {
     });
 }
 
-TEST_F(PromptTest, SeveralStoragesShowTheirNames) {
+TEST_F(PromptTest, ShowsTheNamesOfSeveralStorages) {
     const TemporaryFolder disk;
     disk.write("folder/file", "content\n");
     hold(
@@ -128,7 +128,7 @@ TEST_F(PromptTest, SeveralStoragesShowTheirNames) {
         {"--plugin", "mem=" TEST_PLUGIN, "--plugin", "disk=" TEST_DISK_PLUGIN, "shell"});
 }
 
-TEST_F(PromptTest, TheHistoryIsKeptForTheNextSession) {
+TEST_F(PromptTest, KeepsTheHistoryForTheNextSession) {
     hold([](Terminal& terminal) {
         waitForPrompt(terminal);
         answer(terminal, "mkdir /first");
@@ -147,7 +147,7 @@ TEST_F(PromptTest, TheHistoryIsKeptForTheNextSession) {
     });
 }
 
-TEST_F(PromptTest, AnEmptyNameTurnsTheHistoryOff) {
+TEST_F(PromptTest, TurnsTheHistoryOffForAnEmptyName) {
     hold(
         [](Terminal& terminal) {
             waitForPrompt(terminal);
@@ -158,7 +158,7 @@ TEST_F(PromptTest, AnEmptyNameTurnsTheHistoryOff) {
     EXPECT_FALSE(std::filesystem::exists(historyFile()));
 }
 
-TEST_F(PromptTest, AHistoryThatCannotBeKeptIsSaidOnce) {
+TEST_F(PromptTest, ReportsAnUnwritableHistoryOnce) {
     home_.write("qzstorage", "a file");
     hold([](Terminal& terminal) {
         waitForPrompt(terminal);
@@ -168,7 +168,7 @@ TEST_F(PromptTest, AHistoryThatCannotBeKeptIsSaidOnce) {
     });
 }
 
-TEST_F(PromptTest, FoldersStandOutInColorIfTheTerminalAndTheUserWant) {
+TEST_F(PromptTest, PrintsFoldersInColorUnlessDisabled) {
     const auto listing = [this](const Environment& environment) {
         std::string result;
         hold(
@@ -187,7 +187,7 @@ TEST_F(PromptTest, FoldersStandOutInColorIfTheTerminalAndTheUserWant) {
     EXPECT_THAT(listing({}), Not(HasSubstr("\033")));
 }
 
-TEST_F(PromptTest, WriteTakesWhatIsTypedUntilTheEnd) {
+TEST_F(PromptTest, WritesTypedTextUntilEndOfFile) {
     hold([](Terminal& terminal) {
         constexpr const char* endOfInput = "\x04";
         waitForPrompt(terminal);

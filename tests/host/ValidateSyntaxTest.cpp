@@ -17,13 +17,13 @@ ValidateOptions parseValidate(std::vector<const char*> arguments) {
     return parse(std::move(arguments)).validate.value();
 }
 
-TEST(ValidateSyntaxTest, OtherCommandsValidateNothing) {
+TEST(ValidateSyntaxTest, SetsValidateOnlyForValidate) {
     EXPECT_FALSE(parse({"shell"}).validate);
     EXPECT_FALSE(parse({"inspect"}).validate);
     EXPECT_FALSE(parse({"validate"}).inspect);
 }
 
-TEST(ValidateSyntaxTest, NothingNeedsToBeSaid) {
+TEST(ValidateSyntaxTest, HasDefaultsForAllOptions) {
     const ProgramOptions options = parse({"validate"});
     EXPECT_EQ(options.plugin, parse({"shell"}).plugin);
     EXPECT_EQ(options.validate->task, ValidateOptions::Task::Check);
@@ -36,7 +36,7 @@ TEST(ValidateSyntaxTest, NothingNeedsToBeSaid) {
     EXPECT_NE(options.validate->seed, parseValidate({}).seed) << "another at each run";
 }
 
-TEST(ValidateSyntaxTest, APluginIsNamedInEitherWay) {
+TEST(ValidateSyntaxTest, AcceptsThePluginAsOptionOrOperand) {
     for (const ProgramOptions& options :
          {parse({"validate", "./p.so"}), parse({"--plugin", "./p.so", "validate"}),
           parse({"validate", "--plugin", "./p.so"})}) {
@@ -48,7 +48,7 @@ TEST(ValidateSyntaxTest, APluginIsNamedInEitherWay) {
     EXPECT_EQ(parse({"inspect", "--plugin", "./p.so"}).plugin, "./p.so");
 }
 
-TEST(ValidateSyntaxTest, EachOptionIsTaken) {
+TEST(ValidateSyntaxTest, ParsesEachOption) {
     const ValidateOptions options = parseValidate({"--profile",
                                                    "in-memory",
                                                    "--only",
@@ -93,14 +93,14 @@ TEST(ValidateSyntaxTest, EachOptionIsTaken) {
     EXPECT_EQ(parseValidate({"--only", "1.*", "./p.so"}).plugin, "./p.so");
 }
 
-TEST(ValidateSyntaxTest, AListShowsAllRulesUnlessAskedOtherwise) {
+TEST(ValidateSyntaxTest, ListsAllRulesByDefault) {
     const ValidateOptions options = parseValidate({"--list", "./p.so"});
     EXPECT_EQ(options.task, ValidateOptions::Task::List);
     EXPECT_EQ(options.profile, Profile::InMemoryProvider);
     EXPECT_EQ(parseValidate({"--list", "--profile", "any"}).profile, Profile::AnyProvider);
 }
 
-TEST(ValidateSyntaxTest, WrongUseIsRefused) {
+TEST(ValidateSyntaxTest, RejectsWrongArguments) {
     using Words = std::vector<const char*>;
     for (const Words& arguments : {Words{"validate", "--plugin", "/p.so", "/q.so"},
                                    {"inspect", "--plugin", "/p.so", "/q.so"},

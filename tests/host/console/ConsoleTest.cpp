@@ -27,37 +27,37 @@ protected:
     Console console_{both_, OutputKind::Plain, both_, OutputKind::Plain};
 };
 
-TEST_F(ConsoleTest, AFailureNamesCommandPathAndReason) {
+TEST_F(ConsoleTest, ReportsCommandPathAndReason) {
     console_.report({"/a", "gone"});
     EXPECT_EQ(both_.str(), "qzstorage: ls: /a: gone\n");
     EXPECT_EQ(console_.failuresOfCommand(), 1U);
 }
 
-TEST_F(ConsoleTest, LeavesOutWhatIsNotConcerned) {
+TEST_F(ConsoleTest, LeavesOutEmptyParts) {
     console_.report({"", "gone"});
     console_.beginCommand("");
     console_.report({"", "lost"});
     EXPECT_EQ(both_.str(), "qzstorage: ls: gone\nqzstorage: lost\n");
 }
 
-TEST_F(ConsoleTest, AFailureIsOneLineWhateverItsTextHolds) {
+TEST_F(ConsoleTest, EscapesControlCharactersInFailures) {
     console_.report({"/a\n\xFF", "torn\x1B[0m"});
     EXPECT_EQ(both_.str(), "qzstorage: ls: /a\\n\\xFF: torn\\x1B[0m\n");
 }
 
-TEST_F(ConsoleTest, ANoticeIsNoFailure) {
+TEST_F(ConsoleTest, DoesNotCountNoticesAsFailures) {
     console_.notice("/a", "skipped");
     EXPECT_EQ(both_.str(), "qzstorage: ls: /a: skipped\n");
     EXPECT_EQ(console_.failuresOfCommand(), 0U);
 }
 
-TEST_F(ConsoleTest, ANewCommandHasNotFailedYet) {
+TEST_F(ConsoleTest, ResetsTheFailureCountForANewCommand) {
     console_.report({"/a", "gone"});
     console_.beginCommand("cat");
     EXPECT_EQ(console_.failuresOfCommand(), 0U);
 }
 
-TEST_F(ConsoleTest, EveryExceptionOfAStepBecomesALine) {
+TEST_F(ConsoleTest, ReportsEachExceptionInOneLine) {
     console_.attempt("/p", [] { throw CommandError("/q", "odd"); });
     console_.attempt("/p", [] { throw Exception(ErrorCode::FolderNotEmpty, StorageIRI(u"/x")); });
     console_.attempt("/p", [] { throw SystemError(EIO, StorageIRI(u"/y")); });
@@ -75,7 +75,7 @@ TEST_F(ConsoleTest, EveryExceptionOfAStepBecomesALine) {
     EXPECT_EQ(console_.failuresOfCommand(), 7U);
 }
 
-TEST_F(ConsoleTest, AFailureOfTheStorageHasTheReasonThatADiagnosisFinds) {
+TEST_F(ConsoleTest, UsesTheDiagnosisForStorageFailures) {
     console_.setDiagnosis({[](const Exception& error) {
                                return "diagnosed " + std::to_string(static_cast<int>(error.getErrorCode()));
                            },
@@ -88,14 +88,14 @@ TEST_F(ConsoleTest, AFailureOfTheStorageHasTheReasonThatADiagnosisFinds) {
                            "qzstorage: ls: /p: broken\n");
 }
 
-TEST_F(ConsoleTest, WhatEndsTheCommandPasses) {
+TEST_F(ConsoleTest, PassesOnExceptionsThatEndTheCommand) {
     EXPECT_THROW(console_.attempt("", [] { throw Interrupted(); }), Interrupted);
     EXPECT_THROW(console_.attempt("", [] { throw OutputError(EPIPE); }), OutputError);
     EXPECT_THROW(console_.attempt("", [] { throw UsageError("what?"); }), UsageError);
     EXPECT_EQ(both_.str(), "");
 }
 
-TEST(ConsoleShownTest, KeepsNamesAsTheyAreButForATerminal) {
+TEST(ConsoleShownTest, EscapesNamesOnlyForATerminal) {
     std::ostringstream out;
     const Console plain(out, OutputKind::Plain, out, OutputKind::Plain);
     const Console terminal(out, OutputKind::Terminal, out, OutputKind::Plain);

@@ -35,7 +35,7 @@ TEST(DescriptorOutputTest, WritesAllBytesInOrder) {
     EXPECT_EQ(readFile(folder / "out"), expected);
 }
 
-TEST(DescriptorOutputTest, SaysWhyAWriteFailed) {
+TEST(DescriptorOutputTest, ReportsTheErrorOfAWrite) {
     const FileDescriptor full("/dev/full", O_WRONLY);
     DescriptorOutput buffer(full.number());
     std::ostream out(&buffer);
@@ -49,7 +49,7 @@ TEST(DescriptorOutputTest, SaysWhyAWriteFailed) {
     }
 }
 
-TEST(DescriptorOutputTest, SaysWhyAWriteFailedInTheMiddleOfALongOutputToo) {
+TEST(DescriptorOutputTest, ReportsTheErrorInALongOutput) {
     const FileDescriptor full("/dev/full", O_WRONLY);
     DescriptorOutput buffer(full.number());
     std::ostream out(&buffer);
@@ -57,7 +57,7 @@ TEST(DescriptorOutputTest, SaysWhyAWriteFailedInTheMiddleOfALongOutputToo) {
     EXPECT_THROW(out << std::string(1 << 20, 'x'), OutputError);
 }
 
-TEST(DescriptorOutputTest, ASignalEndsTheWaitForAReaderThatDoesNotRead) {
+TEST(DescriptorOutputTest, InterruptsABlockedWrite) {
     const DefaultSignals defaultSignals;
     const Interruption interruption;
     int ends[2];

@@ -21,7 +21,7 @@ TEST(ProgressMeterTest, ShowsNothingUnlessErrorsGoToATerminal) {
     EXPECT_EQ(out.str() + err.str(), "");
 }
 
-TEST(ConsoleProgressTest, TheProgressLineGivesWayToFailuresAndIsTakenAwayInTheEnd) {
+TEST(ConsoleProgressTest, ErasesTheProgressLineBeforeFailuresAndAtTheEnd) {
     std::ostringstream out;
     std::ostringstream err;
     Console console(out, OutputKind::Terminal, err, OutputKind::Terminal);

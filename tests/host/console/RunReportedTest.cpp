@@ -36,7 +36,7 @@ TEST_F(RunReportedTest, ReturnsTheStatusOfTheTask) {
     EXPECT_EQ(err_.str(), "");
 }
 
-TEST_F(RunReportedTest, EachExceptionHasItsMessageAndStatus) {
+TEST_F(RunReportedTest, ReportsEachExceptionWithItsStatus) {
     console_.beginCommand("task");
     expectReported(Interrupted(), ExitStatus::Interrupted, "interrupted");
     expectReported(UsageError("what?"), ExitStatus::Usage, "what?");
@@ -48,7 +48,7 @@ TEST_F(RunReportedTest, EachExceptionHasItsMessageAndStatus) {
     expectReported(42, ExitStatus::Failure, "an exception of type int");
 }
 
-TEST_F(RunReportedTest, AnOutputThatAnInterruptionBrokeCanBeUsedAgain) {
+TEST_F(RunReportedTest, ClearsTheOutputAfterAnInterruption) {
     runReported(console_, [&]() -> ExitStatus {
         console_.out().setstate(std::ios_base::badbit);
         throw Interrupted();
@@ -56,7 +56,7 @@ TEST_F(RunReportedTest, AnOutputThatAnInterruptionBrokeCanBeUsedAgain) {
     EXPECT_TRUE(console_.out().good());
 }
 
-TEST_F(RunReportedTest, AnOutputErrorPasses) {
+TEST_F(RunReportedTest, PassesOnAnOutputError) {
     EXPECT_THROW(runReported(console_, []() -> ExitStatus { throw OutputError(ENOSPC); }), OutputError);
     EXPECT_EQ(err_.str(), "");
 }

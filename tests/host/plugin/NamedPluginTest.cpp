@@ -20,7 +20,7 @@ std::vector<std::string> texts(const std::vector<std::string>& words) {
     return result;
 }
 
-TEST(NamedPluginTest, ANameIsBeforeTheFirstEqualsSignUnlessASlashIs) {
+TEST(NamedPluginTest, ParsesTheNameBeforeTheFirstEqualsSign) {
     using Texts = std::vector<std::string>;
     EXPECT_EQ(texts({"p.so"}), Texts{"|p.so"});
     EXPECT_EQ(texts({"mem=/a=b/p.so"}), Texts{"mem|/a=b/p.so"});
@@ -28,12 +28,12 @@ TEST(NamedPluginTest, ANameIsBeforeTheFirstEqualsSignUnlessASlashIs) {
     EXPECT_EQ(texts({"b=p.so", "a-1_B=p.so"}), (Texts{"b|p.so", "a-1_B|p.so"}));
 }
 
-TEST(NamedPluginTest, ThePluginWithoutANameIsTheDefault) {
+TEST(NamedPluginTest, NamesThePluginWithoutANameDefault) {
     using Texts = std::vector<std::string>;
     EXPECT_EQ(texts({"a=1.so", "2.so", "b=3.so"}), (Texts{"default|2.so", "a|1.so", "b|3.so"}));
 }
 
-TEST(NamedPluginTest, NamesThatCannotBeUsedAreRefused) {
+TEST(NamedPluginTest, RejectsInvalidNames) {
     const auto refusal = [](const std::vector<std::string>& words, const std::string& text) {
         EXPECT_THAT([&] { namedPlugins(words); }, ThrowsMessage<UsageError>(HasSubstr(text)));
     };
@@ -45,7 +45,7 @@ TEST(NamedPluginTest, NamesThatCannotBeUsedAreRefused) {
     refusal({"1.so", "2.so"}, "--plugin 2.so: only one plug-in can have no name; give NAME=PATH");
 }
 
-TEST(NamedPluginTest, WhereThereIsOneItHasNoName) {
+TEST(NamedPluginTest, RejectsNamesForASinglePlugin) {
     EXPECT_EQ(onlyPlugin({}), std::nullopt);
     EXPECT_EQ(onlyPlugin(namedPlugins({"p.so"})), "p.so");
     EXPECT_THROW(onlyPlugin(namedPlugins({"a=p.so"})), UsageError);

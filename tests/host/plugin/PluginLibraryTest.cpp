@@ -11,7 +11,7 @@ using storage::host::LoadedProvider;
 using storage::host::PluginLibrary;
 using storage::tests::pluginIsLoaded;
 
-TEST(PluginLibraryTest, BuildsProvidersOfTheirOwn) {
+TEST(PluginLibraryTest, BuildsIndependentProviders) {
     const PluginLibrary library(TEST_PLUGIN);
     const auto first = library.buildProvider();
     const auto second = library.buildProvider();
@@ -35,7 +35,7 @@ TEST(PluginLibraryTest, IsUnloadedWithoutAProvider) {
     EXPECT_FALSE(pluginIsLoaded(TEST_PLUGIN));
 }
 
-TEST(PluginLibraryTest, StreamsAndListingsOutliveTheirProviderWhileTheLibraryIsHeld) {
+TEST(PluginLibraryTest, KeepsStreamsAndListingsUsableWithoutTheirProvider) {
     const PluginLibrary library(TEST_PLUGIN);
     std::optional<LoadedProvider> provider(library.buildProvider());
     (*provider)->doCreateFolder(StorageIRI(u"/b"));

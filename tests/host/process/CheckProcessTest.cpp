@@ -40,7 +40,7 @@ void raiseByDefault(int signal) {
     }
 }
 
-TEST(CheckProcessTest, TellsWhatWasAnnounced) {
+TEST(CheckProcessTest, ReturnsTheAnnouncedVerdict) {
     for (const CheckOutcome& verdict :
          {pass, CheckOutcome{Result::Fail, "the reason"}, CheckOutcome{Result::Skip, "no time"}}) {
         expectVerdict(outcomeOf([&](const auto& announce) { announce(verdict); }), verdict.result,
@@ -48,14 +48,14 @@ TEST(CheckProcessTest, TellsWhatWasAnnounced) {
     }
 }
 
-TEST(CheckProcessTest, AReasonIsLinesWithoutControlCharacters) {
+TEST(CheckProcessTest, EscapesAndShortensTheReason) {
     const CheckOutcome verdict{Result::Fail, "a\nb\x1B\xFF" + std::string(100000, 'x')};
     const CheckOutcome outcome = outcomeOf([&](const auto& announce) { announce(verdict); });
     EXPECT_THAT(outcome.reason, StartsWith("a\nb\\x1B\\xFFxxx"));
     EXPECT_THAT(outcome.reason, HasSubstr("bytes left out"));
 }
 
-TEST(CheckProcessTest, ASignalIsACrash) {
+TEST(CheckProcessTest, ReportsASignalAsACrash) {
     for (const auto& [signal, name] :
          {std::pair(SIGSEGV, "SIGSEGV"), {SIGABRT, "SIGABRT"}, {SIGINT, "SIGINT"}}) {
         expectVerdict(outcomeOf([wanted = signal](const auto&) { raiseByDefault(wanted); }), Result::Crash,
@@ -63,12 +63,12 @@ TEST(CheckProcessTest, ASignalIsACrash) {
     }
 }
 
-TEST(CheckProcessTest, EndingTheProcessIsACrash) {
+TEST(CheckProcessTest, ReportsAnExitAsACrash) {
     expectVerdict(outcomeOf([](const auto&) { ::_exit(0); }), Result::Crash, "ended with exit status 0");
     expectVerdict(outcomeOf([](const auto&) { std::_Exit(7); }), Result::Crash, "ended with exit status 7");
 }
 
-TEST(CheckProcessTest, WhatLeavesTheTaskIsACrash) {
+TEST(CheckProcessTest, ReportsAnUncaughtExceptionAsACrash) {
     const CheckOutcome outcome = outcomeOf([](const auto&) {
         std::signal(SIGABRT, SIG_DFL);
         throw 5; // NOLINT(hicpp-exception-baseclass)
@@ -77,7 +77,7 @@ TEST(CheckProcessTest, WhatLeavesTheTaskIsACrash) {
     EXPECT_THAT(outcome.output, HasSubstr("terminat"));
 }
 
-TEST(CheckProcessTest, ACrashAfterTheVerdictIsStillOne) {
+TEST(CheckProcessTest, ReportsACrashAfterTheVerdict) {
     expectVerdict(outcomeOf([](const auto& announce) {
                       announce(pass);
                       raiseByDefault(SIGSEGV);
@@ -90,7 +90,7 @@ TEST(CheckProcessTest, ACrashAfterTheVerdictIsStillOne) {
                   Result::Fail, "the reason; then the check ended with exit status 1");
 }
 
-TEST(CheckProcessTest, WhatNeverEndsIsEnded) {
+TEST(CheckProcessTest, KillsTheCheckAtTheTimeLimit) {
     expectVerdict(outcomeOf([](const auto&) { waitForEver(); }, soon), Result::Hang,
                   "did not end within 0.05 s");
     expectVerdict(outcomeOf([](const auto&) { std::raise(SIGSTOP); }, soon), Result::Hang,
@@ -104,7 +104,7 @@ TEST(CheckProcessTest, WhatNeverEndsIsEnded) {
                   Result::Hang, "did not end within 0.05 s after the check itself");
 }
 
-TEST(CheckProcessTest, WhatIsPrintedIsCaught) {
+TEST(CheckProcessTest, CapturesOutput) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         std::cout << "by a stream\n";
         std::printf("by C, without a newline");
@@ -116,7 +116,7 @@ TEST(CheckProcessTest, WhatIsPrintedIsCaught) {
     EXPECT_EQ(outcome.output, "by a stream\nby C, without a newline\nerror\\x1B[31m");
 }
 
-TEST(CheckProcessTest, LinesBeforeACrashAreNotLost) {
+TEST(CheckProcessTest, CapturesOutputBeforeACrash) {
     const CheckOutcome outcome = outcomeOf([](const auto&) {
         std::printf("last words\n");
         ::_exit(1);
@@ -124,7 +124,7 @@ TEST(CheckProcessTest, LinesBeforeACrashAreNotLost) {
     EXPECT_EQ(outcome.output, "last words");
 }
 
-TEST(CheckProcessTest, WhoPrintsALotIsNotHeldUpAndIsShortened) {
+TEST(CheckProcessTest, ShortensLongOutputWithoutBlocking) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         std::cout << "first\n" << std::string(3000000, 'z') << "\nlast\n";
         announce(pass);
@@ -135,7 +135,7 @@ TEST(CheckProcessTest, WhoPrintsALotIsNotHeldUpAndIsShortened) {
     EXPECT_TRUE(outcome.output.ends_with("zzz\nlast"));
 }
 
-TEST(CheckProcessTest, AnOutputThatIsClosedOrEndlessEndsNothing) {
+TEST(CheckProcessTest, HandlesClosedAndEndlessOutput) {
     const CheckOutcome closed = outcomeOf([](const auto& announce) {
         ::close(STDOUT_FILENO);
         ::close(STDERR_FILENO);
@@ -160,7 +160,7 @@ void writeToAllInherited(std::string_view bytes) {
     }
 }
 
-TEST(CheckProcessTest, AVerdictCannotBeMadeByWritingToInheritedDescriptors) {
+TEST(CheckProcessTest, RejectsVerdictsForgedThroughInheritedDescriptors) {
     const std::string ending = "ended with exit status 0 after writing to a descriptor that is not its own";
     for (const std::string_view bytes :
          {std::string_view("\0", 1), std::string_view("\1", 1), std::string_view("x")}) {
@@ -184,7 +184,7 @@ TEST(CheckProcessTest, AVerdictCannotBeMadeByWritingToInheritedDescriptors) {
     }
 }
 
-TEST(CheckProcessTest, ACheckThatClosesLowDescriptorsIsStillHeard) {
+TEST(CheckProcessTest, ReturnsTheVerdictIfLowDescriptorsAreClosed) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         for (int number = STDERR_FILENO + 1; number < 256; ++number) {
             ::close(number);
@@ -194,7 +194,7 @@ TEST(CheckProcessTest, ACheckThatClosesLowDescriptorsIsStillHeard) {
     expectVerdict(outcome, Result::Fail, "the reason");
 }
 
-TEST(CheckProcessTest, ACheckThatClosesAllDescriptorsHasNoVerdict) {
+TEST(CheckProcessTest, ReportsACrashIfAllDescriptorsAreClosed) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         ::close_range(STDERR_FILENO + 1, ~0U, 0);
         std::signal(SIGABRT, SIG_DFL);
@@ -203,7 +203,7 @@ TEST(CheckProcessTest, ACheckThatClosesAllDescriptorsHasNoVerdict) {
     EXPECT_EQ(outcome.result, Result::Crash);
 }
 
-TEST(CheckProcessTest, ThereIsNothingToRead) {
+TEST(CheckProcessTest, HasEmptyStandardInput) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         std::string line;
         announce({Result::Fail, std::getline(std::cin, line) ? "a line" : "the end"});
@@ -211,7 +211,7 @@ TEST(CheckProcessTest, ThereIsNothingToRead) {
     expectVerdict(outcome, Result::Fail, "the end");
 }
 
-TEST(CheckProcessTest, AThreadThatStillRunsKeepsNothingUp) {
+TEST(CheckProcessTest, DoesNotWaitForOtherThreads) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         std::thread(waitForEver).detach();
         announce(pass);
@@ -220,7 +220,7 @@ TEST(CheckProcessTest, AThreadThatStillRunsKeepsNothingUp) {
 }
 
 /// The child of the check also keeps the pipes open.
-TEST(CheckProcessTest, AProcessThatWasLeftBehindIsEnded) {
+TEST(CheckProcessTest, KillsChildrenOfTheCheck) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         const pid_t child = ::fork();
         if (child == 0) {
@@ -233,7 +233,7 @@ TEST(CheckProcessTest, AProcessThatWasLeftBehindIsEnded) {
     EXPECT_TRUE(endsSoon(std::stoi(outcome.output)));
 }
 
-TEST(CheckProcessTest, NoProcessOutlivesTheObject) {
+TEST(CheckProcessTest, KillsTheProcessWithTheObject) {
     pid_t process = 0;
     {
         const ChildProcess child([] { waitForEver(); });
@@ -243,7 +243,7 @@ TEST(CheckProcessTest, NoProcessOutlivesTheObject) {
     EXPECT_TRUE(hasEnded(process));
 }
 
-TEST(CheckProcessTest, TheKeyboardDoesNotReachItAndItLeavesNoCore) {
+TEST(CheckProcessTest, HasItsOwnProcessGroupAndWritesNoCore) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         rlimit core{};
         ::getrlimit(RLIMIT_CORE, &core);

@@ -25,7 +25,7 @@ std::vector<std::string> sourcesAt(const ImportLog& log, std::u16string_view tex
     return paths;
 }
 
-TEST(ImportLogTest, RemembersAnImportOnceWithTheLastOneOnTop) {
+TEST(ImportLogTest, KeepsEachSourceOnceInImportOrder) {
     ImportLog log;
     EXPECT_TRUE(log.empty());
     log.add("/one", path(u"/a"), Scope::Whole);
@@ -38,7 +38,7 @@ TEST(ImportLogTest, RemembersAnImportOnceWithTheLastOneOnTop) {
     EXPECT_THAT(sourcesAt(log, u"/a/x"), IsEmpty());
 }
 
-TEST(ImportLogTest, KeepsTheWayBackBehindALink) {
+TEST(ImportLogTest, KeepsDotDotAfterALink) {
     ImportLog log;
     log.add("link/../f", path(u"/f"), Scope::Whole);
     EXPECT_THAT(sourcesAt(log, u"/f"), ElementsAre(std::filesystem::current_path() / "link/../f"));
@@ -58,7 +58,7 @@ TEST(ImportLogTest, FollowsAMoveToAnotherStorage) {
     EXPECT_GT(other.at(root.child(u"b").child(u"f")).front().order, other.at(root.child(u"b")).front().order);
 }
 
-TEST(ImportLogTest, TellsWhichCopiesAreBelowOthers) {
+TEST(ImportLogTest, FindsTheTopmostCopies) {
     ImportLog log;
     log.add("/disk", path(u"/a/b/c"), Scope::Whole);
     log.add("/disk", path(u"/a!"), Scope::Whole);
@@ -73,7 +73,7 @@ TEST(ImportLogTest, TellsWhichCopiesAreBelowOthers) {
     EXPECT_THAT(log.namesIn(path(u"/")), ElementsAre(u"a", u"a!"));
 }
 
-TEST(ImportLogTest, AFolderThatIsOnlyFilledIsNoCopyItself) {
+TEST(ImportLogTest, DoesNotCoverAFolderThatWasOnlyExtended) {
     ImportLog log;
     log.add("/disk", path(u"/a"), Scope::ContentOnly);
     EXPECT_FALSE(log.covers(path(u"/a")));
@@ -103,7 +103,7 @@ TEST(ImportLogTest, FollowsMovesOfTheCopyAndOfFoldersAboveIt) {
     EXPECT_THAT(sourcesAt(log, u"/g/h"), ElementsAre("/disk"));
 }
 
-TEST(ImportLogTest, WhatIsMovedIsOnTop) {
+TEST(ImportLogTest, PlacesMovedSourcesOnTop) {
     ImportLog log;
     log.add("/one", path(u"/a"), Scope::Whole);
     log.add("/two", path(u"/b"), Scope::Whole);

@@ -47,7 +47,7 @@ protected:
     KeptAttributes kept_{KeptAttributes::Usual{0644, 0755, {1, 2}}};
 };
 
-TEST_F(KeptAttributesTest, FindsWhatIsNotUsual) {
+TEST_F(KeptAttributesTest, FindsNonDefaultAttributes) {
     setMode(u"/f", EntryKind::File, 0600);
     setMode(u"/d", EntryKind::Folder, 0700);
     EXPECT_EQ(find(u"/f").mode, 0600U);
@@ -55,7 +55,7 @@ TEST_F(KeptAttributesTest, FindsWhatIsNotUsual) {
     EXPECT_EQ(find(u"/g").mode, std::nullopt);
 }
 
-TEST_F(KeptAttributesTest, UsualEntriesTakeNoMemory) {
+TEST_F(KeptAttributesTest, UsesNoMemoryForDefaultAttributes) {
     DiskAttributes usual;
     usual.mode = 0644;
     usual.owner = DiskOwner{1, 2};
@@ -70,7 +70,7 @@ TEST_F(KeptAttributesTest, UsualEntriesTakeNoMemory) {
     EXPECT_EQ(kept_.size(), 0U);
 }
 
-TEST_F(KeptAttributesTest, KeepsWhatAProviderHasNoPlaceFor) {
+TEST_F(KeptAttributesTest, KeepsAttributesThatProvidersCannotStore) {
     DiskAttributes known;
     known.owner = DiskOwner{3, 4};
     known.xattrs = {{"user.note", "x"}};
@@ -85,7 +85,7 @@ TEST_F(KeptAttributesTest, KeepsWhatAProviderHasNoPlaceFor) {
     EXPECT_NE(kept_.newLinkGroup(), known.linkGroup);
 }
 
-TEST_F(KeptAttributesTest, KeepsNanosecondsAsLongAsTheProviderHasTheTime) {
+TEST_F(KeptAttributesTest, KeepsNanosecondsWhileTheTimeIsUnchanged) {
     const timespec exact{1000000000, 123456789};
     DiskAttributes known;
     known.modified = exact;
@@ -96,7 +96,7 @@ TEST_F(KeptAttributesTest, KeepsNanosecondsAsLongAsTheProviderHasTheTime) {
     EXPECT_FALSE(kept_.find(at(u"/f"), stored + boost::posix_time::microseconds(1)).modified);
 }
 
-TEST_F(KeptAttributesTest, FollowsAMoveWithAllBelow) {
+TEST_F(KeptAttributesTest, MovesTheRecordsOfATree) {
     setMode(u"/d", EntryKind::Folder, 0700);
     setMode(u"/d/s/f", EntryKind::File, 0600);
     setLink(u"/d/s/l", "f");
@@ -111,7 +111,7 @@ TEST_F(KeptAttributesTest, FollowsAMoveWithAllBelow) {
     EXPECT_EQ(find(u"/d-other").mode, 0640U);
 }
 
-TEST_F(KeptAttributesTest, AMoveReplacesWhatWasKnownOfTheTarget) {
+TEST_F(KeptAttributesTest, ReplacesTheRecordsOfAMoveTarget) {
     setMode(u"/f", EntryKind::File, 0600);
     kept_.moved(at(u"/g"), at(u"/f"));
     EXPECT_EQ(find(u"/f").mode, std::nullopt);
@@ -120,7 +120,7 @@ TEST_F(KeptAttributesTest, AMoveReplacesWhatWasKnownOfTheTarget) {
     EXPECT_EQ(find(u"/f").mode, 0600U) << "a move onto itself";
 }
 
-TEST_F(KeptAttributesTest, ACopyHasWhatItsSourceHasAndIsAFileOfItsOwn) {
+TEST_F(KeptAttributesTest, CopiesARecordWithoutItsLinkGroup) {
     setMode(u"/f", EntryKind::File, 0600);
     kept_.copied(at(u"/f"), at(u"/g"));
     EXPECT_EQ(find(u"/f").mode, 0600U);
@@ -134,7 +134,7 @@ TEST_F(KeptAttributesTest, ACopyHasWhatItsSourceHasAndIsAFileOfItsOwn) {
     EXPECT_EQ(kept_.size(), 1U) << "nothing is left of the copy that would be unusual";
 }
 
-TEST_F(KeptAttributesTest, AChangedFileIsAFileOfItsOwn) {
+TEST_F(KeptAttributesTest, RemovesAChangedFileFromItsLinkGroup) {
     setGroup(u"/f", 7);
     setGroup(u"/g", 7);
     kept_.changed(at(u"/f"));
@@ -145,7 +145,7 @@ TEST_F(KeptAttributesTest, AChangedFileIsAFileOfItsOwn) {
     EXPECT_EQ(find(u"/f").mode, 0600U);
 }
 
-TEST_F(KeptAttributesTest, ListsWhatAProviderCannotHave) {
+TEST_F(KeptAttributesTest, ListsSpecialEntries) {
     setLink(u"/d/b", "x");
     setLink(u"/d/a", "y");
     setMode(u"/d/f", EntryKind::File, 0600);
@@ -163,7 +163,7 @@ TEST_F(KeptAttributesTest, ListsWhatAProviderCannotHave) {
     EXPECT_EQ(find(u"/e/f").mode, std::nullopt) << "files are copied one by one";
 }
 
-TEST_F(KeptAttributesTest, ForgetsWhatIsRemovedWithAllBelow) {
+TEST_F(KeptAttributesTest, DropsTheRecordsOfARemovedTree) {
     setMode(u"/d", EntryKind::Folder, 0700);
     setLink(u"/d/l", "x");
     setLink(u"/d/s/l", "x");

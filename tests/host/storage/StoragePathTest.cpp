@@ -19,7 +19,7 @@ TEST(StoragePathTest, ResolvesAbsoluteWords) {
     EXPECT_EQ(path(u"/...").text(), u"/...");
 }
 
-TEST(StoragePathTest, ResolvesRelativeWordsFromTheFolder) {
+TEST(StoragePathTest, ResolvesRelativeWords) {
     const StoragePath base = path(u"/a/b");
     EXPECT_EQ(StoragePath::resolve(base, u"c").text(), u"/a/b/c");
     EXPECT_EQ(StoragePath::resolve(base, u".").text(), u"/a/b");
@@ -28,7 +28,7 @@ TEST(StoragePathTest, ResolvesRelativeWordsFromTheFolder) {
     EXPECT_EQ(StoragePath::resolve(base, u"/x").text(), u"/x");
 }
 
-TEST(StoragePathTest, KnowsNameAndParent) {
+TEST(StoragePathTest, ReturnsNameAndParent) {
     EXPECT_EQ(path(u"/a/b").name(), u"b");
     EXPECT_EQ(path(u"/a/b").parent(), path(u"/a"));
     EXPECT_EQ(path(u"/a").parent(), StoragePath());
@@ -37,7 +37,7 @@ TEST(StoragePathTest, KnowsNameAndParent) {
     EXPECT_EQ(StoragePath().child(u"a").text(), u"/a");
 }
 
-TEST(StoragePathTest, ContainsItselfAndWhatIsBelow) {
+TEST(StoragePathTest, ContainsItselfAndDescendants) {
     EXPECT_TRUE(path(u"/a").contains(path(u"/a")));
     EXPECT_TRUE(path(u"/a").contains(path(u"/a/b/c")));
     EXPECT_TRUE(StoragePath().contains(path(u"/a")));
@@ -53,13 +53,13 @@ TEST(StoragePathTest, FollowsAMovedAncestor) {
     EXPECT_EQ(path(u"/a/b").rebased(path(u"/a"), path(u"/")), path(u"/b"));
 }
 
-TEST(StoragePathTest, NamesItsLocationToTheProvider) {
+TEST(StoragePathTest, ConvertsToAnIri) {
     EXPECT_EQ(path(u"/a/b").iri().getResolvedPath(), u"/a/b");
     EXPECT_TRUE(path(u"/a").iri().hasParent());
     EXPECT_FALSE(StoragePath().iri().hasParent());
 }
 
-TEST(StoragePathTest, APathKeepsItsStorage) {
+TEST(StoragePathTest, KeepsItsStorage) {
     const auto name = std::make_shared<const std::u16string>(u"disk");
     const StoragePath root(name);
     const StoragePath file = StoragePath::resolve(root.child(u"a"), u"../b/f");
@@ -71,7 +71,7 @@ TEST(StoragePathTest, APathKeepsItsStorage) {
     EXPECT_EQ(file.rebased(file.parent(), path(u"/c")), path(u"/c/f"));
 }
 
-TEST(StoragePathTest, PathsOfTwoStoragesHaveNothingInCommon) {
+TEST(StoragePathTest, DiffersBetweenStorages) {
     const StoragePath one(std::make_shared<const std::u16string>(u"one"));
     const StoragePath other(std::make_shared<const std::u16string>(u"one"));
     EXPECT_FALSE(one == other);

@@ -38,24 +38,24 @@ protected:
     }
 };
 
-TEST_F(TreeWalkTest, YieldsFoldersBeforeAndAfterWhatTheyHold) {
+TEST_F(TreeWalkTest, ReturnsFoldersBeforeAndAfterTheirContent) {
     EXPECT_THAT(walk(u"/t"), ElementsAre("folder /t t 0 last", "file /t/a a 1", "folder /t/b b 1",
                                          "folder /t/b/c c 2 last", "file /t/b/c/f f 3 last",
                                          "done /t/b/c c 2 last", "done /t/b b 1", "folder /t/e e 1 last",
                                          "done /t/e e 1 last", "done /t t 0 last"));
 }
 
-TEST_F(TreeWalkTest, PassesOverFoldersOnWish) {
+TEST_F(TreeWalkTest, SkipsFoldersOnRequest) {
     EXPECT_THAT(walk(u"/t", u"b"),
                 ElementsAre("folder /t t 0 last", "file /t/a a 1", "folder /t/b b 1", "folder /t/e e 1 last",
                             "done /t/e e 1 last", "done /t t 0 last"));
 }
 
-TEST_F(TreeWalkTest, WalksOverAFileAlone) {
+TEST_F(TreeWalkTest, ReturnsASingleFile) {
     EXPECT_THAT(walk(u"/t/a"), ElementsAre("file /t/a a 0 last"));
 }
 
-TEST_F(TreeWalkTest, GoesOnAfterAFolderThatCannotBeListed) {
+TEST_F(TreeWalkTest, ContinuesAfterAFailedListing) {
     std::vector<std::string> steps;
     for (TreeWalk walk(*provider_, StoragePath::resolve(StoragePath(), u"/t"));
          const auto step = walk.next();) {

@@ -9,7 +9,7 @@ namespace {
 using namespace storage::host;
 using boost::posix_time::ptime;
 
-TEST(FileTimeTest, KeepsMicrosecondsThereAndBack) {
+TEST(FileTimeTest, RoundTripsMicroseconds) {
     const timespec time{1709211909, 123456789};
     EXPECT_EQ(formatMicroseconds(fromDiskTime(time)), "2024-02-29 13:05:09.123456 UTC");
     EXPECT_EQ(toDiskTime(fromDiskTime(time)).tv_sec, time.tv_sec);
@@ -23,7 +23,7 @@ TEST(FileTimeTest, KeepsTimesBeforeTheEpoch) {
     EXPECT_EQ(toDiskTime(fromDiskTime(time)).tv_nsec, 999999000);
 }
 
-TEST(FileTimeTest, BringsFarTimesToTheNearestThatAStorageCanKeep) {
+TEST(FileTimeTest, ClampsFarTimes) {
     const timespec after{std::numeric_limits<time_t>::max(), 0};
     const timespec before{std::numeric_limits<time_t>::min(), 0};
     EXPECT_EQ(formatMicroseconds(fromDiskTime(after)), "9999-12-31 23:59:59.999999 UTC");
@@ -39,7 +39,7 @@ TEST(FileTimeTest, KeepsTheLastSecondOfTheYear9999) {
     EXPECT_FALSE(isStorageTime({last.tv_sec + 1, 0}));
 }
 
-TEST(FileTimeTest, ATimeThatIsNoneLeavesTheDiskAlone) {
+TEST(FileTimeTest, ConvertsNotADateToOmit) {
     const ptime none(boost::posix_time::not_a_date_time);
     EXPECT_EQ(toDiskTime(none).tv_nsec, UTIME_OMIT);
     EXPECT_EQ(formatSeconds(none), "-");

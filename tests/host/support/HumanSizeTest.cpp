@@ -22,7 +22,7 @@ TEST(HumanSizeTest, RoundsUpToTwoDigitsOrWholeUnits) {
     EXPECT_EQ(humanSize(1023 * 1024), "1023K");
 }
 
-TEST(HumanSizeTest, TakesTheNextUnitWhereRoundingReachesIt) {
+TEST(HumanSizeTest, RoundsUpIntoTheNextUnit) {
     EXPECT_EQ(humanSize(1023 * 1024 + 1), "1.0M");
     EXPECT_EQ(humanSize(1ULL << 30U), "1.0G");
     EXPECT_EQ(humanSize(std::numeric_limits<unsigned long long>::max()), "16E");

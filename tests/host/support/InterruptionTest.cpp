@@ -9,7 +9,7 @@ namespace {
 using storage::host::Interrupted;
 using storage::host::Interruption;
 
-TEST(InterruptionTest, ASignalIsSeenAtTheNextCheckAndUntilItIsCleared) {
+TEST(InterruptionTest, ReportsASignalUntilItIsCleared) {
     const DefaultSignals defaultSignals;
     Interruption interruption;
     interruption.check();
@@ -22,7 +22,7 @@ TEST(InterruptionTest, ASignalIsSeenAtTheNextCheckAndUntilItIsCleared) {
     }
 }
 
-TEST(InterruptionTest, ASignalThatWasIgnoredStaysIgnored) {
+TEST(InterruptionTest, KeepsIgnoredSignalsIgnored) {
     const auto before = std::signal(SIGHUP, SIG_IGN);
     {
         const Interruption interruption;

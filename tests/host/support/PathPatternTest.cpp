@@ -14,7 +14,7 @@ bool patternMatches(const std::string& pattern, const std::string& path, bool is
     return PathPattern(pattern).matches(toUtf16(path), isFolder);
 }
 
-TEST(PathPatternTest, WithoutASlashMatchesNamesAtAnyDepth) {
+TEST(PathPatternTest, MatchesNamesAtAnyDepthWithoutASlash) {
     EXPECT_TRUE(patternMatches("*.o", "a.o"));
     EXPECT_TRUE(patternMatches("*.o", "src/deep/a.o"));
     EXPECT_FALSE(patternMatches("*.o", "a.o/b"));
@@ -24,7 +24,7 @@ TEST(PathPatternTest, WithoutASlashMatchesNamesAtAnyDepth) {
     EXPECT_FALSE(patternMatches("a", "ab"));
 }
 
-TEST(PathPatternTest, WithASlashMatchesTheWholePath) {
+TEST(PathPatternTest, MatchesTheWholePathWithASlash) {
     EXPECT_TRUE(patternMatches("src/*.c", "src/a.c"));
     EXPECT_FALSE(patternMatches("src/*.c", "src/deep/a.c"));
     EXPECT_FALSE(patternMatches("src/*.c", "x/src/a.c"));
@@ -32,14 +32,14 @@ TEST(PathPatternTest, WithASlashMatchesTheWholePath) {
     EXPECT_FALSE(patternMatches("/build", "x/build"));
 }
 
-TEST(PathPatternTest, ASlashAtTheEndMatchesFoldersOnly) {
+TEST(PathPatternTest, MatchesFoldersOnlyWithATrailingSlash) {
     EXPECT_TRUE(patternMatches("build/", "x/build", true));
     EXPECT_FALSE(patternMatches("build/", "x/build", false));
     EXPECT_TRUE(patternMatches("/build/", "build", true));
     EXPECT_FALSE(patternMatches("/build/", "x/build", true));
 }
 
-TEST(PathPatternTest, TwoStarsMatchSlashes) {
+TEST(PathPatternTest, MatchesSlashesWithTwoStars) {
     EXPECT_TRUE(patternMatches("src/**", "src/a/b"));
     EXPECT_FALSE(patternMatches("src/**", "src"));
     EXPECT_TRUE(patternMatches("**/test/*", "test/a"));
@@ -50,7 +50,7 @@ TEST(PathPatternTest, TwoStarsMatchSlashes) {
     EXPECT_FALSE(patternMatches("a/**/b", "a/xb"));
 }
 
-TEST(PathPatternTest, BracketsMatchOneCharacterOfASet) {
+TEST(PathPatternTest, MatchesOneCharacterOfASet) {
     EXPECT_TRUE(patternMatches("[a-cx]", "b"));
     EXPECT_TRUE(patternMatches("[a-cx]", "x"));
     EXPECT_FALSE(patternMatches("[a-cx]", "d"));
@@ -63,14 +63,14 @@ TEST(PathPatternTest, BracketsMatchOneCharacterOfASet) {
     EXPECT_FALSE(patternMatches("x/a[!b]c", "x/a/c"));
 }
 
-TEST(PathPatternTest, ABackslashTakesTheMeaningAway) {
+TEST(PathPatternTest, EscapesWithABackslash) {
     EXPECT_TRUE(patternMatches("\\*", "*"));
     EXPECT_FALSE(patternMatches("\\*", "a"));
     EXPECT_TRUE(patternMatches("[\\]]", "]"));
     EXPECT_TRUE(patternMatches("a\\", "a\\"));
 }
 
-TEST(PathPatternTest, ACharacterMayTakeSeveralBytesAndABadByteIsOne) {
+TEST(PathPatternTest, MatchesWholeCharactersAndSingleBadBytes) {
     EXPECT_TRUE(patternMatches("?", "\xC3\xA4"));
     EXPECT_TRUE(patternMatches("?", "\xF0\x9F\x98\x80"));
     EXPECT_TRUE(patternMatches("[\xF0\x9F\x98\x80-\xF0\x9F\x98\x82]", "\xF0\x9F\x98\x81"));
@@ -78,7 +78,7 @@ TEST(PathPatternTest, ACharacterMayTakeSeveralBytesAndABadByteIsOne) {
     EXPECT_FALSE(patternMatches("a?", "a\xFF\xFE"));
 }
 
-TEST(PathPatternTest, ManyStarsTakeNoExponentialTime) {
+TEST(PathPatternTest, MatchesManyStarsInPolynomialTime) {
     std::string pattern;
     for (int i = 0; i < 200; ++i) {
         pattern += "*a";
@@ -87,7 +87,7 @@ TEST(PathPatternTest, ManyStarsTakeNoExponentialTime) {
     EXPECT_TRUE(patternMatches(pattern, std::string(1000, 'a')));
 }
 
-TEST(PathPatternTest, APatternThatNoEntryMatchesIsRefused) {
+TEST(PathPatternTest, RejectsPatternsThatMatchNoEntry) {
     EXPECT_THROW(PathPattern(""), UsageError);
     EXPECT_THROW(PathPattern("/"), UsageError);
 }

@@ -18,7 +18,7 @@ TEST(UtfTest, ConvertsBothWays) {
     EXPECT_EQ(toUtf16(std::string_view("a\0b", 3)), std::u16string(u"a\0b", 3));
 }
 
-TEST(UtfTest, AByteThatIsNotUtf8BecomesAUnitOfItsOwn) {
+TEST(UtfTest, ConvertsIllFormedBytesToSingleUnits) {
     EXPECT_EQ(toUtf16("\xFF"), u"\xDCFF");
     EXPECT_EQ(toUtf16("a\xC3"), u"a\xDCC3");
     EXPECT_EQ(toUtf16("caf\xE9!"), u"caf\xDCE9!");
@@ -29,7 +29,7 @@ TEST(UtfTest, AByteThatIsNotUtf8BecomesAUnitOfItsOwn) {
     EXPECT_EQ(toUtf16("\xE2\x82\xE2\x82\xAC\x80"), u"\xDCE2\xDC82€\xDC80");
 }
 
-TEST(UtfTest, RefusesUnitsThatStandForNoBytes) {
+TEST(UtfTest, RejectsUnitsThatEncodeNoBytes) {
     EXPECT_FALSE(toUtf8(u"a\xD800"));
     EXPECT_FALSE(toUtf8(u"\xDC00"
                         u"a"));
@@ -39,14 +39,14 @@ TEST(UtfTest, RefusesUnitsThatStandForNoBytes) {
     EXPECT_FALSE(toUtf8(u"\xDFFF"));
 }
 
-TEST(UtfTest, RefusesBytesThatWouldReadBackAsACharacter) {
+TEST(UtfTest, RejectsBytesThatFormACharacter) {
     EXPECT_FALSE(toUtf8(u"\xDCC3\xDCA4")) << "these bytes are ä";
     EXPECT_FALSE(toUtf8(u"x\xDCE2\xDC82\xDCAC"));
     EXPECT_FALSE(toUtf8(u"\xDCF0\xDC9F\xDC98\xDC80"));
     EXPECT_EQ(toUtf8(u"\xDCE2\xDC82"), "\xE2\x82");
 }
 
-TEST(UtfTest, EveryTextOfTwoBytesComesBack) {
+TEST(UtfTest, RoundTripsEveryTextOfTwoBytes) {
     std::set<std::u16string> texts;
     for (int first = 0; first < 256; ++first) {
         const std::string one(1, static_cast<char>(first));
@@ -61,7 +61,7 @@ TEST(UtfTest, EveryTextOfTwoBytesComesBack) {
     EXPECT_EQ(texts.size(), 256U + 65536U) << "no two texts become the same";
 }
 
-TEST(UtfTest, EveryTextOfTwoUnitsHasNoBytesOrComesBack) {
+TEST(UtfTest, RoundTripsOrRejectsEveryTextOfTwoUnits) {
     for (char32_t first = 0xD7FE; first <= 0xE001; ++first) {
         for (const char16_t second : {u'a', u'\u00e4', u'\xD7FF', u'\xD800', u'\xDBFF', u'\xDC00', u'\xDC7F',
                                       u'\xDC80', u'\xDCA4', u'\xDCFF', u'\xDD00', u'\xDFFF', u'\xE000'}) {
@@ -72,7 +72,7 @@ TEST(UtfTest, EveryTextOfTwoUnitsHasNoBytesOrComesBack) {
     }
 }
 
-TEST(UtfTest, RandomBytesComeBack) {
+TEST(UtfTest, RoundTripsRandomBytes) {
     const auto seed = std::random_device()();
     SCOPED_TRACE(seed);
     std::mt19937 random(seed);
@@ -87,14 +87,14 @@ TEST(UtfTest, RandomBytesComeBack) {
     }
 }
 
-TEST(UtfTest, PrintsBytesOnOneLine) {
+TEST(UtfTest, EscapesBytes) {
     EXPECT_EQ(printable("plain ä€😀"), "plain ä€😀");
     EXPECT_EQ(printable("a\nb\tc\x1B[2J\x7F"), "a\\nb\\tc\\x1B[2J\\x7F");
     EXPECT_EQ(printable("a\xFF\xC3z"), "a\\xFF\\xC3z");
     EXPECT_EQ(printable("\xC2\x9B"), "\\u009B") << "a control character of the second block";
 }
 
-TEST(UtfTest, PrintsWhatTurnsTheDirectionOfWritingAsNumbers) {
+TEST(UtfTest, EscapesBidirectionalControls) {
     EXPECT_EQ(printable(u"invoice\u202Efdp.exe"), "invoice\\u202Efdp.exe");
     const std::u16string all =
         u"\u061C\u200E\u200F\u2028\u2029\u202A\u202B\u202C\u202D\u202E\u2066\u2067\u2068\u2069";
@@ -106,7 +106,7 @@ TEST(UtfTest, PrintsWhatTurnsTheDirectionOfWritingAsNumbers) {
     EXPECT_EQ(printable(harmless), toUtf8(harmless));
 }
 
-TEST(UtfTest, ShortensAMessageThatNobodyWouldRead) {
+TEST(UtfTest, ShortensLongMessages) {
     const std::string path(4096, 'x');
     EXPECT_EQ(printableInMessage(path), path) << "the longest path of the disk";
     EXPECT_EQ(printableInMessage("a\n"), "a\\n");
@@ -122,7 +122,7 @@ TEST(UtfTest, ShortensAMessageThatNobodyWouldRead) {
     EXPECT_EQ(printableInMessage(std::string(6000, '\x80')).substr(0, 4), "\\x80");
 }
 
-TEST(UtfTest, PrintsUtf16OnOneLine) {
+TEST(UtfTest, EscapesUtf16) {
     EXPECT_EQ(printable(u"plain ä€😀"), "plain ä€😀");
     EXPECT_EQ(printable(u"a\n\xD800z"), "a\\n\\uD800z");
     EXPECT_EQ(printable(u"\xDC00\xDC7F\xDD00"), "\\uDC00\\uDC7F\\uDD00");

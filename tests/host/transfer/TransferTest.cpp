@@ -58,7 +58,7 @@ protected:
     Session session_{provider_, console_, interruption_};
 };
 
-TEST_F(TransferTest, ImportsAreLoggedAndExportedAgain) {
+TEST_F(TransferTest, LogsAnImportAndExportsItAgain) {
     disk_.write("src/f", "content");
     import();
     EXPECT_TRUE(imports_.covers(StoragePath().child(u"copy")));
@@ -67,7 +67,7 @@ TEST_F(TransferTest, ImportsAreLoggedAndExportedAgain) {
     EXPECT_EQ(err_.str(), "");
 }
 
-TEST_F(TransferTest, AWriteOfAWrongCountFailsTheImportOfThatFile) {
+TEST_F(TransferTest, FailsTheImportOnAWrongWriteCount) {
     disk_.write("src/f", "content");
     for (const auto& wrong : wrongCounts) {
         err_.str("");
@@ -79,7 +79,7 @@ TEST_F(TransferTest, AWriteOfAWrongCountFailsTheImportOfThatFile) {
     }
 }
 
-TEST_F(TransferTest, AReadOfTooManyBytesFailsTheExportOfThatFile) {
+TEST_F(TransferTest, FailsTheExportOnAWrongReadCount) {
     disk_.write("src/f", "content");
     import();
     provider_.copied = [](long count) { return count + 1; };
