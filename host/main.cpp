@@ -41,7 +41,7 @@ OutputKind kindOf(int descriptor) {
     return ::isatty(descriptor) == 1 ? OutputKind::Terminal : OutputKind::Plain;
 }
 
-bool isForPerson(const ProgramOptions& options) {
+bool isInteractive(const ProgramOptions& options) {
     return !options.script && !options.lines && kindOf(STDIN_FILENO) == OutputKind::Terminal &&
            kindOf(STDOUT_FILENO) == OutputKind::Terminal;
 }
@@ -144,7 +144,7 @@ ExitStatus runLines(const ProgramOptions& options, Session& session, Interruptio
         session.setInput(STDIN_FILENO);
         return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
     }
-    if (isForPerson(options)) {
+    if (isInteractive(options)) {
         return runPrompt(options, session, interruption);
     }
     DescriptorLineSource lines(STDIN_FILENO, "standard input", interruption,

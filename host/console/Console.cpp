@@ -70,12 +70,12 @@ void Console::drawProgress(const std::string& line) {
     }
     if (errKind_ == OutputKind::Terminal) {
         err_ << "\r\033[K" << line << std::flush;
-        progressShown_ = true;
+        hasProgressLine_ = true;
     }
 }
 
 void Console::clearProgress() {
-    if (std::exchange(progressShown_, false)) {
+    if (std::exchange(hasProgressLine_, false)) {
         err_ << "\r\033[K" << std::flush;
     }
 }

@@ -109,7 +109,7 @@ private:
     std::string place_;
     std::string command_;
     std::size_t failures_ = 0;
-    bool progressShown_ = false;
+    bool hasProgressLine_ = false;
     bool hasColors_ = false;
     ConsoleObserver* observer_ = nullptr;
     FailureDiagnosis diagnosis_;

@@ -16,7 +16,7 @@ struct stat statusOf(const FileDescriptor& entry) {
     return status;
 }
 
-DiskOwner giveTo(const FileDescriptor& entry, const DiskOwner& owner) {
+DiskOwner changeOwner(const FileDescriptor& entry, const DiskOwner& owner) {
     constexpr auto unchanged = static_cast<uid_t>(-1);
     const auto ownerOf = [](const struct stat& status) { return DiskOwner{status.st_uid, status.st_gid}; };
     const DiskOwner before = ownerOf(statusOf(entry));

@@ -15,7 +15,7 @@ struct stat statusOf(const FileDescriptor& entry);
 /// @param entry  may be open with O_PATH, as for a symbolic link
 /// @return the resulting owner and group
 /// @throws CommandError
-DiskOwner giveTo(const FileDescriptor& entry, const DiskOwner& owner);
+DiskOwner changeOwner(const FileDescriptor& entry, const DiskOwner& owner);
 
 /// Removes the set-user-ID bit from `mode` if the users differ, the set-group-ID bit if the groups differ.
 mode_t permissionsFor(mode_t mode, const DiskOwner& wanted, const DiskOwner& actual);

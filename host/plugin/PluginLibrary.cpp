@@ -55,7 +55,7 @@ bool isForAnotherMachine(const Elf64_Ehdr& header) {
 
 /// Whether a library is truncated: shorter than its program headers state. The linker would map it
 /// nevertheless, and the first access beyond the end would kill the program.
-bool breaksOff(const std::string& path, std::ifstream& file, const Elf64_Ehdr& header) {
+bool isTruncated(const std::string& path, std::ifstream& file, const Elf64_Ehdr& header) {
     const std::uintmax_t size = std::filesystem::file_size(path);
     file.seekg(static_cast<std::streamoff>(header.e_phoff));
     for (unsigned i = 0; i < header.e_phnum; ++i) {
@@ -80,7 +80,7 @@ void refuseUnloadable(const std::string& path) {
     if (header && isForAnotherMachine(*header)) {
         throw pluginError(path, "cannot load plug-in: built for another processor architecture");
     }
-    if (header && breaksOff(path, file, *header)) {
+    if (header && isTruncated(path, file, *header)) {
         throw pluginError(path, "cannot load plug-in: the file is truncated");
     }
 }

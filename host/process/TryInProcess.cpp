@@ -29,9 +29,9 @@ void tryInProcess(const std::string& plugin, const std::function<void()>& work,
     CheckProcess process([&](const CheckProcess::Announce& announce) { announce(verdictOf(plugin, work)); });
     const CheckOutcome outcome = process.wait(limit);
     if (outcome.result == Result::Crash || outcome.result == Result::Hang) {
-        const std::string lastWords = outcome.output.empty() ? "" : "; its output: " + outcome.output;
+        const std::string output = outcome.output.empty() ? "" : "; its output: " + outcome.output;
         throw PluginError(printable(plugin) + ": the process that loaded it " + outcome.reason + where() +
-                          lastWords);
+                          output);
     }
     if (outcome.result == Result::Fail) {
         throw PluginError(printableInMessage(outcome.reason)); // one line

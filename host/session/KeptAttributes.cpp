@@ -46,8 +46,8 @@ void KeptAttributes::set(const StoragePath& path, const DiskAttributes& attribut
 KeptAttributes::Record KeptAttributes::recordOf(const DiskAttributes& attributes) const {
     Record record;
     record.kind = attributes.kind;
-    const mode_t usualMode = record.kind == EntryKind::Folder ? usual_.folderMode : usual_.fileMode;
-    if (record.isSpecial() || attributes.mode != usualMode) {
+    const mode_t defaultMode = record.kind == EntryKind::Folder ? defaults_.folderMode : defaults_.fileMode;
+    if (record.isSpecial() || attributes.mode != defaultMode) {
         record.mode = attributes.mode;
     }
     if (attributes.modified) {
@@ -56,7 +56,7 @@ KeptAttributes::Record KeptAttributes::recordOf(const DiskAttributes& attributes
         record.modified = *attributes.modified;
     }
     record.isSparse = attributes.isSparse;
-    const bool hasOwner = attributes.owner && *attributes.owner != usual_.owner;
+    const bool hasOwner = attributes.owner && *attributes.owner != defaults_.owner;
     if (hasOwner || !attributes.xattrs.empty() || attributes.linkGroup != 0 || record.isSpecial()) {
         record.rare =
             std::make_unique<Rare>(Rare{hasOwner ? attributes.owner : std::nullopt, attributes.xattrs,

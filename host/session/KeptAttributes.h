@@ -28,13 +28,13 @@ namespace storage::host {
 class KeptAttributes {
 public:
     /// The attributes of entries without a record.
-    struct Usual {
+    struct Defaults {
         mode_t fileMode = 0;
         mode_t folderMode = 0;
         DiskOwner owner;
     };
 
-    explicit KeptAttributes(const Usual& usual) : usual_(usual) {}
+    explicit KeptAttributes(const Defaults& defaults) : defaults_(defaults) {}
 
     /// Uses the defaults of new files and folders of this process.
     /// @param mask  the process's umask
@@ -114,7 +114,7 @@ private:
     void put(const StoragePath& path, Record record);
     void erase(const StoragePath& path);
 
-    const Usual usual_;
+    const Defaults defaults_;
     std::map<std::u16string, Folder> folders_; ///< by path of the folder; none is empty
     std::uint64_t lastLinkGroup_ = 0;
 };

@@ -13,11 +13,11 @@ Session::Storages Session::makeStorages(const std::vector<NamedProvider>& provid
     Storages storages;
     storages.reserve(providers.size());
     for (const auto& [name, provider] : providers) {
-        StoragePath::StorageName shown;
+        StoragePath::StorageName displayName;
         if (providers.size() > 1) {
-            shown = std::make_shared<const std::u16string>(toUtf16(name));
+            displayName = std::make_shared<const std::u16string>(toUtf16(name));
         }
-        storages.push_back(std::make_unique<SessionStorage>(name, provider, StoragePath(shown)));
+        storages.push_back(std::make_unique<SessionStorage>(name, provider, StoragePath(displayName)));
     }
     return storages;
 }

@@ -44,8 +44,8 @@ std::optional<std::string> causeOfReadOnly(const IProvider& provider, const Stor
     return kind ? "the " + *kind + " and " + folderText + " are read-only" : folderText + " is read-only";
 }
 
-std::optional<std::string> shownCauseOf(const Exception& error, const IProvider& provider,
-                                        const StoragePath& root) {
+std::optional<std::string> findCause(const Exception& error, const IProvider& provider,
+                                     const StoragePath& root) {
     const StoragePath path = StoragePath::resolve(root, error.getIRI().getPath());
     switch (error.getErrorCode()) {
     case ErrorCode::NotFound:
@@ -68,7 +68,7 @@ std::optional<std::string> shownCauseOf(const Exception& error, const IProvider&
 
 std::string causeOf(const Exception& error, const IProvider& provider, const StoragePath& root) {
     try {
-        if (auto cause = shownCauseOf(error, provider, root)) {
+        if (auto cause = findCause(error, provider, root)) {
             return *std::move(cause);
         }
     } catch (...) { // a provider may throw any class

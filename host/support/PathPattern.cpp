@@ -112,7 +112,7 @@ bool PathPattern::parseSet(const std::u32string& text, std::size_t& position) {
     return true;
 }
 
-bool PathPattern::Element::takes(char32_t next) const {
+bool PathPattern::Element::matches(char32_t next) const {
     switch (kind) {
     case Kind::Literal:
         return next == character;
@@ -134,26 +134,26 @@ bool PathPattern::Element::takes(char32_t next) const {
 /// Simulates a nondeterministic automaton, so the time is O(length of the pattern * length of the text).
 bool PathPattern::matchesCharacters(const std::u32string& text) const {
     States states(elements_.size() + 1);
-    arriveAt(0, states);
+    activate(0, states);
     for (const char32_t character : text) {
         States next(states.size());
         for (std::size_t i = 0; i < elements_.size(); ++i) {
-            if (!states[i] || !elements_[i].takes(character)) {
+            if (!states[i] || !elements_[i].matches(character)) {
                 continue;
             }
             switch (elements_[i].kind) {
             case Element::Kind::AnyRun:
             case Element::Kind::AnyPath:
-                arriveAt(i, next);
+                activate(i, next);
                 break;
             case Element::Kind::AnyFolders:
                 next[i] = true;
                 if (character == U'/') {
-                    arriveAt(i + 1, next);
+                    activate(i + 1, next);
                 }
                 break;
             default:
-                arriveAt(i + 1, next);
+                activate(i + 1, next);
             }
         }
         states = std::move(next);
@@ -162,7 +162,7 @@ bool PathPattern::matchesCharacters(const std::u32string& text) const {
 }
 
 /// Marks an element as reachable, and the one after it if this element also matches nothing.
-void PathPattern::arriveAt(std::size_t element, States& states) const {
+void PathPattern::activate(std::size_t element, States& states) const {
     states[element] = true;
     while (element < elements_.size() && elements_[element].kind >= Element::Kind::AnyRun) {
         states[++element] = true;

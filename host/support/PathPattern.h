@@ -49,7 +49,7 @@ private:
         bool isNegated = false;
         std::vector<Range> ranges;
 
-        bool takes(char32_t next) const;
+        bool matches(char32_t next) const;
     };
 
     using States = std::vector<bool>; ///< for each element, whether the match can continue there
@@ -58,7 +58,7 @@ private:
     void parse(const std::u32string& text);
     bool parseSet(const std::u32string& text, std::size_t& position);
     bool matchesCharacters(const std::u32string& text) const;
-    void arriveAt(std::size_t element, States& states) const;
+    void activate(std::size_t element, States& states) const;
 
     std::vector<Element> elements_;
     bool isForFolders_ = false;

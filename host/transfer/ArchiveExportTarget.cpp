@@ -22,8 +22,8 @@ namespace storage::host {
 
 namespace {
 
-constexpr mode_t usualFileMode = 0666;
-constexpr mode_t usualFolderMode = 0777;
+constexpr mode_t defaultFileMode = 0666;
+constexpr mode_t defaultFolderMode = 0777;
 
 using AddFilter = int (*)(::archive*);
 
@@ -75,8 +75,8 @@ bool isUtf8(const std::string& bytes) {
 }
 
 /// Permission bits whose write bits match the writable flag of the storage.
-mode_t modeOf(const ExportSource::Entry& entry, mode_t usual, ExportSource::Authority authority) {
-    const mode_t mode = entry.attributes.mode.value_or(usual);
+mode_t modeOf(const ExportSource::Entry& entry, mode_t defaultMode, ExportSource::Authority authority) {
+    const mode_t mode = entry.attributes.mode.value_or(defaultMode);
     if (authority == ExportSource::Authority::Source || entry.attributes.kind == EntryKind::SymbolicLink) {
         return mode;
     }
@@ -215,11 +215,11 @@ ArchiveExportTarget::Header ArchiveExportTarget::headerOf(const ExportSource::En
     }
     const DiskAttributes& known = entry.attributes;
     const bool isFolder = known.kind == EntryKind::Folder;
-    const mode_t usual = (isFolder ? usualFolderMode : usualFileMode) & ~mask_;
+    const mode_t defaultMode = (isFolder ? defaultFolderMode : defaultFileMode) & ~mask_;
     const DiskOwner owner = known.owner.value_or(DiskOwner{::geteuid(), ::getegid()});
     ::archive_entry_copy_pathname(header.get(), path.c_str());
     ::archive_entry_set_filetype(header.get(), fileTypeOf(known.kind));
-    ::archive_entry_set_perm(header.get(), modeOf(entry, usual, source_.authority()));
+    ::archive_entry_set_perm(header.get(), modeOf(entry, defaultMode, source_.authority()));
     ::archive_entry_set_uid(header.get(), owner.user);
     ::archive_entry_set_gid(header.get(), owner.group);
     ::archive_entry_set_size(header.get(), 0);

@@ -279,7 +279,7 @@ void ArchiveFeed::skipBelow(const StoragePath& folder) {
 }
 
 std::uint64_t ArchiveFeed::skipHole() {
-    readOn();
+    ensureData();
     const std::uint64_t size = entry_.attributes.isSparse ? entry_.size : 0;
     const std::uint64_t end = isDataEnd_ ? std::max(size, offset_) : dataBegin_;
     return end - std::exchange(offset_, end);
@@ -288,7 +288,7 @@ std::uint64_t ArchiveFeed::skipHole() {
 std::size_t ArchiveFeed::read(std::span<char> buffer) {
     std::size_t filled = 0;
     while (filled < buffer.size()) {
-        readOn();
+        ensureData();
         if (isDataEnd_ || dataBegin_ != offset_) {
             break; // at the end, or where a hole begins
         }
@@ -303,7 +303,7 @@ std::size_t ArchiveFeed::read(std::span<char> buffer) {
 }
 
 /// Reads the next block of the entry if the last one is consumed.
-void ArchiveFeed::readOn() {
+void ArchiveFeed::ensureData() {
     while (data_.empty() && !isDataEnd_) {
         const void* data = nullptr;
         std::size_t size = 0;

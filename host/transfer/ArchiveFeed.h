@@ -59,7 +59,7 @@ private:
     void queueFolder(const StoragePath& path);
     StoragePath insidePath(std::string_view name, const std::string& place, const std::string& what) const;
     DiskAttributes attributesOf(EntryKind kind) const;
-    void readOn();
+    void ensureData();
     void fail();
 
     const FileDescriptor file_;

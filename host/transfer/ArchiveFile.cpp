@@ -32,7 +32,8 @@ void ArchiveFile::finish() {
     mode_t mode = newFile & ~currentUmask();
     if (replaced_) {
         const DiskOwner owner{replaced_->st_uid, replaced_->st_gid};
-        mode = permissionsFor(replaced_->st_mode & permissionBits, owner, giveTo(temporary_.file(), owner));
+        mode =
+            permissionsFor(replaced_->st_mode & permissionBits, owner, changeOwner(temporary_.file(), owner));
     }
     if (::fchmod(temporary_.file().number(), mode) != 0) {
         throw diskError(temporary_.file().path(), errno);

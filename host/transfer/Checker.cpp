@@ -224,7 +224,7 @@ void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     const ExportSource::Entry stored = entryAt(path, Kind::File);
     const DiskEntry entry = DiskEntry::of(onDisk);
     if (isEqual) { // a file with other content is another file
-        compareNames(path, layer, stored.attributes.linkGroup, entry);
+        compareHardLinks(path, layer, stored.attributes.linkGroup, entry);
     }
     compareAttributes(path, stored, diskPath, entry, times_);
     compareXattrs(path, stored.attributes.xattrs, onDisk);
@@ -262,8 +262,8 @@ bool Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk
 }
 
 /// Compares hard links: the names of one file must be names of one file on the other side, too.
-void Checker::compareNames(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
-                           const DiskEntry& onDisk) {
+void Checker::compareHardLinks(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
+                               const DiskEntry& onDisk) {
     if (linkGroup == 0 && onDisk.names == 1) {
         return;
     }

@@ -110,8 +110,8 @@ private:
     void reportMissing(const StoragePath& path, const Layers& layers);
     void compareFile(const StoragePath& path, const Layer& layer);
     bool compareBytes(const StoragePath& path, const FileDescriptor& onDisk);
-    void compareNames(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
-                      const DiskEntry& onDisk);
+    void compareHardLinks(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
+                          const DiskEntry& onDisk);
     void compareSpecial(const StoragePath& path, EntryKind kind, const Layer& layer);
     void reportBytes(const StoragePath& path, const FileDescriptor& onDisk, unsigned long long offset,
                      const std::string& difference);

@@ -187,11 +187,11 @@ void DiskExportTarget::leaveFolder() {
         throw diskError(folder.path(), ENOENT);
     }
     if (isSourceExact()) {
-        done.folder->setModeAtEnd(giveOwner(folder, entry.attributes, entry.attributes.mode.value()));
+        done.folder->setModeAtEnd(setOwner(folder, entry.attributes, entry.attributes.mode.value()));
         removeOtherXattrs(folder, entry.attributes.xattrs);
-    } else if (done.isMade && (entry.attributes.mode || entry.attributes.owner)) {
+    } else if (done.isNew && (entry.attributes.mode || entry.attributes.owner)) {
         const mode_t known = entry.attributes.mode.value_or(status.st_mode & permissionBits);
-        const mode_t mode = giveOwner(folder, entry.attributes, known);
+        const mode_t mode = setOwner(folder, entry.attributes, known);
         const mode_t inherited = entry.attributes.owner ? 0 : status.st_mode & S_ISGID;
         done.folder->setModeAtEnd(withFlag(mode | inherited, entry.isWritable));
     } else if (!entry.isWritable) {
@@ -212,10 +212,9 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
     }
     TemporaryDiskFile temporary(folder, name);
     const auto bytes = copyBytes(source, entry.attributes.isSparse, temporary.file());
-    const mode_t mode =
-        replaced && !isSourceExact()
-            ? takeOver(temporary.file(), *replaced)
-            : giveOwner(temporary.file(), entry.attributes, entry.attributes.mode.value_or(newFileMode_));
+    const mode_t mode = replaced && !isSourceExact() ? copyOwner(temporary.file(), *replaced)
+                                                     : setOwner(temporary.file(), entry.attributes,
+                                                                entry.attributes.mode.value_or(newFileMode_));
     addExtended(temporary.file(), entry.attributes.xattrs);
     setTime(temporary.file(), entry.attributes.modified.value());
     setMode(temporary.file(), isSourceExact() ? mode : withFlag(mode, entry.isWritable));
@@ -265,7 +264,7 @@ struct stat DiskExportTarget::finishSpecial(const FileDescriptor& folder, const 
     if ((status.st_mode & S_IFMT) != fileTypeOf(attributes.kind) || status.st_nlink != 1) {
         throw diskError(diskChild(folder.path(), name), ESTALE);
     }
-    const mode_t mode = giveOwner(entry, attributes, attributes.mode.value_or(privateNodeMode));
+    const mode_t mode = setOwner(entry, attributes, attributes.mode.value_or(privateNodeMode));
     const std::string own = "/proc/self/fd/" + std::to_string(entry.number());
     if (attributes.kind != EntryKind::SymbolicLink && ::chmod(own.c_str(), mode) != 0) {
         throw diskError(entry.path(), errno);
@@ -326,10 +325,10 @@ FileDescriptor DiskExportTarget::openExported(const StoragePath& folder) const {
 
 /// Sets the owner if it is known.
 /// @return `mode` without the set-ID bits that the entry must not have
-mode_t DiskExportTarget::giveOwner(const FileDescriptor& entry, const DiskAttributes& attributes,
-                                   mode_t mode) {
+mode_t DiskExportTarget::setOwner(const FileDescriptor& entry, const DiskAttributes& attributes,
+                                  mode_t mode) {
     if (attributes.owner) {
-        const DiskOwner actual = giveTo(entry, *attributes.owner);
+        const DiskOwner actual = changeOwner(entry, *attributes.owner);
         lostOwners_ += actual == *attributes.owner ? 0 : 1;
         return permissionsFor(mode, *attributes.owner, actual);
     }
@@ -342,9 +341,9 @@ mode_t DiskExportTarget::giveOwner(const FileDescriptor& entry, const DiskAttrib
 
 /// Sets the owner and group of a file to those of the file that it replaces.
 /// @return the permission bits of the replaced file, without the set-ID bits that the file must not have
-mode_t DiskExportTarget::takeOver(const FileDescriptor& file, const struct stat& replaced) {
+mode_t DiskExportTarget::copyOwner(const FileDescriptor& file, const struct stat& replaced) {
     const DiskOwner owner{replaced.st_uid, replaced.st_gid};
-    return permissionsFor(replaced.st_mode & permissionBits, owner, giveTo(file, owner));
+    return permissionsFor(replaced.st_mode & permissionBits, owner, changeOwner(file, owner));
 }
 
 void DiskExportTarget::addExtended(const FileDescriptor& entry, const Xattrs& xattrs) {

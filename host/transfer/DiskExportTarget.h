@@ -54,7 +54,7 @@ private:
     struct OpenFolder {
         StoragePath source;
         std::unique_ptr<WritableFolder> folder;
-        bool isMade = false;   ///< created by this export
+        bool isNew = false;    ///< created by this export
         bool keepsOwn = false; ///< its attributes do not change
     };
 
@@ -72,8 +72,8 @@ private:
                               const DiskAttributes& attributes);
     bool linkTo(std::uint64_t group, WritableFolder& folder, const std::string& name);
     FileDescriptor openExported(const StoragePath& folder) const;
-    mode_t giveOwner(const FileDescriptor& entry, const DiskAttributes& attributes, mode_t mode);
-    static mode_t takeOver(const FileDescriptor& file, const struct stat& replaced);
+    mode_t setOwner(const FileDescriptor& entry, const DiskAttributes& attributes, mode_t mode);
+    static mode_t copyOwner(const FileDescriptor& file, const struct stat& replaced);
     void addExtended(const FileDescriptor& entry, const Xattrs& xattrs);
     std::uint64_t copyBytes(const StoragePath& source, bool isSparse, const FileDescriptor& to);
     void writeSparse(std::size_t count, std::uint64_t offset, const FileDescriptor& to) const;

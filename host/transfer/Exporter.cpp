@@ -101,7 +101,7 @@ void Exporter::exportFile(const StoragePath& source, const std::string& name, co
         return;
     }
     enterFolders();
-    totals_.bytes += isOnlyPrinted(source, EntryKind::File, place) ? source_.sizeOf(source)
+    totals_.bytes += printInDryRun(source, EntryKind::File, place) ? source_.sizeOf(source)
                                                                    : target_->addFile(source, name);
     ++totals_.files;
     progress_.countEntry();
@@ -110,7 +110,7 @@ void Exporter::exportFile(const StoragePath& source, const std::string& name, co
 void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, const std::string& name,
                              const std::string& place) {
     enterFolders();
-    if (!isOnlyPrinted(source, kind, place) && !target_->addSpecial(source, kind, name)) {
+    if (!printInDryRun(source, kind, place) && !target_->addSpecial(source, kind, name)) {
         ++totals_.skipped;
         notice(source.printed(), std::string("skipped, ") + describe(kind));
         return;
@@ -135,7 +135,7 @@ void Exporter::enterFolders() {
 }
 
 void Exporter::enterFolder(OpenFolder& folder) {
-    if (!isOnlyPrinted(folder.source, EntryKind::Folder, folder.place)) {
+    if (!printInDryRun(folder.source, EntryKind::Folder, folder.place)) {
         target_->enterFolder(folder.source, folder.name);
     }
     folder.isEntered = true;
@@ -163,7 +163,7 @@ bool Exporter::isUnchanged(const StoragePath& source, const std::string& place) 
 /// Prints the entry in a dry run, unless it is an existing folder.
 /// @return whether this is a dry run
 /// @throws CommandError when an entry of another kind exists
-bool Exporter::isOnlyPrinted(const StoragePath& source, EntryKind kind, const std::string& place) {
+bool Exporter::printInDryRun(const StoragePath& source, EntryKind kind, const std::string& place) {
     if (options_.effect == TransferOptions::Effect::Transfer) {
         return false;
     }

@@ -70,7 +70,7 @@ private:
     void enterFolder(OpenFolder& folder);
     void leaveFolder(const OpenFolder& done);
     bool isUnchanged(const StoragePath& source, const std::string& place);
-    bool isOnlyPrinted(const StoragePath& source, EntryKind kind, const std::string& place);
+    bool printInDryRun(const StoragePath& source, EntryKind kind, const std::string& place);
     void notice(const std::string& path, const std::string& text);
 
     ExportSource& source_;

@@ -133,7 +133,7 @@ void Importer::enterFolder(OpenFolder& folder) {
     if (!folder.keepsOwn && !folder.isRepeated) {
         noticeTime(folder.place, folder.attributes);
     }
-    if (!isOnlyPrinted(folder.place, EntryKind::Folder, folder.target)) {
+    if (!printInDryRun(folder.place, EntryKind::Folder, folder.target)) {
         target_.enterFolder(folder.target, folder.keepsOwn ? nullptr : &folder.attributes);
         if (folder.path.isRoot()) {
             logImport();
@@ -170,7 +170,7 @@ void Importer::takeFile(ImportFeed& feed, const Entry& entry) {
     }
     enterFolders(feed);
     noticeTime(entry.place, entry.attributes);
-    if (isOnlyPrinted(entry.place, EntryKind::File, target)) {
+    if (printInDryRun(entry.place, EntryKind::File, target)) {
         totals_.bytes += entry.size;
     } else if (entry.other) {
         takeOtherName(feed, entry, target);
@@ -275,7 +275,7 @@ void Importer::takeSpecial(ImportFeed& feed, const Entry& entry) {
     }
     enterFolders(feed);
     noticeTime(entry.place, entry.attributes);
-    if (const StoragePath target = targetOf(entry.path); !isOnlyPrinted(entry.place, kind, target)) {
+    if (const StoragePath target = targetOf(entry.path); !printInDryRun(entry.place, kind, target)) {
         makeSpecial(entry, target);
     }
     ++(kind == EntryKind::SymbolicLink ? totals_.symbolicLinks : totals_.specialFiles);
@@ -302,7 +302,7 @@ void Importer::makeSpecial(const Entry& entry, const StoragePath& target) {
 /// Prints the entry in a dry run, unless it is an existing folder.
 /// @return whether this is a dry run
 /// @throws CommandError when an entry of another kind exists
-bool Importer::isOnlyPrinted(const std::string& place, EntryKind kind, const StoragePath& target) {
+bool Importer::printInDryRun(const std::string& place, EntryKind kind, const StoragePath& target) {
     if (options_.effect == TransferOptions::Effect::Transfer) {
         return false;
     }

@@ -88,7 +88,7 @@ private:
     unsigned long long copyBytes(ImportFeed& feed, const Entry& entry, ImportTarget::File& to);
     void makeSpecial(const Entry& entry, const StoragePath& target);
     bool isUnchanged(const Entry& entry, const StoragePath& target);
-    bool isOnlyPrinted(const std::string& place, EntryKind kind, const StoragePath& target);
+    bool printInDryRun(const std::string& place, EntryKind kind, const StoragePath& target);
     void logImport();
     void noticeTime(const std::string& place, const DiskAttributes& attributes);
     void notice(const std::string& place, const std::string& text);

@@ -13,7 +13,7 @@ namespace storage::host {
 namespace {
 
 /// The mode of an entry without a known mode.
-mode_t usualModeOf(EntryKind kind) {
+mode_t defaultModeOf(EntryKind kind) {
     constexpr mode_t newFile = 0666;
     constexpr mode_t newFolder = 0777;
     return (kind == EntryKind::Folder ? newFolder : newFile) & ~currentUmask();
@@ -142,7 +142,7 @@ DiskAttributes StorageCopier::attributesOf(const StoragePath& path, EntryKind ki
     }
     if (!isSpecial(kind)) {
         constexpr mode_t allWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
-        const mode_t mode = attributes.mode.value_or(usualModeOf(kind));
+        const mode_t mode = attributes.mode.value_or(defaultModeOf(kind));
         attributes.mode = entry.isWritable ? mode | S_IWUSR : mode & ~allWriteBits;
     }
     if (attributes.linkGroup != 0) {

@@ -100,7 +100,7 @@ protected:
 
     /// Restores storage and disk to the initial state of every command.
     void restore() {
-        calm();
+        resetHooks();
         succeed("cd /");
         succeed("rm -rf /*");
         succeed("mkdir -p /a/s /d");
@@ -111,7 +111,7 @@ protected:
         disk_.write("out/a/f", "old content");
     }
 
-    void calm() {
+    void resetHooks() {
         provider_->before = [](const char*, const StorageIRI&) {};
         interruption_.clear();
     }
@@ -152,7 +152,7 @@ protected:
                 }
             };
             const ExitStatus status = run(command);
-            calm();
+            resetHooks();
             if (calls < point) {
                 EXPECT_EQ(status, ExitStatus::Success);
                 return point - 1;
@@ -852,7 +852,7 @@ TEST_F(BadDiskTest, StopsALongFileAtTheNextBlockAfterASignal) {
         };
         EXPECT_EQ(run(command), ExitStatus::Interrupted);
         EXPECT_LE(blocks, 2) << "blocks read or written";
-        calm();
+        resetHooks();
     }
 }
 
@@ -875,7 +875,7 @@ TEST_F(BadDiskTest, LeavesNothingHalfDoneAfterAFailure) {
 // --- Signals to the program ---
 
 /// A command and the signal that arrives during its operation at "/bad".
-struct MetCommand {
+struct SignalCase {
     enum class End { Interrupted, Finished };
 
     std::string operation;
@@ -888,7 +888,7 @@ TEST_F(BadDiskTest, StopsInTheMiddleOfACommandWithStatus130) {
     disk_.write("src/f", std::string(mebibyte, 'x'));
     disk_.write("src/g", "x");
     const std::string makeFolder = "mkdir /bad\ntruncate -s 1M /bad/f\nwrite /bad/g x\n";
-    const std::vector<MetCommand> commands{
+    const std::vector<SignalCase> commands{
         {"write", "", "import " + disk_ / "src" + " /bad"},
         {"read", makeFolder, "export /bad " + disk_ / "out"},
         {"read", "import " + disk_ / "src" + " /bad\n", "check"},
@@ -896,20 +896,20 @@ TEST_F(BadDiskTest, StopsInTheMiddleOfACommandWithStatus130) {
         {"listAll", makeFolder, "find /bad"},
         {"removeFile", makeFolder, "rm -r /bad"},
         {"read", makeFolder, "cp -r /bad /g"},
-        {"moveFolder", makeFolder, "mv /bad /g", MetCommand::End::Finished},
+        {"moveFolder", makeFolder, "mv /bad /g", SignalCase::End::Finished},
     };
     int runs = 0;
-    for (const MetCommand& command : commands) {
+    for (const SignalCase& command : commands) {
         for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
             SCOPED_TRACE(command.line + ", signal " + std::to_string(signal));
-            const std::string misdeed = command.operation + " signal" + std::to_string(signal);
+            const std::string misbehaviour = command.operation + " signal" + std::to_string(signal);
             const ProgramRun run({"--plugin", badPlugin, "shell", "--keep-going"},
                                  command.setup + command.line + "\nwrite /never reached\n",
-                                 [&] { ::setenv("BAD_PLUGIN", misdeed.c_str(), /*replace*/ 1); });
+                                 [&] { ::setenv("BAD_PLUGIN", misbehaviour.c_str(), /*replace*/ 1); });
             const std::string name = command.line.substr(0, command.line.find(' '));
             EXPECT_EQ(run.status(), 130);
             EXPECT_EQ(run.errors(),
-                      command.end == MetCommand::End::Finished ? "" : line(name + ": interrupted"));
+                      command.end == SignalCase::End::Finished ? "" : line(name + ": interrupted"));
             EXPECT_THAT(namesIn(disk_.path()), AnyOf("src", "out src"));
             if (fs::exists(disk_ / "out")) {
                 EXPECT_EQ(namesIn(disk_ / "out"), "");

@@ -21,12 +21,12 @@ const std::string badPlugin = std::string(TEST_BAD_PLUGINS) + "/libBadProvider.s
 const std::string noEntryPoint = std::string(TEST_BAD_PLUGINS) + "/libNoEntryPoint.so";
 
 /// A misbehaviour of the plug-in, and the message that the user reads.
-struct Misdeed {
+struct Misbehaviour {
     std::string name;
     std::string reason; ///< a regular expression
 };
 
-const std::vector<Misdeed> thrown{
+const std::vector<Misbehaviour> thrown{
     {"standard", R"(the tape\\nis stuck)"},
     {"number", "an exception of type int"},
     {"unknown", R"(an exception of type \(anonymous namespace\)::UnknownFailure)"},
@@ -130,12 +130,12 @@ protected:
     }
 
     /// Runs lines on a plug-in with an `operation` that misbehaves at "/bad".
-    static ProgramRun runOn(const std::string& operation, const std::string& misdeed,
+    static ProgramRun runOn(const std::string& operation, const std::string& misbehaviour,
                             const std::vector<std::string>& arguments, const std::string& lines) {
         std::vector<std::string> all{"--plugin", badPlugin};
         all.insert(all.end(), arguments.begin(), arguments.end());
         return {all, lines,
-                [&] { ::setenv("BAD_PLUGIN", (operation + ' ' + misdeed).c_str(), /*replace*/ 1); }};
+                [&] { ::setenv("BAD_PLUGIN", (operation + ' ' + misbehaviour).c_str(), /*replace*/ 1); }};
     }
 
     std::string withDisk(std::string line) const {
@@ -146,16 +146,17 @@ protected:
 
     enum class Script { Stops, GoesOn };
 
-    void expectOneClearLine(const Use& use, const Misdeed& misdeed, Script script) {
-        SCOPED_TRACE(use.operation + ' ' + misdeed.name + ": " + use.line);
+    void expectOneClearLine(const Use& use, const Misbehaviour& misbehaviour, Script script) {
+        SCOPED_TRACE(use.operation + ' ' + misbehaviour.name + ": " + use.line);
         const std::string line = withDisk(use.line);
         const std::vector<std::string> stops{"shell"};
         const std::vector<std::string> goesOn{"shell", "--keep-going"};
-        const ProgramRun run = runOn(use.operation, misdeed.name, script == Script::Stops ? stops : goesOn,
-                                     withDisk(use.setup) + line + "\npwd\n");
+        const ProgramRun run =
+            runOn(use.operation, misbehaviour.name, script == Script::Stops ? stops : goesOn,
+                  withDisk(use.setup) + line + "\npwd\n");
         EXPECT_EQ(run.status(), 1);
         EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: " + line.substr(0, line.find(' ')) +
-                                               ": /[^\n]*: " + misdeed.reason + '\n'));
+                                               ": /[^\n]*: " + misbehaviour.reason + '\n'));
         EXPECT_EQ(run.output().ends_with("/\n"), script == Script::GoesOn) << "the last line";
         expectNothingUnfinishedOnDisk();
         ++runs_;
@@ -261,13 +262,13 @@ TEST_F(BadPluginTest, RejectsTruncatedLibraries) {
 }
 
 TEST_F(BadPluginTest, RejectsAnEntryPointThatThrows) {
-    for (const Misdeed& misdeed : thrown) {
-        const ProgramRun run = runOn("entry", misdeed.name, {"shell"}, "pwd\n");
-        SCOPED_TRACE(misdeed.name);
+    for (const Misbehaviour& misbehaviour : thrown) {
+        const ProgramRun run = runOn("entry", misbehaviour.name, {"shell"}, "pwd\n");
+        SCOPED_TRACE(misbehaviour.name);
         EXPECT_EQ(run.status(), 1);
         EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*/libBadProvider.so: the plug-in returned no "
                                                "provider: " +
-                                               misdeed.reason + '\n'));
+                                               misbehaviour.reason + '\n'));
         EXPECT_EQ(run.output(), "");
     }
 }
@@ -280,8 +281,8 @@ TEST_F(BadPluginTest, RejectsAnEntryPointThatReturnsNull) {
 
 TEST_F(BadPluginTest, ReportsEachExceptionInOneLine) {
     for (const Use& use : uses) {
-        for (const Misdeed& misdeed : thrown) {
-            expectOneClearLine(use, misdeed, Script::Stops);
+        for (const Misbehaviour& misbehaviour : thrown) {
+            expectOneClearLine(use, misbehaviour, Script::Stops);
         }
         expectOneClearLine(use, thrown.front(), Script::GoesOn);
     }
@@ -293,8 +294,8 @@ TEST_F(BadPluginTest, ReportsNullStreamsAndListingsInOneLine) {
     for (const Use& use : uses) {
         const bool isStream = use.operation == "openStream" || use.operation == "openReadOnlyStream";
         if (isStream || use.operation.starts_with("list")) {
-            const Misdeed none{"nothing",
-                               std::string("the plug-in returned no ") + (isStream ? "stream" : "listing")};
+            const Misbehaviour none{"nothing", std::string("the plug-in returned no ") +
+                                                   (isStream ? "stream" : "listing")};
             expectOneClearLine(use, none, Script::Stops);
             expectOneClearLine(use, none, Script::GoesOn);
         }
@@ -317,33 +318,34 @@ TEST_F(BadPluginTest, EndsEveryCommandOnAFolderWithoutAName) {
 }
 
 TEST_F(BadPluginTest, FailsTheSessionIfShutdownThrows) {
-    for (const Misdeed& misdeed : thrown) {
-        const ProgramRun run = runOn("shutdown", misdeed.name, {"shell"}, "pwd\n");
-        SCOPED_TRACE(misdeed.name);
+    for (const Misbehaviour& misbehaviour : thrown) {
+        const ProgramRun run = runOn("shutdown", misbehaviour.name, {"shell"}, "pwd\n");
+        SCOPED_TRACE(misbehaviour.name);
         EXPECT_EQ(run.status(), 1);
-        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: (/: )?" + misdeed.reason + '\n'));
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: (/: )?" + misbehaviour.reason + '\n'));
         EXPECT_EQ(run.output(), "/\n");
     }
 }
 
 TEST_F(BadPluginTest, ReportsAFailureToMountInOneLine) {
-    for (const Misdeed& misdeed : thrown) {
-        const ProgramRun run = runOn("getFilenameSensitivity", misdeed.name, {"mount", disk_ / "folder"}, "");
-        SCOPED_TRACE(misdeed.name);
+    for (const Misbehaviour& misbehaviour : thrown) {
+        const ProgramRun run =
+            runOn("getFilenameSensitivity", misbehaviour.name, {"mount", disk_ / "folder"}, "");
+        SCOPED_TRACE(misbehaviour.name);
         EXPECT_EQ(run.status(), 1);
-        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: mount: (/: )?" + misdeed.reason + '\n'));
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: mount: (/: )?" + misbehaviour.reason + '\n'));
         EXPECT_EQ(run.output(), "");
     }
 }
 
 TEST_F(BadPluginTest, ReportsAFailureToValidateInOneLine) {
-    for (const Misdeed& misdeed : thrown) {
-        const ProgramRun run = runOn("createFolder", misdeed.name, {"validate"}, "");
-        SCOPED_TRACE(misdeed.name);
+    for (const Misbehaviour& misbehaviour : thrown) {
+        const ProgramRun run = runOn("createFolder", misbehaviour.name, {"validate"}, "");
+        SCOPED_TRACE(misbehaviour.name);
         EXPECT_EQ(run.status(), 1);
         EXPECT_THAT(run.errors(),
                     MatchesRegex("qzstorage: [^\n]*/libBadProvider.so: (/qzstorage-validate-[0-9a-f]+: )?" +
-                                 misdeed.reason + '\n'));
+                                 misbehaviour.reason + '\n'));
         EXPECT_EQ(run.output(), "");
     }
 }

@@ -23,13 +23,14 @@ protected:
 
     void SetUp() override {
         if (!Terminal().exists()) {
-            GTEST_SKIP() << "no pseudo terminal can be had here";
+            GTEST_SKIP() << "no pseudo terminal is available here";
         }
     }
 
     /// Runs an interactive session that `person` controls. `person` ends it with `exit`.
-    void hold(const std::function<void(Terminal& terminal)>& person, const Environment& environment = {},
-              const std::vector<std::string>& arguments = {"shell"}) const {
+    void runSession(const std::function<void(Terminal& terminal)>& person,
+                    const Environment& environment = {},
+                    const std::vector<std::string>& arguments = {"shell"}) const {
         Terminal terminal;
         const ProgramRun run(
             arguments, "",
@@ -79,7 +80,7 @@ protected:
 };
 
 TEST_F(PromptTest, BeginsWithPluginAndHelp) {
-    hold([](Terminal& terminal) {
+    runSession([](Terminal& terminal) {
         EXPECT_THAT(waitForPrompt(terminal),
                     StartsWith("Plug-in libqzstorageinmemoryprovider.so; 'help' lists the commands, Tab "
                                "completes words\r\n"));
@@ -90,7 +91,7 @@ TEST_F(PromptTest, BeginsWithPluginAndHelp) {
 TEST_F(PromptTest, CompletesCommandsAndPathsWithTab) {
     const TemporaryFolder disk;
     disk.write("source file", "content\n");
-    hold([&](Terminal& terminal) {
+    runSession([&](Terminal& terminal) {
         waitForPrompt(terminal);
         answer(terminal, "mkd\t'/my folder'");
         answer(terminal, "imp\t" + disk.path() + "/so\t/my\t");
@@ -106,7 +107,7 @@ TEST_F(PromptTest, CompletesCommandsAndPathsWithTab) {
 TEST_F(PromptTest, ShowsTheNamesOfSeveralStorages) {
     const TemporaryFolder disk;
     disk.write("folder/file", "content\n");
-    hold(
+    runSession(
         [](Terminal& terminal) {
             EXPECT_THAT(terminal.readUntil("\r\nqzstorage:mem:/> "),
                         testing::AllOf(StartsWith("Plug-ins mem: libqzstorageinmemoryprovider.so"),
@@ -129,7 +130,7 @@ TEST_F(PromptTest, ShowsTheNamesOfSeveralStorages) {
 }
 
 TEST_F(PromptTest, KeepsTheHistoryForTheNextSession) {
-    hold([](Terminal& terminal) {
+    runSession([](Terminal& terminal) {
         waitForPrompt(terminal);
         answer(terminal, "mkdir /first");
         leave(terminal);
@@ -138,7 +139,7 @@ TEST_F(PromptTest, KeepsTheHistoryForTheNextSession) {
     struct stat status {};
     ASSERT_EQ(::stat(historyFile().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
-    hold([](Terminal& terminal) {
+    runSession([](Terminal& terminal) {
         constexpr const char* previousLine = "\x10";
         waitForPrompt(terminal);
         answer(terminal, std::string(previousLine) + previousLine);
@@ -148,7 +149,7 @@ TEST_F(PromptTest, KeepsTheHistoryForTheNextSession) {
 }
 
 TEST_F(PromptTest, TurnsTheHistoryOffForAnEmptyName) {
-    hold(
+    runSession(
         [](Terminal& terminal) {
             waitForPrompt(terminal);
             answer(terminal, "pwd");
@@ -160,7 +161,7 @@ TEST_F(PromptTest, TurnsTheHistoryOffForAnEmptyName) {
 
 TEST_F(PromptTest, ReportsAnUnwritableHistoryOnce) {
     home_.write("qzstorage", "a file");
-    hold([](Terminal& terminal) {
+    runSession([](Terminal& terminal) {
         waitForPrompt(terminal);
         EXPECT_THAT(answer(terminal, "pwd"), HasSubstr("/history: the history is not kept: Not a directory"));
         EXPECT_THAT(answer(terminal, "pwd"), Not(HasSubstr("history")));
@@ -171,7 +172,7 @@ TEST_F(PromptTest, ReportsAnUnwritableHistoryOnce) {
 TEST_F(PromptTest, PrintsFoldersInColorUnlessDisabled) {
     const auto listing = [this](const Environment& environment) {
         std::string result;
-        hold(
+        runSession(
             [&](Terminal& terminal) {
                 waitForPrompt(terminal);
                 answer(terminal, "mkdir /folder");
@@ -188,7 +189,7 @@ TEST_F(PromptTest, PrintsFoldersInColorUnlessDisabled) {
 }
 
 TEST_F(PromptTest, WritesTypedTextUntilEndOfFile) {
-    hold([](Terminal& terminal) {
+    runSession([](Terminal& terminal) {
         constexpr const char* endOfInput = "\x04";
         waitForPrompt(terminal);
         terminal.type("write /f -\n");

@@ -13,8 +13,8 @@
 #include <stdexcept>
 #include <unistd.h>
 
-/// A plug-in in which one operation misbehaves if a path contains "bad", or is part of a copy or a
-/// validation. Configured by the environment: BAD_PLUGIN="OPERATION MISDEED". OPERATION is an operation of
+/// A plug-in in which one operation misbehaves if a path contains "bad", or is part of a copy or a validation.
+/// Configured by the environment: BAD_PLUGIN="OPERATION MISBEHAVIOUR". OPERATION is an operation of
 /// HookedProvider, "entry" or "getFilenameSensitivity". "shutdown" and "getFilenameSensitivity" misbehave for
 /// any path. "hasFeature lasting" makes the storage claim to be persistent.
 
@@ -34,44 +34,44 @@ public:
 
 struct Wish {
     std::string operation;
-    std::string misdeed;
+    std::string misbehaviour;
 
     static Wish read() {
         const char* const text = std::getenv("BAD_PLUGIN");
         std::istringstream words(text == nullptr ? "" : text);
         Wish wish;
-        words >> wish.operation >> wish.misdeed;
+        words >> wish.operation >> wish.misbehaviour;
         return wish;
     }
 };
 
 /// Misbehaves in a way that is possible in any operation.
-void misbehave(const std::string& misdeed, const StorageIRI& iri) {
-    if (misdeed == "standard") {
+void misbehave(const std::string& misbehaviour, const StorageIRI& iri) {
+    if (misbehaviour == "standard") {
         throw std::runtime_error("the tape\nis stuck");
     }
-    if (misdeed == "number") {
+    if (misbehaviour == "number") {
         throw 42;
     }
-    if (misdeed == "unknown") {
+    if (misbehaviour == "unknown") {
         throw UnknownFailure();
     }
-    if (misdeed == "own") {
+    if (misbehaviour == "own") {
         throw OwnException();
     }
-    if (misdeed == "memory") {
+    if (misbehaviour == "memory") {
         throw std::bad_alloc();
     }
-    if (misdeed == "code") {
+    if (misbehaviour == "code") {
         throw Exception(static_cast<ErrorCode>(77), iri);
     }
-    if (misdeed.starts_with("signal")) {
-        std::raise(std::stoi(misdeed.substr(6)));
+    if (misbehaviour.starts_with("signal")) {
+        std::raise(std::stoi(misbehaviour.substr(6)));
     }
-    while (misdeed == "wait") {
+    while (misbehaviour == "wait") {
         ::pause();
     }
-    if (misdeed == "announce") {
+    if (misbehaviour == "announce") {
         std::cout << "ready\n" << std::flush;
     }
 }
@@ -96,7 +96,7 @@ public:
         : HookedProvider(storage::inmemoryprovider::buildInMemoryProvider()), wish_(std::move(wish)) {
         before = [this](const std::string& operation, const StorageIRI& iri) {
             if (operation == wish_.operation && (isBad(iri) || isOfStorage(operation))) {
-                misbehave(wish_.misdeed, iri);
+                misbehave(wish_.misbehaviour, iri);
             }
         };
     }
@@ -124,7 +124,7 @@ public:
     }
 
     bool doHasFeature(const ExtendedFeature& feature) const override {
-        return wish_.misdeed != "lasting" && HookedProvider::doHasFeature(feature);
+        return wish_.misbehaviour != "lasting" && HookedProvider::doHasFeature(feature);
     }
 
 private:
@@ -139,8 +139,8 @@ private:
         return operation == "shutdown" || operation == "getFilenameSensitivity";
     }
 
-    bool wants(const std::string& operation, const std::string& misdeed, const StorageIRI& iri) const {
-        return operation == wish_.operation && misdeed == wish_.misdeed && isBad(iri);
+    bool wants(const std::string& operation, const std::string& misbehaviour, const StorageIRI& iri) const {
+        return operation == wish_.operation && misbehaviour == wish_.misbehaviour && isBad(iri);
     }
 
     const Wish wish_;
@@ -151,9 +151,9 @@ private:
 void buildProvider_V1(std::shared_ptr<IProvider>* provider) {
     const Wish wish = Wish::read();
     if (wish.operation == "entry") {
-        misbehave(wish.misdeed, StorageIRI(u"/"));
+        misbehave(wish.misbehaviour, StorageIRI(u"/"));
     }
-    if (wish.operation != "entry" || wish.misdeed != "nothing") {
+    if (wish.operation != "entry" || wish.misbehaviour != "nothing") {
         *provider = std::make_shared<BadProvider>(wish);
     }
 }

@@ -44,7 +44,7 @@ protected:
 
     DiskAttributes find(std::u16string_view path) const { return kept_.find(at(path), {}); }
 
-    KeptAttributes kept_{KeptAttributes::Usual{0644, 0755, {1, 2}}};
+    KeptAttributes kept_{KeptAttributes::Defaults{0644, 0755, {1, 2}}};
 };
 
 TEST_F(KeptAttributesTest, FindsNonDefaultAttributes) {

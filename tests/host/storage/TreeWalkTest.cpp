@@ -25,12 +25,12 @@ protected:
                (step.position == TreeWalk::Step::Position::Last ? " last" : "");
     }
 
-    std::vector<std::string> walk(std::u16string_view top, std::u16string_view passOver = u"") {
+    std::vector<std::string> walk(std::u16string_view top, std::u16string_view skipped = u"") {
         std::vector<std::string> steps;
         const StoragePath path = StoragePath::resolve(StoragePath(), top);
         for (TreeWalk walk(*provider_, path); const auto step = walk.next();) {
             steps.push_back(describe(*step));
-            if (step->name != passOver) {
+            if (step->name != skipped) {
                 walk.descend();
             }
         }
