@@ -31,7 +31,7 @@ struct DiskEntry {
     nlink_t names = 1; ///< number of hard links
     DiskOwner owner;
     timespec modified{};
-    dev_t number = 0;                 ///< of a device
+    dev_t number = 0;                 ///< device number, if the entry is a device
     unsigned long long allocated = 0; ///< bytes allocated on disk
 
     /// Whether the file may have holes.

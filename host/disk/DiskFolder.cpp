@@ -20,7 +20,7 @@ struct FolderCloser {
     void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
-/// @param folder  stays unchanged: the reader has a file position of its own
+/// Opens a reader with its own file position, so that `folder` stays unchanged.
 std::unique_ptr<DIR, FolderCloser> readerOf(const FileDescriptor& folder) {
     const int number = ::openat(folder.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     std::unique_ptr<DIR, FolderCloser> result(number < 0 ? nullptr : ::fdopendir(number));

@@ -12,8 +12,8 @@ class OutputExcerpt {
 public:
     void append(std::string_view bytes);
 
-    /// The lines, with everything escaped that a terminal would interpret, without a final newline. One line
-    /// states how much was left out in the middle.
+    /// The lines with control characters escaped, without a final newline. If output was left out, a line in
+    /// the middle states how many bytes.
     std::string text() const;
 
 private:

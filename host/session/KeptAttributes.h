@@ -21,8 +21,8 @@ namespace storage::host {
 /// permissions, owners, nanoseconds, extended attributes, holes and hard links. Also keeps entries that are
 /// neither file nor folder. Files and folders with default attributes use no memory.
 ///
-/// A name keeps its imported attributes until its file is changed: then it is a file of its own. An entry
-/// that is not in the provider occupies its name until a file or folder takes it.
+/// A file that is changed leaves its group of hard links and keeps its other attributes. A special entry is
+/// dropped when a file or folder of the provider gets its name.
 ///
 /// Not thread-safe.
 class KeptAttributes {
@@ -65,14 +65,14 @@ public:
     /// Moves the records of the entry at `from`, and of all entries below it, to `to`.
     void moved(const StoragePath& from, const StoragePath& to);
 
-    /// Copies the record of a file. The copy is a file of its own.
+    /// Copies the record of a file, without its link group.
     void copied(const StoragePath& from, const StoragePath& to);
 
     /// Copies the special entries of a folder.
     void copiedSpecial(const StoragePath& from, const StoragePath& to);
 
-    /// Notes that the file at `path` was created, or that its bytes or attributes were changed: it is a file
-    /// of its own.
+    /// Notes that the file at `path` was created, or that its bytes or attributes were changed. Removes it
+    /// from its link group, and drops a special entry of that name.
     void changed(const StoragePath& path);
 
     /// Drops the records of the entry at `path` and of all entries below it.

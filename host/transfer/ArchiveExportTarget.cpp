@@ -65,7 +65,7 @@ AddFilter containerSetterOf(ArchiveFormat::Container container) {
 
 bool isUtf8(const std::string& bytes) {
     const std::u16string units = toUtf16(bytes);
-    bool isSecond = false; // whether a pair is open; a lone surrogate encodes a byte
+    bool isSecond = false; // of a surrogate pair; a lone surrogate encodes a byte
     return std::all_of(units.begin(), units.end(), [&](char16_t unit) {
         const bool isLow = unit >= 0xDC00 && unit <= 0xDFFF;
         const bool isWhole = isLow == isSecond;
@@ -254,8 +254,8 @@ void ArchiveExportTarget::addGroup(::archive_entry* header, std::uint64_t group,
     }
     if (container_ == ArchiveFormat::Container::Cpio) {
         ::archive_entry_set_ino64(header, static_cast<std::int64_t>(group));
-        ::archive_entry_set_nlink(header,
-                                  2); // the number is unknown; readers check only whether it is more than one
+        // The number of names is unknown. Readers check only whether there are several.
+        ::archive_entry_set_nlink(header, 2);
     }
 }
 

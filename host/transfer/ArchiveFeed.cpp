@@ -213,8 +213,7 @@ void ArchiveFeed::queueFolder(const StoragePath& path) {
     innermost_ = path;
 }
 
-/// Converts a path in the archive, which must not lead outside, not even through a symbolic link of the
-/// archive.
+/// Converts a path in the archive. It must not lead outside, not even through a symbolic link of the archive.
 /// @param place  of the entry, for the message
 /// @param what   kind of path, for the message
 /// @throws CommandError for a path that leads outside

@@ -223,7 +223,7 @@ void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     const bool isEqual = compareBytes(path, onDisk);
     const ExportSource::Entry stored = entryAt(path, Kind::File);
     const DiskEntry entry = DiskEntry::of(onDisk);
-    if (isEqual) { // a file with other content is another file
+    if (isEqual) { // with different content they are different files anyway
         compareHardLinks(path, layer, stored.attributes.linkGroup, entry);
     }
     compareAttributes(path, stored, diskPath, entry, times_);
@@ -333,7 +333,7 @@ void Checker::compareFolderAttributes(const Folder& folder) {
     compareXattrs(folder.path, stored.attributes.xattrs, onDisk);
 }
 
-/// Whether a later import than the one of this order may have created or replaced entries of the folder.
+/// Whether imports later than `order` may have created or replaced entries of the folder.
 bool Checker::isAddedToAfter(const Folder& folder, unsigned long long order) const {
     const auto isLater = [order](const ImportSource& source) { return source.order > order; };
     const auto names = expected_.namesIn(folder.path);

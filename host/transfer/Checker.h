@@ -28,7 +28,7 @@ namespace storage::host {
 /// | compared            | `check`                              | `check PATH DISK-PATH`                    |
 /// |---------------------|--------------------------------------|-------------------------------------------|
 /// | names on both sides | yes                                  | yes                                       |
-/// | kinds               | yes; skips what an import skips      | yes                                       |
+/// | kinds               | yes, except what an import skips     | yes                                       |
 /// | bytes of files      | yes                                  | yes                                       |
 /// | link targets        | yes                                  | yes                                       |
 /// | device numbers      | yes                                  | yes                                       |

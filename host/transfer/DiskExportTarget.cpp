@@ -69,8 +69,7 @@ mode_t withFlag(mode_t mode, bool writable) {
 }
 
 /// The entry that an export replaces.
-/// @throws CommandError when the entry has another type; a device, for example, must not be replaced by a
-///     file
+/// @throws CommandError when the entry has another type: a file must not replace a device, for example
 std::optional<struct stat> replacedEntry(const FileDescriptor& folder, const std::string& name, mode_t type) {
     struct stat status {};
     if (::fstatat(folder.number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {

@@ -23,8 +23,8 @@ namespace storage::host {
 /// extended attributes, holes, symbolic links, fifos and hard links. Owners and devices are imported only if
 /// the process runs as the superuser. Sockets are skipped, because a copy would be useless.
 ///
-/// Continues after a failure, which the console counts. A new file appears in the storage when it is
-/// complete, and a replaced file stays unchanged until then. Memory use grows with the depth of the tree,
+/// Continues after a failure, which the console counts. An incomplete new file is removed. A file that is to
+/// be replaced stays unchanged until the new one is complete. Memory use grows with the depth of the tree,
 /// stack use does not. Files of any size pass through one buffer.
 ///
 /// Borrows the target, the console, the interruption and the log. Not thread-safe.

@@ -19,9 +19,9 @@ namespace storage::host {
 /// attributes and special entries that the session keeps for exports. Hard links remain hard links for an
 /// export.
 ///
-/// Continues after a failure, which the console counts. A new file appears in the target when it is complete,
-/// and a replaced file stays unchanged until then. Memory use grows with the depth of the tree, stack use
-/// does not. Files of any size pass through one buffer.
+/// Continues after a failure, which the console counts. An incomplete new file is removed. A file that is to
+/// be replaced stays unchanged until the new one is complete. Memory use grows with the depth of the tree,
+/// stack use does not. Files of any size pass through one buffer.
 ///
 /// Borrows session and progress meter. Not thread-safe.
 class StorageCopier {
