@@ -13,7 +13,7 @@ std::optional<std::string> causeOfNotFound(const IProvider& provider, const Stor
     if (existence(provider, path) != EntryExistence::Missing) {
         return std::nullopt;
     }
-    if (auto reason = whyNoFolderHolds(provider, path)) {
+    if (auto reason = whyNoParentFolder(provider, path)) {
         return reason;
     }
     return "no such file or folder, or the storage does not support the name";
@@ -76,7 +76,7 @@ std::string causeOf(const Exception& error, const IProvider& provider, const Sto
     return Failure::reasonOf(error);
 }
 
-std::optional<std::string> whyNoFolderHolds(const IProvider& provider, const StoragePath& path) {
+std::optional<std::string> whyNoParentFolder(const IProvider& provider, const StoragePath& path) {
     const auto obstacle = obstacleAbove(provider, path);
     if (!obstacle) {
         return std::nullopt;

@@ -20,7 +20,7 @@ std::string causeOf(const foundation::storage::provider::Exception& error,
 
 /// Describes why there is no parent folder for an entry at `path`.
 /// @return for example "folder /a does not exist" or "/a is not a folder"; nothing if the folder exists
-std::optional<std::string> whyNoFolderHolds(const foundation::storage::provider::IProvider& provider,
-                                            const StoragePath& path);
+std::optional<std::string> whyNoParentFolder(const foundation::storage::provider::IProvider& provider,
+                                             const StoragePath& path);
 
 } // namespace storage::host
