@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <unistd.h>
 
-/// A plug-in in which one operation misbehaves if a path contains "bad", or is part of a copy or a validation.
+/// A plug-in with one operation that misbehaves if a path contains "bad" or belongs to a copy or validation.
 /// Configured by the environment: BAD_PLUGIN="OPERATION MISBEHAVIOUR". OPERATION is an operation of
 /// HookedProvider, "entry" or "getFilenameSensitivity". "shutdown" and "getFilenameSensitivity" misbehave for
 /// any path. "hasFeature lasting" makes the storage claim to be persistent.
