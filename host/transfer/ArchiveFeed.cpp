@@ -161,7 +161,7 @@ void ArchiveFeed::takeEntry(const std::string& name) {
         return;
     }
     if (other != nullptr) {
-        entry.other = insidePath(other, entry.place, "the path of its other name");
+        entry.other = insidePath(other, entry.place, "its link target");
     }
     entry.attributes = attributesOf(kind);
     entry.size = ::archive_entry_size_is_set(header_) != 0

@@ -40,8 +40,9 @@ public:
             if (!replacement_) {
                 throw;
             }
-            throw std::runtime_error("out of memory: the old content of " + path_.printed() +
-                                     " stays until the new one is complete, and both do not fit");
+            throw std::runtime_error(
+                "out of memory: the old content of " + path_.printed() +
+                " is kept until the new one is complete, and there is no memory for both");
         }
     }
 

@@ -213,7 +213,7 @@ TEST_F(ArchiveTest, NothingLeavesTheTarget) {
                   "a/../../out: refused, its path leads out of the archive\n" + place +
                   "link/passwd: refused, its path is below a symbolic link of the archive, link\n" + place +
                   "./link/deep/x: refused, its path is below a symbolic link of the archive, link\n" + place +
-                  "hard: refused, the path of its other name leads out of the archive\n" + place +
+                  "hard: refused, its link target leads out of the archive\n" + place +
                   "second/x: refused, its path is below a symbolic link of the archive, second\n");
     EXPECT_EQ(succeed("find /"), "/\n/p\n/p/good\n");
 }
