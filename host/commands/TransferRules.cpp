@@ -17,7 +17,7 @@ void refuseImpossibleTransfer(const Session& session, const StoragePath& source,
         throw CommandError(source.printed(),
                            "a folder cannot be moved or copied into itself, " + target.printed());
     }
-    if (const auto reason = whyNoFolderHolds(session.provider(target), target)) {
+    if (const auto reason = whyNoParentFolder(session.provider(target), target)) {
         throw CommandError(source.printed(), "cannot create " + target.printed() + ": " + *reason);
     }
     refuseReadOnlyFolder(session, target.parent());

@@ -192,7 +192,7 @@ TEST_F(StorageCopyTest, MvRemovesNothingWhenANameIsMissing) {
         }
     };
     EXPECT_EQ(fail("mv /a disk:/"),
-              "qzstorage: mv: disk:/a/f: is missing, or has another name; mem:/a is not removed\n");
+              "qzstorage: mv: disk:/a/f: missing, or stored under another name; mem:/a is not removed\n");
     EXPECT_EQ(all("mem"), source);
 }
 
