@@ -144,6 +144,16 @@ TEST_F(ComparedMountsTest, FindsNoDifferenceBetweenEqualFileSystems) {
     EXPECT_GT(comparison.totals().succeeded, 300U); // about a third succeeds, fewer with some seeds
 }
 
+TEST_F(ComparedMountsTest, FailsIfBothProcessesExit) {
+    mountTested(0);
+    if (!isMounted_) {
+        GTEST_SKIP() << "mounting is not permitted here";
+    }
+    const Exclusions exclusions;
+    Lockstep lockstep(roots_, exclusions);
+    EXPECT_THROW(lockstep.make({Call{.kind = "no call of this name"}}), WorkerProcess::Failure);
+}
+
 TEST_F(ComparedMountsTest, FindsADifferenceAndReducesItToAFewCalls) {
     mountTested(MS_NOSYMFOLLOW);
     if (!isMounted_) {

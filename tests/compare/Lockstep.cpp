@@ -50,6 +50,15 @@ bool isAfter(const timespec& left, const timespec& right, long margin) {
     return (left.tv_sec - right.tv_sec) * second + left.tv_nsec - right.tv_nsec > margin;
 }
 
+/// Returns a single outcome with the reason if the process fails, which is a difference from the reference.
+std::vector<Outcome> outcomesOrFailure(WorkerProcess& process) {
+    try {
+        return process.outcomes();
+    } catch (const WorkerProcess::Failure& failure) {
+        return {{{{"result", failure.what()}}}};
+    }
+}
+
 } // namespace
 
 Lockstep::Lockstep(const Roots& roots, const Exclusions& exclusions) {
@@ -64,7 +73,7 @@ std::vector<Answers> Lockstep::make(const Calls& calls) {
     reference_->start(calls);
     tested_->start(calls);
     std::vector<Outcome> reference = reference_->outcomes();
-    std::vector<Outcome> tested = tested_->outcomes();
+    std::vector<Outcome> tested = outcomesOrFailure(*tested_);
     std::vector<Answers> answers;
     for (std::size_t i = 0; i < std::min(reference.size(), tested.size()); ++i) {
         answers.push_back({std::move(reference[i]), std::move(tested[i])});

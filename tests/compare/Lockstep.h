@@ -35,7 +35,8 @@ public:
     /// @throws std::system_error
     Lockstep(const Roots& roots, const Exclusions& exclusions);
 
-    /// The results of the calls; fewer if a process did not make them all.
+    /// Returns the results of the calls. There are fewer if the tested process did not make them all.
+    /// @throws WorkerProcess::Failure  of the reference process
     std::vector<Answers> make(const Calls& calls);
 
     void beginEpoch();

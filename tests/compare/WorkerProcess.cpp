@@ -102,7 +102,7 @@ WorkerProcess::~WorkerProcess() {
 }
 
 void WorkerProcess::send(const std::string& message) const {
-    ::send(socket_, message.data(), message.size(), MSG_NOSIGNAL); // a failure results in "no answer"
+    ::send(socket_, message.data(), message.size(), MSG_NOSIGNAL); // `outcomes` reports a failure
 }
 
 void WorkerProcess::beginEpoch(timespec begin) {
@@ -121,12 +121,15 @@ std::vector<Outcome> WorkerProcess::outcomes() {
     constexpr int patience = 120'000; // milliseconds, many times the duration of any batch
     pollfd state{socket_, POLLIN, 0};
     if (::poll(&state, 1, patience) == 0) {
-        return {{{{"result", "no answer"}}}};
+        throw Failure("a worker process does not answer");
     }
     std::string buffer(longestMessage, '\0');
-    const ssize_t count = ::recv(socket_, buffer.data(), buffer.size(), 0);
+    const ssize_t count = ::recv(socket_, buffer.data(), buffer.size(), MSG_TRUNC);
     if (count <= 0) {
-        return {{{{"result", "the process has exited"}}}};
+        throw Failure("a worker process has exited");
+    }
+    if (static_cast<std::size_t>(count) > buffer.size()) {
+        throw Failure("the reply of a worker process is too long");
     }
     std::istringstream in(buffer.substr(0, static_cast<std::size_t>(count)));
     std::vector<Outcome> outcomes;

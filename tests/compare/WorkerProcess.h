@@ -5,6 +5,7 @@
 #include "tests/compare/Outcome.h"
 
 #include <ctime>
+#include <stdexcept>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -16,6 +17,12 @@ namespace syscalls {
 /// Owns the process and ends it. Not thread-safe.
 class WorkerProcess {
 public:
+    /// The process does not answer, has exited, or its reply does not fit.
+    class Failure : public std::runtime_error {
+    public:
+        using std::runtime_error::runtime_error;
+    };
+
     /// @throws std::system_error
     WorkerProcess(const std::string& root, const Exclusions& exclusions);
     ~WorkerProcess();
@@ -27,8 +34,8 @@ public:
     /// Starts making calls. `outcomes` must be called next.
     void start(const Calls& calls);
 
-    /// Returns the outcomes of the calls. If the process does not answer, the outcome is a field "result"
-    /// with the reason.
+    /// Returns the outcomes of the calls, one for each.
+    /// @throws Failure
     std::vector<Outcome> outcomes();
 
 private:
