@@ -16,7 +16,10 @@ constexpr std::uint64_t noData = std::numeric_limits<std::uint64_t>::max();
 std::uint64_t knownDataFrom(MountedStorage& storage, FileInode& file, std::uint64_t offset) {
     try {
         return storage.seekData(file, offset);
-    } catch (const ErrnoError&) {
+    } catch (const ErrnoError& error) {
+        if (error.number() != ENXIO) {
+            throw;
+        }
         return noData;
     }
 }
@@ -108,8 +111,9 @@ std::uint64_t HoleSeeker::findHole(const Seek& seek) {
         try {
             hole = storage_.seekHole(*seek.file, seek.offset);
             data = knownDataFrom(storage_, *seek.file, hole);
-        } catch (const ErrnoError&) {
-            if (writtenBackTo == endOfPages) { // the offset is beyond the end of the written data
+        } catch (const ErrnoError& error) {
+            // ENXIO: the offset is beyond the end of the written data.
+            if (error.number() != ENXIO || writtenBackTo == endOfPages) {
                 throw;
             }
         }
