@@ -76,9 +76,9 @@ MountEnding::Saved MountEnding::attempt() {
     }
     Interruption::clear(); // a signal may have cancelled the export; the next one ends the mount
     exportFailed_ = true;
+    reasons_ = report.lines();
     writeNote("It is still mounted, and nothing is lost. Fix the cause, then run 'qzstorage unmount " +
-                  mountPoint_ + "' to export it.",
-              report.lines());
+              mountPoint_ + "' to export it.");
     requests_.fail(report.summary());
     console_.notice(exitExport_->target(),
                     "the export is incomplete, so the storage stays mounted; retry with 'qzstorage unmount " +
@@ -135,14 +135,13 @@ MountEnding::Saved MountEnding::save() {
 /// target; the next one ends those for the rescue folder.
 void MountEnding::saveUnmounted() {
     for (;;) {
-        std::vector<std::string> reasons;
-        if (trySeveralTimes(reasons) == Saved::Yes) {
+        if (trySeveralTimes() == Saved::Yes) {
             rescue_.removeNote();
             return;
         }
         const bool wasInterrupted = Interruption::pending() != 0;
         Interruption::clear();
-        if (copyToRescue(reasons) == Saved::Yes) {
+        if (copyToRescue() == Saved::Yes) {
             return;
         }
         if (wasInterrupted || !pause(retryPause)) {
@@ -152,15 +151,14 @@ void MountEnding::saveUnmounted() {
     }
 }
 
-/// @param reasons  why the last attempt failed
-MountEnding::Saved MountEnding::trySeveralTimes(std::vector<std::string>& reasons) {
+MountEnding::Saved MountEnding::trySeveralTimes() {
     for (const std::chrono::seconds wait : pausesAfterExports) {
         console_.beginCommand("mount");
         const EndingReport report(console_, requests_);
         if (save() == Saved::Yes) {
             return Saved::Yes;
         }
-        reasons = report.lines();
+        reasons_ = report.lines();
         if (!pause(wait)) {
             break;
         }
@@ -168,11 +166,10 @@ MountEnding::Saved MountEnding::trySeveralTimes(std::vector<std::string>& reason
     return Saved::No;
 }
 
-MountEnding::Saved MountEnding::copyToRescue(const std::vector<std::string>& reasons) {
+MountEnding::Saved MountEnding::copyToRescue() {
     const auto failuresBefore = console_.failuresOfCommand();
     writeNote("It is already unmounted, so its content is being copied to '" + rescue_.content() +
-                  "'. If the program has exited and this note still says so, the copy is incomplete.",
-              reasons);
+              "'. If the program has exited and this note still says so, the copy is incomplete.");
     try {
         exitExport_->copyTo(rescue_.content(), storage_);
     } catch (const Interrupted& interrupted) {
@@ -181,14 +178,13 @@ MountEnding::Saved MountEnding::copyToRescue(const std::vector<std::string>& rea
     if (console_.failuresOfCommand() != failuresBefore) {
         return Saved::No;
     }
-    writeNote("It is already unmounted, so its content has been copied to '" + rescue_.content() + "'.",
-              reasons);
+    writeNote("It is already unmounted, so its content has been copied to '" + rescue_.content() + "'.");
     console_.report({exitExport_->target(),
                      "the export is incomplete; everything is in " + rescue_.content() + " instead"});
     return Saved::Yes;
 }
 
-void MountEnding::writeNote(const std::string& state, const std::vector<std::string>& reasons) {
+void MountEnding::writeNote(const std::string& state) {
     if (exitExport_ == nullptr) {
         return;
     }
@@ -196,7 +192,7 @@ void MountEnding::writeNote(const std::string& state, const std::vector<std::str
                                        "' could not be exported completely to '" + exitExport_->target() +
                                        "'.",
                                    state, "", "What could not be exported, and why:"};
-    lines.insert(lines.end(), reasons.begin(), reasons.end());
+    lines.insert(lines.end(), reasons_.begin(), reasons_.end());
     try {
         rescue_.write(lines);
     } catch (...) {
@@ -225,7 +221,7 @@ void MountEnding::settle() {
 
 void MountEnding::giveUp() {
     console_.report({exitExport_->target(), "export aborted; what was not exported is lost"});
-    writeNote("A signal ended the mount before the export was complete. What was not exported is lost.", {});
+    writeNote("A signal ended the mount before the export was complete. What was not exported is lost.");
     session_.place().unmount();
     workers_.stop();
 }

@@ -39,9 +39,9 @@ private:
     void flush(MountFreeze& freeze);
     Saved save();
     void saveUnmounted();
-    Saved trySeveralTimes(std::vector<std::string>& reasons);
-    Saved copyToRescue(const std::vector<std::string>& reasons);
-    void writeNote(const std::string& state, const std::vector<std::string>& reasons);
+    Saved trySeveralTimes();
+    Saved copyToRescue();
+    void writeNote(const std::string& state);
     void settle();
     void giveUp();
 
@@ -55,6 +55,7 @@ private:
     RescueFolder& rescue_;
     Console& console_;
     bool exportFailed_ = false;
+    std::vector<std::string> reasons_; ///< why the last export failed
 };
 
 } // namespace storage::host

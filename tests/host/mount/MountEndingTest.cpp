@@ -138,7 +138,9 @@ TEST_F(MountEndingTest, StaysMountedAfterAFailedExportUntilASecondSignal) {
     EXPECT_EQ(run.status(), 1);
     EXPECT_THAT(run.errors(), HasSubstr("qzstorage: mount: " + out_ + ": a file is in the way\n"));
     EXPECT_THAT(run.errors(), HasSubstr("export aborted"));
-    EXPECT_THAT(readFile(rescued() + "/note.txt"), HasSubstr("is lost"));
+    const std::string note = readFile(rescued() + "/note.txt");
+    EXPECT_THAT(note, HasSubstr("is lost"));
+    EXPECT_THAT(note, HasSubstr(out_ + ": a file is in the way"));
     EXPECT_EQ(readFile(out_), "in the way");
     EXPECT_FALSE(isMounted());
 }
