@@ -105,7 +105,8 @@ FuseSession::FuseSession(MountedStorage& storage, ChangeGate& gate, UnmountReque
     fuse_opt_free_args(&arguments);
     context_.session = session_.get();
     if (!session_ || fuse_session_mount(session_.get(), options.mountPoint.c_str()) != 0) {
-        throw CommandError(options.mountPoint, "cannot mount: " + errors.firstLine());
+        const std::string reason = errors.firstLine();
+        throw CommandError(options.mountPoint, reason.empty() ? "cannot mount" : "cannot mount: " + reason);
     }
     extendSession(session_.get());
     place_ = MountPlace(options.mountPoint, fuse_session_fd(session_.get()));

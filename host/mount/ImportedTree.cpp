@@ -120,18 +120,14 @@ void ImportedTree::removeMissing(MountedStorage& storage, Console& console) {
 
 /// Opens the folder of an entry, from the root without following links.
 FileDescriptor ImportedTree::folderOf(const std::string& path) const {
-    auto folder = FileDescriptor::adopt(::openat(root_.number(), ".", noLinks), root_.path());
+    std::optional<FileDescriptor> folder;
     for (std::size_t begin = 0, end = 0; (end = path.find('/', begin)) != std::string::npos;
          begin = end + 1) {
-        const int next = ::openat(folder.number(), path.substr(begin, end - begin).c_str(), noLinks);
-        if (next < 0) {
-            throw diskError(diskPath(path.substr(0, end)), errno);
-        }
-        const int old = folder.number();
-        ::dup3(next, old, O_CLOEXEC);
-        ::close(next);
+        FileDescriptor next(folder ? *folder : root_, path.substr(begin, end - begin), noLinks);
+        folder.reset();
+        folder.emplace(std::move(next));
     }
-    return folder;
+    return folder ? std::move(*folder) : FileDescriptor(root_, ".", noLinks);
 }
 
 /// Whether the entry on disk is still the imported one. Returns false for a missing entry.

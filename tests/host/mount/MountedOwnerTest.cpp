@@ -92,11 +92,4 @@ TEST_F(MountedOwnerTest, ClearsSetIdBits) {
     }
 }
 
-/// A mount may have millions of inodes. Attributes that few of them have must not enlarge all of them.
-TEST_F(MountedOwnerTest, TakesNoMemoryInTheInode) {
-    EXPECT_LE(sizeof(Inode), 152U);
-    EXPECT_LE(sizeof(FileInode), 200U);
-    EXPECT_LE(sizeof(FolderInode), 272U);
-}
-
 } // namespace
