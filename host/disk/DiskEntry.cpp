@@ -15,7 +15,7 @@ namespace {
 
 constexpr unsigned statusBlockSize = 512; ///< unit of st_blocks
 
-/// Only the superuser can change an owner. A copy made by an ordinary user belongs to that user, so it does
+/// Only root can change an owner. A copy made by an ordinary user belongs to that user, so it does
 /// not keep the set-user-ID and set-group-ID bits of another owner.
 mode_t permissionsOf(const struct stat& status) {
     const uid_t user = ::geteuid();

@@ -8,7 +8,7 @@
 
 namespace storage::host {
 
-// Transfers copy the user.* attributes, and file capabilities if the process runs as the superuser. Other
+// Transfers copy the user.* attributes, and file capabilities if the process runs as root. Other
 // extended attributes belong to the file system or to the security policy.
 
 bool isCarriedXattr(std::string_view name);

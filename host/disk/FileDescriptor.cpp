@@ -74,8 +74,11 @@ std::size_t FileDescriptor::read(std::span<char> buffer, const Interruption& int
 void FileDescriptor::write(std::span<const char> bytes) const {
     while (!bytes.empty()) {
         const ssize_t written = ::write(number_, bytes.data(), bytes.size());
-        if (written < 0 && errno != EINTR) {
-            throw diskError(path_, errno);
+        if (written < 0) {
+            if (errno != EINTR) {
+                throw diskError(path_, errno);
+            }
+            Interruption::check();
         }
         bytes = bytes.subspan(written > 0 ? static_cast<std::size_t>(written) : 0);
     }

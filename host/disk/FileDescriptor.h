@@ -41,6 +41,7 @@ public:
     std::size_t read(std::span<char> buffer, const Interruption& interruption) const;
 
     /// Writes all of `bytes`.
+    /// @throws Interrupted
     void write(std::span<const char> bytes) const;
 
     /// Closes the file and reports errors that close(2) returns, such as delayed write errors.

@@ -29,7 +29,7 @@ namespace storage::host {
 /// The top is the folder that the archive is unpacked into. Parent folders that the archive does not list are
 /// added without attributes. Entries with absolute paths, with "..", or below a symbolic link of the archive
 /// are rejected, so that nothing is created outside the top. Owners, set-user-ID and set-group-ID bits are
-/// used only if the process runs as the superuser.
+/// used only if the process runs as root.
 ///
 /// Owns the archive. Borrows selection, console and interruption. Not thread-safe.
 class ArchiveFeed final : public ImportFeed {

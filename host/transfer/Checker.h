@@ -34,7 +34,7 @@ namespace storage::host {
 /// | device numbers      | yes                                  | yes                                       |
 /// | hard links          | yes                                  | yes                                       |
 /// | extended attributes | yes                                  | yes, except of the storage root           |
-/// | owners              | if run by the superuser              | if known and not the default              |
+/// | owners              | if run by root                       | if known and not the default              |
 /// | writable flags      | of files and folders                 | the same, except of the storage root      |
 /// | permissions         | all twelve bits                      | those that an export sets, if known       |
 /// | times, with -t      | of files and folders                 | the same, except of the storage root      |

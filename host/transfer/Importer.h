@@ -21,7 +21,7 @@ namespace storage::host {
 
 /// Copies files and trees into a storage, with all attributes that the source knows: permissions, times,
 /// extended attributes, holes, symbolic links, fifos and hard links. Owners and devices are imported only if
-/// the process runs as the superuser. Sockets are skipped, because a copy would be useless.
+/// the process runs as root. Sockets are skipped, because a copy would be useless.
 ///
 /// Continues after a failure, which the console counts. An incomplete new file is removed. A file that is to
 /// be replaced stays unchanged until the new one is complete. Memory use grows with the depth of the tree,

@@ -142,7 +142,7 @@ DiskAttributes StorageCopier::attributesOf(const StoragePath& path, EntryKind ki
     }
     if (!isSpecial(kind)) {
         constexpr mode_t allWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
-        const mode_t mode = attributes.mode.value_or(defaultModeOf(kind));
+        const mode_t mode = attributes.mode ? *attributes.mode : defaultModeOf(kind);
         attributes.mode = entry.isWritable ? mode | S_IWUSR : mode & ~allWriteBits;
     }
     if (attributes.linkGroup != 0) {
