@@ -1,72 +1,69 @@
-#include "benchmarks/report/PlotData.h"
-#include "benchmarks/report/ReportFile.h"
-#include "benchmarks/report/ResultsFile.h"
-#include "benchmarks/report/Summary.h"
-#include "benchmarks/report/SummaryTable.h"
-#include "benchmarks/results/Timing.h"
-#include "benchmarks/runner/BenchmarkOptions.h"
-#include "benchmarks/runner/RepetitionProcess.h"
-#include "benchmarks/runner/Runner.h"
-#include "benchmarks/system/GuardedMain.h"
-#include "benchmarks/system/StopSignal.h"
-#include "benchmarks/system/TmpfsFolder.h"
+#include "benchmarks/scenarios/Scenario.h"
+#include "benchmarks/workload/Program.h"
 
-#include <fmt/format.h>
-#include <iostream>
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <atomic>
+#include <benchmark/benchmark.h>
+#include <stop_token>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace storage::benchmark {
 
 namespace {
 
-constexpr int failed = 1;
+/// Makes the process multi-threaded, as hosts are. In a single-threaded process the standard libraries skip
+/// atomic operations and locks.
+class IdleThread {
+public:
+    IdleThread() : thread_([](const std::stop_token& stop) { waitFor(stop); }) {}
 
-void report(const BenchmarkOptions& options, const Runner& runner) {
-    const std::vector<Contender> stores(runner.stores().begin(), runner.stores().end());
-    const auto rows = summarize(rowKinds(), runner.repetitions(), stores);
-    const auto run = RunDescription::now(options.command);
-    const std::string table = summaryTable(rows, runner.repetitions(), stores) + run.text();
-    std::cout << table;
-    if (!options.table.empty()) {
-        writeReportFile(options.table, table);
+private:
+    static void waitFor(const std::stop_token& stop) {
+        std::atomic<bool> stopped = false;
+        const std::stop_callback wakeUp(stop, [&] {
+            stopped = true;
+            stopped.notify_one();
+        });
+        stopped.wait(false);
     }
-    if (!options.results.empty()) {
-        writeReportFile(options.results, resultLines(run, rows, runner.repetitions(), stores));
-    }
-    if (!options.runs.empty()) {
-        writeReportFile(options.runs, repetitionLines(runner.repetitions()));
-    }
-    if (!options.data.empty()) {
-        writePlotData(rows, options.data);
-    }
-}
 
-int runAll(const BenchmarkOptions& options) {
-    const StopSignal stopSignal;
-    TmpfsFolder tmpfs;
-    if (tmpfs.path().empty()) {
-        std::cerr << "no tmpfs with room enough: left out\n";
+    std::jthread thread_;
+};
+
+void registerAll(Form form, const std::vector<StoreKind>& kinds) {
+    for (const Scenario& scenario : scenarioTable(form)) {
+        for (const StoreKind& kind : kinds) {
+            if (std::ranges::includes(kind.abilities, scenario.required)) {
+                registerScenario(scenario.name + '/' + kind.id,
+                                 [scenario, kind](Rows& rows) { scenario.run(kind, rows); });
+            }
+        }
     }
-    const auto start = std::chrono::steady_clock::now();
-    Runner runner(options, tmpfs);
-    runner.run();
-    report(options, runner);
-    std::cout << fmt::format("{} repetitions in {:.0f} s, {} failed\n",
-                             runner.repetitions().size() + runner.failures(), secondsSince(start),
-                             runner.failures());
-    return runner.failures() == 0 ? 0 : failed;
 }
 
 int runProgram(int argc, char** argv) {
-    const auto options = BenchmarkOptions::parse(argc, argv);
-    if (!options.help.empty()) {
-        std::cout << options.help;
-    } else if (options.scenario.empty()) {
-        return runAll(options);
-    } else {
-        runRepetitionProcess(options);
+    bool isShort = false;
+    std::string plugin;
+    std::string tmpfsFolder;
+    CLI::App app(
+        "Runs scenarios with in-memory file systems. Each row of a scenario is a counter of its benchmark.\n"
+        "For figures use scripts/benchmark, which runs each repetition in its own process.");
+    app.footer("All other options are those of Google Benchmark, such as --benchmark_filter=REGEX.");
+    app.add_flag("--short", isShort, "Small sizes, to test that all works");
+    app.add_option("--plugin", plugin, "The plug-in's shared library")->type_name("PATH");
+    app.add_option("--tmpfs", tmpfsFolder, "An empty folder on a tmpfs")->type_name("FOLDER");
+    app.allow_extras();
+    CLI11_PARSE(app, argc, argv);
+    const std::vector<StoreKind> kinds = storeKinds(plugin, tmpfsFolder);
+    for (const StoreKind& kind : kinds) {
+        ::benchmark::AddCustomContext("version of " + kind.id, kind.version);
     }
-    return 0;
+    registerAll(isShort ? Form::Short : Form::Full, kinds);
+    const IdleThread secondThread;
+    return runBenchmarks(argv[0], app.remaining());
 }
 
 } // namespace
@@ -74,6 +71,5 @@ int runProgram(int argc, char** argv) {
 } // namespace storage::benchmark
 
 int main(int argc, char** argv) {
-    return storage::benchmark::runGuarded("qzstorage_benchmark",
-                                          [&] { return storage::benchmark::runProgram(argc, argv); });
+    return storage::benchmark::runProgram(argc, argv);
 }

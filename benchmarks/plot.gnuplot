@@ -1,4 +1,4 @@
-# Draws the data written by qzstorage_benchmark --data:
+# Draws the data written by benchmarks/driver/stores.py --write:
 #   gnuplot -e "data='FOLDER'; plots='FOLDER'" benchmarks/plot.gnuplot
 # The colors can be distinguished with color blindness. The plug-in has the thickest line; stores that are not
 # file systems have dashed lines.

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "benchmarks/results/Timing.h"
 #include "benchmarks/workload/AlignedBuffer.h"
 #include "benchmarks/workload/ListingSummary.h"
 #include "benchmarks/workload/PatternedBlock.h"
+#include "benchmarks/workload/Timing.h"
 
 #include <cstddef>
 #include <cstdint>

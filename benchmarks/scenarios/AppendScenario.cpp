@@ -1,4 +1,4 @@
-#include "benchmarks/scenarios/AppendScenario.h"
+#include "benchmarks/scenarios/Scenario.h"
 
 #include "benchmarks/workload/PatternedBlock.h"
 #include "benchmarks/workload/WrongResult.h"
@@ -22,21 +22,22 @@ void verify(Store& store, PatternedBlock& block, std::uint32_t writes) {
     }
 }
 
-} // namespace
-
-AppendScenario::AppendScenario(std::uint32_t writes) : writes_(writes) {}
-
-void AppendScenario::run(const StoreKind& kind, Measurements& measurements) const {
+void run(const StoreKind& kind, std::uint32_t writes, Rows& rows) {
     const auto store = kind.build();
     PatternedBlock block(64);
     store->prepare({"/file"});
-    auto stream = store->createStream(file, std::uint64_t{writes_} * writeSize);
-    const Timing timing = measure(writes_, withoutBudget, [&](std::size_t i) {
-        stream->write(block.stamped(i, writeSize), writeSize);
-    });
+    auto stream = store->createStream(file, std::uint64_t{writes} * writeSize);
+    const Timing timing = measure(
+        writes, withoutBudget, [&](std::size_t i) { stream->write(block.stamped(i, writeSize), writeSize); });
     stream.reset();
-    measurements.addCost({"append", "64 bytes"}, timing);
-    verify(*store, block, writes_);
+    rows.addCost("append", "64 bytes", timing);
+    verify(*store, block, writes);
+}
+
+} // namespace
+
+Scenario appendScenario(std::uint32_t writes) {
+    return {"append", {Ability::Append}, [=](const StoreKind& kind, Rows& rows) { run(kind, writes, rows); }};
 }
 
 } // namespace storage::benchmark

@@ -1,4 +1,4 @@
-#include "benchmarks/scenarios/BigFileScenario.h"
+#include "benchmarks/scenarios/Scenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
 #include "benchmarks/workload/AlignedBuffer.h"
@@ -125,28 +125,31 @@ Timing BigFileRun::readAtRandom() {
     return timing;
 }
 
-} // namespace
-
-BigFileScenario::BigFileScenario(std::string variant, std::uint64_t fileSize, std::uint64_t allSizes)
-    : variant_(std::move(variant)), fileSize_(fileSize), allSizes_(allSizes) {}
-
-void BigFileScenario::run(const StoreKind& kind, Measurements& measurements) const {
-    const auto bytes = static_cast<double>(allSizes_);
-    const auto row = [&](const char* rowKind) { return RowId{rowKind, variant_, fileSize_}; };
-    BigFileRun run(kind, fileSize_, allSizes_);
+void runBigFiles(const StoreKind& kind, const std::string& variant, std::uint64_t fileSize,
+                 std::uint64_t allSizes, Rows& rows) {
+    constexpr double gigabyte = 1e9;
+    BigFileRun run(kind, fileSize, allSizes);
     const double writing = run.write();
     run.verify();
     if (kind.can(Ability::Write)) {
-        measurements.addBandwidth(row("write"), bytes, writing);
+        rows.addRate("write", variant, {allSizes, writing}, gigabyte);
     }
     if (kind.can(Ability::OverwriteInPlace)) {
-        measurements.addBandwidth(row("overwrite"), bytes, run.overwrite());
+        rows.addRate("overwrite", variant, {allSizes, run.overwrite()}, gigabyte);
         run.verify();
     }
-    measurements.addBandwidth(row("read"), bytes, run.read());
-    if (fileSize_ == allSizes_) {
-        measurements.addCost(row("random read"), run.readAtRandom());
+    rows.addRate("read", variant, {allSizes, run.read()}, gigabyte);
+    if (fileSize == allSizes) {
+        rows.addCost("random read", variant, run.readAtRandom());
     }
+}
+
+} // namespace
+
+Scenario bigFileScenario(const std::string& variant, std::uint64_t fileSize, std::uint64_t allSizes) {
+    return {"big-file-" + variant, {Ability::Read}, [=](const StoreKind& kind, Rows& rows) {
+                runBigFiles(kind, variant, fileSize, allSizes, rows);
+            }};
 }
 
 } // namespace storage::benchmark

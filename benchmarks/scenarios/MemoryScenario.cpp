@@ -1,4 +1,4 @@
-#include "benchmarks/scenarios/MemoryScenario.h"
+#include "benchmarks/scenarios/Scenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
 #include "benchmarks/workload/WrongResult.h"
@@ -20,35 +20,41 @@ std::uint64_t residentBytes() {
     return resident * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
 }
 
-} // namespace
-
-MemoryScenario::MemoryScenario(std::string variant, std::string namePrefix, std::uint32_t files,
-                               std::size_t fileSize)
-    : variant_(std::move(variant)), namePrefix_(std::move(namePrefix)), files_(files), fileSize_(fileSize) {}
-
-void MemoryScenario::run(const StoreKind& kind, Measurements& measurements) const {
+void runMemory(const StoreKind& kind, const std::string& variant, const std::string& namePrefix,
+               std::uint32_t files, std::size_t fileSize, Rows& rows) {
     PathList paths; // outlives the measurement, so that no store can reuse its memory
-    for (std::uint32_t i = 0; i < files_; ++i) {
-        paths.add(fmt::format("/{}{:05x}", namePrefix_, i));
+    for (std::uint32_t i = 0; i < files; ++i) {
+        paths.add(fmt::format("/{}{:05x}", namePrefix, i));
     }
     const auto store = kind.build();
     store->prepare(paths.all());
-    const std::string content(fileSize_, 'x');
+    const std::string content(fileSize, 'x');
     const std::uint64_t before = residentBytes();
-    for (PathIndex file = 0; file < files_; ++file) {
-        if (fileSize_ == 0) {
+    for (PathIndex file = 0; file < files; ++file) {
+        if (fileSize == 0) {
             store->createFile(file);
         } else {
-            store->createStream(file, fileSize_)->write(content.data(), fileSize_);
+            store->createStream(file, fileSize)->write(content.data(), fileSize);
         }
     }
     const std::uint64_t after = residentBytes();
     std::uint64_t found = 0;
-    for (PathIndex file = 0; file < files_; ++file) {
-        found += store->exists(file) && store->fileSize(file) == fileSize_ ? 1 : 0;
+    for (PathIndex file = 0; file < files; ++file) {
+        found += store->exists(file) && store->fileSize(file) == fileSize ? 1 : 0;
     }
-    expectEqual(found, files_, "the number of files of the right size");
-    measurements.add({"memory", variant_}, static_cast<double>(after - before) / files_);
+    expectEqual(found, files, "the number of files of the right size");
+    rows.add("memory", variant, static_cast<double>(after - before) / files);
+}
+
+} // namespace
+
+Scenario memoryScenario(const std::string& variant, const std::string& namePrefix, std::uint32_t files,
+                        std::size_t fileSize) {
+    return {"memory-" + variant,
+            {fileSize > 0 ? Ability::Write : Ability::Create, Ability::LiveInProcess},
+            [=](const StoreKind& kind, Rows& rows) {
+                runMemory(kind, variant, namePrefix, files, fileSize, rows);
+            }};
 }
 
 } // namespace storage::benchmark

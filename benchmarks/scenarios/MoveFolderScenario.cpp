@@ -1,4 +1,4 @@
-#include "benchmarks/scenarios/MoveFolderScenario.h"
+#include "benchmarks/scenarios/Scenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
 #include "benchmarks/workload/WrongResult.h"
@@ -91,14 +91,13 @@ void MoveFolderRun::verify() {
 
 } // namespace
 
-MoveFolderScenario::MoveFolderScenario(std::string variant, std::uint32_t files, std::uint32_t moves)
-    : variant_(std::move(variant)), files_(files), moves_(moves) {}
-
-void MoveFolderScenario::run(const StoreKind& kind, Measurements& measurements) const {
-    MoveFolderRun run(kind, files_, moves_);
-    run.fill();
-    measurements.addCost({"move folder", variant_, files_}, run.move());
-    run.verify();
+Scenario moveFolderScenario(const std::string& variant, std::uint32_t files, std::uint32_t moves) {
+    return {"move-folder-" + variant, {Ability::MoveFolder}, [=](const StoreKind& kind, Rows& rows) {
+                MoveFolderRun run(kind, files, moves);
+                run.fill();
+                rows.addCost("move folder", variant, run.move());
+                run.verify();
+            }};
 }
 
 } // namespace storage::benchmark

@@ -1,28 +1,67 @@
 #pragma once
 
-#include "benchmarks/results/Measurements.h"
 #include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/workload/Form.h"
+#include "benchmarks/workload/Rows.h"
 
+#include <cstdint>
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace storage::benchmark {
 
-/// A workload that fills a store, times its operations by kind, and verifies their effects. Runs once per
-/// process.
-class Scenario {
-public:
-    Scenario() = default;
-    Scenario(const Scenario&) = delete;
-    Scenario& operator=(const Scenario&) = delete;
-    virtual ~Scenario() = default;
-
-    virtual std::string name() const = 0;
-
-    /// Whether a kind of store supports any of its operations.
-    virtual bool suits(const StoreKind& kind) const = 0;
-
-    /// @throws WrongResult, and exceptions of the store
-    virtual void run(const StoreKind& kind, Measurements& measurements) const = 0;
+/// A workload that fills a store, times its operations, and verifies their effects. Runs once per process. A
+/// value.
+struct Scenario {
+    std::string name;
+    Abilities required; ///< of the stores that it suits
+    std::function<void(const StoreKind& kind, Rows& rows)>
+        run; ///< throws WrongResult and errors of the store
 };
+
+/// Creates, looks up, lists and moves files in one folder. Each round uses a new store.
+/// @param variant  the number of files in the names of rows
+Scenario folderScenario(const std::string& variant, std::uint32_t count);
+
+/// Removes files of one folder one by one, the first half in the order of their creation. Runs in its own
+/// process, so that the heap contains nothing but these files.
+Scenario removalScenario(const std::string& variant, std::uint32_t count);
+
+/// Many folders with a few files each. All paths are long and have long common prefixes.
+Scenario treeScenario(std::uint32_t folders);
+
+/// Reads and overwrites small files of one size. Each operation opens and closes a file.
+/// @param variant  name of the size in the rows
+Scenario smallFilesScenario(const std::string& variant, std::size_t fileSize, std::uint32_t files,
+                            std::uint32_t operations);
+
+/// Small sequential writes through one stream.
+Scenario appendScenario(std::uint32_t writes);
+
+/// Writes, overwrites and reads files of one size in blocks of 64 KiB. The total number of bytes is the same
+/// for every size. If that is one file, it is also read at random.
+Scenario bigFileScenario(const std::string& variant, std::uint64_t fileSize, std::uint64_t allSizes);
+
+/// Repeatedly renames a folder with subfolders of 100 empty files each.
+Scenario moveFolderScenario(const std::string& variant, std::uint32_t files, std::uint32_t moves);
+
+/// Two threads at once, together and each alone: look-ups beside changes in another folder. The gain is the
+/// total rate of both together divided by the mean of the rates alone. It is 2 without contention, 1 if the
+/// threads take turns, and less if contention costs additional time.
+/// @param seconds  duration of each measurement
+Scenario treeThreadsScenario(double seconds);
+
+/// The same with random reads of two files.
+Scenario readingThreadsScenario(double seconds);
+
+/// Creates many files of one size, and measures the growth of the process per file.
+/// @param namePrefix  prefix of the file names; five digits follow
+/// @param fileSize    in bytes, 0 for empty files
+Scenario memoryScenario(const std::string& variant, const std::string& namePrefix, std::uint32_t files,
+                        std::size_t fileSize);
+
+/// Every scenario, in the order of the result table.
+std::vector<Scenario> scenarioTable(Form form);
 
 } // namespace storage::benchmark

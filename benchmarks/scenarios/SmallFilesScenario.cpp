@@ -1,4 +1,4 @@
-#include "benchmarks/scenarios/SmallFilesScenario.h"
+#include "benchmarks/scenarios/Scenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
 #include "benchmarks/workload/AlignedBuffer.h"
@@ -98,24 +98,27 @@ void SmallFilesRun::verify() {
     }
 }
 
-} // namespace
-
-SmallFilesScenario::SmallFilesScenario(std::string variant, std::size_t fileSize, std::uint32_t files,
-                                       std::uint32_t operations)
-    : variant_(std::move(variant)), fileSize_(fileSize), files_(files), operations_(operations) {}
-
-void SmallFilesScenario::run(const StoreKind& kind, Measurements& measurements) const {
-    SmallFilesRun run(kind, fileSize_, files_, operations_);
+void runSmallFiles(const StoreKind& kind, const std::string& variant, SmallFilesRun& run, Rows& rows) {
     const Timing filling = run.fill();
     run.verify();
     if (kind.can(Ability::Write)) {
-        measurements.addCost({"create, write, release", variant_}, filling);
+        rows.addCost("create, write, release", variant, filling);
     }
-    measurements.addCost({"open, read, release", variant_}, run.read());
+    rows.addCost("open, read, release", variant, run.read());
     if (kind.can(Ability::OverwriteFile)) {
-        measurements.addCost({"open, overwrite, release", variant_}, run.overwrite());
+        rows.addCost("open, overwrite, release", variant, run.overwrite());
         run.verify();
     }
+}
+
+} // namespace
+
+Scenario smallFilesScenario(const std::string& variant, std::size_t fileSize, std::uint32_t files,
+                            std::uint32_t operations) {
+    return {"small-files-" + variant, {Ability::ReadFile}, [=](const StoreKind& kind, Rows& rows) {
+                SmallFilesRun run(kind, fileSize, files, operations);
+                runSmallFiles(kind, variant, run, rows);
+            }};
 }
 
 } // namespace storage::benchmark

@@ -1,4 +1,4 @@
-#include "benchmarks/scenarios/ThreadsScenario.h"
+#include "benchmarks/scenarios/Scenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
 #include "benchmarks/workload/AlignedBuffer.h"
@@ -181,15 +181,15 @@ std::uint64_t ReadingWork::read() {
     return many;
 }
 
-void measureTree(const StoreKind& kind, double seconds, Measurements& measurements) {
+void measureTree(const StoreKind& kind, double seconds, Rows& rows) {
     TreeWorks works(kind);
     const PairRates rates = ratesOf([&] { return works.lookUp(); }, [&] { return works.change(); }, seconds);
     works.verify();
-    measurements.add({"two threads in the tree, total", ""}, rates.total / 1e6);
-    measurements.add({"two threads in the tree, gain", ""}, rates.gain);
+    rows.add("two threads in the tree, total", "", rates.total / 1e6);
+    rows.add("two threads in the tree, gain", "", rates.gain);
 }
 
-void measureReads(const StoreKind& kind, double seconds, Measurements& measurements) {
+void measureReads(const StoreKind& kind, double seconds, Rows& rows) {
     const auto store = kind.build();
     store->prepare({"/one", "/other"});
     ReadingWork one(*store, 0);
@@ -197,21 +197,22 @@ void measureReads(const StoreKind& kind, double seconds, Measurements& measureme
     const PairRates rates = ratesOf([&] { return one.read(); }, [&] { return other.read(); }, seconds);
     one.verify();
     other.verify();
-    measurements.add({"two threads reading, total", ""}, rates.total / 1e6);
-    measurements.add({"two threads reading, gain", ""}, rates.gain);
+    rows.add("two threads reading, total", "", rates.total / 1e6);
+    rows.add("two threads reading, gain", "", rates.gain);
 }
 
 } // namespace
 
-ThreadsScenario::ThreadsScenario(double seconds) : seconds_(seconds) {}
+Scenario treeThreadsScenario(double seconds) {
+    return {"threads-tree", {Ability::ChangeTreeInThreads}, [=](const StoreKind& kind, Rows& rows) {
+                measureTree(kind, seconds, rows);
+            }};
+}
 
-void ThreadsScenario::run(const StoreKind& kind, Measurements& measurements) const {
-    if (kind.can(Ability::ChangeTreeInThreads)) {
-        measureTree(kind, seconds_, measurements);
-    }
-    if (kind.can(Ability::Read)) {
-        measureReads(kind, seconds_, measurements);
-    }
+Scenario readingThreadsScenario(double seconds) {
+    return {"threads-reading", {Ability::Read}, [=](const StoreKind& kind, Rows& rows) {
+                measureReads(kind, seconds, rows);
+            }};
 }
 
 } // namespace storage::benchmark

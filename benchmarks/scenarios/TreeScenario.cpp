@@ -1,4 +1,4 @@
-#include "benchmarks/scenarios/TreeScenario.h"
+#include "benchmarks/scenarios/Scenario.h"
 
 #include "benchmarks/scenarios/PathList.h"
 #include "benchmarks/workload/RandomOrder.h"
@@ -17,14 +17,10 @@ constexpr std::size_t pathLength = 60;
 constexpr double queryBudget = 0.4; // look-ups and listings are linear in the tree's size in some stores
 constexpr std::string_view top = "/home/build/projects/products/sources";
 
-RowId treeRow(const char* kind) {
-    return {kind, "tree", 0};
-}
-
 /// One run: the tree and its store.
 class TreeRun {
 public:
-    TreeRun(const StoreKind& kind, std::uint32_t folders, Measurements& measurements);
+    TreeRun(const StoreKind& kind, std::uint32_t folders, Rows& rows);
 
     void create();
     void attributes();
@@ -35,7 +31,7 @@ private:
     std::uint32_t fileCount() const { return folderCount_ * filesInFolder; }
 
     const std::uint32_t folderCount_;
-    Measurements& measurements_;
+    Rows& rows_;
     PathList paths_;
     PathIndex folders_ = 0; ///< the first folder
     PathIndex files_ = 0;   ///< the first file; files are grouped by folder
@@ -44,11 +40,8 @@ private:
     std::unique_ptr<Store> store_;
 };
 
-TreeRun::TreeRun(const StoreKind& kind, std::uint32_t folders, Measurements& measurements)
-    : folderCount_(folders),
-      measurements_(measurements),
-      order_(randomOrder(fileCount())),
-      store_(kind.build()) {
+TreeRun::TreeRun(const StoreKind& kind, std::uint32_t folders, Rows& rows)
+    : folderCount_(folders), rows_(rows), order_(randomOrder(fileCount())), store_(kind.build()) {
     for (std::size_t end = top.find('/', 1); end != std::string_view::npos; end = top.find('/', end + 1)) {
         paths_.add(std::string(top.substr(0, end)));
     }
@@ -80,14 +73,14 @@ void TreeRun::create() {
         }
     });
     timing.operations = folderCount_ + fileCount();
-    measurements_.addCost(treeRow("create"), timing);
+    rows_.addCost("create", "tree", timing);
 }
 
 void TreeRun::attributes() {
     std::uint64_t sizes = 0;
     const Timing timing = measure(fileCount(), withoutBudget,
                                   [&](std::size_t i) { sizes += store_->fileSize(files_ + order_[i]); });
-    measurements_.addCost(treeRow("attributes"), timing);
+    rows_.addCost("attributes", "tree", timing);
     expectEqual(sizes, 0, "the sum of the sizes of empty files");
 }
 
@@ -96,7 +89,7 @@ void TreeRun::missing() {
     const Timing timing = measure(fileCount(), queryBudget, [&](std::size_t i) {
         found += store_->exists(missing_ + order_[i]) ? 1 : 0;
     });
-    measurements_.addCost(treeRow("missing"), timing);
+    rows_.addCost("missing", "tree", timing);
     expectEqual(found, 0, "missing names that were found");
 }
 
@@ -111,20 +104,20 @@ void TreeRun::list() {
         wrong += store_->list(folders_ + order_[i] % folderCount_) == expected ? 0 : 1;
     });
     timing.operations *= filesInFolder;
-    measurements_.addCost(treeRow("list"), timing);
+    rows_.addCost("list", "tree", timing);
     expectEqual(wrong, 0, "listings that lack names");
 }
 
 } // namespace
 
-TreeScenario::TreeScenario(std::uint32_t folders) : folders_(folders) {}
-
-void TreeScenario::run(const StoreKind& kind, Measurements& measurements) const {
-    TreeRun run(kind, folders_, measurements);
-    run.create();
-    run.attributes();
-    run.missing();
-    run.list();
+Scenario treeScenario(std::uint32_t folders) {
+    return {"tree", {Ability::Create}, [=](const StoreKind& kind, Rows& rows) {
+                TreeRun run(kind, folders, rows);
+                run.create();
+                run.attributes();
+                run.missing();
+                run.list();
+            }};
 }
 
 } // namespace storage::benchmark

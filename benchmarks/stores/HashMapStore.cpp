@@ -1,10 +1,17 @@
-#include "benchmarks/stores/HashMapStore.h"
+#include "benchmarks/stores/StoreKind.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstring>
+#include <memory>
+#include <mutex>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
 namespace storage::benchmark {
 
@@ -27,9 +34,18 @@ void copy(const std::vector<char>* content, std::uint64_t offset, char* buffer, 
     std::memcpy(buffer, content->data() + offset, count);
 }
 
-} // namespace
+struct Node {
+    EntryKind kind = EntryKind::File;
+    bool writable = true;
+    std::int64_t lastModified = 0;
+    const std::string* path = nullptr; ///< the node's key
+    Node* firstChild = nullptr;
+    Node* previous = nullptr; ///< in the list of the parent's children
+    Node* next = nullptr;
+    std::unique_ptr<std::vector<char>> content; ///< allocated by the first write
+};
 
-class HashMapStore::NodeStream final : public Stream {
+class NodeStream final : public Stream {
 public:
     NodeStream(std::mutex& mutex, Node& node) : mutex_(mutex), node_(node) {
         if (!node_.content) {
@@ -60,175 +76,179 @@ private:
     std::size_t position_ = 0;
 };
 
-Abilities HashMapStore::abilities() {
-    return {Ability::Create,        Ability::Attributes,
-            Ability::Exists,        Ability::List,
-            Ability::MoveFile,      Ability::MoveFolder,
-            Ability::Remove,        Ability::ReadFile,
-            Ability::OverwriteFile, Ability::Append,
-            Ability::Write,         Ability::OverwriteInPlace,
-            Ability::Read,          Ability::ChangeTreeInThreads,
-            Ability::LiveInProcess};
-}
-
-HashMapStore::HashMapStore() {
-    const auto root = nodes_.try_emplace("").first;
-    root->second.kind = EntryKind::Folder;
-    root->second.path = &root->first;
-}
-
-void HashMapStore::prepare(const std::vector<std::string>& paths) {
-    paths_ = paths;
-}
-
-HashMapStore::Node& HashMapStore::find(std::string_view path) {
-    const auto found = nodes_.find(path);
-    if (found == nodes_.end()) {
-        throw std::runtime_error("the hash map has no " + std::string(path));
+/// One hash map of paths with one mutex. Each folder has a linked list of its children, for listing. Moving a
+/// folder changes the key of every descendant.
+///
+/// The mutex guards everything. Invariants: the address of a node is stable when its key changes; an entry is
+/// in the list of its parent; its key begins with the key of its parent.
+class HashMapStore final : public StringPathStore {
+public:
+    HashMapStore() {
+        const auto root = nodes_.try_emplace("").first;
+        root->second.kind = EntryKind::Folder;
+        root->second.path = &root->first;
     }
-    return found->second;
-}
 
-HashMapStore::Node& HashMapStore::parentOf(std::string_view path) {
-    return find(path.substr(0, path.rfind('/')));
-}
-
-void HashMapStore::link(Node& node) {
-    Node& parent = parentOf(*node.path);
-    node.previous = nullptr;
-    node.next = parent.firstChild;
-    if (node.next != nullptr) {
-        node.next->previous = &node;
+    void createFolder(PathIndex index) override {
+        const std::lock_guard lock(mutex_);
+        create(path(index), EntryKind::Folder);
     }
-    parent.firstChild = &node;
-    parent.lastModified = node.lastModified;
-}
 
-void HashMapStore::unlink(Node& node) {
-    Node& parent = parentOf(*node.path);
-    (node.previous == nullptr ? parent.firstChild : node.previous->next) = node.next;
-    if (node.next != nullptr) {
-        node.next->previous = node.previous;
+    void createFile(PathIndex index) override {
+        const std::lock_guard lock(mutex_);
+        create(path(index), EntryKind::File);
     }
-    parent.lastModified = now();
-}
 
-HashMapStore::Node& HashMapStore::create(const std::string& path, EntryKind kind) {
-    const auto [entry, isNew] = nodes_.try_emplace(path);
-    if (!isNew) {
-        throw std::runtime_error("the hash map has already " + path);
+    std::uint64_t fileSize(PathIndex index) override {
+        const std::lock_guard lock(mutex_);
+        const Node& node = find(path(index));
+        return node.content ? node.content->size() : 0;
     }
-    Node& node = entry->second;
-    node.kind = kind;
-    node.lastModified = now();
-    node.path = &entry->first;
-    link(node);
-    return node;
-}
 
-void HashMapStore::createFolder(PathIndex path) {
-    const std::lock_guard lock(mutex_);
-    create(paths_[path], EntryKind::Folder);
-}
-
-void HashMapStore::createFile(PathIndex path) {
-    const std::lock_guard lock(mutex_);
-    create(paths_[path], EntryKind::File);
-}
-
-std::uint64_t HashMapStore::fileSize(PathIndex path) {
-    const std::lock_guard lock(mutex_);
-    const Node& node = find(paths_[path]);
-    return node.content ? node.content->size() : 0;
-}
-
-bool HashMapStore::exists(PathIndex path) {
-    const std::lock_guard lock(mutex_);
-    return nodes_.contains(paths_[path]);
-}
-
-ListingSummary HashMapStore::list(PathIndex folder) {
-    ListingSummary summary;
-    const std::lock_guard lock(mutex_);
-    const Node& node = find(paths_[folder]);
-    const std::size_t prefix = node.path->size() + 1;
-    for (const Node* child = node.firstChild; child != nullptr; child = child->next) {
-        summary.add(child->path->data() + prefix, child->path->size() - prefix, child->kind);
+    bool exists(PathIndex index) override {
+        const std::lock_guard lock(mutex_);
+        return nodes_.contains(path(index));
     }
-    return summary;
-}
 
-void HashMapStore::rekey(Node& node, std::string path) {
-    auto handle = nodes_.extract(nodes_.find(*node.path));
-    handle.key() = std::move(path);
-    node.path = &nodes_.insert(std::move(handle)).position->first;
-}
-
-void HashMapStore::move(const std::string& from, const std::string& to) {
-    if (nodes_.contains(to)) {
-        throw std::runtime_error("the hash map has already " + to);
-    }
-    Node& top = find(from);
-    unlink(top);
-    std::vector<Node*> left{&top};
-    while (!left.empty()) {
-        Node& node = *left.back();
-        left.pop_back();
-        for (Node* child = node.firstChild; child != nullptr; child = child->next) {
-            left.push_back(child);
+    ListingSummary list(PathIndex folder) override {
+        ListingSummary summary;
+        const std::lock_guard lock(mutex_);
+        const Node& node = find(path(folder));
+        const std::size_t prefix = node.path->size() + 1;
+        for (const Node* child = node.firstChild; child != nullptr; child = child->next) {
+            summary.add(child->path->data() + prefix, child->path->size() - prefix, child->kind);
         }
-        rekey(node, to + node.path->substr(from.size()));
+        return summary;
     }
-    top.lastModified = now();
-    link(top);
-}
 
-void HashMapStore::moveFile(PathIndex from, PathIndex to) {
-    const std::lock_guard lock(mutex_);
-    move(paths_[from], paths_[to]);
-}
-
-void HashMapStore::moveFolder(PathIndex from, PathIndex to) {
-    moveFile(from, to);
-}
-
-void HashMapStore::removeFile(PathIndex path) {
-    const std::lock_guard lock(mutex_);
-    const auto entry = nodes_.find(paths_[path]);
-    if (entry == nodes_.end()) {
-        throw std::runtime_error("the hash map has no " + paths_[path]);
+    void moveFile(PathIndex from, PathIndex to) override {
+        const std::lock_guard lock(mutex_);
+        move(path(from), path(to));
     }
-    unlink(entry->second);
-    nodes_.erase(entry);
-}
 
-void HashMapStore::readFile(PathIndex path, char* buffer, std::size_t count) {
-    const std::lock_guard lock(mutex_);
-    copy(find(paths_[path]).content.get(), 0, buffer, count);
-}
+    void moveFolder(PathIndex from, PathIndex to) override { moveFile(from, to); }
 
-void HashMapStore::overwriteFile(PathIndex path, const char* bytes, std::size_t count) {
-    const std::lock_guard lock(mutex_);
-    Node& node = find(paths_[path]);
-    if (!node.content) {
-        node.content = std::make_unique<std::vector<char>>();
+    void removeFile(PathIndex index) override {
+        const std::lock_guard lock(mutex_);
+        const auto entry = nodes_.find(path(index));
+        if (entry == nodes_.end()) {
+            throw std::runtime_error("the hash map has no " + path(index));
+        }
+        unlink(entry->second);
+        nodes_.erase(entry);
     }
-    overwrite(*node.content, 0, bytes, count);
-    node.lastModified = now();
-}
 
-std::unique_ptr<Stream> HashMapStore::createStream(PathIndex path, std::uint64_t /*size*/) {
-    const std::lock_guard lock(mutex_);
-    return std::make_unique<NodeStream>(mutex_, create(paths_[path], EntryKind::File));
-}
+    void readFile(PathIndex index, char* buffer, std::size_t count) override {
+        const std::lock_guard lock(mutex_);
+        copy(find(path(index)).content.get(), 0, buffer, count);
+    }
 
-std::unique_ptr<Stream> HashMapStore::openToOverwrite(PathIndex path) {
-    return openToRead(path);
-}
+    void overwriteFile(PathIndex index, const char* bytes, std::size_t count) override {
+        const std::lock_guard lock(mutex_);
+        Node& node = find(path(index));
+        if (!node.content) {
+            node.content = std::make_unique<std::vector<char>>();
+        }
+        overwrite(*node.content, 0, bytes, count);
+        node.lastModified = now();
+    }
 
-std::unique_ptr<Stream> HashMapStore::openToRead(PathIndex path) {
-    const std::lock_guard lock(mutex_);
-    return std::make_unique<NodeStream>(mutex_, find(paths_[path]));
+    std::unique_ptr<Stream> createStream(PathIndex index, std::uint64_t /*size*/) override {
+        const std::lock_guard lock(mutex_);
+        return std::make_unique<NodeStream>(mutex_, create(path(index), EntryKind::File));
+    }
+
+    std::unique_ptr<Stream> openToOverwrite(PathIndex index) override { return openToRead(index); }
+
+    std::unique_ptr<Stream> openToRead(PathIndex index) override {
+        const std::lock_guard lock(mutex_);
+        return std::make_unique<NodeStream>(mutex_, find(path(index)));
+    }
+
+private:
+    struct PathHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view path) const { return std::hash<std::string_view>()(path); }
+    };
+
+    using Nodes = std::unordered_map<std::string, Node, PathHash, std::equal_to<>>;
+
+    std::mutex mutex_;
+    Nodes nodes_;
+
+    Node& find(std::string_view path) {
+        const auto found = nodes_.find(path);
+        if (found == nodes_.end()) {
+            throw std::runtime_error("the hash map has no " + std::string(path));
+        }
+        return found->second;
+    }
+
+    Node& parentOf(std::string_view path) { return find(path.substr(0, path.rfind('/'))); }
+
+    void link(Node& node) {
+        Node& parent = parentOf(*node.path);
+        node.previous = nullptr;
+        node.next = parent.firstChild;
+        if (node.next != nullptr) {
+            node.next->previous = &node;
+        }
+        parent.firstChild = &node;
+        parent.lastModified = node.lastModified;
+    }
+
+    void unlink(Node& node) {
+        Node& parent = parentOf(*node.path);
+        (node.previous == nullptr ? parent.firstChild : node.previous->next) = node.next;
+        if (node.next != nullptr) {
+            node.next->previous = node.previous;
+        }
+        parent.lastModified = now();
+    }
+
+    Node& create(const std::string& path, EntryKind kind) {
+        const auto [entry, isNew] = nodes_.try_emplace(path);
+        if (!isNew) {
+            throw std::runtime_error("the hash map has already " + path);
+        }
+        Node& node = entry->second;
+        node.kind = kind;
+        node.lastModified = now();
+        node.path = &entry->first;
+        link(node);
+        return node;
+    }
+
+    void rekey(Node& node, std::string path) {
+        auto handle = nodes_.extract(nodes_.find(*node.path));
+        handle.key() = std::move(path);
+        node.path = &nodes_.insert(std::move(handle)).position->first;
+    }
+
+    void move(const std::string& from, const std::string& to) {
+        if (nodes_.contains(to)) {
+            throw std::runtime_error("the hash map has already " + to);
+        }
+        Node& top = find(from);
+        unlink(top);
+        std::vector<Node*> left{&top};
+        while (!left.empty()) {
+            Node& node = *left.back();
+            left.pop_back();
+            for (Node* child = node.firstChild; child != nullptr; child = child->next) {
+                left.push_back(child);
+            }
+            rekey(node, to + node.path->substr(from.size()));
+        }
+        top.lastModified = now();
+        link(top);
+    }
+};
+
+} // namespace
+
+StoreKind hashMapKind() {
+    return {"floor", "", allExcept({}), [] { return std::make_unique<HashMapStore>(); }};
 }
 
 } // namespace storage::benchmark

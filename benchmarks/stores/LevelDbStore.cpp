@@ -1,9 +1,13 @@
-#include "benchmarks/stores/LevelDbStore.h"
+#include "benchmarks/stores/StoreKind.h"
 
 #include <leveldb/db.h>
+#include <leveldb/env.h>
 #include <leveldb/helpers/memenv.h>
+#include <memory>
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace storage::benchmark {
 
@@ -53,84 +57,73 @@ private:
     std::uint64_t position_ = 0;
 };
 
+class LevelDbStore final : public StringPathStore {
+public:
+    void createFile(PathIndex index) override { makeFile(index); }
+
+    std::uint64_t fileSize(PathIndex index) override {
+        std::uint64_t size = 0;
+        check(environment_->GetFileSize(path(index), &size));
+        return size;
+    }
+
+    bool exists(PathIndex index) override { return environment_->FileExists(path(index)); }
+
+    ListingSummary list(PathIndex folder) override {
+        ListingSummary summary;
+        std::vector<std::string> names;
+        check(environment_->GetChildren(path(folder), &names));
+        for (const std::string& name : names) {
+            summary.add(name.data(), name.size(), EntryKind::File);
+        }
+        return summary;
+    }
+
+    void moveFile(PathIndex from, PathIndex to) override {
+        check(environment_->RenameFile(path(from), path(to)));
+    }
+
+    void removeFile(PathIndex index) override { check(environment_->RemoveFile(path(index))); }
+
+    void readFile(PathIndex index, char* buffer, std::size_t count) override {
+        leveldb::SequentialFile* opened = nullptr;
+        check(environment_->NewSequentialFile(path(index), &opened));
+        const std::unique_ptr<leveldb::SequentialFile> file(opened);
+        leveldb::Slice read;
+        check(file->Read(count, &read, buffer));
+        checkComplete(read, count);
+    }
+
+    void overwriteFile(PathIndex index, const char* bytes, std::size_t count) override {
+        check(makeFile(index)->Append(leveldb::Slice(bytes, count)));
+    }
+
+    std::unique_ptr<Stream> createStream(PathIndex index, std::uint64_t /*size*/) override {
+        return std::make_unique<LevelDbWriter>(makeFile(index));
+    }
+
+    std::unique_ptr<Stream> openToRead(PathIndex index) override {
+        leveldb::RandomAccessFile* file = nullptr;
+        check(environment_->NewRandomAccessFile(path(index), &file));
+        return std::make_unique<LevelDbReader>(file);
+    }
+
+private:
+    const std::unique_ptr<leveldb::Env> environment_{leveldb::NewMemEnv(leveldb::Env::Default())};
+
+    std::unique_ptr<leveldb::WritableFile> makeFile(PathIndex index) {
+        leveldb::WritableFile* file = nullptr;
+        check(environment_->NewWritableFile(path(index), &file));
+        return std::unique_ptr<leveldb::WritableFile>(file);
+    }
+};
+
 } // namespace
 
-Abilities LevelDbStore::abilities() {
-    return {Ability::Create,       Ability::Attributes, Ability::Exists,   Ability::List,
-            Ability::MoveFile,     Ability::Remove,     Ability::ReadFile, Ability::OverwriteFile,
-            Ability::Append,       Ability::Write,      Ability::Read,     Ability::ChangeTreeInThreads,
-            Ability::LiveInProcess};
-}
-
-std::string LevelDbStore::version() {
-    return std::to_string(leveldb::kMajorVersion) + '.' + std::to_string(leveldb::kMinorVersion);
-}
-
-LevelDbStore::LevelDbStore() : environment_(leveldb::NewMemEnv(leveldb::Env::Default())) {}
-
-void LevelDbStore::prepare(const std::vector<std::string>& paths) {
-    paths_ = paths;
-}
-
-std::unique_ptr<leveldb::WritableFile> LevelDbStore::makeFile(PathIndex path) {
-    leveldb::WritableFile* file = nullptr;
-    check(environment_->NewWritableFile(paths_[path], &file));
-    return std::unique_ptr<leveldb::WritableFile>(file);
-}
-
-void LevelDbStore::createFile(PathIndex path) {
-    makeFile(path);
-}
-
-std::uint64_t LevelDbStore::fileSize(PathIndex path) {
-    std::uint64_t size = 0;
-    check(environment_->GetFileSize(paths_[path], &size));
-    return size;
-}
-
-bool LevelDbStore::exists(PathIndex path) {
-    return environment_->FileExists(paths_[path]);
-}
-
-ListingSummary LevelDbStore::list(PathIndex folder) {
-    ListingSummary summary;
-    std::vector<std::string> names;
-    check(environment_->GetChildren(paths_[folder], &names));
-    for (const std::string& name : names) {
-        summary.add(name.data(), name.size(), EntryKind::File);
-    }
-    return summary;
-}
-
-void LevelDbStore::moveFile(PathIndex from, PathIndex to) {
-    check(environment_->RenameFile(paths_[from], paths_[to]));
-}
-
-void LevelDbStore::removeFile(PathIndex path) {
-    check(environment_->RemoveFile(paths_[path]));
-}
-
-void LevelDbStore::readFile(PathIndex path, char* buffer, std::size_t count) {
-    leveldb::SequentialFile* opened = nullptr;
-    check(environment_->NewSequentialFile(paths_[path], &opened));
-    const std::unique_ptr<leveldb::SequentialFile> file(opened);
-    leveldb::Slice read;
-    check(file->Read(count, &read, buffer));
-    checkComplete(read, count);
-}
-
-void LevelDbStore::overwriteFile(PathIndex path, const char* bytes, std::size_t count) {
-    check(makeFile(path)->Append(leveldb::Slice(bytes, count)));
-}
-
-std::unique_ptr<Stream> LevelDbStore::createStream(PathIndex path, std::uint64_t /*size*/) {
-    return std::make_unique<LevelDbWriter>(makeFile(path));
-}
-
-std::unique_ptr<Stream> LevelDbStore::openToRead(PathIndex path) {
-    leveldb::RandomAccessFile* file = nullptr;
-    check(environment_->NewRandomAccessFile(paths_[path], &file));
-    return std::make_unique<LevelDbReader>(file);
+StoreKind levelDbKind() {
+    return {"leveldb", std::to_string(leveldb::kMajorVersion) + '.' + std::to_string(leveldb::kMinorVersion),
+            allExcept({Ability::MoveFolder, Ability::OverwriteInPlace}),
+            [] { return std::make_unique<LevelDbStore>(); }};
 }
 
 } // namespace storage::benchmark

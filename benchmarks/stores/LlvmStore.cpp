@@ -1,12 +1,15 @@
-#include "benchmarks/stores/LlvmStore.h"
+#include "benchmarks/stores/StoreKind.h"
 
 #include <cstring>
 #include <ctime>
 #include <llvm/Config/llvm-config.h>
 #include <llvm/Support/MemoryBuffer.h>
+#include <llvm/Support/VirtualFileSystem.h>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace storage::benchmark {
 
@@ -79,71 +82,66 @@ private:
     std::uint64_t position_ = 0;
 };
 
+class LlvmStore final : public StringPathStore {
+public:
+    void createFolder(PathIndex index) override {
+        if (!files_.addFile(path(index), std::time(nullptr), llvm::MemoryBuffer::getMemBuffer(""), llvm::None,
+                            llvm::None, llvm::sys::fs::file_type::directory_file)) {
+            throw failure(path(index));
+        }
+    }
+
+    void createFile(PathIndex index) override {
+        if (!files_.addFile(path(index), std::time(nullptr), llvm::MemoryBuffer::getMemBuffer(""))) {
+            throw failure(path(index));
+        }
+    }
+
+    std::uint64_t fileSize(PathIndex index) override { return checked(files_.status(path(index))).getSize(); }
+
+    bool exists(PathIndex index) override { return files_.exists(path(index)); }
+
+    ListingSummary list(PathIndex folder) override {
+        ListingSummary summary;
+        std::error_code error;
+        const std::size_t prefix = path(folder).size() + 1;
+        for (auto entry = files_.dir_begin(path(folder), error); entry != llvm::vfs::directory_iterator();
+             entry.increment(error)) {
+            const llvm::StringRef name = entry->path().drop_front(prefix);
+            summary.add(name.data(), name.size(),
+                        entry->type() == llvm::sys::fs::file_type::directory_file ? EntryKind::Folder
+                                                                                  : EntryKind::File);
+        }
+        if (error) {
+            throw std::system_error(error, "LLVM");
+        }
+        return summary;
+    }
+
+    void readFile(PathIndex index, char* buffer, std::size_t count) override {
+        copy(*bufferOf(files_, path(index)), 0, buffer, count);
+    }
+
+    std::unique_ptr<Stream> createStream(PathIndex index, std::uint64_t size) override {
+        return std::make_unique<LlvmWriter>(files_, path(index), size);
+    }
+
+    std::unique_ptr<Stream> openToRead(PathIndex index) override {
+        return std::make_unique<LlvmReader>(bufferOf(files_, path(index)));
+    }
+
+private:
+    llvm::vfs::InMemoryFileSystem files_{normalizedPaths};
+};
+
 } // namespace
 
-Abilities LlvmStore::abilities() {
-    return {Ability::Create,   Ability::Attributes, Ability::Exists,       Ability::List,
-            Ability::ReadFile, Ability::Read,       Ability::LiveInProcess};
-}
-
-std::string LlvmStore::version() {
-    return LLVM_VERSION_STRING;
-}
-
-LlvmStore::LlvmStore() : files_(normalizedPaths) {}
-
-void LlvmStore::prepare(const std::vector<std::string>& paths) {
-    paths_ = paths;
-}
-
-void LlvmStore::createFolder(PathIndex path) {
-    if (!files_.addFile(paths_[path], std::time(nullptr), llvm::MemoryBuffer::getMemBuffer(""), llvm::None,
-                        llvm::None, llvm::sys::fs::file_type::directory_file)) {
-        throw failure(paths_[path]);
-    }
-}
-
-void LlvmStore::createFile(PathIndex path) {
-    if (!files_.addFile(paths_[path], std::time(nullptr), llvm::MemoryBuffer::getMemBuffer(""))) {
-        throw failure(paths_[path]);
-    }
-}
-
-std::uint64_t LlvmStore::fileSize(PathIndex path) {
-    return checked(files_.status(paths_[path])).getSize();
-}
-
-bool LlvmStore::exists(PathIndex path) {
-    return files_.exists(paths_[path]);
-}
-
-ListingSummary LlvmStore::list(PathIndex folder) {
-    ListingSummary summary;
-    std::error_code error;
-    const std::size_t prefix = paths_[folder].size() + 1;
-    for (auto entry = files_.dir_begin(paths_[folder], error); entry != llvm::vfs::directory_iterator();
-         entry.increment(error)) {
-        const llvm::StringRef name = entry->path().drop_front(prefix);
-        summary.add(name.data(), name.size(),
-                    entry->type() == llvm::sys::fs::file_type::directory_file ? EntryKind::Folder
-                                                                              : EntryKind::File);
-    }
-    if (error) {
-        throw std::system_error(error, "LLVM");
-    }
-    return summary;
-}
-
-void LlvmStore::readFile(PathIndex path, char* buffer, std::size_t count) {
-    copy(*bufferOf(files_, paths_[path]), 0, buffer, count);
-}
-
-std::unique_ptr<Stream> LlvmStore::createStream(PathIndex path, std::uint64_t size) {
-    return std::make_unique<LlvmWriter>(files_, paths_[path], size);
-}
-
-std::unique_ptr<Stream> LlvmStore::openToRead(PathIndex path) {
-    return std::make_unique<LlvmReader>(bufferOf(files_, paths_[path]));
+StoreKind llvmKind() {
+    return {"llvm",
+            LLVM_VERSION_STRING,
+            {Ability::Create, Ability::Attributes, Ability::Exists, Ability::List, Ability::ReadFile,
+             Ability::Read, Ability::LiveInProcess},
+            [] { return std::make_unique<LlvmStore>(); }};
 }
 
 } // namespace storage::benchmark

@@ -1,9 +1,12 @@
-#include "benchmarks/stores/MemcpyStore.h"
+#include "benchmarks/stores/StoreKind.h"
 
-#include <sys/mman.h>
-
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <string>
+#include <sys/mman.h>
+#include <vector>
 
 namespace storage::benchmark {
 
@@ -34,32 +37,40 @@ private:
     std::size_t position_ = 0;
 };
 
+class MemcpyStore final : public Store {
+public:
+    void prepare(const std::vector<std::string>& paths) override { files_.resize(paths.size()); }
+
+    std::unique_ptr<Stream> createStream(PathIndex path, std::uint64_t size) override {
+        const std::size_t allocated = (static_cast<std::size_t>(size) + hugePage - 1) / hugePage * hugePage;
+        files_[path].reset(static_cast<char*>(std::aligned_alloc(hugePage, allocated)));
+        if (!files_[path]) {
+            throw std::bad_alloc();
+        }
+        madvise(files_[path].get(), allocated, MADV_HUGEPAGE);
+        return std::make_unique<MemcpyStream>(files_[path].get());
+    }
+
+    std::unique_ptr<Stream> openToOverwrite(PathIndex path) override { return openToRead(path); }
+
+    std::unique_ptr<Stream> openToRead(PathIndex path) override {
+        return std::make_unique<MemcpyStream>(files_[path].get());
+    }
+
+private:
+    struct Free {
+        void operator()(char* memory) const { std::free(memory); }
+    };
+
+    std::vector<std::unique_ptr<char, Free>> files_;
+};
+
 } // namespace
 
-Abilities MemcpyStore::abilities() {
-    return {Ability::Write, Ability::OverwriteInPlace, Ability::Read};
-}
-
-void MemcpyStore::prepare(const std::vector<std::string>& paths) {
-    files_.resize(paths.size());
-}
-
-std::unique_ptr<Stream> MemcpyStore::createStream(PathIndex path, std::uint64_t size) {
-    const std::size_t allocated = (static_cast<std::size_t>(size) + hugePage - 1) / hugePage * hugePage;
-    files_[path].reset(static_cast<char*>(std::aligned_alloc(hugePage, allocated)));
-    if (!files_[path]) {
-        throw std::bad_alloc();
-    }
-    madvise(files_[path].get(), allocated, MADV_HUGEPAGE);
-    return std::make_unique<MemcpyStream>(files_[path].get());
-}
-
-std::unique_ptr<Stream> MemcpyStore::openToOverwrite(PathIndex path) {
-    return openToRead(path);
-}
-
-std::unique_ptr<Stream> MemcpyStore::openToRead(PathIndex path) {
-    return std::make_unique<MemcpyStream>(files_[path].get());
+StoreKind memcpyKind() {
+    return {"memcpy", "", {Ability::Write, Ability::OverwriteInPlace, Ability::Read}, [] {
+                return std::make_unique<MemcpyStore>();
+            }};
 }
 
 } // namespace storage::benchmark

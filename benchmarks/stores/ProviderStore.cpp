@@ -1,11 +1,15 @@
-#include "benchmarks/stores/ProviderStore.h"
+#include "benchmarks/stores/StoreKind.h"
 
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
+#include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ProviderEntryPoint.h"
 
 #include <dlfcn.h>
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace storage::benchmark {
 
@@ -36,25 +40,12 @@ private:
     std::unique_ptr<ByteStream> stream_;
 };
 
-} // namespace
-
-Abilities ProviderStore::abilities() {
-    return {Ability::Create,        Ability::Attributes,
-            Ability::Exists,        Ability::List,
-            Ability::MoveFile,      Ability::MoveFolder,
-            Ability::Remove,        Ability::ReadFile,
-            Ability::OverwriteFile, Ability::Append,
-            Ability::Write,         Ability::OverwriteInPlace,
-            Ability::Read,          Ability::ChangeTreeInThreads,
-            Ability::LiveInProcess};
-}
-
-std::string ProviderStore::defaultPlugin() {
+std::filesystem::path defaultPlugin() {
     const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     return (folder / QZSTORAGE_DEFAULT_PLUGIN).lexically_normal();
 }
 
-ProviderEntryPoint* ProviderStore::load(const std::string& plugin) {
+ProviderEntryPoint* load(const std::filesystem::path& plugin) {
     void* const library = ::dlopen(std::filesystem::absolute(plugin).c_str(), RTLD_NOW | RTLD_LOCAL);
     void* const entryPoint = library == nullptr ? nullptr : ::dlsym(library, providerEntryPointName);
     if (entryPoint == nullptr) {
@@ -63,76 +54,83 @@ ProviderEntryPoint* ProviderStore::load(const std::string& plugin) {
     return reinterpret_cast<ProviderEntryPoint*>(entryPoint);
 }
 
-ProviderStore::ProviderStore(ProviderEntryPoint* buildProvider) {
-    buildProvider(&provider_);
-}
+class ProviderStore final : public Store {
+public:
+    explicit ProviderStore(ProviderEntryPoint* buildProvider) { buildProvider(&provider_); }
 
-void ProviderStore::prepare(const std::vector<std::string>& paths) {
-    paths_.clear();
-    paths_.reserve(paths.size());
-    for (const std::string& path : paths) {
-        paths_.emplace_back(std::u16string(path.begin(), path.end()));
+    void prepare(const std::vector<std::string>& paths) override {
+        paths_.clear();
+        paths_.reserve(paths.size());
+        for (const std::string& path : paths) {
+            paths_.emplace_back(std::u16string(path.begin(), path.end()));
+        }
     }
-}
 
-void ProviderStore::createFolder(PathIndex path) {
-    provider_->doCreateFolder(paths_[path]);
-}
+    void createFolder(PathIndex path) override { provider_->doCreateFolder(paths_[path]); }
 
-void ProviderStore::createFile(PathIndex path) {
-    provider_->doCreateFile(paths_[path]);
-}
+    void createFile(PathIndex path) override { provider_->doCreateFile(paths_[path]); }
 
-std::uint64_t ProviderStore::fileSize(PathIndex path) {
-    return provider_->doGetFileAttributes(paths_[path]).getSize();
-}
-
-bool ProviderStore::exists(PathIndex path) {
-    return provider_->doFileExists(paths_[path]);
-}
-
-ListingSummary ProviderStore::list(PathIndex folder) {
-    ListingSummary summary;
-    const auto listing = provider_->doListAll(paths_[folder]);
-    while (listing->hasNext()) {
-        listing->step();
-        const FolderEntry entry = listing->getEntry();
-        summary.add(entry.getName().data(), entry.getName().size(),
-                    entry.getType() == FolderEntry::EntryType::Folder ? EntryKind::Folder : EntryKind::File);
+    std::uint64_t fileSize(PathIndex path) override {
+        return provider_->doGetFileAttributes(paths_[path]).getSize();
     }
-    return summary;
-}
 
-void ProviderStore::moveFile(PathIndex from, PathIndex to) {
-    provider_->doMoveFile(paths_[from], paths_[to], ReplacementPolicy::RefuseExisting);
-}
+    bool exists(PathIndex path) override { return provider_->doFileExists(paths_[path]); }
 
-void ProviderStore::moveFolder(PathIndex from, PathIndex to) {
-    provider_->doMoveFolder(paths_[from], paths_[to], ReplacementPolicy::RefuseExisting);
-}
+    ListingSummary list(PathIndex folder) override {
+        ListingSummary summary;
+        const auto listing = provider_->doListAll(paths_[folder]);
+        while (listing->hasNext()) {
+            listing->step();
+            const FolderEntry entry = listing->getEntry();
+            summary.add(entry.getName().data(), entry.getName().size(),
+                        entry.getType() == FolderEntry::EntryType::Folder ? EntryKind::Folder
+                                                                          : EntryKind::File);
+        }
+        return summary;
+    }
 
-void ProviderStore::removeFile(PathIndex path) {
-    provider_->doRemoveFile(paths_[path]);
-}
+    void moveFile(PathIndex from, PathIndex to) override {
+        provider_->doMoveFile(paths_[from], paths_[to], ReplacementPolicy::RefuseExisting);
+    }
 
-void ProviderStore::readFile(PathIndex path, char* buffer, std::size_t count) {
-    readExactly(*provider_->doOpenReadOnlyStream(paths_[path]), buffer, count);
-}
+    void moveFolder(PathIndex from, PathIndex to) override {
+        provider_->doMoveFolder(paths_[from], paths_[to], ReplacementPolicy::RefuseExisting);
+    }
 
-void ProviderStore::overwriteFile(PathIndex path, const char* bytes, std::size_t count) {
-    writeAll(*provider_->doOpenStream(paths_[path], toOverwrite), {bytes, count});
-}
+    void removeFile(PathIndex path) override { provider_->doRemoveFile(paths_[path]); }
 
-std::unique_ptr<Stream> ProviderStore::createStream(PathIndex path, std::uint64_t /*size*/) {
-    return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toMake));
-}
+    void readFile(PathIndex path, char* buffer, std::size_t count) override {
+        readExactly(*provider_->doOpenReadOnlyStream(paths_[path]), buffer, count);
+    }
 
-std::unique_ptr<Stream> ProviderStore::openToOverwrite(PathIndex path) {
-    return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toOverwrite));
-}
+    void overwriteFile(PathIndex path, const char* bytes, std::size_t count) override {
+        writeAll(*provider_->doOpenStream(paths_[path], toOverwrite), {bytes, count});
+    }
 
-std::unique_ptr<Stream> ProviderStore::openToRead(PathIndex path) {
-    return std::make_unique<ProviderStream>(provider_->doOpenReadOnlyStream(paths_[path]));
+    std::unique_ptr<Stream> createStream(PathIndex path, std::uint64_t /*size*/) override {
+        return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toMake));
+    }
+
+    std::unique_ptr<Stream> openToOverwrite(PathIndex path) override {
+        return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toOverwrite));
+    }
+
+    std::unique_ptr<Stream> openToRead(PathIndex path) override {
+        return std::make_unique<ProviderStream>(provider_->doOpenReadOnlyStream(paths_[path]));
+    }
+
+private:
+    std::shared_ptr<IProvider> provider_;
+    std::vector<StorageIRI> paths_;
+};
+
+} // namespace
+
+StoreKind providerKind(const std::filesystem::path& plugin) {
+    return {"provider", QZSTORAGE_VERSION, allExcept({}), [plugin] {
+                static auto* const buildProvider = load(plugin.empty() ? defaultPlugin() : plugin);
+                return std::make_unique<ProviderStore>(buildProvider);
+            }};
 }
 
 } // namespace storage::benchmark

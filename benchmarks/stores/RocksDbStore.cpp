@@ -1,8 +1,12 @@
-#include "benchmarks/stores/RocksDbStore.h"
+#include "benchmarks/stores/StoreKind.h"
 
+#include <memory>
+#include <rocksdb/env.h>
 #include <rocksdb/version.h>
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace storage::benchmark {
 
@@ -66,103 +70,83 @@ private:
     std::uint64_t position_ = 0;
 };
 
+class RocksDbStore final : public StringPathStore {
+public:
+    void createFolder(PathIndex index) override { check(environment_->CreateDir(path(index))); }
+
+    void createFile(PathIndex index) override {
+        std::unique_ptr<rocksdb::WritableFile> file;
+        check(environment_->NewWritableFile(path(index), &file, options_));
+    }
+
+    std::uint64_t fileSize(PathIndex index) override {
+        std::uint64_t size = 0;
+        check(environment_->GetFileSize(path(index), &size));
+        return size;
+    }
+
+    bool exists(PathIndex index) override { return environment_->FileExists(path(index)).ok(); }
+
+    ListingSummary list(PathIndex folder) override {
+        ListingSummary summary;
+        std::vector<std::string> names;
+        check(environment_->GetChildren(path(folder), &names));
+        for (const std::string& name : names) {
+            summary.add(name.data(), name.size(), EntryKind::File);
+        }
+        return summary;
+    }
+
+    void moveFile(PathIndex from, PathIndex to) override {
+        check(environment_->RenameFile(path(from), path(to)));
+    }
+
+    void removeFile(PathIndex index) override { check(environment_->DeleteFile(path(index))); }
+
+    void readFile(PathIndex index, char* buffer, std::size_t count) override {
+        std::unique_ptr<rocksdb::SequentialFile> file;
+        check(environment_->NewSequentialFile(path(index), &file, options_));
+        rocksdb::Slice read;
+        check(file->Read(count, &read, buffer));
+        checkComplete(read, count);
+    }
+
+    void overwriteFile(PathIndex index, const char* bytes, std::size_t count) override {
+        std::unique_ptr<rocksdb::RandomRWFile> file;
+        check(environment_->NewRandomRWFile(path(index), &file, options_));
+        check(file->Write(0, rocksdb::Slice(bytes, count)));
+    }
+
+    std::unique_ptr<Stream> createStream(PathIndex index, std::uint64_t /*size*/) override {
+        std::unique_ptr<rocksdb::WritableFile> file;
+        check(environment_->NewWritableFile(path(index), &file, options_));
+        return std::make_unique<RocksDbWriter>(std::move(file));
+    }
+
+    std::unique_ptr<Stream> openToOverwrite(PathIndex index) override {
+        std::unique_ptr<rocksdb::RandomRWFile> file;
+        check(environment_->NewRandomRWFile(path(index), &file, options_));
+        return std::make_unique<RocksDbOverwriter>(std::move(file));
+    }
+
+    std::unique_ptr<Stream> openToRead(PathIndex index) override {
+        std::unique_ptr<rocksdb::RandomAccessFile> file;
+        check(environment_->NewRandomAccessFile(path(index), &file, options_));
+        return std::make_unique<RocksDbReader>(std::move(file));
+    }
+
+private:
+    const rocksdb::EnvOptions options_;
+    const std::unique_ptr<rocksdb::Env> environment_{rocksdb::NewMemEnv(rocksdb::Env::Default())};
+};
+
 } // namespace
 
-Abilities RocksDbStore::abilities() {
-    return {Ability::Create,
-            Ability::Attributes,
-            Ability::Exists,
-            Ability::List,
-            Ability::MoveFile,
-            Ability::Remove,
-            Ability::ReadFile,
-            Ability::OverwriteFile,
-            Ability::Append,
-            Ability::Write,
-            Ability::Read,
-            Ability::OverwriteInPlace,
-            Ability::ChangeTreeInThreads,
-            Ability::LiveInProcess};
-}
-
-std::string RocksDbStore::version() {
-    return std::to_string(ROCKSDB_MAJOR) + '.' + std::to_string(ROCKSDB_MINOR) + '.' +
-           std::to_string(ROCKSDB_PATCH);
-}
-
-RocksDbStore::RocksDbStore() : environment_(rocksdb::NewMemEnv(rocksdb::Env::Default())) {}
-
-void RocksDbStore::prepare(const std::vector<std::string>& paths) {
-    paths_ = paths;
-}
-
-void RocksDbStore::createFolder(PathIndex path) {
-    check(environment_->CreateDir(paths_[path]));
-}
-
-void RocksDbStore::createFile(PathIndex path) {
-    std::unique_ptr<rocksdb::WritableFile> file;
-    check(environment_->NewWritableFile(paths_[path], &file, options_));
-}
-
-std::uint64_t RocksDbStore::fileSize(PathIndex path) {
-    std::uint64_t size = 0;
-    check(environment_->GetFileSize(paths_[path], &size));
-    return size;
-}
-
-bool RocksDbStore::exists(PathIndex path) {
-    return environment_->FileExists(paths_[path]).ok();
-}
-
-ListingSummary RocksDbStore::list(PathIndex folder) {
-    ListingSummary summary;
-    std::vector<std::string> names;
-    check(environment_->GetChildren(paths_[folder], &names));
-    for (const std::string& name : names) {
-        summary.add(name.data(), name.size(), EntryKind::File);
-    }
-    return summary;
-}
-
-void RocksDbStore::moveFile(PathIndex from, PathIndex to) {
-    check(environment_->RenameFile(paths_[from], paths_[to]));
-}
-
-void RocksDbStore::removeFile(PathIndex path) {
-    check(environment_->DeleteFile(paths_[path]));
-}
-
-void RocksDbStore::readFile(PathIndex path, char* buffer, std::size_t count) {
-    std::unique_ptr<rocksdb::SequentialFile> file;
-    check(environment_->NewSequentialFile(paths_[path], &file, options_));
-    rocksdb::Slice read;
-    check(file->Read(count, &read, buffer));
-    checkComplete(read, count);
-}
-
-void RocksDbStore::overwriteFile(PathIndex path, const char* bytes, std::size_t count) {
-    std::unique_ptr<rocksdb::RandomRWFile> file;
-    check(environment_->NewRandomRWFile(paths_[path], &file, options_));
-    check(file->Write(0, rocksdb::Slice(bytes, count)));
-}
-
-std::unique_ptr<Stream> RocksDbStore::createStream(PathIndex path, std::uint64_t /*size*/) {
-    std::unique_ptr<rocksdb::WritableFile> file;
-    check(environment_->NewWritableFile(paths_[path], &file, options_));
-    return std::make_unique<RocksDbWriter>(std::move(file));
-}
-
-std::unique_ptr<Stream> RocksDbStore::openToOverwrite(PathIndex path) {
-    std::unique_ptr<rocksdb::RandomRWFile> file;
-    check(environment_->NewRandomRWFile(paths_[path], &file, options_));
-    return std::make_unique<RocksDbOverwriter>(std::move(file));
-}
-
-std::unique_ptr<Stream> RocksDbStore::openToRead(PathIndex path) {
-    std::unique_ptr<rocksdb::RandomAccessFile> file;
-    check(environment_->NewRandomAccessFile(paths_[path], &file, options_));
-    return std::make_unique<RocksDbReader>(std::move(file));
+StoreKind rocksDbKind() {
+    return {"rocksdb",
+            std::to_string(ROCKSDB_MAJOR) + '.' + std::to_string(ROCKSDB_MINOR) + '.' +
+                std::to_string(ROCKSDB_PATCH),
+            allExcept({Ability::MoveFolder}), [] { return std::make_unique<RocksDbStore>(); }};
 }
 
 } // namespace storage::benchmark

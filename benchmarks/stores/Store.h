@@ -68,4 +68,16 @@ private:
     }
 };
 
+/// Base of stores whose own paths are strings.
+class StringPathStore : public Store {
+public:
+    void prepare(const std::vector<std::string>& paths) override { paths_ = paths; }
+
+protected:
+    const std::string& path(PathIndex index) const { return paths_[index]; }
+
+private:
+    std::vector<std::string> paths_;
+};
+
 } // namespace storage::benchmark

@@ -1,4 +1,4 @@
-#include "benchmarks/stores/TmpfsStore.h"
+#include "benchmarks/stores/StoreKind.h"
 
 #include "benchmarks/workload/FileStream.h"
 #include "benchmarks/workload/FolderListing.h"
@@ -6,10 +6,14 @@
 
 #include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
+#include <string>
 #include <sys/stat.h>
+#include <sys/utsname.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace storage::benchmark {
 
@@ -17,87 +21,82 @@ namespace {
 
 constexpr mode_t fileMode = 0600;
 
+class TmpfsStore final : public Store {
+public:
+    explicit TmpfsStore(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+    /// Empties the folder. The user of the folder removes what remains after an error.
+    ~TmpfsStore() override {
+        std::error_code ignored;
+        for (const auto& entry : std::filesystem::directory_iterator(folder_, ignored)) {
+            std::filesystem::remove_all(entry.path(), ignored);
+        }
+    }
+
+    void prepare(const std::vector<std::string>& paths) override {
+        paths_.clear();
+        paths_.reserve(paths.size());
+        for (const std::string& path : paths) {
+            paths_.push_back(folder_.string() + path);
+        }
+    }
+
+    void createFolder(PathIndex path) override { checked(::mkdir(paths_[path].c_str(), 0700), "tmpfs"); }
+
+    void createFile(PathIndex path) override {
+        checked(::mknod(paths_[path].c_str(), S_IFREG | fileMode, 0), "tmpfs");
+    }
+
+    std::uint64_t fileSize(PathIndex path) override {
+        struct stat attributes;
+        checked(::stat(paths_[path].c_str(), &attributes), "tmpfs");
+        return static_cast<std::uint64_t>(attributes.st_size);
+    }
+
+    bool exists(PathIndex path) override { return ::access(paths_[path].c_str(), F_OK) == 0; }
+
+    ListingSummary list(PathIndex folder) override { return listFolder(paths_[folder].c_str()); }
+
+    void moveFile(PathIndex from, PathIndex to) override {
+        checked(std::rename(paths_[from].c_str(), paths_[to].c_str()), "tmpfs");
+    }
+
+    void moveFolder(PathIndex from, PathIndex to) override { moveFile(from, to); }
+
+    void removeFile(PathIndex path) override { checked(::unlink(paths_[path].c_str()), "tmpfs"); }
+
+    void readFile(PathIndex path, char* buffer, std::size_t count) override {
+        FileStream(paths_[path].c_str(), O_RDONLY).read(buffer, count);
+    }
+
+    void overwriteFile(PathIndex path, const char* bytes, std::size_t count) override {
+        FileStream(paths_[path].c_str(), O_WRONLY).write(bytes, count);
+    }
+
+    std::unique_ptr<Stream> createStream(PathIndex path, std::uint64_t /*size*/) override {
+        return std::make_unique<FileStream>(paths_[path].c_str(), O_RDWR | O_CREAT | O_TRUNC);
+    }
+
+    std::unique_ptr<Stream> openToOverwrite(PathIndex path) override {
+        return std::make_unique<FileStream>(paths_[path].c_str(), O_RDWR);
+    }
+
+    std::unique_ptr<Stream> openToRead(PathIndex path) override {
+        return std::make_unique<FileStream>(paths_[path].c_str(), O_RDONLY);
+    }
+
+private:
+    std::filesystem::path folder_;
+    std::vector<std::string> paths_;
+};
+
 } // namespace
 
-Abilities TmpfsStore::abilities() {
-    return {Ability::Create,        Ability::Attributes,
-            Ability::Exists,        Ability::List,
-            Ability::MoveFile,      Ability::MoveFolder,
-            Ability::Remove,        Ability::ReadFile,
-            Ability::OverwriteFile, Ability::Append,
-            Ability::Write,         Ability::OverwriteInPlace,
-            Ability::Read,          Ability::ChangeTreeInThreads};
-}
-
-TmpfsStore::TmpfsStore(std::filesystem::path folder) : folder_(std::move(folder)) {}
-
-TmpfsStore::~TmpfsStore() {
-    std::error_code ignored; // the program cleans up what remains
-    for (const auto& entry : std::filesystem::directory_iterator(folder_, ignored)) {
-        std::filesystem::remove_all(entry.path(), ignored);
-    }
-}
-
-void TmpfsStore::prepare(const std::vector<std::string>& paths) {
-    paths_.clear();
-    paths_.reserve(paths.size());
-    for (const std::string& path : paths) {
-        paths_.push_back(folder_.string() + path);
-    }
-}
-
-void TmpfsStore::createFolder(PathIndex path) {
-    checked(::mkdir(paths_[path].c_str(), 0700), "tmpfs");
-}
-
-void TmpfsStore::createFile(PathIndex path) {
-    checked(::mknod(paths_[path].c_str(), S_IFREG | fileMode, 0), "tmpfs");
-}
-
-std::uint64_t TmpfsStore::fileSize(PathIndex path) {
-    struct stat attributes;
-    checked(::stat(paths_[path].c_str(), &attributes), "tmpfs");
-    return static_cast<std::uint64_t>(attributes.st_size);
-}
-
-bool TmpfsStore::exists(PathIndex path) {
-    return ::access(paths_[path].c_str(), F_OK) == 0;
-}
-
-ListingSummary TmpfsStore::list(PathIndex folder) {
-    return listFolder(paths_[folder].c_str());
-}
-
-void TmpfsStore::moveFile(PathIndex from, PathIndex to) {
-    checked(std::rename(paths_[from].c_str(), paths_[to].c_str()), "tmpfs");
-}
-
-void TmpfsStore::moveFolder(PathIndex from, PathIndex to) {
-    moveFile(from, to);
-}
-
-void TmpfsStore::removeFile(PathIndex path) {
-    checked(::unlink(paths_[path].c_str()), "tmpfs");
-}
-
-void TmpfsStore::readFile(PathIndex path, char* buffer, std::size_t count) {
-    FileStream(paths_[path].c_str(), O_RDONLY).read(buffer, count);
-}
-
-void TmpfsStore::overwriteFile(PathIndex path, const char* bytes, std::size_t count) {
-    FileStream(paths_[path].c_str(), O_WRONLY).write(bytes, count);
-}
-
-std::unique_ptr<Stream> TmpfsStore::createStream(PathIndex path, std::uint64_t /*size*/) {
-    return std::make_unique<FileStream>(paths_[path].c_str(), O_RDWR | O_CREAT | O_TRUNC);
-}
-
-std::unique_ptr<Stream> TmpfsStore::openToOverwrite(PathIndex path) {
-    return std::make_unique<FileStream>(paths_[path].c_str(), O_RDWR);
-}
-
-std::unique_ptr<Stream> TmpfsStore::openToRead(PathIndex path) {
-    return std::make_unique<FileStream>(paths_[path].c_str(), O_RDONLY);
+StoreKind tmpfsKind(const std::filesystem::path& folder) {
+    utsname names{};
+    ::uname(&names);
+    return {"tmpfs", std::string(names.sysname) + ' ' + names.release, allExcept({Ability::LiveInProcess}),
+            [folder] { return std::make_unique<TmpfsStore>(folder); }};
 }
 
 } // namespace storage::benchmark

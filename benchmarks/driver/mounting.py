@@ -1,0 +1,98 @@
+"""Places for the jobs: a folder on a tmpfs, and folders served by other processes."""
+
+import contextlib
+import dataclasses
+import os
+import pathlib
+import select
+import signal
+import subprocess
+import sys
+import time
+
+import load
+import turns
+
+LONGEST_END = 20  # seconds
+LONGEST_WAIT = 20
+MOST_BUSY_SECONDS = 0.02
+
+
+@dataclasses.dataclass
+class PlaceKind(turns.Contender):
+    mount_command: tuple = ()  # without the mount point; empty for a plain folder on a tmpfs
+
+
+def server_of(mount_point):
+    """The process of a server in the background: the one with the unique mount point as an argument."""
+    for process in filter(str.isdigit, os.listdir("/proc")):
+        with contextlib.suppress(OSError):
+            if os.fsencode(mount_point) in pathlib.Path(f"/proc/{process}/cmdline").read_bytes().split(b"\0"):
+                return int(process)
+    raise RuntimeError(f"no process serves {mount_point}")
+
+
+def unmount(mount_point):
+    command = ["fusermount3", "-q", "-u", mount_point]
+    if subprocess.run(command, check=False).returncode != 0:
+        print(f"{mount_point}: its mount is still in use", file=sys.stderr)
+        subprocess.run([*command, "-z"], check=False)
+
+
+@contextlib.contextmanager
+def mounted(command, mount_point):
+    """Mounts in the background. Ends the mount, then the server; yields the server's process."""
+    try:
+        subprocess.run([*command, mount_point], check=True)
+        server = server_of(mount_point)
+        handle = os.pidfd_open(server)
+    except BaseException:
+        unmount(mount_point)
+        raise
+    try:
+        yield server
+    finally:
+        unmount(mount_point)
+        if not select.select([handle], [], [], LONGEST_END)[0]:
+            print(f"{command[0]}: still runs without its mount, and is killed", file=sys.stderr)
+            signal.pidfd_send_signal(handle, signal.SIGKILL)
+        os.close(handle)
+
+
+@contextlib.contextmanager
+def place(kind, room):
+    """An empty folder for one job, and the process of its server, which may be None. Owns the content of `room`."""
+    folder = room / "folder"
+    folder.mkdir()
+    backing(room).mkdir()
+    try:
+        if kind.mount_command:
+            with mounted(kind.mount_command, folder) as server:
+                yield folder, server
+        else:
+            yield folder, None
+    finally:
+        turns.clear(room)
+
+
+def backing(room):
+    """The folder that a pass-through file system exports."""
+    return room / "backing"
+
+
+class QuietMachine:
+    """Waits until the processors are idle, within a limit for all waits together."""
+
+    def __init__(self, patience):
+        self.patience = patience
+
+    def wait(self):
+        start = time.monotonic()
+        limit = min(self.patience, LONGEST_WAIT)
+        while True:
+            before = sum(load.processor_times())
+            time.sleep(0.2)
+            waited = time.monotonic() - start
+            if sum(load.processor_times()) - before <= MOST_BUSY_SECONDS or waited >= limit:
+                break
+        self.patience = max(0, self.patience - waited)

@@ -1,0 +1,108 @@
+#!/usr/bin/env -S python3 -B
+"""Measures the in-memory storage plug-in beside other in-memory file systems.
+
+Each repetition of a scenario runs in a process of its own, the stores in turn. Every result is verified."""
+
+import sys
+import time
+
+import load
+import report
+import turns
+from report import RowKind
+
+STORES = [
+    turns.Contender("provider", "plug-in", "plug-in"),
+    turns.Contender("tmpfs", "tmpfs", "peer"),
+    turns.Contender("rocksdb", "RocksDB", "peer"),
+    turns.Contender("leveldb", "LevelDB", "peer"),
+    turns.Contender("llvm", "LLVM", "peer"),
+    turns.Contender("floor", "hash map", "floor"),
+    turns.Contender("memcpy", "memcpy", "limit"),
+]
+
+KINDS = [
+    RowKind("create", "ns", 0),
+    RowKind("attributes", "ns", 0),
+    RowKind("missing", "ns", 0),
+    RowKind("create, write, release", "ns", 0),
+    RowKind("open, read, release", "ns", 0),
+    RowKind("open, overwrite, release", "ns", 0),
+    RowKind("append", "ns", 1),
+    RowKind("write", "GB/s", 2, True),
+    RowKind("overwrite", "GB/s", 1, True),
+    RowKind("read", "GB/s", 1, True),
+    RowKind("random read", "ns", 0),
+    RowKind("list", "ns per entry", 1),
+    RowKind("move file inside", "ns", 0),
+    RowKind("move file between", "ns", 0),
+    # The contract requires new nodes for all moved entries. Peers keep the nodes when they move a folder.
+    RowKind("move folder", "ns per descendant", 1, rivals="floor"),
+    RowKind("remove in order", "ns", 0),
+    RowKind("remove at random", "ns", 0),
+    RowKind("two threads in the tree, total", "M/s", 2, True),
+    RowKind("two threads in the tree, gain", "", 2, True),
+    RowKind("two threads reading, total", "M/s", 2, True),
+    RowKind("two threads reading, gain", "", 2, True),
+    RowKind("memory", "bytes per file", 0),
+]
+
+
+def ratio_text(row):
+    if not row.ratio:
+        return "-"
+    text = f"{row.ratio:.2f} ({row.rival.title})"
+    return f"**{text}**" if row.ratio < 1 else text
+
+
+def cell_text(row, store):
+    cell = row.cells.get(store.id)
+    return f"{'' if cell.quiet else '~'}{cell.median:.{row.kind.decimals}f}" if cell else "-"
+
+
+def table_of(rows, stores):
+    table = report.markdown_row(["row", "of", "unit", *(store.title for store in stores), "ratio"])
+    table += "|---|---|---|" + "--:|" * len(stores) + "---|\n"
+    for row in rows:
+        cells = [cell_text(row, store) for store in stores]
+        table += report.markdown_row([row.kind.name, row.variant, row.kind.unit, *cells, ratio_text(row)])
+    return table
+
+
+def main():
+    parser = turns.option_parser(__doc__)
+    parser.add_argument("--plugin", help="the plug-in's shared library")
+    parser.add_argument("program", help="the program of the scenarios")
+    options = turns.parse(parser)
+    start = time.monotonic()
+    with turns.tmpfs_folder() as tmpfs:
+        if not tmpfs:
+            print("no tmpfs with enough space: left out", file=sys.stderr)
+        program = turns.Program(options.program, [
+            *(["--short"] if options.short else []), *([f"--plugin={options.plugin}"] if options.plugin else []),
+            *([f"--tmpfs={tmpfs}"] if tmpfs else [])])
+
+        def measure(scenario, store):
+            meter = load.LoadMeter()
+            try:
+                return program.run(f"{scenario}/{store.id}"), meter.load()
+            finally:
+                turns.clear(tmpfs)
+
+        scenarios = turns.select(program.benchmarks(), STORES, options)
+        repetitions, failures = turns.take_turns(scenarios, options.repetitions, options.repetitions, measure)
+    stores = [each for each in STORES if any(each in selected for selected in scenarios.values())]
+    for store in stores:
+        store.version = program.context.get(f"version of {store.id}", "")
+    rows = report.summarize(KINDS, repetitions, stores)
+    run = report.describe_run("scripts/benchmark", program.context)
+    table = table_of(rows, stores) + report.notes(run, repetitions)
+    print(table, end="")
+    if options.write:
+        report.write_all(options.write, table, run, rows, repetitions, stores)
+    print(f"{len(repetitions) + failures} repetitions in {time.monotonic() - start:.0f} s, {failures} failed")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    turns.exit_with(main)

@@ -1,0 +1,155 @@
+"""Runs the benchmarks of a program, each repetition in its own process, the contenders in turn."""
+
+import argparse
+import collections
+import contextlib
+import dataclasses
+import fnmatch
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+
+import load
+
+ROOM_REQUIRED = 3 << 30
+
+
+@dataclasses.dataclass
+class Contender:
+    id: str  # in options and results
+    title: str  # in tables
+    role: str  # plug-in, peer, floor (the minimum cost of a tree) or limit (a bound that no file system can exceed)
+    version: str = ""
+
+
+@dataclasses.dataclass
+class Repetition:
+    scenario: str
+    contender: str
+    number: int
+    load: load.Load
+    rows: dict  # values by row and variant
+
+    def is_noisy(self):
+        return self.load.is_noisy()
+
+
+def option_parser(description):
+    parser = argparse.ArgumentParser(
+        description=description, allow_abbrev=False,
+        epilog="Exit status: 0 success, 1 a result was wrong or a contender failed, 2 wrong usage, 130 interrupted.")
+    parser.add_argument("--short", action="store_true", help="small sizes and one repetition, to test that all works")
+    parser.add_argument("--repetitions", type=int, metavar="N", help="of each scenario with each contender (5)")
+    parser.add_argument("--only", default="*", metavar="GLOB", help="run the scenarios whose name matches")
+    parser.add_argument("--contenders", type=lambda text: text.split(","), metavar="ID,...", help="run these only")
+    parser.add_argument("--write", type=pathlib.Path, metavar="FOLDER",
+                        help="write table, results.jsonl, runs.jsonl and the data of the plots into this folder")
+    return parser
+
+
+def parse(parser):
+    options = parser.parse_args()
+    options.repetitions = options.repetitions or (1 if options.short else 5)
+    return options
+
+
+class Program:
+    """A program of Google Benchmark. Its benchmarks are named SCENARIO/CONTENDER; their counters ROW|VARIANT."""
+
+    def __init__(self, path, arguments):
+        self.command = [path, *arguments]
+        self.context = {}
+
+    def run_with(self, *arguments):
+        return subprocess.run([*self.command, *arguments], stdout=subprocess.PIPE, check=True, text=True).stdout
+
+    def benchmarks(self):
+        """The contenders of each scenario, in the order of registration."""
+        found = collections.defaultdict(list)
+        for line in self.run_with("--benchmark_list_tests").splitlines():
+            scenario, contender = line.split("/")[:2]
+            found[scenario].append(contender)
+        return found
+
+    def run(self, name, *arguments):
+        """Runs a benchmark in a new process and returns its rows."""
+        output = json.loads(self.run_with(f"--benchmark_filter=^{name}/", "--benchmark_format=json", *arguments))
+        self.context = output["context"]
+        (benchmark,) = output["benchmarks"]
+        if benchmark.get("error_occurred"):
+            raise RuntimeError(benchmark["error_message"])
+        return {tuple(key.split("|")): value for key, value in benchmark.items() if "|" in key}
+
+
+def select(scenarios, contenders, options):
+    """The contenders of each scenario that the options select."""
+    wanted = [each for each in contenders if not options.contenders or each.id in options.contenders]
+    unknown = set(options.contenders or []) - {each.id for each in wanted}
+    names = fnmatch.filter(scenarios, options.only)
+    if unknown or not names:
+        sys.exit(f"{', '.join(sorted(unknown)) or options.only}: not available here")
+    return {name: [each for each in wanted if each.id in scenarios[name]] for name in names}
+
+
+def take_turns(scenarios, repetitions, most_rounds, measure):
+    """Runs every scenario with its contenders, beginning each round with another contender. Returns the repetitions and
+    the number of failures. If `most_rounds` exceeds `repetitions`, noisy repetitions are repeated up to that number.
+
+    measure(scenario, contender) returns rows and load."""
+    done, failures = [], 0
+    quiet = collections.Counter()
+    for number in range(most_rounds):
+        for place, (scenario, contenders) in enumerate(scenarios.items()):
+            first = (number + place) % max(1, len(contenders))
+            for contender in contenders[first:] + contenders[:first]:
+                if number >= repetitions and quiet[scenario, contender.id] >= repetitions:
+                    continue
+                show_progress(f"round {number + 1}: {scenario}, {contender.title}")
+                try:
+                    rows, used = measure(scenario, contender)
+                except (RuntimeError, OSError, ValueError, subprocess.CalledProcessError) as error:
+                    print(f"{scenario}, {contender.title}: {error}", file=sys.stderr)
+                    failures += 1
+                    continue
+                done.append(Repetition(scenario, contender.id, number, used, rows))
+                quiet[scenario, contender.id] += not used.is_noisy()
+    show_progress("")
+    return done, failures
+
+
+def show_progress(text):
+    if sys.stderr.isatty():
+        print(f"\r\x1b[K{text}", end="", file=sys.stderr, flush=True)
+
+
+@contextlib.contextmanager
+def tmpfs_folder():
+    """A new folder on a tmpfs with enough space; None if there is none."""
+    for parent in ("/dev/shm", "/tmp", "/run"):
+        kind = subprocess.run(["stat", "-fc", "%T", parent], capture_output=True, text=True, check=False).stdout.strip()
+        if kind == "tmpfs" and os.access(parent, os.W_OK) and shutil.disk_usage(parent).free >= ROOM_REQUIRED:
+            with tempfile.TemporaryDirectory(prefix="qzstorage-", dir=parent, ignore_cleanup_errors=True) as folder:
+                yield pathlib.Path(folder)
+            return
+    yield None
+
+
+def clear(folder):
+    """Removes the content of a folder."""
+    for entry in folder.iterdir() if folder else ():
+        shutil.rmtree(entry) if entry.is_dir() and not entry.is_symlink() else entry.unlink()
+
+
+def exit_with(main):
+    """Runs `main` and exits with its status. Termination signals interrupt it."""
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, signal.default_int_handler)
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt:
+        sys.exit(130)
