@@ -33,8 +33,8 @@ private:
     std::jthread thread_;
 };
 
-void registerAll(Form form, const std::vector<StoreKind>& kinds) {
-    for (const Scenario& scenario : scenarioTable(form)) {
+void registerAll(const std::vector<Scenario>& scenarios, const std::vector<StoreKind>& kinds) {
+    for (const Scenario& scenario : scenarios) {
         for (const StoreKind& kind : kinds) {
             if (std::ranges::includes(kind.abilities, scenario.required)) {
                 registerScenario(scenario.name + '/' + kind.id,
@@ -46,6 +46,7 @@ void registerAll(Form form, const std::vector<StoreKind>& kinds) {
 
 int runProgram(int argc, char** argv) {
     bool isShort = false;
+    unsigned mostThreads = std::thread::hardware_concurrency();
     std::string plugin;
     std::string tmpfsFolder;
     CLI::App app(
@@ -53,6 +54,7 @@ int runProgram(int argc, char** argv) {
         "For figures use scripts/benchmark, which runs each repetition in its own process.");
     app.footer("All other options are those of Google Benchmark, such as --benchmark_filter=REGEX.");
     app.add_flag("--short", isShort, "Small sizes, to test that all works");
+    app.add_option("--threads", mostThreads, "Threads at most (the processors)")->type_name("N");
     app.add_option("--plugin", plugin, "The plug-in's shared library")->type_name("PATH");
     app.add_option("--tmpfs", tmpfsFolder, "An empty folder on a tmpfs")->type_name("FOLDER");
     app.allow_extras();
@@ -61,7 +63,7 @@ int runProgram(int argc, char** argv) {
     for (const StoreKind& kind : kinds) {
         ::benchmark::AddCustomContext("version of " + kind.id, kind.version);
     }
-    registerAll(isShort ? Form::Short : Form::Full, kinds);
+    registerAll(scenarioTable(isShort ? Form::Short : Form::Full, mostThreads), kinds);
     const IdleThread secondThread;
     return runBenchmarks(argv[0], app.remaining());
 }

@@ -44,7 +44,11 @@ KINDS = [
     RowKind("two threads in the tree, gain", "", 2, True),
     RowKind("two threads reading, total", "M/s", 2, True),
     RowKind("two threads reading, gain", "", 2, True),
+    *(RowKind(name, "M/s", 2, True) for name in (
+        "look-ups in one folder", "look-ups in many folders", "creations in many folders", "95 % look-ups, 5 % changes")),
     RowKind("memory", "bytes per file", 0),
+    *(RowKind(f"{operation} in a growing folder, {quantile}", "ns", 0)
+      for operation in ("create", "look up", "remove") for quantile in ("p50", "p99", "p99.99", "max")),
 ]
 
 
@@ -72,6 +76,7 @@ def table_of(rows, stores):
 def main():
     parser = turns.option_parser(__doc__)
     parser.add_argument("--plugin", help="the plug-in's shared library")
+    parser.add_argument("--threads", metavar="N", help="threads at most (the processors)")
     parser.add_argument("program", help="the program of the scenarios")
     options = turns.parse(parser)
     start = time.monotonic()
@@ -80,7 +85,7 @@ def main():
             print("no tmpfs with enough space: left out", file=sys.stderr)
         program = turns.Program(options.program, [
             *(["--short"] if options.short else []), *([f"--plugin={options.plugin}"] if options.plugin else []),
-            *([f"--tmpfs={tmpfs}"] if tmpfs else [])])
+            *([f"--threads={options.threads}"] if options.threads else []), *([f"--tmpfs={tmpfs}"] if tmpfs else [])])
 
         def measure(scenario, store):
             meter = load.LoadMeter()

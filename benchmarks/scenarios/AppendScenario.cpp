@@ -22,22 +22,33 @@ void verify(Store& store, PatternedBlock& block, std::uint32_t writes) {
     }
 }
 
-void run(const StoreKind& kind, std::uint32_t writes, Rows& rows) {
-    const auto store = kind.build();
+void runAppends(const StoreKind& kind, std::uint32_t writes, Rows& rows) {
+    const std::uint64_t size = std::uint64_t{writes} * writeSize;
     PatternedBlock block(64);
-    store->prepare({"/file"});
-    auto stream = store->createStream(file, std::uint64_t{writes} * writeSize);
-    const Timing timing = measure(
-        writes, withoutBudget, [&](std::size_t i) { stream->write(block.stamped(i, writeSize), writeSize); });
-    stream.reset();
-    rows.addCost("append", "64 bytes", timing);
-    verify(*store, block, writes);
+    const auto append = [&](const std::string& variant, bool inAppendMode) {
+        const auto store = kind.build();
+        store->prepare({"/file"});
+        auto stream = store->createStream(file, size);
+        if (inAppendMode) {
+            stream = store->openToAppend(file);
+        }
+        const Timing timing = measure(writes, withoutBudget, [&](std::size_t i) {
+            stream->write(block.stamped(i, writeSize), writeSize);
+        });
+        stream.reset();
+        rows.addCost("append", variant, timing);
+        verify(*store, block, writes);
+    };
+    append("64 bytes, at the position", false);
+    append("64 bytes, append mode", true);
 }
 
 } // namespace
 
 Scenario appendScenario(std::uint32_t writes) {
-    return {"append", {Ability::Append}, [=](const StoreKind& kind, Rows& rows) { run(kind, writes, rows); }};
+    return {"append", {Ability::Append}, [=](const StoreKind& kind, Rows& rows) {
+                runAppends(kind, writes, rows);
+            }};
 }
 
 } // namespace storage::benchmark

@@ -28,15 +28,19 @@ Scenario folderScenario(const std::string& variant, std::uint32_t count);
 /// process, so that the heap contains nothing but these files.
 Scenario removalScenario(const std::string& variant, std::uint32_t count);
 
-/// Many folders with a few files each. All paths are long and have long common prefixes.
+/// Many folders with a few files each. All paths have 60 characters and long common prefixes.
 Scenario treeScenario(std::uint32_t folders);
+
+/// The same with paths of 40 to 60 characters. The files are created in random order.
+Scenario longPathsScenario(std::uint32_t folders);
 
 /// Reads and overwrites small files of one size. Each operation opens and closes a file.
 /// @param variant  name of the size in the rows
 Scenario smallFilesScenario(const std::string& variant, std::size_t fileSize, std::uint32_t files,
                             std::uint32_t operations);
 
-/// Small sequential writes through one stream.
+/// Small sequential writes through one stream: at its position, which is the end, and in append mode. Stores with
+/// one kind of writer use it for both.
 Scenario appendScenario(std::uint32_t writes);
 
 /// Writes, overwrites and reads files of one size in blocks of 64 KiB. The total number of bytes is the same
@@ -61,7 +65,17 @@ Scenario readingThreadsScenario(double seconds);
 Scenario memoryScenario(const std::string& variant, const std::string& namePrefix, std::uint32_t files,
                         std::size_t fileSize);
 
+/// Times each creation, look-up and removal in one folder on its own, for the distribution of latencies. The
+/// folder grows to `count` files.
+Scenario growingFolderScenario(const std::string& variant, std::uint32_t count);
+
+/// Look-ups, creations, and a mixture of look-ups and changes, by some threads at once.
+/// @param lookUps    of each thread, a multiple of 40; as many operations are mixed
+/// @param creations  of each thread
+Scenario coresScenario(unsigned threads, std::uint32_t lookUps, std::uint32_t creations);
+
 /// Every scenario, in the order of the result table.
-std::vector<Scenario> scenarioTable(Form form);
+/// @param mostThreads  of the scenarios whose number of threads varies
+std::vector<Scenario> scenarioTable(Form form, unsigned mostThreads);
 
 } // namespace storage::benchmark

@@ -13,14 +13,33 @@ namespace storage::benchmark {
 namespace {
 
 constexpr std::uint32_t filesInFolder = 100;
-constexpr std::size_t pathLength = 60;
 constexpr double queryBudget = 0.4; // look-ups and listings are linear in the tree's size in some stores
-constexpr std::string_view top = "/home/build/projects/products/sources";
+/// Names and order of the files in a tree. A value.
+struct TreeKind {
+    const char* variant;
+    std::string_view top;
+    bool inRandomOrder; ///< whether the files are created in random order
+    std::size_t shortestPath;
+    std::size_t longestPath;
+    std::string (*nameOf)(std::uint32_t number, bool missing);
+};
+
+std::string equalName(std::uint32_t number, bool missing) {
+    return fmt::format("sourc{}-{:03}", missing ? 'f' : 'e', number);
+}
+
+std::string variedName(std::uint32_t number, bool missing) {
+    constexpr std::string_view longestEnd = "-source-with-a-long-name";
+    return fmt::format("{}{:02}{}", missing ? 'f' : 'e', number, longestEnd.substr(0, 4 + number % 21));
+}
+
+constexpr TreeKind equalPaths{"tree", "/home/build/projects/products/sources", false, 60, 60, equalName};
+constexpr TreeKind variedPaths{"long paths", "/home/build/projects", true, 40, 60, variedName};
 
 /// One run: the tree and its store.
 class TreeRun {
 public:
-    TreeRun(const StoreKind& kind, std::uint32_t folders, Rows& rows);
+    TreeRun(const StoreKind& kind, const TreeKind& tree, std::uint32_t folders, Rows& rows);
 
     void create();
     void attributes();
@@ -29,7 +48,9 @@ public:
 
 private:
     std::uint32_t fileCount() const { return folderCount_ * filesInFolder; }
+    PathIndex addFiles(bool missing);
 
+    const TreeKind& tree_;
     const std::uint32_t folderCount_;
     Rows& rows_;
     PathList paths_;
@@ -40,25 +61,35 @@ private:
     std::unique_ptr<Store> store_;
 };
 
-TreeRun::TreeRun(const StoreKind& kind, std::uint32_t folders, Rows& rows)
-    : folderCount_(folders), rows_(rows), order_(randomOrder(fileCount())), store_(kind.build()) {
-    for (std::size_t end = top.find('/', 1); end != std::string_view::npos; end = top.find('/', end + 1)) {
-        paths_.add(std::string(top.substr(0, end)));
+TreeRun::TreeRun(const StoreKind& kind, const TreeKind& tree, std::uint32_t folders, Rows& rows)
+    : tree_(tree),
+      folderCount_(folders),
+      rows_(rows),
+      order_(randomOrder(fileCount())),
+      store_(kind.build()) {
+    for (std::size_t end = tree.top.find('/', 1); end != std::string_view::npos;
+         end = tree.top.find('/', end + 1)) {
+        paths_.add(std::string(tree.top.substr(0, end)));
     }
-    folders_ = paths_.add(std::string(top)) + 1;
+    folders_ = paths_.add(std::string(tree.top)) + 1;
     for (std::uint32_t i = 0; i < folderCount_; ++i) {
-        paths_.add(fmt::format("{}/folder-{:04}", top, i));
+        paths_.add(fmt::format("{}/folder-{:04}", tree.top, i));
     }
-    files_ = folders_ + folderCount_;
-    for (std::uint32_t i = 0; i < fileCount(); ++i) {
-        paths_.add(fmt::format("{}/folder-{:04}/source-{:03}", top, i / filesInFolder, i % filesInFolder));
-    }
-    missing_ = files_ + fileCount();
-    for (std::uint32_t i = 0; i < fileCount(); ++i) {
-        paths_.add(fmt::format("{}/folder-{:04}/sourcf-{:03}", top, i / filesInFolder, i % filesInFolder));
-    }
-    expectEqual(paths_[files_].size(), pathLength, "the length of a path");
+    files_ = addFiles(false);
+    missing_ = addFiles(true);
     store_->prepare(paths_.all());
+}
+
+PathIndex TreeRun::addFiles(bool missing) {
+    const auto first = static_cast<PathIndex>(paths_.all().size());
+    for (std::uint32_t i = 0; i < fileCount(); ++i) {
+        const PathIndex file =
+            paths_.add(paths_[folders_ + i / filesInFolder] + '/' + tree_.nameOf(i % filesInFolder, missing));
+        const std::size_t length = paths_[file].size();
+        expectTrue(tree_.shortestPath <= length && length <= tree_.longestPath,
+                   "a path has the length of its kind");
+    }
+    return first;
 }
 
 void TreeRun::create() {
@@ -67,20 +98,23 @@ void TreeRun::create() {
     }
     Timing timing = measure(folderCount_, withoutBudget, [&](std::size_t folder) {
         store_->createFolder(folders_ + static_cast<PathIndex>(folder));
-        const PathIndex first = files_ + static_cast<PathIndex>(folder) * filesInFolder;
-        for (PathIndex file = first; file < first + filesInFolder; ++file) {
-            store_->createFile(file);
+        for (std::uint32_t i = 0; i < filesInFolder && !tree_.inRandomOrder; ++i) {
+            store_->createFile(files_ + static_cast<PathIndex>(folder) * filesInFolder + i);
         }
     });
+    if (tree_.inRandomOrder) {
+        timing += measure(fileCount(), withoutBudget,
+                          [&](std::size_t i) { store_->createFile(files_ + order_[i]); });
+    }
     timing.operations = folderCount_ + fileCount();
-    rows_.addCost("create", "tree", timing);
+    rows_.addCost("create", tree_.variant, timing);
 }
 
 void TreeRun::attributes() {
     std::uint64_t sizes = 0;
     const Timing timing = measure(fileCount(), withoutBudget,
                                   [&](std::size_t i) { sizes += store_->fileSize(files_ + order_[i]); });
-    rows_.addCost("attributes", "tree", timing);
+    rows_.addCost("attributes", tree_.variant, timing);
     expectEqual(sizes, 0, "the sum of the sizes of empty files");
 }
 
@@ -89,7 +123,7 @@ void TreeRun::missing() {
     const Timing timing = measure(fileCount(), queryBudget, [&](std::size_t i) {
         found += store_->exists(missing_ + order_[i]) ? 1 : 0;
     });
-    rows_.addCost("missing", "tree", timing);
+    rows_.addCost("missing", tree_.variant, timing);
     expectEqual(found, 0, "missing names that were found");
 }
 
@@ -104,20 +138,28 @@ void TreeRun::list() {
         wrong += store_->list(folders_ + order_[i] % folderCount_) == expected ? 0 : 1;
     });
     timing.operations *= filesInFolder;
-    rows_.addCost("list", "tree", timing);
+    rows_.addCost("list", tree_.variant, timing);
     expectEqual(wrong, 0, "listings that lack names");
 }
 
-} // namespace
-
-Scenario treeScenario(std::uint32_t folders) {
-    return {"tree", {Ability::Create}, [=](const StoreKind& kind, Rows& rows) {
-                TreeRun run(kind, folders, rows);
+Scenario scenarioOf(const std::string& name, const TreeKind& tree, std::uint32_t folders) {
+    return {name, {Ability::Create}, [&tree, folders](const StoreKind& kind, Rows& rows) {
+                TreeRun run(kind, tree, folders, rows);
                 run.create();
                 run.attributes();
                 run.missing();
                 run.list();
             }};
+}
+
+} // namespace
+
+Scenario treeScenario(std::uint32_t folders) {
+    return scenarioOf("tree", equalPaths, folders);
+}
+
+Scenario longPathsScenario(std::uint32_t folders) {
+    return scenarioOf("long-paths", variedPaths, folders);
 }
 
 } // namespace storage::benchmark

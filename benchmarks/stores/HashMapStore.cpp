@@ -47,7 +47,8 @@ struct Node {
 
 class NodeStream final : public Stream {
 public:
-    NodeStream(std::mutex& mutex, Node& node) : mutex_(mutex), node_(node) {
+    NodeStream(std::mutex& mutex, Node& node, std::size_t position = 0)
+        : mutex_(mutex), node_(node), position_(position) {
         if (!node_.content) {
             node_.content = std::make_unique<std::vector<char>>();
         }
@@ -73,7 +74,7 @@ public:
 private:
     std::mutex& mutex_;
     Node& node_;
-    std::size_t position_ = 0;
+    std::size_t position_;
 };
 
 /// One hash map of paths with one mutex. Each folder has a linked list of its children, for listing. Moving a
@@ -159,6 +160,12 @@ public:
     }
 
     std::unique_ptr<Stream> openToOverwrite(PathIndex index) override { return openToRead(index); }
+
+    std::unique_ptr<Stream> openToAppend(PathIndex index) override {
+        const std::lock_guard lock(mutex_);
+        Node& node = find(path(index));
+        return std::make_unique<NodeStream>(mutex_, node, node.content ? node.content->size() : 0);
+    }
 
     std::unique_ptr<Stream> openToRead(PathIndex index) override {
         const std::lock_guard lock(mutex_);

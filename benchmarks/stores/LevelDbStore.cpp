@@ -102,6 +102,12 @@ public:
         return std::make_unique<LevelDbWriter>(makeFile(index));
     }
 
+    std::unique_ptr<Stream> openToAppend(PathIndex index) override {
+        leveldb::WritableFile* file = nullptr;
+        check(environment_->NewAppendableFile(path(index), &file));
+        return std::make_unique<LevelDbWriter>(std::unique_ptr<leveldb::WritableFile>(file));
+    }
+
     std::unique_ptr<Stream> openToRead(PathIndex index) override {
         leveldb::RandomAccessFile* file = nullptr;
         check(environment_->NewRandomAccessFile(path(index), &file));

@@ -22,6 +22,9 @@ constexpr ByteStreamOpenOptions toMake{0, ByteStreamExistence::CreateIfMissing, 
 constexpr ByteStreamOpenOptions toOverwrite{0, ByteStreamExistence::MustExist, ByteStreamContent::Keep,
                                             ByteStreamAppend::WriteAtPosition};
 
+constexpr ByteStreamOpenOptions toAppend{0, ByteStreamExistence::MustExist, ByteStreamContent::Keep,
+                                         ByteStreamAppend::AppendAtEnd};
+
 class ProviderStream final : public Stream {
 public:
     explicit ProviderStream(std::unique_ptr<ByteStream> stream) : stream_(std::move(stream)) {}
@@ -113,6 +116,10 @@ public:
 
     std::unique_ptr<Stream> openToOverwrite(PathIndex path) override {
         return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toOverwrite));
+    }
+
+    std::unique_ptr<Stream> openToAppend(PathIndex path) override {
+        return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toAppend));
     }
 
     std::unique_ptr<Stream> openToRead(PathIndex path) override {

@@ -129,6 +129,12 @@ public:
         return std::make_unique<RocksDbOverwriter>(std::move(file));
     }
 
+    std::unique_ptr<Stream> openToAppend(PathIndex index) override {
+        std::unique_ptr<rocksdb::WritableFile> file;
+        check(environment_->ReopenWritableFile(path(index), &file, options_));
+        return std::make_unique<RocksDbWriter>(std::move(file));
+    }
+
     std::unique_ptr<Stream> openToRead(PathIndex index) override {
         std::unique_ptr<rocksdb::RandomAccessFile> file;
         check(environment_->NewRandomAccessFile(path(index), &file, options_));

@@ -60,6 +60,9 @@ public:
     /// Opens a file for overwriting from the beginning.
     virtual std::unique_ptr<Stream> openToOverwrite(PathIndex /*path*/) { throw missing("openToOverwrite"); }
 
+    /// Opens a file so that every write goes to its end.
+    virtual std::unique_ptr<Stream> openToAppend(PathIndex /*path*/) { throw missing("openToAppend"); }
+
     virtual std::unique_ptr<Stream> openToRead(PathIndex path) = 0;
 
 private:

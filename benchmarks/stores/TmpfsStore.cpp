@@ -81,6 +81,10 @@ public:
         return std::make_unique<FileStream>(paths_[path].c_str(), O_RDWR);
     }
 
+    std::unique_ptr<Stream> openToAppend(PathIndex path) override {
+        return std::make_unique<FileStream>(paths_[path].c_str(), O_WRONLY | O_APPEND);
+    }
+
     std::unique_ptr<Stream> openToRead(PathIndex path) override {
         return std::make_unique<FileStream>(paths_[path].c_str(), O_RDONLY);
     }
