@@ -31,12 +31,74 @@ struct ThreadResult {
 /// and removed in turn.
 class CoresRun {
 public:
-    CoresRun(const StoreKind& kind, unsigned threads, std::uint32_t lookUps, std::uint32_t creations);
+    CoresRun(const StoreKind& kind, unsigned threads, std::uint32_t lookUps, std::uint32_t creations)
+        : threads_(threads), lookUps_(lookUps), creations_(creations), store_(kind.build()) {
+        PathList paths;
+        paths.add("/shared");
+        for (unsigned thread = 0; thread < threads_; ++thread) {
+            paths.add(fmt::format("/folder-{:03}", thread));
+        }
+        for (std::uint32_t file = 0; file < filesInSharedFolder; ++file) {
+            paths.add(fmt::format("/shared/f{:07}", file));
+        }
+        for (unsigned thread = 0; thread < threads_; ++thread) {
+            for (std::uint32_t file = 0; file <= filesInFolder + creations_; ++file) {
+                paths.add(fmt::format("/folder-{:03}/f{:07}", thread, file));
+            }
+        }
+        store_->prepare(paths.all());
+        for (PathIndex path = 0; path <= threads_; ++path) {
+            store_->createFolder(path);
+        }
+        for (std::uint32_t file = 0; file < filesInSharedFolder; ++file) {
+            store_->createFile(1 + threads_ + file);
+        }
+        for (unsigned thread = 0; thread < threads_; ++thread) {
+            for (std::uint32_t file = 0; file < filesInFolder; ++file) {
+                store_->createFile(filesOf(thread) + file);
+            }
+        }
+    }
 
-    double lookUpInOneFolder();
-    double lookUpInManyFolders();
-    double createInManyFolders();
-    double mixed();
+    double lookUpInOneFolder() {
+        return rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) {
+            return store_->fileSize(1 + threads_ +
+                                    order_[(i + thread * filesInFolder) % filesInSharedFolder]);
+        });
+    }
+
+    double lookUpInManyFolders() {
+        return rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) {
+            return store_->fileSize(filesOf(thread) + order_[i % filesInSharedFolder] % filesInFolder);
+        });
+    }
+
+    double createInManyFolders() {
+        const double rate = rateOf(creations_, [this](unsigned thread, std::uint32_t i) -> std::uint64_t {
+            store_->createFile(filesOf(thread) + filesInFolder + i);
+            return 0;
+        });
+        verifyFolders(filesInFolder + creations_);
+        return rate;
+    }
+
+    double mixed() {
+        const double rate = rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) -> std::uint64_t {
+            const PathIndex changing = filesOf(thread) + filesInFolder + creations_;
+            const std::uint32_t turn = i % (2 * operationsPerChange);
+            if (turn == 0) {
+                store_->createFile(changing);
+            } else if (turn == operationsPerChange) {
+                store_->removeFile(changing);
+            } else {
+                return store_->fileSize(filesOf(i % threads_) +
+                                        order_[i % filesInSharedFolder] % filesInFolder);
+            }
+            return 0;
+        });
+        verifyFolders(filesInFolder + creations_);
+        return rate;
+    }
 
 private:
     PathIndex folderOf(unsigned thread) const { return 1 + thread; }
@@ -44,9 +106,39 @@ private:
         return 1 + threads_ + filesInSharedFolder + thread * (filesInFolder + creations_ + 1);
     }
 
+    /// The rate of all threads together in operations per second. Each calls operation(thread, i) for all i below
+    /// `count`, which returns the size of a file.
     template <typename Operation>
-    double rateOf(std::uint32_t count, Operation operation) const;
-    void verifyFolders(std::uint32_t entries);
+    double rateOf(std::uint32_t count, Operation operation) const {
+        std::latch ready(threads_);
+        std::vector<std::future<ThreadResult>> running;
+        for (unsigned thread = 0; thread < threads_; ++thread) {
+            running.push_back(std::async(std::launch::async, [&, thread]() -> ThreadResult {
+                ready.arrive_and_wait();
+                const auto start = Clock::now();
+                std::uint64_t sizes = 0;
+                for (std::uint32_t i = 0; i < count; ++i) {
+                    sizes += operation(thread, i);
+                }
+                return {start, Clock::now(), sizes};
+            }));
+        }
+        auto start = Clock::time_point::max();
+        auto end = Clock::time_point::min();
+        for (auto& each : running) {
+            const ThreadResult result = each.get();
+            start = std::min(start, result.start);
+            end = std::max(end, result.end);
+            expectEqual(result.sizes, 0, "the sum of the sizes of empty files");
+        }
+        return static_cast<double>(threads_) * count / std::chrono::duration<double>(end - start).count();
+    }
+
+    void verifyFolders(std::uint32_t entries) {
+        for (unsigned thread = 0; thread < threads_; ++thread) {
+            expectEqual(store_->list(folderOf(thread)).entries, entries, "files in the folder of a thread");
+        }
+    }
 
     const unsigned threads_;
     const std::uint32_t lookUps_; ///< of each thread
@@ -54,107 +146,6 @@ private:
     const std::vector<std::uint32_t> order_ = randomOrder(filesInSharedFolder);
     std::unique_ptr<Store> store_;
 };
-
-CoresRun::CoresRun(const StoreKind& kind, unsigned threads, std::uint32_t lookUps, std::uint32_t creations)
-    : threads_(threads), lookUps_(lookUps), creations_(creations), store_(kind.build()) {
-    PathList paths;
-    paths.add("/shared");
-    for (unsigned thread = 0; thread < threads_; ++thread) {
-        paths.add(fmt::format("/folder-{:03}", thread));
-    }
-    for (std::uint32_t file = 0; file < filesInSharedFolder; ++file) {
-        paths.add(fmt::format("/shared/f{:07}", file));
-    }
-    for (unsigned thread = 0; thread < threads_; ++thread) {
-        for (std::uint32_t file = 0; file <= filesInFolder + creations_; ++file) {
-            paths.add(fmt::format("/folder-{:03}/f{:07}", thread, file));
-        }
-    }
-    store_->prepare(paths.all());
-    for (PathIndex path = 0; path <= threads_; ++path) {
-        store_->createFolder(path);
-    }
-    for (std::uint32_t file = 0; file < filesInSharedFolder; ++file) {
-        store_->createFile(1 + threads_ + file);
-    }
-    for (unsigned thread = 0; thread < threads_; ++thread) {
-        for (std::uint32_t file = 0; file < filesInFolder; ++file) {
-            store_->createFile(filesOf(thread) + file);
-        }
-    }
-}
-
-/// The rate of all threads together in operations per second. Each calls operation(thread, i) for all i below
-/// `count`, which returns the size of a file.
-template <typename Operation>
-double CoresRun::rateOf(std::uint32_t count, Operation operation) const {
-    std::latch ready(threads_);
-    std::vector<std::future<ThreadResult>> running;
-    for (unsigned thread = 0; thread < threads_; ++thread) {
-        running.push_back(std::async(std::launch::async, [&, thread]() -> ThreadResult {
-            ready.arrive_and_wait();
-            const auto start = Clock::now();
-            std::uint64_t sizes = 0;
-            for (std::uint32_t i = 0; i < count; ++i) {
-                sizes += operation(thread, i);
-            }
-            return {start, Clock::now(), sizes};
-        }));
-    }
-    auto start = Clock::time_point::max();
-    auto end = Clock::time_point::min();
-    for (auto& each : running) {
-        const ThreadResult result = each.get();
-        start = std::min(start, result.start);
-        end = std::max(end, result.end);
-        expectEqual(result.sizes, 0, "the sum of the sizes of empty files");
-    }
-    return static_cast<double>(threads_) * count / std::chrono::duration<double>(end - start).count();
-}
-
-void CoresRun::verifyFolders(std::uint32_t entries) {
-    for (unsigned thread = 0; thread < threads_; ++thread) {
-        expectEqual(store_->list(folderOf(thread)).entries, entries, "files in the folder of a thread");
-    }
-}
-
-double CoresRun::lookUpInOneFolder() {
-    return rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) {
-        return store_->fileSize(1 + threads_ + order_[(i + thread * filesInFolder) % filesInSharedFolder]);
-    });
-}
-
-double CoresRun::lookUpInManyFolders() {
-    return rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) {
-        return store_->fileSize(filesOf(thread) + order_[i % filesInSharedFolder] % filesInFolder);
-    });
-}
-
-double CoresRun::createInManyFolders() {
-    const double rate = rateOf(creations_, [this](unsigned thread, std::uint32_t i) -> std::uint64_t {
-        store_->createFile(filesOf(thread) + filesInFolder + i);
-        return 0;
-    });
-    verifyFolders(filesInFolder + creations_);
-    return rate;
-}
-
-double CoresRun::mixed() {
-    const double rate = rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) -> std::uint64_t {
-        const PathIndex changing = filesOf(thread) + filesInFolder + creations_;
-        const std::uint32_t turn = i % (2 * operationsPerChange);
-        if (turn == 0) {
-            store_->createFile(changing);
-        } else if (turn == operationsPerChange) {
-            store_->removeFile(changing);
-        } else {
-            return store_->fileSize(filesOf(i % threads_) + order_[i % filesInSharedFolder] % filesInFolder);
-        }
-        return 0;
-    });
-    verifyFolders(filesInFolder + creations_);
-    return rate;
-}
 
 } // namespace
 

@@ -16,14 +16,61 @@ constexpr std::uint32_t filesInFolder = 100;
 /// One run: the tree, the sequence of its names, and the tree under the last name.
 class MoveFolderRun {
 public:
-    MoveFolderRun(const StoreKind& kind, std::uint32_t files, std::uint32_t moves);
+    MoveFolderRun(const StoreKind& kind, std::uint32_t files, std::uint32_t moves)
+        : folders_(files / filesInFolder), moves_(moves), store_(kind.build()) {
+        for (std::uint32_t i = 0; i <= moves; ++i) {
+            paths_.add(fmt::format("/place-{:04}", i));
+        }
+        before_ = addTree(0);
+        after_ = addTree(moves_);
+        store_->prepare(paths_.all());
+    }
 
-    void fill();
-    Timing move();
-    void verify();
+    void fill() {
+        store_->createFolder(0);
+        for (std::uint32_t i = 0; i < descendants(); ++i) {
+            if (isFolder(i)) {
+                store_->createFolder(before_ + i);
+            } else {
+                store_->createFile(before_ + i);
+            }
+        }
+    }
+
+    Timing move() {
+        Timing timing = measure(moves_, withoutBudget, [&](std::size_t i) {
+            store_->moveFolder(static_cast<PathIndex>(i), static_cast<PathIndex>(i + 1));
+        });
+        timing.operations *= descendants();
+        return timing;
+    }
+
+    void verify() {
+        expectEqual(store_->list(moves_).entries, folders_, "the number of moved folders");
+        for (std::uint32_t i = 0; i < descendants(); ++i) {
+            expectTrue(!store_->exists(before_ + i), "a moved entry is gone from where it was");
+            if (isFolder(i)) {
+                expectEqual(store_->list(after_ + i).entries, filesInFolder,
+                            "the number of files in a moved folder");
+            } else {
+                expectEqual(store_->fileSize(after_ + i), 0, "the size of a moved file");
+            }
+        }
+    }
 
 private:
-    PathIndex addTree(PathIndex top);
+    PathIndex addTree(PathIndex top) {
+        const auto first = static_cast<PathIndex>(paths_.all().size());
+        for (std::uint32_t folder = 0; folder < folders_; ++folder) {
+            const std::string path = fmt::format("{}/folder-{:04}", paths_[top], folder);
+            paths_.add(path);
+            for (std::uint32_t file = 0; file < filesInFolder; ++file) {
+                paths_.add(fmt::format("{}/file-{:03}", path, file));
+            }
+        }
+        return first;
+    }
+
     std::uint32_t descendants() const { return folders_ + folders_ * filesInFolder; }
     bool isFolder(std::uint32_t descendant) const { return descendant % (filesInFolder + 1) == 0; }
 
@@ -34,60 +81,6 @@ private:
     PathIndex after_ = 0;
     std::unique_ptr<Store> store_;
 };
-
-MoveFolderRun::MoveFolderRun(const StoreKind& kind, std::uint32_t files, std::uint32_t moves)
-    : folders_(files / filesInFolder), moves_(moves), store_(kind.build()) {
-    for (std::uint32_t i = 0; i <= moves; ++i) {
-        paths_.add(fmt::format("/place-{:04}", i));
-    }
-    before_ = addTree(0);
-    after_ = addTree(moves_);
-    store_->prepare(paths_.all());
-}
-
-PathIndex MoveFolderRun::addTree(PathIndex top) {
-    const auto first = static_cast<PathIndex>(paths_.all().size());
-    for (std::uint32_t folder = 0; folder < folders_; ++folder) {
-        const std::string path = fmt::format("{}/folder-{:04}", paths_[top], folder);
-        paths_.add(path);
-        for (std::uint32_t file = 0; file < filesInFolder; ++file) {
-            paths_.add(fmt::format("{}/file-{:03}", path, file));
-        }
-    }
-    return first;
-}
-
-void MoveFolderRun::fill() {
-    store_->createFolder(0);
-    for (std::uint32_t i = 0; i < descendants(); ++i) {
-        if (isFolder(i)) {
-            store_->createFolder(before_ + i);
-        } else {
-            store_->createFile(before_ + i);
-        }
-    }
-}
-
-Timing MoveFolderRun::move() {
-    Timing timing = measure(moves_, withoutBudget, [&](std::size_t i) {
-        store_->moveFolder(static_cast<PathIndex>(i), static_cast<PathIndex>(i + 1));
-    });
-    timing.operations *= descendants();
-    return timing;
-}
-
-void MoveFolderRun::verify() {
-    expectEqual(store_->list(moves_).entries, folders_, "the number of moved folders");
-    for (std::uint32_t i = 0; i < descendants(); ++i) {
-        expectTrue(!store_->exists(before_ + i), "a moved entry is gone from where it was");
-        if (isFolder(i)) {
-            expectEqual(store_->list(after_ + i).entries, filesInFolder,
-                        "the number of files in a moved folder");
-        } else {
-            expectEqual(store_->fileSize(after_ + i), 0, "the size of a moved file");
-        }
-    }
-}
 
 } // namespace
 

@@ -64,11 +64,51 @@ constexpr std::uint32_t changingFiles = 1'000;
 /// Looks up attributes at random in one folder; creates and removes files in another.
 class TreeWorks {
 public:
-    explicit TreeWorks(const StoreKind& kind);
+    explicit TreeWorks(const StoreKind& kind) : store_(kind.build()) {
+        PathList paths;
+        paths.add("/watched");
+        paths.add("/changing");
+        for (std::uint32_t i = 0; i < watchedFiles; ++i) {
+            paths.add(fmt::format("/watched/f{:07}", i));
+        }
+        for (std::uint32_t i = 0; i < changingFiles; ++i) {
+            paths.add(fmt::format("/changing/f{:07}", i));
+        }
+        store_->prepare(paths.all());
+        store_->createFolder(watchedFolder_);
+        store_->createFolder(changingFolder_);
+        for (std::uint32_t i = 0; i < watchedFiles; ++i) {
+            store_->createFile(watched_ + i);
+        }
+    }
 
-    std::uint64_t lookUp();
-    std::uint64_t change();
-    void verify();
+    std::uint64_t lookUp() {
+        constexpr std::size_t many = 100;
+        static_assert(watchedFiles % many == 0);
+        std::uint64_t sizes = 0;
+        for (std::size_t i = lookUps_.next; i < lookUps_.next + many; ++i) {
+            sizes += store_->fileSize(watched_ + order_[i]);
+        }
+        lookUps_.sizes += sizes;
+        lookUps_.next = (lookUps_.next + many) % watchedFiles;
+        return many;
+    }
+
+    std::uint64_t change() {
+        for (PathIndex file = changing_; file < changing_ + changingFiles; ++file) {
+            store_->createFile(file);
+        }
+        for (PathIndex file = changing_; file < changing_ + changingFiles; ++file) {
+            store_->removeFile(file);
+        }
+        return 2 * changingFiles;
+    }
+
+    void verify() {
+        expectEqual(lookUps_.sizes, 0, "the sum of the sizes of empty files");
+        expectEqual(store_->list(watchedFolder_).entries, watchedFiles, "files that nobody removed");
+        expectEqual(store_->list(changingFolder_).entries, 0, "files that were all removed");
+    }
 
 private:
     std::unique_ptr<Store> store_;
@@ -86,60 +126,36 @@ private:
     LookUps lookUps_;
 };
 
-TreeWorks::TreeWorks(const StoreKind& kind) : store_(kind.build()) {
-    PathList paths;
-    paths.add("/watched");
-    paths.add("/changing");
-    for (std::uint32_t i = 0; i < watchedFiles; ++i) {
-        paths.add(fmt::format("/watched/f{:07}", i));
-    }
-    for (std::uint32_t i = 0; i < changingFiles; ++i) {
-        paths.add(fmt::format("/changing/f{:07}", i));
-    }
-    store_->prepare(paths.all());
-    store_->createFolder(watchedFolder_);
-    store_->createFolder(changingFolder_);
-    for (std::uint32_t i = 0; i < watchedFiles; ++i) {
-        store_->createFile(watched_ + i);
-    }
-}
-
-std::uint64_t TreeWorks::lookUp() {
-    constexpr std::size_t many = 100;
-    static_assert(watchedFiles % many == 0);
-    std::uint64_t sizes = 0;
-    for (std::size_t i = lookUps_.next; i < lookUps_.next + many; ++i) {
-        sizes += store_->fileSize(watched_ + order_[i]);
-    }
-    lookUps_.sizes += sizes;
-    lookUps_.next = (lookUps_.next + many) % watchedFiles;
-    return many;
-}
-
-std::uint64_t TreeWorks::change() {
-    for (PathIndex file = changing_; file < changing_ + changingFiles; ++file) {
-        store_->createFile(file);
-    }
-    for (PathIndex file = changing_; file < changing_ + changingFiles; ++file) {
-        store_->removeFile(file);
-    }
-    return 2 * changingFiles;
-}
-
-void TreeWorks::verify() {
-    expectEqual(lookUps_.sizes, 0, "the sum of the sizes of empty files");
-    expectEqual(store_->list(watchedFolder_).entries, watchedFiles, "files that nobody removed");
-    expectEqual(store_->list(changingFolder_).entries, 0, "files that were all removed");
-}
-
 /// Random reads of 4 KiB in its own file. Aligned to avoid false sharing with the other thread.
 class alignas(cacheLine) ReadingWork {
 public:
     static constexpr std::uint64_t fileSize = 64 << 20;
 
-    ReadingWork(Store& store, PathIndex file);
+    ReadingWork(Store& store, PathIndex file) : content_(file + 1) {
+        {
+            const auto stream = store.createStream(file, fileSize);
+            for (std::uint64_t block = 0; block < fileSize / PatternedBlock::usualSize; ++block) {
+                stream->write(content_.stamped(block), PatternedBlock::usualSize);
+            }
+        }
+        auto random = fixedRandom();
+        for (std::uint64_t& offset : offsets_) {
+            offset = random() % ((fileSize - readSize) / 8 + 1) * 8;
+            words_.push_back(content_.wordAt(offset));
+        }
+        stream_ = store.openToRead(file);
+    }
 
-    std::uint64_t read();
+    std::uint64_t read() {
+        for (std::size_t i = next_; i < next_ + many; ++i) {
+            stream_->readAt(offsets_[i], buffer_.data(), readSize);
+            sum_ += PatternedBlock::firstWord(buffer_.data());
+            expected_ += words_[i];
+        }
+        next_ = (next_ + many) % offsets_.size();
+        return many;
+    }
+
     void verify() const { expectEqual(sum_, expected_, "the sum of what was read"); }
 
 private:
@@ -155,31 +171,6 @@ private:
     std::uint64_t expected_ = 0;
     std::unique_ptr<Stream> stream_;
 };
-
-ReadingWork::ReadingWork(Store& store, PathIndex file) : content_(file + 1) {
-    {
-        const auto stream = store.createStream(file, fileSize);
-        for (std::uint64_t block = 0; block < fileSize / PatternedBlock::usualSize; ++block) {
-            stream->write(content_.stamped(block), PatternedBlock::usualSize);
-        }
-    }
-    auto random = fixedRandom();
-    for (std::uint64_t& offset : offsets_) {
-        offset = random() % ((fileSize - readSize) / 8 + 1) * 8;
-        words_.push_back(content_.wordAt(offset));
-    }
-    stream_ = store.openToRead(file);
-}
-
-std::uint64_t ReadingWork::read() {
-    for (std::size_t i = next_; i < next_ + many; ++i) {
-        stream_->readAt(offsets_[i], buffer_.data(), readSize);
-        sum_ += PatternedBlock::firstWord(buffer_.data());
-        expected_ += words_[i];
-    }
-    next_ = (next_ + many) % offsets_.size();
-    return many;
-}
 
 void measureTree(const StoreKind& kind, double seconds, Rows& rows) {
     TreeWorks works(kind);

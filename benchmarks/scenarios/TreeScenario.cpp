@@ -39,16 +39,90 @@ constexpr TreeKind variedPaths{"long paths", "/home/build/projects", true, 40, 6
 /// One run: the tree and its store.
 class TreeRun {
 public:
-    TreeRun(const StoreKind& kind, const TreeKind& tree, std::uint32_t folders, Rows& rows);
+    TreeRun(const StoreKind& kind, const TreeKind& tree, std::uint32_t folders, Rows& rows)
+        : tree_(tree),
+          folderCount_(folders),
+          rows_(rows),
+          order_(randomOrder(fileCount())),
+          store_(kind.build()) {
+        for (std::size_t end = tree.top.find('/', 1); end != std::string_view::npos;
+             end = tree.top.find('/', end + 1)) {
+            paths_.add(std::string(tree.top.substr(0, end)));
+        }
+        folders_ = paths_.add(std::string(tree.top)) + 1;
+        for (std::uint32_t i = 0; i < folderCount_; ++i) {
+            paths_.add(fmt::format("{}/folder-{:04}", tree.top, i));
+        }
+        files_ = addFiles(false);
+        missing_ = addFiles(true);
+        store_->prepare(paths_.all());
+    }
 
-    void create();
-    void attributes();
-    void missing();
-    void list();
+    void create() {
+        for (PathIndex path = 0; path < folders_; ++path) {
+            store_->createFolder(path);
+        }
+        Timing timing = measure(folderCount_, withoutBudget, [&](std::size_t folder) {
+            store_->createFolder(folders_ + static_cast<PathIndex>(folder));
+            for (std::uint32_t i = 0; i < filesInFolder && !tree_.inRandomOrder; ++i) {
+                store_->createFile(files_ + static_cast<PathIndex>(folder) * filesInFolder + i);
+            }
+        });
+        if (tree_.inRandomOrder) {
+            timing += measure(fileCount(), withoutBudget,
+                              [&](std::size_t i) { store_->createFile(files_ + order_[i]); });
+        }
+        timing.operations = folderCount_ + fileCount();
+        rows_.addCost("create", tree_.variant, timing);
+    }
+
+    void attributes() {
+        std::uint64_t sizes = 0;
+        const Timing timing = measure(fileCount(), withoutBudget,
+                                      [&](std::size_t i) { sizes += store_->fileSize(files_ + order_[i]); });
+        rows_.addCost("attributes", tree_.variant, timing);
+        expectEqual(sizes, 0, "the sum of the sizes of empty files");
+    }
+
+    void missing() {
+        std::uint64_t found = 0;
+        const Timing timing = measure(fileCount(), queryBudget, [&](std::size_t i) {
+            found += store_->exists(missing_ + order_[i]) ? 1 : 0;
+        });
+        rows_.addCost("missing", tree_.variant, timing);
+        expectEqual(found, 0, "missing names that were found");
+    }
+
+    void list() {
+        ListingSummary expected;
+        for (PathIndex file = files_; file < files_ + filesInFolder;
+             ++file) { // each folder has the same names
+            const std::string name = paths_[file].substr(paths_[folders_].size() + 1);
+            expected.add(name.data(), name.size(), EntryKind::File);
+        }
+        std::uint64_t wrong = 0;
+        Timing timing = measure(folderCount_, queryBudget, [&](std::size_t i) {
+            wrong += store_->list(folders_ + order_[i] % folderCount_) == expected ? 0 : 1;
+        });
+        timing.operations *= filesInFolder;
+        rows_.addCost("list", tree_.variant, timing);
+        expectEqual(wrong, 0, "listings that lack names");
+    }
 
 private:
     std::uint32_t fileCount() const { return folderCount_ * filesInFolder; }
-    PathIndex addFiles(bool missing);
+
+    PathIndex addFiles(bool missing) {
+        const auto first = static_cast<PathIndex>(paths_.all().size());
+        for (std::uint32_t i = 0; i < fileCount(); ++i) {
+            const PathIndex file = paths_.add(paths_[folders_ + i / filesInFolder] + '/' +
+                                              tree_.nameOf(i % filesInFolder, missing));
+            const std::size_t length = paths_[file].size();
+            expectTrue(tree_.shortestPath <= length && length <= tree_.longestPath,
+                       "a path has the length of its kind");
+        }
+        return first;
+    }
 
     const TreeKind& tree_;
     const std::uint32_t folderCount_;
@@ -60,87 +134,6 @@ private:
     std::vector<std::uint32_t> order_;
     std::unique_ptr<Store> store_;
 };
-
-TreeRun::TreeRun(const StoreKind& kind, const TreeKind& tree, std::uint32_t folders, Rows& rows)
-    : tree_(tree),
-      folderCount_(folders),
-      rows_(rows),
-      order_(randomOrder(fileCount())),
-      store_(kind.build()) {
-    for (std::size_t end = tree.top.find('/', 1); end != std::string_view::npos;
-         end = tree.top.find('/', end + 1)) {
-        paths_.add(std::string(tree.top.substr(0, end)));
-    }
-    folders_ = paths_.add(std::string(tree.top)) + 1;
-    for (std::uint32_t i = 0; i < folderCount_; ++i) {
-        paths_.add(fmt::format("{}/folder-{:04}", tree.top, i));
-    }
-    files_ = addFiles(false);
-    missing_ = addFiles(true);
-    store_->prepare(paths_.all());
-}
-
-PathIndex TreeRun::addFiles(bool missing) {
-    const auto first = static_cast<PathIndex>(paths_.all().size());
-    for (std::uint32_t i = 0; i < fileCount(); ++i) {
-        const PathIndex file =
-            paths_.add(paths_[folders_ + i / filesInFolder] + '/' + tree_.nameOf(i % filesInFolder, missing));
-        const std::size_t length = paths_[file].size();
-        expectTrue(tree_.shortestPath <= length && length <= tree_.longestPath,
-                   "a path has the length of its kind");
-    }
-    return first;
-}
-
-void TreeRun::create() {
-    for (PathIndex path = 0; path < folders_; ++path) {
-        store_->createFolder(path);
-    }
-    Timing timing = measure(folderCount_, withoutBudget, [&](std::size_t folder) {
-        store_->createFolder(folders_ + static_cast<PathIndex>(folder));
-        for (std::uint32_t i = 0; i < filesInFolder && !tree_.inRandomOrder; ++i) {
-            store_->createFile(files_ + static_cast<PathIndex>(folder) * filesInFolder + i);
-        }
-    });
-    if (tree_.inRandomOrder) {
-        timing += measure(fileCount(), withoutBudget,
-                          [&](std::size_t i) { store_->createFile(files_ + order_[i]); });
-    }
-    timing.operations = folderCount_ + fileCount();
-    rows_.addCost("create", tree_.variant, timing);
-}
-
-void TreeRun::attributes() {
-    std::uint64_t sizes = 0;
-    const Timing timing = measure(fileCount(), withoutBudget,
-                                  [&](std::size_t i) { sizes += store_->fileSize(files_ + order_[i]); });
-    rows_.addCost("attributes", tree_.variant, timing);
-    expectEqual(sizes, 0, "the sum of the sizes of empty files");
-}
-
-void TreeRun::missing() {
-    std::uint64_t found = 0;
-    const Timing timing = measure(fileCount(), queryBudget, [&](std::size_t i) {
-        found += store_->exists(missing_ + order_[i]) ? 1 : 0;
-    });
-    rows_.addCost("missing", tree_.variant, timing);
-    expectEqual(found, 0, "missing names that were found");
-}
-
-void TreeRun::list() {
-    ListingSummary expected;
-    for (PathIndex file = files_; file < files_ + filesInFolder; ++file) { // each folder has the same names
-        const std::string name = paths_[file].substr(paths_[folders_].size() + 1);
-        expected.add(name.data(), name.size(), EntryKind::File);
-    }
-    std::uint64_t wrong = 0;
-    Timing timing = measure(folderCount_, queryBudget, [&](std::size_t i) {
-        wrong += store_->list(folders_ + order_[i] % folderCount_) == expected ? 0 : 1;
-    });
-    timing.operations *= filesInFolder;
-    rows_.addCost("list", tree_.variant, timing);
-    expectEqual(wrong, 0, "listings that lack names");
-}
 
 Scenario scenarioOf(const std::string& name, const TreeKind& tree, std::uint32_t folders) {
     return {name, {Ability::Create}, [&tree, folders](const StoreKind& kind, Rows& rows) {
