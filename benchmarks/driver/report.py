@@ -97,7 +97,7 @@ def describe_run(command, context):
         "kernel": f"{system.sysname} {system.release} {system.machine}",
         "transparent huge pages": line_of(f"{huge_pages}/enabled"),
         "transparent huge pages of tmpfs": line_of(f"{huge_pages}/shmem_enabled"),
-        "compiler": context["compiler"],
+        "compiler": context.get("compiler", "unknown"),
     }
 
 
