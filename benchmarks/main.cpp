@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <atomic>
 #include <benchmark/benchmark.h>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <stop_token>
 #include <string>
 #include <thread>
@@ -73,5 +76,10 @@ int runProgram(int argc, char** argv) {
 } // namespace storage::benchmark
 
 int main(int argc, char** argv) {
-    return storage::benchmark::runProgram(argc, argv);
+    try {
+        return storage::benchmark::runProgram(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+        return EXIT_FAILURE;
+    }
 }

@@ -6,6 +6,9 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -110,5 +113,10 @@ int runProgram(int argc, char** argv) {
 } // namespace storage::benchmark
 
 int main(int argc, char** argv) {
-    return storage::benchmark::runProgram(argc, argv);
+    try {
+        return storage::benchmark::runProgram(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+        return EXIT_FAILURE;
+    }
 }
