@@ -101,7 +101,7 @@ public:
     }
 
 private:
-    PathIndex folderOf(unsigned thread) const { return 1 + thread; }
+    static PathIndex folderOf(unsigned thread) { return 1 + thread; }
     PathIndex filesOf(unsigned thread) const {
         return 1 + threads_ + filesInSharedFolder + thread * (filesInFolder + creations_ + 1);
     }
