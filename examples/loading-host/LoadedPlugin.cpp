@@ -48,10 +48,10 @@ std::shared_ptr<IProvider> LoadedPlugin::buildProvider() const {
     try {
         build(&provider);
     } catch (const std::exception& failure) {
-        throw PluginError(path_ + ": gave no provider: " + failure.what());
+        throw PluginError(path_ + ": returned no provider: " + failure.what());
     }
     if (!provider) {
-        throw PluginError(path_ + ": gave no provider");
+        throw PluginError(path_ + ": returned no provider");
     }
     // The host creates this control block itself, so copies of the pointer, also weak ones, do not depend on
     // the library.

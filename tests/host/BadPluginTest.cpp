@@ -103,7 +103,6 @@ const std::vector<Use> uses{
     {"setLastModified", makeFile, "touch /bad"},
     {"setLastModified", "", "import DISK/file /bad"},
     {"setWritable", makeFile, "chmod -w /bad"},
-    {"setWritable", makeFile, "rm -f /bad"},
     {"setWritable", "", "import DISK/folder /bad"},
     {"read", makeFile, "cat /bad"},
     {"read", makeFile, "cp /bad /g"},

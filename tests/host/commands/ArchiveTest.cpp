@@ -294,7 +294,8 @@ TEST_F(ArchiveTest, SeveralSourcesAndTheRootGoIntoOneArchive) {
     EXPECT_EQ(succeed("find /two"), "/two\n/two/a\n/two/other\n");
     succeed("import -q " + disk_ / "root.tar" + " /whole");
     EXPECT_EQ(succeed("find /whole -type d"), "/whole\n/whole/src\n/whole/src/empty\n/whole/src/folder\n");
-    EXPECT_THAT(fail("export /src/a /two/a " + disk_ / "x.tar"), HasSubstr("another source of this name"));
+    EXPECT_THAT(fail("export /src/a /two/a " + disk_ / "x.tar"),
+                HasSubstr("another source has the same name"));
     EXPECT_FALSE(fs::exists(disk_ / "x.tar"));
 }
 

@@ -95,7 +95,7 @@ TEST_F(FileCommandsTest, RmForcedKeepsAReadOnlyFileReadOnlyIfItsFolderIsReadOnly
     succeed("mkdir /a");
     succeed("touch /a/g");
     succeed("chmod -w /a/g /a");
-    EXPECT_EQ(fail("rm -f /a/g"), "qzstorage: rm: /a/g: folder /a is read-only\n");
+    EXPECT_EQ(fail("rm -f /a/g"), "qzstorage: rm: /a/g: the file and folder /a are read-only\n");
     EXPECT_THAT(succeed("stat /a/g"), HasSubstr("writable: no"));
 }
 

@@ -213,8 +213,8 @@ TEST_F(ReplacingImportTest, WithoutRoomForBothTheOldFileStays) {
     };
     EXPECT_EQ(fail(line()),
               "qzstorage: import: " + disk_ / "new" +
-                  ": out of memory: /d/f is kept until it can be replaced, and there is no room for "
-                  "both\n");
+                  ": out of memory: the old content of /d/f is kept until the new one is complete, and there "
+                  "is no memory for both\n");
     expectAsBefore();
 }
 

@@ -160,7 +160,7 @@ TEST_F(TransferOptionsTest, ADryRunOfAnImportPrintsAndChangesNothing) {
               "'" + source_ + "/./README' -> '/p/README'\n'" + source_ + "/./build' -> '/p/build'\n'" +
                   source_ + "/./build/x.c' -> '/p/build/x.c'\nwould import 2 folders, 2 files, 2 bytes\n");
     EXPECT_EQ(takeSnapshot(*provider_), before);
-    EXPECT_THAT(fail("check"), HasSubstr("nothing was imported"));
+    EXPECT_THAT(fail("check"), HasSubstr("the session has imported nothing"));
 }
 
 TEST_F(TransferOptionsTest, ADryRunOfAnExportPrintsAndChangesNothing) {
