@@ -92,7 +92,12 @@ std::unique_ptr<TreeEntry> ChildTable::remove(const TreeEntry& child) noexcept {
     return removed;
 }
 
+/// Removes empty slots rather than growing, if there are enough of them for that to be amortized O(1). Growing
+/// takes whole pages, which the removed children may not have freed.
 void ChildTable::makeRoom() {
+    if (slots_.size() == slots_.capacity() && slots_.size() - children_ > slots_.size() / 4) {
+        std::erase_if(slots_, [](const Slot& slot) { return slot.child() == nullptr; });
+    }
     makeRoomIn(slots_);
     if (children_ >= std::max(fewChildren, buckets_.size())) {
         rebuildBuckets(2 * std::max(fewChildren, buckets_.size()));

@@ -71,7 +71,7 @@ bool FuseDevice::hasRequest() const {
 
 void FuseDevice::waitForRequest() {
     std::array<pollfd, 2> waiting{{{fuse_session_fd(session_), POLLIN, 0}, {ended_.descriptor(), POLLIN, 0}}};
-    if (space_.hasRemovals() && ::poll(waiting.data(), waiting.size(), idleTime) == 0) {
+    if (space_.isHeapChanged() && ::poll(waiting.data(), waiting.size(), idleTime) == 0) {
         space_.giveBack();
     }
     ::poll(waiting.data(), waiting.size(), -1);

@@ -4,6 +4,7 @@
 #include "host/disk/DiskEntry.h"
 #include "host/mount/BackgroundStart.h"
 #include "host/mount/ExitExport.h"
+#include "host/mount/FreeHeap.h"
 #include "host/mount/FuseSession.h"
 #include "host/mount/FuseWorkers.h"
 #include "host/mount/ImportSize.h"
@@ -22,7 +23,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <malloc.h>
 #include <optional>
 #include <ostream>
 #include <sys/statvfs.h>
@@ -92,14 +92,6 @@ void refuseBelow(const std::string& mountPoint, const std::string& path) {
     if ((place + '/').starts_with(mountPoint + '/')) {
         throw CommandError(path, "the mount would hide it; choose a folder outside " + mountPoint);
     }
-}
-
-/// Makes the allocator return large blocks to the system when they are freed. By default, glibc raises the
-/// threshold whenever such a block is freed, and keeps later ones. They would count against a memory limit
-/// even after their files were removed.
-void returnLargeBlocks() {
-    constexpr int largeFrom = 4 << 20; // bytes
-    ::mallopt(M_MMAP_THRESHOLD, largeFrom);
 }
 
 /// The kernel can free dirty pages of the mount only after this process has copied them. If a control group
@@ -245,7 +237,7 @@ ExitStatus runMount(const std::string& plugin, const MountOptions& options, Cons
                 return *status;
             }
         }
-        returnLargeBlocks();
+        useOneHeap();
         library.emplace(plugin);
         return Mount(options, console, interruption, background ? &*background : nullptr).run(*library);
     });

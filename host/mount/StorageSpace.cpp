@@ -1,11 +1,11 @@
 #include "host/mount/StorageSpace.h"
 
 #include "host/mount/ErrnoError.h"
+#include "host/mount/FreeHeap.h"
 #include "hostapi/storage/provider/Exception.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <malloc.h>
 
 namespace storage::host {
 
@@ -54,6 +54,15 @@ std::uint64_t transientBeyond(std::uint64_t transient, const ProviderStorageInfo
     return transient == 0 || transient + neverTaken <= covered ? 0 : transient + neverTaken - covered;
 }
 
+/// Free memory of the heap can only hold growth by less than a page: a larger free block has no physical memory.
+constexpr std::uint64_t largestReuse = 4U << 10U;
+
+/// Bytes of the part left to others that small operations may not use. They may use the rest because not all of
+/// their allocations fit into free memory of the heap.
+std::uint64_t untouchedByReuse(std::uint64_t left) {
+    return std::max(left / 2, neverTaken);
+}
+
 } // namespace
 
 StorageSpace::Turn::Turn(StorageSpace& space)
@@ -71,15 +80,26 @@ StorageSpace::Turn::~Turn() {
 
 StorageSpace::Room StorageSpace::room() const {
     try {
-        return {provider_.doGetProviderStorageInfo(StorageIRI(u"/")), "the room of the storage", false};
+        return {provider_.doGetProviderStorageInfo(StorageIRI(u"/")), "the room of the storage"};
     } catch (const Exception& error) {
         if (error.getErrorCode() != ErrorCode::NotOffered) {
             throw;
         }
     }
     MachineMemory memory = MachineMemory::read(sources_);
-    memory.info.available -= std::min<std::uint64_t>(memory.info.available, leftToSharers(memory));
-    return {memory.info, std::move(memory.limitedBy), true};
+    const std::uint64_t left = leftToSharers(memory);
+    const std::uint64_t unused = memory.info.available;
+    memory.info.available -= std::min<std::uint64_t>(unused, left);
+    return {memory.info, std::move(memory.limitedBy), true,
+            unused - std::min(unused, untouchedByReuse(left))};
+}
+
+ProviderStorageInfo StorageSpace::info() const {
+    Room room = this->room();
+    if (room.slack > 0) {
+        room.info.available += reusable(room.info.capacity);
+    }
+    return quota_.limited(room.info);
 }
 
 void StorageSpace::require(std::uint64_t bytes, std::uint64_t transient) {
@@ -89,30 +109,60 @@ void StorageSpace::require(std::uint64_t bytes, std::uint64_t transient) {
     if (!reserve_.isComplete()) {
         throw ErrnoError(ENOSPC);
     }
+    const bool isSmall = bytes + transient <= largestReuse;
+    if (isSmall) {
+        freeHeap_ -= static_cast<std::int64_t>(bytes);
+    }
     const bool isChecked = isScarce_ && transient > 0;
-    if (!isChecked && bytes <= largestGrant &&
-        granted_.fetch_sub(static_cast<std::int64_t>(bytes)) >= static_cast<std::int64_t>(bytes)) {
+    if ((!isChecked && bytes <= largestGrant && take(granted_, bytes)) || (isSmall && take(reuse_, bytes))) {
         return;
     }
     Room room = this->room();
     const std::uint64_t peak = bytes + (room.isMemory ? transientBeyond(transient, room.info) : 0);
-    if (peak > room.info.available && giveBack()) {
+    const auto fits = [&] { return peak <= room.info.available || (isSmall && grantReuse(bytes, room)); };
+    bool isFitting = fits();
+    if (!isFitting && giveBack()) {
         room = this->room();
+        isFitting = fits();
     }
     isScarce_ = room.isMemory && room.info.available < scarceBelow;
-    if (peak > room.info.available) {
-        granted_ = 0;
+    const std::uint64_t left = room.info.available - std::min<std::uint64_t>(room.info.available, peak);
+    granted_ = static_cast<std::int64_t>(std::min(room.isMemory ? left / grantedPart : left, largestGrant));
+    if (!isFitting) {
         throw ErrnoError(ENOSPC);
     }
-    const std::uint64_t left = room.info.available - peak;
-    granted_ = static_cast<std::int64_t>(std::min(room.isMemory ? left / grantedPart : left, largestGrant));
+}
+
+bool StorageSpace::take(std::atomic<std::int64_t>& granted, std::uint64_t bytes) noexcept {
+    return granted.fetch_sub(static_cast<std::int64_t>(bytes)) >= static_cast<std::int64_t>(bytes);
+}
+
+std::uint64_t StorageSpace::reusable(std::uint64_t capacity) const noexcept {
+    const std::int64_t free = freeHeap_ - static_cast<std::int64_t>(leftToOthers(capacity));
+    return free > 0 ? static_cast<std::uint64_t>(free) : 0;
+}
+
+bool StorageSpace::grantReuse(std::uint64_t bytes, const Room& room) noexcept {
+    const std::uint64_t free = reusable(room.info.capacity);
+    if (bytes > room.slack || free == 0) {
+        reuse_ = 0;
+        return false;
+    }
+    reuse_ = static_cast<std::int64_t>(std::min(free, (room.slack - bytes) / grantedPart));
+    isHeapChanged_ = true; // how much is left of it is measured before a later growth is refused
+    return true;
 }
 
 bool StorageSpace::giveBack() noexcept {
-    if (!hasRemovals_.exchange(false)) {
+    if (!isHeapChanged_.exchange(false)) {
         return false;
     }
-    ::malloc_trim(0);
+    trimHeap();
+    try {
+        freeHeap_ = static_cast<std::int64_t>(readFreeHeap(sources_.processes));
+    } catch (...) { // no memory to read it
+        freeHeap_ = 0;
+    }
     return true;
 }
 

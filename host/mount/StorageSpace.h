@@ -20,6 +20,10 @@ namespace storage::host {
 /// Room is checked for the peak of an operation. The peaks of concurrent operations add up, so when little
 /// memory is left, growing operations exclude each other.
 ///
+/// Removing small files frees memory of the heap in pages that hold other files too. Only small files can use it.
+/// So small operations may go on when memory is short but the heap has such memory. Not every allocation fits, so
+/// they may use a part of the memory that is left to others, and never more.
+///
 /// Borrows the provider. Thread-safe.
 class StorageSpace {
 public:
@@ -44,8 +48,8 @@ public:
         const bool isHeld_;
     };
 
-    /// Capacity and available room in bytes.
-    ProviderStorageInfo info() const { return quota_.limited(room().info); }
+    /// Capacity and available room in bytes, including room that only small files can use.
+    ProviderStorageInfo info() const;
 
     /// The limits that the user has set.
     StorageQuota& quota() noexcept { return quota_; }
@@ -66,31 +70,38 @@ public:
 
     /// Notes that something was removed. Freed memory that the allocator keeps is returned to the system when
     /// room is short or by `giveBack`.
-    void noteRemoval() noexcept { hasRemovals_.store(true, std::memory_order_relaxed); }
+    void noteRemoval() noexcept { isHeapChanged_.store(true, std::memory_order_relaxed); }
 
-    bool hasRemovals() const noexcept { return hasRemovals_.load(std::memory_order_relaxed); }
+    /// Whether the heap may have free memory that `giveBack` has not seen.
+    bool isHeapChanged() const noexcept { return isHeapChanged_.load(std::memory_order_relaxed); }
 
-    /// Returns memory that removals have freed to the system.
-    /// @return whether there was any removal
+    /// Returns memory that removals have freed to the system, and measures what remains free in the heap.
+    /// @return whether the heap has changed since the last call
     bool giveBack() noexcept;
 
 private:
     struct Room {
         ProviderStorageInfo info;
         std::string limitedBy;
-        bool isMemory; ///< false if the provider reports its room
+        bool isMemory = false;   ///< false if the provider reports its room
+        std::uint64_t slack = 0; ///< unused bytes that operations which reuse memory of the heap may take
     };
 
     Room room() const;
+    static bool take(std::atomic<std::int64_t>& granted, std::uint64_t bytes) noexcept;
+    std::uint64_t reusable(std::uint64_t capacity) const noexcept;
+    bool grantReuse(std::uint64_t bytes, const Room& room) noexcept;
 
     const IProvider& provider_;
     const MachineMemory::Sources sources_;
     StorageQuota quota_;
     MemoryReserve reserve_;
-    Mutex turn_;                           ///< held by the growing operation while `isScarce_`
-    std::atomic<bool> isScarce_{false};    ///< at the last check of the memory
-    std::atomic<bool> hasRemovals_{false}; ///< since memory was last returned
-    std::atomic<std::int64_t> granted_{0}; ///< bytes that may be allocated before the next check
+    Mutex turn_;                             ///< held by the growing operation while `isScarce_`
+    std::atomic<bool> isScarce_{false};      ///< at the last check of the memory
+    std::atomic<bool> isHeapChanged_{false}; ///< by removals or reuse since the heap was measured
+    std::atomic<std::int64_t> granted_{0};   ///< bytes that may be allocated before the next check
+    std::atomic<std::int64_t> freeHeap_{0};  ///< when last measured, less the small growth since then
+    std::atomic<std::int64_t> reuse_{0}; ///< bytes that small operations may allocate before the next check
 };
 
 } // namespace storage::host

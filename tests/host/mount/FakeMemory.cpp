@@ -23,3 +23,15 @@ void FakeMemory::makeUnifiedGroup(const std::string& path, const std::string& li
     folder_.write(group + "/memory.stat", statistics);
     setProcesses(path, "1\n");
 }
+
+void FakeMemory::setHeap(std::uint64_t resident) const {
+    folder_.write("proc/self/smaps",
+                  "55f0a0000000-55f0a0400000 r--p 00000000 08:01 1234   /usr/bin/qzstorage\n"
+                  "Size:               4096 kB\nRss:                1000 kB\n"
+                  "55f0b0000000-55f0f0000000 rw-p 00000000 00:00 0      [heap]\n"
+                  "Size:            1048576 kB\nKernelPageSize:        4 kB\nRss:            " +
+                      std::to_string(resident / 1024) +
+                      " kB\n"
+                      "7f0000000000-7f0000400000 rw-p 00000000 00:00 0\n"
+                      "Size:               4096 kB\nRss:                2000 kB\n");
+}

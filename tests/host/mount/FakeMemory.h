@@ -33,6 +33,9 @@ public:
         folder_.write("groups/" + path + "/cgroup.procs", processes);
     }
 
+    /// @param resident  bytes of physical memory that the heap of this process has
+    void setHeap(std::uint64_t resident) const;
+
 private:
     TemporaryFolder folder_;
 };

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <functional>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/sysinfo.h>
 
 namespace {
@@ -153,6 +154,91 @@ TEST_F(StorageSpaceTest, TheStorageIsSeldomAsked) {
         ASSERT_EQ(take(4096), 0);
     }
     EXPECT_EQ(asked_, 1);
+}
+
+/// A control group of 512 MiB in which the 4 MiB that are left to others remain.
+class FullMemoryTest : public StorageSpaceTest {
+protected:
+    FullMemoryTest() {
+        failWith(ErrorCode::NotOffered);
+        fake_.join("9:memory:/a\n");
+        setUnused(4 * mebibyte);
+        setFreeHeap(0);
+    }
+
+    void setUnused(std::uint64_t bytes) const { fake_.makeGroup("a", limit, limit - bytes); }
+
+    void setFreeHeap(std::uint64_t bytes) const { fake_.setHeap(::mallinfo2().uordblks + bytes); }
+
+    int take(std::uint64_t bytes, std::uint64_t transient = 0) {
+        return errnoOf([&] { space_.require(bytes, transient); });
+    }
+
+    static constexpr std::uint64_t limit = 512 * mebibyte;
+    static constexpr std::uint64_t page = 4096;
+
+    const FakeMemory fake_;
+    StorageSpace space_{provider_, {}, {}, fake_.sources()};
+};
+
+TEST_F(FullMemoryTest, SmallOperationsReuseTheHeapAfterRemovals) {
+    setFreeHeap(100 * mebibyte);
+    EXPECT_EQ(take(1), ENOSPC) << "nothing was removed";
+    space_.noteRemoval();
+    EXPECT_EQ(take(page), 0);
+    EXPECT_EQ(take(page - 100, 100), 0);
+    EXPECT_EQ(take(page + 1), ENOSPC) << "does not fit between allocations";
+    EXPECT_EQ(take(100, page), ENOSPC) << "copies more than a page";
+    EXPECT_EQ(take(1), 0);
+}
+
+TEST_F(FullMemoryTest, SmallOperationsReuseNoMoreThanTheHeapHas) {
+    constexpr std::uint64_t reusable = 2 * mebibyte;
+    setFreeHeap(4 * mebibyte + reusable); // as much as is left to others is not worth a try
+    space_.noteRemoval();
+    EXPECT_EQ(take(page), 0);
+    setFreeHeap(0);
+    std::uint64_t taken = page;
+    while (taken < 2 * reusable && take(page) == 0) {
+        taken += page;
+    }
+    EXPECT_LE(taken, reusable);
+    EXPECT_GT(taken, reusable / 2);
+}
+
+TEST_F(FullMemoryTest, TheHeapIsMeasuredAgainBeforeReuseEnds) {
+    setFreeHeap(6 * mebibyte);
+    space_.noteRemoval();
+    for (std::uint64_t taken = 0; taken < 10 * mebibyte; taken += page) {
+        ASSERT_EQ(take(page), 0) << "operations took less of the heap than was counted";
+    }
+}
+
+TEST_F(FullMemoryTest, ReuseEndsWhenAllocationsDoNotFit) {
+    setFreeHeap(100 * mebibyte);
+    space_.noteRemoval();
+    EXPECT_EQ(take(page), 0);
+    setUnused(2 * mebibyte);
+    std::uint64_t taken = 0;
+    while (taken < mebibyte && take(page) == 0) {
+        taken += page;
+    }
+    EXPECT_LE(taken, mebibyte / 4) << "before the memory was looked at again";
+    space_.noteRemoval();
+    EXPECT_EQ(take(1), ENOSPC);
+}
+
+TEST_F(FullMemoryTest, ShowsTheRoomForSmallFiles) {
+    setFreeHeap(100 * mebibyte);
+    EXPECT_EQ(space_.info().available, 0U) << "nothing was removed";
+    space_.noteRemoval();
+    EXPECT_TRUE(space_.giveBack());
+    EXPECT_GT(space_.info().available, 95 * mebibyte);
+    EXPECT_LT(space_.info().available, 97 * mebibyte);
+    take(page);
+    EXPECT_LT(space_.info().available, 96 * mebibyte + mebibyte / 2) << "less what was taken since";
+    setUnused(2 * mebibyte);
+    EXPECT_EQ(space_.info().available, 0U) << "no memory to find out what fits";
 }
 
 } // namespace

@@ -1,0 +1,35 @@
+#include "host/mount/FreeHeap.h"
+#include "tests/host/mount/FakeMemory.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+namespace {
+
+using storage::host::readFreeHeap;
+
+constexpr std::uint64_t mebibyte = 1U << 20U;
+
+class FreeHeapTest : public testing::Test {
+protected:
+    std::uint64_t read() const { return readFreeHeap(fake_.sources().processes); }
+
+    FakeMemory fake_;
+};
+
+TEST_F(FreeHeapTest, IsThePhysicalMemoryThatNoAllocationUses) {
+    fake_.setHeap(::mallinfo2().uordblks + 100 * mebibyte);
+    EXPECT_GT(read(), 99 * mebibyte);
+    EXPECT_LT(read(), 101 * mebibyte);
+}
+
+TEST_F(FreeHeapTest, IsNothingIfTheAllocatorUsesOtherMemoryToo) {
+    fake_.setHeap(0);
+    EXPECT_EQ(read(), 0U);
+}
+
+TEST_F(FreeHeapTest, IsNothingIfTheKernelReportsNoHeap) {
+    EXPECT_EQ(read(), 0U);
+}
+
+} // namespace
