@@ -23,6 +23,10 @@ namespace {
 
 using Kind = DiskEntry::Kind;
 
+constexpr int readFolderFlags = O_RDONLY | O_DIRECTORY;
+// Not blocking: a fifo that has taken the file's place would wait for a writer forever.
+constexpr int readFileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
+
 const char* describeWritable(bool writable) {
     return writable ? "writable" : "read-only";
 }
@@ -37,6 +41,11 @@ std::size_t equalBytes(const std::vector<char>& left, const std::vector<char>& r
 }
 
 } // namespace
+
+FileDescriptor Checker::Layer::open(int flags) const {
+    return above ? FileDescriptor(*above, diskName(source.diskPath), flags)
+                 : FileDescriptor(source.diskPath, flags);
+}
 
 Checker::Checker(ExportSource& stored, Console& console, const Interruption& interruption,
                  const ImportLog& expected, Complete complete, Against against, Times times)
@@ -80,7 +89,7 @@ Checker::Layers Checker::layersAt(const StoragePath& path) {
             const Kind kind = DiskEntry::at(source.diskPath, DiskEntry::Links::Follow).kind;
             const auto verdict =
                 source.selection->ofTop(toUtf16(diskName(source.diskPath)), kind == Kind::Folder);
-            layers.push_back({std::move(source), kind, DiskEntry::Links::Follow, {}, verdict});
+            layers.push_back({std::move(source), kind, nullptr, {}, verdict});
         });
     }
     return layers;
@@ -127,22 +136,22 @@ Checker::Children Checker::childrenOf(const Folder& folder) {
 }
 
 void Checker::addChildren(const Layer& layer, Children& children) {
-    const std::string& folder = layer.source.diskPath;
-    for (const std::string& name : listDiskFolder(folder, layer.links)) {
-        console_.attempt(folder, [&] { addChild(layer, name, children); });
+    const auto folder = std::make_shared<const FileDescriptor>(layer.open(readFolderFlags));
+    for (const std::string& name : listDiskFolder(*folder)) {
+        console_.attempt(folder->path(), [&] { addChild(layer, folder, name, children); });
     }
 }
 
-void Checker::addChild(const Layer& layer, const std::string& name, Children& children) {
+void Checker::addChild(const Layer& layer, const std::shared_ptr<const FileDescriptor>& folder,
+                       const std::string& name, Children& children) {
     ImportSource source = layer.source;
     source.diskPath = diskChild(source.diskPath, name);
     source.scope = ImportSource::Scope::Whole;
-    const Kind kind = DiskEntry::at(source.diskPath, DiskEntry::Links::Inspect).kind;
+    const Kind kind = DiskEntry::in(*folder, name).kind;
     const StoragePath path = layer.path.child(toUtf16(name));
     const auto verdict = source.selection->ofChild(path, kind == Kind::Folder, layer.verdict);
     if (verdict != EntrySelection::Verdict::Excluded) {
-        children[toUtf16(name)].push_back(
-            {std::move(source), kind, DiskEntry::Links::Inspect, path, verdict});
+        children[toUtf16(name)].push_back({std::move(source), kind, folder, path, verdict});
     }
 }
 
@@ -214,9 +223,7 @@ void Checker::reportMissing(const StoragePath& path, const Layers& layers) {
 
 void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     const std::string& diskPath = layer.source.diskPath;
-    // O_NONBLOCK: opening a fifo that has replaced the file would block until a writer opens it.
-    const int noFollow = layer.links == DiskEntry::Links::Follow ? 0 : O_NOFOLLOW;
-    const FileDescriptor onDisk(diskPath, O_RDONLY | O_NONBLOCK | O_NOCTTY | noFollow);
+    const FileDescriptor onDisk = layer.open(readFileFlags);
     if (const Kind kind = DiskEntry::of(onDisk).kind; kind != Kind::File) {
         throw CommandError(diskPath, std::string("replaced by ") + describe(kind));
     }
@@ -286,13 +293,15 @@ void Checker::compareHardLinks(const StoragePath& path, const Layer& layer, std:
 void Checker::compareSpecial(const StoragePath& path, EntryKind kind, const Layer& layer) {
     const std::string& diskPath = layer.source.diskPath;
     const ExportSource::Entry stored = entryAt(path, kind);
-    const FileDescriptor folder(diskParent(diskPath), O_PATH | O_DIRECTORY);
-    const DiskEntry onDisk = DiskEntry::in(folder, diskName(diskPath));
+    const auto folder =
+        layer.above ? layer.above
+                    : std::make_shared<const FileDescriptor>(diskParent(diskPath), O_PATH | O_DIRECTORY);
+    const DiskEntry onDisk = DiskEntry::in(*folder, diskName(diskPath));
     if (onDisk.kind != kind) {
         throw CommandError(diskPath, std::string("replaced by ") + describe(onDisk.kind));
     }
     if (kind == Kind::SymbolicLink) {
-        const std::string target = readDiskLink(folder, diskName(diskPath));
+        const std::string target = readDiskLink(*folder, diskName(diskPath));
         if (target != stored.attributes.linkTarget) {
             report(path, fmt::format("a symbolic link to '{}', but {} points to '{}'",
                                      stored.attributes.linkTarget, diskPath, target));
@@ -326,8 +335,7 @@ void Checker::compareFolderAttributes(const Folder& folder) {
     }
     const ImportSource& source = last->source;
     const Times times = isAddedToAfter(folder, source.order) ? Times::Ignore : times_;
-    const int noFollow = last->links == DiskEntry::Links::Follow ? 0 : O_NOFOLLOW;
-    const FileDescriptor onDisk(source.diskPath, O_RDONLY | O_DIRECTORY | noFollow);
+    const FileDescriptor onDisk = last->open(readFolderFlags);
     const ExportSource::Entry stored = entryAt(folder.path, Kind::Folder);
     compareAttributes(folder.path, stored, source.diskPath, DiskEntry::of(onDisk), times);
     compareXattrs(folder.path, stored.attributes.xattrs, onDisk);

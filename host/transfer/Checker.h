@@ -2,6 +2,7 @@
 
 #include "host/console/ProgressMeter.h"
 #include "host/disk/DiskEntry.h"
+#include "host/disk/FileDescriptor.h"
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
@@ -47,6 +48,9 @@ namespace storage::host {
 /// Each difference is reported to the console in one line, as a failure. Entries below a missing or
 /// additional folder are not reported. An entry that cannot be read is a failure, too.
 ///
+/// Folders below a source are opened one from the other, so a symbolic link that replaces a folder is not
+/// followed. A folder stays open until all its entries have been compared.
+///
 /// Borrows the source, the console, the interruption and the log. Not thread-safe.
 class Checker {
 public:
@@ -72,9 +76,12 @@ private:
     struct Layer {
         ImportSource source;
         DiskEntry::Kind kind = DiskEntry::Kind::File;
-        DiskEntry::Links links = DiskEntry::Links::Inspect;
-        StoragePath path; ///< relative to the top of the source
+        std::shared_ptr<const FileDescriptor> above; ///< the parent folder; null for the top
+        StoragePath path;                            ///< relative to the top of the source
         EntrySelection::Verdict verdict = EntrySelection::Verdict::Included;
+
+        /// Opens the entry. Follows a symbolic link only at the top.
+        FileDescriptor open(int flags) const;
     };
     using Layers = std::vector<Layer>; ///< in the order of their imports
 
@@ -101,7 +108,8 @@ private:
     void compareFolder(const Folder& folder);
     Children childrenOf(const Folder& folder);
     void addChildren(const Layer& layer, Children& children);
-    static void addChild(const Layer& layer, const std::string& name, Children& children);
+    static void addChild(const Layer& layer, const std::shared_ptr<const FileDescriptor>& folder,
+                         const std::string& name, Children& children);
     Layers layersAt(const StoragePath& path);
     bool isSkippedKind(DiskEntry::Kind kind) const;
     bool holdsImported(const Layer& layer);

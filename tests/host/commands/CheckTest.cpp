@@ -230,6 +230,20 @@ TEST_F(CheckTest, FindsAFolderThatBecameALinkAndDoesNotFollowIt) {
     succeed("check /n " + disk_ / "named");
 }
 
+TEST_F(CheckTest, DoesNotFollowAFolderThatBecomesALinkMeanwhile) {
+    disk_.write("src/s/h/last", "last");
+    disk_.write("elsewhere/g", "other");
+    disk_.write("elsewhere/h/last", "other");
+    succeed("import " + disk_ / "src" + " /m");
+    provider_->before = [&](const char*, const StorageIRI& iri) {
+        if (iri == StorageIRI(u"/m/s/g") && !fs::is_symlink(disk_ / "src/s")) { // after the file was opened
+            fs::rename(disk_ / "src/s", disk_ / "moved");
+            fs::create_symlink(disk_ / "elsewhere", disk_ / "src/s");
+        }
+    };
+    EXPECT_EQ(succeed("check /m " + disk_ / "src"), "check: 3 folders, 3 files, 600007 bytes: equal\n");
+}
+
 TEST_F(CheckTest, FindsAnotherWritableFlagOfAFolder) {
     fs::permissions(disk_ / "src/s", fs::perms::owner_write, fs::perm_options::remove);
     EXPECT_EQ(difference(), "qzstorage: check: /n/s: writable, but " + disk_ / "src/s" + " is read-only\n");
