@@ -67,6 +67,10 @@ private:
     };
 
     WritableFolder& innermost();
+    std::optional<std::uint64_t> addNewFile(const StoragePath& source, const ExportSource::Entry& entry,
+                                            WritableFolder& folder, const std::string& name);
+    std::uint64_t fill(const FileDescriptor& file, const StoragePath& source,
+                       const ExportSource::Entry& entry, const struct stat* replaced);
     void makeFolder(const StoragePath& source, const std::string& name);
     struct stat finishSpecial(const FileDescriptor& folder, const std::string& name,
                               const DiskAttributes& attributes);

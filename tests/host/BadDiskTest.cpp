@@ -752,6 +752,7 @@ TEST_F(TemporaryNameTest, KeepsFilesInUseAndForeignNames) {
     ASSERT_EQ(::flock(used.number(), LOCK_EX), 0);
     disk_.makeFolder("out/" + numbered(name, '1'));
     disk_.write("out/.qzstorage-0-0.part", "of another form");
+    disk_.write("out/f", "replaced");
     fs::create_symlink("nowhere", disk_ / ("out/" + numbered(name, '2'))); // an unfinished link
     succeed("mkdir /out");
     succeed("write /out/f new");
@@ -762,6 +763,7 @@ TEST_F(TemporaryNameTest, KeepsFilesInUseAndForeignNames) {
 }
 
 TEST_F(TemporaryNameTest, RemovesFilesOfAKilledExport) {
+    disk_.write("a/bad", "old");
     const std::string lines =
         "mkdir -p /a/s\nwrite /a/s/bad new\nwrite /a/bad new\nexport /a " + disk_.path() + "\n";
     const ProgramRun killed({"--plugin", badPlugin, "shell"}, lines,
@@ -770,8 +772,17 @@ TEST_F(TemporaryNameTest, RemovesFilesOfAKilledExport) {
     EXPECT_THAT(namesIn(disk_ / "a"), HasSubstr(".part"));
     const ProgramRun next = runLines("mkdir -p /a/s\nwrite /a/s/other new\nexport /a " + disk_.path() + "\n");
     EXPECT_EQ(next.errors(), "");
-    EXPECT_EQ(namesIn(disk_ / "a"), "s");
+    EXPECT_EQ(namesIn(disk_ / "a"), "bad s");
+    EXPECT_EQ(readFile(disk_ / "a/bad"), "old");
     EXPECT_EQ(namesIn(disk_ / "a/s"), "other");
+}
+
+TEST_F(TemporaryNameTest, LeavesNothingOfANewFileOfAKilledExport) {
+    const std::string lines = "mkdir /a\nwrite /a/bad new\nexport /a " + disk_.path() + "\n";
+    const ProgramRun killed({"--plugin", badPlugin, "shell"}, lines,
+                            [] { ::setenv("BAD_PLUGIN", "read signal9", /*replace*/ 1); });
+    EXPECT_EQ(killed.status(), -SIGKILL);
+    EXPECT_EQ(namesIn(disk_ / "a"), "");
 }
 
 TEST_F(TemporaryNameTest, ReusesTheTemporaryNameOfAKilledExport) {
