@@ -15,10 +15,6 @@ namespace {
 
 using Result = CheckOutcome::Result;
 
-CheckOutcome unexpected() {
-    return {Result::Fail, "unexpected failure: " + Failure::ofCurrentException("").text()};
-}
-
 CheckOutcome verdictOf(const std::function<void()>& check) {
     try {
         check();
@@ -28,7 +24,7 @@ CheckOutcome verdictOf(const std::function<void()>& check) {
     } catch (const CheckSkipped& skipped) {
         return {Result::Skip, skipped.what()};
     } catch (...) {
-        return unexpected();
+        return {Result::Fail, "unexpected failure: " + Failure::ofCurrentException("").text()};
     }
 }
 
@@ -59,25 +55,11 @@ CheckRunner::Running::Running(const CheckRunner& runner, const Check& check)
           }));
       }) {}
 
-CheckOutcome CheckRunner::Running::outcome(std::chrono::milliseconds limit) {
-    CheckOutcome outcome = process_.outcome(limit);
+CheckOutcome CheckRunner::Running::traced(CheckOutcome outcome) const {
     if (outcome.result == Result::Crash || outcome.result == Result::Hang) {
         outcome.reason += trace_.text();
     }
     return outcome;
-}
-
-std::unique_ptr<CheckRunner::Running> CheckRunner::start(const Check& check) const {
-    return std::make_unique<Running>(*this, check);
-}
-
-CheckOutcome CheckRunner::run(const Check& check) const {
-    const auto running = start(check);
-    CheckProcess* const process = &running->process();
-    while (!process->isOver(limit_)) {
-        CheckProcess::waitForAny({&process, 1});
-    }
-    return running->outcome(limit_);
 }
 
 } // namespace storage::host

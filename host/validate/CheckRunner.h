@@ -34,20 +34,25 @@ public:
 
         CheckProcess& process() { return process_; }
 
-        /// As CheckProcess; of one that did not end well, with the operations that it was in.
-        CheckOutcome outcome(std::chrono::milliseconds limit);
+        // As CheckProcess. The reason of a crash or a hang names the operations that were in progress.
+        CheckOutcome outcome(std::chrono::milliseconds limit) { return traced(process_.outcome(limit)); }
+        CheckOutcome wait(std::chrono::milliseconds limit) { return traced(process_.wait(limit)); }
 
     private:
+        CheckOutcome traced(CheckOutcome outcome) const;
+
         OperationTrace trace_; ///< made before the process, which shares it
         CheckProcess process_;
     };
 
     /// @throws std::system_error
-    std::unique_ptr<Running> start(const Check& check) const;
+    std::unique_ptr<Running> start(const Check& check) const {
+        return std::make_unique<Running>(*this, check);
+    }
 
     /// Starts a check and waits for it.
     /// @throws Interrupted
-    CheckOutcome run(const Check& check) const;
+    CheckOutcome run(const Check& check) const { return start(check)->wait(limit_); }
 
     /// The same with other random numbers.
     CheckRunner withSeed(std::uint64_t seed) const { return {plugin_, profile_, seed, limit_}; }

@@ -2,6 +2,7 @@
 
 #include "host/support/Utf.h"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <fmt/format.h>
 
 namespace storage::host {
@@ -10,27 +11,18 @@ namespace {
 
 constexpr const char* harmless = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@%=-";
 
-/// Quotes a word with escape sequences, because it has bytes that are not printable.
-std::string quotedByNumbers(const std::string& word) {
+std::string quotedForShell(const std::string& word) {
+    if (!word.empty() && word.find_first_not_of(harmless) == std::string::npos) {
+        return word;
+    }
+    if (printable(word) == word) {
+        return fmt::format("'{}'", boost::replace_all_copy(word, "'", "'\\''"));
+    }
     std::string quoted = "$'";
     for (const char letter : word) {
         const bool isHarmless = std::string_view(harmless).find(letter) != std::string_view::npos;
         quoted += isHarmless ? std::string(1, letter)
                              : fmt::format("\\x{:02x}", static_cast<unsigned char>(letter));
-    }
-    return quoted + "'";
-}
-
-std::string quotedForShell(const std::string& word) {
-    if (!word.empty() && word.find_first_not_of(harmless) == std::string::npos) {
-        return word;
-    }
-    if (printable(word) != word) {
-        return quotedByNumbers(word);
-    }
-    std::string quoted = "'";
-    for (const char letter : word) {
-        quoted += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
     }
     return quoted + "'";
 }

@@ -3,12 +3,9 @@
 #include "host/disk/FileDescriptor.h"
 #include "host/support/CommandError.h"
 #include "host/support/UsageError.h"
-#include "host/validate/CheckProgress.h"
 #include "host/validate/CheckRunner.h"
 #include "host/validate/ReplayCommand.h"
-#include "host/validate/report/ValidationJUnit.h"
-#include "host/validate/report/ValidationJson.h"
-#include "host/validate/report/ValidationText.h"
+#include "host/validate/report/ValidationReports.h"
 #include "host/validate/rules/CheckSelection.h"
 #include "host/validate/rules/RuleExceptions.h"
 
@@ -45,7 +42,7 @@ public:
         : options_(options),
           console_(console),
           runner_(plugin, options.profile, options.seed, options.timeLimit),
-          progress_(console, selection.size()),
+          checkCount_(selection.size()),
           record_{plugin, options.profile, options.seed, selection.leftOut, {}} {
         for (const CheckSelection::Group& group : selection.groups) {
             record_.groups.push_back({group.group, {}});
@@ -55,11 +52,20 @@ public:
         }
     }
 
+    Validation(const Validation&) = delete;
+    Validation& operator=(const Validation&) = delete;
+    ~Validation() {
+        try {
+            console_.clearProgress();
+        } catch (...) { // the terminal is gone
+        }
+    }
+
     ValidationRecord run() {
         runner_.requireProvider();
         std::ostream silence(nullptr);
-        ValidationText text(options_.format == ReportFormat::Text ? console_.out() : silence);
-        text.printBegin(record_);
+        std::ostream& text = options_.format == ReportFormat::Text ? console_.out() : silence;
+        printBegin(text, record_);
         for (ValidationRecord::Group& group : record_.groups) {
             for (CheckRun& run : group.checks) {
                 if (run.state == CheckRun::State::NotReached) {
@@ -69,9 +75,9 @@ public:
             }
             collectUntil(0);
             console_.clearProgress();
-            text.printGroup(group);
+            printGroup(text, group);
         }
-        text.printEnd(record_);
+        printEnd(text, record_);
         return record_;
     }
 
@@ -89,7 +95,7 @@ private:
             return;
         }
         if (round == 0) {
-            progress_.begin(*run.check);
+            showProgress(*run.check);
         }
         milliseconds limit = options_.timeLimit;
         if (options_.runLimit) {
@@ -97,6 +103,14 @@ private:
                                milliseconds(0), limit);
         }
         jobs_.push_back({&run, round, limit, runner_.withSeed(options_.seed + round).start(*run.check)});
+    }
+
+    void showProgress(const Check& check) {
+        ++begun_;
+        if (console_.showsProgress()) {
+            console_.drawProgress(
+                fmt::format("{} of {}: {} {}", begun_, checkCount_, check.number, check.name));
+        }
     }
 
     void collectUntil(std::size_t left) {
@@ -144,7 +158,8 @@ private:
     const ValidateOptions& options_;
     Console& console_;
     const CheckRunner runner_;
-    CheckProgress progress_;
+    const std::size_t checkCount_;
+    std::size_t begun_ = 0;
     ValidationRecord record_;
     std::vector<Job> jobs_;
     const Clock::time_point begin_ = Clock::now();
@@ -172,10 +187,9 @@ std::optional<FileDescriptor> openForJUnit(const ValidateOptions& options) {
 /// A run that checks nothing must not be a success.
 void requireChecks(const CheckSelection& selection, const RuleExceptions& exceptions) {
     for (const CheckSelection::Group& group : selection.groups) {
-        for (const Check* const check : group.checks) {
-            if (!exceptions.reasonFor(*check)) {
-                return;
-            }
+        if (std::any_of(group.checks.begin(), group.checks.end(),
+                        [&](const Check* check) { return !exceptions.reasonFor(*check); })) {
+            return;
         }
     }
     throw UsageError("all of the selected rules are excepted");
@@ -210,7 +224,9 @@ ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options
         junit->write(junitXml(record));
         junit->close();
     }
-    return record.totals().allKept() && record.notReached() == 0 ? ExitStatus::Success : ExitStatus::Failure;
+    return record.totals().allKept() && record.numbersOf(CheckRun::State::NotReached).empty()
+               ? ExitStatus::Success
+               : ExitStatus::Failure;
 }
 
 } // namespace storage::host

@@ -41,6 +41,29 @@ std::uint64_t seedOf(const std::string& text) {
     return seed;
 }
 
+Profile profileOf(const std::string& name) {
+    return name == profileName(Profile::AnyProvider) ? Profile::AnyProvider : Profile::InMemoryProvider;
+}
+
+/// An option that may be repeated, each time with one pattern.
+CLI::Option* addPatterns(CLI::App& command, const char* name, std::vector<std::string>& patterns,
+                         const char* description) {
+    return command.add_option(name, patterns, description)
+        ->type_name("PATTERN")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->expected(1)
+        ->allow_extra_args(false);
+}
+
+/// An option with a number from 1 to `most`.
+template <class Number>
+CLI::Option* addNumber(CLI::App& command, const char* name, Number& number, long most, const char* type,
+                       const char* description) {
+    return command.add_option(name, number, description)
+        ->type_name(type)
+        ->check(CLI::Range(1L, most).description(""));
+}
+
 } // namespace
 
 ValidateSyntax::ValidateSyntax(CLI::App& app)
@@ -52,21 +75,14 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
                      "Which rules: those for any provider, the default when a plug-in is named, or all that "
                      "the in-memory one keeps")
         ->type_name("any|in-memory")
-        ->check(CLI::IsMember(profileNames()).description(""));
+        ->check(CLI::IsMember(std::vector<std::string>(profileNames.begin(), profileNames.end()))
+                    .description(""));
     CLI::Option* const list = command_->add_flag("--list", list_, "List the rules, and check nothing");
-    command_->add_option("--only", options_.only, "Only rules whose number or name matches; may be repeated")
-        ->type_name("PATTERN")
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->expected(1)
-        ->allow_extra_args(false);
+    addPatterns(*command_, "--only", options_.only,
+                "Only rules whose number or name matches; may be repeated");
     CLI::Option* const except =
-        command_
-            ->add_option("--except", options_.except,
-                         "Do not check rules whose number or name matches; may be repeated")
-            ->type_name("PATTERN")
-            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-            ->expected(1)
-            ->allow_extra_args(false);
+        addPatterns(*command_, "--except", options_.except,
+                    "Do not check rules whose number or name matches; may be repeated");
     CLI::Option* const exceptFrom =
         command_
             ->add_option("--except-from", options_.exceptFrom,
@@ -80,22 +96,14 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
     list->excludes(junit);
     command_->add_option("--seed", seed_, "Where random numbers begin; another at each run by default")
         ->type_name("N");
-    command_->add_option("--timeout", timeLimit_, "How long one check may take")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(1L, longestTimeLimit).description(""))
+    addNumber(*command_, "--timeout", timeLimit_, longestTimeLimit, "SECONDS", "How long one check may take")
         ->capture_default_str();
-    command_->add_option("--run-timeout", runLimit_, "How long all checks together may take")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(1L, longestTimeLimit).description(""));
-    command_->add_option("--jobs", options_.jobs, "How many checks run at once")
-        ->type_name("N")
-        ->check(CLI::Range(1L, mostJobs).description(""))
+    addNumber(*command_, "--run-timeout", runLimit_, longestTimeLimit, "SECONDS",
+              "How long all checks together may take");
+    addNumber(*command_, "--jobs", options_.jobs, mostJobs, "N", "How many checks run at once")
         ->capture_default_str();
-    command_
-        ->add_option("--repeat", options_.repeat,
-                     "Run each check so many times, each time with other random numbers")
-        ->type_name("N")
-        ->check(CLI::Range(1L, mostRepeats).description(""))
+    addNumber(*command_, "--repeat", options_.repeat, mostRepeats, "N",
+              "Run each check so many times, each time with other random numbers")
         ->capture_default_str();
     command_->add_flag("--fail-fast", options_.failFast, "Stop at the first rule that is not kept");
     command_->footer(validateExamples);
@@ -108,7 +116,7 @@ std::optional<ValidateOptions> ValidateSyntax::result(const std::optional<std::s
     ValidateOptions options = options_;
     options.task = list_ ? ValidateOptions::Task::List : ValidateOptions::Task::Check;
     options.plugin = namedPlugin(plugin, plugin_);
-    options.profile = profile_ ? profileNamed(*profile_) : usualProfile(options);
+    options.profile = profile_ ? profileOf(*profile_) : usualProfile(options);
     options.format = json_ ? ReportFormat::Json : ReportFormat::Text;
     options.seed = seed_ ? seedOf(*seed_) : std::random_device{}();
     options.timeLimit = std::chrono::seconds(timeLimit_);

@@ -14,7 +14,7 @@ void expect(bool holds, std::string_view reason);
 /// @param action     must fail with the host's `Exception`
 /// @param code       expected code of the exception
 /// @param location   expected location of the exception
-/// @param operation  for the message, for example "creating a file that is there"
+/// @param operation  for the message, for example "creating an existing file"
 /// @throws RuleBroken when the action succeeds or fails otherwise
 void expectFailure(const std::function<void()>& action, foundation::storage::provider::ErrorCode code,
                    const foundation::storage::provider::StorageIRI& location, std::string_view operation);

@@ -8,75 +8,81 @@ using namespace foundation::storage::provider;
 
 namespace {
 
-class TracedStream final : public ByteStream {
+/// What traced streams and listings have in common.
+template <class Interface>
+class Traced : public Interface {
 public:
-    TracedStream(OperationTrace& trace, std::u16string path) : trace_(trace), path_(std::move(path)) {}
-
-    TracedStream(const TracedStream&) = delete;
-    TracedStream& operator=(const TracedStream&) = delete;
-    ~TracedStream() override {
-        const OperationTrace::Call call(trace_, "the destructor of a stream", path_);
+    Traced(OperationTrace& trace, std::u16string path) : trace_(trace), path_(std::move(path)) {}
+    Traced(const Traced&) = delete;
+    Traced& operator=(const Traced&) = delete;
+    ~Traced() override {
+        const auto call = record("the destructor of a stream or a listing");
         inner_.reset();
     }
 
-    void wrap(std::unique_ptr<ByteStream> inner) { inner_ = std::move(inner); }
+    void wrap(std::unique_ptr<Interface> inner) { inner_ = std::move(inner); }
+
+protected:
+    OperationTrace::Call record(const char* operation) const { return {trace_, operation, path_}; }
+
+    OperationTrace& trace_;
+    std::u16string path_;
+    std::unique_ptr<Interface> inner_;
+};
+
+class TracedStream final : public Traced<ByteStream> {
+public:
+    using Traced::Traced;
 
     long read(char* buffer, long count) override {
-        const OperationTrace::Call call(trace_, "read", path_);
+        const auto call = record("read");
         return inner_->read(buffer, count);
     }
     long write(const char* buffer, long count) override {
-        const OperationTrace::Call call(trace_, "write", path_);
+        const auto call = record("write");
         return inner_->write(buffer, count);
     }
     std::streampos seek(long offset, std::ios_base::seekdir direction) override {
-        const OperationTrace::Call call(trace_, "seek", path_);
+        const auto call = record("seek");
         return inner_->seek(offset, direction);
     }
     void flush() override {
-        const OperationTrace::Call call(trace_, "flush", path_);
+        const auto call = record("flush");
         inner_->flush();
     }
-
-private:
-    OperationTrace& trace_;
-    std::u16string path_;
-    std::unique_ptr<ByteStream> inner_;
 };
 
-class TracedListing final : public IFolderEntryIterator {
-public:
-    TracedListing(OperationTrace& trace, std::u16string path) : trace_(trace), path_(std::move(path)) {}
+/// Calls `open` and wraps its result. The wrapper is allocated first: an operation that has changed something must
+/// not fail.
+template <class Wrapper, class Open>
+auto wrapped(OperationTrace& trace, const char* operation, const std::u16string& path, const Open& open) {
+    auto wrapper = std::make_unique<Wrapper>(trace, path);
+    const OperationTrace::Call call(trace, operation, path);
+    auto inner = open();
+    const bool isNull = inner == nullptr;
+    wrapper->wrap(std::move(inner));
+    return isNull ? nullptr : std::move(wrapper);
+}
 
-    void wrap(std::unique_ptr<IFolderEntryIterator> inner) { inner_ = std::move(inner); }
+class TracedListing final : public Traced<IFolderEntryIterator> {
+public:
+    using Traced::Traced;
 
     FolderEntry getEntry() const override {
-        const OperationTrace::Call call(trace_, "getEntry", path_);
+        const auto call = record("getEntry");
         return inner_->getEntry();
     }
     bool hasNext() const override {
-        const OperationTrace::Call call(trace_, "hasNext", path_);
+        const auto call = record("hasNext");
         return inner_->hasNext();
     }
     void step() override {
-        const OperationTrace::Call call(trace_, "step", path_);
+        const auto call = record("step");
         inner_->step();
     }
     std::unique_ptr<IFolderEntryIterator> clone() const override {
-        const OperationTrace::Call call(trace_, "clone", path_);
-        auto copy = inner_->clone();
-        if (!copy) {
-            return nullptr;
-        }
-        auto traced = std::make_unique<TracedListing>(trace_, path_);
-        traced->wrap(std::move(copy));
-        return traced;
+        return wrapped<TracedListing>(trace_, "clone", path_, [&] { return inner_->clone(); });
     }
-
-private:
-    OperationTrace& trace_;
-    std::u16string path_;
-    std::unique_ptr<IFolderEntryIterator> inner_;
 };
 
 class TracedProvider final : public IProvider {
@@ -102,102 +108,78 @@ public:
     using Time = boost::posix_time::ptime;
     using Size = unsigned long long;
 
-// One line for each operation whose first parameter is a location, with the types of the others.
-#define QZ_TRACED1(Result, name)                                                                             \
-    Result name(const Iri& iri) const override {                                                             \
-        return record(#name, &IProvider::name, iri);                                                         \
-    }
-#define QZ_TRACED2(Result, name, B)                                                                          \
-    Result name(const Iri& iri, B b) const override {                                                        \
-        return record(#name, &IProvider::name, iri, b);                                                      \
-    }
-#define QZ_TRACED3(Result, name, B, C)                                                                       \
-    Result name(const Iri& iri, B b, C c) const override {                                                   \
-        return record(#name, &IProvider::name, iri, b, c);                                                   \
-    }
-#define QZ_TRACED4(Result, name, B, C, D)                                                                    \
-    Result name(const Iri& iri, B b, C c, D d) const override {                                              \
-        return record(#name, &IProvider::name, iri, b, c, d);                                                \
+// One line for each operation whose first parameter is a location.
+#define QZ_TRACED(Result, name, parameters, ...)                                                             \
+    Result name parameters const override {                                                                  \
+        return record(#name, &IProvider::name, __VA_ARGS__);                                                 \
     }
     // NOLINTBEGIN(performance-unnecessary-value-param): as in the interface
-    QZ_TRACED1(void, doCreateFile)
-    QZ_TRACED1(void, doCreateFolder)
-    QZ_TRACED1(void, doCreateFolderRecursive)
-    QZ_TRACED1(bool, doFileExists)
-    QZ_TRACED1(bool, doFolderExists)
-    QZ_TRACED1(void, doRemoveFile)
-    QZ_TRACED3(void, doMoveFile, const Iri&, const Policy&)
-    QZ_TRACED1(void, doRemoveFolder)
-    QZ_TRACED1(void, doRemoveFolderRecursively)
-    QZ_TRACED3(void, doMoveFolder, const Iri&, const Policy&)
-    QZ_TRACED1(FileAttributes, doGetFileAttributes)
-    QZ_TRACED1(FolderAttributes, doGetFolderAttributes)
-    QZ_TRACED2(Stream, doOpenStream, const Options&)
-    QZ_TRACED1(Stream, doOpenReadOnlyStream)
-    QZ_TRACED2(Stream, doOpenTransactionalStream, const Options&)
-    QZ_TRACED3(Stream, doOpenTransactionalStreamAtScratchLocation, const Iri&, const Options&)
-    QZ_TRACED1(Listing, doListAll)
-    QZ_TRACED2(Listing, doListAllWildcards, Pattern)
-    QZ_TRACED1(Listing, doListFiles)
-    QZ_TRACED2(Listing, doListFilesWildcards, Pattern)
-    QZ_TRACED1(Listing, doListFolders)
-    QZ_TRACED2(Listing, doListFoldersWildcards, Pattern)
-    QZ_TRACED1(Names, doListAllNamesOnly)
-    QZ_TRACED2(Names, doListAllNamesOnlyWildcards, Pattern)
-    QZ_TRACED1(Names, doListFoldersNamesOnly)
-    QZ_TRACED2(Names, doListFoldersNamesOnlyWildcards, Pattern)
-    QZ_TRACED1(Names, doListFilesNamesOnly)
-    QZ_TRACED2(Names, doListFilesNamesOnlyWildcards, Pattern)
-    QZ_TRACED1(Listing, doListAllRecursive)
-    QZ_TRACED2(Listing, doListAllRecursiveWildcards, Pattern)
-    QZ_TRACED1(Names, doListAllRecursiveNamesOnly)
-    QZ_TRACED2(Names, doListAllRecursiveNamesOnlyWildcards, Pattern)
-    QZ_TRACED3(void, doCopyFile, const Iri&, const Policy&)
-    QZ_TRACED4(void, doCopyFileAtomic, const Iri&, const Policy&, CopyProgress)
-    QZ_TRACED2(void, doSetLastModified, const Time&)
-    QZ_TRACED2(void, doSetWritable, bool)
-    QZ_TRACED2(void, doPublishFolderEventsFor, EventCallback)
-    QZ_TRACED2(void, doPublishFileEventsFor, EventCallback)
-    QZ_TRACED1(void, doStopPublishingEventsFor)
-    QZ_TRACED2(void, doStartChangePollingMechanism, EventCallback)
-    QZ_TRACED1(void, doStopChangePollingMechanism)
-    QZ_TRACED1(PathComparator, doGetPathComparator)
-    QZ_TRACED1(StorageIRI, doGetCanonicalLocation)
-    QZ_TRACED1(FilenameSensitivity, doGetFilenameSensitivity)
-    QZ_TRACED1(bool, doExists)
-    QZ_TRACED1(EntryExistence, doExistsExtended)
-    QZ_TRACED1(ExtendedAttributes, doGetExtendedAttributes)
-    QZ_TRACED1(ProviderStorageInfo, doGetProviderStorageInfo)
-    QZ_TRACED2(void, doTruncateToSize, Size)
+    QZ_TRACED(void, doCreateFile, (const Iri& iri), iri)
+    QZ_TRACED(void, doCreateFolder, (const Iri& iri), iri)
+    QZ_TRACED(void, doCreateFolderRecursive, (const Iri& iri), iri)
+    QZ_TRACED(bool, doFileExists, (const Iri& iri), iri)
+    QZ_TRACED(bool, doFolderExists, (const Iri& iri), iri)
+    QZ_TRACED(void, doRemoveFile, (const Iri& iri), iri)
+    QZ_TRACED(void, doMoveFile, (const Iri& iri, const Iri& b, const Policy& c), iri, b, c)
+    QZ_TRACED(void, doRemoveFolder, (const Iri& iri), iri)
+    QZ_TRACED(void, doRemoveFolderRecursively, (const Iri& iri), iri)
+    QZ_TRACED(void, doMoveFolder, (const Iri& iri, const Iri& b, const Policy& c), iri, b, c)
+    QZ_TRACED(FileAttributes, doGetFileAttributes, (const Iri& iri), iri)
+    QZ_TRACED(FolderAttributes, doGetFolderAttributes, (const Iri& iri), iri)
+    QZ_TRACED(Stream, doOpenStream, (const Iri& iri, const Options& b), iri, b)
+    QZ_TRACED(Stream, doOpenReadOnlyStream, (const Iri& iri), iri)
+    QZ_TRACED(Stream, doOpenTransactionalStream, (const Iri& iri, const Options& b), iri, b)
+    QZ_TRACED(Stream, doOpenTransactionalStreamAtScratchLocation,
+              (const Iri& iri, const Iri& b, const Options& c), iri, b, c)
+    QZ_TRACED(Listing, doListAll, (const Iri& iri), iri)
+    QZ_TRACED(Listing, doListAllWildcards, (const Iri& iri, Pattern b), iri, b)
+    QZ_TRACED(Listing, doListFiles, (const Iri& iri), iri)
+    QZ_TRACED(Listing, doListFilesWildcards, (const Iri& iri, Pattern b), iri, b)
+    QZ_TRACED(Listing, doListFolders, (const Iri& iri), iri)
+    QZ_TRACED(Listing, doListFoldersWildcards, (const Iri& iri, Pattern b), iri, b)
+    QZ_TRACED(Names, doListAllNamesOnly, (const Iri& iri), iri)
+    QZ_TRACED(Names, doListAllNamesOnlyWildcards, (const Iri& iri, Pattern b), iri, b)
+    QZ_TRACED(Names, doListFoldersNamesOnly, (const Iri& iri), iri)
+    QZ_TRACED(Names, doListFoldersNamesOnlyWildcards, (const Iri& iri, Pattern b), iri, b)
+    QZ_TRACED(Names, doListFilesNamesOnly, (const Iri& iri), iri)
+    QZ_TRACED(Names, doListFilesNamesOnlyWildcards, (const Iri& iri, Pattern b), iri, b)
+    QZ_TRACED(Listing, doListAllRecursive, (const Iri& iri), iri)
+    QZ_TRACED(Listing, doListAllRecursiveWildcards, (const Iri& iri, Pattern b), iri, b)
+    QZ_TRACED(Names, doListAllRecursiveNamesOnly, (const Iri& iri), iri)
+    QZ_TRACED(Names, doListAllRecursiveNamesOnlyWildcards, (const Iri& iri, Pattern b), iri, b)
+    QZ_TRACED(void, doCopyFile, (const Iri& iri, const Iri& b, const Policy& c), iri, b, c)
+    QZ_TRACED(void, doCopyFileAtomic, (const Iri& iri, const Iri& b, const Policy& c, CopyProgress d), iri, b,
+              c, d)
+    QZ_TRACED(void, doSetLastModified, (const Iri& iri, const Time& b), iri, b)
+    QZ_TRACED(void, doSetWritable, (const Iri& iri, bool b), iri, b)
+    QZ_TRACED(void, doPublishFolderEventsFor, (const Iri& iri, EventCallback b), iri, b)
+    QZ_TRACED(void, doPublishFileEventsFor, (const Iri& iri, EventCallback b), iri, b)
+    QZ_TRACED(void, doStopPublishingEventsFor, (const Iri& iri), iri)
+    QZ_TRACED(void, doStartChangePollingMechanism, (const Iri& iri, EventCallback b), iri, b)
+    QZ_TRACED(void, doStopChangePollingMechanism, (const Iri& iri), iri)
+    QZ_TRACED(PathComparator, doGetPathComparator, (const Iri& iri), iri)
+    QZ_TRACED(StorageIRI, doGetCanonicalLocation, (const Iri& iri), iri)
+    QZ_TRACED(FilenameSensitivity, doGetFilenameSensitivity, (const Iri& iri), iri)
+    QZ_TRACED(bool, doExists, (const Iri& iri), iri)
+    QZ_TRACED(EntryExistence, doExistsExtended, (const Iri& iri), iri)
+    QZ_TRACED(ExtendedAttributes, doGetExtendedAttributes, (const Iri& iri), iri)
+    QZ_TRACED(ProviderStorageInfo, doGetProviderStorageInfo, (const Iri& iri), iri)
+    QZ_TRACED(void, doTruncateToSize, (const Iri& iri, Size b), iri, b)
     // NOLINTEND(performance-unnecessary-value-param)
 
 private:
-    /// What wraps a stream or a listing is allocated first: an operation that has changed something must not fail.
     template <class Result, class... Parameters, class... Arguments>
     Result record(const char* name, Result (IProvider::*operation)(const Iri&, Parameters...) const,
                   const Iri& iri, const Arguments&... arguments) const {
+        const auto run = [&] { return (inner_.*operation)(iri, arguments...); };
         if constexpr (std::is_same_v<Result, Stream>) {
-            return wrapped(std::make_unique<TracedStream>(trace_, iri.getPath()), name, operation, iri,
-                           arguments...);
+            return wrapped<TracedStream>(trace_, name, iri.getPath(), run);
         } else if constexpr (std::is_same_v<Result, Listing>) {
-            return wrapped(std::make_unique<TracedListing>(trace_, iri.getPath()), name, operation, iri,
-                           arguments...);
+            return wrapped<TracedListing>(trace_, name, iri.getPath(), run);
         } else {
             const OperationTrace::Call call(trace_, name, iri.getPath());
-            return (inner_.*operation)(iri, arguments...);
+            return run();
         }
-    }
-
-    template <class Wrapper, class Operation, class... Arguments>
-    Wrapper wrapped(Wrapper wrapper, const char* name, Operation operation, const Iri& iri,
-                    const Arguments&... arguments) const {
-        const OperationTrace::Call call(trace_, name, iri.getPath());
-        auto inner = (inner_.*operation)(iri, arguments...);
-        if (!inner) {
-            return nullptr;
-        }
-        wrapper->wrap(std::move(inner));
-        return wrapper;
     }
 
     IProvider& inner_;

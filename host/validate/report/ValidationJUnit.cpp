@@ -1,6 +1,5 @@
-#include "host/validate/report/ValidationJUnit.h"
-
 #include "host/support/Utf.h"
+#include "host/validate/report/ValidationReports.h"
 
 #include <algorithm>
 #include <boost/property_tree/ptree.hpp>
@@ -13,6 +12,7 @@ namespace storage::host {
 namespace {
 
 using boost::property_tree::ptree;
+using Result = CheckOutcome::Result;
 
 std::string seconds(std::chrono::milliseconds time) {
     return fmt::format("{:.3f}", std::chrono::duration<double>(time).count());
@@ -20,9 +20,9 @@ std::string seconds(std::chrono::milliseconds time) {
 
 void putTotals(ptree& suite, const ValidationRecord::Totals& totals) {
     suite.put("<xmlattr>.tests", totals.all());
-    suite.put("<xmlattr>.failures", totals.failed);
-    suite.put("<xmlattr>.errors", totals.crashed + totals.hung);
-    suite.put("<xmlattr>.skipped", totals.skipped);
+    suite.put("<xmlattr>.failures", totals.of(Result::Fail));
+    suite.put("<xmlattr>.errors", totals.of(Result::Crash) + totals.of(Result::Hang));
+    suite.put("<xmlattr>.skipped", totals.of(Result::Skip));
 }
 
 /// What went wrong, as the element that says how.
@@ -40,19 +40,11 @@ ptree testCase(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
     test.put("<xmlattr>.classname", group.title);
     test.put("<xmlattr>.name", fmt::format("{} {}", run.check->number, run.check->name));
     test.put("<xmlattr>.time", seconds(run.outcome.duration));
-    switch (run.outcome.result) {
-    case CheckOutcome::Result::Pass:
-        break;
-    case CheckOutcome::Result::Fail:
-        addTrouble(test, "failure", run);
-        break;
-    case CheckOutcome::Result::Crash:
-    case CheckOutcome::Result::Hang:
-        addTrouble(test, "error", run);
-        break;
-    case CheckOutcome::Result::Skip:
+    const Result result = run.outcome.result;
+    if (result == Result::Skip) {
         test.put("skipped.<xmlattr>.message", run.outcome.reason);
-        break;
+    } else if (result != Result::Pass) {
+        addTrouble(test, result == Result::Fail ? "failure" : "error", run);
     }
     return test;
 }

@@ -1,4 +1,4 @@
-#include "host/validate/report/ValidationJson.h"
+#include "host/validate/report/ValidationReports.h"
 
 #include <nlohmann/json.hpp>
 
@@ -7,22 +7,6 @@ namespace storage::host {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-const char* resultName(CheckOutcome::Result result) {
-    switch (result) {
-    case CheckOutcome::Result::Pass:
-        return "pass";
-    case CheckOutcome::Result::Fail:
-        return "fail";
-    case CheckOutcome::Result::Skip:
-        return "skip";
-    case CheckOutcome::Result::Crash:
-        return "crash";
-    case CheckOutcome::Result::Hang:
-        return "hang";
-    }
-    return "";
-}
 
 Json ruleJson(const CheckGroup& group, const Check& check) {
     return {{"number", check.number},
@@ -34,7 +18,7 @@ Json ruleJson(const CheckGroup& group, const Check& check) {
 
 Json runJson(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
     Json json = ruleJson(group, *run.check);
-    json["result"] = resultName(run.outcome.result);
+    json["result"] = wordsFor(run.outcome.result).name;
     json["excepted"] = run.state == ValidationRecord::CheckRun::State::Excepted;
     json["reason"] = run.outcome.reason;
     json["output"] = run.outcome.output;
@@ -45,9 +29,12 @@ Json runJson(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
 
 Json totalsJson(const ValidationRecord& record) {
     const ValidationRecord::Totals totals = record.totals();
-    return {{"rules", totals.all()},     {"passed", totals.passed}, {"failed", totals.failed},
-            {"crashed", totals.crashed}, {"hung", totals.hung},     {"skipped", totals.skipped},
-            {"leftOut", record.leftOut}};
+    Json json{{"rules", totals.all()}};
+    for (const ResultWords& words : resultWords) {
+        json[words.counted] = totals.of(words.result);
+    }
+    json["leftOut"] = record.leftOut;
+    return json;
 }
 
 } // namespace

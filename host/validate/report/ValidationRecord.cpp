@@ -2,57 +2,44 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <functional>
+#include <numeric>
 
 namespace storage::host {
 
-void ValidationRecord::Totals::count(CheckOutcome::Result result) {
-    switch (result) {
-    case CheckOutcome::Result::Pass:
-        ++passed;
-        break;
-    case CheckOutcome::Result::Fail:
-        ++failed;
-        break;
-    case CheckOutcome::Result::Skip:
-        ++skipped;
-        break;
-    case CheckOutcome::Result::Crash:
-        ++crashed;
-        break;
-    case CheckOutcome::Result::Hang:
-        ++hung;
-        break;
-    }
+using Result = CheckOutcome::Result;
+
+const ResultWords& wordsFor(Result result) {
+    return *std::find_if(resultWords.begin(), resultWords.end(),
+                         [&](const ResultWords& words) { return words.result == result; });
 }
 
-ValidationRecord::Totals& ValidationRecord::Totals::operator+=(const Totals& other) {
-    passed += other.passed;
-    failed += other.failed;
-    crashed += other.crashed;
-    hung += other.hung;
-    skipped += other.skipped;
-    return *this;
+std::size_t ValidationRecord::Totals::all() const {
+    return std::accumulate(counts.begin(), counts.end(), std::size_t{0});
+}
+
+bool ValidationRecord::Totals::allKept() const {
+    return of(Result::Pass) + of(Result::Skip) == all();
 }
 
 std::string ValidationRecord::Totals::summary() const {
     std::string text;
-    const auto add = [&](std::size_t number, const char* what) {
-        if (number > 0) {
-            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", number, what);
+    for (const ResultWords& words : resultWords) {
+        if (of(words.result) > 0) {
+            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", of(words.result), words.counted);
         }
-    };
-    add(passed, "passed");
-    add(failed, "failed");
-    add(crashed, "crashed");
-    add(hung, "hung");
-    add(skipped, "skipped");
+    }
     return text;
+}
+
+void ValidationRecord::Totals::add(const Totals& other) {
+    std::transform(counts.begin(), counts.end(), other.counts.begin(), counts.begin(), std::plus());
 }
 
 ValidationRecord::Totals ValidationRecord::Group::totals() const {
     Totals totals;
     for (const CheckRun& run : checks) {
-        totals.count(run.outcome.result);
+        ++totals.counts[static_cast<std::size_t>(run.outcome.result)];
     }
     return totals;
 }
@@ -60,27 +47,17 @@ ValidationRecord::Totals ValidationRecord::Group::totals() const {
 ValidationRecord::Totals ValidationRecord::totals() const {
     Totals totals;
     for (const Group& group : groups) {
-        totals += group.totals();
+        totals.add(group.totals());
     }
     return totals;
 }
 
-std::size_t ValidationRecord::notReached() const {
-    std::size_t number = 0;
-    for (const Group& group : groups) {
-        number += static_cast<std::size_t>(
-            std::count_if(group.checks.begin(), group.checks.end(),
-                          [](const CheckRun& run) { return run.state == CheckRun::State::NotReached; }));
-    }
-    return number;
-}
-
-std::string ValidationRecord::excepted() const {
-    std::string numbers;
+std::vector<std::string> ValidationRecord::numbersOf(CheckRun::State state) const {
+    std::vector<std::string> numbers;
     for (const Group& group : groups) {
         for (const CheckRun& run : group.checks) {
-            if (run.state == CheckRun::State::Excepted) {
-                numbers += (numbers.empty() ? "" : ", ") + std::string(run.check->number);
+            if (run.state == state) {
+                numbers.emplace_back(run.check->number);
             }
         }
     }

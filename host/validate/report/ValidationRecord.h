@@ -3,12 +3,32 @@
 #include "host/process/CheckOutcome.h"
 #include "host/validate/rules/Check.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace storage::host {
+
+/// The words for a result in the reports. A value.
+struct ResultWords {
+    CheckOutcome::Result result;
+    const char* name;    ///< for programs
+    const char* counted; ///< after a number
+    const char* marked;  ///< before a rule
+};
+
+/// In the order in which reports count the results.
+inline constexpr std::array<ResultWords, 5> resultWords{{
+    {CheckOutcome::Result::Pass, "pass", "passed", "passed"},
+    {CheckOutcome::Result::Fail, "fail", "failed", "FAILED"},
+    {CheckOutcome::Result::Crash, "crash", "crashed", "CRASHED"},
+    {CheckOutcome::Result::Hang, "hang", "hung", "HUNG"},
+    {CheckOutcome::Result::Skip, "skip", "skipped", "skipped"},
+}};
+
+const ResultWords& wordsFor(CheckOutcome::Result result);
 
 /// The results of a run. A value; it refers to the catalogue.
 struct ValidationRecord {
@@ -26,17 +46,12 @@ struct ValidationRecord {
 
     /// How many checks ended with each result.
     struct Totals {
-        std::size_t passed = 0;
-        std::size_t failed = 0;
-        std::size_t crashed = 0;
-        std::size_t hung = 0;
-        std::size_t skipped = 0;
+        std::array<std::size_t, resultWords.size()> counts{}; ///< by the number of the result
 
-        void count(CheckOutcome::Result result);
-        Totals& operator+=(const Totals& other);
-
-        std::size_t all() const { return passed + failed + crashed + hung + skipped; }
-        bool allKept() const { return failed + crashed + hung == 0; }
+        std::size_t of(CheckOutcome::Result result) const { return counts[static_cast<std::size_t>(result)]; }
+        std::size_t all() const;
+        bool allKept() const;
+        void add(const Totals& other);
 
         /// "5 passed, 1 failed", without the results that no check ended with.
         std::string summary() const;
@@ -58,10 +73,9 @@ struct ValidationRecord {
     std::string stopped{}; ///< why the run has ended early, for example "stopped after 10 hangs"
 
     Totals totals() const;
-    std::size_t notReached() const;
 
-    /// The numbers of the excepted rules, for example "4.4, 13.9"; empty when there are none.
-    std::string excepted() const;
+    /// The numbers of the rules in this state.
+    std::vector<std::string> numbersOf(CheckRun::State state) const;
 };
 
 } // namespace storage::host

@@ -1,7 +1,6 @@
-#include "host/validate/report/ValidationText.h"
-
 #include "host/support/Counted.h"
 #include "host/support/Utf.h"
+#include "host/validate/report/ValidationReports.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,22 +13,6 @@ namespace {
 using Result = CheckOutcome::Result;
 using State = ValidationRecord::CheckRun::State;
 
-const char* resultText(Result result) {
-    switch (result) {
-    case Result::Pass:
-        return "passed";
-    case Result::Fail:
-        return "FAILED";
-    case Result::Skip:
-        return "skipped";
-    case Result::Crash:
-        return "CRASHED";
-    case Result::Hang:
-        return "HUNG";
-    }
-    return "";
-}
-
 /// Each line of a text behind a mark.
 std::string marked(const std::string& lines, const std::string& mark) {
     std::string text;
@@ -39,6 +22,16 @@ std::string marked(const std::string& lines, const std::string& mark) {
         begin = end + 1;
     }
     return text;
+}
+
+void printCheck(std::ostream& out, const ValidationRecord::CheckRun& run) {
+    const CheckOutcome& outcome = run.outcome;
+    out << fmt::format("   {} {} {}: {}\n", wordsFor(outcome.result).marked, run.check->number,
+                       run.check->name, run.check->rule)
+        << marked(outcome.reason, "      ");
+    if (outcome.result != Result::Skip) {
+        out << marked(outcome.output, "      | ") << fmt::format("      replay: {}\n", run.replay);
+    }
 }
 
 } // namespace
@@ -60,46 +53,36 @@ void printRules(std::ostream& out, const CheckSelection& selection) {
     out << std::flush;
 }
 
-void ValidationText::printBegin(const ValidationRecord& record) {
-    out_ << fmt::format("validating {}: profile {}, seed {}\n", printable(record.plugin),
-                        profileName(record.profile), record.seed)
-         << std::flush;
+void printBegin(std::ostream& out, const ValidationRecord& record) {
+    out << fmt::format("validating {}: profile {}, seed {}\n", printable(record.plugin),
+                       profileName(record.profile), record.seed)
+        << std::flush;
 }
 
-void ValidationText::printGroup(const ValidationRecord::Group& group) {
-    out_ << fmt::format("{:>2} {}: {}\n", group.group->number, group.group->title, group.totals().summary());
+void printGroup(std::ostream& out, const ValidationRecord::Group& group) {
+    out << fmt::format("{:>2} {}: {}\n", group.group->number, group.group->title, group.totals().summary());
     for (const ValidationRecord::CheckRun& run : group.checks) {
         if (run.outcome.result != Result::Pass && run.state != State::NotReached) {
-            printCheck(run);
+            printCheck(out, run);
         }
     }
-    out_ << std::flush;
+    out << std::flush;
 }
 
-void ValidationText::printCheck(const ValidationRecord::CheckRun& run) {
-    const CheckOutcome& outcome = run.outcome;
-    out_ << fmt::format("   {} {} {}: {}\n", resultText(outcome.result), run.check->number, run.check->name,
-                        run.check->rule)
-         << marked(outcome.reason, "      ");
-    if (outcome.result != Result::Skip) {
-        out_ << marked(outcome.output, "      | ") << fmt::format("      replay: {}\n", run.replay);
-    }
-}
-
-void ValidationText::printEnd(const ValidationRecord& record) {
+void printEnd(std::ostream& out, const ValidationRecord& record) {
     const ValidationRecord::Totals totals = record.totals();
-    out_ << counted(totals.all(), "rule") << ": " << totals.summary();
+    out << counted(totals.all(), "rule") << ": " << totals.summary();
     if (record.leftOut > 0) {
-        out_ << fmt::format("; left out: {} that only the in-memory provider keeps",
-                            counted(record.leftOut, "rule"));
+        out << fmt::format("; left out: {} that only the in-memory provider keeps",
+                           counted(record.leftOut, "rule"));
     }
-    if (const std::string numbers = record.excepted(); !numbers.empty()) {
-        out_ << "; excepted: " << numbers;
+    if (const auto excepted = record.numbersOf(State::Excepted); !excepted.empty()) {
+        out << fmt::format("; excepted: {}", fmt::join(excepted, ", "));
     }
-    if (record.notReached() > 0) {
-        out_ << fmt::format("; {}: {} not checked", record.stopped, counted(record.notReached(), "rule"));
+    if (const std::size_t left = record.numbersOf(State::NotReached).size(); left > 0) {
+        out << fmt::format("; {}: {} not checked", record.stopped, counted(left, "rule"));
     }
-    out_ << '\n' << std::flush;
+    out << '\n' << std::flush;
 }
 
 } // namespace storage::host

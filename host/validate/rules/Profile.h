@@ -1,7 +1,7 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include <array>
+#include <cstddef>
 
 namespace storage::host {
 
@@ -11,12 +11,11 @@ enum class Profile {
     InMemoryProvider, ///< only the in-memory provider: others may behave differently
 };
 
-/// The name on the command line, for example "in-memory".
-const char* profileName(Profile profile);
+/// The names on the command line, in the order of the enumerators.
+inline constexpr std::array profileNames{"any", "in-memory"};
 
-std::vector<std::string> profileNames();
-
-/// @param name  one of `profileNames`
-Profile profileNamed(const std::string& name);
+constexpr const char* profileName(Profile profile) {
+    return profileNames[static_cast<std::size_t>(profile)];
+}
 
 } // namespace storage::host
