@@ -60,7 +60,7 @@ _qzstorage() {
             ;;
         unmount:-*) _qzstorage_words "--help --plugin" ;;
         validate:-*)
-            _qzstorage_words "--help --plugin --profile --list --only --except --except-from --json --junit --seed
+            _qzstorage_words "--help --plugin --profile --list --markdown --only --except --except-from --json --junit --seed
                 --timeout --run-timeout --jobs --repeat --fail-fast"
             ;;
         inspect:-*) _qzstorage_words "--help --plugin --json" ;;

@@ -14,7 +14,7 @@ namespace storage::host {
 
 /// The options of `validate`. A value.
 struct ValidateOptions {
-    enum class Task { Check, List };
+    enum class Task { Check, List, ListAsMarkdown };
 
     Task task = Task::Check;
     std::optional<std::string> plugin; ///< as the user named it; none for the plug-in of this program

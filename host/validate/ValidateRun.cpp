@@ -195,8 +195,10 @@ void requireChecks(const CheckSelection& selection, const RuleExceptions& except
     throw UsageError("all of the selected rules are excepted");
 }
 
-void printSelected(std::ostream& out, const CheckSelection& selection, ReportFormat format) {
-    if (format == ReportFormat::Json) {
+void printSelected(std::ostream& out, const CheckSelection& selection, const ValidateOptions& options) {
+    if (options.task == ValidateOptions::Task::ListAsMarkdown) {
+        printRulesAsMarkdown(out, selection);
+    } else if (options.format == ReportFormat::Json) {
         printRulesAsJson(out, selection);
     } else {
         printRules(out, selection);
@@ -208,8 +210,8 @@ void printSelected(std::ostream& out, const CheckSelection& selection, ReportFor
 ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options,
                        std::span<const CheckGroup> catalogue, Console& console) {
     const auto selection = CheckSelection::of(catalogue, options.profile, options.only);
-    if (options.task == ValidateOptions::Task::List) {
-        printSelected(console.out(), selection, options.format);
+    if (options.task != ValidateOptions::Task::Check) {
+        printSelected(console.out(), selection, options);
         return ExitStatus::Success;
     }
     const auto exceptions = RuleExceptions::of(catalogue, options.except, options.exceptFrom);

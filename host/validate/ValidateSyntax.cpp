@@ -94,6 +94,9 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
         command_->add_option("--junit", options_.junitFile, "Write the result as JUnit XML, too")
             ->type_name("FILE");
     list->excludes(junit);
+    command_->add_flag("--markdown", markdown_, "Print the list as Markdown")
+        ->needs(list)
+        ->excludes("--json");
     command_->add_option("--seed", seed_, "Where random numbers begin; another at each run by default")
         ->type_name("N");
     addNumber(*command_, "--timeout", timeLimit_, longestTimeLimit, "SECONDS", "How long one check may take")
@@ -114,7 +117,8 @@ std::optional<ValidateOptions> ValidateSyntax::result(const std::optional<std::s
         return std::nullopt;
     }
     ValidateOptions options = options_;
-    options.task = list_ ? ValidateOptions::Task::List : ValidateOptions::Task::Check;
+    using Task = ValidateOptions::Task;
+    options.task = markdown_ ? Task::ListAsMarkdown : list_ ? Task::List : Task::Check;
     options.plugin = namedPlugin(plugin, plugin_);
     options.profile = profile_ ? profileOf(*profile_) : usualProfile(options);
     options.format = json_ ? ReportFormat::Json : ReportFormat::Text;

@@ -39,6 +39,7 @@ private:
     long timeLimit_ = options_.timeLimit.count();
     std::optional<long> runLimit_;
     bool list_ = false;
+    bool markdown_ = false;
     bool json_ = false;
 };
 

@@ -98,6 +98,7 @@ TEST(ValidateSyntaxTest, ListsAllRulesByDefault) {
     EXPECT_EQ(options.task, ValidateOptions::Task::List);
     EXPECT_EQ(options.profile, Profile::InMemoryProvider);
     EXPECT_EQ(parseValidate({"--list", "--profile", "any"}).profile, Profile::AnyProvider);
+    EXPECT_EQ(parseValidate({"--list", "--markdown"}).task, ValidateOptions::Task::ListAsMarkdown);
 }
 
 TEST(ValidateSyntaxTest, RejectsWrongArguments) {
@@ -111,6 +112,8 @@ TEST(ValidateSyntaxTest, RejectsWrongArguments) {
                                    {"validate", "--only"},
                                    {"validate", "--except"},
                                    {"validate", "--list", "--except", "1.2"},
+                                   {"validate", "--markdown"},
+                                   {"validate", "--list", "--markdown", "--json"},
                                    {"validate", "--list", "--except-from", "e.txt"},
                                    {"validate", "--seed", "x"},
                                    {"validate", "--seed", "-1"},

@@ -21,6 +21,7 @@ std::span<const CheckGroup> madeUpChecks() {
                   ::_exit(3);
               }},
     };
-    static const std::array groups{CheckGroup{1, "Letters", letters}, CheckGroup{2, "Numbers", numbers}};
+    static const std::array groups{CheckGroup{1, "Letters", letters, "They are *ordered*."},
+                                   CheckGroup{2, "Numbers", numbers, "They are not."}};
     return groups;
 }

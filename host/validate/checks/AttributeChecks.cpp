@@ -23,7 +23,7 @@ void expectExistence(const IProvider& provider, const StorageIRI& iri, EntryExis
     const bool folderExists = provider.doFolderExists(iri);
     expect(fileExists == (expected == EntryExistence::File) &&
                folderExists == (expected == EntryExistence::Folder),
-           fmt::format("{}: doFileExists answers {}, doFolderExists {}", what, fileExists, folderExists));
+           fmt::format("{}: doFileExists returns {}, doFolderExists {}", what, fileExists, folderExists));
 }
 
 void existenceOfFile(CheckContext& context) {
@@ -39,10 +39,10 @@ void existenceOfFolder(CheckContext& context) {
 void existenceOfMissing(CheckContext& context) {
     const IProvider& provider = context.provider();
     makeFile(provider, context.at(u"f"), "");
-    expectExistence(provider, context.at(u"missing"), EntryExistence::Missing, "what is not there");
+    expectExistence(provider, context.at(u"missing"), EntryExistence::Missing, "a missing entry");
     expectExistence(provider, context.at(u"missing/e"), EntryExistence::Missing,
-                    "what lies below a folder that is not there");
-    expectExistence(provider, context.at(u"f/e"), EntryExistence::Missing, "what lies below a file");
+                    "an entry below a missing folder");
+    expectExistence(provider, context.at(u"f/e"), EntryExistence::Missing, "an entry below a file");
 }
 
 void existenceOfRoot(CheckContext& context) {
@@ -61,7 +61,7 @@ void sizeOfFile(CheckContext& context) {
         }
         const unsigned long told = provider.doGetFileAttributes(file).getSize();
         expect(told == size,
-               fmt::format("the attributes of a file of {} bytes tell a size of {}", size, told));
+               fmt::format("the attributes of a file of {} bytes have the size {}", size, told));
     }
 }
 
@@ -163,7 +163,7 @@ void attributesAreOwn(CheckContext& context) {
         const unsigned long told =
             provider.doGetFileAttributes(context.at(std::u16string(bytes.size() + 1, u'f'))).getSize();
         expect(told == bytes.size(),
-               fmt::format("of files with sizes 0 to 3 in one folder, that of {} bytes tells {}",
+               fmt::format("of files with sizes 0 to 3 in one folder, the one of {} bytes has the size {}",
                            bytes.size(), told));
     }
 }
@@ -177,43 +177,47 @@ constexpr std::array table{
     Check{"3.2", "attributes.folder-exists", "A folder exists as a folder and not as a file.", any,
           existenceOfFolder},
     Check{"3.3", "attributes.missing-does-not-exist",
-          "Asking whether something exists never fails: what is not there, or lies below what is no folder, "
-          "does not.",
-          any, existenceOfMissing},
+          "Existence tests never fail: a missing entry, or one below a file, does not exist.", any,
+          existenceOfMissing},
     Check{"3.4", "attributes.root-exists", "The root exists as a folder and not as a file.", any,
           existenceOfRoot},
-    Check{"3.5", "attributes.size-of-file",
-          "The size that a file's attributes tell is the number of its bytes.", any, sizeOfFile},
+    Check{"3.5", "attributes.size-of-file", "The size in a file's attributes is the number of its bytes.",
+          any, sizeOfFile},
     Check{"3.6", "attributes.size-while-open",
-          "A file's size is right at once, also while the stream that wrote is open.", inMemory,
+          "A file's size is current even while the stream that wrote is still open.", inMemory,
           sizeWhileOpen},
     Check{"3.7", "attributes.new-file-is-writable", "A new file is writable.", any,
           newEntryIsWritable<fileKind>},
     Check{"3.8", "attributes.new-folder-is-writable", "A new folder is writable.", any,
           newEntryIsWritable<folderKind>},
-    Check{"3.9", "attributes.own-for-each", "Each entry of a folder has attributes of its own.", any,
+    Check{"3.9", "attributes.own-for-each", "Each entry of a folder has its own attributes.", any,
           attributesAreOwn},
     Check{"3.10", "attributes.missing-file",
-          "The attributes of a file that is not there, or whose folder is not, are NotFound.", any,
-          attributesOfMissing<fileKind>},
-    Check{"3.11", "attributes.missing-folder",
-          "The attributes of a folder that is not there, or whose own folder is not, are NotFound.", any,
-          attributesOfMissing<folderKind>},
-    Check{"3.12", "attributes.folder-as-file", "The file attributes of a folder are NotFound.", any,
+          "Asking for the attributes of a missing file, or of one in a missing folder, fails with NotFound.",
+          any, attributesOfMissing<fileKind>},
+    Check{
+        "3.11", "attributes.missing-folder",
+        "Asking for the attributes of a missing folder, or of one in a missing folder, fails with NotFound.",
+        any, attributesOfMissing<folderKind>},
+    Check{"3.12", "attributes.folder-as-file",
+          "Asking for the file attributes of a folder fails with NotFound.", any,
           attributesOfOtherKind<fileKind, folderKind>},
-    Check{"3.13", "attributes.file-as-folder", "The folder attributes of a file are NotFound.", any,
+    Check{"3.13", "attributes.file-as-folder",
+          "Asking for the folder attributes of a file fails with NotFound.", any,
           attributesOfOtherKind<folderKind, fileKind>},
-    Check{"3.14", "attributes.file-below-file", "The attributes of a file below a file are NotFound.", any,
+    Check{"3.14", "attributes.file-below-file",
+          "Asking for the file attributes of an entry below a file fails with NotFound.", any,
           attributesBelowFile<fileKind>},
-    Check{"3.15", "attributes.folder-below-file", "The attributes of a folder below a file are NotFound.",
-          any, attributesBelowFile<folderKind>},
-    Check{"3.16", "attributes.root-as-file", "The file attributes of the root are NotFound.", any,
-          fileAttributesOfRoot},
+    Check{"3.15", "attributes.folder-below-file",
+          "Asking for the folder attributes of an entry below a file fails with NotFound.", any,
+          attributesBelowFile<folderKind>},
+    Check{"3.16", "attributes.root-as-file",
+          "Asking for the file attributes of the root fails with NotFound.", any, fileAttributesOfRoot},
     Check{"3.17", "attributes.root-as-folder",
-          "The root has folder attributes: writable at first, with the time of what was last added to it.",
+          "The root has folder attributes: writable at first, with the time of the last entry added to it.",
           inMemory, folderAttributesOfRoot},
     Check{"3.18", "attributes.looking-changes-nothing",
-          "Asking for existence, attributes, listings and bytes changes nothing.", any,
+          "Queries for existence, attributes, listings and bytes change nothing.", any,
           lookingChangesNothing},
 };
 

@@ -6,7 +6,7 @@
 
 namespace storage::host {
 
-/// All groups, in the order of their numbers. The catalogue is the contract: docs/contract.md states the same rules.
+/// All groups, in the order of their numbers. docs/contract.md has the same rules.
 std::span<const CheckGroup> checkCatalogue();
 
 // The checks of each group.

@@ -59,7 +59,7 @@ void creatingInMissingFolder(CheckContext& context) {
     const StorageIRI entry = context.at(u"missing/e");
     expectRefusal(
         context, [&] { (context.provider().*kind.create)(entry); }, ErrorCode::NotFound, entry,
-        fmt::format("creating a {} in a folder that is not there", kind.name));
+        fmt::format("creating a {} in a missing folder", kind.name));
 }
 
 template <const EntryKind& kind>
@@ -98,7 +98,7 @@ void removingMissing(CheckContext& context) {
     const StorageIRI entry = context.at(u"missing");
     expectRefusal(
         context, [&] { (context.provider().*kind.remove)(entry); }, ErrorCode::NotFound, entry,
-        fmt::format("removing a {} that is not there", kind.name));
+        fmt::format("removing a missing {}", kind.name));
 }
 
 template <const EntryKind& kind>
@@ -106,7 +106,7 @@ void removingInMissingFolder(CheckContext& context) {
     const StorageIRI entry = context.at(u"missing/e");
     expectRefusal(
         context, [&] { (context.provider().*kind.remove)(entry); }, ErrorCode::NotFound, entry,
-        fmt::format("removing a {} in a folder that is not there", kind.name));
+        fmt::format("removing a {} in a missing folder", kind.name));
 }
 
 template <const EntryKind& wanted, const EntryKind& there>
@@ -302,7 +302,7 @@ void removingRoot(CheckContext& context) {
     context.provider().doRemoveFolder(ownFolder);
     expectFailure([&] { (context.provider().*kind.remove)(root); }, ErrorCode::NotFound, root,
                   fmt::format("removing the empty root as a {}", kind.name));
-    expect(context.provider().doFolderExists(root), "the root is gone");
+    expect(context.provider().doFolderExists(root), "the root does not exist");
 }
 
 void deepFolders(CheckContext& context) {
@@ -327,22 +327,22 @@ constexpr auto inMemory = Profile::InMemoryProvider;
 
 constexpr std::array table{
     Check{"2.1", "creating.new-file-is-empty", "A new file exists and is empty.", any, newFileIsEmpty},
-    Check{"2.2", "creating.file-over-file", "Creating a file where a file is fails with AlreadyExists.", any,
-          fileOverFile},
-    Check{"2.3", "creating.file-over-folder", "Creating a file where a folder is fails with AlreadyExists.",
-          any, overAnEntry<fileKind, folderKind>},
-    Check{"2.4", "creating.folder-over-file", "Creating a folder where a file is fails with AlreadyExists.",
-          any, overAnEntry<folderKind, fileKind>},
+    Check{"2.2", "creating.file-over-file", "Creating a file where a file exists fails with AlreadyExists.",
+          any, fileOverFile},
+    Check{"2.3", "creating.file-over-folder",
+          "Creating a file where a folder exists fails with AlreadyExists.", any,
+          overAnEntry<fileKind, folderKind>},
+    Check{"2.4", "creating.folder-over-file",
+          "Creating a folder where a file exists fails with AlreadyExists.", any,
+          overAnEntry<folderKind, fileKind>},
     Check{"2.5", "creating.folder-over-folder",
-          "Creating a folder where a folder is fails with AlreadyExists.", any,
+          "Creating a folder where a folder exists fails with AlreadyExists.", any,
           overAnEntry<folderKind, folderKind>},
     Check{"2.6", "creating.file-in-missing-folder",
-          "Creating a file in a folder that is not there fails with NotFound naming the file; no folder is "
-          "made.",
+          "Creating a file in a missing folder fails with NotFound naming the file; no folder is created.",
           any, creatingInMissingFolder<fileKind>},
     Check{"2.7", "creating.folder-in-missing-folder",
-          "Creating a folder in a folder that is not there fails with NotFound naming the new one; none is "
-          "made.",
+          "Creating a folder in a missing folder fails with NotFound naming the new folder; none is created.",
           any, creatingInMissingFolder<folderKind>},
     Check{"2.8", "creating.file-below-file", "Creating a file below a file fails with NotFound.", any,
           creatingBelowFile<fileKind>},
@@ -350,27 +350,26 @@ constexpr std::array table{
           creatingBelowFile<folderKind>},
     Check{"2.10", "creating.new-folder-is-empty", "A new folder exists and is empty.", any, newFolderIsEmpty},
     Check{"2.11", "creating.removed-file-is-gone",
-          "A removed file no longer exists nor is listed; a new one in its place is empty.", any,
+          "A removed file neither exists nor is listed; a new file in its place is empty.", any,
           removedFileIsGone},
     Check{"2.12", "creating.removed-folder-is-gone",
-          "A removed folder no longer exists nor is listed; a file may take its place.", any,
+          "A removed folder neither exists nor is listed; a file can take its place.", any,
           removedFolderIsGone},
-    Check{"2.13", "creating.removing-missing-file", "Removing a file that is not there fails with NotFound.",
-          any, removingMissing<fileKind>},
-    Check{"2.14", "creating.removing-missing-folder",
-          "Removing a folder that is not there fails with NotFound.", any, removingMissing<folderKind>},
+    Check{"2.13", "creating.removing-missing-file", "Removing a missing file fails with NotFound.", any,
+          removingMissing<fileKind>},
+    Check{"2.14", "creating.removing-missing-folder", "Removing a missing folder fails with NotFound.", any,
+          removingMissing<folderKind>},
     Check{"2.15", "creating.removing-file-in-missing-folder",
-          "Removing a file in a folder that is not there fails with NotFound naming the file.", any,
+          "Removing a file in a missing folder fails with NotFound naming the file.", any,
           removingInMissingFolder<fileKind>},
     Check{"2.16", "creating.removing-folder-in-missing-folder",
-          "Removing a folder in a folder that is not there fails with NotFound naming the folder to be "
-          "removed.",
-          any, removingInMissingFolder<folderKind>},
+          "Removing a folder in a missing folder fails with NotFound naming the folder to be removed.", any,
+          removingInMissingFolder<folderKind>},
     Check{"2.17", "creating.removing-folder-as-file",
-          "Removing as a file what is a folder fails with NotFound; the folder stays.", any,
+          "Removing a folder with doRemoveFile fails with NotFound; the folder stays.", any,
           removingOtherKind<fileKind, folderKind>},
     Check{"2.18", "creating.removing-file-as-folder",
-          "Removing as a folder what is a file fails with NotFound; the file stays.", any,
+          "Removing a file with doRemoveFolder fails with NotFound; the file stays.", any,
           removingOtherKind<folderKind, fileKind>},
     Check{"2.19", "creating.removing-folder-with-file",
           "Removing a folder that holds a file fails with FolderNotEmpty; both stay.", any,
@@ -379,27 +378,28 @@ constexpr std::array table{
           "Removing a folder that holds an empty folder fails with FolderNotEmpty; both stay.", any,
           removingNonEmptyFolder<folderKind>},
     Check{"2.21", "creating.removing-emptied-folder",
-          "A folder whose entries were all removed can be removed.", any, removingEmptiedFolder},
+          "A folder can be removed once all its entries are removed.", any, removingEmptiedFolder},
     Check{"2.22", "creating.removing-leaves-others",
-          "Removing an entry leaves those beside it, however alike the names.", any, removingLeavesOthers},
+          "Removing an entry leaves its siblings, however similar their names are.", any,
+          removingLeavesOthers},
     Check{"2.23", "creating.same-name-elsewhere",
-          "Entries of one name in different folders have nothing in common.", any, sameNameElsewhere},
+          "Entries with the same name in different folders are independent.", any, sameNameElsewhere},
     Check{"2.24", "creating.many-entries", "A folder keeps hundreds of entries apart and loses none.", any,
           manyEntries},
     Check{"2.25", "creating.long-history",
-          "After any sequence of creating and removing, refused or not, there is what was made and not "
-          "removed.",
+          "After any sequence of creations and removals, exactly what was created and not removed exists.",
           any, longHistory},
     Check{"2.26", "creating.root-as-folder", "Creating the root as a folder fails with AlreadyExists.", any,
           creatingRootFolder},
     Check{"2.27", "creating.root-as-file", "Creating the root as a file fails with NotFound.", inMemory,
           creatingRootFile},
     Check{"2.28", "creating.removing-root-folder",
-          "Removing the root as a folder fails with NotFound, empty or not.", inMemory,
+          "Removing the root as a folder fails with NotFound, even when it is empty.", inMemory,
           removingRoot<folderKind>},
     Check{"2.29", "creating.removing-root-file", "Removing the root as a file fails with NotFound.", inMemory,
           removingRoot<fileKind>},
-    Check{"2.30", "creating.deep-folders", "Folders can be nested a thousand deep.", inMemory, deepFolders},
+    Check{"2.30", "creating.deep-folders", "Folders can be nested a thousand levels deep.", inMemory,
+          deepFolders},
 };
 
 } // namespace

@@ -265,7 +265,7 @@ bool isOffered(const Action& action) {
         return true;
     } catch (const Exception& failure) {
         expect(failure.getErrorCode() == ErrorCode::NotOffered,
-               fmt::format("an operation that a storage need not offer fails with \"{}\"", failure.what()));
+               fmt::format("an optional operation fails with \"{}\"", failure.what()));
         return false;
     }
 }
@@ -295,7 +295,7 @@ void transactionsTakeEffectTogether(CheckContext& context) {
         stream->flush();
         stream.reset();
         expect(contentOf(provider, file) == after,
-               "what a transactional stream has written is not there in the end");
+               "the writes of a transactional stream are not in the file in the end");
     }
 }
 
@@ -347,25 +347,25 @@ constexpr auto any = Profile::AnyProvider;
 
 constexpr std::array table{
     Check{"16.1", "models.wildcards",
-          "Listings by random patterns yield what matches; only * and ? mean anything, and case counts.", any,
+          "Listings by random patterns agree with a model: only * and ? are special, and case counts.", any,
           patternsAgreeWithModel},
     Check{"16.2", "models.recursion",
-          "Recursive listings of random trees yield what listing each folder yields.", any,
+          "Recursive listings of random trees agree with the listings of each folder.", any,
           recursionAgreesWithModel},
-    Check{"16.3", "models.depth", "Recursive operations reach through a hundred folders in one another.", any,
+    Check{"16.3", "models.depth", "Recursive operations reach through a hundred levels of folders.", any,
           recursionIsDeep},
     Check{"16.4", "models.path-order",
-          "The comparator orders any two different paths, and all of them alike.", any, comparatorIsTotal},
-    Check{"16.5", "models.copies",
-          "Copies of every size around the borders of blocks have the source's bytes.", any,
+          "The comparator orders any two different paths, and all of them consistently.", any,
+          comparatorIsTotal},
+    Check{"16.5", "models.copies", "Copies of sizes around the block size have the bytes of the source.", any,
           copiesAgreeWithModel},
     Check{"16.6", "models.truncation",
-          "A file that is given one size after the other has the bytes of a model.", any,
+          "A file that is truncated to one size after the other agrees with a model.", any,
           truncationAgreesWithModel},
     Check{"16.7", "models.transactions",
-          "A transactional stream that is offered shows nothing or everything, and everything in the end.",
-          any, transactionsTakeEffectTogether},
-    Check{"16.8", "models.events", "A callback that is accepted is called after a change.", any,
+          "A transactional stream, if offered, shows none or all of its writes, and in the end all.", any,
+          transactionsTakeEffectTogether},
+    Check{"16.8", "models.events", "An event callback that is accepted is called after a change.", any,
           acceptedEventsAreTold},
 };
 

@@ -106,7 +106,7 @@ void creatingAnExistingFolderIsNothing(CheckContext& context) {
     provider.doCreateFolderRecursive(context.at(u"a/b"));
     provider.doCreateFolderRecursive(context.at(u""));
     expect(describeTree(provider, context.at(u"")) == before,
-           "creating a folder that is there with those above it changes something");
+           "creating an existing folder and its parents changes something");
 }
 
 void fileInTheWayOfFolders(CheckContext& context) {
@@ -116,7 +116,7 @@ void fileInTheWayOfFolders(CheckContext& context) {
     for (const std::u16string_view folder : {u"a/f", u"a/f/b", u"a/f/b/c"}) {
         expectRefusal(
             context, [&] { provider.doCreateFolderRecursive(context.at(folder)); }, ErrorCode::AlreadyExists,
-            context.at(u"a/f"), "creating folders where a file is in the way");
+            context.at(u"a/f"), "creating folders where a file exists on the path");
     }
 }
 
@@ -520,12 +520,13 @@ void copyTellsItsProgress(CheckContext& context) {
     const IProvider& provider = context.provider();
     makeFile(provider, context.at(u"f"), std::string(200'000, 'x'));
     unsigned long long last = 0;
-    provider.doCopyFileAtomic(
-        context.at(u"f"), context.at(u"g"), policies::refuse, [&last](unsigned long long copied) {
-            expect(copied > last && copied <= 200'000, "the progress of a copy is not that of a copy");
-            last = copied;
-        });
-    expect(last == 200'000, fmt::format("a copy of 200000 bytes tells of {} in the end", last));
+    provider.doCopyFileAtomic(context.at(u"f"), context.at(u"g"), policies::refuse,
+                              [&last](unsigned long long copied) {
+                                  expect(copied > last && copied <= 200'000,
+                                         "the progress of a copy does not increase or exceeds its size");
+                                  last = copied;
+                              });
+    expect(last == 200'000, fmt::format("a copy of 200000 bytes reports {} in the end", last));
 }
 
 void throwingEndsTheCopy(CheckContext& context) {
@@ -542,12 +543,12 @@ void throwingEndsTheCopy(CheckContext& context) {
                                           ++calls;
                                           throw Enough();
                                       });
-            expect(false, "a copy succeeds although its progress was answered by an exception");
+            expect(false, "a copy succeeds although the progress function threw");
         } catch (const Enough&) {
         }
-        expect(calls == 1, "a copy goes on after its progress was answered by an exception");
+        expect(calls == 1, "a copy continues after the progress function threw");
         expect(describeTree(provider, context.at(u""), TimesTold::None) == before,
-               "a copy that was ended changes its destination or leaves something behind");
+               "a copy that was ended changes its destination or leaves an entry behind");
     }
 }
 
@@ -587,7 +588,7 @@ void extendedAttributesAgree(CheckContext& context) {
     for (const std::u16string_view path : {u"missing", u"missing/f", u"a/f/below"}) {
         expectRefusal(
             context, [&] { provider.doGetExtendedAttributes(context.at(path)); }, ErrorCode::NotFound,
-            context.at(path), "asking for the extended attributes of what is missing");
+            context.at(path), "asking for the extended attributes of a missing entry");
     }
 }
 
@@ -723,10 +724,10 @@ void nothingOptionalIsOffered(CheckContext& context) {
 void roomIsWithinCapacity(CheckContext& context) {
     try {
         const ProviderStorageInfo info = context.provider().doGetProviderStorageInfo(context.at(u""));
-        expect(info.available <= info.capacity, "a storage has more room than its capacity");
+        expect(info.available <= info.capacity, "a storage has more bytes available than its capacity");
     } catch (const Exception& failure) {
         expect(failure.getErrorCode() == ErrorCode::NotOffered,
-               "a storage that does not tell its room does not fail with NotOffered");
+               "a storage without a capacity does not fail with NotOffered");
     }
 }
 
@@ -741,7 +742,7 @@ const Names& samplePaths() {
 
 void pathsHaveAnOrder(CheckContext& context) {
     const auto before = context.provider().doGetPathComparator(context.at(u""));
-    expect(static_cast<bool>(before), "there is no comparator of paths");
+    expect(static_cast<bool>(before), "the comparator of paths is empty");
     const Names& paths = samplePaths();
     for (const std::u16string& a : paths) {
         expect(!before(a, a), "a path comes before itself");
@@ -749,7 +750,7 @@ void pathsHaveAnOrder(CheckContext& context) {
             expect(!(before(a, b) && before(b, a)), "two paths each come before the other");
             for (const std::u16string& c : paths) {
                 expect(!(before(a, b) && before(b, c)) || before(a, c),
-                       "the order of paths goes in a circle");
+                       "the order of paths is not transitive");
             }
         }
     }
@@ -771,7 +772,7 @@ void canonicalLocationNamesTheSame(CheckContext& context) {
     for (const std::u16string_view path : {u"", u"a", u"a/f", u"missing"}) {
         const StorageIRI canonical = provider.doGetCanonicalLocation(context.at(path));
         expect(provider.doExistsExtended(canonical) == provider.doExistsExtended(context.at(path)),
-               "something else stands at a canonical location");
+               "the canonical location is that of another entry");
         expect(provider.doGetCanonicalLocation(canonical) == canonical,
                "the canonical location of a canonical location is another one");
     }
@@ -799,110 +800,111 @@ void shutdownIsQuiet(CheckContext& context) {
 
 constexpr std::array table{
     Check{"12.1", "derived.create-folder-recursive",
-          "doCreateFolderRecursive makes a folder and every missing folder above it.", Profile::AnyProvider,
+          "doCreateFolderRecursive creates a folder and every missing folder above it.", Profile::AnyProvider,
           createsEveryMissingFolder},
     Check{"12.2", "derived.create-existing-recursive",
-          "doCreateFolderRecursive on a folder that is there succeeds and changes nothing.",
-          Profile::AnyProvider, creatingAnExistingFolderIsNothing},
+          "doCreateFolderRecursive of an existing folder succeeds and changes nothing.", Profile::AnyProvider,
+          creatingAnExistingFolderIsNothing},
     Check{"12.3", "derived.create-recursive-file-in-the-way",
-          "A file in the way of doCreateFolderRecursive is AlreadyExists naming that file.",
+          "A file on the path of doCreateFolderRecursive gives AlreadyExists naming that file.",
           Profile::AnyProvider, fileInTheWayOfFolders},
     Check{"12.4", "derived.create-recursive-read-only",
-          "Any other failure of doCreateFolderRecursive names the folder that could not be made.",
+          "Any other failure of doCreateFolderRecursive names the folder that could not be created.",
           Profile::AnyProvider, folderThatCannotBeMadeIsNamed},
     Check{"12.5", "derived.remove-recursively",
           "doRemoveFolderRecursively removes a folder and everything below it, and nothing else.",
           Profile::AnyProvider, removesEverythingBelow},
     Check{"12.6", "derived.remove-recursively-missing",
-          "doRemoveFolderRecursively on a missing folder or a file is NotFound naming it.",
+          "doRemoveFolderRecursively of a missing folder or of a file fails with NotFound naming it.",
           Profile::AnyProvider, removingWhatIsNoFolder},
     Check{"12.7", "derived.remove-recursively-read-only",
           "A failure of doRemoveFolderRecursively names the entry that could not be removed, which stays.",
           Profile::AnyProvider, entryThatCannotBeRemovedIsNamed},
     Check{"12.8", "derived.remove-root-recursively",
-          "doRemoveFolderRecursively on the root empties it; the root stays.", Profile::InMemoryProvider,
+          "doRemoveFolderRecursively of the root empties it; the root stays.", Profile::InMemoryProvider,
           rootIsOnlyEmptied},
     Check{"12.9", "derived.wildcards",
-          "A pattern chooses entries by their names: * is any run of characters, ? is one character.",
+          "A pattern selects entries by name: * is any run of characters, ? is one character.",
           Profile::AnyProvider, patternsChooseByName},
-    Check{"12.10", "derived.wildcards-names-only", "Lists of names are chosen from by patterns alike.",
+    Check{"12.10", "derived.wildcards-names-only", "Patterns select names in lists of names in the same way.",
           Profile::AnyProvider, patternsChooseNamesOnly},
-    Check{"12.11", "derived.names-only", "A list of names has the names that the listing of entries has.",
+    Check{"12.11", "derived.names-only", "A list of names has the names of the corresponding listing.",
           Profile::AnyProvider, namesOnlyAgree},
     Check{"12.12", "derived.recursive-listing",
-          "A recursive listing yields everything below, by paths relative to the folder, with its kind.",
+          "A recursive listing yields everything below the folder, by relative path and with its kind.",
           Profile::AnyProvider, recursiveListingNamesPaths},
-    Check{"12.13", "derived.recursive-order", "A recursive listing yields each folder before what it holds.",
+    Check{"12.13", "derived.recursive-order", "A recursive listing yields each folder before its content.",
           Profile::AnyProvider, foldersComeBeforeWhatTheyHold},
     Check{"12.14", "derived.recursive-wildcards",
-          "The pattern of a recursive listing chooses by own names, and not which folders are entered.",
+          "The pattern of a recursive listing selects what is yielded, not which folders are entered.",
           Profile::AnyProvider, patternsDoNotKeepFoldersOut},
     Check{"12.15", "derived.recursive-names-only",
-          "A recursive list of names has the paths that the recursive listing has, patterns alike.",
+          "A recursive list of names has the paths of the recursive listing, also by pattern.",
           Profile::AnyProvider, recursiveNamesOnlyAgree},
     Check{"12.16", "derived.listing-no-folder",
-          "Every listing of a missing folder or of a file is NotFound naming it.", Profile::AnyProvider,
-          listingWhatIsNoFolder},
+          "Every listing of a missing folder or of a file fails with NotFound naming it.",
+          Profile::AnyProvider, listingWhatIsNoFolder},
     Check{"12.17", "derived.listings-are-snapshots",
-          "Listings by pattern and recursive ones are snapshots; a clone yields what its original has left.",
+          "Listings by pattern and recursive listings are snapshots; a clone yields the remaining entries.",
           Profile::AnyProvider, derivedListingsAreSnapshots},
-    Check{"12.18", "derived.copy", "A copy is a file of its own with the source's bytes.",
+    Check{"12.18", "derived.copy", "A copy is an independent file with the bytes of the source.",
           Profile::AnyProvider, copyHasBytesOfItsOwn},
-    Check{"12.19", "derived.copy-large", "Several hundred kB are copied whole.", Profile::AnyProvider,
+    Check{"12.19", "derived.copy-large", "Several hundred kB are copied completely.", Profile::AnyProvider,
           largeCopyIsWhole},
     Check{"12.20", "derived.copy-attributes",
-          "A copy is writable and has the time of the copying; its source is as before.",
-          Profile::AnyProvider, copyIsWritableAndNew},
+          "A copy is writable and has the current time; its source is unchanged.", Profile::AnyProvider,
+          copyIsWritableAndNew},
     Check{"12.21", "derived.copy-missing",
-          "Copying a missing file, or into a missing folder, is NotFound naming the source.",
+          "Copying a missing file, or into a missing folder, fails with NotFound naming the source.",
           Profile::AnyProvider, copyingWhatIsMissing},
     Check{"12.22", "derived.copy-onto-file",
           "A copy refuses or replaces an existing file as its policy says.", Profile::AnyProvider,
           copyingOntoAFile},
     Check{"12.23", "derived.copy-onto-folder",
-          "Under every policy copying onto a folder is AlreadyExists naming the destination.",
+          "Under every policy, copying onto a folder fails with AlreadyExists naming the destination.",
           Profile::AnyProvider, copyingOntoAFolder},
     Check{"12.24", "derived.copy-onto-itself",
           "Copying a file onto itself keeps its bytes, or is refused as the policy says.",
           Profile::AnyProvider, copyingOntoItself},
     Check{"12.25", "derived.copy-read-only",
-          "Copying onto a read-only file or into a read-only folder is ReadOnly naming the source.",
+          "Copying onto a read-only file, or into a read-only folder, fails with ReadOnly naming the source.",
           Profile::AnyProvider, copyingOntoWhatIsReadOnly},
-    Check{"12.26", "derived.copy-folder", "Copying a folder as a file is NotFound naming the source.",
+    Check{"12.26", "derived.copy-folder",
+          "Copying a folder with doCopyFile fails with NotFound naming the source.",
           Profile::InMemoryProvider, copyingAFolder},
     Check{"12.27", "derived.copy-progress",
-          "doCopyFileAtomic tells how many bytes it has copied, more each time, in the end all.",
+          "doCopyFileAtomic reports how many bytes are copied: an increasing number, in the end all.",
           Profile::AnyProvider, copyTellsItsProgress},
     Check{"12.28", "derived.copy-ended",
-          "An exception out of the progress ends the copy; the destination is as before.",
+          "An exception that the progress function throws ends the copy; the destination is unchanged.",
           Profile::AnyProvider, throwingEndsTheCopy},
-    Check{"12.29", "derived.exists", "doExists and doExistsExtended say what stands at a location.",
-          Profile::AnyProvider, existenceAgrees},
+    Check{"12.29", "derived.exists",
+          "doExists and doExistsExtended report the kind of the entry at a location.", Profile::AnyProvider,
+          existenceAgrees},
     Check{"12.30", "derived.extended-attributes",
-          "Extended attributes are the attributes of the file or folder; a missing entry is NotFound.",
+          "Extended attributes are those of the file or folder; a missing entry gives NotFound.",
           Profile::AnyProvider, extendedAttributesAgree},
-    Check{"12.31", "derived.truncate",
-          "doTruncateToSize keeps the first bytes of a file and fills up with zeros.", Profile::AnyProvider,
-          truncatingGivesTheSize},
+    Check{"12.31", "derived.truncate", "doTruncateToSize keeps the first bytes of a file and appends zeros.",
+          Profile::AnyProvider, truncatingGivesTheSize},
     Check{"12.32", "derived.truncate-is-seen", "Open streams see what doTruncateToSize does to their file.",
           Profile::AnyProvider, truncatingIsSeenByStreams},
     Check{"12.33", "derived.truncate-missing",
-          "doTruncateToSize on a missing file or a folder is NotFound naming it.", Profile::AnyProvider,
-          truncatingWhatIsNoFile},
+          "doTruncateToSize of a missing file or of a folder fails with NotFound naming it.",
+          Profile::AnyProvider, truncatingWhatIsNoFile},
     Check{"12.34", "derived.truncate-read-only",
-          "doTruncateToSize on a read-only file is ReadOnly naming it.", Profile::AnyProvider,
+          "doTruncateToSize of a read-only file fails with ReadOnly naming it.", Profile::AnyProvider,
           truncatingWhatIsReadOnly},
-    Check{"12.35", "derived.truncate-too-far",
-          "doTruncateToSize beyond what a long can count is std::length_error, the file as it was.",
-          Profile::AnyProvider, truncatingBeyondAllSizes},
+    Check{
+        "12.35", "derived.truncate-too-far",
+        "doTruncateToSize to more than a long can hold fails with std::length_error; the file is unchanged.",
+        Profile::AnyProvider, truncatingBeyondAllSizes},
     Check{"12.36", "derived.not-offered", "NotOffered names the first location of the operation.",
           Profile::AnyProvider, refusalNamesTheLocation},
     Check{"12.37", "derived.nothing-optional",
-          "Transactional streams, events, polling and the storage's room are NotOffered, whatever the "
-          "location.",
+          "Transactional streams, events, polling and capacity are NotOffered, whatever the location.",
           Profile::InMemoryProvider, nothingOptionalIsOffered},
     Check{"12.38", "derived.storage-info",
-          "A storage that tells its room has at most its capacity available; another says NotOffered.",
+          "A storage reports at most its capacity as available, or fails with NotOffered.",
           Profile::AnyProvider, roomIsWithinCapacity},
     Check{"12.39", "derived.path-order", "The comparator of paths is a strict order.", Profile::AnyProvider,
           pathsHaveAnOrder},
@@ -912,9 +914,9 @@ constexpr std::array table{
           "The canonical location names the same entry and is its own canonical location.",
           Profile::AnyProvider, canonicalLocationNamesTheSame},
     Check{"12.42", "derived.canonical-is-resolved",
-          "The canonical location is the resolved path in its shortest spelling, and / for the root.",
+          "The canonical location is the shortest form of the resolved path, and / for the root.",
           Profile::InMemoryProvider, canonicalLocationIsTheResolvedPath},
-    Check{"12.43", "derived.shutdown", "doShutdown, after the last operation, does not fail.",
+    Check{"12.43", "derived.shutdown", "doShutdown after the last operation does not fail.",
           Profile::AnyProvider, shutdownIsQuiet},
 };
 

@@ -59,8 +59,7 @@ void use(CheckContext& context, const IProvider& provider) {
     expect(contentOf(provider, moved) == "bytes", "a file has other bytes than were written");
     expect(sortedEntries(provider.doListAll(folder)).size() == 1,
            "a folder with one file lists another number");
-    expectFailure([&] { provider.doRemoveFile(file); }, ErrorCode::NotFound, file,
-                  "removing what was moved away");
+    expectFailure([&] { provider.doRemoveFile(file); }, ErrorCode::NotFound, file, "removing a moved file");
     provider.doRemoveFolderRecursively(folder);
 }
 
@@ -84,7 +83,7 @@ void letsGoOfHeldProvider(CheckContext& context) {
     const std::weak_ptr<IProvider> held = owner;
     context.library().entryPoint()(&owner);
     expect(owner != nullptr && held.expired(),
-           "the provider that the pointer held lives on without an owner");
+           "the provider that the pointer held still exists without an owner");
 }
 
 void leavesOtherOwners(CheckContext& context) {
@@ -101,7 +100,7 @@ void goesWithLastOwner(CheckContext& context) {
     use(context, *owner);
     const std::weak_ptr<IProvider> held = owner;
     owner.reset();
-    expect(held.expired(), "a provider lives on when its last owner is gone");
+    expect(held.expired(), "a provider still exists without its last owner");
 }
 
 void nullPointerIsRefused(CheckContext& context) {
@@ -115,7 +114,7 @@ void nullPointerIsRefused(CheckContext& context) {
 
 void newStorageIsEmpty(CheckContext& context) {
     const Owner provider = build(context);
-    expect(!provider->doListAll(root)->hasNext(), "the root of a new storage holds something");
+    expect(!provider->doListAll(root)->hasNext(), "the root of a new storage is not empty");
     expect(provider->doGetFolderAttributes(root).isWritable(), "the root of a new storage is read-only");
 }
 
@@ -123,12 +122,12 @@ void storagesAreApart(CheckContext& context) {
     Owner first = build(context);
     const Owner second = build(context);
     makeFile(*first, child, "first");
-    expect(!second->doFileExists(child), "what is made in one storage is in another");
+    expect(!second->doFileExists(child), "an entry of one storage is in another");
     makeFile(*second, child, "second");
     expect(contentOf(*first, child) == "first", "a file in one storage changes one in another");
     first.reset();
-    expect(contentOf(*second, child) == "second", "a storage that goes takes along what is in another");
-    expect(!build(context)->doFileExists(child), "what was in a storage that is gone is in a new one");
+    expect(contentOf(*second, child) == "second", "destroying a storage changes another one");
+    expect(!build(context)->doFileExists(child), "the content of a destroyed storage is in a new one");
 }
 
 constexpr std::array<std::int32_t, 10> oddNumbers{0,
@@ -147,7 +146,7 @@ void everyFeatureIsAnswered(CheckContext& context) {
     for (const std::int32_t number : oddNumbers) {
         const auto feature = static_cast<ExtendedFeature>(number);
         expect(provider->doHasFeature(feature) == provider->doHasFeature(feature),
-               fmt::format("whether the provider has feature {} has two answers", number));
+               fmt::format("doHasFeature returns two answers for feature {}", number));
     }
 }
 
@@ -180,7 +179,7 @@ void listingOutlivesProvider(CheckContext& context) {
     provider->doRemoveFolderRecursively(folder);
     provider.reset();
     expect(readEntries(listing->clone()).size() == 2 && readEntries(std::move(listing)).size() == 2,
-           "a listing, or its clone, does not go on when the provider is gone");
+           "a listing or its clone does not work after the provider is destroyed");
 }
 
 /// What is printed while this object lives, by whichever way.
@@ -283,7 +282,7 @@ void expectOwnClass(const std::function<void()>& action) {
                            boost::core::demangle(typeid(failure).name())));
         return;
     }
-    expect(false, "what must be refused succeeds");
+    expect(false, "an operation that must fail succeeds");
 }
 
 void failuresAreOfOwnClass(CheckContext& context) {
@@ -316,42 +315,44 @@ constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
 constexpr std::array table{
-    Check{"1.1", "entry.gives-a-provider", "The entry point stores a provider that works.", any,
-          givesAProvider},
+    Check{"1.1", "entry.gives-a-provider", "The entry point stores a working provider.", any, givesAProvider},
     Check{"1.2", "entry.new-each-time", "Each call of the entry point makes another provider.", any,
           newEachTime},
-    Check{"1.3", "entry.lets-go-of-held", "The caller's pointer lets go of the provider that it held before.",
-          any, letsGoOfHeldProvider},
+    Check{"1.3", "entry.lets-go-of-held",
+          "The entry point releases the provider that the caller's pointer held before.", any,
+          letsGoOfHeldProvider},
     Check{"1.4", "entry.leaves-other-owners",
-          "A provider that another pointer holds as well stays when the entry point is called again.", any,
-          leavesOtherOwners},
+          "A provider with another owner survives the next call of the entry point.", any, leavesOtherOwners},
     Check{"1.5", "entry.goes-with-last-owner",
-          "The host alone decides when a provider goes: with its last owner.", any, goesWithLastOwner},
-    Check{"1.6", "entry.null-pointer", "The entry point refuses a null pointer with std::invalid_argument.",
+          "A provider is destroyed with its last owner: the plug-in keeps no reference to it.", any,
+          goesWithLastOwner},
+    Check{"1.6", "entry.null-pointer", "The entry point rejects a null pointer with std::invalid_argument.",
           inMemory, nullPointerIsRefused},
-    Check{"1.7", "entry.new-storage-is-empty", "A new storage holds its root alone, which is writable.",
+    Check{"1.7", "entry.new-storage-is-empty", "A new storage holds only its root, which is writable.",
           inMemory, newStorageIsEmpty},
     Check{"1.8", "entry.storages-are-apart",
-          "Two providers have nothing in common, and what was in one goes with it.", inMemory,
+          "Two providers share nothing, and the content of one is destroyed with it.", inMemory,
           storagesAreApart},
-    Check{"1.9", "entry.features-are-answered", "doHasFeature answers for every number, always the same.",
+    Check{"1.9", "entry.features-are-answered", "doHasFeature answers for every number, and always the same.",
           any, everyFeatureIsAnswered},
     Check{"1.10", "entry.volatile-storage-alone",
           "The provider claims the feature VolatileStorage and no other.", inMemory, volatileStorageAlone},
-    Check{"1.11", "entry.shuts-down", "A provider can be shut down, let go, and followed by another.", any,
-          shutsDown},
+    Check{"1.11", "entry.shuts-down",
+          "After doShutdown a provider can be destroyed, and another one created.", any, shutsDown},
     Check{"1.12", "entry.listing-outlives-provider",
-          "A listing and its clones go on when the provider is gone.", any, listingOutlivesProvider},
+          "A listing and its clones remain usable after their provider is destroyed.", any,
+          listingOutlivesProvider},
     Check{"1.13", "entry.prints-nothing", "Loading and using the plug-in prints nothing.", inMemory,
           printsNothing},
     Check{"1.14", "entry.opens-no-file", "The provider, its streams and its listings keep no file open.",
           inMemory, opensNoFile},
-    Check{"1.15", "entry.starts-no-thread", "The provider, its streams and its listings have no thread.",
+    Check{"1.15", "entry.starts-no-thread", "The provider, its streams and its listings run no thread.",
           inMemory, startsNoThread},
     Check{"1.16", "entry.unloads-without-trace",
-          "When all is let go, the library can be unloaded and is gone.", inMemory, unloadsWithoutTrace},
+          "When everything is released, the library can be unloaded completely.", inMemory,
+          unloadsWithoutTrace},
     Check{"1.17", "entry.failures-are-exceptions",
-          "A refusal is an Exception, and of no class of the plug-in's own that derives from it.", any,
+          "A failure is of the class Exception itself, not of a class that the plug-in derives from it.", any,
           failuresAreOfOwnClass},
 };
 

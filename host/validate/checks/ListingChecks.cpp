@@ -124,7 +124,7 @@ void missingFolder(CheckContext& context) {
         const StorageIRI folder = context.at(path);
         expectRefusal(
             context, [&] { (context.provider().*kind.list)(folder); }, ErrorCode::NotFound, folder,
-            fmt::format("{} of a folder that is not there", kind.operation));
+            fmt::format("{} of a missing folder", kind.operation));
     }
 }
 
@@ -219,7 +219,7 @@ void cloneOutlivesListing(CheckContext& context) {
     Listing listing = context.provider().doListAll(folder);
     Listing clone = listing->clone();
     listing.reset();
-    expectSame(sortedEntries(std::move(clone)), mixture, "a clone of a listing that is gone");
+    expectSame(sortedEntries(std::move(clone)), mixture, "a clone of a destroyed listing");
 }
 
 void cloneIsOfTheSnapshot(CheckContext& context) {
@@ -239,12 +239,12 @@ void askingDoesNotMove(CheckContext& context) {
         listing->step();
         const FolderEntry entry = listing->getEntry();
         listing->hasNext();
-        expect(listing->getEntry() == entry, "a listing tells another entry when it is asked again");
+        expect(listing->getEntry() == entry, "a listing returns another entry when getEntry is called again");
         seen.push_back(entry);
         expect(seen.size() <= mixture.size(), "a listing yields more than there is");
     }
     expect(seen.size() == mixture.size(),
-           fmt::format("asked thrice before each step, a listing yields {}", shown(seen)));
+           fmt::format("with three calls of hasNext before each step, a listing yields {}", shown(seen)));
 }
 
 void lastEntryStays(CheckContext& context) {
@@ -353,23 +353,22 @@ constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
 constexpr std::array table{
-    Check{"9.1", "listings.all", "doListAll yields each entry of a folder once, by its name, with its kind.",
-          any, yieldsItsKinds<allKind>},
+    Check{"9.1", "listings.all", "doListAll yields each entry of a folder once, with its name and kind.", any,
+          yieldsItsKinds<allKind>},
     Check{"9.2", "listings.files", "doListFiles yields each file of a folder once, and nothing else.", any,
           yieldsItsKinds<filesKind>},
     Check{"9.3", "listings.folders", "doListFolders yields each folder in a folder once, and nothing else.",
           any, yieldsItsKinds<foldersKind>},
-    Check{"9.4", "listings.empty-folder", "A listing of an empty folder has no entry.", any, emptyFolder},
+    Check{"9.4", "listings.empty-folder", "A listing of an empty folder has no entries.", any, emptyFolder},
     Check{"9.5", "listings.folder-of-one-kind",
-          "hasNext is false at once when nothing of the kind asked for is there.", any, folderOfOneKind},
-    Check{"9.6", "listings.direct-entries-alone",
-          "A listing yields what is in the folder itself, nothing deeper.", any, directEntriesAlone},
-    Check{"9.7", "listings.all-of-missing", "doListAll of a folder that is not there fails with NotFound.",
-          any, missingFolder<allKind>},
-    Check{"9.8", "listings.files-of-missing",
-          "doListFiles of a folder that is not there fails with NotFound.", any, missingFolder<filesKind>},
-    Check{"9.9", "listings.folders-of-missing",
-          "doListFolders of a folder that is not there fails with NotFound.", any,
+          "hasNext is false at once when the folder has no entry of the listed kind.", any, folderOfOneKind},
+    Check{"9.6", "listings.direct-entries-alone", "A listing yields only direct entries.", any,
+          directEntriesAlone},
+    Check{"9.7", "listings.all-of-missing", "doListAll of a missing folder fails with NotFound.", any,
+          missingFolder<allKind>},
+    Check{"9.8", "listings.files-of-missing", "doListFiles of a missing folder fails with NotFound.", any,
+          missingFolder<filesKind>},
+    Check{"9.9", "listings.folders-of-missing", "doListFolders of a missing folder fails with NotFound.", any,
           missingFolder<foldersKind>},
     Check{"9.10", "listings.all-of-file", "doListAll of a file fails with NotFound.", any,
           listingFile<allKind>},
@@ -378,41 +377,39 @@ constexpr std::array table{
     Check{"9.12", "listings.folders-of-file", "doListFolders of a file fails with NotFound.", any,
           listingFile<foldersKind>},
     Check{"9.13", "listings.later-entry-is-not-seen",
-          "A listing is a snapshot: what is added to the folder later is not in it.", any,
-          laterEntryIsNotSeen},
+          "A listing is a snapshot: entries added later are not in it.", any, laterEntryIsNotSeen},
     Check{"9.14", "listings.removed-entry-is-seen",
-          "A listing is a snapshot: what is removed from the folder later is still in it.", any,
-          removedEntryIsSeen},
-    Check{"9.15", "listings.folder-removed-meanwhile", "A listing goes on when its folder is removed.", any,
-          folderRemovedMeanwhile},
+          "A listing is a snapshot: entries removed later are still in it.", any, removedEntryIsSeen},
+    Check{"9.15", "listings.folder-removed-meanwhile", "A listing remains usable when its folder is removed.",
+          any, folderRemovedMeanwhile},
     Check{"9.16", "listings.clone-of-all",
-          "A clone of doListAll yields what the listing has left, in its order.", any,
+          "A clone of doListAll yields the remaining entries in the order of the listing.", any,
           cloneYieldsTheRest<allKind>},
     Check{"9.17", "listings.clone-of-files",
-          "A clone of doListFiles yields what the listing has left, in its order.", any,
+          "A clone of doListFiles yields the remaining entries in the order of the listing.", any,
           cloneYieldsTheRest<filesKind>},
     Check{"9.18", "listings.clone-of-folders",
-          "A clone of doListFolders yields what the listing has left, in its order.", any,
+          "A clone of doListFolders yields the remaining entries in the order of the listing.", any,
           cloneYieldsTheRest<foldersKind>},
-    Check{"9.19", "listings.clone-is-independent", "A listing and its clone move apart.", any,
+    Check{"9.19", "listings.clone-is-independent", "A listing and its clone advance independently.", any,
           cloneIsIndependent},
-    Check{"9.20", "listings.clone-outlives-listing", "A clone goes on when its listing is gone.", any,
-          cloneOutlivesListing},
+    Check{"9.20", "listings.clone-outlives-listing", "A clone remains usable when its listing is destroyed.",
+          any, cloneOutlivesListing},
     Check{"9.21", "listings.clone-is-of-the-snapshot",
-          "A clone yields what the listing has seen, also when the folder has changed since.", any,
+          "A clone yields the entries of the snapshot, even if the folder has changed since.", any,
           cloneIsOfTheSnapshot},
-    Check{"9.22", "listings.asking-does-not-move",
-          "hasNext and getEntry move nothing, however often they are asked.", any, askingDoesNotMove},
-    Check{"9.23", "listings.last-entry-stays", "At its end a listing still tells the entry of its last step.",
-          any, lastEntryStays},
-    Check{"9.24", "listings.apart", "Two listings of one folder do not disturb each other.", any,
-          listingsAreApart},
+    Check{"9.22", "listings.asking-does-not-move", "hasNext and getEntry do not advance a listing.", any,
+          askingDoesNotMove},
+    Check{"9.23", "listings.last-entry-stays",
+          "At its end, a listing still returns the entry of its last step.", any, lastEntryStays},
+    Check{"9.24", "listings.apart", "Two listings of one folder are independent.", any, listingsAreApart},
     Check{"9.25", "listings.root", "The root lists its entries.", any, rootListsItsEntries},
     Check{"9.26", "listings.order", "A listing is in the order of the names' code units.", inMemory, inOrder},
-    Check{"9.27", "listings.agree", "Listings of any tree agree with one another and with what exists.", any,
+    Check{"9.27", "listings.agree",
+          "The listings of a random tree agree with one another and with the existence tests.", any,
           listingsAgree},
-    Check{"9.28", "listings.thousands", "A listing has every entry also of a folder with thousands.", any,
-          thousandsAreListed},
+    Check{"9.28", "listings.thousands", "A listing has every entry of a folder with thousands of entries.",
+          any, thousandsAreListed},
 };
 
 } // namespace

@@ -71,7 +71,7 @@ void contentIsEmptied(CheckContext& context) {
         const auto stream = openStream(provider, file, options);
         expect(readRest(*stream).empty(), "a stream that empties its file has bytes to read");
         expect(contentOf(provider, file).empty(), "opening a file to empty it leaves bytes in it");
-        expect(provider.doGetFileAttributes(file).getSize() == 0, "an emptied file does not tell size 0");
+        expect(provider.doGetFileAttributes(file).getSize() == 0, "the size of an emptied file is not 0");
         provider.doRemoveFile(file);
     }
 }
@@ -82,7 +82,7 @@ void emptyingIsSeenByOthers(CheckContext& context) {
     makeFile(provider, file, "0123456789");
     const auto other = openForReading(provider, file);
     openStream(provider, file, emptied);
-    expect(readRest(*other).empty(), "a stream still reads bytes that another opening has emptied away");
+    expect(readRest(*other).empty(), "a stream still reads bytes that another opening has removed");
 }
 
 void streamsBeginAtTheBeginning(CheckContext& context) {
@@ -301,19 +301,19 @@ constexpr std::array table{
     Check{"7.2", "opening.must-exist",
           "Opening a missing file that must exist fails with NotFound and creates nothing.",
           Profile::AnyProvider, missingFileMustExist},
-    Check{"7.3", "opening.content-is-kept", "Opening a file with Keep leaves its bytes as they are.",
+    Check{"7.3", "opening.content-is-kept", "Opening a file with Keep leaves its bytes unchanged.",
           Profile::AnyProvider, contentIsKept},
     Check{"7.4", "opening.content-is-emptied",
-          "Opening a file with Empty empties it by the opening itself, also when nothing is written.",
-          Profile::AnyProvider, contentIsEmptied},
+          "Opening a file with Empty empties it at once, even if nothing is written.", Profile::AnyProvider,
+          contentIsEmptied},
     Check{"7.5", "opening.emptying-is-seen",
-          "A file that one opening empties is empty for streams that are already open.", Profile::AnyProvider,
-          emptyingIsSeenByOthers},
+          "Streams that are already open see that another opening has emptied the file.",
+          Profile::AnyProvider, emptyingIsSeenByOthers},
     Check{"7.6", "opening.position-is-the-beginning",
           "A new stream, for reading or for writing at its position, begins at position 0.",
           Profile::AnyProvider, streamsBeginAtTheBeginning},
     Check{"7.7", "opening.append-begins-at-the-beginning",
-          "A stream that appends begins at position 0 too; only its writes go to the end.",
+          "A stream that appends begins at position 0 too; its writes go to the end.",
           Profile::InMemoryProvider, appendingStreamsBeginAtTheBeginning},
     Check{"7.8", "opening.missing-file-for-reading",
           "Opening a missing file for reading fails with NotFound and creates nothing.", Profile::AnyProvider,
@@ -321,10 +321,11 @@ constexpr std::array table{
     Check{"7.9", "opening.missing-folder",
           "Opening a file in a missing folder fails with NotFound naming the file.", Profile::AnyProvider,
           folderAboveIsMissing},
-    Check{"7.10", "opening.below-a-file", "Opening a file below a file fails with NotFound naming it.",
+    Check{"7.10", "opening.below-a-file",
+          "Opening a file below a file fails with NotFound naming the file to be opened.",
           Profile::AnyProvider, fileAboveIsNoFolder},
     Check{"7.11", "opening.read-only-file",
-          "Opening a read-only file for writing fails with ReadOnly and does not even empty it.",
+          "Opening a read-only file for writing fails with ReadOnly and does not empty it.",
           Profile::AnyProvider, readOnlyFileIsRefused},
     Check{"7.12", "opening.read-only-file-for-reading",
           "A read-only file in a read-only folder can be opened for reading.", Profile::AnyProvider,
@@ -335,28 +336,28 @@ constexpr std::array table{
     Check{"7.14", "opening.existing-in-read-only-folder",
           "A writable file in a read-only folder can be opened for writing.", Profile::AnyProvider,
           existingFileInReadOnlyFolderOpens},
-    Check{"7.15", "opening.folder-is-no-file", "Opening a folder fails naming the folder.",
+    Check{"7.15", "opening.folder-is-no-file", "Opening a folder fails, naming the folder.",
           Profile::AnyProvider, folderIsNoFile},
     Check{"7.16", "opening.codes-of-a-folder",
           "Opening a folder fails with AlreadyExists for writing and with NotFound for reading.",
           Profile::InMemoryProvider, codesOfFolder},
     Check{"7.17", "opening.order-of-tests",
-          "A folder of the name counts before a file that must exist, and that before a read-only folder.",
+          "A folder at the location is reported before a missing file, and that before a read-only folder.",
           Profile::InMemoryProvider, orderOfTests},
     Check{"7.18", "opening.stamps-the-file",
-          "Opening an existing file for writing stamps it with the current time, and nothing else.",
+          "Opening an existing file for writing stamps the file with the current time, and nothing else.",
           Profile::InMemoryProvider, openingForWritingStamps},
     Check{"7.19", "opening.creation-stamps-both",
-          "Opening a missing file stamps the new file and its folder with one current time.",
+          "Opening a missing file stamps the new file and its folder with the same current time.",
           Profile::InMemoryProvider, creationStamps},
     Check{"7.20", "opening.reading-stamps-nothing", "Opening a file for reading does not change its time.",
           Profile::InMemoryProvider, readingStampsNothing},
     Check{"7.21", "opening.numbers-without-a-name",
-          "An option whose number has no name means CreateIfMissing, Keep or WriteAtPosition.",
+          "An option value without a name means CreateIfMissing, Keep or WriteAtPosition.",
           Profile::AnyProvider, unnamedNumbersMeanTheDefault},
-    Check{"7.22", "opening.hint", "The hint of the open options changes nothing that a host can see.",
-          Profile::AnyProvider, hintChangesNothing},
-    Check{"7.23", "opening.root", "Opening the root as a file fails with NotFound in every way.",
+    Check{"7.22", "opening.hint", "The hint of the open options has no visible effect.", Profile::AnyProvider,
+          hintChangesNothing},
+    Check{"7.23", "opening.root", "Opening the root as a file fails with NotFound, whatever the options.",
           Profile::InMemoryProvider, rootIsNoFile},
 };
 

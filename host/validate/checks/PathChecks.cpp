@@ -42,7 +42,7 @@ void expectNamesKept(CheckContext& context, const Names& wanted) {
     std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(names),
                  [&](const std::u16string& name) { return isTaken(context, name); });
     if (names.empty()) {
-        skip("the storage takes no such names");
+        skip("the storage accepts no such names");
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
         makeFile(provider, context.at(names[i]), std::to_string(i));
@@ -59,7 +59,7 @@ void expectNamesKept(CheckContext& context, const Names& wanted) {
     }
     const auto [made, seen] = std::mismatch(sorted.begin(), sorted.end(), listed.begin(), listed.end());
     expect(made == sorted.end() && seen == listed.end(),
-           fmt::format("files were made of {} names; listed are {}, of which the first to differ is \"{}\"",
+           fmt::format("files were created with {} names; {} are listed, the first that differs is \"{}\"",
                        names.size(), listed.size(), printable(seen == listed.end() ? u"" : *seen)));
 }
 
@@ -83,13 +83,13 @@ void caseAsTold(CheckContext& context) {
     const bool sensitive =
         provider.doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive;
     expect(provider.doFileExists(context.at(u"nAME")) == !sensitive,
-           fmt::format("the storage says that names are case-{}sensitive, but a file is {} in other case",
+           fmt::format("the storage reports that names are case-{}sensitive, but a file is {} in other case",
                        sensitive ? "" : "in", sensitive ? "found" : "not found"));
 }
 
 void caseSensitive(CheckContext& context) {
     expect(context.provider().doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive,
-           "the provider says that names are case-insensitive");
+           "the provider reports that names are case-insensitive");
     expectNamesKept(context, {u"name", u"Name", u"NAME", u"ß", u"ss", u"SS", u"i", u"I", u"İ", u"ı"});
 }
 
@@ -189,12 +189,12 @@ void resolvedPathUsed(CheckContext& context) {
     makeFile(provider, alias(context.at(u"f")), "bytes");
     provider.doCreateFolder(alias(context.at(u"d")));
     expect(provider.doFileExists(context.at(u"f")) && provider.doFolderExists(context.at(u"d")),
-           "what is made at a location is not at its resolved path");
+           "an entry created at a location is not at its resolved path");
     expect(provider.doFileExists(alias(context.at(u"f"))) &&
                provider.doFolderExists(alias(context.at(u"d"))) &&
                provider.doGetFileAttributes(alias(context.at(u"f"))).getSize() == 5 &&
                !provider.doListAll(alias(context.at(u"d")))->hasNext(),
-           "what is asked of a location is not answered of its resolved path");
+           "a query of a location does not use its resolved path");
     provider.doSetLastModified(alias(context.at(u"d")), longAgo());
     expect(contentOf(provider, alias(context.at(u"f"))) == "bytes" &&
                provider.doGetFolderAttributes(context.at(u"d")).getLastModified() <=
@@ -203,7 +203,7 @@ void resolvedPathUsed(CheckContext& context) {
     provider.doRemoveFile(alias(context.at(u"f")));
     provider.doRemoveFolder(alias(context.at(u"d")));
     expect(!provider.doListAll(context.at(u""))->hasNext(),
-           "removing a location removes not what is at its resolved path");
+           "removing a location does not remove the entry at its resolved path");
 }
 
 void locationNamedAsGiven(CheckContext& context) {
@@ -223,12 +223,12 @@ void rootIsWhatHasNoParent(CheckContext& context) {
     const StorageIRI slash(u"/", u"/alias", true);
     for (const StorageIRI& root : {withoutParent, slash}) {
         expect(provider.doFolderExists(root) && !provider.doFileExists(root),
-               fmt::format("{} {} parent is not taken for the root", printable(root.getResolvedPath()),
+               fmt::format("{} {} parent is not the root", printable(root.getResolvedPath()),
                            root.hasParent() ? "with a" : "without"));
         provider.doGetFolderAttributes(root);
     }
     const StorageIRI slashes(u"//", u"//", true);
-    expect(!provider.doFolderExists(slashes), "// with a parent is taken for the root");
+    expect(!provider.doFolderExists(slashes), "// with a parent is the root");
 }
 
 void rootHasManySpellings(CheckContext& context) {
@@ -342,56 +342,58 @@ constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
 constexpr std::array table{
-    Check{"4.1", "paths.plain-names", "Names with spaces, dots and signs are kept as they are.", any,
-          plainNames},
+    Check{"4.1", "paths.plain-names",
+          "Names with spaces, dots and punctuation are refused or kept unchanged.", any, plainNames},
     Check{"4.2", "paths.names-of-the-world",
-          "Names in any script are kept as they are, also outside the first plane.", any, namesOfTheWorld},
-    Check{"4.3", "paths.similar-names", "Names that begin alike are different names.", any, similarNames},
+          "Names in any script, also outside the basic multilingual plane, are refused or kept unchanged.",
+          any, namesOfTheWorld},
+    Check{"4.3", "paths.similar-names", "Names with a common beginning are different names.", any,
+          similarNames},
     Check{"4.4", "paths.case-as-told",
-          "Names that differ in case are two exactly where doGetFilenameSensitivity says so.", any,
+          "Names that differ only in case are two names exactly when doGetFilenameSensitivity says so.", any,
           caseAsTold},
-    Check{"4.5", "paths.case-is-kept", "Names that differ in case are two names.", inMemory, caseSensitive},
+    Check{"4.5", "paths.case-is-kept", "Names that differ only in case are two names.", inMemory,
+          caseSensitive},
     Check{"4.6", "paths.code-units",
-          "Names are compared code unit by code unit; any code unit but the slash may be in one.", inMemory,
+          "Names are compared by code units, and any code unit except the slash is allowed.", inMemory,
           codeUnits},
-    Check{"4.7", "paths.no-special-names",
-          "No name means anything: dots and wildcards are names like others.", inMemory, noSpecialNames},
-    Check{"4.8", "paths.dots-are-not-resolved",
-          "A path with one dot or two for a name leads through a folder of that name only.", inMemory,
-          dotsAreNotResolved},
-    Check{"4.9", "paths.long-names", "A name may have ten thousand code units.", inMemory, longNames},
+    Check{"4.7", "paths.no-special-names", "No name is special: dots and wildcards are ordinary names.",
+          inMemory, noSpecialNames},
+    Check{"4.8", "paths.dots-are-not-resolved", "One dot or two dots in a path are the name of a folder.",
+          inMemory, dotsAreNotResolved},
+    Check{"4.9", "paths.long-names", "A name can have ten thousand code units.", inMemory, longNames},
     Check{"4.10", "paths.trailing-slash", "One slash at the end of a path is ignored.", inMemory,
           trailingSlash},
     Check{"4.11", "paths.two-trailing-slashes",
-          "Of two slashes at the end one stays: it is the entry without a name in that folder.", inMemory,
-          twoTrailingSlashes},
-    Check{"4.12", "paths.leading-slashes", "More slashes at the beginning of a path are as good as one.",
+          "Of two slashes at the end of a path one counts: it names the entry without a name in that folder.",
+          inMemory, twoTrailingSlashes},
+    Check{"4.12", "paths.leading-slashes", "Several slashes at the beginning of a path count as one.",
           inMemory, leadingSlashes},
     Check{"4.13", "paths.inner-slashes",
-          "Two slashes between names make another path than one, in the same folder.", inMemory,
+          "Two slashes between names give another path than one, in the same folder.", inMemory,
           innerSlashes},
     Check{"4.14", "paths.relative",
-          "A path without a leading slash is in no folder, but for one whose second unit is a slash: it "
-          "begins there.",
+          "A path without a leading slash is in no folder, unless its second code unit is a slash: it begins "
+          "there.",
           inMemory, relativePaths},
-    Check{"4.15", "paths.resolved-path-is-used", "The resolved path of a location tells where it is.", any,
+    Check{"4.15", "paths.resolved-path-is-used", "The resolved path of a location determines the entry.", any,
           resolvedPathUsed},
-    Check{"4.16", "paths.location-named-as-given",
-          "A failure names the location with everything that the caller gave.", any, locationNamedAsGiven},
+    Check{"4.16", "paths.location-named-as-given", "A failure carries the caller's location unchanged.", any,
+          locationNamedAsGiven},
     Check{"4.17", "paths.root-by-parent",
           "A location without a parent is the root, and so is one resolved to \"/\".", inMemory,
           rootIsWhatHasNoParent},
-    Check{"4.18", "paths.root-spellings", "The location of an empty path, or of slashes alone, is the root.",
-          any, rootHasManySpellings},
+    Check{"4.18", "paths.root-spellings",
+          "A location whose path is empty, or has nothing but slashes, is the root.", any,
+          rootHasManySpellings},
     Check{"4.19", "paths.files-are-apart",
-          "A name of a file is refused with NotFound, or listed as it was given and beside its look-alikes.",
+          "A name of a file is refused with NotFound, or listed unchanged and distinct from similar names.",
           any, lookAlikesAreApart<fileKind>},
-    Check{
-        "4.20", "paths.folders-are-apart",
-        "A name of a folder is refused with NotFound, or listed as it was given and beside its look-alikes.",
-        any, lookAlikesAreApart<folderKind>},
+    Check{"4.20", "paths.folders-are-apart",
+          "A name of a folder is refused with NotFound, or listed unchanged and distinct from similar names.",
+          any, lookAlikesAreApart<folderKind>},
     Check{"4.21", "paths.same-for-all-operations",
-          "A name is the same one for creating, opening, moving and removing.", any,
+          "Creating, opening, moving and removing treat a name in the same way.", any,
           everyOperationTakesTheSameName},
 };
 

@@ -46,7 +46,7 @@ void exercise(CheckContext& context, const IProvider& provider) {
     expect(sortedEntries(provider.doListAll(context.at(u""))).size() == 2,
            "a folder with 2 entries lists another number");
     expectFailure([&] { provider.doGetFileAttributes(file); }, ErrorCode::NotFound, file,
-                  "asking for what was moved away");
+                  "asking for a moved file");
     provider.doRemoveFile(context.at(u"h"));
     provider.doRemoveFolderRecursively(context.at(u"e"));
 }
@@ -140,7 +140,7 @@ void goesWithProvider(CheckContext& context) {
         const LoadedProvider provider = context.library().buildProvider();
         exercise(context, *provider);
     }
-    expectState<property>(before, "when a provider is gone");
+    expectState<property>(before, "after a provider is destroyed");
 }
 
 template <const Property& property>
@@ -196,23 +196,23 @@ void callsNeedNoMoreMemory(CheckContext& context) {
 constexpr auto any = Profile::AnyProvider;
 
 constexpr std::array table{
-    Check{"15.1", "process.descriptors", "A provider that is gone has left no descriptor open.", any,
+    Check{"15.1", "process.descriptors", "A destroyed provider leaves no descriptor open.", any,
           goesWithProvider<descriptors>},
-    Check{"15.2", "process.threads", "A provider that is gone has left no thread.", any,
+    Check{"15.2", "process.threads", "A destroyed provider leaves no thread.", any,
           goesWithProvider<threadsOfProcess>},
-    Check{"15.3", "process.children", "A provider that is gone has left no child process.", any,
+    Check{"15.3", "process.children", "A destroyed provider leaves no child process.", any,
           goesWithProvider<childProcesses>},
-    Check{"15.4", "process.current-folder", "A provider leaves the current folder of the process as it is.",
+    Check{"15.4", "process.current-folder", "A provider does not change the current folder of the process.",
           any, staysAsItWas<currentFolder>},
-    Check{"15.5", "process.umask", "A provider leaves the umask as it is.", any, staysAsItWas<fileModeMask>},
-    Check{"15.6", "process.locale", "A provider leaves the locale as it is.", any, staysAsItWas<locales>},
-    Check{"15.7", "process.environment", "A provider leaves the environment as it is.", any,
+    Check{"15.5", "process.umask", "A provider does not change the umask.", any, staysAsItWas<fileModeMask>},
+    Check{"15.6", "process.locale", "A provider does not change the locale.", any, staysAsItWas<locales>},
+    Check{"15.7", "process.environment", "A provider does not change the environment.", any,
           staysAsItWas<variables>},
-    Check{"15.8", "process.signals", "A provider handles and blocks no signal of the process.", any,
+    Check{"15.8", "process.signals", "A provider installs no signal handler and blocks no signal.", any,
           staysAsItWas<signalHandlers>},
-    Check{"15.9", "process.floating-point", "A provider leaves the floating-point mode as it is.", any,
+    Check{"15.9", "process.floating-point", "A provider does not change the floating-point mode.", any,
           staysAsItWas<arithmetic>},
-    Check{"15.10", "process.memory", "Ten thousand calls leave no more memory allocated than before.", any,
+    Check{"15.10", "process.memory", "Ten thousand calls do not increase the allocated memory.", any,
           callsNeedNoMoreMemory},
 };
 

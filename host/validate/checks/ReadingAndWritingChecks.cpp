@@ -72,7 +72,7 @@ void writingGoesOnBehindWhatWasWritten(CheckContext& context) {
         writeText(*stream, part);
     }
     expectContent(context, u"f", "abcdef", "after three writes");
-    expect(positionOf(*stream) == 6, "the position is not behind what was written");
+    expect(positionOf(*stream) == 6, "the position is not after the written bytes");
 }
 
 void writingOverwritesAndGrows(CheckContext& context) {
@@ -83,16 +83,16 @@ void writingOverwritesAndGrows(CheckContext& context) {
     seekTo(*stream, 8, fromBeginning);
     writeText(*stream, "abcde");
     expectContent(context, u"f", "01ab4567abcde", "after writing 5 bytes, 2 before the end");
-    expect(positionOf(*stream) == 13, "the position is not behind a write that lets the file grow");
+    expect(positionOf(*stream) == 13, "the position is not after a write that extends the file");
 }
 
 void writingNothingChangesNothing(CheckContext& context) {
     const auto stream = openDigits(context);
     seekTo(*stream, 3, fromBeginning);
-    expect(stream->write("x", 0) == 0, "writing 0 bytes does not answer 0");
+    expect(stream->write("x", 0) == 0, "writing 0 bytes does not return 0");
     expect(positionOf(*stream) == 3, "writing 0 bytes moves the position");
     expect(openToAppend(context.provider(), context.at(u"f"))->write("x", 0) == 0,
-           "appending 0 bytes does not answer 0");
+           "appending 0 bytes does not return 0");
     expectContent(context, u"f", "0123456789", "after writing 0 bytes");
 }
 
@@ -102,7 +102,7 @@ void readingGoesOnBehindWhatWasRead(CheckContext& context) {
     for (std::string part; !(part = readOnce(*stream, 3)).empty();) {
         bytes += part;
         expect(positionOf(*stream) == static_cast<long>(bytes.size()),
-               "the position is not behind what was read");
+               "the position is not after the bytes that were read");
     }
     expect(bytes == "0123456789", "reading in parts does not give what was written");
 }
@@ -111,7 +111,7 @@ void readingAtTheEndGivesNothing(CheckContext& context) {
     const auto stream = openDigits(context);
     seekTo(*stream, 0, fromEnd);
     std::array<char, 4> buffer{'k', 'e', 'p', 't'};
-    expect(stream->read(buffer.data(), 4) == -1, "reading at the end does not answer -1");
+    expect(stream->read(buffer.data(), 4) == -1, "reading at the end does not return -1");
     expect(std::string_view(buffer.data(), 4) == "kept", "reading at the end touches the buffer");
     expect(positionOf(*stream) == 10, "reading at the end moves the position");
 }
@@ -120,7 +120,7 @@ void readingNothingGivesNothing(CheckContext& context) {
     const auto stream = openDigits(context);
     seekTo(*stream, 3, fromBeginning);
     char untouched = 'k';
-    expect(stream->read(&untouched, 0) == -1, "reading 0 bytes does not answer -1");
+    expect(stream->read(&untouched, 0) == -1, "reading 0 bytes does not return -1");
     expect(untouched == 'k' && positionOf(*stream) == 3, "reading 0 bytes does something");
 }
 
@@ -129,7 +129,7 @@ void readingStopsAtTheEnd(CheckContext& context) {
     seekTo(*stream, 7, fromBeginning);
     std::string buffer(100, 'k');
     const long count = stream->read(buffer.data(), 100);
-    expect(count >= 1 && count <= 3, fmt::format("reading 100 bytes, 3 before the end, answers {}", count));
+    expect(count >= 1 && count <= 3, fmt::format("reading 100 bytes, 3 before the end, returns {}", count));
     const std::string expected = std::string("789").substr(0, static_cast<std::size_t>(count)) +
                                  std::string(static_cast<std::size_t>(100 - count), 'k');
     expect(buffer == expected, "reading touches more of the buffer than it says, or gives other bytes");
@@ -139,7 +139,7 @@ void seekingInEveryDirection(CheckContext& context) {
     const auto stream = openDigits(context);
     const auto expectSeek = [&](long offset, std::ios_base::seekdir direction, long target, char next) {
         const long answer = seekTo(*stream, offset, direction);
-        expect(answer == target, fmt::format("a seek to position {} answers {}", target, answer));
+        expect(answer == target, fmt::format("a seek to position {} returns {}", target, answer));
         expect(readOnce(*stream, 1) == std::string(1, next),
                fmt::format("after a seek to position {}, another byte is read", target));
     };
@@ -154,11 +154,11 @@ void seekingInEveryDirection(CheckContext& context) {
 void seekingToTheEnd(CheckContext& context) {
     const auto stream = openDigits(context);
     expect(seekTo(*stream, 10, fromBeginning) == 10 && seekTo(*stream, 0, fromEnd) == 10,
-           "a seek to the end of the file does not answer its size");
+           "a seek to the end of the file does not return its size");
     writeText(*stream, "ab");
     expectContent(context, u"f", "0123456789ab", "after a write at the end");
     const auto empty = openStream(context.provider(), context.at(u"empty"));
-    expect(seekTo(*empty, 0, fromEnd) == 0, "a seek to the end of an empty file does not answer 0");
+    expect(seekTo(*empty, 0, fromEnd) == 0, "a seek to the end of an empty file does not return 0");
 }
 
 void seekingOutsideFails(CheckContext& context) {
@@ -166,7 +166,7 @@ void seekingOutsideFails(CheckContext& context) {
     seekTo(*stream, 5, fromBeginning);
     const auto expectFailed = [&](long offset, std::ios_base::seekdir direction) {
         const long answer = seekTo(*stream, offset, direction);
-        expect(answer == -1, fmt::format("a seek outside the file, by {}, answers {}", offset, answer));
+        expect(answer == -1, fmt::format("a seek outside the file, by {}, returns {}", offset, answer));
         expect(positionOf(*stream) == 5, "a failed seek moves the position");
     };
     for (const long offset : {-1L, 11L, longest, std::numeric_limits<long>::min()}) {
@@ -236,7 +236,7 @@ void appendingGoesToTheEnd(CheckContext& context) {
     seekTo(*stream, 2, fromBeginning);
     writeText(*stream, "bcd");
     expectContent(context, u"f", "0123456789abcd", "after appending from position 2");
-    expect(positionOf(*stream) == 14, "the position is not behind what was appended");
+    expect(positionOf(*stream) == 14, "the position is not after the appended bytes");
     expect(seekTo(*stream, 8, fromBeginning) == 8 && readOnce(*stream, 3) == "89a",
            "a stream that appends cannot be read anywhere");
 }
@@ -263,8 +263,8 @@ std::unique_ptr<ByteStream> openBehindTheEnd(CheckContext& context) {
 
 void positionBehindTheEnd(CheckContext& context) {
     const auto stream = openBehindTheEnd(context);
-    expect(readOnce(*stream, 3).empty(), "a stream reads bytes from behind the end of its file");
-    expect(seekTo(*stream, 0, fromPosition) == -1, "a seek to a position behind the end does not answer -1");
+    expect(readOnce(*stream, 3).empty(), "a stream reads bytes past the end of its file");
+    expect(seekTo(*stream, 0, fromPosition) == -1, "a seek to a position past the end does not return -1");
     expect(seekTo(*stream, 0, fromBeginning) == 0 && readOnce(*stream, 1).empty(),
            "a stream whose file was emptied cannot go back to the beginning");
     writeText(*stream, "new");
@@ -273,11 +273,11 @@ void positionBehindTheEnd(CheckContext& context) {
 
 void writingBehindTheEnd(CheckContext& context) {
     const auto stream = openBehindTheEnd(context);
-    expect(stream->write("x", 0) == 0, "writing 0 bytes behind the end does not answer 0");
-    expectContent(context, u"f", "", "after writing 0 bytes behind the end");
+    expect(stream->write("x", 0) == 0, "writing 0 bytes past the end does not return 0");
+    expectContent(context, u"f", "", "after writing 0 bytes past the end");
     writeText(*stream, "abcd");
-    expectContent(context, u"f", "abcd", "after a write at a position behind the end");
-    expect(positionOf(*stream) == 4, "the position is not behind what was written at the real end");
+    expectContent(context, u"f", "abcd", "after a write at a position past the end");
+    expect(positionOf(*stream) == 4, "the position is not at the end after a write");
 }
 
 void appendingNothingMovesToTheEnd(CheckContext& context) {
@@ -318,13 +318,13 @@ void removedFileStaysRemoved(CheckContext& context) {
     const auto stream = openDigits(context);
     context.provider().doRemoveFile(context.at(u"f"));
     writeText(*stream, "abcd");
-    expect(!context.provider().doFileExists(context.at(u"f")), "writing brings a removed file back");
+    expect(!context.provider().doFileExists(context.at(u"f")), "writing restores a removed file");
     context.provider().doCreateFile(context.at(u"f"));
     writeText(*stream, "efgh");
-    expectContent(context, u"f", "", "when a new file stands where the stream's file was");
+    expectContent(context, u"f", "", "after a new file took the place of the stream's file");
     writeText(*openStream(context.provider(), context.at(u"f")), "new");
     seekTo(*stream, 0, fromBeginning);
-    expect(readRest(*stream) == "abcdefgh89", "a new file takes the bytes of a removed one's stream");
+    expect(readRest(*stream) == "abcdefgh89", "a stream on a removed file shares bytes with a new file");
 }
 
 /// What an old stream writes is in the moved file, and the other way round.
@@ -337,7 +337,8 @@ void expectShared(CheckContext& context, ByteStream& old, std::u16string_view mo
     writeText(*stream, "xyz");
     expect(readRest(old) == "23456789xyz", "a stream opened before the move does not read what is new");
     openStream(context.provider(), context.at(movedTo), {.content = ByteStreamContent::Empty});
-    expect(readOnce(old, 1).empty(), "a stream opened before the move reads bytes that were emptied away");
+    expect(readOnce(old, 1).empty(),
+           "a stream opened before the move reads bytes that were removed by emptying the file");
 }
 
 void streamFollowsMovedFile(CheckContext& context) {
@@ -348,7 +349,8 @@ void streamFollowsMovedFile(CheckContext& context) {
     context.provider().doRemoveFile(context.at(u"d/g"));
     seekTo(*stream, 0, fromBeginning);
     writeText(*stream, "alive");
-    expect(!context.provider().doFileExists(context.at(u"f")), "a stream brings its file back to its place");
+    expect(!context.provider().doFileExists(context.at(u"f")),
+           "a stream restores its file at the old location");
 }
 
 void streamFollowsEmptyMovedFile(CheckContext& context) {
@@ -387,7 +389,7 @@ void streamOutlivesProvider(CheckContext& context) {
     const auto reader = openForReading(**provider, context.at(u"f"));
     provider.reset();
     writeText(*stream, "ab");
-    expect(readRest(*reader) == "ab23456789", "streams do not work on when their provider is gone");
+    expect(readRest(*reader) == "ab23456789", "streams do not work after their provider is destroyed");
 }
 
 void streamsStampNothing(CheckContext& context) {
@@ -486,8 +488,8 @@ private:
             {{fromBeginning, target}, {fromPosition, target - position}, {fromEnd, target - size}}};
         const auto& [direction, offset] = ways[below(ways.size())];
         expect(seekTo(*chosen.stream, offset, direction) == (inside ? target : -1),
-               fmt::format("a seek from position {} to {} of {} bytes has a wrong answer", position, target,
-                           size));
+               fmt::format("a seek from position {} to {} of {} bytes returns a wrong position", position,
+                           target, size));
         chosen.position = inside ? static_cast<std::size_t>(target) : chosen.position;
         expectPosition(chosen);
     }
@@ -534,10 +536,10 @@ void readsOfAnySize(CheckContext& context) {
         std::string buffer(static_cast<std::size_t>(size) + 1, 'k');
         for (long count = 0; (count = stream->read(buffer.data(), size)) != -1;) {
             expect(count > 0 && count <= size && buffer.back() == 'k',
-                   fmt::format("a read of {} bytes answers {}, or writes behind its buffer", size, count));
+                   fmt::format("a read of {} bytes answers {}, or writes past its buffer", size, count));
             seen.append(buffer, 0, static_cast<std::size_t>(count));
             expect(positionOf(*stream) == static_cast<long>(seen.size()),
-                   fmt::format("after a read of {} bytes the position is not behind them", size));
+                   fmt::format("after a read of {} bytes the position is not after them", size));
         }
         expect(seen == bytes, fmt::format("reads of {} bytes give other bytes than were written", size));
     }
@@ -571,94 +573,93 @@ void manyStreamsAtOnce(CheckContext& context) {
 }
 
 constexpr std::array table{
-    Check{"8.1", "streams.every-byte", "Bytes of every value are read as they were written.",
-          Profile::AnyProvider, everyByteIsKept},
-    Check{"8.2", "streams.large-write", "Several MiB written at once are read as they were written.",
+    Check{"8.1", "streams.every-byte", "Bytes of every value are read back as written.", Profile::AnyProvider,
+          everyByteIsKept},
+    Check{"8.2", "streams.large-write", "Several MiB that one call writes are read back as written.",
           Profile::AnyProvider, largeWriteIsKept},
-    Check{"8.3", "streams.write-moves-position",
-          "A write answers its count and moves the position behind what it wrote.", Profile::AnyProvider,
-          writingGoesOnBehindWhatWasWritten},
+    Check{"8.3", "streams.write-moves-position", "A write returns its count and advances the position by it.",
+          Profile::AnyProvider, writingGoesOnBehindWhatWasWritten},
     Check{"8.4", "streams.write-overwrites",
-          "A write at the position overwrites what is there and lets the file grow for the rest.",
-          Profile::AnyProvider, writingOverwritesAndGrows},
-    Check{"8.5", "streams.write-nothing", "Writing 0 bytes answers 0 and changes no byte.",
+          "A write overwrites bytes at the position and extends the file as needed.", Profile::AnyProvider,
+          writingOverwritesAndGrows},
+    Check{"8.5", "streams.write-nothing", "Writing 0 bytes returns 0 and changes no byte.",
           Profile::AnyProvider, writingNothingChangesNothing},
-    Check{"8.6", "streams.read-moves-position",
-          "A read gives at least one byte unless at the end, and moves the position behind what it gave.",
-          Profile::AnyProvider, readingGoesOnBehindWhatWasRead},
-    Check{"8.7", "streams.read-at-end", "A read at the end answers -1 and moves nothing.",
+    Check{
+        "8.6", "streams.read-moves-position",
+        "A read returns at least one byte unless at the end, and advances the position by what it returned.",
+        Profile::AnyProvider, readingGoesOnBehindWhatWasRead},
+    Check{"8.7", "streams.read-at-end", "A read at the end returns -1 and does not move the position.",
           Profile::AnyProvider, readingAtTheEndGivesNothing},
-    Check{"8.8", "streams.read-nothing", "A read of 0 bytes answers -1 and moves nothing.",
+    Check{"8.8", "streams.read-nothing", "A read of 0 bytes returns -1 and does not move the position.",
           Profile::AnyProvider, readingNothingGivesNothing},
     Check{"8.9", "streams.read-stops-at-end",
-          "A read of more bytes than there are gives those that are, and touches no more of the buffer.",
+          "A read of more bytes than remain returns only those, and writes no more into the buffer.",
           Profile::AnyProvider, readingStopsAtTheEnd},
-    Check{"8.10", "streams.seek", "A seek from the beginning, the position or the end answers where it went.",
+    Check{"8.10", "streams.seek",
+          "A seek from the beginning, the position or the end returns the new position.",
           Profile::AnyProvider, seekingInEveryDirection},
-    Check{"8.11", "streams.seek-to-end", "A seek exactly to the end is inside the file.",
-          Profile::AnyProvider, seekingToTheEnd},
+    Check{"8.11", "streams.seek-to-end", "The end of the file is a valid position.", Profile::AnyProvider,
+          seekingToTheEnd},
     Check{"8.12", "streams.seek-outside",
-          "A seek to before the beginning or behind the end answers -1 and moves nothing.",
+          "A seek before the beginning or past the end returns -1 and does not move the position.",
           Profile::AnyProvider, seekingOutsideFails},
     Check{"8.13", "streams.seek-unknown-direction",
-          "A seek in a direction that there is not answers -1 and moves nothing.", Profile::InMemoryProvider,
-          seekingInNoDirectionFails},
+          "A seek in an unknown direction returns -1 and does not move the position.",
+          Profile::InMemoryProvider, seekingInNoDirectionFails},
     Check{"8.14", "streams.flush", "A flush changes neither bytes nor position.", Profile::AnyProvider,
           flushChangesNothing},
     Check{"8.15", "streams.shared-bytes",
           "What one stream has written and flushed, every other stream on the file reads.",
           Profile::AnyProvider, streamsShareBytes},
-    Check{"8.16", "streams.visible-at-once", "What one stream writes is visible everywhere without a flush.",
+    Check{"8.16", "streams.visible-at-once", "A write is visible to every other stream without a flush.",
           Profile::InMemoryProvider, writesAreVisibleAtOnce},
-    Check{"8.17", "streams.own-position", "Every stream has a position of its own.", Profile::AnyProvider,
+    Check{"8.17", "streams.own-position", "Every stream has its own position.", Profile::AnyProvider,
           positionsAreIndependent},
     Check{"8.18", "streams.append",
-          "A write of a stream that appends goes to the end, wherever the position was, which follows it.",
+          "A write of a stream that appends goes to the end from any position, and moves the position there.",
           Profile::AnyProvider, appendingGoesToTheEnd},
     Check{"8.19", "streams.two-appenders", "Streams that append to one file in turn lose nothing.",
           Profile::AnyProvider, appendersLoseNothing},
     Check{"8.20", "streams.position-behind-end",
-          "A stream whose file was emptied under it reads nothing until it seeks, and then works on.",
+          "A stream whose file was emptied reads nothing until it seeks, and then works again.",
           Profile::AnyProvider, positionBehindTheEnd},
     Check{"8.21", "streams.write-behind-end",
-          "A write at a position behind the end goes to the end; no gap is filled.",
-          Profile::InMemoryProvider, writingBehindTheEnd},
+          "A write at a position past the end goes to the end; no gap is filled.", Profile::InMemoryProvider,
+          writingBehindTheEnd},
     Check{"8.22", "streams.append-nothing", "Appending 0 bytes moves the position to the end.",
           Profile::InMemoryProvider, appendingNothingMovesToTheEnd},
     Check{"8.23", "streams.grow-too-far",
-          "A write that no memory could hold fails with std::length_error or std::bad_alloc, the file as it "
-          "was.",
+          "A write that no memory could hold fails with std::length_error or std::bad_alloc; the file is "
+          "unchanged.",
           Profile::InMemoryProvider, growingTooFarFails},
-    Check{"8.24", "streams.outlive-removal", "Streams on a removed file stay usable and share its bytes.",
+    Check{"8.24", "streams.outlive-removal", "Streams on a removed file remain usable and share its bytes.",
           Profile::AnyProvider, streamOutlivesRemoval},
     Check{"8.25", "streams.removed-stays-removed",
-          "A stream on a removed file brings nothing back and has nothing to do with a new file of the name.",
+          "A stream on a removed file neither restores it nor affects a new file of that name.",
           Profile::AnyProvider, removedFileStaysRemoved},
     Check{"8.26", "streams.follow-moved-file",
-          "A stream opened before a file was moved shares its bytes with the file at the new place.",
+          "A stream opened before its file was moved shares the bytes at the new location.",
           Profile::InMemoryProvider, streamFollowsMovedFile},
     Check{"8.27", "streams.follow-empty-moved-file",
-          "A stream opened on an empty file that was moved then writes to the file at the new place.",
+          "A stream opened on an empty file that was moved then writes to the file at the new location.",
           Profile::InMemoryProvider, streamFollowsEmptyMovedFile},
     Check{"8.28", "streams.follow-moved-folder",
-          "A stream opened before a folder above its file was moved shares the bytes at the new place.",
+          "A stream opened before a folder above its file was moved shares the bytes at the new location.",
           Profile::InMemoryProvider, streamFollowsMovedFolder},
     Check{"8.29", "streams.keep-replaced-file",
-          "A stream on a file that a move replaced keeps the old bytes to itself.", Profile::InMemoryProvider,
+          "A stream on a file that a move replaced keeps the old bytes.", Profile::InMemoryProvider,
           streamKeepsReplacedFile},
-    Check{"8.30", "streams.outlive-provider", "Streams work on when their provider is gone.",
+    Check{"8.30", "streams.outlive-provider", "Streams remain usable after their provider is destroyed.",
           Profile::AnyProvider, streamOutlivesProvider},
     Check{"8.31", "streams.stamp-nothing", "Reading, writing and seeking change no time.",
           Profile::InMemoryProvider, streamsStampNothing},
     Check{"8.32", "streams.flag-comes-too-late",
-          "A stream opened before its file became read-only writes on.", Profile::InMemoryProvider,
+          "A stream opened before its file became read-only can still write.", Profile::InMemoryProvider,
           flagComesTooLateForOpenStreams},
-    Check{"8.33", "streams.random-steps",
-          "Random steps of several streams give what the same steps on a plain sequence of bytes give.",
+    Check{"8.33", "streams.random-steps", "Random operations of several streams agree with a model.",
           Profile::AnyProvider, randomSteps},
-    Check{"8.34", "streams.reads-of-any-size",
-          "A read gives the bytes that come next, however many are asked for.", Profile::AnyProvider,
-          readsOfAnySize},
+    Check{"8.34", "streams.reads-of-any-size", "A read of any size returns the bytes that come next.",
+          Profile::AnyProvider, readsOfAnySize},
     Check{"8.35", "streams.many-at-once", "Hundreds of streams can be open at once, on one file and on many.",
           Profile::AnyProvider, manyStreamsAtOnce},
 };

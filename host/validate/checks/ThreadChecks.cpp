@@ -135,7 +135,7 @@ bool succeeds(const Action& action, std::initializer_list<ErrorCode> codes) {
         return true;
     } catch (const Exception& failure) {
         expect(std::find(codes.begin(), codes.end(), failure.getErrorCode()) != codes.end(),
-               fmt::format("a race is lost with {}", failure.what()));
+               fmt::format("a race fails with {}", failure.what()));
         return false;
     }
 }
@@ -470,7 +470,7 @@ void timesAreWhole(CheckContext& context) {
         const auto time = provider.doGetFileAttributes(context.at(u"f")).getLastModified();
         const auto off = time - timeOf(static_cast<int>(time.time_of_day().hours()));
         expect(off.abs() <= boost::posix_time::seconds(2), // as coarse as a storage may keep times
-               "a time is read that nobody has set while threads set others");
+               "a time is read that no thread has set");
     };
     const auto set = [&](int thread, int round) {
         provider.doSetLastModified(context.at(u"f"), timeOf(1 + (round + thread) % 5));
@@ -513,7 +513,7 @@ void streamsChangeThreads(CheckContext& context) {
     expect(readOnce(*stream, 1) == "0",
            "a stream does not read on another thread than the one that opened it");
     onAnotherThread([&] { seekTo(*stream, 4, std::ios_base::beg); });
-    expect(positionOf(*stream) == 4, "a position that one thread has sought is not there on another one");
+    expect(positionOf(*stream) == 4, "the position after a seek is another one on another thread");
     onAnotherThread([&] { writeText(*stream, "ab"); });
     expect(contentOf(context.provider(), context.at(u"f")) == "0123ab6789",
            "a stream does not write on another thread than the one that opened it");
@@ -556,7 +556,7 @@ void providersChangeThreads(CheckContext& context) {
            "a provider that another thread has made does not read");
     onAnotherThread([&] {
         expect(contentOf(**provider, context.at(u"f")) == "bytes",
-               "what one thread has made with a provider is not there for another one");
+               "what one thread created with a provider does not exist for another one");
         (*provider)->doRemoveFile(context.at(u"f"));
     });
     onAnotherThread([&] { provider.reset(); });
@@ -629,59 +629,60 @@ constexpr std::array table{
     Check{"13.2", "threads.one-creates-folder", "Of several threads that create one folder, one succeeds.",
           Profile::AnyProvider, oneCreatesTheFolder},
     Check{"13.3", "threads.one-removes-file",
-          "Of several threads that remove one file, one succeeds; the others find nothing.",
+          "Of several threads that remove one file, one succeeds; the others get NotFound.",
           Profile::AnyProvider, oneRemovesTheFile},
     Check{"13.4", "threads.one-moves-file",
-          "Of several threads that move one file, one succeeds; the others find nothing.",
+          "Of several threads that move one file, one succeeds; the others get NotFound.",
           Profile::AnyProvider, oneMovesTheFile},
     Check{"13.5", "threads.openers-share-new-file",
-          "Threads that open a missing file at once all get streams on one new file.", Profile::AnyProvider,
-          openersShareTheNewFile},
+          "Threads that open a missing file at once all get streams on the same new file.",
+          Profile::AnyProvider, openersShareTheNewFile},
     Check{"13.6", "threads.file-in-cycles",
-          "A file that threads move around is at one place in the end, with its bytes.", Profile::AnyProvider,
-          fileMovesInCycles},
+          "A file that threads move around is at exactly one location in the end, with its bytes.",
+          Profile::AnyProvider, fileMovesInCycles},
     Check{"13.7", "threads.folder-in-cycles",
-          "A folder that threads move around is at one place in the end, with all that it holds.",
+          "A folder that threads move around is at exactly one location in the end, with its content.",
           Profile::AnyProvider, folderMovesInCycles},
-    Check{"13.8", "threads.appends-are-whole",
-          "Records that threads append to one file are whole, all there, and in order for each thread.",
-          Profile::AnyProvider, appendsAreWhole},
-    Check{"13.9", "threads.blocks-are-whole", "A read sees all of another thread's write or nothing of it.",
+    Check{
+        "13.8", "threads.appends-are-whole",
+        "Records that threads append to one file are complete, none is lost, and each thread's are in order.",
+        Profile::AnyProvider, appendsAreWhole},
+    Check{"13.9", "threads.blocks-are-whole", "A read sees a concurrent write completely or not at all.",
           Profile::InMemoryProvider, blocksAreWhole},
     Check{"13.10", "threads.listings-miss-nothing",
-          "A listing has every entry that stays exactly once while others come and go.", Profile::AnyProvider,
-          listingsMissNothing},
+          "A listing has every permanent entry exactly once while others are created and removed.",
+          Profile::AnyProvider, listingsMissNothing},
     Check{"13.11", "threads.emptying-under-readers",
-          "While a file is emptied and written again, readers read only bytes that were there.",
+          "While a file is emptied and rewritten, readers see only bytes that were written.",
           Profile::AnyProvider, emptyingUnderReaders},
     Check{"13.12", "threads.recursive-creators",
-          "Threads that create one folder with those above it all succeed.", Profile::AnyProvider,
+          "Threads that create one folder and its parents all succeed.", Profile::AnyProvider,
           everyRecursiveCreatorSucceeds},
     Check{"13.13", "threads.recursive-removers",
-          "Of threads that remove one tree, one succeeds and the others are told that the tree is gone.",
+          "Of several threads that remove one tree, one succeeds; the others get NotFound.",
           Profile::AnyProvider, recursiveRemoversDoNotCollide},
-    Check{"13.14", "threads.copies-appear-whole", "A copy is complete when it appears to other threads.",
+    Check{"13.14", "threads.copies-appear-whole", "A copy is complete when other threads see it.",
           Profile::AnyProvider, copiesAppearWhole},
-    Check{"13.15", "threads.queries", "Queries of what comes and goes fail with NotFound alone.",
+    Check{"13.15", "threads.queries",
+          "Queries of entries that are created and removed meanwhile fail only with NotFound.",
           Profile::AnyProvider, queriesFailOnlyWithNotFound},
-    Check{"13.16", "threads.own-folders",
-          "Threads that work in folders of their own do not disturb each other.", Profile::AnyProvider,
-          threadsDoNotDisturbEachOther},
-    Check{"13.17", "threads.times-are-whole", "A time that is read is one that somebody has set.",
+    Check{"13.16", "threads.own-folders", "Threads that work in their own folders do not affect each other.",
+          Profile::AnyProvider, threadsDoNotDisturbEachOther},
+    Check{"13.17", "threads.times-are-whole", "A time that is read is one that was set.",
           Profile::AnyProvider, timesAreWhole},
     Check{"13.18", "threads.clones", "Clones of one listing can be used on different threads.",
           Profile::AnyProvider, clonesAreIndependent},
     Check{"13.19", "threads.streams-change-threads",
-          "A stream can be used on other threads than the one that opened it.", Profile::AnyProvider,
+          "A stream can be used on threads other than the one that opened it.", Profile::AnyProvider,
           streamsChangeThreads},
     Check{"13.20", "threads.listings-change-threads",
-          "A listing can be used on other threads than the one that made it.", Profile::AnyProvider,
+          "A listing can be used on threads other than the one that made it.", Profile::AnyProvider,
           listingsChangeThreads},
     Check{"13.21", "threads.providers-change-threads",
-          "A provider can be used on other threads than the one that made it.", Profile::AnyProvider,
+          "A provider can be used on threads other than the one that made it.", Profile::AnyProvider,
           providersChangeThreads},
     Check{"13.22", "threads.changes-are-counted",
-          "Threads that create, remove and move at random leave what those that succeeded have made.",
+          "After random changes by several threads, exactly the entries of the successful operations exist.",
           Profile::AnyProvider, changesAreCounted},
 };
 

@@ -95,9 +95,9 @@ void othersAreNotStamped(CheckContext& context) {
         (provider.*kind->create)(context.at(u"d/e"));
         (provider.*kind->remove)(context.at(u"d/e"));
         expect(folderKind.lastModified(provider, context.at(u"")) == longAgo(),
-               fmt::format("a {} that comes and goes stamps more than its own folder", kind->name));
+               fmt::format("creating and removing a {} stamps more than its own folder", kind->name));
         expect(fileKind.lastModified(provider, context.at(u"d/neighbour")) == longAgo(),
-               fmt::format("a {} that comes and goes stamps its neighbours", kind->name));
+               fmt::format("creating and removing a {} stamps its siblings", kind->name));
     }
 }
 
@@ -137,7 +137,7 @@ void timeGoesBack(CheckContext& context) {
             const ptime time = longAgo() + boost::gregorian::days(days);
             provider.doSetLastModified(entry, time);
             expectNear(kind->lastModified(provider, entry), time, coarseness,
-                       fmt::format("the time of a {} that was set forth and back", kind->name));
+                       fmt::format("the time of a {} that was set forward and back", kind->name));
         }
         (provider.*kind->remove)(entry);
     }
@@ -166,7 +166,7 @@ void timeOfMissing(CheckContext& context) {
         const StorageIRI entry = context.at(path);
         expectRefusal(
             context, [&] { context.provider().doSetLastModified(entry, longAgo()); }, ErrorCode::NotFound,
-            entry, "setting the time of what is not there");
+            entry, "setting the time of a missing entry");
     }
 }
 
@@ -183,7 +183,7 @@ void settingTimeChangesNothingElse(CheckContext& context) {
         provider.doSetLastModified(context.at(path), longAgo());
     }
     const std::string after = describeTree(provider, context.at(u""));
-    expect(after == before, fmt::format("times that were set to and fro leave something else behind:{}",
+    expect(after == before, fmt::format("setting times and setting them back changes something else:{}",
                                         treeDifference(before, after)));
 }
 
@@ -324,54 +324,54 @@ constexpr std::array table{
           newEntryIsStamped<fileKind>},
     Check{"5.2", "times.new-folder", "A new folder has the current time, in UTC.", any,
           newEntryIsStamped<folderKind>},
-    Check{"5.3", "times.new-file-exactly", "A new file has the time of its making, to the microsecond.",
+    Check{"5.3", "times.new-file-exactly", "A new file has the time of its creation, to the microsecond.",
           inMemory, newEntryIsStampedExactly<fileKind>},
-    Check{"5.4", "times.new-folder-exactly", "A new folder has the time of its making, to the microsecond.",
+    Check{"5.4", "times.new-folder-exactly", "A new folder has the time of its creation, to the microsecond.",
           inMemory, newEntryIsStampedExactly<folderKind>},
-    Check{"5.5", "times.new-file-stamps-folder", "A new file and the folder that it is in have one time.",
-          inMemory, newEntryStampsFolder<fileKind>},
-    Check{"5.6", "times.new-folder-stamps-folder", "A new folder and the folder that it is in have one time.",
+    Check{"5.5", "times.new-file-stamps-folder", "A new file and its folder get the same time.", inMemory,
+          newEntryStampsFolder<fileKind>},
+    Check{"5.6", "times.new-folder-stamps-folder", "A new folder and its parent folder get the same time.",
           inMemory, newEntryStampsFolder<folderKind>},
     Check{"5.7", "times.removed-file-stamps-folder", "Removing a file stamps its folder.", inMemory,
           removingStampsFolder<fileKind>},
-    Check{"5.8", "times.removed-folder-stamps-folder", "Removing a folder stamps the one that it was in.",
+    Check{"5.8", "times.removed-folder-stamps-folder", "Removing a folder stamps its parent folder.",
           inMemory, removingStampsFolder<folderKind>},
     Check{"5.9", "times.others-are-not-stamped",
-          "What comes or goes stamps its own folder alone, none above and no neighbour.", inMemory,
-          othersAreNotStamped},
-    Check{"5.10", "times.file-time-is-kept", "The time that a file is given is told again, to 2 seconds.",
+          "Creating and removing stamp only the folder of the entry: no folder above it and no sibling.",
+          inMemory, othersAreNotStamped},
+    Check{"5.10", "times.file-time-is-kept", "The time that is set for a file is read back, to 2 seconds.",
           any, timeIsReadBack<fileKind>},
-    Check{"5.11", "times.folder-time-is-kept", "The time that a folder is given is told again, to 2 seconds.",
-          any, timeIsReadBack<folderKind>},
-    Check{"5.12", "times.file-time-is-exact", "Any time that a file is given is kept, to the microsecond.",
-          inMemory, timeIsReadBackExactly<fileKind>},
+    Check{"5.11", "times.folder-time-is-kept",
+          "The time that is set for a folder is read back, to 2 seconds.", any, timeIsReadBack<folderKind>},
+    Check{"5.12", "times.file-time-is-exact",
+          "Any time that is set for a file is read back, to the microsecond.", inMemory,
+          timeIsReadBackExactly<fileKind>},
     Check{"5.13", "times.folder-time-is-exact",
-          "Any time that a folder is given is kept, to the microsecond.", inMemory,
+          "Any time that is set for a folder is read back, to the microsecond.", inMemory,
           timeIsReadBackExactly<folderKind>},
-    Check{"5.14", "times.may-go-back", "An entry can be given an earlier time than it has.", any,
-          timeGoesBack},
-    Check{"5.15", "times.own-for-each", "Each entry of a folder has a time of its own.", any,
-          timeOfEachEntry},
+    Check{"5.14", "times.may-go-back", "An entry's time can be set to an earlier one.", any, timeGoesBack},
+    Check{"5.15", "times.own-for-each", "Each entry of a folder has its own time.", any, timeOfEachEntry},
     Check{"5.16", "times.missing",
-          "Setting the time of what is not there, or lies below a file, fails with NotFound.", any,
+          "Setting the time of a missing entry, or of one below a file, fails with NotFound.", any,
           timeOfMissing},
-    Check{"5.17", "times.nothing-else", "Setting a time changes nothing else, neither below nor above.",
-          inMemory, settingTimeChangesNothingElse},
-    Check{"5.18", "times.root", "The root takes a time.", inMemory, timeOfRoot},
-    Check{"5.19", "times.read-only-file", "A read-only file takes a time.", inMemory,
+    Check{"5.17", "times.nothing-else", "Setting a time changes nothing else.", inMemory,
+          settingTimeChangesNothingElse},
+    Check{"5.18", "times.root", "The time of the root can be set.", inMemory, timeOfRoot},
+    Check{"5.19", "times.read-only-file", "The time of a read-only file can be set.", inMemory,
           readOnlyTakesTime<fileKind>},
-    Check{"5.20", "times.read-only-folder", "A read-only folder takes a time.", inMemory,
+    Check{"5.20", "times.read-only-folder", "The time of a read-only folder can be set.", inMemory,
           readOnlyTakesTime<folderKind>},
     Check{"5.21", "times.flag-stamps-nothing", "Setting the writable flag stamps nothing.", inMemory,
           flagStampsNothing},
-    Check{"5.22", "times.any-season", "Times of any season, day and second are kept, to 2 seconds.", any,
-          timesOfAnySeason},
-    Check{"5.23", "times.far-off", "A time far off is kept, to 2 seconds, or refused by an exception.", any,
+    Check{"5.22", "times.any-season", "Times in any season and at any time of day are kept, to 2 seconds.",
+          any, timesOfAnySeason},
+    Check{"5.23", "times.far-off",
+          "Times far in the past or future are kept, to 2 seconds, or refused by an exception.", any,
           timesFarOff},
     Check{"5.24", "times.clock", "New entries have the time of this machine's clock, to 2 seconds.", any,
           clockIsOfThisMachine},
     Check{"5.25", "times.no-date",
-          "A time that is no date is refused by an exception, or told again as none.", any,
+          "A time that is not a date is refused by an exception, or read back as not a date.", any,
           noDateIsNoOtherDate},
 };
 

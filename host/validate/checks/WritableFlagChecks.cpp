@@ -103,7 +103,7 @@ void belowReadOnlyFolder(CheckContext& context) {
     const WriteProtection isReadOnly(provider, context.at(u"d"));
     expect(fileKind.isWritable(provider, context.at(u"d/f")) &&
                folderKind.isWritable(provider, context.at(u"d/inner")),
-           "what is in a read-only folder is read-only too");
+           "an entry in a read-only folder is read-only too");
     writeText(*openStream(provider, context.at(u"d/f")), "new");
     expect(contentOf(provider, context.at(u"d/f")) == "new",
            "a file in a read-only folder cannot be written to");
@@ -119,7 +119,7 @@ void readOnlyCanBeRead(CheckContext& context) {
     const WriteProtection folderIsReadOnly(provider, context.at(u"d"));
     expect(contentOf(provider, context.at(u"d/f")) == "bytes", "a read-only file has other bytes");
     expect(provider.doGetFileAttributes(context.at(u"d/f")).getSize() == 5,
-           "a read-only file tells another size");
+           "a read-only file has another size");
     expect(provider.doListAll(context.at(u"d"))->hasNext(), "a read-only folder lists nothing");
     expect(provider.doFileExists(context.at(u"d/f")), "a file in a read-only folder does not exist");
 }
@@ -131,7 +131,7 @@ void flagOfMissing(CheckContext& context) {
         for (const bool writable : {true, false}) {
             expectRefusal(
                 context, [&] { context.provider().doSetWritable(entry, writable); }, ErrorCode::NotFound,
-                entry, "setting the flag of what is not there");
+                entry, "setting the flag of a missing entry");
         }
     }
 }
@@ -208,7 +208,7 @@ void flagOfRoot(CheckContext& context) {
     const StorageIRI inside = context.at(u"f");
     {
         const WriteProtection isReadOnly(provider, root);
-        expect(!folderKind.isWritable(provider, root), "a read-only root tells that it is writable");
+        expect(!folderKind.isWritable(provider, root), "a read-only root is reported as writable");
         for (const EntryKind* kind : {&fileKind, &folderKind}) {
             expectRefusal(
                 context, [&] { (provider.*kind->create)(child); }, ErrorCode::ReadOnly, child,
@@ -222,14 +222,13 @@ void flagOfRoot(CheckContext& context) {
 void rootFlagNeedsRootLocation(CheckContext& context) {
     const IProvider& provider = context.provider();
     provider.doSetWritable(StorageIRI(u"/any", u"/any", false), false);
-    expect(!folderKind.isWritable(provider, StorageIRI(u"/")),
-           "a location without a parent is not taken for the root");
+    expect(!folderKind.isWritable(provider, StorageIRI(u"/")), "a location without a parent is not the root");
     provider.doSetWritable(StorageIRI(u"/"), true);
     const StorageIRI withParent(u"/", u"/", true);
     expectFailure([&] { provider.doSetWritable(withParent, false); }, ErrorCode::NotFound, withParent,
                   "setting the flag of a location \"/\" that has a parent");
     expect(folderKind.isWritable(provider, StorageIRI(u"/")),
-           "a location \"/\" that has a parent is taken for the root");
+           "a location \"/\" that has a parent is the root");
 }
 
 constexpr auto any = Profile::AnyProvider;
@@ -237,54 +236,56 @@ constexpr auto inMemory = Profile::InMemoryProvider;
 
 constexpr std::array table{
     Check{"6.1", "writable.file-flag-is-kept",
-          "The flag that a file is given is told again, as often as it is set.", any,
+          "The writable flag of a file is read back as it was set, however often.", any,
           flagIsReadBack<fileKind>},
     Check{"6.2", "writable.folder-flag-is-kept",
-          "The flag that a folder is given is told again, as often as it is set.", any,
+          "The writable flag of a folder is read back as it was set, however often.", any,
           flagIsReadBack<folderKind>},
-    Check{"6.3", "writable.own-for-each", "Each entry of a folder, and the folder, has a flag of its own.",
-          any, flagOfEachEntry},
+    Check{"6.3", "writable.own-for-each", "Each entry of a folder, and the folder, has its own flag.", any,
+          flagOfEachEntry},
     Check{"6.4", "writable.no-new-file",
           "Creating a file in a read-only folder fails with ReadOnly naming the file.", any,
           creatingInReadOnlyFolder<fileKind>},
     Check{"6.5", "writable.no-new-folder",
-          "Creating a folder in a read-only folder fails with ReadOnly naming the new one.", any,
+          "Creating a folder in a read-only folder fails with ReadOnly naming the new folder.", any,
           creatingInReadOnlyFolder<folderKind>},
     Check{"6.6", "writable.no-file-removed",
           "Removing a file from a read-only folder fails with ReadOnly naming the file.", any,
           removingFromReadOnlyFolder<fileKind>},
     Check{"6.7", "writable.no-folder-removed",
-          "Removing a folder from a read-only folder fails with ReadOnly naming the one to be removed.", any,
-          removingFromReadOnlyFolder<folderKind>},
+          "Removing a folder from a read-only folder fails with ReadOnly naming the folder to be removed.",
+          any, removingFromReadOnlyFolder<folderKind>},
     Check{"6.8", "writable.read-only-file-stays", "Removing a read-only file fails with ReadOnly.", any,
           removingReadOnlyEntry<fileKind>},
     Check{"6.9", "writable.read-only-folder-stays", "Removing a read-only empty folder fails with ReadOnly.",
           inMemory, removingReadOnlyEntry<folderKind>},
-    Check{"6.10", "writable.writable-again", "What is made writable again can be changed and removed again.",
-          any, writableAgain},
+    Check{"6.10", "writable.writable-again",
+          "An entry that is made writable again can be changed and removed again.", any, writableAgain},
     Check{"6.11", "writable.below-read-only-folder",
-          "In a read-only folder the bytes of files, and the entries of folders, can still be changed.", any,
-          belowReadOnlyFolder},
-    Check{"6.12", "writable.read-only-can-be-read", "What is read-only can be read, listed and asked about.",
-          any, readOnlyCanBeRead},
+          "In a read-only folder, the bytes of files and the entries of subfolders can still be changed.",
+          any, belowReadOnlyFolder},
+    Check{"6.12", "writable.read-only-can-be-read", "Read-only entries can be read, listed and queried.", any,
+          readOnlyCanBeRead},
     Check{"6.13", "writable.missing",
-          "Setting the flag of what is not there, or lies below a file, fails with NotFound.", any,
+          "Setting the flag of a missing entry, or of one below a file, fails with NotFound.", any,
           flagOfMissing},
     Check{"6.14", "writable.existence-before-flag",
-          "Creating what exists in a read-only folder fails with AlreadyExists, not ReadOnly.", inMemory,
-          existenceBeforeFlag},
+          "Creating an existing entry in a read-only folder fails with AlreadyExists, not ReadOnly.",
+          inMemory, existenceBeforeFlag},
     Check{"6.15", "writable.absence-before-flag",
-          "Removing what is missing, or of the other kind, is NotFound also where everything is read-only.",
+          "Removing a missing entry, or one of the other kind, fails with NotFound even if everything is "
+          "read-only.",
           inMemory, absenceBeforeFlag},
     Check{"6.16", "writable.content-before-flag",
-          "Removing a folder that is not empty is FolderNotEmpty also where everything is read-only.",
+          "Removing a folder that is not empty fails with FolderNotEmpty even if everything is read-only.",
           inMemory, contentBeforeFlag},
     Check{"6.17", "writable.path-is-used",
-          "doSetWritable goes by the path as it was given, not by the resolved one.", inMemory, pathIsUsed},
-    Check{"6.18", "writable.root", "A read-only root takes no entries; what is below it is not concerned.",
-          inMemory, flagOfRoot},
+          "doSetWritable uses the path of a location, not the resolved path.", inMemory, pathIsUsed},
+    Check{"6.18", "writable.root",
+          "A read-only root accepts no entries; everything below its folders is unaffected.", inMemory,
+          flagOfRoot},
     Check{"6.19", "writable.root-has-no-parent",
-          "doSetWritable takes for the root what has no parent, and nothing else.", inMemory,
+          "For doSetWritable, exactly a location without a parent is the root.", inMemory,
           rootFlagNeedsRootLocation},
 };
 

@@ -11,6 +11,8 @@ namespace storage::host {
 
 /// One rule per line, below the title of its group.
 void printRules(std::ostream& out, const CheckSelection& selection);
+/// The rules as they are in docs/contract.md.
+void printRulesAsMarkdown(std::ostream& out, const CheckSelection& selection);
 void printRulesAsJson(std::ostream& out, const CheckSelection& selection);
 
 // The report as text; each group when it is done.

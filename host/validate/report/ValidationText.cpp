@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fmt/format.h>
+#include <utility>
 
 namespace storage::host {
 
@@ -48,6 +49,20 @@ void printRules(std::ostream& out, const CheckSelection& selection) {
         for (const Check* const check : group.checks) {
             out << fmt::format("  {:<6} {:<{}} {:<9} {}\n", check->number, check->name, width,
                                profileName(check->profile), check->rule);
+        }
+    }
+    out << std::flush;
+}
+
+void printRulesAsMarkdown(std::ostream& out, const CheckSelection& selection) {
+    const char* separator = "";
+    for (const CheckSelection::Group& group : selection.groups) {
+        out << fmt::format("{}## {} {}\n\n{}\n", std::exchange(separator, "\n"), group.group->number,
+                           group.group->title, group.group->about);
+        for (const Check* const check : group.checks) {
+            out << fmt::format("\n**{}**{} {}\n", check->number,
+                               check->profile == Profile::InMemoryProvider ? " *(in-memory)*" : "",
+                               check->rule);
         }
     }
     out << std::flush;

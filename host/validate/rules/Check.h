@@ -37,6 +37,7 @@ struct CheckGroup {
     int number;        ///< the first part of the numbers of its checks
     const char* title; ///< for example "Paths"
     std::span<const Check> checks;
+    const char* about = ""; ///< Markdown that introduces the rules in docs/contract.md
 };
 
 } // namespace storage::host

@@ -280,4 +280,17 @@ TEST_F(ValidationReportTest, RulesAreListedWithoutAPlugin) {
                                          "rule": "1 is a number.", "profile": "in-memory"}]})"));
 }
 
+TEST_F(ValidationReportTest, RulesAreListedAsMarkdown) {
+    options_.task = ValidateOptions::Task::ListAsMarkdown;
+    options_.only = {"1.1", "1.2", "2.1"};
+    EXPECT_EQ(run(), ExitStatus::Success);
+    EXPECT_EQ(out_.str(), "## 1 Letters\n\n"
+                          "They are *ordered*.\n\n"
+                          "**1.1** A is a letter.\n\n"
+                          "**1.2** B comes after A.\n\n"
+                          "## 2 Numbers\n\n"
+                          "They are not.\n\n"
+                          "**2.1** *(in-memory)* 1 is a number.\n");
+}
+
 } // namespace
