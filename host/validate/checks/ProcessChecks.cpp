@@ -16,7 +16,9 @@
 #include <fstream>
 #include <locale>
 #include <malloc.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -109,6 +111,37 @@ std::string floatingPoint() {
     return fmt::format("{} {} {}", std::fegetround(), ::fegetexcept(), smaller > 0);
 }
 
+/// Which timers run.
+std::string timers() {
+    std::string text;
+    for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF}) {
+        itimerval left{};
+        ::getitimer(timer, &left);
+        text += timerisset(&left.it_value) ? " running" : " stopped";
+    }
+    return text;
+}
+
+std::string limits() {
+    std::string text = fmt::format("priority {}", ::getpriority(PRIO_PROCESS, 0));
+    for (int resource = 0; resource < static_cast<int>(RLIM_NLIMITS); ++resource) {
+        rlimit limit{};
+        ::getrlimit(static_cast<__rlimit_resource_t>(resource), &limit);
+        text += fmt::format(" {}:{}", limit.rlim_cur, limit.rlim_max);
+    }
+    return text;
+}
+
+/// What standard input, output and error are.
+std::string standardStreams() {
+    std::string text;
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        struct stat file {};
+        text += ::fstat(number, &file) == 0 ? fmt::format(" {}:{}", file.st_dev, file.st_ino) : " closed";
+    }
+    return text;
+}
+
 constexpr Property descriptors{"open descriptors", [] { return entriesOf("/proc/self/fd"); }};
 constexpr Property threadsOfProcess{"threads", [] { return entriesOf("/proc/self/task"); }};
 constexpr Property childProcesses{"child processes", children};
@@ -118,6 +151,9 @@ constexpr Property locales{"locale",
                            [] { return std::setlocale(LC_ALL, nullptr) + (' ' + std::locale().name()); }};
 constexpr Property variables{"environment", environment};
 constexpr Property signalHandlers{"handling of signals", signals};
+constexpr Property timersOfProcess{"timers", timers};
+constexpr Property resourceLimits{"priority and limits", limits};
+constexpr Property standardDescriptors{"standard streams", standardStreams};
 constexpr Property arithmetic{"floating-point mode", floatingPoint};
 
 template <const Property& property>
@@ -156,7 +192,7 @@ std::size_t memoryInUse() {
 }
 
 void callsNeedNoMoreMemory(CheckContext& context) {
-    constexpr int rounds = 1000; // of 10 calls
+    constexpr int rounds = 700; // of 15 calls
     constexpr std::size_t smallestLeak = 24;
     const IProvider& provider = context.provider();
     makeFile(provider, context.at(u"f"), "bytes");
@@ -173,6 +209,11 @@ void callsNeedNoMoreMemory(CheckContext& context) {
         provider.doCreateFile(other);
         provider.doMoveFile(other, context.at(u"h"), ReplacementPolicy::RefuseExisting);
         provider.doRemoveFile(context.at(u"h"));
+        provider.doCreateFolder(other);
+        provider.doMoveFolder(other, context.at(u"h"), ReplacementPolicy::RefuseExisting);
+        provider.doGetFolderAttributes(context.at(u"h"));
+        provider.doSetWritable(context.at(u"h"), true);
+        provider.doRemoveFolder(context.at(u"h"));
         try {
             provider.doRemoveFile(other);
         } catch (const Exception&) { // it is gone
@@ -190,7 +231,7 @@ void callsNeedNoMoreMemory(CheckContext& context) {
     }
     const std::size_t after = memoryInUse();
     expect(after < before + rounds * smallestLeak,
-           fmt::format("{} calls leave {} more bytes allocated", 10 * rounds, after - before));
+           fmt::format("{} calls leave {} more bytes allocated", 15 * rounds, after - before));
 }
 
 constexpr auto any = Profile::AnyProvider;
@@ -214,6 +255,13 @@ constexpr std::array table{
           staysAsItWas<arithmetic>},
     Check{"15.10", "process.memory", "Ten thousand calls do not increase the allocated memory.", any,
           callsNeedNoMoreMemory},
+    Check{"15.11", "process.timers", "A provider does not change the interval timers.", any,
+          staysAsItWas<timersOfProcess>},
+    Check{"15.12", "process.limits", "A provider does not change the priority or a resource limit.", any,
+          staysAsItWas<resourceLimits>},
+    Check{"15.13", "process.standard-streams",
+          "A provider does not close or replace standard input, output and error.", any,
+          staysAsItWas<standardDescriptors>},
 };
 
 } // namespace

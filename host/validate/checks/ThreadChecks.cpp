@@ -623,6 +623,34 @@ void changesAreCounted(CheckContext& context) {
     }
 }
 
+/// Two threads create a file each in a folder that two others remove.
+void onlyEmptyFoldersAreRemoved(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    std::array<std::array<bool, 2>, raceRounds> created{};
+    for (int round = 0; round < raceRounds; ++round) {
+        provider.doCreateFolder(context.at(numbered(u"d", round)));
+    }
+    const auto fileOf = [&](int thread, int round) {
+        return context.at(numbered(u"d", round) + numbered(u"/f", thread));
+    };
+    race([&](int thread, int round) {
+        if (thread < 2) {
+            created[static_cast<std::size_t>(round)][static_cast<std::size_t>(thread)] =
+                succeeds([&] { provider.doCreateFile(fileOf(thread, round)); }, {ErrorCode::NotFound});
+        } else {
+            succeeds([&] { provider.doRemoveFolder(context.at(numbered(u"d", round))); },
+                     {ErrorCode::NotFound, ErrorCode::FolderNotEmpty});
+        }
+    });
+    for (int round = 0; round < raceRounds; ++round) {
+        for (const int thread : {0, 1}) {
+            expect(provider.doFileExists(fileOf(thread, round)) ==
+                       created[static_cast<std::size_t>(round)][static_cast<std::size_t>(thread)],
+                   "a folder is removed together with a file that another thread has created in it");
+        }
+    }
+}
+
 constexpr std::array table{
     Check{"13.1", "threads.one-creates-file", "Of several threads that create one file, one succeeds.",
           Profile::AnyProvider, oneCreatesTheFile},
@@ -684,6 +712,9 @@ constexpr std::array table{
     Check{"13.22", "threads.changes-are-counted",
           "After random changes by several threads, exactly the entries of the successful operations exist.",
           Profile::AnyProvider, changesAreCounted},
+    Check{"13.23", "threads.only-empty-folders-removed",
+          "A folder is removed only while it is empty, even if other threads create files in it.",
+          Profile::AnyProvider, onlyEmptyFoldersAreRemoved},
 };
 
 } // namespace

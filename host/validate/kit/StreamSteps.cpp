@@ -4,7 +4,6 @@
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 
-#include <array>
 #include <fmt/format.h>
 
 namespace storage::host {
@@ -33,19 +32,24 @@ std::string readOnce(ByteStream& stream, long count) {
     std::string bytes(static_cast<std::size_t>(count), '\0');
     const long copied = stream.read(bytes.data(), count);
     expect(copied == -1 || (copied > 0 && copied <= count),
-           fmt::format("reading {} bytes answers {}", count, copied));
+           fmt::format("reading {} bytes returns {}", count, copied));
     bytes.resize(copied > 0 ? static_cast<std::size_t>(copied) : 0);
     return bytes;
 }
 
+std::string readText(ByteStream& stream, std::size_t count) {
+    std::string bytes(count, '\0');
+    bytes.resize(readUpTo(stream, bytes.data(), count));
+    return bytes;
+}
+
 std::string readRest(ByteStream& stream) {
-    std::array<char, 65536> block{};
+    constexpr std::size_t blockSize = 65536;
     std::string bytes;
-    std::size_t count = 0;
-    do {
-        count = readUpTo(stream, block.data(), block.size());
-        bytes.append(block.data(), count);
-    } while (count == block.size());
+    for (std::string block(blockSize, '\0'); block.size() == blockSize;) {
+        block = readText(stream, blockSize);
+        bytes += block;
+    }
     return bytes;
 }
 

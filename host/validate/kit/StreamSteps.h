@@ -29,6 +29,9 @@ void writeText(foundation::storage::provider::ByteStream& stream, std::string_vi
 /// The bytes of a single read of at most `count` bytes; empty at the end of the file.
 std::string readOnce(foundation::storage::provider::ByteStream& stream, long count);
 
+/// The next `count` bytes, or all up to the end, by as many reads as are needed.
+std::string readText(foundation::storage::provider::ByteStream& stream, std::size_t count);
+
 /// All bytes from the current position on.
 std::string readRest(foundation::storage::provider::ByteStream& stream);
 

@@ -19,6 +19,7 @@ std::vector<Fault> allFaults() {
              faults::exhaustedMemory(),
              faults::process(),
              faults::defaultsAgainstModels(),
+             faults::foreign(),
          }) {
         all.insert(all.end(), table.begin(), table.end());
     }

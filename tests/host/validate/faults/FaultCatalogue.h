@@ -36,4 +36,7 @@ std::span<const Fault> exhaustedMemory();
 std::span<const Fault> process();
 std::span<const Fault> defaultsAgainstModels();
 
+/// Defects of other providers, written without regard to the groups.
+std::span<const Fault> foreign();
+
 } // namespace faults

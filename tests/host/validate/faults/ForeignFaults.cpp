@@ -1,0 +1,458 @@
+#include "hostapi/storage/provider/ByteStreamTransfer.h"
+#include "hostapi/storage/provider/ListingRange.h"
+#include "hostapi/storage/provider/WildcardPattern.h"
+#include "tests/host/validate/faults/BrokenMoves.h"
+#include "tests/host/validate/faults/FaultCatalogue.h"
+#include "tests/host/validate/faults/LocationParts.h"
+#include "tests/host/validate/variants/AlteredProvider.h"
+#include "tests/support/ForwardingStream.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <thread>
+#include <unistd.h>
+
+// Defects as other providers have them, written without regard to the rules: by classes of operations, not by rules.
+
+namespace faults {
+
+using namespace foundation::storage::provider;
+
+namespace foreign_faults {
+namespace {
+
+using Entries = Alterations::Entries;
+using Listing = Alterations::Listing;
+using Policy = ReplacementPolicy;
+using Stream = Alterations::Stream;
+using boost::gregorian::date;
+using boost::posix_time::ptime;
+using boost::posix_time::seconds;
+
+// Names
+
+std::u16string withoutLastBlank(std::u16string name) {
+    return name.size() > 1 && name.back() == u' ' ? name.substr(0, name.size() - 1) : name;
+}
+
+int hexDigit(char16_t unit) {
+    const std::u16string_view digits = u"0123456789ABCDEF";
+    return static_cast<int>(std::min<std::size_t>(digits.find(unit), 16));
+}
+
+std::u16string percentDecoded(std::u16string name) {
+    for (std::size_t at = name.find(u'%'); at < name.size(); at = name.find(u'%', at + 1)) {
+        const int first = at + 2 < name.size() ? hexDigit(name[at + 1]) : 16;
+        const int second = at + 2 < name.size() ? hexDigit(name[at + 2]) : 16;
+        if (first < 16 && second < 16) {
+            name.replace(at, 3, 1, static_cast<char16_t>(first * 16 + second));
+        }
+    }
+    return name;
+}
+
+template <char16_t (*changed)(char16_t)>
+std::u16string eachUnit(std::u16string name) {
+    std::transform(name.begin(), name.end(), name.begin(), changed);
+    return name;
+}
+
+char16_t narrow(char16_t unit) {
+    return unit > 0xFF00 && unit < 0xFF5F ? static_cast<char16_t>(unit - 0xFEE0) : unit;
+}
+
+char16_t asciiInLowerCase(char16_t unit) {
+    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 0x20) : unit;
+}
+
+char16_t latinInLowerCase(char16_t unit) {
+    return unit >= 0xC0 && unit <= 0xDE && unit != 0xD7 ? static_cast<char16_t>(unit + 0x20) : unit;
+}
+
+std::u16string withoutInvisible(std::u16string name) {
+    std::erase_if(name, [](char16_t unit) { return unit == 0xAD || (unit >= 0x200B && unit <= 0x200D); });
+    return name;
+}
+
+std::u16string untilColon(std::u16string name) {
+    return name.substr(0, std::max<std::size_t>(name.find(u':'), 1));
+}
+
+std::u16string cutAt200(std::u16string name) {
+    return name.substr(0, 200);
+}
+
+void moveToTrimmedName(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                       const Policy& policy) {
+    sound.doMoveFile(from, StorageIRI(withoutLastBlank(to.getPath())), policy);
+}
+
+// Sizes
+
+template <class Wrapper>
+Stream wrapped(Stream stream, bool /*appends*/) {
+    return std::make_unique<Wrapper>(std::move(stream));
+}
+
+constexpr long block = 65536;
+
+struct LongWritesEnd final : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+
+    long write(const char* buffer, long count) override {
+        inner().write(buffer, std::min(count, block));
+        return count;
+    }
+};
+
+struct LongReadsSkip final : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+
+    long read(char* buffer, long count) override {
+        const long copied = inner().read(buffer, std::min(count, block));
+        if (copied == block && count > block) {
+            inner().seek(1, std::ios_base::cur);
+        }
+        return copied;
+    }
+};
+
+struct FilesEndAt8MiB final : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+
+    long write(const char* buffer, long count) override {
+        return std::streamoff(inner().seek(0, std::ios_base::cur)) > 8L << 20U ? count
+                                                                               : inner().write(buffer, count);
+    }
+};
+
+Entries first1024(Entries entries) {
+    entries.erase(entries.begin() + std::min<long>(1024, static_cast<long>(entries.size())), entries.end());
+    return entries;
+}
+
+Entries withOverlap(Entries entries) {
+    if (entries.size() > 500) {
+        entries.insert(entries.begin() + 500, FolderEntry(entries[499]));
+    }
+    return entries;
+}
+
+/// Moves a folder, and loses what `isLost` says.
+template <bool (*isLost)(std::size_t number, std::size_t depth)>
+void moveAndLose(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, const Policy& policy) {
+    sound.doMoveFolder(from, to, policy);
+    std::size_t number = 0;
+    for (const std::u16string& path : sound.doListAllRecursiveNamesOnly(to)) {
+        const auto depth = static_cast<std::size_t>(std::count(path.begin(), path.end(), u'/'));
+        const StorageIRI entry = below(to, path);
+        if (isLost(depth == 0 ? number++ : 0, depth) && sound.doExists(entry)) {
+            sound.doFileExists(entry) ? sound.doRemoveFile(entry) : sound.doRemoveFolderRecursively(entry);
+        }
+    }
+}
+
+bool isBehind64(std::size_t number, std::size_t /*depth*/) {
+    return number >= 64;
+}
+
+bool isBelow8(std::size_t /*number*/, std::size_t depth) {
+    return depth > 8;
+}
+
+// Times
+
+ptime anHourMoreInSummer(const ptime& time) {
+    return !time.is_special() && time.date().month() > 3 && time.date().month() < 11 ? time + seconds(3600)
+                                                                                     : time;
+}
+
+ptime withoutLeapDays(const ptime& time) {
+    return !time.is_special() && time.date().month() == 2 && time.date().day() == 29 ? time + seconds(86400)
+                                                                                     : time;
+}
+
+ptime inTenSeconds(const ptime& time) {
+    return time.is_special() ? time : time - seconds(time.time_of_day().seconds() % 10);
+}
+
+ptime in32Bits(const ptime& time) {
+    return !time.is_special() && time > ptime(date(2038, 1, 19)) ? time - seconds(1L << 32U) : time;
+}
+
+void createLate(const IProvider& sound, const StorageIRI& iri) {
+    sound.doCreateFile(iri);
+    sound.doSetLastModified(iri, boost::posix_time::microsec_clock::universal_time() + seconds(5));
+}
+
+// Threads
+
+struct ReadsOfOneThread final : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+
+    long read(char* buffer, long count) override {
+        return std::this_thread::get_id() == owner_ ? inner().read(buffer, count) : -1;
+    }
+
+private:
+    const std::thread::id owner_ = std::this_thread::get_id();
+};
+
+class ListingOfOneThread final : public IFolderEntryIterator {
+public:
+    explicit ListingOfOneThread(Listing inner) : inner_(std::move(inner)) {}
+
+    FolderEntry getEntry() const override { return inner_->getEntry(); }
+    bool hasNext() const override { return std::this_thread::get_id() == owner_ && inner_->hasNext(); }
+    void step() override { inner_->step(); }
+    Listing clone() const override { return std::make_unique<ListingOfOneThread>(inner_->clone()); }
+
+private:
+    Listing inner_;
+    const std::thread::id owner_ = std::this_thread::get_id();
+};
+
+/// Appends by two steps.
+struct SeekThenWrite final : ForwardingStream {
+    SeekThenWrite(Stream appending, Stream writing)
+        : ForwardingStream(std::move(writing)), appending_(std::move(appending)) {}
+
+    long write(const char* buffer, long count) override {
+        inner().seek(0, std::ios_base::end);
+        std::this_thread::yield();
+        return inner().write(buffer, count);
+    }
+
+private:
+    const Stream appending_;
+};
+
+struct AppendsByTwoSteps final : BrokenProvider {
+    Stream doOpenStream(const StorageIRI& iri, const OpenOptions& options) const override {
+        Stream stream = sound().doOpenStream(iri, options);
+        return options.append == ByteStreamAppend::AppendAtEnd
+                   ? std::make_unique<SeekThenWrite>(std::move(stream), sound().doOpenStream(iri, {}))
+                   : std::move(stream);
+    }
+};
+
+void createWithoutLock(const IProvider& sound, const StorageIRI& iri) {
+    if (sound.doExists(iri)) {
+        throw Exception(ErrorCode::AlreadyExists, iri);
+    }
+    std::this_thread::yield();
+    sound.doOpenStream(iri, {});
+}
+
+/// All streams read through one buffer.
+struct CommonBuffer final : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+
+    long read(char* buffer, long count) override {
+        static std::array<char, 4096> common;
+        const long copied = inner().read(common.data(), std::min<long>(count, common.size()));
+        std::this_thread::yield();
+        std::memcpy(buffer, common.data(), static_cast<std::size_t>(std::max(copied, 0L)));
+        return copied;
+    }
+};
+
+/// What is created between the test and the removal is lost.
+void removeFolderWithoutLock(const IProvider& sound, const StorageIRI& iri) {
+    if (sound.doListAll(iri)->hasNext()) {
+        throw Exception(ErrorCode::FolderNotEmpty, iri);
+    }
+    std::this_thread::yield();
+    try {
+        sound.doRemoveFolderRecursively(iri);
+    } catch (const Exception& failure) {
+        throw Exception(failure.getErrorCode(), iri);
+    }
+}
+
+void moveByCopying(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                   const Policy& policy) {
+    if (from == to) {
+        return sound.doMoveFile(from, to, policy);
+    }
+    const bool writable = sound.doGetFileAttributes(from).isWritable();
+    sound.doCopyFile(from, to, policy);
+    sound.doSetWritable(from, true);
+    sound.doRemoveFile(from);
+    sound.doSetWritable(to, writable);
+}
+
+// Operations with a default
+
+struct PatternsWithoutCase final : BrokenProvider {
+    Listing doListFilesWildcards(const StorageIRI& iri, std::u16string pattern) const override {
+        Entries entries;
+        for (const FolderEntry& entry : readEntries(sound().doListFiles(iri))) {
+            const WildcardPattern wanted(eachUnit<asciiInLowerCase>(pattern));
+            if (wanted.matches(eachUnit<asciiInLowerCase>(entry.getName()))) {
+                entries.push_back(entry);
+            }
+        }
+        return std::make_unique<ListingOfEntries>(entries);
+    }
+};
+
+struct RecursionOf16Levels final : BrokenProvider {
+    std::vector<std::u16string> doListAllRecursiveNamesOnly(const StorageIRI& iri) const override {
+        auto names = sound().doListAllRecursiveNamesOnly(iri);
+        std::erase_if(names, [](const std::u16string& name) {
+            return std::count(name.begin(), name.end(), u'/') >= 16;
+        });
+        return names;
+    }
+};
+
+struct CopiesKeepTheFlag final : BrokenProvider {
+    void doCopyFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        sound().doCopyFile(from, to, policy);
+        sound().doSetWritable(to, sound().doGetFileAttributes(from).isWritable());
+    }
+};
+
+struct NoListingOfNothing final : BrokenProvider {
+    Listing doListAllWildcards(const StorageIRI& iri, std::u16string pattern) const override {
+        Listing listing = sound().doListAllWildcards(iri, std::move(pattern));
+        return listing->hasNext() ? std::move(listing) : nullptr;
+    }
+};
+
+struct RemovalsFailBySubclass final : BrokenProvider {
+    struct Failure : Exception {
+        using Exception::Exception;
+    };
+    void doRemoveFile(const StorageIRI& iri) const override {
+        try {
+            sound().doRemoveFile(iri);
+        } catch (const Exception& failure) {
+            throw Failure(failure.getErrorCode(), failure.getIRI());
+        }
+    }
+};
+
+// The process
+
+void leakDescriptor(std::string_view operation) {
+    if (operation == "openReadOnlyStream") {
+        ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    }
+}
+
+void leakMemory(std::string_view operation) {
+    [[maybe_unused]] static void* volatile leaked = nullptr;
+    if (operation == "moveFolder") {
+        leaked = ::operator new(64);
+    }
+}
+
+void setTimer(std::string_view operation) {
+    const itimerval hours{{0, 0}, {10'000, 0}};
+    if (operation == "listAll") {
+        ::setitimer(ITIMER_REAL, &hours, nullptr);
+    }
+}
+
+void limitDescriptors(std::string_view operation) {
+    if (operation == "createFolder") {
+        rlimit limit{};
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = std::min<rlim_t>(limit.rlim_cur, 64);
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+void closeInput(std::string_view operation) {
+    if (operation == "setLastModified") {
+        ::close(STDIN_FILENO);
+    }
+}
+
+// Moves onto and below themselves
+
+void emptyByMovingOntoItself(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                             const Policy& policy) {
+    if (from == to && policy == Policy::ReplaceExisting && sound.doFileExists(from)) {
+        sound.doOpenStream(from, {.content = ByteStreamContent::Empty});
+        return;
+    }
+    sound.doMoveFile(from, to, policy);
+}
+
+void loseByMovingBelowItself(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                             const Policy& policy) {
+    if (policy == Policy::RefuseExistingFile && to.getPath().starts_with(from.getPath() + u"/")) {
+        return sound.doRemoveFolderRecursively(from);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
+constexpr std::array<Fault, 40> table{{
+    {"NameLosesLastBlank", "4.19", [] { return altered({.name = withoutLastBlank}); }},
+    {"NamePercentDecoded", "4.19", [] { return altered({.name = percentDecoded}); }},
+    {"NameInNarrowForms", "4.19", [] { return altered({.name = eachUnit<narrow>}); }},
+    {"NameInLatinLowerCase", "4.4", [] { return altered({.name = eachUnit<latinInLowerCase>}); }},
+    {"NameWithoutInvisible", "4.19", [] { return altered({.name = withoutInvisible}); }},
+    {"NameUntilColon", "4.19", [] { return altered({.name = untilColon}); }},
+    {"NameCutAt200", "4.19", [] { return altered({.name = cutAt200}); }},
+    {"MoveTrimsName", "4.21", [] { return altered({.moveFile = moveToTrimmedName}); }},
+    {"LongWritesEnd", "3.5", [] { return altered({.stream = wrapped<LongWritesEnd>}); }},
+    {"LongReadsSkip", "8.34", [] { return altered({.stream = wrapped<LongReadsSkip>}); }},
+    {"FilesEndAt8MiB", "8.2", [] { return altered({.stream = wrapped<FilesEndAt8MiB>}); }},
+    {"ListingEndsAt1024", "9.28", [] { return altered({.entries = first1024}); }},
+    {"ListingPagesOverlap", "9.28", [] { return altered({.entries = withOverlap}); }},
+    {"FolderMovesWith64Entries", "11.6", [] { return altered({.moveFolder = moveAndLose<isBehind64>}); }},
+    {"FolderMovesWith8Levels", "11.5", [] { return altered({.moveFolder = moveAndLose<isBelow8>}); }},
+    {"SummerTimeAnHourOff", "5.22", [] { return altered({.timeOfEntry = anHourMoreInSummer}); }},
+    {"NoLeapDays", "5.22", [] { return altered({.timeSet = withoutLeapDays}); }},
+    {"TimesInTenSeconds", "5.22", [] { return altered({.timeOfEntry = inTenSeconds}); }},
+    {"TimesIn32Bits", "5.23", [] { return altered({.timeSet = in32Bits}); }},
+    {"NewFileFiveSecondsLate", "5.24", [] { return altered({.createFile = createLate}); }},
+    {"ReadsOfOneThread", "13.19", [] { return altered({.stream = wrapped<ReadsOfOneThread>}); }},
+    {"ListingOfOneThread", "13.20",
+     [] {
+         return altered({.listing = [](Listing inner) -> Listing {
+             return std::make_unique<ListingOfOneThread>(std::move(inner));
+         }});
+     }},
+    {"AppendsByTwoSteps", "13.8", build<AppendsByTwoSteps>},
+    {"CreatesWithoutLock", "13.1", [] { return altered({.createFile = createWithoutLock}); }},
+    {"ReadsThroughCommonBuffer", "13.14", [] { return altered({.stream = wrapped<CommonBuffer>}); }},
+    {"RemovesFolderWithoutLock", "13.23", [] { return altered({.removeFolder = removeFolderWithoutLock}); }},
+    {"MovesByCopying", "10.12", [] { return altered({.moveFile = moveByCopying}); }},
+    {"PatternsWithoutCase", "16.1", build<PatternsWithoutCase>},
+    {"RecursionOf16Levels", "16.3", build<RecursionOf16Levels>},
+    {"CopiesKeepTheFlag", "12.20", build<CopiesKeepTheFlag>},
+    {"NoListingOfNothing", "12.9", build<NoListingOfNothing>},
+    {"RemovalsFailBySubclass", "1.17", build<RemovalsFailBySubclass>},
+    {"DescriptorLeak", "15.1", [] { return altered({.before = leakDescriptor}); }},
+    {"MemoryLeakOfFolderMoves", "15.10", [] { return altered({.before = leakMemory}); }},
+    {"SetsATimer", "15.11", [] { return altered({.before = setTimer}); }},
+    {"LimitsDescriptors", "15.12", [] { return altered({.before = limitDescriptors}); }},
+    {"ClosesStandardInput", "15.13", [] { return altered({.before = closeInput}); }},
+    {"MoveOntoItselfEmpties", "10.25", [] { return altered({.moveFile = emptyByMovingOntoItself}); }},
+    {"MoveBelowItselfLoses", "11.16", [] { return altered({.moveFolder = loseByMovingBelowItself}); }},
+    {"AliasNotResolvedByMoves", "4.15",
+     [] {
+         return altered({.moveFile = [](const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                                        const Policy& policy) {
+             sound.doMoveFile(from, StorageIRI(to.getPath()), policy);
+         }});
+     }},
+}};
+
+} // namespace
+} // namespace foreign_faults
+
+std::span<const Fault> foreign() {
+    return foreign_faults::table;
+}
+
+} // namespace faults

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "tests/host/validate/faults/BrokenProvider.h"
+
+#include <array>
+#include <string>
+#include <tuple>
+#include <vector>
+
+/// How a provider differs from the in-memory one. Functions that are null change nothing.
+struct Alterations {
+    using IProvider = foundation::storage::provider::IProvider;
+    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using Policy = foundation::storage::provider::ReplacementPolicy;
+    using Stream = std::unique_ptr<foundation::storage::provider::ByteStream>;
+    using Entries = std::vector<foundation::storage::provider::FolderEntry>;
+    using Listing = HookedProvider::Listing;
+    using Time = boost::posix_time::ptime;
+    using Move = void (*)(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                          const Policy& policy);
+
+    void (*before)(std::string_view operation) = nullptr;    ///< called before every operation
+    std::u16string (*name)(std::u16string given) = nullptr;  ///< a name of a path as the storage keeps it
+    bool (*refuses)(std::u16string_view name) = nullptr;     ///< whether no entry can have the name
+    Entries (*entries)(Entries entries) = nullptr;           ///< what a listing yields
+    Listing (*listing)(Listing listing) = nullptr;           ///< wraps each listing
+    Stream (*stream)(Stream stream, bool appends) = nullptr; ///< wraps each stream
+    Time (*timeSet)(const Time& given) = nullptr;            ///< the time that is stored
+    Time (*timeOfEntry)(const Time& stored) = nullptr;       ///< the time that attributes have
+    Move moveFile = nullptr;
+    Move moveFolder = nullptr;
+    void (*createFile)(const IProvider& sound, const StorageIRI& iri) = nullptr;
+    void (*removeFolder)(const IProvider& sound, const StorageIRI& iri) = nullptr;
+};
+
+/// A listing of given entries.
+class ListingOfEntries final : public foundation::storage::provider::IFolderEntryIterator {
+public:
+    explicit ListingOfEntries(Alterations::Entries entries) : entries_(std::move(entries)) {}
+
+    foundation::storage::provider::FolderEntry getEntry() const override { return entries_[next_ - 1]; }
+    bool hasNext() const override { return next_ < entries_.size(); }
+    void step() override { ++next_; }
+    Alterations::Listing clone() const override { return std::make_unique<ListingOfEntries>(*this); }
+
+private:
+    Alterations::Entries entries_;
+    std::size_t next_ = 0;
+};
+
+/// The in-memory provider with alterations. Its streams and listings may outlive it.
+class AlteredProvider : public faults::BrokenProvider {
+public:
+    explicit AlteredProvider(const Alterations& changes) : changes_(changes) {}
+
+    void doCreateFile(const StorageIRI& iri) const override;
+    void doCreateFolder(const StorageIRI& iri) const override;
+    bool doFileExists(const StorageIRI& iri) const override;
+    bool doFolderExists(const StorageIRI& iri) const override;
+    void doRemoveFile(const StorageIRI& iri) const override;
+    void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override;
+    void doRemoveFolder(const StorageIRI& iri) const override;
+    void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override;
+    foundation::storage::provider::FileAttributes doGetFileAttributes(const StorageIRI& iri) const override;
+    foundation::storage::provider::FolderAttributes
+    doGetFolderAttributes(const StorageIRI& iri) const override;
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override;
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override;
+    Listing doListAll(const StorageIRI& iri) const override;
+    Listing doListFiles(const StorageIRI& iri) const override;
+    Listing doListFolders(const StorageIRI& iri) const override;
+    void doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const override;
+    void doSetWritable(const StorageIRI& iri, bool writable) const override;
+
+protected:
+    /// A location as the storage keeps it.
+    StorageIRI kept(const StorageIRI& given) const;
+
+private:
+    template <class Action, class... Iris>
+    auto at(const char* operation, const Action& action, const Iris&... given) const;
+    void requireName(const StorageIRI& iri, const StorageIRI& named) const;
+    Listing altered(Listing listing) const;
+
+    const Alterations changes_;
+};
+
+inline std::shared_ptr<foundation::storage::provider::IProvider> altered(const Alterations& changes) {
+    return std::make_shared<AlteredProvider>(changes);
+}

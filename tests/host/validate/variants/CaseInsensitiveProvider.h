@@ -1,0 +1,36 @@
+#pragma once
+
+#include "tests/host/validate/variants/AlteredProvider.h"
+
+#include <map>
+#include <mutex>
+
+/// Names that differ only in the case of ASCII letters are one name. An entry is listed by the name that it was
+/// created with.
+///
+/// Owns the listed names, guarded by `mutex_`, which is held during every change of the storage. Listings and
+/// streams may outlive it.
+class CaseInsensitiveProvider final : public AlteredProvider {
+public:
+    CaseInsensitiveProvider();
+
+    void doCreateFile(const StorageIRI& iri) const override;
+    void doCreateFolder(const StorageIRI& iri) const override;
+    void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override;
+    void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override;
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override;
+    Listing doListAll(const StorageIRI& iri) const override;
+    Listing doListFiles(const StorageIRI& iri) const override;
+    Listing doListFolders(const StorageIRI& iri) const override;
+    PathComparator doGetPathComparator(const StorageIRI& iri) const override;
+    foundation::storage::provider::FilenameSensitivity
+    doGetFilenameSensitivity(const StorageIRI& iri) const override;
+
+private:
+    void noteName(const StorageIRI& iri) const;
+    Listing named(const StorageIRI& folder, Listing listing) const;
+
+    mutable std::mutex mutex_;
+    mutable std::map<std::u16string, std::u16string> names_; ///< by the path in lower case
+};
