@@ -62,4 +62,8 @@ CheckOutcome CheckRunner::Running::traced(CheckOutcome outcome) const {
     return outcome;
 }
 
+std::unique_ptr<CheckRunner::Running> CheckRunner::start(const Check& check) const {
+    return std::make_unique<Running>(*this, check);
+}
+
 } // namespace storage::host

@@ -46,9 +46,7 @@ public:
     };
 
     /// @throws std::system_error
-    std::unique_ptr<Running> start(const Check& check) const {
-        return std::make_unique<Running>(*this, check);
-    }
+    std::unique_ptr<Running> start(const Check& check) const;
 
     /// Starts a check and waits for it.
     /// @throws Interrupted
