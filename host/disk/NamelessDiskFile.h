@@ -29,8 +29,8 @@ public:
     bool moveIntoPlace();
 
 private:
-    NamelessDiskFile(WritableFolder& folder, const std::string& name, FileDescriptor file)
-        : folder_(folder), name_(name), file_(std::move(file)) {}
+    NamelessDiskFile(WritableFolder& folder, std::string name, FileDescriptor file)
+        : folder_(folder), name_(std::move(name)), file_(std::move(file)) {}
 
     WritableFolder& folder_;
     std::string name_;
