@@ -1,17 +1,17 @@
 #include "inmemoryprovider/ErrorTranslation.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::inmemoryprovider {
 
-void ErrorTranslation::raise(const std::optional<HostError>& error,
-                             const foundation::storage::provider::StorageIRI& source,
-                             const foundation::storage::provider::StorageIRI& destination) {
+void ErrorTranslation::raise(const std::optional<HostError>& error, const provider::StorageIRI& source,
+                             const provider::StorageIRI& destination) {
     if (!error) {
         throw;
     }
     const bool blameSource = error->location == HostError::Location::Source;
-    throw foundation::storage::provider::Exception(error->code, blameSource ? source : destination);
+    throw provider::Exception(error->code, blameSource ? source : destination);
 }
 
 } // namespace storage::inmemoryprovider

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
@@ -17,7 +18,7 @@ struct HostError {
     /// The location that the error names, for an operation with two locations.
     enum class Location { Source, Destination };
 
-    foundation::storage::provider::ErrorCode code;
+    provider::ErrorCode code;
     Location location = Location::Source;
 };
 
@@ -33,8 +34,8 @@ struct ErrorTranslation {
     /// @param source       the location argument of the operation
     /// @param destination  the second one, or the same again
     template <class Call>
-    auto run(const foundation::storage::provider::StorageIRI& source,
-             const foundation::storage::provider::StorageIRI& destination, const Call& call) const {
+    auto run(const provider::StorageIRI& source, const provider::StorageIRI& destination,
+             const Call& call) const {
         try {
             return call();
         } catch (const EntryNotFoundException&) {
@@ -50,21 +51,20 @@ struct ErrorTranslation {
 
     /// The same for an operation on one location.
     template <class Call>
-    auto run(const foundation::storage::provider::StorageIRI& iri, const Call& call) const {
+    auto run(const provider::StorageIRI& iri, const Call& call) const {
         return run(iri, iri, call);
     }
 
 private:
-    [[noreturn]] static void raise(const std::optional<HostError>& error,
-                                   const foundation::storage::provider::StorageIRI& source,
-                                   const foundation::storage::provider::StorageIRI& destination);
+    [[noreturn]] static void raise(const std::optional<HostError>& error, const provider::StorageIRI& source,
+                                   const provider::StorageIRI& destination);
 };
 
 /// The translation of every operation that has one. A folder that is not empty deliberately has one code when
 /// it is removed and another when it is the destination of a move.
 namespace translations {
 
-using enum foundation::storage::provider::ErrorCode;
+using enum provider::ErrorCode;
 using enum HostError::Location;
 
 inline constexpr ErrorTranslation create{

@@ -1,5 +1,6 @@
 #include "inmemoryprovider/InMemoryProvider.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/ErrorTranslation.h"
 #include "inmemoryprovider/access/FileFolderEntryIterator.h"
 #include "inmemoryprovider/access/is_file_or_folder_predicate.h"
@@ -13,13 +14,13 @@
 
 namespace storage::inmemoryprovider {
 
-using foundation::storage::provider::ByteStream;
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::FileAttributes;
-using foundation::storage::provider::FolderAttributes;
-using foundation::storage::provider::IFolderEntryIterator;
-using foundation::storage::provider::StorageIRI;
+using provider::ByteStream;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::FileAttributes;
+using provider::FolderAttributes;
+using provider::IFolderEntryIterator;
+using provider::StorageIRI;
 
 namespace {
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 
 #include "hostapi/storage/provider/IProvider.h"
@@ -16,15 +17,15 @@ namespace storage::inmemoryprovider {
 /// entry is moved in between.
 ///
 /// Thread-safe.
-class InMemoryProvider : public foundation::storage::provider::IProvider {
-    using ByteStream = foundation::storage::provider::ByteStream;
-    using ByteStreamOpenOptions = foundation::storage::provider::ByteStreamOpenOptions;
-    using ExtendedFeature = foundation::storage::provider::ExtendedFeature;
-    using FileAttributes = foundation::storage::provider::FileAttributes;
-    using FolderAttributes = foundation::storage::provider::FolderAttributes;
-    using IFolderEntryIterator = foundation::storage::provider::IFolderEntryIterator;
-    using ReplacementPolicy = foundation::storage::provider::ReplacementPolicy;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+class InMemoryProvider : public provider::IProvider {
+    using ByteStream = provider::ByteStream;
+    using ByteStreamOpenOptions = provider::ByteStreamOpenOptions;
+    using ExtendedFeature = provider::ExtendedFeature;
+    using FileAttributes = provider::FileAttributes;
+    using FolderAttributes = provider::FolderAttributes;
+    using IFolderEntryIterator = provider::IFolderEntryIterator;
+    using ReplacementPolicy = provider::ReplacementPolicy;
+    using StorageIRI = provider::StorageIRI;
 
 public:
     /// An empty storage with only the root folder.

@@ -1,12 +1,13 @@
 #include "benchmarks/core_operations/Files.h"
 #include "benchmarks/core_operations/Operations.h"
-#include "tests/stress/Fault.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
+#include "tests/stress/Violation.h"
 
 #include <fmt/xchar.h>
 
 namespace storage::core_operations {
 
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ReplacementPolicy;
 using stress::requireThat;
 
 namespace {

@@ -1,7 +1,8 @@
 #include "benchmarks/core_operations/AllocationCounter.h"
 #include "benchmarks/core_operations/Operations.h"
 #include "benchmarks/core_operations/StoppedClock.h"
-#include "tests/stress/Fault.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
+#include "tests/stress/Violation.h"
 #include "tests/support/LoadedPlugin.h"
 
 #include <CLI/CLI.hpp>
@@ -17,7 +18,7 @@ namespace storage::core_operations {
 
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 
 using Preparation = Measurement(const IProvider& storage);
 

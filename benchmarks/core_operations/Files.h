@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <functional>
 #include <span>
@@ -10,8 +11,8 @@
 
 namespace storage::core_operations {
 
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
+using provider::IProvider;
+using provider::StorageIRI;
 
 /// Locations in a random order that is the same in every run.
 using Scattered = std::vector<StorageIRI>;

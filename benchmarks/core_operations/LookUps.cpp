@@ -1,6 +1,6 @@
 #include "benchmarks/core_operations/Files.h"
 #include "benchmarks/core_operations/Operations.h"
-#include "tests/stress/Fault.h"
+#include "tests/stress/Violation.h"
 
 #include <fmt/xchar.h>
 

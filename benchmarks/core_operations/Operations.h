@@ -2,13 +2,14 @@
 
 #include "benchmarks/core_operations/Measurement.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 // Each function fills an empty storage and prepares the operation to be counted. The order of the entries is
 // random and the same in every run, so that no operation profits from cached neighbors.
 
 namespace storage::core_operations {
 
-using foundation::storage::provider::IProvider;
+using provider::IProvider;
 
 /// Creates 10,000 files in a folder with 10,000 others.
 Measurement createFile(const IProvider& storage);

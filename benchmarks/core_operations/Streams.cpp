@@ -1,6 +1,7 @@
 #include "benchmarks/core_operations/Files.h"
 #include "benchmarks/core_operations/Operations.h"
-#include "tests/stress/Fault.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
+#include "tests/stress/Violation.h"
 
 #include <array>
 #include <iterator>
@@ -8,10 +9,10 @@
 
 namespace storage::core_operations {
 
-using foundation::storage::provider::ByteStream;
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ByteStreamOpenOptions;
+using provider::ByteStream;
+using provider::ByteStreamAppend;
+using provider::ByteStreamExistence;
+using provider::ByteStreamOpenOptions;
 using stress::requireThat;
 
 namespace {

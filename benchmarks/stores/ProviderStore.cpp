@@ -3,6 +3,7 @@
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <dlfcn.h>
 #include <filesystem>
@@ -13,7 +14,7 @@
 
 namespace storage::benchmark {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace {
 

@@ -5,13 +5,14 @@
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
 #include "host/transfer/StorageCopier.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
 namespace {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::EntryExistence;
+using provider::ReplacementPolicy;
 using Step = TreeWalk::Step;
 
 class CpCommand final : public Command {

@@ -4,6 +4,7 @@
 #include "host/support/HumanSize.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "hostapi/storage/provider/ProviderStorageInfo.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <fmt/format.h>
 
@@ -11,9 +12,9 @@ namespace storage::host {
 
 namespace {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::ProviderStorageInfo;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::ProviderStorageInfo;
 using Step = TreeWalk::Step;
 
 class DfCommand final : public Command {

@@ -5,17 +5,18 @@
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 
 namespace storage::host {
 
 namespace {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::IFolderEntryIterator;
-using foundation::storage::provider::requireNonNull;
-using foundation::storage::provider::WildcardPattern;
+using provider::EntryExistence;
+using provider::FolderEntry;
+using provider::IFolderEntryIterator;
+using provider::requireNonNull;
+using provider::WildcardPattern;
 
 class FindCommand final : public Command {
 public:

@@ -6,12 +6,13 @@
 #include "host/support/CommandError.h"
 #include "host/support/RegularExpression.h"
 #include "host/support/UsageError.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
 namespace {
 
-using foundation::storage::provider::EntryExistence;
+using provider::EntryExistence;
 using Step = TreeWalk::Step;
 
 class GrepCommand final : public Command {

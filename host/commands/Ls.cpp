@@ -6,6 +6,7 @@
 #include "host/support/FileTime.h"
 #include "host/support/HumanSize.h"
 #include "host/support/UsageError.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -14,9 +15,9 @@ namespace storage::host {
 
 namespace {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::ExtendedAttributes;
-using foundation::storage::provider::FolderEntry;
+using provider::EntryExistence;
+using provider::ExtendedAttributes;
+using provider::FolderEntry;
 
 struct Row {
     std::u16string name;

@@ -3,13 +3,14 @@
 #include "host/commands/TransferLoop.h"
 #include "host/commands/TransferRules.h"
 #include "host/storage/EntryRules.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
 namespace {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::EntryExistence;
+using provider::ReplacementPolicy;
 
 class MvCommand final : public Command {
 public:

@@ -4,10 +4,11 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
+using provider::EntryExistence;
 
 namespace {
 

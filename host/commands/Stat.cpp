@@ -1,6 +1,7 @@
 #include "host/commands/CommandFactories.h"
 #include "host/storage/EntryRules.h"
 #include "host/support/FileTime.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <fmt/format.h>
 
@@ -8,7 +9,7 @@ namespace storage::host {
 
 namespace {
 
-using foundation::storage::provider::FolderEntry;
+using provider::FolderEntry;
 
 class StatCommand final : public Command {
 public:

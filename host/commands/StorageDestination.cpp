@@ -2,10 +2,11 @@
 
 #include "host/storage/EntryRules.h"
 #include "host/support/CommandError.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
+using provider::EntryExistence;
 
 std::optional<StorageDestination> StorageDestination::find(Session& session, const std::string& operand,
                                                            std::size_t sources) {

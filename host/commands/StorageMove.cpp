@@ -8,12 +8,13 @@
 #include "host/support/CommandError.h"
 #include "host/transfer/CopyVerifier.h"
 #include "host/transfer/StorageCopier.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <optional>
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
+using provider::EntryExistence;
 
 void StorageMove::run(const StoragePath& source, const StoragePath& target) {
     if (source.isRoot()) {

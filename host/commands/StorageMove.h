@@ -3,6 +3,7 @@
 #include "host/console/ProgressMeter.h"
 #include "host/session/Session.h"
 #include "host/storage/StoragePath.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
@@ -27,7 +28,7 @@ public:
     void run(const StoragePath& source, const StoragePath& target);
 
 private:
-    bool replaces(foundation::storage::provider::EntryExistence kind, const StoragePath& target) const;
+    bool replaces(provider::EntryExistence kind, const StoragePath& target) const;
     void refuseSameEntry(const StoragePath& source, const StoragePath& target) const;
     void copy(const StoragePath& source, const StoragePath& target);
     void verify(const StoragePath& source, const StoragePath& target);

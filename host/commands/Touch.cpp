@@ -1,11 +1,12 @@
 #include "host/commands/CommandFactories.h"
 #include "host/storage/EntryRules.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
+using provider::EntryExistence;
 
 namespace {
 

@@ -4,10 +4,11 @@
 #include "host/storage/FailureCause.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
+using provider::EntryExistence;
 
 void refuseImpossibleTransfer(const Session& session, const StoragePath& source, const StoragePath& target) {
     if (source == target) {

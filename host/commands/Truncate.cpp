@@ -1,6 +1,7 @@
 #include "host/commands/CommandFactories.h"
 #include "host/storage/EntryRules.h"
 #include "host/support/UsageError.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <charconv>
 #include <limits>
@@ -8,7 +9,7 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
+using provider::EntryExistence;
 
 namespace {
 

@@ -6,15 +6,16 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TemporaryStorageFile.h"
 #include "host/storage/UnfinishedFile.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
 namespace {
 
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamOpenOptions;
-using foundation::storage::provider::EntryExistence;
+using provider::ByteStreamAppend;
+using provider::ByteStreamContent;
+using provider::ByteStreamOpenOptions;
+using provider::EntryExistence;
 
 /// Writes a line of text, or the standard input, to a file. Creates a missing file.
 class TextCommand final : public Command {

@@ -1,13 +1,14 @@
 #include "host/inspect/DescriptionJson.h"
 
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <nlohmann/json.hpp>
 
 namespace storage::host {
 
-using foundation::storage::provider::providerEntryPointName;
-using foundation::storage::provider::providerOperations;
+using provider::providerEntryPointName;
+using provider::providerOperations;
 
 namespace {
 

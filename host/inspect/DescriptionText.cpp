@@ -2,13 +2,14 @@
 
 #include "host/support/Utf.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <fmt/format.h>
 
 namespace storage::host {
 
-using foundation::storage::provider::providerEntryPointName;
-using foundation::storage::provider::providerOperations;
+using provider::providerEntryPointName;
+using provider::providerOperations;
 
 namespace {
 

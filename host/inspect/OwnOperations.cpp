@@ -1,5 +1,7 @@
 #include "host/inspect/OwnOperations.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <cstddef>
 #include <dlfcn.h>
 #include <stdexcept>
@@ -9,8 +11,8 @@
 // contains the same address as in the base class.
 namespace storage::host {
 
-using foundation::storage::provider::firstOperationSlot;
-using foundation::storage::provider::IProvider;
+using provider::firstOperationSlot;
+using provider::IProvider;
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -12,9 +13,9 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::ExtendedFeature;
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::providerEntryPointName;
+using provider::ExtendedFeature;
+using provider::IProvider;
+using provider::providerEntryPointName;
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include "host/mount/KernelTime.h"
 #include "host/mount/LiftedFlag.h"
 #include "host/support/FileTime.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -15,7 +16,7 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ReplacementPolicy;
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include "host/mount/FileContents.h"
 #include "host/mount/LockedTree.h"
 #include "host/mount/Ownership.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <string>
 #include <sys/types.h>
@@ -17,7 +18,7 @@ namespace storage::host {
 /// exclusively, so each function is atomic.
 class EntryChanges {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
     EntryChanges(const IProvider& provider, InodeGuards& guards, StorageSpace& space, FileContents& contents,
                  const Ownership& ownership)
@@ -64,7 +65,7 @@ public:
                   FolderInode& newFolder, const std::u16string& newName);
 
 private:
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using StorageIRI = provider::StorageIRI;
 
     void createIn(ExclusiveTree& tree, FolderInode& folder, Inode& inode, const EntryAttributes& attributes,
                   Owner creator);

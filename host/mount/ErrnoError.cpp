@@ -1,6 +1,7 @@
 #include "host/mount/ErrnoError.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/SystemError.h"
 
 #include <cerrno>
@@ -10,9 +11,9 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::SystemError;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::SystemError;
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include "host/mount/ErrnoError.h"
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <array>
@@ -51,7 +52,7 @@ void FileBytes::seekTo(std::uint64_t offset) {
 void FileBytes::readStored(std::uint64_t offset, std::span<char> buffer) {
     seekTo(offset);
     open_.position = unknownPosition;
-    foundation::storage::provider::readExactly(*open_.stream, buffer.data(), buffer.size());
+    provider::readExactly(*open_.stream, buffer.data(), buffer.size());
     open_.position = offset + buffer.size();
 }
 
@@ -61,7 +62,7 @@ void FileBytes::put(std::uint64_t offset, std::span<const char> bytes) {
     seekTo(offset);
     open_.position = unknownPosition;
     try {
-        foundation::storage::provider::writeAll(*open_.stream, {bytes.data(), bytes.size()});
+        provider::writeAll(*open_.stream, {bytes.data(), bytes.size()});
     } catch (const std::bad_alloc&) {
         throw ErrnoError(ENOSPC);
     }

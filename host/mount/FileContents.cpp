@@ -6,6 +6,7 @@
 #include "host/support/FileTime.h"
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,10 +17,10 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ReplacementPolicy;
-using foundation::storage::provider::requireNonNull;
+using provider::ByteStreamContent;
+using provider::ByteStreamExistence;
+using provider::ReplacementPolicy;
+using provider::requireNonNull;
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include "host/mount/InodeGuards.h"
 #include "host/mount/LockedTree.h"
 #include "host/mount/StorageSpace.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +23,8 @@ namespace storage::host {
 /// acquire the locks themselves. Thread-safe.
 class FileContents {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using IProvider = provider::IProvider;
+    using StorageIRI = provider::StorageIRI;
 
     FileContents(const IProvider& provider, InodeTree& tree, InodeGuards& guards, StorageSpace& space)
         : provider_(provider), tree_(tree), guards_(guards), space_(space) {}
@@ -94,7 +95,7 @@ private:
     /// A copy of the bytes that the file uses.
     struct Copy {
         StorageIRI location;
-        std::unique_ptr<foundation::storage::provider::ByteStream> stream;
+        std::unique_ptr<provider::ByteStream> stream;
         std::unique_ptr<SparseMap> map; ///< null for a copy without holes
         std::uint64_t position = 0;     ///< in the file: end of the copied part
         std::uint64_t size = 0;         ///< bytes copied so far

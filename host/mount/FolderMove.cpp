@@ -2,18 +2,19 @@
 
 #include "host/mount/ErrnoError.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cerrno>
 #include <utility>
 
 namespace storage::host {
 
-using foundation::storage::provider::FileAttributes;
-using foundation::storage::provider::FolderAttributes;
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::ReplacementPolicy;
-using foundation::storage::provider::requireNonNull;
-using foundation::storage::provider::StorageIRI;
+using provider::FileAttributes;
+using provider::FolderAttributes;
+using provider::FolderEntry;
+using provider::ReplacementPolicy;
+using provider::requireNonNull;
+using provider::StorageIRI;
 
 namespace {
 

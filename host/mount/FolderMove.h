@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <string>
 #include <vector>
@@ -15,8 +16,8 @@ namespace storage::host {
 /// thread-safe.
 class FolderMove {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using IProvider = provider::IProvider;
+    using StorageIRI = provider::StorageIRI;
 
     /// @param source       an existing folder
     /// @param destination  a free path or an empty folder, which is replaced; in a writable folder

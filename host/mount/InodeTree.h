@@ -4,6 +4,7 @@
 #include "host/mount/InodeGuards.h"
 #include "host/mount/Mutex.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <map>
 #include <memory>
@@ -35,7 +36,7 @@ private:
 /// lock order is in docs/architecture.md, "The mount".
 class InodeTree {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
     InodeTree(const IProvider& provider, InodeGuards& guards);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/mount/LockedTree.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <optional>
 
@@ -14,8 +15,8 @@ namespace storage::host {
 /// lifetime. Not thread-safe.
 class LiftedFlag {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using IProvider = provider::IProvider;
+    using StorageIRI = provider::StorageIRI;
 
     /// @param inode  with known attributes; ignored if it is writable or not in the storage
     LiftedFlag(const IProvider& provider, const LockedTree& tree, const Inode& inode);

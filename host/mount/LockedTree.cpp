@@ -5,6 +5,7 @@
 #include "host/mount/SpecialInodes.h"
 #include "host/support/FileTime.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <ctime>
@@ -12,12 +13,12 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::FileAttributes;
-using foundation::storage::provider::FolderAttributes;
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::requireNonNull;
-using foundation::storage::provider::StorageIRI;
+using provider::EntryExistence;
+using provider::FileAttributes;
+using provider::FolderAttributes;
+using provider::FolderEntry;
+using provider::requireNonNull;
+using provider::StorageIRI;
 
 namespace {
 

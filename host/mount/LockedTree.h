@@ -3,6 +3,7 @@
 #include "host/mount/Alias.h"
 #include "host/mount/InodeTree.h"
 #include "host/mount/NewEntry.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <optional>
 #include <string>
@@ -20,7 +21,7 @@ namespace storage::host {
 /// held. Borrows the tree. Not thread-safe: an object belongs to one thread.
 class LockedTree {
 public:
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using StorageIRI = provider::StorageIRI;
 
     LockedTree(const LockedTree&) = delete;
     LockedTree& operator=(const LockedTree&) = delete;

@@ -1,5 +1,7 @@
 #include "host/mount/MachineMemory.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <algorithm>
 #include <fstream>
 #include <map>
@@ -7,7 +9,7 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::ProviderStorageInfo;
+using provider::ProviderStorageInfo;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/ProviderStorageInfo.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <string>
 
@@ -15,10 +16,10 @@ struct MachineMemory {
         std::string groups = "/sys/fs/cgroup";
     };
 
-    foundation::storage::provider::ProviderStorageInfo info; ///< bytes
-    std::string limitedBy;                                   ///< in words, with the path of a control group
-    bool isOfGroup = false; ///< a control group allows less than the machine has
-    bool isShared = false;  ///< other processes use the memory of that group too
+    provider::ProviderStorageInfo info; ///< bytes
+    std::string limitedBy;              ///< in words, with the path of a control group
+    bool isOfGroup = false;             ///< a control group allows less than the machine has
+    bool isShared = false;              ///< other processes use the memory of that group too
 
     /// Reads the current values. Page cache that the kernel can reclaim counts as available.
     static MachineMemory read(const Sources& sources);

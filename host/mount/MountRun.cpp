@@ -19,6 +19,7 @@
 #include "host/support/CommandError.h"
 #include "host/support/StateFolder.h"
 #include "host/transfer/Importer.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -30,9 +31,9 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::FilenameSensitivity;
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
+using provider::FilenameSensitivity;
+using provider::IProvider;
+using provider::StorageIRI;
 
 namespace {
 

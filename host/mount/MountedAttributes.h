@@ -3,6 +3,7 @@
 #include "host/mount/FileContents.h"
 #include "host/mount/LockedTree.h"
 #include "host/mount/Ownership.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstdint>
 #include <ctime>
@@ -39,7 +40,7 @@ struct CompleteStatus {
 /// the locks themselves. Thread-safe.
 class MountedAttributes {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
     MountedAttributes(const IProvider& provider, InodeTree& tree, InodeGuards& guards, FileContents& contents,
                       StorageSpace& space, const Ownership& ownership);

@@ -5,6 +5,7 @@
 #include "host/mount/EntryName.h"
 #include "host/mount/ErrnoError.h"
 #include "host/mount/SpecialInodes.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cerrno>
 #include <climits>
@@ -233,7 +234,7 @@ std::vector<const FileInode*> MountedStorage::referencedFiles() {
 }
 
 bool MountedStorage::isPersistent() const {
-    return !provider_.doHasFeature(foundation::storage::provider::ExtendedFeature::VolatileStorage);
+    return !provider_.doHasFeature(provider::ExtendedFeature::VolatileStorage);
 }
 
 UnkeptCounts MountedStorage::unkept() {

@@ -6,6 +6,7 @@
 #include "host/mount/StorageSpace.h"
 #include "host/mount/UnkeptCounts.h"
 #include "host/support/Failure.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstdint>
 #include <functional>
@@ -25,8 +26,8 @@ namespace storage::host {
 /// Failures are exceptions for `errnoOfCurrentException`. Thread-safe.
 class MountedStorage {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-    using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
+    using IProvider = provider::IProvider;
+    using ProviderStorageInfo = provider::ProviderStorageInfo;
     using IsInterrupted = FileContents::IsInterrupted;
 
     /// The result of a lookup. Counts as one more reference of the kernel.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstdint>
 #include <memory>
@@ -11,7 +12,7 @@ namespace storage::host {
 struct OpenStream {
     enum class Access { ReadOnly, ReadWrite };
 
-    std::unique_ptr<foundation::storage::provider::ByteStream> stream;
+    std::unique_ptr<provider::ByteStream> stream;
     Access access = Access::ReadOnly;
     std::uint64_t position = 0; ///< bytes
 

@@ -2,6 +2,7 @@
 
 #include "host/mount/ErrnoError.h"
 #include "host/storage/TreeWalk.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,7 +16,7 @@ constexpr std::uint64_t scarce = 64U << 20U; ///< bytes: above the growth of all
 
 } // namespace
 
-StorageUse StorageUse::of(const foundation::storage::provider::IProvider& provider) {
+StorageUse StorageUse::of(const provider::IProvider& provider) {
     using Kind = TreeWalk::Step::Kind;
     StorageUse use{0, 0};
     for (TreeWalk walk(provider, StoragePath()); const auto step = walk.next();) {

@@ -3,6 +3,7 @@
 #include "host/mount/Inode.h"
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/ProviderStorageInfo.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <atomic>
 #include <cstdint>
@@ -24,7 +25,7 @@ struct StorageUse {
     std::uint64_t entries = 1; ///< including the root
 
     /// Counts the content of a provider.
-    static StorageUse of(const foundation::storage::provider::IProvider& provider);
+    static StorageUse of(const provider::IProvider& provider);
 };
 
 /// Enforces the limits that the user has set, and counts the use: removed entries count as long as a program
@@ -34,7 +35,7 @@ struct StorageUse {
 /// `StorageSpace::Turn`.
 class StorageQuota {
 public:
-    using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
+    using ProviderStorageInfo = provider::ProviderStorageInfo;
 
     /// The total and the free number of entries. A value.
     struct Entries {

@@ -3,16 +3,17 @@
 #include "host/mount/ErrnoError.h"
 #include "host/mount/FreeHeap.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <cerrno>
 
 namespace storage::host {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::ProviderStorageInfo;
-using foundation::storage::provider::StorageIRI;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::ProviderStorageInfo;
+using provider::StorageIRI;
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include "host/mount/StorageQuota.h"
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/ProviderStorageInfo.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <atomic>
 #include <cstdint>
@@ -27,8 +28,8 @@ namespace storage::host {
 /// Borrows the provider. Thread-safe.
 class StorageSpace {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-    using ProviderStorageInfo = foundation::storage::provider::ProviderStorageInfo;
+    using IProvider = provider::IProvider;
+    using ProviderStorageInfo = provider::ProviderStorageInfo;
 
     explicit StorageSpace(const IProvider& provider, const StorageLimits& limits = {},
                           const StorageUse& use = {}, MachineMemory::Sources sources = {})

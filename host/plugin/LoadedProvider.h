@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <memory>
 #include <utility>
@@ -16,7 +17,7 @@ namespace storage::host {
 /// Thread safety: the same as that of the plug-in's provider.
 class LoadedProvider {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
     /// @param library   its deleter unloads the library
     /// @param provider  created by that library, not null, not shared

@@ -2,6 +2,7 @@
 
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cerrno>
 #include <cstring>
@@ -16,9 +17,9 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::ProviderEntryPoint;
-using foundation::storage::provider::providerEntryPointName;
+using provider::IProvider;
+using provider::ProviderEntryPoint;
+using provider::providerEntryPointName;
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include "host/plugin/LoadedProvider.h"
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <memory>
 #include <stdexcept>
@@ -29,7 +30,7 @@ public:
 
     /// The plug-in's entry point. Providers created by calling it directly do not keep the library loaded.
     /// @throws PluginError when the library has no entry point
-    foundation::storage::provider::ProviderEntryPoint* entryPoint() const;
+    provider::ProviderEntryPoint* entryPoint() const;
 
     /// Creates a provider, which may outlive this object.
     /// @throws PluginError

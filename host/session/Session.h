@@ -5,6 +5,7 @@
 #include "host/storage/StoragePath.h"
 #include "host/support/Interruption.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstddef>
 #include <functional>
@@ -32,7 +33,7 @@ namespace storage::host {
 /// The current folder may have been removed. Not thread-safe.
 class Session {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
     using Storages = std::vector<std::unique_ptr<SessionStorage>>;
 
     /// A provider and the name of its storage.

@@ -3,14 +3,15 @@
 #include "host/storage/FailureCause.h"
 #include "host/support/CommandError.h"
 #include "host/support/Utf.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/SystemError.h"
 
 #include <utility>
 
 namespace storage::host {
 
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::SystemError;
+using provider::Exception;
+using provider::SystemError;
 
 SessionStorage::SessionStorage(std::string name, const IProvider& provider, const StoragePath& root)
     : name_(std::move(name)), provider_(provider), root_(root), imports_(root) {}

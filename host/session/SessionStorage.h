@@ -6,6 +6,7 @@
 #include "host/support/Failure.h"
 #include "host/support/Umask.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <functional>
 #include <string>
@@ -17,7 +18,7 @@ namespace storage::host {
 /// Borrows the provider. Not thread-safe.
 class SessionStorage {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
     /// @param name  prefix of operands that select this storage; may be empty
     /// @param root  contains the name that paths display, if any

@@ -1,6 +1,7 @@
 #include "host/shell/Glob.h"
 
 #include "host/support/Utf.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 
 #include <algorithm>
@@ -8,7 +9,7 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::WildcardPattern;
+using provider::WildcardPattern;
 
 /// The part of a word between two runs of slashes, and the slashes after it.
 class Glob::Component {

@@ -1,13 +1,14 @@
 #include "host/storage/EntryRules.h"
 
 #include "host/support/CommandError.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <string>
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::IProvider;
+using provider::EntryExistence;
+using provider::IProvider;
 
 namespace {
 

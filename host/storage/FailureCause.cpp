@@ -2,10 +2,11 @@
 
 #include "host/storage/EntryRules.h"
 #include "host/support/Failure.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include "host/storage/StoragePath.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <optional>
 #include <string>
@@ -15,12 +16,11 @@ namespace storage::host {
 /// @param root  root folder of the storage, for the paths in the text
 /// @return for example "folder /a does not exist"; the exception's own reason if the storage does not show
 ///     the cause, or fails
-std::string causeOf(const foundation::storage::provider::Exception& error,
-                    const foundation::storage::provider::IProvider& provider, const StoragePath& root);
+std::string causeOf(const provider::Exception& error, const provider::IProvider& provider,
+                    const StoragePath& root);
 
 /// Describes why there is no parent folder for an entry at `path`.
 /// @return for example "folder /a does not exist" or "/a is not a folder"; nothing if the folder exists
-std::optional<std::string> whyNoParentFolder(const foundation::storage::provider::IProvider& provider,
-                                             const StoragePath& path);
+std::optional<std::string> whyNoParentFolder(const provider::IProvider& provider, const StoragePath& path);
 
 } // namespace storage::host

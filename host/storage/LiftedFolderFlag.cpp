@@ -1,9 +1,10 @@
 #include "host/storage/LiftedFolderFlag.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 namespace storage::host {
 
-LiftedFolderFlag::LiftedFolderFlag(const foundation::storage::provider::IProvider& provider,
-                                   const StoragePath& path)
+LiftedFolderFlag::LiftedFolderFlag(const provider::IProvider& provider, const StoragePath& path)
     : provider_(provider), path_(path), isLifted_(!provider.doGetFolderAttributes(path.iri()).isWritable()) {
     if (isLifted_) {
         provider_.doSetWritable(path_.iri(), true);

@@ -2,6 +2,7 @@
 
 #include "host/storage/StoragePath.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
@@ -12,13 +13,13 @@ namespace storage::host {
 class LiftedFolderFlag {
 public:
     /// @param path  an existing folder
-    LiftedFolderFlag(const foundation::storage::provider::IProvider& provider, const StoragePath& path);
+    LiftedFolderFlag(const provider::IProvider& provider, const StoragePath& path);
     ~LiftedFolderFlag();
     LiftedFolderFlag(const LiftedFolderFlag&) = delete;
     LiftedFolderFlag& operator=(const LiftedFolderFlag&) = delete;
 
 private:
-    const foundation::storage::provider::IProvider& provider_;
+    const provider::IProvider& provider_;
     const StoragePath path_;
     const bool isLifted_;
 };

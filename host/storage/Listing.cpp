@@ -1,11 +1,13 @@
 #include "host/storage/Listing.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <algorithm>
 
 namespace storage::host {
 
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::IFolderEntryIterator;
+using provider::FolderEntry;
+using provider::IFolderEntryIterator;
 
 std::vector<FolderEntry> sortedEntries(std::unique_ptr<IFolderEntryIterator> listing) {
     auto entries = readEntries(std::move(listing));

@@ -1,6 +1,7 @@
 #include "host/storage/StoragePath.h"
 
 #include "host/support/Utf.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 
@@ -68,8 +69,8 @@ std::string StoragePath::printed() const {
     return printable(displayed());
 }
 
-foundation::storage::provider::StorageIRI StoragePath::iri() const {
-    return foundation::storage::provider::StorageIRI(text_);
+provider::StorageIRI StoragePath::iri() const {
+    return provider::StorageIRI(text_);
 }
 
 } // namespace storage::host

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
 #include <memory>
@@ -55,7 +56,7 @@ public:
     /// The path as displayed, escaped for one line of a message.
     std::string printed() const;
 
-    foundation::storage::provider::StorageIRI iri() const;
+    provider::StorageIRI iri() const;
 
     bool operator==(const StoragePath&) const = default;
 

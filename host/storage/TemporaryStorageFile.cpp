@@ -2,15 +2,16 @@
 
 #include "host/support/Utf.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <fmt/format.h>
 
 namespace storage::host {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::IProvider;
+using provider::ReplacementPolicy;
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include "host/storage/StoragePath.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
@@ -12,7 +13,7 @@ namespace storage::host {
 /// Borrows the provider. Not thread-safe.
 class TemporaryStorageFile {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
     /// @param target  an existing file
     TemporaryStorageFile(const IProvider& provider, const StoragePath& target);

@@ -2,13 +2,14 @@
 
 #include "host/storage/Listing.h"
 #include "host/support/CommandError.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <utility>
 
 namespace storage::host {
 
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::IProvider;
+using provider::FolderEntry;
+using provider::IProvider;
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include "host/storage/StoragePath.h"
 #include "hostapi/storage/provider/FolderEntry.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstddef>
 #include <optional>
@@ -38,7 +39,7 @@ public:
     };
 
     /// @param top  an existing file or folder
-    TreeWalk(const foundation::storage::provider::IProvider& provider, const StoragePath& top);
+    TreeWalk(const provider::IProvider& provider, const StoragePath& top);
 
     /// Returns the next entry; nothing at the end.
     std::optional<Step> next();
@@ -51,11 +52,11 @@ public:
 private:
     struct OpenFolder {
         Step self;
-        std::vector<foundation::storage::provider::FolderEntry> entries;
+        std::vector<provider::FolderEntry> entries;
         std::size_t next;
     };
 
-    const foundation::storage::provider::IProvider& provider_;
+    const provider::IProvider& provider_;
     std::optional<Step> top_; ///< until `next` has returned it
     std::optional<Step> lastFolder_;
     std::vector<OpenFolder> open_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
 namespace storage::host {
@@ -10,8 +11,7 @@ namespace storage::host {
 /// Borrows the provider and the location. Not thread-safe.
 class UnfinishedFile {
 public:
-    UnfinishedFile(const foundation::storage::provider::IProvider& provider,
-                   const foundation::storage::provider::StorageIRI& iri) noexcept
+    UnfinishedFile(const provider::IProvider& provider, const provider::StorageIRI& iri) noexcept
         : provider_(provider), iri_(iri) {}
     ~UnfinishedFile();
     UnfinishedFile(const UnfinishedFile&) = delete;
@@ -21,8 +21,8 @@ public:
     void finish() noexcept { finished_ = true; }
 
 private:
-    const foundation::storage::provider::IProvider& provider_;
-    const foundation::storage::provider::StorageIRI& iri_;
+    const provider::IProvider& provider_;
+    const provider::StorageIRI& iri_;
     bool finished_ = false;
 };
 

@@ -4,6 +4,7 @@
 #include "host/support/Utf.h"
 #include "hostapi/core/except/IException.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/SystemError.h"
 
 #include <cstdlib>
@@ -16,8 +17,8 @@
 namespace storage::host {
 
 using foundation::core::except::IException;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::SystemError;
+using provider::Exception;
+using provider::SystemError;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <functional>
 #include <string>
@@ -24,7 +25,7 @@ struct Failure {
     static Failure ofCurrentException(const std::string& path);
 
     /// The exception's reason without its path. If the error code has no name, its number is included.
-    static std::string reasonOf(const foundation::storage::provider::Exception& error);
+    static std::string reasonOf(const provider::Exception& error);
 
     /// "path: reason", or the reason alone.
     std::string text() const;
@@ -33,8 +34,7 @@ struct Failure {
 /// How the failures of one storage are described. A value.
 struct FailureDiagnosis {
     /// Finds the reason in words.
-    std::function<std::string(const foundation::storage::provider::Exception& error)> reason =
-        Failure::reasonOf;
+    std::function<std::string(const provider::Exception& error)> reason = Failure::reasonOf;
     std::string pathPrefix{}; ///< "NAME:" of the storage, where there are several
 };
 

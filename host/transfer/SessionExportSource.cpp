@@ -4,22 +4,22 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/Listing.h"
 #include "host/support/FileTime.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace storage::host {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::FolderEntry;
+using provider::EntryExistence;
+using provider::FolderEntry;
 
 namespace {
 
 /// Providers store no holes.
 class StreamReader final : public ExportSource::Reader {
 public:
-    explicit StreamReader(std::unique_ptr<foundation::storage::provider::ByteStream> stream)
-        : stream_(std::move(stream)) {}
+    explicit StreamReader(std::unique_ptr<provider::ByteStream> stream) : stream_(std::move(stream)) {}
 
     std::uint64_t skipHole() override { return 0; }
 

@@ -5,6 +5,7 @@
 #include "host/storage/TemporaryStorageFile.h"
 #include "host/storage/UnfinishedFile.h"
 #include "host/support/FileTime.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <array>
@@ -15,9 +16,9 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::StorageIRI;
+using provider::ByteStreamContent;
+using provider::EntryExistence;
+using provider::StorageIRI;
 
 /// A file of the provider. It has a temporary name in the same folder if it replaces a file.
 class SessionImportTarget::NewFile final : public ImportTarget::File {

@@ -4,6 +4,7 @@
 #include "host/storage/LiftedFolderFlag.h"
 #include "host/transfer/ImportTarget.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <memory>
 #include <vector>
@@ -15,7 +16,7 @@ namespace storage::host {
 /// Borrows the provider and the kept attributes. Not thread-safe.
 class SessionImportTarget final : public ImportTarget {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
     SessionImportTarget(const IProvider& provider, KeptAttributes& kept) : provider_(provider), kept_(kept) {}
 

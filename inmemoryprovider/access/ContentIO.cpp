@@ -1,5 +1,6 @@
 #include "inmemoryprovider/access/ContentIO.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/access/ContentGrowth.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@
 
 namespace storage::inmemoryprovider {
 
-using foundation::storage::provider::ByteStreamAppend;
+using provider::ByteStreamAppend;
 
 namespace {
 

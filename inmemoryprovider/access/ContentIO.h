@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/ByteStreamAppend.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstdint>
 #include <ios>
@@ -22,7 +23,7 @@ long readContent(const std::vector<std::uint8_t>& content, char* buffer, long co
 /// @throws std::bad_alloc, std::length_error  when the content cannot grow; bytes up to the old end remain
 ///     overwritten and the position is at the old end
 long writeContent(std::vector<std::uint8_t>& content, const char* buffer, long count, unsigned long& position,
-                  foundation::storage::provider::ByteStreamAppend append);
+                  provider::ByteStreamAppend append);
 
 /// Moves the position to `offset` bytes from `direction`, anywhere from the beginning to the end inclusive.
 /// @return the new position; -1 with the position unchanged if the target is outside or the direction is

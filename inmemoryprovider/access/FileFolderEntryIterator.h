@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryFolderEntry.h"
 
 #include "hostapi/storage/provider/FolderEntry.h"
@@ -21,10 +22,10 @@ namespace storage::inmemoryprovider {
 /// Not thread-safe. Clones are independent.
 template <class Predicate>
 class FileFolderEntryIterator
-    : public foundation::storage::provider::IClonableFolderEntryIterator<FileFolderEntryIterator<Predicate>> {
+    : public provider::IClonableFolderEntryIterator<FileFolderEntryIterator<Predicate>> {
 public:
     using Snapshot = InMemoryFolderEntry::LightWeightRepresentation;
-    using FolderEntry = foundation::storage::provider::FolderEntry;
+    using FolderEntry = provider::FolderEntry;
 
     /// A listing of the accepted children in `snapshot`, before the first step.
     explicit FileFolderEntryIterator(Snapshot snapshot)
@@ -34,7 +35,7 @@ public:
 
     /// A clone at the position of `other`. It has made no step yet, so it has no entry.
     FileFolderEntryIterator(const FileFolderEntryIterator& other)
-        : foundation::storage::provider::IClonableFolderEntryIterator<FileFolderEntryIterator>(other),
+        : provider::IClonableFolderEntryIterator<FileFolderEntryIterator>(other),
           snapshot_(other.snapshot_),
           current_(std::next(snapshot_.begin(), std::distance(other.snapshot_.begin(),
                                                               Snapshot::const_iterator(other.current_)))),

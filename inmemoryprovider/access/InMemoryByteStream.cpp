@@ -1,5 +1,6 @@
 #include "inmemoryprovider/access/InMemoryByteStream.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/access/ContentGrowth.h"
 
 #include <mutex>
@@ -8,7 +9,7 @@
 namespace storage::inmemoryprovider {
 
 InMemoryByteStream::InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
-                                       foundation::storage::provider::ByteStreamAppend append) noexcept
+                                       provider::ByteStreamAppend append) noexcept
     : entry_(std::move(entry)), append_(append) {}
 
 InMemoryByteStream::~InMemoryByteStream() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
 
 #include "hostapi/storage/provider/ByteStream.h"
@@ -16,11 +17,10 @@ namespace storage::inmemoryprovider {
 /// or replaced. Owns its position, in bytes. Has no lock of its own: each operation acquires the lock of the
 /// file's bytes. So does the destructor of a stream that may have made a file large: it frees the unused
 /// memory of the last huge page. Nothing is buffered, so there is nothing to flush.
-class InMemoryByteStream : public foundation::storage::provider::ByteStream {
+class InMemoryByteStream : public provider::ByteStream {
 public:
     /// Opens a stream at the beginning of `entry`, which is not null.
-    InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
-                       foundation::storage::provider::ByteStreamAppend append) noexcept;
+    InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry, provider::ByteStreamAppend append) noexcept;
     InMemoryByteStream(const InMemoryByteStream&) = delete;
     InMemoryByteStream& operator=(const InMemoryByteStream&) = delete;
     ~InMemoryByteStream() override;
@@ -32,7 +32,7 @@ public:
 
 private:
     std::shared_ptr<InMemoryFileEntry> entry_;
-    foundation::storage::provider::ByteStreamAppend append_;
+    provider::ByteStreamAppend append_;
     unsigned long position_ = 0;
 };
 

@@ -1,5 +1,6 @@
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/access/ContentIO.h"
 
 #include <utility>
@@ -43,7 +44,7 @@ long InMemoryFileEntry::read(char* buffer, long count, unsigned long& position) 
 }
 
 long InMemoryFileEntry::write(const char* buffer, long count, unsigned long& position,
-                              foundation::storage::provider::ByteStreamAppend append) {
+                              provider::ByteStreamAppend append) {
     const std::lock_guard lock(*mutex_);
     return writeContent(*content_, buffer, count, position, append);
 }

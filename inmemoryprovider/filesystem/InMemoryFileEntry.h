@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryEntry.h"
 
 #include "hostapi/storage/provider/ByteStreamAppend.h"
@@ -46,8 +47,7 @@ public:
     long read(char* buffer, long count, unsigned long& position);
 
     /// See writeContent.
-    long write(const char* buffer, long count, unsigned long& position,
-               foundation::storage::provider::ByteStreamAppend append);
+    long write(const char* buffer, long count, unsigned long& position, provider::ByteStreamAppend append);
 
     /// See seekContent.
     std::streampos seek(long offset, std::ios_base::seekdir direction, unsigned long& position);

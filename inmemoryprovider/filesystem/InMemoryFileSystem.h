@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/FileEntryAttributes.h"
 #include "inmemoryprovider/filesystem/InMemoryEntry.h"
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
@@ -137,7 +138,7 @@ public:
     ///     replace
     /// @throws ReadOnlyException       naming `target`, the target's parent or the source's parent
     void moveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                       const foundation::storage::provider::ReplacementPolicy& policy);
+                       const provider::ReplacementPolicy& policy);
 
     /// Moves a folder and everything below it, one folder at a time: new nodes replace the old ones. All of
     /// them and both parents are stamped with one reading of the clock. Moved folders are writable; moved
@@ -153,21 +154,19 @@ public:
     /// @throws FolderNotEmptyException  naming `target`
     /// @throws ReadOnlyException        naming `target`, a parent, `source`, or a folder below it
     void moveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                         const foundation::storage::provider::ReplacementPolicy& policy);
+                         const provider::ReplacementPolicy& policy);
 
     /// Opens a file for reading and writing. Creates and empties it as requested by `options`. Stamps the
     /// file, and its parent if the file is created, with one reading of the clock.
     /// @throws EntryNotFoundException  naming the parent; `path`, if it is not a file and must exist
     /// @throws EntryExistsException    naming `path`, if it is a folder
     /// @throws ReadOnlyException       naming `path`; the parent, if the file has to be created
-    std::unique_ptr<foundation::storage::provider::ByteStream>
-    checkOutFileEntry(const InMemoryEntryPath& path,
-                      const foundation::storage::provider::ByteStreamOpenOptions& options);
+    std::unique_ptr<provider::ByteStream> checkOutFileEntry(const InMemoryEntryPath& path,
+                                                            const provider::ByteStreamOpenOptions& options);
 
     /// Opens a file for reading. Changes nothing and ignores the writable flag.
     /// @throws EntryNotFoundException  naming the parent; `path`, if it is not a file
-    std::unique_ptr<foundation::storage::provider::ByteStream>
-    checkOutFileEntry(const InMemoryEntryPath& path) const;
+    std::unique_ptr<provider::ByteStream> checkOutFileEntry(const InMemoryEntryPath& path) const;
 
 private:
     using FolderMap = LeftRightMap<InMemoryEntryPath, std::shared_ptr<InMemoryFolderEntry>,
@@ -209,12 +208,11 @@ private:
     Busy tryRemoveFolderEntry(const InMemoryEntryPath& path);
     Busy tryRemoveFileEntry(const InMemoryEntryPath& path);
     Busy tryMoveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                          const foundation::storage::provider::ReplacementPolicy& policy);
+                          const provider::ReplacementPolicy& policy);
     Busy tryMoveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
-                            const foundation::storage::provider::ReplacementPolicy& policy);
-    Busy tryCheckOutFileEntry(const InMemoryEntryPath& path,
-                              const foundation::storage::provider::ByteStreamOpenOptions& options,
-                              std::unique_ptr<foundation::storage::provider::ByteStream>& stream);
+                            const provider::ReplacementPolicy& policy);
+    Busy tryCheckOutFileEntry(const InMemoryEntryPath& path, const provider::ByteStreamOpenOptions& options,
+                              std::unique_ptr<provider::ByteStream>& stream);
 
     // The operations below require `mutex_`.
 

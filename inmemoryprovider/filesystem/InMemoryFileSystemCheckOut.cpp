@@ -1,5 +1,6 @@
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/access/InMemoryByteStream.h"
 #include "inmemoryprovider/filesystem/SpinThenBlockLock.h"
@@ -9,11 +10,11 @@
 
 namespace storage::inmemoryprovider {
 
-using foundation::storage::provider::ByteStream;
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ByteStreamOpenOptions;
+using provider::ByteStream;
+using provider::ByteStreamAppend;
+using provider::ByteStreamContent;
+using provider::ByteStreamExistence;
+using provider::ByteStreamOpenOptions;
 
 std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path,
                                                                   const ByteStreamOpenOptions& options) {

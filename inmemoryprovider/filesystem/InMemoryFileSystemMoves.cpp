@@ -1,5 +1,6 @@
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
@@ -12,7 +13,7 @@
 
 namespace storage::inmemoryprovider {
 
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ReplacementPolicy;
 
 namespace {
 

@@ -1,5 +1,6 @@
 #include "host/disk/FileDescriptor.h"
 #include "host/process/ChildProcess.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/ProgramRun.h"
 #include "tests/support/SessionTest.h"
 #include "tests/support/TreeContents.h"
@@ -23,11 +24,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
-using foundation::storage::provider::StorageIRI;
-using storage::host::FileDescriptor;
+using host::FileDescriptor;
+using provider::StorageIRI;
 using testing::AnyOf;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -663,8 +666,8 @@ void exchange(const std::string& one, const std::string& other) {
 }
 
 /// Returns a process that exchanges two entries of the disk repeatedly until it is destroyed.
-storage::host::ChildProcess exchanging(const std::string& one, const std::string& other) {
-    return storage::host::ChildProcess([&] {
+host::ChildProcess exchanging(const std::string& one, const std::string& other) {
+    return host::ChildProcess([&] {
         for (;;) {
             exchange(one, other);
         }
@@ -1158,3 +1161,5 @@ TEST_F(BadDiskTest, KeepsTheStatusWithAClosedErrorStream) {
 }
 
 } // namespace
+
+} // namespace storage::tests

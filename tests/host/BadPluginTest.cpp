@@ -9,6 +9,8 @@
 #include <iostream>
 #include <sys/stat.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -350,3 +352,5 @@ TEST_F(BadPluginTest, ReportsAFailureToValidateInOneLine) {
 }
 
 } // namespace
+
+} // namespace storage::tests

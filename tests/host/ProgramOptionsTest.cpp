@@ -4,11 +4,13 @@
 #include <gmock/gmock.h>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::MountOptions;
-using storage::host::ProgramOptions;
-using storage::host::UsageError;
+using host::MountOptions;
+using host::ProgramOptions;
+using host::UsageError;
 
 ProgramOptions parse(std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "qzstorage");
@@ -36,8 +38,8 @@ TEST(ProgramOptionsTest, SetsMountOnlyForMount) {
 TEST(ProgramOptionsTest, ParsesUnmount) {
     EXPECT_EQ(parse({"unmount", "some/folder"}).unmount, "some/folder");
     EXPECT_FALSE(parse({"mount", "some/folder"}).unmount);
-    EXPECT_THROW(parse({"unmount"}), storage::host::UsageError);
-    EXPECT_THROW(parse({"unmount", ""}), storage::host::UsageError);
+    EXPECT_THROW(parse({"unmount"}), host::UsageError);
+    EXPECT_THROW(parse({"unmount", ""}), host::UsageError);
 }
 
 TEST(ProgramOptionsTest, RequiresOnlyAMountPointForMount) {
@@ -161,3 +163,5 @@ TEST(ProgramOptionsTest, ListsTheCommandsForAnUnknownOne) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 using testing::HasSubstr;
@@ -205,3 +207,5 @@ TEST(ProgramTest, RejectsEmptyPaths) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+namespace storage::tests {
+
 namespace {
 
 using testing::HasSubstr;
@@ -201,3 +203,5 @@ TEST_F(PromptTest, WritesTypedTextUntilEndOfFile) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 
 ProgramOptions parse(std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "qzstorage");
@@ -131,3 +133,5 @@ TEST(ValidateSyntaxTest, RejectsWrongArguments) {
 }
 
 } // namespace
+
+} // namespace storage::tests

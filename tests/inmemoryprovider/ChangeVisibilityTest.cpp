@@ -1,6 +1,7 @@
 // Every change is atomic for other threads, and a listing delays changes in its own folder only. The tests
 // stop a change between two steps, or hold the mutex of a folder.
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/InMemoryProvider.h"
 #include "tests/support/Answer.h"
@@ -22,9 +23,9 @@
 namespace storage::inmemoryprovider::change_visibility_test {
 namespace {
 
-using foundation::storage::provider::EntryExistence;
-using foundation::storage::provider::ReplacementPolicy;
-using foundation::storage::provider::StorageIRI;
+using provider::EntryExistence;
+using provider::ReplacementPolicy;
+using provider::StorageIRI;
 using tests::answerOf;
 using tests::runTogether;
 using tests::UnlockHook;

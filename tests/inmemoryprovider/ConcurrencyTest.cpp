@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/InMemoryProvider.h"
 #include "tests/support/Answer.h"
 #include "tests/support/RunTogether.h"
@@ -15,7 +16,7 @@
 namespace storage::inmemoryprovider::concurrency_test {
 namespace {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 using tests::answerOf;
 using tests::runTogether;
 

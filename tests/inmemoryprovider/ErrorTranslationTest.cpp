@@ -1,6 +1,7 @@
 #include "inmemoryprovider/ErrorTranslation.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,8 @@
 namespace storage::inmemoryprovider::error_translation_test {
 namespace {
 
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::StorageIRI;
+using provider::Exception;
+using provider::StorageIRI;
 
 const InMemoryEntryPath path(u"/somewhere");
 const StorageIRI source(u"/source");

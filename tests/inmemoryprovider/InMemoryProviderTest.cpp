@@ -1,6 +1,7 @@
 #include "inmemoryprovider/InMemoryProvider.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,7 @@
 namespace storage::inmemoryprovider::in_memory_provider_test {
 namespace {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3),
                                        boost::posix_time::microseconds(4));

@@ -1,5 +1,7 @@
 #include "inmemoryprovider/PluginEntry.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -8,8 +10,8 @@
 namespace storage::inmemoryprovider::plugin_entry_test {
 namespace {
 
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
+using provider::IProvider;
+using provider::StorageIRI;
 
 TEST(PluginEntry, InstallsAnEmptyProvider) {
     std::shared_ptr<IProvider> provider;

@@ -1,4 +1,5 @@
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/LoadedPlugin.h"
 
 #include <dlfcn.h>
@@ -9,11 +10,11 @@
 #include <thread>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace foundation::storage::provider;
-using storage::tests::LoadedPlugin;
-using storage::tests::pluginIsLoaded;
+using namespace provider;
 
 constexpr const char* pluginPath = QZSTORAGE_PLUGIN_PATH;
 
@@ -94,3 +95,5 @@ TEST(Plugin, CanBeLoadedAndUnloadedConcurrently) {
 }
 
 } // namespace
+
+} // namespace storage::tests

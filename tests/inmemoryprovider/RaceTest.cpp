@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/InMemoryProvider.h"
 #include "tests/support/Answer.h"
 #include "tests/support/Record.h"
@@ -20,7 +21,7 @@
 namespace storage::inmemoryprovider::race_test {
 namespace {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 using tests::Answer;
 using tests::answerOf;
 using tests::Record;

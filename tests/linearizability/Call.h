@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/ByteStreamOpenOptions.h"
 #include "hostapi/storage/provider/ReplacementPolicy.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/model/OperationKind.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
@@ -19,8 +20,8 @@ struct Call {
     OperationKind kind = OperationKind::CreateFile;
     std::u16string path = {};
     std::u16string target = {};
-    foundation::storage::provider::ReplacementPolicy policy{};
-    foundation::storage::provider::ByteStreamOpenOptions options = {};
+    provider::ReplacementPolicy policy{};
+    provider::ByteStreamOpenOptions options = {};
     boost::posix_time::ptime time = {};
     bool writable = true;
     std::string data = {}; ///< to be written

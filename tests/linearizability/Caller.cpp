@@ -1,16 +1,18 @@
 #include "tests/linearizability/Caller.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <stdexcept>
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::IFolderEntryIterator;
-using foundation::storage::provider::StorageIRI;
+using provider::IFolderEntryIterator;
+using provider::StorageIRI;
 
 namespace {
 
-std::vector<foundation::storage::provider::FolderEntry> entriesOf(IFolderEntryIterator& listing) {
-    std::vector<foundation::storage::provider::FolderEntry> entries;
+std::vector<provider::FolderEntry> entriesOf(IFolderEntryIterator& listing) {
+    std::vector<provider::FolderEntry> entries;
     while (listing.hasNext()) {
         listing.step();
         entries.push_back(listing.getEntry());

@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/ByteStream.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/linearizability/Call.h"
 #include "tests/linearizability/Outcome.h"
 
@@ -12,7 +13,7 @@ namespace storage::inmemoryprovider::tests {
 /// Makes calls on a provider. Owns the stream that was opened last. Not thread-safe.
 class Caller {
 public:
-    explicit Caller(const foundation::storage::provider::IProvider& provider) : provider_(provider) {}
+    explicit Caller(const provider::IProvider& provider) : provider_(provider) {}
 
     /// Whether the call is possible: reads and writes require an open stream.
     bool canMake(const Call& call) const;
@@ -23,8 +24,8 @@ public:
 private:
     void run(const Call& call, Outcome& outcome);
 
-    const foundation::storage::provider::IProvider& provider_;
-    std::unique_ptr<foundation::storage::provider::ByteStream> stream_;
+    const provider::IProvider& provider_;
+    std::unique_ptr<provider::ByteStream> stream_;
 };
 
 } // namespace storage::inmemoryprovider::tests

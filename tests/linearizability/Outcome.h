@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/FolderEntry.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/Answer.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
@@ -15,7 +16,7 @@ namespace storage::inmemoryprovider::tests {
 struct Outcome {
     storage::tests::Answer ending = {};
     bool exists = false;
-    std::vector<foundation::storage::provider::FolderEntry> listing = {};
+    std::vector<provider::FolderEntry> listing = {};
     std::string bytes = {}; ///< that were read
 
     // Attributes, which the search compares one by one.

@@ -1,5 +1,7 @@
 #include "tests/linearizability/Replay.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <algorithm>
 #include <map>
 #include <stdexcept>
@@ -7,8 +9,8 @@
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::StorageIRI;
+using provider::ErrorCode;
+using provider::StorageIRI;
 
 namespace {
 

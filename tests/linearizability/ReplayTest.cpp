@@ -3,15 +3,16 @@
 #include "tests/linearizability/OrderSearch.h"
 
 #include "hostapi/storage/provider/ErrorCode.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <gtest/gtest.h>
 
 namespace storage::inmemoryprovider::tests {
 namespace {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ErrorCode;
+using provider::FolderEntry;
+using provider::ReplacementPolicy;
 using Kind = OperationKind;
 
 const boost::posix_time::ptime stamped(boost::gregorian::date(2020, 1, 1));

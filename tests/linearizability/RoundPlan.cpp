@@ -1,14 +1,16 @@
 #include "tests/linearizability/RoundPlan.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <random>
 #include <string>
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ByteStreamAppend;
+using provider::ByteStreamContent;
+using provider::ByteStreamExistence;
+using provider::ReplacementPolicy;
 
 namespace {
 

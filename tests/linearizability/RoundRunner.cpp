@@ -1,5 +1,6 @@
 #include "tests/linearizability/RoundRunner.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/InMemoryProvider.h"
 #include "tests/linearizability/Caller.h"
 #include "tests/linearizability/OrderSearch.h"
@@ -14,8 +15,8 @@
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::StorageIRI;
+using provider::FolderEntry;
+using provider::StorageIRI;
 
 namespace {
 

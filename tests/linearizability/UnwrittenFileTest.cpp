@@ -3,6 +3,7 @@
 // end.
 
 #include "hostapi/storage/provider/ReplacementPolicy.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/InMemoryProvider.h"
 #include "tests/support/Answer.h"
 #include "tests/support/RunTogether.h"
@@ -16,8 +17,8 @@
 namespace storage::inmemoryprovider::tests {
 namespace {
 
-using foundation::storage::provider::ReplacementPolicy;
-using foundation::storage::provider::StorageIRI;
+using provider::ReplacementPolicy;
+using provider::StorageIRI;
 using storage::tests::answerOf;
 
 constexpr std::array<const char16_t*, 4> places = {u"/a/f", u"/a/g", u"/b/f", u"/b/g"};

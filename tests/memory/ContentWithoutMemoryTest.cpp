@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/access/ContentIO.h"
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
 #include "tests/memory/FailingAllocation.h"
@@ -14,10 +15,10 @@
 namespace storage::tests {
 namespace {
 
-using foundation::storage::provider::ByteStreamAppend;
 using inmemoryprovider::InMemoryEntryPath;
 using inmemoryprovider::InMemoryFileEntry;
 using inmemoryprovider::writeContent;
+using provider::ByteStreamAppend;
 using Bytes = std::vector<std::uint8_t>;
 using Extent = FailingAllocation::Extent;
 

@@ -1,5 +1,7 @@
 #include "tests/memory/Description.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <boost/date_time/posix_time/posix_time_io.hpp>
 
 #include <gtest/gtest.h>
@@ -10,7 +12,7 @@
 
 namespace storage::tests {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 std::string described(bool answer) {
     return answer ? "yes" : "no";

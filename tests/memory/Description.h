@@ -8,6 +8,7 @@
 #include "hostapi/storage/provider/FolderAttributes.h"
 #include "hostapi/storage/provider/IFolderEntryIterator.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
 #include <ios>
@@ -23,16 +24,16 @@ std::string described(bool answer);
 std::string described(long number);
 std::string described(std::streampos position);
 std::string described(const std::vector<std::u16string>& names);
-std::string described(const foundation::storage::provider::StorageIRI& iri);
-std::string described(foundation::storage::provider::EntryExistence existence);
-std::string described(foundation::storage::provider::FilenameSensitivity sensitivity);
-std::string described(const foundation::storage::provider::FileAttributes& attributes);
-std::string described(const foundation::storage::provider::FolderAttributes& attributes);
-std::string described(const foundation::storage::provider::ExtendedAttributes& attributes);
-std::string described(const foundation::storage::provider::FolderEntry& entry);
-std::string described(const foundation::storage::provider::IProvider::PathComparator& comparator);
-std::string described(foundation::storage::provider::ByteStream& stream);
-std::string described(const std::unique_ptr<foundation::storage::provider::ByteStream>& stream);
-std::string described(const std::unique_ptr<foundation::storage::provider::IFolderEntryIterator>& listing);
+std::string described(const provider::StorageIRI& iri);
+std::string described(provider::EntryExistence existence);
+std::string described(provider::FilenameSensitivity sensitivity);
+std::string described(const provider::FileAttributes& attributes);
+std::string described(const provider::FolderAttributes& attributes);
+std::string described(const provider::ExtendedAttributes& attributes);
+std::string described(const provider::FolderEntry& entry);
+std::string described(const provider::IProvider::PathComparator& comparator);
+std::string described(provider::ByteStream& stream);
+std::string described(const std::unique_ptr<provider::ByteStream>& stream);
+std::string described(const std::unique_ptr<provider::IFolderEntryIterator>& listing);
 
 } // namespace storage::tests

@@ -1,11 +1,13 @@
 #include "tests/memory/Operations.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <limits>
 #include <stdexcept>
 
 namespace storage::tests {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 using Shape = TreeShape;
 using Role = TreeShape::Role TreeShape::*;
 using enum Operation::Allocates;

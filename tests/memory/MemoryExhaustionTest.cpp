@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/memory/Operations.h"
 #include "tests/memory/Sweep.h"
 #include "tests/memory/SweepTally.h"
@@ -66,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, WhenOutOfMemory,
                          nameOf);
 
 TEST(MemoryExhaustion, CoversEveryOperationOfAProvider) {
-    const auto& catalogue = foundation::storage::provider::providerOperations;
+    const auto& catalogue = provider::providerOperations;
     std::set<std::optional<std::size_t>> called;
     for (const Case& tried : casesOf({providerOperations(), moveOperations(), hostOperations(),
                                       refusedOperations(), refusedHostOperations()})) {

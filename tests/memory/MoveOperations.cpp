@@ -1,10 +1,11 @@
 #include "tests/memory/Operations.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/memory/Relocation.h"
 
 namespace storage::tests {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 using Shape = TreeShape;
 using Role = TreeShape::Role TreeShape::*;
 using enum ReplacementPolicy;

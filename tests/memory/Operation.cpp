@@ -1,5 +1,7 @@
 #include "tests/memory/Operation.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <algorithm>
 
 namespace storage::tests {
@@ -25,7 +27,7 @@ Operation&& Operation::onSmallTreesOnly() && {
     return std::move(*this);
 }
 
-Operation&& Operation::refusedAs(foundation::storage::provider::ErrorCode code) && {
+Operation&& Operation::refusedAs(provider::ErrorCode code) && {
     refusal = code;
     isForLargeTrees = false;
     return std::move(*this);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/memory/Description.h"
 #include "tests/memory/Guarantee.h"
 #include "tests/memory/TreeComparison.h"
@@ -42,10 +43,10 @@ struct Operation {
 
     std::string name;
     Needs needs;
-    std::function<Attempt(foundation::storage::provider::IProvider&, const TreeShape&)> prepare;
+    std::function<Attempt(provider::IProvider&, const TreeShape&)> prepare;
     Allocates allocates = Allocates::ForLongPaths;
     Guarantee guarantee = unchanged;
-    std::optional<foundation::storage::provider::ErrorCode> refusal = {}; ///< expected error, if refused
+    std::optional<provider::ErrorCode> refusal = {}; ///< expected error, if refused
     bool isForLargeTrees = true;
 
     bool canBeTriedOn(const TreeShape& shape) const;
@@ -55,13 +56,13 @@ struct Operation {
     /// For an operation that behaves on a large tree like another one in the table.
     Operation&& onSmallTreesOnly() &&;
 
-    Operation&& refusedAs(foundation::storage::provider::ErrorCode code) &&;
+    Operation&& refusedAs(provider::ErrorCode code) &&;
 };
 
 /// An operation with a single call: `call` with a provider and the tree's shape.
 template <class Call>
 Operation operation(std::string name, Operation::Needs needs, Call call) {
-    using foundation::storage::provider::IProvider;
+    using provider::IProvider;
     using Answer = std::invoke_result_t<Call, IProvider&, const TreeShape&>;
     const auto prepare = [call](IProvider& provider, const TreeShape& shape) {
         if constexpr (std::is_void_v<Answer>) {

@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/PluginEntry.h"
 #include "inmemoryprovider/ReadOnlyException.h"
 #include "tests/memory/ChildOutcome.h"
@@ -14,7 +15,7 @@
 namespace storage::tests {
 namespace {
 
-using foundation::storage::provider::IProvider;
+using provider::IProvider;
 
 /// Builds providers, failing each allocation in turn. Checks that the caller's pointer is unchanged after
 /// each failure. Returns the first provider that is built.
@@ -47,7 +48,7 @@ buildWithoutMemory(const char* name, const std::function<void(std::shared_ptr<IP
 
 void expectToHoldTheRootAlone(const IProvider& provider) {
     EXPECT_EQ(takeSnapshot(provider).size(), 1U);
-    provider.doCreateFolder(foundation::storage::provider::StorageIRI(u"/a"));
+    provider.doCreateFolder(provider::StorageIRI(u"/a"));
     EXPECT_EQ(takeSnapshot(provider).size(), 2U);
 }
 

@@ -1,8 +1,10 @@
 #include "tests/memory/Operations.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 namespace storage::tests {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 using Shape = TreeShape;
 using Role = TreeShape::Role TreeShape::*;
 using enum ErrorCode;

@@ -1,17 +1,18 @@
 #include "tests/memory/Relocation.h"
 
 #include "hostapi/storage/provider/ReplacementPolicy.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <vector>
 
 namespace storage::tests {
 
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::IProvider;
+using provider::ReplacementPolicy;
 
 namespace {
 
-bool holdsSomething(const IProvider& provider, const foundation::storage::provider::StorageIRI& folder) {
+bool holdsSomething(const IProvider& provider, const provider::StorageIRI& folder) {
     return provider.doFolderExists(folder) && provider.doListAll(folder)->hasNext();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/memory/TreeComparison.h"
 
 #include "hostapi/storage/provider/IProvider.h"
@@ -16,7 +17,7 @@ Relocation relocate(const TreeSnapshot& tree, const std::u16string& source,
                     const std::u16string& destination);
 
 /// Moves the entries that a stopped folder move left at the source. `before` is the tree before that move.
-void finishMove(const foundation::storage::provider::IProvider& provider, const TreeSnapshot& before,
+void finishMove(const provider::IProvider& provider, const TreeSnapshot& before,
                 const Relocation& relocation);
 
 } // namespace storage::tests

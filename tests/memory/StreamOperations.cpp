@@ -1,12 +1,14 @@
 #include "tests/memory/Operations.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <algorithm>
 #include <array>
 #include <string>
 
 namespace storage::tests {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 using Shape = TreeShape;
 using Role = TreeShape::Role TreeShape::*;
 using enum Operation::Allocates;

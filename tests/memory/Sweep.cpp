@@ -1,5 +1,6 @@
 #include "tests/memory/Sweep.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/memory/ChildOutcome.h"
 #include "tests/memory/SharedCounter.h"
 #include "tests/memory/SweepTally.h"
@@ -11,9 +12,9 @@
 
 namespace storage::tests {
 
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
+using provider::Exception;
+using provider::IProvider;
+using provider::StorageIRI;
 using Extent = FailingAllocation::Extent;
 
 namespace {

@@ -1,5 +1,6 @@
 #include "tests/memory/TreeComparison.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
 #include "tests/memory/TreeShape.h"
 
@@ -11,9 +12,9 @@
 
 namespace storage::tests {
 
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
+using provider::Exception;
+using provider::IProvider;
+using provider::StorageIRI;
 
 namespace {
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/TreeSnapshot.h"
 
 #include "hostapi/storage/provider/IProvider.h"
@@ -26,7 +27,7 @@ TreeSnapshot withoutTemporaries(TreeSnapshot tree);
 std::u16string parentOf(const std::u16string& path);
 
 /// The path of the entry at `iri` in a snapshot.
-std::u16string pathOf(const foundation::storage::provider::StorageIRI& iri);
+std::u16string pathOf(const provider::StorageIRI& iri);
 
 /// Whether the entries at `path` are equal or missing in both trees.
 bool isSameAt(const std::u16string& path, const TreeSnapshot& left, const TreeSnapshot& right, Times times);
@@ -35,7 +36,7 @@ bool isSameAt(const std::u16string& path, const TreeSnapshot& left, const TreeSn
 testing::AssertionResult isSameTree(const TreeSnapshot& actual, const TreeSnapshot& expected, Times times);
 
 /// Checks that the provider finds no folder of `known` that is missing from its `tree`.
-testing::AssertionResult hasNoStrayFolder(const foundation::storage::provider::IProvider& provider,
-                                          const TreeSnapshot& tree, const TreeSnapshot& known);
+testing::AssertionResult hasNoStrayFolder(const provider::IProvider& provider, const TreeSnapshot& tree,
+                                          const TreeSnapshot& known);
 
 } // namespace storage::tests

@@ -1,13 +1,14 @@
 #include "tests/memory/TreeShape.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/PluginEntry.h"
 
 #include <utility>
 
 namespace storage::tests {
 
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
+using provider::IProvider;
+using provider::StorageIRI;
 
 const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));
 

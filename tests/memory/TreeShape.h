@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
@@ -29,7 +30,7 @@ struct EntryShape {
 
 /// A tree that can be built repeatedly, and the locations in it that operations use.
 struct TreeShape {
-    using Role = std::optional<foundation::storage::provider::StorageIRI>;
+    using Role = std::optional<provider::StorageIRI>;
 
     /// Whether paths or names exceed the small-string buffer, so that each copy allocates.
     enum class Spelling { Short, LongPaths, LongNames };
@@ -63,12 +64,12 @@ struct TreeShape {
 const std::vector<TreeShape>& treeShapes();
 
 /// Builds the tree in a new provider. The last-modified times of its entries are undefined.
-std::shared_ptr<foundation::storage::provider::IProvider> build(const TreeShape& shape);
+std::shared_ptr<provider::IProvider> build(const TreeShape& shape);
 
 /// The time that `age` sets. The clock never returns it, so a stamp is visible.
 extern const boost::posix_time::ptime longAgo;
 
 /// Sets the last-modified time of every existing entry to `longAgo`.
-void age(const foundation::storage::provider::IProvider& provider, const TreeShape& shape);
+void age(const provider::IProvider& provider, const TreeShape& shape);
 
 } // namespace storage::tests

@@ -1,8 +1,10 @@
 #include "tests/model/LocationChoice.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 
 StorageIRI resolve(const LocationChoice& choice, const ReferenceModel& model) {
     const auto path = resolve(choice.path, model);

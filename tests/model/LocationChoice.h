@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 #include "tests/model/PathChoice.h"
 
@@ -22,6 +23,6 @@ struct LocationChoice {
     Form form = Form::Plain;
 };
 
-foundation::storage::provider::StorageIRI resolve(const LocationChoice& choice, const ReferenceModel& model);
+provider::StorageIRI resolve(const LocationChoice& choice, const ReferenceModel& model);
 
 } // namespace storage::inmemoryprovider::tests

@@ -1,5 +1,6 @@
 #include "tests/model/LockstepRun.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/PluginEntry.h"
 #include "tests/model/PathPool.h"
 #include "tests/model/PathRules.h"
@@ -13,8 +14,8 @@
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
+using provider::ErrorCode;
+using provider::Exception;
 
 namespace {
 

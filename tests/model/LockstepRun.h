@@ -3,6 +3,7 @@
 #include "hostapi/storage/provider/ByteStream.h"
 #include "hostapi/storage/provider/IFolderEntryIterator.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/model/Operation.h"
 #include "tests/model/OutcomeTally.h"
 #include "tests/model/ReferenceModel.h"
@@ -31,12 +32,12 @@ public:
     std::optional<std::string> run(const std::vector<Operation>& operations);
 
 private:
-    using IProvider = foundation::storage::provider::IProvider;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
-    using ByteStream = foundation::storage::provider::ByteStream;
-    using FileAttributes = foundation::storage::provider::FileAttributes;
-    using FolderEntry = foundation::storage::provider::FolderEntry;
-    using IFolderEntryIterator = foundation::storage::provider::IFolderEntryIterator;
+    using IProvider = provider::IProvider;
+    using StorageIRI = provider::StorageIRI;
+    using ByteStream = provider::ByteStream;
+    using FileAttributes = provider::FileAttributes;
+    using FolderEntry = provider::FolderEntry;
+    using IFolderEntryIterator = provider::IFolderEntryIterator;
 
     /// Thrown at the first difference.
     struct Mismatch {
@@ -94,7 +95,7 @@ private:
     std::unique_ptr<IFolderEntryIterator> list(const StorageIRI& iri, ListingKind kind) const;
     static void require(bool agreed, const char* what);
     void noteHalfDone(OperationKind kind, const std::vector<std::u16string>& before,
-                      foundation::storage::provider::ErrorCode code);
+                      provider::ErrorCode code);
     void note(OperationKind kind, const std::string& outcome) { tally_.count(nameOf(kind), outcome); }
 
     OutcomeTally& tally_;

@@ -1,11 +1,13 @@
 #include "tests/model/ModelStream.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::ByteStreamAppend;
+using provider::ByteStreamAppend;
 
 ModelStream::ModelStream(std::shared_ptr<std::string> bytes, ByteStreamAppend append)
     : bytes_(std::move(bytes)), append_(append) {}

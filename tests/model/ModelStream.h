@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/ByteStreamAppend.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <ios>
 #include <memory>
@@ -13,7 +14,7 @@ namespace storage::inmemoryprovider::tests {
 /// position.
 class ModelStream {
 public:
-    ModelStream(std::shared_ptr<std::string> bytes, foundation::storage::provider::ByteStreamAppend append);
+    ModelStream(std::shared_ptr<std::string> bytes, provider::ByteStreamAppend append);
 
     /// The bytes read; empty if the provider returns -1. A negative count reads to the end.
     std::string read(long count);
@@ -31,7 +32,7 @@ private:
     long size() const { return static_cast<long>(bytes_->size()); }
 
     std::shared_ptr<std::string> bytes_;
-    foundation::storage::provider::ByteStreamAppend append_;
+    provider::ByteStreamAppend append_;
     long position_ = 0;
 };
 

@@ -6,6 +6,7 @@
 // the default of 100.
 
 #include "hostapi/storage/provider/ProviderOperations.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/model/LockstepRun.h"
 #include "tests/model/OperationGenerator.h"
 
@@ -101,8 +102,8 @@ TEST(ProviderAndModel, ReachEveryDeepOutcome) {
 }
 
 TEST(ProviderAndModel, CoverEveryRequiredOperation) {
-    using foundation::storage::provider::ProviderOperation;
-    for (const auto& [name, kind] : foundation::storage::provider::providerOperations) {
+    using provider::ProviderOperation;
+    for (const auto& [name, kind] : provider::providerOperations) {
         const bool isTried = std::find(operationNames.begin(), operationNames.end(),
                                        std::string_view(name)) != operationNames.end();
         EXPECT_TRUE(isTried || kind == ProviderOperation::Kind::Optional) << name;

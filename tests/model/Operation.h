@@ -3,6 +3,7 @@
 #include "hostapi/storage/provider/ByteStreamOpenOptions.h"
 #include "hostapi/storage/provider/ExtendedFeature.h"
 #include "hostapi/storage/provider/ReplacementPolicy.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/model/LocationChoice.h"
 #include "tests/model/OperationKind.h"
 
@@ -19,9 +20,9 @@ struct Operation {
     OperationKind kind = OperationKind::CreateFile;
     LocationChoice location;
     LocationChoice destination;
-    foundation::storage::provider::ReplacementPolicy policy{};
-    foundation::storage::provider::ByteStreamOpenOptions options;
-    foundation::storage::provider::ExtendedFeature feature{};
+    provider::ReplacementPolicy policy{};
+    provider::ByteStreamOpenOptions options;
+    provider::ExtendedFeature feature{};
     boost::posix_time::ptime time;
     bool writable = false;
     long amount = 0; ///< bytes to read or write, or offset of a seek

@@ -1,5 +1,7 @@
 #include "tests/model/OperationGenerator.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <rapidcheck.h>
 
 #include <array>
@@ -9,12 +11,12 @@
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ByteStreamOpenOptions;
-using foundation::storage::provider::ExtendedFeature;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ByteStreamAppend;
+using provider::ByteStreamContent;
+using provider::ByteStreamExistence;
+using provider::ByteStreamOpenOptions;
+using provider::ExtendedFeature;
+using provider::ReplacementPolicy;
 
 namespace {
 

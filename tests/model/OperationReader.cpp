@@ -1,17 +1,19 @@
 #include "tests/model/OperationReader.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <algorithm>
 #include <limits>
 #include <string_view>
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ByteStreamOpenOptions;
-using foundation::storage::provider::ExtendedFeature;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ByteStreamAppend;
+using provider::ByteStreamContent;
+using provider::ByteStreamExistence;
+using provider::ByteStreamOpenOptions;
+using provider::ExtendedFeature;
+using provider::ReplacementPolicy;
 
 namespace {
 

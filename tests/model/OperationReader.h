@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/model/ByteReader.h"
 #include "tests/model/Operation.h"
 
@@ -22,7 +23,7 @@ private:
     LocationChoice location();
     PathChoice path(PathChoice::From from);
     std::u16string text();
-    foundation::storage::provider::ByteStreamOpenOptions options();
+    provider::ByteStreamOpenOptions options();
     boost::posix_time::ptime time();
     long amount();
 

@@ -1,15 +1,16 @@
 #include "tests/model/ReferenceModel.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/model/PathRules.h"
 
 #include <memory>
 
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ErrorCode;
+using provider::ByteStreamAppend;
+using provider::ByteStreamContent;
+using provider::ByteStreamExistence;
+using provider::ErrorCode;
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include "hostapi/storage/provider/ExtendedFeature.h"
 #include "hostapi/storage/provider/FolderEntry.h"
 #include "hostapi/storage/provider/ReplacementPolicy.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 #include "tests/model/ModelStream.h"
 #include "tests/model/ModelTime.h"
@@ -35,7 +36,7 @@ struct ModelEntry {
 struct Failure {
     enum class Names { Source, Destination };
 
-    foundation::storage::provider::ErrorCode code{};
+    provider::ErrorCode code{};
     Names names = Names::Source;
 };
 
@@ -52,11 +53,11 @@ using Result = std::variant<Value, Failure>;
 /// between calls: every entry but the root has a parent in the table.
 class ReferenceModel {
 public:
-    using StorageIRI = foundation::storage::provider::StorageIRI;
-    using FolderEntry = foundation::storage::provider::FolderEntry;
-    using ReplacementPolicy = foundation::storage::provider::ReplacementPolicy;
-    using ByteStreamOpenOptions = foundation::storage::provider::ByteStreamOpenOptions;
-    using ExtendedFeature = foundation::storage::provider::ExtendedFeature;
+    using StorageIRI = provider::StorageIRI;
+    using FolderEntry = provider::FolderEntry;
+    using ReplacementPolicy = provider::ReplacementPolicy;
+    using ByteStreamOpenOptions = provider::ByteStreamOpenOptions;
+    using ExtendedFeature = provider::ExtendedFeature;
     using Entries = std::map<std::u16string, ModelEntry>;
 
     /// Contains only the root, stamped and writable.

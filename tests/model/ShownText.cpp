@@ -1,8 +1,10 @@
 #include "tests/model/ShownText.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 namespace storage::inmemoryprovider::tests {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 
 std::string shown(std::u16string_view text) {
     std::string result = "\"";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
 #include <string>
@@ -11,6 +12,6 @@ namespace storage::inmemoryprovider::tests {
 std::string shown(std::u16string_view text);
 
 /// The constructor arguments for `iri`.
-std::string shown(const foundation::storage::provider::StorageIRI& iri);
+std::string shown(const provider::StorageIRI& iri);
 
 } // namespace storage::inmemoryprovider::tests

@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/ErrorCode.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <optional>
 #include <ostream>
@@ -11,7 +12,7 @@ namespace storage::tests {
 
 /// The result of a provider call: no code on success, else the error code and the path of the exception.
 struct Answer {
-    std::optional<foundation::storage::provider::ErrorCode> code;
+    std::optional<provider::ErrorCode> code;
     std::u16string named;
 
     bool succeeded() const { return !code; }
@@ -23,15 +24,15 @@ inline void PrintTo(const Answer& answer, std::ostream* out) {
         *out << "success";
         return;
     }
-    const foundation::storage::provider::StorageIRI iri(answer.named);
-    *out << foundation::storage::provider::Exception(*answer.code, iri).what();
+    const provider::StorageIRI iri(answer.named);
+    *out << provider::Exception(*answer.code, iri).what();
 }
 
 template <class Call>
 Answer answerOf(const Call& call) {
     try {
         call();
-    } catch (const foundation::storage::provider::Exception& failure) {
+    } catch (const provider::Exception& failure) {
         return {failure.getErrorCode(), failure.getIRI().getPath()};
     }
     return {};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/ProviderEntryPoint.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <dlfcn.h>
 
@@ -15,7 +16,7 @@ namespace storage::tests {
 /// object. Thread-safe: several threads may build providers at the same time.
 class LoadedPlugin {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
     /// @throws std::runtime_error with the dynamic linker's error message
     explicit LoadedPlugin(const char* path) : handle_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
@@ -28,8 +29,8 @@ public:
     ~LoadedPlugin() { dlclose(handle_); }
 
     std::shared_ptr<IProvider> build() const {
-        using foundation::storage::provider::ProviderEntryPoint;
-        using foundation::storage::provider::providerEntryPointName;
+        using provider::ProviderEntryPoint;
+        using provider::providerEntryPointName;
         auto* entryPoint = reinterpret_cast<ProviderEntryPoint*>(dlsym(handle_, providerEntryPointName));
         if (entryPoint == nullptr) {
             throw std::runtime_error(dlerror());

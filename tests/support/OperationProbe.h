@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/ProviderOperations.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <cstddef>
@@ -16,7 +17,7 @@ namespace storage::tests {
 /// In the Itanium C++ ABI the caller cleans up after a call that throws, so one function signature works for
 /// all operations.
 class OperationProbe {
-    using IProvider = foundation::storage::provider::IProvider;
+    using IProvider = provider::IProvider;
 
 public:
     /// The object implements every operation. It is never destroyed.
@@ -44,8 +45,8 @@ private:
         std::size_t index;
     };
     using Function = void (*)();
-    static constexpr auto count = foundation::storage::provider::providerOperations.size();
-    static constexpr auto firstSlot = foundation::storage::provider::firstOperationSlot;
+    static constexpr auto count = provider::providerOperations.size();
+    static constexpr auto firstSlot = provider::firstOperationSlot;
 
     template <std::size_t index>
     static void throwIndex() {

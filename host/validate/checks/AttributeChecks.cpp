@@ -6,13 +6,14 @@
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/TreeDescription.h"
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <fmt/format.h>
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace attribute_checks {
 namespace {

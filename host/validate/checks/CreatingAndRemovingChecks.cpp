@@ -6,6 +6,7 @@
 #include "host/validate/kit/ExpectRefusal.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <fmt/format.h>
@@ -14,7 +15,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace creating_and_removing_checks {
 namespace {

@@ -5,6 +5,7 @@
 #include "host/validate/kit/StreamSteps.h"
 #include "hostapi/storage/provider/ListingRange.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <array>
@@ -16,7 +17,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace default_model_checks {
 namespace {

@@ -9,6 +9,7 @@
 #include "host/validate/kit/TreeDescription.h"
 #include "host/validate/kit/WriteProtection.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <array>
@@ -19,7 +20,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace derived_operation_checks {
 namespace {

@@ -1,13 +1,14 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host::checks {
 
 /// The operations of files, or those of folders, for rules about both. A value.
 struct EntryKind {
-    using IProvider = foundation::storage::provider::IProvider;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using IProvider = provider::IProvider;
+    using StorageIRI = provider::StorageIRI;
     using Time = boost::posix_time::ptime;
 
     const char* name; ///< for messages: "file" or "folder"

@@ -4,6 +4,7 @@
 #include "host/validate/kit/CopiedPlugin.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <boost/core/demangle.hpp>
@@ -20,7 +21,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace entry_point_checks {
 namespace {

@@ -8,6 +8,7 @@
 #include "host/validate/kit/TreeDescription.h"
 #include "host/validate/rules/Check.h"
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <fmt/format.h>
@@ -16,7 +17,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace exhausted_memory_checks {
 namespace {

@@ -6,6 +6,7 @@
 #include "host/validate/kit/ExpectRefusal.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +15,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace listing_checks {
 namespace {

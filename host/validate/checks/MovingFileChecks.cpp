@@ -6,13 +6,14 @@
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/Times.h"
 #include "host/validate/kit/WriteProtection.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <fmt/format.h>
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace moving_file_checks {
 namespace {

@@ -5,6 +5,7 @@
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/Times.h"
 #include "host/validate/kit/WriteProtection.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <fmt/format.h>
@@ -12,7 +13,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace opening_stream_checks {
 namespace {

@@ -7,6 +7,7 @@
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/Times.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/SystemError.h"
 
 #include <algorithm>
@@ -17,7 +18,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace path_checks {
 namespace {

@@ -6,6 +6,7 @@
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/Times.h"
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <array>
@@ -18,7 +19,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace reading_and_writing_checks {
 namespace {

@@ -6,6 +6,7 @@
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/rules/Check.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <array>
@@ -23,7 +24,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace thread_checks {
 namespace {

@@ -8,6 +8,7 @@
 #include "host/validate/kit/Times.h"
 #include "host/validate/kit/TreeDescription.h"
 #include "host/validate/kit/WriteProtection.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <exception>
@@ -18,7 +19,7 @@
 
 namespace storage::host::checks {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 using boost::posix_time::ptime;
 using boost::posix_time::time_duration;
 

@@ -3,6 +3,7 @@
 #include "host/plugin/PluginLibrary.h"
 #include "host/validate/kit/OperationTrace.h"
 #include "host/validate/rules/Profile.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <memory>
 #include <optional>
@@ -20,8 +21,8 @@ namespace storage::host {
 /// from any number of threads once it has been called; the rest is for one thread.
 class CheckContext {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using IProvider = provider::IProvider;
+    using StorageIRI = provider::StorageIRI;
 
     /// @param plugin   path of the plug-in
     /// @param profile  what the provider is to be held to

@@ -3,12 +3,13 @@
 #include "host/validate/kit/CheckContext.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/TreeDescription.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <fmt/format.h>
 
 namespace storage::host {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 void expectRefusal(CheckContext& context, const std::function<void()>& action, ErrorCode code,
                    const StorageIRI& location, std::string_view operation) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <functional>
 #include <string_view>
@@ -11,8 +12,7 @@ class CheckContext;
 
 /// As `expectFailure`. Also expects that nothing in the check's own folder changes: no entry, byte, flag or
 /// time.
-void expectRefusal(CheckContext& context, const std::function<void()>& action,
-                   foundation::storage::provider::ErrorCode code,
-                   const foundation::storage::provider::StorageIRI& location, std::string_view operation);
+void expectRefusal(CheckContext& context, const std::function<void()>& action, provider::ErrorCode code,
+                   const provider::StorageIRI& location, std::string_view operation);
 
 } // namespace storage::host

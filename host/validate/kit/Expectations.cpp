@@ -3,12 +3,13 @@
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
 #include "host/validate/rules/Check.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <fmt/format.h>
 
 namespace storage::host {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <functional>
 #include <string_view>
@@ -16,8 +17,8 @@ void expect(bool holds, std::string_view reason);
 /// @param location   expected location of the exception
 /// @param operation  for the message, for example "creating an existing file"
 /// @throws RuleBroken when the action succeeds or fails otherwise
-void expectFailure(const std::function<void()>& action, foundation::storage::provider::ErrorCode code,
-                   const foundation::storage::provider::StorageIRI& location, std::string_view operation);
+void expectFailure(const std::function<void()>& action, provider::ErrorCode code,
+                   const provider::StorageIRI& location, std::string_view operation);
 
 /// @throws CheckSkipped
 [[noreturn]] void skip(std::string_view reason);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/ReplacementPolicy.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <array>
 #include <limits>
@@ -8,7 +9,7 @@
 // Every policy that a host can pass, including those without an enumerator.
 namespace storage::host::policies {
 
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ReplacementPolicy;
 
 constexpr ReplacementPolicy unnamed(std::int32_t number) {
     return static_cast<ReplacementPolicy>(number);

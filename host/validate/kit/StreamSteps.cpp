@@ -3,12 +3,13 @@
 #include "host/validate/kit/Expectations.h"
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <fmt/format.h>
 
 namespace storage::host {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 std::unique_ptr<ByteStream> openStream(const IProvider& provider, const StorageIRI& iri,
                                        const ByteStreamOpenOptions& options) {

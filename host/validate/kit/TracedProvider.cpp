@@ -1,10 +1,12 @@
 #include "host/validate/kit/TracedProvider.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <utility>
 
 namespace storage::host {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace {
 

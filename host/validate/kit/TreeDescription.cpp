@@ -3,6 +3,7 @@
 #include "host/support/Utf.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -13,7 +14,7 @@
 
 namespace storage::host {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
@@ -8,8 +9,8 @@ namespace storage::host {
 /// Borrows the provider. Not thread-safe.
 class WriteProtection {
 public:
-    using IProvider = foundation::storage::provider::IProvider;
-    using StorageIRI = foundation::storage::provider::StorageIRI;
+    using IProvider = provider::IProvider;
+    using StorageIRI = provider::StorageIRI;
 
     WriteProtection(const IProvider& provider, StorageIRI iri) : provider_(provider), iri_(std::move(iri)) {
         provider_.doSetWritable(iri_, false);

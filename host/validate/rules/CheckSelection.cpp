@@ -2,6 +2,7 @@
 
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 
 #include <algorithm>
@@ -9,7 +10,7 @@
 
 namespace storage::host {
 
-using foundation::storage::provider::WildcardPattern;
+using provider::WildcardPattern;
 
 namespace {
 

@@ -1,4 +1,5 @@
 #include "host/support/Umask.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/ProgramRun.h"
 #include "tests/support/SessionTest.h"
 #include "tests/support/TreeContents.h"
@@ -17,10 +18,12 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -112,8 +115,7 @@ TEST_P(ArchiveFormatTest, ATreeComesBack) {
     succeed("import -q " + source_ + " /src");
     const std::string file = disk_ / "out." + GetParam();
     EXPECT_EQ(succeed("export /src " + file), "exported 3 folders, 4 files, 700022 bytes, 1 symbolic link\n");
-    EXPECT_EQ(status("out." + std::string(GetParam())).st_mode & 0777U,
-              0666U & ~storage::host::currentUmask());
+    EXPECT_EQ(status("out." + std::string(GetParam())).st_mode & 0777U, 0666U & ~host::currentUmask());
     EXPECT_EQ(run("import " + file + " /again"), ExitStatus::Success);
     EXPECT_EQ(output(), "imported 4 folders, 4 files, 700022 bytes, 1 symbolic link\n");
     succeed("export /again/src " + disk_ / "back");
@@ -404,3 +406,5 @@ TEST_F(ArchiveTest, WhatOtherProgramsMadeIsImported) {
 }
 
 } // namespace
+
+} // namespace storage::tests

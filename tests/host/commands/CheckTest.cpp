@@ -1,5 +1,7 @@
 #include "tests/support/SessionTest.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -10,10 +12,12 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 using testing::HasSubstr;
 
 class CheckTest : public SessionTest {
@@ -408,3 +412,5 @@ TEST_F(CheckWithoutImportTest, ProvesNothingAndSaysSo) {
 }
 
 } // namespace
+
+} // namespace storage::tests

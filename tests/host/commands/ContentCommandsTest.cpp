@@ -2,18 +2,21 @@
 #include "host/storage/ByteStreamDevice.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "hostapi/storage/provider/ProviderStorageInfo.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/SessionTest.h"
 
 #include <csignal>
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::ProviderStorageInfo;
-using foundation::storage::provider::StorageIRI;
+using namespace host;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::ProviderStorageInfo;
+using provider::StorageIRI;
 using testing::HasSubstr;
 
 /// head, tail, grep, sha256sum, diff, df.
@@ -181,7 +184,7 @@ TEST_F(ContentCommandsTest, DfCountsWhatTheStorageHolds) {
                              "           -            -         4000         2         3\n");
     RoomyProvider roomy(provider_);
     Session session(roomy, console_, interruption_);
-    Shell shell(storage::host::commandTable(), session, interruption_, FailureHandling::AskPerson);
+    Shell shell(host::commandTable(), session, interruption_, FailureHandling::AskPerson);
     out_.str("");
     EXPECT_EQ(shell.execute("df -h"), ExitStatus::Success);
     EXPECT_EQ(output(), "        Size         Free      Content     Files   Folders\n"
@@ -192,3 +195,5 @@ TEST_F(ContentCommandsTest, DfCountsWhatTheStorageHolds) {
 }
 
 } // namespace
+
+} // namespace storage::tests

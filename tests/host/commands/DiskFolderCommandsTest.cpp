@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
 /// lcd, lpwd, lls, put, get.
@@ -52,3 +54,5 @@ TEST_F(DiskFolderCommandsTest, PutAndGetAreImportAndExport) {
 }
 
 } // namespace
+
+} // namespace storage::tests

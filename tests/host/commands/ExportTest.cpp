@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/ProgramRun.h"
 #include "tests/support/SessionTest.h"
 
@@ -13,10 +14,12 @@
 #include <unistd.h>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 
 class ExportTest : public SessionTest {
 protected:
@@ -485,3 +488,5 @@ TEST_F(ExportTest, AMissingSourceOrFolderIsNamed) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,15 +1,18 @@
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/SessionTest.h"
 
 #include <functional>
 #include <stdexcept>
 #include <string>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::StorageIRI;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::StorageIRI;
 
 /// Messages of commands if the storage refuses an operation that passed the commands' own checks. The storage
 /// contains the folders /a and /ro (read-only), and the file /f.
@@ -98,3 +101,5 @@ TEST_F(FailureCauseTest, SaysWhatItKnowsWhenTheStorageDoesNotAnswer) {
 }
 
 } // namespace
+
+} // namespace storage::tests

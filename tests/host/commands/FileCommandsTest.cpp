@@ -1,4 +1,5 @@
 #include "host/disk/FileDescriptor.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/SessionTest.h"
 
 #include <csignal>
@@ -8,9 +9,11 @@
 #include <optional>
 #include <utility>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 using testing::HasSubstr;
 
 /// mkdir, rmdir, rm, touch, chmod, cat, write, append, truncate.
@@ -227,7 +230,7 @@ protected:
     }
 
 private:
-    std::optional<storage::host::FileDescriptor> file_;
+    std::optional<host::FileDescriptor> file_;
 };
 
 TEST_F(StandardInputTest, WriteAndAppendTakeItAsItIs) {
@@ -307,3 +310,5 @@ TEST_F(FileCommandsTest, GrowingAFileCanBeInterrupted) {
 }
 
 } // namespace
+
+} // namespace storage::tests

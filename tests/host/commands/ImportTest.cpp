@@ -1,5 +1,7 @@
 #include "tests/support/SessionTest.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -7,10 +9,12 @@
 #include <new>
 #include <sys/stat.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 using testing::HasSubstr;
 
 class ImportTest : public SessionTest {
@@ -252,3 +256,5 @@ TEST_F(ImportTest, OddPathsAreRefusedWithTheirName) {
 }
 
 } // namespace
+
+} // namespace storage::tests

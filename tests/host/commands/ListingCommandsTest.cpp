@@ -1,10 +1,14 @@
 #include "tests/support/SessionTest.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gmock/gmock.h>
+
+namespace storage::tests {
 
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
@@ -248,3 +252,5 @@ TEST_F(ListingCommandsTest, NamesThatUtf8CannotSpellAreShownEscaped) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,5 +1,7 @@
 #include "tests/support/SessionTest.h"
 
+namespace storage::tests {
+
 namespace {
 
 /// mv and cp.
@@ -165,3 +167,5 @@ TEST_F(MoveAndCopyTest, CpAddsToFoldersThatAreThere) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,4 +1,5 @@
 #include "host/commands/CommandTable.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/SystemError.h"
 #include "hostapi/storage/provider/WholeFile.h"
 #include "tests/support/SessionTest.h"
@@ -11,13 +12,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
-using foundation::storage::provider::SystemError;
-using storage::host::FailureHandling;
-using storage::host::Session;
-using storage::host::Shell;
+using host::FailureHandling;
+using host::Session;
+using host::Shell;
+using provider::StorageIRI;
+using provider::SystemError;
 using testing::HasSubstr;
 
 /// cp and mv between the storages mem and disk.
@@ -58,9 +61,9 @@ TEST_F(StorageCopyTest, CpCopiesFilesAndFolders) {
 TEST_F(StorageCopyTest, CpCopiesFilesOfSeveralBuffers) {
     std::string content(std::size_t{1} << 20U, 'x');
     content += "end";
-    foundation::storage::provider::writeFile(*provider_, StorageIRI(u"/large"), content);
+    provider::writeFile(*provider_, StorageIRI(u"/large"), content);
     succeed("cp /large disk:/");
-    EXPECT_EQ(foundation::storage::provider::readFile(*providers_[1], StorageIRI(u"/large")), content);
+    EXPECT_EQ(provider::readFile(*providers_[1], StorageIRI(u"/large")), content);
 }
 
 TEST_F(StorageCopyTest, CopiesHaveTheTimeAndTheFlagOfTheSource) {
@@ -177,7 +180,7 @@ TEST_F(StorageCopyTest, MvRemovesNothingWhenACopyFails) {
 TEST_F(StorageCopyTest, MvRemovesNothingWhenTheCopyDiffers) {
     providers_[1]->before = [this](const char* operation, const StorageIRI& iri) {
         if (std::string(operation) == "setWritable" && iri.getPath() == u"/a/f") {
-            foundation::storage::provider::writeFile(*providers_[1], iri, "onE\n");
+            provider::writeFile(*providers_[1], iri, "onE\n");
         }
     };
     EXPECT_EQ(fail("mv /a disk:/"),
@@ -224,7 +227,7 @@ TEST_F(StorageCopyTest, MvRefusesWhatCannotLeave) {
 
 TEST_F(StorageCopyTest, MvOfAFileOntoItselfLosesNothing) {
     Session session({{"one", *provider_}, {"other", *provider_}}, console_, interruption_);
-    Shell shell(storage::host::commandTable(), session, interruption_, FailureHandling::AskPerson);
+    Shell shell(host::commandTable(), session, interruption_, FailureHandling::AskPerson);
     err_.str("");
     EXPECT_EQ(shell.execute("mv -f one:/a/f other:/a/f"), ExitStatus::Failure);
     EXPECT_EQ(errors(), "qzstorage: mv: one:/a/f: source and destination are the same, other:/a/f\n");
@@ -233,3 +236,5 @@ TEST_F(StorageCopyTest, MvOfAFileOntoItselfLosesNothing) {
 }
 
 } // namespace
+
+} // namespace storage::tests

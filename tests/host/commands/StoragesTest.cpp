@@ -1,4 +1,5 @@
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/SystemError.h"
 #include "tests/support/SessionTest.h"
 #include "tests/support/TreeContents.h"
@@ -6,10 +7,12 @@
 #include <cerrno>
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
-using foundation::storage::provider::SystemError;
+using provider::StorageIRI;
+using provider::SystemError;
 using testing::HasSubstr;
 
 /// A session with the storages mem and disk. The current storage is mem.
@@ -162,3 +165,5 @@ TEST_F(SessionTest, WithoutNamesAColonIsAnOrdinaryCharacter) {
 }
 
 } // namespace
+
+} // namespace storage::tests

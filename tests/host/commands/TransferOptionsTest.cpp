@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -202,3 +204,5 @@ TEST_F(TransferOptionsTest, APatternThatNothingMatchesIsWrongUsage) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,6 +4,7 @@
 #include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/SystemError.h"
 
 #include <gtest/gtest.h>
@@ -11,13 +12,15 @@
 #include <sstream>
 #include <string>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::StorageIRI;
-using foundation::storage::provider::SystemError;
+using namespace host;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::StorageIRI;
+using provider::SystemError;
 
 class ConsoleTest : public testing::Test {
 protected:
@@ -107,3 +110,5 @@ TEST(ConsoleShownTest, EscapesNamesOnlyForATerminal) {
 }
 
 } // namespace
+
+} // namespace storage::tests

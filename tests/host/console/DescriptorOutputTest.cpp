@@ -15,9 +15,11 @@
 #include <thread>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 
 TEST(DescriptorOutputTest, WritesAllBytesInOrder) {
     const TemporaryFolder folder;
@@ -88,3 +90,5 @@ TEST(DescriptorOutputTest, InterruptsABlockedWrite) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 
 TEST(ProgressMeterTest, ShowsNothingUnlessErrorsGoToATerminal) {
     std::ostringstream out;
@@ -36,3 +38,5 @@ TEST(ConsoleProgressTest, ErasesTheProgressLineBeforeFailuresAndAtTheEnd) {
 }
 
 } // namespace
+
+} // namespace storage::tests

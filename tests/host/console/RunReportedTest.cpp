@@ -10,9 +10,11 @@
 #include <sstream>
 #include <string>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 
 class RunReportedTest : public testing::Test {
 protected:
@@ -62,3 +64,5 @@ TEST_F(RunReportedTest, PassesOnAnOutputError) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -7,6 +7,8 @@
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
+namespace storage::tests {
+
 namespace {
 
 using testing::AllOf;
@@ -158,3 +160,5 @@ TEST(InspectProgramTest, APluginThatDiesIsOneLine) {
 }
 
 } // namespace
+
+} // namespace storage::tests

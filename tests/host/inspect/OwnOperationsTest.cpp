@@ -1,17 +1,20 @@
 #include "host/inspect/OwnOperations.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/PluginEntry.h"
 #include "tests/support/HookedProvider.h"
 #include "tests/support/OperationProbe.h"
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::ProviderOperation;
-using foundation::storage::provider::providerOperations;
-using foundation::storage::provider::StorageIRI;
-using storage::host::ownOperations;
+using host::ownOperations;
+using provider::IProvider;
+using provider::ProviderOperation;
+using provider::providerOperations;
+using provider::StorageIRI;
 
 using Names = std::vector<std::string>;
 
@@ -54,7 +57,7 @@ public:
 };
 
 TEST(OwnOperationsTest, TheInMemoryProviderHasThoseThatEveryProviderMustHave) {
-    EXPECT_EQ(namesOfOwn(*storage::inmemoryprovider::buildInMemoryProvider()), required());
+    EXPECT_EQ(namesOfOwn(*inmemoryprovider::buildInMemoryProvider()), required());
 }
 
 TEST(OwnOperationsTest, AnotherOneThatIsOverriddenIsTold) {
@@ -70,7 +73,9 @@ TEST(OwnOperationsTest, AProviderMayHaveOtherBases) {
 }
 
 TEST(OwnOperationsTest, AllMayBeOverridden) {
-    EXPECT_EQ(namesOfOwn(storage::tests::OperationProbe::provider()).size(), providerOperations.size());
+    EXPECT_EQ(namesOfOwn(OperationProbe::provider()).size(), providerOperations.size());
 }
 
 } // namespace
+
+} // namespace storage::tests

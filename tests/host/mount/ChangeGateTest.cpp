@@ -6,9 +6,11 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::ChangeGate;
+using host::ChangeGate;
 
 int resultOf(ChangeGate& gate, ChangeGate::Origin origin) {
     return errnoOf([&] { const ChangeGate::Passage passage(gate, origin); });
@@ -38,3 +40,5 @@ TEST(ChangeGateTest, RefusesProgramsAndCountsTheKernelWhileClosed) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -8,12 +8,14 @@
 #include <utility>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::ChildTable;
-using storage::host::FileInode;
-using storage::host::Inode;
-using storage::host::TreeEntry;
+using host::ChildTable;
+using host::FileInode;
+using host::Inode;
+using host::TreeEntry;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -143,7 +145,7 @@ TEST_F(ChildTableTest, ExchangesTwoChildren) {
 }
 
 TEST_F(ChildTableTest, CountsFolders) {
-    const TreeEntry& folder = table_.add(std::make_unique<storage::host::FolderInode>(u"d", nextNumber_++));
+    const TreeEntry& folder = table_.add(std::make_unique<host::FolderInode>(u"d", nextNumber_++));
     Inode& file = add(table_, u"f");
     EXPECT_EQ(table_.folders(), 1U);
     ChildTable other;
@@ -251,3 +253,5 @@ TEST_F(ChildTableTest, AddsAndRemovesThousandsOfChildren) {
 }
 
 } // namespace
+
+} // namespace storage::tests

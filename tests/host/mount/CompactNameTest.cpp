@@ -5,9 +5,11 @@
 #include <utility>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::CompactName;
+using host::CompactName;
 
 /// Returns names of each form, and of the lengths at which the form changes.
 std::vector<std::u16string> texts() {
@@ -47,3 +49,5 @@ TEST(CompactNameTest, IsEmptyAfterAMove) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,11 +4,13 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::longestEntryName;
-using storage::host::programNameOf;
-using storage::host::storageNameOf;
+using host::longestEntryName;
+using host::programNameOf;
+using host::storageNameOf;
 
 std::string repeated(std::size_t count, const std::string& text) {
     std::string result;
@@ -75,3 +77,5 @@ TEST(EntryNameTest, OmitsNamesThatAreTooLong) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,5 +1,6 @@
 #include "host/mount/ErrnoError.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/SystemError.h"
 #include "tests/host/mount/ErrnoOf.h"
 
@@ -8,13 +9,15 @@
 #include <new>
 #include <stdexcept>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::StorageIRI;
-using foundation::storage::provider::SystemError;
-using storage::host::ErrnoError;
+using host::ErrnoError;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::StorageIRI;
+using provider::SystemError;
 
 template <typename Thrown>
 int errnoOfThrown(const Thrown& thrown) {
@@ -58,3 +61,5 @@ TEST(ErrnoErrorTest, MapsAllOtherExceptions) {
 }
 
 } // namespace
+
+} // namespace storage::tests

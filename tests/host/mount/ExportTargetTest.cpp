@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -162,3 +164,5 @@ TEST_F(ExportTargetTest, SynchronizesOnlyTheImportedFolder) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,4 +1,5 @@
 #include "host/mount/FolderMove.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/StepwiseProvider.h"
@@ -10,11 +11,13 @@
 #include <iostream>
 #include <new>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
-using storage::host::FolderMove;
+using host::FolderMove;
+using provider::IProvider;
+using provider::StorageIRI;
 
 /// A storage with folders and files of all kinds in "/d", each with a different time.
 class FolderMoveTest : public testing::Test {
@@ -159,3 +162,5 @@ TEST_F(FolderMoveTest, RestoresTheReplacedFolderAfterAFailure) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::readFreeHeap;
+using host::readFreeHeap;
 
 constexpr std::uint64_t mebibyte = 1U << 20U;
 
@@ -33,3 +35,5 @@ TEST_F(FreeHeapTest, IsNothingIfTheKernelReportsNoHeap) {
 }
 
 } // namespace
+
+} // namespace storage::tests

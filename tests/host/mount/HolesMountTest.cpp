@@ -13,9 +13,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::pageSize;
+using host::pageSize;
 
 constexpr off_t pageBytes = pageSize;
 
@@ -199,3 +201,5 @@ TEST_F(HolesMountTest, CountsTheBlocksOfAFileAfterOneWrite) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,4 +1,5 @@
 #include "host/mount/InodeGuards.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/RunTogether.h"
 
 #include <chrono>
@@ -8,12 +9,14 @@
 #include <thread>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::ByteStream;
-using storage::host::FileInode;
-using storage::host::InodeGuards;
-using storage::host::OpenStream;
+using host::FileInode;
+using host::InodeGuards;
+using host::OpenStream;
+using provider::ByteStream;
 
 class InodeGuardsTest : public testing::Test {
 protected:
@@ -157,8 +160,10 @@ TEST_F(InodeGuardsTest, AreHeldByOneThreadAtATime) {
             ++sum;
         }
     };
-    storage::tests::runTogether({addUp, addUp, addUp});
+    runTogether({addUp, addUp, addUp});
     EXPECT_EQ(sum, 3 * turns);
 }
 
 } // namespace
+
+} // namespace storage::tests

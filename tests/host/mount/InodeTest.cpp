@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::FileInode;
-using storage::host::FolderInode;
-using storage::host::Inode;
+using host::FileInode;
+using host::FolderInode;
+using host::Inode;
 
 /// A mount may have millions of inodes.
 TEST(InodeTest, TakesLittleMemory) {
@@ -16,3 +18,5 @@ TEST(InodeTest, TakesLittleMemory) {
 }
 
 } // namespace
+
+} // namespace storage::tests

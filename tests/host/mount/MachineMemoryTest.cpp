@@ -3,9 +3,11 @@
 
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::MachineMemory;
+using host::MachineMemory;
 
 constexpr std::uint64_t mebibyte = 1U << 20U;
 constexpr std::uint64_t gibibyte = 1U << 30U;
@@ -94,3 +96,5 @@ TEST_F(MachineMemoryTest, OtherProcessesInTheGroupShareIt) {
 }
 
 } // namespace
+
+} // namespace storage::tests

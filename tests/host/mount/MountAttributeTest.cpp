@@ -9,6 +9,8 @@
 #include <unistd.h>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
 /// Set-ID bits, extended attributes and times of a real mount.
@@ -211,3 +213,5 @@ TEST_F(MountAttributeTest, UpdatesTheAccessTimeAsWithRelatime) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -10,10 +10,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
-using storage::host::ChildProcess;
+using host::ChildProcess;
 using testing::HasSubstr;
 
 /// Ending a mount: everything that programs wrote is exported before the unmount.
@@ -212,3 +214,5 @@ TEST_F(MountEndingTest, KeepsTheContentInMemoryUntilASignal) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 using testing::HasSubstr;
@@ -76,3 +78,5 @@ TEST_F(MountHelperProgramTest, ReportsUnknownOptions) {
 }
 
 } // namespace
+
+} // namespace storage::tests

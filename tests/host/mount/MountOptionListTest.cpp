@@ -4,11 +4,13 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::applyOptionList;
-using storage::host::MountOptions;
-using storage::host::UsageError;
+using host::applyOptionList;
+using host::MountOptions;
+using host::UsageError;
 using testing::ElementsAre;
 
 MountOptions optionsOf(const char* list) {
@@ -104,3 +106,5 @@ TEST(MountOptionListTest, RefusesUnknownOptionsUnlessSloppy) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+namespace storage::tests {
+
 namespace {
 
 /// Users, groups and permissions of a mount that other users may access.
@@ -66,3 +68,5 @@ TEST_F(MountOwnerTest, LetsRootChangeEverythingWithoutAllowOther) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -13,6 +13,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -340,3 +342,5 @@ TEST_F(MountingTest, MountsTwoStoragesAtOnce) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,6 +4,7 @@
 #include "host/session/ImportLog.h"
 #include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/DefaultSignals.h"
 #include "tests/support/SharedProvider.h"
 #include "tests/support/TemporaryFolder.h"
@@ -18,25 +19,27 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
-using storage::host::Console;
-using storage::host::Exporter;
-using storage::host::FileDescriptor;
-using storage::host::FileInode;
-using storage::host::Importer;
-using storage::host::ImportLog;
-using storage::host::Interruption;
-using storage::host::MountedStorage;
-using storage::host::MountExportSource;
-using storage::host::MountImportTarget;
-using storage::host::MountOptions;
-using storage::host::OutputKind;
-using storage::host::Owner;
-using storage::host::readXattrs;
-using storage::host::RootAttributes;
-using storage::host::StoragePath;
+using host::Console;
+using host::Exporter;
+using host::FileDescriptor;
+using host::FileInode;
+using host::Importer;
+using host::ImportLog;
+using host::Interruption;
+using host::MountedStorage;
+using host::MountExportSource;
+using host::MountImportTarget;
+using host::MountOptions;
+using host::OutputKind;
+using host::Owner;
+using host::readXattrs;
+using host::RootAttributes;
+using host::StoragePath;
 
 /// Describes an entry of the disk for comparison.
 std::string describeEntry(const std::string& path) {
@@ -92,8 +95,8 @@ protected:
         EXPECT_EQ(count(disk_ / exported), count(disk_ / "src"));
     }
 
-    storage::host::Inode& at(const std::string& name) {
-        storage::host::Inode& inode = *storage_.lookUp(storage_.root(), name).inode;
+    host::Inode& at(const std::string& name) {
+        host::Inode& inode = *storage_.lookUp(storage_.root(), name).inode;
         storage_.release(inode, 1);
         return inode;
     }
@@ -109,7 +112,7 @@ protected:
     DefaultSignals defaultSignals_;
     Interruption interruption_;
     Console console_{out_, OutputKind::Plain, err_, OutputKind::Plain};
-    std::shared_ptr<foundation::storage::provider::IProvider> provider_ = sharedProvider(TEST_PLUGIN);
+    std::shared_ptr<provider::IProvider> provider_ = sharedProvider(TEST_PLUGIN);
     MountedStorage storage_{*provider_};
 };
 
@@ -170,13 +173,13 @@ TEST_F(MountTransferTest, OverwritesAttributesOfTheTarget) {
     import();
     exportAll("out");
     (void)::setxattr((disk_ / "out/d").c_str(), "user.other", "x", 1, 0);
-    storage::host::AttributeChange change;
+    host::AttributeChange change;
     change.permissions = 0711;
     storage_.change(at("f"), change);
     change.permissions = 0750;
     storage_.change(at("d"), change);
     const auto folder = storage_.lookUp(storage_.root(), "d");
-    storage_.link(at("f"), static_cast<storage::host::FolderInode&>(*folder.inode), "g");
+    storage_.link(at("f"), static_cast<host::FolderInode&>(*folder.inode), "g");
     exportAll("out");
     EXPECT_EQ(describeEntry(disk_ / "out/f"), describeEntry(disk_ / "out/d/g"));
     EXPECT_EQ(fs::hard_link_count(disk_ / "out/f"), 2U);
@@ -201,3 +204,5 @@ TEST_F(MountTransferTest, KeepsTheOwnerOfSetIdFiles) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -6,6 +6,8 @@
 #include <random>
 #include <set>
 
+namespace storage::tests {
+
 namespace {
 
 /// Several concurrent programs, with files of their own and with shared files.
@@ -94,7 +96,7 @@ void MountedConcurrencyTest::workInCommon(unsigned seed) {
 }
 
 TEST_F(MountedConcurrencyTest, KeepsProgramsApart) {
-    storage::tests::runTogether(
+    runTogether(
         {[&] { workAlone(0); }, [&] { workAlone(1); }, [&] { workInCommon(1); }, [&] { workInCommon(2); }});
     EXPECT_THAT(complaints_, testing::IsEmpty());
     for (const std::string folder : {"/own0", "/own1"}) {
@@ -121,7 +123,7 @@ TEST_F(MountedConcurrencyTest, KeepsAllWritesToOneFile) {
         }
     };
     mount_.resize(file, 3 * part);
-    storage::tests::runTogether({[&] { write(0); }, [&] { write(1); }, [&] { write(2); }, resize});
+    runTogether({[&] { write(0); }, [&] { write(1); }, [&] { write(2); }, resize});
     EXPECT_EQ(mount_.bytesOf(file).substr(0, 3 * part),
               std::string(part, 'a') + std::string(part, 'b') + std::string(part, 'c'));
 }
@@ -150,10 +152,12 @@ TEST_F(MountedConcurrencyTest, ServesAFileWhileItIsReplaced) {
             }
         } while (!ended);
     };
-    storage::tests::runTogether({replace, hold, hold});
+    runTogether({replace, hold, hold});
     EXPECT_EQ(wrong, 0);
     mount_.removeFile("/f");
     expectStorageAsSeen();
 }
 
 } // namespace
+
+} // namespace storage::tests

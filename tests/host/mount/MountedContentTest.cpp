@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/BoundedProvider.h"
 #include "tests/host/mount/MountedStorageTest.h"
 #include "tests/support/ForwardingStream.h"
@@ -9,10 +10,12 @@
 #include <limits>
 #include <new>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::ByteStreamOpenOptions;
-using foundation::storage::provider::StorageIRI;
+using provider::ByteStreamOpenOptions;
+using provider::StorageIRI;
 
 /// Reading, writing and resizing files.
 class MountedContentTest : public MountedStorageTest {
@@ -247,7 +250,7 @@ TEST_F(MountedContentTest, RefusesSizesAboveTheLargestOffset) {
 }
 
 TEST_F(MountedContentTest, RefusesToResizeAFolder) {
-    storage::host::AttributeChange change;
+    host::AttributeChange change;
     change.size = 0;
     EXPECT_EQ(errnoOf([&] { mount_.storage().change(mount_.makeFolder("/d"), change); }), EISDIR);
 }
@@ -421,3 +424,5 @@ TEST_F(MountedContentTest, WritesAtTheRightOffsetAfterAFailedWrite) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <new>
 
+namespace storage::tests {
+
 namespace {
 
 /// Two names that are exchanged, and whiteouts.
@@ -65,7 +67,7 @@ TEST_F(MountedExchangeTest, ExchangesTwoEntriesOfTheRoot) {
 TEST_F(MountedExchangeTest, ChangesBothInodesAndModifiesBothFolders) {
     makeAllKinds(mount_);
     const std::vector<std::string> paths{"/a/file", "/b/other", "/a", "/b"};
-    storage::host::AttributeChange past;
+    host::AttributeChange past;
     past.modified = longAgo;
     past.changed = longAgo;
     for (const std::string& path : paths) {
@@ -242,3 +244,5 @@ std::string nameOfExchange(const testing::TestParamInfo<ExchangeUse>& info) {
 INSTANTIATE_TEST_SUITE_P(Of, MountedExchangeFailureTest, testing::ValuesIn(exchangeUses), nameOfExchange);
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,10 +4,12 @@
 #include <cerrno>
 #include <sys/xattr.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::AttributeChange;
-using storage::host::ExtendedAttributeSet;
+using host::AttributeChange;
+using host::ExtendedAttributeSet;
 
 /// Extended attributes of files and folders.
 class MountedExtendedAttributeTest : public MountedStorageTest {
@@ -126,3 +128,5 @@ TEST_F(MountedExtendedAttributeTest, UpdatesTheTimeOfChange) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,4 +1,5 @@
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/MountedTree.h"
@@ -13,12 +14,14 @@
 #include <iostream>
 #include <new>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::IProvider;
+using provider::StorageIRI;
 using testing::AnyOf;
 
 /// An operation of a program, and its result on the initial tree of every test.
@@ -32,7 +35,7 @@ void PrintTo(const Use& use, std::ostream* out) {
     *out << use.name;
 }
 
-constexpr std::uint64_t onePage = storage::host::pageSize;
+constexpr std::uint64_t onePage = host::pageSize;
 constexpr int punch = FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE;
 
 /// Makes a file with holes: pages 0 and 4 to 6 are written; page 8 and page 9, beyond the end, are reserved.
@@ -217,3 +220,5 @@ std::string nameOf(const testing::TestParamInfo<Use>& info) {
 INSTANTIATE_TEST_SUITE_P(OfEveryOperation, MountedFailureTest, testing::ValuesIn(uses), nameOf);
 
 } // namespace
+
+} // namespace storage::tests

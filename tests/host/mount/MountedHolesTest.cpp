@@ -9,10 +9,12 @@
 #include <new>
 #include <random>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::pageSize;
-using storage::host::pagesOf;
+using host::pageSize;
+using host::pagesOf;
 
 constexpr int keepSize = FALLOC_FL_KEEP_SIZE;
 constexpr int punchHole = FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE;
@@ -372,3 +374,5 @@ TEST_P(MountedHolesModelTest, AgreesWithAModelOfBytesAndPages) {
 INSTANTIATE_TEST_SUITE_P(WithSeed, MountedHolesModelTest, testing::Values(1U, 2U, 3U, 4U));
 
 } // namespace
+
+} // namespace storage::tests

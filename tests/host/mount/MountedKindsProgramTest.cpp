@@ -12,6 +12,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -129,3 +131,5 @@ TEST_F(MountedKindsProgramTest, CopiesATreeOfAllKinds) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,4 +1,5 @@
 #include "host/mount/SpecialInodes.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/MountedStorageTest.h"
 
@@ -8,9 +9,11 @@
 #include <new>
 #include <sys/sysmacros.h>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 
 /// Symbolic links, fifos, sockets and devices, which the storage does not support.
 class MountedKindsTest : public MountedStorageTest {
@@ -94,7 +97,7 @@ TEST_F(MountedKindsTest, ChangesAttributesAsOfFiles) {
     EXPECT_EQ(mount_.permissionsOf(mount_.at("/fifo")), 0444U);
     EXPECT_EQ(mount_.modifiedOf(mount_.at("/fifo")), longAgo);
     EXPECT_EQ(errnoOf([&] {
-                  storage::host::AttributeChange change;
+                  host::AttributeChange change;
                   change.size = 1;
                   mount_.storage().change(mount_.at("/fifo"), change);
               }),
@@ -173,8 +176,7 @@ TEST_F(MountedKindsTest, RefusesToReplaceFolders) {
 
 TEST_F(MountedKindsTest, KeepsARemovedInodeWhileReferenced) {
     auto& root = mount_.storage().root();
-    Inode& link =
-        *mount_.storage().makeSymbolicLink(root, "link", "x", storage::host::Owner::ofProcess()).inode;
+    Inode& link = *mount_.storage().makeSymbolicLink(root, "link", "x", host::Owner::ofProcess()).inode;
     mount_.removeFile("/link");
     EXPECT_EQ(MountedStorage::readLink(link), "x");
     EXPECT_EQ(mount_.storage().status(link).st_nlink, 0U);
@@ -230,3 +232,5 @@ TEST_F(MountedKindsTest, ChangesNothingWhenTheStorageFails) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -152,3 +154,5 @@ TEST_F(MountedLinkProgramTest, LinksAFileWithoutAName) {
 }
 
 } // namespace
+
+} // namespace storage::tests

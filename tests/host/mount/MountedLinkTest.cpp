@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/FailingStep.h"
 #include "tests/host/mount/MountedStorageTest.h"
 #include "tests/host/mount/StepwiseProvider.h"
@@ -10,6 +11,8 @@
 #include <cstdio>
 #include <new>
 #include <random>
+
+namespace storage::tests {
 
 namespace {
 
@@ -25,7 +28,7 @@ protected:
     /// Checks that an operation sets the time of change, but not the time of modification.
     template <typename Operation>
     bool changes(Inode& inode, const Operation& operation) {
-        storage::host::AttributeChange past;
+        host::AttributeChange past;
         past.modified = longAgo;
         past.changed = longAgo;
         mount_.storage().change(inode, past);
@@ -302,8 +305,8 @@ TEST_F(MountedLinkTest, RemovesThousandsOfNamesInAnyOrder) {
 }
 
 TEST_F(MountedLinkTest, CountsSubfoldersWhenTheyAreKnown) {
-    memory_->doCreateFolder(foundation::storage::provider::StorageIRI(u"/d"));
-    memory_->doCreateFolder(foundation::storage::provider::StorageIRI(u"/d/s"));
+    memory_->doCreateFolder(provider::StorageIRI(u"/d"));
+    memory_->doCreateFolder(provider::StorageIRI(u"/d/s"));
     EXPECT_EQ(linksOf("/d"), 1U) << "not known";
     mount_.makeFile("/d/f");
     mount_.namesIn(mount_.folder("/d"));
@@ -351,7 +354,7 @@ TEST_F(MountedLinkTest, ChangesNamesWhileTheFileIsUsed) {
     };
     mount_.link("/stays", "/stays-a");
     mount_.link("/stays", "/stays-b");
-    storage::tests::runTogether({[&] { changeNames("a"); }, [&] { changeNames("b"); }, use, use});
+    runTogether({[&] { changeNames("a"); }, [&] { changeNames("b"); }, use, use});
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(linksOf("/stays"), 3U);
     expectStorageAsSeen();
@@ -402,8 +405,7 @@ protected:
     }
 
     /// Ignores times and flags of folders: if they cannot be restored, the operation still succeeds.
-    static void expectStorageToHold(MountedTree& mount,
-                                    const foundation::storage::provider::IProvider& provider) {
+    static void expectStorageToHold(MountedTree& mount, const provider::IProvider& provider) {
         EXPECT_EQ(mount.storage().settle().failures.size(), 0U);
         const TreeSnapshot stored = takeSnapshot(provider);
         EXPECT_EQ(contentsOf(stored), contentsOf(seenInStorage(mount, stored)));
@@ -453,3 +455,5 @@ INSTANTIATE_TEST_SUITE_P(OfEveryOperation, MountedLinkFailureTest, testing::Valu
                          nameOfLinkUse);
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,18 +1,21 @@
 #include "tests/host/mount/MountedStorageTest.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cerrno>
 #include <set>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::UnorderedElementsAre;
-using Detail = storage::host::MountedStorage::ListingDetail;
+using Detail = host::MountedStorage::ListingDetail;
 
 /// Listings that programs read in pieces while others change the folder.
 class MountedListingTest : public MountedStorageTest {
@@ -192,8 +195,7 @@ TEST_F(MountedListingTest, LeavesNoReferenceAfterAFailure) {
     int queries = 0;
     provider_.before = [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "getFileAttributes" && ++queries == 2) {
-            throw foundation::storage::provider::Exception(foundation::storage::provider::ErrorCode::NotFound,
-                                                           iri);
+            throw provider::Exception(provider::ErrorCode::NotFound, iri);
         }
     };
     position = 0;
@@ -211,8 +213,7 @@ TEST_F(MountedListingTest, FailsWhenTheFirstEntryFails) {
     memory_->doCreateFile(StorageIRI(u"/a"));
     provider_.before = [](const std::string& operation, const StorageIRI& iri) {
         if (operation == "getFileAttributes") {
-            throw foundation::storage::provider::Exception(foundation::storage::provider::ErrorCode::NotFound,
-                                                           iri);
+            throw provider::Exception(provider::ErrorCode::NotFound, iri);
         }
     };
     std::uint64_t position = 2;
@@ -225,8 +226,7 @@ TEST_F(MountedListingTest, ReportsFailuresOfTheStorageAndRecovers) {
     for (const char* const failing : {"listAll", "hasNext", "step", "getEntry"}) {
         provider_.before = [&](const std::string& operation, const StorageIRI& iri) {
             if (operation == failing) {
-                throw foundation::storage::provider::Exception(
-                    static_cast<foundation::storage::provider::ErrorCode>(77), iri);
+                throw provider::Exception(static_cast<provider::ErrorCode>(77), iri);
             }
         };
         EXPECT_EQ(errnoOf([&] { mount_.namesIn(mount_.storage().root()); }), EIO) << failing;
@@ -236,3 +236,5 @@ TEST_F(MountedListingTest, ReportsFailuresOfTheStorageAndRecovers) {
 }
 
 } // namespace
+
+} // namespace storage::tests

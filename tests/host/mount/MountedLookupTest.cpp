@@ -1,11 +1,15 @@
 #include "tests/host/mount/MountedStorageTest.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <cerrno>
 #include <map>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 using testing::IsEmpty;
 
 /// The information that programs get about entries, and how many calls of the storage this requires.
@@ -151,3 +155,5 @@ TEST_F(MountedLookupTest, ReachesTheBottomOfADeepTree) {
 }
 
 } // namespace
+
+} // namespace storage::tests

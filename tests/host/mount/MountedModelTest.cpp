@@ -9,9 +9,11 @@
 #include <map>
 #include <random>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::AttributeChange;
+using host::AttributeChange;
 
 /// The expected state of a file or folder. All paths of one file share it.
 struct ModelEntry {
@@ -23,7 +25,7 @@ struct ModelEntry {
 
 /// A file that a program has opened.
 struct OpenFile {
-    storage::host::FileInode* inode;
+    host::FileInode* inode;
     std::shared_ptr<ModelEntry> entry;
 };
 
@@ -71,7 +73,7 @@ private:
     void truncate(const OpenFile& file);
     void allocate(const OpenFile& file);
     OpenFile anyFile();
-    void expectSame(storage::host::Inode& inode, const ModelEntry& entry, const std::string& path);
+    void expectSame(host::Inode& inode, const ModelEntry& entry, const std::string& path);
 
     std::mt19937 random_{GetParam()};
     std::map<std::string, std::shared_ptr<ModelEntry>> model_;
@@ -324,8 +326,7 @@ void MountedModelTest::compareOpenFile() {
     }
 }
 
-void MountedModelTest::expectSame(storage::host::Inode& inode, const ModelEntry& entry,
-                                  const std::string& path) {
+void MountedModelTest::expectSame(host::Inode& inode, const ModelEntry& entry, const std::string& path) {
     ASSERT_EQ(inode.isFolder(), entry.isFolder) << path;
     ASSERT_EQ(mount_.permissionsOf(inode), entry.permissions) << path;
     if (!entry.isFolder) {
@@ -378,7 +379,7 @@ void MountedModelTest::expectStorageAsInModel() {
     expectStorageAsSeen();
     const TreeSnapshot tree = takeSnapshot(*memory_);
     for (const auto& [path, entry] : model_) {
-        const auto found = tree.find(storage::host::toUtf16(path));
+        const auto found = tree.find(host::toUtf16(path));
         if (found == tree.end()) {
             continue; // an additional name, checked by `expectStorageAsSeen`
         }
@@ -387,7 +388,7 @@ void MountedModelTest::expectStorageAsInModel() {
         EXPECT_EQ(kept.bytes, entry->bytes) << path;
         EXPECT_EQ(kept.isWritable, (entry->permissions & S_IWUSR) != 0) << path;
         if (entry->modified) {
-            EXPECT_EQ(kept.lastModified, storage::host::fromDiskTime(*entry->modified)) << path;
+            EXPECT_EQ(kept.lastModified, host::fromDiskTime(*entry->modified)) << path;
         }
     }
 }
@@ -409,3 +410,5 @@ TEST_P(MountedModelTest, AgreesWithAModel) {
 INSTANTIATE_TEST_SUITE_P(WithSeed, MountedModelTest, testing::Values(1U, 2U, 3U, 4U, 5U));
 
 } // namespace
+
+} // namespace storage::tests

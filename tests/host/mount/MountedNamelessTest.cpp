@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <new>
 
+namespace storage::tests {
+
 namespace {
 
 /// Files that are created without a name.
@@ -103,7 +105,7 @@ TEST_F(MountedNamelessTest, LeavesNoNamelessFileInTheStorage) {
 }
 
 TEST_F(MountedNamelessTest, CreatesAFileInARemovedFolder) {
-    const auto self = storage::host::Owner::ofProcess();
+    const auto self = host::Owner::ofProcess();
     const auto made = mount_.storage().makeFolder(mount_.storage().root(), "d", 0755, self);
     auto& folder = static_cast<FolderInode&>(*made.inode);
     mount_.removeFolder("/d");
@@ -150,7 +152,7 @@ TEST_F(MountedNamelessTest, LeavesNothingWhenTheCreationFails) {
             const FailingStep step(provider_, number, [] { throw std::bad_alloc(); });
             error = errnoOf([&] {
                 const auto made = mount_.storage().makeNamelessFile(mount_.storage().root(), 0400,
-                                                                    storage::host::Owner::ofProcess());
+                                                                    host::Owner::ofProcess());
                 mount_.storage().release(*made.inode, 1);
             });
             happened = step.happened();
@@ -164,3 +166,5 @@ TEST_F(MountedNamelessTest, LeavesNothingWhenTheCreationFails) {
 }
 
 } // namespace
+
+} // namespace storage::tests

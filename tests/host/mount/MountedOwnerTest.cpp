@@ -1,14 +1,17 @@
 #include "host/mount/Ownership.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/BoundedProvider.h"
 #include "tests/host/mount/MountedStorageTest.h"
 
 #include <cerrno>
 #include <utility>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::AttributeChange;
-using storage::host::Owner;
+using host::AttributeChange;
+using host::Owner;
 
 constexpr Owner anotherOwner{1234, 5678};
 
@@ -16,7 +19,7 @@ constexpr Owner anotherOwner{1234, 5678};
 class MountedOwnerTest : public MountedStorageTest {};
 
 TEST_F(MountedOwnerTest, GivesExistingEntriesTheDefaultOwner) {
-    memory_->doCreateFile(foundation::storage::provider::StorageIRI(u"/f"));
+    memory_->doCreateFile(provider::StorageIRI(u"/f"));
     EXPECT_EQ(mount_.ownerOf(mount_.at("/f")), Owner::ofProcess());
     EXPECT_EQ(mount_.ownerOf(mount_.storage().root()), Owner::ofProcess());
     MountedStorage other(*memory_, {.owner = anotherOwner});
@@ -93,3 +96,5 @@ TEST_F(MountedOwnerTest, ClearsSetIdBits) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,10 +1,14 @@
 #include "tests/host/mount/MountedStorageTest.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <cerrno>
+
+namespace storage::tests {
 
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 
 /// Permissions. The storage keeps the owner's write bit as its flag. The kernel permits some operations in
 /// spite of that flag.
@@ -157,8 +161,7 @@ TEST_F(MountedPermissionTest, KeepsTheFlagAfterAFailedRemoval) {
     EXPECT_EQ(errnoOf([&] { mount_.removeFolder("/d"); }), ENOTEMPTY);
     provider_.before = [](const std::string& operation, const StorageIRI& iri) {
         if (operation == "removeFile") {
-            throw foundation::storage::provider::Exception(
-                foundation::storage::provider::ErrorCode::NotOffered, iri);
+            throw provider::Exception(provider::ErrorCode::NotOffered, iri);
         }
     };
     EXPECT_EQ(errnoOf([&] { mount_.removeFile("/d/f"); }), EOPNOTSUPP);
@@ -169,3 +172,5 @@ TEST_F(MountedPermissionTest, KeepsTheFlagAfterAFailedRemoval) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,12 +1,15 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/MountedStorageTest.h"
 #include "tests/support/ForwardingStream.h"
 
 #include <cerrno>
 #include <new>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 using testing::IsEmpty;
 
 /// Removed entries, and their use after the removal.
@@ -222,7 +225,7 @@ TEST_F(MountedRemovalTest, RemovesAFileAlsoIfItsBytesCannotBeKept) {
 }
 
 TEST_F(MountedRemovalTest, RefusesToCreateInARemovedFolder) {
-    const auto self = storage::host::Owner::ofProcess();
+    const auto self = host::Owner::ofProcess();
     const auto made = mount_.storage().makeFolder(mount_.storage().root(), "d", 0755, self);
     auto& folder = static_cast<FolderInode&>(*made.inode);
     mount_.makeFile("/f", "abc");
@@ -244,3 +247,5 @@ TEST_F(MountedRemovalTest, RefusesToCreateInARemovedFolder) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/MountedStorageTest.h"
 #include "tests/support/RunTogether.h"
 
@@ -5,9 +6,11 @@
 #include <cerrno>
 #include <cstdio>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
+using provider::StorageIRI;
 
 /// Renames with the semantics of rename(2).
 class MountedRenameTest : public MountedStorageTest {};
@@ -198,7 +201,7 @@ TEST_F(MountedRenameTest, NeverMissesAReplacedFile) {
             mount_.close(file);
         } while (!ended);
     };
-    storage::tests::runTogether({replace, watch, watch});
+    runTogether({replace, watch, watch});
     EXPECT_EQ(missing, 0);
     EXPECT_EQ(mixed, 0);
     EXPECT_GT(reads, 0);
@@ -227,9 +230,11 @@ TEST_F(MountedRenameTest, KeepsAMovedFolderAtExactlyOnePlace) {
             wrong += mount_.bytesOf(static_cast<FileInode&>(file)) == "abc" ? 0 : 1;
         } while (!ended);
     };
-    storage::tests::runTogether({move, watch, watch});
+    runTogether({move, watch, watch});
     EXPECT_EQ(wrong, 0);
     expectStorageAsSeen();
 }
 
 } // namespace
+
+} // namespace storage::tests

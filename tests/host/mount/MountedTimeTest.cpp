@@ -1,18 +1,21 @@
 #include "host/support/FileTime.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/MountedStorageTest.h"
 
 #include <cerrno>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
-using storage::host::AttributeChange;
+using host::AttributeChange;
+using provider::StorageIRI;
 
 /// The times of entries.
 class MountedTimeTest : public MountedStorageTest {
 protected:
     std::string storedTime(const std::string& path) const {
-        return storage::host::formatMicroseconds(stored(path).lastModified);
+        return host::formatMicroseconds(stored(path).lastModified);
     }
 
     const std::string longAgoText = "2001-02-03 04:05:06.123456 UTC";
@@ -36,11 +39,11 @@ TEST_F(MountedTimeTest, ReplacesNotADateTimeByTheCurrentTime) {
         memory_->doSetLastModified(iri, time);
         return mount_.modifiedOf(mount_.file("/" + name));
     };
-    const timespec before = storage::host::toDiskTime(boost::posix_time::second_clock::universal_time());
+    const timespec before = host::toDiskTime(boost::posix_time::second_clock::universal_time());
     EXPECT_GE(loadedTime(ptime(boost::posix_time::not_a_date_time)).tv_sec, before.tv_sec);
-    EXPECT_EQ(storage::host::formatDiskTime(loadedTime(ptime(boost::posix_time::pos_infin))),
+    EXPECT_EQ(host::formatDiskTime(loadedTime(ptime(boost::posix_time::pos_infin))),
               "9999-12-31 23:59:59.999999 UTC");
-    EXPECT_EQ(storage::host::formatDiskTime(loadedTime(ptime(boost::posix_time::neg_infin))),
+    EXPECT_EQ(host::formatDiskTime(loadedTime(ptime(boost::posix_time::neg_infin))),
               "1400-01-01 00:00:00.000000 UTC");
 }
 
@@ -208,7 +211,7 @@ TEST_F(MountedTimeTest, KeepsTheCreationTime) {
 
 TEST_F(MountedTimeTest, TakesTheCreationTimeOfExistingEntriesFromTheirModification) {
     memory_->doCreateFile(StorageIRI(u"/f"));
-    memory_->doSetLastModified(StorageIRI(u"/f"), storage::host::fromDiskTime(longAgo));
+    memory_->doSetLastModified(StorageIRI(u"/f"), host::fromDiskTime(longAgo));
     EXPECT_EQ(mount_.storage().completeStatus(mount_.at("/f")).born, longAgo);
 }
 
@@ -264,3 +267,5 @@ TEST_F(MountedTimeTest, OfAFolderIsUpdatedByChangesOfItsEntries) {
 }
 
 } // namespace
+
+} // namespace storage::tests

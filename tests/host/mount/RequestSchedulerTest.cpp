@@ -10,10 +10,12 @@
 #include <thread>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::RequestDevice;
-using storage::host::RequestScheduler;
+using host::RequestDevice;
+using host::RequestScheduler;
 using testing::ElementsAre;
 using testing::SizeIs;
 using Drained = RequestScheduler::Drained;
@@ -289,3 +291,5 @@ TEST_F(RequestSchedulerTest, EndsAllThreadsWithTheDevice) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -6,11 +6,13 @@
 #include <set>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::endOfPages;
-using storage::host::PageRange;
-using storage::host::SparseMap;
+using host::endOfPages;
+using host::PageRange;
+using host::SparseMap;
 using State = SparseMap::State;
 
 bool isSame(const SparseMap::Extent& left, const SparseMap::Extent& right) {
@@ -234,7 +236,7 @@ TEST(SparseMapTest, FindsTheExtentFromAPage) {
 }
 
 TEST(SparseMapTest, HandlesTheLastPages) {
-    constexpr std::uint64_t last = (1ULL << 63U) / storage::host::pageSize - 1;
+    constexpr std::uint64_t last = (1ULL << 63U) / host::pageSize - 1;
     SparseMap map;
     map.add(map.place({last, last + 1}, State::Written));
     EXPECT_EQ(map.holesIn({0, last + 1}), last);
@@ -244,3 +246,5 @@ TEST(SparseMapTest, HandlesTheLastPages) {
 }
 
 } // namespace
+
+} // namespace storage::tests

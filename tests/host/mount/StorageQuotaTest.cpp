@@ -1,5 +1,6 @@
 #include "host/mount/StorageQuota.h"
 #include "host/mount/MountedStorage.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/support/SharedProvider.h"
 
@@ -9,14 +10,16 @@
 #include <gtest/gtest.h>
 #include <string>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
-using storage::host::FileInode;
-using storage::host::MountedStorage;
-using storage::host::Owner;
-using storage::host::StorageLimits;
-using storage::host::StorageUse;
+using host::FileInode;
+using host::MountedStorage;
+using host::Owner;
+using host::StorageLimits;
+using host::StorageUse;
+using provider::StorageIRI;
 
 class StorageQuotaTest : public testing::Test {
 protected:
@@ -38,7 +41,7 @@ protected:
     }
 
     int resize(FileInode& file, std::uint64_t size) {
-        storage::host::AttributeChange change;
+        host::AttributeChange change;
         change.size = size;
         return errnoOf([&] { storage_->change(file, change); });
     }
@@ -49,7 +52,7 @@ protected:
 
     std::uint64_t left() { return storage_->space().available; }
 
-    std::shared_ptr<foundation::storage::provider::IProvider> memory_ = sharedProvider(TEST_PLUGIN);
+    std::shared_ptr<provider::IProvider> memory_ = sharedProvider(TEST_PLUGIN);
     std::optional<MountedStorage> storage_;
 };
 
@@ -135,7 +138,7 @@ TEST_F(StorageQuotaTest, CountsExistingEntries) {
     EXPECT_EQ(left(), 56 * kibibyte);
     EXPECT_EQ(storage_->entries(0).free, 7U);
     const auto folder = storage_->lookUp(storage_->root(), "a");
-    storage_->removeFile(static_cast<storage::host::FolderInode&>(*folder.inode), "f");
+    storage_->removeFile(static_cast<host::FolderInode&>(*folder.inode), "f");
     EXPECT_EQ(left(), 64 * kibibyte);
     EXPECT_EQ(storage_->entries(0).free, 8U);
 }
@@ -150,3 +153,5 @@ TEST_F(StorageQuotaTest, EstimatesFreeEntriesWithoutALimit) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,5 +1,6 @@
 #include "host/mount/StorageSpace.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/host/mount/ErrnoOf.h"
 #include "tests/host/mount/FakeMemory.h"
 #include "tests/support/HookedProvider.h"
@@ -10,13 +11,15 @@
 #include <malloc.h>
 #include <sys/sysinfo.h>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::ProviderStorageInfo;
-using foundation::storage::provider::StorageIRI;
-using storage::host::StorageSpace;
+using host::StorageSpace;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::ProviderStorageInfo;
+using provider::StorageIRI;
 
 class SpaceProvider final : public HookedProvider {
 public:
@@ -242,3 +245,5 @@ TEST_F(FullMemoryTest, ShowsTheRoomForSmallFiles) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -2,11 +2,13 @@
 
 #include "tests/host/mount/MountedStorageTest.h"
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::AttributeChange;
-using storage::host::Owner;
-using storage::host::UnkeptCounts;
+using host::AttributeChange;
+using host::Owner;
+using host::UnkeptCounts;
 
 TEST(UnkeptCountsTest, ListsNonzeroCounts) {
     EXPECT_EQ(UnkeptCounts{}.summary(), "");
@@ -48,3 +50,5 @@ TEST_F(UnkeptTest, CountsWhatTheStorageLacks) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -13,6 +13,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -113,12 +115,12 @@ TEST_F(UnmountProgramTest, RefusesOtherUsers) {
     }
     constexpr uid_t somebody = 65534;
     fs::permissions(disk_.path(), fs::perms(0755));
-    storage::host::UnmountStatus status;
+    host::UnmountStatus status;
     expectSuccess(runMounted({"--allow-other"}, [&](pid_t) {
-        storage::host::ChildProcess stranger([&] {
+        host::ChildProcess stranger([&] {
             if (::setresuid(somebody, somebody, somebody) == 0) {
                 const int folder = ::open(mountPoint_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-                ::_exit(::ioctl(folder, storage::host::startUnmounting, &status) == 0 ? 0 : errno);
+                ::_exit(::ioctl(folder, host::startUnmounting, &status) == 0 ? 0 : errno);
             }
         });
         EXPECT_EQ(WEXITSTATUS(waitForEnd(stranger)), EPERM);
@@ -150,7 +152,7 @@ TEST_F(UnmountProgramTest, KeepsTheOwnerOfExportedSetIdFiles) {
     const std::string exported = disk_.makeFolder("exported");
     expectSuccess(runMounted({"--allow-other", "--export-on-exit", exported}, [&](pid_t) {
         fs::permissions(mountPoint_, fs::perms(0777));
-        storage::host::ChildProcess stranger([&] {
+        host::ChildProcess stranger([&] {
             if (::setresgid(somebody, somebody, somebody) == 0 &&
                 ::setresuid(somebody, somebody, somebody) == 0) {
                 ::umask(0);
@@ -190,3 +192,5 @@ TEST_F(MountProgramTest, ReportsWrongUsageOfUnmountInOneLineWithStatusTwo) {
 }
 
 } // namespace
+
+} // namespace storage::tests

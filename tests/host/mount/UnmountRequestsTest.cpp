@@ -4,10 +4,12 @@
 #include <poll.h>
 #include <string>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::UnmountRequests;
-using storage::host::UnmountStatus;
+using host::UnmountRequests;
+using host::UnmountStatus;
 using Stage = UnmountStatus::Stage;
 
 bool isReadable(int descriptor) {
@@ -64,3 +66,5 @@ TEST(UnmountRequestsTest, TruncatesALongText) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,19 +1,21 @@
 #include "host/plugin/LoadedProvider.h"
 #include "host/plugin/PluginLibrary.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/LoadedPlugin.h"
 #include "tests/support/MockProvider.h"
 
 #include <gmock/gmock.h>
 #include <optional>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
-using storage::host::LoadedProvider;
-using storage::host::PluginLibrary;
-using storage::tests::pluginIsLoaded;
+using host::LoadedProvider;
+using host::PluginLibrary;
+using provider::Exception;
+using provider::IProvider;
+using provider::StorageIRI;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -67,3 +69,5 @@ TEST(LoadedProviderTest, UnloadsTheLibraryBeforeAHostExceptionIsHandled) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -3,12 +3,14 @@
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::NamedPlugin;
-using storage::host::namedPlugins;
-using storage::host::onlyPlugin;
-using storage::host::UsageError;
+using host::NamedPlugin;
+using host::namedPlugins;
+using host::onlyPlugin;
+using host::UsageError;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
 
@@ -53,3 +55,5 @@ TEST(NamedPluginTest, RejectsNamesForASinglePlugin) {
 }
 
 } // namespace
+
+} // namespace storage::tests

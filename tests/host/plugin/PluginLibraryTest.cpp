@@ -1,15 +1,17 @@
 #include "host/plugin/PluginLibrary.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/LoadedPlugin.h"
 
 #include <gtest/gtest.h>
 #include <optional>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
-using storage::host::LoadedProvider;
-using storage::host::PluginLibrary;
-using storage::tests::pluginIsLoaded;
+using host::LoadedProvider;
+using host::PluginLibrary;
+using provider::StorageIRI;
 
 TEST(PluginLibraryTest, BuildsIndependentProviders) {
     const PluginLibrary library(TEST_PLUGIN);
@@ -52,3 +54,5 @@ TEST(PluginLibraryTest, KeepsStreamsAndListingsUsableWithoutTheirProvider) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -10,9 +10,11 @@
 #include <thread>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using Result = CheckOutcome::Result;
 using std::chrono::milliseconds;
 using testing::HasSubstr;
@@ -254,3 +256,5 @@ TEST(CheckProcessTest, HasItsOwnProcessGroupAndWritesNoCore) {
 }
 
 } // namespace
+
+} // namespace storage::tests

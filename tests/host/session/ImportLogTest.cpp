@@ -3,11 +3,13 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::ImportLog;
-using storage::host::ImportSource;
-using storage::host::StoragePath;
+using host::ImportLog;
+using host::ImportSource;
+using host::StoragePath;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -113,3 +115,5 @@ TEST(ImportLogTest, PlacesMovedSourcesOnTop) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,14 +4,16 @@
 
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::DiskAttributes;
-using storage::host::DiskOwner;
-using storage::host::EntryKind;
-using storage::host::fromDiskTime;
-using storage::host::KeptAttributes;
-using storage::host::StoragePath;
+using host::DiskAttributes;
+using host::DiskOwner;
+using host::EntryKind;
+using host::fromDiskTime;
+using host::KeptAttributes;
+using host::StoragePath;
 
 StoragePath at(std::u16string_view text) {
     return StoragePath::resolve(StoragePath(), text);
@@ -174,3 +176,5 @@ TEST_F(KeptAttributesTest, DropsTheRecordsOfARemovedTree) {
 }
 
 } // namespace
+
+} // namespace storage::tests

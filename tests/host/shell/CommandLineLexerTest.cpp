@@ -3,11 +3,13 @@
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::CommandLineLexer;
-using storage::host::UsageError;
-using storage::host::Word;
+using host::CommandLineLexer;
+using host::UsageError;
+using host::Word;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -101,3 +103,5 @@ TEST(CommandLineLexerTest, TakesALineOfOneMebibyte) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -3,11 +3,13 @@
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::CommandSyntax;
-using storage::host::UsageError;
-using storage::host::WordKind;
+using host::CommandSyntax;
+using host::UsageError;
+using host::WordKind;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;
@@ -135,3 +137,5 @@ TEST_F(CommandSyntaxTest, AsksForHelp) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,12 +1,15 @@
 #include "host/shell/Completer.h"
 #include "host/commands/CommandTable.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/SessionTest.h"
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::Completer;
+using host::Completer;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -21,7 +24,7 @@ protected:
     }
 
     Completer::Completion complete(const std::string& line) const {
-        return Completer(storage::host::commandTable(), session_).complete(line);
+        return Completer(host::commandTable(), session_).complete(line);
     }
 
     /// Returns the line after completion.
@@ -36,7 +39,7 @@ TEST_F(CompleterTest, CompletesCommands) {
     EXPECT_EQ(completed("t"), "t");
     EXPECT_THAT(candidates("t"), ElementsAre("tail", "touch", "tree", "truncate"));
     EXPECT_EQ(completed("tr"), "tr");
-    EXPECT_EQ(candidates("").size(), storage::host::commandTable().size());
+    EXPECT_EQ(candidates("").size(), host::commandTable().size());
     EXPECT_EQ(completed("help mkd"), "help mkdir ");
     EXPECT_THAT(candidates("frob"), IsEmpty());
 }
@@ -71,7 +74,7 @@ TEST_F(CompleterTest, QuotesWhatItAdds) {
 TEST_F(CompleterTest, EveryCompletionIsReadBackAsTheName) {
     const std::string odd = " '\"\\#*?|<>&;$`x";
     succeed("mkdir /odd");
-    provider_->doCreateFile(foundation::storage::provider::StorageIRI(u"/odd/a '\"\\#*?|<>&;$`x"));
+    provider_->doCreateFile(provider::StorageIRI(u"/odd/a '\"\\#*?|<>&;$`x"));
     for (const std::string begin : {"stat /odd/", "stat '/odd/", "stat \"/odd/"}) {
         EXPECT_THAT(succeed(completed(begin)), testing::HasSubstr("path: /odd/a" + odd + "\n")) << begin;
     }
@@ -112,7 +115,7 @@ TEST_F(CompleterTest, LeavesAloneWhatItCannotRead) {
 }
 
 TEST_F(CompleterTest, NamesThatCannotBeTypedAreLeftOut) {
-    using foundation::storage::provider::StorageIRI;
+    using provider::StorageIRI;
     provider_->doCreateFile(StorageIRI(u"/src/lib/x\n"));
     provider_->doCreateFile(StorageIRI(u"/src/lib/\xD800"));
     provider_->doCreateFile(StorageIRI(u"/src/lib/y"));
@@ -130,7 +133,7 @@ protected:
     }
 
     Completer::Completion complete(const std::string& line) const {
-        return Completer(storage::host::commandTable(), session_).complete(line);
+        return Completer(host::commandTable(), session_).complete(line);
     }
     std::string completed(const std::string& line) const { return line + complete(line).insertion; }
 };
@@ -148,3 +151,5 @@ TEST_F(CompleterStoragesTest, CompletesThePrefixesOfStorages) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -10,9 +10,11 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Places = DescriptorLineSource::Places;
@@ -119,3 +121,5 @@ TEST_F(DescriptorLineSourceTest, StopsWhenTheUserWantsTo) {
 }
 
 } // namespace
+
+} // namespace storage::tests

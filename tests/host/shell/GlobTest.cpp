@@ -2,17 +2,20 @@
 #include "host/shell/CommandLineLexer.h"
 #include "host/shell/DiskLookup.h"
 #include "host/shell/StorageLookup.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/SessionTest.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::CommandLineLexer;
-using storage::host::DiskLookup;
-using storage::host::Glob;
-using storage::host::StorageLookup;
+using host::CommandLineLexer;
+using host::DiskLookup;
+using host::Glob;
+using host::StorageLookup;
 using testing::ElementsAre;
 
 class GlobTest : public SessionTest {
@@ -84,7 +87,7 @@ TEST_F(GlobTest, AMatchNeverLooksLikeAnOption) {
 }
 
 TEST_F(GlobTest, NamesThatNoBytesSpellMatchNothing) {
-    provider_->doCreateFile(foundation::storage::provider::StorageIRI(u"/src/bin/\xD800"));
+    provider_->doCreateFile(provider::StorageIRI(u"/src/bin/\xD800"));
     EXPECT_THAT(expand("/src/bin/*"), ElementsAre("/src/bin/x.h"));
     EXPECT_THAT(expand("/src/\xFF*"), ElementsAre("/src/\xFF*"));
 }
@@ -139,3 +142,5 @@ TEST_F(DiskGlobTest, WhatIsNotUtf8MatchesAndWhatCannotBeReadDoesNot) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -6,10 +6,12 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::CommandError;
-using storage::host::HistoryFile;
+using host::CommandError;
+using host::HistoryFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -77,3 +79,5 @@ TEST_F(HistoryFileTest, SaysWhyItCannotBeKept) {
 }
 
 } // namespace
+
+} // namespace storage::tests

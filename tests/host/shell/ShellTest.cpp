@@ -1,13 +1,16 @@
 #include "host/commands/CommandTable.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/SessionTest.h"
 
 #include <csignal>
 #include <deque>
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using testing::HasSubstr;
 
 /// Lines that are available from the start.
@@ -32,7 +35,7 @@ class ShellTest : public SessionTest {
 protected:
     ExitStatus runAll(FailureHandling handling, std::deque<std::string> lines) {
         GivenLines source(std::move(lines));
-        return Shell(storage::host::commandTable(), session_, interruption_, handling).run(source);
+        return Shell(host::commandTable(), session_, interruption_, handling).run(source);
     }
 };
 
@@ -119,14 +122,14 @@ TEST_F(ShellTest, AnInterruptedScriptEndsAlsoWhenItKeepsGoing) {
     succeed("truncate -s 1M /f");
     provider_->beforeRead = [] { std::raise(SIGINT); };
     EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"cat /f", "touch /g"}), ExitStatus::Interrupted);
-    EXPECT_EQ(provider_->doFileExists(foundation::storage::provider::StorageIRI(u"/g")), false);
+    EXPECT_EQ(provider_->doFileExists(provider::StorageIRI(u"/g")), false);
 }
 
 TEST_F(ShellTest, APersonInterruptsTheRunningCommandOnly) {
     succeed("truncate -s 1M /f");
     provider_->beforeRead = [] { std::raise(SIGINT); };
     EXPECT_EQ(runAll(FailureHandling::AskPerson, {"cat /f", "touch /g"}), ExitStatus::Success);
-    EXPECT_TRUE(provider_->doFileExists(foundation::storage::provider::StorageIRI(u"/g")));
+    EXPECT_TRUE(provider_->doFileExists(provider::StorageIRI(u"/g")));
 }
 
 TEST_F(ShellTest, ATerminationEndsAPersonsSessionToo) {
@@ -147,3 +150,5 @@ TEST_F(ShellTest, WhatAPluginThrowsIsReported) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::StoragePath;
+using host::StoragePath;
 
 StoragePath path(std::u16string_view text) {
     return StoragePath::resolve(StoragePath(), text);
@@ -80,3 +82,5 @@ TEST(StoragePathTest, DiffersBetweenStorages) {
 }
 
 } // namespace
+
+} // namespace storage::tests

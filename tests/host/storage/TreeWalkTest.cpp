@@ -1,13 +1,16 @@
 #include "host/storage/TreeWalk.h"
 #include "host/support/Utf.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/SessionTest.h"
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::StoragePath;
-using storage::host::TreeWalk;
+using host::StoragePath;
+using host::TreeWalk;
 using Kind = TreeWalk::Step::Kind;
 using testing::ElementsAre;
 
@@ -21,7 +24,7 @@ protected:
     static std::string describe(const TreeWalk::Step& step) {
         const char* const kinds[] = {"file", "folder", "done"};
         return std::string(kinds[static_cast<int>(step.kind)]) + ' ' + step.path.printed() + ' ' +
-               storage::host::printable(step.name) + ' ' + std::to_string(step.depth) +
+               host::printable(step.name) + ' ' + std::to_string(step.depth) +
                (step.position == TreeWalk::Step::Position::Last ? " last" : "");
     }
 
@@ -62,7 +65,7 @@ TEST_F(TreeWalkTest, ContinuesAfterAFailedListing) {
         steps.push_back(step->path.printed());
         if (step->path.text() == u"/t/b") {
             provider_->doRemoveFolderRecursively(step->path.iri());
-            EXPECT_THROW(walk.descend(), foundation::storage::provider::Exception);
+            EXPECT_THROW(walk.descend(), provider::Exception);
         } else {
             walk.descend();
         }
@@ -71,3 +74,5 @@ TEST_F(TreeWalkTest, ContinuesAfterAFailedListing) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::counted;
+using host::counted;
 
 TEST(CountedTest, UsesSingularForOne) {
     EXPECT_EQ(counted(0, "folder"), "0 folders");
@@ -14,3 +16,5 @@ TEST(CountedTest, UsesSingularForOne) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,9 +4,11 @@
 #include <limits>
 #include <sys/stat.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using boost::posix_time::ptime;
 
 TEST(FileTimeTest, RoundTripsMicroseconds) {
@@ -47,3 +49,5 @@ TEST(FileTimeTest, ConvertsNotADateToOmit) {
 }
 
 } // namespace
+
+} // namespace storage::tests

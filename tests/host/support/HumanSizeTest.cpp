@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::humanSize;
+using host::humanSize;
 
 TEST(HumanSizeTest, CountsBytesBelowOneUnit) {
     EXPECT_EQ(humanSize(0), "0");
@@ -29,3 +31,5 @@ TEST(HumanSizeTest, RoundsUpIntoTheNextUnit) {
 }
 
 } // namespace
+
+} // namespace storage::tests

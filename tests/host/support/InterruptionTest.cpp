@@ -4,10 +4,12 @@
 #include <csignal>
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::Interrupted;
-using storage::host::Interruption;
+using host::Interrupted;
+using host::Interruption;
 
 TEST(InterruptionTest, ReportsASignalUntilItIsCleared) {
     const DefaultSignals defaultSignals;
@@ -33,3 +35,5 @@ TEST(InterruptionTest, KeepsIgnoredSignalsIgnored) {
 }
 
 } // namespace
+
+} // namespace storage::tests

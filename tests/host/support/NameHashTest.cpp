@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::nameHash;
+using host::nameHash;
 
 /// Different versions of the program must compute the same temporary names.
 TEST(NameHashTest, KeepsItsValues) {
@@ -15,3 +17,5 @@ TEST(NameHashTest, KeepsItsValues) {
 }
 
 } // namespace
+
+} // namespace storage::tests

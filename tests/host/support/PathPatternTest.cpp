@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::PathPattern;
-using storage::host::toUtf16;
-using storage::host::UsageError;
+using host::PathPattern;
+using host::toUtf16;
+using host::UsageError;
 
 bool patternMatches(const std::string& pattern, const std::string& path, bool isFolder = false) {
     return PathPattern(pattern).matches(toUtf16(path), isFolder);
@@ -93,3 +95,5 @@ TEST(PathPatternTest, RejectsPatternsThatMatchNoEntry) {
 }
 
 } // namespace
+
+} // namespace storage::tests

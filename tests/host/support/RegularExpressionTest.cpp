@@ -3,10 +3,12 @@
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::RegularExpression;
-using storage::host::UsageError;
+using host::RegularExpression;
+using host::UsageError;
 using Case = RegularExpression::Case;
 
 bool matches(const std::string& pattern, std::string_view line, Case letters = Case::Distinguished) {
@@ -44,3 +46,5 @@ TEST(RegularExpressionTest, RejectsInvalidPatterns) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,12 +4,14 @@
 #include <random>
 #include <set>
 
+namespace storage::tests {
+
 namespace {
 
-using storage::host::printable;
-using storage::host::printableInMessage;
-using storage::host::toUtf16;
-using storage::host::toUtf8;
+using host::printable;
+using host::printableInMessage;
+using host::toUtf16;
+using host::toUtf8;
 
 TEST(UtfTest, ConvertsBothWays) {
     EXPECT_EQ(toUtf16("aä€😀"), u"aä€😀");
@@ -130,3 +132,5 @@ TEST(UtfTest, EscapesUtf16) {
 }
 
 } // namespace
+
+} // namespace storage::tests

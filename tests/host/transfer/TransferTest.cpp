@@ -3,6 +3,7 @@
 #include "host/transfer/Importer.h"
 #include "host/transfer/SessionExportSource.h"
 #include "host/transfer/SessionImportTarget.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/DefaultSignals.h"
 #include "tests/support/MiscountingProvider.h"
 #include "tests/support/SharedProvider.h"
@@ -12,20 +13,22 @@
 #include <gmock/gmock.h>
 #include <sstream>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::StorageIRI;
-using storage::host::Console;
-using storage::host::Exporter;
-using storage::host::Importer;
-using storage::host::ImportLog;
-using storage::host::Interruption;
-using storage::host::OutputKind;
-using storage::host::RootAttributes;
-using storage::host::Session;
-using storage::host::SessionExportSource;
-using storage::host::SessionImportTarget;
-using storage::host::StoragePath;
+using host::Console;
+using host::Exporter;
+using host::Importer;
+using host::ImportLog;
+using host::Interruption;
+using host::OutputKind;
+using host::RootAttributes;
+using host::Session;
+using host::SessionExportSource;
+using host::SessionImportTarget;
+using host::StoragePath;
+using provider::StorageIRI;
 using testing::HasSubstr;
 
 const std::vector<MiscountingProvider::Count> wrongCounts{[](long count) { return count - 1; },
@@ -89,3 +92,5 @@ TEST_F(TransferTest, FailsTheExportOnAWrongReadCount) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -8,9 +8,11 @@
 #include <iostream>
 #include <set>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using testing::AnyOf;
 using Result = CheckOutcome::Result;
 
@@ -69,3 +71,5 @@ TEST(CatalogueRunTest, EveryFaultIsCaughtByTheRuleThatItBreaks) {
 }
 
 } // namespace
+
+} // namespace storage::tests

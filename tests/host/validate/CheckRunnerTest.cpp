@@ -4,18 +4,21 @@
 #include "host/validate/kit/CheckContext.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/ExpectVerdict.h"
 #include "tests/support/LoadedPlugin.h"
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using Result = CheckOutcome::Result;
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::StorageIRI;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::StorageIRI;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
 
@@ -73,12 +76,13 @@ TEST(CheckRunnerTest, APluginThatGivesNoneIsRefused) {
 TEST(CheckRunnerTest, ThePluginIsLoadedInTheProcessesAlone) {
     const CheckRunner runner(TEST_BAD_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60));
     runner.requireProvider();
-    expectVerdict(runner.run({"1.1", "some.rule", "Some rule.", Profile::AnyProvider,
-                              [](CheckContext&) {
-                                  expect(storage::tests::pluginIsLoaded(TEST_BAD_PLUGIN), "it is not loaded");
-                              }}),
-                  Result::Pass, "");
-    EXPECT_FALSE(storage::tests::pluginIsLoaded(TEST_BAD_PLUGIN));
+    expectVerdict(
+        runner.run({"1.1", "some.rule", "Some rule.", Profile::AnyProvider,
+                    [](CheckContext&) { expect(pluginIsLoaded(TEST_BAD_PLUGIN), "it is not loaded"); }}),
+        Result::Pass, "");
+    EXPECT_FALSE(pluginIsLoaded(TEST_BAD_PLUGIN));
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,9 +4,11 @@
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using testing::EndsWith;
 
 TEST(ReplayCommandTest, NamesAllThatACheckDependsOn) {
@@ -28,3 +30,5 @@ TEST(ReplayCommandTest, NamesAllThatACheckDependsOn) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -10,6 +10,8 @@
 #include <regex>
 #include <sys/resource.h>
 
+namespace storage::tests {
+
 namespace {
 
 using testing::ContainsRegex;
@@ -233,3 +235,5 @@ TEST(ValidateProgramTest, HelpShowsExamples) {
 }
 
 } // namespace
+
+} // namespace storage::tests

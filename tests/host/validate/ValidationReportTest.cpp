@@ -16,9 +16,11 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -294,3 +296,5 @@ TEST_F(ValidationReportTest, RulesAreListedAsMarkdown) {
 }
 
 } // namespace
+
+} // namespace storage::tests

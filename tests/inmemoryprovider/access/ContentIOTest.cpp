@@ -1,5 +1,7 @@
 #include "inmemoryprovider/access/ContentIO.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,7 +17,7 @@
 namespace storage::inmemoryprovider::content_io_test {
 namespace {
 
-using foundation::storage::provider::ByteStreamAppend;
+using provider::ByteStreamAppend;
 
 constexpr auto appending = ByteStreamAppend::AppendAtEnd;
 constexpr auto atPosition = ByteStreamAppend::WriteAtPosition;

@@ -1,4 +1,5 @@
 #include "inmemoryprovider/access/FileFolderEntryIterator.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/access/is_file_or_folder_predicate.h"
 #include "inmemoryprovider/access/is_file_predicate.h"
 #include "inmemoryprovider/access/is_folder_predicate.h"
@@ -14,8 +15,8 @@
 namespace storage::inmemoryprovider::file_folder_entry_iterator_test {
 namespace {
 
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::IFolderEntryIterator;
+using provider::FolderEntry;
+using provider::IFolderEntryIterator;
 
 using Snapshot = InMemoryFolderEntry::LightWeightRepresentation;
 using All = FileFolderEntryIterator<is_file_or_folder_predicate>;

@@ -1,5 +1,7 @@
 #include "inmemoryprovider/access/InMemoryByteStream.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
@@ -14,8 +16,8 @@
 namespace storage::inmemoryprovider::in_memory_byte_stream_test {
 namespace {
 
-using foundation::storage::provider::ByteStream;
-using foundation::storage::provider::ByteStreamAppend;
+using provider::ByteStream;
+using provider::ByteStreamAppend;
 
 class InMemoryByteStreamTest : public testing::Test {
 protected:

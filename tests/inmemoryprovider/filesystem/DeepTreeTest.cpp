@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 #include "tests/support/SmallStack.h"
 
@@ -10,7 +11,7 @@
 namespace storage::inmemoryprovider::deep_tree_test {
 namespace {
 
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ReplacementPolicy;
 
 using tests::greatDepth;
 using tests::runOnSmallStack;

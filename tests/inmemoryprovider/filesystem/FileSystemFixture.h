@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 
 #include <gtest/gtest.h>
@@ -50,7 +51,7 @@ protected:
         addFile(text);
         unsigned long position = 0;
         file(text)->write(bytes.data(), static_cast<long>(bytes.size()), position,
-                          foundation::storage::provider::ByteStreamAppend::WriteAtPosition);
+                          provider::ByteStreamAppend::WriteAtPosition);
     }
 
     std::shared_ptr<InMemoryFileEntry> file(const std::u16string& text) const {

@@ -1,5 +1,6 @@
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/RunTogether.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +16,7 @@
 namespace storage::inmemoryprovider::in_memory_file_entry_test {
 namespace {
 
-using foundation::storage::provider::ByteStreamAppend;
+using provider::ByteStreamAppend;
 
 const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
 

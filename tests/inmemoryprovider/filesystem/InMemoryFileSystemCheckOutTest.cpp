@@ -1,5 +1,6 @@
 #include "tests/inmemoryprovider/filesystem/FileSystemFixture.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/ReadOnlyException.h"
@@ -10,11 +11,11 @@
 namespace storage::inmemoryprovider::in_memory_file_system_check_out_test {
 namespace {
 
-using foundation::storage::provider::ByteStream;
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ByteStreamOpenOptions;
+using provider::ByteStream;
+using provider::ByteStreamAppend;
+using provider::ByteStreamContent;
+using provider::ByteStreamExistence;
+using provider::ByteStreamOpenOptions;
 
 class CheckOutTest : public FileSystemFixture {
 protected:
@@ -210,8 +211,7 @@ TEST_F(CheckOutTest, AStreamOutlivesTheFileSystem) {
 
 TEST_F(CheckOutTest, AStreamSharesItsBytesWithTheMovedFile) {
     const auto before = open(u"/f", appending());
-    fileSystem.moveFileEntry(path(u"/f"), path(u"/g"),
-                             foundation::storage::provider::ReplacementPolicy::RefuseExisting);
+    fileSystem.moveFileEntry(path(u"/f"), path(u"/g"), provider::ReplacementPolicy::RefuseExisting);
     const auto after = open(u"/g", appending());
     before->write("ab", 2);
     after->write("cd", 2);

@@ -1,5 +1,6 @@
 #include "tests/inmemoryprovider/filesystem/FileSystemFixture.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
@@ -9,9 +10,9 @@
 namespace storage::inmemoryprovider::in_memory_file_system_moves_test {
 namespace {
 
-using foundation::storage::provider::ByteStream;
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ByteStream;
+using provider::ByteStreamAppend;
+using provider::ReplacementPolicy;
 
 constexpr auto refuse = ReplacementPolicy::RefuseExisting;
 constexpr auto replace = ReplacementPolicy::ReplaceExisting;

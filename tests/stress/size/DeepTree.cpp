@@ -1,5 +1,6 @@
 #include "tests/stress/size/DeepTree.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Stopwatch.h"
 #include "tests/support/ProcessMemory.h"
 #include "tests/support/SmallStack.h"
@@ -10,7 +11,7 @@
 
 namespace storage::stress {
 
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ReplacementPolicy;
 using tests::greatDepth;
 
 namespace {

@@ -1,5 +1,6 @@
 #include "tests/stress/size/MovedFolders.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Stopwatch.h"
 #include "tests/support/ProcessMemory.h"
 
@@ -10,7 +11,7 @@
 namespace storage::stress {
 
 using foundation::core::except::toReadableUtf8;
-using foundation::storage::provider::ReplacementPolicy;
+using provider::ReplacementPolicy;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/PluginEntry.h"
 #include "tests/stress/Violation.h"
 
@@ -10,12 +11,12 @@
 
 namespace storage::stress {
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::IFolderEntryIterator;
-using foundation::storage::provider::IProvider;
-using foundation::storage::provider::StorageIRI;
+using provider::ErrorCode;
+using provider::Exception;
+using provider::FolderEntry;
+using provider::IFolderEntryIterator;
+using provider::IProvider;
+using provider::StorageIRI;
 
 inline std::shared_ptr<IProvider> newProvider() {
     std::shared_ptr<IProvider> provider;

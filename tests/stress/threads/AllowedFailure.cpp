@@ -1,11 +1,12 @@
 #include "tests/stress/threads/AllowedFailure.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/threads/PathUniverse.h"
 
 namespace storage::stress {
 
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::StorageIRI;
+using provider::Exception;
+using provider::StorageIRI;
 
 namespace {
 

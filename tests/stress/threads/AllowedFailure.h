@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/ErrorCode.h"
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/threads/Attempt.h"
 
 namespace storage::stress {
@@ -17,10 +18,10 @@ struct AllowedFailure {
         TemporaryFile, ///< for copies: in the folder of the destination
     };
 
-    foundation::storage::provider::ErrorCode code;
+    provider::ErrorCode code;
     Named named = Named::Source;
 
-    bool allows(const foundation::storage::provider::Exception& failure, const Attempt& attempt) const;
+    bool allows(const provider::Exception& failure, const Attempt& attempt) const;
 };
 
 } // namespace storage::stress

@@ -1,5 +1,6 @@
 #include "tests/stress/threads/AnswerChecks.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/WildcardPattern.h"
 #include "tests/stress/Violation.h"
 #include "tests/stress/threads/PathUniverse.h"
@@ -13,8 +14,8 @@
 namespace storage::stress {
 
 using boost::posix_time::ptime;
-using foundation::storage::provider::FolderEntry;
-using foundation::storage::provider::WildcardPattern;
+using provider::FolderEntry;
+using provider::WildcardPattern;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/FolderEntry.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/threads/ListingShape.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
@@ -13,7 +14,7 @@ namespace storage::stress {
 // Requirements that hold for every result, independent of other threads. Each function throws Violation.
 
 using Names = std::vector<std::u16string>;
-using Entries = std::vector<foundation::storage::provider::FolderEntry>;
+using Entries = std::vector<provider::FolderEntry>;
 
 /// Checks the names of a listing: only requested ones that the test can create, without duplicates. Names of
 /// one folder are in order. In a complete recursive listing each folder precedes its entries.

@@ -1,5 +1,6 @@
 #include "tests/stress/threads/OpenFile.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Violation.h"
 #include "tests/support/Record.h"
 
@@ -22,7 +23,7 @@ constexpr std::size_t mostRecords = 4;
 
 } // namespace
 
-OpenFile::OpenFile(std::unique_ptr<foundation::storage::provider::ByteStream> stream, Access access)
+OpenFile::OpenFile(std::unique_ptr<provider::ByteStream> stream, Access access)
     : stream_(std::move(stream)), access_(access) {
     requireThat(stream_ != nullptr, "no stream was given");
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/ByteStream.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/threads/Random.h"
 
 #include <cstdint>
@@ -16,7 +17,7 @@ class OpenFile {
 public:
     enum class Access { Read, Write, Append };
 
-    OpenFile(std::unique_ptr<foundation::storage::provider::ByteStream> stream, Access access);
+    OpenFile(std::unique_ptr<provider::ByteStream> stream, Access access);
 
     /// Reads, seeks or writes at random.
     /// @throws Violation
@@ -33,7 +34,7 @@ private:
     void seekSomewhere(Random& random);
     void writeSome(Random& random);
 
-    std::unique_ptr<foundation::storage::provider::ByteStream> stream_;
+    std::unique_ptr<provider::ByteStream> stream_;
     Access access_;
 };
 

@@ -1,5 +1,6 @@
 #include "tests/stress/threads/OpenListing.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Violation.h"
 
 #include <algorithm>
@@ -7,7 +8,7 @@
 
 namespace storage::stress {
 
-using foundation::storage::provider::IFolderEntryIterator;
+using provider::IFolderEntryIterator;
 
 OpenListing::OpenListing(std::unique_ptr<IFolderEntryIterator> iterator, const std::u16string& folder,
                          const ListingShape& shape)

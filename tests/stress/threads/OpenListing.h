@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IFolderEntryIterator.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/threads/AnswerChecks.h"
 #include "tests/stress/threads/ListingShape.h"
 
@@ -16,8 +17,8 @@ namespace storage::stress {
 class OpenListing {
 public:
     /// @throws Violation
-    OpenListing(std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> iterator,
-                const std::u16string& folder, const ListingShape& shape);
+    OpenListing(std::unique_ptr<provider::IFolderEntryIterator> iterator, const std::u16string& folder,
+                const ListingShape& shape);
 
     bool hasNext() const { return iterator_->hasNext(); }
 
@@ -28,9 +29,9 @@ public:
     OpenListing clone() const;
 
 private:
-    OpenListing(std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> iterator, Entries left);
+    OpenListing(std::unique_ptr<provider::IFolderEntryIterator> iterator, Entries left);
 
-    std::unique_ptr<foundation::storage::provider::IFolderEntryIterator> iterator_;
+    std::unique_ptr<provider::IFolderEntryIterator> iterator_;
     Entries left_; ///< in reverse order
 };
 

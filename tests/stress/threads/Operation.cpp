@@ -1,6 +1,7 @@
 #include "tests/stress/threads/Operation.h"
 
 #include "hostapi/storage/provider/ProviderOperations.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Violation.h"
 #include "tests/stress/threads/AnswerChecks.h"
 #include "tests/stress/threads/PathUniverse.h"
@@ -21,7 +22,7 @@
 
 namespace storage::stress {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 using tests::Record;
 

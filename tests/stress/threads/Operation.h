@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/threads/AllowedFailure.h"
 #include "tests/stress/threads/Attempt.h"
 
@@ -19,7 +20,7 @@ struct Operation {
     /// Whether the provider offers the operation. Otherwise it always fails.
     bool isOffered() const;
 
-    bool allows(const foundation::storage::provider::Exception& failure, const Attempt& attempt) const;
+    bool allows(const provider::Exception& failure, const Attempt& attempt) const;
 };
 
 /// All operations that may run concurrently: every operation except the shutdown.

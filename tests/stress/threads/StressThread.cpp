@@ -1,6 +1,7 @@
 #include "tests/stress/threads/StressThread.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Violation.h"
 #include "tests/stress/threads/PathUniverse.h"
 
@@ -8,9 +9,9 @@
 
 namespace storage::stress {
 
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::ReplacementPolicy;
-using foundation::storage::provider::StorageIRI;
+using provider::Exception;
+using provider::ReplacementPolicy;
+using provider::StorageIRI;
 
 namespace {
 

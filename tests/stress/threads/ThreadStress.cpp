@@ -1,4 +1,5 @@
 #include "hostapi/storage/provider/ProviderOperations.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Violation.h"
 #include "tests/stress/threads/Operation.h"
 #include "tests/stress/threads/StressThread.h"
@@ -16,7 +17,7 @@
 
 namespace storage::stress {
 
-using foundation::storage::provider::providerOperations;
+using provider::providerOperations;
 
 namespace {
 

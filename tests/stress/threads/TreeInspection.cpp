@@ -1,5 +1,6 @@
 #include "tests/stress/threads/TreeInspection.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Violation.h"
 #include "tests/stress/threads/AnswerChecks.h"
 #include "tests/stress/threads/OpenFile.h"
@@ -9,7 +10,7 @@
 
 namespace storage::stress {
 
-using namespace foundation::storage::provider;
+using namespace provider;
 
 namespace {
 

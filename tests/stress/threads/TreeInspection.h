@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -18,7 +19,7 @@ namespace storage::stress {
 /// Changes only times and flags, and removes temporary files that copies could not remove.
 class TreeInspection {
 public:
-    explicit TreeInspection(const foundation::storage::provider::IProvider& provider) : provider_(provider) {}
+    explicit TreeInspection(const provider::IProvider& provider) : provider_(provider) {}
 
     /// @throws Violation
     void run();
@@ -29,13 +30,13 @@ public:
 
 private:
     void inspectFolder(const std::u16string& folder);
-    void inspectEntry(const std::u16string& path, foundation::storage::provider::FolderEntry::EntryType type);
+    void inspectEntry(const std::u16string& path, provider::FolderEntry::EntryType type);
     void inspectFile(const std::u16string& file);
     void requireOneFolder(const std::u16string& folder) const;
     void requireUnknown(const std::u16string& path) const;
     void removeTemporary(const std::u16string& file);
 
-    const foundation::storage::provider::IProvider& provider_;
+    const provider::IProvider& provider_;
     std::set<std::u16string> folders_;
     std::set<std::u16string> files_;
     std::uint64_t bytes_ = 0;

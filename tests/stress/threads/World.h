@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <memory>
 
@@ -14,10 +15,10 @@ public:
     World& operator=(const World&) = delete;
     ~World();
 
-    const foundation::storage::provider::IProvider& provider() const { return *provider_; }
+    const provider::IProvider& provider() const { return *provider_; }
 
 private:
-    std::shared_ptr<foundation::storage::provider::IProvider> provider_;
+    std::shared_ptr<provider::IProvider> provider_;
 };
 
 } // namespace storage::stress

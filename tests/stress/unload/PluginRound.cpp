@@ -1,5 +1,6 @@
 #include "tests/stress/unload/PluginRound.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Violation.h"
 #include "tests/support/LoadedPlugin.h"
 
@@ -7,12 +8,12 @@
 
 namespace storage::stress {
 
-using foundation::storage::provider::ByteStreamAppend;
-using foundation::storage::provider::ByteStreamContent;
-using foundation::storage::provider::ByteStreamExistence;
-using foundation::storage::provider::ByteStreamOpenOptions;
-using foundation::storage::provider::ReplacementPolicy;
-using foundation::storage::provider::StorageIRI;
+using provider::ByteStreamAppend;
+using provider::ByteStreamContent;
+using provider::ByteStreamExistence;
+using provider::ByteStreamOpenOptions;
+using provider::ReplacementPolicy;
+using provider::StorageIRI;
 
 namespace {
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <exception>
 #include <functional>
@@ -22,9 +23,9 @@ public:
     void run();
 
 private:
-    using ByteStream = foundation::storage::provider::ByteStream;
-    using IFolderEntryIterator = foundation::storage::provider::IFolderEntryIterator;
-    using IProvider = foundation::storage::provider::IProvider;
+    using ByteStream = provider::ByteStream;
+    using IFolderEntryIterator = provider::IFolderEntryIterator;
+    using IProvider = provider::IProvider;
 
     void loadUseAndUnload();
     void buildTree(const IProvider& provider);

@@ -4,9 +4,11 @@
 #include <set>
 #include <string>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using testing::MatchesRegex;
 
 TEST(CheckCatalogueTest, RulesAreNumberedInOrder) {
@@ -41,3 +43,5 @@ TEST(CheckCatalogueTest, NamesAreUniqueAndAlike) {
 }
 
 } // namespace
+
+} // namespace storage::tests

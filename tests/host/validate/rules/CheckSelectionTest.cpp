@@ -5,9 +5,11 @@
 
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
-using namespace storage::host;
+using namespace host;
 using testing::ThrowsMessage;
 
 using Patterns = std::vector<std::string>;
@@ -52,3 +54,5 @@ TEST(CheckSelectionTest, APatternThatSelectsNothingIsWrongUsage) {
 }
 
 } // namespace
+
+} // namespace storage::tests

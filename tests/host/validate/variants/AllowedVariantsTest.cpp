@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <gmock/gmock.h>
 
+namespace storage::tests {
+
 namespace {
 
 class AllowedVariantsTest : public testing::TestWithParam<AllowedVariant> {};
@@ -21,3 +23,5 @@ INSTANTIATE_TEST_SUITE_P(, AllowedVariantsTest, testing::ValuesIn(allowedVariant
                          [](const auto& variant) { return std::string(variant.param.name); });
 
 } // namespace
+
+} // namespace storage::tests

@@ -11,6 +11,8 @@
 #include <type_traits>
 #include <utility>
 
+namespace storage::tests {
+
 using foundation::core::except::IException;
 using foundation::core::except::IInternalException;
 
@@ -117,3 +119,5 @@ TEST(IException, KeepsItsErrorInformationForItsCopies) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace storage::tests {
+
 using foundation::core::except::toReadableUtf16;
 using foundation::core::except::toReadableUtf8;
 using namespace std::string_literals;
@@ -47,3 +49,5 @@ TEST(UtfConversion, KeepsTheTextAroundIllFormedSequences) {
 }
 
 } // namespace
+
+} // namespace storage::tests

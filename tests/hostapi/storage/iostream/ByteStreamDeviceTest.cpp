@@ -1,5 +1,6 @@
 #include "hostapi/storage/iostream/ByteStreamDevice.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/WholeFile.h"
 #include "inmemoryprovider/PluginEntry.h"
 
@@ -13,7 +14,9 @@
 #include <stdexcept>
 #include <string>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 
 namespace {
 
@@ -117,3 +120,5 @@ TEST(ByteStreamDevicePieceTest, RefusesAStreamThatReadsTooMuch) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,5 +1,6 @@
 #include "hostapi/storage/iostream/FileIostream.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/WholeFile.h"
 #include "inmemoryprovider/PluginEntry.h"
 #include "tests/support/HookedProvider.h"
@@ -12,7 +13,9 @@
 #include <string>
 #include <vector>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 using testing::ElementsAre;
 
 namespace {
@@ -164,3 +167,5 @@ TEST(FileIostreamFlushTest, FlushesNoStreamThatItHasOnlyRead) {
 }
 
 } // namespace
+
+} // namespace storage::tests

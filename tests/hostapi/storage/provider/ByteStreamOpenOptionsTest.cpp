@@ -1,5 +1,7 @@
 #include "hostapi/storage/provider/ByteStreamOpenOptions.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -7,7 +9,9 @@
 #include <cstring>
 #include <type_traits>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 
 namespace {
 
@@ -40,3 +44,5 @@ TEST(ByteStreamOpenOptions, HaveNamesForCommonCombinations) {
 }
 
 } // namespace
+
+} // namespace storage::tests

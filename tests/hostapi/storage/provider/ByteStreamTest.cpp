@@ -1,12 +1,15 @@
 #include "hostapi/storage/provider/ByteStream.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/VtableSlot.h"
 
 #include <gtest/gtest.h>
 
 #include <type_traits>
 
-using foundation::storage::provider::ByteStream;
+namespace storage::tests {
+
+using provider::ByteStream;
 
 namespace {
 
@@ -19,3 +22,5 @@ TEST(ByteStream, HasItsOperationsAfterTheDestructorInTheOrderOfTheAbi) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,5 +1,7 @@
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -7,12 +9,14 @@
 #include <utility>
 #include <vector>
 
+namespace storage::tests {
+
 namespace {
 
-using foundation::storage::provider::ByteStream;
-using foundation::storage::provider::readExactly;
-using foundation::storage::provider::readUpTo;
-using foundation::storage::provider::writeAll;
+using provider::ByteStream;
+using provider::readExactly;
+using provider::readUpTo;
+using provider::writeAll;
 using testing::ElementsAre;
 using testing::ThrowsMessage;
 
@@ -104,3 +108,5 @@ TEST(ByteStreamTransferTest, RefusesMoreBytesThanThereIsRoomFor) {
 }
 
 } // namespace
+
+} // namespace storage::tests

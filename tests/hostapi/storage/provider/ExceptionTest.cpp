@@ -1,5 +1,7 @@
 #include "hostapi/storage/provider/Exception.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gtest/gtest.h>
 
 #include <exception>
@@ -9,9 +11,11 @@
 #include <utility>
 #include <vector>
 
-using foundation::storage::provider::ErrorCode;
-using foundation::storage::provider::Exception;
-using foundation::storage::provider::StorageIRI;
+namespace storage::tests {
+
+using provider::ErrorCode;
+using provider::Exception;
+using provider::StorageIRI;
 
 namespace {
 
@@ -82,3 +86,5 @@ TEST(Exception, IsAStandardException) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,11 +1,15 @@
 #include "hostapi/storage/provider/FileAttributes.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 #include <gtest/gtest.h>
 
 #include <limits>
 
-using foundation::storage::provider::FileAttributes;
+namespace storage::tests {
+
+using provider::FileAttributes;
 
 namespace {
 
@@ -26,3 +30,5 @@ TEST(FileAttributes, HoldEverySize) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,9 +1,13 @@
 #include "hostapi/storage/provider/FolderAttributes.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 #include <gtest/gtest.h>
 
-using foundation::storage::provider::FolderAttributes;
+namespace storage::tests {
+
+using provider::FolderAttributes;
 
 namespace {
 
@@ -17,3 +21,5 @@ TEST(FolderAttributes, ReturnTheirConstructorArguments) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,8 +1,12 @@
 #include "hostapi/storage/provider/FolderEntry.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gtest/gtest.h>
 
-using foundation::storage::provider::FolderEntry;
+namespace storage::tests {
+
+using provider::FolderEntry;
 
 namespace {
 
@@ -21,3 +25,5 @@ TEST(FolderEntry, EqualsAnotherOfTheSameNameAndKind) {
 }
 
 } // namespace
+
+} // namespace storage::tests

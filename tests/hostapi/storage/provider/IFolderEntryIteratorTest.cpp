@@ -1,6 +1,7 @@
 #include "hostapi/storage/provider/IFolderEntryIterator.h"
 
 #include "hostapi/storage/provider/IClonableFolderEntryIterator.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/VtableSlot.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +12,9 @@
 #include <new>
 #include <string>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 
 namespace {
 
@@ -62,3 +65,5 @@ TEST(IClonableFolderEntryIterator, ClonesByCopyingTheConcreteIterator) {
 }
 
 } // namespace
+
+} // namespace storage::tests

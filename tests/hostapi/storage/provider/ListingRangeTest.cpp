@@ -1,6 +1,7 @@
 #include "hostapi/storage/provider/ListingRange.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/PluginEntry.h"
 
 #include <gmock/gmock.h>
@@ -11,7 +12,9 @@
 #include <string>
 #include <vector>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -85,3 +88,5 @@ TEST_F(ListingRangeTest, CanBeReadIntoAVector) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,8 +1,12 @@
 #include "hostapi/storage/provider/StorageIRI.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gtest/gtest.h>
 
-using foundation::storage::provider::StorageIRI;
+namespace storage::tests {
+
+using provider::StorageIRI;
 
 namespace {
 
@@ -38,3 +42,5 @@ TEST(StorageIRI, EqualsAnotherWithTheSameProperties) {
 }
 
 } // namespace
+
+} // namespace storage::tests

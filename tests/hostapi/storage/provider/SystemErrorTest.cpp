@@ -1,6 +1,7 @@
 #include "hostapi/storage/provider/SystemError.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <gmock/gmock.h>
 
@@ -12,7 +13,9 @@
 #include <type_traits>
 #include <utility>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 using testing::AllOf;
 using testing::Property;
 using testing::Throws;
@@ -73,3 +76,5 @@ TEST(ThrowSystemError, ThrowsAllOthersWithTheirErrno) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,6 +1,7 @@
 #include "hostapi/storage/provider/WholeFile.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/PluginEntry.h"
 #include "tests/support/ForwardingStream.h"
 #include "tests/support/MiscountingProvider.h"
@@ -11,7 +12,9 @@
 #include <stdexcept>
 #include <string>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 using testing::Property;
 using testing::Throws;
 
@@ -127,3 +130,5 @@ TEST_F(WholeFileTest, IsNotCreatedAgainWhenAnotherThreadRemovesIt) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,12 +1,16 @@
 #include "hostapi/storage/provider/WildcardPattern.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-using foundation::storage::provider::WildcardPattern;
+namespace storage::tests {
+
+using provider::WildcardPattern;
 
 namespace {
 
@@ -124,3 +128,5 @@ TEST(WildcardPattern, WithManyStarsTerminatesOnANameThatAlmostMatches) {
 }
 
 } // namespace
+
+} // namespace storage::tests

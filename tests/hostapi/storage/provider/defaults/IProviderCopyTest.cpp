@@ -1,4 +1,5 @@
 #include "hostapi/core/except/UtfConversion.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 #include "tests/support/HookedProvider.h"
 #include "tests/support/MiscountingProvider.h"
@@ -13,7 +14,9 @@
 #include <utility>
 #include <vector>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -472,3 +475,5 @@ TEST_F(IProviderCopy, LeavesNothingBehindWhenOutOfMemory) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,12 +1,12 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 #include "tests/support/SmallStack.h"
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 
 namespace {
-
-using storage::tests::greatDepth;
-using storage::tests::runOnSmallStack;
 
 std::u16string chain() {
     std::u16string path;
@@ -32,3 +32,5 @@ TEST_F(IProviderDeepTree, IsCreatedListedAndRemovedOnASmallStack) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,10 +1,13 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 #include "tests/support/HookedProvider.h"
 
 #include <new>
 #include <string>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -241,3 +244,5 @@ TEST_F(IProviderRemoveFolderRecursively, PropagatesOtherExceptions) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 #include "tests/support/HookedProvider.h"
 
@@ -5,7 +6,9 @@
 #include <utility>
 #include <vector>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -239,3 +242,5 @@ TEST_F(IProviderListing, ListsNamesThatAreNotValidUtf16) {
 }
 
 } // namespace
+
+} // namespace storage::tests

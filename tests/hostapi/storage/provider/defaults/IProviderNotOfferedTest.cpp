@@ -1,10 +1,14 @@
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <boost/property_tree/ptree.hpp>
 
 #include <cstring>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 
 namespace {
 
@@ -60,3 +64,5 @@ TEST_F(IProviderNotOffered, HasAReadableMessage) {
 }
 
 } // namespace
+
+} // namespace storage::tests

@@ -1,8 +1,12 @@
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 
+#include "hostapi/storage/provider/ShortNamespace.h"
+
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 
 namespace {
 
@@ -124,3 +128,5 @@ TEST_F(IProviderQuery, KeepsTheStorageAtShutdown) {
 }
 
 } // namespace
+
+} // namespace storage::tests

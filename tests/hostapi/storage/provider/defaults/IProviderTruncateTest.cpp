@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/hostapi/storage/provider/defaults/ProviderTest.h"
 #include "tests/support/HookedProvider.h"
 #include "tests/support/MiscountingProvider.h"
@@ -11,7 +12,9 @@
 #include <string>
 #include <utility>
 
-using namespace foundation::storage::provider;
+namespace storage::tests {
+
+using namespace provider;
 
 namespace {
 
@@ -180,3 +183,5 @@ TEST_F(IProviderTruncate, DoesNotCreateAFileThatAnotherThreadRemovesMeanwhile) {
 }
 
 } // namespace
+
+} // namespace storage::tests
