@@ -20,9 +20,6 @@ using provider::ReplacementPolicy;
 
 namespace {
 
-/// Approximate bytes that an empty entry takes in the mount and in a provider.
-constexpr std::uint64_t roomOfEntry = 1024;
-
 void requirePresent(const LockedTree& tree, const Inode& inode) {
     if (tree.isRemoved(inode)) {
         throw ErrnoError(ENOENT);
@@ -142,7 +139,7 @@ Inode& EntryChanges::make(ExclusiveTree& tree, FolderInode& folder, const std::u
     requirePresent(tree, folder);
     requireFree(tree, folder, name);
     space_.quota().requireEntry();
-    space_.require(roomOfEntry + entry.target.size());
+    space_.require(bytesOfEntry + entry.target.size());
     const EntryAttributes attributes = attributesOf(entry);
     const Owner owner = entry.owner;
     Inode& inode = tree.add(folder, std::move(entry), name);
@@ -200,7 +197,7 @@ void EntryChanges::createInStorage(ExclusiveTree& tree, const FolderInode& folde
 /// In the storage the file is in the root, because no program can remove or rename the root.
 Inode& EntryChanges::makeNameless(ExclusiveTree& tree, FolderInode& folder, NewEntry entry) {
     space_.quota().requireEntry();
-    space_.require(roomOfEntry);
+    space_.require(bytesOfEntry);
     const EntryAttributes attributes = attributesOf(entry);
     const Owner creator = entry.owner;
     Inode& inode = tree.addNameless(std::move(entry));
@@ -246,7 +243,7 @@ void EntryChanges::link(ExclusiveTree& tree, Inode& inode, FolderInode& folder, 
     requirePresent(tree, inode);
     requirePresent(tree, folder);
     requireFree(tree, folder, name);
-    space_.require(roomOfEntry);
+    space_.require(bytesOfEntry);
     tree.loadAttributes(inode);
     tree.loadAttributes(folder);
     if (tree.isNameless(inode)) {
@@ -331,7 +328,7 @@ void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u
     tree.loadAttributes(newFolder);
     std::optional<Whiteout> whiteout;
     if ((flags & RENAME_WHITEOUT) != 0) {
-        space_.require(roomOfEntry);
+        space_.require(bytesOfEntry);
         whiteout.emplace(tree, folder, name);
     }
     moveTo(tree, source, newFolder, newName, target);

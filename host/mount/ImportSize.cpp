@@ -1,5 +1,6 @@
 #include "host/mount/ImportSize.h"
 
+#include "host/mount/StorageQuota.h"
 #include "host/support/CommandError.h"
 
 #include <algorithm>
@@ -12,10 +13,6 @@
 namespace storage::host {
 
 namespace {
-
-/// Memory that an imported entry takes in a provider and in the mount besides its content: slightly above the
-/// measured size.
-constexpr std::uint64_t sizeOfEntry = 1024;
 
 /// The sizes that files take in the storage: holes do not count, and hard links count once.
 class ContentSizes {
@@ -43,7 +40,7 @@ std::uint64_t sizeBelow(const std::string& folder) {
     std::filesystem::recursive_directory_iterator entry(folder, directory_options::skip_permission_denied,
                                                         error);
     while (!error && entry != std::filesystem::recursive_directory_iterator()) {
-        size += sizeOfEntry + sizes.of(entry->path());
+        size += bytesOfEntry + sizes.of(entry->path());
         entry.increment(error);
     }
     return size;

@@ -11,7 +11,6 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::uint64_t roomOfEntry = 1024;  ///< approximate bytes of memory
 constexpr std::uint64_t scarce = 64U << 20U; ///< bytes: above the growth of all concurrent requests
 
 } // namespace
@@ -67,7 +66,7 @@ StorageQuota::ProviderStorageInfo StorageQuota::limited(ProviderStorageInfo info
 
 StorageQuota::Entries StorageQuota::entries(std::uint64_t available) const noexcept {
     const std::uint64_t used = entries_;
-    const std::uint64_t total = limits_.entries.value_or(used + available / roomOfEntry);
+    const std::uint64_t total = limits_.entries.value_or(used + available / bytesOfEntry);
     return {total, total - std::min(total, used)};
 }
 
