@@ -10,10 +10,10 @@ namespace {
 
 using host::readFreeHeap;
 
-constexpr std::uint64_t mebibyte = 1U << 20U;
-
 class FreeHeapTest : public testing::Test {
 protected:
+    static constexpr std::uint64_t mebibyte = 1U << 20U;
+
     std::uint64_t read() const { return readFreeHeap(fake_.sources().processes); }
 
     FakeMemory fake_;
