@@ -9,10 +9,11 @@
 
 namespace storage::host {
 
+using Result = CheckOutcome::Result;
+
 namespace {
 
 using boost::property_tree::ptree;
-using Result = CheckOutcome::Result;
 
 std::string seconds(std::chrono::milliseconds time) {
     return fmt::format("{:.3f}", std::chrono::duration<double>(time).count());

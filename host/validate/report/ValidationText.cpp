@@ -9,9 +9,10 @@
 
 namespace storage::host {
 
+using Result = CheckOutcome::Result;
+
 namespace {
 
-using Result = CheckOutcome::Result;
 using State = ValidationRecord::CheckRun::State;
 
 /// Each line of a text behind a mark.
