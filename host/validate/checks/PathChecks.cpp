@@ -97,7 +97,7 @@ void caseAsTold(CheckContext& context) {
         const bool found = provider.doFileExists(context.at(other));
         const bool isAscii = name.front() < 0x80;
         expect(found != sensitive || (!sensitive && !isAscii),
-               fmt::format("the storage reports that names are case-{}sensitive, but \"{}\" is {} as \"{}\"",
+               fmt::format(R"(the storage reports that names are case-{}sensitive, but "{}" is {} as "{}")",
                            sensitive ? "" : "in", printable(name), found ? "found" : "not found",
                            printable(other)));
         provider.doRemoveFile(context.at(name));
