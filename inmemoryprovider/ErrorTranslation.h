@@ -1,12 +1,12 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/FolderNotEmptyException.h"
 #include "inmemoryprovider/ReadOnlyException.h"
 
 #include "hostapi/storage/provider/ErrorCode.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
 #include <optional>

@@ -1,6 +1,5 @@
 #include "inmemoryprovider/InMemoryProvider.h"
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/ErrorTranslation.h"
 #include "inmemoryprovider/access/FileFolderEntryIterator.h"
 #include "inmemoryprovider/access/is_file_or_folder_predicate.h"
@@ -8,6 +7,7 @@
 #include "inmemoryprovider/access/is_folder_predicate.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <string_view>
 #include <utility>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::inmemoryprovider {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryFolderEntry.h"
 
 #include "hostapi/storage/provider/FolderEntry.h"
 #include "hostapi/storage/provider/IClonableFolderEntryIterator.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <iterator>
 #include <optional>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
 
 #include "hostapi/storage/provider/ByteStream.h"
 #include "hostapi/storage/provider/ByteStreamAppend.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <ios>
 #include <memory>

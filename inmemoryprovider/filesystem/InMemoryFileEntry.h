@@ -1,9 +1,9 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryEntry.h"
 
 #include "hostapi/storage/provider/ByteStreamAppend.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstdint>
 #include <ios>

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/FileEntryAttributes.h"
 #include "inmemoryprovider/filesystem/InMemoryEntry.h"
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
@@ -14,6 +13,7 @@
 #include "hostapi/storage/provider/ByteStream.h"
 #include "hostapi/storage/provider/ByteStreamOpenOptions.h"
 #include "hostapi/storage/provider/ReplacementPolicy.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 

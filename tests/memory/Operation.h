@@ -1,6 +1,5 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/memory/Description.h"
 #include "tests/memory/Guarantee.h"
 #include "tests/memory/TreeComparison.h"
@@ -8,6 +7,7 @@
 
 #include "hostapi/storage/provider/ErrorCode.h"
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <functional>
 #include <memory>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/memory/TreeComparison.h"
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <map>
 #include <string>

@@ -1,11 +1,11 @@
 #include "tests/memory/Sweep.h"
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/memory/ChildOutcome.h"
 #include "tests/memory/SharedCounter.h"
 #include "tests/memory/SweepTally.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <cstddef>
 #include <new>

@@ -1,10 +1,10 @@
 #include "tests/memory/TreeComparison.h"
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
 #include "tests/memory/TreeShape.h"
 
 #include "hostapi/storage/provider/Exception.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <set>
 #include <sstream>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/TreeSnapshot.h"
 
 #include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 #include "hostapi/storage/provider/StorageIRI.h"
 
 #include <gtest/gtest.h>

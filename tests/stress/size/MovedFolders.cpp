@@ -1,10 +1,10 @@
 #include "tests/stress/size/MovedFolders.h"
 
-#include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/stress/Stopwatch.h"
 #include "tests/support/ProcessMemory.h"
 
 #include "hostapi/core/except/UtfConversion.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <fmt/core.h>
 
