@@ -38,8 +38,7 @@ void CheckRunner::requireProvider() const {
             context.provider();
         } catch (const PluginError&) {
             throw;
-        } catch (
-            ...) { // no exception of the plug-in's own classes may outlive the context, which holds the library
+        } catch (...) { // copied, because the context unloads the library that may define the exception class
             const Failure failure = Failure::ofCurrentException("");
             throw CommandError(failure.path, failure.reason);
         }
@@ -50,7 +49,7 @@ void CheckRunner::requireProvider() const {
 CheckRunner::Running::Running(const CheckRunner& runner, const Check& check)
     : process_([&](const CheckProcess::Announce& announce) {
           std::optional<CheckContext> context;
-          announce(verdictOf([&] { // before provider and library go, which may end the process
+          announce(verdictOf([&] { // before the provider and the library are destroyed, which may crash
               check.run(context.emplace(runner.plugin_, runner.profile_, runner.seed_, trace_));
           }));
       }) {}

@@ -27,7 +27,7 @@ std::string quotedForShell(const std::string& word) {
     return quoted + "'";
 }
 
-/// Prevents that a path is parsed as an option.
+/// Prevents a path from being parsed as an option.
 std::string asOperand(const std::string& path) {
     return path.starts_with('-') ? "./" + path : path;
 }

@@ -7,7 +7,7 @@
 
 namespace storage::host {
 
-/// The command line, quoted for a shell, that repeats one check of a run with the same options.
+/// The command line, quoted for a shell, that repeats one check of a run with the same options and seed.
 std::string replayCommand(const ValidateOptions& options, const Check& check);
 
 } // namespace storage::host

@@ -17,19 +17,19 @@ struct ValidateOptions {
     enum class Task { Check, List, ListAsMarkdown };
 
     Task task = Task::Check;
-    std::optional<std::string> plugin; ///< as the user named it; none for the plug-in of this program
+    std::optional<std::string> plugin; ///< as given by the user; none for the plug-in of this program
     Profile profile = Profile::AnyProvider;
     std::vector<std::string> only;         ///< patterns of rule numbers or names; none for all rules
     std::vector<std::string> except;       ///< patterns of rules that are not checked
-    std::optional<std::string> exceptFrom; ///< a file of such patterns, each with the reason
+    std::optional<std::string> exceptFrom; ///< file of such patterns, each with a reason
     ReportFormat format = ReportFormat::Text;
     std::optional<std::string> junitFile;
     std::uint64_t seed = 0;
     std::chrono::seconds timeLimit{60};           ///< of each check
-    std::optional<std::chrono::seconds> runLimit; ///< of all of them together
-    std::size_t jobs = 1;                         ///< checks that run at once
-    std::size_t repeat = 1;                       ///< how often each check is run, with other random numbers
-    bool failFast = false;                        ///< the first rule that is not kept ends the run
+    std::optional<std::chrono::seconds> runLimit; ///< of the whole run
+    std::size_t jobs = 1;                         ///< number of checks that run concurrently
+    std::size_t repeat = 1;                       ///< number of runs of each check, each with another seed
+    bool failFast = false;                        ///< stop the run at the first broken rule
 };
 
 } // namespace storage::host

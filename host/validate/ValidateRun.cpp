@@ -24,7 +24,7 @@ using std::chrono::milliseconds;
 using Result = CheckOutcome::Result;
 using CheckRun = ValidationRecord::CheckRun;
 
-/// A provider that hangs in one check mostly hangs in many.
+/// A provider that hangs in one check usually hangs in many, and each hang takes the full time limit.
 constexpr int mostHangs = 10;
 
 CheckRun planned(const Check& check, const RuleExceptions& exceptions) {
@@ -34,7 +34,8 @@ CheckRun planned(const Check& check, const RuleExceptions& exceptions) {
     return {&check, {Result::Skip, "the run was stopped before"}, "", CheckRun::State::NotReached};
 }
 
-/// One run of the selected checks. Results are in the order of the rules, whichever check ends first.
+/// One run of the selected checks. Checks may end in any order; results are reported in the order of the
+/// rules.
 class Validation {
 public:
     Validation(const std::string& plugin, const ValidateOptions& options, const CheckSelection& selection,
@@ -57,7 +58,7 @@ public:
     ~Validation() {
         try {
             console_.clearProgress();
-        } catch (...) { // the terminal is gone
+        } catch (...) { // the terminal is closed
         }
     }
 
@@ -82,10 +83,10 @@ public:
     }
 
 private:
-    /// A check that runs.
+    /// A running check.
     struct Job {
         CheckRun* run;
-        std::size_t round; ///< how often it has been run before
+        std::size_t round; ///< number of earlier runs of this check
         milliseconds limit;
         std::unique_ptr<CheckRunner::Running> running;
     };
@@ -129,7 +130,7 @@ private:
                 take(job);
             }
             if (!record_.stopped.empty()) {
-                jobs_.clear(); // kills them
+                jobs_.clear(); // kills the processes
             }
         }
     }
@@ -166,7 +167,7 @@ private:
     int hangs_ = 0;
 };
 
-/// Somebody who forgets the report's name would lose the plug-in.
+/// Throws for a file that is not XML. A user who omits the name of the report must not overwrite the plug-in.
 void refuseToOverwrite(const std::string& path) {
     if (std::filesystem::is_regular_file(path) && std::filesystem::file_size(path) > 0 &&
         std::ifstream(path, std::ios_base::binary).get() != '<') {
@@ -174,8 +175,8 @@ void refuseToOverwrite(const std::string& path) {
     }
 }
 
-/// Opened before the run: what cannot be written is better known at once, and an old report is no longer taken for this
-/// one's.
+/// Opens the report before the run: a path that cannot be written fails at once, and an old report is
+/// truncated.
 std::optional<FileDescriptor> openForJUnit(const ValidateOptions& options) {
     if (!options.junitFile) {
         return std::nullopt;
@@ -184,7 +185,7 @@ std::optional<FileDescriptor> openForJUnit(const ValidateOptions& options) {
     return FileDescriptor(*options.junitFile, O_WRONLY | O_CREAT | O_TRUNC, 0666);
 }
 
-/// A run that checks nothing must not be a success.
+/// A run without checks must not succeed.
 void requireChecks(const CheckSelection& selection, const RuleExceptions& exceptions) {
     for (const CheckSelection::Group& group : selection.groups) {
         if (std::any_of(group.checks.begin(), group.checks.end(),

@@ -10,7 +10,7 @@
 
 namespace storage::host {
 
-/// Checks a plug-in against the rules of a catalogue, or lists the rules.
+/// Checks a plug-in against the rules of a catalogue, or prints the rules.
 /// @param plugin  path of the plug-in
 /// @throws UsageError, PluginError, Interrupted, OutputError
 ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options,

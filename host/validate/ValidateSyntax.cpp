@@ -45,7 +45,7 @@ Profile profileOf(const std::string& name) {
     return name == profileName(Profile::AnyProvider) ? Profile::AnyProvider : Profile::InMemoryProvider;
 }
 
-/// An option that may be repeated, each time with one pattern.
+/// Adds an option that may be repeated, each time with one pattern.
 CLI::Option* addPatterns(CLI::App& command, const char* name, std::vector<std::string>& patterns,
                          const char* description) {
     return command.add_option(name, patterns, description)
@@ -55,7 +55,7 @@ CLI::Option* addPatterns(CLI::App& command, const char* name, std::vector<std::s
         ->allow_extra_args(false);
 }
 
-/// An option with a number from 1 to `most`.
+/// Adds an option with a number from 1 to `most`.
 template <class Number>
 CLI::Option* addNumber(CLI::App& command, const char* name, Number& number, long most, const char* type,
                        const char* description) {
@@ -130,7 +130,7 @@ std::optional<ValidateOptions> ValidateSyntax::result(const std::optional<std::s
     return options;
 }
 
-/// A list shows everything; a plug-in that somebody names may be of any kind.
+/// The default profile. A list contains all rules; a plug-in given by the user may have any kind of storage.
 Profile ValidateSyntax::usualProfile(const ValidateOptions& options) const {
     return list_ || !options.plugin ? Profile::InMemoryProvider : Profile::AnyProvider;
 }

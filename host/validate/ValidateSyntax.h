@@ -12,10 +12,10 @@ class App;
 
 namespace storage::host {
 
-/// The options of `validate`, to be read by the library and then made a value.
+/// Parses the options of `validate`.
 ///
-/// Borrows the application, which refers to it: both must stay until the command line has been read. Thread safety: one
-/// object is for one thread.
+/// Borrows the application. The application refers to this object while it parses, so both must exist until
+/// then. Not thread-safe.
 class ValidateSyntax {
 public:
     explicit ValidateSyntax(CLI::App& app);
@@ -23,8 +23,8 @@ public:
     ValidateSyntax& operator=(const ValidateSyntax&) = delete;
     ~ValidateSyntax() = default;
 
-    /// Nothing when the command line is another subcommand's.
-    /// @param plugin  that the program's own option names
+    /// Returns the parsed options, or nothing if the command line has another subcommand.
+    /// @param plugin  plug-in given by the global option of the program
     /// @throws UsageError
     std::optional<ValidateOptions> result(const std::optional<std::string>& plugin) const;
 

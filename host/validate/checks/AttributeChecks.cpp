@@ -50,7 +50,7 @@ void existenceOfRoot(CheckContext& context) {
     expectExistence(context.provider(), StorageIRI(u"/"), EntryExistence::Folder, "the root");
 }
 
-/// The bytes of a file are its size, whatever was written before.
+/// The size must stay correct when the file is overwritten with more bytes.
 void sizeOfFile(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI file = context.at(u"f");
@@ -129,7 +129,7 @@ void folderAttributesOfRoot(CheckContext& context) {
            "the root's time is not that of the folder that was added to it last");
 }
 
-/// Everything that only looks, done to a folder with something in it.
+/// Calls every operation that only reads, on a folder that is not empty.
 void lookAtEverything(CheckContext& context) {
     const IProvider& provider = context.provider();
     for (const char16_t* path : {u"d", u"d/f", u"d/missing"}) {
@@ -153,7 +153,7 @@ void lookingChangesNothing(CheckContext& context) {
     expect(after == before, fmt::format("looking changes something:{}", treeDifference(before, after)));
 }
 
-/// The attributes of entries side by side are each one's own.
+/// Files in one folder have different sizes, so that a mix-up of their attributes shows.
 void attributesAreOwn(CheckContext& context) {
     const IProvider& provider = context.provider();
     const std::array<std::string_view, 4> contents{"", "1", "12", "123"};

@@ -6,7 +6,7 @@
 
 namespace storage::host {
 
-/// All groups, in the order of their numbers. docs/contract.md has the same rules.
+/// All groups, in the order of their numbers. docs/contract.md is generated from them.
 std::span<const CheckGroup> checkCatalogue();
 
 // The checks of each group.

@@ -196,7 +196,7 @@ void manyEntries(CheckContext& context) {
            "a folder that holds many entries lists another number of them");
 }
 
-/// Creates and removes random entries, and keeps the expected tree in a plain map of paths.
+/// Creates and removes random entries, and tracks the expected tree in a map of paths.
 class History {
 public:
     explicit History(CheckContext& context) : context_(context), provider_(context.provider()) {}
@@ -233,7 +233,7 @@ public:
     }
 
 private:
-    /// Few distinct names, so that paths collide.
+    /// Only a few different names, so that paths collide.
     std::u16string anyPath() {
         std::u16string path;
         for (auto depth = context_.random()() % 3 + 1; depth > 0; --depth) {

@@ -25,7 +25,7 @@ namespace {
 using Names = std::vector<std::u16string>;
 using Type = FolderEntry::EntryType;
 
-/// An entry of a model. A value.
+/// An entry of the model. A value.
 struct ModelEntry {
     std::u16string path; ///< relative to the listed folder
     Type type;
@@ -33,7 +33,7 @@ struct ModelEntry {
 
 using Model = std::vector<ModelEntry>;
 
-/// Everything below a folder, by the required operations alone.
+/// Adds everything below a folder. Uses only mandatory operations.
 void addBelow(const IProvider& provider, const StorageIRI& folder, const std::u16string& prefix,
               Model& model) {
     for (const FolderEntry& entry : readEntries(provider.doListFiles(folder))) {
@@ -52,7 +52,7 @@ Model modelOf(const IProvider& provider, const StorageIRI& folder) {
     return model;
 }
 
-/// "*" is any run of characters, "?" is one, everything else is itself.
+/// Reference implementation: "*" matches any characters, "?" matches one, all others match themselves.
 bool matchesPlainly(std::u16string_view pattern, std::u16string_view name) {
     if (pattern.empty()) {
         return name.empty();
@@ -70,7 +70,7 @@ Names sorted(Names names) {
     return names;
 }
 
-/// The paths of those entries whose own name matches.
+/// The sorted paths of the entries that pass the filter, with a name that matches the pattern.
 template <class Filter>
 Names pathsIn(const Model& model, std::u16string_view pattern, const Filter& filter) {
     Names paths;
@@ -97,7 +97,7 @@ void expectSame(Names seen, const Names& expected, const char* operation, std::u
                        printable(pattern)));
 }
 
-/// Upper case only where it makes another name.
+/// Contains an upper-case letter only if names are case-sensitive.
 std::u16string lettersFor(CheckContext& context) {
     return context.provider().doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive
                ? u"ab.[]-A"
@@ -112,12 +112,12 @@ std::u16string randomWord(CheckContext& context, std::u16string_view letters, st
     return word;
 }
 
-/// Makes an entry, unless the storage does not take the name or has it already.
+/// Creates an entry. Ignores a name that the storage refuses or already has.
 void tryToMake(CheckContext& context, const std::u16string& path, bool folder) {
     try {
         folder ? context.provider().doCreateFolder(context.at(path))
                : context.provider().doCreateFile(context.at(path));
-    } catch (const Exception&) { // another one will do
+    } catch (const Exception&) { // other random names are enough
     }
 }
 
@@ -139,7 +139,7 @@ void patternsAgreeWithModel(CheckContext& context) {
     constexpr auto folders = [](Type type) { return type == Type::Folder; };
     for (const std::u16string& pattern : patterns) {
         if (letters.back() != u'A' && pattern.find_first_of(u"XY") != std::u16string::npos) {
-            continue; // where case does not count, it may not count for patterns
+            continue; // a case-insensitive storage may also ignore case in patterns
         }
         const Names every = pathsIn(model, pattern, all);
         const Names ofFiles = pathsIn(model, pattern, files);
@@ -258,7 +258,7 @@ void truncationAgreesWithModel(CheckContext& context) {
     }
 }
 
-/// Does what a storage may not offer. @return whether it does
+/// Calls an optional operation. @return whether the provider offers it
 template <class Action>
 bool isOffered(const Action& action) {
     try {
@@ -300,7 +300,7 @@ void transactionsTakeEffectTogether(CheckContext& context) {
     }
 }
 
-/// Counts the events that come from whichever thread.
+/// Counts events. Thread-safe, because a provider may report them on any thread.
 struct Events {
     std::mutex mutex;
     std::condition_variable changed;

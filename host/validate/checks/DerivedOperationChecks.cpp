@@ -47,7 +47,7 @@ void expectNames(const Names& names, const Names& expected, std::string_view ope
            fmt::format("{} gives{}, not{}", operation, printed(sorted(names)), printed(sorted(expected))));
 }
 
-/// The remaining names of a listing; those of folders with a trailing "/".
+/// The remaining names of a listing. Names of folders get a trailing "/".
 Names markedNames(IFolderEntryIterator& listing) {
     Names names;
     while (listing.hasNext()) {
@@ -442,7 +442,7 @@ void copyIsWritableAndNew(CheckContext& context) {
         const FileAttributes attributes = provider.doGetFileAttributes(context.at(u"b/g"));
         expect(attributes.isWritable(), "a copy of a read-only file is read-only");
         expect((attributes.getLastModified() - utcNow()).abs() <=
-                   boost::posix_time::minutes(10), // clocks of a network may differ
+                   boost::posix_time::minutes(10), // network storage: the clocks may differ
                "a copy has not the time of the copying");
     }
     expect(provider.doGetFileAttributes(context.at(u"a/f")).getLastModified() == before,
@@ -670,7 +670,7 @@ struct OptionalOperation {
     void (*run)(const IProvider& provider, const StorageIRI& iri);
 };
 
-/// A location other than the first one.
+/// The second location, for operations that have two.
 StorageIRI elsewhere() {
     return StorageIRI(u"/elsewhere");
 }

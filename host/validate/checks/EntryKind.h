@@ -5,7 +5,7 @@
 
 namespace storage::host::checks {
 
-/// The operations of files, or those of folders, for rules about both. A value.
+/// The operations for files or for folders, so that one check can test both. A value.
 struct EntryKind {
     using IProvider = provider::IProvider;
     using StorageIRI = provider::StorageIRI;

@@ -26,7 +26,7 @@ using namespace provider;
 namespace entry_point_checks {
 namespace {
 
-/// As the entry point gives it: nothing stands between.
+/// A provider as the entry point returns it, without the trace.
 using Owner = std::shared_ptr<IProvider>;
 
 Owner buildFrom(const PluginLibrary& library) {
@@ -37,11 +37,11 @@ Owner buildFrom(const PluginLibrary& library) {
 }
 
 Owner build(CheckContext& context) {
-    context.provider(); // or this one might come between two that the check makes
+    context.provider(); // otherwise the context could build its provider between two that the check builds
     return buildFrom(context.library());
 }
 
-/// The folder "d" of the check's own, in a storage that may be a new one without the check's folder.
+/// Creates the folder "d" in the check's folder. A storage of its own may not have the check's folder yet.
 StorageIRI makeFolder(CheckContext& context, const IProvider& provider) {
     if (!provider.doFolderExists(context.at(u""))) {
         provider.doCreateFolder(context.at(u""));
@@ -50,7 +50,7 @@ StorageIRI makeFolder(CheckContext& context, const IProvider& provider) {
     return context.at(u"d");
 }
 
-/// A little of everything, and nothing left of it.
+/// Uses various operations and removes everything they created.
 void use(CheckContext& context, const IProvider& provider) {
     const StorageIRI folder = makeFolder(context, provider);
     const StorageIRI file = context.at(u"d/f");
@@ -183,7 +183,7 @@ void listingOutlivesProvider(CheckContext& context) {
            "a listing or its clone does not work after the provider is destroyed");
 }
 
-/// What is printed while this object lives, by whichever way.
+/// Captures everything that the process writes to standard output and standard error during its lifetime.
 class CapturedOutput {
 public:
     CapturedOutput() : file_(::memfd_create("output", MFD_CLOEXEC)) {
@@ -273,7 +273,7 @@ void unloadsWithoutTrace(CheckContext& context) {
     expect(!isMapped(CopiedPlugin::mappedName), "the library stays mapped when it was unloaded");
 }
 
-/// Operations that a missing or existing entry refuses.
+/// Expects that an operation fails with exactly `Exception`, not with a derived class of the plug-in.
 void expectOwnClass(const std::function<void()>& action) {
     try {
         action();

@@ -22,10 +22,10 @@ using namespace provider;
 namespace exhausted_memory_checks {
 namespace {
 
-/// What came of an operation for which there was little memory. Told without allocating.
+/// The result of an operation with little memory. An enumeration, because recording it must not allocate.
 enum class Outcome { Done, OutOfMemory, FailedOtherwise };
 
-/// How little: from nothing to more than any of the operations needs at a time.
+/// Upper bound of the available bytes: more than any of the operations requires.
 constexpr std::size_t mostLeft = 200'000;
 
 std::size_t nextLeft(std::size_t left) {
@@ -38,7 +38,7 @@ void needExhaustibleMemory() {
 #endif
 }
 
-/// A file that cannot grow may say so by a length, too.
+/// Runs an operation with little memory. A container that cannot grow may also throw std::length_error.
 Outcome attempt(const std::function<void()>& operation, std::size_t left) {
     const ExhaustedMemory exhausted(left);
     try {
@@ -53,15 +53,15 @@ Outcome attempt(const std::function<void()>& operation, std::size_t left) {
     }
 }
 
-/// An operation, and the locations that it needs. Those are made before, for they take memory too.
+/// An operation. Its locations are created beforehand, because creating them allocates memory.
 struct Experiment {
     const char* name;
-    std::function<void()> prepare; ///< makes the same state each time, whatever state there is
+    std::function<void()> prepare; ///< creates the same state each time, whatever state exists
     std::function<void()> operation;
 };
 
-/// Runs the operation again and again, each time with a little more memory, until it succeeds.
-/// @param afterFailure  is called after every failure, when there is memory again
+/// Repeats an operation, each time with slightly more memory, until it succeeds.
+/// @param afterFailure  called after every failure, when memory is available again
 void sweep(const Experiment& experiment, const std::function<void()>& afterFailure) {
     for (std::size_t left = 0; left < mostLeft; left = nextLeft(left)) {
         experiment.prepare();
@@ -76,7 +76,7 @@ void sweep(const Experiment& experiment, const std::function<void()>& afterFailu
     }
 }
 
-/// Every failure of the operation leaves everything below the check's folder as it was, times too.
+/// Expects that every failure of the operation leaves the check's folder unchanged, including times.
 void expectUnchanged(CheckContext& context, const Experiment& experiment) {
     std::string before;
     const Experiment noting{experiment.name,
@@ -92,7 +92,7 @@ void expectUnchanged(CheckContext& context, const Experiment& experiment) {
     });
 }
 
-/// The locations of a small tree, which stays the same for all experiments of a check.
+/// The locations of a small tree, used by all experiments of a check.
 class SmallTree {
 public:
     explicit SmallTree(CheckContext& context)
@@ -234,7 +234,7 @@ void everythingWorksAgain(CheckContext& context) {
     }
 }
 
-/// No experiment of one kind changes anything when it fails.
+/// Expects that no failed operation of this kind changes anything.
 template <Experiments experiments>
 void nothingChanges(CheckContext& context) {
     needExhaustibleMemory();
@@ -244,7 +244,7 @@ void nothingChanges(CheckContext& context) {
     }
 }
 
-/// At which of two places a file stands. @throws RuleBroken at neither or both
+/// Which of two locations contains the file. @throws RuleBroken if neither or both do
 const StorageIRI& placeOf(const IProvider& provider, const StorageIRI& before, const StorageIRI& after) {
     expect(provider.doFileExists(before) != provider.doFileExists(after),
            "after a move that ran out of memory, a file is at neither place or at both");

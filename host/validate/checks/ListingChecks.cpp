@@ -24,7 +24,7 @@ using Listing = std::unique_ptr<IFolderEntryIterator>;
 using Entries = std::vector<FolderEntry>;
 using Type = FolderEntry::EntryType;
 
-/// One of the three kinds of listing and what it yields.
+/// One of the three listing operations and the kinds of entries that it yields.
 struct ListingKind {
     const char* operation;
     Listing (IProvider::*list)(const StorageIRI&) const;
@@ -54,7 +54,7 @@ void expectSame(const Entries& seen, const Entries& expected, std::string_view w
     expect(seen == expected, fmt::format("{} yields {}, not {}", what, shown(seen), shown(expected)));
 }
 
-/// Two files and three folders, names and kinds mixed.
+/// Files and folders alternate in the order of the names.
 const Entries mixture{
     {u"a", Type::Folder}, {u"b", Type::File}, {u"c", Type::Folder}, {u"d", Type::File}, {u"e", Type::Folder}};
 
@@ -65,7 +65,7 @@ Entries partOf(const Entries& entries, const ListingKind& kind) {
     return part;
 }
 
-/// The folder "d" with these entries.
+/// Creates the folder "d" with these entries.
 StorageIRI makeFolder(CheckContext& context, const Entries& entries) {
     context.provider().doCreateFolder(context.at(u"d"));
     for (const FolderEntry& entry : entries) {
@@ -183,8 +183,8 @@ void folderRemovedMeanwhile(CheckContext& context) {
     }
 }
 
-/// After each number of steps, a clone yields what the listing itself yields from there on. Another listing may have
-/// another order.
+/// A clone made after any number of steps must yield exactly the entries that the listing yields from there
+/// on. The clone is compared with its own listing, because the order of another listing may differ.
 template <const ListingKind& kind>
 void cloneYieldsTheRest(CheckContext& context) {
     const StorageIRI folder = makeFolder(context, mixture);
@@ -279,7 +279,7 @@ void rootListsItsEntries(CheckContext& context) {
            fmt::format("the root does not list its folder {}", printable(ownName)));
 }
 
-/// The order of code units is not that of characters: the last two change places in it.
+/// Names must be sorted by UTF-16 code unit. The last two would be reversed if sorted by code point.
 void inOrder(CheckContext& context) {
     Entries expected;
     for (const char16_t* name :
@@ -291,7 +291,7 @@ void inOrder(CheckContext& context) {
     expectSame(readEntries(context.provider().doListFiles(folder)), expected, "doListFiles");
 }
 
-/// Makes random entries, a file and a folder at least, and as much in each of the folders.
+/// Creates random entries, at least one file and one folder, and does the same in each folder.
 void makeRandomTree(CheckContext& context, const std::u16string& path, int depth) {
     for (auto left = 3 + context.random()() % 6; left > 0; --left) {
         const bool isFolder = left == 1 || (left > 2 && context.random()() % 2 == 0);

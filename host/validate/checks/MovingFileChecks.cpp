@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::array refusing{policies::refuse, policies::refuseFile};
 
-/// A folder "a" with the file "a/f" that holds "moved", and a folder "b".
+/// Creates a folder "a" with the file "a/f", which contains "moved", and an empty folder "b".
 void makeTree(CheckContext& context) {
     context.provider().doCreateFolder(context.at(u"a"));
     context.provider().doCreateFolder(context.at(u"b"));
@@ -32,7 +32,7 @@ void move(CheckContext& context, std::u16string_view source, std::u16string_view
     context.provider().doMoveFile(context.at(source), context.at(destination), policy);
 }
 
-/// The move fails under every policy, and changes nothing.
+/// Expects that the move fails under every policy and changes nothing.
 void expectRefused(CheckContext& context, std::u16string_view source, std::u16string_view destination,
                    ErrorCode code, const StorageIRI& location, std::string_view operation) {
     for (const ReplacementPolicy policy : policies::all) {
@@ -125,7 +125,7 @@ void existingFileIsRefused(CheckContext& context) {
     }
 }
 
-/// `policy` lets a file be replaced by one of other size.
+/// Expects that `policy` allows replacing a file by one of another size.
 void expectReplaced(CheckContext& context, ReplacementPolicy policy) {
     makeFile(context.provider(), context.at(u"b/g"), "replaced by the move");
     move(context, u"a/f", u"b/g", policy);
@@ -172,7 +172,7 @@ void readOnlyDestinationFolder(CheckContext& context) {
                   "moving a file into a read-only folder");
 }
 
-/// Replacing "b/g" fails with `ReadOnly` naming the source.
+/// Expects that replacing "b/g" fails with `ReadOnly` and names the source.
 void expectNotReplaced(CheckContext& context, std::string_view operation) {
     expectRefusal(
         context, [&] { move(context, u"a/f", u"b/g", policies::replace); }, ErrorCode::ReadOnly,
@@ -320,7 +320,7 @@ void rootIsNeitherSourceNorDestination(CheckContext& context) {
     }
 }
 
-/// A location whose host resolves an alias.
+/// Another path that the host has resolved to the same location.
 StorageIRI aliasOf(const StorageIRI& target) {
     return {target.getResolvedPath(), u"/alias", target.hasParent()};
 }
@@ -337,7 +337,7 @@ void ontoItselfIsNotLost(CheckContext& context) {
                 maybeGone = failure.getErrorCode() == ErrorCode::NotFound;
             }
             if (maybeGone && !provider.doFileExists(context.at(u"a/f"))) {
-                makeFile(provider, context.at(u"a/f"), "moved"); // lost, but told so
+                makeFile(provider, context.at(u"a/f"), "moved"); // allowed: the failure reports the loss
             }
             expect(provider.doFileExists(context.at(u"a/f")) &&
                        contentOf(provider, context.at(u"a/f")) == "moved",

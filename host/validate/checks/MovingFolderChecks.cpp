@@ -25,12 +25,12 @@ std::u16string below(std::u16string_view top, std::u16string_view path) {
     return std::u16string(top) + std::u16string(path);
 }
 
-/// Every file of a tree has bytes of its own.
+/// Different bytes for each file of a tree.
 std::string bytesOf(std::u16string_view file) {
     return fmt::format("bytes of {}", std::string(file.begin(), file.end()));
 }
 
-/// A folder "p" to move from with the tree "p/a", and a folder "q" to move to.
+/// Creates a folder "p" with the tree "p/a" to move, and an empty folder "q" as its destination.
 void makeTree(CheckContext& context) {
     const IProvider& provider = context.provider();
     provider.doCreateFolder(context.at(u"p"));
@@ -48,7 +48,7 @@ void move(CheckContext& context, std::u16string_view source, std::u16string_view
     context.provider().doMoveFolder(context.at(source), context.at(destination), policy);
 }
 
-/// The move fails under every policy, and changes nothing.
+/// Expects that the move fails under every policy and changes nothing.
 void expectRefused(CheckContext& context, std::u16string_view source, std::u16string_view destination,
                    ErrorCode code, const StorageIRI& location, std::string_view operation) {
     for (const ReplacementPolicy policy : policies::all) {
@@ -62,7 +62,7 @@ std::vector<std::u16string> namesIn(CheckContext& context, std::u16string_view f
     return context.provider().doListAllNamesOnly(context.at(folder));
 }
 
-/// The whole tree is at `destination` and no part of it at `source`.
+/// Expects that the whole tree is at `destination` and no part of it is at `source`.
 void expectMoved(CheckContext& context, std::u16string_view source, std::u16string_view destination) {
     const IProvider& provider = context.provider();
     expect(!provider.doExists(context.at(source)), "a moved folder is still at its old place");
@@ -194,7 +194,7 @@ void emptyFolderIsRefused(CheckContext& context) {
         context.at(u"q/b"), "moving a folder onto an empty folder under RefuseExisting");
 }
 
-/// `policy` lets an empty folder be replaced.
+/// Expects that `policy` allows replacing an empty folder.
 void expectReplaced(CheckContext& context, ReplacementPolicy policy) {
     context.provider().doCreateFolder(context.at(u"q/b"));
     move(context, u"p/a", u"q/b", policy);
@@ -250,7 +250,8 @@ void belowItself(CheckContext& context) {
     }
 }
 
-/// Moving "p/a" to "q/b" fails with `ReadOnly` naming the source and changes nothing, `folder` being read-only.
+/// Expects that moving "p/a" to "q/b" fails with `ReadOnly`, names the source and changes nothing while
+/// `folder` is read-only.
 void expectReadOnly(CheckContext& context, std::u16string_view folder, std::string_view operation) {
     makeTree(context);
     const WriteProtection protection(context.provider(), context.at(folder));
@@ -344,14 +345,14 @@ void everythingIsStampedAlike(CheckContext& context) {
     expect(timeOf(u"") == longAgo(), "a move stamps a folder that does not change");
 }
 
-/// The tree with the folder "p/a/s" read-only, which may stop a move of "p/a" midway.
+/// Creates the tree with a read-only folder "p/a/s", which may stop a move of "p/a" midway.
 void makeStoppingTree(CheckContext& context) {
     makeTree(context);
     makeFile(context.provider(), context.at(u"p/a/z"), bytesOf(u"/z"));
     context.provider().doSetWritable(context.at(u"p/a/s"), false);
 }
 
-/// Moves that tree to "q/b", or a part of it.
+/// Moves the tree to "q/b". A storage may stop midway.
 void moveAsFarAsItGoes(CheckContext& context) {
     try {
         move(context, u"p/a", u"q/b");

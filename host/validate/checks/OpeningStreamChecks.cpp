@@ -25,7 +25,7 @@ constexpr ByteStreamOpenOptions mustExistEmptied{.existence = ByteStreamExistenc
 constexpr ByteStreamOpenOptions appending{.append = ByteStreamAppend::AppendAtEnd};
 constexpr std::array everyWay{ByteStreamOpenOptions{}, mustExist, emptied, mustExistEmptied, appending};
 
-/// Option numbers without an enumerator. Every provider must treat them like the default.
+/// Option values without an enumerator. Every provider must treat them like the default.
 constexpr std::array<std::int32_t, 4> unnamedNumbers{2, 7, -1, std::numeric_limits<std::int32_t>::min()};
 
 bool isWithin(const boost::posix_time::ptime& time, const boost::posix_time::ptime& first,
@@ -113,7 +113,7 @@ void missingFileForReading(CheckContext& context) {
         "opening a missing file for reading");
 }
 
-/// Expects that opening `file` fails with `NotFound` for all options.
+/// Expects that opening `file` fails with `NotFound` with all options.
 void expectUnreachable(CheckContext& context, const StorageIRI& file, std::string_view operation) {
     for (const ByteStreamOpenOptions& options : everyWay) {
         expectRefusal(

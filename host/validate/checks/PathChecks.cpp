@@ -25,7 +25,7 @@ namespace {
 
 using Names = std::vector<std::u16string>;
 
-/// What a name may hold is up to the storage, unless it is in memory.
+/// Whether the storage accepts a name. The in-memory provider must accept every name.
 bool isTaken(CheckContext& context, const std::u16string& name) {
     try {
         context.provider().doCreateFile(context.at(name));
@@ -36,7 +36,8 @@ bool isTaken(CheckContext& context, const std::u16string& name) {
     }
 }
 
-/// Makes a file of each name, whose bytes are its number, and expects to find each again, under its own name.
+/// Creates a file with each name and its index as content. Expects that each file is found and listed by its
+/// own name.
 void expectNamesKept(CheckContext& context, const Names& wanted) {
     const IProvider& provider = context.provider();
     Names names;
@@ -69,7 +70,7 @@ void plainNames(CheckContext& context) {
                     {u"a", u"a b", u" lead", u".hidden", u"a.b.c", u"-dash", u"~", u"#%&+", u"(1)", u"0"});
 }
 
-/// Nothing here has a second form that a storage might turn it into.
+/// None of these names has another Unicode normal form that a storage could store instead.
 void namesOfTheWorld(CheckContext& context) {
     expectNamesKept(context, {u"Straße", u"中文", u"Ωμ", u"שלום", u"\U0001F600", u"x\U0001F680y"});
 }
@@ -78,7 +79,8 @@ void similarNames(CheckContext& context) {
     expectNamesKept(context, {u"a", u"aa", u"aaa", u"ab", u"a0", u"a-", u"a.a", u"a a"});
 }
 
-/// Case counts for every letter or, where it does not, at least for none of ASCII.
+/// A case-sensitive storage must distinguish case in all letters. A case-insensitive one must ignore it in
+/// ASCII letters.
 void caseAsTold(CheckContext& context) {
     const IProvider& provider = context.provider();
     const bool sensitive =
@@ -138,7 +140,7 @@ void longNames(CheckContext& context) {
     expectNamesKept(context, {std::u16string(10'000, u'n'), std::u16string(10'000, u'n') + u"1"});
 }
 
-/// `spelled` must lead to the file `f` of the folder `d`, whichever operation is asked.
+/// Expects that every operation resolves the path `spelled` to the file `f` in the folder `d`.
 void expectSameFile(CheckContext& context, const std::u16string& spelled) {
     const IProvider& provider = context.provider();
     provider.doCreateFolder(context.at(u"d"));
@@ -199,7 +201,7 @@ void relativePaths(CheckContext& context) {
                   "creating a folder at a path without a slash");
 }
 
-/// A location whose host resolves aliases.
+/// Another path that the host has resolved to the same location.
 StorageIRI alias(const StorageIRI& target) {
     return {target.getResolvedPath(), u"/alias", target.hasParent()};
 }
@@ -266,7 +268,8 @@ void rootHasManySpellings(CheckContext& context) {
     }
 }
 
-/// Names that a storage takes for one another, or for another one, when it cuts, trims, decodes, folds or replaces.
+/// Names that a storage confuses if it truncates, trims, decodes, case-folds, normalizes or replaces
+/// characters.
 std::vector<Names> lookAlikes() {
     std::vector<Names> lists{
         {u"a", u"a ", u" a", u"a.", u"a..", u"a\t", u"\ta", u"a\n", u"a\u00A0", u"a\u200B", u"\uFEFFa"},
@@ -308,7 +311,7 @@ void expectListed(CheckContext& context, Names expected, std::string_view occasi
                        printable(made == expected.end() ? u"" : *made)));
 }
 
-/// @return whether the storage has taken the name; if not, it has refused it as a name
+/// @return whether the storage accepted the name; it must refuse other names with the right error
 template <const EntryKind& kind>
 bool isCreated(CheckContext& context, const std::u16string& name) {
     const IProvider& provider = context.provider();
@@ -319,7 +322,7 @@ bool isCreated(CheckContext& context, const std::u16string& name) {
         expect(refusal.getErrorCode() == ErrorCode::NotFound && refusal.getIRI() == context.at(name),
                fmt::format(R"(a new {} called "{}" is refused with "{}", not with NotFound naming it)",
                            kind.name, printable(name), refusal.what()));
-    } catch (const SystemError&) { // names that the system below refuses in its own way
+    } catch (const SystemError&) { // an error of the underlying system
     }
     expect(!(provider.*kind.exists)(context.at(name)),
            fmt::format("the {} \"{}\" was refused, but exists", kind.name, printable(name)));

@@ -31,7 +31,7 @@ using namespace provider;
 namespace process_checks {
 namespace {
 
-/// A little of everything, and nothing left of it.
+/// Uses various operations and removes everything they created.
 void exercise(CheckContext& context, const IProvider& provider) {
     if (!provider.doFolderExists(context.at(u""))) {
         provider.doCreateFolder(context.at(u""));
@@ -54,7 +54,7 @@ void exercise(CheckContext& context, const IProvider& provider) {
     provider.doRemoveFolderRecursively(context.at(u"e"));
 }
 
-/// A part of the process's state, as text.
+/// A part of the state of the process, as text.
 struct Property {
     const char* name;
     std::string (*state)();
@@ -65,7 +65,7 @@ std::string entriesOf(const char* folder) {
     return std::to_string(std::distance(begin(entries), end(entries)));
 }
 
-/// Their numbers. Empty where the kernel does not list them.
+/// The process IDs. Empty if the kernel does not list children.
 std::string children() {
     std::string numbers;
     for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -105,14 +105,14 @@ std::string signals() {
     return text;
 }
 
-/// Rounding, trapped errors, and whether the smallest numbers count as 0.
+/// Rounding mode, enabled traps, and whether denormals are flushed to zero.
 std::string floatingPoint() {
     const volatile double smallest = DBL_MIN;
     const volatile double smaller = smallest / 2;
     return fmt::format("{} {} {}", std::fegetround(), ::fegetexcept(), smaller > 0);
 }
 
-/// Which timers run.
+/// Which interval timers are running.
 std::string timers() {
     std::string text;
     for (const auto timer : {ITIMER_REAL, ITIMER_VIRTUAL, ITIMER_PROF}) {
@@ -133,7 +133,7 @@ std::string limits() {
     return text;
 }
 
-/// What standard input, output and error are.
+/// The device and inode of standard input, output and error.
 std::string standardStreams() {
     std::string text;
     for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -160,7 +160,7 @@ constexpr Property arithmetic{"floating-point mode", floatingPoint};
 template <const Property& property>
 void expectState(const std::string& before, const char* occasion) {
     std::string seen = property.state();
-    for (int i = 0; i < 1000 && seen != before; ++i) { // a thread that was joined stays listed for a moment
+    for (int i = 0; i < 1000 && seen != before; ++i) { // a joined thread stays listed for a moment
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         seen = property.state();
     }
@@ -168,10 +168,10 @@ void expectState(const std::string& before, const char* occasion) {
            fmt::format("{}, the {} of the process: {}; before: {}", occasion, property.name, seen, before));
 }
 
-/// What a provider may have while it is there must go with it.
+/// A provider may use resources while it exists. Its destructor must release them.
 template <const Property& property>
 void goesWithProvider(CheckContext& context) {
-    exercise(context, context.provider()); // what the library makes once may stay
+    exercise(context, context.provider()); // the library may keep what it allocates once
     const std::string before = property.state();
     {
         const LoadedProvider provider = context.library().buildProvider();
@@ -193,7 +193,7 @@ std::size_t memoryInUse() {
 }
 
 void callsNeedNoMoreMemory(CheckContext& context) {
-    constexpr int rounds = 700; // of 15 calls
+    constexpr int rounds = 700; // of 15 calls each
     constexpr std::size_t smallestLeak = 24;
     const IProvider& provider = context.provider();
     makeFile(provider, context.at(u"f"), "bytes");
@@ -217,10 +217,10 @@ void callsNeedNoMoreMemory(CheckContext& context) {
         provider.doRemoveFolder(context.at(u"h"));
         try {
             provider.doRemoveFile(other);
-        } catch (const Exception&) { // it is gone
+        } catch (const Exception&) { // expected: the file was moved away
         }
     };
-    for (int i = 0; i < rounds / 5; ++i) { // what is kept for later calls is kept once
+    for (int i = 0; i < rounds / 5; ++i) { // the provider may cache something once
         round();
     }
     const std::size_t before = memoryInUse();

@@ -29,7 +29,7 @@ constexpr auto fromPosition = std::ios_base::cur;
 constexpr auto fromEnd = std::ios_base::end;
 constexpr long longest = std::numeric_limits<long>::max();
 
-/// A file of the ten digits, and a stream that writes at its position.
+/// Creates a file with the ten digits and opens a stream at its beginning.
 std::unique_ptr<ByteStream> openDigits(CheckContext& context) {
     makeFile(context.provider(), context.at(u"f"), "0123456789");
     return openStream(context.provider(), context.at(u"f"));
@@ -254,7 +254,7 @@ void appendersLoseNothing(CheckContext& context) {
     expectContent(context, u"f", expected, "after 20 appends of two streams in turn");
 }
 
-/// A stream whose file was emptied while its position was 5.
+/// A stream at position 5 of a file that is now empty.
 std::unique_ptr<ByteStream> openBehindTheEnd(CheckContext& context) {
     auto stream = openDigits(context);
     seekTo(*stream, 5, fromBeginning);
@@ -328,7 +328,7 @@ void removedFileStaysRemoved(CheckContext& context) {
     expect(readRest(*stream) == "abcdefgh89", "a stream on a removed file shares bytes with a new file");
 }
 
-/// What an old stream writes is in the moved file, and the other way round.
+/// Expects that writes through the old stream show in the moved file, and the other way round.
 void expectShared(CheckContext& context, ByteStream& old, std::u16string_view movedTo) {
     seekTo(old, 0, fromBeginning);
     writeText(old, "ab");
@@ -417,14 +417,14 @@ void flagComesTooLateForOpenStreams(CheckContext& context) {
     context.provider().doSetWritable(context.at(u"f"), true);
 }
 
-/// A stream beside what it should do.
+/// A stream and its expected state.
 struct ModelledStream {
     std::unique_ptr<ByteStream> stream;
     bool appends;
     std::size_t position = 0;
 };
 
-/// Random steps on one file through several streams, and on a plain string.
+/// Random operations on one file through several streams. The expected content is in a string.
 class RandomSteps {
 public:
     explicit RandomSteps(CheckContext& context) : context_(context) {

@@ -32,7 +32,7 @@ namespace {
 constexpr int threadCount = 4;
 constexpr int raceRounds = 200;
 
-/// The first failure of several threads. Any of them may tell it.
+/// The first failure of several threads. Thread-safe.
 class FirstFailure {
 public:
     void takeCurrent() {
@@ -42,7 +42,7 @@ public:
         }
     }
 
-    /// @throws RuleBroken when there was one
+    /// @throws RuleBroken if a thread has failed
     void rethrow() const {
         if (!failure_) {
             return;
@@ -61,7 +61,7 @@ private:
     std::exception_ptr failure_;
 };
 
-/// Runs `task` on four threads at once. @param task  is told which of them it is
+/// Runs `task` on four threads concurrently. @param task  is called with the index of its thread
 void together(const std::function<void(int thread)>& task) {
     std::barrier<> start(threadCount);
     FirstFailure failure;
@@ -83,7 +83,7 @@ void together(const std::function<void(int thread)>& task) {
     failure.rethrow();
 }
 
-/// Runs `step` on four threads, which begin every round at once.
+/// Runs `step` repeatedly on four threads, which start each round at the same time.
 void race(const std::function<void(int thread, int round)>& step) {
     std::barrier<> begin(threadCount);
     together([&](int thread) {
@@ -92,19 +92,20 @@ void race(const std::function<void(int thread, int round)>& step) {
             try {
                 step(thread, round);
             } catch (...) {
-                begin.arrive_and_drop(); // the others go on without this one
+                begin.arrive_and_drop(); // the other threads continue without this one
                 throw;
             }
         }
     });
 }
 
-/// Two threads do `work` at least so many times each, while two others do `meanwhile` over and over until they are done.
-/// However the threads are given processors, both have gone on beside each other for a while.
+/// Two threads repeat `work`, at least `times` times. Two other threads repeat `meanwhile` until those have
+/// finished. `work` also continues until `meanwhile` has run often enough, so that both overlap however the
+/// threads are scheduled.
 void besides(int times, const std::function<void()>& work,
              const std::function<void(int thread, int round)>& meanwhile) {
     constexpr int enough = 40;
-    std::atomic<int> rounds = 0; // of those who do `meanwhile`
+    std::atomic<int> rounds = 0; // of `meanwhile`, in both threads together
     std::atomic<int> working = 2;
     together([&](int thread) {
         const bool works = thread >= 2;
@@ -114,7 +115,7 @@ void besides(int times, const std::function<void()>& work,
                 rounds += works ? 0 : 1;
             }
         } catch (...) {
-            rounds = enough; // nobody waits for this thread
+            rounds = enough; // no thread waits for this one
             working -= works ? 1 : 0;
             throw;
         }
@@ -128,7 +129,7 @@ std::u16string numbered(std::u16string_view name, int number) {
 }
 
 /// Whether `action` succeeds.
-/// @throws RuleBroken when it fails otherwise than with one of these codes
+/// @throws RuleBroken when it fails with another code than these
 template <class Action>
 bool succeeds(const Action& action, std::initializer_list<ErrorCode> codes) {
     try {
@@ -141,7 +142,7 @@ bool succeeds(const Action& action, std::initializer_list<ErrorCode> codes) {
     }
 }
 
-/// Four threads do the same; in every round exactly one succeeds, and the others fail with `code`.
+/// Four threads run the same action. In every round, exactly one succeeds and the others fail with `code`.
 void expectOneWinner(const std::function<void(int thread, int round)>& action, ErrorCode code,
                      std::string_view operation) {
     std::vector<std::atomic<int>> winners(raceRounds);
@@ -217,15 +218,15 @@ constexpr std::array cycle{u"a", u"b", u"c"};
 using MoveOperation = void (IProvider::*)(const StorageIRI&, const StorageIRI&,
                                           const ReplacementPolicy&) const;
 
-/// The one place of the cycle where something stands.
+/// The only location of the cycle that has an entry. @throws RuleBroken unless there is exactly one
 StorageIRI placeInCycle(CheckContext& context) {
     const auto names = context.provider().doListAllNamesOnly(context.at(u""));
     expect(names.size() == 1, fmt::format("what 4 threads moved around is at {} places", names.size()));
     return context.at(names.front());
 }
 
-/// Two threads move what is at one of three places on to the next one, two to the one before. Now and then they stop,
-/// and it is at one place.
+/// Two threads move the entry forward through the three locations, two move it backward. All threads stop
+/// regularly, and the entry must then be at exactly one location.
 StorageIRI moveInCycle(CheckContext& context, MoveOperation move) {
     const auto moveOn = [&](int thread, int place) {
         const StorageIRI source = context.at(cycle[static_cast<std::size_t>(place % 3)]);
@@ -263,13 +264,14 @@ void folderMovesInCycles(CheckContext& context) {
            "a folder that 4 threads moved around holds something else");
 }
 
-/// A record that tells its thread and number, of many lengths.
+/// A record that contains its thread and number. Lengths vary.
 std::string record(int thread, int number) {
     return fmt::format("<{}.{}{}>", thread, number,
                        std::string(static_cast<std::size_t>(number * 7 % 60), '.'));
 }
 
-/// Takes the records of a file apart. @throws RuleBroken at one that is torn, twice there or out of order
+/// Splits the content of a file into records. @throws RuleBroken if a record is torn, lost, duplicated or out
+/// of order
 void expectWholeRecords(const std::string& content, int recordsOfEach) {
     std::array<int, threadCount> next{};
     std::size_t position = 0;
@@ -470,7 +472,7 @@ void timesAreWhole(CheckContext& context) {
     const auto read = [&] {
         const auto time = provider.doGetFileAttributes(context.at(u"f")).getLastModified();
         const auto off = time - timeOf(static_cast<int>(time.time_of_day().hours()));
-        expect(off.abs() <= boost::posix_time::seconds(2), // as coarse as a storage may keep times
+        expect(off.abs() <= boost::posix_time::seconds(2), // a storage may round times
                "a time is read that no thread has set");
     };
     const auto set = [&](int thread, int round) {
@@ -502,7 +504,7 @@ void clonesAreIndependent(CheckContext& context) {
     });
 }
 
-/// Runs `action` on a thread of its own, and waits.
+/// Runs `action` on another thread and waits until it ends.
 void onAnotherThread(const std::function<void()>& action) {
     std::async(std::launch::async, action).get();
 }
@@ -563,7 +565,7 @@ void providersChangeThreads(CheckContext& context) {
     onAnotherThread([&] { provider.reset(); });
 }
 
-/// Random changes of a few names. Each success moves the number of entries of a name up or down by one.
+/// Random changes of a few names. Counts the entries at each name: a success adds or removes one.
 class Turmoil {
 public:
     explicit Turmoil(CheckContext& context) : context_(context) {}
@@ -624,7 +626,7 @@ void changesAreCounted(CheckContext& context) {
     }
 }
 
-/// Two threads create a file each in a folder that two others remove.
+/// Two threads each create a file in a folder that two others try to remove.
 void onlyEmptyFoldersAreRemoved(CheckContext& context) {
     const IProvider& provider = context.provider();
     std::array<std::array<bool, 2>, raceRounds> created{};

@@ -26,8 +26,8 @@ using boost::posix_time::time_duration;
 namespace time_checks {
 namespace {
 
-// Storages may keep coarser times than hosts give, and the clock of another machine may be wrong, but not by so much
-// that local time could pass for it.
+// A storage may round times, and the clock of another machine may be wrong. The tolerances are too small to
+// accept local time instead of UTC.
 const time_duration coarseness = boost::posix_time::seconds(2);
 const time_duration clockError = boost::posix_time::minutes(10);
 
@@ -37,7 +37,7 @@ void expectNear(const ptime& seen, const ptime& expected, const time_duration& t
            fmt::format("{} is {}, not {}", what, formatMicroseconds(seen), formatMicroseconds(expected)));
 }
 
-/// Runs an action and expects it to have stamped an entry while it ran.
+/// Runs an action and expects that it sets the time of an entry to a time while it ran.
 void expectStamped(const std::function<void()>& action, const std::function<ptime()>& stamp,
                    std::string_view what) {
     const ptime before = utcNow();
@@ -85,7 +85,7 @@ void removingStampsFolder(CheckContext& context) {
                   fmt::format("the time of a folder that a {} was removed from", kind.name));
 }
 
-/// A folder two levels above and the neighbours keep their times.
+/// The grandparent folder and the siblings must keep their times.
 void othersAreNotStamped(CheckContext& context) {
     const IProvider& provider = context.provider();
     provider.doCreateFolder(context.at(u"d"));
@@ -236,7 +236,7 @@ ptime timeAt(int year, int month, int day, int hour, int minute, int second) {
             hours(hour) + minutes(minute) + seconds(second)};
 }
 
-/// @param mayRefuse  whether the storage may throw what it likes and keep the time that was there
+/// @param mayRefuse  whether the storage may throw any exception and keep the previous time
 void expectKept(CheckContext& context, std::span<const ptime> times, bool mayRefuse) {
     const IProvider& provider = context.provider();
     for (const EntryKind* kind : {&fileKind, &folderKind}) {

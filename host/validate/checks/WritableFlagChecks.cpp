@@ -95,7 +95,7 @@ void writableAgain(CheckContext& context) {
            "a folder that is writable again and was removed exists");
 }
 
-/// The flag protects only the entries of a folder, not their content.
+/// The flag of a folder protects the list of its entries, not their content.
 void belowReadOnlyFolder(CheckContext& context) {
     const IProvider& provider = context.provider();
     provider.doCreateFolder(context.at(u"d"));
@@ -137,7 +137,7 @@ void flagOfMissing(CheckContext& context) {
     }
 }
 
-/// The check for an existing entry comes before the folder's flag.
+/// An existing entry must be reported before the flag of the folder.
 void existenceBeforeFlag(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI entry = context.at(u"d/e");
@@ -151,7 +151,7 @@ void existenceBeforeFlag(CheckContext& context) {
     }
 }
 
-/// The checks for a missing entry and for the wrong kind come before the flags.
+/// A missing entry or one of the other kind must be reported before the flags.
 void absenceBeforeFlag(CheckContext& context) {
     const IProvider& provider = context.provider();
     provider.doCreateFolder(context.at(u"d"));
@@ -173,7 +173,7 @@ void absenceBeforeFlag(CheckContext& context) {
     expectNotFound(folderKind, u"d/file");
 }
 
-/// The check for an empty folder comes before its flag and the flag of its parent.
+/// A folder that is not empty must be reported before its own flag and the flag of its parent.
 void contentBeforeFlag(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI folder = context.at(u"d/full");

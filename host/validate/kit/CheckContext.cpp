@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::u16string_view ownFolder = u"/qzstorage-validate-";
 
-/// No two checks have the same, on whichever machines: one that ended early leaves its folder in a storage that keeps
-/// its content.
+/// A unique name, also across machines: a check that was killed leaves its folder in a persistent storage.
 std::u16string folderOfItsOwn() {
     std::random_device random;
     const std::string number = fmt::format("{:08x}{:08x}", random(), random());
@@ -29,7 +28,7 @@ CheckContext::~CheckContext() {
         if (!folder_.empty()) {
             provider_->doRemoveFolderRecursively(StorageIRI(folder_));
         }
-    } catch (...) { // the check has its result, and a broken provider may not be able to remove
+    } catch (...) { // the check has its result, and a broken provider may be unable to remove the folder
     }
 }
 

@@ -13,20 +13,20 @@
 
 namespace storage::host {
 
-/// What a check works with: the plug-in, a provider out of it, a folder of the storage that is the check's own, and
-/// random numbers.
+/// The environment of one check: the plug-in, a provider of it, a private folder in the storage, and random
+/// numbers.
 ///
-/// Owns the loaded library and the provider, and borrows the trace. The folder is made with the provider at the first use and removed at the end
-/// with everything in it, so that a storage that keeps its content gets back what it had. Thread safety: `at` may be called
-/// from any number of threads once it has been called; the rest is for one thread.
+/// Owns the loaded library and the provider; borrows the trace. The first use creates the provider and the
+/// folder. The destructor removes the folder with its content, so that a persistent storage is left as it
+/// was. Thread safety: `at` is thread-safe after its first call has returned; everything else is not.
 class CheckContext {
 public:
     using IProvider = provider::IProvider;
     using StorageIRI = provider::StorageIRI;
 
     /// @param plugin   path of the plug-in
-    /// @param profile  what the provider is to be held to
-    /// @param seed     where the random numbers begin
+    /// @param profile  selects the rules that apply to the provider
+    /// @param seed     seed of the random numbers
     /// @param trace    records each call of the provider
     /// @throws PluginError
     CheckContext(const std::string& plugin, Profile profile, std::uint64_t seed, OperationTrace& trace);
@@ -34,19 +34,19 @@ public:
     CheckContext& operator=(const CheckContext&) = delete;
     ~CheckContext();
 
-    /// The library, for checks of loading and of the entry point.
+    /// The loaded library, for checks of loading and of the entry point.
     const PluginLibrary& library() const { return library_; }
 
-    /// The provider that the check's folder is in.
+    /// The provider that contains the check's folder.
     const IProvider& provider();
 
-    /// The location of an entry in the check's own folder.
+    /// The location of an entry in the check's folder.
     /// @param path  relative, for example u"a/f"; the folder itself when empty
     StorageIRI at(std::u16string_view path);
 
     bool isInMemoryProvider() const { return profile_ == Profile::InMemoryProvider; }
 
-    /// Repeatable: the seed is part of what every report tells.
+    /// Repeatable, because every report contains the seed.
     std::mt19937_64& random() { return random_; }
 
 private:
@@ -57,8 +57,7 @@ private:
     std::mt19937_64 random_;
     OperationTrace& trace_;
     std::optional<LoadedProvider> loaded_;
-    std::unique_ptr<IProvider>
-        provider_; ///< forwards to the loaded one; declared after it, destroyed before it
+    std::unique_ptr<IProvider> provider_; ///< forwards to `loaded_`, so it is destroyed before it
     std::u16string folder_;
 };
 

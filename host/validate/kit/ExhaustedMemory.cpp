@@ -8,8 +8,8 @@ namespace storage::host {
 
 namespace {
 
-/// The allocator does not keep freed blocks of this size or above in bins of one size: it can split the
-/// remainder to any size.
+/// The allocator keeps small freed blocks in bins of one size. It can split a freed block of this size or
+/// more at any point.
 constexpr std::size_t divisible = 2048;
 
 /// Commits the pages of the stack before the limit applies.
@@ -20,7 +20,7 @@ void growStack() {
     }
 }
 
-/// The first exception of a process may allocate.
+/// Throws once, because the first exception of a process may allocate.
 void throwOnce() {
     try {
         throw std::bad_alloc();
@@ -41,7 +41,7 @@ ExhaustedMemory::ExhaustedMemory(std::size_t left) {
     takeEverything();
     ::operator delete(reserve_);
     if (left > 0) {
-        take(divisible); // the remainder of the reserve is what is left
+        take(divisible); // the rest of the reserve stays available
     } else {
         takeEverything();
     }

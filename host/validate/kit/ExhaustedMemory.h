@@ -5,20 +5,20 @@
 
 namespace storage::host {
 
-/// Exhausts the memory of the process during its lifetime: neither the system nor the heap has free memory.
-/// Every allocation fails with std::bad_alloc, unless other memory is freed.
+/// Exhausts the memory of the process during its lifetime: neither the kernel nor the heap has free memory.
+/// Every allocation fails with std::bad_alloc unless other memory is freed first.
 ///
 /// Owns all free blocks of the heap. Precondition: the process has only one thread.
 class ExhaustedMemory {
 public:
-    /// @param left  bytes that can still be allocated, in one piece
+    /// @param left  bytes that can still be allocated, in one block
     explicit ExhaustedMemory(std::size_t left);
     ExhaustedMemory(const ExhaustedMemory&) = delete;
     ExhaustedMemory& operator=(const ExhaustedMemory&) = delete;
     ~ExhaustedMemory();
 
 private:
-    /// A block of the heap, which stores a pointer to the next one.
+    /// An allocated block, which links to the next one.
     struct Block {
         Block* next;
     };

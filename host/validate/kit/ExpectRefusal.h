@@ -10,8 +10,8 @@ namespace storage::host {
 
 class CheckContext;
 
-/// As `expectFailure`. Also expects that nothing in the check's own folder changes: no entry, byte, flag or
-/// time.
+/// Like `expectFailure`. Also expects that the check's folder stays unchanged: entries, bytes, flags and
+/// times.
 void expectRefusal(CheckContext& context, const std::function<void()>& action, provider::ErrorCode code,
                    const provider::StorageIRI& location, std::string_view operation);
 

@@ -13,7 +13,8 @@ namespace storage::host {
 
 namespace {
 
-/// Threads that run at the same time have begun one after the other, so their numbers are near one another.
+/// Numbers threads consecutively in the order of their first call, so that concurrent threads use different
+/// slots.
 std::size_t numberOfThread() noexcept {
     static std::atomic<std::size_t> next = 0;
     thread_local const std::size_t number = next++;
@@ -36,7 +37,7 @@ OperationTrace::Call::~Call() {
 OperationTrace::OperationTrace() {
     void* const memory =
         ::mmap(nullptr, slotCount * sizeof(Slot), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED) { // NOLINT(performance-no-int-to-ptr): the system's own macro
+    if (memory == MAP_FAILED) { // NOLINT(performance-no-int-to-ptr): MAP_FAILED is a system macro
         throw std::system_error(errno, std::generic_category(), "mmap");
     }
     slots_ = static_cast<Slot*>(memory);
@@ -47,7 +48,7 @@ OperationTrace::~OperationTrace() {
 }
 
 std::string OperationTrace::text() const {
-    std::set<std::string> calls; // several threads may be in the same one
+    std::set<std::string> calls; // a set, because several threads may be in the same operation
     for (const Slot& slot : std::span(slots_, slotCount)) {
         if (const char* const operation = slot.operation.load(std::memory_order_acquire)) {
             const std::u16string_view path(slot.path, std::min(slot.length, longestPath));

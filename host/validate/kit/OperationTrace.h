@@ -7,18 +7,18 @@
 
 namespace storage::host {
 
-/// Which operations of a provider a process is in, for the process that started it: it names them when the other one hangs
-/// or has crashed.
+/// Records the operations of a provider that a child process is executing. The parent process names them
+/// after a hang or crash of the child.
 ///
-/// Owns memory that is shared with the processes forked later. Recording allocates nothing. Thread safety: any number of
-/// threads may record; `text` is for when they have ended.
+/// Owns memory that is shared with processes forked later. Recording does not allocate. Thread safety: any
+/// thread may record; `text` requires that no thread records any more.
 class OperationTrace {
 public:
-    /// One call. Made before it and destroyed after it, on the thread that calls.
+    /// Records one call during its lifetime. Created and destroyed on the calling thread.
     class Call {
     public:
-        /// @param operation  a literal: the other process has it at the same address
-        /// @param path       of the location concerned; may be empty
+        /// @param operation  a string literal: it has the same address in the parent process
+        /// @param path       path of the location; may be empty
         Call(OperationTrace& trace, const char* operation, std::u16string_view path) noexcept;
         Call(const Call&) = delete;
         Call& operator=(const Call&) = delete;
@@ -34,16 +34,16 @@ public:
     OperationTrace& operator=(const OperationTrace&) = delete;
     ~OperationTrace();
 
-    /// ", in doMoveFile of /d/f": every call that has not returned; empty when there is none.
+    /// All calls that have not returned, for example ", in doMoveFile of /d/f". Empty if there are none.
     std::string text() const;
 
 private:
     static constexpr std::size_t longestPath = 200;
-    static constexpr std::size_t slotCount = 64; ///< more than the threads that run at once
+    static constexpr std::size_t slotCount = 64; ///< more than any check starts at once
 
-    /// The last call of one thread.
+    /// The latest call of one thread.
     struct Slot {
-        std::atomic<const char*> operation; ///< null when it has returned
+        std::atomic<const char*> operation; ///< null when the call has returned
         std::size_t length;
         char16_t path[longestPath]; // NOLINT(modernize-avoid-c-arrays): zeroed by the kernel
     };

@@ -6,7 +6,7 @@
 #include <array>
 #include <limits>
 
-// Every policy that a host can pass, including those without an enumerator.
+// All policies that a host can pass, including values without an enumerator.
 namespace storage::host::policies {
 
 using provider::ReplacementPolicy;

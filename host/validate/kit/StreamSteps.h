@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-// Helpers of checks for streams and the bytes of files. Each throws when a stream breaks its contract.
+// Functions for streams and the bytes of files. Each throws when a stream breaks its contract.
 namespace storage::host {
 
 std::unique_ptr<provider::ByteStream> openStream(const provider::IProvider& provider,
@@ -17,7 +17,7 @@ std::unique_ptr<provider::ByteStream> openStream(const provider::IProvider& prov
 std::unique_ptr<provider::ByteStream> openForReading(const provider::IProvider& provider,
                                                      const provider::StorageIRI& iri);
 
-/// Opens a stream that appends all writes.
+/// Opens a stream that appends every write.
 std::unique_ptr<provider::ByteStream> openToAppend(const provider::IProvider& provider,
                                                    const provider::StorageIRI& iri);
 
@@ -27,13 +27,13 @@ void writeText(provider::ByteStream& stream, std::string_view bytes);
 /// The bytes of a single read of at most `count` bytes; empty at the end of the file.
 std::string readOnce(provider::ByteStream& stream, long count);
 
-/// The next `count` bytes, or all up to the end, by as many reads as are needed.
+/// The next `count` bytes, or all bytes to the end of the file. Reads as often as necessary.
 std::string readText(provider::ByteStream& stream, std::size_t count);
 
-/// All bytes from the current position on.
+/// All bytes from the current position to the end.
 std::string readRest(provider::ByteStream& stream);
 
-/// @return the position that the seek returns, as a number
+/// @return the return value of the seek, as a number
 long seekTo(provider::ByteStream& stream, long offset, std::ios_base::seekdir direction);
 
 long positionOf(provider::ByteStream& stream);

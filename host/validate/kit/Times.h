@@ -9,7 +9,7 @@ inline boost::posix_time::ptime utcNow() {
     return boost::posix_time::microsec_clock::universal_time();
 }
 
-/// A time that no entry has unless a check sets it.
+/// A time in the past. No entry has it unless a check sets it.
 inline boost::posix_time::ptime longAgo() {
     return boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3), boost::posix_time::hours(4));
 }

@@ -10,7 +10,7 @@ using namespace provider;
 
 namespace {
 
-/// What traced streams and listings have in common.
+/// Base class of traced streams and listings.
 template <class Interface>
 class Traced : public Interface {
 public:
@@ -54,8 +54,8 @@ public:
     }
 };
 
-/// Calls `open` and wraps its result. The wrapper is allocated first: an operation that has changed something must
-/// not fail.
+/// Calls `open` and wraps its result. The wrapper is allocated first, because nothing may fail after `open`
+/// has changed the storage.
 template <class Wrapper, class Open>
 auto wrapped(OperationTrace& trace, const char* operation, const std::u16string& path, const Open& open) {
     auto wrapper = std::make_unique<Wrapper>(trace, path);
@@ -110,7 +110,7 @@ public:
     using Time = boost::posix_time::ptime;
     using Size = unsigned long long;
 
-// One line for each operation whose first parameter is a location.
+// Forwards an operation whose first parameter is a location.
 #define QZ_TRACED(Result, name, parameters, ...)                                                             \
     Result name parameters const override {                                                                  \
         return record(#name, &IProvider::name, __VA_ARGS__);                                                 \

@@ -8,8 +8,9 @@
 
 namespace storage::host {
 
-/// A provider that forwards every operation to another one, and those of its streams and listings, and records each call.
-/// It borrows the provider and the trace; its streams and listings borrow the trace alone. As thread-safe as the provider.
+/// Returns a provider that forwards every operation to `inner` and records each call, including the calls of
+/// its streams and listings. It borrows `inner` and the trace; its streams and listings borrow only the
+/// trace. It is as thread-safe as `inner`.
 std::unique_ptr<provider::IProvider> tracedProvider(provider::IProvider& inner, OperationTrace& trace);
 
 } // namespace storage::host

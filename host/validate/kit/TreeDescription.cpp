@@ -77,7 +77,7 @@ std::string treeDifference(const std::string& before, const std::string& after) 
         for (std::string line; std::getline(stream, line);) {
             lines.push_back(line);
         }
-        return lines; // sorted, as describeTree() leaves them
+        return lines; // sorted by describeTree()
     };
     const std::vector<std::string> first = linesOf(before);
     const std::vector<std::string> second = linesOf(after);

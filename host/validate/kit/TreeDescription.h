@@ -7,15 +7,17 @@
 
 namespace storage::host {
 
-/// Which times a description tells. Those of folders change whenever an entry comes or goes, also for a moment.
+/// Which times a description contains. The time of a folder changes even if an entry is only added and
+/// removed again.
 enum class TimesTold { All, None };
 
-/// A folder and everything in it: paths, kinds, writable flags, times and bytes, one line an entry, in the order of the
-/// paths. Two descriptions are equal when nothing that a host can see differs.
+/// Describes a folder and everything below it: paths, kinds, writable flags, times and bytes. One line per
+/// entry, sorted by path. Two descriptions are equal if and only if a host can see no difference.
 std::string describeTree(const provider::IProvider& provider, const provider::StorageIRI& folder,
                          TimesTold times = TimesTold::All);
 
-/// The lines in which two descriptions differ: "- " in front of those of the first alone, "+ " of the second alone.
+/// The lines that only one of two descriptions contains: "- " marks lines of the first one, "+ " lines of the
+/// second one.
 std::string treeDifference(const std::string& before, const std::string& after);
 
 } // namespace storage::host

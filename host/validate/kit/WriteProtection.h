@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// Makes an entry read-only during its lifetime, and writable again after that, so that it can be removed.
+/// Makes an entry read-only during its lifetime, then writable again, so that it can be removed.
 /// Borrows the provider. Not thread-safe.
 class WriteProtection {
 public:
@@ -20,7 +20,7 @@ public:
     ~WriteProtection() {
         try {
             provider_.doSetWritable(iri_, true);
-        } catch (...) { // some operations have moved or removed the entry
+        } catch (...) { // some operations move or remove the entry
         }
     }
 

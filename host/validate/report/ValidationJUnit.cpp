@@ -26,7 +26,7 @@ void putTotals(ptree& suite, const ValidationRecord::Totals& totals) {
     suite.put("<xmlattr>.skipped", totals.of(Result::Skip));
 }
 
-/// What went wrong, as the element that says how.
+/// Adds a `failure` or `error` element that describes the result of a check.
 void addTrouble(ptree& test, const char* element, const ValidationRecord::CheckRun& run) {
     const CheckOutcome& outcome = run.outcome;
     const std::size_t firstLine = std::min(outcome.reason.find('\n'), outcome.reason.size());

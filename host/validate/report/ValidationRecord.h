@@ -11,15 +11,15 @@
 
 namespace storage::host {
 
-/// The words for a result in the reports. A value.
+/// How reports express a result. A value.
 struct ResultWords {
     CheckOutcome::Result result;
-    const char* name;    ///< for programs
+    const char* name;    ///< in JSON
     const char* counted; ///< after a number
     const char* marked;  ///< before a rule
 };
 
-/// In the order in which reports count the results.
+/// In the order in which reports list the counts.
 inline constexpr std::array<ResultWords, 5> resultWords{{
     {CheckOutcome::Result::Pass, "pass", "passed", "passed"},
     {CheckOutcome::Result::Fail, "fail", "failed", "FAILED"},
@@ -39,14 +39,14 @@ struct ValidationRecord {
         std::string replay; ///< the command line, quoted for a shell, that runs this check again
         enum class State {
             Checked,
-            Excepted,   ///< the user has said that the storage cannot keep the rule
-            NotReached, ///< the run was stopped before
+            Excepted,   ///< excluded by the user, because the storage cannot keep the rule
+            NotReached, ///< the run was stopped before this check
         } state = State::Checked;
     };
 
     /// How many checks ended with each result.
     struct Totals {
-        std::array<std::size_t, resultWords.size()> counts{}; ///< by the number of the result
+        std::array<std::size_t, resultWords.size()> counts{}; ///< indexed by the result
 
         std::size_t of(CheckOutcome::Result result) const { return counts[static_cast<std::size_t>(result)]; }
         std::size_t all() const;
@@ -57,7 +57,7 @@ struct ValidationRecord {
         std::string summary() const;
     };
 
-    /// The checks of a group that were run.
+    /// The checks of one group.
     struct Group {
         const CheckGroup* group;
         std::vector<CheckRun> checks;
@@ -68,9 +68,9 @@ struct ValidationRecord {
     std::string plugin; ///< path
     Profile profile;
     std::uint64_t seed;
-    std::size_t leftOut; ///< number of selected rules that the profile does not have
+    std::size_t leftOut; ///< number of selected rules that the profile excludes
     std::vector<Group> groups;
-    std::string stopped{}; ///< why the run has ended early, for example "stopped after 10 hangs"
+    std::string stopped{}; ///< why the run ended early, for example "stopped after 10 hangs"; empty otherwise
 
     Totals totals() const;
 

@@ -9,22 +9,22 @@
 // The lists of rules and the reports of a run.
 namespace storage::host {
 
-/// One rule per line, below the title of its group.
+/// Prints one rule per line, below the title of its group.
 void printRules(std::ostream& out, const CheckSelection& selection);
-/// The rules as they are in docs/contract.md.
+/// Prints the rules as they appear in docs/contract.md.
 void printRulesAsMarkdown(std::ostream& out, const CheckSelection& selection);
 void printRulesAsJson(std::ostream& out, const CheckSelection& selection);
 
-// The report as text; each group when it is done.
+// The text report. Each group is printed as soon as its checks have ended.
 void printBegin(std::ostream& out, const ValidationRecord& record);
 void printGroup(std::ostream& out, const ValidationRecord::Group& group);
 void printEnd(std::ostream& out, const ValidationRecord& record);
 
-/// The report as one JSON object.
+/// Prints the report as one JSON object.
 void printJson(std::ostream& out, const ValidationRecord& record);
 
-/// The report as a JUnit XML document: a group is a test suite, a failed rule a
-/// failure, a crash or hang an error; an excepted rule is skipped.
+/// The report as a JUnit XML document. Groups are test suites, broken rules are failures, crashes and hangs
+/// are errors, and excepted rules are skipped.
 std::string junitXml(const ValidationRecord& record);
 
 } // namespace storage::host

@@ -27,17 +27,18 @@ struct Check {
     const char* name;   ///< for example "paths.case-is-kept"
     const char* rule;   ///< one line, for example "Names that differ in case are two names."
     Profile profile;    ///< the providers to which the rule applies
-    /// Returns when the provider keeps the rule. Runs in its own process, which it may change or crash.
+    /// Returns if the provider keeps the rule. Runs in its own process; it may change the process state or
+    /// crash.
     /// @throws RuleBroken, CheckSkipped
     void (*run)(CheckContext& context);
 };
 
-/// The rules about one subject. A value; the checks are in a table with static storage duration.
+/// The rules of one subject. A value; the checks are in a table with static storage duration.
 struct CheckGroup {
-    int number;        ///< the first part of the numbers of its checks
+    int number;        ///< first part of the numbers of its checks
     const char* title; ///< for example "Paths"
     std::span<const Check> checks;
-    const char* about = ""; ///< Markdown that introduces the rules in docs/contract.md
+    const char* about = ""; ///< Markdown introduction of the group in docs/contract.md
 };
 
 } // namespace storage::host

@@ -8,13 +8,13 @@
 
 namespace storage::host {
 
-/// Whether the number or the name of a rule matches as a whole; "*" and "?" are wildcards.
+/// Whether a pattern matches the whole number or the whole name of a rule; "*" and "?" are wildcards.
 bool matches(const std::string& pattern, const Check& check);
 
-/// The message for a pattern that matches no rule at all.
+/// The error message for a pattern that matches no rule.
 std::string noSuchRule(const std::string& pattern);
 
-/// The selected checks of a catalogue. A value; it refers to the catalogue's checks.
+/// The selected checks of a catalogue. A value; it refers to the catalogue.
 struct CheckSelection {
     struct Group {
         const CheckGroup* group;
@@ -24,7 +24,7 @@ struct CheckSelection {
     std::vector<Group> groups;
     std::size_t leftOut = 0; ///< number of checks that match the patterns but are not in the profile
 
-    /// @param patterns  of numbers or names, with "*" and "?"; none for all checks
+    /// @param patterns  patterns of numbers or names, with "*" and "?"; none for all checks
     /// @throws UsageError when a pattern selects nothing
     static CheckSelection of(std::span<const CheckGroup> catalogue, Profile profile,
                              const std::vector<std::string>& patterns);

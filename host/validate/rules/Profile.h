@@ -5,10 +5,10 @@
 
 namespace storage::host {
 
-/// Which providers a rule applies to.
+/// Selects the rules that apply to a provider.
 enum class Profile {
-    AnyProvider,      ///< every provider, with any kind of storage
-    InMemoryProvider, ///< only the in-memory provider: others may behave differently
+    AnyProvider,      ///< rules for every provider, with any kind of storage
+    InMemoryProvider, ///< also rules that only the in-memory provider must keep
 };
 
 /// The names on the command line, in the order of the enumerators.

@@ -27,8 +27,8 @@ std::string trimmed(const std::string& text) {
     return text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
 }
 
-/// A line that holds more than a comment.
-/// @param where  the file and the number of the line, for the failure
+/// Parses a line that is neither empty nor a comment.
+/// @param where  file and line number, for the error message
 std::pair<std::string, std::string> exceptionOf(const std::string& line, const std::string& where,
                                                 std::span<const CheckGroup> catalogue) {
     const std::size_t end = std::min(line.find_first_of(blanks), line.size());

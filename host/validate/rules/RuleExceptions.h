@@ -9,21 +9,22 @@
 
 namespace storage::host {
 
-/// The rules that a storage cannot keep by nature, each with the reason. A value.
+/// The rules that a storage cannot keep by design, each with a reason. A value.
 class RuleExceptions {
 public:
-    /// @param patterns  of numbers or names, from the command line
-    /// @param file      lines of a pattern and the reason; empty ones and those that begin with "#" are comments
+    /// @param patterns  patterns of numbers or names, from the command line
+    /// @param file      each line contains a pattern and a reason; empty lines and lines that begin with "#"
+    ///                  are ignored
     /// @throws UsageError when a pattern matches no rule of the catalogue
-    /// @throws CommandError when the file cannot be read, or a line of it is wrong
+    /// @throws CommandError when the file cannot be read or a line is invalid
     static RuleExceptions of(std::span<const CheckGroup> catalogue, const std::vector<std::string>& patterns,
                              const std::optional<std::string>& file);
 
-    /// Why a rule is excepted; nothing when it is not.
+    /// The reason for which a rule is excepted; nothing if it is not.
     std::optional<std::string> reasonFor(const Check& check) const;
 
 private:
-    std::vector<std::pair<std::string, std::string>> reasons_; ///< of each pattern
+    std::vector<std::pair<std::string, std::string>> reasons_; ///< pattern and reason
 };
 
 } // namespace storage::host
