@@ -8,7 +8,8 @@
 #include <stdexcept>
 #include <string_view>
 
-/// A plug-in with one injected fault, or one allowed variant, named by the environment: BROKEN_PLUGIN=NAME.
+/// A plug-in with one injected fault or one allowed variant, selected by the environment variable
+/// BROKEN_PLUGIN.
 extern "C" __attribute__((visibility("default")))
 foundation::storage::provider::ProviderEntryPoint buildProvider_V1;
 

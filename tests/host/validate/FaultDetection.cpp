@@ -5,7 +5,8 @@
 #include <cstdlib>
 #include <iostream>
 
-// Checks every broken provider against every rule and prints the rules that detect it. At least one must.
+// Checks each broken provider against every rule and prints the rules that detect the fault. Fails if a fault
+// is not detected.
 
 namespace {
 

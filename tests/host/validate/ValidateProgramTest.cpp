@@ -22,7 +22,7 @@ using testing::StartsWith;
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the program on a plug-in that the environment variable makes misbehave.
+/// Runs the program on a plug-in whose misbehavior an environment variable selects.
 ProgramRun runWith(
     const char* variable, const char* wrong, const Arguments& arguments,
     const ProgramRun::Companion& meanwhile = [](pid_t) {}) {
@@ -206,7 +206,7 @@ TEST(ValidateProgramTest, JobsChangeNothingInTheReport) {
     };
     const std::string one = report("1");
     EXPECT_THAT(one, HasSubstr("FAILED 2.2 "));
-    // Each run works in a folder with a number of its own.
+    // Each run uses a folder with a random number in its name.
     const std::regex folder("qzstorage-validate-[0-9a-f]+");
     EXPECT_EQ(std::regex_replace(report("4"), folder, ""), std::regex_replace(one, folder, ""));
 }

@@ -72,7 +72,7 @@ public:
         };
     }
 
-    // With hooks: no stream here outlives its provider.
+    // With hooks, which this fault requires. No check lets a stream outlive this provider.
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                              const OpenOptions& options) const override {
         return HookedProvider::doOpenStream(iri, options);

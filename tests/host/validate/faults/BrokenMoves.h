@@ -4,7 +4,7 @@
 
 #include <string>
 
-// The parts of broken moves of files and of folders.
+// Helpers of the faults in moves of files and folders.
 namespace faults {
 
 using MoveOperation = void (*)(const foundation::storage::provider::IProvider& sound,

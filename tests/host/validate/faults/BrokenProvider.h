@@ -5,15 +5,14 @@
 
 namespace faults {
 
-/// The in-memory provider behind hooks. Each derived class breaks one rule; its comment describes the broken
-/// behaviour.
+/// The in-memory provider with hooks. Each derived class breaks one rule; its comment describes the fault.
 class BrokenProvider : public HookedProvider {
 public:
     using IProvider = foundation::storage::provider::IProvider;
 
     BrokenProvider() : BrokenProvider(storage::inmemoryprovider::buildInMemoryProvider()) {}
 
-    // Without hooks, because these require the provider, and streams may outlive it.
+    // Without hooks: a hooked stream refers to the provider, which it may outlive.
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
                                              const OpenOptions& options) const override {
         return sound().doOpenStream(iri, options);

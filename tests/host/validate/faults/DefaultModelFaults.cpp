@@ -18,7 +18,7 @@ std::size_t levelsOf(std::u16string_view path) {
     return static_cast<std::size_t>(std::count(path.begin(), path.end(), u'/'));
 }
 
-/// Brackets in a pattern stand for one of the characters in them, more or less.
+/// Treats a bracket expression in a pattern as "?".
 class BracketsMeanOne final : public BrokenProvider {
 public:
     Listing doListFilesWildcards(const StorageIRI& iri, std::u16string pattern) const override {
@@ -31,7 +31,7 @@ public:
     }
 };
 
-/// Names are collected from three levels.
+/// Omits names below the third level.
 class ThreeLevelsOfNames final : public BrokenProvider {
 public:
     Names doListAllRecursiveNamesOnly(const StorageIRI& iri) const override {
@@ -43,7 +43,7 @@ public:
     }
 };
 
-/// There is room for 64 folders above the one to be made.
+/// Limits the depth of paths to 64 levels.
 class SixtyFourLevels final : public BrokenProvider {
 public:
     void doCreateFolderRecursive(const StorageIRI& iri) const override {
@@ -54,7 +54,7 @@ public:
     }
 };
 
-/// Short paths come first, and those of one length are alike.
+/// Orders paths by length only, so different paths of one length are equivalent.
 class OrderedByLength final : public BrokenProvider {
 public:
     PathComparator doGetPathComparator(const StorageIRI&) const override {
@@ -64,7 +64,7 @@ public:
     }
 };
 
-/// The last byte of the last block is forgotten when the block is full.
+/// Drops the last byte of a copy if its last block is full.
 class FullBlockLosesByte final : public BrokenProvider {
 public:
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
@@ -77,7 +77,7 @@ public:
     }
 };
 
-/// A file grows by one block at most.
+/// Extends a file by at most one block.
 class GrowsByOneBlock final : public BrokenProvider {
 public:
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
@@ -85,7 +85,7 @@ public:
     }
 };
 
-/// A transactional stream is one like others.
+/// Returns an ordinary stream as a transactional stream.
 class TransactionsByName final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenTransactionalStream(const StorageIRI& iri,
@@ -94,7 +94,7 @@ public:
     }
 };
 
-/// Who wants to know of changes is noted, and forgotten.
+/// Accepts subscriptions but never reports events.
 class NeverTells final : public BrokenProvider {
 public:
     void doPublishFolderEventsFor(const StorageIRI&, EventCallback) const override {}

@@ -162,12 +162,12 @@ Owner buildStaying() {
     return buildInMemoryProvider();
 }
 
-/// The entry point of the broken plug-in does not check its pointer.
+/// Correct itself; the entry point of the broken plug-in does not check the pointer that it receives.
 Owner buildInMemory() {
     return buildInMemoryProvider();
 }
 
-/// A refusal with something more to tell.
+/// A plug-in's own exception class.
 class DetailedRefusal final : public Exception {
 public:
     using Exception::Exception;

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-/// One fault. Otherwise the provider is the in-memory one.
+/// A fault, injected into the in-memory provider.
 struct Fault {
     const char* name;     ///< for example "CreatingTwice"; selects the fault of the broken plug-in
     const char* caughtBy; ///< number of the rule that it breaks
@@ -36,7 +36,7 @@ std::span<const Fault> exhaustedMemory();
 std::span<const Fault> process();
 std::span<const Fault> defaultsAgainstModels();
 
-/// Defects of other providers, written without regard to the groups.
+/// Defects of other providers, not derived from the rules.
 std::span<const Fault> foreign();
 
 } // namespace faults

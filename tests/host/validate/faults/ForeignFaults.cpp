@@ -16,7 +16,7 @@
 #include <thread>
 #include <unistd.h>
 
-// Defects as other providers have them, written without regard to the rules: by classes of operations, not by rules.
+// Defects of other providers, collected by kind of operation and not derived from the rules.
 
 namespace faults {
 
@@ -142,7 +142,7 @@ Entries withOverlap(Entries entries) {
     return entries;
 }
 
-/// Moves a folder, and loses what `isLost` says.
+/// Loses the entries of a moved folder that `isLost` selects.
 template <bool (*isLost)(std::size_t number, std::size_t depth)>
 void moveAndLose(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, const Policy& policy) {
     sound.doMoveFolder(from, to, policy);
@@ -216,7 +216,7 @@ private:
     const std::thread::id owner_ = std::this_thread::get_id();
 };
 
-/// Appends by two steps.
+/// Appends in two steps: seek, then write.
 struct SeekThenWrite final : ForwardingStream {
     SeekThenWrite(Stream appending, Stream writing)
         : ForwardingStream(std::move(writing)), appending_(std::move(appending)) {}
@@ -248,7 +248,7 @@ void createWithoutLock(const IProvider& sound, const StorageIRI& iri) {
     sound.doOpenStream(iri, {});
 }
 
-/// All streams read through one buffer.
+/// Shares one buffer between the reads of all streams.
 struct CommonBuffer final : ForwardingStream {
     using ForwardingStream::ForwardingStream;
 
@@ -261,7 +261,7 @@ struct CommonBuffer final : ForwardingStream {
     }
 };
 
-/// What is created between the test and the removal is lost.
+/// Loses a file that is created between the test for emptiness and the removal.
 void removeFolderWithoutLock(const IProvider& sound, const StorageIRI& iri) {
     if (sound.doListAll(iri)->hasNext()) {
         throw Exception(ErrorCode::FolderNotEmpty, iri);

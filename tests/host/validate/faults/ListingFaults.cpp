@@ -388,7 +388,7 @@ public:
     }
 };
 
-/// The storage gives a thousand entries at a time, and nobody asks for the next ones.
+/// Returns only the first page of a thousand entries.
 class FirstPage final : public IFolderEntryIterator {
 public:
     FirstPage(std::unique_ptr<IFolderEntryIterator> inner, int left)

@@ -77,7 +77,7 @@ void ignoringPolicy(const IProvider& sound, const StorageIRI& from, const Storag
     sound.doMoveFile(from, to, Policy::ReplaceExisting);
 }
 
-/// Replaces a file by overwriting it, and keeps a longer tail.
+/// Replaces a file by overwriting it, so the tail of a longer file remains.
 void replacingWithoutEmptying(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                               Policy policy) {
     if (policy != Policy::ReplaceExisting || !sound.doFileExists(to)) {
@@ -183,7 +183,7 @@ void ontoItselfExists(const IProvider& sound, const StorageIRI& from, const Stor
     sound.doMoveFile(from, to, from == to ? Policy::RefuseExisting : policy);
 }
 
-/// Removes a file that is replaced by itself, whatever its flag.
+/// Removes a file that is moved onto itself, regardless of its flag.
 void ontoItselfRemoves(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (from == to && isReadOnly(sound, to)) {
         sound.doSetWritable(to, true);
@@ -201,7 +201,7 @@ void rootInTheWay(const IProvider& sound, const StorageIRI& from, const StorageI
     sound.doMoveFile(from, to, policy);
 }
 
-/// What a file is to replace is emptied first, also when it is the file itself.
+/// Empties the destination first, even if it is the source.
 void emptyingItself(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                     ReplacementPolicy policy) {
     if (from.getResolvedPath() == to.getResolvedPath() && policy == ReplacementPolicy::ReplaceExisting) {
@@ -211,7 +211,7 @@ void emptyingItself(const IProvider& sound, const StorageIRI& from, const Storag
     sound.doMoveFile(from, to, policy);
 }
 
-/// A file that is to be moved below itself is taken out first.
+/// Removes a file before refusing to move it below itself.
 void removingBefore(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                     ReplacementPolicy policy) {
     if (to.getResolvedPath().starts_with(from.getResolvedPath() + u"/")) {

@@ -26,7 +26,7 @@ void losingAChild(const IProvider& sound, const StorageIRI& from, const StorageI
     removeIfThere(sound, below(to, u"s/t/h"));
 }
 
-/// Does not find the subfolders of a moved folder by their new paths.
+/// Does not find the subfolders of a moved folder at their new paths.
 class StaleFolderMap final : public BrokenProvider {
 public:
     void doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -244,7 +244,7 @@ void rootInTheWay(const IProvider& sound, const StorageIRI& from, const StorageI
     sound.doMoveFolder(from, to, policy);
 }
 
-/// The flags of a hundred files are noted before a folder is moved, and no more.
+/// Keeps the flags of only a hundred files of a moved folder.
 void keepingHundredFlags(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                          ReplacementPolicy policy) {
     sound.doMoveFolder(from, to, policy);
@@ -256,7 +256,7 @@ void keepingHundredFlags(const IProvider& sound, const StorageIRI& from, const S
     }
 }
 
-/// What is given by an alias is looked for under that name.
+/// Looks up a location by its given path instead of the resolved one.
 void notResolving(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                   ReplacementPolicy policy) {
     if (to.getPath() != to.getResolvedPath()) {

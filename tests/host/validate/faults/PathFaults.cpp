@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    /// Throws with the caller's location; otherwise there would be a second fault.
+    /// Throws with the caller's location. Otherwise the provider would have a second fault.
     template <class Action>
     static auto at(const StorageIRI& iri, const Action& action) {
         try {
@@ -176,7 +176,7 @@ public:
     }
 };
 
-/// Blanks at the end of a new file's name are cut.
+/// Removes trailing blanks from the names of new files.
 class FileNamesTrimmed final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -186,7 +186,7 @@ public:
     }
 };
 
-/// New folders have names of 255 units at most.
+/// Truncates the names of new folders to 255 code units.
 class FolderNamesCut final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -195,7 +195,7 @@ public:
     }
 };
 
-/// A file is moved to a name in which a blank was written as %20.
+/// Replaces %20 by a blank in the name of a moved file.
 class MovedNamesDecoded final : public BrokenProvider {
 public:
     void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {

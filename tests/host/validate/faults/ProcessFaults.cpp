@@ -22,7 +22,7 @@ using namespace foundation::storage::provider;
 namespace process_faults {
 namespace {
 
-/// Does something to the process as soon as it is made.
+/// Changes the state of the process when it is created.
 template <void (*disturb)()>
 class Disturbing final : public BrokenProvider {
 public:
@@ -73,7 +73,7 @@ void roundUpwards() {
     std::fesetround(FE_UPWARD);
 }
 
-/// Every file that was asked for is remembered.
+/// Stores every queried path and never frees it.
 class Remembering final : public BrokenProvider {
 public:
     bool doFileExists(const StorageIRI& iri) const override {

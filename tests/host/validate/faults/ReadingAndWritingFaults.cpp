@@ -52,7 +52,7 @@ private:
     Opening opening_;
 };
 
-/// Ends a read at the control character for end of file in old text formats.
+/// Treats the control character Ctrl-Z as the end of the file, like old text formats.
 class EndAtControlZ final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -98,7 +98,7 @@ public:
     }
 };
 
-/// Returns the result of an empty read for an empty write.
+/// Returns -1 for an empty write, as a read at the end of the file does.
 class WritingNothingFails final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -478,7 +478,7 @@ public:
     }
 };
 
-/// Of a read of more than 64 KiB only the first 64 KiB are fetched, but all of it counts as read.
+/// Reads at most 64 KiB but advances the position by the whole count.
 struct FetchingOneBlock : ForwardingStream {
     using ForwardingStream::ForwardingStream;
     long read(char* buffer, long count) override {
@@ -496,7 +496,7 @@ struct ReadsFetchOneBlock : BrokenProvider {
     }
 };
 
-/// The table of open files has 128 rows; what does not fit goes to the last one.
+/// Stores the locations of at most 128 opened files; later streams open the last one of these.
 class TableOf128 final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,

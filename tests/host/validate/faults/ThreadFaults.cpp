@@ -28,7 +28,7 @@ void openTheWindow() {
     }
 }
 
-/// Calls `action` and ignores failures because another thread was faster.
+/// Calls `action` and ignores failures that another thread has caused.
 template <class Action>
 void anyway(const Action& action) {
     try {
@@ -317,7 +317,7 @@ struct ClonesCountTogether : BrokenProvider {
     }
 };
 
-/// Works on the thread alone that has made it.
+/// Whether the current thread is the one that created the object.
 class BoundToThread {
 public:
     bool isHere() const { return std::this_thread::get_id() == thread_; }
@@ -364,7 +364,7 @@ struct ProviderOfOneThread : BrokenProvider {
     BoundToThread owner;
 };
 
-/// Looks whether the place is free, and moves there afterwards in any case.
+/// Checks whether the destination exists, then moves and replaces unconditionally.
 void movingOverNewcomers(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                          Policy policy) {
     if (policy == Policy::RefuseExisting && sound.doExists(to)) {

@@ -208,7 +208,7 @@ public:
     }
 };
 
-/// Times in summer are taken for local time.
+/// Treats times in summer as local time.
 class SummerTimeSubtracted final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
@@ -217,7 +217,7 @@ public:
     }
 };
 
-/// Seconds since 1970 are counted in 32 bits.
+/// Stores times as 32-bit seconds since 1970.
 class SecondsIn32Bits final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
@@ -229,7 +229,7 @@ public:
     }
 };
 
-/// New files have the time of a clock that is late.
+/// Stamps new files by a clock that is 90 seconds slow.
 class ClockIsLate final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -238,7 +238,7 @@ public:
     }
 };
 
-/// What is no date becomes the first one.
+/// Stores 1970-01-01 instead of not-a-date-time.
 class NoDateIs1970 final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {

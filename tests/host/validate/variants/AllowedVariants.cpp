@@ -21,7 +21,7 @@ Stream wrapped(Stream stream, bool /*appends*/) {
     return std::make_unique<Wrapper>(std::move(stream));
 }
 
-/// A read returns half of the bytes that are wanted, but at least one.
+/// Reads at most half of the requested bytes, but at least one.
 class ShortReads final : public ForwardingStream {
 public:
     using ForwardingStream::ForwardingStream;
@@ -31,7 +31,7 @@ public:
     }
 };
 
-/// Writes reach the file when the stream flushes, reads, seeks or closes.
+/// Buffers writes until the stream flushes, reads, seeks or closes.
 class WriteBehind final : public ForwardingStream {
 public:
     using ForwardingStream::ForwardingStream;
@@ -41,7 +41,7 @@ public:
     ~WriteBehind() override {
         try {
             commit();
-        } catch (...) { // a destructor cannot report it
+        } catch (...) { // a destructor cannot report failures
         }
     }
 
@@ -73,7 +73,7 @@ private:
     std::string pending_;
 };
 
-/// Each listing has another order.
+/// Returns a different order for each listing.
 Alterations::Entries shuffled(Alterations::Entries entries) {
     static std::atomic<unsigned> seed = 0;
     std::shuffle(entries.begin(), entries.end(), std::minstd_rand(++seed));
@@ -88,7 +88,7 @@ ptime inTwoSeconds(const ptime& time) {
     return {time.date(), boost::posix_time::seconds(ofDay.total_seconds() / 2 * 2)};
 }
 
-/// As file systems of personal computers.
+/// Names that common desktop file systems refuse.
 bool isReserved(std::u16string_view name) {
     constexpr std::u16string_view forbidden = u"<>:\"|?*\\";
     return name.size() > 255 || name.ends_with(u' ') || name.ends_with(u'.') ||
@@ -97,7 +97,8 @@ bool isReserved(std::u16string_view name) {
            });
 }
 
-/// A storage that keeps no letters but those of ASCII in lower case.
+/// Names that are longer than 63 characters, or contain anything but printable ASCII without upper-case
+/// letters.
 bool isNotPlain(std::u16string_view name) {
     return name.size() > 63 || std::any_of(name.begin(), name.end(), [](char16_t unit) {
                return unit > u'~' || unit < u' ' || (unit >= u'A' && unit <= u'Z');

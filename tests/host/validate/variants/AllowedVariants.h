@@ -5,9 +5,9 @@
 #include <memory>
 #include <span>
 
-/// A provider that differs from the in-memory one and keeps the contract.
+/// A provider that differs from the in-memory provider and still keeps the contract.
 struct AllowedVariant {
-    const char* name; ///< selects it in the broken plug-in
+    const char* name; ///< name by which BROKEN_PLUGIN selects it
     std::shared_ptr<foundation::storage::provider::IProvider> (*build)();
 };
 

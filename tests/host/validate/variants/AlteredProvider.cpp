@@ -27,7 +27,7 @@ StorageIRI AlteredProvider::kept(const StorageIRI& given) const {
                             withNames(given.getPath(), changes_.name), given.hasParent());
 }
 
-/// Calls `action` with the locations as the storage keeps them. A failure names them as they were given.
+/// Calls `action` with the locations as they are stored. Failures name the locations as they were given.
 template <class Action, class... Iris>
 auto AlteredProvider::at(const char* operation, const Action& action, const Iris&... given) const {
     if (changes_.before != nullptr) {
@@ -49,7 +49,7 @@ auto AlteredProvider::at(const char* operation, const Action& action, const Iris
     }
 }
 
-/// @throws Exception `NotFound` naming `named` when the storage cannot hold the name of `iri`
+/// @throws Exception `NotFound` with the location `named` if the storage refuses the name of `iri`
 void AlteredProvider::requireName(const StorageIRI& iri, const StorageIRI& named) const {
     if (changes_.refuses != nullptr && changes_.refuses(faults::nameOf(iri))) {
         throw Exception(ErrorCode::NotFound, named);

@@ -7,7 +7,7 @@
 #include <tuple>
 #include <vector>
 
-/// How a provider differs from the in-memory one. Functions that are null change nothing.
+/// The differences of a provider from the in-memory one. A null function changes nothing.
 struct Alterations {
     using IProvider = foundation::storage::provider::IProvider;
     using StorageIRI = foundation::storage::provider::StorageIRI;
@@ -20,13 +20,13 @@ struct Alterations {
                           const Policy& policy);
 
     void (*before)(std::string_view operation) = nullptr;    ///< called before every operation
-    std::u16string (*name)(std::u16string given) = nullptr;  ///< a name of a path as the storage keeps it
-    bool (*refuses)(std::u16string_view name) = nullptr;     ///< whether no entry can have the name
-    Entries (*entries)(Entries entries) = nullptr;           ///< what a listing yields
+    std::u16string (*name)(std::u16string given) = nullptr;  ///< maps a name in a path to the stored name
+    bool (*refuses)(std::u16string_view name) = nullptr;     ///< whether the storage refuses a name
+    Entries (*entries)(Entries entries) = nullptr;           ///< maps the entries of each listing
     Listing (*listing)(Listing listing) = nullptr;           ///< wraps each listing
     Stream (*stream)(Stream stream, bool appends) = nullptr; ///< wraps each stream
-    Time (*timeSet)(const Time& given) = nullptr;            ///< the time that is stored
-    Time (*timeOfEntry)(const Time& stored) = nullptr;       ///< the time that attributes have
+    Time (*timeSet)(const Time& given) = nullptr;            ///< maps a given time to the stored one
+    Time (*timeOfEntry)(const Time& stored) = nullptr;       ///< maps a stored time to the reported one
     Move moveFile = nullptr;
     Move moveFolder = nullptr;
     void (*createFile)(const IProvider& sound, const StorageIRI& iri) = nullptr;
@@ -74,7 +74,7 @@ public:
     void doSetWritable(const StorageIRI& iri, bool writable) const override;
 
 protected:
-    /// A location as the storage keeps it.
+    /// The location as it is stored.
     StorageIRI kept(const StorageIRI& given) const;
 
 private:

@@ -91,7 +91,7 @@ FilenameSensitivity CaseInsensitiveProvider::doGetFilenameSensitivity(const Stor
     return FilenameSensitivity::CaseInsensitive;
 }
 
-/// Later listings have the name as it is in `iri`.
+/// Records the name in `iri`, which later listings then return.
 void CaseInsensitiveProvider::noteName(const StorageIRI& iri) const {
     names_[kept(iri).getResolvedPath()] = faults::nameOf(iri);
 }

@@ -5,10 +5,10 @@
 #include <map>
 #include <mutex>
 
-/// Names that differ only in the case of ASCII letters are one name. An entry is listed by the name that it was
-/// created with.
+/// Treats names that differ only in the case of ASCII letters as one name. Listings return the name with
+/// which an entry was created.
 ///
-/// Owns the listed names, guarded by `mutex_`, which is held during every change of the storage. Listings and
+/// Owns these names. `mutex_` guards them and is held during every change of the storage. Listings and
 /// streams may outlive it.
 class CaseInsensitiveProvider final : public AlteredProvider {
 public:
