@@ -5,9 +5,9 @@
 #include <functional>
 #include <memory>
 
-/// A provider that forwards the required operations to another one, and calls hooks before them. The other
-/// operations are the host's defaults, so the hooks are called inside them. Base class of the test providers
-/// that change another provider's behavior.
+/// Forwards the required operations to another provider and calls a hook before each. All other operations
+/// are the host interface's defaults, so the hook is called for the operations that they call. Base class of
+/// the test providers that change another provider's behavior.
 ///
 /// Shares the other provider. Its streams and listings borrow this object.
 class HookedProvider : public foundation::storage::provider::IProvider {
@@ -17,8 +17,8 @@ public:
     using OpenOptions = foundation::storage::provider::ByteStreamOpenOptions;
     using Policy = foundation::storage::provider::ReplacementPolicy;
     using Listing = std::unique_ptr<foundation::storage::provider::IFolderEntryIterator>;
-    /// Receives the operation's name without "do", or the name of the stream's or listing's own operation,
-    /// and its first location.
+    /// Called with the name of the operation without "do" and its first location. Operations of streams and
+    /// listings have the name of the member function.
     using Hook = std::function<void(const char* operation, const StorageIRI& iri)>;
 
     explicit HookedProvider(

@@ -4,13 +4,12 @@
 
 namespace storage::stress {
 
-/// Growth of the resident memory of this process since the mark, in bytes: current and peak. Setting the mark
-/// first returns freed memory to the system.
+/// Growth of the resident memory of this process since the construction, in bytes: current and peak. The
+/// constructor first returns freed memory to the system.
 ///
-/// Not thread-safe. No other thread may allocate meanwhile.
+/// Not thread-safe. No other thread may allocate during the measurement.
 class ProcessMemory {
 public:
-    /// Sets the mark.
     /// @throws std::runtime_error when the system does not report the process's memory
     ProcessMemory();
 
@@ -21,8 +20,7 @@ private:
     std::int64_t atMark_;
 };
 
-/// The memory that this process can still allocate, in bytes: what the machine and the control group have
-/// left.
+/// The memory that this process can still allocate, in bytes, limited by the machine and the control group.
 std::int64_t availableMemory();
 
 } // namespace storage::stress

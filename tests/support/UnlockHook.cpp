@@ -10,8 +10,8 @@ namespace {
 
 thread_local const std::function<void()>* activeHook = nullptr;
 
-/// With checked iterators, the standard library locks mutexes of its own, also while the code under test holds its
-/// own mutexes. To wait in a hook there would be a deadlock.
+/// The standard library's checked iterators lock internal mutexes, also while the code under test holds its
+/// own. A hook that waits there would cause a deadlock.
 bool belongsToStandardLibrary(const pthread_mutex_t* mutex) {
     Dl_info info{};
     return dladdr(mutex, &info) != 0 && std::strstr(info.dli_fname, "libstdc++") != nullptr;
@@ -26,7 +26,7 @@ bool belongsToStandardLibrary(const pthread_mutex_t* mutex) {
 #endif
 
 #ifdef QZSTORAGE_THREAD_SANITIZER
-// The sanitizer replaces the function too, and must see every call.
+// ThreadSanitizer intercepts this function too and must see every call.
 extern "C" int __interceptor_pthread_mutex_unlock(pthread_mutex_t* mutex);
 
 static int unlock(pthread_mutex_t* mutex) {

@@ -4,8 +4,8 @@
 
 namespace storage::tests {
 
-/// During its lifetime, its thread calls `hook` after each unlocking of a mutex, so also between two steps of
-/// an operation. Mutexes that the hook itself unlocks do not count.
+/// During its lifetime, calls `hook` on its thread after each unlock of a mutex, including unlocks within an
+/// operation. The hook is not called for mutexes that it unlocks itself.
 ///
 /// Linking this replaces `pthread_mutex_unlock` in the whole program, including shared libraries. At most one
 /// object per thread.

@@ -4,8 +4,8 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-/// For ProgramRun's preparation: makes file permissions effective even if root runs the tests. The program
-/// still owns root's files.
+/// A preparation for ProgramRun: drops root's capabilities to ignore file permissions. The program keeps
+/// root's user ID, so it still has the owner's permissions on root's files.
 inline void dropFilePrivileges() {
     if (::geteuid() != 0) {
         return;

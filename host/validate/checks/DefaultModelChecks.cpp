@@ -33,7 +33,7 @@ struct ModelEntry {
 
 using Model = std::vector<ModelEntry>;
 
-/// Adds everything below a folder. Uses only operations without a default implementation.
+/// Adds everything below a folder. Calls only required operations, so no default implementation is involved.
 void addBelow(const IProvider& provider, const StorageIRI& folder, const std::u16string& prefix,
               Model& model) {
     for (const FolderEntry& entry : readEntries(provider.doListFiles(folder))) {
