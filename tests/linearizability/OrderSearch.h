@@ -7,9 +7,9 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Searches for a linearization of a history: an order of the steps of all calls in which a call that ended
-/// before another began comes first. The reference model, called in this order, must return the same results
-/// and end with the same tree.
+/// Searches for a linearization of a history: an order of the steps of all calls. If one call ended before
+/// another began, its steps come first. The reference model, called in this order, must return the same
+/// results and end with the same tree.
 class OrderSearch {
 public:
     /// @param history  must outlive this object

@@ -14,7 +14,7 @@ using provider::StorageIRI;
 
 namespace {
 
-/// The ending of a call with a known result. Passes the value to `use` if the call succeeded.
+/// The outcome of a call that has returned `result`. Passes the value to `use` if the call succeeded.
 template <class Value, class Use>
 storage::tests::Answer endingOf(const Call& call, Result<Value>&& result, const Use& use) {
     if (const auto* failure = std::get_if<Failure>(&result)) {
@@ -213,8 +213,8 @@ void Replay::noteChange(const RecordedCall& changer) {
     }
 }
 
-/// A file that was moved or replaced shares its bytes with its successor. Its own time and flag can then
-/// change only by setters that found it before.
+/// After a move or replacement, a file shares its bytes with its successor, but not its time and flag. These
+/// then change only by setters that found the file earlier.
 void Replay::explainAttributes(const RecordedCall& recorded, Progress& progress) const {
     const auto& outcome = recorded.outcome;
     progress.sizeOpen = progress.sizeOpen && progress.bytes->size() != outcome.size;
@@ -240,7 +240,7 @@ const ModelEntry* Replay::entryAt(const std::u16string& path) const {
     return found == model_.entries().end() ? nullptr : &found->second;
 }
 
-/// A stamp's time is unknown to the model, but differs from all times that callers set.
+/// The model does not know the time of a stamp, only that it differs from all times that callers set.
 bool Replay::timeAgrees(const ModelTime& expected, const boost::posix_time::ptime& seen) const {
     if (const auto* set = std::get_if<boost::posix_time::ptime>(&expected)) {
         return *set == seen;

@@ -13,10 +13,13 @@ namespace storage::inmemoryprovider::tests {
 
 /// Replays the calls of a history on the reference model in a given order of their steps.
 ///
-/// Most calls are one step. Calls with two documented steps have two here. Setting a time or flag finds the
-/// entry and then changes it; the change has no effect if the entry was moved or replaced in between. The
-/// attributes of a folder are its time, and then its flag. The attributes of a file are one step that finds
-/// it. Each attribute has a value that the file had between that step and the end of the call.
+/// Most calls are one step. Calls with two documented steps have two here:
+/// - Setting a time or flag finds the entry and then changes it. The change has no effect if the entry was
+///   moved or replaced in between.
+/// - The attributes of a folder are read in two steps: time, then flag.
+///
+/// The attributes of a file are one step, which finds the file. Each reported attribute must be a value that
+/// the file had between that step and the end of the call.
 class Replay {
 public:
     explicit Replay(const History& history);

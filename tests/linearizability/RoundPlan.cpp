@@ -50,7 +50,7 @@ private:
     Call anyMove(const std::vector<Path>& paths);
     Call anyCall(const std::vector<Path>& paths);
 
-    /// A call on an entry of its kind that changes nothing but the open stream.
+    /// A call that changes nothing but the stream that the thread has open.
     Call query(const std::vector<Path>& folders, const std::vector<Path>& files);
 
     void prepareFile(RoundPlan& plan, const Path& path);

@@ -40,7 +40,7 @@ std::string ruleBrokenByViews(const InMemoryEntryPath& path) {
     return "";
 }
 
-/// Look-ups by text require that texts compare like paths.
+/// Texts must compare like paths, because look-ups by text rely on it.
 std::string ruleBrokenByTexts(const InMemoryEntryPath& left, const InMemoryEntryPath& right) {
     const std::less<InMemoryEntryPath> before;
     const bool expected = left < right;
@@ -52,7 +52,7 @@ std::string ruleBrokenByTexts(const InMemoryEntryPath& left, const InMemoryEntry
     return (left == right.view()) == (left == right) ? "" : "equality with a text";
 }
 
-/// `expected` is the text that the path must have, which need not be in normal form.
+/// `expected` is the text that the path must have. It may be a text that is not normalized.
 std::string ruleBrokenByPath(const InMemoryEntryPath& path, const std::u16string& expected) {
     if (path.string() != expected || path.view() != expected) {
         return "text";

@@ -62,8 +62,8 @@ std::string text(const Operation& operation) {
     return out.str();
 }
 
-/// Trees are compared only after steps that should change something. A wrong change by another step is still
-/// visible then.
+/// Trees are compared only after operations that should change something. An unwanted change by another
+/// operation is detected by the next comparison.
 bool isToChangeSomething(OperationKind kind) {
     switch (kind) {
     case OperationKind::CreateFile:

@@ -75,7 +75,7 @@ private:
     void seekStream(OpenStream& stream, long offset, std::ios_base::seekdir direction);
     void stepListing(OpenListing& listing);
 
-    /// Calls the provider and compares the ending with `expected`.
+    /// Calls the provider and compares the outcome with `expected`.
     /// @return the result of `call`; nothing if it failed as expected
     template <class Value, class Call>
     auto ending(OperationKind kind, const Result<Value>& expected, const StorageIRI& source,

@@ -47,7 +47,8 @@ RC_GTEST_PROP(ProviderAndModel, AgreeOnSequencesRichInWeirdPaths, ()) {
     agreesOn(Mix::WeirdPaths);
 }
 
-/// Endings that require a deep tree. They show that the sequences reach such trees.
+/// Outcomes that only a deep tree allows. The test requires each of them, so the sequences must reach deep
+/// trees.
 struct DeepEnding {
     const char* operation;
     const char* outcome;

@@ -7,8 +7,7 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// Counts the outcomes of each operation over many sequences. Shows that the random sequences reach their
-/// targets.
+/// Counts the outcomes of each operation over many sequences, to verify that the sequences reach all of them.
 class OutcomeTally {
 public:
     void count(const std::string& operation, const std::string& outcome) { ++counts_[operation][outcome]; }

@@ -1,4 +1,5 @@
-// Compares random sequences of all operations with the reference model.
+// Like ModelTest.cpp, but the sequences are decoded from random bytes, as in fuzzing. Does not require
+// rapidcheck.
 
 #include "tests/model/LockstepRun.h"
 #include "tests/model/OperationReader.h"

@@ -208,7 +208,7 @@ Result<Done> ReferenceModel::moveFile(const StorageIRI& source, const StorageIRI
         if (!isWritable(to) || !isWritable(parentOf(to))) {
             return readOnly;
         }
-        entries_.erase(to); // stays removed, also if the move fails
+        entries_.erase(to); // stays removed even if the move fails
     }
     if (from == to) {
         return notFound;
@@ -234,7 +234,7 @@ Result<Done> ReferenceModel::moveFolder(const StorageIRI& source, const StorageI
     if (isSelfOrBelow(to, from)) {
         return destinationExists;
     }
-    entries_.erase(to); // stays removed, also if the move fails
+    entries_.erase(to); // stays removed even if the move fails
     return relinkFolder(from, to, readClock());
 }
 
@@ -327,7 +327,7 @@ Result<Done> ReferenceModel::relinkFolder(const std::u16string& from, const std:
     return Done();
 }
 
-/// Names with separators at their ends can lead to a path that exists, or to a missing folder.
+/// A name with leading or trailing separators can result in a path that exists or in a missing parent folder.
 Result<Done> ReferenceModel::relinkChild(const std::u16string& from, const std::u16string& to, Stamp now) {
     if (isFolder(from) && !isWritable(from)) {
         return readOnly;
