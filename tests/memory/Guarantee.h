@@ -23,8 +23,8 @@ using Guarantee = std::function<void(const TreeShape&, const Failure&)>;
 /// The tree is unchanged, including all times.
 void unchanged(const TreeShape& shape, const Failure& failure);
 
-/// The tree is unchanged. If only the allocation of the refusal's exception failed, it may also be as after
-/// the refusal.
+/// The tree is unchanged. If only allocations of the refusal's exception failed, the tree may also be as
+/// after the refusal.
 void unchangedOrRefused(const TreeShape& shape, const Failure& failure);
 
 /// Like `unchanged`, except for the times of folders in which a temporary file was created and removed. The
@@ -41,8 +41,8 @@ Guarantee partlyWritten(TreeShape::Role TreeShape::*role);
 /// Unchanged, but the file at `role` has been extended by a part of its new bytes and is stamped.
 Guarantee partlyGrown(TreeShape::Role TreeShape::*role);
 
-/// Moved entries are at the destination, the others at the source. Only folders in the process of moving may
-/// be at both. If nothing was moved, the tree is unchanged.
+/// Moved entries are at the destination, the others at the source. Only folders that are being moved may be
+/// at both. If nothing was moved, the tree is unchanged.
 Guarantee partlyMoved(TreeShape::Role TreeShape::*source, TreeShape::Role TreeShape::*destination);
 
 } // namespace storage::tests

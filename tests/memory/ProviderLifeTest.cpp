@@ -81,7 +81,7 @@ TEST(WhenOutOfMemory, NoInternalExceptionIsThrownWithoutItsMessage) {
         const FailingAllocation failure(0);
         try {
             throw inmemoryprovider::ReadOnlyException(longPath);
-        } catch (const std::bad_alloc&) { // it would replace the refusal
+        } catch (const std::bad_alloc&) { // must not replace the refusal
         }
     });
     EXPECT_EQ(outcome, ChildOutcome::Terminated);

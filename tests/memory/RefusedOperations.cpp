@@ -112,11 +112,11 @@ std::vector<Operation> fileMoves() {
                  RefuseExisting, ReadOnly),
         fileMove("moveAFileOutOfAReadOnlyFolderOverAnother", &Shape::fileInReadOnlyFolder, &Shape::otherFile,
                  ReplaceExisting, ReadOnly)
-            .leaving(unchangedOrRefused), // the other one has been removed
+            .leaving(unchangedOrRefused), // the refused move has removed the other file
         fileMove("moveAFileOntoItself", &Shape::file, &Shape::file, RefuseExisting, AlreadyExists),
         fileMove("moveAFileOntoItselfReplacing", &Shape::file, &Shape::file, ReplaceExisting,
                  NotFound)
-            .leaving(unchangedOrRefused), // it has been removed
+            .leaving(unchangedOrRefused), // the refused move has removed the file
     };
 }
 
