@@ -49,8 +49,8 @@ SLOW_TESTS = [["linearizability_tests"], ["memory_exhaustion_tests"]]
 THREAD_TESTS = [["inmemoryprovider_tests", "--gtest_filter=" + SLOW],
                 ["linearizability_tests"],
                 ["thread_stress", "--operations", "200000"]]
-# Tried one after the other until one fails: a build folder, and the tests to build and run there. The tests that
-# notice most in the shortest time are first: for headers, those that include few of them.
+# Stages, run until a test fails: a build folder, and the tests to build and run there. Tests that detect the
+# most mutations in the least time come first. For headers, tests that include few of the headers come first.
 SOURCE_STAGES = [("plain", UNIT_TESTS), ("plain", MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 HEADER_STAGES = [("headers", MODEL_TESTS), ("headers", UNIT_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 
