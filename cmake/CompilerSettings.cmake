@@ -5,7 +5,7 @@ target_compile_options(qzstorage_compiler_settings INTERFACE
     # See hostapi/ThreadSafetyAnnotations.h.
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wno-thread-safety-attributes>)
 
-# For the libraries with measured coverage: clang's own counters, which include branches.
+# Linked by the libraries with measured coverage. Clang's source-based coverage also counts branches.
 add_library(qzstorage_coverage INTERFACE)
 if(QZSTORAGE_COVERAGE)
     target_compile_options(qzstorage_coverage INTERFACE
@@ -13,7 +13,7 @@ if(QZSTORAGE_COVERAGE)
     target_link_options(qzstorage_coverage INTERFACE -fprofile-instr-generate)
 endif()
 
-# The sanitizer's vtable check requires the type information of classes that the plug-in hides.
+# The check of virtual calls requires type information of classes that the plug-in hides.
 if(QZSTORAGE_SANITIZE)
     target_compile_options(qzstorage_compiler_settings INTERFACE
         -fsanitize=${QZSTORAGE_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -21,7 +21,7 @@ if(QZSTORAGE_SANITIZE)
     target_link_options(qzstorage_compiler_settings INTERFACE -fsanitize=${QZSTORAGE_SANITIZE})
 endif()
 
-# For the code that the fuzz targets cover.
+# Linked by the code under fuzzing, for coverage feedback.
 add_library(qzstorage_fuzzing INTERFACE)
 if(QZSTORAGE_FUZZ)
     target_compile_options(qzstorage_fuzzing INTERFACE -fsanitize=fuzzer-no-link)

@@ -63,8 +63,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cm
 install(FILES ${PROJECT_BINARY_DIR}/qzstorageConfig.cmake ${PROJECT_BINARY_DIR}/qzstorageConfigVersion.cmake
     DESTINATION ${package_folder} COMPONENT development)
 
-# The same for pkg-config. The prefix is known only at installation. It is an absolute path, because
-# pkg-config omits the compiler's default folders only if it recognizes them.
+# The pkg-config files. The prefix is known only at installation. It is an absolute path, because pkg-config
+# omits the compiler's default folders only if it recognizes them.
 function(install_pkg_config name description requires)
     set(installation_prefix @CMAKE_INSTALL_PREFIX@)
     set(template ${PROJECT_BINARY_DIR}/${name}.pc.in)
