@@ -17,7 +17,7 @@ struct ValidateOptions {
     enum class Task { Check, List, ListAsMarkdown };
 
     Task task = Task::Check;
-    std::optional<std::string> plugin; ///< as given by the user; none for the plug-in of this program
+    std::optional<std::string> plugin; ///< as given by the user; none selects the plug-in of this program
     Profile profile = Profile::AnyProvider;
     std::vector<std::string> only;         ///< patterns of rule numbers or names; none for all rules
     std::vector<std::string> except;       ///< patterns of rules that are not checked

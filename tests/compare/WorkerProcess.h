@@ -17,7 +17,7 @@ namespace syscalls {
 /// Owns the process and ends it. Not thread-safe.
 class WorkerProcess {
 public:
-    /// The process does not answer, has exited, or its reply does not fit.
+    /// The process does not reply, has exited, or sent a reply that is too long.
     class Failure : public std::runtime_error {
     public:
         using std::runtime_error::runtime_error;

@@ -53,7 +53,7 @@ struct Operation {
 
     Operation&& allocating(Allocates when) &&;
     Operation&& leaving(Guarantee behind) &&;
-    /// For an operation that behaves on a large tree like another one in the table.
+    /// Skips large trees, where the operation behaves like another one in the table.
     Operation&& onSmallTreesOnly() &&;
 
     Operation&& refusedAs(provider::ErrorCode code) &&;

@@ -97,7 +97,7 @@ void expectSame(Names seen, const Names& expected, const char* operation, std::u
                        printable(pattern)));
 }
 
-/// Contains an upper-case letter only if names are case-sensitive.
+/// The letters of random names. Includes an upper-case letter only if names are case-sensitive.
 std::u16string lettersFor(CheckContext& context) {
     return context.provider().doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive
                ? u"ab.[]-A"

@@ -41,7 +41,7 @@ Owner build(CheckContext& context) {
     return buildFrom(context.library());
 }
 
-/// Creates the folder "d" in the check's folder. A storage of its own may not have the check's folder yet.
+/// Creates the folder "d" in the check's folder, which is missing if the provider has its own storage.
 StorageIRI makeFolder(CheckContext& context, const IProvider& provider) {
     if (!provider.doFolderExists(context.at(u""))) {
         provider.doCreateFolder(context.at(u""));

@@ -320,7 +320,7 @@ void rootIsNeitherSourceNorDestination(CheckContext& context) {
     }
 }
 
-/// Another path that the host has resolved to the same location.
+/// A location with another given path but the same resolved path.
 StorageIRI aliasOf(const StorageIRI& target) {
     return {target.getResolvedPath(), u"/alias", target.hasParent()};
 }

@@ -70,7 +70,7 @@ void plainNames(CheckContext& context) {
                     {u"a", u"a b", u" lead", u".hidden", u"a.b.c", u"-dash", u"~", u"#%&+", u"(1)", u"0"});
 }
 
-/// None of these names has another Unicode normal form that a storage could store instead.
+/// Names without an alternative Unicode normal form, so a storage that normalizes names keeps them.
 void namesOfTheWorld(CheckContext& context) {
     expectNamesKept(context, {u"Straße", u"中文", u"Ωμ", u"שלום", u"\U0001F600", u"x\U0001F680y"});
 }
@@ -201,7 +201,7 @@ void relativePaths(CheckContext& context) {
                   "creating a folder at a path without a slash");
 }
 
-/// Another path that the host has resolved to the same location.
+/// A location with another given path but the same resolved path.
 StorageIRI alias(const StorageIRI& target) {
     return {target.getResolvedPath(), u"/alias", target.hasParent()};
 }
@@ -311,7 +311,7 @@ void expectListed(CheckContext& context, Names expected, std::string_view occasi
                        printable(made == expected.end() ? u"" : *made)));
 }
 
-/// @return whether the storage accepted the name; it must refuse other names with the right error
+/// @return whether the storage accepted the name; a refusal must be NotFound with the location
 template <const EntryKind& kind>
 bool isCreated(CheckContext& context, const std::u16string& name) {
     const IProvider& provider = context.provider();

@@ -99,9 +99,9 @@ void race(const std::function<void(int thread, int round)>& step) {
     });
 }
 
-/// Two threads repeat `work`, at least `times` times. Two other threads repeat `meanwhile` until those have
-/// finished. `work` also continues until `meanwhile` has run often enough, so that both overlap however the
-/// threads are scheduled.
+/// Two threads repeat `work` while two others repeat `meanwhile`. Each of the first two does `work` at least
+/// `times` times, and until `meanwhile` has run often enough. So both overlap, however the threads are
+/// scheduled.
 void besides(int times, const std::function<void()>& work,
              const std::function<void(int thread, int round)>& meanwhile) {
     constexpr int enough = 40;

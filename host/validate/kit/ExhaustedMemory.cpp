@@ -8,8 +8,8 @@ namespace storage::host {
 
 namespace {
 
-/// The allocator keeps small freed blocks in bins of one size. It can split a freed block of this size or
-/// more at any point.
+/// The allocator keeps small freed blocks for requests of the same size. It can split a freed block of this
+/// size or more at any point.
 constexpr std::size_t divisible = 2048;
 
 /// Commits the pages of the stack before the limit applies.

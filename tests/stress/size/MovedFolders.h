@@ -24,7 +24,7 @@ private:
     using FolderVisitor = std::function<void(const std::u16string& relativePath, unsigned long children)>;
     using FileVisitor = std::function<void(const std::u16string& relativePath, unsigned long branch)>;
 
-    /// Visits every folder before its entries. The second argument is the number of folders in it.
+    /// Visits every folder before its entries. The second argument is the number of folders in that folder.
     void forEachFolder(const FolderVisitor& visit) const;
     void forEachFile(const FileVisitor& visit) const;
 

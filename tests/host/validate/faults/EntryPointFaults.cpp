@@ -162,7 +162,8 @@ Owner buildStaying() {
     return buildInMemoryProvider();
 }
 
-/// Correct itself; the entry point of the broken plug-in does not check the pointer that it receives.
+/// Builds a correct provider. The fault is in the entry point of the broken plug-in, which does not check its
+/// pointer.
 Owner buildInMemory() {
     return buildInMemoryProvider();
 }

@@ -153,7 +153,7 @@ public:
     }
 };
 
-/// A listing that counts through the current content of the folder.
+/// A listing that finds each entry by its index in the current content of the folder.
 class LiveListing final : public IFolderEntryIterator {
 public:
     LiveListing(std::shared_ptr<const IProvider> provider, StorageIRI folder)
