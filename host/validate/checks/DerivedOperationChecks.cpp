@@ -183,7 +183,7 @@ void rootIsOnlyEmptied(CheckContext& context) {
 
 // Listings
 
-/// Creates a folder "l" with names for patterns.
+/// Creates a folder "l" with the entries that patterns are matched against.
 void makeNames(CheckContext& context) {
     createFolders(context, {u"l", u"l/ab", u"l/b", u"l/a.d"});
     createFiles(context, {u"l/a", u"l/abc", u"l/b.txt", u"l/q"});

@@ -311,7 +311,8 @@ void expectListed(CheckContext& context, Names expected, std::string_view occasi
                        printable(made == expected.end() ? u"" : *made)));
 }
 
-/// @return whether the storage accepted the name; a refusal must be NotFound with the location
+/// @return whether the storage accepted the name; otherwise expects NotFound with the location, or an error
+///         of the underlying system
 template <const EntryKind& kind>
 bool isCreated(CheckContext& context, const std::u16string& name) {
     const IProvider& provider = context.provider();
@@ -322,7 +323,7 @@ bool isCreated(CheckContext& context, const std::u16string& name) {
         expect(refusal.getErrorCode() == ErrorCode::NotFound && refusal.getIRI() == context.at(name),
                fmt::format(R"(a new {} called "{}" is refused with "{}", not with NotFound naming it)",
                            kind.name, printable(name), refusal.what()));
-    } catch (const SystemError&) { // an error of the underlying system
+    } catch (const SystemError&) { // allowed
     }
     expect(!(provider.*kind.exists)(context.at(name)),
            fmt::format("the {} \"{}\" was refused, but exists", kind.name, printable(name)));

@@ -46,7 +46,7 @@ public:
 
     bool isInMemoryProvider() const { return profile_ == Profile::InMemoryProvider; }
 
-    /// Repeatable, because every report contains the seed.
+    /// Every report contains the seed, so the numbers are repeatable.
     std::mt19937_64& random() { return random_; }
 
 private:

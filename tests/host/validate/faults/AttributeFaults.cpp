@@ -122,7 +122,7 @@ public:
     }
 };
 
-/// Returns a folder's attributes as those of an empty file.
+/// Returns the attributes of a folder as file attributes with size 0.
 class FolderHasFileAttributes final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {

@@ -400,7 +400,7 @@ struct PathBeforeItself : BrokenProvider {
     }
 };
 
-/// Orders paths by characters, with surrogate pairs last.
+/// Orders paths by code point, so surrogate pairs come last.
 struct OrderByCharacters : BrokenProvider {
     PathComparator doGetPathComparator(const StorageIRI& /*iri*/) const override {
         return [](std::u16string_view first, std::u16string_view second) {

@@ -30,7 +30,7 @@ public:
     }
 };
 
-/// Gives new folders no time.
+/// Stores no time for new folders.
 class NewFolderHasNoTime final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
