@@ -26,7 +26,8 @@ struct Operation {
 /// All operations that may run concurrently: every operation except the shutdown.
 const std::vector<Operation>& allOperations();
 
-/// @throws Violation unless the table contains each of them once, under the name of the operation that it calls
+/// @throws Violation unless the table contains each operation once, under the name of the operation that it
+///         calls
 void requireWholeTable();
 
 /// The index of a random operation.
