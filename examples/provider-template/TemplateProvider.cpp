@@ -273,7 +273,7 @@ std::unique_ptr<IFolderEntryIterator> TemplateProvider::doListFolders(const Stor
     return std::make_unique<Listing>(only(FolderEntry::EntryType::Folder, entriesOf(iri)));
 }
 
-// The setters ignore the writable flag; otherwise it could not be set again.
+// The setters ignore the writable flag; otherwise a read-only entry could never become writable again.
 void TemplateProvider::doSetLastModified(const StorageIRI& iri, const ptime& time) const {
     const std::u16string path = pathOf(iri);
     const Lock lock(mutex_);
