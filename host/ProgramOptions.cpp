@@ -17,8 +17,8 @@ namespace {
 
 constexpr const char* description =
     R"(Use, mount and validate storage-provider plug-ins. The shell lists, reads, writes, copies,
-moves, imports, exports and compares files of a storage. The default plug-in is the in-memory
-one, whose content is lost when the session or the mount ends.)";
+moves, imports, exports and compares files of a storage. The default plug-in keeps its content
+in memory, until the session or the mount ends.)";
 
 constexpr const char* examples = R"(Examples:
   qzstorage shell                     run commands at a prompt; 'help' lists them
@@ -100,7 +100,7 @@ bool hasEmptyPath(const std::vector<NamedPlugin>& plugins) {
 std::string commandMissing(const CLI::App& app, const LinesSyntax& lines) {
     const std::vector<std::string> words = app.remaining();
     if (lines.lines(app)) {
-        return "-c takes one argument; quote the line to include '" + words.front() + "'";
+        return "-c takes one argument, so '" + words.front() + "' is extra; quote the whole line";
     }
     std::string known;
     for (const CLI::App* const command : app.get_subcommands(nullptr)) {
@@ -123,7 +123,7 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     app.require_subcommand(0, 1);
     app.fallthrough(); // options of the program may also follow a subcommand
     app.add_option("--plugin", plugins,
-                   "Shared library of the plug-in; with shell, run and -c repeatable, for NAME:/path")
+                   "Shared library of the plug-in; shell, run and -c accept several, used as NAME:/path")
         ->type_name("[NAME=]PATH")
         ->type_size(1)
         ->allow_extra_args(false)

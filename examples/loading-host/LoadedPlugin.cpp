@@ -42,7 +42,7 @@ std::shared_ptr<IProvider> LoadedPlugin::buildProvider() const {
     auto* const build =
         reinterpret_cast<ProviderEntryPoint*>(::dlsym(library_.get(), providerEntryPointName));
     if (build == nullptr) {
-        throw PluginError(path_ + ": not a provider plug-in, for it exports no " + providerEntryPointName);
+        throw PluginError(path_ + ": not a provider plug-in: it exports no " + providerEntryPointName);
     }
     std::shared_ptr<IProvider> provider;
     try {

@@ -56,7 +56,7 @@ void use(const std::filesystem::path& path) {
 int main(int argc, char** argv) {
     if (argc < 3) {
         std::cerr << "usage: loading-host NAME FOLDER...\n"
-                     "NAME is that of a provider, for example inmemory; it is looked for in the folders.\n";
+                     "Searches the folders for the provider NAME, for example inmemory.\n";
         return 2;
     }
     try {

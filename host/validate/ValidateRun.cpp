@@ -31,7 +31,7 @@ CheckRun planned(const Check& check, const RuleExceptions& exceptions) {
     if (const auto reason = exceptions.reasonFor(check)) {
         return {&check, {Result::Skip, "excepted: " + printable(*reason)}, "", CheckRun::State::Excepted};
     }
-    return {&check, {Result::Skip, "the run was stopped before"}, "", CheckRun::State::NotReached};
+    return {&check, {Result::Skip, "not checked: the run was stopped"}, "", CheckRun::State::NotReached};
 }
 
 /// One run of the selected checks. Checks may end in any order; results are reported in the order of the
@@ -145,11 +145,11 @@ private:
         hangs_ += outcome.result == Result::Hang ? 1 : 0;
         if (options_.runLimit && Clock::now() - begin_ >= *options_.runLimit) {
             record_.stopped =
-                fmt::format("stopped after {} s (--run-timeout gives more)", options_.runLimit->count());
+                fmt::format("stopped after {} s (limit of --run-timeout)", options_.runLimit->count());
         } else if (hangs_ >= mostHangs) {
             record_.stopped = fmt::format("stopped after {} hangs", hangs_);
         } else if (!isKept && options_.failFast) {
-            record_.stopped = "stopped at the first rule that is not kept";
+            record_.stopped = "stopped at the first check that did not pass";
         }
         ValidateOptions again = options_;
         again.seed += job.round;
@@ -171,7 +171,7 @@ private:
 void refuseToOverwrite(const std::string& path) {
     if (std::filesystem::is_regular_file(path) && std::filesystem::file_size(path) > 0 &&
         std::ifstream(path, std::ios_base::binary).get() != '<') {
-        throw CommandError(path, "is no XML report, and is not overwritten");
+        throw CommandError(path, "not an XML report, so it is not overwritten; choose another file");
     }
 }
 
@@ -193,7 +193,7 @@ void requireChecks(const CheckSelection& selection, const RuleExceptions& except
             return;
         }
     }
-    throw UsageError("all of the selected rules are excepted");
+    throw UsageError("all selected rules are excepted, so nothing would be checked");
 }
 
 void printSelected(std::ostream& out, const CheckSelection& selection, const ValidateOptions& options) {

@@ -19,16 +19,16 @@ constexpr long mostJobs = 100;
 constexpr long mostRepeats = 1'000'000;
 
 constexpr const char* validateExamples = R"(Examples:
-  qzstorage validate                           the plug-in that comes with this program
-  qzstorage validate ./libmyprovider.so        one of your own
+  qzstorage validate                           check the installed in-memory plug-in
+  qzstorage validate ./libmyprovider.so        check another plug-in
   qzstorage validate --only '7.*' --only '*append*' ./libmyprovider.so
   qzstorage validate --except-from exceptions.txt ./libmyprovider.so
   qzstorage validate --junit report.xml ./libmyprovider.so
   qzstorage validate --only '13.*' --repeat 50 --fail-fast ./libmyprovider.so
-  qzstorage validate --list                    which rules there are
+  qzstorage validate --list                    list the rules
 
-Exit status: 0 no rule is broken, 1 one is or the plug-in cannot be used, 2 wrong usage,
-130 interrupted.
+Exit status: 0 no rule is broken, 1 a rule is broken or the plug-in cannot be used, 2 wrong
+usage, 130 interrupted.
 )";
 
 std::uint64_t seedOf(const std::string& text) {
@@ -68,47 +68,46 @@ CLI::Option* addNumber(CLI::App& command, const char* name, Number& number, long
 
 ValidateSyntax::ValidateSyntax(CLI::App& app)
     : command_(
-          app.add_subcommand("validate", "Check that a plug-in keeps the rules between hosts and plug-ins")) {
+          app.add_subcommand("validate", "Check a plug-in against the contract between hosts and plug-ins")) {
     command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")->type_name("");
     command_
         ->add_option("--profile", profile_,
-                     "Which rules: those for any provider, the default when a plug-in is named, or all that "
-                     "the in-memory one keeps")
+                     "Rules to check: any for the rules of every provider, in-memory for all rules; the "
+                     "default is any if a plug-in is named, otherwise in-memory")
         ->type_name("any|in-memory")
         ->check(CLI::IsMember(std::vector<std::string>(profileNames.begin(), profileNames.end()))
                     .description(""));
     CLI::Option* const list = command_->add_flag("--list", list_, "List the rules, and check nothing");
     addPatterns(*command_, "--only", options_.only,
-                "Only rules whose number or name matches; may be repeated");
-    CLI::Option* const except =
-        addPatterns(*command_, "--except", options_.except,
-                    "Do not check rules whose number or name matches; may be repeated");
+                "Check only rules with a matching number or name; may be repeated");
+    CLI::Option* const except = addPatterns(*command_, "--except", options_.except,
+                                            "Skip rules with a matching number or name; may be repeated");
     CLI::Option* const exceptFrom =
         command_
             ->add_option("--except-from", options_.exceptFrom,
-                         "Do not check the rules of a file: a pattern and the reason on each line")
+                         "Skip the rules of a file: a pattern and a reason on each line")
             ->type_name("FILE");
     list->excludes(except)->excludes(exceptFrom);
     command_->add_flag("--json", json_, "Print the result as JSON");
     CLI::Option* const junit =
-        command_->add_option("--junit", options_.junitFile, "Write the result as JUnit XML, too")
+        command_->add_option("--junit", options_.junitFile, "Also write the result to FILE as JUnit XML")
             ->type_name("FILE");
     list->excludes(junit);
     command_->add_flag("--markdown", markdown_, "Print the list as Markdown")
         ->needs(list)
         ->excludes("--json");
-    command_->add_option("--seed", seed_, "Where random numbers begin; another at each run by default")
+    command_->add_option("--seed", seed_, "Seed of the random numbers; a random seed by default")
         ->type_name("N");
-    addNumber(*command_, "--timeout", timeLimit_, longestTimeLimit, "SECONDS", "How long one check may take")
+    addNumber(*command_, "--timeout", timeLimit_, longestTimeLimit, "SECONDS", "Time limit of one check")
         ->capture_default_str();
     addNumber(*command_, "--run-timeout", runLimit_, longestTimeLimit, "SECONDS",
-              "How long all checks together may take");
-    addNumber(*command_, "--jobs", options_.jobs, mostJobs, "N", "How many checks run at once")
+              "Time limit of the whole run; unlimited by default");
+    addNumber(*command_, "--jobs", options_.jobs, mostJobs, "N", "Number of checks to run at once")
         ->capture_default_str();
     addNumber(*command_, "--repeat", options_.repeat, mostRepeats, "N",
-              "Run each check so many times, each time with other random numbers")
+              "Run each check N times with different random numbers")
         ->capture_default_str();
-    command_->add_flag("--fail-fast", options_.failFast, "Stop at the first rule that is not kept");
+    command_->add_flag("--fail-fast", options_.failFast, "Stop at the first check that does not pass");
     command_->footer(validateExamples);
 }
 

@@ -65,8 +65,8 @@ TEST(ProgramTest, ReturnsTheStatusOfTheLine) {
 TEST(ProgramTest, RequiresALineToBeOneArgument) {
     const ProgramRun unquoted({"-c", "ls", "/x"});
     EXPECT_EQ(unquoted.status(), 2);
-    EXPECT_EQ(unquoted.errors(), "qzstorage: -c takes one argument; quote the line to include '/x' (try "
-                                 "'qzstorage --help')\n");
+    EXPECT_EQ(unquoted.errors(), "qzstorage: -c takes one argument, so '/x' is extra; quote the whole line "
+                                 "(try 'qzstorage --help')\n");
     const ProgramRun beside({"-c", "ls", "unmount", "/x"});
     EXPECT_EQ(beside.status(), 2);
     EXPECT_THAT(beside.errors(), HasSubstr("-c cannot be combined with a subcommand"));

@@ -17,7 +17,7 @@ void expectRefusal(CheckContext& context, const std::function<void()>& action, E
     expectFailure(action, code, location, operation);
     const std::string after = describeTree(context.provider(), context.at(u""));
     expect(after == before,
-           fmt::format("{} fails, but changes something:{}", operation, treeDifference(before, after)));
+           fmt::format("{} fails, but changes the storage:{}", operation, treeDifference(before, after)));
 }
 
 } // namespace storage::host

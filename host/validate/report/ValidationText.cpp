@@ -89,8 +89,7 @@ void printEnd(std::ostream& out, const ValidationRecord& record) {
     const ValidationRecord::Totals totals = record.totals();
     out << counted(totals.all(), "rule") << ": " << totals.summary();
     if (record.leftOut > 0) {
-        out << fmt::format("; left out: {} that only the in-memory provider keeps",
-                           counted(record.leftOut, "rule"));
+        out << fmt::format("; left out: {} of the profile in-memory", counted(record.leftOut, "rule"));
     }
     if (const auto excepted = record.numbersOf(State::Excepted); !excepted.empty()) {
         out << fmt::format("; excepted: {}", fmt::join(excepted, ", "));

@@ -48,9 +48,9 @@ void requireSelected(std::span<const CheckGroup> catalogue, Profile profile, con
     if (selected.size() > 0) {
         return;
     }
-    throw UsageError(selected.leftOut > 0
-                         ? fmt::format("'{}' names no rule of the profile {}", pattern, profileName(profile))
-                         : noSuchRule(pattern));
+    throw UsageError(selected.leftOut > 0 ? fmt::format("no rule of the profile {} matches '{}'",
+                                                        profileName(profile), pattern)
+                                          : noSuchRule(pattern));
 }
 
 } // namespace
@@ -61,8 +61,7 @@ bool matches(const std::string& pattern, const Check& check) {
 }
 
 std::string noSuchRule(const std::string& pattern) {
-    return fmt::format("no rule has a number or name like '{}'; 'qzstorage validate --list' has all",
-                       pattern);
+    return fmt::format("no rule matches '{}'; 'qzstorage validate --list' lists the rules", pattern);
 }
 
 CheckSelection CheckSelection::of(std::span<const CheckGroup> catalogue, Profile profile,

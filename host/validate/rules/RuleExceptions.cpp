@@ -37,7 +37,7 @@ std::pair<std::string, std::string> exceptionOf(const std::string& line, const s
         throw CommandError(where, noSuchRule(pattern));
     }
     if (end == line.size()) {
-        throw CommandError(where, fmt::format("'{}' has no reason behind it", pattern));
+        throw CommandError(where, fmt::format("'{}': missing reason after the pattern", pattern));
     }
     return {pattern, trimmed(line.substr(end))};
 }

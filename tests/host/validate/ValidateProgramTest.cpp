@@ -95,7 +95,8 @@ TEST(ValidateProgramTest, AReportOverwritesNothingButReports) {
     std::filesystem::copy_file(TEST_PLUGIN, plugin);
     const ProgramRun run({"validate", "--only", "2.1", "--junit", plugin});
     EXPECT_EQ(run.status(), 1);
-    EXPECT_EQ(run.errors(), "qzstorage: " + plugin + ": is no XML report, and is not overwritten\n");
+    EXPECT_EQ(run.errors(), "qzstorage: " + plugin +
+                                ": not an XML report, so it is not overwritten; choose another file\n");
     EXPECT_EQ(std::filesystem::file_size(plugin), std::filesystem::file_size(TEST_PLUGIN));
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(ProgramRun({"validate", "--only", "2.1", "--junit", folder / "report.xml"}).status(), 0);
@@ -188,13 +189,13 @@ TEST(ValidateProgramTest, ARunEndsEarly) {
     EXPECT_THAT(late.output(), HasSubstr(" 1 hung, "));
     EXPECT_THAT(
         late.output(),
-        ContainsRegex("; stopped after 1 s \\(--run-timeout gives more\\): [0-9]+ rules not checked\n$"));
+        ContainsRegex("; stopped after 1 s \\(limit of --run-timeout\\): [0-9]+ rules not checked\n$"));
     const ProgramRun failed = runWith("BROKEN_PLUGIN", "CreatingTwice",
                                       {"validate", "--fail-fast", "--only", "2.*", TEST_BROKEN_PLUGIN});
     EXPECT_EQ(failed.status(), 1);
     EXPECT_THAT(failed.output(), HasSubstr(" 1 passed, 1 failed, "));
     EXPECT_THAT(failed.output(),
-                ContainsRegex("; stopped at the first rule that is not kept: [0-9]+ rules not checked\n$"));
+                ContainsRegex("; stopped at the first check that did not pass: [0-9]+ rules not checked\n$"));
 }
 
 TEST(ValidateProgramTest, JobsChangeNothingInTheReport) {
@@ -221,8 +222,9 @@ TEST(ValidateProgramTest, AReportThatCannotBeWrittenIsToldFirst) {
 TEST(ValidateProgramTest, WrongUsageIsOneLineAndStatusTwo) {
     const ProgramRun nothing({"validate", "--only", "x*"});
     EXPECT_EQ(nothing.status(), 2);
-    EXPECT_EQ(nothing.errors(), "qzstorage: no rule has a number or name like 'x*'; 'qzstorage validate "
-                                "--list' has all (try 'qzstorage --help')\n");
+    EXPECT_EQ(nothing.errors(),
+              "qzstorage: no rule matches 'x*'; 'qzstorage validate --list' lists the rules "
+              "(try 'qzstorage --help')\n");
     const ProgramRun twice({"--plugin", "/p.so", "validate", "/q.so"});
     EXPECT_EQ(twice.status(), 2);
     EXPECT_THAT(twice.errors(), StartsWith("qzstorage: plug-in given twice: "));

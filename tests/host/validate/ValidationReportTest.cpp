@@ -75,8 +75,8 @@ TEST_F(ValidationReportTest, TextTellsWhatTheProfileLeavesOut) {
     run();
     EXPECT_THAT(out_.str(), HasSubstr(": profile any, seed 7\n"));
     EXPECT_THAT(out_.str(),
-                EndsWith("\n4 rules: 1 passed, 1 failed, 1 crashed, 1 skipped; left out: 1 rule that "
-                         "only the in-memory provider keeps\n"));
+                EndsWith("\n4 rules: 1 passed, 1 failed, 1 crashed, 1 skipped; left out: 1 rule of the "
+                         "profile in-memory\n"));
 }
 
 TEST_F(ValidationReportTest, NothingBrokenIsSuccess) {
@@ -247,12 +247,12 @@ TEST_F(ValidationReportTest, ExceptionsThatAreWrongAreRefused) {
         return std::string("succeeds");
     };
     options_.exceptFrom = file;
-    EXPECT_EQ(fails("1.2 reason\n2.2\n"), file + ":2: '2.2' has no reason behind it");
+    EXPECT_EQ(fails("1.2 reason\n2.2\n"), file + ":2: '2.2': missing reason after the pattern");
     EXPECT_EQ(fails("3.1 reason\n"),
-              file + ":1: no rule has a number or name like '3.1'; 'qzstorage validate --list' has all");
-    EXPECT_EQ(fails("* reason\n"), "all of the selected rules are excepted");
+              file + ":1: no rule matches '3.1'; 'qzstorage validate --list' lists the rules");
+    EXPECT_EQ(fails("* reason\n"), "all selected rules are excepted, so nothing would be checked");
     options_.except = {"x*"};
-    EXPECT_EQ(fails(""), "no rule has a number or name like 'x*'; 'qzstorage validate --list' has all");
+    EXPECT_EQ(fails(""), "no rule matches 'x*'; 'qzstorage validate --list' lists the rules");
     options_.except = {};
     options_.exceptFrom = folder / "missing";
     EXPECT_EQ(fails(""), folder / "missing" + ": No such file or directory");
