@@ -30,7 +30,7 @@ public:
     /// @throws CommandError when another source of the command has the same path
     StoragePath of(std::u16string_view name);
 
-    /// Returns whether the destination folder of such a source gets the source's attributes.
+    /// Returns whether the destination folder of a source of this name gets the attributes of the source.
     RootAttributes attributesFor(std::u16string_view name) const;
 
 private:

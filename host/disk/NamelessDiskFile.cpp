@@ -25,9 +25,9 @@ std::optional<NamelessDiskFile> NamelessDiskFile::create(WritableFolder& folder,
                             FileDescriptor::adopt(created, diskChild(folder.descriptor().path(), name)));
 }
 
-/// Ordinary users may name a file only by the path of its descriptor.
+/// For ordinary users, linkat(2) accepts only the path of the descriptor, not the descriptor itself.
 bool NamelessDiskFile::moveIntoPlace() {
-    file_.duplicate().close(); // for its errors
+    file_.duplicate().close(); // reports delayed write errors
     return folder_.change([this](int in) {
         if (::linkat(file_.number(), "", in, name_.c_str(), AT_EMPTY_PATH) == 0) {
             return 0;

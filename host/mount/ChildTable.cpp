@@ -92,8 +92,8 @@ std::unique_ptr<TreeEntry> ChildTable::remove(const TreeEntry& child) noexcept {
     return removed;
 }
 
-/// Removes empty slots rather than growing, if there are enough of them for that to be amortized O(1). Growing
-/// takes whole pages, which the removed children may not have freed.
+/// Removes empty slots rather than growing, if there are enough of them for that to be amortized O(1).
+/// Growing takes whole pages, which the removed children may not have freed.
 void ChildTable::makeRoom() {
     if (slots_.size() == slots_.capacity() && slots_.size() - children_ > slots_.size() / 4) {
         std::erase_if(slots_, [](const Slot& slot) { return slot.child() == nullptr; });
@@ -126,8 +126,8 @@ void ChildTable::exchange(TreeEntry& child, ChildTable& from, TreeEntry& other) 
     from.folders_ += (isFolder(child) ? 1U : 0U) - (isFolder(other) ? 1U : 0U);
 }
 
-/// The first slot with at most this position. First tries the slot at the distance of the position from the
-/// last one, which is right as long as no child has left the folder.
+/// The first slot with at most this position. First tries the slot that has the position if no child has left
+/// the folder yet.
 ChildTable::Slots::const_iterator ChildTable::slotFrom(std::uint64_t position) const noexcept {
     const std::uint64_t latest = lastPosition - std::min(position, lastPosition);
     if (latest < slots_.size()) {

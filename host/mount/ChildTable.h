@@ -16,8 +16,8 @@ namespace storage::host {
 ///
 /// Owns the children: inodes and aliases. A child keeps its position as long as it stays in the folder. A
 /// replacement takes the position of the entry that it replaces. A new child is listed before all others. So
-/// a listing that is read in pieces returns each entry that stays exactly once, and ends, whatever programs
-/// change meanwhile.
+/// a listing that is read in pieces returns each entry that is not removed exactly once, and ends, whatever
+/// programs change meanwhile.
 ///
 /// A child takes two pointers and some slack. Invariants: the slots are in descending order of position, and
 /// no position occurs twice; except for a few, more than half of the slots have a child; the last slot has

@@ -202,7 +202,7 @@ void FileContents::clear(FileInode& file, std::uint64_t offset, std::uint64_t en
     }
 }
 
-/// Overwrites the covered part of pages that the range covers partly with zeros.
+/// Where the range covers only a part of a page, overwrites that part with zeros.
 void FileContents::makeHole(FileInode& file, std::uint64_t offset, std::uint64_t end) {
     PageRange pages = PageRange::within(offset, end);
     {

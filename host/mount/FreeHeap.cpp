@@ -9,7 +9,8 @@ namespace storage::host {
 
 namespace {
 
-/// Physical memory of the heap in bytes. The heap is one of the first mappings, so little of the file is read.
+/// Physical memory of the heap in bytes. The heap is one of the first mappings, so little of the file is
+/// read.
 std::uint64_t readResidentHeap(const std::string& processes) {
     std::ifstream mappings(processes + "/self/smaps");
     std::string line;
@@ -28,8 +29,8 @@ std::uint64_t readResidentHeap(const std::string& processes) {
 
 } // namespace
 
-/// By default the C library raises the limit for large blocks with each of them that is freed, and keeps the
-/// next ones: addresses that a limit on memory counts, and that removing files does not give back.
+/// By default, each freed large block raises the size from which the C library maps blocks separately. Later
+/// blocks then stay in the heap after they are freed, and count against a limit on address space.
 void useOneHeap() noexcept {
     constexpr int largeFrom = 4 << 20; // bytes
     ::mallopt(M_ARENA_MAX, 1);

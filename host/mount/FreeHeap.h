@@ -5,16 +5,15 @@
 
 namespace storage::host {
 
-/// Makes all threads allocate from one heap, so that each can reuse what another one has freed, and makes free
-/// blocks from 4 MiB on return to the system at once. Call it before the first thread starts.
+/// Makes all threads allocate from one heap, so that each can reuse what another one has freed, and makes
+/// free blocks from 4 MiB on return to the system at once. Call it before the first thread starts.
 void useOneHeap() noexcept;
 
 /// Returns free memory of the heap to the system, as far as it fills whole pages.
 void trimHeap() noexcept;
 
-/// Bytes of the heap that are free and have physical memory all the same: after `trimHeap`, the free memory
-/// between allocations that share a page. Only small allocations fit there. Takes time proportional to the number
-/// of free blocks.
+/// Free bytes of the heap that still occupy physical memory: after `trimHeap`, those between allocations that
+/// share a page. Only small allocations fit there. Takes time proportional to the number of free blocks.
 /// @param processes  where the kernel reports processes
 /// @pre all threads use one heap; free memory of others is not counted
 std::uint64_t readFreeHeap(const std::string& processes);

@@ -56,8 +56,8 @@ struct StatxReply {
 };
 static_assert(sizeof(StatxReply) == 16 + 32 + 256);
 
-/// Set if the next reply of this thread is the reply to FUSE_INIT of a kernel that leaves the set-ID bits to
-/// this program.
+/// Set while this thread processes FUSE_INIT of a kernel that lets this program clear the set-ID bits. The
+/// reply must confirm that.
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): libfuse has no context here
 thread_local bool takesOverSetIds = false;
 

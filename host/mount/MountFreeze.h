@@ -12,9 +12,9 @@ namespace storage::host {
 /// Freezes a mounted storage during its lifetime: programs can read, and their changes fail with EROFS.
 ///
 /// The kernel accepts most writes without a request. So the attributes of all files that it refers to are
-/// invalidated: then it requests them before each write, and gets the error. `flush` brings the writes that
-/// it accepted before. A concurrent write, or a write to a file that the kernel looked up at that moment, may
-/// still be accepted; the next `flush` brings it.
+/// invalidated: then it requests them before each write, and gets the error. `flush` makes the kernel write
+/// back what it accepted before. A concurrent write, or a write to a file that the kernel looked up at that
+/// moment, may still be accepted; the next `flush` covers it.
 ///
 /// Borrows all constructor arguments. Precondition: the workers are running. Not thread-safe.
 class MountFreeze {

@@ -55,11 +55,12 @@ std::uint64_t transientBeyond(std::uint64_t transient, const ProviderStorageInfo
     return transient == 0 || transient + neverTaken <= covered ? 0 : transient + neverTaken - covered;
 }
 
-/// Free memory of the heap can only hold growth by less than a page: a larger free block has no physical memory.
+/// Free memory of the heap can only hold growth by less than a page: a larger free block has no physical
+/// memory.
 constexpr std::uint64_t largestReuse = 4U << 10U;
 
-/// Bytes of the part left to others that small operations may not use. They may use the rest because not all of
-/// their allocations fit into free memory of the heap.
+/// Bytes of the part left to others that small operations may not use. They may use the other bytes of that
+/// part, because not all of their allocations fit into free memory of the heap.
 std::uint64_t untouchedByReuse(std::uint64_t left) {
     return std::max(left / 2, neverTaken);
 }
@@ -150,7 +151,7 @@ bool StorageSpace::grantReuse(std::uint64_t bytes, const Room& room) noexcept {
         return false;
     }
     reuse_ = static_cast<std::int64_t>(std::min(free, (room.slack - bytes) / grantedPart));
-    isHeapChanged_ = true; // how much is left of it is measured before a later growth is refused
+    isHeapChanged_ = true; // its free memory is measured again before a later growth is refused
     return true;
 }
 

@@ -15,9 +15,9 @@
 
 namespace storage::host {
 
-/// Runs a check in a child process, so that every check has an outcome, also one that crashes or hangs. In
-/// the verdict pipe only a message between two copies of a random mark counts. A check that writes to or
-/// closes descriptors that it does not own can therefore not forge a verdict.
+/// Runs a check in a child process, so that every check has an outcome, also one that crashes or hangs. A
+/// message in the verdict pipe counts only between two copies of a random mark. So a check that writes to or
+/// closes descriptors that it does not own cannot forge a verdict.
 ///
 /// Owns the process and the read ends of the pipes for its verdict and its output. Not thread-safe; see also
 /// `ChildProcess`.

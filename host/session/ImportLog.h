@@ -28,7 +28,7 @@ struct ImportSource {
 /// Records what was imported in a session and where the copies are now, so that they can be checked later.
 ///
 /// Several sources can be imported to one path, and one below another. The later import has replaced the
-/// files that both contain. A path has each source once per scope.
+/// files that both contain. A path has at most one record for each source and scope.
 ///
 /// Not thread-safe.
 class ImportLog {

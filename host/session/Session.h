@@ -51,7 +51,8 @@ public:
 
     const Storages& storages() const noexcept { return storages_; }
 
-    // These belong to the storage of a path. Precondition: it is a path of this session.
+    // The storage that contains a path, its provider and its records. Precondition: the path belongs to this
+    // session.
     SessionStorage& storageOf(const StoragePath& path) const;
     const IProvider& provider(const StoragePath& path) const { return storageOf(path).provider(); }
     ImportLog& imports(const StoragePath& path) const { return storageOf(path).imports(); }

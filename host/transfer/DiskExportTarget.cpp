@@ -208,7 +208,7 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
     const std::uint64_t group = entry.attributes.linkGroup;
     // An entry of its own, in a folder without leftovers of killed exports.
     const bool isAlone = !open_.empty() && group == 0;
-    const bool isFolderEmpty = isAlone && open_.back().isNew; // but for what other programs add meanwhile
+    const bool isFolderEmpty = isAlone && open_.back().isNew; // except for what other programs add meanwhile
     const auto replaced = isFolderEmpty ? std::nullopt : replacedEntry(folder.descriptor(), name, S_IFREG);
     if (isAlone && !replaced) {
         if (const auto bytes = addNewFile(source, entry, folder, name)) {
@@ -232,7 +232,8 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
 }
 
 /// Adds a file where none is. Takes fewer system calls than a temporary name and a rename.
-/// @return the number of its bytes; nothing if there is an entry, or the disk does not support files without a name
+/// @return the number of its bytes; nothing if there is an entry, or the disk does not support files without a
+///     name
 std::optional<std::uint64_t> DiskExportTarget::addNewFile(const StoragePath& source,
                                                           const ExportSource::Entry& entry,
                                                           WritableFolder& folder, const std::string& name) {

@@ -16,8 +16,8 @@ using Bytes = std::vector<std::uint8_t>;
 /// From this size on, copying costs more than unused address space.
 constexpr std::size_t generousFrom = 256U << 10U;
 
-/// Growth factor of the capacity from `generousFrom` on. The unwritten part uses address space only. All
-/// copying adds up to between 1/7 and 8/7 of the size; doubling would copy one to two times the size.
+/// Growth factor of the capacity from `generousFrom` on. The unwritten part uses address space only. In
+/// total, growing copies between 1/7 and 8/7 of the size; doubling would copy one to two times the size.
 constexpr std::size_t generousGrowth = 8;
 
 /// For smaller blocks, freeing pages early is not worth the system calls.

@@ -13,7 +13,7 @@ InMemoryByteStream::InMemoryByteStream(std::shared_ptr<InMemoryFileEntry> entry,
     : entry_(std::move(entry)), append_(append) {}
 
 InMemoryByteStream::~InMemoryByteStream() {
-    if (position_ >= hugePagesFrom) { // a stream that made the file large usually ends there
+    if (position_ >= hugePagesFrom) { // usual for a stream that has made the file large
         const std::lock_guard lock(*entry_->getMutex());
         trimSlack(*entry_->getContent());
     }

@@ -54,8 +54,8 @@ private:
     virtual bool doIsFolder() const = 0;
 
     InMemoryEntryPath path_;
-    // Stores release, loads acquire: a thread that reads the time or flag of an operation sees all operations
-    // before it.
+    // Stores release, loads acquire: a thread that reads a time or flag also sees all changes that were made
+    // before it was set.
     std::atomic<boost::posix_time::ptime> lastModified_;
     std::atomic<bool> writable_;
 

@@ -66,7 +66,7 @@ std::size_t equalUnitsIn(std::uint64_t difference) noexcept {
 /// The length of the common prefix, in code units.
 ///
 /// Paths of one tree share long prefixes. The standard library compares code units; this compares machine
-/// words, of which the last may overlap the one before.
+/// words. The last word may overlap the one before.
 std::size_t commonLength(std::u16string_view left, std::u16string_view right) noexcept {
     const std::size_t length = std::min(left.size(), right.size());
     if (length < unitsPerWord) {

@@ -48,8 +48,8 @@ std::shared_ptr<InMemoryFileEntry> makeSuccessor(InMemoryEntry& entry, InMemoryE
 
 } // namespace
 
-/// A running move of one folder, some of whose children may have been moved. Everything that it points to
-/// stays in the tree until the move ends.
+/// A running move of one folder. Some of its children may have been moved already. Everything that this
+/// object points to stays in the tree until the move ends.
 struct InMemoryFileSystem::FolderMove {
     InMemoryEntryPath source;
     InMemoryEntryPath target;

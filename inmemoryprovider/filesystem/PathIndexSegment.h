@@ -69,7 +69,7 @@ public:
         while (slots_[hole].position != position) {
             hole = after(hole);
         }
-        // The elements behind the hole move into it, unless that is before the first slot of their hash.
+        // Moves each following element into the hole, unless the hole is before the first slot of its hash.
         for (std::size_t at = after(hole); slots_[at].used; at = after(at)) {
             if (distance(home(slots_[at].hash), at) >= distance(hole, at)) {
                 slots_[hole] = slots_[at];

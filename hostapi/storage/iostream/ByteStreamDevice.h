@@ -26,7 +26,7 @@ public:
     /// What Boost.Iostreams may do with the device.
     struct category : boost::iostreams::seekable_device_tag, boost::iostreams::flushable_tag {};
 
-    /// @param stream  open for what is done with the device
+    /// @param stream  must support the operations that are called on the device
     /// @throws std::runtime_error when it is null
     explicit ByteStreamDevice(std::unique_ptr<ByteStream> stream)
         : stream_(requireNonNull(std::move(stream), "stream")) {}

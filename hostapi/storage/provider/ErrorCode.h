@@ -8,7 +8,7 @@ namespace foundation::storage::provider {
 enum class ErrorCode : std::int32_t {
     FolderNotEmpty = 0, ///< the folder to be removed is not empty
     ReadOnly = 2,       ///< the entry, or a folder that must change, is read-only
-    AlreadyExists = 3,  ///< an entry exists at the new location, or that is in the moved folder
+    AlreadyExists = 3,  ///< an entry exists at the new location, or the location is in the moved folder
     NotFound = 4,       ///< the entry, or its parent folder, does not exist; or it is of the other kind
     NotOffered = 5,     ///< this kind of storage does not offer the operation at all
 };

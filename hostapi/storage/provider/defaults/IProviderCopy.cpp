@@ -81,7 +81,7 @@ void copyFile(const IProvider& provider, const StorageIRI& source, const Storage
 
 } // namespace
 
-// By value in the ABI, so that an overriding provider may keep them.
+// The ABI passes callbacks and patterns by value, so that an override may keep them.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
 void IProvider::doCopyFile(const StorageIRI& source, const StorageIRI& destination,

@@ -26,7 +26,7 @@ EntryList listRecursively(const IProvider& provider, const StorageIRI& iri, cons
 
 } // namespace
 
-// By value in the ABI, so that an overriding provider may keep them.
+// The ABI passes callbacks and patterns by value, so that an override may keep them.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
 std::unique_ptr<IFolderEntryIterator> IProvider::doListAllWildcards(const StorageIRI& iri,
