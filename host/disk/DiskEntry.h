@@ -24,7 +24,7 @@ struct DiskEntry {
     boost::posix_time::ptime lastModified;
     bool hasFarTime = false; ///< the time is out of a storage's range, so lastModified is clamped
     bool writable = false;   ///< by its owner
-    /// Permission bits. For an ordinary user without the set-user-ID and set-group-ID bits of other owners.
+    /// Permission bits. For ordinary users, set-ID bits for another user or group are removed.
     mode_t mode = 0;
     dev_t device = 0; ///< device number of its file system
     ino_t inode = 0;

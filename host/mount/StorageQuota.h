@@ -11,7 +11,8 @@
 
 namespace storage::host {
 
-/// Memory that an entry takes in the mount and in a provider besides its content: slightly above the measured size.
+/// Memory that an entry takes in the mount and in a provider besides its content: slightly above the measured
+/// size.
 inline constexpr std::uint64_t bytesOfEntry = 1024;
 
 /// The limits of a storage. A value.

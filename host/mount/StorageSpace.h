@@ -21,9 +21,9 @@ namespace storage::host {
 /// Room is checked for the peak of an operation. The peaks of concurrent operations add up, so when little
 /// memory is left, growing operations exclude each other.
 ///
-/// Removing small files frees memory of the heap in pages that hold other files too. Only small files can use it.
-/// So small operations may go on when memory is short but the heap has such memory. Not every allocation fits, so
-/// they may use a part of the memory that is left to others, and never more.
+/// Removing small files frees memory of the heap in pages that hold other files too. Only small files can use
+/// it. So small operations may go on when memory is short but the heap has such memory. Not every allocation
+/// fits, so they may use a part of the memory that is left to others, and never more.
 ///
 /// Borrows the provider. Thread-safe.
 class StorageSpace {

@@ -232,8 +232,8 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
 }
 
 /// Adds a file where none is. Takes fewer system calls than a temporary name and a rename.
-/// @return the number of its bytes; nothing if there is an entry, or the disk does not support files without a
-///     name
+/// @return the number of its bytes; nothing if there is an entry, or the disk does not support files without
+///     a name
 std::optional<std::uint64_t> DiskExportTarget::addNewFile(const StoragePath& source,
                                                           const ExportSource::Entry& entry,
                                                           WritableFolder& folder, const std::string& name) {

@@ -8,7 +8,7 @@
 
 namespace foundation::core::except {
 
-/// Base of the exceptions that libraries of this family throw among themselves.
+/// Base of the exceptions that pass between hosts, the host libraries and plug-ins.
 ///
 /// An object of unknown class can be copied to the heap (`clone`) and rethrown with its own class
 /// (`rethrow`). Both are inherited from Boost.Exception's clone_base. The second base carries

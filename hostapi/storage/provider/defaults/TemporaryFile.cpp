@@ -26,8 +26,8 @@ std::u16string randomName() {
     return name;
 }
 
-/// A second attempt practically always succeeds. The limit ends a copy in a storage that answers every name with
-/// AlreadyExists.
+/// A second attempt practically always succeeds. The limit ends a copy in a storage that answers every name
+/// with AlreadyExists.
 constexpr int maxAttempts = 100;
 
 StorageIRI createUnderFreeName(const IProvider& provider, const StorageIRI& place,
