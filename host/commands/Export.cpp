@@ -27,7 +27,7 @@ class ExportCommand final : public Command {
 public:
     enum class Archives {
         Packed,
-        Files, ///< an ordinary file
+        Files, ///< exported as ordinary files
     };
 
     explicit ExportCommand(Archives archives) : archives_(archives) {}
