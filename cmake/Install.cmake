@@ -75,7 +75,7 @@ function(install_pkg_config name description requires)
 endfunction()
 install_pkg_config(qzfl "Exceptions and text conversion of storage providers" "")
 install_pkg_config(qzflstorageprovider "Interface between hosts and storage-provider plug-ins" qzfl)
-install_pkg_config(qzstorageinmemoryprovider "Storage provider whose files live in memory" qzflstorageprovider)
+install_pkg_config(qzstorageinmemoryprovider "Storage provider for files in memory" qzflstorageprovider)
 
 # Writes `source`, compressed as Debian requires, to `result` in the build folder.
 function(compress source result)

@@ -89,14 +89,14 @@ package(libraries libqzfl1
     SUMMARY "interface between hosts and storage-provider plug-ins"
     DESCRIPTION "A storage provider is a plug-in that gives a host application a kind of
 storage: folders and files behind one abstract C++ interface. These libraries
-hold the interface, its value types and the default operations.")
+contain the interface, its value types and the default operations.")
 
 package(plugin libqzstorageinmemoryprovider1
     SECTION libs
     BINARIES
     LIBRARIES qzstorageinmemoryprovider
     NEEDS libqzfl1
-    SUMMARY "storage-provider plug-in whose files live in memory"
+    SUMMARY "storage-provider plug-in for files in memory"
     DESCRIPTION "A whole file system in memory for host applications that load
 storage-provider plug-ins: folders and files with bytes, times and a writable
 flag. Everything is freed with the provider object. Thread-safe.")
@@ -115,18 +115,18 @@ package(tool qzstorage
     SECTION utils
     BINARIES
     NEEDS libqzfl1 libqzstorageinmemoryprovider1
-    SUMMARY "work on, mount and check storage-provider plug-ins"
-    DESCRIPTION "Loads a storage-provider plug-in, by default the in-memory one: a shell and
-scripts with import, export and comparison, a mount that every program can
-use, and a check of the plug-in against the rules of the contract.")
+    SUMMARY "use, mount and validate storage-provider plug-ins"
+    DESCRIPTION "Loads a storage-provider plug-in, by default the in-memory one. Has a shell
+and scripts with import, export and comparison, mounts the storage for every
+program, and checks the plug-in against the rules of the contract.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS fuse3)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS qzstorage-doc)
 
 package(documentation qzstorage-doc
     SECTION doc
     SUMMARY "storage-provider plug-ins - guides, reference and examples"
-    DESCRIPTION "Guides for those who write a host for storage-provider plug-ins or such a
-plug-in, the reference of the interface, and examples to build.")
+    DESCRIPTION "Guides for developers of hosts and of storage-provider plug-ins, the
+reference of the interface, and examples to build.")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 
 include(CPack)

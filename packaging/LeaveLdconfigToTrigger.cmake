@@ -1,4 +1,5 @@
-# cpack gives packages with libraries scripts that call ldconfig; Debian leaves that to the trigger, which they have too.
+# Removes the scripts that call ldconfig, which cpack adds to packages with libraries. Debian uses the trigger
+# instead, which these packages have too.
 set(folder ${CPACK_TEMPORARY_DIRECTORY}/unpacked)
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
     execute_process(COMMAND dpkg-deb --info ${package} OUTPUT_VARIABLE contents COMMAND_ERROR_IS_FATAL ANY)
