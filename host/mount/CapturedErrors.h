@@ -4,8 +4,8 @@
 
 namespace storage::host {
 
-/// Captures what this process and its child processes write to the standard error stream during the object's
-/// lifetime, so that it can become part of a message of this program.
+/// Captures the standard error stream of this process and its child processes during the object's lifetime.
+/// The text can then be a part of a message of this program.
 ///
 /// Owns two descriptors. Not thread-safe. Precondition: no other thread writes to the stream meanwhile.
 class CapturedErrors {

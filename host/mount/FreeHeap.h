@@ -5,8 +5,8 @@
 
 namespace storage::host {
 
-/// Makes all threads allocate from one heap, so that each can reuse what another one has freed, and makes
-/// free blocks from 4 MiB on return to the system at once. Call it before the first thread starts.
+/// Makes all threads allocate from one heap, so that each can reuse what another one has freed. Freed blocks
+/// of 4 MiB and more are returned to the system at once. Call it before the first thread starts.
 void useOneHeap() noexcept;
 
 /// Returns free memory of the heap to the system, as far as it fills whole pages.

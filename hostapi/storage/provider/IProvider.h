@@ -41,7 +41,7 @@ namespace foundation::storage::provider {
 ///
 /// Thread safety: every operation but `doShutdown` is thread-safe.
 ///
-/// Lifetime: streams and listings belong to the caller and may outlive the provider object, but provider,
+/// Lifetime: streams and listings belong to the caller and may outlive the provider object. Provider,
 /// streams and listings must all be destroyed before the library that made them is unloaded.
 /// `ProviderEntryPoint` documents which other objects may outlive the library.
 class QZFL_EXPORT IProvider {
