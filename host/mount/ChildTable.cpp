@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t fewChildren = 8; ///< up to this number, children are found by linear search
 
-/// Does not access the inode of an alias: when the tree is destroyed, that may be destroyed already.
+/// Does not access the inode of an alias: while the tree is destroyed, the inode may be destroyed already.
 bool isFolder(const TreeEntry& child) noexcept {
     return !child.isAlias() && child.inode().isFolder();
 }

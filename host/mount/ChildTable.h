@@ -20,8 +20,8 @@ namespace storage::host {
 /// programs change meanwhile.
 ///
 /// A child takes two pointers and some slack. Invariants: the slots are in descending order of position, and
-/// no position occurs twice; except for a few, more than half of the slots have a child; the last slot has
-/// one. A folder with few children has no buckets; otherwise each child is in the list of its bucket.
+/// no position occurs twice; n children have at most 2n + 8 slots; the last slot has a child. A folder with
+/// few children has no buckets; otherwise each child is in the list of its bucket.
 /// Externally synchronized by the tree's lock.
 class ChildTable {
     static constexpr std::uint64_t lastPosition = std::uint64_t{1}
