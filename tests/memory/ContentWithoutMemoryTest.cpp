@@ -49,7 +49,7 @@ void expectGrown(const Bytes& content, std::size_t oldSize, const std::string& t
 }
 
 TEST(ContentWithoutMemory, GrowsWithLessSlackIfTheFirstAllocationFails) {
-    for (const std::size_t size : {large, large + 1, 5 * large}) {
+    for (const std::size_t size : {large, large + 1, 2 * large}) {
         for (const std::size_t added : {std::size_t{1}, size, 3 * size}) {
             SCOPED_TRACE(testing::Message() << added << " bytes added to " << size);
             auto content = fullContent(size);

@@ -181,16 +181,22 @@ void goOnUntilRefused(const TreeShape& shape, const Operation& operation, const 
 } // namespace
 
 void sweep(const TreeShape& shape, const Operation& operation, Extent extent) {
+#ifdef QZSTORAGE_SANITIZED
+    constexpr std::size_t stepInLargeTrees = 7; // building the tree for each failure takes minutes
+#else
+    constexpr std::size_t stepInLargeTrees = 1;
+#endif
     const auto expected = expectationOf(shape, operation);
     if (extent == Extent::FromThenOn && expected.changesNothing()) {
         return; // a partial change is impossible
     }
     std::size_t failures = 0;
     std::size_t survivals = 0;
+    std::size_t allowed = 0; // allocations before the failure
     Experiment experiment(shape, operation);
-    for (auto outcome = call(experiment.attempt, 0, extent); outcome != Outcome::Succeeded;
-         outcome = call(experiment.attempt, failures + survivals, extent)) {
-        SCOPED_TRACE("memory runs out after " + std::to_string(failures + survivals) + " allocations");
+    for (auto outcome = call(experiment.attempt, allowed, extent); outcome != Outcome::Succeeded;
+         outcome = call(experiment.attempt, allowed, extent)) {
+        SCOPED_TRACE("memory runs out after " + std::to_string(allowed) + " allocations");
         SweepTally::instance().countFailurePoints(1);
         if (outcome == Outcome::RanOut) {
             ++failures;
@@ -213,6 +219,7 @@ void sweep(const TreeShape& shape, const Operation& operation, Extent extent) {
         if (testing::Test::HasFailure()) {
             return; // stop at the first test failure
         }
+        allowed += shape.isLarge() ? stepInLargeTrees : 1;
     }
     expectAsManyAsStated(shape, operation, failures);
     SweepTally::instance().countOperationOn(shape.name, operation.name);
