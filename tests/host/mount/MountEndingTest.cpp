@@ -93,6 +93,11 @@ TEST_F(MountEndingTest, RefusesChangesDuringTheExport) {
                 return ::mkdir(inside("new").c_str(), 0700) != 0 ? errno == EROFS
                                                                  : ::rmdir(inside("new").c_str()) != 0;
             }));
+            const int other = ::open(inside("seen").c_str(), O_RDWR | O_CLOEXEC);
+            EXPECT_TRUE(comesTrue([&] { // writes are refused a little later than other changes
+                return ::pwrite(other, "seen", 4, 0) == -1 && errno == EROFS;
+            }));
+            ::close(other);
             for (int i = 0; i < 2; ++i) { // requests in between do not let the next write through
                 EXPECT_EQ(::write(seen, "x", 1), -1);
                 EXPECT_EQ(errno, EROFS);
@@ -186,8 +191,10 @@ TEST_F(MountEndingTest, RescuesTheContentOfAnUnmountedStorage) {
     EXPECT_THAT(next.errors(), HasSubstr(rescue_ + ": contains what earlier mounts could not export"));
 }
 
+/// The rescue folder is blocked: on a slow machine the program would use it before the target is free.
 TEST_F(MountEndingTest, WaitsForTheTargetWhenUnmounted) {
-    const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
+    const std::string blocked = disk_.write("blocked", "");
+    const ProgramRun run = runMounted({"--export-on-exit", out_, "--rescue", blocked}, [&](pid_t process) {
         write(inside("f"), "content");
         write(out_, "in the way");
         EXPECT_TRUE(unmount());
@@ -196,7 +203,6 @@ TEST_F(MountEndingTest, WaitsForTheTargetWhenUnmounted) {
     });
     EXPECT_EQ(run.status(), 0);
     EXPECT_EQ(readFile(out_ + "/f"), "content");
-    EXPECT_FALSE(fs::exists(rescue_));
 }
 
 TEST_F(MountEndingTest, KeepsTheContentInMemoryUntilASignal) {
