@@ -38,7 +38,8 @@ std::string replayCommand(const ValidateOptions& options, const Check& check) {
     std::string command =
         fmt::format("qzstorage validate --profile {} --seed {}", profileName(options.profile), options.seed);
     if (options.timeLimit != ValidateOptions().timeLimit) {
-        command += fmt::format(" --timeout {}", options.timeLimit.count());
+        command +=
+            fmt::format(" --timeout {}", std::chrono::ceil<std::chrono::seconds>(options.timeLimit).count());
     }
     command += fmt::format(" --only {}", check.number);
     return options.plugin ? command + ' ' + quotedForShell(asOperand(*options.plugin)) : command;

@@ -25,11 +25,11 @@ struct ValidateOptions {
     ReportFormat format = ReportFormat::Text;
     std::optional<std::string> junitFile;
     std::uint64_t seed = 0;
-    std::chrono::seconds timeLimit{60};           ///< of each check
-    std::optional<std::chrono::seconds> runLimit; ///< of the whole run
-    std::size_t jobs = 1;                         ///< number of checks that run concurrently
-    std::size_t repeat = 1;                       ///< number of runs of each check, each with another seed
-    bool failFast = false;                        ///< stop the run at the first broken rule
+    std::chrono::milliseconds timeLimit{60'000};       ///< of each check
+    std::optional<std::chrono::milliseconds> runLimit; ///< of the whole run
+    std::size_t jobs = 1;                              ///< number of checks that run concurrently
+    std::size_t repeat = 1; ///< number of runs of each check, each with another seed
+    bool failFast = false;  ///< the first check that does not pass ends the run
 };
 
 } // namespace storage::host

@@ -144,8 +144,8 @@ private:
         const bool isKept = outcome.result == Result::Pass || outcome.result == Result::Skip;
         hangs_ += outcome.result == Result::Hang ? 1 : 0;
         if (options_.runLimit && Clock::now() - begin_ >= *options_.runLimit) {
-            record_.stopped =
-                fmt::format("stopped after {} s (limit of --run-timeout)", options_.runLimit->count());
+            record_.stopped = fmt::format("stopped after {:g} s (limit of --run-timeout)",
+                                          std::chrono::duration<double>(*options_.runLimit).count());
         } else if (hangs_ >= mostHangs) {
             record_.stopped = fmt::format("stopped after {} hangs", hangs_);
         } else if (!isKept && options_.failFast) {

@@ -36,7 +36,7 @@ private:
     std::optional<std::string> plugin_;
     std::optional<std::string> profile_;
     std::optional<std::string> seed_;
-    long timeLimit_ = options_.timeLimit.count();
+    long timeLimit_ = std::chrono::floor<std::chrono::seconds>(options_.timeLimit).count();
     std::optional<long> runLimit_;
     bool list_ = false;
     bool markdown_ = false;

@@ -15,7 +15,6 @@ namespace storage::tests {
 namespace {
 
 using testing::ContainsRegex;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
@@ -150,24 +149,10 @@ TEST(ValidateProgramTest, ItsProcessEndsWithItHoweverItEnds) {
     EXPECT_EQ(run.status(), -SIGKILL);
 }
 
-TEST(ValidateProgramTest, ATimeLimitIsKept) {
-    const ProgramRun run =
-        runWith("BAD_PLUGIN", "entry wait", {"validate", "--timeout", "1", TEST_BAD_PLUGIN});
-    EXPECT_EQ(run.status(), 1);
-    EXPECT_EQ(run.errors(), "qzstorage: " TEST_BAD_PLUGIN
-                            ": the process that loaded it did not end within 1 s, in buildProvider_V1\n");
-}
-
-TEST(ValidateProgramTest, WhatHangsOrCrashesIsNamed) {
-    const ProgramRun hang = runWith("BAD_PLUGIN", "openReadOnlyStream wait",
-                                    {"validate", "--timeout", "1", "--only", "8.1", TEST_BAD_PLUGIN});
-    EXPECT_EQ(hang.status(), 1);
-    EXPECT_THAT(hang.output(), HasSubstr("\n   HUNG 8.1 "));
-    EXPECT_THAT(hang.output(),
-                HasSubstr("\n      did not end within 1 s, in doOpenReadOnlyStream of /qzstorage-validate-"));
-    EXPECT_THAT(hang.output(), EndsWith("\n1 rule: 1 hung\n"));
+TEST(ValidateProgramTest, TheOperationThatCrashesIsNamed) {
     const ProgramRun crash =
         runWith("BAD_PLUGIN", "openReadOnlyStream signal9", {"validate", "--only", "8.1", TEST_BAD_PLUGIN});
+    EXPECT_EQ(crash.status(), 1);
     EXPECT_THAT(crash.output(),
                 HasSubstr("\n      ended by SIGKILL, in doOpenReadOnlyStream of /qzstorage-validate-"));
     const ProgramRun first = runWith("BAD_PLUGIN", "createFolder signal9", {"validate", TEST_BAD_PLUGIN});
@@ -176,20 +161,7 @@ TEST(ValidateProgramTest, WhatHangsOrCrashesIsNamed) {
                            "SIGKILL, in doCreateFolder of /qzstorage-validate-"));
 }
 
-TEST(ValidateProgramTest, ARunEndsEarly) {
-    const ProgramRun hangs =
-        runWith("BAD_PLUGIN", "openReadOnlyStream wait",
-                {"validate", "--timeout", "1", "--jobs", "20", "--only", "8.*", TEST_BAD_PLUGIN});
-    EXPECT_EQ(hangs.status(), 1);
-    EXPECT_THAT(hangs.output(), HasSubstr(", 10 hung, "));
-    EXPECT_THAT(hangs.output(), ContainsRegex("; stopped after 10 hangs: [0-9]+ rules not checked\n$"));
-    const ProgramRun late = runWith("BAD_PLUGIN", "openReadOnlyStream wait",
-                                    {"validate", "--run-timeout", "1", "--only", "8.*", TEST_BAD_PLUGIN});
-    EXPECT_EQ(late.status(), 1);
-    EXPECT_THAT(late.output(), HasSubstr(" 1 hung, "));
-    EXPECT_THAT(
-        late.output(),
-        ContainsRegex("; stopped after 1 s \\(limit of --run-timeout\\): [0-9]+ rules not checked\n$"));
+TEST(ValidateProgramTest, ARunEndsAtTheFirstFailure) {
     const ProgramRun failed = runWith("BROKEN_PLUGIN", "CreatingTwice",
                                       {"validate", "--fail-fast", "--only", "2.*", TEST_BROKEN_PLUGIN});
     EXPECT_EQ(failed.status(), 1);
