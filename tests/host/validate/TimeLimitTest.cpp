@@ -103,7 +103,7 @@ TEST_F(TimeLimitTest, TenHangsEndTheRun) {
 TEST_F(TimeLimitTest, TheRunLimitEndsTheRun) {
     options_.runLimit = milliseconds(50);
     EXPECT_THAT(validate(hangs()),
-                HasSubstr("\n12 rules: 1 hung, 11 skipped; stopped after 0.05 s (--run-timeout gives more): "
+                HasSubstr("\n12 rules: 1 hung, 11 skipped; stopped after 0.05 s (limit of --run-timeout): "
                           "11 rules not checked\n"));
 }
 

@@ -3,7 +3,26 @@
 #include "inmemoryprovider/PluginEntry.h"
 #include "tests/support/HookedProvider.h"
 
+#include <atomic>
+#include <thread>
+
 namespace faults {
+
+/// Called where a broken provider lacks a lock. The first of two threads waits until the second arrives, so
+/// that both are between the same two steps on any machine. The wait is bounded, because there may be no other
+/// thread. Both then yield a little, for threads that call other operations.
+inline void openTheWindow() {
+    constexpr int patience = 1000;
+    constexpr int little = 20;
+    static std::atomic<unsigned> arrivals = 0;
+    const unsigned mine = ++arrivals;
+    for (int i = 0; i < patience && mine % 2 == 1 && arrivals == mine; ++i) {
+        std::this_thread::yield();
+    }
+    for (int i = 0; i < little; ++i) {
+        std::this_thread::yield();
+    }
+}
 
 /// The in-memory provider with hooks. Each derived class breaks one rule; its comment describes the fault.
 class BrokenProvider : public HookedProvider {

@@ -223,7 +223,7 @@ struct SeekThenWrite final : ForwardingStream {
 
     long write(const char* buffer, long count) override {
         inner().seek(0, std::ios_base::end);
-        std::this_thread::yield();
+        openTheWindow();
         return inner().write(buffer, count);
     }
 
@@ -244,7 +244,7 @@ void createWithoutLock(const IProvider& sound, const StorageIRI& iri) {
     if (sound.doExists(iri)) {
         throw Exception(ErrorCode::AlreadyExists, iri);
     }
-    std::this_thread::yield();
+    openTheWindow();
     sound.doOpenStream(iri, {});
 }
 
@@ -255,7 +255,7 @@ struct CommonBuffer final : ForwardingStream {
     long read(char* buffer, long count) override {
         static std::array<char, 4096> common;
         const long copied = inner().read(common.data(), std::min<long>(count, common.size()));
-        std::this_thread::yield();
+        openTheWindow();
         std::memcpy(buffer, common.data(), static_cast<std::size_t>(std::max(copied, 0L)));
         return copied;
     }
@@ -266,7 +266,7 @@ void removeFolderWithoutLock(const IProvider& sound, const StorageIRI& iri) {
     if (sound.doListAll(iri)->hasNext()) {
         throw Exception(ErrorCode::FolderNotEmpty, iri);
     }
-    std::this_thread::yield();
+    openTheWindow();
     try {
         sound.doRemoveFolderRecursively(iri);
     } catch (const Exception& failure) {

@@ -21,13 +21,6 @@ namespace {
 
 using Policy = ReplacementPolicy;
 
-/// Yields at a point where the broken provider lacks a lock, so that other threads interfere.
-void openTheWindow() {
-    for (int i = 0; i < 20; ++i) {
-        std::this_thread::yield();
-    }
-}
-
 /// Calls `action` and ignores failures that another thread has caused.
 template <class Action>
 void anyway(const Action& action) {
