@@ -53,7 +53,7 @@ replaced. A folder is never replaced.)"},
         CheckGroup{
             11, "Moving folders", checks::movingFolders(),
             R"(A folder moves with everything below it. Only an empty folder is replaced. A move may stop midway: what has
-been moved stays moved, and nothing is lost.)"},
+been moved stays moved, and no file is lost.)"},
         CheckGroup{
             12, "Operations with a default", checks::derivedOperations(),
             R"(These operations have a default that calls only the others, so they work on every provider. A provider may
@@ -74,8 +74,9 @@ two steps. The following guarantees are weaker, also in the in-memory provider:
         CheckGroup{
             14, "Exhausted memory", checks::exhaustedMemory(),
             R"(An allocation may fail in any operation. The operation then throws `std::bad_alloc`, and works again when
-memory is available. In the in-memory provider it has changed nothing either, with one exception: if a refusal
-cannot allocate the text that names the path, the process ends.)"},
+memory is available. In the in-memory provider, a failed creation, removal, opening, query, file move or append has
+changed nothing. Operations composed of several steps may stop midway (14.9, 14.11). If a refusal cannot allocate
+the text that names the path, the process ends.)"},
         CheckGroup{
             15, "The process", checks::process(),
             R"(A provider is a guest in the process of its host. What it starts or opens ends with it. The state of the

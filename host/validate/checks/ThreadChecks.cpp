@@ -676,7 +676,7 @@ constexpr std::array table{
           Profile::AnyProvider, folderMovesInCycles},
     Check{
         "13.8", "threads.appends-are-whole",
-        "Records that threads append to one file are complete, none is lost, and each thread's are in order.",
+        "Records that threads append to one file are complete and in the order of each thread; none is lost.",
         Profile::AnyProvider, appendsAreWhole},
     Check{"13.9", "threads.blocks-are-whole", "A read sees a concurrent write completely or not at all.",
           Profile::InMemoryProvider, blocksAreWhole},

@@ -321,9 +321,9 @@ constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
 constexpr std::array table{
-    Check{"5.1", "times.new-file", "A new file has the current time, in UTC.", any,
+    Check{"5.1", "times.new-file", "A new file has the current time in UTC, to 10 minutes.", any,
           newEntryIsStamped<fileKind>},
-    Check{"5.2", "times.new-folder", "A new folder has the current time, in UTC.", any,
+    Check{"5.2", "times.new-folder", "A new folder has the current time in UTC, to 10 minutes.", any,
           newEntryIsStamped<folderKind>},
     Check{"5.3", "times.new-file-exactly", "A new file has the time of its creation, to the microsecond.",
           inMemory, newEntryIsStampedExactly<fileKind>},

@@ -286,8 +286,8 @@ constexpr std::array table{
           "A read-only root accepts no entries; everything below its folders is unaffected.", inMemory,
           flagOfRoot},
     Check{"6.19", "writable.root-has-no-parent",
-          "For doSetWritable, exactly a location without a parent is the root.", inMemory,
-          rootFlagNeedsRootLocation},
+          "doSetWritable takes a location without a parent as the root; \"/\" with a parent is NotFound.",
+          inMemory, rootFlagNeedsRootLocation},
 };
 
 } // namespace
