@@ -17,6 +17,7 @@ with the reason. Exits with 1 if any other mutation survives.
 import argparse
 import collections
 import concurrent.futures
+import filecmp
 import math
 import os
 import pathlib
@@ -243,12 +244,19 @@ class Copy:
     def __init__(self, folder):
         self.folder = folder
         self.seconds = {}  # processor time of each test of the unchanged code
-        if not folder.exists():
-            files = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT, check=True,
-                                   capture_output=True, text=True).stdout.split("\0")
-            for name in filter(None, files):
-                (folder / name).parent.mkdir(parents=True, exist_ok=True)
-                shutil.copy2(ROOT / name, folder / name)
+        files = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT, check=True,
+                               capture_output=True, text=True).stdout.split("\0")
+        for name in filter(lambda each: (ROOT / each).is_file(), files):
+            self.update(name)
+
+    def update(self, name):
+        """Copies a file if it differs. The copy of an earlier run may be older, or hold a mutation. A new time
+        makes the build notice the change."""
+        copy = self.folder / name
+        if not copy.is_file() or not filecmp.cmp(ROOT / name, copy, shallow=False):
+            copy.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(ROOT / name, copy)
+            shutil.copymode(ROOT / name, copy)
 
     def run_stage(self, build_name, tests, is_first=False):
         """Builds the tests and runs them until one fails. Returns "refused" if they do not build, else the last
