@@ -1,5 +1,7 @@
+#include "hostapi/storage/provider/ListingRange.h"
 #include "tests/host/validate/faults/BrokenProvider.h"
 #include "tests/host/validate/faults/FaultCatalogue.h"
+#include "tests/host/validate/faults/ListingOfEntries.h"
 #include "tests/host/validate/faults/LocationParts.h"
 
 #include <algorithm>
@@ -15,34 +17,18 @@ namespace listing_faults {
 namespace {
 
 using Listing = HookedProvider::Listing;
-using Entries = std::vector<FolderEntry>;
+using Entries = ListingOfEntries::Entries;
 using Type = FolderEntry::EntryType;
 
-Entries restOf(const Listing& listing) {
-    Entries entries;
-    while (listing->hasNext()) {
-        listing->step();
-        entries.push_back(listing->getEntry());
-    }
-    return entries;
-}
-
-/// A listing of given entries that breaks no rule.
-class SoundListing : public IFolderEntryIterator {
+/// A listing of given entries that can ask its provider.
+class FolderListing : public ListingOfEntries {
 public:
-    SoundListing(const IProvider& provider, const StorageIRI& folder, Entries entries)
-        : provider_(provider), folder_(folder), entries_(std::move(entries)) {}
-
-    FolderEntry getEntry() const override { return entries_[next_ - 1]; }
-    bool hasNext() const override { return next_ < entries_.size(); }
-    void step() override { ++next_; }
-    Listing clone() const override { return std::make_unique<SoundListing>(*this); }
+    FolderListing(const IProvider& provider, StorageIRI folder, Entries entries)
+        : ListingOfEntries(std::move(entries)), provider_(provider), folder_(std::move(folder)) {}
 
 protected:
     const IProvider& provider_;
     const StorageIRI folder_;
-    Entries entries_;
-    mutable std::size_t next_ = 0;
 };
 
 /// A provider with listings of a class that breaks a rule.
@@ -60,27 +46,27 @@ public:
     }
 
 private:
-    Listing broken(const StorageIRI& iri, const Listing& listing) const {
-        return std::make_unique<BrokenListing>(sound(), iri, restOf(listing));
+    Listing broken(const StorageIRI& iri, Listing listing) const {
+        return std::make_unique<BrokenListing>(sound(), iri, readEntries(std::move(listing)));
     }
 };
 
 /// Returns the current entries of the folder instead of a snapshot.
-class NotASnapshot final : public SoundListing {
+class NotASnapshot final : public FolderListing {
 public:
-    using SoundListing::SoundListing;
+    using FolderListing::FolderListing;
 
-    bool hasNext() const override { return next_ < restOf(provider_.doListAll(folder_)).size(); }
+    bool hasNext() const override { return next_ < readEntries(provider_.doListAll(folder_)).size(); }
     void step() override {
-        entries_ = restOf(provider_.doListAll(folder_));
+        entries_ = readEntries(provider_.doListAll(folder_));
         ++next_;
     }
 };
 
 /// Skips removed entries.
-class RemovedPassedOver final : public SoundListing {
+class RemovedPassedOver final : public FolderListing {
 public:
-    using SoundListing::SoundListing;
+    using FolderListing::FolderListing;
 
     bool hasNext() const override {
         while (next_ < entries_.size() && !provider_.doExists(childOf(folder_, entries_[next_].getName()))) {
@@ -91,52 +77,52 @@ public:
 };
 
 /// Checks at each step that the folder still exists.
-class NeedsItsFolder final : public SoundListing {
+class NeedsItsFolder final : public FolderListing {
 public:
-    using SoundListing::SoundListing;
+    using FolderListing::FolderListing;
 
     void step() override {
         provider_.doGetFolderAttributes(folder_);
-        SoundListing::step();
+        FolderListing::step();
     }
 };
 
-class CloneRestarts final : public SoundListing {
+class CloneRestarts final : public FolderListing {
 public:
-    using SoundListing::SoundListing;
+    using FolderListing::FolderListing;
 
-    Listing clone() const override { return std::make_unique<SoundListing>(provider_, folder_, entries_); }
+    Listing clone() const override { return std::make_unique<ListingOfEntries>(entries_); }
 };
 
 /// Starts a clone after the next entry.
-class CloneSkipsOne final : public SoundListing {
+class CloneSkipsOne final : public FolderListing {
 public:
-    using SoundListing::SoundListing;
+    using FolderListing::FolderListing;
 
     Listing clone() const override {
         const auto from = std::min(next_ + (next_ > 0 ? 1 : 0), entries_.size());
-        return std::make_unique<SoundListing>(
-            provider_, folder_, Entries(entries_.begin() + static_cast<long>(from), entries_.end()));
+        return std::make_unique<ListingOfEntries>(
+            Entries(entries_.begin() + static_cast<long>(from), entries_.end()));
     }
 };
 
 /// Creates a clone from a new listing of the folder.
-class CloneReadsAgain final : public SoundListing {
+class CloneReadsAgain final : public FolderListing {
 public:
-    using SoundListing::SoundListing;
+    using FolderListing::FolderListing;
 
     Listing clone() const override {
-        Entries now = restOf(provider_.doListAll(folder_));
+        Entries now = readEntries(provider_.doListAll(folder_));
         now.erase(now.begin(), now.begin() + static_cast<long>(std::min(next_, now.size())));
-        return std::make_unique<SoundListing>(provider_, folder_, now);
+        return std::make_unique<ListingOfEntries>(now);
     }
 };
 
 /// Shares one position between a listing and its clones.
 class ClonesMoveTogether final : public IFolderEntryIterator {
 public:
-    ClonesMoveTogether(const IProvider& provider, const StorageIRI& folder, Entries entries)
-        : shared_(std::make_shared<SoundListing>(provider, folder, std::move(entries))) {}
+    ClonesMoveTogether(const IProvider&, const StorageIRI&, Entries entries)
+        : shared_(std::make_shared<ListingOfEntries>(std::move(entries))) {}
 
     FolderEntry getEntry() const override { return shared_->getEntry(); }
     bool hasNext() const override { return shared_->hasNext(); }
@@ -144,15 +130,15 @@ public:
     Listing clone() const override { return std::make_unique<ClonesMoveTogether>(*this); }
 
 private:
-    std::shared_ptr<SoundListing> shared_;
+    std::shared_ptr<ListingOfEntries> shared_;
 };
 
 /// Creates clones that depend on the listing.
 class CloneNeedsListing final : public IFolderEntryIterator {
 public:
-    CloneNeedsListing(const IProvider& provider, const StorageIRI& folder, Entries entries)
-        : owned_(std::make_shared<SoundListing>(provider, folder, std::move(entries))), used_(owned_) {}
-    explicit CloneNeedsListing(const std::shared_ptr<SoundListing>& used) : used_(used) {}
+    CloneNeedsListing(const IProvider&, const StorageIRI&, Entries entries)
+        : owned_(std::make_shared<ListingOfEntries>(std::move(entries))), used_(owned_) {}
+    explicit CloneNeedsListing(const std::shared_ptr<ListingOfEntries>& used) : used_(used) {}
 
     FolderEntry getEntry() const override { return used_.lock()->getEntry(); }
     bool hasNext() const override { return !used_.expired() && used_.lock()->hasNext(); }
@@ -160,14 +146,14 @@ public:
     Listing clone() const override { return std::make_unique<CloneNeedsListing>(used_.lock()); }
 
 private:
-    std::shared_ptr<SoundListing> owned_;
-    std::weak_ptr<SoundListing> used_;
+    std::shared_ptr<ListingOfEntries> owned_;
+    std::weak_ptr<ListingOfEntries> used_;
 };
 
 /// Moves to the next entry in hasNext.
-class AskingMoves final : public SoundListing {
+class AskingMoves final : public FolderListing {
 public:
-    using SoundListing::SoundListing;
+    using FolderListing::FolderListing;
 
     bool hasNext() const override { return next_++ < entries_.size(); }
     void step() override {}
@@ -175,12 +161,12 @@ public:
 };
 
 /// Has no current entry after the last step.
-class LastEntryForgotten final : public SoundListing {
+class LastEntryForgotten final : public FolderListing {
 public:
-    using SoundListing::SoundListing;
+    using FolderListing::FolderListing;
 
     FolderEntry getEntry() const override {
-        return hasNext() ? SoundListing::getEntry() : FolderEntry(u"", Type::File);
+        return hasNext() ? FolderListing::getEntry() : FolderEntry(u"", Type::File);
     }
 };
 
@@ -188,13 +174,13 @@ public:
 class ChoosesLate final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override {
-        class Late final : public SoundListing {
+        class Late final : public FolderListing {
         public:
-            using SoundListing::SoundListing;
+            using FolderListing::FolderListing;
 
-            bool hasNext() const override { return next_ < restOf(provider_.doListAll(folder_)).size(); }
+            bool hasNext() const override { return next_ < readEntries(provider_.doListAll(folder_)).size(); }
         };
-        return std::make_unique<Late>(sound(), iri, restOf(HookedProvider::doListFiles(iri)));
+        return std::make_unique<Late>(sound(), iri, readEntries(HookedProvider::doListFiles(iri)));
     }
 };
 
@@ -213,10 +199,10 @@ public:
     }
 
 private:
-    Listing changed(const StorageIRI& iri, const Listing& listing) const {
-        Entries entries = restOf(listing);
+    Listing changed(const StorageIRI& iri, Listing listing) const {
+        Entries entries = readEntries(std::move(listing));
         change(sound(), iri, entries);
-        return std::make_unique<SoundListing>(sound(), iri, entries);
+        return std::make_unique<ListingOfEntries>(entries);
     }
 };
 
@@ -231,7 +217,7 @@ void withDot(const IProvider&, const StorageIRI&, Entries& entries) {
 }
 
 void withWhatIsBelow(const IProvider& provider, const StorageIRI& folder, Entries& entries) {
-    entries = restOf(provider.doListAllRecursive(folder));
+    entries = readEntries(provider.doListAllRecursive(folder));
 }
 
 void withoutFirst(const IProvider&, const StorageIRI&, Entries& entries) {
@@ -260,11 +246,11 @@ public:
 class LastFolderLost final : public BrokenProvider {
 public:
     Listing doListFolders(const StorageIRI& iri) const override {
-        Entries entries = restOf(HookedProvider::doListFolders(iri));
+        Entries entries = readEntries(HookedProvider::doListFolders(iri));
         if (entries.size() > 1) {
             entries.pop_back();
         }
-        return std::make_unique<SoundListing>(sound(), iri, entries);
+        return std::make_unique<ListingOfEntries>(entries);
     }
 };
 
@@ -272,13 +258,13 @@ public:
 class CloneForgetsKind final : public BrokenProvider {
 public:
     Listing doListFolders(const StorageIRI& iri) const override {
-        class Forgetting final : public SoundListing {
+        class Forgetting final : public FolderListing {
         public:
-            using SoundListing::SoundListing;
+            using FolderListing::FolderListing;
 
             Listing clone() const override { return provider_.doListAll(folder_); }
         };
-        return std::make_unique<Forgetting>(sound(), iri, restOf(HookedProvider::doListFolders(iri)));
+        return std::make_unique<Forgetting>(sound(), iri, readEntries(HookedProvider::doListFolders(iri)));
     }
 };
 
@@ -287,8 +273,7 @@ class FewFilesFarDown final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override {
         const bool isFarDown = std::count(iri.getPath().begin(), iri.getPath().end(), u'/') > 2;
-        return isFarDown ? std::make_unique<SoundListing>(sound(), iri, Entries())
-                         : HookedProvider::doListFiles(iri);
+        return isFarDown ? std::make_unique<ListingOfEntries>(Entries()) : HookedProvider::doListFiles(iri);
     }
 };
 
@@ -296,7 +281,7 @@ public:
 class MissingListsNothing final : public BrokenProvider {
 public:
     Listing doListAll(const StorageIRI& iri) const override {
-        return iri.hasParent() && !doExists(iri) ? std::make_unique<SoundListing>(sound(), iri, Entries())
+        return iri.hasParent() && !doExists(iri) ? std::make_unique<ListingOfEntries>(Entries())
                                                  : HookedProvider::doListAll(iri);
     }
 };
@@ -326,9 +311,8 @@ public:
 class FileListsItself final : public BrokenProvider {
 public:
     Listing doListAll(const StorageIRI& iri) const override {
-        return doFileExists(iri)
-                   ? std::make_unique<SoundListing>(sound(), iri, Entries{{nameOf(iri), Type::File}})
-                   : HookedProvider::doListAll(iri);
+        return doFileExists(iri) ? std::make_unique<ListingOfEntries>(Entries{{nameOf(iri), Type::File}})
+                                 : HookedProvider::doListAll(iri);
     }
 };
 
@@ -384,7 +368,7 @@ class RootKeepsQuiet final : public BrokenProvider {
 public:
     Listing doListFolders(const StorageIRI& iri) const override {
         return iri.hasParent() ? HookedProvider::doListFolders(iri)
-                               : std::make_unique<SoundListing>(sound(), iri, Entries());
+                               : std::make_unique<ListingOfEntries>(Entries());
     }
 };
 

@@ -2,6 +2,8 @@
 
 #include "hostapi/storage/provider/StorageIRI.h"
 
+#include <string>
+
 namespace faults {
 
 /// Returns the parent folder of a location. Precondition: not the root.
@@ -22,6 +24,14 @@ inline std::u16string nameOf(const foundation::storage::provider::StorageIRI& ir
 inline foundation::storage::provider::StorageIRI
 childOf(const foundation::storage::provider::StorageIRI& folder, const std::u16string& name) {
     return foundation::storage::provider::StorageIRI(folder.getResolvedPath() + u"/" + name);
+}
+
+/// Changes the letters of ASCII.
+inline std::u16string inLowerCase(std::u16string text) {
+    for (char16_t& unit : text) {
+        unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
+    }
+    return text;
 }
 
 } // namespace faults

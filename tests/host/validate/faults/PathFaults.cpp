@@ -87,13 +87,6 @@ std::u16string withNameCut(std::u16string path) {
     return separator == 0 ? path : path.substr(0, separator + 3);
 }
 
-std::u16string inLowerCase(std::u16string path) {
-    for (char16_t& unit : path) {
-        unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
-    }
-    return path;
-}
-
 std::u16string composed(std::u16string path) {
     for (std::size_t at = 0; (at = path.find(u"e\u0301")) != std::u16string::npos;) {
         path.replace(at, 2, u"\u00E9");

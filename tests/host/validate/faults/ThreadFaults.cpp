@@ -1,3 +1,4 @@
+#include "hostapi/storage/provider/ListingRange.h"
 #include "tests/host/validate/faults/BrokenMoves.h"
 #include "tests/host/validate/faults/FaultCatalogue.h"
 #include "tests/support/ForwardingStream.h"
@@ -301,12 +302,7 @@ private:
 
 struct ClonesCountTogether : BrokenProvider {
     Listing doListAll(const StorageIRI& iri) const override {
-        std::vector<FolderEntry> entries;
-        for (auto listing = sound().doListAll(iri); listing->hasNext();) {
-            listing->step();
-            entries.push_back(listing->getEntry());
-        }
-        return std::make_unique<CommonPlace>(std::move(entries));
+        return std::make_unique<CommonPlace>(readEntries(sound().doListAll(iri)));
     }
 };
 

@@ -13,13 +13,7 @@ using namespace foundation::storage::provider;
 namespace allowed_variants {
 namespace {
 
-using Stream = Alterations::Stream;
 using boost::posix_time::ptime;
-
-template <class Wrapper>
-Stream wrapped(Stream stream, bool /*appends*/) {
-    return std::make_unique<Wrapper>(std::move(stream));
-}
 
 /// Reads at most half of the requested bytes, but at least one.
 class ShortReads final : public ForwardingStream {

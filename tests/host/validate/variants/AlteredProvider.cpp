@@ -29,10 +29,7 @@ StorageIRI AlteredProvider::kept(const StorageIRI& given) const {
 
 /// Calls `action` with the locations as they are stored. Failures name the locations as they were given.
 template <class Action, class... Iris>
-auto AlteredProvider::at(const char* operation, const Action& action, const Iris&... given) const {
-    if (changes_.before != nullptr) {
-        changes_.before(operation);
-    }
+auto AlteredProvider::at(const Action& action, const Iris&... given) const {
     const std::array locations{kept(given)...};
     try {
         return std::apply(action, locations);
@@ -58,76 +55,67 @@ void AlteredProvider::requireName(const StorageIRI& iri, const StorageIRI& named
 
 void AlteredProvider::doCreateFile(const StorageIRI& iri) const {
     at(
-        "createFile",
         [&](const StorageIRI& where) {
             requireName(where, where);
             changes_.createFile != nullptr ? changes_.createFile(sound(), where)
-                                           : sound().doCreateFile(where);
+                                           : HookedProvider::doCreateFile(where);
         },
         iri);
 }
 
 void AlteredProvider::doCreateFolder(const StorageIRI& iri) const {
     at(
-        "createFolder",
         [&](const StorageIRI& where) {
             requireName(where, where);
-            sound().doCreateFolder(where);
+            HookedProvider::doCreateFolder(where);
         },
         iri);
 }
 
 bool AlteredProvider::doFileExists(const StorageIRI& iri) const {
-    return at(
-        "fileExists", [&](const StorageIRI& where) { return sound().doFileExists(where); }, iri);
+    return at([&](const StorageIRI& where) { return HookedProvider::doFileExists(where); }, iri);
 }
 
 bool AlteredProvider::doFolderExists(const StorageIRI& iri) const {
-    return at(
-        "folderExists", [&](const StorageIRI& where) { return sound().doFolderExists(where); }, iri);
+    return at([&](const StorageIRI& where) { return HookedProvider::doFolderExists(where); }, iri);
 }
 
 void AlteredProvider::doRemoveFile(const StorageIRI& iri) const {
-    at(
-        "removeFile", [&](const StorageIRI& where) { sound().doRemoveFile(where); }, iri);
+    at([&](const StorageIRI& where) { HookedProvider::doRemoveFile(where); }, iri);
 }
 
 void AlteredProvider::doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const {
     at(
-        "moveFile",
         [&](const StorageIRI& source, const StorageIRI& destination) {
             requireName(destination, source);
             changes_.moveFile != nullptr ? changes_.moveFile(sound(), source, destination, policy)
-                                         : sound().doMoveFile(source, destination, policy);
+                                         : HookedProvider::doMoveFile(source, destination, policy);
         },
         from, to);
 }
 
 void AlteredProvider::doRemoveFolder(const StorageIRI& iri) const {
     at(
-        "removeFolder",
         [&](const StorageIRI& where) {
             changes_.removeFolder != nullptr ? changes_.removeFolder(sound(), where)
-                                             : sound().doRemoveFolder(where);
+                                             : HookedProvider::doRemoveFolder(where);
         },
         iri);
 }
 
 void AlteredProvider::doMoveFolder(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const {
     at(
-        "moveFolder",
         [&](const StorageIRI& source, const StorageIRI& destination) {
             requireName(destination, source);
             changes_.moveFolder != nullptr ? changes_.moveFolder(sound(), source, destination, policy)
-                                           : sound().doMoveFolder(source, destination, policy);
+                                           : HookedProvider::doMoveFolder(source, destination, policy);
         },
         from, to);
 }
 
 FileAttributes AlteredProvider::doGetFileAttributes(const StorageIRI& iri) const {
-    const FileAttributes attributes = at(
-        "getFileAttributes", [&](const StorageIRI& where) { return sound().doGetFileAttributes(where); },
-        iri);
+    const FileAttributes attributes =
+        at([&](const StorageIRI& where) { return HookedProvider::doGetFileAttributes(where); }, iri);
     return changes_.timeOfEntry == nullptr
                ? attributes
                : FileAttributes(attributes.getSize(), changes_.timeOfEntry(attributes.getLastModified()),
@@ -135,9 +123,8 @@ FileAttributes AlteredProvider::doGetFileAttributes(const StorageIRI& iri) const
 }
 
 FolderAttributes AlteredProvider::doGetFolderAttributes(const StorageIRI& iri) const {
-    const FolderAttributes attributes = at(
-        "getFolderAttributes", [&](const StorageIRI& where) { return sound().doGetFolderAttributes(where); },
-        iri);
+    const FolderAttributes attributes =
+        at([&](const StorageIRI& where) { return HookedProvider::doGetFolderAttributes(where); }, iri);
     return changes_.timeOfEntry == nullptr
                ? attributes
                : FolderAttributes(changes_.timeOfEntry(attributes.getLastModified()),
@@ -146,56 +133,70 @@ FolderAttributes AlteredProvider::doGetFolderAttributes(const StorageIRI& iri) c
 
 std::unique_ptr<ByteStream> AlteredProvider::doOpenStream(const StorageIRI& iri,
                                                           const OpenOptions& options) const {
-    const bool appends = options.append == ByteStreamAppend::AppendAtEnd;
     auto stream = at(
-        "openStream",
         [&](const StorageIRI& where) {
             requireName(where, where);
+            before("openStream", where);
             return sound().doOpenStream(where, options);
         },
         iri);
-    return changes_.stream == nullptr ? std::move(stream) : changes_.stream(std::move(stream), appends);
+    return changes_.stream == nullptr ? std::move(stream) : changes_.stream(std::move(stream));
 }
 
 std::unique_ptr<ByteStream> AlteredProvider::doOpenReadOnlyStream(const StorageIRI& iri) const {
     auto stream = at(
-        "openReadOnlyStream", [&](const StorageIRI& where) { return sound().doOpenReadOnlyStream(where); },
+        [&](const StorageIRI& where) {
+            before("openReadOnlyStream", where);
+            return sound().doOpenReadOnlyStream(where);
+        },
         iri);
-    return changes_.stream == nullptr ? std::move(stream) : changes_.stream(std::move(stream), false);
+    return changes_.stream == nullptr ? std::move(stream) : changes_.stream(std::move(stream));
 }
 
 AlteredProvider::Listing AlteredProvider::doListAll(const StorageIRI& iri) const {
     return altered(at(
-        "listAll", [&](const StorageIRI& where) { return sound().doListAll(where); }, iri));
+        [&](const StorageIRI& where) {
+            before("listAll", where);
+            return sound().doListAll(where);
+        },
+        iri));
 }
 
 AlteredProvider::Listing AlteredProvider::doListFiles(const StorageIRI& iri) const {
     return altered(at(
-        "listFiles", [&](const StorageIRI& where) { return sound().doListFiles(where); }, iri));
+        [&](const StorageIRI& where) {
+            before("listFiles", where);
+            return sound().doListFiles(where);
+        },
+        iri));
 }
 
 AlteredProvider::Listing AlteredProvider::doListFolders(const StorageIRI& iri) const {
     return altered(at(
-        "listFolders", [&](const StorageIRI& where) { return sound().doListFolders(where); }, iri));
+        [&](const StorageIRI& where) {
+            before("listFolders", where);
+            return sound().doListFolders(where);
+        },
+        iri));
 }
 
 AlteredProvider::Listing AlteredProvider::altered(Listing listing) const {
     if (changes_.entries != nullptr) {
-        listing = std::make_unique<ListingOfEntries>(changes_.entries(readEntries(std::move(listing))));
+        listing =
+            std::make_unique<faults::ListingOfEntries>(changes_.entries(readEntries(std::move(listing))));
     }
-    return changes_.listing == nullptr ? std::move(listing) : changes_.listing(std::move(listing));
+    return listing;
 }
 
 void AlteredProvider::doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const {
     at(
-        "setLastModified",
         [&](const StorageIRI& where) {
-            sound().doSetLastModified(where, changes_.timeSet == nullptr ? time : changes_.timeSet(time));
+            HookedProvider::doSetLastModified(where,
+                                              changes_.timeSet == nullptr ? time : changes_.timeSet(time));
         },
         iri);
 }
 
 void AlteredProvider::doSetWritable(const StorageIRI& iri, bool writable) const {
-    at(
-        "setWritable", [&](const StorageIRI& where) { sound().doSetWritable(where, writable); }, iri);
+    at([&](const StorageIRI& where) { HookedProvider::doSetWritable(where, writable); }, iri);
 }

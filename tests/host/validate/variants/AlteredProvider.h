@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/host/validate/faults/BrokenProvider.h"
+#include "tests/host/validate/faults/ListingOfEntries.h"
 
 #include <array>
 #include <string>
@@ -13,45 +14,34 @@ struct Alterations {
     using StorageIRI = foundation::storage::provider::StorageIRI;
     using Policy = foundation::storage::provider::ReplacementPolicy;
     using Stream = std::unique_ptr<foundation::storage::provider::ByteStream>;
-    using Entries = std::vector<foundation::storage::provider::FolderEntry>;
-    using Listing = HookedProvider::Listing;
+    using Entries = faults::ListingOfEntries::Entries;
     using Time = boost::posix_time::ptime;
     using Move = void (*)(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                           const Policy& policy);
 
-    void (*before)(std::string_view operation) = nullptr;    ///< called before every operation
-    std::u16string (*name)(std::u16string given) = nullptr;  ///< maps a name in a path to the stored name
-    bool (*refuses)(std::u16string_view name) = nullptr;     ///< whether the storage refuses a name
-    Entries (*entries)(Entries entries) = nullptr;           ///< maps the entries of each listing
-    Listing (*listing)(Listing listing) = nullptr;           ///< wraps each listing
-    Stream (*stream)(Stream stream, bool appends) = nullptr; ///< wraps each stream
-    Time (*timeSet)(const Time& given) = nullptr;            ///< maps a given time to the stored one
-    Time (*timeOfEntry)(const Time& stored) = nullptr;       ///< maps a stored time to the reported one
+    HookedProvider::Hook before = [](const char*, const StorageIRI&) {}; ///< called before every operation
+    std::u16string (*name)(std::u16string given) = nullptr; ///< maps a name in a path to the stored name
+    bool (*refuses)(std::u16string_view name) = nullptr;    ///< whether the storage refuses a name
+    Entries (*entries)(Entries entries) = nullptr;          ///< maps the entries of each listing
+    Stream (*stream)(Stream stream) = nullptr;              ///< wraps each stream
+    Time (*timeSet)(const Time& given) = nullptr;           ///< maps a given time to the stored one
+    Time (*timeOfEntry)(const Time& stored) = nullptr;      ///< maps a stored time to the reported one
     Move moveFile = nullptr;
     Move moveFolder = nullptr;
     void (*createFile)(const IProvider& sound, const StorageIRI& iri) = nullptr;
     void (*removeFolder)(const IProvider& sound, const StorageIRI& iri) = nullptr;
 };
 
-/// A listing of given entries.
-class ListingOfEntries final : public foundation::storage::provider::IFolderEntryIterator {
-public:
-    explicit ListingOfEntries(Alterations::Entries entries) : entries_(std::move(entries)) {}
-
-    foundation::storage::provider::FolderEntry getEntry() const override { return entries_[next_ - 1]; }
-    bool hasNext() const override { return next_ < entries_.size(); }
-    void step() override { ++next_; }
-    Alterations::Listing clone() const override { return std::make_unique<ListingOfEntries>(*this); }
-
-private:
-    Alterations::Entries entries_;
-    std::size_t next_ = 0;
-};
+/// For `Alterations::stream`: wraps a stream in a class that is constructed from it.
+template <class Wrapper>
+Alterations::Stream wrapped(Alterations::Stream stream) {
+    return std::make_unique<Wrapper>(std::move(stream));
+}
 
 /// The in-memory provider with alterations. Its streams and listings may outlive it.
 class AlteredProvider : public faults::BrokenProvider {
 public:
-    explicit AlteredProvider(const Alterations& changes) : changes_(changes) {}
+    explicit AlteredProvider(const Alterations& changes) : changes_(changes) { before = changes.before; }
 
     void doCreateFile(const StorageIRI& iri) const override;
     void doCreateFolder(const StorageIRI& iri) const override;
@@ -79,7 +69,7 @@ protected:
 
 private:
     template <class Action, class... Iris>
-    auto at(const char* operation, const Action& action, const Iris&... given) const;
+    auto at(const Action& action, const Iris&... given) const;
     void requireName(const StorageIRI& iri, const StorageIRI& named) const;
     Listing altered(Listing listing) const;
 

@@ -3,20 +3,9 @@
 #include "hostapi/storage/provider/ListingRange.h"
 #include "tests/host/validate/faults/LocationParts.h"
 
-#include <algorithm>
-
 using namespace foundation::storage::provider;
-
-namespace {
-
-std::u16string inLowerCase(std::u16string name) {
-    std::transform(name.begin(), name.end(), name.begin(), [](char16_t unit) {
-        return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
-    });
-    return name;
-}
-
-} // namespace
+using faults::inLowerCase;
+using faults::ListingOfEntries;
 
 CaseInsensitiveProvider::CaseInsensitiveProvider() : AlteredProvider({.name = inLowerCase}) {}
 
