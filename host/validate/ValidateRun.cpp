@@ -116,23 +116,28 @@ private:
 
     void collectUntil(std::size_t left) {
         while (jobs_.size() > left) {
-            std::vector<CheckProcess*> processes;
-            for (const Job& job : jobs_) {
-                processes.push_back(&job.running->process());
-            }
-            CheckProcess::waitForAny(processes);
             const auto over = std::find_if(jobs_.begin(), jobs_.end(), [](const Job& job) {
                 return job.running->process().isOver(job.limit);
             });
-            if (over != jobs_.end()) {
-                Job job = std::move(*over);
-                jobs_.erase(over);
-                take(job);
+            if (over == jobs_.end()) {
+                waitForAnyJob();
+                continue;
             }
+            Job job = std::move(*over);
+            jobs_.erase(over);
+            take(job);
             if (!record_.stopped.empty()) {
                 jobs_.clear(); // kills the processes
             }
         }
+    }
+
+    void waitForAnyJob() const {
+        std::vector<CheckProcess*> processes;
+        for (const Job& job : jobs_) {
+            processes.push_back(&job.running->process());
+        }
+        CheckProcess::waitForAny(processes);
     }
 
     void take(Job& job) {

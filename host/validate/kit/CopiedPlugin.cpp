@@ -2,28 +2,18 @@
 
 #include <cerrno>
 #include <fstream>
-#include <iterator>
 #include <sys/mman.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace storage::host {
 
-namespace {
-
-std::string bytesOf(const std::string& path) {
-    std::ifstream file(path, std::ios_base::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-} // namespace
-
 CopiedPlugin::CopiedPlugin(const std::string& path) : copy_(::memfd_create("copied-plug-in", MFD_CLOEXEC)) {
     if (copy_ < 0) {
         throw std::system_error(errno, std::generic_category(), "memfd_create");
     }
     const std::string copied = "/proc/self/fd/" + std::to_string(copy_);
-    std::ofstream(copied, std::ios_base::binary) << bytesOf(path);
+    std::ofstream(copied, std::ios_base::binary) << std::ifstream(path, std::ios_base::binary).rdbuf();
     library_.emplace(copied);
 }
 
