@@ -392,7 +392,7 @@ constexpr std::array table{
           codeUnits},
     Check{"4.7", "paths.no-special-names", "No name is special: dots and wildcards are ordinary names.",
           inMemory, noSpecialNames},
-    Check{"4.8", "paths.dots-are-not-resolved", "\".\" and \"..\" in a path are ordinary names of folders.",
+    Check{"4.8", "paths.dots-are-not-resolved", "In a path, \".\" and \"..\" are ordinary names of folders.",
           inMemory, dotsAreNotResolved},
     Check{"4.9", "paths.long-names", "A name can have ten thousand code units.", inMemory, longNames},
     Check{"4.10", "paths.trailing-slash", "One slash at the end of a path is ignored.", inMemory,
@@ -405,11 +405,10 @@ constexpr std::array table{
     Check{"4.13", "paths.inner-slashes",
           "Two slashes between names give another path than one, in the same folder.", inMemory,
           innerSlashes},
-    Check{
-        "4.14", "paths.relative",
-        "A path without a leading slash is in no folder. Exception: if its second code unit is a slash, the "
-        "path begins there.",
-        inMemory, relativePaths},
+    Check{"4.14", "paths.relative",
+          "A path without a leading slash is in no folder, except that one whose second code unit is a slash "
+          "begins there.",
+          inMemory, relativePaths},
     Check{"4.15", "paths.resolved-path-is-used", "The resolved path of a location determines the entry.", any,
           resolvedPathUsed},
     Check{"4.16", "paths.location-named-as-given", "A failure carries the caller's location unchanged.", any,
