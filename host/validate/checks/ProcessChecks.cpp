@@ -56,11 +56,8 @@ void exercise(CheckContext& context, const IProvider& provider) {
 
 /// A part of the state of the process, as text.
 struct Property {
-    enum class Change { Immediate, Delayed };
-
     const char* name;
     std::string (*state)();
-    Change change = Change::Immediate; ///< whether the state shows a change at once
 };
 
 std::string entriesOf(const char* folder) {
@@ -147,8 +144,7 @@ std::string standardStreams() {
 }
 
 constexpr Property descriptors{"open descriptors", [] { return entriesOf("/proc/self/fd"); }};
-constexpr Property threadsOfProcess{"threads", [] { return entriesOf("/proc/self/task"); },
-                                    Property::Change::Delayed}; // a joined thread stays listed for a moment
+constexpr Property threadsOfProcess{"threads", [] { return entriesOf("/proc/self/task"); }};
 constexpr Property childProcesses{"child processes", children};
 constexpr Property currentFolder{"current folder", [] { return std::filesystem::current_path().string(); }};
 constexpr Property fileModeMask{"umask", umaskOfProcess};
@@ -163,7 +159,8 @@ constexpr Property arithmetic{"floating-point mode", floatingPoint};
 
 template <const Property& property>
 void expectState(const std::string& before, const char* occasion) {
-    constexpr int attempts = property.change == Property::Change::Delayed ? 1000 : 0;
+    constexpr int attempts =
+        &property == &threadsOfProcess ? 1000 : 0; // a joined thread stays listed for a moment
     std::string seen = property.state();
     for (int i = 0; i < attempts && seen != before; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

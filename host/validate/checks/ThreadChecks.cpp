@@ -107,16 +107,16 @@ void besides(int times, const std::function<void()>& work,
     constexpr int enough = 40;
     std::atomic<int> rounds = 0; // of `meanwhile`, in both threads together
     std::atomic<int> working = 2;
+    std::atomic<bool> failed = false; // ends all threads
     together([&](int thread) {
         const bool works = thread >= 2;
         try {
-            for (int i = 0; works ? i < times || rounds < enough : working > 0; ++i) {
+            for (int i = 0; !failed && (works ? i < times || rounds < enough : working > 0); ++i) {
                 works ? work() : meanwhile(thread, i);
                 rounds += works ? 0 : 1;
             }
         } catch (...) {
-            rounds = enough; // no thread waits for this one
-            working -= works ? 1 : 0;
+            failed = true;
             throw;
         }
         working -= works ? 1 : 0;
