@@ -83,19 +83,23 @@ void together(const std::function<void(int thread)>& task) {
     failure.rethrow();
 }
 
-/// Runs `step` repeatedly on four threads, which start each round at the same time.
+/// Runs `step` repeatedly on four threads, which start each round at the same time. The first failure ends all of
+/// them.
 void race(const std::function<void(int thread, int round)>& step) {
     std::barrier<> begin(threadCount);
+    std::atomic<bool> failed = false;
     together([&](int thread) {
-        for (int round = 0; round < raceRounds; ++round) {
-            begin.arrive_and_wait();
-            try {
+        try {
+            for (int round = 0; round < raceRounds && !failed; ++round) {
+                begin.arrive_and_wait();
                 step(thread, round);
-            } catch (...) {
-                begin.arrive_and_drop(); // the other threads continue without this one
-                throw;
             }
+        } catch (...) {
+            failed = true;
+            begin.arrive_and_drop(); // another thread may already wait for the next round
+            throw;
         }
+        begin.arrive_and_drop();
     });
 }
 
