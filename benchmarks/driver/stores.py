@@ -73,12 +73,16 @@ def table_of(rows, stores):
     return table
 
 
-def main():
+def option_parser():
     parser = turns.option_parser(__doc__)
     parser.add_argument("--plugin", help="the plug-in's shared library")
-    parser.add_argument("--threads", metavar="N", help="threads at most (the processors)")
+    parser.add_argument("--threads", type=turns.positive, metavar="N", help="threads at most (the processors)")
     parser.add_argument("program", help="the program of the scenarios")
-    options = turns.parse(parser)
+    return parser
+
+
+def main():
+    options = turns.parse(option_parser())
     start = time.monotonic()
     with turns.tmpfs_folder() as tmpfs:
         if not tmpfs:

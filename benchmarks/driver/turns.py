@@ -17,6 +17,7 @@ import tempfile
 import load
 
 ROOM_REQUIRED = 3 << 30
+WRONG_USAGE = 2
 
 
 @dataclasses.dataclass
@@ -39,12 +40,19 @@ class Repetition:
         return self.load.is_noisy()
 
 
+def positive(text):
+    """The type of options that count something."""
+    if not text.isdecimal() or int(text) < 1:
+        raise argparse.ArgumentTypeError(f"{text}: not a positive number")
+    return int(text)
+
+
 def option_parser(description):
     parser = argparse.ArgumentParser(
         description=description, allow_abbrev=False,
         epilog="Exit status: 0 success, 1 a result was wrong or a contender failed, 2 wrong usage, 130 interrupted.")
     parser.add_argument("--short", action="store_true", help="small sizes and one repetition, to test that all works")
-    parser.add_argument("--repetitions", type=int, metavar="N", help="of each scenario with each contender (5)")
+    parser.add_argument("--repetitions", type=positive, metavar="N", help="of each scenario with each contender (5)")
     parser.add_argument("--only", default="*", metavar="GLOB", help="run the scenarios whose name matches")
     parser.add_argument("--contenders", type=lambda text: text.split(","), metavar="ID,...", help="run these only")
     parser.add_argument("--write", type=pathlib.Path, metavar="FOLDER",
@@ -87,13 +95,20 @@ class Program:
 
 
 def select(scenarios, contenders, options):
-    """The contenders of each scenario that the options select."""
+    """The contenders of each scenario that the options select. Exits if there are none."""
     wanted = [each for each in contenders if not options.contenders or each.id in options.contenders]
     unknown = set(options.contenders or []) - {each.id for each in wanted}
-    names = fnmatch.filter(scenarios, options.only)
-    if unknown or not names:
-        sys.exit(f"{', '.join(sorted(unknown)) or options.only}: not available here")
-    return {name: [each for each in wanted if each.id in scenarios[name]] for name in names}
+    found = {name: [each for each in wanted if each.id in scenarios[name]]
+             for name in fnmatch.filter(scenarios, options.only)}
+    selected = {name: contenders for name, contenders in found.items() if contenders}
+    if unknown:
+        print(f"{', '.join(sorted(unknown))}: not a contender here", file=sys.stderr)
+    elif not selected:
+        beside = f" with {','.join(options.contenders)}" if options.contenders else ""
+        print(f"{options.only}{beside}: nothing to measure here", file=sys.stderr)
+    if unknown or not selected:
+        sys.exit(WRONG_USAGE)
+    return selected
 
 
 def take_turns(scenarios, repetitions, most_rounds, measure):
@@ -146,10 +161,13 @@ def clear(folder):
 
 
 def exit_with(main):
-    """Runs `main` and exits with its status. Termination signals interrupt it."""
+    """Runs `main` and exits with its status. Termination signals interrupt it; an error is one line."""
     for number in (signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, signal.default_int_handler)
     try:
         sys.exit(main())
     except KeyboardInterrupt:
         sys.exit(130)
+    except (OSError, RuntimeError, subprocess.CalledProcessError) as error:
+        print(f"{os.path.basename(sys.argv[0])}: {error}", file=sys.stderr)
+        sys.exit(1)
