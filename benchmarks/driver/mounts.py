@@ -7,7 +7,6 @@ import os
 import pathlib
 import sys
 import tempfile
-import time
 
 import load
 import mounting
@@ -80,9 +79,8 @@ def main():
     parser.add_argument("--pass-through", help="the pass-through file system's program")
     parser.add_argument("jobs", help="the program of the jobs")
     options = turns.parse(parser)
-    start = time.monotonic()
     quiet_machine = mounting.QuietMachine(0 if options.short else PATIENCE)
-    with turns.tmpfs_folder() as room, tempfile.TemporaryDirectory(prefix="qzstorage-") as source_folder:
+    with turns.tmpfs_folder(options.short) as room, tempfile.TemporaryDirectory(prefix="qzstorage-") as source_folder:
         if not room:
             sys.exit("no tmpfs with enough space")
         source = programs.SourceTree(pathlib.Path(source_folder), 60 if options.short else 2000)
@@ -101,16 +99,9 @@ def main():
         names = [*jobs.benchmarks(), "programs"]
         scenarios = turns.select({name: [kind.id for kind in places] for name in names}, places, options)
         most_rounds = options.repetitions * (1 if options.short else 3)
-        repetitions, failures = turns.take_turns(scenarios, options.repetitions, most_rounds, measure)
-    places = [each for each in places if any(each in selected for selected in scenarios.values())]
-    rows = report.summarize(KINDS, repetitions, places)
+        outcome = turns.take_turns(scenarios, options.repetitions, most_rounds, measure)
     run = report.describe_run("scripts/mount-benchmark", jobs.context)
-    table = table_of(rows, places) + report.notes(run, repetitions)
-    print(table, end="")
-    if options.write:
-        report.write_all(options.write, table, run, rows, repetitions, places)
-    print(f"{len(repetitions) + failures} repetitions in {time.monotonic() - start:.0f} s, {failures} failed")
-    return 1 if failures else 0
+    return report.finish(outcome, run, KINDS, places, table_of, options.write)
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@ import dataclasses
 import json
 import os
 import pathlib
+import shutil
 import statistics
 import time
 
@@ -118,14 +119,14 @@ def result_lines(run, rows, repetitions, contenders):
     """The run with its contenders, then each row of each contender."""
     yield run | {
         "repetitions": len(repetitions), "noisy": sum(each.is_noisy() for each in repetitions),
-        "stores": [{"id": each.id, "title": each.title, "version": each.version} for each in contenders]}
+        "contenders": [{"id": each.id, "title": each.title, "version": each.version} for each in contenders]}
     for row in rows:
         for contender in contenders:
             if contender.id not in row.cells:
                 continue
             values = {name: float(f"{value:.8g}") if isinstance(value, float) else value
                       for name, value in dataclasses.asdict(row.cells[contender.id]).items()}
-            line = {"row": row.kind.name, "of": row.variant, "unit": row.kind.unit, "store": contender.id} | values
+            line = {"row": row.kind.name, "of": row.variant, "unit": row.kind.unit, "contender": contender.id} | values
             if contender.role == "plug-in":
                 line |= {"rival": row.rival.id, "ratio": float(f"{row.ratio:.8g}")} if row.ratio else {}
                 line |= {"goal": row.kind.goal} if row.kind.goal else {}
@@ -135,7 +136,7 @@ def result_lines(run, rows, repetitions, contenders):
 def repetition_lines(repetitions):
     for each in repetitions:
         rows = [{"row": row, "of": variant, "value": value} for (row, variant), value in each.rows.items()]
-        yield {"scenario": each.scenario, "store": each.contender, "number": each.number,
+        yield {"scenario": each.scenario, "contender": each.contender, "number": each.number,
                "noisy": each.is_noisy()} | dataclasses.asdict(each.load) | {"measurements": rows}
 
 
@@ -159,6 +160,7 @@ def write_plot_data(rows, folder):
 
 
 def write_all(folder, table, run, rows, repetitions, contenders):
+    shutil.rmtree(folder / "data", ignore_errors=True)
     folder.mkdir(parents=True, exist_ok=True)
     (folder / "table").write_text(table)
     for name, lines in (("results", result_lines(run, rows, repetitions, contenders)),
@@ -166,3 +168,15 @@ def write_all(folder, table, run, rows, repetitions, contenders):
         text = "".join(json.dumps(line, separators=(",", ":")) + "\n" for line in lines)
         (folder / f"{name}.jsonl").write_text(text)
     write_plot_data(rows, folder / "data")
+
+
+def finish(outcome, run, kinds, contenders, table_of, folder):
+    """Prints the table of a run, and writes all files into `folder` if it is given. Returns the exit status."""
+    contenders = [each for each in contenders if any(each in selected for selected in outcome.scenarios.values())]
+    rows = summarize(kinds, outcome.repetitions, contenders)
+    table = table_of(rows, contenders) + notes(run, outcome.repetitions)
+    print(table, end="")
+    if folder:
+        write_all(folder, table, run, rows, outcome.repetitions, contenders)
+    print(f"{len(outcome.repetitions) + outcome.failures} repetitions in {outcome.seconds:.0f} s, {outcome.failures} failed")
+    return 1 if outcome.failures else 0

@@ -4,7 +4,6 @@
 Each repetition of a scenario runs in a process of its own, the stores in turn. Every result is verified."""
 
 import sys
-import time
 
 import load
 import report
@@ -83,8 +82,7 @@ def option_parser():
 
 def main():
     options = turns.parse(option_parser())
-    start = time.monotonic()
-    with turns.tmpfs_folder() as tmpfs:
+    with turns.tmpfs_folder(options.short) as tmpfs:
         if not tmpfs:
             print("no tmpfs with enough space: left out", file=sys.stderr)
         program = turns.Program(options.program, [
@@ -99,18 +97,11 @@ def main():
                 turns.clear(tmpfs)
 
         scenarios = turns.select(program.benchmarks(), STORES, options)
-        repetitions, failures = turns.take_turns(scenarios, options.repetitions, options.repetitions, measure)
-    stores = [each for each in STORES if any(each in selected for selected in scenarios.values())]
-    for store in stores:
+        outcome = turns.take_turns(scenarios, options.repetitions, options.repetitions, measure)
+    for store in STORES:
         store.version = program.context.get(f"version of {store.id}", "")
-    rows = report.summarize(KINDS, repetitions, stores)
     run = report.describe_run("scripts/benchmark", program.context)
-    table = table_of(rows, stores) + report.notes(run, repetitions)
-    print(table, end="")
-    if options.write:
-        report.write_all(options.write, table, run, rows, repetitions, stores)
-    print(f"{len(repetitions) + failures} repetitions in {time.monotonic() - start:.0f} s, {failures} failed")
-    return 1 if failures else 0
+    return report.finish(outcome, run, KINDS, STORES, table_of, options.write)
 
 
 if __name__ == "__main__":

@@ -13,10 +13,13 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 import load
 
-ROOM_REQUIRED = 3 << 30
+ROOM_REQUIRED = 3 << 30  # on the tmpfs, in bytes
+ROOM_REQUIRED_IF_SHORT = 256 << 20
+SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 WRONG_USAGE = 2
 
 
@@ -45,6 +48,14 @@ def positive(text):
     if not text.isdecimal() or int(text) < 1:
         raise argparse.ArgumentTypeError(f"{text}: not a positive number")
     return int(text)
+
+
+@dataclasses.dataclass
+class Outcome:
+    scenarios: dict  # the selected contenders of each
+    repetitions: list
+    failures: int
+    seconds: float
 
 
 def option_parser(description):
@@ -112,10 +123,11 @@ def select(scenarios, contenders, options):
 
 
 def take_turns(scenarios, repetitions, most_rounds, measure):
-    """Runs every scenario with its contenders, beginning each round with another contender. Returns the repetitions and
-    the number of failures. If `most_rounds` exceeds `repetitions`, noisy repetitions are repeated up to that number.
+    """Runs every scenario with its contenders, beginning each round with another contender. If `most_rounds` exceeds
+    `repetitions`, noisy repetitions are repeated up to that number.
 
     measure(scenario, contender) returns rows and load."""
+    start = time.monotonic()
     done, failures = [], 0
     quiet = collections.Counter()
     for number in range(most_rounds):
@@ -134,7 +146,7 @@ def take_turns(scenarios, repetitions, most_rounds, measure):
                 done.append(Repetition(scenario, contender.id, number, used, rows))
                 quiet[scenario, contender.id] += not used.is_noisy()
     show_progress("")
-    return done, failures
+    return Outcome(scenarios, done, failures, time.monotonic() - start)
 
 
 def show_progress(text):
@@ -143,11 +155,12 @@ def show_progress(text):
 
 
 @contextlib.contextmanager
-def tmpfs_folder():
+def tmpfs_folder(is_short):
     """A new folder on a tmpfs with enough space; None if there is none."""
+    required = ROOM_REQUIRED_IF_SHORT if is_short else ROOM_REQUIRED
     for parent in ("/dev/shm", "/tmp", "/run"):
         kind = subprocess.run(["stat", "-fc", "%T", parent], capture_output=True, text=True, check=False).stdout.strip()
-        if kind == "tmpfs" and os.access(parent, os.W_OK) and shutil.disk_usage(parent).free >= ROOM_REQUIRED:
+        if kind == "tmpfs" and os.access(parent, os.W_OK) and shutil.disk_usage(parent).free >= required:
             with tempfile.TemporaryDirectory(prefix="qzstorage-", dir=parent, ignore_cleanup_errors=True) as folder:
                 yield pathlib.Path(folder)
             return
@@ -160,10 +173,17 @@ def clear(folder):
         shutil.rmtree(entry) if entry.is_dir() and not entry.is_symlink() else entry.unlink()
 
 
+def interrupt(*_):
+    """Ignores later signals, which would skip the clean-up."""
+    for number in SIGNALS:
+        signal.signal(number, signal.SIG_IGN)
+    raise KeyboardInterrupt
+
+
 def exit_with(main):
-    """Runs `main` and exits with its status. Termination signals interrupt it; an error is one line."""
-    for number in (signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, signal.default_int_handler)
+    """Runs `main` and exits with its status. The first termination signal interrupts it; an error is one line."""
+    for number in SIGNALS:
+        signal.signal(number, interrupt)
     try:
         sys.exit(main())
     except KeyboardInterrupt:
