@@ -32,11 +32,29 @@ def server_of(mount_point):
     raise RuntimeError(f"no process serves {mount_point}")
 
 
+def is_mounted(mount_point):
+    """Reads the kernel's table, because system calls on the mount point could wait for a server that hangs."""
+    escaped = str(mount_point).replace(" ", r"\040")
+    return any(line.split()[4] == escaped for line in pathlib.Path("/proc/self/mountinfo").read_text().splitlines())
+
+
 def unmount(mount_point):
+    if not is_mounted(mount_point):
+        return
     command = ["fusermount3", "-q", "-u", mount_point]
     if subprocess.run(command, check=False).returncode != 0:
         print(f"{mount_point}: its mount is still in use", file=sys.stderr)
         subprocess.run([*command, "-z"], check=False)
+
+
+@contextlib.contextmanager
+def signals_deferred():
+    """An interrupted clean-up would leave a mount or a server."""
+    before = signal.pthread_sigmask(signal.SIG_BLOCK, turns.SIGNALS)
+    try:
+        yield
+    finally:
+        signal.pthread_sigmask(signal.SIG_SETMASK, before)
 
 
 @contextlib.contextmanager
@@ -47,16 +65,18 @@ def mounted(command, mount_point):
         server = server_of(mount_point)
         handle = os.pidfd_open(server)
     except BaseException:
-        unmount(mount_point)
+        with signals_deferred():
+            unmount(mount_point)
         raise
     try:
         yield server
     finally:
-        unmount(mount_point)
-        if not select.select([handle], [], [], LONGEST_END)[0]:
-            print(f"{command[0]}: still runs without its mount, and is killed", file=sys.stderr)
-            signal.pidfd_send_signal(handle, signal.SIGKILL)
-        os.close(handle)
+        with signals_deferred():
+            unmount(mount_point)
+            if not select.select([handle], [], [], LONGEST_END)[0]:
+                print(f"{command[0]}: still runs without its mount, and is killed", file=sys.stderr)
+                signal.pidfd_send_signal(handle, signal.SIGKILL)
+            os.close(handle)
 
 
 @contextlib.contextmanager
