@@ -1,13 +1,8 @@
 #include "benchmarks/scenarios/Scenario.h"
 #include "benchmarks/workload/Program.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
-#include <benchmark/benchmark.h>
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <stop_token>
 #include <string>
 #include <thread>
@@ -36,8 +31,17 @@ private:
     std::jthread thread_;
 };
 
-void registerAll(const std::vector<Scenario>& scenarios, const std::vector<StoreKind>& kinds) {
-    for (const Scenario& scenario : scenarios) {
+/// Options: --short, --threads=N (at most; the processors), --plugin=PATH (shared library), --tmpfs=FOLDER (empty).
+int runScenarios(Program& program) {
+    const Form form = program.takeFlag("short") ? Form::Short : Form::Full;
+    const std::string threads = program.takeOption("threads");
+    const auto kinds = storeKinds(program.takeOption("plugin"), program.takeOption("tmpfs"));
+    for (const StoreKind& kind : kinds) {
+        describeRun("version of " + kind.id, kind.version);
+    }
+    for (const Scenario& scenario :
+         scenarioTable(form, threads.empty() ? std::thread::hardware_concurrency()
+                                             : static_cast<unsigned>(std::stoul(threads)))) {
         for (const StoreKind& kind : kinds) {
             if (std::ranges::includes(kind.abilities, scenario.required)) {
                 registerScenario(scenario.name + '/' + kind.id,
@@ -45,30 +49,8 @@ void registerAll(const std::vector<Scenario>& scenarios, const std::vector<Store
             }
         }
     }
-}
-
-int runProgram(int argc, char** argv) {
-    bool isShort = false;
-    unsigned mostThreads = std::thread::hardware_concurrency();
-    std::string plugin;
-    std::string tmpfsFolder;
-    CLI::App app(
-        "Runs scenarios with in-memory file systems. Each row of a scenario is a counter of its benchmark.\n"
-        "For figures use scripts/benchmark, which runs each repetition in its own process.");
-    app.footer("All other options are those of Google Benchmark, such as --benchmark_filter=REGEX.");
-    app.add_flag("--short", isShort, "Small sizes, to test that all works");
-    app.add_option("--threads", mostThreads, "Threads at most (the processors)")->type_name("N");
-    app.add_option("--plugin", plugin, "The plug-in's shared library")->type_name("PATH");
-    app.add_option("--tmpfs", tmpfsFolder, "An empty folder on a tmpfs")->type_name("FOLDER");
-    app.allow_extras();
-    CLI11_PARSE(app, argc, argv);
-    const std::vector<StoreKind> kinds = storeKinds(plugin, tmpfsFolder);
-    for (const StoreKind& kind : kinds) {
-        ::benchmark::AddCustomContext("version of " + kind.id, kind.version);
-    }
-    registerAll(scenarioTable(isShort ? Form::Short : Form::Full, mostThreads), kinds);
     const IdleThread secondThread;
-    return runBenchmarks(argv[0], app.remaining());
+    return program.run();
 }
 
 } // namespace
@@ -76,10 +58,5 @@ int runProgram(int argc, char** argv) {
 } // namespace storage::benchmark
 
 int main(int argc, char** argv) {
-    try {
-        return storage::benchmark::runProgram(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
-        return EXIT_FAILURE;
-    }
+    return storage::benchmark::guardedMain(argc, argv, storage::benchmark::runScenarios);
 }

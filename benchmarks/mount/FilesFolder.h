@@ -1,5 +1,6 @@
 #pragma once
 
+#include "benchmarks/mount/PageCache.h"
 #include "benchmarks/workload/AlignedBuffer.h"
 #include "benchmarks/workload/FileStream.h"
 #include "benchmarks/workload/FolderListing.h"
@@ -116,8 +117,10 @@ private:
         expectTrue(found == expected, "a listing has every name, as that of a file");
     }
 
+    /// Reads with a cold page cache.
     void expectContents() {
         for (std::size_t file = 0; file < laterNames_.size(); ++file) {
+            dropCachedPages(laterNames_[file]);
             FileStream(laterNames_[file].c_str(), O_RDONLY).read(buffer_.data(), fileSize);
             expectTrue(content_.holds(buffer_.data(), file), "a file has the bytes that were written");
         }

@@ -4,12 +4,9 @@
 #include "benchmarks/workload/RandomOrder.h"
 #include "benchmarks/workload/Rows.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -31,7 +28,7 @@ struct Sizes {
 };
 
 constexpr Sizes fullSizes{512 * mebibyte, 128 * mebibyte, 256 * mebibyte, 32'768, 10'000, 5};
-constexpr Sizes shortSizes{16 * mebibyte, 4 * mebibyte, 8 * mebibyte, 512, 300, 2};
+constexpr Sizes shortSizes{2 * mebibyte, mebibyte / 2, mebibyte, 64, 50, 2};
 
 void addMegabytes(Rows& rows, const std::string& row, std::size_t blockSize, const Timing& blocks) {
     rows.addRate(row, "", {blocks.operations * blockSize, blocks.seconds}, 1e6);
@@ -85,27 +82,22 @@ void listing(const std::filesystem::path& folder, const Sizes& sizes, Rows& rows
     addThousands(rows, "readdir with stat, entries", files.listWithAttributes(sizes.rounds));
 }
 
-int runProgram(int argc, char** argv) {
-    bool isShort = false;
-    std::string folder;
-    CLI::App app(
-        "Runs jobs in a folder. Each row of a job is a counter of its benchmark.\n"
-        "For figures use scripts/mount-benchmark, which runs each repetition in its own process and mount.");
-    app.footer("All other options are those of Google Benchmark, such as --benchmark_filter=REGEX.");
-    app.add_flag("--short", isShort, "Small sizes, to test that all works");
-    app.add_option("--folder", folder, "An empty folder, for one job")->type_name("PATH");
-    app.allow_extras();
-    CLI11_PARSE(app, argc, argv);
+/// Options: --short, --folder=PATH (empty, for one job).
+int runJobs(Program& program) {
+    const Sizes& sizes = program.takeFlag("short") ? shortSizes : fullSizes;
+    const std::filesystem::path folder = program.takeOption("folder");
+    if (!program.onlyLists() && !std::filesystem::is_directory(folder)) {
+        throw std::runtime_error("--folder=PATH must name an empty folder");
+    }
     const auto add = [&](const std::string& name, auto job) {
-        registerScenario(name + "/folder",
-                         [=](Rows& rows) { job(folder, isShort ? shortSizes : fullSizes, rows); });
+        registerScenario(name + "/folder", [=, &sizes](Rows& rows) { job(folder, sizes, rows); });
     };
     add("sequential", sequential);
     add("small-writes", smallWrites);
     add("random-access", randomAccess);
     add("small-files", smallFiles);
     add("listing", listing);
-    return runBenchmarks(argv[0], app.remaining());
+    return program.run();
 }
 
 } // namespace
@@ -113,10 +105,5 @@ int runProgram(int argc, char** argv) {
 } // namespace storage::benchmark
 
 int main(int argc, char** argv) {
-    try {
-        return storage::benchmark::runProgram(argc, argv);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
-        return EXIT_FAILURE;
-    }
+    return storage::benchmark::guardedMain(argc, argv, storage::benchmark::runJobs);
 }

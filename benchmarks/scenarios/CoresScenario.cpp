@@ -1,31 +1,11 @@
-#include "benchmarks/scenarios/PathList.h"
 #include "benchmarks/scenarios/Scenario.h"
-#include "benchmarks/workload/RandomOrder.h"
-#include "benchmarks/workload/WrongResult.h"
+#include "benchmarks/scenarios/Threads.h"
 
 #include <algorithm>
-#include <chrono>
-#include <fmt/format.h>
-#include <future>
-#include <latch>
-#include <memory>
-#include <vector>
 
 namespace storage::benchmark {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-constexpr std::uint32_t filesInFolder = 1'000; ///< before the timing
-constexpr std::uint32_t operationsPerChange = 20;
-constexpr std::uint32_t filesInSharedFolder = 10'000;
-
-struct ThreadResult {
-    Clock::time_point start;
-    Clock::time_point end;
-    std::uint64_t sizes; ///< sum of the sizes that were looked up
-};
 
 /// A shared folder, and a folder for each thread with files, files to be created, and a file that is created
 /// and removed in turn.
@@ -38,23 +18,19 @@ public:
         for (unsigned thread = 0; thread < threads_; ++thread) {
             paths.add(fmt::format("/folder-{:03}", thread));
         }
-        for (std::uint32_t file = 0; file < filesInSharedFolder; ++file) {
-            paths.add(fmt::format("/shared/f{:07}", file));
-        }
+        paths.addFiles("/shared", sharedFiles);
         for (unsigned thread = 0; thread < threads_; ++thread) {
-            for (std::uint32_t file = 0; file <= filesInFolder + creations_; ++file) {
-                paths.add(fmt::format("/folder-{:03}/f{:07}", thread, file));
-            }
+            paths.addFiles(paths[1 + thread], ownFiles + creations_ + 1);
         }
         store_->prepare(paths.all());
         for (PathIndex path = 0; path <= threads_; ++path) {
             store_->createFolder(path);
         }
-        for (std::uint32_t file = 0; file < filesInSharedFolder; ++file) {
+        for (std::uint32_t file = 0; file < sharedFiles; ++file) {
             store_->createFile(1 + threads_ + file);
         }
         for (unsigned thread = 0; thread < threads_; ++thread) {
-            for (std::uint32_t file = 0; file < filesInFolder; ++file) {
+            for (std::uint32_t file = 0; file < ownFiles; ++file) {
                 store_->createFile(filesOf(thread) + file);
             }
         }
@@ -62,88 +38,84 @@ public:
 
     double lookUpInOneFolder() {
         return rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) {
-            return store_->fileSize(1 + threads_ +
-                                    order_[(i + thread * filesInFolder) % filesInSharedFolder]);
+            return store_->fileSize(1 + threads_ + order_[(i + thread * ownFiles) % sharedFiles]);
         });
     }
 
     double lookUpInManyFolders() {
         return rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) {
-            return store_->fileSize(filesOf(thread) + order_[i % filesInSharedFolder] % filesInFolder);
+            return store_->fileSize(filesOf(thread) + order_[i % sharedFiles] % ownFiles);
         });
     }
 
     double createInManyFolders() {
         const double rate = rateOf(creations_, [this](unsigned thread, std::uint32_t i) -> std::uint64_t {
-            store_->createFile(filesOf(thread) + filesInFolder + i);
+            store_->createFile(filesOf(thread) + ownFiles + i);
             return 0;
         });
-        verifyFolders(filesInFolder + creations_);
+        verifyFolders();
         return rate;
     }
 
     double mixed() {
         const double rate = rateOf(lookUps_, [this](unsigned thread, std::uint32_t i) -> std::uint64_t {
-            const PathIndex changing = filesOf(thread) + filesInFolder + creations_;
+            const PathIndex changing = filesOf(thread) + ownFiles + creations_;
             const std::uint32_t turn = i % (2 * operationsPerChange);
             if (turn == 0) {
                 store_->createFile(changing);
             } else if (turn == operationsPerChange) {
                 store_->removeFile(changing);
             } else {
-                return store_->fileSize(filesOf(i % threads_) +
-                                        order_[i % filesInSharedFolder] % filesInFolder);
+                return store_->fileSize(filesOf(i % threads_) + order_[i % sharedFiles] % ownFiles);
             }
             return 0;
         });
-        verifyFolders(filesInFolder + creations_);
+        verifyFolders();
         return rate;
     }
 
 private:
-    static PathIndex folderOf(unsigned thread) { return 1 + thread; }
+    static constexpr std::uint32_t ownFiles = 1'000; ///< of each thread, before the timing
+    static constexpr std::uint32_t operationsPerChange = 20;
+    static constexpr std::uint32_t sharedFiles = 10'000;
+
     PathIndex filesOf(unsigned thread) const {
-        return 1 + threads_ + filesInSharedFolder + thread * (filesInFolder + creations_ + 1);
+        return 1 + threads_ + sharedFiles + thread * (ownFiles + creations_ + 1);
     }
 
-    /// The rate of all threads together in operations per second. Each calls operation(thread, i) for all i below
-    /// `count`, which returns the size of a file.
+    /// The rate of all threads together in millions of operations per second. Each calls operation(thread, i)
+    /// for all i below `count`, which returns the size of a file.
     template <typename Operation>
     double rateOf(std::uint32_t count, Operation operation) const {
-        std::latch ready(threads_);
-        std::vector<std::future<ThreadResult>> running;
-        for (unsigned thread = 0; thread < threads_; ++thread) {
-            running.push_back(std::async(std::launch::async, [&, thread]() -> ThreadResult {
-                ready.arrive_and_wait();
-                const auto start = Clock::now();
-                std::uint64_t sizes = 0;
-                for (std::uint32_t i = 0; i < count; ++i) {
-                    sizes += operation(thread, i);
-                }
-                return {start, Clock::now(), sizes};
-            }));
+        const auto results = runInThreads(threads_, [&](unsigned thread) {
+            std::uint64_t sizes = 0;
+            for (std::uint32_t i = 0; i < count; ++i) {
+                sizes += operation(thread, i);
+            }
+            return sizes;
+        });
+        auto start = results.front().start;
+        auto end = results.front().end;
+        for (const ThreadResult& each : results) {
+            start = std::min(start, each.start);
+            end = std::max(end, each.end);
+            expectEqual(each.value, 0, "the sum of the sizes of empty files");
         }
-        auto start = Clock::time_point::max();
-        auto end = Clock::time_point::min();
-        for (auto& each : running) {
-            const ThreadResult result = each.get();
-            start = std::min(start, result.start);
-            end = std::max(end, result.end);
-            expectEqual(result.sizes, 0, "the sum of the sizes of empty files");
-        }
-        return static_cast<double>(threads_) * count / std::chrono::duration<double>(end - start).count();
+        return static_cast<double>(threads_) * count / 1e6 /
+               std::chrono::duration<double>(end - start).count();
     }
 
-    void verifyFolders(std::uint32_t entries) {
+    void verifyFolders() {
         for (unsigned thread = 0; thread < threads_; ++thread) {
-            expectEqual(store_->list(folderOf(thread)).entries, entries, "files in the folder of a thread");
+            expectEqual(store_->list(1 + thread).entries, ownFiles + creations_,
+                        "files in the folder of a thread");
         }
     }
 
     const unsigned threads_;
     const std::uint32_t lookUps_; ///< of each thread
     const std::uint32_t creations_;
-    const std::vector<std::uint32_t> order_ = randomOrder(filesInSharedFolder);
+    const std::vector<std::uint32_t> order_ = randomOrder(sharedFiles);
     std::unique_ptr<Store> store_;
 };
 
@@ -153,13 +125,12 @@ Scenario coresScenario(unsigned threads, std::uint32_t lookUps, std::uint32_t cr
     return {fmt::format("cores-{}", threads),
             {Ability::ChangeTreeInThreads},
             [=](const StoreKind& kind, Rows& rows) {
-                constexpr double million = 1e6;
                 const std::string variant = fmt::format("{} thread{}", threads, threads == 1 ? "" : "s");
                 CoresRun run(kind, threads, lookUps, creations);
-                rows.add("look-ups in one folder", variant, run.lookUpInOneFolder() / million);
-                rows.add("look-ups in many folders", variant, run.lookUpInManyFolders() / million);
-                rows.add("creations in many folders", variant, run.createInManyFolders() / million);
-                rows.add("95 % look-ups, 5 % changes", variant, run.mixed() / million);
+                rows.add("look-ups in one folder", variant, run.lookUpInOneFolder());
+                rows.add("look-ups in many folders", variant, run.lookUpInManyFolders());
+                rows.add("creations in many folders", variant, run.createInManyFolders());
+                rows.add("95 % look-ups, 5 % changes", variant, run.mixed());
             }};
 }
 

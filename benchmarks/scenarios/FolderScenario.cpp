@@ -1,60 +1,48 @@
-#include "benchmarks/scenarios/FolderPlan.h"
 #include "benchmarks/scenarios/Scenario.h"
-#include "benchmarks/workload/RandomOrder.h"
-#include "benchmarks/workload/WrongResult.h"
 
 #include <algorithm>
 #include <numeric>
-#include <utility>
 
 namespace storage::benchmark {
 
 namespace {
 
-constexpr std::uint32_t samples = 20;
-
-ListingSummary summaryOf(const PathList& paths, PathIndex folder, const std::vector<PathIndex>& entries) {
-    ListingSummary summary;
-    const std::string prefix = paths[folder] + '/';
-    for (const PathIndex entry : entries) {
-        if (paths[entry].starts_with(prefix)) {
-            summary.add(paths[entry].data() + prefix.size(), paths[entry].size() - prefix.size(),
-                        EntryKind::File);
-        }
-    }
-    return summary;
-}
-
-/// One round of the operations in a folder, with its own store. Each step continues from the state that the
-/// previous one left. `present_` contains the current path of each file.
-class FolderRound {
+/// The operations in one folder, in rounds with a new store each, because a small folder has few operations. Each
+/// step continues from the state that the previous one left. Paths and orders are prepared before the timing.
+///
+/// Some operations of some stores are linear in the size of the store. A time budget limits their number.
+class FolderRun {
 public:
     /// @param variant  the number of files as in the names of rows
-    FolderRound(const StoreKind& kind, const FolderPlan& plan, std::string variant, Rows& rows)
-        : kind_(kind),
-          plan_(plan),
-          variant_(std::move(variant)),
-          rows_(rows),
-          store_(kind.build()),
-          present_(plan.count) {
-        store_->prepare(plan_.paths.all());
-        std::iota(present_.begin(), present_.end(), plan_.files);
+    FolderRun(const StoreKind& kind, const std::string& variant, std::uint32_t count, std::uint32_t rounds,
+              Rows& rows)
+        : kind_(kind), variant_(variant), count_(count), budget_(allBudgets / rounds), rows_(rows) {
+        paths_.add("/folder");
+        paths_.add("/other");
+        paths_.addFiles("/folder", count_);
+        missing_ = addPaths(queries_, "/folder/f{:07}x", // evenly distributed among the files
+                            [this](std::uint32_t i) { return i * (count_ / queries_); });
+        renamed_ = addPaths(moves_, "/folder/g{:07}", [this](std::uint32_t i) { return order_[i]; });
+        others_ = addPaths(moves_, "/other/f{:07}", [this](std::uint32_t i) { return order_[moves_ + i]; });
     }
 
-    /// Runs everything except the removal.
+    /// A round of everything except the removal.
     void run() {
-        create();
+        begin();
+        rows_.addCost("create", variant_, makeFiles());
+        verifyListings();
         giveContent();
         attributes();
         missing();
         list();
         if (kind_.can(Ability::MoveFile)) {
-            move("move file inside", plan_.order.data(), plan_.renamed);
-            move("move file between", plan_.order.data() + plan_.moves, plan_.others);
+            move("move file inside", order_.data(), renamed_);
+            move("move file between", order_.data() + moves_, others_);
         }
     }
 
     void runRemovals() {
+        begin();
         makeFiles();
         const std::size_t half = present_.size() / 2;
         auto random = fixedRandom();
@@ -66,93 +54,118 @@ public:
     }
 
 private:
-    void create() {
-        rows_.addCost("create", variant_, makeFiles());
-        verifyListings();
+    static constexpr std::uint32_t mostQueries = 200'000;
+    static constexpr std::uint32_t mostMoves = 100'000;
+    static constexpr std::uint32_t samples = 20;
+    static constexpr double allBudgets = 0.4; ///< in seconds, of the operations of one kind in all rounds
+    static constexpr PathIndex folder = 0;
+    static constexpr PathIndex otherFolder = 1;
+    static constexpr PathIndex files = 2;
+
+    template <typename NumberOf>
+    PathIndex addPaths(std::uint32_t count, const char* format, NumberOf numberOf) {
+        const PathIndex first = paths_.size();
+        for (std::uint32_t i = 0; i < count; ++i) {
+            paths_.add(fmt::format(fmt::runtime(format), numberOf(i)));
+        }
+        return first;
+    }
+
+    void begin() {
+        store_.reset(); // first: two stores of a kind may share a folder
+        store_ = kind_.build();
+        store_->prepare(paths_.all());
+        present_.resize(count_);
+        std::iota(present_.begin(), present_.end(), files);
     }
 
     Timing makeFiles() {
-        store_->createFolder(plan_.folder);
-        store_->createFolder(plan_.otherFolder);
-        return measure(plan_.count, withoutBudget,
-                       [&](std::size_t i) { store_->createFile(plan_.files + static_cast<PathIndex>(i)); });
+        store_->createFolder(folder);
+        store_->createFolder(otherFolder);
+        return measure(count_, withoutBudget,
+                       [&](std::size_t i) { store_->createFile(files + static_cast<PathIndex>(i)); });
     }
 
     void giveContent() {
-        for (std::uint32_t file = 0; file < plan_.count; ++file) {
+        for (std::uint32_t file = 0; file < count_; ++file) {
             if (sizeOf(file) > 0) {
-                store_->overwriteFile(plan_.files + file, "content", sizeOf(file));
+                store_->overwriteFile(files + file, "content", sizeOf(file));
             }
         }
     }
 
     void attributes() {
         std::uint64_t sizes = 0;
-        const Timing timing = measure(plan_.queries, plan_.queryBudget, [&](std::size_t i) {
-            sizes += store_->fileSize(plan_.files + plan_.order[i]);
-        });
+        const Timing timing =
+            measure(queries_, budget_, [&](std::size_t i) { sizes += store_->fileSize(files + order_[i]); });
         rows_.addCost("attributes", variant_, timing);
         std::uint64_t expected = 0;
         for (std::size_t i = 0; i < timing.operations; ++i) {
-            expected += sizeOf(plan_.order[i]);
+            expected += sizeOf(order_[i]);
         }
         expectEqual(sizes, expected, "the sum of sizes");
     }
 
     void missing() {
         std::uint64_t found = 0;
-        const Timing timing = measure(plan_.queries, plan_.queryBudget, [&](std::size_t i) {
-            found += store_->exists(plan_.missing + plan_.missingOrder[i]) ? 1 : 0;
+        const Timing timing = measure(queries_, budget_, [&](std::size_t i) {
+            found += store_->exists(missing_ + missingOrder_[i]) ? 1 : 0;
         });
         rows_.addCost("missing", variant_, timing);
         expectEqual(found, 0, "missing names that were found");
         for (std::uint32_t i = 0; i < samples; ++i) {
-            expectTrue(store_->exists(plan_.files + plan_.order[i]), "a file exists");
+            expectTrue(store_->exists(files + order_[i]), "a file exists");
         }
     }
 
     void list() {
         ListingSummary seen;
-        Timing timing =
-            measure(plan_.listings, withoutBudget, [&](std::size_t) { seen += store_->list(plan_.folder); });
+        Timing timing = measure(1, withoutBudget, [&](std::size_t) { seen = store_->list(folder); });
         timing.operations = seen.entries;
         rows_.addCost("list", variant_, timing);
-        ListingSummary expected;
-        for (std::uint32_t i = 0; i < plan_.listings; ++i) {
-            expected += summaryOf(plan_.paths, plan_.folder, present_);
-        }
-        expectTrue(seen == expected, "every listing has all names");
+        expectTrue(seen == summaryOf(folder), "a listing has all names");
     }
 
-    void move(const char* rowKind, const std::uint32_t* files, PathIndex destinations) {
-        const Timing timing = measure(plan_.moves, plan_.queryBudget, [&](std::size_t i) {
-            store_->moveFile(plan_.files + files[i], destinations + static_cast<PathIndex>(i));
+    void move(const char* row, const std::uint32_t* moved, PathIndex destinations) {
+        const Timing timing = measure(moves_, budget_, [&](std::size_t i) {
+            store_->moveFile(files + moved[i], destinations + static_cast<PathIndex>(i));
         });
-        rows_.addCost(rowKind, variant_, timing);
+        rows_.addCost(row, variant_, timing);
         for (std::uint32_t i = 0; i < timing.operations; ++i) {
-            present_[files[i]] = destinations + i;
+            present_[moved[i]] = destinations + i;
             if (i < samples) {
-                expectTrue(!store_->exists(plan_.files + files[i]), "a moved file is gone from where it was");
-                expectEqual(store_->fileSize(destinations + i), sizeOf(files[i]), "the size of a moved file");
+                expectTrue(!store_->exists(files + moved[i]), "a moved file is gone from where it was");
+                expectEqual(store_->fileSize(destinations + i), sizeOf(moved[i]), "the size of a moved file");
             }
         }
         verifyListings();
     }
 
-    void remove(const char* rowKind, std::size_t begin, std::size_t end) {
+    void remove(const char* row, std::size_t begin, std::size_t end) {
         const Timing timing = measure(end - begin, withoutBudget,
                                       [&](std::size_t i) { store_->removeFile(present_[begin + i]); });
-        rows_.addCost(rowKind, variant_, timing);
+        rows_.addCost(row, variant_, timing);
         for (std::size_t i = 0; i < samples; ++i) {
             expectTrue(!store_->exists(present_[begin + i]), "a removed file is gone");
         }
     }
 
     void verifyListings() {
-        for (const PathIndex folder : {plan_.folder, plan_.otherFolder}) {
-            expectTrue(store_->list(folder) == summaryOf(plan_.paths, folder, present_),
-                       plan_.paths[folder] + " holds what it should");
+        for (const PathIndex each : {folder, otherFolder}) {
+            expectTrue(store_->list(each) == summaryOf(each), paths_[each] + " holds what it should");
         }
+    }
+
+    ListingSummary summaryOf(PathIndex parent) const {
+        ListingSummary summary;
+        const std::string prefix = paths_[parent] + '/';
+        for (const PathIndex file : present_) {
+            if (paths_[file].starts_with(prefix)) {
+                summary.add(paths_[file].data() + prefix.size(), paths_[file].size() - prefix.size(),
+                            EntryKind::File);
+            }
+        }
+        return summary;
     }
 
     /// Some files are not empty, so that their sizes show whether the attributes are those of the right file.
@@ -161,31 +174,41 @@ private:
     }
 
     const StoreKind& kind_;
-    const FolderPlan& plan_;
-    const std::string variant_;
+    const std::string& variant_;
+    const std::uint32_t count_;                                   ///< files in the folder
+    const std::uint32_t queries_ = std::min(count_, mostQueries); ///< of attributes; as many missing names
+    const std::uint32_t moves_ = std::min(count_ / 2, mostMoves); ///< inside; as many to the other folder
+    const double budget_;
     Rows& rows_;
+    const std::vector<std::uint32_t> order_ = randomOrder(count_);
+    const std::vector<std::uint32_t> missingOrder_ = randomOrder(queries_);
+    PathList paths_;
+    PathIndex missing_ = 0; ///< the first missing name
+    PathIndex renamed_ = 0; ///< the first new name in the folder
+    PathIndex others_ = 0;  ///< the first name in the other folder
     std::unique_ptr<Store> store_;
     std::vector<PathIndex> present_; ///< the current path of each file
 };
 
-} // namespace
-
-Scenario folderScenario(const std::string& variant, std::uint32_t count) {
-    return {"folder-" + variant, {Ability::Create}, [=](const StoreKind& kind, Rows& rows) {
-                const FolderPlan plan(count);
-                for (std::uint32_t i = 0; i < plan.rounds; ++i) {
-                    FolderRound(kind, plan, variant, rows).run();
+Scenario folderOf(const std::string& name, Abilities required, const std::string& variant,
+                  std::uint32_t count, std::uint32_t rounds, void (FolderRun::*round)()) {
+    return {name, std::move(required), [=](const StoreKind& kind, Rows& rows) {
+                FolderRun run(kind, variant, count, rounds, rows);
+                for (std::uint32_t i = 0; i < rounds; ++i) {
+                    (run.*round)();
                 }
             }};
 }
 
-Scenario removalScenario(const std::string& variant, std::uint32_t count) {
-    return {"remove-" + variant, {Ability::Create, Ability::Remove}, [=](const StoreKind& kind, Rows& rows) {
-                const FolderPlan plan(count);
-                for (std::uint32_t i = 0; i < plan.rounds; ++i) {
-                    FolderRound(kind, plan, variant, rows).runRemovals();
-                }
-            }};
+} // namespace
+
+Scenario folderScenario(const std::string& variant, std::uint32_t count, std::uint32_t rounds) {
+    return folderOf("folder-" + variant, {Ability::Create}, variant, count, rounds, &FolderRun::run);
+}
+
+Scenario removalScenario(const std::string& variant, std::uint32_t count, std::uint32_t rounds) {
+    return folderOf("remove-" + variant, {Ability::Create, Ability::Remove}, variant, count, rounds,
+                    &FolderRun::runRemovals);
 }
 
 } // namespace storage::benchmark

@@ -1,23 +1,18 @@
 #include "benchmarks/scenarios/Scenario.h"
 
-#include "benchmarks/scenarios/PathList.h"
-#include "benchmarks/workload/WrongResult.h"
-
-#include <fmt/format.h>
 #include <fstream>
 #include <unistd.h>
-#include <utility>
 
 namespace storage::benchmark {
 
 namespace {
 
 /// Resident memory of this process in bytes.
-std::uint64_t residentBytes() {
+double residentBytes() {
     std::uint64_t all = 0;
     std::uint64_t resident = 0;
     std::ifstream("/proc/self/statm") >> all >> resident;
-    return resident * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    return static_cast<double>(resident) * static_cast<double>(::sysconf(_SC_PAGESIZE));
 }
 
 void runMemory(const StoreKind& kind, const std::string& variant, const std::string& namePrefix,
@@ -29,7 +24,7 @@ void runMemory(const StoreKind& kind, const std::string& variant, const std::str
     const auto store = kind.build();
     store->prepare(paths.all());
     const std::string content(fileSize, 'x');
-    const std::uint64_t before = residentBytes();
+    const double before = residentBytes();
     for (PathIndex file = 0; file < files; ++file) {
         if (fileSize == 0) {
             store->createFile(file);
@@ -37,13 +32,13 @@ void runMemory(const StoreKind& kind, const std::string& variant, const std::str
             store->createStream(file, fileSize)->write(content.data(), fileSize);
         }
     }
-    const std::uint64_t after = residentBytes();
+    const double growth = residentBytes() - before;
     std::uint64_t found = 0;
     for (PathIndex file = 0; file < files; ++file) {
         found += store->exists(file) && store->fileSize(file) == fileSize ? 1 : 0;
     }
     expectEqual(found, files, "the number of files of the right size");
-    rows.add("memory", variant, static_cast<double>(after - before) / files);
+    rows.add("memory", variant, growth / files);
 }
 
 } // namespace

@@ -1,17 +1,8 @@
 #include "benchmarks/scenarios/Scenario.h"
 
-#include "benchmarks/scenarios/PathList.h"
-#include "benchmarks/workload/WrongResult.h"
-
-#include <fmt/format.h>
-#include <memory>
-#include <utility>
-
 namespace storage::benchmark {
 
 namespace {
-
-constexpr std::uint32_t filesInFolder = 100;
 
 /// One run: the tree, the sequence of its names, and the tree under the last name.
 class MoveFolderRun {
@@ -24,16 +15,9 @@ public:
         before_ = addTree(0);
         after_ = addTree(moves_);
         store_->prepare(paths_.all());
-    }
-
-    void fill() {
         store_->createFolder(0);
         for (std::uint32_t i = 0; i < descendants(); ++i) {
-            if (isFolder(i)) {
-                store_->createFolder(before_ + i);
-            } else {
-                store_->createFile(before_ + i);
-            }
+            isFolder(i) ? store_->createFolder(before_ + i) : store_->createFile(before_ + i);
         }
     }
 
@@ -59,8 +43,10 @@ public:
     }
 
 private:
+    static constexpr std::uint32_t filesInFolder = 100;
+
     PathIndex addTree(PathIndex top) {
-        const auto first = static_cast<PathIndex>(paths_.all().size());
+        const PathIndex first = paths_.size();
         for (std::uint32_t folder = 0; folder < folders_; ++folder) {
             const std::string path = fmt::format("{}/folder-{:04}", paths_[top], folder);
             paths_.add(path);
@@ -72,7 +58,7 @@ private:
     }
 
     std::uint32_t descendants() const { return folders_ + folders_ * filesInFolder; }
-    bool isFolder(std::uint32_t descendant) const { return descendant % (filesInFolder + 1) == 0; }
+    static bool isFolder(std::uint32_t descendant) { return descendant % (filesInFolder + 1) == 0; }
 
     std::uint32_t folders_;
     std::uint32_t moves_;
@@ -87,7 +73,6 @@ private:
 Scenario moveFolderScenario(const std::string& variant, std::uint32_t files, std::uint32_t moves) {
     return {"move-folder-" + variant, {Ability::MoveFolder}, [=](const StoreKind& kind, Rows& rows) {
                 MoveFolderRun run(kind, files, moves);
-                run.fill();
                 rows.addCost("move folder", variant, run.move());
                 run.verify();
             }};

@@ -1,15 +1,25 @@
 #pragma once
 
 #include "benchmarks/stores/StoreKind.h"
-#include "benchmarks/workload/Form.h"
+#include "benchmarks/workload/PatternedBlock.h"
+#include "benchmarks/workload/RandomOrder.h"
 #include "benchmarks/workload/Rows.h"
+#include "benchmarks/workload/WrongResult.h"
 
 #include <cstdint>
+#include <fmt/format.h>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace storage::benchmark {
+
+/// The amount of work.
+enum class Form {
+    Full,
+    Short ///< the smallest sizes: every scenario runs, every result is verified
+};
 
 /// A workload that fills a store, times its operations, and verifies their effects. Runs once per process. A
 /// value.
@@ -20,13 +30,38 @@ struct Scenario {
         run; ///< throws WrongResult and errors of the store
 };
 
+/// The paths of a scenario, in the order in which the store receives them.
+class PathList {
+public:
+    PathIndex add(std::string path) {
+        paths_.push_back(std::move(path));
+        return size() - 1;
+    }
+
+    /// The files of a folder, in ascending order. Returns the first one.
+    PathIndex addFiles(const std::string& folder, std::uint32_t count) {
+        const PathIndex first = size();
+        for (std::uint32_t i = 0; i < count; ++i) {
+            paths_.push_back(fmt::format("{}/f{:07}", folder, i));
+        }
+        return first;
+    }
+
+    const std::string& operator[](PathIndex index) const { return paths_[index]; }
+    PathIndex size() const { return static_cast<PathIndex>(paths_.size()); }
+    const std::vector<std::string>& all() const { return paths_; }
+
+private:
+    std::vector<std::string> paths_;
+};
+
 /// Creates, looks up, lists and moves files in one folder. Each round uses a new store.
 /// @param variant  the number of files in the names of rows
-Scenario folderScenario(const std::string& variant, std::uint32_t count);
+Scenario folderScenario(const std::string& variant, std::uint32_t count, std::uint32_t rounds);
 
 /// Removes files of one folder one by one, the first half in the order of their creation. Runs in its own
 /// process, so that the heap contains nothing but these files.
-Scenario removalScenario(const std::string& variant, std::uint32_t count);
+Scenario removalScenario(const std::string& variant, std::uint32_t count, std::uint32_t rounds);
 
 /// Many folders with a few files each. All paths have 60 characters and long common prefixes.
 Scenario treeScenario(std::uint32_t folders);
@@ -57,7 +92,7 @@ Scenario moveFolderScenario(const std::string& variant, std::uint32_t files, std
 Scenario treeThreadsScenario(double seconds);
 
 /// The same with random reads of two files.
-Scenario readingThreadsScenario(double seconds);
+Scenario readingThreadsScenario(double seconds, std::uint64_t fileSize);
 
 /// Creates many files of one size, and measures the growth of the process per file.
 /// @param namePrefix  prefix of the file names; five digits follow

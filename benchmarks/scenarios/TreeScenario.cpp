@@ -1,19 +1,11 @@
 #include "benchmarks/scenarios/Scenario.h"
 
-#include "benchmarks/scenarios/PathList.h"
-#include "benchmarks/workload/RandomOrder.h"
-#include "benchmarks/workload/WrongResult.h"
-
-#include <fmt/format.h>
-#include <memory>
 #include <string_view>
 
 namespace storage::benchmark {
 
 namespace {
 
-constexpr std::uint32_t filesInFolder = 100;
-constexpr double queryBudget = 0.4; // look-ups and listings are linear in the tree's size in some stores
 /// Names and order of the files in a tree. A value.
 struct TreeKind {
     const char* variant;
@@ -40,11 +32,7 @@ constexpr TreeKind variedPaths{"long paths", "/home/build/projects", true, 40, 6
 class TreeRun {
 public:
     TreeRun(const StoreKind& kind, const TreeKind& tree, std::uint32_t folders, Rows& rows)
-        : tree_(tree),
-          folderCount_(folders),
-          rows_(rows),
-          order_(randomOrder(fileCount())),
-          store_(kind.build()) {
+        : tree_(tree), folderCount_(folders), rows_(rows), store_(kind.build()) {
         for (std::size_t end = tree.top.find('/', 1); end != std::string_view::npos;
              end = tree.top.find('/', end + 1)) {
             paths_.add(std::string(tree.top.substr(0, end)));
@@ -69,16 +57,16 @@ public:
             }
         });
         if (tree_.inRandomOrder) {
-            timing += measure(fileCount(), withoutBudget,
+            timing += measure(fileCount_, withoutBudget,
                               [&](std::size_t i) { store_->createFile(files_ + order_[i]); });
         }
-        timing.operations = folderCount_ + fileCount();
+        timing.operations = folderCount_ + fileCount_;
         rows_.addCost("create", tree_.variant, timing);
     }
 
     void attributes() {
         std::uint64_t sizes = 0;
-        const Timing timing = measure(fileCount(), withoutBudget,
+        const Timing timing = measure(fileCount_, withoutBudget,
                                       [&](std::size_t i) { sizes += store_->fileSize(files_ + order_[i]); });
         rows_.addCost("attributes", tree_.variant, timing);
         expectEqual(sizes, 0, "the sum of the sizes of empty files");
@@ -86,7 +74,7 @@ public:
 
     void missing() {
         std::uint64_t found = 0;
-        const Timing timing = measure(fileCount(), queryBudget, [&](std::size_t i) {
+        const Timing timing = measure(fileCount_, queryBudget, [&](std::size_t i) {
             found += store_->exists(missing_ + order_[i]) ? 1 : 0;
         });
         rows_.addCost("missing", tree_.variant, timing);
@@ -94,9 +82,8 @@ public:
     }
 
     void list() {
-        ListingSummary expected;
-        for (PathIndex file = files_; file < files_ + filesInFolder;
-             ++file) { // each folder has the same names
+        ListingSummary expected; // each folder has the same names
+        for (PathIndex file = files_; file < files_ + filesInFolder; ++file) {
             const std::string name = paths_[file].substr(paths_[folders_].size() + 1);
             expected.add(name.data(), name.size(), EntryKind::File);
         }
@@ -110,11 +97,13 @@ public:
     }
 
 private:
-    std::uint32_t fileCount() const { return folderCount_ * filesInFolder; }
+    static constexpr std::uint32_t filesInFolder = 100;
+    /// Look-ups and listings are linear in the size of the tree in some stores.
+    static constexpr double queryBudget = 0.4;
 
     PathIndex addFiles(bool missing) {
-        const auto first = static_cast<PathIndex>(paths_.all().size());
-        for (std::uint32_t i = 0; i < fileCount(); ++i) {
+        const PathIndex first = paths_.size();
+        for (std::uint32_t i = 0; i < fileCount_; ++i) {
             const PathIndex file = paths_.add(paths_[folders_ + i / filesInFolder] + '/' +
                                               tree_.nameOf(i % filesInFolder, missing));
             const std::size_t length = paths_[file].size();
@@ -126,16 +115,17 @@ private:
 
     const TreeKind& tree_;
     const std::uint32_t folderCount_;
+    const std::uint32_t fileCount_ = folderCount_ * filesInFolder;
     Rows& rows_;
     PathList paths_;
     PathIndex folders_ = 0; ///< the first folder
     PathIndex files_ = 0;   ///< the first file; files are grouped by folder
     PathIndex missing_ = 0; ///< the first missing name; as many as files
-    std::vector<std::uint32_t> order_;
+    const std::vector<std::uint32_t> order_ = randomOrder(fileCount_);
     std::unique_ptr<Store> store_;
 };
 
-Scenario scenarioOf(const std::string& name, const TreeKind& tree, std::uint32_t folders) {
+Scenario treeOf(const std::string& name, const TreeKind& tree, std::uint32_t folders) {
     return {name, {Ability::Create}, [&tree, folders](const StoreKind& kind, Rows& rows) {
                 TreeRun run(kind, tree, folders, rows);
                 run.create();
@@ -148,11 +138,11 @@ Scenario scenarioOf(const std::string& name, const TreeKind& tree, std::uint32_t
 } // namespace
 
 Scenario treeScenario(std::uint32_t folders) {
-    return scenarioOf("tree", equalPaths, folders);
+    return treeOf("tree", equalPaths, folders);
 }
 
 Scenario longPathsScenario(std::uint32_t folders) {
-    return scenarioOf("long-paths", variedPaths, folders);
+    return treeOf("long-paths", variedPaths, folders);
 }
 
 } // namespace storage::benchmark

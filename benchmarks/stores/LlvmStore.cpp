@@ -139,8 +139,7 @@ private:
 StoreKind llvmKind() {
     return {"llvm",
             LLVM_VERSION_STRING,
-            {Ability::Create, Ability::Attributes, Ability::Exists, Ability::List, Ability::ReadFile,
-             Ability::Read, Ability::LiveInProcess},
+            {Ability::Create, Ability::ReadFile, Ability::Read, Ability::LiveInProcess},
             [] { return std::make_unique<LlvmStore>(); }};
 }
 

@@ -12,12 +12,10 @@
 
 namespace storage::benchmark {
 
-/// The operations of a store. A scenario names the abilities that it requires.
+/// The optional operations of a store; every store that can create has look-ups and listings. A scenario names the
+/// abilities that it requires.
 enum class Ability {
     Create,              ///< empty files, one by one
-    Attributes,          ///< the size of a file, by its path
-    Exists,              ///< whether an entry exists at a path
-    List,                ///< the names in a folder
     MoveFile,            ///< to another name, to another folder
     MoveFolder,          ///< with everything below it
     Remove,              ///< files, one by one

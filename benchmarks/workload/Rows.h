@@ -2,19 +2,14 @@
 
 #include "benchmarks/workload/Timing.h"
 
-#include <benchmark/benchmark.h>
 #include <map>
-#include <stdexcept>
 #include <string>
 
 namespace storage::benchmark {
 
-/// Collects the rows of a scenario as counters of Google Benchmark, which are named "row|variant". Several
-/// timings of one row are added up.
+/// Collects the rows of a scenario under the names "row|variant". Several timings of one row are added up.
 class Rows {
 public:
-    explicit Rows(::benchmark::State& state) : state_(state) {}
-
     /// For a row in nanoseconds per operation.
     void addCost(const std::string& row, const std::string& variant, const Timing& timing) {
         const Timing& sum = sums_[row + '|' + variant] += timing;
@@ -29,28 +24,14 @@ public:
 
     /// For a row with a plain value.
     void add(const std::string& row, const std::string& variant, double value) {
-        state_.counters[row + '|' + variant] = value;
+        values_[row + '|' + variant] = value;
     }
 
-private:
-    ::benchmark::State& state_;
-    std::map<std::string, Timing> sums_;
-};
+    const std::map<std::string, double>& values() const { return values_; }
 
-/// Registers a scenario with Google Benchmark. run(Rows&) is called once; an exception is reported as an error.
-template <typename Run>
-void registerScenario(const std::string& name, Run run) {
-    const auto runOnce = [run](::benchmark::State& state) {
-        while (state.KeepRunning()) {
-            try {
-                Rows rows(state);
-                run(rows);
-            } catch (const std::exception& error) {
-                state.SkipWithError(error.what());
-            }
-        }
-    };
-    ::benchmark::RegisterBenchmark(name.c_str(), runOnce)->Iterations(1)->UseRealTime();
-}
+private:
+    std::map<std::string, Timing> sums_;
+    std::map<std::string, double> values_;
+};
 
 } // namespace storage::benchmark

@@ -1,14 +1,23 @@
 #pragma once
 
+#include <cstddef>
 #include <ctime>
+
+// Functions of the libraries, replaced in the whole program, loaded libraries included.
 
 namespace storage::core_operations {
 
 /// The time that every clock of this program returns, in seconds since 1970. With a real clock the counts
 /// would depend on the date, because a reading is converted to a date in a loop over the months.
-///
-/// Linking this file replaces `gettimeofday` and `clock_gettime` in the whole program, shared libraries
-/// included.
 inline constexpr std::time_t stoppedClock = 1'750'000'000;
+
+/// Calls of operator new while it counts. Not thread-safe.
+struct Allocations {
+    bool isCounting = false;
+    unsigned long count = 0;
+    std::size_t bytes = 0; ///< as they were asked for
+};
+
+extern Allocations allocations;
 
 } // namespace storage::core_operations

@@ -1,0 +1,43 @@
+#include "benchmarks/core_operations/Replacements.h"
+
+#include <cstdlib>
+#include <new>
+#include <sys/time.h>
+
+using storage::core_operations::allocations;
+using storage::core_operations::stoppedClock;
+
+constinit storage::core_operations::Allocations storage::core_operations::allocations;
+
+extern "C" __attribute__((visibility("default"))) int gettimeofday(timeval* time, void* /*zone*/) noexcept {
+    *time = {.tv_sec = stoppedClock, .tv_usec = 0};
+    return 0;
+}
+
+extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t /*clock*/,
+                                                                    timespec* time) noexcept {
+    *time = {.tv_sec = stoppedClock, .tv_nsec = 0};
+    return 0;
+}
+
+// Nothing that is measured here asks for more alignment than malloc gives. The other forms call these by default.
+
+void* operator new(std::size_t size) {
+    if (allocations.isCounting) {
+        ++allocations.count;
+        allocations.bytes += size;
+    }
+    void* const memory = std::malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}

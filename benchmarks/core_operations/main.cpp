@@ -1,0 +1,66 @@
+#include "benchmarks/core_operations/Operations.h"
+#include "benchmarks/core_operations/Replacements.h"
+#include "tests/stress/Violation.h"
+#include "tests/support/LoadedPlugin.h"
+
+#include <boost/date_time/posix_time/conversion.hpp>
+#include <valgrind/callgrind.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+namespace storage::core_operations {
+
+namespace {
+
+/// The plug-in's clock has just stamped the root.
+void requireStoppedClock(const provider::IProvider& storage) {
+    const auto time = storage.doGetFolderAttributes(provider::StorageIRI(u"/")).getLastModified();
+    stress::requireThat(time == boost::posix_time::from_time_t(stoppedClock),
+                        "the plug-in reads another clock");
+}
+
+/// Runs the operation under Callgrind's instrumentation. Prints the number of operations, and the allocations and
+/// allocated bytes per operation.
+void run(Preparation& prepare) {
+    const tests::LoadedPlugin plugin(QZSTORAGE_PLUGIN_PATH);
+    const auto storage = plugin.build();
+    requireStoppedClock(*storage);
+    const Measurement measurement = prepare(*storage);
+    allocations = {.isCounting = true};
+    CALLGRIND_START_INSTRUMENTATION;
+    measurement.run();
+    CALLGRIND_STOP_INSTRUMENTATION;
+    allocations.isCounting = false;
+    measurement.check();
+    const auto operations = static_cast<double>(measurement.operations);
+    std::printf("%lu %.2f %.1f\n", measurement.operations,
+                static_cast<double>(allocations.count) / operations,
+                static_cast<double>(allocations.bytes) / operations);
+}
+
+} // namespace
+
+} // namespace storage::core_operations
+
+/// Without an argument, prints the names of all operations. With a name, runs that operation many times, for
+/// `valgrind --tool=callgrind --instr-atstart=no` to count its instructions.
+int main(int argc, char** argv) {
+    using namespace storage::core_operations;
+    try {
+        if (argc > 1) {
+            const auto found = preparations.find(argv[1]);
+            storage::stress::requireThat(found != preparations.end(), argv[1], ": no such operation");
+            run(*found->second);
+        } else {
+            for (const auto& [name, prepare] : preparations) {
+                std::printf("%s\n", name.c_str());
+            }
+        }
+        return EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "core_operations: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
+}
