@@ -27,10 +27,17 @@ void visitFolder(const char* path, Visit visit) {
 }
 
 /// Adds an entry of a listing to its summary.
-void addEntry(ListingSummary& summary, const dirent& entry);
+inline void addEntry(ListingSummary& summary, const dirent& entry) {
+    summary.add(entry.d_name, std::strlen(entry.d_name),
+                entry.d_type == DT_DIR ? EntryKind::Folder : EntryKind::File);
+}
 
 /// Lists a folder and returns its summary.
 /// @throws std::system_error
-ListingSummary listFolder(const char* path);
+inline ListingSummary listFolder(const char* path) {
+    ListingSummary summary;
+    visitFolder(path, [&](int, const dirent& entry) { addEntry(summary, entry); });
+    return summary;
+}
 
 } // namespace storage::benchmark
