@@ -34,7 +34,8 @@ def server_of(mount_point):
 
 def is_mounted(mount_point):
     """Reads the kernel's table, because system calls on the mount point could wait for a server that hangs."""
-    escaped = str(mount_point).replace(" ", r"\040")
+    point = pathlib.Path(mount_point)
+    escaped = str(point.parent.resolve() / point.name).replace(" ", r"\040")
     return any(line.split()[4] == escaped for line in pathlib.Path("/proc/self/mountinfo").read_text().splitlines())
 
 
