@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <thread>
@@ -31,6 +32,13 @@ private:
     std::jthread thread_;
 };
 
+unsigned countIn(const std::string& text) {
+    if (text.empty() || text.size() > 4 || text.find_first_not_of("0123456789") != std::string::npos) {
+        throw std::runtime_error("--threads=" + text + ": not a number of threads");
+    }
+    return static_cast<unsigned>(std::stoul(text));
+}
+
 /// Options: --short, --threads=N (at most; the processors), --plugin=PATH (shared library), --tmpfs=FOLDER (empty).
 int runScenarios(Program& program) {
     const Form form = program.takeFlag("short") ? Form::Short : Form::Full;
@@ -40,8 +48,7 @@ int runScenarios(Program& program) {
         describeRun("version of " + kind.id, kind.version);
     }
     for (const Scenario& scenario :
-         scenarioTable(form, threads.empty() ? std::thread::hardware_concurrency()
-                                             : static_cast<unsigned>(std::stoul(threads)))) {
+         scenarioTable(form, threads.empty() ? std::thread::hardware_concurrency() : countIn(threads))) {
         for (const StoreKind& kind : kinds) {
             if (std::ranges::includes(kind.abilities, scenario.required)) {
                 registerScenario(scenario.name + '/' + kind.id,

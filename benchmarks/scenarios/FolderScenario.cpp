@@ -20,10 +20,10 @@ public:
         paths_.add("/folder");
         paths_.add("/other");
         paths_.addFiles("/folder", count_);
-        missing_ = addPaths(queries_, "/folder/f{:07}x", // evenly distributed among the files
-                            [this](std::uint32_t i) { return i * (count_ / queries_); });
-        renamed_ = addPaths(moves_, "/folder/g{:07}", [this](std::uint32_t i) { return order_[i]; });
-        others_ = addPaths(moves_, "/other/f{:07}", [this](std::uint32_t i) { return order_[moves_ + i]; });
+        addPaths(queries_, "/folder/f{:07}x", // evenly distributed among the files
+                 [this](std::uint32_t i) { return i * (count_ / queries_); });
+        addPaths(moves_, "/folder/g{:07}", [this](std::uint32_t i) { return order_[i]; });
+        addPaths(moves_, "/other/f{:07}", [this](std::uint32_t i) { return order_[moves_ + i]; });
     }
 
     /// A round of everything except the removal.
@@ -63,12 +63,10 @@ private:
     static constexpr PathIndex files = 2;
 
     template <typename NumberOf>
-    PathIndex addPaths(std::uint32_t count, const char* format, NumberOf numberOf) {
-        const PathIndex first = paths_.size();
+    void addPaths(std::uint32_t count, const char* format, NumberOf numberOf) {
         for (std::uint32_t i = 0; i < count; ++i) {
             paths_.add(fmt::format(fmt::runtime(format), numberOf(i)));
         }
-        return first;
     }
 
     void begin() {
@@ -183,9 +181,9 @@ private:
     const std::vector<std::uint32_t> order_ = randomOrder(count_);
     const std::vector<std::uint32_t> missingOrder_ = randomOrder(queries_);
     PathList paths_;
-    PathIndex missing_ = 0; ///< the first missing name
-    PathIndex renamed_ = 0; ///< the first new name in the folder
-    PathIndex others_ = 0;  ///< the first name in the other folder
+    const PathIndex missing_ = files + count_;      ///< the first missing name
+    const PathIndex renamed_ = missing_ + queries_; ///< the first new name in the folder
+    const PathIndex others_ = renamed_ + moves_;    ///< the first name in the other folder
     std::unique_ptr<Store> store_;
     std::vector<PathIndex> present_; ///< the current path of each file
 };

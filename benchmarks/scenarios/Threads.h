@@ -30,6 +30,7 @@ inline std::vector<ThreadResult> runInThreads(unsigned threads,
         }));
     }
     std::vector<ThreadResult> results;
+    results.reserve(threads);
     for (auto& each : running) {
         results.push_back(each.get());
     }

@@ -70,7 +70,7 @@ public:
         for (PathIndex file = changing; file < changing + changingFiles; ++file) {
             store_->removeFile(file);
         }
-        return 2 * changingFiles;
+        return std::uint64_t{2} * changingFiles;
     }
 
     void verify() {
@@ -126,9 +126,9 @@ private:
         return store.openToRead(file);
     }
 
+    std::size_t next_ = 0;
     PatternedBlock content_;
     RandomReads reads_;
-    std::size_t next_ = 0;
 };
 
 } // namespace
