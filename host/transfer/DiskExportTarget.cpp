@@ -206,14 +206,16 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
     WritableFolder& folder = innermost();
     const ExportSource::Entry entry = source_.entryAt(source, EntryKind::File);
     const std::uint64_t group = entry.attributes.linkGroup;
-    // An entry of its own, in a folder without leftovers of killed exports.
-    const bool isAlone = !open_.empty() && group == 0;
-    const bool isFolderEmpty = isAlone && open_.back().isNew; // except for what other programs add meanwhile
-    const auto replaced = isFolderEmpty ? std::nullopt : replacedEntry(folder.descriptor(), name, S_IFREG);
-    if (isAlone && !replaced) {
+    const bool mayBeNameless = !open_.empty() && group == 0;
+    // Only another program can have added the entry to a new folder. A nameless file detects it when it is named.
+    const bool isNewFolder = !open_.empty() && open_.back().isNew;
+    const auto findReplaced = [&] { return replacedEntry(folder.descriptor(), name, S_IFREG); };
+    auto replaced = mayBeNameless && isNewFolder ? std::nullopt : findReplaced();
+    if (mayBeNameless && !replaced) {
         if (const auto bytes = addNewFile(source, entry, folder, name)) {
             return *bytes;
         }
+        replaced = findReplaced();
     }
     if (group != 0 && linkTo(group, folder, name)) {
         return 0;

@@ -644,17 +644,36 @@ TEST_F(BadDiskTest, KeepsWhatReplacesATargetDuringAnExport) {
     succeed("mkdir /a");
     succeed("write /a/f new");
     once("read", [&] { disk_.write("a/f/precious", "x"); });
-    EXPECT_EQ(fail("export /a " + disk_.path()), line("export: " + disk_ / "a/f" + ": Is a directory"));
+    EXPECT_EQ(fail("export /a " + disk_.path()),
+              line("export: " + disk_ / "a/f" + ": a folder is in the way"));
     EXPECT_EQ(namesIn(disk_ / "a"), "f");
     EXPECT_EQ(namesIn(disk_ / "a/f"), "precious");
 
     fs::remove_all(disk_ / "a/f");
     const std::string precious = disk_.write("precious", "x");
     once("read", [&] { fs::create_symlink(precious, disk_ / "a/f"); });
-    succeed("export /a " + disk_.path());
+    EXPECT_EQ(fail("export /a " + disk_.path()),
+              line("export: " + disk_ / "a/f" + ": a symbolic link is in the way"));
     EXPECT_EQ(readFile(precious), "x");
+    EXPECT_EQ(fs::read_symlink(disk_ / "a/f"), precious);
+    EXPECT_EQ(namesIn(disk_ / "a"), "f") << "a temporary file stays";
+}
+
+TEST_F(BadDiskTest, KeepsWhatAppearsInANewFolderDuringAnExport) {
+    succeed("mkdir /a");
+    succeed("write /a/f new");
+    once("read", [&] { makeFifo(disk_ / "a/f"); });
+    EXPECT_EQ(fail("export /a " + disk_.path()), line("export: " + disk_ / "a/f" + ": a fifo is in the way"));
+    EXPECT_TRUE(fs::is_fifo(disk_ / "a/f"));
+    EXPECT_EQ(namesIn(disk_ / "a"), "f") << "a temporary file stays";
+
+    fs::remove_all(disk_ / "a");
+    once("read",
+         [&] { fs::permissions(disk_.write("a/f", "old"), fs::perms::owner_read | fs::perms::owner_write); });
+    succeed("export /a " + disk_.path());
     EXPECT_EQ(readFile(disk_ / "a/f"), "new\n");
-    EXPECT_FALSE(fs::is_symlink(disk_ / "a/f"));
+    EXPECT_EQ(fs::status(disk_ / "a/f").permissions(), fs::perms::owner_read | fs::perms::owner_write)
+        << "a replaced file keeps its permissions";
 }
 
 // --- Folders exchanged with a symbolic link ---
