@@ -26,9 +26,9 @@ std::optional<NamelessDiskFile> NamelessDiskFile::create(WritableFolder& folder,
 }
 
 /// For ordinary users, linkat(2) accepts only the path of the descriptor, not the descriptor itself.
-bool NamelessDiskFile::moveIntoPlace() {
+int NamelessDiskFile::moveIntoPlace() {
     file_.duplicate().close(); // reports delayed write errors
-    return folder_.change([this](int in) {
+    const int named = folder_.change([this](int in) {
         if (::linkat(file_.number(), "", in, name_.c_str(), AT_EMPTY_PATH) == 0) {
             return 0;
         }
@@ -37,7 +37,8 @@ bool NamelessDiskFile::moveIntoPlace() {
         }
         const std::string own = "/proc/self/fd/" + std::to_string(file_.number());
         return ::linkat(AT_FDCWD, own.c_str(), in, name_.c_str(), AT_SYMLINK_FOLLOW);
-    }) == 0;
+    });
+    return named == 0 ? 0 : errno;
 }
 
 } // namespace storage::host

@@ -206,7 +206,7 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
     WritableFolder& folder = innermost();
     const ExportSource::Entry entry = source_.entryAt(source, EntryKind::File);
     const std::uint64_t group = entry.attributes.linkGroup;
-    const bool mayBeNameless = !open_.empty() && group == 0;
+    const bool mayBeNameless = canAddNameless_ && !open_.empty() && group == 0;
     // Only another program can have added the entry to a new folder. A nameless file detects it when it is named.
     const bool isNewFolder = !open_.empty() && open_.back().isNew;
     const auto findReplaced = [&] { return replacedEntry(folder.descriptor(), name, S_IFREG); };
@@ -234,17 +234,25 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
 }
 
 /// Adds a file where none is. Takes fewer system calls than a temporary name and a rename.
-/// @return the number of its bytes; nothing if there is an entry, or the disk does not support files without
-///     a name
+/// @return the number of its bytes; nothing if there is an entry, or files without a name cannot be created or
+///     named
 std::optional<std::uint64_t> DiskExportTarget::addNewFile(const StoragePath& source,
                                                           const ExportSource::Entry& entry,
                                                           WritableFolder& folder, const std::string& name) {
     auto file = NamelessDiskFile::create(folder, name);
+    canAddNameless_ = file.has_value();
     if (!file) {
         return std::nullopt;
     }
+    const Losses lostBefore = lost_;
     const auto bytes = fill(file->file(), source, entry, nullptr);
-    return file->moveIntoPlace() ? std::optional(bytes) : std::nullopt;
+    const int error = file->moveIntoPlace();
+    if (error == 0) {
+        return bytes;
+    }
+    canAddNameless_ = error == EEXIST;
+    lost_ = lostBefore; // the file is written again
+    return std::nullopt;
 }
 
 /// Gives a file its content and attributes.
@@ -362,7 +370,7 @@ mode_t DiskExportTarget::setOwner(const FileDescriptor& entry, const DiskAttribu
                                   mode_t mode) {
     if (attributes.owner) {
         const DiskOwner actual = changeOwner(entry, *attributes.owner);
-        lostOwners_ += actual == *attributes.owner ? 0 : 1;
+        lost_.owners += actual == *attributes.owner ? 0 : 1;
         return permissionsFor(mode, *attributes.owner, actual);
     }
     if ((mode & setIdBits) == 0) {
@@ -381,7 +389,7 @@ mode_t DiskExportTarget::copyOwner(const FileDescriptor& file, const struct stat
 
 void DiskExportTarget::addExtended(const FileDescriptor& entry, const Xattrs& xattrs) {
     if (!xattrs.empty()) {
-        lostXattrs_ += addXattrs(entry, xattrs);
+        lost_.xattrs += addXattrs(entry, xattrs);
     }
 }
 
@@ -430,9 +438,9 @@ void DiskExportTarget::writeSparse(std::size_t count, std::uint64_t offset, cons
 }
 
 std::string DiskExportTarget::losses() const {
-    std::string lost = lostOwners_ > 0 ? counted(lostOwners_, "owner") : "";
-    if (lostXattrs_ > 0) {
-        lost += (lost.empty() ? "" : " and ") + counted(lostXattrs_, "extended attribute");
+    std::string lost = lost_.owners > 0 ? counted(lost_.owners, "owner") : "";
+    if (lost_.xattrs > 0) {
+        lost += (lost.empty() ? "" : " and ") + counted(lost_.xattrs, "extended attribute");
     }
     return lost.empty() ? "" : "cannot preserve " + lost + ": not permitted or not supported";
 }

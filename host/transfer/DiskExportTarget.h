@@ -58,6 +58,12 @@ private:
         bool keepsOwn = false; ///< its attributes do not change
     };
 
+    /// How many attributes the disk did not accept.
+    struct Losses {
+        std::size_t owners = 0;
+        std::size_t xattrs = 0;
+    };
+
     /// The first name of an exported file with hard links.
     struct LinkedFile {
         StoragePath folder;
@@ -94,8 +100,8 @@ private:
     std::unique_ptr<WritableFolder> above_; ///< contains the top; null if the top is only extended
     std::vector<OpenFolder> open_;
     std::map<std::uint64_t, LinkedFile> linked_; ///< by link group
-    std::size_t lostOwners_ = 0;
-    std::size_t lostXattrs_ = 0;
+    bool canAddNameless_ = true;                 ///< no attempt to add a file without a name has failed
+    Losses lost_;
 };
 
 } // namespace storage::host

@@ -7,22 +7,32 @@
 #include "tests/support/Unprivileged.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iostream>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/file.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <sys/un.h>
+#include <sys/xattr.h>
+#include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace storage::tests {
 
@@ -674,6 +684,48 @@ TEST_F(BadDiskTest, KeepsWhatAppearsInANewFolderDuringAnExport) {
     EXPECT_EQ(readFile(disk_ / "a/f"), "new\n");
     EXPECT_EQ(fs::status(disk_ / "a/f").permissions(), fs::perms::owner_read | fs::perms::owner_write)
         << "a replaced file keeps its permissions";
+}
+
+// --- Systems where a file cannot be named by its descriptor ---
+
+/// Makes system calls fail in the calling thread until it ends.
+/// @return whether the kernel supports it
+bool refuseSystemCalls(const std::vector<std::pair<long, int>>& errorOfCall) {
+    std::vector<sock_filter> filter{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+    for (const auto& [call, error] : errorOfCall) {
+        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(call), 0, 1));
+        filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)));
+    }
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+           ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST_F(BadDiskTest, WritesOneFileTwiceIfItCannotBeNamed) {
+    for (const char* name : {"a", "b", "c"}) {
+        const std::string file = disk_.write(std::string("src/") + name, "content");
+        if (::setxattr(file.c_str(), "user.x", "1", 1, 0) != 0) {
+            GTEST_SKIP() << "the file system has no extended attributes";
+        }
+    }
+    succeed("import " + disk_ / "src" + " /a");
+    int opened = 0;
+    provider_->before = [&](const std::string& called, const StorageIRI&) {
+        opened += called == "openReadOnlyStream" ? 1 : 0;
+    };
+    bool isRefused = false;
+    std::thread([&] {
+        isRefused = refuseSystemCalls({{SYS_linkat, EPERM}, {SYS_fsetxattr, ENOTSUP}});
+        EXPECT_EQ(run("export /a " + disk_ / "out"), ExitStatus::Success);
+    }).join();
+    if (!isRefused) {
+        GTEST_SKIP() << "the kernel has no seccomp filters";
+    }
+    EXPECT_EQ(opened, 4) << "the first file twice";
+    EXPECT_EQ(errors(), line("export: " + disk_ / "out" +
+                             ": cannot preserve 3 extended attributes: not permitted or not supported"));
+    EXPECT_EQ(namesIn(disk_ / "out"), "a b c");
 }
 
 // --- Folders exchanged with a symbolic link ---
