@@ -28,6 +28,13 @@ bool pause(std::chrono::seconds length) {
     return Interruption::pending() == 0 && ::nanosleep(&time, nullptr) == 0;
 }
 
+/// @return whether a signal had arrived, which is handled now
+bool takeSignal() {
+    const bool hasArrived = Interruption::pending() != 0;
+    Interruption::clear();
+    return hasArrived;
+}
+
 } // namespace
 
 MountEnding::MountEnding(std::string mountPoint, const FuseSession& session, FuseWorkers& workers,
@@ -131,20 +138,20 @@ MountEnding::Saved MountEnding::save() {
     return Saved::Yes;
 }
 
-/// The mount is gone, so memory holds the only copy of the content. A signal ends the attempts for the
-/// target; the next one ends those for the rescue folder.
+/// The mount is gone, so memory holds the only copy of the content. A signal gives up the target, a second one
+/// also the rescue folder.
 void MountEnding::saveUnmounted() {
+    bool isTargetGivenUp = false;
     for (;;) {
-        if (trySeveralTimes() == Saved::Yes) {
+        if (!isTargetGivenUp && trySeveralTimes() == Saved::Yes) {
             rescue_.removeNote();
             return;
         }
-        const bool wasInterrupted = Interruption::pending() != 0;
-        Interruption::clear();
+        isTargetGivenUp = takeSignal() || isTargetGivenUp;
         if (copyToRescue() == Saved::Yes) {
             return;
         }
-        if (wasInterrupted || !pause(retryPause)) {
+        if (!pause(retryPause) && std::exchange(isTargetGivenUp, true)) {
             giveUp();
             return;
         }

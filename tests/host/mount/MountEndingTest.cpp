@@ -205,13 +205,35 @@ TEST_F(MountEndingTest, WaitsForTheTargetWhenUnmounted) {
     EXPECT_EQ(readFile(out_ + "/f"), "content");
 }
 
-TEST_F(MountEndingTest, KeepsTheContentInMemoryUntilASignal) {
-    const std::string blocked = disk_.write("blocked", "");
-    const ProgramRun run = runMounted({"--export-on-exit", out_, "--rescue", blocked}, [&](pid_t process) {
+/// A mount that can be saved neither to its target nor to the rescue folder, after its unmount.
+class UnsavedMountTest : public MountEndingTest {
+protected:
+    UnsavedMountTest() { disk_.write("state/rescue", ""); }
+
+    /// Sends a signal that gives up the target, and waits until the rescue has failed after it.
+    void giveUpTarget(pid_t process) const {
         write(inside("f"), "content");
         write(out_, "in the way");
         EXPECT_TRUE(unmount());
         EXPECT_TRUE(comesTrue([&] { return errorsOf(process).find("in the way") != std::string::npos; }));
+        ::kill(process, SIGTERM);
+        EXPECT_TRUE(comesTrue([&] { return errorsOf(process).find("/content: ") != std::string::npos; }));
+    }
+};
+
+TEST_F(UnsavedMountTest, RepeatsTheRescueAfterASignal) {
+    const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
+        giveUpTarget(process);
+        fs::remove(rescue_);
+    });
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(readFile(rescued() + "/content/f"), "content");
+    EXPECT_EQ(readFile(out_), "in the way");
+}
+
+TEST_F(UnsavedMountTest, IsDiscardedAfterASecondSignal) {
+    const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
+        giveUpTarget(process);
         EXPECT_FALSE(hasEnded(process));
         ::kill(process, SIGTERM);
     });
