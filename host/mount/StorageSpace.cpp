@@ -112,11 +112,14 @@ void StorageSpace::require(std::uint64_t bytes, std::uint64_t transient) {
         throw ErrnoError(ENOSPC);
     }
     const bool isSmall = bytes + transient <= largestReuse;
-    if (isSmall) {
-        freeHeap_ -= static_cast<std::int64_t>(bytes);
-    }
+    const auto countGrowth = [&] {
+        if (isSmall) {
+            freeHeap_ -= static_cast<std::int64_t>(bytes);
+        }
+    };
     const bool isChecked = isScarce_ && transient > 0;
     if ((!isChecked && bytes <= largestGrant && take(granted_, bytes)) || (isSmall && take(reuse_, bytes))) {
+        countGrowth();
         return;
     }
     Room room = this->room();
@@ -133,6 +136,7 @@ void StorageSpace::require(std::uint64_t bytes, std::uint64_t transient) {
     if (!isFitting) {
         throw ErrnoError(ENOSPC);
     }
+    countGrowth();
 }
 
 bool StorageSpace::take(std::atomic<std::int64_t>& granted, std::uint64_t bytes) noexcept {
@@ -146,11 +150,11 @@ std::uint64_t StorageSpace::reusable(std::uint64_t capacity) const noexcept {
 
 bool StorageSpace::grantReuse(std::uint64_t bytes, const Room& room) noexcept {
     const std::uint64_t free = reusable(room.info.capacity);
-    if (bytes > room.slack || free == 0) {
+    if (bytes > room.slack || bytes >= free) {
         reuse_ = 0;
         return false;
     }
-    reuse_ = static_cast<std::int64_t>(std::min(free, (room.slack - bytes) / grantedPart));
+    reuse_ = static_cast<std::int64_t>(std::min(free - bytes, (room.slack - bytes) / grantedPart));
     isHeapChanged_ = true; // its free memory is measured again before a later growth is refused
     return true;
 }

@@ -231,6 +231,19 @@ TEST_F(FullMemoryTest, ReuseEndsWhenAllocationsDoNotFit) {
     EXPECT_EQ(take(1), ENOSPC);
 }
 
+TEST_F(FullMemoryTest, RefusedOperationsTakeNothingFromTheHeap) {
+    setFreeHeap(100 * mebibyte);
+    space_.noteRemoval();
+    ASSERT_TRUE(space_.giveBack());
+    const std::uint64_t available = space_.info().available;
+    setUnused(2 * mebibyte);
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(take(page), ENOSPC);
+    }
+    setUnused(4 * mebibyte);
+    EXPECT_EQ(space_.info().available, available);
+}
+
 TEST_F(FullMemoryTest, ShowsTheRoomForSmallFiles) {
     setFreeHeap(100 * mebibyte);
     EXPECT_EQ(space_.info().available, 0U) << "nothing was removed";
