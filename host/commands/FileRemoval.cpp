@@ -12,7 +12,10 @@ void removeFileEvenIfReadOnly(Session& session, const StoragePath& file) {
         provider.doRemoveFile(file.iri());
     } catch (...) {
         if (!isWritable) {
-            provider.doSetWritable(file.iri(), false);
+            try {
+                provider.doSetWritable(file.iri(), false);
+            } catch (...) { // the first failure is reported
+            }
         }
         throw;
     }

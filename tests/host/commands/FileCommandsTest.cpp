@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <new>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 
 namespace storage::tests {
@@ -255,6 +256,22 @@ TEST_F(StandardInputTest, IsNotThereWhenTheLinesComeFromIt) {
               "qzstorage: write: -: the standard input provides the command lines of this session; use "
               "'qzstorage -c LINE' or a script\n");
     EXPECT_EQ(succeed("ls /"), "");
+}
+
+TEST_F(FileCommandsTest, ReportsWhyAReadOnlyFileCannotBeRemoved) {
+    succeed("write /f old");
+    succeed("chmod -w /f");
+    bool isRefused = false;
+    provider_->before = [&](const std::string& called, const StorageIRI&) {
+        if (called == "removeFile") {
+            isRefused = true;
+            throw std::bad_alloc();
+        }
+        if (called == "setWritable" && isRefused) {
+            throw std::runtime_error("cannot make it read-only again");
+        }
+    };
+    EXPECT_EQ(fail("rm -f /f"), "qzstorage: rm: /f: out of memory\n");
 }
 
 TEST_F(StandardInputTest, AFileIsReplacedWhenTheInputHasEnded) {
