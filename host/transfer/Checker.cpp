@@ -252,14 +252,16 @@ bool Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk
         totals_.bytes += equal;
         progress_.countBytes(equal);
         if (equal != compared) {
-            reportBytes(path, onDisk, offset,
-                        fmt::format("0x{:02X}, on disk 0x{:02X}", static_cast<unsigned char>(buffer_[equal]),
+            reportBytes(path, onDisk,
+                        fmt::format("at byte {}: 0x{:02X}, on disk 0x{:02X}", offset + 1,
+                                    static_cast<unsigned char>(buffer_[equal]),
                                     static_cast<unsigned char>(diskBuffer_[equal])));
             return false;
         }
         if (count != diskCount) {
-            reportBytes(path, onDisk, offset,
-                        count < diskCount ? "end of file in the storage" : "end of file on disk");
+            reportBytes(path, onDisk,
+                        fmt::format("after byte {}: end of file {}", offset,
+                                    count < diskCount ? "in the storage" : "on disk"));
             return false;
         }
         if (count == 0) {
@@ -317,13 +319,14 @@ void Checker::compareSpecial(const StoragePath& path, EntryKind kind, const Laye
     progress_.countEntry();
 }
 
-void Checker::reportBytes(const StoragePath& path, const FileDescriptor& onDisk, unsigned long long offset,
+/// @param difference  with its place in the file; bytes are counted from 1, as by cmp(1)
+void Checker::reportBytes(const StoragePath& path, const FileDescriptor& onDisk,
                           const std::string& difference) {
     const auto size = stored_.sizeOf(path);
     const auto diskSize = DiskEntry::of(onDisk).size;
     const std::string sizes =
         size == diskSize ? "" : fmt::format("; {}, on disk {}", counted(size, "byte"), diskSize);
-    report(path, fmt::format("differs from {} at offset {}: {}{}", onDisk.path(), offset, difference, sizes));
+    report(path, fmt::format("differs from {} {}{}", onDisk.path(), difference, sizes));
 }
 
 void Checker::compareFolderAttributes(const Folder& folder) {

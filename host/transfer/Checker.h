@@ -121,8 +121,7 @@ private:
     void compareHardLinks(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
                           const DiskEntry& onDisk);
     void compareSpecial(const StoragePath& path, EntryKind kind, const Layer& layer);
-    void reportBytes(const StoragePath& path, const FileDescriptor& onDisk, unsigned long long offset,
-                     const std::string& difference);
+    void reportBytes(const StoragePath& path, const FileDescriptor& onDisk, const std::string& difference);
     void compareFolderAttributes(const Folder& folder);
     bool isAddedToAfter(const Folder& folder, unsigned long long order) const;
     ExportSource::Entry entryAt(const StoragePath& path, EntryKind kind);

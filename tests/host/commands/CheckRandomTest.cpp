@@ -379,7 +379,7 @@ bool changeByte(Round& round, Side side) {
     const std::size_t at = round.upTo(bytes.size() - 1);
     bytes[at] = static_cast<char>(bytes[at] ^ 1);
     putBytes(round, side, file, bytes);
-    round.expect(file, " at offset " + std::to_string(at) + ": 0x");
+    round.expect(file, " at byte " + std::to_string(at + 1) + ": 0x");
     return true;
 }
 
@@ -392,7 +392,7 @@ bool cutOff(Round& round, Side side) {
     bytes.resize(round.upTo(bytes.size() - 1));
     putBytes(round, side, file, bytes);
     round.expect(file,
-                 " at offset " + std::to_string(bytes.size()) + ": " +
+                 " after byte " + std::to_string(bytes.size()) + ": " +
                      (side == Side::Storage ? "end of file in the storage; " : "end of file on disk; "));
     return true;
 }
@@ -405,7 +405,7 @@ bool lengthen(Round& round, Side side) {
     const std::string bytes = bytesOf(round.provider(), round.iri(file));
     putBytes(round, side, file, bytes + std::string(1 + round.upTo(300000), 'x'));
     round.expect(file,
-                 " at offset " + std::to_string(bytes.size()) + ": " +
+                 " after byte " + std::to_string(bytes.size()) + ": " +
                      (side == Side::Storage ? "end of file on disk; " : "end of file in the storage; "));
     return true;
 }

@@ -62,20 +62,20 @@ TEST_F(CheckTest, FindsAByteThatDiffers) {
     ASSERT_EQ(stream->seek(500000, std::ios_base::beg), std::streampos(500000));
     stream->write("y", 1);
     EXPECT_EQ(difference(), "qzstorage: check: /n/s/g: differs from " + disk_ / "src/s/g" +
-                                " at offset 500000: 0x79, on disk 0x78\n");
+                                " at byte 500001: 0x79, on disk 0x78\n");
     EXPECT_EQ(output(), "check: 2 folders, 2 files, 500003 bytes: 1 difference\n");
 }
 
 TEST_F(CheckTest, FindsFilesThatAreShorterOrLonger) {
     succeed("truncate -s 2 /n/f");
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
-                                " at offset 2: end of file in the storage; 2 bytes, on disk 3\n");
+                                " after byte 2: end of file in the storage; 2 bytes, on disk 3\n");
     succeed("write /n/f one");
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
-                                " at offset 3: end of file on disk; 4 bytes, on disk 3\n");
+                                " after byte 3: end of file on disk; 4 bytes, on disk 3\n");
     succeed("write /n/f oXX");
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: differs from " + disk_ / "src/f" +
-                                " at offset 1: 0x58, on disk 0x6E; 4 bytes, on disk 3\n");
+                                " at byte 2: 0x58, on disk 0x6E; 4 bytes, on disk 3\n");
 }
 
 TEST_F(CheckTest, FindsWhatIsMissingOnEitherSide) {
@@ -332,7 +332,8 @@ TEST_F(CheckTest, MissesNothingThatWasImportedIntoAnotherImport) {
     fs::remove(disk_ / "out/s/single");
     EXPECT_EQ(difference("check /n " + disk_ / "out"), "qzstorage: check: /n/s/single: not on disk\n");
     succeed("write /n/s/single 12345678");
-    EXPECT_THAT(difference(), HasSubstr("/n/s/single: differs from " + disk_ / "single" + " at offset 7"));
+    EXPECT_THAT(difference(), HasSubstr("/n/s/single: differs from " + disk_ / "single" +
+                                        " after byte 7: end of file on disk"));
     succeed("rm /n/s/single");
     EXPECT_EQ(difference(), "qzstorage: check: /n/s/single: missing, " + disk_ / "single" + " is a file\n");
     fs::remove(disk_ / "single");
@@ -349,11 +350,11 @@ TEST_F(CheckTest, ImportsIntoOneFolderAreOneTree) {
     succeed("import " + disk_ / "third/." + " /n");
     EXPECT_EQ(succeed("check -t"), "check: 2 folders, 3 files, 600012 bytes: equal\n");
     succeed("write /n/f one");
-    EXPECT_THAT(difference(), HasSubstr("/n/f: differs from " + disk_ / "other/f at offset 0"));
+    EXPECT_THAT(difference(), HasSubstr("/n/f: differs from " + disk_ / "other/f at byte 1"));
     succeed("import " + disk_ / "src/." + " /n");
     succeed("check -t");
     fs::remove(disk_ / "third/s/h");
-    EXPECT_THAT(difference(), HasSubstr("/n/s/h: differs from " + disk_ / "other/s/h at offset 0"));
+    EXPECT_THAT(difference(), HasSubstr("/n/s/h: differs from " + disk_ / "other/s/h at byte 1"));
     fs::remove_all(disk_ / "third");
     EXPECT_THAT(fail("check"), HasSubstr(disk_ / "third: No such file or directory\n"));
 }
