@@ -3,6 +3,7 @@
 #include "host/disk/DiskFolder.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
+#include "host/support/DefaultMode.h"
 #include "host/support/Umask.h"
 #include "host/support/UsageError.h"
 #include "host/transfer/Checker.h"
@@ -69,7 +70,7 @@ private:
             if (!session.imports(path).covers(path)) {
                 return;
             }
-            known.mode = known.mode.value_or(usualMode(known.kind) & ~mask);
+            known.mode = known.mode.value_or(defaultMode(known.kind, mask));
             if (self.user == 0 &&
                 against == Checker::Against::Sources) { // an export lets the disk choose the group
                 known.owner = known.owner.value_or(self);
@@ -81,12 +82,6 @@ private:
                         times_ ? Checker::Times::Compare : Checker::Times::Ignore);
         checker.run();
         return checker.totals(); // the destructor clears the progress line
-    }
-
-    static mode_t usualMode(EntryKind kind) {
-        constexpr mode_t file = 0666;
-        constexpr mode_t folder = 0777;
-        return kind == EntryKind::Folder ? folder : file;
     }
 
     bool times_ = false;

@@ -1,5 +1,6 @@
 #include "host/session/KeptAttributes.h"
 
+#include "host/support/DefaultMode.h"
 #include "host/support/FileTime.h"
 
 #include <unistd.h>
@@ -29,9 +30,9 @@ KeptAttributes::Record::Record(const Record& other)
       rare(other.rare ? std::make_unique<Rare>(*other.rare) : nullptr) {}
 
 KeptAttributes KeptAttributes::ofUmask(mode_t mask) {
-    constexpr mode_t newFile = 0666;
-    constexpr mode_t newFolder = 0777;
-    return KeptAttributes({newFile & ~mask, newFolder & ~mask, {::geteuid(), ::getegid()}});
+    return KeptAttributes({defaultMode(EntryKind::File, mask),
+                           defaultMode(EntryKind::Folder, mask),
+                           {::geteuid(), ::getegid()}});
 }
 
 void KeptAttributes::set(const StoragePath& path, const DiskAttributes& attributes) {

@@ -4,6 +4,7 @@
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
+#include "host/support/DefaultMode.h"
 #include "host/support/Umask.h"
 #include "host/support/Utf.h"
 
@@ -21,9 +22,6 @@
 namespace storage::host {
 
 namespace {
-
-constexpr mode_t defaultFileMode = 0666;
-constexpr mode_t defaultFolderMode = 0777;
 
 using AddFilter = int (*)(::archive*);
 
@@ -214,12 +212,11 @@ ArchiveExportTarget::Header ArchiveExportTarget::headerOf(const ExportSource::En
         throw std::bad_alloc();
     }
     const DiskAttributes& known = entry.attributes;
-    const bool isFolder = known.kind == EntryKind::Folder;
-    const mode_t defaultMode = (isFolder ? defaultFolderMode : defaultFileMode) & ~mask_;
     const DiskOwner owner = known.owner.value_or(DiskOwner{::geteuid(), ::getegid()});
     ::archive_entry_copy_pathname(header.get(), path.c_str());
     ::archive_entry_set_filetype(header.get(), fileTypeOf(known.kind));
-    ::archive_entry_set_perm(header.get(), modeOf(entry, defaultMode, source_.authority()));
+    ::archive_entry_set_perm(header.get(),
+                             modeOf(entry, defaultMode(known.kind, mask_), source_.authority()));
     ::archive_entry_set_uid(header.get(), owner.user);
     ::archive_entry_set_gid(header.get(), owner.group);
     ::archive_entry_set_size(header.get(), 0);

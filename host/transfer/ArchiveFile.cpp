@@ -4,6 +4,7 @@
 #include "host/disk/DiskOwnership.h"
 #include "host/disk/DiskPath.h"
 #include "host/support/CommandError.h"
+#include "host/support/DefaultMode.h"
 #include "host/support/Umask.h"
 
 #include <cerrno>
@@ -28,8 +29,7 @@ std::optional<struct stat> ArchiveFile::replacedAt(const std::string& path) {
 }
 
 void ArchiveFile::finish() {
-    constexpr mode_t newFile = 0666;
-    mode_t mode = newFile & ~currentUmask();
+    mode_t mode = defaultMode(EntryKind::File, currentUmask());
     if (replaced_) {
         const DiskOwner owner{replaced_->st_uid, replaced_->st_gid};
         mode =

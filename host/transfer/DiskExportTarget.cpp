@@ -9,6 +9,7 @@
 #include "host/disk/TemporaryDiskFile.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
+#include "host/support/DefaultMode.h"
 #include "host/support/Umask.h"
 #include "host/transfer/DiskName.h"
 
@@ -26,7 +27,6 @@ namespace {
 
 constexpr mode_t newFolderMode = 0777;
 constexpr mode_t privateFolderMode = 0700;
-constexpr mode_t newFileMode = 0666;
 constexpr mode_t privateNodeMode = 0600;
 constexpr std::size_t holeUnit = 4096; ///< bytes; file systems have no smaller holes
 
@@ -119,7 +119,7 @@ DiskExportTarget::DiskExportTarget(ExportSource& source, const Interruption& int
       buffer_(buffer),
       place_(std::move(place)),
       rootAttributes_(rootAttributes),
-      newFileMode_(newFileMode & ~currentUmask()),
+      newFileMode_(defaultMode(EntryKind::File, currentUmask())),
       self_{::geteuid(), ::getegid()} {}
 
 std::optional<ExportTarget::Existing> DiskExportTarget::find(const std::string& place) {

@@ -2,6 +2,7 @@
 
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
+#include "host/support/DefaultMode.h"
 #include "host/support/Umask.h"
 
 #include <span>
@@ -11,13 +12,6 @@
 namespace storage::host {
 
 namespace {
-
-/// The mode of an entry without a known mode.
-mode_t defaultModeOf(EntryKind kind) {
-    constexpr mode_t newFile = 0666;
-    constexpr mode_t newFolder = 0777;
-    return (kind == EntryKind::Folder ? newFolder : newFile) & ~currentUmask();
-}
 
 bool isSpecial(EntryKind kind) {
     return kind != EntryKind::File && kind != EntryKind::Folder;
@@ -142,7 +136,7 @@ DiskAttributes StorageCopier::attributesOf(const StoragePath& path, EntryKind ki
     }
     if (!isSpecial(kind)) {
         constexpr mode_t allWriteBits = S_IWUSR | S_IWGRP | S_IWOTH;
-        const mode_t mode = attributes.mode ? *attributes.mode : defaultModeOf(kind);
+        const mode_t mode = attributes.mode ? *attributes.mode : defaultMode(kind, currentUmask());
         attributes.mode = entry.isWritable ? mode | S_IWUSR : mode & ~allWriteBits;
     }
     if (attributes.linkGroup != 0) {
