@@ -21,7 +21,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr int noLinks = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int folderFlags = O_PATH | O_DIRECTORY;
 
 std::string nameOf(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
@@ -34,7 +34,7 @@ std::optional<EntryKind> storedAt(MountedStorage& storage, MountedPaths& paths, 
 
 } // namespace
 
-ImportedTree::ImportedTree(const std::string& folder) : root_(folder, O_PATH | O_DIRECTORY) {
+ImportedTree::ImportedTree(const std::string& folder) : root_(folder, folderFlags) {
     std::vector<std::string> folders{""};
     while (!folders.empty()) {
         const std::string above = std::move(folders.back());
@@ -123,11 +123,10 @@ FileDescriptor ImportedTree::folderOf(const std::string& path) const {
     std::optional<FileDescriptor> folder;
     for (std::size_t begin = 0, end = 0; (end = path.find('/', begin)) != std::string::npos;
          begin = end + 1) {
-        FileDescriptor next(folder ? *folder : root_, path.substr(begin, end - begin), noLinks);
-        folder.reset();
-        folder.emplace(std::move(next));
+        folder.emplace(
+            FileDescriptor(folder ? *folder : root_, path.substr(begin, end - begin), folderFlags));
     }
-    return folder ? std::move(*folder) : FileDescriptor(root_, ".", noLinks);
+    return folder ? std::move(*folder) : root_.duplicate();
 }
 
 /// Whether the entry on disk is still the imported one. Returns false for a missing entry.
