@@ -5,6 +5,7 @@
 #include "host/mount/MountedPaths.h"
 #include "host/storage/StoragePath.h"
 #include "host/support/CommandError.h"
+#include "host/support/FileTime.h"
 #include "host/support/Utf.h"
 
 #include <algorithm>
@@ -136,10 +137,8 @@ bool ImportedTree::isSame(const std::string& path, const Entry& entry) const {
         if (::fstatat(folderOf(path).number(), nameOf(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
             return false;
         }
-        const bool isUnchanged =
-            entry.kind == EntryKind::Folder ||
-            (status.st_size == entry.size && status.st_mtim.tv_sec == entry.modified.tv_sec &&
-             status.st_mtim.tv_nsec == entry.modified.tv_nsec);
+        const bool isUnchanged = entry.kind == EntryKind::Folder ||
+                                 (status.st_size == entry.size && isSameTime(status.st_mtim, entry.modified));
         return status.st_dev == entry.device && status.st_ino == entry.inode &&
                entryKindOf(status.st_mode) == entry.kind && isUnchanged;
     } catch (const CommandError&) {

@@ -1,5 +1,7 @@
 #include "host/session/ImportLog.h"
 
+#include "host/session/PathPrefix.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <string_view>
@@ -8,11 +10,6 @@
 namespace storage::host {
 
 namespace {
-
-/// The common prefix of the paths of all entries below a folder.
-std::u16string prefixBelow(const StoragePath& folder) {
-    return folder.isRoot() ? folder.text() : folder.text() + u'/';
-}
 
 /// Keeps "..": after a symbolic link it is the parent of the link's target, not the folder of the link.
 std::string absolutePath(const std::string& diskPath) {

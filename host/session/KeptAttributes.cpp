@@ -1,5 +1,6 @@
 #include "host/session/KeptAttributes.h"
 
+#include "host/session/PathPrefix.h"
 #include "host/support/DefaultMode.h"
 #include "host/support/FileTime.h"
 
@@ -7,19 +8,6 @@
 #include <utility>
 
 namespace storage::host {
-
-namespace {
-
-/// The common prefix of the paths of all folders below `folder`.
-std::u16string prefixOf(const StoragePath& folder) {
-    return folder.isRoot() ? folder.text() : folder.text() + u'/';
-}
-
-bool isSameTime(const timespec& one, const timespec& other) {
-    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-}
-
-} // namespace
 
 KeptAttributes::Record::Record(const Record& other)
     : modified(other.modified),
@@ -123,7 +111,7 @@ void KeptAttributes::moved(const StoragePath& from, const StoragePath& to) {
     if (const auto self = folders_.find(from.text()); self != folders_.end()) {
         take(self);
     }
-    const std::u16string below = prefixOf(from);
+    const std::u16string below = prefixBelow(from);
     for (auto next = folders_.lower_bound(below); next != folders_.end() && next->first.starts_with(below);) {
         take(next++);
     }
@@ -170,7 +158,7 @@ void KeptAttributes::changed(const StoragePath& path) {
 void KeptAttributes::removed(const StoragePath& path) {
     erase(path);
     folders_.erase(path.text());
-    const std::u16string below = prefixOf(path);
+    const std::u16string below = prefixBelow(path);
     for (auto next = folders_.lower_bound(below); next != folders_.end() && next->first.starts_with(below);) {
         next = folders_.erase(next);
     }

@@ -39,6 +39,10 @@ ptime fromDiskTime(const timespec& time) {
     return epoch() + seconds(time.tv_sec) + microseconds(time.tv_nsec / 1000);
 }
 
+bool isSameTime(const timespec& one, const timespec& other) noexcept {
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+}
+
 bool isStorageTime(const timespec& time) {
     return time.tv_sec >= earliestSecond() && time.tv_sec <= latestSecond();
 }

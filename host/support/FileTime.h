@@ -13,6 +13,8 @@ inline constexpr long microsecondsPerSecond = 1'000'000;
 /// 1400 to 9999.
 boost::posix_time::ptime fromDiskTime(const timespec& time);
 
+bool isSameTime(const timespec& one, const timespec& other) noexcept;
+
 /// Whether a time on disk lies in the years that a storage can represent.
 bool isStorageTime(const timespec& time);
 

@@ -7,11 +7,11 @@
 #include "host/support/DefaultMode.h"
 #include "host/support/Umask.h"
 #include "host/support/Utf.h"
+#include "host/transfer/Zeros.h"
 
 #include <algorithm>
 #include <archive.h>
 #include <archive_entry.h>
-#include <array>
 #include <cerrno>
 #include <ctime>
 #include <new>
@@ -266,7 +266,7 @@ std::uint64_t ArchiveExportTarget::writeContent(const StoragePath& source, std::
     std::uint64_t written = 0;
     for (;;) {
         if (const std::uint64_t hole = from->skipHole(); hole > 0) {
-            writeZeros(hole);
+            writeZeros(hole, [this](std::span<const char> zeros) { writeData(zeros); });
             written += hole;
         }
         const std::size_t count = from->read(buffer_);
@@ -282,15 +282,6 @@ std::uint64_t ArchiveExportTarget::writeContent(const StoragePath& source, std::
         throw CommandError(source.printed(), "file size changed during the export");
     }
     return written;
-}
-
-void ArchiveExportTarget::writeZeros(std::uint64_t count) {
-    static constexpr std::array<char, std::size_t{64} * 1024> zeros{};
-    while (count > 0) {
-        const std::uint64_t step = std::min<std::uint64_t>(count, zeros.size());
-        writeData(std::span(zeros).first(step));
-        count -= step;
-    }
 }
 
 /// Drops data beyond the size in the header. The caller detects the difference.

@@ -72,7 +72,6 @@ private:
     void addGroup(::archive_entry* header, std::uint64_t group, const std::string& path);
     void writeHeader(::archive_entry* header);
     std::uint64_t writeContent(const StoragePath& source, std::uint64_t size);
-    void writeZeros(std::uint64_t count);
     void writeData(std::span<const char> bytes);
     void requireSuccess(int status);
     std::string pathOf(const std::string& name) const;

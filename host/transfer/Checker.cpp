@@ -379,8 +379,7 @@ void Checker::compareAttributes(const StoragePath& path, const ExportSource::Ent
     }
     const timespec modified = known.modified.value_or(timespec{0, UTIME_OMIT});
     const bool hasTime = modified.tv_nsec != UTIME_OMIT; // otherwise an export does not set the time
-    if (times == Times::Compare && hasTime &&
-        (modified.tv_sec != onDisk.modified.tv_sec || modified.tv_nsec != onDisk.modified.tv_nsec)) {
+    if (times == Times::Compare && hasTime && !isSameTime(modified, onDisk.modified)) {
         report(path, fmt::format("modified {}, but {} was modified {}", formatDiskTime(modified), diskPath,
                                  formatDiskTime(onDisk.modified)));
     }

@@ -2,6 +2,7 @@
 
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
+#include "host/support/FileTime.h"
 #include "host/transfer/DiskExportTarget.h"
 #include "host/transfer/DiskName.h"
 
@@ -157,7 +158,7 @@ bool Exporter::isUnchanged(const StoragePath& source, const std::string& place) 
     const auto existing = target_->find(place);
     const timespec modified = source_.entryAt(source, EntryKind::File).attributes.modified.value();
     return existing && existing->kind == EntryKind::File && existing->size == source_.sizeOf(source) &&
-           existing->modified.tv_sec == modified.tv_sec && existing->modified.tv_nsec == modified.tv_nsec;
+           isSameTime(existing->modified, modified);
 }
 
 /// Prints the entry in a dry run, unless it is an existing folder.

@@ -26,10 +26,6 @@ std::size_t firstBlock(unsigned long long size) {
     return size == 0 ? transferBufferSize : size;
 }
 
-bool isSameTime(const timespec& one, const timespec& other) {
-    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-}
-
 } // namespace
 
 Importer::Importer(ImportTarget& target, Console& console, const Interruption& interruption,

@@ -5,10 +5,9 @@
 #include "host/storage/TemporaryStorageFile.h"
 #include "host/storage/UnfinishedFile.h"
 #include "host/support/FileTime.h"
+#include "host/transfer/Zeros.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
-#include <algorithm>
-#include <array>
 #include <new>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -48,12 +47,7 @@ public:
     }
 
     void writeHole(std::uint64_t count) override {
-        static constexpr std::array<char, std::size_t{64} * 1024> zeros{};
-        while (count > 0) {
-            const std::uint64_t step = std::min<std::uint64_t>(count, zeros.size());
-            write(std::span(zeros).first(step));
-            count -= step;
-        }
+        writeZeros(count, [this](std::span<const char> zeros) { write(zeros); });
     }
 
     void moveIntoPlace() {
