@@ -30,7 +30,7 @@ constexpr std::uint64_t grantedPart = 8;
 constexpr std::uint64_t mostLeftToOthers = 128U << 20U;
 
 /// Bytes left to the rest of the machine or of the control group, and to requests that do not grow the
-/// storage.
+/// storage. Operations may use a part of them all the same: `transientBeyond`, `untouchedByReuse`.
 std::uint64_t leftToOthers(std::uint64_t capacity) {
     constexpr std::uint64_t part = 128;
     return std::min(mostLeftToOthers, capacity / part);
