@@ -42,7 +42,8 @@ public:
     HoleSeeker& operator=(const HoleSeeker&) = delete;
 
     /// Queues the request. The thread replies to it.
-    /// @throws std::system_error, std::bad_alloc when there is no memory or no thread, without a reply
+    /// @throws ErrnoError ENOTCONN after `stop`; std::system_error, std::bad_alloc when there is no memory or no
+    ///         thread. The caller then replies.
     void add(const Seek& seek);
 
     /// Waits until the current seek has been answered. Refuses all others.
