@@ -22,9 +22,9 @@ using provider::StorageIRI;
 
 namespace {
 
-/// Providers keep only the owner's write bit. All other bits are those of `usual`.
-constexpr mode_t permissionsOf(mode_t usual, bool writable) {
-    return writable ? usual : usual & ~writeBits;
+/// Providers keep only the owner's write bit. All other bits are those of `permissions`.
+constexpr mode_t permissionsOf(mode_t permissions, bool writable) {
+    return writable ? permissions : permissions & ~writeBits;
 }
 
 /// A storage may return not-a-date-time. Programs then see the current time. With 1970, the entry would count

@@ -186,9 +186,9 @@ TEST_F(CheckTest, ComparesExtendedAttributes) {
     EXPECT_EQ(difference(line), begin + "user.a: only in " + file + '\n');
 }
 
-TEST_F(CheckTest, ComparesOwnersForTheSuperuser) {
+TEST_F(CheckTest, ComparesOwnersForRoot) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only the superuser can give files away";
+        GTEST_SKIP() << "only root can give files away";
     }
     ASSERT_EQ(::lchown((disk_ / "src/f").c_str(), 1234, 5678), 0);
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: owner 0:0, but " + disk_ / "src/f" + " has 1234:5678\n");

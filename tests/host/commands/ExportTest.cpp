@@ -85,7 +85,7 @@ TEST_F(ExportModeTest, PermissionsComeBack) {
 
 TEST_F(ExportModeTest, NobodyElsesProgramComesToRunWithTheRightsOfTheUser) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only the superuser can make files of others";
+        GTEST_SKIP() << "only root can make files of others";
     }
     constexpr uid_t nobody = 65534;
     constexpr auto setIds = fs::perms::set_uid | fs::perms::set_gid;
@@ -110,7 +110,7 @@ TEST_F(ExportModeTest, NobodyElsesProgramComesToRunWithTheRightsOfTheUser) {
 
 TEST_F(ExportModeTest, WhatCannotBeGivenAwayGetsNoSetIds) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only the superuser can make files of others";
+        GTEST_SKIP() << "only root can make files of others";
     }
     constexpr uid_t nobody = 65534;
     for (const char* const name : {"src/program", "src/private"}) {
@@ -295,7 +295,7 @@ TEST_F(ExportKeptTest, AFileWithAHoleAtItsEndHasItsSize) {
 
 TEST_F(ExportKeptTest, OwnersComeBackForTheSuperuser) {
     if (::geteuid() != 0) {
-        GTEST_SKIP() << "only the superuser can give files away";
+        GTEST_SKIP() << "only root can give files away";
     }
     disk_.write("src/f", "x");
     fs::create_symlink("f", disk_ / "src/link");

@@ -41,7 +41,7 @@ protected:
     void offer(std::uint64_t capacity) {
         capacity_ = capacity;
         provider_.info = [this] {
-            ++asked_;
+            ++queries_;
             return ProviderStorageInfo{capacity_, capacity_ - used_};
         };
     }
@@ -62,17 +62,17 @@ protected:
     StorageSpace space_{provider_};
     std::uint64_t capacity_ = 0;
     std::uint64_t used_ = 0;
-    int asked_ = 0;
+    int queries_ = 0;
 };
 
-TEST_F(StorageSpaceTest, IsWhatTheStorageSays) {
+TEST_F(StorageSpaceTest, ReportsTheSpaceOfTheStorage) {
     offer(1000);
     take(400);
     EXPECT_EQ(space_.info().capacity, 1000U);
     EXPECT_EQ(space_.info().available, 600U);
 }
 
-TEST_F(StorageSpaceTest, OfAStorageThatDoesNotSayIsTheMachinesMemory) {
+TEST_F(StorageSpaceTest, ReportsMemoryIfTheStorageReportsNoSpace) {
     failWith(ErrorCode::NotOffered);
     struct sysinfo machine {};
     ASSERT_EQ(::sysinfo(&machine), 0);
@@ -106,7 +106,7 @@ TEST_F(StorageSpaceTest, WhatIsLeftToProcessesInTheSameControlGroupGrowsWithIt) 
     EXPECT_EQ(StorageSpace(provider_, {}, {}, fake.sources()).info().available, (4096 - 64) * mebibyte);
 }
 
-TEST_F(StorageSpaceTest, AnotherFailureOfTheStorageIsTold) {
+TEST_F(StorageSpaceTest, PropagatesOtherFailuresOfTheStorage) {
     failWith(ErrorCode::NotFound);
     EXPECT_EQ(errnoOf([&] { space_.info(); }), ENOENT);
     EXPECT_EQ(take(1), ENOENT);
@@ -151,12 +151,12 @@ TEST_F(StorageSpaceTest, WhatBecomesFreeIsGivenAgain) {
     EXPECT_EQ(take(10), ENOSPC);
 }
 
-TEST_F(StorageSpaceTest, TheStorageIsSeldomAsked) {
+TEST_F(StorageSpaceTest, QueriesTheStorageOnceForManyOperations) {
     offer(1000 * mebibyte);
     for (int i = 0; i < 10'000; ++i) {
         ASSERT_EQ(take(4096), 0);
     }
-    EXPECT_EQ(asked_, 1);
+    EXPECT_EQ(queries_, 1);
 }
 
 /// A control group of 512 MiB in which the 4 MiB that are left to others remain.
