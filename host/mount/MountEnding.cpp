@@ -221,7 +221,8 @@ void MountEnding::settle() {
                  "its size or time in the storage may differ from the mounted file: " + failure.reason});
         }
         for (const std::string& path : unsettled.withHoles) {
-            console_.notice(path, "not kept by the storage, which has no space to fill its holes");
+            console_.notice(path,
+                            "not stored completely: the storage has no space to fill its holes with zeros");
         }
     });
 }

@@ -82,7 +82,7 @@ StorageSpace::Turn::~Turn() {
 
 StorageSpace::Room StorageSpace::room() const {
     try {
-        return {provider_.doGetProviderStorageInfo(StorageIRI(u"/")), "the room of the storage"};
+        return {provider_.doGetProviderStorageInfo(StorageIRI(u"/")), "the free space of the storage"};
     } catch (const Exception& error) {
         if (error.getErrorCode() != ErrorCode::NotOffered) {
             throw;

@@ -202,7 +202,7 @@ void Checker::compareEntry(const StoragePath& path, EntryKind kind, const Layers
     } else if (last == nullptr && !expected_.at(path).empty()) {
         return; // the missing sources have been reported
     } else if (kind != Kind::Folder) {
-        report(path, std::string(describe(kind)) + ", but a folder of this name contains imports");
+        report(path, std::string(describe(kind)) + "; a folder with imported entries was expected");
     } else {
         Folder folder{path, layers};
         std::erase_if(folder.layers, [](const Layer& layer) { return layer.kind != Kind::Folder; });
@@ -217,7 +217,7 @@ void Checker::reportMissing(const StoragePath& path, const Layers& layers) {
     } else if (last != nullptr && holdsImported(*last)) {
         report(path, fmt::format("missing, {} is {}", last->source.diskPath, describe(last->kind)));
     } else if (last == nullptr && expected_.at(path).empty()) {
-        report(path, "missing, a folder that contains imports");
+        report(path, "missing; a folder with imported entries was expected");
     }
 }
 

@@ -23,7 +23,7 @@ enum class RoundMix : std::uint8_t {
 inline constexpr std::array allMixes = {RoundMix::Random, RoundMix::FolderMoves, RoundMix::FolderCreations,
                                         RoundMix::Replacement, RoundMix::Setters};
 inline constexpr std::array<const char*, allMixes.size()> mixNames = {
-    "random", "folder-moves", "folder-comings", "replacement", "setters"};
+    "random", "folder-moves", "folder-creation", "replacement", "setters"};
 
 constexpr const char* nameOf(RoundMix mix) {
     return mixNames[static_cast<std::size_t>(mix)];

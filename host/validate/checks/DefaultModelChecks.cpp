@@ -364,8 +364,9 @@ constexpr std::array table{
           "A file that is truncated to one size after the other agrees with a model.", any,
           truncationAgreesWithModel},
     Check{"16.7", "models.transactions",
-          "A transactional stream, if offered, shows none or all of its writes, and in the end all.", any,
-          transactionsTakeEffectTogether},
+          "The writes of a transactional stream, if offered, become visible all at once, at its end at the "
+          "latest.",
+          any, transactionsTakeEffectTogether},
     Check{"16.8", "models.events", "An event callback that is accepted is called after a change.", any,
           acceptedEventsAreTold},
 };

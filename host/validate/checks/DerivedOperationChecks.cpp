@@ -397,7 +397,7 @@ void expectCopyRefused(CheckContext& context, std::u16string_view source, std::u
         expectFailure([&] { copy(provider, context.at(source), context.at(destination), policy); }, code,
                       context.at(location), operation);
         expect(describeTree(provider, context.at(u""), TimesTold::None) == before,
-               fmt::format("{} fails, but changes something or leaves something behind", operation));
+               fmt::format("{} fails, but changes the storage or leaves something behind", operation));
     }
 }
 

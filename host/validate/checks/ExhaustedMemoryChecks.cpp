@@ -87,7 +87,7 @@ void expectUnchanged(CheckContext& context, const Experiment& experiment) {
                             experiment.operation};
     sweep(noting, [&] {
         const std::string after = describeTree(context.provider(), context.at(u""));
-        expect(after == before, fmt::format("{} runs out of memory, but changes something:{}",
+        expect(after == before, fmt::format("{} runs out of memory, but changes the storage:{}",
                                             experiment.name, treeDifference(before, after)));
     });
 }
@@ -381,7 +381,7 @@ constexpr std::array table{
     Check{"14.12", "memory.appending",
           "An append that runs out of memory changes no byte, and its stream remains usable.",
           Profile::InMemoryProvider, failedAppendChangesNothing},
-    Check{"14.13", "memory.reading", "Reading, seeking and overwriting need no memory.",
+    Check{"14.13", "memory.reading", "Reading, seeking and overwriting allocate no memory.",
           Profile::InMemoryProvider, readingNeedsNoMemory},
 };
 

@@ -400,7 +400,7 @@ constexpr std::array table{
           "Replacing a file in a read-only folder fails with ReadOnly naming the source.",
           Profile::AnyProvider, replacedInReadOnlyFolder},
     Check{"10.16", "moving-files.order-of-tests",
-          "A missing entry is reported before an existing one, and that before a read-only one.",
+          "If several causes apply, NotFound is reported first, then AlreadyExists, then ReadOnly.",
           Profile::InMemoryProvider, orderOfTests},
     Check{"10.17", "moving-files.flag-moves",
           "A read-only file can be moved and stays read-only, even if it replaces a writable one.",

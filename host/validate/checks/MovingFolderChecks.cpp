@@ -527,7 +527,7 @@ constexpr std::array table{
           "source.",
           Profile::AnyProvider, readOnlyReplacedFolder},
     Check{"11.21", "moving-folders.order-of-tests",
-          "A missing entry is reported before an existing one, and that before a read-only one.",
+          "If several causes apply, NotFound is reported first, then AlreadyExists, then ReadOnly.",
           Profile::InMemoryProvider, orderOfTests},
     Check{"11.22", "moving-folders.flags", "Moved folders become writable; moved files keep their flag.",
           Profile::AnyProvider, flagsAfterTheMove},
@@ -535,8 +535,8 @@ constexpr std::array table{
           "Everything that was moved and both folders get the same time; nothing else is stamped.",
           Profile::InMemoryProvider, everythingIsStampedAlike},
     Check{"11.24", "moving-folders.nothing-lost-midway",
-          "A read-only folder below the source may stop a move: ReadOnly naming the source, every file at "
-          "one location.",
+          "A read-only folder below the source may stop a move: ReadOnly naming the source, each file "
+          "at its old or its new location.",
           Profile::AnyProvider, nothingIsLostMidway},
     Check{"11.25", "moving-folders.state-midway",
           "A move that stops has moved the entries that come first in the order of paths, and no others.",

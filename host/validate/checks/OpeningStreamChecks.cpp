@@ -343,7 +343,8 @@ constexpr std::array table{
           "Opening a folder fails with AlreadyExists for writing and with NotFound for reading.",
           Profile::InMemoryProvider, codesOfFolder},
     Check{"7.17", "opening.order-of-tests",
-          "A folder at the location is reported before a missing file, and that before a read-only folder.",
+          "If several causes apply, a folder at the location is reported first, then a missing file, then a "
+          "read-only folder.",
           Profile::InMemoryProvider, orderOfTests},
     Check{"7.18", "opening.stamps-the-file",
           "Opening an existing file for writing stamps the file with the current time, and nothing else.",

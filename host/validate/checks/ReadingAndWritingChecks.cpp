@@ -621,16 +621,18 @@ constexpr std::array table{
           Profile::AnyProvider, appendingGoesToTheEnd},
     Check{"8.19", "streams.two-appenders", "Streams that append to one file in turn lose nothing.",
           Profile::AnyProvider, appendersLoseNothing},
-    Check{"8.20", "streams.position-behind-end",
-          "A stream whose file was emptied reads nothing until it seeks, and then works again.",
-          Profile::AnyProvider, positionBehindTheEnd},
+    Check{
+        "8.20", "streams.position-behind-end",
+        "After a file is emptied, a stream at a later position reads nothing until it seeks, and then works "
+        "again.",
+        Profile::AnyProvider, positionBehindTheEnd},
     Check{"8.21", "streams.write-behind-end",
           "A write at a position past the end goes to the end; no gap is filled.", Profile::InMemoryProvider,
           writingBehindTheEnd},
     Check{"8.22", "streams.append-nothing", "Appending 0 bytes moves the position to the end.",
           Profile::InMemoryProvider, appendingNothingMovesToTheEnd},
     Check{"8.23", "streams.grow-too-far",
-          "A write that no memory could hold fails with std::length_error or std::bad_alloc; the file is "
+          "An append that no memory could hold fails with std::length_error or std::bad_alloc; the file is "
           "unchanged.",
           Profile::InMemoryProvider, growingTooFarFails},
     Check{"8.24", "streams.outlive-removal", "Streams on a removed file remain usable and share its bytes.",
@@ -642,7 +644,7 @@ constexpr std::array table{
           "A stream opened before its file was moved shares the bytes at the new location.",
           Profile::InMemoryProvider, streamFollowsMovedFile},
     Check{"8.27", "streams.follow-empty-moved-file",
-          "A stream opened on an empty file that was moved then writes to the file at the new location.",
+          "After an empty file is moved, a stream opened before writes to the file at the new location.",
           Profile::InMemoryProvider, streamFollowsEmptyMovedFile},
     Check{"8.28", "streams.follow-moved-folder",
           "A stream opened before a folder above its file was moved shares the bytes at the new location.",

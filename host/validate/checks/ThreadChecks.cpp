@@ -689,9 +689,10 @@ constexpr std::array table{
         Profile::AnyProvider, appendsAreWhole},
     Check{"13.9", "threads.blocks-are-whole", "A read sees a concurrent write completely or not at all.",
           Profile::InMemoryProvider, blocksAreWhole},
-    Check{"13.10", "threads.listings-miss-nothing",
-          "A listing has every permanent entry exactly once while others are created and removed.",
-          Profile::AnyProvider, listingsMissNothing},
+    Check{
+        "13.10", "threads.listings-miss-nothing",
+        "A listing has every entry that exists throughout exactly once while others are created and removed.",
+        Profile::AnyProvider, listingsMissNothing},
     Check{"13.11", "threads.emptying-under-readers",
           "While a file is emptied and rewritten, readers see only bytes that were written.",
           Profile::AnyProvider, emptyingUnderReaders},

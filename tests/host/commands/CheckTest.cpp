@@ -381,10 +381,11 @@ TEST_F(CheckTest, AFolderThatHoldsAnImportNeedsNoCounterpart) {
     succeed("touch /n/made/more");
     EXPECT_EQ(difference(), "qzstorage: check: /n/made/more: not on disk\n");
     succeed("rm -r /n/made");
-    EXPECT_EQ(difference(), "qzstorage: check: /n/made: missing, a folder that contains imports\n");
+    EXPECT_EQ(difference(),
+              "qzstorage: check: /n/made: missing; a folder with imported entries was expected\n");
     succeed("touch /n/made");
     EXPECT_EQ(difference(),
-              "qzstorage: check: /n/made: a file, but a folder of this name contains imports\n");
+              "qzstorage: check: /n/made: a file; a folder with imported entries was expected\n");
 }
 
 TEST_F(CheckTest, AFolderThatWasOnlyFilledKeepsItsAttributes) {
