@@ -15,7 +15,7 @@ namespace provider_template {
 /// A storage of folders and files as a starting point for your own: the 18 operations that every provider
 /// must implement. The other 33 have defaults in IProvider that are based on these.
 ///
-/// Owns a map from path to node. One mutex guards it; every operation holds the mutex from start to end.
+/// Owns a map from path to node. One mutex guards it; every operation holds the mutex while it uses the map.
 /// Invariants: the root exists, and the folder of every node in the map is a folder in the map.
 ///
 /// YOUR STORAGE: replace the map with it. Keep the order of each operation: check everything, then do

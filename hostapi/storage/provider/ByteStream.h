@@ -34,7 +34,8 @@ public:
     /// @param buffer  `count` bytes
     /// @param count   number of bytes
     /// @return `count`
-    /// @throws std::bad_alloc or std::length_error when the file cannot grow
+    /// @throws std::bad_alloc or std::length_error when the file cannot grow: nothing is appended, but bytes
+    ///     before the end may be overwritten
     virtual long write(const char* buffer, long count) = 0;
 
     /// Moves the position.

@@ -14,7 +14,7 @@ namespace foundation::storage::provider {
 /// The functions return common combinations. No option requires that a file does not exist yet: use
 /// `openNewFile`.
 struct ByteStreamOpenOptions {
-    std::int32_t hint = 0; ///< the host's own; providers may ignore it
+    std::int32_t hint = 0; ///< for the host's own use; has no visible effect
     ByteStreamExistence existence = ByteStreamExistence::CreateIfMissing; ///< if the file is missing
     ByteStreamContent content = ByteStreamContent::Keep;                  ///< whether the file is emptied
     ByteStreamAppend append = ByteStreamAppend::WriteAtPosition;          ///< where writes go

@@ -34,8 +34,9 @@ void removeVisited(const IProvider& provider, const FolderTreeWalk& walk) {
             provider.doRemoveFolder(walk.location());
         }
     } catch (const Exception& failure) {
+        // An entry that is already gone is not a failure.
         if (failure.getErrorCode() != ErrorCode::NotFound) {
-            throw; // an entry that is already gone is not a failure
+            throw;
         }
     }
 }
