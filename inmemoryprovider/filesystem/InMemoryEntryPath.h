@@ -21,7 +21,7 @@ public:
     /// code unit is not examined, so "a/b" becomes "/b". Texts of fewer than 2 code units are not changed.
     explicit InMemoryEntryPath(std::u16string text) noexcept;
 
-    /// The text of the path that is constructed from `text`, as a view into `text`. For look-ups without an
+    /// The text of the path that is constructed from `text`, as a view into `text`. For lookups without an
     /// allocation.
     static std::u16string_view normalView(std::u16string_view text) noexcept;
 

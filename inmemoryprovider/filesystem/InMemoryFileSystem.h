@@ -34,7 +34,7 @@ namespace storage::inmemoryprovider {
 /// first, then at most one mutex of a node, inside one operation of that node. A node never calls back.
 /// `getFolderEntry` acquires no lock. Reading and writing through streams acquire only the file's mutex.
 ///
-/// Readers: look-ups, listings, attributes and opening for reading do not acquire `mutex_`, only the mutexes
+/// Readers: lookups, listings, attributes and opening for reading do not acquire `mutex_`, only the mutexes
 /// of the nodes that they read, one at a time. Each change is atomic for them: it is one critical section
 /// under a folder's mutex, or it is published in `changes_`. A reader waits for a running change only if the
 /// change affects the reader's path. It holds no lock while it waits.
@@ -98,7 +98,7 @@ public:
     // Queries. EntryNotFoundException names the parent if it is missing, or else the path if no entry of the
     // required kind exists there. They do not find the root, which has no parent.
 
-    /// All attributes of a file, with one look-up. They are not read atomically: another thread may change
+    /// All attributes of a file, with one lookup. They are not read atomically: another thread may change
     /// the file in between.
     FileEntryAttributes getFileEntryAttributes(const InMemoryEntryPath& path) const;
 

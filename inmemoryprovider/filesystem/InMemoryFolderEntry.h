@@ -82,7 +82,7 @@ public:
     /// Whether there are children. Acquires no lock, as `findChild`.
     bool hasChildren() const noexcept QZFL_NO_THREAD_ANALYSIS { return !children_.empty(); }
 
-    /// Whether the mutex can be acquired by a short spin, which lasts longer than a look-up holds the mutex.
+    /// Whether the mutex can be acquired by a short spin, which lasts longer than a lookup holds the mutex.
     bool mutexIsFree() const noexcept QZFL_NO_THREAD_ANALYSIS;
 
     /// Blocks until the mutex can be acquired.

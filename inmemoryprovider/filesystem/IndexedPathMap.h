@@ -11,9 +11,9 @@
 
 namespace storage::inmemoryprovider {
 
-/// A map ordered by path, with a hash index for fast look-ups in large maps.
+/// A map ordered by path, with a hash index for fast lookups in large maps.
 ///
-/// Owns the map and, from `worthAnIndex` elements on, the index. An ordered look-up among a million paths
+/// Owns the map and, from `worthAnIndex` elements on, the index. An ordered lookup among a million paths
 /// takes twenty comparisons, each with a cache miss; the index takes one. Small maps have no index:
 /// comparisons are as fast there, and trees have many small folders.
 ///

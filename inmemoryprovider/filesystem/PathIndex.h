@@ -14,7 +14,7 @@
 
 namespace storage::inmemoryprovider {
 
-/// A hash index of a map's elements by path, with look-ups in O(1). Except for `build` and `reset`, no
+/// A hash index of a map's elements by path, with lookups in O(1). Except for `build` and `reset`, no
 /// operation rehashes more than a few segments: rehashing one large table would block all threads that wait
 /// for the map.
 ///
