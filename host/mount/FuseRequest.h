@@ -39,8 +39,8 @@ inline Inode& inodeOf(fuse_req_t request, fuse_ino_t number) {
 }
 
 /// While changes are refused, the kernel must request the attributes of a file before each write, see
-/// `getAttributes`. It must not take them from another reply: it ignores attributes that were invalidated
-/// while it waited for them.
+/// `getAttributes`. It must not take them from another reply. The kernel ignores attributes in a reply if
+/// they were invalidated while it waited for that reply.
 inline void keepAttributesInvalid(const RequestContext& context, fuse_ino_t number) {
     if (context.gate.isClosed()) {
         invalidateAttributesOf(context.session, number);

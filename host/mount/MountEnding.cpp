@@ -138,8 +138,8 @@ MountEnding::Saved MountEnding::save() {
     return Saved::Yes;
 }
 
-/// The mount is gone, so memory holds the only copy of the content. A signal gives up the target, a second one
-/// also the rescue folder.
+/// The mount is gone, so memory holds the only copy of the content of a volatile storage. A signal gives up
+/// the target, a second one also the rescue folder.
 void MountEnding::saveUnmounted() {
     bool isTargetGivenUp = false;
     for (;;) {

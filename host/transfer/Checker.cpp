@@ -401,7 +401,8 @@ void Checker::compareXattrs(const StoragePath& path, const Xattrs& known, const 
     report(path, fmt::format("extended attribute {}: {} {}", name, what, onDisk.path()));
 }
 
-/// Ignores the owner's write permission: it is the writable flag, which is compared separately.
+/// Ignores the write bits if the writable flag has changed since the import or differs from the disk: the
+/// flag is compared separately.
 bool Checker::modesAgree(const ExportSource::Entry& stored, const DiskEntry& onDisk) const {
     const mode_t known = stored.attributes.mode.value();
     mode_t differing = known ^ onDisk.mode;
