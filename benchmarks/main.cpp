@@ -39,7 +39,8 @@ unsigned countIn(const std::string& text) {
     return static_cast<unsigned>(std::stoul(text));
 }
 
-/// Options: --short, --threads=N (at most; the processors), --plugin=PATH (shared library), --tmpfs=FOLDER (empty).
+/// Options: --short, --threads=N (maximum; default: the number of processors), --plugin=PATH (shared
+/// library), --tmpfs=FOLDER (an empty folder).
 int runScenarios(Program& program) {
     const Form form = program.takeFlag("short") ? Form::Short : Form::Full;
     const std::string threads = program.takeOption("threads");

@@ -45,8 +45,8 @@ void createFolder(const IProvider& storage, std::u16string_view path) {
     storage.doCreateFolder(StorageIRI(std::u16string(path)));
 }
 
-/// Creates 100 folders below a folder with a long name. Returns the locations of 100 files in each of them, whose
-/// paths have 60 code units and a long common prefix.
+/// Creates 100 folders below a folder with a long name. Returns the locations of 100 files in each of them.
+/// Their paths have 60 code units and a long common prefix.
 Scattered scatteredInTree(const IProvider& storage) {
     constexpr unsigned size = 100;
     const auto folderPath = [](unsigned number) {

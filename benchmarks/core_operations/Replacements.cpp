@@ -20,7 +20,8 @@ extern "C" __attribute__((visibility("default"))) int clock_gettime(clockid_t /*
     return 0;
 }
 
-// Nothing that is measured here asks for more alignment than malloc gives. The other forms call these by default.
+// No measured operation requires more alignment than malloc guarantees. The array and nothrow forms call
+// these by default.
 
 void* operator new(std::size_t size) {
     if (allocations.isCounting) {

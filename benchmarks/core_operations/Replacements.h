@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <ctime>
 
-// Functions of the libraries, replaced in the whole program, loaded libraries included.
+// Replaces the allocation functions and the clocks in the whole program, loaded libraries included.
 
 namespace storage::core_operations {
 
@@ -11,11 +11,11 @@ namespace storage::core_operations {
 /// would depend on the date, because a reading is converted to a date in a loop over the months.
 inline constexpr std::time_t stoppedClock = 1'750'000'000;
 
-/// Calls of operator new while it counts. Not thread-safe.
+/// Calls of operator new while `isCounting` is set. Not thread-safe.
 struct Allocations {
     bool isCounting = false;
     unsigned long count = 0;
-    std::size_t bytes = 0; ///< as they were asked for
+    std::size_t bytes = 0; ///< as requested
 };
 
 extern Allocations allocations;

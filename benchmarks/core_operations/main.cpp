@@ -14,7 +14,7 @@ namespace storage::core_operations {
 
 namespace {
 
-/// The plug-in's clock has just stamped the root.
+/// Throws unless the stopped clock has stamped the root of the new storage.
 void requireStoppedClock(const provider::IProvider& storage) {
     const auto time = storage.doGetFolderAttributes(provider::StorageIRI(u"/")).getLastModified();
     stress::requireThat(time == boost::posix_time::from_time_t(stoppedClock),

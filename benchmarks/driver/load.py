@@ -1,4 +1,4 @@
-"""The use of the processors during a repetition, to recognize noisy ones."""
+"""The use of the processors during a repetition, to recognize noisy repetitions."""
 
 import dataclasses
 import os

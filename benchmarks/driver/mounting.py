@@ -60,7 +60,8 @@ def signals_deferred():
 
 @contextlib.contextmanager
 def mounted(command, mount_point):
-    """Mounts in the background. Ends the mount, then the server; yields the server's process."""
+    """Mounts in the background and yields the server's process. Unmounts at the end, and kills a server that still
+    runs after a timeout."""
     try:
         subprocess.run([*command, mount_point], check=True)
         server = server_of(mount_point)
@@ -102,7 +103,7 @@ def backing(room):
 
 
 class QuietMachine:
-    """Waits until the processors are idle, within a limit for all waits together."""
+    """Waits until the processors are idle, within a limit for each wait and one for all together."""
 
     def __init__(self, patience):
         self.patience = patience

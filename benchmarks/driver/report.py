@@ -141,7 +141,7 @@ def repetition_lines(repetitions):
 
 
 def size_of(variant):
-    """The number in a variant such as 100k or 16MiB, for plots; None for none."""
+    """The number in a variant such as 100k or 16MiB, for plots; None if there is none."""
     digits = variant.rstrip("kKMGiB")
     factors = {"": 1, "k": 10**3, "M": 10**6, "MiB": 1 << 20, "GiB": 1 << 30}
     factor = factors.get(variant[len(digits):])

@@ -115,7 +115,7 @@ private:
 
     std::filesystem::path path_;
     std::size_t blockSize_;
-    std::vector<std::uint64_t> numbers_; ///< of each block
+    std::vector<std::uint64_t> numbers_; ///< the number that each block contains
     PatternedBlock content_;
     AlignedBuffer buffer_;
 };

@@ -23,7 +23,8 @@
 
 namespace storage::benchmark {
 
-/// A folder of files of 4 KiB, with timed and verified steps. All files are renamed once.
+/// A folder of files of 4 KiB, with timed and verified steps. `rename` is called at most once: `stat` and
+/// the listings require the first names, `unlink` the later ones.
 class FilesFolder {
 public:
     FilesFolder(const std::filesystem::path& parent, std::uint32_t files) : folder_(parent / "files") {

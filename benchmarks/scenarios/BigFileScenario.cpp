@@ -5,7 +5,7 @@ namespace storage::benchmark {
 
 namespace {
 
-/// One run: files with blocks numbered from 0 on in each file.
+/// One run: files with blocks numbered from 0 on across all files.
 class BigFileRun {
 public:
     BigFileRun(const StoreKind& kind, std::uint64_t fileSize, std::uint64_t allSizes)

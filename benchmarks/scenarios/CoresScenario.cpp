@@ -83,8 +83,8 @@ private:
         return 1 + threads_ + sharedFiles + thread * (ownFiles + creations_ + 1);
     }
 
-    /// The rate of all threads together in millions of operations per second. Each calls operation(thread, i)
-    /// for all i below `count`, which returns the size of a file.
+    /// The rate of all threads together in millions of operations per second. Each calls
+    /// operation(thread, i), which returns the size of a file, for all i below `count`.
     template <typename Operation>
     double rateOf(std::uint32_t count, Operation operation) const {
         const auto results = runInThreads(threads_, [&](unsigned thread) {

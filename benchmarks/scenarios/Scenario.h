@@ -59,8 +59,8 @@ private:
 /// @param variant  the number of files in the names of rows
 Scenario folderScenario(const std::string& variant, std::uint32_t count, std::uint32_t rounds);
 
-/// Removes files of one folder one by one, the first half in the order of their creation. Runs in its own
-/// process, so that the heap contains nothing but these files.
+/// Removes files of one folder one by one, the first half in the order of their creation. A scenario of
+/// its own, so that the heap contains nothing but these files.
 Scenario removalScenario(const std::string& variant, std::uint32_t count, std::uint32_t rounds);
 
 /// Many folders with a few files each. All paths have 60 characters and long common prefixes.
@@ -78,16 +78,16 @@ Scenario smallFilesScenario(const std::string& variant, std::size_t fileSize, st
 /// one kind of writer use it for both.
 Scenario appendScenario(std::uint32_t writes);
 
-/// Writes, overwrites and reads files of one size in blocks of 64 KiB. The total number of bytes is the same
-/// for every size. If that is one file, it is also read at random.
+/// Writes, overwrites and reads files of one size in blocks of 64 KiB, `allSizes` bytes in total. A single
+/// file is also read at random.
 Scenario bigFileScenario(const std::string& variant, std::uint64_t fileSize, std::uint64_t allSizes);
 
 /// Repeatedly renames a folder with subfolders of 100 empty files each.
 Scenario moveFolderScenario(const std::string& variant, std::uint32_t files, std::uint32_t moves);
 
-/// Two threads at once, together and each alone: look-ups beside changes in another folder. The gain is the
-/// total rate of both together divided by the mean of the rates alone. It is 2 without contention, 1 if the
-/// threads take turns, and less if contention costs additional time.
+/// Two threads, together and each alone: one looks up files, the other changes another folder. The gain is
+/// the total rate of both together divided by the mean of the rates alone. It is 2 without contention, 1 if
+/// the threads take turns, and less if contention costs additional time.
 /// @param seconds  duration of each measurement
 Scenario treeThreadsScenario(double seconds);
 
@@ -100,17 +100,17 @@ Scenario readingThreadsScenario(double seconds, std::uint64_t fileSize);
 Scenario memoryScenario(const std::string& variant, const std::string& namePrefix, std::uint32_t files,
                         std::size_t fileSize);
 
-/// Times each creation, look-up and removal in one folder on its own, for the distribution of latencies. The
-/// folder grows to `count` files.
+/// Times each creation, look-up and removal in one folder individually, for the distribution of latencies.
+/// The folder grows to `count` files.
 Scenario growingFolderScenario(const std::string& variant, std::uint32_t count);
 
-/// Look-ups, creations, and a mixture of look-ups and changes, by some threads at once.
-/// @param lookUps    of each thread, a multiple of 40; as many operations are mixed
+/// Look-ups, creations, and a mixture of look-ups and changes, by `threads` threads at once.
+/// @param lookUps    of each thread, a multiple of 40; also the number of operations in the mixture
 /// @param creations  of each thread
 Scenario coresScenario(unsigned threads, std::uint32_t lookUps, std::uint32_t creations);
 
-/// Every scenario, in the order of the result table.
-/// @param mostThreads  of the scenarios whose number of threads varies
+/// Every scenario, in the order in which they run.
+/// @param mostThreads  maximum for scenarios with a varying number of threads
 std::vector<Scenario> scenarioTable(Form form, unsigned mostThreads);
 
 } // namespace storage::benchmark

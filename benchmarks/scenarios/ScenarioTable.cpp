@@ -62,7 +62,7 @@ void addMemoryScenarios(std::vector<Scenario>& all, std::uint32_t files) {
     all.push_back(memoryScenario("100-bytes", "f", files, 100));
 }
 
-/// With one thread, two, four and so on.
+/// With one thread, two, four and so on, and with `mostThreads`.
 void addCoresScenarios(std::vector<Scenario>& all, unsigned mostThreads, std::uint32_t lookUps,
                        std::uint32_t creations) {
     for (unsigned threads = 1; threads <= mostThreads;

@@ -98,7 +98,7 @@ private:
     LookUps lookUps_;
 };
 
-/// Random reads of an own file, repeated endlessly.
+/// Random reads of the thread's own file, repeated endlessly.
 class ReadingWork {
 public:
     ReadingWork(Store& store, PathIndex file, std::uint64_t fileSize)
@@ -122,7 +122,7 @@ private:
         for (std::uint64_t block = 0; block < fileSize / PatternedBlock::usualSize; ++block) {
             stream->write(content_.stamped(block), PatternedBlock::usualSize);
         }
-        stream.reset(); // some stores have the file only now
+        stream.reset(); // some stores add the file only now
         return store.openToRead(file);
     }
 

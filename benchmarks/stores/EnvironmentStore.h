@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-// LevelDB and RocksDB, which has grown out of it, have nearly the same interface to a file system. This header
-// holds what they share.
+// RocksDB is derived from LevelDB, so their file system interfaces are nearly equal. This header contains the
+// common part of their stores.
 namespace storage::benchmark {
 
 template <class Status>

@@ -42,7 +42,7 @@ struct Node {
     Node* firstChild = nullptr;
     Node* previous = nullptr; ///< in the list of the parent's children
     Node* next = nullptr;
-    std::unique_ptr<std::vector<char>> content; ///< allocated by the first write
+    std::unique_ptr<std::vector<char>> content; ///< allocated by the first open or overwrite
 };
 
 class NodeStream final : public Stream {

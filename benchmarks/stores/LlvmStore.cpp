@@ -15,7 +15,7 @@ namespace storage::benchmark {
 
 namespace {
 
-/// Paths are already normalized, so the file system does not search them for dots.
+/// Tells the file system not to normalize paths, because they are normalized already.
 constexpr bool normalizedPaths = false;
 
 std::runtime_error failure(const std::string& path) {

@@ -47,13 +47,13 @@ public:
         throw missing("readFile");
     }
 
-    /// Opens an existing file of `count` bytes, overwrites them and closes it.
+    /// Opens an existing file of at most `count` bytes, overwrites it with `count` bytes and closes it.
     virtual void overwriteFile(PathIndex /*path*/, const char* /*bytes*/, std::size_t /*count*/) {
         throw missing("overwriteFile");
     }
 
-    /// Creates and opens a file. Supported by every store, because scenarios fill it this way outside the
-    /// timed part.
+    /// Creates and opens a file. Supported by every store, because scenarios fill it this way even if they do
+    /// not report the time.
     /// @param size  final size, for stores that require it in advance
     virtual std::unique_ptr<Stream> createStream(PathIndex path, std::uint64_t size) = 0;
 
@@ -71,7 +71,7 @@ private:
     }
 };
 
-/// Base of stores whose own paths are strings.
+/// Base of stores that use strings as paths.
 class StringPathStore : public Store {
 public:
     void prepare(const std::vector<std::string>& paths) override { paths_ = paths; }

@@ -12,7 +12,7 @@
 
 namespace storage::benchmark {
 
-/// The optional operations of a store; every store that can create has look-ups and listings. A scenario names the
+/// What a store supports; every store that can create also has look-ups and listings. A scenario names the
 /// abilities that it requires.
 enum class Ability {
     Create,              ///< empty files, one by one
@@ -46,7 +46,7 @@ struct StoreKind {
 
 /// The provider of a plug-in, used as a host uses it.
 /// @param plugin  its path; empty for the plug-in that was built together with this program. Loaded when the
-///     first store is built, and until the process ends.
+///     first store is built, and never unloaded.
 StoreKind providerKind(const std::filesystem::path& plugin);
 
 /// A folder on a tmpfs, used with as few system calls as possible.
@@ -72,7 +72,7 @@ StoreKind llvmKind();
 /// The floor: the minimum cost of a tree. One hash map of paths with one mutex.
 StoreKind hashMapKind();
 
-/// The bound of bandwidth: each file is new memory of the exact size, and memcpy copies its bytes.
+/// The upper bound of the bandwidth: each file is new memory in huge pages, and memcpy copies its bytes.
 StoreKind memcpyKind();
 
 /// Every kind of store that was built and is supported on this machine, the plug-in first.

@@ -12,7 +12,7 @@ enum class EntryKind { File, Folder };
 struct ListingSummary {
     std::uint64_t entries = 0;
     std::uint64_t folders = 0;
-    std::uint64_t units = 0; ///< sum over selected code units of each name
+    std::uint64_t units = 0; ///< sum over the length and selected code units of each name
 
     template <typename Unit>
     void add(const Unit* name, std::size_t length, EntryKind kind) {

@@ -8,7 +8,8 @@
 
 namespace storage::benchmark {
 
-/// A program of Google Benchmark with its arguments: own options, which are taken, and those of Google Benchmark.
+/// A program of Google Benchmark with its arguments. The program takes its own options; the others are those
+/// of Google Benchmark.
 ///
 /// The scripts call the programs and describe their options. Not thread-safe.
 class Program {
