@@ -74,7 +74,7 @@ def forget():
 
 
 def start(function, *arguments):
-    """A child process that runs a function. finish() waits for it."""
+    """Starts a child process that runs a function. finish() waits for it."""
     process = processes.Process(target=function, args=arguments, name=function.__name__)
     process.start()
     return process
