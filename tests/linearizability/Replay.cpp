@@ -14,7 +14,7 @@ using provider::StorageIRI;
 
 namespace {
 
-/// The outcome of a call that has returned `result`. Passes the value to `use` if the call succeeded.
+/// The answer of a call that has returned `result`. Passes the value to `use` if the call succeeded.
 template <class Value, class Use>
 storage::tests::Answer endingOf(const Call& call, Result<Value>&& result, const Use& use) {
     if (const auto* failure = std::get_if<Failure>(&result)) {

@@ -26,7 +26,7 @@ protected:
         }
     }
 
-    /// Returns the output of a script after installing the helper; $m is the mount point.
+    /// Installs the helper, runs a script and returns its output; $m is the mount point.
     std::string printedBy(const std::string& script) {
         const std::string file =
             disk_.write("script", "set -e; m=" + mountPoint_ +

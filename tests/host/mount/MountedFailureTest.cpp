@@ -24,7 +24,7 @@ using provider::IProvider;
 using provider::StorageIRI;
 using testing::AnyOf;
 
-/// An operation of a program, and its result on the initial tree of every test.
+/// An operation of a program on the initial tree of every test.
 struct Use {
     std::string name;
     std::function<void(MountedTree&)> run;

@@ -117,7 +117,7 @@ void SparseMapModelTest::remove() {
     for (std::uint64_t page = left; page < end; ++page) {
         model_[page] = {};
     }
-    // If an extent that `splitAt` has cut is not removed, it stays cut.
+    // An extent that `splitAt` has cut stays cut unless it is removed, so the remainder is removed too.
     if (left != range.first) {
         map_.remove({range.first, range.end}, filePages);
         for (std::uint64_t page = range.first; page < end; ++page) {

@@ -205,7 +205,8 @@ const std::vector<std::uint8_t>& somePattern() {
     return pattern;
 }
 
-/// Appends the pattern block by block up to `size` bytes, and checks the content after each growth.
+/// Appends the pattern block by block up to `size` bytes. Checks the size after each write, and the content
+/// at the end.
 void expectKeptWhileGrowing(std::size_t size, std::size_t block) {
     const auto& pattern = somePattern();
     std::vector<std::uint8_t> content;

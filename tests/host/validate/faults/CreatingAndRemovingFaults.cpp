@@ -189,7 +189,7 @@ public:
     }
 };
 
-/// Removes folders with their content.
+/// Removes folders with the files in them.
 class RemovesWholeTrees final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
@@ -366,7 +366,7 @@ public:
     }
 };
 
-/// Limits the depth of paths like a disk.
+/// Limits the length of paths like a disk.
 class DepthLimited final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {

@@ -119,7 +119,7 @@ public:
     }
 };
 
-/// Reports a file as writable again but keeps it read-only.
+/// Reports all files as writable, but never makes a read-only entry writable.
 class StaysProtected final : public BrokenProvider {
 public:
     void doSetWritable(const StorageIRI& iri, bool writable) const override {

@@ -104,7 +104,7 @@ TEST(ByteStreamDevicePieceTest, FlushesAfterWrites) {
     EXPECT_EQ(flushed, 1);
 }
 
-/// Returns one byte more than the buffer has room for.
+/// Reports one byte more than requested.
 class OverreportingStream final : public ByteStream {
 public:
     long read(char*, long count) override { return count + 1; }
