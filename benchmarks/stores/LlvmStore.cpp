@@ -16,7 +16,7 @@ namespace storage::benchmark {
 namespace {
 
 /// Tells the file system not to normalize paths, because they are normalized already.
-constexpr bool normalizedPaths = false;
+constexpr bool normalizesPaths = false;
 
 std::runtime_error failure(const std::string& path) {
     return std::runtime_error("LLVM: " + path);
@@ -131,7 +131,7 @@ public:
     }
 
 private:
-    llvm::vfs::InMemoryFileSystem files_{normalizedPaths};
+    llvm::vfs::InMemoryFileSystem files_{normalizesPaths};
 };
 
 } // namespace
