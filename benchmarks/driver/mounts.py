@@ -1,7 +1,7 @@
 #!/usr/bin/env -S python3 -B
 """Measures the mounted storage beside a tmpfs folder and a pass-through file system over tmpfs.
 
-Each repetition of a job runs in a process of its own and in a fresh place, the places in turn. Every result is verified."""
+Each repetition runs in a fresh place, the places in turn. Every result is verified."""
 
 import os
 import pathlib
