@@ -13,7 +13,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr const char* blanks = " \t\r";
+constexpr const char* blanksAndReturn = " \t\r";
 
 bool matchesAny(const std::string& pattern, std::span<const CheckGroup> catalogue) {
     return std::any_of(catalogue.begin(), catalogue.end(), [&](const CheckGroup& group) {
@@ -23,15 +23,15 @@ bool matchesAny(const std::string& pattern, std::span<const CheckGroup> catalogu
 }
 
 std::string trimmed(const std::string& text) {
-    const std::size_t begin = std::min(text.find_first_not_of(blanks), text.size());
-    return text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
+    const std::size_t begin = std::min(text.find_first_not_of(blanksAndReturn), text.size());
+    return text.substr(begin, text.find_last_not_of(blanksAndReturn) + 1 - begin);
 }
 
 /// Parses a line that is neither empty nor a comment.
 /// @param where  file and line number, for the error message
 std::pair<std::string, std::string> exceptionOf(const std::string& line, const std::string& where,
                                                 std::span<const CheckGroup> catalogue) {
-    const std::size_t end = std::min(line.find_first_of(blanks), line.size());
+    const std::size_t end = std::min(line.find_first_of(blanksAndReturn), line.size());
     const std::string pattern = line.substr(0, end);
     if (!matchesAny(pattern, catalogue)) {
         throw CommandError(where, noSuchRule(pattern));
