@@ -68,7 +68,7 @@ TEST(ProgramOptionsTest, ParsesEachMountOption) {
     EXPECT_EQ(options.threads, 17U);
 }
 
-TEST(ProgramOptionsTest, MakesMountPathsAbsolute) {
+TEST(ProgramOptionsTest, ConvertsMountPathsToAbsolutePaths) {
     const MountOptions options = parseMount({"folder/", "--import", "in", "--export-on-exit", "a/../out"});
     EXPECT_EQ(options.mountPoint, here("folder"));
     EXPECT_EQ(options.importFrom, here("in"));

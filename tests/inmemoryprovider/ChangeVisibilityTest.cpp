@@ -168,7 +168,7 @@ protected:
     InMemoryFileSystem fileSystem;
 };
 
-TEST_F(HeldChange, ABlockedLookUpDoesNotBlockChangesElsewhere) {
+TEST_F(HeldChangeTest, AllowsChangesElsewhereWhileALookUpIsBlocked) {
     HeldFolder held(folder(u"/d"));
     std::atomic<bool> begun = false;
     auto lookUp = std::async(std::launch::async, [&] {
@@ -185,7 +185,7 @@ TEST_F(HeldChange, ABlockedLookUpDoesNotBlockChangesElsewhere) {
     EXPECT_TRUE(lookUp.get());
 }
 
-TEST_F(HeldChange, AReplacedFileExistsDuringTheMove) {
+TEST_F(HeldChangeTest, KeepsAReplacedFileVisibleDuringTheMove) {
     const auto replaced = nodeIn(u"/e", u"/e/y");
     ChangeMidway move(
         [&] { fileSystem.moveFileEntry(path(u"/d/x"), path(u"/e/y"), ReplacementPolicy::ReplaceExisting); },
@@ -206,7 +206,7 @@ TEST_F(HeldChange, AReplacedFileExistsDuringTheMove) {
     EXPECT_EQ(sourceListed.get(), Names());
 }
 
-TEST_F(HeldChange, AFolderHasOnePathDuringItsMove) {
+TEST_F(HeldChangeTest, ShowsAFolderUnderOnePathDuringItsMove) {
     ChangeMidway move(
         [&] { fileSystem.moveFolderEntry(path(u"/a"), path(u"/b"), ReplacementPolicy::RefuseExisting); },
         [&] { return folder(u"/b") && nodeIn(u"/b", u"/b/f"); });
@@ -297,7 +297,7 @@ private:
     }
 };
 
-TEST_P(ChangeInUsedFolder, BlocksNoChangeElsewhere) {
+TEST_P(ChangeInUsedFolderTest, BlocksNoChangeElsewhere) {
     fileSystem.addFolderEntry(path(u"/a/empty"));
     HeldFolder held(folder(GetParam().inUse));
     std::atomic<bool> begun = false;
@@ -322,7 +322,7 @@ TEST_P(ChangeInUsedFolder, BlocksNoChangeElsewhere) {
     expectAfter();
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryChange, ChangeInUsedFolder, testing::ValuesIn(changesInUsedFolders),
+INSTANTIATE_TEST_SUITE_P(EveryChange, ChangeInUsedFolderTest, testing::ValuesIn(changesInUsedFolders),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
 // The same checks with random timing.
@@ -362,7 +362,7 @@ protected:
     InMemoryProvider provider;
 };
 
-TEST_F(ChangeRace, AFileReplacedByMovesIsNeverMissing) {
+TEST_F(ChangeRaceTest, NeverMissesAFileReplacedByMoves) {
     const StorageIRI old(u"/g");
     const StorageIRI fresh(u"/new");
     provider.doCreateFile(old);
@@ -382,7 +382,7 @@ TEST_F(ChangeRace, AFileReplacedByMovesIsNeverMissing) {
         });
 }
 
-TEST_F(ChangeRace, ARenamedFileIsListedOnce) {
+TEST_F(ChangeRaceTest, ListsARenamedFileOnce) {
     const StorageIRI one(u"/one");
     const StorageIRI two(u"/two");
     provider.doCreateFile(one);
@@ -395,7 +395,7 @@ TEST_F(ChangeRace, ARenamedFileIsListedOnce) {
         [&] { return namesIn(u"/").size() == 1 ? 0 : 1; });
 }
 
-TEST_F(ChangeRace, ARenamedFolderIsListedOnceWithItsContent) {
+TEST_F(ChangeRaceTest, ListsARenamedFolderOnceWithItsContent) {
     const StorageIRI one(u"/one");
     const StorageIRI two(u"/two");
     for (const auto* folder : {u"/one", u"/one/s"}) {
@@ -425,7 +425,7 @@ TEST_F(ChangeRace, ARenamedFolderIsListedOnceWithItsContent) {
         });
 }
 
-TEST_F(ChangeRace, AnEmptyFolderReplacedByMovesIsNeverMissing) {
+TEST_F(ChangeRaceTest, NeverMissesAnEmptyFolderReplacedByMoves) {
     const StorageIRI old(u"/g");
     const StorageIRI fresh(u"/new");
     provider.doCreateFolder(old);
@@ -442,7 +442,7 @@ TEST_F(ChangeRace, AnEmptyFolderReplacedByMovesIsNeverMissing) {
         });
 }
 
-TEST_F(ChangeRace, ANewFolderExistsAndCanBeListedAtTheSameMoment) {
+TEST_F(ChangeRaceTest, ShowsANewFolderToExistenceTestsAndListingsAtOnce) {
     const StorageIRI folder(u"/a");
     std::atomic<int> changes = 0;
     run(
@@ -463,7 +463,7 @@ TEST_F(ChangeRace, ANewFolderExistsAndCanBeListedAtTheSameMoment) {
         });
 }
 
-TEST_F(ChangeRace, AFolderHasTheTimeOfAFileVisibleInIt) {
+TEST_F(ChangeRaceTest, StampsAFolderTogetherWithANewFile) {
     const StorageIRI folder(u"/d");
     const StorageIRI file(u"/d/f");
     const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));

@@ -20,7 +20,7 @@ using namespace provider;
 using tests::answerOf;
 using tests::runTogether;
 
-TEST(Concurrency, LookingUpAFolderNeverWaitsForAChange) {
+TEST(ConcurrencyTest, LooksUpAFolderWithoutWaitingForAChange) {
     const InMemoryEntryPath path(u"/f");
     const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));
     for (int round = 0; round < 50; ++round) {
@@ -44,7 +44,7 @@ TEST(Concurrency, LookingUpAFolderNeverWaitsForAChange) {
     }
 }
 
-TEST(Concurrency, ReadersFindAFolderThatMovesBackAndForth) {
+TEST(ConcurrencyTest, ReadersFindAFolderThatMovesBackAndForth) {
     const InMemoryProvider provider;
     provider.doCreateFolder(StorageIRI(u"/a"));
     provider.doCreateFolder(StorageIRI(u"/a/s"));
@@ -100,7 +100,7 @@ void expectSound(const IProvider& provider, const std::u16string& folder) {
 }
 
 /// Creates and removes enough entries that every index of them is created, doubled and halved repeatedly.
-TEST(Concurrency, EntriesAreFoundWhileManyOthersAreCreatedAndRemoved) {
+TEST(ConcurrencyTest, FindsEntriesWhileManyOthersAreCreatedAndRemoved) {
     constexpr int rounds = 30;
     constexpr char16_t some = 10;
     constexpr char16_t many = 110;
@@ -180,13 +180,13 @@ void expectNoFirstWriteLost() {
     EXPECT_EQ(found, written);
 }
 
-TEST(Concurrency, FirstWritesToManyFilesAreNotLostWhileTheirFolderMoves) {
+TEST(ConcurrencyTest, LosesNoFirstWriteToManyFilesWhileTheirFolderMoves) {
     for (int round = 0; round < 100 && !testing::Test::HasFailure(); ++round) {
         expectNoFirstWriteLost();
     }
 }
 
-TEST(Concurrency, RandomOperationsLeaveTheTreeConsistent) {
+TEST(ConcurrencyTest, KeepsTheTreeConsistentUnderRandomOperations) {
     const InMemoryProvider provider;
     const std::vector<std::u16string> paths{u"/a",   u"/b",     u"/a/a",   u"/a/b",   u"/b/a",
                                             u"/b/b", u"/a/a/a", u"/a/b/a", u"/b/a/b", u"/b/b/b"};

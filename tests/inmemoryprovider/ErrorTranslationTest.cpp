@@ -72,12 +72,12 @@ INSTANTIATE_TEST_SUITE_P(
             "3 destination"}),
     [](const auto& row) { return std::string(row.param.operation); });
 
-TEST(ErrorTranslation, PropagatesOtherExceptions) {
+TEST(ErrorTranslationTest, PropagatesOtherExceptions) {
     EXPECT_THROW(translations::create.run(source, [] { throw std::bad_alloc(); }), std::bad_alloc);
     EXPECT_THROW(translations::create.run(source, [] { throw 7; }), int);
 }
 
-TEST(ErrorTranslation, ReturnsResults) {
+TEST(ErrorTranslationTest, ReturnsResults) {
     EXPECT_EQ(translations::getAttributes.run(source, [] { return 7; }), 7);
 }
 

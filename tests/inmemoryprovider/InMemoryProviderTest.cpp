@@ -101,14 +101,14 @@ TEST_F(InMemoryProviderTest, CreatesAndFindsFilesAndFolders) {
     EXPECT_FALSE(provider->doFolderExists(at(u"/a/f")));
 }
 
-TEST_F(InMemoryProviderTest, ExistenceTestsNeverThrowForMissingEntries) {
+TEST_F(InMemoryProviderTest, NeverThrowsFromExistenceTestsOfMissingEntries) {
     for (const auto* path : {u"/x", u"/x/y", u"", u"a"}) {
         EXPECT_FALSE(provider->doFileExists(StorageIRI(path, path, true)));
         EXPECT_FALSE(provider->doFolderExists(StorageIRI(path, path, true)));
     }
 }
 
-TEST_F(InMemoryProviderTest, CreatingFails) {
+TEST_F(InMemoryProviderTest, ReportsFailedCreations) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/f"));
     EXPECT_TRUE(fails(ErrorCode::AlreadyExists, at(u"/a"), [&] { provider->doCreateFolder(at(u"/a")); }));
@@ -131,7 +131,7 @@ TEST_F(InMemoryProviderTest, RemovesFilesAndFolders) {
     EXPECT_FALSE(provider->doFileExists(at(u"/f")));
 }
 
-TEST_F(InMemoryProviderTest, RemovingFails) {
+TEST_F(InMemoryProviderTest, ReportsFailedRemovals) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/a/f"));
     EXPECT_TRUE(fails(ErrorCode::FolderNotEmpty, at(u"/a"), [&] { provider->doRemoveFolder(at(u"/a")); }));
@@ -165,7 +165,7 @@ TEST_F(InMemoryProviderTest, ReturnsAttributesOfFoldersAndTheRoot) {
     }
 }
 
-TEST_F(InMemoryProviderTest, DescribingFails) {
+TEST_F(InMemoryProviderTest, ReportsFailedAttributeQueries) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/f"));
     for (const auto* path : {u"/a", u"/x", u"/x/y", u"/"}) {
@@ -176,7 +176,7 @@ TEST_F(InMemoryProviderTest, DescribingFails) {
     }
 }
 
-TEST_F(InMemoryProviderTest, TimeAndFlagOfAReadOnlyEntryCanBeSet) {
+TEST_F(InMemoryProviderTest, SetsTimeAndFlagOfAReadOnlyEntry) {
     provider->doCreateFile(at(u"/f"));
     provider->doSetWritable(at(u"/f"), false);
     EXPECT_FALSE(provider->doGetFileAttributes(at(u"/f")).isWritable());
@@ -186,7 +186,7 @@ TEST_F(InMemoryProviderTest, TimeAndFlagOfAReadOnlyEntryCanBeSet) {
     EXPECT_TRUE(provider->doGetFileAttributes(at(u"/f")).isWritable());
 }
 
-TEST_F(InMemoryProviderTest, SettingFailsForMissingEntries) {
+TEST_F(InMemoryProviderTest, ReportsFailedSetters) {
     for (const auto* path : {u"/x", u"/x/y"}) {
         EXPECT_TRUE(
             fails(ErrorCode::NotFound, at(path), [&] { provider->doSetLastModified(at(path), longAgo); }));
@@ -194,7 +194,7 @@ TEST_F(InMemoryProviderTest, SettingFailsForMissingEntries) {
     }
 }
 
-TEST_F(InMemoryProviderTest, TheWritableFlagIsSetByTheGivenPath) {
+TEST_F(InMemoryProviderTest, SetsTheWritableFlagByTheGivenPath) {
     provider->doCreateFile(at(u"/given"));
     provider->doCreateFile(at(u"/resolved"));
     provider->doSetWritable(StorageIRI(u"/resolved", u"/given", true), false);
@@ -202,7 +202,7 @@ TEST_F(InMemoryProviderTest, TheWritableFlagIsSetByTheGivenPath) {
     EXPECT_TRUE(provider->doGetFileAttributes(at(u"/resolved")).isWritable());
 }
 
-TEST_F(InMemoryProviderTest, TheTimeIsSetByTheResolvedPath) {
+TEST_F(InMemoryProviderTest, SetsTheTimeByTheResolvedPath) {
     provider->doCreateFile(at(u"/given"));
     provider->doCreateFile(at(u"/resolved"));
     provider->doSetLastModified(StorageIRI(u"/resolved", u"/given", true), longAgo);
@@ -210,7 +210,7 @@ TEST_F(InMemoryProviderTest, TheTimeIsSetByTheResolvedPath) {
     EXPECT_EQ(provider->doGetFileAttributes(at(u"/resolved")).getLastModified(), longAgo);
 }
 
-TEST_F(InMemoryProviderTest, TheWritableFlagOfTheRootRequiresALocationWithoutParent) {
+TEST_F(InMemoryProviderTest, SetsTheWritableFlagOfTheRootByALocationWithoutParent) {
     const StorageIRI resolvedToRoot(u"/", u"/", true);
     EXPECT_TRUE(
         fails(ErrorCode::NotFound, resolvedToRoot, [&] { provider->doSetWritable(resolvedToRoot, false); }));
@@ -230,7 +230,7 @@ TEST_F(InMemoryProviderTest, OpensStreamsAccordingToTheOptions) {
     EXPECT_EQ(read(u"/f"), "");
 }
 
-TEST_F(InMemoryProviderTest, StreamsShareTheBytes) {
+TEST_F(InMemoryProviderTest, SharesTheBytesBetweenStreams) {
     const auto writer = provider->doOpenStream(at(u"/f"), {});
     const auto reader = provider->doOpenReadOnlyStream(at(u"/f"));
     writer->write("abc", 3);
@@ -240,7 +240,7 @@ TEST_F(InMemoryProviderTest, StreamsShareTheBytes) {
     EXPECT_EQ(provider->doGetFileAttributes(at(u"/f")).getSize(), 3U);
 }
 
-TEST_F(InMemoryProviderTest, OpeningFails) {
+TEST_F(InMemoryProviderTest, ReportsFailedOpenings) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFile(at(u"/f"));
     provider->doSetWritable(at(u"/f"), false);
@@ -268,7 +268,7 @@ TEST_F(InMemoryProviderTest, ListsByKindInTheOrderOfPaths) {
     EXPECT_TRUE(rest(*provider->doListFiles(at(u"/d/a"))).empty());
 }
 
-TEST_F(InMemoryProviderTest, AListingIgnoresLaterChanges) {
+TEST_F(InMemoryProviderTest, HidesLaterChangesFromAListing) {
     provider->doCreateFile(at(u"/a"));
     const auto listing = provider->doListAll(at(u"/"));
     provider->doCreateFile(at(u"/b"));
@@ -276,7 +276,7 @@ TEST_F(InMemoryProviderTest, AListingIgnoresLaterChanges) {
     EXPECT_EQ(rest(*listing), (std::vector{FolderEntry(u"a", FolderEntry::EntryType::File)}));
 }
 
-TEST_F(InMemoryProviderTest, ListingFails) {
+TEST_F(InMemoryProviderTest, ReportsFailedListings) {
     provider->doCreateFile(at(u"/f"));
     for (const auto* path : {u"/f", u"/x", u"/x/y"}) {
         EXPECT_TRUE(fails(ErrorCode::NotFound, at(path), [&] { provider->doListAll(at(path)); }));
@@ -285,7 +285,7 @@ TEST_F(InMemoryProviderTest, ListingFails) {
     }
 }
 
-TEST_F(InMemoryProviderTest, StreamsAndListingsOutliveTheProvider) {
+TEST_F(InMemoryProviderTest, KeepsStreamsAndListingsAfterItsDestruction) {
     const auto stream = provider->doOpenStream(at(u"/f"), {});
     const auto listing = provider->doListAll(at(u"/"));
     provider.reset();
@@ -301,7 +301,7 @@ TEST_F(InMemoryProviderTest, MovesFiles) {
     EXPECT_EQ(read(u"/g"), "new");
 }
 
-TEST_F(InMemoryProviderTest, MovingFilesFails) {
+TEST_F(InMemoryProviderTest, ReportsFailedFileMoves) {
     write(u"/f", "new");
     write(u"/g", "old");
     provider->doCreateFolder(at(u"/a"));
@@ -332,7 +332,7 @@ TEST_F(InMemoryProviderTest, MovesFolders) {
     EXPECT_EQ(read(u"/b/f"), "abc");
 }
 
-TEST_F(InMemoryProviderTest, MovingFoldersFails) {
+TEST_F(InMemoryProviderTest, ReportsFailedFolderMoves) {
     provider->doCreateFolder(at(u"/a"));
     provider->doCreateFolder(at(u"/b"));
     write(u"/b/f", "abc");

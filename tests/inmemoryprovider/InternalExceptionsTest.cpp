@@ -17,19 +17,19 @@ using foundation::core::except::IInternalException;
 
 const InMemoryEntryPath path(u"/a/b");
 
-TEST(InternalExceptions, HaveTheirMessages) {
+TEST(InternalExceptionsTest, HaveTheirMessages) {
     EXPECT_EQ(EntryNotFoundException(path).getMessage(), u"Entry /a/b could not be found");
     EXPECT_EQ(EntryExistsException(path).getMessage(), u"Entry /a/b already exists");
     EXPECT_EQ(ReadOnlyException(path).getMessage(), u"Entry /a/b is read-only.");
     EXPECT_EQ(FolderNotEmptyException(path).getMessage(), u"Entry /a/b is not empty");
 }
 
-TEST(InternalExceptions, ReturnTheirMessageInUtf8) {
+TEST(InternalExceptionsTest, ReturnTheirMessageInUtf8) {
     EXPECT_EQ(EntryNotFoundException(InMemoryEntryPath(u"/\u00E9\U0001F600\xD800")).what(),
               "Entry /\u00E9\U0001F600\uFFFD could not be found");
 }
 
-TEST(InternalExceptions, ConvertBetweenUtf8AndUtf16) {
+TEST(InternalExceptionsTest, ConvertBetweenUtf8AndUtf16) {
     const ReadOnlyException exception(path);
     EXPECT_EQ(exception.convert_str(std::u16string(u"\u00E9\xDC00")), "\u00E9\uFFFD");
     EXPECT_EQ(exception.convert_str(std::string("\u00E9\xFF")), u"\u00E9\uFFFD");
@@ -42,7 +42,7 @@ using Classes =
     testing::Types<EntryNotFoundException, EntryExistsException, ReadOnlyException, FolderNotEmptyException>;
 TYPED_TEST_SUITE(EachInternalException, Classes);
 
-TYPED_TEST(EachInternalException, IsClonedAsWhatItIs) {
+TYPED_TEST(EachInternalExceptionTest, IsClonedWithItsType) {
     const TypeParam original(path);
     const std::unique_ptr<const boost::exception_detail::clone_base> clone(original.clone());
     const auto* concrete = dynamic_cast<const TypeParam*>(clone.get());
@@ -50,13 +50,13 @@ TYPED_TEST(EachInternalException, IsClonedAsWhatItIs) {
     EXPECT_EQ(concrete->getMessage(), original.getMessage());
 }
 
-TYPED_TEST(EachInternalException, IsRethrownAsWhatItIs) {
+TYPED_TEST(EachInternalExceptionTest, IsRethrownWithItsType) {
     const TypeParam original(path);
     const IInternalException& base = original;
     EXPECT_THROW(base.rethrow(), TypeParam);
 }
 
-TYPED_TEST(EachInternalException, SharesItsErrorInformationWithItsClones) {
+TYPED_TEST(EachInternalExceptionTest, SharesItsErrorInformationWithItsClones) {
     using Info = boost::error_info<struct Tag, int>;
     TypeParam original(path);
     original << Info(42);
@@ -66,7 +66,7 @@ TYPED_TEST(EachInternalException, SharesItsErrorInformationWithItsClones) {
     EXPECT_EQ(info, boost::get_error_info<Info>(original));
 }
 
-TYPED_TEST(EachInternalException, CannotFailToBeBuilt) {
+TYPED_TEST(EachInternalExceptionTest, IsBuiltWithoutThrowing) {
     EXPECT_TRUE((std::is_nothrow_constructible_v<TypeParam, const InMemoryEntryPath&>));
 }
 

@@ -13,7 +13,7 @@ namespace {
 using provider::IProvider;
 using provider::StorageIRI;
 
-TEST(PluginEntry, InstallsAnEmptyProvider) {
+TEST(PluginEntryTest, InstallsAnEmptyProvider) {
     std::shared_ptr<IProvider> provider;
     buildProvider_V1(&provider);
     ASSERT_NE(provider, nullptr);
@@ -22,7 +22,7 @@ TEST(PluginEntry, InstallsAnEmptyProvider) {
     EXPECT_EQ(provider.use_count(), 1);
 }
 
-TEST(PluginEntry, DestroysTheReplacedProviderUnlessItIsShared) {
+TEST(PluginEntryTest, DestroysTheReplacedProviderUnlessItIsShared) {
     std::shared_ptr<IProvider> provider;
     buildProvider_V1(&provider);
     provider->doCreateFile(StorageIRI(u"/f"));
@@ -37,7 +37,7 @@ TEST(PluginEntry, DestroysTheReplacedProviderUnlessItIsShared) {
     EXPECT_TRUE(second->doFolderExists(StorageIRI(u"/")));
 }
 
-TEST(PluginEntry, EachProviderHasItsOwnTree) {
+TEST(PluginEntryTest, BuildsProvidersWithSeparateTrees) {
     std::shared_ptr<IProvider> one;
     std::shared_ptr<IProvider> two;
     buildProvider_V1(&one);
@@ -46,11 +46,11 @@ TEST(PluginEntry, EachProviderHasItsOwnTree) {
     EXPECT_FALSE(two->doFileExists(StorageIRI(u"/f")));
 }
 
-TEST(PluginEntry, RefusesANullPointer) {
+TEST(PluginEntryTest, RefusesANullPointer) {
     EXPECT_THROW(buildProvider_V1(nullptr), std::invalid_argument);
 }
 
-TEST(PluginEntry, BuildsProvidersForHostsInCpp) {
+TEST(PluginEntryTest, BuildsProvidersForHostsInCpp) {
     const std::shared_ptr<InMemoryProvider> one = buildInMemoryProvider();
     const std::shared_ptr<IProvider> two = buildInMemoryProvider();
     one->doCreateFile(StorageIRI(u"/f"));

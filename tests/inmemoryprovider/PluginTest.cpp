@@ -18,7 +18,7 @@ using namespace provider;
 
 constexpr const char* pluginPath = QZSTORAGE_PLUGIN_PATH;
 
-TEST(Plugin, CanBeLoadedAndUnloadedRepeatedly) {
+TEST(PluginTest, CanBeLoadedAndUnloadedRepeatedly) {
     for (int round = 0; round < 20; ++round) {
         ASSERT_FALSE(pluginIsLoaded(pluginPath));
         {
@@ -35,7 +35,7 @@ TEST(Plugin, CanBeLoadedAndUnloadedRepeatedly) {
     }
 }
 
-TEST(Plugin, ThrowsExceptionsThatTheHostCatchesByType) {
+TEST(PluginTest, ThrowsExceptionsThatTheHostCatchesByType) {
     const LoadedPlugin plugin(pluginPath);
     const auto provider = plugin.build();
     try {
@@ -49,7 +49,7 @@ TEST(Plugin, ThrowsExceptionsThatTheHostCatchesByType) {
     EXPECT_THROW(provider->doRemoveFile(StorageIRI(u"/missing")), std::exception);
 }
 
-TEST(Plugin, AnExceptionOutlivesThePlugin) {
+TEST(PluginTest, ThrowsExceptionsThatOutliveIt) {
     std::exception_ptr kept;
     {
         const LoadedPlugin plugin(pluginPath);
@@ -68,7 +68,7 @@ TEST(Plugin, AnExceptionOutlivesThePlugin) {
     }
 }
 
-TEST(Plugin, OffersBothEntryPoints) {
+TEST(PluginTest, OffersBothEntryPoints) {
     void* handle = dlopen(pluginPath, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(handle, nullptr);
     EXPECT_NE(dlsym(handle, "_ZN7storage16inmemoryprovider21buildInMemoryProviderEv"), nullptr);
@@ -76,7 +76,7 @@ TEST(Plugin, OffersBothEntryPoints) {
     dlclose(handle);
 }
 
-TEST(Plugin, CanBeLoadedAndUnloadedConcurrently) {
+TEST(PluginTest, CanBeLoadedAndUnloadedConcurrently) {
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {

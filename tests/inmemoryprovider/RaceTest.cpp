@@ -138,21 +138,21 @@ private:
 
 const auto nothing = [](const IProvider&) {};
 
-TEST_F(Race, OfTwoCreationsOfOneFileExactlyOneSucceeds) {
+TEST_F(RaceTest, CreatesAFileOnceInTwoThreads) {
     run(nothing, {createFile(u"/f"), createFile(u"/f")}, [&] {
         expectOneSuccess({ErrorCode::AlreadyExists, u"/f"});
         EXPECT_TRUE(isFile(u"/f"));
     });
 }
 
-TEST_F(Race, OfTwoCreationsOfOneFolderExactlyOneSucceeds) {
+TEST_F(RaceTest, CreatesAFolderOnceInTwoThreads) {
     run(nothing, {createFolder(u"/a"), createFolder(u"/a")}, [&] {
         expectOneSuccess({ErrorCode::AlreadyExists, u"/a"});
         EXPECT_TRUE(isFolder(u"/a"));
     });
 }
 
-TEST_F(Race, AnEntryIsOfTheKindWhoseCreationSucceeded) {
+TEST_F(RaceTest, CreatesAnEntryOfTheKindThatSucceeded) {
     run(nothing, {createFile(u"/e"), createFolder(u"/e")}, [&] {
         expectOneSuccess({ErrorCode::AlreadyExists, u"/e"});
         EXPECT_EQ(isFile(u"/e"), succeeded(0));
@@ -160,7 +160,7 @@ TEST_F(Race, AnEntryIsOfTheKindWhoseCreationSucceeded) {
     });
 }
 
-TEST_F(Race, OpeningNeverFailsBecauseAnotherThreadCreatesTheFile) {
+TEST_F(RaceTest, OpensAFileThatAnotherThreadCreates) {
     const auto open = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     run(nothing, {open, createFile(u"/f")}, [&] {
         EXPECT_TRUE(succeeded(0)) << testing::PrintToString(answer(0));
@@ -169,7 +169,7 @@ TEST_F(Race, OpeningNeverFailsBecauseAnotherThreadCreatesTheFile) {
     });
 }
 
-TEST_F(Race, RecursiveCreationSucceedsInEveryThread) {
+TEST_F(RaceTest, CreatesFoldersRecursivelyInEveryThread) {
     const auto create = [](const IProvider& provider) { provider.doCreateFolderRecursive(at(u"/a/b/c/d")); };
     run(nothing, {create, create, create, create}, [&] {
         for (std::size_t call = 0; call < 4; ++call) {
@@ -179,21 +179,21 @@ TEST_F(Race, RecursiveCreationSucceedsInEveryThread) {
     });
 }
 
-TEST_F(Race, OfTwoRemovalsOfOneFileExactlyOneSucceeds) {
+TEST_F(RaceTest, RemovesAFileOnceInTwoThreads) {
     run(createFile(u"/f"), {removeFile(u"/f"), removeFile(u"/f")}, [&] {
         expectOneSuccess({ErrorCode::NotFound, u"/f"});
         EXPECT_FALSE(isFile(u"/f"));
     });
 }
 
-TEST_F(Race, OfTwoRemovalsOfOneFolderExactlyOneSucceeds) {
+TEST_F(RaceTest, RemovesAFolderOnceInTwoThreads) {
     run(createFolder(u"/a"), {removeFolder(u"/a"), removeFolder(u"/a")}, [&] {
         expectOneSuccess({ErrorCode::NotFound, u"/a"});
         EXPECT_FALSE(isFolder(u"/a"));
     });
 }
 
-TEST_F(Race, AFolderIsRemovedOrReceivesAFile) {
+TEST_F(RaceTest, RemovesAFolderOrCreatesAFileInIt) {
     run(createFolder(u"/a"), {removeFolder(u"/a"), createFile(u"/a/f")}, [&] {
         EXPECT_NE(succeeded(0), succeeded(1));
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -203,7 +203,7 @@ TEST_F(Race, AFolderIsRemovedOrReceivesAFile) {
     });
 }
 
-TEST_F(Race, AFolderIsRemovedOrReceivesAFolder) {
+TEST_F(RaceTest, RemovesAFolderOrCreatesAFolderInIt) {
     run(createFolder(u"/a"), {removeFolder(u"/a"), createFolder(u"/a/b")}, [&] {
         EXPECT_NE(succeeded(0), succeeded(1));
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -213,7 +213,7 @@ TEST_F(Race, AFolderIsRemovedOrReceivesAFolder) {
     });
 }
 
-TEST_F(Race, AFolderIsRemovedOrAFileMovesIntoIt) {
+TEST_F(RaceTest, RemovesAFolderOrMovesAFileIntoIt) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         makeFile(provider, u"/f", 1);
@@ -227,7 +227,7 @@ TEST_F(Race, AFolderIsRemovedOrAFileMovesIntoIt) {
     });
 }
 
-TEST_F(Race, RecursiveRemovalOrphansNoNewFile) {
+TEST_F(RaceTest, OrphansNoNewFileDuringARecursiveRemoval) {
     const auto removeAll = [](const IProvider& provider) { provider.doRemoveFolderRecursively(at(u"/a")); };
     run(createFolder(u"/a"), {removeAll, createFile(u"/a/f")}, [&] {
         EXPECT_TRUE(succeeded(0) || answer(0) == (Answer{ErrorCode::FolderNotEmpty, u"/a"}));
@@ -238,7 +238,7 @@ TEST_F(Race, RecursiveRemovalOrphansNoNewFile) {
     });
 }
 
-TEST_F(Race, OfTwoMovesOfOneFileExactlyOneSucceeds) {
+TEST_F(RaceTest, MovesAFileOnceInTwoThreads) {
     const auto prepare = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     run(prepare,
         {moveFile(u"/f", u"/g", ReplacementPolicy::RefuseExisting),
@@ -257,7 +257,7 @@ void makeTwoFiles(const IProvider& provider) {
     provider.doOpenStream(at(u"/g"), {})->write(Record(2).bytes(), Record::size);
 }
 
-TEST_F(Race, OfTwoFilesMovedToOnePathTheRefusedOneStays) {
+TEST_F(RaceTest, KeepsTheRefusedOneOfTwoFilesMovedToOnePath) {
     run(makeTwoFiles,
         {moveFile(u"/f", u"/t", ReplacementPolicy::RefuseExisting),
          moveFile(u"/g", u"/t", ReplacementPolicy::RefuseExisting)},
@@ -269,7 +269,7 @@ TEST_F(Race, OfTwoFilesMovedToOnePathTheRefusedOneStays) {
         });
 }
 
-TEST_F(Race, OfTwoFilesMovedToOnePathWithReplacementOneIsLeft) {
+TEST_F(RaceTest, KeepsOneOfTwoFilesMovedToOnePathWithReplacement) {
     run(makeTwoFiles,
         {moveFile(u"/f", u"/t", ReplacementPolicy::ReplaceExisting),
          moveFile(u"/g", u"/t", ReplacementPolicy::ReplaceExisting)},
@@ -280,7 +280,7 @@ TEST_F(Race, OfTwoFilesMovedToOnePathWithReplacementOneIsLeft) {
         });
 }
 
-TEST_F(Race, OfTwoCopiesToOnePathExactlyOneSucceedsAndNoTemporaryFileIsLeft) {
+TEST_F(RaceTest, CopiesOnceToOnePathAndLeavesNoTemporaryFile) {
     const auto copy = [](const Path& source) {
         return [=](const IProvider& provider) {
             provider.doCopyFile(at(source), at(u"/t"), ReplacementPolicy::RefuseExisting);
@@ -293,7 +293,7 @@ TEST_F(Race, OfTwoCopiesToOnePathExactlyOneSucceedsAndNoTemporaryFileIsLeft) {
     });
 }
 
-TEST_F(Race, ACopyToAFolderThatMovesSucceedsOrLeavesAtMostItsTemporaryFile) {
+TEST_F(RaceTest, CopiesToAMovingFolderOrLeavesAtMostATemporaryFile) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         makeFile(provider, u"/f", 1);
@@ -314,7 +314,7 @@ TEST_F(Race, ACopyToAFolderThatMovesSucceedsOrLeavesAtMostItsTemporaryFile) {
     });
 }
 
-TEST_F(Race, AFileCreatedInAMovingFolderMovesWithItOrIsNotCreated) {
+TEST_F(RaceTest, MovesANewFileWithItsFolderOrDoesNotCreateIt) {
     run(createFolder(u"/a"),
         {moveFolder(u"/a", u"/b", ReplacementPolicy::RefuseExisting), createFile(u"/a/f")}, [&] {
             EXPECT_TRUE(succeeded(0)) << testing::PrintToString(answer(0));
@@ -325,7 +325,7 @@ TEST_F(Race, AFileCreatedInAMovingFolderMovesWithItOrIsNotCreated) {
         });
 }
 
-TEST_F(Race, OfTwoFoldersThatMoveIntoEachOtherExactlyOneSucceeds) {
+TEST_F(RaceTest, MovesOneOfTwoFoldersIntoTheOther) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         provider.doCreateFolder(at(u"/b"));
@@ -346,7 +346,7 @@ TEST_F(Race, OfTwoFoldersThatMoveIntoEachOtherExactlyOneSucceeds) {
         });
 }
 
-TEST_F(Race, OfTwoFoldersThatReplaceEachOtherTheEmptyOneIsReplaced) {
+TEST_F(RaceTest, ReplacesTheEmptyOneOfTwoFoldersThatReplaceEachOther) {
     const auto prepare = [](const IProvider& provider) {
         provider.doCreateFolder(at(u"/a"));
         provider.doCreateFolder(at(u"/b"));
@@ -364,7 +364,7 @@ TEST_F(Race, OfTwoFoldersThatReplaceEachOtherTheEmptyOneIsReplaced) {
         });
 }
 
-TEST_F(Race, AFileThatMustExistIsOpenedOrNotFound) {
+TEST_F(RaceTest, OpensAFileThatMustExistOrDoesNotFindIt) {
     const auto prepare = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     const auto open = [](const IProvider& provider) {
         const auto stream = provider.doOpenStream(at(u"/f"), {.existence = ByteStreamExistence::MustExist});
@@ -379,7 +379,7 @@ TEST_F(Race, AFileThatMustExistIsOpenedOrNotFound) {
     });
 }
 
-TEST_F(Race, AFileIsOpenedBeforeItsRemovalOrCreatedAfterIt) {
+TEST_F(RaceTest, OpensAFileBeforeItsRemovalOrCreatesItAfterwards) {
     const auto prepare = [](const IProvider& provider) { makeFile(provider, u"/f", 1); };
     std::uint64_t opened = 0;
     const auto open = [&](const IProvider& provider) {
@@ -435,7 +435,7 @@ std::array<std::vector<std::uint64_t>, 4> readRecords(ByteStream& stream) {
     return tags;
 }
 
-TEST(RacingStreams, AppendsAreNeitherLostNorTornWhileTheFileMoves) {
+TEST(RacingStreamsTest, AppendsAreNeitherLostNorTornWhileTheFileMoves) {
     const InMemoryProvider provider;
     const std::array early{provider.doOpenStream(at(u"/f"), appending),
                            provider.doOpenStream(at(u"/f"), appending)};
@@ -472,7 +472,7 @@ TEST(RacingStreams, AppendsAreNeitherLostNorTornWhileTheFileMoves) {
     }
 }
 
-TEST(RacingStreams, AReaderNeverSeesATornRecord) {
+TEST(RacingStreamsTest, NeverReadATornRecord) {
     constexpr long mostRecords = 16;
     constexpr std::uint64_t writes = 2000;
     const InMemoryProvider provider;
@@ -520,7 +520,7 @@ TEST(RacingStreams, AReaderNeverSeesATornRecord) {
     runTogether({overwrite, appendAndEmpty, resize, read});
 }
 
-TEST(RacingStreams, AFileReplacedByMovesCanAlwaysBeOpened) {
+TEST(RacingStreamsTest, AlwaysOpenAFileReplacedByMoves) {
     constexpr std::uint64_t last = 1000;
     const InMemoryProvider provider;
     provider.doOpenStream(at(u"/t"), {})->write(Record(1).bytes(), Record::size);
@@ -550,7 +550,7 @@ TEST(RacingStreams, AFileReplacedByMovesCanAlwaysBeOpened) {
     EXPECT_EQ(record, Record(last));
 }
 
-TEST(RacingListings, AListingIsASnapshotOfTheFolder) {
+TEST(RacingListingsTest, ReturnASnapshotOfTheFolder) {
     constexpr int files = 200;
     std::vector<Path> names;
     for (int i = 0; i < files; ++i) {
@@ -579,7 +579,7 @@ TEST(RacingListings, AListingIsASnapshotOfTheFolder) {
     runTogether({change, list, list});
 }
 
-TEST(RacingListings, AFolderOnlyGrowsFromListingToListingWhileFilesAreCreated) {
+TEST(RacingListingsTest, LoseNoEntryWhileFilesAreCreated) {
     const InMemoryProvider provider;
     std::atomic<bool> done = false;
     const auto create = [&] {
@@ -601,7 +601,7 @@ TEST(RacingListings, AFolderOnlyGrowsFromListingToListingWhileFilesAreCreated) {
 
 // Nodes by themselves, without a file system and its lock.
 
-TEST(RacingNodes, AFolderCanBeQueriedWhileItsChildrenChange) {
+TEST(RacingNodesTest, CanBeQueriedWhileChildrenChange) {
     const boost::posix_time::ptime time(boost::gregorian::date(2001, 2, 3));
     const InMemoryEntryPath lasting(u"/a/lasting");
     const InMemoryEntryPath changing(u"/a/changing");

@@ -15,13 +15,13 @@ constexpr std::size_t roundsPerMix = 2000;
 
 class Linearizability : public testing::TestWithParam<RoundMix> {};
 
-TEST_P(Linearizability, EveryRoundIsLinearizable) {
+TEST_P(LinearizabilityTest, HoldsInEveryRound) {
     const Rounds rounds{.mix = GetParam(), .seed = 1, .first = 0, .count = roundsPerMix};
     const auto unexplained = firstUnexplained(rounds);
     EXPECT_FALSE(unexplained.has_value()) << shown(rounds, *unexplained);
 }
 
-INSTANTIATE_TEST_SUITE_P(EveryMix, Linearizability, testing::ValuesIn(allMixes),
+INSTANTIATE_TEST_SUITE_P(EveryMix, LinearizabilityTest, testing::ValuesIn(allMixes),
                          [](const auto& mix) { return "mix" + std::to_string(static_cast<int>(mix.param)); });
 
 } // namespace

@@ -58,7 +58,7 @@ protected:
     History history_;
 };
 
-TEST_F(OrderOfCalls, OverlappingCallsMayTakeEffectInAnyOrder) {
+TEST_F(OrderOfCallsTest, AllowsAnyOrderOfOverlappingCalls) {
     add(0, 0, 3, removeF_, ok);
     add(1, 1, 2, askForF_, exists);
     history_.tree.erase(u"/f");
@@ -67,14 +67,14 @@ TEST_F(OrderOfCalls, OverlappingCallsMayTakeEffectInAnyOrder) {
     EXPECT_TRUE(isExplained());
 }
 
-TEST_F(OrderOfCalls, ACallTakesEffectAfterCallsThatEndedBeforeIt) {
+TEST_F(OrderOfCallsTest, KeepsTheOrderOfCallsThatDoNotOverlap) {
     add(0, 0, 1, removeF_, ok);
     add(1, 2, 3, askForF_, exists);
     history_.tree.erase(u"/f");
     EXPECT_FALSE(isExplained());
 }
 
-TEST_F(OrderOfCalls, AMovedFileHasOnePath) {
+TEST_F(OrderOfCallsTest, RejectsAMovedFileWithTwoPaths) {
     add(0, 0, 5, moveFToG_, ok);
     add(1, 1, 2, askForG_, exists);
     add(1, 3, 4, askForF_, exists);
@@ -85,7 +85,7 @@ TEST_F(OrderOfCalls, AMovedFileHasOnePath) {
     EXPECT_TRUE(isExplained());
 }
 
-TEST_F(OrderOfCalls, FailuresAndListingsAreCompared) {
+TEST_F(OrderOfCallsTest, ComparesFailuresAndListings) {
     add(0, 0, 1, createF_, alreadyAtF);
     add(0, 2, 3, {.kind = Kind::ListAll, .path = u"/"},
         {.ending = {}, .listing = {FolderEntry(u"f", FolderEntry::EntryType::File)}});
@@ -94,12 +94,12 @@ TEST_F(OrderOfCalls, FailuresAndListingsAreCompared) {
     EXPECT_FALSE(isExplained());
 }
 
-TEST_F(OrderOfCalls, TheFinalTreeIsCompared) {
+TEST_F(OrderOfCallsTest, ComparesTheFinalTree) {
     add(0, 0, 1, removeF_, ok);
     EXPECT_FALSE(isExplained());
 }
 
-TEST_F(OrderOfCalls, LostBytesAreDetected) {
+TEST_F(OrderOfCallsTest, DetectsLostBytes) {
     add(0, 0, 1, {.kind = Kind::OpenReadOnlyStream, .path = u"/f"}, ok);
     add(0, 2, 3, {.kind = Kind::StreamWrite, .data = "x"}, ok);
     EXPECT_FALSE(isExplained());
@@ -107,7 +107,7 @@ TEST_F(OrderOfCalls, LostBytesAreDetected) {
     EXPECT_TRUE(isExplained());
 }
 
-TEST_F(OrderOfCalls, EachAttributeIsFromOneMomentOfTheCall) {
+TEST_F(OrderOfCallsTest, TakesEachAttributeFromOneMomentOfTheCall) {
     add(0, 0, 1, {.kind = Kind::OpenReadOnlyStream, .path = u"/f"}, ok);
     add(0, 2, 5, {.kind = Kind::StreamWrite, .data = "x"}, ok);
     add(1, 3, 4, describeF_, attributes(1, stamped));
@@ -117,7 +117,7 @@ TEST_F(OrderOfCalls, EachAttributeIsFromOneMomentOfTheCall) {
     EXPECT_FALSE(isExplained());
 }
 
-TEST_F(OrderOfCalls, ATimeIsSetInASecondStep) {
+TEST_F(OrderOfCallsTest, AllowsATimeToBeSetInASecondStep) {
     add(0, 0, 3, moveFToG_, ok);
     add(1, 1, 2, stampF_, ok);
     history_.tree.erase(u"/f");
@@ -127,7 +127,7 @@ TEST_F(OrderOfCalls, ATimeIsSetInASecondStep) {
     EXPECT_TRUE(isExplained());
 }
 
-TEST_F(OrderOfCalls, ATimeThatWasSetIsVisible) {
+TEST_F(OrderOfCallsTest, RequiresASetTimeToBeVisible) {
     add(0, 0, 1, stampF_, ok);
     add(1, 2, 3, describeF_, attributes(0, stamped));
     history_.tree[u"/f"].lastModified = set;

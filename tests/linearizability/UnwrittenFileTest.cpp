@@ -31,7 +31,7 @@ std::uint64_t sizeOfAll(const InMemoryProvider& provider) {
     return size;
 }
 
-TEST(UnwrittenFile, NoByteIsLostWhileTheFileAndItsFolderMove) {
+TEST(UnwrittenFileTest, LosesNoByteWhileTheFileAndItsFolderMove) {
     constexpr int rounds = 500;
     constexpr auto refuse = ReplacementPolicy::RefuseExisting;
     for (int round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {

@@ -48,7 +48,7 @@ void expectGrown(const Bytes& content, std::size_t oldSize, const std::string& t
     EXPECT_EQ(std::string(content.begin() + static_cast<std::ptrdiff_t>(oldSize), content.end()), text);
 }
 
-TEST(ContentWithoutMemory, GrowsWithLessSlackIfTheFirstAllocationFails) {
+TEST(ContentWithoutMemoryTest, GrowsWithLessSlackIfTheFirstAllocationFails) {
     for (const std::size_t size : {large, large + 1, 2 * large}) {
         for (const std::size_t added : {std::size_t{1}, size, 3 * size}) {
             SCOPED_TRACE(testing::Message() << added << " bytes added to " << size);
@@ -66,7 +66,7 @@ TEST(ContentWithoutMemory, GrowsWithLessSlackIfTheFirstAllocationFails) {
     }
 }
 
-TEST(ContentWithoutMemory, IsUnchangedIfNoAllocationSucceeds) {
+TEST(ContentWithoutMemoryTest, IsUnchangedIfNoAllocationSucceeds) {
     for (const std::size_t size : {large - 1, large, 3 * large}) {
         auto content = fullContent(size);
         unsigned long position = 0;
@@ -84,7 +84,7 @@ TEST(ContentWithoutMemory, IsUnchangedIfNoAllocationSucceeds) {
 }
 
 /// The constructor allocates the node, its content and its mutex.
-TEST(ContentWithoutMemory, ANodeIsCreatedCompletelyOrNotAtAll) {
+TEST(ContentWithoutMemoryTest, CreatesANodeCompletelyOrNotAtAll) {
     const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
     std::shared_ptr<InMemoryFileEntry> file;
     std::size_t failures = 0;
@@ -101,7 +101,7 @@ TEST(ContentWithoutMemory, ANodeIsCreatedCompletelyOrNotAtAll) {
     EXPECT_NE(file->getMutex(), nullptr);
 }
 
-TEST(ContentWithoutMemory, AFirstWriteLeavesTheFileEmptyWhenItsAllocationFails) {
+TEST(ContentWithoutMemoryTest, LeavesTheFileEmptyWhenTheAllocationOfAFirstWriteFails) {
     const boost::posix_time::ptime someTime(boost::gregorian::date(2001, 2, 3));
     InMemoryFileEntry file(InMemoryEntryPath(u"/f"), someTime, true);
     unsigned long position = 0;

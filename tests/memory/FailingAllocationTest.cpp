@@ -40,7 +40,7 @@ bool succeeds(const std::function<void*()>& form) {
     }
 }
 
-TEST(FailingAllocation, ReachesEveryFormOfNew) {
+TEST(FailingAllocationTest, ReachesEveryFormOfNew) {
     for (const auto* forms : {&throwingForms, &quietForms}) {
         for (const auto& [name, form] : *forms) {
             const FailingAllocation failure(1);
@@ -52,7 +52,7 @@ TEST(FailingAllocation, ReachesEveryFormOfNew) {
     }
 }
 
-TEST(FailingAllocation, FailsOnceOrFromThenOn) {
+TEST(FailingAllocationTest, FailsOnceOrFromThenOn) {
     {
         const FailingAllocation failure(0);
         EXPECT_FALSE(succeeds(throwingForms.at("plain")));
@@ -67,7 +67,7 @@ TEST(FailingAllocation, FailsOnceOrFromThenOn) {
     EXPECT_TRUE(succeeds(form));
 }
 
-TEST(FailingAllocation, DoesNotAffectOtherThreads) {
+TEST(FailingAllocationTest, DoesNotAffectOtherThreads) {
     bool succeeded = false;
     std::latch memoryIsShort(1);
     std::thread other([&] {

@@ -53,7 +53,7 @@ void expectFindsAll(const Index& index, Map& map) {
     }
 }
 
-TEST(IndexWithoutMemory, IsNotBuiltAndCanBeBuiltLater) {
+TEST(IndexWithoutMemoryTest, IsNotBuiltAndCanBeBuiltLater) {
     auto map = mapOf(count);
     Index index;
     {
@@ -67,7 +67,7 @@ TEST(IndexWithoutMemory, IsNotBuiltAndCanBeBuiltLater) {
     expectFindsAll(index, map);
 }
 
-TEST(IndexWithoutMemory, IsAbsentWhenItCannotBeRebuilt) {
+TEST(IndexWithoutMemoryTest, IsAbsentWhenItCannotBeRebuilt) {
     auto map = mapOf(count);
     auto index = indexOf(map);
     const FailingAllocation failure(0);
@@ -75,7 +75,7 @@ TEST(IndexWithoutMemory, IsAbsentWhenItCannotBeRebuilt) {
     EXPECT_FALSE(index);
 }
 
-TEST(IndexWithoutMemory, IsDroppedWhenItCannotGrow) {
+TEST(IndexWithoutMemoryTest, IsDroppedWhenItCannotGrow) {
     auto map = mapOf(mostOfSmallestTable - 1);
     auto index = indexOf(map);
     index.insert(map.try_emplace(pathOf(mostOfSmallestTable), 0).first);
@@ -87,7 +87,7 @@ TEST(IndexWithoutMemory, IsDroppedWhenItCannotGrow) {
     EXPECT_FALSE(index);
 }
 
-TEST(IndexWithoutMemory, KeepsALargeTableWhenItCannotShrink) {
+TEST(IndexWithoutMemoryTest, KeepsALargeTableWhenItCannotShrink) {
     auto map = mapOf(count);
     auto index = indexOf(map);
     {
@@ -117,7 +117,7 @@ InMemoryEntryPath numberedPath(std::size_t number) {
 }
 
 /// In each step, fails one allocation: the first, the second or the third.
-TEST(IndexWithoutMemory, KeepsAllElementsWhenNoSegmentCanBeAddedOrMerged) {
+TEST(IndexWithoutMemoryTest, KeepsAllElementsWhenNoSegmentCanBeAddedOrMerged) {
     constexpr std::size_t most = 5 * Index::segmentSize;
     for (std::size_t allowed = 0; allowed < 3; ++allowed) {
         Map map;
@@ -145,7 +145,7 @@ TEST(IndexWithoutMemory, KeepsAllElementsWhenNoSegmentCanBeAddedOrMerged) {
     }
 }
 
-TEST(IndexWithoutMemory, IsNotBuiltWhicheverSegmentCannotBeAllocated) {
+TEST(IndexWithoutMemoryTest, IsNotBuiltWhicheverSegmentCannotBeAllocated) {
     constexpr std::size_t most = 5 * Index::segmentSize;
     Map map;
     for (std::size_t number = 0; number < most; ++number) {
@@ -181,7 +181,7 @@ void expectHolds(const IndexedMap& map, std::size_t size) {
 
 /// Adds elements one by one. For each, fails every allocation in turn until the insertion succeeds without a
 /// failure.
-TEST(IndexWithoutMemory, KeepsTheMapCompleteWhicheverAllocationFails) {
+TEST(IndexWithoutMemoryTest, KeepsTheMapCompleteWhicheverAllocationFails) {
     IndexedMap map;
     std::size_t survivals = 0;
     for (std::size_t number = 0; number < count; ++number) {
@@ -208,7 +208,7 @@ TEST(IndexWithoutMemory, KeepsTheMapCompleteWhicheverAllocationFails) {
     EXPECT_GT(survivals, 0U);
 }
 
-TEST(IndexWithoutMemory, KeepsTheMapCompleteWhileNodesAreMoved) {
+TEST(IndexWithoutMemoryTest, KeepsTheMapCompleteWhileNodesAreMoved) {
     std::vector<IndexedMap::node_type> nodes;
     for (auto map = mapOf(count); !map.empty();) {
         nodes.push_back(map.extract(map.begin()));

@@ -43,30 +43,30 @@ std::vector<Case> casesOf(const std::vector<std::vector<Operation>>& tables) {
 
 class RefusedWhenOutOfMemory : public testing::TestWithParam<Case> {};
 
-TEST_P(RefusedWhenOutOfMemory, StaysRefused) {
+TEST_P(RefusedOutOfMemoryTest, StaysRefused) {
     sweepRefused(*GetParam().shape, GetParam().operation);
 }
 
-INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, RefusedWhenOutOfMemory,
+INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, RefusedOutOfMemoryTest,
                          testing::ValuesIn(casesOf({refusedOperations(), refusedHostOperations()})), nameOf);
 
 class WhenOutOfMemory : public testing::TestWithParam<Case> {};
 
-TEST_P(WhenOutOfMemory, Once) {
+TEST_P(OutOfMemoryTest, FailsOneAllocation) {
     sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::Once);
 }
 
-TEST_P(WhenOutOfMemory, Permanently) {
+TEST_P(OutOfMemoryTest, FailsAllLaterAllocations) {
     sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::FromThenOn);
 }
 
-INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, WhenOutOfMemory,
+INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, OutOfMemoryTest,
                          testing::ValuesIn(casesOf({providerOperations(), moveOperations(),
                                                     streamOperations(), listingOperations(),
                                                     hostOperations()})),
                          nameOf);
 
-TEST(MemoryExhaustion, CoversEveryOperationOfAProvider) {
+TEST(MemoryExhaustionTest, CoversEveryOperationOfAProvider) {
     const auto& catalogue = provider::providerOperations;
     std::set<std::optional<std::size_t>> called;
     for (const Case& tried : casesOf({providerOperations(), moveOperations(), hostOperations(),

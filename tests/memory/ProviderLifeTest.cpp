@@ -52,18 +52,18 @@ void expectToHoldTheRootAlone(const IProvider& provider) {
     EXPECT_EQ(takeSnapshot(provider).size(), 2U);
 }
 
-TEST(WhenOutOfMemory, TheEntryPointBuildsAProviderOrKeepsThePointer) {
+TEST(OutOfMemoryTest, BuildsAProviderOrKeepsThePointer) {
     expectToHoldTheRootAlone(
         *buildWithoutMemory("buildProvider_V1", [](auto& provider) { buildProvider_V1(&provider); }));
 }
 
-TEST(WhenOutOfMemory, AProviderIsBuiltCompletelyOrNotAtAll) {
+TEST(OutOfMemoryTest, BuildsAProviderCompletelyOrNotAtAll) {
     expectToHoldTheRootAlone(*buildWithoutMemory("buildInMemoryProvider", [](auto& provider) {
         provider = inmemoryprovider::buildInMemoryProvider();
     }));
 }
 
-TEST(WhenOutOfMemory, AProviderCanBeDestroyed) {
+TEST(OutOfMemoryTest, DestroysAProvider) {
     for (const auto& shape : treeShapes()) {
         auto provider = build(shape);
         {
@@ -75,7 +75,7 @@ TEST(WhenOutOfMemory, AProviderCanBeDestroyed) {
     }
 }
 
-TEST(WhenOutOfMemory, NoInternalExceptionIsThrownWithoutItsMessage) {
+TEST(OutOfMemoryTest, ThrowsNoInternalExceptionWithoutItsMessage) {
     const inmemoryprovider::InMemoryEntryPath longPath(std::u16string(100, u'x'));
     const auto outcome = runInChild([&] {
         const FailingAllocation failure(0);

@@ -36,13 +36,13 @@ std::u16string anyText() {
     return *rc::gen::container<std::u16string>(rc::gen::elementOf(units)).as("text");
 }
 
-TEST(EntryPathProperties, EveryShortTextFollowsTheRules) {
+TEST(EntryPathPropertiesTest, HoldForEveryShortText) {
     for (const auto& text : shortTexts(7)) {
         EXPECT_EQ(ruleBrokenBy(text), "") << shown(text);
     }
 }
 
-TEST(EntryPathProperties, EveryPairOfShortTextsIsOrderedAndAppendedByTheRules) {
+TEST(EntryPathPropertiesTest, OrderAndAppendEveryPairOfShortTexts) {
     for (const auto& leftText : shortTexts(4)) {
         for (const auto& rightText : shortTexts(4)) {
             EXPECT_EQ(ruleBrokenBy(leftText, rightText), "") << shown(leftText) + " and " + shown(rightText);
@@ -73,7 +73,7 @@ RC_GTEST_PROP(EntryPathProperties, AnyTextCanBeAppendedRepeatedly, ()) {
     }
 }
 
-TEST(EntryPathProperties, EveryPathHasATextThatAddressesIt) {
+TEST(EntryPathPropertiesTest, AddressEveryPathByAText) {
     for (const auto& text : pathPool()) {
         const auto path = normalised(text);
         EXPECT_EQ(InMemoryEntryPath(addressOf(path)).string(), path) << shown(text);

@@ -83,7 +83,7 @@ constexpr auto deepEndings = std::to_array<DeepEnding>({
     {"listing clone", "behind some entries"},
 });
 
-TEST(ProviderAndModel, ReachEveryDeepOutcome) {
+TEST(ProviderAndModelTest, ReachEveryDeepOutcome) {
     constexpr std::uint64_t sequencesPerMix = 15;
     OutcomeTally tally;
     for (const Mix mix : {Mix::Everyday, Mix::Moves, Mix::Content, Mix::WeirdPaths}) {
@@ -102,7 +102,7 @@ TEST(ProviderAndModel, ReachEveryDeepOutcome) {
     }
 }
 
-TEST(ProviderAndModel, CoverEveryRequiredOperation) {
+TEST(ProviderAndModelTest, CoverEveryRequiredOperation) {
     using provider::ProviderOperation;
     for (const auto& [name, kind] : provider::providerOperations) {
         const bool isTried = std::find(operationNames.begin(), operationNames.end(),

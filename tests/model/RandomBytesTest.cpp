@@ -14,7 +14,7 @@
 namespace storage::inmemoryprovider::tests {
 namespace {
 
-TEST(ProviderAndModel, AgreeOnSequencesFromRandomBytes) {
+TEST(ProviderAndModelTest, AgreeOnSequencesFromRandomBytes) {
     constexpr int sequences = 100;
     constexpr std::size_t length = 2000; // bytes; an operation takes a few of them
     constexpr std::size_t changesPerComparison = 4;

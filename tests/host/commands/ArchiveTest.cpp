@@ -111,7 +111,7 @@ protected:
 
 class ArchiveFormatTest : public ArchiveTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(ArchiveFormatTest, ATreeComesBack) {
+TEST_P(ArchiveFormatTest, RoundTripsATree) {
     succeed("import -q " + source_ + " /src");
     const std::string file = disk_ / "out." + GetParam();
     EXPECT_EQ(succeed("export /src " + file), "exported 3 folders, 4 files, 700022 bytes, 1 symbolic link\n");
@@ -137,7 +137,7 @@ INSTANTIATE_TEST_SUITE_P(Endings, ArchiveFormatTest,
                              return name;
                          });
 
-TEST_F(ArchiveTest, TarKeepsNanosecondsAttributesAndNamesOfOneFile) {
+TEST_F(ArchiveTest, KeepsNanosecondsAttributesAndHardLinksInTar) {
     fs::create_hard_link(disk_ / "src/a", disk_ / "src/folder/second");
     const bool hasXattrs = ::setxattr((disk_ / "src/a").c_str(), "user.note", "text", 4, 0) == 0;
     setTime("src/a", 1700000000, 123456789);
@@ -153,7 +153,7 @@ TEST_F(ArchiveTest, TarKeepsNanosecondsAttributesAndNamesOfOneFile) {
               hasXattrs ? 4 : -1);
 }
 
-TEST_F(ArchiveTest, WhatAFormatCannotHoldIsSaid) {
+TEST_F(ArchiveTest, CountsWhatAFormatCannotStore) {
     if (::setxattr((disk_ / "src/a").c_str(), "user.note", "text", 4, 0) != 0) {
         GTEST_SKIP() << "no extended attributes here: " << std::strerror(errno);
     }
@@ -164,7 +164,7 @@ TEST_F(ArchiveTest, WhatAFormatCannotHoldIsSaid) {
                             disk_ / "out.zip" + ": the archive format cannot store 1 extended attribute\n");
 }
 
-TEST_F(ArchiveTest, NamesKeepTheirBytes) {
+TEST_F(ArchiveTest, KeepsTheBytesOfNames) {
     const std::string odd = "not \xFF utf-8";
     disk_.write("odd/" + odd, "odd");
     succeed("import -q " + disk_ / "odd" + " /odd");
@@ -179,7 +179,7 @@ TEST_F(ArchiveTest, NamesKeepTheirBytes) {
     EXPECT_FALSE(fs::exists(disk_ / "odd.zip"));
 }
 
-TEST_F(ArchiveTest, TheContentGoesIntoTheFolderAndKeepsWhatIsThere) {
+TEST_F(ArchiveTest, MergesTheContentIntoAnExistingFolder) {
     disk_.write("x.tar",
                 tarFile(tarEntry("./", '5') + tarEntry("./a", '0', "new") + tarEntry("d/e/f", '0', "f")));
     succeed("mkdir /p");
@@ -192,7 +192,7 @@ TEST_F(ArchiveTest, TheContentGoesIntoTheFolderAndKeepsWhatIsThere) {
               "imported 6 folders, 4 files, 8 bytes\n");
 }
 
-TEST_F(ArchiveTest, FoldersGetTheirTimesWhateverTheOrder) {
+TEST_F(ArchiveTest, SetsTheTimesOfFoldersInAnyOrder) {
     disk_.write("x.tar", tarFile(tarEntry("d/f", '0', "f") + tarEntry("e/g", '0', "g") + tarEntry("d/", '5') +
                                  tarEntry("d/h", '0', "h") + tarEntry("e/", '5')));
     EXPECT_EQ(succeed("import " + disk_ / "x.tar" + " /p"), "imported 3 folders, 3 files, 3 bytes\n");
@@ -200,7 +200,7 @@ TEST_F(ArchiveTest, FoldersGetTheirTimesWhateverTheOrder) {
     EXPECT_EQ(succeed("find /p"), "/p\n/p/d\n/p/d/f\n/p/d/h\n/p/e\n/p/e/g\n");
 }
 
-TEST_F(ArchiveTest, NothingLeavesTheTarget) {
+TEST_F(ArchiveTest, RefusesPathsOutsideTheTarget) {
     disk_.write("evil.tar",
                 tarFile(tarEntry("../out", '0', "x") + tarEntry("/abs", '0', "x") +
                         tarEntry("a/../../out", '0', "x") + tarEntry("link", '2', "", "/etc") +
@@ -220,7 +220,7 @@ TEST_F(ArchiveTest, NothingLeavesTheTarget) {
     EXPECT_EQ(succeed("find /"), "/\n/p\n/p/good\n");
 }
 
-TEST_F(ArchiveTest, ATruncatedArchiveIsOneFailureAndNothingIsHalfThere) {
+TEST_F(ArchiveTest, ReportsATruncatedArchiveOnceAndImportsNoPartialFile) {
     const std::string whole =
         tarEntry("d/", '5') + tarEntry("d/a", '0', "a") + tarEntry("d/b", '0', std::string(5000, 'b'));
     for (const std::size_t size : {std::size_t{700}, std::size_t{2100}, whole.size() - 600}) {
@@ -233,7 +233,7 @@ TEST_F(ArchiveTest, ATruncatedArchiveIsOneFailureAndNothingIsHalfThere) {
     EXPECT_THAT(succeed("stat /p/d"), HasSubstr("2023-11-14")); // the entries before the damage are complete
 }
 
-TEST_F(ArchiveTest, ADamagedArchiveIsOneFailure) {
+TEST_F(ArchiveTest, ReportsADamagedArchiveOnce) {
     succeed("import -q " + source_ + " /src");
     for (const std::string ending : {"tar.gz", "tar.zst", "tar.xz", "tar.bz2"}) {
         const std::string file = disk_ / "out." + ending;
@@ -248,7 +248,7 @@ TEST_F(ArchiveTest, ADamagedArchiveIsOneFailure) {
     EXPECT_THAT(failOnce("import " + disk_.write("zero.zip", "") + " /p"), HasSubstr("zero.zip: "));
 }
 
-TEST_F(ArchiveTest, AnArchiveThatWouldNotBeCompleteIsNotMade) {
+TEST_F(ArchiveTest, CreatesNoIncompleteArchive) {
     succeed("import -q " + source_ + " /src");
     disk_.write("out.tar", "old");
     provider_->beforeRead = [] { throw std::runtime_error("unreadable"); };
@@ -263,7 +263,7 @@ TEST_F(ArchiveTest, AnArchiveThatWouldNotBeCompleteIsNotMade) {
     EXPECT_EQ(namesIn(disk_.path()), "out.tar src");
 }
 
-TEST_F(ArchiveTest, AReplacedArchiveKeepsItsPermissionsAndNothingElseIsReplaced) {
+TEST_F(ArchiveTest, KeepsThePermissionsOfAReplacedArchiveAndReplacesNothingElse) {
     succeed("write /f text");
     disk_.write("out.tar", "old");
     fs::permissions(disk_ / "out.tar", fs::perms(0600));
@@ -277,7 +277,7 @@ TEST_F(ArchiveTest, AReplacedArchiveKeepsItsPermissionsAndNothingElseIsReplaced)
     EXPECT_EQ(namesIn(disk_ / "folder.tar"), "f");
 }
 
-TEST_F(ArchiveTest, PutAndGetTakeArchivesAsFiles) {
+TEST_F(ArchiveTest, TransfersArchivesAsFilesWithPutAndGet) {
     disk_.write("x.zip", "any bytes");
     succeed("put " + disk_ / "x.zip" + " /");
     EXPECT_EQ(succeed("cat /x.zip"), "any bytes");
@@ -285,7 +285,7 @@ TEST_F(ArchiveTest, PutAndGetTakeArchivesAsFiles) {
     EXPECT_EQ(readFile(disk_ / "y.zip"), "any bytes");
 }
 
-TEST_F(ArchiveTest, SeveralSourcesAndTheRootGoIntoOneArchive) {
+TEST_F(ArchiveTest, ExportsSeveralSourcesAndTheRootToOneArchive) {
     succeed("import -q " + source_ + " /src");
     succeed("write /other other");
     EXPECT_EQ(succeed("export /src/a /other " + disk_ / "two.tar"),
@@ -301,7 +301,7 @@ TEST_F(ArchiveTest, SeveralSourcesAndTheRootGoIntoOneArchive) {
     EXPECT_FALSE(fs::exists(disk_ / "x.tar"));
 }
 
-TEST_F(ArchiveTest, PatternsUpdateAndDryRunWorkOnArchives) {
+TEST_F(ArchiveTest, AppliesPatternsUpdateAndDryRunToArchives) {
     succeed("import -q " + source_ + " /src");
     EXPECT_EQ(succeed("export --dry-run --include 'l*' /src " + disk_ / "out.tar"),
               "'/src' -> '" + disk_ / "out.tar" + ": src'\n'/src/folder' -> '" + disk_ / "out.tar" +
@@ -319,7 +319,7 @@ TEST_F(ArchiveTest, PatternsUpdateAndDryRunWorkOnArchives) {
                   "' -> '/p/src/empty file'\nwould import 3 folders, 2 files, 13 bytes\n");
 }
 
-TEST_F(ArchiveTest, AFileInTheWayOfAFolderIsOneFailure) {
+TEST_F(ArchiveTest, ReportsAFileInTheWayOfAFolderOnce) {
     disk_.write("x.tar", tarFile(tarEntry("d/", '5') + tarEntry("d/a", '0', "a") +
                                  tarEntry("d/e/b", '0', "b") + tarEntry("z", '0', "z")));
     succeed("mkdir /p");
@@ -328,7 +328,7 @@ TEST_F(ArchiveTest, AFileInTheWayOfAFolderIsOneFailure) {
     EXPECT_EQ(succeed("find /p"), "/p\n/p/d\n/p/z\n");
 }
 
-TEST_F(ArchiveTest, TheStandardInputAndOutputAreArchives) {
+TEST_F(ArchiveTest, ReadsAndWritesStandardStreams) {
     const ProgramRun packed({"-c", "import -q " + source_ + " /src", "-c", "export -q /src -"});
     ASSERT_EQ(packed.status(), 0) << packed.errors();
     EXPECT_EQ(packed.errors(), "");
@@ -343,7 +343,7 @@ TEST_F(ArchiveTest, TheStandardInputAndOutputAreArchives) {
     EXPECT_THAT(fail("import - /p"), HasSubstr("-: the standard input provides the command lines"));
 }
 
-TEST_F(ArchiveTest, OtherProgramsReadWhatIsExported) {
+TEST_F(ArchiveTest, ExportsForOtherPrograms) {
     succeed("import -q " + source_ + " /src");
     struct Reader {
         std::string program;
@@ -371,7 +371,7 @@ TEST_F(ArchiveTest, OtherProgramsReadWhatIsExported) {
     }
 }
 
-TEST_F(ArchiveTest, WhatOtherProgramsMadeIsImported) {
+TEST_F(ArchiveTest, ImportsFromOtherPrograms) {
     fs::create_hard_link(disk_ / "src/a", disk_ / "src/folder/second");
     struct Writer {
         std::string program;

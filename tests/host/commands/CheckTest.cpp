@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(CheckTest, FindsAnImportEqual) {
+TEST_F(CheckTest, ReportsEqualityAfterAnImport) {
     EXPECT_EQ(succeed("check"), "check: 2 folders, 2 files, 600003 bytes: equal\n");
     EXPECT_EQ(succeed("check -t"), "check: 2 folders, 2 files, 600003 bytes: equal\n");
 }
@@ -78,7 +78,7 @@ TEST_F(CheckTest, FindsFilesThatAreShorterOrLonger) {
                                 " at byte 2: 0x58, on disk 0x6E; 4 bytes, on disk 3\n");
 }
 
-TEST_F(CheckTest, FindsWhatIsMissingOnEitherSide) {
+TEST_F(CheckTest, ReportsEntriesMissingOnEitherSide) {
     succeed("rm /n/f");
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: missing, " + disk_ / "src/f" + " is a file\n");
     fs::remove(disk_ / "src/f");
@@ -103,7 +103,7 @@ TEST_F(CheckTest, FindsAnotherWritableFlagOfAFile) {
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: read-only, but " + disk_ / "src/f" + " is writable\n");
 }
 
-TEST_F(CheckTest, ComparesTimesOfFilesOnlyWhenAsked) {
+TEST_F(CheckTest, ComparesTimesOfFilesOnlyWithItsOption) {
     const timespec times[2] = {{0, UTIME_OMIT}, {1000000000, 1000}};
     ASSERT_EQ(::utimensat(AT_FDCWD, (disk_ / "src/f").c_str(), times, 0), 0);
     provider_->doSetLastModified(StorageIRI(u"/n/f"),
@@ -122,7 +122,7 @@ TEST_F(CheckTest, ReportsEveryDifference) {
     EXPECT_EQ(output(), "check: 2 folders, 1 file, 2 bytes: 3 differences\n");
 }
 
-TEST_F(CheckTest, LeavesOutWhatAnImportSkips) {
+TEST_F(CheckTest, SkipsEntriesThatAnImportSkips) {
     const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
     const std::string name = disk_ / "src/sock";
     sockaddr_un address{AF_UNIX, {}};
@@ -149,7 +149,7 @@ TEST_F(CheckTest, ComparesTheTargetsOfLinks) {
                   " points to 's'\n");
 }
 
-TEST_F(CheckTest, ComparesWhichNamesAreOneFile) {
+TEST_F(CheckTest, ComparesHardLinks) {
     fs::create_hard_link(disk_ / "src/f", disk_ / "src/g");
     succeed("import " + disk_ / "src" + " /m");
     succeed("check /m " + disk_ / "src");
@@ -271,7 +271,7 @@ TEST_F(CheckTest, FindsOtherPermissions) {
               "qzstorage: check: /m/f: permissions 640, but " + disk_ / "out/f" + " has 4640\n");
 }
 
-TEST_F(CheckTest, DoesNotMissPermissionsThatANewFileHas) {
+TEST_F(CheckTest, ComparesPermissionsThatANewFileHas) {
     succeed("export /n " + disk_ / "out");
     ASSERT_EQ(::chmod((disk_ / "out/f").c_str(), 0601), 0);
     EXPECT_THAT(difference("check /n " + disk_ / "out"), HasSubstr("but " + disk_ / "out/f" + " has 601\n"));
@@ -279,7 +279,7 @@ TEST_F(CheckTest, DoesNotMissPermissionsThatANewFileHas) {
     EXPECT_THAT(difference(), HasSubstr("but " + disk_ / "src/f" + " has 601\n"));
 }
 
-TEST_F(CheckTest, DoesNotKnowThePermissionsOfWhatTheSessionMade) {
+TEST_F(CheckTest, DoesNotComparePermissionsOfNewEntries) {
     disk_.write("out", "");
     ASSERT_EQ(::chmod((disk_ / "out").c_str(), 0600), 0);
     succeed("write /made text");
@@ -287,7 +287,7 @@ TEST_F(CheckTest, DoesNotKnowThePermissionsOfWhatTheSessionMade) {
     succeed("check /made " + disk_ / "out");
 }
 
-TEST_F(CheckTest, TheWritableFlagIsNotReportedAgainAsPermissions) {
+TEST_F(CheckTest, ReportsTheWritableFlagOnlyOnce) {
     ASSERT_EQ(::chmod((disk_ / "src/f").c_str(), 0464), 0);
     succeed("import " + disk_ / "src" + " /m");
     succeed("export /m " + disk_ / "out");
@@ -300,7 +300,7 @@ TEST_F(CheckTest, TheWritableFlagIsNotReportedAgainAsPermissions) {
     succeed("check /m/f " + disk_ / "f");
 }
 
-TEST_F(CheckTest, ComparesTimesOfFoldersOnlyWhenAsked) {
+TEST_F(CheckTest, ComparesTimesOfFoldersOnlyWithItsOption) {
     succeed("export /n " + disk_ / "out");
     succeed("touch /n/s");
     succeed("check");
@@ -323,7 +323,7 @@ TEST_F(CheckTest, ChecksEveryImportOfTheSessionEachAgainstItsOwnSource) {
     EXPECT_EQ(difference(), "qzstorage: check: /n/other/h: missing, " + disk_ / "other/h" + " is a file\n");
 }
 
-TEST_F(CheckTest, MissesNothingThatWasImportedIntoAnotherImport) {
+TEST_F(CheckTest, ComparesImportsIntoAnotherImport) {
     disk_.write("single", "1234567");
     succeed("import " + disk_ / "single" + " /n/s/single");
     EXPECT_EQ(succeed("check -t"), "check: 2 folders, 3 files, 600010 bytes: equal\n");
@@ -342,7 +342,7 @@ TEST_F(CheckTest, MissesNothingThatWasImportedIntoAnotherImport) {
     EXPECT_EQ(difference(), "qzstorage: check: /n/s: missing, " + disk_ / "src/s" + " is a folder\n");
 }
 
-TEST_F(CheckTest, ImportsIntoOneFolderAreOneTree) {
+TEST_F(CheckTest, ComparesImportsIntoOneFolderAsOneTree) {
     disk_.write("other/f", "another");
     disk_.write("other/s/h", "h");
     disk_.write("third/s/h", "third");
@@ -359,7 +359,7 @@ TEST_F(CheckTest, ImportsIntoOneFolderAreOneTree) {
     EXPECT_THAT(fail("check"), HasSubstr(disk_ / "third: No such file or directory\n"));
 }
 
-TEST_F(CheckTest, AFileThatReplacesAnImportIsTheOneToCompare) {
+TEST_F(CheckTest, ComparesAFileThatReplacesAnImport) {
     disk_.write("other", "another");
     succeed("import " + disk_ / "other" + " /n/f");
     succeed("check");
@@ -373,7 +373,7 @@ TEST_F(CheckTest, AFileThatReplacesAnImportIsTheOneToCompare) {
     EXPECT_EQ(difference(), "qzstorage: check: /n/f: missing, " + disk_ / "src/f" + " is a file\n");
 }
 
-TEST_F(CheckTest, AFolderThatHoldsAnImportNeedsNoCounterpart) {
+TEST_F(CheckTest, RequiresNoCounterpartOfAFolderThatContainsAnImport) {
     disk_.write("single", "single");
     succeed("mkdir -p /n/made/below");
     succeed("import " + disk_ / "single" + " /n/made/below/single");
@@ -388,7 +388,7 @@ TEST_F(CheckTest, AFolderThatHoldsAnImportNeedsNoCounterpart) {
               "qzstorage: check: /n/made: a file; a folder with imported entries was expected\n");
 }
 
-TEST_F(CheckTest, AFolderThatWasOnlyFilledKeepsItsAttributes) {
+TEST_F(CheckTest, IgnoresAttributesOfAFolderThatWasOnlyFilled) {
     ASSERT_EQ(::chmod((disk_ / "src").c_str(), 0555), 0);
     succeed("mkdir /m");
     succeed("import " + disk_ / "src/." + " /m");
@@ -402,13 +402,13 @@ TEST_F(CheckTest, FollowsALinkThatWasImportedByItsName) {
     EXPECT_EQ(succeed("check"), "check: 3 folders, 4 files, 1200006 bytes: equal\n");
 }
 
-TEST_F(CheckTest, NeedsBothPathsOrNone) {
+TEST_F(CheckTest, RequiresBothPathsOrNone) {
     EXPECT_EQ(run("check /n"), ExitStatus::Usage);
 }
 
 class CheckWithoutImportTest : public SessionTest {};
 
-TEST_F(CheckWithoutImportTest, ProvesNothingAndSaysSo) {
+TEST_F(CheckWithoutImportTest, FailsBecauseThereIsNothingToCompare) {
     EXPECT_EQ(fail("check"), "qzstorage: check: nothing to compare: the session has imported nothing\n");
     EXPECT_EQ(output(), "");
 }

@@ -60,7 +60,7 @@ TEST_F(ContentCommandsTest, TailPrintsTheLastLinesOrBytes) {
     EXPECT_EQ(succeed("tail -c 1000000 /f"), numbers(1, 100000));
 }
 
-TEST_F(ContentCommandsTest, EndsOfOddFiles) {
+TEST_F(ContentCommandsTest, PrintsTheEndsOfUnusualFiles) {
     put(u"/empty", "");
     put(u"/open", "a\nb");
     for (const std::string command : {"head", "tail"}) {
@@ -72,7 +72,7 @@ TEST_F(ContentCommandsTest, EndsOfOddFiles) {
     EXPECT_EQ(succeed("head -n 1 /open"), "a\n");
 }
 
-TEST_F(ContentCommandsTest, SeveralFilesHaveHeadings) {
+TEST_F(ContentCommandsTest, PrintsHeadingsOfSeveralFiles) {
     succeed("write /a 1");
     succeed("write /b 2");
     EXPECT_EQ(succeed("head /a b"), "==> /a <==\n1\n\n==> b <==\n2\n");
@@ -80,7 +80,7 @@ TEST_F(ContentCommandsTest, SeveralFilesHaveHeadings) {
     EXPECT_EQ(output(), "==> /a <==\n1\n\n==> /b <==\n2\n");
 }
 
-TEST_F(ContentCommandsTest, HeadAndTailRefuseWhatTheyCannotFollow) {
+TEST_F(ContentCommandsTest, RejectsInvalidOptionsOfHeadAndTail) {
     EXPECT_EQ(fail("head /"), "qzstorage: head: /: is a folder\n");
     EXPECT_EQ(run("head -n 1x /f"), ExitStatus::Usage);
     EXPECT_EQ(errors(), "qzstorage: head: -n: '1x' is not a number\n");
@@ -88,7 +88,7 @@ TEST_F(ContentCommandsTest, HeadAndTailRefuseWhatTheyCannotFollow) {
     EXPECT_EQ(run("tail -n 1 -c 1 /f"), ExitStatus::Usage);
 }
 
-TEST_F(ContentCommandsTest, GrepPrintsTheLinesThatMatch) {
+TEST_F(ContentCommandsTest, GrepPrintsMatchingLines) {
     put(u"/f", "Apple\nbanana\napple pie\nlast apple");
     EXPECT_EQ(succeed("grep apple /f"), "apple pie\nlast apple\n");
     EXPECT_EQ(succeed("grep -i ^apple /f"), "Apple\napple pie\n");
@@ -99,7 +99,7 @@ TEST_F(ContentCommandsTest, GrepPrintsTheLinesThatMatch) {
     EXPECT_EQ(succeed("grep -c cherry /f"), "0\n");
 }
 
-TEST_F(ContentCommandsTest, GrepNeverTakesItsPatternForAPath) {
+TEST_F(ContentCommandsTest, GrepNeverExpandsItsPattern) {
     succeed("mkdir /d");
     succeed("write /d/f a*");
     succeed("cd /d");
@@ -122,13 +122,13 @@ TEST_F(ContentCommandsTest, GrepSearchesFolders) {
     EXPECT_THAT(errors(), HasSubstr("grep: invalid regular expression '(': "));
 }
 
-TEST_F(ContentCommandsTest, GrepReadsLinesThatAreLongerThanABlock) {
+TEST_F(ContentCommandsTest, GrepReadsLinesLongerThanABlock) {
     put(u"/f", std::string(600000, 'x') + "y\n" + std::string(600000, 'x') + "\nz\n");
     EXPECT_EQ(succeed("grep -c y /f"), "1\n");
     EXPECT_EQ(succeed("grep -n z /f"), "3:z\n");
 }
 
-TEST_F(ContentCommandsTest, Sha256sumIsThatOfTheBytes) {
+TEST_F(ContentCommandsTest, Sha256sumPrintsTheChecksumOfTheBytes) {
     put(u"/empty", "");
     put(u"/abc", "abc");
     put(u"/million", std::string(1000000, 'a'));
@@ -139,7 +139,7 @@ TEST_F(ContentCommandsTest, Sha256sumIsThatOfTheBytes) {
     EXPECT_EQ(fail("sha256sum /"), "qzstorage: sha256sum: /: is a folder\n");
 }
 
-TEST_F(ContentCommandsTest, DiffSaysWhereFilesDiffer) {
+TEST_F(ContentCommandsTest, DiffPrintsTheFirstDifference) {
     put(u"/a", std::string(300000, '\n') + "one");
     put(u"/b", std::string(300000, '\n') + "onE");
     put(u"/c", std::string(300000, '\n'));
@@ -152,7 +152,7 @@ TEST_F(ContentCommandsTest, DiffSaysWhereFilesDiffer) {
     EXPECT_EQ(fail("diff / /a"), "qzstorage: diff: /: is a folder\n");
 }
 
-TEST_F(ContentCommandsTest, FilesThatAreReadCanBeInterrupted) {
+TEST_F(ContentCommandsTest, StopsReadingWhenInterrupted) {
     put(u"/f", std::string(2000000, 'x'));
     for (const char* const line :
          {"head -n 1 /f", "tail -n 1 /f", "grep y /f", "sha256sum /f", "diff /f /f"}) {
@@ -177,7 +177,7 @@ public:
     bool isBroken = false;
 };
 
-TEST_F(ContentCommandsTest, DfCountsWhatTheStorageHolds) {
+TEST_F(ContentCommandsTest, DfCountsTheContentOfTheStorage) {
     succeed("mkdir -p /a/b");
     succeed("truncate -s 2000 /a/f /g");
     EXPECT_EQ(succeed("df"), "        Size         Free      Content     Files   Folders\n"

@@ -20,7 +20,7 @@ protected:
     std::filesystem::path before_ = std::filesystem::current_path();
 };
 
-TEST_F(DiskFolderCommandsTest, LcdChangesTheFolderThatDiskPathsStartAt) {
+TEST_F(DiskFolderCommandsTest, LcdChangesTheCurrentFolderOnDisk) {
     EXPECT_EQ(succeed("lpwd"), before_.string() + "\n");
     succeed("lcd " + disk_ / "s*");
     EXPECT_EQ(succeed("lpwd"), disk_ / "src" + "\n");
@@ -42,12 +42,12 @@ TEST_F(DiskFolderCommandsTest, LlsListsTheDisk) {
     EXPECT_EQ(output(), "out:\nx\n");
 }
 
-TEST_F(DiskFolderCommandsTest, NamesOfTheDiskAreShownByteByByte) {
+TEST_F(DiskFolderCommandsTest, PrintsTheBytesOfNamesOnDisk) {
     disk_.write("odd/\xFF\n", "");
     EXPECT_EQ(succeed("lls " + disk_ / "odd"), "\xFF\n\n");
 }
 
-TEST_F(DiskFolderCommandsTest, PutAndGetAreImportAndExport) {
+TEST_F(DiskFolderCommandsTest, PutImportsAndGetExports) {
     EXPECT_EQ(succeed("put " + disk_ / "src/b" + " /c"), "imported 0 folders, 1 file, 1 byte\n");
     EXPECT_EQ(succeed("get /c " + disk_ / "out"), "exported 0 folders, 1 file, 1 byte\n");
     EXPECT_EQ(readFile(disk_ / "out/c"), "2");

@@ -36,19 +36,19 @@ protected:
     }
 };
 
-TEST_F(ExportTest, WritesAWholeTreeAndCountsIt) {
+TEST_F(ExportTest, ExportsAndCountsATree) {
     EXPECT_EQ(succeed("export /a " + disk_ / "out"), "exported 2 folders, 2 files, 8 bytes\n");
     EXPECT_EQ(namesIn(disk_ / "out"), "f s");
     EXPECT_EQ(readFile(disk_ / "out/s/g"), "two\n");
 }
 
-TEST_F(ExportTest, GoesIntoAnExistingFolderUnderItsOwnName) {
+TEST_F(ExportTest, ExportsIntoAnExistingFolderUnderItsOwnName) {
     succeed("export /a /a/f " + disk_.path() + "/");
     EXPECT_EQ(namesIn(disk_.path()), "a f");
     EXPECT_EQ(namesIn(disk_ / "a"), "f s");
 }
 
-TEST_F(ExportTest, TheRootPutsItsContentIntoTheFolder) {
+TEST_F(ExportTest, ExportsTheContentOfTheRoot) {
     disk_.makeFolder("out");
     succeed("chmod -w /");
     EXPECT_EQ(succeed("export / " + disk_ / "out"), "exported 3 folders, 2 files, 8 bytes\n");
@@ -75,7 +75,7 @@ protected:
     mode_t modeOf(const std::string& name) const { return statusOf(disk_ / name).st_mode & 07777U; }
 };
 
-TEST_F(ExportModeTest, PermissionsComeBack) {
+TEST_F(ExportModeTest, RestoresPermissions) {
     succeed("export /src " + disk_ / "out");
     EXPECT_EQ(modeOf("out/private/secret"), 0600U);
     EXPECT_EQ(modeOf("out/private"), 0700U);
@@ -83,7 +83,7 @@ TEST_F(ExportModeTest, PermissionsComeBack) {
     EXPECT_EQ(modeOf("out/shared"), 0664U);
 }
 
-TEST_F(ExportModeTest, NobodyElsesProgramComesToRunWithTheRightsOfTheUser) {
+TEST_F(ExportModeTest, NeverCreatesAProgramThatGivesOthersTheUsersRights) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can make files of others";
     }
@@ -108,7 +108,7 @@ TEST_F(ExportModeTest, NobodyElsesProgramComesToRunWithTheRightsOfTheUser) {
     }
 }
 
-TEST_F(ExportModeTest, WhatCannotBeGivenAwayGetsNoSetIds) {
+TEST_F(ExportModeTest, ClearsSetIdsIfTheOwnerCannotBeSet) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can make files of others";
     }
@@ -150,7 +150,7 @@ protected:
     }
 };
 
-TEST_F(ExportKeptTest, SymbolicLinksComeBackAndAreReplaced) {
+TEST_F(ExportKeptTest, RestoresAndReplacesSymbolicLinks) {
     disk_.write("src/f", "x");
     fs::create_symlink("f", disk_ / "src/link");
     fs::create_symlink("../nowhere", disk_ / "src/dangling");
@@ -176,7 +176,7 @@ TEST_F(ExportKeptTest, SymbolicLinksComeBackAndAreReplaced) {
     EXPECT_EQ(namesIn(disk_ / "out"), "dangling f link");
 }
 
-TEST_F(ExportKeptTest, SymbolicLinksFollowTheirFolderAndGiveWayToFiles) {
+TEST_F(ExportKeptTest, MovesSymbolicLinksWithTheirFolderAndReplacesThemByFiles) {
     disk_.write("src/f", "x");
     fs::create_symlink("f", disk_ / "src/link");
     importSource();
@@ -195,7 +195,7 @@ TEST_F(ExportKeptTest, SymbolicLinksFollowTheirFolderAndGiveWayToFiles) {
     EXPECT_EQ(namesIn(disk_ / "other"), "f");
 }
 
-TEST_F(ExportKeptTest, NamesOfOneFileStayNamesOfOneFile) {
+TEST_F(ExportKeptTest, RestoresHardLinks) {
     disk_.write("src/a", "x");
     disk_.makeFolder("src/s");
     fs::create_hard_link(disk_ / "src/a", disk_ / "src/b");
@@ -218,7 +218,7 @@ TEST_F(ExportKeptTest, NamesOfOneFileStayNamesOfOneFile) {
     EXPECT_TRUE(isOneFile("changed/a", "changed/d"));
 }
 
-TEST_F(ExportKeptTest, ACopyIsAFileOfItsOwn) {
+TEST_F(ExportKeptTest, SeparatesACopyFromItsHardLinks) {
     disk_.write("src/a", "x");
     fs::create_hard_link(disk_ / "src/a", disk_ / "src/b");
     importSource();
@@ -228,7 +228,7 @@ TEST_F(ExportKeptTest, ACopyIsAFileOfItsOwn) {
     EXPECT_FALSE(isOneFile("out/a", "out/c"));
 }
 
-TEST_F(ExportKeptTest, TimesComeBackToTheNanosecondUntilTheyChange) {
+TEST_F(ExportKeptTest, RestoresUnchangedTimesToTheNanosecond) {
     disk_.write("src/f", "x");
     disk_.write("src/g", "x");
     const timespec times[2] = {{0, UTIME_OMIT}, {1000000000, 123456789}};
@@ -244,7 +244,7 @@ TEST_F(ExportKeptTest, TimesComeBackToTheNanosecondUntilTheyChange) {
     EXPECT_GT(statusOf(disk_ / "out/g").st_mtim.tv_sec, 1000000000);
 }
 
-TEST_F(ExportKeptTest, ExtendedAttributesComeBack) {
+TEST_F(ExportKeptTest, RestoresExtendedAttributes) {
     disk_.write("src/f", "x");
     for (const char* const name : {"src/f", "src"}) {
         if (::setxattr((disk_ / name).c_str(), "user.note", name, std::strlen(name), 0) != 0) {
@@ -258,7 +258,7 @@ TEST_F(ExportKeptTest, ExtendedAttributesComeBack) {
     succeed("check /src " + disk_ / "out");
 }
 
-TEST_F(ExportKeptTest, HolesComeBackOfFilesThatHadSome) {
+TEST_F(ExportKeptTest, RestoresHolesOfFilesThatHadSome) {
     constexpr std::size_t size = 8U << 20U;
     constexpr std::size_t middle = size / 2;
     disk_.write("src/dense", std::string(size, '\0'));
@@ -281,7 +281,7 @@ TEST_F(ExportKeptTest, HolesComeBackOfFilesThatHadSome) {
     succeed("check /src " + disk_ / "out");
 }
 
-TEST_F(ExportKeptTest, AFileWithAHoleAtItsEndHasItsSize) {
+TEST_F(ExportKeptTest, RestoresTheSizeOfAFileWithAHoleAtItsEnd) {
     disk_.write("src/f", "x");
     fs::resize_file(disk_ / "src/f", 1U << 20U);
     disk_.write("src/g", "");
@@ -313,7 +313,7 @@ TEST_F(ExportKeptTest, OwnersComeBackForTheSuperuser) {
     EXPECT_EQ(statusOf(disk_ / "out/fifo").st_mode, S_IFIFO | 0640U);
 }
 
-TEST_F(ExportKeptTest, WhatAKilledExportLeftOfALinkIsRemoved) {
+TEST_F(ExportKeptTest, RemovesTheTemporaryLinkOfAKilledExport) {
     disk_.makeFolder("out");
     fs::create_symlink("x", disk_ / "out/.qzstorage-0123456789abcdef-0.part");
     succeed("export /a/f " + disk_ / "out");
@@ -321,7 +321,7 @@ TEST_F(ExportKeptTest, WhatAKilledExportLeftOfALinkIsRemoved) {
     EXPECT_EQ(namesIn(disk_ / "out"), "a f");
 }
 
-TEST_F(ExportModeTest, AFolderThatWasImportedInPartStaysPrivate) {
+TEST_F(ExportModeTest, KeepsAPartlyImportedFolderPrivate) {
     provider_->beforeWrite = [] { std::raise(SIGINT); };
     EXPECT_EQ(run("import " + disk_ / "src/private" + " /part"), ExitStatus::Interrupted);
     provider_->beforeWrite = [] {};
@@ -330,7 +330,7 @@ TEST_F(ExportModeTest, AFolderThatWasImportedInPartStaysPrivate) {
     EXPECT_EQ(modeOf("out"), 0700U);
 }
 
-TEST_F(ExportModeTest, AFolderThatIsExportedInPartHasItsPermissions) {
+TEST_F(ExportModeTest, SetsThePermissionsOfAPartlyExportedFolder) {
     fs::permissions(disk_ / "src/private", fs::perms(0750));
     succeed("import " + disk_ / "src" + " /again");
     provider_->beforeRead = [] { std::raise(SIGINT); };
@@ -341,7 +341,7 @@ TEST_F(ExportModeTest, AFolderThatIsExportedInPartHasItsPermissions) {
     EXPECT_EQ(namesIn(disk_ / "out"), "");
 }
 
-TEST_F(ExportModeTest, PermissionsFollowMovesAndCopies) {
+TEST_F(ExportModeTest, KeepsPermissionsOfMovesAndCopies) {
     succeed("mv /src/private /moved");
     succeed("cp -r /moved /copy");
     succeed("cp /src/program /run");
@@ -353,7 +353,7 @@ TEST_F(ExportModeTest, PermissionsFollowMovesAndCopies) {
     EXPECT_EQ(modeOf("run"), 0755U);
 }
 
-TEST_F(ExportModeTest, WhatTakesTheNameOfARemovedFileIsNew) {
+TEST_F(ExportModeTest, ForgetsThePermissionsOfARemovedFile) {
     succeed("rm -f /src/private/secret");
     succeed("write /src/private/secret public");
     const mode_t mask = ::umask(022);
@@ -362,14 +362,14 @@ TEST_F(ExportModeTest, WhatTakesTheNameOfARemovedFileIsNew) {
     EXPECT_EQ(modeOf("out"), 0666U & ~mask);
 }
 
-TEST_F(ExportModeTest, TheWritableFlagIsStronger) {
+TEST_F(ExportModeTest, PrefersTheWritableFlag) {
     succeed("chmod -w /src/shared /src/private");
     succeed("export /src " + disk_ / "out");
     EXPECT_EQ(modeOf("out/shared"), 0444U);
     EXPECT_EQ(modeOf("out/private"), 0500U);
 }
 
-TEST_F(ExportModeTest, AReplacedFileKeepsOwnerAndPermissions) {
+TEST_F(ExportModeTest, KeepsOwnerAndPermissionsOfAReplacedFile) {
     disk_.write("out/f", "before");
     fs::permissions(disk_ / "out/f", fs::perms(0600));
     const bool isRoot = ::geteuid() == 0;
@@ -384,7 +384,7 @@ TEST_F(ExportModeTest, AReplacedFileKeepsOwnerAndPermissions) {
     EXPECT_EQ(statusOf(disk_ / "out/f").st_gid, isRoot ? nobody : ::getegid());
 }
 
-TEST_F(ExportModeTest, NobodyElseReadsWhatIsNotComplete) {
+TEST_F(ExportModeTest, HidesIncompleteFilesFromOtherUsers) {
     const std::string out = disk_.makeFolder("out");
     int seen = 0;
     provider_->beforeRead = [&] {
@@ -398,7 +398,7 @@ TEST_F(ExportModeTest, NobodyElseReadsWhatIsNotComplete) {
     provider_->beforeRead = [] {};
 }
 
-TEST_F(ExportTest, SeveralSourcesNeedAFolder) {
+TEST_F(ExportTest, RequiresAFolderForSeveralSources) {
     EXPECT_EQ(fail("export /a /a/f " + disk_ / "x"),
               "qzstorage: export: " + disk_ / "x" + ": not a folder\n");
 }
@@ -416,7 +416,7 @@ TEST_F(ExportTest, KeepsTimesToTheMicrosecond) {
     }
 }
 
-TEST_F(ExportTest, WhatIsReadOnlyHasNoWriteBits) {
+TEST_F(ExportTest, ClearsWriteBitsOfReadOnlyEntries) {
     succeed("chmod -w /a/s/g /a/s");
     succeed("export /a " + disk_ / "out");
     EXPECT_EQ(statusOf(disk_ / "out/s/g").st_mode & 0222U, 0U);
@@ -461,7 +461,7 @@ TEST_F(ExportTest, DoesNotWriteThroughALinkToAFolderBelowTheTop) {
     EXPECT_EQ(namesIn(disk_ / "elsewhere"), "");
 }
 
-TEST_F(ExportTest, ALinkToAFolderThatTheUserNamesIsFollowed) {
+TEST_F(ExportTest, FollowsALinkToTheTargetFolder) {
     disk_.makeFolder("elsewhere");
     fs::create_symlink("elsewhere", disk_ / "link");
     succeed("export / " + disk_ / "link");
@@ -470,7 +470,7 @@ TEST_F(ExportTest, ALinkToAFolderThatTheUserNamesIsFollowed) {
     EXPECT_EQ(namesIn(disk_ / "elsewhere"), "a f");
 }
 
-TEST_F(ExportTest, ALinkUnderTheNameOfTheSourceIsNot) {
+TEST_F(ExportTest, RefusesALinkWithTheNameOfTheSource) {
     disk_.makeFolder("elsewhere");
     fs::create_symlink("elsewhere", disk_ / "a");
     EXPECT_EQ(fail("export /a " + disk_.path()),
@@ -478,7 +478,7 @@ TEST_F(ExportTest, ALinkUnderTheNameOfTheSourceIsNot) {
     EXPECT_EQ(namesIn(disk_ / "elsewhere"), "");
 }
 
-TEST_F(ExportTest, AMissingSourceOrFolderIsNamed) {
+TEST_F(ExportTest, NamesAMissingSourceOrFolder) {
     EXPECT_EQ(fail("export /x " + disk_ / "out"), "qzstorage: export: /x: no such file or folder\n");
     EXPECT_EQ(fail("export /a " + disk_ / "x/y"),
               "qzstorage: export: " + disk_ / "x/y" + ": No such file or directory\n");

@@ -47,7 +47,7 @@ TEST_F(FailureCauseTest, NamesTheTopmostMissingFolder) {
     EXPECT_EQ(fail("truncate -s 1 /a/x/y"), "qzstorage: truncate: /a/x/y: folder /a/x does not exist\n");
 }
 
-TEST_F(FailureCauseTest, NamesAFileThatHasTakenTheFoldersPlaceMeanwhile) {
+TEST_F(FailureCauseTest, NamesAFileThatReplacedTheFolder) {
     before("createFile", [&](const StorageIRI&) {
         provider_->doRemoveFolder(StorageIRI(u"/a"));
         provider_->doCreateFile(StorageIRI(u"/a"));
@@ -63,13 +63,13 @@ TEST_F(FailureCauseTest, NamesTheReadOnlyEntry) {
     EXPECT_EQ(fail("append /f x"), "qzstorage: append: /f: the file is read-only\n");
 }
 
-TEST_F(FailureCauseTest, SaysThatANewEntryMayHaveAnImpossibleName) {
+TEST_F(FailureCauseTest, ReportsThatANewNameMayBeUnsupported) {
     refuse("createFile", ErrorCode::NotFound);
     EXPECT_EQ(fail("touch /a/f"),
               "qzstorage: touch: /a/f: no such file or folder, or the storage does not support the name\n");
 }
 
-TEST_F(FailureCauseTest, SaysNoMoreThanIsCertain) {
+TEST_F(FailureCauseTest, ReportsNoMoreThanIsCertain) {
     refuse("moveFile", ErrorCode::NotFound);
     EXPECT_EQ(fail("mv /f /a/f"),
               "qzstorage: mv: /f: not found: an entry of the required kind, or the folder that "
@@ -84,7 +84,7 @@ TEST_F(FailureCauseTest, SaysNoMoreThanIsCertain) {
     EXPECT_EQ(fail("rm /f"), "qzstorage: rm: /f: this provider does not offer the operation\n");
 }
 
-TEST_F(FailureCauseTest, SaysWhatItKnowsWhenTheStorageDoesNotAnswer) {
+TEST_F(FailureCauseTest, ReportsTheErrorWhenTheStorageFails) {
     bool isRefused = false;
     provider_->before = [&](const std::string& called, const StorageIRI& iri) {
         if (isRefused) {

@@ -25,19 +25,19 @@ protected:
     }
 };
 
-TEST_F(FileCommandsTest, MkdirMakesFolders) {
+TEST_F(FileCommandsTest, MkdirCreatesFolders) {
     succeed("mkdir /a /a/b c");
     EXPECT_EQ(succeed("find / -type d"), "/\n/a\n/a/b\n/c\n");
 }
 
-TEST_F(FileCommandsTest, MkdirRefusesWhatIsThereAndMissingParents) {
+TEST_F(FileCommandsTest, MkdirRefusesExistingEntriesAndMissingParents) {
     succeed("mkdir /a");
     EXPECT_EQ(fail("mkdir /a /x/y /b"), "qzstorage: mkdir: /a: already exists\n"
                                         "qzstorage: mkdir: /x/y: folder /x does not exist\n");
     EXPECT_EQ(succeed("ls"), "a\nb\n");
 }
 
-TEST_F(FileCommandsTest, MkdirWithParentsMakesAllThatIsMissing) {
+TEST_F(FileCommandsTest, MkdirWithParentsCreatesMissingParents) {
     succeed("mkdir -p /a/b/c");
     succeed("mkdir -p /a/b/c /a/d/e");
     EXPECT_EQ(succeed("find / -type d"), "/\n/a\n/a/b\n/a/b/c\n/a/d\n/a/d/e\n");
@@ -45,7 +45,7 @@ TEST_F(FileCommandsTest, MkdirWithParentsMakesAllThatIsMissing) {
     EXPECT_EQ(fail("mkdir -p /f"), "qzstorage: mkdir: /f: already exists\n");
 }
 
-TEST_F(FileCommandsTest, NothingIsMadeOrFoundBelowAFile) {
+TEST_F(FileCommandsTest, FindsAndCreatesNothingBelowAFile) {
     succeed("mkdir /a");
     succeed("touch /a/f");
     disk_.write("f", "x");
@@ -69,7 +69,7 @@ TEST_F(FileCommandsTest, RmdirRemovesEmptyFoldersOnly) {
     EXPECT_EQ(succeed("ls"), "a\nf\n");
 }
 
-TEST_F(FileCommandsTest, RmRemovesFilesAndGoesOnAfterFailures) {
+TEST_F(FileCommandsTest, RmContinuesAfterFailures) {
     succeed("touch /f /g");
     succeed("mkdir /a");
     EXPECT_EQ(fail("rm /f /x /a /g"), "qzstorage: rm: /x: no such file or folder\n"
@@ -77,7 +77,7 @@ TEST_F(FileCommandsTest, RmRemovesFilesAndGoesOnAfterFailures) {
     EXPECT_EQ(succeed("ls"), "a\n");
 }
 
-TEST_F(FileCommandsTest, RmRemovesWholeTreesWhenAsked) {
+TEST_F(FileCommandsTest, RmRecursiveRemovesFolders) {
     succeed("mkdir -p /a/b/c");
     succeed("touch /a/f /a/b/g");
     succeed("rm -r /a");
@@ -95,7 +95,7 @@ TEST_F(FileCommandsTest, RmKeepsReadOnlyFilesUnlessForced) {
     EXPECT_EQ(succeed("ls"), "");
 }
 
-TEST_F(FileCommandsTest, RmForcedKeepsAReadOnlyFileReadOnlyIfItsFolderIsReadOnlyToo) {
+TEST_F(FileCommandsTest, RmForcedKeepsTheFlagOfAFileInAReadOnlyFolder) {
     succeed("mkdir /a");
     succeed("touch /a/g");
     succeed("chmod -w /a/g /a");
@@ -103,7 +103,7 @@ TEST_F(FileCommandsTest, RmForcedKeepsAReadOnlyFileReadOnlyIfItsFolderIsReadOnly
     EXPECT_THAT(succeed("stat /a/g"), HasSubstr("writable: no"));
 }
 
-TEST_F(FileCommandsTest, RmForcedDoesNotMindWhatIsMissing) {
+TEST_F(FileCommandsTest, RmForcedIgnoresMissingEntries) {
     succeed("rm -f /nowhere /no/where");
 }
 
@@ -114,7 +114,7 @@ TEST_F(FileCommandsTest, RmNeverRemovesTheRoot) {
     EXPECT_EQ(succeed("ls"), "f\n");
 }
 
-TEST_F(FileCommandsTest, TouchMakesFilesAndSetsTimes) {
+TEST_F(FileCommandsTest, TouchCreatesFilesAndSetsTimes) {
     const boost::posix_time::ptime old(boost::gregorian::date(2000, 1, 1));
     succeed("touch /f");
     succeed("mkdir /a");
@@ -140,7 +140,7 @@ TEST_F(FileCommandsTest, ChmodSetsTheWritableFlag) {
     succeed("touch /a/g");
 }
 
-TEST_F(FileCommandsTest, ChmodKnowsTwoModesOnly) {
+TEST_F(FileCommandsTest, ChmodAcceptsTwoModesOnly) {
     EXPECT_EQ(run("chmod 644 /f"), ExitStatus::Usage);
     EXPECT_EQ(errors(), "qzstorage: chmod: '644' is neither +w nor -w\n");
     EXPECT_EQ(run("chmod -x /f"), ExitStatus::Usage);
@@ -148,14 +148,14 @@ TEST_F(FileCommandsTest, ChmodKnowsTwoModesOnly) {
     EXPECT_EQ(fail("chmod -w /f"), "qzstorage: chmod: /f: no such file or folder\n");
 }
 
-TEST_F(FileCommandsTest, WriteReplacesContentByALine) {
+TEST_F(FileCommandsTest, WriteReplacesContentWithALine) {
     succeed("write /f hello 'big  world'");
     EXPECT_EQ(succeed("cat /f"), "hello big  world\n");
     succeed("write /f");
     EXPECT_EQ(succeed("cat /f"), "\n");
 }
 
-TEST_F(FileCommandsTest, WriteTakesAnyWordsAsText) {
+TEST_F(FileCommandsTest, WriteAcceptsAnyWordsAsText) {
     succeed("write /f -n -- --help ++ [a,b] '*'");
     EXPECT_EQ(succeed("cat /f"), "-n -- --help ++ [a,b] *\n");
     succeed("write -- -f -x");
@@ -176,7 +176,7 @@ TEST_F(FileCommandsTest, WriteAndAppendRefuseFoldersAndMissingParents) {
     }
 }
 
-TEST_F(FileCommandsTest, CatPrintsFilesOneAfterTheOther) {
+TEST_F(FileCommandsTest, CatPrintsFilesInOrder) {
     succeed("write /f one");
     succeed("write /g two");
     succeed("mkdir /a");
@@ -197,7 +197,7 @@ TEST_F(FileCommandsTest, TruncateSetsTheSize) {
     EXPECT_EQ(succeed("du /f"), "1048576\t/f\n");
 }
 
-TEST_F(FileCommandsTest, TruncateRefusesOddSizesAndFolders) {
+TEST_F(FileCommandsTest, TruncateRejectsInvalidSizesAndFolders) {
     for (const std::string size :
          {"x", "1x", "1KK", "", "-1", "1.5", "17179869184G", "99999999999999999999"}) {
         EXPECT_EQ(run("truncate -s '" + size + "' /f"), ExitStatus::Usage) << size;
@@ -208,7 +208,7 @@ TEST_F(FileCommandsTest, TruncateRefusesOddSizesAndFolders) {
     EXPECT_EQ(succeed("ls"), "");
 }
 
-TEST_F(FileCommandsTest, TheFolderThatTheSessionStandsInIsNotRemoved) {
+TEST_F(FileCommandsTest, RefusesToRemoveTheCurrentFolder) {
     succeed("mkdir -p /a/b/c");
     succeed("cd /a/b");
     for (const auto& [word, path] : {std::pair{".", "/a/b"}, {"..", "/a"}, {"c/..", "/a/b"}}) {
@@ -234,7 +234,7 @@ private:
     std::optional<host::FileDescriptor> file_;
 };
 
-TEST_F(StandardInputTest, WriteAndAppendTakeItAsItIs) {
+TEST_F(StandardInputTest, IsWrittenUnchanged) {
     const std::string bytes = std::string(700000, 'x') + '\0' + "no newline";
     setInput(bytes);
     succeed("write /f -");
@@ -251,7 +251,7 @@ TEST_F(StandardInputTest, WriteAndAppendTakeItAsItIs) {
     EXPECT_EQ(succeed("cat /f"), "- x\n") << "only alone it stands for the input";
 }
 
-TEST_F(StandardInputTest, IsNotThereWhenTheLinesComeFromIt) {
+TEST_F(StandardInputTest, IsRefusedWhenItProvidesTheLines) {
     EXPECT_EQ(fail("write /f -"),
               "qzstorage: write: -: the standard input provides the command lines of this session; use "
               "'qzstorage -c LINE' or a script\n");
@@ -274,7 +274,7 @@ TEST_F(FileCommandsTest, ReportsWhyAReadOnlyFileCannotBeRemoved) {
     EXPECT_EQ(fail("rm -f /f"), "qzstorage: rm: /f: out of memory\n");
 }
 
-TEST_F(StandardInputTest, AFileIsReplacedWhenTheInputHasEnded) {
+TEST_F(StandardInputTest, ReplacesTheFileAtTheEndOfTheInput) {
     succeed("write /f old");
     int writes = 0;
     provider_->beforeWrite = [&] {
@@ -293,7 +293,7 @@ TEST_F(StandardInputTest, AFileIsReplacedWhenTheInputHasEnded) {
     EXPECT_EQ(fail("write /f -"), "qzstorage: write: /f: the file is read-only\n");
 }
 
-TEST_F(StandardInputTest, ReadingItCanBeInterrupted) {
+TEST_F(StandardInputTest, CanBeInterrupted) {
     setInput(std::string(700000, 'x'));
     provider_->beforeWrite = [] { std::raise(SIGINT); };
     EXPECT_EQ(run("write /f -"), ExitStatus::Interrupted);
@@ -301,7 +301,7 @@ TEST_F(StandardInputTest, ReadingItCanBeInterrupted) {
     EXPECT_EQ(succeed("ls /"), "");
 }
 
-TEST_F(FileCommandsTest, AFileThatCannotBeGrownToTheEndGetsItsOldSizeBack) {
+TEST_F(FileCommandsTest, TruncateRestoresTheSizeWhenGrowingFails) {
     succeed("write /f old");
     int writes = 0;
     provider_->beforeWrite = [&] {
@@ -313,7 +313,7 @@ TEST_F(FileCommandsTest, AFileThatCannotBeGrownToTheEndGetsItsOldSizeBack) {
     EXPECT_EQ(succeed("cat /f"), "old\n");
 }
 
-TEST_F(FileCommandsTest, GrowingAFileCanBeInterrupted) {
+TEST_F(FileCommandsTest, TruncateCanBeInterrupted) {
     succeed("write /f old");
     int writes = 0;
     provider_->beforeWrite = [&] {

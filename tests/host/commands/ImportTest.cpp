@@ -25,7 +25,7 @@ protected:
     }
 };
 
-TEST_F(ImportTest, BringsAWholeTreeAndCountsIt) {
+TEST_F(ImportTest, ImportsAndCountsATree) {
     disk_.write("src/f", "one\n");
     disk_.write("src/s/g", "four");
     disk_.makeFolder("src/empty");
@@ -34,7 +34,7 @@ TEST_F(ImportTest, BringsAWholeTreeAndCountsIt) {
     EXPECT_EQ(succeed("cat /new/f /new/s/g"), "one\nfour");
 }
 
-TEST_F(ImportTest, GoesIntoAnExistingFolderUnderItsOwnName) {
+TEST_F(ImportTest, ImportsIntoAnExistingFolderUnderItsOwnName) {
     disk_.write("src/f", "one");
     disk_.write("g", "x");
     EXPECT_EQ(succeed("import " + disk_ / "src/" + " " + disk_ / "g" + " /"),
@@ -42,20 +42,20 @@ TEST_F(ImportTest, GoesIntoAnExistingFolderUnderItsOwnName) {
     EXPECT_EQ(succeed("find /"), "/\n/g\n/src\n/src/f\n");
 }
 
-TEST_F(ImportTest, AFolderWithoutANameGivesItsContent) {
+TEST_F(ImportTest, ImportsTheContentOfAFolderWithoutAName) {
     disk_.write("src/f", "one");
     succeed("mkdir /d");
     succeed("import " + disk_ / "src/." + " /d");
     EXPECT_EQ(succeed("find /d"), "/d\n/d/f\n");
 }
 
-TEST_F(ImportTest, SeveralSourcesNeedAFolder) {
+TEST_F(ImportTest, RequiresAFolderForSeveralSources) {
     disk_.write("f", "one");
     EXPECT_EQ(fail("import " + disk_ / "f" + " " + disk_ / "f" + " /x"),
               "qzstorage: import: /x: no such file or folder\n");
 }
 
-TEST_F(ImportTest, AMissingFolderForTheTargetIsAFailure) {
+TEST_F(ImportTest, FailsIfTheFolderOfTheTargetIsMissing) {
     disk_.write("f", "one");
     EXPECT_EQ(fail("import " + disk_ / "f" + " /x/y"), "qzstorage: import: /x/y: folder /x does not exist\n");
     EXPECT_EQ(fail("import " + disk_.path() + " /x/y"),
@@ -63,7 +63,7 @@ TEST_F(ImportTest, AMissingFolderForTheTargetIsAFailure) {
     EXPECT_EQ(output(), "imported 0 folders, 0 files, 0 bytes\n");
 }
 
-TEST_F(ImportTest, AddsToWhatIsThereAndReplacesFiles) {
+TEST_F(ImportTest, MergesIntoFoldersAndReplacesFiles) {
     disk_.write("src/f", "new");
     succeed("mkdir /src");
     succeed("write /src/f a long old line");
@@ -83,7 +83,7 @@ TEST_F(ImportTest, KeepsTimesToTheMicrosecond) {
     EXPECT_THAT(succeed("stat /n"), HasSubstr("modified: 1969-12-31 23:59:59.000000 UTC"));
 }
 
-TEST_F(ImportTest, SaysWhichTimesAStorageCannotKeep) {
+TEST_F(ImportTest, ReportsTimesThatAStorageCannotStore) {
     constexpr time_t year10000 = 253402300800;
     disk_.write("src/f", "x");
     setTime(disk_ / "src/f", year10000, 0);
@@ -119,7 +119,7 @@ TEST_F(ImportTest, LeavesTheFlagOfAFolderThatItOnlyFills) {
     EXPECT_THAT(succeed("stat /"), testing::Not(HasSubstr("2001-09-09")));
 }
 
-TEST_F(ImportTest, AFileThatDoesNotFitIsNotThereAfterwardsAndTheRestGoesOn) {
+TEST_F(ImportTest, RemovesAFileThatDoesNotFitAndContinues) {
     disk_.write("src/a", std::string(1 << 20, 'x'));
     disk_.write("src/b", "x");
     provider_->beforeWrite = [writes = 0]() mutable {
@@ -132,7 +132,7 @@ TEST_F(ImportTest, AFileThatDoesNotFitIsNotThereAfterwardsAndTheRestGoesOn) {
     EXPECT_EQ(succeed("find /n"), "/n\n/n/b\n");
 }
 
-TEST_F(ImportTest, AReadOnlyFileIsReplacedToo) {
+TEST_F(ImportTest, ReplacesAReadOnlyFile) {
     disk_.write("src/f", "new");
     succeed("write /f old");
     succeed("chmod -w /f");
@@ -141,7 +141,7 @@ TEST_F(ImportTest, AReadOnlyFileIsReplacedToo) {
     EXPECT_THAT(succeed("stat /f"), HasSubstr("writable: yes"));
 }
 
-TEST_F(ImportTest, ReadOnlyFoldersCanBeImportedAgain) {
+TEST_F(ImportTest, ImportsReadOnlyFoldersAgain) {
     disk_.write("src/s/f", "one");
     fs::permissions(disk_ / "src/s", fs::perms::owner_read | fs::perms::owner_exec);
     succeed("import " + disk_ / "src" + " /");
@@ -185,7 +185,7 @@ protected:
     std::string before_;
 };
 
-TEST_F(ReplacingImportTest, AFailureAtAnyCallKeepsTheOldFile) {
+TEST_F(ReplacingImportTest, KeepsTheOldFileAfterAFailureAtAnyCall) {
     for (const std::string operation : {"createFile", "openStream", "write", "setWritable", "moveFile"}) {
         SCOPED_TRACE(operation);
         provider_->before = [&operation, done = false](const std::string& called, const StorageIRI&) mutable {
@@ -199,7 +199,7 @@ TEST_F(ReplacingImportTest, AFailureAtAnyCallKeepsTheOldFile) {
     }
 }
 
-TEST_F(ReplacingImportTest, AnInterruptionKeepsTheOldFile) {
+TEST_F(ReplacingImportTest, KeepsTheOldFileAfterAnInterruption) {
     provider_->before = [&](const std::string& called, const StorageIRI&) {
         if (called == "write") {
             std::raise(SIGINT);
@@ -209,7 +209,7 @@ TEST_F(ReplacingImportTest, AnInterruptionKeepsTheOldFile) {
     expectAsBefore();
 }
 
-TEST_F(ReplacingImportTest, WithoutRoomForBothTheOldFileStays) {
+TEST_F(ReplacingImportTest, KeepsTheOldFileWithoutSpaceForBoth) {
     provider_->before = [&](const std::string& called, const StorageIRI&) {
         if (called == "write") {
             throw std::bad_alloc();
@@ -222,20 +222,20 @@ TEST_F(ReplacingImportTest, WithoutRoomForBothTheOldFileStays) {
     expectAsBefore();
 }
 
-TEST_F(ReplacingImportTest, AReadOnlyFolderThatIsOnlyAddedToKeepsItsFiles) {
+TEST_F(ReplacingImportTest, RefusesToReplaceAFileOfAReadOnlyFolder) {
     succeed("chmod -w /d");
     EXPECT_EQ(fail(line()), "qzstorage: import: /d/f: the file and folder /d are read-only\n");
     expectAsBefore();
 }
 
-TEST_F(ReplacingImportTest, ATemporaryNameThatIsTakenIsLeftAlone) {
+TEST_F(ReplacingImportTest, KeepsAnEntryWithTheTemporaryName) {
     succeed("write /d/.qzstorage-import-0 mine");
     succeed(line());
     EXPECT_EQ(succeed("cat /d/.qzstorage-import-0"), "mine\n");
     EXPECT_EQ(succeed("find /d"), "/d\n/d/.qzstorage-import-0\n/d/f\n");
 }
 
-TEST_F(ImportTest, FilesLargerThanTheBufferComeWhole) {
+TEST_F(ImportTest, ImportsFilesLargerThanTheBuffer) {
     std::string content;
     for (int i = 0; i < 200000; ++i) {
         content += std::to_string(i) + '\n';

@@ -29,7 +29,7 @@ TEST_F(ListingCommandsTest, LsListsTheCurrentFolder) {
     EXPECT_EQ(succeed("ls"), "x.h\ny.cpp\n");
 }
 
-TEST_F(ListingCommandsTest, LsOfAnEmptyFolderIsEmpty) {
+TEST_F(ListingCommandsTest, LsPrintsNothingForAnEmptyFolder) {
     EXPECT_EQ(succeed("ls /doc"), "");
 }
 
@@ -37,7 +37,7 @@ TEST_F(ListingCommandsTest, LsShowsFilesFirstThenFoldersUnderHeadings) {
     EXPECT_EQ(succeed("ls /src /top.h /doc"), "/top.h\n\n/src:\nlib\n\n/doc:\n");
 }
 
-TEST_F(ListingCommandsTest, LsShowsMatchesOfPatternsAsTheyAreSpelt) {
+TEST_F(ListingCommandsTest, LsPrintsRelativeMatchesOfRelativePatterns) {
     succeed("cd /src");
     EXPECT_EQ(succeed("ls lib/*"), "lib/x.h\nlib/y.cpp\n");
 }
@@ -48,7 +48,7 @@ TEST_F(ListingCommandsTest, LsRecursivelyShowsEveryFolder) {
     EXPECT_EQ(succeed("ls -R"), ".:\nlib\n\n./lib:\nx.h\ny.cpp\n");
 }
 
-TEST_F(ListingCommandsTest, LsInLongFormShowsKindFlagBytesAndTime) {
+TEST_F(ListingCommandsTest, LsLongPrintsTypeFlagSizeAndTime) {
     succeed("chmod -w /src/lib/y.cpp");
     provider_->doSetLastModified(StorageIRI(u"/src/lib/x.h"),
                                  boost::posix_time::ptime(boost::gregorian::date(2024, 2, 29)));
@@ -81,7 +81,7 @@ TEST_F(ListingCommandsTest, LsSortsByTimeAndSize) {
     EXPECT_EQ(run("ls -tS"), ExitStatus::Usage);
 }
 
-TEST_F(ListingCommandsTest, SizesForPeople) {
+TEST_F(ListingCommandsTest, PrintsHumanReadableSizes) {
     succeed("truncate -s 1536 /src/lib/x.h");
     succeed("truncate -s 20M /src/lib/y.cpp");
     EXPECT_THAT(succeed("ls -lhS /src/lib"),
@@ -90,7 +90,7 @@ TEST_F(ListingCommandsTest, SizesForPeople) {
     EXPECT_EQ(succeed("du -sh /doc"), "0\t/doc\n");
 }
 
-TEST_F(ListingCommandsTest, FoldersStandOutInColor) {
+TEST_F(ListingCommandsTest, PrintsFoldersInColor) {
     console_.useColors();
     EXPECT_EQ(succeed("ls"), "\033[1;34mdoc\033[0m\n\033[1;34msrc\033[0m\ntop.h\n");
     EXPECT_EQ(succeed("tree /src"), "/src\n└── \033[1;34mlib\033[0m\n    ├── x.h\n    └── y.cpp\n"
@@ -98,13 +98,13 @@ TEST_F(ListingCommandsTest, FoldersStandOutInColor) {
     EXPECT_EQ(succeed("ls -l /top.h").find('\033'), std::string::npos);
 }
 
-TEST_F(ListingCommandsTest, LsGoesOnAfterWhatIsMissing) {
+TEST_F(ListingCommandsTest, LsContinuesAfterMissingEntries) {
     EXPECT_EQ(fail("ls /nowhere /top.h"), "qzstorage: ls: /nowhere: no such file or folder\n");
     EXPECT_EQ(output(), "/top.h\n");
     EXPECT_EQ(fail("ls *.zip"), "qzstorage: ls: /*.zip: no such file or folder\n");
 }
 
-TEST_F(ListingCommandsTest, TreeDrawsAndCounts) {
+TEST_F(ListingCommandsTest, TreePrintsAndCountsEntries) {
     EXPECT_EQ(succeed("tree"), ".\n"
                                "├── doc\n"
                                "├── src\n"
@@ -115,12 +115,12 @@ TEST_F(ListingCommandsTest, TreeDrawsAndCounts) {
                                "\n4 folders, 3 files\n");
 }
 
-TEST_F(ListingCommandsTest, TreeDrawsToADepthButCountsAll) {
+TEST_F(ListingCommandsTest, TreeLimitsThePrintedDepthButCountsAll) {
     EXPECT_EQ(succeed("tree -L 1 /src"), "/src\n└── lib\n\n2 folders, 2 files\n");
     EXPECT_EQ(succeed("tree /top.h"), "/top.h\n\n0 folders, 1 file\n");
 }
 
-TEST_F(ListingCommandsTest, TreeRefusesOddDepths) {
+TEST_F(ListingCommandsTest, TreeRejectsInvalidDepths) {
     EXPECT_EQ(run("tree -L x"), ExitStatus::Usage);
     EXPECT_EQ(run("tree -L 0"), ExitStatus::Usage);
     EXPECT_EQ(run("tree -L 3x"), ExitStatus::Usage);
@@ -128,7 +128,7 @@ TEST_F(ListingCommandsTest, TreeRefusesOddDepths) {
     EXPECT_EQ(fail("tree /nowhere"), "qzstorage: tree: /nowhere: no such file or folder\n");
 }
 
-TEST_F(ListingCommandsTest, FindListsAllWithTheStart) {
+TEST_F(ListingCommandsTest, FindListsAllEntriesAndTheStart) {
     EXPECT_EQ(succeed("find /src"), "/src\n/src/lib\n/src/lib/x.h\n/src/lib/y.cpp\n");
     succeed("cd /src");
     EXPECT_EQ(succeed("find"), ".\n./lib\n./lib/x.h\n./lib/y.cpp\n");
@@ -144,14 +144,14 @@ TEST_F(ListingCommandsTest, FindFiltersByNameAndKind) {
     EXPECT_EQ(succeed("find /top.h /doc -name '*o*'"), "/top.h\n/doc\n");
 }
 
-TEST_F(ListingCommandsTest, FindReportsWhatItCannotDo) {
+TEST_F(ListingCommandsTest, FindReportsFailures) {
     EXPECT_EQ(fail("find /nowhere /doc"), "qzstorage: find: /nowhere: no such file or folder\n");
     EXPECT_EQ(output(), "/doc\n");
     EXPECT_EQ(run("find -type x"), ExitStatus::Usage);
     EXPECT_EQ(succeed("find -name \xFF"), "");
 }
 
-TEST_F(ListingCommandsTest, FindRefusesOptionsThatItCannotFollow) {
+TEST_F(ListingCommandsTest, FindRejectsInvalidOptions) {
     EXPECT_EQ(run("find / -name"), ExitStatus::Usage);
     EXPECT_EQ(errors(), "qzstorage: find: -name requires a value, PATTERN\n");
     EXPECT_EQ(run("find -name '*.h' -name '*.cpp'"), ExitStatus::Usage);
@@ -160,7 +160,7 @@ TEST_F(ListingCommandsTest, FindRefusesOptionsThatItCannotFollow) {
     EXPECT_EQ(errors(), "qzstorage: find: -type is given more than once\n");
 }
 
-TEST_F(ListingCommandsTest, StatShowsAllThereIs) {
+TEST_F(ListingCommandsTest, StatPrintsAllAttributes) {
     provider_->doSetLastModified(
         StorageIRI(u"/top.h"),
         boost::posix_time::ptime(boost::gregorian::date(2024, 2, 29), boost::posix_time::microseconds(123)));
@@ -174,7 +174,7 @@ TEST_F(ListingCommandsTest, StatShowsAllThereIs) {
     EXPECT_EQ(fail("stat /nowhere"), "qzstorage: stat: /nowhere: no such file or folder\n");
 }
 
-TEST_F(ListingCommandsTest, DuSumsUpFolderByFolder) {
+TEST_F(ListingCommandsTest, DuPrintsTheTotalOfEachFolder) {
     EXPECT_EQ(succeed("du /"), "0\t/doc\n7\t/src/lib\n7\t/src\n10\t/\n");
     EXPECT_EQ(succeed("du -s / /src /top.h"), "10\t/\n7\t/src\n3\t/top.h\n");
     EXPECT_EQ(fail("du /nowhere /doc"), "qzstorage: du: /nowhere: no such file or folder\n");
@@ -196,7 +196,7 @@ TEST_F(ListingCommandsTest, DuDrawsBars) {
               row("0", 0, "  0", "/doc") + row("3", 20, "100", "/top.h"));
 }
 
-TEST_F(ListingCommandsTest, CdAndPwdKeepTheCurrentFolder) {
+TEST_F(ListingCommandsTest, CdChangesTheCurrentFolder) {
     EXPECT_EQ(succeed("pwd"), "/\n");
     succeed("cd src/lib");
     EXPECT_EQ(succeed("pwd"), "/src/lib\n");
@@ -206,7 +206,7 @@ TEST_F(ListingCommandsTest, CdAndPwdKeepTheCurrentFolder) {
     EXPECT_EQ(succeed("pwd"), "/\n");
 }
 
-TEST_F(ListingCommandsTest, CdGoesToFoldersOnly) {
+TEST_F(ListingCommandsTest, CdAcceptsFoldersOnly) {
     EXPECT_EQ(fail("cd /top.h"), "qzstorage: cd: /top.h: not a folder\n");
     EXPECT_EQ(fail("cd /nowhere"), "qzstorage: cd: /nowhere: no such file or folder\n");
     EXPECT_EQ(fail("cd ''"), "qzstorage: cd: '': an empty path\n");
@@ -214,7 +214,7 @@ TEST_F(ListingCommandsTest, CdGoesToFoldersOnly) {
     EXPECT_EQ(succeed("pwd"), "/\n");
 }
 
-TEST_F(ListingCommandsTest, AFileOnTheWayIsNamedAsWhatItIs) {
+TEST_F(ListingCommandsTest, NamesAFileOnThePath) {
     for (const std::string command : {"ls", "tree", "find", "stat", "du", "cat", "cd"}) {
         EXPECT_EQ(fail(command + " /top.h/x/y"), "qzstorage: " + command + ": /top.h: not a folder\n");
         EXPECT_EQ(fail(command + " /doc/x/y"),
@@ -222,14 +222,14 @@ TEST_F(ListingCommandsTest, AFileOnTheWayIsNamedAsWhatItIs) {
     }
 }
 
-TEST_F(ListingCommandsTest, HelpListsEveryCommandAndExplainsOne) {
+TEST_F(ListingCommandsTest, HelpListsEveryCommandAndDescribesOne) {
     EXPECT_THAT(succeed("help"), HasSubstr("\ncheck     Compare "));
     EXPECT_THAT(succeed("help find"), HasSubstr("usage: find [PATH...] [-name PATTERN] [-type f|d]\n"));
     EXPECT_EQ(succeed("find --help"), succeed("help find"));
     EXPECT_EQ(run("help frobnicate"), ExitStatus::Usage);
 }
 
-TEST_F(ListingCommandsTest, DepthCostsNoStack) {
+TEST_F(ListingCommandsTest, ListsDeepTreesWithoutRecursion) {
     std::string deep;
     for (int depth = 0; depth < 1500; ++depth) {
         deep += "/d";
@@ -245,7 +245,7 @@ TEST_F(ListingCommandsTest, DepthCostsNoStack) {
     EXPECT_EQ(succeed("ls"), "doc\nsrc\ntop.h\n");
 }
 
-TEST_F(ListingCommandsTest, NamesThatUtf8CannotSpellAreShownEscaped) {
+TEST_F(ListingCommandsTest, EscapesNamesThatAreNotUtf16) {
     provider_->doCreateFile(StorageIRI(u"/doc/\xD800"));
     EXPECT_EQ(succeed("ls /doc"), "\\uD800\n");
     EXPECT_EQ(succeed("find /doc -type f"), "/doc/\\uD800\n");

@@ -29,7 +29,7 @@ TEST_F(MoveAndCopyTest, MvIntoAFolderKeepsTheName) {
     EXPECT_EQ(all(), "/\n/d\n/d/a\n/d/a/f\n/d/a/s\n/d/a/s/g\n/d/h\n");
 }
 
-TEST_F(MoveAndCopyTest, SeveralSourcesNeedAFolder) {
+TEST_F(MoveAndCopyTest, RequiresAFolderForSeveralSources) {
     for (const std::string command : {"mv", "cp"}) {
         EXPECT_EQ(fail(command + " /h /a/f /x"), "qzstorage: " + command + ": /x: no such file or folder\n");
         EXPECT_EQ(fail(command + " /a/f /a/s/g /h"), "qzstorage: " + command + ": /h: not a folder\n");
@@ -37,7 +37,7 @@ TEST_F(MoveAndCopyTest, SeveralSourcesNeedAFolder) {
     EXPECT_EQ(all(), "/\n/a\n/a/f\n/a/s\n/a/s/g\n/d\n/h\n");
 }
 
-TEST_F(MoveAndCopyTest, TwoSourcesOfOneNameDoNotReplaceEachOther) {
+TEST_F(MoveAndCopyTest, RefusesTwoSourcesWithOneName) {
     succeed("mkdir /e");
     succeed("write /e/f other");
     for (const std::string command : {"cp", "mv -f"}) {
@@ -47,7 +47,7 @@ TEST_F(MoveAndCopyTest, TwoSourcesOfOneNameDoNotReplaceEachOther) {
     }
 }
 
-TEST_F(MoveAndCopyTest, MvOfTheCurrentFolderTakesTheSessionAlong) {
+TEST_F(MoveAndCopyTest, MvUpdatesTheCurrentFolder) {
     succeed("cd /a/s");
     succeed("mv /a /d");
     EXPECT_EQ(succeed("pwd"), "/d/a/s\n");
@@ -73,7 +73,7 @@ TEST_F(MoveAndCopyTest, MvForcedReplacesAnEmptyFolderOnly) {
     EXPECT_EQ(fail("mv -f /a /d"), "qzstorage: mv: /d/a: already exists\n");
 }
 
-TEST_F(MoveAndCopyTest, AnEntryNeverGoesOntoItself) {
+TEST_F(MoveAndCopyTest, RefusesAnEntryOntoItself) {
     for (const std::string command : {"mv -f", "cp -r"}) {
         const std::string name = command.substr(0, 2);
         for (const std::string words : {"/h /h", "/h /", "/h ./h", "h /a/../h"}) {
@@ -86,7 +86,7 @@ TEST_F(MoveAndCopyTest, AnEntryNeverGoesOntoItself) {
     EXPECT_EQ(succeed("cat /h"), "three\n");
 }
 
-TEST_F(MoveAndCopyTest, AFolderNeverGoesBelowItself) {
+TEST_F(MoveAndCopyTest, RefusesAFolderBelowItself) {
     for (const std::string command : {"mv", "cp -r"}) {
         const std::string name = command.substr(0, 2);
         const std::string reason = ": a folder cannot be moved or copied into itself, ";
@@ -98,13 +98,13 @@ TEST_F(MoveAndCopyTest, AFolderNeverGoesBelowItself) {
     EXPECT_EQ(all(), "/\n/a\n/a/f\n/a/s\n/a/s/g\n/d\n/h\n");
 }
 
-TEST_F(MoveAndCopyTest, ANameThatOnlyStartsAlikeIsNoSubfolder) {
+TEST_F(MoveAndCopyTest, DistinguishesANamePrefixFromASubfolder) {
     succeed("mv /a /ab");
     succeed("cp -r /ab /abc");
     EXPECT_EQ(succeed("find / -name 'ab*'"), "/ab\n/abc\n");
 }
 
-TEST_F(MoveAndCopyTest, AMissingPlaceIsNamedItself) {
+TEST_F(MoveAndCopyTest, NamesTheMissingSourceOrParent) {
     for (const std::string command : {"mv", "cp"}) {
         EXPECT_EQ(fail(command + " /x /d"), "qzstorage: " + command + ": /x: no such file or folder\n");
         EXPECT_EQ(fail(command + " /h /x/y"),
@@ -114,12 +114,12 @@ TEST_F(MoveAndCopyTest, AMissingPlaceIsNamedItself) {
     }
 }
 
-TEST_F(MoveAndCopyTest, OneSourceThatFailsDoesNotHoldUpTheOthers) {
+TEST_F(MoveAndCopyTest, ContinuesAfterAFailedSource) {
     EXPECT_EQ(fail("mv /x /h /d"), "qzstorage: mv: /x: no such file or folder\n");
     EXPECT_EQ(succeed("ls /d"), "h\n");
 }
 
-TEST_F(MoveAndCopyTest, MvLosesNothingToAReadOnlyFolder) {
+TEST_F(MoveAndCopyTest, MvLosesNothingIfAFolderIsReadOnly) {
     succeed("chmod -w /a");
     EXPECT_EQ(fail("mv -f /a/f /h"), "qzstorage: mv: /a: the folder is read-only\n");
     EXPECT_EQ(succeed("cat /h"), "three\n");
@@ -127,20 +127,20 @@ TEST_F(MoveAndCopyTest, MvLosesNothingToAReadOnlyFolder) {
     EXPECT_EQ(fail("cp /h /a"), "qzstorage: cp: /a: the folder is read-only\n");
 }
 
-TEST_F(MoveAndCopyTest, MvLeavesATreeWithAReadOnlyFolderInOnePiece) {
+TEST_F(MoveAndCopyTest, MvRefusesATreeWithAReadOnlyFolder) {
     succeed("chmod -w /a/s");
     EXPECT_EQ(fail("mv /a /b"), "qzstorage: mv: /a/s: the folder is read-only\n");
     EXPECT_EQ(all(), "/\n/a\n/a/f\n/a/s\n/a/s/g\n/d\n/h\n");
 }
 
-TEST_F(MoveAndCopyTest, AReadOnlyFileIsNotReplaced) {
+TEST_F(MoveAndCopyTest, RefusesToReplaceAReadOnlyFile) {
     succeed("chmod -w /a/f");
     EXPECT_EQ(fail("mv -f /h /a/f"), "qzstorage: mv: /a/f: the file is read-only\n");
     EXPECT_EQ(fail("cp /h /a/f"), "qzstorage: cp: /a/f: the file is read-only\n");
     EXPECT_EQ(succeed("cat /h /a/f"), "three\none\n");
 }
 
-TEST_F(MoveAndCopyTest, CpMakesACopyOfItsOwn) {
+TEST_F(MoveAndCopyTest, CpCreatesAnIndependentCopy) {
     succeed("cp /h /d");
     succeed("append /d/h more");
     EXPECT_EQ(succeed("cat /h /d/h"), "three\nthree\nmore\n");
@@ -151,7 +151,7 @@ TEST_F(MoveAndCopyTest, CpReplacesAnExistingFile) {
     EXPECT_EQ(succeed("cat /a/f /h"), "three\nthree\n");
 }
 
-TEST_F(MoveAndCopyTest, CpTakesFoldersOnlyWhenAsked) {
+TEST_F(MoveAndCopyTest, CpCopiesFoldersOnlyRecursively) {
     EXPECT_EQ(fail("cp /a /b"), "qzstorage: cp: /a: is a folder; use cp -r\n");
     succeed("cp -r /a /b");
     succeed("cp -r /a /h /d");
@@ -159,7 +159,7 @@ TEST_F(MoveAndCopyTest, CpTakesFoldersOnlyWhenAsked) {
     EXPECT_EQ(succeed("cat /d/a/s/g"), "two\n");
 }
 
-TEST_F(MoveAndCopyTest, CpAddsToFoldersThatAreThere) {
+TEST_F(MoveAndCopyTest, CpMergesIntoExistingFolders) {
     succeed("mkdir -p /d/a/x /d/a/f");
     EXPECT_EQ(fail("cp -r /a /d"), "qzstorage: cp: /d/a/f: already exists\n")
         << "a folder is in a file's way";

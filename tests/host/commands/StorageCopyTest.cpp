@@ -58,7 +58,7 @@ TEST_F(StorageCopyTest, CpCopiesFilesAndFolders) {
     EXPECT_EQ(succeed("cat disk:/all/a/f"), "one\n");
 }
 
-TEST_F(StorageCopyTest, CpCopiesFilesOfSeveralBuffers) {
+TEST_F(StorageCopyTest, CpCopiesFilesLargerThanTheBuffer) {
     std::string content(std::size_t{1} << 20U, 'x');
     content += "end";
     provider::writeFile(*provider_, StorageIRI(u"/large"), content);
@@ -66,7 +66,7 @@ TEST_F(StorageCopyTest, CpCopiesFilesOfSeveralBuffers) {
     EXPECT_EQ(provider::readFile(*providers_[1], StorageIRI(u"/large")), content);
 }
 
-TEST_F(StorageCopyTest, CopiesHaveTheTimeAndTheFlagOfTheSource) {
+TEST_F(StorageCopyTest, CpKeepsTheTimeAndTheFlagOfTheSource) {
     const boost::posix_time::ptime time(boost::gregorian::date(2001, 2, 3));
     succeed("chmod -w /a/f");
     succeed("chmod -w /a/s");
@@ -83,7 +83,7 @@ TEST_F(StorageCopyTest, CopiesHaveTheTimeAndTheFlagOfTheSource) {
     EXPECT_EQ(copy.doGetFolderAttributes(StorageIRI(u"/a")).getLastModified(), time);
 }
 
-TEST_F(StorageCopyTest, WhatTheSessionKeepsGoesAlong) {
+TEST_F(StorageCopyTest, CpKeepsAttributesOfTheSession) {
     disk_.write("src/s/f", "content");
     ASSERT_EQ(::chmod((disk_ / "src/s/f").c_str(), 0751), 0);
     std::filesystem::create_hard_link(disk_ / "src/s/f", disk_ / "src/s/g");
@@ -108,7 +108,7 @@ TEST_F(StorageCopyTest, WhatTheSessionKeepsGoesAlong) {
         << "check follows what was moved";
 }
 
-TEST_F(StorageCopyTest, CpFollowsTheRulesOfCp) {
+TEST_F(StorageCopyTest, CpAppliesTheRulesOfOneStorage) {
     EXPECT_EQ(fail("cp /a disk:/e"), "qzstorage: cp: mem:/a: is a folder; use cp -r\n");
     EXPECT_EQ(fail("cp /x disk:/e"), "qzstorage: cp: mem:/x: no such file or folder\n");
     EXPECT_EQ(fail("cp /a/f disk:/x/y"),
@@ -122,7 +122,7 @@ TEST_F(StorageCopyTest, CpFollowsTheRulesOfCp) {
     EXPECT_EQ(fail("cp /a/f disk:/d/new"), "qzstorage: cp: disk:/d: the folder is read-only\n");
 }
 
-TEST_F(StorageCopyTest, FoldersAreAddedToAndKeepTheirAttributes) {
+TEST_F(StorageCopyTest, CpMergesIntoFoldersAndKeepsTheirAttributes) {
     succeed("mkdir -p disk:/a/f");
     succeed("write disk:/a/s old");
     const auto before = providers_[1]->doGetFolderAttributes(StorageIRI(u"/a")).getLastModified();
@@ -132,7 +132,7 @@ TEST_F(StorageCopyTest, FoldersAreAddedToAndKeepTheirAttributes) {
     EXPECT_EQ(providers_[1]->doGetFolderAttributes(StorageIRI(u"/a")).getLastModified(), before);
 }
 
-TEST_F(StorageCopyTest, AFileThatFailsIsNotThereAndTheOthersAre) {
+TEST_F(StorageCopyTest, CpCopiesTheOtherFilesAfterAFailure) {
     providers_[1]->beforeWrite = [] { throw SystemError(ENOSPC, StorageIRI(u"/a/f")); };
     EXPECT_EQ(run("cp -r /a disk:/"), ExitStatus::Failure);
     EXPECT_THAT(errors(), HasSubstr("qzstorage: cp: disk:/a/f: No space left on device\n"));
@@ -143,7 +143,7 @@ TEST_F(StorageCopyTest, AFileThatFailsIsNotThereAndTheOthersAre) {
     EXPECT_EQ(all("disk"), "disk:/\ndisk:/a\ndisk:/a/s\ndisk:/d\n");
 }
 
-TEST_F(StorageCopyTest, AnInterruptedCopyLeavesNoPartOfAFile) {
+TEST_F(StorageCopyTest, CpLeavesNoPartialFileWhenInterrupted) {
     provider_->beforeRead = [] { std::raise(SIGINT); };
     EXPECT_EQ(run("cp /a/f disk:/"), ExitStatus::Interrupted);
     EXPECT_FALSE(providers_[1]->doExists(StorageIRI(u"/f")));
@@ -161,7 +161,7 @@ TEST_F(StorageCopyTest, MvMovesFilesAndFolders) {
     EXPECT_EQ(succeed("cat mem:/g disk:/d/a/f"), "two\none\n");
 }
 
-TEST_F(StorageCopyTest, MvTakesTheSessionAlong) {
+TEST_F(StorageCopyTest, MvUpdatesTheCurrentFolder) {
     succeed("cd /a/s");
     succeed("mv /a disk:/d");
     EXPECT_EQ(succeed("pwd"), "disk:/d/a/s\n");
@@ -217,7 +217,7 @@ TEST_F(StorageCopyTest, MvForcedReplacesAFileOrAnEmptyFolder) {
     EXPECT_EQ(all("mem"), "mem:/\n");
 }
 
-TEST_F(StorageCopyTest, MvRefusesWhatCannotLeave) {
+TEST_F(StorageCopyTest, MvRefusesReadOnlyFolders) {
     EXPECT_EQ(fail("mv / disk:/all"), "qzstorage: mv: mem:/: the root folder cannot be moved\n");
     succeed("chmod -w /a/s");
     EXPECT_EQ(fail("mv /a disk:/"), "qzstorage: mv: mem:/a/s: the folder is read-only\n");

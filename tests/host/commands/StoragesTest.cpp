@@ -25,7 +25,7 @@ protected:
     }
 };
 
-TEST_F(StoragesTest, EveryCommandTakesPathsOfBoth) {
+TEST_F(StoragesTest, AcceptsPathsOfAllStoragesInEveryCommand) {
     EXPECT_EQ(succeed("ls / disk:/b"), "/:\na\n\ndisk:/b:\nc\ng\n");
     EXPECT_EQ(succeed("ls disk:"), "b\n");
     EXPECT_EQ(succeed("cat mem:/a/f disk:/b/g"), "one\ntwo\n");
@@ -86,7 +86,7 @@ TEST_F(StoragesTest, CdChangesTheCurrentStorage) {
     succeed("rm -r disk:/a");
 }
 
-TEST_F(StoragesTest, AStorageThatDoesNotExistIsNamed) {
+TEST_F(StoragesTest, NamesAMissingStorage) {
     const std::string end = "; storages are mem, disk; give a path that contains a colon as ./";
     EXPECT_EQ(fail("ls x:/a"), "qzstorage: ls: x:/a: no storage named 'x'" + end + "x:/a\n");
     EXPECT_EQ(fail("cat :/a"), "qzstorage: cat: :/a: no storage named ''" + end + ":/a\n");
@@ -95,7 +95,7 @@ TEST_F(StoragesTest, AStorageThatDoesNotExistIsNamed) {
     EXPECT_EQ(succeed("cat /a/f"), "one\n");
 }
 
-TEST_F(StoragesTest, NamesWithAColonAreReachedByASlashBefore) {
+TEST_F(StoragesTest, FindsNamesWithAColonAfterASlash) {
     succeed("write ./disk:x colon");
     succeed("mkdir /mem:");
     EXPECT_EQ(succeed("cat /disk:x ./disk:x mem:/disk:x mem:disk:x"), "colon\ncolon\ncolon\ncolon\n");
@@ -108,7 +108,7 @@ TEST_F(StoragesTest, NamesWithAColonAreReachedByASlashBefore) {
     EXPECT_EQ(succeed("ls /"), "a\nmem:\n");
 }
 
-TEST_F(StoragesTest, PatternsAreExpandedInTheSelectedStorage) {
+TEST_F(StoragesTest, ExpandsPatternsInTheSelectedStorage) {
     EXPECT_EQ(succeed("ls disk:/b/*"), "disk:/b/g\n\ndisk:/b/c:\n");
     EXPECT_EQ(succeed("cat disk:b/g*"), "two\n") << "behind the prefix, a path begins at the root";
     EXPECT_EQ(succeed("cat */f disk:/*/g"), "one\ntwo\n");
@@ -134,7 +134,7 @@ TEST_F(StoragesTest, CheckComparesTheImportsOfAllStorages) {
     EXPECT_THAT(fail("check"), HasSubstr("disk:/p/f: "));
 }
 
-TEST_F(StoragesTest, FailuresOfAStorageNameIt) {
+TEST_F(StoragesTest, NamesTheStorageOfAFailure) {
     providers_[1]->before = [](const char* operation, const StorageIRI& iri) {
         if (std::string(operation) == "listAll") {
             throw SystemError(EIO, iri);
@@ -150,7 +150,7 @@ protected:
     SingleNamedStorageTest() : SessionTest({"mem"}) {}
 };
 
-TEST_F(SingleNamedStorageTest, ItsNameIsTakenButNotShown) {
+TEST_F(SingleNamedStorageTest, AcceptsItsNameButDoesNotShowIt) {
     succeed("mkdir mem:/a");
     succeed("cd mem:/a");
     EXPECT_EQ(succeed("pwd"), "/a\n");
@@ -158,7 +158,7 @@ TEST_F(SingleNamedStorageTest, ItsNameIsTakenButNotShown) {
     EXPECT_THAT(fail("cat x:y"), HasSubstr("no storage named 'x'"));
 }
 
-TEST_F(SessionTest, WithoutNamesAColonIsAnOrdinaryCharacter) {
+TEST_F(SessionTest, AcceptsColonsInNamesWithoutNamedStorages) {
     succeed("write mem:x colon");
     EXPECT_EQ(succeed("cat mem:x *:?"), "colon\ncolon\n");
     EXPECT_EQ(succeed("ls"), "mem:x\n");

@@ -36,21 +36,21 @@ protected:
     std::string source_;
 };
 
-TEST_F(TransferOptionsTest, ImportLeavesOutWhatIsExcludedWithAllBelow) {
+TEST_F(TransferOptionsTest, ImportSkipsExcludedEntriesAndTheirContent) {
     EXPECT_EQ(succeed("import --exclude '*.o' --exclude /build " + source_ + " /p"),
               "imported 4 folders, 3 files, 6 bytes\n");
     EXPECT_EQ(succeed("find /p"), "/p\n/p/README\n/p/code\n/p/code/a.c\n/p/code/deep\n"
                                   "/p/code/deep/d.c\n/p/empty\n");
 }
 
-TEST_F(TransferOptionsTest, AnExcludedEntryIsNotEvenOpened) {
+TEST_F(TransferOptionsTest, NeverOpensAnExcludedEntry) {
     ASSERT_EQ(::mkfifo((disk_ / "src/build/pipe").c_str(), 0600), 0);
     ASSERT_EQ(::symlink("build", (disk_ / "src/link").c_str()), 0);
     EXPECT_EQ(succeed("import --exclude build --exclude link --exclude code " + source_ + " /p"),
               "imported 2 folders, 1 file, 1 byte\n");
 }
 
-TEST_F(TransferOptionsTest, ImportTakesWhatIsIncludedWithTheFoldersAbove) {
+TEST_F(TransferOptionsTest, ImportTransfersIncludedEntriesAndTheirParents) {
     EXPECT_EQ(succeed("import --include '*.c' --exclude build/ " + source_ + " /p"),
               "imported 3 folders, 2 files, 5 bytes\n");
     EXPECT_EQ(succeed("find /p"), "/p\n/p/code\n/p/code/a.c\n/p/code/deep\n/p/code/deep/d.c\n");
@@ -59,13 +59,13 @@ TEST_F(TransferOptionsTest, ImportTakesWhatIsIncludedWithTheFoldersAbove) {
     EXPECT_EQ(succeed("find /q"), "/q\n/q/code\n/q/code/a.c\n/q/code/a.o\n");
 }
 
-TEST_F(TransferOptionsTest, WithoutAMatchNothingIsMade) {
+TEST_F(TransferOptionsTest, CreatesNothingWithoutAMatch) {
     EXPECT_EQ(succeed("import --include nothing " + source_ + " /p"),
               "imported 0 folders, 0 files, 0 bytes\n");
     EXPECT_EQ(succeed("find /"), "/\n");
 }
 
-TEST_F(TransferOptionsTest, PatternsMatchTheOperandsByName) {
+TEST_F(TransferOptionsTest, MatchesOperandsByName) {
     EXPECT_EQ(succeed("import --exclude build --exclude README " + source_ + "/* /"),
               "imported 3 folders, 3 files, 9 bytes\n");
     EXPECT_EQ(succeed("import --include src " + source_ + " /all"),
@@ -75,7 +75,7 @@ TEST_F(TransferOptionsTest, PatternsMatchTheOperandsByName) {
               "imported 1 folder, 0 files, 0 bytes\n");
 }
 
-TEST_F(TransferOptionsTest, AFolderThatCannotBeMadeIsOneFailure) {
+TEST_F(TransferOptionsTest, ReportsAFolderThatCannotBeCreatedOnce) {
     succeed("write /code text");
     EXPECT_EQ(run("import --include '*.c' --include '*.o' " + source_ + "/. /"), ExitStatus::Failure);
     const std::string failures = errors();
@@ -83,7 +83,7 @@ TEST_F(TransferOptionsTest, AFolderThatCannotBeMadeIsOneFailure) {
     EXPECT_EQ(succeed("find / -type f"), "/build/x.c\n/code\n");
 }
 
-TEST_F(TransferOptionsTest, CheckComparesWhatWasSelected) {
+TEST_F(TransferOptionsTest, CheckComparesSelectedEntries) {
     succeed("import --include '*.c' --exclude build " + source_ + " /p");
     EXPECT_EQ(succeed("check -t"), "check: 3 folders, 2 files, 5 bytes: equal\n");
     succeed("rm -r /p/code/deep");
@@ -98,7 +98,7 @@ TEST_F(TransferOptionsTest, CheckComparesWhatWasSelected) {
     EXPECT_THAT(fail("check"), HasSubstr("/moved/code/late.c: missing"));
 }
 
-TEST_F(TransferOptionsTest, ExportTakesWhatIsSelected) {
+TEST_F(TransferOptionsTest, ExportTransfersSelectedEntries) {
     succeed("import " + source_ + " /p");
     EXPECT_EQ(succeed("export --include '*.c' --exclude build /p " + disk_ / "out"),
               "exported 3 folders, 2 files, 5 bytes\n");
@@ -113,7 +113,7 @@ TEST_F(TransferOptionsTest, ExportTakesWhatIsSelected) {
     EXPECT_FALSE(fs::exists(disk_ / "out3"));
 }
 
-TEST_F(TransferOptionsTest, AnUpdateImportsWhatChangedBySizeAndTime) {
+TEST_F(TransferOptionsTest, UpdateImportsFilesWithAnotherSizeOrTime) {
     setTime(disk_ / "src/code/a.c", 1700000000, 123456789);
     setTime(disk_ / "src/README", 1700000000, 123456000);
     const std::string line = "import --update " + source_ + "/. /p";
@@ -129,7 +129,7 @@ TEST_F(TransferOptionsTest, AnUpdateImportsWhatChangedBySizeAndTime) {
     EXPECT_EQ(succeed("check -t"), "check: 5 folders, 5 files, 16 bytes: equal\n");
 }
 
-TEST_F(TransferOptionsTest, AnUpdateKeepsNamesOfOneFileTogether) {
+TEST_F(TransferOptionsTest, UpdateKeepsHardLinks) {
     fs::create_hard_link(disk_ / "src/README", disk_ / "src/second");
     const std::string line = "import --update " + source_ + "/. /p";
     EXPECT_EQ(succeed(line), "imported 5 folders, 6 files, 12 bytes\n");
@@ -141,7 +141,7 @@ TEST_F(TransferOptionsTest, AnUpdateKeepsNamesOfOneFileTogether) {
     succeed("check");
 }
 
-TEST_F(TransferOptionsTest, AnUpdateExportsWhatChangedBySizeAndTime) {
+TEST_F(TransferOptionsTest, UpdateExportsFilesWithAnotherSizeOrTime) {
     succeed("import " + source_ + "/. /p");
     const std::string line = "export --update /p " + disk_ / "out";
     EXPECT_EQ(succeed(line), "exported 5 folders, 5 files, 11 bytes\n");
@@ -154,7 +154,7 @@ TEST_F(TransferOptionsTest, AnUpdateExportsWhatChangedBySizeAndTime) {
     EXPECT_EQ(readFile(disk_ / "p/code/a.c"), "aa");
 }
 
-TEST_F(TransferOptionsTest, ADryRunOfAnImportPrintsAndChangesNothing) {
+TEST_F(TransferOptionsTest, DryRunPrintsAnImportAndChangesNothing) {
     succeed("mkdir /p");
     succeed("write /p/README old");
     const auto before = takeSnapshot(*provider_);
@@ -165,7 +165,7 @@ TEST_F(TransferOptionsTest, ADryRunOfAnImportPrintsAndChangesNothing) {
     EXPECT_THAT(fail("check"), HasSubstr("the session has imported nothing"));
 }
 
-TEST_F(TransferOptionsTest, ADryRunOfAnExportPrintsAndChangesNothing) {
+TEST_F(TransferOptionsTest, DryRunPrintsAnExportAndChangesNothing) {
     succeed("import " + source_ + " /p");
     const std::string out = disk_.makeFolder("out/p/code");
     disk_.write("out/p/code/a.c", "old");
@@ -177,7 +177,7 @@ TEST_F(TransferOptionsTest, ADryRunOfAnExportPrintsAndChangesNothing) {
     EXPECT_EQ(namesIn(out), "a.c");
 }
 
-TEST_F(TransferOptionsTest, ADryRunReportsWhatIsInTheWay) {
+TEST_F(TransferOptionsTest, DryRunReportsConflicts) {
     succeed("mkdir /p");
     succeed("write /p/build text");
     EXPECT_THAT(fail("import --dry-run " + source_ + "/. /p"), HasSubstr("/p/build: a file is in the way"));
@@ -198,7 +198,7 @@ TEST_F(TransferOptionsTest, QuietPrintsFailuresOnly) {
     EXPECT_EQ(output(), "");
 }
 
-TEST_F(TransferOptionsTest, APatternThatNothingMatchesIsWrongUsage) {
+TEST_F(TransferOptionsTest, RejectsAPatternThatMatchesNothing) {
     EXPECT_EQ(run("import --exclude '' " + source_ + " /p"), ExitStatus::Usage);
     EXPECT_THAT(errors(), HasSubstr("invalid pattern '': it matches no entry"));
 }

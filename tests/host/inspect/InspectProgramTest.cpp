@@ -26,7 +26,7 @@ ProgramRun inspectBad(const std::vector<std::string>& arguments, const char* wro
     return {arguments, "", [&] { ::setenv("BAD_PLUGIN", wrong, /*replace*/ 1); }};
 }
 
-TEST(InspectProgramTest, ShowsWhatThePluginIsMadeOf) {
+TEST(InspectProgramTest, PrintsTheDescriptionOfThePlugin) {
     const ProgramRun run({"inspect", TEST_PLUGIN});
     EXPECT_EQ(run.status(), 0);
     EXPECT_EQ(run.errors(), "");
@@ -62,14 +62,14 @@ TEST(InspectProgramTest, ShowsTheSameAsJson) {
     EXPECT_EQ(provider["operations"][2], Json::parse(R"({"name": "doCreateFolderRecursive", "by": "host"})"));
 }
 
-TEST(InspectProgramTest, TellsWhatAnotherPluginHasOfItsOwn) {
+TEST(InspectProgramTest, PrintsTheOverriddenOperations) {
     const ProgramRun run = inspectBad({"inspect", badPlugin}, "");
     EXPECT_EQ(run.status(), 0);
     EXPECT_THAT(run.output(), HasSubstr("51: 20 of its own, 31 of the host\n"));
     EXPECT_THAT(run.output(), HasSubstr("\n         own doShutdown\n"));
 }
 
-TEST(InspectProgramTest, ALibraryWithoutEntryPointIsShownAllTheSame) {
+TEST(InspectProgramTest, DescribesALibraryWithoutEntryPoint) {
     const ProgramRun run({"inspect", noPlugin});
     EXPECT_EQ(run.status(), 1);
     EXPECT_THAT(run.output(),
@@ -82,13 +82,13 @@ TEST(InspectProgramTest, ALibraryWithoutEntryPointIsShownAllTheSame) {
     EXPECT_THAT(plugin["provider"]["failure"].get<std::string>(), HasSubstr("no symbol buildProvider_V1"));
 }
 
-TEST(InspectProgramTest, ANameOfCIsNoType) {
+TEST(InspectProgramTest, PrintsCNamesWithoutDemangling) {
     const Json plugin = Json::parse(ProgramRun({"inspect", "--json", noPlugin}).output());
     EXPECT_THAT(plugin["otherExports"].get<std::vector<std::string>>(),
                 AllOf(Contains("i"), Not(Contains("int"))));
 }
 
-TEST(InspectProgramTest, APathCanHaveAnyBytes) {
+TEST(InspectProgramTest, AcceptsAnyBytesInAPath) {
     const TemporaryFolder folder;
     const std::string library = folder / "quote\" backslash\\ line\nbreak \xC3\xBC \xFF.so";
     std::filesystem::copy_file(noPlugin, library);
@@ -99,7 +99,7 @@ TEST(InspectProgramTest, APathCanHaveAnyBytes) {
         StartsWith("file         " + folder / "quote\" backslash\\ line\\nbreak \xC3\xBC \\xFF.so\n"));
 }
 
-TEST(InspectProgramTest, WhatALibraryNeedsIsShownAlsoWhenItIsMissing) {
+TEST(InspectProgramTest, PrintsDependenciesEvenIfTheyAreMissing) {
     const TemporaryFolder folder;
     std::string bytes = readFile(TEST_PLUGIN);
     const std::string needed = "libqzflstorageprovider.so";
@@ -121,7 +121,7 @@ TEST(InspectProgramTest, WhatALibraryNeedsIsShownAlsoWhenItIsMissing) {
     EXPECT_THAT(plugin["provider"]["failure"].get<std::string>(), HasSubstr("libqzflstorageprovideX.so"));
 }
 
-TEST(InspectProgramTest, WhyThereIsNoProviderIsTold) {
+TEST(InspectProgramTest, PrintsWhyThereIsNoProvider) {
     EXPECT_THAT(inspectBad({"inspect", badPlugin}, "entry nothing").output(),
                 HasSubstr("\nno provider  " + badPlugin + ": the plug-in returned no provider\n"));
     const ProgramRun run = inspectBad({"inspect", badPlugin}, "entry own");
@@ -129,7 +129,7 @@ TEST(InspectProgramTest, WhyThereIsNoProviderIsTold) {
     EXPECT_THAT(run.output(), HasSubstr("the plug-in returned no provider: the tape is torn\n"));
 }
 
-TEST(InspectProgramTest, WhatIsNoLibraryIsOneLine) {
+TEST(InspectProgramTest, ReportsAFileThatIsNoLibraryInOneLine) {
     const TemporaryFolder folder;
     const std::string file = folder.write("file", "some text");
     const ProgramRun run({"inspect", file});
@@ -141,18 +141,18 @@ TEST(InspectProgramTest, WhatIsNoLibraryIsOneLine) {
     EXPECT_EQ(ProgramRun({"inspect", fifo}).errors(), "qzstorage: " + fifo + ": not a regular file\n");
 }
 
-TEST(InspectProgramTest, HelpShowsExamples) {
+TEST(InspectProgramTest, PrintsExamplesInItsHelp) {
     EXPECT_THAT(ProgramRun({"inspect", "--help"}).output(), HasSubstr("Examples:\n  qzstorage inspect "));
 }
 
-TEST(InspectProgramTest, WhatAPluginPrintsDoesNotSpoilTheDescription) {
+TEST(InspectProgramTest, SeparatesTheOutputOfThePluginFromTheDescription) {
     const ProgramRun run = inspectBad({"inspect", "--json", badPlugin}, "entry announce");
     EXPECT_EQ(run.status(), 0);
     EXPECT_TRUE(Json::accept(run.output())) << run.output();
     EXPECT_EQ(run.errors(), "ready\n");
 }
 
-TEST(InspectProgramTest, APluginThatDiesIsOneLine) {
+TEST(InspectProgramTest, ReportsACrashingPluginInOneLine) {
     const ProgramRun run = inspectBad({"inspect", badPlugin}, "entry signal9");
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(run.output(), "");

@@ -56,11 +56,11 @@ public:
     SecondBase() : HookedProvider(nullptr) {}
 };
 
-TEST(OwnOperationsTest, TheInMemoryProviderHasThoseThatEveryProviderMustHave) {
+TEST(OwnOperationsTest, FindsTheRequiredOperationsOfTheInMemoryProvider) {
     EXPECT_EQ(namesOfOwn(*inmemoryprovider::buildInMemoryProvider()), required());
 }
 
-TEST(OwnOperationsTest, AnotherOneThatIsOverriddenIsTold) {
+TEST(OwnOperationsTest, FindsAnOverriddenDefault) {
     Names names = required();
     names.emplace_back("doShutdown"); // an operation of the hooks themselves
     names.emplace_back("doCreateFolderRecursive");
@@ -68,11 +68,11 @@ TEST(OwnOperationsTest, AnotherOneThatIsOverriddenIsTold) {
     EXPECT_THAT(namesOfOwn(FirstAndLastDefault(nullptr)), testing::UnorderedElementsAreArray(names));
 }
 
-TEST(OwnOperationsTest, AProviderMayHaveOtherBases) {
+TEST(OwnOperationsTest, AcceptsAProviderWithOtherBases) {
     EXPECT_EQ(namesOfOwn(SecondBase()), namesOfOwn(HookedProvider(nullptr)));
 }
 
-TEST(OwnOperationsTest, AllMayBeOverridden) {
+TEST(OwnOperationsTest, FindsAllOperationsIfAllAreOverridden) {
     EXPECT_EQ(namesOfOwn(OperationProbe::provider()).size(), providerOperations.size());
 }
 

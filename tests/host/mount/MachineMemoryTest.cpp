@@ -17,7 +17,7 @@ protected:
     FakeMemory fake_;
 };
 
-TEST_F(MachineMemoryTest, WithoutALimitIsTheMachines) {
+TEST_F(MachineMemoryTest, IsTheMachinesWithoutALimit) {
     fake_.makeUnifiedGroup("", "max", 4 * gibibyte);
     const MachineMemory memory = fake_.read();
     EXPECT_EQ(memory.info.capacity, 16 * gibibyte);
@@ -27,7 +27,7 @@ TEST_F(MachineMemoryTest, WithoutALimitIsTheMachines) {
     EXPECT_FALSE(memory.isShared);
 }
 
-TEST_F(MachineMemoryTest, ALimitAboveTheMachinesMemoryIsNone) {
+TEST_F(MachineMemoryTest, IgnoresALimitAboveTheMachinesMemory) {
     fake_.join("9:memory:/\n");
     fake_.makeGroup("", 0x7FFFFFFFFFFFF000, 4 * gibibyte);
     EXPECT_EQ(fake_.read().info.capacity, 16 * gibibyte);
@@ -72,7 +72,7 @@ TEST_F(MachineMemoryTest, IsWhatTheContainerAllows) {
     EXPECT_EQ(fake_.read().info.available, 200 * mebibyte);
 }
 
-TEST_F(MachineMemoryTest, CleanPagesAreAvailable) {
+TEST_F(MachineMemoryTest, CountsCleanPagesAsAvailable) {
     fake_.join("9:memory:/a\n");
     fake_.makeGroup("a", 300 * mebibyte, 200 * mebibyte,
                     "cache 1\ndirty 1\nwriteback 1\ntotal_cache 83886080\ntotal_dirty 10485760\n"
@@ -80,7 +80,7 @@ TEST_F(MachineMemoryTest, CleanPagesAreAvailable) {
     EXPECT_EQ(fake_.read().info.available, (100 + 80 - 10 - 20 - 5) * mebibyte);
 }
 
-TEST_F(MachineMemoryTest, CleanPagesOfAUnifiedGroupAreAvailable) {
+TEST_F(MachineMemoryTest, CountsCleanPagesOfAUnifiedGroupAsAvailable) {
     fake_.join("0::/a\n");
     fake_.makeUnifiedGroup("a", "314572800", 200 * mebibyte,
                            "file 83886080\nfile_dirty 10485760\nfile_writeback 20971520\n"
@@ -88,7 +88,7 @@ TEST_F(MachineMemoryTest, CleanPagesOfAUnifiedGroupAreAvailable) {
     EXPECT_EQ(fake_.read().info.available, (100 + 80 - 10 - 20 - 5 + 1) * mebibyte);
 }
 
-TEST_F(MachineMemoryTest, OtherProcessesInTheGroupShareIt) {
+TEST_F(MachineMemoryTest, RecognizesASharedGroup) {
     fake_.join("9:memory:/a\n");
     fake_.makeGroup("a", 300 * mebibyte, 200 * mebibyte);
     fake_.setProcesses("memory/a", "1\n0\n");

@@ -289,7 +289,7 @@ TEST_F(MountingTest, RoundTripsATree) {
     EXPECT_LE(std::chrono::abs(fs::last_write_time(out + "/d/s/f") - time), std::chrono::microseconds(1));
 }
 
-TEST_F(MountingTest, ReadOnlyRefusesAllChanges) {
+TEST_F(MountingTest, RefusesAllChangesIfReadOnly) {
     disk_.write("in/f", "content");
     const ProgramRun run = runMounted({"--read-only", "--import", disk_ / "in"}, [&](pid_t process) {
         EXPECT_EQ(readFile(inside("f")), "content");

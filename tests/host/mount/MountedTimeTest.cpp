@@ -241,7 +241,7 @@ TEST_F(MountedTimeTest, IsKeptBelowARenamedFolder) {
     expectStorageAsSeen();
 }
 
-TEST_F(MountedTimeTest, OfAFolderIsUpdatedByChangesOfItsEntries) {
+TEST_F(MountedTimeTest, IsUpdatedInAFolderByChangesOfItsEntries) {
     FolderInode& folder = mount_.makeFolder("/d");
     FolderInode& other = mount_.makeFolder("/e");
     const auto expectModified = [&](FolderInode& inode) {

@@ -97,7 +97,7 @@ TEST_F(StorageSpaceTest, ProcessesInTheSameControlGroupAreLeftMore) {
     EXPECT_EQ(errnoOf([&] { space.require(50 * mebibyte); }), ENOSPC);
 }
 
-TEST_F(StorageSpaceTest, WhatIsLeftToProcessesInTheSameControlGroupGrowsWithIt) {
+TEST_F(StorageSpaceTest, ReservesMoreInALargerSharedControlGroup) {
     failWith(ErrorCode::NotOffered);
     const FakeMemory fake;
     fake.join("9:memory:/a\n");
@@ -122,7 +122,7 @@ TEST_F(StorageSpaceTest, IsGivenToTheLastByte) {
     EXPECT_EQ(take(1), ENOSPC);
 }
 
-TEST_F(StorageSpaceTest, NeverMoreIsGivenThanThereIs) {
+TEST_F(StorageSpaceTest, NeverGrantsMoreThanIsAvailable) {
     for (const std::uint64_t step : {1000U, 70'000U, 3'000'000U, 100'000'000U}) {
         used_ = 0;
         offer(200 * mebibyte + 77);
@@ -133,7 +133,7 @@ TEST_F(StorageSpaceTest, NeverMoreIsGivenThanThereIs) {
     }
 }
 
-TEST_F(StorageSpaceTest, NothingGrowsWhileTheReserveIsNeededButEmptyingGoesOn) {
+TEST_F(StorageSpaceTest, RefusesGrowthButNotTruncationWithoutTheReserve) {
     offer(1000);
     space_.reserve().giveUp();
     EXPECT_EQ(take(1), ENOSPC);
@@ -142,7 +142,7 @@ TEST_F(StorageSpaceTest, NothingGrowsWhileTheReserveIsNeededButEmptyingGoesOn) {
     EXPECT_EQ(take(1), 0);
 }
 
-TEST_F(StorageSpaceTest, WhatBecomesFreeIsGivenAgain) {
+TEST_F(StorageSpaceTest, GrantsFreedSpaceAgain) {
     offer(1000);
     EXPECT_EQ(take(1000), 0);
     EXPECT_EQ(take(10), ENOSPC);
@@ -184,7 +184,7 @@ protected:
     StorageSpace space_{provider_, {}, {}, fake_.sources()};
 };
 
-TEST_F(FullMemoryTest, SmallOperationsReuseTheHeapAfterRemovals) {
+TEST_F(FullMemoryTest, ReusesTheHeapForSmallOperationsAfterRemovals) {
     setFreeHeap(100 * mebibyte);
     EXPECT_EQ(take(1), ENOSPC) << "nothing was removed";
     space_.noteRemoval();
@@ -195,7 +195,7 @@ TEST_F(FullMemoryTest, SmallOperationsReuseTheHeapAfterRemovals) {
     EXPECT_EQ(take(1), 0);
 }
 
-TEST_F(FullMemoryTest, SmallOperationsReuseNoMoreThanTheHeapHas) {
+TEST_F(FullMemoryTest, ReusesNoMoreThanTheFreeHeap) {
     constexpr std::uint64_t reusable = 2 * mebibyte;
     setFreeHeap(4 * mebibyte + reusable); // as much as is left to others is not worth a try
     space_.noteRemoval();
@@ -209,7 +209,7 @@ TEST_F(FullMemoryTest, SmallOperationsReuseNoMoreThanTheHeapHas) {
     EXPECT_GT(taken, reusable / 2);
 }
 
-TEST_F(FullMemoryTest, TheHeapIsMeasuredAgainBeforeReuseEnds) {
+TEST_F(FullMemoryTest, MeasuresTheHeapAgainBeforeReuseEnds) {
     setFreeHeap(6 * mebibyte);
     space_.noteRemoval();
     for (std::uint64_t taken = 0; taken < 10 * mebibyte; taken += page) {
@@ -217,7 +217,7 @@ TEST_F(FullMemoryTest, TheHeapIsMeasuredAgainBeforeReuseEnds) {
     }
 }
 
-TEST_F(FullMemoryTest, ReuseEndsWhenAllocationsDoNotFit) {
+TEST_F(FullMemoryTest, EndsReuseWhenAllocationsDoNotFit) {
     setFreeHeap(100 * mebibyte);
     space_.noteRemoval();
     EXPECT_EQ(take(page), 0);
@@ -231,7 +231,7 @@ TEST_F(FullMemoryTest, ReuseEndsWhenAllocationsDoNotFit) {
     EXPECT_EQ(take(1), ENOSPC);
 }
 
-TEST_F(FullMemoryTest, RefusedOperationsTakeNothingFromTheHeap) {
+TEST_F(FullMemoryTest, TakesNothingFromTheHeapForRefusedOperations) {
     setFreeHeap(100 * mebibyte);
     space_.noteRemoval();
     ASSERT_TRUE(space_.giveBack());

@@ -43,39 +43,39 @@ TEST(CommandLineLexerTest, FindsNoWordsInAnEmptyOrBlankLine) {
     EXPECT_THAT(texts(" \t "), IsEmpty());
 }
 
-TEST(CommandLineLexerTest, SingleQuotesKeepEverything) {
+TEST(CommandLineLexerTest, KeepsEverythingInSingleQuotes) {
     EXPECT_THAT(texts(R"('a b' '\' '"' '#')"), ElementsAre("a b", "\\", "\"", "#"));
 }
 
-TEST(CommandLineLexerTest, DoubleQuotesKeepAllButEscapedQuotesAndBackslashes) {
+TEST(CommandLineLexerTest, KeepsAllButEscapedQuotesAndBackslashesInDoubleQuotes) {
     EXPECT_THAT(texts(R"("a b" "it's" "x\"y" "a\\b" "a\nb" "\$\`")"),
                 ElementsAre("a b", "it's", "x\"y", "a\\b", "a\\nb", "$`"));
 }
 
-TEST(CommandLineLexerTest, ABackslashKeepsTheNextCharacter) {
+TEST(CommandLineLexerTest, KeepsTheCharacterAfterABackslash) {
     EXPECT_THAT(texts(R"(a\ b \' \\ \# \*)"), ElementsAre("a b", "'", "\\", "#", "*"));
 }
 
-TEST(CommandLineLexerTest, QuotedPartsJoinTheirNeighbours) {
+TEST(CommandLineLexerTest, JoinsQuotedAndUnquotedParts) {
     EXPECT_THAT(texts(R"(a'b c'"d e"\ f)"), ElementsAre("ab cd e f"));
 }
 
-TEST(CommandLineLexerTest, EmptyQuotesMakeAnEmptyWord) {
+TEST(CommandLineLexerTest, ReadsEmptyQuotesAsAnEmptyWord) {
     EXPECT_THAT(texts(R"(x '' "")"), ElementsAre("x", "", ""));
 }
 
-TEST(CommandLineLexerTest, ACommentBeginsAtTheStartOfAWordOnly) {
+TEST(CommandLineLexerTest, StartsACommentOnlyAtTheStartOfAWord) {
     EXPECT_THAT(texts("ls a#b # c d 'e"), ElementsAre("ls", "a#b"));
     EXPECT_THAT(texts("# nothing"), IsEmpty());
 }
 
-TEST(CommandLineLexerTest, OnlyUnquotedWildcardsAreSpecial) {
+TEST(CommandLineLexerTest, TreatsOnlyUnquotedWildcardsAsWildcards) {
     EXPECT_EQ(wildcards("a*b?"), "*?");
     EXPECT_EQ(wildcards(R"('*'"?"\*)"), "");
     EXPECT_EQ(wildcards("'*'?"), "?");
 }
 
-TEST(CommandLineLexerTest, RefusesWhatIsNotClosed) {
+TEST(CommandLineLexerTest, RejectsUnterminatedQuotes) {
     EXPECT_THROW(texts("ls 'a b"), UsageError);
     EXPECT_THROW(texts("ls \"a b"), UsageError);
     EXPECT_THROW(texts("ls \"a b\\\""), UsageError);
@@ -97,7 +97,7 @@ TEST(CommandLineLexerTest, OperatorsOfAShellAreAnsweredWithWhatToDoInstead) {
     EXPECT_THAT(texts(R"('a|b' "c>d" e\<f \& # | > < & ;)"), ElementsAre("a|b", "c>d", "e<f", "&"));
 }
 
-TEST(CommandLineLexerTest, TakesALineOfOneMebibyte) {
+TEST(CommandLineLexerTest, AcceptsALineOfOneMebibyte) {
     const std::string longWord(1 << 20, 'x');
     EXPECT_THAT(texts("write f " + longWord), ElementsAre("write", "f", longWord));
 }

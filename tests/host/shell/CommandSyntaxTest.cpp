@@ -47,13 +47,13 @@ TEST_F(CommandSyntaxTest, MixesOptionsAndOperands) {
     EXPECT_EQ(depth_, "3");
 }
 
-TEST_F(CommandSyntaxTest, TakesLettersTogetherAndValuesAttached) {
+TEST_F(CommandSyntaxTest, AcceptsCombinedLettersAndAttachedValues) {
     EXPECT_THAT(syntax_.parse({"-lR", "-L2"}), Optional(IsEmpty()));
     EXPECT_TRUE(long_ && recursive_);
     EXPECT_EQ(depth_, "2");
 }
 
-TEST_F(CommandSyntaxTest, TakesWholeWordsBehindOneDash) {
+TEST_F(CommandSyntaxTest, AcceptsLongOptionsWithOneDash) {
     EXPECT_THAT(syntax_.parse({".", "-name", "*.h"}), Optional(ElementsAre(".")));
     EXPECT_EQ(name_, "*.h");
 }
@@ -63,24 +63,24 @@ TEST_F(CommandSyntaxTest, RefusesTwoValues) {
     EXPECT_EQ(usageError({"-name", "a", "b", "-name", "a"}), "-name is given more than once");
 }
 
-TEST_F(CommandSyntaxTest, KeepsOddOperandsAsTheyAre) {
+TEST_F(CommandSyntaxTest, KeepsUnusualOperandsUnchanged) {
     EXPECT_THAT(syntax_.parse({"[a,b]", "++", "{}", "%%"}), Optional(ElementsAre("[a,b]", "++", "{}", "%%")));
 }
 
-TEST_F(CommandSyntaxTest, KeepsOddValuesAsTheyAre) {
+TEST_F(CommandSyntaxTest, KeepsUnusualValuesUnchanged) {
     syntax_.parse({"-name", "[a,b]", "-L", "++"});
     EXPECT_EQ(name_, "[a,b]");
     EXPECT_EQ(depth_, "++");
 }
 
-TEST_F(CommandSyntaxTest, TakesAValueThatLooksLikeAnOption) {
+TEST_F(CommandSyntaxTest, AcceptsAValueThatLooksLikeAnOption) {
     syntax_.parse({"-name", "-name", "-L", "-l"});
     EXPECT_EQ(name_, "-name");
     EXPECT_EQ(depth_, "-l");
     EXPECT_FALSE(long_);
 }
 
-TEST_F(CommandSyntaxTest, AllAfterTwoDashesAreOperands) {
+TEST_F(CommandSyntaxTest, TreatsAllWordsAfterTwoDashesAsOperands) {
     EXPECT_THAT(syntax_.parse({"--", "-l", "--", "-name"}), Optional(ElementsAre("-l", "--", "-name")));
     EXPECT_FALSE(long_);
 }
@@ -109,7 +109,7 @@ TEST_F(CommandSyntaxTest, RefusesAnOptionWithoutItsValue) {
 
 using Kinds = std::vector<WordKind>;
 
-TEST_F(CommandSyntaxTest, TellsOptionsAndTheirValuesFromOperands) {
+TEST_F(CommandSyntaxTest, DistinguishesOptionsAndTheirValuesFromOperands) {
     using enum WordKind;
     EXPECT_EQ(syntax_.kinds({"a", "-l", "b", "-L", "3", "c"}),
               (Kinds{Storage, Text, Storage, Text, Text, Storage}));
@@ -117,7 +117,7 @@ TEST_F(CommandSyntaxTest, TellsOptionsAndTheirValuesFromOperands) {
     EXPECT_EQ(syntax_.kinds({"-name", "*.h", "-", "--", "-l"}), (Kinds{Text, Text, Storage, Text, Storage}));
 }
 
-TEST_F(CommandSyntaxTest, TheFirstAndTheLastOperandMayBeOfAnotherKind) {
+TEST_F(CommandSyntaxTest, AllowsAnotherKindForTheFirstAndTheLastOperand) {
     using enum WordKind;
     syntax_.operands(2, CommandSyntax::any, Disk);
     syntax_.lastOperand(Storage);
@@ -129,7 +129,7 @@ TEST_F(CommandSyntaxTest, TheFirstAndTheLastOperandMayBeOfAnotherKind) {
     EXPECT_EQ(syntax_.kinds({"a", "b"}), (Kinds{Text, Storage}));
 }
 
-TEST_F(CommandSyntaxTest, AsksForHelp) {
+TEST_F(CommandSyntaxTest, RecognizesTheHelpOption) {
     EXPECT_EQ(syntax_.parse({"a", "--help"}), std::nullopt);
     EXPECT_EQ(syntax_.help(), "usage: ls [-l] [PATH...]\nList.\n"
                               "  -l              long\n  -R              recursive\n"

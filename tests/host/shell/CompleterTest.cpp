@@ -57,7 +57,7 @@ TEST_F(CompleterTest, CompletesPathsOfTheStorage) {
     EXPECT_THAT(candidates("frob /sr"), IsEmpty());
 }
 
-TEST_F(CompleterTest, QuotesWhatItAdds) {
+TEST_F(CompleterTest, QuotesAddedText) {
     EXPECT_EQ(completed("ls /my"), "ls /my\\ folder/");
     EXPECT_EQ(completed("ls /my\\ fo"), "ls /my\\ folder/");
     EXPECT_EQ(completed("ls '/my"), "ls '/my folder/");
@@ -71,7 +71,7 @@ TEST_F(CompleterTest, QuotesWhatItAdds) {
     EXPECT_EQ(completed("cat \\#"), R"(cat \#\*\| )");
 }
 
-TEST_F(CompleterTest, EveryCompletionIsReadBackAsTheName) {
+TEST_F(CompleterTest, QuotesCompletionsSoThatTheyAreParsedAsTheName) {
     const std::string odd = " '\"\\#*?|<>&;$`x";
     succeed("mkdir /odd");
     provider_->doCreateFile(provider::StorageIRI(u"/odd/a '\"\\#*?|<>&;$`x"));
@@ -86,7 +86,7 @@ TEST_F(CompleterTest, AddsWholeCharacters) {
     EXPECT_THAT(candidates("ls /chars/\xC3"), IsEmpty());
 }
 
-TEST_F(CompleterTest, CompletesWhatTheCommandTakes) {
+TEST_F(CompleterTest, CompletesOperandsOfTheCommand) {
     disk_.write("disk file", "");
     disk_.makeFolder("disk folder");
     const std::string begin = disk_ / "disk\\ fi";
@@ -107,14 +107,14 @@ TEST_F(CompleterTest, CompletesWhatTheCommandTakes) {
     EXPECT_EQ(completed("rm -- l"), "rm -- lib/");
 }
 
-TEST_F(CompleterTest, LeavesAloneWhatItCannotRead) {
+TEST_F(CompleterTest, IgnoresLinesThatItCannotParse) {
     for (const char* const line : {"ls # l", "ls l\\", "ls | l", "ls /a > l"}) {
         EXPECT_EQ(completed(line), line);
         EXPECT_THAT(candidates(line), IsEmpty()) << line;
     }
 }
 
-TEST_F(CompleterTest, NamesThatCannotBeTypedAreLeftOut) {
+TEST_F(CompleterTest, SkipsNamesThatCannotBeTyped) {
     using provider::StorageIRI;
     provider_->doCreateFile(StorageIRI(u"/src/lib/x\n"));
     provider_->doCreateFile(StorageIRI(u"/src/lib/\xD800"));

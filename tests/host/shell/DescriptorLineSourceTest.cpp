@@ -36,15 +36,15 @@ protected:
     Interruption interruption_;
 };
 
-TEST_F(DescriptorLineSourceTest, GivesEachLineWithoutItsNewline) {
+TEST_F(DescriptorLineSourceTest, ReturnsEachLineWithoutItsNewline) {
     EXPECT_THAT(linesOf("a\n\nb c\n"), ElementsAre("a", "", "b c"));
 }
 
-TEST_F(DescriptorLineSourceTest, GivesALastLineWithoutNewline) {
+TEST_F(DescriptorLineSourceTest, ReturnsALastLineWithoutNewline) {
     EXPECT_THAT(linesOf("a\nb"), ElementsAre("a", "b"));
 }
 
-TEST_F(DescriptorLineSourceTest, TakesOffWhatEditorsPutAroundLines) {
+TEST_F(DescriptorLineSourceTest, RemovesByteOrderMarksAndCarriageReturns) {
     EXPECT_THAT(linesOf("\xEF\xBB\xBF"
                         "a\r\n\r\nb\rc\r\r\n\xEF\xBB\xBF"
                         "d\r\n"),
@@ -57,11 +57,11 @@ TEST_F(DescriptorLineSourceTest, TakesOffWhatEditorsPutAroundLines) {
     EXPECT_THAT(linesOf(std::string(65535, 'x') + "\r\ny\r\n"), ElementsAre(std::string(65535, 'x'), "y"));
 }
 
-TEST_F(DescriptorLineSourceTest, GivesNothingOfAnEmptyFile) {
+TEST_F(DescriptorLineSourceTest, ReturnsNothingForAnEmptyFile) {
     EXPECT_THAT(linesOf(""), IsEmpty());
 }
 
-TEST_F(DescriptorLineSourceTest, GivesLinesThatAreLongerThanAnyBuffer) {
+TEST_F(DescriptorLineSourceTest, ReturnsLinesLongerThanItsBuffer) {
     const std::string longLine(3 << 20, 'x');
     EXPECT_THAT(linesOf(longLine + "\nb\n"), ElementsAre(longLine, "b"));
 }
@@ -78,7 +78,7 @@ TEST_F(DescriptorLineSourceTest, RefusesALineOfMoreThanFourMebibytes) {
     }
 }
 
-TEST_F(DescriptorLineSourceTest, GivesALineOfAPipeBeforeThePipeEnds) {
+TEST_F(DescriptorLineSourceTest, ReturnsALineOfAPipeBeforeThePipeEnds) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     ASSERT_EQ(::write(ends[1], "a\nb", 3), 3);
@@ -89,7 +89,7 @@ TEST_F(DescriptorLineSourceTest, GivesALineOfAPipeBeforeThePipeEnds) {
     ::close(ends[0]);
 }
 
-TEST_F(DescriptorLineSourceTest, SaysWhatCannotBeRead) {
+TEST_F(DescriptorLineSourceTest, NamesAnUnreadableFile) {
     const FileDescriptor folder(folder_.path(), O_RDONLY);
     DescriptorLineSource lines(folder.number(), "my script", interruption_, Places::Hidden);
     try {
@@ -101,7 +101,7 @@ TEST_F(DescriptorLineSourceTest, SaysWhatCannotBeRead) {
     }
 }
 
-TEST_F(DescriptorLineSourceTest, SaysWhereTheLastLineStands) {
+TEST_F(DescriptorLineSourceTest, ReturnsThePlaceOfTheLastLine) {
     const FileDescriptor file(folder_.write("script", "a\n\nb"), O_RDONLY);
     DescriptorLineSource shown(file.number(), "my script", interruption_, Places::Shown);
     shown.next();

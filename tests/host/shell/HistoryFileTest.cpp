@@ -70,7 +70,7 @@ TEST_F(HistoryFileTest, MayBeADeviceThatKeepsNothing) {
     EXPECT_NE(modeOf("/dev/null"), 0600U);
 }
 
-TEST_F(HistoryFileTest, SaysWhyItCannotBeKept) {
+TEST_F(HistoryFileTest, ReportsWhyItCannotBeSaved) {
     folder_.write("state", "a file");
     EXPECT_THAT([this] { file_.add("one"); }, testing::ThrowsMessage<CommandError>("Not a directory"));
     std::filesystem::remove(folder_ / "state");

@@ -39,31 +39,31 @@ protected:
     }
 };
 
-TEST_F(ShellTest, EmptyLinesAndCommentsDoNothing) {
+TEST_F(ShellTest, IgnoresEmptyLinesAndComments) {
     EXPECT_EQ(succeed(""), "");
     EXPECT_EQ(succeed("   # ls"), "");
 }
 
-TEST_F(ShellTest, AnUnknownCommandIsAUsageError) {
+TEST_F(ShellTest, ReportsAnUnknownCommandAsAUsageError) {
     EXPECT_EQ(run("frobnicate x"), ExitStatus::Usage);
     EXPECT_EQ(errors(), "qzstorage: frobnicate: unknown command (try 'help')\n");
     EXPECT_EQ(run("''"), ExitStatus::Usage);
 }
 
-TEST_F(ShellTest, AUsageErrorIsOneLineThatNamesTheCommand) {
+TEST_F(ShellTest, ReportsAUsageErrorInOneLineWithTheCommand) {
     EXPECT_EQ(run("ls -z"), ExitStatus::Usage);
     EXPECT_EQ(errors(), "qzstorage: ls: unknown option '-z'\n");
     EXPECT_EQ(run("mkdir"), ExitStatus::Usage);
     EXPECT_EQ(errors(), "qzstorage: mkdir: missing operand, usage: mkdir [-p] PATH...\n");
 }
 
-TEST_F(ShellTest, PatternsAreExpandedForEveryCommand) {
+TEST_F(ShellTest, ExpandsPatternsForEveryCommand) {
     succeed("touch /a.h /b.h /c");
     succeed("rm /*.h");
     EXPECT_EQ(succeed("ls"), "c\n");
 }
 
-TEST_F(ShellTest, PatternsOfDiskOperandsAreExpandedOnTheDisk) {
+TEST_F(ShellTest, ExpandsPatternsOfDiskOperandsOnTheDisk) {
     disk_.write("src/a.h", "1");
     disk_.write("src/b.h", "2");
     disk_.makeFolder("out1");
@@ -76,27 +76,27 @@ TEST_F(ShellTest, PatternsOfDiskOperandsAreExpandedOnTheDisk) {
     EXPECT_EQ(succeed("check /in1/a* " + disk_ / "out1/a*"), "check: 0 folders, 1 file, 1 byte: equal\n");
 }
 
-TEST_F(ShellTest, WhatIsNoPathIsNotExpanded) {
+TEST_F(ShellTest, ExpandsPathsOnly) {
     succeed("touch /a.h /b.h");
     EXPECT_EQ(succeed("find / -name *.h"), "/a.h\n/b.h\n");
     succeed("write /t 2 * ?");
     EXPECT_EQ(succeed("cat /t"), "2 * ?\n");
 }
 
-TEST_F(ShellTest, AScriptStopsAtItsFirstFailure) {
+TEST_F(ShellTest, StopsAScriptAtItsFirstFailure) {
     EXPECT_EQ(runAll(FailureHandling::Stop, {"pwd", "ls /x", "touch /f"}), ExitStatus::Failure);
     EXPECT_EQ(output(), "/\n");
     EXPECT_EQ(errors(), "qzstorage: ls: /x: no such file or folder\n");
     EXPECT_EQ(succeed("ls"), "");
 }
 
-TEST_F(ShellTest, AScriptStopsAtAUsageErrorAndNamesTheLine) {
+TEST_F(ShellTest, StopsAScriptAtAUsageErrorAndNamesTheLine) {
     EXPECT_EQ(runAll(FailureHandling::Stop, {"", "ls 'x", "touch /f"}), ExitStatus::Usage);
     EXPECT_EQ(errors(), "qzstorage: line 2: a single quote is not closed\n");
     EXPECT_EQ(succeed("ls"), "");
 }
 
-TEST_F(ShellTest, AScriptThatKeepsGoingTellsOfAFailureInTheEnd) {
+TEST_F(ShellTest, ReturnsFailureAfterAScriptThatKeepsGoing) {
     EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"ls /x", "frobnicate", "touch /f"}), ExitStatus::Failure);
     EXPECT_EQ(succeed("ls"), "f\n");
     EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"pwd"}), ExitStatus::Success);
@@ -109,42 +109,42 @@ TEST_F(ShellTest, APersonsFailuresStopNothing) {
     EXPECT_EQ(succeed("ls"), "f\n");
 }
 
-TEST_F(ShellTest, ExitEndsTheSession) {
+TEST_F(ShellTest, EndsTheSessionOnExit) {
     EXPECT_EQ(runAll(FailureHandling::Stop, {"touch /f", "exit", "touch /g"}), ExitStatus::Success);
     EXPECT_EQ(succeed("ls"), "f\n");
 }
 
-TEST_F(ShellTest, ExitAfterAFailureStillTellsOfIt) {
+TEST_F(ShellTest, ReturnsFailureOnExitAfterAFailure) {
     EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"ls /x", "exit"}), ExitStatus::Failure);
 }
 
-TEST_F(ShellTest, AnInterruptedScriptEndsAlsoWhenItKeepsGoing) {
+TEST_F(ShellTest, EndsAnInterruptedScriptThatKeepsGoing) {
     succeed("truncate -s 1M /f");
     provider_->beforeRead = [] { std::raise(SIGINT); };
     EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"cat /f", "touch /g"}), ExitStatus::Interrupted);
     EXPECT_EQ(provider_->doFileExists(provider::StorageIRI(u"/g")), false);
 }
 
-TEST_F(ShellTest, APersonInterruptsTheRunningCommandOnly) {
+TEST_F(ShellTest, InterruptsOnlyTheRunningCommandOfAnInteractiveSession) {
     succeed("truncate -s 1M /f");
     provider_->beforeRead = [] { std::raise(SIGINT); };
     EXPECT_EQ(runAll(FailureHandling::AskPerson, {"cat /f", "touch /g"}), ExitStatus::Success);
     EXPECT_TRUE(provider_->doFileExists(provider::StorageIRI(u"/g")));
 }
 
-TEST_F(ShellTest, ATerminationEndsAPersonsSessionToo) {
+TEST_F(ShellTest, EndsAnInteractiveSessionOnTermination) {
     succeed("truncate -s 1M /f");
     provider_->beforeRead = [] { std::raise(SIGTERM); };
     EXPECT_EQ(runAll(FailureHandling::AskPerson, {"cat /f", "touch /g"}), ExitStatus::Interrupted);
 }
 
-TEST_F(ShellTest, MemoryRunningOutFailsTheCommandOnly) {
+TEST_F(ShellTest, FailsOnlyTheCommandWhenOutOfMemory) {
     provider_->beforeWrite = [] { throw std::bad_alloc(); };
     EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: out of memory\n");
     succeed("ls");
 }
 
-TEST_F(ShellTest, WhatAPluginThrowsIsReported) {
+TEST_F(ShellTest, ReportsExceptionsOfThePlugin) {
     provider_->beforeWrite = [] { throw 42; };
     EXPECT_EQ(fail("write /f x"), "qzstorage: write: /f: an exception of type int\n");
 }

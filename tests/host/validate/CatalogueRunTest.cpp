@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_P(CatalogueRunTest, TheInMemoryProviderKeepsEveryRule) {
+TEST_P(CatalogueRunTest, PassesTheInMemoryProvider) {
     for (const Check& check : checks()) {
         const CheckOutcome outcome = outcomeOf(TEST_PLUGIN, check);
         EXPECT_THAT(outcome.result, kept) << check.number << ' ' << check.rule << '\n'
@@ -49,7 +49,7 @@ TEST_P(CatalogueRunTest, TheInMemoryProviderKeepsEveryRule) {
     }
 }
 
-TEST_P(CatalogueRunTest, EveryFaultIsCaughtByTheRuleThatItBreaks) {
+TEST_P(CatalogueRunTest, DetectsEveryFaultByTheRuleThatItBreaks) {
 #ifdef QZSTORAGE_SANITIZED
     if (GetParam() % 4 != 0) {
         GTEST_SKIP() << "takes minutes with sanitizers; the other presets run it";
@@ -76,7 +76,7 @@ TEST_P(CatalogueRunTest, EveryFaultIsCaughtByTheRuleThatItBreaks) {
 INSTANTIATE_TEST_SUITE_P(, CatalogueRunTest,
                          testing::Range(1, static_cast<int>(checkCatalogue().size()) + 1));
 
-TEST(FaultCatalogueTest, EachFaultHasItsOwnNameAndARule) {
+TEST(FaultCatalogueTest, HasUniqueNamesAndARuleForEachFault) {
     std::set<std::string> rules;
     for (const CheckGroup& group : checkCatalogue()) {
         for (const Check& check : group.checks) {

@@ -29,7 +29,7 @@ CheckOutcome outcomeOf(Body body, Profile profile = Profile::AnyProvider, std::u
     return runner.run({"1.1", "some.rule", "Some rule.", Profile::AnyProvider, body});
 }
 
-TEST(CheckRunnerTest, TellsWhatACheckFinds) {
+TEST(CheckRunnerTest, ReportsTheResultOfACheck) {
     expectVerdict(
         outcomeOf([](CheckContext& context) { makeFile(context.provider(), context.at(u"f"), "x"); }),
         Result::Pass, "");
@@ -38,7 +38,7 @@ TEST(CheckRunnerTest, TellsWhatACheckFinds) {
     expectVerdict(outcomeOf([](CheckContext&) { skip("not here"); }), Result::Skip, "not here");
 }
 
-TEST(CheckRunnerTest, WhateverElseLeavesACheckIsAFailure) {
+TEST(CheckRunnerTest, ReportsAnyOtherExceptionAsAFailure) {
     expectVerdict(
         outcomeOf([](CheckContext& context) { context.provider().doRemoveFile(StorageIRI(u"/missing")); }),
         Result::Fail,
@@ -51,7 +51,7 @@ TEST(CheckRunnerTest, WhateverElseLeavesACheckIsAFailure) {
                   "unexpected failure: an exception of type int");
 }
 
-TEST(CheckRunnerTest, ACheckKnowsProfileAndSeed) {
+TEST(CheckRunnerTest, PassesProfileAndSeedToTheCheck) {
     const Body tell = [](CheckContext& context) {
         skip((context.isInMemoryProvider() ? "in memory " : "any ") + std::to_string(context.random()()));
     };
@@ -62,18 +62,18 @@ TEST(CheckRunnerTest, ACheckKnowsProfileAndSeed) {
     EXPECT_THAT(outcomeOf(tell).reason, HasSubstr("any"));
 }
 
-TEST(CheckRunnerTest, APluginThatGivesAProviderIsAccepted) {
+TEST(CheckRunnerTest, AcceptsAPluginThatReturnsAProvider) {
     const CheckRunner runner(TEST_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60));
     EXPECT_NO_THROW(runner.requireProvider());
 }
 
-TEST(CheckRunnerTest, APluginThatGivesNoneIsRefused) {
+TEST(CheckRunnerTest, RejectsAPluginThatReturnsNoProvider) {
     const CheckRunner runner("/missing.so", Profile::AnyProvider, 1, std::chrono::seconds(60));
     EXPECT_THAT([&] { runner.requireProvider(); },
                 ThrowsMessage<PluginError>("/missing.so: No such file or directory"));
 }
 
-TEST(CheckRunnerTest, ThePluginIsLoadedInTheProcessesAlone) {
+TEST(CheckRunnerTest, LoadsThePluginOnlyInChildProcesses) {
     const CheckRunner runner(TEST_BAD_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60));
     runner.requireProvider();
     expectVerdict(

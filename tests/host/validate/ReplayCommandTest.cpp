@@ -11,7 +11,7 @@ namespace {
 using namespace host;
 using testing::EndsWith;
 
-TEST(ReplayCommandTest, NamesAllThatACheckDependsOn) {
+TEST(ReplayCommandTest, ContainsAllThatACheckDependsOn) {
     const Check& check = madeUpChecks()[0].checks[1];
     ValidateOptions options;
     options.seed = 18446744073709551615U;

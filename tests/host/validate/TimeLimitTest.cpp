@@ -78,13 +78,13 @@ protected:
     ValidateOptions options_;
 };
 
-TEST_F(TimeLimitTest, APluginThatHangsWhileItIsLoadedIsAFailure) {
+TEST_F(TimeLimitTest, ReportsAPluginThatHangsWhileLoading) {
     misbehave("entry wait");
     const std::string result = validateUntilFound(", in buildProvider_V1", hangs());
     EXPECT_EQ(result, TEST_BAD_PLUGIN ": the process that loaded it " + ending() + ", in buildProvider_V1");
 }
 
-TEST_F(TimeLimitTest, TheOperationThatHangsIsNamed) {
+TEST_F(TimeLimitTest, NamesTheOperationThatHangs) {
     misbehave("openReadOnlyStream wait");
     options_.only = {"8.1"};
     const std::string operation = ", in doOpenReadOnlyStream of /qzstorage-validate-";
@@ -94,13 +94,13 @@ TEST_F(TimeLimitTest, TheOperationThatHangsIsNamed) {
     EXPECT_THAT(result, EndsWith("\n1 rule: 1 hung\n"));
 }
 
-TEST_F(TimeLimitTest, TenHangsEndTheRun) {
+TEST_F(TimeLimitTest, EndsTheRunAfterTenHangs) {
     options_.jobs = hangingChecks;
     EXPECT_THAT(validateUntilFound("rules: ", hangs()),
                 HasSubstr("\n12 rules: 10 hung, 2 skipped; stopped after 10 hangs: 2 rules not checked\n"));
 }
 
-TEST_F(TimeLimitTest, TheRunLimitEndsTheRun) {
+TEST_F(TimeLimitTest, EndsTheRunAtTheRunLimit) {
     options_.runLimit = milliseconds(50);
     EXPECT_THAT(validate(hangs()),
                 HasSubstr("\n12 rules: 1 hung, 11 skipped; stopped after 0.05 s (limit of --run-timeout): "

@@ -41,7 +41,7 @@ pid_t childOf(pid_t process) {
     }
 }
 
-TEST(ValidateProgramTest, ItsOwnPluginKeepsEveryRule) {
+TEST(ValidateProgramTest, PassesTheInstalledPlugin) {
     const ProgramRun run({"validate", "--seed", "7", "--only", "2.*"});
     EXPECT_EQ(run.status(), 0);
     EXPECT_THAT(run.output(),
@@ -51,7 +51,7 @@ TEST(ValidateProgramTest, ItsOwnPluginKeepsEveryRule) {
     EXPECT_EQ(run.errors(), "");
 }
 
-TEST(ValidateProgramTest, ABrokenRuleIsTold) {
+TEST(ValidateProgramTest, ReportsABrokenRule) {
     const Arguments arguments{"validate", "--only", "2.2", TEST_BROKEN_PLUGIN};
     const ProgramRun run = runWith("BROKEN_PLUGIN", "CreatingTwice", arguments);
     EXPECT_EQ(run.status(), 1);
@@ -60,7 +60,7 @@ TEST(ValidateProgramTest, ABrokenRuleIsTold) {
     EXPECT_THAT(run.output(), HasSubstr("profile any, seed "));
 }
 
-TEST(ValidateProgramTest, TheReplayLineReplays) {
+TEST(ValidateProgramTest, PrintsAReplayLineThatReplays) {
     const std::string program = std::filesystem::path(TEST_PROGRAM).parent_path();
     const TemporaryFolder folder;
     const std::string plugin = folder / "it's a plug-in.so";
@@ -77,7 +77,7 @@ TEST(ValidateProgramTest, TheReplayLineReplays) {
     EXPECT_THAT(readFile(out), HasSubstr("\n      " + mark + line + "\n1 rule: 1 failed\n"));
 }
 
-TEST(ValidateProgramTest, WorksWhereNoCoreFileIsAllowedAndEndedChildrenAreForgotten) {
+TEST(ValidateProgramTest, WorksWithoutCoreFilesAndWithIgnoredChildSignals) {
     const auto prepare = [] {
         const rlimit none{0, 0};
         ::setrlimit(RLIMIT_CORE, &none);
@@ -88,7 +88,7 @@ TEST(ValidateProgramTest, WorksWhereNoCoreFileIsAllowedAndEndedChildrenAreForgot
     EXPECT_EQ(run.errors(), "");
 }
 
-TEST(ValidateProgramTest, AReportOverwritesNothingButReports) {
+TEST(ValidateProgramTest, OverwritesOnlyReports) {
     const TemporaryFolder folder;
     const std::string plugin = folder / "plugin.so";
     std::filesystem::copy_file(TEST_PLUGIN, plugin);
@@ -102,7 +102,7 @@ TEST(ValidateProgramTest, AReportOverwritesNothingButReports) {
     }
 }
 
-TEST(ValidateProgramTest, APluginThatCannotBeUsedIsOneLine) {
+TEST(ValidateProgramTest, ReportsAnUnusablePluginInOneLine) {
     const ProgramRun missing({"validate", "/missing.so"});
     EXPECT_EQ(missing.status(), 1);
     EXPECT_EQ(missing.output(), "");
@@ -118,7 +118,7 @@ TEST(ValidateProgramTest, APluginThatCannotBeUsedIsOneLine) {
                                   ": the process that loaded it ended by SIGKILL, in buildProvider_V1\n");
 }
 
-TEST(ValidateProgramTest, WhatThePluginPrintsIsNoPartOfTheReport) {
+TEST(ValidateProgramTest, SeparatesTheOutputOfThePluginFromTheReport) {
     const ProgramRun run = runWith("BAD_PLUGIN", "entry announce",
                                    {"validate", "--seed", "7", "--only", "2.1", TEST_BAD_PLUGIN});
     EXPECT_EQ(run.status(), 0);
@@ -127,7 +127,7 @@ TEST(ValidateProgramTest, WhatThePluginPrintsIsNoPartOfTheReport) {
     EXPECT_EQ(run.errors(), "");
 }
 
-TEST(ValidateProgramTest, CtrlCEndsTheRunAndItsProcess) {
+TEST(ValidateProgramTest, EndsTheRunAndItsProcessesOnCtrlC) {
     pid_t child = 0;
     const ProgramRun run =
         runWith("BAD_PLUGIN", "entry wait", {"validate", TEST_BAD_PLUGIN}, [&](pid_t program) {
@@ -139,7 +139,7 @@ TEST(ValidateProgramTest, CtrlCEndsTheRunAndItsProcess) {
     EXPECT_TRUE(hasEnded(child));
 }
 
-TEST(ValidateProgramTest, ItsProcessEndsWithItHoweverItEnds) {
+TEST(ValidateProgramTest, EndsItsProcessHoweverItEnds) {
     const ProgramRun run =
         runWith("BAD_PLUGIN", "entry wait", {"validate", TEST_BAD_PLUGIN}, [](pid_t program) {
             const pid_t child = childOf(program);
@@ -149,7 +149,7 @@ TEST(ValidateProgramTest, ItsProcessEndsWithItHoweverItEnds) {
     EXPECT_EQ(run.status(), -SIGKILL);
 }
 
-TEST(ValidateProgramTest, TheOperationThatCrashesIsNamed) {
+TEST(ValidateProgramTest, NamesTheOperationThatCrashes) {
     const ProgramRun crash =
         runWith("BAD_PLUGIN", "openReadOnlyStream signal9", {"validate", "--only", "8.1", TEST_BAD_PLUGIN});
     EXPECT_EQ(crash.status(), 1);
@@ -161,7 +161,7 @@ TEST(ValidateProgramTest, TheOperationThatCrashesIsNamed) {
                            "SIGKILL, in doCreateFolder of /qzstorage-validate-"));
 }
 
-TEST(ValidateProgramTest, ARunEndsAtTheFirstFailure) {
+TEST(ValidateProgramTest, EndsAFailFastRunAtTheFirstFailure) {
     const ProgramRun failed = runWith("BROKEN_PLUGIN", "CreatingTwice",
                                       {"validate", "--fail-fast", "--only", "2.*", TEST_BROKEN_PLUGIN});
     EXPECT_EQ(failed.status(), 1);
@@ -170,7 +170,7 @@ TEST(ValidateProgramTest, ARunEndsAtTheFirstFailure) {
                 ContainsRegex("; stopped at the first check that did not pass: [0-9]+ rules not checked\n$"));
 }
 
-TEST(ValidateProgramTest, JobsChangeNothingInTheReport) {
+TEST(ValidateProgramTest, PrintsTheSameReportWithSeveralJobs) {
     const auto report = [](const char* jobs) {
         return runWith("BROKEN_PLUGIN", "CreatingTwice",
                        {"validate", "--seed", "7", "--only", "2.*", "--only", "3.*", "--jobs", jobs,
@@ -184,14 +184,14 @@ TEST(ValidateProgramTest, JobsChangeNothingInTheReport) {
     EXPECT_EQ(std::regex_replace(report("4"), folder, ""), std::regex_replace(one, folder, ""));
 }
 
-TEST(ValidateProgramTest, AReportThatCannotBeWrittenIsToldFirst) {
+TEST(ValidateProgramTest, ReportsAnUnwritableReportFirst) {
     const ProgramRun run({"validate", "--junit", "/missing/report.xml"});
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(run.output(), "");
     EXPECT_EQ(run.errors(), "qzstorage: /missing/report.xml: No such file or directory\n");
 }
 
-TEST(ValidateProgramTest, WrongUsageIsOneLineAndStatusTwo) {
+TEST(ValidateProgramTest, ReportsWrongUsageInOneLineWithStatusTwo) {
     const ProgramRun nothing({"validate", "--only", "x*"});
     EXPECT_EQ(nothing.status(), 2);
     EXPECT_EQ(nothing.errors(),
@@ -202,7 +202,7 @@ TEST(ValidateProgramTest, WrongUsageIsOneLineAndStatusTwo) {
     EXPECT_THAT(twice.errors(), StartsWith("qzstorage: plug-in given twice: "));
 }
 
-TEST(ValidateProgramTest, HelpShowsExamples) {
+TEST(ValidateProgramTest, PrintsExamplesInItsHelp) {
     const ProgramRun run({"validate", "--help"});
     EXPECT_EQ(run.status(), 0);
     EXPECT_THAT(run.output(), HasSubstr("Examples:\n  qzstorage validate "));

@@ -49,7 +49,7 @@ protected:
     std::ostringstream err_;
 };
 
-TEST_F(ValidationReportTest, TextTellsWhatIsNotAPass) {
+TEST_F(ValidationReportTest, ListsAllButPassesAsText) {
     EXPECT_EQ(run(), ExitStatus::Failure);
     EXPECT_EQ(out_.str(), "validating " TEST_PLUGIN ": profile in-memory, seed 7\n"
                           " 1 Letters: 1 passed, 1 failed, 1 skipped\n"
@@ -70,7 +70,7 @@ TEST_F(ValidationReportTest, TextTellsWhatIsNotAPass) {
     EXPECT_EQ(err_.str(), "");
 }
 
-TEST_F(ValidationReportTest, TextTellsWhatTheProfileLeavesOut) {
+TEST_F(ValidationReportTest, CountsRulesOutsideTheProfileAsText) {
     options_.profile = Profile::AnyProvider;
     run();
     EXPECT_THAT(out_.str(), HasSubstr(": profile any, seed 7\n"));
@@ -79,7 +79,7 @@ TEST_F(ValidationReportTest, TextTellsWhatTheProfileLeavesOut) {
                          "profile in-memory\n"));
 }
 
-TEST_F(ValidationReportTest, NothingBrokenIsSuccess) {
+TEST_F(ValidationReportTest, SucceedsIfNothingIsBroken) {
     options_.only = {"1.1", "1.3", "2.1"};
     EXPECT_EQ(run(), ExitStatus::Success);
     EXPECT_THAT(out_.str(), EndsWith("\n3 rules: 2 passed, 1 skipped\n"));
@@ -89,13 +89,13 @@ TEST_F(ValidationReportTest, NothingBrokenIsSuccess) {
     EXPECT_EQ(run(), ExitStatus::Failure);
 }
 
-TEST_F(ValidationReportTest, ATerminalShowsProgressAndLosesItInTheEnd) {
+TEST_F(ValidationReportTest, ShowsAndClearsProgressOnATerminal) {
     run(OutputKind::Terminal);
     EXPECT_THAT(err_.str(), HasSubstr("\r\033[K2 of 5: 1.2 letters.broken\r"));
     EXPECT_THAT(err_.str(), EndsWith("5 of 5: 2.2 numbers.crash\r\033[K"));
 }
 
-TEST_F(ValidationReportTest, JsonTellsEverything) {
+TEST_F(ValidationReportTest, PrintsEverythingAsJson) {
     options_.format = ReportFormat::Json;
     EXPECT_EQ(run(), ExitStatus::Failure);
     const Json report = Json::parse(out_.str());
@@ -123,7 +123,7 @@ TEST_F(ValidationReportTest, JsonTellsEverything) {
     EXPECT_EQ(results, "pass fail skip pass crash ");
 }
 
-TEST_F(ValidationReportTest, JsonTellsThePathOfThePluginAsItIs) {
+TEST_F(ValidationReportTest, PrintsThePluginPathUnchangedAsJson) {
     const TemporaryFolder folder;
     options_.format = ReportFormat::Json;
     options_.only = {"1.1"};
@@ -136,7 +136,7 @@ TEST_F(ValidationReportTest, JsonTellsThePathOfThePluginAsItIs) {
     }
 }
 
-TEST_F(ValidationReportTest, JUnitTellsEverything) {
+TEST_F(ValidationReportTest, PrintsEverythingAsJUnit) {
     const TemporaryFolder folder;
     options_.junitFile = folder / "report.xml";
     EXPECT_EQ(run(), ExitStatus::Failure);
@@ -167,14 +167,14 @@ TEST_F(ValidationReportTest, JUnitTellsEverything) {
     EXPECT_THAT(tests[4].get<std::string>("error"), EndsWith("\nlast\\x01words\nof 2"));
 }
 
-TEST_F(ValidationReportTest, AJUnitFileThatCannotBeWrittenIsToldBeforeTheRun) {
+TEST_F(ValidationReportTest, ReportsAnUnwritableJUnitFileBeforeTheRun) {
     const TemporaryFolder folder;
     options_.junitFile = folder / "missing/report.xml";
     EXPECT_ANY_THROW(run());
     EXPECT_EQ(out_.str(), "");
 }
 
-TEST_F(ValidationReportTest, RepetitionsHaveOtherSeedsAndEndAtAFailure) {
+TEST_F(ValidationReportTest, RepeatsWithOtherSeedsUntilAFailure) {
     static const std::array checks{
         Check{"1.1", "seeds.not-nine", "The seed is not 9.", Profile::AnyProvider, [](CheckContext& context) {
                   if (context.random()() == std::mt19937_64(9)()) {
@@ -197,7 +197,7 @@ TEST_F(ValidationReportTest, RepetitionsHaveOtherSeedsAndEndAtAFailure) {
                 HasSubstr("<failure message=\"it is:\">The seed is not 9.\n- 8\n+ 9\n"));
 }
 
-TEST_F(ValidationReportTest, WhatIsExceptedIsNotCheckedButTold) {
+TEST_F(ValidationReportTest, ListsExceptedRulesWithoutCheckingThem) {
     const TemporaryFolder folder;
     std::ofstream(folder / "exceptions")
         << "# what a tape cannot do\n\n2.2\t no even numbers \r\n  1.? it has no letters";
@@ -232,7 +232,7 @@ TEST_F(ValidationReportTest, WhatIsExceptedIsNotCheckedButTold) {
     EXPECT_EQ(report["rules"][3]["excepted"], false);
 }
 
-TEST_F(ValidationReportTest, ExceptionsThatAreWrongAreRefused) {
+TEST_F(ValidationReportTest, RejectsInvalidExceptions) {
     const TemporaryFolder folder;
     const std::string file = folder / "exceptions";
     const auto fails = [&](const std::string& content) {
@@ -261,7 +261,7 @@ TEST_F(ValidationReportTest, ExceptionsThatAreWrongAreRefused) {
     EXPECT_EQ(out_.str(), "");
 }
 
-TEST_F(ValidationReportTest, RulesAreListedWithoutAPlugin) {
+TEST_F(ValidationReportTest, ListsRulesWithoutAPlugin) {
     options_.task = ValidateOptions::Task::List;
     std::ostringstream err;
     Console console(out_, OutputKind::Plain, err, OutputKind::Plain);
@@ -282,7 +282,7 @@ TEST_F(ValidationReportTest, RulesAreListedWithoutAPlugin) {
                                          "rule": "1 is a number.", "profile": "in-memory"}]})"));
 }
 
-TEST_F(ValidationReportTest, RulesAreListedAsMarkdown) {
+TEST_F(ValidationReportTest, ListsRulesAsMarkdown) {
     options_.task = ValidateOptions::Task::ListAsMarkdown;
     options_.only = {"1.1", "1.2", "2.1"};
     EXPECT_EQ(run(), ExitStatus::Success);

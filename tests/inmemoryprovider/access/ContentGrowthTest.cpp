@@ -45,7 +45,7 @@ private:
 };
 
 /// If the old pages were not freed early, twice the size would be in memory directly after a growth.
-TEST(ContentGrowth, PeaksAtTheSizeOfTheContent) {
+TEST(ContentGrowthTest, PeaksAtTheSizeOfTheContent) {
 #ifdef QZSTORAGE_SANITIZED
     GTEST_SKIP() << "sanitizers keep memory of their own";
 #endif
@@ -59,13 +59,13 @@ TEST(ContentGrowth, PeaksAtTheSizeOfTheContent) {
     }
 }
 
-TEST(ContentGrowth, IsEightfoldForLargeContents) {
+TEST(ContentGrowthTest, IsEightfoldForLargeContents) {
     Bytes content;
     appendByBlocks(content, 3 * mebibyte);
     EXPECT_EQ(content.capacity(), 16 * mebibyte);
 }
 
-TEST(ContentGrowth, IsTwofoldIfTheAddressSpaceIsLimited) {
+TEST(ContentGrowthTest, IsTwofoldIfTheAddressSpaceIsLimited) {
     const LimitedAddressSpace limited(RLIM_INFINITY - 1); // above the reservation of the sanitizers
     if (!LimitedAddressSpace::isInForce()) {
         GTEST_SKIP() << "the emulator does not pass the limit on";
@@ -75,14 +75,14 @@ TEST(ContentGrowth, IsTwofoldIfTheAddressSpaceIsLimited) {
     EXPECT_EQ(content.capacity(), 32 * mebibyte);
 }
 
-TEST(ContentGrowth, PreservesErrno) {
+TEST(ContentGrowthTest, PreservesErrno) {
     Bytes content;
     errno = EDOM;
     appendByBlocks(content, 20 * mebibyte);
     EXPECT_EQ(errno, EDOM);
 }
 
-TEST(ContentGrowth, RefusesASizeAboveTheMaximum) {
+TEST(ContentGrowthTest, RefusesASizeAboveTheMaximum) {
     Bytes content(3, 'x');
     EXPECT_THROW(appendBytes(content, content.data(), content.max_size() - 2), std::length_error);
     EXPECT_EQ(content, Bytes(3, 'x'));

@@ -49,7 +49,7 @@ protected:
     unsigned long position = 0;
 };
 
-TEST_F(ContentIOTest, ReadingAnEmptyFileReturnsNone) {
+TEST_F(ContentIOTest, ReadsNothingFromAnEmptyFile) {
     EXPECT_EQ(read(1), "none");
     EXPECT_EQ(read(0), "none");
     EXPECT_EQ(read(-1), "none");
@@ -72,7 +72,7 @@ TEST_F(ContentIOTest, ReadsNoMoreThanRequested) {
     EXPECT_EQ(position, 5U);
 }
 
-TEST_F(ContentIOTest, ReadingZeroBytesReturnsNoneAndKeepsThePosition) {
+TEST_F(ContentIOTest, ReadsZeroBytesAndKeepsThePosition) {
     fill("0123456789");
     EXPECT_EQ(read(0), "none");
     EXPECT_EQ(position, 0U);
@@ -81,14 +81,14 @@ TEST_F(ContentIOTest, ReadingZeroBytesReturnsNoneAndKeepsThePosition) {
     EXPECT_EQ(position, 3U);
 }
 
-TEST_F(ContentIOTest, ANegativeCountReadsAllRemainingBytes) {
+TEST_F(ContentIOTest, ReadsAllRemainingBytesForANegativeCount) {
     fill("0123456789");
     position = 6;
     EXPECT_EQ(read(-1), "6789");
     EXPECT_EQ(position, 10U);
 }
 
-TEST_F(ContentIOTest, ReadingBeyondTheEndReturnsNoneAndKeepsThePosition) {
+TEST_F(ContentIOTest, ReadsNothingBeyondTheEndAndKeepsThePosition) {
     fill("0123");
     position = 50;
     EXPECT_EQ(read(10), "none");
@@ -104,7 +104,7 @@ TEST_F(ContentIOTest, AppendsAtTheEndFromAnyPosition) {
     EXPECT_EQ(position, 14U);
 }
 
-TEST_F(ContentIOTest, AppendingNothingMovesToTheEnd) {
+TEST_F(ContentIOTest, MovesToTheEndWhenAppendingNothing) {
     fill("0123456789");
     position = 2;
     EXPECT_EQ(write("", appending), 0);
@@ -136,21 +136,21 @@ TEST_F(ContentIOTest, OverwritesExactlyToTheEnd) {
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(ContentIOTest, EveryNumberButZeroWritesAtThePosition) {
+TEST_F(ContentIOTest, WritesAtThePositionForEveryNumberButZero) {
     fill("0123");
     position = 1;
     EXPECT_EQ(write("x", atPositionByAnotherNumber), 1);
     EXPECT_EQ(bytes(), "0x23");
 }
 
-TEST_F(ContentIOTest, WritingBeyondTheEndAppendsWithoutAGap) {
+TEST_F(ContentIOTest, AppendsWithoutAGapWhenWritingBeyondTheEnd) {
     position = 50;
     EXPECT_EQ(write("abcd", atPosition), 4);
     EXPECT_EQ(bytes(), "abcd");
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(ContentIOTest, WritingNothingKeepsThePositionEvenBeyondTheEnd) {
+TEST_F(ContentIOTest, KeepsThePositionWhenWritingNothing) {
     fill("0123");
     position = 50;
     EXPECT_EQ(write("", atPosition), 0);
@@ -161,7 +161,7 @@ TEST_F(ContentIOTest, WritingNothingKeepsThePositionEvenBeyondTheEnd) {
     EXPECT_EQ(bytes(), "0123");
 }
 
-TEST_F(ContentIOTest, ANegativeCountWritesNothingAndIsReturned) {
+TEST_F(ContentIOTest, WritesNothingForANegativeCountAndReturnsIt) {
     fill("0123");
     position = 2;
     EXPECT_EQ(writeContent(content, "abc", -3, position, atPosition), -3);
@@ -171,7 +171,7 @@ TEST_F(ContentIOTest, ANegativeCountWritesNothingAndIsReturned) {
     EXPECT_EQ(bytes(), "0123");
 }
 
-TEST_F(ContentIOTest, GrowingAtLeastDoublesTheCapacity) {
+TEST_F(ContentIOTest, DoublesTheCapacityAtLeastWhenGrowing) {
     content.reserve(100);
     fill(std::string(10, 'x'));
     position = 10;
@@ -181,7 +181,7 @@ TEST_F(ContentIOTest, GrowingAtLeastDoublesTheCapacity) {
     EXPECT_EQ(content.capacity(), 601U);
 }
 
-TEST_F(ContentIOTest, SmallAppendsReallocateRarely) {
+TEST_F(ContentIOTest, ReallocatesRarelyForSmallAppends) {
     int reallocations = 0;
     for (int i = 0; i < 100000; ++i) {
         const auto capacity = content.capacity();
@@ -226,7 +226,7 @@ void expectKeptWhileGrowing(std::size_t size, std::size_t block) {
 
 constexpr std::size_t mebibyte = 1U << 20U;
 
-TEST(LargeContent, KeepsAllBytesWhileItGrowsByBlocks) {
+TEST(LargeContentTest, KeepsAllBytesWhileItGrowsByBlocks) {
     for (const std::size_t block : {4'096U, 65'536U, 65'537U, 700'001U}) {
         SCOPED_TRACE(block);
         expectKeptWhileGrowing(17 * mebibyte + 5, block);
@@ -235,7 +235,7 @@ TEST(LargeContent, KeepsAllBytesWhileItGrowsByBlocks) {
 
 /// The sizes at which contents begin to grow with spare capacity, to free their old pages early, and to use
 /// huge pages.
-TEST(LargeContent, KeepsAllBytesOfSizesAroundTheThresholds) {
+TEST(LargeContentTest, KeepsAllBytesOfSizesAroundTheThresholds) {
     for (const std::size_t threshold : {mebibyte / 4, 2 * mebibyte, 8 * mebibyte}) {
         for (const std::size_t size : {threshold - 1, threshold, threshold + 1, 2 * threshold + 1}) {
             for (const std::size_t block :
@@ -247,7 +247,7 @@ TEST(LargeContent, KeepsAllBytesOfSizesAroundTheThresholds) {
     }
 }
 
-TEST(LargeContent, GrowsRarely) {
+TEST(LargeContentTest, GrowsRarely) {
     std::vector<std::uint8_t> content;
     unsigned long position = 0;
     const std::string block(65'536, 'x');
@@ -260,7 +260,7 @@ TEST(LargeContent, GrowsRarely) {
     EXPECT_LE(growths, 8);
 }
 
-TEST_F(ContentIOTest, ALargeWriteAcrossTheEndKeepsTheBytesBeforeIt) {
+TEST_F(ContentIOTest, KeepsTheBytesBeforeALargeWriteAcrossTheEnd) {
     fill("0123456789");
     position = 8;
     const std::string large(3 * mebibyte, 'x');
@@ -269,7 +269,7 @@ TEST_F(ContentIOTest, ALargeWriteAcrossTheEndKeepsTheBytesBeforeIt) {
     EXPECT_EQ(position, content.size());
 }
 
-TEST_F(ContentIOTest, AnEmptiedLargeFileIsWrittenFromItsBeginning) {
+TEST_F(ContentIOTest, WritesAnEmptiedLargeFileFromItsBeginning) {
     write(std::string(2 * mebibyte, 'x'), appending);
     const auto capacity = content.capacity();
     content.clear();
@@ -278,7 +278,7 @@ TEST_F(ContentIOTest, AnEmptiedLargeFileIsWrittenFromItsBeginning) {
     EXPECT_EQ(content.capacity(), capacity);
 }
 
-TEST_F(ContentIOTest, ASizeAboveTheMaximumKeepsTheOverwrittenPartAndThePosition) {
+TEST_F(ContentIOTest, KeepsTheOverwrittenPartAndThePositionAboveTheMaximumSize) {
     fill("0123456789");
     position = 8;
     std::string buffer = "ab";
@@ -344,7 +344,7 @@ TEST_F(ContentIOTest, SeeksRelativeToAPositionBeyondTheEnd) {
     EXPECT_EQ(seek(-45, std::ios_base::cur), 5);
 }
 
-TEST_F(ContentIOTest, ASeekResultHasNoConversionState) {
+TEST_F(ContentIOTest, SeeksWithoutAConversionState) {
     fill("0123");
     const std::streampos result = seekContent(content, 2, std::ios_base::beg, position);
     EXPECT_EQ(result.state().__count, 0);

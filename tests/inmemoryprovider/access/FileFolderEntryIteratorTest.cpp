@@ -49,13 +49,13 @@ std::vector<FolderEntry> list(const Snapshot& children) {
     return rest(listing);
 }
 
-TEST(FileFolderEntryIterator, IsEmptyForAnEmptyFolder) {
+TEST(FileFolderEntryIteratorTest, IsEmptyForAnEmptyFolder) {
     EXPECT_FALSE(All(Snapshot()).hasNext());
     EXPECT_FALSE(Files(Snapshot()).hasNext());
     EXPECT_FALSE(Folders(Snapshot()).hasNext());
 }
 
-TEST(FileFolderEntryIterator, IsEmptyForAFolderOfTheOtherKindOnly) {
+TEST(FileFolderEntryIteratorTest, IsEmptyForAFolderOfTheOtherKindOnly) {
     const auto folders = snapshot({{u"a", aFolder}, {u"b", aFolder}});
     const auto files = snapshot({{u"a", aFile}, {u"b", aFile}});
     EXPECT_FALSE(Files(folders).hasNext());
@@ -63,7 +63,7 @@ TEST(FileFolderEntryIterator, IsEmptyForAFolderOfTheOtherKindOnly) {
     EXPECT_EQ(list<All>(folders), (std::vector{FolderEntry(u"a", aFolder), FolderEntry(u"b", aFolder)}));
 }
 
-TEST(FileFolderEntryIterator, YieldsTheAcceptedKindInTheOrderOfPaths) {
+TEST(FileFolderEntryIteratorTest, YieldsTheAcceptedKindInTheOrderOfPaths) {
     const auto children =
         snapshot({{u"b", aFile}, {u"a", aFolder}, {u"d", aFolder}, {u"c", aFile}, {u"e", aFile}});
     EXPECT_EQ(list<All>(children),
@@ -74,7 +74,7 @@ TEST(FileFolderEntryIterator, YieldsTheAcceptedKindInTheOrderOfPaths) {
     EXPECT_EQ(list<Folders>(children), (std::vector{FolderEntry(u"a", aFolder), FolderEntry(u"d", aFolder)}));
 }
 
-TEST(FileFolderEntryIterator, ReadingTheEntryKeepsThePosition) {
+TEST(FileFolderEntryIteratorTest, KeepsThePositionWhenTheEntryIsRead) {
     All listing(snapshot({{u"a", aFolder}, {u"b", aFile}}));
     listing.step();
     EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFolder));
@@ -82,14 +82,14 @@ TEST(FileFolderEntryIterator, ReadingTheEntryKeepsThePosition) {
     EXPECT_TRUE(listing.hasNext());
 }
 
-TEST(FileFolderEntryIterator, KeepsTheLastEntryAtTheEnd) {
+TEST(FileFolderEntryIteratorTest, KeepsTheLastEntryAtTheEnd) {
     Files listing(snapshot({{u"a", aFile}, {u"b", aFolder}}));
     listing.step();
     EXPECT_FALSE(listing.hasNext());
     EXPECT_EQ(listing.getEntry(), FolderEntry(u"a", aFile));
 }
 
-TEST(FileFolderEntryIterator, ACloneYieldsTheRemainingEntriesIndependently) {
+TEST(FileFolderEntryIteratorTest, ClonesIndependentRemainingEntries) {
     const auto children = snapshot({{u"a", aFile}, {u"b", aFolder}, {u"c", aFile}, {u"d", aFile}});
     Files listing(children);
     listing.step();
@@ -102,7 +102,7 @@ TEST(FileFolderEntryIterator, ACloneYieldsTheRemainingEntriesIndependently) {
 
 /// Each name must be correct, whether the listing or a clone of it is stepped first. The names are too long
 /// for the small string optimization, so a moved-from string is detected.
-TEST(FileFolderEntryIterator, ClonesAfterAnyNumberOfStepsYieldTheRemainingFullNames) {
+TEST(FileFolderEntryIteratorTest, ClonesRemainingFullNamesAfterAnyNumberOfSteps) {
     const std::u16string beginning = u"a name that is rather long, number ";
     std::vector<FolderEntry> all;
     std::vector<std::pair<std::u16string, FolderEntry::EntryType>> children;
@@ -127,13 +127,13 @@ TEST(FileFolderEntryIterator, ClonesAfterAnyNumberOfStepsYieldTheRemainingFullNa
     EXPECT_FALSE(listing.hasNext());
 }
 
-TEST(FileFolderEntryIterator, LeavesTheOriginalSnapshotUnchanged) {
+TEST(FileFolderEntryIteratorTest, LeavesTheOriginalSnapshotUnchanged) {
     const auto children = snapshot({{u"a file with a rather long name", aFile}, {u"b", aFolder}});
     const auto first = list<All>(children);
     EXPECT_EQ(list<All>(children), first);
 }
 
-TEST(FileFolderEntryIterator, ACloneOutlivesItsOriginal) {
+TEST(FileFolderEntryIteratorTest, ClonesToAnObjectThatOutlivesIt) {
     auto listing = std::make_unique<All>(snapshot({{u"a", aFile}, {u"b", aFolder}}));
     listing->step();
     const auto clone = listing->clone();
@@ -141,14 +141,14 @@ TEST(FileFolderEntryIterator, ACloneOutlivesItsOriginal) {
     EXPECT_EQ(rest(*clone), (std::vector{FolderEntry(u"b", aFolder)}));
 }
 
-TEST(FileFolderEntryIterator, ACloneHasThePositionOfItsOriginal) {
+TEST(FileFolderEntryIteratorTest, ClonesItsPosition) {
     All listing(snapshot({{u"a", aFile}}));
     EXPECT_EQ(rest(*listing.clone()), (std::vector{FolderEntry(u"a", aFile)}));
     listing.step();
     EXPECT_FALSE(listing.clone()->hasNext());
 }
 
-TEST(FileFolderEntryIterator, ClonesAreOfTheSameKindOfListing) {
+TEST(FileFolderEntryIteratorTest, ClonesToTheSameKindOfListing) {
     const Folders listing(snapshot({{u"a", aFile}}));
     EXPECT_NE(dynamic_cast<Folders*>(listing.clone().get()), nullptr);
 }

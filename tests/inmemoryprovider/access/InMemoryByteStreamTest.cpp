@@ -40,7 +40,7 @@ TEST_F(InMemoryByteStreamTest, StartsAtTheBeginning) {
     EXPECT_EQ(stream->seek(0, std::ios_base::cur), std::streampos(0));
 }
 
-TEST_F(InMemoryByteStreamTest, EachStreamHasItsOwnPositionOnSharedBytes) {
+TEST_F(InMemoryByteStreamTest, HasItsOwnPositionOnSharedBytes) {
     const auto writer = open(ByteStreamAppend::WriteAtPosition);
     const auto reader = open(ByteStreamAppend::WriteAtPosition);
     EXPECT_EQ(writer->write("hello", 5), 5);
@@ -59,7 +59,7 @@ TEST_F(InMemoryByteStreamTest, WritesInItsMode) {
     EXPECT_EQ(readAll(*appender), "Jello!");
 }
 
-TEST_F(InMemoryByteStreamTest, FlushChangesNothing) {
+TEST_F(InMemoryByteStreamTest, ChangesNothingOnFlush) {
     const auto stream = open(ByteStreamAppend::WriteAtPosition);
     stream->write("abc", 3);
     stream->flush();

@@ -32,7 +32,7 @@ void addChain(InMemoryFileSystem& fileSystem, const std::u16string& top) {
     }
 }
 
-TEST(DeepTree, IsMovedAndDestroyedOnASmallStack) {
+TEST(DeepTreeTest, IsMovedAndDestroyedOnASmallStack) {
     runOnSmallStack([] {
         auto fileSystem = std::make_unique<InMemoryFileSystem>();
         addChain(*fileSystem, u"a");
@@ -72,11 +72,11 @@ void expectDestroyedOnASmallStack(const std::vector<std::u16string>& beside) {
     EXPECT_TRUE(deepest.expired());
 }
 
-TEST(DeepTree, AChainThatOnlyItsTopReferencesIsDestroyedOnASmallStack) {
+TEST(DeepTreeTest, DestroysAChainOwnedByItsTopOnASmallStack) {
     expectDestroyedOnASmallStack({});
 }
 
-TEST(DeepTree, IsDestroyedOnASmallStackWithSiblings) {
+TEST(DeepTreeTest, IsDestroyedOnASmallStackWithSiblings) {
     expectDestroyedOnASmallStack({u"c"});
     expectDestroyedOnASmallStack({u"e"});
 }

@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(InMemoryEntryPath, AppendTest,
                                          Appending{u"/a", u"b/c", u"/a//c"}, Appending{u"/a", u"", u"/a/"},
                                          Appending{u"", u"b", u"/b"}, Appending{u"/a//", u"b", u"/a//b"}));
 
-TEST(InMemoryEntryPath, OrdersByUnsignedCodeUnits) {
+TEST(InMemoryEntryPathTest, OrdersByUnsignedCodeUnits) {
     std::vector<Path> paths{Path(u"/a0"), Path(u"/\xFFFF"),     Path(u"/a/b"), Path(u"/b"), Path(u"/a"),
                             Path(u"/A"),  Path(u"/\U0001F600"), Path(u"/a-b"), Path(u"/"),  Path(u"")};
     std::sort(paths.begin(), paths.end());
@@ -116,7 +116,7 @@ TEST(InMemoryEntryPath, OrdersByUnsignedCodeUnits) {
     EXPECT_EQ(paths, expected);
 }
 
-TEST(InMemoryEntryPath, IsFoundInAMapByItsText) {
+TEST(InMemoryEntryPathTest, IsFoundInAMapByItsText) {
     const std::map<Path, int> map{{Path(u""), 0}, {Path(u"/"), 1}, {Path(u"/a"), 2}, {Path(u"/a/b"), 3}};
     for (const auto& [path, value] : map) {
         EXPECT_EQ(map.find(path.view())->second, value);
@@ -128,7 +128,7 @@ TEST(InMemoryEntryPath, IsFoundInAMapByItsText) {
     }
 }
 
-TEST(InMemoryEntryPath, ViewsOfAnAppendedPathShowItsNewText) {
+TEST(InMemoryEntryPathTest, ShowsItsNewTextInViewsAfterAppending) {
     Path path(u"/");
     path.append(u"b");
     EXPECT_EQ(path.parentView(), u"/");
@@ -139,11 +139,11 @@ TEST(InMemoryEntryPath, ViewsOfAnAppendedPathShowItsNewText) {
     EXPECT_EQ(path.filenameView(), u"");
 }
 
-TEST(InMemoryEntryPath, IsNotLessThanItself) {
+TEST(InMemoryEntryPathTest, IsNotLessThanItself) {
     EXPECT_FALSE(Path(u"/a") < Path(u"/a"));
 }
 
-TEST(InMemoryEntryPath, ComparesLongTextsLikeShortOnes) {
+TEST(InMemoryEntryPathTest, ComparesLongTextsLikeShortOnes) {
     const std::u16string beginning = u"/a folder with a long name";
     for (std::size_t length = 1; length <= beginning.size(); ++length) {
         const auto common = beginning.substr(0, length);
@@ -162,14 +162,14 @@ TEST(InMemoryEntryPath, ComparesLongTextsLikeShortOnes) {
     }
 }
 
-TEST(InMemoryEntryPath, OrdersCodeUnitsOfZeroLikeOthers) {
+TEST(InMemoryEntryPathTest, OrdersCodeUnitsOfZeroLikeOthers) {
     const InMemoryEntryPath zeros(std::u16string(4, u'\0') + u"c");
     const InMemoryEntryPath letters(u"aaaab");
     EXPECT_LT(zeros, letters);
     EXPECT_FALSE(letters < zeros);
 }
 
-TEST(InMemoryEntryPath, EqualsAPathWithTheSameCodeUnits) {
+TEST(InMemoryEntryPathTest, EqualsAPathWithTheSameCodeUnits) {
     EXPECT_EQ(Path(u"/a/"), Path(u"//a"));
     EXPECT_FALSE(Path(u"/a") == Path(u"/A"));
     EXPECT_FALSE(Path(u"/a") == Path(u"/ab"));

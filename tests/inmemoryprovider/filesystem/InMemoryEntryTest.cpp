@@ -13,7 +13,7 @@ InMemoryEntryPath path(std::u16string text) {
     return InMemoryEntryPath(std::move(text));
 }
 
-TEST(InMemoryEntry, ReturnsItsConstructorArguments) {
+TEST(InMemoryEntryTest, ReturnsItsConstructorArguments) {
     const InMemoryFileEntry entry(path(u"/a/f"), early, false);
     EXPECT_EQ(entry.getPath(), path(u"/a/f"));
     EXPECT_EQ(&entry.path(), &entry.path());
@@ -23,17 +23,17 @@ TEST(InMemoryEntry, ReturnsItsConstructorArguments) {
     EXPECT_FALSE(entry.isWritable());
 }
 
-TEST(InMemoryEntry, NamesTheRootByItsSeparator) {
+TEST(InMemoryEntryTest, NamesTheRootByItsSeparator) {
     EXPECT_EQ(InMemoryFolderEntry(path(u"/"), early, true).getName(), u"/");
 }
 
-TEST(InMemoryEntry, AcceptsAnEarlierTime) {
+TEST(InMemoryEntryTest, AcceptsAnEarlierTime) {
     InMemoryFolderEntry entry(path(u"/a"), late, true);
     entry.setLastModifiedTime(early);
     EXPECT_EQ(entry.getLastModifiedTime(), early);
 }
 
-TEST(InMemoryEntry, StoresTheWritableFlag) {
+TEST(InMemoryEntryTest, StoresTheWritableFlag) {
     InMemoryFolderEntry entry(path(u"/a"), late, true);
     entry.setWritable(false);
     EXPECT_FALSE(entry.isWritable());
@@ -41,7 +41,7 @@ TEST(InMemoryEntry, StoresTheWritableFlag) {
     EXPECT_TRUE(entry.isWritable());
 }
 
-TEST(InMemoryEntry, ComparesKindAndPathOnly) {
+TEST(InMemoryEntryTest, ComparesKindAndPathOnly) {
     const InMemoryFileEntry file(path(u"/a"), early, true);
     const InMemoryFileEntry sameButTimeAndFlag(path(u"/a"), late, false);
     const InMemoryFileEntry other(path(u"/b"), early, true);
@@ -51,7 +51,7 @@ TEST(InMemoryEntry, ComparesKindAndPathOnly) {
     EXPECT_FALSE(static_cast<const InMemoryEntry&>(file) == folder);
 }
 
-TEST(InMemoryEntry, ReportsItsKind) {
+TEST(InMemoryEntryTest, ReportsItsKind) {
     EXPECT_FALSE(InMemoryFileEntry(path(u"/a"), early, true).isFolder());
     EXPECT_TRUE(InMemoryFolderEntry(path(u"/a"), early, true).isFolder());
 }

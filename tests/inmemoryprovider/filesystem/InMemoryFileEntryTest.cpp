@@ -42,7 +42,7 @@ TEST_F(InMemoryFileEntryTest, StartsEmptyWithItsOwnContentAndMutex) {
     EXPECT_NE(file.getMutex(), other.getMutex());
 }
 
-TEST_F(InMemoryFileEntryTest, ContentAndMutexEachOutliveTheEntry) {
+TEST_F(InMemoryFileEntryTest, SharesContentAndMutexThatOutliveIt) {
     auto dropped = std::make_unique<InMemoryFileEntry>(path(), someTime, true);
     dropped->write("abc", 3, position, ByteStreamAppend::AppendAtEnd);
     const auto mutex = dropped->getMutex();
@@ -113,7 +113,7 @@ TEST_F(InMemoryFileEntryTest, ReadsWritesAndSeeksAtTheCallersPosition) {
     EXPECT_EQ(position, 4U);
 }
 
-TEST_F(InMemoryFileEntryTest, TruncationEmptiesAllOwnersOfTheBytesAndKeepsTheCapacity) {
+TEST_F(InMemoryFileEntryTest, TruncatesSharedBytesAndKeepsTheCapacity) {
     file.write("hello", 5, position, ByteStreamAppend::AppendAtEnd);
     InMemoryFileEntry other(InMemoryEntryPath(u"/g"), someTime, true, file.getContent());
     const auto content = file.getContent();

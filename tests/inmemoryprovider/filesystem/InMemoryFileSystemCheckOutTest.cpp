@@ -70,7 +70,7 @@ TEST_F(CheckOutTest, CreatesAMissingFileWithTheTimeOfItsParent) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(CheckOutTest, OpeningAnExistingFileWithOptionsStampsTheFileAlone) {
+TEST_F(CheckOutTest, StampsOnlyTheFileWhenOpeningAnExistingOne) {
     addFile(u"/f", "0123456789");
     age({u"/", u"/f"});
     const auto stream = open(u"/f", mustExist());
@@ -79,7 +79,7 @@ TEST_F(CheckOutTest, OpeningAnExistingFileWithOptionsStampsTheFileAlone) {
     EXPECT_EQ(readAll(*stream), "0123456789");
 }
 
-TEST_F(CheckOutTest, OpeningCanEmptyTheFile) {
+TEST_F(CheckOutTest, EmptiesTheFileOnRequest) {
     addFile(u"/f", "0123456789");
     const auto content = file(u"/f")->getContent();
     const auto stream = open(u"/f", emptying());
@@ -87,7 +87,7 @@ TEST_F(CheckOutTest, OpeningCanEmptyTheFile) {
     EXPECT_EQ(file(u"/f")->getContent(), content);
 }
 
-TEST_F(CheckOutTest, OnlyZeroEmptiesAndOnlyOneRequiresExistence) {
+TEST_F(CheckOutTest, EmptiesOnlyForZeroAndRequiresExistenceOnlyForOne) {
     addFile(u"/f", "0123456789");
     ByteStreamOpenOptions options;
     options.content = static_cast<ByteStreamContent>(5);
@@ -98,7 +98,7 @@ TEST_F(CheckOutTest, OnlyZeroEmptiesAndOnlyOneRequiresExistence) {
     EXPECT_TRUE(exists(u"/new"));
 }
 
-TEST_F(CheckOutTest, TheFirstFieldIsIgnored) {
+TEST_F(CheckOutTest, IgnoresTheFirstField) {
     ByteStreamOpenOptions options;
     options.hint = 12345;
     open(u"/f", options)->write("abc", 3);
@@ -112,7 +112,7 @@ TEST_F(CheckOutTest, WritesInTheModeOfTheOptions) {
     EXPECT_EQ(bytesOf(u"/f"), "xy23456789ab");
 }
 
-TEST_F(CheckOutTest, WritingLaterStampsNothing) {
+TEST_F(CheckOutTest, StampsNothingOnLaterWrites) {
     const auto stream = open(u"/f", keeping());
     age({u"/f", u"/"});
     stream->write("abc", 3);
@@ -120,14 +120,14 @@ TEST_F(CheckOutTest, WritingLaterStampsNothing) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(CheckOutTest, AMissingParentIsNamed) {
+TEST_F(CheckOutTest, NamesAMissingParent) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", opening(u"/a/f", keeping())));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", openingToRead(u"/a/f")));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", opening(u"/", keeping())));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", openingToRead(u"/")));
 }
 
-TEST_F(CheckOutTest, AReadOnlyFileIsRefusedBeforeAnythingElse) {
+TEST_F(CheckOutTest, RefusesAReadOnlyFileBeforeAnythingElse) {
     addFolder(u"/a");
     addFile(u"/a/f", "abc");
     makeReadOnly(u"/a/f");
@@ -138,7 +138,7 @@ TEST_F(CheckOutTest, AReadOnlyFileIsRefusedBeforeAnythingElse) {
     EXPECT_EQ(timeOf(u"/a/f"), longAgo);
 }
 
-TEST_F(CheckOutTest, AWritableFileInAReadOnlyFolderIsOpened) {
+TEST_F(CheckOutTest, OpensAWritableFileInAReadOnlyFolder) {
     addFolder(u"/a");
     addFile(u"/a/f");
     makeReadOnly(u"/a");
@@ -158,7 +158,7 @@ TEST_F(CheckOutTest, ChecksForAFolderThenForExistenceThenForAReadOnlyParent) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(CheckOutTest, OpeningToReadChangesNothing) {
+TEST_F(CheckOutTest, ChangesNothingWhenOpeningToRead) {
     addFile(u"/f", "abc");
     makeReadOnly(u"/f");
     age({u"/", u"/f"});
@@ -168,20 +168,20 @@ TEST_F(CheckOutTest, OpeningToReadChangesNothing) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(CheckOutTest, OpeningToReadFindsFilesOnly) {
+TEST_F(CheckOutTest, OpensOnlyFilesToRead) {
     addFolder(u"/a");
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", openingToRead(u"/a")));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", openingToRead(u"/x")));
 }
 
-TEST_F(CheckOutTest, AStreamOpenedToReadWritesAtItsPosition) {
+TEST_F(CheckOutTest, WritesAtThePositionOfAStreamOpenedToRead) {
     addFile(u"/f", "abc");
     const auto stream = fileSystem.checkOutFileEntry(path(u"/f"));
     stream->write("X", 1);
     EXPECT_EQ(bytesOf(u"/f"), "Xbc");
 }
 
-TEST_F(CheckOutTest, StreamsOnOneFileShareItsBytes) {
+TEST_F(CheckOutTest, SharesTheBytesOfOneFileBetweenStreams) {
     const auto writer = open(u"/f", keeping());
     const auto reader = fileSystem.checkOutFileEntry(path(u"/f"));
     writer->write("hello", 5);
@@ -193,7 +193,7 @@ TEST_F(CheckOutTest, StreamsOnOneFileShareItsBytes) {
     EXPECT_EQ(bytesOf(u"/f"), "abcd");
 }
 
-TEST_F(CheckOutTest, AStreamOutlivesTheRemovalOfItsFile) {
+TEST_F(CheckOutTest, KeepsAStreamAfterTheRemovalOfItsFile) {
     const auto stream = open(u"/f", keeping());
     fileSystem.removeFileEntry(path(u"/f"));
     EXPECT_EQ(stream->write("abc", 3), 3);
@@ -202,14 +202,14 @@ TEST_F(CheckOutTest, AStreamOutlivesTheRemovalOfItsFile) {
     EXPECT_FALSE(exists(u"/f"));
 }
 
-TEST_F(CheckOutTest, AStreamOutlivesTheFileSystem) {
+TEST_F(CheckOutTest, KeepsAStreamAfterTheDestructionOfTheFileSystem) {
     auto other = std::make_unique<InMemoryFileSystem>();
     const auto stream = other->checkOutFileEntry(path(u"/f"), keeping());
     other.reset();
     EXPECT_EQ(stream->write("abc", 3), 3);
 }
 
-TEST_F(CheckOutTest, AStreamSharesItsBytesWithTheMovedFile) {
+TEST_F(CheckOutTest, SharesTheBytesOfAStreamWithTheMovedFile) {
     const auto before = open(u"/f", appending());
     fileSystem.moveFileEntry(path(u"/f"), path(u"/g"), provider::ReplacementPolicy::RefuseExisting);
     const auto after = open(u"/g", appending());

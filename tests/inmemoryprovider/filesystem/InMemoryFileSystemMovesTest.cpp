@@ -58,7 +58,7 @@ TEST_F(MoveFileTest, KeepsTheBytesAndStampsFileAndFolders) {
     EXPECT_EQ(oldNode->getLastModifiedTime(), longAgo);
 }
 
-TEST_F(MoveFileTest, OfAnUnwrittenFileCreatesAnEmptyFileThatCanBeWritten) {
+TEST_F(MoveFileTest, MovesAnUnwrittenFileToAnEmptyOneThatCanBeWritten) {
     addFile(u"/f");
     movingFile(u"/f", u"/g", refuse)();
     EXPECT_EQ(file(u"/g")->getFileSize(), 0U);
@@ -67,7 +67,7 @@ TEST_F(MoveFileTest, OfAnUnwrittenFileCreatesAnEmptyFileThatCanBeWritten) {
 }
 
 /// Bytes that are written through the old node after the move are in the new node, and vice versa.
-TEST_F(MoveFileTest, OfAnUnwrittenFileSharesTheBytesWithAnOpenStream) {
+TEST_F(MoveFileTest, SharesTheBytesOfAnUnwrittenFileWithAnOpenStream) {
     addFile(u"/f");
     const auto stream = fileSystem.checkOutFileEntry(path(u"/f"), {});
     movingFile(u"/f", u"/g", refuse)();
@@ -80,7 +80,7 @@ TEST_F(MoveFileTest, OfAnUnwrittenFileSharesTheBytesWithAnOpenStream) {
     EXPECT_EQ(read, "defg....");
 }
 
-TEST_F(MoveFileTest, OfAnUnwrittenFileSharesTheBytesWithAReadOnlyStream) {
+TEST_F(MoveFileTest, SharesTheBytesOfAnUnwrittenFileWithAReadOnlyStream) {
     addFile(u"/f");
     const auto stream = static_cast<const InMemoryFileSystem&>(fileSystem).checkOutFileEntry(path(u"/f"));
     movingFile(u"/f", u"/g", refuse)();
@@ -106,7 +106,7 @@ TEST_F(MoveFileTest, KeepsBytesWrittenByAClosedStream) {
     EXPECT_EQ(bytesOf(u"/g"), "abc");
 }
 
-TEST_F(MoveFileTest, WithinOneFolderStampsIt) {
+TEST_F(MoveFileTest, StampsTheFolderWhenMovingWithinIt) {
     addFolder(u"/d");
     addFile(u"/d/x", "abc");
     age({u"/d", u"/d/x"});
@@ -177,7 +177,7 @@ TEST_F(MoveFileTest, NamesMissingEntriesSourceFirst) {
     EXPECT_TRUE(exists(u"/a/f"));
 }
 
-TEST_F(MoveFileTest, AReadOnlyTargetIsNamedBeforeItsFolder) {
+TEST_F(MoveFileTest, NamesAReadOnlyTargetBeforeItsFolder) {
     addFolder(u"/a");
     addFile(u"/f", "new");
     addFile(u"/a/g", "old");
@@ -215,7 +215,7 @@ TEST_F(MoveFileTest, ChecksTheSourceFolderAfterRemovingTheTarget) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(MoveFileTest, OntoItselfIsRefusedOrRemovesTheFile) {
+TEST_F(MoveFileTest, RefusesOrRemovesAFileMovedOntoItself) {
     addFile(u"/f", "abc");
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/f", movingFile(u"/f", u"/f", refuse)));
     EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/f", movingFile(u"/f", u"/f", refuseFile)));
@@ -331,7 +331,7 @@ TEST_F(MoveFolderTest, StampsBothParentsOfAnEmptyFolder) {
     EXPECT_GT(timeOf(u"/b"), longAgo);
 }
 
-TEST_F(MoveFolderTest, ReadOnlyFilesStayReadOnly) {
+TEST_F(MoveFolderTest, KeepsReadOnlyFilesReadOnly) {
     addTree();
     makeReadOnly(u"/a/s/g");
     movingFolder(u"/a", u"/b", refuse)();
@@ -394,7 +394,7 @@ TEST_F(MoveFolderTest, NamesMissingEntriesSourceFirst) {
     expectTreeAt(u"/a");
 }
 
-TEST_F(MoveFolderTest, AReadOnlyTargetIsNamedBeforeItsFolder) {
+TEST_F(MoveFolderTest, NamesAReadOnlyTargetBeforeItsFolder) {
     addTree();
     addFolder(u"/p");
     addFolder(u"/p/b");
@@ -430,7 +430,7 @@ TEST_F(MoveFolderTest, ChecksTheSourceAfterRemovingTheTarget) {
     expectTreeAt(u"/a");
 }
 
-TEST_F(MoveFolderTest, AReadOnlyFolderBelowStopsTheMove) {
+TEST_F(MoveFolderTest, StopsAtAReadOnlyFolderBelow) {
     addTree();
     addFile(u"/a/z", "z");
     addFile(u"/a/e/x", "x");
@@ -457,7 +457,7 @@ TEST_F(MoveFolderTest, AReadOnlyFolderBelowStopsTheMove) {
     EXPECT_EQ(timeOf(u"/a/z"), longAgo);
 }
 
-TEST_F(MoveFolderTest, OntoItselfIsRefusedAndChangesNothing) {
+TEST_F(MoveFolderTest, RefusesAFolderOntoItselfAndChangesNothing) {
     addFolder(u"/e");
     age({u"/", u"/e"});
     for (const auto policy : {refuse, replace, refuseFile}) {
@@ -474,7 +474,7 @@ TEST_F(MoveFolderTest, OntoItselfIsRefusedAndChangesNothing) {
 }
 
 /// "/a//s" and "/a/s" both get the new path "/b/s"; the file moves first.
-TEST_F(MoveFolderTest, AReadOnlyFolderBelowIsReportedBeforeItsTakenNewPath) {
+TEST_F(MoveFolderTest, ReportsAReadOnlyFolderBelowBeforeItsTakenNewPath) {
     addFolder(u"/a");
     addFile(u"/a//s");
     addFolder(u"/a/s");
@@ -484,7 +484,7 @@ TEST_F(MoveFolderTest, AReadOnlyFolderBelowIsReportedBeforeItsTakenNewPath) {
     EXPECT_TRUE(isFolder(u"/a/s"));
 }
 
-TEST_F(MoveFolderTest, OntoItselfIsRefusedAsReadOnlyFirst) {
+TEST_F(MoveFolderTest, ChecksReadOnlyFoldersBeforeAMoveOntoItself) {
     addFolder(u"/e");
     makeReadOnly(u"/e");
     EXPECT_TRUE(throwsNaming<ReadOnlyException>(u"/e", movingFolder(u"/e", u"/e", replace)));
@@ -494,7 +494,7 @@ TEST_F(MoveFolderTest, OntoItselfIsRefusedAsReadOnlyFirst) {
     EXPECT_TRUE(isFolder(u"/e"));
 }
 
-TEST_F(MoveFolderTest, BelowItselfIsRefusedAndChangesNothing) {
+TEST_F(MoveFolderTest, RefusesAFolderBelowItselfAndChangesNothing) {
     addTree();
     age({u"/", u"/a", u"/a/e", u"/a/s"});
     for (const auto* target : {u"/a/new", u"/a/s/new", u"/a/e", u"/a//new"}) {
@@ -517,7 +517,7 @@ TEST_F(MoveFolderTest, AcceptsATargetWithThePrefixOfTheSource) {
     expectTreeAt(u"/a");
 }
 
-TEST_F(MoveFolderTest, TwoChildrenWithOneNameStopTheMoveAndNoneIsLost) {
+TEST_F(MoveFolderTest, StopsAtTwoChildrenWithOneNameAndLosesNone) {
     addFolder(u"/a");
     addFile(u"/a//f", "double");
     addFile(u"/a/f", "single");
@@ -528,7 +528,7 @@ TEST_F(MoveFolderTest, TwoChildrenWithOneNameStopTheMoveAndNoneIsLost) {
     EXPECT_TRUE(isFolder(u"/b"));
 }
 
-TEST_F(MoveFolderTest, AChildWithAnUnchangedPathStopsTheMove) {
+TEST_F(MoveFolderTest, StopsAtAChildWithAnUnchangedPath) {
     addFolder(u"/a");
     addFolder(u"/a//");
     addFile(u"/a///f", "f");
@@ -544,7 +544,7 @@ TEST_F(MoveFolderTest, MovesAChildWithAnEmptyName) {
     EXPECT_FALSE(exists(u"/a//"));
 }
 
-TEST_F(MoveFolderTest, AChildWithAMissingNewParentStopsTheMove) {
+TEST_F(MoveFolderTest, StopsAtAChildWithAMissingNewParent) {
     addTree();
     // By their paths, the entries below "/x//" belong to "/x/".
     addFolder(u"/x");
@@ -553,7 +553,7 @@ TEST_F(MoveFolderTest, AChildWithAMissingNewParentStopsTheMove) {
     EXPECT_TRUE(isFolder(u"/x///"));
 }
 
-TEST_F(MoveFolderTest, AStreamOpenedBeforeTheMoveSharesTheBytesAfterwards) {
+TEST_F(MoveFolderTest, SharesTheBytesOfAStreamOpenedBeforeTheMove) {
     addTree();
     const auto stream = fileSystem.checkOutFileEntry(path(u"/a/s/g"));
     movingFolder(u"/a", u"/b", refuse)();

@@ -42,7 +42,7 @@ TEST_F(InMemoryFileSystemTest, StartsWithAWritableRootStampedNow) {
     EXPECT_LE(root->getLastModifiedTime(), after);
 }
 
-TEST_F(InMemoryFileSystemTest, CreatingTheRootAgainKeepsTheOldOne) {
+TEST_F(InMemoryFileSystemTest, KeepsTheRootWhenItIsCreatedAgain) {
     const auto root = fileSystem.getFolderEntry(path(u"/"));
     addFolder(u"/a");
     fileSystem.createRootEntry();
@@ -66,7 +66,7 @@ TEST_F(InMemoryFileSystemTest, AddsEmptyWritableFiles) {
     EXPECT_FALSE(isFolder(u"/f"));
 }
 
-TEST_F(InMemoryFileSystemTest, AddingStampsEntryAndParentWithOneTime) {
+TEST_F(InMemoryFileSystemTest, StampsAnAddedEntryAndItsParentWithOneTime) {
     for (const bool asFolder : {false, true}) {
         const std::u16string name = asFolder ? u"/a/folder" : u"/a/file";
         if (!exists(u"/a")) {
@@ -82,7 +82,7 @@ TEST_F(InMemoryFileSystemTest, AddingStampsEntryAndParentWithOneTime) {
     }
 }
 
-TEST_F(InMemoryFileSystemTest, AddingWithoutAParentNamesTheParent) {
+TEST_F(InMemoryFileSystemTest, NamesTheMissingParentOfAnAddedEntry) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", addingFolder(u"/a/b")));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/a", addingFile(u"/a/b")));
     addFile(u"/f");
@@ -99,7 +99,7 @@ TEST_F(InMemoryFileSystemTest, RefusesToAddAPathWithoutParent) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", addingFile(u"a")));
 }
 
-TEST_F(InMemoryFileSystemTest, AddingAtAnExistingPathIsRefused) {
+TEST_F(InMemoryFileSystemTest, RefusesToAddAtAnExistingPath) {
     addFolder(u"/a");
     addFile(u"/f");
     age({u"/", u"/a", u"/f"});
@@ -112,7 +112,7 @@ TEST_F(InMemoryFileSystemTest, AddingAtAnExistingPathIsRefused) {
     EXPECT_EQ(timeOf(u"/f"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, AddingIntoAReadOnlyFolderNamesTheFolder) {
+TEST_F(InMemoryFileSystemTest, NamesTheReadOnlyFolderOfAnAddedEntry) {
     addFolder(u"/a");
     addFile(u"/a/f");
     makeReadOnly(u"/a");
@@ -151,7 +151,7 @@ TEST_F(InMemoryFileSystemTest, RemovesFoldersAndStampsOnlyTheParent) {
     EXPECT_TRUE(isFolder(u"/a/b"));
 }
 
-TEST_F(InMemoryFileSystemTest, RemovingAMissingEntryOrTheOtherKindIsNotFound) {
+TEST_F(InMemoryFileSystemTest, DoesNotFindAMissingEntryOrTheOtherKindToRemove) {
     addFolder(u"/a");
     addFile(u"/f");
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"/x", removingFile(u"/x")));
@@ -164,13 +164,13 @@ TEST_F(InMemoryFileSystemTest, RemovingAMissingEntryOrTheOtherKindIsNotFound) {
     EXPECT_TRUE(exists(u"/f"));
 }
 
-TEST_F(InMemoryFileSystemTest, TheRootIsNeverRemoved) {
+TEST_F(InMemoryFileSystemTest, NeverRemovesTheRoot) {
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", removingFolder(u"/")));
     EXPECT_TRUE(throwsNaming<EntryNotFoundException>(u"", removingFile(u"/")));
     EXPECT_NE(fileSystem.getFolderEntry(path(u"/")), nullptr);
 }
 
-TEST_F(InMemoryFileSystemTest, ANonEmptyFolderIsNotRemoved) {
+TEST_F(InMemoryFileSystemTest, RefusesToRemoveANonEmptyFolder) {
     addFolder(u"/a");
     addFile(u"/a/f");
     EXPECT_TRUE(throwsNaming<FolderNotEmptyException>(u"/a", removingFolder(u"/a")));
@@ -182,7 +182,7 @@ TEST_F(InMemoryFileSystemTest, ANonEmptyFolderIsNotRemoved) {
     EXPECT_TRUE(exists(u"/a/f"));
 }
 
-TEST_F(InMemoryFileSystemTest, RemovingFromAReadOnlyFolderNamesTheFolder) {
+TEST_F(InMemoryFileSystemTest, NamesTheReadOnlyFolderOfARemovedEntry) {
     addFolder(u"/a");
     addFile(u"/a/f");
     addFolder(u"/a/b");
@@ -199,7 +199,7 @@ TEST_F(InMemoryFileSystemTest, RemovingFromAReadOnlyFolderNamesTheFolder) {
     EXPECT_EQ(timeOf(u"/a"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, RemovingAReadOnlyEntryNamesTheEntry) {
+TEST_F(InMemoryFileSystemTest, NamesTheReadOnlyEntryToRemove) {
     addFile(u"/f");
     addFolder(u"/a");
     makeReadOnly(u"/f");
@@ -212,7 +212,7 @@ TEST_F(InMemoryFileSystemTest, RemovingAReadOnlyEntryNamesTheEntry) {
     EXPECT_EQ(timeOf(u"/"), longAgo);
 }
 
-TEST_F(InMemoryFileSystemTest, ARemovedFileIsDestroyedWithItsLastReference) {
+TEST_F(InMemoryFileSystemTest, DestroysARemovedFileWithItsLastReference) {
     addFile(u"/f");
     const std::weak_ptr<InMemoryEntry> observer = node(u"/f");
     fileSystem.removeFileEntry(path(u"/f"));
@@ -240,7 +240,7 @@ TEST_F(InMemoryFileSystemTest, DescribesFolders) {
     EXPECT_FALSE(fileSystem.folderIsWritable(path(u"/a")));
 }
 
-TEST_F(InMemoryFileSystemTest, QueriesNameTheFirstMissingPath) {
+TEST_F(InMemoryFileSystemTest, NamesTheFirstMissingPathOfAQuery) {
     addFolder(u"/a");
     addFile(u"/f");
     const auto eachFails = [&](const std::u16string& asked, const std::u16string& named, bool asFile,
@@ -278,7 +278,7 @@ TEST_F(InMemoryFileSystemTest, LooksUpFoldersOnly) {
     EXPECT_EQ(fileSystem.getFolderEntry(path(u"")), nullptr);
 }
 
-TEST_F(InMemoryFileSystemTest, NamesThatDifferOnlyInCaseAreDifferent) {
+TEST_F(InMemoryFileSystemTest, DistinguishesNamesThatDifferOnlyInCase) {
     addFile(u"/a");
     addFile(u"/A");
     EXPECT_NE(node(u"/a"), node(u"/A"));

@@ -100,7 +100,7 @@ TEST_F(InMemoryFolderEntryTest, ReleasesARemovedChild) {
     EXPECT_TRUE(observer.expired());
 }
 
-TEST_F(InMemoryFolderEntryTest, RemovingAnAbsentChildDoesNothing) {
+TEST_F(InMemoryFolderEntryTest, IgnoresTheRemovalOfAnAbsentChild) {
     folder.addChild(makeFile(u"/f/a"));
     folder.removeChild(path(u"/f/b"));
     EXPECT_TRUE(folder.doChildExist(path(u"/f/a")));
@@ -126,7 +126,7 @@ TEST_F(InMemoryFolderEntryTest, RepresentsChildrenByNameAndKind) {
     EXPECT_EQ(folder.getLightWeightRepresentation(), expected);
 }
 
-TEST_F(InMemoryFolderEntryTest, ARepresentationReferencesNoNode) {
+TEST_F(InMemoryFolderEntryTest, ReferencesNoNodeInARepresentation) {
     auto child = makeFile(u"/f/a");
     const std::weak_ptr<InMemoryEntry> observer = child;
     folder.addChild(std::move(child));
@@ -136,7 +136,7 @@ TEST_F(InMemoryFolderEntryTest, ARepresentationReferencesNoNode) {
     EXPECT_EQ(representation.size(), 1U);
 }
 
-TEST(InMemoryFolderEntryDestruction, ReleasesUnsharedEntriesOnly) {
+TEST(InMemoryFolderEntryDestructionTest, ReleasesUnsharedEntriesOnly) {
     auto outer = makeFolder(u"/f");
     auto inner = makeFolder(u"/f/a");
     auto dying = makeFolder(u"/f/b");

@@ -120,17 +120,17 @@ void expectFilledAndEmptied(const std::vector<InMemoryEntryPath>& order) {
 
 constexpr std::size_t pastTwoDoublings = 110; // of the index: at 24, 48 and 96
 
-TEST(IndexedPathMap, KeepsElementsAddedInAscendingOrder) {
+TEST(IndexedPathMapTest, KeepsElementsAddedInAscendingOrder) {
     expectFilledAndEmptied(pathsOf(pastTwoDoublings));
 }
 
-TEST(IndexedPathMap, KeepsElementsAddedInDescendingOrder) {
+TEST(IndexedPathMapTest, KeepsElementsAddedInDescendingOrder) {
     auto order = pathsOf(pastTwoDoublings);
     std::reverse(order.begin(), order.end());
     expectFilledAndEmptied(order);
 }
 
-TEST(IndexedPathMap, KeepsElementsAddedInRandomOrder) {
+TEST(IndexedPathMapTest, KeepsElementsAddedInRandomOrder) {
     std::mt19937 random(1);
     for (int round = 0; round < 5; ++round) {
         auto order = pathsOf(pastTwoDoublings);
@@ -139,7 +139,7 @@ TEST(IndexedPathMap, KeepsElementsAddedInRandomOrder) {
     }
 }
 
-TEST(IndexedPathMap, AcceptsElementsAfterTheLastAddedWasRemoved) {
+TEST(IndexedPathMapTest, AcceptsElementsAfterTheLastAddedWasRemoved) {
     const auto paths = pathsOf(60);
     Pair maps;
     for (const auto& path : paths) {
@@ -151,7 +151,7 @@ TEST(IndexedPathMap, AcceptsElementsAfterTheLastAddedWasRemoved) {
     }
 }
 
-TEST(IndexedPathMap, ReturnsANodeWithATakenPath) {
+TEST(IndexedPathMapTest, ReturnsANodeWithATakenPath) {
     for (const std::size_t size : {2U, 40U}) {
         IndexedPathMap<Value> map;
         for (const auto& path : pathsOf(size)) {
@@ -195,7 +195,7 @@ void change(Pair& maps, const std::vector<InMemoryEntryPath>& paths, std::mt1993
     }
 }
 
-TEST(IndexedPathMap, AgreesWithAPlainMapInRandomSequences) {
+TEST(IndexedPathMapTest, AgreesWithAPlainMapInRandomSequences) {
     std::mt19937 random(2);
     for (const std::size_t count : {14U, 16U, 18U, 26U, 34U, 52U, 70U, 150U, 400U}) {
         SCOPED_TRACE(count);
@@ -214,7 +214,7 @@ TEST(IndexedPathMap, AgreesWithAPlainMapInRandomSequences) {
     }
 }
 
-TEST(IndexedPathMap, CanBeUsedAgainAfterItsElementsWereReleased) {
+TEST(IndexedPathMapTest, CanBeUsedAgainAfterItsElementsWereReleased) {
     for (const std::size_t size : {1U, 15U, 16U, 17U, 100U}) {
         IndexedPathMap<Value> map;
         const auto paths = pathsOf(size);

@@ -186,7 +186,7 @@ TEST(LeftRightMap, AWriterOfHigherPriorityYieldsTheProcessorToItsReader) {
     EXPECT_NE(map.find(HeldKey{2}), nullptr);
 }
 
-TEST(LeftRightMap, AWriterSleepsUntilItsLastReaderHasEnded) {
+TEST(LeftRightMap, AWriterSleepsUntilTheLastReaderOnAnyProcessorHasEnded) {
     for (int round = 0; round < 20; ++round) {
         LeftRightMap<HeldKey, std::shared_ptr<int>> map;
         map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));

@@ -35,7 +35,7 @@ std::vector<std::u16string> numberedNames(std::size_t count) {
     return names;
 }
 
-TEST(PathHash, DoesNotDependOnAddressOrSurroundingMemory) {
+TEST(PathHashTest, DoesNotDependOnAddressOrSurroundingMemory) {
     constexpr std::size_t unitsPerWord = 4;
     for (std::size_t length = 0; length <= longest; ++length) {
         const auto text = textOf(length);
@@ -52,11 +52,11 @@ TEST(PathHash, DoesNotDependOnAddressOrSurroundingMemory) {
     }
 }
 
-TEST(PathHash, AcceptsANullText) {
+TEST(PathHashTest, AcceptsANullText) {
     EXPECT_EQ(hashOf(std::u16string_view()), hashOf(u""));
 }
 
-TEST(PathHash, DependsOnEveryBitOfEveryCodeUnit) {
+TEST(PathHashTest, DependsOnEveryBitOfEveryCodeUnit) {
     for (std::size_t length = 1; length <= longest; ++length) {
         std::set<std::uint64_t> hashes{hashOf(textOf(length))};
         for (std::size_t position = 0; position < length; ++position) {
@@ -70,7 +70,7 @@ TEST(PathHash, DependsOnEveryBitOfEveryCodeUnit) {
     }
 }
 
-TEST(PathHash, DependsOnTheLength) {
+TEST(PathHashTest, DependsOnTheLength) {
     std::set<std::uint64_t> hashes;
     for (std::size_t length = 0; length <= longest; ++length) {
         hashes.insert(hashOf(std::u16string(length, u'\0')));
@@ -78,7 +78,7 @@ TEST(PathHash, DependsOnTheLength) {
     EXPECT_EQ(hashes.size(), longest + 1);
 }
 
-TEST(PathHash, DiffersForALargeSampleOfNames) {
+TEST(PathHashTest, DiffersForALargeSampleOfNames) {
     std::unordered_set<std::uint64_t> hashes;
     const auto names = numberedNames(300'000);
     for (const auto& name : names) {
@@ -87,7 +87,7 @@ TEST(PathHash, DiffersForALargeSampleOfNames) {
     EXPECT_EQ(hashes.size(), names.size());
 }
 
-TEST(PathHash, SpreadsNamesEvenlyOverATable) {
+TEST(PathHashTest, SpreadsNamesEvenlyOverATable) {
     constexpr std::size_t places = 4096;
     constexpr std::size_t average = 16;
     std::vector<std::size_t> counts(places);
@@ -106,7 +106,7 @@ std::u16string unitsOf(std::uint64_t word) {
     return units;
 }
 
-TEST(PathHash, DiffersForTextsThatContainItsConstants) {
+TEST(PathHashTest, DiffersForTextsThatContainItsConstants) {
     std::unordered_set<std::uint64_t> hashes;
     std::size_t texts = 0;
     for (const std::uint64_t number :

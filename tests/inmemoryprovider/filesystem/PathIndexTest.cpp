@@ -196,7 +196,7 @@ TEST_F(PathIndexTest, KeepsAllElementsWhileItGrowsAndShrinks) {
     EXPECT_TRUE(index);
 }
 
-TEST(PathIndex, CanBeBuiltWithAnyNumberOfElementsAndGrows) {
+TEST(PathIndexGrowthTest, CanBeBuiltWithAnyNumberOfElementsAndGrows) {
     for (const std::size_t count : {0U, 1U, 16U, 23U, 24U, 25U, 47U, 48U, 49U, 95U, 96U, 97U, 383U, 384U,
                                     385U, 768U, 769U, 1000U, 4000U}) {
         Map map;
@@ -272,7 +272,7 @@ struct CountedPosition {
 };
 
 /// Rehashing a table of all elements in one piece would copy each of their positions.
-TEST(PathIndex, NoInsertionOrRemovalCopiesMoreThanAFewSegments) {
+TEST(PathIndexGrowthTest, CopiesAtMostAFewSegmentsPerInsertionOrRemoval) {
     constexpr std::size_t most = 100 * Index::segmentSize;
     constexpr std::size_t bound = 16 * Index::segmentSize;
     Map map;

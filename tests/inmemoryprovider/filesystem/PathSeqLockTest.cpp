@@ -19,14 +19,14 @@ InMemoryEntryPath path(const std::u16string& text) {
     return InMemoryEntryPath(text);
 }
 
-TEST(PathSeqLock, HasNoConflictsWithoutAChange) {
+TEST(PathSeqLockTest, HasNoConflictsWithoutAChange) {
     PathSeqLock lock;
     { const PathSeqLock::Change change(lock, path(u"/a")); }
     EXPECT_FALSE(lock.conflictWith(u"/a", Scope::Entry));
     EXPECT_FALSE(lock.conflictWith(u"/a", Scope::Folder));
 }
 
-TEST(PathSeqLock, ConcernsBothPathsAndTheirSubtrees) {
+TEST(PathSeqLockTest, ConcernsBothPathsAndTheirSubtrees) {
     PathSeqLock lock;
     const PathSeqLock::Change change(lock, path(u"/a/b"), path(u"/c"));
     for (const auto scope : {Scope::Entry, Scope::Folder}) {
@@ -39,7 +39,7 @@ TEST(PathSeqLock, ConcernsBothPathsAndTheirSubtrees) {
     }
 }
 
-TEST(PathSeqLock, ConcernsTheFoldersOfBothPathsAsFoldersOnly) {
+TEST(PathSeqLockTest, ConcernsTheFoldersOfBothPathsAsFoldersOnly) {
     PathSeqLock lock;
     const PathSeqLock::Change change(lock, path(u"/a/b/c"), path(u"/d"));
     for (const auto* folder : {u"/a/b", u"/"}) {
@@ -49,7 +49,7 @@ TEST(PathSeqLock, ConcernsTheFoldersOfBothPathsAsFoldersOnly) {
     EXPECT_FALSE(lock.conflictWith(u"/a", Scope::Folder));
 }
 
-TEST(PathSeqLock, AChangeOfOnePathConcernsThatPath) {
+TEST(PathSeqLockTest, ReportsAChangeOfOnePathAsConcerningIt) {
     PathSeqLock lock;
     const PathSeqLock::Change change(lock, path(u"/a/b"));
     EXPECT_TRUE(lock.conflictWith(u"/a/b", Scope::Entry));
@@ -57,7 +57,7 @@ TEST(PathSeqLock, AChangeOfOnePathConcernsThatPath) {
     EXPECT_FALSE(lock.conflictWith(u"/a/c", Scope::Entry));
 }
 
-TEST(PathSeqLock, NumbersEachBeginningAndEnd) {
+TEST(PathSeqLockTest, NumbersEachBeginningAndEnd) {
     PathSeqLock lock;
     const auto before = lock.number();
     std::optional<PathSeqLock::Change> change(std::in_place, lock, path(u"/a"));
@@ -69,7 +69,7 @@ TEST(PathSeqLock, NumbersEachBeginningAndEnd) {
     lock.waitForEndOf(during); // returns at once
 }
 
-TEST(PathSeqLock, WakesWaitersAtTheEnd) {
+TEST(PathSeqLockTest, WakesWaitersAtTheEnd) {
     PathSeqLock lock;
     for (int round = 0; round < 50; ++round) {
         std::optional<PathSeqLock::Change> change(std::in_place, lock, path(u"/a"));
@@ -88,7 +88,7 @@ TEST(PathSeqLock, WakesWaitersAtTheEnd) {
     }
 }
 
-TEST(PathSeqLock, ConcernsItsTargetOnceItsNumberIsVisible) {
+TEST(PathSeqLockTest, ConcernsItsTargetOnceItsNumberIsVisible) {
     PathSeqLock lock;
     const auto source = path(u"/s");
     const auto first = path(u"/a");
@@ -115,7 +115,7 @@ TEST(PathSeqLock, ConcernsItsTargetOnceItsNumberIsVisible) {
 
 /// A reader between two changes may combine the number of one change with the paths of the other. It then
 /// need not wait.
-TEST(PathSeqLock, ReportsAConflictForAnotherPathOnlyIfTheChangeHasEnded) {
+TEST(PathSeqLockTest, ReportsAConflictForAnotherPathOnlyIfTheChangeHasEnded) {
     PathSeqLock lock;
     const auto first = path(u"/a");
     const auto second = path(u"/b");

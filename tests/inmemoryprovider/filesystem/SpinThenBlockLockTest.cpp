@@ -37,7 +37,7 @@ long countTogether(int times, int steps) {
     return count;
 }
 
-TEST(SpinThenBlockLock, HoldsTheMutexDuringItsLifetime) {
+TEST(SpinThenBlockLockTest, HoldsTheMutexDuringItsLifetime) {
     std::mutex mutex;
     {
         const SpinThenBlockLock lock(mutex);
@@ -46,16 +46,16 @@ TEST(SpinThenBlockLock, HoldsTheMutexDuringItsLifetime) {
     EXPECT_TRUE(isFree(mutex));
 }
 
-TEST(SpinThenBlockLock, ExcludesOtherThreads) {
+TEST(SpinThenBlockLockTest, ExcludesOtherThreads) {
     EXPECT_EQ(countTogether(200'000, 1), 400'000);
 }
 
 /// The lock is held far longer than a waiting thread spins before it sleeps.
-TEST(SpinThenBlockLock, ExcludesOtherThreadsIfHeldLong) {
+TEST(SpinThenBlockLockTest, ExcludesOtherThreadsIfHeldLong) {
     EXPECT_EQ(countTogether(50, 500'000), 50'000'000);
 }
 
-TEST(SpinThenBlockLock, WaitsUntilTheMutexIsReleased) {
+TEST(SpinThenBlockLockTest, WaitsUntilTheMutexIsReleased) {
     std::mutex mutex;
     std::atomic<bool> asking = false;
     std::atomic<bool> released = false;
@@ -78,7 +78,7 @@ TEST(SpinThenBlockLock, WaitsUntilTheMutexIsReleased) {
     EXPECT_TRUE(isFree(mutex));
 }
 
-TEST(SpinThenBlockLock, ReleasesTheMutexOnException) {
+TEST(SpinThenBlockLockTest, ReleasesTheMutexOnException) {
     std::mutex mutex;
     EXPECT_THROW(
         {

@@ -11,7 +11,7 @@ namespace {
 using namespace host;
 using testing::MatchesRegex;
 
-TEST(CheckCatalogueTest, RulesAreNumberedInOrder) {
+TEST(CheckCatalogueTest, NumbersRulesInOrder) {
     int lastGroup = 0;
     for (const CheckGroup& group : checkCatalogue()) {
         EXPECT_GT(group.number, lastGroup);
@@ -29,7 +29,7 @@ TEST(CheckCatalogueTest, RulesAreNumberedInOrder) {
     }
 }
 
-TEST(CheckCatalogueTest, NamesAreUniqueAndAlike) {
+TEST(CheckCatalogueTest, HasUniqueNamesInOneStyle) {
     std::set<std::string> names;
     for (const CheckGroup& group : checkCatalogue()) {
         for (const Check& check : group.checks) {

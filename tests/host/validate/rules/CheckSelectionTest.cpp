@@ -24,7 +24,7 @@ std::string selected(Profile profile, const Patterns& patterns) {
     return numbers;
 }
 
-TEST(CheckSelectionTest, AProfileSelectsItsRules) {
+TEST(CheckSelectionTest, SelectsTheRulesOfAProfile) {
     EXPECT_EQ(selected(Profile::InMemoryProvider, {}), "1.1 1.2 1.3 2.1 2.2");
     EXPECT_EQ(selected(Profile::AnyProvider, {}), "1.1 1.2 1.3 2.2");
     EXPECT_EQ(CheckSelection::of(madeUpChecks(), Profile::InMemoryProvider, {}).leftOut, 0U);
@@ -32,7 +32,7 @@ TEST(CheckSelectionTest, AProfileSelectsItsRules) {
     EXPECT_EQ(CheckSelection::of(madeUpChecks(), Profile::AnyProvider, {}).size(), 4U);
 }
 
-TEST(CheckSelectionTest, PatternsSelectByNumberOrName) {
+TEST(CheckSelectionTest, SelectsRulesByPatternsOfNumbersOrNames) {
     EXPECT_EQ(selected(Profile::InMemoryProvider, {"1.*"}), "1.1 1.2 1.3");
     EXPECT_EQ(selected(Profile::InMemoryProvider, {"numbers.*"}), "2.1 2.2");
     EXPECT_EQ(selected(Profile::InMemoryProvider, {"*kept*"}), "1.1 2.1");
@@ -42,7 +42,7 @@ TEST(CheckSelectionTest, PatternsSelectByNumberOrName) {
     EXPECT_EQ(CheckSelection::of(madeUpChecks(), Profile::AnyProvider, {"2.*"}).leftOut, 1U);
 }
 
-TEST(CheckSelectionTest, APatternThatSelectsNothingIsWrongUsage) {
+TEST(CheckSelectionTest, RejectsAPatternThatSelectsNothing) {
     for (const char* const pattern : {"3.*", "1", "", "Letters.kept", "\xFF"}) {
         EXPECT_THROW(selected(Profile::InMemoryProvider, {"1.1", pattern}), UsageError) << pattern;
     }

@@ -38,7 +38,7 @@ std::unique_ptr<const boost::exception_detail::clone_base> cloneOf(const IExcept
     return std::unique_ptr<const boost::exception_detail::clone_base>(exception.clone());
 }
 
-TEST(IException, HasItsOperationsInTheOrderOfTheAbi) {
+TEST(IExceptionTest, HasItsOperationsInTheOrderOfTheAbi) {
     using ToUtf8 = std::string (IException::*)(const std::u16string&) const;
     using ToUtf16 = std::u16string (IException::*)(const std::string&) const;
     EXPECT_EQ(vtableSlot(&IException::clone), 0);
@@ -49,28 +49,28 @@ TEST(IException, HasItsOperationsInTheOrderOfTheAbi) {
     EXPECT_EQ(vtableSlot(&IException::getMessage), 7);
 }
 
-TEST(IException, BeginsWithItsCloneableBase) {
+TEST(IExceptionTest, BeginsWithItsCloneableBase) {
     static_assert(std::is_base_of_v<boost::exception, IException>);
     const ExceptionWithMessage exception(u"text");
     const boost::exception_detail::clone_base* base = &exception;
     EXPECT_EQ(static_cast<const void*>(base), static_cast<const void*>(&exception));
 }
 
-TEST(IException, ReturnsItsMessageInUtf8) {
+TEST(IExceptionTest, ReturnsItsMessageInUtf8) {
     EXPECT_EQ(ExceptionWithMessage(u"caf\u00e9 \U0001F600").what(), "caf\xc3\xa9 \xf0\x9f\x98\x80");
 }
 
-TEST(IException, ReturnsItsMessageEvenIfIllFormed) {
+TEST(IExceptionTest, ReturnsItsMessageEvenIfIllFormed) {
     EXPECT_EQ(ExceptionWithMessage(u"a\xd800").what(), "a\xef\xbf\xbd");
 }
 
-TEST(IException, ConvertsTextBothWays) {
+TEST(IExceptionTest, ConvertsTextBothWays) {
     const ExceptionWithMessage exception(u"");
     EXPECT_EQ(exception.convert_str(std::u16string(u"\u20ac\xdc00")), "\xe2\x82\xac\xef\xbf\xbd");
     EXPECT_EQ(exception.convert_str(std::string("\xe2\x82\xac\xff")), u"\u20ac\ufffd");
 }
 
-TEST(IException, ClonesAnObjectOfUnknownClass) {
+TEST(IExceptionTest, ClonesAnObjectOfUnknownClass) {
     auto original = std::make_unique<ExceptionWithMessage>(u"text");
     const auto copy = cloneOf(*original);
     original.reset();
@@ -79,7 +79,7 @@ TEST(IException, ClonesAnObjectOfUnknownClass) {
     EXPECT_EQ(exception->getMessage(), u"text");
 }
 
-TEST(IException, IsRethrownWithItsOwnClass) {
+TEST(IExceptionTest, IsRethrownWithItsOwnClass) {
     const ExceptionWithMessage original(u"text");
     const IException& known = original;
     try {
@@ -91,14 +91,14 @@ TEST(IException, IsRethrownWithItsOwnClass) {
     }
 }
 
-TEST(IException, IsCaughtByEachOfItsBases) {
+TEST(IExceptionTest, IsCaughtByEachOfItsBases) {
     const ExceptionWithMessage exception(u"text");
     EXPECT_THROW(exception.rethrow(), IInternalException);
     EXPECT_THROW(exception.rethrow(), IException);
     EXPECT_THROW(exception.rethrow(), boost::exception);
 }
 
-TEST(IException, SharesItsErrorInformationWithItsCopies) {
+TEST(IExceptionTest, SharesItsErrorInformationWithItsCopies) {
     ExceptionWithMessage original(u"text");
     original << Detail(42);
     const ExceptionWithMessage copy(original);
@@ -109,7 +109,7 @@ TEST(IException, SharesItsErrorInformationWithItsCopies) {
     EXPECT_EQ(*boost::get_error_info<Detail>(cloned), 42);
 }
 
-TEST(IException, KeepsItsErrorInformationForItsCopies) {
+TEST(IExceptionTest, KeepsItsErrorInformationForItsCopies) {
     auto original = std::make_unique<ExceptionWithMessage>(u"text");
     *original << Detail(42);
     const ExceptionWithMessage copy(*original);

@@ -12,19 +12,19 @@ using namespace std::string_literals;
 
 namespace {
 
-TEST(UtfConversion, ConvertsWellFormedTextOfEveryLength) {
+TEST(UtfConversionTest, ConvertsWellFormedTextOfEveryLength) {
     const std::u16string utf16 = u"a/\u00e9\u20ac\U0001F600\U0010FFFF"s + u'\0' + u"z";
     const std::string utf8 = "a/\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80\xf4\x8f\xbf\xbf"s + '\0' + "z";
     EXPECT_EQ(toReadableUtf8(utf16), utf8);
     EXPECT_EQ(toReadableUtf16(utf8), utf16);
 }
 
-TEST(UtfConversion, ConvertsEmptyText) {
+TEST(UtfConversionTest, ConvertsEmptyText) {
     EXPECT_EQ(toReadableUtf8(u""), "");
     EXPECT_EQ(toReadableUtf16(""), u"");
 }
 
-TEST(UtfConversion, ReplacesEachUnpairedSurrogate) {
+TEST(UtfConversionTest, ReplacesEachUnpairedSurrogate) {
     const std::string replacement = "\xef\xbf\xbd";
     EXPECT_EQ(toReadableUtf8(u"a\xd800"s + u"b"), "a" + replacement + "b");
     EXPECT_EQ(toReadableUtf8(u"a\xdc00"s + u"b"), "a" + replacement + "b");
@@ -34,7 +34,7 @@ TEST(UtfConversion, ReplacesEachUnpairedSurrogate) {
     EXPECT_EQ(toReadableUtf8(u"\xd800\xffff"s), replacement + "\xef\xbf\xbf");
 }
 
-TEST(UtfConversion, ReplacesEachIllFormedUtf8Sequence) {
+TEST(UtfConversionTest, ReplacesEachIllFormedUtf8Sequence) {
     EXPECT_EQ(toReadableUtf16("a\x80z"), u"a\ufffdz");             // continuation byte without a lead byte
     EXPECT_EQ(toReadableUtf16("a\xffz"), u"a\ufffdz");             // byte that never occurs
     EXPECT_EQ(toReadableUtf16("a\xc3z"), u"a\ufffdz");             // lead byte without its continuation byte
@@ -44,7 +44,7 @@ TEST(UtfConversion, ReplacesEachIllFormedUtf8Sequence) {
     EXPECT_EQ(toReadableUtf16("a\xf4\x90\x80\x80z"), u"a\ufffdz"); // beyond the last code point
 }
 
-TEST(UtfConversion, KeepsTheTextAroundIllFormedSequences) {
+TEST(UtfConversionTest, KeepsTheTextAroundIllFormedSequences) {
     EXPECT_EQ(toReadableUtf16("\xff\xc3\xa9\xff"), u"\ufffd\u00e9\ufffd");
 }
 

@@ -22,7 +22,7 @@ std::array<std::int32_t, 4> fieldsOf(const ByteStreamOpenOptions& options) {
     return fields;
 }
 
-TEST(ByteStreamOpenOptions, LayOutFourNumbersInTheOrderOfTheAbi) {
+TEST(ByteStreamOpenOptionsTest, HasFourNumbersInTheOrderOfTheAbi) {
     const ByteStreamOpenOptions options{.hint = 7,
                                         .existence = ByteStreamExistence::MustExist,
                                         .content = ByteStreamContent::Empty,
@@ -30,11 +30,11 @@ TEST(ByteStreamOpenOptions, LayOutFourNumbersInTheOrderOfTheAbi) {
     EXPECT_EQ(fieldsOf(options), (std::array<std::int32_t, 4>{7, 1, 0, 0}));
 }
 
-TEST(ByteStreamOpenOptions, CreateAMissingFileAndKeepAnExistingOneByDefault) {
+TEST(ByteStreamOpenOptionsTest, CreatesAMissingFileAndKeepsAnExistingOneByDefault) {
     EXPECT_EQ(fieldsOf({}), (std::array<std::int32_t, 4>{0, 0, 1, 1}));
 }
 
-TEST(ByteStreamOpenOptions, HaveNamesForCommonCombinations) {
+TEST(ByteStreamOpenOptionsTest, HasNamesForCommonCombinations) {
     EXPECT_EQ(fieldsOf(ByteStreamOpenOptions::readWriteExisting()),
               (std::array<std::int32_t, 4>{0, 1, 1, 1}));
     EXPECT_EQ(fieldsOf(ByteStreamOpenOptions::createOrEmpty()), (std::array<std::int32_t, 4>{0, 0, 0, 1}));

@@ -13,7 +13,7 @@ using provider::ByteStream;
 
 namespace {
 
-TEST(ByteStream, HasItsOperationsAfterTheDestructorInTheOrderOfTheAbi) {
+TEST(ByteStreamTest, HasItsOperationsAfterTheDestructorInTheOrderOfTheAbi) {
     static_assert(std::has_virtual_destructor_v<ByteStream>);
     EXPECT_EQ(vtableSlot(&ByteStream::read), 2);
     EXPECT_EQ(vtableSlot(&ByteStream::write), 3);

@@ -19,14 +19,14 @@ using provider::StorageIRI;
 
 namespace {
 
-TEST(Exception, ReturnsItsCodeAndLocation) {
+TEST(ExceptionTest, ReturnsItsCodeAndLocation) {
     const StorageIRI iri(u"/mounted/f", u"/f", true);
     const Exception exception(ErrorCode::ReadOnly, iri);
     EXPECT_EQ(exception.getErrorCode(), ErrorCode::ReadOnly);
     EXPECT_EQ(exception.getIRI(), iri);
 }
 
-TEST(Exception, DescribesPathAndReason) {
+TEST(ExceptionTest, DescribesPathAndReason) {
     const auto textFor = [](ErrorCode code) {
         return std::string(Exception(code, StorageIRI(u"/a/f")).what());
     };
@@ -40,22 +40,22 @@ TEST(Exception, DescribesPathAndReason) {
     EXPECT_EQ(textFor(ErrorCode::NotOffered), "/a/f: this provider does not offer the operation");
 }
 
-TEST(Exception, ContainsTheCallersPathInUtf8) {
+TEST(ExceptionTest, ContainsTheCallersPathInUtf8) {
     const Exception exception(ErrorCode::FolderNotEmpty, StorageIRI(u"/mounted/x", u"/\u00e9\xd800", true));
     EXPECT_STREQ(exception.what(), "/\xc3\xa9\xef\xbf\xbd: folder is not empty");
 }
 
-TEST(Exception, HasATextForCodesWithoutAName) {
+TEST(ExceptionTest, HasATextForCodesWithoutAName) {
     const Exception exception(static_cast<ErrorCode>(99), StorageIRI(u"/f"));
     EXPECT_EQ(exception.getErrorCode(), static_cast<ErrorCode>(99));
     EXPECT_STREQ(exception.what(), "/f: failed for a reason that this host does not know (code 99)");
 }
 
-TEST(Exception, DescribesACodeWithoutALocation) {
+TEST(ExceptionTest, DescribesACodeWithoutALocation) {
     EXPECT_STREQ(Exception::describe(ErrorCode::FolderNotEmpty), "folder is not empty");
 }
 
-TEST(Exception, SharesItsStateWithItsCopies) {
+TEST(ExceptionTest, SharesItsStateWithItsCopies) {
     static_assert(std::is_nothrow_copy_constructible_v<Exception>);
     static_assert(std::is_nothrow_copy_assignable_v<Exception>);
     const Exception original(ErrorCode::NotFound, StorageIRI(u"/f"));
@@ -68,7 +68,7 @@ TEST(Exception, SharesItsStateWithItsCopies) {
     EXPECT_EQ(assigned.getErrorCode(), ErrorCode::NotFound);
 }
 
-TEST(Exception, SharesItsLocationWithItsCopies) {
+TEST(ExceptionTest, SharesItsLocationWithItsCopies) {
     std::optional<Exception> original(std::in_place, ErrorCode::NotFound, StorageIRI(u"/f"));
     const Exception copy(*original);
     const StorageIRI& iri = original->getIRI();
@@ -77,7 +77,7 @@ TEST(Exception, SharesItsLocationWithItsCopies) {
     EXPECT_EQ(&copy.getIRI(), &iri);
 }
 
-TEST(Exception, IsAStandardException) {
+TEST(ExceptionTest, IsAStandardException) {
     try {
         throw Exception(ErrorCode::FolderNotEmpty, StorageIRI(u"/f"));
     } catch (const std::exception& exception) {

@@ -16,7 +16,7 @@ namespace {
 const boost::posix_time::ptime someTime(boost::gregorian::date(2024, 2, 29),
                                         boost::posix_time::microseconds(123456));
 
-TEST(FileAttributes, ReturnTheirConstructorArguments) {
+TEST(FileAttributesTest, ReturnsItsConstructorArguments) {
     const FileAttributes writable(17, someTime, true);
     EXPECT_EQ(writable.getSize(), 17U);
     EXPECT_EQ(writable.getLastModified(), someTime);
@@ -24,7 +24,7 @@ TEST(FileAttributes, ReturnTheirConstructorArguments) {
     EXPECT_FALSE(FileAttributes(0, someTime, false).isWritable());
 }
 
-TEST(FileAttributes, HoldEverySize) {
+TEST(FileAttributesTest, StoresEverySize) {
     constexpr unsigned long largest = std::numeric_limits<unsigned long>::max();
     EXPECT_EQ(FileAttributes(largest, someTime, true).getSize(), largest);
 }

@@ -11,7 +11,7 @@ using provider::FolderAttributes;
 
 namespace {
 
-TEST(FolderAttributes, ReturnTheirConstructorArguments) {
+TEST(FolderAttributesTest, ReturnsItsConstructorArguments) {
     const boost::posix_time::ptime time(boost::gregorian::date(2024, 2, 29),
                                         boost::posix_time::microseconds(123456));
     const FolderAttributes writable(time, true);

@@ -36,14 +36,14 @@ private:
     int& destroyed_;
 };
 
-TEST(IFolderEntryIterator, HasItsOperationsInTheOrderOfTheAbi) {
+TEST(IFolderEntryIteratorTest, HasItsOperationsInTheOrderOfTheAbi) {
     EXPECT_EQ(vtableSlot(&IFolderEntryIterator::getEntry), 0);
     EXPECT_EQ(vtableSlot(&IFolderEntryIterator::hasNext), 1);
     EXPECT_EQ(vtableSlot(&IFolderEntryIterator::step), 2);
     EXPECT_EQ(vtableSlot(&IFolderEntryIterator::clone), 3);
 }
 
-TEST(IFolderEntryIterator, HasItsDestructorsAfterItsOperations) {
+TEST(IFolderEntryIteratorTest, HasItsDestructorsAfterItsOperations) {
     int destroyed = 0;
     alignas(Countdown) std::array<std::byte, sizeof(Countdown)> room{};
     callVtableSlot(new (room.data()) Countdown(1, destroyed), 4);
@@ -52,7 +52,7 @@ TEST(IFolderEntryIterator, HasItsDestructorsAfterItsOperations) {
     EXPECT_EQ(destroyed, 2);
 }
 
-TEST(IClonableFolderEntryIterator, ClonesByCopyingTheConcreteIterator) {
+TEST(IClonableFolderEntryIteratorTest, ClonesByCopyingTheConcreteIterator) {
     int destroyed = 0;
     Countdown original(2, destroyed);
     const std::unique_ptr<IFolderEntryIterator> clone = original.clone();

@@ -82,7 +82,7 @@ const std::array<OperationSlot, 51> slots{
 
 #undef SLOT
 
-TEST(IProvider, HasItsOperationsAfterTheDestructorInTheOrderOfTheAbi) {
+TEST(IProviderTest, HasItsOperationsAfterTheDestructorInTheOrderOfTheAbi) {
     static_assert(std::has_virtual_destructor_v<IProvider>);
     static_assert(providerOperations.size() == slots.size());
     for (std::size_t i = 0; i < slots.size(); ++i) {
@@ -91,7 +91,7 @@ TEST(IProvider, HasItsOperationsAfterTheDestructorInTheOrderOfTheAbi) {
     }
 }
 
-TEST(IProvider, HasDefaultsOfTheOptionalOperationsOnly) {
+TEST(IProviderTest, HasDefaultsOfTheOptionalOperationsOnly) {
     constexpr std::size_t beforeFunctions = 2; // the offset to top and the type information
     const auto* const vtable =
         static_cast<void* const*>(::dlsym(RTLD_DEFAULT, "_ZTVN10foundation7storage8provider9IProviderE"));

@@ -51,7 +51,7 @@ TEST_F(ListingRangeTest, YieldsNothingOfAnEmptyFolder) {
     }
 }
 
-TEST_F(ListingRangeTest, TakesAnyListing) {
+TEST_F(ListingRangeTest, AcceptsAnyListing) {
     std::vector<std::u16string> names;
     for (const FolderEntry& entry : ListingRange(provider_->doListFilesWildcards(folder_, u"?"))) {
         names.push_back(entry.getName());

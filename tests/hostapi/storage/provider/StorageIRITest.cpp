@@ -10,13 +10,13 @@ using provider::StorageIRI;
 
 namespace {
 
-TEST(StorageIRI, OfOnePathHasItAsPathAndResolvedPath) {
+TEST(StorageIRITest, UsesASinglePathAsPathAndResolvedPath) {
     const StorageIRI iri(u"/a//b/");
     EXPECT_EQ(iri.getPath(), u"/a//b/");
     EXPECT_EQ(iri.getResolvedPath(), u"/a//b/");
 }
 
-TEST(StorageIRI, HasAParentIfItsPathContainsAName) {
+TEST(StorageIRITest, HasAParentIfItsPathContainsAName) {
     for (const char16_t* path : {u"", u"/", u"//", u"////"}) {
         EXPECT_FALSE(StorageIRI(path).hasParent()) << testing::PrintToString(path);
     }
@@ -25,7 +25,7 @@ TEST(StorageIRI, HasAParentIfItsPathContainsAName) {
     }
 }
 
-TEST(StorageIRI, KeepsSeparateProperties) {
+TEST(StorageIRITest, KeepsSeparateProperties) {
     const StorageIRI iri(u"/resolved", u"/alias", false);
     EXPECT_EQ(iri.getResolvedPath(), u"/resolved");
     EXPECT_EQ(iri.getPath(), u"/alias");
@@ -33,7 +33,7 @@ TEST(StorageIRI, KeepsSeparateProperties) {
     EXPECT_TRUE(StorageIRI(u"/", u"/", true).hasParent());
 }
 
-TEST(StorageIRI, EqualsAnotherWithTheSameProperties) {
+TEST(StorageIRITest, EqualsAnotherWithTheSameProperties) {
     EXPECT_EQ(StorageIRI(u"/a"), StorageIRI(u"/a", u"/a", true));
     EXPECT_NE(StorageIRI(u"/a"), StorageIRI(u"/a/"));
     EXPECT_NE(StorageIRI(u"/a"), StorageIRI(u"/b", u"/a", true));

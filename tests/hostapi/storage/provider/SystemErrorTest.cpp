@@ -25,14 +25,14 @@ namespace {
 
 const StorageIRI failingLocation(u"/resolved/\u00e9", u"/\u00e9", true);
 
-TEST(SystemError, DescribesLocationAndReason) {
+TEST(SystemErrorTest, DescribesLocationAndReason) {
     const SystemError error(EIO, failingLocation);
     EXPECT_EQ(error.getIRI(), failingLocation);
     EXPECT_EQ(error.code(), std::errc::io_error);
     EXPECT_STREQ(error.what(), "/\xc3\xa9: Input/output error");
 }
 
-TEST(SystemError, SharesItsLocationWithItsCopies) {
+TEST(SystemErrorTest, SharesItsLocationWithItsCopies) {
     static_assert(std::is_nothrow_copy_constructible_v<SystemError>);
     static_assert(std::is_nothrow_copy_assignable_v<SystemError>);
     std::optional<SystemError> original(std::in_place, EIO, failingLocation);
@@ -45,7 +45,7 @@ TEST(SystemError, SharesItsLocationWithItsCopies) {
     EXPECT_EQ(assigned.code(), std::errc::io_error);
 }
 
-TEST(ThrowSystemError, ThrowsErrorCodesForStorageErrors) {
+TEST(ThrowSystemErrorTest, ThrowsErrorCodesForStorageErrors) {
     const std::pair<int, ErrorCode> codes[] = {
         {ENOENT, ErrorCode::NotFound},          {ENOTDIR, ErrorCode::NotFound},
         {EISDIR, ErrorCode::NotFound},          {ENAMETOOLONG, ErrorCode::NotFound},
@@ -60,13 +60,13 @@ TEST(ThrowSystemError, ThrowsErrorCodesForStorageErrors) {
     }
 }
 
-TEST(ThrowSystemError, ThrowsStandardExceptions) {
+TEST(ThrowSystemErrorTest, ThrowsStandardExceptions) {
     EXPECT_THROW(throwSystemError(ENOMEM, failingLocation), std::bad_alloc);
     EXPECT_THAT([] { throwSystemError(EFBIG, failingLocation); },
                 ThrowsMessage<std::length_error>("/\xc3\xa9: a file cannot have that many bytes"));
 }
 
-TEST(ThrowSystemError, ThrowsAllOthersWithTheirErrno) {
+TEST(ThrowSystemErrorTest, ThrowsAllOthersWithTheirErrno) {
     for (const int error : {EIO, EACCES, EPERM, ENOSPC, EMFILE, ETIMEDOUT}) {
         EXPECT_THAT([error] { throwSystemError(error, failingLocation); },
                     Throws<SystemError>(

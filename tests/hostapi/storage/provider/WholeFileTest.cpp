@@ -58,7 +58,7 @@ TEST_F(WholeFileTest, IsReadWhenReadOnlyAndNotWritten) {
     EXPECT_EQ(readFile(*provider_, iri_), "old");
 }
 
-TEST_F(WholeFileTest, OfAMissingFileIsNotFound) {
+TEST_F(WholeFileTest, ThrowsNotFoundForAMissingFile) {
     EXPECT_THAT([&] { readFile(*provider_, iri_); }, throwsCode(ErrorCode::NotFound));
     EXPECT_THAT([&] { writeFile(*provider_, StorageIRI(u"/missing/f"), ""); },
                 throwsCode(ErrorCode::NotFound));

@@ -25,7 +25,7 @@ bool matches(std::u16string_view pattern, std::u16string_view name) {
     return WildcardPattern(pattern).matches(name);
 }
 
-TEST(WildcardPattern, WithoutWildcardsMatchesTheWholeNameOnly) {
+TEST(WildcardPatternTest, MatchesTheWholeNameOnlyWithoutWildcards) {
     EXPECT_TRUE(matches(u"abc", u"abc"));
     EXPECT_FALSE(matches(u"abc", u"ab"));
     EXPECT_FALSE(matches(u"abc", u"abcd"));
@@ -33,12 +33,12 @@ TEST(WildcardPattern, WithoutWildcardsMatchesTheWholeNameOnly) {
     EXPECT_FALSE(matches(u"abc", u"ABC"));
 }
 
-TEST(WildcardPattern, WithoutAnythingMatchesOnlyTheEmptyName) {
+TEST(WildcardPatternTest, MatchesOnlyTheEmptyNameIfEmpty) {
     EXPECT_TRUE(matches(u"", u""));
     EXPECT_FALSE(matches(u"", u"a"));
 }
 
-TEST(WildcardPattern, MatchesAnyRunWithAStar) {
+TEST(WildcardPatternTest, MatchesAnyRunWithAStar) {
     EXPECT_TRUE(matches(u"*", u""));
     EXPECT_TRUE(matches(u"*", u"anything at all.*?"));
     EXPECT_TRUE(matches(u"*.txt", u"a.txt"));
@@ -51,20 +51,20 @@ TEST(WildcardPattern, MatchesAnyRunWithAStar) {
     EXPECT_FALSE(matches(u"*.txt", u"a.txt.bak"));
 }
 
-TEST(WildcardPattern, TriesEveryEndOfAStar) {
+TEST(WildcardPatternTest, TriesEveryEndOfAStar) {
     EXPECT_TRUE(matches(u"*ab", u"aab"));
     EXPECT_TRUE(matches(u"*abc*abd", u"ababcababd"));
     EXPECT_TRUE(matches(u"a*b*c", u"abbcbc"));
     EXPECT_FALSE(matches(u"a*b*c", u"acbb"));
 }
 
-TEST(WildcardPattern, TreatsSeveralStarsAsOne) {
+TEST(WildcardPatternTest, TreatsSeveralStarsAsOne) {
     EXPECT_TRUE(matches(u"**", u""));
     EXPECT_TRUE(matches(u"a***b", u"ab"));
     EXPECT_TRUE(matches(u"***a***", u"xxaxx"));
 }
 
-TEST(WildcardPattern, MatchesExactlyOneCharacterWithAQuestionMark) {
+TEST(WildcardPatternTest, MatchesExactlyOneCharacterWithAQuestionMark) {
     EXPECT_TRUE(matches(u"?", u"a"));
     EXPECT_TRUE(matches(u"a?c", u"abc"));
     EXPECT_TRUE(matches(u"??", u"ab"));
@@ -74,7 +74,7 @@ TEST(WildcardPattern, MatchesExactlyOneCharacterWithAQuestionMark) {
     EXPECT_FALSE(matches(u"??", u"a"));
 }
 
-TEST(WildcardPattern, CombinesStarsAndQuestionMarks) {
+TEST(WildcardPatternTest, CombinesStarsAndQuestionMarks) {
     EXPECT_TRUE(matches(u"?*", u"a"));
     EXPECT_TRUE(matches(u"*?", u"abc"));
     EXPECT_TRUE(matches(u"*?.t?t", u"a.txt"));
@@ -83,7 +83,7 @@ TEST(WildcardPattern, CombinesStarsAndQuestionMarks) {
     EXPECT_FALSE(matches(u"*?.t?t", u".txt"));
 }
 
-TEST(WildcardPattern, CountsASurrogatePairAsOneCharacter) {
+TEST(WildcardPatternTest, CountsASurrogatePairAsOneCharacter) {
     EXPECT_TRUE(matches(u"?", pair));
     EXPECT_FALSE(matches(u"??", pair));
     EXPECT_TRUE(matches(u"a?b", u"a" + pair + u"b"));
@@ -93,7 +93,7 @@ TEST(WildcardPattern, CountsASurrogatePairAsOneCharacter) {
     EXPECT_FALSE(matches(u"*" + trail, pair)) << "a run must not end inside a pair";
 }
 
-TEST(WildcardPattern, CountsAnUnpairedSurrogateAsOneCharacter) {
+TEST(WildcardPatternTest, CountsAnUnpairedSurrogateAsOneCharacter) {
     EXPECT_TRUE(matches(u"?", lead));
     EXPECT_TRUE(matches(u"?", trail));
     EXPECT_TRUE(matches(u"??", trail + lead));
@@ -101,14 +101,14 @@ TEST(WildcardPattern, CountsAnUnpairedSurrogateAsOneCharacter) {
     EXPECT_TRUE(matches(u"??", lead + u"\uE000"));
 }
 
-TEST(WildcardPattern, MatchesEveryOtherCharacterLiterally) {
+TEST(WildcardPatternTest, MatchesEveryOtherCharacterLiterally) {
     EXPECT_TRUE(matches(u"[a].\\+(b)^$", u"[a].\\+(b)^$"));
     EXPECT_FALSE(matches(u"[a]", u"a"));
     EXPECT_FALSE(matches(u"a.c", u"abc"));
     EXPECT_FALSE(matches(u"\\*", u"*"));
 }
 
-TEST(WildcardPattern, OfElementsCanContainLiteralStarsAndQuestionMarks) {
+TEST(WildcardPatternTest, MatchesLiteralStarsAndQuestionMarksInElements) {
     const WildcardPattern pattern(std::vector<WildcardPattern::Element>{
         {Kind::Literal, u'*'}, {Kind::AnyCharacter, u'\0'}, {Kind::Literal, u'?'}, {Kind::AnyRun, u'\0'}});
     EXPECT_TRUE(pattern.matches(u"*a?"));
@@ -117,7 +117,7 @@ TEST(WildcardPattern, OfElementsCanContainLiteralStarsAndQuestionMarks) {
     EXPECT_FALSE(pattern.matches(u"*ax"));
 }
 
-TEST(WildcardPattern, WithManyStarsTerminatesOnANameThatAlmostMatches) {
+TEST(WildcardPatternTest, TerminatesWithManyStarsOnANameThatAlmostMatches) {
     std::u16string pattern;
     for (int i = 0; i < 100; ++i) {
         pattern += u"a*";

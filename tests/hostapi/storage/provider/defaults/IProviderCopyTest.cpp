@@ -57,7 +57,7 @@ protected:
     const StorageIRI destination_ = at(u"/to/f");
 };
 
-TEST_F(IProviderCopy, FailsOnAShortWriteAndLeavesNothing) {
+TEST_F(IProviderCopyTest, FailsOnAShortWriteAndLeavesNothing) {
     for (const long written : {0L, 1L, -1L}) {
         MiscountingProvider provider(provider_);
         provider.written = [&](long) { return written; };
@@ -66,14 +66,14 @@ TEST_F(IProviderCopy, FailsOnAShortWriteAndLeavesNothing) {
     }
 }
 
-TEST_F(IProviderCopy, FailsOnAReadOfTooManyBytes) {
+TEST_F(IProviderCopyTest, FailsOnAReadOfTooManyBytes) {
     MiscountingProvider provider(provider_);
     provider.copied = [](long count) { return count + 1; };
     EXPECT_THROW(provider.doCopyFile(source_, destination_, refuseExisting), std::runtime_error);
     EXPECT_THAT(namesIn(u"/to"), IsEmpty());
 }
 
-TEST_F(IProviderCopy, FailsOnASourceThatRefusesToMoveThePosition) {
+TEST_F(IProviderCopyTest, FailsOnASourceThatRefusesToMoveThePosition) {
     MiscountingProvider provider(provider_);
     for (const std::streamoff refusedAt : {std::streamoff{9}, std::streamoff{0}}) { // the end, the beginning
         provider.sought = [&](std::streamoff position) { return position == refusedAt ? -1 : position; };
@@ -82,7 +82,7 @@ TEST_F(IProviderCopy, FailsOnASourceThatRefusesToMoveThePosition) {
     }
 }
 
-TEST_F(IProviderCopy, PropagatesOtherFailuresOfAReadOnlyTest) {
+TEST_F(IProviderCopyTest, PropagatesOtherFailuresOfAReadOnlyTest) {
     makeFile(u"/to/f", "old");
     EXPECT_THAT(
         [&] {
@@ -99,20 +99,20 @@ TEST_F(IProviderCopy, PropagatesOtherFailuresOfAReadOnlyTest) {
     EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCopy, ToALocationInNoFolderIsNotFound) {
+TEST_F(IProviderCopyTest, ThrowsNotFoundForADestinationWithoutFolder) {
     EXPECT_THAT([&] { provider_->doCopyFile(source_, at(u"f"), refuseExisting); },
                 testing::Throws<Exception>(testing::Property(&Exception::getErrorCode, ErrorCode::NotFound)));
     EXPECT_THAT(namesIn(u"/"), ElementsAre(u"from", u"to"));
 }
 
-TEST_F(IProviderCopy, AcceptsShortReads) {
+TEST_F(IProviderCopyTest, AcceptsShortReads) {
     MiscountingProvider provider(provider_);
     provider.copied = [](long) { return 1L; };
     provider.doCopyFile(source_, destination_, refuseExisting);
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, CopiesTheBytes) {
+TEST_F(IProviderCopyTest, CopiesTheBytes) {
     copy();
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
     EXPECT_EQ(contentOf(u"/from/f"), "new bytes");
@@ -120,7 +120,7 @@ TEST_F(IProviderCopy, CopiesTheBytes) {
     EXPECT_THAT(namesIn(u"/from"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCopy, CopiesFilesOfAnyNumberOfBlocks) {
+TEST_F(IProviderCopyTest, CopiesFilesOfAnyNumberOfBlocks) {
     constexpr std::size_t block = std::size_t{64} * 1024;
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, block - 1, block, block + 1, 3 * block}) {
         provider_->doRemoveFile(source_);
@@ -130,21 +130,21 @@ TEST_F(IProviderCopy, CopiesFilesOfAnyNumberOfBlocks) {
     }
 }
 
-TEST_F(IProviderCopy, DoesNotShareBytesWithTheSource) {
+TEST_F(IProviderCopyTest, DoesNotShareBytesWithTheSource) {
     copy();
     provider_->doOpenStream(source_, {})->write("NEW", 3);
     EXPECT_EQ(contentOf(u"/from/f"), "NEW bytes");
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, CreatesAWritableCopyOfAReadOnlyFile) {
+TEST_F(IProviderCopyTest, CreatesAWritableCopyOfAReadOnlyFile) {
     makeReadOnly(u"/from/f");
     copy();
     EXPECT_TRUE(provider_->doGetFileAttributes(destination_).isWritable());
     EXPECT_FALSE(provider_->doGetFileAttributes(source_).isWritable());
 }
 
-TEST_F(IProviderCopy, StampsTheCopyAndLeavesTheTimeOfTheSource) {
+TEST_F(IProviderCopyTest, StampsTheCopyAndLeavesTheTimeOfTheSource) {
     const boost::posix_time::ptime old(boost::gregorian::date(2000, 1, 1));
     provider_->doSetLastModified(source_, old);
     const auto before = boost::posix_time::microsec_clock::universal_time();
@@ -153,7 +153,7 @@ TEST_F(IProviderCopy, StampsTheCopyAndLeavesTheTimeOfTheSource) {
     EXPECT_EQ(provider_->doGetFileAttributes(source_).getLastModified(), old);
 }
 
-TEST_F(IProviderCopy, CopiesWithinOneFolderAndIntoTheRoot) {
+TEST_F(IProviderCopyTest, CopiesWithinOneFolderAndIntoTheRoot) {
     provider_->doCopyFile(source_, at(u"/from/g"), refuseExisting);
     provider_->doCopyFile(source_, at(u"/g"), refuseExisting);
     EXPECT_EQ(contentOf(u"/from/g"), "new bytes");
@@ -161,18 +161,18 @@ TEST_F(IProviderCopy, CopiesWithinOneFolderAndIntoTheRoot) {
     EXPECT_THAT(namesIn(u"/"), ElementsAre(u"from", u"g", u"to"));
 }
 
-TEST_F(IProviderCopy, AcceptsASeparatorAtTheEndOfTheDestination) {
+TEST_F(IProviderCopyTest, AcceptsASeparatorAtTheEndOfTheDestination) {
     provider_->doCopyFile(source_, at(u"/to/f/"), refuseExisting);
     EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCopy, FollowsTheResolvedPaths) {
+TEST_F(IProviderCopyTest, FollowsTheResolvedPaths) {
     provider_->doCopyFile(StorageIRI(u"/from/f", u"/alias/x", true), StorageIRI(u"/to/f", u"/alias/y", true),
                           refuseExisting);
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, RefusesAnExistingFileUnderTheRefusingPolicies) {
+TEST_F(IProviderCopyTest, RefusesAnExistingFileUnderTheRefusingPolicies) {
     makeFile(u"/to/f", "old");
     for (const ReplacementPolicy policy : {refuseExisting, refuseExistingFile}) {
         EXPECT_THAT([&] { copy(policy); }, failsWith(ErrorCode::AlreadyExists, destination_));
@@ -180,7 +180,7 @@ TEST_F(IProviderCopy, RefusesAnExistingFileUnderTheRefusingPolicies) {
     }
 }
 
-TEST_F(IProviderCopy, ReplacesAnExistingFileUnderEveryOtherPolicy) {
+TEST_F(IProviderCopyTest, ReplacesAnExistingFileUnderEveryOtherPolicy) {
     makeFile(u"/to/f", "old and longer than the new");
     for (const ReplacementPolicy policy : {replaceExisting, unnamedPolicy}) {
         copy(policy);
@@ -189,7 +189,7 @@ TEST_F(IProviderCopy, ReplacesAnExistingFileUnderEveryOtherPolicy) {
     }
 }
 
-TEST_F(IProviderCopy, KeepsReplacedBytesForOpenStreams) {
+TEST_F(IProviderCopyTest, KeepsReplacedBytesForOpenStreams) {
     makeFile(u"/to/f", "old");
     const auto stream = provider_->doOpenReadOnlyStream(destination_);
     copy(replaceExisting);
@@ -198,7 +198,7 @@ TEST_F(IProviderCopy, KeepsReplacedBytesForOpenStreams) {
     EXPECT_EQ(content, "old");
 }
 
-TEST_F(IProviderCopy, RefusesAnExistingFolderUnderEveryPolicy) {
+TEST_F(IProviderCopyTest, RefusesAnExistingFolderUnderEveryPolicy) {
     makeFolder(u"/to/f");
     for (const ReplacementPolicy policy :
          {refuseExisting, replaceExisting, refuseExistingFile, unnamedPolicy}) {
@@ -210,7 +210,7 @@ TEST_F(IProviderCopy, RefusesAnExistingFolderUnderEveryPolicy) {
     EXPECT_THAT(namesIn(u"/"), ElementsAre(u"from", u"to"));
 }
 
-TEST_F(IProviderCopy, RefusesAnOccupiedDestinationBeforeItCopiesAnything) {
+TEST_F(IProviderCopyTest, RefusesAnOccupiedDestinationBeforeItCopiesAnything) {
     int created = 0;
     const auto countCreations = [&](const std::string& operation, const StorageIRI&) {
         created += operation == "createFile" ? 1 : 0;
@@ -228,7 +228,7 @@ TEST_F(IProviderCopy, RefusesAnOccupiedDestinationBeforeItCopiesAnything) {
     EXPECT_EQ(created, 0);
 }
 
-TEST_F(IProviderCopy, OfAMissingFileOrAFolderNamesTheSource) {
+TEST_F(IProviderCopyTest, NamesTheSourceIfItIsMissingOrAFolder) {
     const StorageIRI missing(u"/from/missing", u"/alias", true);
     EXPECT_THAT([&] { provider_->doCopyFile(missing, destination_, replaceExisting); },
                 failsWith(ErrorCode::NotFound, missing));
@@ -237,26 +237,26 @@ TEST_F(IProviderCopy, OfAMissingFileOrAFolderNamesTheSource) {
     EXPECT_THAT(namesIn(u"/to"), IsEmpty());
 }
 
-TEST_F(IProviderCopy, ReportsAMissingSourceBeforeAnOccupiedDestination) {
+TEST_F(IProviderCopyTest, ReportsAMissingSourceBeforeAnOccupiedDestination) {
     makeFile(u"/to/f");
     EXPECT_THAT([&] { provider_->doCopyFile(at(u"/from/missing"), destination_, refuseExisting); },
                 failsWith(ErrorCode::NotFound, at(u"/from/missing")));
 }
 
-TEST_F(IProviderCopy, IntoAMissingFolderNamesTheSource) {
+TEST_F(IProviderCopyTest, NamesTheSourceIfTheDestinationFolderIsMissing) {
     EXPECT_THAT([&] { provider_->doCopyFile(source_, at(u"/missing/f"), replaceExisting); },
                 failsWith(ErrorCode::NotFound, source_));
     EXPECT_THAT([&] { provider_->doCopyFile(source_, at(u"/from/f/below"), replaceExisting); },
                 failsWith(ErrorCode::NotFound, source_));
 }
 
-TEST_F(IProviderCopy, IntoAReadOnlyFolderNamesTheSource) {
+TEST_F(IProviderCopyTest, NamesTheSourceIfTheDestinationFolderIsReadOnly) {
     makeReadOnly(u"/to");
     EXPECT_THAT([&] { copy(); }, failsWith(ErrorCode::ReadOnly, source_));
     EXPECT_THAT(namesIn(u"/to"), IsEmpty());
 }
 
-TEST_F(IProviderCopy, OntoAReadOnlyFileNamesTheSourceAndLeavesNothingElseBehind) {
+TEST_F(IProviderCopyTest, NamesTheSourceIfTheDestinationIsReadOnlyAndLeavesNothingBehind) {
     makeFile(u"/to/f", "old");
     makeReadOnly(u"/to/f");
     EXPECT_THAT([&] { copy(replaceExisting); }, failsWith(ErrorCode::ReadOnly, source_));
@@ -264,7 +264,7 @@ TEST_F(IProviderCopy, OntoAReadOnlyFileNamesTheSourceAndLeavesNothingElseBehind)
     EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCopy, OntoItselfKeepsTheBytes) {
+TEST_F(IProviderCopyTest, KeepsTheBytesOfAFileCopiedOntoItself) {
     provider_->doCopyFile(source_, source_, replaceExisting);
     EXPECT_EQ(contentOf(u"/from/f"), "new bytes");
     EXPECT_THAT([&] { provider_->doCopyFile(source_, source_, refuseExisting); },
@@ -273,7 +273,7 @@ TEST_F(IProviderCopy, OntoItselfKeepsTheBytes) {
     EXPECT_THAT(namesIn(u"/from"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCopy, ReportsAfterEachBlockHowManyBytesAreCopied) {
+TEST_F(IProviderCopyTest, ReportsAfterEachBlockHowManyBytesAreCopied) {
     provider_->doRemoveFile(source_);
     makeFile(u"/from/f", bytes(2 * 65536 + 17));
     std::vector<unsigned long long> reports;
@@ -283,7 +283,7 @@ TEST_F(IProviderCopy, ReportsAfterEachBlockHowManyBytesAreCopied) {
     EXPECT_TRUE(contentOf(u"/to/f") == bytes(2 * 65536 + 17));
 }
 
-TEST_F(IProviderCopy, ReportsOnceOnAnEmptyFile) {
+TEST_F(IProviderCopyTest, ReportsOnceOnAnEmptyFile) {
     makeFile(u"/from/empty");
     std::vector<unsigned long long> reports;
     provider_->doCopyFileAtomic(at(u"/from/empty"), destination_, refuseExisting,
@@ -291,19 +291,19 @@ TEST_F(IProviderCopy, ReportsOnceOnAnEmptyFile) {
     EXPECT_THAT(reports, ElementsAre(0U));
 }
 
-TEST_F(IProviderCopy, AcceptsAnEmptyProgressCallback) {
+TEST_F(IProviderCopyTest, AcceptsAnEmptyProgressCallback) {
     provider_->doCopyFileAtomic(source_, destination_, refuseExisting, {});
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, ShowsNothingAtTheDestinationUntilItIsComplete) {
+TEST_F(IProviderCopyTest, ShowsNothingAtTheDestinationUntilItIsComplete) {
     makeFile(u"/to/f", "old");
     provider_->doCopyFileAtomic(source_, destination_, replaceExisting,
                                 [&](unsigned long long) { EXPECT_EQ(contentOf(u"/to/f"), "old"); });
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, EndedByItsProgressCallbackLeavesNothingBehind) {
+TEST_F(IProviderCopyTest, LeavesNothingBehindWhenItsProgressCallbackThrows) {
     makeFile(u"/to/f", "old");
     const auto end = [](unsigned long long) { throw std::runtime_error("enough"); };
     EXPECT_THROW(provider_->doCopyFileAtomic(source_, destination_, replaceExisting, end),
@@ -314,7 +314,7 @@ TEST_F(IProviderCopy, EndedByItsProgressCallbackLeavesNothingBehind) {
     EXPECT_EQ(contentOf(u"/to/f"), "old");
 }
 
-TEST_F(IProviderCopy, RethrowsExceptionsOfTheProgressCallback) {
+TEST_F(IProviderCopyTest, RethrowsExceptionsOfTheProgressCallback) {
     const StorageIRI other = at(u"/elsewhere");
     EXPECT_THAT(
         [&] {
@@ -325,7 +325,7 @@ TEST_F(IProviderCopy, RethrowsExceptionsOfTheProgressCallback) {
         failsWith(ErrorCode::ReadOnly, other));
 }
 
-TEST_F(IProviderCopy, UsesAHiddenNameThatNoOtherCopyUses) {
+TEST_F(IProviderCopyTest, UsesAHiddenNameThatNoOtherCopyUses) {
     std::set<std::u16string> seen;
     constexpr std::size_t copies = 3;
     for (std::size_t i = 0; i < copies; ++i) {
@@ -339,7 +339,7 @@ TEST_F(IProviderCopy, UsesAHiddenNameThatNoOtherCopyUses) {
     }
 }
 
-TEST_F(IProviderCopy, NamesItsTemporaryFileWhenTheStorageRefusesItsName) {
+TEST_F(IProviderCopyTest, NamesItsTemporaryFileWhenTheStorageRefusesItsName) {
     std::optional<StorageIRI> refused;
     const HookedProvider refusing(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "createFile") {
@@ -356,7 +356,7 @@ TEST_F(IProviderCopy, NamesItsTemporaryFileWhenTheStorageRefusesItsName) {
     }
 }
 
-TEST_F(IProviderCopy, EndsInAStorageThatSaysThatEveryNameExists) {
+TEST_F(IProviderCopyTest, EndsInAStorageThatReportsEveryNameAsExisting) {
     std::vector<StorageIRI> tried;
     const HookedProvider crowded(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "createFile") {
@@ -373,7 +373,7 @@ TEST_F(IProviderCopy, EndsInAStorageThatSaysThatEveryNameExists) {
     }
 }
 
-TEST_F(IProviderCopy, OfAFileThatGrowsMeanwhileEndsAtTheSizeItHadAtTheStart) {
+TEST_F(IProviderCopyTest, CopiesTheInitialSizeOfAFileThatGrows) {
     HookedProvider growing(provider_);
     growing.beforeRead = [&] {
         provider_->doOpenStream(source_, {.append = ByteStreamAppend::AppendAtEnd})->write("more", 4);
@@ -382,7 +382,7 @@ TEST_F(IProviderCopy, OfAFileThatGrowsMeanwhileEndsAtTheSizeItHadAtTheStart) {
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, OfAFileThatIsTruncatedMeanwhileEndsThere) {
+TEST_F(IProviderCopyTest, EndsEarlyIfTheFileIsTruncated) {
     provider_->doRemoveFile(source_);
     makeFile(u"/from/f", bytes(3 * 65536));
     provider_->doCopyFileAtomic(source_, destination_, refuseExisting,
@@ -390,7 +390,7 @@ TEST_F(IProviderCopy, OfAFileThatIsTruncatedMeanwhileEndsThere) {
     EXPECT_TRUE(contentOf(u"/to/f") == bytes(65536 + 5));
 }
 
-TEST_F(IProviderCopy, KeepsAFileWithItsTemporaryName) {
+TEST_F(IProviderCopyTest, KeepsAFileWithItsTemporaryName) {
     std::optional<StorageIRI> taken;
     copyRacing([&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "createFile" && !taken) {
@@ -404,7 +404,7 @@ TEST_F(IProviderCopy, KeepsAFileWithItsTemporaryName) {
     EXPECT_EQ(namesIn(u"/to").size(), 2U);
 }
 
-TEST_F(IProviderCopy, RefusesAFileThatAnotherThreadPutsAtTheDestinationMeanwhile) {
+TEST_F(IProviderCopyTest, RefusesAFileThatAnotherThreadPutsAtTheDestinationMeanwhile) {
     EXPECT_THAT(
         [&] {
             copyRacing([&](const std::string& operation, const StorageIRI&) {
@@ -418,7 +418,7 @@ TEST_F(IProviderCopy, RefusesAFileThatAnotherThreadPutsAtTheDestinationMeanwhile
     EXPECT_THAT(namesIn(u"/to"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCopy, NamesItsTemporaryFileWhenAnotherThreadRemovesIt) {
+TEST_F(IProviderCopyTest, NamesItsTemporaryFileWhenAnotherThreadRemovesIt) {
     for (const std::string moment : {"openStream", "moveFile"}) {
         std::optional<StorageIRI> removed;
         try {
@@ -437,7 +437,7 @@ TEST_F(IProviderCopy, NamesItsTemporaryFileWhenAnotherThreadRemovesIt) {
     }
 }
 
-TEST_F(IProviderCopy, ReplacesAFileThatAnotherThreadRemovesMeanwhile) {
+TEST_F(IProviderCopyTest, ReplacesAFileThatAnotherThreadRemovesMeanwhile) {
     makeFile(u"/to/f", "old");
     copyRacing(
         [&](const std::string& operation, const StorageIRI& iri) {
@@ -449,7 +449,7 @@ TEST_F(IProviderCopy, ReplacesAFileThatAnotherThreadRemovesMeanwhile) {
     EXPECT_EQ(contentOf(u"/to/f"), "new bytes");
 }
 
-TEST_F(IProviderCopy, NamesTheSourceWhenTheFolderBecomesReadOnlyMeanwhile) {
+TEST_F(IProviderCopyTest, NamesTheSourceWhenTheFolderBecomesReadOnlyMeanwhile) {
     EXPECT_THAT(
         [&] {
             copyRacing([&](const std::string& operation, const StorageIRI&) {
@@ -462,7 +462,7 @@ TEST_F(IProviderCopy, NamesTheSourceWhenTheFolderBecomesReadOnlyMeanwhile) {
     EXPECT_FALSE(provider_->doFileExists(destination_));
 }
 
-TEST_F(IProviderCopy, LeavesNothingBehindWhenOutOfMemory) {
+TEST_F(IProviderCopyTest, LeavesNothingBehindWhenOutOfMemory) {
     for (const std::string moment : {"openStream", "moveFile"}) {
         EXPECT_THROW(copyRacing([&](const std::string& operation, const StorageIRI&) {
                          if (operation == moment) {

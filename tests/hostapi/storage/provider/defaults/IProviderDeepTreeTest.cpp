@@ -18,7 +18,7 @@ std::u16string chain() {
 
 using IProviderDeepTree = ProviderTest;
 
-TEST_F(IProviderDeepTree, IsCreatedListedAndRemovedOnASmallStack) {
+TEST_F(IProviderDeepTreeTest, IsCreatedListedAndRemovedOnASmallStack) {
     const std::u16string deepest = chain();
     runOnSmallStack([&] {
         provider_->doCreateFolderRecursive(at(deepest));

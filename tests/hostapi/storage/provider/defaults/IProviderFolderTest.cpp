@@ -27,7 +27,7 @@ public:
 
 using IProviderCreateFolderRecursive = ProviderTest;
 
-TEST_F(IProviderCreateFolderRecursive, CreatesTheFolderAndEveryMissingParent) {
+TEST_F(IProviderCreateFolderRecursiveTest, CreatesTheFolderAndEveryMissingParent) {
     makeFolder(u"/a");
     provider_->doCreateFolderRecursive(at(u"/a/b/c"));
     EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"b"));
@@ -35,32 +35,32 @@ TEST_F(IProviderCreateFolderRecursive, CreatesTheFolderAndEveryMissingParent) {
     EXPECT_THAT(namesIn(u"/a/b/c"), IsEmpty());
 }
 
-TEST_F(IProviderCreateFolderRecursive, KeepsAnExistingFolder) {
+TEST_F(IProviderCreateFolderRecursiveTest, KeepsAnExistingFolder) {
     makeFolder(u"/a");
     makeFile(u"/a/f");
     provider_->doCreateFolderRecursive(at(u"/a"));
     EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"f"));
 }
 
-TEST_F(IProviderCreateFolderRecursive, AcceptsTheRoot) {
+TEST_F(IProviderCreateFolderRecursiveTest, AcceptsTheRoot) {
     EXPECT_NO_THROW(provider_->doCreateFolderRecursive(at(u"/")));
     EXPECT_NO_THROW(provider_->doCreateFolderRecursive(at(u"")));
     EXPECT_NO_THROW(provider_->doCreateFolderRecursive(StorageIRI(u"/mounted/here", u"/", false)));
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderCreateFolderRecursive, AcceptsASeparatorAtTheEnd) {
+TEST_F(IProviderCreateFolderRecursiveTest, AcceptsASeparatorAtTheEnd) {
     provider_->doCreateFolderRecursive(at(u"/a/b/"));
     EXPECT_THAT(namesIn(u"/a"), ElementsAre(u"b"));
 }
 
-TEST_F(IProviderCreateFolderRecursive, TreatsRepeatedSeparatorsAsTheProviderDoes) {
+TEST_F(IProviderCreateFolderRecursiveTest, TreatsRepeatedSeparatorsAsTheProviderDoes) {
     provider_->doCreateFolderRecursive(at(u"//a//b"));
     EXPECT_TRUE(provider_->doFolderExists(at(u"/a")));
     EXPECT_TRUE(provider_->doFolderExists(at(u"//a//b")));
 }
 
-TEST_F(IProviderCreateFolderRecursive, NamesAFileOnThePath) {
+TEST_F(IProviderCreateFolderRecursiveTest, NamesAFileOnThePath) {
     makeFolder(u"/a");
     makeFile(u"/a/f", "x");
     EXPECT_THAT([&] { provider_->doCreateFolderRecursive(at(u"/a/f/b/c")); },
@@ -70,7 +70,7 @@ TEST_F(IProviderCreateFolderRecursive, NamesAFileOnThePath) {
     EXPECT_EQ(contentOf(u"/a/f"), "x");
 }
 
-TEST_F(IProviderCreateFolderRecursive, NamesTheFolderThatCannotBeCreatedInAReadOnlyFolder) {
+TEST_F(IProviderCreateFolderRecursiveTest, NamesTheFolderThatCannotBeCreatedInAReadOnlyFolder) {
     makeFolder(u"/a");
     makeReadOnly(u"/a");
     EXPECT_THAT([&] { provider_->doCreateFolderRecursive(at(u"/a/b/c")); },
@@ -78,7 +78,7 @@ TEST_F(IProviderCreateFolderRecursive, NamesTheFolderThatCannotBeCreatedInAReadO
     EXPECT_NO_THROW(provider_->doCreateFolderRecursive(at(u"/a")));
 }
 
-TEST_F(IProviderCreateFolderRecursive, FollowsTheResolvedPathAndNamesTheCallersLocation) {
+TEST_F(IProviderCreateFolderRecursiveTest, FollowsTheResolvedPathAndNamesTheCallersLocation) {
     const StorageIRI iri(u"/real/b", u"/alias/b", true);
     provider_->doCreateFolderRecursive(iri);
     EXPECT_TRUE(provider_->doFolderExists(at(u"/real/b")));
@@ -87,7 +87,7 @@ TEST_F(IProviderCreateFolderRecursive, FollowsTheResolvedPathAndNamesTheCallersL
     EXPECT_THAT([&] { provider_->doCreateFolderRecursive(iri); }, failsWith(ErrorCode::AlreadyExists, iri));
 }
 
-TEST_F(IProviderCreateFolderRecursive, SucceedsWhenAnotherThreadCreatesTheFolderMeanwhile) {
+TEST_F(IProviderCreateFolderRecursiveTest, SucceedsWhenAnotherThreadCreatesTheFolderMeanwhile) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "createFolder") {
             provider_->doCreateFolder(iri);
@@ -97,7 +97,7 @@ TEST_F(IProviderCreateFolderRecursive, SucceedsWhenAnotherThreadCreatesTheFolder
     EXPECT_TRUE(provider_->doFolderExists(at(u"/a/b")));
 }
 
-TEST_F(IProviderCreateFolderRecursive, NamesAFileThatAnotherThreadCreatesMeanwhile) {
+TEST_F(IProviderCreateFolderRecursiveTest, NamesAFileThatAnotherThreadCreatesMeanwhile) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "createFolder") {
             provider_->doCreateFile(iri);
@@ -109,7 +109,7 @@ TEST_F(IProviderCreateFolderRecursive, NamesAFileThatAnotherThreadCreatesMeanwhi
 
 using IProviderRemoveFolderRecursively = ProviderTest;
 
-TEST_F(IProviderRemoveFolderRecursively, RemovesTheFolderAndEverythingBelow) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, RemovesTheFolderAndEverythingBelow) {
     provider_->doCreateFolderRecursive(at(u"/a/b/c"));
     makeFolder(u"/a/empty");
     makeFile(u"/a/f");
@@ -121,20 +121,20 @@ TEST_F(IProviderRemoveFolderRecursively, RemovesTheFolderAndEverythingBelow) {
     EXPECT_THAT(namesIn(u"/"), ElementsAre(u"a-b", u"a0"));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, RemovesAnEmptyFolder) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, RemovesAnEmptyFolder) {
     makeFolder(u"/a");
     provider_->doRemoveFolderRecursively(at(u"/a"));
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, OfTheRootRemovesOnlyItsContent) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, RemovesOnlyTheContentOfTheRoot) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     makeFile(u"/f");
     provider_->doRemoveFolderRecursively(at(u"/"));
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, RecognizesTheRootByResolvedPathAndMissingParent) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, RecognizesTheRootByResolvedPathAndMissingParent) {
     EXPECT_NO_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"/", u"/mounted", true)));
     makeFolder(u"/top");
     makeFile(u"/top/f");
@@ -143,7 +143,7 @@ TEST_F(IProviderRemoveFolderRecursively, RecognizesTheRootByResolvedPathAndMissi
     EXPECT_THAT(namesIn(u"/top"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, OfAMissingFolderOrAFileNamesIt) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, NamesAMissingFolderOrAFile) {
     makeFile(u"/f");
     EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(at(u"/missing")); },
                 failsWith(ErrorCode::NotFound, at(u"/missing")));
@@ -152,7 +152,7 @@ TEST_F(IProviderRemoveFolderRecursively, OfAMissingFolderOrAFileNamesIt) {
     EXPECT_TRUE(provider_->doFileExists(at(u"/f")));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, StopsAtAnEntryThatCannotBeRemovedAndNamesIt) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, StopsAtAnEntryThatCannotBeRemovedAndNamesIt) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     makeFile(u"/a/b/1");
     makeFile(u"/a/b/2");
@@ -163,21 +163,21 @@ TEST_F(IProviderRemoveFolderRecursively, StopsAtAnEntryThatCannotBeRemovedAndNam
     EXPECT_THAT(namesIn(u"/a/b"), ElementsAre(u"2", u"3"));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, NamesAReadOnlyFolderBelowOnceItIsEmpty) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, NamesAReadOnlyFolderBelowOnceItIsEmpty) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     makeReadOnly(u"/a/b");
     EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(at(u"/a")); },
                 failsWith(ErrorCode::ReadOnly, at(u"/a/b")));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, NamesTheCallersLocationWhenTheFolderItselfStays) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, NamesTheCallersLocationWhenTheFolderItselfStays) {
     const StorageIRI iri(u"/a", u"/alias", true);
     makeFolder(u"/a");
     makeReadOnly(u"/a");
     EXPECT_THAT([&] { provider_->doRemoveFolderRecursively(iri); }, failsWith(ErrorCode::ReadOnly, iri));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, ContinuesWhenAnotherThreadHasRemovedAnEntry) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, ContinuesWhenAnotherThreadHasRemovedAnEntry) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     makeFile(u"/a/b/f");
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
@@ -191,7 +191,7 @@ TEST_F(IProviderRemoveFolderRecursively, ContinuesWhenAnotherThreadHasRemovedAnE
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, NamesAFolderThatAnotherThreadFills) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, NamesAFolderThatAnotherThreadFills) {
     provider_->doCreateFolderRecursive(at(u"/a/b"));
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "removeFolder" && iri == at(u"/a/b")) {
@@ -203,7 +203,7 @@ TEST_F(IProviderRemoveFolderRecursively, NamesAFolderThatAnotherThreadFills) {
     EXPECT_THAT(namesIn(u"/a/b"), ElementsAre(u"new"));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, RemovesFoldersAndFilesWithoutAName) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, RemovesFoldersAndFilesWithoutAName) {
     makeFolder(u"/a");
     makeFolder(u"/a//");
     makeFile(u"/a///f");
@@ -216,7 +216,7 @@ TEST_F(IProviderRemoveFolderRecursively, RemovesFoldersAndFilesWithoutAName) {
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, TerminatesIfAnEmptyNameIsTheFolderItself) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, TerminatesIfAnEmptyNameIsTheFolderItself) {
     makeFolder(u"/a");
     makeFolder(u"/a//");
     makeFile(u"/a///f");
@@ -225,14 +225,14 @@ TEST_F(IProviderRemoveFolderRecursively, TerminatesIfAnEmptyNameIsTheFolderItsel
                 failsWith(ErrorCode::FolderNotEmpty, at(u"/a//")));
 }
 
-TEST_F(IProviderRemoveFolderRecursively, RecognizesTheRootByAPathWithoutAName) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, RecognizesTheRootByAPathWithoutAName) {
     makeFile(u"/f");
     EXPECT_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"", u"/mounted", true)), Exception);
     EXPECT_NO_THROW(provider_->doRemoveFolderRecursively(StorageIRI(u"//", u"/mounted", true)));
     EXPECT_THAT(namesIn(u"/"), IsEmpty());
 }
 
-TEST_F(IProviderRemoveFolderRecursively, PropagatesOtherExceptions) {
+TEST_F(IProviderRemoveFolderRecursivelyTest, PropagatesOtherExceptions) {
     makeFolder(u"/a");
     makeFile(u"/a/f");
     const HookedProvider failing(provider_, [&](const std::string& operation, const StorageIRI&) {

@@ -29,99 +29,99 @@ protected:
     const StorageIRI iri_ = at(u"/d");
 };
 
-TEST_F(IProviderListing, YieldsEveryEntry) {
+TEST_F(IProviderListingTest, YieldsEveryEntry) {
     EXPECT_THAT(read(provider_->doListAll(iri_)),
                 ElementsAre(file(u"a.txt"), file(u"b.doc"), folder(u"e.txt"), folder(u"sub")));
 }
 
-TEST_F(IProviderListing, YieldsMatchingEntries) {
+TEST_F(IProviderListingTest, YieldsMatchingEntries) {
     EXPECT_THAT(read(provider_->doListAllWildcards(iri_, u"*.txt")),
                 ElementsAre(file(u"a.txt"), folder(u"e.txt")));
 }
 
-TEST_F(IProviderListing, YieldsFiles) {
+TEST_F(IProviderListingTest, YieldsFiles) {
     EXPECT_THAT(read(provider_->doListFiles(iri_)), ElementsAre(file(u"a.txt"), file(u"b.doc")));
 }
 
-TEST_F(IProviderListing, YieldsMatchingFiles) {
+TEST_F(IProviderListingTest, YieldsMatchingFiles) {
     EXPECT_THAT(read(provider_->doListFilesWildcards(iri_, u"?.txt")), ElementsAre(file(u"a.txt")));
 }
 
-TEST_F(IProviderListing, YieldsFolders) {
+TEST_F(IProviderListingTest, YieldsFolders) {
     EXPECT_THAT(read(provider_->doListFolders(iri_)), ElementsAre(folder(u"e.txt"), folder(u"sub")));
 }
 
-TEST_F(IProviderListing, YieldsMatchingFolders) {
+TEST_F(IProviderListingTest, YieldsMatchingFolders) {
     EXPECT_THAT(read(provider_->doListFoldersWildcards(iri_, u"*.txt")), ElementsAre(folder(u"e.txt")));
 }
 
-TEST_F(IProviderListing, NamesEveryEntry) {
+TEST_F(IProviderListingTest, NamesEveryEntry) {
     EXPECT_THAT(provider_->doListAllNamesOnly(iri_), ElementsAre(u"a.txt", u"b.doc", u"e.txt", u"sub"));
 }
 
-TEST_F(IProviderListing, NamesMatchingEntries) {
+TEST_F(IProviderListingTest, NamesMatchingEntries) {
     EXPECT_THAT(provider_->doListAllNamesOnlyWildcards(iri_, u"*b*"), ElementsAre(u"b.doc", u"sub"));
 }
 
-TEST_F(IProviderListing, NamesFolders) {
+TEST_F(IProviderListingTest, NamesFolders) {
     EXPECT_THAT(provider_->doListFoldersNamesOnly(iri_), ElementsAre(u"e.txt", u"sub"));
 }
 
-TEST_F(IProviderListing, NamesMatchingFolders) {
+TEST_F(IProviderListingTest, NamesMatchingFolders) {
     EXPECT_THAT(provider_->doListFoldersNamesOnlyWildcards(iri_, u"s??"), ElementsAre(u"sub"));
 }
 
-TEST_F(IProviderListing, NamesFiles) {
+TEST_F(IProviderListingTest, NamesFiles) {
     EXPECT_THAT(provider_->doListFilesNamesOnly(iri_), ElementsAre(u"a.txt", u"b.doc"));
 }
 
-TEST_F(IProviderListing, NamesMatchingFiles) {
+TEST_F(IProviderListingTest, NamesMatchingFiles) {
     EXPECT_THAT(provider_->doListFilesNamesOnlyWildcards(iri_, u"*.txt"), ElementsAre(u"a.txt"));
 }
 
-TEST_F(IProviderListing, YieldsEveryEntryBelowByItsRelativePath) {
+TEST_F(IProviderListingTest, YieldsEveryEntryBelowByItsRelativePath) {
     EXPECT_THAT(read(provider_->doListAllRecursive(iri_)),
                 ElementsAre(file(u"a.txt"), file(u"b.doc"), folder(u"e.txt"), folder(u"sub"),
                             file(u"sub/c.txt"), folder(u"sub/deep.txt"), file(u"sub/deep.txt/d.doc")));
 }
 
-TEST_F(IProviderListing, YieldsEveryEntryBelowWithAMatchingName) {
+TEST_F(IProviderListingTest, YieldsEveryEntryBelowWithAMatchingName) {
     EXPECT_THAT(read(provider_->doListAllRecursiveWildcards(iri_, u"*.txt")),
                 ElementsAre(file(u"a.txt"), folder(u"e.txt"), file(u"sub/c.txt"), folder(u"sub/deep.txt")));
 }
 
-TEST_F(IProviderListing, EntersFoldersThatDoNotMatchThemselves) {
+TEST_F(IProviderListingTest, EntersFoldersThatDoNotMatchThemselves) {
     EXPECT_THAT(read(provider_->doListAllRecursiveWildcards(iri_, u"d.*")),
                 ElementsAre(file(u"sub/deep.txt/d.doc")));
 }
 
-TEST_F(IProviderListing, DoesNotMatchAPatternAgainstARelativePath) {
+TEST_F(IProviderListingTest, DoesNotMatchAPatternAgainstARelativePath) {
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(iri_, u"sub*"), ElementsAre(u"sub"));
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(iri_, u"*/*"), IsEmpty());
 }
 
-TEST_F(IProviderListing, NamesEveryEntryBelowByItsRelativePath) {
+TEST_F(IProviderListingTest, NamesEveryEntryBelowByItsRelativePath) {
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnly(iri_),
                 ElementsAre(u"a.txt", u"b.doc", u"e.txt", u"sub", u"sub/c.txt", u"sub/deep.txt",
                             u"sub/deep.txt/d.doc"));
 }
 
-TEST_F(IProviderListing, NamesEveryEntryBelowWithAMatchingName) {
+TEST_F(IProviderListingTest, NamesEveryEntryBelowWithAMatchingName) {
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(iri_, u"*.doc"),
                 ElementsAre(u"b.doc", u"sub/deep.txt/d.doc"));
 }
 
-TEST_F(IProviderListing, OfTheRootYieldsRelativePathsWithoutALeadingSeparator) {
+TEST_F(IProviderListingTest, ReturnsRelativePathsWithoutALeadingSeparatorBelowTheRoot) {
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(at(u"/"), u"?"), ElementsAre(u"d"));
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(at(u"/"), u"a*"), ElementsAre(u"d/a.txt"));
 }
 
-TEST_F(IProviderListing, AcceptsASeparatorAtTheEndOfTheLocation) {
+TEST_F(IProviderListingTest, AcceptsASeparatorAtTheEndOfTheLocation) {
     EXPECT_EQ(provider_->doListAllRecursiveNamesOnly(at(u"/d/")),
               provider_->doListAllRecursiveNamesOnly(iri_));
 }
 
-TEST_F(IProviderListing, FollowsTheResolvedPath) {
+TEST_F(IProviderListingTest, FollowsTheResolvedPath) {
     EXPECT_EQ(provider_->doListAllRecursiveNamesOnly(StorageIRI(u"/d", u"/alias", true)),
               provider_->doListAllRecursiveNamesOnly(iri_));
 }
@@ -148,7 +148,7 @@ std::vector<std::function<void(const IProvider&, const StorageIRI&)>> allListing
     };
 }
 
-TEST_F(IProviderListing, OfAFileOrAMissingFolderNamesIt) {
+TEST_F(IProviderListingTest, NamesAFileOrAMissingFolder) {
     const StorageIRI missing(u"/missing", u"/alias", true);
     for (std::size_t i = 0; i < allListings().size(); ++i) {
         SCOPED_TRACE(i);
@@ -159,7 +159,7 @@ TEST_F(IProviderListing, OfAFileOrAMissingFolderNamesIt) {
     }
 }
 
-TEST_F(IProviderListing, OfAnEmptyFolderYieldsNothing) {
+TEST_F(IProviderListingTest, ReturnsNothingForAnEmptyFolder) {
     const StorageIRI empty = at(u"/d/e.txt");
     EXPECT_FALSE(provider_->doListAllWildcards(empty, u"*")->hasNext());
     EXPECT_FALSE(provider_->doListAllRecursive(empty)->hasNext());
@@ -167,12 +167,12 @@ TEST_F(IProviderListing, OfAnEmptyFolderYieldsNothing) {
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnly(empty), IsEmpty());
 }
 
-TEST_F(IProviderListing, WithAnEmptyPatternYieldsNothing) {
+TEST_F(IProviderListingTest, ReturnsNothingForAnEmptyPattern) {
     EXPECT_THAT(provider_->doListAllNamesOnlyWildcards(iri_, u""), IsEmpty());
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(iri_, u""), IsEmpty());
 }
 
-TEST_F(IProviderListing, IgnoresLaterChanges) {
+TEST_F(IProviderListingTest, IgnoresLaterChanges) {
     const auto matching = provider_->doListFilesWildcards(iri_, u"*.txt");
     const auto recursive = provider_->doListAllRecursive(at(u"/d/sub"));
     provider_->doRemoveFolderRecursively(iri_);
@@ -184,14 +184,14 @@ TEST_F(IProviderListing, IgnoresLaterChanges) {
     EXPECT_EQ(recursive->getEntry(), file(u"c.txt"));
 }
 
-TEST_F(IProviderListing, OutlivesItsProvider) {
+TEST_F(IProviderListingTest, OutlivesItsProvider) {
     auto listing = provider_->doListAllRecursive(at(u"/d/sub"));
     provider_.reset();
     EXPECT_THAT(read(std::move(listing)),
                 ElementsAre(file(u"c.txt"), folder(u"deep.txt"), file(u"deep.txt/d.doc")));
 }
 
-TEST_F(IProviderListing, HasIndependentClonesAtTheSamePosition) {
+TEST_F(IProviderListingTest, HasIndependentClonesAtTheSamePosition) {
     auto listing = provider_->doListAllWildcards(iri_, u"*");
     listing->step();
     auto clone = listing->clone();
@@ -200,7 +200,7 @@ TEST_F(IProviderListing, HasIndependentClonesAtTheSamePosition) {
     EXPECT_THAT(read(std::move(clone)), ElementsAre(file(u"b.doc"), folder(u"e.txt"), folder(u"sub")));
 }
 
-TEST_F(IProviderListing, ReturnsTheSameEntryUntilTheNextStep) {
+TEST_F(IProviderListingTest, ReturnsTheSameEntryUntilTheNextStep) {
     const auto listing = provider_->doListAllRecursive(iri_);
     listing->step();
     EXPECT_EQ(listing->getEntry(), file(u"a.txt"));
@@ -208,7 +208,7 @@ TEST_F(IProviderListing, ReturnsTheSameEntryUntilTheNextStep) {
     EXPECT_EQ(listing->getEntry(), file(u"a.txt"));
 }
 
-TEST_F(IProviderListing, TreatsAFolderThatIsRemovedMeanwhileAsEmpty) {
+TEST_F(IProviderListingTest, TreatsAFolderThatIsRemovedMeanwhileAsEmpty) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "listAll" && iri == at(u"/d/sub")) {
             provider_->doRemoveFolderRecursively(iri);
@@ -217,7 +217,7 @@ TEST_F(IProviderListing, TreatsAFolderThatIsRemovedMeanwhileAsEmpty) {
     EXPECT_THAT(raced.doListAllRecursiveNamesOnly(iri_), ElementsAre(u"a.txt", u"b.doc", u"e.txt", u"sub"));
 }
 
-TEST_F(IProviderListing, PropagatesOtherFailuresOfAFolderBelow) {
+TEST_F(IProviderListingTest, PropagatesOtherFailuresOfAFolderBelow) {
     const StorageIRI sub = at(u"/d/sub");
     const HookedProvider failing(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "listAll" && iri == sub) {
@@ -227,13 +227,13 @@ TEST_F(IProviderListing, PropagatesOtherFailuresOfAFolderBelow) {
     EXPECT_THAT([&] { failing.doListAllRecursive(iri_); }, failsWith(ErrorCode::ReadOnly, sub));
 }
 
-TEST_F(IProviderListing, TerminatesOnAFolderWithAnEmptyName) {
+TEST_F(IProviderListingTest, TerminatesOnAFolderWithAnEmptyName) {
     provider_->doCreateFolder(at(u"/d/e.txt//"));
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnly(at(u"/d/e.txt")), ElementsAre(u""));
     EXPECT_THAT(provider_->doListAllRecursiveNamesOnlyWildcards(iri_, u""), ElementsAre(u"e.txt/"));
 }
 
-TEST_F(IProviderListing, ListsNamesThatAreNotValidUtf16) {
+TEST_F(IProviderListingTest, ListsNamesThatAreNotValidUtf16) {
     const std::u16string name(1, char16_t{0xD800});
     makeFolder(u"/odd");
     makeFolder(u"/odd/" + name);

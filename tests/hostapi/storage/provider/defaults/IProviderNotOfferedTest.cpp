@@ -19,32 +19,32 @@ protected:
     const StorageIRI iri_ = at(u"/f");
 };
 
-TEST_F(IProviderNotOffered, AreTransactionalStreams) {
+TEST_F(IProviderNotOfferedTest, RefusesTransactionalStreams) {
     EXPECT_THAT([&] { provider_->doOpenTransactionalStream(iri_, {}); },
                 failsWith(ErrorCode::NotOffered, iri_));
     EXPECT_THAT([&] { provider_->doOpenTransactionalStreamAtScratchLocation(iri_, at(u"/scratch"), {}); },
                 failsWith(ErrorCode::NotOffered, iri_));
 }
 
-TEST_F(IProviderNotOffered, AreEvents) {
+TEST_F(IProviderNotOfferedTest, RefusesEvents) {
     EXPECT_THAT([&] { provider_->doPublishFolderEventsFor(iri_, {}); },
                 failsWith(ErrorCode::NotOffered, iri_));
     EXPECT_THAT([&] { provider_->doPublishFileEventsFor(iri_, {}); }, failsWith(ErrorCode::NotOffered, iri_));
     EXPECT_THAT([&] { provider_->doStopPublishingEventsFor(iri_); }, failsWith(ErrorCode::NotOffered, iri_));
 }
 
-TEST_F(IProviderNotOffered, IsPolling) {
+TEST_F(IProviderNotOfferedTest, RefusesPolling) {
     EXPECT_THAT([&] { provider_->doStartChangePollingMechanism(iri_, {}); },
                 failsWith(ErrorCode::NotOffered, iri_));
     EXPECT_THAT([&] { provider_->doStopChangePollingMechanism(iri_); },
                 failsWith(ErrorCode::NotOffered, iri_));
 }
 
-TEST_F(IProviderNotOffered, IsStorageInformation) {
+TEST_F(IProviderNotOfferedTest, RefusesStorageInformation) {
     EXPECT_THAT([&] { provider_->doGetProviderStorageInfo(iri_); }, failsWith(ErrorCode::NotOffered, iri_));
 }
 
-TEST_F(IProviderNotOffered, NeverCallsBack) {
+TEST_F(IProviderNotOfferedTest, NeverCallsBack) {
     bool called = false;
     const auto callback = [&](StorageEventKind, const StorageIRI&, const StorageIRI&, FolderEntry::EntryType,
                               const boost::property_tree::ptree&) { called = true; };
@@ -54,7 +54,7 @@ TEST_F(IProviderNotOffered, NeverCallsBack) {
     EXPECT_FALSE(called);
 }
 
-TEST_F(IProviderNotOffered, HasAReadableMessage) {
+TEST_F(IProviderNotOfferedTest, HasAReadableMessage) {
     try {
         provider_->doGetProviderStorageInfo(iri_);
         FAIL() << "nothing was thrown";

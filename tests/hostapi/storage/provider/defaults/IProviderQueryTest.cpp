@@ -21,7 +21,7 @@ protected:
     }
 };
 
-TEST_F(IProviderQuery, FindsFilesFoldersAndTheRoot) {
+TEST_F(IProviderQueryTest, FindsFilesFoldersAndTheRoot) {
     EXPECT_TRUE(provider_->doExists(at(u"/d/f")));
     EXPECT_TRUE(provider_->doExists(at(u"/d")));
     EXPECT_TRUE(provider_->doExists(at(u"/")));
@@ -30,7 +30,7 @@ TEST_F(IProviderQuery, FindsFilesFoldersAndTheRoot) {
     EXPECT_FALSE(provider_->doExists(at(u"/d/f/below")));
 }
 
-TEST_F(IProviderQuery, ReportsTheKindOfEntryAtALocation) {
+TEST_F(IProviderQueryTest, ReportsTheKindOfEntryAtALocation) {
     EXPECT_EQ(provider_->doExistsExtended(at(u"/d/f")), EntryExistence::File);
     EXPECT_EQ(provider_->doExistsExtended(at(u"/d")), EntryExistence::Folder);
     EXPECT_EQ(provider_->doExistsExtended(at(u"/")), EntryExistence::Folder);
@@ -38,7 +38,7 @@ TEST_F(IProviderQuery, ReportsTheKindOfEntryAtALocation) {
     EXPECT_EQ(provider_->doExistsExtended(at(u"/missing/f")), EntryExistence::Missing);
 }
 
-TEST_F(IProviderQuery, ReturnsTheAttributesOfAFile) {
+TEST_F(IProviderQueryTest, ReturnsTheAttributesOfAFile) {
     provider_->doSetLastModified(at(u"/d/f"), leapDay);
     const ExtendedAttributes writable = provider_->doGetExtendedAttributes(at(u"/d/f"));
     EXPECT_EQ(writable.type, FolderEntry::EntryType::File);
@@ -49,7 +49,7 @@ TEST_F(IProviderQuery, ReturnsTheAttributesOfAFile) {
     EXPECT_FALSE(provider_->doGetExtendedAttributes(at(u"/d/f")).writable);
 }
 
-TEST_F(IProviderQuery, ReturnsTheAttributesOfAFolder) {
+TEST_F(IProviderQueryTest, ReturnsTheAttributesOfAFolder) {
     provider_->doSetLastModified(at(u"/d"), leapDay);
     const ExtendedAttributes writable = provider_->doGetExtendedAttributes(at(u"/d"));
     EXPECT_EQ(writable.type, FolderEntry::EntryType::Folder);
@@ -60,20 +60,20 @@ TEST_F(IProviderQuery, ReturnsTheAttributesOfAFolder) {
     EXPECT_FALSE(provider_->doGetExtendedAttributes(at(u"/d")).writable);
 }
 
-TEST_F(IProviderQuery, ReturnsTheAttributesOfTheRoot) {
+TEST_F(IProviderQueryTest, ReturnsTheAttributesOfTheRoot) {
     provider_->doSetLastModified(at(u"/"), leapDay);
     const ExtendedAttributes root = provider_->doGetExtendedAttributes(at(u"/"));
     EXPECT_EQ(root.type, FolderEntry::EntryType::Folder);
     EXPECT_EQ(root.lastModified, leapDay);
 }
 
-TEST_F(IProviderQuery, HasNoAttributesOfAMissingEntryAndNamesIt) {
+TEST_F(IProviderQueryTest, HasNoAttributesOfAMissingEntryAndNamesIt) {
     const StorageIRI missing(u"/d/missing", u"/alias", true);
     EXPECT_THAT([&] { provider_->doGetExtendedAttributes(missing); },
                 failsWith(ErrorCode::NotFound, missing));
 }
 
-TEST_F(IProviderQuery, SortsPathsByCodeUnits) {
+TEST_F(IProviderQueryTest, SortsPathsByCodeUnits) {
     const auto isBefore = provider_->doGetPathComparator(at(u"/"));
     EXPECT_TRUE(isBefore(u"", u"/"));
     EXPECT_TRUE(isBefore(u"/a", u"/a-b"));
@@ -85,20 +85,20 @@ TEST_F(IProviderQuery, SortsPathsByCodeUnits) {
     EXPECT_FALSE(isBefore(u"/a0", u"/a"));
 }
 
-TEST_F(IProviderQuery, SortsPathsAfterTheProviderIsDestroyed) {
+TEST_F(IProviderQueryTest, SortsPathsAfterTheProviderIsDestroyed) {
     const auto isBefore = provider_->doGetPathComparator(at(u"/"));
     provider_.reset();
     EXPECT_TRUE(isBefore(u"/a", u"/b"));
 }
 
-TEST_F(IProviderQuery, DerivesTheCanonicalLocationFromTheResolvedPath) {
+TEST_F(IProviderQueryTest, DerivesTheCanonicalLocationFromTheResolvedPath) {
     EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"/real/f", u"/alias/f", true)), at(u"/real/f"));
     EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"/", u"/mounted", true)), at(u"/"));
     EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"/mount", u"/mount", false)), at(u"/"));
     EXPECT_EQ(provider_->doGetCanonicalLocation(at(u"/missing")), at(u"/missing"));
 }
 
-TEST_F(IProviderQuery, NormalizesTheCanonicalLocation) {
+TEST_F(IProviderQueryTest, NormalizesTheCanonicalLocation) {
     for (const std::u16string path : {u"/a/b", u"//a/b", u"/a/b/", u"///a/b/"}) {
         EXPECT_EQ(provider_->doGetCanonicalLocation(at(path)), at(u"/a/b"));
     }
@@ -107,7 +107,7 @@ TEST_F(IProviderQuery, NormalizesTheCanonicalLocation) {
     EXPECT_EQ(provider_->doGetCanonicalLocation(StorageIRI(u"//", u"/mounted", true)), at(u"/"));
 }
 
-TEST_F(IProviderQuery, KeepsAnEmptyNameInACanonicalLocation) {
+TEST_F(IProviderQueryTest, KeepsAnEmptyNameInACanonicalLocation) {
     provider_->doCreateFolder(at(u"/d//"));
     const StorageIRI canonical = provider_->doGetCanonicalLocation(at(u"//d//"));
     EXPECT_EQ(canonical, at(u"/d//"));
@@ -116,13 +116,13 @@ TEST_F(IProviderQuery, KeepsAnEmptyNameInACanonicalLocation) {
     EXPECT_THAT(namesIn(u"/d"), testing::ElementsAre(u"f"));
 }
 
-TEST_F(IProviderQuery, IsCaseSensitive) {
+TEST_F(IProviderQueryTest, IsCaseSensitive) {
     EXPECT_EQ(provider_->doGetFilenameSensitivity(at(u"/")), FilenameSensitivity::CaseSensitive);
     makeFile(u"/d/F");
     EXPECT_THAT(namesIn(u"/d"), testing::ElementsAre(u"F", u"f"));
 }
 
-TEST_F(IProviderQuery, KeepsTheStorageAtShutdown) {
+TEST_F(IProviderQueryTest, KeepsTheStorageAtShutdown) {
     provider_->doShutdown();
     EXPECT_EQ(contentOf(u"/d/f"), "12345");
 }

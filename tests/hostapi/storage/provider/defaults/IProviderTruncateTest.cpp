@@ -27,14 +27,14 @@ protected:
     const StorageIRI iri_ = at(u"/f");
 };
 
-TEST_F(IProviderTruncate, KeepsTheFirstBytesOfAShrinkingFile) {
+TEST_F(IProviderTruncateTest, KeepsTheFirstBytesOfAShrinkingFile) {
     truncate(9);
     EXPECT_EQ(contentOf(u"/f"), "012345678");
     truncate(1);
     EXPECT_EQ(contentOf(u"/f"), "0");
 }
 
-TEST_F(IProviderTruncate, FailsOnAShortWrite) {
+TEST_F(IProviderTruncateTest, FailsOnAShortWrite) {
     for (const unsigned long long size : {5ULL, 20ULL}) {
         MiscountingProvider provider(provider_);
         provider.written = [](long count) { return count - 1; };
@@ -42,28 +42,28 @@ TEST_F(IProviderTruncate, FailsOnAShortWrite) {
     }
 }
 
-TEST_F(IProviderTruncate, FailsOnAFileThatRefusesToMoveThePositionToItsEnd) {
+TEST_F(IProviderTruncateTest, FailsOnAFileThatRefusesToMoveThePositionToItsEnd) {
     MiscountingProvider provider(provider_);
     provider.sought = [](std::streamoff) { return -1; };
     EXPECT_THROW(provider.doTruncateToSize(iri_, 20), std::runtime_error);
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
-TEST_F(IProviderTruncate, EmptiesAFile) {
+TEST_F(IProviderTruncateTest, EmptiesAFile) {
     truncate(0);
     EXPECT_EQ(contentOf(u"/f"), "");
     truncate(0);
     EXPECT_EQ(contentOf(u"/f"), "");
 }
 
-TEST_F(IProviderTruncate, FillsAGrowingFileWithZeros) {
+TEST_F(IProviderTruncateTest, FillsAGrowingFileWithZeros) {
     truncate(11);
     EXPECT_EQ(contentOf(u"/f"), std::string("0123456789\0", 11));
     truncate(13);
     EXPECT_EQ(contentOf(u"/f"), std::string("0123456789\0\0\0", 13));
 }
 
-TEST_F(IProviderTruncate, GrowsByAnyNumberOfBlocks) {
+TEST_F(IProviderTruncateTest, GrowsByAnyNumberOfBlocks) {
     for (const std::size_t added : {std::size_t{65535}, std::size_t{65536}, std::size_t{65537 + 65536}}) {
         truncate(10);
         truncate(10 + added);
@@ -71,7 +71,7 @@ TEST_F(IProviderTruncate, GrowsByAnyNumberOfBlocks) {
     }
 }
 
-TEST_F(IProviderTruncate, GrowsToTheSizeWhileAnotherThreadGrowsTheFile) {
+TEST_F(IProviderTruncateTest, GrowsToTheSizeWhileAnotherThreadGrowsTheFile) {
     for (const std::string moment : {"openStream", "seek"}) {
         truncate(10);
         bool isFirst = true;
@@ -86,7 +86,7 @@ TEST_F(IProviderTruncate, GrowsToTheSizeWhileAnotherThreadGrowsTheFile) {
     }
 }
 
-TEST_F(IProviderTruncate, SetsTheTime) {
+TEST_F(IProviderTruncateTest, SetsTheTime) {
     const boost::posix_time::ptime old(boost::gregorian::date(2000, 1, 1));
     for (const unsigned long long size : {5ULL, 10ULL, 10ULL}) {
         provider_->doSetLastModified(iri_, old);
@@ -95,7 +95,7 @@ TEST_F(IProviderTruncate, SetsTheTime) {
     }
 }
 
-TEST_F(IProviderTruncate, ShrinksFilesOfManyBlocks) {
+TEST_F(IProviderTruncateTest, ShrinksFilesOfManyBlocks) {
     std::string content;
     for (int i = 0; i < 200'000; ++i) {
         content += static_cast<char>(i * 7 + i / 256);
@@ -105,12 +105,12 @@ TEST_F(IProviderTruncate, ShrinksFilesOfManyBlocks) {
     EXPECT_TRUE(contentOf(u"/large") == content.substr(0, 150'001));
 }
 
-TEST_F(IProviderTruncate, KeepsTheBytesOfAFileThatAlreadyHasTheSize) {
+TEST_F(IProviderTruncateTest, KeepsTheBytesOfAFileThatAlreadyHasTheSize) {
     truncate(10);
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
-TEST_F(IProviderTruncate, ShowsTheChangeToOpenStreams) {
+TEST_F(IProviderTruncateTest, ShowsTheChangeToOpenStreams) {
     const auto stream = provider_->doOpenReadOnlyStream(iri_);
     truncate(4);
     std::array<char, 10> buffer{};
@@ -119,7 +119,7 @@ TEST_F(IProviderTruncate, ShowsTheChangeToOpenStreams) {
     EXPECT_EQ(stream->read(buffer.data(), 10), 4);
 }
 
-TEST_F(IProviderTruncate, OfAMissingFileOrAFolderNamesItAndCreatesNothing) {
+TEST_F(IProviderTruncateTest, NamesAMissingFileOrAFolderAndCreatesNothing) {
     makeFolder(u"/d");
     for (const unsigned long long size : {0ULL, 5ULL}) {
         EXPECT_THAT([&] { provider_->doTruncateToSize(at(u"/missing"), size); },
@@ -130,7 +130,7 @@ TEST_F(IProviderTruncate, OfAMissingFileOrAFolderNamesItAndCreatesNothing) {
     EXPECT_FALSE(provider_->doFileExists(at(u"/missing")));
 }
 
-TEST_F(IProviderTruncate, OfAReadOnlyFileNamesItWhateverTheSize) {
+TEST_F(IProviderTruncateTest, NamesAReadOnlyFileForEverySize) {
     makeReadOnly(u"/f");
     for (const unsigned long long size : {0ULL, 5ULL, 10ULL, 15ULL}) {
         EXPECT_THAT([&] { truncate(size); }, failsWith(ErrorCode::ReadOnly, iri_)) << size;
@@ -138,7 +138,7 @@ TEST_F(IProviderTruncate, OfAReadOnlyFileNamesItWhateverTheSize) {
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
-TEST_F(IProviderTruncate, RefusesSizesAboveTheMaximum) {
+TEST_F(IProviderTruncateTest, RefusesSizesAboveTheMaximum) {
     constexpr unsigned long long largest = std::numeric_limits<unsigned long long>::max();
     constexpr unsigned long long tooLarge =
         static_cast<unsigned long long>(std::numeric_limits<long>::max()) + 1;
@@ -147,7 +147,7 @@ TEST_F(IProviderTruncate, RefusesSizesAboveTheMaximum) {
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
-TEST_F(IProviderTruncate, LosesNothingIfTheRemainingBytesCannotBeAllocated) {
+TEST_F(IProviderTruncateTest, LosesNothingIfTheRemainingBytesCannotBeAllocated) {
     const HookedProvider failing(provider_, [](const std::string& operation, const StorageIRI&) {
         if (operation == "openReadOnlyStream") {
             throw std::bad_alloc();
@@ -157,7 +157,7 @@ TEST_F(IProviderTruncate, LosesNothingIfTheRemainingBytesCannotBeAllocated) {
     EXPECT_EQ(contentOf(u"/f"), "0123456789");
 }
 
-TEST_F(IProviderTruncate, KeepsTheRemainderOfAFileThatAnotherThreadShrinksMeanwhile) {
+TEST_F(IProviderTruncateTest, KeepsTheRemainderOfAFileThatAnotherThreadShrinksMeanwhile) {
     const HookedProvider raced(provider_, [&](const std::string& operation, const StorageIRI& iri) {
         if (operation == "openReadOnlyStream") {
             provider_->doTruncateToSize(iri, 3);
@@ -167,7 +167,7 @@ TEST_F(IProviderTruncate, KeepsTheRemainderOfAFileThatAnotherThreadShrinksMeanwh
     EXPECT_EQ(contentOf(u"/f"), "012");
 }
 
-TEST_F(IProviderTruncate, DoesNotCreateAFileThatAnotherThreadRemovesMeanwhile) {
+TEST_F(IProviderTruncateTest, DoesNotCreateAFileThatAnotherThreadRemovesMeanwhile) {
     for (const unsigned long long size : {5ULL, 15ULL}) {
         if (!provider_->doFileExists(iri_)) {
             makeFile(u"/f", "0123456789");
