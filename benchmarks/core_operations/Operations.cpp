@@ -290,8 +290,8 @@ Measurement overwriteFile(const IProvider& storage) {
         }};
 }
 
-/// Writes 64 bytes at a time through one stream at the end of a file. It grows from empty to 6.4 MB. The count
-/// includes the cost of reallocation.
+/// Writes 64 bytes at a time through one stream at the end of a file. It grows from empty to 6.4 MB. The
+/// count includes the cost of reallocation.
 template <ByteStreamAppend Mode>
 Measurement append(const IProvider& storage) {
     constexpr unsigned appends = 100'000;

@@ -17,8 +17,8 @@ struct Measurement {
     std::function<void()> check; ///< throws unless `run` had the expected effect
 };
 
-/// Fills an empty storage and prepares the operation to be counted. The order of the entries is random and the same
-/// in every run, so that no operation profits from cached neighbors.
+/// Fills an empty storage and prepares the operation to be counted. The order of the entries is random and
+/// the same in every run, so that no operation profits from cached neighbors.
 using Preparation = Measurement(const provider::IProvider& storage);
 
 /// All operations by their names.

@@ -3,12 +3,12 @@
 #include <cstddef>
 #include <ctime>
 
-// Replaces the allocation functions and the clocks in the whole program, loaded libraries included.
+// Replaces the allocation functions, the clocks and sched_getcpu in the whole program, loaded libraries included.
 
 namespace storage::core_operations {
 
 /// The time that every clock of this program returns, in seconds since 1970. With a real clock the counts
-/// would depend on the date, because a reading is converted to a date in a loop over the months.
+/// would depend on the date, because converting a time to a date loops over the months.
 inline constexpr std::time_t stoppedClock = 1'750'000'000;
 
 /// Calls of operator new while `isCounting` is set. Not thread-safe.

@@ -21,8 +21,8 @@ void requireStoppedClock(const provider::IProvider& storage) {
                         "the plug-in reads another clock");
 }
 
-/// Runs the operation under Callgrind's instrumentation. Prints the number of operations, and the allocations and
-/// allocated bytes per operation.
+/// Runs the operation under Callgrind's instrumentation. Prints the number of operations, and the allocations
+/// and allocated bytes per operation.
 void run(Preparation& prepare) {
     const tests::LoadedPlugin plugin(QZSTORAGE_PLUGIN_PATH);
     const auto storage = plugin.build();

@@ -7,8 +7,9 @@ namespace storage::benchmark {
 
 namespace {
 
-/// The operations in one folder, in rounds with a new store each, because a small folder has few operations. Each
-/// step continues from the state that the previous one left. Paths and orders are prepared before the timing.
+/// The operations in one folder, in rounds with a new store each, because a small folder has few operations.
+/// Each step continues from the state that the previous one left. Paths and orders are prepared before the
+/// timing.
 ///
 /// Some operations of some stores are linear in the size of the store. A time budget limits their number.
 class FolderRun {

@@ -7,8 +7,8 @@ namespace storage::benchmark {
 
 namespace {
 
-/// Calls operation(path) for all files, in random order, and adds the distribution of the latencies, each taken with
-/// one reading of the clock.
+/// Calls operation(path) for all files, in random order, and adds the distribution of the latencies. The
+/// clock is read once per call.
 template <typename Operation>
 void addLatencies(Rows& rows, const std::string& row, const std::string& variant,
                   const std::vector<std::uint32_t>& files, PathIndex firstFile, Operation operation) {

@@ -11,8 +11,8 @@
 
 namespace storage::benchmark {
 
-/// Reads of 4 KiB at random offsets of a file of numbered blocks. Owns the open file. Aligned to avoid false sharing
-/// with the reads of another thread.
+/// Reads of 4 KiB at random offsets of a file of numbered blocks. Owns the open file. Aligned to avoid false
+/// sharing with the reads of another thread.
 class alignas(64) RandomReads {
 public:
     /// @param fileSize  at least 4 KiB

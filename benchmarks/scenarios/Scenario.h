@@ -74,8 +74,8 @@ Scenario longPathsScenario(std::uint32_t folders);
 Scenario smallFilesScenario(const std::string& variant, std::size_t fileSize, std::uint32_t files,
                             std::uint32_t operations);
 
-/// Small sequential writes through one stream: at its position, which is the end, and in append mode. Stores with
-/// one kind of writer use it for both.
+/// Small sequential writes through one stream: at its position, which is the end, and in append mode. Stores
+/// with one kind of writer use it for both.
 Scenario appendScenario(std::uint32_t writes);
 
 /// Writes, overwrites and reads files of one size in blocks of 64 KiB, `allSizes` bytes in total. A single

@@ -25,7 +25,7 @@ class TmpfsStore final : public Store {
 public:
     explicit TmpfsStore(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
-    /// Empties the folder. The user of the folder removes what remains after an error.
+    /// Empties the folder. After an error, the caller removes the remaining entries.
     ~TmpfsStore() override {
         std::error_code ignored;
         for (const auto& entry : std::filesystem::directory_iterator(folder_, ignored)) {

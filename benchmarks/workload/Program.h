@@ -8,8 +8,8 @@
 
 namespace storage::benchmark {
 
-/// A program of Google Benchmark with its arguments. The program takes its own options; the others are those
-/// of Google Benchmark.
+/// A program of Google Benchmark with its arguments. The program removes its own options and passes the
+/// others to Google Benchmark.
 ///
 /// The scripts call the programs and describe their options. Not thread-safe.
 class Program {
@@ -39,7 +39,8 @@ void describeRun(const std::string& name, const std::string& value);
 /// Registers a scenario. run(rows) is called once; an exception is reported as the benchmark's error.
 void registerScenario(const std::string& name, const std::function<void(Rows&)>& run);
 
-/// The `main` of a program: returns the status of `runProgram`. An exception is one line on standard error.
+/// The `main` of a program: returns the status of `runProgram`. Reports an exception in one line on standard
+/// error.
 int guardedMain(int argc, char** argv, int (*runProgram)(Program&));
 
 } // namespace storage::benchmark

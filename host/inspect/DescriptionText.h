@@ -6,7 +6,7 @@
 
 namespace storage::host {
 
-/// Prints a description for people.
+/// Prints a description as text.
 void printText(std::ostream& out, const PluginDescription& plugin);
 
 } // namespace storage::host

@@ -54,7 +54,7 @@ public:
     void removeFolder(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name);
 
     /// Replaces an entry that has the new name. Does nothing if both names belong to one inode.
-    /// @param flags  RENAME_NOREPLACE, RENAME_WHITEOUT, or both
+    /// @param mode  without RENAME_EXCHANGE
     /// @throws ErrnoError ENOENT, EEXIST, EINVAL, EISDIR, ENOTDIR, ENOTEMPTY
     void rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, FolderInode& newFolder,
                 const std::u16string& newName, unsigned flags);

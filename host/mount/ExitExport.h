@@ -14,7 +14,7 @@ namespace storage::host {
 
 /// Exports the content of a mounted storage to a folder of the disk.
 ///
-/// Claims the folder during its lifetime. Borrows console and interruption. Not thread-safe.
+/// Claims the folder during its lifetime. Borrows the console. Not thread-safe.
 class ExitExport {
 public:
     /// @param target  absolute path of a folder; its parent must exist

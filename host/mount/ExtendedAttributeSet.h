@@ -8,8 +8,9 @@
 
 namespace storage::host {
 
-/// The extended attributes of one entry, xattr(7). All names together are limited to 64 KiB, and so are all
-/// values. Names begin with "user.", "trusted." or "security.". A value.
+/// The extended attributes of one entry, xattr(7). All names together are limited to 64 KiB, the limit of
+/// listxattr(2). The kernel limits each value to 64 KiB. Names begin with "user.", "trusted." or "security.".
+/// A value.
 class ExtendedAttributeSet {
 public:
     enum class Names { All, OfOrdinaryUsers };
@@ -21,8 +22,8 @@ public:
     static void requireName(std::string_view name);
 
     /// @param flags  of setxattr(2)
-    /// @throws ErrnoError EEXIST and ENODATA by the flags, ENOSPC if the limit would be exceeded; nothing is
-    ///     changed then
+    /// @throws ErrnoError EEXIST and ENODATA by the flags, ENOSPC if the names would exceed the limit;
+    ///     nothing is changed then
     void set(std::string_view name, std::string_view value, int flags);
 
     /// @throws ErrnoError ENODATA

@@ -42,8 +42,8 @@ public:
     HoleSeeker& operator=(const HoleSeeker&) = delete;
 
     /// Queues the request. The thread replies to it.
-    /// @throws ErrnoError ENOTCONN after `stop`; std::system_error, std::bad_alloc when there is no memory or no
-    ///         thread. The caller then replies.
+    /// @throws ErrnoError ENOTCONN after `stop`; std::system_error when no thread can be started;
+    ///         std::bad_alloc. The caller then replies.
     void add(const Seek& seek);
 
     /// Waits until the current seek has been answered. Refuses all others.

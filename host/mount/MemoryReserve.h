@@ -6,8 +6,8 @@
 
 namespace storage::host {
 
-/// Memory that is reserved for the time when allocations fail, so that programs can still list a mount and
-/// remove files.
+/// Memory that is reserved in advance and released when allocations fail, so that programs can still list a
+/// mount and remove files.
 ///
 /// Owns mappings of address space, which use no physical memory. `isNeeded` is thread-safe; the other
 /// functions are externally synchronized.
@@ -25,7 +25,7 @@ public:
 
     void giveUp() noexcept;
 
-    /// Reserves again as many of the pieces as possible.
+    /// Reserves as many of the released pieces as possible.
     void restore() noexcept;
 
 private:

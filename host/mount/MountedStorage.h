@@ -109,7 +109,6 @@ public:
 
     /// Atomic with respect to all other operations: the entry has either the old name or the new one, and the
     /// new name exists throughout if an entry is replaced. Does nothing if both names belong to one inode.
-    /// @param flags  RENAME_NOREPLACE, RENAME_WHITEOUT, or both; or RENAME_EXCHANGE
     void rename(FolderInode& folder, std::string_view name, FolderInode& newFolder, std::string_view newName,
                 unsigned flags);
 

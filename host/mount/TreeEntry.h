@@ -19,7 +19,7 @@ public:
     TreeEntry& operator=(const TreeEntry&) = delete;
     virtual ~TreeEntry() = default;
 
-    /// Whether the name is a further one of an inode, and not its own.
+    /// Whether the name is an additional hard link of an inode.
     virtual bool isAlias() const noexcept = 0;
 
     /// The inode that has the name.

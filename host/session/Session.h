@@ -17,8 +17,7 @@
 
 namespace storage::host {
 
-/// The state that the commands of a session share: the storages, the current folder, the console, and the
-/// interruption by signals.
+/// The state that the commands of a session share: the storages, the current folder and the console.
 ///
 /// A session has one storage without a name, or one or more with names. An operand selects a named storage
 /// with a prefix: NAME:/path. The name is the text before the first colon, unless it contains a slash. Thus
@@ -29,8 +28,8 @@ namespace storage::host {
 /// A path identifies its storage, so commands look up the provider and the records of a path. The names of
 /// storages are displayed only in a session with several: in paths, messages and the prompt.
 ///
-/// Owns the storages; borrows providers, console and interruption. Invariant: there is at least one storage.
-/// The current folder may have been removed. Not thread-safe.
+/// Owns the storages; borrows providers and console. Invariant: there is at least one storage. The current
+/// folder may have been removed. Not thread-safe.
 class Session {
 public:
     using IProvider = provider::IProvider;

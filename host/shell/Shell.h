@@ -24,7 +24,7 @@ enum class FailureHandling {
 
 /// Runs command lines in a session.
 ///
-/// Borrows the table of commands, session and interruption. Not thread-safe.
+/// Borrows the table of commands and the session. Not thread-safe.
 class Shell {
 public:
     /// @param commands  the commands that lines can use

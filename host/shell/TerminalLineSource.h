@@ -18,8 +18,8 @@ namespace storage::host {
 
 /// Lines typed at the terminal, with line editing, completion by Tab, and an optional history file.
 ///
-/// Owns the editor of the process's terminal. Borrows the table of commands, session (for the prompt and
-/// completion) and interruption. At most one object may exist at a time. Use it in the main thread only.
+/// Owns the editor of the process's terminal. Borrows the table of commands and the session (for the
+/// prompt and completion). At most one object may exist at a time. Use it in the main thread only.
 class TerminalLineSource final : public LineSource {
 public:
     /// @param commands  the commands that lines can use

@@ -28,7 +28,7 @@ namespace storage::host {
 /// Counts the extended attributes that the format does not support. `addSpecial` rejects kinds of entries
 /// that it does not support. Without a call of `finish`, the archive has no end marker.
 ///
-/// Owns the archive. Borrows the source, the interruption and the progress meter. Not thread-safe.
+/// Owns the archive. Borrows the source and the progress meter. Not thread-safe.
 class ArchiveExportTarget final : public ExportTarget {
 public:
     using Write = std::function<void(std::span<const char> bytes)>;

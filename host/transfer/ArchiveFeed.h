@@ -31,7 +31,7 @@ namespace storage::host {
 /// are rejected, so that nothing is created outside the top. Owners, set-user-ID and set-group-ID bits are
 /// used only if the process runs as root.
 ///
-/// Owns the archive. Borrows selection, console and interruption. Not thread-safe.
+/// Owns the archive. Borrows selection and console. Not thread-safe.
 class ArchiveFeed final : public ImportFeed {
 public:
     /// @param file  read from its current position; need not be seekable

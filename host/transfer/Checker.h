@@ -33,6 +33,7 @@ namespace storage::host {
 /// | bytes of files      | yes                                  | yes                                       |
 /// | link targets        | yes                                  | yes                                       |
 /// | device numbers      | yes                                  | yes                                       |
+/// | holes               | whether a file that had some has any | the same                                  |
 /// | hard links          | yes                                  | yes                                       |
 /// | extended attributes | yes                                  | yes, except of the storage root           |
 /// | owners              | if run by root                       | if known and not the default              |
@@ -51,7 +52,7 @@ namespace storage::host {
 /// Folders below a source are opened one from the other, so a symbolic link that replaces a folder is not
 /// followed. A folder stays open until all its entries have been compared.
 ///
-/// Borrows the source, the console, the interruption and the log. Not thread-safe.
+/// Borrows the source, the console and the log. Not thread-safe.
 class Checker {
 public:
     /// Adds attributes of an entry that the source does not know.

@@ -207,7 +207,8 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
     const ExportSource::Entry entry = source_.entryAt(source, EntryKind::File);
     const std::uint64_t group = entry.attributes.linkGroup;
     const bool mayBeNameless = canAddNameless_ && !open_.empty() && group == 0;
-    // Only another program can have added the entry to a new folder. A nameless file detects it when it is named.
+    // Only another program can have added the entry to a new folder. A nameless file detects it when it is
+    // named.
     const bool isNewFolder = !open_.empty() && open_.back().isNew;
     const auto findReplaced = [&] { return replacedEntry(folder.descriptor(), name, S_IFREG); };
     auto replaced = mayBeNameless && isNewFolder ? std::nullopt : findReplaced();
@@ -233,9 +234,9 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
     return bytes;
 }
 
-/// Adds a file where none is. Takes fewer system calls than a temporary name and a rename.
-/// @return the number of its bytes; nothing if there is an entry, or files without a name cannot be created or
-///     named
+/// Adds a file where no entry exists. Takes fewer system calls than a temporary name and a rename.
+/// @return the number of its bytes; nothing if an entry exists, or if files without a name cannot be created
+///     or named
 std::optional<std::uint64_t> DiskExportTarget::addNewFile(const StoragePath& source,
                                                           const ExportSource::Entry& entry,
                                                           WritableFolder& folder, const std::string& name) {

@@ -21,8 +21,9 @@ namespace storage::host {
 
 /// Exports one entry to disk.
 ///
-/// Incomplete files and folders are accessible to their owner only. A replaced file keeps its owner, if the
-/// user may change owners, and its permissions except the write bits, unless the source has the authority. A
+/// Incomplete files and folders are accessible to their owner only. If the source is the authority on
+/// attributes, a file that replaces another one gets the attributes of the source. Otherwise it keeps the
+/// permissions of the replaced file, except the write bits, and its owner, if the user may change owners. A
 /// new folder gets its permissions when nothing more is added to it, also after a failure or an interruption.
 /// An entry gets set-user-ID or set-group-ID only if it belongs to the user or group that the source names.
 ///
@@ -30,8 +31,8 @@ namespace storage::host {
 /// tree. Several programs may export into one folder. Temporary entries of killed programs are removed. The
 /// final name of a file never refers to incomplete content.
 ///
-/// Owns a descriptor of every folder that is being filled. Borrows the source, the interruption, the progress
-/// meter and the buffer. Not thread-safe.
+/// Owns a descriptor of every folder that is being filled. Borrows the source, the progress meter and the
+/// buffer. Not thread-safe.
 class DiskExportTarget final : public ExportTarget {
 public:
     /// @param buffer          for copying

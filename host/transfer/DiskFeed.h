@@ -17,8 +17,8 @@ namespace storage::host {
 /// Reads a tree on disk. Every entry below the top is opened relative to its folder, so that no symbolic link
 /// leads out of the tree.
 ///
-/// Owns a descriptor of every folder between the top and the current entry. Borrows selection, console and
-/// interruption. Not thread-safe.
+/// Owns a descriptor of every folder between the top and the current entry. Borrows selection and console.
+/// Not thread-safe.
 class DiskFeed final : public ImportFeed {
 public:
     /// Which file systems are imported. The mount points of others are imported as empty folders.

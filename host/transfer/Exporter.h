@@ -22,7 +22,7 @@ namespace storage::host {
 /// Continues after a failure, which the console counts. Memory use grows with the depth of the tree, stack
 /// use does not. Files of any size pass through one buffer.
 ///
-/// Borrows source, console and interruption. Not thread-safe.
+/// Borrows source and console. Not thread-safe.
 class Exporter {
 public:
     Exporter(ExportSource& source, Console& console, const Interruption& interruption,

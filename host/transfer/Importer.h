@@ -27,7 +27,7 @@ namespace storage::host {
 /// be replaced stays unchanged until the new one is complete. Memory use grows with the depth of the tree,
 /// stack use does not. Files of any size pass through one buffer.
 ///
-/// Borrows the target, the console, the interruption and the log. Not thread-safe.
+/// Borrows the target, the console and the log. Not thread-safe.
 class Importer {
 public:
     using FileSystems = DiskFeed::FileSystems;

@@ -14,8 +14,8 @@ namespace storage::host {
 
 /// Parses the options of `validate`.
 ///
-/// Borrows the application. The application refers to this object while it parses, so both must exist until
-/// then. Not thread-safe.
+/// Borrows the application, which refers to this object: both must exist until the command line is parsed.
+/// Not thread-safe.
 class ValidateSyntax {
 public:
     explicit ValidateSyntax(CLI::App& app);

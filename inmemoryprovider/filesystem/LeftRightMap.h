@@ -26,6 +26,10 @@ namespace storage::inmemoryprovider {
 /// All atomics are sequentially consistent. A reader increments a counter and then loads `published_`; the
 /// writer stores `published_` and then loads the counters. Each side's store must be ordered before its own
 /// load.
+/// The counters are striped by processor: readers on different processors write different cache lines, so
+/// they do not slow each other down. The writer waits for each stripe in turn. A reader that is migrated to
+/// another processor decrements the counter that it has incremented.
+///
 ///
 /// Invariant: between changes both copies are equal.
 ///
@@ -160,9 +164,9 @@ private:
         change(old);
     }
 
-    /// A reader that was counted before the publication may be in either counter, because it may have loaded
-    /// `turn_` long before it incremented a counter. So both counters must be zero once after the
-    /// publication. While the writer waits for one counter, new readers use the other.
+    /// A reader that was counted before the publication may be in either counter of its stripe, because it may
+    /// have loaded `turn_` long before it incremented a counter. So each counter must be zero once after the
+    /// publication. While the writer waits for one counter of a stripe, new readers use the other.
     void waitForReadersOfOldCopy() noexcept {
         const std::size_t old = turn_.load();
         waitUntilZero(readers_[1 - old]);
@@ -188,8 +192,8 @@ private:
     std::array<Map, 2> copies_;
     /// The copy that new readers use; stored by the writer after its change and before it loads the counters.
     std::atomic<std::size_t> published_{0};
-    /// The counter that new readers use. A reader may use an outdated value, so the writer waits for both
-    /// counters.
+    /// The counter of each stripe that new readers use. A reader may use an outdated value, so the writer
+    /// waits for both counters.
     std::atomic<std::size_t> turn_{0};
     std::array<ReaderCount, 2> readers_;
 };

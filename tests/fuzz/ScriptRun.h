@@ -15,7 +15,7 @@
 /// Runs the lines of a script in a session over small in-memory storage. Fails on wrong behavior that the
 /// user can see: an unreported failure, a malformed message, output that is not text, an inconsistent tree.
 ///
-/// Skips commands that read or write the disk. Borrows the interruption.
+/// Skips commands that read or write the disk.
 class ScriptRun {
 public:
     /// @param outKind  kind of the output stream

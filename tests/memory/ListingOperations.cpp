@@ -21,8 +21,8 @@ Listing listRecursively(IProvider& provider, const TreeShape& shape) {
     return provider.doListAllRecursive(*shape.folder);
 }
 
-/// An operation with a single call: `call` with a listing of `folder` after its first step. Whether it
-/// succeeds or fails, the position of the listing is unchanged until the next step.
+/// An operation that passes a listing of `folder`, after its first step, to `call`. A failed call leaves the
+/// position of the listing unchanged.
 template <class Call>
 Operation onListing(std::string name, const Opening& open, Call call) {
     const auto prepare = [=](IProvider& provider, const TreeShape& shape) {

@@ -5,7 +5,7 @@
 namespace storage::tests {
 
 /// Makes its thread often yield just after it unlocks a mutex, also between the steps of an operation.
-/// Without it, threads rarely interleave there, least of all on a busy machine.
+/// Without it, threads rarely interleave at these points, in particular on a busy machine.
 ///
 /// Each thread uses its own object.
 class ThreadShaker {

@@ -228,6 +228,7 @@ void copiesAgreeWithModel(CheckContext& context) {
     const IProvider& provider = context.provider();
     for (const std::size_t size :
          std::initializer_list<std::size_t>{0, 1, 4095, 65'535, 65'536, 65'537, 131'072, 200'001}) {
+/// A storage may limit the length of paths, but not to fewer than a hundred levels with short names.
         std::string bytes(size, '\0');
         std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(context.random()()); });
         writeText(*openStream(provider, context.at(u"f"), {.content = ByteStreamContent::Empty}), bytes);

@@ -235,6 +235,8 @@ void resolvedPathUsed(CheckContext& context) {
 }
 
 void locationNamedAsGiven(CheckContext& context) {
+/// Calls every operation with locations that are missing, and some with locations that exist, each given by
+/// another path than the one that it resolves to.
     const IProvider& provider = context.provider();
     const StorageIRI missing = alias(context.at(u"missing"));
     for (const EntryKind* kind : {&fileKind, &folderKind}) {

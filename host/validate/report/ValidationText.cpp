@@ -15,7 +15,7 @@ namespace {
 
 using State = ValidationRecord::CheckRun::State;
 
-/// Puts a mark before each line of a text.
+/// Adds a prefix to each line of a text.
 std::string marked(const std::string& lines, const std::string& mark) {
     std::string text;
     for (std::size_t begin = 0; begin < lines.size();) {

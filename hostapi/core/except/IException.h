@@ -29,17 +29,17 @@ public:
     ~IException() noexcept override;
 
     /// The message, for people.
-    /// @return it in UTF-8; an unpaired surrogate in it becomes U+FFFD
+    /// @return the message in UTF-8; an unpaired surrogate becomes U+FFFD
     virtual std::string what() const;
 
     /// Converts a message, for people.
     /// @param text  in UTF-16
-    /// @return it in UTF-8; each unpaired surrogate becomes U+FFFD
+    /// @return the text in UTF-8; each unpaired surrogate becomes U+FFFD
     virtual std::string convert_str(const std::u16string& text) const;
 
     /// Converts a message, for people.
     /// @param text  in UTF-8
-    /// @return it in UTF-16; each ill-formed sequence becomes U+FFFD
+    /// @return the text in UTF-16; each ill-formed sequence becomes U+FFFD
     virtual std::u16string convert_str(const std::string& text) const;
 
     /// The message.

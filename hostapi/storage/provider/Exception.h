@@ -31,7 +31,7 @@ public:
     ErrorCode getErrorCode() const noexcept;
 
     /// The location concerned.
-    /// @return it, valid as long as this object or a copy exists
+    /// @return a reference, valid as long as this object or a copy exists
     const StorageIRI& getIRI() const noexcept;
 
     /// The path and the reason in plain words. One code has several causes; the text says only what is

@@ -21,7 +21,7 @@ public:
     FolderEntry(std::u16string name, EntryType type);
 
     /// The entry's name, or its path in a recursive listing.
-    /// @return it, valid as long as this object
+    /// @return a reference, valid as long as this object
     const std::u16string& getName() const noexcept { return name_; }
 
     /// Whether the entry is a file or a folder.

@@ -35,12 +35,12 @@ public:
         /// The end of every range.
         Iterator() = default;
 
-        /// The entry.
-        /// @return it, valid until the next step
+        /// The current entry.
+        /// @return a reference that is valid until the next step
         reference operator*() const { return *range_->entry_; }
 
-        /// The entry.
-        /// @return it, valid until the next step
+        /// The current entry.
+        /// @return a pointer that is valid until the next step
         pointer operator->() const { return &*range_->entry_; }
 
         /// Moves to the next entry.

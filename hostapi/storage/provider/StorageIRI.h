@@ -23,11 +23,11 @@ public:
     StorageIRI(std::u16string resolvedPath, std::u16string path, bool hasParent);
 
     /// The path after the host has resolved aliases and mount points; providers use this one.
-    /// @return it, valid as long as this object
+    /// @return a reference, valid as long as this object
     const std::u16string& getResolvedPath() const noexcept { return resolvedPath_; }
 
     /// The path as it was given.
-    /// @return it, valid as long as this object
+    /// @return a reference, valid as long as this object
     const std::u16string& getPath() const noexcept { return path_; }
 
     /// Whether the location has a parent folder.

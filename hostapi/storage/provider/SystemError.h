@@ -27,7 +27,7 @@ public:
     ~SystemError() override;
 
     /// The location concerned.
-    /// @return it, valid as long as this object or a copy exists
+    /// @return a reference, valid as long as this object or a copy exists
     const StorageIRI& getIRI() const noexcept;
 
 private:

@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <string>
 
-/// Fake versions of the kernel's files about memory: a machine of 16 GiB with 12 GiB available. Each control
-/// group has one process.
+/// Fakes the memory files of /proc and of control groups: a machine of 16 GiB with 12 GiB available. Each
+/// control group has one process.
 class FakeMemory {
 public:
     FakeMemory();

@@ -12,7 +12,7 @@ namespace {
 using provider::StorageIRI;
 using testing::IsEmpty;
 
-/// The information that programs get about entries, and how many calls of the storage this requires.
+/// Attributes of entries, and the number of storage calls that a lookup requires.
 class MountedLookupTest : public MountedStorageTest {
 protected:
     /// Returns how many calls the storage gets during the operation.

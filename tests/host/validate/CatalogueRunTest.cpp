@@ -25,8 +25,8 @@ const testing::Matcher<Result> kept = Result::Pass;
 const testing::Matcher<Result> caught = AnyOf(Result::Fail, Result::Crash);
 #endif
 
-/// Checks the rules of a group, given by its number: with the sound plug-in, and with each provider that breaks
-/// one of them.
+/// Checks the rules of a group, given by its number: with the correct plug-in, and with each provider that
+/// breaks one of them.
 class CatalogueRunTest : public testing::TestWithParam<int> {
 protected:
     ~CatalogueRunTest() override { ::unsetenv("BROKEN_PLUGIN"); }

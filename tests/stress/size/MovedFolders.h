@@ -8,8 +8,8 @@
 
 namespace storage::stress {
 
-/// Moves very many folders with one call: many branches of some depth, with a file at the end of each. Paths
-/// are relative to the top.
+/// Moves many folders with one call: branches of nested folders, with a file at the end of each. Paths are
+/// relative to the top.
 ///
 /// Owns the provider. Not thread-safe.
 class MovedFolders {

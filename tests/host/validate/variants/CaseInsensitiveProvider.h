@@ -5,8 +5,7 @@
 #include <map>
 #include <mutex>
 
-/// Treats names that differ only in the case of ASCII letters as one name. Listings return the name with
-/// which an entry was created.
+/// Treats names that `fold` maps to one as one name. Listings return the name with which an entry was created.
 ///
 /// Owns these names. `mutex_` guards them and is held during every change of the storage. Listings and
 /// streams may outlive it.
