@@ -10,6 +10,9 @@ memory order, or omits a fence or a wait. It is noticed (killed) if a test fails
 not count if the compiler rejects it. Mutations that survive the ordinary tests are tested again under
 ThreadSanitizer, because only it detects a missing lock.
 
+Most mutations are compiled into one program, which an environment variable tells what to change (schemata.py).
+The others are compiled one by one.
+
 accepted.txt next to this file lists the mutations without an effect that a user or caller could see, each
 with the reason. Exits with 1 if any other mutation survives.
 """
@@ -30,8 +33,11 @@ import signal
 import subprocess
 import sys
 import tempfile
+import threading
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+import schemata
+from mutations import ROOT, all_mutations
+
 ACCEPTED = pathlib.Path(__file__).with_name("accepted.txt")
 CONFIGURE = ["-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14", "-DCMAKE_BUILD_TYPE=None"]
 if shutil.which("ld.lld"):  # links the tests in a third of the time
@@ -39,7 +45,7 @@ if shutil.which("ld.lld"):  # links the tests in a third of the time
 # The build folders with their settings. A mutation of a header is compiled in few large pieces.
 BUILDS = {
     "plain": ["-DCMAKE_CXX_FLAGS=-O0"],
-    "headers": ["-DCMAKE_CXX_FLAGS=-O0", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0"],
+    "headers": ["-DCMAKE_CXX_FLAGS=-O0 -ferror-limit=0", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0"],
     "threads": ["-DCMAKE_CXX_FLAGS=-O1 -g1", "-DQZSTORAGE_SANITIZE=thread"],
 }
 SLOW = "*Rac*:*Concurrency*:*Deep*:*LeftRight*"
@@ -50,200 +56,72 @@ SLOW_TESTS = [["linearizability_tests"], ["memory_exhaustion_tests"]]
 THREAD_TESTS = [["inmemoryprovider_tests", "--gtest_filter=" + SLOW],
                 ["linearizability_tests"],
                 ["thread_stress", "--operations", "200000"]]
+LIBRARY = [["qzstorageinmemoryprovider_core"]] # fails first if a mutation does not compile
 # Stages, run until a test fails: a build folder, and the tests to build and run there. Tests that detect the
 # most mutations in the least time come first. For headers, tests that include few of the headers come first.
 SOURCE_STAGES = [("plain", UNIT_TESTS), ("plain", MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 HEADER_STAGES = [("headers", MODEL_TESTS), ("headers", UNIT_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
+ALL_AT_ONCE_STAGES = [("headers", UNIT_TESTS + MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
+SECONDS_ASLEEP = 20  # after which a test hangs
+RESULTS = {"refused": "refused", "failed": "noticed", "hung": "noticed by a hang"}
 
-ENUMERATIONS = {
-    "ErrorCode": ["FolderNotEmpty", "ReadOnly", "AlreadyExists", "NotFound"],
-    "ReplacementPolicy": ["RefuseExisting", "ReplaceExisting", "RefuseExistingFile"],
-    "ByteStreamAppend": ["AppendAtEnd", "WriteAtPosition"],
-    "EntryType": ["File", "Folder"],
-    "ios_base": ["beg", "cur", "end"],
-}
-EXCEPTIONS = ["EntryExistsException", "EntryNotFoundException", "FolderNotEmptyException", "ReadOnlyException"]
-# Matches a statement that waits for other threads or wakes them.
-WAIT = r"\b(wait|settle|wake|notify_)\w*\("
-SWAPPED = {
-    "==": "!=", "!=": "==", "<=": "<", ">=": ">", "<": "<=", ">": ">=", "&&": "||", "||": "&&", "+": "-", "-": "+",
-    "+=": "-=", "-=": "+=", "*": "/",
-}
+class Result:
+    """How a command ended: "passed", "failed", or "hung" if it exceeded one of its limits."""
+
+    def __init__(self, ending, output=""):
+        self.ending = ending
+        self.output = output
+
+    def failed_tests(self):
+        return re.findall(r"^\[  FAILED  \] (\S+?),? .*\(\d+ ms\)$", self.output, re.M)
 
 
-class Mutation:
-    """One change: `text` replaces [begin, end) in `path`."""
-
-    def __init__(self, path, source, begin, end, text, kind):
-        self.path = path
-        self.is_in_header = path.endswith(".h")
-        self.begin = begin
-        self.end = end
-        self.text = text
-        line = source.count("\n", 0, begin) + 1
-        shown = " ".join(source[begin:end].split())
-        became = " ".join(text.split()) or "nothing"
-        whole_line = source[source.rfind("\n", 0, begin) + 1:source.find("\n", end)].split("\n")[0].strip()
-        self.key = f"{path}: {kind}: {shown} -> {became}: in {whole_line}"
-        self.id = self.key  # with a number if the key exists more than once
-        self.name = f"{path}:{line}: {kind}: {shown} -> {became}"
+def processor_time(session):
+    """Returns the processor time, in ticks, of the processes of a session."""
+    total = 0
+    for stat in pathlib.Path("/proc").glob("[0-9]*/stat"):
+        try:
+            fields = stat.read_text().rpartition(")")[2].split()
+        except OSError:
+            continue # it has ended
+        if int(fields[3]) == session:
+            total += int(fields[11]) + int(fields[12])
+    return total
 
 
-def without_comments(source):
-    """Returns the source with comments, strings, includes and attributes blanked out; all positions are
-    unchanged."""
-
-    def blank(match):
-        return re.sub(r"[^\n]", " ", match.group(0))
-
-    pattern = r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|^\s*#[^\n]*|\[\[\w+\]\]|\btemplate <[^\n]*>'
-    return re.sub(pattern, blank, source, flags=re.S | re.M)
-
-
-def closing(code, opening):
-    """Returns the position after the bracket that closes the one at `opening`."""
-    depth = 0
-    for position in range(opening, len(code)):
-        if code[position] in "([{":
-            depth += 1
-        elif code[position] in ")]}":
-            depth -= 1
-            if depth == 0:
-                return position + 1
-    return len(code)
-
-
-def statements(code):
-    """Returns [begin, end) of each simple statement in a function, and of each `if` with a block of one
-    throw."""
-    found = []
-    for match in re.finditer(r"(?<=[;{}])\s*(?=[^\s;{}#])", code):
-        begin = match.end()
-        if re.match(r"if \(", code[begin:]):
-            end = closing(code, begin + 3)
-            block = re.match(r"\s*\{\s*throw [^;{}]*;\s*\}", code[end:])
-            if block:
-                found.append((begin, end + block.end(), "check"))
-            continue
-        depth = 0
-        position = begin
-        while position < len(code) and (depth > 0 or code[position] not in ";{}"):
-            depth += (code[position] in "([") - (code[position] in ")]")
-            position += 1
-        text = code[begin:position]
-        if position < len(code) and code[position] == ";" and code[:begin].count("{") - code[:begin].count("}") > 1:
-            if re.match(r"const std::(lock_guard|scoped_lock)", text):
-                found.append((begin, position + 1, "lock"))
-            elif re.match(r"std::atomic_thread_fence\(", text):
-                found.append((begin, position + 1, "fence"))
-            elif re.match(r"(return|throw|const|auto|using|static|constexpr|case|default|break|continue|std::size_t \w+ =|"
-                          r"friend|public|private|explicit|virtual|mutable|struct|enum)\b", text):
-                continue
-            elif re.search(r"= (delete|default)$|\boverride$", text):
-                continue
-            elif re.match(r"[\w:<>,& ]+ \w+(\(|;|$| = )", text) and not re.match(r"[\w.>\-]+\(", text):
-                continue  # a declaration
-            else:
-                found.append((begin, position + 1, "wait" if re.search(WAIT, text) else "statement"))
-    return found
-
-
-def mutations_of(path):
-    source = (ROOT / path).read_text()
-    code = without_comments(source)
-    result = []
-
-    def add(begin, end, text, kind):
-        result.append(Mutation(path, source, begin, end, text, kind))
-
-    for match in re.finditer(r"\b(if|while) \(", code):
-        end = closing(code, match.end() - 1)
-        condition = source[match.end():end - 1]
-        if re.match(r"const auto|auto", condition):
-            continue
-        forms = ["!({})", "false && ({})"] + (["true || ({})"] if match.group(1) == "if" else [])
-        for form in forms:
-            add(match.end(), end - 1, form.format(condition), "condition")
-
-    simple = statements(code)
-    for begin, end, kind in simple:
-        if kind != "check":
-            add(begin, end, "", "left out" if kind == "statement" else f"{kind} left out")
-    for (begin, end, kind), (next_begin, next_end, next_kind) in zip(simple, simple[1:]):
-        if code[end:next_begin].strip() == "" and "lock" not in (kind, next_kind):
-            exchanged = source[next_begin:next_end] + source[end:next_begin] + source[begin:end]
-            add(begin, next_end, exchanged, "exchanged")
-
-    for match in re.finditer(r" (==|!=|<=|>=|<|>|&&|\|\||\+=|-=|\+|-|\*) (?=[\w(!-])", code):
-        add(match.start(1), match.end(1), SWAPPED[match.group(1)], "operator")
-    for match in re.finditer(r"(?<![\w.:'\"])(\d+)(?![\w.'])", code):
-        if code[:match.start()].count("{") > 0 and not re.search(r"(alignas|array<[^>]*)$", code[:match.start()]):
-            add(match.start(), match.end(), str(int(match.group(1)) + 1), "constant")
-    for match in re.finditer(r"\b(true|false)\b", code):
-        add(match.start(), match.end(), "false" if match.group(1) == "true" else "true", "constant")
-    for match in re.finditer(r"u'/'", source):
-        add(match.start(), match.end(), "u'|'", "constant")
-    for match in re.finditer(r"\bu?\"[^\"\n]+\"", source):
-        line = source[source.rfind("\n", 0, match.start()) + 1:match.start()]
-        if "#include" not in line and "//" not in line:
-            add(match.start(), match.end(), match.group(0)[:-1] + "~\"", "constant")
-    for match in re.finditer(r"\b(\w+)::(\w+)\b", code):
-        for other in ENUMERATIONS.get(match.group(1), []):
-            if match.group(2) in ENUMERATIONS[match.group(1)] and other != match.group(2):
-                add(match.start(2), match.end(2), other, "enumerator")
-    for match in re.finditer(r"\bthrow (\w+Exception)\(", code):
-        for other in EXCEPTIONS:
-            if other != match.group(1):
-                add(match.start(1), match.end(1), f"storage::inmemoryprovider::{other}", "exception")
-    for match in re.finditer(r"\breturn ([^;{}]+);", code):
-        if match.group(1) not in ("false", "nullptr"):
-            add(match.start(1), match.end(1), "{}", "result")
-    for match in re.finditer(r"(?<=[\w)>])(\.|->)(load|store|exchange|fetch_\w+)\(", code):
-        end = closing(code, match.end() - 1)
-        named = re.search(r"std::memory_order_(\w+)$", code[match.end():end - 1])
-        if not named:
-            comma = ", " if code[match.end():end - 1].strip() else ""
-            add(end - 1, end - 1, comma + "std::memory_order_relaxed", "order of memory")
-        elif named[1] != "relaxed":
-            begin = match.end() + named.start(1)
-            add(begin, begin + len(named[1]), "relaxed", "order of memory")
-    return result
-
-
-def all_mutations():
-    names = subprocess.run(["git", "ls-files", "inmemoryprovider/*.cpp", "inmemoryprovider/*.h"], cwd=ROOT, check=True,
-                           capture_output=True, text=True).stdout.split()
-    mutations = [mutation for name in names for mutation in mutations_of(name)]
-    counts = collections.Counter()
-    for mutation in mutations:
-        counts[mutation.key] += 1
-        if counts[mutation.key] > 1:
-            mutation.id += f" ({counts[mutation.key]})"
-    return mutations
-
-
-def run(command, folder, processor_seconds, seconds):
-    """Returns "passed", "failed", or "hung" if the command exceeds one of the two limits."""
+def run(command, folder, processor_seconds, number=None):
+    """A command hangs if it exceeds its processor time, or if all its threads sleep for long."""
 
     def limit():
         resource.setrlimit(resource.RLIMIT_CPU, (processor_seconds, processor_seconds + 5))
 
-    try:
-        result = subprocess.run(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                timeout=seconds, preexec_fn=limit).returncode
-    except subprocess.TimeoutExpired:
-        return "hung"
-    if result in (-signal.SIGXCPU, -signal.SIGKILL):
-        return "hung"
-    return "failed" if result else "passed"
+    environment = dict(os.environ)
+    if number is not None:
+        environment[schemata.VARIABLE] = str(number)
+    with subprocess.Popen(command, cwd=folder, env=environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                          text=True, errors="replace", preexec_fn=limit, start_new_session=True) as process:
+        used = 0
+        while True:
+            try:
+                output = process.communicate(timeout=SECONDS_ASLEEP)[0]
+                break
+            except subprocess.TimeoutExpired:
+                before, used = used, processor_time(process.pid)
+                if used == before:
+                    os.killpg(process.pid, signal.SIGKILL)
+                    return Result("hung")
+    if process.returncode in (-signal.SIGXCPU, -signal.SIGKILL):
+        return Result("hung")
+    return Result("failed" if process.returncode else "passed", output)
 
 
 class Copy:
-    """A copy of the tree with its own build folders, for one worker."""
+    """A copy of the tree with its own build folders."""
+
+    seconds = {}  # processor time of each test of the unchanged code
 
     def __init__(self, folder):
         self.folder = folder
-        self.seconds = {}  # processor time of each test of the unchanged code
         files = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT, check=True,
                                capture_output=True, text=True).stdout.split("\0")
         for name in filter(lambda each: (ROOT / each).is_file(), files):
@@ -258,35 +136,44 @@ class Copy:
             shutil.copyfile(ROOT / name, copy)
             shutil.copymode(ROOT / name, copy)
 
-    def run_stage(self, build_name, tests, is_first=False):
-        """Builds the tests and runs them until one fails. Returns "refused" if they do not build, else the last
-        test's result."""
+    def build(self, build_name, tests, *arguments):
         build = self.folder / "build" / build_name
         if not (build / "build.ninja").exists():
             subprocess.run(["cmake", "-S", str(self.folder), "-B", str(build), *CONFIGURE, *BUILDS[build_name]],
                            check=True, stdout=subprocess.DEVNULL)
         targets = {test[0]: None for test in tests}
-        compiled = run(["cmake", "--build", str(build), "--parallel", "1", "--target", *targets], self.folder, 3600, 3600)
-        if compiled != "passed":
+        return run(["ninja", "-C", str(build), *arguments, *targets], self.folder, 3600)
+
+    def run_test(self, build_name, test, number=None):
+        build = self.folder / "build" / build_name
+        arguments = ["--gtest_fail_fast", "--gtest_brief"] if test[0].endswith("_tests") else []
+        limit = 10 + 4 * Copy.seconds.get((build_name, *test), 15)
+        command = [str(build / "bin" / test[0]), *test[1:], *arguments]
+        return run(command, build, math.ceil(limit), number)
+
+    def expect_sound(self, stages):
+        """Builds and runs all tests of the unchanged code, and measures the processor time they take."""
+        for build_name, tests in stages:
+            result = self.build(build_name, tests)
+            for test in tests if result.ending == "passed" else []:
+                before = sum(os.times()[2:4])
+                result = self.run_test(build_name, test)
+                Copy.seconds[(build_name, *test)] = sum(os.times()[2:4]) - before
+                if result.ending != "passed":
+                    break
+            if result.ending != "passed":
+                raise SystemExit(f"{result.output[-5000:]}try_mutations: the unchanged code fails in {build_name}")
+
+    def run_stage(self, build_name, tests):
+        """Builds the tests and runs them until one fails. Returns "refused" if they do not build, else the last
+        test's result."""
+        if self.build(build_name, tests, "-j1").ending != "passed":
             return "refused"
         for test in tests:
-            arguments = ["--gtest_fail_fast", "--gtest_brief"] if test[0].endswith("_tests") else []
-            name = (build_name, *test)
-            limit = 600 if is_first else 10 + 4 * self.seconds[name]
-            before = sum(os.times()[2:4])
-            result = run([str(build / "bin" / test[0]), *test[1:], *arguments], build, math.ceil(limit),
-                         60 + 5 * limit)
-            if is_first:
-                self.seconds[name] = sum(os.times()[2:4]) - before
-            if result != "passed":
-                return result
+            ending = self.run_test(build_name, test).ending
+            if ending != "passed":
+                return ending
         return "passed"
-
-    def expect_sound(self):
-        """Runs all tests of the unchanged code, and measures the processor time they take."""
-        for build_name, tests in SOURCE_STAGES + HEADER_STAGES:
-            if self.run_stage(build_name, tests, is_first=True) != "passed":
-                raise SystemExit(f"try_mutations: the unchanged code does not pass {build_name}: {tests}")
 
     def attempt(self, mutation):
         path = self.folder / mutation.path
@@ -294,17 +181,101 @@ class Copy:
         path.write_text(source[:mutation.begin] + mutation.text + source[mutation.end:])
         try:
             for build_name, tests in HEADER_STAGES if mutation.is_in_header else SOURCE_STAGES:
-                result = self.run_stage(build_name, tests)
-                if result != "passed":
-                    return {"refused": "refused", "failed": "noticed", "hung": "noticed by a hang"}[result]
+                ending = self.run_stage(build_name, tests)
+                if ending != "passed":
+                    return RESULTS[ending]
             return "survived"
         finally:
             path.write_text(source)
 
 
+class AllAtOnce(Copy):
+    """A copy whose program contains as many of the mutations as possible."""
+
+    def __init__(self, folder, mutations):
+        super().__init__(folder)
+        self.sources = schemata.Sources(ROOT, mutations)
+        self.detectors = collections.defaultdict(list)  # by source file: the tests that detected its mutations
+        self.lock = threading.Lock()  # guards the above
+        (folder / schemata.HEADER_NAME).write_text(schemata.HEADER)
+        while not self.builds():
+            pass
+
+    def builds(self):
+        """Writes the sources and builds the tests. Drops the mutations that the compiler rejects."""
+        for path, text in self.sources.texts().items():
+            if (self.folder / path).read_text() != text:
+                (self.folder / path).write_text(text)
+        for build_name, tests in [("headers", LIBRARY), *ALL_AT_ONCE_STAGES]:
+            result = self.build(build_name, tests, "-k0")
+            if result.ending != "passed":
+                if not self.sources.drop_rejected(result.output):
+                    raise SystemExit(f"{result.output[-5000:]}try_mutations: the mutated sources do not build")
+                return False
+        return True
+
+    def attempt(self, mutation):
+        number = self.sources.numbers[mutation.id]
+        with self.lock:
+            likely = list(self.detectors[mutation.path])
+        for program, names in likely:
+            result = self.run_test("headers", [program, "--gtest_filter=" + names], number)
+            if result.ending != "passed":
+                return RESULTS[result.ending]
+        for build_name, tests in ALL_AT_ONCE_STAGES:
+            for test in tests:
+                result = self.run_test(build_name, test, number)
+                if result.ending != "passed":
+                    self.note(mutation.path, build_name, test[0], result)
+                    return RESULTS[result.ending]
+        return "survived"
+
+    def note(self, path, build_name, program, result):
+        """Remembers the test that failed: it probably detects other mutations of the file."""
+        failed = result.failed_tests()
+        if build_name == "headers" and failed:
+            with self.lock:
+                names = next((each for each in self.detectors[path] if each[0] == program), None)
+                if names:
+                    names[1] += ":" + failed[0]
+                else:
+                    self.detectors[path].append([program, failed[0]])
+
+
 def accepted_mutations():
     lines = ACCEPTED.read_text().splitlines()
     return {line for line in lines if line and not line.startswith("#")}
+
+
+def tried_all(mutations, results, work, jobs):
+    """Yields each mutation without a result, with its result."""
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        together = AllAtOnce(work / "all", mutations)
+        together.expect_sound(ALL_AT_ONCE_STAGES)
+        left = [mutation for mutation in mutations if mutation.id not in results]
+        contained = {mutation.id for mutation in together.sources.contained}
+        attempts = {pool.submit(together.attempt, m): m for m in left if m.id in contained}
+        for done in concurrent.futures.as_completed(attempts):
+            yield attempts[done], done.result()
+
+        left = [mutation for mutation in left if mutation.id not in contained]
+        left.sort(key=lambda mutation: mutation.is_in_header)  # they take longest
+        copies = queue.Queue()
+        for worker in range(jobs):
+            copies.put(Copy(work / str(worker)))
+        if left:
+            copies.queue[0].expect_sound(SOURCE_STAGES + HEADER_STAGES)
+
+        def attempt(mutation):
+            copy = copies.get()
+            try:
+                return copy.attempt(mutation)
+            finally:
+                copies.put(copy)
+
+        attempts = {pool.submit(attempt, mutation): mutation for mutation in left}
+        for done in concurrent.futures.as_completed(attempts):
+            yield attempts[done], done.result()
 
 
 def main():
@@ -324,36 +295,16 @@ def main():
     if options.report and options.report.exists():
         results = dict(reversed(line.split("\t", 1)) for line in options.report.read_text().splitlines())
     work = options.work or pathlib.Path(tempfile.mkdtemp())
-    copies = queue.Queue()
-    for worker in range(options.jobs):
-        copies.put(Copy(work / str(worker)))
-
-    def attempt(mutation):
-        copy = copies.get()
-        try:
-            return mutation, copy.attempt(mutation)
-        finally:
-            copies.put(copy)
-
     try:
-        with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-            first = copies.queue[0]
-            first.expect_sound()
-            for copy in list(copies.queue)[1:]:
-                copy.seconds = first.seconds
-            # Mutations of headers are last, because they take longest. The others are shuffled, so that a
-            # partial run is a representative sample.
-            left = [m for m in mutations if m.id not in results]
-            random.Random(0).shuffle(left)
-            left.sort(key=lambda mutation: mutation.is_in_header)
-            for done in concurrent.futures.as_completed([pool.submit(attempt, m) for m in left]):
-                mutation, result = done.result()
-                results[mutation.id] = result
-                if options.report:
-                    with options.report.open("a") as report:
-                        report.write(f"{result}\t{mutation.id}\n")
-                if sys.stderr.isatty():
-                    print(f"\r{len(results)} of {len(mutations)}", end="", file=sys.stderr)
+        # Shuffled, so that a partial run is a representative sample.
+        random.Random(0).shuffle(mutations)
+        for done, result in tried_all(mutations, results, work, options.jobs):
+            results[done.id] = result
+            if options.report:
+                with options.report.open("a") as report:
+                    report.write(f"{result}\t{done.id}\n")
+            if sys.stderr.isatty():
+                print(f"\r{len(results)} of {len(mutations)}", end="", file=sys.stderr)
     finally:
         if not options.work:
             shutil.rmtree(work)
