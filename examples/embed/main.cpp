@@ -71,7 +71,7 @@ void moveFileThatIsOpen(const IProvider& provider) {
     stream->seek(0, std::ios_base::beg);
     char bytes[5] = {};
     readExactly(*stream, bytes, sizeof bytes); // the bytes exist as long as a stream holds them
-    std::cout << "removed, but still to be read: " << std::string(bytes, sizeof bytes) << '\n';
+    std::cout << "removed, still readable: " << std::string(bytes, sizeof bytes) << '\n';
 }
 // [moved]
 

@@ -12,8 +12,7 @@ std::filesystem::path PluginFolders::find(const std::string& name) const {
     std::string lookedIn;
     for (const std::filesystem::path& folder : folders_) {
         if (std::filesystem::exists(folder / file)) {
-            return std::filesystem::absolute(
-                folder / file); // the linker would search for a bare name by its own rules
+            return std::filesystem::absolute(folder / file); // without a slash, dlopen would search for it
         }
         lookedIn.append(lookedIn.empty() ? "" : ", ").append(folder.string());
     }

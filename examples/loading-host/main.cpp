@@ -44,10 +44,9 @@ void use(const std::filesystem::path& path) {
     readExactly(*stream, bytes, sizeof bytes);
     std::cout << "read: " << std::string(bytes, sizeof bytes) << '\n';
 
-    std::cout << "while the stream is there, the library is " << (isLoaded(path) ? "loaded" : "unloaded")
-              << '\n';
+    std::cout << "with an open stream, the library is " << (isLoaded(path) ? "loaded" : "unloaded") << '\n';
     stream.reset();
-    std::cout << "without it, the library is " << (isLoaded(path) ? "loaded" : "unloaded") << '\n';
+    std::cout << "after closing it, the library is " << (isLoaded(path) ? "loaded" : "unloaded") << '\n';
 }
 
 } // namespace
@@ -65,7 +64,7 @@ int main(int argc, char** argv) {
     } catch (const PluginError& failure) {
         std::cerr << "loading-host: " << failure.what() << '\n';
     } catch (const Exception& failure) {
-        std::cerr << "loading-host: the storage refuses: " << failure.what() << '\n';
+        std::cerr << "loading-host: storage error: " << failure.what() << '\n';
     } catch (const std::exception& failure) {
         std::cerr << "loading-host: " << failure.what() << '\n';
     }

@@ -44,7 +44,7 @@ inline std::size_t readUpTo(ByteStream& stream, char* buffer, std::size_t count)
         const auto room = static_cast<long>(count - done);
         const long copied = stream.read(buffer + done, room);
         if (copied > room) {
-            throw std::runtime_error("the plug-in read more bytes than it was asked for");
+            throw std::runtime_error("the plug-in read more bytes than requested");
         }
         if (copied <= 0) {
             break;

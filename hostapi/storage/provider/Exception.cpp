@@ -15,7 +15,7 @@ struct Exception::State {
 
 namespace {
 
-constexpr const char* unknownReason = "failed for a reason that this host does not know";
+constexpr const char* unknownReason = "unknown error";
 
 std::string textOf(ErrorCode code, const StorageIRI& iri) {
     const char* reason = Exception::describe(code);

@@ -47,7 +47,7 @@ void refuseOccupied(const IProvider& provider, const StorageIRI& source, const S
 unsigned long long sizeOf(ByteStream& stream) {
     const auto size = static_cast<std::streamoff>(stream.seek(0, std::ios_base::end));
     if (size < 0 || stream.seek(0, std::ios_base::beg) != 0) {
-        throw std::runtime_error("the plug-in refused to move the position within a file");
+        throw std::runtime_error("the plug-in cannot seek within a file");
     }
     return static_cast<unsigned long long>(size);
 }

@@ -33,7 +33,7 @@ std::unique_ptr<ByteStream> openForWriting(const IProvider& provider, const Stor
 unsigned long long endOf(ByteStream& stream) {
     const auto end = static_cast<std::streamoff>(stream.seek(0, std::ios_base::end));
     if (end < 0) {
-        throw std::runtime_error("the plug-in refused to move the position to the end of a file");
+        throw std::runtime_error("the plug-in cannot seek to the end of a file");
     }
     return static_cast<unsigned long long>(end);
 }

@@ -34,12 +34,12 @@ public:
     std::streampos seek(long, std::ios_base::seekdir) override { return -1; }
     void flush() override {}
 
-    std::vector<long> asked; ///< the counts that the calls requested
+    std::vector<long> requested; ///< the counts that the calls requested
 
 private:
     long next(long count) {
-        asked.push_back(count);
-        return counts_.at(asked.size() - 1);
+        requested.push_back(count);
+        return counts_.at(requested.size() - 1);
     }
 
     std::vector<long> counts_;
@@ -55,13 +55,13 @@ void expectReadFails(std::vector<long> counts, const std::string& message) {
 TEST(ByteStreamTransferTest, WritesInOneCall) {
     CountingStream stream({5});
     writeAll(stream, "hello");
-    EXPECT_THAT(stream.asked, ElementsAre(5));
+    EXPECT_THAT(stream.requested, ElementsAre(5));
 }
 
 TEST(ByteStreamTransferTest, WritesNothingWithoutACall) {
     CountingStream stream({});
     writeAll(stream, "");
-    EXPECT_TRUE(stream.asked.empty());
+    EXPECT_TRUE(stream.requested.empty());
 }
 
 TEST(ByteStreamTransferTest, RefusesAWriteOfAnotherCount) {
@@ -70,7 +70,7 @@ TEST(ByteStreamTransferTest, RefusesAWriteOfAnotherCount) {
         EXPECT_THAT(
             [&] { writeAll(stream, "hello"); },
             ThrowsMessage<std::runtime_error>("the plug-in wrote " + std::to_string(wrong) + " of 5 bytes"));
-        EXPECT_THAT(stream.asked, ElementsAre(5)) << "a short write is not continued";
+        EXPECT_THAT(stream.requested, ElementsAre(5)) << "a short write is not continued";
     }
 }
 
@@ -79,13 +79,13 @@ TEST(ByteStreamTransferTest, ReadsPiecesUntilTheBufferIsFull) {
     CountingStream stream({2, 1, 2});
     readExactly(stream, buffer.data(), buffer.size());
     EXPECT_EQ(std::string_view(buffer.data(), buffer.size()), "xxxxx");
-    EXPECT_THAT(stream.asked, ElementsAre(5, 3, 2));
+    EXPECT_THAT(stream.requested, ElementsAre(5, 3, 2));
 }
 
 TEST(ByteStreamTransferTest, ReadsNothingWithoutACall) {
     CountingStream stream({});
     readExactly(stream, nullptr, 0);
-    EXPECT_TRUE(stream.asked.empty());
+    EXPECT_TRUE(stream.requested.empty());
 }
 
 TEST(ByteStreamTransferTest, ReadsUpToTheEndOfTheFile) {
@@ -102,9 +102,9 @@ TEST(ByteStreamTransferTest, RefusesAFileThatEndsEarly) {
     expectReadFails({-1}, "the plug-in read 0 of 5 bytes");
 }
 
-TEST(ByteStreamTransferTest, RefusesMoreBytesThanThereIsRoomFor) {
-    expectReadFails({6}, "the plug-in read more bytes than it was asked for");
-    expectReadFails({2, 4}, "the plug-in read more bytes than it was asked for");
+TEST(ByteStreamTransferTest, RefusesMoreBytesThanRequested) {
+    expectReadFails({6}, "the plug-in read more bytes than requested");
+    expectReadFails({2, 4}, "the plug-in read more bytes than requested");
 }
 
 } // namespace

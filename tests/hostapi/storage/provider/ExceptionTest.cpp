@@ -48,7 +48,7 @@ TEST(ExceptionTest, ContainsTheCallersPathInUtf8) {
 TEST(ExceptionTest, HasATextForCodesWithoutAName) {
     const Exception exception(static_cast<ErrorCode>(99), StorageIRI(u"/f"));
     EXPECT_EQ(exception.getErrorCode(), static_cast<ErrorCode>(99));
-    EXPECT_STREQ(exception.what(), "/f: failed for a reason that this host does not know (code 99)");
+    EXPECT_STREQ(exception.what(), "/f: unknown error (code 99)");
 }
 
 TEST(ExceptionTest, DescribesACodeWithoutALocation) {

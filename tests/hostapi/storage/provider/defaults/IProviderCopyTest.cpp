@@ -36,9 +36,9 @@ std::string bytes(std::size_t size) {
 }
 
 /// Copies the file /from/f into the folder /to. Each test prepares the content of /to.
-class IProviderCopy : public ProviderTest {
+class IProviderCopyTest : public ProviderTest {
 protected:
-    IProviderCopy() {
+    IProviderCopyTest() {
         makeFolder(u"/from");
         makeFolder(u"/to");
         makeFile(u"/from/f", "new bytes");

@@ -16,7 +16,7 @@ std::u16string chain() {
     return path;
 }
 
-using IProviderDeepTree = ProviderTest;
+using IProviderDeepTreeTest = ProviderTest;
 
 TEST_F(IProviderDeepTreeTest, IsCreatedListedAndRemovedOnASmallStack) {
     const std::u16string deepest = chain();

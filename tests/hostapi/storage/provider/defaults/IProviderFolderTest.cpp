@@ -25,7 +25,7 @@ public:
     }
 };
 
-using IProviderCreateFolderRecursive = ProviderTest;
+using IProviderCreateFolderRecursiveTest = ProviderTest;
 
 TEST_F(IProviderCreateFolderRecursiveTest, CreatesTheFolderAndEveryMissingParent) {
     makeFolder(u"/a");
@@ -107,7 +107,7 @@ TEST_F(IProviderCreateFolderRecursiveTest, NamesAFileThatAnotherThreadCreatesMea
                 failsWith(ErrorCode::AlreadyExists, at(u"/a")));
 }
 
-using IProviderRemoveFolderRecursively = ProviderTest;
+using IProviderRemoveFolderRecursivelyTest = ProviderTest;
 
 TEST_F(IProviderRemoveFolderRecursivelyTest, RemovesTheFolderAndEverythingBelow) {
     provider_->doCreateFolderRecursive(at(u"/a/b/c"));

@@ -16,9 +16,9 @@ namespace {
 
 /// All listings on one tree: /d contains the files a.txt and b.doc, the empty folder e.txt and the folder
 /// sub. sub contains the file c.txt and the folder deep.txt, which contains the file d.doc.
-class IProviderListing : public ProviderTest {
+class IProviderListingTest : public ProviderTest {
 protected:
-    IProviderListing() {
+    IProviderListingTest() {
         provider_->doCreateFolderRecursive(at(u"/d/sub/deep.txt"));
         makeFolder(u"/d/e.txt");
         for (const char16_t* path : {u"/d/b.doc", u"/d/a.txt", u"/d/sub/c.txt", u"/d/sub/deep.txt/d.doc"}) {

@@ -12,9 +12,9 @@ using namespace provider;
 
 namespace {
 
-class IProviderNotOffered : public ProviderTest {
+class IProviderNotOfferedTest : public ProviderTest {
 protected:
-    IProviderNotOffered() { makeFile(u"/f"); }
+    IProviderNotOfferedTest() { makeFile(u"/f"); }
 
     const StorageIRI iri_ = at(u"/f");
 };

@@ -13,9 +13,9 @@ namespace {
 const boost::posix_time::ptime leapDay(boost::gregorian::date(2024, 2, 29),
                                        boost::posix_time::microseconds(123456));
 
-class IProviderQuery : public ProviderTest {
+class IProviderQueryTest : public ProviderTest {
 protected:
-    IProviderQuery() {
+    IProviderQueryTest() {
         makeFolder(u"/d");
         makeFile(u"/d/f", "12345");
     }

@@ -18,9 +18,9 @@ using namespace provider;
 
 namespace {
 
-class IProviderTruncate : public ProviderTest {
+class IProviderTruncateTest : public ProviderTest {
 protected:
-    IProviderTruncate() { makeFile(u"/f", "0123456789"); }
+    IProviderTruncateTest() { makeFile(u"/f", "0123456789"); }
 
     void truncate(unsigned long long size) const { provider_->doTruncateToSize(iri_, size); }
 
