@@ -30,6 +30,11 @@ InMemoryEntryPath pathOf(const StorageIRI& iri) {
     return InMemoryEntryPath(iri.getResolvedPath());
 }
 
+/// The text of `pathOf`, as a view into `iri`.
+std::u16string_view pathTextOf(const StorageIRI& iri) {
+    return InMemoryEntryPath::normalView(iri.getResolvedPath());
+}
+
 } // namespace
 
 InMemoryProvider::InMemoryProvider() = default;
@@ -47,20 +52,18 @@ bool InMemoryProvider::doFileExists(const StorageIRI& iri) const {
     if (isRootLocation(iri)) {
         return false;
     }
-    const auto entry = findEntry(iri.getResolvedPath());
-    return entry && !entry->isFolder();
+    return fileSystem_.hasFile(pathTextOf(iri));
 }
 
 bool InMemoryProvider::doFolderExists(const StorageIRI& iri) const {
     if (isRootLocation(iri)) {
         return true;
     }
-    const auto entry = findEntry(iri.getResolvedPath());
-    return entry && entry->isFolder();
+    return fileSystem_.hasFolder(pathTextOf(iri));
 }
 
 void InMemoryProvider::doRemoveFile(const StorageIRI& iri) const {
-    translations::removeFile.run(iri, [&] { fileSystem_.removeFileEntry(pathOf(iri)); });
+    translations::removeFile.run(iri, [&] { fileSystem_.removeFileEntry(pathTextOf(iri)); });
 }
 
 void InMemoryProvider::doRemoveFolder(const StorageIRI& iri) const {
@@ -85,7 +88,7 @@ void InMemoryProvider::doMoveFolder(const StorageIRI& source, const StorageIRI& 
 
 FileAttributes InMemoryProvider::doGetFileAttributes(const StorageIRI& iri) const {
     return translations::getAttributes.run(iri, [&] {
-        const auto attributes = fileSystem_.getFileEntryAttributes(pathOf(iri));
+        const auto attributes = fileSystem_.getFileEntryAttributes(pathTextOf(iri));
         return FileAttributes(attributes.size, attributes.lastModified, attributes.writable);
     });
 }
@@ -99,13 +102,13 @@ FolderAttributes InMemoryProvider::doGetFolderAttributes(const StorageIRI& iri) 
 
 std::unique_ptr<ByteStream> InMemoryProvider::doOpenStream(const StorageIRI& iri,
                                                            const ByteStreamOpenOptions& options) const {
-    return translations::openStream.run(iri,
-                                        [&] { return fileSystem_.checkOutFileEntry(pathOf(iri), options); });
+    return translations::openStream.run(
+        iri, [&] { return fileSystem_.checkOutFileEntry(pathTextOf(iri), options); });
 }
 
 std::unique_ptr<ByteStream> InMemoryProvider::doOpenReadOnlyStream(const StorageIRI& iri) const {
-    return translations::openReadOnlyStream.run(iri,
-                                                [&] { return fileSystem_.checkOutFileEntry(pathOf(iri)); });
+    return translations::openReadOnlyStream.run(
+        iri, [&] { return fileSystem_.checkOutFileEntry(pathTextOf(iri)); });
 }
 
 std::unique_ptr<IFolderEntryIterator> InMemoryProvider::doListAll(const StorageIRI& iri) const {
@@ -148,13 +151,9 @@ std::shared_ptr<InMemoryFolderEntry> InMemoryProvider::rootFolder() const {
     return fileSystem_.getFolderEntry(InMemoryEntryPath(std::u16string(rootPath)));
 }
 
-std::shared_ptr<InMemoryEntry> InMemoryProvider::findEntry(std::u16string_view path) const {
-    return fileSystem_.getEntry(InMemoryEntryPath::normalView(path));
-}
-
 std::shared_ptr<InMemoryEntry> InMemoryProvider::requireEntry(std::u16string_view path,
                                                               const StorageIRI& iri) const {
-    auto entry = findEntry(path);
+    auto entry = fileSystem_.getEntry(InMemoryEntryPath::normalView(path));
     if (!entry) {
         throw Exception(ErrorCode::NotFound, iri);
     }

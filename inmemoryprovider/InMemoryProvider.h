@@ -67,10 +67,8 @@ private:
     static bool isRootLocation(const StorageIRI& iri);
     std::shared_ptr<InMemoryFolderEntry> rootFolder() const;
 
-    /// The entry at the path that is constructed from `path`, or an empty pointer; never the root.
-    std::shared_ptr<InMemoryEntry> findEntry(std::u16string_view path) const;
-
-    /// As findEntry, but throws the host's NotFound at `iri` for a missing entry.
+    /// The entry at the path that is constructed from `path`; never the root.
+    /// @throws Exception  `NotFound` at `iri` if there is none
     std::shared_ptr<InMemoryEntry> requireEntry(std::u16string_view path, const StorageIRI& iri) const;
 
     template <class Predicate>

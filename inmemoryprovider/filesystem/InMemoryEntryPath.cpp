@@ -87,10 +87,14 @@ std::size_t commonLength(std::u16string_view left, std::u16string_view right) no
 
 InMemoryEntryPath::InMemoryEntryPath(std::u16string text) noexcept : text_(normalised(std::move(text))) {}
 
+InMemoryEntryPath InMemoryEntryPath::ofNormalText(std::u16string_view text) {
+    InMemoryEntryPath path{std::u16string()};
+    path.text_ = text;
+    return path;
+}
+
 InMemoryEntryPath InMemoryEntryPath::parentPath() const {
-    InMemoryEntryPath parent{std::u16string()};
-    parent.text_ = parentView(); // already normalised; normalising it again could change it
-    return parent;
+    return ofNormalText(parentView());
 }
 
 std::u16string_view InMemoryEntryPath::normalView(std::u16string_view text) noexcept {

@@ -21,6 +21,9 @@ public:
     /// code unit is not examined, so "a/b" becomes "/b". Texts of fewer than 2 code units are not changed.
     explicit InMemoryEntryPath(std::u16string text) noexcept;
 
+    /// The path with exactly this text, which is normalised already: normalising it again could change it.
+    static InMemoryEntryPath ofNormalText(std::u16string_view text);
+
     /// The text of the path that is constructed from `text`, as a view into `text`. For lookups without an
     /// allocation.
     static std::u16string_view normalView(std::u16string_view text) noexcept;

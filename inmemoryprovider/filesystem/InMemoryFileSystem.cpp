@@ -12,16 +12,11 @@ namespace storage::inmemoryprovider {
 
 namespace {
 
-std::shared_ptr<InMemoryEntry> childAt(const InMemoryFolderEntry::ChildMap& children,
-                                       std::u16string_view path) noexcept {
-    const auto child = children.find(path);
-    return child == children.end() ? nullptr : child->second;
-}
-
 /// @throws EntryNotFoundException  naming the parent of `path` if it is missing, otherwise `path`
-void requireFound(bool hasParent, bool hasEntry, const InMemoryEntryPath& path) {
+void requireFound(bool hasParent, bool hasEntry, std::u16string_view path) {
     if (!hasEntry) {
-        throw EntryNotFoundException(hasParent ? path : path.parentPath());
+        throw EntryNotFoundException(
+            InMemoryEntryPath::ofNormalText(hasParent ? path : InMemoryEntryPath::parentOf(path)));
     }
 }
 
@@ -78,11 +73,11 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryAddFileEntry(InMemoryEntryPath& 
     return nullptr;
 }
 
-void InMemoryFileSystem::removeFileEntry(const InMemoryEntryPath& path) {
+void InMemoryFileSystem::removeFileEntry(std::u16string_view path) {
     repeatWhileBusy([&] { return tryRemoveFileEntry(path); });
 }
 
-InMemoryFileSystem::Busy InMemoryFileSystem::tryRemoveFileEntry(const InMemoryEntryPath& path) {
+InMemoryFileSystem::Busy InMemoryFileSystem::tryRemoveFileEntry(std::u16string_view path) {
     InMemoryFolderEntry::Children::node_type removed; // outlives the lock
     const SpinThenBlockLock lock(mutex_);
     const auto& parent = requireParent(path);
@@ -120,19 +115,19 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryRemoveFolderEntry(const InMemory
     return nullptr;
 }
 
-FileEntryAttributes InMemoryFileSystem::getFileEntryAttributes(const InMemoryEntryPath& path) const {
+FileEntryAttributes InMemoryFileSystem::getFileEntryAttributes(std::u16string_view path) const {
     const auto file = findFile(path);
     return {file->getFileSize(), file->getLastModifiedTime(), file->isWritable()};
 }
 
 std::uint64_t InMemoryFileSystem::getFileEntrySize(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
-    return fileOf(*requireFile(*requireParent(path), path)).getFileSize();
+    return fileOf(*requireFile(*requireParent(path), path.view())).getFileSize();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFileEntryLastModified(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
-    return requireFile(*requireParent(path), path)->second->getLastModifiedTime();
+    return requireFile(*requireParent(path), path.view())->second->getLastModifiedTime();
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFolderEntryLastModified(const InMemoryEntryPath& path) const {
@@ -142,7 +137,7 @@ boost::posix_time::ptime InMemoryFileSystem::getFolderEntryLastModified(const In
 
 bool InMemoryFileSystem::fileIsWritable(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
-    return requireFile(*requireParent(path), path)->second->isWritable();
+    return requireFile(*requireParent(path), path.view())->second->isWritable();
 }
 
 bool InMemoryFileSystem::folderIsWritable(const InMemoryEntryPath& path) const {
@@ -186,16 +181,20 @@ InMemoryFileSystem::listFolder(const InMemoryEntryPath& path) const {
     }
 }
 
-InMemoryFileSystem::Found InMemoryFileSystem::lookUp(std::u16string_view path,
-                                                     PathSeqLock::Scope scope) const noexcept {
+template <class Use>
+bool InMemoryFileSystem::visitEntry(std::u16string_view path, PathSeqLock::Scope scope,
+                                    const Use& use) const noexcept {
     for (;;) {
         const auto start = changes_.number();
-        Found found;
+        bool hasParent = false;
         std::optional<PathSeqLock::Number> conflict;
         const auto read = [&](const InMemoryFolderEntry::ChildMap& children) {
             conflict = changes_.conflictWith(path, scope);
-            if (!conflict) {
-                found.entry = childAt(children, path);
+            if (conflict) {
+                return;
+            }
+            if (const auto child = children.find(path); child != children.end()) {
+                use(child->second);
             }
         };
         // The folder map's writer waits for this visit, so it must not block: a folder in use is read
@@ -203,7 +202,7 @@ InMemoryFileSystem::Found InMemoryFileSystem::lookUp(std::u16string_view path,
         std::shared_ptr<InMemoryFolderEntry> inUse;
         folders_.visit(InMemoryEntryPath::parentOf(path),
                        [&](const std::shared_ptr<InMemoryFolderEntry>* parent) {
-                           found.hasParent = parent != nullptr;
+                           hasParent = parent != nullptr;
                            if (parent != nullptr && !(*parent)->tryRead(read)) {
                                inUse = *parent;
                            }
@@ -211,19 +210,35 @@ InMemoryFileSystem::Found InMemoryFileSystem::lookUp(std::u16string_view path,
         if (inUse) {
             inUse->read(read);
         }
-        if (!found.hasParent) {
+        if (!hasParent) {
             conflict = changes_.conflictWith(path, scope);
         }
         if (conflict) {
             changes_.waitForEndOf(*conflict);
-        } else if (found.hasParent || changes_.number() == start) {
-            return found;
+        } else if (hasParent || changes_.number() == start) {
+            return hasParent;
         }
     }
 }
 
-std::shared_ptr<InMemoryFileEntry> InMemoryFileSystem::findFile(const InMemoryEntryPath& path) const {
-    auto found = lookUp(path.view(), PathSeqLock::Scope::Entry);
+InMemoryFileSystem::Found InMemoryFileSystem::lookUp(std::u16string_view path,
+                                                     PathSeqLock::Scope scope) const noexcept {
+    Found found;
+    found.hasParent =
+        visitEntry(path, scope, [&](const std::shared_ptr<InMemoryEntry>& entry) { found.entry = entry; });
+    return found;
+}
+
+bool InMemoryFileSystem::hasEntry(std::u16string_view path, Kind kind) const noexcept {
+    bool found = false;
+    visitEntry(path, PathSeqLock::Scope::Entry, [&](const std::shared_ptr<InMemoryEntry>& entry) {
+        found = entry->isFolder() == (kind == Kind::Folder);
+    });
+    return found;
+}
+
+std::shared_ptr<InMemoryFileEntry> InMemoryFileSystem::findFile(std::u16string_view path) const {
+    auto found = lookUp(path, PathSeqLock::Scope::Entry);
     requireFound(found.hasParent, found.entry && !found.entry->isFolder(), path);
     return std::static_pointer_cast<InMemoryFileEntry>(std::move(found.entry));
 }
@@ -231,7 +246,7 @@ std::shared_ptr<InMemoryFileEntry> InMemoryFileSystem::findFile(const InMemoryEn
 std::shared_ptr<InMemoryFolderEntry>
 InMemoryFileSystem::requireFolderEntry(const InMemoryEntryPath& path) const {
     auto found = lookUp(path.view(), PathSeqLock::Scope::Folder);
-    requireFound(found.hasParent, found.entry && found.entry->isFolder(), path);
+    requireFound(found.hasParent, found.entry && found.entry->isFolder(), path.view());
     return std::static_pointer_cast<InMemoryFolderEntry>(std::move(found.entry));
 }
 
@@ -265,10 +280,11 @@ void InMemoryFileSystem::linkFolder(InMemoryFolderEntry& parent,
 }
 
 const std::shared_ptr<InMemoryFolderEntry>&
-InMemoryFileSystem::requireParent(const InMemoryEntryPath& path) const {
-    const auto* parent = doGetFolderEntry(path.parentView());
+InMemoryFileSystem::requireParent(std::u16string_view path) const {
+    const std::u16string_view parentPath = InMemoryEntryPath::parentOf(path);
+    const auto* parent = doGetFolderEntry(parentPath);
     if (parent == nullptr) {
-        throw EntryNotFoundException(path.parentPath());
+        throw EntryNotFoundException(InMemoryEntryPath::ofNormalText(parentPath));
     }
     return *parent;
 }

@@ -93,14 +93,21 @@ public:
     /// Removes a file and stamps its parent.
     /// @throws EntryNotFoundException  naming `path`, if it is not a file
     /// @throws ReadOnlyException       naming the parent, or else `path`, if the file itself is read-only
-    void removeFileEntry(const InMemoryEntryPath& path);
+    void removeFileEntry(const InMemoryEntryPath& path) { removeFileEntry(path.view()); }
+    /// As above, for the path with the text `path`, which is not copied.
+    void removeFileEntry(std::u16string_view path);
 
     // Queries. EntryNotFoundException names the parent if it is missing, or else the path if no entry of the
     // required kind exists there. They do not find the root, which has no parent.
 
     /// All attributes of a file, with one lookup. They are not read atomically: another thread may change
     /// the file in between.
-    FileEntryAttributes getFileEntryAttributes(const InMemoryEntryPath& path) const;
+    FileEntryAttributes getFileEntryAttributes(const InMemoryEntryPath& path) const {
+        return getFileEntryAttributes(path.view());
+    }
+
+    /// As above, for the path with the text `path`. Does not allocate if the file exists.
+    FileEntryAttributes getFileEntryAttributes(std::u16string_view path) const;
 
     /// The folder at `path`. A caller that reads its time and its flag does not read both atomically.
     std::shared_ptr<InMemoryFolderEntry> requireFolderEntry(const InMemoryEntryPath& path) const;
@@ -120,6 +127,11 @@ public:
 
     /// The entry at the path with the text `path`, or an empty pointer; the root is never found.
     std::shared_ptr<InMemoryEntry> getEntry(std::u16string_view path) const noexcept;
+
+    /// Whether there is a file, or a folder, at the path with the text `path`; the root is never found. Unlike
+    /// `getEntry`, these write nothing to the entry, so that lookups of one entry do not contend for it.
+    bool hasFile(std::u16string_view path) const noexcept { return hasEntry(path, Kind::File); }
+    bool hasFolder(std::u16string_view path) const noexcept { return hasEntry(path, Kind::Folder); }
 
     /// A snapshot of the children of the folder at `path`, which may be the root. The snapshot leaves the
     /// names empty. No value if no folder exists there.
@@ -162,11 +174,22 @@ public:
     /// @throws EntryExistsException    naming `path`, if it is a folder
     /// @throws ReadOnlyException       naming `path`; the parent, if the file has to be created
     std::unique_ptr<provider::ByteStream> checkOutFileEntry(const InMemoryEntryPath& path,
+                                                            const provider::ByteStreamOpenOptions& options) {
+        return checkOutFileEntry(path.view(), options);
+    }
+
+    /// As above, for the path with the text `path`, which is copied only if the file is created.
+    std::unique_ptr<provider::ByteStream> checkOutFileEntry(std::u16string_view path,
                                                             const provider::ByteStreamOpenOptions& options);
 
     /// Opens a file for reading. Changes nothing and ignores the writable flag.
     /// @throws EntryNotFoundException  naming the parent; `path`, if it is not a file
-    std::unique_ptr<provider::ByteStream> checkOutFileEntry(const InMemoryEntryPath& path) const;
+    std::unique_ptr<provider::ByteStream> checkOutFileEntry(const InMemoryEntryPath& path) const {
+        return checkOutFileEntry(path.view());
+    }
+
+    /// As above, for the path with the text `path`, which is not copied.
+    std::unique_ptr<provider::ByteStream> checkOutFileEntry(std::u16string_view path) const;
 
 private:
     using FolderMap = LeftRightMap<InMemoryEntryPath, std::shared_ptr<InMemoryFolderEntry>,
@@ -179,6 +202,15 @@ private:
         std::shared_ptr<InMemoryEntry> entry;
     };
 
+    /// Calls `use` with the entry at the path with the text `path`, if it exists, under the mutex of its
+    /// folder. `use` must not block, because the writer of the folder map waits for it.
+    /// @return whether the parent is a folder, at the moment of the call of `use`
+    template <class Use>
+    bool visitEntry(std::u16string_view path, PathSeqLock::Scope scope, const Use& use) const noexcept;
+
+    enum class Kind { File, Folder };
+    bool hasEntry(std::u16string_view path, Kind kind) const noexcept;
+
     /// The entry at the path with the text `path`. All parts of the result are from the same moment during
     /// the call.
     Found lookUp(std::u16string_view path, PathSeqLock::Scope scope) const noexcept;
@@ -187,7 +219,7 @@ private:
     bool isFolderAt(std::u16string_view path, const InMemoryFolderEntry& folder) const noexcept;
 
     /// @throws EntryNotFoundException  naming the parent; `path`, if it is not a file
-    std::shared_ptr<InMemoryFileEntry> findFile(const InMemoryEntryPath& path) const;
+    std::shared_ptr<InMemoryFileEntry> findFile(std::u16string_view path) const;
 
     /// The result of an attempt. Null if the attempt succeeded. Otherwise it changed nothing, because another
     /// thread held this folder's mutex for too long.
@@ -206,12 +238,12 @@ private:
     /// @param path  moved from only if the attempt succeeds or throws
     Busy tryAddFileEntry(InMemoryEntryPath& path);
     Busy tryRemoveFolderEntry(const InMemoryEntryPath& path);
-    Busy tryRemoveFileEntry(const InMemoryEntryPath& path);
+    Busy tryRemoveFileEntry(std::u16string_view path);
     Busy tryMoveFileEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                           const provider::ReplacementPolicy& policy);
     Busy tryMoveFolderEntry(const InMemoryEntryPath& source, const InMemoryEntryPath& target,
                             const provider::ReplacementPolicy& policy);
-    Busy tryCheckOutFileEntry(const InMemoryEntryPath& path, const provider::ByteStreamOpenOptions& options,
+    Busy tryCheckOutFileEntry(std::u16string_view path, const provider::ByteStreamOpenOptions& options,
                               std::unique_ptr<provider::ByteStream>& stream);
 
     // The operations below require `mutex_`.
@@ -229,8 +261,12 @@ private:
         QZFL_REQUIRES(mutex_);
 
     /// Valid until the map changes.
-    const std::shared_ptr<InMemoryFolderEntry>& requireParent(const InMemoryEntryPath& path) const
+    const std::shared_ptr<InMemoryFolderEntry>& requireParent(std::u16string_view path) const
         QZFL_REQUIRES(mutex_);
+    const std::shared_ptr<InMemoryFolderEntry>& requireParent(const InMemoryEntryPath& path) const
+        QZFL_REQUIRES(mutex_) {
+        return requireParent(path.view());
+    }
 
     /// A folder that moving the folder at `source` would change, and that is busy: its mutex is held. Null if
     /// none is.

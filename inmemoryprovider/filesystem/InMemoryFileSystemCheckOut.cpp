@@ -1,6 +1,7 @@
 #include "inmemoryprovider/filesystem/InMemoryFileSystem.h"
 
 #include "hostapi/storage/provider/ShortNamespace.h"
+#include "inmemoryprovider/EntryExistsException.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/access/InMemoryByteStream.h"
 #include "inmemoryprovider/filesystem/SpinThenBlockLock.h"
@@ -16,14 +17,14 @@ using provider::ByteStreamContent;
 using provider::ByteStreamExistence;
 using provider::ByteStreamOpenOptions;
 
-std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path,
+std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(std::u16string_view path,
                                                                   const ByteStreamOpenOptions& options) {
     std::unique_ptr<ByteStream> stream;
     repeatWhileBusy([&] { return tryCheckOutFileEntry(path, options, stream); });
     return stream;
 }
 
-InMemoryFileSystem::Busy InMemoryFileSystem::tryCheckOutFileEntry(const InMemoryEntryPath& path,
+InMemoryFileSystem::Busy InMemoryFileSystem::tryCheckOutFileEntry(std::u16string_view path,
                                                                   const ByteStreamOpenOptions& options,
                                                                   std::unique_ptr<ByteStream>& stream) {
     const SpinThenBlockLock lock(mutex_);
@@ -32,17 +33,19 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryCheckOutFileEntry(const InMemory
     const bool create = !child || (*child)->second->isFolder();
     const auto now = currentTime();
     if (create) {
-        requireNoChild(*parent, path); // throws if it is a folder
+        if (child) { // a folder
+            throw EntryExistsException(InMemoryEntryPath::ofNormalText(path));
+        }
         if (options.existence == ByteStreamExistence::MustExist) {
-            throw EntryNotFoundException(path);
+            throw EntryNotFoundException(InMemoryEntryPath::ofNormalText(path));
         }
         requireWritable(*parent);
     } else {
         requireWritable(*(*child)->second);
     }
 
-    auto file =
-        create ? makeFileEntry(path, now) : std::static_pointer_cast<InMemoryFileEntry>((*child)->second);
+    auto file = create ? makeFileEntry(InMemoryEntryPath::ofNormalText(path), now)
+                       : std::static_pointer_cast<InMemoryFileEntry>((*child)->second);
     auto opened = std::make_unique<InMemoryByteStream>(file, options.append);
     if (create && !parent->tryAddChild(std::shared_ptr<InMemoryEntry>(file), now)) {
         return parent;
@@ -57,7 +60,7 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryCheckOutFileEntry(const InMemory
     return nullptr;
 }
 
-std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(const InMemoryEntryPath& path) const {
+std::unique_ptr<ByteStream> InMemoryFileSystem::checkOutFileEntry(std::u16string_view path) const {
     return std::make_unique<InMemoryByteStream>(findFile(path), ByteStreamAppend::WriteAtPosition);
 }
 

@@ -73,7 +73,7 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryMoveFileEntry(const InMemoryEntr
     std::shared_ptr<InMemoryEntry> old;
     const SpinThenBlockLock lock(mutex_);
     const auto& sourceParent = requireParent(source);
-    const auto file = requireFile(*sourceParent, source);
+    const auto file = requireFile(*sourceParent, source.view());
     const auto& targetParent = requireParent(target);
     const auto existing = targetParent->findChild(target);
     if (existing) {

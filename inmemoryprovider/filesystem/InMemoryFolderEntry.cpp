@@ -78,8 +78,8 @@ void InMemoryFolderEntry::removeChild(const InMemoryEntryPath& path) {
 }
 
 std::optional<InMemoryFolderEntry::Children::const_iterator>
-InMemoryFolderEntry::findChild(const InMemoryEntryPath& path) const noexcept {
-    const auto found = children_.find(path.view());
+InMemoryFolderEntry::findChild(std::u16string_view path) const noexcept {
+    const auto found = children_.find(path);
     return found == children_.end() ? std::nullopt : std::optional(found);
 }
 

@@ -77,7 +77,10 @@ public:
     /// The position of the child at `path`, if it exists. Acquires no lock: the file system's mutex keeps the
     /// children from changing.
     std::optional<Children::const_iterator>
-    findChild(const InMemoryEntryPath& path) const noexcept QZFL_NO_THREAD_ANALYSIS;
+    findChild(std::u16string_view path) const noexcept QZFL_NO_THREAD_ANALYSIS;
+    std::optional<Children::const_iterator> findChild(const InMemoryEntryPath& path) const noexcept {
+        return findChild(path.view());
+    }
 
     /// Whether there are children. Acquires no lock, as `findChild`.
     bool hasChildren() const noexcept QZFL_NO_THREAD_ANALYSIS { return !children_.empty(); }

@@ -14,10 +14,10 @@ namespace {
 enum class Kind { File, Folder };
 
 InMemoryFolderEntry::Children::const_iterator requireChild(const InMemoryFolderEntry& parent,
-                                                           const InMemoryEntryPath& path, Kind kind) {
+                                                           std::u16string_view path, Kind kind) {
     const auto child = parent.findChild(path);
     if (!child || (*child)->second->isFolder() != (kind == Kind::Folder)) {
-        throw EntryNotFoundException(path);
+        throw EntryNotFoundException(InMemoryEntryPath::ofNormalText(path));
     }
     return *child;
 }
@@ -44,13 +44,13 @@ std::shared_ptr<InMemoryFolderEntry> makeFolderEntry(const InMemoryEntryPath& pa
 }
 
 InMemoryFolderEntry::Children::const_iterator requireFile(const InMemoryFolderEntry& parent,
-                                                          const InMemoryEntryPath& path) {
+                                                          std::u16string_view path) {
     return requireChild(parent, path, Kind::File);
 }
 
 InMemoryFolderEntry::Children::const_iterator requireFolder(const InMemoryFolderEntry& parent,
                                                             const InMemoryEntryPath& path) {
-    return requireChild(parent, path, Kind::Folder);
+    return requireChild(parent, path.view(), Kind::Folder);
 }
 
 InMemoryFileEntry& fileOf(const InMemoryFolderEntry::Children::value_type& child) {

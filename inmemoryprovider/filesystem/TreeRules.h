@@ -8,6 +8,7 @@
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <memory>
+#include <string_view>
 
 namespace storage::inmemoryprovider {
 
@@ -36,7 +37,7 @@ void requireWritable(const InMemoryEntry& entry);
 /// The position of the file at `path` among the children of `parent`.
 /// @throws EntryNotFoundException  naming `path`, also when a folder is there
 InMemoryFolderEntry::Children::const_iterator requireFile(const InMemoryFolderEntry& parent,
-                                                          const InMemoryEntryPath& path);
+                                                          std::u16string_view path);
 
 /// The position of the folder at `path` among the children of `parent`.
 /// @throws EntryNotFoundException  naming `path`, also when a file is there
