@@ -1,8 +1,11 @@
 #pragma once
 
 #include "inmemoryprovider/filesystem/MapNode.h"
+#include "inmemoryprovider/filesystem/PowerOfTwo.h"
+#include "inmemoryprovider/filesystem/Processors.h"
 #include "inmemoryprovider/filesystem/SpinWait.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -23,13 +26,13 @@ namespace storage::inmemoryprovider {
 /// of new readers cannot starve it. It spins briefly, then sets a bit in the counter and sleeps. Only if that
 /// bit is set does the last reader make a system call.
 ///
-/// All atomics are sequentially consistent. A reader increments a counter and then loads `published_`; the
-/// writer stores `published_` and then loads the counters. Each side's store must be ordered before its own
-/// load.
 /// The counters are striped by processor: readers on different processors write different cache lines, so
 /// they do not slow each other down. The writer waits for each stripe in turn. A reader that is migrated to
 /// another processor decrements the counter that it has incremented.
 ///
+/// All atomics are sequentially consistent. A reader increments a counter and then loads `published_`; the
+/// writer stores `published_` and then loads the counters. Each side's store must be ordered before its own
+/// load.
 ///
 /// Invariant: between changes both copies are equal.
 ///
@@ -51,7 +54,10 @@ public:
         std::array<typename OrderedMap::node_type, 2> nodes_;
     };
 
-    LeftRightMap() = default;
+    /// @param processorEnd  readers are expected on processors with numbers below this; others share their
+    ///                      stripes
+    explicit LeftRightMap(std::size_t processorEnd = processorNumberEnd()) noexcept
+        : lastStripe_(ceilPowerOfTwo(std::min(processorEnd, maxStripes)) - 1) {}
     LeftRightMap(const LeftRightMap&) = delete;
     LeftRightMap& operator=(const LeftRightMap&) = delete;
     ~LeftRightMap() = default;
@@ -124,17 +130,23 @@ private:
     /// Set in a counter while the writer sleeps until the other bits are 0.
     static constexpr std::uint32_t writerSleeps = std::uint32_t{1} << 31U;
 
-    struct alignas(cacheLine) ReaderCount {
-        /// Incremented before the reader loads `published_`. The writer loads it after it has stored
-        /// `published_`. So either the writer sees the reader, or the reader sees the new copy. Decremented
-        /// after the reader's last access.
-        mutable std::atomic<std::uint32_t> value{0};
+    static constexpr std::size_t maxStripes = 64;
+
+    /// Incremented before the reader loads `published_`. The writer loads it after it has stored
+    /// `published_`. So either the writer sees the reader, or the reader sees the new copy. Decremented after
+    /// the reader's last access.
+    using ReaderCount = std::atomic<std::uint32_t>;
+
+    /// Two counters, of which new readers use the one selected by `turn_`.
+    struct alignas(cacheLine) Stripe {
+        mutable std::array<ReaderCount, 2> counts{};
     };
 
     /// Counts a reader during the object's lifetime.
     class Reading {
     public:
-        explicit Reading(const LeftRightMap& map) noexcept : count_(map.readers_[map.turn_.load()].value) {
+        explicit Reading(const LeftRightMap& map) noexcept
+            : count_(map.stripes_[currentProcessor() & map.lastStripe_].counts[map.turn_.load()]) {
             count_.fetch_add(1);
         }
         Reading(const Reading&) = delete;
@@ -146,7 +158,7 @@ private:
         }
 
     private:
-        std::atomic<std::uint32_t>& count_;
+        ReaderCount& count_;
     };
 
     template <class LookUpKey>
@@ -169,24 +181,30 @@ private:
     /// publication. While the writer waits for one counter of a stripe, new readers use the other.
     void waitForReadersOfOldCopy() noexcept {
         const std::size_t old = turn_.load();
-        waitUntilZero(readers_[1 - old]);
+        waitForEachStripe(1 - old);
         turn_.store(1 - old);
-        waitUntilZero(readers_[old]);
+        waitForEachStripe(old);
     }
 
-    static void waitUntilZero(const ReaderCount& readers) noexcept {
+    void waitForEachStripe(std::size_t turn) const noexcept {
+        for (std::size_t stripe = 0; stripe <= lastStripe_; ++stripe) {
+            waitUntilZero(stripes_[stripe].counts[turn]);
+        }
+    }
+
+    static void waitUntilZero(ReaderCount& readers) noexcept {
         for (int spin = 0; spin < spinLimit; ++spin) {
-            if (readers.value.load() == 0) {
+            if (readers.load() == 0) {
                 return;
             }
             spinHint();
         }
-        std::uint32_t seen = readers.value.fetch_or(writerSleeps) | writerSleeps;
+        std::uint32_t seen = readers.fetch_or(writerSleeps) | writerSleeps;
         while (seen != writerSleeps) {
-            waitWhileEqual(readers.value, seen);
-            seen = readers.value.load();
+            waitWhileEqual(readers, seen);
+            seen = readers.load();
         }
-        readers.value.fetch_and(~writerSleeps);
+        readers.fetch_and(~writerSleeps);
     }
 
     std::array<Map, 2> copies_;
@@ -195,7 +213,9 @@ private:
     /// The counter of each stripe that new readers use. A reader may use an outdated value, so the writer
     /// waits for both counters.
     std::atomic<std::size_t> turn_{0};
-    std::array<ReaderCount, 2> readers_;
+    /// The number of the last stripe in use; all bits below its highest bit are set.
+    const std::size_t lastStripe_;
+    std::array<Stripe, maxStripes> stripes_;
 };
 
 } // namespace storage::inmemoryprovider

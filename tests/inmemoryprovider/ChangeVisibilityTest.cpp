@@ -109,7 +109,7 @@ private:
 };
 
 /// A file system in which a thread makes a change that is stopped midway or waits for a folder in use.
-class HeldChange : public testing::Test {
+class HeldChangeTest : public testing::Test {
 protected:
     static InMemoryEntryPath path(const Path& text) { return InMemoryEntryPath(text); }
 
@@ -277,7 +277,7 @@ const std::vector<HeldUp> changesInUsedFolders{
      [](auto& storage) { storage.moveFolderEntry(at(u"/a"), at(u"/d/a"), replace); }, u"/d/a/s/f", u"/a"},
 };
 
-class ChangeInUsedFolder : public HeldChange, public testing::WithParamInterface<HeldUp> {
+class ChangeInUsedFolderTest : public HeldChangeTest, public testing::WithParamInterface<HeldUp> {
 protected:
     void expectBefore() {
         EXPECT_FALSE(isAt(GetParam().created));
@@ -333,7 +333,7 @@ constexpr int slowdown = 10; // each round takes far longer
 constexpr int slowdown = 1;
 #endif
 
-class ChangeRace : public testing::Test {
+class ChangeRaceTest : public testing::Test {
 protected:
     /// Runs `change` `times` times, and `look` until the changes have ended. `look` returns the number of its
     /// violations.
@@ -466,14 +466,14 @@ TEST_F(ChangeRaceTest, ShowsANewFolderToExistenceTestsAndListingsAtOnce) {
 TEST_F(ChangeRaceTest, StampsAFolderTogetherWithANewFile) {
     const StorageIRI folder(u"/d");
     const StorageIRI file(u"/d/f");
-    const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));
+    const boost::posix_time::ptime pastTime(boost::gregorian::date(2001, 2, 3));
     provider.doCreateFolder(folder);
     std::atomic<int> rounds = 0;
     run(
         2000,
         [&] {
             ++rounds;
-            provider.doSetLastModified(folder, longAgo);
+            provider.doSetLastModified(folder, pastTime);
             ++rounds;
             provider.doCreateFile(file);
             provider.doRemoveFile(file);
@@ -482,7 +482,7 @@ TEST_F(ChangeRaceTest, StampsAFolderTogetherWithANewFile) {
             const int before = rounds;
             const bool seen = provider.doFileExists(file);
             const auto time = provider.doGetFolderAttributes(folder).getLastModified();
-            return seen && time == longAgo && rounds == before ? 1 : 0;
+            return seen && time == pastTime && rounds == before ? 1 : 0;
         });
 }
 

@@ -15,8 +15,8 @@ namespace {
 
 using namespace provider;
 
-const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3),
-                                       boost::posix_time::microseconds(4));
+const boost::posix_time::ptime pastTime(boost::gregorian::date(2001, 2, 3),
+                                        boost::posix_time::microseconds(4));
 
 /// Checks that `call` throws exactly the host's exception with this code and location.
 template <class Call>
@@ -88,7 +88,7 @@ TEST_F(InMemoryProviderTest, RecognizesTheRootByMissingParentOrSingleSeparator) 
         EXPECT_FALSE(provider->doFolderExists(other));
         EXPECT_FALSE(provider->doFileExists(other));
         EXPECT_TRUE(fails(ErrorCode::NotFound, other, [&] { provider->doGetFolderAttributes(other); }));
-        EXPECT_TRUE(fails(ErrorCode::NotFound, other, [&] { provider->doSetLastModified(other, longAgo); }));
+        EXPECT_TRUE(fails(ErrorCode::NotFound, other, [&] { provider->doSetLastModified(other, pastTime); }));
     }
 }
 
@@ -147,20 +147,20 @@ TEST_F(InMemoryProviderTest, ReportsFailedRemovals) {
 
 TEST_F(InMemoryProviderTest, DescribesFiles) {
     write(u"/f", "12345");
-    provider->doSetLastModified(at(u"/f"), longAgo);
+    provider->doSetLastModified(at(u"/f"), pastTime);
     const auto attributes = provider->doGetFileAttributes(at(u"/f"));
     EXPECT_EQ(attributes.getSize(), 5U);
-    EXPECT_EQ(attributes.getLastModified(), longAgo);
+    EXPECT_EQ(attributes.getLastModified(), pastTime);
     EXPECT_TRUE(attributes.isWritable());
 }
 
 TEST_F(InMemoryProviderTest, ReturnsAttributesOfFoldersAndTheRoot) {
     provider->doCreateFolder(at(u"/a"));
     for (const auto* path : {u"/a", u"/"}) {
-        provider->doSetLastModified(at(path), longAgo);
+        provider->doSetLastModified(at(path), pastTime);
         provider->doSetWritable(at(path), false);
         const auto attributes = provider->doGetFolderAttributes(at(path));
-        EXPECT_EQ(attributes.getLastModified(), longAgo);
+        EXPECT_EQ(attributes.getLastModified(), pastTime);
         EXPECT_FALSE(attributes.isWritable());
     }
 }
@@ -180,8 +180,8 @@ TEST_F(InMemoryProviderTest, SetsTimeAndFlagOfAReadOnlyEntry) {
     provider->doCreateFile(at(u"/f"));
     provider->doSetWritable(at(u"/f"), false);
     EXPECT_FALSE(provider->doGetFileAttributes(at(u"/f")).isWritable());
-    provider->doSetLastModified(at(u"/f"), longAgo);
-    EXPECT_EQ(provider->doGetFileAttributes(at(u"/f")).getLastModified(), longAgo);
+    provider->doSetLastModified(at(u"/f"), pastTime);
+    EXPECT_EQ(provider->doGetFileAttributes(at(u"/f")).getLastModified(), pastTime);
     provider->doSetWritable(at(u"/f"), true);
     EXPECT_TRUE(provider->doGetFileAttributes(at(u"/f")).isWritable());
 }
@@ -189,7 +189,7 @@ TEST_F(InMemoryProviderTest, SetsTimeAndFlagOfAReadOnlyEntry) {
 TEST_F(InMemoryProviderTest, ReportsFailedSetters) {
     for (const auto* path : {u"/x", u"/x/y"}) {
         EXPECT_TRUE(
-            fails(ErrorCode::NotFound, at(path), [&] { provider->doSetLastModified(at(path), longAgo); }));
+            fails(ErrorCode::NotFound, at(path), [&] { provider->doSetLastModified(at(path), pastTime); }));
         EXPECT_TRUE(fails(ErrorCode::NotFound, at(path), [&] { provider->doSetWritable(at(path), false); }));
     }
 }
@@ -205,9 +205,9 @@ TEST_F(InMemoryProviderTest, SetsTheWritableFlagByTheGivenPath) {
 TEST_F(InMemoryProviderTest, SetsTheTimeByTheResolvedPath) {
     provider->doCreateFile(at(u"/given"));
     provider->doCreateFile(at(u"/resolved"));
-    provider->doSetLastModified(StorageIRI(u"/resolved", u"/given", true), longAgo);
-    EXPECT_NE(provider->doGetFileAttributes(at(u"/given")).getLastModified(), longAgo);
-    EXPECT_EQ(provider->doGetFileAttributes(at(u"/resolved")).getLastModified(), longAgo);
+    provider->doSetLastModified(StorageIRI(u"/resolved", u"/given", true), pastTime);
+    EXPECT_NE(provider->doGetFileAttributes(at(u"/given")).getLastModified(), pastTime);
+    EXPECT_EQ(provider->doGetFileAttributes(at(u"/resolved")).getLastModified(), pastTime);
 }
 
 TEST_F(InMemoryProviderTest, SetsTheWritableFlagOfTheRootByALocationWithoutParent) {

@@ -36,11 +36,11 @@ TEST(InternalExceptionsTest, ConvertBetweenUtf8AndUtf16) {
 }
 
 template <class Concrete>
-class EachInternalException : public testing::Test {};
+class EachInternalExceptionTest : public testing::Test {};
 
 using Classes =
     testing::Types<EntryNotFoundException, EntryExistsException, ReadOnlyException, FolderNotEmptyException>;
-TYPED_TEST_SUITE(EachInternalException, Classes);
+TYPED_TEST_SUITE(EachInternalExceptionTest, Classes);
 
 TYPED_TEST(EachInternalExceptionTest, IsClonedWithItsType) {
     const TypeParam original(path);

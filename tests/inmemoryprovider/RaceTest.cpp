@@ -37,7 +37,7 @@ StorageIRI at(const Path& path) {
 
 /// Runs concurrent calls repeatedly, each round on a new provider. The results and the final state must be
 /// those of some sequential order of the calls.
-class Race : public testing::Test {
+class RaceTest : public testing::Test {
 protected:
     using Call = std::function<void(const IProvider&)>;
 

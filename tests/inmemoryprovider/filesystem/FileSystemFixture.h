@@ -68,11 +68,11 @@ protected:
     /// Sets old times on entries, so that a new stamp is visible.
     void age(const std::vector<std::u16string>& texts) {
         for (const auto& text : texts) {
-            node(text)->setLastModifiedTime(longAgo);
+            node(text)->setLastModifiedTime(pastTime);
         }
     }
 
-    const boost::posix_time::ptime longAgo{boost::gregorian::date(2001, 2, 3)};
+    const boost::posix_time::ptime pastTime{boost::gregorian::date(2001, 2, 3)};
     InMemoryFileSystem fileSystem;
 };
 

@@ -1,5 +1,7 @@
 #include "inmemoryprovider/filesystem/LeftRightMap.h"
 
+#include "tests/support/Processors.h"
+
 #include <gtest/gtest.h>
 
 #include <pthread.h>
@@ -193,15 +195,16 @@ TEST(LeftRightMap, AWriterSleepsUntilTheLastReaderOnAnyProcessorHasEnded) {
         std::atomic<int> inside = 0;
         std::array<std::atomic<bool>, 2> leave{};
         std::atomic<bool> written = false;
-        const auto read = [&](std::atomic<bool>& mayLeave) {
+        const auto read = [&](int processor, std::atomic<bool>& mayLeave) {
+            tests::runOn(processor); // if there is only one, both readers use it
             const std::function<void()> hold = [&] {
                 ++inside;
                 mayLeave.wait(false);
             };
             EXPECT_NE(map.find(HeldKey{1, &hold}), nullptr);
         };
-        std::thread first([&] { read(leave[0]); });
-        std::thread second([&] { read(leave[1]); });
+        std::thread first([&] { read(0, leave[0]); });
+        std::thread second([&] { read(1, leave[1]); });
         while (inside < 2) {
             std::this_thread::yield();
         }

@@ -1,5 +1,6 @@
 /* The steps of LeftRightMap's readers and its writer, and of a look-up in it that also locks a folder's
- * mutex.
+ * mutex. The readers' counters are striped: a reader may use any stripe for each look-up, because its thread
+ * may run on any processor.
  *
  * Safety: no reader reads a copy that is being changed; both copies are equal between two changes; a sleeping
  * writer is woken. Progress: the writer makes progress with any number of readers, and does not spin
@@ -11,19 +12,21 @@
  */
 
 #define READERS 2
+#define STRIPES 2
 #define WAITING 4 /* a bit above every possible number of readers */
 
 bit published;   /* the copy that readers use */
-bit turn;        /* the counter that readers use */
-byte count[2];   /* the number of readers, and the bit WAITING */
-bool asleep[2];  /* whether the writer sleeps until the counter changes */
+bit turn;        /* the counter of a stripe that readers use */
+byte count[2 * STRIPES];  /* the number of readers, and the bit WAITING */
+bool asleep[2 * STRIPES]; /* whether the writer sleeps until the counter changes */
+
+#define counter(stripe, t) ((stripe) * 2 + (t))
 
 /* State for the assertions only. */
 bit version[2];          /* of each copy; a change flips it */
 bool changing[2];        /* whether a copy is being changed */
 byte reading[2];         /* how many readers read a copy */
-bool announced[2];       /* whether the writer has set its bit in the counter */
-bool locked = true;      /* a folder's mutex */
+bool announced[2 * STRIPES]; /* whether the writer has set its bit in the counter */
 byte spins;              /* how often the writer has read a counter that did not change */
 
 inline enter(c) { d_step { count[c] = count[c] + 1; spins = 0 } }
@@ -32,43 +35,41 @@ inline leave(c) {
 }
 inline wake(c) { if :: old == (WAITING | 1) -> asleep[c] = false :: else fi }
 inline lookUp(copy) {
-    d_step { reading[copy]++; assert(!changing[copy]); isRead = !locked }
-    reading[copy]--
+    d_step { reading[copy]++; assert(!changing[copy]) }
+    atomic {
+        reading[copy]--;
+        if :: isRead = true :: isRead = false fi /* another thread may hold the folder's mutex */
+    }
 }
 
-/* A thread with other work in the folder. It may hold the mutex forever. */
-active proctype Holder() {
-    if
-    :: locked = false
-    :: true
-    fi
-}
-
+/* The other thread may hold the mutex forever. */
 inline readIfInUse() {
     if
-    :: isRead
-    :: else ->
+    :: isRead = true
+    :: !isRead ->
 end_wait:
-        d_step { !locked -> isRead = true }
+        false
     fi
 }
 
 active [READERS] proctype Reader() {
-    bit t;
+    byte c;
     bit p;
     bool isRead;
     byte old;
 end:
     do
     :: break
-    ::  t = turn;                               /* step: read the turn */
-        enter(t);                               /* step: increment the counter */
+    ::  atomic { if :: c = counter(0, turn) :: c = counter(1, turn) fi } /* step: read the turn */
+        enter(c);                               /* step: increment the counter */
         p = published;                          /* step: read which copy is published */
         lookUp(p);
-        leave(t);                               /* step: decrement the counter; before: wait for a folder in use */
-        wake(t);                                /* step: wake the writer; before: wait for a folder in use */
-        readIfInUse();                          /* step: wait for a folder in use */
-        d_step { assert(isRead); t = 0; p = 0; old = 0; isRead = false }
+        leave(c);                               /* step: decrement the counter; before: wait for a folder in use */
+        atomic {
+            wake(c);                            /* step: wake the writer; before: wait for a folder in use */
+            readIfInUse();                      /* step: wait for a folder in use */
+            assert(isRead); c = 0; p = 0; old = 0; isRead = false
+        }
     od
 }
 
@@ -83,8 +84,7 @@ inline sleepWhile(c, value) {
 }
 inline reload(c) { d_step { v = count[c]; spins++; assert(spins <= READERS + 1) } }
 inline withdraw(c) { count[c] = count[c] & (WAITING - 1) }
-inline waitForReaders(c) {
-    spins = 0;
+inline waitUntilZero(c) {
     if
     :: count[c] == 0 /* the writer sees it while it spins */
     :: true ->
@@ -97,25 +97,24 @@ inline waitForReaders(c) {
         od;
         atomic {
             withdraw(c);                        /* step: withdraw the announcement */
-            announced[c] = false; v = 0
+            announced[c] = false; v = 0; spins = 0
         }
     fi
 }
 
 active proctype Writer() {
-    bit oldCopy;
-    bit oldTurn;
+    bit oldCopy = published;
     byte v;
     do
-    ::  oldCopy = published;
-        change(1 - oldCopy);                    /* step: change the unpublished copy */
+    ::  change(1 - oldCopy);                    /* step: change the unpublished copy */
         published = 1 - oldCopy;                /* step: publish it */
-        oldTurn = turn;
-        waitForReaders(1 - oldTurn);            /* step: wait for readers with an old turn */
-        turn = 1 - oldTurn;                     /* step: direct new readers to the other counter */
-        waitForReaders(oldTurn);                /* step: wait for the readers of this turn */
+        waitUntilZero(counter(0, 1 - turn));    /* step: wait for readers with an old turn */
+        waitUntilZero(counter(1, 1 - turn));    /* step: wait for those in the other stripe */
+        turn = 1 - turn;                        /* step: direct new readers to the other counters */
+        waitUntilZero(counter(0, 1 - turn));    /* step: wait for the readers of this turn */
+        waitUntilZero(counter(1, 1 - turn));    /* step: wait for those of this turn in the other stripe */
         change(oldCopy);                        /* step: change the other copy */
 progress:
-        assert(version[0] == version[1])
+        d_step { assert(version[0] == version[1]); oldCopy = published }
     od
 }
