@@ -31,7 +31,7 @@ void require(const std::string& brokenRule, const std::string& where) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static PrintedCount count("pairs of paths held against the rules");
+    static PrintedCount count("pairs of paths checked");
     ByteReader bytes({data, size});
     const std::size_t firstLength = bytes.byte();
     const std::size_t secondLength = bytes.byte();

@@ -36,16 +36,16 @@ bool explains(const Rounds& rounds) {
 
 int main(int argc, char** argv) {
     using namespace storage::inmemoryprovider::tests;
-    CLI::App app(
-        "Threads call a provider at once; looks for an order of the calls that explains each round.");
+    CLI::App app("Calls a provider from several threads, and searches for a linearization of each round.");
     Rounds rounds{.count = 50'000};
     std::vector<RoundMix> mixes(allMixes.begin(), allMixes.end());
-    app.add_option("--mix", mixes, "What the threads do; all mixes by default")
+    app.add_option("--mix", mixes, "Mix of operations; all mixes by default")
         ->transform(CLI::CheckedTransformer(mixesByName()));
-    app.add_option("--seed", rounds.seed, "What the threads call follows from it")->capture_default_str();
-    app.add_option("--first", rounds.first, "The number of the first round")->capture_default_str();
-    app.add_option("--rounds", rounds.count, "How many rounds of each mix")->capture_default_str();
-    app.add_option("--repetitions", rounds.repetitions, "How often to run each round")->capture_default_str();
+    app.add_option("--seed", rounds.seed, "Seed of the random calls")->capture_default_str();
+    app.add_option("--first", rounds.first, "Number of the first round")->capture_default_str();
+    app.add_option("--rounds", rounds.count, "Number of rounds of each mix")->capture_default_str();
+    app.add_option("--repetitions", rounds.repetitions, "Number of repetitions of each round")
+        ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     bool explained = true;
     for (const RoundMix mix : mixes) {

@@ -13,7 +13,7 @@ constexpr std::size_t roundsPerMix = 500;
 constexpr std::size_t roundsPerMix = 2000;
 #endif
 
-class Linearizability : public testing::TestWithParam<RoundMix> {};
+class LinearizabilityTest : public testing::TestWithParam<RoundMix> {};
 
 TEST_P(LinearizabilityTest, HoldsInEveryRound) {
     const Rounds rounds{.mix = GetParam(), .seed = 1, .first = 0, .count = roundsPerMix};

@@ -28,9 +28,9 @@ Outcome attributes(std::uint64_t size, const boost::posix_time::ptime& time) {
 }
 
 /// A history of a tree that initially contains "/f".
-class OrderOfCalls : public testing::Test {
+class OrderOfCallsTest : public testing::Test {
 protected:
-    OrderOfCalls() {
+    OrderOfCallsTest() {
         history_.preparation = {{.kind = Kind::CreateFile, .path = u"/f"}};
         history_.tree[u"/"] = {.folder = true, .bytes = {}, .lastModified = stamped, .writable = true};
         leave(u"/f");

@@ -157,7 +157,8 @@ std::vector<Operation> queries() {
                   [](auto& p, auto& s) { return p.doExistsExtended(*s.newBelowNew); })
             .allocating(Never),
         operation("getExtendedAttributesOfAFile", {&Shape::file},
-                  [](auto& p, auto& s) { return p.doGetExtendedAttributes(*s.file); }),
+                  [](auto& p, auto& s) { return p.doGetExtendedAttributes(*s.file); })
+            .allocating(Never),
         operation("getExtendedAttributesOfAFolder", {&Shape::folder},
                   [](auto& p, auto& s) { return p.doGetExtendedAttributes(*s.folder); }),
         operation("getCanonicalLocation", {&Shape::file},

@@ -41,7 +41,7 @@ std::vector<Case> casesOf(const std::vector<std::vector<Operation>>& tables) {
     return cases;
 }
 
-class RefusedWhenOutOfMemory : public testing::TestWithParam<Case> {};
+class RefusedOutOfMemoryTest : public testing::TestWithParam<Case> {};
 
 TEST_P(RefusedOutOfMemoryTest, StaysRefused) {
     sweepRefused(*GetParam().shape, GetParam().operation);
@@ -50,7 +50,7 @@ TEST_P(RefusedOutOfMemoryTest, StaysRefused) {
 INSTANTIATE_TEST_SUITE_P(MemoryExhaustion, RefusedOutOfMemoryTest,
                          testing::ValuesIn(casesOf({refusedOperations(), refusedHostOperations()})), nameOf);
 
-class WhenOutOfMemory : public testing::TestWithParam<Case> {};
+class OutOfMemoryTest : public testing::TestWithParam<Case> {};
 
 TEST_P(OutOfMemoryTest, FailsOneAllocation) {
     sweep(*GetParam().shape, GetParam().operation, FailingAllocation::Extent::Once);

@@ -38,6 +38,7 @@ struct Operation {
         Always,
         ForLongPaths, ///< otherwise unspecified
         ForLongNames, ///< otherwise unspecified
+        InLargeTrees, ///< at most there, for indexes
         Never,
     };
 

@@ -24,7 +24,8 @@ std::vector<Operation> changes() {
             .allocating(Always),
         operation("createFolder", {&Shape::newEntry}, [](auto& p, auto& s) { p.doCreateFolder(*s.newEntry); })
             .allocating(Always),
-        operation("removeFile", {&Shape::file}, [](auto& p, auto& s) { p.doRemoveFile(*s.file); }),
+        operation("removeFile", {&Shape::file}, [](auto& p, auto& s) { p.doRemoveFile(*s.file); })
+            .allocating(InLargeTrees),
         operation("removeFolder", {&Shape::emptyFolder},
                   [](auto& p, auto& s) { p.doRemoveFolder(*s.emptyFolder); }),
         operation("setLastModifiedOfAFile", {&Shape::file},
@@ -110,7 +111,8 @@ std::vector<Operation> queries() {
         operation("folderExistsForTheRoot", {}, [](auto& p, auto&) { return p.doFolderExists(root); })
             .allocating(Never),
         operation("getFileAttributes", {&Shape::file},
-                  [](auto& p, auto& s) { return p.doGetFileAttributes(*s.file); }),
+                  [](auto& p, auto& s) { return p.doGetFileAttributes(*s.file); })
+            .allocating(Never),
         operation("getFolderAttributes", {&Shape::folder},
                   [](auto& p, auto& s) { return p.doGetFolderAttributes(*s.folder); }),
         operation("getFolderAttributesOfTheRoot", {},

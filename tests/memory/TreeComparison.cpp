@@ -32,7 +32,7 @@ bool differs(const EntrySnapshot& left, const EntrySnapshot& right, Times times)
         }
         break;
     case Times::Stamps:
-        if ((left.lastModified == longAgo) == (right.lastModified == longAgo)) {
+        if ((left.lastModified == pastTime) == (right.lastModified == pastTime)) {
             compared.lastModified = right.lastModified;
         }
         break;

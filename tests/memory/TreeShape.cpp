@@ -10,7 +10,7 @@ namespace storage::tests {
 using provider::IProvider;
 using provider::StorageIRI;
 
-const boost::posix_time::ptime longAgo(boost::gregorian::date(2001, 2, 3));
+const boost::posix_time::ptime pastTime(boost::gregorian::date(2001, 2, 3));
 
 namespace {
 
@@ -252,11 +252,11 @@ std::shared_ptr<IProvider> build(const TreeShape& shape) {
 }
 
 void age(const IProvider& provider, const TreeShape& shape) {
-    provider.doSetLastModified(StorageIRI(u"/"), longAgo);
+    provider.doSetLastModified(StorageIRI(u"/"), pastTime);
     for (const EntryShape& entry : shape.entries) {
         const StorageIRI iri(entry.path);
         if (provider.doExists(iri)) {
-            provider.doSetLastModified(iri, longAgo);
+            provider.doSetLastModified(iri, pastTime);
         }
     }
 }

@@ -67,7 +67,7 @@ const std::vector<TreeShape>& treeShapes();
 std::shared_ptr<provider::IProvider> build(const TreeShape& shape);
 
 /// The time that `age` sets. The clock never returns it, so a stamp is visible.
-extern const boost::posix_time::ptime longAgo;
+extern const boost::posix_time::ptime pastTime;
 
 /// Sets the last-modified time of every existing entry to `pastTime`.
 void age(const provider::IProvider& provider, const TreeShape& shape);

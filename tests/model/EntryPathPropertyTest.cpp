@@ -50,18 +50,18 @@ TEST(EntryPathPropertiesTest, OrderAndAppendEveryPairOfShortTexts) {
     }
 }
 
-RC_GTEST_PROP(EntryPathProperties, AnyTextFollowsTheRules, ()) {
+RC_GTEST_PROP(EntryPathPropertiesTest, HoldForAnyText, ()) {
     RC_ASSERT(ruleBrokenBy(anyText()) == "");
 }
 
-RC_GTEST_PROP(EntryPathProperties, AnyTwoTextsAreOrderedAndAppendedByTheRules, ()) {
+RC_GTEST_PROP(EntryPathPropertiesTest, OrderAndAppendAnyTwoTexts, ()) {
     const auto left = anyText();
     const auto right = anyText();
     RC_ASSERT(ruleBrokenBy(left, right) == "");
     RC_ASSERT(ruleBrokenBy(right, left) == "");
 }
 
-RC_GTEST_PROP(EntryPathProperties, AnyTextCanBeAppendedRepeatedly, ()) {
+RC_GTEST_PROP(EntryPathPropertiesTest, AppendAnyTextRepeatedly, ()) {
     InMemoryEntryPath path(anyText());
     std::u16string expected = path.string();
     for (int i = 0; i < 3; ++i) {

@@ -120,9 +120,9 @@ std::optional<std::string> LockstepRun::run(const std::vector<Operation>& operat
     } catch (const Mismatch& mismatch) {
         problem = mismatch.what;
     } catch (const std::exception& error) {
-        problem = std::string("an exception that hosts do not expect: ") + error.what();
+        problem = std::string("unexpected exception: ") + error.what();
     } catch (...) {
-        problem = "an exception that hosts do not expect, of a type of its own";
+        problem = "unexpected exception of an unknown type";
     }
     for (const auto& line : transcript_) {
         problem += "\n  " + line;
@@ -279,7 +279,7 @@ void LockstepRun::onMove(const Operation& operation, const StorageIRI& source,
         return;
     }
     if (below > 2) {
-        note(operation.kind, "took more than two entries along");
+        note(operation.kind, "moved more than two entries");
     }
     if (targetThere) {
         note(operation.kind, targetOpen ? "replaced a file that was open" : "replaced its target");
@@ -292,7 +292,7 @@ void LockstepRun::noteHalfDone(OperationKind kind, const std::vector<std::u16str
     if (!std::includes(before.begin(), before.end(), after.begin(), after.end())) {
         note(kind, "stopped midway, " + number(code));
     } else if (after != before) {
-        note(kind, "failed when its target was gone, " + number(code));
+        note(kind, "failed after removing its target, " + number(code));
     }
 }
 
@@ -339,7 +339,7 @@ void LockstepRun::onStream(const Operation& operation) {
     OpenStream& stream = streams_[slot];
     transcript_.push_back(text(operation) + " on #" + std::to_string(slot));
     if (!holdsBytes(model_, stream.model.bytes())) {
-        note(operation.kind, "the file had left the tree");
+        note(operation.kind, "the file had been removed");
     }
     if (stream.model.isPastEnd()) {
         note(operation.kind, "from a position past the end");
@@ -400,7 +400,7 @@ void LockstepRun::onListing(const Operation& operation) {
     if (operation.kind == OperationKind::ListingStep) {
         stepListing(listing);
     } else if (operation.kind == OperationKind::ListingClone) {
-        note(operation.kind, listing.next == 0 ? "before the first entry" : "behind some entries");
+        note(operation.kind, listing.next == 0 ? "before the first entry" : "after some entries");
         OpenListing copy{listing.real->clone(), listing.expected, listing.next, listing.folder, listing.kind};
         if (listings_.size() == mostOpen) {
             listings_.erase(listings_.begin());
@@ -439,7 +439,7 @@ auto LockstepRun::ending(OperationKind kind, const Result<Value>& expected, cons
     const std::string seen = thrown ? number(thrown->getErrorCode()) : "ok";
     const std::string wanted = failure != nullptr ? number(failure->code) : "ok";
     if (seen != wanted) {
-        throw Mismatch{"the provider says " + seen + ", the model " + wanted};
+        throw Mismatch{"the provider returns " + seen + ", the model " + wanted};
     }
     if (thrown) {
         const auto& named = failure->names == Failure::Names::Source ? source : destination;
@@ -480,7 +480,7 @@ void LockstepRun::compareFolder(const StorageIRI& iri, const ModelEntry& folder,
         iterator->step();
         require(iterator->getEntry() == entry, "the listing differs");
     }
-    require(!iterator->hasNext(), "the listing goes on too long");
+    require(!iterator->hasNext(), "the listing has too many entries");
 }
 
 void LockstepRun::compareFile(const StorageIRI& iri, const ModelEntry& file) {
@@ -510,7 +510,7 @@ void LockstepRun::compareExistence() {
         const bool folder = there && entry->second.isFolder();
         if (provider_->doFileExists(iri) != (there && !folder) || provider_->doFolderExists(iri) != folder ||
             canBeListed(iri) != folder) {
-            throw Mismatch{"there is something else, or nothing, at " + shown(path)};
+            throw Mismatch{"another kind of entry, or none, at " + shown(path)};
         }
     }
 }

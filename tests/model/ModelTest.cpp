@@ -31,19 +31,19 @@ void agreesOn(Mix mix) {
     }
 }
 
-RC_GTEST_PROP(ProviderAndModel, AgreeOnEverydaySequences, ()) {
+RC_GTEST_PROP(ProviderAndModelTest, AgreeOnEverydaySequences, ()) {
     agreesOn(Mix::Everyday);
 }
 
-RC_GTEST_PROP(ProviderAndModel, AgreeOnSequencesRichInMoves, ()) {
+RC_GTEST_PROP(ProviderAndModelTest, AgreeOnSequencesRichInMoves, ()) {
     agreesOn(Mix::Moves);
 }
 
-RC_GTEST_PROP(ProviderAndModel, AgreeOnSequencesRichInReadingAndWriting, ()) {
+RC_GTEST_PROP(ProviderAndModelTest, AgreeOnSequencesRichInReadingAndWriting, ()) {
     agreesOn(Mix::Content);
 }
 
-RC_GTEST_PROP(ProviderAndModel, AgreeOnSequencesRichInWeirdPaths, ()) {
+RC_GTEST_PROP(ProviderAndModelTest, AgreeOnSequencesRichInUnusualPaths, ()) {
     agreesOn(Mix::WeirdPaths);
 }
 
@@ -65,22 +65,22 @@ constexpr auto deepEndings = std::to_array<DeepEnding>({
     {"doMoveFile", "code 3"},
     {"doMoveFile", "replaced its target"},
     {"doMoveFile", "replaced a file that was open"},
-    {"doMoveFile", "failed when its target was gone, code 2"},
-    {"doMoveFile", "failed when its target was gone, code 4"},
+    {"doMoveFile", "failed after removing its target, code 2"},
+    {"doMoveFile", "failed after removing its target, code 4"},
     {"doMoveFolder", "code 2"},
     {"doMoveFolder", "code 3"},
     {"doMoveFolder", "replaced its target"},
-    {"doMoveFolder", "took more than two entries along"},
-    {"doMoveFolder", "failed when its target was gone, code 2"},
+    {"doMoveFolder", "moved more than two entries"},
+    {"doMoveFolder", "failed after removing its target, code 2"},
     {"doMoveFolder", "stopped midway, code 2"},
     {"doMoveFolder", "stopped midway, code 3"},
     {"doMoveFolder", "stopped midway, code 4"},
-    {"stream read", "the file had left the tree"},
+    {"stream read", "the file had been removed"},
     {"stream read", "from a position past the end"},
-    {"stream write", "the file had left the tree"},
+    {"stream write", "the file had been removed"},
     {"stream write", "from a position past the end"},
     {"listing step", "the folder had changed"},
-    {"listing clone", "behind some entries"},
+    {"listing clone", "after some entries"},
 });
 
 TEST(ProviderAndModelTest, ReachEveryDeepOutcome) {

@@ -19,9 +19,9 @@ constexpr unsigned long leastFiles = addresses / (32 * mebibyte) - 3; // slack f
 class Limit {
 public:
     Limit() {
-        requireThat(::getrlimit(RLIMIT_AS, &before_) == 0, "address space: its limit is not known");
+        requireThat(::getrlimit(RLIMIT_AS, &before_) == 0, "address space: getrlimit fails");
         const rlimit limit{addresses, before_.rlim_max};
-        requireThat(::setrlimit(RLIMIT_AS, &limit) == 0, "address space: it cannot be limited");
+        requireThat(::setrlimit(RLIMIT_AS, &limit) == 0, "address space: setrlimit fails");
     }
     Limit(const Limit&) = delete;
     Limit& operator=(const Limit&) = delete;
@@ -35,8 +35,8 @@ private:
 
 void AddressSpace::run() {
     const unsigned long files = fill();
-    fmt::print("address space: {} files of 17 MiB in 1 GiB of it\n", files);
-    requireThat(files >= leastFiles, "address space: ", files, " files of 17 MiB in place of ", leastFiles);
+    fmt::print("address space: {} files of 17 MiB fit in 1 GiB\n", files);
+    requireThat(files >= leastFiles, "address space: ", files, " files of 17 MiB instead of ", leastFiles);
 }
 
 unsigned long AddressSpace::fill() {

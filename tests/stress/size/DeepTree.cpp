@@ -65,7 +65,7 @@ void DeepTree::create(const std::u16string& top) {
         path += step;
     }
     requireThat(provider_->doFolderExists(folderAt(top, greatDepth)),
-                "deep tree: its deepest folder was not made");
+                "deep tree: the deepest folder is missing");
 }
 
 void DeepTree::move() {
@@ -74,7 +74,7 @@ void DeepTree::move() {
         requireThat(provider_->doFolderExists(folderAt(secondTop, level)), "deep tree: level ", level,
                     " was not moved");
         requireThat(cannotBeListed(*provider_, folderAt(firstTop, level)), "deep tree: level ", level,
-                    " is still at its old place");
+                    " still exists at its old path");
     }
 }
 
@@ -93,13 +93,13 @@ void DeepTree::list() {
                     level, " wrongly");
         expected += step;
     }
-    requireThat(!listing->hasNext(), "deep tree: a recursive listing yields too much");
+    requireThat(!listing->hasNext(), "deep tree: a recursive listing has too many entries");
 }
 
 void DeepTree::remove() {
     provider_->doRemoveFolderRecursively(StorageIRI(secondTop));
     requireThat(!provider_->doListAll(StorageIRI(u"/"))->hasNext(),
-                "deep tree: it is still there after its removal");
+                "deep tree: it still exists after its removal");
 }
 
 void DeepTree::destroy() {
@@ -108,7 +108,7 @@ void DeepTree::destroy() {
     stream->write("deep", 4);
     const std::weak_ptr<IProvider> observer = provider_;
     provider_.reset();
-    requireThat(observer.expired(), "deep tree: the provider lives on");
+    requireThat(observer.expired(), "deep tree: the provider is not destroyed");
     requireThat(stream->seek(0, std::ios_base::end) == 4,
                 "deep tree: a stream lost its bytes with the provider");
 }

@@ -29,7 +29,7 @@ void LargeFile::run() {
     const auto needed = allowedPeak(size_) + 64 * mebibyte;
     const auto available = availableMemory();
     if (available < needed) {
-        fmt::print("large file: skipped, for memory is short: {} MiB need {} MiB and there are {} MiB\n",
+        fmt::print("large file: skipped: {} MiB require {} MiB of memory, {} MiB are available\n",
                    size_ / mebibyte, needed / mebibyte, available / mebibyte);
         return;
     }
@@ -51,8 +51,8 @@ void LargeFile::write() {
     std::vector<char> block(blockSize);
     for (std::int64_t offset = 0; offset < size_; offset += blockSize) {
         written_.fill(block, static_cast<std::uint64_t>(offset));
-        requireThat(stream->write(block.data(), blockSize) == blockSize,
-                    "large file: a block was not written at ", offset);
+        requireThat(stream->write(block.data(), blockSize) == blockSize, "large file: incomplete write at ",
+                    offset);
     }
 }
 
@@ -63,27 +63,25 @@ void LargeFile::overwriteMiddle() {
     overwritten_.fill(part, static_cast<std::uint64_t>(overwrittenFrom_));
     const auto stream = provider_->doOpenStream(file, {});
     requireThat(stream->seek(overwrittenFrom_, std::ios_base::beg) == overwrittenFrom_,
-                "large file: the middle cannot be reached");
+                "large file: seek to the middle fails");
     stream->write(part.data(), static_cast<long>(part.size()));
     requireThat(stream->seek(0, std::ios_base::cur) == overwrittenTo_,
-                "large file: the position is not behind the bytes that were overwritten");
+                "large file: wrong position after overwriting");
 }
 
 void LargeFile::verify() {
     const auto size = provider_->doGetFileAttributes(file).getSize();
-    requireThat(static_cast<std::int64_t>(size) == size_, "large file: its size is ", size, " in place of ",
-                size_);
+    requireThat(static_cast<std::int64_t>(size) == size_, "large file: size ", size, " instead of ", size_);
     const auto stream = provider_->doOpenReadOnlyStream(file);
     std::vector<char> block(blockSize);
     std::vector<char> expected(blockSize);
     for (std::int64_t offset = 0; offset < size_; offset += blockSize) {
-        requireThat(stream->read(block.data(), blockSize) == blockSize, "large file: a block is not read at ",
+        requireThat(stream->read(block.data(), blockSize) == blockSize, "large file: incomplete read at ",
                     offset);
         expectedBlock(expected, offset);
-        requireThat(block == expected, "large file: other bytes than were written are in the block at ",
-                    offset);
+        requireThat(block == expected, "large file: wrong bytes in the block at ", offset);
     }
-    requireThat(stream->read(block.data(), blockSize) == -1, "large file: it goes on behind its end");
+    requireThat(stream->read(block.data(), blockSize) == -1, "large file: a read at the end returns bytes");
 }
 
 void LargeFile::expectedBlock(std::vector<char>& block, std::int64_t offset) const {

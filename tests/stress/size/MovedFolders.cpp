@@ -95,10 +95,10 @@ void MovedFolders::createAll() {
 void MovedFolders::moveAll() {
     provider_->doMoveFolder(StorageIRI(oldTop), StorageIRI(newTop), ReplacementPolicy::RefuseExisting);
     timeOfMove_ = provider_->doGetFolderAttributes(StorageIRI(newTop)).getLastModified();
-    requireThat(timeOfMove_ != timeBefore, "moved folders: the move left the time of the top as it was");
+    requireThat(timeOfMove_ != timeBefore, "moved folders: the move does not stamp the top");
     for (const char16_t* parent : {u"/old", u"/new"}) {
         requireThat(provider_->doGetFolderAttributes(StorageIRI(parent)).getLastModified() == timeOfMove_,
-                    "moved folders: the time of a parent is not that of the move");
+                    "moved folders: wrong time of a parent");
     }
 }
 
@@ -108,14 +108,14 @@ void MovedFolders::expectFoldersMoved() {
         const StorageIRI before(oldTop + path);
         const StorageIRI now(newTop + path);
         requireThat(!provider_->doExists(before) && cannotBeListed(*provider_, before),
-                    "moved folders: still there is ", toReadableUtf8(before.getPath()));
-        requireThat(provider_->doFolderExists(now), "moved folders: missing is ",
-                    toReadableUtf8(now.getPath()));
+                    "moved folders: not removed: ", toReadableUtf8(before.getPath()));
+        requireThat(provider_->doFolderExists(now),
+                    "moved folders: missing: ", toReadableUtf8(now.getPath()));
         const auto attributes = provider_->doGetFolderAttributes(now);
         requireThat(attributes.getLastModified() == timeOfMove_ && attributes.isWritable(),
-                    "moved folders: another time or flag has ", toReadableUtf8(now.getPath()));
+                    "moved folders: wrong time or flag: ", toReadableUtf8(now.getPath()));
         requireThat(countOf(*provider_->doListFolders(now)) == children,
-                    "moved folders: another number of folders is in ", toReadableUtf8(now.getPath()));
+                    "moved folders: wrong number of folders in ", toReadableUtf8(now.getPath()));
     });
 }
 
@@ -123,14 +123,14 @@ void MovedFolders::expectFilesMoved() {
     forEachFile([this](const std::u16string& path, unsigned long branch) {
         const StorageIRI now(newTop + path);
         requireThat(!provider_->doExists(StorageIRI(oldTop + path)) && provider_->doFileExists(now),
-                    "moved folders: not moved is ", toReadableUtf8(now.getPath()));
+                    "moved folders: not moved: ", toReadableUtf8(now.getPath()));
         const auto content = contentOf(branch);
         const auto attributes = provider_->doGetFileAttributes(now);
         requireThat(attributes.getLastModified() == timeOfMove_ && attributes.getSize() == content.size(),
-                    "moved folders: another time or size has ", toReadableUtf8(now.getPath()));
+                    "moved folders: wrong time or size: ", toReadableUtf8(now.getPath()));
         std::string read(content.size(), ' ');
         provider_->doOpenReadOnlyStream(now)->read(read.data(), static_cast<long>(read.size()));
-        requireThat(read == content, "moved folders: other bytes has ", toReadableUtf8(now.getPath()));
+        requireThat(read == content, "moved folders: wrong bytes: ", toReadableUtf8(now.getPath()));
     });
 }
 
@@ -138,7 +138,7 @@ void MovedFolders::expectNothingElse() {
     const auto listing = provider_->doListAllRecursive(StorageIRI(u"/"));
     const auto expected = 2 + folders_ + branches_; // the two parents, the moved folders and files
     const auto found = countOf(*listing);
-    requireThat(found == expected, "moved folders: ", found, " entries are there in place of ", expected);
+    requireThat(found == expected, "moved folders: ", found, " entries instead of ", expected);
 }
 
 } // namespace storage::stress

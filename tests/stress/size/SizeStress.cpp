@@ -57,10 +57,10 @@ void run(const Sizes& sizes) {
 int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // line buffered, so that a crash loses no line
     CLI::App options(
-        "Tries the provider with little address space, many entries, deep trees and large files.");
+        "Stress test of the provider: limited address space, many entries, deep trees, large files.");
     bool isShort = false;
     options.add_flag("--short", isShort,
-                     "100,000 files, 10,000 folders and 130 MiB in place of ten times that and 6 GiB");
+                     "Use 100,000 files, 10,000 folders and 130 MiB instead of ten times as many and 6 GiB");
     CLI11_PARSE(options, argc, argv);
     try {
         storage::stress::run(isShort ? storage::stress::shortForm : storage::stress::longForm);

@@ -35,9 +35,8 @@ void WideFolder::run() {
     removeAll();
     fmt::print("wide folder: {} files and {} folders in one folder, {} operations, {:.1f} s\n", files_,
                entries_ - files_, operations_, watch.seconds());
-    fmt::print(
-        "wide folder: {} bytes of memory per entry, {} more while it stands in a listing and its clone\n",
-        used / static_cast<long>(entries_), (usedWithClone - used) / static_cast<long>(entries_));
+    fmt::print("wide folder: {} bytes of memory per entry, {} more with a listing and its clone\n",
+               used / static_cast<long>(entries_), (usedWithClone - used) / static_cast<long>(entries_));
 }
 
 void WideFolder::createAll() {
@@ -57,7 +56,7 @@ void WideFolder::lookUpAll() {
     for (unsigned long number = 0; number < entries_; ++number) {
         lookUp(number);
     }
-    requireThat(!provider_->doExists(iri(entries_)), "wide folder: an entry was found that was never made");
+    requireThat(!provider_->doExists(iri(entries_)), "wide folder: a missing entry is found");
 }
 
 void WideFolder::lookUp(unsigned long number) {
@@ -65,10 +64,10 @@ void WideFolder::lookUp(unsigned long number) {
     const bool asFile = provider_->doFileExists(location);
     const bool asFolder = provider_->doFolderExists(location);
     requireThat(asFile != isFolder(number) && asFolder == isFolder(number), "wide folder: entry ", number,
-                " is not found as what it is");
+                " is not found as its kind");
     const auto attributes = provider_->doGetExtendedAttributes(location);
     requireThat(attributes.size == 0 && attributes.writable && attributes.lastModified == time(number),
-                "wide folder: entry ", number, " has attributes of another");
+                "wide folder: entry ", number, " has wrong attributes");
     operations_ += 3;
 }
 
@@ -100,10 +99,10 @@ void WideFolder::expectListing(IFolderEntryIterator& listing, unsigned long firs
         const auto entry = listing.getEntry();
         const auto type = isFolder(number) ? FolderEntry::EntryType::Folder : FolderEntry::EntryType::File;
         requireThat(entry.getName() == nameOfNumber(number, nameLength) && entry.getType() == type,
-                    "wide folder: a listing does not yield entry ", number, " in its turn");
+                    "wide folder: wrong entry in a listing instead of entry ", number);
         ++operations_;
     }
-    requireThat(!listing.hasNext(), "wide folder: a listing yields too much");
+    requireThat(!listing.hasNext(), "wide folder: a listing has too many entries");
 }
 
 void WideFolder::removeAll() {
@@ -118,13 +117,13 @@ void WideFolder::removeAll() {
         if (turn == entries_ / 2) {
             const auto left = countOf(*provider_->doListAll(folder));
             requireThat(left == entries_ - turn - 1, "wide folder: ", left,
-                        " entries are left in the middle of removal");
+                        " entries remain half-way through the removal");
         }
     }
     requireThat(!provider_->doListAll(folder)->hasNext(),
-                "wide folder: it is not empty after all was removed");
+                "wide folder: it is not empty after removing all entries");
     provider_->doRemoveFolder(folder);
-    requireThat(!provider_->doListAll(StorageIRI(u"/"))->hasNext(), "wide folder: it is still in the root");
+    requireThat(!provider_->doListAll(StorageIRI(u"/"))->hasNext(), "wide folder: the root still lists it");
 }
 
 bool WideFolder::isFolder(unsigned long number) const {

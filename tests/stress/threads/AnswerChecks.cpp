@@ -67,7 +67,7 @@ void checkEntries(const std::u16string& folder, const ListingShape& shape, const
     for (const FolderEntry& entry : entries) {
         const bool isFile = entry.getType() == FolderEntry::EntryType::File;
         requireThat(shape.kinds != (isFile ? ListingShape::Kinds::Folders : ListingShape::Kinds::Files),
-                    "a listing of one kind has the other: " + shown(entry.getName()));
+                    "a listing of one kind has an entry of the other: " + shown(entry.getName()));
         requireThat(isFile || !isTemporary(entry.getName()), "a temporary file is a folder");
         names.push_back(entry.getName());
     }
@@ -81,7 +81,7 @@ void checkSize(unsigned long long size) {
 void checkTime(const ptime& time) {
     requireThat(!time.is_special(), "an entry has no time");
     requireThat(time == recognisableTime(time.date().year()) || time >= earliestClockTime(),
-                "an entry has a time that nobody gave it");
+                "an entry has a time that was never set");
 }
 
 ptime recognisableTime(unsigned year) {

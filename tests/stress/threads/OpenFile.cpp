@@ -25,7 +25,7 @@ constexpr std::size_t mostRecords = 4;
 
 OpenFile::OpenFile(std::unique_ptr<provider::ByteStream> stream, Access access)
     : stream_(std::move(stream)), access_(access) {
-    requireThat(stream_ != nullptr, "no stream was given");
+    requireThat(stream_ != nullptr, "no stream was returned");
 }
 
 void OpenFile::use(Random& random) {
@@ -43,7 +43,7 @@ void OpenFile::use(Random& random) {
 }
 
 std::uint64_t OpenFile::readThrough() {
-    requireThat(stream_->seek(0, std::ios_base::beg) == std::streampos(0), "the beginning cannot be sought");
+    requireThat(stream_->seek(0, std::ios_base::beg) == std::streampos(0), "seek to the beginning fails");
     std::uint64_t total = 0;
     while (const std::uint64_t count = readSome()) {
         total += count;
@@ -58,10 +58,10 @@ std::uint64_t OpenFile::readSome() {
         return 0;
     }
     requireThat(count > 0 && count <= static_cast<long>(sizeof records) && count % Record::size == 0,
-                "a read gave " + std::to_string(count) + " bytes");
+                "a read returned " + std::to_string(count) + " bytes");
     const auto end = records.begin() + count / Record::size;
     requireThat(std::all_of(records.begin(), end, [](const Record& record) { return record.isWhole(); }),
-                "a read saw a torn record");
+                "a read returned a torn record");
     return static_cast<std::uint64_t>(count);
 }
 
@@ -71,9 +71,9 @@ void OpenFile::seekSomewhere(Random& random) {
     const auto records = static_cast<long>(pick(random, 9)) - 4;
     const auto position = std::streamoff(stream_->seek(records * Record::size, direction));
     requireThat(position == -1 || (position >= 0 && position % Record::size == 0),
-                "a seek went to " + std::to_string(position));
+                "a seek moved to " + std::to_string(position));
     requireThat(position == -1 || direction != std::ios_base::beg || position == records * Record::size,
-                "a seek went elsewhere");
+                "a seek moved to a wrong position");
 }
 
 void OpenFile::writeSome(Random& random) {
@@ -89,7 +89,7 @@ void OpenFile::writeSome(Random& random) {
     std::array<Record, mostRecords> records;
     records.fill(Record(random()));
     const long count = static_cast<long>(1 + pick(random, mostRecords)) * Record::size;
-    requireThat(stream_->write(records.front().bytes(), count) == count, "a write was not complete");
+    requireThat(stream_->write(records.front().bytes(), count) == count, "incomplete write");
     stream_->flush();
 }
 

@@ -13,7 +13,7 @@ using provider::IFolderEntryIterator;
 OpenListing::OpenListing(std::unique_ptr<IFolderEntryIterator> iterator, const std::u16string& folder,
                          const ListingShape& shape)
     : iterator_(std::move(iterator)) {
-    requireThat(iterator_ != nullptr, "no listing was given");
+    requireThat(iterator_ != nullptr, "no listing was returned");
     for (const auto reader = iterator_->clone(); reader->hasNext();) {
         reader->step();
         left_.push_back(reader->getEntry());
@@ -27,7 +27,7 @@ OpenListing::OpenListing(std::unique_ptr<IFolderEntryIterator> iterator, Entries
 
 void OpenListing::step() {
     iterator_->step();
-    requireThat(!left_.empty() && iterator_->getEntry() == left_.back(), "a listing is no snapshot");
+    requireThat(!left_.empty() && iterator_->getEntry() == left_.back(), "a listing is not a snapshot");
     left_.pop_back();
     requireThat(iterator_->hasNext() == !left_.empty(), "a listing is longer or shorter than its snapshot");
 }

@@ -108,7 +108,7 @@ void copyWithProgress(Attempt& a) {
     std::optional<unsigned long long> copied;
     const bool stop = onceIn(4, a.random);
     const auto progress = [&](unsigned long long count) {
-        requireThat(copied < count && count % Record::size == 0, "a copy makes a strange progress");
+        requireThat(copied < count && count % Record::size == 0, "a copy reports invalid progress");
         copied = count;
         if (stop) {
             throw CopyStopped();
@@ -117,7 +117,7 @@ void copyWithProgress(Attempt& a) {
     try {
         a.provider.doCopyFileAtomic(a.source, a.destination, a.policy, progress);
     } catch (const CopyStopped&) {
-        requireThat(stop, "a copy was stopped by nobody");
+        requireThat(stop, "a copy stopped without its callback");
     }
 }
 
@@ -131,7 +131,7 @@ void truncate(Attempt& a) {
     } catch (const std::length_error&) {
         return;
     }
-    throw Violation("a file has taken more bytes than there can be");
+    throw Violation("a file accepted more bytes than the maximum");
 }
 
 void setWritable(Attempt& a) {
@@ -151,14 +151,14 @@ void checkComparator(Attempt& a) {
     const auto before = a.provider.doGetPathComparator(a.source);
     const auto& left = pathOf(a.source);
     const auto& right = pathOf(a.destination);
-    requireThat(before(left, right) == (left < right), "the order of paths is another one");
+    requireThat(before(left, right) == (left < right), "wrong order of paths");
 }
 
 void checkExistence(Attempt& a) {
     const auto existence = a.provider.doExistsExtended(a.source);
     requireThat(existence == EntryExistence::Missing || existence == EntryExistence::File ||
                     existence == EntryExistence::Folder,
-                "there is an entry of no kind");
+                "an existing entry has no kind");
 }
 
 std::vector<Operation> changes() {
@@ -189,7 +189,7 @@ std::vector<Operation> queries() {
         {"doFileExists", 4, never, callAtSource<&IProvider::doFileExists>},
         {"doFolderExists", 4, never,
          [](Attempt& a) {
-             requireThat(a.provider.doFolderExists(a.source) || a.source.hasParent(), "there is no root");
+             requireThat(a.provider.doFolderExists(a.source) || a.source.hasParent(), "the root is missing");
          }},
         {"doGetFileAttributes", 5, whenMissing,
          [](Attempt& a) {
@@ -214,8 +214,7 @@ std::vector<Operation> queries() {
         {"doGetPathComparator", 1, never, checkComparator},
         {"doGetCanonicalLocation", 1, never,
          [](Attempt& a) {
-             requireThat(a.provider.doGetCanonicalLocation(a.source) == a.source,
-                         "a location has another canonical one");
+             requireThat(a.provider.doGetCanonicalLocation(a.source) == a.source, "wrong canonical location");
          }},
         {"doGetFilenameSensitivity", 1, never,
          [](Attempt& a) {
@@ -224,7 +223,7 @@ std::vector<Operation> queries() {
          }},
         {"doExists", 3, never,
          [](Attempt& a) {
-             requireThat(a.provider.doExists(a.source) || a.source.hasParent(), "there is no root");
+             requireThat(a.provider.doExists(a.source) || a.source.hasParent(), "the root is missing");
          }},
         {"doExistsExtended", 3, never, checkExistence},
         {"doGetExtendedAttributes", 3, whenMissing, getExtendedAttributes},
@@ -337,7 +336,7 @@ void requireWholeTable() {
     for (const Operation& operation : allOperations()) {
         requireThat(nameOfCalled(operation) == operation.name, operation.name, " calls ",
                     nameOfCalled(operation));
-        requireThat(missing.erase(operation.name) == 1, operation.name, " is there twice");
+        requireThat(missing.erase(operation.name) == 1, operation.name, " is listed twice");
     }
     requireThat(missing.empty(), "the table lacks ", missing.empty() ? "nothing" : *missing.begin());
 }

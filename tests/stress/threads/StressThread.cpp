@@ -35,7 +35,7 @@ bool succeeds(const Operation& operation, Attempt& attempt) {
     } catch (const std::exception& failure) {
         throw Violation(std::string("must not fail with: ") + failure.what());
     }
-    requireThat(operation.isOffered(), "must fail always");
+    requireThat(operation.isOffered(), "must always fail");
     return true;
 }
 

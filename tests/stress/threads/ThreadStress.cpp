@@ -102,13 +102,13 @@ int main(int argc, char** argv) {
     CLI::App app(
         "Many threads call every operation of shared providers at once; every answer is checked, and the "
         "trees while no thread runs.");
-    app.add_option("--operations", options.operations, "How many operations of providers to call at least")
+    app.add_option("--operations", options.operations, "Minimum number of provider operations")
         ->check(CLI::Range(std::size_t{20'000}, std::size_t{1'000'000'000}))
         ->capture_default_str();
-    app.add_option("--threads", options.threads, "How many threads call them")
+    app.add_option("--threads", options.threads, "Number of threads")
         ->check(CLI::Range(std::size_t{1}, std::size_t{256}))
         ->capture_default_str();
-    app.add_option("--seed", options.seed, "What the threads choose follows from it")->capture_default_str();
+    app.add_option("--seed", options.seed, "Seed of the random choices")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     try {
         storage::stress::runStress(options);

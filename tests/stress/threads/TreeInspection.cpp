@@ -56,7 +56,7 @@ void TreeInspection::inspectFolder(const std::u16string& folder) {
     const auto folders = readAll(provider_.doListFolders(iri));
     checkEntries(folder, {ListingShape::Kinds::Folders}, folders);
     requireThat(files.size() + folders.size() == entries.size(),
-                "the listings of " + shown(folder) + " do not agree");
+                "the listings of " + shown(folder) + " differ");
     for (const auto& entry : entries) {
         inspectEntry(joined(folder, entry.getName()), entry.getType());
     }
@@ -66,10 +66,10 @@ void TreeInspection::inspectEntry(const std::u16string& path, FolderEntry::Entry
     const StorageIRI iri(path);
     const bool isFolder = type == FolderEntry::EntryType::Folder;
     requireThat(provider_.doFolderExists(iri) == isFolder && provider_.doFileExists(iri) != isFolder,
-                shown(path) + " is not what its folder lists");
+                shown(path) + " is not of the kind that its folder lists");
     if (isFolder) {
         requireThat(!isNotFound(iri, [&] { provider_.doListAll(iri); }),
-                    shown(path) + " is in its folder, but not found by its path");
+                    shown(path) + " is listed in its folder, but not found by its path");
         requireOneFolder(path);
         inspectFolder(path);
     } else {
@@ -80,11 +80,11 @@ void TreeInspection::inspectEntry(const std::u16string& path, FolderEntry::Entry
 void TreeInspection::requireOneFolder(const std::u16string& folder) const {
     const StorageIRI iri(folder);
     const StorageIRI probe(joined(folder, probeName));
-    const auto longAgo = recognisableTime(1900);
+    const auto pastTime = recognisableTime(1900);
     provider_.doSetWritable(iri, true);
-    provider_.doSetLastModified(iri, longAgo); // finds the folder in its parent
-    provider_.doCreateFile(probe);             // finds the folder by its path, and stamps it
-    requireThat(provider_.doGetFolderAttributes(iri).getLastModified() != longAgo,
+    provider_.doSetLastModified(iri, pastTime); // finds the folder in its parent
+    provider_.doCreateFile(probe);              // finds the folder by its path, and stamps it
+    requireThat(provider_.doGetFolderAttributes(iri).getLastModified() != pastTime,
                 shown(folder) + " is one folder in its parent and another by its path");
     provider_.doRemoveFile(probe);
 }
@@ -97,7 +97,7 @@ void TreeInspection::inspectFile(const std::u16string& file) {
     checkTime(attributes.getLastModified());
     const auto read = OpenFile(provider_.doOpenReadOnlyStream(iri), OpenFile::Access::Read).readThrough();
     requireThat(read == attributes.getSize(), shown(file) + " has " + std::to_string(attributes.getSize()) +
-                                                  " bytes, but gives " + std::to_string(read));
+                                                  " bytes, but a read returns " + std::to_string(read));
     bytes_ += read;
     if (isTemporary(file)) {
         removeTemporary(file);

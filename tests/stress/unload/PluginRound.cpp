@@ -65,13 +65,13 @@ void PluginRound::useWhatOthersAreMadeOf(const IProvider& provider) {
     const StorageIRI copy(u"/moved/copy");
     provider.doCopyFile(file, copy, ReplacementPolicy::RefuseExisting);
     provider.doTruncateToSize(copy, 100);
-    requireThat(provider.doGetFileAttributes(copy).getSize() == 100, "a copied file has another size");
+    requireThat(provider.doGetFileAttributes(copy).getSize() == 100, "wrong size of a copied file");
     requireThat(provider.doListAllRecursiveNamesOnly(StorageIRI(u"/moved")).size() == 29,
-                "a recursive listing has another number of names");
+                "wrong number of names in a recursive listing");
     requireThat(provider.doListFilesWildcards(StorageIRI(u"/moved/c"), u"file ?")->hasNext(),
                 "a listing by a pattern is empty");
     provider.doRemoveFolderRecursively(StorageIRI(u"/moved/c"));
-    requireThat(!provider.doExists(StorageIRI(u"/moved/c/d/e")), "a removed folder is still there");
+    requireThat(!provider.doExists(StorageIRI(u"/moved/c/d/e")), "a removed folder still exists");
 }
 
 void PluginRound::holdStreamsAndListings(const IProvider& provider) {
@@ -113,7 +113,7 @@ void PluginRound::keepFailure(const char* text, const std::function<void()>& ope
         failures_.push_back({std::current_exception(), text});
         return;
     }
-    throw Violation(std::string("nothing failed where this was expected: ") + text);
+    throw Violation(std::string("missing failure: ") + text);
 }
 
 /// Runs after the provider was destroyed.
@@ -123,7 +123,7 @@ void PluginRound::useStreamsAndListings() {
     requireThat(streams_[1]->read(read.data(), static_cast<long>(read.size())) ==
                         static_cast<long>(read.size()) &&
                     read == bytes + "tail",
-                "a stream reads other bytes than were written");
+                "a stream reads wrong bytes");
     requireThat(streams_[2]->write("removed", 7) == 7, "a stream on a removed file cannot be written");
     std::vector<std::size_t> counts;
     for (const auto& listing : listings_) {
@@ -132,7 +132,7 @@ void PluginRound::useStreamsAndListings() {
             ++counts.back();
         }
     }
-    requireThat(counts == std::vector<std::size_t>{2, 3, 2, 2}, "a listing has another number of entries");
+    requireThat(counts == std::vector<std::size_t>{2, 3, 2, 2}, "wrong number of entries in a listing");
 }
 
 /// Runs after the plug-in may have been unloaded.
@@ -141,7 +141,8 @@ void PluginRound::expectKeptFailures() const {
         try {
             std::rethrow_exception(exception);
         } catch (const std::exception& error) {
-            requireThat(error.what() == text, "a failure says '", error.what(), "' in place of '", text, "'");
+            requireThat(error.what() == text, "a failure has the text '", error.what(), "' instead of '",
+                        text, "'");
         }
     }
 }

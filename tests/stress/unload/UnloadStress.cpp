@@ -54,7 +54,8 @@ void run(const std::string& plugin, int rounds) {
             PluginRound(plugin).run();
             ++loadings;
         }
-        requireThat(!tests::pluginIsLoaded(plugin.c_str()), "the library is still there after round ", round);
+        requireThat(!tests::pluginIsLoaded(plugin.c_str()), "the library is still mapped after round ",
+                    round);
         if (round == roundsBeforeMeasure) {
             memory.emplace();
         }
@@ -73,10 +74,10 @@ void run(const std::string& plugin, int rounds) {
 
 int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // line buffered, so that a crash loses no line
-    CLI::App options("Loads a storage-provider plug-in, uses it and unloads it, again and again.");
+    CLI::App options("Repeatedly loads, uses and unloads a storage-provider plug-in.");
     int rounds = 1000;
     std::string plugin = QZSTORAGE_PLUGIN_PATH;
-    options.add_option("--rounds", rounds, "How often")
+    options.add_option("--rounds", rounds, "Number of rounds")
         ->check(CLI::Range(1, 1'000'000))
         ->capture_default_str();
     options.add_option("PLUGIN", plugin, "The library's path")
