@@ -3,11 +3,11 @@
 #include "host/inspect/InspectSyntax.h"
 #include "host/mount/MountSyntax.h"
 #include "host/mount/UnmountSyntax.h"
+#include "host/support/NonEmptyPath.h"
 #include "host/support/UsageError.h"
 #include "host/validate/ValidateSyntax.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
 #include <vector>
 
@@ -58,7 +58,10 @@ public:
         for (CLI::App* const command : {shell_, run_}) {
             command->add_flag("--keep-going", keepGoing_, "Continue after a failed command");
         }
-        run_->add_option("SCRIPT", script_, "Path of the script")->required()->type_name("");
+        run_->add_option("SCRIPT", script_, "Path of the script")
+            ->required()
+            ->type_name("")
+            ->check(nonEmptyPath());
     }
 
     std::optional<std::string> script() const { return *run_ ? std::optional(script_) : std::nullopt; }
@@ -86,15 +89,6 @@ private:
     std::vector<std::string> lines_;
     bool keepGoing_ = false;
 };
-
-bool isEmpty(const std::optional<std::string>& path) {
-    return path && path->empty();
-}
-
-bool hasEmptyPath(const std::vector<NamedPlugin>& plugins) {
-    return std::any_of(plugins.begin(), plugins.end(),
-                       [](const NamedPlugin& plugin) { return plugin.path.empty(); });
-}
 
 /// Returns the message for a missing or unknown subcommand.
 std::string commandMissing(const CLI::App& app, const LinesSyntax& lines) {
@@ -168,10 +162,7 @@ ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
     } else if (options.mount && options.mount->plugin) {
         plugin = options.mount->plugin;
     }
-    if (isEmpty(plugin) || hasEmptyPath(options.plugins) || isEmpty(options.script) ||
-        isEmpty(options.unmount) || (options.validate && isEmpty(options.validate->junitFile))) {
-        throw UsageError("empty path of a script, plug-in, mount point or report");
-    }
+
     if (!isSession || options.plugins.empty()) {
         options.plugins = {{"", plugin ? *plugin : defaultPlugin()}};
     }

@@ -11,6 +11,7 @@
 #include "host/shell/Shell.h"
 #include "host/shell/TerminalLineSource.h"
 #include "host/shell/TextLineSource.h"
+#include "host/support/Interruption.h"
 #include "host/support/StateFolder.h"
 #include "host/support/UsageError.h"
 #include "host/validate/ValidateRun.h"
@@ -105,13 +106,12 @@ private:
     std::vector<LoadedProvider> loaded_;
 };
 
-ExitStatus runScript(const ProgramOptions& options, Session& session, Interruption& interruption) {
-    interruption.check();
+ExitStatus runScript(const ProgramOptions& options, Session& session) {
+    Interruption::check();
     const FileDescriptor script(*options.script, O_RDONLY); // blocks if it is a fifo
-    DescriptorLineSource lines(script.number(), *options.script, interruption,
-                               DescriptorLineSource::Places::Shown);
+    DescriptorLineSource lines(script.number(), *options.script, DescriptorLineSource::Places::Shown);
     session.setInput(STDIN_FILENO);
-    return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
+    return Shell(commandTable(), session, options.failureHandling).run(lines);
 }
 
 /// "Plug-in a.so", or "Plug-ins mem: a.so, disk: b.so".
@@ -125,39 +125,38 @@ std::string describePlugins(const std::vector<NamedPlugin>& plugins, const Conso
     return text;
 }
 
-ExitStatus runPrompt(const ProgramOptions& options, Session& session, Interruption& interruption) {
+ExitStatus runPrompt(const ProgramOptions& options, Session& session) {
     Console& console = session.console();
     console.out() << describePlugins(options.plugins, console)
                   << "; 'help' lists the commands, Tab completes words\n"
                   << std::flush;
     session.setInput(STDIN_FILENO);
-    TerminalLineSource lines(commandTable(), session, interruption, historyFile());
-    return Shell(commandTable(), session, interruption, FailureHandling::AskPerson).run(lines);
+    TerminalLineSource lines(commandTable(), session, historyFile());
+    return Shell(commandTable(), session, FailureHandling::Interactive).run(lines);
 }
 
-ExitStatus runLines(const ProgramOptions& options, Session& session, Interruption& interruption) {
+ExitStatus runLines(const ProgramOptions& options, Session& session) {
     if (options.script) {
-        return runScript(options, session, interruption);
+        return runScript(options, session);
     }
     if (options.lines) {
         TextLineSource lines(*options.lines);
         session.setInput(STDIN_FILENO);
-        return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
+        return Shell(commandTable(), session, options.failureHandling).run(lines);
     }
     if (isInteractive(options)) {
-        return runPrompt(options, session, interruption);
+        return runPrompt(options, session);
     }
-    DescriptorLineSource lines(STDIN_FILENO, "standard input", interruption,
-                               DescriptorLineSource::Places::Hidden);
-    return Shell(commandTable(), session, interruption, options.failureHandling).run(lines);
+    DescriptorLineSource lines(STDIN_FILENO, "standard input", DescriptorLineSource::Places::Hidden);
+    return Shell(commandTable(), session, options.failureHandling).run(lines);
 }
 
 ExitStatus runSession(const ProgramOptions& options, Console& console) {
-    Interruption interruption;
+    const Interruption interruption;
     const Providers providers(options.plugins); // outlive exceptions of the plug-ins
     return runReported(console, [&] {
-        Session session(providers.named(), console, interruption);
-        const ExitStatus status = runLines(options, session, interruption);
+        Session session(providers.named(), console);
+        const ExitStatus status = runLines(options, session);
         console.beginLine(""); // later failures belong to no command
         return providers.shutDown(console) ? status : ExitStatus::Failure;
     });

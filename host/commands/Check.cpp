@@ -78,7 +78,7 @@ private:
         };
         const DiagnosisScope diagnosis(session.console(), session.storageOf(expected.root()).diagnosis());
         SessionExportSource stored(session);
-        Checker checker(stored, session.console(), session.interruption(), expected, complete, against,
+        Checker checker(stored, session.console(), expected, complete, against,
                         times_ ? Checker::Times::Compare : Checker::Times::Ignore);
         checker.run();
         return checker.totals(); // the destructor clears the progress line

@@ -4,6 +4,7 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "host/transfer/StorageCopier.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
@@ -51,7 +52,7 @@ private:
         requireSource(session, source);
         refuseImpossibleTransfer(session, source, target);
         for (TreeWalk walk(session.provider(source), source); const auto step = walk.next();) {
-            session.interruption().check();
+            Interruption::check();
             session.console().attempt(step->path.printed(), [&] {
                 visit(session, walk, *step, step->path.rebased(source, target));
             });
@@ -78,9 +79,9 @@ private:
 
     static void copyFile(Session& session, const StoragePath& source, const StoragePath& target) {
         refuseReadOnlyFile(session.provider(target), target);
-        session.provider(source).doCopyFileAtomic(
-            source.iri(), target.iri(), ReplacementPolicy::ReplaceExisting,
-            [&](unsigned long long) { session.interruption().check(); });
+        session.provider(source).doCopyFileAtomic(source.iri(), target.iri(),
+                                                  ReplacementPolicy::ReplaceExisting,
+                                                  [](unsigned long long) { Interruption::check(); });
         session.kept(target).copied(source, target);
     }
 

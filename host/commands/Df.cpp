@@ -2,6 +2,7 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/HumanSize.h"
+#include "host/support/Interruption.h"
 #include "hostapi/storage/provider/Exception.h"
 #include "hostapi/storage/provider/ProviderStorageInfo.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
@@ -58,7 +59,7 @@ private:
     static Content contentOf(Session& session, const StoragePath& root) {
         Content content;
         for (TreeWalk walk(session.provider(root), root); const auto step = walk.next();) {
-            session.interruption().check();
+            Interruption::check();
             session.console().attempt(step->path.printed(), [&] {
                 if (step->kind == Step::Kind::Folder) {
                     ++content.folders;

@@ -2,6 +2,7 @@
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -32,7 +33,7 @@ private:
         unsigned long long offset = 0;
         unsigned long long newlines = 0;
         for (;;) {
-            session.interruption().check();
+            Interruption::check();
             const std::size_t common = std::min(leftBlock.read(), rightBlock.read());
             const auto differing =
                 std::mismatch(leftBlock.begin(), leftBlock.begin() + static_cast<std::ptrdiff_t>(common),

@@ -3,6 +3,7 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/HumanSize.h"
+#include "host/support/Interruption.h"
 
 #include <cmath>
 #include <fmt/format.h>
@@ -33,7 +34,7 @@ private:
         requireEntry(session.provider(top), top);
         sums_ = {0};
         for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
-            session.interruption().check();
+            Interruption::check();
             session.console().attempt(step->path.printed(), [&] { visit(session, walk, *step, word, top); });
         }
         for (const Row& row : rows_) {

@@ -49,7 +49,7 @@ public:
         TransferTotals totals;
         {
             SessionExportSource stored(session);
-            Exporter exporter(stored, session.console(), session.interruption(), options);
+            Exporter exporter(stored, session.console(), options);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.attempt(operands[i], [&](const StoragePath& source) {
                     requireEntry(session.provider(source), source);
@@ -100,9 +100,8 @@ private:
         std::string losses;
         {
             SessionExportSource stored(session);
-            Exporter exporter(stored, console, session.interruption(), options);
-            ArchiveExportTarget archive(stored, session.interruption(), exporter.progress(), format, place,
-                                        write);
+            Exporter exporter(stored, console, options);
+            ArchiveExportTarget archive(stored, exporter.progress(), format, place, write);
             std::set<std::string> names;
             for (std::size_t i = 0; i + 1 < operands.size() && !archive.isFailed(); ++i) {
                 session.attempt(operands[i], [&](const StoragePath& source) {

@@ -2,6 +2,7 @@
 #include "host/commands/DisplayPath.h"
 #include "host/storage/EntryRules.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
@@ -54,7 +55,7 @@ private:
         }
         const auto listing = requireNonNull(list(session, top), "listing");
         while (listing->hasNext()) {
-            session.interruption().check();
+            Interruption::check();
             listing->step();
             const FolderEntry entry = listing->getEntry();
             if (isWanted(entry.getType())) {

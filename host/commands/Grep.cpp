@@ -4,6 +4,7 @@
 #include "host/storage/LineReader.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "host/support/RegularExpression.h"
 #include "host/support/UsageError.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
@@ -50,7 +51,7 @@ private:
             throw CommandError(top.printed(), "is a folder; use grep -r");
         }
         for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
-            session.interruption().check();
+            Interruption::check();
             session.console().attempt(step->path.printed(), [&] {
                 if (step->kind == Step::Kind::Folder) {
                     walk.descend();
@@ -69,7 +70,7 @@ private:
         unsigned long long number = 0;
         unsigned long long found = 0;
         while (const auto line = lines.next()) {
-            session.interruption().check();
+            Interruption::check();
             ++number;
             if (pattern.matchesIn(*line) == inverted_) {
                 continue;

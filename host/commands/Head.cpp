@@ -1,6 +1,7 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/FileEndCommand.h"
 #include "host/commands/PrintBytes.h"
+#include "host/support/Interruption.h"
 
 namespace storage::host {
 
@@ -19,7 +20,7 @@ private:
     static void printLines(Session& session, ByteStreamDevice file, unsigned long long lines) {
         std::vector<char> buffer(transferBufferSize);
         while (lines > 0) {
-            session.interruption().check();
+            Interruption::check();
             const std::streamsize count =
                 file.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
             std::streamsize wanted = 0;

@@ -51,14 +51,12 @@ public:
             const StoragePath& path = destination->path();
             const DiagnosisScope diagnosis(session.console(), session.storageOf(path).diagnosis());
             SessionImportTarget target(session.provider(path), session.kept(path));
-            Importer importer(target, session.console(), session.interruption(), session.imports(path), which,
-                              options);
+            Importer importer(target, session.console(), session.imports(path), which, options);
             for (std::size_t i = 0; i + 1 < operands.size(); ++i) {
                 session.console().attempt(operands[i], [&] {
                     const std::string source = diskOperand(operands[i]);
                     if (isArchive(source)) {
-                        ArchiveFeed feed(openArchive(session, source), *options.selection, session.console(),
-                                         session.interruption());
+                        ArchiveFeed feed(openArchive(session, source), *options.selection, session.console());
                         importer.run(feed, destination->path(), destination->attributesFor({}));
                     } else {
                         import(importer, source, *destination);

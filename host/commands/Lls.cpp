@@ -1,6 +1,7 @@
 #include "host/commands/CommandFactories.h"
 #include "host/disk/DiskFolder.h"
 #include "host/disk/DiskPath.h"
+#include "host/support/Interruption.h"
 
 #include <filesystem>
 
@@ -40,7 +41,7 @@ private:
             console.out() << console.shown(folder) << ":\n";
         }
         for (const std::string& name : names) {
-            session.interruption().check();
+            Interruption::check();
             const std::string shown = console.shown(name);
             console.out() << (isFolder(diskChild(folder, name)) ? console.asFolder(shown) : shown) << '\n';
         }

@@ -5,6 +5,7 @@
 #include "host/storage/TreeWalk.h"
 #include "host/support/FileTime.h"
 #include "host/support/HumanSize.h"
+#include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
@@ -41,7 +42,7 @@ public:
         syntax.flag("-t", byTime_, "sort by time, newest first");
         syntax.flag("-S", bySize_, "sort by size, largest first");
         syntax.flag("-r", reversed_, "reverse the order");
-        syntax.flag("-1", onePerLine_, "list one entry per line (always so)");
+        syntax.flag("-1", onePerLine_, "list one entry per line (the default)");
         syntax.operands(0, CommandSyntax::any);
     }
 
@@ -110,7 +111,7 @@ private:
             sizeWidth = std::max(sizeWidth, sizes.back().size());
         }
         for (std::size_t i = 0; i < rows.size(); ++i) {
-            session.interruption().check();
+            Interruption::check();
             if (long_) {
                 session.console().out() << describeAttributes(rows[i], sizes[i], sizeWidth);
             }
@@ -123,7 +124,7 @@ private:
     static std::vector<Row> described(Session& session, std::vector<Row> rows) {
         std::vector<Row> result;
         for (Row& row : rows) {
-            session.interruption().check();
+            Interruption::check();
             session.console().attempt(row.path.printed(), [&] {
                 row.attributes = session.provider(row.path).doGetExtendedAttributes(row.path.iri());
                 result.push_back(std::move(row));

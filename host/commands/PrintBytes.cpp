@@ -1,5 +1,7 @@
 #include "host/commands/PrintBytes.h"
 
+#include "host/support/Interruption.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -8,7 +10,7 @@ namespace storage::host {
 void printBytes(Session& session, ByteStreamDevice file, unsigned long long most) {
     std::vector<char> buffer(transferBufferSize);
     while (most > 0) {
-        session.interruption().check();
+        Interruption::check();
         const auto wanted = static_cast<std::streamsize>(std::min<unsigned long long>(most, buffer.size()));
         const std::streamsize count = file.read(buffer.data(), wanted);
         if (count < 0) {

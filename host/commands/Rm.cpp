@@ -4,6 +4,7 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
@@ -40,7 +41,7 @@ private:
         refuseRemovingCurrentFolder(session, path);
         // Entry by entry, because a provider that removes a whole tree cannot be interrupted.
         for (TreeWalk walk(session.provider(path), path); const auto step = walk.next();) {
-            session.interruption().check();
+            Interruption::check();
             visit(session, walk, *step);
         }
     }

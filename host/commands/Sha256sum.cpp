@@ -1,6 +1,7 @@
 #include "host/commands/CommandFactories.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
+#include "host/support/Interruption.h"
 #include "host/support/Utf.h"
 
 #include <array>
@@ -32,7 +33,7 @@ private:
         SHA2_CTX state;
         ::SHA256Init(&state);
         for (;;) {
-            session.interruption().check();
+            Interruption::check();
             const std::streamsize count =
                 file.read(buffer.data(), static_cast<std::streamsize>(buffer.size()));
             if (count < 0) {

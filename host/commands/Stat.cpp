@@ -26,7 +26,7 @@ private:
         requireEntry(session.provider(path), path);
         const auto attributes = session.provider(path).doGetExtendedAttributes(path.iri());
         session.console().out() << fmt::format(
-            "    path: {}\n    kind: {}\n   bytes: {}\nmodified: {}\nwritable: {}\n",
+            "    path: {}\n    type: {}\n    size: {}\nmodified: {}\nwritable: {}\n",
             session.console().shown(path.displayed()),
             attributes.type == FolderEntry::EntryType::Folder ? "folder" : "file", attributes.size,
             formatMicroseconds(attributes.lastModified), attributes.writable ? "yes" : "no");

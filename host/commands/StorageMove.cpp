@@ -6,6 +6,7 @@
 #include "host/storage/TemporaryStorageFile.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "host/transfer/CopyVerifier.h"
 #include "host/transfer/StorageCopier.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
@@ -92,7 +93,7 @@ void StorageMove::verify(const StoragePath& source, const StoragePath& target) {
 void StorageMove::removeSource(const StoragePath& source) {
     const auto& provider = session_.provider(source);
     for (TreeWalk walk(provider, source); const auto step = walk.next();) {
-        session_.interruption().check();
+        Interruption::check();
         switch (step->kind) {
         case TreeWalk::Step::Kind::File:
             // Also a read-only file: it can be moved.

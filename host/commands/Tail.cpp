@@ -1,6 +1,7 @@
 #include "host/commands/CommandFactories.h"
 #include "host/commands/FileEndCommand.h"
 #include "host/commands/PrintBytes.h"
+#include "host/support/Interruption.h"
 
 #include <algorithm>
 

@@ -4,6 +4,7 @@
 #include "host/storage/FailureCause.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
@@ -40,7 +41,7 @@ void requireWritableFolder(const Session& session, const StoragePath& path) {
 
 void refuseReadOnlyFolders(const Session& session, const StoragePath& top) {
     for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
-        session.interruption().check();
+        Interruption::check();
         if (step->kind == TreeWalk::Step::Kind::Folder) {
             refuseReadOnlyFolder(session, step->path);
             walk.descend();

@@ -3,6 +3,7 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TreeWalk.h"
 #include "host/support/Counted.h"
+#include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 
 #include <charconv>
@@ -31,7 +32,7 @@ private:
         requireEntry(session.provider(top), top);
         session.console().out() << session.console().shown(displayPath(word, top, top)) << '\n';
         for (TreeWalk walk(session.provider(top), top); const auto step = walk.next();) {
-            session.interruption().check();
+            Interruption::check();
             session.console().attempt(step->path.printed(), [&] { visit(session, walk, *step); });
         }
         session.console().out() << '\n'

@@ -1,5 +1,6 @@
 #include "host/commands/CommandFactories.h"
 #include "host/storage/EntryRules.h"
+#include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
@@ -70,7 +71,7 @@ private:
         try {
             for (unsigned long long reached = oldSize; reached + reportedStep < size;
                  reached += reportedStep) {
-                session.interruption().check();
+                Interruption::check();
                 provider.doTruncateToSize(path.iri(), reached + reportedStep);
             }
             provider.doTruncateToSize(path.iri(), size);

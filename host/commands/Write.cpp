@@ -6,6 +6,7 @@
 #include "host/storage/EntryRules.h"
 #include "host/storage/TemporaryStorageFile.h"
 #include "host/storage/UnfinishedFile.h"
+#include "host/support/Interruption.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
@@ -82,8 +83,8 @@ private:
         std::vector<char> buffer(transferBufferSize);
         std::size_t count = 0;
         do {
-            count = input.read(buffer, session.interruption());
-            session.interruption().check();
+            count = input.read(buffer);
+            Interruption::check();
             to.write(buffer.data(), static_cast<std::streamsize>(count));
         } while (count == buffer.size()); // a short count is the end; a terminal reports the end only once
     }

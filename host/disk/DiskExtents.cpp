@@ -35,4 +35,9 @@ std::optional<DiskExtent> nextExtent(const FileDescriptor& file, std::uint64_t o
     return DiskExtent{static_cast<std::uint64_t>(data), std::min(static_cast<std::uint64_t>(hole), size)};
 }
 
+bool hasHole(const FileDescriptor& file, std::uint64_t size) {
+    const auto first = nextExtent(file, 0, size);
+    return size > 0 && (!first || first->begin > 0 || first->end < size);
+}
+
 } // namespace storage::host

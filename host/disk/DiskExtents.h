@@ -2,10 +2,13 @@
 
 #include "host/disk/FileDescriptor.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
 namespace storage::host {
+
+constexpr std::size_t holeUnit = 4096; ///< bytes; file systems have no smaller holes
 
 /// A range of a file that is not a hole. A value.
 struct DiskExtent {
@@ -18,5 +21,9 @@ struct DiskExtent {
 /// @param size  of the file
 /// @return nothing if only a hole follows
 std::optional<DiskExtent> nextExtent(const FileDescriptor& file, std::uint64_t offset, std::uint64_t size);
+
+/// Whether a file has a hole. On a file system without SEEK_DATA no file has one. Sets the file
+/// position to the first data.
+bool hasHole(const FileDescriptor& file, std::uint64_t size);
 
 } // namespace storage::host

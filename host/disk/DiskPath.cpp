@@ -10,7 +10,7 @@ std::string diskChild(const std::string& folder, const std::string& name) {
 
 std::string diskOperand(const std::string& word) {
     if (word.empty()) {
-        throw CommandError("''", "an empty path");
+        throw CommandError("''", "empty path");
     }
     if (word.find('\0') != std::string::npos) {
         throw CommandError(word, "a path on disk cannot contain NUL");

@@ -2,6 +2,7 @@
 
 #include "host/disk/DiskPath.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -52,7 +53,7 @@ FileDescriptor::~FileDescriptor() {
     }
 }
 
-std::size_t FileDescriptor::read(std::span<char> buffer, const Interruption& interruption) const {
+std::size_t FileDescriptor::read(std::span<char> buffer) const {
     std::size_t filled = 0;
     while (filled < buffer.size()) {
         const ssize_t got = ::read(number_, buffer.data() + filled, buffer.size() - filled);
@@ -63,7 +64,7 @@ std::size_t FileDescriptor::read(std::span<char> buffer, const Interruption& int
             throw diskError(path_, errno);
         }
         if (got < 0) {
-            interruption.check();
+            Interruption::check();
         } else {
             filled += static_cast<std::size_t>(got);
         }

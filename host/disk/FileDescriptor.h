@@ -1,7 +1,5 @@
 #pragma once
 
-#include "host/support/Interruption.h"
-
 #include <span>
 #include <string>
 
@@ -38,7 +36,7 @@ public:
     /// Reads until `buffer` is full or the file ends.
     /// @return number of bytes, less than the buffer's size only at the end of the file
     /// @throws Interrupted when a signal interrupts a blocking read
-    std::size_t read(std::span<char> buffer, const Interruption& interruption) const;
+    std::size_t read(std::span<char> buffer) const;
 
     /// Writes all of `bytes`.
     /// @throws Interrupted

@@ -2,6 +2,7 @@
 
 #include "host/disk/DiskEntry.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 
 #include <cerrno>
 #include <sys/file.h>

@@ -40,11 +40,10 @@ std::vector<std::string> featureTexts(const PluginDescription& plugin) {
 void printProvider(std::ostream& out, const PluginDescription& plugin) {
     const std::size_t own = ownCount(plugin);
     printLines(out, "features", featureTexts(plugin));
-    printLine(
-        out, "operations",
-        fmt::format("{}: {} of its own, {} of the host", plugin.own.size(), own, plugin.own.size() - own));
+    printLine(out, "operations",
+              fmt::format("{}: {} overridden, {} defaults", plugin.own.size(), own, plugin.own.size() - own));
     for (std::size_t i = 0; i < plugin.own.size(); ++i) {
-        printLine(out, plugin.own[i] ? "         own" : "        host", providerOperations[i].name);
+        printLine(out, plugin.own[i] ? "  overridden" : "     default", providerOperations[i].name);
     }
 }
 

@@ -9,11 +9,11 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::chrono::seconds limit(60);
+constexpr std::chrono::seconds timeLimit(60);
 
 PluginDescription describe(const std::string& plugin) {
     tryInProcess(
-        plugin, [&] { PluginDescription::of(plugin); }, limit);
+        plugin, [&] { PluginDescription::of(plugin); }, timeLimit);
     const OutputToErrors plugInTalksElsewhere;
     return PluginDescription::of(plugin);
 }

@@ -1,6 +1,7 @@
 #include "host/inspect/InspectSyntax.h"
 
 #include "host/plugin/PluginOperand.h"
+#include "host/support/NonEmptyPath.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,7 +20,9 @@ Exit status: 0 success, 1 not a plug-in or cannot be loaded, 2 wrong usage.
 
 InspectSyntax::InspectSyntax(CLI::App& app)
     : command_(app.add_subcommand("inspect", "Show the exports, dependencies and features of a plug-in")) {
-    command_->add_option("PLUGIN", plugin_, "Shared library of the plug-in")->type_name("");
+    command_->add_option("PLUGIN", plugin_, "Shared library of the plug-in")
+        ->type_name("")
+        ->check(nonEmptyPath());
     command_->add_flag("--json", json_, "Print the result as JSON");
     command_->footer(inspectExamples);
 }

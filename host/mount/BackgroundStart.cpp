@@ -1,5 +1,6 @@
 #include "host/mount/BackgroundStart.h"
 
+#include "host/support/Interruption.h"
 #include "host/support/SystemCall.h"
 
 #include <array>

@@ -110,12 +110,16 @@ private:
 /// it.
 class Whiteout {
 public:
-    Whiteout(ExclusiveTree& tree, FolderInode& folder, CompactName name)
+    Whiteout(ExclusiveTree& tree, FolderInode& folder, CompactName name, const Ownership& ownership,
+             Owner creator)
         : tree_(tree),
           folder_(folder),
           name_(std::move(name)),
           entry_(tree),
           position_(tree.prepareRename(entry_.inode(), folder, nullptr)) {
+        const Owner owner = ownership.ofNewIn(folder, creator);
+        ownership.prepare(entry_.inode(), owner);
+        ownership.set(entry_.inode(), owner);
         entry_.inode().attributesKnown = true;
     }
 
@@ -311,12 +315,12 @@ void EntryChanges::removeFromStorage(const ExclusiveTree& tree, const Inode& ino
 }
 
 void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name,
-                          FolderInode& newFolder, const std::u16string& newName, unsigned flags) {
+                          FolderInode& newFolder, const std::u16string& newName, const RenameMode& mode) {
     requirePresent(tree, newFolder);
     TreeEntry& source = requireChild(tree, folder, name);
     Inode& inode = source.inode();
     TreeEntry* const target = tree.find(newFolder, newName);
-    if (target != nullptr && (flags & RENAME_NOREPLACE) != 0) {
+    if (target != nullptr && (mode.flags & RENAME_NOREPLACE) != 0) {
         throw ErrnoError(EEXIST);
     }
     if (target != nullptr && &target->inode() == &inode) {
@@ -327,14 +331,16 @@ void EntryChanges::rename(ExclusiveTree& tree, FolderInode& folder, const std::u
     tree.loadAttributes(folder);
     tree.loadAttributes(newFolder);
     std::optional<Whiteout> whiteout;
-    if ((flags & RENAME_WHITEOUT) != 0) {
+    if ((mode.flags & RENAME_WHITEOUT) != 0) {
+        space_.quota().requireEntry();
         space_.require(bytesOfEntry);
-        whiteout.emplace(tree, folder, name);
+        whiteout.emplace(tree, folder, name, ownership_, mode.caller);
     }
     moveTo(tree, source, newFolder, newName, target);
     const timespec time = kernelTime();
     if (whiteout) {
         whiteout->put(time);
+        space_.quota().noteNewEntry();
     }
     tree.stamp(folder, time);
     tree.stamp(newFolder, time);

@@ -10,6 +10,12 @@
 
 namespace storage::host {
 
+/// How a program renames an entry. A value.
+struct RenameMode {
+    unsigned flags = 0; ///< RENAME_NOREPLACE, RENAME_WHITEOUT, or both; or RENAME_EXCHANGE
+    Owner caller = {};  ///< becomes the owner of a whiteout
+};
+
 /// Creates, removes and renames entries, in the storage and in the tree. A function that throws has changed
 /// nothing. Exception: an entry that the provider has removed although it failed is removed from the tree
 /// too.
@@ -57,7 +63,7 @@ public:
     /// @param mode  without RENAME_EXCHANGE
     /// @throws ErrnoError ENOENT, EEXIST, EINVAL, EISDIR, ENOTDIR, ENOTEMPTY
     void rename(ExclusiveTree& tree, FolderInode& folder, const std::u16string& name, FolderInode& newFolder,
-                const std::u16string& newName, unsigned flags);
+                const std::u16string& newName, const RenameMode& mode);
 
     /// Exchanges two entries of any kinds. Does nothing if both names belong to one inode.
     /// @throws ErrnoError ENOENT, EINVAL when one entry is below the other

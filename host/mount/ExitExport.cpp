@@ -41,11 +41,8 @@ private:
 
 } // namespace
 
-ExitExport::ExitExport(std::string target, Console& console, const Interruption& interruption)
-    : target_(requireWritable(std::move(target))),
-      claim_(target_),
-      console_(console),
-      interruption_(interruption) {}
+ExitExport::ExitExport(std::string target, Console& console)
+    : target_(requireWritable(std::move(target))), claim_(target_), console_(console) {}
 
 void ExitExport::run(MountedStorage& storage) {
     if (!imported_) {
@@ -64,7 +61,7 @@ void ExitExport::copyTo(const std::string& folder, MountedStorage& storage) cons
     console_.attempt(folder, [&] {
         DiskDestination destination(folder, 1);
         MountExportSource source(storage);
-        Exporter exporter(source, console_, interruption_);
+        Exporter exporter(source, console_);
         exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));
     });
 }

@@ -4,7 +4,6 @@
 #include "host/disk/TargetClaim.h"
 #include "host/mount/ImportedTree.h"
 #include "host/mount/MountedStorage.h"
-#include "host/support/Interruption.h"
 
 #include <optional>
 #include <string>
@@ -19,7 +18,7 @@ class ExitExport {
 public:
     /// @param target  absolute path of a folder; its parent must exist
     /// @throws CommandError when an export to the target could not succeed
-    ExitExport(std::string target, Console& console, const Interruption& interruption);
+    ExitExport(std::string target, Console& console);
 
     /// Makes `run` also remove entries from the target that were imported from there and are no longer in the
     /// storage.
@@ -38,7 +37,6 @@ private:
     const std::string target_;
     const TargetClaim claim_;
     Console& console_;
-    const Interruption& interruption_;
     std::optional<ImportedTree> imported_; ///< from the target; none if the export only adds
 };
 

@@ -38,8 +38,7 @@ void ExtendedAttributeSet::set(std::string_view name, std::string_view value, in
         throw ErrnoError(ENODATA);
     }
     const std::size_t namesSize = namesSize_ + (isNew ? name.size() + 1 : 0);
-    const std::size_t valuesSize = valuesSize_ + value.size() - (isNew ? 0 : present->second.size());
-    if (namesSize > XATTR_LIST_MAX || valuesSize > XATTR_SIZE_MAX) {
+    if (namesSize > XATTR_LIST_MAX) {
         throw ErrnoError(ENOSPC);
     }
     if (isNew) {
@@ -48,7 +47,6 @@ void ExtendedAttributeSet::set(std::string_view name, std::string_view value, in
         present->second = std::string(value);
     }
     namesSize_ = namesSize;
-    valuesSize_ = valuesSize;
 }
 
 const std::string& ExtendedAttributeSet::get(std::string_view name) const {
@@ -58,7 +56,6 @@ const std::string& ExtendedAttributeSet::get(std::string_view name) const {
 void ExtendedAttributeSet::remove(std::string_view name) {
     const auto present = require(name);
     namesSize_ -= present->first.size() + 1;
-    valuesSize_ -= present->second.size();
     values_.erase(present);
 }
 

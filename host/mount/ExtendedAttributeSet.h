@@ -44,7 +44,6 @@ private:
 
     Values values_;
     std::size_t namesSize_ = 0; ///< bytes, including the zero terminators
-    std::size_t valuesSize_ = 0;
 };
 
 } // namespace storage::host

@@ -3,6 +3,7 @@
 #include "host/mount/EntryName.h"
 #include "host/mount/FuseExtensions.h"
 #include "host/mount/FuseRequest.h"
+#include "host/mount/FuseSetIds.h"
 #include "host/mount/HoleSeeker.h"
 #include "host/mount/KernelTime.h"
 #include "host/mount/UnmountRequests.h"
@@ -132,9 +133,6 @@ AttributeChange changeOf(const struct stat& attributes, int wanted) {
     if ((wanted & FUSE_SET_ATTR_GID) != 0) {
         change.group = attributes.st_gid;
     }
-    if ((wanted & FUSE_SET_ATTR_KILL_SUID) != 0) { // both bits, in spite of its name
-        change.setIds = AttributeChange::SetIds::Cleared;
-    }
     change.modified = wantedTime(wanted, FUSE_SET_ATTR_MTIME, FUSE_SET_ATTR_MTIME_NOW, attributes.st_mtim);
     change.accessed = wantedTime(wanted, FUSE_SET_ATTR_ATIME, FUSE_SET_ATTR_ATIME_NOW, attributes.st_atim);
     change.changed = wantedTime(wanted, FUSE_SET_ATTR_CTIME, 0, attributes.st_ctim);
@@ -157,8 +155,9 @@ void setAttributes(fuse_req_t request, fuse_ino_t number, struct stat* attribute
             noteKernelTimestamp(attributes->st_ctim);
         }
         keepAttributesInvalid(contextOf(request), number);
-        const struct stat status =
-            storageOf(request).change(inodeOf(request, number), changeOf(*attributes, wanted));
+        AttributeChange change = changeOf(*attributes, wanted);
+        change.setIds = setIdsAfterChange(request, inodeOf(request, number), wanted);
+        const struct stat status = storageOf(request).change(inodeOf(request, number), change);
         fuse_reply_attr(request, &status, forever);
     });
 }
@@ -254,7 +253,7 @@ void rename(fuse_req_t request, fuse_ino_t parent, const char* name, fuse_ino_t 
     answerDone(request, [&] {
         const auto passage = requirePassage(request);
         storageOf(request).rename(folderOf(request, parent), name, folderOf(request, newParent), newName,
-                                  flags);
+                                  {flags, callerOf(request)});
     });
 }
 
@@ -277,7 +276,8 @@ void read(fuse_req_t request, fuse_ino_t number, std::size_t size, off_t offset,
 
 /// Invalidates the permissions in the kernel before the reply.
 void clearSetIds(fuse_req_t request, fuse_ino_t number) {
-    if (storageOf(request).clearSetIds(fileOf(request, number))) {
+    if (storageOf(request).clearSetIds(fileOf(request, number),
+                                       setIdsAfterWrite(request, fileOf(request, number)))) {
         invalidateAttributesOf(contextOf(request).session, number);
     }
 }

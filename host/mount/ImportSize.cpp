@@ -57,7 +57,8 @@ void requireRoomForImport(const StorageSpace& space, const std::string& folder) 
     const std::uint64_t available = space.info().available;
     if (size > available) {
         throw CommandError(folder, "does not fit, so nothing was mounted: it requires " + inMebibytes(size) +
-                                       ", but " + space.limit() + " leaves " + inMebibytes(available));
+                                       ", but " + inMebibytes(available) + " are available, limited by " +
+                                       space.limit());
     }
 }
 

@@ -1,6 +1,7 @@
 #include "host/mount/MountEnding.h"
 
 #include "host/mount/EndingReport.h"
+#include "host/support/Interruption.h"
 
 #include <array>
 #include <chrono>

@@ -69,7 +69,7 @@ public:
             storage.change(*file_, change);
         }
         if (name_ != finalName_) {
-            storage.rename(folder_, name_, folder_, finalName_, 0);
+            storage.rename(folder_, name_, folder_, finalName_, {});
         }
         isFinished_ = true;
         target_.apply(*file_, attributes);

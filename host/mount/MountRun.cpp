@@ -17,6 +17,7 @@
 #include "host/plugin/PluginLibrary.h"
 #include "host/session/ImportLog.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "host/support/StateFolder.h"
 #include "host/transfer/Importer.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
@@ -39,8 +40,7 @@ namespace {
 
 /// Imports the content of a folder into the storage's root.
 /// @throws CommandError unless everything was imported
-void importFolder(MountedStorage& storage, Console& console, const Interruption& interruption,
-                  const MountOptions& options) {
+void importFolder(MountedStorage& storage, Console& console, const MountOptions& options) {
     const std::string& folder = *options.importFrom;
     if (DiskEntry::at(folder, DiskEntry::Links::Follow).kind != DiskEntry::Kind::Folder) {
         throw CommandError(folder, "not a folder; choose a folder to import");
@@ -50,7 +50,7 @@ void importFolder(MountedStorage& storage, Console& console, const Interruption&
     {
         ImportLog imports; // required by the importer, but not used by a mount
         MountImportTarget target(storage, options.xattrs);
-        Importer importer(target, console, interruption, imports);
+        Importer importer(target, console, imports);
         importer.run(folder, StoragePath(), RootAttributes::Untouched);
         totals = importer.totals();
     } // the importer's destructor clears the progress line
@@ -112,11 +112,9 @@ void limitWriteBack(const MountPlace& place, const MachineMemory& memory) {
 /// Borrows all constructor arguments except the options. Not thread-safe.
 class Mount {
 public:
-    Mount(const MountOptions& options, Console& console, Interruption& interruption,
-          BackgroundStart* background)
+    Mount(const MountOptions& options, Console& console, BackgroundStart* background)
         : options_(resolved(options)),
           console_(console),
-          interruption_(interruption),
           background_(background),
           rescue_(options_.rescueTo.value_or(stateFolder()), options_.mountPoint) {}
 
@@ -132,7 +130,7 @@ public:
         std::optional<ExitExport> exitExport;
         if (options_.exportTo) {
             refuseBelow(options_.mountPoint, *options_.exportTo);
-            exitExport.emplace(*options_.exportTo, console_, interruption_);
+            exitExport.emplace(*options_.exportTo, console_);
         }
         MountedStorage storage(*provider, settings(*provider));
         if (options_.importFrom) {
@@ -168,7 +166,7 @@ private:
     void importContent(MountedStorage& storage, ExitExport* exitExport) {
         const std::string& folder = *options_.importFrom;
         if (options_.ending == MountOptions::Ending::Adds) {
-            importFolder(storage, console_, interruption_, options_);
+            importFolder(storage, console_, options_);
             return;
         }
         if (!std::filesystem::equivalent(folder, exitExport->target())) {
@@ -176,7 +174,7 @@ private:
                                "not the folder of --import; only that folder can be synchronized");
         }
         ImportedTree tree(folder); // before the import, so that entries that appear later do not count
-        importFolder(storage, console_, interruption_, options_);
+        importFolder(storage, console_, options_);
         tree.forgetSkipped(storage);
         exitExport->synchronize(std::move(tree));
     }
@@ -219,7 +217,6 @@ private:
 
     const MountOptions options_;
     Console& console_;
-    Interruption& interruption_;
     BackgroundStart* const background_; ///< null in the foreground
     RescueFolder rescue_;
 };
@@ -227,7 +224,7 @@ private:
 } // namespace
 
 ExitStatus runMount(const std::string& plugin, const MountOptions& options, Console& console) {
-    Interruption interruption;
+    const Interruption interruption;
     std::optional<BackgroundStart> background;
     std::optional<PluginLibrary> library; // outlives the exceptions of the plug-in's own classes
     console.beginCommand("mount");
@@ -240,7 +237,7 @@ ExitStatus runMount(const std::string& plugin, const MountOptions& options, Cons
         }
         useOneHeap();
         library.emplace(plugin);
-        return Mount(options, console, interruption, background ? &*background : nullptr).run(*library);
+        return Mount(options, console, background ? &*background : nullptr).run(*library);
     });
 }
 

@@ -1,7 +1,7 @@
 #include "host/mount/MountSyntax.h"
 
 #include "host/mount/MountOptionList.h"
-
+#include "host/support/NonEmptyPath.h"
 #include "host/support/UsageError.h"
 
 #include <CLI/CLI.hpp>
@@ -20,9 +20,6 @@ unsigned usualThreads() {
 }
 
 std::string absolute(const std::string& path) {
-    if (path.empty()) {
-        throw UsageError("an empty path");
-    }
     // Keeps "..", because after a symbolic link it does not lead to the textual parent.
     const std::string whole = std::filesystem::absolute(path);
     return whole.substr(0, std::max<std::size_t>(whole.find_last_not_of('/') + 1, 1));
@@ -33,23 +30,30 @@ std::string absolute(const std::string& path) {
 MountSyntax::MountSyntax(CLI::App& app)
     : command_(app.add_subcommand("mount", "Mount the storage at a folder")),
       options_{.threads = usualThreads()} {
-    command_->add_option("MOUNTPOINT", options_.mountPoint, "Folder to mount at")->required()->type_name("");
+    command_->add_option("MOUNTPOINT", options_.mountPoint, "Folder to mount at")
+        ->required()
+        ->type_name("")
+        ->check(nonEmptyPath());
     command_->add_flag("--background", background_, "Run in the background, return when mounted");
     CLI::Option* const importing =
         command_->add_option("--import", import_, "Import a folder of the disk before mounting")
-            ->type_name("DISK-PATH");
+            ->type_name("DISK-PATH")
+            ->check(nonEmptyPath());
     CLI::Option* const exporting =
         command_
             ->add_option("--export-on-exit", export_, "Export the content to the disk when the mount ends")
-            ->type_name("DISK-PATH");
+            ->type_name("DISK-PATH")
+            ->check(nonEmptyPath());
     command_
         ->add_option("--sync-on-exit", sync_,
                      "Like --export-on-exit, but also remove files that were imported and removed since")
         ->type_name("DISK-PATH")
+        ->check(nonEmptyPath())
         ->needs(importing)
         ->excludes(exporting);
     command_->add_option("--rescue", rescue_, "Folder for content that cannot be exported")
-        ->type_name("DISK-PATH");
+        ->type_name("DISK-PATH")
+        ->check(nonEmptyPath());
     command_->add_flag("--read-only", readOnly_, "Refuse all changes");
     command_->add_flag("--allow-other", allowOther_, "Allow access by other users, subject to permissions");
     command_->add_option("-o", lists_, "Options of mount(8) and fstab(5), such as size=1g,mode=755")

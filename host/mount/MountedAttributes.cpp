@@ -14,13 +14,6 @@ namespace {
 
 constexpr std::uint64_t blocksOfPage = pageSize / 512; ///< in the unit of st_blocks
 
-/// Clears the set-ID bits. Without group execute permission the set-group-ID bit has another meaning, so it
-/// is kept.
-mode_t withoutSetIds(mode_t permissions) {
-    const bool runsAsGroup = (permissions & (S_ISGID | S_IXGRP)) == (S_ISGID | S_IXGRP);
-    return permissions & ~static_cast<mode_t>(S_ISUID | (runsAsGroup ? S_ISGID : 0));
-}
-
 void requireFile(const Inode& inode) {
     if (!inode.isFile()) {
         throw ErrnoError(inode.isFolder() ? EISDIR : EINVAL);
@@ -144,21 +137,28 @@ struct stat MountedAttributes::apply(const AttributeChange& change, Inode& inode
     if (change.permissions) {
         setPermissions(tree, inode, held, *change.permissions & permissionBits);
     }
-    if (change.setIds == AttributeChange::SetIds::Cleared) {
-        attributes.permissions = withoutSetIds(attributes.permissions);
-    }
+    attributes.permissions = withSetIds(attributes.permissions, change.setIds);
     setOwner(inode, change);
     attributes.accessed = change.accessed.value_or(attributes.accessed);
     attributes.changed = change.changed.value_or(kernelTime());
     return makeStatus(tree, inode, held);
 }
 
-bool MountedAttributes::clearSetIds(FileInode& file) {
+mode_t MountedAttributes::withSetIds(mode_t permissions, AttributeChange::SetIds setIds) {
+    using SetIds = AttributeChange::SetIds;
+    if (setIds == SetIds::Kept) {
+        return permissions;
+    }
+    const bool clearsGroup = setIds == SetIds::ClearedByOther || (permissions & S_IXGRP) != 0;
+    return permissions & ~static_cast<mode_t>(S_ISUID | (clearsGroup ? S_ISGID : 0));
+}
+
+bool MountedAttributes::clearSetIds(FileInode& file, AttributeChange::SetIds setIds) {
     const SharedTree tree(tree_);
     const auto held = guards_.hold(file);
     tree.loadAttributes(file, held);
     const mode_t before = file.attributes.permissions;
-    file.attributes.permissions = withoutSetIds(before);
+    file.attributes.permissions = withSetIds(before, setIds);
     return file.attributes.permissions != before;
 }
 

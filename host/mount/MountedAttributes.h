@@ -15,8 +15,9 @@ namespace storage::host {
 
 /// A change of attributes by a program. A value.
 struct AttributeChange {
-    /// What happens to the set-ID bits of a file when its bytes or its owner change.
-    enum class SetIds { Kept, Cleared };
+    /// What happens to the set-ID bits of a file when its bytes or its owner change. A member of its group,
+    /// and root, leave a set-group-ID bit without group execute permission.
+    enum class SetIds { Kept, ClearedByMember, ClearedByOther };
 
     std::optional<mode_t> permissions;
     std::optional<std::uint64_t> size; ///< bytes
@@ -60,9 +61,12 @@ public:
     /// an additional provider operation would slow down each write.
     void stampModified(FileInode& file);
 
-    /// Clears the set-user-ID bit, and the set-group-ID bit if the group may execute the file.
-    /// @return whether a bit was set
-    bool clearSetIds(FileInode& file);
+    /// Clears set-ID bits of a file that is written to.
+    /// @return whether a bit was cleared
+    bool clearSetIds(FileInode& file, AttributeChange::SetIds setIds);
+
+    /// Permissions after a change of a file's bytes or owner.
+    static mode_t withSetIds(mode_t permissions, AttributeChange::SetIds setIds);
 
 private:
     struct stat apply(const AttributeChange& change, Inode& inode);

@@ -157,19 +157,19 @@ void MountedStorage::removeFolder(FolderInode& folder, std::string_view name) {
 }
 
 void MountedStorage::rename(FolderInode& folder, std::string_view name, FolderInode& newFolder,
-                            std::string_view newName, unsigned flags) {
-    requireRenameFlags(flags);
+                            std::string_view newName, const RenameMode& mode) {
+    requireRenameFlags(mode.flags);
     const std::u16string from = storageNameOf(name);
     const std::u16string to = storageNameOf(newName);
     std::optional<StorageSpace::Turn> turn;
-    if ((flags & RENAME_WHITEOUT) != 0) {
+    if ((mode.flags & RENAME_WHITEOUT) != 0) {
         turn.emplace(space_);
     }
     ExclusiveTree tree(tree_);
-    if ((flags & RENAME_EXCHANGE) != 0) {
+    if ((mode.flags & RENAME_EXCHANGE) != 0) {
         changes_.exchange(tree, folder, from, newFolder, to);
     } else {
-        changes_.rename(tree, folder, from, newFolder, to, flags);
+        changes_.rename(tree, folder, from, newFolder, to, mode);
     }
 }
 

@@ -69,7 +69,9 @@ public:
         return attributes_.change(inode, change);
     }
 
-    bool clearSetIds(FileInode& file) { return attributes_.clearSetIds(file); }
+    bool clearSetIds(FileInode& file, AttributeChange::SetIds setIds) {
+        return attributes_.clearSetIds(file, setIds);
+    }
 
     void setExtended(Inode& inode, std::string_view name, std::string_view value, int flags) {
         extended_.set(inode, name, value, flags);
@@ -110,7 +112,7 @@ public:
     /// Atomic with respect to all other operations: the entry has either the old name or the new one, and the
     /// new name exists throughout if an entry is replaced. Does nothing if both names belong to one inode.
     void rename(FolderInode& folder, std::string_view name, FolderInode& newFolder, std::string_view newName,
-                unsigned flags);
+                const RenameMode& mode);
 
     /// Visits the entries of a folder after a position, "." and ".." first, until the visitor has no more
     /// room. For `ListingDetail::Attributes`, each accepted entry except "." and ".." counts as one more

@@ -1,5 +1,7 @@
 #include "host/mount/UnmountSyntax.h"
 
+#include "host/support/NonEmptyPath.h"
+
 #include <CLI/CLI.hpp>
 
 namespace storage::host {
@@ -8,7 +10,8 @@ UnmountSyntax::UnmountSyntax(CLI::App& app)
     : command_(app.add_subcommand("unmount", "Unmount a storage, and wait until its content is exported")) {
     command_->add_option("MOUNTPOINT", mountPoint_, "Folder at which it is mounted")
         ->required()
-        ->type_name("");
+        ->type_name("")
+        ->check(nonEmptyPath());
 }
 
 std::optional<std::string> UnmountSyntax::result() const {

@@ -16,6 +16,9 @@ bool isNameCharacter(char character) {
 }
 
 NamedPlugin parsePlugin(const std::string& word) {
+    if (word.empty() || word.back() == '=') {
+        throw UsageError("--plugin: empty path");
+    }
     const std::size_t end = word.find_first_of("=/");
     if (end == std::string::npos || word[end] == '/') {
         return {"", word};

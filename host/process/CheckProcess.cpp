@@ -187,7 +187,7 @@ CheckOutcome CheckProcess::verdict(int status, milliseconds limit) const {
     }
     return announced->result == Result::Fail
                ? CheckOutcome{Result::Fail, announced->reason + "; then the check " + ending}
-               : CheckOutcome{early, ending + " after the check itself"};
+               : CheckOutcome{early, ending + " after the check had returned"};
 }
 
 } // namespace storage::host

@@ -22,12 +22,8 @@ Session::Storages Session::makeStorages(const std::vector<NamedProvider>& provid
     return storages;
 }
 
-Session::Session(const std::vector<NamedProvider>& providers, Console& console,
-                 const Interruption& interruption)
-    : storages_(makeStorages(providers)),
-      console_(console),
-      interruption_(interruption),
-      currentFolder_(storages_.front()->root()) {}
+Session::Session(const std::vector<NamedProvider>& providers, Console& console)
+    : storages_(makeStorages(providers)), console_(console), currentFolder_(storages_.front()->root()) {}
 
 SessionStorage& Session::storageOf(const StoragePath& path) const {
     const auto found = std::find_if(storages_.begin(), storages_.end(), [&](const auto& storage) {
@@ -45,7 +41,7 @@ std::size_t Session::prefixLength(std::string_view word) const noexcept {
 
 StoragePath Session::resolve(std::string_view word) const {
     if (word.empty()) {
-        throw CommandError("''", "an empty path");
+        throw CommandError("''", "empty path");
     }
     const std::size_t prefix = prefixLength(word);
     if (prefix == 0) {

@@ -3,7 +3,6 @@
 #include "host/console/Console.h"
 #include "host/session/SessionStorage.h"
 #include "host/storage/StoragePath.h"
-#include "host/support/Interruption.h"
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
@@ -42,11 +41,11 @@ public:
     };
 
     /// Creates a session with one storage, without a name.
-    Session(const IProvider& provider, Console& console, const Interruption& interruption)
-        : Session(std::vector<NamedProvider>{{"", provider}}, console, interruption) {}
+    Session(const IProvider& provider, Console& console)
+        : Session(std::vector<NamedProvider>{{"", provider}}, console) {}
 
     /// @param providers  one or more, with different names
-    Session(const std::vector<NamedProvider>& providers, Console& console, const Interruption& interruption);
+    Session(const std::vector<NamedProvider>& providers, Console& console);
 
     const Storages& storages() const noexcept { return storages_; }
 
@@ -58,7 +57,6 @@ public:
     KeptAttributes& kept(const StoragePath& path) const { return storageOf(path).kept(); }
 
     Console& console() const noexcept { return console_; }
-    const Interruption& interruption() const noexcept { return interruption_; }
 
     const StoragePath& currentFolder() const noexcept { return currentFolder_; }
     void setCurrentFolder(const StoragePath& folder) { currentFolder_ = folder; }
@@ -91,7 +89,6 @@ private:
 
     Storages storages_; ///< referenced by diagnoses, so they never move
     Console& console_;
-    const Interruption& interruption_;
     StoragePath currentFolder_;
     std::optional<int> input_;
     bool ended_ = false;

@@ -1,6 +1,7 @@
 #include "host/shell/DescriptorLineSource.h"
 
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,13 +19,8 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 } // namespace
 
-DescriptorLineSource::DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption,
-                                           Places places)
-    : descriptor_(descriptor),
-      name_(std::move(name)),
-      interruption_(interruption),
-      places_(places),
-      block_(readAtOnce) {}
+DescriptorLineSource::DescriptorLineSource(int descriptor, std::string name, Places places)
+    : descriptor_(descriptor), name_(std::move(name)), places_(places), block_(readAtOnce) {}
 
 std::string DescriptorLineSource::place() const {
     return places_ == Places::Shown ? fmt::format("{}:{}", name_, lineNumber_) : "";
@@ -65,7 +61,7 @@ std::optional<std::string> DescriptorLineSource::readLine() {
 /// Reads a block of available data. Returns false at the end.
 bool DescriptorLineSource::fill() {
     for (;;) {
-        interruption_.check();
+        Interruption::check();
         const ssize_t got = ::read(descriptor_, block_.data(), block_.size());
         if (got >= 0) {
             position_ = 0;

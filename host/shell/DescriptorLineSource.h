@@ -1,7 +1,6 @@
 #pragma once
 
 #include "host/shell/LineSource.h"
-#include "host/support/Interruption.h"
 
 #include <string>
 #include <vector>
@@ -21,7 +20,7 @@ public:
     /// @param descriptor  open for reading
     /// @param name        name in error messages
     /// @param places      whether error messages of lines contain the name and the line number
-    DescriptorLineSource(int descriptor, std::string name, const Interruption& interruption, Places places);
+    DescriptorLineSource(int descriptor, std::string name, Places places);
 
     std::optional<std::string> next() override;
     std::string place() const override;
@@ -32,7 +31,6 @@ private:
 
     const int descriptor_;
     const std::string name_;
-    const Interruption& interruption_;
     const Places places_;
     std::vector<char> block_;
     std::size_t position_ = 0;

@@ -25,8 +25,8 @@ ExitStatus Shell::run(LineSource& lines) {
         if (status != ExitStatus::Success && failureHandling_ == FailureHandling::KeepGoing) {
             result = ExitStatus::Failure;
         }
-        if (failureHandling_ == FailureHandling::AskPerson && interruption_.pending() == SIGINT) {
-            interruption_.clear(); // the user interrupted the command that has ended
+        if (failureHandling_ == FailureHandling::Interactive && Interruption::pending() == SIGINT) {
+            Interruption::clear(); // the user interrupted the command that has ended
         }
     }
     return result;
@@ -37,7 +37,7 @@ ExitStatus Shell::runNext(LineSource& lines) {
     std::optional<std::string> line;
     session_.console().beginLine("");
     try {
-        interruption_.check();
+        Interruption::check();
         session_.console().attempt("", [&] { line = lines.next(); });
     } catch (const Interrupted&) { // without a message: no command has been interrupted
         return ExitStatus::Interrupted;
@@ -128,13 +128,13 @@ void Shell::runCommand(const CommandInfo& info, std::vector<Word> words) {
 /// errors contain the position anyway.
 std::string Shell::place() const {
     const bool isKnown =
-        failureHandling_ == FailureHandling::AskPerson || !session_.console().place().empty();
+        failureHandling_ == FailureHandling::Interactive || !session_.console().place().empty();
     return isKnown ? "" : fmt::format("line {}: ", lineNumber_);
 }
 
 bool Shell::stopsAt(ExitStatus status) const {
     if (status == ExitStatus::Interrupted) {
-        return failureHandling_ != FailureHandling::AskPerson || interruption_.pending() != SIGINT;
+        return failureHandling_ != FailureHandling::Interactive || Interruption::pending() != SIGINT;
     }
     return status != ExitStatus::Success && failureHandling_ == FailureHandling::Stop;
 }

@@ -5,7 +5,6 @@
 #include "host/shell/CommandLineLexer.h"
 #include "host/shell/LineSource.h"
 #include "host/support/ExitStatus.h"
-#include "host/support/Interruption.h"
 
 #include <optional>
 #include <span>
@@ -17,9 +16,9 @@ namespace storage::host {
 
 /// What happens to the following lines after a command fails.
 enum class FailureHandling {
-    Stop,      ///< they are not run
-    KeepGoing, ///< they are run, but the final status reports the failure
-    AskPerson, ///< interactive: the user has seen the failure and decides
+    Stop,        ///< they are not run
+    KeepGoing,   ///< they are run, but the final status reports the failure
+    Interactive, ///< they are run: the user has seen the failure and goes on
 };
 
 /// Runs command lines in a session.
@@ -28,12 +27,8 @@ enum class FailureHandling {
 class Shell {
 public:
     /// @param commands  the commands that lines can use
-    Shell(std::span<const CommandInfo> commands, Session& session, Interruption& interruption,
-          FailureHandling failureHandling)
-        : commands_(commands),
-          session_(session),
-          interruption_(interruption),
-          failureHandling_(failureHandling) {}
+    Shell(std::span<const CommandInfo> commands, Session& session, FailureHandling failureHandling)
+        : commands_(commands), session_(session), failureHandling_(failureHandling) {}
 
     /// Runs lines until they or the session end, or a failure stops them.
     /// @throws OutputError when the output cannot be written
@@ -53,7 +48,6 @@ private:
 
     const std::span<const CommandInfo> commands_;
     Session& session_;
-    Interruption& interruption_;
     const FailureHandling failureHandling_;
     unsigned long long lineNumber_ = 0;
     bool linesEnded_ = false;

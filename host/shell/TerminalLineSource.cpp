@@ -1,6 +1,7 @@
 #include "host/shell/TerminalLineSource.h"
 
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 
 #include <algorithm>
 #include <clocale>
@@ -18,9 +19,8 @@ constexpr std::size_t mostShown = 200; ///< completion candidates
 } // namespace
 
 TerminalLineSource::TerminalLineSource(std::span<const CommandInfo> commands, const Session& session,
-                                       const Interruption& interruption, std::optional<HistoryFile> history)
+                                       std::optional<HistoryFile> history)
     : session_(session),
-      interruption_(interruption),
       completer_(commands, session),
       historyFile_(std::move(history)),
       history_(::history_init()) {
@@ -55,7 +55,7 @@ std::optional<std::string> TerminalLineSource::next() {
     if (text == nullptr || length <= 0) {
         std::fputs("\n", stdout);
         std::fflush(stdout);
-        interruption_.check();
+        Interruption::check();
         return std::nullopt;
     }
     std::string line(text, static_cast<std::size_t>(length));
@@ -131,7 +131,7 @@ void TerminalLineSource::useHistoryFile(const std::function<void(const HistoryFi
     try {
         step(*historyFile_);
     } catch (const CommandError& error) {
-        session_.console().notice(error.path(), std::string("the history is not kept: ") + error.what());
+        session_.console().notice(error.path(), std::string("the history is not saved: ") + error.what());
         historyFile_.reset();
     }
 }

@@ -4,7 +4,6 @@
 #include "host/shell/Completer.h"
 #include "host/shell/HistoryFile.h"
 #include "host/shell/LineSource.h"
-#include "host/support/Interruption.h"
 
 #include <functional>
 #include <histedit.h>
@@ -25,7 +24,7 @@ public:
     /// @param commands  the commands that lines can use
     /// @param history   keeps lines for later sessions; nothing for no file
     TerminalLineSource(std::span<const CommandInfo> commands, const Session& session,
-                       const Interruption& interruption, std::optional<HistoryFile> history);
+                       std::optional<HistoryFile> history);
 
     std::optional<std::string> next() override;
 
@@ -47,7 +46,6 @@ private:
     void useHistoryFile(const std::function<void(const HistoryFile& file)>& step);
 
     const Session& session_;
-    const Interruption& interruption_;
     const Completer completer_;
     std::optional<HistoryFile> historyFile_; ///< dropped when it fails
     std::string prompt_;

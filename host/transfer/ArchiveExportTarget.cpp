@@ -5,6 +5,7 @@
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
 #include "host/support/DefaultMode.h"
+#include "host/support/Interruption.h"
 #include "host/support/Umask.h"
 #include "host/support/Utf.h"
 #include "host/transfer/Zeros.h"
@@ -93,11 +94,9 @@ void ArchiveExportTarget::EntryFreer::operator()(::archive_entry* entry) const {
     ::archive_entry_free(entry);
 }
 
-ArchiveExportTarget::ArchiveExportTarget(ExportSource& source, const Interruption& interruption,
-                                         ProgressMeter& progress, const ArchiveFormat& format,
-                                         std::string place, Write write)
+ArchiveExportTarget::ArchiveExportTarget(ExportSource& source, ProgressMeter& progress,
+                                         const ArchiveFormat& format, std::string place, Write write)
     : source_(source),
-      interruption_(interruption),
       progress_(progress),
       container_(format.container),
       place_(std::move(place)),
@@ -276,7 +275,7 @@ std::uint64_t ArchiveExportTarget::writeContent(const StoragePath& source, std::
         writeData(std::span(buffer_).first(count));
         written += count;
         progress_.countBytes(count);
-        interruption_.check();
+        Interruption::check();
     }
     if (written != size) {
         throw CommandError(source.printed(), "file size changed during the export");

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "host/console/ProgressMeter.h"
-#include "host/support/Interruption.h"
 #include "host/transfer/ArchiveFormat.h"
 #include "host/transfer/ExportSource.h"
 #include "host/transfer/ExportTarget.h"
@@ -35,8 +34,8 @@ public:
 
     /// @param place  name of the archive in messages
     /// @param write  receives the bytes of the archive
-    ArchiveExportTarget(ExportSource& source, const Interruption& interruption, ProgressMeter& progress,
-                        const ArchiveFormat& format, std::string place, Write write);
+    ArchiveExportTarget(ExportSource& source, ProgressMeter& progress, const ArchiveFormat& format,
+                        std::string place, Write write);
     ~ArchiveExportTarget() override;
     ArchiveExportTarget(const ArchiveExportTarget&) = delete;
     ArchiveExportTarget& operator=(const ArchiveExportTarget&) = delete;
@@ -77,7 +76,6 @@ private:
     std::string pathOf(const std::string& name) const;
 
     ExportSource& source_;
-    const Interruption& interruption_;
     ProgressMeter& progress_;
     const ArchiveFormat::Container container_;
     const std::string place_;

@@ -4,6 +4,7 @@
 #include "host/disk/DiskXattrs.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "host/support/Utf.h"
 
 #include <algorithm>
@@ -37,12 +38,10 @@ void ArchiveFeed::Closer::operator()(::archive* archive) const {
     ::archive_read_free(archive);
 }
 
-ArchiveFeed::ArchiveFeed(FileDescriptor file, const EntrySelection& selection, Console& console,
-                         const Interruption& interruption)
+ArchiveFeed::ArchiveFeed(FileDescriptor file, const EntrySelection& selection, Console& console)
     : file_(std::move(file)),
       selection_(selection),
       console_(console),
-      interruption_(interruption),
       keepsOwners_(::geteuid() == 0),
       top_(selection.ofTop({}, true)),
       block_(transferBufferSize),
@@ -79,7 +78,7 @@ ssize_t ArchiveFeed::readBlock(::archive*, void* self, const void** block) {
     auto& feed = *static_cast<ArchiveFeed*>(self);
     try {
         *block = feed.block_.data();
-        return static_cast<ssize_t>(feed.file_.read(feed.block_, feed.interruption_));
+        return static_cast<ssize_t>(feed.file_.read(feed.block_));
     } catch (...) {
         feed.failure_ = std::current_exception();
         return ARCHIVE_FATAL;
@@ -106,7 +105,7 @@ const ImportFeed::Entry* ArchiveFeed::next() {
         readHeader(); // so that nothing is created for a file that is not an archive
     }
     while (queue_.empty()) {
-        interruption_.check();
+        Interruption::check();
         if (isEnded_ || !readHeader()) {
             return nullptr;
         }

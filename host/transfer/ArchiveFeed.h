@@ -3,7 +3,6 @@
 #include "host/console/Console.h"
 #include "host/disk/FileDescriptor.h"
 #include "host/session/EntrySelection.h"
-#include "host/support/Interruption.h"
 #include "host/transfer/ImportFeed.h"
 #include "host/transfer/Utf8Locale.h"
 
@@ -36,8 +35,7 @@ class ArchiveFeed final : public ImportFeed {
 public:
     /// @param file  read from its current position; need not be seekable
     /// @throws CommandError when it is not an archive
-    ArchiveFeed(FileDescriptor file, const EntrySelection& selection, Console& console,
-                const Interruption& interruption);
+    ArchiveFeed(FileDescriptor file, const EntrySelection& selection, Console& console);
 
     const Entry* next() override;
     void skipBelow(const StoragePath& folder) override;
@@ -65,7 +63,6 @@ private:
     const FileDescriptor file_;
     const EntrySelection& selection_;
     Console& console_;
-    const Interruption& interruption_;
     const bool keepsOwners_;
     const EntrySelection::Verdict top_;
     const Utf8Locale locale_;

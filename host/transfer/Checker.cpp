@@ -1,11 +1,13 @@
 #include "host/transfer/Checker.h"
 
+#include "host/disk/DiskExtents.h"
 #include "host/disk/DiskFolder.h"
 #include "host/disk/DiskXattrs.h"
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
 #include "host/support/FileTime.h"
+#include "host/support/Interruption.h"
 #include "host/support/Utf.h"
 
 #include <algorithm>
@@ -47,11 +49,10 @@ FileDescriptor Checker::Layer::open(int flags) const {
                  : FileDescriptor(source.diskPath, flags);
 }
 
-Checker::Checker(ExportSource& stored, Console& console, const Interruption& interruption,
-                 const ImportLog& expected, Complete complete, Against against, Times times)
+Checker::Checker(ExportSource& stored, Console& console, const ImportLog& expected, Complete complete,
+                 Against against, Times times)
     : stored_(stored),
       console_(console),
-      interruption_(interruption),
       expected_(expected),
       complete_(std::move(complete)),
       against_(against),
@@ -63,10 +64,10 @@ Checker::Checker(ExportSource& stored, Console& console, const Interruption& int
 void Checker::run() {
     open_.clear();
     for (const StoragePath& top : expected_.topmost()) {
-        interruption_.check();
+        Interruption::check();
         console_.attempt(top.printed(), [&] { compareTop(top); });
         while (!open_.empty()) {
-            interruption_.check();
+            Interruption::check();
             const Folder folder = std::move(open_.back());
             open_.pop_back();
             console_.attempt(folder.path.printed(), [&] { compareFolder(folder); });
@@ -102,7 +103,7 @@ void Checker::compareFolder(const Folder& folder) {
     console_.attempt(folder.path.printed(), [&] { compareFolderAttributes(folder); });
     const std::size_t opened = open_.size();
     for (const ExportSource::Child& child : stored_.childrenOf(folder.path)) {
-        interruption_.check();
+        Interruption::check();
         const StoragePath path = folder.path.child(child.name);
         const auto found = children.find(child.name);
         if (found == children.end()) {
@@ -232,6 +233,9 @@ void Checker::compareFile(const StoragePath& path, const Layer& layer) {
     const DiskEntry entry = DiskEntry::of(onDisk);
     if (isEqual) { // with different content they are different files anyway
         compareHardLinks(path, layer, stored.attributes.linkGroup, entry);
+        if (stored.attributes.isSparse) {
+            compareHoles(path, onDisk, entry);
+        }
     }
     compareAttributes(path, stored, diskPath, entry, times_);
     compareXattrs(path, stored.attributes.xattrs, onDisk);
@@ -243,9 +247,9 @@ void Checker::compareFile(const StoragePath& path, const Layer& layer) {
 bool Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk) {
     const auto stored = stored_.open(path);
     for (unsigned long long offset = 0;;) {
-        interruption_.check();
+        Interruption::check();
         const std::size_t count = stored->read(buffer_);
-        const std::size_t diskCount = onDisk.read(diskBuffer_, interruption_);
+        const std::size_t diskCount = onDisk.read(diskBuffer_);
         const std::size_t compared = std::min(count, diskCount);
         const std::size_t equal = equalBytes(buffer_, diskBuffer_, compared);
         offset += equal;
@@ -266,6 +270,30 @@ bool Checker::compareBytes(const StoragePath& path, const FileDescriptor& onDisk
         }
         if (count == 0) {
             return true;
+        }
+    }
+}
+
+/// Precondition: the storage has the same bytes, and the imported file had holes.
+void Checker::compareHoles(const StoragePath& path, const FileDescriptor& onDisk, const DiskEntry& entry) {
+    if (!entry.isSparse() && !hasHole(onDisk, entry.size) && hasZeroBlockAhead(onDisk)) {
+        report(path, fmt::format("a file with holes, but {} has none", onDisk.path()));
+    }
+}
+
+/// Whether there is a block of zeros that could be a hole, from the file position on.
+bool Checker::hasZeroBlockAhead(const FileDescriptor& file) {
+    for (;;) {
+        Interruption::check();
+        const std::size_t count = file.read(buffer_);
+        for (std::size_t begin = 0; begin + holeUnit <= count; begin += holeUnit) {
+            const auto* const block = buffer_.data() + begin;
+            if (std::all_of(block, block + holeUnit, [](char byte) { return byte == 0; })) {
+                return true;
+            }
+        }
+        if (count < buffer_.size()) {
+            return false;
         }
     }
 }

@@ -5,7 +5,6 @@
 #include "host/disk/FileDescriptor.h"
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
-#include "host/support/Interruption.h"
 #include "host/transfer/ExportSource.h"
 #include "host/transfer/TransferTotals.h"
 
@@ -33,8 +32,8 @@ namespace storage::host {
 /// | bytes of files      | yes                                  | yes                                       |
 /// | link targets        | yes                                  | yes                                       |
 /// | device numbers      | yes                                  | yes                                       |
-/// | holes               | whether a file that had some has any | the same                                  |
 /// | hard links          | yes                                  | yes                                       |
+/// | holes               | whether a file that had some has any | the same                                  |
 /// | extended attributes | yes                                  | yes, except of the storage root           |
 /// | owners              | if run by root                       | if known and not the default              |
 /// | writable flags      | of files and folders                 | the same, except of the storage root      |
@@ -62,8 +61,8 @@ public:
     enum class Against { Sources, Export };
 
     /// @param expected  the trees on disk, and the paths of their copies in the storage
-    Checker(ExportSource& stored, Console& console, const Interruption& interruption,
-            const ImportLog& expected, Complete complete, Against against, Times times);
+    Checker(ExportSource& stored, Console& console, const ImportLog& expected, Complete complete,
+            Against against, Times times);
 
     /// Compares all copies.
     /// @throws Interrupted
@@ -119,6 +118,8 @@ private:
     void reportMissing(const StoragePath& path, const Layers& layers);
     void compareFile(const StoragePath& path, const Layer& layer);
     bool compareBytes(const StoragePath& path, const FileDescriptor& onDisk);
+    void compareHoles(const StoragePath& path, const FileDescriptor& onDisk, const DiskEntry& entry);
+    bool hasZeroBlockAhead(const FileDescriptor& file);
     void compareHardLinks(const StoragePath& path, const Layer& layer, std::uint64_t linkGroup,
                           const DiskEntry& onDisk);
     void compareSpecial(const StoragePath& path, EntryKind kind, const Layer& layer);
@@ -134,7 +135,6 @@ private:
 
     ExportSource& stored_;
     Console& console_;
-    const Interruption& interruption_;
     const ImportLog& expected_;
     const Complete complete_;
     const Against against_;

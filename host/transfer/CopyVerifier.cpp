@@ -2,6 +2,7 @@
 
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -61,7 +62,7 @@ void CopyVerifier::run(const StoragePath& source, const StoragePath& copy) {
     }
     open_.push_back({source, copy, kind});
     while (!open_.empty()) {
-        session_.interruption().check();
+        Interruption::check();
         const Pair pair = std::move(open_.back());
         open_.pop_back();
         if (pair.kind == EntryKind::Folder) {
@@ -107,7 +108,7 @@ void CopyVerifier::compareFile(const Pair& pair) {
     Blocks source(session_.storageOf(pair.source), entries_, pair.source, sourceBuffer_);
     Blocks copy(session_.storageOf(pair.copy), entries_, pair.copy, copyBuffer_);
     for (unsigned long long offset = 0;;) {
-        session_.interruption().check();
+        Interruption::check();
         const auto wanted = source.next();
         const auto found = copy.next();
         const auto differing = std::mismatch(wanted.begin(), wanted.end(), found.begin(), found.end()).first;

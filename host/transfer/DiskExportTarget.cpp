@@ -1,6 +1,7 @@
 #include "host/transfer/DiskExportTarget.h"
 
 #include "host/disk/DiskEntry.h"
+#include "host/disk/DiskExtents.h"
 #include "host/disk/DiskFolder.h"
 #include "host/disk/DiskNode.h"
 #include "host/disk/DiskOwnership.h"
@@ -10,6 +11,7 @@
 #include "host/support/CommandError.h"
 #include "host/support/Counted.h"
 #include "host/support/DefaultMode.h"
+#include "host/support/Interruption.h"
 #include "host/support/Umask.h"
 #include "host/transfer/DiskName.h"
 
@@ -28,7 +30,6 @@ namespace {
 constexpr mode_t newFolderMode = 0777;
 constexpr mode_t privateFolderMode = 0700;
 constexpr mode_t privateNodeMode = 0600;
-constexpr std::size_t holeUnit = 4096; ///< bytes; file systems have no smaller holes
 
 [[noreturn]] void refuseInTheWay(const FileDescriptor& folder, const std::string& name) {
     throw CommandError(diskChild(folder.path(), name),
@@ -110,11 +111,9 @@ std::unique_ptr<WritableFolder> openAbove(const std::string& target) {
 
 } // namespace
 
-DiskExportTarget::DiskExportTarget(ExportSource& source, const Interruption& interruption,
-                                   ProgressMeter& progress, std::span<char> buffer, std::string place,
-                                   RootAttributes rootAttributes)
+DiskExportTarget::DiskExportTarget(ExportSource& source, ProgressMeter& progress, std::span<char> buffer,
+                                   std::string place, RootAttributes rootAttributes)
     : source_(source),
-      interruption_(interruption),
       progress_(progress),
       buffer_(buffer),
       place_(std::move(place)),
@@ -416,7 +415,7 @@ std::uint64_t DiskExportTarget::copyBytes(const StoragePath& source, bool isSpar
         }
         offset += count;
         progress_.countBytes(count);
-        interruption_.check();
+        Interruption::check();
     }
     if (hasHoles && ::ftruncate(to.number(), static_cast<off_t>(offset)) != 0) {
         throw diskError(to.path(), errno);

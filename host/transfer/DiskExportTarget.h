@@ -3,7 +3,6 @@
 #include "host/console/ProgressMeter.h"
 #include "host/disk/FileDescriptor.h"
 #include "host/disk/WritableFolder.h"
-#include "host/support/Interruption.h"
 #include "host/transfer/ExportSource.h"
 #include "host/transfer/ExportTarget.h"
 #include "host/transfer/RootAttributes.h"
@@ -38,8 +37,8 @@ public:
     /// @param buffer          for copying
     /// @param place           path of the exported entry itself
     /// @param rootAttributes  Untouched for a folder that is only extended; the path may be a symbolic link
-    DiskExportTarget(ExportSource& source, const Interruption& interruption, ProgressMeter& progress,
-                     std::span<char> buffer, std::string place, RootAttributes rootAttributes);
+    DiskExportTarget(ExportSource& source, ProgressMeter& progress, std::span<char> buffer, std::string place,
+                     RootAttributes rootAttributes);
 
     std::optional<Existing> find(const std::string& place) override;
     std::string placeIn(const std::string& folder, const std::string& name) const override;
@@ -91,7 +90,6 @@ private:
     bool isSourceExact() const noexcept { return source_.authority() == ExportSource::Authority::Source; }
 
     ExportSource& source_;
-    const Interruption& interruption_;
     ProgressMeter& progress_;
     const std::span<char> buffer_;
     const std::string place_;

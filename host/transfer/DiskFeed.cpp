@@ -4,6 +4,7 @@
 #include "host/disk/DiskXattrs.h"
 #include "host/disk/SystemFileSystem.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "host/support/Utf.h"
 
 #include <algorithm>
@@ -23,12 +24,11 @@ constexpr int fileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 } // namespace
 
 DiskFeed::DiskFeed(std::string source, FileSystems fileSystems, const EntrySelection& selection,
-                   Console& console, const Interruption& interruption)
+                   Console& console)
     : source_(std::move(source)),
       fileSystems_(fileSystems),
       selection_(selection),
       console_(console),
-      interruption_(interruption),
       keepsOwners_(::geteuid() == 0) {}
 
 const ImportFeed::Entry* DiskFeed::next() {
@@ -37,7 +37,7 @@ const ImportFeed::Entry* DiskFeed::next() {
         return takeTop() ? &entry_ : nullptr;
     }
     while (!open_.empty()) {
-        interruption_.check();
+        Interruption::check();
         if (takeNext()) {
             return &entry_;
         }
@@ -196,7 +196,7 @@ std::size_t DiskFeed::read(std::span<char> buffer) {
     const bool isInExtent = isSparse_ && offset_ < extent_.end;
     const std::size_t wanted =
         isInExtent ? std::min<std::uint64_t>(extent_.end - offset_, buffer.size()) : buffer.size();
-    const std::size_t count = file_->read(buffer.first(wanted), interruption_);
+    const std::size_t count = file_->read(buffer.first(wanted));
     offset_ += count;
     return count;
 }

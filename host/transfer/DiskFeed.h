@@ -5,7 +5,6 @@
 #include "host/disk/DiskExtents.h"
 #include "host/disk/FileDescriptor.h"
 #include "host/session/EntrySelection.h"
-#include "host/support/Interruption.h"
 #include "host/transfer/ImportFeed.h"
 
 #include <optional>
@@ -29,8 +28,7 @@ public:
     };
 
     /// @param source  path on disk. If it is a symbolic link, it is followed, unlike links below it.
-    DiskFeed(std::string source, FileSystems fileSystems, const EntrySelection& selection, Console& console,
-             const Interruption& interruption);
+    DiskFeed(std::string source, FileSystems fileSystems, const EntrySelection& selection, Console& console);
 
     const Entry* next() override;
     void skipBelow(const StoragePath& folder) override;
@@ -64,7 +62,6 @@ private:
     const FileSystems fileSystems_;
     const EntrySelection& selection_;
     Console& console_;
-    const Interruption& interruption_;
     const bool keepsOwners_;
     bool isBegun_ = false;
     std::vector<OpenFolder> open_;

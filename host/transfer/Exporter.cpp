@@ -3,6 +3,7 @@
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
 #include "host/support/FileTime.h"
+#include "host/support/Interruption.h"
 #include "host/transfer/DiskExportTarget.h"
 #include "host/transfer/DiskName.h"
 
@@ -12,11 +13,9 @@
 
 namespace storage::host {
 
-Exporter::Exporter(ExportSource& source, Console& console, const Interruption& interruption,
-                   TransferOptions options)
+Exporter::Exporter(ExportSource& source, Console& console, TransferOptions options)
     : source_(source),
       console_(console),
-      interruption_(interruption),
       options_(std::move(options)),
       progress_(console, options_.notices == TransferOptions::Notices::Shown
                              ? ProgressMeter::Display::Shown
@@ -24,8 +23,8 @@ Exporter::Exporter(ExportSource& source, Console& console, const Interruption& i
       buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
 
 void Exporter::run(const StoragePath& source, const std::string& target, RootAttributes rootAttributes) {
-    DiskExportTarget disk(source_, interruption_, progress_, std::span(buffer_.get(), transferBufferSize),
-                          target, rootAttributes);
+    DiskExportTarget disk(source_, progress_, std::span(buffer_.get(), transferBufferSize), target,
+                          rootAttributes);
     run(source, disk, target, target.substr(target.rfind('/') + 1));
     if (const std::string losses = disk.losses(); !losses.empty()) {
         notice(target, losses);
@@ -37,7 +36,7 @@ void Exporter::run(const StoragePath& source, ExportTarget& target, const std::s
     open_.clear(); // an interrupted run leaves folders open
     target_ = &target;
     top_ = source;
-    interruption_.check();
+    Interruption::check();
     console_.attempt(source.printed(), [&] {
         const EntryKind kind = source_.kindOf(source);
         const Verdict verdict = options_.selection->ofTop(source.name(), kind == EntryKind::Folder);
@@ -46,7 +45,7 @@ void Exporter::run(const StoragePath& source, ExportTarget& target, const std::s
         }
     });
     while (!open_.empty() && !target.isFailed()) {
-        interruption_.check();
+        Interruption::check();
         exportNext();
     }
 }

@@ -2,7 +2,6 @@
 
 #include "host/console/ProgressMeter.h"
 #include "host/storage/StoragePath.h"
-#include "host/support/Interruption.h"
 #include "host/transfer/ExportSource.h"
 #include "host/transfer/ExportTarget.h"
 #include "host/transfer/RootAttributes.h"
@@ -25,8 +24,7 @@ namespace storage::host {
 /// Borrows source and console. Not thread-safe.
 class Exporter {
 public:
-    Exporter(ExportSource& source, Console& console, const Interruption& interruption,
-             TransferOptions options = {});
+    Exporter(ExportSource& source, Console& console, TransferOptions options = {});
 
     /// Exports one existing entry and everything below it to the disk.
     /// @param target          path of the entry itself on disk. An existing folder is extended, an existing
@@ -75,7 +73,6 @@ private:
 
     ExportSource& source_;
     Console& console_;
-    const Interruption& interruption_;
     const TransferOptions options_;
     ProgressMeter progress_;
     TransferTotals totals_;

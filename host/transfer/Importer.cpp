@@ -3,6 +3,7 @@
 #include "host/storage/ByteStreamDevice.h"
 #include "host/support/CommandError.h"
 #include "host/support/FileTime.h"
+#include "host/support/Interruption.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -28,11 +29,10 @@ std::size_t firstBlock(unsigned long long size) {
 
 } // namespace
 
-Importer::Importer(ImportTarget& target, Console& console, const Interruption& interruption,
-                   ImportLog& imports, FileSystems fileSystems, TransferOptions options)
+Importer::Importer(ImportTarget& target, Console& console, ImportLog& imports, FileSystems fileSystems,
+                   TransferOptions options)
     : target_(target),
       console_(console),
-      interruption_(interruption),
       imports_(imports),
       fileSystems_(fileSystems),
       options_(std::move(options)),
@@ -43,7 +43,7 @@ Importer::Importer(ImportTarget& target, Console& console, const Interruption& i
       buffer_(std::make_unique_for_overwrite<char[]>(transferBufferSize)) {}
 
 void Importer::run(const std::string& source, const StoragePath& target, RootAttributes rootAttributes) {
-    DiskFeed feed(source, fileSystems_, *options_.selection, console_, interruption_);
+    DiskFeed feed(source, fileSystems_, *options_.selection, console_);
     source_ = source;
     run(feed, target, rootAttributes);
 }
@@ -61,7 +61,7 @@ void Importer::run(ImportFeed& feed, const StoragePath& target, RootAttributes r
     }
     try {
         while (const Entry* const entry = feed.next()) {
-            interruption_.check();
+            Interruption::check();
             leaveFoldersNotAbove(entry->path);
             console_.attempt(entry->place, [&] { take(feed, *entry); });
         }
@@ -257,7 +257,7 @@ unsigned long long Importer::copyBytes(ImportFeed& feed, const Entry& entry, Imp
         to.write(std::span(buffer_.get(), count));
         copied += count;
         progress_.countBytes(count);
-        interruption_.check();
+        Interruption::check();
         wanted = transferBufferSize;
     }
 }

@@ -3,7 +3,6 @@
 #include "host/console/ProgressMeter.h"
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
-#include "host/support/Interruption.h"
 #include "host/transfer/DiskFeed.h"
 #include "host/transfer/ImportFeed.h"
 #include "host/transfer/ImportTarget.h"
@@ -33,7 +32,7 @@ public:
     using FileSystems = DiskFeed::FileSystems;
 
     /// @param imports  records each import from disk
-    Importer(ImportTarget& target, Console& console, const Interruption& interruption, ImportLog& imports,
+    Importer(ImportTarget& target, Console& console, ImportLog& imports,
              FileSystems fileSystems = FileSystems::WithFiles, TransferOptions options = {});
 
     /// Imports one entry on disk and everything below it.
@@ -96,7 +95,6 @@ private:
 
     ImportTarget& target_;
     Console& console_;
-    const Interruption& interruption_;
     ImportLog& imports_;
     const FileSystems fileSystems_;
     const TransferOptions options_;

@@ -3,6 +3,7 @@
 #include "host/storage/ByteStreamDevice.h"
 #include "host/storage/EntryRules.h"
 #include "host/support/DefaultMode.h"
+#include "host/support/Interruption.h"
 #include "host/support/Umask.h"
 
 #include <span>
@@ -35,7 +36,7 @@ void StorageCopier::run(const StoragePath& source, const StoragePath& target, Ro
     session_.storageOf(source).attribute([&] { kind = source_.kindOf(source); });
     copyEntry(source, kind, target, rootAttributes);
     while (!open_.empty()) {
-        session_.interruption().check();
+        Interruption::check();
         copyNext();
     }
 }
@@ -114,7 +115,7 @@ void StorageCopier::copyBytes(ExportSource::Reader& from, ImportTarget::File& to
         }
         to_.attribute([&] { to.write(std::span(buffer_.get(), count)); });
         progress_.countBytes(count);
-        session_.interruption().check();
+        Interruption::check();
     }
 }
 

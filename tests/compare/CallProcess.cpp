@@ -45,7 +45,7 @@ void CallProcess::become(unsigned user) {
                   : ::setgroups(1, &more) == 0 && ::setresgid(ordinaryGroup, ordinaryGroup, 0) == 0 &&
                         ::setresuid(ordinaryUser, ordinaryUser, 0) == 0;
     if (!isChanged) {
-        throw std::system_error(errno, std::generic_category(), "change of the user");
+        throw std::system_error(errno, std::generic_category(), "switching the user");
     }
 }
 

@@ -38,11 +38,11 @@ void reset(const std::string& root) {
     }
     removeExtended(root);
     constexpr mode_t forEverybody = 0777;
-    constexpr std::array<timespec, 2> longAgo{timespec{1'000'000'000, 0}, timespec{1'000'000'000, 0}};
+    constexpr std::array<timespec, 2> pastTime{timespec{1'000'000'000, 0}, timespec{1'000'000'000, 0}};
     // Some file systems do not support owners.
     require(::chown(root.c_str(), 0, 0) == 0 || errno == EPERM, root);
     require(::chmod(root.c_str(), forEverybody) == 0, root);
-    require(::utimensat(-1, root.c_str(), longAgo.data(), 0) == 0, root);
+    require(::utimensat(-1, root.c_str(), pastTime.data(), 0) == 0, root);
 }
 
 bool isAfter(const timespec& left, const timespec& right, long margin) {

@@ -22,6 +22,31 @@ void seek(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
         ::lseek(process.descriptor(call.numbers[0]), call.numbers[2], static_cast<int>(call.numbers[1])));
 }
 
+/// Skips a truncation that would not change the size, if such truncations are excluded.
+bool isSkipped(CallProcess& process, const struct stat& status, std::int64_t size, OutcomeBuilder& outcome) {
+    const bool isUnchanged = S_ISREG(status.st_mode) && status.st_size == size;
+    if (!isUnchanged || !process.exclusions().has("truncate.same-size")) {
+        return false;
+    }
+    outcome.add("result", notMade);
+    return true;
+}
+
+void truncatePath(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
+    struct stat status {};
+    if (::stat(call.first.c_str(), &status) != 0 || !isSkipped(process, status, call.numbers[0], outcome)) {
+        outcome.result(::truncate(call.first.c_str(), call.numbers[0]));
+    }
+}
+
+void truncateSlot(CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
+    const int file = process.descriptor(call.numbers[0]);
+    struct stat status {};
+    if (::fstat(file, &status) != 0 || !isSkipped(process, status, call.numbers[1], outcome)) {
+        outcome.result(::ftruncate(file, call.numbers[1]));
+    }
+}
+
 template <int whence>
 void chooseSeeking(Choice& choice, Call& call) {
     call.numbers = {choice.fileSlot(), whence, choice.offset()};
@@ -60,16 +85,12 @@ constexpr std::array spaceKinds{
                  call.numbers[0] = choice.offset();
                  call.first = choice.file();
              },
-             [](CallProcess&, const Call& call, OutcomeBuilder& outcome) {
-                 outcome.result(::truncate(call.first.c_str(), call.numbers[0]));
-             }},
+             truncatePath},
     CallKind{"ftruncate", 8,
              [](Choice& choice, Call& call) {
                  call.numbers = {choice.fileSlot(), choice.offset()};
              },
-             [](CallProcess& process, const Call& call, OutcomeBuilder& outcome) {
-                 outcome.result(::ftruncate(process.descriptor(call.numbers[0]), call.numbers[1]));
-             }},
+             truncateSlot},
     CallKind{"fallocate", 4, chooseAllocation<0>, allocate},
     CallKind{"fallocate_keep_size", 4, chooseAllocation<FALLOC_FL_KEEP_SIZE>, allocate},
     CallKind{"fallocate_punch_hole", 6, chooseAllocation<FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE>,

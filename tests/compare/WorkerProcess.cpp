@@ -118,9 +118,9 @@ void WorkerProcess::start(const Calls& calls) {
 }
 
 std::vector<Outcome> WorkerProcess::outcomes() {
-    constexpr int patience = 120'000; // milliseconds, many times the duration of any batch
+    constexpr int replyTimeout = 120'000; // milliseconds, many times the duration of any batch
     pollfd state{socket_, POLLIN, 0};
-    if (::poll(&state, 1, patience) == 0) {
+    if (::poll(&state, 1, replyTimeout) == 0) {
         throw Failure("a worker process does not answer");
     }
     std::string buffer(longestMessage, '\0');

@@ -102,12 +102,12 @@ bool precedes(const FolderEntry& left, const FolderEntry& right) {
 
 } // namespace
 
-ScriptRun::ScriptRun(Interruption& interruption, OutputKind outKind)
+ScriptRun::ScriptRun(OutputKind outKind)
     : outKind_(outKind),
       provider_(std::make_shared<SmallProvider>(newProvider())),
       console_(out_, outKind, err_, OutputKind::Plain),
-      session_(*provider_, console_, interruption),
-      shell_(commandTable(), session_, interruption, FailureHandling::KeepGoing) {}
+      session_(*provider_, console_),
+      shell_(commandTable(), session_, FailureHandling::KeepGoing) {}
 
 unsigned long long ScriptRun::run(std::string_view script) {
     unsigned long long linesRun = 0;
@@ -155,19 +155,19 @@ void ScriptRun::checkOutput(const std::string& command) const {
 
 void ScriptRun::checkErrors(ExitStatus status) const {
     const std::string errors = err_.str();
-    require(status == ExitStatus::Success || !errors.empty(), "a failure is not told of");
-    require(status != ExitStatus::Interrupted, "nobody interrupted the command");
-    require(errors.empty() || errors.ends_with('\n'), "the last line of the errors does not end");
+    require(status == ExitStatus::Success || !errors.empty(), "a failure is not reported");
+    require(status != ExitStatus::Interrupted, "a command is interrupted without a signal");
+    require(errors.empty() || errors.ends_with('\n'), "the last error line has no line feed");
     for (const std::string& line : linesOf(errors)) {
-        require(line.starts_with("qzstorage: ") && isPrintable(line), "this is no line of an error: " + line);
+        require(line.starts_with("qzstorage: ") && isPrintable(line), "not an error line: " + line);
     }
 }
 
 void ScriptRun::checkTree() const {
     for (TreeWalk walk(*provider_, StoragePath()); const auto step = walk.next();) {
         // Commands use temporary names that are not valid UTF-16, so such a name is a leftover.
-        require(toUtf8(step->name).has_value(), "an entry is left that nobody named");
-        require(step->name.find(u'/') == std::u16string::npos, "a name has a separator in it");
+        require(toUtf8(step->name).has_value(), "a temporary entry is left behind");
+        require(step->name.find(u'/') == std::u16string::npos, "a name contains a separator");
         if (step->kind == TreeWalk::Step::Kind::Folder) {
             checkFolder(step->path);
             walk.descend();

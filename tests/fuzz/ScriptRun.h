@@ -4,7 +4,6 @@
 #include "host/session/Session.h"
 #include "host/shell/Shell.h"
 #include "host/support/ExitStatus.h"
-#include "host/support/Interruption.h"
 #include "tests/fuzz/SmallProvider.h"
 
 #include <memory>
@@ -19,7 +18,7 @@
 class ScriptRun {
 public:
     /// @param outKind  kind of the output stream
-    ScriptRun(storage::host::Interruption& interruption, storage::host::OutputKind outKind);
+    explicit ScriptRun(storage::host::OutputKind outKind);
 
     /// Runs the lines up to the end of the session, and then checks the tree for consistency.
     /// @return the number of lines that were run

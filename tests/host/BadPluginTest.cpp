@@ -34,7 +34,7 @@ const std::vector<Misbehaviour> thrown{
     {"unknown", R"(an exception of type \(anonymous namespace\)::UnknownFailure)"},
     {"own", "the tape is torn"},
     {"memory", "out of memory"},
-    {"code", R"(failed for a reason that this host does not know \(code 77\))"},
+    {"code", R"(unknown error \(code 77\))"},
 };
 
 /// An operation of the plug-in, and a command line that calls it at "/bad".

@@ -197,12 +197,15 @@ TEST(ProgramTest, KeepsTheOrderOfErrorsAndOutput) {
 }
 
 TEST(ProgramTest, RejectsEmptyPaths) {
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"run", ""}, std::vector<std::string>{"--plugin", "", "shell"}}) {
+    using Case = std::pair<std::string, std::vector<std::string>>;
+    for (const auto& [option, arguments] :
+         {Case{"SCRIPT", {"run", ""}}, Case{"--plugin", {"--plugin", "", "shell"}},
+          Case{"--plugin", {"--plugin", "a=", "shell"}}, Case{"MOUNTPOINT", {"mount", ""}},
+          Case{"--import", {"mount", "/m", "--import", ""}}, Case{"MOUNTPOINT", {"unmount", ""}},
+          Case{"PLUGIN", {"validate", ""}}, Case{"--junit", {"validate", "--junit", ""}}}) {
         const ProgramRun run(arguments);
-        EXPECT_EQ(run.status(), 2);
-        EXPECT_EQ(run.errors(), "qzstorage: empty path of a script, plug-in, mount point or report "
-                                "(try 'qzstorage --help')\n");
+        EXPECT_EQ(run.status(), 2) << option;
+        EXPECT_EQ(run.errors(), "qzstorage: " + option + ": empty path (try 'qzstorage --help')\n");
     }
 }
 

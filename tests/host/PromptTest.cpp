@@ -165,7 +165,8 @@ TEST_F(PromptTest, ReportsAnUnwritableHistoryOnce) {
     home_.write("qzstorage", "a file");
     runSession([](Terminal& terminal) {
         waitForPrompt(terminal);
-        EXPECT_THAT(answer(terminal, "pwd"), HasSubstr("/history: the history is not kept: Not a directory"));
+        EXPECT_THAT(answer(terminal, "pwd"),
+                    HasSubstr("/history: the history is not saved: Not a directory"));
         EXPECT_THAT(answer(terminal, "pwd"), Not(HasSubstr("history")));
         leave(terminal);
     });

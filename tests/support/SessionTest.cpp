@@ -32,8 +32,8 @@ SessionTest::SessionTest(const std::vector<std::string>& names)
     : providers_(makeProviders(names.size())),
       provider_(providers_.front()),
       console_(out_, OutputKind::Plain, err_, OutputKind::Plain),
-      session_(named(names, providers_), console_, interruption_),
-      shell_(storage::host::commandTable(), session_, interruption_, FailureHandling::AskPerson) {}
+      session_(named(names, providers_), console_),
+      shell_(storage::host::commandTable(), session_, FailureHandling::Interactive) {}
 
 SessionTest::ExitStatus SessionTest::run(const std::string& line) {
     out_.str("");

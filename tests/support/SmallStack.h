@@ -30,7 +30,7 @@ inline void runOnSmallStack(std::function<void()> task) {
     const int error = pthread_create(&thread, &attributes, run, &task);
     pthread_attr_destroy(&attributes);
     if (error != 0) {
-        throw std::runtime_error("no thread with a small stack");
+        throw std::runtime_error("cannot start a thread with a small stack");
     }
     pthread_join(thread, nullptr);
 }

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 TemporaryFolder::TemporaryFolder() : path_((fs::temp_directory_path() / "host_tests-XXXXXX").string()) {
     if (::mkdtemp(path_.data()) == nullptr) {
-        throw std::runtime_error("no temporary folder can be made");
+        throw std::runtime_error("cannot create a temporary folder");
     }
 }
 

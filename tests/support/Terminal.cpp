@@ -45,7 +45,7 @@ void Terminal::waitFor(Mode mode) const {
     while (!isThere() && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::yield();
     }
-    EXPECT_TRUE(isThere()) << "the program has not chosen the mode";
+    EXPECT_TRUE(isThere()) << "the program has not set the terminal mode";
 }
 
 std::string Terminal::readUntil(const std::string& text) {
@@ -62,7 +62,7 @@ std::string Terminal::readUntil(const std::string& text) {
         const ssize_t count =
             ::poll(&screen, 1, minute) == 1 ? ::read(keyboard_, buffer.data(), buffer.size()) : -1;
         if (count <= 0) {
-            ADD_FAILURE() << "'" << text << "' is not printed, but '" << unread_ << "'";
+            ADD_FAILURE() << "'" << text << "' was not printed; output: '" << unread_ << "'";
             return std::exchange(unread_, "");
         }
         unread_.append(buffer.data(), static_cast<std::size_t>(count));

@@ -168,6 +168,31 @@ TEST_F(CheckTest, ComparesHardLinks) {
     succeed("check /m " + disk_ / "out");
 }
 
+TEST_F(CheckTest, FindsThatHolesWereFilled) {
+    const std::string file = disk_ / "src/f";
+    const std::string copy = disk_ / "out/f";
+    constexpr std::size_t size = 1U << 20U;
+    fs::resize_file(file, size);
+    succeed("import " + disk_ / "src" + " /m");
+    succeed("export /m " + disk_ / "out");
+    struct stat status {};
+    ASSERT_EQ(::stat(copy.c_str(), &status), 0);
+    if (status.st_blocks * 512 >= status.st_size) {
+        GTEST_SKIP() << "this disk has no holes";
+    }
+    EXPECT_THAT(succeed("check /m " + disk_ / "out"), HasSubstr(": equal\n"));
+    EXPECT_THAT(succeed("check /m " + disk_ / "src"), HasSubstr(": equal\n"));
+    disk_.write("out/f", "one" + std::string(size - 3, '\0'));
+    EXPECT_EQ(difference("check /m " + disk_ / "out"),
+              "qzstorage: check: /m/f: a file with holes, but " + copy + " has none\n");
+    disk_.write("src/f", "one" + std::string(size - 3, '\0'));
+    EXPECT_THAT(fail("check"), HasSubstr("/m/f: a file with holes, but " + file + " has none\n"));
+    // Without zeros there is nothing to be a hole.
+    succeed("write /m/f " + std::string(5000, 'x'));
+    disk_.write("out/f", std::string(5000, 'x') + '\n');
+    EXPECT_THAT(succeed("check /m/f " + copy), HasSubstr(": equal\n"));
+}
+
 TEST_F(CheckTest, ComparesExtendedAttributes) {
     const std::string file = disk_ / "src/f";
     if (::setxattr(file.c_str(), "user.b", "1", 1, 0) != 0) {

@@ -183,8 +183,8 @@ TEST_F(ContentCommandsTest, DfCountsTheContentOfTheStorage) {
     EXPECT_EQ(succeed("df"), "        Size         Free      Content     Files   Folders\n"
                              "           -            -         4000         2         3\n");
     RoomyProvider roomy(provider_);
-    Session session(roomy, console_, interruption_);
-    Shell shell(host::commandTable(), session, interruption_, FailureHandling::AskPerson);
+    Session session(roomy, console_);
+    Shell shell(host::commandTable(), session, FailureHandling::Interactive);
     out_.str("");
     EXPECT_EQ(shell.execute("df -h"), ExitStatus::Success);
     EXPECT_EQ(output(), "        Size         Free      Content     Files   Folders\n"

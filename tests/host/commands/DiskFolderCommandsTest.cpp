@@ -30,7 +30,7 @@ TEST_F(DiskFolderCommandsTest, LcdChangesTheCurrentFolderOnDisk) {
     EXPECT_EQ(namesIn(disk_ / "out"), "b x");
     EXPECT_EQ(succeed("check"), "check: 0 folders, 1 file, 1 byte: equal\n") << "an import is found again";
     EXPECT_EQ(fail("lcd nowhere"), "qzstorage: lcd: nowhere: No such file or directory\n");
-    EXPECT_EQ(fail("lcd ''"), "qzstorage: lcd: '': an empty path\n");
+    EXPECT_EQ(fail("lcd ''"), "qzstorage: lcd: '': empty path\n");
     EXPECT_EQ(fail("lcd x"), "qzstorage: lcd: x: Not a directory\n");
 }
 

@@ -166,11 +166,11 @@ TEST_F(ListingCommandsTest, StatPrintsAllAttributes) {
         boost::posix_time::ptime(boost::gregorian::date(2024, 2, 29), boost::posix_time::microseconds(123)));
     succeed("chmod -w /top.h");
     EXPECT_EQ(succeed("stat top.h"), "    path: /top.h\n"
-                                     "    kind: file\n"
-                                     "   bytes: 3\n"
+                                     "    type: file\n"
+                                     "    size: 3\n"
                                      "modified: 2024-02-29 00:00:00.000123 UTC\n"
                                      "writable: no\n");
-    EXPECT_THAT(succeed("stat /"), HasSubstr("kind: folder\n"));
+    EXPECT_THAT(succeed("stat /"), HasSubstr("type: folder\n"));
     EXPECT_EQ(fail("stat /nowhere"), "qzstorage: stat: /nowhere: no such file or folder\n");
 }
 
@@ -209,7 +209,7 @@ TEST_F(ListingCommandsTest, CdChangesTheCurrentFolder) {
 TEST_F(ListingCommandsTest, CdAcceptsFoldersOnly) {
     EXPECT_EQ(fail("cd /top.h"), "qzstorage: cd: /top.h: not a folder\n");
     EXPECT_EQ(fail("cd /nowhere"), "qzstorage: cd: /nowhere: no such file or folder\n");
-    EXPECT_EQ(fail("cd ''"), "qzstorage: cd: '': an empty path\n");
+    EXPECT_EQ(fail("cd ''"), "qzstorage: cd: '': empty path\n");
     EXPECT_EQ(fail("cd \xC0"), "qzstorage: cd: /\\xC0: no such file or folder\n");
     EXPECT_EQ(succeed("pwd"), "/\n");
 }

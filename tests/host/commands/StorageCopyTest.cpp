@@ -225,9 +225,9 @@ TEST_F(StorageCopyTest, MvRefusesReadOnlyFolders) {
     EXPECT_EQ(all("disk"), "disk:/\ndisk:/d\n");
 }
 
-TEST_F(StorageCopyTest, MvOfAFileOntoItselfLosesNothing) {
-    Session session({{"one", *provider_}, {"other", *provider_}}, console_, interruption_);
-    Shell shell(host::commandTable(), session, interruption_, FailureHandling::AskPerson);
+TEST_F(StorageCopyTest, MvRefusesAFileOntoItself) {
+    Session session({{"one", *provider_}, {"other", *provider_}}, console_);
+    Shell shell(host::commandTable(), session, FailureHandling::Interactive);
     err_.str("");
     EXPECT_EQ(shell.execute("mv -f one:/a/f other:/a/f"), ExitStatus::Failure);
     EXPECT_EQ(errors(), "qzstorage: mv: one:/a/f: source and destination are the same, other:/a/f\n");

@@ -36,10 +36,10 @@ TEST(InspectProgramTest, PrintsTheDescriptionOfThePlugin) {
                 HasSubstr("\nentry point  buildProvider_V1\nalso exports storage::inmemoryprovider::"
                           "buildInMemoryProvider()\n"));
     EXPECT_THAT(run.output(), HasSubstr("\nfeatures     6 VolatileStorage\n"));
-    EXPECT_THAT(run.output(), HasSubstr("\noperations   51: 18 of its own, 33 of the host\n"
-                                        "         own doCreateFile\n         own doCreateFolder\n"
-                                        "        host doCreateFolderRecursive\n"));
-    EXPECT_TRUE(run.output().ends_with("        host doTruncateToSize\n"));
+    EXPECT_THAT(run.output(), HasSubstr("\noperations   51: 18 overridden, 33 defaults\n"
+                                        "  overridden doCreateFile\n  overridden doCreateFolder\n"
+                                        "     default doCreateFolderRecursive\n"));
+    EXPECT_TRUE(run.output().ends_with("     default doTruncateToSize\n"));
 }
 
 TEST(InspectProgramTest, ShowsTheSameAsJson) {
@@ -65,8 +65,8 @@ TEST(InspectProgramTest, ShowsTheSameAsJson) {
 TEST(InspectProgramTest, PrintsTheOverriddenOperations) {
     const ProgramRun run = inspectBad({"inspect", badPlugin}, "");
     EXPECT_EQ(run.status(), 0);
-    EXPECT_THAT(run.output(), HasSubstr("51: 20 of its own, 31 of the host\n"));
-    EXPECT_THAT(run.output(), HasSubstr("\n         own doShutdown\n"));
+    EXPECT_THAT(run.output(), HasSubstr("51: 20 overridden, 31 defaults\n"));
+    EXPECT_THAT(run.output(), HasSubstr("\n  overridden doShutdown\n"));
 }
 
 TEST(InspectProgramTest, DescribesALibraryWithoutEntryPoint) {

@@ -89,9 +89,8 @@ TEST_F(MountEndingTest, RefusesChangesDuringTheExport) {
             const int seen = ::open(inside("seen").c_str(), O_RDWR | O_APPEND | O_CLOEXEC);
             ::kill(target, SIGSTOP);
             ::kill(process, SIGTERM);
-            EXPECT_TRUE(comesTrue([&] {
-                return ::mkdir(inside("new").c_str(), 0700) != 0 ? errno == EROFS
-                                                                 : ::rmdir(inside("new").c_str()) != 0;
+            EXPECT_TRUE(comesTrue([&] { // a change that leaves no entry behind if it succeeds
+                return ::chmod(inside("unseen").c_str(), 0600) == -1 && errno == EROFS;
             }));
             const int other = ::open(inside("seen").c_str(), O_RDWR | O_CLOEXEC);
             EXPECT_TRUE(comesTrue([&] { // writes are refused a little later than other changes

@@ -35,6 +35,32 @@ TEST_F(MountOwnerTest, ClearsSetIdBitsOnChown) {
     )");
 }
 
+TEST_F(MountOwnerTest, ClearsSetIdBitsOnWriteUnlessAMemberKeepsTheGroup) {
+    expectSameOutput(R"(
+        for mode in 2666 6666 2676 4666; do
+            touch $mode; chown 0:1001 $mode
+            for user in 1001 1002; do
+                chmod $mode $mode; as $user "echo text >> $mode"; show $mode
+                chmod $mode $mode; as $user "truncate -s 1 $mode"; show $mode
+                chmod $mode $mode; as $user "fallocate -l 5000 $mode"; show $mode
+            done
+        done
+    )");
+}
+
+TEST_F(MountOwnerTest, ClearsSetIdBitsOnChownOfNothing) {
+    expectSameOutput(R"(
+        mkdir d; mkfifo fifo; touch file plain; chown 1001:1002 d fifo file plain
+        for entry in d fifo file; do
+            chmod 6755 $entry; as 1002 "chown : $entry"; show $entry
+            chmod 6755 $entry; as 1001 "chown : $entry"; show $entry
+            chmod 6755 $entry; chown : $entry; show $entry
+        done
+        chmod 2644 file; as 1001 'chown : file'; show file
+        as 1002 'chown : plain'; show plain
+    )");
+}
+
 TEST_F(MountOwnerTest, InheritsTheGroupOfAFolder) {
     expectSameOutput(R"(
         mkdir shared; chown 1001:2000 shared; chmod 2775 shared

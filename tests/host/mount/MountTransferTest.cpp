@@ -2,6 +2,7 @@
 #include "host/mount/MountExportSource.h"
 #include "host/mount/MountImportTarget.h"
 #include "host/session/ImportLog.h"
+#include "host/support/Interruption.h"
 #include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
@@ -30,7 +31,6 @@ using host::FileDescriptor;
 using host::FileInode;
 using host::Importer;
 using host::ImportLog;
-using host::Interruption;
 using host::MountedStorage;
 using host::MountExportSource;
 using host::MountImportTarget;
@@ -72,15 +72,13 @@ protected:
     void import() {
         MountImportTarget target(storage_, MountOptions::Xattrs::Kept);
         ImportLog imports;
-        Importer(target, console_, interruption_, imports)
-            .run(disk_ / "src", StoragePath(), RootAttributes::Untouched);
+        Importer(target, console_, imports).run(disk_ / "src", StoragePath(), RootAttributes::Untouched);
         EXPECT_EQ(err_.str(), "");
     }
 
     void exportAll(const std::string& name) {
         MountExportSource source(storage_);
-        Exporter(source, console_, interruption_)
-            .run(StoragePath(), disk_.makeFolder(name), RootAttributes::Untouched);
+        Exporter(source, console_).run(StoragePath(), disk_.makeFolder(name), RootAttributes::Untouched);
         EXPECT_EQ(err_.str(), "");
     }
 
@@ -110,7 +108,7 @@ protected:
     std::ostringstream out_;
     std::ostringstream err_;
     DefaultSignals defaultSignals_;
-    Interruption interruption_;
+    host::Interruption interruption_; // clears a signal of an earlier test
     Console console_{out_, OutputKind::Plain, err_, OutputKind::Plain};
     std::shared_ptr<provider::IProvider> provider_ = sharedProvider(TEST_PLUGIN);
     MountedStorage storage_{*provider_};

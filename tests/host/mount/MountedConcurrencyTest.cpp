@@ -73,7 +73,7 @@ void MountedConcurrencyTest::workInCommon(unsigned seed) {
     FolderInode& root = storage.root();
     for (int i = 0; i < steps; ++i) {
         attempt("make", [&] { mount_.makeFile('/' + name(), "content"); });
-        attempt("rename", [&] { storage.rename(root, name(), root, name(), 0); });
+        attempt("rename", [&] { storage.rename(root, name(), root, name(), {}); });
         attempt("use", [&] {
             const auto found = storage.lookUp(root, name());
             if (found.inode == nullptr) {
@@ -84,7 +84,7 @@ void MountedConcurrencyTest::workInCommon(unsigned seed) {
             mount_.resize(file, random() % 100);
             mount_.bytesOf(file);
             mount_.setPermissions(file, random() % 2 == 0 ? 0444 : 0644);
-            mount_.setModified(file, longAgo);
+            mount_.setModified(file, pastTime);
             mount_.close(file);
         });
         attempt("list", [&] {

@@ -211,7 +211,7 @@ TEST_F(MountedContentTest, UndoesAnInterruptedAllocation) {
 
 TEST_F(MountedContentTest, SettlesToWhatProgramsSee) {
     FileInode& file = mount_.makeFile("/f", pattern(100));
-    mount_.setModified(file, longAgo);
+    mount_.setModified(file, pastTime);
     mount_.resize(file, 60);
     mount_.makeFolder("/d");
     mount_.resize(mount_.makeFile("/d/g", pattern(50)), 30);
@@ -260,7 +260,7 @@ TEST_F(MountedContentTest, KeepsAFileUnchangedWithoutSpace) {
     MountedTree mount(provider);
     provider.available = 1100; // for the entry and its bytes
     FileInode& file = mount.makeFile("/f", "abc");
-    mount.setModified(file, longAgo);
+    mount.setModified(file, pastTime);
     provider.available = 10;
     EXPECT_EQ(errnoOf([&] { mount.makeFile("/g", std::string(2000, 'x')); }), ENOSPC);
     EXPECT_EQ(errnoOf([&] { mount.write(file, 2000, "x"); }), ENOSPC);
@@ -268,7 +268,7 @@ TEST_F(MountedContentTest, KeepsAFileUnchangedWithoutSpace) {
     EXPECT_EQ(errnoOf([&] { mount.resize(file, 2000); }), ENOSPC);
     EXPECT_EQ(errnoOf([&] { mount.storage().allocate(file, 0, 0, 2000); }), ENOSPC);
     EXPECT_EQ(mount.bytesOf(file), "abc");
-    EXPECT_EQ(mount.modifiedOf(file), longAgo);
+    EXPECT_EQ(mount.modifiedOf(file), pastTime);
     EXPECT_EQ(mount.storage().space().available, 10U);
     EXPECT_EQ(storedSize("/f"), 3U);
     mount.write(file, 0, "xyz");

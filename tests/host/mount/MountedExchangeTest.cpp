@@ -68,20 +68,20 @@ TEST_F(MountedExchangeTest, ChangesBothInodesAndModifiesBothFolders) {
     makeAllKinds(mount_);
     const std::vector<std::string> paths{"/a/file", "/b/other", "/a", "/b"};
     host::AttributeChange past;
-    past.modified = longAgo;
-    past.changed = longAgo;
+    past.modified = pastTime;
+    past.changed = pastTime;
     for (const std::string& path : paths) {
         mount_.storage().change(mount_.at(path), past);
     }
-    mount_.setModified(mount_.at("/"), longAgo);
+    mount_.setModified(mount_.at("/"), pastTime);
     mount_.rename("/a/file", "/b/other", RENAME_EXCHANGE);
     for (const std::string& path : paths) {
-        EXPECT_FALSE(statusOf(path).st_ctim == longAgo) << path;
+        EXPECT_FALSE(statusOf(path).st_ctim == pastTime) << path;
     }
-    EXPECT_EQ(statusOf("/a/file").st_mtim, longAgo);
-    EXPECT_FALSE(statusOf("/a").st_mtim == longAgo);
-    EXPECT_FALSE(statusOf("/b").st_mtim == longAgo);
-    EXPECT_EQ(statusOf("/").st_mtim, longAgo);
+    EXPECT_EQ(statusOf("/a/file").st_mtim, pastTime);
+    EXPECT_FALSE(statusOf("/a").st_mtim == pastTime);
+    EXPECT_FALSE(statusOf("/b").st_mtim == pastTime);
+    EXPECT_EQ(statusOf("/").st_mtim, pastTime);
     expectStorageAsSeen();
 }
 
@@ -147,6 +147,21 @@ TEST_F(MountedExchangeTest, LeavesAWhiteoutAtTheOldName) {
     EXPECT_EQ(mount_.at("/new").kind, Inode::Kind::CharacterDevice);
     mount_.removeFile("/new");
     expectStorageAsSeen();
+}
+
+TEST_F(MountedExchangeTest, GivesAWhiteoutToTheCaller) {
+    for (const std::string path : {"/f", "/g", "/h"}) {
+        mount_.makeFile(path);
+    }
+    mount_.rename("/f", "/moved", RENAME_WHITEOUT, {42, 43});
+    EXPECT_EQ(mount_.ownerOf(mount_.at("/f")), (Owner{42, 43}));
+    EXPECT_EQ(mount_.ownerOf(mount_.at("/moved")), Owner::ofProcess());
+    mount_.rename("/g", "/moved-too", RENAME_WHITEOUT);
+    EXPECT_EQ(mount_.ownerOf(mount_.at("/g")), Owner::ofProcess());
+    mount_.setPermissions(mount_.storage().root(), 02755);
+    mount_.setOwner(mount_.storage().root(), {1, 2});
+    mount_.rename("/h", "/moved-last", RENAME_WHITEOUT, {42, 43});
+    EXPECT_EQ(mount_.ownerOf(mount_.at("/h")), (Owner{42, 2}));
 }
 
 TEST_F(MountedExchangeTest, KeepsTheOrderOfAListing) {

@@ -113,8 +113,8 @@ const std::vector<Use> uses{
 class MountedFailureTest : public testing::TestWithParam<Use> {
 public:
     static void TearDownTestSuite() {
-        std::cout << uses.size() << " operations of programs: " << operations_
-                  << " failures of the storage, of which programs got " << failures_ << '\n';
+        std::cout << uses.size() << " operations: " << operations_ << " injected failures, " << failures_
+                  << " reported to the program\n";
     }
 
 protected:

@@ -29,13 +29,13 @@ protected:
     template <typename Operation>
     bool changes(Inode& inode, const Operation& operation) {
         host::AttributeChange past;
-        past.modified = longAgo;
-        past.changed = longAgo;
+        past.modified = pastTime;
+        past.changed = pastTime;
         mount_.storage().change(inode, past);
         operation();
         const struct stat status = mount_.storage().status(inode);
-        EXPECT_EQ(status.st_mtim, longAgo);
-        return !(status.st_ctim == longAgo);
+        EXPECT_EQ(status.st_mtim, pastTime);
+        return !(status.st_ctim == pastTime);
     }
 };
 
@@ -194,14 +194,14 @@ TEST_F(MountedLinkTest, RefusesImpossibleLinks) {
 TEST_F(MountedLinkTest, UpdatesTheTimesOfInodeAndFolder) {
     mount_.makeFolder("/d");
     Inode& file = mount_.makeFile("/f");
-    mount_.setModified(mount_.at("/d"), longAgo);
+    mount_.setModified(mount_.at("/d"), pastTime);
     EXPECT_TRUE(changes(file, [&] { mount_.link("/f", "/d/g"); }));
-    EXPECT_FALSE(mount_.modifiedOf(mount_.at("/d")) == longAgo);
+    EXPECT_FALSE(mount_.modifiedOf(mount_.at("/d")) == pastTime);
     EXPECT_TRUE(changes(file, [&] { mount_.rename("/d/g", "/d/h"); }));
-    mount_.setModified(mount_.at("/d"), longAgo);
+    mount_.setModified(mount_.at("/d"), pastTime);
     EXPECT_TRUE(changes(file, [&] { mount_.removeFile("/f"); }));
-    EXPECT_EQ(mount_.modifiedOf(mount_.at("/d")), longAgo) << "the place that the inode took over";
-    EXPECT_FALSE(mount_.modifiedOf(mount_.at("/")) == longAgo);
+    EXPECT_EQ(mount_.modifiedOf(mount_.at("/d")), pastTime) << "the place that the inode took over";
+    EXPECT_FALSE(mount_.modifiedOf(mount_.at("/")) == pastTime);
     mount_.link("/d/h", "/g");
     EXPECT_TRUE(changes(file, [&] { mount_.removeFile("/g"); }));
     mount_.close(mount_.open("/d/h"));

@@ -85,12 +85,12 @@ TEST_F(MountedListingTest, DistinguishesFilesFromFolders) {
 
 TEST_F(MountedListingTest, ReturnsTheAttributesOfALookup) {
     mount_.makeFile("/f", "abc", 0600);
-    mount_.setModified(mount_.at("/f"), longAgo);
+    mount_.setModified(mount_.at("/f"), pastTime);
     mount_.storage().list(mount_.storage().root(), 2, Detail::Attributes,
                           [&](const std::string&, const auto& entry, auto) {
                               EXPECT_EQ(entry.status.st_size, 3);
                               EXPECT_EQ(entry.status.st_mode, S_IFREG | 0600U);
-                              EXPECT_EQ(entry.status.st_mtim, longAgo);
+                              EXPECT_EQ(entry.status.st_mtim, pastTime);
                               return true;
                           });
 }

@@ -278,8 +278,8 @@ void MountedModelTest::allocate(const OpenFile& file) {
     const std::size_t size = upTo(file.entry->bytes.size() * 2);
     mount_.storage().allocate(*file.inode, 0, 0, size);
     file.entry->bytes.resize(std::max(size, file.entry->bytes.size()), '\0');
-    mount_.setModified(*file.inode, longAgo);
-    file.entry->modified = longAgo;
+    mount_.setModified(*file.inode, pastTime);
+    file.entry->modified = pastTime;
 }
 
 void MountedModelTest::changeContent() {

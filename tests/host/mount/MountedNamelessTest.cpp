@@ -21,7 +21,7 @@ protected:
 };
 
 TEST_F(MountedNamelessTest, CreatesAFileInNoFolder) {
-    mount_.setModified(mount_.at("/"), longAgo);
+    mount_.setModified(mount_.at("/"), pastTime);
     FileInode& file = mount_.makeNameless("content");
     EXPECT_EQ(mount_.bytesOf(file), "content");
     const struct stat status = mount_.storage().status(file);
@@ -29,7 +29,7 @@ TEST_F(MountedNamelessTest, CreatesAFileInNoFolder) {
     EXPECT_EQ(status.st_mode, S_IFREG | 0600U);
     EXPECT_EQ(status.st_size, 7);
     EXPECT_THAT(mount_.namesIn(mount_.storage().root()), testing::IsEmpty());
-    EXPECT_EQ(mount_.modifiedOf(mount_.at("/")), longAgo);
+    EXPECT_EQ(mount_.modifiedOf(mount_.at("/")), pastTime);
     mount_.resize(file, 3);
     mount_.setPermissions(file, 0400);
     mount_.write(file, 3, "more");

@@ -83,13 +83,23 @@ TEST_F(MountedOwnerTest, RequiresSpace) {
 TEST_F(MountedOwnerTest, ClearsSetIdBits) {
     FileInode& file = mount_.makeFile("/f");
     AttributeChange change;
-    change.setIds = AttributeChange::SetIds::Cleared;
-    for (const auto& [before, after] : {std::pair(06755U, 0755U), std::pair(02755U, 0755U),
-                                        std::pair(06644U, 02644U), std::pair(01644U, 01644U)}) {
+    using SetIds = AttributeChange::SetIds;
+    struct Case {
+        SetIds setIds;
+        mode_t before;
+        mode_t after;
+    };
+    for (const auto& [setIds, before, after] :
+         {Case{SetIds::ClearedByMember, 06755, 0755}, Case{SetIds::ClearedByMember, 02755, 0755},
+          Case{SetIds::ClearedByMember, 06644, 02644}, Case{SetIds::ClearedByMember, 01644, 01644},
+          Case{SetIds::ClearedByOther, 06755, 0755}, Case{SetIds::ClearedByOther, 06644, 0644},
+          Case{SetIds::ClearedByOther, 02600, 0600}, Case{SetIds::ClearedByOther, 01644, 01644},
+          Case{SetIds::Kept, 06755, 06755}}) {
+        change.setIds = setIds;
         mount_.setPermissions(file, before);
-        EXPECT_EQ(mount_.storage().clearSetIds(file), before != after);
+        EXPECT_EQ(mount_.storage().clearSetIds(file, setIds), before != after);
         EXPECT_EQ(mount_.permissionsOf(file), after);
-        EXPECT_FALSE(mount_.storage().clearSetIds(file));
+        EXPECT_FALSE(mount_.storage().clearSetIds(file, setIds));
         mount_.setPermissions(file, before);
         EXPECT_EQ(mount_.storage().change(file, change).st_mode & 07777U, after);
     }

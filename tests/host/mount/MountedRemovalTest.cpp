@@ -28,12 +28,12 @@ protected:
         mount_.storage().allocate(file, 0, 0, 3);
         EXPECT_EQ(mount_.bytesOf(file), std::string(3, '\0'));
         mount_.setPermissions(file, 0400);
-        mount_.setModified(file, longAgo);
+        mount_.setModified(file, pastTime);
         const struct stat status = mount_.storage().status(file);
         EXPECT_EQ(status.st_nlink, 0U);
         EXPECT_EQ(status.st_size, 3);
         EXPECT_EQ(status.st_mode, S_IFREG | 0400U);
-        EXPECT_EQ(status.st_mtim, longAgo);
+        EXPECT_EQ(status.st_mtim, pastTime);
     }
 
     void expectEmptyStorage() { EXPECT_EQ(takeSnapshot(*memory_).size(), 1U); }
@@ -233,14 +233,14 @@ TEST_F(MountedRemovalTest, RefusesToCreateInARemovedFolder) {
     EXPECT_EQ(mount_.storage().lookUp(folder, "x").inode, nullptr);
     EXPECT_EQ(errnoOf([&] { mount_.storage().makeFile(folder, "x", 0644, self); }), ENOENT);
     EXPECT_EQ(errnoOf([&] { mount_.storage().makeFolder(folder, "x", 0755, self); }), ENOENT);
-    EXPECT_EQ(errnoOf([&] { mount_.storage().rename(mount_.storage().root(), "f", folder, "x", 0); }),
+    EXPECT_EQ(errnoOf([&] { mount_.storage().rename(mount_.storage().root(), "f", folder, "x", {}); }),
               ENOENT);
     EXPECT_THAT(mount_.namesIn(folder), IsEmpty());
     EXPECT_EQ(mount_.storage().status(folder).st_nlink, 0U);
-    mount_.setModified(folder, longAgo);
+    mount_.setModified(folder, pastTime);
     mount_.setPermissions(folder, 0500);
     EXPECT_EQ(mount_.permissionsOf(folder), 0500U);
-    EXPECT_EQ(mount_.modifiedOf(folder), longAgo);
+    EXPECT_EQ(mount_.modifiedOf(folder), pastTime);
     mount_.storage().release(folder, 1);
     EXPECT_EQ(mount_.bytesOf(mount_.file("/f")), "abc");
     expectStorageAsSeen();

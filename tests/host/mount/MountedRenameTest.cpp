@@ -100,9 +100,9 @@ TEST_F(MountedRenameTest, ChangesNothingOntoItself) {
     mount_.makeFile("/f", "abc");
     mount_.makeFolder("/d");
     mount_.makeFile("/d/g", "def");
-    mount_.setModified(mount_.at("/f"), longAgo);
-    mount_.setModified(mount_.at("/d"), longAgo);
-    mount_.setModified(mount_.at("/"), longAgo);
+    mount_.setModified(mount_.at("/f"), pastTime);
+    mount_.setModified(mount_.at("/d"), pastTime);
+    mount_.setModified(mount_.at("/"), pastTime);
     const TreeSnapshot before = mount_.snapshot();
     mount_.rename("/f", "/f");
     mount_.rename("/d", "/d");

@@ -17,7 +17,7 @@ protected:
     using Inode = storage::host::Inode;
     using MountedStorage = storage::host::MountedStorage;
 
-    static constexpr timespec longAgo{981'173'106, 123'456'000};
+    static constexpr timespec pastTime{981'173'106, 123'456'000};
 
     /// Returns the entry in the storage itself.
     EntrySnapshot stored(const std::string& path) const;

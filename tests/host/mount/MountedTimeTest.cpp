@@ -18,16 +18,16 @@ protected:
         return host::formatMicroseconds(stored(path).lastModified);
     }
 
-    const std::string longAgoText = "2001-02-03 04:05:06.123456 UTC";
+    const std::string pastTimeText = "2001-02-03 04:05:06.123456 UTC";
 };
 
 TEST_F(MountedTimeTest, IsKeptWhenAFileIsOpenedForWriting) {
     FileInode& file = mount_.makeFile("/f", "abc");
-    mount_.setModified(file, longAgo);
+    mount_.setModified(file, pastTime);
     mount_.storage().settle(); // closes the stream
     mount_.storage().allocate(file, 0, 0, 1);
-    EXPECT_EQ(mount_.modifiedOf(file), longAgo);
-    EXPECT_EQ(storedTime("/f"), longAgoText);
+    EXPECT_EQ(mount_.modifiedOf(file), pastTime);
+    EXPECT_EQ(storedTime("/f"), pastTimeText);
 }
 
 TEST_F(MountedTimeTest, ReplacesNotADateTimeByTheCurrentTime) {
@@ -49,22 +49,22 @@ TEST_F(MountedTimeTest, ReplacesNotADateTimeByTheCurrentTime) {
 
 TEST_F(MountedTimeTest, IsKeptByReading) {
     FileInode& file = mount_.makeFile("/f", "abc");
-    mount_.setModified(file, longAgo);
+    mount_.setModified(file, pastTime);
     mount_.storage().settle();
     mount_.bytesOf(file);
-    EXPECT_EQ(mount_.modifiedOf(file), longAgo);
-    EXPECT_EQ(storedTime("/f"), longAgoText);
+    EXPECT_EQ(mount_.modifiedOf(file), pastTime);
+    EXPECT_EQ(storedTime("/f"), pastTimeText);
 }
 
 TEST_F(MountedTimeTest, IsUpdatedByAStamp) {
     FileInode& file = mount_.makeFile("/f", "abc");
     AttributeChange change;
-    change.modified = longAgo;
-    change.changed = longAgo;
+    change.modified = pastTime;
+    change.changed = pastTime;
     mount_.storage().change(file, change);
     mount_.storage().stampModified(file);
-    EXPECT_GT(mount_.modifiedOf(file).tv_sec, longAgo.tv_sec);
-    EXPECT_GT(mount_.storage().status(file).st_ctim.tv_sec, longAgo.tv_sec);
+    EXPECT_GT(mount_.modifiedOf(file).tv_sec, pastTime.tv_sec);
+    EXPECT_GT(mount_.storage().status(file).st_ctim.tv_sec, pastTime.tv_sec);
     mount_.storage().settle();
     expectStorageAsSeen();
 }
@@ -72,9 +72,9 @@ TEST_F(MountedTimeTest, IsUpdatedByAStamp) {
 TEST_F(MountedTimeTest, IsUpdatedByATruncation) {
     for (const std::uint64_t size : {60U, 30U, 0U, 200U}) {
         FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
-        mount_.setModified(file, longAgo);
+        mount_.setModified(file, pastTime);
         mount_.resize(file, size);
-        EXPECT_GT(mount_.modifiedOf(file).tv_sec, longAgo.tv_sec) << size;
+        EXPECT_GT(mount_.modifiedOf(file).tv_sec, pastTime.tv_sec) << size;
         expectStorageAsSeen();
         mount_.removeFile("/f");
     }
@@ -85,9 +85,9 @@ TEST_F(MountedTimeTest, IsSetTogetherWithATruncation) {
         FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
         AttributeChange change;
         change.size = size;
-        change.modified = longAgo;
-        EXPECT_EQ(mount_.storage().change(file, change).st_mtim, longAgo);
-        EXPECT_EQ(storedTime("/f"), longAgoText) << size;
+        change.modified = pastTime;
+        EXPECT_EQ(mount_.storage().change(file, change).st_mtim, pastTime);
+        EXPECT_EQ(storedTime("/f"), pastTimeText) << size;
         expectStorageAsSeen();
         mount_.removeFile("/f");
     }
@@ -95,19 +95,19 @@ TEST_F(MountedTimeTest, IsSetTogetherWithATruncation) {
 
 TEST_F(MountedTimeTest, IsKeptByATruncationToTheSameSize) {
     FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
-    mount_.setModified(file, longAgo);
+    mount_.setModified(file, pastTime);
     mount_.resize(file, 100);
-    EXPECT_EQ(mount_.modifiedOf(file), longAgo);
+    EXPECT_EQ(mount_.modifiedOf(file), pastTime);
     expectStorageAsSeen();
 }
 
 TEST_F(MountedTimeTest, IsKeptBySettling) {
     FileInode& file = mount_.makeFile("/f", std::string(100, 'x'));
     mount_.resize(file, 60);
-    mount_.setModified(file, longAgo);
+    mount_.setModified(file, pastTime);
     mount_.storage().settle();
     EXPECT_EQ(storedSize("/f"), 60U);
-    EXPECT_EQ(storedTime("/f"), longAgoText);
+    EXPECT_EQ(storedTime("/f"), pastTimeText);
 }
 
 TEST_F(MountedTimeTest, IsKeptToTheNanosecondAndStoredToTheMicrosecond) {
@@ -122,8 +122,8 @@ TEST_F(MountedTimeTest, IsKeptToTheNanosecondAndStoredToTheMicrosecond) {
     EXPECT_EQ(storedTime("/d"), "2023-11-14 22:13:20.123456 UTC");
     expectStorageAsSeen();
     EXPECT_EQ(mount_.modifiedOf(file), *change.modified);
-    mount_.setModified(mount_.storage().root(), longAgo);
-    EXPECT_EQ(storedTime("/"), longAgoText);
+    mount_.setModified(mount_.storage().root(), pastTime);
+    EXPECT_EQ(storedTime("/"), pastTimeText);
 }
 
 TEST_F(MountedTimeTest, MayBeBeforeTheEpoch) {
@@ -150,12 +150,12 @@ TEST_F(MountedTimeTest, KeepsTimesOfAccessAndChange) {
     change.accessed = timespec{1000, 5000};
     change.changed = timespec{2000, 6000};
     mount_.storage().change(file, change);
-    mount_.setModified(file, longAgo);
+    mount_.setModified(file, pastTime);
     const struct stat status = mount_.storage().status(file);
     EXPECT_EQ(status.st_atim, (timespec{1000, 5000}));
-    EXPECT_EQ(status.st_mtim, longAgo);
+    EXPECT_EQ(status.st_mtim, pastTime);
     EXPECT_GT(status.st_ctim.tv_sec, 1'000'000'000) << "a change of the modification time is a change";
-    change.modified = longAgo;
+    change.modified = pastTime;
     mount_.storage().change(file, change);
     EXPECT_EQ(mount_.storage().status(file).st_ctim, (timespec{2000, 6000}));
     mount_.rename("/f", "/g");
@@ -166,14 +166,14 @@ TEST_F(MountedTimeTest, UpdatesTheAccessTimeAsWithRelatime) {
     FileInode& file = mount_.makeFile("/f", "abc");
     const auto accessed = [&](Inode& inode) { return mount_.storage().status(inode).st_atim; };
     AttributeChange change;
-    change.accessed = change.modified = change.changed = longAgo;
+    change.accessed = change.modified = change.changed = pastTime;
     mount_.storage().change(file, change);
     mount_.bytesOf(file);
-    EXPECT_GT(accessed(file).tv_sec, longAgo.tv_sec) << "not later than the modification";
-    change.accessed = timespec{longAgo.tv_sec, longAgo.tv_nsec + 1};
+    EXPECT_GT(accessed(file).tv_sec, pastTime.tv_sec) << "not later than the modification";
+    change.accessed = timespec{pastTime.tv_sec, pastTime.tv_nsec + 1};
     mount_.storage().change(file, change);
     mount_.bytesOf(file);
-    EXPECT_GT(accessed(file).tv_sec, longAgo.tv_sec) << "a day old";
+    EXPECT_GT(accessed(file).tv_sec, pastTime.tv_sec) << "a day old";
     const timespec recently{std::time(nullptr) - 3600, 0};
     change.accessed = recently;
     mount_.storage().change(file, change);
@@ -189,11 +189,11 @@ TEST_F(MountedTimeTest, UpdatesTheAccessTimeAsWithRelatime) {
 TEST_F(MountedTimeTest, UpdatesTheAccessTimeOfAListedFolder) {
     FolderInode& folder = mount_.makeFolder("/d");
     AttributeChange change;
-    change.accessed = change.modified = change.changed = longAgo;
+    change.accessed = change.modified = change.changed = pastTime;
     mount_.storage().change(folder, change);
     mount_.namesIn(folder);
-    EXPECT_GT(mount_.storage().status(folder).st_atim.tv_sec, longAgo.tv_sec);
-    EXPECT_EQ(mount_.modifiedOf(folder), longAgo);
+    EXPECT_GT(mount_.storage().status(folder).st_atim.tv_sec, pastTime.tv_sec);
+    EXPECT_EQ(mount_.modifiedOf(folder), pastTime);
 }
 
 TEST_F(MountedTimeTest, KeepsTheCreationTime) {
@@ -201,7 +201,7 @@ TEST_F(MountedTimeTest, KeepsTheCreationTime) {
     const timespec born = mount_.storage().completeStatus(file).born;
     EXPECT_GE(born.tv_sec, std::time(nullptr) - 100);
     AttributeChange change;
-    change.accessed = change.modified = change.changed = longAgo;
+    change.accessed = change.modified = change.changed = pastTime;
     mount_.storage().change(file, change);
     mount_.write(file, 0, "xyz");
     mount_.rename("/f", "/g");
@@ -211,19 +211,19 @@ TEST_F(MountedTimeTest, KeepsTheCreationTime) {
 
 TEST_F(MountedTimeTest, TakesTheCreationTimeOfExistingEntriesFromTheirModification) {
     memory_->doCreateFile(StorageIRI(u"/f"));
-    memory_->doSetLastModified(StorageIRI(u"/f"), host::fromDiskTime(longAgo));
-    EXPECT_EQ(mount_.storage().completeStatus(mount_.at("/f")).born, longAgo);
+    memory_->doSetLastModified(StorageIRI(u"/f"), host::fromDiskTime(pastTime));
+    EXPECT_EQ(mount_.storage().completeStatus(mount_.at("/f")).born, pastTime);
 }
 
 TEST_F(MountedTimeTest, IsKeptWhenAFileIsRenamed) {
     Inode& file = mount_.makeFile("/f", "abc");
-    mount_.setModified(file, longAgo);
+    mount_.setModified(file, pastTime);
     mount_.rename("/f", "/g");
-    EXPECT_EQ(mount_.modifiedOf(file), longAgo);
-    EXPECT_EQ(storedTime("/g"), longAgoText);
+    EXPECT_EQ(mount_.modifiedOf(file), pastTime);
+    EXPECT_EQ(storedTime("/g"), pastTimeText);
     mount_.makeFile("/target");
     mount_.rename("/g", "/target");
-    EXPECT_EQ(storedTime("/target"), longAgoText);
+    EXPECT_EQ(storedTime("/target"), pastTimeText);
 }
 
 TEST_F(MountedTimeTest, IsKeptBelowARenamedFolder) {
@@ -231,13 +231,13 @@ TEST_F(MountedTimeTest, IsKeptBelowARenamedFolder) {
     mount_.makeFolder("/d/s");
     mount_.makeFile("/d/s/f", "abc");
     for (const char* const path : {"/d/s/f", "/d/s", "/d"}) {
-        mount_.setModified(mount_.at(path), longAgo);
+        mount_.setModified(mount_.at(path), pastTime);
     }
     mount_.rename("/d", "/e");
     for (const char* const path : {"/e/s/f", "/e/s", "/e"}) {
-        EXPECT_EQ(storedTime(path), longAgoText) << path;
+        EXPECT_EQ(storedTime(path), pastTimeText) << path;
     }
-    EXPECT_EQ(mount_.modifiedOf(mount_.at("/e")), longAgo);
+    EXPECT_EQ(mount_.modifiedOf(mount_.at("/e")), pastTime);
     expectStorageAsSeen();
 }
 
@@ -245,12 +245,12 @@ TEST_F(MountedTimeTest, IsUpdatedInAFolderByChangesOfItsEntries) {
     FolderInode& folder = mount_.makeFolder("/d");
     FolderInode& other = mount_.makeFolder("/e");
     const auto expectModified = [&](FolderInode& inode) {
-        EXPECT_GT(mount_.modifiedOf(inode).tv_sec, longAgo.tv_sec);
+        EXPECT_GT(mount_.modifiedOf(inode).tv_sec, pastTime.tv_sec);
         EXPECT_GE(mount_.storage().status(inode).st_ctim.tv_sec, mount_.modifiedOf(inode).tv_sec);
-        mount_.setModified(inode, longAgo);
+        mount_.setModified(inode, pastTime);
     };
-    mount_.setModified(folder, longAgo);
-    mount_.setModified(other, longAgo);
+    mount_.setModified(folder, pastTime);
+    mount_.setModified(other, pastTime);
     mount_.makeFile("/d/f");
     expectModified(folder);
     mount_.makeFolder("/d/s");
@@ -262,7 +262,7 @@ TEST_F(MountedTimeTest, IsUpdatedInAFolderByChangesOfItsEntries) {
     expectModified(other);
     mount_.removeFolder("/d/s");
     expectModified(folder);
-    EXPECT_EQ(mount_.modifiedOf(folder), longAgo);
+    EXPECT_EQ(mount_.modifiedOf(folder), pastTime);
     expectStorageAsSeen();
 }
 

@@ -37,7 +37,7 @@ MountedTree::Inode* MountedTree::find(const std::string& path) {
 MountedTree::Inode& MountedTree::at(const std::string& path) {
     Inode* const inode = find(path);
     if (inode == nullptr) {
-        throw std::runtime_error(path + " is not there");
+        throw std::runtime_error(path + " does not exist");
     }
     return *inode;
 }
@@ -61,7 +61,7 @@ MountedTree::FolderInode& MountedTree::folder(const std::string& path) {
 MountedTree::FileInode& MountedTree::open(const std::string& path) {
     Inode* const found = storage_.lookUp(folder(parentOf(path)), nameOf(path)).inode;
     if (found == nullptr || !found->isFile()) {
-        throw std::runtime_error(path + " is no file to be opened");
+        throw std::runtime_error(path + " cannot be opened as a file");
     }
     return static_cast<FileInode&>(*found);
 }
@@ -118,8 +118,8 @@ void MountedTree::removeFolder(const std::string& path) {
     storage_.removeFolder(folder(parentOf(path)), nameOf(path));
 }
 
-void MountedTree::rename(const std::string& from, const std::string& to, unsigned flags) {
-    storage_.rename(folder(parentOf(from)), nameOf(from), folder(parentOf(to)), nameOf(to), flags);
+void MountedTree::rename(const std::string& from, const std::string& to, unsigned flags, Owner caller) {
+    storage_.rename(folder(parentOf(from)), nameOf(from), folder(parentOf(to)), nameOf(to), {flags, caller});
 }
 
 std::string MountedTree::read(FileInode& file, std::uint64_t offset, std::size_t count) {

@@ -48,7 +48,8 @@ public:
     FileInode& makeNameless(std::string_view content);
     void removeFile(const std::string& path);
     void removeFolder(const std::string& path);
-    void rename(const std::string& from, const std::string& to, unsigned flags = 0);
+    void rename(const std::string& from, const std::string& to, unsigned flags = 0,
+                Owner caller = Owner::ofProcess());
 
     std::string read(FileInode& file, std::uint64_t offset, std::size_t count);
 

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -66,7 +67,7 @@ TEST_F(StorageQuotaTest, LimitsContentInBlocks) {
     EXPECT_EQ(write(file, 0, 64 * kibibyte), 0);
     EXPECT_EQ(left(), 0U);
     EXPECT_EQ(write(file, 64 * kibibyte, 1), ENOSPC);
-    EXPECT_EQ(write(file, 10, 100), 0) << "overwriting takes no room";
+    EXPECT_EQ(write(file, 10, 100), 0) << "overwriting takes no space";
     EXPECT_EQ(storage_->status(file).st_size, static_cast<off_t>(64 * kibibyte));
 }
 
@@ -82,7 +83,7 @@ TEST_F(StorageQuotaTest, CountsReservedPagesButNotHoles) {
     EXPECT_EQ(write(file, 100 * kibibyte, 5 * kibibyte), ENOSPC);
     EXPECT_EQ(write(file, 100 * kibibyte, 4 * kibibyte), 0);
     EXPECT_EQ(left(), 0U);
-    EXPECT_EQ(write(file, 0, 60 * kibibyte), 0) << "what is reserved can be written";
+    EXPECT_EQ(write(file, 0, 60 * kibibyte), 0) << "reserved pages can be written";
     storage_->allocate(file, FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 0, 20 * kibibyte);
     EXPECT_EQ(left(), 20 * kibibyte);
 }
@@ -106,7 +107,7 @@ TEST_F(StorageQuotaTest, FreesSpaceWhenAFileIsReplaced) {
     EXPECT_EQ(write(old, 0, 32 * kibibyte), 0);
     EXPECT_EQ(write(fresh, 0, 16 * kibibyte), 0);
     storage_->release(old, 1);
-    storage_->rename(storage_->root(), "fresh", storage_->root(), "old", 0);
+    storage_->rename(storage_->root(), "fresh", storage_->root(), "old", {});
     EXPECT_EQ(left(), 48 * kibibyte);
 }
 
@@ -125,6 +126,20 @@ TEST_F(StorageQuotaTest, LimitsEntries) {
     EXPECT_EQ(errnoOf([&] { make("g"); }), ENOSPC) << "a program has it open";
     storage_->release(file, 1);
     make("g");
+}
+
+TEST_F(StorageQuotaTest, CountsWhiteouts) {
+    limit({.entries = 3});
+    host::FolderInode& root = storage_->root();
+    const host::RenameMode mode{RENAME_WHITEOUT, Owner::ofProcess()};
+    make("f");
+    storage_->rename(root, "f", root, "g", mode);
+    EXPECT_EQ(storage_->entries(0).free, 0U);
+    EXPECT_EQ(errnoOf([&] { storage_->rename(root, "g", root, "h", mode); }), ENOSPC);
+    storage_->removeFile(root, "f");
+    EXPECT_EQ(storage_->entries(0).free, 1U);
+    storage_->rename(root, "g", root, "h", mode);
+    EXPECT_EQ(storage_->entries(0).free, 0U);
 }
 
 TEST_F(StorageQuotaTest, CountsExistingEntries) {

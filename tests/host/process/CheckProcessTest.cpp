@@ -85,7 +85,7 @@ TEST(CheckProcessTest, ReportsACrashAfterTheVerdict) {
                       announce(pass);
                       raiseByDefault(SIGSEGV);
                   }),
-                  Result::Crash, "ended by SIGSEGV after the check itself");
+                  Result::Crash, "ended by SIGSEGV after the check had returned");
     expectVerdict(outcomeOf([](const auto& announce) {
                       announce({Result::Fail, "the reason"});
                       ::_exit(1);
@@ -112,7 +112,7 @@ TEST(CheckProcessTest, KillsTheCheckAfterTheVerdict) {
         const std::string ending =
             fmt::format("did not end within {:g} s", static_cast<double>(limit.count()) / 1000);
         if (outcome.reason != ending || limit > plenty) {
-            expectVerdict(outcome, Result::Hang, ending + " after the check itself");
+            expectVerdict(outcome, Result::Hang, ending + " after the check had returned");
             return;
         }
     }

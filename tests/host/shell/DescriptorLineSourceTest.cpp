@@ -23,7 +23,7 @@ class DescriptorLineSourceTest : public testing::Test {
 protected:
     std::vector<std::string> linesOf(const std::string& content) {
         const FileDescriptor file(folder_.write("script", content), O_RDONLY);
-        DescriptorLineSource lines(file.number(), "script", interruption_, Places::Hidden);
+        DescriptorLineSource lines(file.number(), "script", Places::Hidden);
         std::vector<std::string> result;
         while (auto line = lines.next()) {
             result.push_back(*line);
@@ -82,7 +82,7 @@ TEST_F(DescriptorLineSourceTest, ReturnsALineOfAPipeBeforeThePipeEnds) {
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     ASSERT_EQ(::write(ends[1], "a\nb", 3), 3);
-    DescriptorLineSource lines(ends[0], "pipe", interruption_, Places::Hidden);
+    DescriptorLineSource lines(ends[0], "pipe", Places::Hidden);
     EXPECT_EQ(lines.next(), "a");
     ::close(ends[1]);
     EXPECT_EQ(lines.next(), "b");
@@ -91,7 +91,7 @@ TEST_F(DescriptorLineSourceTest, ReturnsALineOfAPipeBeforeThePipeEnds) {
 
 TEST_F(DescriptorLineSourceTest, NamesAnUnreadableFile) {
     const FileDescriptor folder(folder_.path(), O_RDONLY);
-    DescriptorLineSource lines(folder.number(), "my script", interruption_, Places::Hidden);
+    DescriptorLineSource lines(folder.number(), "my script", Places::Hidden);
     try {
         lines.next();
         FAIL() << "nothing was thrown";
@@ -103,19 +103,19 @@ TEST_F(DescriptorLineSourceTest, NamesAnUnreadableFile) {
 
 TEST_F(DescriptorLineSourceTest, ReturnsThePlaceOfTheLastLine) {
     const FileDescriptor file(folder_.write("script", "a\n\nb"), O_RDONLY);
-    DescriptorLineSource shown(file.number(), "my script", interruption_, Places::Shown);
+    DescriptorLineSource shown(file.number(), "my script", Places::Shown);
     shown.next();
     EXPECT_EQ(shown.place(), "my script:1");
     shown.next();
     shown.next();
     EXPECT_EQ(shown.place(), "my script:3");
-    DescriptorLineSource hidden(file.number(), "my script", interruption_, Places::Hidden);
+    DescriptorLineSource hidden(file.number(), "my script", Places::Hidden);
     hidden.next();
     EXPECT_EQ(hidden.place(), "");
 }
 
-TEST_F(DescriptorLineSourceTest, StopsWhenTheUserWantsTo) {
-    DescriptorLineSource lines(STDIN_FILENO, "input", interruption_, Places::Hidden);
+TEST_F(DescriptorLineSourceTest, StopsWhenInterrupted) {
+    DescriptorLineSource lines(STDIN_FILENO, "input", Places::Hidden);
     std::raise(SIGINT);
     EXPECT_THROW(lines.next(), Interrupted);
 }

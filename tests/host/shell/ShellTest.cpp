@@ -35,7 +35,7 @@ class ShellTest : public SessionTest {
 protected:
     ExitStatus runAll(FailureHandling handling, std::deque<std::string> lines) {
         GivenLines source(std::move(lines));
-        return Shell(host::commandTable(), session_, interruption_, handling).run(source);
+        return Shell(host::commandTable(), session_, handling).run(source);
     }
 };
 
@@ -102,8 +102,8 @@ TEST_F(ShellTest, ReturnsFailureAfterAScriptThatKeepsGoing) {
     EXPECT_EQ(runAll(FailureHandling::KeepGoing, {"pwd"}), ExitStatus::Success);
 }
 
-TEST_F(ShellTest, APersonsFailuresStopNothing) {
-    EXPECT_EQ(runAll(FailureHandling::AskPerson, {"ls /x", "ls 'x", "touch /f"}), ExitStatus::Success);
+TEST_F(ShellTest, ContinuesAnInteractiveSessionAfterFailures) {
+    EXPECT_EQ(runAll(FailureHandling::Interactive, {"ls /x", "ls 'x", "touch /f"}), ExitStatus::Success);
     EXPECT_EQ(errors(),
               "qzstorage: ls: /x: no such file or folder\nqzstorage: a single quote is not closed\n");
     EXPECT_EQ(succeed("ls"), "f\n");
@@ -128,14 +128,14 @@ TEST_F(ShellTest, EndsAnInterruptedScriptThatKeepsGoing) {
 TEST_F(ShellTest, InterruptsOnlyTheRunningCommandOfAnInteractiveSession) {
     succeed("truncate -s 1M /f");
     provider_->beforeRead = [] { std::raise(SIGINT); };
-    EXPECT_EQ(runAll(FailureHandling::AskPerson, {"cat /f", "touch /g"}), ExitStatus::Success);
+    EXPECT_EQ(runAll(FailureHandling::Interactive, {"cat /f", "touch /g"}), ExitStatus::Success);
     EXPECT_TRUE(provider_->doFileExists(provider::StorageIRI(u"/g")));
 }
 
 TEST_F(ShellTest, EndsAnInteractiveSessionOnTermination) {
     succeed("truncate -s 1M /f");
     provider_->beforeRead = [] { std::raise(SIGTERM); };
-    EXPECT_EQ(runAll(FailureHandling::AskPerson, {"cat /f", "touch /g"}), ExitStatus::Interrupted);
+    EXPECT_EQ(runAll(FailureHandling::Interactive, {"cat /f", "touch /g"}), ExitStatus::Interrupted);
 }
 
 TEST_F(ShellTest, FailsOnlyTheCommandWhenOutOfMemory) {

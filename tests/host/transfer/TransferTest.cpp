@@ -1,4 +1,5 @@
 #include "host/session/Session.h"
+#include "host/support/Interruption.h"
 #include "host/transfer/Exporter.h"
 #include "host/transfer/Importer.h"
 #include "host/transfer/SessionExportSource.h"
@@ -21,7 +22,6 @@ using host::Console;
 using host::Exporter;
 using host::Importer;
 using host::ImportLog;
-using host::Interruption;
 using host::OutputKind;
 using host::RootAttributes;
 using host::Session;
@@ -40,13 +40,13 @@ class TransferTest : public testing::Test {
 protected:
     void import() {
         SessionImportTarget target(provider_, session_.kept(StoragePath()));
-        Importer(target, console_, interruption_, imports_)
+        Importer(target, console_, imports_)
             .run(disk_ / "src", StoragePath().child(u"copy"), RootAttributes::FromSource);
     }
 
     void exportAll() {
         SessionExportSource source(session_);
-        Exporter(source, console_, interruption_)
+        Exporter(source, console_)
             .run(StoragePath().child(u"copy"), disk_ / "out", RootAttributes::FromSource);
     }
 
@@ -54,11 +54,11 @@ protected:
     std::ostringstream out_;
     std::ostringstream err_;
     DefaultSignals defaultSignals_;
-    Interruption interruption_;
+    host::Interruption interruption_; // clears a signal of an earlier test
     Console console_{out_, OutputKind::Plain, err_, OutputKind::Plain};
     ImportLog imports_;
     MiscountingProvider provider_{sharedProvider(TEST_PLUGIN)};
-    Session session_{provider_, console_, interruption_};
+    Session session_{provider_, console_};
 };
 
 TEST_F(TransferTest, LogsAnImportAndExportsItAgain) {
@@ -87,7 +87,7 @@ TEST_F(TransferTest, FailsTheExportOnAWrongReadCount) {
     import();
     provider_.copied = [](long count) { return count + 1; };
     exportAll();
-    EXPECT_EQ(err_.str(), "qzstorage: /copy/f: the plug-in read more bytes than it was asked for\n");
+    EXPECT_EQ(err_.str(), "qzstorage: /copy/f: the plug-in read more bytes than requested\n");
     EXPECT_FALSE(std::filesystem::exists(disk_ / "out/f"));
 }
 

@@ -190,7 +190,7 @@ public:
 };
 
 /// Removes folders with the files in them.
-class RemovesWholeTrees final : public BrokenProvider {
+class RemovesFoldersWithFiles final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
         for (const std::u16string& name : doListFilesNamesOnly(iri)) {
@@ -367,7 +367,7 @@ public:
 };
 
 /// Limits the length of paths like a disk.
-class DepthLimited final : public BrokenProvider {
+class LimitsPathLength final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
         if (iri.getPath().size() > 1024) {
@@ -396,7 +396,7 @@ constexpr std::array table{
     Fault{"ParentOfRemovedFolderNamed", "2.16", build<ParentOfRemovedFolderNamed>},
     Fault{"RemoveFileTakesFolders", "2.17", build<RemoveFileTakesFolders>},
     Fault{"RemoveFolderTakesFiles", "2.18", build<RemoveFolderTakesFiles>},
-    Fault{"RemovesWholeTrees", "2.19", build<RemovesWholeTrees>},
+    Fault{"RemovesFoldersWithFiles", "2.19", build<RemovesFoldersWithFiles>},
     Fault{"NotEmptyAsExists", "2.20", build<NotEmptyAsExists>},
     Fault{"NeverEmptyAgain", "2.21", build<NeverEmptyAgain>},
     Fault{"RemovesByPrefix", "2.22", build<RemovesByPrefix>},
@@ -407,7 +407,7 @@ constexpr std::array table{
     Fault{"RootMadeAsFile", "2.27", build<RootMadeAsFile>},
     Fault{"EmptyRootRemoved", "2.28", build<EmptyRootRemoved>},
     Fault{"RootIsProtected", "2.29", build<RootIsProtected>},
-    Fault{"DepthLimited", "2.30", build<DepthLimited>},
+    Fault{"LimitsPathLength", "2.30", build<LimitsPathLength>},
 };
 
 } // namespace

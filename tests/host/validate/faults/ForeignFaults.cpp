@@ -11,6 +11,8 @@
 #include <array>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -66,6 +68,18 @@ char16_t narrow(char16_t unit) {
 char16_t latinInLowerCase(char16_t unit) {
     return unit >= 0xC0 && unit <= 0xDE && unit != 0xD7 ? static_cast<char16_t>(unit + 0x20) : unit;
 }
+
+char16_t cyrillicInLowerCase(char16_t unit) {
+    return unit >= 0x410 && unit <= 0x42F ? static_cast<char16_t>(unit + 0x20) : unit;
+}
+
+struct WideSlashSeparates final : BrokenProvider {
+    void doCreateFile(const StorageIRI& iri) const override {
+        std::u16string path = iri.getPath();
+        std::replace(path.begin(), path.end(), u'\uFF0F', u'/');
+        sound().doCreateFile(StorageIRI(path));
+    }
+};
 
 std::u16string withoutInvisible(std::u16string name) {
     std::erase_if(name, [](char16_t unit) { return unit == 0xAD || (unit >= 0x200B && unit <= 0x200D); });
@@ -126,7 +140,55 @@ Entries withOverlap(Entries entries) {
     return entries;
 }
 
+// Bytes
+
+struct DropsByteOrderMark final : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+
+    long write(const char* buffer, long count) override {
+        const bool isMarked = count >= 3 && std::memcmp(buffer, "\xEF\xBB\xBF", 3) == 0;
+        inner().write(buffer + (isMarked ? 3 : 0), count - (isMarked ? 3 : 0));
+        return count;
+    }
+};
+
+/// A write of half a kilobyte or more at the beginning clears the bytes behind it.
+struct LongWritesClearTheRest final : ForwardingStream {
+    using ForwardingStream::ForwardingStream;
+
+    long write(const char* buffer, long count) override {
+        const auto position = std::streamoff(inner().seek(0, std::ios_base::cur));
+        inner().write(buffer, count);
+        const auto size = std::streamoff(inner().seek(0, std::ios_base::end));
+        if (position == 0 && count >= 512 && size > count) {
+            const std::string zeros(static_cast<std::size_t>(size - count), '\0');
+            inner().seek(count, std::ios_base::beg);
+            inner().write(zeros.data(), size - count);
+        }
+        inner().seek(position + count, std::ios_base::beg);
+        return count;
+    }
+};
+
+struct AppendingNeverEmpties final : BrokenProvider {
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        OpenOptions changed = options;
+        if (options.append == ByteStreamAppend::AppendAtEnd) {
+            changed.content = ByteStreamContent::Keep;
+        }
+        return sound().doOpenStream(iri, changed);
+    }
+};
+
 // Times
+
+struct TimeClearsFlag final : BrokenProvider {
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        sound().doSetLastModified(iri, time);
+        sound().doSetWritable(iri, true);
+    }
+};
 
 ptime anHourMoreInSummer(const ptime& time) {
     return !time.is_special() && time.date().month() > 3 && time.date().month() < 11 ? time + seconds(3600)
@@ -211,6 +273,59 @@ void moveByCopying(const IProvider& sound, const StorageIRI& from, const Storage
     sound.doSetWritable(to, writable);
 }
 
+struct FailuresShareALocation final : BrokenProvider {
+    void doCreateFile(const StorageIRI& iri) const override {
+        try {
+            sound().doCreateFile(iri);
+        } catch (const Exception& failure) {
+            note(iri);
+            openTheWindow();
+            throw Exception(failure.getErrorCode(), noted());
+        }
+    }
+
+private:
+    void note(const StorageIRI& iri) const {
+        const std::lock_guard lock(mutex_);
+        latest_ = iri;
+    }
+    StorageIRI noted() const {
+        const std::lock_guard lock(mutex_);
+        return latest_;
+    }
+
+    mutable std::mutex mutex_;
+    mutable StorageIRI latest_{u"/"};
+};
+
+/// Reports that the file is missing while another thread moves one.
+struct MovesExcludeEachOther final : BrokenProvider {
+    void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        const std::unique_lock lock(mutex_, std::try_to_lock);
+        if (!lock) {
+            throw Exception(ErrorCode::NotFound, from);
+        }
+        openTheWindow();
+        sound().doMoveFile(from, to, policy);
+    }
+
+private:
+    mutable std::mutex mutex_;
+};
+
+void moveAndMakeWritable(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                         const Policy& policy) {
+    sound.doMoveFile(from, to, policy);
+    sound.doSetWritable(to, true);
+}
+
+void moveAndCut(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, const Policy& policy) {
+    sound.doMoveFile(from, to, policy);
+    if (sound.doGetFileAttributes(to).getSize() > block) {
+        sound.doTruncateToSize(to, block);
+    }
+}
+
 // Operations with a default
 
 struct PatternsWithoutCase final : BrokenProvider {
@@ -274,6 +389,12 @@ void limitDescriptors(std::string_view operation, const StorageIRI&) {
     }
 }
 
+void renameProcess(std::string_view operation, const StorageIRI&) {
+    if (operation == "setWritable") {
+        ::prctl(PR_SET_NAME, "storage");
+    }
+}
+
 void closeInput(std::string_view operation, const StorageIRI&) {
     if (operation == "setLastModified") {
         ::close(STDIN_FILENO);
@@ -290,7 +411,7 @@ void loseByMovingBelowItself(const IProvider& sound, const StorageIRI& from, con
     sound.doMoveFolder(from, to, policy);
 }
 
-constexpr std::array<Fault, 30> table{{
+constexpr std::array<Fault, 41> table{{
     {"NameLosesLastBlank", "4.19", [] { return altered({.name = withoutLastBlank}); }},
     {"NamePercentDecoded", "4.19", [] { return altered({.name = percentDecoded}); }},
     {"NameInNarrowForms", "4.19", [] { return altered({.name = eachUnit<narrow>}); }},
@@ -299,6 +420,17 @@ constexpr std::array<Fault, 30> table{{
     {"NameUntilColon", "4.19", [] { return altered({.name = untilColon}); }},
     {"NameCutAt200", "4.19", [] { return altered({.name = cutAt200}); }},
     {"MoveTrimsName", "4.21", [] { return altered({.moveFile = moveToTrimmedName}); }},
+    {"NameInCyrillicLowerCase", "4.22", [] { return altered({.name = eachUnit<cyrillicInLowerCase>}); }},
+    {"WideSlashSeparates", "4.23", build<WideSlashSeparates>},
+    {"AppendingNeverEmpties", "7.24", build<AppendingNeverEmpties>},
+    {"DropsByteOrderMark", "8.36", [] { return altered({.stream = wrapped<DropsByteOrderMark>}); }},
+    {"LongWritesClearTheRest", "8.37", [] { return altered({.stream = wrapped<LongWritesClearTheRest>}); }},
+    {"MoveCutsLargeFiles", "16.9", [] { return altered({.moveFile = moveAndCut}); }},
+    {"TimeClearsFlag", "5.26", build<TimeClearsFlag>},
+    {"MoveMakesWritable", "10.27", [] { return altered({.moveFile = moveAndMakeWritable}); }},
+    {"FailuresShareALocation", "13.24", build<FailuresShareALocation>},
+    {"MovesExcludeEachOther", "13.25", build<MovesExcludeEachOther>},
+    {"RenamesTheProcess", "15.14", [] { return altered({.before = renameProcess}); }},
     {"LongWritesEnd", "3.5", [] { return altered({.stream = wrapped<LongWritesEnd>}); }},
     {"LongReadsSkip", "8.34", [] { return altered({.stream = wrapped<LongReadsSkip>}); }},
     {"FilesEndAt8MiB", "8.2", [] { return altered({.stream = wrapped<FilesEndAt8MiB>}); }},

@@ -247,7 +247,7 @@ struct QueriesGetConfused : BrokenProvider {
 };
 
 /// Shares the location of the file to remove between all threads.
-class CommonNote final : public BrokenProvider {
+class SharesTheLocationToRemove final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {
         note(iri);
@@ -379,7 +379,7 @@ constexpr std::array table{
     Fault{"RemoversCollide", "13.13", build<RemoversCollide>},
     Fault{"CopyingInPlace", "13.14", build<CopyingInPlace>},
     Fault{"QueriesGetConfused", "13.15", build<QueriesGetConfused>},
-    Fault{"CommonNote", "13.16", build<CommonNote>},
+    Fault{"SharesTheLocationToRemove", "13.16", build<SharesTheLocationToRemove>},
     Fault{"TimeInTwoSteps", "13.17", build<TimeInTwoSteps>},
     Fault{"ClonesCountTogether", "13.18", build<ClonesCountTogether>},
     Fault{"StreamOfOneThread", "13.19", build<StreamsOfThreads<StreamOfOneThread>>},

@@ -1,5 +1,6 @@
 #include "tests/host/validate/variants/AllowedVariants.h"
 
+#include "tests/host/validate/faults/LocationParts.h"
 #include "tests/host/validate/variants/AlteredProvider.h"
 #include "tests/host/validate/variants/CaseInsensitiveProvider.h"
 #include "tests/support/ForwardingStream.h"
@@ -99,14 +100,41 @@ bool isNotPlain(std::u16string_view name) {
            });
 }
 
-constexpr std::array<AllowedVariant, 7> table{{
+/// Maps the capital letters of several scripts, and the compatibility characters that have a small letter.
+std::u16string inLowerCaseOfAllScripts(std::u16string name) {
+    name = faults::inLowerCase(std::move(name));
+    for (char16_t& unit : name) {
+        const auto isIn = [&](char16_t first, char16_t last) { return unit >= first && unit <= last; };
+        if ((isIn(0xC0, 0xDE) && unit != 0xD7) || isIn(0x391, 0x3A9) || isIn(0x410, 0x42F) ||
+            isIn(0xFF21, 0xFF3A)) {
+            unit = static_cast<char16_t>(unit + 0x20);
+        } else if (isIn(0x100, 0x12F) || isIn(0x1E00, 0x1E95)) {
+            unit = static_cast<char16_t>(unit | 1);
+        } else if (isIn(0x400, 0x40F)) {
+            unit = static_cast<char16_t>(unit + 0x50);
+        }
+    }
+    for (const auto& [capital, small] : std::initializer_list<std::pair<char16_t, char16_t>>{
+             {0x212A, u'k'}, {0x212B, 0xE5}, {0x2126, 0x3C9}, {0x3C2, 0x3C3}, {0xB5, 0x3BC}, {0x17F, u's'}}) {
+        std::replace(name.begin(), name.end(), capital, small);
+    }
+    return name;
+}
+
+template <CaseInsensitiveProvider::Fold fold>
+std::shared_ptr<IProvider> caseInsensitive() {
+    return std::make_shared<CaseInsensitiveProvider>(fold);
+}
+
+constexpr std::array<AllowedVariant, 8> table{{
     {"ShortReads", [] { return altered({.stream = wrapped<ShortReads>}); }},
     {"OtherOrders", [] { return altered({.entries = shuffled}); }},
     {"TwoSecondTimes", [] { return altered({.timeOfEntry = inTwoSeconds}); }},
     {"WriteBehindUntilFlush", [] { return altered({.stream = wrapped<WriteBehind>}); }},
     {"ForbiddenCharacters", [] { return altered({.refuses = isReserved}); }},
     {"LowerCaseAsciiNames", [] { return altered({.refuses = isNotPlain}); }},
-    {"HonestCaseInsensitive", faults::build<CaseInsensitiveProvider>},
+    {"HonestCaseInsensitive", caseInsensitive<faults::inLowerCase>},
+    {"HonestCaseInsensitiveInAllScripts", caseInsensitive<inLowerCaseOfAllScripts>},
 }};
 
 } // namespace
