@@ -2,6 +2,7 @@
 
 #include "host/disk/FileDescriptor.h"
 #include "host/support/CommandError.h"
+#include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 #include "host/validate/CheckRunner.h"
 #include "host/validate/ReplayCommand.h"
@@ -25,7 +26,7 @@ using Result = CheckOutcome::Result;
 using CheckRun = ValidationRecord::CheckRun;
 
 /// A provider that hangs in one check usually hangs in many, and each hang takes the full time limit.
-constexpr int mostHangs = 10;
+constexpr int maxHangs = 10;
 
 CheckRun planned(const Check& check, const RuleExceptions& exceptions) {
     if (const auto reason = exceptions.reasonFor(check)) {
@@ -151,7 +152,7 @@ private:
         if (options_.runLimit && Clock::now() - begin_ >= *options_.runLimit) {
             record_.stopped = fmt::format("stopped after {:g} s (limit of --run-timeout)",
                                           std::chrono::duration<double>(*options_.runLimit).count());
-        } else if (hangs_ >= mostHangs) {
+        } else if (hangs_ >= maxHangs) {
             record_.stopped = fmt::format("stopped after {} hangs", hangs_);
         } else if (!isKept && options_.failFast) {
             record_.stopped = "stopped at the first check that did not pass";

@@ -1,6 +1,7 @@
 #include "host/validate/ValidateSyntax.h"
 
 #include "host/plugin/PluginOperand.h"
+#include "host/support/NonEmptyPath.h"
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
 
@@ -69,7 +70,9 @@ CLI::Option* addNumber(CLI::App& command, const char* name, Number& number, long
 ValidateSyntax::ValidateSyntax(CLI::App& app)
     : command_(
           app.add_subcommand("validate", "Check a plug-in against the contract between hosts and plug-ins")) {
-    command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")->type_name("");
+    command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")
+        ->type_name("")
+        ->check(nonEmptyPath());
     command_
         ->add_option("--profile", profile_,
                      "Rules to check: any for the rules of every provider, in-memory for all rules; the "
@@ -91,7 +94,8 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
     command_->add_flag("--json", json_, "Print the result as JSON");
     CLI::Option* const junit =
         command_->add_option("--junit", options_.junitFile, "Also write the result to FILE as JUnit XML")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->check(nonEmptyPath());
     list->excludes(junit);
     command_->add_flag("--markdown", markdown_, "Print the list as Markdown")
         ->needs(list)

@@ -1,8 +1,10 @@
 #include "host/support/Utf.h"
 #include "host/validate/checks/CheckCatalogue.h"
+#include "host/validate/checks/RandomTree.h"
 #include "host/validate/kit/CheckContext.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
+#include "host/validate/kit/WriteProtection.h"
 #include "hostapi/storage/provider/ListingRange.h"
 #include "hostapi/storage/provider/RequireNonNull.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
@@ -52,6 +54,14 @@ Model modelOf(const IProvider& provider, const StorageIRI& folder) {
     return model;
 }
 
+/// The number of code units of the first character: 2 for a surrogate pair.
+std::size_t lengthOfFirst(std::u16string_view name) {
+    const auto isIn = [&](std::size_t at, char16_t first) {
+        return at < name.size() && name[at] >= first && name[at] < first + 0x400;
+    };
+    return isIn(0, 0xD800) && isIn(1, 0xDC00) ? 2 : 1;
+}
+
 /// Reference implementation: "*" matches any characters, "?" matches one, all others match themselves.
 bool matchesPlainly(std::u16string_view pattern, std::u16string_view name) {
     if (pattern.empty()) {
@@ -61,7 +71,10 @@ bool matchesPlainly(std::u16string_view pattern, std::u16string_view name) {
         return matchesPlainly(pattern.substr(1), name) ||
                (!name.empty() && matchesPlainly(pattern, name.substr(1)));
     }
-    return !name.empty() && (pattern.front() == u'?' || pattern.front() == name.front()) &&
+    if (pattern.front() == u'?' && !name.empty()) {
+        return matchesPlainly(pattern.substr(1), name.substr(lengthOfFirst(name)));
+    }
+    return !name.empty() && pattern.front() == name.front() &&
            matchesPlainly(pattern.substr(1), name.substr(1));
 }
 
@@ -128,15 +141,34 @@ void patternsAgreeWithModel(CheckContext& context) {
         tryToMake(context, std::u16string(u"x").append(randomWord(context, letters, 4)).append(u"y"),
                   i % 3 == 0);
     }
+    for (const char16_t* name :
+         {u"a",   u"x",  u"xx",  u"ab",  u".x",  u".xy.z",       u"x1",           u"x1y",
+          u"x.b", u"x+", u"x+y", u"x#",  u"x\\", u"x;y",         u"{x,y}",        u"!x",
+          u"(x)", u"^x", u"x$",  u"x|y", u"x~",  u"x\U0001F600", u"x\U0001F600y", u"\U0001F600"}) {
+        tryToMake(context, name, false);
+    }
+    for (const char16_t* name : {u"case", u"Case", u"CASE"}) {
+        tryToMake(context, std::u16string(name) + u"-file", false);
+        tryToMake(context, std::u16string(name) + u"-folder", true);
+    }
     const StorageIRI folder = context.at(u"");
     const Model model = modelOf(provider, folder);
-    Names patterns{u"[ab]*", u"x[!a]*", u"x[a-b]y", u"x\\*", u"X*", u"x*Y", u"{x,y}*", u"x*y*"};
+    Names patterns{u"[ab]*", u"x[!a]*", u"x[a-b]y", u"x\\*", u"X*",  u"x*Y", u"{x,y}*", u"x*y*",
+                   u"*",     u"**",     u"*.*",     u"",     u"?",   u"??",  u"x?",     u"x??",
+                   u"*?",    u"?*",     u"??*",     u".*",   u"*.",  u"x*x", u"x+*",    u"x#",
+                   u"x1?",   u"x\\?",   u"x;*",     u"{x}",  u"!x",  u"!*",  u"(x)",    u"(*)",
+                   u"^*",    u"x$",     u"*$",      u"x|y",  u"x|*", u"x~",  u"x*1",    u"x?y"};
     for (int i = 0; i < 40; ++i) {
         patterns.push_back((i % 2 == 0 ? u"x" : u"*") + randomWord(context, letters + u"**??", 4));
     }
     constexpr auto all = [](Type) { return true; };
     constexpr auto files = [](Type type) { return type == Type::File; };
     constexpr auto folders = [](Type type) { return type == Type::Folder; };
+    expectSame(provider.doListAllNamesOnly(folder), pathsIn(model, u"*", all), "doListAllNamesOnly", u"*");
+    expectSame(provider.doListFilesNamesOnly(folder), pathsIn(model, u"*", files), "doListFilesNamesOnly",
+               u"*");
+    expectSame(provider.doListFoldersNamesOnly(folder), pathsIn(model, u"*", folders),
+               "doListFoldersNamesOnly", u"*");
     for (const std::u16string& pattern : patterns) {
         if (letters.back() != u'A' && pattern.find_first_of(u"XY") != std::u16string::npos) {
             continue; // a case-insensitive storage may also ignore case in patterns
@@ -170,6 +202,16 @@ void recursionAgreesWithModel(CheckContext& context) {
             folders.push_back(path + u"/");
         }
     }
+    tryToMake(context, u".hidden", true);
+    tryToMake(context, u".hidden/f", false);
+    provider.doCreateFolder(context.at(u"many"));
+    for (int i = 0; i < 1200; ++i) {
+        const std::string number = fmt::format("many/{}", i);
+        tryToMake(context, {number.begin(), number.end()}, i % 100 == 0);
+    }
+    provider.doCreateFolder(context.at(u"protected"));
+    provider.doCreateFile(context.at(u"protected/f"));
+    const WriteProtection protection(provider, context.at(u"protected"));
     const StorageIRI folder = context.at(u"");
     const Model model = modelOf(provider, folder);
     constexpr auto all = [](Type) { return true; };
@@ -177,7 +219,7 @@ void recursionAgreesWithModel(CheckContext& context) {
                u"*");
     expectSame(provider.doListAllRecursiveNamesOnly(folder), pathsIn(model, u"*", all),
                "doListAllRecursiveNamesOnly", u"*");
-    for (const char16_t* pattern : {u"*", u"a*", u"?z", u"*b*", u"z", u"a/*", u""}) {
+    for (const char16_t* pattern : {u"*", u"**", u"a*", u"?z", u"*b*", u"z", u"a/*", u""}) {
         const Names expected = pathsIn(model, pattern, all);
         expectSame(namesOf(provider.doListAllRecursiveWildcards(folder, pattern)), expected,
                    "doListAllRecursiveWildcards", pattern);
@@ -186,22 +228,56 @@ void recursionAgreesWithModel(CheckContext& context) {
     }
 }
 
+/// A storage may limit the length of paths, but not to fewer than a hundred levels with short names.
 void recursionIsDeep(CheckContext& context) {
     const IProvider& provider = context.provider();
-    constexpr std::size_t depth = 100;
+    std::size_t depth = 100;
     std::u16string path = u"t";
     for (std::size_t i = 1; i < depth; ++i) {
         path += u"/d";
     }
     provider.doCreateFolderRecursive(context.at(path));
-    makeFile(provider, context.at(path + u"/f"), "deep");
+    while (depth < 300) {
+        tryToMake(context, path + u"/d", true);
+        if (!provider.doFolderExists(context.at(path + u"/d"))) {
+            break;
+        }
+        path += u"/d";
+        ++depth;
+    }
+    makeFile(provider, context.at(path.substr(0, path.size() - 1) + u"f"), "deep");
+    expect(provider.doFileExists(context.at(path.substr(0, path.size() - 1) + u"f")),
+           fmt::format("a file below {} folders does not exist", depth - 1));
+    provider.doRemoveFile(context.at(path.substr(0, path.size() - 1) + u"f"));
+    provider.doRemoveFolder(context.at(path));
+    provider.doCreateFolderRecursive(context.at(path));
     expect(
-        provider.doListAllRecursiveNamesOnly(context.at(u"")).size() == depth + 1,
-        fmt::format("a recursive listing of {} folders in one another, and a file, does not yield them all",
-                    depth));
+        provider.doFolderExists(context.at(path)),
+        fmt::format("doCreateFolderRecursive does not create the last of {} folders in one another", depth));
+    expect(provider.doListAllRecursiveNamesOnly(context.at(u"")).size() == depth &&
+               readEntries(provider.doListAllRecursive(context.at(u""))).size() == depth,
+           fmt::format("a recursive listing of {} folders in one another does not yield them all", depth));
     provider.doRemoveFolderRecursively(context.at(u"t"));
     expect(provider.doListAllNamesOnly(context.at(u"")).empty(),
            fmt::format("{} folders in one another are not removed recursively", depth));
+}
+
+void randomChangesAgreeWithModel(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    provider.doCreateFolder(context.at(u"empty"));
+    provider.doCreateFile(context.at(u"empty.txt"));
+    provider.doRemoveFolderRecursively(context.at(u"empty"));
+    expect(!provider.doFolderExists(context.at(u"empty")) && provider.doFileExists(context.at(u"empty.txt")),
+           "removing an empty folder recursively leaves it, or removes a file with a similar name");
+    provider.doRemoveFile(context.at(u"empty.txt"));
+    RandomTree tree(context);
+    for (int i = 0; i < 600; ++i) {
+        tree.change();
+        if (i % 10 == 0) {
+            tree.compare();
+        }
+    }
+    tree.compare();
 }
 
 void comparatorIsTotal(CheckContext& context) {
@@ -210,6 +286,17 @@ void comparatorIsTotal(CheckContext& context) {
     Names paths;
     for (int i = 0; i < 60; ++i) {
         paths.emplace_back(u"/").append(randomWord(context, letters, 5));
+    }
+    for (const char16_t* path :
+         {u"/",        u"/a1",      u"/a01",        u"/a001",       u"/a10",    u"/a2",
+          u"/a-b",     u"/ab",      u"/a'b",        u"/a b",        u"/a/b",    u"/a//b",
+          u"/a_b",     u"/a.b",     u"/\u4E00",     u"/\u4E01",     u"/\u0100", u"/\u0200",
+          u"/a\u200B", u"/a\u0301", u"/\U0001F600", u"/\U0001F601", u"/\uFFFF"}) {
+        paths.emplace_back(path);
+    }
+    for (const std::size_t length : std::initializer_list<std::size_t>{30, 260, 5000}) {
+        const std::u16string common(length, u'p');
+        paths.insert(paths.end(), {u"/" + common, u"/" + common + u"1", u"/" + common + u"2"});
     }
     std::sort(paths.begin(), paths.end());
     paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
@@ -226,9 +313,8 @@ void comparatorIsTotal(CheckContext& context) {
 
 void copiesAgreeWithModel(CheckContext& context) {
     const IProvider& provider = context.provider();
-    for (const std::size_t size :
-         std::initializer_list<std::size_t>{0, 1, 4095, 65'535, 65'536, 65'537, 131'072, 200'001}) {
-/// A storage may limit the length of paths, but not to fewer than a hundred levels with short names.
+    for (const std::size_t size : std::initializer_list<std::size_t>{0, 1, 4095, 65'535, 65'536, 65'537,
+                                                                     131'072, 200'001, 3'000'001}) {
         std::string bytes(size, '\0');
         std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(context.random()()); });
         writeText(*openStream(provider, context.at(u"f"), {.content = ByteStreamContent::Empty}), bytes);
@@ -303,15 +389,19 @@ void transactionsTakeEffectTogether(CheckContext& context) {
 
 /// Counts events. Thread-safe, because a provider may report them on any thread.
 struct Events {
+    std::u16string watched; ///< path
     std::mutex mutex;
     std::condition_variable changed;
     int count = 0;
+    int wrong = 0; ///< of another kind than the changes, or outside the watched location
 
     IProvider::EventCallback callback() {
-        return [this](StorageEventKind, const StorageIRI&, const StorageIRI&, Type,
+        return [this](StorageEventKind kind, const StorageIRI& source, const StorageIRI&, Type,
                       const boost::property_tree::ptree&) {
             const std::lock_guard lock(mutex);
             ++count;
+            const bool made = kind == StorageEventKind::Created || kind == StorageEventKind::Changed;
+            wrong += made && source.getResolvedPath().starts_with(watched) ? 0 : 1;
             changed.notify_all();
         };
     }
@@ -328,14 +418,21 @@ void acceptedEventsAreTold(CheckContext& context) {
     int number = 0;
     const auto expectTold = [&](const char* operation, const StorageIRI& iri, auto begin, auto end) {
         Events events;
+        events.watched = iri.getResolvedPath();
         if (!isOffered([&] { (provider.*begin)(iri, events.callback()); })) {
+            isOffered([&] { (provider.*end)(iri); }); // may do nothing
             return;
         }
         writeText(*openStream(provider, context.at(u"f")), fmt::format("bytes {}", ++number));
         provider.doCreateFile(context.at(std::u16string(static_cast<std::size_t>(number), u'n')));
         const bool told = events.come();
         (provider.*end)(iri);
+        const int count = events.count;
+        writeText(*openStream(provider, context.at(u"f")), "unwatched");
         expect(told, fmt::format("{} accepts a callback, but does not call it after a change", operation));
+        expect(events.wrong == 0,
+               fmt::format("{} reports a removal, a move, or an entry that is not watched", operation));
+        expect(events.count == count, fmt::format("{} reports a change after its end", operation));
     };
     expectTold("doPublishFolderEventsFor", context.at(u""), &IProvider::doPublishFolderEventsFor,
                &IProvider::doStopPublishingEventsFor);
@@ -368,8 +465,12 @@ constexpr std::array table{
           "The writes of a transactional stream, if offered, become visible all at once, at its end at the "
           "latest.",
           any, transactionsTakeEffectTogether},
-    Check{"16.8", "models.events", "An event callback that is accepted is called after a change.", any,
+    Check{"16.8", "models.events",
+          "An accepted event callback is called after a change of its entry, and for nothing else.", any,
           acceptedEventsAreTold},
+    Check{"16.9", "models.random-changes",
+          "After random changes of a tree, names, bytes, flags and times agree with a model.", any,
+          randomChangesAgreeWithModel},
 };
 
 } // namespace

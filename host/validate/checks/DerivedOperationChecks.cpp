@@ -108,6 +108,10 @@ void creatingAnExistingFolderIsNothing(CheckContext& context) {
     provider.doCreateFolderRecursive(context.at(u""));
     expect(describeTree(provider, context.at(u"")) == before,
            "creating an existing folder and its parents changes something");
+    const WriteProtection protection(provider, context.at(u"a/b"));
+    provider.doCreateFolderRecursive(context.at(u"a/b"));
+    expect(!provider.doGetFolderAttributes(context.at(u"a/b")).isWritable(),
+           "creating an existing folder makes it writable");
 }
 
 void fileInTheWayOfFolders(CheckContext& context) {
@@ -168,6 +172,11 @@ void entryThatCannotBeRemovedIsNamed(CheckContext& context) {
                   context.at(u"t/box/deep/beta.txt"), "removing a folder with a read-only file in it");
     expect(contentOf(provider, context.at(u"t/box/deep/beta.txt")) == "bytes",
            "removing a folder with a read-only file in it takes the bytes of that file");
+    createFolders(context, {u"u"});
+    createFiles(context, {u"u/f"});
+    const WriteProtection another(provider, context.at(u"u/f"));
+    expectFailure([&] { provider.doRemoveFolderRecursively(context.at(u"u")); }, ErrorCode::ReadOnly,
+                  context.at(u"u/f"), "removing a folder with nothing but a read-only file in it");
 }
 
 void rootIsOnlyEmptied(CheckContext& context) {
@@ -434,7 +443,7 @@ void largeCopyIsWhole(CheckContext& context) {
 void copyIsWritableAndNew(CheckContext& context) {
     makeSource(context);
     const IProvider& provider = context.provider();
-    provider.doSetLastModified(context.at(u"a/f"), longAgo());
+    provider.doSetLastModified(context.at(u"a/f"), pastTime());
     const auto before = provider.doGetFileAttributes(context.at(u"a/f")).getLastModified();
     const WriteProtection protection(provider, context.at(u"a/f"));
     for (const CopyOperation copy : copyOperations) {
@@ -575,8 +584,8 @@ void existenceAgrees(CheckContext& context) {
 void extendedAttributesAgree(CheckContext& context) {
     makeSource(context);
     const IProvider& provider = context.provider();
-    provider.doSetLastModified(context.at(u"a/f"), longAgo());
-    provider.doSetLastModified(context.at(u"a"), longAgo() + boost::posix_time::hours(1));
+    provider.doSetLastModified(context.at(u"a/f"), pastTime());
+    provider.doSetLastModified(context.at(u"a"), pastTime() + boost::posix_time::hours(1));
     const WriteProtection protection(provider, context.at(u"a/f"));
     const ExtendedAttributes file = provider.doGetExtendedAttributes(context.at(u"a/f"));
     expect(file.type == FolderEntry::EntryType::File && file.size == 5 && !file.writable &&

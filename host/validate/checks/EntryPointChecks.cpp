@@ -1,5 +1,6 @@
 #include "host/storage/Listing.h"
 #include "host/validate/checks/CheckCatalogue.h"
+#include "host/validate/checks/EveryOperation.h"
 #include "host/validate/kit/CheckContext.h"
 #include "host/validate/kit/CopiedPlugin.h"
 #include "host/validate/kit/Expectations.h"
@@ -310,6 +311,8 @@ void failuresAreOfOwnClass(CheckContext& context) {
     for (const std::function<void()>& each : refused) {
         expectOwnClass(each);
     }
+    provider.doRemoveFile(file);
+    useEveryOperation(context, provider);
 }
 
 constexpr auto any = Profile::AnyProvider;

@@ -117,7 +117,7 @@ public:
         provider_.doCreateFolder(StorageIRI(folder.getPath() + u"/sub"));
         makeFile(provider_, innermost, "innermost");
         for (const StorageIRI& each : {file, empty, folder, top}) {
-            provider_.doSetLastModified(each, longAgo());
+            provider_.doSetLastModified(each, pastTime());
         }
     }
 
@@ -182,7 +182,7 @@ std::vector<Experiment> settings(const SmallTree& tree) {
     return {
         tree.experiment("setting a flag", [&](const IProvider& p) { p.doSetWritable(tree.folder, true); }),
         tree.experiment("setting a time",
-                        [&](const IProvider& p) { p.doSetLastModified(tree.file, longAgo()); }),
+                        [&](const IProvider& p) { p.doSetLastModified(tree.file, pastTime()); }),
     };
 }
 

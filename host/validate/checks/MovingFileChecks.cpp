@@ -117,11 +117,14 @@ void folderAtTheSource(CheckContext& context) {
 void existingFileIsRefused(CheckContext& context) {
     makeTree(context);
     makeFile(context.provider(), context.at(u"b/g"), "kept");
+    makeFile(context.provider(), context.at(u"b/empty"), "");
     for (const ReplacementPolicy policy : refusing) {
-        expectRefusal(
-            context, [&] { move(context, u"a/f", u"b/g", policy); }, ErrorCode::AlreadyExists,
-            context.at(u"b/g"),
-            fmt::format("moving a file onto a file under policy {}", static_cast<int>(policy)));
+        for (const std::u16string_view destination : {u"b/g", u"b/empty"}) {
+            expectRefusal(
+                context, [&] { move(context, u"a/f", destination, policy); }, ErrorCode::AlreadyExists,
+                context.at(destination),
+                fmt::format("moving a file onto a file under policy {}", static_cast<int>(policy)));
+        }
     }
 }
 
@@ -235,14 +238,14 @@ void everythingIsStampedAlike(CheckContext& context) {
     const IProvider& provider = context.provider();
     const auto expectStamps = [&](std::u16string_view source, std::u16string_view destination) {
         for (const std::u16string_view each : {u"", u"a", u"b", u"a/f"}) {
-            provider.doSetLastModified(context.at(each), longAgo());
+            provider.doSetLastModified(context.at(each), pastTime());
         }
         move(context, source, destination);
         const auto time = provider.doGetFileAttributes(context.at(destination)).getLastModified();
-        expect(time != longAgo(), "a move does not stamp the moved file");
+        expect(time != pastTime(), "a move does not stamp the moved file");
         expect(provider.doGetFolderAttributes(context.at(u"a")).getLastModified() == time,
                "a move does not stamp the source's folder with the time of the moved file");
-        expect(provider.doGetFolderAttributes(context.at(u"")).getLastModified() == longAgo(),
+        expect(provider.doGetFolderAttributes(context.at(u"")).getLastModified() == pastTime(),
                "a move stamps a folder that does not change");
         return time;
     };
@@ -251,7 +254,7 @@ void everythingIsStampedAlike(CheckContext& context) {
            "a move does not stamp the destination's folder with the time of the moved file");
     move(context, u"b/g", u"a/f");
     expectStamps(u"a/f", u"a/g");
-    expect(provider.doGetFolderAttributes(context.at(u"b")).getLastModified() == longAgo(),
+    expect(provider.doGetFolderAttributes(context.at(u"b")).getLastModified() == pastTime(),
            "a move within a folder stamps another one");
 }
 
@@ -346,6 +349,26 @@ void ontoItselfIsNotLost(CheckContext& context) {
     }
 }
 
+/// Moves a read-only file to other names and folders. A storage may refuse it.
+void flagIsKeptOrMoveRefused(CheckContext& context) {
+    makeTree(context);
+    const IProvider& provider = context.provider();
+    for (const std::u16string_view destination : {u"a/other", u"b/f", u"b/other"}) {
+        const WriteProtection protection(provider, context.at(u"a/f"));
+        try {
+            move(context, u"a/f", destination);
+        } catch (const Exception& refusal) {
+            expect(refusal.getErrorCode() == ErrorCode::ReadOnly && refusal.getIRI() == context.at(u"a/f"),
+                   fmt::format("moving a read-only file fails with \"{}\"", refusal.what()));
+            continue;
+        }
+        expect(!provider.doGetFileAttributes(context.at(destination)).isWritable(),
+               "a read-only file is writable at its new place");
+        provider.doSetWritable(context.at(destination), true);
+        move(context, destination, u"a/f");
+    }
+}
+
 void belowItself(CheckContext& context) {
     makeTree(context);
     for (const std::u16string_view destination : {u"a/f/g", u"a/f/f", u"a/f/g/h"}) {
@@ -432,6 +455,10 @@ constexpr std::array table{
     Check{"10.26", "moving-files.below-itself",
           "Under every policy, moving a file below itself fails with NotFound naming the source.",
           Profile::AnyProvider, belowItself},
+    Check{
+        "10.27", "moving-files.flag-is-kept",
+        "A read-only file that is moved stays read-only, or the move fails with ReadOnly naming the source.",
+        Profile::AnyProvider, flagIsKeptOrMoveRefused},
 };
 
 } // namespace

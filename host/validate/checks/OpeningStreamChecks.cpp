@@ -7,6 +7,7 @@
 #include "host/validate/kit/WriteProtection.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
+#include <algorithm>
 #include <array>
 #include <fmt/format.h>
 #include <limits>
@@ -229,13 +230,13 @@ void openingForWritingStamps(CheckContext& context) {
     const StorageIRI file = context.at(u"f");
     for (const ByteStreamOpenOptions& options : everyWay) {
         openStream(provider, file);
-        provider.doSetLastModified(file, longAgo());
-        provider.doSetLastModified(context.at(u""), longAgo());
+        provider.doSetLastModified(file, pastTime());
+        provider.doSetLastModified(context.at(u""), pastTime());
         const auto before = utcNow();
         openStream(provider, file, options);
         expect(isWithin(provider.doGetFileAttributes(file).getLastModified(), before, utcNow()),
                "opening an existing file for writing does not stamp it with the current time");
-        expect(provider.doGetFolderAttributes(context.at(u"")).getLastModified() == longAgo(),
+        expect(provider.doGetFolderAttributes(context.at(u"")).getLastModified() == pastTime(),
                "opening an existing file stamps its folder");
     }
 }
@@ -243,7 +244,7 @@ void openingForWritingStamps(CheckContext& context) {
 void creationStamps(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI folder = context.at(u"");
-    provider.doSetLastModified(folder, longAgo());
+    provider.doSetLastModified(folder, pastTime());
     const auto before = utcNow();
     openStream(provider, context.at(u"f"));
     const auto time = provider.doGetFileAttributes(context.at(u"f")).getLastModified();
@@ -256,9 +257,9 @@ void readingStampsNothing(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI file = context.at(u"f");
     makeFile(provider, file, "bytes");
-    provider.doSetLastModified(file, longAgo());
+    provider.doSetLastModified(file, pastTime());
     readRest(*openForReading(provider, file));
-    expect(provider.doGetFileAttributes(file).getLastModified() == longAgo(),
+    expect(provider.doGetFileAttributes(file).getLastModified() == pastTime(),
            "opening a file for reading stamps it");
 }
 
@@ -293,6 +294,40 @@ void hintChangesNothing(CheckContext& context) {
 
 void rootIsNoFile(CheckContext& context) {
     expectUnreachable(context, StorageIRI(u"/"), "opening the root");
+}
+
+/// Opens a missing and an existing file with every combination of named and unnamed values, and writes to it.
+void optionsAreIndependent(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI file = context.at(u"f");
+    for (int combination = 0; combination < 3 * 3 * 3 * 2; ++combination) {
+        constexpr std::array<std::int32_t, 3> values{0, 1, 5};
+        const auto value = [&](int divisor) {
+            return values[static_cast<std::size_t>(combination / divisor % 3)];
+        };
+        const ByteStreamOpenOptions options{value(9), static_cast<ByteStreamExistence>(value(3)),
+                                            static_cast<ByteStreamContent>(value(1)),
+                                            static_cast<ByteStreamAppend>(value(9))};
+        const bool exists = combination % 2 == 0;
+        const std::string shown =
+            fmt::format("{} file that is opened with the values {}, {} and {}",
+                        exists ? "an existing" : "a missing", value(3), value(1), value(9));
+        if (exists) {
+            makeFile(provider, file, "0123456789");
+        } else if (options.existence == ByteStreamExistence::MustExist) {
+            expectFailure([&] { openStream(provider, file, options); }, ErrorCode::NotFound, file, shown);
+            continue;
+        }
+        std::string model = exists && options.content != ByteStreamContent::Empty ? "0123456789" : "";
+        const auto stream = openStream(provider, file, options);
+        expect(contentOf(provider, file) == model, fmt::format("{} has other bytes than expected", shown));
+        const std::size_t position = std::min<std::size_t>(model.size(), 3);
+        seekTo(*stream, static_cast<long>(position), std::ios_base::beg);
+        writeText(*stream, "ab");
+        model.replace(options.append == ByteStreamAppend::AppendAtEnd ? model.size() : position, 2, "ab");
+        expect(contentOf(provider, file) == model, fmt::format("{} has other bytes after a write", shown));
+        provider.doRemoveFile(file);
+    }
 }
 
 constexpr std::array table{
@@ -361,6 +396,9 @@ constexpr std::array table{
           hintChangesNothing},
     Check{"7.23", "opening.root", "Opening the root as a file fails with NotFound, whatever the options.",
           Profile::InMemoryProvider, rootIsNoFile},
+    Check{"7.24", "opening.options-are-independent",
+          "Each open option does the same in every combination with the others.", Profile::AnyProvider,
+          optionsAreIndependent},
 };
 
 } // namespace

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <fmt/format.h>
+#include <functional>
 #include <iterator>
 #include <vector>
 
@@ -217,10 +218,10 @@ void resolvedPathUsed(CheckContext& context) {
                provider.doGetFileAttributes(alias(context.at(u"f"))).getSize() == 5 &&
                !provider.doListAll(alias(context.at(u"d")))->hasNext(),
            "a query of a location does not use its resolved path");
-    provider.doSetLastModified(alias(context.at(u"d")), longAgo());
+    provider.doSetLastModified(alias(context.at(u"d")), pastTime());
     expect(contentOf(provider, alias(context.at(u"f"))) == "bytes" &&
                provider.doGetFolderAttributes(context.at(u"d")).getLastModified() <=
-                   longAgo() + boost::gregorian::days(1),
+                   pastTime() + boost::gregorian::days(1),
            "a stream or a time for a location is not for its resolved path");
     provider.doMoveFile(alias(context.at(u"f")), alias(context.at(u"d/g")),
                         ReplacementPolicy::RefuseExisting);
@@ -234,17 +235,57 @@ void resolvedPathUsed(CheckContext& context) {
            "removing a location does not remove the entry at its resolved path");
 }
 
-void locationNamedAsGiven(CheckContext& context) {
 /// Calls every operation with locations that are missing, and some with locations that exist, each given by
 /// another path than the one that it resolves to.
+void locationNamedAsGiven(CheckContext& context) {
     const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"f"), "bytes");
+    provider.doCreateFolder(context.at(u"d"));
     const StorageIRI missing = alias(context.at(u"missing"));
-    for (const EntryKind* kind : {&fileKind, &folderKind}) {
+    const StorageIRI free = context.at(u"free");
+    const StorageIRI file = alias(context.at(u"f"));
+    const auto expectNamed = [&](ErrorCode code, const StorageIRI& named,
+                                 const std::function<void()>& action) {
         expectRefusal(
-            context, [&] { (provider.*kind->remove)(missing); }, ErrorCode::NotFound, missing,
-            fmt::format("removing a missing {}, given by a path and another one that it resolves to,",
-                        kind->name));
+            context, action, code, named,
+            fmt::format("an operation at {}, given by another path,", printable(named.getResolvedPath())));
+    };
+    constexpr auto refuse = ReplacementPolicy::RefuseExisting;
+    for (const auto& action : std::initializer_list<std::function<void()>>{
+             [&] { provider.doRemoveFile(missing); },
+             [&] { provider.doRemoveFolder(missing); },
+             [&] { provider.doRemoveFolderRecursively(missing); },
+             [&] { provider.doGetFileAttributes(missing); },
+             [&] { provider.doGetFolderAttributes(missing); },
+             [&] { provider.doGetExtendedAttributes(missing); },
+             [&] { provider.doOpenReadOnlyStream(missing); },
+             [&] { provider.doOpenStream(missing, ByteStreamOpenOptions::readWriteExisting()); },
+             [&] { provider.doListAll(missing); },
+             [&] { provider.doListFiles(missing); },
+             [&] { provider.doListFolders(missing); },
+             [&] { provider.doListAllRecursive(missing); },
+             [&] { provider.doSetLastModified(missing, pastTime()); },
+             [&] { provider.doTruncateToSize(missing, 1); },
+             [&] { provider.doMoveFile(missing, free, refuse); },
+             [&] { provider.doMoveFolder(missing, free, refuse); },
+             [&] { provider.doCopyFile(missing, free, refuse); },
+         }) {
+        expectNamed(ErrorCode::NotFound, missing, action);
     }
+    makeFile(provider, context.at(u"g"), "bytes");
+    for (const auto& action : std::initializer_list<std::function<void()>>{
+             [&] { provider.doCreateFile(file); },
+             [&] { provider.doCreateFolder(file); },
+             [&] { provider.doMoveFile(context.at(u"g"), file, refuse); },
+             [&] { provider.doMoveFolder(context.at(u"d"), file, refuse); },
+             [&] { provider.doCopyFile(context.at(u"g"), file, refuse); },
+         }) {
+        expectNamed(ErrorCode::AlreadyExists, file, action);
+    }
+    const StorageIRI below = alias(context.at(u"missing/below"));
+    expectNamed(ErrorCode::NotFound, below, [&] { provider.doCreateFile(below); });
+    expectNamed(ErrorCode::NotFound, below, [&] { provider.doCreateFolder(below); });
+    expectNamed(ErrorCode::NotFound, below, [&] { provider.doOpenStream(below, {}); });
 }
 
 void rootIsWhatHasNoParent(CheckContext& context) {
@@ -270,28 +311,138 @@ void rootHasManySpellings(CheckContext& context) {
     }
 }
 
+bool isCaseSensitive(CheckContext& context) {
+    return context.provider().doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive;
+}
+
+/// Whether a name contains a character that may have another case. Small letters of ASCII do not count. The
+/// blocks are those of all scripts with case; a high surrogate stands for its planes.
+bool mayHaveCase(std::u16string_view name) {
+    static constexpr std::array<std::pair<char16_t, char16_t>, 19> blocks{{{u'A', u'Z'},
+                                                                           {0xB5, 0xB5},
+                                                                           {0xC0, 0x2FF},
+                                                                           {0x345, 0x345},
+                                                                           {0x370, 0x58F},
+                                                                           {0x10A0, 0x10FF},
+                                                                           {0x13A0, 0x13FF},
+                                                                           {0x1C80, 0x1CBF},
+                                                                           {0x1D00, 0x1DBF},
+                                                                           {0x1E00, 0x1FFF},
+                                                                           {0x2071, 0x2071},
+                                                                           {0x2090, 0x218F},
+                                                                           {0x24B6, 0x24E9},
+                                                                           {0x2C00, 0x2DFF},
+                                                                           {0xA640, 0xA7FF},
+                                                                           {0xAB30, 0xABBF},
+                                                                           {0xD800, 0xDBFF},
+                                                                           {0xFB00, 0xFB17},
+                                                                           {0xFF21, 0xFF5A}}};
+    return std::any_of(name.begin(), name.end(), [](char16_t unit) {
+        return std::any_of(blocks.begin(), blocks.end(),
+                           [unit](const auto& block) { return unit >= block.first && unit <= block.second; });
+    });
+}
+
 /// Names that a storage confuses if it truncates, trims, decodes, case-folds, normalizes or replaces
-/// characters.
-std::vector<Names> lookAlikes() {
+/// characters, or if it treats some names specially. Each list is for one folder.
+std::vector<Names> lookAlikes(CheckContext& context) {
     std::vector<Names> lists{
         {u"a", u"a ", u" a", u"a.", u"a..", u"a\t", u"\ta", u"a\n", u"a\u00A0", u"a\u200B", u"\uFEFFa"},
-        {u"a b", u"a%20b", u"a+b", u"a_b", u"a-b", u"a\\x20b", u"a&#32;b", u"a=20b"},
+        {u"a b", u"a%20b", u"a+b", u"a_b", u"a-b", u"a\\x20b", u"a&#32;b", u"a=20b", u"a  b", u"a   b"},
         {u"%", u"%%", u"%25", u"a%2Fb", u"a%252Fb", u"%41", u"%C3%A9", u"~1"},
         {u"a?", u"a*", u"a:", u"a<", u"a>", u"a|", u"a\"", u"a\\", u"a;1", u"a_", u"a\uFFFD"},
+        {u"a&b", u"a&amp;b", u"a&#38;b", u"a\\u0026b", u"a%26b", u"a''b", u"a'b", u"a\\'b"},
+        {u"~", u"~a", u"$a", u"${a}", u"$HOME", u"%a%", u"`a`", u"'a'", u"\"a\"", u"a", u"home"},
+        {u"7", u"07", u"007", u"7.0", u"+7", u"0x7", u"7e0", u"1e1", u"10", u"-0", u"0"},
+        {u"con", u"con.txt", u"nul", u"aux", u"prn", u"com1", u"lpt1.txt", u"null", u"true"},
+        {u"a.tmp", u"a.bak", u"a~", u"a.swp", u"a.part", u"a.lnk", u"#a#", u".a.swp", u"._a", u".ds_store"},
+        {u"thumbs.db", u"desktop.ini", u"lost+found", u".trash", u".nfs01", u".fuse_hidden1", u".copy-1"},
         {u"\u00E9", u"e\u0301", u"e"},
-        {u"\uFB01", u"fi", u"\u2460", u"1"},
-        {u"\uFF41", u"a", u"\uFF0E", u"\u2126", u"\u03A9", u"a\u00AD", u"a\u200D"},
+        {u"\uFB01", u"fi", u"\u2460", u"1", u"\u00B2", u"2", u"\u2163", u"iv", u"\u00DF", u"ss"},
+        {u"\uFF41", u"a", u"\uFF0E", u"\u2126", u"\u03A9", u"a\u00AD", u"a\u200D", u"a\uFE0F", u"a\u202E"},
         {u"\u212B", u"\u00C5", u"A\u030A"},
+        {u"\uAC00", u"\u1100\u1161", u"\u304C", u"\u304B\u3099", u"\u0958", u"\u0915\u093C"},
+        {u"\u0622", u"\u0627\u0653", u"q\u0323\u0307", u"q\u0307\u0323", u"\u05D1", u"\u05D1\u05BC"},
+        {u"\u03C3", u"\u03C2"},
+        {u"\u0E33", u"\u0E4D\u0E32", u"\U0001F44D", u"\U0001F44D\U0001F3FB"},
+        {u"i", u"\u0131"},
+        {u"README"},
+        {u"Readme.TXT"},
         {std::u16string(1, u'\xD800'), std::u16string(1, u'\xDC00'), std::u16string(1, u'\xDC80'), u"\uFFFD"},
         {u"a", std::u16string(u"a\0b", 3), std::u16string(u"a\0c", 3)},
         {u"a.text", u"a.tex", u"a.te", u"longer-name-1.txt", u"longer-name-2.txt"},
     };
-    for (const std::size_t length : std::initializer_list<std::size_t>{8, 14, 31, 63, 64, 100, 127, 143, 200,
-                                                                       240, 251, 254, 255, 256, 300, 1000}) {
+    for (const std::size_t length : std::initializer_list<std::size_t>{
+             8, 14, 31, 63, 64, 100, 127, 143, 200, 240, 251, 254, 255, 256, 300, 1000, 2000, 5000, 10'000}) {
         const std::u16string name(length, u'n');
         lists.push_back({name, name + u"1", name + u"2", name + u"\u00E9"});
     }
+    if (!isCaseSensitive(context)) { // names that may be equal except for case do not share a folder
+        std::vector<Names> alone;
+        for (Names& names : lists) {
+            const auto others = std::stable_partition(names.begin(), names.end(),
+                                                      [](const auto& name) { return !mayHaveCase(name); });
+            for (auto each = others; each != names.end(); ++each) {
+                alone.push_back({*each});
+            }
+            names.erase(others, names.end());
+        }
+        lists.insert(lists.end(), alone.begin(), alone.end());
+    }
     return lists;
+}
+
+std::u16string utf16Of(char32_t character) {
+    if (character < 0x10000) {
+        return {static_cast<char16_t>(character)};
+    }
+    return {static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10U)),
+            static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FFU))};
+}
+
+/// One name for each character of the blocks that storages treat specially, and for a thousand random others.
+/// ASCII punctuation also begins a name and is doubled. In a storage that ignores case, only names without
+/// case.
+Names namesOfEveryCharacter(CheckContext& context) {
+    Names names;
+    for (const auto& [first, last] : std::initializer_list<std::pair<char32_t, char32_t>>{
+             {0x1, 0x6FF},       // ASCII, Latin, combining marks, Greek, Cyrillic, Hebrew, Arabic
+             {0x1E00, 0x24FF},   // more Latin and Greek, invisible and compatibility characters
+             {0x3000, 0x33FF},   // Chinese, Japanese and Korean compatibility characters
+             {0xF900, 0xFFFF},   // presentation forms, variation selectors, noncharacters
+             {0x10400, 0x1044F}, // letters with case outside the basic multilingual plane
+             {0x1D400, 0x1D433}, // compatibility characters there
+         }) {
+        for (char32_t character = first; character <= last; ++character) {
+            names.push_back(std::u16string(u"x").append(utf16Of(character)));
+        }
+    }
+    for (int i = 0; i < 1000; ++i) {
+        const auto character = static_cast<char32_t>(0x700 + context.random()() % 0x1F000);
+        const bool isSurrogate = character >= 0xD800 && character < 0xE000;
+        names.push_back(std::u16string(u"x").append(utf16Of(isSurrogate ? character - 0x800 : character)));
+    }
+    for (char16_t unit = 1; unit < 0x7F; ++unit) {
+        if (unit < u'0' || (unit > u'9' && unit < u'A') || (unit > u'Z' && unit < u'a') || unit > u'z') {
+            names.push_back(std::u16string(1, unit) + u"x");
+            names.push_back(std::u16string(u"x").append(2, unit).append(u"x"));
+        }
+    }
+    const bool caseSensitive = isCaseSensitive(context);
+    std::erase_if(names, [&](const std::u16string& name) {
+        return name.find(u'/') != std::u16string::npos || (!caseSensitive && mayHaveCase(name));
+    });
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+/// A name for messages.
+std::string brief(const std::u16string& name) {
+    constexpr std::size_t longest = 60;
+    return name.size() <= longest
+               ? printable(name)
+               : fmt::format("{}... ({} code units)", printable(name.substr(0, longest)), name.size());
 }
 
 Names namesListed(CheckContext& context) {
@@ -308,9 +459,8 @@ void expectListed(CheckContext& context, Names expected, std::string_view occasi
     const auto [made, listed] = std::mismatch(expected.begin(), expected.end(), seen.begin(), seen.end());
     expect(made == expected.end() && listed == seen.end(),
            fmt::format(R"({}, the folder lists {} names of {}; the first that differs is "{}", not "{}")",
-                       occasion, seen.size(), expected.size(),
-                       printable(listed == seen.end() ? u"" : *listed),
-                       printable(made == expected.end() ? u"" : *made)));
+                       occasion, seen.size(), expected.size(), brief(listed == seen.end() ? u"" : *listed),
+                       brief(made == expected.end() ? u"" : *made)));
 }
 
 /// @return whether the storage accepted the name; otherwise expects NotFound with the location, or an error
@@ -318,32 +468,69 @@ void expectListed(CheckContext& context, Names expected, std::string_view occasi
 template <const EntryKind& kind>
 bool isCreated(CheckContext& context, const std::u16string& name) {
     const IProvider& provider = context.provider();
+    expect(!provider.doFileExists(context.at(name)) && !provider.doFolderExists(context.at(name)),
+           fmt::format("\"{}\" exists before it is created", brief(name)));
     try {
         (provider.*kind.create)(context.at(name));
         return true;
     } catch (const Exception& refusal) {
         expect(refusal.getErrorCode() == ErrorCode::NotFound && refusal.getIRI() == context.at(name),
                fmt::format(R"(a new {} called "{}" is refused with "{}", not with NotFound naming it)",
-                           kind.name, printable(name), refusal.what()));
+                           kind.name, brief(name), Exception::describe(refusal.getErrorCode())));
     } catch (const SystemError&) { // allowed
     }
     expect(!(provider.*kind.exists)(context.at(name)),
-           fmt::format("the {} \"{}\" was refused, but exists", kind.name, printable(name)));
+           fmt::format("the {} \"{}\" was refused, but exists", kind.name, brief(name)));
     return false;
+}
+
+/// Creates an entry with each name, expects exactly these in the listing, and removes them.
+template <const EntryKind& kind>
+void expectApart(CheckContext& context, const Names& names) {
+    const IProvider& provider = context.provider();
+    Names taken;
+    std::copy_if(names.begin(), names.end(), std::back_inserter(taken),
+                 [&](const std::u16string& name) { return isCreated<kind>(context, name); });
+    expectListed(context, taken, fmt::format("after creating {}s", kind.name));
+    constexpr auto type = &kind == &fileKind ? FolderEntry::EntryType::File : FolderEntry::EntryType::Folder;
+    for (const FolderEntry& entry : readEntries(provider.doListAll(context.at(u"")))) {
+        expect(entry.getType() == type,
+               fmt::format("the {} \"{}\" is listed as another kind", kind.name, brief(entry.getName())));
+    }
+    for (const std::u16string& name : taken) {
+        (provider.*kind.remove)(context.at(name));
+    }
+    expectListed(context, {}, "after removing them");
 }
 
 template <const EntryKind& kind>
 void lookAlikesAreApart(CheckContext& context) {
+    for (const Names& names : lookAlikes(context)) {
+        expectApart<kind>(context, names);
+    }
+}
+
+void charactersAreApart(CheckContext& context) {
+    const Names names = namesOfEveryCharacter(context);
+    expectApart<fileKind>(context, names);
+    expectApart<folderKind>(context, names);
+}
+
+void onlyTheSlashSeparates(CheckContext& context) {
     const IProvider& provider = context.provider();
-    for (const Names& names : lookAlikes()) {
-        Names taken;
-        std::copy_if(names.begin(), names.end(), std::back_inserter(taken),
-                     [&](const std::u16string& name) { return isCreated<kind>(context, name); });
-        expectListed(context, taken, fmt::format("after creating {}s", kind.name));
-        for (const std::u16string& name : taken) {
-            (provider.*kind.remove)(context.at(name));
+    provider.doCreateFolder(context.at(u"d"));
+    provider.doCreateFile(context.at(u"d/f"));
+    for (const char16_t separator : std::u16string_view(
+             u"\\:;|!@#?&=,.+~%$^*<>\t\n \u00A5\u2044\u2215\u2216\u29F8\u29F9\uFE68\uFF0F\uFF3C")) {
+        for (const std::size_t count : {1U, 2U}) {
+            const auto name = std::u16string(u"d").append(count, separator).append(u"f");
+            if (isCreated<fileKind>(context, name)) {
+                expectListed(context, {u"d", name}, "after creating a file beside a folder");
+                provider.doRemoveFile(context.at(name));
+            }
+            expect(provider.doListAllNamesOnly(context.at(u"d")) == Names{u"f"},
+                   fmt::format(R"(a file called "{}" changes the folder "d")", printable(name)));
         }
-        expectListed(context, {}, "after removing them");
     }
 }
 
@@ -353,7 +540,7 @@ void everyOperationTakesTheSameName(CheckContext& context) {
         (provider.*operation)(context.at(from), context.at(to), ReplacementPolicy::RefuseExisting);
         expectListed(context, {to}, "after a move");
     };
-    for (const Names& names : lookAlikes()) {
+    for (const Names& names : lookAlikes(context)) {
         for (const std::u16string& name : names) {
             if (!isCreated<fileKind>(context, name)) {
                 continue;
@@ -430,6 +617,12 @@ constexpr std::array table{
     Check{"4.21", "paths.same-for-all-operations",
           "Creating, opening, moving and removing treat a name in the same way.", any,
           everyOperationTakesTheSameName},
+    Check{"4.22", "paths.characters-are-apart",
+          "A name with any character is refused with NotFound, or listed unchanged and distinct from others.",
+          any, charactersAreApart},
+    Check{"4.23", "paths.only-the-slash-separates",
+          "No character but the slash separates names: a file beside a folder never is in it.", any,
+          onlyTheSlashSeparates},
 };
 
 } // namespace

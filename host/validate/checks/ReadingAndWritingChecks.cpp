@@ -45,8 +45,11 @@ void expectContent(CheckContext& context, std::u16string_view path, std::string_
 
 void everyByteIsKept(CheckContext& context) {
     std::string bytes;
-    for (int value = 0; value < 512; ++value) {
-        bytes += static_cast<char>(value % 256);
+    for (int value = 0; value < 256; ++value) {
+        for (int next = 0; next < 256; ++next) { // every value after every other one
+            bytes += static_cast<char>(value);
+            bytes += static_cast<char>(next);
+        }
     }
     makeFile(context.provider(), context.at(u"f"), bytes);
     expect(contentOf(context.provider(), context.at(u"f")) == bytes,
@@ -63,6 +66,9 @@ void largeWriteIsKept(CheckContext& context) {
     writeText(*stream, "end");
     expect(contentOf(context.provider(), context.at(u"f")) == bytes + "end",
            "17 MiB written at once are not read as they were written");
+    writeText(*openToAppend(context.provider(), context.at(u"g")), bytes);
+    expect(contentOf(context.provider(), context.at(u"g")) == bytes,
+           "17 MiB appended at once are not read as they were written");
     expect(context.provider().doGetFileAttributes(context.at(u"f")).getSize() == bytes.size() + 3,
            "the size of a file of 17 MiB is wrong");
 }
@@ -92,9 +98,17 @@ void writingNothingChangesNothing(CheckContext& context) {
     seekTo(*stream, 3, fromBeginning);
     expect(stream->write("x", 0) == 0, "writing 0 bytes does not return 0");
     expect(positionOf(*stream) == 3, "writing 0 bytes moves the position");
+    for (const long position : {0L, 10L}) {
+        seekTo(*stream, position, fromBeginning);
+        expect(stream->write("x", 0) == 0, "writing 0 bytes at the beginning or the end does not return 0");
+        stream->flush();
+    }
     expect(openToAppend(context.provider(), context.at(u"f"))->write("x", 0) == 0,
            "appending 0 bytes does not return 0");
     expectContent(context, u"f", "0123456789", "after writing 0 bytes");
+    expect(openStream(context.provider(), context.at(u"empty"))->write("x", 0) == 0,
+           "writing 0 bytes to an empty file does not return 0");
+    expectContent(context, u"empty", "", "after writing 0 bytes to an empty file");
 }
 
 void readingGoesOnBehindWhatWasRead(CheckContext& context) {
@@ -194,7 +208,14 @@ void flushChangesNothing(CheckContext& context) {
     stream->flush();
     stream->flush();
     expect(positionOf(*stream) == 4, "flushing moves the position");
-    openForReading(context.provider(), context.at(u"f"))->flush();
+    const auto reader = openForReading(context.provider(), context.at(u"f"));
+    const auto appender = openToAppend(context.provider(), context.at(u"f"));
+    for (ByteStream* each : {reader.get(), appender.get()}) {
+        seekTo(*each, 3, fromBeginning);
+        each->flush();
+        each->flush();
+        expect(positionOf(*each) == 3, "flushing a stream that reads or appends moves the position");
+    }
     expectContent(context, u"f", "0123456789", "after flushing");
 }
 
@@ -396,13 +417,13 @@ void streamOutlivesProvider(CheckContext& context) {
 void streamsStampNothing(CheckContext& context) {
     const IProvider& provider = context.provider();
     const auto stream = openDigits(context);
-    provider.doSetLastModified(context.at(u"f"), longAgo());
-    provider.doSetLastModified(context.at(u""), longAgo());
+    provider.doSetLastModified(context.at(u"f"), pastTime());
+    provider.doSetLastModified(context.at(u""), pastTime());
     writeText(*stream, "abcdefghijkl");
     seekTo(*stream, 0, fromBeginning);
     readRest(*stream);
-    expect(provider.doGetFileAttributes(context.at(u"f")).getLastModified() == longAgo() &&
-               provider.doGetFolderAttributes(context.at(u"")).getLastModified() == longAgo(),
+    expect(provider.doGetFileAttributes(context.at(u"f")).getLastModified() == pastTime() &&
+               provider.doGetFolderAttributes(context.at(u"")).getLastModified() == pastTime(),
            "reading, writing or seeking changes a time");
 }
 
@@ -459,9 +480,35 @@ public:
 private:
     std::size_t below(std::size_t limit) { return context_.random()() % limit; }
 
+    /// Mostly small, sometimes about a power of two.
+    std::size_t count() {
+        switch (below(8)) {
+        case 0:
+            return below(5000) + 1;
+        case 1:
+            return (std::size_t{1} << (below(8) + 6)) - 1 + below(3);
+        default:
+            return below(40) + 1;
+        }
+    }
+
+    /// Sometimes the beginning, the end, or a multiple of a common size of blocks.
+    long target() {
+        const auto size = static_cast<long>(model_.size());
+        switch (below(8)) {
+        case 0:
+            return 0;
+        case 1:
+            return size;
+        case 2:
+            return static_cast<long>(below(model_.size() / 512 + 1) * 512);
+        default:
+            return static_cast<long>(below(model_.size() + 40)) - 20;
+        }
+    }
+
     void write(ModelledStream& chosen) {
-        const std::string bytes(below(below(10) == 0 ? 5000 : 40) + 1,
-                                static_cast<char>(context_.random()()));
+        const std::string bytes(count(), static_cast<char>(context_.random()()));
         writeText(*chosen.stream, bytes);
         const std::size_t at = chosen.appends ? model_.size() : chosen.position;
         model_.replace(at, std::min(bytes.size(), model_.size() - at), bytes);
@@ -470,8 +517,7 @@ private:
     }
 
     void read(ModelledStream& chosen) {
-        const std::size_t count = below(3000) + 1;
-        const std::string bytes = readOnce(*chosen.stream, static_cast<long>(count));
+        const std::string bytes = readOnce(*chosen.stream, static_cast<long>(count()));
         const std::size_t left = model_.size() - chosen.position;
         expect(bytes.empty() == (left == 0) && bytes == model_.substr(chosen.position, bytes.size()),
                fmt::format("a read at position {} of {} bytes gives other bytes than were written",
@@ -483,15 +529,15 @@ private:
     void seek(ModelledStream& chosen) {
         const auto size = static_cast<long>(model_.size());
         const auto position = static_cast<long>(chosen.position);
-        const long target = static_cast<long>(below(model_.size() + 40)) - 20;
-        const bool inside = target >= 0 && target <= size;
+        const long wanted = target();
+        const bool inside = wanted >= 0 && wanted <= size;
         const std::array<std::pair<std::ios_base::seekdir, long>, 3> ways{
-            {{fromBeginning, target}, {fromPosition, target - position}, {fromEnd, target - size}}};
+            {{fromBeginning, wanted}, {fromPosition, wanted - position}, {fromEnd, wanted - size}}};
         const auto& [direction, offset] = ways[below(ways.size())];
-        expect(seekTo(*chosen.stream, offset, direction) == (inside ? target : -1),
+        expect(seekTo(*chosen.stream, offset, direction) == (inside ? wanted : -1),
                fmt::format("a seek from position {} to {} of {} bytes returns a wrong position", position,
-                           target, size));
-        chosen.position = inside ? static_cast<std::size_t>(target) : chosen.position;
+                           wanted, size));
+        chosen.position = inside ? static_cast<std::size_t>(wanted) : chosen.position;
         expectPosition(chosen);
     }
 
@@ -531,9 +577,16 @@ void readsOfAnySize(CheckContext& context) {
         each = static_cast<char>(context.random()());
     }
     makeFile(context.provider(), context.at(u"f"), bytes);
-    for (const long size : {65'535L, 65'536L, 65'537L, 100'000L, 300'000L, 1'000'000L}) {
+    std::vector<long> sizes{100'000, 300'000, 1'000'000};
+    for (long power = 64; power <= 1L << 19U; power *= 2) {
+        sizes.insert(sizes.end(), {power - 1, power, power + 1});
+    }
+    for (const long size : sizes) {
         const auto stream = openForReading(context.provider(), context.at(u"f"));
-        std::string seen;
+        const auto first =
+            static_cast<std::size_t>(std::max(0L, static_cast<long>(bytes.size()) - 16 * size));
+        seekTo(*stream, static_cast<long>(first), fromBeginning);
+        std::string seen(bytes, 0, first);
         std::string buffer(static_cast<std::size_t>(size) + 1, 'k');
         for (long count = 0; (count = stream->read(buffer.data(), size)) != -1;) {
             expect(count > 0 && count <= size && buffer.back() == 'k',
@@ -543,6 +596,60 @@ void readsOfAnySize(CheckContext& context) {
                    fmt::format("after a read of {} bytes the position is not after them", size));
         }
         expect(seen == bytes, fmt::format("reads of {} bytes give other bytes than were written", size));
+    }
+}
+
+/// Bytes that text editors, archives and sparse files treat specially, alone, in front and at the end.
+void bytesAreNotInterpreted(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const std::array<std::string, 16> special{"\xEF\xBB\xBF",
+                                              "\xFF\xFE",
+                                              "\xFE\xFF",
+                                              "\r\n",
+                                              "\n",
+                                              "\r",
+                                              "\x1A",
+                                              "\x04",
+                                              "\x1F\x8B",
+                                              "PK\x03\x04",
+                                              std::string(1, '\0'),
+                                              "%00",
+                                              "\\n",
+                                              " \t ",
+                                              "\x7F"
+                                              "ELF",
+                                              std::string(70'000, '\0')};
+    for (const std::string& each : special) {
+        for (const std::string& bytes : {each, each + "text", "text" + each, each + each}) {
+            const auto stream = openStream(provider, context.at(u"f"), {.content = ByteStreamContent::Empty});
+            writeText(*stream, bytes);
+            seekTo(*stream, 0, fromBeginning);
+            expect(readRest(*stream) == bytes && contentOf(provider, context.at(u"f")) == bytes &&
+                       provider.doGetFileAttributes(context.at(u"f")).getSize() == bytes.size(),
+                   fmt::format("{} bytes from \"{}\" on are not kept as they were written", bytes.size(),
+                               printable(bytes.substr(0, 8))));
+        }
+    }
+}
+
+/// Replaces the beginning, the middle and the end of files of various sizes.
+void overwritingKeepsTheOthers(CheckContext& context) {
+    for (const std::size_t size : std::initializer_list<std::size_t>{1000, 4096, 70'000}) {
+        for (const std::size_t count : std::initializer_list<std::size_t>{1, 100, 512, size / 2, size}) {
+            for (const std::size_t at : {std::size_t{0}, size / 3, size - count / 2, size}) {
+                std::string model(size, 'o');
+                const auto stream =
+                    openStream(context.provider(), context.at(u"f"), {.content = ByteStreamContent::Empty});
+                writeText(*stream, model);
+                seekTo(*stream, static_cast<long>(at), fromBeginning);
+                writeText(*stream, std::string(count, 'n'));
+                model.replace(at, count, count, 'n');
+                expect(
+                    contentOf(context.provider(), context.at(u"f")) == model,
+                    fmt::format("after writing {} bytes at position {} of {}, other bytes than these differ",
+                                count, at, size));
+            }
+        }
     }
 }
 
@@ -665,6 +772,12 @@ constexpr std::array table{
           Profile::AnyProvider, readsOfAnySize},
     Check{"8.35", "streams.many-at-once", "Hundreds of streams can be open at once, on one file and on many.",
           Profile::AnyProvider, manyStreamsAtOnce},
+    Check{"8.36", "streams.bytes-not-interpreted",
+          "Line ends, byte order marks, zeros and other special bytes are ordinary bytes.",
+          Profile::AnyProvider, bytesAreNotInterpreted},
+    Check{"8.37", "streams.overwriting-keeps-others",
+          "A write of any size at any position changes no byte before and behind it.", Profile::AnyProvider,
+          overwritingKeepsTheOthers},
 };
 
 } // namespace

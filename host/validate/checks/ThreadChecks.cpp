@@ -106,8 +106,8 @@ void race(const std::function<void(int thread, int round)>& step) {
 /// Two threads repeat `work` while two others repeat `meanwhile`. Each of the first two does `work` at least
 /// `times` times, and until `meanwhile` has run often enough. So both overlap, however the threads are
 /// scheduled.
-void besides(int times, const std::function<void()>& work,
-             const std::function<void(int thread, int round)>& meanwhile) {
+void runAlongside(int times, const std::function<void()>& work,
+                  const std::function<void(int thread, int round)>& meanwhile) {
     constexpr int enough = 40;
     std::atomic<int> rounds = 0; // of `meanwhile`, in both threads together
     std::atomic<int> working = 2;
@@ -320,7 +320,7 @@ void blocksAreWhole(CheckContext& context) {
         const auto letter = static_cast<char>('a' + (round + thread) % 26);
         writeText(*openStream(provider, context.at(u"f")), std::string(blockSize, letter));
     };
-    besides(300, read, write);
+    runAlongside(300, read, write);
 }
 
 void listingsMissNothing(CheckContext& context) {
@@ -345,7 +345,7 @@ void listingsMissNothing(CheckContext& context) {
         expect(std::includes(seen.begin(), seen.end(), staying.begin(), staying.end()),
                "a listing misses a file that stays while others come and go");
     };
-    besides(300, list, comeAndGo);
+    runAlongside(300, list, comeAndGo);
 }
 
 void emptyingUnderReaders(CheckContext& context) {
@@ -360,16 +360,16 @@ void emptyingUnderReaders(CheckContext& context) {
     const auto emptyAndWrite = [&](int, int) {
         writeText(*openStream(provider, context.at(u"f"), {.content = ByteStreamContent::Empty}), bytes);
     };
-    besides(1000, read, emptyAndWrite);
+    runAlongside(1000, read, emptyAndWrite);
 }
 
 void everyRecursiveCreatorSucceeds(CheckContext& context) {
     const IProvider& provider = context.provider();
     race([&](int, int round) {
-        provider.doCreateFolderRecursive(context.at(numbered(u"d", round) + u"/sub/subsub"));
+        provider.doCreateFolderRecursive(context.at(numbered(u"d", round) + u"/a/b/c/d/e/f/g/h/i"));
     });
     for (int round = 0; round < raceRounds; ++round) {
-        expect(provider.doFolderExists(context.at(numbered(u"d", round) + u"/sub/subsub")),
+        expect(provider.doFolderExists(context.at(numbered(u"d", round) + u"/a/b/c/d/e/f/g/h/i")),
                "a folder that 4 threads created with those above it is missing");
     }
 }
@@ -416,7 +416,7 @@ void copiesAppearWhole(CheckContext& context) {
         provider.doCopyFile(context.at(numbered(u"f", (thread + round) % threadCount)), context.at(u"g"),
                             policies::replace);
     };
-    besides(300, look, copy);
+    runAlongside(300, look, copy);
     expect(provider.doListAllNamesOnly(context.at(u"")).size() == threadCount + 1,
            "threads that copied files leave something behind");
 }
@@ -430,8 +430,11 @@ void queriesFailOnlyWithNotFound(CheckContext& context) {
         provider.doMoveFile(context.at(folder + u"/f"), context.at(folder + u"/g"), policies::refuse);
         provider.doRemoveFolderRecursively(context.at(folder));
     };
+    provider.doCreateFile(context.at(u"stays"));
     const auto ask = [&] {
         const StorageIRI file = context.at(u"d0/f");
+        expect(provider.doFileExists(context.at(u"stays")) && provider.doFolderExists(context.at(u"")),
+               "an entry that stays is not found while others are created and removed");
         provider.doFileExists(file);
         succeeds([&] { provider.doGetFileAttributes(file); }, {ErrorCode::NotFound});
         succeeds([&] { provider.doGetFolderAttributes(context.at(u"d0")); }, {ErrorCode::NotFound});
@@ -439,7 +442,7 @@ void queriesFailOnlyWithNotFound(CheckContext& context) {
         succeeds([&] { provider.doListAll(context.at(u"d0")); }, {ErrorCode::NotFound});
         succeeds([&] { provider.doGetExtendedAttributes(file); }, {ErrorCode::NotFound});
     };
-    besides(300, ask, comeAndGo);
+    runAlongside(300, ask, comeAndGo);
 }
 
 void threadsDoNotDisturbEachOther(CheckContext& context) {
@@ -487,7 +490,7 @@ void timesAreWhole(CheckContext& context) {
     const auto set = [&](int thread, int round) {
         provider.doSetLastModified(context.at(u"f"), timeOf(1 + (round + thread) % 5));
     };
-    besides(1000, read, set);
+    runAlongside(1000, read, set);
 }
 
 void clonesAreIndependent(CheckContext& context) {
@@ -513,41 +516,78 @@ void clonesAreIndependent(CheckContext& context) {
     });
 }
 
-/// Runs `action` on another thread and waits until it ends.
-void onAnotherThread(const std::function<void()>& action) {
-    std::async(std::launch::async, action).get();
-}
+/// Runs each action on a thread of its own. All threads exist until the destructor, so no two have the same id.
+///
+/// Owns the threads. Not thread-safe.
+class DistinctThreads {
+public:
+    DistinctThreads() = default;
+    DistinctThreads(const DistinctThreads&) = delete;
+    DistinctThreads& operator=(const DistinctThreads&) = delete;
+    ~DistinctThreads() {
+        end_.set_value();
+        for (std::thread& each : threads_) {
+            each.join();
+        }
+    }
+
+    /// Waits until the action ends. @throws whatever it throws
+    void run(const std::function<void()>& action) {
+        std::packaged_task<void()> task(action);
+        std::future<void> done = task.get_future();
+        threads_.emplace_back([task = std::move(task), end = ended_]() mutable {
+            task();
+            end.wait();
+        });
+        done.get();
+    }
+
+private:
+    std::promise<void> end_;
+    std::shared_future<void> ended_ = end_.get_future().share();
+    std::vector<std::thread> threads_;
+};
 
 void streamsChangeThreads(CheckContext& context) {
+    DistinctThreads threads;
     makeFile(context.provider(), context.at(u"f"), "0123456789");
     std::unique_ptr<ByteStream> stream;
-    onAnotherThread([&] { stream = openStream(context.provider(), context.at(u"f")); });
+    threads.run([&] { stream = openStream(context.provider(), context.at(u"f")); });
     expect(readOnce(*stream, 1) == "0",
            "a stream does not read on another thread than the one that opened it");
-    onAnotherThread([&] { seekTo(*stream, 4, std::ios_base::beg); });
+    threads.run([&] { seekTo(*stream, 4, std::ios_base::beg); });
     expect(positionOf(*stream) == 4, "the position after a seek is another one on another thread");
-    onAnotherThread([&] { writeText(*stream, "ab"); });
+    threads.run([&] { writeText(*stream, "ab"); });
     expect(contentOf(context.provider(), context.at(u"f")) == "0123ab6789",
            "a stream does not write on another thread than the one that opened it");
-    onAnotherThread([&] { stream.reset(); });
+    threads.run([&] { expect(readOnce(*stream, 1) == "6", "a stream does not read on a third thread"); });
+    const auto appender = openToAppend(context.provider(), context.at(u"a"));
+    threads.run([&] { writeText(*appender, "one"); });
+    writeText(*appender, "two");
+    expect(contentOf(context.provider(), context.at(u"a")) == "onetwo",
+           "a stream does not append on another thread than the one that opened it");
+    stream->write("c", 1);
+    threads.run([&] { stream.reset(); });
+    expect(contentOf(context.provider(), context.at(u"f")) == "0123ab6c89",
+           "a stream that another thread destroys loses what was written");
 }
 
 void listingsChangeThreads(CheckContext& context) {
+    DistinctThreads threads;
     for (int i = 0; i < 4; ++i) {
         context.provider().doCreateFile(context.at(numbered(u"f", i)));
     }
     std::unique_ptr<IFolderEntryIterator> listing;
     std::unique_ptr<IFolderEntryIterator> clone;
     std::set<std::u16string> seen;
-    onAnotherThread(
-        [&] { listing = requireNonNull(context.provider().doListAll(context.at(u"")), "listing"); });
+    threads.run([&] { listing = requireNonNull(context.provider().doListAll(context.at(u"")), "listing"); });
     for (int i = 0; i < 2; ++i) {
         expect(listing->hasNext(), "a listing ends early on another thread than the one that made it");
         listing->step();
         seen.insert(listing->getEntry().getName());
     }
-    onAnotherThread([&] { clone = requireNonNull(listing->clone(), "clone of a listing"); });
-    onAnotherThread([&] { listing.reset(); });
+    threads.run([&] { clone = requireNonNull(listing->clone(), "clone of a listing"); });
+    threads.run([&] { listing.reset(); });
     while (clone->hasNext()) {
         clone->step();
         seen.insert(clone->getEntry().getName());
@@ -557,27 +597,36 @@ void listingsChangeThreads(CheckContext& context) {
 }
 
 void providersChangeThreads(CheckContext& context) {
+    DistinctThreads threads;
     context.provider();
     std::optional<LoadedProvider> provider;
-    onAnotherThread([&] { provider.emplace(context.library().buildProvider()); });
+    threads.run([&] { provider.emplace(context.library().buildProvider()); });
     if (!(*provider)->doFolderExists(context.at(u""))) {
         (*provider)->doCreateFolder(context.at(u""));
     }
     makeFile(**provider, context.at(u"f"), "bytes");
     expect(contentOf(**provider, context.at(u"f")) == "bytes",
            "a provider that another thread has made does not read");
-    onAnotherThread([&] {
+    threads.run([&] {
         expect(contentOf(**provider, context.at(u"f")) == "bytes",
                "what one thread created with a provider does not exist for another one");
-        (*provider)->doRemoveFile(context.at(u"f"));
+        expect((*provider)->doGetFileAttributes(context.at(u"f")).isWritable(), "a new file is read-only");
     });
-    onAnotherThread([&] { provider.reset(); });
+    (*provider)->doSetWritable(context.at(u"f"), false);
+    threads.run([&] {
+        expect(!(*provider)->doGetFileAttributes(context.at(u"f")).isWritable(),
+               "the flag that one thread has set is not seen by another one");
+        (*provider)->doSetWritable(context.at(u"f"), true);
+    });
+    (*provider)->doMoveFile(context.at(u"f"), context.at(u"g"), policies::refuse);
+    threads.run([&] { (*provider)->doRemoveFile(context.at(u"g")); });
+    threads.run([&] { provider.reset(); });
 }
 
 /// Random changes of a few names. Counts the entries at each name: a success adds or removes one.
-class Turmoil {
+class RandomChanges {
 public:
-    explicit Turmoil(CheckContext& context) : context_(context) {}
+    explicit RandomChanges(CheckContext& context) : context_(context) {}
 
     void run(std::mt19937_64 random, int steps) {
         for (int i = 0; i < steps; ++i) {
@@ -625,13 +674,13 @@ private:
 
 void changesAreCounted(CheckContext& context) {
     context.provider();
-    Turmoil turmoil(context);
+    RandomChanges changes(context);
     for (int round = 0; round < 20; ++round) {
         std::array<std::uint64_t, threadCount> seeds{};
         std::generate(seeds.begin(), seeds.end(), [&] { return context.random()(); });
         together(
-            [&](int thread) { turmoil.run(std::mt19937_64(seeds[static_cast<std::size_t>(thread)]), 60); });
-        turmoil.expectBalanced();
+            [&](int thread) { changes.run(std::mt19937_64(seeds[static_cast<std::size_t>(thread)]), 60); });
+        changes.expectBalanced();
     }
 }
 
@@ -661,6 +710,50 @@ void onlyEmptyFoldersAreRemoved(CheckContext& context) {
                    "a folder is removed together with a file that another thread has created in it");
         }
     }
+}
+
+/// Each thread moves files of its own between the same folders, two in each direction.
+void movesInOppositeDirections(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    constexpr std::array folders{u"a", u"b", u"b/c"};
+    for (const char16_t* folder : folders) {
+        provider.doCreateFolder(context.at(folder));
+    }
+    for (int thread = 0; thread < threadCount; ++thread) {
+        makeFile(provider, context.at(u"a/" + numbered(u"f", thread)), "bytes");
+    }
+    race([&](int thread, int round) {
+        const auto at = [&](int place) {
+            const auto index = static_cast<std::size_t>(thread % 2 == 0 ? place % 3 : (300 - place) % 3);
+            return context.at(std::u16string(folders[index]) + numbered(u"/f", thread));
+        };
+        provider.doMoveFile(at(round), at(round + 1), policies::refuse);
+    });
+    for (int thread = 0; thread < threadCount; ++thread) {
+        const std::u16string_view folder =
+            folders[static_cast<std::size_t>(thread % 2 == 0 ? raceRounds % 3 : (300 - raceRounds) % 3)];
+        expect(contentOf(provider, context.at(std::u16string(folder) + numbered(u"/f", thread))) == "bytes",
+               "a file that one of several threads moved through folders has other bytes");
+    }
+}
+
+void failuresNameTheirOwnLocation(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    for (int thread = 0; thread < threadCount; ++thread) {
+        provider.doCreateFile(context.at(numbered(u"f", thread)));
+    }
+    race([&](int thread, int) {
+        const StorageIRI file = context.at(numbered(u"f", thread));
+        const StorageIRI missing = context.at(numbered(u"n", thread));
+        expectFailure([&] { provider.doCreateFile(file); }, ErrorCode::AlreadyExists, file,
+                      "creating a file on one of several threads");
+        expectFailure([&] { provider.doRemoveFile(missing); }, ErrorCode::NotFound, missing,
+                      "removing a missing file on one of several threads");
+        expectFailure([&] { provider.doOpenReadOnlyStream(missing); }, ErrorCode::NotFound, missing,
+                      "opening a missing file on one of several threads");
+        expectFailure([&] { provider.doListAll(missing); }, ErrorCode::NotFound, missing,
+                      "listing a missing folder on one of several threads");
+    });
 }
 
 constexpr std::array table{
@@ -728,6 +821,12 @@ constexpr std::array table{
     Check{"13.23", "threads.only-empty-folders-removed",
           "A folder is removed only while it is empty, even if other threads create files in it.",
           Profile::AnyProvider, onlyEmptyFoldersAreRemoved},
+    Check{"13.24", "threads.failures-name-own-location",
+          "Failures on several threads at once each name the location of their own call.",
+          Profile::AnyProvider, failuresNameTheirOwnLocation},
+    Check{"13.25", "threads.opposite-moves",
+          "Threads that move files between the same folders in opposite directions all succeed.",
+          Profile::AnyProvider, movesInOppositeDirections},
 };
 
 } // namespace

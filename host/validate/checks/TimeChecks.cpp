@@ -68,7 +68,7 @@ void newEntryIsStampedExactly(CheckContext& context) {
 template <const EntryKind& kind>
 void newEntryStampsFolder(CheckContext& context) {
     const IProvider& provider = context.provider();
-    provider.doSetLastModified(context.at(u""), longAgo());
+    provider.doSetLastModified(context.at(u""), pastTime());
     (provider.*kind.create)(context.at(u"e"));
     expect(folderKind.lastModified(provider, context.at(u"")) ==
                kind.lastModified(provider, context.at(u"e")),
@@ -79,7 +79,7 @@ template <const EntryKind& kind>
 void removingStampsFolder(CheckContext& context) {
     const IProvider& provider = context.provider();
     (provider.*kind.create)(context.at(u"e"));
-    provider.doSetLastModified(context.at(u""), longAgo());
+    provider.doSetLastModified(context.at(u""), pastTime());
     expectStamped([&] { (provider.*kind.remove)(context.at(u"e")); },
                   [&] { return folderKind.lastModified(provider, context.at(u"")); },
                   fmt::format("the time of a folder that a {} was removed from", kind.name));
@@ -90,14 +90,14 @@ void othersAreNotStamped(CheckContext& context) {
     const IProvider& provider = context.provider();
     provider.doCreateFolder(context.at(u"d"));
     provider.doCreateFile(context.at(u"d/neighbour"));
-    provider.doSetLastModified(context.at(u"d/neighbour"), longAgo());
-    provider.doSetLastModified(context.at(u""), longAgo());
+    provider.doSetLastModified(context.at(u"d/neighbour"), pastTime());
+    provider.doSetLastModified(context.at(u""), pastTime());
     for (const EntryKind* kind : {&fileKind, &folderKind}) {
         (provider.*kind->create)(context.at(u"d/e"));
         (provider.*kind->remove)(context.at(u"d/e"));
-        expect(folderKind.lastModified(provider, context.at(u"")) == longAgo(),
+        expect(folderKind.lastModified(provider, context.at(u"")) == pastTime(),
                fmt::format("creating and removing a {} stamps more than its own folder", kind->name));
-        expect(fileKind.lastModified(provider, context.at(u"d/neighbour")) == longAgo(),
+        expect(fileKind.lastModified(provider, context.at(u"d/neighbour")) == pastTime(),
                fmt::format("creating and removing a {} stamps its siblings", kind->name));
     }
 }
@@ -106,8 +106,8 @@ template <const EntryKind& kind>
 void timeIsReadBack(CheckContext& context) {
     const StorageIRI entry = context.at(u"e");
     (context.provider().*kind.create)(entry);
-    context.provider().doSetLastModified(entry, longAgo());
-    expectNear(kind.lastModified(context.provider(), entry), longAgo(), coarseness,
+    context.provider().doSetLastModified(entry, pastTime());
+    expectNear(kind.lastModified(context.provider(), entry), pastTime(), coarseness,
                fmt::format("the time of a {} that was set", kind.name));
 }
 
@@ -135,7 +135,7 @@ void timeGoesBack(CheckContext& context) {
         const StorageIRI entry = context.at(u"e");
         (provider.*kind->create)(entry);
         for (const int days : {1, -1}) {
-            const ptime time = longAgo() + boost::gregorian::days(days);
+            const ptime time = pastTime() + boost::gregorian::days(days);
             provider.doSetLastModified(entry, time);
             expectNear(kind->lastModified(provider, entry), time, coarseness,
                        fmt::format("the time of a {} that was set forward and back", kind->name));
@@ -149,7 +149,7 @@ void timeOfEachEntry(CheckContext& context) {
     const std::array kinds{&fileKind, &folderKind, &fileKind, &folderKind};
     const auto entry = [&](std::size_t i) { return context.at(std::u16string(i + 1, u'e')); };
     const auto time = [](std::size_t i) {
-        return longAgo() + boost::posix_time::hours(static_cast<long>(i));
+        return pastTime() + boost::posix_time::hours(static_cast<long>(i));
     };
     for (std::size_t i = 0; i < kinds.size(); ++i) {
         (provider.*kinds[i]->create)(entry(i));
@@ -166,7 +166,7 @@ void timeOfMissing(CheckContext& context) {
     for (const char16_t* path : {u"missing", u"missing/e", u"f/e"}) {
         const StorageIRI entry = context.at(path);
         expectRefusal(
-            context, [&] { context.provider().doSetLastModified(entry, longAgo()); }, ErrorCode::NotFound,
+            context, [&] { context.provider().doSetLastModified(entry, pastTime()); }, ErrorCode::NotFound,
             entry, "setting the time of a missing entry");
     }
 }
@@ -176,12 +176,12 @@ void settingTimeChangesNothingElse(CheckContext& context) {
     provider.doCreateFolder(context.at(u"d"));
     makeFile(provider, context.at(u"d/f"), "bytes");
     for (const char16_t* path : {u"d/f", u"d"}) {
-        provider.doSetLastModified(context.at(path), longAgo());
+        provider.doSetLastModified(context.at(path), pastTime());
     }
     const std::string before = describeTree(provider, context.at(u""));
     for (const char16_t* path : {u"d/f", u"d"}) {
-        provider.doSetLastModified(context.at(path), longAgo() + boost::posix_time::hours(1));
-        provider.doSetLastModified(context.at(path), longAgo());
+        provider.doSetLastModified(context.at(path), pastTime() + boost::posix_time::hours(1));
+        provider.doSetLastModified(context.at(path), pastTime());
     }
     const std::string after = describeTree(provider, context.at(u""));
     expect(after == before, fmt::format("setting times and setting them back changes something else:{}",
@@ -191,13 +191,13 @@ void settingTimeChangesNothingElse(CheckContext& context) {
 void timeOfRoot(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI ownFolder = context.at(u"");
-    provider.doSetLastModified(StorageIRI(u"/"), longAgo());
-    expect(folderKind.lastModified(provider, StorageIRI(u"/")) == longAgo(),
+    provider.doSetLastModified(StorageIRI(u"/"), pastTime());
+    expect(folderKind.lastModified(provider, StorageIRI(u"/")) == pastTime(),
            "the root has another time than was set");
-    expect(folderKind.lastModified(provider, ownFolder) != longAgo(),
+    expect(folderKind.lastModified(provider, ownFolder) != pastTime(),
            "the root's time became that of a folder in it");
-    provider.doSetLastModified(StorageIRI(u"/any", u"/any", false), longAgo() + boost::posix_time::hours(1));
-    expect(folderKind.lastModified(provider, StorageIRI(u"/")) == longAgo() + boost::posix_time::hours(1),
+    provider.doSetLastModified(StorageIRI(u"/any", u"/any", false), pastTime() + boost::posix_time::hours(1));
+    expect(folderKind.lastModified(provider, StorageIRI(u"/")) == pastTime() + boost::posix_time::hours(1),
            "the root has another time than was set for a location without a parent");
 }
 
@@ -208,8 +208,8 @@ void readOnlyTakesTime(CheckContext& context) {
     (provider.*kind.create)(entry);
     const WriteProtection entryIsReadOnly(provider, entry);
     const WriteProtection folderIsReadOnly(provider, context.at(u""));
-    provider.doSetLastModified(entry, longAgo());
-    expect(kind.lastModified(provider, entry) == longAgo(),
+    provider.doSetLastModified(entry, pastTime());
+    expect(kind.lastModified(provider, entry) == pastTime(),
            fmt::format("a read-only {} has another time than was set", kind.name));
 }
 
@@ -218,12 +218,12 @@ void flagStampsNothing(CheckContext& context) {
     for (const EntryKind* kind : {&fileKind, &folderKind}) {
         const StorageIRI entry = context.at(u"e");
         (provider.*kind->create)(entry);
-        provider.doSetLastModified(entry, longAgo());
-        provider.doSetLastModified(context.at(u""), longAgo());
+        provider.doSetLastModified(entry, pastTime());
+        provider.doSetLastModified(context.at(u""), pastTime());
         provider.doSetWritable(entry, false);
         provider.doSetWritable(entry, true);
-        expect(kind->lastModified(provider, entry) == longAgo() &&
-                   folderKind.lastModified(provider, context.at(u"")) == longAgo(),
+        expect(kind->lastModified(provider, entry) == pastTime() &&
+                   folderKind.lastModified(provider, context.at(u"")) == pastTime(),
                fmt::format("setting the flag of a {} stamps it or its folder", kind->name));
         (provider.*kind->remove)(entry);
     }
@@ -243,13 +243,13 @@ void expectKept(CheckContext& context, std::span<const ptime> times, bool mayRef
         const StorageIRI entry = context.at(u"e");
         (provider.*kind->create)(entry);
         for (const ptime& time : times) {
-            provider.doSetLastModified(entry, longAgo());
+            provider.doSetLastModified(entry, pastTime());
             ptime expected = time;
             try {
                 provider.doSetLastModified(entry, time);
             } catch (const std::exception&) {
                 expect(mayRefuse, fmt::format("the time {} is refused", formatMicroseconds(time)));
-                expected = longAgo();
+                expected = pastTime();
             }
             expectNear(
                 kind->lastModified(provider, entry), expected, coarseness,
@@ -259,22 +259,49 @@ void expectKept(CheckContext& context, std::span<const ptime> times, bool mayRef
     }
 }
 
+/// Times from `first` on, before `end`.
+std::vector<ptime> randomTimes(CheckContext& context, const ptime& first, const ptime& end) {
+    std::vector<ptime> times(200, first);
+    for (ptime& time : times) {
+        time += boost::posix_time::seconds(static_cast<long>(
+            context.random()() % static_cast<unsigned long>((end - first).total_seconds())));
+    }
+    return times;
+}
+
 void timesOfAnySeason(CheckContext& context) {
     const std::array times{
         timeAt(2011, 11, 11, 11, 11, 11), timeAt(2019, 3, 31, 1, 59, 59),  timeAt(2019, 3, 31, 2, 30, 1),
         timeAt(2021, 3, 14, 2, 30, 0),    timeAt(2021, 7, 15, 13, 37, 43), timeAt(2022, 1, 15, 0, 1, 1),
         timeAt(2021, 10, 31, 1, 30, 0),   timeAt(2021, 11, 7, 1, 30, 0),   timeAt(2000, 2, 29, 23, 59, 59),
         timeAt(2024, 2, 29, 12, 34, 57),  timeAt(2024, 3, 1, 0, 0, 1),     timeAt(2023, 12, 31, 23, 59, 59),
-        timeAt(1999, 12, 31, 23, 59, 59), timeAt(1984, 6, 30, 5, 6, 7),    timeAt(2037, 9, 9, 9, 9, 9)};
+        timeAt(1999, 12, 31, 23, 59, 59), timeAt(1984, 6, 30, 5, 6, 7),    timeAt(2037, 9, 9, 9, 9, 9),
+        timeAt(2015, 5, 5, 0, 0, 0),      timeAt(2016, 6, 6, 12, 0, 0),    timeAt(2017, 7, 7, 23, 0, 59)};
     expectKept(context, times, /*mayRefuse*/ false);
+    expectKept(context, randomTimes(context, timeAt(1980, 1, 1, 0, 0, 0), timeAt(2037, 12, 31, 0, 0, 0)),
+               /*mayRefuse*/ false);
+    std::vector<ptime> nights; // of a year: clocks change at night
+    for (ptime night = timeAt(2025, 1, 1, 2, 30, 1); night < timeAt(2026, 1, 1, 0, 0, 0);) {
+        nights.push_back(night);
+        nights.push_back(night + boost::posix_time::hours(static_cast<long>(nights.size() / 2 % 24)));
+        night += boost::posix_time::hours(24);
+    }
+    expectKept(context, nights, /*mayRefuse*/ false);
+    const ptime now = utcNow();
+    using namespace boost::posix_time;
+    const std::array nearNow{now - hours(24),   now - hours(1),   now - minutes(1), now - seconds(10),
+                             now + seconds(10), now + minutes(5), now + hours(2),   now + hours(24)};
+    expectKept(context, nearNow, /*mayRefuse*/ false);
 }
 
 void timesFarOff(CheckContext& context) {
-    const std::array times{timeAt(1970, 1, 2, 3, 4, 5),   timeAt(1969, 12, 31, 23, 59, 59),
-                           timeAt(1950, 6, 1, 2, 3, 5),   timeAt(1901, 12, 13, 20, 45, 51),
-                           timeAt(2038, 1, 19, 3, 14, 9), timeAt(2099, 2, 28, 22, 21, 21),
-                           timeAt(2106, 2, 7, 6, 28, 17), timeAt(2200, 7, 7, 7, 7, 7)};
+    const std::array times{
+        timeAt(1970, 1, 2, 3, 4, 5),      timeAt(1969, 12, 31, 23, 59, 59), timeAt(1950, 6, 1, 2, 3, 5),
+        timeAt(1901, 12, 13, 20, 45, 51), timeAt(2038, 1, 19, 3, 14, 9),    timeAt(2099, 2, 28, 22, 21, 21),
+        timeAt(2106, 2, 7, 6, 28, 17),    timeAt(2200, 7, 7, 7, 7, 7),      timeAt(1970, 1, 1, 0, 0, 0),
+        timeAt(1979, 12, 31, 23, 59, 59), timeAt(1400, 1, 1, 0, 0, 0),      timeAt(9999, 12, 31, 23, 59, 59)};
     expectKept(context, times, /*mayRefuse*/ true);
+    expectKept(context, randomTimes(context, times[10], times[11]), /*mayRefuse*/ true);
 }
 
 void clockIsOfThisMachine(CheckContext& context) {
@@ -297,12 +324,33 @@ void clockIsOfThisMachine(CheckContext& context) {
     }
 }
 
+void timeLeavesFlagAndBytes(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    makeFile(provider, context.at(u"f"), "bytes");
+    provider.doCreateFolder(context.at(u"d"));
+    for (const auto& [kind, iri] :
+         {std::pair(&fileKind, context.at(u"f")), std::pair(&folderKind, context.at(u"d"))}) {
+        for (const bool writable : {true, false, true}) {
+            provider.doSetWritable(iri, writable);
+            try {
+                provider.doSetLastModified(iri, pastTime());
+            } catch (const Exception& refusal) {
+                expect(!writable && refusal.getErrorCode() == ErrorCode::ReadOnly,
+                       fmt::format("setting the time of a {} fails with \"{}\"", kind->name, refusal.what()));
+            }
+            expect(kind->isWritable(provider, iri) == writable,
+                   fmt::format("setting the time of a {} changes its flag", kind->name));
+        }
+    }
+    expect(contentOf(provider, context.at(u"f")) == "bytes", "setting the time of a file changes its bytes");
+}
+
 void noDateIsNoOtherDate(CheckContext& context) {
     const IProvider& provider = context.provider();
     for (const EntryKind* kind : {&fileKind, &folderKind}) {
         const StorageIRI entry = context.at(u"e");
         (provider.*kind->create)(entry);
-        provider.doSetLastModified(entry, longAgo());
+        provider.doSetLastModified(entry, pastTime());
         bool refused = false;
         try {
             provider.doSetLastModified(entry, ptime(boost::posix_time::not_a_date_time));
@@ -310,7 +358,7 @@ void noDateIsNoOtherDate(CheckContext& context) {
             refused = true;
         }
         const ptime seen = kind->lastModified(provider, entry);
-        expect(refused ? !seen.is_special() && (seen - longAgo()).abs() <= coarseness : seen.is_special(),
+        expect(refused ? !seen.is_special() && (seen - pastTime()).abs() <= coarseness : seen.is_special(),
                fmt::format("a {} whose time was set to no date has the time {}", kind->name,
                            formatMicroseconds(seen)));
         (provider.*kind->remove)(entry);
@@ -374,6 +422,9 @@ constexpr std::array table{
     Check{"5.25", "times.no-date",
           "A time that is not a date is refused by an exception, or read back as not a date.", any,
           noDateIsNoOtherDate},
+    Check{"5.26", "times.flag-and-bytes-stay",
+          "Setting the time of an entry changes neither its writable flag nor its bytes.", any,
+          timeLeavesFlagAndBytes},
 };
 
 } // namespace

@@ -26,6 +26,7 @@ inline constexpr std::array withoutName{unnamed(2),
                                         unnamed(-1),
                                         unnamed(std::numeric_limits<std::int32_t>::max()),
                                         unnamed(std::numeric_limits<std::int32_t>::min())};
-inline constexpr std::array all{refuse, replace, refuseFile, unnamed(2), unnamed(5), unnamed(-1)};
+inline constexpr std::array all{refuse,     replace,    refuseFile, unnamed(2),  unnamed(3),
+                                unnamed(5), unnamed(6), unnamed(7), unnamed(-1), unnamed(1 << 30)};
 
 } // namespace storage::host::policies

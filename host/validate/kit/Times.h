@@ -10,7 +10,7 @@ inline boost::posix_time::ptime utcNow() {
 }
 
 /// A time in the past. No entry has it unless a check sets it.
-inline boost::posix_time::ptime longAgo() {
+inline boost::posix_time::ptime pastTime() {
     return boost::posix_time::ptime(boost::gregorian::date(2001, 2, 3), boost::posix_time::hours(4));
 }
 

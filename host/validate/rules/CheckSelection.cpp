@@ -16,7 +16,7 @@ namespace {
 
 using Patterns = std::vector<std::string>;
 
-bool isAskedFor(const Check& check, const Patterns& patterns) {
+bool isSelected(const Check& check, const Patterns& patterns) {
     return patterns.empty() || std::any_of(patterns.begin(), patterns.end(),
                                            [&](const std::string& each) { return matches(each, check); });
 }
@@ -30,9 +30,9 @@ CheckSelection select(std::span<const CheckGroup> catalogue, Profile profile, co
     for (const CheckGroup& group : catalogue) {
         CheckSelection::Group selected{&group, {}};
         for (const Check& check : group.checks) {
-            if (isAskedFor(check, patterns) && has(profile, check)) {
+            if (isSelected(check, patterns) && has(profile, check)) {
                 selected.checks.push_back(&check);
-            } else if (isAskedFor(check, patterns)) {
+            } else if (isSelected(check, patterns)) {
                 ++selection.leftOut;
             }
         }

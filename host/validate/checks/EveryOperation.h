@@ -1,0 +1,19 @@
+#pragma once
+
+#include "hostapi/storage/provider/IProvider.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
+
+namespace storage::host {
+
+class CheckContext;
+
+namespace checks {
+
+/// Calls every operation of a provider, its streams and its listings, with success and with failure. Creates
+/// the check's folder if it is missing, and removes everything that it creates in it.
+/// @throws RuleBroken when an operation has another result than usual
+void useEveryOperation(CheckContext& context, const provider::IProvider& provider);
+
+} // namespace checks
+
+} // namespace storage::host
