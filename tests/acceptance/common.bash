@@ -22,7 +22,7 @@ make_tree() {
     "$tools/make-tree" "$1" "$(by_form 300 5000)"
 }
 
-# Fails unless two trees are equal; --without-times ignores the times.
+# Fails unless two trees are equal; --without-times and --without-xattrs ignore these.
 compare_trees() {
     "$tools/compare-trees" "$@"
 }
