@@ -48,6 +48,7 @@ foreach(header
         filesystem/PathIndexSegment
         filesystem/PathSeqLock
         filesystem/PowerOfTwo
+        filesystem/Processors
         filesystem/SpinWait)
     cmake_path(GET header PARENT_PATH folder)
     install(FILES ${PROJECT_SOURCE_DIR}/inmemoryprovider/${header}.h
