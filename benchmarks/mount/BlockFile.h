@@ -53,7 +53,7 @@ public:
         for (const std::uint64_t number : numbers_) {
             sum -= PatternedBlock::firstWord(content_.stamped(number));
         }
-        expectEqual(sum, 0, "the difference between the sums of what was read and written");
+        expectEqual(sum, 0, "the difference between the sums of words read and written");
         return timing;
     }
 
@@ -70,7 +70,7 @@ public:
         for (const std::uint32_t block : blocks) {
             sum -= PatternedBlock::firstWord(content_.stamped(numbers_[block]));
         }
-        expectEqual(sum, 0, "the difference between the sums of what was read and written");
+        expectEqual(sum, 0, "the difference between the sums of words read and written");
         return timing;
     }
 

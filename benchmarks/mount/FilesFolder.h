@@ -50,7 +50,7 @@ public:
             checked(::stat(names_[i % names_.size()].c_str(), &attributes), "stat");
             bytes += S_ISREG(attributes.st_mode) ? static_cast<std::uint64_t>(attributes.st_size) : 0;
         });
-        expectEqual(bytes, timing.operations * fileSize, "the sizes of the files together");
+        expectEqual(bytes, timing.operations * fileSize, "the total size of the files");
         return timing;
     }
 
@@ -74,7 +74,7 @@ public:
             });
         });
         expectListed(found, rounds);
-        expectEqual(bytes, found.entries * fileSize, "the sizes of the files together");
+        expectEqual(bytes, found.entries * fileSize, "the total size of the files");
         return {rounds * names_.size(), timing.seconds};
     }
 
@@ -92,8 +92,8 @@ public:
         const Timing timing = measure(laterNames_.size(), withoutBudget, [&](std::size_t file) {
             checked(::unlink(laterNames_[file].c_str()), "unlink");
         });
-        expectEqual(listFolder(folder_.c_str()).entries, 0, "files that are left");
-        expectTrue(::access(laterNames_.front().c_str(), F_OK) != 0, "a removed file is gone");
+        expectEqual(listFolder(folder_.c_str()).entries, 0, "remaining files");
+        expectTrue(::access(laterNames_.front().c_str(), F_OK) != 0, "a removed file does not exist");
         return timing;
     }
 
@@ -115,7 +115,7 @@ private:
         for (std::uint32_t round = 0; round < rounds; ++round) {
             expected += once;
         }
-        expectTrue(found == expected, "a listing has every name, as that of a file");
+        expectTrue(found == expected, "a listing has every name, each of a file");
     }
 
     /// Reads with a cold page cache.

@@ -99,7 +99,7 @@ private:
         for (const ThreadResult& each : results) {
             start = std::min(start, each.start);
             end = std::max(end, each.end);
-            expectEqual(each.value, 0, "the sum of the sizes of empty files");
+            expectEqual(each.value, 0, "the total size of empty files");
         }
         return static_cast<double>(threads_) * count / 1e6 /
                std::chrono::duration<double>(end - start).count();

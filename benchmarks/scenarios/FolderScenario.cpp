@@ -102,7 +102,7 @@ private:
         for (std::size_t i = 0; i < timing.operations; ++i) {
             expected += sizeOf(order_[i]);
         }
-        expectEqual(sizes, expected, "the sum of sizes");
+        expectEqual(sizes, expected, "the total size");
     }
 
     void missing() {
@@ -111,7 +111,7 @@ private:
             found += store_->exists(missing_ + missingOrder_[i]) ? 1 : 0;
         });
         rows_.addCost("missing", variant_, timing);
-        expectEqual(found, 0, "missing names that were found");
+        expectEqual(found, 0, "missing files that were found");
         for (std::uint32_t i = 0; i < samples; ++i) {
             expectTrue(store_->exists(files + order_[i]), "a file exists");
         }
@@ -133,7 +133,7 @@ private:
         for (std::uint32_t i = 0; i < timing.operations; ++i) {
             present_[moved[i]] = destinations + i;
             if (i < samples) {
-                expectTrue(!store_->exists(files + moved[i]), "a moved file is gone from where it was");
+                expectTrue(!store_->exists(files + moved[i]), "a moved file does not exist at its old path");
                 expectEqual(store_->fileSize(destinations + i), sizeOf(moved[i]), "the size of a moved file");
             }
         }
@@ -145,13 +145,13 @@ private:
                                       [&](std::size_t i) { store_->removeFile(present_[begin + i]); });
         rows_.addCost(row, variant_, timing);
         for (std::size_t i = 0; i < samples; ++i) {
-            expectTrue(!store_->exists(present_[begin + i]), "a removed file is gone");
+            expectTrue(!store_->exists(present_[begin + i]), "a removed file does not exist");
         }
     }
 
     void verifyListings() {
         for (const PathIndex each : {folder, otherFolder}) {
-            expectTrue(store_->list(each) == summaryOf(each), paths_[each] + " holds what it should");
+            expectTrue(store_->list(each) == summaryOf(each), paths_[each] + " lists the expected entries");
         }
     }
 

@@ -42,13 +42,13 @@ void runGrowingFolder(const StoreKind& kind, const std::string& variant, std::ui
         addLatencies(rows, row, variant, order, folder + 1, operation);
     };
     add("create", [&](PathIndex file) { store->createFile(file); });
-    expectEqual(store->list(folder).entries, count, "files that were created");
+    expectEqual(store->list(folder).entries, count, "files in the folder after creating all");
     std::uint64_t sizes = 0;
     add("look up", [&](PathIndex file) { sizes += store->fileSize(file); });
-    expectEqual(sizes, 0, "the sum of the sizes of empty files");
+    expectEqual(sizes, 0, "the total size of empty files");
     if (kind.can(Ability::Remove)) {
         add("remove", [&](PathIndex file) { store->removeFile(file); });
-        expectEqual(store->list(folder).entries, 0, "files that were all removed");
+        expectEqual(store->list(folder).entries, 0, "files in the folder after removing all");
     }
 }
 

@@ -32,7 +32,7 @@ public:
     void verify() {
         expectEqual(store_->list(moves_).entries, folders_, "the number of moved folders");
         for (std::uint32_t i = 0; i < descendants(); ++i) {
-            expectTrue(!store_->exists(before_ + i), "a moved entry is gone from where it was");
+            expectTrue(!store_->exists(before_ + i), "a moved entry does not exist at its old path");
             if (isFolder(i)) {
                 expectEqual(store_->list(after_ + i).entries, filesInFolder,
                             "the number of files in a moved folder");

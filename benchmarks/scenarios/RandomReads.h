@@ -33,7 +33,9 @@ public:
         difference_ += PatternedBlock::firstWord(buffer_.data()) - words_[i];
     }
 
-    void verify() const { expectEqual(difference_, 0, "the difference between what was read and written"); }
+    void verify() const {
+        expectEqual(difference_, 0, "the difference between the sums of words read and written");
+    }
 
 private:
     static constexpr std::size_t readSize = 4096;

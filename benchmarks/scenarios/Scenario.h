@@ -25,7 +25,7 @@ enum class Form {
 /// value.
 struct Scenario {
     std::string name;
-    Abilities required; ///< of the stores that it suits
+    Abilities required; ///< of a store; other stores skip the scenario
     std::function<void(const StoreKind& kind, Rows& rows)>
         run; ///< throws WrongResult and errors of the store
 };

@@ -39,7 +39,7 @@ public:
         for (const std::uint32_t file : order_) {
             expected += PatternedBlock::firstWord(block_.stamped(numbers_[file], fileSize_));
         }
-        expectEqual(sum, expected, "the sum of what was read");
+        expectEqual(sum, expected, "the sum of the words read");
         return timing;
     }
 
@@ -58,7 +58,7 @@ public:
         for (std::size_t file = 0; file < numbers_.size(); ++file) {
             store_->readFile(pathOf(file), buffer_.data(), fileSize_);
             expectTrue(block_.holds(buffer_.data(), numbers_[file], fileSize_),
-                       "a file has the bytes that it was given");
+                       "a file has the bytes that were written");
             expectEqual(store_->fileSize(pathOf(file)), fileSize_, "the size of a file");
         }
     }

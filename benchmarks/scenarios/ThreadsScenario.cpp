@@ -74,9 +74,9 @@ public:
     }
 
     void verify() {
-        expectEqual(lookUps_.sizes, 0, "the sum of the sizes of empty files");
-        expectEqual(store_->list(watchedFolder).entries, watchedFiles, "files that nobody removed");
-        expectEqual(store_->list(changingFolder).entries, 0, "files that were all removed");
+        expectEqual(lookUps_.sizes, 0, "the total size of empty files");
+        expectEqual(store_->list(watchedFolder).entries, watchedFiles, "files in the unchanged folder");
+        expectEqual(store_->list(changingFolder).entries, 0, "files in the folder after removing all");
     }
 
 private:

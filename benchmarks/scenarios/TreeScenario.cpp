@@ -69,7 +69,7 @@ public:
         const Timing timing = measure(fileCount_, withoutBudget,
                                       [&](std::size_t i) { sizes += store_->fileSize(files_ + order_[i]); });
         rows_.addCost("attributes", tree_.variant, timing);
-        expectEqual(sizes, 0, "the sum of the sizes of empty files");
+        expectEqual(sizes, 0, "the total size of empty files");
     }
 
     void missing() {
@@ -93,7 +93,7 @@ public:
         });
         timing.operations *= filesInFolder;
         rows_.addCost("list", tree_.variant, timing);
-        expectEqual(wrong, 0, "listings that lack names");
+        expectEqual(wrong, 0, "incomplete listings");
     }
 
 private:
@@ -108,7 +108,7 @@ private:
                                               tree_.nameOf(i % filesInFolder, missing));
             const std::size_t length = paths_[file].size();
             expectTrue(tree_.shortestPath <= length && length <= tree_.longestPath,
-                       "a path has the length of its kind");
+                       "the length of a path is in the range of its kind");
         }
         return first;
     }

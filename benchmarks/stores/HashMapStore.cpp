@@ -29,7 +29,7 @@ void overwrite(std::vector<char>& content, std::size_t position, const char* byt
 
 void copy(const std::vector<char>* content, std::uint64_t offset, char* buffer, std::size_t count) {
     if (content == nullptr || offset + count > content->size()) {
-        throw std::runtime_error("the hash map has less than was to be read");
+        throw std::runtime_error("hash map: incomplete read");
     }
     std::memcpy(buffer, content->data() + offset, count);
 }
@@ -133,7 +133,7 @@ public:
         const std::lock_guard lock(mutex_);
         const auto entry = nodes_.find(path(index));
         if (entry == nodes_.end()) {
-            throw std::runtime_error("the hash map has no " + path(index));
+            throw std::runtime_error(path(index) + ": not in the hash map");
         }
         unlink(entry->second);
         nodes_.erase(entry);
@@ -186,7 +186,7 @@ private:
     Node& find(std::string_view path) {
         const auto found = nodes_.find(path);
         if (found == nodes_.end()) {
-            throw std::runtime_error("the hash map has no " + std::string(path));
+            throw std::runtime_error(std::string(path) + ": not in the hash map");
         }
         return found->second;
     }
@@ -216,7 +216,7 @@ private:
     Node& create(const std::string& path, EntryKind kind) {
         const auto [entry, isNew] = nodes_.try_emplace(path);
         if (!isNew) {
-            throw std::runtime_error("the hash map has already " + path);
+            throw std::runtime_error(path + ": already in the hash map");
         }
         Node& node = entry->second;
         node.kind = kind;
@@ -234,7 +234,7 @@ private:
 
     void move(const std::string& from, const std::string& to) {
         if (nodes_.contains(to)) {
-            throw std::runtime_error("the hash map has already " + to);
+            throw std::runtime_error(to + ": already in the hash map");
         }
         Node& top = find(from);
         unlink(top);

@@ -38,7 +38,7 @@ std::unique_ptr<llvm::MemoryBuffer> bufferOf(llvm::vfs::FileSystem& files, const
 
 void copy(const llvm::MemoryBuffer& from, std::uint64_t offset, char* buffer, std::size_t count) {
     if (offset + count > from.getBufferSize()) {
-        throw std::runtime_error("LLVM has less than was to be read");
+        throw std::runtime_error("LLVM: incomplete read");
     }
     std::memcpy(buffer, from.getBufferStart() + offset, count);
 }

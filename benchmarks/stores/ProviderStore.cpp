@@ -35,7 +35,7 @@ public:
 
     void readAt(std::uint64_t offset, char* buffer, std::size_t count) override {
         if (stream_->seek(static_cast<long>(offset), std::ios_base::beg) < 0) {
-            throw std::runtime_error("the plug-in cannot seek to where bytes are");
+            throw std::runtime_error("the plug-in cannot seek within a file");
         }
         readExactly(*stream_, buffer, count);
     }

@@ -67,7 +67,7 @@ public:
 
 private:
     static std::logic_error missing(const char* operation) {
-        return std::logic_error(std::string("this store has no ") + operation);
+        return std::logic_error(std::string("this store does not support ") + operation);
     }
 };
 

@@ -22,7 +22,7 @@ Result checked(Result result, const char* what) {
 /// @throws std::system_error, or std::runtime_error when the transfer is incomplete
 inline void checkComplete(ssize_t transferred, std::size_t wanted, const char* what) {
     if (checked(transferred, what) != static_cast<ssize_t>(wanted)) {
-        throw std::runtime_error(std::string(what) + ": transferred less than was asked for");
+        throw std::runtime_error(std::string(what) + ": incomplete transfer");
     }
 }
 

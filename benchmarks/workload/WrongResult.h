@@ -23,7 +23,7 @@ inline void expectEqual(std::uint64_t actual, std::uint64_t expected, const char
 /// @throws WrongResult
 inline void expectTrue(bool holds, const std::string& what) {
     if (!holds) {
-        throw WrongResult("not so: " + what);
+        throw WrongResult("expectation failed: " + what);
     }
 }
 
