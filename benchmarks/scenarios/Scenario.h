@@ -41,8 +41,9 @@ public:
     /// The files of a folder, in ascending order. Returns the first one.
     PathIndex addFiles(const std::string& folder, std::uint32_t count) {
         const PathIndex first = size();
+        const std::string prefix = folder + "/f"; // `folder` may be an element of paths_
         for (std::uint32_t i = 0; i < count; ++i) {
-            paths_.push_back(fmt::format("{}/f{:07}", folder, i));
+            paths_.push_back(fmt::format("{}{:07}", prefix, i));
         }
         return first;
     }
