@@ -60,9 +60,9 @@ void sizeOfFile(CheckContext& context) {
         if (size != 0) {
             writeAll(*openStream(provider, file), bytes);
         }
-        const unsigned long told = provider.doGetFileAttributes(file).getSize();
-        expect(told == size,
-               fmt::format("the attributes of a file of {} bytes have the size {}", size, told));
+        const unsigned long reported = provider.doGetFileAttributes(file).getSize();
+        expect(reported == size,
+               fmt::format("the attributes of a file of {} bytes have the size {}", size, reported));
     }
 }
 
@@ -72,7 +72,7 @@ void sizeWhileOpen(CheckContext& context) {
     const auto stream = openStream(provider, file);
     writeAll(*stream, "12345");
     expect(provider.doGetFileAttributes(file).getSize() == 5,
-           "what an open stream has written is not in the file's size at once");
+           "a file's size does not include the bytes that an open stream has written");
 }
 
 template <const EntryKind& kind>
@@ -100,7 +100,7 @@ void attributesOfOtherKind(CheckContext& context) {
     (provider.*there.create)(entry);
     expectRefusal(
         context, [&] { asked.lastModified(provider, entry); }, ErrorCode::NotFound, entry,
-        fmt::format("asking for the attributes of a {} as of a {}", there.name, asked.name));
+        fmt::format("asking for the {} attributes of a {}", asked.name, there.name));
 }
 
 template <const EntryKind& kind>
@@ -117,7 +117,7 @@ void fileAttributesOfRoot(CheckContext& context) {
     const StorageIRI root(u"/");
     expectRefusal(
         context, [&] { context.provider().doGetFileAttributes(root); }, ErrorCode::NotFound, root,
-        "asking for the attributes of the root as of a file");
+        "asking for the file attributes of the root");
 }
 
 void folderAttributesOfRoot(CheckContext& context) {
@@ -150,7 +150,7 @@ void lookingChangesNothing(CheckContext& context) {
     const std::string before = describeTree(context.provider(), context.at(u""));
     lookAtEverything(context);
     const std::string after = describeTree(context.provider(), context.at(u""));
-    expect(after == before, fmt::format("looking changes something:{}", treeDifference(before, after)));
+    expect(after == before, fmt::format("queries change something:{}", treeDifference(before, after)));
 }
 
 /// Files in one folder have different sizes, so that a mix-up of their attributes shows.
@@ -161,11 +161,11 @@ void attributesAreOwn(CheckContext& context) {
         makeFile(provider, context.at(std::u16string(bytes.size() + 1, u'f')), bytes);
     }
     for (const std::string_view bytes : contents) {
-        const unsigned long told =
+        const unsigned long reported =
             provider.doGetFileAttributes(context.at(std::u16string(bytes.size() + 1, u'f'))).getSize();
-        expect(told == bytes.size(),
+        expect(reported == bytes.size(),
                fmt::format("of files with sizes 0 to 3 in one folder, the one of {} bytes has the size {}",
-                           bytes.size(), told));
+                           bytes.size(), reported));
     }
 }
 
@@ -185,7 +185,7 @@ constexpr std::array table{
     Check{"3.5", "attributes.size-of-file", "The size in a file's attributes is the number of its bytes.",
           any, sizeOfFile},
     Check{"3.6", "attributes.size-while-open",
-          "A file's size is current even while the stream that wrote is still open.", inMemory,
+          "A file's size is current even while the stream that wrote it is still open.", inMemory,
           sizeWhileOpen},
     Check{"3.7", "attributes.new-file-is-writable", "A new file is writable.", any,
           newEntryIsWritable<fileKind>},

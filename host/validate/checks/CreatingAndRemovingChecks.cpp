@@ -33,7 +33,7 @@ void newFolderIsEmpty(CheckContext& context) {
     const StorageIRI folder = context.at(u"d");
     provider.doCreateFolder(folder);
     expect(provider.doFolderExists(folder), "the new folder does not exist");
-    expect(!provider.doListAll(folder)->hasNext(), "the new folder holds something");
+    expect(!provider.doListAll(folder)->hasNext(), "the new folder is not empty");
 }
 
 void fileOverFile(CheckContext& context) {
@@ -42,7 +42,7 @@ void fileOverFile(CheckContext& context) {
     makeFile(provider, file, "kept");
     expectRefusal(
         context, [&] { provider.doCreateFile(file); }, ErrorCode::AlreadyExists, file,
-        "creating a file where a file is");
+        "creating a file where a file exists");
 }
 
 template <const EntryKind& wanted, const EntryKind& there>
@@ -52,7 +52,7 @@ void overAnEntry(CheckContext& context) {
     (provider.*there.create)(entry);
     expectRefusal(
         context, [&] { (provider.*wanted.create)(entry); }, ErrorCode::AlreadyExists, entry,
-        fmt::format("creating a {} where a {} is", wanted.name, there.name));
+        fmt::format("creating a {} where a {} exists", wanted.name, there.name));
 }
 
 template <const EntryKind& kind>
@@ -153,7 +153,7 @@ void removingLeavesOthers(CheckContext& context) {
         (provider.*kind->create)(context.at(u"f"));
         (provider.*kind->remove)(context.at(u"f"));
         expect(sortedEntries(provider.doListAll(context.at(u""))).size() == others.size(),
-               fmt::format("removing a {} takes another entry along", kind->name));
+               fmt::format("removing a {} removes another entry, too", kind->name));
     }
 }
 
@@ -166,9 +166,9 @@ void sameNameElsewhere(CheckContext& context) {
     makeFile(provider, context.at(u"m/n"), "other");
     provider.doRemoveFile(context.at(u"n/n/n"));
     expect(contentOf(provider, context.at(u"m/n")) == "other",
-           "a file shares its fate with one of the same name");
+           "removing a file changes a file with the same name in another folder");
     expect(provider.doFolderExists(context.at(u"n/n")),
-           "a folder shares its fate with what is called as it is");
+           "removing a file removes a folder with the same name");
 }
 
 std::u16string numbered(std::size_t number) {
@@ -188,9 +188,8 @@ void manyEntries(CheckContext& context) {
     for (std::size_t i = 0; i < count; ++i) {
         expect(provider.doFolderExists(context.at(numbered(i))) == (i % 2 == 1) &&
                    !provider.doFileExists(context.at(numbered(i))),
-               fmt::format(
-                   "of {} files and folders in one folder, every file removed, {} is not as it should be",
-                   count, printable(numbered(i))));
+               fmt::format("after removing every file among {} entries of a folder, {} is not as expected",
+                           count, printable(numbered(i))));
     }
     expect(sortedEntries(provider.doListAll(context.at(u""))).size() == count / 2,
            "a folder that holds many entries lists another number of them");
@@ -224,8 +223,9 @@ public:
     void expectSame(const std::u16string& folder) const {
         for (const FolderEntry& entry : sortedEntries(provider_.doListAll(context_.at(folder)))) {
             const std::u16string path = folder.empty() ? entry.getName() : folder + u"/" + entry.getName();
-            expect(entries_.contains(path),
-                   fmt::format("{} is listed, though it was never made or was removed", printable(path)));
+            expect(
+                entries_.contains(path),
+                fmt::format("{} is listed, although it was never created, or was removed", printable(path)));
         }
         for (const auto& [path, kind] : entries_) {
             expect((provider_.*kind->exists)(context_.at(path)), fmt::format("{} is lost", printable(path)));
@@ -320,7 +320,7 @@ void deepFolders(CheckContext& context) {
         path.resize(path.size() - 2);
         provider.doRemoveFolder(context.at(path));
     }
-    expect(!provider.doFolderExists(context.at(u"d")), "a removed tower of folders is still there");
+    expect(!provider.doFolderExists(context.at(u"d")), "removed nested folders still exist");
 }
 
 constexpr auto any = Profile::AnyProvider;
@@ -388,7 +388,7 @@ constexpr std::array table{
     Check{"2.24", "creating.many-entries", "A folder keeps hundreds of entries apart and loses none.", any,
           manyEntries},
     Check{"2.25", "creating.long-history",
-          "After any sequence of creations and removals, exactly what was created and not removed exists.",
+          "After any sequence of creations and removals, exactly the entries created and not removed exist.",
           any, longHistory},
     Check{"2.26", "creating.root-as-folder", "Creating the root as a folder fails with AlreadyExists.", any,
           creatingRootFolder},

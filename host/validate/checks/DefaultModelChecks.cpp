@@ -106,7 +106,7 @@ Names namesOf(std::unique_ptr<IFolderEntryIterator> listing) {
 
 void expectSame(Names seen, const Names& expected, const char* operation, std::u16string_view pattern) {
     expect(sorted(std::move(seen)) == expected,
-           fmt::format("{} by the pattern \"{}\" gives other names than those that match", operation,
+           fmt::format("{} by the pattern \"{}\" yields other names than those that match", operation,
                        printable(pattern)));
 }
 
@@ -251,15 +251,14 @@ void recursionIsDeep(CheckContext& context) {
     provider.doRemoveFile(context.at(path.substr(0, path.size() - 1) + u"f"));
     provider.doRemoveFolder(context.at(path));
     provider.doCreateFolderRecursive(context.at(path));
-    expect(
-        provider.doFolderExists(context.at(path)),
-        fmt::format("doCreateFolderRecursive does not create the last of {} folders in one another", depth));
+    expect(provider.doFolderExists(context.at(path)),
+           fmt::format("doCreateFolderRecursive does not create the last of {} nested folders", depth));
     expect(provider.doListAllRecursiveNamesOnly(context.at(u"")).size() == depth &&
                readEntries(provider.doListAllRecursive(context.at(u""))).size() == depth,
-           fmt::format("a recursive listing of {} folders in one another does not yield them all", depth));
+           fmt::format("a recursive listing of {} nested folders does not yield them all", depth));
     provider.doRemoveFolderRecursively(context.at(u"t"));
     expect(provider.doListAllNamesOnly(context.at(u"")).empty(),
-           fmt::format("{} folders in one another are not removed recursively", depth));
+           fmt::format("{} nested folders are not removed recursively", depth));
 }
 
 void randomChangesAgreeWithModel(CheckContext& context) {
@@ -305,7 +304,7 @@ void comparatorIsTotal(CheckContext& context) {
     for (std::size_t i = 0; i < ordered.size(); ++i) {
         for (std::size_t j = i + 1; j < ordered.size(); ++j) {
             expect(before(ordered[i], ordered[j]) && !before(ordered[j], ordered[i]),
-                   fmt::format("the comparator of paths does not order {} and {} as it orders others",
+                   fmt::format("the comparator of paths orders {} and {} inconsistently",
                                printable(ordered[i]), printable(ordered[j])));
         }
     }
@@ -318,14 +317,14 @@ void copiesAgreeWithModel(CheckContext& context) {
         std::string bytes(size, '\0');
         std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(context.random()()); });
         writeText(*openStream(provider, context.at(u"f"), {.content = ByteStreamContent::Empty}), bytes);
-        unsigned long long told = size + 1;
+        unsigned long long last = size + 1;
         provider.doCopyFile(context.at(u"f"), context.at(u"g"), ReplacementPolicy::ReplaceExisting);
         provider.doCopyFileAtomic(context.at(u"f"), context.at(u"h"), ReplacementPolicy::ReplaceExisting,
-                                  [&](unsigned long long copied) { told = copied; });
+                                  [&](unsigned long long copied) { last = copied; });
         expect(contentOf(provider, context.at(u"g")) == bytes &&
                    contentOf(provider, context.at(u"h")) == bytes,
                fmt::format("a copy of {} bytes has other bytes", size));
-        expect(told == size, fmt::format("the last progress of a copy of {} bytes is {}", size, told));
+        expect(last == size, fmt::format("the last progress of a copy of {} bytes is {}", size, last));
     }
 }
 
@@ -339,7 +338,7 @@ void truncationAgreesWithModel(CheckContext& context) {
         model.resize(size, '\0');
         expect(contentOf(provider, context.at(u"f")) == model &&
                    provider.doGetFileAttributes(context.at(u"f")).getSize() == size,
-               fmt::format("a file that was given the size {} has other bytes", size));
+               fmt::format("a file truncated to {} bytes has other bytes than the model", size));
         writeText(*openStream(provider, context.at(u"f")), model.empty() ? "" : "x");
         model.replace(0, model.empty() ? 0 : 1, model.empty() ? "" : "x");
     }
@@ -378,12 +377,13 @@ void transactionsTakeEffectTogether(CheckContext& context) {
         for (const std::size_t half : std::initializer_list<std::size_t>{0, 6}) {
             stream->write(after.data() + half, 6);
             const std::string seen = contentOf(provider, file);
-            expect(seen == before || seen == after, "a part of what a transactional stream writes is seen");
+            expect(seen == before || seen == after,
+                   "a part of the bytes written to a transactional stream is visible");
         }
         stream->flush();
         stream.reset();
         expect(contentOf(provider, file) == after,
-               "the writes of a transactional stream are not in the file in the end");
+               "the writes of a transactional stream are not in the file after it is destroyed");
     }
 }
 
@@ -406,17 +406,17 @@ struct Events {
         };
     }
 
-    bool come() {
+    bool wait() {
         std::unique_lock lock(mutex);
         return changed.wait_for(lock, std::chrono::seconds(5), [this] { return count > 0; });
     }
 };
 
-void acceptedEventsAreTold(CheckContext& context) {
+void acceptedEventsAreReported(CheckContext& context) {
     const IProvider& provider = context.provider();
     makeFile(provider, context.at(u"f"), "bytes");
     int number = 0;
-    const auto expectTold = [&](const char* operation, const StorageIRI& iri, auto begin, auto end) {
+    const auto expectReported = [&](const char* operation, const StorageIRI& iri, auto begin, auto end) {
         Events events;
         events.watched = iri.getResolvedPath();
         if (!isOffered([&] { (provider.*begin)(iri, events.callback()); })) {
@@ -425,49 +425,50 @@ void acceptedEventsAreTold(CheckContext& context) {
         }
         writeText(*openStream(provider, context.at(u"f")), fmt::format("bytes {}", ++number));
         provider.doCreateFile(context.at(std::u16string(static_cast<std::size_t>(number), u'n')));
-        const bool told = events.come();
+        const bool reported = events.wait();
         (provider.*end)(iri);
         const int count = events.count;
         writeText(*openStream(provider, context.at(u"f")), "unwatched");
-        expect(told, fmt::format("{} accepts a callback, but does not call it after a change", operation));
+        expect(reported,
+               fmt::format("{} accepts a callback, but does not call it after a change", operation));
         expect(events.wrong == 0,
                fmt::format("{} reports a removal, a move, or an entry that is not watched", operation));
-        expect(events.count == count, fmt::format("{} reports a change after its end", operation));
+        expect(events.count == count, fmt::format("{} reports a change after it was stopped", operation));
     };
-    expectTold("doPublishFolderEventsFor", context.at(u""), &IProvider::doPublishFolderEventsFor,
-               &IProvider::doStopPublishingEventsFor);
-    expectTold("doPublishFileEventsFor", context.at(u"f"), &IProvider::doPublishFileEventsFor,
-               &IProvider::doStopPublishingEventsFor);
-    expectTold("doStartChangePollingMechanism", context.at(u""), &IProvider::doStartChangePollingMechanism,
-               &IProvider::doStopChangePollingMechanism);
+    expectReported("doPublishFolderEventsFor", context.at(u""), &IProvider::doPublishFolderEventsFor,
+                   &IProvider::doStopPublishingEventsFor);
+    expectReported("doPublishFileEventsFor", context.at(u"f"), &IProvider::doPublishFileEventsFor,
+                   &IProvider::doStopPublishingEventsFor);
+    expectReported("doStartChangePollingMechanism", context.at(u""),
+                   &IProvider::doStartChangePollingMechanism, &IProvider::doStopChangePollingMechanism);
 }
 
 constexpr auto any = Profile::AnyProvider;
 
 constexpr std::array table{
     Check{"16.1", "models.wildcards",
-          "Listings by random patterns agree with a model: only * and ? are special, and case counts.", any,
+          "Listings by random patterns agree with a model: only * and ? are special, and case matters.", any,
           patternsAgreeWithModel},
     Check{"16.2", "models.recursion",
           "Recursive listings of random trees agree with the listings of each folder.", any,
           recursionAgreesWithModel},
-    Check{"16.3", "models.depth", "Recursive operations reach through a hundred levels of folders.", any,
+    Check{"16.3", "models.depth", "Recursive operations work through a hundred levels of folders.", any,
           recursionIsDeep},
     Check{"16.4", "models.path-order",
-          "The comparator orders any two different paths, and all of them consistently.", any,
+          "The comparator of paths is a strict total order: of two different paths, one comes first.", any,
           comparatorIsTotal},
     Check{"16.5", "models.copies", "Copies of sizes around the block size have the bytes of the source.", any,
           copiesAgreeWithModel},
     Check{"16.6", "models.truncation",
-          "A file that is truncated to one size after the other agrees with a model.", any,
+          "A file that is truncated to several sizes in turn agrees with a model.", any,
           truncationAgreesWithModel},
     Check{"16.7", "models.transactions",
-          "The writes of a transactional stream, if offered, become visible all at once, at its end at the "
-          "latest.",
+          "The writes of a transactional stream, if offered, become visible together, at the latest when it "
+          "is destroyed.",
           any, transactionsTakeEffectTogether},
     Check{"16.8", "models.events",
           "An accepted event callback is called after a change of its entry, and for nothing else.", any,
-          acceptedEventsAreTold},
+          acceptedEventsAreReported},
     Check{"16.9", "models.random-changes",
           "After random changes of a tree, names, bytes, flags and times agree with a model.", any,
           randomChangesAgreeWithModel},

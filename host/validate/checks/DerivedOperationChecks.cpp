@@ -93,13 +93,12 @@ void createsEveryMissingFolder(CheckContext& context) {
     createFolders(context, {u"a"});
     provider.doCreateFolderRecursive(context.at(u"a/b/c/d"));
     for (const std::u16string_view folder : {u"a/b", u"a/b/c", u"a/b/c/d"}) {
-        expect(provider.doFolderExists(context.at(folder)),
-               "creating a folder with those above it leaves one out");
+        expect(provider.doFolderExists(context.at(folder)), "creating a folder and its parents omits one");
     }
     expectNames(provider.doListAllNamesOnly(context.at(u"a")), {u"b"}, "listing what was created");
 }
 
-void creatingAnExistingFolderIsNothing(CheckContext& context) {
+void creatingAnExistingFolderChangesNothing(CheckContext& context) {
     const IProvider& provider = context.provider();
     createFolders(context, {u"a", u"a/b"});
     createFiles(context, {u"a/b/f"});
@@ -146,10 +145,9 @@ void removesEverythingBelow(CheckContext& context) {
     createFiles(context, {u"t0", u"tree/alpha"});
     context.provider().doRemoveFolderRecursively(context.at(u"t"));
     expect(!context.provider().doExists(context.at(u"t")),
-           "a folder removed with everything in it is still there");
+           "a folder that was removed recursively still exists");
     expectNames(markedNames(context.provider().doListAllRecursive(context.at(u""))),
-                {u"t0", u"tree/", u"tree/alpha"},
-                "after removing a folder with everything in it, listing the rest");
+                {u"t0", u"tree/", u"tree/alpha"}, "after removing a folder recursively, listing the rest");
     createFolders(context, {u"t"});
     expectNames(context.provider().doListAllNamesOnly(context.at(u"t")), {},
                 "listing a new folder where one was removed");
@@ -160,7 +158,7 @@ void removingWhatIsNoFolder(CheckContext& context) {
     for (const std::u16string_view path : {u"missing", u"missing/d", u"f", u"f/d"}) {
         expectRefusal(
             context, [&] { context.provider().doRemoveFolderRecursively(context.at(path)); },
-            ErrorCode::NotFound, context.at(path), "removing what is no folder with everything in it");
+            ErrorCode::NotFound, context.at(path), "recursively removing a file or a missing folder");
     }
 }
 
@@ -171,7 +169,7 @@ void entryThatCannotBeRemovedIsNamed(CheckContext& context) {
     expectFailure([&] { provider.doRemoveFolderRecursively(context.at(u"t")); }, ErrorCode::ReadOnly,
                   context.at(u"t/box/deep/beta.txt"), "removing a folder with a read-only file in it");
     expect(contentOf(provider, context.at(u"t/box/deep/beta.txt")) == "bytes",
-           "removing a folder with a read-only file in it takes the bytes of that file");
+           "recursively removing a folder changes the bytes of a read-only file in it");
     createFolders(context, {u"u"});
     createFiles(context, {u"u/f"});
     const WriteProtection another(provider, context.at(u"u/f"));
@@ -186,7 +184,7 @@ void rootIsOnlyEmptied(CheckContext& context) {
     makeFile(*provider, StorageIRI(u"/a/f"), "bytes");
     makeFile(*provider, StorageIRI(u"/f"), "bytes");
     provider->doRemoveFolderRecursively(root);
-    expect(provider->doFolderExists(root), "removing the root with everything in it removes the root");
+    expect(provider->doFolderExists(root), "recursively removing the root removes the root itself");
     expectNames(provider->doListAllNamesOnly(root), {}, "listing the root after it was emptied");
 }
 
@@ -344,7 +342,7 @@ void listingWhatIsNoFolder(CheckContext& context) {
         for (const ListOperation list : derivedListings) {
             expectRefusal(
                 context, [&] { list(context.provider(), context.at(path)); }, ErrorCode::NotFound,
-                context.at(path), "listing by pattern, by names or recursively what is no folder");
+                context.at(path), "listing a file or a missing folder by pattern, by names or recursively");
         }
     }
 }
@@ -365,7 +363,7 @@ void derivedListingsAreSnapshots(CheckContext& context) {
         createFiles(context, {u"s/d"});
         const Names rest = markedNames(*listing);
         expect(markedNames(*clone) == rest,
-               "a clone of a listing yields other entries than the listing has left");
+               "a clone of a listing does not yield the remaining entries of the listing");
         Names all = first;
         all.insert(all.end(), rest.begin(), rest.end());
         expectNames(all, {u"a", u"b", u"c"}, "a listing by pattern, made before its folder changed,");
@@ -402,10 +400,10 @@ void expectCopyRefused(CheckContext& context, std::u16string_view source, std::u
                        std::string_view operation) {
     const IProvider& provider = context.provider();
     for (const CopyOperation copy : copyOperations) {
-        const std::string before = describeTree(provider, context.at(u""), TimesTold::None);
+        const std::string before = describeTree(provider, context.at(u""), TimesShown::None);
         expectFailure([&] { copy(provider, context.at(source), context.at(destination), policy); }, code,
                       context.at(location), operation);
-        expect(describeTree(provider, context.at(u""), TimesTold::None) == before,
+        expect(describeTree(provider, context.at(u""), TimesShown::None) == before,
                fmt::format("{} fails, but changes the storage or leaves something behind", operation));
     }
 }
@@ -452,7 +450,7 @@ void copyIsWritableAndNew(CheckContext& context) {
         expect(attributes.isWritable(), "a copy of a read-only file is read-only");
         expect((attributes.getLastModified() - utcNow()).abs() <=
                    boost::posix_time::minutes(10), // network storage: the clocks may differ
-               "a copy has not the time of the copying");
+               "a copy does not have the current time");
     }
     expect(provider.doGetFileAttributes(context.at(u"a/f")).getLastModified() == before,
            "copying a file changes its time");
@@ -474,7 +472,7 @@ void copyingOntoAFile(CheckContext& context) {
     makeFile(provider, context.at(u"b/g"), "longer than the source");
     for (const ReplacementPolicy policy : {policies::refuse, policies::refuseFile}) {
         expectCopyRefused(context, u"a/f", u"b/g", policy, ErrorCode::AlreadyExists, u"b/g",
-                          "copying onto a file that is to stay");
+                          "copying onto a file under a policy that refuses existing files");
     }
     for (const CopyOperation copy : copyOperations) {
         for (const ReplacementPolicy policy :
@@ -505,7 +503,7 @@ void copyingOntoItself(CheckContext& context) {
     }
     expectNames(provider.doListAllNamesOnly(context.at(u"a")), {u"f"}, "after copying onto itself, listing");
     expectCopyRefused(context, u"a/f", u"a/f", policies::refuse, ErrorCode::AlreadyExists, u"a/f",
-                      "copying a file onto itself where existing files are refused");
+                      "copying a file onto itself under a policy that refuses existing files");
 }
 
 void copyingOntoWhatIsReadOnly(CheckContext& context) {
@@ -536,7 +534,7 @@ void copyTellsItsProgress(CheckContext& context) {
                                          "the progress of a copy does not increase or exceeds its size");
                                   last = copied;
                               });
-    expect(last == 200'000, fmt::format("a copy of 200000 bytes reports {} in the end", last));
+    expect(last == 200'000, fmt::format("the last progress of a copy of 200000 bytes is {}", last));
 }
 
 void throwingEndsTheCopy(CheckContext& context) {
@@ -545,7 +543,7 @@ void throwingEndsTheCopy(CheckContext& context) {
     makeFile(provider, context.at(u"g"), "kept");
     struct Enough {};
     for (const std::u16string_view destination : {u"g", u"h"}) {
-        const std::string before = describeTree(provider, context.at(u""), TimesTold::None);
+        const std::string before = describeTree(provider, context.at(u""), TimesShown::None);
         int calls = 0;
         try {
             provider.doCopyFileAtomic(context.at(u"f"), context.at(destination), policies::replace,
@@ -557,8 +555,8 @@ void throwingEndsTheCopy(CheckContext& context) {
         } catch (const Enough&) {
         }
         expect(calls == 1, "a copy continues after the progress function threw");
-        expect(describeTree(provider, context.at(u""), TimesTold::None) == before,
-               "a copy that was ended changes its destination or leaves an entry behind");
+        expect(describeTree(provider, context.at(u""), TimesShown::None) == before,
+               "a cancelled copy changes its destination or leaves an entry behind");
     }
 }
 
@@ -617,9 +615,9 @@ void truncatingGivesTheSize(CheckContext& context) {
                                                                            {0, ""}}};
     for (const auto& [size, content] : steps) {
         provider.doTruncateToSize(file, size);
-        expect(
-            provider.doGetFileAttributes(file).getSize() == size && contentOf(provider, file) == content,
-            fmt::format("a file truncated to {} bytes does not have the first bytes and then zeros", size));
+        expect(provider.doGetFileAttributes(file).getSize() == size && contentOf(provider, file) == content,
+               fmt::format("a file truncated to {} bytes does not consist of its first bytes, then zeros",
+                           size));
     }
 }
 
@@ -634,7 +632,7 @@ void truncatingIsSeenByStreams(CheckContext& context) {
     expect(readRest(*stream) == std::string(2, '\0'), "an open stream does not see that its file has grown");
     writeText(*stream, "x");
     expect(contentOf(provider, context.at(u"f")) == std::string("0123\0\0x", 7),
-           "what an open stream writes after a truncation does not arrive");
+           "a write of an open stream after a truncation is lost");
 }
 
 void truncatingWhatIsNoFile(CheckContext& context) {
@@ -643,7 +641,7 @@ void truncatingWhatIsNoFile(CheckContext& context) {
         for (const unsigned long long size : {0U, 3U}) {
             expectRefusal(
                 context, [&] { context.provider().doTruncateToSize(context.at(path), size); },
-                ErrorCode::NotFound, context.at(path), "truncating what is no file");
+                ErrorCode::NotFound, context.at(path), "truncating a folder or a missing file");
         }
     }
 }
@@ -664,12 +662,12 @@ void truncatingBeyondAllSizes(CheckContext& context) {
     for (const unsigned long long size : {1ULL << 63U, std::numeric_limits<unsigned long long>::max()}) {
         try {
             context.provider().doTruncateToSize(context.at(u"a/f"), size);
-            expect(false, "giving a file more bytes than a long can count succeeds");
+            expect(false, "truncating a file to more bytes than a long can hold succeeds");
         } catch (const std::length_error&) {
         }
     }
     expect(describeTree(context.provider(), context.at(u"")) == before,
-           "giving a file more bytes than a long can count changes something");
+           "truncating a file to more bytes than a long can hold changes something");
 }
 
 // Optional features
@@ -731,7 +729,7 @@ void nothingOptionalIsOffered(CheckContext& context) {
     }
 }
 
-void roomIsWithinCapacity(CheckContext& context) {
+void availableIsWithinCapacity(CheckContext& context) {
     try {
         const ProviderStorageInfo info = context.provider().doGetProviderStorageInfo(context.at(u""));
         expect(info.available <= info.capacity, "a storage has more bytes available than its capacity");
@@ -784,7 +782,7 @@ void canonicalLocationNamesTheSame(CheckContext& context) {
         expect(provider.doExistsExtended(canonical) == provider.doExistsExtended(context.at(path)),
                "the canonical location is that of another entry");
         expect(provider.doGetCanonicalLocation(canonical) == canonical,
-               "the canonical location of a canonical location is another one");
+               "the canonical location of a canonical location differs from it");
     }
 }
 
@@ -814,9 +812,9 @@ constexpr std::array table{
           createsEveryMissingFolder},
     Check{"12.2", "derived.create-existing-recursive",
           "doCreateFolderRecursive of an existing folder succeeds and changes nothing.", Profile::AnyProvider,
-          creatingAnExistingFolderIsNothing},
+          creatingAnExistingFolderChangesNothing},
     Check{"12.3", "derived.create-recursive-file-in-the-way",
-          "A file on the path of doCreateFolderRecursive gives AlreadyExists naming that file.",
+          "If a file is on its path, doCreateFolderRecursive fails with AlreadyExists naming that file.",
           Profile::AnyProvider, fileInTheWayOfFolders},
     Check{"12.4", "derived.create-recursive-read-only",
           "Any other failure of doCreateFolderRecursive names the folder that could not be created.",
@@ -834,7 +832,7 @@ constexpr std::array table{
           "doRemoveFolderRecursively of the root empties it; the root stays.", Profile::InMemoryProvider,
           rootIsOnlyEmptied},
     Check{"12.9", "derived.wildcards",
-          "A pattern selects entries by name: * is any run of characters, ? is one character.",
+          "A pattern selects entries by name: * matches any number of characters, ? matches exactly one.",
           Profile::AnyProvider, patternsChooseByName},
     Check{"12.10", "derived.wildcards-names-only", "Patterns select names in lists of names in the same way.",
           Profile::AnyProvider, patternsChooseNamesOnly},
@@ -882,9 +880,10 @@ constexpr std::array table{
     Check{"12.26", "derived.copy-folder",
           "Copying a folder with doCopyFile fails with NotFound naming the source.",
           Profile::InMemoryProvider, copyingAFolder},
-    Check{"12.27", "derived.copy-progress",
-          "doCopyFileAtomic reports how many bytes are copied: an increasing number, in the end all.",
-          Profile::AnyProvider, copyTellsItsProgress},
+    Check{
+        "12.27", "derived.copy-progress",
+        "doCopyFileAtomic reports the number of bytes copied so far, which increases up to the file's size.",
+        Profile::AnyProvider, copyTellsItsProgress},
     Check{"12.28", "derived.copy-ended",
           "An exception that the progress function throws ends the copy; the destination is unchanged.",
           Profile::AnyProvider, throwingEndsTheCopy},
@@ -892,7 +891,7 @@ constexpr std::array table{
           "doExists and doExistsExtended report the kind of the entry at a location.", Profile::AnyProvider,
           existenceAgrees},
     Check{"12.30", "derived.extended-attributes",
-          "Extended attributes are those of the file or folder; a missing entry gives NotFound.",
+          "Extended attributes are those of the file or folder; a missing entry fails with NotFound.",
           Profile::AnyProvider, extendedAttributesAgree},
     Check{"12.31", "derived.truncate", "doTruncateToSize keeps the first bytes of a file and appends zeros.",
           Profile::AnyProvider, truncatingGivesTheSize},
@@ -915,7 +914,7 @@ constexpr std::array table{
           Profile::InMemoryProvider, nothingOptionalIsOffered},
     Check{"12.38", "derived.storage-info",
           "A storage reports at most its capacity as available, or fails with NotOffered.",
-          Profile::AnyProvider, roomIsWithinCapacity},
+          Profile::AnyProvider, availableIsWithinCapacity},
     Check{"12.39", "derived.path-order", "The comparator of paths is a strict order.", Profile::AnyProvider,
           pathsHaveAnOrder},
     Check{"12.40", "derived.path-order-by-code-units", "Paths are ordered by their UTF-16 code units.",

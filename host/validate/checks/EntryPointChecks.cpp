@@ -42,7 +42,7 @@ Owner build(CheckContext& context) {
     return buildFrom(context.library());
 }
 
-/// Creates the folder "d" in the check's folder, which is missing if the provider has its own storage.
+/// Creates the folder "d" in the check's folder, and first that folder if the provider has its own storage.
 StorageIRI makeFolder(CheckContext& context, const IProvider& provider) {
     if (!provider.doFolderExists(context.at(u""))) {
         provider.doCreateFolder(context.at(u""));
@@ -60,7 +60,7 @@ void use(CheckContext& context, const IProvider& provider) {
     provider.doMoveFile(file, moved, ReplacementPolicy::RefuseExisting);
     expect(contentOf(provider, moved) == "bytes", "a file has other bytes than were written");
     expect(sortedEntries(provider.doListAll(folder)).size() == 1,
-           "a folder with one file lists another number");
+           "the listing of a folder with one file does not have one entry");
     expectFailure([&] { provider.doRemoveFile(file); }, ErrorCode::NotFound, file, "removing a moved file");
     provider.doRemoveFolderRecursively(folder);
 }
@@ -94,7 +94,7 @@ void leavesOtherOwners(CheckContext& context) {
     const StorageIRI folder = makeFolder(context, *other);
     context.library().entryPoint()(&owner);
     expect(owner != other, "the entry point left the pointer as it was");
-    expect(other->doFolderExists(folder), "a provider with another owner lost what was in it");
+    expect(other->doFolderExists(folder), "a provider with another owner lost its content");
 }
 
 void goesWithLastOwner(CheckContext& context) {
@@ -271,7 +271,7 @@ void unloadsWithoutTrace(CheckContext& context) {
         use(context, *buildFrom(plugin.library()));
         expect(isMapped(CopiedPlugin::mappedName), "a library that is loaded is not mapped");
     }
-    expect(!isMapped(CopiedPlugin::mappedName), "the library stays mapped when it was unloaded");
+    expect(!isMapped(CopiedPlugin::mappedName), "the library stays mapped after it was unloaded");
 }
 
 /// Expects that an operation fails with exactly `Exception`, not with a derived class of the plug-in.
@@ -337,8 +337,9 @@ constexpr std::array table{
     Check{"1.8", "entry.storages-are-apart",
           "Two providers share nothing, and the content of one is destroyed with it.", inMemory,
           storagesAreApart},
-    Check{"1.9", "entry.features-are-answered", "doHasFeature answers for every number, and always the same.",
-          any, everyFeatureIsAnswered},
+    Check{"1.9", "entry.features-are-answered",
+          "doHasFeature accepts every number and always returns the same answer for it.", any,
+          everyFeatureIsAnswered},
     Check{"1.10", "entry.volatile-storage-alone",
           "The provider claims the feature VolatileStorage and no other.", inMemory, volatileStorageAlone},
     Check{"1.11", "entry.shuts-down",

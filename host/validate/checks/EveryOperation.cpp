@@ -18,7 +18,7 @@ using namespace provider;
 namespace every_operation {
 namespace {
 
-/// Calls an operation that fails or is not offered. Other rules are about the code.
+/// Calls an operation that may fail. Other rules check the error code.
 template <class Action>
 void tryTo(const Action& action) {
     try {
@@ -107,7 +107,7 @@ void useEvents(CheckContext& context, const IProvider& provider) {
     tryTo([&] { provider.doStopChangePollingMechanism(folder); });
 }
 
-/// Fails for each cause.
+/// Calls operations that fail, for each cause.
 void useFailures(CheckContext& context, const IProvider& provider) {
     const StorageIRI file = context.at(u"d/f");
     const StorageIRI folder = context.at(u"d");

@@ -70,7 +70,7 @@ void sweep(const Experiment& experiment, const std::function<void()>& afterFailu
             return;
         }
         expect(outcome == Outcome::OutOfMemory,
-               fmt::format("{} fails otherwise than with std::bad_alloc when {} bytes of memory are left",
+               fmt::format("{} fails, but not with std::bad_alloc, when {} bytes of memory are left",
                            experiment.name, left));
         afterFailure();
     }
@@ -247,7 +247,7 @@ void nothingChanges(CheckContext& context) {
 /// Which of two locations contains the file. @throws RuleBroken if neither or both do
 const StorageIRI& placeOf(const IProvider& provider, const StorageIRI& before, const StorageIRI& after) {
     expect(provider.doFileExists(before) != provider.doFileExists(after),
-           "after a move that ran out of memory, a file is at neither place or at both");
+           "after a move that ran out of memory, a file is at neither location or at both");
     return provider.doFileExists(before) ? before : after;
 }
 
@@ -325,7 +325,7 @@ void failedAppendChangesNothing(CheckContext& context) {
                "a write that ran out of memory has changed the file");
         writeText(*stream, "x");
         expect(contentOf(provider, tree.file) == "0123456789x",
-               "a stream does not write any more after a write that ran out of memory");
+               "a stream cannot append after a write that ran out of memory");
     });
 }
 
@@ -342,10 +342,10 @@ void readingNeedsNoMemory(CheckContext& context) {
             stream->flush();
         },
         0);
-    expect(outcome == Outcome::Done, "reading, seeking or writing over old bytes fails without memory");
+    expect(outcome == Outcome::Done, "reading, seeking or overwriting fails without memory");
     expect(std::string_view(buffer.data(), 10) == "0123456789" &&
                contentOf(context.provider(), context.at(u"f")) == "01ab456789",
-           "reading, seeking or writing over old bytes goes wrong without memory");
+           "reading, seeking or overwriting has a wrong result without memory");
 }
 
 constexpr std::array table{
@@ -376,7 +376,7 @@ constexpr std::array table{
           "A copy that runs out of memory leaves source and destination unchanged.",
           Profile::InMemoryProvider, copyIsWholeOrNotThere},
     Check{"14.11", "memory.truncating",
-          "A truncation that runs out of memory loses no byte that was to stay.", Profile::InMemoryProvider,
+          "A truncation that runs out of memory loses no byte below the new size.", Profile::InMemoryProvider,
           truncationKeepsBytes},
     Check{"14.12", "memory.appending",
           "An append that runs out of memory changes no byte, and its stream remains usable.",

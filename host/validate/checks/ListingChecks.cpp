@@ -98,9 +98,9 @@ void folderOfOneKind(CheckContext& context) {
         for (const ListingKind& kind : listingKinds) {
             const Listing listing = (provider.*kind.list)(folder);
             expect(listing->hasNext() == kind.yields(entries.front()),
-                   fmt::format("{} of a folder with nothing but {} {} an entry", kind.operation,
+                   fmt::format("{} of a folder with only {} {} an entry", kind.operation,
                                type == Type::File ? "files" : "folders",
-                               listing->hasNext() ? "has" : "has not"));
+                               listing->hasNext() ? "yields" : "does not yield"));
         }
         provider.doRemoveFolderRecursively(folder);
     }
@@ -214,7 +214,7 @@ void cloneIsIndependent(CheckContext& context) {
     clone->step();
     clone->step();
     expect(listing->getEntry() == whole[0] && clone->getEntry() == whole[2],
-           "stepping a clone moves the listing that it was made of");
+           "stepping a clone moves the listing that it was made from");
     listing->step();
     expect(listing->getEntry() == whole[1] && clone->getEntry() == whole[2],
            "stepping a listing moves its clone");
@@ -256,7 +256,7 @@ void askingDoesNotMove(CheckContext& context) {
         alwaysHasNext();
         expect(listing->getEntry() == entry, "a listing returns another entry when getEntry is called again");
         seen.push_back(entry);
-        expect(seen.size() <= mixture.size(), "a listing yields more than there is");
+        expect(seen.size() <= mixture.size(), "a listing yields more entries than exist");
     }
     expect(seen.size() == mixture.size(),
            fmt::format("with many calls of hasNext before each step, a listing yields {}", shown(seen)));
@@ -275,10 +275,10 @@ void listingsAreApart(CheckContext& context) {
     const Listing first = context.provider().doListAll(folder);
     first->step();
     expectSame(sortedEntries(context.provider().doListAll(folder)), mixture,
-               "a listing of a folder that another one is under way in");
+               "a listing of a folder while another one is in progress");
     const FolderEntry entry = first->getEntry();
     first->step();
-    expect(first->getEntry() != entry, "a second listing of a folder disturbs the first");
+    expect(first->getEntry() != entry, "a second listing of a folder affects the first");
 }
 
 void rootListsItsEntries(CheckContext& context) {

@@ -44,8 +44,8 @@ void expectRefused(CheckContext& context, std::u16string_view source, std::u16st
 
 void expectMoved(CheckContext& context, std::u16string_view source, std::u16string_view destination) {
     const IProvider& provider = context.provider();
-    expect(!provider.doFileExists(context.at(source)), "a moved file is still at its old place");
-    expect(provider.doFileExists(context.at(destination)), "a moved file is not at its new place");
+    expect(!provider.doFileExists(context.at(source)), "a moved file is still at its old location");
+    expect(provider.doFileExists(context.at(destination)), "a moved file is not at its new location");
     expect(contentOf(provider, context.at(destination)) == "moved",
            "a moved file has other bytes than before");
 }
@@ -70,7 +70,7 @@ void siblingsStay(CheckContext& context) {
     move(context, u"a/f", u"b/g");
     for (const std::u16string_view sibling : {u"a/f0", u"a/ff", u"a/e", u"b/g0"}) {
         expect(contentOf(context.provider(), context.at(sibling)) == "stays",
-               "moving a file changes another one beside it");
+               "moving a file changes another file");
     }
 }
 
@@ -79,9 +79,9 @@ void oldPlaceIsFree(CheckContext& context) {
     move(context, u"a/f", u"b/g");
     makeFile(context.provider(), context.at(u"a/f"), "new");
     expect(contentOf(context.provider(), context.at(u"b/g")) == "moved",
-           "a new file at the old place of a moved one changes that one");
+           "a new file at the old location of a moved file changes the moved file");
     expect(contentOf(context.provider(), context.at(u"a/f")) == "new",
-           "a new file at the old place of a moved one has other bytes than it was given");
+           "a new file at the old location of a moved file has other bytes than were written");
 }
 
 void missingSource(CheckContext& context) {
@@ -214,7 +214,8 @@ void orderOfTests(CheckContext& context) {
         expectRefusal(
             context, [&] { move(context, u"a/f", u"b/g", policy); }, ErrorCode::AlreadyExists,
             context.at(u"b/g"),
-            "moving a file from a read-only folder onto a read-only file that is to stay");
+            "moving a file from a read-only folder onto a read-only file, under a policy that refuses "
+            "existing files");
     }
 }
 
@@ -225,10 +226,10 @@ void readOnlyFileMoves(CheckContext& context) {
     provider.doSetWritable(context.at(u"a/f"), false);
     move(context, u"a/f", u"b/g");
     expect(!provider.doGetFileAttributes(context.at(u"b/g")).isWritable(),
-           "a read-only file is writable at its new place");
+           "a read-only file is writable at its new location");
     move(context, u"b/g", u"b/h");
     expect(!provider.doGetFileAttributes(context.at(u"b/h")).isWritable(),
-           "a read-only file takes the flag of the file that it replaces");
+           "a read-only file gets the flag of the file that it replaces");
     expectMoved(context, u"b/g", u"b/h");
     provider.doSetWritable(context.at(u"b/h"), true);
 }
@@ -265,10 +266,10 @@ void replacedFileGoesFirst(CheckContext& context) {
     const WriteProtection protection(provider, context.at(u"a"));
     expectFailure([&] { move(context, u"a/f", u"b/g"); }, ErrorCode::ReadOnly, context.at(u"a/f"),
                   "moving a file out of a read-only folder onto a file");
-    expect(
-        !provider.doFileExists(context.at(u"b/g")),
-        "the file that was to be replaced is still there when the source's folder turns out to be read-only");
-    expect(contentOf(provider, context.at(u"a/f")) == "moved", "a move that failed takes the source's bytes");
+    expect(!provider.doFileExists(context.at(u"b/g")),
+           "the file to be replaced still exists after a move that failed because the source's folder is "
+           "read-only");
+    expect(contentOf(provider, context.at(u"a/f")) == "moved", "a failed move changes the source's bytes");
 }
 
 void sourceSurvivesFailure(CheckContext& context) {
@@ -278,10 +279,10 @@ void sourceSurvivesFailure(CheckContext& context) {
     const WriteProtection protection(provider, context.at(u"a"));
     expectFailure([&] { move(context, u"a/f", u"b/g"); }, ErrorCode::ReadOnly, context.at(u"a/f"),
                   "moving a file out of a read-only folder onto a file");
-    expect(contentOf(provider, context.at(u"a/f")) == "moved", "a move that failed takes the source's bytes");
+    expect(contentOf(provider, context.at(u"a/f")) == "moved", "a failed move changes the source's bytes");
     expect(!provider.doFileExists(context.at(u"b/g")) ||
                contentOf(provider, context.at(u"b/g")) == "replaced",
-           "after a move that failed, the destination holds neither nothing nor what it held");
+           "after a failed move, the destination exists with other bytes than before");
 }
 
 void ontoItselfIsRefused(CheckContext& context) {
@@ -298,7 +299,7 @@ void ontoItselfReplacing(CheckContext& context) {
     const IProvider& provider = context.provider();
     expectFailure([&] { move(context, u"a/f", u"a/f"); }, ErrorCode::NotFound, context.at(u"a/f"),
                   "replacing a file by itself");
-    expect(!provider.doExists(context.at(u"a/f")), "a file that was to be replaced by itself is still there");
+    expect(!provider.doExists(context.at(u"a/f")), "a file that was to be replaced by itself still exists");
     provider.doCreateFile(context.at(u"a/f"));
 }
 
@@ -363,7 +364,7 @@ void flagIsKeptOrMoveRefused(CheckContext& context) {
             continue;
         }
         expect(!provider.doGetFileAttributes(context.at(destination)).isWritable(),
-               "a read-only file is writable at its new place");
+               "a read-only file is writable at its new location");
         provider.doSetWritable(context.at(destination), true);
         move(context, destination, u"a/f");
     }
@@ -390,7 +391,7 @@ constexpr std::array table{
           "Moving a missing file fails with NotFound naming the source.", Profile::AnyProvider,
           missingSource},
     Check{"10.5", "moving-files.missing-source-onto-file",
-          "Moving a missing file onto a file fails with NotFound too, and leaves that file.",
+          "Moving a missing file onto a file fails with NotFound too, and leaves that file unchanged.",
           Profile::AnyProvider, missingSourceOntoFile},
     Check{"10.6", "moving-files.missing-destination-folder",
           "Moving a file into a missing folder fails with NotFound naming the source.", Profile::AnyProvider,
@@ -399,7 +400,7 @@ constexpr std::array table{
           "Moving a folder with doMoveFile fails with NotFound naming the source.", Profile::InMemoryProvider,
           folderAtTheSource},
     Check{"10.8", "moving-files.existing-file-refused",
-          "RefuseExisting and RefuseExistingFile refuse an existing file: AlreadyExists naming the "
+          "RefuseExisting and RefuseExistingFile refuse an existing file with AlreadyExists naming the "
           "destination.",
           Profile::AnyProvider, existingFileIsRefused},
     Check{"10.9", "moving-files.existing-file-replaced", "ReplaceExisting replaces an existing file.",
@@ -408,7 +409,7 @@ constexpr std::array table{
           "A policy value without a name replaces an existing file.", Profile::AnyProvider,
           policiesWithoutName},
     Check{"10.11", "moving-files.existing-folder",
-          "Under every policy, a folder at the destination gives AlreadyExists naming the destination.",
+          "Under every policy, moving a file onto a folder fails with AlreadyExists naming the destination.",
           Profile::AnyProvider, existingFolderIsRefused},
     Check{"10.12", "moving-files.read-only-source-folder",
           "Moving a file out of a read-only folder fails with ReadOnly naming the source.",
@@ -447,7 +448,7 @@ constexpr std::array table{
           "Replacing a read-only file by itself fails with ReadOnly and leaves it.", Profile::AnyProvider,
           readOnlyOntoItself},
     Check{"10.24", "moving-files.root",
-          "The root is neither a source nor a destination of a move of files: NotFound naming the source.",
+          "Moving the root as a file, or a file onto the root, fails with NotFound naming the source.",
           Profile::InMemoryProvider, rootIsNeitherSourceNorDestination},
     Check{"10.25", "moving-files.onto-itself-is-not-lost",
           "A file that is moved onto itself keeps its bytes, unless the move fails with NotFound.",

@@ -66,12 +66,12 @@ std::vector<std::u16string> namesIn(CheckContext& context, std::u16string_view f
 /// Expects that the whole tree is at `destination` and no part of it is at `source`.
 void expectMoved(CheckContext& context, std::u16string_view source, std::u16string_view destination) {
     const IProvider& provider = context.provider();
-    expect(!provider.doExists(context.at(source)), "a moved folder is still at its old place");
+    expect(!provider.doExists(context.at(source)), "a moved folder is still at its old location");
     for (const std::u16string_view folder : foldersOfTree) {
         expect(provider.doFolderExists(context.at(below(destination, folder))),
                "a moved folder has lost a folder");
         expect(!provider.doExists(context.at(below(source, folder))),
-               "a part of a moved folder is still at its old place");
+               "a part of a moved folder is still at its old location");
     }
     for (const std::u16string_view file : filesOfTree) {
         expect(provider.doFileExists(context.at(below(destination, file))), "a moved folder has lost a file");
@@ -81,7 +81,7 @@ void expectMoved(CheckContext& context, std::u16string_view source, std::u16stri
     expect(namesIn(context, destination).size() == 3 &&
                namesIn(context, below(destination, u"/s")).size() == 2 &&
                namesIn(context, below(destination, u"/e")).empty(),
-           "a moved folder holds more than before");
+           "a moved folder has more entries than before");
 }
 
 void movesUnderEveryPolicy(CheckContext& context) {
@@ -91,7 +91,7 @@ void movesUnderEveryPolicy(CheckContext& context) {
         expectMoved(context, u"p/a", u"q/b");
         move(context, u"q/b", u"q/c", policy);
         expectMoved(context, u"q/b", u"q/c");
-        for (const std::u16string_view beside : {u"p/ab", u"p/a b", u"p/a.b", u"p/a-"}) { // begins like "p/a"
+        for (const std::u16string_view beside : {u"p/ab", u"p/a b", u"p/a.b", u"p/a-"}) { // begin with "p/a"
             move(context, u"q/c", u"p/a", policy);
             expectMoved(context, u"q/c", u"p/a");
             move(context, u"p/a", beside, policy);
@@ -111,7 +111,7 @@ void movedFolderWorks(CheckContext& context) {
     provider.doCreateFolder(context.at(u"q/b/e/new"));
     provider.doRemoveFile(context.at(u"q/b/s/t/h"));
     expect(namesIn(context, u"q/b/s/t") == std::vector<std::u16string>{u"new"},
-           "a folder in a moved folder does not hold what was made and removed there");
+           "the entries of a moved folder are not those that were created and not removed in it");
     provider.doRemoveFolderRecursively(context.at(u"q/b"));
     expect(namesIn(context, u"q").empty(), "a moved folder cannot be removed");
 }
@@ -122,7 +122,7 @@ void oldPlaceIsFree(CheckContext& context) {
     context.provider().doCreateFolder(context.at(u"p/a"));
     context.provider().doCreateFolder(context.at(u"p/a/s"));
     expect(namesIn(context, u"p/a/s").empty() && namesIn(context, u"p/a").size() == 1,
-           "a new folder at the old place of a moved one holds what that one holds");
+           "a new folder at the old location of a moved folder is not empty");
 }
 
 void siblingsStay(CheckContext& context) {
@@ -135,7 +135,7 @@ void siblingsStay(CheckContext& context) {
     move(context, u"p/a", u"q/b");
     for (const std::u16string_view sibling : {u"p/a-b", u"p/a0", u"p/ab"}) {
         expect(contentOf(provider, context.at(below(sibling, u"/f"))) == "stays",
-               "moving a folder changes a folder beside it whose name begins alike");
+               "moving a folder changes a sibling with a similar name");
     }
 }
 
@@ -152,7 +152,7 @@ void deepFolderMoves(CheckContext& context) {
     expect(contentOf(provider, context.at(below(u"b", inside + u"/f"))) == "deep",
            "a file 100 folders below a moved one is lost");
     expect(!provider.doFolderExists(context.at(below(u"a", inside))),
-           "a folder 100 folders below a moved one is still at its old place");
+           "a folder 100 folders below a moved one is still at its old location");
 }
 
 void wideFolderMoves(CheckContext& context) {
@@ -207,7 +207,7 @@ void expectReplaced(CheckContext& context, ReplacementPolicy policy) {
     context.provider().doCreateFolder(context.at(u"q/b"));
     move(context, u"p/a", u"q/b", policy);
     expectMoved(context, u"p/a", u"q/b");
-    expect(namesIn(context, u"q").size() == 1, "a replaced folder is still there beside the moved one");
+    expect(namesIn(context, u"q").size() == 1, "a replaced folder still exists beside the moved one");
     move(context, u"q/b", u"p/a", policy);
 }
 
@@ -230,7 +230,7 @@ void fullFolderIsRefused(CheckContext& context) {
     provider.doCreateFolder(context.at(u"q/b"));
     makeFile(provider, context.at(u"q/b/kept"), "kept");
     expectRefused(context, u"p/a", u"q/b", ErrorCode::AlreadyExists, context.at(u"q/b"),
-                  "moving a folder onto a folder that holds something");
+                  "moving a folder onto a folder that is not empty");
     for (const auto& [source, destination] :
          std::initializer_list<std::pair<std::u16string_view, std::u16string_view>>{{u"p/a/s", u"p/a"},
                                                                                     {u"p/a/s/t", u"p/a"},
@@ -238,7 +238,7 @@ void fullFolderIsRefused(CheckContext& context) {
                                                                                     {u"p/a/e", u"p"},
                                                                                     {u"p/a", u"p"}}) {
         expectRefused(context, source, destination, ErrorCode::AlreadyExists, context.at(destination),
-                      "moving a folder onto one that it is in");
+                      "moving a folder onto a folder above it");
     }
 }
 
@@ -329,12 +329,12 @@ void orderOfTests(CheckContext& context) {
     expectRefused(context, u"p/a", u"missing/b", ErrorCode::NotFound, context.at(u"p/a"),
                   "moving a read-only folder into a missing one");
     expectRefused(context, u"p/a", u"q/full", ErrorCode::AlreadyExists, context.at(u"q/full"),
-                  "moving a read-only folder onto one that holds something");
+                  "moving a read-only folder onto one that is not empty");
     expectRefused(context, u"p/a", u"p/a/new", ErrorCode::AlreadyExists, context.at(u"p/a/new"),
                   "moving a read-only folder below itself");
     expectRefusal(
         context, [&] { move(context, u"p/a", u"q/empty", policies::refuse); }, ErrorCode::AlreadyExists,
-        context.at(u"q/empty"), "moving a read-only folder onto an empty one that is to stay");
+        context.at(u"q/empty"), "moving a read-only folder onto an empty one under RefuseExisting");
 }
 
 void flagsAfterTheMove(CheckContext& context) {
@@ -343,12 +343,12 @@ void flagsAfterTheMove(CheckContext& context) {
     provider.doSetWritable(context.at(u"p/a/s/g"), false);
     move(context, u"p/a", u"q/b");
     expect(!provider.doGetFileAttributes(context.at(u"q/b/s/g")).isWritable(),
-           "a read-only file in a moved folder is writable at its new place");
+           "a read-only file in a moved folder is writable at its new location");
     expect(provider.doGetFileAttributes(context.at(u"q/b/f")).isWritable(),
-           "a writable file in a moved folder is read-only at its new place");
+           "a writable file in a moved folder is read-only at its new location");
     for (const std::u16string_view folder : foldersOfTree) {
         expect(provider.doGetFolderAttributes(context.at(below(u"q/b", folder))).isWritable(),
-               "a moved folder is read-only at its new place");
+               "a moved folder is read-only at its new location");
     }
     provider.doSetWritable(context.at(u"q/b/s/g"), true);
 }
@@ -391,7 +391,7 @@ void moveAsFarAsItGoes(CheckContext& context) {
         move(context, u"p/a", u"q/b");
     } catch (const Exception& failure) {
         expect(failure.getErrorCode() == ErrorCode::ReadOnly && failure.getIRI() == context.at(u"p/a"),
-               "a move that a read-only folder stops does not fail with ReadOnly naming the source");
+               "a move stopped by a read-only folder does not fail with ReadOnly naming the source");
     }
 }
 
@@ -403,7 +403,7 @@ void nothingIsLostMidway(CheckContext& context) {
         const StorageIRI before = context.at(below(u"p/a", file));
         const StorageIRI after = context.at(below(u"q/b", file));
         expect(provider.doFileExists(before) != provider.doFileExists(after),
-               "after a move that stopped midway, a file is at neither place or at both");
+               "after a move that stopped midway, a file is at neither location or at both");
         expect(contentOf(provider, provider.doFileExists(before) ? before : after) == bytesOf(file),
                "after a move that stopped midway, a file has other bytes");
     }
@@ -423,13 +423,13 @@ void stateMidway(CheckContext& context) {
     const IProvider& provider = context.provider();
     using Names = std::vector<std::u16string>;
     expect(namesIn(context, u"q/b") == Names{u"e", u"f"},
-           "a move that a read-only folder stopped has not moved what comes before it in the order of paths");
+           "a move stopped by a read-only folder has not moved the entries before it in the order of paths");
     expect(namesIn(context, u"p/a") == Names{u"s", u"z"},
-           "a move that a read-only folder stopped has not left it and what comes behind it");
+           "a move stopped by a read-only folder has not left it and the entries after it");
     expect(namesIn(context, u"p/a/s") == Names{u"g", u"t"},
-           "a move that a read-only folder stopped has taken something out of that");
+           "a move stopped by a read-only folder has removed entries from it");
     expect(!provider.doGetFolderAttributes(context.at(u"p/a/s")).isWritable(),
-           "a move that a read-only folder stopped has changed its flag");
+           "a move stopped by a read-only folder has changed the folder's flag");
     provider.doSetWritable(context.at(u"p/a/s"), true);
 }
 
@@ -442,7 +442,8 @@ void replacedFolderGoesFirst(CheckContext& context) {
         expectFailure([&] { move(context, u"p/a", u"q/b"); }, ErrorCode::ReadOnly, context.at(u"p/a"),
                       "replacing an empty folder by a read-only one, or one in a read-only folder");
         expect(!provider.doFolderExists(context.at(u"q/b")),
-               "the folder that was to be replaced is still there when the source turns out to be read-only");
+               "the folder to be replaced still exists after a move that failed because the source is "
+               "read-only");
     }
 }
 
@@ -525,7 +526,7 @@ constexpr std::array table{
           "Moving a file with doMoveFolder fails with NotFound naming the source.", Profile::InMemoryProvider,
           fileAtTheSource},
     Check{"11.10", "moving-folders.empty-folder-refused",
-          "RefuseExisting refuses an existing empty folder: AlreadyExists naming the destination.",
+          "RefuseExisting refuses an existing empty folder with AlreadyExists naming the destination.",
           Profile::AnyProvider, emptyFolderIsRefused},
     Check{"11.11", "moving-folders.empty-folder-replaced",
           "ReplaceExisting and RefuseExistingFile replace an existing empty folder.", Profile::AnyProvider,
@@ -534,11 +535,11 @@ constexpr std::array table{
           "A policy value without a name replaces an existing empty folder.", Profile::AnyProvider,
           policiesWithoutName},
     Check{"11.13", "moving-folders.full-folder-refused",
-          "Under every policy, a destination folder that is not empty gives AlreadyExists naming the "
+          "Under every policy, moving onto a folder that is not empty fails with AlreadyExists naming the "
           "destination.",
           Profile::AnyProvider, fullFolderIsRefused},
     Check{"11.14", "moving-folders.file-in-the-way",
-          "Under every policy, a file at the destination gives AlreadyExists naming the destination.",
+          "Under every policy, moving a folder onto a file fails with AlreadyExists naming the destination.",
           Profile::AnyProvider, fileInTheWayIsRefused},
     Check{"11.15", "moving-folders.onto-itself",
           "Under every policy, moving a folder onto itself fails with AlreadyExists naming the destination.",
@@ -568,8 +569,8 @@ constexpr std::array table{
           "Everything that was moved and both folders get the same time; nothing else is stamped.",
           Profile::InMemoryProvider, everythingIsStampedAlike},
     Check{"11.24", "moving-folders.nothing-lost-midway",
-          "A read-only folder below the source may stop a move: ReadOnly naming the source, each file "
-          "at its old or its new location.",
+          "A read-only folder below the source may stop a move with ReadOnly naming the source; each file is "
+          "then at its old or its new location.",
           Profile::AnyProvider, nothingIsLostMidway},
     Check{"11.25", "moving-folders.state-midway",
           "A move that stops has moved the entries that come first in the order of paths, and no others.",
@@ -578,7 +579,7 @@ constexpr std::array table{
           "A replaced empty folder is lost if the source then turns out to be read-only.",
           Profile::InMemoryProvider, replacedFolderGoesFirst},
     Check{"11.27", "moving-folders.root",
-          "The root is neither a source nor a destination of a move of folders: NotFound naming the source.",
+          "Moving the root, or a folder onto the root, fails with NotFound naming the source.",
           Profile::InMemoryProvider, rootIsNeitherSourceNorDestination},
     Check{"11.28", "moving-folders.many-flags", "Hundreds of files in a moved folder keep their own flags.",
           Profile::AnyProvider, manyFilesKeepTheirFlags},

@@ -40,8 +40,8 @@ void missingFileIsCreated(CheckContext& context) {
         const StorageIRI file = context.at(u"f");
         const auto stream = openStream(provider, file, options);
         expect(provider.doFileExists(file), "opening a missing file does not create it");
-        expect(readRest(*stream).empty(), "a file that opening created has bytes");
-        expect(provider.doGetFileAttributes(file).isWritable(), "a file that opening created is read-only");
+        expect(readRest(*stream).empty(), "a file created by opening it is not empty");
+        expect(provider.doGetFileAttributes(file).isWritable(), "a file created by opening it is read-only");
         provider.doRemoveFile(file);
     }
 }
@@ -175,7 +175,7 @@ void existingFileInReadOnlyFolderOpens(CheckContext& context) {
     makeFile(provider, file, "old");
     const WriteProtection protection(provider, context.at(u"d"));
     writeText(*openStream(provider, file), "new");
-    expect(contentOf(provider, file) == "new", "writing to a file in a read-only folder does not reach it");
+    expect(contentOf(provider, file) == "new", "a write to a file in a read-only folder is lost");
 }
 
 void folderIsNoFile(CheckContext& context) {
@@ -248,9 +248,9 @@ void creationStamps(CheckContext& context) {
     const auto before = utcNow();
     openStream(provider, context.at(u"f"));
     const auto time = provider.doGetFileAttributes(context.at(u"f")).getLastModified();
-    expect(isWithin(time, before, utcNow()), "a file that opening created has not the current time");
+    expect(isWithin(time, before, utcNow()), "a file created by opening it does not have the current time");
     expect(provider.doGetFolderAttributes(folder).getLastModified() == time,
-           "a file that opening created and its folder have different times");
+           "a file created by opening it and its folder have different times");
 }
 
 void readingStampsNothing(CheckContext& context) {
@@ -276,7 +276,7 @@ void unnamedNumbersMeanTheDefault(CheckContext& context) {
                                         .append = static_cast<ByteStreamAppend>(number)});
         writeText(*stream, "ab");
         expect(contentOf(provider, file) == "ab23456789",
-               fmt::format("content {0} or append {0} is not taken like 1", number));
+               fmt::format("content {0} or append {0} is not treated like the default", number));
         provider.doRemoveFile(file);
     }
 }

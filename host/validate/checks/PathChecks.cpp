@@ -27,7 +27,7 @@ namespace {
 using Names = std::vector<std::u16string>;
 
 /// Whether the storage accepts a name. The in-memory provider must accept every name.
-bool isTaken(CheckContext& context, const std::u16string& name) {
+bool isAccepted(CheckContext& context, const std::u16string& name) {
     try {
         context.provider().doCreateFile(context.at(name));
         context.provider().doRemoveFile(context.at(name));
@@ -43,7 +43,7 @@ void expectNamesKept(CheckContext& context, const Names& wanted) {
     const IProvider& provider = context.provider();
     Names names;
     std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(names),
-                 [&](const std::u16string& name) { return isTaken(context, name); });
+                 [&](const std::u16string& name) { return isAccepted(context, name); });
     if (names.empty()) {
         skip("the storage accepts no such names");
     }
@@ -82,7 +82,7 @@ void similarNames(CheckContext& context) {
 
 /// A case-sensitive storage must distinguish case in all letters. A case-insensitive one must ignore it in
 /// ASCII letters.
-void caseAsTold(CheckContext& context) {
+void caseAsReported(CheckContext& context) {
     const IProvider& provider = context.provider();
     const bool sensitive =
         provider.doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive;
@@ -92,7 +92,7 @@ void caseAsTold(CheckContext& context) {
              {u"\u00C9t\u00E9", u"\u00E9t\u00E9"},
              {u"\u0416", u"\u0436"},
              {u"\u03A9", u"\u03C9"}}) {
-        if (!isTaken(context, name) || !isTaken(context, other)) {
+        if (!isAccepted(context, name) || !isAccepted(context, other)) {
             continue;
         }
         tried = true;
@@ -148,11 +148,11 @@ void expectSameFile(CheckContext& context, const std::u16string& spelled) {
     const StorageIRI file(spelled);
     makeFile(provider, file, "here");
     expect(contentOf(provider, context.at(u"d/f")) == "here",
-           fmt::format("a file made as {} is not where {} is", printable(spelled),
+           fmt::format("a file created as {} does not exist as {}", printable(spelled),
                        printable(context.at(u"d/f").getPath())));
     const auto entries = sortedEntries(provider.doListAll(context.at(u"d")));
     expect(entries.size() == 1 && entries.front().getName() == u"f",
-           fmt::format("a file made as {} is not listed as \"f\"", printable(spelled)));
+           fmt::format("a file created as {} is not listed as \"f\"", printable(spelled)));
     provider.doRemoveFile(file);
 }
 
@@ -170,8 +170,8 @@ void twoTrailingSlashes(CheckContext& context) {
     makeFile(provider, context.at(u"d//"), "nameless");
     const auto entries = sortedEntries(provider.doListAll(context.at(u"d")));
     expect(entries.size() == 1 && entries.front().getName().empty(),
-           "a file made with two slashes behind its folder is not the one without a name in it");
-    expect(provider.doFolderExists(context.at(u"d")), "a file without a name takes the place of its folder");
+           "a file created with two slashes after its folder is not listed with an empty name");
+    expect(provider.doFolderExists(context.at(u"d")), "a file with an empty name replaces its folder");
 }
 
 void innerSlashes(CheckContext& context) {
@@ -181,17 +181,17 @@ void innerSlashes(CheckContext& context) {
     makeFile(provider, context.at(u"d//f"), "two");
     expect(contentOf(provider, context.at(u"d/f")) == "one" &&
                contentOf(provider, context.at(u"d//f")) == "two",
-           "paths with one slash and with two between the same names are one");
+           "paths with one and with two slashes between the same names lead to one file");
     const auto entries = sortedEntries(provider.doListAll(context.at(u"d")));
     expect(entries.size() == 2 && entries.front().getName() == u"f" && entries.back().getName() == u"f",
-           "files with one slash and with two before the same name are not both listed by that name");
+           "files with one and with two slashes before the same name are not both listed by that name");
 }
 
 void relativePaths(CheckContext& context) {
     const IProvider& provider = context.provider();
     makeFile(provider, StorageIRI(u"x/relative"), "");
     expect(provider.doFileExists(StorageIRI(u"/relative")),
-           "a path with a slash at its second place does not begin there");
+           "a path with a slash as its second code unit does not begin there");
     for (const char16_t* path : {u"xy/relative", u"relative"}) {
         const StorageIRI file(path);
         expectFailure([&] { provider.doCreateFile(file); }, ErrorCode::NotFound, file,
@@ -212,31 +212,30 @@ void resolvedPathUsed(CheckContext& context) {
     makeFile(provider, alias(context.at(u"f")), "bytes");
     provider.doCreateFolder(alias(context.at(u"d")));
     expect(provider.doFileExists(context.at(u"f")) && provider.doFolderExists(context.at(u"d")),
-           "an entry created at a location is not at its resolved path");
+           "creating an entry does not use the resolved path");
     expect(provider.doFileExists(alias(context.at(u"f"))) &&
                provider.doFolderExists(alias(context.at(u"d"))) &&
                provider.doGetFileAttributes(alias(context.at(u"f"))).getSize() == 5 &&
                !provider.doListAll(alias(context.at(u"d")))->hasNext(),
-           "a query of a location does not use its resolved path");
+           "a query does not use the resolved path");
     provider.doSetLastModified(alias(context.at(u"d")), pastTime());
     expect(contentOf(provider, alias(context.at(u"f"))) == "bytes" &&
                provider.doGetFolderAttributes(context.at(u"d")).getLastModified() <=
                    pastTime() + boost::gregorian::days(1),
-           "a stream or a time for a location is not for its resolved path");
+           "opening a file or setting a time does not use the resolved path");
     provider.doMoveFile(alias(context.at(u"f")), alias(context.at(u"d/g")),
                         ReplacementPolicy::RefuseExisting);
     provider.doMoveFolder(alias(context.at(u"d")), alias(context.at(u"e")),
                           ReplacementPolicy::RefuseExisting);
-    expect(provider.doFileExists(context.at(u"e/g")),
-           "a move from or to a location is not at its resolved path");
+    expect(provider.doFileExists(context.at(u"e/g")), "a move does not use the resolved paths");
     provider.doRemoveFile(alias(context.at(u"e/g")));
     provider.doRemoveFolder(alias(context.at(u"e")));
     expect(!provider.doListAll(context.at(u""))->hasNext(),
-           "removing a location does not remove the entry at its resolved path");
+           "removing an entry does not use the resolved path");
 }
 
-/// Calls every operation with locations that are missing, and some with locations that exist, each given by
-/// another path than the one that it resolves to.
+/// Calls operations with missing and with existing locations. The given path of each differs from its
+/// resolved path.
 void locationNamedAsGiven(CheckContext& context) {
     const IProvider& provider = context.provider();
     makeFile(provider, context.at(u"f"), "bytes");
@@ -315,8 +314,8 @@ bool isCaseSensitive(CheckContext& context) {
     return context.provider().doGetFilenameSensitivity(context.at(u"")) == FilenameSensitivity::CaseSensitive;
 }
 
-/// Whether a name contains a character that may have another case. Small letters of ASCII do not count. The
-/// blocks are those of all scripts with case; a high surrogate stands for its planes.
+/// Whether a name contains a character that may have another case. Lower-case ASCII letters do not count. The
+/// blocks cover all scripts with case; a high surrogate represents its planes.
 bool mayHaveCase(std::u16string_view name) {
     static constexpr std::array<std::pair<char16_t, char16_t>, 19> blocks{{{u'A', u'Z'},
                                                                            {0xB5, 0xB5},
@@ -573,7 +572,7 @@ constexpr std::array table{
         "4.4", "paths.case-as-told",
         "Names that differ only in case are distinct if doGetFilenameSensitivity says so; otherwise they are "
         "equal, at least those in ASCII.",
-        any, caseAsTold},
+        any, caseAsReported},
     Check{"4.5", "paths.case-is-kept", "Names that differ only in case are two names.", inMemory,
           caseSensitive},
     Check{"4.6", "paths.code-units",
@@ -592,11 +591,11 @@ constexpr std::array table{
     Check{"4.12", "paths.leading-slashes", "Several slashes at the beginning of a path count as one.",
           inMemory, leadingSlashes},
     Check{"4.13", "paths.inner-slashes",
-          "Two slashes between names give another path than one, in the same folder.", inMemory,
-          innerSlashes},
+          "Paths with one and with two slashes between names lead to different entries of the same folder.",
+          inMemory, innerSlashes},
     Check{"4.14", "paths.relative",
-          "A path without a leading slash is in no folder, except that one whose second code unit is a slash "
-          "begins there.",
+          "A path without a leading slash is in no folder; but if its second code unit is a slash, it begins "
+          "there.",
           inMemory, relativePaths},
     Check{"4.15", "paths.resolved-path-is-used", "The resolved path of a location determines the entry.", any,
           resolvedPathUsed},
@@ -621,7 +620,7 @@ constexpr std::array table{
           "A name with any character is refused with NotFound, or listed unchanged and distinct from others.",
           any, charactersAreApart},
     Check{"4.23", "paths.only-the-slash-separates",
-          "No character but the slash separates names: a file beside a folder never is in it.", any,
+          "Only the slash separates names: a file beside a folder is never in it.", any,
           onlyTheSlashSeparates},
 };
 

@@ -47,7 +47,7 @@ std::string entriesOf(const char* folder) {
     return std::to_string(std::distance(begin(entries), end(entries)));
 }
 
-/// The process IDs. Empty if the kernel does not list children.
+/// The process IDs of all children. Empty if the kernel does not list children.
 std::string children() {
     std::string numbers;
     for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -60,7 +60,7 @@ std::string children() {
 }
 
 std::string environment() {
-    // localtime(3) and mktime(3) read the time zone. They may do so for the first time in a provider.
+    // localtime(3) and mktime(3) initialize the time zone. A provider may be the first to call them.
     [[maybe_unused]] static const bool zoneIsRead = (::tzset(), true);
     std::string text;
     for (char* const* each = ::environ; each != nullptr && *each != nullptr; ++each) {
@@ -120,7 +120,7 @@ std::string limits() {
     return text;
 }
 
-/// What other parts of the program and its supervisor can see of the process.
+/// Attributes of the process that the rest of the program or a supervisor can see.
 std::string identity() {
     cpu_set_t processors{};
     ::sched_getaffinity(0, sizeof processors, &processors);
@@ -236,7 +236,7 @@ void callsNeedNoMoreMemory(CheckContext& context) {
     const std::size_t pages = addressSpace();
     const std::size_t before = memoryInUse();
     if (before == 0) {
-        skip("this allocator does not count");
+        skip("this allocator does not report its memory");
     }
     for (int i = 0; i < rounds; ++i) {
         round();
@@ -275,10 +275,10 @@ constexpr std::array table{
     Check{"15.12", "process.limits", "A provider does not change the priority or a resource limit.", any,
           staysAsItWas<resourceLimits>},
     Check{"15.13", "process.standard-streams",
-          "A provider does not close, replace or reconfigure standard input, output and error.", any,
+          "A provider does not close, replace or reconfigure standard input, output or error.", any,
           staysAsItWas<standardDescriptors>},
     Check{"15.14", "process.attributes",
-          "A provider does not change name, user, process group, scheduling and handlers of the process.",
+          "A provider does not change the name, user, process group, scheduling or handlers of the process.",
           any, staysAsItWas<attributes>},
 };
 

@@ -15,8 +15,8 @@ class CheckContext;
 
 namespace checks {
 
-/// Random changes of a tree in the check's folder, and a model of the tree. Only changes with one allowed
-/// result: nothing read-only is changed, and no existing entry is in the way.
+/// Random changes of a tree in the check's folder, and a model of the tree. Each change has exactly one
+/// allowed result: it changes nothing read-only, and no entry exists at its destination.
 ///
 /// Borrows the context. Not thread-safe.
 class RandomTree {
@@ -42,7 +42,7 @@ private:
         bool isFolder;
         bool writable = true;
         std::string bytes = {};
-        std::optional<Time> time = {}; ///< if nothing has changed the entry since it was set
+        std::optional<Time> time = {}; ///< the time that was set, unless the entry has changed since
     };
     using Entries = std::map<Path, Entry>;
 
@@ -66,7 +66,7 @@ private:
     void setTime(const Path& path);
 
     CheckContext& context_;
-    std::vector<std::u16string> names_; ///< which the storage accepts
+    std::vector<std::u16string> names_; ///< names that the storage accepts
     Entries entries_;
 };
 

@@ -73,7 +73,7 @@ void largeWriteIsKept(CheckContext& context) {
            "the size of a file of 17 MiB is wrong");
 }
 
-void writingGoesOnBehindWhatWasWritten(CheckContext& context) {
+void writeAdvancesPosition(CheckContext& context) {
     const auto stream = openStream(context.provider(), context.at(u"f"));
     for (const std::string_view part : {"ab", "c", "def"}) {
         writeText(*stream, part);
@@ -111,7 +111,7 @@ void writingNothingChangesNothing(CheckContext& context) {
     expectContent(context, u"empty", "", "after writing 0 bytes to an empty file");
 }
 
-void readingGoesOnBehindWhatWasRead(CheckContext& context) {
+void readAdvancesPosition(CheckContext& context) {
     const auto stream = openDigits(context);
     std::string bytes;
     for (std::string part; !(part = readOnce(*stream, 3)).empty();) {
@@ -127,7 +127,7 @@ void readingAtTheEndGivesNothing(CheckContext& context) {
     seekTo(*stream, 0, fromEnd);
     std::array<char, 4> buffer{'k', 'e', 'p', 't'};
     expect(stream->read(buffer.data(), 4) == -1, "reading at the end does not return -1");
-    expect(std::string_view(buffer.data(), 4) == "kept", "reading at the end touches the buffer");
+    expect(std::string_view(buffer.data(), 4) == "kept", "reading at the end changes the buffer");
     expect(positionOf(*stream) == 10, "reading at the end moves the position");
 }
 
@@ -136,7 +136,8 @@ void readingNothingGivesNothing(CheckContext& context) {
     seekTo(*stream, 3, fromBeginning);
     char untouched = 'k';
     expect(stream->read(&untouched, 0) == -1, "reading 0 bytes does not return -1");
-    expect(untouched == 'k' && positionOf(*stream) == 3, "reading 0 bytes does something");
+    expect(untouched == 'k' && positionOf(*stream) == 3,
+           "reading 0 bytes changes the buffer or the position");
 }
 
 void readingStopsAtTheEnd(CheckContext& context) {
@@ -147,7 +148,7 @@ void readingStopsAtTheEnd(CheckContext& context) {
     expect(count >= 1 && count <= 3, fmt::format("reading 100 bytes, 3 before the end, returns {}", count));
     const std::string expected = std::string("789").substr(0, static_cast<std::size_t>(count)) +
                                  std::string(static_cast<std::size_t>(100 - count), 'k');
-    expect(buffer == expected, "reading touches more of the buffer than it says, or gives other bytes");
+    expect(buffer == expected, "a read changes more of the buffer than it returns, or returns other bytes");
 }
 
 void seekingInEveryDirection(CheckContext& context) {
@@ -199,7 +200,7 @@ void seekingInNoDirectionFails(CheckContext& context) {
     const auto stream = openDigits(context);
     seekTo(*stream, 5, fromBeginning);
     expect(seekTo(*stream, 1, static_cast<std::ios_base::seekdir>(7)) == -1 && positionOf(*stream) == 5,
-           "a seek in a direction that there is not does not fail with -1");
+           "a seek in an unknown direction does not return -1, or moves the position");
 }
 
 void flushChangesNothing(CheckContext& context) {
@@ -224,11 +225,11 @@ void streamsShareBytes(CheckContext& context) {
     const auto reader = openForReading(context.provider(), context.at(u"f"));
     expect(readOnce(*reader, 1) == "0", "a stream does not read the first byte");
     writeText(*writer, "abc");
-    expect(readOnce(*reader, 1) == "b", "a stream does not read what another has written over old bytes");
+    expect(readOnce(*reader, 1) == "b", "a stream does not read bytes that another has overwritten");
     seekTo(*writer, 0, fromEnd);
     writeText(*writer, "xyz");
     seekTo(*reader, -3, fromEnd);
-    expect(readRest(*reader) == "xyz", "a stream does not read what another has written at the end");
+    expect(readRest(*reader) == "xyz", "a stream does not read bytes that another has appended");
 }
 
 void writesAreVisibleAtOnce(CheckContext& context) {
@@ -248,7 +249,7 @@ void positionsAreIndependent(CheckContext& context) {
     readText(*second, 2);
     writeText(*first, "x");
     expect(positionOf(*first) == 6 && positionOf(*second) == 2 && positionOf(*third) == 0,
-           "the position of one stream follows that of another");
+           "the streams on a file do not have independent positions");
 }
 
 void appendingGoesToTheEnd(CheckContext& context) {
@@ -260,7 +261,7 @@ void appendingGoesToTheEnd(CheckContext& context) {
     expectContent(context, u"f", "0123456789abcd", "after appending from position 2");
     expect(positionOf(*stream) == 14, "the position is not after the appended bytes");
     expect(seekTo(*stream, 8, fromBeginning) == 8 && readText(*stream, 3) == "89a",
-           "a stream that appends cannot be read anywhere");
+           "a stream that appends cannot seek and read");
 }
 
 void appendersLoseNothing(CheckContext& context) {
@@ -314,13 +315,13 @@ void growingTooFarFails(CheckContext& context) {
     const auto stream = openToAppend(context.provider(), context.at(u"f"));
     try {
         stream->write("x", longest);
-        expect(false, "appending more bytes than there can be succeeds");
+        expect(false, "appending more bytes than a file can have succeeds");
     } catch (const std::bad_alloc&) {
     } catch (const std::length_error&) {
     }
-    expectContent(context, u"f", "0123456789", "after a write that could not be");
+    expectContent(context, u"f", "0123456789", "after a write that is too large");
     writeText(*stream, "ab");
-    expectContent(context, u"f", "0123456789ab", "after a write that could be");
+    expectContent(context, u"f", "0123456789ab", "after a write that fits");
 }
 
 void streamOutlivesRemoval(CheckContext& context) {
@@ -349,7 +350,7 @@ void removedFileStaysRemoved(CheckContext& context) {
     expect(readRest(*stream) == "abcdefgh89", "a stream on a removed file shares bytes with a new file");
 }
 
-/// Expects that writes through the old stream show in the moved file, and the other way round.
+/// Expects that writes through the old stream are visible in the moved file, and vice versa.
 void expectShared(CheckContext& context, ByteStream& old, std::u16string_view movedTo) {
     seekTo(old, 0, fromBeginning);
     writeText(old, "ab");
@@ -357,7 +358,8 @@ void expectShared(CheckContext& context, ByteStream& old, std::u16string_view mo
     const auto stream = openStream(context.provider(), context.at(movedTo));
     seekTo(*stream, 0, fromEnd);
     writeText(*stream, "xyz");
-    expect(readRest(old) == "23456789xyz", "a stream opened before the move does not read what is new");
+    expect(readRest(old) == "23456789xyz",
+           "a stream opened before the move does not read bytes written after it");
     openStream(context.provider(), context.at(movedTo), {.content = ByteStreamContent::Empty});
     expect(readOnce(old, 1).empty(),
            "a stream opened before the move reads bytes that were removed by emptying the file");
@@ -480,7 +482,7 @@ public:
 private:
     std::size_t below(std::size_t limit) { return context_.random()() % limit; }
 
-    /// Mostly small, sometimes about a power of two.
+    /// Mostly small, sometimes close to a power of two.
     std::size_t count() {
         switch (below(8)) {
         case 0:
@@ -492,7 +494,7 @@ private:
         }
     }
 
-    /// Sometimes the beginning, the end, or a multiple of a common size of blocks.
+    /// Sometimes the beginning, the end, or a multiple of a common block size.
     long target() {
         const auto size = static_cast<long>(model_.size());
         switch (below(8)) {
@@ -552,7 +554,7 @@ private:
 
     static void expectPosition(ModelledStream& chosen) {
         expect(positionOf(*chosen.stream) == static_cast<long>(chosen.position),
-               "after random steps, a position is not where it should be");
+               "after random steps, a stream has another position than the model");
     }
 
     CheckContext& context_;
@@ -590,7 +592,7 @@ void readsOfAnySize(CheckContext& context) {
         std::string buffer(static_cast<std::size_t>(size) + 1, 'k');
         for (long count = 0; (count = stream->read(buffer.data(), size)) != -1;) {
             expect(count > 0 && count <= size && buffer.back() == 'k',
-                   fmt::format("a read of {} bytes answers {}, or writes past its buffer", size, count));
+                   fmt::format("a read of {} bytes returns {}, or writes past its buffer", size, count));
             seen.append(buffer, 0, static_cast<std::size_t>(count));
             expect(positionOf(*stream) == static_cast<long>(seen.size()),
                    fmt::format("after a read of {} bytes the position is not after them", size));
@@ -599,7 +601,8 @@ void readsOfAnySize(CheckContext& context) {
     }
 }
 
-/// Bytes that text editors, archives and sparse files treat specially, alone, in front and at the end.
+/// Writes bytes that text editors, archives or sparse files treat specially: alone, before text, after text,
+/// and twice.
 void bytesAreNotInterpreted(CheckContext& context) {
     const IProvider& provider = context.provider();
     const std::array<std::string, 16> special{"\xEF\xBB\xBF",
@@ -626,7 +629,7 @@ void bytesAreNotInterpreted(CheckContext& context) {
             seekTo(*stream, 0, fromBeginning);
             expect(readRest(*stream) == bytes && contentOf(provider, context.at(u"f")) == bytes &&
                        provider.doGetFileAttributes(context.at(u"f")).getSize() == bytes.size(),
-                   fmt::format("{} bytes from \"{}\" on are not kept as they were written", bytes.size(),
+                   fmt::format("{} bytes that begin with \"{}\" are not kept as written", bytes.size(),
                                printable(bytes.substr(0, 8))));
         }
     }
@@ -646,8 +649,9 @@ void overwritingKeepsTheOthers(CheckContext& context) {
                 model.replace(at, count, count, 'n');
                 expect(
                     contentOf(context.provider(), context.at(u"f")) == model,
-                    fmt::format("after writing {} bytes at position {} of {}, other bytes than these differ",
-                                count, at, size));
+                    fmt::format(
+                        "after writing {} bytes at position {} of {}, the file has other bytes than expected",
+                        count, at, size));
             }
         }
     }
@@ -686,7 +690,7 @@ constexpr std::array table{
     Check{"8.2", "streams.large-write", "Several MiB that one call writes are read back as written.",
           Profile::AnyProvider, largeWriteIsKept},
     Check{"8.3", "streams.write-moves-position", "A write returns its count and advances the position by it.",
-          Profile::AnyProvider, writingGoesOnBehindWhatWasWritten},
+          Profile::AnyProvider, writeAdvancesPosition},
     Check{"8.4", "streams.write-overwrites",
           "A write overwrites bytes at the position and extends the file as needed.", Profile::AnyProvider,
           writingOverwritesAndGrows},
@@ -695,13 +699,14 @@ constexpr std::array table{
     Check{
         "8.6", "streams.read-moves-position",
         "A read returns at least one byte unless at the end, and advances the position by what it returned.",
-        Profile::AnyProvider, readingGoesOnBehindWhatWasRead},
+        Profile::AnyProvider, readAdvancesPosition},
     Check{"8.7", "streams.read-at-end", "A read at the end returns -1 and does not move the position.",
           Profile::AnyProvider, readingAtTheEndGivesNothing},
     Check{"8.8", "streams.read-nothing", "A read of 0 bytes returns -1 and does not move the position.",
           Profile::AnyProvider, readingNothingGivesNothing},
     Check{"8.9", "streams.read-stops-at-end",
-          "A read of more bytes than remain returns only those, and writes no more into the buffer.",
+          "A read of more bytes than remain returns at most those, and leaves the rest of the buffer "
+          "unchanged.",
           Profile::AnyProvider, readingStopsAtTheEnd},
     Check{"8.10", "streams.seek",
           "A seek from the beginning, the position or the end returns the new position.",
@@ -717,7 +722,7 @@ constexpr std::array table{
     Check{"8.14", "streams.flush", "A flush changes neither bytes nor position.", Profile::AnyProvider,
           flushChangesNothing},
     Check{"8.15", "streams.shared-bytes",
-          "What one stream has written and flushed, every other stream on the file reads.",
+          "Every other stream on the file reads what one stream has written and flushed.",
           Profile::AnyProvider, streamsShareBytes},
     Check{"8.16", "streams.visible-at-once", "A write is visible to every other stream without a flush.",
           Profile::InMemoryProvider, writesAreVisibleAtOnce},
@@ -776,7 +781,7 @@ constexpr std::array table{
           "Line ends, byte order marks, zeros and other special bytes are ordinary bytes.",
           Profile::AnyProvider, bytesAreNotInterpreted},
     Check{"8.37", "streams.overwriting-keeps-others",
-          "A write of any size at any position changes no byte before and behind it.", Profile::AnyProvider,
+          "A write of any size at any position changes no byte before or after it.", Profile::AnyProvider,
           overwritingKeepsTheOthers},
 };
 

@@ -83,8 +83,8 @@ void together(const std::function<void(int thread)>& task) {
     failure.rethrow();
 }
 
-/// Runs `step` repeatedly on four threads, which start each round at the same time. The first failure ends all of
-/// them.
+/// Runs `step` repeatedly on four threads, which start each round at the same time. The first failure ends all
+/// of them.
 void race(const std::function<void(int thread, int round)>& step) {
     std::barrier<> begin(threadCount);
     std::atomic<bool> failed = false;
@@ -218,7 +218,7 @@ void openersShareTheNewFile(CheckContext& context) {
     });
     for (int round = 0; round < raceRounds; ++round) {
         expect(contentOf(provider, context.at(numbered(u"f", round))) == "record;record;record;record;",
-               "what one of 4 threads wrote to a file that they all opened and created is lost");
+               "a record is lost from a file that 4 threads opened and created together");
     }
 }
 
@@ -230,7 +230,8 @@ using MoveOperation = void (IProvider::*)(const StorageIRI&, const StorageIRI&,
 /// The only location of the cycle that has an entry. @throws RuleBroken unless there is exactly one
 StorageIRI placeInCycle(CheckContext& context) {
     const auto names = context.provider().doListAllNamesOnly(context.at(u""));
-    expect(names.size() == 1, fmt::format("what 4 threads moved around is at {} places", names.size()));
+    expect(names.size() == 1,
+           fmt::format("an entry that 4 threads moved around is at {} locations", names.size()));
     return context.at(names.front());
 }
 
@@ -270,7 +271,7 @@ void folderMovesInCycles(CheckContext& context) {
     expect(contentOf(provider, StorageIRI(place + u"/f")) == "bytes" &&
                contentOf(provider, StorageIRI(place + u"/sub/g")) == "more" &&
                provider.doListAllRecursiveNamesOnly(StorageIRI(place)).size() == 3,
-           "a folder that 4 threads moved around holds something else");
+           "a folder that 4 threads moved around has other content");
 }
 
 /// A record that contains its thread and number. Lengths vary.
@@ -314,7 +315,7 @@ void blocksAreWhole(CheckContext& context) {
     makeFile(provider, context.at(u"f"), std::string(blockSize, 'x'));
     const auto read = [&] {
         const std::string block = readOnce(*openForReading(provider, context.at(u"f")), blockSize);
-        expect(block == std::string(blockSize, block.front()), "a read sees half of a write");
+        expect(block == std::string(blockSize, block.front()), "a read sees part of a write");
     };
     const auto write = [&](int thread, int round) {
         const auto letter = static_cast<char>('a' + (round + thread) % 26);
@@ -343,7 +344,7 @@ void listingsMissNothing(CheckContext& context) {
             expect(seen.insert(listing->getEntry().getName()).second, "a listing yields an entry twice");
         }
         expect(std::includes(seen.begin(), seen.end(), staying.begin(), staying.end()),
-               "a listing misses a file that stays while others come and go");
+               "a listing misses a file that stays while others are created and removed");
     };
     runAlongside(300, list, comeAndGo);
 }
@@ -370,7 +371,7 @@ void everyRecursiveCreatorSucceeds(CheckContext& context) {
     });
     for (int round = 0; round < raceRounds; ++round) {
         expect(provider.doFolderExists(context.at(numbered(u"d", round) + u"/a/b/c/d/e/f/g/h/i")),
-               "a folder that 4 threads created with those above it is missing");
+               "a folder that 4 threads created with its parents is missing");
     }
 }
 
@@ -389,12 +390,13 @@ void recursiveRemoversDoNotCollide(CheckContext& context) {
             ++winners;
         } catch (const Exception& failure) {
             expect(failure.getErrorCode() == ErrorCode::NotFound && failure.getIRI() == folder,
-                   fmt::format("removing what another thread removes too fails with {}", failure.what()));
+                   fmt::format("removing a folder that another thread removes, too, fails with {}",
+                               failure.what()));
         }
     });
     expect(winners == raceRounds, "a folder is removed by two threads, or by none");
     expect(provider.doListAllNamesOnly(context.at(u"")).empty(),
-           "a folder that 4 threads removed is still there");
+           "a folder that 4 threads removed still exists");
 }
 
 void copiesAppearWhole(CheckContext& context) {
@@ -418,7 +420,7 @@ void copiesAppearWhole(CheckContext& context) {
     };
     runAlongside(300, look, copy);
     expect(provider.doListAllNamesOnly(context.at(u"")).size() == threadCount + 1,
-           "threads that copied files leave something behind");
+           "copies by several threads leave temporary files");
 }
 
 void queriesFailOnlyWithNotFound(CheckContext& context) {
@@ -464,11 +466,11 @@ void threadsDoNotDisturbEachOther(CheckContext& context) {
     for (int thread = 0; thread < threadCount; ++thread) {
         const std::u16string folder = numbered(u"d", thread);
         expect(provider.doListAllNamesOnly(context.at(folder)).size() == 75,
-               "threads that each work in a folder of their own disturb each other");
+               "threads that each work in their own folder affect each other");
         for (int i = 0; i < 100; i += 2) {
             expect(contentOf(provider, context.at(folder + numbered(u"/g", i))) ==
                        std::to_string(thread * 1000 + i),
-                   "a file of one thread has other bytes than the thread gave it");
+                   "a file of one thread has other bytes than the thread wrote");
         }
     }
 }
@@ -516,7 +518,7 @@ void clonesAreIndependent(CheckContext& context) {
     });
 }
 
-/// Runs each action on a thread of its own. All threads exist until the destructor, so no two have the same id.
+/// Runs each action on its own thread. All threads exist until the destructor, so no two have the same id.
 ///
 /// Owns the threads. Not thread-safe.
 class DistinctThreads {
@@ -556,7 +558,7 @@ void streamsChangeThreads(CheckContext& context) {
     expect(readOnce(*stream, 1) == "0",
            "a stream does not read on another thread than the one that opened it");
     threads.run([&] { seekTo(*stream, 4, std::ios_base::beg); });
-    expect(positionOf(*stream) == 4, "the position after a seek is another one on another thread");
+    expect(positionOf(*stream) == 4, "a seek on another thread does not move the position");
     threads.run([&] { writeText(*stream, "ab"); });
     expect(contentOf(context.provider(), context.at(u"f")) == "0123ab6789",
            "a stream does not write on another thread than the one that opened it");
@@ -569,7 +571,7 @@ void streamsChangeThreads(CheckContext& context) {
     stream->write("c", 1);
     threads.run([&] { stream.reset(); });
     expect(contentOf(context.provider(), context.at(u"f")) == "0123ab6c89",
-           "a stream that another thread destroys loses what was written");
+           "a stream that another thread destroys loses its last write");
 }
 
 void listingsChangeThreads(CheckContext& context) {
@@ -623,7 +625,7 @@ void providersChangeThreads(CheckContext& context) {
     threads.run([&] { provider.reset(); });
 }
 
-/// Random changes of a few names. Counts the entries at each name: a success adds or removes one.
+/// Random changes at a few names. Counts the entries at each name: each success adds or removes one.
 class RandomChanges {
 public:
     explicit RandomChanges(CheckContext& context) : context_(context) {}
@@ -642,8 +644,9 @@ public:
             const bool exists = context_.provider().doExists(context_.at(names[i]));
             expect(
                 entries_[i] == (exists ? 1 : 0),
-                fmt::format("threads have made {} entries more than they have removed at a place where {} is",
-                            entries_[i].load(), exists ? "one" : "none"));
+                fmt::format(
+                    "threads have created {} entries more than they have removed at a location that has {}",
+                    entries_[i].load(), exists ? "one" : "none"));
         }
     }
 
@@ -782,10 +785,9 @@ constexpr std::array table{
         Profile::AnyProvider, appendsAreWhole},
     Check{"13.9", "threads.blocks-are-whole", "A read sees a concurrent write completely or not at all.",
           Profile::InMemoryProvider, blocksAreWhole},
-    Check{
-        "13.10", "threads.listings-miss-nothing",
-        "A listing has every entry that exists throughout exactly once while others are created and removed.",
-        Profile::AnyProvider, listingsMissNothing},
+    Check{"13.10", "threads.listings-miss-nothing",
+          "While entries are created and removed, a listing has each of the others exactly once.",
+          Profile::AnyProvider, listingsMissNothing},
     Check{"13.11", "threads.emptying-under-readers",
           "While a file is emptied and rewritten, readers see only bytes that were written.",
           Profile::AnyProvider, emptyingUnderReaders},

@@ -37,7 +37,7 @@ void expectNear(const ptime& seen, const ptime& expected, const time_duration& t
            fmt::format("{} is {}, not {}", what, formatMicroseconds(seen), formatMicroseconds(expected)));
 }
 
-/// Runs an action and expects that it sets the time of an entry to a time while it ran.
+/// Runs an action, and expects that it sets the time of an entry to a moment of its run.
 void expectStamped(const std::function<void()>& action, const std::function<ptime()>& stamp,
                    std::string_view what) {
     const ptime before = utcNow();
@@ -45,7 +45,7 @@ void expectStamped(const std::function<void()>& action, const std::function<ptim
     const ptime after = utcNow();
     const ptime seen = stamp();
     expect(seen >= before && seen <= after,
-           fmt::format("{} is {}, not between {} and {}, when it happened", what, formatMicroseconds(seen),
+           fmt::format("{} is {}, not between {} and {}", what, formatMicroseconds(seen),
                        formatMicroseconds(before), formatMicroseconds(after)));
 }
 
@@ -195,7 +195,7 @@ void timeOfRoot(CheckContext& context) {
     expect(folderKind.lastModified(provider, StorageIRI(u"/")) == pastTime(),
            "the root has another time than was set");
     expect(folderKind.lastModified(provider, ownFolder) != pastTime(),
-           "the root's time became that of a folder in it");
+           "setting the root's time changes that of a folder in it");
     provider.doSetLastModified(StorageIRI(u"/any", u"/any", false), pastTime() + boost::posix_time::hours(1));
     expect(folderKind.lastModified(provider, StorageIRI(u"/")) == pastTime() + boost::posix_time::hours(1),
            "the root has another time than was set for a location without a parent");
@@ -280,7 +280,7 @@ void timesOfAnySeason(CheckContext& context) {
     expectKept(context, times, /*mayRefuse*/ false);
     expectKept(context, randomTimes(context, timeAt(1980, 1, 1, 0, 0, 0), timeAt(2037, 12, 31, 0, 0, 0)),
                /*mayRefuse*/ false);
-    std::vector<ptime> nights; // of a year: clocks change at night
+    std::vector<ptime> nights; // of a year: daylight saving time begins and ends at night
     for (ptime night = timeAt(2025, 1, 1, 2, 30, 1); night < timeAt(2026, 1, 1, 0, 0, 0);) {
         nights.push_back(night);
         nights.push_back(night + boost::posix_time::hours(static_cast<long>(nights.size() / 2 % 24)));
@@ -319,7 +319,7 @@ void clockIsOfThisMachine(CheckContext& context) {
         const ptime after = utcNow();
         const ptime seen = kind->lastModified(provider, context.at(name));
         expect(!seen.is_special() && seen >= before - coarseness && seen <= after + coarseness,
-               fmt::format("a new {} is of {}, which is more than 2 seconds off {}", kind->name,
+               fmt::format("a new {} has the time {}, more than 2 seconds from {}", kind->name,
                            formatMicroseconds(seen), formatMicroseconds(before)));
     }
 }
@@ -369,9 +369,9 @@ constexpr auto any = Profile::AnyProvider;
 constexpr auto inMemory = Profile::InMemoryProvider;
 
 constexpr std::array table{
-    Check{"5.1", "times.new-file", "A new file has the current time in UTC, to 10 minutes.", any,
+    Check{"5.1", "times.new-file", "A new file has the current time in UTC, to within 10 minutes.", any,
           newEntryIsStamped<fileKind>},
-    Check{"5.2", "times.new-folder", "A new folder has the current time in UTC, to 10 minutes.", any,
+    Check{"5.2", "times.new-folder", "A new folder has the current time in UTC, to within 10 minutes.", any,
           newEntryIsStamped<folderKind>},
     Check{"5.3", "times.new-file-exactly", "A new file has the time of its creation, to the microsecond.",
           inMemory, newEntryIsStampedExactly<fileKind>},
@@ -388,10 +388,12 @@ constexpr std::array table{
     Check{"5.9", "times.others-are-not-stamped",
           "Creating and removing stamp only the folder of the entry: no folder above it and no sibling.",
           inMemory, othersAreNotStamped},
-    Check{"5.10", "times.file-time-is-kept", "The time that is set for a file is read back, to 2 seconds.",
-          any, timeIsReadBack<fileKind>},
+    Check{"5.10", "times.file-time-is-kept",
+          "The time that is set for a file is read back, to within 2 seconds.", any,
+          timeIsReadBack<fileKind>},
     Check{"5.11", "times.folder-time-is-kept",
-          "The time that is set for a folder is read back, to 2 seconds.", any, timeIsReadBack<folderKind>},
+          "The time that is set for a folder is read back, to within 2 seconds.", any,
+          timeIsReadBack<folderKind>},
     Check{"5.12", "times.file-time-is-exact",
           "Any time that is set for a file is read back, to the microsecond.", inMemory,
           timeIsReadBackExactly<fileKind>},
@@ -412,13 +414,13 @@ constexpr std::array table{
           readOnlyTakesTime<folderKind>},
     Check{"5.21", "times.flag-stamps-nothing", "Setting the writable flag stamps nothing.", inMemory,
           flagStampsNothing},
-    Check{"5.22", "times.any-season", "Times in any season and at any time of day are kept, to 2 seconds.",
-          any, timesOfAnySeason},
+    Check{"5.22", "times.any-season",
+          "Times in any season and at any time of day are kept, to within 2 seconds.", any, timesOfAnySeason},
     Check{"5.23", "times.far-off",
-          "Times far in the past or future are kept, to 2 seconds, or refused by an exception.", any,
+          "Times far in the past or future are kept, to within 2 seconds, or refused by an exception.", any,
           timesFarOff},
-    Check{"5.24", "times.clock", "New entries have the time of this machine's clock, to 2 seconds.", any,
-          clockIsOfThisMachine},
+    Check{"5.24", "times.clock", "New entries have the time of this machine's clock, to within 2 seconds.",
+          any, clockIsOfThisMachine},
     Check{"5.25", "times.no-date",
           "A time that is not a date is refused by an exception, or read back as not a date.", any,
           noDateIsNoOtherDate},

@@ -26,7 +26,8 @@ void flagIsReadBack(CheckContext& context) {
         const bool writable = i % 4 == 0 || i % 4 == 3; // each value also twice in a row
         provider.doSetWritable(entry, writable);
         expect(kind.isWritable(provider, entry) == writable,
-               fmt::format("a {} that was made {} is not", kind.name, writable ? "writable" : "read-only"));
+               fmt::format("a {} that was made {} is reported otherwise", kind.name,
+                           writable ? "writable" : "read-only"));
     }
 }
 
@@ -93,7 +94,7 @@ void writableAgain(CheckContext& context) {
     provider.doRemoveFile(context.at(u"d/f"));
     provider.doRemoveFolder(context.at(u"d"));
     expect(!provider.doFolderExists(context.at(u"d")),
-           "a folder that is writable again and was removed exists");
+           "a folder that was made writable again and removed still exists");
 }
 
 /// The flag of a folder protects the list of its entries, not their content.
@@ -148,7 +149,7 @@ void existenceBeforeFlag(CheckContext& context) {
     for (const EntryKind* kind : {&fileKind, &folderKind}) {
         expectRefusal(
             context, [&] { (provider.*kind->create)(entry); }, ErrorCode::AlreadyExists, entry,
-            fmt::format("creating a {} where a file is, in a read-only folder,", kind->name));
+            fmt::format("creating a {} where a file exists, in a read-only folder,", kind->name));
     }
 }
 
@@ -196,11 +197,11 @@ void pathIsUsed(CheckContext& context) {
     provider.doSetWritable(location, false);
     expect(!fileKind.isWritable(provider, context.at(u"f")) &&
                fileKind.isWritable(provider, context.at(u"resolved")),
-           "the flag is not set at the path as it was given, but at what it resolves to");
+           "the flag is not set at the given path, or is set at the resolved path");
     const StorageIRI missing(context.at(u"resolved").getPath(), context.at(u"missing").getPath(), true);
     expectRefusal(
         context, [&] { provider.doSetWritable(missing, false); }, ErrorCode::NotFound, missing,
-        "setting the flag at a path where nothing is");
+        "setting the flag of a missing path");
 }
 
 void flagOfRoot(CheckContext& context) {
@@ -283,11 +284,11 @@ constexpr std::array table{
           inMemory, contentBeforeFlag},
     Check{"6.17", "writable.path-is-used",
           "doSetWritable uses the path of a location, not the resolved path.", inMemory, pathIsUsed},
-    Check{"6.18", "writable.root",
-          "A read-only root accepts no entries; everything below its folders is unaffected.", inMemory,
-          flagOfRoot},
+    Check{"6.18", "writable.root", "A read-only root accepts no new entries; the folders in it still do.",
+          inMemory, flagOfRoot},
     Check{"6.19", "writable.root-has-no-parent",
-          "doSetWritable takes a location without a parent as the root; \"/\" with a parent is NotFound.",
+          "For doSetWritable, a location without a parent is the root; \"/\" with a parent fails with "
+          "NotFound.",
           inMemory, rootFlagNeedsRootLocation},
 };
 

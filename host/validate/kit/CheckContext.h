@@ -13,8 +13,8 @@
 
 namespace storage::host {
 
-/// The environment of one check: the plug-in, a provider of it, a private folder in the storage, and random
-/// numbers.
+/// The environment of one check: the plug-in, a provider that it built, a private folder in the storage, and
+/// random numbers.
 ///
 /// Owns the loaded library and the provider; borrows the trace. The first use creates the provider and the
 /// folder. The destructor removes the folder with its content, so that a persistent storage is left as it
@@ -46,7 +46,7 @@ public:
 
     bool isInMemoryProvider() const { return profile_ == Profile::InMemoryProvider; }
 
-    /// Every report contains the seed, so the numbers are repeatable.
+    /// Random numbers. Every report contains the seed, so they are reproducible.
     std::mt19937_64& random() { return random_; }
 
 private:

@@ -39,7 +39,7 @@ public:
 
 private:
     static constexpr std::size_t longestPath = 200;
-    static constexpr std::size_t slotCount = 64; ///< more than any check starts at once
+    static constexpr std::size_t slotCount = 64; ///< more than the threads of any check
 
     /// The latest call of one thread.
     struct Slot {

@@ -20,7 +20,7 @@ namespace {
 
 class Describer {
 public:
-    Describer(const IProvider& provider, TimesTold times) : provider_(provider), times_(times) {}
+    Describer(const IProvider& provider, TimesShown times) : provider_(provider), times_(times) {}
 
     void addFolder(const StorageIRI& folder) {
         const FolderAttributes attributes = provider_.doGetFolderAttributes(folder);
@@ -52,19 +52,19 @@ private:
         static const boost::posix_time::ptime epoch(boost::gregorian::date(1970, 1, 1));
         lines_.push_back(fmt::format("{} is a {} {} ", printable(iri.getPath()),
                                      writable ? "writable" : "read-only", kind));
-        if (times_ == TimesTold::All) {
+        if (times_ == TimesShown::All) {
             lines_.back() += fmt::format("of {} us ", (time - epoch).total_microseconds());
         }
     }
 
     const IProvider& provider_;
-    TimesTold times_;
+    TimesShown times_;
     std::vector<std::string> lines_;
 };
 
 } // namespace
 
-std::string describeTree(const IProvider& provider, const StorageIRI& folder, TimesTold times) {
+std::string describeTree(const IProvider& provider, const StorageIRI& folder, TimesShown times) {
     Describer describer(provider, times);
     describer.addFolder(folder);
     return describer.text();

@@ -7,14 +7,14 @@
 
 namespace storage::host {
 
-/// Which times a description contains. The time of a folder changes even if an entry is only added and
-/// removed again.
-enum class TimesTold { All, None };
+/// Whether a description contains times. If an entry is added to a folder and removed again, only the time of
+/// the folder differs.
+enum class TimesShown { All, None };
 
 /// Describes a folder and everything below it: paths, kinds, writable flags, times and bytes. One line per
 /// entry, sorted by path. Two descriptions are equal if and only if a host can see no difference.
 std::string describeTree(const provider::IProvider& provider, const provider::StorageIRI& folder,
-                         TimesTold times = TimesTold::All);
+                         TimesShown times = TimesShown::All);
 
 /// The lines that only one of two descriptions contains: "- " marks lines of the first one, "+ " lines of the
 /// second one.

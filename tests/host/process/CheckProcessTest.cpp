@@ -37,7 +37,7 @@ void raiseByDefault(int signal) {
     std::raise(signal);
 }
 
-[[noreturn]] void waitForEver() {
+[[noreturn]] void waitForever() {
     for (;;) {
         ::pause();
     }
@@ -94,7 +94,7 @@ TEST(CheckProcessTest, ReportsACrashAfterTheVerdict) {
 }
 
 TEST(CheckProcessTest, KillsTheCheckAtTheTimeLimit) {
-    expectVerdict(outcomeOf([](const auto&) { waitForEver(); }, soon), Result::Hang,
+    expectVerdict(outcomeOf([](const auto&) { waitForever(); }, soon), Result::Hang,
                   "did not end within 0.05 s");
     expectVerdict(outcomeOf([](const auto&) { std::raise(SIGSTOP); }, soon), Result::Hang,
                   "did not end within 0.05 s");
@@ -106,7 +106,7 @@ TEST(CheckProcessTest, KillsTheCheckAfterTheVerdict) {
         const CheckOutcome outcome = outcomeOf(
             [](const auto& announce) {
                 announce(pass);
-                waitForEver();
+                waitForever();
             },
             limit);
         const std::string ending =
@@ -227,7 +227,7 @@ TEST(CheckProcessTest, HasEmptyStandardInput) {
 
 TEST(CheckProcessTest, DoesNotWaitForOtherThreads) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
-        std::thread(waitForEver).detach();
+        std::thread(waitForever).detach();
         announce(pass);
     });
     expectVerdict(outcome, Result::Pass, "");
@@ -238,7 +238,7 @@ TEST(CheckProcessTest, KillsChildrenOfTheCheck) {
     const CheckOutcome outcome = outcomeOf([](const auto& announce) {
         const pid_t child = ::fork();
         if (child == 0) {
-            waitForEver();
+            waitForever();
         }
         std::cout << child;
         announce(pass);
@@ -250,7 +250,7 @@ TEST(CheckProcessTest, KillsChildrenOfTheCheck) {
 TEST(CheckProcessTest, KillsTheProcessWithTheObject) {
     pid_t process = 0;
     {
-        const ChildProcess child([] { waitForEver(); });
+        const ChildProcess child([] { waitForever(); });
         process = child.id();
         EXPECT_FALSE(hasEnded(process));
     }

@@ -69,7 +69,7 @@ protected:
         }
     }
 
-    /// What the result says about the limit.
+    /// The words of the report about the limit.
     std::string ending() const {
         return fmt::format("did not end within {:g} s",
                            std::chrono::duration<double>(options_.timeLimit).count());

@@ -9,22 +9,22 @@
 namespace faults {
 
 /// Called where a broken provider lacks a lock. The first of two threads waits until the second arrives, so
-/// that both are between the same two steps on any machine. The wait is bounded, because there may be no other
-/// thread. Both then yield a little, for threads that call other operations.
+/// that both are between the same two steps on any machine. The wait is bounded, because there may be no
+/// other thread. Both then yield a few times, so that threads in other operations run, too.
 inline void openTheWindow() {
-    constexpr int patience = 1000;
-    constexpr int little = 20;
+    constexpr int maxWaits = 1000;
+    constexpr int yields = 20;
     static std::atomic<unsigned> arrivals = 0;
     const unsigned mine = ++arrivals;
-    for (int i = 0; i < patience && mine % 2 == 1 && arrivals == mine; ++i) {
+    for (int i = 0; i < maxWaits && mine % 2 == 1 && arrivals == mine; ++i) {
         std::this_thread::yield();
     }
-    for (int i = 0; i < little; ++i) {
+    for (int i = 0; i < yields; ++i) {
         std::this_thread::yield();
     }
 }
 
-/// The in-memory provider with hooks. Each derived class breaks one rule; its comment describes the fault.
+/// The in-memory provider with hooks. Each derived class breaks one rule; its name or comment describes how.
 class BrokenProvider : public HookedProvider {
 public:
     using IProvider = foundation::storage::provider::IProvider;

@@ -82,7 +82,7 @@ struct NamingTheLastFolder : BrokenProvider {
     }
 };
 
-/// Also removes entries with the folder's name as a prefix.
+/// Also removes a sibling whose name begins with the name of the removed folder.
 struct RemovingByPrefix : BrokenProvider {
     void doRemoveFolderRecursively(const StorageIRI& iri) const override {
         BrokenProvider::doRemoveFolderRecursively(iri);
@@ -422,13 +422,6 @@ struct CanonicalBelow : BrokenProvider {
 struct CanonicalByGivenPath : BrokenProvider {
     StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const override {
         return StorageIRI(iri.getPath());
-    }
-};
-
-/// Reports case-insensitive names.
-struct SayingCaseInsensitive : BrokenProvider {
-    FilenameSensitivity doGetFilenameSensitivity(const StorageIRI& /*iri*/) const override {
-        return FilenameSensitivity::CaseInsensitive;
     }
 };
 

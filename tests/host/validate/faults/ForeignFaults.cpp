@@ -152,7 +152,7 @@ struct DropsByteOrderMark final : ForwardingStream {
     }
 };
 
-/// A write of half a kilobyte or more at the beginning clears the bytes behind it.
+/// A write of half a kilobyte or more at the beginning clears the bytes after it.
 struct LongWritesClearTheRest final : ForwardingStream {
     using ForwardingStream::ForwardingStream;
 
@@ -401,7 +401,7 @@ void closeInput(std::string_view operation, const StorageIRI&) {
     }
 }
 
-// Moves onto and below themselves
+// Moves of an entry below itself
 
 void loseByMovingBelowItself(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                              const Policy& policy) {

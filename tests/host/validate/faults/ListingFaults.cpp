@@ -20,7 +20,7 @@ using Listing = HookedProvider::Listing;
 using Entries = ListingOfEntries::Entries;
 using Type = FolderEntry::EntryType;
 
-/// A listing of given entries that can ask its provider.
+/// A listing of given entries that can query its provider.
 class FolderListing : public ListingOfEntries {
 public:
     FolderListing(const IProvider& provider, StorageIRI folder, Entries entries)

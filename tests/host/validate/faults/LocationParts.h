@@ -26,7 +26,7 @@ childOf(const foundation::storage::provider::StorageIRI& folder, const std::u16s
     return foundation::storage::provider::StorageIRI(folder.getResolvedPath() + u"/" + name);
 }
 
-/// Changes the letters of ASCII.
+/// Maps ASCII letters to lower case.
 inline std::u16string inLowerCase(std::u16string text) {
     for (char16_t& unit : text) {
         unit = unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;

@@ -18,7 +18,7 @@ void leavingTheSource(const IProvider& sound, const StorageIRI& from, const Stor
     sound.doCopyFile(from, to, policy);
 }
 
-/// Also moves a file with the source's name as a prefix.
+/// Also removes a sibling whose name begins with the name of the moved file.
 void takingSiblings(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFile(from, to, policy);
     const StorageIRI sibling(from.getPath() + u"0");

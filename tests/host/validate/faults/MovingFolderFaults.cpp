@@ -62,7 +62,7 @@ private:
     mutable std::optional<StorageIRI> left_;
 };
 
-/// Also moves entries with the source's path as a prefix.
+/// Also moves a sibling whose name begins with the name of the moved folder.
 void takingSiblings(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFolder(from, to, policy);
     const StorageIRI sibling(from.getPath() + u"b");
@@ -81,7 +81,7 @@ void losingDepth(const IProvider& sound, const StorageIRI& from, const StorageIR
     }
 }
 
-/// Moves at most 256 files of each folder.
+/// Loses files after the first 256 entries.
 void losingWidth(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFolder(from, to, policy);
     const auto names = sound.doListAllNamesOnly(to);
@@ -200,7 +200,7 @@ void forgettingFlags(const IProvider& sound, const StorageIRI& from, const Stora
     }
 }
 
-/// Stamps only the moved folder; its content keeps its times.
+/// Does not stamp one of the files in a moved folder.
 void keepingInnerTimes(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     const auto time = sound.doGetFileAttributes(below(from, u"s/g")).getLastModified();
     sound.doMoveFolder(from, to, policy);

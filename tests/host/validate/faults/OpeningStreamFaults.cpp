@@ -11,7 +11,7 @@ using namespace foundation::storage::provider;
 namespace opening_stream_faults {
 namespace {
 
-/// If `open` throws NotFound, throws it with the location `named` instead.
+/// If `open` throws an Exception, throws it with the location `named` instead.
 template <class Open>
 std::unique_ptr<ByteStream> openNaming(const StorageIRI& named, const Open& open) {
     try {

@@ -153,7 +153,7 @@ StorageIRI emptyIsNothing(const StorageIRI& iri) {
     return iri.getResolvedPath().empty() ? StorageIRI(u"/nothing") : iri;
 }
 
-/// Names only the resolved location in failures.
+/// Names the resolved location in failures.
 class ResolvedLocationNamed final : public BrokenProvider {
 public:
     void doRemoveFile(const StorageIRI& iri) const override {

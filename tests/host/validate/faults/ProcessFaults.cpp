@@ -33,19 +33,19 @@ void leaveDescriptor() {
     ::open("/dev/null", O_RDONLY | O_CLOEXEC);
 }
 
-[[noreturn]] void waitForEver() {
+[[noreturn]] void waitForever() {
     for (;;) {
         ::pause();
     }
 }
 
 void leaveThread() {
-    std::thread(waitForEver).detach();
+    std::thread(waitForever).detach();
 }
 
 void leaveChild() {
     if (::fork() == 0) {
-        waitForEver();
+        waitForever();
     }
 }
 

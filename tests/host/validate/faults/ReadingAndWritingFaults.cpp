@@ -464,7 +464,7 @@ public:
     }
 };
 
-/// Loses one byte after the first block of a write.
+/// Corrupts the byte after the first block of a write.
 class BlockBoundary final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;

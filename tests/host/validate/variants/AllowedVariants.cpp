@@ -92,15 +92,15 @@ bool isReserved(std::u16string_view name) {
            });
 }
 
-/// Names that are longer than 63 characters, or contain anything but printable ASCII without upper-case
-/// letters.
+/// Names that are longer than 63 characters, or contain an upper-case letter or anything outside printable
+/// ASCII.
 bool isNotPlain(std::u16string_view name) {
     return name.size() > 63 || std::any_of(name.begin(), name.end(), [](char16_t unit) {
                return unit > u'~' || unit < u' ' || (unit >= u'A' && unit <= u'Z');
            });
 }
 
-/// Maps the capital letters of several scripts, and the compatibility characters that have a small letter.
+/// Maps the upper-case letters of several scripts, and compatibility characters that correspond to a letter.
 std::u16string inLowerCaseOfAllScripts(std::u16string name) {
     name = faults::inLowerCase(std::move(name));
     for (char16_t& unit : name) {

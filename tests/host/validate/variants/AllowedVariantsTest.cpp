@@ -14,7 +14,7 @@ TEST_P(AllowedVariantsTest, KeepEveryRuleForAnyProvider) {
 #ifdef QZSTORAGE_SANITIZED
     GTEST_SKIP() << "takes minutes with sanitizers; the other presets run it";
 #endif
-    // Failing allocations are left out: they take long and concern no property in which the variants differ.
+    // Rules about failed allocations are left out: they take long, and the variants do not differ in them.
     const ProgramRun run(
         {"validate", "--profile", "any", "--jobs", "4", "--except", "14.*", TEST_BROKEN_PLUGIN}, "",
         [] { ::setenv("BROKEN_PLUGIN", GetParam().name, /*replace*/ 1); });

@@ -90,8 +90,8 @@ FilenameSensitivity CaseInsensitiveProvider::doGetFilenameSensitivity(const Stor
     return FilenameSensitivity::CaseInsensitive;
 }
 
-/// Locks `mutex_`. A thread in a loop cannot starve the others: while it waits for its turn, one of them gets the
-/// mutex.
+/// Locks `mutex_`. A thread in a loop cannot starve the others: while it waits for its turn, one of them gets
+/// the mutex.
 std::unique_lock<std::mutex> CaseInsensitiveProvider::inTurn() const {
     const std::lock_guard turn(turn_);
     return std::unique_lock(mutex_);

@@ -5,7 +5,8 @@
 #include <map>
 #include <mutex>
 
-/// Treats names that `fold` maps to one as one name. Listings return the name with which an entry was created.
+/// Treats names as equal if `fold` maps them to the same name. Listings return the name with which an entry
+/// was created.
 ///
 /// Owns these names. `mutex_` guards them and is held during every change of the storage. Listings and
 /// streams may outlive it.
