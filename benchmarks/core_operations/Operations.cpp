@@ -70,7 +70,7 @@ void createFiles(const IProvider& storage, std::span<const StorageIRI> files) {
     }
 }
 
-/// A folder with files.
+/// Creates a folder with files. Returns the locations of the files.
 Scattered createdFiles(const IProvider& storage, std::u16string_view folder, unsigned count) {
     createFolder(storage, folder);
     Scattered files = scatteredFiles(folder, count);
@@ -92,7 +92,7 @@ Measurement createFile(const IProvider& storage) {
     createFiles(storage, std::span(files).first(folderSize));
     return {folderSize, [&storage, files] { createFiles(storage, std::span(files).last(folderSize)); },
             [&storage, files] {
-                requireThat(countOfFiles(storage, files) == files.size(), "not every file was made");
+                requireThat(countOfFiles(storage, files) == files.size(), "not every file was created");
             }};
 }
 
@@ -100,25 +100,25 @@ Measurement createFileInTree(const IProvider& storage) {
     const Scattered files = scatteredInTree(storage);
     return {files.size(), [&storage, files] { createFiles(storage, files); },
             [&storage, files] {
-                requireThat(countOfFiles(storage, files) == files.size(), "not every file was made");
+                requireThat(countOfFiles(storage, files) == files.size(), "not every file was created");
             }};
 }
 
 /// Removes 10,000 of 20,000 files from a folder.
 Measurement removeFile(const IProvider& storage) {
     const Scattered files = createdFiles(storage, u"/files", 2 * folderSize);
-    return {
-        folderSize,
-        [&storage, files] {
-            for (const auto& file : std::span(files).first(folderSize)) {
-                storage.doRemoveFile(file);
-            }
-        },
-        [&storage, files] {
-            const std::span all(files);
-            requireThat(countOfFiles(storage, all.first(folderSize)) == 0, "removed files are still there");
-            requireThat(countOfFiles(storage, all.last(folderSize)) == folderSize, "other files are lost");
-        }};
+    return {folderSize,
+            [&storage, files] {
+                for (const auto& file : std::span(files).first(folderSize)) {
+                    storage.doRemoveFile(file);
+                }
+            },
+            [&storage, files] {
+                const std::span all(files);
+                requireThat(countOfFiles(storage, all.first(folderSize)) == 0, "removed files still exist");
+                requireThat(countOfFiles(storage, all.last(folderSize)) == folderSize,
+                            "other files are lost");
+            }};
 }
 
 /// Moves the 10,000 files of a folder to another with 10,000 others.
@@ -141,7 +141,7 @@ Measurement moveFile(const IProvider& storage) {
                 }
             },
             [&storage, sources, destinations] {
-                requireThat(countOfFiles(storage, sources) == 0, "moved files are where they were");
+                requireThat(countOfFiles(storage, sources) == 0, "moved files are still at their old paths");
                 requireThat(countOfFiles(storage, destinations) == folderSize, "moved files are lost");
             }};
 }
@@ -169,7 +169,7 @@ Measurement moveFolder(const IProvider& storage) {
             [&storage, places] {
                 requireThat(storage.doListAllRecursiveNamesOnly(places.back()).size() ==
                                 folders + folders * filesPerFolder,
-                            "the folder did not arrive with all that it held");
+                            "the moved folder has lost entries");
             }};
 }
 

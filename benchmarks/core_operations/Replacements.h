@@ -3,7 +3,8 @@
 #include <cstddef>
 #include <ctime>
 
-// Replaces the allocation functions, the clocks and sched_getcpu in the whole program, loaded libraries included.
+// Replaces the allocation functions, the clocks and sched_getcpu in the whole program, including loaded
+// libraries.
 
 namespace storage::core_operations {
 

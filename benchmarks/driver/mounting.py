@@ -33,7 +33,7 @@ def server_of(mount_point):
 
 
 def is_mounted(mount_point):
-    """Reads the kernel's table, because system calls on the mount point could wait for a server that hangs."""
+    """Reads the kernel's table, because a system call on the mount point would hang if its server hangs."""
     point = pathlib.Path(mount_point)
     escaped = str(point.parent.resolve() / point.name).replace(" ", r"\040")
     return any(line.split()[4] == escaped for line in pathlib.Path("/proc/self/mountinfo").read_text().splitlines())
@@ -44,7 +44,7 @@ def unmount(mount_point):
         return
     command = ["fusermount3", "-q", "-u", mount_point]
     if subprocess.run(command, check=False).returncode != 0:
-        print(f"{mount_point}: its mount is still in use", file=sys.stderr)
+        print(f"{mount_point}: the mount is still in use", file=sys.stderr)
         subprocess.run([*command, "-z"], check=False)
 
 
@@ -60,8 +60,8 @@ def signals_deferred():
 
 @contextlib.contextmanager
 def mounted(command, mount_point):
-    """Mounts in the background and yields the server's process. Unmounts at the end, and kills a server that still
-    runs after a timeout."""
+    """Mounts in the background and yields the server's process. Unmounts at the end, and kills a server that
+    still runs after a timeout."""
     try:
         subprocess.run([*command, mount_point], check=True)
         server = server_of(mount_point)
@@ -76,14 +76,15 @@ def mounted(command, mount_point):
         with signals_deferred():
             unmount(mount_point)
             if not select.select([handle], [], [], LONGEST_END)[0]:
-                print(f"{command[0]}: still runs without its mount, and is killed", file=sys.stderr)
+                print(f"{command[0]}: still runs after unmounting, and is killed", file=sys.stderr)
                 signal.pidfd_send_signal(handle, signal.SIGKILL)
             os.close(handle)
 
 
 @contextlib.contextmanager
 def place(kind, room):
-    """An empty folder for one job, and the process of its server, which may be None. Owns the content of `room`."""
+    """An empty folder for one job, and the process of its server, which may be None. Owns the content of
+    `room`."""
     folder = room / "folder"
     folder.mkdir()
     backing(room).mkdir()

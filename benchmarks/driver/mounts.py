@@ -16,7 +16,7 @@ import turns
 from mounting import PlaceKind
 from report import RowKind
 
-PATIENCE = 300  # seconds that a full run waits for a quiet machine at most
+PATIENCE = 300  # seconds: the longest time that a full run waits for a quiet machine
 
 KINDS = [
     RowKind("sequential write, 1 MiB blocks", "MB/s", 0, True, goal=1.3),

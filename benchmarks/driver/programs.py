@@ -36,8 +36,8 @@ class SourceTree:
 
 
 def content_of(folder):
-    """The files below a folder with their content, without git's own files. Reads from the file system instead of the
-    page cache, except where they are the same, as in a tmpfs."""
+    """The files below a folder with their content, without git's own files. Reads from the file system
+    instead of the page cache, except where they are the same, as in a tmpfs."""
     found = {}
     for parent, folders, files in os.walk(folder):
         folders[:] = [name for name in folders if name != ".git"]

@@ -171,7 +171,8 @@ def write_all(folder, table, run, rows, repetitions, contenders):
 
 
 def finish(outcome, run, kinds, contenders, table_of, folder):
-    """Prints the table of a run, and writes all files into `folder` if it is given. Returns the exit status."""
+    """Prints the table of a run, and writes all files into `folder`, unless it is None. Returns the exit
+    status."""
     contenders = [each for each in contenders if any(each in selected for selected in outcome.scenarios.values())]
     rows = summarize(kinds, outcome.repetitions, contenders)
     table = table_of(rows, contenders) + notes(run, outcome.repetitions)

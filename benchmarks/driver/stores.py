@@ -1,7 +1,7 @@
 #!/usr/bin/env -S python3 -B
 """Measures the in-memory storage plug-in beside other in-memory file systems.
 
-Each repetition of a scenario runs in a process of its own, the stores in turn. Every result is verified."""
+Each repetition of a scenario runs in its own process, the stores in turn. Every result is verified."""
 
 import sys
 

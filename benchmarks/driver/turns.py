@@ -27,7 +27,7 @@ WRONG_USAGE = 2
 class Contender:
     id: str  # in options and results
     title: str  # in tables
-    role: str  # plug-in, peer, floor (the minimum cost of a tree) or limit (a bound that no file system can exceed)
+    role: str  # plug-in, peer, floor (minimum cost of a tree) or limit (bound that no file system can exceed)
     version: str = ""
 
 
@@ -78,7 +78,8 @@ def parse(parser):
 
 
 class Program:
-    """A program of Google Benchmark. Its benchmarks are named SCENARIO/CONTENDER; their counters ROW|VARIANT."""
+    """A program of Google Benchmark. Its benchmarks are named SCENARIO/CONTENDER, their counters
+    ROW|VARIANT."""
 
     def __init__(self, path, arguments):
         self.command = [path, *arguments]
@@ -123,8 +124,8 @@ def select(scenarios, contenders, options):
 
 
 def take_turns(scenarios, repetitions, most_rounds, measure):
-    """Runs every scenario with its contenders, beginning each round with another contender. If `most_rounds` exceeds
-    `repetitions`, noisy repetitions are repeated up to that number.
+    """Runs every scenario with its contenders, beginning each round with another contender. If `most_rounds`
+    exceeds `repetitions`, noisy repetitions are repeated until there have been that many rounds.
 
     measure(scenario, contender) returns rows and load."""
     start = time.monotonic()
@@ -181,7 +182,8 @@ def interrupt(*_):
 
 
 def exit_with(main):
-    """Runs `main` and exits with its status. The first termination signal interrupts it; an error is one line."""
+    """Runs `main` and exits with its status. The first termination signal interrupts it. Reports an error in
+    one line."""
     for number in SIGNALS:
         signal.signal(number, interrupt)
     try:

@@ -9,7 +9,7 @@ namespace {
 /// Performs some operations and returns their number. A thread calls it in a loop.
 using Work = std::function<std::uint64_t()>;
 
-/// Operations per second of all works together, each in a thread of its own.
+/// Operations per second of all works together, each on its own thread.
 double rateOf(const std::vector<Work>& works, double seconds) {
     const auto results = runInThreads(static_cast<unsigned>(works.size()), [&](unsigned thread) {
         const auto begin = std::chrono::steady_clock::now();

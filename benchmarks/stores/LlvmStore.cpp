@@ -15,7 +15,7 @@ namespace storage::benchmark {
 
 namespace {
 
-/// Tells the file system not to normalize paths, because they are normalized already.
+/// Disables the normalization of paths, because they are normalized already.
 constexpr bool normalizesPaths = false;
 
 std::runtime_error failure(const std::string& path) {

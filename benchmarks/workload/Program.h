@@ -9,9 +9,7 @@
 namespace storage::benchmark {
 
 /// A program of Google Benchmark with its arguments. The program removes its own options and passes the
-/// others to Google Benchmark.
-///
-/// The scripts call the programs and describe their options. Not thread-safe.
+/// others to Google Benchmark. Not thread-safe.
 class Program {
 public:
     Program(int argc, char** argv) : arguments_(argv, argv + argc) {}
