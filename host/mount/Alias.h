@@ -9,7 +9,7 @@ namespace storage::host {
 
 /// An additional name of an inode: a hard link. The provider has the inode under its own name only.
 ///
-/// Refers to the inode, which exists as long as it has names, and which lists its aliases in `RareAttributes`.
+/// Refers to the inode, which exists as long as it has names, and lists its aliases in `RareAttributes`.
 class Alias final : public TreeEntry {
 public:
     Alias(CompactName name, Inode& inode) noexcept : TreeEntry(std::move(name)), inode_(inode) {}

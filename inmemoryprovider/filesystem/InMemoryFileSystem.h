@@ -128,8 +128,8 @@ public:
     /// The entry at the path with the text `path`, or an empty pointer; the root is never found.
     std::shared_ptr<InMemoryEntry> getEntry(std::u16string_view path) const noexcept;
 
-    /// Whether there is a file, or a folder, at the path with the text `path`; the root is never found. Unlike
-    /// `getEntry`, these write nothing to the entry, so that lookups of one entry do not contend for it.
+    /// Whether there is a file, or a folder, at the path with the text `path`; the root is never found.
+    /// Unlike `getEntry`, these write nothing to the entry, so lookups of one entry do not contend.
     bool hasFile(std::u16string_view path) const noexcept { return hasEntry(path, Kind::File); }
     bool hasFolder(std::u16string_view path) const noexcept { return hasEntry(path, Kind::Folder); }
 

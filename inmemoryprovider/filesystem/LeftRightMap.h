@@ -176,9 +176,9 @@ private:
         change(old);
     }
 
-    /// A reader that was counted before the publication may be in either counter of its stripe, because it may
-    /// have loaded `turn_` long before it incremented a counter. So each counter must be zero once after the
-    /// publication. While the writer waits for one counter of a stripe, new readers use the other.
+    /// A reader that was counted before the publication may be in either counter of its stripe, because it
+    /// may have loaded `turn_` long before it incremented a counter. So each counter must be zero once after
+    /// the publication. While the writer waits for one counter of a stripe, new readers use the other.
     void waitForReadersOfOldCopy() noexcept {
         const std::size_t old = turn_.load();
         waitForEachStripe(1 - old);

@@ -83,8 +83,8 @@ void together(const std::function<void(int thread)>& task) {
     failure.rethrow();
 }
 
-/// Runs `step` repeatedly on four threads, which start each round at the same time. The first failure ends all
-/// of them.
+/// Runs `step` repeatedly on four threads, which start each round at the same time. The first failure ends
+/// all of them.
 void race(const std::function<void(int thread, int round)>& step) {
     std::barrier<> begin(threadCount);
     std::atomic<bool> failed = false;

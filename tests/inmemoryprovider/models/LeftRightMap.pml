@@ -64,7 +64,7 @@ end:
         enter(c);                               /* step: increment the counter */
         p = published;                          /* step: read which copy is published */
         lookUp(p);
-        leave(c);                               /* step: decrement the counter; before: wait for a folder in use */
+        leave(c);                          /* step: decrement the counter; before: wait for a folder in use */
         atomic {
             wake(c);                            /* step: wake the writer; before: wait for a folder in use */
             readIfInUse();                      /* step: wait for a folder in use */
