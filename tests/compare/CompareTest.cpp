@@ -65,7 +65,8 @@ TEST(CompareTest, GeneratesTheSameCallsFromTheSameSeed) {
         other.noteSuccess(call);
         kinds.insert(call.kind);
     }
-    EXPECT_EQ(kinds.size(), allKinds().size() - 2) << "all but the tree at the end and what is left out";
+    EXPECT_EQ(kinds.size(), allKinds().size() - 2)
+        << "all except the final tree and the permanently excluded kind";
 }
 
 TEST(CompareTest, GeneratesNoExcludedCalls) {

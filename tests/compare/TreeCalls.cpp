@@ -77,8 +77,8 @@ void listTooSmall(CallProcess& process, const Call& call, OutcomeBuilder& outcom
     outcome.result(::syscall(SYS_getdents64, descriptor, buffer.data(), buffer.size()));
 }
 
-/// Describes everything below the root without changing access times, including which names are hard links of
-/// each other.
+/// Describes everything below the root, including which names are hard links to the same file. Does not
+/// change access times.
 class TreeReport {
 public:
     TreeReport(CallProcess& process, OutcomeBuilder& outcome) : process_(process), outcome_(outcome) {}

@@ -11,9 +11,8 @@ namespace syscalls {
 /// Used instead of a slot number.
 inline constexpr std::int64_t currentFolder = -1;
 
-/// An estimate of the entries by path and the descriptors by slot that the calls so far have left. Calls that
-/// it does not model, such as those relative to a descriptor, make it inexact. More calls then fail, which is
-/// harmless.
+/// An estimate of the current entries by path, and of the current descriptors by slot. Calls that it does not
+/// model, such as those relative to a descriptor, make it inexact. More calls then fail, which is harmless.
 ///
 /// Not thread-safe.
 class TreeSketch {

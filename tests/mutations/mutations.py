@@ -1,4 +1,4 @@
-"""The mutations: which small changes of the plug-in's code there are."""
+"""The mutations: small changes of the plug-in's code."""
 
 import collections
 import pathlib
@@ -176,10 +176,10 @@ def mutations_of(path):
         named = re.search(r"std::memory_order_(\w+)$", code[match.end():end - 1])
         if not named:
             comma = ", " if code[match.end():end - 1].strip() else ""
-            add(end - 1, end - 1, comma + "std::memory_order_relaxed", "order of memory")
+            add(end - 1, end - 1, comma + "std::memory_order_relaxed", "memory order")
         elif named[1] != "relaxed":
             begin = match.end() + named.start(1)
-            add(begin, begin + len(named[1]), "relaxed", "order of memory")
+            add(begin, begin + len(named[1]), "relaxed", "memory order")
     return result
 
 

@@ -1,9 +1,9 @@
-"""Puts many mutations into one program; an environment variable selects one when the program starts. So the code
-is built once instead of once for each mutation.
+"""Puts many mutations into one program; an environment variable selects one when the program starts. So the
+code is built once instead of once for each mutation.
 
-A mutation within a statement becomes `if (mutated(7)) { changed } else { original }`, one within a condition or an
-initializer becomes a conditional expression. Mutations that cannot be expressed like this, for example those of
-default arguments, constant expressions and constructors' initializers, are left to the caller.
+A mutation within a statement becomes `if (mutated(7)) { changed } else { original }`. One within a condition
+or an initializer becomes a conditional expression. Mutations that cannot be expressed like this are left to
+the caller: for example those of default arguments, constant expressions and constructors' initializers.
 """
 
 import re
@@ -35,8 +35,8 @@ OTHER = re.compile(r"(case|default|using|static_assert|friend|public|private|pro
 
 
 class Unit:
-    """A piece of code, [begin, end), that can be chosen at run time. Holds the mutations within it, and the smaller
-    units that contain mutations."""
+    """A piece of code, [begin, end), with alternatives that can be selected at run time. Holds the mutations
+    within it, and the smaller units that contain mutations."""
 
     def __init__(self, begin, end, kind):
         self.begin = begin
@@ -163,7 +163,7 @@ def mutations_in(unit):
 
 
 class Sources:
-    """The sources with the mutations. What the compiler rejects is dropped from them."""
+    """The sources with all mutations except those that the compiler rejects."""
 
     def __init__(self, root, mutations):
         self.sources = {mutation.path: (root / mutation.path).read_text() for mutation in mutations}
@@ -183,8 +183,8 @@ class Sources:
         return result
 
     def drop_rejected(self, messages):
-        """Drops the mutations that the compiler's messages name; of other code that it names, all mutations in
-        the same line, or else in the same file. Returns false if there is nothing to drop."""
+        """Drops the mutations that the compiler's messages name; of other code that it names, all mutations
+        in the same line, or else in the same file. Returns false if there is nothing to drop."""
         numbers = {int(number) for number in re.findall(MARK + r"(\d+)", messages)}
         places = re.findall(r"^(?:\S*/)?(inmemoryprovider/\S+?):(\d+):\d+: (?:fatal )?error:", messages, re.M)
         for path, line in places:

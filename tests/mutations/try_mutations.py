@@ -10,8 +10,8 @@ memory order, or omits a fence or a wait. It is noticed (killed) if a test fails
 not count if the compiler rejects it. Mutations that survive the ordinary tests are tested again under
 ThreadSanitizer, because only it detects a missing lock.
 
-Most mutations are compiled into one program, which an environment variable tells what to change (schemata.py).
-The others are compiled one by one.
+Most mutations are compiled into one program; an environment variable selects one of them (schemata.py). The
+others are compiled one by one.
 
 accepted.txt next to this file lists the mutations without an effect that a user or caller could see, each
 with the reason. Exits with 1 if any other mutation survives.
@@ -62,7 +62,7 @@ LIBRARY = [["qzstorageinmemoryprovider_core"]] # fails first if a mutation does 
 SOURCE_STAGES = [("plain", UNIT_TESTS), ("plain", MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 HEADER_STAGES = [("headers", MODEL_TESTS), ("headers", UNIT_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 ALL_AT_ONCE_STAGES = [("headers", UNIT_TESTS + MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
-SECONDS_ASLEEP = 20  # after which a test hangs
+SECONDS_ASLEEP = 20  # a test whose threads sleep for that long hangs
 RESULTS = {"refused": "refused", "failed": "noticed", "hung": "noticed by a hang"}
 
 class Result:
@@ -90,7 +90,7 @@ def processor_time(session):
 
 
 def run(command, folder, processor_seconds, number=None):
-    """A command hangs if it exceeds its processor time, or if all its threads sleep for long."""
+    """Runs a command. It hangs if it exceeds its processor time, or if all its threads sleep for long."""
 
     def limit():
         resource.setrlimit(resource.RLIMIT_CPU, (processor_seconds, processor_seconds + 5))
@@ -128,8 +128,8 @@ class Copy:
             self.update(name)
 
     def update(self, name):
-        """Copies a file if it differs. The copy of an earlier run may be older, or hold a mutation. A new time
-        makes the build notice the change."""
+        """Copies a file if it differs: the copy of an earlier run may be older, or contain a mutation. The
+        new modification time triggers a rebuild."""
         copy = self.folder / name
         if not copy.is_file() or not filecmp.cmp(ROOT / name, copy, shallow=False):
             copy.parent.mkdir(parents=True, exist_ok=True)
@@ -165,8 +165,8 @@ class Copy:
                 raise SystemExit(f"{result.output[-5000:]}try_mutations: the unchanged code fails in {build_name}")
 
     def run_stage(self, build_name, tests):
-        """Builds the tests and runs them until one fails. Returns "refused" if they do not build, else the last
-        test's result."""
+        """Builds the tests and runs them until one fails. Returns "refused" if they do not build, else the
+        last test's result."""
         if self.build(build_name, tests, "-j1").ending != "passed":
             return "refused"
         for test in tests:
@@ -195,7 +195,7 @@ class AllAtOnce(Copy):
     def __init__(self, folder, mutations):
         super().__init__(folder)
         self.sources = schemata.Sources(ROOT, mutations)
-        self.detectors = collections.defaultdict(list)  # by source file: the tests that detected its mutations
+        self.detectors = collections.defaultdict(list)  # by file: tests that detected its mutations
         self.lock = threading.Lock()  # guards the above
         (folder / schemata.HEADER_NAME).write_text(schemata.HEADER)
         while not self.builds():
@@ -248,7 +248,7 @@ def accepted_mutations():
 
 
 def tried_all(mutations, results, work, jobs):
-    """Yields each mutation without a result, with its result."""
+    """Tries each mutation without a result, and yields it with its result."""
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
         together = AllAtOnce(work / "all", mutations)
         together.expect_sound(ALL_AT_ONCE_STAGES)
@@ -281,10 +281,13 @@ def tried_all(mutations, results, work, jobs):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--list", action="store_true", help="only print the mutations")
-    parser.add_argument("--only", action="append", default=[], metavar="TEXT", help="those whose line has this text")
-    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many at once")
-    parser.add_argument("--work", type=pathlib.Path, help="where the copies are made and kept (else they are removed)")
-    parser.add_argument("--report", type=pathlib.Path, help="where each result is appended; what is there is not tried again")
+    parser.add_argument("--only", action="append", default=[], metavar="TEXT",
+                        help="only mutations with this text in their --list line")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="number of mutations tried at once")
+    parser.add_argument("--work", type=pathlib.Path,
+                        help="folder for the copies of the source tree, which are kept (default: temporary)")
+    parser.add_argument("--report", type=pathlib.Path,
+                        help="file for the results; mutations with a result in it are not tried again")
     options = parser.parse_args()
 
     mutations = [m for m in all_mutations() if not options.only or any(text in m.name for text in options.only)]
@@ -316,7 +319,7 @@ def main():
     for mutation in unexplained:
         print(f"survived: {mutation.name}")
     print(f"mutations: {len(tried)} tried, {len(tried) - len(survivors)} noticed, "
-          f"{len(survivors) - len(unexplained)} survived that change nothing to be seen, {len(unexplained)} survived")
+          f"{len(survivors) - len(unexplained)} survived without a visible effect, {len(unexplained)} survived")
     return 1 if unexplained else 0
 
 

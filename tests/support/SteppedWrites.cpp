@@ -22,9 +22,9 @@ struct SteppedWrites::Object {
     Bytes bytes;
     std::vector<std::byte> before = {};
     unsigned writes = 0;
-    std::vector<std::uintptr_t> lines = {}; ///< with room for all; a signal handler must not allocate
+    std::vector<std::uintptr_t> lines = {}; ///< with reserved capacity: a signal handler must not allocate
 
-    /// Notes what the last instruction has changed.
+    /// Records the changes of the last instruction. @return whether there are any
     bool note(bool isAtomic) noexcept {
         if (std::memcmp(before.data(), bytes.data(), bytes.size()) == 0) {
             return false;
@@ -70,7 +70,7 @@ bool isAtomicInstruction(const unsigned char* code) noexcept {
 /// The state of the signal handler.
 struct SteppedWrites::Stepping {
     // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): a signal handler has no other state
-    static inline std::vector<Object>* objects = nullptr; ///< null when stepping is to end
+    static inline std::vector<Object>* objects = nullptr; ///< null to end the stepping
     static inline const unsigned char* instruction = nullptr;
     static inline unsigned elsewhere = 0;
     // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)

@@ -11,12 +11,12 @@ namespace storage::tests {
 
 /// Counts the atomic writes of an operation to given objects. Executes the operation one instruction at a
 /// time: the processor's trap flag raises a signal after each instruction. After an instruction with a lock,
-/// compares the objects with a copy. So it finds the writes of the standard library and of the C library too,
-/// in the code that a host runs.
+/// compares the objects with a copy. So it also finds the writes of the C and C++ libraries, in the same code
+/// that a host runs.
 ///
-/// Counts no plain writes, no atomic writes that leave the value as it was, and none of other threads. At most
-/// one object at a time. x86-64 only; not with sanitizers, nor with checked iterators, which acquire locks of
-/// their own, in the signal handler too.
+/// Does not count plain writes, atomic writes that leave the value unchanged, and writes of other threads. At
+/// most one object may exist at a time. Requires x86-64. Unavailable with sanitizers, and with checked
+/// iterators, which acquire their own locks even in the signal handler.
 class SteppedWrites {
 public:
     /// Whether the processor, the kernel and the build allow counting.

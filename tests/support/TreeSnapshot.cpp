@@ -20,7 +20,7 @@ using Kind = EntrySnapshot::Kind;
 
 constexpr std::u16string_view root = u"/";
 
-/// The possible paths of an entry of `folder` with this name: they have one separator in between, or two
+/// The possible paths of an entry of `folder` with this name: with one separator in between, or with two,
 /// unless `folder` is the root.
 std::vector<std::u16string> possiblePaths(const std::u16string& folder, const std::u16string& name) {
     if (folder == root) {

@@ -16,7 +16,7 @@ constexpr std::int64_t blockSize = std::int64_t{64} << 10;
 
 const StorageIRI file(u"/f");
 
-/// A growing file must not need memory for a second copy of its bytes.
+/// A growing file must not require memory for a second copy of its bytes.
 std::int64_t allowedPeak(std::int64_t size) {
     return size + size / 20;
 }

@@ -99,9 +99,8 @@ void runStress(const Options& options) {
 
 int main(int argc, char** argv) {
     storage::stress::Options options;
-    CLI::App app(
-        "Many threads call every operation of shared providers at once; every answer is checked, and the "
-        "trees while no thread runs.");
+    CLI::App app("Calls every operation of shared providers from many threads at once and checks every "
+                 "result. Checks the trees between rounds.");
     app.add_option("--operations", options.operations, "Minimum number of provider operations")
         ->check(CLI::Range(std::size_t{20'000}, std::size_t{1'000'000'000}))
         ->capture_default_str();

@@ -35,7 +35,7 @@ void PluginRound::loadUseAndUnload() {
     const tests::LoadedPlugin plugin(plugin_.c_str());
     auto provider = plugin.build();
     buildTree(*provider);
-    useWhatOthersAreMadeOf(*provider);
+    useDefaultOperations(*provider);
     holdStreamsAndListings(*provider);
     collectFailures(*provider);
     provider.reset();
@@ -61,7 +61,7 @@ void PluginRound::buildTree(const IProvider& provider) {
 }
 
 /// Calls the host's default operations. Each makes many calls of the plug-in.
-void PluginRound::useWhatOthersAreMadeOf(const IProvider& provider) {
+void PluginRound::useDefaultOperations(const IProvider& provider) {
     const StorageIRI copy(u"/moved/copy");
     provider.doCopyFile(file, copy, ReplacementPolicy::RefuseExisting);
     provider.doTruncateToSize(copy, 100);

@@ -29,7 +29,7 @@ private:
 
     void loadUseAndUnload();
     void buildTree(const IProvider& provider);
-    void useWhatOthersAreMadeOf(const IProvider& provider);
+    void useDefaultOperations(const IProvider& provider);
     void holdStreamsAndListings(const IProvider& provider);
     void collectFailures(const IProvider& provider);
     void useStreamsAndListings();
