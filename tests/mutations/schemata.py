@@ -183,8 +183,8 @@ class Sources:
         return result
 
     def drop_rejected(self, messages):
-        """Drops the mutations that the compiler's messages name; of other code that it names, all mutations
-        in the same line, or else in the same file. Returns false if there is nothing to drop."""
+        """Drops the mutations that the compiler's messages name. If a message names other code, drops all
+        mutations in that line, or else in that file. Returns false if there is nothing to drop."""
         numbers = {int(number) for number in re.findall(MARK + r"(\d+)", messages)}
         places = re.findall(r"^(?:\S*/)?(inmemoryprovider/\S+?):(\d+):\d+: (?:fatal )?error:", messages, re.M)
         for path, line in places:

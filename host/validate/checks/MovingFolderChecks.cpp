@@ -425,11 +425,11 @@ void stateMidway(CheckContext& context) {
     expect(namesIn(context, u"q/b") == Names{u"e", u"f"},
            "a move stopped by a read-only folder has not moved the entries before it in the order of paths");
     expect(namesIn(context, u"p/a") == Names{u"s", u"z"},
-           "a move stopped by a read-only folder has not left it and the entries after it");
+           "a move stopped by a read-only folder has moved that folder or entries after it");
     expect(namesIn(context, u"p/a/s") == Names{u"g", u"t"},
-           "a move stopped by a read-only folder has removed entries from it");
+           "a move stopped by a read-only folder has removed entries of that folder");
     expect(!provider.doGetFolderAttributes(context.at(u"p/a/s")).isWritable(),
-           "a move stopped by a read-only folder has changed the folder's flag");
+           "a move stopped by a read-only folder has changed that folder's flag");
     provider.doSetWritable(context.at(u"p/a/s"), true);
 }
 

@@ -275,8 +275,9 @@ void unnamedNumbersMeanTheDefault(CheckContext& context) {
                                        {.content = static_cast<ByteStreamContent>(number),
                                         .append = static_cast<ByteStreamAppend>(number)});
         writeText(*stream, "ab");
-        expect(contentOf(provider, file) == "ab23456789",
-               fmt::format("content {0} or append {0} is not treated like the default", number));
+        expect(
+            contentOf(provider, file) == "ab23456789",
+            fmt::format("the value {0} as content or append option is not treated like the default", number));
         provider.doRemoveFile(file);
     }
 }

@@ -225,7 +225,7 @@ void streamsShareBytes(CheckContext& context) {
     const auto reader = openForReading(context.provider(), context.at(u"f"));
     expect(readOnce(*reader, 1) == "0", "a stream does not read the first byte");
     writeText(*writer, "abc");
-    expect(readOnce(*reader, 1) == "b", "a stream does not read bytes that another has overwritten");
+    expect(readOnce(*reader, 1) == "b", "a stream does not read what another has written over old bytes");
     seekTo(*writer, 0, fromEnd);
     writeText(*writer, "xyz");
     seekTo(*reader, -3, fromEnd);

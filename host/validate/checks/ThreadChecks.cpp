@@ -642,11 +642,10 @@ public:
     void expectBalanced() const {
         for (std::size_t i = 0; i < names.size(); ++i) {
             const bool exists = context_.provider().doExists(context_.at(names[i]));
-            expect(
-                entries_[i] == (exists ? 1 : 0),
-                fmt::format(
-                    "threads have created {} entries more than they have removed at a location that has {}",
-                    entries_[i].load(), exists ? "one" : "none"));
+            expect(entries_[i] == (exists ? 1 : 0),
+                   fmt::format("at one location, threads have created {} entries more than they have "
+                               "removed, but {} exists",
+                               entries_[i].load(), exists ? "one" : "none"));
         }
     }
 
