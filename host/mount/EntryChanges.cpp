@@ -472,9 +472,9 @@ ExclusiveTree::RemovedPlace EntryChanges::removing(ExclusiveTree& tree, Inode& i
     return place;
 }
 
-/// Moves an entry in the storage and replaces the entry at the new place. Does nothing if the storage does
-/// not have the entry under this name. Both folders keep their flags, the entry keeps its time. Precondition:
-/// the attributes of all three are known.
+/// Moves an entry in the storage and replaces the entry at the target. Does nothing if the storage does not
+/// have the entry under this name. Both folders keep their flags, the entry keeps its time. Precondition: the
+/// attributes of all three are known.
 void EntryChanges::move(const ExclusiveTree& tree, TreeEntry& source, FolderInode& folder,
                         const std::u16string& name) {
     if (!tree.isStoredAs(source)) {
