@@ -74,8 +74,8 @@ rules state; a sequence of calls is not. The following guarantees are weaker, al
             14, "Exhausted memory", checks::exhaustedMemory(),
             R"(An allocation may fail in any operation. The operation then throws `std::bad_alloc`, and works
 again when memory is available. In the in-memory provider, a failed creation, removal, opening, query, file
-move or append has changed nothing. Operations composed of several steps may stop midway (14.9, 14.11). If a
-refusal cannot allocate the text that names the path, the process ends.)"},
+move or append has changed nothing. Operations composed of several steps may stop midway (14.9, 14.11). If an
+operation fails for another reason and cannot allocate the message with the path, the process ends.)"},
         CheckGroup{
             15, "The process", checks::process(),
             R"(A provider is a guest in the process of its host. What it starts or opens ends with it. The
