@@ -18,7 +18,7 @@ struct Measurement {
 };
 
 /// Fills an empty storage and prepares the operation to be counted. The order of the entries is random and
-/// the same in every run, so that no operation profits from cached neighbors.
+/// the same in every run, so that no operation profits from cached neighbours.
 using Preparation = Measurement(const provider::IProvider& storage);
 
 /// All operations by their names.

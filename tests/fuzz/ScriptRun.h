@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-/// Runs the lines of a script in a session over small in-memory storage. Fails on wrong behavior that the
+/// Runs the lines of a script in a session over small in-memory storage. Fails on wrong behaviour that the
 /// user can see: an unreported failure, a malformed message, output that is not text, an inconsistent tree.
 ///
 /// Skips commands that read or write the disk.

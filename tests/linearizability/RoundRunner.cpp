@@ -99,7 +99,7 @@ private:
     }
 
     void prepare(std::size_t number) {
-        constexpr std::uint64_t spread = 0x9E3779B97F4A7C15; // neighboring seeds share no round
+        constexpr std::uint64_t spread = 0x9E3779B97F4A7C15; // neighbouring seeds share no round
         plan_ = planOf(rounds_.mix, rounds_.seed * spread + number);
         provider_ = std::make_unique<InMemoryProvider>();
         Caller caller(*provider_);

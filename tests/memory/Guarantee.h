@@ -23,8 +23,8 @@ using Guarantee = std::function<void(const TreeShape&, const Failure&)>;
 /// The tree is unchanged, including all times.
 void unchanged(const TreeShape& shape, const Failure& failure);
 
-/// The tree is unchanged. If only allocations of the refusal's exception failed, the tree may also be as
-/// after the refusal.
+/// The tree is unchanged. If only allocations for the exception of a refusal failed, the tree may also be as
+/// after that refusal.
 void unchangedOrRefused(const TreeShape& shape, const Failure& failure);
 
 /// Like `unchanged`, except for the times of folders in which a temporary file was created and removed. The

@@ -46,7 +46,7 @@ using Done = std::monostate;
 template <class Value>
 using Result = std::variant<Value, Failure>;
 
-/// The behavior that a host can expect of the in-memory provider, as simple as possible: a flat table of
+/// The behaviour that a host can expect of the in-memory provider, as simple as possible: a flat table of
 /// entries by path, with linear searches wherever they are simplest.
 ///
 /// The tree is defined by the paths alone: the parent of an entry is at `parentOf` its path. Invariant

@@ -7,7 +7,7 @@
 
 /// Forwards the required operations to another provider and calls a hook before each. All other operations
 /// are the host interface's defaults, so the hook is called for the operations that they call. Base class of
-/// the test providers that change another provider's behavior.
+/// the test providers that change another provider's behaviour.
 ///
 /// Shares the other provider. Its streams and listings borrow this object.
 class HookedProvider : public foundation::storage::provider::IProvider {

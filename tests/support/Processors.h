@@ -13,7 +13,7 @@ inline cpu_set_t permittedProcessors() {
 }
 
 /// Pins the calling thread to the processor with this number among the permitted ones. Returns false if there
-/// are not so many.
+/// are fewer.
 inline bool runOn(int number, const cpu_set_t& permitted = permittedProcessors()) {
     for (int processor = 0; processor < CPU_SETSIZE; ++processor) {
         if (CPU_ISSET(processor, &permitted) && number-- == 0) {

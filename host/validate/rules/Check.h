@@ -25,7 +25,7 @@ public:
 struct Check {
     const char* number; ///< "GROUP.RULE", for example "4.2"; permanent
     const char* name;   ///< for example "paths.case-is-kept"
-    const char* rule;   ///< one line, for example "Names that differ in case are two names."
+    const char* rule;   ///< one line, for example "Names that differ only in case are two names."
     Profile profile;    ///< the providers to which the rule applies
     /// Returns if the provider keeps the rule. Runs in its own process; it may change the process state or
     /// crash.

@@ -3,8 +3,8 @@
 
     verify.py [MODEL.pml]...         (default: all next to this file)
 
-A line that ends with the comment `step: NAME` is a step of the code. Without it, the search must find a
-counterexample. If the comment continues with `; before: NAME`, exchanging the two steps must give a
+A line that ends with the comment `step: NAME` is a step of the code. If the step is removed, the search must
+find a counterexample. If the comment continues with `; before: NAME`, exchanging the two steps must give a
 counterexample, too. In a model with a progress label, spin also searches for executions that never reach the
 label although every process that can run does run.
 """

@@ -23,7 +23,7 @@ struct Opening {
     ByteStreamOpenOptions options;
 };
 
-/// A provider with streams of class `Stream`, each constructed from a sound stream and its opening.
+/// A provider with streams of class `Stream`. Each is constructed from a correct stream and its opening.
 template <class Stream>
 class WithStreams : public BrokenProvider {
 public:
