@@ -34,6 +34,7 @@ foreach(header
         InMemoryProvider
         PluginEntry
         filesystem/FileEntryAttributes
+        filesystem/FolderEntryAttributes
         filesystem/InMemoryEntry
         filesystem/InMemoryEntryPath
         filesystem/InMemoryFileEntry

@@ -94,10 +94,14 @@ FileAttributes InMemoryProvider::doGetFileAttributes(const StorageIRI& iri) cons
 }
 
 FolderAttributes InMemoryProvider::doGetFolderAttributes(const StorageIRI& iri) const {
-    const auto folder = isRootLocation(iri) ? rootFolder() : translations::getAttributes.run(iri, [&] {
-        return fileSystem_.requireFolderEntry(pathOf(iri));
+    if (isRootLocation(iri)) {
+        const auto root = rootFolder();
+        return FolderAttributes(root->getLastModifiedTime(), root->isWritable());
+    }
+    return translations::getAttributes.run(iri, [&] {
+        const auto attributes = fileSystem_.getFolderEntryAttributes(pathTextOf(iri));
+        return FolderAttributes(attributes.lastModified, attributes.writable);
     });
-    return FolderAttributes(folder->getLastModifiedTime(), folder->isWritable());
 }
 
 std::unique_ptr<ByteStream> InMemoryProvider::doOpenStream(const StorageIRI& iri,

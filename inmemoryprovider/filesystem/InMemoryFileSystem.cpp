@@ -120,6 +120,19 @@ FileEntryAttributes InMemoryFileSystem::getFileEntryAttributes(std::u16string_vi
     return {file->getFileSize(), file->getLastModifiedTime(), file->isWritable()};
 }
 
+FolderEntryAttributes InMemoryFileSystem::getFolderEntryAttributes(std::u16string_view path) const {
+    std::optional<FolderEntryAttributes> attributes;
+    // Read under the mutex of the parent: a move stamps the folder that it empties.
+    const bool hasParent =
+        visitEntry(path, PathSeqLock::Scope::Folder, [&](const std::shared_ptr<InMemoryEntry>& entry) {
+            if (entry->isFolder()) {
+                attributes = {entry->getLastModifiedTime(), entry->isWritable()};
+            }
+        });
+    requireFound(hasParent, attributes.has_value(), path);
+    return *attributes;
+}
+
 std::uint64_t InMemoryFileSystem::getFileEntrySize(const InMemoryEntryPath& path) const {
     const SpinThenBlockLock lock(mutex_);
     return fileOf(*requireFile(*requireParent(path), path.view())).getFileSize();
@@ -184,15 +197,12 @@ InMemoryFileSystem::listFolder(const InMemoryEntryPath& path) const {
 template <class Use>
 bool InMemoryFileSystem::visitEntry(std::u16string_view path, PathSeqLock::Scope scope,
                                     const Use& use) const noexcept {
+    const std::u16string_view parentPath = InMemoryEntryPath::parentOf(path);
     for (;;) {
         const auto start = changes_.number();
         bool hasParent = false;
         std::optional<PathSeqLock::Number> conflict;
-        const auto read = [&](const InMemoryFolderEntry::ChildMap& children) {
-            conflict = changes_.conflictWith(path, scope);
-            if (conflict) {
-                return;
-            }
+        const auto useChild = [&](const InMemoryFolderEntry::ChildMap& children) {
             if (const auto child = children.find(path); child != children.end()) {
                 use(child->second);
             }
@@ -200,22 +210,33 @@ bool InMemoryFileSystem::visitEntry(std::u16string_view path, PathSeqLock::Scope
         // The folder map's writer waits for this visit, so it must not block: a folder in use is read
         // afterwards.
         std::shared_ptr<InMemoryFolderEntry> inUse;
-        folders_.visit(InMemoryEntryPath::parentOf(path),
-                       [&](const std::shared_ptr<InMemoryFolderEntry>* parent) {
-                           hasParent = parent != nullptr;
-                           if (parent != nullptr && !(*parent)->tryRead(read)) {
-                               inUse = *parent;
-                           }
-                       });
+        folders_.visit(parentPath, [&](const std::shared_ptr<InMemoryFolderEntry>* parent) {
+            hasParent = parent != nullptr;
+            if (parent != nullptr && !(*parent)->tryRead([&](const InMemoryFolderEntry::ChildMap& children) {
+                    conflict = changes_.conflictWith(path, scope);
+                    if (!conflict) {
+                        useChild(children);
+                    }
+                })) {
+                inUse = *parent;
+            }
+        });
+        bool isCurrent = true;
         if (inUse) {
-            inUse->read(read);
+            inUse->read([&](const InMemoryFolderEntry::ChildMap& children) {
+                conflict = changes_.conflictWith(path, scope);
+                isCurrent = isFolderAt(parentPath, *inUse); // after `conflictWith`, as in `listFolder`
+                if (!conflict && isCurrent) {
+                    useChild(children);
+                }
+            });
         }
         if (!hasParent) {
             conflict = changes_.conflictWith(path, scope);
         }
         if (conflict) {
             changes_.waitForEndOf(*conflict);
-        } else if (hasParent || changes_.number() == start) {
+        } else if (hasParent ? isCurrent : changes_.number() == start) {
             return hasParent;
         }
     }
@@ -241,13 +262,6 @@ std::shared_ptr<InMemoryFileEntry> InMemoryFileSystem::findFile(std::u16string_v
     auto found = lookUp(path, PathSeqLock::Scope::Entry);
     requireFound(found.hasParent, found.entry && !found.entry->isFolder(), path);
     return std::static_pointer_cast<InMemoryFileEntry>(std::move(found.entry));
-}
-
-std::shared_ptr<InMemoryFolderEntry>
-InMemoryFileSystem::requireFolderEntry(const InMemoryEntryPath& path) const {
-    auto found = lookUp(path.view(), PathSeqLock::Scope::Folder);
-    requireFound(found.hasParent, found.entry && found.entry->isFolder(), path.view());
-    return std::static_pointer_cast<InMemoryFolderEntry>(std::move(found.entry));
 }
 
 bool InMemoryFileSystem::isFolderAt(std::u16string_view path,

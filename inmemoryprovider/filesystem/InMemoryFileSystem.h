@@ -1,6 +1,7 @@
 #pragma once
 
 #include "inmemoryprovider/filesystem/FileEntryAttributes.h"
+#include "inmemoryprovider/filesystem/FolderEntryAttributes.h"
 #include "inmemoryprovider/filesystem/InMemoryEntry.h"
 #include "inmemoryprovider/filesystem/InMemoryEntryPath.h"
 #include "inmemoryprovider/filesystem/InMemoryFileEntry.h"
@@ -59,7 +60,10 @@ namespace storage::inmemoryprovider {
 ///   stay moved, and a replaced entry stays removed.
 ///
 /// Nodes that an operation removes from the tree are destroyed after `mutex_` is released, except the emptied
-/// nodes that a folder move leaves behind.
+/// nodes that a folder move leaves behind, and an empty folder that it replaces if it is stopped after that.
+///
+/// One operation blocks on a file while it holds `mutex_`: opening a file to empty it waits until a read or
+/// write of that file that is in progress has ended.
 ///
 /// Failures are reported by the internal exceptions. Each names the path that the operation's comment states.
 /// Unless stated otherwise, a missing parent folder causes EntryNotFoundException and a read-only parent
@@ -109,8 +113,9 @@ public:
     /// As above, for the path with the text `path`. Does not allocate if the file exists.
     FileEntryAttributes getFileEntryAttributes(std::u16string_view path) const;
 
-    /// The folder at `path`. A caller that reads its time and its flag does not read both atomically.
-    std::shared_ptr<InMemoryFolderEntry> requireFolderEntry(const InMemoryEntryPath& path) const;
+    /// The attributes of the folder at the path with the text `path`, which it had at one moment, apart from
+    /// the provider's setters. Does not allocate if the folder exists.
+    FolderEntryAttributes getFolderEntryAttributes(std::u16string_view path) const;
 
     // These acquire `mutex_`. The provider uses the two above instead.
 

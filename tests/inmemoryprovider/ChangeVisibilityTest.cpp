@@ -159,7 +159,7 @@ protected:
         EXPECT_TRUE(isOpened(u"/z/f"));
         EXPECT_FALSE(isOpened(u"/missing/f"));
         EXPECT_TRUE(fileSystem.getFileEntryAttributes(path(u"/z/f")).writable);
-        EXPECT_TRUE(fileSystem.requireFolderEntry(path(u"/z"))->isWritable());
+        EXPECT_TRUE(fileSystem.getFolderEntryAttributes(u"/z").writable);
         EXPECT_EQ(listed(u"/z"), (Names{u"f"}));
         EXPECT_TRUE(exists(u"/d"));
         EXPECT_TRUE(exists(u"/e"));
@@ -183,6 +183,50 @@ TEST_F(HeldChangeTest, AllowsChangesElsewhereWhileALookUpIsBlocked) {
     }
     held.release();
     EXPECT_TRUE(lookUp.get());
+}
+
+TEST_F(HeldChangeTest, FindsNoFolderWithoutItsFilesAfterWaitingForIt) {
+    for (int round = 0; round < 100; ++round) {
+        HeldFolder held(folder(u"/d"));
+        std::atomic<int> begun = 0;
+        auto move = std::async(std::launch::async, [&] {
+            ++begun;
+            fileSystem.moveFolderEntry(path(u"/d"), path(u"/moved"), ReplacementPolicy::RefuseExisting);
+        });
+        auto missing = std::async(std::launch::async, [&] {
+            ++begun;
+            try {
+                fileSystem.getFileEntryAttributes(u"/d/x");
+                return Path();
+            } catch (const EntryNotFoundException& error) {
+                return error.getMessage();
+            }
+        });
+        waitUntil([&] { return begun == 2; });
+        for (int yields = 0; yields < 20; ++yields) {
+            std::this_thread::yield(); // by now both threads wait for the folder in most rounds
+        }
+        held.release();
+        move.get();
+        const Path message = missing.get();
+        EXPECT_TRUE(message.empty() || message == EntryNotFoundException(path(u"/d")).getMessage());
+        fileSystem.moveFolderEntry(path(u"/moved"), path(u"/d"), ReplacementPolicy::RefuseExisting);
+    }
+}
+
+TEST_F(HeldChangeTest, ReadsTheTimeOfAFolderBeforeAMoveCanStampIt) {
+    const boost::posix_time::ptime pastTime(boost::gregorian::date(2001, 2, 3));
+    const boost::posix_time::ptime timeOfMove(boost::gregorian::date(2002, 3, 4));
+    const auto moved = folder(u"/d");
+    moved->setLastModifiedTime(pastTime);
+    FolderEntryAttributes attributes;
+    {
+        // A move can begin when the parent's mutex is released. It stamps the folder that it empties.
+        const UnlockHook hook([&] { moved->setLastModifiedTime(timeOfMove); });
+        attributes = fileSystem.getFolderEntryAttributes(u"/d");
+    }
+    EXPECT_EQ(attributes.lastModified, pastTime);
+    EXPECT_EQ(moved->getLastModifiedTime(), timeOfMove);
 }
 
 TEST_F(HeldChangeTest, KeepsAReplacedFileVisibleDuringTheMove) {

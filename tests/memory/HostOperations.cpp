@@ -160,7 +160,8 @@ std::vector<Operation> queries() {
                   [](auto& p, auto& s) { return p.doGetExtendedAttributes(*s.file); })
             .allocating(Never),
         operation("getExtendedAttributesOfAFolder", {&Shape::folder},
-                  [](auto& p, auto& s) { return p.doGetExtendedAttributes(*s.folder); }),
+                  [](auto& p, auto& s) { return p.doGetExtendedAttributes(*s.folder); })
+            .allocating(Never),
         operation("getCanonicalLocation", {&Shape::file},
                   [](auto& p, auto& s) { return p.doGetCanonicalLocation(*s.file); }),
         operation("getCanonicalLocationOfTheRoot", {},

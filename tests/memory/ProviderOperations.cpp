@@ -114,7 +114,8 @@ std::vector<Operation> queries() {
                   [](auto& p, auto& s) { return p.doGetFileAttributes(*s.file); })
             .allocating(Never),
         operation("getFolderAttributes", {&Shape::folder},
-                  [](auto& p, auto& s) { return p.doGetFolderAttributes(*s.folder); }),
+                  [](auto& p, auto& s) { return p.doGetFolderAttributes(*s.folder); })
+            .allocating(Never),
         operation("getFolderAttributesOfTheRoot", {},
                   [](auto& p, auto&) { return p.doGetFolderAttributes(root); })
             .allocating(Never),
