@@ -20,7 +20,7 @@ std::u16string folderOfItsOwn() {
 } // namespace
 
 CheckContext::CheckContext(const std::string& plugin, Profile profile, std::uint64_t seed,
-                           OperationTrace& trace)
+                           const OperationTrace& trace)
     : library_(plugin), profile_(profile), random_(seed), trace_(trace) {}
 
 CheckContext::~CheckContext() {
@@ -40,9 +40,7 @@ const CheckContext::IProvider& CheckContext::provider() {
 }
 
 CheckContext::StorageIRI CheckContext::at(std::u16string_view path) {
-    if (!provider_) {
-        makeFolder();
-    }
+    provider();
     return StorageIRI(path.empty() ? folder_ : folder_ + u"/" + std::u16string(path));
 }
 

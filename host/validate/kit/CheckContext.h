@@ -2,7 +2,7 @@
 
 #include "host/plugin/PluginLibrary.h"
 #include "host/validate/kit/OperationTrace.h"
-#include "host/validate/rules/Profile.h"
+#include "host/validate/rules/Check.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <memory>
@@ -29,7 +29,7 @@ public:
     /// @param seed     seed of the random numbers
     /// @param trace    records each call of the provider
     /// @throws PluginError
-    CheckContext(const std::string& plugin, Profile profile, std::uint64_t seed, OperationTrace& trace);
+    CheckContext(const std::string& plugin, Profile profile, std::uint64_t seed, const OperationTrace& trace);
     CheckContext(const CheckContext&) = delete;
     CheckContext& operator=(const CheckContext&) = delete;
     ~CheckContext();
@@ -55,7 +55,7 @@ private:
     PluginLibrary library_;
     Profile profile_;
     std::mt19937_64 random_;
-    OperationTrace& trace_;
+    const OperationTrace& trace_;
     std::optional<LoadedProvider> loaded_;
     std::unique_ptr<IProvider> provider_; ///< forwards to `loaded_`, so it is destroyed before it
     std::u16string folder_;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <set>
-#include <span>
 #include <sys/mman.h>
 #include <system_error>
 
@@ -23,33 +22,29 @@ std::size_t numberOfThread() noexcept {
 
 } // namespace
 
-OperationTrace::Call::Call(OperationTrace& trace, const char* operation, std::u16string_view path) noexcept
-    : operation_(trace.slots_[numberOfThread() % slotCount].operation) {
-    Slot& slot = trace.slots_[numberOfThread() % slotCount];
-    slot.length = path.copy(slot.path, longestPath);
-    operation_.store(operation, std::memory_order_release);
+OperationTrace::Call::Call(const OperationTrace& trace, const char* operation,
+                           std::u16string_view path) noexcept
+    : slot_((*trace.slots_)[numberOfThread() % trace.slots_->size()]) {
+    slot_.length = path.copy(slot_.path, longestPath);
+    slot_.operation.store(operation, std::memory_order_release);
 }
 
 OperationTrace::Call::~Call() {
-    operation_.store(nullptr, std::memory_order_release);
+    slot_.operation.store(nullptr, std::memory_order_release);
 }
 
 OperationTrace::OperationTrace() {
     void* const memory =
-        ::mmap(nullptr, slotCount * sizeof(Slot), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        ::mmap(nullptr, sizeof(Slots), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) { // NOLINT(performance-no-int-to-ptr): MAP_FAILED is a system macro
         throw std::system_error(errno, std::generic_category(), "mmap");
     }
-    slots_ = static_cast<Slot*>(memory);
-}
-
-OperationTrace::~OperationTrace() {
-    ::munmap(slots_, slotCount * sizeof(Slot));
+    slots_.reset(static_cast<Slots*>(memory), [](Slots* slots) { ::munmap(slots, sizeof(Slots)); });
 }
 
 std::string OperationTrace::text() const {
     std::set<std::string> calls; // a set, because several threads may be in the same operation
-    for (const Slot& slot : std::span(slots_, slotCount)) {
+    for (const Slot& slot : *slots_) {
         if (const char* const operation = slot.operation.load(std::memory_order_acquire)) {
             const std::u16string_view path(slot.path, std::min(slot.length, longestPath));
             calls.insert(operation + (path.empty() ? "" : " of " + printable(path)));

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -10,36 +12,34 @@ namespace storage::host {
 /// Records the operations of a provider that a child process is executing. The parent process names them
 /// after a hang or crash of the child.
 ///
-/// Owns memory that is shared with processes forked later. Recording does not allocate. Thread safety: any
-/// thread may record; `text` requires that no thread records any more.
+/// A handle: copies share the memory, and so do processes forked later. Recording does not allocate. Thread
+/// safety: any thread may record; `text` requires that no thread records any more.
 class OperationTrace {
+    struct Slot;
+
 public:
     /// Records one call during its lifetime. Created and destroyed on the calling thread.
     class Call {
     public:
         /// @param operation  a string literal: it has the same address in the parent process
         /// @param path       path of the location; may be empty
-        Call(OperationTrace& trace, const char* operation, std::u16string_view path) noexcept;
+        Call(const OperationTrace& trace, const char* operation, std::u16string_view path) noexcept;
         Call(const Call&) = delete;
         Call& operator=(const Call&) = delete;
         ~Call();
 
     private:
-        std::atomic<const char*>& operation_;
+        Slot& slot_;
     };
 
     /// @throws std::system_error
     OperationTrace();
-    OperationTrace(const OperationTrace&) = delete;
-    OperationTrace& operator=(const OperationTrace&) = delete;
-    ~OperationTrace();
 
     /// All calls that have not returned, for example ", in doMoveFile of /d/f". Empty if there are none.
     std::string text() const;
 
 private:
     static constexpr std::size_t longestPath = 200;
-    static constexpr std::size_t slotCount = 64; ///< more than the threads of any check
 
     /// The latest call of one thread.
     struct Slot {
@@ -47,8 +47,9 @@ private:
         std::size_t length;
         char16_t path[longestPath]; // NOLINT(modernize-avoid-c-arrays): zeroed by the kernel
     };
+    using Slots = std::array<Slot, 64>; ///< more than the threads of any check
 
-    Slot* slots_;
+    std::shared_ptr<Slots> slots_;
 };
 
 } // namespace storage::host

@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/ShortNamespace.h"
 
+#include <functional>
 #include <utility>
 
 namespace storage::host {
@@ -10,105 +11,92 @@ using namespace provider;
 
 namespace {
 
+using Stream = std::unique_ptr<ByteStream>;
+using Listing = std::unique_ptr<IFolderEntryIterator>;
+
+/// Calls `operation` and records the call.
+template <class Operation>
+auto traced(const OperationTrace& trace, const char* name, const std::u16string& path,
+            const Operation& operation) {
+    const OperationTrace::Call call(trace, name, path);
+    return operation();
+}
+
+/// Also wraps the result. The wrapper is allocated first, because nothing may fail after `open` has changed
+/// the storage.
+template <class Wrapper, class Open>
+auto wrapped(const OperationTrace& trace, const char* name, const std::u16string& path, const Open& open) {
+    auto wrapper = std::make_unique<Wrapper>(trace, path);
+    traced(trace, name, path, [&] { wrapper->inner = open(); });
+    return wrapper->inner ? std::move(wrapper) : nullptr;
+}
+
 /// Base class of traced streams and listings.
 template <class Interface>
 class Traced : public Interface {
 public:
-    Traced(OperationTrace& trace, std::u16string path) : trace_(trace), path_(std::move(path)) {}
+    Traced(const OperationTrace& trace, std::u16string path) : trace_(trace), path_(std::move(path)) {}
     Traced(const Traced&) = delete;
     Traced& operator=(const Traced&) = delete;
     ~Traced() override {
-        const auto call = record("the destructor of a stream or a listing");
-        inner_.reset();
+        traced(trace_, "the destructor of a stream or a listing", path_, [&] { inner.reset(); });
     }
 
-    void wrap(std::unique_ptr<Interface> inner) { inner_ = std::move(inner); }
+    std::unique_ptr<Interface> inner;
 
 protected:
-    OperationTrace::Call record(const char* operation) const { return {trace_, operation, path_}; }
+    template <class Operation, class... Arguments>
+    auto call(const char* name, Operation operation, Arguments... arguments) const {
+        return traced(trace_, name, path_, [&] { return std::invoke(operation, *inner, arguments...); });
+    }
 
-    OperationTrace& trace_;
-    std::u16string path_;
-    std::unique_ptr<Interface> inner_;
+    const OperationTrace& trace_;
+    const std::u16string path_;
 };
 
 class TracedStream final : public Traced<ByteStream> {
 public:
     using Traced::Traced;
 
-    long read(char* buffer, long count) override {
-        const auto call = record("read");
-        return inner_->read(buffer, count);
-    }
-    long write(const char* buffer, long count) override {
-        const auto call = record("write");
-        return inner_->write(buffer, count);
+    long read(char* to, long count) override { return call("read", &ByteStream::read, to, count); }
+    long write(const char* from, long count) override {
+        return call("write", &ByteStream::write, from, count);
     }
     std::streampos seek(long offset, std::ios_base::seekdir direction) override {
-        const auto call = record("seek");
-        return inner_->seek(offset, direction);
+        return call("seek", &ByteStream::seek, offset, direction);
     }
-    void flush() override {
-        const auto call = record("flush");
-        inner_->flush();
-    }
+    void flush() override { call("flush", &ByteStream::flush); }
 };
-
-/// Calls `open` and wraps its result. The wrapper is allocated first, because nothing may fail after `open`
-/// has changed the storage.
-template <class Wrapper, class Open>
-auto wrapped(OperationTrace& trace, const char* operation, const std::u16string& path, const Open& open) {
-    auto wrapper = std::make_unique<Wrapper>(trace, path);
-    const OperationTrace::Call call(trace, operation, path);
-    auto inner = open();
-    const bool isNull = inner == nullptr;
-    wrapper->wrap(std::move(inner));
-    return isNull ? nullptr : std::move(wrapper);
-}
 
 class TracedListing final : public Traced<IFolderEntryIterator> {
 public:
     using Traced::Traced;
 
-    FolderEntry getEntry() const override {
-        const auto call = record("getEntry");
-        return inner_->getEntry();
-    }
-    bool hasNext() const override {
-        const auto call = record("hasNext");
-        return inner_->hasNext();
-    }
-    void step() override {
-        const auto call = record("step");
-        inner_->step();
-    }
-    std::unique_ptr<IFolderEntryIterator> clone() const override {
-        return wrapped<TracedListing>(trace_, "clone", path_, [&] { return inner_->clone(); });
+    FolderEntry getEntry() const override { return call("getEntry", &IFolderEntryIterator::getEntry); }
+    bool hasNext() const override { return call("hasNext", &IFolderEntryIterator::hasNext); }
+    void step() override { call("step", &IFolderEntryIterator::step); }
+    Listing clone() const override {
+        return wrapped<TracedListing>(trace_, "clone", path_, [&] { return inner->clone(); });
     }
 };
 
 class TracedProvider final : public IProvider {
 public:
-    TracedProvider(IProvider& inner, OperationTrace& trace) : inner_(inner), trace_(trace) {}
+    TracedProvider(IProvider& inner, const OperationTrace& trace) : inner_(inner), trace_(trace) {}
 
     bool doHasFeature(const ExtendedFeature& feature) const override {
-        const OperationTrace::Call call(trace_, "doHasFeature", {});
-        return inner_.doHasFeature(feature);
+        return traced(trace_, "doHasFeature", {}, [&] { return inner_.doHasFeature(feature); });
     }
     void doShutdown() override {
-        const OperationTrace::Call call(trace_, "doShutdown", {});
-        inner_.doShutdown();
+        traced(trace_, "doShutdown", {}, [&] { inner_.doShutdown(); });
     }
 
     using Iri = StorageIRI;
     using Options = ByteStreamOpenOptions;
     using Policy = ReplacementPolicy;
-    using Stream = std::unique_ptr<ByteStream>;
-    using Listing = std::unique_ptr<IFolderEntryIterator>;
     using Names = std::vector<std::u16string>;
     using Pattern = std::u16string;
     using Time = boost::posix_time::ptime;
-    using Size = unsigned long long;
 
 // Forwards an operation whose first parameter is a location.
 #define QZ_TRACED(Result, name, parameters, ...)                                                             \
@@ -166,7 +154,7 @@ public:
     QZ_TRACED(EntryExistence, doExistsExtended, (const Iri& iri), iri)
     QZ_TRACED(ExtendedAttributes, doGetExtendedAttributes, (const Iri& iri), iri)
     QZ_TRACED(ProviderStorageInfo, doGetProviderStorageInfo, (const Iri& iri), iri)
-    QZ_TRACED(void, doTruncateToSize, (const Iri& iri, Size b), iri, b)
+    QZ_TRACED(void, doTruncateToSize, (const Iri& iri, unsigned long long b), iri, b)
     // NOLINTEND(performance-unnecessary-value-param)
 
 private:
@@ -179,18 +167,17 @@ private:
         } else if constexpr (std::is_same_v<Result, Listing>) {
             return wrapped<TracedListing>(trace_, name, iri.getPath(), run);
         } else {
-            const OperationTrace::Call call(trace_, name, iri.getPath());
-            return run();
+            return traced(trace_, name, iri.getPath(), run);
         }
     }
 
     IProvider& inner_;
-    OperationTrace& trace_;
+    const OperationTrace& trace_;
 };
 
 } // namespace
 
-std::unique_ptr<IProvider> tracedProvider(IProvider& inner, OperationTrace& trace) {
+std::unique_ptr<IProvider> tracedProvider(IProvider& inner, const OperationTrace& trace) {
     return std::make_unique<TracedProvider>(inner, trace);
 }
 

@@ -11,6 +11,6 @@ namespace storage::host {
 /// Returns a provider that forwards every operation to `inner` and records each call, including the calls of
 /// its streams and listings. It borrows `inner` and the trace; its streams and listings borrow only the
 /// trace. It is as thread-safe as `inner`.
-std::unique_ptr<provider::IProvider> tracedProvider(provider::IProvider& inner, OperationTrace& trace);
+std::unique_ptr<provider::IProvider> tracedProvider(provider::IProvider& inner, const OperationTrace& trace);
 
 } // namespace storage::host
