@@ -1,7 +1,6 @@
 #include "host/support/Utf.h"
 #include "host/validate/checks/CheckCatalogue.h"
 #include "host/validate/kit/CheckContext.h"
-#include "host/validate/kit/ExpectRefusal.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/Policies.h"
 #include "host/validate/kit/StreamSteps.h"

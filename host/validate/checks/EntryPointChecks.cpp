@@ -1,8 +1,9 @@
+#include "host/disk/FileDescriptor.h"
 #include "host/storage/Listing.h"
+#include "host/support/SystemCall.h"
 #include "host/validate/checks/CheckCatalogue.h"
 #include "host/validate/checks/EveryOperation.h"
 #include "host/validate/kit/CheckContext.h"
-#include "host/validate/kit/CopiedPlugin.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
@@ -217,13 +218,27 @@ private:
     std::array<int, 2> kept_{};
 };
 
+/// The name of a copied plug-in in /proc/self/maps while it is loaded.
+constexpr std::string_view copiedPluginName = "memfd:copied-plug-in";
+
+/// Loads a plug-in a second time, from a copy in memory, so that it has its own state. At most one copy may
+/// be loaded at a time.
+PluginLibrary copiedPlugin(const PluginLibrary& library) {
+    const int number = checked(::memfd_create("copied-plug-in", MFD_CLOEXEC), "memfd_create");
+    const FileDescriptor copy = FileDescriptor::adopt(number, "copied plug-in");
+    const std::string path = "/proc/self/fd/" + std::to_string(number);
+    std::ofstream(path, std::ios_base::binary)
+        << std::ifstream(library.path(), std::ios_base::binary).rdbuf();
+    return PluginLibrary(path);
+}
+
 void printsNothing(CheckContext& context) {
     context.provider();
     off_t printed = 0;
     {
         const CapturedOutput output;
-        const CopiedPlugin plugin(context.library().path());
-        use(context, *buildFrom(plugin.library()));
+        const PluginLibrary plugin = copiedPlugin(context.library());
+        use(context, *buildFrom(plugin));
         printed = output.size();
     }
     expect(printed == 0, fmt::format("{} bytes were printed by loading the plug-in and using it", printed));
@@ -267,11 +282,11 @@ bool isMapped(std::string_view name) {
 
 void unloadsWithoutTrace(CheckContext& context) {
     {
-        const CopiedPlugin plugin(context.library().path());
-        use(context, *buildFrom(plugin.library()));
-        expect(isMapped(CopiedPlugin::mappedName), "a library that is loaded is not mapped");
+        const PluginLibrary plugin = copiedPlugin(context.library());
+        use(context, *buildFrom(plugin));
+        expect(isMapped(copiedPluginName), "a library that is loaded is not mapped");
     }
-    expect(!isMapped(CopiedPlugin::mappedName), "the library stays mapped after it was unloaded");
+    expect(!isMapped(copiedPluginName), "the library stays mapped after it was unloaded");
 }
 
 /// Expects that an operation fails with exactly `Exception`, not with a derived class of the plug-in.

@@ -1,6 +1,5 @@
 #include "host/validate/checks/CheckCatalogue.h"
 #include "host/validate/kit/CheckContext.h"
-#include "host/validate/kit/ExpectRefusal.h"
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/Policies.h"
 #include "host/validate/kit/StreamSteps.h"

@@ -2,8 +2,8 @@
 
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
-#include "host/validate/rules/Check.h"
-#include "hostapi/storage/provider/ShortNamespace.h"
+#include "host/validate/kit/CheckContext.h"
+#include "host/validate/kit/TreeDescription.h"
 
 #include <fmt/format.h>
 
@@ -41,6 +41,15 @@ void expectFailure(const std::function<void()>& action, ErrorCode code, const St
                                      Failure::ofCurrentException("").reason, expected));
     }
     throw RuleBroken(fmt::format("{} succeeds; it must fail with {}", operation, expected));
+}
+
+void expectRefusal(CheckContext& context, const std::function<void()>& action, ErrorCode code,
+                   const StorageIRI& location, std::string_view operation) {
+    const std::string before = describeTree(context.provider(), context.at(u""));
+    expectFailure(action, code, location, operation);
+    const std::string after = describeTree(context.provider(), context.at(u""));
+    expect(after == before,
+           fmt::format("{} fails, but changes the storage:{}", operation, treeDifference(before, after)));
 }
 
 void skip(std::string_view reason) {
