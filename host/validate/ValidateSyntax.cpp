@@ -15,6 +15,8 @@ namespace storage::host {
 
 namespace {
 
+using Task = ValidateOptions::Task;
+
 constexpr long longestTimeLimit = 86400;
 constexpr long mostJobs = 100;
 constexpr long mostRepeats = 1'000'000;
@@ -42,14 +44,10 @@ std::uint64_t seedOf(const std::string& text) {
     return seed;
 }
 
-Profile profileOf(const std::string& name) {
-    return name == profileName(Profile::AnyProvider) ? Profile::AnyProvider : Profile::InMemoryProvider;
-}
-
 /// Adds an option that may be repeated, each time with one pattern.
-CLI::Option* addPatterns(CLI::App& command, const char* name, std::vector<std::string>& patterns,
-                         const char* description) {
-    return command.add_option(name, patterns, description)
+void addPatterns(CLI::App& command, const char* name, std::vector<std::string>& patterns,
+                 const char* description) {
+    command.add_option(name, patterns, description)
         ->type_name("PATTERN")
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->expected(1)
@@ -58,11 +56,21 @@ CLI::Option* addPatterns(CLI::App& command, const char* name, std::vector<std::s
 
 /// Adds an option with a number from 1 to `most`.
 template <class Number>
-CLI::Option* addNumber(CLI::App& command, const char* name, Number& number, long most, const char* type,
-                       const char* description) {
-    return command.add_option(name, number, description)
-        ->type_name(type)
-        ->check(CLI::Range(1L, most).description(""));
+void addNumber(CLI::App& command, const char* name, Number& number, long most, const char* description) {
+    command.add_option(name, number, description)
+        ->type_name("N")
+        ->check(CLI::Range(1L, most).description(""))
+        ->capture_default_str();
+}
+
+/// Adds an option with a time from one second to a day.
+template <class Time>
+CLI::Option* addSeconds(CLI::App& command, const char* name, Time& time, const char* description) {
+    return command
+        .add_option_function<long>(
+            name, [&time](long seconds) { time = std::chrono::seconds(seconds); }, description)
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1L, longestTimeLimit).description(""));
 }
 
 } // namespace
@@ -70,7 +78,7 @@ CLI::Option* addNumber(CLI::App& command, const char* name, Number& number, long
 ValidateSyntax::ValidateSyntax(CLI::App& app)
     : command_(
           app.add_subcommand("validate", "Check a plug-in against the contract between hosts and plug-ins")) {
-    command_->add_option("PLUGIN", plugin_, "The plug-in's shared library")
+    command_->add_option("PLUGIN", options_.plugin, "The plug-in's shared library")
         ->type_name("")
         ->check(nonEmptyPath());
     command_
@@ -80,37 +88,35 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
         ->type_name("any|in-memory")
         ->check(CLI::IsMember(std::vector<std::string>(profileNames.begin(), profileNames.end()))
                     .description(""));
-    CLI::Option* const list = command_->add_flag("--list", list_, "List the rules, and check nothing");
+    CLI::Option* const list = command_->add_flag_callback(
+        "--list", [this] { options_.task = Task::List; }, "List the rules, and check nothing");
     addPatterns(*command_, "--only", options_.only,
                 "Check only rules with a matching number or name; may be repeated");
-    CLI::Option* const except = addPatterns(*command_, "--except", options_.except,
-                                            "Skip rules with a matching number or name; may be repeated");
-    CLI::Option* const exceptFrom =
-        command_
-            ->add_option("--except-from", options_.exceptFrom,
-                         "Skip the rules of a file: a pattern and a reason on each line")
-            ->type_name("FILE");
-    list->excludes(except)->excludes(exceptFrom);
-    command_->add_flag("--json", json_, "Print the result as JSON");
-    CLI::Option* const junit =
-        command_->add_option("--junit", options_.junitFile, "Also write the result to FILE as JUnit XML")
-            ->type_name("FILE")
-            ->check(nonEmptyPath());
-    list->excludes(junit);
-    command_->add_flag("--markdown", markdown_, "Print the list as Markdown")
+    addPatterns(*command_, "--except", options_.except,
+                "Skip rules with a matching number or name; may be repeated");
+    command_
+        ->add_option("--except-from", options_.exceptFrom,
+                     "Skip the rules of a file: a pattern and a reason on each line")
+        ->type_name("FILE");
+    command_->add_flag_callback(
+        "--json", [this] { options_.format = ReportFormat::Json; }, "Print the result as JSON");
+    command_->add_option("--junit", options_.junitFile, "Also write the result to FILE as JUnit XML")
+        ->type_name("FILE")
+        ->check(nonEmptyPath());
+    list->excludes("--except")->excludes("--except-from")->excludes("--junit");
+    command_
+        ->add_flag_callback(
+            "--markdown", [this] { options_.task = Task::ListAsMarkdown; }, "Print the list as Markdown")
         ->needs(list)
         ->excludes("--json");
     command_->add_option("--seed", seed_, "Seed of the random numbers; a random seed by default")
         ->type_name("N");
-    addNumber(*command_, "--timeout", timeLimit_, longestTimeLimit, "SECONDS", "Time limit of one check")
-        ->capture_default_str();
-    addNumber(*command_, "--run-timeout", runLimit_, longestTimeLimit, "SECONDS",
-              "Time limit of the whole run; unlimited by default");
-    addNumber(*command_, "--jobs", options_.jobs, mostJobs, "N", "Number of checks to run at once")
-        ->capture_default_str();
-    addNumber(*command_, "--repeat", options_.repeat, mostRepeats, "N",
-              "Run each check N times with different random numbers")
-        ->capture_default_str();
+    addSeconds(*command_, "--timeout", options_.timeLimit, "Time limit of one check")->default_str("60");
+    addSeconds(*command_, "--run-timeout", options_.runLimit,
+               "Time limit of the whole run; unlimited by default");
+    addNumber(*command_, "--jobs", options_.jobs, mostJobs, "Number of checks to run at once");
+    addNumber(*command_, "--repeat", options_.repeat, mostRepeats,
+              "Run each check N times with different random numbers");
     command_->add_flag("--fail-fast", options_.failFast, "Stop at the first check that does not pass");
     command_->footer(validateExamples);
 }
@@ -120,22 +126,13 @@ std::optional<ValidateOptions> ValidateSyntax::result(const std::optional<std::s
         return std::nullopt;
     }
     ValidateOptions options = options_;
-    using Task = ValidateOptions::Task;
-    options.task = markdown_ ? Task::ListAsMarkdown : list_ ? Task::List : Task::Check;
-    options.plugin = namedPlugin(plugin, plugin_);
-    options.profile = profile_ ? profileOf(*profile_) : usualProfile(options);
-    options.format = json_ ? ReportFormat::Json : ReportFormat::Text;
+    options.plugin = namedPlugin(plugin, options_.plugin);
     options.seed = seed_ ? seedOf(*seed_) : std::random_device{}();
-    options.timeLimit = std::chrono::seconds(timeLimit_);
-    if (runLimit_) {
-        options.runLimit = std::chrono::seconds(*runLimit_);
-    }
+    // A list contains all rules; a plug-in given by the user may have any kind of storage.
+    const bool isAny = profile_ ? *profile_ == profileName(Profile::AnyProvider)
+                                : options.task == Task::Check && options.plugin;
+    options.profile = isAny ? Profile::AnyProvider : Profile::InMemoryProvider;
     return options;
-}
-
-/// The default profile. A list contains all rules; a plug-in given by the user may have any kind of storage.
-Profile ValidateSyntax::usualProfile(const ValidateOptions& options) const {
-    return list_ || !options.plugin ? Profile::InMemoryProvider : Profile::AnyProvider;
 }
 
 } // namespace storage::host

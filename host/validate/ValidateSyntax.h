@@ -2,7 +2,6 @@
 
 #include "host/validate/ValidateOptions.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -29,18 +28,10 @@ public:
     std::optional<ValidateOptions> result(const std::optional<std::string>& plugin) const;
 
 private:
-    Profile usualProfile(const ValidateOptions& options) const;
-
     CLI::App* command_;
     ValidateOptions options_;
-    std::optional<std::string> plugin_;
     std::optional<std::string> profile_;
     std::optional<std::string> seed_;
-    long timeLimit_ = std::chrono::floor<std::chrono::seconds>(options_.timeLimit).count();
-    std::optional<long> runLimit_;
-    bool list_ = false;
-    bool markdown_ = false;
-    bool json_ = false;
 };
 
 } // namespace storage::host
