@@ -94,11 +94,15 @@ bool endedWell(int status) {
 
 } // namespace
 
-CheckProcess::CheckProcess(const Task& task)
-    : CheckProcess(task, randomMark(), Pipe::make("verdict"), Pipe::make("output")) {}
+CheckProcess::CheckProcess(const Task& task, milliseconds limit, Where where)
+    : CheckProcess(task, limit, std::move(where), randomMark(), Pipe::make("verdict"), Pipe::make("output")) {
+}
 
-CheckProcess::CheckProcess(const Task& task, std::string mark, Pipe verdict, Pipe output)
-    : mark_(std::move(mark)),
+CheckProcess::CheckProcess(const Task& task, milliseconds limit, Where where, std::string mark, Pipe verdict,
+                           Pipe output)
+    : limit_(limit),
+      where_(std::move(where)),
+      mark_(std::move(mark)),
       process_([&] { runTask(task, mark_, verdict, output); }),
       ended_(openProcess(process_.id())),
       verdictEnd_(std::move(verdict.readEnd)),
@@ -107,24 +111,31 @@ CheckProcess::CheckProcess(const Task& task, std::string mark, Pipe verdict, Pip
                 {verdictEnd_.number(), POLLIN, 0},
                 {outputEnd_.number(), POLLIN, 0}}} {}
 
-CheckOutcome CheckProcess::wait(milliseconds limit) {
+CheckOutcome CheckProcess::wait() {
     CheckProcess* const self = this;
-    while (!isOver(limit)) {
-        waitForAny({&self, 1});
-    }
-    return outcome(limit);
+    waitForAny({&self, 1});
+    return outcome();
 }
 
-void CheckProcess::waitForAny(std::span<CheckProcess* const> processes) {
-    Interruption::check();
-    std::vector<pollfd> sources;
-    for (const CheckProcess* const each : processes) {
-        sources.insert(sources.end(), each->sources_.begin(), each->sources_.end());
+std::size_t CheckProcess::waitForAny(std::span<CheckProcess* const> processes) {
+    for (;;) {
+        for (std::size_t i = 0; i < processes.size(); ++i) {
+            if (processes[i]->isOver()) {
+                return i;
+            }
+        }
+        Interruption::check();
+        std::vector<pollfd> sources;
+        for (const CheckProcess* const each : processes) {
+            sources.insert(sources.end(), each->sources_.begin(), each->sources_.end());
+        }
+        ::poll(sources.data(), sources.size(), static_cast<int>(longestWait.count()));
     }
-    ::poll(sources.data(), sources.size(), static_cast<int>(longestWait.count()));
 }
 
-bool CheckProcess::isOver(milliseconds limit) {
+/// Reads what the process has sent.
+/// @return whether it has ended, or has reached the time limit
+bool CheckProcess::isOver() {
     ::poll(sources_.data(), sources_.size(), 0);
     if (sources_[1].revents != 0 && !takeVerdict()) {
         sources_[1].fd = -1; // end of file: stop polling
@@ -133,14 +144,17 @@ bool CheckProcess::isOver(milliseconds limit) {
         sources_[2].fd = -1;
     }
     end_ = sources_[0].revents != 0 ? End::ByItself : End::TimeOver;
-    return end_ == End::ByItself || Clock::now() >= start_ + limit;
+    return end_ == End::ByItself || Clock::now() >= start_ + limit_;
 }
 
-CheckOutcome CheckProcess::outcome(milliseconds limit) {
+CheckOutcome CheckProcess::outcome() {
     const int status = process_.end();
     takeVerdict();
     takeOutput();
-    CheckOutcome outcome = verdict(status, limit);
+    CheckOutcome outcome = verdict(status);
+    if (outcome.result == Result::Crash || outcome.result == Result::Hang) {
+        outcome.reason += where_();
+    }
     outcome.output = output_.text();
     outcome.duration = std::chrono::duration_cast<milliseconds>(Clock::now() - start_);
     return outcome;
@@ -170,10 +184,10 @@ std::optional<CheckOutcome> CheckProcess::announcedVerdict() const {
     return CheckOutcome{result, reason.text()};
 }
 
-CheckOutcome CheckProcess::verdict(int status, milliseconds limit) const {
+CheckOutcome CheckProcess::verdict(int status) const {
     const Result early = end_ == End::TimeOver ? Result::Hang : Result::Crash;
     const std::string ending = end_ == End::TimeOver
-                                   ? fmt::format("did not end within {:g} s", inSeconds(limit))
+                                   ? fmt::format("did not end within {:g} s", inSeconds(limit_))
                                    : howItEnded(status);
     if (announced_.empty()) {
         return {early, ending};

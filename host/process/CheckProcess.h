@@ -28,38 +28,44 @@ public:
     /// Runs in the child process and announces one verdict. A pass counts only if the process then exits with
     /// status 0.
     using Task = std::function<void(const Announce& announce)>;
+    /// Returns what the process was doing, for the end of the reason of a crash or hang.
+    using Where = std::function<std::string()>;
 
+    /// @param limit  time limit, after which the process is killed
     /// @throws std::system_error
-    explicit CheckProcess(const Task& task);
+    CheckProcess(
+        const Task& task, std::chrono::milliseconds limit, Where where = [] { return std::string(); });
 
-    /// Waits for the process to end, and kills it at the time limit. Call it once.
+    /// Waits for the process to end or to reach its time limit. Call it once.
     /// @throws Interrupted
-    CheckOutcome wait(std::chrono::milliseconds limit);
+    CheckOutcome wait();
 
-    /// Waits, for a short time at most, until one of the processes sends data or ends.
+    /// Waits until one of the processes has ended or has reached its time limit.
+    /// @param processes  at least one
+    /// @return the index of that process
     /// @throws Interrupted
-    static void waitForAny(std::span<CheckProcess* const> processes);
+    static std::size_t waitForAny(std::span<CheckProcess* const> processes);
 
-    /// Reads what the process has sent.
-    /// @return whether it has ended, or has reached the time limit
-    bool isOver(std::chrono::milliseconds limit);
-
-    /// Kills the process if it is still running, and returns the outcome. Call it once, when isOver() is
-    /// true.
-    CheckOutcome outcome(std::chrono::milliseconds limit);
+    /// Kills the process if it is still running, and returns the outcome. Call it once, when waitForAny() has
+    /// returned this process.
+    CheckOutcome outcome();
 
 private:
     using Clock = std::chrono::steady_clock;
     enum class End { ByItself, TimeOver };
 
-    CheckProcess(const Task& task, std::string mark, Pipe verdict, Pipe output);
+    CheckProcess(const Task& task, std::chrono::milliseconds limit, Where where, std::string mark,
+                 Pipe verdict, Pipe output);
 
+    bool isOver();
     bool takeVerdict();
     bool takeOutput();
     std::optional<CheckOutcome> announcedVerdict() const;
-    CheckOutcome verdict(int status, std::chrono::milliseconds limit) const;
+    CheckOutcome verdict(int status) const;
 
     Clock::time_point start_ = Clock::now();
+    std::chrono::milliseconds limit_;
+    Where where_;
     End end_ = End::TimeOver;
     std::string mark_; ///< delimits the verdict on both sides
     ChildProcess process_;

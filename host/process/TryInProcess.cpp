@@ -1,7 +1,6 @@
 #include "host/process/TryInProcess.h"
 
 #include "host/plugin/PluginLibrary.h"
-#include "host/process/CheckProcess.h"
 #include "host/support/Failure.h"
 #include "host/support/Utf.h"
 
@@ -25,13 +24,13 @@ CheckOutcome verdictOf(const std::string& plugin, const std::function<void()>& w
 } // namespace
 
 void tryInProcess(const std::string& plugin, const std::function<void()>& work,
-                  std::chrono::milliseconds limit, const std::function<std::string()>& where) {
-    CheckProcess process([&](const CheckProcess::Announce& announce) { announce(verdictOf(plugin, work)); });
-    const CheckOutcome outcome = process.wait(limit);
+                  std::chrono::milliseconds limit, CheckProcess::Where where) {
+    CheckProcess process([&](const CheckProcess::Announce& announce) { announce(verdictOf(plugin, work)); },
+                         limit, std::move(where));
+    const CheckOutcome outcome = process.wait();
     if (outcome.result == Result::Crash || outcome.result == Result::Hang) {
         const std::string output = outcome.output.empty() ? "" : "; its output: " + outcome.output;
-        throw PluginError(printable(plugin) + ": the process that loaded it " + outcome.reason + where() +
-                          output);
+        throw PluginError(printable(plugin) + ": the process that loaded it " + outcome.reason + output);
     }
     if (outcome.result == Result::Fail) {
         throw PluginError(printableInMessage(outcome.reason)); // one line

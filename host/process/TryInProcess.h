@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/process/CheckProcess.h"
+
 #include <chrono>
 #include <functional>
 #include <string>
@@ -11,10 +13,10 @@ namespace storage::host {
 /// @param plugin  path, for the message
 /// @param work    loads the plug-in and uses it
 /// @param limit   time limit, after which the child process is killed
-/// @param where   called on failure: what the process was doing, for the end of the message
+/// @param where   called on failure: what the process was doing, for the message
 /// @throws PluginError when the work throws or the process does not exit with status 0
 void tryInProcess(
     const std::string& plugin, const std::function<void()>& work, std::chrono::milliseconds limit,
-    const std::function<std::string()>& where = [] { return std::string(); });
+    CheckProcess::Where where = [] { return std::string(); });
 
 } // namespace storage::host

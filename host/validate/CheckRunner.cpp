@@ -1,9 +1,6 @@
 #include "host/validate/CheckRunner.h"
 
-#include "host/plugin/PluginLibrary.h"
-#include "host/process/CheckProcess.h"
 #include "host/process/TryInProcess.h"
-#include "host/support/CommandError.h"
 #include "host/support/Failure.h"
 #include "host/validate/kit/CheckContext.h"
 
@@ -31,38 +28,24 @@ CheckOutcome verdictOf(const std::function<void()>& check) {
 } // namespace
 
 void CheckRunner::requireProvider() const {
-    OperationTrace trace;
+    const OperationTrace trace;
+    std::optional<CheckContext> context; // its library may define the class of an exception of the provider
     const auto beginCheck = [&] {
-        CheckContext context(plugin_, profile_, seed_, trace);
-        try {
-            context.provider();
-        } catch (const PluginError&) {
-            throw;
-        } catch (...) { // copied, because the context unloads the library that may define the exception class
-            const Failure failure = Failure::ofCurrentException("");
-            throw CommandError(failure.path, failure.reason);
-        }
+        context.emplace(plugin, profile, seed, trace).provider();
+        context.reset();
     };
-    tryInProcess(plugin_, beginCheck, limit_, [&] { return trace.text(); });
+    tryInProcess(plugin, beginCheck, limit, [&] { return trace.text(); });
 }
 
-CheckRunner::Running::Running(const CheckRunner& runner, const Check& check)
-    : process_([&](const CheckProcess::Announce& announce) {
-          std::optional<CheckContext> context;
-          announce(verdictOf([&] { // before the provider and the library are destroyed, which may crash
-              check.run(context.emplace(runner.plugin_, runner.profile_, runner.seed_, trace_));
-          }));
-      }) {}
-
-CheckOutcome CheckRunner::Running::traced(CheckOutcome outcome) const {
-    if (outcome.result == Result::Crash || outcome.result == Result::Hang) {
-        outcome.reason += trace_.text();
-    }
-    return outcome;
-}
-
-std::unique_ptr<CheckRunner::Running> CheckRunner::start(const Check& check) const {
-    return std::make_unique<Running>(*this, check);
+std::unique_ptr<CheckProcess> CheckRunner::start(const Check& check) const {
+    const OperationTrace trace;
+    const auto task = [&](const CheckProcess::Announce& announce) {
+        std::optional<CheckContext> context;
+        announce(verdictOf([&] { // before the provider and the library are destroyed, which may crash
+            check.run(context.emplace(plugin, profile, seed, trace));
+        }));
+    };
+    return std::make_unique<CheckProcess>(task, limit, [trace] { return trace.text(); });
 }
 
 } // namespace storage::host

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/support/ReportFormat.h"
-#include "host/validate/rules/Profile.h"
+#include "host/validate/rules/Check.h"
 
 #include <chrono>
 #include <cstddef>
@@ -30,6 +30,10 @@ struct ValidateOptions {
     std::size_t jobs = 1;                              ///< number of checks that run concurrently
     std::size_t repeat = 1; ///< number of runs of each check, each with another seed
     bool failFast = false;  ///< the first check that does not pass ends the run
+
+    /// The command line, quoted for a shell, that repeats one check of a run with the same options.
+    /// @param round  number of earlier runs of the check
+    std::string replayCommand(const Check& check, std::size_t round = 0) const;
 };
 
 } // namespace storage::host

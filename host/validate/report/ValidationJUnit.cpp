@@ -19,8 +19,9 @@ std::string seconds(std::chrono::milliseconds time) {
     return fmt::format("{:.3f}", std::chrono::duration<double>(time).count());
 }
 
-void putTotals(ptree& suite, const ValidationRecord::Totals& totals) {
-    suite.put("<xmlattr>.tests", totals.all());
+void putTotals(ptree& suite, ValidationRecord::CheckRuns checks) {
+    const ValidationRecord::Totals totals(checks);
+    suite.put("<xmlattr>.tests", totals.all);
     suite.put("<xmlattr>.failures", totals.of(Result::Fail));
     suite.put("<xmlattr>.errors", totals.of(Result::Crash) + totals.of(Result::Hang));
     suite.put("<xmlattr>.skipped", totals.of(Result::Skip));
@@ -30,16 +31,16 @@ void putTotals(ptree& suite, const ValidationRecord::Totals& totals) {
 void addTrouble(ptree& test, const char* element, const ValidationRecord::CheckRun& run) {
     const CheckOutcome& outcome = run.outcome;
     const std::size_t firstLine = std::min(outcome.reason.find('\n'), outcome.reason.size());
-    ptree trouble(fmt::format("{}{}\nreplay: {}\n{}", run.check->rule, outcome.reason.substr(firstLine),
+    ptree trouble(fmt::format("{}{}\nreplay: {}\n{}", run.rule.check->rule, outcome.reason.substr(firstLine),
                               run.replay, outcome.output));
     trouble.put("<xmlattr>.message", outcome.reason.substr(0, firstLine));
     test.add_child(element, trouble);
 }
 
-ptree testCase(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
+ptree testCase(const ValidationRecord::CheckRun& run) {
     ptree test;
-    test.put("<xmlattr>.classname", group.title);
-    test.put("<xmlattr>.name", fmt::format("{} {}", run.check->number, run.check->name));
+    test.put("<xmlattr>.classname", run.rule.group->title);
+    test.put("<xmlattr>.name", fmt::format("{} {}", run.rule.check->number, run.rule.check->name));
     test.put("<xmlattr>.time", seconds(run.outcome.duration));
     const Result result = run.outcome.result;
     if (result == Result::Skip) {
@@ -50,27 +51,25 @@ ptree testCase(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
     return test;
 }
 
-void addProperty(ptree& suite, const char* name, const std::string& value) {
-    ptree property;
-    property.put("<xmlattr>.name", name);
-    property.put("<xmlattr>.value", value);
-    suite.add_child("properties.property", property);
-}
-
-ptree testSuite(const ValidationRecord& record, const ValidationRecord::Group& group) {
+ptree testSuite(const ValidationRecord& record, ValidationRecord::CheckRuns group) {
     ptree suite;
-    suite.put("<xmlattr>.name", fmt::format("{} {}", group.group->number, group.group->title));
-    putTotals(suite, group.totals());
+    const CheckGroup& about = *group.front().rule.group;
+    suite.put("<xmlattr>.name", fmt::format("{} {}", about.number, about.title));
+    putTotals(suite, group);
     std::chrono::milliseconds time{};
-    for (const ValidationRecord::CheckRun& run : group.checks) {
+    for (const ValidationRecord::CheckRun& run : group) {
         time += run.outcome.duration;
     }
     suite.put("<xmlattr>.time", seconds(time));
-    addProperty(suite, "plugin", printable(record.plugin));
-    addProperty(suite, "profile", profileName(record.profile));
-    addProperty(suite, "seed", std::to_string(record.seed));
-    for (const ValidationRecord::CheckRun& run : group.checks) {
-        suite.add_child("testcase", testCase(*group.group, run));
+    for (const auto& [name, value] : {std::pair<const char*, std::string>("plugin", printable(record.plugin)),
+                                      {"profile", profileName(record.profile)},
+                                      {"seed", std::to_string(record.seed)}}) {
+        ptree& property = suite.add("properties.property", "");
+        property.put("<xmlattr>.name", name);
+        property.put("<xmlattr>.value", value);
+    }
+    for (const ValidationRecord::CheckRun& run : group) {
+        suite.add_child("testcase", testCase(run));
     }
     return suite;
 }
@@ -80,8 +79,8 @@ ptree testSuite(const ValidationRecord& record, const ValidationRecord::Group& g
 std::string junitXml(const ValidationRecord& record) {
     ptree suites;
     suites.put("<xmlattr>.name", "qzstorage validate");
-    putTotals(suites, record.totals());
-    for (const ValidationRecord::Group& group : record.groups) {
+    putTotals(suites, record.checks);
+    for (const ValidationRecord::CheckRuns group : record.groups()) {
         suites.add_child("testsuite", testSuite(record, group));
     }
     ptree document;

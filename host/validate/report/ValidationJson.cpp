@@ -8,18 +8,18 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json ruleJson(const CheckGroup& group, const Check& check) {
-    return {{"number", check.number},
-            {"name", check.name},
-            {"group", group.title},
-            {"rule", check.rule},
-            {"profile", profileName(check.profile)}};
+Json ruleJson(const CheckSelection::Rule& rule) {
+    return {{"number", rule.check->number},
+            {"name", rule.check->name},
+            {"group", rule.group->title},
+            {"rule", rule.check->rule},
+            {"profile", profileName(rule.check->profile)}};
 }
 
-Json runJson(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
-    Json json = ruleJson(group, *run.check);
+Json runJson(const ValidationRecord::CheckRun& run) {
+    Json json = ruleJson(run.rule);
     json["result"] = wordsFor(run.outcome.result).name;
-    json["excepted"] = run.state == ValidationRecord::CheckRun::State::Excepted;
+    json["excepted"] = run.rule.exception.has_value();
     json["reason"] = run.outcome.reason;
     json["output"] = run.outcome.output;
     json["milliseconds"] = run.outcome.duration.count();
@@ -28,8 +28,8 @@ Json runJson(const CheckGroup& group, const ValidationRecord::CheckRun& run) {
 }
 
 Json totalsJson(const ValidationRecord& record) {
-    const ValidationRecord::Totals totals = record.totals();
-    Json json{{"rules", totals.all()}};
+    const ValidationRecord::Totals totals(record.checks);
+    Json json{{"rules", totals.all}};
     for (const ResultWords& words : resultWords) {
         json[words.counted] = totals.of(words.result);
     }
@@ -41,10 +41,8 @@ Json totalsJson(const ValidationRecord& record) {
 
 void printRulesAsJson(std::ostream& out, const CheckSelection& selection) {
     Json rules = Json::array();
-    for (const CheckSelection::Group& group : selection.groups) {
-        for (const Check* const check : group.checks) {
-            rules.push_back(ruleJson(*group.group, *check));
-        }
+    for (const CheckSelection::Rule& rule : selection.rules) {
+        rules.push_back(ruleJson(rule));
     }
     out << Json{{"rules", std::move(rules)}}.dump(2) << '\n' << std::flush;
 }
@@ -54,10 +52,8 @@ void printJson(std::ostream& out, const ValidationRecord& record) {
               {"plugin", record.plugin},   {"profile", profileName(record.profile)},
               {"seed", record.seed},       {"totals", totalsJson(record)},
               {"stopped", record.stopped}, {"rules", Json::array()}};
-    for (const ValidationRecord::Group& group : record.groups) {
-        for (const ValidationRecord::CheckRun& run : group.checks) {
-            json["rules"].push_back(runJson(*group.group, run));
-        }
+    for (const ValidationRecord::CheckRun& run : record.checks) {
+        json["rules"].push_back(runJson(run));
     }
     out << json.dump(2, ' ', /*ensure_ascii*/ false, Json::error_handler_t::replace) << '\n' << std::flush;
 }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <functional>
-#include <numeric>
 
 namespace storage::host {
 
@@ -14,12 +12,10 @@ const ResultWords& wordsFor(Result result) {
                          [&](const ResultWords& words) { return words.result == result; });
 }
 
-std::size_t ValidationRecord::Totals::all() const {
-    return std::accumulate(counts.begin(), counts.end(), std::size_t{0});
-}
-
-bool ValidationRecord::Totals::allKept() const {
-    return of(Result::Pass) + of(Result::Skip) == all();
+ValidationRecord::Totals::Totals(CheckRuns checks) : all(checks.size()) {
+    for (const CheckRun& run : checks) {
+        ++counts[static_cast<std::size_t>(run.outcome.result)];
+    }
 }
 
 std::string ValidationRecord::Totals::summary() const {
@@ -32,36 +28,21 @@ std::string ValidationRecord::Totals::summary() const {
     return text;
 }
 
-void ValidationRecord::Totals::add(const Totals& other) {
-    std::transform(counts.begin(), counts.end(), other.counts.begin(), counts.begin(), std::plus());
+std::vector<ValidationRecord::CheckRuns> ValidationRecord::groups() const {
+    std::vector<CheckRuns> groups;
+    for (auto begin = checks.begin(); begin != checks.end();) {
+        const auto end = std::find_if(
+            begin, checks.end(), [&](const CheckRun& run) { return run.rule.group != begin->rule.group; });
+        groups.emplace_back(begin, end);
+        begin = end;
+    }
+    return groups;
 }
 
-ValidationRecord::Totals ValidationRecord::Group::totals() const {
-    Totals totals;
-    for (const CheckRun& run : checks) {
-        ++totals.counts[static_cast<std::size_t>(run.outcome.result)];
-    }
-    return totals;
-}
-
-ValidationRecord::Totals ValidationRecord::totals() const {
-    Totals totals;
-    for (const Group& group : groups) {
-        totals.add(group.totals());
-    }
-    return totals;
-}
-
-std::vector<std::string> ValidationRecord::numbersOf(CheckRun::State state) const {
-    std::vector<std::string> numbers;
-    for (const Group& group : groups) {
-        for (const CheckRun& run : group.checks) {
-            if (run.state == state) {
-                numbers.emplace_back(run.check->number);
-            }
-        }
-    }
-    return numbers;
+bool ValidationRecord::succeeded() const {
+    return std::all_of(checks.begin(), checks.end(), [](const CheckRun& run) {
+        return !run.isPending && (run.outcome.result == Result::Pass || run.outcome.result == Result::Skip);
+    });
 }
 
 } // namespace storage::host

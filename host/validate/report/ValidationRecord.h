@@ -1,11 +1,12 @@
 #pragma once
 
 #include "host/process/CheckOutcome.h"
-#include "host/validate/rules/Check.h"
+#include "host/validate/rules/CheckSelection.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -32,50 +33,40 @@ const ResultWords& wordsFor(CheckOutcome::Result result);
 
 /// The results of a run. A value; it refers to the catalogue.
 struct ValidationRecord {
-    /// A selected check.
+    /// A selected rule and the result of its check.
     struct CheckRun {
-        const Check* check;
+        CheckSelection::Rule rule;
         CheckOutcome outcome;
-        std::string replay; ///< the command line, quoted for a shell, that runs this check again
-        enum class State {
-            Checked,
-            Excepted,   ///< excluded by the user, because the storage cannot keep the rule
-            NotReached, ///< the run was stopped before this check
-        } state = State::Checked;
+        std::string replay{};   ///< the command line, quoted for a shell, that runs this check again
+        bool isPending = false; ///< not checked yet, or the run was stopped before this check
     };
+    using CheckRuns = std::span<const CheckRun>;
 
     /// How many checks ended with each result.
     struct Totals {
+        explicit Totals(CheckRuns checks);
+
+        std::size_t all;
         std::array<std::size_t, resultWords.size()> counts{}; ///< indexed by the result
 
         std::size_t of(CheckOutcome::Result result) const { return counts[static_cast<std::size_t>(result)]; }
-        std::size_t all() const;
-        bool allKept() const;
-        void add(const Totals& other);
 
         /// "5 passed, 1 failed", without the results that no check ended with.
         std::string summary() const;
     };
 
-    /// The checks of one group.
-    struct Group {
-        const CheckGroup* group;
-        std::vector<CheckRun> checks;
-
-        Totals totals() const;
-    };
-
     std::string plugin; ///< path
     Profile profile;
     std::uint64_t seed;
-    std::size_t leftOut; ///< number of selected rules that the profile excludes
-    std::vector<Group> groups;
+    std::size_t leftOut;          ///< number of selected rules that the profile excludes
+    std::vector<CheckRun> checks; ///< in the order of the catalogue
     std::string stopped{}; ///< why the run ended early, for example "stopped after 10 hangs"; empty otherwise
 
-    Totals totals() const;
+    /// The checks of each group.
+    std::vector<CheckRuns> groups() const;
 
-    /// The numbers of the rules in this state.
-    std::vector<std::string> numbersOf(CheckRun::State state) const;
+    /// Whether every check ran, or is excepted, and found no broken rule.
+    bool succeeded() const;
 };
 
 } // namespace storage::host

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "host/validate/report/ValidationRecord.h"
-#include "host/validate/rules/CheckSelection.h"
 
 #include <ostream>
 #include <string>
@@ -17,7 +16,7 @@ void printRulesAsJson(std::ostream& out, const CheckSelection& selection);
 
 // The text report. Each group is printed as soon as its checks have ended.
 void printBegin(std::ostream& out, const ValidationRecord& record);
-void printGroup(std::ostream& out, const ValidationRecord::Group& group);
+void printGroup(std::ostream& out, ValidationRecord::CheckRuns group);
 void printEnd(std::ostream& out, const ValidationRecord& record);
 
 /// Prints the report as one JSON object.

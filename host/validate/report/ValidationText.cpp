@@ -13,7 +13,7 @@ using Result = CheckOutcome::Result;
 
 namespace {
 
-using State = ValidationRecord::CheckRun::State;
+using Rule = CheckSelection::Rule;
 
 /// Adds a prefix to each line of a text.
 std::string marked(const std::string& lines, const std::string& mark) {
@@ -27,9 +27,10 @@ std::string marked(const std::string& lines, const std::string& mark) {
 }
 
 void printCheck(std::ostream& out, const ValidationRecord::CheckRun& run) {
+    const Check& check = *run.rule.check;
     const CheckOutcome& outcome = run.outcome;
-    out << fmt::format("   {} {} {}: {}\n", wordsFor(outcome.result).marked, run.check->number,
-                       run.check->name, run.check->rule)
+    out << fmt::format("   {} {} {}: {}\n", wordsFor(outcome.result).marked, check.number, check.name,
+                       check.rule)
         << marked(outcome.reason, "      ");
     if (outcome.result != Result::Skip) {
         out << marked(outcome.output, "      | ") << fmt::format("      replay: {}\n", run.replay);
@@ -40,31 +41,31 @@ void printCheck(std::ostream& out, const ValidationRecord::CheckRun& run) {
 
 void printRules(std::ostream& out, const CheckSelection& selection) {
     std::size_t width = 0;
-    for (const CheckSelection::Group& group : selection.groups) {
-        for (const Check* const check : group.checks) {
-            width = std::max(width, std::strlen(check->name));
-        }
+    for (const Rule& rule : selection.rules) {
+        width = std::max(width, std::strlen(rule.check->name));
     }
-    for (const CheckSelection::Group& group : selection.groups) {
-        out << fmt::format("{} {}\n", group.group->number, group.group->title);
-        for (const Check* const check : group.checks) {
-            out << fmt::format("  {:<6} {:<{}} {:<9} {}\n", check->number, check->name, width,
-                               profileName(check->profile), check->rule);
+    const CheckGroup* group = nullptr;
+    for (const Rule& rule : selection.rules) {
+        if (std::exchange(group, rule.group) != rule.group) {
+            out << fmt::format("{} {}\n", group->number, group->title);
         }
+        out << fmt::format("  {:<6} {:<{}} {:<9} {}\n", rule.check->number, rule.check->name, width,
+                           profileName(rule.check->profile), rule.check->rule);
     }
     out << std::flush;
 }
 
 void printRulesAsMarkdown(std::ostream& out, const CheckSelection& selection) {
-    const char* separator = "";
-    for (const CheckSelection::Group& group : selection.groups) {
-        out << fmt::format("{}## {} {}\n\n{}\n", std::exchange(separator, "\n"), group.group->number,
-                           group.group->title, group.group->about);
-        for (const Check* const check : group.checks) {
-            out << fmt::format("\n**{}**{} {}\n", check->number,
-                               check->profile == Profile::InMemoryProvider ? " *(in-memory)*" : "",
-                               check->rule);
+    const CheckGroup* group = nullptr;
+    for (const Rule& rule : selection.rules) {
+        if (rule.group != group) {
+            out << fmt::format("{}## {} {}\n\n{}\n", group == nullptr ? "" : "\n", rule.group->number,
+                               rule.group->title, rule.group->about);
+            group = rule.group;
         }
+        out << fmt::format("\n**{}**{} {}\n", rule.check->number,
+                           rule.check->profile == Profile::InMemoryProvider ? " *(in-memory)*" : "",
+                           rule.check->rule);
     }
     out << std::flush;
 }
@@ -75,10 +76,12 @@ void printBegin(std::ostream& out, const ValidationRecord& record) {
         << std::flush;
 }
 
-void printGroup(std::ostream& out, const ValidationRecord::Group& group) {
-    out << fmt::format("{:>2} {}: {}\n", group.group->number, group.group->title, group.totals().summary());
-    for (const ValidationRecord::CheckRun& run : group.checks) {
-        if (run.outcome.result != Result::Pass && run.state != State::NotReached) {
+void printGroup(std::ostream& out, ValidationRecord::CheckRuns group) {
+    const CheckGroup& about = *group.front().rule.group;
+    out << fmt::format("{:>2} {}: {}\n", about.number, about.title,
+                       ValidationRecord::Totals(group).summary());
+    for (const ValidationRecord::CheckRun& run : group) {
+        if (run.outcome.result != Result::Pass && !run.isPending) {
             printCheck(out, run);
         }
     }
@@ -86,16 +89,24 @@ void printGroup(std::ostream& out, const ValidationRecord::Group& group) {
 }
 
 void printEnd(std::ostream& out, const ValidationRecord& record) {
-    const ValidationRecord::Totals totals = record.totals();
-    out << counted(totals.all(), "rule") << ": " << totals.summary();
+    const ValidationRecord::Totals totals(record.checks);
+    std::vector<std::string_view> excepted;
+    std::size_t pending = 0;
+    for (const ValidationRecord::CheckRun& run : record.checks) {
+        if (run.rule.exception) {
+            excepted.emplace_back(run.rule.check->number);
+        }
+        pending += run.isPending ? 1 : 0;
+    }
+    out << counted(totals.all, "rule") << ": " << totals.summary();
     if (record.leftOut > 0) {
         out << fmt::format("; left out: {} of the profile in-memory", counted(record.leftOut, "rule"));
     }
-    if (const auto excepted = record.numbersOf(State::Excepted); !excepted.empty()) {
+    if (!excepted.empty()) {
         out << fmt::format("; excepted: {}", fmt::join(excepted, ", "));
     }
-    if (const std::size_t left = record.numbersOf(State::NotReached).size(); left > 0) {
-        out << fmt::format("; {}: {} not checked", record.stopped, counted(left, "rule"));
+    if (pending > 0) {
+        out << fmt::format("; {}: {} not checked", record.stopped, counted(pending, "rule"));
     }
     out << '\n' << std::flush;
 }

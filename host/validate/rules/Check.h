@@ -1,13 +1,26 @@
 #pragma once
 
-#include "host/validate/rules/Profile.h"
-
+#include <array>
+#include <cstddef>
 #include <span>
 #include <stdexcept>
 
 namespace storage::host {
 
 class CheckContext;
+
+/// Selects the rules that apply to a provider.
+enum class Profile {
+    AnyProvider,      ///< rules for every provider, with any kind of storage
+    InMemoryProvider, ///< also rules that only the in-memory provider must keep
+};
+
+/// The names on the command line, in the order of the enumerators.
+inline constexpr std::array profileNames{"any", "in-memory"};
+
+constexpr const char* profileName(Profile profile) {
+    return profileNames[static_cast<std::size_t>(profile)];
+}
 
 /// The provider breaks the rule. The text contains the expected and the actual result.
 class RuleBroken : public std::runtime_error {

@@ -3,33 +3,35 @@
 #include "host/validate/rules/Check.h"
 
 #include <cstddef>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace storage::host {
 
-/// Whether a pattern matches the whole number or the whole name of a rule; "*" and "?" are wildcards.
-bool matches(const std::string& pattern, const Check& check);
-
-/// The error message for a pattern that matches no rule.
-std::string noSuchRule(const std::string& pattern);
-
-/// The selected checks of a catalogue. A value; it refers to the catalogue.
+/// The selected rules of a catalogue. A value; it refers to the catalogue.
 struct CheckSelection {
-    struct Group {
+    struct Rule {
         const CheckGroup* group;
-        std::vector<const Check*> checks; ///< at least one
+        const Check* check;
+        std::optional<std::string> exception{}; ///< why it is not checked
     };
+    /// Each is compared with the whole number and the whole name of a rule; "*" and "?" are wildcards.
+    using Patterns = std::vector<std::string>;
 
-    std::vector<Group> groups;
-    std::size_t leftOut = 0; ///< number of checks that match the patterns but are not in the profile
+    std::vector<Rule> rules; ///< in the order of the catalogue
+    std::size_t leftOut = 0; ///< number of rules that match the patterns but are not in the profile
 
-    /// @param patterns  patterns of numbers or names, with "*" and "?"; none for all checks
-    /// @throws UsageError when a pattern selects nothing
-    static CheckSelection of(std::span<const CheckGroup> catalogue, Profile profile,
-                             const std::vector<std::string>& patterns);
-
-    std::size_t size() const;
+    /// @param only        of selected rules; none for all
+    /// @param excepted    of selected rules that are not checked
+    /// @param exceptFrom  file; each line contains another such pattern and a reason; empty lines and lines
+    ///                    that begin with "#" are ignored
+    /// @throws UsageError when a pattern matches nothing, or no rule would be checked
+    /// @throws CommandError when the file cannot be read or a line is invalid
+    static CheckSelection of(std::span<const CheckGroup> catalogue, Profile profile, const Patterns& only,
+                             const Patterns& excepted = {},
+                             const std::optional<std::string>& exceptFrom = {});
 };
 
 } // namespace storage::host

@@ -27,8 +27,7 @@ constexpr milliseconds soon(50);
 const CheckOutcome pass{Result::Pass, ""};
 
 CheckOutcome outcomeOf(const CheckProcess::Task& task, milliseconds limit = plenty) {
-    CheckProcess process(task);
-    return process.wait(limit);
+    return CheckProcess(task, limit).wait();
 }
 
 /// Raises the signal with its default action, which a sanitizer may have replaced.

@@ -36,7 +36,7 @@ protected:
     }
 
     static CheckOutcome outcomeOf(const char* plugin, const Check& check) {
-        return CheckRunner(plugin, Profile::InMemoryProvider, 1, timeLimit).run(check);
+        return CheckRunner{plugin, Profile::InMemoryProvider, 1, timeLimit}.run(check);
     }
 };
 

@@ -25,7 +25,7 @@ using testing::ThrowsMessage;
 using Body = void (*)(CheckContext&);
 
 CheckOutcome outcomeOf(Body body, Profile profile = Profile::AnyProvider, std::uint64_t seed = 1) {
-    const CheckRunner runner(TEST_PLUGIN, profile, seed, std::chrono::seconds(60));
+    const CheckRunner runner{TEST_PLUGIN, profile, seed, std::chrono::seconds(60)};
     return runner.run({"1.1", "some.rule", "Some rule.", Profile::AnyProvider, body});
 }
 
@@ -63,18 +63,18 @@ TEST(CheckRunnerTest, PassesProfileAndSeedToTheCheck) {
 }
 
 TEST(CheckRunnerTest, AcceptsAPluginThatReturnsAProvider) {
-    const CheckRunner runner(TEST_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60));
+    const CheckRunner runner{TEST_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60)};
     EXPECT_NO_THROW(runner.requireProvider());
 }
 
 TEST(CheckRunnerTest, RejectsAPluginThatReturnsNoProvider) {
-    const CheckRunner runner("/missing.so", Profile::AnyProvider, 1, std::chrono::seconds(60));
+    const CheckRunner runner{"/missing.so", Profile::AnyProvider, 1, std::chrono::seconds(60)};
     EXPECT_THAT([&] { runner.requireProvider(); },
                 ThrowsMessage<PluginError>("/missing.so: No such file or directory"));
 }
 
 TEST(CheckRunnerTest, LoadsThePluginOnlyInChildProcesses) {
-    const CheckRunner runner(TEST_BAD_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60));
+    const CheckRunner runner{TEST_BAD_PLUGIN, Profile::AnyProvider, 1, std::chrono::seconds(60)};
     runner.requireProvider();
     expectVerdict(
         runner.run({"1.1", "some.rule", "Some rule.", Profile::AnyProvider,

@@ -17,7 +17,7 @@ constexpr std::chrono::seconds limit(10);
 
 /// Returns the numbers of the rules that the broken plug-in violates. The environment selects its fault.
 std::string detectingRules() {
-    const CheckRunner runner(TEST_BROKEN_PLUGIN, Profile::InMemoryProvider, 1, limit);
+    const CheckRunner runner{TEST_BROKEN_PLUGIN, Profile::InMemoryProvider, 1, limit};
     std::string numbers;
     for (const CheckGroup& group : checkCatalogue()) {
         for (const Check& check : group.checks) {

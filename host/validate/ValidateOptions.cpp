@@ -1,4 +1,4 @@
-#include "host/validate/ReplayCommand.h"
+#include "host/validate/ValidateOptions.h"
 
 #include "host/support/Utf.h"
 
@@ -34,15 +34,14 @@ std::string asOperand(const std::string& path) {
 
 } // namespace
 
-std::string replayCommand(const ValidateOptions& options, const Check& check) {
+std::string ValidateOptions::replayCommand(const Check& check, std::size_t round) const {
     std::string command =
-        fmt::format("qzstorage validate --profile {} --seed {}", profileName(options.profile), options.seed);
-    if (options.timeLimit != ValidateOptions().timeLimit) {
-        command +=
-            fmt::format(" --timeout {}", std::chrono::ceil<std::chrono::seconds>(options.timeLimit).count());
+        fmt::format("qzstorage validate --profile {} --seed {}", profileName(profile), seed + round);
+    if (timeLimit != ValidateOptions().timeLimit) {
+        command += fmt::format(" --timeout {}", std::chrono::ceil<std::chrono::seconds>(timeLimit).count());
     }
     command += fmt::format(" --only {}", check.number);
-    return options.plugin ? command + ' ' + quotedForShell(asOperand(*options.plugin)) : command;
+    return plugin ? command + ' ' + quotedForShell(asOperand(*plugin)) : command;
 }
 
 } // namespace storage::host
