@@ -5,11 +5,10 @@
 #include <fmt/xchar.h>
 
 #include <algorithm>
-#include <array>
 #include <iterator>
-#include <memory>
 #include <random>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -56,12 +55,9 @@ Scattered scatteredInTree(const IProvider& storage) {
     for (unsigned number = 0; number < size; ++number) {
         createFolder(storage, folderPath(number));
     }
-    Scattered files = scattered(size * size, [&](unsigned number) {
+    return scattered(size * size, [&](unsigned number) {
         return fmt::format(u"{}/file-{:05}.txt", folderPath(number / size), number % size);
     });
-    requireThat(files.front().getPath().size() == 60, "the paths are ", files.front().getPath().size(),
-                " long");
-    return files;
 }
 
 void createFiles(const IProvider& storage, std::span<const StorageIRI> files) {
@@ -70,7 +66,7 @@ void createFiles(const IProvider& storage, std::span<const StorageIRI> files) {
     }
 }
 
-/// Creates a folder with files. Returns the locations of the files.
+/// A folder with files.
 Scattered createdFiles(const IProvider& storage, std::u16string_view folder, unsigned count) {
     createFolder(storage, folder);
     Scattered files = scatteredFiles(folder, count);
@@ -86,71 +82,57 @@ unsigned long countOfFiles(const IProvider& storage, std::span<const StorageIRI>
 
 /// Creates 10,000 files in a folder with 10,000 others. The folder doubles in size, so the count includes the
 /// amortized cost of growth exactly once.
-Measurement createFile(const IProvider& storage) {
+void createFile(const IProvider& storage, Count& count) {
     createFolder(storage, u"/files");
     const Scattered files = scatteredFiles(u"/files", 2 * folderSize);
     createFiles(storage, std::span(files).first(folderSize));
-    return {folderSize, [&storage, files] { createFiles(storage, std::span(files).last(folderSize)); },
-            [&storage, files] {
-                requireThat(countOfFiles(storage, files) == files.size(), "not every file was created");
-            }};
+    count(folderSize, [&] { createFiles(storage, std::span(files).last(folderSize)); });
+    requireThat(countOfFiles(storage, files) == files.size(), "not every file was made");
 }
 
-Measurement createFileInTree(const IProvider& storage) {
+void createFileInTree(const IProvider& storage, Count& count) {
     const Scattered files = scatteredInTree(storage);
-    return {files.size(), [&storage, files] { createFiles(storage, files); },
-            [&storage, files] {
-                requireThat(countOfFiles(storage, files) == files.size(), "not every file was created");
-            }};
+    count(files.size(), [&] { createFiles(storage, files); });
+    requireThat(countOfFiles(storage, files) == files.size(), "not every file was made");
 }
 
 /// Removes 10,000 of 20,000 files from a folder.
-Measurement removeFile(const IProvider& storage) {
+void removeFile(const IProvider& storage, Count& count) {
     const Scattered files = createdFiles(storage, u"/files", 2 * folderSize);
-    return {folderSize,
-            [&storage, files] {
-                for (const auto& file : std::span(files).first(folderSize)) {
-                    storage.doRemoveFile(file);
-                }
-            },
-            [&storage, files] {
-                const std::span all(files);
-                requireThat(countOfFiles(storage, all.first(folderSize)) == 0, "removed files still exist");
-                requireThat(countOfFiles(storage, all.last(folderSize)) == folderSize,
-                            "other files are lost");
-            }};
+    const auto removed = std::span(files).first(folderSize);
+    count(folderSize, [&] {
+        for (const auto& file : removed) {
+            storage.doRemoveFile(file);
+        }
+    });
+    requireThat(countOfFiles(storage, removed) == 0, "removed files are still there");
+    requireThat(countOfFiles(storage, files) == folderSize, "other files are lost");
 }
 
 /// Moves the 10,000 files of a folder to another with 10,000 others.
-Measurement moveFile(const IProvider& storage) {
-    createFolder(storage, u"/from");
-    createFolder(storage, u"/to");
-    const Scattered sources = scatteredFiles(u"/from", folderSize);
-    createFiles(storage, sources);
-    createFiles(storage, scatteredFiles(u"/to", folderSize));
+void moveFile(const IProvider& storage, Count& count) {
+    const Scattered sources = createdFiles(storage, u"/from", folderSize);
+    createdFiles(storage, u"/to", folderSize);
     Scattered destinations;
     for (const auto& source : sources) {
         destinations.emplace_back(u"/to/moved-" +
                                   source.getPath().substr(std::u16string_view(u"/from/").size()));
     }
-    return {folderSize,
-            [&storage, sources, destinations] {
-                for (std::size_t index = 0; index < folderSize; ++index) {
-                    storage.doMoveFile(sources[index], destinations[index],
-                                       ReplacementPolicy::RefuseExisting);
-                }
-            },
-            [&storage, sources, destinations] {
-                requireThat(countOfFiles(storage, sources) == 0, "moved files are still at their old paths");
-                requireThat(countOfFiles(storage, destinations) == folderSize, "moved files are lost");
-            }};
+    count(folderSize, [&] {
+        for (std::size_t index = 0; index < folderSize; ++index) {
+            storage.doMoveFile(sources[index], destinations[index], ReplacementPolicy::RefuseExisting);
+        }
+    });
+    requireThat(countOfFiles(storage, sources) == 0, "moved files are where they were");
+    requireThat(countOfFiles(storage, destinations) == folderSize, "moved files are lost");
 }
 
 /// Moves a folder with 10 folders of 100 files. Counted per entry below the folder.
-Measurement moveFolder(const IProvider& storage) {
+void moveFolder(const IProvider& storage, Count& count) {
     constexpr unsigned long moves = 10;
     constexpr unsigned folders = 10;
     constexpr unsigned filesPerFolder = 100;
+    constexpr unsigned entries = folders + folders * filesPerFolder;
     std::vector<StorageIRI> places;
     for (unsigned long place = 0; place <= moves; ++place) {
         places.emplace_back(fmt::format(u"/project-{:02}", place));
@@ -160,161 +142,134 @@ Measurement moveFolder(const IProvider& storage) {
         createdFiles(storage, fmt::format(u"{}/folder-{:02}", places.front().getPath(), folder),
                      filesPerFolder);
     }
-    return {moves * (folders + folders * filesPerFolder),
-            [&storage, places] {
-                for (unsigned long place = 0; place < moves; ++place) {
-                    storage.doMoveFolder(places[place], places[place + 1], ReplacementPolicy::RefuseExisting);
-                }
-            },
-            [&storage, places] {
-                requireThat(storage.doListAllRecursiveNamesOnly(places.back()).size() ==
-                                folders + folders * filesPerFolder,
-                            "the moved folder has lost entries");
-            }};
+    count(moves * entries, [&] {
+        for (unsigned long place = 0; place < moves; ++place) {
+            storage.doMoveFolder(places[place], places[place + 1], ReplacementPolicy::RefuseExisting);
+        }
+    });
+    requireThat(storage.doListAllRecursiveNamesOnly(places.back()).size() == entries,
+                "the folder did not arrive with all that it held");
 }
 
-Measurement attributesOf(const IProvider& storage, const Scattered& files) {
-    const auto writable = std::make_shared<unsigned long>(0);
-    return {files.size(),
-            [&storage, files, writable] {
-                for (const auto& file : files) {
-                    *writable += storage.doGetFileAttributes(file).isWritable() ? 1 : 0;
-                }
-            },
-            [writable, count = files.size()] {
-                requireThat(*writable == count, "only ", *writable, " of ", count, " files are writable");
-            }};
+void lookUp(const IProvider& storage, const Scattered& files, Count& count) {
+    unsigned long writable = 0;
+    count(files.size(), [&] {
+        for (const auto& file : files) {
+            writable += storage.doGetFileAttributes(file).isWritable() ? 1 : 0;
+        }
+    });
+    requireThat(writable == files.size(), "only ", writable, " of ", files.size(), " files are writable");
 }
 
 /// Looks up files in a folder of 10,000 files.
-Measurement fileAttributes(const IProvider& storage) {
-    return attributesOf(storage, createdFiles(storage, u"/files", folderSize));
+void fileAttributes(const IProvider& storage, Count& count) {
+    lookUp(storage, createdFiles(storage, u"/files", folderSize), count);
 }
 
-Measurement fileAttributesInTree(const IProvider& storage) {
+void fileAttributesInTree(const IProvider& storage, Count& count) {
     const Scattered files = scatteredInTree(storage);
     createFiles(storage, files);
-    return attributesOf(storage, files);
+    lookUp(storage, files, count);
 }
 
 /// Looks up missing names in a folder of 10,000 files.
-Measurement missingFile(const IProvider& storage) {
+void missingFile(const IProvider& storage, Count& count) {
     createdFiles(storage, u"/files", folderSize);
     const Scattered missing = scattered(
         folderSize, [](unsigned number) { return fmt::format(u"/files/document-{:05}.old", number); });
-    const auto found = std::make_shared<unsigned long>(folderSize);
-    return {folderSize, [&storage, missing, found] { *found = countOfFiles(storage, missing); },
-            [found] { requireThat(*found == 0, *found, " missing files were found"); }};
+    unsigned long found = folderSize;
+    count(folderSize, [&] { found = countOfFiles(storage, missing); });
+    requireThat(found == 0, found, " missing files were found");
 }
 
 /// Lists a folder of 1,000 files. Counted per entry.
-Measurement listFolder(const IProvider& storage) {
+void listFolder(const IProvider& storage, Count& count) {
     constexpr unsigned long listings = 20;
     constexpr unsigned entries = 1000;
     const StorageIRI folder(u"/files");
     const Scattered files = createdFiles(storage, folder.getPath(), entries);
-    const auto length = std::make_shared<std::size_t>(0);
-    return {listings * entries,
-            [&storage, folder, length] {
-                for (unsigned long turn = 0; turn < listings; ++turn) {
-                    const auto listing = storage.doListAll(folder);
-                    while (listing->hasNext()) {
-                        listing->step();
-                        *length += listing->getEntry().getName().size();
-                    }
-                }
-            },
-            [length,
-             expected = listings * entries * (files.front().getPath().size() - folder.getPath().size() - 1)] {
-                requireThat(*length == expected, "the names listed are ", *length, " long, not ", expected);
-            }};
+    std::size_t length = 0;
+    count(listings * entries, [&] {
+        for (unsigned long turn = 0; turn < listings; ++turn) {
+            const auto listing = storage.doListAll(folder);
+            while (listing->hasNext()) {
+                listing->step();
+                length += listing->getEntry().getName().size();
+            }
+        }
+    });
+    const auto expected = listings * entries * (files.front().getPath().size() - folder.getPath().size() - 1);
+    requireThat(length == expected, "the names listed are ", length, " long, not ", expected);
 }
 
-constexpr ByteStreamOpenOptions existing{.existence = ByteStreamExistence::MustExist};
-
-using Block = std::array<char, 4096>;
-
-constexpr Block blockOf(char content) {
-    Block block{};
-    block.fill(content);
-    return block;
-}
+constexpr std::size_t blockSize = 4096;
 
 /// Creates 1,000 files of one block each.
-Scattered createFilled(const IProvider& storage, const Block& content) {
+Scattered createFilled(const IProvider& storage, char content) {
+    const std::string block(blockSize, content);
     createFolder(storage, u"/files");
     Scattered files = scatteredFiles(u"/files", 1000);
     for (const auto& file : files) {
-        storage.doOpenStream(file, {})->write(content.data(), std::ssize(content));
+        storage.doOpenStream(file, {})->write(block.data(), std::ssize(block));
     }
     return files;
 }
 
 /// Opens a file, reads its 4 KiB and closes it.
-Measurement readFile(const IProvider& storage) {
+void readFile(const IProvider& storage, Count& count) {
     constexpr char content = 7;
-    const Scattered files = createFilled(storage, blockOf(content));
-    const auto sum = std::make_shared<long>(0);
-    return {files.size(),
-            [&storage, files, sum] {
-                Block block;
-                for (const auto& file : files) {
-                    block.back() = 0;
-                    *sum += storage.doOpenReadOnlyStream(file)->read(block.data(), std::ssize(block));
-                    *sum += block.back();
-                }
-            },
-            [sum, expected = std::ssize(files) * (std::ssize(Block()) + content)] {
-                requireThat(*sum == expected, "bytes read and last bytes sum up to ", *sum, ", not ",
-                            expected);
-            }};
+    const Scattered files = createFilled(storage, content);
+    std::string block(blockSize, '\0');
+    long sum = 0;
+    count(files.size(), [&] {
+        for (const auto& file : files) {
+            block.back() = 0;
+            sum += storage.doOpenReadOnlyStream(file)->read(block.data(), std::ssize(block));
+            sum += block.back();
+        }
+    });
+    const auto expected = std::ssize(files) * (std::ssize(block) + content);
+    requireThat(sum == expected, "bytes read and last bytes sum up to ", sum, ", not ", expected);
 }
 
 /// Opens a file, overwrites its 4 KiB and closes it.
-Measurement overwriteFile(const IProvider& storage) {
-    const Scattered files = createFilled(storage, blockOf('a'));
-    return {
-        files.size(),
-        [&storage, files] {
-            const Block block = blockOf('b');
-            for (const auto& file : files) {
-                storage.doOpenStream(file, existing)->write(block.data(), std::ssize(block));
-            }
-        },
-        [&storage, files] {
-            Block block;
-            for (const auto& file : files) {
-                const auto size = storage.doOpenReadOnlyStream(file)->read(block.data(), std::ssize(block));
-                requireThat(size == std::ssize(block) && block == blockOf('b'), "a file was not overwritten");
-            }
-        }};
+void overwriteFile(const IProvider& storage, Count& count) {
+    constexpr ByteStreamOpenOptions existing{.existence = ByteStreamExistence::MustExist};
+    const Scattered files = createFilled(storage, 'a');
+    const std::string written(blockSize, 'b');
+    count(files.size(), [&] {
+        for (const auto& file : files) {
+            storage.doOpenStream(file, existing)->write(written.data(), std::ssize(written));
+        }
+    });
+    for (const auto& file : files) {
+        std::string read(blockSize, '\0');
+        storage.doOpenReadOnlyStream(file)->read(read.data(), std::ssize(read));
+        requireThat(read == written, "a file was not overwritten");
+    }
 }
 
 /// Writes 64 bytes at a time through one stream at the end of a file. It grows from empty to 6.4 MB. The
 /// count includes the cost of reallocation.
 template <ByteStreamAppend Mode>
-Measurement append(const IProvider& storage) {
+void append(const IProvider& storage, Count& count) {
     constexpr unsigned appends = 100'000;
-    constexpr long recordSize = 64;
+    const std::string record(64, 'b');
     const StorageIRI file(u"/log");
     storage.doCreateFile(file);
-    const std::shared_ptr<ByteStream> log = storage.doOpenStream(file, {.append = Mode});
-    return {appends,
-            [log] {
-                const Block block = blockOf('b');
-                for (unsigned turn = 0; turn < appends; ++turn) {
-                    log->write(block.data(), recordSize);
-                }
-            },
-            [&storage, file] {
-                const auto size = storage.doGetFileAttributes(file).getSize();
-                requireThat(size == appends * recordSize, "the file has ", size, " bytes");
-            }};
+    const auto log = storage.doOpenStream(file, {.append = Mode});
+    count(appends, [&] {
+        for (unsigned turn = 0; turn < appends; ++turn) {
+            log->write(record.data(), std::ssize(record));
+        }
+    });
+    const auto size = storage.doGetFileAttributes(file).getSize();
+    requireThat(size == appends * record.size(), "the file has ", size, " bytes");
 }
 
 } // namespace
 
-const std::map<std::string, Preparation*> preparations{
+const std::map<std::string, Operation*> operations{
     {"append_64_bytes", append<ByteStreamAppend::AppendAtEnd>},
     {"append_at_position", append<ByteStreamAppend::WriteAtPosition>},
     {"create_file", createFile},

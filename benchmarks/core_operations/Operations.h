@@ -9,19 +9,15 @@
 
 namespace storage::core_operations {
 
-/// A core operation, ready to be counted: the storage contains everything it requires. The functions own
-/// their data. The storage outlives them.
-struct Measurement {
-    unsigned long operations;    ///< number of operations in `run`
-    std::function<void()> run;   ///< the operations only; call it once
-    std::function<void()> check; ///< throws unless `run` had the expected effect
-};
+/// Counts what run() costs, which performs a number of operations.
+using Count = void(unsigned long operations, const std::function<void()>& run);
 
-/// Fills an empty storage and prepares the operation to be counted. The order of the entries is random and
-/// the same in every run, so that no operation profits from cached neighbours.
-using Preparation = Measurement(const provider::IProvider& storage);
+/// Fills an empty storage, has an operation counted, and throws unless that had the expected effect. The
+/// order of the entries is random and the same in every run, so that no operation profits from cached
+/// neighbors.
+using Operation = void(const provider::IProvider& storage, Count& count);
 
 /// All operations by their names.
-extern const std::map<std::string, Preparation*> preparations;
+extern const std::map<std::string, Operation*> operations;
 
 } // namespace storage::core_operations

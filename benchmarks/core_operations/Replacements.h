@@ -3,8 +3,7 @@
 #include <cstddef>
 #include <ctime>
 
-// Replaces the allocation functions, the clocks and sched_getcpu in the whole program, including loaded
-// libraries.
+// Replaces the allocation functions, the clocks and sched_getcpu in the whole program and its libraries.
 
 namespace storage::core_operations {
 

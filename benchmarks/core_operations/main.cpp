@@ -21,23 +21,16 @@ void requireStoppedClock(const provider::IProvider& storage) {
                         "the plug-in reads another clock");
 }
 
-/// Runs the operation under Callgrind's instrumentation. Prints the number of operations, and the allocations
-/// and allocated bytes per operation.
-void run(Preparation& prepare) {
-    const tests::LoadedPlugin plugin(QZSTORAGE_PLUGIN_PATH);
-    const auto storage = plugin.build();
-    requireStoppedClock(*storage);
-    const Measurement measurement = prepare(*storage);
+/// Runs operations under Callgrind's instrumentation. Prints their number, and the allocations and allocated
+/// bytes per operation.
+void count(unsigned long number, const std::function<void()>& run) {
     allocations = {.isCounting = true};
     CALLGRIND_START_INSTRUMENTATION;
-    measurement.run();
+    run();
     CALLGRIND_STOP_INSTRUMENTATION;
     allocations.isCounting = false;
-    measurement.check();
-    const auto operations = static_cast<double>(measurement.operations);
-    std::printf("%lu %.2f %.1f\n", measurement.operations,
-                static_cast<double>(allocations.count) / operations,
-                static_cast<double>(allocations.bytes) / operations);
+    const auto each = [number](auto sum) { return static_cast<double>(sum) / static_cast<double>(number); };
+    std::printf("%lu %.2f %.1f\n", number, each(allocations.count), each(allocations.bytes));
 }
 
 } // namespace
@@ -50,11 +43,12 @@ int main(int argc, char** argv) {
     using namespace storage::core_operations;
     try {
         if (argc > 1) {
-            const auto found = preparations.find(argv[1]);
-            storage::stress::requireThat(found != preparations.end(), argv[1], ": no such operation");
-            run(*found->second);
+            const storage::tests::LoadedPlugin plugin(QZSTORAGE_PLUGIN_PATH);
+            const auto storage = plugin.build();
+            requireStoppedClock(*storage);
+            operations.at(argv[1])(*storage, count);
         } else {
-            for (const auto& [name, prepare] : preparations) {
+            for (const auto& [name, operation] : operations) {
                 std::printf("%s\n", name.c_str());
             }
         }
