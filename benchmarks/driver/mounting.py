@@ -14,7 +14,6 @@ import load
 import turns
 
 LONGEST_END = 20  # seconds
-LONGEST_WAIT = 20
 MOST_BUSY_SECONDS = 0.02
 
 
@@ -32,20 +31,9 @@ def server_of(mount_point):
     raise RuntimeError(f"no process serves {mount_point}")
 
 
-def is_mounted(mount_point):
-    """Reads the kernel's table, because a system call on the mount point would hang if its server hangs."""
-    point = pathlib.Path(mount_point)
-    escaped = str(point.parent.resolve() / point.name).replace(" ", r"\040")
-    return any(line.split()[4] == escaped for line in pathlib.Path("/proc/self/mountinfo").read_text().splitlines())
-
-
 def unmount(mount_point):
-    if not is_mounted(mount_point):
-        return
-    command = ["fusermount3", "-q", "-u", mount_point]
-    if subprocess.run(command, check=False).returncode != 0:
-        print(f"{mount_point}: the mount is still in use", file=sys.stderr)
-        subprocess.run([*command, "-z"], check=False)
+    """Detaches the mount if there is one. The server ends with the last use of the mount."""
+    subprocess.run(["fusermount3", "-u", "-z", mount_point], stderr=subprocess.DEVNULL, check=False)
 
 
 @contextlib.contextmanager
@@ -60,8 +48,8 @@ def signals_deferred():
 
 @contextlib.contextmanager
 def mounted(command, mount_point):
-    """Mounts in the background and yields the server's process. Unmounts at the end, and kills a server that
-    still runs after a timeout."""
+    """Mounts in the background and yields the server's process. Unmounts at the end, and kills a server that still
+    runs after a timeout."""
     try:
         subprocess.run([*command, mount_point], check=True)
         server = server_of(mount_point)
@@ -83,8 +71,7 @@ def mounted(command, mount_point):
 
 @contextlib.contextmanager
 def place(kind, room):
-    """An empty folder for one job, and the process of its server, which may be None. Owns the content of
-    `room`."""
+    """An empty folder for one job, and the process of its server, which may be None. Owns the content of `room`."""
     folder = room / "folder"
     folder.mkdir()
     backing(room).mkdir()
@@ -103,19 +90,12 @@ def backing(room):
     return room / "backing"
 
 
-class QuietMachine:
-    """Waits until the processors are idle, within a limit for each wait and one for all together."""
-
-    def __init__(self, patience):
-        self.patience = patience
-
-    def wait(self):
-        start = time.monotonic()
-        limit = min(self.patience, LONGEST_WAIT)
-        while True:
-            before = sum(load.processor_times())
-            time.sleep(0.2)
-            waited = time.monotonic() - start
-            if sum(load.processor_times()) - before <= MOST_BUSY_SECONDS or waited >= limit:
-                break
-        self.patience = max(0, self.patience - waited)
+def wait_until_idle(limit):
+    """Waits until the processors are idle, but not longer than `limit`. Returns the seconds."""
+    start = time.monotonic()
+    while True:
+        before = sum(load.processor_times())
+        time.sleep(0.2)
+        waited = time.monotonic() - start
+        if sum(load.processor_times()) - before <= MOST_BUSY_SECONDS or waited >= limit:
+            return waited

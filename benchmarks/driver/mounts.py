@@ -16,7 +16,8 @@ import turns
 from mounting import PlaceKind
 from report import RowKind
 
-PATIENCE = 300  # seconds: the longest time that a full run waits for a quiet machine
+PATIENCE = 300  # seconds that a full run waits for an idle machine at most
+LONGEST_WAIT = 20  # seconds, before one repetition
 
 KINDS = [
     RowKind("sequential write, 1 MiB blocks", "MB/s", 0, True, goal=1.3),
@@ -65,12 +66,10 @@ def verdict(row):
 
 
 def table_of(rows, places):
-    table = report.markdown_row(["figure", "unit", *(place.title for place in places), "ratio to pass-through", "goal", ""])
-    table += "|---|---|" + "--:|" * len(places) + "--:|--:|---|\n"
-    for row in rows:
-        cells = [cell_text(row, place) for place in places]
-        table += report.markdown_row([row.kind.name, row.kind.unit, *cells, *verdict(row)])
-    return table
+    return report.markdown_table(
+        ["figure", "unit", *(place.title for place in places), "ratio to pass-through", "goal", ""],
+        ["---"] * 2 + ["--:"] * len(places) + ["--:", "--:", "---"],
+        ([row.kind.name, row.kind.unit, *(cell_text(row, place) for place in places), *verdict(row)] for row in rows))
 
 
 def main():
@@ -79,7 +78,7 @@ def main():
     parser.add_argument("--pass-through", help="the pass-through file system's program")
     parser.add_argument("jobs", help="the program of the jobs")
     options = turns.parse(parser)
-    quiet_machine = mounting.QuietMachine(0 if options.short else PATIENCE)
+    patience = PATIENCE
     with turns.tmpfs_folder(options.short) as room, tempfile.TemporaryDirectory(prefix="qzstorage-") as source_folder:
         if not room:
             sys.exit("no tmpfs with enough space")
@@ -87,9 +86,10 @@ def main():
         jobs = turns.Program(options.jobs, ["--short"] if options.short else [])
 
         def measure(job, kind):
+            nonlocal patience
             with mounting.place(kind, room) as (folder, server):
                 if not options.short:
-                    quiet_machine.wait()
+                    patience -= mounting.wait_until_idle(min(patience, LONGEST_WAIT))
                 meter = load.LoadMeter(server)
                 rows = (programs.measure(folder, source) if job == "programs"
                         else jobs.run(f"{job}/folder", f"--folder={folder}"))

@@ -23,10 +23,8 @@ class SourceTree:
         for file in range(files):
             chapter = self.repository / f"part{file % 5}/chapter{file // FILES_IN_FOLDER}"
             chapter.mkdir(parents=True, exist_ok=True)
-            text, length = "", numbers.randrange(200, 4000)
-            while len(text) < length:
-                text += numbers.choice(words) + numbers.choice("\n         ")
-            (chapter / f"page{file:04}.txt").write_text(text + "\n")
+            lines = (" ".join(numbers.choices(words, k=10)) for _ in range(numbers.randrange(3, 60)))
+            (chapter / f"page{file:04}.txt").write_text("\n".join(lines) + "\n")
         run("tar", "-cf", self.archive, "-C", self.repository, ".")
         for command in ("init --quiet --initial-branch=main", "add --all", "commit --quiet --message=pages",
                         "repack -a -d --quiet"):

@@ -61,7 +61,7 @@ def summarize(kinds, repetitions, contenders):
     found = collections.defaultdict(lambda: collections.defaultdict(list))
     for each in repetitions:
         for row, value in each.rows.items():
-            found[row][each.contender].append((value, each.is_noisy()))
+            found[row][each.contender].append((value, each.load.is_noisy()))
     unknown = {name for name, _ in found} - {kind.name for kind in kinds}
     if unknown:
         raise RuntimeError(f"rows without a kind: {unknown}")
@@ -102,13 +102,16 @@ def describe_run(command, context):
     }
 
 
-def markdown_row(cells):
-    return f"| {' | '.join(cells)} |\n"
+def markdown_table(head, alignments, rows):
+    def line(cells):
+        return f"| {' | '.join(cells)} |\n"
+
+    return line(head) + f"|{'|'.join(alignments)}|\n" + "".join(map(line, rows))
 
 
 def notes(run, repetitions):
     """The text below a table."""
-    noisy = sum(each.is_noisy() for each in repetitions)
+    noisy = sum(each.load.is_noisy() for each in repetitions)
     properties = "; ".join(f"{name}: {value}" for name, value in list(run.items())[1:])
     return (f"\n{noisy} of {len(repetitions)} repetitions were noisy because of other load on the machine, and are left out of "
             "the medians, except for cells marked ~, where all were noisy.\n"
@@ -118,7 +121,7 @@ def notes(run, repetitions):
 def result_lines(run, rows, repetitions, contenders):
     """The run with its contenders, then each row of each contender."""
     yield run | {
-        "repetitions": len(repetitions), "noisy": sum(each.is_noisy() for each in repetitions),
+        "repetitions": len(repetitions), "noisy": sum(each.load.is_noisy() for each in repetitions),
         "contenders": [{"id": each.id, "title": each.title, "version": each.version} for each in contenders]}
     for row in rows:
         for contender in contenders:
@@ -137,7 +140,7 @@ def repetition_lines(repetitions):
     for each in repetitions:
         rows = [{"row": row, "of": variant, "value": value} for (row, variant), value in each.rows.items()]
         yield {"scenario": each.scenario, "contender": each.contender, "number": each.number,
-               "noisy": each.is_noisy()} | dataclasses.asdict(each.load) | {"measurements": rows}
+               "noisy": each.load.is_noisy()} | dataclasses.asdict(each.load) | {"measurements": rows}
 
 
 def size_of(variant):

@@ -21,12 +21,8 @@ STORES = [
 ]
 
 KINDS = [
-    RowKind("create", "ns", 0),
-    RowKind("attributes", "ns", 0),
-    RowKind("missing", "ns", 0),
-    RowKind("create, write, release", "ns", 0),
-    RowKind("open, read, release", "ns", 0),
-    RowKind("open, overwrite, release", "ns", 0),
+    *(RowKind(name, "ns", 0) for name in (
+        "create", "attributes", "missing", "create, write, release", "open, read, release", "open, overwrite, release")),
     RowKind("append", "ns", 1),
     RowKind("write", "GB/s", 2, True),
     RowKind("overwrite", "GB/s", 1, True),
@@ -39,10 +35,8 @@ KINDS = [
     RowKind("move folder", "ns per descendant", 1, rivals="floor"),
     RowKind("remove in order", "ns", 0),
     RowKind("remove at random", "ns", 0),
-    RowKind("two threads in the tree, total", "M/s", 2, True),
-    RowKind("two threads in the tree, gain", "", 2, True),
-    RowKind("two threads reading, total", "M/s", 2, True),
-    RowKind("two threads reading, gain", "", 2, True),
+    *(RowKind(f"two threads {work}, {figure}", unit, 2, True)
+      for work in ("in the tree", "reading") for figure, unit in (("total", "M/s"), ("gain", ""))),
     *(RowKind(name, "M/s", 2, True) for name in (
         "look-ups in one folder", "look-ups in many folders", "creations in many folders", "95 % look-ups, 5 % changes")),
     RowKind("memory", "bytes per file", 0),
@@ -64,17 +58,15 @@ def cell_text(row, store):
 
 
 def table_of(rows, stores):
-    table = report.markdown_row(["row", "of", "unit", *(store.title for store in stores), "ratio"])
-    table += "|---|---|---|" + "--:|" * len(stores) + "---|\n"
-    for row in rows:
-        cells = [cell_text(row, store) for store in stores]
-        table += report.markdown_row([row.kind.name, row.variant, row.kind.unit, *cells, ratio_text(row)])
-    return table
+    return report.markdown_table(
+        ["row", "of", "unit", *(store.title for store in stores), "ratio"],
+        ["---"] * 3 + ["--:"] * len(stores) + ["---"],
+        ([row.kind.name, row.variant, row.kind.unit, *(cell_text(row, store) for store in stores), ratio_text(row)]
+         for row in rows))
 
 
 def option_parser():
     parser = turns.option_parser(__doc__)
-    parser.add_argument("--plugin", help="the plug-in's shared library")
     parser.add_argument("--threads", type=turns.positive, metavar="N", help="largest number of threads (default: the number of processors)")
     parser.add_argument("program", help="the program of the scenarios")
     return parser
@@ -86,8 +78,8 @@ def main():
         if not tmpfs:
             print("no tmpfs with enough space: left out", file=sys.stderr)
         program = turns.Program(options.program, [
-            *(["--short"] if options.short else []), *([f"--plugin={options.plugin}"] if options.plugin else []),
-            *([f"--threads={options.threads}"] if options.threads else []), *([f"--tmpfs={tmpfs}"] if tmpfs else [])])
+            *(["--short"] if options.short else []), *([f"--threads={options.threads}"] if options.threads else []),
+            *([f"--tmpfs={tmpfs}"] if tmpfs else [])])
 
         def measure(scenario, store):
             meter = load.LoadMeter()

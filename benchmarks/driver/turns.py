@@ -39,9 +39,6 @@ class Repetition:
     load: load.Load
     rows: dict  # values by row and variant
 
-    def is_noisy(self):
-        return self.load.is_noisy()
-
 
 def positive(text):
     """The type of options that count something."""
