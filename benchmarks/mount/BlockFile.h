@@ -1,17 +1,15 @@
 #pragma once
 
 #include "benchmarks/mount/PageCache.h"
-#include "benchmarks/workload/AlignedBuffer.h"
+#include "benchmarks/workload/Expect.h"
 #include "benchmarks/workload/FileStream.h"
 #include "benchmarks/workload/PatternedBlock.h"
 #include "benchmarks/workload/Timing.h"
-#include "benchmarks/workload/WrongResult.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
-#include <functional>
 #include <numeric>
 #include <utility>
 #include <vector>
@@ -19,102 +17,79 @@
 namespace storage::benchmark {
 
 /// A file of numbered blocks, with timed and verified steps. Each step opens and closes the file. Timings
-/// count blocks.
+/// count blocks. A wrong result throws.
 class BlockFile {
 public:
+    using Blocks = std::vector<std::uint32_t>;
+
     BlockFile(std::filesystem::path path, std::size_t blockSize, std::uint64_t size)
-        : path_(std::move(path)),
-          blockSize_(blockSize),
-          numbers_(size / blockSize),
-          content_(blockSize, blockSize),
-          buffer_(blockSize) {
-        std::iota(numbers_.begin(), numbers_.end(), 0U);
+        : path_(std::move(path)), all_(size / blockSize), content_(blockSize, blockSize), buffer_(blockSize) {
+        std::iota(all_.begin(), all_.end(), 0U);
+        numbers_.assign(all_.begin(), all_.end());
     }
 
+    std::size_t count() const { return all_.size(); }
+
     /// Creates the file and writes it in order.
-    Timing write() {
-        return timed(O_WRONLY | O_CREAT | O_EXCL, count(), [this](FileStream& file) {
-            for (const std::uint64_t number : numbers_) {
-                file.write(content_.stamped(number), blockSize_);
-            }
-        });
+    Timing write() { return write(O_WRONLY | O_CREAT | O_EXCL, all_); }
+
+    /// Overwrites these blocks, each at most once.
+    Timing overwrite(const Blocks& blocks) {
+        for (const std::uint32_t block : blocks) {
+            numbers_[block] += count();
+        }
+        return write(O_WRONLY, blocks);
     }
 
     /// Reads the file in order.
-    /// @throws WrongResult
-    Timing read() {
-        std::uint64_t sum = 0;
-        const Timing timing = timed(O_RDONLY, count(), [&](FileStream& file) {
-            for (std::size_t block = 0; block < count(); ++block) {
-                file.read(buffer_.data(), blockSize_);
-                sum += PatternedBlock::firstWord(buffer_.data());
-            }
-        });
-        for (const std::uint64_t number : numbers_) {
-            sum -= PatternedBlock::firstWord(content_.stamped(number));
-        }
-        expectEqual(sum, 0, "the difference between the sums of words read and written");
-        return timing;
-    }
+    Timing read() { return read(all_); }
 
-    /// Reads these blocks.
-    /// @throws WrongResult
-    Timing read(const std::vector<std::uint32_t>& blocks) {
+    Timing read(const Blocks& blocks) {
         std::uint64_t sum = 0;
-        const Timing timing = timed(O_RDONLY, blocks.size(), [&](FileStream& file) {
-            for (const std::uint32_t block : blocks) {
-                file.readAt(block * blockSize_, buffer_.data(), blockSize_);
-                sum += PatternedBlock::firstWord(buffer_.data());
-            }
+        const Timing timing = timed(O_RDONLY, blocks, [&](FileStream& file, std::uint32_t block) {
+            file.readAt(block * content_.size(), buffer_.data(), content_.size());
+            sum += PatternedBlock::firstWord(buffer_.data());
         });
         for (const std::uint32_t block : blocks) {
-            sum -= PatternedBlock::firstWord(content_.stamped(numbers_[block]));
+            sum -= content_.stampOf(numbers_[block]);
         }
         expectEqual(sum, 0, "the difference between the sums of words read and written");
-        return timing;
-    }
-
-    /// Overwrites these blocks, each at most once.
-    Timing overwrite(const std::vector<std::uint32_t>& blocks) {
-        const std::uint64_t firstNumber = count();
-        const Timing timing = timed(O_WRONLY, blocks.size(), [&](FileStream& file) {
-            for (const std::uint32_t block : blocks) {
-                file.writeAt(block * blockSize_, content_.stamped(firstNumber + block), blockSize_);
-            }
-        });
-        for (const std::uint32_t block : blocks) {
-            numbers_[block] = firstNumber + block;
-        }
         return timing;
     }
 
     void dropCache() const { dropCachedPages(path_); }
 
-    /// Reads the file with a cold page cache.
-    /// @throws WrongResult when it has another content than was written
+    /// Compares the file with what was written, with a cold page cache.
     void verify() {
         dropCache();
-        FileStream file(path_.c_str(), O_RDONLY);
-        for (const std::uint64_t number : numbers_) {
-            file.read(buffer_.data(), blockSize_);
-            expectTrue(content_.holds(buffer_.data(), number), "a block has the bytes that were written");
-        }
-        expectEqual(std::filesystem::file_size(path_), count() * blockSize_, "the size of the file");
+        timed(O_RDONLY, all_, [this](FileStream& file, std::uint32_t block) {
+            file.read(buffer_.data(), content_.size());
+            expectTrue(content_.holds(buffer_.data(), numbers_[block]),
+                       "a block has the bytes that were written");
+        });
+        expectEqual(std::filesystem::file_size(path_), count() * content_.size(), "the size of the file");
     }
 
-    std::size_t count() const { return numbers_.size(); }
-
 private:
-    Timing timed(int flags, std::size_t blocks, const std::function<void(FileStream&)>& step) const {
+    Timing write(int flags, const Blocks& blocks) {
+        return timed(flags, blocks, [this](FileStream& file, std::uint32_t block) {
+            file.writeAt(block * content_.size(), content_.stamped(numbers_[block]), content_.size());
+        });
+    }
+
+    template <typename Step>
+    Timing timed(int flags, const Blocks& blocks, Step step) const {
         const auto start = std::chrono::steady_clock::now();
         FileStream file(path_.c_str(), flags);
-        step(file);
+        for (const std::uint32_t block : blocks) {
+            step(file, block);
+        }
         file.close();
-        return {blocks, secondsSince(start)};
+        return {blocks.size(), secondsSince(start)};
     }
 
     std::filesystem::path path_;
-    std::size_t blockSize_;
+    Blocks all_;                         ///< in order
     std::vector<std::uint64_t> numbers_; ///< the number that each block contains
     PatternedBlock content_;
     AlignedBuffer buffer_;

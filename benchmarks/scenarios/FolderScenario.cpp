@@ -21,10 +21,15 @@ public:
         paths_.add("/folder");
         paths_.add("/other");
         paths_.addFiles("/folder", count_);
-        addPaths(queries_, "/folder/f{:07}x", // evenly distributed among the files
-                 [this](std::uint32_t i) { return i * (count_ / queries_); });
-        addPaths(moves_, "/folder/g{:07}", [this](std::uint32_t i) { return order_[i]; });
-        addPaths(moves_, "/other/f{:07}", [this](std::uint32_t i) { return order_[moves_ + i]; });
+        for (std::uint32_t i = 0; i < queries_; ++i) { // evenly distributed among the files
+            paths_.add(fmt::format("/folder/f{:07}x", i * (count_ / queries_)));
+        }
+        for (std::uint32_t i = 0; i < moves_; ++i) {
+            paths_.add(fmt::format("/folder/g{:07}", order_[i]));
+        }
+        for (std::uint32_t i = 0; i < moves_; ++i) {
+            paths_.add(fmt::format("/other/f{:07}", order_[moves_ + i]));
+        }
     }
 
     /// A round of everything except the removal.
@@ -36,20 +41,21 @@ public:
         attributes();
         missing();
         list();
-        if (kind_.can(Ability::MoveFile)) {
+        if (kind_.can(Ability::ChangeFiles)) {
             move("move file inside", order_.data(), renamed_);
             move("move file between", order_.data() + moves_, others_);
         }
     }
 
-    void runRemovals() {
+    /// A round of the removal.
+    void remove() {
         begin();
         makeFiles();
         const std::size_t half = present_.size() / 2;
         auto random = fixedRandom();
         std::shuffle(present_.begin() + static_cast<std::ptrdiff_t>(half), present_.end(), random);
-        remove("remove in order", 0, half);
-        remove("remove at random", half, present_.size());
+        removeFiles("remove in order", 0, half);
+        removeFiles("remove at random", half, present_.size());
         present_.clear();
         verifyListings();
     }
@@ -63,17 +69,9 @@ private:
     static constexpr PathIndex otherFolder = 1;
     static constexpr PathIndex files = 2;
 
-    template <typename NumberOf>
-    void addPaths(std::uint32_t count, const char* format, NumberOf numberOf) {
-        for (std::uint32_t i = 0; i < count; ++i) {
-            paths_.add(fmt::format(fmt::runtime(format), numberOf(i)));
-        }
-    }
-
     void begin() {
         store_.reset(); // first: two stores of a kind may share a folder
-        store_ = kind_.build();
-        store_->prepare(paths_.all());
+        store_ = kind_.build(paths_.all());
         present_.resize(count_);
         std::iota(present_.begin(), present_.end(), files);
     }
@@ -81,8 +79,7 @@ private:
     Timing makeFiles() {
         store_->createFolder(folder);
         store_->createFolder(otherFolder);
-        return measure(count_, withoutBudget,
-                       [&](std::size_t i) { store_->createFile(files + static_cast<PathIndex>(i)); });
+        return measure(count_, [&](std::uint32_t i) { store_->createFile(files + i); });
     }
 
     void giveContent() {
@@ -95,8 +92,8 @@ private:
 
     void attributes() {
         std::uint64_t sizes = 0;
-        const Timing timing =
-            measure(queries_, budget_, [&](std::size_t i) { sizes += store_->fileSize(files + order_[i]); });
+        const Timing timing = measure(queries_, budget_,
+                                      [&](std::uint32_t i) { sizes += store_->fileSize(files + order_[i]); });
         rows_.addCost("attributes", variant_, timing);
         std::uint64_t expected = 0;
         for (std::size_t i = 0; i < timing.operations; ++i) {
@@ -107,7 +104,7 @@ private:
 
     void missing() {
         std::uint64_t found = 0;
-        const Timing timing = measure(queries_, budget_, [&](std::size_t i) {
+        const Timing timing = measure(queries_, budget_, [&](std::uint32_t i) {
             found += store_->exists(missing_ + missingOrder_[i]) ? 1 : 0;
         });
         rows_.addCost("missing", variant_, timing);
@@ -119,16 +116,15 @@ private:
 
     void list() {
         ListingSummary seen;
-        Timing timing = measure(1, withoutBudget, [&](std::size_t) { seen = store_->list(folder); });
+        Timing timing = measure(1U, [&](unsigned) { seen = store_->list(folder); });
         timing.operations = seen.entries;
         rows_.addCost("list", variant_, timing);
         expectTrue(seen == summaryOf(folder), "a listing has all names");
     }
 
     void move(const char* row, const std::uint32_t* moved, PathIndex destinations) {
-        const Timing timing = measure(moves_, budget_, [&](std::size_t i) {
-            store_->moveFile(files + moved[i], destinations + static_cast<PathIndex>(i));
-        });
+        const Timing timing = measure(
+            moves_, budget_, [&](std::uint32_t i) { store_->moveFile(files + moved[i], destinations + i); });
         rows_.addCost(row, variant_, timing);
         for (std::uint32_t i = 0; i < timing.operations; ++i) {
             present_[moved[i]] = destinations + i;
@@ -140,10 +136,9 @@ private:
         verifyListings();
     }
 
-    void remove(const char* row, std::size_t begin, std::size_t end) {
-        const Timing timing = measure(end - begin, withoutBudget,
-                                      [&](std::size_t i) { store_->removeFile(present_[begin + i]); });
-        rows_.addCost(row, variant_, timing);
+    void removeFiles(const char* row, std::size_t begin, std::size_t end) {
+        rows_.addCost(row, variant_,
+                      measure(end - begin, [&](std::size_t i) { store_->removeFile(present_[begin + i]); }));
         for (std::size_t i = 0; i < samples; ++i) {
             expectTrue(!store_->exists(present_[begin + i]), "a removed file does not exist");
         }
@@ -151,7 +146,7 @@ private:
 
     void verifyListings() {
         for (const PathIndex each : {folder, otherFolder}) {
-            expectTrue(store_->list(each) == summaryOf(each), paths_[each] + " lists the expected entries");
+            expectTrue(store_->list(each) == summaryOf(each), "a listing has the expected entries");
         }
     }
 
@@ -160,8 +155,7 @@ private:
         const std::string prefix = paths_[parent] + '/';
         for (const PathIndex file : present_) {
             if (paths_[file].starts_with(prefix)) {
-                summary.add(paths_[file].data() + prefix.size(), paths_[file].size() - prefix.size(),
-                            EntryKind::File);
+                summary.addFile(paths_[file]);
             }
         }
         return summary;
@@ -169,7 +163,7 @@ private:
 
     /// Some files are not empty, so that their sizes show whether the attributes are those of the right file.
     std::uint64_t sizeOf(std::uint32_t file) const {
-        return kind_.can(Ability::OverwriteFile) && file % 128 == 7 ? 1 + file % 5 : 0;
+        return kind_.can(Ability::ChangeFiles) && file % 128 == 7 ? 1 + file % 5 : 0;
     }
 
     const StoreKind& kind_;
@@ -189,25 +183,22 @@ private:
     std::vector<PathIndex> present_; ///< the current path of each file
 };
 
-Scenario folderOf(const std::string& name, Abilities required, const std::string& variant,
-                  std::uint32_t count, std::uint32_t rounds, void (FolderRun::*round)()) {
-    return {name, std::move(required), [=](const StoreKind& kind, Rows& rows) {
-                FolderRun run(kind, variant, count, rounds, rows);
-                for (std::uint32_t i = 0; i < rounds; ++i) {
-                    (run.*round)();
-                }
-            }};
-}
-
 } // namespace
 
-Scenario folderScenario(const std::string& variant, std::uint32_t count, std::uint32_t rounds) {
-    return folderOf("folder-" + variant, {Ability::Create}, variant, count, rounds, &FolderRun::run);
+void runFolder(const StoreKind& kind, Rows& rows, const std::string& variant, std::uint32_t count,
+               std::uint32_t rounds) {
+    FolderRun run(kind, variant, count, rounds, rows);
+    for (std::uint32_t i = 0; i < rounds; ++i) {
+        run.run();
+    }
 }
 
-Scenario removalScenario(const std::string& variant, std::uint32_t count, std::uint32_t rounds) {
-    return folderOf("remove-" + variant, {Ability::Create, Ability::Remove}, variant, count, rounds,
-                    &FolderRun::runRemovals);
+void runRemovals(const StoreKind& kind, Rows& rows, const std::string& variant, std::uint32_t count,
+                 std::uint32_t rounds) {
+    FolderRun run(kind, variant, count, rounds, rows);
+    for (std::uint32_t i = 0; i < rounds; ++i) {
+        run.remove();
+    }
 }
 
 } // namespace storage::benchmark

@@ -30,13 +30,14 @@ void addLatencies(Rows& rows, const std::string& row, const std::string& variant
     }
 }
 
-void runGrowingFolder(const StoreKind& kind, const std::string& variant, std::uint32_t count, Rows& rows) {
+} // namespace
+
+void runGrowingFolder(const StoreKind& kind, Rows& rows, const std::string& variant, std::uint32_t count) {
     PathList paths;
     const PathIndex folder = paths.add("/folder");
     paths.addFiles("/folder", count);
     const std::vector<std::uint32_t> order = randomOrder(count);
-    const auto store = kind.build();
-    store->prepare(paths.all());
+    const auto store = kind.build(paths.all());
     store->createFolder(folder);
     const auto add = [&](const char* row, auto operation) {
         addLatencies(rows, row, variant, order, folder + 1, operation);
@@ -46,18 +47,10 @@ void runGrowingFolder(const StoreKind& kind, const std::string& variant, std::ui
     std::uint64_t sizes = 0;
     add("look up", [&](PathIndex file) { sizes += store->fileSize(file); });
     expectEqual(sizes, 0, "the total size of empty files");
-    if (kind.can(Ability::Remove)) {
+    if (kind.can(Ability::ChangeFiles)) {
         add("remove", [&](PathIndex file) { store->removeFile(file); });
         expectEqual(store->list(folder).entries, 0, "files in the folder after removing all");
     }
-}
-
-} // namespace
-
-Scenario growingFolderScenario(const std::string& variant, std::uint32_t count) {
-    return {"growing-folder-" + variant,
-            {Ability::Create, Ability::LiveInProcess},
-            [=](const StoreKind& kind, Rows& rows) { runGrowingFolder(kind, variant, count, rows); }};
 }
 
 } // namespace storage::benchmark

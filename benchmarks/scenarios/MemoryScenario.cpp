@@ -15,21 +15,22 @@ double residentBytes() {
     return static_cast<double>(resident) * static_cast<double>(::sysconf(_SC_PAGESIZE));
 }
 
-void runMemory(const StoreKind& kind, const std::string& variant, const std::string& namePrefix,
-               std::uint32_t files, std::size_t fileSize, Rows& rows) {
+} // namespace
+
+void runMemory(const StoreKind& kind, Rows& rows, const std::string& variant, const std::string& namePrefix,
+               std::uint32_t files, std::size_t fileSize) {
     PathList paths; // outlives the measurement, so that no store can reuse its memory
     for (std::uint32_t i = 0; i < files; ++i) {
         paths.add(fmt::format("/{}{:05x}", namePrefix, i));
     }
-    const auto store = kind.build();
-    store->prepare(paths.all());
+    const auto store = kind.build(paths.all());
     const std::string content(fileSize, 'x');
     const double before = residentBytes();
     for (PathIndex file = 0; file < files; ++file) {
         if (fileSize == 0) {
             store->createFile(file);
         } else {
-            store->createStream(file, fileSize)->write(content.data(), fileSize);
+            store->open(file, Use::Create, fileSize)->write(content.data(), fileSize);
         }
     }
     const double growth = residentBytes() - before;
@@ -39,17 +40,6 @@ void runMemory(const StoreKind& kind, const std::string& variant, const std::str
     }
     expectEqual(found, files, "the number of files of the right size");
     rows.add("memory", variant, growth / files);
-}
-
-} // namespace
-
-Scenario memoryScenario(const std::string& variant, const std::string& namePrefix, std::uint32_t files,
-                        std::size_t fileSize) {
-    return {"memory-" + variant,
-            {fileSize > 0 ? Ability::Write : Ability::Create, Ability::LiveInProcess},
-            [=](const StoreKind& kind, Rows& rows) {
-                runMemory(kind, variant, namePrefix, files, fileSize, rows);
-            }};
 }
 
 } // namespace storage::benchmark

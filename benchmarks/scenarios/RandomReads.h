@@ -1,9 +1,9 @@
 #pragma once
 
 #include "benchmarks/stores/Store.h"
+#include "benchmarks/workload/Expect.h"
 #include "benchmarks/workload/PatternedBlock.h"
 #include "benchmarks/workload/RandomOrder.h"
-#include "benchmarks/workload/WrongResult.h"
 
 #include <memory>
 #include <utility>
@@ -28,9 +28,11 @@ public:
 
     std::size_t count() const { return offsets_.size(); }
 
-    void read(std::size_t i) {
-        stream_->readAt(offsets_[i], buffer_.data(), readSize);
-        difference_ += PatternedBlock::firstWord(buffer_.data()) - words_[i];
+    /// After the last read begins again with the first.
+    void readNext() {
+        stream_->readAt(offsets_[next_], buffer_.data(), readSize);
+        difference_ += PatternedBlock::firstWord(buffer_.data()) - words_[next_];
+        next_ = next_ + 1 == offsets_.size() ? 0 : next_ + 1;
     }
 
     void verify() const {
@@ -42,6 +44,7 @@ private:
 
     std::vector<std::uint64_t> offsets_;
     std::vector<std::uint64_t> words_; ///< the first word at each offset
+    std::size_t next_ = 0;
     AlignedBuffer buffer_{readSize};
     std::uint64_t difference_ = 0; ///< between the sums of the words that were read and written
     std::unique_ptr<Stream> stream_;

@@ -1,130 +1,89 @@
 #include "benchmarks/scenarios/Scenario.h"
 
-#include <array>
+#include <algorithm>
 #include <numeric>
 
 namespace storage::benchmark {
 
 namespace {
 
-/// One run: the files and their contents.
-class SmallFilesRun {
-public:
-    SmallFilesRun(const StoreKind& kind, std::size_t fileSize, std::uint32_t files, std::uint32_t operations)
-        : fileSize_(fileSize), order_(randomOrder(operations)), numbers_(files), store_(kind.build()) {
-        for (std::uint32_t& file : order_) {
-            file %= files;
-        }
-        PathList paths;
-        paths.add("/files");
-        paths.addFiles("/files", files);
-        store_->prepare(paths.all());
-    }
-
-    Timing fill() {
-        store_->createFolder(0);
-        std::iota(numbers_.begin(), numbers_.end(), 0);
-        return measure(numbers_.size(), withoutBudget, [&](std::size_t file) {
-            store_->createStream(pathOf(file), fileSize_)->write(block_.stamped(file, fileSize_), fileSize_);
-        });
-    }
-
-    Timing read() {
-        std::uint64_t sum = 0;
-        const Timing timing = measure(order_.size(), withoutBudget, [&](std::size_t i) {
-            store_->readFile(pathOf(order_[i]), buffer_.data(), fileSize_);
-            sum += PatternedBlock::firstWord(buffer_.data());
-        });
-        std::uint64_t expected = 0;
-        for (const std::uint32_t file : order_) {
-            expected += PatternedBlock::firstWord(block_.stamped(numbers_[file], fileSize_));
-        }
-        expectEqual(sum, expected, "the sum of the words read");
-        return timing;
-    }
-
-    Timing overwrite() {
-        const std::uint64_t firstNumber = numbers_.size();
-        const Timing timing = measure(order_.size(), withoutBudget, [&](std::size_t i) {
-            store_->overwriteFile(pathOf(order_[i]), block_.stamped(firstNumber + i, fileSize_), fileSize_);
-        });
-        for (std::size_t i = 0; i < order_.size(); ++i) {
-            numbers_[order_[i]] = firstNumber + i;
-        }
-        return timing;
-    }
-
-    void verify() {
-        for (std::size_t file = 0; file < numbers_.size(); ++file) {
-            store_->readFile(pathOf(file), buffer_.data(), fileSize_);
-            expectTrue(block_.holds(buffer_.data(), numbers_[file], fileSize_),
-                       "a file has the bytes that were written");
-            expectEqual(store_->fileSize(pathOf(file)), fileSize_, "the size of a file");
-        }
-    }
-
-private:
-    static constexpr std::size_t blockSize = 4096;
-
-    static PathIndex pathOf(std::size_t file) { return static_cast<PathIndex>(1 + file); }
-
-    std::size_t fileSize_;
-    std::vector<std::uint32_t> order_;   ///< the file of each operation
-    std::vector<std::uint64_t> numbers_; ///< the block number that each file contains
-    PatternedBlock block_{4096, blockSize};
-    AlignedBuffer buffer_{blockSize};
-    std::unique_ptr<Store> store_;
-};
-
-void runAppends(const StoreKind& kind, std::uint32_t writes, bool inAppendMode, Rows& rows) {
+void appendTo(const StoreKind& kind, Rows& rows, std::uint32_t writes, bool inAppendMode) {
     constexpr PathIndex file = 0;
-    std::array<char, 64> buffer{};
-    const std::uint64_t size = std::uint64_t{writes} * buffer.size();
-    PatternedBlock block(64);
-    const auto store = kind.build();
-    store->prepare({"/file"});
-    auto stream = store->createStream(file, size);
+    PatternedBlock block(64, 64);
+    AlignedBuffer buffer(block.size());
+    const std::uint64_t size = writes * block.size();
+    const auto store = kind.build({"/file"});
+    auto stream = store->open(file, Use::Create, size);
     if (inAppendMode) {
-        stream = store->openToAppend(file);
+        stream = store->open(file, Use::Append);
     }
-    const Timing timing = measure(writes, withoutBudget, [&](std::size_t i) {
-        stream->write(block.stamped(i, buffer.size()), buffer.size());
-    });
+    const Timing timing =
+        measure(writes, [&](std::uint32_t i) { stream->write(block.stamped(i), block.size()); });
     stream.reset();
     rows.addCost("append", inAppendMode ? "64 bytes, append mode" : "64 bytes, at the position", timing);
     expectEqual(store->fileSize(file), size, "the size of the file");
-    stream = store->openToRead(file);
+    stream = store->open(file, Use::Read);
     for (std::uint32_t i = 0; i < writes; ++i) {
-        stream->read(buffer.data(), buffer.size());
-        expectTrue(block.holds(buffer.data(), i, buffer.size()), "the file has the bytes that were appended");
+        stream->read(buffer.data(), block.size());
+        expectTrue(block.holds(buffer.data(), i), "the file has the bytes that were appended");
     }
 }
 
 } // namespace
 
-Scenario smallFilesScenario(const std::string& variant, std::size_t fileSize, std::uint32_t files,
-                            std::uint32_t operations) {
-    return {"small-files-" + variant, {Ability::ReadFile}, [=](const StoreKind& kind, Rows& rows) {
-                SmallFilesRun run(kind, fileSize, files, operations);
-                const Timing filling = run.fill();
-                run.verify();
-                if (kind.can(Ability::Write)) {
-                    rows.addCost("create, write, release", variant, filling);
-                }
-                rows.addCost("open, read, release", variant, run.read());
-                if (kind.can(Ability::OverwriteFile)) {
-                    rows.addCost("open, overwrite, release", variant, run.overwrite());
-                    run.verify();
-                }
-            }};
+/// Each file contains a numbered block of its size.
+void runSmallFiles(const StoreKind& kind, Rows& rows, const std::string& variant, std::size_t fileSize,
+                   std::uint32_t files, std::uint32_t operations) {
+    std::vector<PathIndex> order = randomOrder(operations); // the file of each operation
+    std::for_each(order.begin(), order.end(), [files](PathIndex& file) { file %= files; });
+    std::vector<std::uint64_t> numbers(files); // the block number that each file contains
+    std::iota(numbers.begin(), numbers.end(), 0U);
+    PatternedBlock block(4096, fileSize);
+    AlignedBuffer buffer(fileSize);
+    PathList paths;
+    const PathIndex folder = paths.add("/files");
+    const PathIndex first = paths.addFiles("/files", files);
+    const auto store = kind.build(paths.all());
+    paths = {}; // frees memory that the store can reuse, as in a host
+    const auto verify = [&] {
+        for (std::uint32_t file = 0; file < files; ++file) {
+            store->readFile(first + file, buffer.data(), fileSize);
+            expectTrue(block.holds(buffer.data(), numbers[file]), "a file has the bytes that were written");
+            expectEqual(store->fileSize(first + file), fileSize, "the size of a file");
+        }
+    };
+    store->createFolder(folder);
+    const Timing creating = measure(files, [&](std::uint32_t file) {
+        store->open(first + file, Use::Create, fileSize)->write(block.stamped(file), fileSize);
+    });
+    verify();
+    if (kind.can(Ability::Write)) {
+        rows.addCost("create, write, release", variant, creating);
+    }
+    std::uint64_t sum = 0;
+    rows.addCost("open, read, release", variant, measure(operations, [&](std::uint32_t i) {
+                     store->readFile(first + order[i], buffer.data(), fileSize);
+                     sum += PatternedBlock::firstWord(buffer.data());
+                 }));
+    for (const std::uint32_t file : order) {
+        sum -= block.stampOf(numbers[file]);
+    }
+    expectEqual(sum, 0, "the difference between the sums of words read and written");
+    if (kind.can(Ability::ChangeFiles)) {
+        rows.addCost("open, overwrite, release", variant, measure(operations, [&](std::uint32_t i) {
+                         store->overwriteFile(first + order[i], block.stamped(files + i), fileSize);
+                     }));
+        for (std::uint32_t i = 0; i < operations; ++i) {
+            numbers[order[i]] = files + i;
+        }
+        verify();
+    }
 }
 
-Scenario appendScenario(std::uint32_t writes) {
-    return {"append", {Ability::Append}, [=](const StoreKind& kind, Rows& rows) {
-                for (const bool inAppendMode : {false, true}) {
-                    runAppends(kind, writes, inAppendMode, rows);
-                }
-            }};
+void runAppends(const StoreKind& kind, Rows& rows, std::uint32_t writes) {
+    for (const bool inAppendMode : {false, true}) {
+        appendTo(kind, rows, writes, inAppendMode);
+    }
 }
 
 } // namespace storage::benchmark

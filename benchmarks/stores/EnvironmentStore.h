@@ -1,6 +1,6 @@
 #pragma once
 
-#include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/stores/Store.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -29,43 +29,11 @@ void requireComplete(const Slice& read, std::size_t wanted) {
     }
 }
 
-template <class WritableFile, class Slice>
-class EnvironmentWriter final : public Stream {
-public:
-    explicit EnvironmentWriter(std::unique_ptr<WritableFile> file) : file_(std::move(file)) {}
-
-    void write(const char* bytes, std::size_t count) override {
-        requireOk(file_->Append(Slice(bytes, count)));
-    }
-
-private:
-    std::unique_ptr<WritableFile> file_;
-};
-
-template <class RandomAccessFile, class Slice>
-class EnvironmentReader final : public Stream {
-public:
-    explicit EnvironmentReader(std::unique_ptr<RandomAccessFile> file) : file_(std::move(file)) {}
-
-    void read(char* buffer, std::size_t count) override {
-        readAt(position_, buffer, count);
-        position_ += count;
-    }
-
-    void readAt(std::uint64_t offset, char* buffer, std::size_t count) override {
-        Slice read;
-        requireOk(file_->Read(offset, count, &read, buffer));
-        requireComplete(read, count);
-    }
-
-private:
-    std::unique_ptr<RandomAccessFile> file_;
-    std::uint64_t position_ = 0;
-};
-
-template <class Environment>
+template <class Environment, class Slice, class WritableFile, class RandomAccessFile>
 class EnvironmentStore : public StringPathStore {
 public:
+    void createFile(PathIndex index) override { openWith(&Environment::NewWritableFile, index); }
+
     std::uint64_t fileSize(PathIndex index) override {
         std::uint64_t size = 0;
         requireOk(environment_->GetFileSize(path(index), &size));
@@ -86,12 +54,81 @@ public:
         requireOk(environment_->RenameFile(path(from), path(to)));
     }
 
+    void readFile(PathIndex index, char* buffer, std::size_t count) override {
+        Slice read;
+        requireOk(openWith(&Environment::NewSequentialFile, index)->Read(count, &read, buffer));
+        requireComplete(read, count);
+    }
+
+    std::unique_ptr<Stream> open(PathIndex index, Use use, std::uint64_t /*size*/) override {
+        switch (use) {
+        case Use::Create:
+            return std::make_unique<Writer>(openWith(&Environment::NewWritableFile, index));
+        case Use::Read:
+            return std::make_unique<Reader>(openWith(&Environment::NewRandomAccessFile, index));
+        case Use::Append:
+            return openToAppend(index);
+        default:
+            return openToOverwrite(index);
+        }
+    }
+
 protected:
-    explicit EnvironmentStore(Environment* environment) : environment_(environment) {}
+    class Writer final : public Stream {
+    public:
+        explicit Writer(std::unique_ptr<WritableFile> file) : file_(std::move(file)) {}
+
+        void write(const char* bytes, std::size_t count) override {
+            requireOk(file_->Append(Slice(bytes, count)));
+        }
+
+    private:
+        std::unique_ptr<WritableFile> file_;
+    };
+
+    EnvironmentStore(Environment* environment, const Paths& paths)
+        : StringPathStore(paths), environment_(environment) {}
 
     Environment& environment() const { return *environment_; }
 
+    virtual std::unique_ptr<Stream> openToAppend(PathIndex index) = 0;
+    virtual std::unique_ptr<Stream> openToOverwrite(PathIndex /*index*/) { throw unsupported(); }
+
+    /// Opens a file with a function of LevelDB's interface.
+    template <class Status, class File>
+    std::unique_ptr<File> openWith(Status (Environment::*function)(const std::string&, File**),
+                                   PathIndex index) {
+        File* file = nullptr;
+        requireOk((*environment_.*function)(path(index), &file));
+        return std::unique_ptr<File>(file);
+    }
+
+    /// Opens a file with a function of RocksDB's interface.
+    template <class Status, class File, class Options>
+    std::unique_ptr<File> openWith(Status (Environment::*function)(const std::string&, std::unique_ptr<File>*,
+                                                                   const Options&),
+                                   PathIndex index) {
+        static const Options options;
+        std::unique_ptr<File> file;
+        requireOk((*environment_.*function)(path(index), &file, options));
+        return file;
+    }
+
 private:
+    class Reader final : public Stream {
+    public:
+        explicit Reader(std::unique_ptr<RandomAccessFile> file) : file_(std::move(file)) {}
+
+        void readAt(std::uint64_t offset, char* buffer, std::size_t count) override {
+            Slice read;
+            requireOk(file_->Read(offset, count, &read, buffer));
+            requireComplete(read, count);
+        }
+
+    private:
+        std::unique_ptr<RandomAccessFile> file_;
+    };
+
     const std::unique_ptr<Environment> environment_;
 };
 

@@ -1,4 +1,4 @@
-#include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/stores/Store.h"
 
 #include <algorithm>
 #include <chrono>
@@ -36,34 +36,31 @@ void copy(const std::vector<char>* content, std::uint64_t offset, char* buffer, 
 
 struct Node {
     EntryKind kind = EntryKind::File;
-    bool writable = true;
     std::int64_t lastModified = 0;
     const std::string* path = nullptr; ///< the node's key
     Node* firstChild = nullptr;
     Node* previous = nullptr; ///< in the list of the parent's children
     Node* next = nullptr;
-    std::unique_ptr<std::vector<char>> content; ///< allocated by the first open or overwrite
+    std::unique_ptr<std::vector<char>> content; ///< allocated by the first write
+
+    std::vector<char>& writableContent() {
+        if (!content) {
+            content = std::make_unique<std::vector<char>>();
+        }
+        return *content;
+    }
 };
 
 class NodeStream final : public Stream {
 public:
-    NodeStream(std::mutex& mutex, Node& node, std::size_t position = 0)
-        : mutex_(mutex), node_(node), position_(position) {
-        if (!node_.content) {
-            node_.content = std::make_unique<std::vector<char>>();
-        }
-    }
+    NodeStream(std::mutex& mutex, Node& node, Use use)
+        : mutex_(mutex), node_(node), position_(use == Use::Append ? node.writableContent().size() : 0) {}
 
     void write(const char* bytes, std::size_t count) override {
         const std::lock_guard lock(mutex_);
-        overwrite(*node_.content, position_, bytes, count);
+        overwrite(node_.writableContent(), position_, bytes, count);
         position_ += count;
         node_.lastModified = now();
-    }
-
-    void read(char* buffer, std::size_t count) override {
-        readAt(position_, buffer, count);
-        position_ += count;
     }
 
     void readAt(std::uint64_t offset, char* buffer, std::size_t count) override {
@@ -74,7 +71,7 @@ public:
 private:
     std::mutex& mutex_;
     Node& node_;
-    std::size_t position_;
+    std::size_t position_; ///< of the next write
 };
 
 /// One hash map of paths with one mutex. Each folder has a linked list of its children, for listing. Moving a
@@ -84,7 +81,7 @@ private:
 /// in the list of its parent; its key begins with the key of its parent.
 class HashMapStore final : public StringPathStore {
 public:
-    HashMapStore() {
+    explicit HashMapStore(const Paths& paths) : StringPathStore(paths) {
         const auto root = nodes_.try_emplace("").first;
         root->second.kind = EntryKind::Folder;
         root->second.path = &root->first;
@@ -147,29 +144,14 @@ public:
     void overwriteFile(PathIndex index, const char* bytes, std::size_t count) override {
         const std::lock_guard lock(mutex_);
         Node& node = find(path(index));
-        if (!node.content) {
-            node.content = std::make_unique<std::vector<char>>();
-        }
-        overwrite(*node.content, 0, bytes, count);
+        overwrite(node.writableContent(), 0, bytes, count);
         node.lastModified = now();
     }
 
-    std::unique_ptr<Stream> createStream(PathIndex index, std::uint64_t /*size*/) override {
+    std::unique_ptr<Stream> open(PathIndex index, Use use, std::uint64_t /*size*/) override {
         const std::lock_guard lock(mutex_);
-        return std::make_unique<NodeStream>(mutex_, create(path(index), EntryKind::File));
-    }
-
-    std::unique_ptr<Stream> openToOverwrite(PathIndex index) override { return openToRead(index); }
-
-    std::unique_ptr<Stream> openToAppend(PathIndex index) override {
-        const std::lock_guard lock(mutex_);
-        Node& node = find(path(index));
-        return std::make_unique<NodeStream>(mutex_, node, node.content ? node.content->size() : 0);
-    }
-
-    std::unique_ptr<Stream> openToRead(PathIndex index) override {
-        const std::lock_guard lock(mutex_);
-        return std::make_unique<NodeStream>(mutex_, find(path(index)));
+        Node& node = use == Use::Create ? create(path(index), EntryKind::File) : find(path(index));
+        return std::make_unique<NodeStream>(mutex_, node, use);
     }
 
 private:
@@ -255,7 +237,11 @@ private:
 } // namespace
 
 StoreKind hashMapKind() {
-    return {"floor", "", allExcept({}), [] { return std::make_unique<HashMapStore>(); }};
+    return {"floor",
+            "",
+            {Ability::Tree, Ability::ChangeFiles, Ability::MoveFolder, Ability::Write,
+             Ability::OverwriteInPlace, Ability::LiveInProcess},
+            [](const Paths& paths) { return std::make_unique<HashMapStore>(paths); }};
 }
 
 } // namespace storage::benchmark

@@ -1,4 +1,4 @@
-#include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/stores/Store.h"
 
 #include <cstring>
 #include <ctime>
@@ -17,10 +17,6 @@ namespace {
 
 /// Disables the normalization of paths, because they are normalized already.
 constexpr bool normalizesPaths = false;
-
-std::runtime_error failure(const std::string& path) {
-    return std::runtime_error("LLVM: " + path);
-}
 
 template <typename Value>
 Value checked(llvm::ErrorOr<Value> value) {
@@ -68,34 +64,21 @@ class LlvmReader final : public Stream {
 public:
     explicit LlvmReader(std::unique_ptr<llvm::MemoryBuffer> buffer) : buffer_(std::move(buffer)) {}
 
-    void read(char* buffer, std::size_t count) override {
-        copy(*buffer_, position_, buffer, count);
-        position_ += count;
-    }
-
     void readAt(std::uint64_t offset, char* buffer, std::size_t count) override {
         copy(*buffer_, offset, buffer, count);
     }
 
 private:
     std::unique_ptr<llvm::MemoryBuffer> buffer_;
-    std::uint64_t position_ = 0;
 };
 
 class LlvmStore final : public StringPathStore {
 public:
-    void createFolder(PathIndex index) override {
-        if (!files_.addFile(path(index), std::time(nullptr), llvm::MemoryBuffer::getMemBuffer(""), llvm::None,
-                            llvm::None, llvm::sys::fs::file_type::directory_file)) {
-            throw failure(path(index));
-        }
-    }
+    using StringPathStore::StringPathStore;
 
-    void createFile(PathIndex index) override {
-        if (!files_.addFile(path(index), std::time(nullptr), llvm::MemoryBuffer::getMemBuffer(""))) {
-            throw failure(path(index));
-        }
-    }
+    void createFolder(PathIndex index) override { add(index, FileType::directory_file); }
+
+    void createFile(PathIndex index) override { add(index, FileType::regular_file); }
 
     std::uint64_t fileSize(PathIndex index) override { return checked(files_.status(path(index))).getSize(); }
 
@@ -109,8 +92,7 @@ public:
              entry.increment(error)) {
             const llvm::StringRef name = entry->path().drop_front(prefix);
             summary.add(name.data(), name.size(),
-                        entry->type() == llvm::sys::fs::file_type::directory_file ? EntryKind::Folder
-                                                                                  : EntryKind::File);
+                        entry->type() == FileType::directory_file ? EntryKind::Folder : EntryKind::File);
         }
         if (error) {
             throw std::system_error(error, "LLVM");
@@ -122,25 +104,32 @@ public:
         copy(*bufferOf(files_, path(index)), 0, buffer, count);
     }
 
-    std::unique_ptr<Stream> createStream(PathIndex index, std::uint64_t size) override {
-        return std::make_unique<LlvmWriter>(files_, path(index), size);
-    }
-
-    std::unique_ptr<Stream> openToRead(PathIndex index) override {
+    std::unique_ptr<Stream> open(PathIndex index, Use use, std::uint64_t size) override {
+        if (use == Use::Create) {
+            return std::make_unique<LlvmWriter>(files_, path(index), size);
+        }
         return std::make_unique<LlvmReader>(bufferOf(files_, path(index)));
     }
 
 private:
+    using FileType = llvm::sys::fs::file_type;
+
+    void add(PathIndex index, FileType type) {
+        if (!files_.addFile(path(index), std::time(nullptr), llvm::MemoryBuffer::getMemBuffer(""), llvm::None,
+                            llvm::None, type)) {
+            throw std::runtime_error("LLVM: " + path(index));
+        }
+    }
+
     llvm::vfs::InMemoryFileSystem files_{normalizesPaths};
 };
 
 } // namespace
 
 StoreKind llvmKind() {
-    return {"llvm",
-            LLVM_VERSION_STRING,
-            {Ability::Create, Ability::ReadFile, Ability::Read, Ability::LiveInProcess},
-            [] { return std::make_unique<LlvmStore>(); }};
+    return {"llvm", LLVM_VERSION_STRING, {Ability::Tree, Ability::LiveInProcess}, [](const Paths& paths) {
+                return std::make_unique<LlvmStore>(paths);
+            }};
 }
 
 } // namespace storage::benchmark

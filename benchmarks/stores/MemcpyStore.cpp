@@ -1,4 +1,4 @@
-#include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/stores/Store.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -23,37 +23,28 @@ public:
         position_ += count;
     }
 
-    void read(char* buffer, std::size_t count) override {
-        std::memcpy(buffer, memory_ + position_, count);
-        position_ += count;
-    }
-
     void readAt(std::uint64_t offset, char* buffer, std::size_t count) override {
         std::memcpy(buffer, memory_ + offset, count);
     }
 
 private:
     char* memory_;
-    std::size_t position_ = 0;
+    std::size_t position_ = 0; ///< of the next write
 };
 
 class MemcpyStore final : public Store {
 public:
-    void prepare(const std::vector<std::string>& paths) override { files_.resize(paths.size()); }
+    explicit MemcpyStore(const Paths& paths) : files_(paths.size()) {}
 
-    std::unique_ptr<Stream> createStream(PathIndex path, std::uint64_t size) override {
-        const std::size_t allocated = (static_cast<std::size_t>(size) + hugePage - 1) / hugePage * hugePage;
-        files_[path].reset(static_cast<char*>(std::aligned_alloc(hugePage, allocated)));
-        if (!files_[path]) {
-            throw std::bad_alloc();
+    std::unique_ptr<Stream> open(PathIndex path, Use use, std::uint64_t size) override {
+        if (use == Use::Create) {
+            const std::size_t allocated = (size + hugePage - 1) / hugePage * hugePage;
+            files_[path].reset(static_cast<char*>(std::aligned_alloc(hugePage, allocated)));
+            if (!files_[path]) {
+                throw std::bad_alloc();
+            }
+            madvise(files_[path].get(), allocated, MADV_HUGEPAGE);
         }
-        madvise(files_[path].get(), allocated, MADV_HUGEPAGE);
-        return std::make_unique<MemcpyStream>(files_[path].get());
-    }
-
-    std::unique_ptr<Stream> openToOverwrite(PathIndex path) override { return openToRead(path); }
-
-    std::unique_ptr<Stream> openToRead(PathIndex path) override {
         return std::make_unique<MemcpyStream>(files_[path].get());
     }
 
@@ -68,8 +59,8 @@ private:
 } // namespace
 
 StoreKind memcpyKind() {
-    return {"memcpy", "", {Ability::Write, Ability::OverwriteInPlace, Ability::Read}, [] {
-                return std::make_unique<MemcpyStore>();
+    return {"memcpy", "", {Ability::Write, Ability::OverwriteInPlace}, [](const Paths& paths) {
+                return std::make_unique<MemcpyStore>(paths);
             }};
 }
 

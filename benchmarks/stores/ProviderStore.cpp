@@ -1,4 +1,4 @@
-#include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/stores/Store.h"
 
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/IProvider.h"
@@ -6,7 +6,6 @@
 #include "hostapi/storage/provider/ShortNamespace.h"
 
 #include <dlfcn.h>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -18,13 +17,10 @@ using namespace provider;
 
 namespace {
 
-constexpr ByteStreamOpenOptions toMake{0, ByteStreamExistence::CreateIfMissing, ByteStreamContent::Empty,
-                                       ByteStreamAppend::WriteAtPosition};
-constexpr ByteStreamOpenOptions toOverwrite{0, ByteStreamExistence::MustExist, ByteStreamContent::Keep,
-                                            ByteStreamAppend::WriteAtPosition};
-
-constexpr ByteStreamOpenOptions toAppend{0, ByteStreamExistence::MustExist, ByteStreamContent::Keep,
-                                         ByteStreamAppend::AppendAtEnd};
+constexpr auto toMake = ByteStreamOpenOptions::createOrEmpty();
+constexpr auto toOverwrite = ByteStreamOpenOptions::readWriteExisting();
+constexpr ByteStreamOpenOptions toAppend{.existence = ByteStreamExistence::MustExist,
+                                         .append = ByteStreamAppend::AppendAtEnd};
 
 class ProviderStream final : public Stream {
 public:
@@ -44,13 +40,8 @@ private:
     std::unique_ptr<ByteStream> stream_;
 };
 
-std::filesystem::path defaultPlugin() {
-    const std::filesystem::path folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    return (folder / QZSTORAGE_DEFAULT_PLUGIN).lexically_normal();
-}
-
-ProviderEntryPoint* load(const std::filesystem::path& plugin) {
-    void* const library = ::dlopen(std::filesystem::absolute(plugin).c_str(), RTLD_NOW | RTLD_LOCAL);
+ProviderEntryPoint* load(const char* plugin) {
+    void* const library = ::dlopen(plugin, RTLD_NOW | RTLD_LOCAL);
     void* const entryPoint = library == nullptr ? nullptr : ::dlsym(library, providerEntryPointName);
     if (entryPoint == nullptr) {
         throw std::runtime_error(::dlerror());
@@ -60,10 +51,9 @@ ProviderEntryPoint* load(const std::filesystem::path& plugin) {
 
 class ProviderStore final : public Store {
 public:
-    explicit ProviderStore(ProviderEntryPoint* buildProvider) { buildProvider(&provider_); }
-
-    void prepare(const std::vector<std::string>& paths) override {
-        paths_.clear();
+    explicit ProviderStore(const Paths& paths) {
+        static auto* const buildProvider = load(QZSTORAGE_PLUGIN_PATH);
+        buildProvider(&provider_);
         paths_.reserve(paths.size());
         for (const std::string& path : paths) {
             paths_.emplace_back(std::u16string(path.begin(), path.end()));
@@ -111,20 +101,12 @@ public:
         writeAll(*provider_->doOpenStream(paths_[path], toOverwrite), {bytes, count});
     }
 
-    std::unique_ptr<Stream> createStream(PathIndex path, std::uint64_t /*size*/) override {
-        return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toMake));
-    }
-
-    std::unique_ptr<Stream> openToOverwrite(PathIndex path) override {
-        return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toOverwrite));
-    }
-
-    std::unique_ptr<Stream> openToAppend(PathIndex path) override {
-        return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], toAppend));
-    }
-
-    std::unique_ptr<Stream> openToRead(PathIndex path) override {
-        return std::make_unique<ProviderStream>(provider_->doOpenReadOnlyStream(paths_[path]));
+    std::unique_ptr<Stream> open(PathIndex path, Use use, std::uint64_t /*size*/) override {
+        if (use == Use::Read) {
+            return std::make_unique<ProviderStream>(provider_->doOpenReadOnlyStream(paths_[path]));
+        }
+        const auto& options = use == Use::Create ? toMake : use == Use::Append ? toAppend : toOverwrite;
+        return std::make_unique<ProviderStream>(provider_->doOpenStream(paths_[path], options));
     }
 
 private:
@@ -134,11 +116,12 @@ private:
 
 } // namespace
 
-StoreKind providerKind(const std::filesystem::path& plugin) {
-    return {"provider", QZSTORAGE_VERSION, allExcept({}), [plugin] {
-                static auto* const buildProvider = load(plugin.empty() ? defaultPlugin() : plugin);
-                return std::make_unique<ProviderStore>(buildProvider);
-            }};
+StoreKind providerKind() {
+    return {"provider",
+            QZSTORAGE_VERSION,
+            {Ability::Tree, Ability::ChangeFiles, Ability::MoveFolder, Ability::Write,
+             Ability::OverwriteInPlace, Ability::LiveInProcess},
+            [](const Paths& paths) { return std::make_unique<ProviderStore>(paths); }};
 }
 
 } // namespace storage::benchmark

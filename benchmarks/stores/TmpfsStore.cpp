@@ -1,8 +1,7 @@
-#include "benchmarks/stores/StoreKind.h"
+#include "benchmarks/stores/Store.h"
 
 #include "benchmarks/workload/FileStream.h"
 #include "benchmarks/workload/FolderListing.h"
-#include "benchmarks/workload/SystemCall.h"
 
 #include <cstdio>
 #include <fcntl.h>
@@ -23,21 +22,17 @@ constexpr mode_t fileMode = 0600;
 
 class TmpfsStore final : public Store {
 public:
-    explicit TmpfsStore(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    TmpfsStore(std::filesystem::path folder, const Paths& paths) : folder_(std::move(folder)) {
+        for (const std::string& path : paths) {
+            paths_.push_back(folder_.string() + path);
+        }
+    }
 
     /// Empties the folder. After an error, the caller removes the remaining entries.
     ~TmpfsStore() override {
         std::error_code ignored;
         for (const auto& entry : std::filesystem::directory_iterator(folder_, ignored)) {
             std::filesystem::remove_all(entry.path(), ignored);
-        }
-    }
-
-    void prepare(const std::vector<std::string>& paths) override {
-        paths_.clear();
-        paths_.reserve(paths.size());
-        for (const std::string& path : paths) {
-            paths_.push_back(folder_.string() + path);
         }
     }
 
@@ -73,25 +68,26 @@ public:
         FileStream(paths_[path].c_str(), O_WRONLY).write(bytes, count);
     }
 
-    std::unique_ptr<Stream> createStream(PathIndex path, std::uint64_t /*size*/) override {
-        return std::make_unique<FileStream>(paths_[path].c_str(), O_RDWR | O_CREAT | O_TRUNC);
-    }
-
-    std::unique_ptr<Stream> openToOverwrite(PathIndex path) override {
-        return std::make_unique<FileStream>(paths_[path].c_str(), O_RDWR);
-    }
-
-    std::unique_ptr<Stream> openToAppend(PathIndex path) override {
-        return std::make_unique<FileStream>(paths_[path].c_str(), O_WRONLY | O_APPEND);
-    }
-
-    std::unique_ptr<Stream> openToRead(PathIndex path) override {
-        return std::make_unique<FileStream>(paths_[path].c_str(), O_RDONLY);
+    std::unique_ptr<Stream> open(PathIndex path, Use use, std::uint64_t /*size*/) override {
+        return std::make_unique<FileStream>(paths_[path].c_str(), flagsOf(use));
     }
 
 private:
+    static int flagsOf(Use use) {
+        switch (use) {
+        case Use::Create:
+            return O_RDWR | O_CREAT | O_TRUNC;
+        case Use::Overwrite:
+            return O_RDWR;
+        case Use::Append:
+            return O_WRONLY | O_APPEND;
+        default:
+            return O_RDONLY;
+        }
+    }
+
     std::filesystem::path folder_;
-    std::vector<std::string> paths_;
+    Paths paths_;
 };
 
 } // namespace
@@ -99,8 +95,11 @@ private:
 StoreKind tmpfsKind(const std::filesystem::path& folder) {
     utsname names{};
     ::uname(&names);
-    return {"tmpfs", std::string(names.sysname) + ' ' + names.release, allExcept({Ability::LiveInProcess}),
-            [folder] { return std::make_unique<TmpfsStore>(folder); }};
+    return {
+        "tmpfs",
+        std::string(names.sysname) + ' ' + names.release,
+        {Ability::Tree, Ability::ChangeFiles, Ability::MoveFolder, Ability::Write, Ability::OverwriteInPlace},
+        [folder](const Paths& paths) { return std::make_unique<TmpfsStore>(folder, paths); }};
 }
 
 } // namespace storage::benchmark

@@ -1,15 +1,36 @@
 #pragma once
 
 #include "benchmarks/workload/Stream.h"
-#include "benchmarks/workload/SystemCall.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <fcntl.h>
+#include <stdexcept>
+#include <string>
+#include <sys/types.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
 namespace storage::benchmark {
+
+/// Returns the result of a system call.
+/// @throws std::system_error when it is negative
+template <typename Result>
+Result checked(Result result, const char* what) {
+    if (result < 0) {
+        throw std::system_error(errno, std::generic_category(), what);
+    }
+    return result;
+}
+
+/// @throws std::system_error, or std::runtime_error when the transfer is incomplete
+inline void checkComplete(ssize_t transferred, std::size_t wanted, const char* what) {
+    if (checked(transferred, what) != static_cast<ssize_t>(wanted)) {
+        throw std::runtime_error(std::string(what) + ": incomplete transfer");
+    }
+}
 
 /// An open file of the operating system. Owns its descriptor.
 class FileStream final : public Stream {

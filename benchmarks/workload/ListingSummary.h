@@ -2,13 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace storage::benchmark {
 
 enum class EntryKind { File, Folder };
 
 /// A checksum of a listing: sufficient to detect missing names, and cheap enough to compute during the timed
-/// part. A value; summaries can be added.
+/// part. A value.
 struct ListingSummary {
     std::uint64_t entries = 0;
     std::uint64_t folders = 0;
@@ -23,11 +24,10 @@ struct ListingSummary {
                  static_cast<std::uint64_t>(name[length - 1]);
     }
 
-    ListingSummary& operator+=(const ListingSummary& other) {
-        entries += other.entries;
-        folders += other.folders;
-        units += other.units;
-        return *this;
+    /// Adds a file by its path.
+    void addFile(std::string_view path) {
+        const std::string_view name = path.substr(path.rfind('/') + 1);
+        add(name.data(), name.size(), EntryKind::File);
     }
 
     bool operator==(const ListingSummary&) const = default;

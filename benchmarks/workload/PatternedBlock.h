@@ -1,12 +1,27 @@
 #pragma once
 
-#include "benchmarks/workload/AlignedBuffer.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace storage::benchmark {
+
+/// A page-aligned buffer. The alignment affects the time of a copy, and would otherwise depend on earlier
+/// allocations.
+class AlignedBuffer {
+public:
+    /// @param size  in bytes, rounded up to whole pages
+    explicit AlignedBuffer(std::size_t size) : pages_((size + sizeof(Page) - 1) / sizeof(Page)) {}
+
+    char* data() { return reinterpret_cast<char*>(pages_.data()); }
+
+private:
+    struct alignas(4096) Page {
+        char bytes[4096];
+    };
+
+    std::vector<Page> pages_;
+};
 
 /// A block with a fixed pattern and a number at both ends. It is written many times with different numbers,
 /// so that data read back can be verified at any position.
@@ -15,37 +30,32 @@ public:
     static constexpr std::size_t usualSize = 64 * 1024;
 
     /// @param salt  blocks with different salts differ everywhere
-    /// @param size  of a whole block, a multiple of the page size
+    /// @param size  at least 16
     explicit PatternedBlock(std::uint64_t salt, std::size_t size = usualSize);
 
-    /// The block with this number.
-    const char* stamped(std::uint64_t number) { return stamped(number, size_); }
+    std::size_t size() const { return size_; }
 
-    /// The first `count` bytes of the block with this number, at least 16. The second number is in their last
-    /// whole word.
-    const char* stamped(std::uint64_t number, std::size_t count);
+    /// The block with this number: its first and its last whole word are `stampOf(number)`.
+    const char* stamped(std::uint64_t number);
+
+    std::uint64_t stampOf(std::uint64_t number) const { return number * 0x9E3779B97F4A7C15U + salt_; }
 
     /// Whether `bytes` are equal to the block with this number.
-    bool holds(const char* bytes, std::uint64_t number) { return holds(bytes, number, size_); }
+    bool holds(const char* bytes, std::uint64_t number);
 
-    /// Whether `bytes` are equal to the first `count` bytes of the block with this number.
-    bool holds(const char* bytes, std::uint64_t number, std::size_t count);
-
-    /// The 8 bytes at `offset`, a multiple of 8, in a sequence of blocks numbered from 0 on.
+    /// The 8 bytes at `offset`, in a sequence of blocks numbered from 0 on. Both `offset` and the size are
+    /// multiples of 8.
     std::uint64_t wordAt(std::uint64_t offset) const;
 
     /// The first 8 bytes of the data.
     static std::uint64_t firstWord(const char* bytes);
 
 private:
-    std::uint64_t stampOf(std::uint64_t number) const { return number * 0x9E3779B97F4A7C15U + salt_; }
-
     std::uint64_t salt_;
     std::size_t size_;
-    std::vector<std::uint64_t> pattern_;
-    std::size_t stampedWords_ = pattern_.size();
     AlignedBuffer memory_{size_};
-    std::uint64_t* block_ = reinterpret_cast<std::uint64_t*>(memory_.data());
+    std::uint64_t* words_ = reinterpret_cast<std::uint64_t*>(memory_.data());
+    std::size_t lastWord_ = size_ / sizeof(std::uint64_t) - 1;
 };
 
 } // namespace storage::benchmark

@@ -17,42 +17,35 @@ constexpr const char* compiler = __VERSION__;
 constexpr const char* compiler = "GCC " __VERSION__;
 #endif
 
-constexpr int wrongUsage = 2;
-
 } // namespace
 
+Program::Program(int argc, char** argv) {
+    ::benchmark::Initialize(&argc, argv);
+    options_.assign(argv + 1, argv + argc);
+}
+
 bool Program::takeFlag(const std::string& name) {
-    return std::erase(arguments_, "--" + name) > 0;
+    return std::erase(options_, "--" + name) > 0;
 }
 
 std::string Program::takeOption(const std::string& name) {
     const std::string prefix = "--" + name + '=';
-    std::string value;
-    std::erase_if(arguments_, [&](const std::string& argument) {
-        const bool isTaken = argument.starts_with(prefix);
-        value = isTaken ? argument.substr(prefix.size()) : value;
-        return isTaken;
-    });
+    const auto found = std::find_if(options_.begin(), options_.end(),
+                                    [&](const std::string& option) { return option.starts_with(prefix); });
+    if (found == options_.end()) {
+        return "";
+    }
+    std::string value = found->substr(prefix.size());
+    options_.erase(found);
     return value;
 }
 
-bool Program::onlyLists() const {
-    return std::find(arguments_.begin(), arguments_.end(), "--benchmark_list_tests") != arguments_.end();
-}
-
-int Program::run() {
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments_) {
-        pointers.push_back(argument.data());
-    }
-    int count = static_cast<int>(pointers.size());
-    ::benchmark::Initialize(&count, pointers.data());
-    if (::benchmark::ReportUnrecognizedArguments(count, pointers.data())) {
-        return wrongUsage;
+void Program::run() {
+    if (!options_.empty()) {
+        throw std::runtime_error(options_.front() + ": no such option");
     }
     describeRun("compiler", compiler);
     ::benchmark::RunSpecifiedBenchmarks();
-    return EXIT_SUCCESS;
 }
 
 void describeRun(const std::string& name, const std::string& value) {
@@ -74,10 +67,11 @@ void registerScenario(const std::string& name, const std::function<void(Rows&)>&
     ::benchmark::RegisterBenchmark(name.c_str(), runOnce)->Iterations(1)->UseRealTime();
 }
 
-int guardedMain(int argc, char** argv, int (*runProgram)(Program&)) {
+int guardedMain(int argc, char** argv, void (*runProgram)(Program&)) {
     try {
         Program program(argc, argv);
-        return runProgram(program);
+        runProgram(program);
+        return EXIT_SUCCESS;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
         return EXIT_FAILURE;

@@ -18,10 +18,19 @@ public:
     virtual void write(const char* /*bytes*/, std::size_t /*count*/) {
         throw std::logic_error("cannot write");
     }
-    virtual void read(char* /*buffer*/, std::size_t /*count*/) { throw std::logic_error("cannot read"); }
+
     virtual void readAt(std::uint64_t /*offset*/, char* /*buffer*/, std::size_t /*count*/) {
-        throw std::logic_error("cannot read at an offset");
+        throw std::logic_error("cannot read");
     }
+
+    /// Reads from the end of the previous read on.
+    virtual void read(char* buffer, std::size_t count) {
+        readAt(position_, buffer, count);
+        position_ += count;
+    }
+
+private:
+    std::uint64_t position_ = 0;
 };
 
 } // namespace storage::benchmark
