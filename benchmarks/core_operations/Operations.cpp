@@ -87,13 +87,13 @@ void createFile(const IProvider& storage, Count& count) {
     const Scattered files = scatteredFiles(u"/files", 2 * folderSize);
     createFiles(storage, std::span(files).first(folderSize));
     count(folderSize, [&] { createFiles(storage, std::span(files).last(folderSize)); });
-    requireThat(countOfFiles(storage, files) == files.size(), "not every file was made");
+    requireThat(countOfFiles(storage, files) == files.size(), "not every file was created");
 }
 
 void createFileInTree(const IProvider& storage, Count& count) {
     const Scattered files = scatteredInTree(storage);
     count(files.size(), [&] { createFiles(storage, files); });
-    requireThat(countOfFiles(storage, files) == files.size(), "not every file was made");
+    requireThat(countOfFiles(storage, files) == files.size(), "not every file was created");
 }
 
 /// Removes 10,000 of 20,000 files from a folder.
@@ -105,7 +105,7 @@ void removeFile(const IProvider& storage, Count& count) {
             storage.doRemoveFile(file);
         }
     });
-    requireThat(countOfFiles(storage, removed) == 0, "removed files are still there");
+    requireThat(countOfFiles(storage, removed) == 0, "removed files still exist");
     requireThat(countOfFiles(storage, files) == folderSize, "other files are lost");
 }
 
@@ -123,7 +123,7 @@ void moveFile(const IProvider& storage, Count& count) {
             storage.doMoveFile(sources[index], destinations[index], ReplacementPolicy::RefuseExisting);
         }
     });
-    requireThat(countOfFiles(storage, sources) == 0, "moved files are where they were");
+    requireThat(countOfFiles(storage, sources) == 0, "moved files are still at their old paths");
     requireThat(countOfFiles(storage, destinations) == folderSize, "moved files are lost");
 }
 
@@ -148,7 +148,7 @@ void moveFolder(const IProvider& storage, Count& count) {
         }
     });
     requireThat(storage.doListAllRecursiveNamesOnly(places.back()).size() == entries,
-                "the folder did not arrive with all that it held");
+                "the moved folder has lost entries");
 }
 
 void lookUp(const IProvider& storage, const Scattered& files, Count& count) {
