@@ -147,7 +147,7 @@ class Copy:
     def run_test(self, build_name, test, number=None):
         build = self.folder / "build" / build_name
         arguments = ["--gtest_fail_fast", "--gtest_brief"] if test[0].endswith("_tests") else []
-        limit = 10 + 4 * Copy.seconds.get((build_name, *test), 15)
+        limit = 10 + 4 * Copy.seconds.get((build_name, *test), 60)
         command = [str(build / "bin" / test[0]), *test[1:], *arguments]
         return run(command, build, math.ceil(limit), number)
 
