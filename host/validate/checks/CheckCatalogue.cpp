@@ -78,8 +78,9 @@ move or append has changed nothing. Operations composed of several steps may sto
 operation fails for another reason and cannot allocate the message with the path, the process ends.)"},
         CheckGroup{
             15, "The process", checks::process(),
-            R"(A provider is a guest in the process of its host. What it starts or opens ends with it. The
-state of the process stays unchanged.)"},
+            R"(A provider is a guest in the process of its host. What it starts or opens ends with it, and what
+its library starts or opens once for all providers ends with the last one. The state of the process stays
+unchanged.)"},
         CheckGroup{
             16, "Defaults against models", checks::defaultsAgainstModels(),
             R"(The operations with a default are compared with simple models on random trees, patterns and

@@ -124,10 +124,19 @@ void removingNonEmptyFolder(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI folder = context.at(u"d");
     provider.doCreateFolder(folder);
-    (provider.*inside.create)(context.at(u"d/e"));
-    expectRefusal(
-        context, [&] { provider.doRemoveFolder(folder); }, ErrorCode::FolderNotEmpty, folder,
-        fmt::format("removing a folder that holds a {}", inside.name));
+    for (const char16_t* const name :
+         {u"d/e", u"d/.e", u"d/~e", u"d/.copy-0123456789abcdef", u"d/.ds_store"}) {
+        try {
+            (provider.*inside.create)(context.at(name));
+        } catch (const Exception&) { // a storage may refuse all of these names but the first
+            expect(name[2] != u'e', fmt::format("a {} cannot be created", inside.name));
+            continue;
+        }
+        expectRefusal(
+            context, [&] { provider.doRemoveFolder(folder); }, ErrorCode::FolderNotEmpty, folder,
+            fmt::format("removing a folder that holds a {}", inside.name));
+        (provider.*inside.remove)(context.at(name));
+    }
 }
 
 void removingEmptiedFolder(CheckContext& context) {

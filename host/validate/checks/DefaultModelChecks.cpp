@@ -134,6 +134,29 @@ void tryToMake(CheckContext& context, const std::u16string& path, bool folder) {
     }
 }
 
+constexpr auto ofAnyKind = [](Type) { return true; };
+constexpr auto ofFiles = [](Type type) { return type == Type::File; };
+constexpr auto ofFolders = [](Type type) { return type == Type::Folder; };
+
+/// Expects that all listings by `pattern` yield what the model has for `shortest`, the same pattern.
+void expectSelected(const IProvider& provider, const StorageIRI& folder, const Model& model,
+                    const std::u16string& pattern, std::u16string_view shortest) {
+    const Names every = pathsIn(model, shortest, ofAnyKind);
+    const Names fileNames = pathsIn(model, shortest, ofFiles);
+    const Names folderNames = pathsIn(model, shortest, ofFolders);
+    expectSame(namesOf(provider.doListAllWildcards(folder, pattern)), every, "doListAllWildcards", pattern);
+    expectSame(namesOf(provider.doListFilesWildcards(folder, pattern)), fileNames, "doListFilesWildcards",
+               pattern);
+    expectSame(namesOf(provider.doListFoldersWildcards(folder, pattern)), folderNames,
+               "doListFoldersWildcards", pattern);
+    expectSame(provider.doListAllNamesOnlyWildcards(folder, pattern), every, "doListAllNamesOnlyWildcards",
+               pattern);
+    expectSame(provider.doListFilesNamesOnlyWildcards(folder, pattern), fileNames,
+               "doListFilesNamesOnlyWildcards", pattern);
+    expectSame(provider.doListFoldersNamesOnlyWildcards(folder, pattern), folderNames,
+               "doListFoldersNamesOnlyWildcards", pattern);
+}
+
 void patternsAgreeWithModel(CheckContext& context) {
     const IProvider& provider = context.provider();
     const std::u16string letters = lettersFor(context);
@@ -161,34 +184,19 @@ void patternsAgreeWithModel(CheckContext& context) {
     for (int i = 0; i < 40; ++i) {
         patterns.push_back((i % 2 == 0 ? u"x" : u"*") + randomWord(context, letters + u"**??", 4));
     }
-    constexpr auto all = [](Type) { return true; };
-    constexpr auto files = [](Type type) { return type == Type::File; };
-    constexpr auto folders = [](Type type) { return type == Type::Folder; };
-    expectSame(provider.doListAllNamesOnly(folder), pathsIn(model, u"*", all), "doListAllNamesOnly", u"*");
-    expectSame(provider.doListFilesNamesOnly(folder), pathsIn(model, u"*", files), "doListFilesNamesOnly",
+    expectSame(provider.doListAllNamesOnly(folder), pathsIn(model, u"*", ofAnyKind), "doListAllNamesOnly",
                u"*");
-    expectSame(provider.doListFoldersNamesOnly(folder), pathsIn(model, u"*", folders),
+    expectSame(provider.doListFilesNamesOnly(folder), pathsIn(model, u"*", ofFiles), "doListFilesNamesOnly",
+               u"*");
+    expectSame(provider.doListFoldersNamesOnly(folder), pathsIn(model, u"*", ofFolders),
                "doListFoldersNamesOnly", u"*");
     for (const std::u16string& pattern : patterns) {
         if (letters.back() != u'A' && pattern.find_first_of(u"XY") != std::u16string::npos) {
             continue; // a case-insensitive storage may also ignore case in patterns
         }
-        const Names every = pathsIn(model, pattern, all);
-        const Names ofFiles = pathsIn(model, pattern, files);
-        const Names ofFolders = pathsIn(model, pattern, folders);
-        expectSame(namesOf(provider.doListAllWildcards(folder, pattern)), every, "doListAllWildcards",
-                   pattern);
-        expectSame(namesOf(provider.doListFilesWildcards(folder, pattern)), ofFiles, "doListFilesWildcards",
-                   pattern);
-        expectSame(namesOf(provider.doListFoldersWildcards(folder, pattern)), ofFolders,
-                   "doListFoldersWildcards", pattern);
-        expectSame(provider.doListAllNamesOnlyWildcards(folder, pattern), every,
-                   "doListAllNamesOnlyWildcards", pattern);
-        expectSame(provider.doListFilesNamesOnlyWildcards(folder, pattern), ofFiles,
-                   "doListFilesNamesOnlyWildcards", pattern);
-        expectSame(provider.doListFoldersNamesOnlyWildcards(folder, pattern), ofFolders,
-                   "doListFoldersNamesOnlyWildcards", pattern);
+        expectSelected(provider, folder, model, pattern, pattern);
     }
+    expectSelected(provider, folder, model, std::u16string(300, u'*'), u"*");
 }
 
 void recursionAgreesWithModel(CheckContext& context) {
@@ -214,13 +222,12 @@ void recursionAgreesWithModel(CheckContext& context) {
     const WriteProtection protection(provider, context.at(u"protected"));
     const StorageIRI folder = context.at(u"");
     const Model model = modelOf(provider, folder);
-    constexpr auto all = [](Type) { return true; };
-    expectSame(namesOf(provider.doListAllRecursive(folder)), pathsIn(model, u"*", all), "doListAllRecursive",
-               u"*");
-    expectSame(provider.doListAllRecursiveNamesOnly(folder), pathsIn(model, u"*", all),
+    expectSame(namesOf(provider.doListAllRecursive(folder)), pathsIn(model, u"*", ofAnyKind),
+               "doListAllRecursive", u"*");
+    expectSame(provider.doListAllRecursiveNamesOnly(folder), pathsIn(model, u"*", ofAnyKind),
                "doListAllRecursiveNamesOnly", u"*");
     for (const char16_t* pattern : {u"*", u"**", u"a*", u"?z", u"*b*", u"z", u"a/*", u""}) {
-        const Names expected = pathsIn(model, pattern, all);
+        const Names expected = pathsIn(model, pattern, ofAnyKind);
         expectSame(namesOf(provider.doListAllRecursiveWildcards(folder, pattern)), expected,
                    "doListAllRecursiveWildcards", pattern);
         expectSame(provider.doListAllRecursiveNamesOnlyWildcards(folder, pattern), expected,
@@ -253,9 +260,12 @@ void recursionIsDeep(CheckContext& context) {
     provider.doCreateFolderRecursive(context.at(path));
     expect(provider.doFolderExists(context.at(path)),
            fmt::format("doCreateFolderRecursive does not create the last of {} nested folders", depth));
-    expect(provider.doListAllRecursiveNamesOnly(context.at(u"")).size() == depth &&
-               readEntries(provider.doListAllRecursive(context.at(u""))).size() == depth,
+    const Names names = provider.doListAllRecursiveNamesOnly(context.at(u""));
+    const Names listed = namesOf(provider.doListAllRecursive(context.at(u"")));
+    expect(names.size() == depth && listed.size() == depth,
            fmt::format("a recursive listing of {} nested folders does not yield them all", depth));
+    expect(std::is_sorted(names.begin(), names.end()) && std::is_sorted(listed.begin(), listed.end()),
+           "a recursive listing of nested folders does not yield each before its content");
     provider.doRemoveFolderRecursively(context.at(u"t"));
     expect(provider.doListAllNamesOnly(context.at(u"")).empty(),
            fmt::format("{} nested folders are not removed recursively", depth));
@@ -279,8 +289,8 @@ void randomChangesAgreeWithModel(CheckContext& context) {
     tree.compare();
 }
 
-void comparatorIsTotal(CheckContext& context) {
-    const auto before = context.provider().doGetPathComparator(context.at(u""));
+/// Paths in which storages compare numbers, lengths or parts of the characters.
+Names pathsToOrder(CheckContext& context) {
     const std::u16string letters = lettersFor(context) + u"/0\u00E9";
     Names paths;
     for (int i = 0; i < 60; ++i) {
@@ -290,22 +300,45 @@ void comparatorIsTotal(CheckContext& context) {
          {u"/",        u"/a1",      u"/a01",        u"/a001",       u"/a10",    u"/a2",
           u"/a-b",     u"/ab",      u"/a'b",        u"/a b",        u"/a/b",    u"/a//b",
           u"/a_b",     u"/a.b",     u"/\u4E00",     u"/\u4E01",     u"/\u0100", u"/\u0200",
-          u"/a\u200B", u"/a\u0301", u"/\U0001F600", u"/\U0001F601", u"/\uFFFF"}) {
+          u"/a\u200B", u"/a\u0301", u"/\U0001F600", u"/\U0001F601", u"/\uFFFF", u"/\uA000"}) {
         paths.emplace_back(path);
     }
-    for (const std::size_t length : std::initializer_list<std::size_t>{30, 260, 5000}) {
+    for (const std::size_t length : std::initializer_list<std::size_t>{30, 100, 200, 260, 5000, 33'000}) {
         const std::u16string common(length, u'p');
         paths.insert(paths.end(), {u"/" + common, u"/" + common + u"1", u"/" + common + u"2"});
     }
     std::sort(paths.begin(), paths.end());
     paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
-    Names ordered = paths;
-    std::sort(ordered.begin(), ordered.end(), before);
-    for (std::size_t i = 0; i < ordered.size(); ++i) {
-        for (std::size_t j = i + 1; j < ordered.size(); ++j) {
-            expect(before(ordered[i], ordered[j]) && !before(ordered[j], ordered[i]),
-                   fmt::format("the comparator of paths orders {} and {} inconsistently",
-                               printable(ordered[i]), printable(ordered[j])));
+    return paths;
+}
+
+/// Expects that a comparator puts the first of two paths before the second, or not.
+void expectOrder(const IProvider::PathComparator& before, const std::u16string& first,
+                 const std::u16string& second, bool expected) {
+    if (before(first, second) != expected) {
+        expect(false, fmt::format("the comparator of paths orders {} and {} inconsistently",
+                                  printable(first.substr(0, 40)), printable(second.substr(0, 40))));
+    }
+}
+
+/// In an order, all paths have different numbers of paths before them. Sorting would rely on an order.
+void comparatorIsTotal(CheckContext& context) {
+    const Names paths = pathsToOrder(context);
+    const auto before = context.provider().doGetPathComparator(context.at(u""));
+    std::vector<std::ptrdiff_t> places;
+    for (const std::u16string& path : paths) {
+        places.push_back(std::count_if(paths.begin(), paths.end(),
+                                       [&](const std::u16string& other) { return before(other, path); }));
+    }
+    std::vector<std::ptrdiff_t> inOrder = places;
+    std::sort(inOrder.begin(), inOrder.end());
+    expect(std::adjacent_find(inOrder.begin(), inOrder.end()) == inOrder.end(),
+           "the comparator takes two paths for equal, or orders paths in circles");
+    const auto again = context.provider().doGetPathComparator(context.at(u"n"));
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        for (std::size_t j = 0; j < paths.size(); ++j) {
+            expectOrder(before, paths[i], paths[j], places[i] < places[j]);
+            expectOrder(again, paths[i], paths[j], places[i] < places[j]);
         }
     }
 }

@@ -49,6 +49,23 @@ void expectMoved(CheckContext& context, std::u16string_view source, std::u16stri
            "a moved file has other bytes than before");
 }
 
+/// Moves "a/f" to the root and back, if the root accepts files.
+void movesThroughTheRoot(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const StorageIRI inRoot(context.at(u"").getPath() + u"-moved");
+    try {
+        provider.doCreateFile(inRoot);
+        provider.doRemoveFile(inRoot);
+    } catch (const Exception&) { // a storage may have only folders there
+        return;
+    }
+    provider.doMoveFile(context.at(u"a/f"), inRoot, policies::refuse);
+    const bool arrived = provider.doFileExists(inRoot) && !provider.doFileExists(context.at(u"a/f"));
+    provider.doMoveFile(inRoot, context.at(u"a/f"), policies::refuse);
+    expect(arrived && contentOf(provider, context.at(u"a/f")) == "moved",
+           "a file that was moved to the root and back did not arrive, or has other bytes than before");
+}
+
 void movesUnderEveryPolicy(CheckContext& context) {
     makeTree(context);
     for (const ReplacementPolicy policy : policies::all) {
@@ -59,6 +76,7 @@ void movesUnderEveryPolicy(CheckContext& context) {
         move(context, u"b/h", u"a/f", policy);
         expectMoved(context, u"b/h", u"a/f");
     }
+    movesThroughTheRoot(context);
 }
 
 void siblingsStay(CheckContext& context) {
@@ -81,6 +99,18 @@ void oldPlaceIsFree(CheckContext& context) {
            "a new file at the old location of a moved file changes the moved file");
     expect(contentOf(context.provider(), context.at(u"a/f")) == "new",
            "a new file at the old location of a moved file has other bytes than were written");
+    const IProvider& provider = context.provider();
+    provider.doSetWritable(context.at(u"a/f"), false);
+    try {
+        move(context, u"a/f", u"b/h");
+    } catch (const Exception&) { // some storages do not move read-only files
+        provider.doSetWritable(context.at(u"a/f"), true);
+        return;
+    }
+    provider.doSetWritable(context.at(u"b/h"), true);
+    provider.doCreateFile(context.at(u"a/f"));
+    expect(provider.doGetFileAttributes(context.at(u"a/f")).isWritable(),
+           "a new file at the old location of a moved read-only file is read-only");
 }
 
 void missingSource(CheckContext& context) {
@@ -183,9 +213,13 @@ void expectNotReplaced(CheckContext& context, std::string_view operation) {
 
 void readOnlyReplacedFile(CheckContext& context) {
     makeTree(context);
-    makeFile(context.provider(), context.at(u"b/g"), "kept");
-    const WriteProtection protection(context.provider(), context.at(u"b/g"));
-    expectNotReplaced(context, "moving a file onto a read-only file");
+    for (const std::string_view bytes : {"kept", ""}) {
+        makeFile(context.provider(), context.at(u"b/g"), bytes);
+        const WriteProtection protection(context.provider(), context.at(u"b/g"));
+        expectNotReplaced(context, "moving a file onto a read-only file");
+        context.provider().doSetWritable(context.at(u"b/g"), true);
+        context.provider().doRemoveFile(context.at(u"b/g"));
+    }
 }
 
 void replacedInReadOnlyFolder(CheckContext& context) {

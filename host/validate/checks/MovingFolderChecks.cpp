@@ -85,7 +85,12 @@ void expectMoved(CheckContext& context, std::u16string_view source, std::u16stri
 
 void movesUnderEveryPolicy(CheckContext& context) {
     makeTree(context);
+    context.provider().doCreateFolder(context.at(u"p/n"));
     for (const ReplacementPolicy policy : policies::all) {
+        move(context, u"p/a", u"p/n/a", policy);
+        expectMoved(context, u"p/a", u"p/n/a");
+        move(context, u"p/n/a", u"p/a", policy);
+        expectMoved(context, u"p/n/a", u"p/a");
         move(context, u"p/a", u"q/b", policy);
         expectMoved(context, u"p/a", u"q/b");
         move(context, u"q/b", u"q/c", policy);

@@ -3,6 +3,7 @@
 #include "host/validate/kit/Expectations.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/Times.h"
+#include "host/validate/kit/TreeDescription.h"
 #include "host/validate/kit/WriteProtection.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
@@ -26,7 +27,16 @@ constexpr ByteStreamOpenOptions appending{.append = ByteStreamAppend::AppendAtEn
 constexpr std::array everyWay{ByteStreamOpenOptions{}, mustExist, emptied, mustExistEmptied, appending};
 
 /// Option values without an enumerator. Every provider must treat them like the default.
-constexpr std::array<std::int32_t, 4> unnamedNumbers{2, 7, -1, std::numeric_limits<std::int32_t>::min()};
+constexpr std::array<std::int32_t, 10> unnamedNumbers{2,
+                                                      3,
+                                                      4,
+                                                      7,
+                                                      8,
+                                                      16,
+                                                      256,
+                                                      -1,
+                                                      std::numeric_limits<std::int32_t>::max(),
+                                                      std::numeric_limits<std::int32_t>::min()};
 
 bool isWithin(const boost::posix_time::ptime& time, const boost::posix_time::ptime& first,
               const boost::posix_time::ptime& last) {
@@ -135,13 +145,15 @@ void fileAboveIsNoFolder(CheckContext& context) {
 
 void readOnlyFileIsRefused(CheckContext& context) {
     const IProvider& provider = context.provider();
-    const StorageIRI file = context.at(u"f");
-    makeFile(provider, file, "kept");
-    const WriteProtection protection(provider, file);
-    for (const ByteStreamOpenOptions& options : everyWay) {
-        expectRefusal(
-            context, [&] { openStream(provider, file, options); }, ErrorCode::ReadOnly, file,
-            "opening a read-only file for writing");
+    for (const std::string_view bytes : {"kept", ""}) {
+        const StorageIRI file = context.at(bytes.empty() ? u"empty" : u"f");
+        makeFile(provider, file, bytes);
+        const WriteProtection protection(provider, file);
+        for (const ByteStreamOpenOptions& options : everyWay) {
+            expectRefusal(
+                context, [&] { openStream(provider, file, options); }, ErrorCode::ReadOnly, file,
+                "opening a read-only file for writing");
+        }
     }
 }
 
@@ -190,10 +202,12 @@ void folderIsNoFile(CheckContext& context) {
         }
         expect(false, "opening a folder succeeds");
     };
+    const std::string before = describeTree(provider, context.at(u""));
     for (const ByteStreamOpenOptions& options : everyWay) {
         expectRefused([&] { openStream(provider, folder, options); });
     }
     expectRefused([&] { openForReading(provider, folder); });
+    expect(describeTree(provider, context.at(u"")) == before, "opening a folder changes something");
 }
 
 void codesOfFolder(CheckContext& context) {
@@ -285,11 +299,13 @@ void hintChangesNothing(CheckContext& context) {
     const IProvider& provider = context.provider();
     const StorageIRI file = context.at(u"f");
     makeFile(provider, file, "0123456789");
-    for (const std::int32_t hint : {1, 4, -1, std::numeric_limits<std::int32_t>::max()}) {
+    const auto expectNoEffect = [&](std::int32_t hint) {
         writeText(*openStream(provider, file, {.hint = hint}), "ab");
         expect(contentOf(provider, file) == "ab23456789",
                fmt::format("hint {} changes what a stream does", hint));
-    }
+    };
+    expectNoEffect(1);
+    std::for_each(unnamedNumbers.begin(), unnamedNumbers.end(), expectNoEffect);
 }
 
 void rootIsNoFile(CheckContext& context) {

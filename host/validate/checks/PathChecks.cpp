@@ -360,6 +360,7 @@ std::vector<Names> lookAlikes(CheckContext& context) {
         {u"\uFF41", u"a", u"\uFF0E", u"\u2126", u"\u03A9", u"a\u00AD", u"a\u200D", u"a\uFE0F", u"a\u202E"},
         {u"\u212B", u"\u00C5", u"A\u030A"},
         {u"\uAC00", u"\u1100\u1161", u"\u304C", u"\u304B\u3099", u"\u0958", u"\u0915\u093C"},
+        {u"\u1112\u1161\u11AB", u"\uD55C", u"e\u0323\u0301", u"e\u0301\u0323", u"\u1EB9\u0301"},
         {u"\u0622", u"\u0627\u0653", u"q\u0323\u0307", u"q\u0307\u0323", u"\u05D1", u"\u05D1\u05BC"},
         {u"\u03C3", u"\u03C2"},
         {u"\u0E33", u"\u0E4D\u0E32", u"\U0001F44D", u"\U0001F44D\U0001F3FB"},

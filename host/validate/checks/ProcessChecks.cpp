@@ -8,6 +8,7 @@
 #include <array>
 #include <cfenv>
 #include <cfloat>
+#include <charconv>
 #include <clocale>
 #include <csignal>
 #include <ctime>
@@ -21,10 +22,13 @@
 #include <malloc.h>
 #include <new>
 #include <sched.h>
+#include <sys/mman.h>
+#include <sys/personality.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -91,11 +95,14 @@ std::string signals() {
     return text + fmt::format(" stack {}:{}", alternate.ss_sp, alternate.ss_size);
 }
 
-/// Rounding mode, enabled traps, and whether denormals are flushed to zero.
+/// Rounding mode, enabled traps, precision, and whether denormals are flushed to zero.
 std::string floatingPoint() {
     const volatile double smallest = DBL_MIN;
     const volatile double smaller = smallest / 2;
-    return fmt::format("{} {} {}", std::fegetround(), ::fegetexcept(), smaller > 0);
+    const volatile long double three = 3;
+    const volatile long double third = 1 / three;
+    return fmt::format("{} {} {} {}", std::fegetround(), ::fegetexcept(), smaller > 0,
+                       static_cast<long double>(third));
 }
 
 /// Which interval timers are running.
@@ -120,6 +127,55 @@ std::string limits() {
     return text;
 }
 
+/// The flags of the mapping that contains an address, as in proc(5).
+std::string mappingFlags(const void* address) {
+    std::ifstream mappings("/proc/self/smaps");
+    bool isIn = false;
+    for (std::string line; std::getline(mappings, line);) {
+        std::uintptr_t begin = 0;
+        std::uintptr_t end = 0;
+        const char* const last = line.data() + line.size();
+        const auto [dash, failure] = std::from_chars(line.data(), last, begin, 16);
+        if (failure == std::errc() && dash != last && *dash == '-') { // "begin-end ...", then "Name: value"
+            std::from_chars(dash + 1, last, end, 16);
+            const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+            isIn = begin <= wanted && wanted < end;
+        } else if (isIn && line.starts_with("VmFlags:")) {
+            return line + ' ';
+        }
+    }
+    return "";
+}
+
+/// Whether the program's own memory, and what is mapped next, is locked. Providers may lock their own memory.
+std::string memoryLocking() {
+    static const int ownMemory = 0;
+    const auto isLocked = [](const void* address) {
+        return mappingFlags(address).find(" lo ") != std::string::npos;
+    };
+    const auto size = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    void* const mapped = ::mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    const bool isNextLocked = mapped == MAP_FAILED || isLocked(mapped);
+    if (mapped != MAP_FAILED) {
+        ::munmap(mapped, size);
+    }
+    return fmt::format("memory locked {}, later mappings {}", isLocked(&ownMemory), isNextLocked);
+}
+
+/// Capabilities, groups and system call filters.
+std::string privileges() {
+    std::string text;
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("Cap") || line.starts_with("Groups:") || line.starts_with("NoNewPrivs:") ||
+            line.starts_with("Seccomp")) {
+            std::replace(line.begin(), line.end(), '\t', ' ');
+            text += line + ", ";
+        }
+    }
+    return text + fmt::format("personality {:x}, ", ::personality(0xFFFFFFFF));
+}
+
 /// Attributes of the process that the rest of the program or a supervisor can see.
 std::string identity() {
     cpu_set_t processors{};
@@ -135,7 +191,8 @@ std::string identity() {
     ::pthread_setcancelstate(cancelState, nullptr);
     std::string outOfMemoryScore;
     std::ifstream("/proc/self/oom_score_adj") >> outOfMemoryScore;
-    return fmt::format("timer slack {}, cancellation {}, out-of-memory score {}, ",
+    return privileges() + memoryLocking() +
+           fmt::format(", timer slack {}, cancellation {}, out-of-memory score {}, ",
                        ::prctl(PR_GET_TIMERSLACK), cancelState, outOfMemoryScore) +
            fmt::format("name {}, user {}:{}, group {}:{}, process group {}, session {}, scheduling {} on {} "
                        "processors, core dumps {}, {} {}, handlers {} {}",
@@ -194,17 +251,18 @@ void expectState(const std::string& before, const char* occasion) {
            fmt::format("{}, the {} of the process: {}; before: {}", occasion, property.name, seen, before));
 }
 
-/// A provider may use resources while it exists. Its destructor must release them.
+/// Providers may use resources while they exist. The last one must also release what its library has for all.
 template <const Property& property>
 void goesWithProvider(CheckContext& context) {
-    useEveryOperation(context, context.provider()); // the library may keep what it allocates once
-    const std::string before = property.state();
+    const std::string before = property.state(); // the library is loaded, but there is no provider yet
+    useEveryOperation(context, context.provider());
     {
-        const LoadedProvider provider = context.library().buildProvider();
-        useEveryOperation(context, *provider);
-        provider->doShutdown();
+        const LoadedProvider another = context.library().buildProvider();
+        useEveryOperation(context, *another);
+        another->doShutdown();
     }
-    expectState<property>(before, "after a provider is destroyed");
+    context.close();
+    expectState<property>(before, "after the last provider is destroyed");
 }
 
 template <const Property& property>
@@ -212,6 +270,8 @@ void staysAsItWas(CheckContext& context) {
     const std::string before = property.state();
     useEveryOperation(context, context.provider());
     expectState<property>(before, "with a provider");
+    context.close();
+    expectState<property>(before, "after a provider is destroyed");
 }
 
 std::size_t memoryInUse() {
@@ -277,9 +337,11 @@ constexpr std::array table{
     Check{"15.13", "process.standard-streams",
           "A provider does not close, replace or reconfigure standard input, output or error.", any,
           staysAsItWas<standardDescriptors>},
-    Check{"15.14", "process.attributes",
-          "A provider does not change the name, user, process group, scheduling or handlers of the process.",
-          any, staysAsItWas<attributes>},
+    Check{
+        "15.14", "process.attributes",
+        "A provider does not change the name, user, privileges, process group, scheduling, memory locking or "
+        "handlers of the process.",
+        any, staysAsItWas<attributes>},
 };
 
 } // namespace

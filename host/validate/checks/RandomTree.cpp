@@ -17,8 +17,8 @@ namespace storage::host::checks {
 using namespace provider;
 
 RandomTree::RandomTree(CheckContext& context) : context_(context) {
-    for (const char16_t* name :
-         {u"a", u"b", u"c", u".d", u"e.txt", u"f f", u"g.h.i", u"jjjjjjjjjjjjjjjjjjjjjjjjjjjjjj"}) {
+    for (const char16_t* name : {u"a", u"Mixed.TXT", u"\u00D6l", u".d", u"e.txt", u"f f", u"g.h.i",
+                                 u"jjjjjjjjjjjjjjjjjjjjjjjjjjjjjj"}) {
         try {
             context.provider().doCreateFile(context.at(name));
             context.provider().doRemoveFile(context.at(name));

@@ -5,6 +5,7 @@
 #include "host/validate/kit/Policies.h"
 #include "host/validate/kit/StreamSteps.h"
 #include "host/validate/kit/Times.h"
+#include "host/validate/kit/WriteProtection.h"
 #include "hostapi/storage/provider/ByteStreamTransfer.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
@@ -91,6 +92,36 @@ void writingOverwritesAndGrows(CheckContext& context) {
     writeText(*stream, "abcde");
     expectContent(context, u"f", "01ab4567abcde", "after writing 5 bytes, 2 before the end");
     expect(positionOf(*stream) == 13, "the position is not after a write that extends the file");
+    seekTo(*stream, 0, fromBeginning);
+    std::string bytes = "01ab4567abcde";
+    const std::size_t count = readOnce(*stream, 6).size(); // without a seek before the next write and read
+    writeText(*stream, "XY");
+    const std::string next = readOnce(*stream, 1);
+    bytes.replace(count, 2, "XY");
+    expectContent(context, u"f", bytes, "after a write that follows a read");
+    expect(next == bytes.substr(count + 2, 1), "a read that follows a write gives another byte");
+}
+
+/// Writes 0 bytes to files of sizes around that of a page, at the beginning, in the middle and at the end.
+void expectNothingWritten(CheckContext& context) {
+    const StorageIRI file = context.at(u"sized");
+    for (const std::size_t size : std::initializer_list<std::size_t>{0, 1, 4095, 4096, 4097, 70'000}) {
+        const std::string bytes(size, 'x');
+        makeFile(context.provider(), file, bytes);
+        for (const ByteStreamAppend append :
+             {ByteStreamAppend::WriteAtPosition, ByteStreamAppend::AppendAtEnd}) {
+            const auto stream = openStream(context.provider(), file, {.append = append});
+            for (const std::size_t position : {std::size_t{0}, size / 2, size}) {
+                seekTo(*stream, static_cast<long>(position), fromBeginning);
+                expect(stream->write("y", 0) == 0, "writing 0 bytes does not return 0");
+            }
+            stream->flush();
+        }
+        expect(contentOf(context.provider(), file) == bytes &&
+                   context.provider().doGetFileAttributes(file).getSize() == size,
+               fmt::format("writing 0 bytes to a file of {} bytes changes its bytes or its size", size));
+        context.provider().doRemoveFile(file);
+    }
 }
 
 void writingNothingChangesNothing(CheckContext& context) {
@@ -106,9 +137,7 @@ void writingNothingChangesNothing(CheckContext& context) {
     expect(openToAppend(context.provider(), context.at(u"f"))->write("x", 0) == 0,
            "appending 0 bytes does not return 0");
     expectContent(context, u"f", "0123456789", "after writing 0 bytes");
-    expect(openStream(context.provider(), context.at(u"empty"))->write("x", 0) == 0,
-           "writing 0 bytes to an empty file does not return 0");
-    expectContent(context, u"empty", "", "after writing 0 bytes to an empty file");
+    expectNothingWritten(context);
 }
 
 void readAdvancesPosition(CheckContext& context) {
@@ -138,6 +167,10 @@ void readingNothingGivesNothing(CheckContext& context) {
     expect(stream->read(&untouched, 0) == -1, "reading 0 bytes does not return -1");
     expect(untouched == 'k' && positionOf(*stream) == 3,
            "reading 0 bytes changes the buffer or the position");
+    const auto writer = openStream(context.provider(), context.at(u"empty"));
+    const auto reader = openForReading(context.provider(), context.at(u"empty"));
+    expect(writer->read(&untouched, 0) == -1 && reader->read(&untouched, 0) == -1,
+           "reading 0 bytes of an empty file does not return -1");
 }
 
 void readingStopsAtTheEnd(CheckContext& context) {
@@ -174,7 +207,9 @@ void seekingToTheEnd(CheckContext& context) {
     writeText(*stream, "ab");
     expectContent(context, u"f", "0123456789ab", "after a write at the end");
     const auto empty = openStream(context.provider(), context.at(u"empty"));
-    expect(seekTo(*empty, 0, fromEnd) == 0, "a seek to the end of an empty file does not return 0");
+    const auto emptyToRead = openForReading(context.provider(), context.at(u"empty"));
+    expect(seekTo(*empty, 0, fromEnd) == 0 && seekTo(*emptyToRead, 0, fromEnd) == 0,
+           "a seek to the end of an empty file does not return 0");
 }
 
 void seekingOutsideFails(CheckContext& context) {
@@ -635,23 +670,28 @@ void bytesAreNotInterpreted(CheckContext& context) {
     }
 }
 
-/// Replaces the beginning, the middle and the end of files of various sizes.
+/// Writes `bytes` into a file of `size` others.
+void expectOthersKept(CheckContext& context, std::size_t size, std::size_t at, const std::string& bytes) {
+    std::string model(size, 'o');
+    const auto stream =
+        openStream(context.provider(), context.at(u"f"), {.content = ByteStreamContent::Empty});
+    writeText(*stream, model);
+    seekTo(*stream, static_cast<long>(at), fromBeginning);
+    writeText(*stream, bytes);
+    model.replace(at, bytes.size(), bytes);
+    expect(contentOf(context.provider(), context.at(u"f")) == model,
+           fmt::format("after writing {} bytes at position {} of {}, the file has other bytes than expected",
+                       bytes.size(), at, size));
+}
+
+/// Replaces the beginning, the middle and the end of files of various sizes, also by zeros.
 void overwritingKeepsTheOthers(CheckContext& context) {
     for (const std::size_t size : std::initializer_list<std::size_t>{1000, 4096, 70'000}) {
         for (const std::size_t count : std::initializer_list<std::size_t>{1, 100, 512, size / 2, size}) {
             for (const std::size_t at : {std::size_t{0}, size / 3, size - count / 2, size}) {
-                std::string model(size, 'o');
-                const auto stream =
-                    openStream(context.provider(), context.at(u"f"), {.content = ByteStreamContent::Empty});
-                writeText(*stream, model);
-                seekTo(*stream, static_cast<long>(at), fromBeginning);
-                writeText(*stream, std::string(count, 'n'));
-                model.replace(at, count, count, 'n');
-                expect(
-                    contentOf(context.provider(), context.at(u"f")) == model,
-                    fmt::format(
-                        "after writing {} bytes at position {} of {}, the file has other bytes than expected",
-                        count, at, size));
+                for (const char byte : {'n', '\0'}) {
+                    expectOthersKept(context, size, at, std::string(count, byte));
+                }
             }
         }
     }
@@ -681,6 +721,84 @@ void manyStreamsAtOnce(CheckContext& context) {
                fmt::format("of {} streams on one file, two share a position", streamCount));
         expectContent(context, u"own-" + numberedName(i), std::to_string(i),
                       fmt::format("with {} streams open, each on a file of its own", streamCount));
+    }
+}
+
+/// Reads a file whose bytes are known, in blocks of one size after the other.
+void expectReadable(CheckContext& context, const StorageIRI& file, const std::string& bytes) {
+    const auto stream = openForReading(context.provider(), file);
+    const auto size = static_cast<long>(bytes.size());
+    expect(seekTo(*stream, size, fromBeginning) == size && seekTo(*stream, size + 1, fromBeginning) == -1 &&
+               seekTo(*stream, 0, fromEnd) == size && readOnce(*stream, 1).empty(),
+           fmt::format("a file of {} bytes does not end there for a stream", size));
+    for (const long block : {size - 1, size, 4096L}) {
+        seekTo(*stream, 0, fromBeginning);
+        std::string seen;
+        for (std::string part; block > 0 && !(part = readOnce(*stream, block)).empty();) {
+            seen += part;
+        }
+        expect(block <= 0 || seen == bytes,
+               fmt::format("reads of {} bytes do not give a file of {} bytes", block, size));
+    }
+    expect(size == 0 || (seekTo(*stream, -1, fromEnd) == size - 1 && readOnce(*stream, 1)[0] == bytes.back()),
+           fmt::format("the last byte of a file of {} bytes cannot be read alone", size));
+}
+
+/// Expects that a file is protected like any other: against new entries, and by its flag.
+void expectProtected(CheckContext& context, const StorageIRI& file) {
+    const IProvider& provider = context.provider();
+    expectFailure([&] { provider.doCreateFile(file); }, ErrorCode::AlreadyExists, file,
+                  "creating a file again");
+    expectFailure([&] { provider.doCreateFolder(file); }, ErrorCode::AlreadyExists, file,
+                  "creating a folder where a file exists");
+    const WriteProtection protection(provider, file);
+    expect(!provider.doGetFileAttributes(file).isWritable(), "a file that was made read-only is writable");
+    expectFailure([&] { provider.doRemoveFile(file); }, ErrorCode::ReadOnly, file,
+                  "removing a read-only file");
+    expectFailure([&] { openToAppend(provider, file); }, ErrorCode::ReadOnly, file,
+                  "opening a read-only file for writing");
+}
+
+/// Does with files of one size what other checks do with a few bytes.
+void expectSizeIsOrdinary(CheckContext& context, std::size_t size) {
+    const IProvider& provider = context.provider();
+    const auto expectFile = [&](std::u16string_view path, const std::string& bytes, const char* occasion) {
+        expect(provider.doGetFileAttributes(context.at(path)).getSize() == bytes.size() &&
+                   contentOf(provider, context.at(path)) == bytes,
+               fmt::format("{}, with {} bytes, a file has other bytes than expected", occasion, size));
+    };
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<char>(i % 251); // a prime, so that no two blocks are alike
+    }
+    makeFile(provider, context.at(u"f"), bytes);
+    expectProtected(context, context.at(u"f"));
+    expectFile(u"f", bytes, "after one write");
+    expectReadable(context, context.at(u"f"), bytes);
+    provider.doCopyFile(context.at(u"f"), context.at(u"g"), policies::refuse);
+    writeText(*openToAppend(provider, context.at(u"g")), "x");
+    expectFile(u"g", bytes + "x", "after a copy and an append");
+    provider.doTruncateToSize(context.at(u"g"), size);
+    expectFile(u"g", bytes, "after a truncation");
+    writeText(*openToAppend(provider, context.at(u"g")), bytes);
+    expectFile(u"g", bytes + bytes, "after an append");
+    provider.doMoveFile(context.at(u"f"), context.at(u"h"), policies::refuse);
+    expectFile(u"h", bytes, "after a move");
+    provider.doMoveFile(context.at(u"h"), context.at(u"g"), policies::replace);
+    expectFile(u"g", bytes, "after replacing a file");
+    openStream(provider, context.at(u"g"), {.content = ByteStreamContent::Empty});
+    expectFile(u"g", "", "after being emptied");
+    provider.doTruncateToSize(context.at(u"g"), size);
+    expectFile(u"g", std::string(size, '\0'), "after growing");
+    provider.doRemoveFile(context.at(u"g"));
+    expect(provider.doListAllNamesOnly(context.at(u"")).empty(),
+           fmt::format("files of {} bytes are still there after they were moved and removed", size));
+}
+
+void blockSizesAreOrdinary(CheckContext& context) {
+    for (const std::size_t size :
+         std::initializer_list<std::size_t>{0, 1, 2, 4095, 4096, 4097, 65'535, 65'536, 65'537, 1U << 20U}) {
+        expectSizeIsOrdinary(context, size);
     }
 }
 
@@ -783,6 +901,9 @@ constexpr std::array table{
     Check{"8.37", "streams.overwriting-keeps-others",
           "A write of any size at any position changes no byte before or after it.", Profile::AnyProvider,
           overwritingKeepsTheOthers},
+    Check{"8.38", "streams.block-sizes",
+          "A file with the size of a common block, or a byte more or less, is like any other.",
+          Profile::AnyProvider, blockSizesAreOrdinary},
 };
 
 } // namespace

@@ -337,16 +337,56 @@ void listingsMissNothing(CheckContext& context) {
         provider.doRemoveFile(file);
     };
     const auto list = [&] {
-        std::set<std::u16string> seen;
-        const auto listing = requireNonNull(provider.doListAll(context.at(u"")), "listing");
-        while (listing->hasNext()) {
-            listing->step();
-            expect(seen.insert(listing->getEntry().getName()).second, "a listing yields an entry twice");
+        for (const auto operation : {&IProvider::doListAll, &IProvider::doListFiles}) {
+            std::set<std::u16string> seen;
+            const auto listing = requireNonNull((provider.*operation)(context.at(u"")), "listing");
+            while (listing->hasNext()) {
+                listing->step();
+                expect(seen.insert(listing->getEntry().getName()).second, "a listing yields an entry twice");
+            }
+            expect(std::includes(seen.begin(), seen.end(), staying.begin(), staying.end()),
+                   "a listing misses a file that stays while others are created and removed");
         }
-        expect(std::includes(seen.begin(), seen.end(), staying.begin(), staying.end()),
-               "a listing misses a file that stays while others are created and removed");
     };
     runAlongside(300, list, comeAndGo);
+}
+
+/// Folders with content come and go while the tree that contains them is listed.
+void recursiveListingsMissNothing(CheckContext& context) {
+    const IProvider& provider = context.provider();
+    const std::set<std::u16string> staying{u"m", u"m/f", u"m/sub", u"m/sub/f", u"z"};
+    provider.doCreateFolderRecursive(context.at(u"m/sub"));
+    for (const char16_t* file : {u"m/f", u"m/sub/f", u"z"}) {
+        provider.doCreateFile(context.at(file));
+    }
+    const auto comeAndGo = [&](int thread, int) {
+        const std::u16string folder = numbered(u"d", thread);
+        provider.doCreateFolderRecursive(context.at(folder + u"/sub"));
+        provider.doCreateFile(context.at(folder + u"/sub/f"));
+        provider.doRemoveFolderRecursively(context.at(folder));
+    };
+    const auto expectComplete = [&](const std::vector<std::u16string>& names) {
+        std::set<std::u16string> seen;
+        for (const std::u16string& name : names) {
+            const std::size_t end = name.rfind(u'/');
+            expect(end == std::u16string::npos || seen.contains(name.substr(0, end)),
+                   "a recursive listing yields an entry without its folder");
+            expect(seen.insert(name).second, "a recursive listing yields an entry twice");
+        }
+        expect(std::includes(seen.begin(), seen.end(), staying.begin(), staying.end()),
+               "a recursive listing misses an entry that stays while others are created and removed");
+    };
+    const auto list = [&] {
+        expectComplete(provider.doListAllRecursiveNamesOnly(context.at(u"")));
+        std::vector<std::u16string> names;
+        const auto listing = requireNonNull(provider.doListAllRecursive(context.at(u"")), "listing");
+        while (listing->hasNext()) {
+            listing->step();
+            names.push_back(listing->getEntry().getName());
+        }
+        expectComplete(names);
+    };
+    runAlongside(150, list, comeAndGo);
 }
 
 void emptyingUnderReaders(CheckContext& context) {
@@ -399,6 +439,21 @@ void recursiveRemoversDoNotCollide(CheckContext& context) {
            "a folder that 4 threads removed still exists");
 }
 
+/// In every round, all threads grow a file to the same size.
+void growthIsNotAdded(CheckContext& context) {
+    constexpr unsigned long long size = 1000;
+    const IProvider& provider = context.provider();
+    for (int round = 0; round < raceRounds; ++round) {
+        provider.doCreateFile(context.at(numbered(u"f", round)));
+    }
+    race([&](int, int round) { provider.doTruncateToSize(context.at(numbered(u"f", round)), size); });
+    for (int round = 0; round < raceRounds; ++round) {
+        const unsigned long long seen =
+            provider.doGetFileAttributes(context.at(numbered(u"f", round))).getSize();
+        expect(seen == size, fmt::format("a file that 4 threads grow to {} bytes has {}", size, seen));
+    }
+}
+
 void copiesAppearWhole(CheckContext& context) {
     const IProvider& provider = context.provider();
     std::vector<std::string> contents;
@@ -414,7 +469,10 @@ void copiesAppearWhole(CheckContext& context) {
                    "a copy appears before it is complete");
         }
     };
-    const auto copy = [&](int thread, int round) {
+    const auto copy = [&](int thread, int round) { // onto a file, or where there is none
+        if (round % 2 == 0) {
+            succeeds([&] { provider.doRemoveFile(context.at(u"g")); }, {ErrorCode::NotFound});
+        }
         provider.doCopyFile(context.at(numbered(u"f", (thread + round) % threadCount)), context.at(u"g"),
                             policies::replace);
     };
@@ -480,7 +538,8 @@ void timesAreWhole(CheckContext& context) {
     provider.doCreateFile(context.at(u"f"));
     const auto timeOf = [](int number) {
         using namespace boost::posix_time;
-        return ptime(boost::gregorian::date(2001, 2, 3), hours(number) + minutes(number));
+        return ptime(boost::gregorian::date(2001, 2, static_cast<unsigned short>(number)),
+                     hours(number) + minutes(number));
     };
     provider.doSetLastModified(context.at(u"f"), timeOf(1));
     const auto read = [&] {
@@ -828,6 +887,12 @@ constexpr std::array table{
     Check{"13.25", "threads.opposite-moves",
           "Threads that move files between the same folders in opposite directions all succeed.",
           Profile::AnyProvider, movesInOppositeDirections},
+    Check{"13.26", "threads.recursive-listings-miss-nothing",
+          "A recursive listing counts folders as empty that are removed meanwhile, and has all that stays "
+          "once.",
+          Profile::AnyProvider, recursiveListingsMissNothing},
+    Check{"13.27", "threads.growth", "A file that several threads grow to one size gets that size.",
+          Profile::AnyProvider, growthIsNotAdded},
 };
 
 } // namespace

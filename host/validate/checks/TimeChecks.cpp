@@ -349,17 +349,21 @@ void noDateIsNoOtherDate(CheckContext& context) {
     for (const EntryKind* kind : {&fileKind, &folderKind}) {
         const StorageIRI entry = context.at(u"e");
         (provider.*kind->create)(entry);
-        provider.doSetLastModified(entry, pastTime());
-        bool refused = false;
-        try {
-            provider.doSetLastModified(entry, ptime(boost::posix_time::not_a_date_time));
-        } catch (const std::exception&) {
-            refused = true;
+        for (const auto noDate : {boost::posix_time::not_a_date_time, boost::posix_time::pos_infin,
+                                  boost::posix_time::neg_infin}) {
+            provider.doSetLastModified(entry, pastTime());
+            bool refused = false;
+            try {
+                provider.doSetLastModified(entry, ptime(noDate));
+            } catch (const std::exception&) {
+                refused = true;
+            }
+            const ptime seen = kind->lastModified(provider, entry);
+            expect(refused ? !seen.is_special() && (seen - pastTime()).abs() <= coarseness
+                           : seen.is_special(),
+                   fmt::format("a {} whose time was set to no date has the time {}", kind->name,
+                               formatMicroseconds(seen)));
         }
-        const ptime seen = kind->lastModified(provider, entry);
-        expect(refused ? !seen.is_special() && (seen - pastTime()).abs() <= coarseness : seen.is_special(),
-               fmt::format("a {} whose time was set to no date has the time {}", kind->name,
-                           formatMicroseconds(seen)));
         (provider.*kind->remove)(entry);
     }
 }

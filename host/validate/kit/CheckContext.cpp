@@ -32,6 +32,14 @@ CheckContext::~CheckContext() {
     }
 }
 
+void CheckContext::close() {
+    provider_->doRemoveFolderRecursively(StorageIRI(folder_));
+    folder_.clear();
+    provider_->doShutdown();
+    provider_.reset();
+    loaded_.reset();
+}
+
 const CheckContext::IProvider& CheckContext::provider() {
     if (!provider_) {
         makeFolder();

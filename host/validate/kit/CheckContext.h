@@ -44,6 +44,9 @@ public:
     /// @param path  relative, for example u"a/f"; the folder itself when empty
     StorageIRI at(std::u16string_view path);
 
+    /// Removes the check's folder, then shuts the provider down and destroys it. The next use makes new ones.
+    void close();
+
     bool isInMemoryProvider() const { return profile_ == Profile::InMemoryProvider; }
 
     /// Random numbers. Every report contains the seed, so they are reproducible.

@@ -377,6 +377,19 @@ public:
     }
 };
 
+/// Removes a folder that holds only a file with a leading dot.
+class HiddenFilesDoNotCount final : public BrokenProvider {
+public:
+    void doRemoveFolder(const StorageIRI& iri) const override {
+        const bool exists = doFolderExists(iri);
+        const auto names = exists ? doListFilesNamesOnly(iri) : std::vector<std::u16string>();
+        if (names.size() == 1 && names.front().front() == u'.') {
+            HookedProvider::doRemoveFile(childOf(iri, names.front()));
+        }
+        HookedProvider::doRemoveFolder(iri);
+    }
+};
+
 constexpr std::array table{
     Fault{"NewFileHasBytes", "2.1", build<NewFileHasBytes>},
     Fault{"CreatingTwice", "2.2", build<CreatingTwice>},
@@ -397,6 +410,7 @@ constexpr std::array table{
     Fault{"RemoveFileTakesFolders", "2.17", build<RemoveFileTakesFolders>},
     Fault{"RemoveFolderTakesFiles", "2.18", build<RemoveFolderTakesFiles>},
     Fault{"RemovesFoldersWithFiles", "2.19", build<RemovesFoldersWithFiles>},
+    Fault{"HiddenFilesDoNotCount", "2.19", build<HiddenFilesDoNotCount>},
     Fault{"NotEmptyAsExists", "2.20", build<NotEmptyAsExists>},
     Fault{"NeverEmptyAgain", "2.21", build<NeverEmptyAgain>},
     Fault{"RemovesByPrefix", "2.22", build<RemovesByPrefix>},

@@ -64,6 +64,32 @@ public:
     }
 };
 
+/// Compares by a difference of 16 bits, which overflows, so some paths are ordered in circles.
+class OrderOverflows final : public BrokenProvider {
+public:
+    PathComparator doGetPathComparator(const StorageIRI&) const override {
+        return [](std::u16string_view first, std::u16string_view second) {
+            const auto [a, b] = std::mismatch(first.begin(), first.end(), second.begin(), second.end());
+            return a == first.end() || b == second.end() ? first.size() < second.size()
+                                                         : static_cast<std::int16_t>(*a - *b) < 0;
+        };
+    }
+};
+
+/// Reverses the order with every comparator.
+class OrderAlternates final : public BrokenProvider {
+public:
+    PathComparator doGetPathComparator(const StorageIRI&) const override {
+        reverse_ = !reverse_;
+        return [reverse = reverse_](std::u16string_view first, std::u16string_view second) {
+            return reverse ? second < first : first < second;
+        };
+    }
+
+private:
+    mutable bool reverse_ = false;
+};
+
 /// Drops the last byte of a copy if its last block is full.
 class FullBlockLosesByte final : public BrokenProvider {
 public:
@@ -101,11 +127,35 @@ public:
     void doStopPublishingEventsFor(const StorageIRI&) const override {}
 };
 
+/// Finds nothing by a long pattern.
+class LongPatternsFindNothing final : public BrokenProvider {
+public:
+    Listing doListFilesWildcards(const StorageIRI& iri, std::u16string pattern) const override {
+        return BrokenProvider::doListFilesWildcards(iri, pattern.size() > 255 ? u"" : pattern);
+    }
+};
+
+/// Lists the names of folders below the third level after their content.
+class DeepFoldersLast final : public BrokenProvider {
+public:
+    Names doListAllRecursiveNamesOnly(const StorageIRI& iri) const override {
+        Names names = BrokenProvider::doListAllRecursiveNamesOnly(iri);
+        const auto deep = std::stable_partition(
+            names.begin(), names.end(), [](const std::u16string& name) { return levelsOf(name) <= 2; });
+        std::reverse(deep, names.end());
+        return names;
+    }
+};
+
 constexpr std::array table{
     Fault{"BracketsMeanOne", "16.1", build<BracketsMeanOne>},
+    Fault{"LongPatternsFindNothing", "16.1", build<LongPatternsFindNothing>},
     Fault{"ThreeLevelsOfNames", "16.2", build<ThreeLevelsOfNames>},
     Fault{"SixtyFourLevels", "16.3", build<SixtyFourLevels>},
+    Fault{"DeepFoldersLast", "16.3", build<DeepFoldersLast>},
     Fault{"OrderedByLength", "16.4", build<OrderedByLength>},
+    Fault{"OrderOverflows", "16.4", build<OrderOverflows>},
+    Fault{"OrderAlternates", "16.4", build<OrderAlternates>},
     Fault{"FullBlockLosesByte", "16.5", build<FullBlockLosesByte>},
     Fault{"GrowsByOneBlock", "16.6", build<GrowsByOneBlock>},
     Fault{"TransactionsByName", "16.7", build<TransactionsByName>},

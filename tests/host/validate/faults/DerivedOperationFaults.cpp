@@ -301,6 +301,27 @@ struct ProgressByBlocks : BrokenProvider {
     }
 };
 
+/// Dates a copy a minute early.
+struct CopyAMinuteEarly : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        BrokenProvider::doCopyFile(source, destination, policy);
+        const auto time = doGetFileAttributes(destination).getLastModified();
+        doSetLastModified(destination, time - boost::posix_time::minutes(1));
+    }
+};
+
+/// Copies onto an empty read-only file.
+struct CopyIgnoresFlagOfEmpty : BrokenProvider {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        const auto copy = [&] { BrokenProvider::doCopyFile(source, destination, policy); };
+        doFileExists(destination) && doGetFileAttributes(destination).getSize() == 0
+            ? ignoringFlag(*this, destination, copy)
+            : copy();
+    }
+};
+
 /// Leaves an empty destination when a copy is cancelled.
 struct EndedCopyEmpties : BrokenProvider {
     void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
@@ -310,6 +331,17 @@ struct EndedCopyEmpties : BrokenProvider {
         } catch (...) {
             doOpenStream(destination, {.content = ByteStreamContent::Empty});
             throw;
+        }
+    }
+};
+
+/// Takes standard exceptions of the progress function for a wish to end, and succeeds.
+struct EndedCopySucceeds : BrokenProvider {
+    void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
+                          CopyProgress progress) const override {
+        try {
+            BrokenProvider::doCopyFileAtomic(source, destination, policy, std::move(progress));
+        } catch (const std::logic_error&) { // ended
         }
     }
 };
@@ -358,6 +390,15 @@ struct TruncatingCreates : BrokenProvider {
 struct TruncatingIgnoresFlag : BrokenProvider {
     void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
         ignoringFlag(*this, iri, [&] { BrokenProvider::doTruncateToSize(iri, size); });
+    }
+};
+
+/// Does nothing if a file has the size already, not even check its flag.
+struct TruncatingToTheSameSize : BrokenProvider {
+    void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
+        if (!doFileExists(iri) || doGetFileAttributes(iri).getSize() != size) {
+            BrokenProvider::doTruncateToSize(iri, size);
+        }
     }
 };
 
@@ -418,10 +459,31 @@ struct CanonicalBelow : BrokenProvider {
     StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const override { return below(iri, u"."); }
 };
 
+/// Drops blanks at the end of the canonical location.
+struct CanonicalWithoutLastBlank : BrokenProvider {
+    StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const override {
+        const std::u16string path = BrokenProvider::doGetCanonicalLocation(iri).getPath();
+        return StorageIRI(path.substr(0, path.find_last_not_of(u' ') + 1));
+    }
+};
+
 /// Uses the given path instead of the resolved one as the canonical location.
 struct CanonicalByGivenPath : BrokenProvider {
     StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const override {
         return StorageIRI(iri.getPath());
+    }
+};
+
+/// Lists only the folders of the root recursively, with their content.
+struct RootWithoutFiles : BrokenProvider {
+    Listing doListAllRecursive(const StorageIRI& iri) const override {
+        std::vector<FolderEntry> entries = entriesOf(BrokenProvider::doListAllRecursive(iri));
+        const auto isFileOfRoot = [&](const FolderEntry& entry) {
+            return iri.getPath() == u"/" && entry.getType() == FolderEntry::EntryType::File &&
+                   entry.getName().find(u'/') == std::u16string::npos;
+        };
+        entries.erase(std::remove_if(entries.begin(), entries.end(), isFileOfRoot), entries.end());
+        return std::make_unique<EntryListing>(entries);
     }
 };
 
@@ -451,20 +513,24 @@ constexpr std::array table{
     Fault{"CopyingByLinking", "12.18", build<CopyingByLinking>},
     Fault{"CopyingOneBlock", "12.19", build<CopyingOneBlock>},
     Fault{"CopyingTheFlag", "12.20", build<CopyingTheFlag>},
+    Fault{"CopyAMinuteEarly", "12.20", build<CopyAMinuteEarly>},
     Fault{"MissingCopyNamesDestination", "12.21", build<CopyNamesDestination<ErrorCode::NotFound>>},
     Fault{"CopyIgnoresPolicy", "12.22", build<CopyIgnoresPolicy>},
     Fault{"CopyIntoFolder", "12.23", build<CopyIntoFolder>},
     Fault{"CopyEmptiesFirst", "12.24", build<CopyEmptiesFirst>},
     Fault{"ReadOnlyCopyNamesDestination", "12.25", build<CopyNamesDestination<ErrorCode::ReadOnly>>},
+    Fault{"CopyIgnoresFlagOfEmpty", "12.25", build<CopyIgnoresFlagOfEmpty>},
     Fault{"CopyingFolderExists", "12.26", build<CopyingFolderExists>},
     Fault{"ProgressByBlocks", "12.27", build<ProgressByBlocks>},
     Fault{"EndedCopyEmpties", "12.28", build<EndedCopyEmpties>},
+    Fault{"EndedCopySucceeds", "12.28", build<EndedCopySucceeds>},
     Fault{"OnlyFilesExist", "12.29", build<OnlyFilesExist>},
     Fault{"FolderHasSize", "12.30", build<FolderHasSize>},
     Fault{"TruncatingOnlyShortens", "12.31", build<TruncatingOnlyShortens>},
     Fault{"TruncatingByCopying", "12.32", build<TruncatingByCopying>},
     Fault{"TruncatingCreates", "12.33", build<TruncatingCreates>},
     Fault{"TruncatingIgnoresFlag", "12.34", build<TruncatingIgnoresFlag>},
+    Fault{"TruncatingToTheSameSize", "12.34", build<TruncatingToTheSameSize>},
     Fault{"TruncatingRunsOutOfMemory", "12.35", build<TruncatingRunsOutOfMemory>},
     Fault{"NamingTheScratchLocation", "12.36", build<NamingTheScratchLocation>},
     Fault{"SilentEvents", "12.37", build<SilentEvents>},
@@ -472,8 +538,10 @@ constexpr std::array table{
     Fault{"PathBeforeItself", "12.39", build<PathBeforeItself>},
     Fault{"OrderByCharacters", "12.40", build<OrderByCharacters>},
     Fault{"CanonicalBelow", "12.41", build<CanonicalBelow>},
+    Fault{"CanonicalWithoutLastBlank", "12.41", build<CanonicalWithoutLastBlank>},
     Fault{"CanonicalByGivenPath", "12.42", build<CanonicalByGivenPath>},
     Fault{"NoShutdown", "12.43", build<NoShutdown>},
+    Fault{"RootWithoutFiles", "12.44", build<RootWithoutFiles>},
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "tests/host/validate/faults/FaultCatalogue.h"
 
 #include <array>
+#include <optional>
 #include <set>
 
 namespace faults {
@@ -220,10 +221,49 @@ void removingBefore(const IProvider& sound, const StorageIRI& from, const Storag
     sound.doMoveFile(from, to, policy);
 }
 
+/// Keeps the writable flag with the path: a new file at the old place of a read-only one is read-only.
+class FlagStaysWithPath final : public BrokenProvider {
+public:
+    void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
+        const bool readOnly = isReadOnly(sound(), from);
+        sound().doMoveFile(from, to, policy);
+        if (readOnly) {
+            protected_ = from;
+        }
+    }
+    void doCreateFile(const StorageIRI& iri) const override {
+        sound().doCreateFile(iri);
+        if (protected_ == iri) {
+            sound().doSetWritable(iri, false);
+        }
+    }
+
+private:
+    mutable std::optional<StorageIRI> protected_;
+};
+
+/// Ignores the writable flag of a replaced file that is empty.
+void ignoringFlagOfEmpty(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
+                         Policy policy) {
+    const bool isEmpty = sound.doFileExists(to) && sound.doGetFileAttributes(to).getSize() == 0;
+    const auto move = [&] { sound.doMoveFile(from, to, policy); };
+    isEmpty ? ignoringFlag(sound, to, move) : move();
+}
+
+/// Loses the bytes of a file that is moved to the root.
+void emptyingInRoot(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    sound.doMoveFile(from, to, policy);
+    if (folderOf(to).getPath().empty()) {
+        sound.doTruncateToSize(to, 0);
+    }
+}
+
 constexpr std::array table{
     Fault{"FileStaysBehind", "10.1", build<MovingFiles<leavingTheSource>>},
+    Fault{"FileEmptiedInRoot", "10.1", build<MovingFiles<emptyingInRoot>>},
     Fault{"FileTakesSiblings", "10.2", build<MovingFiles<takingSiblings>>},
     Fault{"OldNameInUse", "10.3", build<OldNameInUse>},
+    Fault{"FlagStaysWithPath", "10.3", build<FlagStaysWithPath>},
     Fault{"MissingFileNamesDestination", "10.4", build<MovingFiles<namingDestinationWhenMissing>>},
     Fault{"MissingFileClearsDestination", "10.5", build<MovingFiles<clearingFirst>>},
     Fault{"MissingFolderIsNamed", "10.6", build<MovingFiles<namingDestinationFolder>>},
@@ -235,6 +275,7 @@ constexpr std::array table{
     Fault{"SourceFolderFlagIgnored", "10.12", build<MovingFiles<ignoringSourceFolder>>},
     Fault{"ReadOnlyDestinationIsNamed", "10.13", build<MovingFiles<namingReadOnlyDestination>>},
     Fault{"ReplacedFlagIgnored", "10.14", build<MovingFiles<ignoringReplacedFlag>>},
+    Fault{"ReplacedFlagOfEmptyIgnored", "10.14", build<MovingFiles<ignoringFlagOfEmpty>>},
     Fault{"ReplacedInReadOnlyFolder", "10.15", build<MovingFiles<replacingInReadOnlyFolder>>},
     Fault{"FileFlagsFirst", "10.16", build<MovingFiles<flagsFirst>>},
     Fault{"MovedFileLosesItsFlag", "10.17", build<MovingFiles<forgettingTheFlag>>},

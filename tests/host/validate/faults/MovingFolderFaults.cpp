@@ -26,6 +26,14 @@ void losingAChild(const IProvider& sound, const StorageIRI& from, const StorageI
     removeIfThere(sound, below(to, u"s/t/h"));
 }
 
+/// Takes a move up to a folder above the source for a conflict.
+void refusingUpward(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
+    if (folderOf(from).getPath().starts_with(folderOf(to).getPath() + u"/") && !sound.doExists(to)) {
+        throw Exception(ErrorCode::AlreadyExists, to);
+    }
+    sound.doMoveFolder(from, to, policy);
+}
+
 /// Does not find the subfolders of a moved folder at their new paths.
 class StaleFolderMap final : public BrokenProvider {
 public:
@@ -267,6 +275,7 @@ void notResolving(const IProvider& sound, const StorageIRI& from, const StorageI
 
 constexpr std::array table{
     Fault{"LostChild", "11.1", build<MovingFolders<losingAChild>>},
+    Fault{"UpwardMoveRefused", "11.1", build<MovingFolders<refusingUpward>>},
     Fault{"StaleFolderMap", "11.2", build<StaleFolderMap>},
     Fault{"OldTreeComesBack", "11.3", build<OldTreeComesBack>},
     Fault{"FolderTakesSiblings", "11.4", build<MovingFolders<takingSiblings>>},

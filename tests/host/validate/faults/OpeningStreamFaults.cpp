@@ -140,6 +140,22 @@ public:
     }
 };
 
+/// Protects only files that have bytes.
+class EmptyFilesUnprotected final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        const bool isProtected = doFileExists(iri) && !doGetFileAttributes(iri).isWritable();
+        if (!isProtected || doGetFileAttributes(iri).getSize() > 0) {
+            return sound().doOpenStream(iri, options);
+        }
+        doSetWritable(iri, true);
+        auto stream = sound().doOpenStream(iri, options);
+        doSetWritable(iri, false);
+        return stream;
+    }
+};
+
 /// Requires write permission for reading.
 class ReadingNeedsPermission final : public BrokenProvider {
 public:
@@ -301,6 +317,44 @@ public:
     }
 };
 
+/// Takes the value 3 for MustExist.
+class ThreeMustExist final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        OpenOptions other = options;
+        if (static_cast<int>(options.existence) == 3) {
+            other.existence = ByteStreamExistence::MustExist;
+        }
+        return sound().doOpenStream(iri, other);
+    }
+};
+
+/// Appends if the hint is 2.
+class HintTwoAppends final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        OpenOptions other = options;
+        if (options.hint == 2) {
+            other.append = ByteStreamAppend::AppendAtEnd;
+        }
+        return sound().doOpenStream(iri, other);
+    }
+};
+
+/// Leaves a lock file in a folder that is opened as a file.
+class OpenedFolderIsLocked final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
+                                             const OpenOptions& options) const override {
+        if (doFolderExists(iri)) {
+            sound().doOpenStream(StorageIRI(iri.getPath() + u"/.lock"), {});
+        }
+        return sound().doOpenStream(iri, options);
+    }
+};
+
 constexpr std::array table{
     Fault{"CreatingReadOnly", "7.1", build<CreatingReadOnly>},
     Fault{"CreatingWhatMustExist", "7.2", build<CreatingWhatMustExist>},
@@ -313,17 +367,21 @@ constexpr std::array table{
     Fault{"NamingTheMissingFolder", "7.9", build<NamingTheMissingFolder>},
     Fault{"FileInTheWay", "7.10", build<FileInTheWay>},
     Fault{"EmptyingBeforeRefusing", "7.11", build<EmptyingBeforeRefusing>},
+    Fault{"EmptyFilesUnprotected", "7.11", build<EmptyFilesUnprotected>},
     Fault{"ReadingNeedsPermission", "7.12", build<ReadingNeedsPermission>},
     Fault{"NamingTheReadOnlyFolder", "7.13", build<NamingTheReadOnlyFolder>},
     Fault{"ReadOnlyFolderGuardsBytes", "7.14", build<ReadOnlyFolderGuardsBytes>},
     Fault{"FolderOpens", "7.15", build<FolderOpens>},
+    Fault{"OpenedFolderIsLocked", "7.15", build<OpenedFolderIsLocked>},
     Fault{"FolderNotFound", "7.16", build<FolderNotFound>},
     Fault{"ExistenceLast", "7.17", build<ExistenceLast>},
     Fault{"OpeningWithoutStamp", "7.18", build<OpeningWithoutStamp>},
     Fault{"FolderKeepsItsTime", "7.19", build<FolderKeepsItsTime>},
     Fault{"ReadingStamps", "7.20", build<ReadingStamps>},
     Fault{"AppendingUnlessOne", "7.21", build<AppendingUnlessOne>},
+    Fault{"ThreeMustExist", "7.21", build<ThreeMustExist>},
     Fault{"HintAppends", "7.22", build<HintAppends>},
+    Fault{"HintTwoAppends", "7.22", build<HintTwoAppends>},
     Fault{"RootInTheWay", "7.23", build<RootInTheWay>},
 };
 

@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace faults {
 
@@ -104,6 +105,23 @@ public:
     using OpenedStream::OpenedStream;
     long write(const char* buffer, long count) override {
         return count == 0 ? -1 : OpenedStream::write(buffer, count);
+    }
+};
+
+/// Fills the last page with zeros in an empty write.
+class WritingNothingFillsPage final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        constexpr std::streamoff page = 4096;
+        const auto before = position();
+        const std::streamoff end = seek(0, std::ios_base::end);
+        if (count == 0 && end > page && end % page != 0) {
+            const std::string zeros(static_cast<std::size_t>(page - end % page), '\0');
+            OpenedStream::write(zeros.data(), page - end % page);
+        }
+        seek(before, std::ios_base::beg);
+        return OpenedStream::write(buffer, count);
     }
 };
 
@@ -512,18 +530,96 @@ private:
     mutable std::optional<StorageIRI> last_;
 };
 
+/// Has no end in an empty file that is opened for reading.
+class ReadersFindNoEnd final : public BrokenProvider {
+public:
+    std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
+        struct Endless final : ForwardingStream {
+            using ForwardingStream::ForwardingStream;
+            std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+                const auto position = ForwardingStream::seek(offset, direction);
+                return direction == std::ios_base::end && position == std::streampos(0) ? std::streampos(-1)
+                                                                                        : position;
+            }
+        };
+        return std::make_unique<Endless>(sound().doOpenReadOnlyStream(iri));
+    }
+};
+
+/// Takes zeros in the middle of a file for a hole and leaves the old bytes.
+class ZerosAreSkipped final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long write(const char* buffer, long count) override {
+        const auto before = position();
+        const std::streamoff end = seek(0, std::ios_base::end);
+        const bool isHole =
+            count >= 100 && std::all_of(buffer, buffer + count, [](char c) { return c == 0; });
+        const bool skips = isHole && before + count <= end && !appends();
+        seek(before + (skips ? count : 0), std::ios_base::beg);
+        return skips ? count : OpenedStream::write(buffer, count);
+    }
+};
+
+/// Reports one byte less for a file of one page.
+class PageLosesByte final : public BrokenProvider {
+public:
+    FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
+        const FileAttributes attributes = sound().doGetFileAttributes(iri);
+        const unsigned long size = attributes.getSize();
+        return {size == 4096 ? size - 1 : size, attributes.getLastModified(), attributes.isWritable()};
+    }
+};
+
+/// Returns 0 for a read of 0 bytes from an empty file.
+class ZeroForNothingOfEmpty final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        const auto before = position();
+        const bool isEmpty = seek(0, std::ios_base::end) == std::streampos(0);
+        seek(before, std::ios_base::beg);
+        return isEmpty && count == 0 ? 0 : OpenedStream::read(buffer, count);
+    }
+};
+
+/// Reads ahead and writes behind what was read ahead, unless a seek comes first.
+class WritingBehindReadAhead final : public OpenedStream {
+public:
+    using OpenedStream::OpenedStream;
+    long read(char* buffer, long count) override {
+        ahead_ = 1;
+        return OpenedStream::read(buffer, count);
+    }
+    long write(const char* buffer, long count) override {
+        inner().seek(std::exchange(ahead_, 0), std::ios_base::cur);
+        return OpenedStream::write(buffer, count);
+    }
+    std::streampos seek(long offset, std::ios_base::seekdir direction) override {
+        ahead_ = 0;
+        return OpenedStream::seek(offset, direction);
+    }
+
+private:
+    long ahead_ = 0;
+};
+
 constexpr std::array table{
     Fault{"EndAtControlZ", "8.1", build<WithStreams<EndAtControlZ>>},
     Fault{"FirstMebibyte", "8.2", build<WithStreams<FirstMebibyte>>},
     Fault{"WriteWithoutMoving", "8.3", build<WithStreams<WriteWithoutMoving>>},
     Fault{"WriteWithinFile", "8.4", build<WithStreams<WriteWithinFile>>},
+    Fault{"WritingBehindReadAhead", "8.4", build<WithStreams<WritingBehindReadAhead>>},
     Fault{"WritingNothingFails", "8.5", build<WithStreams<WritingNothingFails>>},
+    Fault{"WritingNothingFillsPage", "8.5", build<WithStreams<WritingNothingFillsPage>>},
     Fault{"SkippingRead", "8.6", build<WithStreams<SkippingRead>>},
     Fault{"ZeroAtTheEnd", "8.7", build<WithStreams<ZeroAtTheEnd>>},
     Fault{"ZeroForNothing", "8.8", build<WithStreams<ZeroForNothing>>},
+    Fault{"ZeroForNothingOfEmpty", "8.8", build<WithStreams<ZeroForNothingOfEmpty>>},
     Fault{"ClearedBuffer", "8.9", build<WithStreams<ClearedBuffer>>},
     Fault{"EndCountsBackwards", "8.10", build<WithStreams<EndCountsBackwards>>},
     Fault{"EndIsOutside", "8.11", build<WithStreams<EndIsOutside>>},
+    Fault{"ReadersFindNoEnd", "8.11", build<ReadersFindNoEnd>},
     Fault{"SeekStopsAtTheEnd", "8.12", build<WithStreams<SeekStopsAtTheEnd>>},
     Fault{"AnyDirection", "8.13", build<WithStreams<AnyDirection>>},
     Fault{"FlushRewinds", "8.14", build<WithStreams<FlushRewinds>>},
@@ -548,6 +644,8 @@ constexpr std::array table{
     Fault{"BlockBoundary", "8.33", build<WithStreams<BlockBoundary>>},
     Fault{"ReadsFetchOneBlock", "8.34", build<ReadsFetchOneBlock>},
     Fault{"TableOf128", "8.35", build<TableOf128>},
+    Fault{"ZerosAreSkipped", "8.37", build<WithStreams<ZerosAreSkipped>>},
+    Fault{"PageLosesByte", "8.38", build<PageLosesByte>},
 };
 
 } // namespace

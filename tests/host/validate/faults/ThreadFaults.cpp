@@ -1,6 +1,7 @@
 #include "hostapi/storage/provider/ListingRange.h"
 #include "tests/host/validate/faults/BrokenMoves.h"
 #include "tests/host/validate/faults/FaultCatalogue.h"
+#include "tests/host/validate/faults/ListingOfEntries.h"
 #include "tests/support/ForwardingStream.h"
 
 #include <algorithm>
@@ -220,6 +221,23 @@ struct RemoversCollide : BrokenProvider {
     }
 };
 
+/// Fails to list a tree if another thread has removed a folder in it.
+struct TreeListingCollides : BrokenProvider {
+    std::vector<std::u16string> doListAllRecursiveNamesOnly(const StorageIRI& iri) const override {
+        std::vector<std::u16string> names;
+        for (const FolderEntry& entry : readEntries(sound().doListAll(iri))) {
+            names.push_back(entry.getName());
+            if (entry.getType() == FolderEntry::EntryType::Folder) {
+                openTheWindow();
+                for (const std::u16string& name : doListAllRecursiveNamesOnly(below(iri, entry.getName()))) {
+                    names.push_back(entry.getName() + u"/" + name);
+                }
+            }
+        }
+        return names;
+    }
+};
+
 /// Copies in place, where others see the incomplete file.
 struct CopyingInPlace : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
@@ -363,6 +381,52 @@ void movingOverNewcomers(const IProvider& sound, const StorageIRI& from, const S
     sound.doMoveFile(from, to, Policy::ReplaceExisting);
 }
 
+/// Counts the files first and lists no more.
+struct CountsFilesFirst : BrokenProvider {
+    Listing doListFiles(const StorageIRI& iri) const override {
+        const std::size_t count = readEntries(sound().doListFiles(iri)).size();
+        openTheWindow();
+        auto entries = readEntries(sound().doListFiles(iri));
+        entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(std::min(count, entries.size())),
+                      entries.end());
+        return std::make_unique<ListingOfEntries>(entries);
+    }
+};
+
+/// Writes a copy in place if nothing is there yet.
+struct NewCopyInPlace : CopyingInPlace {
+    void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
+                    const Policy& policy) const override {
+        doExists(destination) ? BrokenProvider::doCopyFile(source, destination, policy)
+                              : CopyingInPlace::doCopyFile(source, destination, policy);
+    }
+};
+
+/// Sets a time in two steps: the date first.
+struct DateThenTime : BrokenProvider {
+    void doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const override {
+        const auto previous = doGetExtendedAttributes(iri).lastModified;
+        sound().doSetLastModified(iri, {time.date(), previous.time_of_day()});
+        openTheWindow();
+        sound().doSetLastModified(iri, time);
+    }
+};
+
+/// Appends the missing zeros to a file that grows; another thread may have done so.
+struct GrowthIsAdded : BrokenProvider {
+    void doTruncateToSize(const StorageIRI& iri, unsigned long long size) const override {
+        const auto previous = doGetFileAttributes(iri).getSize();
+        if (size <= previous) {
+            return sound().doTruncateToSize(iri, size);
+        }
+        openTheWindow();
+        const std::string zeros(size - previous, '\0');
+        sound()
+            .doOpenStream(iri, OpenOptions::createOrAppend())
+            ->write(zeros.data(), static_cast<long>(zeros.size()));
+    }
+};
+
 constexpr std::array table{
     Fault{"LookingThenCreatingFile", "13.1", build<LookingThenCreatingFile>},
     Fault{"LookingThenCreatingFolder", "13.2", build<LookingThenCreatingFolder>},
@@ -374,18 +438,23 @@ constexpr std::array table{
     Fault{"TornAppend", "13.8", build<StreamsOfThreads<TornWrite>>},
     Fault{"TornBlock", "13.9", build<StreamsOfThreads<TornWrite>>},
     Fault{"ListingLive", "13.10", build<ListingLive>},
+    Fault{"CountsFilesFirst", "13.10", build<CountsFilesFirst>},
     Fault{"ReadBelievingTheSize", "13.11", build<StreamsOfThreads<ReadBelievingTheSize>>},
     Fault{"CreatorsCollide", "13.12", build<CreatorsCollide>},
     Fault{"RemoversCollide", "13.13", build<RemoversCollide>},
     Fault{"CopyingInPlace", "13.14", build<CopyingInPlace>},
+    Fault{"NewCopyInPlace", "13.14", build<NewCopyInPlace>},
     Fault{"QueriesGetConfused", "13.15", build<QueriesGetConfused>},
     Fault{"SharesTheLocationToRemove", "13.16", build<SharesTheLocationToRemove>},
     Fault{"TimeInTwoSteps", "13.17", build<TimeInTwoSteps>},
+    Fault{"DateThenTime", "13.17", build<DateThenTime>},
     Fault{"ClonesCountTogether", "13.18", build<ClonesCountTogether>},
     Fault{"StreamOfOneThread", "13.19", build<StreamsOfThreads<StreamOfOneThread>>},
     Fault{"ListsForOneThread", "13.20", build<ListsForOneThread>},
     Fault{"ProviderOfOneThread", "13.21", build<ProviderOfOneThread>},
     Fault{"MovingOverNewcomers", "13.22", build<MovingFiles<movingOverNewcomers>>},
+    Fault{"TreeListingCollides", "13.26", build<TreeListingCollides>},
+    Fault{"GrowthIsAdded", "13.27", build<GrowthIsAdded>},
 };
 
 } // namespace

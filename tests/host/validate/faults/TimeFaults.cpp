@@ -247,6 +247,14 @@ public:
     }
 };
 
+/// Stores the current time instead of infinity.
+class InfinityIsNow final : public BrokenProvider {
+public:
+    void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {
+        HookedProvider::doSetLastModified(iri, time.is_infinity() ? now() : time);
+    }
+};
+
 constexpr std::array table{
     Fault{"LocalTime", "5.1", build<LocalTime>},
     Fault{"NewFolderHasNoTime", "5.2", build<NewFolderHasNoTime>},
@@ -273,6 +281,7 @@ constexpr std::array table{
     Fault{"SecondsIn32Bits", "5.23", build<SecondsIn32Bits>},
     Fault{"ClockIsLate", "5.24", build<ClockIsLate>},
     Fault{"NoDateIs1970", "5.25", build<NoDateIs1970>},
+    Fault{"InfinityIsNow", "5.25", build<InfinityIsNow>},
 };
 
 } // namespace
