@@ -347,7 +347,7 @@ void recursiveListingOfTheRoot(CheckContext& context) {
     const FileInRoot file(provider, StorageIRI(u"/" + own + u"-file"));
     Names expected{own + u"/", own + u"/t/"};
     for (const std::u16string& name : wholeTree()) {
-        expected.push_back(own + u"/t/" + name);
+        expected.push_back(std::u16string(own).append(u"/t/").append(name));
     }
     if (file.exists()) {
         expected.push_back(own + u"-file");
