@@ -4,6 +4,7 @@
 #include "host/support/Interruption.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <fmt/format.h>
@@ -51,12 +52,16 @@ TerminalLineSource::TerminalLineSource(std::span<const CommandInfo> commands, co
 std::optional<std::string> TerminalLineSource::next() {
     prompt_ = "qzstorage:" + session_.currentFolder().printed() + "> ";
     int length = 0;
-    const char* const text = ::el_gets(editor_.get(), &length);
-    if (text == nullptr || length <= 0) {
+    const char* text = ::el_gets(editor_.get(), &length);
+    while (text == nullptr || length <= 0) {
+        const bool isEnd = length >= 0 || errno != EINTR; // stopping and continuing the process is no end
         std::fputs("\n", stdout);
         std::fflush(stdout);
         Interruption::check();
-        return std::nullopt;
+        if (isEnd) {
+            return std::nullopt;
+        }
+        text = ::el_gets(editor_.get(), &length);
     }
     std::string line(text, static_cast<std::size_t>(length));
     if (line.ends_with('\n')) {
