@@ -201,6 +201,8 @@ ExitStatus runCommandLine(int argc, const char* const* argv, Console& console) {
         throw UsageError(std::string(error.what()) + " (try 'qzstorage --help')");
     } catch (const OutputError&) {
         throw;
+    } catch (const std::filesystem::filesystem_error&) { // names its path
+        throw;
     } catch (const std::system_error& error) {
         throw std::runtime_error(error.what());
     }

@@ -1,6 +1,8 @@
 #include "host/commands/CommandFactories.h"
+#include "host/support/CommandError.h"
 
 #include <filesystem>
+#include <system_error>
 
 namespace storage::host {
 
@@ -11,7 +13,12 @@ public:
     void declare(CommandSyntax&) override {}
 
     void run(Session& session, const Words&) override {
-        session.console().out() << session.console().shown(std::filesystem::current_path().native()) << '\n';
+        std::error_code error;
+        const std::filesystem::path folder = std::filesystem::current_path(error);
+        if (error) {
+            throw diskError("current folder", error.value());
+        }
+        session.console().out() << session.console().shown(folder.native()) << '\n';
     }
 };
 

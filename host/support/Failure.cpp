@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <cxxabi.h>
+#include <filesystem>
 #include <memory>
 #include <new>
 #include <system_error>
@@ -56,6 +57,8 @@ Failure Failure::ofCurrentException(const std::string& path, const FailureDiagno
         return {diagnosis.pathPrefix + printable(error.getIRI().getPath()), error.code().message()};
     } catch (const std::bad_alloc&) {
         return {path, "out of memory"};
+    } catch (const std::filesystem::filesystem_error& error) {
+        return {path.empty() ? error.path1().string() : path, error.code().message()};
     } catch (const std::system_error& error) {
         return {path, error.code().message()};
     } catch (const std::exception& error) {

@@ -191,6 +191,13 @@ TEST(ValidateProgramTest, ReportsAnUnwritableReportFirst) {
     EXPECT_EQ(run.errors(), "qzstorage: /missing/report.xml: No such file or directory\n");
 }
 
+TEST(ValidateProgramTest, NamesAReportThatCannotBeExamined) {
+    const std::string path = "/" + std::string(300, 'x');
+    const ProgramRun run({"validate", "--junit", path});
+    EXPECT_EQ(run.status(), 1);
+    EXPECT_EQ(run.errors(), "qzstorage: " + path + ": File name too long\n");
+}
+
 TEST(ValidateProgramTest, ReportsWrongUsageInOneLineWithStatusTwo) {
     const ProgramRun nothing({"validate", "--only", "x*"});
     EXPECT_EQ(nothing.status(), 2);
