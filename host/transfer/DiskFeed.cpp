@@ -69,7 +69,7 @@ void DiskFeed::requireFiles(const FileDescriptor& folder) const {
     const char* const system = fileSystems_ == FileSystems::All ? nullptr : systemFileSystemOf(folder);
     if (system != nullptr) {
         throw CommandError(source_, fmt::format("on a {} file system, which stores no files; "
-                                                "import it with --one-file-system=no",
+                                                "only 'import --one-file-system=no' reads it",
                                                 system));
     }
 }

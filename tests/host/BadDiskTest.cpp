@@ -523,7 +523,7 @@ TEST_F(BadDiskTest, FollowsLinksAndRejectsSpecialFilesAsOperands) {
 TEST_F(BadDiskTest, ImportsPseudoFileSystemsOnlyOnRequest) {
     EXPECT_EQ(fail("import /proc/self/net /n"),
               line("import: /proc/self/net: on a proc file system, which stores no files; "
-                   "import it with --one-file-system=no"));
+                   "only 'import --one-file-system=no' reads it"));
     EXPECT_EQ(succeed("find /"), "/\n");
     EXPECT_THAT(fail("import -x /proc/self/net /n"), HasSubstr("stores no files"));
     run("import --one-file-system=no /proc/self/net /n");
