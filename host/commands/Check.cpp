@@ -47,7 +47,8 @@ private:
             }
         }
         if (!hasImports) {
-            throw CommandError("", "nothing to compare: the session has imported nothing");
+            throw CommandError("", "nothing to compare: the session has imported nothing, "
+                                   "or only archives, which cannot be compared");
         }
         return totals;
     }

@@ -434,7 +434,8 @@ TEST_F(CheckTest, RequiresBothPathsOrNone) {
 class CheckWithoutImportTest : public SessionTest {};
 
 TEST_F(CheckWithoutImportTest, FailsBecauseThereIsNothingToCompare) {
-    EXPECT_EQ(fail("check"), "qzstorage: check: nothing to compare: the session has imported nothing\n");
+    EXPECT_EQ(fail("check"), "qzstorage: check: nothing to compare: the session has imported nothing, or "
+                             "only archives, which cannot be compared\n");
     EXPECT_EQ(output(), "");
 }
 
