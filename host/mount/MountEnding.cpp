@@ -52,6 +52,13 @@ MountEnding::MountEnding(std::string mountPoint, const FuseSession& session, Fus
       console_(console) {}
 
 void MountEnding::run() {
+    runUntilEnded();
+    if (const std::string text = unkept(); !text.empty()) {
+        console_.notice(mountPoint_, text);
+    }
+}
+
+void MountEnding::runUntilEnded() {
     for (;;) {
         const FuseWorkers::End end = workers_.waitForEnd(requests_.descriptor());
         Interruption::clear(); // the signal that ends the mount must not cancel the export too
@@ -107,7 +114,7 @@ MountEnding::Saved MountEnding::tryToEnd() {
             break;
         }
     }
-    requests_.finish();
+    requests_.finish(unkept());
     session_.place().unmount();
     workers_.stop();
     return Saved::Yes;
@@ -226,6 +233,11 @@ void MountEnding::settle() {
                             "not stored completely: the storage has no space to fill its holes with zeros");
         }
     });
+}
+
+/// What the mount kept and a persistent storage does not, as text. Empty if there was an export.
+std::string MountEnding::unkept() const {
+    return exitExport_ == nullptr && storage_.isPersistent() ? storage_.unkept().summary() : "";
 }
 
 void MountEnding::giveUp() {

@@ -29,12 +29,14 @@ public:
                 MountedStorage& storage, ChangeGate& gate, UnmountRequests& requests, ExitExport* exitExport,
                 RescueFolder& rescue, Console& console);
 
-    /// Waits for an unmount, a signal or a request, and ends the mount. Reports failures to the console.
+    /// Waits for an unmount, a signal or a request, and ends the mount. Reports failures, and what the
+    /// storage did not keep, to the console.
     void run();
 
 private:
     enum class Saved { Yes, No };
 
+    void runUntilEnded();
     Saved attempt();
     Saved tryToEnd();
     void flush(MountFreeze& freeze);
@@ -44,6 +46,7 @@ private:
     Saved copyToRescue();
     void writeNote(const std::string& state);
     void settle();
+    std::string unkept() const;
     void giveUp();
 
     const std::string mountPoint_;

@@ -144,9 +144,6 @@ public:
         storage.list(storage.root(), 0, MountedStorage::ListingDetail::Names, // loads the root's link count
                      [](const auto&, const auto&, auto) { return false; });
         serve(storage, exitExport ? &*exitExport : nullptr);
-        if (!exitExport && storage.isPersistent()) {
-            noticeUnkept(storage);
-        }
         provider->doShutdown();
         return console_.failuresOfCommand() == 0 ? ExitStatus::Success : ExitStatus::Failure;
     }
@@ -177,13 +174,6 @@ private:
         importFolder(storage, console_, options_);
         tree.forgetSkipped(storage);
         exitExport->synchronize(std::move(tree));
-    }
-
-    void noticeUnkept(MountedStorage& storage) const {
-        const std::string unkept = storage.unkept().summary();
-        if (!unkept.empty()) {
-            console_.notice(options_.mountPoint, unkept);
-        }
     }
 
     void serve(MountedStorage& storage, ExitExport* exitExport) {

@@ -17,7 +17,8 @@ struct UnmountStatus {
 
     std::uint64_t attempt = 0; ///< number of attempts to end the mount so far
     Stage stage = Stage::Mounted;
-    std::array<char, 1000> text{}; ///< the progress, or the reason of a failure; NUL-terminated
+    std::array<char, 1000>
+        text{}; ///< the progress, the reason of a failure, or what was lost; NUL-terminated
 };
 
 // Requests by ioctl(2) on the root of a mount, so that they reach the program of this mount and no other.

@@ -55,11 +55,11 @@ void UnmountRequests::fail(std::string_view text) {
     setText(text);
 }
 
-void UnmountRequests::finish() {
+void UnmountRequests::finish(std::string_view text) {
     const auto end = std::chrono::steady_clock::now() + longestWait;
     const ScopedLock lock(mutex_);
     status_.stage = Stage::Saved;
-    setText("");
+    setText(text);
     while (requesters_ > 0 && informed_.wait_until(mutex_, end) != std::cv_status::timeout) {
     }
 }

@@ -41,7 +41,8 @@ public:
 
     /// Notes that the attempt has succeeded and the mount is about to go. Waits until all requesters have
     /// received that, with a short time limit: some may have gone.
-    void finish();
+    /// @param text  what the storage did not keep; usually empty
+    void finish(std::string_view text);
 
 private:
     using Stage = UnmountStatus::Stage;

@@ -123,6 +123,9 @@ ExitStatus unmount(const std::string& mountPoint, Console& console) {
     becomeOwnerOfMount(path);
     const UnmountStatus end = waitForEnd(openMount(path), console);
     if (end.stage == Stage::Saved) {
+        if (end.text.front() != '\0') {
+            console.notice(path, end.text.data());
+        }
         return ExitStatus::Success;
     }
     console.report({path, end.stage == Stage::Failed ? std::string("stays mounted: ") + end.text.data()

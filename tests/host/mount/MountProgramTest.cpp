@@ -327,6 +327,19 @@ TEST_F(MountingTest, ReportsWhatTheStorageDidNotKeep) {
     EXPECT_TRUE(fs::equivalent(disk_ / "out/f", disk_ / "out/second"));
 }
 
+TEST_F(MountingTest, UnmountReportsWhatTheStorageDidNotKeep) {
+    const Words plugin{"--plugin", std::string(TEST_BAD_PLUGINS) + "/libBadProvider.so"};
+    ::setenv("BAD_PLUGIN", "hasFeature lasting", 1);
+    runMounted(plugin, [&](pid_t) {
+        fs::create_symlink("f", inside("link"));
+        const ProgramRun unmounting({"unmount", mountPoint_});
+        EXPECT_EQ(unmounting.status(), 0);
+        EXPECT_EQ(unmounting.errors(),
+                  "qzstorage: unmount: " + mountPoint_ + ": 1 link was not kept by the storage\n");
+    });
+    ::unsetenv("BAD_PLUGIN");
+}
+
 TEST_F(MountingTest, MountsTwoStoragesAtOnce) {
     const std::string other = disk_.makeFolder("other");
     const ProgramRun run = runMounted({}, [&](pid_t process) {
