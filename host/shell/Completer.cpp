@@ -2,6 +2,7 @@
 
 #include "host/shell/DiskLookup.h"
 #include "host/shell/StorageLookup.h"
+#include "host/shell/TildeExpansion.h"
 #include "host/support/UsageError.h"
 #include "host/support/Utf.h"
 
@@ -36,12 +37,13 @@ Completer::Completion Completer::complete(std::string_view line) const {
     if (!beginning || printable(beginning->words.back().text) != beginning->words.back().text) {
         return {};
     }
-    const std::string& word = beginning->words.back().text;
+    const Word& last = beginning->words.back();
+    const std::string& word = last.text;
     switch (kindOfLast(beginning->words)) {
     case WordKind::Storage:
         return pathCompletion(StorageLookup(session_), word, beginning->quotes);
     case WordKind::Disk:
-        return pathCompletion(DiskLookup(), word, beginning->quotes);
+        return pathCompletion(DiskLookup(), expandTilde(last).text, beginning->quotes);
     case WordKind::Command:
         return completion(word, commandsWith(word), beginning->quotes);
     case WordKind::Text:
@@ -156,7 +158,7 @@ Completer::Completion Completer::completion(std::string_view prefix, std::vector
 
 std::string Completer::quoted(std::string_view text, Quotes quotes) {
     constexpr std::string_view specialInDoubleQuotes = "$`\"\\";
-    constexpr std::string_view special = " \t'\"\\#*?|<>&;";
+    constexpr std::string_view special = " \t'\"\\#*?|<>&;~";
     std::string result;
     for (const char character : text) {
         if (quotes == Quotes::Single) {

@@ -6,6 +6,7 @@
 #include "host/shell/DiskLookup.h"
 #include "host/shell/Glob.h"
 #include "host/shell/StorageLookup.h"
+#include "host/shell/TildeExpansion.h"
 #include "host/support/Interruption.h"
 #include "host/support/UsageError.h"
 
@@ -81,7 +82,7 @@ void Shell::runLine(std::string_view line) {
     runCommand(*info, std::move(words));
 }
 
-/// Replaces the patterns among the words by the matching paths. If a provider fails here, the command fails.
+/// Replaces "~" and the patterns among the words by the paths that they stand for. If a provider fails here, the command fails.
 std::vector<std::string> Shell::expand(const std::vector<Word>& words, const CommandSyntax& syntax) {
     const StorageLookup storage(session_);
     const DiskLookup disk;
@@ -97,10 +98,10 @@ std::vector<std::string> Shell::expand(const std::vector<Word>& words, const Com
             expanded.push_back(std::move(texts[i]));
             continue;
         }
-        const PathLookup& lookup =
-            kinds[i] == WordKind::Disk ? static_cast<const PathLookup&>(disk) : storage;
+        const bool isDisk = kinds[i] == WordKind::Disk;
+        const PathLookup& lookup = isDisk ? static_cast<const PathLookup&>(disk) : storage;
         session_.console().attempt(words[i].text, [&] {
-            for (std::string& path : Glob(lookup).expand(words[i])) {
+            for (std::string& path : Glob(lookup).expand(isDisk ? expandTilde(words[i]) : words[i])) {
                 expanded.push_back(std::move(path));
             }
         });

@@ -1,30 +1,18 @@
 #include "host/support/StateFolder.h"
 
+#include "host/support/HomeFolder.h"
+
 #include <cstdlib>
-#include <optional>
-#include <pwd.h>
-#include <unistd.h>
 
 namespace storage::host {
 
-namespace {
-
-/// The path in an environment variable; nothing if it is not absolute.
-std::optional<std::string> pathIn(const char* variable) {
-    return variable != nullptr && *variable == '/' ? std::optional<std::string>(variable) : std::nullopt;
-}
-
-} // namespace
-
 std::string stateFolder() {
-    // NOLINTBEGIN(concurrency-mt-unsafe): no other thread is running yet
-    if (const auto state = pathIn(std::getenv("XDG_STATE_HOME"))) {
-        return *state + "/qzstorage";
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread is running yet
+    const char* const state = std::getenv("XDG_STATE_HOME");
+    if (state != nullptr && *state == '/') {
+        return std::string(state) + "/qzstorage";
     }
-    const auto home = pathIn(std::getenv("HOME"));
-    const passwd* const user = home ? nullptr : ::getpwuid(::geteuid());
-    // NOLINTEND(concurrency-mt-unsafe)
-    return home.value_or(user != nullptr ? user->pw_dir : "/var/tmp") + "/.local/state/qzstorage";
+    return homeFolder().value_or("/var/tmp") + "/.local/state/qzstorage";
 }
 
 } // namespace storage::host
