@@ -126,6 +126,7 @@ WordKind CommandSyntax::operandKind(std::size_t index, std::size_t count) const 
 }
 
 std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::string> words) {
+    splitEmptyValues(words);
     translateWordOptions(words);
     std::reverse(words.begin(), words.end()); // the parser's order
     try {
@@ -146,6 +147,21 @@ std::optional<std::vector<std::string>> CommandSyntax::parse(std::vector<std::st
         throw UsageError(fmt::format("extra operand '{}'", operands[most_]));
     }
     return operands;
+}
+
+/// Splits "--name=" into the option and an empty word, because the parser would take the next word as the
+/// value. Stops at "--".
+void CommandSyntax::splitEmptyValues(std::vector<std::string>& words) const {
+    for (std::size_t i = 0; i < words.size() && words[i] != "--"; ++i) {
+        const bool isEmpty = std::any_of(options_.begin(), options_.end(), [&](const Option& option) {
+            return option.name.starts_with("--") && option.name + '=' == words[i];
+        });
+        if (isEmpty) {
+            words[i].pop_back();
+            words.insert(words.begin() + static_cast<std::ptrdiff_t>(i) + 1, "");
+        }
+        i += isEmpty || takesNextWord(words[i]) ? 1 : 0; // a value
+    }
 }
 
 /// Adds a dash to options such as "-name", because the parser knows long options only with two dashes.

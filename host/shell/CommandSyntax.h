@@ -94,6 +94,7 @@ private:
 
     bool takesNextWord(const std::string& word) const;
     WordKind operandKind(std::size_t index, std::size_t count) const;
+    void splitEmptyValues(std::vector<std::string>& words) const;
     void translateWordOptions(std::vector<std::string>& words) const;
     [[noreturn]] void refuseMissingValue(const CLI::ArgumentMismatch& error) const;
     void refuseRepeatedOptions() const;

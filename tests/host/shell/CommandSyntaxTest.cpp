@@ -107,6 +107,15 @@ TEST_F(CommandSyntaxTest, RefusesAnOptionWithoutItsValue) {
     EXPECT_EQ(usageError({"a", "-name"}), "-name requires a value, PATTERN");
 }
 
+TEST_F(CommandSyntaxTest, AcceptsAnEmptyValueAfterAnEqualsSign) {
+    std::vector<std::string> values;
+    syntax_.operands(0, CommandSyntax::any);
+    syntax_.repeatedOption("--value", "TEXT", values, "");
+    EXPECT_EQ(syntax_.parse({"--value=", "--value", "--value=", "a", "--", "--value="}),
+              (std::vector<std::string>{"a", "--value="}));
+    EXPECT_EQ(values, (std::vector<std::string>{"", "--value="}));
+}
+
 using Kinds = std::vector<WordKind>;
 
 TEST_F(CommandSyntaxTest, DistinguishesOptionsAndTheirValuesFromOperands) {
