@@ -32,7 +32,8 @@ const char* answerTo(char character) {
     case '|':
         return "pipes are not supported; use qzstorage -c 'cat /f' | COMMAND, or export /f";
     case '>':
-        return "redirections are not supported; use qzstorage -c 'cat /f' > FILE, or 'write /f TEXT'";
+        return "redirections are not supported; use qzstorage -c 'cat /f' > FILE, 'write /f TEXT', or "
+               "'write /f -' for the standard input";
     case '<':
         return "redirections are not supported; use qzstorage -c 'write /f -' < FILE";
     case '&':

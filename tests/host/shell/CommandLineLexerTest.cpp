@@ -90,6 +90,7 @@ TEST(CommandLineLexerTest, OperatorsOfAShellAreAnsweredWithWhatToDoInstead) {
                 ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'cat /f' | COMMAND")));
     EXPECT_THAT(answer("cat /f|wc"), ThrowsMessage<UsageError>(HasSubstr("'|': pipes are not supported")));
     EXPECT_THAT(answer("cat /f >g"), ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'cat /f' > FILE")));
+    EXPECT_THAT(answer("cat > /f"), ThrowsMessage<UsageError>(HasSubstr("'write /f -'")));
     EXPECT_THAT(answer("write /f < g"),
                 ThrowsMessage<UsageError>(HasSubstr("qzstorage -c 'write /f -' < FILE")));
     EXPECT_THAT(answer("ls; pwd"), ThrowsMessage<UsageError>(HasSubstr("';': a line is one command")));
