@@ -32,12 +32,15 @@ public:
 
 private:
     void move(Session& session, const StoragePath& source, const StoragePath& target) const {
-        const bool isFolder = requireEntry(session.provider(source), source) == EntryExistence::Folder;
+        const EntryExistence kind = requireEntry(session.provider(source), source);
         refuseImpossibleTransfer(session, source, target);
         // A provider may remove the replaced entry before it finds that the source's folder is read-only.
         requireWritableFolder(session, source.parent());
         const auto policy = force_ ? ReplacementPolicy::ReplaceExisting : ReplacementPolicy::RefuseExisting;
-        if (isFolder) {
+        if (force_) {
+            refuseOtherKind(session, kind, target);
+        }
+        if (kind == EntryExistence::Folder) {
             // A provider may stop midway at a read-only folder and leave the tree split.
             refuseReadOnlyFolders(session, source);
             session.provider(source).doMoveFolder(source.iri(), target.iri(), policy);

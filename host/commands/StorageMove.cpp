@@ -45,9 +45,12 @@ bool StorageMove::replaces(EntryExistence kind, const StoragePath& target) const
         if (found == EntryExistence::Missing) {
             return;
         }
-        const bool isFull = found == EntryExistence::Folder && provider.doListAll(target.iri())->hasNext();
-        if (existing_ == Existing::Refused || found != kind || isFull) {
+        if (existing_ == Existing::Refused) {
             throw CommandError(target.printed(), "already exists");
+        }
+        refuseOtherKind(session_, kind, target);
+        if (found == EntryExistence::Folder && provider.doListAll(target.iri())->hasNext()) {
+            throw CommandError(target.printed(), "the folder is not empty");
         }
         refuseReadOnlyFile(provider, target);
     });

@@ -25,6 +25,16 @@ void refuseImpossibleTransfer(const Session& session, const StoragePath& source,
     refuseReadOnlyFolder(session, target.parent());
 }
 
+void refuseOtherKind(const Session& session, EntryExistence kind, const StoragePath& target) {
+    const EntryExistence found = existence(session.provider(target), target);
+    if (found == EntryExistence::Missing || found == kind) {
+        return;
+    }
+    throw CommandError(target.printed(), found == EntryExistence::File
+                                             ? "is a file, so a folder cannot replace it"
+                                             : "is a folder, so a file cannot replace it");
+}
+
 void refuseRemovingCurrentFolder(const Session& session, const StoragePath& path) {
     if (path.isRoot()) {
         throw CommandError(path.printed(), "the root folder cannot be removed");

@@ -2,6 +2,8 @@
 
 #include "host/session/Session.h"
 #include "host/storage/StoragePath.h"
+#include "hostapi/storage/provider/EntryExistence.h"
+#include "hostapi/storage/provider/ShortNamespace.h"
 
 namespace storage::host {
 
@@ -9,6 +11,11 @@ namespace storage::host {
 /// terminate. Also refuses a target whose parent is missing, read-only or not a folder.
 /// @throws CommandError
 void refuseImpossibleTransfer(const Session& session, const StoragePath& source, const StoragePath& target);
+
+/// Refuses to replace a file by a folder, or a folder by a file. A missing target is accepted.
+/// @param kind  of the entry that replaces the target
+/// @throws CommandError
+void refuseOtherKind(const Session& session, provider::EntryExistence kind, const StoragePath& target);
 
 /// Refuses to remove the root folder, or a folder that is or contains the current folder.
 /// @throws CommandError

@@ -73,6 +73,13 @@ TEST_F(MoveAndCopyTest, MvForcedReplacesAnEmptyFolderOnly) {
     EXPECT_EQ(fail("mv -f /a /d"), "qzstorage: mv: /d/a: already exists\n");
 }
 
+TEST_F(MoveAndCopyTest, MvForcedNamesTheKindThatItCannotReplace) {
+    EXPECT_EQ(fail("mv -f /a /h"), "qzstorage: mv: /h: is a file, so a folder cannot replace it\n");
+    succeed("mkdir -p /d/h");
+    EXPECT_EQ(fail("mv -f /h /d"), "qzstorage: mv: /d/h: is a folder, so a file cannot replace it\n");
+    EXPECT_EQ(succeed("cat /h /a/f"), "three\none\n");
+}
+
 TEST_F(MoveAndCopyTest, RefusesAnEntryOntoItself) {
     for (const std::string command : {"mv -f", "cp -r"}) {
         const std::string name = command.substr(0, 2);

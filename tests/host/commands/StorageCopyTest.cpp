@@ -209,8 +209,9 @@ TEST_F(StorageCopyTest, MvReplacesOnlyWhenForced) {
 TEST_F(StorageCopyTest, MvForcedReplacesAFileOrAnEmptyFolder) {
     succeed("write disk:/f old");
     succeed("mkdir -p disk:/a disk:/full/a/x disk:/is/f");
-    EXPECT_EQ(fail("mv -f /a disk:/full"), "qzstorage: mv: disk:/full/a: already exists\n");
-    EXPECT_EQ(fail("mv -f /a/f disk:/is"), "qzstorage: mv: disk:/is/f: already exists\n");
+    EXPECT_EQ(fail("mv -f /a disk:/full"), "qzstorage: mv: disk:/full/a: the folder is not empty\n");
+    EXPECT_EQ(fail("mv -f /a/f disk:/is"),
+              "qzstorage: mv: disk:/is/f: is a folder, so a file cannot replace it\n");
     succeed("mv -f /a/f disk:/");
     succeed("mv -f /a disk:/");
     EXPECT_EQ(succeed("cat disk:/f disk:/a/s/g"), "one\ntwo\n");
