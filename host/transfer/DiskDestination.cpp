@@ -2,7 +2,10 @@
 
 #include "host/disk/DiskEntry.h"
 #include "host/disk/DiskFolder.h"
+#include "host/disk/DiskPath.h"
 #include "host/support/CommandError.h"
+
+#include <filesystem>
 
 namespace storage::host {
 
@@ -18,6 +21,11 @@ DiskDestination::DiskDestination(const std::string& operand, std::size_t sources
     : path_(diskOperand(operand)), isFolder_(isDiskFolder(path_)) {
     if (sources > 1 && !isFolder_) {
         throw CommandError(path_, "not a folder");
+    }
+    const std::string parent = diskParent(path_);
+    std::error_code error; // of an unreadable folder: writing there reports it
+    if (!std::filesystem::exists(parent, error) && !error) {
+        throw CommandError(path_, "folder " + parent + " does not exist");
     }
 }
 

@@ -380,7 +380,7 @@ TEST_F(BadDiskTest, PreservesNamesThatAreNotUtf8) {
     EXPECT_EQ(namesIn(disk_ / "out"), namesIn(source));
     EXPECT_EQ(fail("cat /n/\xC3"), line("cat: /n/\\xC3: no such file or folder"));
     EXPECT_EQ(fail("export /n " + disk_ / "\xFF/x"),
-              line("export: " + disk_ / "\\xFF/x" + ": No such file or directory"));
+              line("export: " + disk_ / "\\xFF/x" + ": folder " + disk_ / "\\xFF" + " does not exist"));
 }
 
 TEST_F(BadDiskTest, ReportsInvalidNamesAndExportsTheRest) {

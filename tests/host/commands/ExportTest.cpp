@@ -481,10 +481,9 @@ TEST_F(ExportTest, RefusesALinkWithTheNameOfTheSource) {
 TEST_F(ExportTest, NamesAMissingSourceOrFolder) {
     EXPECT_EQ(fail("export /x " + disk_ / "out"), "qzstorage: export: /x: no such file or folder\n");
     EXPECT_EQ(fail("export /a " + disk_ / "x/y"),
-              "qzstorage: export: " + disk_ / "x/y" + ": No such file or directory\n");
+              "qzstorage: export: " + disk_ / "x/y" + ": folder " + disk_ / "x" + " does not exist\n");
     EXPECT_EQ(fail("export /a/f " + disk_ / "x/y"),
-              "qzstorage: export: " + disk_ / "x/y" + ": No such file or directory\n");
-    EXPECT_EQ(output(), "exported 0 folders, 0 files, 0 bytes\n");
+              "qzstorage: export: " + disk_ / "x/y" + ": folder " + disk_ / "x" + " does not exist\n");
 }
 
 } // namespace
