@@ -130,6 +130,9 @@ public:
         std::optional<ExitExport> exitExport;
         if (options_.exportTo) {
             refuseBelow(options_.mountPoint, *options_.exportTo);
+            if (options_.rescueTo) {
+                rescue_.requireUsable();
+            }
             exitExport.emplace(*options_.exportTo, console_);
         }
         MountedStorage storage(*provider, settings(*provider));

@@ -44,6 +44,20 @@ void makeFolder(const std::string& path) {
 RescueFolder::RescueFolder(std::string base, const std::string& mountPoint)
     : base_(std::move(base)), path_(base_ + '/' + nameFor(mountPoint)) {}
 
+void RescueFolder::requireUsable() const {
+    std::filesystem::path existing = base_;
+    std::error_code error; // an unreadable folder is treated as missing, and one above it is reported
+    while (!std::filesystem::exists(existing, error)) {
+        existing = existing.parent_path();
+    }
+    if (!std::filesystem::is_directory(existing)) {
+        throw CommandError(existing, "not a folder; choose another one with --rescue");
+    }
+    if (::access(existing.c_str(), W_OK | X_OK) != 0) {
+        throw diskError(existing, errno);
+    }
+}
+
 bool RescueFolder::baseHasNotes() const {
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(base_, error)) {

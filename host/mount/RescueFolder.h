@@ -21,6 +21,10 @@ public:
     /// The path for the content.
     std::string content() const { return path_ + "/content"; }
 
+    /// Checks at the start whether the folder can be created.
+    /// @throws CommandError
+    void requireUsable() const;
+
     /// Whether the base folder has notes, of this mount or of an earlier one.
     bool baseHasNotes() const;
 

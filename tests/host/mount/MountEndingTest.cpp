@@ -192,8 +192,8 @@ TEST_F(MountEndingTest, RescuesTheContentOfAnUnmountedStorage) {
 
 /// The rescue folder is blocked: on a slow machine the program would use it before the target is free.
 TEST_F(MountEndingTest, WaitsForTheTargetWhenUnmounted) {
-    const std::string blocked = disk_.write("blocked", "");
-    const ProgramRun run = runMounted({"--export-on-exit", out_, "--rescue", blocked}, [&](pid_t process) {
+    const ProgramRun run = runMounted(exporting_, [&](pid_t process) {
+        disk_.write("state/rescue", "");
         write(inside("f"), "content");
         write(out_, "in the way");
         EXPECT_TRUE(unmount());
@@ -207,10 +207,9 @@ TEST_F(MountEndingTest, WaitsForTheTargetWhenUnmounted) {
 /// A mount that can be saved neither to its target nor to the rescue folder, after its unmount.
 class UnsavedMountTest : public MountEndingTest {
 protected:
-    UnsavedMountTest() { disk_.write("state/rescue", ""); }
-
     /// Sends a signal that gives up the target, and waits until the rescue has failed after it.
-    void giveUpTarget(pid_t process) const {
+    void giveUpTarget(pid_t process) {
+        disk_.write("state/rescue", "");
         write(inside("f"), "content");
         write(out_, "in the way");
         EXPECT_TRUE(unmount());

@@ -43,7 +43,7 @@ TEST_F(MountProgramTest, ReportsWrongUsageInOneLineWithStatusTwo) {
                                {"mount", mountPoint_, "--frobnicate"}}) {
         const ProgramRun run(words);
         EXPECT_EQ(run.status(), 2);
-        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]* \\(try 'qzstorage --help'\\)\n"));
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]* \\(try 'qzstorage mount --help'\\)\n"));
         EXPECT_EQ(run.output(), "");
         EXPECT_FALSE(isMounted());
     }
@@ -71,7 +71,11 @@ TEST_F(MountProgramTest, ReportsEachFailureInOneLine) {
              {{"mount", mountPoint_, "--export-on-exit", file}, "file: not a folder; "},
              {{"mount", mountPoint_, "--export-on-exit", disk_ / "missing/out"}, "missing: "},
              {{"mount", mountPoint_, "--export-on-exit", closed + "/out"}, "closed: "},
-             {{"mount", mountPoint_, "--export-on-exit", closed}, "closed: "}}) {
+             {{"mount", mountPoint_, "--export-on-exit", closed}, "closed: "},
+             {{"mount", mountPoint_, "--export-on-exit", folder, "--rescue", file}, "file: not a folder; "},
+             {{"mount", mountPoint_, "--export-on-exit", folder, "--rescue", file + "/x"},
+              "file: not a folder; "},
+             {{"mount", mountPoint_, "--export-on-exit", folder, "--rescue", closed + "/x/y"}, "closed: "}}) {
         for (const bool inBackground : {false, true}) {
             Words all = words;
             if (inBackground) {
