@@ -90,84 +90,127 @@ private:
     bool keepGoing_ = false;
 };
 
-/// Returns the message for a missing or unknown subcommand.
-std::string commandMissing(const CLI::App& app, const LinesSyntax& lines) {
-    const std::vector<std::string> words = app.remaining();
-    if (lines.lines(app)) {
-        return "-c takes one argument, so '" + words.front() + "' is extra; quote the whole line";
+/// The options and subcommands of the program. Parses one command line.
+class CommandLine {
+public:
+    CommandLine() {
+        app_.set_version_flag("--version", "qzstorage " QZSTORAGE_VERSION);
+        app_.require_subcommand(0, 1);
+        app_.add_option("--plugin", plugins_,
+                        "Shared library of the plug-in; shell, run and -c accept several, used as NAME:/path")
+            ->type_name("[NAME=]PATH")
+            ->type_size(1)
+            ->allow_extra_args(false)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        app_.footer(examples);
+        for (CLI::App* const command : app_.get_subcommands(nullptr)) {
+            command->fallthrough(); // options of the program may also follow the subcommand
+        }
     }
-    std::string known;
-    for (const CLI::App* const command : app.get_subcommands(nullptr)) {
-        known += known.empty() ? command->get_name() : ", " + command->get_name();
+
+    /// @throws UsageError
+    ProgramOptions parse(int argc, const char* const* argv) {
+        ProgramOptions options;
+        try {
+            app_.parse(argc, argv);
+        } catch (const CLI::CallForHelp&) {
+            options.message = app_.help();
+            return options;
+        } catch (const CLI::CallForVersion& version) {
+            options.message = std::string(version.what()) + '\n';
+            return options;
+        } catch (const CLI::ExtrasError& error) {
+            throw UsageError(hasCommand() ? error.what() : commandMissing());
+        } catch (const CLI::ParseError& error) {
+            throw UsageError(error.what());
+        }
+        options.lines = lines_.lines(app_);
+        if (!hasCommand() && !options.lines) {
+            throw UsageError(commandMissing());
+        }
+        options.program = program();
+        options.script = lines_.script();
+        options.failureHandling = lines_.failureHandling();
+        options.mount = mount_.result();
+        options.unmount = unmount_.result();
+        choosePlugins(options);
+        return options;
     }
-    return (words.empty() ? "missing command" : words.front() + ": unknown command") + "; commands are " +
-           known;
+
+    /// The program and the subcommand that was found.
+    std::string program() const {
+        return hasCommand() ? "qzstorage " + app_.get_subcommands().front()->get_name() : "qzstorage";
+    }
+
+private:
+    bool hasCommand() const { return !app_.get_subcommands().empty(); }
+
+    /// Returns the message for a missing or unknown subcommand.
+    std::string commandMissing() const {
+        const std::vector<std::string> words = app_.remaining();
+        if (lines_.lines(app_)) {
+            return "-c takes one argument, so '" + words.front() + "' is extra; quote the whole line";
+        }
+        std::string known;
+        for (const CLI::App* const command : app_.get_subcommands(nullptr)) {
+            known += known.empty() ? command->get_name() : ", " + command->get_name();
+        }
+        return (words.empty() ? "missing command" : words.front() + ": unknown command") + "; commands are " +
+               known;
+    }
+
+    void choosePlugins(ProgramOptions& options) const {
+        options.plugins = namedPlugins(plugins_);
+        const bool isSession = !hasCommand() || app_.got_subcommand("shell") || options.script;
+        std::optional<std::string> plugin = isSession ? std::nullopt : onlyPlugin(options.plugins);
+        options.validate = validate_.result(plugin);
+        options.inspect = inspect_.result(plugin);
+        if (options.validate) {
+            plugin = options.validate->plugin;
+        } else if (options.inspect) {
+            plugin = options.inspect->plugin;
+        } else if (options.mount && options.mount->plugin) {
+            plugin = options.mount->plugin;
+        }
+        if (!isSession || options.plugins.empty()) {
+            options.plugins = {{"", plugin ? *plugin : defaultPlugin()}};
+        }
+        options.plugin = options.plugins.front().path;
+    }
+
+    CLI::App app_{description, "qzstorage"};
+    std::vector<std::string> plugins_;
+    LinesSyntax lines_{app_};
+    MountSyntax mount_{app_};
+    UnmountSyntax unmount_{app_};
+    ValidateSyntax validate_{app_};
+    InspectSyntax inspect_{app_};
+};
+
+std::optional<MountHelperCall> helperCall(int argc, const char* const* argv) {
+    try {
+        return MountHelperCall::of(argc, argv);
+    } catch (const UsageError& error) {
+        throw ProgramOptions::withHint(error, "qzstorage mount");
+    }
 }
 
 } // namespace
 
 ProgramOptions ProgramOptions::parse(int argc, const char* const* argv) {
-    if (const auto call = MountHelperCall::of(argc, argv)) {
+    if (const auto call = helperCall(argc, argv)) {
         return parse(*call);
     }
-    ProgramOptions options;
-    std::vector<std::string> plugins;
-    CLI::App app(description, "qzstorage");
-    app.set_version_flag("--version", "qzstorage " QZSTORAGE_VERSION);
-    app.require_subcommand(0, 1);
-    app.fallthrough(); // options of the program may also follow a subcommand
-    app.add_option("--plugin", plugins,
-                   "Shared library of the plug-in; shell, run and -c accept several, used as NAME:/path")
-        ->type_name("[NAME=]PATH")
-        ->type_size(1)
-        ->allow_extra_args(false)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    const LinesSyntax lines(app);
-    const MountSyntax mount(app);
-    const UnmountSyntax unmount(app);
-    const ValidateSyntax validate(app);
-    const InspectSyntax inspect(app);
-    app.footer(examples); // set last, because subcommands inherit it
-
+    CommandLine line;
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        options.message = app.help();
-        return options;
-    } catch (const CLI::CallForVersion& version) {
-        options.message = std::string(version.what()) + '\n';
-        return options;
-    } catch (const CLI::ExtrasError& error) {
-        throw UsageError(app.get_subcommands().empty() ? commandMissing(app, lines) : error.what());
-    } catch (const CLI::ParseError& error) {
-        throw UsageError(error.what());
+        return line.parse(argc, argv);
+    } catch (const UsageError& error) {
+        throw withHint(error, line.program());
     }
-    options.lines = lines.lines(app);
-    if (app.get_subcommands().empty() && !options.lines) {
-        throw UsageError(commandMissing(app, lines));
-    }
-    options.plugins = namedPlugins(plugins);
-    options.script = lines.script();
-    options.failureHandling = lines.failureHandling();
-    options.mount = mount.result();
-    options.unmount = unmount.result();
-    const bool isSession = app.get_subcommands().empty() || app.got_subcommand("shell") || options.script;
-    std::optional<std::string> plugin = isSession ? std::nullopt : onlyPlugin(options.plugins);
-    options.validate = validate.result(plugin);
-    options.inspect = inspect.result(plugin);
-    if (options.validate) {
-        plugin = options.validate->plugin;
-    } else if (options.inspect) {
-        plugin = options.inspect->plugin;
-    } else if (options.mount && options.mount->plugin) {
-        plugin = options.mount->plugin;
-    }
+}
 
-    if (!isSession || options.plugins.empty()) {
-        options.plugins = {{"", plugin ? *plugin : defaultPlugin()}};
-    }
-    options.plugin = options.plugins.front().path;
-    return options;
+UsageError ProgramOptions::withHint(const UsageError& error, const std::string& program) {
+    return UsageError(std::string(error.what()) + " (try '" + program + " --help')");
 }
 
 ProgramOptions ProgramOptions::parse(const MountHelperCall& call) {

@@ -16,6 +16,7 @@ namespace storage::host {
 
 /// The parsed command line. A value.
 struct ProgramOptions {
+    std::string program = "qzstorage"; ///< with the subcommand, as in hints
     std::string plugin;                ///< path of the only plug-in, or of the first one
     std::vector<NamedPlugin> plugins;  ///< of the session, at least one
     std::optional<std::string> script; ///< path of the script; without one, lines come from standard input
@@ -27,8 +28,11 @@ struct ProgramOptions {
     std::optional<InspectOptions> inspect;   ///< of the command `inspect`
     std::optional<std::string> message;      ///< printed instead of running anything, such as the help
 
-    /// @throws UsageError
+    /// @throws UsageError with a hint
     static ProgramOptions parse(int argc, const char* const* argv);
+
+    /// The same error with a hint to the help of a program or subcommand.
+    static UsageError withHint(const UsageError& error, const std::string& program);
 
 private:
     static ProgramOptions parse(const MountHelperCall& call);

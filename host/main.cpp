@@ -195,10 +195,11 @@ ExitStatus runTask(const ProgramOptions& options, Console& console) {
 
 /// Adds a hint to usage errors, and the name of the failed call to system errors.
 ExitStatus runCommandLine(int argc, const char* const* argv, Console& console) {
+    const ProgramOptions options = ProgramOptions::parse(argc, argv);
     try {
-        return runTask(ProgramOptions::parse(argc, argv), console);
+        return runTask(options, console);
     } catch (const UsageError& error) {
-        throw UsageError(std::string(error.what()) + " (try 'qzstorage --help')");
+        throw ProgramOptions::withHint(error, options.program);
     } catch (const OutputError&) {
         throw;
     } catch (const std::filesystem::filesystem_error&) { // names its path

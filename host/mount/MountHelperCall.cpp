@@ -23,6 +23,9 @@ public:
     MountHelperCall call() {
         while (!rest_.empty()) {
             const std::string_view word = next();
+            if (word == "--help" || word == "-h") {
+                return {{"qzstorage", "mount", "--help"}};
+            }
             if (word.size() > 1 && word.front() == '-') {
                 readFlags(word.substr(1));
             } else {

@@ -156,10 +156,12 @@ TEST(ProgramOptionsTest, RejectsOtherMountHelperArguments) {
 }
 
 TEST(ProgramOptionsTest, ListsTheCommandsForAnUnknownOne) {
-    const std::string known = "; commands are run, shell, mount, unmount, validate, inspect";
+    const std::string known =
+        "; commands are run, shell, mount, unmount, validate, inspect (try 'qzstorage --help')";
     EXPECT_THAT([] { parse({"help"}); }, testing::ThrowsMessage<UsageError>("help: unknown command" + known));
     EXPECT_THAT([] { parse({}); }, testing::ThrowsMessage<UsageError>("missing command" + known));
-    EXPECT_THAT([] { parse({"run"}); }, testing::ThrowsMessage<UsageError>("SCRIPT is required"));
+    EXPECT_THAT([] { parse({"run"}); },
+                testing::ThrowsMessage<UsageError>("SCRIPT is required (try 'qzstorage run --help')"));
 }
 
 } // namespace

@@ -69,6 +69,11 @@ TEST_F(MountHelperProgramTest, MountsALineOfFstab) {
               "read-only\n64\n");
 }
 
+TEST_F(MountHelperProgramTest, PrintsTheHelpOfMount) {
+    EXPECT_THAT(printedBy("mount.fuse.qzstorage --help\n"), HasSubstr("Usage: qzstorage mount "));
+    EXPECT_THAT(printedBy("mount.fuse.qzstorage store\n"), HasSubstr("(try 'qzstorage mount --help')"));
+}
+
 TEST_F(MountHelperProgramTest, ReportsUnknownOptions) {
     EXPECT_THAT(printedBy("mount -t fuse.qzstorage -o frobnicate store $m\n"),
                 HasSubstr("frobnicate: unknown mount option"));

@@ -193,7 +193,7 @@ TEST_F(MountProgramTest, ReportsWrongUsageOfUnmountInOneLineWithStatusTwo) {
                                {"unmount", "--frobnicate", mountPoint_}}) {
         const ProgramRun run(words);
         EXPECT_EQ(run.status(), 2);
-        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]* \\(try 'qzstorage --help'\\)\n"));
+        EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]* \\(try 'qzstorage unmount --help'\\)\n"));
         EXPECT_EQ(run.output(), "");
     }
 }

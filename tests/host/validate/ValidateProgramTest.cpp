@@ -203,7 +203,7 @@ TEST(ValidateProgramTest, ReportsWrongUsageInOneLineWithStatusTwo) {
     EXPECT_EQ(nothing.status(), 2);
     EXPECT_EQ(nothing.errors(),
               "qzstorage: no rule matches 'x*'; 'qzstorage validate --list' lists the rules "
-              "(try 'qzstorage --help')\n");
+              "(try 'qzstorage validate --help')\n");
     const ProgramRun twice({"--plugin", "/p.so", "validate", "/q.so"});
     EXPECT_EQ(twice.status(), 2);
     EXPECT_THAT(twice.errors(), StartsWith("qzstorage: plug-in given twice: "));
