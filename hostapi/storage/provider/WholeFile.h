@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <ios>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,14 +24,17 @@ namespace foundation::storage::provider {
 /// @throws std::runtime_error when the provider returns an impossible count
 /// @throws whatever the stream throws
 inline std::string readFile(const IProvider& provider, const StorageIRI& iri) {
-    constexpr std::size_t firstBlock = std::size_t{64} * 1024;
     const std::unique_ptr<ByteStream> stream = requireNonNull(provider.doOpenReadOnlyStream(iri), "stream");
+    const std::streamoff expected = stream->seek(0, std::ios_base::end);
+    stream->seek(0, std::ios_base::beg);
     std::string bytes;
     std::size_t size = 0;
+    // One byte more than expected, so that the end is seen. A file that grows meanwhile takes further blocks.
+    std::size_t block = static_cast<std::size_t>(std::max<std::streamoff>(expected, 0)) + 1;
     do {
-        // Blocks grow with the file, so that few calls read a large one.
-        bytes.resize(size + std::max(firstBlock, size));
-        size += readUpTo(*stream, bytes.data() + size, bytes.size() - size);
+        bytes.resize(size + block);
+        size += readUpTo(*stream, bytes.data() + size, block);
+        block = size;
     } while (size == bytes.size());
     bytes.resize(size);
     return bytes;

@@ -45,6 +45,12 @@ TEST_F(WholeFileTest, IsReadBackAtAnySize) {
     }
 }
 
+TEST_F(WholeFileTest, IsReadIntoAStringOfItsSize) {
+    const std::string bytes(100, 'x');
+    writeFile(*provider_, iri_, bytes);
+    EXPECT_LE(readFile(*provider_, iri_).capacity(), bytes.size() + 1);
+}
+
 TEST_F(WholeFileTest, ReplacesLongerContent) {
     writeFile(*provider_, iri_, "long content");
     writeFile(*provider_, iri_, "short");
