@@ -56,7 +56,11 @@ midway: what has been moved stays moved, and no file is lost.)"},
         CheckGroup{
             12, "Operations with a default", checks::derivedOperations(),
             R"(These operations have a default that calls only the others, so they work on every provider. A
-provider may override them; the rules apply to overrides too.)"},
+provider may override them; the rules apply to overrides too.
+
+The default copies write to a temporary file in the destination's folder, named `.copy-` and 16 random
+hexadecimal digits. If the process ends during a copy, that file stays. The default of doTruncateToSize opens
+the file for writing, so it stamps the file where opening does, even if the size stays the same.)"},
         CheckGroup{
             13, "Threads", checks::threads(),
             R"(Any number of threads may use one provider. Each operation is atomic to the extent that its

@@ -25,7 +25,8 @@ namespace foundation::storage::provider {
 /// Owns the stream, which must be destroyed before the library that made it is unloaded. Not thread-safe.
 class FileIostream : public boost::iostreams::stream<ByteStreamDevice> {
 public:
-    /// @param opened  from `doOpenStream`, or from `doOpenReadOnlyStream` to read only
+    /// @param opened  from `doOpenStream`, or from `doOpenReadOnlyStream` to read only. Do not write to the
+    ///                latter: not every provider refuses it
     /// @throws std::runtime_error when it is null
     explicit FileIostream(std::unique_ptr<ByteStream> opened)
         : boost::iostreams::stream<ByteStreamDevice>(ByteStreamDevice(std::move(opened))) {

@@ -424,7 +424,8 @@ public:
     /// with zeros. Streams that are open on the file see the change. Not atomic: a shrinking file is emptied
     /// and rewritten from a copy of the remaining bytes in memory, and a failed growth keeps the zeros added
     /// so far. If two threads grow one file, it never exceeds the larger of both sizes. Bytes that another
-    /// thread appends meanwhile may be lost.
+    /// thread appends meanwhile may be lost. The file is opened for writing even if it already has the size,
+    /// so its last-modified time changes as `doOpenStream` changes it.
     /// @param iri   a file
     /// @param size  the new size in bytes
     /// @throws Exception `NotFound` when no file exists there
