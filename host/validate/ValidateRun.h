@@ -12,7 +12,7 @@ namespace storage::host {
 
 /// Checks a plug-in against the rules of a catalogue, or prints the rules.
 /// @param plugin  path of the plug-in
-/// @throws UsageError, PluginError, Interrupted, OutputError
+/// @throws UsageError, CommandError, PluginError, Interrupted, OutputError
 ExitStatus runValidate(const std::string& plugin, const ValidateOptions& options,
                        std::span<const CheckGroup> catalogue, Console& console);
 

@@ -161,7 +161,7 @@ void removingLeavesOthers(CheckContext& context) {
         (provider.*kind->create)(context.at(u"f"));
         (provider.*kind->remove)(context.at(u"f"));
         expect(sortedEntries(provider.doListAll(context.at(u""))).size() == others.size(),
-               fmt::format("removing a {} removes another entry, too", kind->name));
+               fmt::format("removing a {} also removes another entry", kind->name));
     }
 }
 
@@ -200,7 +200,7 @@ void manyEntries(CheckContext& context) {
                            count, printable(numbered(i))));
     }
     expect(sortedEntries(provider.doListAll(context.at(u""))).size() == count / 2,
-           "a folder that holds many entries lists another number of them");
+           "a folder with many entries lists a wrong number of them");
 }
 
 /// Creates and removes random entries, and tracks the expected tree in a map of paths.

@@ -138,7 +138,7 @@ constexpr auto ofAnyKind = [](Type) { return true; };
 constexpr auto ofFiles = [](Type type) { return type == Type::File; };
 constexpr auto ofFolders = [](Type type) { return type == Type::Folder; };
 
-/// Expects that all listings by `pattern` yield what the model has for `shortest`, the same pattern.
+/// Expects that all listings by `pattern` yield what the model yields for `shortest`, an equivalent pattern.
 void expectSelected(const IProvider& provider, const StorageIRI& folder, const Model& model,
                     const std::u16string& pattern, std::u16string_view shortest) {
     const Names every = pathsIn(model, shortest, ofAnyKind);
@@ -289,7 +289,7 @@ void randomChangesAgreeWithModel(CheckContext& context) {
     tree.compare();
 }
 
-/// Paths in which storages compare numbers, lengths or parts of the characters.
+/// Paths that a comparator may confuse if it compares numbers, lengths or parts of characters.
 Names pathsToOrder(CheckContext& context) {
     const std::u16string letters = lettersFor(context) + u"/0\u00E9";
     Names paths;
@@ -312,7 +312,7 @@ Names pathsToOrder(CheckContext& context) {
     return paths;
 }
 
-/// Expects that a comparator puts the first of two paths before the second, or not.
+/// Expects that `before` returns `expected` for two paths.
 void expectOrder(const IProvider::PathComparator& before, const std::u16string& first,
                  const std::u16string& second, bool expected) {
     if (before(first, second) != expected) {
@@ -321,7 +321,8 @@ void expectOrder(const IProvider::PathComparator& before, const std::u16string& 
     }
 }
 
-/// In an order, all paths have different numbers of paths before them. Sorting would rely on an order.
+/// In a strict total order, each path has a different number of paths before it. Counts them, because sorting
+/// requires a valid order.
 void comparatorIsTotal(CheckContext& context) {
     const Names paths = pathsToOrder(context);
     const auto before = context.provider().doGetPathComparator(context.at(u""));
@@ -333,7 +334,7 @@ void comparatorIsTotal(CheckContext& context) {
     std::vector<std::ptrdiff_t> inOrder = places;
     std::sort(inOrder.begin(), inOrder.end());
     expect(std::adjacent_find(inOrder.begin(), inOrder.end()) == inOrder.end(),
-           "the comparator takes two paths for equal, or orders paths in circles");
+           "the comparator treats two different paths as equal, or its order has a cycle");
     const auto again = context.provider().doGetPathComparator(context.at(u"n"));
     for (std::size_t i = 0; i < paths.size(); ++i) {
         for (std::size_t j = 0; j < paths.size(); ++j) {
@@ -416,7 +417,7 @@ void transactionsTakeEffectTogether(CheckContext& context) {
         stream->flush();
         stream.reset();
         expect(contentOf(provider, file) == after,
-               "the writes of a transactional stream are not in the file after it is destroyed");
+               "the writes of a transactional stream are not in the file after the stream is destroyed");
     }
 }
 

@@ -43,7 +43,7 @@ std::string printed(const Names& names) {
 
 void expectNames(const Names& names, const Names& expected, std::string_view operation) {
     expect(sorted(names) == sorted(expected),
-           fmt::format("{} gives{}, not{}", operation, printed(sorted(names)), printed(sorted(expected))));
+           fmt::format("{} yields{}, not{}", operation, printed(sorted(names)), printed(sorted(expected))));
 }
 
 /// The remaining names of a listing. Names of folders get a trailing "/".
@@ -280,7 +280,7 @@ void recursiveListingNamesPaths(CheckContext& context) {
                 "listing an empty tree");
 }
 
-/// Whether a walk through the whole storage ends soon. The checks may have a small part of a large storage.
+/// Whether the whole storage is small enough to walk. The check's folder may be a small part of it.
 bool isSmall(const IProvider& provider) {
     constexpr std::size_t enough = 2000;
     std::size_t count = 0;
@@ -300,7 +300,7 @@ bool isSmall(const IProvider& provider) {
     return count <= enough;
 }
 
-/// @throws CheckSkipped if the whole storage cannot be walked through
+/// @throws CheckSkipped if the whole storage is too large or cannot be walked
 void requireSmallStorage(const IProvider& provider) {
     bool small = false;
     try {
@@ -308,7 +308,7 @@ void requireSmallStorage(const IProvider& provider) {
     } catch (const std::exception&) { // a folder that another host has removed or protected
     }
     if (!small) {
-        skip("the storage holds too much besides");
+        skip("the whole storage is too large or cannot be listed");
     }
 }
 
@@ -627,7 +627,7 @@ void copyingAFolder(CheckContext& context) {
                       "copying a folder as a file");
 }
 
-void copyTellsItsProgress(CheckContext& context) {
+void copyReportsItsProgress(CheckContext& context) {
     const IProvider& provider = context.provider();
     makeFile(provider, context.at(u"f"), std::string(200'000, 'x'));
     unsigned long long last = 0;
@@ -640,7 +640,7 @@ void copyTellsItsProgress(CheckContext& context) {
     expect(last == 200'000, fmt::format("the last progress of a copy of 200000 bytes is {}", last));
 }
 
-/// Throws an object out of the progress function and expects that it arrives.
+/// Throws an object from the progress function and expects to catch it.
 template <class Thrown>
 void expectCopyEnded(CheckContext& context, std::u16string_view destination, const Thrown& thrown) {
     const IProvider& provider = context.provider();
@@ -685,8 +685,8 @@ void existenceAgrees(CheckContext& context) {
                                                                        {StorageIRI(u"/"), Folder}}};
     for (const auto& [place, existence] : places) {
         const std::string path = printable(place.getPath());
-        expect(provider.doExistsExtended(place) == existence, "doExistsExtended is wrong about " + path);
-        expect(provider.doExists(place) == (existence != Missing), "doExists is wrong about " + path);
+        expect(provider.doExistsExtended(place) == existence, "doExistsExtended is wrong for " + path);
+        expect(provider.doExists(place) == (existence != Missing), "doExists is wrong for " + path);
     }
 }
 
@@ -885,14 +885,14 @@ void pathsAreOrderedByCodeUnits(CheckContext& context) {
     }
 }
 
-/// Names that a storage may take for one another, or refuse.
+/// Names that a storage may treat as equal, or refuse.
 constexpr std::array similarNames{u"n",   u" n",  u"n ",      u"n  ",    u".n",  u"n.",    u"n..",
                                   u"n .", u"n.n", u"n n",     u"n  n",   u"...", u".",     u"..",
                                   u"N",   u"%6E", u"e\u0301", u"\u00E9", u"n;v", u"~n",    u"n+n",
                                   u"\\n", u"n:",  u"n*",      u"n?",     u"n#n", u"n%20n", u"n\tn"};
 
-/// Creates folders with a file each, which tells one folder from another. Expects that the canonical location
-/// of each file leads to it.
+/// Creates folders with files that contain the folder's name. Expects that the canonical location of each file
+/// leads to it.
 void canonicalLocationKeepsNamesApart(CheckContext& context) {
     const IProvider& provider = context.provider();
     createFolders(context, {u"names"});
@@ -904,7 +904,7 @@ void canonicalLocationKeepsNamesApart(CheckContext& context) {
             makeFile(provider, context.at(folder + u"/f"), printable(name));
             makeFile(provider, context.at(folder + u"/" + name), printable(name));
             paths.insert(paths.end(), {folder + u"/f", folder + u"/" + name});
-        } catch (const Exception&) { // refused, or taken for an earlier name; other rules are about that
+        } catch (const Exception&) { // refused, or equal to an earlier name; other rules check that
         }
     }
     for (const std::u16string& path : paths) {
@@ -1027,7 +1027,7 @@ constexpr std::array table{
     Check{
         "12.27", "derived.copy-progress",
         "doCopyFileAtomic reports the number of bytes copied so far, which increases up to the file's size.",
-        Profile::AnyProvider, copyTellsItsProgress},
+        Profile::AnyProvider, copyReportsItsProgress},
     Check{"12.28", "derived.copy-ended",
           "An exception that the progress function throws ends the copy; the destination is unchanged.",
           Profile::AnyProvider, throwingEndsTheCopy},

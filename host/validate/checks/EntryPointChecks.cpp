@@ -43,7 +43,7 @@ Owner build(CheckContext& context) {
     return buildFrom(context.library());
 }
 
-/// Creates the folder "d" in the check's folder, and first that folder if the provider has its own storage.
+/// Creates the folder "d" in the check's folder. First creates that folder if the provider lacks it.
 StorageIRI makeFolder(CheckContext& context, const IProvider& provider) {
     if (!provider.doFolderExists(context.at(u""))) {
         provider.doCreateFolder(context.at(u""));
@@ -81,7 +81,7 @@ void newEachTime(CheckContext& context) {
     expect(first != second, "two calls of the entry point store the same provider");
 }
 
-void letsGoOfHeldProvider(CheckContext& context) {
+void releasesHeldProvider(CheckContext& context) {
     Owner owner = build(context);
     const std::weak_ptr<IProvider> held = owner;
     context.library().entryPoint()(&owner);
@@ -94,7 +94,7 @@ void leavesOtherOwners(CheckContext& context) {
     const Owner other = owner;
     const StorageIRI folder = makeFolder(context, *other);
     context.library().entryPoint()(&owner);
-    expect(owner != other, "the entry point left the pointer as it was");
+    expect(owner != other, "the entry point leaves the pointer unchanged");
     expect(other->doFolderExists(folder), "a provider with another owner lost its content");
 }
 
@@ -339,7 +339,7 @@ constexpr std::array table{
           newEachTime},
     Check{"1.3", "entry.lets-go-of-held",
           "The entry point releases the provider that the caller's pointer held before.", any,
-          letsGoOfHeldProvider},
+          releasesHeldProvider},
     Check{"1.4", "entry.leaves-other-owners",
           "A provider with another owner survives the next call of the entry point.", any, leavesOtherOwners},
     Check{"1.5", "entry.goes-with-last-owner",

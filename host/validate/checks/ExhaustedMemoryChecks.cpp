@@ -32,7 +32,7 @@ std::size_t nextLeft(std::size_t left) {
     return left < 2048 ? left + 32 : left + left / 8;
 }
 
-void needExhaustibleMemory() {
+void requireExhaustibleMemory() {
 #if defined(QZSTORAGE_SANITIZED)
     skip("memory cannot be exhausted under a sanitizer, which ends the process instead");
 #endif
@@ -212,7 +212,7 @@ constexpr std::array<Experiments, 7> everything{creations, removals,  openings, 
                                                 settings,  fileMoves, folderMoves};
 
 void onlyBadAlloc(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     const SmallTree tree(context);
     for (const Experiments experiments : everything) {
         for (const Experiment& experiment : experiments(tree)) {
@@ -222,7 +222,7 @@ void onlyBadAlloc(CheckContext& context) {
 }
 
 void everythingWorksAgain(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     const SmallTree tree(context);
     for (const Experiments experiments : everything) {
         for (const Experiment& experiment : experiments(tree)) {
@@ -237,7 +237,7 @@ void everythingWorksAgain(CheckContext& context) {
 /// Expects that no failed operation of this kind changes anything.
 template <Experiments experiments>
 void nothingChanges(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     const SmallTree tree(context);
     for (const Experiment& experiment : experiments(tree)) {
         expectUnchanged(context, experiment);
@@ -252,7 +252,7 @@ const StorageIRI& placeOf(const IProvider& provider, const StorageIRI& before, c
 }
 
 void movedFileIsNotLost(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     const SmallTree tree(context);
     const IProvider& provider = context.provider();
     sweep(fileMoves(tree).front(), [&] {
@@ -262,7 +262,7 @@ void movedFileIsNotLost(CheckContext& context) {
 }
 
 void nothingOfAMovedFolderIsLost(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     const SmallTree tree(context);
     const IProvider& provider = context.provider();
     const StorageIRI newInner(tree.newEntry.getPath() + u"/inner");
@@ -275,7 +275,7 @@ void nothingOfAMovedFolderIsLost(CheckContext& context) {
 }
 
 void copyIsWholeOrNotThere(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     const SmallTree tree(context);
     const IProvider& provider = context.provider();
     const Experiment copy = tree.experiment("copying onto a file", [&](const IProvider& p) {
@@ -288,7 +288,7 @@ void copyIsWholeOrNotThere(CheckContext& context) {
 }
 
 void truncationKeepsBytes(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     const SmallTree tree(context);
     const IProvider& provider = context.provider();
     const Experiment shrink =
@@ -309,7 +309,7 @@ void truncationKeepsBytes(CheckContext& context) {
 }
 
 void failedAppendChangesNothing(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     const SmallTree tree(context);
     const IProvider& provider = context.provider();
     const std::string added(3000, 'x');
@@ -330,7 +330,7 @@ void failedAppendChangesNothing(CheckContext& context) {
 }
 
 void readingNeedsNoMemory(CheckContext& context) {
-    needExhaustibleMemory();
+    requireExhaustibleMemory();
     makeFile(context.provider(), context.at(u"f"), "0123456789");
     const auto stream = openStream(context.provider(), context.at(u"f"));
     std::array<char, 10> buffer{};

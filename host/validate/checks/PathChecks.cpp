@@ -44,7 +44,7 @@ void expectNamesKept(CheckContext& context, const Names& wanted) {
     std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(names),
                  [&](const std::u16string& name) { return isAccepted(context, name); });
     if (names.empty()) {
-        skip("the storage accepts no such names");
+        skip("the storage accepts none of these names");
     }
     for (std::size_t i = 0; i < names.size(); ++i) {
         makeFile(provider, context.at(names[i]), std::to_string(i));
@@ -105,7 +105,7 @@ void caseAsReported(CheckContext& context) {
         provider.doRemoveFile(context.at(name));
     }
     if (!tried) {
-        skip("the storage accepts no such names");
+        skip("the storage accepts none of these names");
     }
 }
 

@@ -251,7 +251,7 @@ void expectState(const std::string& before, const char* occasion) {
            fmt::format("{}, the {} of the process: {}; before: {}", occasion, property.name, seen, before));
 }
 
-/// Providers may use resources while they exist. The last one must also release what its library has for all.
+/// Providers may use resources while they exist. The last one must also release what they shared.
 template <const Property& property>
 void goesWithProvider(CheckContext& context) {
     const std::string before = property.state(); // the library is loaded, but there is no provider yet

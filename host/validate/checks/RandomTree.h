@@ -16,7 +16,8 @@ class CheckContext;
 namespace checks {
 
 /// Random changes of a tree in the check's folder, and a model of the tree. Each change has exactly one
-/// allowed result: it changes nothing read-only, and no entry exists at its destination.
+/// allowed result: it changes nothing read-only except flags, and no entry exists at its
+/// destination.
 ///
 /// Borrows the context. Not thread-safe.
 class RandomTree {

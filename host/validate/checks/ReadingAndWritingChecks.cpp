@@ -99,7 +99,7 @@ void writingOverwritesAndGrows(CheckContext& context) {
     const std::string next = readOnce(*stream, 1);
     bytes.replace(count, 2, "XY");
     expectContent(context, u"f", bytes, "after a write that follows a read");
-    expect(next == bytes.substr(count + 2, 1), "a read that follows a write gives another byte");
+    expect(next == bytes.substr(count + 2, 1), "a read that follows a write returns another byte");
 }
 
 /// Writes 0 bytes to files of sizes around that of a page, at the beginning, in the middle and at the end.
@@ -148,7 +148,7 @@ void readAdvancesPosition(CheckContext& context) {
         expect(positionOf(*stream) == static_cast<long>(bytes.size()),
                "the position is not after the bytes that were read");
     }
-    expect(bytes == "0123456789", "reading in parts does not give what was written");
+    expect(bytes == "0123456789", "reading in parts does not return what was written");
 }
 
 void readingAtTheEndGivesNothing(CheckContext& context) {
@@ -324,7 +324,7 @@ void positionBehindTheEnd(CheckContext& context) {
     expect(readOnce(*stream, 3).empty(), "a stream reads bytes past the end of its file");
     expect(seekTo(*stream, 0, fromPosition) == -1, "a seek to a position past the end does not return -1");
     expect(seekTo(*stream, 0, fromBeginning) == 0 && readOnce(*stream, 1).empty(),
-           "a stream whose file was emptied cannot go back to the beginning");
+           "after its file was emptied, a stream cannot seek to the beginning");
     writeText(*stream, "new");
     expectContent(context, u"f", "new", "after a write to a file that was emptied");
 }
@@ -557,7 +557,7 @@ private:
         const std::string bytes = readOnce(*chosen.stream, static_cast<long>(count()));
         const std::size_t left = model_.size() - chosen.position;
         expect(bytes.empty() == (left == 0) && bytes == model_.substr(chosen.position, bytes.size()),
-               fmt::format("a read at position {} of {} bytes gives other bytes than were written",
+               fmt::format("a read at position {} of {} bytes returns other bytes than were written",
                            chosen.position, model_.size()));
         chosen.position += bytes.size();
         expectPosition(chosen);
@@ -632,7 +632,7 @@ void readsOfAnySize(CheckContext& context) {
             expect(positionOf(*stream) == static_cast<long>(seen.size()),
                    fmt::format("after a read of {} bytes the position is not after them", size));
         }
-        expect(seen == bytes, fmt::format("reads of {} bytes give other bytes than were written", size));
+        expect(seen == bytes, fmt::format("reads of {} bytes return other bytes than were written", size));
     }
 }
 
@@ -724,13 +724,13 @@ void manyStreamsAtOnce(CheckContext& context) {
     }
 }
 
-/// Reads a file whose bytes are known, in blocks of one size after the other.
+/// Reads a file with these bytes, with several block sizes in turn.
 void expectReadable(CheckContext& context, const StorageIRI& file, const std::string& bytes) {
     const auto stream = openForReading(context.provider(), file);
     const auto size = static_cast<long>(bytes.size());
     expect(seekTo(*stream, size, fromBeginning) == size && seekTo(*stream, size + 1, fromBeginning) == -1 &&
                seekTo(*stream, 0, fromEnd) == size && readOnce(*stream, 1).empty(),
-           fmt::format("a file of {} bytes does not end there for a stream", size));
+           fmt::format("a stream on a file of {0} bytes does not end at position {0}", size));
     for (const long block : {size - 1, size, 4096L}) {
         seekTo(*stream, 0, fromBeginning);
         std::string seen;
@@ -738,7 +738,7 @@ void expectReadable(CheckContext& context, const StorageIRI& file, const std::st
             seen += part;
         }
         expect(block <= 0 || seen == bytes,
-               fmt::format("reads of {} bytes do not give a file of {} bytes", block, size));
+               fmt::format("reads of {} bytes do not return the bytes of a file of {} bytes", block, size));
     }
     expect(size == 0 || (seekTo(*stream, -1, fromEnd) == size - 1 && readOnce(*stream, 1)[0] == bytes.back()),
            fmt::format("the last byte of a file of {} bytes cannot be read alone", size));
@@ -759,7 +759,7 @@ void expectProtected(CheckContext& context, const StorageIRI& file) {
                   "opening a read-only file for writing");
 }
 
-/// Does with files of one size what other checks do with a few bytes.
+/// Repeats other checks with files of one size.
 void expectSizeIsOrdinary(CheckContext& context, std::size_t size) {
     const IProvider& provider = context.provider();
     const auto expectFile = [&](std::u16string_view path, const std::string& bytes, const char* occasion) {
@@ -792,7 +792,7 @@ void expectSizeIsOrdinary(CheckContext& context, std::size_t size) {
     expectFile(u"g", std::string(size, '\0'), "after growing");
     provider.doRemoveFile(context.at(u"g"));
     expect(provider.doListAllNamesOnly(context.at(u"")).empty(),
-           fmt::format("files of {} bytes are still there after they were moved and removed", size));
+           fmt::format("files of {} bytes still exist after they were moved and removed", size));
 }
 
 void blockSizesAreOrdinary(CheckContext& context) {

@@ -141,7 +141,7 @@ bool succeeds(const Action& action, std::initializer_list<ErrorCode> codes) {
         return true;
     } catch (const Exception& failure) {
         expect(std::find(codes.begin(), codes.end(), failure.getErrorCode()) != codes.end(),
-               fmt::format("a race fails with {}", failure.what()));
+               fmt::format("an operation in a race fails with {}", failure.what()));
         return false;
     }
 }
@@ -396,7 +396,7 @@ void emptyingUnderReaders(CheckContext& context) {
     const auto read = [&] {
         const std::string first = readOnce(*openForReading(provider, context.at(u"f")), 10);
         expect(first == bytes.substr(0, first.size()),
-               "a stream reads bytes that were never there when its file is emptied and written again");
+               "while its file is emptied and rewritten, a stream reads bytes that were never written");
     };
     const auto emptyAndWrite = [&](int, int) {
         writeText(*openStream(provider, context.at(u"f"), {.content = ByteStreamContent::Empty}), bytes);
@@ -430,7 +430,7 @@ void recursiveRemoversDoNotCollide(CheckContext& context) {
             ++winners;
         } catch (const Exception& failure) {
             expect(failure.getErrorCode() == ErrorCode::NotFound && failure.getIRI() == folder,
-                   fmt::format("removing a folder that another thread removes, too, fails with {}",
+                   fmt::format("removing a folder that another thread also removes fails with {}",
                                failure.what()));
         }
     });

@@ -361,7 +361,7 @@ void noDateIsNoOtherDate(CheckContext& context) {
             const ptime seen = kind->lastModified(provider, entry);
             expect(refused ? !seen.is_special() && (seen - pastTime()).abs() <= coarseness
                            : seen.is_special(),
-                   fmt::format("a {} whose time was set to no date has the time {}", kind->name,
+                   fmt::format("after its time was set to no date, a {} has the time {}", kind->name,
                                formatMicroseconds(seen)));
         }
         (provider.*kind->remove)(entry);

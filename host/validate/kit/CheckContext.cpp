@@ -8,13 +8,13 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::u16string_view ownFolder = u"/qzstorage-validate-";
+constexpr std::u16string_view folderPrefix = u"/qzstorage-validate-";
 
-/// A unique name, also across machines: a check that was killed leaves its folder in a persistent storage.
-std::u16string folderOfItsOwn() {
+/// Unique across machines, because a check that is killed leaves its folder in a persistent storage.
+std::u16string uniqueFolder() {
     std::random_device random;
     const std::string number = fmt::format("{:08x}{:08x}", random(), random());
-    return std::u16string(ownFolder).append(number.begin(), number.end());
+    return std::u16string(folderPrefix).append(number.begin(), number.end());
 }
 
 } // namespace
@@ -58,7 +58,7 @@ void CheckContext::makeFolder() {
         loaded_.emplace(library_.buildProvider());
     }
     provider_ = tracedProvider(**loaded_, trace_);
-    std::u16string folder = folderOfItsOwn();
+    std::u16string folder = uniqueFolder();
     provider_->doCreateFolder(StorageIRI(folder));
     folder_ = std::move(folder);
 }

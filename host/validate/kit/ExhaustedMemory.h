@@ -5,7 +5,7 @@
 
 namespace storage::host {
 
-/// Exhausts the memory of the process during its lifetime: neither the kernel nor the heap has free memory.
+/// Exhausts the memory of the process during its lifetime: no heap block is free, and the heap cannot grow.
 /// Every allocation fails with std::bad_alloc unless other memory is freed first.
 ///
 /// Owns all free blocks of the heap. Precondition: the process has only one thread.

@@ -6,7 +6,7 @@
 #include <array>
 #include <limits>
 
-// All policies that a host can pass, including values without an enumerator.
+// Policies that a host can pass, also values without an enumerator.
 namespace storage::host::policies {
 
 using provider::ReplacementPolicy;

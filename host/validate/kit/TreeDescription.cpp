@@ -25,10 +25,10 @@ using Time = boost::posix_time::ptime;
 std::string lineOf(const StorageIRI& iri, std::string_view kind, bool writable, const Time& time,
                    TimesShown times) {
     static const Time epoch(boost::gregorian::date(1970, 1, 1));
-    const std::string told =
+    const std::string timeText =
         times == TimesShown::All ? fmt::format("of {} us ", (time - epoch).total_microseconds()) : "";
     return fmt::format("{} is a {} {} {}", printable(iri.getPath()), writable ? "writable" : "read-only",
-                       kind, told);
+                       kind, timeText);
 }
 
 void describeFolder(const IProvider& provider, const StorageIRI& folder, TimesShown times, Lines& lines) {

@@ -12,7 +12,8 @@ namespace storage::host {
 enum class TimesShown { All, None };
 
 /// Describes a folder and everything below it: paths, kinds, writable flags, times and bytes. One line per
-/// entry, sorted by path. Two descriptions are equal if and only if a host can see no difference.
+/// entry, sorted by path. Two descriptions with all times are equal if and only if a host can see no
+/// difference.
 std::string describeTree(const provider::IProvider& provider, const provider::StorageIRI& folder,
                          TimesShown times = TimesShown::All);
 

@@ -52,14 +52,14 @@ TEST(CheckRunnerTest, ReportsAnyOtherExceptionAsAFailure) {
 }
 
 TEST(CheckRunnerTest, PassesProfileAndSeedToTheCheck) {
-    const Body tell = [](CheckContext& context) {
+    const Body skipWithProfileAndSeed = [](CheckContext& context) {
         skip((context.isInMemoryProvider() ? "in memory " : "any ") + std::to_string(context.random()()));
     };
-    const std::string first = outcomeOf(tell, Profile::InMemoryProvider, 7).reason;
+    const std::string first = outcomeOf(skipWithProfileAndSeed, Profile::InMemoryProvider, 7).reason;
     EXPECT_THAT(first, HasSubstr("in memory"));
-    EXPECT_EQ(outcomeOf(tell, Profile::InMemoryProvider, 7).reason, first);
-    EXPECT_NE(outcomeOf(tell, Profile::InMemoryProvider, 8).reason, first);
-    EXPECT_THAT(outcomeOf(tell).reason, HasSubstr("any"));
+    EXPECT_EQ(outcomeOf(skipWithProfileAndSeed, Profile::InMemoryProvider, 7).reason, first);
+    EXPECT_NE(outcomeOf(skipWithProfileAndSeed, Profile::InMemoryProvider, 8).reason, first);
+    EXPECT_THAT(outcomeOf(skipWithProfileAndSeed).reason, HasSubstr("any"));
 }
 
 TEST(CheckRunnerTest, AcceptsAPluginThatReturnsAProvider) {

@@ -21,7 +21,7 @@ using testing::StartsWith;
 
 using Arguments = std::vector<std::string>;
 
-/// Runs the program on a plug-in whose misbehaviour an environment variable selects.
+/// Runs the program on a plug-in; an environment variable selects how it misbehaves.
 ProgramRun runWith(
     const char* variable, const char* wrong, const Arguments& arguments,
     const ProgramRun::Companion& meanwhile = [](pid_t) {}) {

@@ -37,7 +37,7 @@ TEST(CheckCatalogueTest, HasUniqueNamesInOneStyle) {
                 << check.number;
             EXPECT_THAT(check.rule, MatchesRegex("[A-Za-z][^\n]*[^. \n]\\."))
                 << check.number << ": one sentence in one line";
-            EXPECT_TRUE(names.insert(check.name).second) << check.name << " is there twice";
+            EXPECT_TRUE(names.insert(check.name).second) << check.name << " exists twice";
         }
     }
 }

@@ -52,11 +52,11 @@ public:
 class SizeRemembered final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
-        return told_.try_emplace(iri.getPath(), HookedProvider::doGetFileAttributes(iri)).first->second;
+        return reported_.try_emplace(iri.getPath(), HookedProvider::doGetFileAttributes(iri)).first->second;
     }
 
 private:
-    mutable std::map<std::u16string, FileAttributes> told_;
+    mutable std::map<std::u16string, FileAttributes> reported_;
 };
 
 /// Updates the size only when a stream is flushed.
@@ -79,9 +79,9 @@ public:
     }
 
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
-        const FileAttributes told = HookedProvider::doGetFileAttributes(iri);
-        return {written_.contains(iri.getPath()) ? 0 : told.getSize(), told.getLastModified(),
-                told.isWritable()};
+        const FileAttributes attributes = HookedProvider::doGetFileAttributes(iri);
+        return {written_.contains(iri.getPath()) ? 0 : attributes.getSize(), attributes.getLastModified(),
+                attributes.isWritable()};
     }
 
 private:
@@ -92,12 +92,12 @@ private:
 class AttributesOfNeighbour final : public BrokenProvider {
 public:
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
-        return told_.try_emplace(parentOf(iri).getPath(), HookedProvider::doGetFileAttributes(iri))
+        return reported_.try_emplace(parentOf(iri).getPath(), HookedProvider::doGetFileAttributes(iri))
             .first->second;
     }
 
 private:
-    mutable std::map<std::u16string, FileAttributes> told_;
+    mutable std::map<std::u16string, FileAttributes> reported_;
 };
 
 /// Returns default attributes for missing entries.

@@ -64,7 +64,7 @@ public:
     }
 };
 
-/// Compares by a difference of 16 bits, which overflows, so some paths are ordered in circles.
+/// Compares by a difference of 16 bits, which overflows, so the order has cycles.
 class OrderOverflows final : public BrokenProvider {
 public:
     PathComparator doGetPathComparator(const StorageIRI&) const override {

@@ -82,7 +82,7 @@ struct NamingTheLastFolder : BrokenProvider {
     }
 };
 
-/// Also removes a sibling whose name begins with the name of the removed folder.
+/// Also removes a sibling with the name of the removed folder as a prefix of its name.
 struct RemovingByPrefix : BrokenProvider {
     void doRemoveFolderRecursively(const StorageIRI& iri) const override {
         BrokenProvider::doRemoveFolderRecursively(iri);
@@ -293,15 +293,15 @@ struct CopyingFolderExists : BrokenProvider {
 struct ProgressByBlocks : BrokenProvider {
     void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
                           CopyProgress progress) const override {
-        unsigned long long told = 0;
+        unsigned long long reported = 0;
         BrokenProvider::doCopyFileAtomic(source, destination, policy, [&](unsigned long long copied) {
-            progress(copied - told);
-            told = copied;
+            progress(copied - reported);
+            reported = copied;
         });
     }
 };
 
-/// Dates a copy a minute early.
+/// Stamps a copy one minute early.
 struct CopyAMinuteEarly : BrokenProvider {
     void doCopyFile(const StorageIRI& source, const StorageIRI& destination,
                     const Policy& policy) const override {
@@ -335,7 +335,7 @@ struct EndedCopyEmpties : BrokenProvider {
     }
 };
 
-/// Takes standard exceptions of the progress function for a wish to end, and succeeds.
+/// Treats standard exceptions of the progress function as a cancellation, and succeeds.
 struct EndedCopySucceeds : BrokenProvider {
     void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
                           CopyProgress progress) const override {

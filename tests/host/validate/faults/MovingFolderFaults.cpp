@@ -26,7 +26,7 @@ void losingAChild(const IProvider& sound, const StorageIRI& from, const StorageI
     removeIfThere(sound, below(to, u"s/t/h"));
 }
 
-/// Takes a move up to a folder above the source for a conflict.
+/// Refuses to move a folder upward, as if the destination existed.
 void refusingUpward(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     if (folderOf(from).getPath().starts_with(folderOf(to).getPath() + u"/") && !sound.doExists(to)) {
         throw Exception(ErrorCode::AlreadyExists, to);
@@ -70,7 +70,7 @@ private:
     mutable std::optional<StorageIRI> left_;
 };
 
-/// Also moves a sibling whose name begins with the name of the moved folder.
+/// Also moves a sibling with the name of the moved folder as a prefix of its name.
 void takingSiblings(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFolder(from, to, policy);
     const StorageIRI sibling(from.getPath() + u"b");

@@ -126,8 +126,8 @@ public:
         HookedProvider::doSetWritable(iri, writable && sound().doGetExtendedAttributes(iri).writable);
     }
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
-        const FileAttributes told = HookedProvider::doGetFileAttributes(iri);
-        return {told.getSize(), told.getLastModified(), true};
+        const FileAttributes attributes = HookedProvider::doGetFileAttributes(iri);
+        return {attributes.getSize(), attributes.getLastModified(), true};
     }
 };
 
