@@ -175,7 +175,7 @@ protected:
             expectNothingHalfDone(now.storage, before.storage, after.storage);
             expectNothingHalfDone(now.disk, before.disk, after.disk);
             if (command.starts_with("mv")) {
-                EXPECT_TRUE(now == before || now == after) << "a move is done or not";
+                EXPECT_TRUE(now == before || now == after) << "a move is atomic";
             }
             check(status, messages, now == after);
         }
@@ -314,7 +314,7 @@ void writeTo(const char* path, const std::string& text) {
 void mountSmallDisk(const std::string& folder, const char* limits) {
     const std::string user = std::to_string(::geteuid());
     const std::string group = std::to_string(::getegid());
-    // Mounting needs root, but every user can be root in a user namespace.
+    // Mounting requires root, but every user can be root in a user namespace.
     if (::unshare(CLONE_NEWNS) != 0) {
         if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
             ::_exit(notPermitted);

@@ -163,7 +163,7 @@ protected:
         ++runs_;
     }
 
-    /// Folders that were created before listing their content failed are all that a failed export leaves.
+    /// A failed export leaves only the folders that it created before a listing failed.
     void expectNothingUnfinishedOnDisk() {
         EXPECT_THAT(namesIn(disk_.path()), AnyOf(Eq("file folder"), Eq("file folder out")));
         EXPECT_FALSE(fs::is_regular_file(disk_ / "out"));
@@ -259,7 +259,7 @@ TEST_F(BadPluginTest, RejectsTruncatedLibraries) {
         EXPECT_EQ(run.status(), 1) << length;
         EXPECT_THAT(run.errors(), MatchesRegex("qzstorage: [^\n]*: cannot load plug-in: [^\n]*\n"));
     }
-    std::cout << "cut short: " << refused << " of " << cuts - 1 << " prefixes refused, the others load\n";
+    std::cout << "truncated: " << refused << " of " << cuts - 1 << " prefixes refused, the others load\n";
 }
 
 TEST_F(BadPluginTest, RejectsAnEntryPointThatThrows) {
@@ -285,7 +285,7 @@ TEST_F(BadPluginTest, ReportsEachExceptionInOneLine) {
         expectOneClearLine(uses[i], thrown[i % thrown.size()], Script::Stops);
         expectOneClearLine(uses[i], thrown[(i + 1) % thrown.size()], Script::GoesOn);
     }
-    std::cout << "operations that throw: " << uses.size() << " uses, " << thrown.size() << " things thrown, "
+    std::cout << "operations that throw: " << uses.size() << " uses, " << thrown.size() << " exceptions, "
               << runs_ << " runs of the program\n";
 }
 

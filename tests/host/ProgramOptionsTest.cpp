@@ -72,7 +72,7 @@ TEST(ProgramOptionsTest, ConvertsMountPathsToAbsolutePaths) {
     const MountOptions options = parseMount({"folder/", "--import", "in", "--export-on-exit", "a/../out"});
     EXPECT_EQ(options.mountPoint, here("folder"));
     EXPECT_EQ(options.importFrom, here("in"));
-    EXPECT_EQ(options.exportTo, here("a/../out")) << "a may be a link, behind which .. is elsewhere";
+    EXPECT_EQ(options.exportTo, here("a/../out")) << "a may be a link to a folder elsewhere";
     EXPECT_EQ(parseMount({"/"}).mountPoint, "/");
 }
 

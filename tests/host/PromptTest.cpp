@@ -18,14 +18,14 @@ using testing::StartsWith;
 
 constexpr const char* prompt = "\r\nqzstorage:/> "; // on a new line: the editor also redraws it in place
 
-/// Runs the program on a pseudo terminal.
+/// Runs the program on a pseudoterminal.
 class PromptTest : public testing::Test {
 protected:
     using Environment = std::vector<std::pair<std::string, std::string>>;
 
     void SetUp() override {
         if (!Terminal().exists()) {
-            GTEST_SKIP() << "no pseudo terminal is available here";
+            GTEST_SKIP() << "no pseudoterminal is available here";
         }
     }
 

@@ -334,7 +334,7 @@ protected:
     }
 
 private:
-    /// Uses `findChild`, which acquires no lock, because look-ups in the folder in use block.
+    /// Uses `findChild`, which acquires no lock, because lookups in the folder in use block.
     bool isAt(const Path& text) {
         const auto parent = folder(InMemoryEntryPath(text).parentPath().string());
         return !text.empty() && parent && parent->findChild(path(text));

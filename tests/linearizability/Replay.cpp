@@ -240,7 +240,7 @@ const ModelEntry* Replay::entryAt(const std::u16string& path) const {
     return found == model_.entries().end() ? nullptr : &found->second;
 }
 
-/// The model does not know the time of a stamp, only that it differs from all times that callers set.
+/// The model has no time for a stamp. It only requires that no caller has set that time.
 bool Replay::timeAgrees(const ModelTime& expected, const boost::posix_time::ptime& seen) const {
     if (const auto* set = std::get_if<boost::posix_time::ptime>(&expected)) {
         return *set == seen;

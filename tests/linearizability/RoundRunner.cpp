@@ -139,9 +139,9 @@ std::optional<UnexplainedRound> firstUnexplained(const Rounds& rounds) {
 
 std::string shown(const Rounds& rounds, const UnexplainedRound& unexplained) {
     std::ostringstream text;
-    text << "no order of the calls explains round " << unexplained.number << " of the mix "
-         << nameOf(rounds.mix) << ", seed " << rounds.seed << "; repeat it by linearizability_stress --mix "
-         << nameOf(rounds.mix) << " --seed " << rounds.seed << " --first " << unexplained.number
+    text << "not linearizable: round " << unexplained.number << " of the mix " << nameOf(rounds.mix)
+         << ", seed " << rounds.seed << "; repeat it with linearizability_stress --mix " << nameOf(rounds.mix)
+         << " --seed " << rounds.seed << " --first " << unexplained.number
          << " --rounds 1 --repetitions 100000\n"
          << shown(unexplained.history);
     return text.str();

@@ -42,7 +42,7 @@ void partlyDone(const TreeShape& /*shape*/, const Failure& failure) {
     for (const auto& path : paths) {
         EXPECT_TRUE(isSameAt(path, failure.now, failure.before, Times::OfFiles) ||
                     isSameAt(path, failure.now, failure.expected, Times::OfFiles))
-            << testing::PrintToString(path) << " is neither as it was nor as it is to be";
+            << testing::PrintToString(path) << " is in neither its old nor its new state";
     }
 }
 

@@ -27,7 +27,7 @@ private:
     std::set<std::string> trees_;
     std::size_t sweeps_ = 0;
     std::size_t failurePoints_ = 0;
-    std::size_t survivals_ = 0; ///< failure points at which the operation succeeded nevertheless
+    std::size_t survivals_ = 0; ///< failure points at which the operation still succeeded
     std::size_t endings_ = 0;   ///< failure points at which the process ended
 };
 

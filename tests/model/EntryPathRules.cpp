@@ -40,7 +40,7 @@ std::string ruleBrokenByViews(const InMemoryEntryPath& path) {
     return "";
 }
 
-/// Texts must compare like paths, because look-ups by text rely on it.
+/// Texts must compare like paths, because lookups by text rely on it.
 std::string ruleBrokenByTexts(const InMemoryEntryPath& left, const InMemoryEntryPath& right) {
     const std::less<InMemoryEntryPath> before;
     const bool expected = left < right;

@@ -62,7 +62,7 @@ LIBRARY = [["qzstorageinmemoryprovider_core"]] # fails first if a mutation does 
 SOURCE_STAGES = [("plain", UNIT_TESTS), ("plain", MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 HEADER_STAGES = [("headers", MODEL_TESTS), ("headers", UNIT_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 ALL_AT_ONCE_STAGES = [("headers", UNIT_TESTS + MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
-SECONDS_ASLEEP = 20  # a test whose threads sleep for that long hangs
+SECONDS_ASLEEP = 20  # a test hangs if all its threads sleep for that long
 RESULTS = {"refused": "refused", "failed": "noticed", "hung": "noticed by a hang"}
 
 class Result:

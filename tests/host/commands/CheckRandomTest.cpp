@@ -313,7 +313,7 @@ std::string Round::pick(Change change,
 
 std::string Round::pickFile(Change change, std::size_t leastSize) {
     return pick(change, [&](const std::string&, const struct stat& status) {
-        // A file with two names would give two differences.
+        // A file with two names would cause two differences.
         return S_ISREG(status.st_mode) && status.st_nlink == 1 &&
                static_cast<std::size_t>(status.st_size) >= leastSize &&
                (change != Change::Content || (status.st_mode & S_IWUSR) != 0);

@@ -58,7 +58,7 @@ TEST_F(ExportTest, ExportsTheContentOfTheRoot) {
     EXPECT_EQ(namesIn(disk_ / "new"), "a");
 }
 
-/// A tree on the disk with permissions that no umask gives.
+/// A tree on the disk with permissions that result from no umask.
 class ExportModeTest : public ExportTest {
 protected:
     ExportModeTest() {
@@ -293,7 +293,7 @@ TEST_F(ExportKeptTest, RestoresTheSizeOfAFileWithAHoleAtItsEnd) {
     succeed("check /src " + disk_ / "out");
 }
 
-TEST_F(ExportKeptTest, OwnersComeBackForTheSuperuser) {
+TEST_F(ExportKeptTest, RestoresOwnersForRoot) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give files away";
     }

@@ -110,7 +110,7 @@ TEST_F(StoragesTest, FindsNamesWithAColonAfterASlash) {
 
 TEST_F(StoragesTest, ExpandsPatternsInTheSelectedStorage) {
     EXPECT_EQ(succeed("ls disk:/b/*"), "disk:/b/g\n\ndisk:/b/c:\n");
-    EXPECT_EQ(succeed("cat disk:b/g*"), "two\n") << "behind the prefix, a path begins at the root";
+    EXPECT_EQ(succeed("cat disk:b/g*"), "two\n") << "after the prefix, a path begins at the root";
     EXPECT_EQ(succeed("cat */f disk:/*/g"), "one\ntwo\n");
 }
 

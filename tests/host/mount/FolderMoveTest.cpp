@@ -140,7 +140,7 @@ TEST_F(FolderMoveTest, UndoesAMoveThatFailsAtAnyStep) {
         }
     }
     std::cout << "moves of a folder: " << failures << " failed and were undone, " << successes
-              << " succeeded in spite of a failure\n";
+              << " succeeded despite a failure\n";
     EXPECT_GT(failures, 40);
     EXPECT_EQ(successes, 10 + 3) << "a time of each entry and the flag of each read-only folder";
 }

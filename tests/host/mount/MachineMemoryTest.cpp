@@ -46,7 +46,7 @@ TEST_F(MachineMemoryTest, IsWhatTheProcessesGroupAllows) {
     EXPECT_FALSE(memory.isShared);
 }
 
-TEST_F(MachineMemoryTest, IsWhatAGroupAroundAllows) {
+TEST_F(MachineMemoryTest, IsWhatAParentGroupAllows) {
     fake_.join("9:memory:/a/b/c\n");
     fake_.makeGroup("a/b/c", 8 * gibibyte, 10 * mebibyte);
     fake_.makeGroup("a/b", 500 * mebibyte, 400 * mebibyte);
@@ -56,7 +56,7 @@ TEST_F(MachineMemoryTest, IsWhatAGroupAroundAllows) {
     EXPECT_TRUE(memory.isShared) << "others may be below the outer group";
 }
 
-TEST_F(MachineMemoryTest, IsWhatAUnifiedGroupAroundAllows) {
+TEST_F(MachineMemoryTest, IsWhatAUnifiedParentGroupAllows) {
     fake_.join("0::/a/b\n");
     fake_.makeUnifiedGroup("a/b", "max", 10 * mebibyte);
     fake_.makeUnifiedGroup("a", "524288000", 400 * mebibyte);

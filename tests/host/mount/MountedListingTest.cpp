@@ -180,7 +180,7 @@ TEST_F(MountedListingTest, CountsReferencesOnlyForAcceptedAttributes) {
     piece(mount_.storage().root(), position, 4, Detail::Attributes); // ".", ".." and two more
     EXPECT_EQ(referencesOf(4), 1U);
     EXPECT_EQ(referencesOf(3), 1U);
-    EXPECT_EQ(referencesOf(2), 0U) << "the buffer had no room for it";
+    EXPECT_EQ(referencesOf(2), 0U) << "it did not fit in the buffer";
     EXPECT_EQ(mount_.storage().root().references, 0U);
 }
 

@@ -84,7 +84,7 @@ TEST_F(StorageSpaceTest, ReportsMemoryIfTheStorageReportsNoSpace) {
     EXPECT_EQ(errnoOf([&] { space_.require(info.capacity); }), ENOSPC) << "something is left to the machine";
 }
 
-TEST_F(StorageSpaceTest, ProcessesInTheSameControlGroupAreLeftMore) {
+TEST_F(StorageSpaceTest, LeavesMoreToProcessesInTheSameControlGroup) {
     failWith(ErrorCode::NotOffered);
     const FakeMemory fake;
     fake.join("9:memory:/a\n");
@@ -112,7 +112,7 @@ TEST_F(StorageSpaceTest, PropagatesOtherFailuresOfTheStorage) {
     EXPECT_EQ(take(1), ENOENT);
 }
 
-TEST_F(StorageSpaceTest, IsGivenToTheLastByte) {
+TEST_F(StorageSpaceTest, IsGrantedToTheLastByte) {
     offer(1000);
     EXPECT_EQ(take(1001), ENOSPC);
     EXPECT_EQ(take(600), 0);
@@ -129,7 +129,7 @@ TEST_F(StorageSpaceTest, NeverGrantsMoreThanIsAvailable) {
         while (take(step) == 0) {
             ASSERT_LE(used_, capacity_);
         }
-        EXPECT_GT(used_ + step, capacity_) << "as long as there is room, it is given";
+        EXPECT_GT(used_ + step, capacity_) << "available space is granted";
     }
 }
 
@@ -197,7 +197,7 @@ TEST_F(FullMemoryTest, ReusesTheHeapForSmallOperationsAfterRemovals) {
 
 TEST_F(FullMemoryTest, ReusesNoMoreThanTheFreeHeap) {
     constexpr std::uint64_t reusable = 2 * mebibyte;
-    setFreeHeap(4 * mebibyte + reusable); // as much as is left to others is not worth a try
+    setFreeHeap(4 * mebibyte + reusable); // the 4 MiB that are left to others are not reused
     space_.noteRemoval();
     EXPECT_EQ(take(page), 0);
     setFreeHeap(0);
@@ -226,7 +226,7 @@ TEST_F(FullMemoryTest, EndsReuseWhenAllocationsDoNotFit) {
     while (taken < mebibyte && take(page) == 0) {
         taken += page;
     }
-    EXPECT_LE(taken, mebibyte / 4) << "before the memory was looked at again";
+    EXPECT_LE(taken, mebibyte / 4) << "before the memory was measured again";
     space_.noteRemoval();
     EXPECT_EQ(take(1), ENOSPC);
 }
@@ -244,7 +244,7 @@ TEST_F(FullMemoryTest, TakesNothingFromTheHeapForRefusedOperations) {
     EXPECT_EQ(space_.info().available, available);
 }
 
-TEST_F(FullMemoryTest, ShowsTheRoomForSmallFiles) {
+TEST_F(FullMemoryTest, ReportsTheSpaceForSmallFiles) {
     setFreeHeap(100 * mebibyte);
     EXPECT_EQ(space_.info().available, 0U) << "nothing was removed";
     space_.noteRemoval();

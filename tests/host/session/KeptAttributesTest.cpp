@@ -133,7 +133,7 @@ TEST_F(KeptAttributesTest, CopiesARecordWithoutItsLinkGroup) {
     kept_.copied(at(u"/f"), at(u"/g"));
     EXPECT_EQ(find(u"/f").linkGroup, 7U);
     EXPECT_EQ(find(u"/g").linkGroup, 0U);
-    EXPECT_EQ(kept_.size(), 1U) << "nothing is left of the copy that would be unusual";
+    EXPECT_EQ(kept_.size(), 1U) << "the copy has only default attributes, so it has no record";
 }
 
 TEST_F(KeptAttributesTest, RemovesAChangedFileFromItsLinkGroup) {

@@ -82,7 +82,7 @@ TEST(CommandLineLexerTest, RejectsUnterminatedQuotes) {
     EXPECT_THROW(texts("ls a\\"), UsageError);
 }
 
-TEST(CommandLineLexerTest, OperatorsOfAShellAreAnsweredWithWhatToDoInstead) {
+TEST(CommandLineLexerTest, RejectsShellOperatorsWithAnAlternative) {
     const auto answer = [](std::string_view line) { return [line] { texts(line); }; };
     using testing::HasSubstr;
     using testing::ThrowsMessage;

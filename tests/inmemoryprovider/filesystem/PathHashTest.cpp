@@ -120,7 +120,7 @@ TEST(PathHashTest, DiffersForTextsThatContainItsConstants) {
             }
         }
     }
-    EXPECT_EQ(hashes.size(), texts) << "texts can be made that have one hash, wherever the library lies";
+    EXPECT_EQ(hashes.size(), texts) << "texts with equal hashes can be constructed despite ASLR";
 }
 
 } // namespace

@@ -1,14 +1,14 @@
-/* The steps of LeftRightMap's readers and its writer, and of a look-up in it that also locks a folder's
- * mutex. The readers' counters are striped: a reader may use any stripe for each look-up, because its thread
+/* The steps of LeftRightMap's readers and its writer, and of a lookup in it that also locks a folder's
+ * mutex. The readers' counters are striped: a reader may use any stripe for each lookup, because its thread
  * may run on any processor.
  *
  * Safety: no reader reads a copy that is being changed; both copies are equal between two changes; a sleeping
  * writer is woken. Progress: the writer makes progress with any number of readers, and does not spin
- * meanwhile. A folder's mutex that is never released blocks the threads that need that folder, never the
+ * meanwhile. A folder's mutex that is never released blocks the threads that use that folder, never the
  * writer.
  *
  * All atomic operations of the code are sequentially consistent. So every execution of the code is an
- * interleaving of these steps. A reader may stop after any look-up; the writer never stops.
+ * interleaving of these steps. A reader may stop after any lookup; the writer never stops.
  */
 
 #define READERS 2

@@ -1,4 +1,4 @@
-/* The publication of multi-step changes (PathSeqLock), and the look-ups and listings that do not lock the
+/* The publication of multi-step changes (PathSeqLock), and the lookups and listings that do not lock the
  * mutex of the file system.
  *
  * The tree: the root has the places D and E for one folder each, and each folder has a place for one file.
@@ -8,7 +8,7 @@
  * mutex of a folder without waiting for anything. A change that finds the mutex of one of its folders locked
  * ends its publication without a step; its next attempt is another change.
  *
- * Safety: the result of a look-up or listing was correct at one moment between its start and its end. No
+ * Safety: the result of a lookup or listing was correct at one moment between its start and its end. No
  * thread sleeps forever, waits twice for one change, or waits for a change that does not concern its path.
  * The writer never waits for a mutex that a listing holds while it copies.
  *
@@ -143,9 +143,9 @@ again:
         if :: found != start -> goto again :: else fi
     :: else ->
         lock(node);                             /* step: lock the folder */
-        findConflict();                         /* step: check for a conflict; before: repeat the look-up */
+        findConflict();                         /* step: check for a conflict; before: repeat the lookup */
         found = node;
-        found = nodeInMap;                      /* step: repeat the look-up */
+        found = nodeInMap;                      /* step: repeat the lookup */
         if
         :: change != 0 -> unlock(node); waitFor(); goto again
         :: change == 0 && question == listFolder && found != node -> unlock(node); goto again

@@ -4,9 +4,9 @@
     verify.py [MODEL.pml]...         (default: all next to this file)
 
 A line that ends with the comment `step: NAME` is a step of the code. If the step is removed, the search must
-find a counterexample. If the comment continues with `; before: NAME`, exchanging the two steps must give a
-counterexample, too. In a model with a progress label, spin also searches for executions that never reach the
-label although every process that can run does run.
+find a counterexample. If the comment continues with `; before: NAME`, exchanging the two steps must also
+produce a counterexample. In a model with a progress label, spin also searches for weakly fair executions that
+never reach the label.
 """
 
 import concurrent.futures
@@ -80,7 +80,7 @@ def verify(path, pool):
     sound = whole.problem is None and len(results) > 0
     for name, result in results.items():
         problem = result.result().problem
-        print(f"  {name}: {problem or 'no counterexample, WHICH WAS NOT EXPECTED'}", flush=True)
+        print(f"  {name}: {problem or 'UNEXPECTEDLY no counterexample'}", flush=True)
         sound = sound and problem is not None
     return sound
 
@@ -90,7 +90,7 @@ def main():
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         sound = [verify(path, pool) for path in paths]
     if not sound or not all(sound):
-        sys.exit("verify: a model does not hold, or a step of it is of no consequence")
+        sys.exit("verify: a model does not hold, or one of its steps is unnecessary")
 
 
 main()

@@ -18,8 +18,7 @@ void PrintTo(const FolderEntry& entry, std::ostream* out);
 
 } // namespace foundation::storage::provider
 
-/// The default operations on a provider of the test's own that keeps its files in memory. Paths represent the
-/// locations that they name.
+/// The default operations on an in-memory provider. Tests give locations as paths.
 class ProviderTest : public testing::Test {
 protected:
     using Entries = std::vector<foundation::storage::provider::FolderEntry>;
