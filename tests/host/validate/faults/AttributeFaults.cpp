@@ -175,7 +175,7 @@ public:
     }
 };
 
-/// Always returns the creation time of the root.
+/// Always returns the attributes that the root had at first.
 class RootKeepsItsTime final : public BrokenProvider {
 public:
     RootKeepsItsTime() : made_(sound().doGetFolderAttributes(StorageIRI(u"/"))) {}

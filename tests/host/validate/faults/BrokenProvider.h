@@ -10,7 +10,7 @@ namespace faults {
 
 /// Called where a broken provider lacks a lock. The first of two threads waits until the second arrives, so
 /// that both are between the same two steps on any machine. The wait is bounded, because there may be no
-/// other thread. Both then yield a few times, so that threads in other operations run, too.
+/// other thread. Both then yield a few times, so that threads in other operations also run.
 inline void openTheWindow() {
     constexpr int maxWaits = 1000;
     constexpr int yields = 20;

@@ -12,7 +12,7 @@ using namespace foundation::storage::provider;
 namespace creating_and_removing_faults {
 namespace {
 
-/// Creates an existing file again without an error.
+/// Ignores the creation of an existing file.
 class CreatingTwice final : public BrokenProvider {
 public:
     void doCreateFile(const StorageIRI& iri) const override {
@@ -45,7 +45,7 @@ public:
     }
 };
 
-/// Creates an existing folder again without an error.
+/// Ignores the creation of an existing folder.
 class FolderMadeAgain final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -119,7 +119,7 @@ private:
     mutable std::map<std::u16string, std::string> removed_;
 };
 
-/// Keeps the name of a removed folder in use.
+/// Reports removed folders as existing.
 class RemovedFolderStaysTaken final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {
@@ -260,7 +260,7 @@ private:
     mutable int created_ = 0;
 };
 
-/// Accepts the creation of the root without an error.
+/// Ignores the creation of the root.
 class RootMadeAgain final : public BrokenProvider {
 public:
     void doCreateFolder(const StorageIRI& iri) const override {
@@ -346,7 +346,7 @@ public:
     }
 };
 
-/// Accepts the removal of an empty root without an error.
+/// Ignores the removal of an empty root.
 class EmptyRootRemoved final : public BrokenProvider {
 public:
     void doRemoveFolder(const StorageIRI& iri) const override {

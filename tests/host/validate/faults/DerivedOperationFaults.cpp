@@ -335,7 +335,7 @@ struct EndedCopyEmpties : BrokenProvider {
     }
 };
 
-/// Treats standard exceptions of the progress function as a cancellation, and succeeds.
+/// Treats a std::logic_error of the progress function as a cancellation, and succeeds.
 struct EndedCopySucceeds : BrokenProvider {
     void doCopyFileAtomic(const StorageIRI& source, const StorageIRI& destination, const Policy& policy,
                           CopyProgress progress) const override {

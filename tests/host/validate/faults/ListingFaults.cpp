@@ -236,7 +236,7 @@ void lettersFirst(const IProvider&, const StorageIRI&, Entries& entries) {
     });
 }
 
-/// Lists folders as files, too.
+/// Also returns folders in a listing of files.
 class FilesWithFolders final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override { return doListAll(iri); }

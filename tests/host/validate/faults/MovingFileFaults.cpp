@@ -28,7 +28,7 @@ void takingSiblings(const IProvider& sound, const StorageIRI& from, const Storag
     }
 }
 
-/// Keeps the name of a moved file in use.
+/// Refuses to create a file at the old path of a moved one.
 class OldNameInUse final : public BrokenProvider {
 public:
     void doMoveFile(const StorageIRI& from, const StorageIRI& to, const Policy& policy) const override {
@@ -68,7 +68,7 @@ void namingDestinationFolder(const IProvider& sound, const StorageIRI& from, con
     naming(ErrorCode::NotFound, missing ? folderOf(to) : from, [&] { sound.doMoveFile(from, to, policy); });
 }
 
-/// Moves folders, too.
+/// Also moves folders.
 void movingFoldersToo(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doFolderExists(from) ? sound.doMoveFolder(from, to, policy) : sound.doMoveFile(from, to, policy);
 }
@@ -90,7 +90,7 @@ void replacingWithoutEmptying(const IProvider& sound, const StorageIRI& from, co
     sound.doRemoveFile(from);
 }
 
-/// Accepts only named policies.
+/// Treats unnamed policies as RefuseExisting.
 void refusingUnnamedPolicies(const IProvider& sound, const StorageIRI& from, const StorageIRI& to,
                              Policy policy) {
     sound.doMoveFile(from, to, policy == Policy::ReplaceExisting ? policy : Policy::RefuseExisting);
@@ -154,7 +154,7 @@ void keepingTheTime(const IProvider& sound, const StorageIRI& from, const Storag
     sound.doSetLastModified(to, time);
 }
 
-/// Leaves an empty file when a read-only flag makes the move fail.
+/// Empties the source when the move fails.
 void emptyingTheSource(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     try {
         sound.doMoveFile(from, to, policy);

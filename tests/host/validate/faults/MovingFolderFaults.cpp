@@ -112,7 +112,7 @@ void makingDestinationFolder(const IProvider& sound, const StorageIRI& from, con
     sound.doMoveFolder(from, to, policy);
 }
 
-/// Moves files, too.
+/// Also moves files.
 void movingFilesToo(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doFileExists(from) ? sound.doMoveFile(from, to, policy) : sound.doMoveFolder(from, to, policy);
 }

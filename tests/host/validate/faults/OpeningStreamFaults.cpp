@@ -214,7 +214,7 @@ public:
     }
 };
 
-/// Stamps the file only for writes.
+/// Does not stamp an existing file.
 class OpeningWithoutStamp final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -249,7 +249,7 @@ public:
     }
 };
 
-/// Appends for every value except 1.
+/// Appends for every value of the append option except 1.
 class AppendingUnlessOne final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
@@ -317,7 +317,7 @@ public:
     }
 };
 
-/// Takes the value 3 for MustExist.
+/// Treats the value 3 as MustExist.
 class ThreeMustExist final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,

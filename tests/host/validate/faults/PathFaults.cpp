@@ -81,7 +81,7 @@ std::u16string firstPlaneOnly(std::u16string path) {
     return path;
 }
 
-/// Compares only the first two units of a name, below the first level.
+/// Truncates the last name to two code units, except at the first level.
 std::u16string withNameCut(std::u16string path) {
     const std::size_t separator = path.rfind(u'/');
     return separator == 0 ? path : path.substr(0, separator + 3);

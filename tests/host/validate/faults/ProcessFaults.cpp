@@ -24,7 +24,7 @@ using namespace foundation::storage::provider;
 namespace process_faults {
 namespace {
 
-/// Changes the state of the process when it is created.
+/// A provider with a constructor that changes the state of the process.
 template <void (*disturb)()>
 class Disturbing final : public BrokenProvider {
 public:
@@ -95,7 +95,7 @@ void lockLaterMappings() {
     ::mlockall(MCL_FUTURE);
 }
 
-/// Stores every queried path and never frees it.
+/// Stores every queried path until the provider is destroyed.
 class Remembering final : public BrokenProvider {
 public:
     bool doFileExists(const StorageIRI& iri) const override {

@@ -64,7 +64,7 @@ public:
     }
 };
 
-/// Writes only the first MiB.
+/// Writes only the first MiB of each write.
 class FirstMebibyte final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -530,7 +530,7 @@ private:
     mutable std::optional<StorageIRI> last_;
 };
 
-/// Has no end in an empty file that is opened for reading.
+/// Refuses to seek to the end of an empty file that is opened for reading.
 class ReadersFindNoEnd final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenReadOnlyStream(const StorageIRI& iri) const override {
@@ -546,7 +546,7 @@ public:
     }
 };
 
-/// Takes zeros in the middle of a file for a hole and leaves the old bytes.
+/// Treats zeros in the middle of a file as a hole, and keeps the old bytes.
 class ZerosAreSkipped final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -583,7 +583,7 @@ public:
     }
 };
 
-/// Reads ahead and writes behind what was read ahead, unless a seek comes first.
+/// Reads one byte ahead. Without a seek in between, a write starts after that byte.
 class WritingBehindReadAhead final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;

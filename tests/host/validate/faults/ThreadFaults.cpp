@@ -23,7 +23,7 @@ namespace {
 
 using Policy = ReplacementPolicy;
 
-/// Calls `action` and ignores failures that another thread has caused.
+/// Calls `action` and ignores its failures, which another thread may have caused.
 template <class Action>
 void anyway(const Action& action) {
     try {
@@ -85,7 +85,8 @@ struct LookingThenOpening : BrokenProvider {
     }
 };
 
-/// Removes a moved file before it is at its destination.
+/// Moves by writing the bytes to the destination and removing the source. If another thread has moved the
+/// file meanwhile, it then has two locations.
 void vanishingOnTheWay(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     std::array<char, 16> bytes{};
     const long count = sound.doOpenReadOnlyStream(from)->read(bytes.data(), 16);
@@ -252,7 +253,7 @@ struct CopyingInPlace : BrokenProvider {
     }
 };
 
-/// Throws a foreign exception if a file disappears during a query.
+/// Throws a std::logic_error if a file disappears during a query.
 struct QueriesGetConfused : BrokenProvider {
     FileAttributes doGetFileAttributes(const StorageIRI& iri) const override {
         const bool wasThere = doFileExists(iri);
@@ -287,7 +288,7 @@ private:
     mutable std::optional<StorageIRI> noted_;
 };
 
-/// Sets a time in two steps: hours first.
+/// Sets a time in two steps: date and hours first.
 struct TimeInTwoSteps : BrokenProvider {
     void doSetLastModified(const StorageIRI& iri, const boost::posix_time::ptime& time) const override {
         using namespace boost::posix_time;
@@ -324,7 +325,7 @@ struct ClonesCountTogether : BrokenProvider {
     }
 };
 
-/// Whether the current thread is the one that created the object.
+/// The thread that created the object.
 class BoundToThread {
 public:
     bool isHere() const { return std::this_thread::get_id() == thread_; }
@@ -381,7 +382,7 @@ void movingOverNewcomers(const IProvider& sound, const StorageIRI& from, const S
     sound.doMoveFile(from, to, Policy::ReplaceExisting);
 }
 
-/// Counts the files first and lists no more.
+/// Counts the files first, and lists no more files than that.
 struct CountsFilesFirst : BrokenProvider {
     Listing doListFiles(const StorageIRI& iri) const override {
         const std::size_t count = readEntries(sound().doListFiles(iri)).size();

@@ -137,7 +137,7 @@ public:
     }
 };
 
-/// Refuses to set an earlier time.
+/// Ignores an earlier time, unless the old time is of the last hour.
 class OnlyForward final : public BrokenProvider {
 public:
     void doSetLastModified(const StorageIRI& iri, const ptime& time) const override {

@@ -100,7 +100,8 @@ bool isNotPlain(std::u16string_view name) {
            });
 }
 
-/// Maps the upper-case letters of several scripts, and compatibility characters that correspond to a letter.
+/// Like `faults::inLowerCase`, but also for several other scripts, and for compatibility characters that
+/// correspond to a letter.
 std::u16string inLowerCaseOfAllScripts(std::u16string name) {
     name = faults::inLowerCase(std::move(name));
     for (char16_t& unit : name) {
