@@ -83,9 +83,9 @@ std::set<std::string> tryRandomly(const Options& options, const Exclusions& excl
             continue;
         }
         const Difference smallest = comparison.shrink(*difference);
-        std::cout << fmt::format(
-            "WRONG: {} after {} calls of seed {}; shrunk to {} calls, of which these are the last:\n",
-            difference->signature(), difference->calls.size(), seed, smallest.calls.size());
+        std::cout << fmt::format("WRONG: {} after {} calls of seed {}; shrunk to {} calls; the last ones:\n",
+                                 difference->signature(), difference->calls.size(), seed,
+                                 smallest.calls.size());
         print(smallest);
         std::cout << std::flush;
         if (!options.keepsGoing) {
@@ -134,8 +134,8 @@ bool run(const Options& options) {
 
 int main(int argc, char** argv) {
     using namespace syscalls;
-    CLI::App app("Makes the same random system calls in two folders, whose content is removed, and compares "
-                 "the results.");
+    CLI::App app(
+        "Empties two folders, makes the same random system calls in both, and compares the results.");
     Options options;
     app.add_option("REFERENCE", options.roots.reference, "Folder of the reference file system");
     app.add_option("TESTED", options.roots.tested, "Folder of the tested file system");

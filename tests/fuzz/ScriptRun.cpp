@@ -54,16 +54,16 @@ std::string inSingleQuotes(const std::string& text) {
 void checkWords(const std::vector<Word>& words) {
     std::string line;
     for (const Word& word : words) {
-        require(word.quoted.size() == word.text.size(), "a word has not one flag for each byte");
+        require(word.quoted.size() == word.text.size(), "a word does not have one flag per byte");
         line += inSingleQuotes(word.text) + " ";
     }
     const auto again = wordsOf(line);
-    require(again && again->size() == words.size(), "quoted words are not read as words: " + line);
+    require(again && again->size() == words.size(), "quoted words cannot be parsed back: " + line);
     for (std::size_t i = 0; i < words.size(); ++i) {
         const Word& word = (*again)[i];
-        require(word.text == words[i].text, "a quoted word is read as another: " + line);
+        require(word.text == words[i].text, "a quoted word is parsed as another: " + line);
         require(std::find(word.quoted.begin(), word.quoted.end(), false) == word.quoted.end(),
-                "quotes left a byte its meaning: " + line);
+                "a quoted byte is marked as unquoted: " + line);
     }
 }
 
@@ -134,7 +134,7 @@ void ScriptRun::runLine(const std::string& line) {
     out_.str("");
     err_.str("");
     const ExitStatus status = shell_.execute(line);
-    require(words || status == ExitStatus::Usage, "a line without words was run");
+    require(words || status == ExitStatus::Usage, "a line that cannot be parsed was run");
     checkErrors(status);
     checkOutput(command);
 }
@@ -204,5 +204,5 @@ void ScriptRun::checkFile(const StoragePath& path) const {
         size += static_cast<std::uint64_t>(count);
     }
     require(size == provider_->doGetFileAttributes(path.iri()).getSize(),
-            "a file has another size than bytes");
+            "the size of a file differs from the number of bytes read");
 }

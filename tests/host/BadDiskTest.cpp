@@ -140,7 +140,8 @@ protected:
             return found != tree.end() && found->second == entry.second;
         };
         for (const auto& entry : now) {
-            EXPECT_TRUE(holds(before, entry) || holds(after, entry)) << entry.first << " is half done";
+            EXPECT_TRUE(holds(before, entry) || holds(after, entry))
+                << entry.first << " is in neither its old nor its new state";
         }
         for (const auto& [path, bytes] : before) {
             EXPECT_TRUE(now.contains(path) || !after.contains(path)) << path << " is lost";
@@ -156,7 +157,7 @@ protected:
         succeed(command);
         const State after = state();
         for (int point = 1;; ++point) {
-            SCOPED_TRACE(command + ", struck at call " + std::to_string(point));
+            SCOPED_TRACE(command + ", at provider call " + std::to_string(point));
             restore();
             int calls = 0;
             provider_->before = [&](const char*, const StorageIRI&) {

@@ -20,7 +20,7 @@ const InMemoryEntryPath path(u"/somewhere");
 const StorageIRI source(u"/source");
 const StorageIRI destination(u"/destination");
 
-/// The exception that a translation throws: "4 /source" for a host error, "same" for an exception that passes
+/// The exception that a translation throws: "4 source" for a host error, "same" for an exception that passes
 /// unchanged.
 template <class Internal>
 std::string outcome(const ErrorTranslation& translation) {

@@ -18,8 +18,8 @@ std::string shown(const History& history) {
              << "]: " << shown(recorded.call) << ": " << shown(recorded.outcome) << '\n';
     }
     for (const auto& [path, entry] : history.tree) {
-        text << std::boolalpha << "  left: " << shown(path) << (entry.folder ? " folder" : " file") << " \""
-             << entry.bytes << "\" " << entry.lastModified << ' ' << entry.writable << '\n';
+        text << std::boolalpha << "  at the end: " << shown(path) << (entry.folder ? " folder" : " file")
+             << " \"" << entry.bytes << "\" " << entry.lastModified << ' ' << entry.writable << '\n';
     }
     return text.str();
 }

@@ -22,7 +22,7 @@ using provider::ByteStreamAppend;
 using Bytes = std::vector<std::uint8_t>;
 using Extent = FailingAllocation::Extent;
 
-/// Above this size contents grow with spare capacity.
+/// Contents of this size grow with spare capacity, and free their old pages early.
 constexpr std::size_t large = 2U << 20U;
 
 /// Content without spare capacity.

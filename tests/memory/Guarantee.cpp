@@ -92,7 +92,7 @@ void expectEachEntryOnce(const Relocation& relocation, const Failure& failure) {
             EXPECT_TRUE(atSource || atDestination) << testing::PrintToString(from) << " is lost";
         } else {
             EXPECT_NE(atSource, atDestination)
-                << testing::PrintToString(from) << (atSource ? " is doubled" : " is lost or harmed");
+                << testing::PrintToString(from) << (atSource ? " is duplicated" : " is lost or damaged");
             EXPECT_NE(failure.now.contains(from), failure.now.contains(to)) << testing::PrintToString(from);
         }
     }

@@ -121,7 +121,7 @@ void expectSoundAfterChanges(const Experiment& experiment) {
 /// The operation survived the failed allocation: its result must be the same as without the failure.
 void expectSurvived(const Experiment& experiment, const TreeShape& shape, const Expectation& expected,
                     Extent extent) {
-    EXPECT_TRUE(shape.isLarge()) << "a failure went unnoticed in a tree that is too small for indexes";
+    EXPECT_TRUE(shape.isLarge()) << "succeeds without memory in a tree that is too small for indexes";
     EXPECT_EQ(experiment.attempt.result(), expected.result);
     expectFinishedTree(experiment, expected, extent);
     expectSoundAfterChanges(experiment);

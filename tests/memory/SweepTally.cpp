@@ -21,7 +21,7 @@ std::string SweepTally::summary() const {
     return std::to_string(operations_.size()) + " operations on " + std::to_string(trees_.size()) +
            " trees (" + std::to_string(sweeps_) + " sweeps), " + std::to_string(failurePoints_) +
            " failure points (" + std::to_string(endings_) + " in messages of internal exceptions, " +
-           std::to_string(survivals_) + " done without)";
+           std::to_string(survivals_) + " survived)";
 }
 
 } // namespace storage::tests

@@ -819,7 +819,7 @@ TEST_P(CheckRandomTest, FindsExactlyWhatDiffers) {
             }
         }
     }
-    std::cout << "seed " << GetParam() << ": " << planted << " differences planted\n";
+    std::cout << "seed " << GetParam() << ": " << planted << " differences injected\n";
     EXPECT_GT(planted, differences.size());
 }
 

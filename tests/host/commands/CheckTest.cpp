@@ -28,7 +28,7 @@ protected:
         succeed("import " + disk_ / "src" + " /n");
     }
 
-    /// Returns the reason of the only difference that a check reports.
+    /// Returns the message about the only difference that a check reports.
     std::string difference(const std::string& line = "check") {
         const std::string line1 = fail(line);
         EXPECT_EQ(std::count(line1.begin(), line1.end(), '\n'), 1) << line1;

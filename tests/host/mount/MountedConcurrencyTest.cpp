@@ -52,14 +52,14 @@ void MountedConcurrencyTest::workAlone(int program) {
         mount_.rename(path, folder + "/moved");
         mount_.resize(file, content.size() / 2);
         if (mount_.bytesOf(mount_.file(folder + "/moved")) != content.substr(0, content.size() / 2)) {
-            note("a file of one's own has changed");
+            note("another thread has changed a private file");
         }
         if (mount_.namesIn(mount_.folder(folder)) != std::vector<std::string>{"moved"}) {
-            note("a folder of one's own has changed");
+            note("another thread has changed a private folder");
         }
         mount_.removeFile(folder + "/moved");
         if (mount_.bytesOf(file).size() != content.size() / 2) {
-            note("a removed file of one's own has changed");
+            note("another thread has changed a removed private file");
         }
         mount_.close(file);
     }

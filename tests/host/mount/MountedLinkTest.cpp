@@ -200,7 +200,8 @@ TEST_F(MountedLinkTest, UpdatesTheTimesOfInodeAndFolder) {
     EXPECT_TRUE(changes(file, [&] { mount_.rename("/d/g", "/d/h"); }));
     mount_.setModified(mount_.at("/d"), pastTime);
     EXPECT_TRUE(changes(file, [&] { mount_.removeFile("/f"); }));
-    EXPECT_EQ(mount_.modifiedOf(mount_.at("/d")), pastTime) << "the place that the inode took over";
+    EXPECT_EQ(mount_.modifiedOf(mount_.at("/d")), pastTime)
+        << "moving the stored file to the other name must not modify that folder";
     EXPECT_FALSE(mount_.modifiedOf(mount_.at("/")) == pastTime);
     mount_.link("/d/h", "/g");
     EXPECT_TRUE(changes(file, [&] { mount_.removeFile("/g"); }));

@@ -43,7 +43,7 @@ TEST_F(MountedOwnerTest, InheritsTheGroupOfASetGroupIdFolder) {
               (Owner{anotherOwner.user, 77}));
     EXPECT_EQ(mount_.permissionsOf(mount_.at("/d/f")), 0644U);
     EXPECT_EQ(mount_.ownerOf(mount_.makeFolder("/d/s", 0700, anotherOwner)), (Owner{anotherOwner.user, 77}));
-    EXPECT_EQ(mount_.permissionsOf(mount_.at("/d/s")), 02700U) << "folders inherit the bit, too";
+    EXPECT_EQ(mount_.permissionsOf(mount_.at("/d/s")), 02700U) << "folders also inherit the bit";
     EXPECT_EQ(mount_.ownerOf(mount_.makeFile("/d/s/f", "", 0644, anotherOwner)),
               (Owner{anotherOwner.user, 77}));
 }
@@ -77,7 +77,7 @@ TEST_F(MountedOwnerTest, RequiresSpace) {
     EXPECT_EQ(mount.ownerOf(file), Owner::ofProcess());
     mount.setOwner(file, Owner::ofProcess());
     mount.setOwner(other, {1, 1});
-    EXPECT_EQ(mount.ownerOf(other), (Owner{1, 1})) << "which it has already";
+    EXPECT_EQ(mount.ownerOf(other), (Owner{1, 1})) << "an entry with its own owner requires no more space";
 }
 
 TEST_F(MountedOwnerTest, ClearsSetIdBits) {

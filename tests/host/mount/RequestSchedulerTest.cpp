@@ -282,7 +282,7 @@ TEST_F(RequestSchedulerTest, StopsThreadsAfterTheirCurrentRequests) {
 
 TEST_F(RequestSchedulerTest, EndsAllThreadsWithTheDevice) {
     start(3);
-    device_.end(); // as by the kernel: one thread notices it
+    device_.end(); // as the kernel does after an unmount; one thread detects it
     for (std::thread& thread : threads_) {
         thread.join();
     }

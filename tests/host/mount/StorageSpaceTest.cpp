@@ -159,7 +159,7 @@ TEST_F(StorageSpaceTest, QueriesTheStorageOnceForManyOperations) {
     EXPECT_EQ(queries_, 1);
 }
 
-/// A control group of 512 MiB in which the 4 MiB that are left to others remain.
+/// A control group of 512 MiB in which only the 4 MiB that are left to others are unused.
 class FullMemoryTest : public StorageSpaceTest {
 protected:
     FullMemoryTest() {

@@ -247,7 +247,7 @@ buildProvider_V1(std::shared_ptr<IProvider>* provider) {
     const char* const root =
         std::getenv("QZSTORAGE_DISK_ROOT"); // NOLINT(concurrency-mt-unsafe): hosts promise it
     if (root == nullptr) {
-        throw std::runtime_error("QZSTORAGE_DISK_ROOT does not name a folder");
+        throw std::runtime_error("QZSTORAGE_DISK_ROOT is not set");
     }
     *provider = std::make_shared<DiskProvider>(root);
 }

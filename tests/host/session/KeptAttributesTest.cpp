@@ -159,7 +159,7 @@ TEST_F(KeptAttributesTest, ListsSpecialEntries) {
     EXPECT_EQ(special[0].kind, EntryKind::SymbolicLink);
     EXPECT_EQ(kept_.specialIn(StoragePath()).size(), 1U);
     kept_.changed(at(u"/d/a"));
-    EXPECT_EQ(kept_.specialIn(at(u"/d")).size(), 1U) << "a file has its place";
+    EXPECT_EQ(kept_.specialIn(at(u"/d")).size(), 1U) << "a file has replaced the link";
     kept_.copiedSpecial(at(u"/d"), at(u"/e"));
     EXPECT_EQ(find(u"/e/b").linkTarget, "x");
     EXPECT_EQ(find(u"/e/f").mode, std::nullopt) << "files are copied one by one";

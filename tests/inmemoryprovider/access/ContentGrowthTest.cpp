@@ -68,7 +68,7 @@ TEST(ContentGrowthTest, IsEightfoldForLargeContents) {
 TEST(ContentGrowthTest, IsTwofoldIfTheAddressSpaceIsLimited) {
     const LimitedAddressSpace limited(RLIM_INFINITY - 1); // above the reservation of the sanitizers
     if (!LimitedAddressSpace::isInForce()) {
-        GTEST_SKIP() << "the emulator does not pass the limit on";
+        GTEST_SKIP() << "the emulator ignores the limit";
     }
     Bytes content;
     appendByBlocks(content, 17 * mebibyte);

@@ -124,7 +124,7 @@ TEST(InMemoryEntryPathTest, IsFoundInAMapByItsText) {
     }
     EXPECT_EQ(map.find(std::u16string_view())->second, 0);
     for (const auto* absent : {u"/a/", u"//a", u"a", u"/b", u"/a/bb"}) {
-        EXPECT_EQ(map.find(std::u16string_view(absent)), map.end()) << "a text is not normalised";
+        EXPECT_EQ(map.find(std::u16string_view(absent)), map.end()) << "a text is not normalized";
     }
 }
 

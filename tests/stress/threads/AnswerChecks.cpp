@@ -53,7 +53,7 @@ void checkNames(const std::u16string& folder, const ListingShape& shape, const N
     const WildcardPattern pattern(shape.pattern);
     for (const auto& name : names) {
         requireThat(isPossible(joined(folder, name)) && pattern.matches(lastName(name)),
-                    "a listing of " + shown(folder) + " has " + shown(name));
+                    "a listing of " + shown(folder) + " has the unexpected name " + shown(name));
     }
     if (shape.depth == ListingShape::Depth::OneFolder) {
         checkOrder(folder, names);
@@ -68,14 +68,15 @@ void checkEntries(const std::u16string& folder, const ListingShape& shape, const
         const bool isFile = entry.getType() == FolderEntry::EntryType::File;
         requireThat(shape.kinds != (isFile ? ListingShape::Kinds::Folders : ListingShape::Kinds::Files),
                     "a listing of one kind has an entry of the other: " + shown(entry.getName()));
-        requireThat(isFile || !isTemporary(entry.getName()), "a temporary file is a folder");
+        requireThat(isFile || !isTemporary(entry.getName()), "a folder has the name of a temporary file");
         names.push_back(entry.getName());
     }
     checkNames(folder, shape, names);
 }
 
 void checkSize(unsigned long long size) {
-    requireThat(size % tests::Record::size == 0, "a file has a size of " + std::to_string(size));
+    requireThat(size % tests::Record::size == 0,
+                "the size of a file is not a multiple of the record size: " + std::to_string(size));
 }
 
 void checkTime(const ptime& time) {

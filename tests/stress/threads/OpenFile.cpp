@@ -58,7 +58,7 @@ std::uint64_t OpenFile::readSome() {
         return 0;
     }
     requireThat(count > 0 && count <= static_cast<long>(sizeof records) && count % Record::size == 0,
-                "a read returned " + std::to_string(count) + " bytes");
+                "a read returned an invalid count: " + std::to_string(count));
     const auto end = records.begin() + count / Record::size;
     requireThat(std::all_of(records.begin(), end, [](const Record& record) { return record.isWhole(); }),
                 "a read returned a torn record");
@@ -71,7 +71,7 @@ void OpenFile::seekSomewhere(Random& random) {
     const auto records = static_cast<long>(pick(random, 9)) - 4;
     const auto position = std::streamoff(stream_->seek(records * Record::size, direction));
     requireThat(position == -1 || (position >= 0 && position % Record::size == 0),
-                "a seek moved to " + std::to_string(position));
+                "a seek returned an invalid position: " + std::to_string(position));
     requireThat(position == -1 || direction != std::ios_base::beg || position == records * Record::size,
                 "a seek moved to a wrong position");
 }

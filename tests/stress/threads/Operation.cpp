@@ -117,7 +117,7 @@ void copyWithProgress(Attempt& a) {
     try {
         a.provider.doCopyFileAtomic(a.source, a.destination, a.policy, progress);
     } catch (const CopyStopped&) {
-        requireThat(stop, "a copy stopped without its callback");
+        requireThat(stop, "a copy throws an exception that its callback did not throw");
     }
 }
 
@@ -158,7 +158,7 @@ void checkExistence(Attempt& a) {
     const auto existence = a.provider.doExistsExtended(a.source);
     requireThat(existence == EntryExistence::Missing || existence == EntryExistence::File ||
                     existence == EntryExistence::Folder,
-                "an existing entry has no kind");
+                "an unknown kind of entry");
 }
 
 std::vector<Operation> changes() {
@@ -209,7 +209,7 @@ std::vector<Operation> queries() {
          [](Attempt& a) {
              const auto number = static_cast<std::int32_t>(pick(a.random, 12));
              requireThat(a.provider.doHasFeature(static_cast<ExtendedFeature>(number)) == (number == 6),
-                         "a feature is claimed wrongly");
+                         "wrong answer about a feature");
          }},
         {"doGetPathComparator", 1, never, checkComparator},
         {"doGetCanonicalLocation", 1, never,

@@ -72,7 +72,7 @@ void print(const Options& options, const StressThread::Shared& shared,
     std::cout << "in addition " << fileUses << " uses of streams, " << listingUses << " of listings\n"
               << "inspected " << inspected.trees << " trees with " << inspected.entries << " entries, "
               << inspected.bytes << " bytes, " << inspected.temporaryFiles
-              << " temporary files whose folder was moved away or made read-only\n"
+              << " temporary files left in folders that were moved or made read-only\n"
               << "thread stress: " << options.threads << " threads, " << tally.total() << " operations, "
               << providerOperations.size() << " kinds, " << shared.worlds.built() << " providers built, "
               << rounds << " invariant checks, no violation\n";
