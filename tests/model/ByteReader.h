@@ -7,7 +7,7 @@
 namespace storage::inmemoryprovider::tests {
 
 /// Decodes numbers from a byte sequence. Beyond its end all numbers are 0. A byte that the fuzzer inserts or
-/// removes thus shifts the later numbers and does not change the earlier ones.
+/// removes shifts the later numbers and does not change the earlier ones.
 ///
 /// Borrows the bytes.
 class ByteReader {

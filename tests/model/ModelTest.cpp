@@ -47,8 +47,8 @@ RC_GTEST_PROP(ProviderAndModelTest, AgreeOnSequencesRichInUnusualPaths, ()) {
     agreesOn(Mix::WeirdPaths);
 }
 
-/// An outcome that depends on earlier operations of its sequence. The test requires each of these outcomes, so
-/// the sequences must prepare them.
+/// An outcome that depends on earlier operations of its sequence. The test requires each of these outcomes,
+/// so the sequences must prepare them.
 struct DeepEnding {
     const char* operation;
     const char* outcome;

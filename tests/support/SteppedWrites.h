@@ -9,9 +9,10 @@
 
 namespace storage::tests {
 
-/// Counts the atomic writes of an operation to given objects. Single-steps the operation: the processor's trap
-/// flag raises a signal after each instruction. After an instruction with a lock prefix, compares the objects
-/// with a copy. So it also finds the writes of the C and C++ libraries, in the same code that a host runs.
+/// Counts the atomic writes of an operation to given objects. Single-steps the operation: the processor's
+/// trap flag raises a signal after each instruction. After an instruction with a lock prefix, compares the
+/// objects with a copy. So it also finds the writes of the C and C++ libraries, in the same code that a host
+/// runs.
 ///
 /// Does not count plain writes, atomic writes that leave the value unchanged, and writes of other threads. At
 /// most one object may exist at a time. Requires x86-64. Unavailable with sanitizers, and with checked

@@ -891,8 +891,8 @@ constexpr std::array similarNames{u"n",   u" n",  u"n ",      u"n  ",    u".n", 
                                   u"N",   u"%6E", u"e\u0301", u"\u00E9", u"n;v", u"~n",    u"n+n",
                                   u"\\n", u"n:",  u"n*",      u"n?",     u"n#n", u"n%20n", u"n\tn"};
 
-/// Creates folders with files that contain the folder's name. Expects that the canonical location of each file
-/// leads to it.
+/// Creates folders with files that contain the folder's name. Expects that the canonical location of each
+/// file leads to it.
 void canonicalLocationKeepsNamesApart(CheckContext& context) {
     const IProvider& provider = context.provider();
     createFolders(context, {u"names"});

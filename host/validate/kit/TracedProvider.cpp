@@ -98,7 +98,7 @@ public:
     using Pattern = std::u16string;
     using Time = boost::posix_time::ptime;
 
-// Forwards an operation whose first parameter is a location.
+// Forwards an operation with a location as its first parameter.
 #define QZ_TRACED(Result, name, parameters, ...)                                                             \
     Result name parameters const override {                                                                  \
         return record(#name, &IProvider::name, __VA_ARGS__);                                                 \

@@ -86,7 +86,7 @@ long writeMapped(int file, off_t page, char byte) {
     return ::munmap(memory, pageSize);
 }
 
-/// Holes of a real mount, behind the kernel's page cache.
+/// Holes of a real mount, seen through the kernel's page cache.
 class HolesMountTest : public MountingTest {
 protected:
     static constexpr int steps = 1500;

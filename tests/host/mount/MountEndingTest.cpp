@@ -207,7 +207,8 @@ TEST_F(MountEndingTest, WaitsForTheTargetWhenUnmounted) {
 /// A mount that can be saved neither to its target nor to the rescue folder, after its unmount.
 class UnsavedMountTest : public MountEndingTest {
 protected:
-    /// Sends a signal that gives up the target, and waits until the rescue has failed.
+    /// Unmounts. After the export has failed, sends a signal that makes the mount give up the target, and waits
+    /// until the rescue has failed.
     void giveUpTarget(pid_t process) {
         disk_.write("state/rescue", "");
         write(inside("f"), "content");

@@ -96,7 +96,7 @@ TEST(LeftRightMap, ADiscardedPreparedElementChangesNothing) {
     EXPECT_EQ(map.find(1), nullptr);
 }
 
-/// A key whose comparison can be blocked, to keep a reader inside a lookup.
+/// A key with a comparison that can be blocked, to keep a reader inside a lookup.
 struct HeldKey {
     int value;
     const std::function<void()>* onCompare = nullptr;

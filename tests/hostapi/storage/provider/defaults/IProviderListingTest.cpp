@@ -126,7 +126,7 @@ TEST_F(IProviderListingTest, FollowsTheResolvedPath) {
               provider_->doListAllRecursiveNamesOnly(iri_));
 }
 
-/// All sixteen listings behind one function type. The pattern of a wildcard listing matches every name.
+/// All sixteen listings as functions of one type. The pattern of a wildcard listing matches every name.
 std::vector<std::function<void(const IProvider&, const StorageIRI&)>> allListings() {
     return {
         [](const IProvider& p, const StorageIRI& iri) { p.doListAll(iri); },
