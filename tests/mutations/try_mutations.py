@@ -190,7 +190,7 @@ class Copy:
 
 
 class AllAtOnce(Copy):
-    """A copy whose program contains as many of the mutations as possible."""
+    """A copy of the project with as many of the mutations in its program as possible."""
 
     def __init__(self, folder, mutations):
         super().__init__(folder)
