@@ -13,9 +13,9 @@
 #define QZFL_THREAD_ANNOTATION(x)
 #endif
 
-/// A class whose objects are locks.
+/// A class of locks.
 #define QZFL_CAPABILITY(name) QZFL_THREAD_ANNOTATION(capability(name))
-/// A class whose objects hold a lock from construction to destruction.
+/// A class of objects that hold a lock from construction to destruction.
 #define QZFL_SCOPED_CAPABILITY QZFL_THREAD_ANNOTATION(scoped_lockable)
 /// A member that may be read while the lock is held, and written while it is held exclusively.
 #define QZFL_GUARDED_BY(lock) QZFL_THREAD_ANNOTATION(guarded_by(lock))

@@ -36,8 +36,8 @@ namespace foundation::storage::provider {
 ///
 /// Failures: an operation that the storage refuses throws `Exception` with a code and the location concerned,
 /// which is its first argument unless it says otherwise. The codes are `NotFound` (also for a name that the
-/// storage cannot hold), `AlreadyExists`, `ReadOnly` and `FolderNotEmpty`. A failed system call is
-/// `SystemError`, a failed allocation std::bad_alloc.
+/// storage cannot hold), `AlreadyExists`, `ReadOnly`, `FolderNotEmpty` and `NotOffered`. A failed system call
+/// is `SystemError`, a failed allocation std::bad_alloc.
 ///
 /// Thread safety: every operation but `doShutdown` is thread-safe.
 ///
@@ -123,7 +123,7 @@ public:
     virtual void doRemoveFolderRecursively(const StorageIRI& iri) const;
 
     /// Moves a folder with everything below it; moved folders become writable, moved files keep their flag. A
-    /// read-only folder below the source, or a failed allocation, may stop the move midway: what has been
+    /// read-only folder below the source, or a failed allocation, may stop the move midway. What has been
     /// moved stays moved, and every entry is at its old or its new path. A failed move may lose the replaced
     /// empty folder when the source or its folder is read-only. When allocation fails before the source has
     /// taken its place, the in-memory provider restores it.
@@ -311,7 +311,7 @@ public:
     /// file, unless the folder was moved or became read-only meanwhile, or the removal is out of memory as
     /// well.
     ///
-    /// At most the bytes that the source has at the start are copied. If the source changes meanwhile, each
+    /// Copies at most as many bytes as the source has at the start. If the source changes meanwhile, each
     /// block is as it was when it was read, and bytes that are truncated before they are read are missing.
     ///
     /// Checked in this order: the source exists, the destination may be replaced, the destination is

@@ -6,8 +6,8 @@
 
 namespace foundation::storage::provider {
 
-/// Checks the stream or listing that an operation of a provider returned. A provider never returns null; one
-/// that does must not crash its host.
+/// Checks the stream or listing that an operation of a provider returned. The contract forbids null, but a
+/// provider that returns it must not crash its host.
 /// @param object  as returned
 /// @param what    its name in the message, for example "stream"
 /// @return the same object

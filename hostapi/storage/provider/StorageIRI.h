@@ -34,7 +34,7 @@ public:
     /// @return false exactly for the root location
     bool hasParent() const noexcept { return hasParent_; }
 
-    /// Whether resolved paths, paths and root property are equal.
+    /// Whether resolved path, path and `hasParent` are equal.
     /// @param other  the location to compare with
     /// @return whether they are equal
     bool operator==(const StorageIRI& other) const noexcept {

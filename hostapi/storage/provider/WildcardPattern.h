@@ -13,7 +13,7 @@ namespace foundation::storage::provider {
 /// A value. Thread safety: any number of threads may match at once.
 class QZFL_EXPORT WildcardPattern {
 public:
-    /// One step of a pattern.
+    /// One element of a pattern.
     struct Element {
         /// What the element matches.
         enum class Kind {
@@ -31,7 +31,7 @@ public:
     explicit WildcardPattern(std::u16string_view text);
 
     /// For callers that allow wildcards to be quoted.
-    /// @param elements  the pattern, step by step
+    /// @param elements  of the pattern, in order
     explicit WildcardPattern(std::vector<Element> elements);
 
     /// Whether the pattern matches a name.

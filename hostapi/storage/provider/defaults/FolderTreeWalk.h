@@ -19,8 +19,8 @@ namespace foundation::storage::provider {
 /// name that has an entry with an empty name counts as empty too, because a provider that ignores empty names
 /// would list it endlessly. Visited entries may be removed during the walk.
 ///
-/// Owns copies of all names that it still needs; the provider must outlive it. Not thread-safe. Invariant:
-/// `levels_` holds the folders from the top down to the one whose entries are being visited.
+/// Owns the listings of the open folders; the provider must outlive it. Not thread-safe. Invariant: `levels_`
+/// holds the folders from the top down to the innermost open one.
 class FolderTreeWalk {
 public:
     enum class Event {

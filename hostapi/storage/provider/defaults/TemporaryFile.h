@@ -12,15 +12,17 @@ namespace foundation::storage::provider {
 /// A new file beside a given location, to be moved there when it is complete.
 ///
 /// Owns the file at its own location from construction until `moveIntoPlace` succeeds; the destructor removes
-/// what is still owned. Its name is hidden, ".copy-" and 16 random hexadecimal digits, which every storage
-/// can hold. Failures name the caller's location, except `NotFound` of the temporary file: the storage
-/// refuses its name, or another thread has removed it. The provider must outlive the object. Not thread-safe.
+/// what is still owned. Its name is hidden: ".copy-" and 16 random hexadecimal digits. Failures name the
+/// caller's location. Exceptions, which name the temporary file: `NotFound` when the storage refuses its name
+/// or another thread has removed it, `AlreadyExists` when no free name was found. The provider must outlive
+/// the object. Not thread-safe.
 class TemporaryFile {
 public:
     /// @param place       where the file is to be moved; it is created in the same folder
     /// @param workingFor  the location that failures name
     /// @throws Exception  `NotFound` when the folder is missing, or naming the temporary file when the
-    ///         storage refuses its name; `ReadOnly` when the folder is read-only
+    ///         storage refuses its name; `AlreadyExists` naming the temporary file; `ReadOnly` when the
+    ///         folder is read-only
     TemporaryFile(const IProvider& provider, const StorageIRI& place, const StorageIRI& workingFor);
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
