@@ -60,8 +60,8 @@ private:
                                    const provider::StorageIRI& destination);
 };
 
-/// The translation of every operation that has one. A folder that is not empty deliberately has one code when
-/// it is removed and another when it is the destination of a move.
+/// The translation of every operation that has one. FolderNotEmptyException has one code when the folder is
+/// to be removed, and deliberately another when it is the destination of a move.
 namespace translations {
 
 using enum provider::ErrorCode;

@@ -12,9 +12,9 @@ namespace storage::inmemoryprovider {
 /// Owns one file system and nothing else: each operation converts its locations to paths, calls the file
 /// system and reports failures with the host's exceptions. See IProvider for the operations.
 ///
-/// Has no lock of its own; the file system and its nodes have their own locks. Every operation is atomic,
-/// except for the two setters: they find the entry and change it in two steps, so a change is lost if the
-/// entry is moved in between.
+/// Has no lock of its own; the file system and its nodes have their own locks. For other threads, every
+/// operation below is atomic, with two exceptions. The attributes of a file are read one by one. The two
+/// setters first find the entry, then change it: a change is lost if the entry is moved in between.
 ///
 /// Thread-safe.
 class InMemoryProvider : public provider::IProvider {

@@ -13,8 +13,8 @@ namespace storage::inmemoryprovider {
 // no lock: the caller holds the mutex that guards the bytes.
 
 /// Copies at most `count` bytes from `position` on; all remaining bytes if `count` is negative.
-/// @return number of bytes copied, or -1 if there are none, also with a `count` of 0 and with a position
-///     beyond the end, which remains in other streams after the file is emptied
+/// @return number of bytes copied; -1 if there are none, also with a `count` of 0. The position may be beyond
+///     the end: emptying the file does not change it in other streams
 long readContent(const std::vector<std::uint8_t>& content, char* buffer, long count, unsigned long& position);
 
 /// Writes `count` bytes at the end or at `position`, and moves the position after them. Bytes written at or

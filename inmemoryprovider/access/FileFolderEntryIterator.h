@@ -16,8 +16,8 @@ namespace storage::inmemoryprovider {
 ///
 /// Owns a snapshot of the folder, so later changes of the tree have no effect on it, and it keeps no node
 /// alive. Invariant: `current_` is an accepted child or the end of the snapshot. A step removes the child
-/// from the snapshot and turns its path into its name in the same memory. So the snapshot needs no names, and
-/// a step never fails.
+/// from the snapshot and turns its path into its name in the same memory. So the snapshot can leave the names
+/// empty, and a step never fails.
 ///
 /// Not thread-safe. Clones are independent.
 template <class Predicate>

@@ -35,10 +35,10 @@ namespace storage::inmemoryprovider {
 /// first, then at most one mutex of a node, inside one operation of that node. A node never calls back.
 /// `getFolderEntry` acquires no lock. Reading and writing through streams acquire only the file's mutex.
 ///
-/// Readers: lookups, listings, attributes and opening for reading do not acquire `mutex_`, only the mutexes
-/// of the nodes that they read, one at a time. Each change is atomic for them: it is one critical section
-/// under a folder's mutex, or it is published in `changes_`. A reader waits for a running change only if the
-/// change affects the reader's path. It holds no lock while it waits.
+/// Readers: lookups, listings, queries for all attributes at once and opening for reading do not acquire
+/// `mutex_`, only the mutexes of the nodes that they read, one at a time. Each change is atomic for them: it
+/// is one critical section under a folder's mutex, or it is published in `changes_`. A reader waits for a
+/// running change only if the change affects the reader's path. It holds no lock while it waits.
 ///
 /// Listings: a listing holds its folder's mutex while it copies the children. No operation blocks on that
 /// mutex while it holds `mutex_`, so a listing delays changes in its own folder only. An operation that finds
@@ -59,11 +59,12 @@ namespace storage::inmemoryprovider {
 /// - A check that fails while a move runs, such as a read-only folder, stops the move there. Moved entries
 ///   stay moved, and a replaced entry stays removed.
 ///
-/// Nodes that an operation removes from the tree are destroyed after `mutex_` is released, except the emptied
-/// nodes that a folder move leaves behind, and an empty folder that it replaces if it is stopped after that.
+/// Nodes that an operation removes from the tree are destroyed after `mutex_` is released. Exceptions: the
+/// emptied nodes that a folder move leaves behind, and the empty folder that it has replaced if it is stopped
+/// after that.
 ///
-/// One operation blocks on a file while it holds `mutex_`: opening a file to empty it waits until a read or
-/// write of that file that is in progress has ended.
+/// Two operations block on a file while they hold `mutex_`: opening a file to empty it, and
+/// `getFileEntrySize`. They wait until a read or write in progress on that file has ended.
 ///
 /// Failures are reported by the internal exceptions. Each names the path that the operation's comment states.
 /// Unless stated otherwise, a missing parent folder causes EntryNotFoundException and a read-only parent

@@ -137,7 +137,7 @@ private:
     /// the reader's last access.
     using ReaderCount = std::atomic<std::uint32_t>;
 
-    /// Two counters, of which new readers use the one selected by `turn_`.
+    /// Two counters. New readers use the one selected by `turn_`.
     struct alignas(cacheLine) Stripe {
         mutable std::array<ReaderCount, 2> counts{};
     };

@@ -12,7 +12,7 @@
 namespace storage::inmemoryprovider {
 
 /// A sequence lock over the tree that readers check by path. It makes a change of several steps, such as a
-/// move, atomic for readers that do not hold the lock of the changes: they wait for the running change only
+/// move, atomic for readers that do not hold the lock of the changes. They wait for the running change only
 /// if it affects their path.
 ///
 /// Owns a sequence number, which is odd during a change, and the length and hashes of that change's paths. It
@@ -20,8 +20,8 @@ namespace storage::inmemoryprovider {
 /// wait unnecessarily.
 ///
 /// Changes are externally synchronized. A reader that reads a folder under the folder's mutex calls
-/// `conflictWith` while it holds that mutex: all steps on that folder require it, so the result stays valid
-/// until the mutex is released. A reader of anything else calls it afterwards, and retries if `number` has
+/// `conflictWith` while it holds that mutex. All steps on that folder require the mutex, so the result stays
+/// valid until it is released. A reader of anything else calls it afterwards, and retries if `number` has
 /// changed.
 ///
 /// Thread-safe, except for `Change`.
