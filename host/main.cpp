@@ -153,7 +153,7 @@ ExitStatus runLines(const ProgramOptions& options, Session& session) {
 
 ExitStatus runSession(const ProgramOptions& options, Console& console) {
     const Interruption interruption;
-    const Providers providers(options.plugins); // outlive exceptions of the plug-ins
+    const Providers providers(options.plugins); // must outlive exceptions of the plug-ins
     return runReported(console, [&] {
         Session session(providers.named(), console);
         const ExitStatus status = runLines(options, session);

@@ -120,7 +120,7 @@ private:
         }
     }
 
-    /// Adds the attributes to the rows. Reports and drops rows whose attributes cannot be read.
+    /// Adds the attributes to the rows. Reports and drops a row if its attributes cannot be read.
     static std::vector<Row> described(Session& session, std::vector<Row> rows) {
         std::vector<Row> result;
         for (Row& row : rows) {

@@ -8,7 +8,7 @@
 namespace storage::host {
 
 /// Refuses to copy or move an entry onto itself, or a folder into itself: either would lose the entry or not
-/// terminate. Also refuses a target whose parent is missing, read-only or not a folder.
+/// terminate. Also refuses a target if its parent is missing, read-only or not a folder.
 /// @throws CommandError
 void refuseImpossibleTransfer(const Session& session, const StoragePath& source, const StoragePath& target);
 

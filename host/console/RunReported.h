@@ -7,8 +7,8 @@
 
 namespace storage::host {
 
-/// Runs a task of the program and reports an exception that it throws. This is the only place that turns
-/// exceptions into a message and an exit status.
+/// Runs a task of the program and reports an exception that it throws. Only main() also converts exceptions
+/// to an exit status: OutputError, and a report that runs out of memory.
 /// @return the status of the task; Interrupted or Usage for the exceptions of these names, Failure for any
 ///     other
 /// @throws OutputError when the output cannot be written; main() reports it

@@ -23,7 +23,7 @@ public:
 
     const FileDescriptor& file() const noexcept { return file_; }
 
-    /// Checks for errors of close(2), and gives the file its name.
+    /// Checks for errors of close(2), and links the file under its name.
     /// @return 0, or the errno(3) of the failure: EEXIST if an entry has that name by now; any other if the
     ///         file cannot get a name, for example without /proc
     /// @throws CommandError naming the final path when closing fails; Interrupted

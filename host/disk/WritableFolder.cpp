@@ -33,7 +33,7 @@ void WritableFolder::setMode() {
         return;
     }
     if ((*modeAtEnd_ & S_IWUSR) == 0) {
-        lock(); // waits for another program that needs the write permission
+        lock(); // waits for another program that requires the write permission
     }
     if (::fchmod(folder_.number(), *std::exchange(modeAtEnd_, std::nullopt)) != 0) {
         throw diskError(folder_.path(), errno);

@@ -14,7 +14,7 @@ constexpr std::chrono::seconds timeLimit(60);
 PluginDescription describe(const std::string& plugin) {
     tryInProcess(
         plugin, [&] { PluginDescription::of(plugin); }, timeLimit);
-    const OutputToErrors plugInTalksElsewhere;
+    const OutputToErrors redirected;
     return PluginDescription::of(plugin);
 }
 

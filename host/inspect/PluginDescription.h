@@ -27,7 +27,8 @@ struct PluginDescription {
 /// Returns the number of operations that the plug-in overrides.
 std::size_t ownCount(const PluginDescription& plugin);
 
-/// Returns the name of a feature, for example "VolatileStorage"; empty if the host does not know the number.
+/// Returns the name of a feature, for example "VolatileStorage"; empty if the host has no name for the
+/// number.
 std::string featureName(int number);
 
 } // namespace storage::host

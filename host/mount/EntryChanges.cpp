@@ -291,9 +291,9 @@ void EntryChanges::remove(ExclusiveTree& tree, TreeEntry& entry) {
     tree.stamp(folder, time);
 }
 
-/// Returns the entry if it is an alias. If it is the own name of an inode with aliases, exchanges it with one
-/// of them first, so that the name becomes an alias; programs do not see a difference. Returns null for an
-/// inode without aliases. Precondition: the attributes of the inode are known.
+/// Returns the entry if it is an alias. If it is an inode with aliases, exchanges it with one of them first,
+/// so that the name becomes an alias. Programs do not see a difference. Returns null for an inode without
+/// aliases. Precondition: the attributes of the inode are known.
 const Alias* EntryChanges::aliasInPlaceOf(ExclusiveTree& tree, TreeEntry& entry) {
     if (entry.isAlias()) {
         return &static_cast<const Alias&>(entry);
@@ -382,7 +382,7 @@ void EntryChanges::exchange(ExclusiveTree& tree, FolderInode& folder, const std:
     stampChange(rightInode, time);
 }
 
-/// If the storage has both entries, exchanges them by way of a third name.
+/// If the storage has both entries, exchanges them through a third name.
 void EntryChanges::exchangeStored(ExclusiveTree& tree, TreeEntry& left, TreeEntry& right) {
     if (!tree.isStoredAs(right)) {
         changePlaces(tree, left, right);

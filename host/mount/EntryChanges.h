@@ -17,8 +17,7 @@ struct RenameMode {
 };
 
 /// Creates, removes and renames entries, in the storage and in the tree. A function that throws has changed
-/// nothing. Exception: an entry that the provider has removed although it failed is removed from the tree
-/// too.
+/// nothing. Exception: if the provider fails but has removed an entry, the tree removes it too.
 ///
 /// Borrows provider, guards, space, contents and ownership. Thread-safe. The caller holds the tree's lock
 /// exclusively, so each function is atomic.

@@ -18,7 +18,7 @@ private:
     int number_;
 };
 
-/// The error number of the current exception: providers throw `ErrorCode`, programs expect errno(3).
+/// The error number of the current exception: providers report an `ErrorCode`, programs expect errno(3).
 int errnoOfCurrentException() noexcept;
 
 } // namespace storage::host

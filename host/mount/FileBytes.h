@@ -35,10 +35,10 @@ public:
     /// @throws ErrnoError ENOSPC when there is no space; the content visible to programs is unchanged
     void write(std::uint64_t offset, std::span<const char> bytes);
 
-    /// Sets a size that is not less. The new range is a hole, except in the last page.
+    /// Sets a size that is not less than the current one. The new range is a hole, except in the last page.
     void grow(std::uint64_t size);
 
-    /// Sets a size that is not greater. Frees reserved pages beyond it.
+    /// Sets a size that is not greater than the current one. Frees reserved pages beyond it.
     static void shrink(FileInode& file, std::uint64_t size) noexcept;
 
     /// Number of pages of a range that are not stored.

@@ -44,8 +44,8 @@ public:
     /// @throws ErrnoError ENOSPC when there is no space; the content visible to programs is unchanged
     CachedBlocks write(FileInode& file, std::uint64_t offset, std::span<const char> bytes);
 
-    /// Returns the number of pages of the file, and notes that the kernel has got it. Precondition: the
-    /// file's guard is held.
+    /// Returns the number of pages of the file, and notes that it is reported to the kernel. Precondition:
+    /// the file's guard is held.
     static std::uint64_t reportPages(const FileInode& file) noexcept;
 
     /// Whether the program has cancelled the request. Called between the steps of a long operation.

@@ -34,7 +34,7 @@ struct EntryAttributes {
 
 /// An entry of a mounted storage: its own name and place, its attributes as programs see them, and the
 /// kernel's reference count. The storage has the entry at this place. Hard links are aliases, which only the
-/// mount has. When the own name is removed, the inode moves to the place of an alias.
+/// mount has. When its own name is removed, the inode moves to the place of an alias.
 ///
 /// The provider has only files and folders. Entries of all other kinds exist only in the mount, until it
 /// ends.

@@ -15,7 +15,7 @@ namespace storage::host {
 ///
 /// Owns the streams. While an inode's guard is held, the file's stream is out of its slot, so a long access
 /// does not block other files of the slot. No thread holds two guards; the lock order is in
-/// docs/architecture.md, "The mount". Thread-safe.
+/// docs/architecture.md, "Locks of the mount". Thread-safe.
 class InodeGuards {
     struct Slot {
         Mutex mutex;

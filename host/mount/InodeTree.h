@@ -33,7 +33,7 @@ private:
 ///
 /// The lock guards names and places. Only the root is accessible without it: all operations are members of
 /// `LockedTree` and `ExclusiveTree`, which hold the lock. Attributes are guarded by the inodes' guards. The
-/// lock order is in docs/architecture.md, "The mount".
+/// lock order is in docs/architecture.md, "Locks of the mount".
 class InodeTree {
 public:
     using IProvider = provider::IProvider;

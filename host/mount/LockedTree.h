@@ -66,7 +66,7 @@ public:
     /// Whether the inode is the folder or anywhere below it.
     bool isWithin(const Inode& inode, const FolderInode& folder) const noexcept;
 
-    /// The child of that name, or null if there is none; nothing if only the provider knows.
+    /// The child of that name, or null if there is none; nothing if that is unknown.
     std::optional<TreeEntry*> findKnown(const FolderInode& folder, std::u16string_view name) const noexcept;
 
     /// Whether all children of the folder are known. Once true, it stays true.

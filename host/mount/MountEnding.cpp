@@ -146,8 +146,8 @@ MountEnding::Saved MountEnding::save() {
     return Saved::Yes;
 }
 
-/// The mount is gone, so memory holds the only copy of the content of a volatile storage. A signal gives up
-/// the target, a second one also the rescue folder.
+/// After the unmount, memory holds the only copy of the content of a volatile storage. A signal ends the
+/// attempts to export, a second one also those to copy to the rescue folder.
 void MountEnding::saveUnmounted() {
     bool isTargetGivenUp = false;
     for (;;) {

@@ -123,8 +123,7 @@ constexpr std::array knownSettings{
 constexpr std::array<std::string_view, 10> kernelOptions{"noexec", "exec", "nosuid", "suid",    "nodev",
                                                          "dev",    "sync", "async",  "noatime", "dirsync"};
 
-/// Options that are always on, have no effect on a storage in memory, or are for programs that read
-/// /etc/fstab.
+/// Options that are always on, have no effect on a storage, or are for programs that read /etc/fstab.
 constexpr std::array<std::string_view, 22> ignoredOptions{
     "defaults", "atime",      "diratime",      "nodiratime",
     "relatime", "norelatime", "nostrictatime", "default_permissions",

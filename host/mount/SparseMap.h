@@ -41,7 +41,7 @@ struct PageRange {
 /// first.
 ///
 /// Owns no bytes. Invariants: extents are not empty and do not overlap, neither in the file nor in the
-/// storage; no stored page is both free and in use; after each successful function, extents that adjoin in
+/// storage; no stored page is both free and in use. After each successful function, extents that adjoin in
 /// the file and in the storage and have the same state are merged. Externally synchronized by the lock of the
 /// file's attributes.
 class SparseMap {

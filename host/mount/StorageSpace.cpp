@@ -30,14 +30,14 @@ constexpr std::uint64_t grantedPart = 8;
 constexpr std::uint64_t mostLeftToOthers = 128U << 20U;
 
 /// Bytes left to the rest of the machine or of the control group, and to requests that do not grow the
-/// storage. Operations may use a part of them all the same: `transientBeyond`, `untouchedByReuse`.
+/// storage. Operations may still use a part of them: `transientBeyond`, `untouchedByReuse`.
 std::uint64_t leftToOthers(std::uint64_t capacity) {
     constexpr std::uint64_t part = 128;
     return std::min(mostLeftToOthers, capacity / part);
 }
 
 /// Bytes left to other processes in the same control group: for programs that start, for their buffers, and
-/// for dirty pages of the mount, which cannot be freed before the storage has allocated a copy.
+/// for dirty pages of the mount. These cannot be freed before the storage has allocated a copy.
 std::uint64_t leftToSharers(const MachineMemory& memory) {
     constexpr std::uint64_t part = 64;
     constexpr std::uint64_t least = 8U << 20U;

@@ -15,8 +15,8 @@
 
 namespace storage::host {
 
-/// The room for content. If the provider does not report it, it is the memory that the process may still use:
-/// without a limit, the OOM killer would end this program, and all files would be lost.
+/// The room for content. If the provider does not report it, it is the memory that the process may still use.
+/// Beyond that, the OOM killer would end this program, and all files would be lost.
 ///
 /// Room is checked for the peak of an operation. The peaks of concurrent operations add up, so when little
 /// memory is left, growing operations exclude each other.

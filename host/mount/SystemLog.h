@@ -5,8 +5,8 @@
 
 namespace storage::host {
 
-/// An output stream buffer that writes lines to the system log, as errors. For a program that has no terminal
-/// any more.
+/// An output stream buffer that writes lines to the system log, as errors. For a program that has detached
+/// from its terminal.
 ///
 /// Not thread-safe.
 class SystemLog : public std::streambuf {

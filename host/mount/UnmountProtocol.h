@@ -12,7 +12,7 @@ struct UnmountStatus {
         Mounted, ///< no end was requested yet
         Saving,  ///< the content is being exported
         Failed,  ///< not all of it could be exported: the storage stays mounted
-        Saved,   ///< the content is saved: the mount is about to go
+        Saved,   ///< the content is saved: the unmount follows
     };
 
     std::uint64_t attempt = 0; ///< number of attempts to end the mount so far

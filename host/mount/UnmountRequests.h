@@ -39,8 +39,8 @@ public:
     /// @param text  the reason
     void fail(std::string_view text);
 
-    /// Notes that the attempt has succeeded and the mount is about to go. Waits until all requesters have
-    /// received that, with a short time limit: some may have gone.
+    /// Notes that the attempt has succeeded and the unmount follows. Waits until all requesters have received
+    /// that, with a short time limit: some may have exited.
     /// @param text  what the storage did not keep; usually empty
     void finish(std::string_view text);
 

@@ -27,7 +27,7 @@ constexpr std::chrono::milliseconds pollInterval(50);
 
 using Stage = UnmountStatus::Stage;
 
-/// A mount of another user serves only that user. Root switches to that user.
+/// A mount of another user may serve only that user, so root switches to that user.
 void becomeOwnerOfMount(const std::string& mountPoint) {
     const auto owner = ::geteuid() == 0 ? ownerOfMountAt(mountPoint) : std::nullopt;
     if (owner && owner->user != 0 &&
@@ -61,7 +61,7 @@ FileDescriptor openMount(const std::string& mountPoint) {
     return root;
 }
 
-/// @return nothing if the mount has gone
+/// @return nothing if it is no longer mounted
 std::optional<UnmountStatus> sendRequest(const FileDescriptor& root, unsigned long request) {
     UnmountStatus status;
     if (::ioctl(root.number(), request, &status) == 0) {

@@ -25,7 +25,7 @@ public:
     /// Declares the options and operands. Option values are stored in this object.
     virtual void declare(CommandSyntax& syntax) = 0;
 
-    /// Rearranges the words of the line before parsing. For commands whose operands look like options.
+    /// Rearranges the words of the line before parsing. For commands with operands that look like options.
     virtual std::vector<Word> arrange(std::vector<Word> words) const { return words; }
 
     /// Runs the command. Reports failures that do not end it to the session's console.

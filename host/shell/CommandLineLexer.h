@@ -18,8 +18,8 @@ struct Word {
     bool isWildcard(std::size_t i) const { return (text[i] == '*' || text[i] == '?') && !quoted[i]; }
 };
 
-/// Splits one command line into words as a POSIX shell does: blanks separate words, 'single' and "double"
-/// quotes and the backslash remove special meanings, "#" at the start of a word begins a comment. The shell
+/// Splits one command line into words as a POSIX shell does. Blanks separate words. 'single' and "double"
+/// quotes and the backslash remove special meanings. "#" at the start of a word begins a comment. The shell
 /// operators | < > & ; are errors with a hint. No other character is special.
 ///
 /// Not thread-safe.

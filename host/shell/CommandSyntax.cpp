@@ -11,7 +11,8 @@ namespace storage::host {
 
 namespace {
 
-/// The parser stops at this word. It has no special meaning in command lines, so a mark before it hides it.
+/// The parser stops at this word. It has no special meaning in command lines, so a mark before it hides it
+/// from the parser.
 constexpr std::string_view parserTerminator = "++";
 constexpr char mark = '\0';
 
@@ -164,7 +165,7 @@ void CommandSyntax::splitEmptyValues(std::vector<std::string>& words) const {
     }
 }
 
-/// Adds a dash to options such as "-name", because the parser knows long options only with two dashes.
+/// Adds a dash to options such as "-name", because the parser accepts long options only with two dashes.
 /// Stops at "--".
 void CommandSyntax::translateWordOptions(std::vector<std::string>& words) const {
     bool isValue = false;

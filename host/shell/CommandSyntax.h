@@ -44,7 +44,7 @@ public:
     void flag(const std::string& name, bool& target, const std::string& description);
 
     /// Declares an option with a value that may be given once.
-    /// @param name    "-L", "-name", or "--name", whose value may also follow "="
+    /// @param name    "-L", "-name", or "--name"; the value of the last form may also follow "="
     /// @param value   name of the value in the help
     /// @param target  receives the value; must exist until the line is parsed
     void option(const std::string& name, const std::string& value, std::optional<std::string>& target,

@@ -54,7 +54,7 @@ std::optional<std::string> TerminalLineSource::next() {
     int length = 0;
     const char* text = ::el_gets(editor_.get(), &length);
     while (text == nullptr || length <= 0) {
-        const bool isEnd = length >= 0 || errno != EINTR; // stopping and continuing the process is no end
+        const bool isEnd = length >= 0 || errno != EINTR; // stopping and continuing is not the end
         std::fputs("\n", stdout);
         std::fflush(stdout);
         Interruption::check();

@@ -6,8 +6,8 @@
 
 namespace storage::host {
 
-/// Unwinds a command that the user interrupted. Only `runReported` and the shell catch it. All other code
-/// cleans up and lets it propagate.
+/// Unwinds a command that the user interrupted. Only `runReported`, the shell and the end of a mount handle
+/// it. All other code cleans up and lets it propagate.
 class Interrupted : public std::exception {
 public:
     const char* what() const noexcept override { return "interrupted"; }

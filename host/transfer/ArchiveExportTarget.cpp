@@ -73,7 +73,7 @@ bool isUtf8(const std::string& bytes) {
     });
 }
 
-/// Permission bits whose write bits match the writable flag of the storage.
+/// Permission bits with write bits that match the writable flag of the storage.
 mode_t modeOf(const ExportSource::Entry& entry, mode_t defaultMode, ExportSource::Authority authority) {
     const mode_t mode = entry.attributes.mode.value_or(defaultMode);
     if (authority == ExportSource::Authority::Source || entry.attributes.kind == EntryKind::SymbolicLink) {

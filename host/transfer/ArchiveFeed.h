@@ -22,7 +22,7 @@ struct archive_entry;
 
 namespace storage::host {
 
-/// Reads the entries of an archive: tar, zip or cpio, compressed or not. The format is detected by the
+/// Reads the entries of an archive: tar, zip or cpio, compressed or not. The format is detected from the
 /// content.
 ///
 /// The top is the folder that the archive is unpacked into. Parent folders that the archive does not list are

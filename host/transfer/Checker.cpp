@@ -26,7 +26,7 @@ namespace {
 using Kind = DiskEntry::Kind;
 
 constexpr int readFolderFlags = O_RDONLY | O_DIRECTORY;
-// Not blocking: a fifo that has taken the file's place would wait for a writer forever.
+// O_NONBLOCK: opening a fifo that has replaced the file would block until a writer opens it.
 constexpr int readFileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 
 const char* describeWritable(bool writable) {

@@ -54,7 +54,7 @@ namespace storage::host {
 /// Borrows the source, the console and the log. Not thread-safe.
 class Checker {
 public:
-    /// Adds attributes of an entry that the source does not know.
+    /// Adds attributes of an entry that the source does not have.
     using Complete = std::function<void(const StoragePath& path, DiskAttributes& known)>;
 
     enum class Times { Ignore, Compare };

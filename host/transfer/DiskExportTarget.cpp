@@ -65,7 +65,7 @@ void setTime(const FileDescriptor& entry, const timespec& modified) {
     }
 }
 
-/// Permission bits whose write bits match the writable flag.
+/// Permission bits with write bits that match the writable flag.
 mode_t withFlag(mode_t mode, bool writable) {
     return writable ? mode | S_IWUSR : mode & ~writeBits;
 }
@@ -172,7 +172,7 @@ void DiskExportTarget::makeFolder(const StoragePath& source, const std::string& 
     open_.push_back({source, std::move(made), origin == Origin::Made, false});
 }
 
-/// Sets the attributes last: adding entries changes the time, and needs a writable folder.
+/// Sets the attributes last: adding entries changes the time, and requires a writable folder.
 void DiskExportTarget::leaveFolder() {
     const OpenFolder done = std::move(open_.back());
     open_.pop_back();
@@ -255,7 +255,7 @@ std::optional<std::uint64_t> DiskExportTarget::addNewFile(const StoragePath& sou
     return std::nullopt;
 }
 
-/// Gives a file its content and attributes.
+/// Writes the content of a file and sets its attributes.
 /// @param replaced  the file of the disk that it replaces; null if there is none
 /// @return the number of its bytes
 std::uint64_t DiskExportTarget::fill(const FileDescriptor& file, const StoragePath& source,

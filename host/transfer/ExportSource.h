@@ -30,7 +30,7 @@ public:
     /// Which attributes apply to entries that exist on the disk already.
     enum class Authority {
         Disk,   ///< replaced files and extended folders keep their own
-        Source, ///< they get those of the source, which knows all attributes
+        Source, ///< they get those of the source, which has all attributes
     };
 
     /// An open file, read from its beginning to its end.

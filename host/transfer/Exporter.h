@@ -15,7 +15,7 @@
 namespace storage::host {
 
 /// Copies files and trees from a storage to disk or to another target, with all attributes that the source
-/// knows. Owners and extended attributes that the disk does not accept are reported in one line per run. They
+/// has. Owners and extended attributes that the disk does not accept are reported in one line per run. They
 /// are not failures.
 ///
 /// Continues after a failure, which the console counts. Memory use grows with the depth of the tree, stack
@@ -78,7 +78,7 @@ private:
     TransferTotals totals_;
     ExportTarget* target_ = nullptr;       ///< of the current run
     StoragePath top_;                      ///< the entry that the current run exports
-    std::vector<OpenFolder> open_;         ///< the folders whose entries are being exported
+    std::vector<OpenFolder> open_;         ///< the folders from the top to the current entry
     const std::unique_ptr<char[]> buffer_; ///< transferBufferSize bytes, not zeroed: most transfers use few
 };
 

@@ -15,9 +15,9 @@ namespace storage::host {
 
 namespace {
 
-/// The size of the first write to a file. A provider that is out of capacity multiplies the capacity by a
-/// power of two and copies the content. After a first write of this size, the capacity ends at the size of
-/// the file, and the provider copies the least.
+/// The size of the first write to a file. A provider that exceeds its capacity multiplies it by a power of
+/// two and copies the content. After a first write of this size, the last capacity is the size of the file,
+/// so the provider copies least.
 /// @param size  from stat(2); 0 for some files that are not empty, such as those in /proc
 std::size_t firstBlock(unsigned long long size) {
     constexpr unsigned long long growth = 8;
@@ -143,7 +143,7 @@ void Importer::enterFolder(OpenFolder& folder) {
 }
 
 /// Leaves the open folders that do not contain `path`; all of them for the root. Their attributes are set
-/// last: adding entries changes the time, and needs a writable folder.
+/// last: adding entries changes the time, and requires a writable folder.
 void Importer::leaveFoldersNotAbove(const StoragePath& path) {
     while (!open_.empty() &&
            (path.isRoot() || path == open_.back().path || !open_.back().path.contains(path))) {

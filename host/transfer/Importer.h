@@ -18,7 +18,7 @@
 
 namespace storage::host {
 
-/// Copies files and trees into a storage, with all attributes that the source knows: permissions, times,
+/// Copies files and trees into a storage, with all attributes that the source has: permissions, times,
 /// extended attributes, holes, symbolic links, fifos and hard links. Owners and devices are imported only if
 /// the process runs as root. Sockets are skipped, because a copy would be useless.
 ///

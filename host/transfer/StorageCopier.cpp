@@ -84,7 +84,7 @@ void StorageCopier::enterFolder(const StoragePath& source, const StoragePath& ta
     open_.push_back(std::move(folder));
 }
 
-/// Sets the attributes last: adding entries changes the time, and needs a writable folder.
+/// Sets the attributes last: adding entries changes the time, and requires a writable folder.
 void StorageCopier::leaveFolder(const OpenFolder& folder) {
     to_.attribute(
         [&] { target_.leaveFolder(folder.target, folder.keepsOwn ? nullptr : &folder.attributes); });
