@@ -9,10 +9,10 @@
 
 namespace storage::core_operations {
 
-/// Counts what run() costs, which performs a number of operations.
+/// Counts the cost of run(), which performs this number of operations.
 using Count = void(unsigned long operations, const std::function<void()>& run);
 
-/// Fills an empty storage, has an operation counted, and throws unless that had the expected effect. The
+/// Fills an empty storage, passes an operation to `count`, and throws unless it had the expected effect. The
 /// order of the entries is random and the same in every run, so that no operation profits from cached
 /// neighbors.
 using Operation = void(const provider::IProvider& storage, Count& count);

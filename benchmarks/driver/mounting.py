@@ -64,7 +64,7 @@ def mounted(command, mount_point):
         with signals_deferred():
             unmount(mount_point)
             if not select.select([handle], [], [], LONGEST_END)[0]:
-                print(f"{command[0]}: still runs after unmounting, and is killed", file=sys.stderr)
+                print(f"{command[0]}: still running after unmounting; killed", file=sys.stderr)
                 signal.pidfd_send_signal(handle, signal.SIGKILL)
             os.close(handle)
 

@@ -16,7 +16,7 @@ import turns
 from mounting import PlaceKind
 from report import RowKind
 
-PATIENCE = 300  # seconds that a full run waits for an idle machine at most
+TOTAL_WAIT = 300  # seconds, for an idle machine in a full run
 LONGEST_WAIT = 20  # seconds, before one repetition
 
 KINDS = [
@@ -78,7 +78,7 @@ def main():
     parser.add_argument("--pass-through", help="the pass-through file system's program")
     parser.add_argument("jobs", help="the program of the jobs")
     options = turns.parse(parser)
-    patience = PATIENCE
+    wait_left = TOTAL_WAIT
     with turns.tmpfs_folder(options.short) as room, tempfile.TemporaryDirectory(prefix="qzstorage-") as source_folder:
         if not room:
             sys.exit("no tmpfs with enough space")
@@ -86,10 +86,10 @@ def main():
         jobs = turns.Program(options.jobs, ["--short"] if options.short else [])
 
         def measure(job, kind):
-            nonlocal patience
+            nonlocal wait_left
             with mounting.place(kind, room) as (folder, server):
                 if not options.short:
-                    patience -= mounting.wait_until_idle(min(patience, LONGEST_WAIT))
+                    wait_left -= mounting.wait_until_idle(min(wait_left, LONGEST_WAIT))
                 meter = load.LoadMeter(server)
                 rows = (programs.measure(folder, source) if job == "programs"
                         else jobs.run(f"{job}/folder", f"--folder={folder}"))

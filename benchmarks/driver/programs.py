@@ -49,7 +49,7 @@ def content_of(folder):
 
 
 def run(*command):
-    """Returns the seconds and the output of a program."""
+    """Runs a program, and returns its seconds and its output."""
     start = time.perf_counter()
     output = subprocess.run(command, check=True, stdout=subprocess.PIPE, env=GIT_ENVIRONMENT).stdout
     return time.perf_counter() - start, output

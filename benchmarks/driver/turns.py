@@ -61,7 +61,7 @@ def option_parser(description):
         epilog="Exit status: 0 success, 1 a result was wrong or a contender failed, 2 wrong usage, 130 interrupted.")
     parser.add_argument("--short", action="store_true", help="small sizes and one repetition, to test that all works")
     parser.add_argument("--repetitions", type=positive, metavar="N", help="runs of each scenario with each contender (default: 5)")
-    parser.add_argument("--only", default="*", metavar="GLOB", help="run the scenarios whose name matches")
+    parser.add_argument("--only", default="*", metavar="GLOB", help="run the scenarios with matching names")
     parser.add_argument("--contenders", type=lambda text: text.split(","), metavar="ID,...", help="run these only")
     parser.add_argument("--write", type=pathlib.Path, metavar="FOLDER",
                         help="write table, results.jsonl, runs.jsonl and the data of the plots into this folder")

@@ -13,7 +13,7 @@ struct TreeKind {
     const char* variant;
     const char* top;
     FileOrder order;
-    std::string (*nameOf)(std::uint32_t number, char letter); ///< the letter tells files from missing names
+    std::string (*nameOf)(std::uint32_t number, char letter); ///< missing names have another letter
 };
 
 std::string equallyLongName(std::uint32_t number, char letter) {
