@@ -5,8 +5,8 @@
 
 namespace storage::host {
 
-/// Removes a file, also a read-only one. A read-only file that cannot be removed is made read-only again, if
-/// the provider does not refuse that too.
+/// Removes a file, also a read-only one. A read-only file that cannot be removed is made read-only again,
+/// unless the provider refuses that too.
 /// @throws the first failure of `doGetFileAttributes`, `doSetWritable` and `doRemoveFile`
 void removeFileEvenIfReadOnly(Session& session, const StoragePath& file);
 

@@ -79,7 +79,7 @@ public:
         return std::exchange(diagnosis_, std::move(diagnosis));
     }
 
-    /// Prints "qzstorage: COMMAND: PATH: text" without counting a failure.
+    /// Prints "qzstorage: PLACE: COMMAND: PATH: text" without counting a failure.
     void notice(const std::string& path, const std::string& text);
 
     /// Runs one step of the command. Reports an exception and returns, so that the command can continue.

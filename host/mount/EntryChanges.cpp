@@ -439,8 +439,8 @@ void EntryChanges::replace(ExclusiveTree& tree, TreeEntry& source, TreeEntry& ta
 }
 
 /// Runs a step that removes an entry from the storage, then removes the entry from the tree. If the step
-/// throws although the entry is gone, as after a move that failed midway, the entry is removed from the tree
-/// too. Precondition: the attributes of the entry and of its folder are known.
+/// throws but has removed the entry, as when a move fails midway, the entry is removed from the tree too.
+/// Precondition: the attributes of the entry and of its folder are known.
 /// @return the inode, for the caller to destroy, if the kernel does not refer to it
 template <typename Step>
 ExclusiveTree::RemovedPlace EntryChanges::removing(ExclusiveTree& tree, Inode& inode, const timespec& time,

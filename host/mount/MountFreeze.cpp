@@ -35,7 +35,7 @@ void MountFreeze::invalidateAttributes() {
     }
 }
 
-/// Needed because syncfs(2) does not wait until the write-back requests have been processed.
+/// Required because syncfs(2) does not wait until the write-back requests have been processed.
 void MountFreeze::drain() {
     std::uint64_t before = 0;
     do {

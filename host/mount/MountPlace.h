@@ -12,8 +12,8 @@ namespace storage::host {
 /// The mount of one connection to the kernel. Its parent folders may be renamed and other mounts may cover
 /// it, so it is identified by its device number.
 ///
-/// The kernel reuses the device number of a mount that is gone. So the number is valid only while the
-/// connection is open. Borrows the connection. A value.
+/// The kernel reuses the device number of a former mount. So the number is valid only while the connection is
+/// open. Borrows the connection. A value.
 class MountPlace {
 public:
     /// No mount.
@@ -33,11 +33,11 @@ public:
 
     /// Makes the kernel write back the data that programs have written. Precondition: other threads process
     /// its requests meanwhile. Some requests may still be unprocessed on return.
-    /// @return whether the mount could be reached: false if it is gone or another mount covers it
+    /// @return whether the mount could be reached: false if it no longer exists or another mount covers it
     bool writeBack() const;
 
-    /// Unmounts, lazily if a program uses the mount. Does nothing if the mount is gone or another mount
-    /// covers it.
+    /// Unmounts, lazily if a program uses the mount. Does nothing if the mount no longer exists or another
+    /// mount covers it.
     void unmount() const;
 
 private:
