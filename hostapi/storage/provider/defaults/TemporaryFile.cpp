@@ -26,7 +26,7 @@ std::u16string randomName() {
     return name;
 }
 
-/// A second attempt practically always succeeds. The limit ends a copy in a storage that answers every name
+/// A second attempt practically always succeeds. The limit ends a copy in a storage that refuses every name
 /// with AlreadyExists.
 constexpr int maxAttempts = 100;
 

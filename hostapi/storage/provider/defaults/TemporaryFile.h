@@ -13,7 +13,7 @@ namespace foundation::storage::provider {
 ///
 /// Owns the file at its own location from construction until `moveIntoPlace` succeeds; the destructor removes
 /// what is still owned. Its name is hidden: ".copy-" and 16 random hexadecimal digits. Failures name the
-/// caller's location. Exceptions, which name the temporary file: `NotFound` when the storage refuses its name
+/// caller's location, except two, which name the temporary file: `NotFound` when the storage refuses its name
 /// or another thread has removed it, `AlreadyExists` when no free name was found. The provider must outlive
 /// the object. Not thread-safe.
 class TemporaryFile {
