@@ -42,8 +42,10 @@ ACCEPTED = pathlib.Path(__file__).with_name("accepted.txt")
 CONFIGURE = ["-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14", "-DCMAKE_BUILD_TYPE=None"]
 if shutil.which("ld.lld"):  # links the tests in a third of the time
     CONFIGURE += ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld", "-DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld"]
-# The build folders with their settings. A mutation of a header is compiled in few large pieces.
+# The build folders with their settings. A mutation of a header is compiled in few large pieces. Only the build
+# with all mutations is optimized, because it is compiled once and runs most of the tests.
 BUILDS = {
+    "all": ["-DCMAKE_CXX_FLAGS=-O1 -ferror-limit=0", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0"],
     "plain": ["-DCMAKE_CXX_FLAGS=-O0"],
     "headers": ["-DCMAKE_CXX_FLAGS=-O0 -ferror-limit=0", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0"],
     "threads": ["-DCMAKE_CXX_FLAGS=-O1 -g1", "-DQZSTORAGE_SANITIZE=thread"],
@@ -61,7 +63,7 @@ LIBRARY = [["qzstorageinmemoryprovider_core"]] # fails first if a mutation does 
 # most mutations in the least time come first. For headers, tests that include few of the headers come first.
 SOURCE_STAGES = [("plain", UNIT_TESTS), ("plain", MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 HEADER_STAGES = [("headers", MODEL_TESTS), ("headers", UNIT_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
-ALL_AT_ONCE_STAGES = [("headers", UNIT_TESTS + MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
+ALL_AT_ONCE_STAGES = [("all", UNIT_TESTS + MODEL_TESTS + SLOW_TESTS), ("threads", THREAD_TESTS)]
 SECONDS_ASLEEP = 20  # a test hangs if all its threads sleep for that long
 RESULTS = {"refused": "refused", "failed": "noticed", "hung": "noticed by a hang"}
 
@@ -118,7 +120,8 @@ def run(command, folder, processor_seconds, number=None):
 class Copy:
     """A copy of the tree with its own build folders."""
 
-    seconds = {}  # processor time of each test of the unchanged code
+    seconds = {}  # processor time of each command of the unchanged code
+    test_seconds = {}  # elapsed time of each test in them, by program and name
 
     def __init__(self, folder):
         self.folder = folder
@@ -144,12 +147,16 @@ class Copy:
         targets = {test[0]: None for test in tests}
         return run(["ninja", "-C", str(build), *arguments, *targets], self.folder, 3600)
 
-    def run_test(self, build_name, test, number=None):
+    def run_test(self, build_name, test, number=None, seconds=60):
+        """Runs a command that takes the given processor time in the unchanged code. A mutation may take a
+        multiple of it."""
         build = self.folder / "build" / build_name
-        arguments = ["--gtest_fail_fast", "--gtest_brief"] if test[0].endswith("_tests") else []
-        limit = 10 + 4 * Copy.seconds.get((build_name, *test), 60)
+        arguments = ["--gtest_fail_fast"] if test[0].endswith("_tests") else []
         command = [str(build / "bin" / test[0]), *test[1:], *arguments]
-        return run(command, build, math.ceil(limit), number)
+        return run(command, build, math.ceil(10 + 4 * seconds), number)
+
+    def run_measured_test(self, build_name, test, number=None):
+        return self.run_test(build_name, test, number, Copy.seconds[(build_name, *test)])
 
     def expect_sound(self, stages):
         """Builds and runs all tests of the unchanged code, and measures the processor time they take."""
@@ -159,6 +166,8 @@ class Copy:
                 before = sum(os.times()[2:4])
                 result = self.run_test(build_name, test)
                 Copy.seconds[(build_name, *test)] = sum(os.times()[2:4]) - before
+                Copy.test_seconds.update({(test[0], name): int(milliseconds) / 1000 for name, milliseconds in
+                                          re.findall(r"^\[       OK \] (\S+?),? .*\((\d+) ms\)$", result.output, re.M)})
                 if result.ending != "passed":
                     break
             if result.ending != "passed":
@@ -170,7 +179,7 @@ class Copy:
         if self.build(build_name, tests, "-j1").ending != "passed":
             return "refused"
         for test in tests:
-            ending = self.run_test(build_name, test).ending
+            ending = self.run_measured_test(build_name, test).ending
             if ending != "passed":
                 return ending
         return "passed"
@@ -195,7 +204,7 @@ class AllAtOnce(Copy):
     def __init__(self, folder, mutations):
         super().__init__(folder)
         self.sources = schemata.Sources(ROOT, mutations)
-        self.detectors = collections.defaultdict(list)  # by file: tests that detected its mutations
+        self.detectors = collections.defaultdict(dict)  # by file: programs and their tests that detected its mutations
         self.lock = threading.Lock()  # guards the above
         (folder / schemata.HEADER_NAME).write_text(schemata.HEADER)
         while not self.builds():
@@ -206,7 +215,7 @@ class AllAtOnce(Copy):
         for path, text in self.sources.texts().items():
             if (self.folder / path).read_text() != text:
                 (self.folder / path).write_text(text)
-        for build_name, tests in [("headers", LIBRARY), *ALL_AT_ONCE_STAGES]:
+        for build_name, tests in [("all", LIBRARY), *ALL_AT_ONCE_STAGES]:
             result = self.build(build_name, tests, "-k0")
             if result.ending != "passed":
                 if not self.sources.drop_rejected(result.output):
@@ -217,14 +226,15 @@ class AllAtOnce(Copy):
     def attempt(self, mutation):
         number = self.sources.numbers[mutation.id]
         with self.lock:
-            likely = list(self.detectors[mutation.path])
+            likely = [(program, set(names)) for program, names in self.detectors[mutation.path].items()]
         for program, names in likely:
-            result = self.run_test("headers", [program, "--gtest_filter=" + names], number)
+            seconds = sum(Copy.test_seconds.get((program, name), 0) for name in names)
+            result = self.run_test("all", [program, "--gtest_filter=" + ":".join(names)], number, seconds)
             if result.ending != "passed":
                 return RESULTS[result.ending]
         for build_name, tests in ALL_AT_ONCE_STAGES:
             for test in tests:
-                result = self.run_test(build_name, test, number)
+                result = self.run_measured_test(build_name, test, number)
                 if result.ending != "passed":
                     self.note(mutation.path, build_name, test[0], result)
                     return RESULTS[result.ending]
@@ -233,13 +243,9 @@ class AllAtOnce(Copy):
     def note(self, path, build_name, program, result):
         """Remembers the test that failed: it probably detects other mutations of the file."""
         failed = result.failed_tests()
-        if build_name == "headers" and failed:
+        if build_name == "all" and failed:
             with self.lock:
-                names = next((each for each in self.detectors[path] if each[0] == program), None)
-                if names:
-                    names[1] += ":" + failed[0]
-                else:
-                    self.detectors[path].append([program, failed[0]])
+                self.detectors[path].setdefault(program, set()).add(failed[0])
 
 
 def accepted_mutations():
