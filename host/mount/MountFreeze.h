@@ -14,7 +14,8 @@ namespace storage::host {
 /// The kernel accepts most writes without a request. So the attributes of all files that it refers to are
 /// invalidated: then it requests them before each write, and gets the error. `flush` makes the kernel write
 /// back what it accepted before. A concurrent write, or a write to a file that the kernel looked up at that
-/// moment, may still be accepted; the next `flush` covers it.
+/// moment, may still be accepted; the next `flush` covers it. A read of such a file may fail with EROFS:
+/// its request for the attributes looks like that of a write.
 ///
 /// Borrows all constructor arguments. Precondition: the workers are running. Not thread-safe.
 class MountFreeze {

@@ -253,9 +253,7 @@ TEST_F(MountingTest, RemovesNoMountOfOthersAtItsEnd) {
     }
     constexpr int count = 8; // in case another test gets the number meanwhile
     const ProgramRun run = runMounted({}, [&](pid_t process) {
-        ::kill(process, SIGSTOP);
-        int state = 0;
-        ::waitpid(process, &state, WUNTRACED);
+        stop(process);
         EXPECT_TRUE(unmount());
         for (int i = 0; i < count; ++i) {
             const std::string other = disk_.makeFolder("other" + std::to_string(i));

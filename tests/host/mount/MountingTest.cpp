@@ -2,12 +2,14 @@
 
 #include <array>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <optional>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -51,6 +53,13 @@ bool comesTrue(const std::function<bool()>& condition) {
         std::this_thread::yield();
     }
     return condition();
+}
+
+void stop(pid_t child) {
+    ::kill(child, SIGSTOP);
+    int status = 0;
+    ::waitpid(child, &status, WUNTRACED);
+    EXPECT_TRUE(WIFSTOPPED(status));
 }
 
 void limitTime() {

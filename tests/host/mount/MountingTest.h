@@ -17,6 +17,9 @@ bool runs(const std::string& line);
 /// @return whether it is met
 bool comesTrue(const std::function<bool()>& condition);
 
+/// Stops a child process, and waits until all its threads have stopped.
+void stop(pid_t child);
+
 /// Limits the run time of a program, as the preparation of a ProgramRun. A program that hangs would block
 /// every process that uses its mount.
 void limitTime();

@@ -87,7 +87,7 @@ TEST_F(UnmountProgramTest, ReportsAMountThatEndsBeforeEverythingIsExported) {
     expectSuccess(runMountedAt(slow, {}, [&](pid_t target) {
         const ProgramRun mounting = runMounted({"--export-on-exit", slow + "/out"}, [&](pid_t process) {
             write(inside("f"), "content");
-            ::kill(target, SIGSTOP);
+            stop(target);
             const ProgramRun run(
                 {"unmount", mountPoint_}, "", [] {},
                 [&](pid_t unmounting) {
