@@ -7,7 +7,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::chrono::seconds longestWait(2);
+constexpr std::chrono::seconds longestReply(2);
 
 } // namespace
 
@@ -56,7 +56,7 @@ void UnmountRequests::fail(std::string_view text) {
 }
 
 void UnmountRequests::finish(std::string_view text) {
-    const auto end = std::chrono::steady_clock::now() + longestWait;
+    const auto end = std::chrono::steady_clock::now() + longestReply;
     const ScopedLock lock(mutex_);
     status_.stage = Stage::Saved;
     setText(text);
