@@ -269,7 +269,7 @@ active proctype Writer() {
                 map[from] = NONE                /* step: remove the moved folder's old path from the map */
             :: kind == moveElsewhere
             fi;
-            endPublication();                   /* step: end the publication */
+            endPublication();                   /* step: end the publication; before: wake the waiting reader */
             wakeAll();                          /* step: wake the waiting reader */
         fi;
         d_step { from = 0; to = 0; new = 0; old = 0; kind = 0 }
