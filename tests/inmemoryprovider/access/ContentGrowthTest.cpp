@@ -6,6 +6,8 @@
 #include <sys/resource.h>
 
 #include <cerrno>
+#include <limits>
+#include <new>
 #include <stdexcept>
 #include <vector>
 
@@ -84,8 +86,28 @@ TEST(ContentGrowthTest, PreservesErrno) {
 
 TEST(ContentGrowthTest, RefusesASizeAboveTheMaximum) {
     Bytes content(3, 'x');
-    EXPECT_THROW(appendBytes(content, content.data(), content.max_size() - 2), std::length_error);
+    for (const std::size_t added : {content.max_size() - 2, std::numeric_limits<std::size_t>::max()}) {
+        EXPECT_THROW(appendBytes(content, content.data(), added), std::length_error);
+    }
     EXPECT_EQ(content, Bytes(3, 'x'));
+}
+
+TEST(ContentGrowthTest, FailsToAllocateTheMaximumSize) {
+#ifdef QZSTORAGE_SANITIZED
+    GTEST_SKIP() << "sanitizers end the program when an allocation is too large";
+#endif
+    Bytes content(3, 'x');
+    EXPECT_THROW(appendBytes(content, content.data(), content.max_size() - 3), std::bad_alloc);
+    EXPECT_EQ(content, Bytes(3, 'x'));
+}
+
+TEST(ContentGrowthTest, KeepsACapacityThatIsExactlySufficient) {
+    const Bytes block(65'536, 'x');
+    Bytes content;
+    content.reserve(2 * block.size());
+    appendByBlocks(content, 2 * block.size());
+    EXPECT_EQ(content.size(), 2 * block.size());
+    EXPECT_EQ(content.capacity(), 2 * block.size());
 }
 
 } // namespace

@@ -113,5 +113,18 @@ TEST_F(InMemoryByteStreamTest, FreesTheUnusedPartOfTheLastHugePageWhenClosed) {
     EXPECT_EQ(std::string(content->begin(), content->end()), bytes + more);
 }
 
+/// The page of the last byte is not unused, even if it has only that byte.
+TEST_F(InMemoryByteStreamTest, KeepsTheOnlyByteOfTheLastPageWhenClosed) {
+    const std::string bytes(9 * mebibyte, 'x');
+    open(ByteStreamAppend::AppendAtEnd)->write(bytes.data(), static_cast<long>(bytes.size()));
+    const auto content = file->getContent();
+    content->reserve(16 * mebibyte);
+    const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const std::string more(pageSize - endOf(*content) % pageSize + 1, 'y');
+    open(ByteStreamAppend::AppendAtEnd)->write(more.data(), static_cast<long>(more.size()));
+    ASSERT_EQ(endOf(*content) % pageSize, 1U);
+    EXPECT_EQ(std::string(content->begin(), content->end()), bytes + more);
+}
+
 } // namespace
 } // namespace storage::inmemoryprovider::in_memory_byte_stream_test
