@@ -536,6 +536,18 @@ TEST_F(MoveFolderTest, StopsAtAChildWithAnUnchangedPath) {
     EXPECT_EQ(bytesOf(u"/a///f"), "f");
 }
 
+/// The last separator of each text is removed. By its path, the folder "/b///" belongs to "/b/", and its new
+/// path "/b/////" belongs to it.
+TEST_F(MoveFolderTest, StopsAtAFolderWithANewPathBelowItself) {
+    for (const auto* text : {u"/b", u"/b//", u"/b///", u"/b////"}) {
+        addFolder(text);
+    }
+    EXPECT_TRUE(throwsNaming<EntryExistsException>(u"/b//////", movingFolder(u"/b//", u"/b/////", refuse)));
+    EXPECT_TRUE(isFolder(u"/b//"));
+    EXPECT_TRUE(isFolder(u"/b////"));
+    EXPECT_FALSE(isFolder(u"/b//////"));
+}
+
 TEST_F(MoveFolderTest, MovesAChildWithAnEmptyName) {
     addFolder(u"/a");
     addFile(u"/a//", "nameless");

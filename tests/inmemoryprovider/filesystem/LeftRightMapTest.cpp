@@ -9,9 +9,11 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace storage::inmemoryprovider::left_right_map_test {
@@ -143,6 +145,53 @@ TEST(LeftRightMap, ReadersContinueWhileAWriterWaitsForOneReader) {
     heldReader.join();
     writer.join();
     EXPECT_TRUE(written);
+}
+
+/// A reader in its own thread, which is inside a lookup during the object's lifetime.
+class HeldReader {
+public:
+    explicit HeldReader(const LeftRightMap<HeldKey, std::shared_ptr<int>>& map)
+        : reading_([this, &map] {
+              const std::function<void()> hold = [this] {
+                  inside_ = true;
+                  inside_.notify_all();
+                  leave_.wait(false);
+              };
+              EXPECT_NE(map.find(HeldKey{1, &hold}), nullptr);
+          }) {
+        inside_.wait(false);
+    }
+    HeldReader(const HeldReader&) = delete;
+    HeldReader& operator=(const HeldReader&) = delete;
+    ~HeldReader() {
+        leave_ = true;
+        leave_.notify_all();
+        reading_.join();
+    }
+
+private:
+    std::atomic<bool> inside_ = false;
+    std::atomic<bool> leave_ = false;
+    std::thread reading_;
+};
+
+/// A writer that waited for new readers too would never finish, because there is always one.
+TEST(LeftRightMap, AWriterFinishesWhileReadersOverlap) {
+    constexpr std::size_t processors = 1; // so that all readers share the counters of one stripe
+    LeftRightMap<HeldKey, std::shared_ptr<int>> map(processors);
+    map.insert(map.prepare(HeldKey{1}, std::make_shared<int>(1)));
+    auto reader = std::make_unique<HeldReader>(map);
+    std::atomic<bool> written = false;
+    std::thread writer([&] {
+        map.insert(map.prepare(HeldKey{2}, std::make_shared<int>(2)));
+        written = true;
+    });
+    while (!written) {
+        auto next = std::make_unique<HeldReader>(map);
+        reader = std::move(next); // the previous reader leaves
+    }
+    writer.join();
+    EXPECT_NE(map.find(HeldKey{2}), nullptr);
 }
 
 /// Pins the calling thread to one processor with a real-time priority. Returns false without that privilege.

@@ -299,6 +299,43 @@ TEST(PathIndexGrowthTest, CopiesAtMostAFewSegmentsPerInsertionOrRemoval) {
     EXPECT_LT(worst, bound);
 }
 
+/// A position that counts how many exist: one in each slot of the tables.
+struct LivePosition {
+    LivePosition() { ++live; }
+    LivePosition(Map::iterator element) : iterator(element) { ++live; } // NOLINT(google-explicit-constructor)
+    LivePosition(const LivePosition& other) : iterator(other.iterator) { ++live; }
+    LivePosition& operator=(const LivePosition&) = default;
+    ~LivePosition() { --live; }
+
+    auto* operator->() const { return &*iterator; }
+    LivePosition& operator++() {
+        ++iterator;
+        return *this;
+    }
+    bool operator==(const LivePosition& other) const { return iterator == other.iterator; }
+
+    Map::iterator iterator{};
+    static inline std::size_t live = 0;
+};
+
+TEST(PathIndexGrowthTest, FreesItsSegmentsAsElementsAreRemoved) {
+    constexpr std::size_t most = 50 * Index::segmentSize;
+    Map map;
+    PathIndex<LivePosition> index;
+    index.build(map.begin(), map.end(), 0);
+    const auto names = namesUpTo(most);
+    for (const auto& name : names) {
+        index.insert(map.try_emplace(InMemoryEntryPath(name), 0).first);
+    }
+    EXPECT_GE(LivePosition::live, most);
+    for (const auto& name : names) {
+        const auto position = map.find(name);
+        index.erase(position);
+        map.erase(position);
+    }
+    EXPECT_EQ(LivePosition::live, smallestTable);
+}
+
 TEST_F(PathIndexTest, CanBeRebuilt) {
     add(u"/old");
     map.clear();
