@@ -15,6 +15,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -64,6 +65,12 @@ private:
 
 void waitUntil(const std::function<bool()>& condition) {
     while (!condition()) {
+        std::this_thread::yield();
+    }
+}
+
+void yieldOften() {
+    for (int yields = 0; yields < 20; ++yields) {
         std::this_thread::yield();
     }
 }
@@ -203,9 +210,7 @@ TEST_F(HeldChangeTest, FindsNoFolderWithoutItsFilesAfterWaitingForIt) {
             }
         });
         waitUntil([&] { return begun == 2; });
-        for (int yields = 0; yields < 20; ++yields) {
-            std::this_thread::yield(); // by now both threads wait for the folder in most rounds
-        }
+        yieldOften(); // by now both threads wait for the folder in most rounds
         held.release();
         move.get();
         const Path message = missing.get();
@@ -276,6 +281,99 @@ TEST_F(HeldChangeTest, ShowsAFolderUnderOnePathDuringItsMove) {
         EXPECT_EQ(answer.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     }
     move.finish();
+}
+
+/// A move stamps the folder that it empties before it removes it.
+TEST_F(HeldChangeTest, ReturnsNoAttributesOfAFolderDuringItsMove) {
+    for (int round = 0; round < 40; ++round) {
+        ChangeMidway move(
+            [&] { fileSystem.moveFolderEntry(path(u"/a"), path(u"/b"), ReplacementPolicy::RefuseExisting); },
+            [&] { return folder(u"/b") && nodeIn(u"/b", u"/b/f"); });
+        std::optional<HeldFolder> parentInUse;
+        if (round % 2 == 0) {
+            parentInUse.emplace(folder(u"/"));
+        }
+        std::atomic<bool> begun = false;
+        auto attributes = std::async(std::launch::async, [&] {
+            begun = true;
+            return fileSystem.getFolderEntryAttributes(u"/a");
+        });
+        waitUntil([&] { return begun.load(); });
+        yieldOften(); // by now the other thread waits for the folder or for the move in most rounds
+        parentInUse.reset();
+        yieldOften();
+        move.finish();
+        EXPECT_THROW(attributes.get(), EntryNotFoundException);
+        fileSystem.moveFolderEntry(path(u"/b"), path(u"/a"), ReplacementPolicy::RefuseExisting);
+    }
+}
+
+TEST_F(HeldChangeTest, FindsTheFolderOfAFileWhileItIsReplaced) {
+    for (int round = 0; round < 20; ++round) {
+        fileSystem.addFolderEntry(path(u"/empty"));
+        ChangeMidway move(
+            [&] {
+                fileSystem.moveFolderEntry(path(u"/a"), path(u"/empty"), ReplacementPolicy::ReplaceExisting);
+            },
+            [&] { return folder(u"/empty") == nullptr; });
+        std::atomic<bool> begun = false;
+        auto attributes = std::async(std::launch::async, [&] {
+            begun = true;
+            return fileSystem.getFileEntryAttributes(u"/empty/f");
+        });
+        waitUntil([&] { return begun.load(); });
+        yieldOften(); // by now the other thread waits for the move in most rounds
+        move.finish();
+        EXPECT_NO_THROW(attributes.get());
+        fileSystem.moveFolderEntry(path(u"/empty"), path(u"/a"), ReplacementPolicy::RefuseExisting);
+    }
+}
+
+TEST_F(HeldChangeTest, ListsTheFolderThatReplacesAFolderInUse) {
+    for (int round = 0; round < 20; ++round) {
+        fileSystem.addFolderEntry(path(u"/empty"));
+        HeldFolder held(folder(u"/empty"));
+        std::atomic<bool> begun = false;
+        auto listing = std::async(std::launch::async, [&] {
+            begun = true;
+            return fileSystem.listFolder(path(u"/empty"));
+        });
+        waitUntil([&] { return begun.load(); });
+        yieldOften(); // by now the other thread waits for the folder in most rounds
+        fileSystem.moveFolderEntry(path(u"/a"), path(u"/empty"), ReplacementPolicy::ReplaceExisting);
+        held.release();
+        EXPECT_TRUE(listing.get());
+        fileSystem.moveFolderEntry(path(u"/empty"), path(u"/a"), ReplacementPolicy::RefuseExisting);
+    }
+}
+
+/// Of several listings that wait for the folder, some continue after the move in most rounds.
+TEST_F(HeldChangeTest, ListsAllFilesOfAFolderThatMovesOrFindsNoFolder) {
+    constexpr int readers = 6;
+    for (int round = 0; round < 50; ++round) {
+        HeldFolder held(folder(u"/d"));
+        std::atomic<int> begun = 0;
+        auto move = std::async(std::launch::async, [&] {
+            ++begun;
+            fileSystem.moveFolderEntry(path(u"/d"), path(u"/moved"), ReplacementPolicy::RefuseExisting);
+        });
+        std::vector<std::future<bool>> areWhole;
+        for (int reader = 0; reader < readers; ++reader) {
+            areWhole.push_back(std::async(std::launch::async, [&] {
+                ++begun;
+                const auto names = fileSystem.listFolder(path(u"/d"));
+                return !names || names->size() == 1;
+            }));
+        }
+        waitUntil([&] { return begun == readers + 1; });
+        yieldOften();
+        held.release();
+        move.get();
+        for (auto& isWhole : areWhole) {
+            EXPECT_TRUE(isWhole.get());
+        }
+        fileSystem.moveFolderEntry(path(u"/moved"), path(u"/d"), ReplacementPolicy::RefuseExisting);
+    }
 }
 
 /// A change, and one of its folders, which is in use.
