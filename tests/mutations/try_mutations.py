@@ -39,15 +39,17 @@ import schemata
 from mutations import ROOT, all_mutations
 
 ACCEPTED = pathlib.Path(__file__).with_name("accepted.txt")
-CONFIGURE = ["-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14", "-DCMAKE_BUILD_TYPE=None"]
+CONFIGURE = ["-G", "Ninja", "-DCMAKE_CXX_COMPILER=clang++-14", "-DCMAKE_BUILD_TYPE=None",
+             "-DCMAKE_CXX_FLAGS_NONE=-D_GLIBCXX_ASSERTIONS"]  # detects misuse of the standard library
 if shutil.which("ld.lld"):  # links the tests in a third of the time
     CONFIGURE += ["-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld", "-DCMAKE_SHARED_LINKER_FLAGS=-fuse-ld=lld"]
 # The build folders with their settings. A mutation of a header is compiled in few large pieces. Only the build
 # with all mutations is optimized, because it is compiled once and runs most of the tests.
+LARGE_PIECES = ["-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0"]
 BUILDS = {
-    "all": ["-DCMAKE_CXX_FLAGS=-O1 -ferror-limit=0", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0"],
+    "all": ["-DCMAKE_CXX_FLAGS=-O1 -ferror-limit=0", *LARGE_PIECES],
     "plain": ["-DCMAKE_CXX_FLAGS=-O0"],
-    "headers": ["-DCMAKE_CXX_FLAGS=-O0 -ferror-limit=0", "-DCMAKE_UNITY_BUILD=ON", "-DCMAKE_UNITY_BUILD_BATCH_SIZE=0"],
+    "headers": ["-DCMAKE_CXX_FLAGS=-O0 -ferror-limit=0", *LARGE_PIECES],
     "threads": ["-DCMAKE_CXX_FLAGS=-O1 -g1", "-DQZSTORAGE_SANITIZE=thread"],
 }
 SLOW = "*Rac*:*Concurrency*:*Deep*:*LeftRight*"
@@ -204,7 +206,7 @@ class AllAtOnce(Copy):
     def __init__(self, folder, mutations):
         super().__init__(folder)
         self.sources = schemata.Sources(ROOT, mutations)
-        self.detectors = collections.defaultdict(dict)  # by file: programs and their tests that detected its mutations
+        self.detectors = collections.defaultdict(dict)  # by file: programs, and their tests that detected mutations
         self.lock = threading.Lock()  # guards the above
         (folder / schemata.HEADER_NAME).write_text(schemata.HEADER)
         while not self.builds():
@@ -321,7 +323,7 @@ def main():
     accepted = accepted_mutations()
     tried = [m for m in mutations if results[m.id] != "refused"]
     survivors = [m for m in tried if results[m.id] == "survived"]
-    unexplained = [m for m in survivors if m.key not in accepted]
+    unexplained = [m for m in survivors if m.id not in accepted]
     for mutation in unexplained:
         print(f"survived: {mutation.name}")
     print(f"mutations: {len(tried)} tried, {len(tried) - len(survivors)} noticed, "
