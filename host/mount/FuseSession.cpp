@@ -37,7 +37,7 @@ void refuseUnmountable(const std::string& mountPoint) {
         const std::string reason =
             errno == ENOENT ? "no such folder; create it first"
             : errno == ENOTCONN
-                ? "a stale mount, whose server has exited; remove it with 'fusermount3 -u' first"
+                ? "a stale mount: its server has exited; remove it with 'fusermount3 -u' first"
                 : diskError(mountPoint, errno).what();
         throw CommandError(mountPoint, reason);
     }

@@ -50,7 +50,7 @@ FileDescriptor openMount(const std::string& mountPoint) {
     if (folder < 0) {
         throw errno == ENOTCONN
             ? CommandError(mountPoint,
-                           "a stale mount, whose server has exited; remove it with 'fusermount3 -u'")
+                           "a stale mount: its server has exited; remove it with 'fusermount3 -u'")
             : diskError(mountPoint, errno);
     }
     auto root = FileDescriptor::adopt(folder, mountPoint);

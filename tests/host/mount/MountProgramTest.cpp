@@ -239,7 +239,7 @@ TEST_F(MountingTest, RefusesToCoverAStaleMount) {
         ::waitid(P_PID, static_cast<id_t>(process), nullptr, WEXITED | WNOWAIT);
         const ProgramRun second({"mount", mountPoint_}, "", limitTime);
         EXPECT_EQ(second.status(), 1);
-        EXPECT_THAT(second.errors(), HasSubstr("a stale mount, whose server has exited"));
+        EXPECT_THAT(second.errors(), HasSubstr("a stale mount: its server has exited"));
         EXPECT_TRUE(unmount());
         EXPECT_FALSE(isMounted()) << "another mount covers the stale one";
     });
