@@ -9,7 +9,7 @@
 
 namespace storage::host {
 
-OutputToErrors::OutputToErrors() : output_(checked(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3), "dup")) {
+OutputToErrors::OutputToErrors() : output_(checked(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3), "fcntl")) {
     checked(::dup2(STDERR_FILENO, STDOUT_FILENO), "dup2");
 }
 
