@@ -16,6 +16,6 @@ std::filesystem::path PluginFolders::find(const std::string& name) const {
         }
         lookedIn.append(lookedIn.empty() ? "" : ", ").append(folder.string());
     }
-    throw PluginError("no provider is called " + name + ": there is no " + file + " in " + lookedIn);
+    throw PluginError("cannot find provider '" + name + "': no " + file + " in " + lookedIn);
 }
 // [find]
