@@ -102,7 +102,7 @@ public:
             ->type_size(1)
             ->allow_extra_args(false)
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-        app_.footer(examples);
+        app_.footer(examples); // after the subcommands were added, because they would inherit it
         for (CLI::App* const command : app_.get_subcommands(nullptr)) {
             command->fallthrough(); // options of the program may also follow the subcommand
         }

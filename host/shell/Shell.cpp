@@ -82,7 +82,7 @@ void Shell::runLine(std::string_view line) {
     runCommand(*info, std::move(words));
 }
 
-/// Replaces "~" and the patterns among the words by the paths that they stand for. If a provider fails here, the command fails.
+/// Replaces "~" and the patterns among the words by paths. If a provider fails here, the command fails.
 std::vector<std::string> Shell::expand(const std::vector<Word>& words, const CommandSyntax& syntax) {
     const StorageLookup storage(session_);
     const DiskLookup disk;
