@@ -16,8 +16,8 @@ class DiskDestination {
 public:
     /// @param operand  the destination operand of the user
     /// @param sources  number of sources
-    /// @throws CommandError when there are several and the destination is not a folder, or when the folder that
-    ///         would contain the destination does not exist
+    /// @throws CommandError when there are several and the destination is not a folder, or when the folder of
+    ///         the destination does not exist
     DiskDestination(const std::string& operand, std::size_t sources);
 
     /// The target path of a source of this name. The target of a source without a name is the destination

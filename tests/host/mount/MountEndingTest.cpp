@@ -208,7 +208,7 @@ TEST_F(MountEndingTest, WaitsForTheTargetWhenUnmounted) {
 /// A mount that can be saved neither to its target nor to the rescue folder, after its unmount.
 class UnsavedMountTest : public MountEndingTest {
 protected:
-    /// Unmounts. After the export has failed, sends a signal that makes the mount give up the target, and waits
+    /// Unmounts. After the export has failed, sends a signal so that the mount gives up the target, and waits
     /// until the rescue has failed.
     void giveUpTarget(pid_t process) {
         disk_.write("state/rescue", "");
