@@ -2,6 +2,7 @@
 
 #include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/access/ContentIO.h"
+#include "inmemoryprovider/filesystem/SpinWait.h"
 
 #include <utility>
 
@@ -58,6 +59,28 @@ std::streampos InMemoryFileEntry::seek(long offset, std::ios_base::seekdir direc
 void InMemoryFileEntry::truncate() {
     const std::lock_guard lock(*mutex_);
     content_->clear();
+}
+
+bool InMemoryFileEntry::tryTruncate(const boost::posix_time::ptime& time) {
+    if (!spinTryLock(*mutex_)) {
+        return false;
+    }
+    const std::lock_guard lock(*mutex_, std::adopt_lock);
+    setLastModifiedTime(time);
+    content_->clear();
+    return true;
+}
+
+std::optional<std::uint64_t> InMemoryFileEntry::tryGetFileSize() const {
+    if (!spinTryLock(*mutex_)) {
+        return std::nullopt;
+    }
+    const std::lock_guard lock(*mutex_, std::adopt_lock);
+    return content_->size();
+}
+
+void InMemoryFileEntry::waitUntilMutexIsFree() const {
+    const std::lock_guard lock(*mutex_);
 }
 
 bool InMemoryFileEntry::doIsFolder() const {

@@ -9,6 +9,7 @@
 #include <ios>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace storage::inmemoryprovider {
@@ -54,6 +55,17 @@ public:
 
     /// Empties the file for all nodes and streams that share its bytes. Keeps the capacity and all positions.
     void truncate();
+
+    /// As `truncate`, and stamps the file in the same critical section.
+    /// @return false if another thread held the mutex for too long; then nothing has changed
+    bool tryTruncate(const boost::posix_time::ptime& time);
+
+    /// As `getFileSize`.
+    /// @return nothing if another thread held the mutex for too long
+    std::optional<std::uint64_t> tryGetFileSize() const;
+
+    /// Blocks until the mutex can be acquired.
+    void waitUntilMutexIsFree() const;
 
 private:
     bool doIsFolder() const override;

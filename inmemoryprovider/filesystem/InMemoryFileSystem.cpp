@@ -31,6 +31,14 @@ void InMemoryFileSystem::createRootEntry() {
     addFolderToFSMap(makeFolderEntry(InMemoryEntryPath(u"/"), currentTime()));
 }
 
+void InMemoryFileSystem::waitUntilMutexIsFree(const InMemoryEntry& node) {
+    if (node.isFolder()) {
+        static_cast<const InMemoryFolderEntry&>(node).waitUntilMutexIsFree();
+    } else {
+        static_cast<const InMemoryFileEntry&>(node).waitUntilMutexIsFree();
+    }
+}
+
 void InMemoryFileSystem::addFolderEntry(const InMemoryEntryPath& path) {
     repeatWhileBusy([&] { return tryAddFolderEntry(path); });
 }
@@ -134,8 +142,14 @@ FolderEntryAttributes InMemoryFileSystem::getFolderEntryAttributes(std::u16strin
 }
 
 std::uint64_t InMemoryFileSystem::getFileEntrySize(const InMemoryEntryPath& path) const {
-    const SpinThenBlockLock lock(mutex_);
-    return fileOf(*requireFile(*requireParent(path), path.view())).getFileSize();
+    std::optional<std::uint64_t> size;
+    repeatWhileBusy([&]() -> Busy {
+        const SpinThenBlockLock lock(mutex_);
+        const auto child = requireFile(*requireParent(path), path.view());
+        size = fileOf(*child).tryGetFileSize();
+        return size ? nullptr : child->second;
+    });
+    return *size;
 }
 
 boost::posix_time::ptime InMemoryFileSystem::getFileEntryLastModified(const InMemoryEntryPath& path) const {

@@ -40,11 +40,11 @@ namespace storage::inmemoryprovider {
 /// is one critical section under a folder's mutex, or it is published in `changes_`. A reader waits for a
 /// running change only if the change affects the reader's path. It holds no lock while it waits.
 ///
-/// Listings: a listing holds its folder's mutex while it copies the children. No operation blocks on that
-/// mutex while it holds `mutex_`, so a listing delays changes in its own folder only. An operation that finds
-/// a folder's mutex held releases `mutex_`, waits for the folder, and starts again. A change of several steps
-/// tries the mutexes of all its folders after it is published and before its first step. From then on,
-/// readers that find the change release the mutex at once.
+/// Busy nodes: a listing holds its folder's mutex while it copies the children, and a read or write holds its
+/// file's mutex. No operation blocks on a node's mutex while it holds `mutex_`, so they delay only operations
+/// on their own folder or file. An operation that finds the mutex held releases `mutex_`, waits for the node,
+/// and starts again. A change of several steps tries the mutexes of all its folders after it is published and
+/// before its first step. From then on, readers that find the change release the mutex at once.
 ///
 /// Invariants, also after a failed operation:
 /// - "/" is a folder in the map; it is never removed or replaced;
@@ -62,9 +62,6 @@ namespace storage::inmemoryprovider {
 /// Nodes that an operation removes from the tree are destroyed after `mutex_` is released. Exceptions: the
 /// emptied nodes that a folder move leaves behind, and the empty folder that it has replaced if it is stopped
 /// after that.
-///
-/// Two operations block on a file while they hold `mutex_`: opening a file to empty it, and
-/// `getFileEntrySize`. They wait until a read or write in progress on that file has ended.
 ///
 /// Failures are reported by the internal exceptions. Each names the path that the operation's comment states.
 /// Unless stated otherwise, a missing parent folder causes EntryNotFoundException and a read-only parent
@@ -228,16 +225,18 @@ private:
     std::shared_ptr<InMemoryFileEntry> findFile(std::u16string_view path) const;
 
     /// The result of an attempt. Null if the attempt succeeded. Otherwise it changed nothing, because another
-    /// thread held this folder's mutex for too long.
-    using Busy = std::shared_ptr<InMemoryFolderEntry>;
+    /// thread held this node's mutex for too long.
+    using Busy = std::shared_ptr<InMemoryEntry>;
 
-    /// Repeats `attempt`, which acquires `mutex_`, until it succeeds. Waits for the busy folder in between.
+    /// Repeats `attempt`, which acquires `mutex_`, until it succeeds. Waits for the busy node in between.
     template <class Attempt>
     static void repeatWhileBusy(const Attempt& attempt) {
         while (const Busy busy = attempt()) {
-            busy->waitUntilMutexIsFree();
+            waitUntilMutexIsFree(*busy);
         }
     }
+
+    static void waitUntilMutexIsFree(const InMemoryEntry& node);
 
     // Attempts at the operations above. They throw the same exceptions.
     Busy tryAddFolderEntry(const InMemoryEntryPath& path);

@@ -47,14 +47,16 @@ InMemoryFileSystem::Busy InMemoryFileSystem::tryCheckOutFileEntry(std::u16string
     auto file = create ? makeFileEntry(InMemoryEntryPath::ofNormalText(path), now)
                        : std::static_pointer_cast<InMemoryFileEntry>((*child)->second);
     auto opened = std::make_unique<InMemoryByteStream>(file, options.append);
-    if (create && !parent->tryAddChild(std::shared_ptr<InMemoryEntry>(file), now)) {
-        return parent;
-    }
-    // Nothing can fail from here on. Opening for writing counts as a modification, even if nothing is
-    // written.
-    file->setLastModifiedTime(now);
-    if (options.content == ByteStreamContent::Empty) {
-        file->truncate();
+    if (create) {
+        if (!parent->tryAddChild(std::shared_ptr<InMemoryEntry>(file), now)) {
+            return parent;
+        }
+    } else if (options.content == ByteStreamContent::Empty) {
+        if (!file->tryTruncate(now)) {
+            return file;
+        }
+    } else { // opening for writing counts as a modification, even if nothing is written
+        file->setLastModifiedTime(now);
     }
     stream = std::move(opened);
     return nullptr;

@@ -1,6 +1,7 @@
-// Every change is atomic for other threads, and a listing delays changes in its own folder only. The tests
-// stop a change between two steps, or hold the mutex of a folder.
+// Every change is atomic for other threads. A listing delays only changes in its own folder, and a read or
+// write only operations on its own file. The tests stop a change between two steps, or hold a node's mutex.
 
+#include "hostapi/storage/provider/ByteStreamOpenOptions.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 #include "inmemoryprovider/EntryNotFoundException.h"
 #include "inmemoryprovider/InMemoryProvider.h"
@@ -12,9 +13,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -170,6 +173,31 @@ protected:
         EXPECT_EQ(listed(u"/z"), (Names{u"f"}));
         EXPECT_TRUE(exists(u"/d"));
         EXPECT_TRUE(exists(u"/e"));
+        EXPECT_NE(folder(u"/z"), nullptr);
+        EXPECT_EQ(folder(u"/z/f"), nullptr);
+    }
+
+    /// Starts `operation`, which needs a node in use, in its own thread. Expects that neither changes nor
+    /// queries elsewhere block.
+    std::future<void> expectBlocksNoChangeElsewhere(const std::function<void()>& operation) {
+        std::atomic<bool> begun = false;
+        auto running = std::async(std::launch::async, [&begun, operation] {
+            begun = true;
+            operation();
+        });
+        waitUntil([&] { return begun.load(); });
+        for (int round = 0; round < 200; ++round) { // the operation waits by now, or in a later round
+            fileSystem.addFolderEntry(path(u"/z/new"));
+            fileSystem.addFileEntry(path(u"/z/new/file"));
+            fileSystem.moveFileEntry(path(u"/z/new/file"), path(u"/z/file"),
+                                     ReplacementPolicy::RefuseExisting);
+            std::this_thread::yield();
+            fileSystem.removeFileEntry(path(u"/z/file"));
+            fileSystem.removeFolderEntry(path(u"/z/new"));
+        }
+        expectElsewhereGoesOn();
+        EXPECT_EQ(running.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+        return running;
     }
 
     InMemoryFileSystem fileSystem;
@@ -442,23 +470,8 @@ private:
 TEST_P(ChangeInUsedFolderTest, BlocksNoChangeElsewhere) {
     fileSystem.addFolderEntry(path(u"/a/empty"));
     HeldFolder held(folder(GetParam().inUse));
-    std::atomic<bool> begun = false;
-    auto change = std::async(std::launch::async, [&] {
-        begun = true;
-        GetParam().change(fileSystem);
-    });
-    waitUntil([&] { return begun.load(); });
-    for (int round = 0; round < 200; ++round) { // the change waits by now, or in a later round
-        fileSystem.addFolderEntry(path(u"/z/new"));
-        fileSystem.addFileEntry(path(u"/z/new/file"));
-        fileSystem.moveFileEntry(path(u"/z/new/file"), path(u"/z/file"), ReplacementPolicy::RefuseExisting);
-        std::this_thread::yield();
-        fileSystem.removeFileEntry(path(u"/z/file"));
-        fileSystem.removeFolderEntry(path(u"/z/new"));
-    }
-    expectElsewhereGoesOn();
+    auto change = expectBlocksNoChangeElsewhere([&] { GetParam().change(fileSystem); });
     expectBefore();
-    EXPECT_EQ(change.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     held.release();
     change.get();
     expectAfter();
@@ -466,6 +479,44 @@ TEST_P(ChangeInUsedFolderTest, BlocksNoChangeElsewhere) {
 
 INSTANTIATE_TEST_SUITE_P(EveryChange, ChangeInUsedFolderTest, testing::ValuesIn(changesInUsedFolders),
                          [](const auto& instance) { return std::string(instance.param.name); });
+
+class FileInUseTest : public HeldChangeTest {
+protected:
+    FileInUseTest() {
+        fileSystem.addFolderEntry(path(u"/files"));
+        fileSystem.addFileEntry(path(u"/files/f"));
+        file = folder(u"/files")->getFileEntry(path(u"/files/f"));
+        unsigned long position = 0;
+        file->write("abc", 3, position, provider::ByteStreamAppend::AppendAtEnd);
+        file->setLastModifiedTime(pastTime);
+        inUse = std::unique_lock(*file->getMutex()); // as a long read or write does
+    }
+
+    const boost::posix_time::ptime pastTime{boost::gregorian::date(2001, 2, 3)};
+    std::shared_ptr<InMemoryFileEntry> file;
+    std::unique_lock<std::mutex> inUse;
+};
+
+TEST_F(FileInUseTest, EmptyingItBlocksNoChangeElsewhere) {
+    auto emptying = expectBlocksNoChangeElsewhere([&] {
+        fileSystem.checkOutFileEntry(path(u"/files/f"), {.content = provider::ByteStreamContent::Empty});
+    });
+    EXPECT_EQ(file->getContent()->size(), 3U);
+    EXPECT_EQ(file->getLastModifiedTime(), pastTime);
+    inUse.unlock();
+    emptying.get();
+    EXPECT_EQ(file->getFileSize(), 0U);
+    EXPECT_GT(file->getLastModifiedTime(), pastTime);
+}
+
+TEST_F(FileInUseTest, AskingForItsSizeBlocksNoChangeElsewhere) {
+    std::uint64_t size = 0;
+    auto asking =
+        expectBlocksNoChangeElsewhere([&] { size = fileSystem.getFileEntrySize(path(u"/files/f")); });
+    inUse.unlock();
+    asking.get();
+    EXPECT_EQ(size, 3U);
+}
 
 // The same checks with random timing.
 

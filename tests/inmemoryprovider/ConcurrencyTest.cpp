@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <random>
 #include <string>
 #include <thread>
@@ -19,30 +18,6 @@ namespace {
 using namespace provider;
 using tests::answerOf;
 using tests::runTogether;
-
-TEST(ConcurrencyTest, LooksUpAFolderWithoutWaitingForAChange) {
-    const InMemoryEntryPath path(u"/f");
-    const boost::posix_time::ptime pastTime(boost::gregorian::date(2001, 2, 3));
-    for (int round = 0; round < 50; ++round) {
-        InMemoryFileSystem fileSystem;
-        fileSystem.addFileEntry(path);
-        const auto root = fileSystem.getFolderEntry(InMemoryEntryPath(u"/"));
-        const auto file = root->getFileEntry(path);
-        file->setLastModifiedTime(pastTime);
-        std::unique_lock held(*file->getMutex());
-        // Stamps the file and then empties it, both under the lock of the tree. Once the stamp is visible,
-        // the thread is between the two steps. It blocks while the content is held.
-        std::thread operation(
-            [&] { fileSystem.checkOutFileEntry(path, {.content = ByteStreamContent::Empty}); });
-        while (file->getLastModifiedTime() == pastTime) {
-            std::this_thread::yield();
-        }
-        EXPECT_EQ(fileSystem.getFolderEntry(InMemoryEntryPath(u"/")), root);
-        EXPECT_EQ(fileSystem.getFolderEntry(path), nullptr);
-        held.unlock();
-        operation.join();
-    }
-}
 
 TEST(ConcurrencyTest, ReadersFindAFolderThatMovesBackAndForth) {
     const InMemoryProvider provider;
