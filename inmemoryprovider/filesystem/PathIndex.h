@@ -158,16 +158,12 @@ private:
         if (!merged.makeTable(origin.size() + last.size())) {
             return;
         }
-        bool complete = true;
-        const auto take = [&](const Position& position, Hash hash) {
-            complete = complete && merged.insert(position, hash);
-        };
+        // `merged` has room for all.
+        const auto take = [&](const Position& position, Hash hash) { merged.insert(position, hash); };
         origin.forEach(take);
         last.forEach(take);
-        if (complete) {
-            origin = std::move(merged);
-            rest_.pop_back();
-        }
+        origin = std::move(merged);
+        rest_.pop_back();
     }
 
     Segment first_; ///< not in `rest_`, because most folders have only this one

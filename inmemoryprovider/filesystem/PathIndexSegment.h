@@ -127,7 +127,6 @@ private:
     bool makeTableOf(std::size_t capacity) noexcept {
         slots_.reset(new (std::nothrow) Slot[capacity]);
         capacity_ = static_cast<std::uint32_t>(capacity);
-        size_ = 0;
         return slots_ != nullptr;
     }
 
