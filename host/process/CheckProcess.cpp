@@ -80,7 +80,7 @@ std::string signalName(int signal) {
 }
 
 std::string howItEnded(int status) {
-    return WIFSIGNALED(status) ? "ended by " + signalName(WTERMSIG(status))
+    return WIFSIGNALED(status) ? "was terminated by " + signalName(WTERMSIG(status))
                                : fmt::format("ended with exit status {}", WEXITSTATUS(status));
 }
 

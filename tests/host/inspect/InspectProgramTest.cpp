@@ -156,7 +156,8 @@ TEST(InspectProgramTest, ReportsACrashingPluginInOneLine) {
     const ProgramRun run = inspectBad({"inspect", badPlugin}, "entry signal9");
     EXPECT_EQ(run.status(), 1);
     EXPECT_EQ(run.output(), "");
-    EXPECT_EQ(run.errors(), "qzstorage: " + badPlugin + ": the process that loaded it ended by SIGKILL\n");
+    EXPECT_EQ(run.errors(),
+              "qzstorage: " + badPlugin + ": the process that loaded it was terminated by SIGKILL\n");
 }
 
 } // namespace

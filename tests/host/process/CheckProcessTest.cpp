@@ -61,7 +61,7 @@ TEST(CheckProcessTest, ReportsASignalAsACrash) {
     for (const auto& [signal, name] :
          {std::pair(SIGSEGV, "SIGSEGV"), {SIGABRT, "SIGABRT"}, {SIGINT, "SIGINT"}}) {
         expectVerdict(outcomeOf([wanted = signal](const auto&) { raiseByDefault(wanted); }), Result::Crash,
-                      std::string("ended by ") + name);
+                      std::string("was terminated by ") + name);
     }
 }
 
@@ -75,7 +75,7 @@ TEST(CheckProcessTest, ReportsAnUncaughtExceptionAsACrash) {
         std::signal(SIGABRT, SIG_DFL);
         throw 5; // NOLINT(hicpp-exception-baseclass)
     });
-    expectVerdict(outcome, Result::Crash, "ended by SIGABRT");
+    expectVerdict(outcome, Result::Crash, "was terminated by SIGABRT");
     EXPECT_THAT(outcome.output, HasSubstr("terminat"));
 }
 
@@ -84,7 +84,7 @@ TEST(CheckProcessTest, ReportsACrashAfterTheVerdict) {
                       announce(pass);
                       raiseByDefault(SIGSEGV);
                   }),
-                  Result::Crash, "ended by SIGSEGV after the check had returned");
+                  Result::Crash, "was terminated by SIGSEGV after the check had returned");
     expectVerdict(outcomeOf([](const auto& announce) {
                       announce({Result::Fail, "the reason"});
                       ::_exit(1);

@@ -114,8 +114,9 @@ TEST(ValidateProgramTest, ReportsAnUnusablePluginInOneLine) {
               "qzstorage: " + plugin + ": the plug-in returned no provider: the tape\\nis stuck\n");
     const ProgramRun crash = runWith("BAD_PLUGIN", "entry signal9", {"validate", plugin});
     EXPECT_EQ(crash.status(), 1);
-    EXPECT_EQ(crash.errors(), "qzstorage: " + plugin +
-                                  ": the process that loaded it ended by SIGKILL, in buildProvider_V1\n");
+    EXPECT_EQ(crash.errors(),
+              "qzstorage: " + plugin +
+                  ": the process that loaded it was terminated by SIGKILL, in buildProvider_V1\n");
 }
 
 TEST(ValidateProgramTest, SeparatesTheOutputOfThePluginFromTheReport) {
@@ -153,11 +154,12 @@ TEST(ValidateProgramTest, NamesTheOperationThatCrashes) {
     const ProgramRun crash =
         runWith("BAD_PLUGIN", "openReadOnlyStream signal9", {"validate", "--only", "8.1", TEST_BAD_PLUGIN});
     EXPECT_EQ(crash.status(), 1);
-    EXPECT_THAT(crash.output(),
-                HasSubstr("\n      ended by SIGKILL, in doOpenReadOnlyStream of /qzstorage-validate-"));
+    EXPECT_THAT(
+        crash.output(),
+        HasSubstr("\n      was terminated by SIGKILL, in doOpenReadOnlyStream of /qzstorage-validate-"));
     const ProgramRun first = runWith("BAD_PLUGIN", "createFolder signal9", {"validate", TEST_BAD_PLUGIN});
     EXPECT_THAT(first.errors(),
-                StartsWith("qzstorage: " TEST_BAD_PLUGIN ": the process that loaded it ended by "
+                StartsWith("qzstorage: " TEST_BAD_PLUGIN ": the process that loaded it was terminated by "
                            "SIGKILL, in doCreateFolder of /qzstorage-validate-"));
 }
 
