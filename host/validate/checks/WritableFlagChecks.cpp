@@ -25,8 +25,8 @@ void flagIsReadBack(CheckContext& context) {
         const bool writable = i % 4 == 0 || i % 4 == 3; // each value also twice in a row
         provider.doSetWritable(entry, writable);
         expect(kind.isWritable(provider, entry) == writable,
-               fmt::format("a {} that was made {} is reported otherwise", kind.name,
-                           writable ? "writable" : "read-only"));
+               fmt::format("a {} that was made {} is reported as {}", kind.name,
+                           writable ? "writable" : "read-only", writable ? "read-only" : "writable"));
     }
 }
 

@@ -25,10 +25,11 @@ using Time = boost::posix_time::ptime;
 std::string lineOf(const StorageIRI& iri, std::string_view kind, bool writable, const Time& time,
                    TimesShown times) {
     static const Time epoch(boost::gregorian::date(1970, 1, 1));
-    const std::string timeText =
-        times == TimesShown::All ? fmt::format("of {} us ", (time - epoch).total_microseconds()) : "";
-    return fmt::format("{} is a {} {} {}", printable(iri.getPath()), writable ? "writable" : "read-only",
-                       kind, timeText);
+    const std::string timeText = times == TimesShown::All ? fmt::format(", modified {} us after 1970",
+                                                                        (time - epoch).total_microseconds())
+                                                          : "";
+    return fmt::format("{} is a {} {}{}", printable(iri.getPath()), writable ? "writable" : "read-only", kind,
+                       timeText);
 }
 
 void describeFolder(const IProvider& provider, const StorageIRI& folder, TimesShown times, Lines& lines) {
@@ -43,7 +44,7 @@ void describeFolder(const IProvider& provider, const StorageIRI& folder, TimesSh
         const FileAttributes file = provider.doGetFileAttributes(location);
         lines.push_back(lineOf(location, fmt::format("file of {} bytes", file.getSize()), file.isWritable(),
                                file.getLastModified(), times) +
-                        printable(readFile(provider, location)));
+                        ": " + printable(readFile(provider, location)));
     }
 }
 
