@@ -19,7 +19,7 @@ public:
     ByteStream& operator=(const ByteStream&) = delete;
     virtual ~ByteStream();
 
-    /// Copies bytes from the position on into `buffer` and advances the position.
+    /// Copies bytes at the position into `buffer` and advances the position.
     /// @pre `count` >= 0. A provider need not check: with a negative count, it may copy the remainder of the
     ///      file past the end of `buffer`.
     /// @param buffer  room for `count` bytes

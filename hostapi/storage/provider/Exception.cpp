@@ -52,7 +52,7 @@ const char* Exception::describe(ErrorCode code) noexcept {
     case ErrorCode::FolderNotEmpty:
         return "folder is not empty";
     case ErrorCode::ReadOnly:
-        return "read-only: it, or another entry that the operation changes";
+        return "read-only: this entry, or another one that the operation changes";
     case ErrorCode::AlreadyExists:
         return "already exists, or is in the folder that is to be moved";
     case ErrorCode::NotFound:

@@ -76,7 +76,7 @@ TEST_F(FailureCauseTest, ReportsNoMoreThanIsCertain) {
               "would hold it\n");
     refuse("moveFile", ErrorCode::ReadOnly);
     EXPECT_EQ(fail("mv /f /a/f"),
-              "qzstorage: mv: /f: read-only: it, or another entry that the operation changes\n");
+              "qzstorage: mv: /f: read-only: this entry, or another one that the operation changes\n");
     refuse("createFolder", ErrorCode::AlreadyExists);
     EXPECT_EQ(fail("mkdir /a/d"),
               "qzstorage: mkdir: /a/d: already exists, or is in the folder that is to be moved\n");

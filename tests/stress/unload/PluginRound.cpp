@@ -95,7 +95,7 @@ void PluginRound::collectFailures(const IProvider& provider) {
                 [&] { provider.doCreateFolder(folder); });
     keepFailure("/a/f: already exists, or is in the folder that is to be moved",
                 [&] { provider.doMoveFile(StorageIRI(u"/a/g"), file, ReplacementPolicy::RefuseExisting); });
-    keepFailure("/a/locked: read-only: it, or another entry that the operation changes",
+    keepFailure("/a/locked: read-only: this entry, or another one that the operation changes",
                 [&] { provider.doRemoveFile(lockedFile); });
     keepFailure("/a: folder is not empty", [&] { provider.doRemoveFolder(folder); });
     keepFailure("/a: this provider does not offer the operation",

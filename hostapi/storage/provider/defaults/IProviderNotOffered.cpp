@@ -10,7 +10,7 @@ namespace {
 
 } // namespace
 
-// The ABI passes callbacks and patterns by value, so that an override may keep them.
+// The ABI passes callbacks by value, so that an override may keep them.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
 std::unique_ptr<ByteStream> IProvider::doOpenTransactionalStream(const StorageIRI& iri,

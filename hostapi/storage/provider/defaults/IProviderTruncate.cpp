@@ -50,7 +50,7 @@ void shrinkFile(const IProvider& provider, const StorageIRI& iri, std::size_t si
 void growFile(const IProvider& provider, const StorageIRI& iri, unsigned long long size) {
     const auto stream = openForWriting(provider, iri, {.existence = ByteStreamExistence::MustExist});
     const std::vector<char> zeros(zerosAtOnce);
-    // Seeks to the end for each block, and writes at a position. So two threads that grow the file do not
+    // Seeks to the end before each block instead of appending. Otherwise two threads that grow the file could
     // make it exceed the larger of both sizes.
     for (unsigned long long end = endOf(*stream); end < size; end = endOf(*stream)) {
         writeAll(*stream, {zeros.data(), std::min<unsigned long long>(size - end, zeros.size())});

@@ -32,7 +32,7 @@ TEST(ExceptionTest, DescribesPathAndReason) {
     };
     EXPECT_EQ(textFor(ErrorCode::FolderNotEmpty), "/a/f: folder is not empty");
     EXPECT_EQ(textFor(ErrorCode::ReadOnly),
-              "/a/f: read-only: it, or another entry that the operation changes");
+              "/a/f: read-only: this entry, or another one that the operation changes");
     EXPECT_EQ(textFor(ErrorCode::AlreadyExists),
               "/a/f: already exists, or is in the folder that is to be moved");
     EXPECT_EQ(textFor(ErrorCode::NotFound),
