@@ -70,11 +70,11 @@ def mounted(command, mount_point):
 
 
 @contextlib.contextmanager
-def place(kind, room):
-    """An empty folder for one job, and the process of its server, which may be None. Owns the content of `room`."""
-    folder = room / "folder"
+def place(kind, tmpfs):
+    """An empty folder for one job, and the process of its server, which may be None. Owns the content of `tmpfs`."""
+    folder = tmpfs / "folder"
     folder.mkdir()
-    backing(room).mkdir()
+    backing(tmpfs).mkdir()
     try:
         if kind.mount_command:
             with mounted(kind.mount_command, folder) as server:
@@ -82,12 +82,12 @@ def place(kind, room):
         else:
             yield folder, None
     finally:
-        turns.clear(room)
+        turns.clear(tmpfs)
 
 
-def backing(room):
+def backing(tmpfs):
     """The folder that a pass-through file system exports."""
-    return room / "backing"
+    return tmpfs / "backing"
 
 
 def wait_until_idle(limit):

@@ -40,11 +40,11 @@ KINDS = [
 ]
 
 
-def place_kinds(options, room):
+def place_kinds(options, tmpfs):
     kinds = [PlaceKind("tmpfs", "tmpfs", "limit", f"{os.uname().sysname} {os.uname().release}")]
     if options.pass_through:
         kinds.append(PlaceKind("pass-through", "pass-through", "peer", "passthrough_ll",
-                               (options.pass_through, "-o", f"source={mounting.backing(room)}")))
+                               (options.pass_through, "-o", f"source={mounting.backing(tmpfs)}")))
     if options.program:
         version = programs.run(options.program, "--version")[1].decode().split()[-1]
         kinds.append(PlaceKind("mount", "this mount", "plug-in", version, (options.program, "mount", "--background")))
@@ -79,15 +79,15 @@ def main():
     parser.add_argument("jobs", help="the program of the jobs")
     options = turns.parse(parser)
     wait_left = TOTAL_WAIT
-    with turns.tmpfs_folder(options.short) as room, tempfile.TemporaryDirectory(prefix="qzstorage-") as source_folder:
-        if not room:
+    with turns.tmpfs_folder(options.short) as tmpfs, tempfile.TemporaryDirectory(prefix="qzstorage-") as source_folder:
+        if not tmpfs:
             sys.exit("no tmpfs with enough space")
         source = programs.SourceTree(pathlib.Path(source_folder), 60 if options.short else 2000)
         jobs = turns.Program(options.jobs, ["--short"] if options.short else [])
 
         def measure(job, kind):
             nonlocal wait_left
-            with mounting.place(kind, room) as (folder, server):
+            with mounting.place(kind, tmpfs) as (folder, server):
                 if not options.short:
                     wait_left -= mounting.wait_until_idle(min(wait_left, LONGEST_WAIT))
                 meter = load.LoadMeter(server)
@@ -95,7 +95,7 @@ def main():
                         else jobs.run(f"{job}/folder", f"--folder={folder}"))
                 return rows, meter.load()
 
-        places = place_kinds(options, room)
+        places = place_kinds(options, tmpfs)
         names = [*jobs.benchmarks(), "programs"]
         scenarios = turns.select({name: [kind.id for kind in places] for name in names}, places, options)
         most_rounds = options.repetitions * (1 if options.short else 3)

@@ -55,9 +55,9 @@ def run(*command):
     return time.perf_counter() - start, output
 
 
-def expect(holds, what):
+def expect(holds, violation):
     if not holds:
-        raise RuntimeError(f"wrong: {what}")
+        raise RuntimeError(violation)
 
 
 def measure(folder, source):

@@ -76,7 +76,7 @@ def main():
     options = turns.parse(option_parser())
     with turns.tmpfs_folder(options.short) as tmpfs:
         if not tmpfs:
-            print("no tmpfs with enough space: left out", file=sys.stderr)
+            print("tmpfs: left out, because none has enough space", file=sys.stderr)
         program = turns.Program(options.program, [
             *(["--short"] if options.short else []), *([f"--threads={options.threads}"] if options.threads else []),
             *([f"--tmpfs={tmpfs}"] if tmpfs else [])])

@@ -17,8 +17,8 @@ import time
 
 import load
 
-ROOM_REQUIRED = 3 << 30  # on the tmpfs, in bytes
-ROOM_REQUIRED_IF_SHORT = 256 << 20
+SPACE_REQUIRED = 3 << 30  # on the tmpfs, in bytes
+SPACE_REQUIRED_IF_SHORT = 256 << 20
 SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 WRONG_USAGE = 2
 
@@ -75,7 +75,7 @@ def parse(parser):
 
 
 class Program:
-    """A program of Google Benchmark. Its benchmarks are named SCENARIO/CONTENDER, their counters
+    """A program based on Google Benchmark. Its benchmarks are named SCENARIO/CONTENDER, their counters
     ROW|VARIANT."""
 
     def __init__(self, path, arguments):
@@ -111,10 +111,10 @@ def select(scenarios, contenders, options):
              for name in fnmatch.filter(scenarios, options.only)}
     selected = {name: contenders for name, contenders in found.items() if contenders}
     if unknown:
-        print(f"{', '.join(sorted(unknown))}: not a contender here", file=sys.stderr)
+        print(f"{', '.join(sorted(unknown))}: unknown contender", file=sys.stderr)
     elif not selected:
         beside = f" with {','.join(options.contenders)}" if options.contenders else ""
-        print(f"{options.only}{beside}: nothing to measure here", file=sys.stderr)
+        print(f"{options.only}{beside}: no matching scenario", file=sys.stderr)
     if unknown or not selected:
         sys.exit(WRONG_USAGE)
     return selected
@@ -155,7 +155,7 @@ def show_progress(text):
 @contextlib.contextmanager
 def tmpfs_folder(is_short):
     """A new folder on a tmpfs with enough space; None if there is none."""
-    required = ROOM_REQUIRED_IF_SHORT if is_short else ROOM_REQUIRED
+    required = SPACE_REQUIRED_IF_SHORT if is_short else SPACE_REQUIRED
     for parent in ("/dev/shm", "/tmp", "/run"):
         kind = subprocess.run(["stat", "-fc", "%T", parent], capture_output=True, text=True, check=False).stdout.strip()
         if kind == "tmpfs" and os.access(parent, os.W_OK) and shutil.disk_usage(parent).free >= required:

@@ -7,14 +7,14 @@ namespace storage::benchmark {
 
 namespace {
 
-/// The operations in one folder, in rounds with a new store each, because a small folder has few operations.
-/// Each step continues from the state that the previous one left. Paths and orders are prepared before the
-/// timing.
+/// The operations in one folder. Each round has a new store. A single round in a small folder would be too
+/// short to time. Each step continues from the state that the previous one left. Paths and orders are prepared
+/// before the timing.
 ///
 /// Some operations of some stores are linear in the size of the store. A time budget limits their number.
 class FolderRun {
 public:
-    /// @param variant  the number of files as in the names of rows
+    /// @param variant  the number of files, as text for the results
     FolderRun(const StoreKind& kind, const std::string& variant, std::uint32_t count, std::uint32_t rounds,
               Rows& rows)
         : kind_(kind), variant_(variant), count_(count), budget_(allBudgets / rounds), rows_(rows) {

@@ -117,7 +117,7 @@ private:
     void add(PathIndex index, FileType type) {
         if (!files_.addFile(path(index), std::time(nullptr), llvm::MemoryBuffer::getMemBuffer(""), llvm::None,
                             llvm::None, type)) {
-            throw std::runtime_error("LLVM: " + path(index));
+            throw std::runtime_error("LLVM: " + path(index) + ": cannot be added");
         }
     }
 

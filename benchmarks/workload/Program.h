@@ -8,7 +8,7 @@
 
 namespace storage::benchmark {
 
-/// A program of Google Benchmark. Scripts call it and describe its own options. Not thread-safe.
+/// A program based on Google Benchmark. The scripts that run it describe its own options. Not thread-safe.
 class Program {
 public:
     /// Google Benchmark takes its options; the program then takes the others.
