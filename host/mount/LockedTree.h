@@ -14,8 +14,9 @@ namespace storage::host {
 
 // NOLINTBEGIN(readability-convert-member-functions-to-static): see LockedTree
 
-/// An inode tree with its lock held, shared or exclusive, so that names and places do not change. A function
-/// that requires the lock takes a `LockedTree`; one that requires it exclusively takes an `ExclusiveTree`.
+/// An inode tree with its lock held, shared or exclusive, so that no other thread adds, removes or moves
+/// names. A function that requires the lock takes a `LockedTree`; one that requires it exclusively takes an
+/// `ExclusiveTree`.
 ///
 /// Operations are members even if they do not use the object, because the object proves that the lock is
 /// held. Borrows the tree. Not thread-safe: an object belongs to one thread.
@@ -124,7 +125,7 @@ public:
     SharedTree& operator=(const SharedTree&) = delete;
 };
 
-/// Holds the tree's lock exclusively during its lifetime. Only its members change names and places.
+/// Holds the tree's lock exclusively during its lifetime. Only its members add, remove and move names.
 class QZFL_SCOPED_CAPABILITY ExclusiveTree final : public LockedTree {
 public:
     explicit ExclusiveTree(InodeTree& tree) QZFL_ACQUIRE(tree.mutex_) : LockedTree(tree) {
