@@ -186,7 +186,7 @@ void LockstepRun::onLocation(const Operation& operation, const StorageIRI& iri) 
 
 void LockstepRun::onCreation(const Operation& operation, const StorageIRI& iri) {
     const bool file = operation.kind == OperationKind::CreateFile;
-    ending(operation.kind, file ? model_.createFile(iri) : model_.createFolder(iri), iri, iri, [&] {
+    compareCall(operation.kind, file ? model_.createFile(iri) : model_.createFolder(iri), iri, iri, [&] {
         if (file) {
             provider_->doCreateFile(iri);
         } else {
@@ -198,7 +198,7 @@ void LockstepRun::onCreation(const Operation& operation, const StorageIRI& iri) 
 
 void LockstepRun::onRemoval(const Operation& operation, const StorageIRI& iri) {
     const bool file = operation.kind == OperationKind::RemoveFile;
-    ending(operation.kind, file ? model_.removeFile(iri) : model_.removeFolder(iri), iri, iri, [&] {
+    compareCall(operation.kind, file ? model_.removeFile(iri) : model_.removeFolder(iri), iri, iri, [&] {
         if (file) {
             provider_->doRemoveFile(iri);
         } else {
@@ -211,7 +211,7 @@ void LockstepRun::onRemoval(const Operation& operation, const StorageIRI& iri) {
 void LockstepRun::onExistence(const Operation& operation, const StorageIRI& iri) {
     const bool asksForFile = operation.kind == OperationKind::FileExists;
     const auto expected = asksForFile ? model_.fileExists(iri) : model_.folderExists(iri);
-    const auto seen = ending(operation.kind, expected, iri, iri, [&] {
+    const auto seen = compareCall(operation.kind, expected, iri, iri, [&] {
         return asksForFile ? provider_->doFileExists(iri) : provider_->doFolderExists(iri);
     });
     require(seen == std::get<bool>(expected), "the answer differs");
@@ -220,16 +220,16 @@ void LockstepRun::onExistence(const Operation& operation, const StorageIRI& iri)
 void LockstepRun::onAttributes(const Operation& operation, const StorageIRI& iri) {
     if (operation.kind == OperationKind::GetFileAttributes) {
         const auto expected = model_.fileAttributes(iri);
-        const auto seen =
-            ending(operation.kind, expected, iri, iri, [&] { return provider_->doGetFileAttributes(iri); });
+        const auto seen = compareCall(operation.kind, expected, iri, iri,
+                                      [&] { return provider_->doGetFileAttributes(iri); });
         if (seen) {
             compareFileAttributes(*seen, std::get<ModelEntry>(expected));
         }
         return;
     }
     const auto expected = model_.folderAttributes(iri);
-    const auto seen =
-        ending(operation.kind, expected, iri, iri, [&] { return provider_->doGetFolderAttributes(iri); });
+    const auto seen = compareCall(operation.kind, expected, iri, iri,
+                                  [&] { return provider_->doGetFolderAttributes(iri); });
     if (seen) {
         compareFlagAndTime(*seen, std::get<ModelEntry>(expected));
     }
@@ -238,13 +238,13 @@ void LockstepRun::onAttributes(const Operation& operation, const StorageIRI& iri
 void LockstepRun::onSetter(const Operation& operation, const StorageIRI& iri) {
     if (operation.kind == OperationKind::SetLastModified) {
         ledger_.noteSet(operation.time);
-        ending(operation.kind, model_.setLastModified(iri, operation.time), iri, iri, [&] {
+        compareCall(operation.kind, model_.setLastModified(iri, operation.time), iri, iri, [&] {
             provider_->doSetLastModified(iri, operation.time);
             return Done();
         });
         return;
     }
-    ending(operation.kind, model_.setWritable(iri, operation.writable), iri, iri, [&] {
+    compareCall(operation.kind, model_.setWritable(iri, operation.writable), iri, iri, [&] {
         provider_->doSetWritable(iri, operation.writable);
         return Done();
     });
@@ -265,7 +265,7 @@ void LockstepRun::onMove(const Operation& operation, const StorageIRI& source,
 
     const auto expected = movesFile ? model_.moveFile(source, destination, operation.policy)
                                     : model_.moveFolder(source, destination, operation.policy);
-    ending(operation.kind, expected, source, destination, [&] {
+    compareCall(operation.kind, expected, source, destination, [&] {
         if (movesFile) {
             provider_->doMoveFile(source, destination, operation.policy);
         } else {
@@ -301,7 +301,7 @@ void LockstepRun::onOpen(const Operation& operation, const StorageIRI& iri) {
     const std::size_t entriesBefore = model_.entries().size();
     const auto expected =
         forWriting ? model_.openStream(iri, operation.options) : model_.openReadOnlyStream(iri);
-    auto real = ending(operation.kind, expected, iri, iri, [&] {
+    auto real = compareCall(operation.kind, expected, iri, iri, [&] {
         return forWriting ? provider_->doOpenStream(iri, operation.options)
                           : provider_->doOpenReadOnlyStream(iri);
     });
@@ -320,7 +320,7 @@ void LockstepRun::onOpen(const Operation& operation, const StorageIRI& iri) {
 void LockstepRun::onList(const Operation& operation, const StorageIRI& iri) {
     const ListingKind kind = listingKindOf(operation.kind);
     const auto expected = model_.list(iri, kind);
-    auto real = ending(operation.kind, expected, iri, iri, [&] { return list(iri, kind); });
+    auto real = compareCall(operation.kind, expected, iri, iri, [&] { return list(iri, kind); });
     if (!real) {
         return;
     }
@@ -425,8 +425,8 @@ void LockstepRun::stepListing(OpenListing& listing) {
 }
 
 template <class Value, class Call>
-auto LockstepRun::ending(OperationKind kind, const Result<Value>& expected, const StorageIRI& source,
-                         const StorageIRI& destination, Call call)
+auto LockstepRun::compareCall(OperationKind kind, const Result<Value>& expected, const StorageIRI& source,
+                              const StorageIRI& destination, Call call)
     -> std::optional<std::invoke_result_t<Call>> {
     const Failure* failure = std::get_if<Failure>(&expected);
     std::optional<std::invoke_result_t<Call>> value;

@@ -78,8 +78,8 @@ private:
     /// Calls the provider and compares the outcome with `expected`.
     /// @return the result of `call`; nothing if it failed as expected
     template <class Value, class Call>
-    auto ending(OperationKind kind, const Result<Value>& expected, const StorageIRI& source,
-                const StorageIRI& destination, Call call) -> std::optional<std::invoke_result_t<Call>>;
+    auto compareCall(OperationKind kind, const Result<Value>& expected, const StorageIRI& source,
+                     const StorageIRI& destination, Call call) -> std::optional<std::invoke_result_t<Call>>;
 
     void compareTree();
     void compareFolder(const StorageIRI& iri, const ModelEntry& folder,

@@ -64,7 +64,7 @@ void WideFolder::lookUp(unsigned long number) {
     const bool asFile = provider_->doFileExists(location);
     const bool asFolder = provider_->doFolderExists(location);
     requireThat(asFile != isFolder(number) && asFolder == isFolder(number), "wide folder: entry ", number,
-                " is not found as its kind");
+                " is missing or has the wrong kind");
     const auto attributes = provider_->doGetExtendedAttributes(location);
     requireThat(attributes.size == 0 && attributes.writable && attributes.lastModified == time(number),
                 "wide folder: entry ", number, " has wrong attributes");

@@ -112,7 +112,7 @@ public:
 };
 
 /// Returns an ordinary stream as a transactional stream.
-class TransactionsByName final : public BrokenProvider {
+class TransactionsInNameOnly final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenTransactionalStream(const StorageIRI& iri,
                                                           const OpenOptions& options) const override {
@@ -121,7 +121,7 @@ public:
 };
 
 /// Accepts subscriptions but never reports events.
-class NeverTells final : public BrokenProvider {
+class NeverReportsEvents final : public BrokenProvider {
 public:
     void doPublishFolderEventsFor(const StorageIRI&, EventCallback) const override {}
     void doStopPublishingEventsFor(const StorageIRI&) const override {}
@@ -158,8 +158,8 @@ constexpr std::array table{
     Fault{"OrderAlternates", "16.4", build<OrderAlternates>},
     Fault{"FullBlockLosesByte", "16.5", build<FullBlockLosesByte>},
     Fault{"GrowsByOneBlock", "16.6", build<GrowsByOneBlock>},
-    Fault{"TransactionsByName", "16.7", build<TransactionsByName>},
-    Fault{"NeverTells", "16.8", build<NeverTells>},
+    Fault{"TransactionsInNameOnly", "16.7", build<TransactionsInNameOnly>},
+    Fault{"NeverReportsEvents", "16.8", build<NeverReportsEvents>},
 };
 
 } // namespace
