@@ -1,7 +1,7 @@
 #!/usr/bin/env -S python3 -B
 """Measures the mounted storage beside a tmpfs folder and a pass-through file system over tmpfs.
 
-Each repetition runs in a fresh place, the places in turn. Every result is verified."""
+Each repetition runs in a new folder, the file systems in turn. Every result is verified."""
 
 import os
 import pathlib
@@ -76,7 +76,7 @@ def main():
     parser = turns.option_parser(__doc__)
     parser.add_argument("--program", help="the program that mounts the storage")
     parser.add_argument("--pass-through", help="the pass-through file system's program")
-    parser.add_argument("jobs", help="the program of the jobs")
+    parser.add_argument("jobs", help="the program that runs the jobs")
     options = turns.parse(parser)
     wait_left = TOTAL_WAIT
     with turns.tmpfs_folder(options.short) as tmpfs, tempfile.TemporaryDirectory(prefix="qzstorage-") as source_folder:

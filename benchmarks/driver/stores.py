@@ -68,7 +68,7 @@ def table_of(rows, stores):
 def option_parser():
     parser = turns.option_parser(__doc__)
     parser.add_argument("--threads", type=turns.positive, metavar="N", help="largest number of threads (default: the number of processors)")
-    parser.add_argument("program", help="the program of the scenarios")
+    parser.add_argument("program", help="the program that runs the scenarios")
     return parser
 
 

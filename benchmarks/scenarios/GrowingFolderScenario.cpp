@@ -7,7 +7,7 @@ namespace storage::benchmark {
 
 namespace {
 
-/// Calls operation(path) for all files, in random order, and adds the distribution of the latencies. The
+/// Calls operation(path) for all files, in the given order, and adds the distribution of the latencies. The
 /// clock is read once per call.
 template <typename Operation>
 void addLatencies(Rows& rows, const std::string& row, const std::string& variant,
