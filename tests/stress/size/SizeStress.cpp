@@ -59,8 +59,9 @@ int main(int argc, char** argv) {
     CLI::App options(
         "Stress test of the provider: limited address space, many entries, deep trees, large files.");
     bool isShort = false;
-    options.add_flag("--short", isShort,
-                     "Use 100,000 files, 10,000 folders and 130 MiB instead of ten times as many and 6 GiB");
+    options.add_flag(
+        "--short", isShort,
+        "Use a tenth of the files and folders, and large files of at most 130 MiB instead of 6 GiB");
     CLI11_PARSE(options, argc, argv);
     try {
         storage::stress::run(isShort ? storage::stress::shortForm : storage::stress::longForm);

@@ -113,7 +113,7 @@ void PluginRound::keepFailure(const char* text, const std::function<void()>& ope
         failures_.push_back({std::current_exception(), text});
         return;
     }
-    throw Violation(std::string("missing failure: ") + text);
+    throw Violation(std::string("the expected failure did not occur: ") + text);
 }
 
 /// Runs after the provider was destroyed.
