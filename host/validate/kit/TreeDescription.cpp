@@ -21,7 +21,6 @@ namespace {
 using Lines = std::vector<std::string>;
 using Time = boost::posix_time::ptime;
 
-/// Describes an entry.
 std::string lineOf(const StorageIRI& iri, std::string_view kind, bool writable, const Time& time,
                    TimesShown times) {
     static const Time epoch(boost::gregorian::date(1970, 1, 1));
