@@ -134,7 +134,7 @@ void smallFiles(const std::filesystem::path& folder, const Sizes& sizes, Rows& r
                      checked(std::rename(files.names[file].c_str(), laterNames[file].c_str()), "rename");
                  }));
     files.names = laterNames;
-    expectTrue(listFolder(files.path.c_str()) == files.summary(), "every file has its later name");
+    expectTrue(listFolder(files.path.c_str()) == files.summary(), "every file has its new name");
     files.verify();
 
     addThousands(rows, "unlink", measure(sizes.files, [&](std::uint32_t file) {
