@@ -667,7 +667,7 @@ void providersChangeThreads(CheckContext& context) {
     }
     makeFile(**provider, context.at(u"f"), "bytes");
     expect(contentOf(**provider, context.at(u"f")) == "bytes",
-           "a provider that another thread has made does not read");
+           "a provider that another thread has made returns other bytes than were written");
     threads.run([&] {
         expect(contentOf(**provider, context.at(u"f")) == "bytes",
                "what one thread created with a provider does not exist for another one");
