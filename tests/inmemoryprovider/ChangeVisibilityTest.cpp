@@ -7,6 +7,7 @@
 #include "inmemoryprovider/InMemoryProvider.h"
 #include "tests/support/Answer.h"
 #include "tests/support/RunTogether.h"
+#include "tests/support/SleepingCall.h"
 #include "tests/support/UnlockHook.h"
 
 #include <gtest/gtest.h>
@@ -32,6 +33,7 @@ using provider::ReplacementPolicy;
 using provider::StorageIRI;
 using tests::answerOf;
 using tests::runTogether;
+using tests::startUntilAsleep;
 using tests::UnlockHook;
 
 using Path = std::u16string;
@@ -177,24 +179,15 @@ protected:
         EXPECT_EQ(folder(u"/z/f"), nullptr);
     }
 
-    /// Starts `operation`, which needs a node in use, in its own thread. Expects that neither changes nor
-    /// queries elsewhere block.
+    /// Starts `operation`, which needs a node in use, in its own thread. Expects that it sleeps, and that
+    /// neither changes nor queries elsewhere block.
     std::future<void> expectBlocksNoChangeElsewhere(const std::function<void()>& operation) {
-        std::atomic<bool> begun = false;
-        auto running = std::async(std::launch::async, [&begun, operation] {
-            begun = true;
-            operation();
-        });
-        waitUntil([&] { return begun.load(); });
-        for (int round = 0; round < 200; ++round) { // the operation waits by now, or in a later round
-            fileSystem.addFolderEntry(path(u"/z/new"));
-            fileSystem.addFileEntry(path(u"/z/new/file"));
-            fileSystem.moveFileEntry(path(u"/z/new/file"), path(u"/z/file"),
-                                     ReplacementPolicy::RefuseExisting);
-            std::this_thread::yield();
-            fileSystem.removeFileEntry(path(u"/z/file"));
-            fileSystem.removeFolderEntry(path(u"/z/new"));
-        }
+        auto running = startUntilAsleep(operation);
+        fileSystem.addFolderEntry(path(u"/z/new"));
+        fileSystem.addFileEntry(path(u"/z/new/file"));
+        fileSystem.moveFileEntry(path(u"/z/new/file"), path(u"/z/file"), ReplacementPolicy::RefuseExisting);
+        fileSystem.removeFileEntry(path(u"/z/file"));
+        fileSystem.removeFolderEntry(path(u"/z/new"));
         expectElsewhereGoesOn();
         EXPECT_EQ(running.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
         return running;
@@ -205,17 +198,9 @@ protected:
 
 TEST_F(HeldChangeTest, AllowsChangesElsewhereWhileALookUpIsBlocked) {
     HeldFolder held(folder(u"/d"));
-    std::atomic<bool> begun = false;
-    auto lookUp = std::async(std::launch::async, [&] {
-        begun = true;
-        return exists(u"/d/x");
-    });
-    waitUntil([&] { return begun.load(); });
-    for (int change = 0; change < 200; ++change) { // the other thread blocks by now or in a later round
-        fileSystem.addFolderEntry(path(u"/z/new"));
-        std::this_thread::yield();
-        fileSystem.removeFolderEntry(path(u"/z/new"));
-    }
+    auto lookUp = startUntilAsleep([&] { return exists(u"/d/x"); });
+    fileSystem.addFolderEntry(path(u"/z/new"));
+    fileSystem.removeFolderEntry(path(u"/z/new"));
     held.release();
     EXPECT_TRUE(lookUp.get());
 }
@@ -223,13 +208,10 @@ TEST_F(HeldChangeTest, AllowsChangesElsewhereWhileALookUpIsBlocked) {
 TEST_F(HeldChangeTest, FindsNoFolderWithoutItsFilesAfterWaitingForIt) {
     for (int round = 0; round < 100; ++round) {
         HeldFolder held(folder(u"/d"));
-        std::atomic<int> begun = 0;
-        auto move = std::async(std::launch::async, [&] {
-            ++begun;
+        auto move = startUntilAsleep([&] {
             fileSystem.moveFolderEntry(path(u"/d"), path(u"/moved"), ReplacementPolicy::RefuseExisting);
         });
-        auto missing = std::async(std::launch::async, [&] {
-            ++begun;
+        auto missing = startUntilAsleep([&] {
             try {
                 fileSystem.getFileEntryAttributes(u"/d/x");
                 return Path();
@@ -237,8 +219,6 @@ TEST_F(HeldChangeTest, FindsNoFolderWithoutItsFilesAfterWaitingForIt) {
                 return error.getMessage();
             }
         });
-        waitUntil([&] { return begun == 2; });
-        yieldOften(); // by now both threads wait for the folder in most rounds
         held.release();
         move.get();
         const Path message = missing.get();
@@ -270,11 +250,11 @@ TEST_F(HeldChangeTest, KeepsAReplacedFileVisibleDuringTheMove) {
     expectElsewhereGoesOn();
     EXPECT_TRUE(exists(u"/e/other"));
 
-    auto targetExists = std::async(std::launch::async, [&] { return exists(u"/e/y"); });
-    auto targetOpened = std::async(std::launch::async, [&] { return isOpened(u"/e/y"); });
-    auto targetListed = std::async(std::launch::async, [&] { return listed(u"/e"); });
-    auto sourceExists = std::async(std::launch::async, [&] { return exists(u"/d/x"); });
-    auto sourceListed = std::async(std::launch::async, [&] { return listed(u"/d"); });
+    auto targetExists = startUntilAsleep([&] { return exists(u"/e/y"); });
+    auto targetOpened = startUntilAsleep([&] { return isOpened(u"/e/y"); });
+    auto targetListed = startUntilAsleep([&] { return listed(u"/e"); });
+    auto sourceExists = startUntilAsleep([&] { return exists(u"/d/x"); });
+    auto sourceListed = startUntilAsleep([&] { return listed(u"/d"); });
     move.finish();
     EXPECT_TRUE(targetExists.get());
     EXPECT_TRUE(targetOpened.get());
@@ -292,7 +272,7 @@ TEST_F(HeldChangeTest, ShowsAFolderUnderOnePathDuringItsMove) {
     // All of these depend on the move, so they wait until it ends.
     std::vector<std::future<void>> answers;
     const auto expectAtEnd = [&](const std::function<void()>& expectation) {
-        answers.push_back(std::async(std::launch::async, expectation));
+        answers.push_back(startUntilAsleep(expectation));
     };
     expectAtEnd([&] { EXPECT_EQ(listed(u"/"), (Names{u"b", u"d", u"e", u"z"})); });
     expectAtEnd([&] { EXPECT_EQ(listed(u"/a"), Names()); });
@@ -321,15 +301,9 @@ TEST_F(HeldChangeTest, ReturnsNoAttributesOfAFolderDuringItsMove) {
         if (round % 2 == 0) {
             parentInUse.emplace(folder(u"/"));
         }
-        std::atomic<bool> begun = false;
-        auto attributes = std::async(std::launch::async, [&] {
-            begun = true;
-            return fileSystem.getFolderEntryAttributes(u"/a");
-        });
-        waitUntil([&] { return begun.load(); });
-        yieldOften(); // by now the other thread waits for the folder or for the move in most rounds
+        auto attributes = startUntilAsleep([&] { return fileSystem.getFolderEntryAttributes(u"/a"); });
         parentInUse.reset();
-        yieldOften();
+        yieldOften(); // by now the other thread waits for the move in most rounds
         move.finish();
         EXPECT_THROW(attributes.get(), EntryNotFoundException);
         fileSystem.moveFolderEntry(path(u"/b"), path(u"/a"), ReplacementPolicy::RefuseExisting);
@@ -344,13 +318,7 @@ TEST_F(HeldChangeTest, FindsTheFolderOfAFileWhileItIsReplaced) {
                 fileSystem.moveFolderEntry(path(u"/a"), path(u"/empty"), ReplacementPolicy::ReplaceExisting);
             },
             [&] { return folder(u"/empty") == nullptr; });
-        std::atomic<bool> begun = false;
-        auto attributes = std::async(std::launch::async, [&] {
-            begun = true;
-            return fileSystem.getFileEntryAttributes(u"/empty/f");
-        });
-        waitUntil([&] { return begun.load(); });
-        yieldOften(); // by now the other thread waits for the move in most rounds
+        auto attributes = startUntilAsleep([&] { return fileSystem.getFileEntryAttributes(u"/empty/f"); });
         move.finish();
         EXPECT_NO_THROW(attributes.get());
         fileSystem.moveFolderEntry(path(u"/empty"), path(u"/a"), ReplacementPolicy::RefuseExisting);
@@ -361,13 +329,7 @@ TEST_F(HeldChangeTest, ListsTheFolderThatReplacesAFolderInUse) {
     for (int round = 0; round < 20; ++round) {
         fileSystem.addFolderEntry(path(u"/empty"));
         HeldFolder held(folder(u"/empty"));
-        std::atomic<bool> begun = false;
-        auto listing = std::async(std::launch::async, [&] {
-            begun = true;
-            return fileSystem.listFolder(path(u"/empty"));
-        });
-        waitUntil([&] { return begun.load(); });
-        yieldOften(); // by now the other thread waits for the folder in most rounds
+        auto listing = startUntilAsleep([&] { return fileSystem.listFolder(path(u"/empty")); });
         fileSystem.moveFolderEntry(path(u"/a"), path(u"/empty"), ReplacementPolicy::ReplaceExisting);
         held.release();
         EXPECT_TRUE(listing.get());

@@ -110,5 +110,21 @@ TEST(ContentGrowthTest, KeepsACapacityThatIsExactlySufficient) {
     EXPECT_EQ(content.capacity(), 2 * block.size());
 }
 
+TEST(ContentGrowthTest, TrimsNothingBeyondTheCapacity) {
+    constexpr std::size_t capacity = 64U << 10U;
+    constexpr std::size_t size = 60U << 10U;
+    std::vector<Bytes> contents(32); // most of them next to each other in memory
+    for (auto& content : contents) {
+        content.assign(capacity, 'x');
+        content.resize(size);
+    }
+    for (auto& content : contents) {
+        trimSlack(content);
+    }
+    for (const auto& content : contents) {
+        EXPECT_EQ(content, Bytes(size, 'x'));
+    }
+}
+
 } // namespace
 } // namespace storage::inmemoryprovider::content_growth_test

@@ -1,10 +1,12 @@
 #include "inmemoryprovider/filesystem/PathSeqLock.h"
 
 #include "tests/support/RunTogether.h"
+#include "tests/support/SleepingCall.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <optional>
 #include <string>
@@ -86,6 +88,15 @@ TEST(PathSeqLockTest, WakesWaitersAtTheEnd) {
         change.reset();
         EXPECT_TRUE(waiting.get());
     }
+}
+
+TEST(PathSeqLockTest, WaitersSleepUntilTheEnd) {
+    PathSeqLock lock;
+    std::optional<PathSeqLock::Change> change(std::in_place, lock, path(u"/a"));
+    auto waiting = tests::startUntilAsleep([&] { lock.waitForEndOf(lock.number()); });
+    EXPECT_EQ(waiting.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    change.reset();
+    waiting.get();
 }
 
 TEST(PathSeqLockTest, ConcernsItsTargetOnceItsNumberIsVisible) {

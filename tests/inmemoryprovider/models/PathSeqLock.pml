@@ -184,7 +184,7 @@ inline insert(place) { map[place] = (map[place] == NONE -> new : map[place]) }
 
 inline publish() {
     source = from;                              /* step: publish the source; before: publish the change */
-    target = to;                                /* step: publish the target */
+    target = to;                                /* step: publish the target; before: publish the change */
     seq = seq + 1;                              /* step: publish the change; before: try the parent's mutex */
 }
 inline endPublication() {
