@@ -167,7 +167,8 @@ std::vector<Experiment> openings(const SmallTree& tree) {
 
 std::vector<Experiment> queries(const SmallTree& tree) {
     return {
-        tree.experiment("asking for a file", [&](const IProvider& p) { p.doFileExists(tree.file); }),
+        tree.experiment("testing whether a file exists",
+                        [&](const IProvider& p) { p.doFileExists(tree.file); }),
         tree.experiment("asking for a file's attributes",
                         [&](const IProvider& p) { p.doGetFileAttributes(tree.file); }),
         tree.experiment("asking for a folder's attributes",

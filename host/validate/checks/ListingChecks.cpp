@@ -146,7 +146,7 @@ void laterEntryIsNotSeen(CheckContext& context) {
         provider.doCreateFile(context.at(u"d/later file"));
         provider.doCreateFolder(context.at(u"d/later folder"));
         expectSame(sortedEntries(std::move(listing)), partOf(mixture, kind),
-                   fmt::format("{}, of a folder that was added to later,", kind.operation));
+                   fmt::format("{}, of a folder that got new entries later,", kind.operation));
         provider.doRemoveFolderRecursively(folder);
     }
 }

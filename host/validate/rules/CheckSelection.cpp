@@ -63,7 +63,7 @@ std::string whyNothing(Catalogue catalogue, Profile profile, const std::string& 
         return "";
     }
     return selected.leftOut > 0
-               ? fmt::format("no rule of the profile {} matches '{}'", profileName(profile), pattern)
+               ? fmt::format("no rule of the profile '{}' matches '{}'", profileName(profile), pattern)
                : fmt::format("no rule matches '{}'; 'qzstorage validate --list' lists the rules", pattern);
 }
 

@@ -47,7 +47,7 @@ TEST(CheckSelectionTest, RejectsAPatternThatSelectsNothing) {
         [] { selected(Profile::InMemoryProvider, {"x*"}); },
         ThrowsMessage<UsageError>("no rule matches 'x*'; 'qzstorage validate --list' lists the rules"));
     EXPECT_THAT([] { selected(Profile::AnyProvider, {"2.1"}); },
-                ThrowsMessage<UsageError>("no rule of the profile any matches '2.1'"));
+                ThrowsMessage<UsageError>("no rule of the profile 'any' matches '2.1'"));
 }
 
 } // namespace
