@@ -35,7 +35,7 @@ struct MountOptions {
     Writing writing = Writing::Allowed;
     Users users = Users::Owner;
     Xattrs xattrs = Xattrs::Kept;
-    unsigned threads = 0; ///< that process requests; at least 1
+    unsigned threads = 0; ///< that process requests; must be set to at least 1
 
     // Limits; none by default.
     std::optional<std::uint64_t> size = std::nullopt;    ///< bytes of content

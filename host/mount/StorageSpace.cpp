@@ -37,7 +37,7 @@ std::uint64_t leftToOthers(std::uint64_t capacity) {
 }
 
 /// Bytes left to other processes in the same control group: for programs that start, for their buffers, and
-/// for dirty pages of the mount. These cannot be freed before the storage has allocated a copy.
+/// for dirty pages of the mount. Dirty pages cannot be freed before the storage has allocated a copy.
 std::uint64_t leftToSharers(const MachineMemory& memory) {
     constexpr std::uint64_t part = 64;
     constexpr std::uint64_t least = 8U << 20U;
@@ -55,8 +55,7 @@ std::uint64_t transientBeyond(std::uint64_t transient, const ProviderStorageInfo
     return transient == 0 || transient + neverTaken <= covered ? 0 : transient + neverTaken - covered;
 }
 
-/// Free memory of the heap can only hold growth by less than a page: a larger free block has no physical
-/// memory.
+/// Free memory of the heap can hold growth by at most a page: a larger free block has no physical memory.
 constexpr std::uint64_t largestReuse = 4U << 10U;
 
 /// Bytes of the part left to others that small operations may not use. They may use the other bytes of that

@@ -23,7 +23,7 @@ namespace storage::host {
 ///
 /// Removing small files frees memory of the heap in pages that hold other files too. Only small files can use
 /// it. So small operations may go on when memory is short but the heap has such memory. Not every allocation
-/// fits, so they may use a part of the memory that is left to others, and never more.
+/// fits there, so they may also use a part of the memory that is otherwise left to other processes.
 ///
 /// Borrows the provider. Thread-safe.
 class StorageSpace {
@@ -59,7 +59,7 @@ public:
     /// Describes the limiting resource for messages.
     std::string limit() const { return room().limitedBy; }
 
-    /// Memory for the time when allocations fail. The storage may not grow until the reserve is complete
+    /// Memory that is released when allocations fail. The storage may not grow until the reserve is complete
     /// again.
     MemoryReserve& reserve() noexcept { return reserve_; }
 

@@ -15,8 +15,8 @@ struct NamedPlugin {
 /// Parses the options `--plugin` of a session. The text before the first "=" is a name, unless it contains a
 /// slash. Among several plug-ins, the one without a name gets the name "default" and comes first.
 /// @param words  the values of `--plugin`
-/// @throws UsageError for a name that is empty, used twice or contains other characters than letters, digits,
-///     "-" and "_", and for two plug-ins without a name
+/// @throws UsageError for an empty path, an empty or duplicate name, a name with characters other than
+///     letters, digits, "-" and "_", and two plug-ins without a name
 std::vector<NamedPlugin> namedPlugins(const std::vector<std::string>& words);
 
 /// The path of the plug-in, for commands that accept only one; nothing if none is given.
