@@ -73,7 +73,7 @@ void randomAccess(const std::filesystem::path& folder, const Sizes& sizes, Rows&
     file.verify();
 }
 
-/// A new folder with the names of files of 4 KiB. Each contains the block with its number.
+/// A new folder, and the names of its files. Each file contains one block of 4 KiB, stamped with its number.
 struct FilesFolder {
     FilesFolder(const std::filesystem::path& parent, std::uint32_t files) : path(parent / "files") {
         std::filesystem::create_directory(path);
@@ -167,7 +167,7 @@ void listing(const std::filesystem::path& folder, const Sizes& sizes, Rows& rows
     expectEqual(bytes, std::uint64_t{sizes.rounds} * sizes.files * pageSize, "the total size of the files");
 }
 
-/// Options: --short, --folder=PATH (empty, for one job).
+/// Options: --short, --folder=PATH. Each job requires a new, empty folder.
 void runJobs(Program& program) {
     const Sizes& sizes = program.takeFlag("short") ? shortSizes : fullSizes;
     const std::filesystem::path folder = program.takeOption("folder");

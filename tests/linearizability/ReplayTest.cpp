@@ -33,10 +33,10 @@ protected:
     OrderOfCallsTest() {
         history_.preparation = {{.kind = Kind::CreateFile, .path = u"/f"}};
         history_.tree[u"/"] = {.folder = true, .bytes = {}, .lastModified = stamped, .writable = true};
-        leave(u"/f");
+        addToFinalTree(u"/f");
     }
 
-    void leave(const std::u16string& path) {
+    void addToFinalTree(const std::u16string& path) {
         history_.tree[path] = {.folder = false, .bytes = {}, .lastModified = stamped, .writable = true};
     }
 
@@ -45,7 +45,7 @@ protected:
         history_.calls.push_back({thread, call, outcome, begin, end});
     }
 
-    bool isExplained() const { return OrderSearch(history_).succeeds(); }
+    bool isLinearizable() const { return OrderSearch(history_).succeeds(); }
 
     const Call createF_ = {.kind = Kind::CreateFile, .path = u"/f"};
     const Call removeF_ = {.kind = Kind::RemoveFile, .path = u"/f"};
@@ -62,16 +62,16 @@ TEST_F(OrderOfCallsTest, AllowsAnyOrderOfOverlappingCalls) {
     add(0, 0, 3, removeF_, ok);
     add(1, 1, 2, askForF_, exists);
     history_.tree.erase(u"/f");
-    EXPECT_TRUE(isExplained());
+    EXPECT_TRUE(isLinearizable());
     history_.calls[1].outcome = ok;
-    EXPECT_TRUE(isExplained());
+    EXPECT_TRUE(isLinearizable());
 }
 
 TEST_F(OrderOfCallsTest, KeepsTheOrderOfCallsThatDoNotOverlap) {
     add(0, 0, 1, removeF_, ok);
     add(1, 2, 3, askForF_, exists);
     history_.tree.erase(u"/f");
-    EXPECT_FALSE(isExplained());
+    EXPECT_FALSE(isLinearizable());
 }
 
 TEST_F(OrderOfCallsTest, RejectsAMovedFileWithTwoPaths) {
@@ -79,32 +79,32 @@ TEST_F(OrderOfCallsTest, RejectsAMovedFileWithTwoPaths) {
     add(1, 1, 2, askForG_, exists);
     add(1, 3, 4, askForF_, exists);
     history_.tree.erase(u"/f");
-    leave(u"/g");
-    EXPECT_FALSE(isExplained());
+    addToFinalTree(u"/g");
+    EXPECT_FALSE(isLinearizable());
     history_.calls[2].outcome = ok;
-    EXPECT_TRUE(isExplained());
+    EXPECT_TRUE(isLinearizable());
 }
 
 TEST_F(OrderOfCallsTest, ComparesFailuresAndListings) {
     add(0, 0, 1, createF_, alreadyAtF);
     add(0, 2, 3, {.kind = Kind::ListAll, .path = u"/"},
         {.ending = {}, .listing = {FolderEntry(u"f", FolderEntry::EntryType::File)}});
-    EXPECT_TRUE(isExplained());
+    EXPECT_TRUE(isLinearizable());
     history_.calls[1].outcome.listing.clear();
-    EXPECT_FALSE(isExplained());
+    EXPECT_FALSE(isLinearizable());
 }
 
 TEST_F(OrderOfCallsTest, ComparesTheFinalTree) {
     add(0, 0, 1, removeF_, ok);
-    EXPECT_FALSE(isExplained());
+    EXPECT_FALSE(isLinearizable());
 }
 
 TEST_F(OrderOfCallsTest, DetectsLostBytes) {
     add(0, 0, 1, {.kind = Kind::OpenReadOnlyStream, .path = u"/f"}, ok);
     add(0, 2, 3, {.kind = Kind::StreamWrite, .data = "x"}, ok);
-    EXPECT_FALSE(isExplained());
+    EXPECT_FALSE(isLinearizable());
     history_.tree[u"/f"].bytes = "x";
-    EXPECT_TRUE(isExplained());
+    EXPECT_TRUE(isLinearizable());
 }
 
 TEST_F(OrderOfCallsTest, TakesEachAttributeFromOneMomentOfTheCall) {
@@ -112,30 +112,30 @@ TEST_F(OrderOfCallsTest, TakesEachAttributeFromOneMomentOfTheCall) {
     add(0, 2, 5, {.kind = Kind::StreamWrite, .data = "x"}, ok);
     add(1, 3, 4, describeF_, attributes(1, stamped));
     history_.tree[u"/f"].bytes = "x";
-    EXPECT_TRUE(isExplained());
+    EXPECT_TRUE(isLinearizable());
     history_.calls[2].outcome.size = 2;
-    EXPECT_FALSE(isExplained());
+    EXPECT_FALSE(isLinearizable());
 }
 
 TEST_F(OrderOfCallsTest, AllowsATimeToBeSetInASecondStep) {
     add(0, 0, 3, moveFToG_, ok);
     add(1, 1, 2, stampF_, ok);
     history_.tree.erase(u"/f");
-    leave(u"/g"); // the old file was found before the move and has the new time
-    EXPECT_TRUE(isExplained());
+    addToFinalTree(u"/g"); // the old file was found before the move and has the new time
+    EXPECT_TRUE(isLinearizable());
     history_.calls[1].outcome = notFoundAtF;
-    EXPECT_TRUE(isExplained());
+    EXPECT_TRUE(isLinearizable());
 }
 
 TEST_F(OrderOfCallsTest, RequiresASetTimeToBeVisible) {
     add(0, 0, 1, stampF_, ok);
     add(1, 2, 3, describeF_, attributes(0, stamped));
     history_.tree[u"/f"].lastModified = set;
-    EXPECT_FALSE(isExplained());
+    EXPECT_FALSE(isLinearizable());
     history_.calls[1].outcome.lastModified = set;
-    EXPECT_TRUE(isExplained());
+    EXPECT_TRUE(isLinearizable());
     history_.tree[u"/f"].lastModified = stamped;
-    EXPECT_FALSE(isExplained());
+    EXPECT_FALSE(isLinearizable());
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// The rules of path texts, restated for the model: a path is its normalized text.
+/// The provider's path rules, implemented independently for the model. A path is a normalized text.
 namespace storage::inmemoryprovider::tests {
 
 /// The text under which the provider stores the path `text`.

@@ -19,7 +19,7 @@ void leavingTheSource(const IProvider& sound, const StorageIRI& from, const Stor
     sound.doCopyFile(from, to, policy);
 }
 
-/// Also removes a sibling with the name of the moved file as a prefix of its name.
+/// Also removes the sibling with the moved file's name followed by "0".
 void takingSiblings(const IProvider& sound, const StorageIRI& from, const StorageIRI& to, Policy policy) {
     sound.doMoveFile(from, to, policy);
     const StorageIRI sibling(from.getPath() + u"0");
