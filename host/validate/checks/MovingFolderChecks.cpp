@@ -115,7 +115,7 @@ void movedFolderWorks(CheckContext& context) {
     provider.doCreateFolder(context.at(u"q/b/e/new"));
     provider.doRemoveFile(context.at(u"q/b/s/t/h"));
     expect(namesIn(context, u"q/b/s/t") == std::vector<std::u16string>{u"new"},
-           "the entries of a moved folder are not those that were created and not removed in it");
+           "creating and removing entries in a moved folder leaves other entries than expected");
     provider.doRemoveFolderRecursively(context.at(u"q/b"));
     expect(namesIn(context, u"q").empty(), "a moved folder cannot be removed");
 }
