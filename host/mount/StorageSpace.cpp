@@ -23,7 +23,7 @@ constexpr std::uint64_t largestGrant = 64U << 20U; ///< bytes that may be alloca
 /// may run concurrently.
 constexpr std::uint64_t scarceBelow = 64U << 20U;
 
-/// The granted fraction of the available memory: content may take several times its size, in half-empty
+/// An eighth of the available memory is granted: content may take several times its size, in half-empty
 /// blocks and in blocks that it outgrows.
 constexpr std::uint64_t grantedPart = 8;
 

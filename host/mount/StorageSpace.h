@@ -19,7 +19,7 @@ namespace storage::host {
 /// Beyond that, the OOM killer would end this program, and all files would be lost.
 ///
 /// Room is checked for the peak of an operation. The peaks of concurrent operations add up, so when little
-/// memory is left, growing operations exclude each other.
+/// room is left, growing operations exclude each other.
 ///
 /// Removing small files frees memory of the heap in pages that hold other files too. Only small files can use
 /// it. So small operations may go on when memory is short but the heap has such memory. Not every allocation
@@ -36,7 +36,7 @@ public:
         : provider_(provider), sources_(std::move(sources)), quota_(limits, use) {}
 
     /// The scope of one operation that may grow the storage. Construct it before acquiring any other lock.
-    /// Blocks while little memory is left and another such operation runs.
+    /// Blocks while little memory or quota is left and another such operation runs.
     class Turn {
     public:
         explicit Turn(StorageSpace& space) QZFL_NO_THREAD_ANALYSIS;
@@ -97,7 +97,7 @@ private:
     const MachineMemory::Sources sources_;
     StorageQuota quota_;
     MemoryReserve reserve_;
-    Mutex turn_;                             ///< held by the growing operation while `isScarce_`
+    Mutex turn_;                             ///< held by the growing operation when little room is left
     std::atomic<bool> isScarce_{false};      ///< at the last check of the memory
     std::atomic<bool> isHeapChanged_{false}; ///< by removals or reuse since the heap was measured
     std::atomic<std::int64_t> granted_{0};   ///< bytes that may be allocated before the next check
