@@ -11,7 +11,7 @@
 
 namespace syscalls {
 
-/// The change that a successful call makes to the sketch.
+/// The change that a successful call makes to the `TreeSketch`.
 enum class Effect {
     Nothing,
     MakesFile,   ///< at the first path
