@@ -66,6 +66,13 @@ TEST_F(InMemoryFileSystemTest, AddsEmptyWritableFiles) {
     EXPECT_FALSE(isFolder(u"/f"));
 }
 
+TEST_F(InMemoryFileSystemTest, KeepsTheCallersPathOfAnAddedFile) {
+    const InMemoryEntryPath kept = path(u"/f");
+    fileSystem.addFileEntry(kept);
+    EXPECT_NE(file(u"/f"), nullptr);
+    EXPECT_EQ(kept, path(u"/f"));
+}
+
 TEST_F(InMemoryFileSystemTest, StampsAnAddedEntryAndItsParentWithOneTime) {
     for (const bool asFolder : {false, true}) {
         const std::u16string name = asFolder ? u"/a/folder" : u"/a/file";
