@@ -344,5 +344,22 @@ TEST_F(PathIndexTest, CanBeRebuilt) {
     EXPECT_TRUE(findsOf({u"/old", u"/new"}));
 }
 
+TEST(PathIndexSegmentTest, TellsPathsWithEqualHashesApart) {
+    Map map;
+    const auto first = map.try_emplace(InMemoryEntryPath(u"/first"), 0).first;
+    const auto second = map.try_emplace(InMemoryEntryPath(u"/second"), 0).first;
+    PathIndexSegment<Map::iterator> segment;
+    ASSERT_TRUE(segment.makeTable(map.size()));
+    constexpr std::uint32_t hash = 7;
+    segment.insert(first, hash);
+    EXPECT_EQ(segment.find(u"/second", hash), std::nullopt);
+    segment.insert(second, hash);
+    EXPECT_EQ(segment.find(u"/first", hash), first);
+    EXPECT_EQ(segment.find(u"/second", hash), second);
+    segment.erase(first, hash);
+    EXPECT_EQ(segment.find(u"/first", hash), std::nullopt);
+    EXPECT_EQ(segment.find(u"/second", hash), second);
+}
+
 } // namespace
 } // namespace storage::inmemoryprovider::path_index_test
