@@ -10,7 +10,7 @@ constexpr CommandInfo commands[] = {
     {"ls", "[-l] [-h] [-R] [-t|-S] [-r] [-1] [PATH...]", "List files and the content of folders.",
      makeLsCommand},
     {"tree", "[-L DEPTH] [PATH]", "Print a tree, and count its folders and files.", makeTreeCommand},
-    {"find", "[PATH...] [-name PATTERN] [-type f|d]", "List all entries below folders.", makeFindCommand},
+    {"find", "[PATH...] [-name PATTERN] [-type f|d]", "List paths and all entries below them.", makeFindCommand},
     {"stat", "PATH...", "Print the attributes of entries.", makeStatCommand},
     {"du", "[-s] [-h] [--bars] [PATH...]", "Print the total file size of each folder.", makeDuCommand},
     {"df", "[-h] [PATH...]", "Print the size, free space and content of storages.", makeDfCommand},
