@@ -1,6 +1,7 @@
 #include "inmemoryprovider/access/InMemoryByteStream.h"
 
 #include "hostapi/storage/provider/ShortNamespace.h"
+#include "tests/support/SleepingCall.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,10 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
+#include <future>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -111,6 +115,19 @@ TEST_F(InMemoryByteStreamTest, FreesTheUnusedPartOfTheLastHugePageWhenClosed) {
     }
     EXPECT_EQ(residentPagesBehind(*content), 0);
     EXPECT_EQ(std::string(content->begin(), content->end()), bytes + more);
+}
+
+/// Another stream may write to the last page meanwhile.
+TEST_F(InMemoryByteStreamTest, WaitsForTheMutexToFreeTheUnusedPart) {
+    const std::string bytes(9 * mebibyte, 'x');
+    auto stream = open(ByteStreamAppend::AppendAtEnd);
+    stream->write(bytes.data(), static_cast<long>(bytes.size()));
+    std::unique_lock held(*file->getMutex());
+    auto closing = tests::startUntilAsleep([&] { stream.reset(); });
+    EXPECT_EQ(closing.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    held.unlock();
+    closing.get();
+    EXPECT_EQ(file->getFileSize(), bytes.size());
 }
 
 /// The page of the last byte is not unused, even if it has only that byte.

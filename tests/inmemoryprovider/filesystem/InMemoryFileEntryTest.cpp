@@ -2,11 +2,16 @@
 
 #include "hostapi/storage/provider/ShortNamespace.h"
 #include "tests/support/RunTogether.h"
+#include "tests/support/SleepingCall.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
+#include <functional>
+#include <future>
+#include <ios>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -68,6 +73,23 @@ TEST_F(InMemoryFileEntryTest, KeepsItsContent) {
     file.write("d", 1, position, ByteStreamAppend::AppendAtEnd);
     EXPECT_EQ(file.getContent(), content);
     EXPECT_EQ(bytes(file), "d");
+}
+
+TEST_F(InMemoryFileEntryTest, WaitsForTheMutexInEachOperation) {
+    const std::vector<std::function<void()>> operations{
+        [&] { file.getFileSize(); },
+        [&] { file.truncate(); },
+        [&] { file.seek(0, std::ios_base::end, position); },
+        [&] { file.write("abc", 3, position, ByteStreamAppend::AppendAtEnd); },
+        [&] { file.read(nullptr, 0, position); },
+    };
+    for (const auto& operation : operations) {
+        std::unique_lock held(*file.getMutex());
+        auto running = tests::startUntilAsleep(operation);
+        EXPECT_EQ(running.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+        held.unlock();
+        running.get();
+    }
 }
 
 /// Two threads share one position on an empty file. Whichever operation is first, the position ends after the
