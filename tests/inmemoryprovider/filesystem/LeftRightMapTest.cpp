@@ -194,6 +194,14 @@ TEST(LeftRightMap, AWriterFinishesWhileReadersOverlap) {
     EXPECT_NE(map.find(HeldKey{2}), nullptr);
 }
 
+TEST(LeftRightMap, WaitsForReadersOfAllStripesOfAManyCoreMachine) {
+    for (const std::size_t processors : {63, 64, 65, 1000}) {
+        Map map(processors);
+        map.insert(Map::prepare(1, std::make_shared<int>(1)));
+        EXPECT_NE(map.find(1), nullptr);
+    }
+}
+
 /// Pins the calling thread to one processor with a real-time priority. Returns false without that privilege.
 bool runInRealTime(int processor, int priority) {
     cpu_set_t processors;
