@@ -1,21 +1,16 @@
 #pragma once
 
 #include "host/process/ChildProcess.h"
+#include "tests/support/TaskState.h"
 
 #include <cerrno>
 #include <chrono>
-#include <fstream>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
 
-/// State of a process: 'T' if stopped, 'Z' if it has ended and was not waited for, '-' if it does not exist.
 inline char stateOf(pid_t process) {
-    std::string number;
-    std::string name;
-    char state = '-';
-    std::ifstream("/proc/" + std::to_string(process) + "/stat") >> number >> name >> state;
-    return state;
+    return taskState("/proc/" + std::to_string(process));
 }
 
 inline bool hasEnded(pid_t process) {

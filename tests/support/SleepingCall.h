@@ -1,7 +1,8 @@
 #pragma once
 
+#include "tests/support/TaskState.h"
+
 #include <chrono>
-#include <fstream>
 #include <future>
 #include <string>
 #include <thread>
@@ -11,17 +12,8 @@
 
 namespace storage::tests {
 
-/// Whether a thread of this process sleeps in the kernel.
-inline bool isAsleep(pid_t thread) {
-    std::string number;
-    std::string name;
-    char state = '-';
-    std::ifstream("/proc/self/task/" + std::to_string(thread) + "/stat") >> number >> name >> state;
-    return state == 'S';
-}
-
-/// Runs `call` in its own thread, and returns once that thread sleeps, as one does that waits for a lock. Also
-/// returns if the call ends. Never returns if the call spins instead.
+/// Runs `call` in its own thread, and returns once that thread sleeps, as one does that waits for a lock.
+/// Also returns if the call ends. Never returns if the call spins instead.
 template <class Call>
 std::future<std::invoke_result_t<Call>> startUntilAsleep(Call call) {
     std::promise<pid_t> started;
@@ -31,8 +23,9 @@ std::future<std::invoke_result_t<Call>> startUntilAsleep(Call call) {
             started.set_value(::gettid());
             return call();
         });
-    const pid_t number = thread.get();
-    while (!isAsleep(number) && result.wait_for(std::chrono::seconds(0)) == std::future_status::timeout) {
+    const std::string folder = "/proc/self/task/" + std::to_string(thread.get());
+    while (taskState(folder) != 'S' &&
+           result.wait_for(std::chrono::seconds(0)) == std::future_status::timeout) {
         std::this_thread::yield();
     }
     return result;
