@@ -195,7 +195,7 @@ TEST(LeftRightMap, AWriterFinishesWhileReadersOverlap) {
 }
 
 TEST(LeftRightMap, WaitsForReadersOfAllStripesOfAManyCoreMachine) {
-    for (const std::size_t processors : {63, 64, 65, 1000}) {
+    for (const std::size_t processors : {63U, 64U, 65U, 1000U}) {
         Map map(processors);
         map.insert(Map::prepare(1, std::make_shared<int>(1)));
         EXPECT_NE(map.find(1), nullptr);
