@@ -1,5 +1,7 @@
 #include "tests/stress/size/AddressSpace.h"
 
+#include "tests/stress/size/Mebibyte.h"
+
 #include <fmt/core.h>
 
 #include <sys/resource.h>
@@ -11,7 +13,6 @@ namespace storage::stress {
 
 namespace {
 
-constexpr long mebibyte = 1L << 20;
 constexpr rlim_t addresses = rlim_t{1} << 30U;
 constexpr unsigned long leastFiles = addresses / (32 * mebibyte) - 3; // slack for the program itself
 

@@ -1,6 +1,7 @@
 #include "tests/stress/size/LargeFile.h"
 
 #include "tests/stress/Stopwatch.h"
+#include "tests/stress/size/Mebibyte.h"
 #include "tests/support/ProcessMemory.h"
 
 #include <fmt/core.h>
@@ -11,7 +12,6 @@ namespace storage::stress {
 
 namespace {
 
-constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
 constexpr std::int64_t blockSize = std::int64_t{64} << 10;
 
 const StorageIRI file(u"/f");

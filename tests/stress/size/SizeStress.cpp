@@ -1,6 +1,7 @@
 #include "tests/stress/size/AddressSpace.h"
 #include "tests/stress/size/DeepTree.h"
 #include "tests/stress/size/LargeFile.h"
+#include "tests/stress/size/Mebibyte.h"
 #include "tests/stress/size/MovedFolders.h"
 #include "tests/stress/size/WideFolder.h"
 
@@ -21,7 +22,6 @@ struct Sizes {
     std::vector<std::int64_t> largeFiles; ///< in bytes
 };
 
-constexpr std::int64_t mebibyte = std::int64_t{1} << 20;
 constexpr std::int64_t gibibyte = std::int64_t{1} << 30;
 
 // 130 MiB: just above a size at which the capacity grows.
