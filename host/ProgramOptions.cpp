@@ -145,11 +145,14 @@ public:
 private:
     bool hasCommand() const { return !app_.get_subcommands().empty(); }
 
-    /// Returns the message for a missing or unknown subcommand.
+    /// Returns the message for a missing or unknown subcommand, or for an unknown option in its place.
     std::string commandMissing() const {
         const std::vector<std::string> words = app_.remaining();
         if (lines_.lines(app_)) {
             return "-c takes one argument, so '" + words.front() + "' is extra; quote the whole line";
+        }
+        if (!words.empty() && words.front().starts_with('-')) {
+            return words.front() + ": unknown option";
         }
         std::string known;
         for (const CLI::App* const command : app_.get_subcommands(nullptr)) {

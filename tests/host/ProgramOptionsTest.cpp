@@ -155,6 +155,14 @@ TEST(ProgramOptionsTest, RejectsOtherMountHelperArguments) {
     }
 }
 
+TEST(ProgramOptionsTest, RejectsAnUnknownOption) {
+    for (const char* const option : {"-x", "--unknown"}) {
+        EXPECT_THAT([&] { parse({option}); },
+                    testing::ThrowsMessage<UsageError>(std::string(option) +
+                                                       ": unknown option (try 'qzstorage --help')"));
+    }
+}
+
 TEST(ProgramOptionsTest, ListsTheCommandsForAnUnknownOne) {
     const std::string known =
         "; commands are run, shell, mount, unmount, validate, inspect (try 'qzstorage --help')";
