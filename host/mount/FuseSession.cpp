@@ -45,7 +45,8 @@ void refuseUnmountable(const std::string& mountPoint) {
         throw CommandError(mountPoint, "not a folder; a mount point must be a folder");
     }
     if (isMountOfFuse(mountPoint)) {
-        throw CommandError(mountPoint, "already a mount point; unmount it with 'qzstorage unmount' first");
+        throw CommandError(mountPoint,
+                           "already a mount point; unmount it first (a storage with 'qzstorage unmount')");
     }
     if (mountPoint == "/") {
         throw CommandError(mountPoint, "the root folder cannot be a mount point");
