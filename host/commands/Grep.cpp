@@ -22,7 +22,7 @@ public:
         syntax.flag("-i", ignoresCase_, "ignore case");
         syntax.flag("-n", numbers_, "print line numbers");
         syntax.flag("-v", inverted_, "print the lines that do not match");
-        syntax.flag("-c", counts_, "print only the number of lines, per file");
+        syntax.flag("-c", counts_, "print only the number of selected lines, per file");
         syntax.flag("-r", recursive_, "search folders recursively, by default the current one");
         syntax.operands(1, CommandSyntax::any);
         syntax.firstOperand(WordKind::Text);
