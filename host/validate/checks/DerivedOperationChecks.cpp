@@ -824,7 +824,7 @@ void refusalNamesTheLocation(CheckContext& context) {
             operation.run(context.provider(), context.at(u"a/f"));
         } catch (const Exception& failure) {
             expect(failure.getErrorCode() != ErrorCode::NotOffered || failure.getIRI() == context.at(u"a/f"),
-                   fmt::format("{} is not offered, but names another location", operation.name));
+                   fmt::format("{} fails with NotOffered, but names another location", operation.name));
         }
     }
 }
