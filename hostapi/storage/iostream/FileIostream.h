@@ -15,7 +15,7 @@ namespace foundation::storage::provider {
 /// `FileIostream file(provider.doOpenStream(iri, options))`.
 ///
 /// When the storage fails, an operation sets `badbit` and rethrows the provider's exception.
-/// `exceptions(std::ios_base::goodbit)` disables that, as is the default of the standard library. `eofbit`
+/// `exceptions(std::ios_base::goodbit)`, the default of the standard library, disables exceptions. `eofbit`
 /// and `failbit` throw nothing. A position outside the file throws `std::ios_base::failure`: unlike a file on
 /// disk, a file of a storage never has a gap.
 ///

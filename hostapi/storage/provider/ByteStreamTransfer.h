@@ -12,8 +12,8 @@ namespace foundation::storage::provider {
 /// Writes all bytes at the position of a stream, or at the end for a stream opened to append.
 /// @param stream  open for writing
 /// @param bytes   if empty, the stream is not called
-/// @throws std::runtime_error when the stream returns another count than `bytes` has. The content of the file
-///         is then unknown
+/// @throws std::runtime_error when the stream writes a different number of bytes. The content of the file is
+///         then unknown
 /// @throws whatever the stream throws
 ///
 /// Thread safety: externally synchronized, as the stream.
