@@ -122,7 +122,7 @@ def select(scenarios, contenders, options):
 
 def take_turns(scenarios, repetitions, most_rounds, measure):
     """Runs every scenario with its contenders, beginning each round with another contender. If `most_rounds`
-    exceeds `repetitions`, noisy repetitions are repeated until there have been that many rounds.
+    exceeds `repetitions`, noisy repetitions are repeated, in at most `most_rounds` rounds.
 
     measure(scenario, contender) returns rows and load."""
     start = time.monotonic()

@@ -5,7 +5,7 @@ namespace storage::benchmark {
 
 namespace {
 
-/// Big files with blocks that are numbered from 0 on across all files. Timings count bytes.
+/// Big files with blocks that are numbered from 0 on across all files.
 class BigFiles {
 public:
     BigFiles(const StoreKind& kind, std::uint64_t fileSize, std::uint64_t allSizes)
@@ -17,12 +17,14 @@ public:
         store_ = kind.build(paths.all());
     }
 
+    /// The timing counts bytes.
     Timing write(PatternedBlock& content, Use use) {
         return forEachBlock(use, [&](Stream& stream, std::uint64_t block) {
             stream.write(content.stamped(block), blockSize);
         });
     }
 
+    /// The timing counts bytes.
     Timing read(const PatternedBlock& content) {
         std::uint64_t sum = 0;
         const Timing timing = forEachBlock(Use::Read, [&](Stream& stream, std::uint64_t) {
@@ -43,7 +45,7 @@ public:
         });
     }
 
-    /// Of the first file.
+    /// Reads the first file. The timing counts reads.
     Timing readAtRandom(const PatternedBlock& content) {
         RandomReads reads(content, fileSize_, 100'000, store_->open(0, Use::Read));
         const Timing timing = measure(reads.count(), [&](std::size_t) { reads.readNext(); });
