@@ -6,7 +6,7 @@
 
 namespace storage::inmemoryprovider::tests {
 
-/// All operations that a host can call: those of a provider, its streams and its listings.
+/// The operations that a plug-in must implement: those of a provider, its streams and its listings.
 enum class OperationKind : std::uint8_t {
     CreateFile,
     CreateFolder,

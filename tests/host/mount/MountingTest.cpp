@@ -63,8 +63,8 @@ void stop(pid_t child) {
 }
 
 void limitTime() {
-    constexpr unsigned patience = 120; // seconds; many times the duration of any test here
-    ::alarm(patience);
+    constexpr unsigned seconds = 120; // many times the duration of any test here
+    ::alarm(seconds);
 }
 
 void MountProgramTest::TearDown() {

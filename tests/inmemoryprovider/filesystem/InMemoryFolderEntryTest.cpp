@@ -139,15 +139,15 @@ TEST_F(InMemoryFolderEntryTest, ReferencesNoNodeInARepresentation) {
 TEST(InMemoryFolderEntryDestructionTest, ReleasesUnsharedEntriesOnly) {
     auto outer = makeFolder(u"/f");
     auto inner = makeFolder(u"/f/a");
-    auto dying = makeFolder(u"/f/b");
+    auto unshared = makeFolder(u"/f/b");
     const auto heldFile = makeFile(u"/f/a/x");
-    const std::weak_ptr<InMemoryFolderEntry> dyingObserver = dying;
+    const std::weak_ptr<InMemoryFolderEntry> unsharedObserver = unshared;
     inner->addChild(heldFile);
-    dying->addChild(makeFolder(u"/f/b/c"));
+    unshared->addChild(makeFolder(u"/f/b/c"));
     outer->addChild(inner);
-    outer->addChild(std::move(dying));
+    outer->addChild(std::move(unshared));
     outer.reset();
-    EXPECT_TRUE(dyingObserver.expired());
+    EXPECT_TRUE(unsharedObserver.expired());
     EXPECT_EQ(inner.use_count(), 1);
     EXPECT_EQ(inner->getEntry(path(u"/f/a/x")), heldFile);
 }

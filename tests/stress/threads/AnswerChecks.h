@@ -16,8 +16,8 @@ namespace storage::stress {
 using Names = std::vector<std::u16string>;
 using Entries = std::vector<provider::FolderEntry>;
 
-/// Checks the names of a listing: only requested ones that the test can create, without duplicates. Names of
-/// one folder are in order. In a complete recursive listing each folder precedes its entries.
+/// Checks the names of a listing: each matches the pattern, can be created by the test, and occurs once.
+/// Names of one folder are in order. In a complete recursive listing each folder precedes its entries.
 void checkNames(const std::u16string& folder, const ListingShape& shape, const Names& names);
 
 /// Like checkNames. Also checks that only the requested kinds are listed.

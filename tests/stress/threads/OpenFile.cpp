@@ -16,7 +16,7 @@ using tests::Record;
 
 namespace {
 
-/// Bounds the memory of the test. Concurrent writers may exceed it.
+/// Bounds the memory of the test. A file may exceed it by one write per thread.
 constexpr long largestFile = 16 * Record::size;
 
 constexpr std::size_t mostRecords = 4;

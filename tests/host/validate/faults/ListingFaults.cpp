@@ -226,7 +226,7 @@ void withoutFirst(const IProvider&, const StorageIRI&, Entries& entries) {
     }
 }
 
-void lettersFirst(const IProvider&, const StorageIRI&, Entries& entries) {
+void surrogatesLast(const IProvider&, const StorageIRI&, Entries& entries) {
     const auto rank = [](const FolderEntry& entry) {
         const char16_t unit = entry.getName().empty() ? u'\0' : entry.getName().front();
         return unit >= 0xD800 && unit < 0xE000 ? 0x10000 : static_cast<int>(unit);
@@ -286,7 +286,7 @@ public:
     }
 };
 
-/// Names the parent of a missing folder.
+/// Throws NotFound with the parent of a missing folder.
 class FilesOfMissing final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override {
@@ -372,7 +372,7 @@ public:
     }
 };
 
-/// Returns only the first page of a thousand entries.
+/// Returns only the first `left` entries of a listing.
 class FirstPage final : public IFolderEntryIterator {
 public:
     FirstPage(std::unique_ptr<IFolderEntryIterator> inner, int left)
@@ -427,7 +427,7 @@ constexpr std::array table{
     Fault{"LastEntryForgotten", "9.23", build<BrokenListings<LastEntryForgotten>>},
     Fault{"OneListingForAll", "9.24", build<OneListingForAll>},
     Fault{"RootKeepsQuiet", "9.25", build<RootKeepsQuiet>},
-    Fault{"CharactersInOrder", "9.26", build<ChangedListings<lettersFirst>>},
+    Fault{"CharactersInOrder", "9.26", build<ChangedListings<surrogatesLast>>},
     Fault{"FewFilesFarDown", "9.27", build<FewFilesFarDown>},
     Fault{"FilesOfFirstPage", "9.28", build<FilesOfFirstPage>},
 };

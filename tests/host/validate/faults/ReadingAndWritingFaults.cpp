@@ -154,7 +154,7 @@ public:
     }
 };
 
-/// Clears the buffer before filling it.
+/// Clears the part of the buffer that a read does not fill.
 class ClearedBuffer final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
@@ -359,7 +359,7 @@ public:
     }
 };
 
-/// Discards a write that is too large without an error.
+/// Silently discards a write that is too large.
 class TooMuchIsDropped final : public OpenedStream {
 public:
     using OpenedStream::OpenedStream;
