@@ -28,9 +28,10 @@ if(QZSTORAGE_FUZZ)
 endif()
 
 # The presets release and package compile the same code; a compiler cache compiles it only once. Their paths
-# differ, so the cache uses paths relative to the build folder.
+# differ, so the cache uses paths relative to the build folder. In depend mode a miss does not run the
+# preprocessor a second time.
 find_program(QZSTORAGE_COMPILER_CACHE ccache)
 if(QZSTORAGE_COMPILER_CACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER AND NOT QZSTORAGE_SANITIZE AND NOT QZSTORAGE_COVERAGE)
     set(CMAKE_CXX_COMPILER_LAUNCHER
-        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} ${QZSTORAGE_COMPILER_CACHE})
+        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_DEPEND=true ${QZSTORAGE_COMPILER_CACHE})
 endif()
