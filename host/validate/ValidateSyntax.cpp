@@ -30,8 +30,8 @@ constexpr const char* validateExamples = R"(Examples:
   qzstorage validate --only '13.*' --repeat 50 --fail-fast ./libmyprovider.so
   qzstorage validate --list                    list the rules
 
-Exit status: 0 no rule is broken, 1 a rule is broken or the plug-in cannot be used, 2 wrong
-usage, 130 interrupted.
+Exit status: 0 no rule is broken, 1 a rule is broken, the run stopped early or the plug-in cannot
+be used, 2 wrong usage, 130 interrupted.
 )";
 
 std::uint64_t seedOf(const std::string& text) {
