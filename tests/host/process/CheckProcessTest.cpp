@@ -73,7 +73,7 @@ TEST(CheckProcessTest, ReportsAnExitAsACrash) {
 TEST(CheckProcessTest, ReportsAnUncaughtExceptionAsACrash) {
     const CheckOutcome outcome = outcomeOf([](const auto&) {
         std::signal(SIGABRT, SIG_DFL);
-        throw 5; // NOLINT(hicpp-exception-baseclass)
+        throw 5;
     });
     expectVerdict(outcome, Result::Crash, "was terminated by SIGABRT");
     EXPECT_THAT(outcome.output, HasSubstr("terminat"));
