@@ -26,7 +26,7 @@ void checkEntries(const std::u16string& folder, const ListingShape& shape, const
 /// Checks that the size is a whole number of records.
 void checkSize(unsigned long long size);
 
-/// Checks that the time is one that the test sets, or one of the clock since the test began.
+/// Checks that the time is one that the test sets, or is no earlier than a day before the test.
 void checkTime(const boost::posix_time::ptime& time);
 
 /// The times that the test sets, one per year.

@@ -170,7 +170,7 @@ public:
     }
 };
 
-/// Filters by kind in step, too late for hasNext.
+/// Counts entries of all kinds in hasNext of a listing of files.
 class ChoosesLate final : public BrokenProvider {
 public:
     Listing doListFiles(const StorageIRI& iri) const override {

@@ -514,7 +514,7 @@ struct ReadsFetchOneBlock : BrokenProvider {
     }
 };
 
-/// Stores the locations of at most 128 opened files; later streams open the last one of these.
+/// Opens the file of the 128th stream again for all later streams.
 class TableOf128 final : public BrokenProvider {
 public:
     std::unique_ptr<ByteStream> doOpenStream(const StorageIRI& iri,
