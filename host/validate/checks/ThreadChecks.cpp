@@ -888,7 +888,7 @@ constexpr std::array table{
           "Threads that move files between the same folders in opposite directions all succeed.",
           Profile::AnyProvider, movesInOppositeDirections},
     Check{"13.26", "threads.recursive-listings-miss-nothing",
-          "A recursive listing counts folders as empty that are removed meanwhile, and has all that stays "
+          "A recursive listing treats a folder removed meanwhile as empty, and yields every remaining entry "
           "once.",
           Profile::AnyProvider, recursiveListingsMissNothing},
     Check{"13.27", "threads.growth", "A file that several threads grow to one size gets that size.",
