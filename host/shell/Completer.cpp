@@ -15,10 +15,6 @@ namespace {
 
 constexpr char cursor = '\0'; ///< ends the incomplete word, so that an empty word is found too
 
-bool isInsideCharacter(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
 /// Returns the longest common prefix of all texts, in whole characters.
 std::string commonPrefix(const std::vector<std::string>& texts) {
     const auto [first, last] = std::minmax_element(texts.begin(), texts.end());

@@ -11,7 +11,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::size_t longestLine = std::numeric_limits<regoff_t>::max();
+constexpr std::size_t longestSubject = std::numeric_limits<regoff_t>::max();
 
 /// Sets the locale of the calling thread for the lifetime of the object.
 class ThreadLocale {
@@ -51,7 +51,7 @@ RegularExpression::~RegularExpression() {
 bool RegularExpression::matchesIn(std::string_view line) const {
     const ThreadLocale utf8(locale_.get());
     regmatch_t range{};
-    range.rm_eo = static_cast<regoff_t>(std::min(line.size(), longestLine));
+    range.rm_eo = static_cast<regoff_t>(std::min(line.size(), longestSubject));
     return ::regexec(&compiled_, line.data(), 1, &range, REG_STARTEND) == 0;
 }
 

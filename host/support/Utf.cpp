@@ -23,10 +23,6 @@ constexpr bool isLayout(char32_t character) {
            (character >= 0x2028 && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
 }
 
-constexpr bool isInsideCharacter(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
 void appendPrintable(std::string& result, char32_t character) {
     if (character == U'\n') {
         result += "\\n";

@@ -14,6 +14,11 @@ std::u16string toUtf16(std::string_view bytes);
 /// surrogate, or encodes a well-formed character as single bytes.
 std::optional<std::string> toUtf8(std::u16string_view text);
 
+/// Whether the byte continues a character in UTF-8.
+constexpr bool isInsideCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
 /// Escapes text for one line: control characters, bidirectional controls and ill-formed bytes become \n, \t,
 /// \xNN or \uNNNN.
 std::string printable(std::string_view text);
