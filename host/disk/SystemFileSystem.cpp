@@ -10,12 +10,12 @@ namespace storage::host {
 
 namespace {
 
-struct Kind {
+struct MagicNumber {
     unsigned long magic;
     const char* name;
 };
 
-constexpr Kind kinds[] = {
+constexpr MagicNumber kinds[] = {
     {PROC_SUPER_MAGIC, "proc"},        {SYSFS_MAGIC, "sysfs"},
     {DEBUGFS_MAGIC, "debugfs"},        {TRACEFS_MAGIC, "tracefs"},
     {SECURITYFS_MAGIC, "securityfs"},  {CGROUP_SUPER_MAGIC, "cgroup"},
@@ -35,7 +35,7 @@ const char* systemFileSystemOf(const FileDescriptor& folder) {
     if (::fstatfs(folder.number(), &status) != 0) {
         throw diskError(folder.path(), errno);
     }
-    for (const Kind& kind : kinds) {
+    for (const MagicNumber& kind : kinds) {
         if (static_cast<unsigned long>(status.f_type) == kind.magic) {
             return kind.name;
         }

@@ -22,7 +22,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr int folderFlags = O_PATH | O_DIRECTORY;
+constexpr int pathFlags = O_PATH | O_DIRECTORY;
 
 std::string nameOf(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
@@ -35,7 +35,7 @@ std::optional<EntryKind> storedAt(MountedStorage& storage, MountedPaths& paths, 
 
 } // namespace
 
-ImportedTree::ImportedTree(const std::string& folder) : root_(folder, folderFlags) {
+ImportedTree::ImportedTree(const std::string& folder) : root_(folder, pathFlags) {
     std::vector<std::string> folders{""};
     while (!folders.empty()) {
         const std::string above = std::move(folders.back());
@@ -124,8 +124,7 @@ FileDescriptor ImportedTree::folderOf(const std::string& path) const {
     std::optional<FileDescriptor> folder;
     for (std::size_t begin = 0, end = 0; (end = path.find('/', begin)) != std::string::npos;
          begin = end + 1) {
-        folder.emplace(
-            FileDescriptor(folder ? *folder : root_, path.substr(begin, end - begin), folderFlags));
+        folder.emplace(FileDescriptor(folder ? *folder : root_, path.substr(begin, end - begin), pathFlags));
     }
     return folder ? std::move(*folder) : root_.duplicate();
 }

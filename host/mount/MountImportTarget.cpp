@@ -13,8 +13,8 @@ namespace storage::host {
 namespace {
 
 // Modes of new entries until `apply` sets the final ones.
-constexpr mode_t newFileMode = 0600;
-constexpr mode_t newFolderMode = 0700;
+constexpr mode_t temporaryFileMode = 0600;
+constexpr mode_t temporaryFolderMode = 0700;
 
 std::string temporaryName(unsigned number) {
     return ".qzstorage-import-" + std::to_string(number);
@@ -38,8 +38,8 @@ public:
         for (unsigned number = 0; target_.isTaken(folder_, name_); ++number) {
             name_ = temporaryName(number);
         }
-        file_ =
-            static_cast<FileInode*>(storage.makeFile(folder_, name_, newFileMode, Owner::ofProcess()).inode);
+        file_ = static_cast<FileInode*>(
+            storage.makeFile(folder_, name_, temporaryFileMode, Owner::ofProcess()).inode);
     }
     ~NewFile() override {
         if (!isFinished_) {
@@ -94,7 +94,8 @@ void MountImportTarget::enterFolder(const StoragePath& path, const DiskAttribute
     if (existing == nullptr) {
         FolderInode& above = paths_.folderAt(path.parent());
         storage_.release(
-            *storage_.makeFolder(above, programNameOf(path), newFolderMode, Owner::ofProcess()).inode, 1);
+            *storage_.makeFolder(above, programNameOf(path), temporaryFolderMode, Owner::ofProcess()).inode,
+            1);
     } else if (!existing->isFolder()) {
         throw ErrnoError(ENOTDIR);
     }
@@ -128,7 +129,7 @@ void MountImportTarget::makeSpecial(const StoragePath& path, const DiskAttribute
     Inode& made = attributes.kind == EntryKind::SymbolicLink
                       ? *storage_.makeSymbolicLink(folder, name, attributes.linkTarget, owner).inode
                       : *storage_
-                             .makeNode(folder, name, fileTypeOf(attributes.kind) | newFileMode,
+                             .makeNode(folder, name, fileTypeOf(attributes.kind) | temporaryFileMode,
                                        attributes.device, owner)
                              .inode;
     apply(made, attributes);

@@ -21,7 +21,7 @@ namespace storage::host {
 namespace {
 
 constexpr const char* noteName = "/note.txt";
-constexpr mode_t privateFolder = 0700;
+constexpr mode_t rescueFolderMode = 0700;
 
 /// For example "fast-20261122-130501-4711" for a mount point that ends in "fast".
 std::string nameFor(const std::string& mountPoint) {
@@ -33,8 +33,8 @@ std::string nameFor(const std::string& mountPoint) {
     return fmt::format("{}-{}-{}", mountPoint.substr(mountPoint.rfind('/') + 1), time.data(), ::getpid());
 }
 
-void makeFolder(const std::string& path) {
-    if (::mkdir(path.c_str(), privateFolder) != 0 && errno != EEXIST) {
+void makeRescueFolder(const std::string& path) {
+    if (::mkdir(path.c_str(), rescueFolderMode) != 0 && errno != EEXIST) {
         throw diskError(path, errno);
     }
 }
@@ -71,7 +71,7 @@ bool RescueFolder::baseHasNotes() const {
 void RescueFolder::write(const std::vector<std::string>& lines) {
     std::error_code error;
     std::filesystem::create_directories(base_, error); // creating the folder in it reports errors
-    makeFolder(path_);
+    makeRescueFolder(path_);
     WritableFolder base(FileDescriptor(base_, O_RDONLY | O_DIRECTORY), WritableFolder::ReadOnly::Respect);
     TemporaryDiskFile note(base, std::filesystem::path(path_).filename().string() + noteName);
     for (const std::string& line : lines) {
