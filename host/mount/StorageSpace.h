@@ -35,8 +35,8 @@ public:
                           const StorageUse& use = {}, MachineMemory::Sources sources = {})
         : provider_(provider), sources_(std::move(sources)), quota_(limits, use) {}
 
-    /// The scope of one operation that may grow the storage. Construct it before acquiring any other lock.
-    /// Blocks while little memory or quota is left and another such operation runs.
+    /// The scope of one operation that may grow the storage. Construct it before acquiring the tree's
+    /// lock or an inode's guard. Blocks while little memory or quota is left and another such operation runs.
     class Turn {
     public:
         explicit Turn(StorageSpace& space) QZFL_NO_THREAD_ANALYSIS;
