@@ -481,8 +481,9 @@ constexpr auto any = Profile::AnyProvider;
 
 constexpr std::array table{
     Check{"16.1", "models.wildcards",
-          "Listings by random patterns agree with a model: only * and ? are special, and case matters.", any,
-          patternsAgreeWithModel},
+          "Listings by random patterns agree with a model: only * and ? are special, and case matters unless "
+          "names are case-insensitive.",
+          any, patternsAgreeWithModel},
     Check{"16.2", "models.recursion",
           "Recursive listings of random trees agree with the listings of each folder.", any,
           recursionAgreesWithModel},
