@@ -63,7 +63,7 @@ void importFolder(MountedStorage& storage, Console& console, const MountOptions&
 /// The mount caches names, which is wrong if the storage treats different names as equal.
 void refuseCaseInsensitive(const IProvider& provider, const std::string& plugin) {
     if (provider.doGetFilenameSensitivity(StorageIRI(u"/")) != FilenameSensitivity::CaseSensitive) {
-        throw CommandError(plugin, "its storage ignores the case of names, so it cannot be mounted");
+        throw CommandError(plugin, "its storage is case-insensitive, so it cannot be mounted");
     }
 }
 
