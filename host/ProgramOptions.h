@@ -22,10 +22,10 @@ struct ProgramOptions {
     std::optional<std::string> script; ///< path of the script; without one, lines come from standard input
     std::optional<std::string> lines;  ///< the lines of -c, each ending in a newline
     FailureHandling failureHandling = FailureHandling::Stop;
-    std::optional<MountOptions> mount;       ///< of the command `mount`
-    std::optional<std::string> unmount;      ///< mount point, of the command `unmount`
-    std::optional<ValidateOptions> validate; ///< of the command `validate`
-    std::optional<InspectOptions> inspect;   ///< of the command `inspect`
+    std::optional<MountOptions> mount;       ///< of the subcommand `mount`
+    std::optional<std::string> unmount;      ///< mount point, of the subcommand `unmount`
+    std::optional<ValidateOptions> validate; ///< of the subcommand `validate`
+    std::optional<InspectOptions> inspect;   ///< of the subcommand `inspect`
     std::optional<std::string> message;      ///< printed instead of running anything, such as the help
 
     /// @throws UsageError with a hint

@@ -18,7 +18,8 @@ public:
 
     /// Returns the matching paths sorted by bytes, relative if the word is relative. If the word has no
     /// wildcard, or nothing matches, returns its text. A path that looks like an option, or that seems to
-    /// begin with the name of a storage, gets a leading "./". Names that are not valid UTF-8 match nothing.
+    /// begin with the name of a storage, gets a leading "./". Names that cannot be converted to bytes
+    /// match nothing.
     std::vector<std::string> expand(const Word& word) const;
 
 private:

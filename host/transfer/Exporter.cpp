@@ -119,7 +119,7 @@ void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, const st
     progress_.countEntry();
 }
 
-/// Enters the open folders that are not selected themselves, because an entry below them is exported.
+/// Enters the open folders that are not entered yet, before the innermost one or its entry is exported.
 void Exporter::enterFolders() {
     for (std::size_t i = 0; i < open_.size(); ++i) {
         if (open_[i].isEntered) {

@@ -22,8 +22,8 @@ namespace storage::inmemoryprovider {
 /// Insertion adds segments one at a time; each new segment takes its elements from one older segment. Removal
 /// merges segments in reverse order. A segment holds a few hundred elements and resizes its own table.
 ///
-/// The index is an optimization: if allocation fails, it is dropped, and its owner searches the map instead.
-/// So no operation throws.
+/// The index is an optimization: if allocation fails and an element has no place, the index is dropped, and
+/// its owner searches the map instead. So no operation throws.
 ///
 /// Externally synchronized.
 template <class Position>

@@ -33,7 +33,7 @@ using provider::StorageIRI;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
-/// Tests the temporary files of exports, and two exports at the same time.
+/// Tests two exports at the same time, and systems where a file cannot be named by its descriptor.
 using BadDiskExportTest = BadDiskTest;
 
 // --- Temporary files ---

@@ -27,7 +27,7 @@ protected:
         return {{"shell", "--keep-going"}, lines, prepare};
     }
 
-    /// Calls `interfere` directly before the provider's first call of `operation`.
+    /// Calls `interfere` directly before the first call of the provider's `operation`.
     void once(const std::string& operation, const std::function<void()>& interfere) {
         provider_->before = [operation, interfere, done = false](const std::string& called,
                                                                  const provider::StorageIRI&) mutable {

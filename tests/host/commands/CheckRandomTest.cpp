@@ -74,7 +74,8 @@ public:
     /// Returns a folder that permits new entries. /x itself is ".".
     std::string pickWritableFolder();
 
-    /// Returns the path on the changed side; the entry need not exist yet.
+    /// Returns the path in the source if sources are changed, otherwise in the export. The entry need not
+    /// exist yet.
     std::string onDisk(const std::string& relative) const;
     StorageIRI iri(const std::string& relative) const { return path(relative).iri(); }
     StoragePath path(const std::string& relative) const {
@@ -142,7 +143,7 @@ void moveTime(const std::string& path) {
     EXPECT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
 }
 
-/// Succeeds if the disk has extended attributes.
+/// Returns false if the disk does not support extended attributes.
 bool setXattr(const std::string& path, const char* name, const std::string& value) {
     return ::setxattr(path.c_str(), name, value.data(), value.size(), 0) == 0;
 }
@@ -351,8 +352,8 @@ std::string Round::pickWritableFolder() {
     return folder.empty() ? "." : folder;
 }
 
-// Each function injects a difference of its kind and registers the expected report in the round. Returns
-// false if no entry is suitable.
+// Each function in `differences` injects a difference of its kind and registers the expected report in the
+// round. It returns false if no entry is suitable.
 
 std::string bytesOf(const IProvider& provider, const StorageIRI& iri) {
     std::string bytes(provider.doGetFileAttributes(iri).getSize(), '\0');

@@ -31,8 +31,8 @@ public:
 
     StressThread(Shared& shared, std::size_t seed);
 
-    /// Calls `operations` operations of providers, with operations of streams and listings in between. Ends
-    /// early after a violation in any thread.
+    /// Calls this number of provider operations, with stream and listing operations in between. Ends early
+    /// after a violation in any thread.
     void run(std::size_t operations);
 
     const Tally& tally() const { return tally_; }
