@@ -66,9 +66,9 @@ the file for writing, so it stamps the file where opening does, even if the size
             R"(Any number of threads may use one provider. Each operation is atomic to the extent that its
 rules state; a sequence of calls is not. The following guarantees are weaker, also in the in-memory provider:
 
-- Setting a time or the writable flag finds the entry, then sets it. If the entry is moved, replaced or
-  removed in between, the call succeeds, and the value is lost with the old entry. Whether the entry exists is
-  decided at one moment.
+- Setting a time or the writable flag finds the entry, then sets the value. If the entry is moved, replaced
+  or removed in between, the call succeeds, and the value is lost with the old entry. Whether the entry exists
+  is decided at one moment.
 - An operation in progress while a flag is set may still use the old flag. Its own time stamp may overwrite a
   time that is set meanwhile.
 - Attributes are read one after the other, from an entry that is found once. Each was true at one moment of

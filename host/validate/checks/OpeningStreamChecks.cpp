@@ -164,7 +164,7 @@ void readOnlyFileIsReadable(CheckContext& context) {
     makeFile(provider, file, "bytes");
     const WriteProtection folderProtection(provider, context.at(u"d"));
     const WriteProtection protection(provider, file);
-    expect(contentOf(provider, file) == "bytes", "a read-only file in a read-only folder reads differently");
+    expect(contentOf(provider, file) == "bytes", "a read-only file in a read-only folder has other bytes");
 }
 
 void creatingInReadOnlyFolderIsRefused(CheckContext& context) {
