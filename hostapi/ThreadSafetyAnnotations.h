@@ -29,7 +29,7 @@
 #define QZFL_RELEASE(...) QZFL_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 /// A function that releases the locks that were acquired shared.
 #define QZFL_RELEASE_SHARED(...) QZFL_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
-/// A function that is called only while the lock is held, where the analysis cannot see it.
+/// A function that asserts that the lock is held, where the analysis cannot see that.
 #define QZFL_ASSERT_CAPABILITY(lock) QZFL_THREAD_ANNOTATION(assert_capability(lock))
 /// A function that is synchronized in a way that the analysis cannot see; a comment says how.
 #define QZFL_NO_THREAD_ANALYSIS QZFL_THREAD_ANNOTATION(no_thread_safety_analysis)

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-/// A plug-in in this process. Every object that it returns holds a reference to the library. The library is
-/// unloaded with the last of these objects; this object may be destroyed earlier.
+/// A plug-in in this process. This object and every object that it returns hold a reference to the library.
+/// The library is unloaded with the last of them.
 class LoadedPlugin {
 public:
     using ByteStream = foundation::storage::provider::ByteStream;
@@ -28,7 +28,7 @@ public:
     /// library.
     template <class T>
     std::shared_ptr<T> hold(std::unique_ptr<T> object) const {
-        // The deleter destroys the object first, by code of the library. Then it releases the library itself.
+        // The deleter calls the object's destructor in the library. Its own destructor releases the library.
         return std::shared_ptr<T>(object.release(), [library = library_](T* pointer) { delete pointer; });
     }
     // [hold]

@@ -16,7 +16,7 @@ namespace provider_template {
 /// must implement. The other 33 have defaults in IProvider that are based on these.
 ///
 /// Owns a map from path to node. One mutex guards it; every operation holds the mutex while it uses the map.
-/// Invariants: the root exists, and the folder of every node in the map is a folder in the map.
+/// Invariants: the root exists, and the parent of every other node is a folder in the map.
 ///
 /// YOUR STORAGE: replace the map with it. Keep the order of each operation: check everything, then do
 /// everything that can fail, then make the change. This order ensures that a failed operation changes

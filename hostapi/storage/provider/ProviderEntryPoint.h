@@ -15,7 +15,7 @@ namespace foundation::storage::provider {
 /// it made, all shared and weak pointers to them, streams, listings with their clones, and path comparators.
 /// They may be destroyed in any order; a stream or a listing may outlive its provider. Values may outlive the
 /// library: locations, names, folder entries, attributes. So may `Exception`, `SystemError` and the standard
-/// library's exceptions, however they are held, but no exception of a class that the plug-in defines.
+/// library's exceptions, even in a std::exception_ptr, but no exception of a class that the plug-in defines.
 using ProviderEntryPoint = void(std::shared_ptr<IProvider>* provider);
 
 /// The symbol of the function, for dlsym(3).
