@@ -41,7 +41,7 @@ std::unique_ptr<CheckProcess> CheckRunner::start(const Check& check) const {
     const OperationTrace trace;
     const auto task = [&](const CheckProcess::Announce& announce) {
         std::optional<CheckContext> context;
-        announce(verdictOf([&] { // before the provider and the library are destroyed, which may crash
+        announce(verdictOf([&] { // before provider and library are released, which may crash
             check.run(context.emplace(plugin, profile, seed, trace));
         }));
     };

@@ -9,7 +9,7 @@
 namespace syscalls {
 
 /// One system call of a user. Calls are self-contained, so any subsequence of a sequence is valid.
-/// Descriptors are slots of the user's process; an empty slot results in EBADF. A value.
+/// A descriptor is one of the slots of the user; an empty slot results in EBADF. A value.
 struct Call {
     static constexpr std::size_t mostNumbers = 6;
 
@@ -24,14 +24,14 @@ struct Call {
 
 using Calls = std::vector<Call>;
 
-/// The call on one line. Bytes outside printable ASCII become \xNN.
+/// The call on one line, its texts quoted by inQuotes().
 std::string toLine(const Call& call);
 
 /// Parses such a line.
 /// @throws std::runtime_error when the line is not a call
 Call fromLine(const std::string& line);
 
-/// Quotes text. Bytes outside printable ASCII become \xNN.
+/// Quotes text. Quotes, backslashes and bytes outside printable ASCII become \xNN.
 std::string inQuotes(std::string_view text);
 
 } // namespace syscalls

@@ -12,7 +12,7 @@
 namespace syscalls {
 
 /// Chooses random arguments, usually so that a call succeeds. Choices are reproducible: they depend only on
-/// the seed and the sketch.
+/// the seed, the sketch and the exclusions.
 ///
 /// Borrows the sketch and the exclusions. Not thread-safe.
 class Choice {
@@ -48,8 +48,8 @@ public:
     std::int64_t slot();                            ///< any slot
     std::int64_t fileSlot();                        ///< mostly with an open file
     std::int64_t folderSlot();                      ///< mostly with an open folder; rarely the current folder
-    std::int64_t offset();                          ///< mostly in or near small files, near page boundaries
-    std::int64_t length();                          ///< like an offset, rarely large
+    std::int64_t offset();                          ///< mostly small, often near a page boundary
+    std::int64_t length();                          ///< mostly small, sometimes whole pages
     std::int64_t permissions();                     ///< all twelve bits
     std::pair<std::int64_t, std::int64_t> owners(); ///< a user and a group, or -1
     std::pair<std::int64_t, std::int64_t> time();   ///< seconds and nanoseconds, including the special values

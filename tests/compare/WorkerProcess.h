@@ -12,7 +12,7 @@
 
 namespace syscalls {
 
-/// A process that makes the calls of all users in one file system. The file system's root is its root folder.
+/// A process that makes the calls of all users in one file system, to which chroot(2) confines it.
 ///
 /// Owns the process and ends it. Not thread-safe.
 class WorkerProcess {

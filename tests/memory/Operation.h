@@ -57,6 +57,7 @@ struct Operation {
     /// Skips large trees, where the operation behaves like another one in the table.
     Operation&& onSmallTreesOnly() &&;
 
+    /// Expects this error. Skips large trees too.
     Operation&& refusedAs(provider::ErrorCode code) &&;
 };
 

@@ -94,7 +94,7 @@ Operation writingOverTheEnd() {
             .guarantee = partlyWritten(&Shape::file)};
 }
 
-/// Closes the last stream on a file that is no longer in the tree.
+/// Closes the only stream on a file. `beforehand` is called between opening and closing.
 Operation closing(std::string name, std::function<void(IProvider&, const TreeShape&)> beforehand) {
     const auto prepare = [=](IProvider& provider, const TreeShape& shape) {
         const auto stream =

@@ -1,4 +1,4 @@
-// Compares random sequences of all operations with the reference model.
+// Compares random sequences of required operations with the reference model.
 //
 // A failure prints the shortest sequence that still fails, its seed, and in its last line how to repeat it:
 //   RC_PARAMS="reproduce=..." model_tests

@@ -75,7 +75,7 @@ Alterations::Entries shuffled(Alterations::Entries entries) {
     return entries;
 }
 
-ptime inTwoSeconds(const ptime& time) {
+ptime truncatedToTwoSeconds(const ptime& time) {
     if (time.is_special()) {
         return time;
     }
@@ -130,7 +130,7 @@ std::shared_ptr<IProvider> caseInsensitive() {
 constexpr std::array<AllowedVariant, 8> table{{
     {"ShortReads", [] { return altered({.stream = wrapped<ShortReads>}); }},
     {"OtherOrders", [] { return altered({.entries = shuffled}); }},
-    {"TwoSecondTimes", [] { return altered({.timeOfEntry = inTwoSeconds}); }},
+    {"TwoSecondTimes", [] { return altered({.timeOfEntry = truncatedToTwoSeconds}); }},
     {"WriteBehindUntilFlush", [] { return altered({.stream = wrapped<WriteBehind>}); }},
     {"ForbiddenCharacters", [] { return altered({.refuses = isReserved}); }},
     {"LowerCaseAsciiNames", [] { return altered({.refuses = isNotPlain}); }},
