@@ -97,7 +97,7 @@ MountEnding::Saved MountEnding::attempt() {
     requests_.fail(report.summary());
     console_.notice(exitExport_->target(),
                     "the export is incomplete, so the storage stays mounted; retry with 'qzstorage unmount " +
-                        mountPoint_ + "', or discard what was not exported with another Ctrl-C or signal");
+                        mountPoint_ + "'; another Ctrl-C or signal discards what was not exported");
     return Saved::No;
 }
 
@@ -241,8 +241,9 @@ std::string MountEnding::unkept() const {
 }
 
 void MountEnding::giveUp() {
-    console_.report({exitExport_->target(), "export aborted; what was not exported is lost"});
-    writeNote("A signal ended the mount before the export was complete. What was not exported is lost.");
+    console_.report({exitExport_->target(), "export aborted; what was not saved is lost"});
+    writeNote("A signal ended the mount before everything was saved. What is neither exported nor in '" +
+              rescue_.content() + "' is lost.");
     session_.place().unmount();
     workers_.stop();
 }
