@@ -9,7 +9,7 @@
 namespace syscalls {
 
 /// One system call of a user. Calls are self-contained, so any subsequence of a sequence is valid.
-/// A descriptor is one of the slots of the user; an empty slot results in EBADF. A value.
+/// Descriptors are given as slots of the user; an empty slot results in EBADF. A value.
 struct Call {
     static constexpr std::size_t mostNumbers = 6;
 

@@ -47,11 +47,11 @@ public:
     std::string extendedName();                     ///< name of an extended attribute
     std::int64_t slot();                            ///< any slot
     std::int64_t fileSlot();                        ///< mostly with an open file
-    std::int64_t folderSlot();                      ///< mostly with an open folder; rarely the current folder
+    std::int64_t folderSlot();                      ///< mostly with an open folder; also the current folder
     std::int64_t offset();                          ///< mostly small, often near a page boundary
     std::int64_t length();                          ///< mostly small, sometimes whole pages
     std::int64_t permissions();                     ///< all twelve bits
-    std::pair<std::int64_t, std::int64_t> owners(); ///< a user and a group, or -1
+    std::pair<std::int64_t, std::int64_t> owners(); ///< a user and a group; each may be -1
     std::pair<std::int64_t, std::int64_t> time();   ///< seconds and nanoseconds, including the special values
 
 private:
