@@ -29,7 +29,7 @@ struct ValidateOptions {
     std::optional<std::chrono::milliseconds> runLimit; ///< of the whole run
     std::size_t jobs = 1;                              ///< number of checks that run concurrently
     std::size_t repeat = 1; ///< number of runs of each check, each with another seed
-    bool failFast = false;  ///< the first check that does not pass ends the run
+    bool failFast = false;  ///< the first check that fails, crashes or hangs ends the run
 
     /// The command line, quoted for a shell, that repeats one check of a run with the same options.
     /// @param round  number of earlier runs of the check

@@ -135,7 +135,7 @@ private:
         } else if (hangs_ >= maxHangs) {
             record_.stopped = fmt::format("stopped after {} hangs", hangs_);
         } else if (!isKept && options_.failFast) {
-            record_.stopped = "stopped at the first check that did not pass";
+            record_.stopped = "stopped at the first check that failed, crashed or hung";
         }
         const CheckSelection::Rule& rule = job.run->rule;
         *job.run = {rule, std::move(outcome), options_.replayCommand(*rule.check, job.round)};

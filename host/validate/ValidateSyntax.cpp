@@ -117,7 +117,8 @@ ValidateSyntax::ValidateSyntax(CLI::App& app)
     addNumber(*command_, "--jobs", options_.jobs, mostJobs, "Number of checks to run at once");
     addNumber(*command_, "--repeat", options_.repeat, mostRepeats,
               "Run each check N times with different random numbers");
-    command_->add_flag("--fail-fast", options_.failFast, "Stop at the first check that does not pass");
+    command_->add_flag("--fail-fast", options_.failFast,
+                       "Stop at the first check that fails, crashes or hangs");
     command_->footer(validateExamples);
 }
 

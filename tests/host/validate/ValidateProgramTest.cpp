@@ -168,8 +168,10 @@ TEST(ValidateProgramTest, EndsAFailFastRunAtTheFirstFailure) {
                                       {"validate", "--fail-fast", "--only", "2.*", TEST_BROKEN_PLUGIN});
     EXPECT_EQ(failed.status(), 1);
     EXPECT_THAT(failed.output(), HasSubstr(" 1 passed, 1 failed, "));
-    EXPECT_THAT(failed.output(),
-                ContainsRegex("; stopped at the first check that did not pass: [0-9]+ rules not checked\n$"));
+    EXPECT_THAT(
+        failed.output(),
+        ContainsRegex(
+            "; stopped at the first check that failed, crashed or hung: [0-9]+ rules not checked\n$"));
 }
 
 TEST(ValidateProgramTest, PrintsTheSameReportWithSeveralJobs) {
