@@ -46,7 +46,7 @@ MountSyntax::MountSyntax(CLI::App& app)
             ->check(nonEmptyPath());
     command_
         ->add_option("--sync-on-exit", sync_,
-                     "Like --export-on-exit, but also remove files that were imported and removed since")
+                     "Like --export-on-exit, but also remove entries that were imported and removed since")
         ->type_name("DISK-PATH")
         ->check(nonEmptyPath())
         ->needs(importing)
