@@ -13,7 +13,7 @@
 namespace provider_template {
 
 /// A storage of folders and files as a starting point for your own: the 18 operations that every provider
-/// must implement. The other 33 have defaults in IProvider that are based on these.
+/// must implement. The other 33 have defaults in IProvider.
 ///
 /// Owns a map from path to node. One mutex guards it; every operation holds the mutex while it uses the map.
 /// Invariants: the root exists, and the parent of every other node is a folder in the map.
