@@ -29,8 +29,8 @@ namespace foundation::storage::provider {
 /// The interface of one kind of storage to a host: folders and files named by `StorageIRI`.
 ///
 /// A plug-in implements the pure virtual operations. The others have defaults here that call only the pure
-/// virtual ones. So they work on every provider, but are no more atomic than the operations that they call;
-/// each says so. A provider that can do better overrides them.
+/// virtual ones. So they work on every provider, but other threads may act between these calls. A provider
+/// that can do better overrides them.
 ///
 /// The order of the operations is part of the ABI.
 ///
@@ -115,9 +115,9 @@ public:
     virtual void doRemoveFolder(const StorageIRI& iri) const = 0;
 
     /// Removes a folder and everything below it, children first. Not atomic: what was removed before a
-    /// failure stays removed. An entry that another thread has already removed is not a failure. The root
-    /// itself stays, only its content is removed. A location is the root if it has no parent or no name in
-    /// its resolved path.
+    /// failure stays removed. An entry below it that another thread has already removed is not a failure. The
+    /// root itself stays, only its content is removed. A location is the root if it has no parent or no name
+    /// in its resolved path.
     /// @param iri  a folder
     /// @throws Exception as `doRemoveFile` and `doRemoveFolder`, naming the entry that could not be removed
     virtual void doRemoveFolderRecursively(const StorageIRI& iri) const;
@@ -383,9 +383,9 @@ public:
     /// @return the order; it must not outlive the library
     virtual PathComparator doGetPathComparator(const StorageIRI& iri) const;
 
-    /// The canonical location, from the resolved path alone: the root as "/", one separator at the beginning,
-    /// none at the end. Separators within the path, and two or more at its end, do not change, because they
-    /// may enclose empty names.
+    /// The canonical location, from the resolved path alone: the root as "/", at most one separator at the
+    /// beginning. A single separator at the end is removed. Two or more there, and separators within the
+    /// path, do not change, because they may enclose empty names.
     /// @param iri  any location
     /// @return the location
     virtual StorageIRI doGetCanonicalLocation(const StorageIRI& iri) const;

@@ -102,6 +102,7 @@ private:
 /// @param iri       a folder
 /// @return the entries, in the order of `doListAll`
 /// @throws Exception `NotFound` when no folder exists there
+/// @throws std::runtime_error when the provider returns no listing
 inline ListingRange list(const IProvider& provider, const StorageIRI& iri) {
     return ListingRange(provider.doListAll(iri));
 }

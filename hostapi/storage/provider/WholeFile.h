@@ -21,7 +21,7 @@ namespace foundation::storage::provider {
 /// @param iri       a file
 /// @return the bytes
 /// @throws Exception as `IProvider::doOpenReadOnlyStream`
-/// @throws std::runtime_error when the provider returns an impossible count
+/// @throws std::runtime_error when the provider returns no stream or an impossible count
 /// @throws whatever the stream throws
 inline std::string readFile(const IProvider& provider, const StorageIRI& iri) {
     const std::unique_ptr<ByteStream> stream = requireNonNull(provider.doOpenReadOnlyStream(iri), "stream");
@@ -47,7 +47,7 @@ inline std::string readFile(const IProvider& provider, const StorageIRI& iri) {
 /// @param iri       a file, or where one is to be created
 /// @param bytes     the new content
 /// @throws Exception as `IProvider::doOpenStream`, with the file unchanged
-/// @throws std::runtime_error when the provider returns another count than `bytes` has
+/// @throws std::runtime_error when the provider returns no stream or writes a different number of bytes
 /// @throws whatever the stream throws
 inline void writeFile(const IProvider& provider, const StorageIRI& iri, std::string_view bytes) {
     const std::unique_ptr<ByteStream> stream =
@@ -64,6 +64,7 @@ inline void writeFile(const IProvider& provider, const StorageIRI& iri, std::str
 /// @return the stream, owned by the caller
 /// @throws Exception as `IProvider::doCreateFile`
 /// @throws Exception as `IProvider::doOpenStream`; the new file stays
+/// @throws std::runtime_error when the provider returns no stream; the new file stays
 inline std::unique_ptr<ByteStream> openNewFile(const IProvider& provider, const StorageIRI& iri) {
     provider.doCreateFile(iri);
     return requireNonNull(provider.doOpenStream(iri, ByteStreamOpenOptions::readWriteExisting()), "stream");

@@ -21,8 +21,9 @@ StorageIRI folderOf(const StorageIRI& entry);
 /// The location of `name` in the parent folder of `entry`.
 StorageIRI locationBeside(const StorageIRI& entry, std::u16string_view name);
 
-/// The canonical form of a location: one separator at the beginning, none at the end. Separators within the
-/// path, and two or more at the end, stay, because a storage may hold folders with an empty name.
+/// The canonical form of a location: at most one separator at the beginning; a single one at the end is
+/// removed. Two or more there, and separators within the path, stay, because a storage may hold folders with
+/// an empty name.
 StorageIRI canonicalLocation(const StorageIRI& iri);
 
 } // namespace foundation::storage::provider
