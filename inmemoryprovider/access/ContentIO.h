@@ -21,7 +21,7 @@ long readContent(const std::vector<std::uint8_t>& content, char* buffer, long co
 /// beyond the end are appended without a gap. A negative `count` is treated as 0.
 /// @return `count`
 /// @throws std::bad_alloc, std::length_error  when the content cannot grow; bytes up to the old end remain
-///     overwritten and the position is at the old end
+///     overwritten and the position is at or beyond the old end
 long writeContent(std::vector<std::uint8_t>& content, const char* buffer, long count, unsigned long& position,
                   provider::ByteStreamAppend append);
 

@@ -15,7 +15,7 @@ namespace storage::inmemoryprovider {
 ///
 /// Shares the file's node, so it continues to read and write the same bytes after the file was removed, moved
 /// or replaced. Owns its position, in bytes. Has no lock of its own: each operation acquires the lock of the
-/// file's bytes. So does the destructor of a stream that may have made a file large: it frees the unused
+/// file's bytes. So does the destructor if the position is at `hugePagesFrom` or beyond: it frees the unused
 /// memory of the last huge page. Nothing is buffered, so there is nothing to flush.
 class InMemoryByteStream : public provider::ByteStream {
 public:

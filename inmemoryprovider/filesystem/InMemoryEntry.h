@@ -12,8 +12,8 @@ namespace storage::inmemoryprovider {
 /// A node of the tree: the base class of files and folders. Always held by std::shared_ptr.
 ///
 /// Owns its full path, which never changes, its last-modified time and its writable flag. The time and the
-/// flag are atomic: operations of the file system change them with its mutex held, the provider's setters
-/// without it.
+/// flag are atomic: operations of the file system set the time with its mutex held, the provider's setters
+/// change both without it.
 ///
 /// Thread-safe.
 class InMemoryEntry {

@@ -16,9 +16,9 @@ namespace storage::inmemoryprovider {
 
 /// A file.
 ///
-/// Shares its bytes, and the mutex that guards them, with its open streams and, after a move, with the node
-/// that replaced it. All nodes that share the bytes lock the same mutex. Each content operation holds it from
-/// start to end, including access to the caller's position. It is the last lock in the lock order.
+/// Shares its bytes, and the mutex that guards them, with the node that replaces it in a move. All nodes that
+/// share the bytes lock the same mutex. Each content operation holds it from start to end, including access
+/// to the caller's position. It is the last lock in the lock order.
 ///
 /// Invariant: neither pointer is null, and neither changes after construction.
 ///

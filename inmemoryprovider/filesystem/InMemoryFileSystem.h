@@ -37,12 +37,12 @@ namespace storage::inmemoryprovider {
 ///
 /// Readers: lookups, listings, queries for all attributes at once and opening for reading do not acquire
 /// `mutex_`, only the mutexes of the nodes that they read, one at a time. Each change is atomic for them: it
-/// is one critical section under a folder's mutex, or it is published in `changes_`. A reader waits for a
+/// is one critical section under a node's mutex, or it is published in `changes_`. A reader waits for a
 /// running change only if the change affects the reader's path. It holds no lock while it waits.
 ///
 /// Busy nodes: a listing holds its folder's mutex while it copies the children, and a read or write holds its
-/// file's mutex. No operation blocks on a node's mutex while it holds `mutex_`, so they delay only operations
-/// on their own folder or file. An operation that finds the mutex held releases `mutex_`, waits for the node,
+/// file's mutex. No operation waits for either while it holds `mutex_`, so they delay only operations on
+/// their own folder or file. An operation that finds the mutex held releases `mutex_`, waits for the node,
 /// and starts again. A change of several steps tries the mutexes of all its folders after it is published and
 /// before its first step. From then on, readers that find the change release the mutex at once.
 ///
@@ -60,8 +60,8 @@ namespace storage::inmemoryprovider {
 ///   stay moved, and a replaced entry stays removed.
 ///
 /// Nodes that an operation removes from the tree are destroyed after `mutex_` is released. Exceptions: the
-/// emptied nodes that a folder move leaves behind, and the empty folder that it has replaced if it is stopped
-/// after that.
+/// old nodes that a folder move leaves behind and, if it stops midway when out of memory, the empty folder
+/// that it has replaced.
 ///
 /// Failures are reported by the internal exceptions. Each names the path that the operation's comment states.
 /// Unless stated otherwise, a missing parent folder causes EntryNotFoundException and a read-only parent
@@ -111,8 +111,8 @@ public:
     /// As above, for the path with the text `path`. Does not allocate if the file exists.
     FileEntryAttributes getFileEntryAttributes(std::u16string_view path) const;
 
-    /// The attributes of the folder at the path with the text `path`, which it had at one moment, apart from
-    /// the provider's setters. Does not allocate if the folder exists.
+    /// The attributes of the folder at the path with the text `path`. They are read atomically, except that
+    /// the provider's setters may change them in between. Does not allocate if the folder exists.
     FolderEntryAttributes getFolderEntryAttributes(std::u16string_view path) const;
 
     // These acquire `mutex_`. The provider uses the two above instead.
@@ -173,7 +173,8 @@ public:
 
     /// Opens a file for reading and writing. Creates and empties it as requested by `options`. Stamps the
     /// file, and its parent if the file is created, with one reading of the clock.
-    /// @throws EntryNotFoundException  naming the parent; `path`, if it is not a file and must exist
+    /// @throws EntryNotFoundException  naming the parent; `path`, if nothing exists there and the file must
+    ///     exist
     /// @throws EntryExistsException    naming `path`, if it is a folder
     /// @throws ReadOnlyException       naming `path`; the parent, if the file has to be created
     std::unique_ptr<provider::ByteStream> checkOutFileEntry(const InMemoryEntryPath& path,
@@ -257,7 +258,7 @@ private:
     const std::shared_ptr<InMemoryFolderEntry>* doGetFolderEntry(std::u16string_view path) const noexcept
         QZFL_REQUIRES(mutex_);
     void addFolderToFSMap(const std::shared_ptr<InMemoryFolderEntry>& folder) QZFL_REQUIRES(mutex_);
-    /// Returns the removed element, which the caller destroys after it has released `mutex_`.
+    /// Returns the removed element, so that the caller can destroy it after it has released `mutex_`.
     FolderMap::Element removeFolderFromFSMap(const InMemoryEntryPath& path) QZFL_REQUIRES(mutex_);
 
     /// Adds a new folder to its parent's children and to the map. Changes neither if allocation fails.

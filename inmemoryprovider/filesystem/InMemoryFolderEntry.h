@@ -126,8 +126,8 @@ public:
     Children::const_iterator begin() const;
     Children::const_iterator end() const;
 
-    // The file system uses the operations above. The operations below are for callers that have only this
-    // node. Each is one critical section under the folder's mutex.
+    // The operations below are for callers that have only this node. Each is one critical section under the
+    // folder's mutex.
 
     /// Removes the child at `path`, if it exists. Releases the folder's reference to it after the mutex.
     void removeChild(const InMemoryEntryPath& path);

@@ -17,8 +17,8 @@ namespace storage::inmemoryprovider {
 /// takes twenty comparisons, each with a cache miss; the index takes one. Small maps have no index:
 /// comparisons are as fast there, and trees have many small folders.
 ///
-/// Invariant: the index is complete or absent. It is absent if the map is small, if allocation failed, or
-/// after `dropIndex`.
+/// Invariant: the index is complete or absent. It is absent if the map has never been large, if allocation
+/// failed, or after `dropIndex` or `release`.
 ///
 /// Externally synchronized.
 template <class Value>

@@ -7,7 +7,7 @@ namespace storage::inmemoryprovider {
 
 /// A hash of the code units of a path's text, by machine words.
 ///
-/// Differs each time the library is loaded, so that names cannot be chosen to collide.
+/// Depends on the load address of the library, so with ASLR names cannot be chosen to collide.
 std::uint64_t hashOf(std::u16string_view path) noexcept;
 
 } // namespace storage::inmemoryprovider

@@ -14,9 +14,8 @@
 
 namespace storage::inmemoryprovider {
 
-/// A hash index of a map's elements by path, with lookups in O(1). Except for `build` and `reset`, no
-/// operation rehashes more than a few segments: rehashing one large table would block all threads that wait
-/// for the map.
+/// A hash index of a map's elements by path, with lookups in O(1). Except for `build`, no operation rehashes
+/// more than a few segments: rehashing one large table would block all threads that wait for the map.
 ///
 /// Owns the elements' positions in segments (linear hashing). The lower bits of a hash select the segment.
 /// Insertion adds segments one at a time; each new segment takes its elements from one older segment. Removal

@@ -22,8 +22,8 @@ namespace storage::inmemoryprovider {
 /// A position is an iterator, valid while its element is in the map. The position of a free slot must not be
 /// compared with an iterator of the map: the behaviour is undefined.
 ///
-/// No operation throws. If allocation fails, it returns false: `makeTable` then leaves no table, and the
-/// other operations have changed nothing.
+/// No operation throws. If allocation fails, `makeTable` returns false and leaves no table; `insert` returns
+/// false and changes nothing.
 ///
 /// Externally synchronized.
 template <class Position>
@@ -35,7 +35,7 @@ public:
 
     std::size_t size() const noexcept { return size_; }
 
-    /// Replaces the table by an empty one with room for `count` elements.
+    /// Makes an empty table with room for `count` elements. Precondition: there is no table.
     bool makeTable(std::size_t count) noexcept { return makeTableOf(capacityFor(count)); }
 
     /// Whether there is a table. The operations below require one.
