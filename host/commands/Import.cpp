@@ -64,7 +64,7 @@ public:
                 });
             }
             totals = importer.totals();
-        } // the destructor clears the progress line
+        } // the importer's destructor clears the progress line
         if (transfer_.isQuiet()) {
             return;
         }

@@ -133,7 +133,7 @@ private:
         return result;
     }
 
-    /// Rows with equal keys stay sorted by name.
+    /// Rows with equal keys keep their order, which `-r` reverses too.
     void sort(std::vector<Row>& rows) const {
         if (byTime_) {
             std::stable_sort(rows.begin(), rows.end(),

@@ -8,7 +8,7 @@
 
 namespace storage::host {
 
-constexpr std::size_t holeUnit = 4096; ///< bytes; file systems have no smaller holes
+constexpr std::size_t holeUnit = 4096; ///< bytes; the usual block size of file systems
 
 /// A range of a file that is not a hole. A value.
 struct DiskExtent {
@@ -19,7 +19,7 @@ struct DiskExtent {
 /// Finds the next data from `offset` on, and sets the file position to its beginning. On a file system
 /// without SEEK_DATA the whole file is data.
 /// @param size  of the file
-/// @return nothing if only a hole follows
+/// @return nothing if no data follows
 std::optional<DiskExtent> nextExtent(const FileDescriptor& file, std::uint64_t offset, std::uint64_t size);
 
 /// Whether a file has a hole. On a file system without SEEK_DATA no file has one. Sets the file

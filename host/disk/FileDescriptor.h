@@ -30,7 +30,7 @@ public:
     int number() const noexcept { return number_; }
     const std::string& path() const noexcept { return path_; }
 
-    /// Duplicates the descriptor. Both share the file position and the lock.
+    /// Duplicates the descriptor. Both share the file position and the lock of flock(2).
     FileDescriptor duplicate() const;
 
     /// Reads until `buffer` is full or the file ends.

@@ -9,7 +9,7 @@ namespace storage::host {
 
 namespace {
 
-constexpr std::size_t fewChildren = 8; ///< up to this number, children are found by linear search
+constexpr std::size_t fewChildren = 8; ///< a growing folder has no buckets up to this number
 
 /// Does not access the inode of an alias: while the tree is destroyed, the inode may be destroyed already.
 bool isFolder(const TreeEntry& child) noexcept {

@@ -17,9 +17,9 @@
 
 namespace storage::host {
 
-/// Ends a mount without losing data. Unmounts only after the content has been exported. If another program
-/// has unmounted it before, the content stays in memory until it is exported or copied to the rescue folder,
-/// or until two signals end the attempts.
+/// Ends a mount. Unmounts only after the content has been exported, or on a signal after a failed export. If
+/// another program has unmounted it before, the content stays in memory until it is exported or copied to the
+/// rescue folder, or until two signals end the attempts.
 ///
 /// Borrows all constructor arguments. Precondition: the workers are running. Not thread-safe.
 class MountEnding {

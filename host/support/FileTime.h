@@ -18,8 +18,8 @@ bool isSameTime(const timespec& one, const timespec& other) noexcept;
 /// Whether a time on disk lies in the years that a storage can represent.
 bool isStorageTime(const timespec& time);
 
-/// Converts a storage time for utimensat(2). A special value ("not a date") leaves the time on disk
-/// unchanged.
+/// Converts a storage time for utimensat(2). A special value (not a date-time, or infinite) leaves the time
+/// on disk unchanged.
 timespec toDiskTime(const boost::posix_time::ptime& time);
 
 /// "2024-02-29 13:05:09", UTC.
