@@ -16,14 +16,14 @@ namespace storage::tests {
 enum class Times {
     All,
     OfFiles,
-    Stamps, ///< only whether a time is still that of an aged tree
+    Stamps, ///< only whether a time is still `pastTime`
     None,
 };
 
 /// The tree without the temporary files of copies.
 TreeSnapshot withoutTemporaries(TreeSnapshot tree);
 
-/// The path of the parent folder. One separator may precede the name or, unless the parent is the root, two.
+/// The path of the parent folder. One or two separators may precede the name.
 std::u16string parentOf(const std::u16string& path);
 
 /// The path of the entry at `iri` in a snapshot.

@@ -327,7 +327,8 @@ Result<Done> ReferenceModel::relinkFolder(const std::u16string& from, const std:
     return Done();
 }
 
-/// A name with leading or trailing separators can result in a path that exists or in a missing parent folder.
+/// A name can be empty, and paths with additional separators can share a name. So the new path can be taken,
+/// or its parent folder missing.
 Result<Done> ReferenceModel::relinkChild(const std::u16string& from, const std::u16string& to, Stamp now) {
     if (isFolder(from) && !isWritable(from)) {
         return readOnly;

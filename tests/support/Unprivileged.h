@@ -4,8 +4,8 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-/// A preparation for ProgramRun: drops root's capabilities to ignore file permissions. The program keeps
-/// root's user ID, so it still has the owner's permissions on root's files.
+/// A preparation for ProgramRun: drops the capabilities that let root ignore file permissions. The program
+/// keeps root's user ID, so it still has the owner's permissions on root's files.
 inline void dropFilePrivileges() {
     if (::geteuid() != 0) {
         return;

@@ -100,7 +100,8 @@ private:
     bool hasEnded_ = false;
 };
 
-/// A scheduler with its threads, idle at the start of a test: one thread polls for requests, the others wait.
+/// A scheduler with its threads, idle at the start of a test: one thread waits for requests, the others wait
+/// to be called.
 class RequestSchedulerTest : public testing::Test {
 protected:
     ~RequestSchedulerTest() override { stop(); }
