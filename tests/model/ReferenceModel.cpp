@@ -328,16 +328,19 @@ Result<Done> ReferenceModel::relinkFolder(const std::u16string& from, const std:
 }
 
 /// A name can be empty, and paths with additional separators can share a name. So the new path can be taken,
-/// or its parent folder missing.
+/// or its parent folder missing or another one than the folder just made.
 Result<Done> ReferenceModel::relinkChild(const std::u16string& from, const std::u16string& to, Stamp now) {
     if (isFolder(from) && !isWritable(from)) {
         return readOnly;
     }
-    if (find(to) != nullptr) {
-        return destinationExists;
-    }
     if (!isFolder(parentOf(to))) {
         return notFound;
+    }
+    if (!isWritable(parentOf(to))) {
+        return readOnly;
+    }
+    if (find(to) != nullptr) {
+        return destinationExists;
     }
     if (!isFolder(from)) {
         return relinkFile(from, to, now);

@@ -565,6 +565,20 @@ TEST_F(MoveFolderTest, StopsAtAChildWithAMissingNewParent) {
     EXPECT_TRUE(isFolder(u"/x///"));
 }
 
+/// The children of "/x///" would belong to "/x//", by their paths. The new path of "/a/f" and "/b/s" is taken.
+TEST_F(MoveFolderTest, StopsAtAReadOnlyNewParentBeforeATakenPath) {
+    for (const auto* folder : {u"/a", u"/b", u"/b/s", u"/x", u"/x//", u"/x///s"}) {
+        addFolder(folder);
+    }
+    addFile(u"/a/f");
+    addFile(u"/x///f");
+    makeReadOnly(u"/x//");
+    EXPECT_TRUE(throwsNaming<ReadOnlyException>(u"/x//", movingFolder(u"/a", u"/x///", refuse)));
+    EXPECT_TRUE(exists(u"/a/f"));
+    EXPECT_TRUE(throwsNaming<ReadOnlyException>(u"/x//", movingFolder(u"/b", u"/x///", replace)));
+    EXPECT_TRUE(isFolder(u"/b/s"));
+}
+
 TEST_F(MoveFolderTest, SharesTheBytesOfAStreamOpenedBeforeTheMove) {
     addTree();
     const auto stream = fileSystem.checkOutFileEntry(path(u"/a/s/g"));
