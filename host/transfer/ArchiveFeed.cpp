@@ -72,6 +72,20 @@ void ArchiveFeed::open() {
     if (::archive_read_open1(archive) != ARCHIVE_OK) {
         fail();
     }
+    keepNormalizationForms();
+}
+
+/// libarchive changes names from UTF-8 to UTF-8 in normalization form C when it reads them, so that two names
+/// can become one, but not when it writes them. It keeps one converter per archive for both directions. The
+/// one that is requested here is for writing.
+void ArchiveFeed::keepNormalizationForms() {
+    const std::unique_ptr<::archive_entry, decltype(&::archive_entry_free)> entry(
+        ::archive_entry_new2(archive_.get()), ::archive_entry_free);
+    if (!entry) {
+        throw std::bad_alloc();
+    }
+    ::archive_entry_copy_pathname(entry.get(), "name");
+    ::archive_entry_pathname_utf8(entry.get());
 }
 
 ssize_t ArchiveFeed::readBlock(::archive*, void* self, const void** block) {

@@ -51,6 +51,7 @@ private:
     static std::int64_t seek(::archive*, void* self, std::int64_t offset, int origin);
 
     void open();
+    void keepNormalizationForms();
     bool readHeader();
     void takeEntry(const std::string& name);
     void queueFolders(const StoragePath& path);

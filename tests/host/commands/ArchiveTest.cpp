@@ -179,6 +179,25 @@ TEST_F(ArchiveTest, KeepsTheBytesOfNames) {
     EXPECT_FALSE(fs::exists(disk_ / "odd.zip"));
 }
 
+/// The composed and the decomposed form of a letter are two names.
+TEST_F(ArchiveTest, KeepsNamesThatDifferOnlyInUnicodeNormalization) {
+    const std::string composed = "\xC3\xA9";
+    const std::string decomposed = "e\xCC\x81";
+    for (const auto& name : {composed, decomposed}) {
+        disk_.write("forms/" + name, name);
+    }
+    fs::create_symlink(decomposed, disk_ / "forms/link");
+    succeed("import -q " + disk_ / "forms" + " /forms");
+    for (const std::string ending : {"tar", "zip", "cpio"}) {
+        succeed("export /forms " + disk_ / "forms." + ending);
+        succeed("import -q " + disk_ / "forms." + ending + " /" + ending);
+        const std::string back = disk_ / "back-" + ending;
+        succeed("export /" + ending + "/forms " + back);
+        EXPECT_EQ(contentsOf(back), contentsOf(disk_ / "forms"));
+        EXPECT_EQ(fs::read_symlink(back + "/link"), decomposed) << ending;
+    }
+}
+
 TEST_F(ArchiveTest, MergesTheContentIntoAnExistingFolder) {
     disk_.write("x.tar",
                 tarFile(tarEntry("./", '5') + tarEntry("./a", '0', "new") + tarEntry("d/e/f", '0', "f")));
