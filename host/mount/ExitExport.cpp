@@ -1,5 +1,6 @@
 #include "host/mount/ExitExport.h"
 
+#include "host/mount/ExportPace.h"
 #include "host/mount/MountExportSource.h"
 #include "host/support/CommandError.h"
 #include "host/transfer/DiskDestination.h"
@@ -62,6 +63,8 @@ void ExitExport::copyTo(const std::string& folder, MountedStorage& storage) cons
         DiskDestination destination(folder, 1);
         MountExportSource source(storage);
         Exporter exporter(source, console_);
+        ExportPace pace(folder);
+        exporter.callAfterEntries([&] { pace.countEntry(); });
         exporter.run(StoragePath(), destination.of({}), destination.attributesFor({}));
     });
 }

@@ -6,6 +6,8 @@
 #include "hostapi/storage/provider/IProvider.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 
@@ -48,6 +50,9 @@ public:
 
     FolderInode& root() noexcept { return root_; }
 
+    /// Number of names beyond the first of their inodes.
+    const std::atomic<std::uint64_t>& aliases() const noexcept { return aliases_; }
+
 private:
     friend class LockedTree;
     friend class SharedTree;
@@ -59,6 +64,7 @@ private:
     InodeGuards& guards_;
     SharedMutex mutex_;
     std::uint64_t nextNumber_ QZFL_GUARDED_BY(mutex_) = 1;
+    std::atomic<std::uint64_t> aliases_{0};
     FolderInode root_;
     ChildTable nameless_ QZFL_GUARDED_BY(mutex_); ///< entries that programs have not named yet
     Removed removed_ QZFL_GUARDED_BY(mutex_);     ///< removed entries that the kernel still refers to

@@ -247,6 +247,7 @@ Alias& ExclusiveTree::addAlias(FolderInode& folder, Inode& inode, CompactName na
     }
     alias.index_ = aliases.size() - 1;
     alias.place_.parent = &folder;
+    ++tree_.aliases_;
     return alias;
 }
 
@@ -260,6 +261,7 @@ void ExclusiveTree::removeAlias(const Alias& alias) noexcept {
         aliases.pop_back();
     }
     alias.place_.parent->children_.remove(alias);
+    --tree_.aliases_;
 }
 
 void ExclusiveTree::exchange(TreeEntry& left, TreeEntry& right) noexcept {

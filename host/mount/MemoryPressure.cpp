@@ -23,4 +23,8 @@ void protectFromMemoryPressure() noexcept {
     }
 }
 
+void allowWaitingForWriteBack() noexcept {
+    ::prctl(PR_SET_IO_FLUSHER, 0, 0, 0, 0);
+}
+
 } // namespace storage::host

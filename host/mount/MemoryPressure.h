@@ -10,4 +10,8 @@ namespace storage::host {
 /// writing program loses less data than killing the mount.
 void protectFromMemoryPressure() noexcept;
 
+/// Lets the calling thread wait for write-back again, so that its allocations can reclaim the memory of files
+/// that it writes to the disk. It must no longer process requests of the mount.
+void allowWaitingForWriteBack() noexcept;
+
 } // namespace storage::host

@@ -70,18 +70,26 @@ EntryKind MountExportSource::kindOf(const StoragePath& path) {
     return entryKindOf(storage_.status(paths_.at(path)).st_mode);
 }
 
-std::vector<ExportSource::Child> MountExportSource::childrenOf(const StoragePath& folder) {
-    std::vector<Child> children;
-    const auto take = [&](const std::string& name, const MountedStorage::Found& entry, std::uint64_t) {
+/// The memory for a part must be small: the export begins when the storage may have used all memory.
+ExportSource::Part MountExportSource::childrenFrom(const StoragePath& folder, std::uint64_t position) {
+    constexpr std::size_t largestPart = 256;
+    Part part;
+    std::vector<Child>& children = part.children;
+    const auto take = [&](const std::string& name, const MountedStorage::Found& entry, std::uint64_t at) {
+        if (children.size() == largestPart) {
+            part.next = position;
+            return false;
+        }
         if (name != "." && name != "..") {
             children.push_back({storageNameOf(name), entryKindOf(entry.status.st_mode)});
         }
+        position = at;
         return true;
     };
-    storage_.list(paths_.folderAt(folder), 0, MountedStorage::ListingDetail::Names, take);
+    storage_.list(paths_.folderAt(folder), position, MountedStorage::ListingDetail::Names, take);
     std::sort(children.begin(), children.end(),
               [](const Child& left, const Child& right) { return left.name < right.name; });
-    return children;
+    return part;
 }
 
 ExportSource::Entry MountExportSource::entryAt(const StoragePath& path, EntryKind kind) {

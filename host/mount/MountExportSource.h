@@ -15,7 +15,7 @@ public:
 
     Authority authority() const noexcept override { return Authority::Source; }
     EntryKind kindOf(const StoragePath& path) override;
-    std::vector<Child> childrenOf(const StoragePath& folder) override;
+    Part childrenFrom(const StoragePath& folder, std::uint64_t position) override;
     Entry entryAt(const StoragePath& path, EntryKind kind) override;
     std::uint64_t sizeOf(const StoragePath& file) override;
     std::unique_ptr<Reader> open(const StoragePath& file) override;

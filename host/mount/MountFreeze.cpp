@@ -30,9 +30,9 @@ MountFreeze::Reached MountFreeze::flush() {
 }
 
 void MountFreeze::invalidateAttributes() {
-    for (const FileInode* const file : storage_.referencedFiles()) {
+    storage_.visitReferencedFiles([&](const FileInode* file) {
         invalidateAttributesOf(session_.device(), reinterpret_cast<fuse_ino_t>(file));
-    }
+    });
 }
 
 /// Required because syncfs(2) does not wait until the write-back requests have been processed.

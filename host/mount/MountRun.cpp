@@ -155,6 +155,7 @@ private:
     /// Counts what the storage already holds, but only if there are limits.
     MountedStorage::Settings settings(const IProvider& provider) const {
         MountedStorage::Settings settings{.limits = {options_.size, options_.entries}};
+        settings.isExported = options_.exportTo.has_value();
         settings.owner.user = options_.user.value_or(settings.owner.user);
         settings.owner.group = options_.group.value_or(settings.owner.group);
         if (settings.limits.any()) {
@@ -189,6 +190,7 @@ private:
         const FuseSession session(storage, gate, requests, options_,
                                   memory.isOfGroup ? WriteMode::Through : WriteMode::Back);
         FuseWorkers workers(session, storage.memory(), options_.threads);
+        allowWaitingForWriteBack(); // this thread only exports
         requireReply(options_.mountPoint);
         limitWriteBack(session.place(), memory);
         announce();

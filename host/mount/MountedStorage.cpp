@@ -7,6 +7,7 @@
 #include "host/mount/SpecialInodes.h"
 #include "hostapi/storage/provider/ShortNamespace.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -55,7 +56,7 @@ MountedStorage::MountedStorage(const IProvider& provider, const Settings& settin
     : provider_(provider),
       ownership_(settings.owner),
       tree_(provider, guards_),
-      space_(provider, settings.limits, settings.use),
+      space_(provider, settings.limits, settings.use, settings.isExported ? &tree_.aliases() : nullptr),
       contents_(provider, tree_, guards_, space_),
       attributes_(provider, tree_, guards_, contents_, space_, ownership_),
       extended_(tree_, guards_, space_),
@@ -222,15 +223,36 @@ void MountedStorage::complete(FolderInode& folder) {
     tree.complete(folder);
 }
 
-std::vector<const FileInode*> MountedStorage::referencedFiles() {
+/// Collects the files in parts of constant size, because the storage may have used all memory.
+void MountedStorage::visitReferencedFiles(const std::function<void(const FileInode*)>& visit) {
+    constexpr std::size_t largestPart = 1024;
+    struct Place {
+        const FolderInode* folder;
+        std::uint64_t position; ///< of the last child that was seen
+    };
+    std::vector<Place> open{{&root(), 0}}; // from the root to the current folder
     std::vector<const FileInode*> files;
-    const SharedTree tree(tree_);
-    tree.forEachKnownFile([&](const FileInode& file) {
-        if (file.references > 0) {
-            files.push_back(&file);
+    while (!open.empty()) {
+        {
+            const SharedTree tree(tree_);
+            while (!open.empty() && files.size() < largestPart) {
+                TreeEntry* const child = tree.childAfter(*open.back().folder, open.back().position);
+                if (child == nullptr) {
+                    open.pop_back();
+                    continue;
+                }
+                open.back().position = tree.positionOf(*child);
+                const Inode& inode = child->inode();
+                if (inode.isFolder()) {
+                    open.push_back({static_cast<const FolderInode*>(&inode), 0});
+                } else if (inode.isFile() && !child->isAlias() && inode.references > 0) {
+                    files.push_back(static_cast<const FileInode*>(&inode));
+                }
+            }
         }
-    });
-    return files;
+        std::for_each(files.begin(), files.end(), visit);
+        files.clear();
+    }
 }
 
 bool MountedStorage::isPersistent() const {

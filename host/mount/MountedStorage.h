@@ -48,7 +48,8 @@ public:
     struct Settings {
         Owner owner = Owner::ofProcess(); ///< of entries that exist in the storage already
         StorageLimits limits = {};
-        StorageUse use = {}; ///< what the storage holds at the beginning
+        StorageUse use = {};     ///< what the storage holds at the beginning
+        bool isExported = false; ///< at the end of the mount
     };
 
     explicit MountedStorage(const IProvider& provider) : MountedStorage(provider, Settings()) {}
@@ -149,9 +150,10 @@ public:
     /// The memory behind `space`: its reserve, and memory that removals have freed.
     StorageSpace& memory() noexcept { return space_; }
 
-    /// The files that the kernel refers to and that are not removed. They may be destroyed meanwhile, so use
-    /// the addresses only as the kernel's inode numbers.
-    std::vector<const FileInode*> referencedFiles();
+    /// Visits the files that the kernel refers to and that are not removed. They may be destroyed meanwhile,
+    /// so use the addresses only as the kernel's inode numbers. No lock is held during a visit.
+    /// @pre no entry is moved or removed meanwhile
+    void visitReferencedFiles(const std::function<void(const FileInode*)>& visit);
 
     /// Files that `settle` could not make equal to what programs saw.
     struct Unsettled {

@@ -38,12 +38,19 @@ std::uint64_t leftToOthers(std::uint64_t capacity) {
 
 /// Bytes left to other processes in the same control group: for programs that start, for their buffers, and
 /// for dirty pages of the mount. Dirty pages cannot be freed before the storage has allocated a copy.
-std::uint64_t leftToSharers(const MachineMemory& memory) {
+std::uint64_t leftToSharers(std::uint64_t capacity) {
     constexpr std::uint64_t part = 64;
     constexpr std::uint64_t least = 8U << 20U;
-    const std::uint64_t usual = leftToOthers(memory.info.capacity);
-    return memory.isShared ? std::clamp<std::uint64_t>(memory.info.capacity / part, least, mostLeftToOthers)
-                           : usual;
+    return std::clamp<std::uint64_t>(capacity / part, least, mostLeftToOthers);
+}
+
+/// Bytes left to an export: for its buffers, for the target's dirty pages and inodes, and for what it remembers
+/// of files with hard links.
+std::uint64_t leftToExport(std::uint64_t capacity, std::uint64_t hardLinks) {
+    constexpr std::uint64_t part = 32;
+    constexpr std::uint64_t least = 16U << 20U;
+    constexpr std::uint64_t perLink = 512;
+    return std::clamp<std::uint64_t>(capacity / part, least, mostLeftToOthers) + perLink * hardLinks;
 }
 
 /// Bytes of the part left to others that no operation may use, even at its peak.
@@ -79,6 +86,14 @@ StorageSpace::Turn::~Turn() {
     }
 }
 
+std::uint64_t StorageSpace::leftFree(const MachineMemory& memory) const {
+    const std::uint64_t capacity = memory.info.capacity;
+    if (linksToExport_ != nullptr) {
+        return leftToExport(capacity, *linksToExport_);
+    }
+    return memory.isShared ? leftToSharers(capacity) : leftToOthers(capacity);
+}
+
 StorageSpace::Room StorageSpace::room() const {
     try {
         return {provider_.doGetProviderStorageInfo(StorageIRI(u"/")), "the free space of the storage"};
@@ -88,7 +103,7 @@ StorageSpace::Room StorageSpace::room() const {
         }
     }
     MachineMemory memory = MachineMemory::read(sources_);
-    const std::uint64_t left = leftToSharers(memory);
+    const std::uint64_t left = leftFree(memory);
     const std::uint64_t unused = memory.info.available;
     memory.info.available -= std::min<std::uint64_t>(unused, left);
     return {memory.info, std::move(memory.limitedBy), true,

@@ -25,15 +25,22 @@ namespace storage::host {
 /// it. So small operations may go on when memory is short but the heap has such memory. Not every allocation
 /// fits there, so they may also use a part of the memory that is otherwise left to other processes.
 ///
-/// Borrows the provider. Thread-safe.
+/// Borrows the constructor arguments. Thread-safe.
 class StorageSpace {
 public:
     using IProvider = provider::IProvider;
     using ProviderStorageInfo = provider::ProviderStorageInfo;
 
+    /// @param linksToExport  number of names beyond the first of their files, if the storage is exported in
+    ///     the end: memory must be left for the export. Null without an export
     explicit StorageSpace(const IProvider& provider, const StorageLimits& limits = {},
-                          const StorageUse& use = {}, MachineMemory::Sources sources = {})
-        : provider_(provider), sources_(std::move(sources)), quota_(limits, use) {}
+                          const StorageUse& use = {},
+                          const std::atomic<std::uint64_t>* linksToExport = nullptr,
+                          MachineMemory::Sources sources = {})
+        : provider_(provider),
+          sources_(std::move(sources)),
+          linksToExport_(linksToExport),
+          quota_(limits, use) {}
 
     /// The scope of one operation that may grow the storage. Construct it before acquiring the tree's
     /// lock or an inode's guard. Blocks while little memory or quota is left and another such operation runs.
@@ -89,12 +96,14 @@ private:
     };
 
     Room room() const;
+    std::uint64_t leftFree(const MachineMemory& memory) const;
     static bool take(std::atomic<std::int64_t>& granted, std::uint64_t bytes) noexcept;
     std::uint64_t reusable(std::uint64_t capacity) const noexcept;
     bool grantReuse(std::uint64_t bytes, const Room& room) noexcept;
 
     const IProvider& provider_;
     const MachineMemory::Sources sources_;
+    const std::atomic<std::uint64_t>* const linksToExport_; ///< null without an export
     StorageQuota quota_;
     MemoryReserve reserve_;
     Mutex turn_;                             ///< held by the growing operation when little room is left

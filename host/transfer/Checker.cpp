@@ -49,7 +49,7 @@ FileDescriptor Checker::Layer::open(int flags) const {
                  : FileDescriptor(source.diskPath, flags);
 }
 
-Checker::Checker(ExportSource& stored, Console& console, const ImportLog& expected, Complete complete,
+Checker::Checker(SessionExportSource& stored, Console& console, const ImportLog& expected, Complete complete,
                  Against against, Times times)
     : stored_(stored),
       console_(console),

@@ -5,7 +5,7 @@
 #include "host/disk/FileDescriptor.h"
 #include "host/session/ImportLog.h"
 #include "host/storage/StoragePath.h"
-#include "host/transfer/ExportSource.h"
+#include "host/transfer/SessionExportSource.h"
 #include "host/transfer/TransferTotals.h"
 
 #include <cstdint>
@@ -61,7 +61,7 @@ public:
     enum class Against { Sources, Export };
 
     /// @param expected  the trees on disk, and the paths of their copies in the storage
-    Checker(ExportSource& stored, Console& console, const ImportLog& expected, Complete complete,
+    Checker(SessionExportSource& stored, Console& console, const ImportLog& expected, Complete complete,
             Against against, Times times);
 
     /// Compares all copies.
@@ -133,7 +133,7 @@ private:
     bool modesAgree(const ExportSource::Entry& stored, const DiskEntry& onDisk) const;
     void report(const StoragePath& path, const std::string& difference);
 
-    ExportSource& stored_;
+    SessionExportSource& stored_;
     Console& console_;
     const ImportLog& expected_;
     const Complete complete_;

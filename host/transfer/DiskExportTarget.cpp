@@ -153,7 +153,7 @@ void DiskExportTarget::enterFolder(const StoragePath& source, const std::string&
     }
     auto named = openNamed(place_);
     TemporaryDiskFile::removeAbandonedFiles(*named);
-    open_.push_back({source, std::move(named), false, true});
+    open_.push_back({std::make_shared<const StoragePath>(source), std::move(named), false, true});
 }
 
 void DiskExportTarget::makeFolder(const StoragePath& source, const std::string& name) {
@@ -169,7 +169,8 @@ void DiskExportTarget::makeFolder(const StoragePath& source, const std::string& 
         const mode_t inherited = statusOf(made->descriptor()).st_mode & S_ISGID; // from the folder above
         made->setModeAtEnd((*mode & ~setIdBits) | inherited); // if the folder is not completed
     }
-    open_.push_back({source, std::move(made), origin == Origin::Made, false});
+    open_.push_back(
+        {std::make_shared<const StoragePath>(source), std::move(made), origin == Origin::Made, false});
 }
 
 /// Sets the attributes last: adding entries changes the time, and requires a writable folder.
@@ -180,7 +181,7 @@ void DiskExportTarget::leaveFolder() {
         return;
     }
     const FileDescriptor& folder = done.folder->descriptor();
-    const ExportSource::Entry entry = source_.entryAt(done.source, EntryKind::Folder);
+    const ExportSource::Entry entry = source_.entryAt(*done.source, EntryKind::Folder);
     const struct stat status = statusOf(folder);
     if (status.st_nlink == 0) {
         throw diskError(folder.path(), ENOENT);
@@ -228,7 +229,7 @@ std::uint64_t DiskExportTarget::addFile(const StoragePath& source, const std::st
     }
     temporary.moveIntoPlace();
     if (linked) {
-        linked_.insert_or_assign(group, LinkedFile{source.parent(), name, linked->st_dev, linked->st_ino});
+        rememberLink(group, source, name, *linked);
     }
     return bytes;
 }
@@ -292,7 +293,7 @@ bool DiskExportTarget::addSpecial(const StoragePath& source, EntryKind kind, con
         throw diskError(diskChild(folder.descriptor().path(), name), error);
     }
     if (group != 0) {
-        linked_.insert_or_assign(group, LinkedFile{source.parent(), name, status.st_dev, status.st_ino});
+        rememberLink(group, source, name, status);
     }
     return true;
 }
@@ -317,6 +318,13 @@ struct stat DiskExportTarget::finishSpecial(const FileDescriptor& folder, const 
     return status;
 }
 
+void DiskExportTarget::rememberLink(std::uint64_t group, const StoragePath& source, const std::string& name,
+                                    const struct stat& status) {
+    const auto folder =
+        open_.empty() ? std::make_shared<const StoragePath>(source.parent()) : open_.back().source;
+    linked_.insert_or_assign(group, LinkedFile{folder, name, status.st_dev, status.st_ino});
+}
+
 /// Creates a hard link of a file that this run has exported.
 /// @return false if there is no such file, it was replaced, or the disk does not support hard links
 bool DiskExportTarget::linkTo(std::uint64_t group, WritableFolder& folder, const std::string& name) {
@@ -326,7 +334,7 @@ bool DiskExportTarget::linkTo(std::uint64_t group, WritableFolder& folder, const
     }
     const LinkedFile& file = known->second;
     try {
-        const FileDescriptor from = openExported(file.folder);
+        const FileDescriptor from = openExported(*file.folder);
         const auto make = [&](int in, const char* temporary) {
             if (::linkat(from.number(), file.name.c_str(), in, temporary, 0) != 0) {
                 return -1;
@@ -349,9 +357,9 @@ bool DiskExportTarget::linkTo(std::uint64_t group, WritableFolder& folder, const
 /// Opens a folder that this run has exported, without following symbolic links.
 FileDescriptor DiskExportTarget::openExported(const StoragePath& folder) const {
     const auto above = std::find_if(open_.rbegin(), open_.rend(),
-                                    [&](const OpenFolder& open) { return open.source.contains(folder); });
+                                    [&](const OpenFolder& open) { return open.source->contains(folder); });
     std::vector<StoragePath> below;
-    for (StoragePath path = folder; path != above->source; path = path.parent()) {
+    for (StoragePath path = folder; path != *above->source; path = path.parent()) {
         below.push_back(path);
     }
     constexpr int flags = O_PATH | O_DIRECTORY;

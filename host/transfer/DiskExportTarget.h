@@ -52,7 +52,7 @@ public:
 
 private:
     struct OpenFolder {
-        StoragePath source;
+        std::shared_ptr<const StoragePath> source; ///< shared with the linked files in the folder
         std::unique_ptr<WritableFolder> folder;
         bool isNew = false;    ///< created by this export
         bool keepsOwn = false; ///< its attributes do not change
@@ -66,13 +66,15 @@ private:
 
     /// The first name of an exported file with hard links.
     struct LinkedFile {
-        StoragePath folder;
+        std::shared_ptr<const StoragePath> folder;
         std::string name;
         dev_t device = 0;
         ino_t inode = 0;
     };
 
     WritableFolder& innermost();
+    void rememberLink(std::uint64_t group, const StoragePath& source, const std::string& name,
+                      const struct stat& status);
     std::optional<std::uint64_t> addNewFile(const StoragePath& source, const ExportSource::Entry& entry,
                                             WritableFolder& folder, const std::string& name);
     std::uint64_t fill(const FileDescriptor& file, const StoragePath& source,

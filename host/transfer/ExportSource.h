@@ -22,6 +22,12 @@ public:
         EntryKind kind = EntryKind::File;
     };
 
+    /// Some of the entries of a folder, sorted by name.
+    struct Part {
+        std::vector<Child> children;
+        std::uint64_t next = 0; ///< position of the next part; 0 for the last one
+    };
+
     struct Entry {
         DiskAttributes attributes; ///< the time is always set; UTIME_OMIT where the storage has none
         bool isWritable = true;
@@ -55,8 +61,9 @@ public:
     /// @throws CommandError when there is none
     virtual EntryKind kindOf(const StoragePath& path) = 0;
 
-    /// The entries of a folder, sorted by name.
-    virtual std::vector<Child> childrenOf(const StoragePath& folder) = 0;
+    /// The entries of a folder, in one part or several.
+    /// @param position  0 for the first part
+    virtual Part childrenFrom(const StoragePath& folder, std::uint64_t position) = 0;
 
     virtual Entry entryAt(const StoragePath& path, EntryKind kind) = 0;
 

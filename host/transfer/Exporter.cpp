@@ -53,13 +53,17 @@ void Exporter::run(const StoragePath& source, ExportTarget& target, const std::s
 /// Exports the next entry of the innermost open folder, or leaves the folder.
 void Exporter::exportNext() {
     OpenFolder& folder = open_.back();
-    if (folder.next == folder.children.size()) {
+    if (folder.next == folder.part.children.size()) {
+        if (folder.part.next != 0) {
+            console_.attempt(folder.source.printed(), [&] { readPart(folder.part.next); });
+            return;
+        }
         const OpenFolder done = std::move(folder);
         open_.pop_back();
         console_.attempt(done.source.printed(), [&] { leaveFolder(done); });
         return;
     }
-    const ExportSource::Child child = std::move(folder.children[folder.next++]);
+    const ExportSource::Child child = std::move(folder.part.children[folder.next++]);
     const StoragePath path = folder.source.child(child.name);
     const Verdict verdict =
         options_.selection->ofChild(path.rebased(top_, {}), child.kind == EntryKind::Folder, folder.verdict);
@@ -80,7 +84,7 @@ void Exporter::exportEntry(const StoragePath& source, EntryKind kind, const std:
         if (verdict == Verdict::Included) {
             enterFolders();
         }
-        open_.back().children = source_.childrenOf(source);
+        readPart(0);
         break;
     case EntryKind::Socket:
         ++totals_.skipped;
@@ -94,17 +98,25 @@ void Exporter::exportEntry(const StoragePath& source, EntryKind kind, const std:
     }
 }
 
+/// Reads entries of the innermost open folder. A part that cannot be read is the last one.
+void Exporter::readPart(std::uint64_t position) {
+    OpenFolder& folder = open_.back();
+    folder.part = {};
+    folder.next = 0;
+    folder.part = source_.childrenFrom(folder.source, position);
+}
+
 void Exporter::exportFile(const StoragePath& source, const std::string& name, const std::string& place) {
     if (isUnchanged(source, place)) {
         ++totals_.unchanged;
-        progress_.countEntry();
+        countEntry();
         return;
     }
     enterFolders();
     totals_.bytes += printInDryRun(source, EntryKind::File, place) ? source_.sizeOf(source)
                                                                    : target_->addFile(source, name);
     ++totals_.files;
-    progress_.countEntry();
+    countEntry();
 }
 
 void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, const std::string& name,
@@ -116,7 +128,7 @@ void Exporter::exportSpecial(const StoragePath& source, EntryKind kind, const st
         return;
     }
     ++(kind == EntryKind::SymbolicLink ? totals_.symbolicLinks : totals_.specialFiles);
-    progress_.countEntry();
+    countEntry();
 }
 
 /// Enters the open folders that are not entered yet, before the innermost one or its entry is exported.
@@ -140,7 +152,12 @@ void Exporter::enterFolder(OpenFolder& folder) {
     }
     folder.isEntered = true;
     ++totals_.folders;
+    countEntry();
+}
+
+void Exporter::countEntry() {
     progress_.countEntry();
+    afterEntry_();
 }
 
 void Exporter::leaveFolder(const OpenFolder& done) {

@@ -8,8 +8,10 @@
 #include "host/transfer/TransferOptions.h"
 #include "host/transfer/TransferTotals.h"
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace storage::host {
@@ -18,8 +20,8 @@ namespace storage::host {
 /// has. Owners and extended attributes that the disk does not accept are reported in one line per run. They
 /// are not failures.
 ///
-/// Continues after a failure, which the console counts. Memory use grows with the depth of the tree, stack
-/// use does not. Files of any size pass through one buffer.
+/// Continues after a failure, which the console counts. Memory use grows with the depth of the tree and the
+/// parts of its folders, stack use does not. Files of any size pass through one buffer.
 ///
 /// Borrows source and console. Not thread-safe.
 class Exporter {
@@ -39,6 +41,9 @@ public:
     void run(const StoragePath& source, ExportTarget& target, const std::string& place,
              const std::string& name);
 
+    /// @param call  called after each exported entry
+    void callAfterEntries(std::function<void()> call) { afterEntry_ = std::move(call); }
+
     /// The progress of all runs.
     ProgressMeter& progress() noexcept { return progress_; }
 
@@ -53,8 +58,8 @@ private:
         std::string name;
         std::string place;
         Verdict verdict;
-        std::vector<ExportSource::Child> children;
-        std::size_t next = 0;
+        ExportSource::Part part;
+        std::size_t next = 0; ///< child of the part
         bool isEntered = false;
     };
 
@@ -66,7 +71,9 @@ private:
                        const std::string& place);
     void enterFolders();
     void enterFolder(OpenFolder& folder);
+    void readPart(std::uint64_t position);
     void leaveFolder(const OpenFolder& done);
+    void countEntry();
     bool isUnchanged(const StoragePath& source, const std::string& place);
     bool printInDryRun(const StoragePath& source, EntryKind kind, const std::string& place);
     void notice(const std::string& path, const std::string& text);
@@ -76,6 +83,7 @@ private:
     const TransferOptions options_;
     ProgressMeter progress_;
     TransferTotals totals_;
+    std::function<void()> afterEntry_ = [] {};
     ExportTarget* target_ = nullptr;       ///< of the current run
     StoragePath top_;                      ///< the entry that the current run exports
     std::vector<OpenFolder> open_;         ///< the folders from the top to the current entry

@@ -12,9 +12,12 @@ class SessionExportSource final : public ExportSource {
 public:
     explicit SessionExportSource(const Session& session) : session_(session) {}
 
+    /// The entries of a folder, sorted by name.
+    std::vector<Child> childrenOf(const StoragePath& folder);
+
     Authority authority() const noexcept override { return Authority::Disk; }
     EntryKind kindOf(const StoragePath& path) override;
-    std::vector<Child> childrenOf(const StoragePath& folder) override;
+    Part childrenFrom(const StoragePath& folder, std::uint64_t) override { return {childrenOf(folder)}; }
     Entry entryAt(const StoragePath& path, EntryKind kind) override;
     std::uint64_t sizeOf(const StoragePath& file) override;
     std::unique_ptr<Reader> open(const StoragePath& file) override;

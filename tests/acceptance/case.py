@@ -148,7 +148,7 @@ class Mount:
         require(is_mounted(folder), "the program reports that it is mounted, but it is not")
 
     def must_end(self):
-        output, errors = self.process.communicate(timeout=60)
+        output, errors = self.process.communicate(timeout=300)
         require_equal(self.process.returncode, 0, f"the status of the mount ({errors.decode()})")
         require_equal(errors, b"", "the errors of the mount")
         require(not is_mounted(self.folder), "the mount is still there")

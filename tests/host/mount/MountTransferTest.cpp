@@ -11,10 +11,14 @@
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TreeSnapshot.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <set>
 #include <sstream>
+#include <string>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/xattr.h>
@@ -146,6 +150,31 @@ TEST_F(MountTransferTest, RoundTripsAllAttributesOfADisk) {
         << "the root, two folders and one file: its bytes are there once";
     exportAll("out");
     expectSame("out");
+    exportAll("out");
+    expectSame("out");
+}
+
+TEST_F(MountTransferTest, ExportsLargeFoldersInParts) {
+    constexpr int files = 1000;
+    for (int i = 0; i < files; ++i) {
+        disk_.write("src/d/" + std::to_string(i), std::to_string(i));
+    }
+    disk_.makeFolder("src/d/below/empty");
+    import();
+    MountExportSource source(storage_);
+    const StoragePath folder = StoragePath().child(u"d");
+    std::set<std::u16string> names;
+    std::uint64_t position = 0;
+    do {
+        const auto part = source.childrenFrom(folder, position);
+        EXPECT_LE(part.children.size(), 256U);
+        EXPECT_TRUE(std::ranges::is_sorted(part.children, {}, &host::ExportSource::Child::name));
+        for (const auto& child : part.children) {
+            EXPECT_TRUE(names.insert(child.name).second);
+        }
+        position = part.next;
+    } while (position != 0);
+    EXPECT_EQ(names.size(), files + 1U);
     exportAll("out");
     expectSame("out");
 }

@@ -4,6 +4,8 @@
 
 #include <cerrno>
 #include <map>
+#include <string>
+#include <vector>
 
 namespace storage::tests {
 
@@ -42,6 +44,30 @@ TEST_F(MountedLookupTest, FindsExistingEntries) {
     EXPECT_EQ(file.status.st_uid, ::geteuid());
     EXPECT_EQ(file.status.st_gid, ::getegid());
     EXPECT_EQ(file.inode->references, 1U);
+}
+
+TEST_F(MountedLookupTest, VisitsReferencedFilesOnce) {
+    mount_.makeFolder("/d");
+    mount_.makeFolder("/d/below");
+    std::vector<FileInode*> opened;
+    for (const std::string folder : {"/", "/d/", "/d/below/"}) {
+        for (int i = 0; i < 1000; ++i) {
+            const std::string path = folder + std::to_string(i);
+            mount_.makeFile(path);
+            if (i % 2 == 0) {
+                opened.push_back(&mount_.open(path));
+            }
+        }
+        mount_.makeSymbolicLink(folder + "symbolic", "0");
+        mount_.link("/0", folder + "hard");
+    }
+    std::vector<const FileInode*> visited;
+    mount_.storage().visitReferencedFiles([&](const FileInode* file) { visited.push_back(file); });
+    EXPECT_THAT(visited, testing::UnorderedElementsAreArray(opened));
+    for (FileInode* const file : opened) {
+        mount_.close(*file);
+    }
+    mount_.storage().visitReferencedFiles([](const FileInode*) { ADD_FAILURE() << "no file is referenced"; });
 }
 
 TEST_F(MountedLookupTest, ReturnsNullForMissingEntries) {

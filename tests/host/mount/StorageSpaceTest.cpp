@@ -5,6 +5,7 @@
 #include "tests/host/mount/FakeMemory.h"
 #include "tests/support/HookedProvider.h"
 
+#include <atomic>
 #include <cerrno>
 #include <functional>
 #include <gtest/gtest.h>
@@ -89,7 +90,7 @@ TEST_F(StorageSpaceTest, LeavesMoreToProcessesInTheSameControlGroup) {
     const FakeMemory fake;
     fake.join("9:memory:/a\n");
     fake.makeGroup("a", 256 * mebibyte, 200 * mebibyte);
-    StorageSpace space(provider_, {}, {}, fake.sources());
+    StorageSpace space(provider_, {}, {}, nullptr, fake.sources());
     EXPECT_EQ(space.info().available, (56 - 2) * mebibyte);
     EXPECT_EQ(errnoOf([&] { space.require(50 * mebibyte); }), 0);
     fake.setProcesses("memory/a", "1\n2\n");
@@ -103,7 +104,24 @@ TEST_F(StorageSpaceTest, ReservesMoreInALargerSharedControlGroup) {
     fake.join("9:memory:/a\n");
     fake.makeGroup("a", 4096 * mebibyte, 0);
     fake.setProcesses("memory/a", "1\n2\n");
-    EXPECT_EQ(StorageSpace(provider_, {}, {}, fake.sources()).info().available, (4096 - 64) * mebibyte);
+    const StorageSpace space(provider_, {}, {}, nullptr, fake.sources());
+    EXPECT_EQ(space.info().available, (4096 - 64) * mebibyte);
+}
+
+TEST_F(StorageSpaceTest, LeavesMoreToAnExportAtTheEnd) {
+    failWith(ErrorCode::NotOffered);
+    const FakeMemory fake;
+    fake.join("9:memory:/a\n");
+    std::atomic<std::uint64_t> hardLinks{0};
+    StorageSpace space(provider_, {}, {}, &hardLinks, fake.sources());
+    EXPECT_EQ(space.info().available, (12 * 1024 - 128) * mebibyte);
+    fake.makeGroup("a", 2048 * mebibyte, 0);
+    EXPECT_EQ(space.info().available, (2048 - 64) * mebibyte);
+    fake.makeGroup("a", 256 * mebibyte, 200 * mebibyte);
+    EXPECT_EQ(space.info().available, (56 - 16) * mebibyte);
+    EXPECT_EQ(errnoOf([&] { space.require(41 * mebibyte); }), ENOSPC);
+    hardLinks = 2048; // of 512 bytes
+    EXPECT_EQ(space.info().available, (56 - 17) * mebibyte);
 }
 
 TEST_F(StorageSpaceTest, PropagatesOtherFailuresOfTheStorage) {
@@ -181,7 +199,7 @@ protected:
     static constexpr std::uint64_t page = 4096;
 
     const FakeMemory fake_;
-    StorageSpace space_{provider_, {}, {}, fake_.sources()};
+    StorageSpace space_{provider_, {}, {}, nullptr, fake_.sources()};
 };
 
 TEST_F(FullMemoryTest, ReusesTheHeapForSmallOperationsAfterRemovals) {
