@@ -48,7 +48,7 @@ void ExportPace::countEntry() {
     entries_ = 0;
     const auto isShort = [] {
         const MachineMemory memory = MachineMemory::read();
-        return memory.isOfGroup && memory.info.available < littleMemory;
+        return memory.isOfGroup && memory.info.available - memory.slab < littleMemory;
     };
     if (!isShort()) {
         return;

@@ -5,8 +5,8 @@
 
 namespace storage::host {
 
-/// Slows an export down when the control group has little memory left: the kernel can reclaim the memory of new
-/// files only after it has written them to the disk.
+/// Slows an export down when the control group has little memory left: the kernel can reclaim the memory of
+/// new files only after it has written them to the disk.
 ///
 /// Not thread-safe.
 class ExportPace {

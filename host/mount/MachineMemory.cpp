@@ -14,7 +14,7 @@ using provider::ProviderStorageInfo;
 namespace {
 
 MachineMemory readMemoryInfo(const std::string& processes) {
-    MachineMemory memory{{0, 0}, "the memory of the machine"};
+    MachineMemory memory{.info = {0, 0}, .limitedBy = "the memory of the machine"};
     ProviderStorageInfo& info = memory.info;
     std::ifstream file(processes + "/meminfo");
     std::string name;
@@ -84,9 +84,13 @@ bool isShared(const GroupFiles& group) {
     return !group.isInnermost || (processes >> first >> second);
 }
 
-/// Bytes that the kernel can reclaim before it refuses memory: file pages that are neither dirty nor mapped,
-/// and reclaimable slab.
-unsigned long long readReclaimable(const std::string& statistics) {
+/// Bytes that the kernel can reclaim before it refuses memory. A value.
+struct Reclaimable {
+    unsigned long long pages; ///< of files, neither dirty nor mapped
+    unsigned long long slab;  ///< 0 for version 1, which does not report it
+};
+
+Reclaimable readReclaimable(const std::string& statistics) {
     std::map<std::string, unsigned long long> bytesOf;
     std::ifstream file(statistics);
     std::string name;
@@ -99,7 +103,7 @@ unsigned long long readReclaimable(const std::string& statistics) {
     const auto kept = either("total_shmem", "shmem") + either("total_mapped_file", "file_mapped") +
                       either("total_dirty", "file_dirty") + either("total_writeback", "file_writeback");
     const auto cached = either("total_cache", "file");
-    return cached - std::min(cached, kept) + bytesOf["slab_reclaimable"];
+    return {cached - std::min(cached, kept), bytesOf["slab_reclaimable"]};
 }
 
 /// Applies the limits of control groups, which may be below the memory of the machine.
@@ -112,10 +116,12 @@ void applyMemoryLimits(MachineMemory& memory, const MachineMemory::Sources& sour
         std::ifstream limitFile(group.limit); // not a number if there is no limit
         std::ifstream useFile(group.use);
         if (limitFile >> limit && limit < ofMachine && useFile >> used) {
-            used -= std::min(used, readReclaimable(group.statistics));
+            const Reclaimable reclaimable = readReclaimable(group.statistics);
+            used -= std::min(used, reclaimable.pages + reclaimable.slab);
             const auto available = limit - std::min(limit, used);
             if (available < info.available) {
                 memory.limitedBy = "the memory limit of the control group " + group.folder;
+                memory.slab = std::min(available, reclaimable.slab);
             }
             memory.isOfGroup = true;
             memory.isShared = memory.isShared || isShared(group);

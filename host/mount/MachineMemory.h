@@ -17,9 +17,10 @@ struct MachineMemory {
     };
 
     provider::ProviderStorageInfo info; ///< bytes
-    std::string limitedBy;              ///< in words, with the path of a control group
-    bool isOfGroup = false;             ///< a control group allows less than the machine has
-    bool isShared = false;              ///< other processes use the memory of that group too
+    unsigned long long slab = 0; ///< bytes of `info.available` that the kernel uses for inodes and names
+    std::string limitedBy;       ///< in words, with the path of a control group
+    bool isOfGroup = false;      ///< a control group allows less than the machine has
+    bool isShared = false;       ///< other processes use the memory of that group too
 
     /// Reads the current values. Page cache that the kernel can reclaim counts as available.
     static MachineMemory read(const Sources& sources);

@@ -44,8 +44,8 @@ std::uint64_t leftToSharers(std::uint64_t capacity) {
     return std::clamp<std::uint64_t>(capacity / part, least, mostLeftToOthers);
 }
 
-/// Bytes left to an export: for its buffers, for the target's dirty pages and inodes, and for what it remembers
-/// of files with hard links.
+/// Bytes left to an export: for its buffers, for the target's dirty pages and inodes, and for what it
+/// remembers of files with hard links.
 std::uint64_t leftToExport(std::uint64_t capacity, std::uint64_t hardLinks) {
     constexpr std::uint64_t part = 32;
     constexpr std::uint64_t least = 16U << 20U;

@@ -86,6 +86,7 @@ TEST_F(MachineMemoryTest, CountsCleanPagesOfAUnifiedGroupAsAvailable) {
                            "file 83886080\nfile_dirty 10485760\nfile_writeback 20971520\n"
                            "file_mapped 5242880\nslab_reclaimable 1048576\n");
     EXPECT_EQ(fake_.read().info.available, (100 + 80 - 10 - 20 - 5 + 1) * mebibyte);
+    EXPECT_EQ(fake_.read().slab, mebibyte);
 }
 
 TEST_F(MachineMemoryTest, RecognizesASharedGroup) {

@@ -565,7 +565,7 @@ TEST_F(MoveFolderTest, StopsAtAChildWithAMissingNewParent) {
     EXPECT_TRUE(isFolder(u"/x///"));
 }
 
-/// The children of "/x///" would belong to "/x//", by their paths. The new path of "/a/f" and "/b/s" is taken.
+/// By their paths, the children of "/x///" belong to "/x//". The new paths of "/a/f" and "/b/s" are taken.
 TEST_F(MoveFolderTest, StopsAtAReadOnlyNewParentBeforeATakenPath) {
     for (const auto* folder : {u"/a", u"/b", u"/b/s", u"/x", u"/x//", u"/x///s"}) {
         addFolder(folder);
