@@ -19,9 +19,10 @@ constexpr unsigned entriesPerCheck = 512; ///< their inodes and pages take about
 constexpr std::uint64_t littleMemory = 6U << 20U; ///< bytes
 
 /// Makes the kernel reclaim memory of the control group. While a file system creates an inode, the kernel
-/// reclaims no inodes: if no memory is left, it kills a process. A request for a huge page reclaims them, and
-/// kills nothing if it fails.
+/// reclaims no inodes: if no memory is left, it kills a process. A request to combine pages into a huge page
+/// reclaims them, and kills nothing if it fails.
 void requestHugePages() {
+    constexpr int combine = 25;             // MADV_COLLAPSE of Linux 6.1, which the C library does not define
     constexpr std::size_t page = 2U << 20U; // bytes; where huge pages are larger, this has no effect
     constexpr std::size_t size = littleMemory + page;
     void* const memory =
@@ -32,10 +33,12 @@ void requestHugePages() {
     void* aligned = memory;
     std::size_t left = size;
     std::align(page, littleMemory, aligned, left);
-    ::madvise(aligned, littleMemory, MADV_HUGEPAGE);
+    ::madvise(memory, size, MADV_NOHUGEPAGE);
     for (std::size_t offset = 0; offset < littleMemory; offset += page) {
-        static_cast<volatile char*>(aligned)[offset] = 0;
+        static_cast<volatile char*>(aligned)[offset] = 0; // a small page, to be combined
     }
+    ::madvise(memory, size, MADV_HUGEPAGE);
+    ::madvise(aligned, littleMemory, combine);
     ::munmap(memory, size);
 }
 
